@@ -1,0 +1,191 @@
+// The host's descriptions of a file and its streams, and the descriptor of one read or write request.
+// They cross the interface by address and are plain data: no constructors, no owned memory.
+#pragma once
+
+#include <cstdint>
+
+// Marks a 32-bit word that nobody has set.
+inline constexpr std::uint32_t QVR_NOT_SET = 0xFFFFFFFFu;
+
+// Stream kinds (QVRSTREAM::kind).
+inline constexpr std::uint32_t QVR_KIND_VIDEO = 16;
+inline constexpr std::uint32_t QVR_KIND_AUDIO = 256;
+
+// Stream types: the four characters in file byte order.
+inline constexpr std::uint32_t QVR_FCC_VIDS = 0x76696473u;  // "vids"
+inline constexpr std::uint32_t QVR_FCC_AUDS = 0x61756473u;  // "auds"
+
+// Bits of QVRINFO::captions.
+inline constexpr std::uint32_t QVR_CAPTIONS_608 = 1;
+inline constexpr std::uint32_t QVR_CAPTIONS_708 = 2;
+
+// DFRAME::flags.
+inline constexpr std::uint32_t DFRAME_NOT_KEY = 0x80000000u;    // a frame that needs others to be decoded
+inline constexpr std::uint32_t DFRAME_KEY = 0x10000000u;        // a key frame
+inline constexpr std::uint32_t DFRAME_REPEATED = 0x00008000u;   // cleared by every read
+// DFRAME::captionFlags.
+inline constexpr std::uint32_t DFRAME_CAPTION_608 = 0x0100u;
+inline constexpr std::uint32_t DFRAME_CAPTION_708 = 0x1000u;
+inline constexpr std::uint32_t DFRAME_CAPTION_MASK = 0x3300u;
+
+// Read and Write: the low byte of `mode`, and the bit that asks for sample information without data.
+inline constexpr std::uint32_t QVR_MODE_AUDIO = 0;
+inline constexpr std::uint32_t QVR_MODE_VIDEO = 1;
+inline constexpr std::uint32_t QVR_MODE_HEADER_ONLY = 0x08000000u;
+
+// Bytes of codec configuration that a video description can hold. A colour table takes the same place.
+inline constexpr std::uint32_t QVR_CODEC_CONFIGURATION_BYTES = 128 * 1024;
+// Bytes of codec configuration that an audio description can hold.
+inline constexpr std::uint32_t QVR_AUDIO_EXTRA_BYTES = 256;
+
+// One stream's time base and identity.
+struct QVRSTREAMHEADER {
+  std::uint32_t type;     // QVR_FCC_VIDS or QVR_FCC_AUDS
+  std::uint32_t handler;  // compression code
+  std::uint32_t flags;
+  std::uint32_t scale;  // rate / scale is units a second
+  std::uint32_t rate;
+  std::uint32_t start;
+  std::uint32_t length;  // units: frames or sample frames
+  std::uint32_t initialFrames;
+  std::uint32_t suggestedBufferSize;  // bytes
+  std::uint32_t quality;              // all ones: not set
+  std::uint32_t sampleSize;
+  std::int32_t frameLeft, frameTop, frameRight, frameBottom;  // pixels
+  std::uint32_t editCount;
+  char name[64];
+};
+
+// A bitmap header, followed by a colour table or by the codec configuration.
+struct QVRBITMAP {
+  std::uint32_t size;  // bytes: 40, or more when a codec configuration follows
+  std::int32_t width;
+  std::int32_t height;  // negative: top line first
+  std::uint16_t planes;
+  std::uint16_t bitCount;     // bits a pixel
+  std::uint32_t compression;  // 0 uncompressed, else a four-character code
+  std::uint32_t sizeImage;    // bytes
+  std::int32_t xPixelsPerMetre;
+  std::int32_t yPixelsPerMetre;
+  std::uint32_t coloursUsed;
+  std::uint32_t coloursImportant;
+};
+
+// The video description.
+struct QVRVIDEO {
+  std::uint32_t fileType;
+  std::uint32_t flags;
+  std::uint32_t bufferSize;  // bytes of one frame's buffer
+  std::uint32_t rowSize;     // bytes of one row
+  QVRSTREAMHEADER stream;
+  QVRBITMAP bitmap;
+  // Right after the bitmap header: the colour table (1024 bytes) of uncompressed video, or the codec
+  // configuration as one box, header included, whose first four bytes give its size, big-endian.
+  std::uint8_t colourTable[QVR_CODEC_CONFIGURATION_BYTES];
+};
+
+// An audio format, WAVEFORMATEX-shaped, and its extra bytes.
+struct QVRWAVE {
+  std::uint16_t formatTag;  // 1: PCM
+  std::uint16_t channels;
+  std::uint32_t samplesPerSecond;
+  std::uint32_t averageBytesPerSecond;
+  std::uint16_t blockAlign;  // bytes of one sample frame
+  std::uint16_t bitsPerSample;
+  std::uint16_t extraSize;  // bytes of `extra` in use
+  std::uint16_t reserved;
+  std::uint8_t extra[QVR_AUDIO_EXTRA_BYTES];
+};
+
+// The audio description.
+struct QVRAUDIO {
+  std::uint32_t fileType;
+  std::uint32_t flags;
+  std::uint32_t bufferSize;  // bytes of one video frame's sound
+  std::uint32_t codec;       // four-character code of the stored samples, file byte order
+  QVRSTREAMHEADER stream;
+  QVRWAVE wave;
+};
+
+// The main header: a file's summary.
+struct QVRSYSTEM {
+  std::uint32_t fileType;
+  std::uint32_t microSecondsPerFrame;
+  std::uint32_t maximumBytesPerSecond;
+  std::uint32_t paddingGranularity;
+  std::uint32_t flags;
+  std::uint32_t totalFrames;
+  std::uint32_t initialFrames;
+  std::uint32_t streams;
+  std::uint32_t suggestedBufferSize;
+  std::uint32_t width;
+  std::uint32_t height;
+  std::uint32_t scale;
+  std::uint32_t rate;
+  std::uint32_t start;
+  std::uint32_t length;
+  char name[64];
+};
+
+// What belongs to the file as a whole rather than to a stream.
+struct QVRINFO {
+  // Start timecodes in frames since midnight, QVR_NOT_SET where unknown: the one in force, then the
+  // recorded longitudinal and vertical-interval ones that may stand in for it.
+  std::uint32_t startTimecode;
+  std::uint32_t startTimecodeLtc;
+  std::uint32_t startTimecodeVitc;
+  // How timecode counts: 1 = 24, 2 = 30, 4 = 30000/1001, 8 = 25, 128 = 24000/1001 frames a second.
+  std::uint32_t timecodeRate;
+  std::uint32_t captions;  // QVR_CAPTIONS_* present in the file
+  // One audio sample frame's time base, reduced (audio sample rate x video scale, video rate).
+  std::int64_t audioRate;
+  std::int64_t audioScale;
+  std::uint32_t aspectX, aspectY;  // picture aspect ratio
+};
+
+// A stream holder: one stream of an open file, owned by the media-file base.
+struct QVRSTREAM {
+  std::uint32_t kind;  // QVR_KIND_VIDEO or QVR_KIND_AUDIO
+  std::uint32_t reserved;
+  QVRVIDEO video;  // when kind is QVR_KIND_VIDEO
+  QVRAUDIO audio;  // when kind is QVR_KIND_AUDIO
+};
+
+// One read or write request with its buffer.
+struct DFRAME {
+  std::uint32_t size;  // bytes of this descriptor: sizeof(DFRAME)
+  std::uint32_t frame;
+  std::uint32_t timecode;       // frames since midnight
+  std::uint32_t timecodeOther;  // the second timecode, or the first again
+  std::uint32_t flags;          // DFRAME_*
+  std::uint32_t bytes;          // bytes delivered, or to be written
+  std::uint8_t* data;           // may be null: no sample bytes wanted
+  std::uint32_t dataCapacity;   // bytes `data` has room for; 0: enough for the largest sample
+  std::uint32_t sampleSize;     // header-only request: bytes of the sample
+  std::int32_t compositionOffset;
+  std::uint32_t reserved;
+  std::uint32_t captionFlags;  // DFRAME_CAPTION_*
+  std::uint32_t captionBytes;
+  std::uint8_t firstByte;  // header-only request: first byte of the sample
+  std::uint8_t padding[7];
+  // The CEA-608 pair in bytes 0 and 1; the CEA-708 packet from byte 4.
+  std::uint8_t captions[8488];
+};
+static_assert(sizeof(DFRAME) == 8560, "the host tells descriptors by their size");
+
+// SetMode: a mode command.
+struct MEDIACMD {
+  std::uint32_t command;
+  std::uint32_t channelMask;
+  std::int32_t speed;  // 65520 is normal speed forward
+  std::uint32_t position;
+  std::uint32_t flags;
+};
+
+// GetCodecOptions and SetCodecOption: what a codec can be told.
+struct CODEC_DESCRIPTION {
+  std::uint32_t fourcc;
+  char name[64];
+  std::uint32_t flags;
+  std::uint32_t options[64];
+};

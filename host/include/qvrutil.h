@@ -1,0 +1,37 @@
+// The host's description library: small rules over the descriptions of qvr.h.
+#pragma once
+
+#include "qvr.h"
+#include "vlutil.h"
+
+// What findChannel answers for an empty mask.
+inline constexpr std::uint32_t QVR_NO_CHANNEL = 0xFFFFFFFFu;
+
+extern "C" {
+
+// Replaces the information record that the host keeps for `owner` by a copy of `info`. Returns 0, or
+// VL_FAILED for a null argument.
+VLHOST_API std::uint32_t qvrInfoSet(const void* owner, const QVRINFO* info);
+
+// Copies out the record kept for `owner`. Returns 0, or VL_FAILED when there is none.
+VLHOST_API std::uint32_t qvrInfoGet(const void* owner, QVRINFO* info);
+
+// Forgets the record of `owner`; forgetting none is no error. Returns 0.
+VLHOST_API std::uint32_t qvrInfoDelete(const void* owner);
+
+// The picture aspect ratio (width to height, reduced) of a video description whose pixels are square.
+// 0:0 when it has no width or height.
+VLHOST_API void vidGetAspectRatio(const QVRVIDEO* video, std::uint32_t* aspectX, std::uint32_t* aspectY);
+
+// Brings a frame rate into the form in which a timescale can be derived from it: NTSC rates become
+// n*1000 / 1001, all others the rate in thousandths over 1000 (25/1 becomes 25000/1000).
+// A rate or scale of 0 is left as it is.
+VLHOST_API void vidNormalizeRateScale(std::uint32_t* rate, std::uint32_t* scale);
+
+// The number of channels in a mask.
+VLHOST_API std::uint32_t totalChannels(std::uint32_t mask);
+
+// The index of the first channel in a mask, or QVR_NO_CHANNEL for an empty one.
+VLHOST_API std::uint32_t findChannel(std::uint32_t mask);
+
+}  // extern "C"

@@ -1,0 +1,15 @@
+// The host's timecode library: one entry.
+#pragma once
+
+#include <cstdint>
+
+#include "vlutil.h"
+
+extern "C" {
+
+// The timecode, in frames since midnight, of a frame of a file that starts at `start`. The day wraps after
+// 24 hours of frames at `timecodeRate` (QVRINFO::timecodeRate). A `start` of QVR_NOT_SET gives the frame
+// number itself.
+VLHOST_API std::uint32_t TCXlat(std::uint32_t start, std::uint32_t frame, std::uint32_t timecodeRate);
+
+}  // extern "C"

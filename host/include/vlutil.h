@@ -1,0 +1,199 @@
+// The host's utility library: files, paths, libraries, locks, time, memory, configuration, logging.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(_WIN32)
+#if defined(VLHOST_BUILDING)
+#define VLHOST_API __declspec(dllexport)
+#else
+#define VLHOST_API __declspec(dllimport)
+#endif
+#else
+#define VLHOST_API __attribute__((visibility("default")))
+#endif
+
+#if defined(__GNUC__)
+#define VLHOST_PRINTF(format, arguments) __attribute__((format(printf, format, arguments)))
+#else
+#define VLHOST_PRINTF(format, arguments)
+#endif
+
+// Longest path, terminating zero included.
+inline constexpr std::size_t VL_MAX_PATH = 260;
+
+// An open file. Zero is "nothing was opened"; all ones is "the open failed".
+using VLHANDLE = std::uint64_t;
+inline constexpr VLHANDLE VL_NO_HANDLE = 0;
+inline constexpr VLHANDLE VL_INVALID_HANDLE = ~VLHANDLE{0};
+
+// Status words shared by all host libraries. 0 is success, all ones a failure without a code of its own.
+inline constexpr std::uint32_t VL_OK = 0;
+inline constexpr std::uint32_t VL_FAILED = 0xFFFFFFFFu;
+inline constexpr std::uint32_t VL_E_NOT_SUPPORTED = 0xE8020001u;  // the operation exists, nobody serves it
+
+// vlOSCreateFile: access bits, share mode, creation dispositions.
+inline constexpr std::uint32_t VL_GENERIC_READ = 0x80000000u;
+inline constexpr std::uint32_t VL_GENERIC_WRITE = 0x40000000u;
+inline constexpr std::uint32_t VL_SHARE_READ_WRITE = 3;
+inline constexpr std::uint32_t VL_CREATE_NEW = 1;
+inline constexpr std::uint32_t VL_CREATE_ALWAYS = 2;
+inline constexpr std::uint32_t VL_OPEN_EXISTING = 3;
+inline constexpr std::uint32_t VL_OPEN_ALWAYS = 4;
+
+// vlOSSeek: what the offset counts from.
+inline constexpr std::uint32_t VL_SEEK_BEGIN = 0;
+inline constexpr std::uint32_t VL_SEEK_CURRENT = 1;
+inline constexpr std::uint32_t VL_SEEK_END = 2;
+
+// Log levels of ErrFmtOut.
+inline constexpr std::uint32_t VL_LOG_ERROR = 0xC0000000u;
+inline constexpr std::uint32_t VL_LOG_WARNING = 0x80000000u;
+inline constexpr std::uint32_t VL_LOG_CAUTION = 0x40000000u;
+inline constexpr std::uint32_t VL_LOG_STATUS = 0;
+// Levels under which a sink sees the lines that carry none of their own.
+inline constexpr std::uint32_t VL_LOG_PLAIN = 1;   // ErrOut
+inline constexpr std::uint32_t VL_LOG_RESULT = 2;  // ErrMsgOut
+
+// vlCFGValueDword: the default store, and what to do with the value.
+inline constexpr std::int64_t VL_CFG_DEFAULT_ROOT = -1;
+inline constexpr std::uint32_t VL_CFG_READ = 0;
+inline constexpr std::uint32_t VL_CFG_WRITE = 1;
+
+// A lock; its content belongs to the host library.
+struct VLCRITICALSECTION {
+  void* opaque = nullptr;
+};
+
+// Receives every line of the host's log. `text` is the formatted line as the caller wrote it, its line
+// ends included. Called on the thread that logs; must not log itself.
+using VLLOGSINK = void (*)(void* context, std::uint32_t level, const char* text);
+
+extern "C" {
+
+// ---- Files. Offsets are bytes from the start of the file. -------------------------------------------
+
+// Opens or creates a file. `access` is a union of VL_GENERIC_*, `disposition` one of VL_CREATE_* and
+// VL_OPEN_*; `share`, `security`, `attributes` and `templateFile` matter where the system has them.
+// Returns VL_INVALID_HANDLE on failure (vlOSGetLastError tells why).
+VLHOST_API VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
+                                   std::uint32_t disposition, std::uint32_t attributes, VLHANDLE templateFile);
+
+// Reads up to `count` bytes at the file position and advances it. `*done` receives the bytes read; fewer
+// than asked for only at the end of the file. Returns 1 on success (the end of the file included), else 0.
+VLHOST_API std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std::uint32_t* done);
+
+// Writes `count` bytes at the file position and advances it. `*done` receives the bytes that reached the
+// file. Returns 1 when all of them did, else 0.
+VLHOST_API std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t count,
+                                      std::uint32_t* done);
+
+// Moves the file position. Returns the new offset, or -1 when it would lie before the start.
+VLHOST_API std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin);
+
+// The file position, or -1 for a handle that is not open.
+VLHOST_API std::int64_t vlOSTell(VLHANDLE file);
+
+// The size of the file: its low half, the high half through `high` (may be null). All ones in both on
+// failure.
+VLHOST_API std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high);
+
+// Closes a file. Returns 1 on success, 0 for a handle that is not open.
+VLHOST_API std::int32_t vlOSCloseFile(VLHANDLE file);
+
+// 1 when a file (not a folder) of this name exists, else 0.
+VLHOST_API std::int32_t vlOSFileExists(const char* path);
+
+// The system's error code of this thread's last failed call of this library.
+VLHOST_API std::uint32_t vlOSGetLastError();
+
+// ---- Paths ------------------------------------------------------------------------------------------
+
+// Splits `path` into drive ("C:" or empty), directory (with its trailing separator), name and extension
+// (with its dot). Each output holds VL_MAX_PATH characters and may be null. Both separators are taken.
+// Returns 0, or VL_FAILED, all outputs empty, for a null path or one of VL_MAX_PATH characters and more.
+VLHOST_API std::uint32_t vlOSSplitPath(const char* path, char* drive, char* directory, char* name,
+                                       char* extension);
+
+// Joins the four parts (null counts as empty) into `path` of `size` characters. Adds the separator after
+// the directory and the dot before the extension where they are missing. Returns 0, or VL_FAILED with an
+// empty path when the result does not fit.
+VLHOST_API std::uint32_t vlOSMakePath(char* path, std::size_t size, const char* drive, const char* directory,
+                                      const char* name, const char* extension);
+
+// Replaces the extension of `path` (a buffer of `size` characters) by `extension` (with its dot), or adds
+// it where there is none. Returns 0, or VL_FAILED with `path` unchanged when the result does not fit.
+VLHOST_API std::uint32_t ChangeFileExtension(char* path, std::size_t size, const char* extension);
+
+// ---- Libraries --------------------------------------------------------------------------------------
+
+// Loads a shared library; null on failure. A Windows library name is translated to the system's own form:
+// on Linux "avcodec-57.dll" is looked for as "libavcodec.so.57", a name without a version as
+// "libNAME.so" and then "NAME.so". A name without a folder is looked for beside the host library first,
+// then along the system's search path. `flags` is kept for the host; 2 asks for exactly that order.
+VLHOST_API void* vlOSLoadLibrary(const char* path, std::uint32_t flags);
+
+// The address of an exported symbol, or null.
+VLHOST_API void* vlOSGetProcAddress(void* library, const char* name);
+
+// Unloads a library. Returns 1 on success, else 0.
+VLHOST_API std::int32_t vlOSFreeLibrary(void* library);
+
+// ---- Locks (recursive). An initialised lock lives until vlOSDeleteCriticalSection. ------------------
+
+VLHOST_API void vlOSInitializeCriticalSection(VLCRITICALSECTION* section);
+VLHOST_API void vlOSEnterCriticalSection(VLCRITICALSECTION* section);
+VLHOST_API void vlOSLeaveCriticalSection(VLCRITICALSECTION* section);
+// Takes the lock if it is free. Returns 1 when taken, else 0.
+VLHOST_API std::int32_t vlOSTryEnterCriticalSection(VLCRITICALSECTION* section);
+VLHOST_API void vlOSDeleteCriticalSection(VLCRITICALSECTION* section);
+
+// ---- Time -------------------------------------------------------------------------------------------
+
+// The current date and time (UTC) as two texts which, joined, read as one ISO 8601 date-time:
+// "2016-09-21" and "T08:15:30.250Z". A text that does not fit its buffer is left empty.
+VLHOST_API void vlOSGetDateTimeString(char* date, std::size_t dateSize, char* time, std::size_t timeSize);
+
+// ---- Memory -----------------------------------------------------------------------------------------
+
+VLHOST_API void vlOSCopyMemory(void* destination, const void* source, std::size_t count);
+VLHOST_API void CopyMemoryFast(void* destination, const void* source, std::size_t count);
+VLHOST_API void ZeroMemoryFast(void* destination, std::size_t count);
+
+// ---- Configuration: 32-bit values in a text store in the user's configuration folder -----------------
+// The store is "$XDG_CONFIG_HOME/vlhost/vlhost.conf" ("~/.config/..."), or the file that the environment
+// variable VLHOST_CONFIG names. A line holds KEY\NAME=VALUE, the value in decimal.
+
+// Reads (VL_CFG_READ) or sets (VL_CFG_WRITE) a value; a set value reaches the disk with vlCFGSave. `root`
+// is VL_CFG_DEFAULT_ROOT. Returns 0, or non-zero when a value to be read does not exist.
+VLHOST_API std::uint32_t vlCFGValueDword(std::int64_t root, const char* key, const char* name,
+                                         std::uint32_t* value, std::uint32_t mode);
+
+// Writes the store to disk in one step. Returns 0 or VL_FAILED. `flags` is 0.
+VLHOST_API std::uint32_t vlCFGSave(std::int64_t root, std::uint32_t flags);
+
+// ---- Logging ----------------------------------------------------------------------------------------
+
+// Sends every later line to `sink` instead of standard error; null restores standard error. The sink
+// serves all threads; lines are handed over one at a time.
+VLHOST_API void vlSetLogSink(VLLOGSINK sink, void* context);
+
+// A plain line.
+VLHOST_API void ErrOut(const char* format, ...) VLHOST_PRINTF(1, 2);
+
+// A line with a level. `status` and `detail` are kept for the host; callers here give 0.
+VLHOST_API void ErrFmtOut(std::uint32_t level, std::uint32_t status, std::uint32_t detail, const char* format,
+                          ...) VLHOST_PRINTF(4, 5);
+
+// A status word with the name of the operation that met it: "OPERATION: 0xSTATUS". `detail1` and `detail2`
+// are kept for the host; callers here give 0.
+VLHOST_API void ErrMsgOut(std::uint32_t status, const char* operation, std::uint32_t detail1,
+                          std::uint32_t detail2);
+
+// ---- Codes ------------------------------------------------------------------------------------------
+
+// 1 when the four-character code (file byte order, 'mp4a' = 0x6D703461) names compressed audio.
+VLHOST_API std::int32_t fccIsCompressedAudio(std::uint32_t fourcc);
+
+}  // extern "C"

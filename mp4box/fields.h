@@ -1,0 +1,125 @@
+// A box's payload is described once, as a walk over its fields in file order. Reading, writing and
+// printing are three visitors of that walk.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+// How a number is meant, for visitors that show it.
+enum class Mp4Number { Unsigned, Signed, FourCc, Fixed16, Fixed8, Hex };
+
+// Visits the fields of one payload, big-endian, in file order.
+//
+// A reader takes a field only if all of it fits in what is left; a field that does not fit reads as zero,
+// and so do all fields after it. There is no other failure: a payload is what its bytes give.
+class Mp4Fields {
+ public:
+  virtual ~Mp4Fields() = default;
+
+  // Whether fields are being filled (from bytes) rather than taken.
+  virtual bool reading() const = 0;
+  // Bytes not yet read; all ones when not reading.
+  virtual std::uint64_t remaining() const = 0;
+
+  template <class T>
+  void u8(const char* name, T& value) {
+    integer(name, value, 1, Mp4Number::Unsigned);
+  }
+  template <class T>
+  void u16(const char* name, T& value) {
+    integer(name, value, 2, Mp4Number::Unsigned);
+  }
+  template <class T>
+  void u24(const char* name, T& value) {
+    integer(name, value, 3, Mp4Number::Unsigned);
+  }
+  template <class T>
+  void u32(const char* name, T& value) {
+    integer(name, value, 4, Mp4Number::Unsigned);
+  }
+  template <class T>
+  void u64(const char* name, T& value) {
+    integer(name, value, 8, Mp4Number::Unsigned);
+  }
+  void i16(const char* name, std::int16_t& value) { integer(name, value, 2, Mp4Number::Signed); }
+  void i32(const char* name, std::int32_t& value) { integer(name, value, 4, Mp4Number::Signed); }
+  void i64(const char* name, std::int64_t& value) { integer(name, value, 8, Mp4Number::Signed); }
+  // Bit fields and masks.
+  template <class T>
+  void hex(const char* name, T& value, unsigned bytes) {
+    integer(name, value, bytes, Mp4Number::Hex);
+  }
+  void fourcc(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::FourCc); }
+  // 16.16 fixed point, kept as stored.
+  void fixed16(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::Fixed16); }
+  // 8.8 fixed point, kept as stored.
+  void fixed8(const char* name, std::uint16_t& value) { integer(name, value, 2, Mp4Number::Fixed8); }
+  // 64 bits when `wide`, else 32 (times and offsets that a version selects).
+  void u32or64(const char* name, std::uint64_t& value, bool wide) {
+    integer(name, value, wide ? 8 : 4, Mp4Number::Unsigned);
+  }
+
+  // `bytes.size()` bytes.
+  virtual void bytes(const char* name, std::span<std::uint8_t> bytes) = 0;
+  // `count` bytes; a reader takes what is there, at most `count`.
+  virtual void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t count) = 0;
+  // Everything that is left.
+  void rest(const char* name, std::vector<std::uint8_t>& value) {
+    blob(name, value, reading() ? remaining() : value.size());
+  }
+  // A text and its terminating zero; a reader also takes one that ends with the payload.
+  virtual void text(const char* name, std::string& value) = 0;
+  // `count` bytes that mean nothing: written as zero, skipped when read.
+  virtual void reserved(unsigned count) = 0;
+  // `count` 32-bit numbers in one go; a reader takes the whole ones that are there, at most `count`.
+  virtual void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count) = 0;
+
+  // `count` entries of at least `entryBytes` bytes each, each visited by `each(entry)`. A reader makes room
+  // for no more entries than the bytes left can hold.
+  template <class T, class Each>
+  void entries(const char* name, std::vector<T>& list, std::uint64_t count, unsigned entryBytes, Each each) {
+    if (reading()) list.resize(static_cast<std::size_t>(std::min(count, remaining() / entryBytes)));
+    for (T& entry : list) {
+      beginEntry(name);
+      each(entry);
+      endEntry();
+    }
+  }
+  virtual void beginEntry(const char* name) = 0;
+  virtual void endEntry() = 0;
+
+ protected:
+  // One number of `bytes` bytes; `value` holds its bits, right-aligned.
+  virtual void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) = 0;
+
+ private:
+  template <class T>
+  void integer(const char* name, T& value, unsigned bytes, Mp4Number kind) {
+    static_assert(std::is_integral_v<T>);
+    std::uint64_t bits = static_cast<std::make_unsigned_t<T>>(value);
+    number(name, bits, bytes, kind);
+    value = static_cast<T>(bits);
+  }
+};
+
+// A box's payload record.
+struct Mp4Payload {
+  virtual ~Mp4Payload() = default;
+  // Walks the fields in file order.
+  virtual void fields(Mp4Fields& f) = 0;
+};
+
+// The payload of a full box (ISO/IEC 14496-12, 4.2): version and flags come first.
+struct Mp4FullBox : Mp4Payload {
+  std::uint8_t version = 0;
+  std::uint32_t flags = 0;  // 24 bits
+
+  void fullBox(Mp4Fields& f) {
+    f.u8("version", version);
+    f.hex("flags", flags, 3);
+  }
+};
