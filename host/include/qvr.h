@@ -169,7 +169,7 @@ struct DFRAME {
   std::uint8_t firstByte;  // header-only request: first byte of the sample
   std::uint8_t padding[7];
   // The CEA-608 pair in bytes 0 and 1; the CEA-708 packet from byte 4.
-  std::uint8_t captions[8488];
+  std::uint8_t captions[8496];
 };
 static_assert(sizeof(DFRAME) == 8560, "the host tells descriptors by their size");
 
