@@ -43,7 +43,7 @@ struct Mp4RootState : Mp4Payload {
   std::uint64_t nextOffset = 0;  // offset of the first top-level byte not yet read
   bool ended = false;            // nothing more can be read there
   Mp4Box* at = nullptr;          // where the last look-up by offset stood
-  std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, all told
+  std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, added up
   void fields(Mp4Fields&) override {}
 };
 
@@ -91,8 +91,8 @@ bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box);
 // for a box of the top level that stands on its own; it does not get the box as a child. Returns the box,
 // owned by the caller, or null. Leaves the stream anywhere.
 //
-// Boxes may reach past their fathers. Below one root such overruns may add up to the size of the file; a box
-// that goes further, or overruns its father where there is no root, is not read.
+// Boxes may reach past their fathers. Below one root such overruns may add up to as many bytes as the file
+// has so far; a box that goes further, or overruns its father where there is no root, is not read.
 Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father);
 
 // Moves the stream behind `box`. 1: done; 0: the level ends with it; 2: its size is 0.

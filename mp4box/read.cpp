@@ -7,8 +7,11 @@
 #include <utility>
 
 #include "box.h"
-#include "boxes/handler.h"
-#include "boxes/sample_entries.h"
+#include "boxes/audio_entry.h"
+#include "boxes/hdlr.h"
+#include "boxes/text_entry.h"
+#include "boxes/timed_text_entry.h"
+#include "boxes/visual_entry.h"
 #include "bytes.h"
 #include "field_reader.h"
 
@@ -71,7 +74,7 @@ bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
 std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
   Mp4Box* media = Mp4BoxGet(nullptr, &box, true, "../../../..");
   if (!media || media->type != Mp4FourCc("mdia")) return nullptr;
-  const auto* handler = Mp4PayloadOf<mp4::Handler>(Mp4BoxChild(media, Mp4FourCc("hdlr")));
+  const auto* handler = Mp4PayloadOf<mp4::HandlerBox>(Mp4BoxChild(media, Mp4FourCc("hdlr")));
   switch (handler ? handler->handlerType : 0) {
     case Mp4FourCc("vide"):
       return std::make_unique<mp4::VisualSampleEntry>();
