@@ -93,8 +93,8 @@ class VLHOST_API CAMediaFile {
   // 11. Length of the video stream in frames.
   virtual std::uint32_t GetTotalFrames();
   // 12. The key frame nearest to `frame`; the frame itself where the question has no answer.
-  virtual std::uint32_t FindKeyFrame(std::uint32_t channelMask, std::int8_t directionMode, std::uint32_t frame,
-                                     std::int32_t direction);
+  virtual std::uint32_t FindKeyFrame(std::uint32_t channelMask, std::int8_t directionMode,
+                                     std::uint32_t frame, std::int32_t direction);
   // 13. The codecs the format can write: `stream` negative for audio, else video. Returns a four-character
   // code or VL_FAILED past the last. Each pointer may be null; `shortCode` and `name` hold 64 characters.
   virtual std::uint32_t EnumCodecs(std::int32_t stream, std::int32_t index, char* shortCode, char* name,
@@ -113,44 +113,45 @@ class VLHOST_API CAMediaFile {
   virtual std::uint32_t GetSysInfo(QVRSYSTEM* system);  // 20. copies out the main header
   virtual std::uint32_t GetActive();                    // 21. mask of the active channels
   virtual std::uint32_t SetActive(std::uint32_t mask);  // 22
-  virtual std::uint32_t WriteUnc(std::uint32_t frame, const void* data, std::uint32_t bytes);  // 23. not served
-  virtual std::uint32_t ReadUnc(std::uint32_t frame, void* data, std::uint32_t bytes);         // 24. not served
-  virtual std::uint32_t GetOverlappedResult(std::uint32_t wait);                               // 25. not served
-  virtual std::uint32_t Status();      // 26. 0 closed, 1 open for reading, 2 open for writing
-  virtual std::uint32_t GetCurFrame(); // 27. the last frame read or written, QVR_NOT_SET before
-  virtual std::uint32_t OpenCopyFileInfo(CAMediaFile* source);                        // 28. not served
-  virtual std::uint32_t Rename(const char* fileName);                                 // 29. not served
-  virtual std::uint32_t Move(const char* fileName);                                   // 30. not served
-  virtual std::uint32_t Copy(const char* fileName);                                   // 31. not served
-  virtual std::uint32_t Alias(const char* fileName);                                  // 32. not served
-  virtual std::uint32_t Delete();                                                     // 33. not served
-  virtual std::uint32_t GetItem(std::uint32_t item, void* data);                      // 34. not served
-  virtual std::uint32_t GetAudItem(std::uint32_t item, void* data);                   // 35. not served
-  virtual std::uint32_t SetItem(std::uint32_t item, const void* data);                // 36. not served
-  virtual std::uint32_t SetGraphicItem(std::uint32_t item, const void* data);         // 37. not served
-  virtual std::uint32_t SetAudioItem(std::uint32_t item, const void* data);           // 38. not served
-  virtual std::uint32_t InstanceData(void* data);                                     // 39. not served
-  virtual std::uint32_t forbid();                                                     // 40. not served
-  virtual std::uint32_t permit();                                                     // 41. not served
+  virtual std::uint32_t WriteUnc(std::uint32_t frame, const void* data,
+                                 std::uint32_t bytes);                                  // 23. not served
+  virtual std::uint32_t ReadUnc(std::uint32_t frame, void* data, std::uint32_t bytes);  // 24. not served
+  virtual std::uint32_t GetOverlappedResult(std::uint32_t wait);                        // 25. not served
+  virtual std::uint32_t Status();       // 26. 0 closed, 1 open for reading, 2 open for writing
+  virtual std::uint32_t GetCurFrame();  // 27. the last frame read or written, QVR_NOT_SET before
+  virtual std::uint32_t OpenCopyFileInfo(CAMediaFile* source);                 // 28. not served
+  virtual std::uint32_t Rename(const char* fileName);                          // 29. not served
+  virtual std::uint32_t Move(const char* fileName);                            // 30. not served
+  virtual std::uint32_t Copy(const char* fileName);                            // 31. not served
+  virtual std::uint32_t Alias(const char* fileName);                           // 32. not served
+  virtual std::uint32_t Delete();                                              // 33. not served
+  virtual std::uint32_t GetItem(std::uint32_t item, void* data);               // 34. not served
+  virtual std::uint32_t GetAudItem(std::uint32_t item, void* data);            // 35. not served
+  virtual std::uint32_t SetItem(std::uint32_t item, const void* data);         // 36. not served
+  virtual std::uint32_t SetGraphicItem(std::uint32_t item, const void* data);  // 37. not served
+  virtual std::uint32_t SetAudioItem(std::uint32_t item, const void* data);    // 38. not served
+  virtual std::uint32_t InstanceData(void* data);                              // 39. not served
+  virtual std::uint32_t forbid();                                              // 40. not served
+  virtual std::uint32_t permit();                                              // 41. not served
   // 42. The command channel: MFX_OPEN calls Open, MFX_CLOSE calls Close; others are not served.
   virtual std::uint32_t MFXCmd(std::uint32_t command, void* argument);
-  virtual std::uint32_t GetPreferredAudType();                                        // 43. not served
-  virtual std::uint32_t SepAudOpen(const char* fileName);                             // 44. not served
-  virtual std::uint32_t SepAudRead(std::uint32_t frame, DFRAME* descriptor);          // 45. not served
-  virtual std::uint32_t SepAudWrite(std::uint32_t frame, DFRAME* descriptor);         // 46. not served
-  virtual std::uint32_t SepAudClose();                                                // 47. not served
-  virtual std::uint32_t ccOpenFile(const char* fileName);                             // 48. not served
-  virtual std::uint32_t ccCreateFile(const char* fileName);                           // 49. not served
-  virtual std::uint32_t ccReadFile(std::uint32_t frame, DFRAME* descriptor);          // 50. not served
-  virtual std::uint32_t ccWriteFile(std::uint32_t frame, const DFRAME* descriptor);   // 51. not served
-  virtual std::uint32_t ccCloseFile();                                                // 52. not served
-  virtual std::uint32_t ccPluginCanWriteCC();                                         // 53. not served
-  virtual std::uint32_t tcOpenFile(const char* fileName);                             // 54. not served
-  virtual std::uint32_t tcCreateFile(const char* fileName);                           // 55. not served
-  virtual std::uint32_t tcReadFile(std::uint32_t frame, DFRAME* descriptor);          // 56. not served
-  virtual std::uint32_t tcWriteFile(std::uint32_t frame, const DFRAME* descriptor);   // 57. not served
-  virtual std::uint32_t tcCloseFile();                                                // 58. not served
-  virtual std::uint32_t __Dump();                                                     // 59. not served
+  virtual std::uint32_t GetPreferredAudType();                                       // 43. not served
+  virtual std::uint32_t SepAudOpen(const char* fileName);                            // 44. not served
+  virtual std::uint32_t SepAudRead(std::uint32_t frame, DFRAME* descriptor);         // 45. not served
+  virtual std::uint32_t SepAudWrite(std::uint32_t frame, DFRAME* descriptor);        // 46. not served
+  virtual std::uint32_t SepAudClose();                                               // 47. not served
+  virtual std::uint32_t ccOpenFile(const char* fileName);                            // 48. not served
+  virtual std::uint32_t ccCreateFile(const char* fileName);                          // 49. not served
+  virtual std::uint32_t ccReadFile(std::uint32_t frame, DFRAME* descriptor);         // 50. not served
+  virtual std::uint32_t ccWriteFile(std::uint32_t frame, const DFRAME* descriptor);  // 51. not served
+  virtual std::uint32_t ccCloseFile();                                               // 52. not served
+  virtual std::uint32_t ccPluginCanWriteCC();                                        // 53. not served
+  virtual std::uint32_t tcOpenFile(const char* fileName);                            // 54. not served
+  virtual std::uint32_t tcCreateFile(const char* fileName);                          // 55. not served
+  virtual std::uint32_t tcReadFile(std::uint32_t frame, DFRAME* descriptor);         // 56. not served
+  virtual std::uint32_t tcWriteFile(std::uint32_t frame, const DFRAME* descriptor);  // 57. not served
+  virtual std::uint32_t tcCloseFile();                                               // 58. not served
+  virtual std::uint32_t __Dump();                                                    // 59. not served
   virtual std::uint32_t reserved60();  // 60 to 82: reserved, not served
   virtual std::uint32_t reserved61();
   virtual std::uint32_t reserved62();
@@ -177,8 +178,8 @@ class VLHOST_API CAMediaFile {
 
  protected:
   // Notes the arguments of an open; the object counts as open from here until m_setClose. What is known of
-  // the streams of an earlier open is dropped: holders, channels, current frame. Returns 0, or VL_FAILED for a
-  // null or empty name or one that does not fit; nothing is noted then.
+  // the streams of an earlier open is dropped: holders, channels, current frame. Returns 0, or VL_FAILED for
+  // a null or empty name or one that does not fit; nothing is noted then.
   std::uint32_t m_setOpen(const char* fileName, std::uint32_t access, std::uint32_t share, void* security,
                           std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags);
   // Notes that the file is closed. All else stays readable, so that closing can still finish the file.
@@ -189,7 +190,7 @@ class VLHOST_API CAMediaFile {
   std::uint32_t m_GetOpenFlags() const;
   std::uint32_t m_GetFileType() const;
   void m_SetFileType(std::uint32_t fileType);
-  VLHANDLE m_GetHandle() const;  // the file that the plug-in noted in m_handle
+  VLHANDLE m_GetHandle() const;         // the file that the plug-in noted in m_handle
   std::uint32_t m_GetfccCodec() const;  // the video description's compression code
   // A new stream holder, zeroed, owned by this object until it is opened again or destroyed; null when memory
   // is short or 65 (one video, 64 audio) are out.
@@ -220,8 +221,8 @@ class VLHOST_API CAMediaFile {
 
   VLHANDLE m_handle = VL_NO_HANDLE;
   std::uint32_t m_fileType = 0;
-  std::uint32_t m_audioMask = 0;       // one bit an audio channel of the file
-  std::uint32_t m_videoChannels = 0;   // 0 or 1
+  std::uint32_t m_audioMask = 0;      // one bit an audio channel of the file
+  std::uint32_t m_videoChannels = 0;  // 0 or 1
   std::uint32_t m_activeMask = 0xFFFFFFFFu;
   std::uint32_t m_currentFrame = QVR_NOT_SET;
   std::uint32_t m_ioAlignment = 4096;  // bytes; video buffers are rounded up to it

@@ -20,9 +20,9 @@ inline constexpr std::uint32_t QVR_CAPTIONS_608 = 1;
 inline constexpr std::uint32_t QVR_CAPTIONS_708 = 2;
 
 // DFRAME::flags.
-inline constexpr std::uint32_t DFRAME_NOT_KEY = 0x80000000u;    // a frame that needs others to be decoded
-inline constexpr std::uint32_t DFRAME_KEY = 0x10000000u;        // a key frame
-inline constexpr std::uint32_t DFRAME_REPEATED = 0x00008000u;   // cleared by every read
+inline constexpr std::uint32_t DFRAME_NOT_KEY = 0x80000000u;   // a frame that needs others to be decoded
+inline constexpr std::uint32_t DFRAME_KEY = 0x10000000u;       // a key frame
+inline constexpr std::uint32_t DFRAME_REPEATED = 0x00008000u;  // cleared by every read
 // DFRAME::captionFlags.
 inline constexpr std::uint32_t DFRAME_CAPTION_608 = 0x0100u;
 inline constexpr std::uint32_t DFRAME_CAPTION_708 = 0x1000u;

@@ -81,8 +81,9 @@ extern "C" {
 // Returns VL_INVALID_HANDLE on failure (vlOSGetLastError tells why).
 //
 // Threads may share a handle: each call on it is one step, position included.
-VLHOST_API VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
-                                   std::uint32_t disposition, std::uint32_t attributes, VLHANDLE templateFile);
+VLHOST_API VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share,
+                                   void* security, std::uint32_t disposition, std::uint32_t attributes,
+                                   VLHANDLE templateFile);
 
 // Reads up to `count` bytes at the file position and advances it. `*done` (may be null) receives the bytes
 // read; fewer than asked for only at the end of the file or on failure. Returns 1 on success (the end of the
