@@ -249,6 +249,16 @@ TEST_F(File, WriteThatIsCutShortTellsHowFarItCame) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
+TEST_F(File, FullDeviceTakesNothing) {
+  const VLHANDLE file = openFile("/dev/full", kReadWrite, VL_OPEN_EXISTING);
+  std::uint32_t done = 7;
+  EXPECT_EQ(vlOSWriteFile(file, "x", 1, &done), 0);
+  EXPECT_EQ(done, 0u);
+  EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(ENOSPC));
+  EXPECT_EQ(vlOSTell(file), 0);
+  EXPECT_EQ(vlOSCloseFile(file), 1);
+}
+
 TEST_F(File, HandlesThatAreNotOpenFailEverywhere) {
   const VLHANDLE closed = openFile(m_path, kReadWrite, VL_CREATE_ALWAYS);
   EXPECT_EQ(vlOSCloseFile(closed), 1);

@@ -41,7 +41,7 @@ bool isNativeName(std::string_view name) {
   if (suffix == std::string_view::npos) return false;
   const std::string_view version = name.substr(suffix + 3);
   return version.empty() || (version.size() > 1 && version[0] == '.' &&
-                             version.find_first_not_of("0123456789.") == version.npos);
+                             version.find_first_not_of("0123456789.") == std::string_view::npos);
 }
 
 std::string_view withoutDllEnding(std::string_view name) {
