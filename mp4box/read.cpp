@@ -181,9 +181,9 @@ bool Mp4ReadMediaData(Mp4Stream& stream, Mp4Box& box) {
   if (box.type != Mp4FourCc("free") || !IsUnderRoot(box)) return true;
   // Padding may hide a movie box, whose first child then stands where the padding's content starts.
   std::array<std::uint8_t, 44> start{};
-  const std::int64_t peeked = stream.peek(start.data(), start.size());
+  stream.peek(start.data(), start.size());
   const unsigned header = Mp4BoxHeaderSize(box);
-  if (peeked < header + 8 || box.size < header + 8) return true;
+  if (box.size < header + 8) return true;
   const std::uint32_t inner = Mp4LoadU32(&start[header + 4]);
   if (inner != Mp4FourCc("cmov") && inner != Mp4FourCc("mvhd")) return true;
   box.type = Mp4FourCc("foov");

@@ -123,27 +123,27 @@ TEST(WriteBox, SizeOfFourGibibytesAndMoreIsCutTo32Bits) {
   EXPECT_EQ(out.bytes, box("mdat"));
 }
 
-// Fails every write from the given one on.
+// Fails the first `failures` writes.
 class FailingOutput : public Mp4MemoryOutput {
  public:
-  explicit FailingOutput(int good) : good_(good) {}
+  explicit FailingOutput(int failures) : failures_(failures) {}
   bool write(const void* bytes, std::uint32_t count) override {
-    return good_-- > 0 && Mp4MemoryOutput::write(bytes, count);
+    return failures_-- <= 0 && Mp4MemoryOutput::write(bytes, count);
   }
 
  private:
-  int good_;
+  int failures_;
 };
 
 TEST(WriteBox, TypeIsSkippedWhenThePlaceholderFails) {
-  FailingOutput out(0);
+  FailingOutput out(1);
   Mp4BoxMark mark;
   Mp4BoxBegin(out, mark, Mp4FourCc("moof"));
   EXPECT_TRUE(out.bytes.empty());
 }
 
 TEST(WriteNumbers, FailureIsTheResult) {
-  FailingOutput out(0);
+  FailingOutput out(6);
   EXPECT_FALSE(Mp4WriteBytes(out, "moof", 4));
   EXPECT_FALSE(Mp4WriteU8(out, 1));
   EXPECT_FALSE(Mp4WriteU16(out, 1));

@@ -96,8 +96,8 @@ TEST_F(Path, MalformedPathsFindNothing) {
 
 TEST_F(Path, HugeIndicesFindNothingAndReadNothing) {
   file_.stream.reads = 0;
-  for (const char* path : {"moof[4294967296]", "moof[18446744073709551616]", "[4294967295]", "[4294967296]",
-                           "moof[99999999999999999999999999999999999999999]"})
+  for (const char* path : {"moof[4294967296]", "moof[18446744073709551616]", "moov[4294967296]",
+                           "[4294967295]", "[4294967296]", "moof[99999999999999999999999999999999999999999]"})
     EXPECT_EQ(get(path), nullptr) << path;
   EXPECT_EQ(file_.stream.reads, 0);
 }

@@ -202,7 +202,7 @@ TEST(BoxHeader, PassesOnASizeOfZero) {
   EXPECT_TRUE(zero.read);
   EXPECT_EQ(zero.box.size, 0u);
   // So does one whose 64-bit size is not all there.
-  const Header cut = headerOf(boxOfSize(1, "mdat", {zeros(7)}));
+  const Header cut = headerOf(boxOfSize(1, "mdat", {u32(0), u24(1)}));
   EXPECT_TRUE(cut.read);
   EXPECT_EQ(cut.box.size, 0u);
 }
@@ -553,6 +553,12 @@ TEST(Hostile, LeafThatClaimsFourGibibytesIsNotReadFor) {
   TreeFile file(join({ftypBox(), boxOfSize(0xFFFFFFFF, "sidx", {zeros(100)})}));
   const Mp4BoxPtr root = file.root();
   EXPECT_EQ(childrenOf(*root), "ftyp");
+  EXPECT_EQ(file.stream.largestRead, 32);
+}
+
+TEST(Hostile, LeafThatClaimsOneByteMoreThanTheFileIsNotReadFor) {
+  TreeFile file(join({ftypBox(), boxOfSize(109, "sidx", {zeros(100)})}));
+  EXPECT_EQ(childrenOf(*file.root()), "ftyp");
   EXPECT_EQ(file.stream.largestRead, 32);
 }
 
