@@ -6,6 +6,7 @@
 #include "codecutil.h"
 #include "fmp4_object.h"
 #include "fourcc.h"
+#include "guard.h"
 #include "qvrutil.h"
 #include "seek.h"
 
@@ -59,12 +60,13 @@ std::uint32_t CMFFmp4::FindKeyFrame(std::uint32_t channelMask, std::int8_t direc
                                     std::int32_t direction) {
   const bool video = findChannel(channelMask) == 0 && m_index && hasVideo();
   if (directionMode != kVideoDirectionMode || !video) return frame;
-  if (direction == kForward) {
-    const std::uint32_t found = FindKeyFrameForward(*m_index, frame, m_videoCursor);
-    return found == kNoKeyFrame ? frame : std::max(found, frame);
-  }
-  const std::uint32_t found = FindKeyFrameBackward(*m_index, frame, m_videoCursor);
-  return found == kNoKeyFrame ? frame : std::min(found, frame);
+  const bool forward = direction == kForward;
+  const std::uint32_t found = guarded(kNoKeyFrame, [&] {
+    return forward ? FindKeyFrameForward(*m_index, frame, m_videoCursor)
+                   : FindKeyFrameBackward(*m_index, frame, m_videoCursor);
+  });
+  if (found == kNoKeyFrame) return frame;
+  return forward ? std::max(found, frame) : std::min(found, frame);
 }
 
 std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char* shortCode, char* name,

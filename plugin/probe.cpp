@@ -5,6 +5,7 @@
 #include <string>
 
 #include "box.h"
+#include "guard.h"
 #include "manifest_document.h"
 #include "messages.h"
 #include "stream.h"
@@ -63,13 +64,17 @@ std::uint32_t probeBoxFile(const char* fileName) {
   return VL_OK;
 }
 
-}  // namespace
-
-std::uint32_t ProbeFile(const char* fileName, std::uint32_t flags) {
-  if (!fileName || !*fileName || (flags & kProbeNameOnly)) return VL_OK;
+std::uint32_t probeByExtension(const char* fileName) {
   const std::string extension = lowerCaseExtension(fileName);
   for (const char* accepted : {".ismv", ".isma", ".mpd", ".ism", ".ismc"}) {
     if (extension == accepted) return VL_OK;
   }
   return extension == ".xml" ? probeManifest(fileName) : probeBoxFile(fileName);
+}
+
+}  // namespace
+
+std::uint32_t ProbeFile(const char* fileName, std::uint32_t flags) {
+  if (!fileName || !*fileName || (flags & kProbeNameOnly)) return VL_OK;
+  return guarded(VL_FAILED, [fileName] { return probeByExtension(fileName); });
 }

@@ -1,5 +1,6 @@
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <new>
 #include <string>
@@ -26,7 +27,9 @@ void deliver(std::uint32_t level, const char* text) {
   if (log.sink != nullptr) {
     log.sink(log.context, level, text);
   } else {
-    std::fputs(text, stderr);
+    // Plain lines come without a line end of their own.
+    const std::size_t length = std::strlen(text);
+    std::fprintf(stderr, "%s%s", text, length != 0 && text[length - 1] == '\n' ? "" : "\n");
   }
 }
 
