@@ -1,13 +1,17 @@
-// The text sample description of QuickTime, used by "text" tracks.
+// The sample entry of "text" tracks: the text sample description of QuickTime, or, as some writers of MP4
+// files have it, a timed-text sample entry.
 #pragma once
 
 #include <array>
+#include <optional>
 
-#include "fields.h"
+#include "boxes/timed_text_entry.h"
+#include "fourcc.h"
 
 namespace mp4 {
 
 struct TextSampleEntry : Mp4Payload {
+  std::optional<TimedTextSampleEntry> timedText;  // held: it stands for all of the following
   std::uint16_t dataReferenceIndex = 0;
   std::uint32_t displayFlags = 0;
   std::int32_t textJustification = 0;
@@ -19,6 +23,9 @@ struct TextSampleEntry : Mp4Payload {
   std::string fontName;                               // its length is stored ahead of it
 
   void fields(Mp4Fields& f) override {
+    // The font table is the first child box of a timed-text sample entry.
+    if (f.reading() && f.aheadU32(TimedTextSampleEntry::kBytes + 4) == Mp4FourCc("ftab")) timedText.emplace();
+    if (timedText) return timedText->fields(f);
     f.reserved(6);
     f.u16("data_reference_index", dataReferenceIndex);
     f.hex("display_flags", displayFlags, 4);

@@ -9,6 +9,8 @@
 namespace mp4 {
 
 struct TimedTextSampleEntry : Mp4Payload {
+  static constexpr unsigned kBytes = 38;  // up to the child boxes
+
   std::uint16_t dataReferenceIndex = 0;
   std::uint32_t displayFlags = 0;
   std::uint8_t horizontalJustification = 0;
