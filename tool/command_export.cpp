@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "annexb.h"
-#include "bytes.h"
+#include "codec_configuration.h"
 #include "commands.h"
 #include "frame_selection.h"
 #include "plugin_host.h"
@@ -60,10 +60,8 @@ class OutputFile {
 
 AnnexB annexBOf(CAMediaFile& file, const std::string& name) {
   const auto video = std::make_unique<QVRVIDEO>();
-  file.GetFileInfo(1, nullptr, video.get(), nullptr, nullptr);
-  const std::span<const std::uint8_t> room = video->colourTable;
-  const std::uint32_t size = Mp4LoadU32(room.data());
-  auto annexB = AnnexB::fromConfiguration(room.first(size <= room.size() ? size : 0));
+  file.GetFileInfo(kVideoChannel, nullptr, video.get(), nullptr, nullptr);
+  auto annexB = AnnexB::fromConfiguration(codecConfiguration(*video));
   if (!annexB)
     throw ToolError("'" + name +
                     "' has no sound H.264 or HEVC configuration, without which its video cannot be decoded; "

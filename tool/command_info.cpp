@@ -5,7 +5,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "bytes.h"
+#include "codec_configuration.h"
 #include "commands.h"
 #include "plugin_host.h"
 #include "text.h"
@@ -14,7 +14,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::uint32_t kVideoChannel = 1;
 // A channel mask has 32 bits and an audio stream takes the place of a pair of channels.
 constexpr std::uint32_t kMaximumAudioStreams = 16;
 
@@ -30,12 +29,6 @@ std::string videoCodecText(std::uint32_t handler) {
   return text;
 }
 
-// The size of the configuration box behind the bitmap header, 0 when there is none that fits there.
-std::uint32_t codecConfigurationBytes(const QVRVIDEO& video) {
-  const std::uint32_t size = Mp4LoadU32(video.colourTable);
-  return size <= sizeof video.colourTable ? size : 0;
-}
-
 Json describeVideo(const QVRVIDEO& video) {
   return {{"codec", videoCodecText(video.stream.handler)},
           {"width", video.bitmap.width},
@@ -43,7 +36,7 @@ Json describeVideo(const QVRVIDEO& video) {
           {"rate", video.stream.rate},
           {"scale", video.stream.scale},
           {"frames", video.stream.length},
-          {"codecConfigurationBytes", codecConfigurationBytes(video)}};
+          {"codecConfigurationBytes", codecConfiguration(video).size()}};
 }
 
 Json describeAudio(const QVRAUDIO& audio) {

@@ -1,6 +1,7 @@
 #include "plugin_host.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "commands.h"
@@ -37,15 +38,42 @@ std::string shellQuoted(const std::string& text) {
   return quoted + "'";
 }
 
+bool exists(const std::string& file) {
+  return vlOSFileExists(file.c_str()) != 0;
+}
+
+std::string missing(const std::string& file) {
+  return "'" + file + "' does not exist; check the name";
+}
+
 // The reason why the plug-in refuses a file, and the way out.
 std::string refusal(const std::string& file) {
-  if (vlOSFileExists(file.c_str()) == 0) return "'" + file + "' does not exist; check the name";
+  if (!exists(file)) return missing(file);
   if (endsWithIgnoringCase(file, ".xml"))
     return "'" + file + "' is not a DASH manifest: its root element is not MPD; give the media file itself";
   return "'" + file +
          "' is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being "
          "encoded again by\n  ffmpeg -i " +
          shellQuoted(file) + " -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4";
+}
+
+// The likely reason why a file that was not refused does not open, and the way out.
+std::string openFailure(const std::string& file) {
+  if (!exists(file)) return missing(file);
+  const std::string subject = "'" + file + "' could not be opened: ";
+  if (file.find(".ism") != std::string::npos)
+    return subject +
+           "the media of Smooth Streaming names are found through a DASH manifest (.mpd or .xml) of the same "
+           "name beside it; without one, give the media file a name that ends in .mp4";
+  constexpr std::array kinds = {".mp4", ".m4v", ".m4a", ".mpd", ".xml"};
+  if (std::none_of(kinds.begin(), kinds.end(),
+                   [&](const char* kind) { return file.find(kind) != std::string::npos; }))
+    return subject +
+           "the plug-in tells files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or .xml, "
+           "in lower case";
+  return subject +
+         "the host's log says why (run without --quiet to see it), and 'fmp4 boxes' shows what the file "
+         "holds";
 }
 
 }  // namespace
@@ -97,9 +125,6 @@ MediaFile Plugin::open(const std::string& file) const {
     request.openFlags = MF_OPEN_AUDIO_ONLY;
   // The plug-in's class has the host's base class as its only base, at its start.
   auto* const object = reinterpret_cast<CAMediaFile*>(mediaFile_(nullptr, MFX_OPEN, &request));
-  if (object == nullptr)
-    throw ToolError("'" + file +
-                    "' could not be opened; the log above says why (run without --quiet to see it), and "
-                    "'fmp4 boxes' shows what the file holds");
+  if (object == nullptr) throw ToolError(openFailure(file));
   return MediaFile(object, MediaFileCloser{mediaFile_});
 }

@@ -33,6 +33,9 @@ struct MediaFileCloser {
 };
 using MediaFile = std::unique_ptr<CAMediaFile, MediaFileCloser>;
 
+// The channel mask of the video stream.
+inline constexpr std::uint32_t kVideoChannel = 1;
+
 // A loaded plug-in. It stays loaded until the program ends, as in the host: its texts and the files of
 // accepted probes outlive this object.
 class Plugin {

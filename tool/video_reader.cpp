@@ -4,11 +4,8 @@
 #include <utility>
 
 #include "commands.h"
+#include "plugin_host.h"
 #include "text.h"
-
-namespace {
-constexpr std::uint32_t kVideoChannel = 1;  // channel mask
-}
 
 VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (file_.VidChan() == 0)

@@ -150,4 +150,40 @@ TEST(Info, XmlThatIsNoManifestIsRefused) {
                             "itself\n");
 }
 
+// Fails to open `file`; returns the reason.
+std::string openFailure(const std::string& file) {
+  const RunResult result = fmp4({"--quiet", "info", file});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "");
+  return result.err;
+}
+
+TEST(Info, NameThatTheProbeTakesUnseenMustExist) {
+  EXPECT_EQ(openFailure("missing.mpd"), "fmp4: 'missing.mpd' does not exist; check the name\n");
+}
+
+TEST(Info, NameWithoutItsMediaIsExplained) {
+  const TempFolder folder;
+  const std::string smooth = folder.file("clip.ismv"), upper = folder.file("CLIP.MP4"),
+                    manifest = folder.file("alone.mpd");
+  makeMedia(folder.file("clip.mp4"), pictureInput(0.2) + h264Codec() + fragmented());
+  std::filesystem::rename(folder.file("clip.mp4"), upper);
+  std::filesystem::copy_file(upper, smooth);
+  writeFile(manifest, {'<', 'M', 'P', 'D', '/', '>'});
+  EXPECT_EQ(
+      openFailure(smooth),
+      "fmp4: '" + smooth +
+          "' could not be opened: the media of Smooth Streaming names are found through a DASH manifest "
+          "(.mpd or .xml) of the same name beside it; without one, give the media file a name that ends "
+          "in .mp4\n");
+  EXPECT_EQ(openFailure(upper),
+            "fmp4: '" + upper +
+                "' could not be opened: the plug-in tells files by their names; give it one "
+                "that ends in .mp4, .m4v, .m4a, .mpd or .xml, in lower case\n");
+  EXPECT_EQ(openFailure(manifest),
+            "fmp4: '" + manifest +
+                "' could not be opened: the host's log says why (run without --quiet to see it), and 'fmp4 "
+                "boxes' shows what the file holds\n");
+}
+
 }  // namespace
