@@ -25,7 +25,9 @@ class TrackRunBox : public Mp4FullBox {
     std::int64_t compositionOffset = 0;  // ticks, 32 bits: unsigned in version 0, signed in version 1
   };
 
-  std::uint32_t sampleCount = 0;       // a run without per-sample values may count any number
+  // To be set directly only in a run without per-sample values, which may count any number of samples;
+  // otherwise the operations below keep it.
+  std::uint32_t sampleCount = 0;
   std::int32_t dataOffset = 0;         // bytes from the base of the track fragment; only when flagged
   std::uint32_t firstSampleFlags = 0;  // only when flagged
 
