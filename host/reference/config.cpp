@@ -149,7 +149,9 @@ std::uint32_t save(const std::string& path) {
   Values& values = unsaved().byStore[path];
   if (values.empty()) return VL_OK;
   const std::optional<std::string> store = readStore(path);
-  if (!store || !vlhost::replaceFile(path, merge(*store, values))) return VL_FAILED;
+  if (!store || !vlhost::makeFolders(path)) return VL_FAILED;
+  const std::string merged = merge(*store, values);
+  if (!vlOSReplaceFile(path.c_str(), merged.data(), merged.size())) return VL_FAILED;
   values.clear();
   return VL_OK;
 }

@@ -12,9 +12,8 @@ void setLastError(std::uint32_t error);
 // Where the configuration store lies; empty when the system names no place for it.
 std::string storePath();
 
-// Replaces the file `path` by one that holds `text`, or makes it, folders included. Readers, and a machine
-// that loses power, find either the old content or the new one. False on failure (vlOSGetLastError tells
-// why); the old content then stays.
-bool replaceFile(const std::string& path, const std::string& text);
+// Makes the folders that lead to the file `path`, for this user alone, where they are missing. False on
+// failure (vlOSGetLastError tells why).
+bool makeFolders(const std::string& path);
 
 }  // namespace vlhost

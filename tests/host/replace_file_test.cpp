@@ -1,0 +1,100 @@
+// Bytes that must last: waiting for the disk, and replacing a file in one step.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+#include "support/temp_folder.h"
+#include "vlutil.h"
+
+namespace {
+
+std::string contentOf(const std::string& path) {
+  const auto bytes = readFile(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+std::int32_t replace(const std::string& path, const std::string& content) {
+  return vlOSReplaceFile(path.c_str(), content.data(), content.size());
+}
+
+std::size_t filesIn(const TempFolder& folder) {
+  using Iterator = std::filesystem::directory_iterator;
+  return static_cast<std::size_t>(std::distance(Iterator(folder.path()), Iterator()));
+}
+
+TEST(FlushFile, TakesOpenFilesAndNoOthers) {
+  const TempFolder folder;
+  const VLHANDLE file = vlOSCreateFile(folder.file("data.bin").c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE,
+                                       VL_SHARE_READ_WRITE, nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
+  ASSERT_EQ(vlOSWriteFile(file, "abc", 3, nullptr), 1);
+  EXPECT_EQ(vlOSFlushFile(file), 1);
+  EXPECT_EQ(vlOSTell(file), 3);
+  EXPECT_EQ(vlOSCloseFile(file), 1);
+  EXPECT_EQ(vlOSFlushFile(file), 0);
+  EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(EBADF));
+  EXPECT_EQ(vlOSFlushFile(VL_INVALID_HANDLE), 0);
+}
+
+TEST(ReplaceFile, MakesAFileAndReplacesItLeavingNothingElse) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  EXPECT_EQ(replace(path, "first"), 1);
+  EXPECT_EQ(contentOf(path), "first");
+  EXPECT_EQ(replace(path, "2nd"), 1);
+  EXPECT_EQ(contentOf(path), "2nd");
+  EXPECT_EQ(replace(path, ""), 1);
+  EXPECT_EQ(contentOf(path), "");
+  EXPECT_EQ(filesIn(folder), 1u);
+}
+
+TEST(ReplaceFile, GivesANewFileThePermissionsOfAnyNewFileAndKeepsThoseOfAnOldOne) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  const mode_t mask = umask(022);
+  EXPECT_EQ(replace(path, "first"), 1);
+  umask(mask);
+  struct stat status = {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0644u);
+  ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+  EXPECT_EQ(replace(path, "second"), 1);
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0640u);
+}
+
+TEST(ReplaceFile, LeavesAReaderWithTheContentItHasOpened) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  writeFile(path, {'o', 'l', 'd'});
+  std::ifstream reader(path);
+  EXPECT_EQ(replace(path, "newer"), 1);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old");
+}
+
+TEST(ReplaceFile, KeepsALinkALink) {
+  const TempFolder folder;
+  writeFile(folder.file("real.txt"), {'o'});
+  std::filesystem::create_symlink("real.txt", folder.file("link.txt"));
+  EXPECT_EQ(replace(folder.file("link.txt"), "new"), 1);
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.txt")));
+  EXPECT_EQ(contentOf(folder.file("real.txt")), "new");
+}
+
+TEST(ReplaceFile, FailsWithoutAFolderAndKeepsWhatIsThere) {
+  const TempFolder folder;
+  EXPECT_EQ(replace(folder.file("missing/list.txt"), "x"), 0);
+  EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(ENOENT));
+  EXPECT_EQ(vlOSReplaceFile(nullptr, "x", 1), 0);
+  EXPECT_EQ(vlOSReplaceFile(folder.file("list.txt").c_str(), nullptr, 1), 0);
+  EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(EINVAL));
+  std::filesystem::create_directory(folder.file("taken"));
+  EXPECT_EQ(replace(folder.file("taken"), "x"), 0);
+  EXPECT_TRUE(std::filesystem::is_directory(folder.file("taken")));
+  EXPECT_EQ(filesIn(folder), 1u) << "nothing half made is left";
+}
+
+}  // namespace
