@@ -1,11 +1,18 @@
-// Closing a source.
+// Closing a source or a recording.
 #include "fmp4_object.h"
+#include "guard.h"
 #include "qvrutil.h"
 
 std::uint32_t CMFFmp4::Close() {
   qvrInfoDelete(this);
   m_setClose();
+  const bool whole = guarded(false, [this] { return finishRecording(); });
   m_companion.reset();
+  m_videoRecording.reset();
+  m_audioRecording.reset();
+  m_manifest.reset();
+  m_videoPath.clear();
+  m_audioHolders = {};
   m_companionState = {};
   m_videoCursor = {};
   m_videoState = {};
@@ -21,5 +28,17 @@ std::uint32_t CMFFmp4::Close() {
   m_videoChannels = 0;
   m_nominalRate = kDefaultFrameRate;
   resetDescription();
-  return VL_OK;
+  return whole ? VL_OK : VL_FAILED;
+}
+
+// The sound first, whose last segment the manifest is still to list when the video saves it.
+bool CMFFmp4::finishRecording() {
+  bool whole = true;
+  if (m_companion) {
+    if (m_companion->m_audioRecording) m_companion->m_audioRecording->LeaveSavingToOthers();
+    whole = m_companion->Close() == VL_OK;
+  }
+  if (m_videoRecording) whole = m_videoRecording->Finish() && whole;
+  if (m_audioRecording) whole = m_audioRecording->Finish() && whole;
+  return whole;
 }

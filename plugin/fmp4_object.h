@@ -6,13 +6,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "audio_recording.h"
 #include "box.h"
 #include "caption_reader.h"
 #include "fragment_index.h"
 #include "manifest_reader.h"
 #include "mediafile.h"
+#include "mpd_writer.h"
 #include "track_cursor.h"
+#include "video_recording.h"
 
 // The file-type code of the format record, which the object and its descriptions report too.
 inline constexpr std::uint32_t kFileTypeCode = 147;
@@ -33,7 +37,13 @@ class CMFFmp4 : public CAMediaFile {
   // The audio description is that of the file that serves the sound.
   std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video, QVRAUDIO* audio,
                             QVRINFO* info) override;
+  // Says what a recording is to hold; the first sample fixes it.
+  std::uint32_t SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
+                            const QVRAUDIO* audio, const QVRINFO* info) override;
   std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
+  // Adds one frame, or one coded frame of sound, to a recording. They are taken in the order of the calls.
+  std::uint32_t Write(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask, std::uint32_t mode,
+                      DFRAME* descriptor, void* extra) override;
   std::uint32_t Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask, std::uint32_t mode,
                      DFRAME* descriptor, void* extra) override;
   // 1, whatever is asked.
@@ -68,6 +78,7 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t openRead();
   std::uint32_t openSource(const char* path, bool readAll);
   std::uint32_t describeTracks(const std::optional<Manifest>& manifest);
+  std::unique_ptr<CMFFmp4> openAudioFile(const std::string& path) const;
   void openCompanion(const std::string& path);
   std::uint32_t positionReaders();
 
@@ -95,6 +106,28 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t deliverCc708(DFRAME& descriptor);
   void takeCc708Sample(DFRAME& descriptor);
 
+  // open_write.cpp
+  std::uint32_t openWrite();
+
+  // set_file_info.cpp
+  void takeInformation(const QVRINFO& info);
+  std::uint32_t takeVideo();
+  void takeVideoSizes();
+  std::uint32_t takeAudio(std::uint32_t channelMask);
+  void addAudioHolder(std::uint32_t pair);
+  void describeToCompanion();
+
+  // write.cpp
+  std::uint32_t writeVideo(std::uint32_t frame, std::uint32_t channelMask, const DFRAME* descriptor);
+  std::uint32_t writeAudio(std::uint32_t channelMask, const DFRAME* descriptor);
+  std::uint32_t startVideoRecording();
+  std::uint32_t startAudioRecording();
+  VideoSettings videoSettings() const;
+  SoundSettings soundSettings() const;
+
+  // close.cpp
+  bool finishRecording();
+
   bool hasVideo() const { return m_tracks[kVideoTrack].present(); }
 
   // Nominal frame rate of the source, as its tracks give it; the description's rate is snapped from it.
@@ -111,6 +144,15 @@ class CMFFmp4 : public CAMediaFile {
   Cc608Reader m_cc608;
   std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame that m_cc608 was last positioned for
   TrackCursor m_cc708Cursor;
-  std::unique_ptr<CMFFmp4> m_companion;  // reads the sound that stands in a file of its own
+  std::unique_ptr<CMFFmp4> m_companion;  // reads or writes the sound that stands in a file of its own
   ChannelState m_companionState;
+
+  std::string m_videoPath;  // the video file that is read or written
+  std::unique_ptr<MpdWriter> m_manifest;
+  std::unique_ptr<VideoRecording> m_videoRecording;
+  std::unique_ptr<AudioRecording> m_audioRecording;
+  std::array<QVRSTREAM*, 4> m_audioHolders = {};  // by channel pair
+  // Of a companion's recording: the owner's geometry, and its manifest (null: none).
+  std::optional<SegmentGeometry> m_ownersGeometry;
+  MpdWriter* m_ownersManifest = nullptr;
 };

@@ -23,8 +23,8 @@ std::uint32_t CMFFmp4::Open(const char* fileName, std::uint32_t access, std::uin
   Close();
   const std::uint32_t noted = m_setOpen(fileName, access, share, security, creation, attributes, openFlags);
   if (noted != VL_OK) return noted;
-  if (m_fCreateFile()) return VL_E_NOT_SUPPORTED;
-  const std::uint32_t result = guarded(VL_FAILED, [this] { return openRead(); });
+  const std::uint32_t result =
+      guarded(VL_FAILED, [this] { return m_fCreateFile() ? openWrite() : openRead(); });
   if (result != VL_OK) Close();
   return result;
 }
@@ -34,6 +34,7 @@ std::uint32_t CMFFmp4::openRead() {
   FileSet files = FindFileSet(m_fileName, audioOnly);
   const std::optional<Manifest> manifest = LoadManifest(files);
   const ManifestTrack segments = !manifest ? ManifestTrack{} : audioOnly ? manifest->audio : manifest->video;
+  if (!audioOnly) m_videoPath = files.video;
   const std::string& source = audioOnly || files.video.empty() ? files.audio : files.video;
   // Where a manifest tells the segments, the top level is read as far as they need.
   const bool readAll = !segments.hasSegmentList && !segments.hasSegmentBase;
@@ -87,14 +88,20 @@ std::uint32_t CMFFmp4::describeTracks(const std::optional<Manifest>& manifest) {
   return VL_OK;
 }
 
+// Opened as this object is, by an object of its own. Null when that fails.
+std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path) const {
+  auto file = std::make_unique<CMFFmp4>(kFileTypeCode);
+  const std::uint32_t result = file->Open(path.c_str(), m_access, m_share, m_security, m_creation, m_attributes,
+                                          m_openFlags | MF_OPEN_AUDIO_ONLY);
+  if (result != VL_OK) file.reset();
+  return file;
+}
+
 // Sound in a file of its own is served by an object of its own; without it the picture opens alone.
 void CMFFmp4::openCompanion(const std::string& path) {
   if (path.empty()) return;
-  auto companion = std::make_unique<CMFFmp4>(kFileTypeCode);
-  if (companion->Open(path.c_str(), m_access, m_share, m_security, m_creation, m_attributes,
-                      m_openFlags | MF_OPEN_AUDIO_ONLY) != VL_OK) {
-    return;
-  }
+  auto companion = openAudioFile(path);
+  if (!companion) return;
   m_audioMask = companion->m_audioMask;
   m_audio = companion->m_audio;
   m_companion = std::move(companion);

@@ -3,22 +3,17 @@
 #include <array>
 
 #include "bytes.h"
+#include "caption_area.h"
 #include "fmp4_object.h"
 #include "messages.h"
 #include "seek.h"
 
 namespace {
 
-// The caption area of a descriptor: the CEA-608 pair in front, the CEA-708 packet from byte 4 on.
-constexpr std::size_t kPacketStart = 4;
-// A caption distribution packet (SMPTE ST 334-2) goes behind the word 353 and a byte of its own.
-constexpr std::size_t kDistributionStart = 7;
-constexpr std::uint16_t kDistributionWord = 353;
+using namespace caption_area;
+
 constexpr std::size_t kLengthPlace = 6;
 constexpr std::size_t kLengthSource = 9;
-
-constexpr std::uint32_t kCcdp = Mp4FourCc("ccdp");
-constexpr std::uint32_t kBoxHeader = 8;
 
 }  // namespace
 
@@ -80,7 +75,7 @@ void CMFFmp4::takeCc708Sample(DFRAME& descriptor) {
   if (held <= kBoxHeader || ReadThroughWindow(*m_index, m_cc708Cursor, offset, held, sample.data()) < 0)
     return;
   const std::uint32_t boxSize = Mp4LoadU32(sample.data());
-  if (boxSize <= kBoxHeader || boxSize > held || Mp4LoadU32(sample.data() + 4) != kCcdp) return;
+  if (boxSize <= kBoxHeader || boxSize > held || Mp4LoadU32(sample.data() + 4) != kPacketBox) return;
   const std::uint8_t* payload = sample.data() + kBoxHeader;
   const std::size_t payloadBytes = boxSize - kBoxHeader;
 

@@ -27,5 +27,6 @@ void addProbeCommand(CLI::App& app, Invocation& invocation);
 void addInfoCommand(CLI::App& app, Invocation& invocation);
 void addFramesCommand(CLI::App& app, Invocation& invocation);
 void addExportCommand(CLI::App& app, Invocation& invocation);
+void addPackageCommand(CLI::App& app, Invocation& invocation);
 void addBoxesCommand(CLI::App& app, Invocation& invocation);
 void addVersionCommand(CLI::App& app, Invocation& invocation);

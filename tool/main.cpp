@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
   addInfoCommand(app, invocation);
   addFramesCommand(app, invocation);
   addExportCommand(app, invocation);
+  addPackageCommand(app, invocation);
   addBoxesCommand(app, invocation);
   addVersionCommand(app, invocation);
 

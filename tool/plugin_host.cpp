@@ -76,6 +76,12 @@ std::string openFailure(const std::string& file) {
          "holds";
 }
 
+void checkLength(const std::string& file) {
+  if (file.size() >= VL_MAX_PATH)
+    throw ToolError("'" + file + "' is too long a name: the host takes " + std::to_string(VL_MAX_PATH - 1) +
+                    " characters; change to its folder and give a shorter one");
+}
+
 }  // namespace
 
 void MediaFileCloser::operator()(CAMediaFile* object) const {
@@ -109,22 +115,36 @@ bool Plugin::probe(const std::string& file) const {
   return checkVersionAndFile_(file.c_str(), 0, nullptr) == VL_OK;
 }
 
-MediaFile Plugin::open(const std::string& file) const {
-  if (file.size() >= VL_MAX_PATH)
-    throw ToolError("'" + file + "' is too long a name: the host takes " + std::to_string(VL_MAX_PATH - 1) +
-                    " characters; change to its folder and give a shorter one");
-  if (!probe(file)) throw ToolError(refusal(file));
-
-  MFXOPEN request = {};
+MediaFile Plugin::make(MFXOPEN& request) const {
   request.fileType = kFmp4FileType;
+  request.share = VL_SHARE_READ_WRITE;
+  // The plug-in's class has the host's base class as its only base, at its start.
+  auto* const object = reinterpret_cast<CAMediaFile*>(mediaFile_(nullptr, MFX_OPEN, &request));
+  return MediaFile(object, MediaFileCloser{mediaFile_});
+}
+
+MediaFile Plugin::open(const std::string& file) const {
+  checkLength(file);
+  if (!probe(file)) throw ToolError(refusal(file));
+  MFXOPEN request = {};
   request.access = VL_GENERIC_READ;
   request.fileName = file.c_str();
-  request.share = VL_SHARE_READ_WRITE;
   request.creation = VL_OPEN_EXISTING;
   if (endsWithIgnoringCase(file, ".m4a") || endsWithIgnoringCase(file, ".isma"))
     request.openFlags = MF_OPEN_AUDIO_ONLY;
-  // The plug-in's class has the host's base class as its only base, at its start.
-  auto* const object = reinterpret_cast<CAMediaFile*>(mediaFile_(nullptr, MFX_OPEN, &request));
-  if (object == nullptr) throw ToolError(openFailure(file));
-  return MediaFile(object, MediaFileCloser{mediaFile_});
+  MediaFile object = make(request);
+  if (!object) throw ToolError(openFailure(file));
+  return object;
+}
+
+MediaFile Plugin::create(const std::string& file) const {
+  checkLength(file);
+  MFXOPEN request = {};
+  request.access = VL_GENERIC_READ | VL_GENERIC_WRITE;
+  request.fileName = file.c_str();
+  request.creation = VL_CREATE_ALWAYS;
+  MediaFile object = make(request);
+  if (!object)
+    throw ToolError("'" + file + "' cannot be created; check the folder, its permissions and the space on it");
+  return object;
 }

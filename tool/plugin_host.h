@@ -54,8 +54,12 @@ class Plugin {
   // Opens a file for reading, audio only if its name says so (".m4a", ".isma"). Throws ToolError when the
   // plug-in refuses it or fails to open it.
   MediaFile open(const std::string& file) const;
+  // Creates a file for writing; what is there is replaced. Throws ToolError when the plug-in cannot.
+  MediaFile create(const std::string& file) const;
 
  private:
+  MediaFile make(MFXOPEN& request) const;
+
   CheckVersionAndFile checkVersionAndFile_ = nullptr;
   MediaFileCommand mediaFile_ = nullptr;
   std::uint32_t interfaceVersion_ = 0;

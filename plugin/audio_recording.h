@@ -1,0 +1,42 @@
+// Recording sound into a file of its own.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "recorded_file.h"
+#include "recording_settings.h"
+#include "sample_run.h"
+
+class AudioRecording {
+ public:
+  // The file, created before anything else.
+  RecordedFile& file() { return file_; }
+
+  bool started() const { return started_; }
+  // Writes the initialisation part and begins playlist and manifest (null: none). `rate` and `geometry` say
+  // how long a fragment is. False when the file cannot be written.
+  bool Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+             MpdWriter* manifest);
+  // From here on the manifest still gets the segments, but somebody else saves it.
+  void LeaveSavingToOthers() { savesManifest_ = false; }
+
+  // Takes one coded frame. Returns a status.
+  std::uint32_t Write(std::span<const std::uint8_t> frame);
+  // Writes what is left and ends playlist and file. False when something could not be written.
+  bool Finish();
+
+ private:
+  bool cutFragment(std::uint32_t frames, std::uint32_t duration);
+  bool finishSegment();
+
+  RecordedFile file_;
+  bool started_ = false;
+  SoundSettings sound_;
+  std::uint32_t framesPerFragment_ = 0;  // coded frames
+  SampleRun run_;
+  std::uint64_t position_ = 0;  // samples written
+  MpdWriter* manifest_ = nullptr;
+  bool savesManifest_ = true;
+};

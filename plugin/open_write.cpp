@@ -1,0 +1,45 @@
+// Opening for writing: the media file, and the manifest that will list it.
+#include <cstring>
+
+#include "fmp4_object.h"
+#include "messages.h"
+#include "status.h"
+
+namespace {
+
+std::string withExtension(const std::string& name, const char* extension) {
+  char path[VL_MAX_PATH];
+  path[name.copy(path, sizeof path - 1)] = '\0';
+  return ChangeFileExtension(path, sizeof path, extension) == VL_OK ? path : std::string();
+}
+
+std::uint32_t refuse(const char* text) {
+  messages::reportWarning(text);
+  ErrOut("fmp4OpenWrite(0x%lX)", static_cast<unsigned long>(FMP4_E_CANNOT_CREATE));
+  return FMP4_E_CANNOT_CREATE;
+}
+
+}  // namespace
+
+std::uint32_t CMFFmp4::openWrite() {
+  const std::string name = m_fileName;
+  const auto contains = [&](const char* part) { return name.find(part) != std::string::npos; };
+  if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
+    m_audioRecording = std::make_unique<AudioRecording>();
+    if (!m_audioRecording->file().Create(name))
+      return refuse(messages::kCannotCreateAudio);
+    m_handle = m_audioRecording->file().handle();
+    return VL_OK;
+  }
+  const std::string path = contains(".mp4") ? withExtension(name, ".m4v") : name;
+  const std::string manifest = withExtension(name, contains(".ism") ? ".xml" : ".mpd");
+  m_videoRecording = std::make_unique<VideoRecording>();
+  // Media under the manifest's or the playlist's own name would be replaced by it.
+  const bool nameTaken = path == manifest || path == withExtension(path, ".m3u8");
+  if (nameTaken || !m_videoRecording->file().Create(path))
+    return refuse(messages::kCannotCreateVideo);
+  m_handle = m_videoRecording->file().handle();
+  m_videoPath = path;
+  m_manifest = std::make_unique<MpdWriter>(manifest);
+  return VL_OK;
+}

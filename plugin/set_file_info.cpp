@@ -1,0 +1,142 @@
+// The host's description of what is to be written.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "codec_data.h"
+#include "fmp4_object.h"
+#include "guard.h"
+#include "messages.h"
+#include "qvrutil.h"
+#include "status.h"
+
+namespace {
+
+constexpr std::uint32_t kEveryChannel = 0xFFFFFFFFu;
+constexpr std::uint32_t kPairedChannels = 0xFFu;
+
+constexpr std::uint32_t kMostAlignment = 16384;  // bytes; beyond it buffers are not rounded up
+
+std::uint64_t roundUp(std::uint64_t value, std::uint64_t step) {
+  return step == 0 ? value : (value + step - 1) / step * step;
+}
+
+std::uint32_t refuse(const char* text) {
+  messages::reportError(text);
+  return VL_FAILED;
+}
+
+}  // namespace
+
+std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
+                                   const QVRAUDIO* audio, const QVRINFO* info) {
+  CAMediaFile::SetFileInfo(channelMask, system, video, audio, info);
+  if (info) takeInformation(*info);
+  std::uint32_t result = VL_FAILED;
+  if (system) {
+    m_video.stream.length = std::max(m_video.stream.length, system->totalFrames);
+    result = VL_OK;
+  }
+  if (video) {
+    result = takeVideo();
+    if (result != VL_OK) return result;
+  }
+  if (!audio) return result;
+  return guarded(VL_FAILED, [&] { return takeAudio(channelMask); });
+}
+
+// A start timecode that is not set is the longitudinal one, or else the vertical-interval one.
+void CMFFmp4::takeInformation(const QVRINFO& info) {
+  CAMediaFile::SetFileInfo(kEveryChannel, nullptr, nullptr, nullptr, &info);
+  if (m_info.startTimecode == QVR_NOT_SET) {
+    m_info.startTimecode = m_info.startTimecodeLtc != QVR_NOT_SET ? m_info.startTimecodeLtc
+                                                                  : m_info.startTimecodeVitc;
+  }
+  qvrInfoSet(this, &m_info);
+}
+
+std::uint32_t CMFFmp4::takeVideo() {
+  QVRSTREAMHEADER& stream = m_video.stream;
+  vidNormalizeRateScale(&stream.rate, &stream.scale);
+  m_nominalRate = {stream.rate, stream.scale};
+  if (m_fCreateFile()) {
+    // A tick is a thousandth of a frame's time; rates that could not be brought to that are beyond us.
+    if (stream.rate == 0 || (stream.scale != 1000 && stream.scale != 1001))
+      return refuse(messages::kRateNotRecordable);
+    if (!AvcRecordOf(m_video)) return refuse(messages::kConfigurationTooShort);
+  }
+  if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
+  takeVideoSizes();
+  if (m_videoChannels != 0) return VL_OK;
+  QVRSTREAM* const holder = m_AllocAStream();
+  if (!holder) {
+    ErrOut("Open(0x%lX)", static_cast<unsigned long>(FMP4_E_NO_STREAM_HOLDER));
+    return FMP4_E_NO_STREAM_HOLDER;
+  }
+  stream.length = 0;
+  holder->kind = QVR_KIND_VIDEO;
+  holder->video = m_video;
+  m_videoChannels = 1;
+  return VL_OK;
+}
+
+void CMFFmp4::takeVideoSizes() {
+  QVRBITMAP& bitmap = m_video.bitmap;
+  const auto width = static_cast<std::uint32_t>(bitmap.width);
+  const auto height = static_cast<std::uint64_t>(std::llabs(std::int64_t{bitmap.height}));
+  m_video.rowSize = saturate<std::uint32_t>(std::uint64_t{width} * 4);
+  bitmap.sizeImage = saturate<std::uint32_t>(
+      scaleExactly(bitmap.bitCount / 8 * height, width, 1));
+  m_video.bufferSize = m_ioAlignment <= kMostAlignment
+                           ? saturate<std::uint32_t>(roundUp(bitmap.sizeImage, m_ioAlignment))
+                           : bitmap.sizeImage;
+}
+
+std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
+  if (m_fCreateFile()) {
+    constexpr std::uint32_t kMostSampleRate = 0xFFFF;  // a sample entry has 16 bits for it
+    if (m_audio.wave.samplesPerSecond == 0 || m_audio.wave.samplesPerSecond > kMostSampleRate)
+      return refuse(messages::kSampleRateNotRecordable);
+    if (!AudioConfigOf(m_audio)) return refuse(messages::kConfigurationTooShort);
+  }
+  std::uint32_t wanted = channelMask & ~m_audioMask & kPairedChannels;
+  while (wanted != 0) {
+    const std::uint32_t pair = findChannel(wanted) / 2;
+    if (wanted > m_audioMask) m_audioMask |= wanted;
+    wanted &= ~(3u << (2 * pair));
+    addAudioHolder(pair);
+  }
+  if (m_videoPath.find(".m4v") != std::string::npos) describeToCompanion();
+  return VL_OK;
+}
+
+void CMFFmp4::addAudioHolder(std::uint32_t pair) {
+  if (m_audioHolders[pair]) return;
+  QVRSTREAM* const holder = m_AllocAStream();
+  if (!holder) {
+    ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
+    return;
+  }
+  m_audioHolders[pair] = holder;
+  holder->kind = QVR_KIND_AUDIO;
+  holder->audio = m_audio;
+  m_fixQVRStruct(&holder->audio);
+  // Intended whatever the host asked for: 24-bit samples in 32-bit containers.
+  QVRWAVE& wave = holder->audio.wave;
+  wave.channels = 2;
+  wave.bitsPerSample = 24;
+  wave.samplesPerSecond = 48000;
+  wave.blockAlign = 8;
+  wave.averageBytesPerSecond = wave.blockAlign * wave.samplesPerSecond;
+}
+
+// Sound of a .m4v file goes into a .m4a file beside it; without that one the video goes on alone.
+void CMFFmp4::describeToCompanion() {
+  if (!m_companion) {
+    char path[VL_MAX_PATH];
+    path[m_videoPath.copy(path, sizeof path - 1)] = '\0';
+    ChangeFileExtension(path, sizeof path, ".m4a");
+    m_companion = openAudioFile(path);
+  }
+  if (m_companion) m_companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
+}

@@ -1,0 +1,98 @@
+// Writing one frame, or one coded frame of sound.
+#include "codec_data.h"
+#include "fmp4_object.h"
+#include "guard.h"
+#include "messages.h"
+#include "qvrutil.h"
+#include "status.h"
+
+namespace {
+
+std::uint32_t refuseChannel(const char* record) {
+  ErrMsgOut(FMP4_E_NO_SUCH_CHANNEL, record, 0, 0);
+  return VL_FAILED;
+}
+
+bool holdsItsBytes(const DFRAME* descriptor) {
+  return descriptor && (descriptor->data || descriptor->bytes == 0);
+}
+
+}  // namespace
+
+std::uint32_t CMFFmp4::Write(std::uint32_t frame, std::uint32_t /*count*/, std::uint32_t channelMask,
+                             std::uint32_t mode, DFRAME* descriptor, void* /*extra*/) {
+  switch (mode & 0xFF) {
+    case QVR_MODE_VIDEO:
+      return guarded(VL_FAILED, [&] { return writeVideo(frame, channelMask, descriptor); });
+    case QVR_MODE_AUDIO:
+      return guarded(VL_FAILED, [&] { return writeAudio(channelMask, descriptor); });
+    default:
+      return VL_OK;
+  }
+}
+
+std::uint32_t CMFFmp4::writeVideo(std::uint32_t frame, std::uint32_t channelMask, const DFRAME* descriptor) {
+  if (!m_videoRecording || m_videoChannels == 0 || findChannel(channelMask) != 0)
+    return refuseChannel(messages::kNoVideoRecord);
+  if (!holdsItsBytes(descriptor)) return VL_FAILED;
+  if (const std::uint32_t result = startVideoRecording(); result != VL_OK) return result;
+  const std::uint32_t result = m_videoRecording->WriteVideo(*descriptor);
+  m_video.stream.length = saturate<std::uint32_t>(m_videoRecording->frames());
+  m_currentFrame = frame;
+  return result;
+}
+
+// A file has one sound track; it takes the first of the channel pairs.
+std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descriptor) {
+  const bool recorded = m_audioMask != 0 && findChannel(channelMask) / 2 == findChannel(m_audioMask) / 2;
+  if (!recorded) return refuseChannel(messages::kNoChannel);
+  if (!holdsItsBytes(descriptor)) return VL_FAILED;
+  const std::span<const std::uint8_t> bytes(descriptor->data, descriptor->bytes);
+  if (m_audioRecording) {
+    const std::uint32_t result = startAudioRecording();
+    return result == VL_OK ? m_audioRecording->Write(bytes) : result;
+  }
+  if (!m_videoRecording || m_videoChannels == 0) return refuseChannel(messages::kNoChannel);
+  if (const std::uint32_t result = startVideoRecording(); result != VL_OK) return result;
+  if (m_companion) return m_companion->writeAudio(channelMask, descriptor);
+  return m_videoRecording->hasSound() ? m_videoRecording->WriteSound(bytes)
+                                      : refuseChannel(messages::kNoChannel);
+}
+
+// The first sample of either kind fixes what is recorded.
+std::uint32_t CMFFmp4::startVideoRecording() {
+  if (m_videoRecording->started()) return m_videoRecording->file().failed() ? VL_FAILED : VL_OK;
+  const VideoSettings settings = videoSettings();
+  if (m_companion) {
+    m_companion->m_ownersGeometry = settings.geometry;
+    m_companion->m_nominalRate = settings.rate;
+    m_companion->m_ownersManifest = m_manifest.get();
+  }
+  return m_videoRecording->Start(settings, m_manifest.get(), m_companion != nullptr) ? VL_OK : VL_FAILED;
+}
+
+std::uint32_t CMFFmp4::startAudioRecording() {
+  if (m_audioRecording->started()) return m_audioRecording->file().failed() ? VL_FAILED : VL_OK;
+  const SegmentGeometry geometry = m_ownersGeometry.value_or(GeometryOfInterval(m_keyFrameInterval));
+  return m_audioRecording->Start(soundSettings(), geometry, m_nominalRate, m_ownersManifest) ? VL_OK
+                                                                                              : VL_FAILED;
+}
+
+VideoSettings CMFFmp4::videoSettings() const {
+  VideoSettings settings;
+  settings.geometry = GeometryOfInterval(m_keyFrameInterval);
+  settings.rate = m_nominalRate;
+  settings.width = m_video.bitmap.width;
+  settings.height = m_video.bitmap.height;
+  settings.avcRecord = AvcRecordOf(m_video).value_or(std::vector<std::uint8_t>());
+  settings.captions608 = m_info.captions & QVR_CAPTIONS_608;
+  settings.captions708 = m_info.captions & QVR_CAPTIONS_708;
+  const bool soundApart = m_videoPath.find(".m4v") != std::string::npos;
+  if (m_audioMask != 0 && !soundApart) settings.sound = soundSettings();
+  return settings;
+}
+
+SoundSettings CMFFmp4::soundSettings() const {
+  return {m_audio.wave.samplesPerSecond, m_audio.wave.averageBytesPerSecond, SamplesPerFrameOf(m_audio),
+          AudioConfigOf(m_audio).value_or(std::vector<std::uint8_t>())};
+}

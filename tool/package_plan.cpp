@@ -1,0 +1,136 @@
+#include "package_plan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <numeric>
+#include <span>
+
+#include "commands.h"
+#include "segment_geometry.h"
+
+namespace {
+
+using Warn = std::function<void(const std::string&)>;
+
+constexpr std::uint32_t kUsualInterval = 30;
+
+void chooseFrames(const SourceTrack& video, const PackageOptions& options, PackagePlan& plan) {
+  const std::size_t total = video.samples.size();
+  if (options.start >= total)
+    throw ToolError("the source has " + std::to_string(total) + " frames, counted from 0; there is no frame " +
+                    std::to_string(options.start));
+  if (!video.samples[options.start].key) {
+    std::uint32_t key = options.start;
+    while (key > 0 && !video.samples[key].key) --key;
+    throw ToolError("frame " + std::to_string(options.start) +
+                    " is not a key frame, without which the recording could not be decoded; --start " +
+                    std::to_string(key) + " is the one before");
+  }
+  const std::size_t left = total - options.start;
+  plan.first = options.start;
+  plan.count = static_cast<std::uint32_t>(std::min<std::size_t>(options.count.value_or(0xFFFFFFFFu), left));
+}
+
+std::span<const SourceSample> chosen(const SourceTrack& video, const PackagePlan& plan) {
+  return std::span(video.samples).subspan(plan.first, plan.count);
+}
+
+// The mean over the whole source. Frames of a recording last equally long.
+void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
+  std::uint64_t ticks = 0;
+  for (const SourceSample& sample : video.samples) ticks += sample.duration;
+  if (ticks == 0 || video.timescale == 0) throw ToolError("the source does not say how long its frames last");
+  const double mean = static_cast<double>(ticks) / static_cast<double>(video.samples.size());
+  std::uint64_t rate = std::uint64_t{video.timescale} * video.samples.size();
+  std::uint64_t scale = ticks;
+  const std::uint64_t divisor = std::gcd(rate, scale);
+  rate /= divisor;
+  scale /= divisor;
+  // Beyond 32 bits a thousandth of a frame is fine enough.
+  if (std::max(rate, scale) > std::numeric_limits<std::uint32_t>::max()) {
+    rate = static_cast<std::uint64_t>(std::llround(video.timescale / mean * 1000));
+    scale = 1000;
+  }
+  if (rate == 0 || rate > std::numeric_limits<std::uint32_t>::max())
+    throw ToolError("the source has a frame rate that cannot be recorded");
+  plan.rate = static_cast<std::uint32_t>(rate);
+  plan.scale = static_cast<std::uint32_t>(scale);
+  const auto frames = std::span(video.samples).first(video.samples.size() - 1);
+  const bool even = std::all_of(frames.begin(), frames.end(),
+                                [&](const SourceSample& s) { return std::abs(s.duration - mean) <= 1.5; });
+  if (!even)
+    warn("the source's frames last differently long; in the recording they all last " +
+         std::to_string(plan.scale) + "/" + std::to_string(plan.rate) + " s");
+}
+
+// The distance from key frame to key frame that is the most common; 0 when there is only one.
+std::uint32_t keyFrameDistance(std::span<const SourceSample> frames, const Warn& warn) {
+  std::map<std::size_t, std::size_t> counts;
+  std::size_t last = 0;
+  for (std::size_t i = 1; i < frames.size(); ++i) {
+    if (!frames[i].key) continue;
+    ++counts[i - last];
+    last = i;
+  }
+  if (counts.empty()) return 0;
+  const auto common = std::max_element(counts.begin(), counts.end(),
+                                       [](const auto& a, const auto& b) { return a.second < b.second; });
+  if (counts.size() > 1)
+    warn("the source's key frames are not evenly spaced; segments are cut for one every " +
+         std::to_string(common->first) + " frames, and some will not start with a key frame (--gop N says otherwise)");
+  return static_cast<std::uint32_t>(common->first);
+}
+
+bool givesSegments(std::uint32_t interval) {
+  return GeometryOfInterval(interval).fragmentsPerSegment != 0;
+}
+
+// The largest part of an interval that can be cut into segments.
+std::uint32_t usablePart(std::uint32_t interval) {
+  for (std::uint32_t part = kUsualInterval; part > 1; --part)
+    if (interval % part == 0) return part;
+  return kUsualInterval;
+}
+
+void chooseInterval(const SourceTrack& video, const PackageOptions& options, PackagePlan& plan,
+                    const Warn& warn) {
+  if (options.interval) {
+    plan.interval = *options.interval;
+    if (!givesSegments(plan.interval))
+      warn("an interval of " + std::to_string(plan.interval) +
+           " frames cannot be cut into segments: the recording will be one that players refuse");
+    return;
+  }
+  const std::uint32_t distance = keyFrameDistance(chosen(video, plan), warn);
+  plan.interval = std::max(distance, 1u);
+  if (givesSegments(plan.interval)) return;
+  plan.interval = usablePart(distance);
+  warn("key frames " + std::to_string(distance) +
+       " frames apart cannot be cut into segments; they are cut for one every " + std::to_string(plan.interval) +
+       " frames, and some will not start with a key frame");
+}
+
+void takeOffsets(const SourceTrack& video, PackagePlan& plan) {
+  const auto frames = chosen(video, plan);
+  std::int64_t least = 0;
+  for (const SourceSample& sample : frames) least = std::min(least, sample.compositionOffset);
+  const double frameTicks = static_cast<double>(video.timescale) / plan.framesPerSecond();
+  plan.compositionOffsets.reserve(frames.size());
+  for (const SourceSample& sample : frames) {
+    const double offset = std::round(static_cast<double>(sample.compositionOffset - least) / frameTicks);
+    plan.compositionOffsets.push_back(static_cast<std::int32_t>(std::min(offset, 2147483647.0)));
+  }
+}
+
+}  // namespace
+
+PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options, const Warn& warn) {
+  PackagePlan plan;
+  chooseFrames(video, options, plan);
+  chooseRate(video, plan, warn);
+  chooseInterval(video, options, plan, warn);
+  takeOffsets(video, plan);
+  return plan;
+}

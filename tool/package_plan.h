@@ -1,0 +1,34 @@
+// What packaging makes of a source's numbers: its frame rate, its key-frame interval, its frames.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "source_file.h"
+
+struct PackageOptions {
+  std::string input;
+  std::string output;
+  std::optional<std::uint32_t> interval;  // frames from one key frame to the next
+  bool noAudio = false;
+  std::uint32_t start = 0;
+  std::optional<std::uint32_t> count;
+};
+
+struct PackagePlan {
+  std::uint32_t first = 0;  // of the source's frames
+  std::uint32_t count = 0;
+  std::uint32_t rate = 0;  // frames a second: rate / scale
+  std::uint32_t scale = 1;
+  std::uint32_t interval = 1;                      // the host's codec option 8
+  std::vector<std::int32_t> compositionOffsets;    // of the frames, in whole frames, none below zero
+
+  double framesPerSecond() const { return static_cast<double>(rate) / scale; }
+};
+
+// Throws ToolError when the source cannot be packaged so; tells `warn` what the user should know.
+PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options,
+                        const std::function<void(const std::string&)>& warn);
