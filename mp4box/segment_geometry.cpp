@@ -12,8 +12,8 @@ constexpr std::uint32_t kMostFragments = 10;
 SegmentGeometry GeometryOfInterval(std::uint32_t interval) {
   if (interval <= 1) return {kMostFrames, kMostFragments};
   if (interval <= kMostFrames) return {interval, kMostFragments};
-  // Dividing the interval by 2, 3, 4 and on gives falling quotients; the first that divides it counts. 1 always
-  // does, so the search ends.
+  // Dividing the interval by 2, 3, 4 and on gives falling quotients; the first that divides it counts. 1
+  // always does, so the search ends.
   std::uint32_t frames = kMostFrames;
   while (interval % frames != 0) --frames;
   const std::uint32_t divisor = interval / (frames + 1) + 1;  // the first with this quotient

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 struct SegmentGeometry {
-  std::uint32_t framesPerFragment = 30;     // video frames of one movie fragment
-  std::uint32_t fragmentsPerSegment = 10;   // also the references that a segment index has room for
+  std::uint32_t framesPerFragment = 30;    // video frames of one movie fragment
+  std::uint32_t fragmentsPerSegment = 10;  // also the references that a segment index has room for
 };
 
 // The geometry for a key frame every `keyFrameInterval` frames. 1 stands for "not told", and so does 0. Above

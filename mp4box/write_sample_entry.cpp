@@ -9,10 +9,7 @@ void writeAvcConfiguration(Mp4Output& out, mp4::AVCConfigurationBox& avcC) {
     Mp4WriteBox(out, Mp4FourCc("avcC"), avcC);
     return;
   }
-  // The stand-in when the stream gave no record: version, profile, compatibility and level all 1, four-byte
-  // NAL unit lengths, no sequence parameter sets; the count of picture parameter sets is left out: intended.
-  mp4::AVCConfigurationBox standIn;
-  standIn.record = {1, 1, 1, 1, 0xFC | 0x03, 0xE0 | 0x00};
+  mp4::AVCConfigurationBox standIn = mp4::AVCConfigurationBox::standIn();
   Mp4WriteBox(out, Mp4FourCc("avcC"), standIn);
 }
 

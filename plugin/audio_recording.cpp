@@ -48,8 +48,8 @@ bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& ge
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;
 
-  file_.ListIn({playlistPath(file_.path()), file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
-                file_.initialisationLength()});
+  file_.ListIn({playlistPath(file_.path()), file_.name(), static_cast<double>(sound.sampleRate),
+                segmentSamples, file_.initialisationLength()});
   manifest_ = manifest;
   if (manifest) {
     file_.ListIn(*manifest, manifest->BeginAudio({kAudioObjectType,

@@ -7,8 +7,8 @@
 
 #include "qvr.h"
 
-// The frame's CEA-608 byte pair; 80 80, which shows nothing, where it has none, so that later pairs keep their
-// frame.
+// The frame's CEA-608 byte pair; 80 80, which shows nothing, where it has none, so that later pairs keep
+// their frame.
 std::array<std::uint8_t, 2> Cc608PairOf(const DFRAME& frame);
 
 // The frame's CEA-708 packet, of a descriptor's caption area: a caption distribution packet without the word

@@ -147,7 +147,8 @@ class CMFFmp4 : public CAMediaFile {
   std::unique_ptr<CMFFmp4> m_companion;  // reads or writes the sound that stands in a file of its own
   ChannelState m_companionState;
 
-  std::string m_videoPath;  // the video file that is read or written
+  // A recording.
+  std::string m_videoPath;
   std::unique_ptr<MpdWriter> m_manifest;
   std::unique_ptr<VideoRecording> m_videoRecording;
   std::unique_ptr<AudioRecording> m_audioRecording;

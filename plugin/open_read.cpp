@@ -34,7 +34,6 @@ std::uint32_t CMFFmp4::openRead() {
   FileSet files = FindFileSet(m_fileName, audioOnly);
   const std::optional<Manifest> manifest = LoadManifest(files);
   const ManifestTrack segments = !manifest ? ManifestTrack{} : audioOnly ? manifest->audio : manifest->video;
-  if (!audioOnly) m_videoPath = files.video;
   const std::string& source = audioOnly || files.video.empty() ? files.audio : files.video;
   // Where a manifest tells the segments, the top level is read as far as they need.
   const bool readAll = !segments.hasSegmentList && !segments.hasSegmentBase;

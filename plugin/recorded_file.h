@@ -24,8 +24,8 @@ struct FragmentReference {
 };
 
 struct SegmentSettings {
-  std::uint32_t trackNumber = 0;    // the track that the indexes time
-  std::uint32_t timescale = 0;      // ticks a second
+  std::uint32_t trackNumber = 0;            // the track that the indexes time
+  std::uint32_t timescale = 0;              // ticks a second
   std::uint64_t firstPresentationTime = 0;  // ticks, of the first index
   std::uint64_t duration = 0;               // ticks from one index to the next
   std::uint32_t fragmentsPerSegment = 0;    // and references that an index has room for

@@ -12,7 +12,7 @@ inline constexpr std::uint8_t kAudioObjectType = 0x40;
 // Whether one fragment can hold so many bytes in so many samples: a reference says its size in 31 bits, and
 // its data offsets are 32 bits with a sign.
 constexpr bool fitsFragment(std::uint64_t bytes, std::uint64_t samples) {
-  constexpr std::uint64_t kBoxBytes = 4096;      // more than the boxes take but for
+  constexpr std::uint64_t kBoxBytes = 4096;       // more than the boxes take but for
   constexpr std::uint64_t kBoxBytesASample = 16;  // what they take a sample, at most
   return bytes + samples * kBoxBytesASample + kBoxBytes <= RecordedFile::kMaxFragmentBytes;
 }

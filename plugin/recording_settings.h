@@ -10,16 +10,16 @@
 
 struct SoundSettings {
   std::uint32_t sampleRate = 0;
-  std::uint32_t byteRate = 0;         // bytes a second
-  std::uint32_t samplesPerFrame = 0;  // of a coded frame
+  std::uint32_t byteRate = 0;               // bytes a second
+  std::uint32_t samplesPerFrame = 0;        // of a coded frame
   std::vector<std::uint8_t> configuration;  // AudioSpecificConfig
 };
 
 struct VideoSettings {
   SegmentGeometry geometry;
-  FrameRate rate;            // over 1000 or 1001
-  std::int32_t width = 0;    // pixels
-  std::int32_t height = 0;   // negative: rows bottom-up
+  FrameRate rate;                       // over 1000 or 1001
+  std::int32_t width = 0;               // pixels
+  std::int32_t height = 0;              // negative: rows bottom-up
   std::vector<std::uint8_t> avcRecord;  // AVC decoder configuration record
   bool captions608 = false;
   bool captions708 = false;

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr std::size_t kSpare = 4096;        // bytes beyond the sample that made a buffer grow
+constexpr std::size_t kSpare = 4096;         // bytes beyond the sample that made a buffer grow
 constexpr std::size_t kSmallStep = 0x10000;  // a buffer grows by at least so much
 
 template <class Item>
@@ -19,7 +19,8 @@ void dropFront(std::vector<Item>& items, std::size_t& first, std::size_t count) 
 }  // namespace
 
 bool SampleRun::reserve(std::uint32_t size) try {
-  if (samples_.size() == samples_.capacity()) samples_.reserve(std::max<std::size_t>(64, samples_.size() * 2));
+  if (samples_.size() == samples_.capacity())
+    samples_.reserve(std::max<std::size_t>(64, samples_.size() * 2));
   const std::size_t needed = data_.size() + size;
   if (needed >= data_.capacity()) data_.reserve(std::max(needed + kSpare, data_.capacity() + kSmallStep));
   return true;

@@ -1,4 +1,4 @@
-// The host's description of what is to be written.
+// The host's description of what is to be written. An object that reads only notes it.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -30,7 +30,8 @@ std::uint32_t refuse(const char* text) {
 
 std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                                    const QVRAUDIO* audio, const QVRINFO* info) {
-  CAMediaFile::SetFileInfo(channelMask, system, video, audio, info);
+  const std::uint32_t noted = CAMediaFile::SetFileInfo(channelMask, system, video, audio, info);
+  if (!m_fCreateFile()) return noted;
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
   if (system) {
@@ -49,8 +50,8 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
 void CMFFmp4::takeInformation(const QVRINFO& info) {
   CAMediaFile::SetFileInfo(kEveryChannel, nullptr, nullptr, nullptr, &info);
   if (m_info.startTimecode == QVR_NOT_SET) {
-    m_info.startTimecode = m_info.startTimecodeLtc != QVR_NOT_SET ? m_info.startTimecodeLtc
-                                                                  : m_info.startTimecodeVitc;
+    m_info.startTimecode =
+        m_info.startTimecodeLtc != QVR_NOT_SET ? m_info.startTimecodeLtc : m_info.startTimecodeVitc;
   }
   qvrInfoSet(this, &m_info);
 }
@@ -59,12 +60,10 @@ std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
   m_nominalRate = {stream.rate, stream.scale};
-  if (m_fCreateFile()) {
-    // A tick is a thousandth of a frame's time; rates that could not be brought to that are beyond us.
-    if (stream.rate == 0 || (stream.scale != 1000 && stream.scale != 1001))
-      return refuse(messages::kRateNotRecordable);
-    if (!AvcRecordOf(m_video)) return refuse(messages::kConfigurationTooShort);
-  }
+  // A tick is a thousandth of a frame's time; rates that could not be brought to that are beyond us.
+  if (stream.rate == 0 || (stream.scale != 1000 && stream.scale != 1001))
+    return refuse(messages::kRateNotRecordable);
+  if (!AvcRecordOf(m_video)) return refuse(messages::kConfigurationTooShort);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
   if (m_videoChannels != 0) return VL_OK;
@@ -85,20 +84,17 @@ void CMFFmp4::takeVideoSizes() {
   const auto width = static_cast<std::uint32_t>(bitmap.width);
   const auto height = static_cast<std::uint64_t>(std::llabs(std::int64_t{bitmap.height}));
   m_video.rowSize = saturate<std::uint32_t>(std::uint64_t{width} * 4);
-  bitmap.sizeImage = saturate<std::uint32_t>(
-      scaleExactly(bitmap.bitCount / 8 * height, width, 1));
+  bitmap.sizeImage = saturate<std::uint32_t>(scaleExactly(bitmap.bitCount / 8 * height, width, 1));
   m_video.bufferSize = m_ioAlignment <= kMostAlignment
                            ? saturate<std::uint32_t>(roundUp(bitmap.sizeImage, m_ioAlignment))
                            : bitmap.sizeImage;
 }
 
 std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
-  if (m_fCreateFile()) {
-    constexpr std::uint32_t kMostSampleRate = 0xFFFF;  // a sample entry has 16 bits for it
-    if (m_audio.wave.samplesPerSecond == 0 || m_audio.wave.samplesPerSecond > kMostSampleRate)
-      return refuse(messages::kSampleRateNotRecordable);
-    if (!AudioConfigOf(m_audio)) return refuse(messages::kConfigurationTooShort);
-  }
+  constexpr std::uint32_t kMostSampleRate = 0xFFFF;  // a sample entry has 16 bits for it
+  if (m_audio.wave.samplesPerSecond == 0 || m_audio.wave.samplesPerSecond > kMostSampleRate)
+    return refuse(messages::kSampleRateNotRecordable);
+  if (!AudioConfigOf(m_audio)) return refuse(messages::kConfigurationTooShort);
   std::uint32_t wanted = channelMask & ~m_audioMask & kPairedChannels;
   while (wanted != 0) {
     const std::uint32_t pair = findChannel(wanted) / 2;

@@ -69,13 +69,15 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   mp4::Movie movie;
   movie.mvhd = Mp4SetUpMovieHeader();
   movie.mvex = Mp4SetUpMovieExtends(tracks_, rate.denominator, false);
-  mp4::Track& video =
-      movie.tracks[TrackKind::Video].emplace(Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video),
-                                                                rate.numerator,
-                                                                static_cast<std::uint32_t>(settings_.width),
-                                                                settings_.height));
+  mp4::Track& video = movie.tracks[TrackKind::Video].emplace(
+      Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
+                         static_cast<std::uint32_t>(settings_.width), settings_.height));
   mp4::AVCConfigurationBox& avcC = std::get<mp4::VideoMedia>(video.media).avcC;
-  avcC.record = settings_.avcRecord;
+  if (settings_.avcRecord.empty()) {
+    avcC = mp4::AVCConfigurationBox::standIn();
+  } else {
+    avcC.record = settings_.avcRecord;
+  }
   if (hasSound()) movie.tracks[TrackKind::Audio] = SetUpSoundTrack(*settings_.sound);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
@@ -85,7 +87,8 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
     movie.tracks[TrackKind::Captions708] =
         Mp4SetUp708Track(mp4::trackNumber(TrackKind::Captions708), rate.numerator);
   }
-  const std::uint64_t segmentFrames = std::uint64_t{geometry.framesPerFragment} * geometry.fragmentsPerSegment;
+  const std::uint64_t segmentFrames =
+      std::uint64_t{geometry.framesPerFragment} * geometry.fragmentsPerSegment;
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Video);
   segments.timescale = rate.numerator;
@@ -174,8 +177,8 @@ std::uint32_t VideoRecording::WriteSound(std::span<const std::uint8_t> frame) {
   return cutWhatIsReady();
 }
 
-// Coded frames of sound that belong to the frames written so far and `moreFrames`, less those written. Counted
-// from the start: what a fragment's share loses to rounding comes with a later one.
+// Coded frames of sound that belong to the frames written so far and `moreFrames`, less those written.
+// Counted from the start: what a fragment's share loses to rounding comes with a later one.
 std::uint32_t VideoRecording::soundDue(std::uint32_t moreFrames) const {
   const FrameRate& rate = settings_.rate;
   const std::uint64_t all =
@@ -213,7 +216,8 @@ bool VideoRecording::cutFragment(std::uint32_t frames, std::uint32_t soundFrames
     bytesOf(bytes, TrackKind::Video) = video_.take(frames, track->trun);
     // Offsets below zero need the run's second version, in which they have a sign.
     for (std::uint32_t i = 0; i < frames; ++i) {
-      if (track->trun.compositionOffset(i) > std::numeric_limits<std::int32_t>::max()) track->trun.version = 1;
+      if (track->trun.compositionOffset(i) > std::numeric_limits<std::int32_t>::max())
+        track->trun.version = 1;
     }
   }
   if (auto& track = fragment.tracks[TrackKind::Audio]) {
@@ -267,7 +271,8 @@ bool VideoRecording::Finish() {
     whole = cutFragment(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
     if (whole && file_.segmentFull()) whole = finishSegment(framesWritten_);
   }
-  if (whole && (video_.count() != 0 || sound_.count() != 0)) whole = cutFragment(video_.count(), sound_.count());
+  if (whole && (video_.count() != 0 || sound_.count() != 0))
+    whole = cutFragment(video_.count(), sound_.count());
   if (file_.segmentOpen()) whole = finishSegment(framesWritten_) && whole;
   if (manifest_ && started_) {
     manifest_->SetDuration(framesWritten_);

@@ -53,7 +53,7 @@ class VideoRecording {
   SampleRun video_;
   SampleRun sound_;
   SampleRun cc708_;
-  std::vector<std::uint8_t> cc608_;      // one byte pair a waiting frame
+  std::vector<std::uint8_t> cc608_;        // one byte pair a waiting frame
   std::vector<std::uint8_t> cc608Sample_;  // that of the fragment being cut
   std::uint64_t frames_ = 0;
   std::uint64_t framesWritten_ = 0;

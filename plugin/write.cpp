@@ -75,7 +75,7 @@ std::uint32_t CMFFmp4::startAudioRecording() {
   if (m_audioRecording->started()) return m_audioRecording->file().failed() ? VL_FAILED : VL_OK;
   const SegmentGeometry geometry = m_ownersGeometry.value_or(GeometryOfInterval(m_keyFrameInterval));
   return m_audioRecording->Start(soundSettings(), geometry, m_nominalRate, m_ownersManifest) ? VL_OK
-                                                                                              : VL_FAILED;
+                                                                                             : VL_FAILED;
 }
 
 VideoSettings CMFFmp4::videoSettings() const {

@@ -15,9 +15,9 @@ std::string DurationText(std::uint64_t frames, const FrameRate& rate);
 
 // What the segment lists of all media files have in common.
 struct MpdSegments {
-  std::string mediaName;        // name and extension of the media file
-  std::uint32_t timescale = 0;  // ticks a second
-  std::uint64_t duration = 0;   // ticks of a full segment
+  std::string mediaName;                // name and extension of the media file
+  std::uint32_t timescale = 0;          // ticks a second
+  std::uint64_t duration = 0;           // ticks of a full segment
   std::uint64_t initialisationEnd = 0;  // file offset of the initialisation part's last byte
 };
 

@@ -14,21 +14,27 @@ void PlaylistWriter::Start(const PlaylistSettings& settings) {
   vlOSGetDateTimeString(date, sizeof date, time, sizeof time);
   const auto duration =
       static_cast<std::uint32_t>(static_cast<double>(settings.segmentLength) / settings.rate + 0.5);
-  append("#EXTM3U\n"
-         "#EXT-X-VERSION:7\n"
-         "#EXT-X-TARGETDURATION:" + std::to_string(duration) + "\n"
-         "#EXT-X-MEDIA-SEQUENCE:0\n"
-         "#EXT-X-INDEPENDENT-SEGMENTS\n"
-         "#EXT-X-MAP:URI=\"" + settings.mediaName + "\",BYTERANGE=\"" +
-         std::to_string(settings.initialisationLength) + "@0\"\n"
-         "#EXT-X-PROGRAM-DATE-TIME:" + date + time + "\n");
+  append(
+      "#EXTM3U\n"
+      "#EXT-X-VERSION:7\n"
+      "#EXT-X-TARGETDURATION:" +
+      std::to_string(duration) +
+      "\n"
+      "#EXT-X-MEDIA-SEQUENCE:0\n"
+      "#EXT-X-INDEPENDENT-SEGMENTS\n"
+      "#EXT-X-MAP:URI=\"" +
+      settings.mediaName + "\",BYTERANGE=\"" + std::to_string(settings.initialisationLength) +
+      "@0\"\n"
+      "#EXT-X-PROGRAM-DATE-TIME:" +
+      date + time + "\n");
 }
 
 void PlaylistWriter::AddSegment(std::uint64_t endPosition, std::uint64_t start, std::uint64_t end) {
   const double seconds = static_cast<double>(endPosition - lastEnd_) / settings_.rate;
-  append("#EXTINF:" + fixedText(seconds, 3) + ",\n"
-         "#EXT-X-BYTERANGE:" + std::to_string(end - start) + "@" + std::to_string(start) + "\n" +
-         settings_.mediaName + "\n");
+  append("#EXTINF:" + fixedText(seconds, 3) +
+         ",\n"
+         "#EXT-X-BYTERANGE:" +
+         std::to_string(end - start) + "@" + std::to_string(start) + "\n" + settings_.mediaName + "\n");
   lastEnd_ = endPosition;
 }
 

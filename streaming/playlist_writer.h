@@ -9,8 +9,8 @@
 
 struct PlaylistSettings {
   std::string path;
-  std::string mediaName;  // name and extension of the media file, which is the URI
-  double rate = 0;        // positions a second: the frame rate, or the sample rate
+  std::string mediaName;                   // name and extension of the media file, which is the URI
+  double rate = 0;                         // positions a second: the frame rate, or the sample rate
   std::uint64_t segmentLength = 0;         // positions of a full segment
   std::uint64_t initialisationLength = 0;  // bytes of the media file ahead of its first segment
 };

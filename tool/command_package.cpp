@@ -93,7 +93,8 @@ class Packager {
   MasterPlaylist master() const {
     MasterPlaylist master;
     const auto& record = video_.configuration;
-    master.codecs = "avc1." + hexText(std::span(record).subspan(1, std::min<std::size_t>(3, record.size() - 1)));
+    master.codecs =
+        "avc1." + hexText(std::span(record).subspan(1, std::min<std::size_t>(3, record.size() - 1)));
     if (audio_) master.codecs += ",mp4a.40." + std::to_string(audioConfig_.objectType);
     master.width = video_.width;
     master.height = video_.height;
@@ -164,7 +165,8 @@ class Packager {
         static_cast<std::uint32_t>(static_cast<double>(bytes) / soundTime(audio_->samples.size()));
     // Longer configurations are not stored; their first two bytes describe the core.
     const auto& config = audio_->configuration;
-    audio.wave.extraSize = static_cast<std::uint16_t>(config.size() <= kMostCopiedConfiguration ? config.size() : 2);
+    audio.wave.extraSize =
+        static_cast<std::uint16_t>(config.size() <= kMostCopiedConfiguration ? config.size() : 2);
     std::copy_n(config.begin(), audio.wave.extraSize, audio.wave.extra);
   }
 
@@ -188,8 +190,8 @@ class Packager {
 
   void writeSound(std::size_t i) {
     take(audio_->samples[i]);
-    checkStatus(file_->Write(static_cast<std::uint32_t>(i - firstSound_), 1, kStereo, QVR_MODE_AUDIO, &descriptor_,
-                             nullptr),
+    checkStatus(file_->Write(static_cast<std::uint32_t>(i - firstSound_), 1, kStereo, QVR_MODE_AUDIO,
+                             &descriptor_, nullptr),
                 "sound frame " + std::to_string(i));
   }
 
@@ -243,9 +245,10 @@ bool package(const Invocation& invocation, const PackageOptions& options) {
   const std::filesystem::path output(options.output);
   master.video = std::filesystem::path(output).replace_extension(".m3u8").string();
   const std::filesystem::path audioList = outputsOf(options.output).back();
-  const bool soundApart = options.output.find(".mp4") != std::string::npos ||
-                          options.output.find(".m4v") != std::string::npos;
-  if (soundApart && source.findHandler(Mp4FourCc("soun")) && !options.noAudio) master.audio = audioList.string();
+  const bool soundApart =
+      options.output.find(".mp4") != std::string::npos || options.output.find(".m4v") != std::string::npos;
+  if (soundApart && source.findHandler(Mp4FourCc("soun")) && !options.noAudio)
+    master.audio = audioList.string();
   writeMasterPlaylist(std::filesystem::path(output).replace_extension(".master.m3u8").string(), master);
   return true;
 }

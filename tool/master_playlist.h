@@ -13,6 +13,6 @@ struct MasterPlaylist {
   double framesPerSecond = 0;
 };
 
-// Writes it to `path`. Bandwidths are those of the media playlists' segments. Throws ToolError when a playlist
-// cannot be read or written.
+// Writes it to `path`. Bandwidths are those of the media playlists' segments. Throws ToolError when a
+// playlist cannot be read or written.
 void writeMasterPlaylist(const std::string& path, const MasterPlaylist& master);

@@ -19,8 +19,8 @@ constexpr std::uint32_t kUsualInterval = 30;
 void chooseFrames(const SourceTrack& video, const PackageOptions& options, PackagePlan& plan) {
   const std::size_t total = video.samples.size();
   if (options.start >= total)
-    throw ToolError("the source has " + std::to_string(total) + " frames, counted from 0; there is no frame " +
-                    std::to_string(options.start));
+    throw ToolError("the source has " + std::to_string(total) +
+                    " frames, counted from 0; there is no frame " + std::to_string(options.start));
   if (!video.samples[options.start].key) {
     std::uint32_t key = options.start;
     while (key > 0 && !video.samples[key].key) --key;
@@ -79,7 +79,8 @@ std::uint32_t keyFrameDistance(std::span<const SourceSample> frames, const Warn&
                                        [](const auto& a, const auto& b) { return a.second < b.second; });
   if (counts.size() > 1)
     warn("the source's key frames are not evenly spaced; segments are cut for one every " +
-         std::to_string(common->first) + " frames, and some will not start with a key frame (--gop N says otherwise)");
+         std::to_string(common->first) +
+         " frames, and some will not start with a key frame (--gop N says otherwise)");
   return static_cast<std::uint32_t>(common->first);
 }
 
@@ -108,8 +109,8 @@ void chooseInterval(const SourceTrack& video, const PackageOptions& options, Pac
   if (givesSegments(plan.interval)) return;
   plan.interval = usablePart(distance);
   warn("key frames " + std::to_string(distance) +
-       " frames apart cannot be cut into segments; they are cut for one every " + std::to_string(plan.interval) +
-       " frames, and some will not start with a key frame");
+       " frames apart cannot be cut into segments; they are cut for one every " +
+       std::to_string(plan.interval) + " frames, and some will not start with a key frame");
 }
 
 void takeOffsets(const SourceTrack& video, PackagePlan& plan) {

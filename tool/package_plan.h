@@ -23,8 +23,8 @@ struct PackagePlan {
   std::uint32_t count = 0;
   std::uint32_t rate = 0;  // frames a second: rate / scale
   std::uint32_t scale = 1;
-  std::uint32_t interval = 1;                      // the host's codec option 8
-  std::vector<std::int32_t> compositionOffsets;    // of the frames, in whole frames, none below zero
+  std::uint32_t interval = 1;                    // the host's codec option 8
+  std::vector<std::int32_t> compositionOffsets;  // of the frames, in whole frames, none below zero
 
   double framesPerSecond() const { return static_cast<double>(rate) / scale; }
 };

@@ -18,7 +18,8 @@ constexpr std::size_t kDistributionStart = 7;
 std::vector<std::uint8_t> payloadOf(std::span<const std::uint8_t> sample, std::uint32_t type) {
   const bool boxed = sample.size() >= kBoxHeader && Mp4LoadU32(sample.data() + 4) == type;
   const std::size_t start = boxed ? kBoxHeader : 0;
-  const std::size_t size = boxed ? std::min<std::size_t>(Mp4LoadU32(sample.data()), sample.size()) : sample.size();
+  const std::size_t size =
+      boxed ? std::min<std::size_t>(Mp4LoadU32(sample.data()), sample.size()) : sample.size();
   if (size <= start) return {};
   return {sample.begin() + static_cast<std::ptrdiff_t>(start),
           sample.begin() + static_cast<std::ptrdiff_t>(size)};

@@ -10,8 +10,8 @@
 // One caption track ("c608" or "c708") read along with the video: ask for frames in rising order.
 class SourceCaptions {
  public:
-  // Null `track`: there are none. `frameOrigin` is the video's first decode time in seconds, `rate` its frames
-  // a second.
+  // Null `track`: there are none. `frameOrigin` is the video's first decode time in seconds, `rate` its
+  // frames a second.
   SourceCaptions(SourceFile& file, const SourceTrack* track, double frameOrigin, double rate);
 
   bool present() const { return track_ != nullptr; }

@@ -26,9 +26,9 @@ struct SourceTrack {
   std::uint32_t timescale = 0;  // ticks a second
   std::uint32_t width = 0;      // of video, pixels
   std::uint32_t height = 0;
-  std::uint32_t channels = 0;                // of sound
-  std::vector<std::uint8_t> configuration;   // AVC decoder configuration record, or AudioSpecificConfig
-  std::uint8_t objectType = 0;               // of sound: objectTypeIndication
+  std::uint32_t channels = 0;               // of sound
+  std::vector<std::uint8_t> configuration;  // AVC decoder configuration record, or AudioSpecificConfig
+  std::uint8_t objectType = 0;              // of sound: objectTypeIndication
   std::vector<SourceSample> samples;
 };
 

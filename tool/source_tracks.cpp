@@ -131,16 +131,19 @@ const mp4::ESDBox* findDescriptor(const Mp4Box* entry) {
 SourceTrack readTrack(Mp4Box* trak, std::uint64_t fileSize) {
   SourceTrack track;
   if (const auto* header = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd")) track.trackId = header->trackId;
-  if (const auto* media = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd")) track.timescale = media->timescale;
+  if (const auto* media = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd"))
+    track.timescale = media->timescale;
   Mp4Box* const table = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl");
   Mp4Box* const entry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
   if (!table || !entry) return track;
   track.codec = entry->type;
-  if (const auto* handler = payloadAt<mp4::HandlerBox>(trak, "mdia/hdlr")) track.handler = handler->handlerType;
+  if (const auto* handler = payloadAt<mp4::HandlerBox>(trak, "mdia/hdlr"))
+    track.handler = handler->handlerType;
   if (const auto* visual = Mp4PayloadOf<mp4::VisualSampleEntry>(entry)) {
     track.width = visual->width;
     track.height = visual->height;
-    if (const auto* avcC = payloadAt<mp4::AVCConfigurationBox>(entry, "avcC")) track.configuration = avcC->record;
+    if (const auto* avcC = payloadAt<mp4::AVCConfigurationBox>(entry, "avcC"))
+      track.configuration = avcC->record;
   }
   if (const auto* audio = Mp4PayloadOf<mp4::AudioSampleEntry>(entry)) {
     track.channels = audio->channelCount;
@@ -182,8 +185,8 @@ struct Defaults {
   Defaults(std::uint32_t d, std::uint32_t s, std::uint32_t f) : duration(d), size(s), flags(f) {}
 };
 
-void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_t fileSize, SourceTrack& track,
-             std::uint64_t& time, std::uint64_t& offset) {
+void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_t fileSize,
+             SourceTrack& track, std::uint64_t& time, std::uint64_t& offset) {
   // A run without values of its own may count any number of samples; each that is there takes a byte.
   if (track.samples.size() + run.sampleCount > fileSize) damaged("it counts more samples than it has bytes");
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
@@ -195,9 +198,9 @@ void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_
     if (run.hasCompositionOffset())
       sample.compositionOffset = static_cast<std::int32_t>(run.compositionOffset(i));
     const bool first = i == 0 && run.hasFirstSampleFlags();
-    const std::uint32_t flags = first             ? run.firstSampleFlags
+    const std::uint32_t flags = first            ? run.firstSampleFlags
                                 : run.hasFlags() ? run.sampleFlags(i)
-                                                  : defaults.flags;
+                                                 : defaults.flags;
     sample.key = !(flags & kNonSync);
     track.samples.push_back(sample);
     offset += sample.size;
@@ -221,9 +224,8 @@ void readFragment(Mp4Box* root, Mp4Box* moof, std::uint64_t fileSize, std::vecto
     const bool fromFragment = tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultBaseIsMoof;
     const std::uint64_t base = placed ? tfhd->baseDataOffset : fromFragment ? moof->position : dataEnd;
     std::uint64_t offset = base;
-    std::uint64_t time = track->samples.empty()
-                             ? 0
-                             : track->samples.back().decodeTime + track->samples.back().duration;
+    std::uint64_t time =
+        track->samples.empty() ? 0 : track->samples.back().decodeTime + track->samples.back().duration;
     if (const auto* tfdt = payloadAt<mp4::TrackFragmentDecodeTimeBox>(traf, "tfdt"))
       time = tfdt->baseMediaDecodeTime;
     for (const Mp4Box* child = traf->first; child; child = child->next) {

@@ -310,12 +310,4 @@ TEST(Open, AgainAfterCloseAndOverAnOpenFile) {
   EXPECT_EQ(file->GetTotalFrames(), 1u);
 }
 
-TEST(Open, ForWritingIsNotSupportedYetAndSaysSo) {
-  const TempFolder folder;
-  const MediaFile file = createObject();
-  EXPECT_EQ(file->Open(folder.file("out.mp4").c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE, 3, nullptr,
-                       VL_CREATE_ALWAYS, 0, 0),
-            VL_E_NOT_SUPPORTED);
-}
-
 }  // namespace

@@ -1,0 +1,299 @@
+// Recordings that go wrong: what is refused, and what stays whole.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+
+#include "boxes/trun.h"
+#include "recording.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+LogLine error(const std::string& text) {
+  return {VL_LOG_ERROR, "ERROR(vlx_fmp4): " + text + "\n"};
+}
+
+RecordingDescription withSound() {
+  RecordingDescription d;
+  d.soundMask = 3;
+  return d;
+}
+
+// No file grows beyond `bytes` while it lives: the write that would is cut short.
+class FullDisk {
+ public:
+  explicit FullDisk(std::uint64_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &old_);
+    rlimit small = old_;
+    small.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &small);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &old_);
+    signal(SIGXFSZ, SIG_DFL);
+  }
+
+ private:
+  rlimit old_ = {};
+};
+
+TEST(BadRecording, WritingBeforeTheDescriptionIsReported) {
+  const TempFolder folder;
+  MediaFile file = createFile(folder.file("out.mp4"));
+  LogCapture log;
+  EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_RESULT, "mov2: 0xE802300F\n"},
+                                     LogLine{VL_LOG_RESULT, "fmp4: 0xE802300F\n"}));
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(readFile(folder.file("out.m4v")).size(), 28u);
+}
+
+TEST(BadRecording, ChannelsThatTheFileDoesNotHaveAreReported) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  MediaFile sounding = startRecording(folder.file("b.mp4"), withSound());
+  MediaFile sound = createFile(folder.file("c.m4a"), MF_OPEN_AUDIO_ONLY);
+  describeSound(*sound, withSound());
+  LogCapture log;
+  EXPECT_EQ(writeSample(*file, 2, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*file, 0, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*sounding, 0x0C, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*sound, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  const LogLine noVideo{VL_LOG_RESULT, "mov2: 0xE802300F\n"}, noSound{VL_LOG_RESULT, "fmp4: 0xE802300F\n"};
+  EXPECT_THAT(log.lines, ElementsAre(noVideo, noVideo, noSound, noSound, noVideo));
+}
+
+TEST(BadRecording, ASourceThatIsReadTakesNoSamples) {
+  const TempFolder folder;
+  {
+    const MediaFile file = startRecording(folder.file("out.mp4"));
+    writeFrames(*file, 2);
+  }
+  const MediaFile read = openFile(folder.file("out.m4v"));
+  LogCapture log;
+  EXPECT_EQ(writeSample(*read, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*read, 3, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(log.lines.size(), 2u);
+}
+
+TEST(BadRecording, RequestsWithoutWhatTheyAnnounceFail) {
+  const TempFolder folder;
+  const MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  DFRAME descriptor{};
+  descriptor.size = sizeof descriptor;
+  descriptor.bytes = 10;
+  for (const std::uint32_t mode : {QVR_MODE_VIDEO, QVR_MODE_AUDIO}) {
+    EXPECT_EQ(file->Write(0, 1, 3, mode, nullptr, nullptr), 0xFFFFFFFFu);
+    EXPECT_EQ(file->Write(0, 1, 3, mode, &descriptor, nullptr), 0xFFFFFFFFu);
+  }
+  EXPECT_EQ(file->Write(0, 1, 3, 2, &descriptor, nullptr), VL_OK) << "neither video nor sound";
+}
+
+TEST(BadRecording, EmptyFramesKeepTheirPlace) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  for (std::uint32_t i = 0; i < 31; ++i)
+    ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(i, i % 2 == 0 ? 0 : 50), i), VL_OK);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  const MediaFile read = openFile(folder.file("out.m4v"));
+  ASSERT_EQ(read->GetTotalFrames(), 31u);
+  EXPECT_EQ(readFrame(*read, 0).descriptor.bytes, 0u);
+  EXPECT_EQ(readFrame(*read, 29).data, frameBytes(29, 50));
+}
+
+TEST(BadRecording, AFrameOfAHundredMegabytesIsTaken) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  const Bytes large = frameBytes(1, 100u << 20);
+  ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, large), VL_OK);
+  writeFrames(*file, 2, 1);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  const MediaFile read = openFile(folder.file("out.m4v"));
+  EXPECT_EQ(readFrame(*read, 0).data, large);
+  EXPECT_EQ(readFrame(*read, 2).data, frameBytes(2));
+}
+
+TEST(BadRecording, WhatAFragmentCannotHoldIsRefusedBeforeItIsLookedAt) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  writeFrames(*file, 1);
+  LogCapture log;
+  std::uint8_t byte = 0;
+  DFRAME descriptor{};
+  descriptor.size = sizeof descriptor;
+  descriptor.data = &byte;
+  for (const std::uint32_t bytes : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+    descriptor.bytes = bytes;
+    EXPECT_EQ(file->Write(1, 1, 1, QVR_MODE_VIDEO, &descriptor, nullptr), 0xFFFFFFFFu);
+    EXPECT_EQ(file->Write(1, 1, 3, QVR_MODE_AUDIO, &descriptor, nullptr), 0xFFFFFFFFu);
+  }
+  EXPECT_EQ(log.lines.size(), 6u);
+  EXPECT_THAT(log.lines,
+              testing::Each(LogLine{VL_LOG_PLAIN, "fmp4 - Failed to allocate video buffer for writing"}));
+  log.lines.clear();
+  writeFrames(*file, 1, 1);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 2u);
+}
+
+TEST(BadRecording, CompositionOffsetsBeyond32BitsOfTicksAreRefused) {
+  const TempFolder folder;
+  const MediaFile file = startRecording(folder.file("out.mp4"));
+  LogCapture log;
+  for (const std::int32_t offset : {2145339, -2145340, 0x7FFFFFFF, -0x7FFFFFFF - 1})
+    EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0), 0, 0, offset), 0xFFFFFFFFu) << offset;
+  EXPECT_THAT(log.lines, testing::Each(error("The composition offset is too large")));
+  EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0), 0, 0, 2145338), VL_OK);
+}
+
+TEST(BadRecording, RatesThatCannotBeTimedAreRefused) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  LogCapture log;
+  for (const auto& [rate, scale] :
+       {std::pair{0u, 1001u}, {30000u, 0u}, {0u, 0u}, {0xFFFFFFFFu, 1u}, {1u, 5000u}}) {
+    RecordingDescription d;
+    d.rate = rate;
+    d.scale = scale;
+    EXPECT_EQ(describeVideo(*file, d), 0xFFFFFFFFu) << rate << '/' << scale;
+  }
+  EXPECT_EQ(log.lines.size(), 5u);
+  EXPECT_THAT(log.lines, testing::Each(error("The frame rate cannot be recorded")));
+  EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+}
+
+TEST(BadRecording, SampleRatesBeyond16BitsAreRefused) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  LogCapture log;
+  for (const std::uint32_t rate : {0u, 65536u, 96000u, 0xFFFFFFFFu}) {
+    RecordingDescription d = withSound();
+    d.sampleRate = rate;
+    EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu) << rate;
+  }
+  EXPECT_EQ(log.lines.size(), 4u);
+  EXPECT_THAT(log.lines, testing::Each(error("The audio sample rate cannot be recorded")));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));
+  RecordingDescription d = withSound();
+  d.sampleRate = 65535;
+  EXPECT_EQ(describeSound(*file, d), VL_OK);
+}
+
+TEST(BadRecording, CodecDataShorterThanItSaysIsRefused) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  LogCapture log;
+  const Bytes damaged[] = {
+      boxOfSize(7, "avcC"),           // less than its own header
+      boxOfSize(0xFFFFFFFF, "avcC"),  // more than there is room for
+      boxOfSize(128 * 1024 + 1, "avcC"),
+      box("avcC"),  // no record
+      box("avcC", {u8(1), u8(0x64), u8(0), u8(30), u8(0xFF)}),
+      box("avcC", {u8(1), u8(0x64), u8(0), u8(30), u8(0xFF), u8(0xE1), u16(5), zeros(4)}),
+      box("avcC", {u8(1), u8(0x64), u8(0), u8(30), u8(0xFF), u8(0xE1), u16(4), zeros(4)}),
+      box("avcC", {u8(1), u8(0x64), u8(0), u8(30), u8(0xFF), u8(0xE0), u8(2), u16(0)}),
+  };
+  for (const Bytes& configuration : damaged) {
+    RecordingDescription d;
+    d.configuration = configuration;
+    EXPECT_EQ(describeVideo(*file, d), 0xFFFFFFFFu);
+  }
+  RecordingDescription d = withSound();
+  d.soundConfiguration = {0xFF, 0xF1};
+  EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu);
+  QVRAUDIO audio = describe(*file).audio;
+  audio.wave.extraSize = 257;
+  EXPECT_EQ(file->SetFileInfo(3, nullptr, nullptr, &audio, nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(log.lines.size(), 10u);
+  EXPECT_THAT(log.lines, testing::Each(error("The codec configuration is shorter than it says")));
+}
+
+TEST(BadRecording, ABitmapHeaderThatTellsItsSizeBoundsTheConfiguration) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  const Described d = describe(*file);
+  const Bytes configuration = avcBox();
+  std::copy(configuration.begin(), configuration.end(), d.video->colourTable);
+  d.video->bitmap.size = static_cast<std::uint32_t>(40 + configuration.size() - 1);
+  LogCapture log;
+  EXPECT_EQ(file->SetFileInfo(1, nullptr, d.video.get(), nullptr, nullptr), 0xFFFFFFFFu);
+  EXPECT_THAT(log.lines, Contains(error("The codec configuration is shorter than it says")));
+  ++d.video->bitmap.size;
+  EXPECT_EQ(file->SetFileInfo(1, nullptr, d.video.get(), nullptr, nullptr), VL_OK);
+}
+
+TEST(BadRecording, WithoutAConfigurationAStandInIsWritten) {
+  const TempFolder folder;
+  RecordingDescription d;
+  d.configuration = {};
+  MediaFile file = startRecording(folder.file("out.mp4"), d);
+  writeFrames(*file, 1);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  BoxFile boxes(folder.file("out.m4v"));
+  EXPECT_EQ(boxes.at("moov/trak/mdia/minf/stbl/stsd/avc1/avcC")->size, 14u);
+  EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("codecs=\"avc1.010001\""));
+}
+
+TEST(BadRecording, ADeviceThatIsFullIsNoFileToWriteTo) {
+  const TempFolder folder;
+  std::filesystem::create_symlink("/dev/full", folder.file("out.m4v"));
+  LogCapture log;
+  EXPECT_EQ(createFile(folder.file("out.mp4")), nullptr);
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 file_write failure, error: 28\n"},
+                          LogLine{VL_LOG_WARNING,
+                                  "WARNING(vlx_fmp4): Unable to open video mp4 file for write (vlx_fmp4)\n"},
+                          LogLine{VL_LOG_PLAIN, "fmp4OpenWrite(0xE802500C)"}));
+}
+
+TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
+  for (const std::uint64_t space : {1000u, 20000u, 37000u, 38000u, 60000u}) {
+    const TempFolder folder;
+    MediaFile file = startRecording(folder.file("out.mp4"));
+    std::uint32_t written = 0;
+    std::string manifest;
+    {
+      const FullDisk disk(space);
+      LogCapture log;
+      while (writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(written), written) == VL_OK) ++written;
+      EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "fmp4 file_write failure, error: 27\n"}));
+      EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu) << "no more is taken";
+      EXPECT_EQ(closeFile(file), 0xFFFFFFFFu);
+    }
+    BoxFile boxes(folder.file("out.m4v"));
+    if (space == 1000) {
+      EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::Not(HasSubstr("#EXTINF")));
+      continue;
+    }
+    // Whole fragments, all of them listed.
+    const std::uint32_t frames = written / 30 * 30;
+    ASSERT_GT(frames, 0u);
+    const MediaFile read = openFile(folder.file("out.mpd"));
+    ASSERT_NE(read, nullptr) << space;
+    EXPECT_EQ(read->GetTotalFrames(), frames) << space;
+    for (std::uint32_t i = 0; i < frames; ++i) EXPECT_EQ(readFrame(*read, i).data, frameBytes(i));
+    EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::EndsWith("out.m4v\n#EXT-X-ENDLIST\n"));
+  }
+}
+
+TEST(BadRecording, AManifestThatCannotBeSavedHarmsNothingElse) {
+  const TempFolder folder;
+  std::filesystem::create_directory(folder.file("out.mpd"));
+  std::filesystem::create_directory(folder.file("out.m3u8"));
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  writeFrames(*file, 301);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 301u);
+}
+
+}  // namespace

@@ -1,0 +1,166 @@
+// Recording through the plug-in as a host does, and looking at what it has written.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "box.h"
+#include "loaded_plugin.h"
+#include "support/box_builder.h"
+#include "support/temp_folder.h"
+
+inline MFXOPEN writeRequest(const std::string& path, std::uint32_t openFlags = 0) {
+  return {147,
+          VL_GENERIC_READ | VL_GENERIC_WRITE,
+          path.c_str(),
+          VL_SHARE_READ_WRITE,
+          VL_CREATE_ALWAYS,
+          nullptr,
+          0,
+          openFlags};
+}
+
+// An object that writes `path`, null when the plug-in refuses.
+inline MediaFile createFile(const std::string& path, std::uint32_t openFlags = 0) {
+  MFXOPEN request = writeRequest(path, openFlags);
+  return MediaFile(objectOf(plugin().media(nullptr, 1, &request)));
+}
+
+// An avcC box with one sequence and one picture parameter set.
+inline Bytes avcBox() {
+  return box("avcC", {u8(1), u8(0x64), u8(0x1F), u8(0x1E), u8(0xFF), u8(0xE1), u16(4), Bytes{0x67, 1, 2, 3},
+                      u8(1), u16(2), Bytes{0x68, 9}});
+}
+
+// What a host says about the streams of a recording.
+struct RecordingDescription {
+  std::uint32_t rate = 30000;
+  std::uint32_t scale = 1001;
+  std::int32_t width = 320;
+  std::int32_t height = 180;
+  Bytes configuration = avcBox();
+  std::uint32_t soundMask = 0;
+  std::uint32_t sampleRate = 48000;
+  std::uint16_t channels = 2;
+  Bytes soundConfiguration = join({u8(0x11), u8(0x90)});
+  std::uint32_t captions = 0;
+};
+
+inline std::uint32_t describeVideo(CAMediaFile& file, const RecordingDescription& d) {
+  const Described defaults = describe(file);
+  QVRVIDEO& video = *defaults.video;
+  video.bitmap.width = d.width;
+  video.bitmap.height = d.height;
+  video.stream.rate = d.rate;
+  video.stream.scale = d.scale;
+  std::copy(d.configuration.begin(), d.configuration.end(), video.colourTable);
+  QVRINFO info = defaults.info;
+  info.captions = d.captions;
+  return file.SetFileInfo(1, nullptr, &video, nullptr, &info);
+}
+
+inline std::uint32_t describeSound(CAMediaFile& file, const RecordingDescription& d) {
+  QVRAUDIO audio = describe(file).audio;
+  audio.codec = 0x6D703461;
+  audio.wave.samplesPerSecond = d.sampleRate;
+  audio.wave.channels = d.channels;
+  audio.wave.averageBytesPerSecond = 16000;
+  audio.wave.extraSize = static_cast<std::uint16_t>(d.soundConfiguration.size());
+  std::copy(d.soundConfiguration.begin(), d.soundConfiguration.end(), audio.wave.extra);
+  return file.SetFileInfo(d.soundMask, nullptr, nullptr, &audio, nullptr);
+}
+
+// An object that is ready to take samples.
+inline MediaFile startRecording(const std::string& path, const RecordingDescription& d = {},
+                                std::uint32_t interval = 1) {
+  MediaFile file = createFile(path);
+  if (!file) return file;
+  file->SetCodecOption(1, 0, 8, interval, nullptr);
+  EXPECT_EQ(describeVideo(*file, d), VL_OK);
+  if (d.soundMask != 0) {
+    EXPECT_EQ(describeSound(*file, d), VL_OK);
+  }
+  return file;
+}
+
+// The bytes of a frame that tell it apart from others.
+inline Bytes frameBytes(std::uint32_t frame, std::size_t size = 100) {
+  Bytes bytes(size);
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(frame * 31 + i * 7);
+  return bytes;
+}
+
+inline std::uint32_t writeSample(CAMediaFile& file, std::uint32_t mask, std::uint32_t mode,
+                                 const Bytes& bytes, std::uint32_t frame = 0,
+                                 std::uint32_t flags = DFRAME_KEY, std::int32_t compositionOffset = 0) {
+  DFRAME descriptor{};
+  descriptor.size = sizeof descriptor;
+  descriptor.data = const_cast<std::uint8_t*>(bytes.data());
+  descriptor.bytes = static_cast<std::uint32_t>(bytes.size());
+  descriptor.flags = flags;
+  descriptor.compositionOffset = compositionOffset;
+  return file.Write(frame, 1, mask, mode, &descriptor, nullptr);
+}
+
+// Frames `first` to `first + count - 1`, a key frame every `interval`.
+inline void writeFrames(CAMediaFile& file, std::uint32_t count, std::uint32_t first = 0,
+                        std::uint32_t interval = 30) {
+  for (std::uint32_t i = first; i < first + count; ++i) {
+    ASSERT_EQ(writeSample(file, 1, QVR_MODE_VIDEO, frameBytes(i), i,
+                          i % interval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
+              VL_OK);
+  }
+}
+
+inline void writeSound(CAMediaFile& file, std::uint32_t count, std::uint32_t first = 0,
+                       std::uint32_t mask = 3) {
+  for (std::uint32_t i = first; i < first + count; ++i)
+    ASSERT_EQ(writeSample(file, mask, QVR_MODE_AUDIO, frameBytes(i, 20), i), VL_OK);
+}
+
+inline std::uint32_t closeFile(MediaFile& file) {
+  MFXCLOSE close{};
+  return file->MFXCmd(MFX_CLOSE, &close);
+}
+
+// The boxes of a file, all of them.
+struct BoxFile {
+  explicit BoxFile(const std::string& path) {
+    stream.open(path.c_str(), MP4_MODE_READ);
+    root.reset(Mp4ReadRoot(stream, true));
+  }
+  Mp4Box* at(const std::string& path) { return Mp4BoxGet(nullptr, root.get(), true, "%s", path.c_str()); }
+  template <class Payload>
+  const Payload* get(const std::string& path) {
+    return Mp4PayloadOf<Payload>(at(path));
+  }
+  // "ftyp moov sidx moof mdat ..."
+  std::string topLevel() const {
+    std::string names;
+    for (const Mp4Box* box = root->first; box; box = box->next) {
+      if (!names.empty()) names += ' ';
+      for (int shift = 24; shift >= 0; shift -= 8) names += static_cast<char>(box->type >> shift & 0xFF);
+    }
+    return names;
+  }
+
+  Mp4Stream stream;
+  Mp4BoxPtr root;
+};
+
+inline std::string textOf(const std::string& path) {
+  const Bytes bytes = readFile(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+// With every date and time replaced by "NOW".
+inline std::string withoutTime(std::string text) {
+  for (std::size_t place = 0; (place = text.find("20", place)) != std::string::npos; ++place) {
+    const std::size_t length = std::strlen("2016-09-21T08:15:30.250Z");
+    if (place + length <= text.size() && text[place + 10] == 'T' && text[place + 23] == 'Z')
+      text.replace(place, length, "NOW");
+  }
+  return text;
+}
