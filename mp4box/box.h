@@ -1,6 +1,7 @@
 // The generic box node, reading a tree of them from a stream, and finding boxes in it by path.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -44,6 +45,9 @@ struct Mp4RootState : Mp4Payload {
   bool ended = false;            // nothing more can be read there
   Mp4Box* at = nullptr;          // where the last look-up by offset stood
   std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, added up
+  // A box header that came in with the box before it, and the offset at which it stands.
+  std::array<std::uint8_t, 32> ahead = {};
+  std::uint64_t aheadOf = ~std::uint64_t{0};
   void fields(Mp4Fields&) override {}
 };
 

@@ -90,6 +90,21 @@ std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
   }
 }
 
+// Reads the box whose header stands at the position of `header`, which may hold no more than that, and whose
+// content stands at the same offset of `stream`.
+Mp4Box* ReadBox(Mp4Stream& header, Mp4Stream& stream, Mp4Box* father) {
+  Mp4BoxPtr box(new (std::nothrow) Mp4Box);
+  if (!box || !Mp4ReadBoxHeader(header, *box) || box->size == 0) return nullptr;
+  box->father = father;
+  if (!MayStand(stream, *box)) return nullptr;
+  try {
+    if (!Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  return box.release();
+}
+
 }  // namespace
 
 bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
@@ -110,16 +125,7 @@ bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
 }
 
 Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father) {
-  Mp4BoxPtr box(new (std::nothrow) Mp4Box);
-  if (!box || !Mp4ReadBoxHeader(stream, *box) || box->size == 0) return nullptr;
-  box->father = father;
-  if (!MayStand(stream, *box)) return nullptr;
-  try {
-    if (!Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-  return box.release();
+  return ReadBox(stream, stream, father);
 }
 
 int Mp4SeekNextBox(Mp4Stream& stream, const Mp4Box& box) {
@@ -143,7 +149,8 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   if (!state || state->ended) return false;
   state->ended = true;
   if (!stream.seek(state->nextOffset)) return false;
-  Mp4Box* box = Mp4ReadBox(stream, root);
+  Mp4MemoryStream ahead(state->ahead.data(), state->ahead.size(), state->nextOffset);
+  Mp4Box* box = ReadBox(state->aheadOf == state->nextOffset ? ahead : stream, stream, root);
   if (!box) return false;
   Append(root, box);
   state->nextOffset = box->end();
@@ -166,10 +173,19 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
   const std::uint64_t children = box.position + Mp4BoxHeaderSize(box);
   if (box.size <= Mp4BoxHeaderSize(box) + 8u) return true;
   if (IsTopLevel(box)) {
-    // As much of it as the file holds comes in with one read, where memory allows.
-    const std::uint64_t held = std::min(box.end(), std::max(stream.size(), box.position)) - box.position;
+    // As much of it as the file holds comes in with one read, where memory allows, and with it the header
+    // of the box behind it.
+    const std::uint64_t size = std::max(stream.size(), box.position);
+    const std::uint64_t held = std::min(box.end(), size) - box.position;
+    auto* state = Mp4PayloadOf<Mp4RootState>(box.father);
+    const bool withNext = state && size - box.position >= held + state->ahead.size();
     FileBytes bytes;
-    if (const std::uint8_t* data = bytes.get(stream, box.position, held)) {
+    if (const std::uint8_t* data =
+            bytes.get(stream, box.position, held + (withNext ? state->ahead.size() : 0))) {
+      if (withNext) {
+        std::copy_n(data + held, state->ahead.size(), state->ahead.begin());
+        state->aheadOf = box.end();
+      }
       Mp4MemoryStream memory(data, held, box.position);
       return memory.seek(children) && Mp4ReadChildren(memory, &box);
     }
