@@ -43,7 +43,7 @@ Payload* Mp4PayloadOf(const Mp4Box* box) {
 struct Mp4RootState : Mp4Payload {
   std::uint64_t nextOffset = 0;  // offset of the first top-level byte not yet read
   bool ended = false;            // nothing more can be read there
-  Mp4Box* at = nullptr;          // where the last look-up by offset stood
+  std::vector<Mp4Box*> boxes;    // the top level in file order
   std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, added up
   // A box header that came in with the box before it, and the offset at which it stands.
   std::array<std::uint8_t, 32> ahead = {};

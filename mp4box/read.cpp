@@ -47,6 +47,14 @@ void Append(Mp4Box* father, Mp4Box* box) {
   father->last = box;
 }
 
+// Notes a box of the top level. Returns false when memory is short.
+bool Remember(Mp4RootState& state, Mp4Box* box) try {
+  state.boxes.push_back(box);
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
 // A box may reach past its father; what stands behind the father is then read once more as what it is
 // there. The bytes read again must not add up to more than the file has, or a file of many boxes that all
 // reach to its end would cost time and memory by the square of its size.
@@ -150,8 +158,9 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   state->ended = true;
   if (!stream.seek(state->nextOffset)) return false;
   Mp4MemoryStream ahead(state->ahead.data(), state->ahead.size(), state->nextOffset);
-  Mp4Box* box = ReadBox(state->aheadOf == state->nextOffset ? ahead : stream, stream, root);
-  if (!box) return false;
+  Mp4BoxPtr read(ReadBox(state->aheadOf == state->nextOffset ? ahead : stream, stream, root));
+  if (!read || !Remember(*state, read.get())) return false;
+  Mp4Box* box = read.release();
   Append(root, box);
   state->nextOffset = box->end();
   state->ended = Mp4SeekNextBox(stream, *box) == 0;
