@@ -96,7 +96,7 @@ std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
   descriptor.flags &= kHeaderOnlyKept;
   descriptor.sampleSize = cursor.sampleSize();
   descriptor.firstByte = 0;
-  const std::uint64_t offset = addSaturated(cursor.runOffset, cursor.sampleOffset);
+  const std::uint64_t offset = addSaturated(cursor.runOffset(), cursor.sampleOffset);
   if (descriptor.sampleSize != 0 &&
       ReadThroughWindow(*m_index, cursor, offset, 1, &descriptor.firstByte) < 0) {
     cursor.clear();
