@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +20,9 @@ inline constexpr std::uint32_t kFileTypeCode = 147;
 
 // Frames a second until a source or the host says otherwise, and where there is sound alone.
 inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
+
+// The defaults of a movie's tracks by track ID.
+using TrackDefaults = std::map<std::uint32_t, const mp4::TrackExtendsBox*>;
 
 class CMFFmp4 : public CAMediaFile {
  public:
@@ -73,7 +77,7 @@ class CMFFmp4 : public CAMediaFile {
 
   // track_setup.cpp: from the movie box to tracks, stream records and the nominal frame rate.
   std::uint32_t setUpTracks();
-  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, Mp4Box* movieExtends);
+  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults);
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
   void setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track);
   std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
