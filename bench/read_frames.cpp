@@ -1,21 +1,14 @@
 // Reading all frames of a large file in order, against a plain loop over the same bytes.
 #include <cstdio>
-#include <memory>
 
+#include "host.h"
 #include "measure.h"
-#include "mediafile.h"
 #include "support/day_file.h"
 #include "support/temp_folder.h"
 
 namespace {
 
 constexpr std::uint32_t kFragments = 1500;  // about a gigabyte
-
-CAMediaFile* openThroughPlugin(const std::string& path,
-                               std::int64_t (*media)(CAMediaFile*, std::uint32_t, void*)) {
-  MFXOPEN request{147, VL_GENERIC_READ, path.c_str(), VL_SHARE_READ_WRITE, VL_OPEN_EXISTING, nullptr, 0, 0};
-  return reinterpret_cast<CAMediaFile*>(static_cast<std::intptr_t>(media(nullptr, MFX_OPEN, &request)));
-}
 
 }  // namespace
 
@@ -25,11 +18,7 @@ int main() {
   DayFile file;
   file.fragments = kFragments;
   file.write(path);
-  void* library = vlOSLoadLibrary(VL_BIN_DIR "/vlx_fmp4.so", 2);
-  const auto media = reinterpret_cast<std::int64_t (*)(CAMediaFile*, std::uint32_t, void*)>(
-      vlOSGetProcAddress(library, "xMediaFile"));
-  CAMediaFile* recording = openThroughPlugin(path, media);
-  if (!recording) return 1;
+  const OpenRecording recording(mediaFileEntry(), path);
   const std::uint32_t frames = recording->GetTotalFrames();
   std::vector<std::uint8_t> frame(recording->Read(0, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr));
   std::vector<std::uint8_t> block(1 << 20);
@@ -70,7 +59,5 @@ int main() {
               static_cast<double>(videoBytes) / 1e9, static_cast<double>(videoBytes) / 1e9 / frameTime,
               static_cast<double>(videoBytes) / 1e9 / plainTime);
   const bool met = report("rate of reading frames over the plain loop", plainTime / frameTime, ">=", 0.7);
-  MFXCLOSE close{};
-  media(reinterpret_cast<CAMediaFile*>(recording), MFX_CLOSE, &close);
   return met ? 0 : 1;
 }

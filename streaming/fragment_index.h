@@ -1,6 +1,7 @@
 // The fragment index: where each movie fragment of a file is, and how much of each track it carries.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -82,8 +83,11 @@ class FragmentIndex {
   const IndexedTrack& track(TrackRole role) const { return tracks_[role]; }
   const FrameRate& frameRate() const { return frameRate_; }
   Mp4Stream& stream() const { return stream_; }
-  // Size of the largest video sample in bytes.
-  std::uint32_t largestVideoSample() const { return largestVideoSample_; }
+  // Size of the largest video sample in bytes; where one claims more than the file has, the file's size, so
+  // that no buffer made for it is larger.
+  std::uint32_t largestVideoSample() const {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(largestVideoSample_, root_->size));
+  }
 
  private:
   struct Slot {

@@ -11,7 +11,7 @@ namespace {
 // Enough to make small samples cheap, little enough to stay in the processor's cache.
 constexpr std::size_t kWindowBytes = 256 * 1024;
 // Samples from this size on go straight to their destination.
-constexpr std::uint64_t kDirectBytes = 64 * 1024;
+constexpr std::uint64_t kDirectBytes = 16 * 1024;
 
 // The file offset that a run's data offset stands for. It counts from the base data offset where `tfhd`
 // carries one. Otherwise it counts from the start of the `moof`, and one that does not reach behind the
