@@ -6,7 +6,9 @@ std::uint32_t CMFFmp4::Close() {
   qvrInfoDelete(this);
   m_setClose();
   m_companion.reset();
-  m_companionState = {};
+  m_companionNextExpected = QVR_NOT_SET;
+  for (const auto& track : m_audioTracks) track->closeDecoder();
+  m_audioTracks.clear();
   m_videoCursor = {};
   m_videoState = {};
   m_cc608 = {};

@@ -26,7 +26,8 @@ std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint3
     case QVR_MODE_VIDEO:
       return guarded(VL_FAILED, [&] { return readVideo(frame, count, channelMask, mode, descriptor); });
     case QVR_MODE_AUDIO:
-      return readAudio(frame, count, channelMask, mode, descriptor, extra);
+      return guarded(VL_FAILED,
+                     [&] { return readAudio(frame, count, channelMask, mode, descriptor, extra); });
     default:
       return VL_OK;
   }
@@ -65,18 +66,6 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   m_videoState.lastFrame = m_currentFrame = frame;
   m_videoState.lastBytes = descriptor->bytes;
   return VL_OK;
-}
-
-// Sound in a file of its own is read from there.
-std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                                 std::uint32_t mode, DFRAME* descriptor, void* extra) {
-  if (m_companion) {
-    const std::uint32_t result = m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
-    if (descriptor) m_companionState.nextExpected = frame + count;
-    return result;
-  }
-  messages::reportRead(FMP4_E_NO_AUDIO);
-  return FMP4_E_NO_AUDIO;
 }
 
 // Timecodes count on from the file's start timecodes.

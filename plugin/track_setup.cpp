@@ -61,7 +61,7 @@ std::uint32_t CMFFmp4::setUpTracks() {
 
 std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults) {
   const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, Mp4FourCc("tkhd")));
-  const Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
+  Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
   if (!sampleEntry) return VL_OK;
   IndexedTrack track;
   track.trackId = header ? header->trackId : ordinal;
@@ -152,9 +152,9 @@ std::uint32_t CMFFmp4::defaultDuration(const IndexedTrack& track) {
   }
 }
 
-void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
+void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   const auto* entry = Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry);
-  if (!entry) return;
+  if (!entry || m_audioTracks.size() >= kAudioTrackSlots) return;
   QVRSTREAM* holder = m_AllocAStream();
   if (!holder) {
     ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
@@ -164,7 +164,9 @@ void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   QVRWAVE& wave = audio.wave;
   wave.channels = entry->channelCount;
   wave.bitsPerSample = entry->sampleSize;
+  std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
   wave.samplesPerSecond = entry->sampleRate >> 16;
+  if (wave.samplesPerSecond == 0) wave.samplesPerSecond = ConfiguredSampleRate(configuration);
   const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
   // Intended: AC-3 keeps the block of one channel, and takes its buffer from the description's rate.
   const bool ac3 = sampleEntry->type == kAc3;
@@ -185,6 +187,8 @@ void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   }
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = audio;
+  VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];
+  m_audioTracks.push_back(std::make_unique<AudioTrack>(track, *holder, decoder, std::move(configuration)));
   if (!m_tracks[kAudioTrack].present()) {
     m_tracks[kAudioTrack] = track;
     m_audio = audio;

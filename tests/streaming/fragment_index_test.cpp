@@ -292,6 +292,15 @@ TEST(FragmentIndex, LargestVideoSampleIsKnown) {
   EXPECT_EQ(file.build().largestVideoSample(), 500u);
 }
 
+TEST(FragmentIndex, NoSampleIsLargerThanTheFile) {
+  TrafSpec traf;
+  traf.flags |= kDefaultSize;
+  traf.size = 0xFFFFFFFF;
+  traf.runs = {RunSpec{kRunDataOffset, {sampleOf(5, 1)}}};
+  IndexedFile file(fragment(1, {traf}));
+  EXPECT_EQ(file.build().largestVideoSample(), file.bytes.size());
+}
+
 TEST(FragmentIndex, DescendingNumbersCostNoMoreThanAscendingOnes) {
   Bytes content;
   for (std::uint32_t i = 0; i < 20000; ++i) {

@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <clocale>
-
-#include "support/temp_folder.h"
+#include "support/comma_locale.h"
 
 namespace {
 
@@ -182,10 +180,10 @@ TEST(ParseFrameRate, WhatIsNoRateIsUnknown) {
 }
 
 TEST(ParseFrameRate, DoesNotDependOnTheLocale) {
-  // Where the system has no locale with decimal commas, the first line changes nothing and the second holds.
-  std::setlocale(LC_ALL, "de_DE.UTF-8");
+  const CommaLocale locale;
   EXPECT_EQ(ParseFrameRate("29.97").numerator, 2997u);
-  std::setlocale(LC_ALL, "C");
+  EXPECT_EQ(ParseFrameRate("29.97").denominator, 100u);
+  EXPECT_FALSE(ParseFrameRate("29,97").known());
 }
 
 }  // namespace
