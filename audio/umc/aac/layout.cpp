@@ -65,25 +65,27 @@ bool HasElements(const Configuration& configuration, const ElementType* seen, in
              [](ElementType type, const ConfigurationElement& element) { return type == element.type; });
 }
 
-// Front elements come from the centre outwards.
+// Front elements come from the centre outwards: a single one, the centre, ahead of at most two pairs.
 bool AddFront(const ProgramElements& front, Layout& layout) {
-  const auto pairs =
-      std::count_if(front.items, front.items + front.count, [](auto& item) { return item.isPair; });
-  std::ptrdiff_t pairsLeft = pairs;
+  auto pairsLeft =
+      std::count_if(front.items, front.items + front.count, [](const auto& item) { return item.isPair; });
+  bool centreSeen = false;
   for (int i = 0; i < front.count; ++i) {
     const auto& item = front.items[i];
-    bool added = false;
-    if (!item.isPair) {
-      added = layout.Add(kSingle, item.tag, i == 0 ? kFrontCentre : kUnknown);
-    } else if (pairsLeft == 1) {
-      added = layout.Add(kPair, item.tag, kFrontLeft, kFrontRight);
-    } else if (pairsLeft == 2) {
-      added = layout.Add(kPair, item.tag, kFrontLeftOfCentre, kFrontRightOfCentre);
-    } else {
-      added = layout.Add(kPair, item.tag, kUnknown);
+    Speaker first = kUnknown, second = kUnknown;
+    if (!item.isPair && !centreSeen) {
+      first = kFrontCentre;
+      centreSeen = true;
+      layout.unordered |= i != 0;
+    } else if (item.isPair && pairsLeft == 1) {
+      first = kFrontLeft;
+      second = kFrontRight;
+    } else if (item.isPair && pairsLeft == 2) {
+      first = kFrontLeftOfCentre;
+      second = kFrontRightOfCentre;
     }
     if (item.isPair) --pairsLeft;
-    if (!added) return false;
+    if (!layout.Add(item.isPair ? kPair : kSingle, item.tag, first, second)) return false;
   }
   return true;
 }
@@ -134,7 +136,10 @@ Layout LayoutOfProgram(const ProgramConfig& program) {
   const bool fits =
       AddFront(program.front, layout) && AddSurround(program.side, kSideLeft, kSideRight, layout) &&
       AddSurround(program.back, kBackLeft, kBackRight, layout) && AddEffects(program.lfe, layout);
-  return fits ? layout : Layout{};
+  if (!fits) return {};
+  const Speaker* end = layout.speakers + layout.channelCount;
+  layout.unordered |= std::find<const Speaker*>(layout.speakers, end, kUnknown) != end;
+  return layout;
 }
 
 Layout LayoutOfElements(const ElementType* seen, int count) {
@@ -174,6 +179,7 @@ Layout LayoutOfElements(const ElementType* seen, int count) {
 
 void OutputOrder(const Layout& layout, std::uint8_t* order) {
   std::iota(order, order + layout.channelCount, std::uint8_t{0});
+  if (layout.unordered) return;
   std::stable_sort(order, order + layout.channelCount,
                    [&](std::uint8_t a, std::uint8_t b) { return layout.speakers[a] < layout.speakers[b]; });
 }

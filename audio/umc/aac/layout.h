@@ -30,7 +30,7 @@ enum class Speaker : std::uint8_t {
   kBackCentre,
   kSideLeft,
   kSideRight,
-  kUnknown  // comes out behind the others
+  kUnknown
 };
 
 struct LayoutElement {
@@ -46,6 +46,7 @@ struct Layout {
   std::uint8_t elementCount;
   std::uint8_t channelCount;
   std::int8_t mixdownIndex;  // matrix_mixdown_idx, -1: not sent
+  bool unordered;            // some speakers are a guess: the channels come out as they are listed
   LayoutElement elements[kMaxChannels];
   Speaker speakers[kMaxChannels];
 
@@ -59,14 +60,16 @@ struct Layout {
 // where it has none that is served.
 Layout LayoutOfConfiguration(int channelConfiguration);
 
-// The layout of a program. One without channels when there are too many.
+// The layout of a program. One without channels when there are too many. The standard lists a place's
+// elements from the centre outwards or from front to back; a program that does not is `unordered`.
 Layout LayoutOfProgram(const ProgramConfig& program);
 
 // The layout of elements of which no more is known than that they came in this order: that of the channel
 // configuration with these elements, else the likeliest one. The elements' tags do not count.
 Layout LayoutOfElements(const ElementType* seen, int count);
 
-// Writes the channels' indices in the order of output to `order`.
+// Writes the channels' indices in the order of output to `order`: that of their speakers, those that are
+// unknown behind.
 void OutputOrder(const Layout& layout, std::uint8_t* order);
 
 }  // namespace UMC::aac

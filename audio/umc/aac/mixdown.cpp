@@ -66,8 +66,10 @@ class Folder {
         Fold(kBackLeft, gain * kHalfPower);
         Fold(kBackRight, gain * kHalfPower);
         break;
-      case kLfe:
       case kUnknown:
+        Fold(kFrontCentre, gain);
+        break;
+      case kLfe:
         break;
     }
   }
