@@ -42,6 +42,8 @@ Payload* Mp4PayloadOf(const Mp4Box* box) {
 struct Mp4RootState : Mp4Payload {
   std::uint64_t nextOffset = 0;  // offset of the first top-level byte not yet read
   bool ended = false;            // nothing more can be read there
+  Mp4Box* at = nullptr;          // where the last look-up by offset stood
+  std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, added up
   void fields(Mp4Fields&) override {}
 };
 
@@ -52,7 +54,7 @@ using Mp4BoxPtr = std::unique_ptr<Mp4Box, Mp4BoxDeleter>;
 
 // Boxes nested deeper than this are not read.
 inline constexpr unsigned MP4_MAX_DEPTH = 32;
-// A leaf box larger than this is not read; nor is a container of the top level read in one go.
+// A leaf box larger than this is not read, and a container of the top level not in one go.
 inline constexpr std::uint64_t MP4_MAX_LEAF_BYTES = 256u << 20;
 
 // Reads the top level of the file behind `stream`: all of it, or (`readAll` clear) up to and including the
@@ -64,8 +66,7 @@ Mp4Box* Mp4ReadRoot(Mp4Stream& stream, bool readAll);
 // counts among the children of that type, from 0. Unless `noLoad`, looking for "moof", "mdat" or "sidx"
 // under the root reads further top-level boxes from the stream as needed. A path of 4096 characters and
 // more finds nothing.
-Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* format, ...)
-    VLHOST_PRINTF(4, 5);
+Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* format, ...) VLHOST_PRINTF(4, 5);
 
 // The child of `box` of this type and rank, or null; reads nothing.
 Mp4Box* Mp4BoxChild(Mp4Box* box, std::uint32_t type, std::uint32_t index = 0);
@@ -86,7 +87,12 @@ unsigned Mp4BoxHeaderSize(const Mp4Box& box);
 // size is less than the header itself or reaches past what 64 bits can address. A size of 0 is passed on.
 bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box);
 
-// Reads the box at the stream's position. Returns it, owned by the caller, or null.
+// Reads the box at the stream's position, with all in it. `father` is the root, a box read below it, or null
+// for a box of the top level that stands on its own; it does not get the box as a child. Returns the box,
+// owned by the caller, or null. Leaves the stream anywhere.
+//
+// Boxes may reach past their fathers. Below one root such overruns may add up to as many bytes as the file
+// has so far; a box that goes further, or overruns its father where there is no root, is not read.
 Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father);
 
 // Moves the stream behind `box`. 1: done; 0: the level ends with it; 2: its size is 0.

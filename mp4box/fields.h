@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -11,6 +12,13 @@
 
 // How a number is meant, for visitors that show it.
 enum class Mp4Number { Unsigned, Signed, FourCc, Fixed16, Fixed8, Hex };
+
+// One bit field of a packed number; `value` is right-aligned.
+struct Mp4Bits {
+  const char* name;
+  std::uint32_t& value;
+  unsigned width;  // bits, at most 32
+};
 
 // Visits the fields of one payload, big-endian, in file order.
 //
@@ -24,6 +32,14 @@ class Mp4Fields {
   virtual bool reading() const = 0;
   // Bytes not yet read; all ones when not reading.
   virtual std::uint64_t remaining() const = 0;
+  // The byte `offset` bytes further on, without taking it; 0 past the end and when not reading. For formats
+  // that are told apart by what follows.
+  virtual std::uint8_t ahead(std::uint64_t /*offset*/) const { return 0; }
+  std::uint32_t aheadU32(std::uint64_t offset) const {
+    return static_cast<std::uint32_t>(ahead(offset)) << 24 |
+           static_cast<std::uint32_t>(ahead(offset + 1)) << 16 |
+           static_cast<std::uint32_t>(ahead(offset + 2)) << 8 | ahead(offset + 3);
+  }
 
   template <class T>
   void u8(const char* name, T& value) {
@@ -58,9 +74,26 @@ class Mp4Fields {
   void fixed16(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::Fixed16); }
   // 8.8 fixed point, kept as stored.
   void fixed8(const char* name, std::uint16_t& value) { integer(name, value, 2, Mp4Number::Fixed8); }
+  // 1 to 4 bytes, as many as another field says.
+  void unsignedNumber(const char* name, std::uint32_t& value, unsigned bytes) {
+    integer(name, value, bytes, Mp4Number::Unsigned);
+  }
   // 64 bits when `wide`, else 32 (times and offsets that a version selects).
   void u32or64(const char* name, std::uint64_t& value, bool wide) {
     integer(name, value, wide ? 8 : 4, Mp4Number::Unsigned);
+  }
+
+  // Bit fields packed into one number of `bytes` bytes, the first one in its top bits; the widths add up to
+  // all of its bits.
+  virtual void packed(unsigned bytes, std::initializer_list<Mp4Bits> fields) {
+    std::uint64_t bits = 0;
+    for (const Mp4Bits& field : fields) bits = bits << field.width | (field.value & mask(field.width));
+    number(fields.begin()->name, bits, bytes, Mp4Number::Hex);
+    unsigned shift = 8 * bytes;
+    for (const Mp4Bits& field : fields) {
+      shift -= field.width;
+      field.value = static_cast<std::uint32_t>(bits >> shift & mask(field.width));
+    }
   }
 
   // `bytes.size()` bytes.
@@ -73,6 +106,11 @@ class Mp4Fields {
   }
   // A text and its terminating zero; a reader also takes one that ends with the payload.
   virtual void text(const char* name, std::string& value) = 0;
+  // `count` characters without a terminating zero; a reader takes what is there, at most `count`.
+  virtual void characters(const char* name, std::string& value, std::uint64_t count) = 0;
+  void restCharacters(const char* name, std::string& value) {
+    characters(name, value, reading() ? remaining() : value.size());
+  }
   // `count` bytes that mean nothing: written as zero, skipped when read.
   virtual void reserved(unsigned count) = 0;
   // `count` 32-bit numbers in one go; a reader takes the whole ones that are there, at most `count`.
@@ -97,6 +135,8 @@ class Mp4Fields {
   virtual void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) = 0;
 
  private:
+  static constexpr std::uint64_t mask(unsigned width) { return (std::uint64_t{1} << width) - 1; }
+
   template <class T>
   void integer(const char* name, T& value, unsigned bytes, Mp4Number kind) {
     static_assert(std::is_integral_v<T>);

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "vlutil.h"
 
@@ -68,10 +67,12 @@ class Mp4BufferedStream : public Mp4Stream {
   // Writes out what waits. Returns 0, all ones when the seek fails, or a negative write result.
   std::int64_t flush();
 
-  std::vector<std::uint8_t> readBuffer_;
+  bool seekHost(std::int64_t offset);
+
+  std::unique_ptr<std::uint8_t[]> readBuffer_;
   std::int64_t readOffset_ = -1;  // file offset of the buffered bytes, -1: nothing buffered
   std::int64_t readFill_ = 0;
-  std::vector<std::uint8_t> writeBuffer_;
+  std::unique_ptr<std::uint8_t[]> writeBuffer_;
   std::int64_t writeFill_ = 0;
   std::int64_t writeOffset_ = 0;  // file offset of the first waiting byte
   std::int64_t position_ = 0;     // the stream's offset as its users see it

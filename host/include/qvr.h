@@ -20,9 +20,9 @@ inline constexpr std::uint32_t QVR_CAPTIONS_608 = 1;
 inline constexpr std::uint32_t QVR_CAPTIONS_708 = 2;
 
 // DFRAME::flags.
-inline constexpr std::uint32_t DFRAME_NOT_KEY = 0x80000000u;    // a frame that needs others to be decoded
-inline constexpr std::uint32_t DFRAME_KEY = 0x10000000u;        // a key frame
-inline constexpr std::uint32_t DFRAME_REPEATED = 0x00008000u;   // cleared by every read
+inline constexpr std::uint32_t DFRAME_NOT_KEY = 0x80000000u;   // a frame that needs others to be decoded
+inline constexpr std::uint32_t DFRAME_KEY = 0x10000000u;       // a key frame
+inline constexpr std::uint32_t DFRAME_REPEATED = 0x00008000u;  // cleared by every read
 // DFRAME::captionFlags.
 inline constexpr std::uint32_t DFRAME_CAPTION_608 = 0x0100u;
 inline constexpr std::uint32_t DFRAME_CAPTION_708 = 0x1000u;
@@ -169,7 +169,7 @@ struct DFRAME {
   std::uint8_t firstByte;  // header-only request: first byte of the sample
   std::uint8_t padding[7];
   // The CEA-608 pair in bytes 0 and 1; the CEA-708 packet from byte 4.
-  std::uint8_t captions[8488];
+  std::uint8_t captions[8496];
 };
 static_assert(sizeof(DFRAME) == 8560, "the host tells descriptors by their size");
 

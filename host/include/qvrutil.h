@@ -20,12 +20,13 @@ VLHOST_API std::uint32_t qvrInfoGet(const void* owner, QVRINFO* info);
 VLHOST_API std::uint32_t qvrInfoDelete(const void* owner);
 
 // The picture aspect ratio (width to height, reduced) of a video description whose pixels are square.
-// 0:0 when it has no width or height.
+// 0:0 when it has no width or height. Outputs may be null.
 VLHOST_API void vidGetAspectRatio(const QVRVIDEO* video, std::uint32_t* aspectX, std::uint32_t* aspectY);
 
-// Brings a frame rate into the form in which a timescale can be derived from it: NTSC rates become
-// n*1000 / 1001, all others the rate in thousandths over 1000 (25/1 becomes 25000/1000).
-// A rate or scale of 0 is left as it is.
+// Brings a frame rate into the form in which a timescale can be derived from it: NTSC rates, exact or in
+// their decimal forms (2997/100, 2398/100), become n*1000 / 1001, all others the rate in thousandths over
+// 1000 (25/1 becomes 25000/1000). A rate or scale of 0, and a rate that 32 bits of thousandths cannot hold,
+// are left as they are.
 VLHOST_API void vidNormalizeRateScale(std::uint32_t* rate, std::uint32_t* scale);
 
 // The number of channels in a mask.

@@ -15,9 +15,9 @@
 #endif
 
 #if defined(__GNUC__)
-#define VLHOST_PRINTF(format, arguments) __attribute__((format(printf, format, arguments)))
+#define VLHOST_PRINTF(text, arguments) __attribute__((format(printf, text, arguments)))
 #else
-#define VLHOST_PRINTF(format, arguments)
+#define VLHOST_PRINTF(text, arguments)
 #endif
 
 // Longest path, terminating zero included.
@@ -75,21 +75,28 @@ extern "C" {
 // ---- Files. Offsets are bytes from the start of the file. -------------------------------------------
 
 // Opens or creates a file. `access` is a union of VL_GENERIC_*, `disposition` one of VL_CREATE_* and
-// VL_OPEN_*; `share`, `security`, `attributes` and `templateFile` matter where the system has them.
+// VL_OPEN_*; `share`, `security`, `attributes` and `templateFile` matter where the system has them. Only an
+// open with write access makes a file: VL_CREATE_* without it fail, VL_OPEN_ALWAYS then opens what exists.
+// Folders are refused, and so is whatever has no position, such as a pipe.
 // Returns VL_INVALID_HANDLE on failure (vlOSGetLastError tells why).
-VLHOST_API VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
-                                   std::uint32_t disposition, std::uint32_t attributes, VLHANDLE templateFile);
+//
+// Threads may share a handle: each call on it is one step, position included.
+VLHOST_API VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share,
+                                   void* security, std::uint32_t disposition, std::uint32_t attributes,
+                                   VLHANDLE templateFile);
 
-// Reads up to `count` bytes at the file position and advances it. `*done` receives the bytes read; fewer
-// than asked for only at the end of the file. Returns 1 on success (the end of the file included), else 0.
+// Reads up to `count` bytes at the file position and advances it. `*done` (may be null) receives the bytes
+// read; fewer than asked for only at the end of the file or on failure. Returns 1 on success (the end of the
+// file included), else 0.
 VLHOST_API std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std::uint32_t* done);
 
-// Writes `count` bytes at the file position and advances it. `*done` receives the bytes that reached the
-// file. Returns 1 when all of them did, else 0.
+// Writes `count` bytes at the file position and advances it. `*done` (may be null) receives the bytes that
+// reached the file. Returns 1 when all of them did, else 0.
 VLHOST_API std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t count,
                                       std::uint32_t* done);
 
-// Moves the file position. Returns the new offset, or -1 when it would lie before the start.
+// Moves the file position; past the end is allowed. Returns the new offset, or -1 for a handle that is not
+// open, an unknown origin and an offset before the start, all of which move nothing.
 VLHOST_API std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin);
 
 // The file position, or -1 for a handle that is not open.
@@ -99,13 +106,14 @@ VLHOST_API std::int64_t vlOSTell(VLHANDLE file);
 // failure.
 VLHOST_API std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high);
 
-// Closes a file. Returns 1 on success, 0 for a handle that is not open.
+// Closes a file. Returns 1 on success, 0 for a handle that is not open, and when the system reports only now
+// that a write failed (the file is closed then too).
 VLHOST_API std::int32_t vlOSCloseFile(VLHANDLE file);
 
 // 1 when a file (not a folder) of this name exists, else 0.
 VLHOST_API std::int32_t vlOSFileExists(const char* path);
 
-// The system's error code of this thread's last failed call of this library.
+// The system's error code of this thread's last file, library or vlCFGSave call that failed.
 VLHOST_API std::uint32_t vlOSGetLastError();
 
 // ---- Paths ------------------------------------------------------------------------------------------
@@ -117,13 +125,15 @@ VLHOST_API std::uint32_t vlOSSplitPath(const char* path, char* drive, char* dire
                                        char* extension);
 
 // Joins the four parts (null counts as empty) into `path` of `size` characters. Adds the separator after
-// the directory and the dot before the extension where they are missing. Returns 0, or VL_FAILED with an
-// empty path when the result does not fit.
+// the directory (of the kind that the directory uses) and the dot before the extension where they are
+// missing. The parts may lie in `path`. Returns 0, or VL_FAILED with an empty path when the result does not
+// fit the buffer or has VL_MAX_PATH characters and more.
 VLHOST_API std::uint32_t vlOSMakePath(char* path, std::size_t size, const char* drive, const char* directory,
                                       const char* name, const char* extension);
 
-// Replaces the extension of `path` (a buffer of `size` characters) by `extension` (with its dot), or adds
-// it where there is none. Returns 0, or VL_FAILED with `path` unchanged when the result does not fit.
+// Replaces the extension of `path` (a buffer of `size` characters) by `extension`, or adds it where there is
+// none; null or empty takes it away. Adds the dot where it is missing. Returns 0, or VL_FAILED with `path`
+// unchanged when the result does not fit.
 VLHOST_API std::uint32_t ChangeFileExtension(char* path, std::size_t size, const char* extension);
 
 // ---- Libraries --------------------------------------------------------------------------------------
@@ -131,7 +141,10 @@ VLHOST_API std::uint32_t ChangeFileExtension(char* path, std::size_t size, const
 // Loads a shared library; null on failure. A Windows library name is translated to the system's own form:
 // on Linux "avcodec-57.dll" is looked for as "libavcodec.so.57", a name without a version as
 // "libNAME.so" and then "NAME.so". A name without a folder is looked for beside the host library first,
-// then along the system's search path. `flags` is kept for the host; 2 asks for exactly that order.
+// then along the system's search path; one with a relative folder ("Formats\avcodec-57.dll") beneath the
+// host library's folder first, then beneath the working folder. A path in the system's own form is loaded as
+// it is, and a path with a drive is found only where there are drives. `flags` is kept for the host; 2 asks
+// for exactly that order. A file that is there and does not load is logged with its reason.
 VLHOST_API void* vlOSLoadLibrary(const char* path, std::uint32_t flags);
 
 // The address of an exported symbol, or null.
@@ -157,26 +170,31 @@ VLHOST_API void vlOSGetDateTimeString(char* date, std::size_t dateSize, char* ti
 
 // ---- Memory -----------------------------------------------------------------------------------------
 
+// The areas may overlap.
 VLHOST_API void vlOSCopyMemory(void* destination, const void* source, std::size_t count);
 VLHOST_API void CopyMemoryFast(void* destination, const void* source, std::size_t count);
 VLHOST_API void ZeroMemoryFast(void* destination, std::size_t count);
 
 // ---- Configuration: 32-bit values in a text store in the user's configuration folder -----------------
 // The store is "$XDG_CONFIG_HOME/vlhost/vlhost.conf" ("~/.config/..."), or the file that the environment
-// variable VLHOST_CONFIG names. A line holds KEY\NAME=VALUE, the value in decimal.
+// variable VLHOST_CONFIG names. A line holds KEY\NAME=VALUE, the value in decimal; lines that begin with "#"
+// or ";" are comments.
 
 // Reads (VL_CFG_READ) or sets (VL_CFG_WRITE) a value; a set value reaches the disk with vlCFGSave. `root`
-// is VL_CFG_DEFAULT_ROOT. Returns 0, or non-zero when a value to be read does not exist.
+// is VL_CFG_DEFAULT_ROOT. Reading finds what was set last, saved or not. Returns 0, or VL_FAILED when a value
+// to be read does not exist or is no 32-bit number, and for a key or name that a line cannot hold.
 VLHOST_API std::uint32_t vlCFGValueDword(std::int64_t root, const char* key, const char* name,
                                          std::uint32_t* value, std::uint32_t mode);
 
-// Writes the store to disk in one step. Returns 0 or VL_FAILED. `flags` is 0.
+// Writes what was set to disk, in one step; all other lines of the store stay as they are. Returns 0 or
+// VL_FAILED, what was set is then kept. `flags` is 0.
 VLHOST_API std::uint32_t vlCFGSave(std::int64_t root, std::uint32_t flags);
 
 // ---- Logging ----------------------------------------------------------------------------------------
 
 // Sends every later line to `sink` instead of standard error; null restores standard error. The sink
-// serves all threads; lines are handed over one at a time.
+// serves all threads; lines are handed over one at a time. Once this returns, the former sink is not called
+// any more.
 VLHOST_API void vlSetLogSink(VLLOGSINK sink, void* context);
 
 // A plain line.
@@ -186,8 +204,8 @@ VLHOST_API void ErrOut(const char* format, ...) VLHOST_PRINTF(1, 2);
 VLHOST_API void ErrFmtOut(std::uint32_t level, std::uint32_t status, std::uint32_t detail, const char* format,
                           ...) VLHOST_PRINTF(4, 5);
 
-// A status word with the name of the operation that met it: "OPERATION: 0xSTATUS". `detail1` and `detail2`
-// are kept for the host; callers here give 0.
+// A status word with the name of the operation that met it, "OPERATION: 0xSTATUS\n" (eight upper-case
+// digits). `detail1` and `detail2` are kept for the host; callers here give 0.
 VLHOST_API void ErrMsgOut(std::uint32_t status, const char* operation, std::uint32_t detail1,
                           std::uint32_t detail2);
 

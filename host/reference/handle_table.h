@@ -1,0 +1,122 @@
+// Handles that outlive what they name: a stale or invented handle is told from an open one, never followed.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "vlutil.h"
+
+namespace vlhost {
+
+// A table of T by handle. A handle holds its slot's number, counted from 1, in its low half and the slot's
+// generation in its high half, so it is never VL_NO_HANDLE or near VL_INVALID_HANDLE, and a slot's next
+// tenant has another handle. Looking up takes only the slot's own lock: threads meet only where they use
+// the same handle, or open and close.
+template <typename T>
+class HandleTable {
+  struct Slot {
+    std::mutex mutex;
+    std::uint32_t generation = 0;
+    std::optional<T> item;
+  };
+
+ public:
+  // Exclusive use of one item, as long as it lives. Empty for a handle that names none.
+  class Use {
+   public:
+    Use() = default;
+    Use(std::unique_lock<std::mutex> lock, Slot* slot) : m_lock(std::move(lock)), m_slot(slot) {}
+    explicit operator bool() const { return m_slot != nullptr; }
+    T& operator*() const { return *m_slot->item; }
+    T* operator->() const { return &*m_slot->item; }
+
+   private:
+    friend class HandleTable;
+    std::unique_lock<std::mutex> m_lock;
+    Slot* m_slot = nullptr;
+  };
+
+  // Takes `item` in; VL_INVALID_HANDLE when memory or slots are short, `item` is then left as it was.
+  VLHANDLE insert(T& item) {
+    const std::optional<std::uint32_t> index = takeSlot();
+    if (!index) return VL_INVALID_HANDLE;
+    Slot& slot = *slotAt(*index);
+    const std::lock_guard<std::mutex> lock(slot.mutex);
+    slot.item.emplace(std::move(item));
+    return (VLHANDLE{slot.generation} << 32) | (*index + 1);
+  }
+
+  Use find(VLHANDLE handle) {
+    const std::uint64_t number = handle & std::numeric_limits<std::uint32_t>::max();
+    Slot* slot = number == 0 ? nullptr : slotAt(number - 1);
+    if (slot == nullptr) return {};
+    std::unique_lock<std::mutex> lock(slot->mutex);
+    if (!slot->item || slot->generation != handle >> 32) return {};
+    return Use(std::move(lock), slot);
+  }
+
+  // Takes the item out, once nobody uses it any more; nothing for a handle that names none.
+  std::optional<T> remove(VLHANDLE handle) {
+    std::optional<T> item;
+    {
+      const Use use = find(handle);
+      if (!use) return item;
+      item.swap(use.m_slot->item);
+      ++use.m_slot->generation;
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_free.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates, see takeSlot
+    return item;
+  }
+
+ private:
+  static constexpr std::uint32_t kChunkSlots = 256;
+  static constexpr std::uint32_t kChunks = 4096;
+  using Chunk = std::array<Slot, kChunkSlots>;
+
+  Slot* slotAt(std::uint64_t index) {
+    if (index >= std::uint64_t{kChunks} * kChunkSlots) return nullptr;
+    Chunk* chunk = m_chunks[index / kChunkSlots].load(std::memory_order_acquire);
+    return chunk == nullptr ? nullptr : &(*chunk)[index % kChunkSlots];
+  }
+
+  std::optional<std::uint32_t> takeSlot() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_free.empty() && !addChunk()) return std::nullopt;
+    const std::uint32_t index = m_free.back();
+    m_free.pop_back();
+    return index;
+  }
+
+  // Room for every slot in the free list comes with the slots, so that giving one back cannot fail.
+  bool addChunk() {
+    const std::size_t count = m_owned.size();
+    if (count == kChunks) return false;
+    try {
+      m_free.reserve((count + 1) * kChunkSlots);
+      m_owned.push_back(std::make_unique<Chunk>());
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+    for (std::uint32_t i = kChunkSlots; i-- > 0;) {
+      m_free.push_back(static_cast<std::uint32_t>(count) * kChunkSlots + i);
+    }
+    m_chunks[count].store(m_owned.back().get(), std::memory_order_release);
+    return true;
+  }
+
+  std::mutex m_mutex;  // guards m_owned and m_free
+  std::vector<std::unique_ptr<Chunk>> m_owned;
+  std::vector<std::uint32_t> m_free;
+  std::array<std::atomic<Chunk*>, kChunks> m_chunks = {};
+};
+
+}  // namespace vlhost

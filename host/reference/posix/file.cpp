@@ -1,0 +1,239 @@
+// Files over POSIX descriptors. A file's position is kept here rather than in the descriptor: moving and
+// asking for it cost no system call.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "handle_table.h"
+#include "system.h"
+#include "vlutil.h"
+
+static_assert(sizeof(off_t) == sizeof(std::int64_t), "files may be larger than 2 GiB");
+
+namespace {
+
+struct OpenFile {
+  int descriptor;
+  std::int64_t position;  // bytes from the start
+};
+
+using FileTable = vlhost::HandleTable<OpenFile>;
+
+// Lives as long as the process: files may still be closed while static objects are destroyed.
+FileTable& files() {
+  static FileTable& table = *new FileTable;
+  return table;
+}
+
+void fail(int error) {
+  vlhost::setLastError(static_cast<std::uint32_t>(error));
+}
+
+FileTable::Use findFile(VLHANDLE file) {
+  FileTable::Use use = files().find(file);
+  if (!use) fail(EBADF);
+  return use;
+}
+
+// The flags of open(2), or nothing for a combination that is none.
+std::optional<int> openFlags(std::uint32_t access, std::uint32_t disposition) {
+  const bool reads = (access & VL_GENERIC_READ) != 0;
+  const bool writes = (access & VL_GENERIC_WRITE) != 0;
+  if (!reads && !writes) return std::nullopt;
+  // Waiting for the other end of a pipe that carries a file's name would hang the host.
+  const int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (!writes ? O_RDONLY : reads ? O_RDWR : O_WRONLY);
+  switch (disposition) {
+    case VL_OPEN_EXISTING:
+      return flags;
+    case VL_OPEN_ALWAYS:
+      return writes ? flags | O_CREAT : flags;
+    case VL_CREATE_NEW:
+      if (writes) return flags | O_CREAT | O_EXCL;
+      return std::nullopt;
+    case VL_CREATE_ALWAYS:
+      if (writes) return flags | O_CREAT | O_TRUNC;
+      return std::nullopt;
+    default:
+      return std::nullopt;
+  }
+}
+
+// Lifts the soft limit on open files to the hard one. False when it is there already.
+bool raiseDescriptorLimit() {
+  rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= limit.rlim_max) return false;
+  limit.rlim_cur = limit.rlim_max;
+  return setrlimit(RLIMIT_NOFILE, &limit) == 0;
+}
+
+int openDescriptor(const char* path, int flags) {
+  bool mayRaise = true;
+  for (;;) {
+    const int descriptor = open(path, flags, 0666);
+    if (descriptor >= 0) return descriptor;
+    if (errno == EINTR) continue;
+    if (errno != EMFILE || !mayRaise) return -1;
+    mayRaise = false;
+    if (!raiseDescriptorLimit()) {
+      errno = EMFILE;
+      return -1;
+    }
+  }
+}
+
+// 0 for something that can be read and written at any offset, else the error.
+int checkSeekable(int descriptor) {
+  struct stat status = {};
+  if (fstat(descriptor, &status) != 0) return errno;
+  if (S_ISDIR(status.st_mode)) return EISDIR;
+  return lseek(descriptor, 0, SEEK_CUR) < 0 ? errno : 0;
+}
+
+// The size in bytes, or -1.
+std::int64_t sizeOf(int descriptor) {
+  struct stat status = {};
+  if (fstat(descriptor, &status) == 0) return status.st_size;
+  fail(errno);
+  return -1;
+}
+
+// Repeats `transfer(bytes done so far)` until `count` bytes are through, it answers 0 (the end) or fails.
+// Advances the position by what got through and returns that; `error` is 0 or the error.
+template <typename Transfer>
+std::uint32_t transferAll(OpenFile& file, std::uint32_t count, int& error, Transfer transfer) {
+  std::uint32_t done = 0;
+  error = 0;
+  while (done < count) {
+    const ssize_t bytes = transfer(done);
+    if (bytes > 0) {
+      done += static_cast<std::uint32_t>(bytes);
+      file.position += bytes;
+    } else if (bytes == 0) {
+      break;
+    } else if (errno != EINTR) {
+      error = errno;
+      break;
+    }
+  }
+  return done;
+}
+
+}  // namespace
+
+VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t /*share*/, void* /*security*/,
+                        std::uint32_t disposition, std::uint32_t /*attributes*/, VLHANDLE /*templateFile*/) {
+  const std::optional<int> flags = openFlags(access, disposition);
+  if (path == nullptr || !flags) {
+    fail(EINVAL);
+    return VL_INVALID_HANDLE;
+  }
+  OpenFile file = {openDescriptor(path, *flags), 0};
+  if (file.descriptor < 0) {
+    fail(errno);
+    return VL_INVALID_HANDLE;
+  }
+  int error = checkSeekable(file.descriptor);
+  if (error == 0) {
+    const VLHANDLE handle = files().insert(file);
+    if (handle != VL_INVALID_HANDLE) return handle;
+    error = ENOMEM;
+  }
+  close(file.descriptor);
+  fail(error);
+  return VL_INVALID_HANDLE;
+}
+
+std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std::uint32_t* done) {
+  if (done != nullptr) *done = 0;
+  const FileTable::Use use = findFile(file);
+  if (!use) return 0;
+  if (buffer == nullptr && count != 0) {
+    fail(EFAULT);
+    return 0;
+  }
+  int error = 0;
+  const std::uint32_t bytes = transferAll(*use, count, error, [&](std::uint32_t offset) {
+    return pread(use->descriptor, static_cast<std::uint8_t*>(buffer) + offset, count - offset, use->position);
+  });
+  if (done != nullptr) *done = bytes;
+  if (error == 0) return 1;
+  fail(error);
+  return 0;
+}
+
+std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t count, std::uint32_t* done) {
+  if (done != nullptr) *done = 0;
+  const FileTable::Use use = findFile(file);
+  if (!use) return 0;
+  if (buffer == nullptr && count != 0) {
+    fail(EFAULT);
+    return 0;
+  }
+  int error = 0;
+  const std::uint32_t bytes = transferAll(*use, count, error, [&](std::uint32_t offset) {
+    return pwrite(use->descriptor, static_cast<const std::uint8_t*>(buffer) + offset, count - offset,
+                  use->position);
+  });
+  if (done != nullptr) *done = bytes;
+  if (bytes == count) return 1;
+  fail(error != 0 ? error : EIO);
+  return 0;
+}
+
+std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) {
+  const FileTable::Use use = findFile(file);
+  if (!use) return -1;
+  std::int64_t base = 0;
+  if (origin == VL_SEEK_CURRENT) {
+    base = use->position;
+  } else if (origin == VL_SEEK_END) {
+    base = sizeOf(use->descriptor);
+    if (base < 0) return -1;
+  } else if (origin != VL_SEEK_BEGIN) {
+    fail(EINVAL);
+    return -1;
+  }
+  std::int64_t target = 0;
+  if (__builtin_add_overflow(base, offset, &target) || target < 0) {
+    fail(EINVAL);
+    return -1;
+  }
+  use->position = target;
+  return target;
+}
+
+std::int64_t vlOSTell(VLHANDLE file) {
+  const FileTable::Use use = findFile(file);
+  return use ? use->position : -1;
+}
+
+std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high) {
+  const FileTable::Use use = findFile(file);
+  // -1 splits into the two halves that mean failure.
+  const auto size = static_cast<std::uint64_t>(use ? sizeOf(use->descriptor) : -1);
+  if (high != nullptr) *high = static_cast<std::uint32_t>(size >> 32);
+  return static_cast<std::uint32_t>(size);
+}
+
+std::int32_t vlOSCloseFile(VLHANDLE file) {
+  const std::optional<OpenFile> removed = files().remove(file);
+  if (!removed) {
+    fail(EBADF);
+    return 0;
+  }
+  // The descriptor is gone even when close reports EINTR; anything else is a write that failed late.
+  if (close(removed->descriptor) == 0 || errno == EINTR) return 1;
+  fail(errno);
+  return 0;
+}
+
+std::int32_t vlOSFileExists(const char* path) {
+  struct stat status = {};
+  return path != nullptr && stat(path, &status) == 0 && !S_ISDIR(status.st_mode) ? 1 : 0;
+}

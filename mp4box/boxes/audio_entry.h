@@ -1,0 +1,66 @@
+// The audio sample entry (ISO/IEC 14496-12, 12.2.3) with the additions of QuickTime's versions 1 and 2. What
+// configures its codec are child boxes.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct AudioSampleEntry : Mp4Payload {
+  std::uint16_t dataReferenceIndex = 0;
+  // QuickTime's fields where ISO/IEC 14496-12 reserves 8 bytes.
+  std::uint16_t version = 0;
+  std::uint16_t revisionLevel = 0;
+  std::uint32_t vendor = 0;
+  std::uint16_t channelCount = 0;
+  std::uint16_t sampleSize = 0;  // bits
+  std::int16_t preDefined = 0;   // QuickTime: the compression id
+  std::uint16_t packetSize = 0;  // reserved
+  std::uint32_t sampleRate = 0;  // 16.16 Hz
+
+  // Version 1.
+  std::uint32_t samplesPerPacket = 0;
+  std::uint32_t bytesPerPacket = 0;
+  std::uint32_t bytesPerFrame = 0;
+  std::uint32_t bytesPerSample = 0;
+
+  // Version 2.
+  std::uint32_t sizeOfStructOnly = 0;
+  std::uint64_t audioSampleRate = 0;  // Hz, the bits of a 64-bit floating-point number
+  std::uint32_t numAudioChannels = 0;
+  std::uint32_t always7F000000 = 0;
+  std::uint32_t constBitsPerChannel = 0;
+  std::uint32_t formatSpecificFlags = 0;
+  std::uint32_t constBytesPerAudioPacket = 0;
+  std::uint32_t constLpcmFramesPerAudioPacket = 0;
+
+  void fields(Mp4Fields& f) override {
+    f.reserved(6);
+    f.u16("data_reference_index", dataReferenceIndex);
+    f.u16("version", version);
+    f.u16("revision_level", revisionLevel);
+    f.fourcc("vendor", vendor);
+    f.u16("channelcount", channelCount);
+    f.u16("samplesize", sampleSize);
+    f.i16("pre_defined", preDefined);
+    f.u16("packet_size", packetSize);
+    f.fixed16("samplerate", sampleRate);
+    if (version == 1) {
+      f.u32("samplesPerPacket", samplesPerPacket);
+      f.u32("bytesPerPacket", bytesPerPacket);
+      f.u32("bytesPerFrame", bytesPerFrame);
+      f.u32("bytesPerSample", bytesPerSample);
+    } else if (version == 2) {
+      f.u32("sizeOfStructOnly", sizeOfStructOnly);
+      f.hex("audioSampleRate", audioSampleRate, 8);
+      f.u32("numAudioChannels", numAudioChannels);
+      f.hex("always7F000000", always7F000000, 4);
+      f.u32("constBitsPerChannel", constBitsPerChannel);
+      f.hex("formatSpecificFlags", formatSpecificFlags, 4);
+      f.u32("constBytesPerAudioPacket", constBytesPerAudioPacket);
+      f.u32("constLPCMFramesPerAudioPacket", constLpcmFramesPerAudioPacket);
+    }
+  }
+};
+
+}  // namespace mp4

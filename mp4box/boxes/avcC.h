@@ -1,0 +1,25 @@
+// "avcC": the AVC decoder configuration record (ISO/IEC 14496-15, 5.3.3.1).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct AVCConfigurationBox : Mp4Payload {
+  std::vector<std::uint8_t> record;  // as stored
+
+  // The record's first fields; 0 where it is too short.
+  std::uint8_t configurationVersion() const { return at(0); }
+  std::uint8_t profileIndication() const { return at(1); }
+  std::uint8_t profileCompatibility() const { return at(2); }
+  std::uint8_t levelIndication() const { return at(3); }
+  // Bytes of the length ahead of each NAL unit of a sample.
+  unsigned nalLengthBytes() const { return (at(4) & 0x03u) + 1; }
+
+  void fields(Mp4Fields& f) override { f.rest("record", record); }
+
+ private:
+  std::uint8_t at(std::size_t i) const { return i < record.size() ? record[i] : std::uint8_t{0}; }
+};
+
+}  // namespace mp4

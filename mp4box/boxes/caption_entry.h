@@ -1,0 +1,17 @@
+// "c608" and "c708": the sample entries of caption tracks (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct CaptionSampleEntry : Mp4Payload {
+  std::uint16_t dataReferenceIndex = 0;
+
+  void fields(Mp4Fields& f) override {
+    f.reserved(6);
+    f.u16("data_reference_index", dataReferenceIndex);
+  }
+};
+
+}  // namespace mp4

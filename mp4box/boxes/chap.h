@@ -1,0 +1,16 @@
+// "chap": a track reference to the tracks that hold chapters.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct ChapterReferenceBox : Mp4Payload {
+  std::vector<std::uint32_t> trackIds;
+
+  void fields(Mp4Fields& f) override {
+    f.words("track_ID", trackIds, f.reading() ? f.remaining() / 4 : trackIds.size());
+  }
+};
+
+}  // namespace mp4

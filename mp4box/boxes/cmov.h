@@ -1,0 +1,12 @@
+// "cmov": a compressed movie box (QuickTime). What it holds are child boxes.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct CompressedMovieBox : Mp4Payload {
+  void fields(Mp4Fields&) override {}
+};
+
+}  // namespace mp4

@@ -1,0 +1,18 @@
+// "cmvd": the data of a compressed movie box (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct CompressedMovieDataBox : Mp4Payload {
+  std::uint32_t uncompressedSize = 0;  // bytes
+  std::vector<std::uint8_t> data;
+
+  void fields(Mp4Fields& f) override {
+    f.u32("uncompressed_size", uncompressedSize);
+    f.rest("data", data);
+  }
+};
+
+}  // namespace mp4

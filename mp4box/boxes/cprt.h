@@ -1,0 +1,19 @@
+// "cprt": a copyright notice (ISO/IEC 14496-12, 8.10.2).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct CopyrightBox : Mp4FullBox {
+  std::uint16_t language = 0;  // ISO 639-2, three letters less 0x60 in 5 bits each
+  std::string notice;  // as stored: UTF-8, or UTF-16 behind a byte order mark; the ending zero included
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.hex("language", language, 2);
+    f.restCharacters("notice", notice);
+  }
+};
+
+}  // namespace mp4

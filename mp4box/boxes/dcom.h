@@ -1,0 +1,14 @@
+// "dcom": how a compressed movie box is compressed (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct DataCompressionBox : Mp4Payload {
+  std::uint32_t algorithm = 0;  // "zlib" and others
+
+  void fields(Mp4Fields& f) override { f.fourcc("algorithm", algorithm); }
+};
+
+}  // namespace mp4

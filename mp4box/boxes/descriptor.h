@@ -1,0 +1,40 @@
+// The length of a descriptor (ISO/IEC 14496-1, 8.3.3).
+#pragma once
+
+#include "fields.h"
+#include "output.h"
+
+namespace mp4 {
+
+// 7 bits a byte, most significant group first; every byte but the last has its top bit set.
+struct DescriptorLength {
+  std::uint32_t value = 0;
+  bool padded = false;  // takes 4 bytes whatever the value, as many writers do
+
+  // Bytes the length takes.
+  std::uint32_t bytes() const {
+    Mp4MemoryOutput nowhere;
+    return Mp4WriteDescrLength(nowhere, value, !padded, false);
+  }
+
+  void fields(Mp4Fields& f) {
+    if (!f.reading()) {
+      Mp4MemoryOutput out;
+      Mp4WriteDescrLength(out, value, !padded, true);
+      f.bytes("length", out.bytes);
+      return;
+    }
+    value = 0;
+    std::uint32_t count = 0;
+    std::uint8_t byte = 0;
+    do {
+      f.u8("length", byte);
+      value = value << 7 | (byte & 0x7Fu);
+      ++count;
+    } while (byte & 0x80);
+    padded = false;
+    padded = count > bytes();
+  }
+};
+
+}  // namespace mp4

@@ -1,0 +1,17 @@
+// "dref": the data references (ISO/IEC 14496-12, 8.7.2). The entries are child boxes.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct DataReferenceBox : Mp4FullBox {
+  std::uint32_t entryCount = 0;
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32("entry_count", entryCount);
+  }
+};
+
+}  // namespace mp4

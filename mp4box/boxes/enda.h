@@ -1,0 +1,14 @@
+// "enda": the byte order of uncompressed sound (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct EndianBox : Mp4Payload {
+  std::uint16_t littleEndian = 0;  // 1: little-endian, 0: big-endian
+
+  void fields(Mp4Fields& f) override { f.u16("littleEndian", littleEndian); }
+};
+
+}  // namespace mp4

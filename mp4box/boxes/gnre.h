@@ -1,0 +1,19 @@
+// "gnre": the genre of an item, by number.
+#pragma once
+
+#include "boxes/item_data.h"
+#include "fields.h"
+
+namespace mp4 {
+
+struct GenreBox : Mp4Payload {
+  ItemDataHeader data;
+  std::uint16_t genre = 0;  // ID3v1 genre plus 1
+
+  void fields(Mp4Fields& f) override {
+    data.fields(f);
+    f.u16("genre", genre);
+  }
+};
+
+}  // namespace mp4

@@ -1,0 +1,39 @@
+// "hdlr": the handler reference (ISO/IEC 14496-12, 8.4.3).
+#pragma once
+
+#include <array>
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct HandlerBox : Mp4FullBox {
+  std::uint32_t preDefined = 0;  // QuickTime: the component type
+  std::uint32_t handlerType = 0;
+  std::array<std::uint32_t, 3> reserved = {};  // QuickTime: manufacturer, flags, flags mask
+  std::string name;
+  bool countedName = false;           // QuickTime: the name's length comes first, no zero ends it
+  std::vector<std::uint8_t> padding;  // behind the name
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.fourcc("pre_defined", preDefined);
+    f.fourcc("handler_type", handlerType);
+    for (std::uint32_t& value : reserved) f.u32("reserved", value);
+    if (f.reading()) {
+      // A counted name fills the box to its last character; the other form ends with a zero.
+      const std::uint64_t left = f.remaining();
+      countedName = left > 1 && f.ahead(0) == left - 1 && f.ahead(left - 1) != 0;
+    }
+    if (countedName) {
+      auto length = static_cast<std::uint8_t>(name.size());
+      f.u8("name_length", length);
+      f.characters("name", name, length);
+    } else {
+      f.text("name", name);
+    }
+    f.rest("padding", padding);
+  }
+};
+
+}  // namespace mp4

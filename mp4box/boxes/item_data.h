@@ -1,0 +1,28 @@
+// The "data" box that holds the value of a metadata item under "ilst".
+#pragma once
+
+#include "fields.h"
+#include "fourcc.h"
+
+namespace mp4 {
+
+struct ItemDataHeader {
+  std::uint32_t size = 0;  // bytes, header and value
+  std::uint32_t type = 0;  // "data"
+  std::uint32_t typeIndicator = 0;
+  std::uint32_t locale = 0;
+
+  void fields(Mp4Fields& f) {
+    f.u32("data_size", size);
+    f.fourcc("data_type", type);
+    f.u32("type_indicator", typeIndicator);
+    f.u32("locale", locale);
+  }
+
+  // Whether what `f` reads next is such a box and fills what is left.
+  static bool follows(const Mp4Fields& f) {
+    return f.remaining() >= 16 && f.aheadU32(0) == f.remaining() && f.aheadU32(4) == Mp4FourCc("data");
+  }
+};
+
+}  // namespace mp4

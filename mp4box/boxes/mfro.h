@@ -1,0 +1,17 @@
+// "mfro": how large the movie fragment random access box is (ISO/IEC 14496-12, 8.8.11).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct MovieFragmentRandomAccessOffsetBox : Mp4FullBox {
+  std::uint32_t size = 0;  // bytes of the enclosing "mfra"
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32("size", size);
+  }
+};
+
+}  // namespace mp4

@@ -1,0 +1,14 @@
+// "name": the name of a track or an item, all of the payload.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct NameBox : Mp4Payload {
+  std::string name;  // as stored
+
+  void fields(Mp4Fields& f) override { f.restCharacters("name", name); }
+};
+
+}  // namespace mp4

@@ -1,0 +1,12 @@
+// "nmhd": the null media header (ISO/IEC 14496-12, 8.4.5.2). Written only; it reads as a container.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct NullMediaHeaderBox : Mp4FullBox {
+  void fields(Mp4Fields& f) override { fullBox(f); }
+};
+
+}  // namespace mp4

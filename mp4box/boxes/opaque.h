@@ -1,0 +1,12 @@
+// "user", "key ", "iviv", "priv": boxes of protected items, whose content is not kept.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct OpaqueBox : Mp4Payload {
+  void fields(Mp4Fields&) override {}
+};
+
+}  // namespace mp4

@@ -1,0 +1,23 @@
+// "padb": padding bits (ISO/IEC 14496-12, 8.7.6).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct PaddingBitsBox : Mp4FullBox {
+  std::uint32_t sampleCount = 0;
+  // Two samples a byte, the first in the high half: a reserved bit and the count of padding bits (0 to 7).
+  std::vector<std::uint8_t> pads;
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32("sample_count", sampleCount);
+    f.blob("pad", pads, (std::uint64_t{sampleCount} + 1) / 2);
+    // No more samples than there are pads for.
+    if (pads.size() < (std::uint64_t{sampleCount} + 1) / 2)
+      sampleCount = static_cast<std::uint32_t>(2 * pads.size());
+  }
+};
+
+}  // namespace mp4

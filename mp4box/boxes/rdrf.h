@@ -1,0 +1,21 @@
+// "rdrf": where a reference movie lies (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct ReferenceMovieDataReferenceBox : Mp4FullBox {
+  std::uint32_t referenceType = 0;      // "url ", "alis"
+  std::vector<std::uint8_t> reference;  // its size is stored ahead of it
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.fourcc("data_reference_type", referenceType);
+    auto size = static_cast<std::uint32_t>(reference.size());
+    f.u32("data_reference_size", size);
+    f.blob("data_reference", reference, size);
+  }
+};
+
+}  // namespace mp4

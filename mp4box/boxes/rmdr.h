@@ -1,0 +1,17 @@
+// "rmdr": the data rate that a reference movie needs (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct ReferenceMovieDataRateBox : Mp4FullBox {
+  std::uint32_t dataRate = 0;  // hundreds of bits a second
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32("data_rate", dataRate);
+  }
+};
+
+}  // namespace mp4

@@ -1,0 +1,14 @@
+// "rmqu": the relative quality of a reference movie (QuickTime).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct ReferenceMovieQualityBox : Mp4Payload {
+  std::uint32_t quality = 0;
+
+  void fields(Mp4Fields& f) override { f.u32("quality", quality); }
+};
+
+}  // namespace mp4

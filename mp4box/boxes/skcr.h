@@ -1,0 +1,20 @@
+// "skcr": the pattern of encrypted and clear bytes of a protected sample.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct SkipCryptBox : Mp4Payload {
+  std::uint32_t initialBytes = 0;    // clear, at the start
+  std::uint32_t encryptedBytes = 0;  // then these two in turn
+  std::uint32_t clearBytes = 0;
+
+  void fields(Mp4Fields& f) override {
+    f.u32("initial_bytes", initialBytes);
+    f.u32("encrypted_bytes", encryptedBytes);
+    f.u32("clear_bytes", clearBytes);
+  }
+};
+
+}  // namespace mp4

@@ -1,0 +1,31 @@
+// "stco" and "co64": chunk offsets (ISO/IEC 14496-12, 8.7.5).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct ChunkOffsetBox : Mp4FullBox {
+  std::vector<std::uint32_t> chunkOffsets;  // file offsets
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    auto count = static_cast<std::uint32_t>(chunkOffsets.size());
+    f.u32("entry_count", count);
+    f.words("chunk_offset", chunkOffsets, count);
+  }
+};
+
+struct ChunkLargeOffsetBox : Mp4FullBox {
+  std::vector<std::uint64_t> chunkOffsets;  // file offsets
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    auto count = static_cast<std::uint32_t>(chunkOffsets.size());
+    f.u32("entry_count", count);
+    f.entries("entry", chunkOffsets, count, 8,
+              [&f](std::uint64_t& offset) { f.u64("chunk_offset", offset); });
+  }
+};
+
+}  // namespace mp4

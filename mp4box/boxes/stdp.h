@@ -1,0 +1,18 @@
+// "stdp": degradation priorities (ISO/IEC 14496-12, 8.5.3), one a sample of the track.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct DegradationPriorityBox : Mp4FullBox {
+  std::vector<std::uint16_t> priorities;
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.entries("entry", priorities, ~std::uint64_t{0}, 2,
+              [&f](std::uint16_t& value) { f.u16("priority", value); });
+  }
+};
+
+}  // namespace mp4

@@ -1,0 +1,17 @@
+// "stsd": the sample descriptions (ISO/IEC 14496-12, 8.5.2). The entries are child boxes.
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct SampleDescriptionBox : Mp4FullBox {
+  std::uint32_t entryCount = 0;
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32("entry_count", entryCount);
+  }
+};
+
+}  // namespace mp4

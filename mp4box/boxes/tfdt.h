@@ -1,0 +1,17 @@
+// "tfdt": the decode time of a track fragment (ISO/IEC 14496-12, 8.8.12).
+#pragma once
+
+#include "fields.h"
+
+namespace mp4 {
+
+struct TrackFragmentDecodeTimeBox : Mp4FullBox {
+  std::uint64_t baseMediaDecodeTime = 0;  // ticks
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32or64("baseMediaDecodeTime", baseMediaDecodeTime, version == 1);
+  }
+};
+
+}  // namespace mp4

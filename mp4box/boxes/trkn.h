@@ -1,0 +1,24 @@
+// "trkn": the place of an item on its medium.
+#pragma once
+
+#include "boxes/item_data.h"
+#include "fields.h"
+
+namespace mp4 {
+
+struct TrackNumberBox : Mp4Payload {
+  ItemDataHeader data;
+  std::uint16_t track = 0;
+  std::uint16_t total = 0;            // 0: not told
+  std::vector<std::uint8_t> padding;  // mostly two bytes
+
+  void fields(Mp4Fields& f) override {
+    data.fields(f);
+    f.reserved(2);
+    f.u16("track", track);
+    f.u16("total", total);
+    f.rest("padding", padding);
+  }
+};
+
+}  // namespace mp4

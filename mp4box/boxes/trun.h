@@ -1,0 +1,111 @@
+// "trun": a run of samples of a track fragment (ISO/IEC 14496-12, 8.8.8).
+#pragma once
+
+#include <algorithm>
+#include <bit>
+
+#include "fields.h"
+
+namespace mp4 {
+
+class TrackRunBox : public Mp4FullBox {
+ public:
+  static constexpr std::uint32_t kDataOffset = 0x000001;
+  static constexpr std::uint32_t kFirstSampleFlags = 0x000004;
+  static constexpr std::uint32_t kSampleDuration = 0x000100;
+  static constexpr std::uint32_t kSampleSize = 0x000200;
+  static constexpr std::uint32_t kSampleFlags = 0x000400;
+  static constexpr std::uint32_t kCompositionOffset = 0x000800;
+
+  // The per-sample values; those that the flags leave out are 0.
+  struct Sample {
+    std::uint32_t duration = 0;  // ticks
+    std::uint32_t size = 0;      // bytes
+    std::uint32_t flags = 0;
+    std::int64_t compositionOffset = 0;  // ticks, 32 bits: unsigned in version 0, signed in version 1
+  };
+
+  // To be set directly only in a run without per-sample values, which may count any number of samples;
+  // otherwise the operations below keep it.
+  std::uint32_t sampleCount = 0;
+  std::int32_t dataOffset = 0;         // bytes from the base of the track fragment; only when flagged
+  std::uint32_t firstSampleFlags = 0;  // only when flagged
+
+  bool hasDataOffset() const { return flags & kDataOffset; }
+  bool hasFirstSampleFlags() const { return flags & kFirstSampleFlags; }
+  bool hasDuration() const { return flags & kSampleDuration; }
+  bool hasSize() const { return flags & kSampleSize; }
+  bool hasFlags() const { return flags & kSampleFlags; }
+  bool hasCompositionOffset() const { return flags & kCompositionOffset; }
+
+  // The values of sample `i` (below `sampleCount`); each needs its flag.
+  std::uint32_t duration(std::size_t i) const { return value(i, kSampleDuration); }
+  std::uint32_t size(std::size_t i) const { return value(i, kSampleSize); }
+  std::uint32_t sampleFlags(std::size_t i) const { return value(i, kSampleFlags); }
+  std::int64_t compositionOffset(std::size_t i) const {
+    const std::uint32_t stored = value(i, kCompositionOffset);
+    return version == 0 ? std::int64_t{stored} : std::int64_t{static_cast<std::int32_t>(stored)};
+  }
+  Sample sample(std::size_t i) const {
+    Sample sample;
+    if (hasDuration()) sample.duration = duration(i);
+    if (hasSize()) sample.size = size(i);
+    if (hasFlags()) sample.flags = sampleFlags(i);
+    if (hasCompositionOffset()) sample.compositionOffset = compositionOffset(i);
+    return sample;
+  }
+
+  // Building a run: set `flags` first. Only flagged values are kept.
+  void setSample(std::size_t i, const Sample& sample) {
+    if (hasDuration()) value(i, kSampleDuration) = sample.duration;
+    if (hasSize()) value(i, kSampleSize) = sample.size;
+    if (hasFlags()) value(i, kSampleFlags) = sample.flags;
+    if (hasCompositionOffset())
+      value(i, kCompositionOffset) = static_cast<std::uint32_t>(sample.compositionOffset);
+  }
+  void addSample(const Sample& sample) {
+    resize(sampleCount + 1);
+    setSample(sampleCount - 1, sample);
+  }
+  // Cuts the run, or lengthens it by samples of all zero values.
+  void resize(std::uint32_t count) {
+    values_.resize(std::size_t{count} * stride());
+    sampleCount = count;
+  }
+  // Removes the first `count` samples.
+  void dropFirst(std::uint32_t count) {
+    count = std::min(count, sampleCount);
+    values_.erase(values_.begin(),
+                  values_.begin() + static_cast<std::ptrdiff_t>(std::size_t{count} * stride()));
+    sampleCount -= count;
+  }
+
+  void fields(Mp4Fields& f) override {
+    fullBox(f);
+    f.u32("sample_count", sampleCount);
+    if (hasDataOffset()) f.i32("data_offset", dataOffset);
+    if (hasFirstSampleFlags()) f.hex("first_sample_flags", firstSampleFlags, 4);
+    if (stride() == 0) return;
+    f.words("samples", values_, std::uint64_t{sampleCount} * stride());
+    // No more samples than the box holds whole.
+    if (f.reading()) resize(static_cast<std::uint32_t>(values_.size() / stride()));
+  }
+
+ private:
+  static constexpr std::uint32_t kPerSample =
+      kSampleDuration | kSampleSize | kSampleFlags | kCompositionOffset;
+
+  // Values a sample.
+  unsigned stride() const { return static_cast<unsigned>(std::popcount(flags & kPerSample)); }
+  // Where the value with this flag stands in a sample: behind those of the lower flags.
+  std::size_t place(std::size_t i, std::uint32_t flag) const {
+    return i * stride() + static_cast<std::size_t>(std::popcount(flags & kPerSample & (flag - 1)));
+  }
+  std::uint32_t value(std::size_t i, std::uint32_t flag) const { return values_[place(i, flag)]; }
+  std::uint32_t& value(std::size_t i, std::uint32_t flag) { return values_[place(i, flag)]; }
+
+  // The flagged values of one sample after the other, as in the file.
+  std::vector<std::uint32_t> values_;
+};
+
+}  // namespace mp4

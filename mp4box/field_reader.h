@@ -1,0 +1,36 @@
+// Reading a payload's fields from bytes in memory.
+#pragma once
+
+#include "fields.h"
+
+// Fills fields from `payload`, which must outlive it. The first field that does not fit ends the reading:
+// it and all behind it read as zero or empty.
+class Mp4FieldReader : public Mp4Fields {
+ public:
+  explicit Mp4FieldReader(std::span<const std::uint8_t> payload) : payload_(payload), left_(payload) {}
+
+  // Bytes taken so far, the unreadable end included once a field did not fit.
+  std::uint64_t consumed() const { return payload_.size() - left_.size(); }
+
+  bool reading() const override { return true; }
+  std::uint64_t remaining() const override { return left_.size(); }
+  std::uint8_t ahead(std::uint64_t offset) const override;
+  void bytes(const char* name, std::span<std::uint8_t> bytes) override;
+  void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t count) override;
+  void text(const char* name, std::string& value) override;
+  void characters(const char* name, std::string& value, std::uint64_t count) override;
+  void reserved(unsigned count) override;
+  void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count) override;
+  void beginEntry(const char*) override {}
+  void endEntry() override {}
+
+ protected:
+  void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) override;
+
+ private:
+  // The next `count` bytes; none, and no more of anything, when there are not as many.
+  std::span<const std::uint8_t> take(std::uint64_t count);
+
+  std::span<const std::uint8_t> payload_;
+  std::span<const std::uint8_t> left_;
+};

@@ -1,0 +1,105 @@
+// The boxes of an initialisation part, as records to be set up, changed and written.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <variant>
+
+#include "boxes/audio_entry.h"
+#include "boxes/avcC.h"
+#include "boxes/caption_entry.h"
+#include "boxes/esds.h"
+#include "boxes/hdlr.h"
+#include "boxes/mdhd.h"
+#include "boxes/mehd.h"
+#include "boxes/mvhd.h"
+#include "boxes/nmhd.h"
+#include "boxes/smhd.h"
+#include "boxes/tkhd.h"
+#include "boxes/trex.h"
+#include "boxes/visual_entry.h"
+#include "boxes/vmhd.h"
+
+namespace mp4 {
+
+// The tracks of the files written here. A file has at most one of each; they stand in this order.
+enum class TrackKind : std::uint8_t { Video, Audio, Captions608, Captions708 };
+
+inline constexpr std::array kTrackKinds = {TrackKind::Video, TrackKind::Audio, TrackKind::Captions608,
+                                           TrackKind::Captions708};
+
+// A track's number is fixed, whichever tracks there are.
+constexpr std::uint32_t trackNumber(TrackKind kind) {
+  return static_cast<std::uint32_t>(kind) + 1;
+}
+
+// One record for each track that exists.
+template <class Record>
+class PerTrack {
+ public:
+  std::optional<Record>& operator[](TrackKind kind) { return records_[static_cast<std::size_t>(kind)]; }
+  const std::optional<Record>& operator[](TrackKind kind) const {
+    return records_[static_cast<std::size_t>(kind)];
+  }
+
+ private:
+  std::array<std::optional<Record>, kTrackKinds.size()> records_;
+};
+
+// Which tracks exist.
+struct TrackSet {
+  bool video = false;
+  bool audio = false;
+  bool captions608 = false;
+  bool captions708 = false;
+
+  constexpr bool has(TrackKind kind) const {
+    switch (kind) {
+      case TrackKind::Video:
+        return video;
+      case TrackKind::Audio:
+        return audio;
+      case TrackKind::Captions608:
+        return captions608;
+      default:
+        return captions708;
+    }
+  }
+};
+
+// What the kinds of tracks differ in: the media header and the sample entry.
+struct VideoMedia {
+  VideoMediaHeaderBox vmhd;
+  VisualSampleEntry avc1;
+  AVCConfigurationBox avcC;  // without a record a stand-in is written
+};
+struct AudioMedia {
+  SoundMediaHeaderBox smhd;
+  AudioSampleEntry mp4a;
+  ESDBox esds;  // written only when it holds a decoder configuration
+};
+struct CaptionMedia {
+  NullMediaHeaderBox nmhd;
+  std::uint32_t type = 0;  // "c608" or "c708"
+  CaptionSampleEntry entry;
+};
+
+struct Track {
+  TrackHeaderBox tkhd;
+  MediaHeaderBox mdhd;
+  HandlerBox hdlr;
+  std::variant<VideoMedia, AudioMedia, CaptionMedia> media;
+};
+
+struct MovieExtends {
+  std::optional<MovieExtendsHeaderBox> mehd;
+  PerTrack<TrackExtendsBox> trex;
+};
+
+struct Movie {
+  MovieHeaderBox mvhd;
+  MovieExtends mvex;
+  PerTrack<Track> tracks;
+};
+
+}  // namespace mp4

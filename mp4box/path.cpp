@@ -1,0 +1,123 @@
+// Finding boxes: by type and rank, by path, by file offset.
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+#include "box.h"
+#include "bytes.h"
+
+namespace {
+
+struct Token {
+  std::string_view name;
+  std::uint64_t index = 0;
+};
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// Cuts the next token and the separators behind it off `path`. None for an index that is not a number or
+// not closed. An index that 32 bits do not hold comes out as one more than they do.
+std::optional<Token> CutToken(std::string_view& path) {
+  Token token;
+  std::size_t length = std::min(path.find_first_of("/["), path.size());
+  if (length == 0 && path.front() == '/') length = 1;
+  token.name = path.substr(0, length);
+  path.remove_prefix(length);
+
+  if (path.starts_with('[')) {
+    path.remove_prefix(1);
+    const std::size_t close = path.find(']');
+    if (close == path.npos || !IsDigit(path.front())) return std::nullopt;
+    constexpr std::uint64_t kTooLarge = std::uint64_t{std::numeric_limits<std::uint32_t>::max()} + 1;
+    for (std::size_t i = 0; IsDigit(path[i]); ++i)
+      token.index = std::min(token.index * 10 + static_cast<unsigned>(path[i] - '0'), kTooLarge);
+    path.remove_prefix(close + 1);
+  }
+  path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+  return token;
+}
+
+// The child of this type and rank. With a `stream`, the top level is read on for as long as it takes.
+Mp4Box* FindChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::uint32_t index) {
+  Mp4Box* child = father->first;
+  std::uint32_t rank = 0;
+  if (father->found && father->found->type == type && father->foundIndex <= index) {
+    child = father->found;
+    rank = father->foundIndex;
+  }
+  while (child) {
+    if (child->type == type) {
+      father->found = child;
+      father->foundIndex = rank;
+      if (rank == index) return child;
+      ++rank;
+    }
+    // The last box of a file comes in although nothing follows it: what was appended counts.
+    if (!child->next && stream) Mp4ReadNextBox(*stream, father);
+    child = child->next;
+  }
+  return nullptr;
+}
+
+Mp4Box* ChildAt(Mp4Box* father, std::uint64_t place) {
+  Mp4Box* child = father->first;
+  while (child && place-- > 0) child = child->next;
+  return child;
+}
+
+Mp4Box* Step(Mp4Stream* stream, Mp4Box* box, const Token& token) {
+  if (token.name == "/") {
+    while (box && box->type != MP4_ROOT) box = box->father;
+    return box;
+  }
+  if (token.name == ".") return box;
+  if (token.name == "..") return box->father;
+  if (token.index > std::numeric_limits<std::uint32_t>::max()) return nullptr;
+  if (token.name.empty()) return ChildAt(box, token.index);
+  if (token.name.size() != 4) return nullptr;
+
+  const std::uint32_t type = Mp4LoadU32(reinterpret_cast<const std::uint8_t*>(token.name.data()));
+  const bool loads = type == Mp4FourCc("moof") || type == Mp4FourCc("mdat") || type == Mp4FourCc("sidx");
+  return FindChild(loads ? stream : nullptr, box, type, static_cast<std::uint32_t>(token.index));
+}
+
+}  // namespace
+
+Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* format, ...) {
+  if (!box) return nullptr;
+  std::array<char, 4096> text;
+  std::va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
+  va_end(arguments);
+  if (length <= 0 || static_cast<std::size_t>(length) >= text.size()) return nullptr;
+
+  std::string_view path(text.data(), static_cast<std::size_t>(length));
+  while (box && !path.empty()) {
+    const std::optional<Token> token = CutToken(path);
+    if (!token) return nullptr;
+    box = Step(noLoad ? nullptr : stream, box, *token);
+  }
+  return box;
+}
+
+Mp4Box* Mp4BoxChild(Mp4Box* box, std::uint32_t type, std::uint32_t index) {
+  return box ? FindChild(nullptr, box, type, index) : nullptr;
+}
+
+Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset) {
+  auto* state = Mp4PayloadOf<Mp4RootState>(root);
+  if (!state) return nullptr;
+  while (state->nextOffset <= offset && Mp4ReadNextBox(stream, root)) {
+  }
+  Mp4Box* box = state->at && state->at->position <= offset ? state->at : root->first;
+  while (box && box->next && box->next->position <= offset) box = box->next;
+  state->at = box;
+  return box && box->position == offset ? box : nullptr;
+}

@@ -1,0 +1,230 @@
+// Reading a tree of boxes.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "box.h"
+#include "boxes/audio_entry.h"
+#include "boxes/hdlr.h"
+#include "boxes/text_entry.h"
+#include "boxes/timed_text_entry.h"
+#include "boxes/visual_entry.h"
+#include "bytes.h"
+#include "field_reader.h"
+
+namespace {
+
+bool IsUnderRoot(const Mp4Box& box) {
+  return box.father && box.father->type == MP4_ROOT;
+}
+bool IsTopLevel(const Mp4Box& box) {
+  return !box.father || IsUnderRoot(box);
+}
+
+// Bytes of the file in memory: the stream's own where it has them there, otherwise read in one go.
+class FileBytes {
+ public:
+  // Null when not all of them can be had. They live as long as this object and the stream.
+  const std::uint8_t* get(Mp4Stream& stream, std::uint64_t offset, std::uint64_t count) {
+    if (const std::uint8_t* bytes = stream.view(offset, count)) return bytes;
+    const std::uint64_t size = stream.size();
+    if (count > MP4_MAX_LEAF_BYTES || offset > size || count > size - offset) return nullptr;
+    read_.reset(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(count)]);
+    if (!read_ || !stream.seek(offset)) return nullptr;
+    const auto wanted = static_cast<std::int64_t>(count);
+    return stream.read(read_.get(), wanted) == wanted ? read_.get() : nullptr;
+  }
+
+ private:
+  std::unique_ptr<std::uint8_t[]> read_;
+};
+
+void Append(Mp4Box* father, Mp4Box* box) {
+  (father->first ? father->last->next : father->first) = box;
+  father->last = box;
+}
+
+// A box may reach past its father; what stands behind the father is then read once more as what it is
+// there. The bytes read again must not add up to more than the file has, or a file of many boxes that all
+// reach to its end would cost time and memory by the square of its size.
+bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4Box* top) {
+  if (IsTopLevel(box) || box.end() <= box.father->end()) return true;
+  auto* state = Mp4PayloadOf<Mp4RootState>(top);
+  if (!state) return false;
+  const std::uint64_t size = stream.size();
+  state->overrun += std::min(box.end(), size) - std::min(box.father->end(), size);
+  return state->overrun <= size;
+}
+
+// Whether a box may stand where it does: not too deep, and not too far past its father.
+bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
+  unsigned depth = 0;
+  Mp4Box* top = nullptr;
+  for (Mp4Box* father = box.father; father; father = father->father) {
+    if (++depth > MP4_MAX_DEPTH) return false;
+    top = father;
+  }
+  return ChargeOverrun(stream, box, top);
+}
+
+// The payload record of a sample entry whose type says nothing: the track's handler tells what it describes.
+std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
+  Mp4Box* media = Mp4BoxGet(nullptr, &box, true, "../../../..");
+  if (!media || media->type != Mp4FourCc("mdia")) return nullptr;
+  const auto* handler = Mp4PayloadOf<mp4::HandlerBox>(Mp4BoxChild(media, Mp4FourCc("hdlr")));
+  switch (handler ? handler->handlerType : 0) {
+    case Mp4FourCc("vide"):
+      return std::make_unique<mp4::VisualSampleEntry>();
+    case Mp4FourCc("soun"):
+      return std::make_unique<mp4::AudioSampleEntry>();
+    case Mp4FourCc("tx3g"):
+    case Mp4FourCc("sbtl"):
+      return std::make_unique<mp4::TimedTextSampleEntry>();
+    case Mp4FourCc("text"):
+      return std::make_unique<mp4::TextSampleEntry>();
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace
+
+bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
+  box = Mp4Box{};
+  std::array<std::uint8_t, 32> header{};
+  const std::int64_t peeked = stream.peek(header.data(), header.size());
+  if (peeked < 8) return false;
+  box.position = stream.tell();
+  box.shortsize = Mp4LoadU32(&header[0]);
+  box.type = Mp4LoadU32(&header[4]);
+  box.size = box.shortsize;
+  if (box.shortsize == 1) box.size = peeked >= 16 ? Mp4LoadU64(&header[8]) : 0;
+  const unsigned headerSize = Mp4BoxHeaderSize(box);
+  if (box.type == Mp4FourCc("uuid"))
+    std::memcpy(box.uuid, &header[headerSize - sizeof(box.uuid)], sizeof(box.uuid));
+  if (box.size == 0) return true;
+  return box.size >= headerSize && box.size <= std::numeric_limits<std::uint64_t>::max() - box.position;
+}
+
+Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father) {
+  Mp4BoxPtr box(new (std::nothrow) Mp4Box);
+  if (!box || !Mp4ReadBoxHeader(stream, *box) || box->size == 0) return nullptr;
+  box->father = father;
+  if (!MayStand(stream, *box)) return nullptr;
+  try {
+    if (!Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  return box.release();
+}
+
+int Mp4SeekNextBox(Mp4Stream& stream, const Mp4Box& box) {
+  if (box.size == 0) return 2;
+  if (!box.father || box.father->end() <= box.end()) return 0;
+  return stream.seek(box.end()) ? 1 : 0;
+}
+
+bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
+  const std::uint64_t at = stream.tell();
+  if (at > father->end() || father->end() - at < 8) return false;
+  while (Mp4Box* box = Mp4ReadBox(stream, father)) {
+    Append(father, box);
+    if (Mp4SeekNextBox(stream, *box) != 1) break;
+  }
+  return true;
+}
+
+bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
+  auto* state = Mp4PayloadOf<Mp4RootState>(root);
+  if (!state || state->ended) return false;
+  state->ended = true;
+  if (!stream.seek(state->nextOffset)) return false;
+  Mp4Box* box = Mp4ReadBox(stream, root);
+  if (!box) return false;
+  Append(root, box);
+  state->nextOffset = box->end();
+  state->ended = Mp4SeekNextBox(stream, *box) == 0;
+  return !state->ended;
+}
+
+Mp4Box* Mp4ReadRoot(Mp4Stream& stream, bool readAll) {
+  Mp4BoxPtr root(new (std::nothrow) Mp4Box);
+  if (!root || !(root->data = new (std::nothrow) Mp4RootState)) return nullptr;
+  root->type = MP4_ROOT;
+  root->shortsize = 1;
+  root->size = stream.size();
+  while (Mp4ReadNextBox(stream, root.get()) && (readAll || root->last->type != Mp4FourCc("moov"))) {
+  }
+  return root.release();
+}
+
+bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
+  const std::uint64_t children = box.position + Mp4BoxHeaderSize(box);
+  if (box.size <= Mp4BoxHeaderSize(box) + 8u) return true;
+  if (IsTopLevel(box)) {
+    // As much of it as the file holds comes in with one read, where memory allows.
+    const std::uint64_t held = std::min(box.end(), std::max(stream.size(), box.position)) - box.position;
+    FileBytes bytes;
+    if (const std::uint8_t* data = bytes.get(stream, box.position, held)) {
+      Mp4MemoryStream memory(data, held, box.position);
+      return memory.seek(children) && Mp4ReadChildren(memory, &box);
+    }
+  }
+  return stream.seek(children) && Mp4ReadChildren(stream, &box);
+}
+
+bool Mp4ReadMediaData(Mp4Stream& stream, Mp4Box& box) {
+  if (box.type != Mp4FourCc("free") || !IsUnderRoot(box)) return true;
+  // Padding may hide a movie box, whose first child then stands where the padding's content starts.
+  std::array<std::uint8_t, 44> start{};
+  stream.peek(start.data(), start.size());
+  const unsigned header = Mp4BoxHeaderSize(box);
+  if (box.size < header + 8) return true;
+  const std::uint32_t inner = Mp4LoadU32(&start[header + 4]);
+  if (inner != Mp4FourCc("cmov") && inner != Mp4FourCc("mvhd")) return true;
+  box.type = Mp4FourCc("foov");
+  return Mp4ReadContainer(stream, box);
+}
+
+bool Mp4ReadCompressedMovie(Mp4Stream&, Mp4Box& box) {
+  const std::uint32_t father = box.father ? box.father->type : 0;
+  // Compressed movie headers are not decompressed: where one counts, it is dropped unread.
+  if (father == Mp4FourCc("moov") || father == Mp4FourCc("foov")) return false;
+  box.data = Mp4FindBoxType(box.type).make();
+  return true;
+}
+
+bool Mp4ReadUnknown(Mp4Stream& stream, Mp4Box& box) {
+  if (!box.father || box.father->type != Mp4FourCc("stsd")) return true;
+  std::unique_ptr<Mp4Payload> payload = MakeSampleEntryByHandler(box);
+  return !payload || Mp4ReadPayload(stream, box, std::move(payload), true);
+}
+
+bool Mp4ReadLeaf(Mp4Stream& stream, Mp4Box& box) {
+  return Mp4ReadPayload(stream, box, std::unique_ptr<Mp4Payload>(Mp4FindBoxType(box.type).make()), false);
+}
+
+bool Mp4ReadLeafWithChildren(Mp4Stream& stream, Mp4Box& box) {
+  return Mp4ReadPayload(stream, box, std::unique_ptr<Mp4Payload>(Mp4FindBoxType(box.type).make()), true);
+}
+
+bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> payload, bool children) {
+  const unsigned header = Mp4BoxHeaderSize(box);
+  std::uint64_t taken = 0;
+  {
+    FileBytes bytes;
+    const std::uint8_t* data = bytes.get(stream, box.position, box.size);
+    if (!data) return false;
+    Mp4FieldReader reader({data + header, static_cast<std::size_t>(box.size - header)});
+    payload->fields(reader);
+    taken = reader.consumed();
+  }
+  box.data = payload.release();
+  // Without room for a child there are none; the box is what its fields are.
+  if (children && stream.seek(box.position + header + taken)) Mp4ReadChildren(stream, &box);
+  return true;
+}

@@ -1,0 +1,141 @@
+// The three functions that the host looks for.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+#include "fmp4_object.h"
+#include "probe.h"
+#include "status.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#define FMP4_EXPORT extern "C" __declspec(dllexport)
+#else
+#define FMP4_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
+namespace {
+
+constexpr std::uint32_t kVersionQuery = 0xFFFFFFFFu;
+constexpr std::int64_t kInterfaceVersion = 23;
+constexpr std::uint32_t kFormatCount = 1;
+
+constexpr std::uint32_t kCreateOnly = 0;
+constexpr std::uint32_t kCreateAndOpen = 1;
+constexpr std::uint32_t kCloseAndDestroy = 2;
+constexpr std::uint32_t kQueryOpenFlags = 0x7FFFFFFEu;
+constexpr std::uint32_t kQueryFileName = 0x7FFFFFFFu;
+
+// One row of the host's format table. The layout is the host's; the texts stay the plug-in's.
+struct FormatRecord {
+  std::uint32_t fileType;
+  std::uint32_t padding;
+  const char* patterns;
+  const char* shortDescription;
+  const char* longDescription;
+  std::uint32_t capabilities;
+  std::uint32_t furtherFlags;
+  std::uint64_t reserved;
+  double reservedNumber;
+};
+static_assert(sizeof(FormatRecord) == 56);
+static_assert(offsetof(FormatRecord, patterns) == 8 && offsetof(FormatRecord, shortDescription) == 16);
+static_assert(offsetof(FormatRecord, longDescription) == 24 && offsetof(FormatRecord, capabilities) == 32);
+static_assert(offsetof(FormatRecord, furtherFlags) == 36 && offsetof(FormatRecord, reserved) == 40);
+static_assert(offsetof(FormatRecord, reservedNumber) == 48);
+
+constexpr FormatRecord kFormat = {
+    kFileTypeCode,
+    0,
+    "*.mp4;*.m4v;*.m4a;*.ismv;*.isma;*.mpd;*.xml;*.ism;*.ismc",
+    "MP4 - Fragmented MP4/SS Reader Writer",
+    "MP4 - Fragmented/Smooth Streaming MP4 Reader Writer",
+    0x00500063u,
+    0xF1000000u,
+    0,
+    0.0,
+};
+
+// A status or probe result as the 64-bit result of an entry point, widened without sign extension.
+std::int64_t widened(std::uint32_t status) {
+  return static_cast<std::int64_t>(std::uint64_t{status});
+}
+
+std::int64_t objectResult(CMFFmp4* object) {
+  return static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(object));
+}
+
+CMFFmp4* createObject(const void* argument) {
+  std::uint32_t fileType = 0;
+  std::memcpy(&fileType, argument, sizeof fileType);
+  return new (std::nothrow) CMFFmp4(fileType);
+}
+
+std::int64_t openObject(CMFFmp4* object, void* argument) {
+  if (!object) return 0;
+  if (object->MFXCmd(kCreateAndOpen, argument) == VL_OK) return objectResult(object);
+  std::uint64_t nothing = 0;
+  object->MFXCmd(kCloseAndDestroy, &nothing);
+  delete object;
+  return 0;
+}
+
+}  // namespace
+
+// The library entry. `reason` 1 is the process attaching. Returns 1.
+#if defined(_WIN32)
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+  if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
+  return TRUE;
+}
+#else
+// Threads coming and going are announced to nobody here, so there is nothing to switch off.
+FMP4_EXPORT std::int32_t DllMain(void* /*module*/, std::uint32_t /*reason*/, void* /*reserved*/) {
+  return 1;
+}
+#endif
+
+// Version query (no name, index all ones), format query (no name, a record to fill), or probe of a file
+// name, `indexOrFlags` then being flags. Returns 23, 0 or 0xE8023026, or the probe's 0 or 0xFFFFFFFF.
+FMP4_EXPORT std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_t indexOrFlags, void* out) {
+  if (!fileName && indexOrFlags == kVersionQuery) {
+    if (out) std::memcpy(out, &kFormatCount, sizeof kFormatCount);
+    return kInterfaceVersion;
+  }
+  if (fileName || !out) return widened(ProbeFile(fileName, indexOrFlags));
+  if (indexOrFlags != 0) return widened(FMP4_E_BAD_FORMAT_INDEX);
+  std::memcpy(out, &kFormat, sizeof kFormat);
+  return 0;
+}
+
+// Creates an object, hands it a command, or closes and destroys it; see the commands above. Returns the
+// object's address for creation, else a status.
+FMP4_EXPORT std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void* argument) {
+  const bool creates = !object && (command == kCreateOnly || command == kCreateAndOpen);
+  if (creates) {
+    if (argument) object = createObject(argument);
+    if (!argument || command == kCreateOnly) return objectResult(object);
+  }
+  switch (command) {
+    case kCreateAndOpen:
+      return openObject(object, argument);
+    case kCloseAndDestroy:
+      if (!object) return 0;
+      object->MFXCmd(kCloseAndDestroy, argument);
+      delete object;
+      return 0;
+    case kQueryOpenFlags: {
+      if (!argument || !object) return FMP4_BAD_ARGUMENT;
+      const std::uint32_t flags = object->openFlags();
+      std::memcpy(argument, &flags, sizeof flags);
+      return 0;
+    }
+    case kQueryFileName:
+      if (!argument || !object) return FMP4_BAD_ARGUMENT;
+      std::strcpy(static_cast<char*>(argument), object->fileName());
+      return 0;
+    default:
+      return object ? widened(object->MFXCmd(command, argument)) : 0;
+  }
+}

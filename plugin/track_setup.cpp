@@ -1,0 +1,191 @@
+// From the movie box to tracks, stream records and the nominal frame rate.
+#include <cmath>
+#include <cstring>
+
+#include "boxes/audio_entry.h"
+#include "boxes/mdhd.h"
+#include "boxes/tkhd.h"
+#include "boxes/trex.h"
+#include "boxes/visual_entry.h"
+#include "bytes.h"
+#include "fmp4_object.h"
+#include "messages.h"
+#include "status.h"
+
+namespace {
+
+constexpr std::uint32_t kAvc1 = Mp4FourCc("avc1");
+constexpr std::uint32_t kHvc1 = Mp4FourCc("hvc1");
+constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
+constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
+constexpr std::uint32_t kC608 = Mp4FourCc("c608");
+constexpr std::uint32_t kC708 = Mp4FourCc("c708");
+
+// Until the index gives the length, a video track is announced as 20 hours at 24 frames a second.
+constexpr std::uint32_t kPlaceholderFrames = 1728000;
+
+// The bitmap header's size counts the codec configuration with the fixed part of a sample entry.
+constexpr std::uint32_t kSampleEntryBytes = 86;
+
+constexpr std::uint32_t kVideoFlagsCleared = 0x0D000000u;
+constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
+
+// Sound a frame, where no video tells how long a frame is.
+constexpr FrameRate kSoundFrameRate{30, 1};
+
+// The code with its four bytes in reversed order, as the stream handler holds it: "avc1" as "1cva".
+constexpr std::uint32_t reversed(std::uint32_t fourcc) {
+  return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
+}
+
+const mp4::TrackExtendsBox* findTrackExtends(Mp4Box* movieExtends, std::uint32_t trackId) {
+  if (!movieExtends) return nullptr;
+  for (const Mp4Box* child = movieExtends->first; child; child = child->next) {
+    const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child);
+    if (trex && trex->trackId == trackId) return trex;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::uint32_t CMFFmp4::setUpTracks() {
+  Mp4Box* movie = Mp4BoxGet(m_stream.get(), m_root.get(), false, "moov");
+  if (!movie) return VL_OK;
+  Mp4Box* movieExtends = Mp4BoxChild(movie, Mp4FourCc("mvex"));
+  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
+    if (const std::uint32_t result = setUpTrack(trak, i + 1, movieExtends); result != VL_OK) return result;
+  }
+  return VL_OK;
+}
+
+std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, Mp4Box* movieExtends) {
+  const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, Mp4FourCc("tkhd")));
+  const Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
+  if (!sampleEntry) return VL_OK;
+  IndexedTrack track;
+  track.trackId = header ? header->trackId : ordinal;
+  if (const auto* media = Mp4PayloadOf<mp4::MediaHeaderBox>(Mp4BoxGet(nullptr, trak, true, "mdia/mdhd"))) {
+    track.timescale = media->timescale;
+  }
+  track.trex = findTrackExtends(movieExtends, track.trackId);
+
+  switch (sampleEntry->type) {
+    case kAvc1:
+    case kHvc1:
+      return setUpVideo(sampleEntry, track);
+    case kMp4a:
+    case kAc3:
+      setUpAudio(sampleEntry, track);
+      return VL_OK;
+    case kC608:
+      m_tracks[kCc608Track] = track;
+      return VL_OK;
+    case kC708:
+      m_tracks[kCc708Track] = track;
+      return VL_OK;
+    default:
+      return VL_OK;
+  }
+}
+
+// The first video track of a file is the one that is read.
+std::uint32_t CMFFmp4::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track) {
+  const auto* entry = Mp4PayloadOf<mp4::VisualSampleEntry>(sampleEntry);
+  if (!entry || hasVideo()) return VL_OK;
+  m_tracks[kVideoTrack] = track;
+  m_nominalRate = {track.timescale, defaultDuration(track)};
+  if (!m_nominalRate.known()) m_nominalRate = {};
+
+  m_video.bitmap.width = static_cast<std::int16_t>(entry->width);
+  m_video.bitmap.height = static_cast<std::int16_t>(entry->height);
+  m_video.stream.frameRight = m_video.bitmap.width;
+  m_video.stream.frameBottom = m_video.bitmap.height;
+  m_video.stream.length = kPlaceholderFrames;
+  m_video.stream.handler = m_video.bitmap.compression = reversed(sampleEntry->type);
+  m_video.flags = (m_video.flags & ~kVideoFlagsCleared) | kVideoFlagsSet;
+  if (const std::uint32_t result = takeCodecConfiguration(sampleEntry); result != VL_OK) return result;
+
+  QVRSTREAM* holder = m_AllocAStream();
+  if (!holder) return FMP4_E_NO_VIDEO_HOLDER;
+  holder->kind = QVR_KIND_VIDEO;
+  holder->video = m_video;
+  m_videoChannels = 1;
+  return VL_OK;
+}
+
+// The configuration box, header included, goes right behind the bitmap header.
+std::uint32_t CMFFmp4::takeCodecConfiguration(const Mp4Box* sampleEntry) {
+  const std::uint32_t wanted = sampleEntry->type == kAvc1 ? Mp4FourCc("avcC") : Mp4FourCc("hvcC");
+  for (const Mp4Box* child = sampleEntry->first; child; child = child->next) {
+    if (child->type != wanted) continue;
+    if (child->size > sizeof m_video.colourTable) {
+      messages::reportError(messages::kConfigurationTooLong);
+      return VL_FAILED;
+    }
+    const auto size = static_cast<std::uint32_t>(child->size);
+    if (!m_stream->seek(child->position) || m_stream->read(m_video.colourTable, size) != size) return VL_OK;
+    m_video.bitmap.size = size + kSampleEntryBytes;
+    return VL_OK;
+  }
+  return VL_OK;
+}
+
+// The duration that a sample of the track has by default: of the track, of the first fragment that carries
+// the track, or of its first sample there. 0 when none of them says.
+std::uint32_t CMFFmp4::defaultDuration(const IndexedTrack& track) {
+  if (track.trex && track.trex->defaultSampleDuration) return track.trex->defaultSampleDuration;
+  for (std::uint32_t i = 0;; ++i) {
+    const Mp4Box* moof =
+        Mp4BoxGet(m_stream.get(), m_root.get(), false, "moof[%lu]", static_cast<unsigned long>(i));
+    if (!moof) return 0;
+    const TrackFragment fragment = ReadTrackFragment(moof, track.trackId);
+    if (!fragment.traf) continue;
+    if (fragment.tfhd && (fragment.tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultSampleDuration) &&
+        fragment.tfhd->defaultSampleDuration) {
+      return fragment.tfhd->defaultSampleDuration;
+    }
+    for (const mp4::TrackRunBox* run : fragment.truns) {
+      if (run->hasDuration() && run->sampleCount != 0) return run->duration(0);
+    }
+  }
+}
+
+void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
+  const auto* entry = Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry);
+  if (!entry) return;
+  QVRSTREAM* holder = m_AllocAStream();
+  if (!holder) {
+    ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
+    return;
+  }
+  QVRAUDIO audio = m_audio;
+  QVRWAVE& wave = audio.wave;
+  wave.channels = entry->channelCount;
+  wave.bitsPerSample = entry->sampleSize;
+  wave.samplesPerSecond = entry->sampleRate >> 16;
+  const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
+  // Intended: AC-3 keeps the block of one channel, and takes its buffer from the description's rate.
+  const bool ac3 = sampleEntry->type == kAc3;
+  wave.blockAlign = static_cast<std::uint16_t>(ac3 ? sampleBytes : sampleBytes * wave.channels);
+  wave.averageBytesPerSecond =
+      saturate<std::uint32_t>(std::uint64_t{wave.blockAlign} * wave.samplesPerSecond);
+  audio.codec = audio.stream.handler = sampleEntry->type;
+  audio.stream.rate = wave.samplesPerSecond;
+  audio.stream.scale = 1;
+  FrameRate fps = ac3 ? FrameRate{m_video.stream.rate, m_video.stream.scale} : m_nominalRate;
+  if (!ac3 && !(hasVideo() && m_nominalRate.known())) fps = kSoundFrameRate;
+  audio.bufferSize = saturate<std::uint32_t>(
+      static_cast<std::uint64_t>(std::trunc(wave.samplesPerSecond / fps.value() + 1.0)) * wave.blockAlign);
+  audio.stream.suggestedBufferSize = audio.bufferSize;
+
+  for (std::uint32_t channel = 0; channel < wave.channels && m_audioMask != ~0u; ++channel) {
+    m_audioMask = m_audioMask << 1 | 1;
+  }
+  holder->kind = QVR_KIND_AUDIO;
+  holder->audio = audio;
+  if (!m_tracks[kAudioTrack].present()) {
+    m_tracks[kAudioTrack] = track;
+    m_audio = audio;
+  }
+}

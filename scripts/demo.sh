@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and shows the main job on real media: a fragmented MP4 is described,
+# read frame by frame and exported, and the export is held against the source. Fails if anything is off.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+folder=build/demo
+source=$folder/source.mp4
+exported=$folder/exported.h264
+fmp4=build/release/bin/fmp4
+
+fail() {
+  echo "demo: FAILED: $*" >&2
+  exit 1
+}
+title() { printf '\n== %s\n' "$*"; }
+# The MD5 of every decoded picture, in order of presentation.
+picture_hashes() {
+  ffmpeg -nostdin -v error -i "$1" -map 0:v:0 -fps_mode passthrough -f framemd5 - |
+    awk '!/^#/ { print $NF }'
+}
+
+title "Packages and build"
+scripts/setup.sh
+launcher=()
+if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+cmake --preset release "${launcher[@]}" >/dev/null
+cmake --build --preset release -j "$(nproc)" --target fmp4
+
+title "Ten seconds of fragmented MP4: H.264 with B-frames, AAC"
+mkdir -p "$folder"
+ffmpeg -nostdin -v error -y \
+  -f lavfi -i testsrc2=size=1280x720:rate=30000/1001:duration=10 \
+  -f lavfi -i sine=frequency=440:sample_rate=48000:duration=10 \
+  -c:v libx264 -preset veryfast -pix_fmt yuv420p -g 30 -bf 2 -c:a aac -b:a 128k -ac 2 \
+  -movflags +frag_keyframe+empty_moov+default_base_moof -fflags +bitexact "$source"
+ls -l "$source"
+
+title "fmp4 probe"
+"$fmp4" --quiet probe "$source"
+
+title "fmp4 info"
+"$fmp4" --quiet info "$source"
+
+title "fmp4 frames (the first ten)"
+"$fmp4" --quiet frames "$source" >"$folder/frames.csv"
+head -n 11 "$folder/frames.csv"
+"$fmp4" --quiet frames --random 1 "$source" | cmp - "$folder/frames.csv" ||
+  fail "frames read in a shuffled order differ from those read in sequence"
+ffprobe -v error -select_streams v:0 -show_packets -show_data_hash CRC32 \
+  -show_entries packet=size,flags,data_hash -of compact=print_section=0:nokey=1 "$source" |
+  sed -E 's/\|K[^|]*\|CRC32:/,1,/; s/\|_[^|]*\|CRC32:/,0,/' >"$folder/ffprobe.csv"
+tail -n +2 "$folder/frames.csv" | cut -d, -f2,3,5 | cmp - "$folder/ffprobe.csv" ||
+  fail "sizes, key frames or bytes differ from what ffprobe finds"
+frames=$(tail -n +2 "$folder/frames.csv" | wc -l)
+
+title "fmp4 export --video"
+"$fmp4" --quiet export "$source" --video "$exported"
+ls -l "$exported"
+picture_hashes "$source" >"$folder/source.md5"
+picture_hashes "$exported" >"$folder/exported.md5"
+cmp "$folder/source.md5" "$folder/exported.md5" || fail "the export does not decode to the source's pictures"
+pictures=$(wc -l <"$folder/exported.md5")
+[[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames, $pictures pictures instead of 300"
+
+title "Summary"
+cat <<END
+read      $frames frames, in sequence and shuffled: the same
+          sizes, key frames and bytes as ffprobe finds
+exported  $pictures pictures, decoded by ffmpeg bit for bit as from the source
+play      $source
+          $exported
+END

@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs every test, plain (GCC) and under the sanitizers (Clang), and
+# checks format and headers. Ends with one line; exit 0 only when everything passed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+timings=()
+# step NAME COMMAND...: runs a command and notes how long it took; a failure ends the run.
+step() {
+  local name=$1 start=$SECONDS
+  shift
+  echo "== $name"
+  if ! "$@"; then
+    echo "test: FAILED at: $name, after $SECONDS s" >&2
+    exit 1
+  fi
+  timings+=("$(printf '%5d s  %s' $((SECONDS - start)) "$name")")
+}
+
+configure() {
+  local launcher=()
+  if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+  cmake --preset "$1" "${launcher[@]}" >/dev/null
+}
+
+check_format() {
+  git ls-files -z -- '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
+}
+
+# Every header of a room compiles as the only one of a source file.
+check_headers() {
+  local rooms=(host/include mp4box streaming plugin tool)
+  git ls-files -z -- "${rooms[@]/%//*.h}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
+    header=$1; shift
+    echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
+      { echo "$header does not compile alone" >&2; exit 1; }' sh HEADER "${rooms[@]/#/-I}"
+}
+
+run_tests() {
+  ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure --output-log "build/$1/tests.log"
+}
+
+step "packages" scripts/setup.sh
+step "format" check_format
+step "headers" check_headers
+for preset in dev asan; do
+  step "configure $preset" configure "$preset"
+  step "build $preset" cmake --build --preset "$preset" -j "$(nproc)"
+  step "tests $preset" run_tests "$preset"
+done
+
+printf '%s\n' "${timings[@]}"
+passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)
+echo "test: all passed: $passed test runs, format and headers, in $SECONDS s"

@@ -1,0 +1,42 @@
+// Frame rates as exact fractions, and times in frames.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+// Frames a second as numerator / denominator; 0/1 when unknown.
+struct FrameRate {
+  std::uint32_t numerator = 0;
+  std::uint32_t denominator = 1;
+
+  bool known() const { return numerator != 0 && denominator != 0; }
+  double value() const { return denominator ? static_cast<double>(numerator) / denominator : 0.0; }
+};
+
+// The largest product of two factors and a quotient below is held in 128 bits.
+__extension__ typedef unsigned __int128 Uint128;
+
+// value * multiplier / divisor, truncated, without losing a bit on the way; held at the largest 64-bit
+// number. A divisor of 0 gives 0.
+inline std::uint64_t scaleExactly(std::uint64_t value, std::uint64_t multiplier, std::uint64_t divisor) {
+  if (divisor == 0) return 0;
+  const Uint128 quotient = Uint128{value} * multiplier / divisor;
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+  return quotient > kMax ? kMax : static_cast<std::uint64_t>(quotient);
+}
+
+// A duration in whole frames: duration / timescale * rate, truncated. Exact: 30030 ticks of 1/30000 s are
+// 30 frames at 30000/1001, which floating point makes 29.
+inline std::uint64_t framesOf(std::uint64_t duration, std::uint32_t timescale, const FrameRate& rate) {
+  return scaleExactly(duration, rate.numerator, std::uint64_t{timescale} * rate.denominator);
+}
+
+// Sums that hostile files drive past their type stay at its largest value.
+template <class T>
+constexpr T saturate(std::uint64_t value) {
+  constexpr T kMax = std::numeric_limits<T>::max();
+  return value > kMax ? kMax : static_cast<T>(value);
+}
+constexpr std::uint64_t addSaturated(std::uint64_t a, std::uint64_t b) {
+  return a > ~b ? ~std::uint64_t{0} : a + b;
+}

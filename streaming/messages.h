@@ -1,0 +1,28 @@
+// The texts that the fragment index reports, and how it reports them.
+#pragma once
+
+#include "vlutil.h"
+
+namespace messages {
+
+// Reported as errors. The track words are mixed up in places, and on purpose: hosts know these texts.
+inline constexpr char kNoVideoChunk[] = "Unable to find correct video chunk for this frame";
+inline constexpr char kNoAudioChunk[] = "Unable to find correct audio chunk for this frame";
+inline constexpr char kNoCaptionChunk[] = "Unable to find correct cc chunk for this frame";
+inline constexpr char kNoMoofArrayMemory[] = "Unable to allocate moof array";
+
+// Reported as plain lines.
+inline constexpr char kMoofIndexBeyondEnd[] = "fmp4 - Moof index beyond end";
+inline constexpr char kNoMoofArray[] = "fmp4 - No Moof Array";
+inline constexpr char kNoMoofBox[] = "fmp4 - No Moof box at this index";
+inline constexpr char kNoSampleMemory[] = "fmp4 - Failed to allocate mdat buffer for reading";
+inline constexpr char kNoCaptionMemory[] = "fmp4 - Failed to allocate cc buffer for reading";
+
+inline void reportIndexError(const char* text) {
+  ErrFmtOut(VL_LOG_ERROR, 0, 0, "ERROR(vlx_Fmp4): %s\n", text);
+}
+inline void reportPlain(const char* text) {
+  ErrOut("%s", text);
+}
+
+}  // namespace messages

@@ -1,0 +1,111 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "support/temp_folder.h"
+#include "vlutil.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// The number that a library tells of itself: -1 when it is not loaded, 0 when it is none of this test's.
+int numberOf(const std::string& path) {
+  void* library = vlOSLoadLibrary(path.c_str(), 2);
+  if (library == nullptr) return -1;
+  const auto number = reinterpret_cast<int (*)()>(vlOSGetProcAddress(library, "loadedLibraryNumber"));
+  const int answer = number == nullptr ? 0 : number();
+  EXPECT_EQ(vlOSFreeLibrary(library), 1);
+  return answer;
+}
+
+class WorkingFolder {
+ public:
+  explicit WorkingFolder(const fs::path& folder) : m_old(fs::current_path()) { fs::current_path(folder); }
+  ~WorkingFolder() { fs::current_path(m_old); }
+  WorkingFolder(const WorkingFolder&) = delete;
+  WorkingFolder& operator=(const WorkingFolder&) = delete;
+
+ private:
+  fs::path m_old;
+};
+
+const std::string kBin = VL_BIN_DIR;
+
+TEST(Library, WindowsNameWithAVersionIsFoundBesideTheHost) {
+  EXPECT_EQ(numberOf("hosttestversioned-57.dll"), 1);
+  EXPECT_EQ(numberOf("hosttestversioned-57"), 1);
+  EXPECT_EQ(numberOf("hosttestversioned-57.DLL"), 1);
+  EXPECT_EQ(numberOf("libhosttestversioned.so.57"), 1);
+  EXPECT_EQ(numberOf("hosttestversioned-58.dll"), -1);
+}
+
+TEST(Library, NameWithoutAVersionIsTriedWithAndWithoutPrefix) {
+  EXPECT_EQ(numberOf("hosttestplain"), 2);
+  EXPECT_EQ(numberOf("hosttestplain.dll"), 2);
+  EXPECT_EQ(numberOf("hosttestplain.so"), 2);
+  EXPECT_EQ(numberOf("hosttestboth.dll"), 3);
+  EXPECT_EQ(numberOf("hosttestboth.so"), 4);
+}
+
+TEST(Library, NameIsFoundAlongTheSystemsSearchPathToo) {
+  EXPECT_EQ(numberOf("m-6.dll"), 0);
+  EXPECT_EQ(numberOf("libm.so.6"), 0);
+}
+
+TEST(Library, RelativeFolderIsLookedForBeneathTheHostThenBeneathTheWorkingFolder) {
+  EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
+  EXPECT_EQ(numberOf("hosttest_formats/hosttestfolder-57.dll"), 5);
+
+  const TempFolder folder;
+  const fs::path formats = folder.path() / "hosttest_formats";
+  fs::create_directory(formats);
+  fs::copy_file(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57", formats / "libhosttestfolder.so.57");
+  fs::copy_file(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57", formats / "libhosttestother.so.57");
+  const WorkingFolder working(folder.path());
+  EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
+  EXPECT_EQ(numberOf("hosttest_formats\\hosttestother-57.dll"), 6);
+  EXPECT_EQ(numberOf("hosttest_formats/libhosttestother.so.57"), 6);
+}
+
+TEST(Library, NativePathIsLoadedAsItIs) {
+  EXPECT_EQ(numberOf(kBin + "/hosttestplain.so"), 2);
+  EXPECT_EQ(numberOf(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57"), 6);
+  const WorkingFolder working(kBin + "/hosttest_elsewhere");
+  EXPECT_EQ(numberOf("./libhosttestfolder.so.57"), 6);
+  EXPECT_EQ(numberOf("./hosttestplain.so"), -1) << "not looked for beside the host";
+}
+
+TEST(Library, WhatIsNotThereIsNotLoaded) {
+  for (const char* path : {"", "/", "\\", "hosttest-none-1.dll", "C:\\Program Files\\FFMpeg\\avcodec-57.dll",
+                           "C:hosttestplain.so", "hosttest_formats\\", "-57.dll", ".dll"}) {
+    EXPECT_EQ(vlOSLoadLibrary(path, 2), nullptr) << path;
+    EXPECT_NE(vlOSGetLastError(), 0u);
+  }
+  EXPECT_EQ(vlOSLoadLibrary(nullptr, 2), nullptr);
+  EXPECT_EQ(vlOSLoadLibrary(std::string(100000, 'x').c_str(), 2), nullptr);
+}
+
+TEST(Library, FileThatDoesNotLoadIsLoggedWithItsReason) {
+  const TempFolder folder;
+  const std::string path = folder.file("broken.so");
+  writeFile(path, {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(vlOSLoadLibrary(path.c_str(), 2), nullptr);
+  const std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(log.find("WARNING(vlhost): " + path), 0u) << log;
+}
+
+TEST(Library, SymbolsAreFoundOrNull) {
+  void* library = vlOSLoadLibrary("hosttestplain", 2);
+  ASSERT_NE(library, nullptr);
+  EXPECT_NE(vlOSGetProcAddress(library, "loadedLibraryNumber"), nullptr);
+  EXPECT_EQ(vlOSGetProcAddress(library, "noSuchSymbol"), nullptr);
+  EXPECT_EQ(vlOSGetProcAddress(library, nullptr), nullptr);
+  EXPECT_EQ(vlOSGetProcAddress(nullptr, "loadedLibraryNumber"), nullptr);
+  EXPECT_EQ(vlOSFreeLibrary(library), 1);
+  EXPECT_EQ(vlOSFreeLibrary(nullptr), 0);
+}
+
+}  // namespace

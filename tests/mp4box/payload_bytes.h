@@ -1,0 +1,34 @@
+// A payload's bytes, there and back.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "field_reader.h"
+#include "field_writer.h"
+#include "support/box_builder.h"
+
+inline Bytes bytesOf(Mp4Payload& payload) {
+  Mp4MemoryOutput out;
+  Mp4FieldWriter fields(out);
+  payload.fields(fields);
+  return out.bytes;
+}
+
+template <class Payload>
+Payload read(const Bytes& bytes) {
+  Payload payload;
+  Mp4FieldReader fields(bytes);
+  payload.fields(fields);
+  return payload;
+}
+
+// Reads a payload that takes all of `bytes` and writes the very same.
+template <class Payload>
+Payload readExactly(const Bytes& bytes) {
+  Payload payload;
+  Mp4FieldReader fields(bytes);
+  payload.fields(fields);
+  EXPECT_EQ(fields.consumed(), bytes.size());
+  EXPECT_EQ(bytesOf(payload), bytes);
+  return payload;
+}

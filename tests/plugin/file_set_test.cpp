@@ -1,0 +1,69 @@
+#include "file_set.h"
+
+#include <gtest/gtest.h>
+
+#include "support/temp_folder.h"
+
+namespace {
+
+struct Folder : TempFolder {
+  void make(std::initializer_list<const char*> names) const {
+    for (const char* name : names) writeFile(file(name), {});
+  }
+  FileSet find(const char* name, bool audioOnly = false) const {
+    return FindFileSet(file(name).c_str(), audioOnly);
+  }
+};
+
+TEST(FileSet, AManifestsMediaStandBesideIt) {
+  const Folder folder;
+  folder.make({"clip.m4v", "clip.m4a"});
+  const FileSet files = folder.find("clip.mpd");
+  EXPECT_EQ(files.manifest, folder.file("clip.mpd"));
+  EXPECT_EQ(files.video, folder.file("clip.m4v"));
+  EXPECT_EQ(files.audio, folder.file("clip.m4a"));
+}
+
+TEST(FileSet, Mp4ComesBeforeM4v) {
+  const Folder folder;
+  folder.make({"clip.m4v", "clip.mp4"});
+  EXPECT_EQ(folder.find("clip.xml").video, folder.file("clip.mp4"));
+  EXPECT_EQ(folder.find("clip.xml").audio, "");
+}
+
+TEST(FileSet, AManifestWithoutMediaHasNone) {
+  const Folder folder;
+  const FileSet files = folder.find("clip.mpd");
+  EXPECT_EQ(files.video, "");
+  EXPECT_EQ(files.audio, "");
+}
+
+TEST(FileSet, AMediaFilesManifestStandsBesideIt) {
+  const Folder folder;
+  EXPECT_EQ(folder.find("clip.mp4").manifest, "");
+  folder.make({"clip.xml"});
+  EXPECT_EQ(folder.find("clip.mp4").manifest, folder.file("clip.xml"));
+  folder.make({"clip.mpd"});
+  EXPECT_EQ(folder.find("clip.mp4").manifest, folder.file("clip.mpd"));
+}
+
+TEST(FileSet, KindsAreToldBySubstringsOfTheName) {
+  const Folder folder;
+  EXPECT_EQ(folder.find("a.mp4.bak").video, folder.file("a.mp4.bak"));
+  EXPECT_EQ(folder.find("a.m4v").video, folder.file("a.m4v"));
+  EXPECT_EQ(folder.find("a.m4a").audio, folder.file("a.m4a"));
+  EXPECT_EQ(folder.find("a.m4a").video, "");
+  EXPECT_EQ(folder.find("a.m4a.mp4").video, folder.file("a.m4a.mp4"));
+  EXPECT_EQ(folder.find("a.m4a.mp4").audio, "");
+  EXPECT_EQ(folder.find("A.MP4").video, "") << "case counts";
+  EXPECT_EQ(folder.find("a.ismv").video, "");
+}
+
+TEST(FileSet, TheAudioOnlyOpenTakesTheNameForTheAudioFile) {
+  const Folder folder;
+  const FileSet files = folder.find("a.mp4", true);
+  EXPECT_EQ(files.audio, folder.file("a.mp4"));
+  EXPECT_EQ(files.video, "");
+}
+
+}  // namespace

@@ -1,0 +1,302 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "loaded_plugin.h"
+#include "support/fragments.h"
+#include "support/log_capture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+
+LogLine error(const std::string& text) {
+  return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
+}
+
+// One fragment of three frames on track 1, whatever else `trafs` adds.
+Bytes threeFrames(std::uint32_t runFlags = kRunDataOffset | kRunSize, std::uint32_t duration = 0,
+                  std::uint32_t fragmentFlags = kBaseIsMoof) {
+  TrafSpec traf;
+  traf.flags = fragmentFlags;
+  traf.duration = duration;
+  traf.runs = {
+      RunSpec{runFlags, {sampleOf(10, 1, duration), sampleOf(20, 2, duration), sampleOf(30, 3, duration)}}};
+  return fragment(1, {traf});
+}
+
+Bytes fileOf(const std::vector<TrackSpec>& tracks, const Bytes& fragments) {
+  return join({fileTypeBox(), movieBox(tracks), fragments});
+}
+
+struct OpenedFile {
+  TempFolder folder;
+  MediaFile file;
+  Described described;
+
+  explicit OpenedFile(const Bytes& content, const char* name = "clip.mp4", std::uint32_t flags = 0) {
+    writeFile(folder.file(name), content);
+    file = openFile(folder.file(name), flags);
+    if (file) described = describe(*file);
+  }
+};
+
+TEST(Open, DescribesTheVideoTrack) {
+  const OpenedFile clip(fileOf({videoTrack()}, threeFrames()));
+  ASSERT_NE(clip.file, nullptr);
+  const QVRVIDEO& video = *clip.described.video;
+  EXPECT_EQ(std::memcmp(&video.stream.handler, "avc1", 4), 0) << "reversed in value, in order in memory";
+  EXPECT_EQ(video.stream.handler, 0x31637661u);
+  EXPECT_EQ(video.bitmap.compression, 0x31637661u);
+  EXPECT_EQ(video.bitmap.width, 320);
+  EXPECT_EQ(video.bitmap.height, 180);
+  EXPECT_EQ(video.stream.rate, 30000u);
+  EXPECT_EQ(video.stream.scale, 1001u);
+  EXPECT_EQ(video.stream.length, 3u);
+  EXPECT_EQ(video.flags & 0x0F000000u, 0x02000000u);
+  const Bytes configuration = avcConfiguration();
+  EXPECT_EQ(video.bitmap.size, configuration.size() + 86);
+  EXPECT_EQ(std::memcmp(video.colourTable, configuration.data(), configuration.size()), 0);
+
+  const QVRSYSTEM& system = clip.described.system;
+  EXPECT_EQ(system.totalFrames, 3u);
+  EXPECT_EQ(system.microSecondsPerFrame, 33366u);
+  EXPECT_EQ(system.width, 320u);
+  EXPECT_EQ(system.height, 180u);
+  EXPECT_EQ(clip.file->GetTotalFrames(), 3u);
+  EXPECT_EQ(clip.file->Status(), 1u);
+  EXPECT_EQ(clip.described.info.aspectX, 16u);
+  EXPECT_EQ(clip.described.info.aspectY, 9u);
+  EXPECT_EQ(clip.described.info.timecodeRate, 4u);
+}
+
+TEST(Open, SnapsTheRateOfTheTrack) {
+  struct {
+    std::uint32_t timescale, duration, rate, scale, flag;
+  } const rows[] = {{90000, 3003, 30000, 1001, 4},
+                    {48, 1, 30, 1, 2},
+                    {119, 2, 60000, 1001, 4},
+                    {120, 1, 12000, 100, 1},
+                    {24000, 1001, 24000, 1001, 128},
+                    {25000, 1000, 25, 1, 8},
+                    {50, 1, 50, 1, 8},
+                    {24, 1, 24, 1, 1},
+                    {10, 1, 1000, 100, 1}};
+  for (const auto& row : rows) {
+    const OpenedFile clip(fileOf({videoTrack(1, row.timescale, row.duration)}, threeFrames()));
+    ASSERT_NE(clip.file, nullptr);
+    EXPECT_EQ(clip.described.video->stream.rate, row.rate) << row.timescale;
+    EXPECT_EQ(clip.described.video->stream.scale, row.scale) << row.timescale;
+    EXPECT_EQ(clip.described.info.timecodeRate, row.flag) << row.timescale;
+  }
+}
+
+TEST(Open, TakesTheDurationFromTheTrackThenTheFragmentThenTheRun) {
+  const auto rateOf = [](const Bytes& fragments, std::uint32_t trackDuration) {
+    const OpenedFile clip(fileOf({videoTrack(1, 25000, trackDuration)}, fragments));
+    return clip.file ? clip.described.video->stream.rate : 0;
+  };
+  EXPECT_EQ(rateOf(threeFrames(kRunDataOffset | kRunSize, 500, kBaseIsMoof | kDefaultDuration), 1000), 25u);
+  EXPECT_EQ(rateOf(threeFrames(kRunDataOffset | kRunSize, 500, kBaseIsMoof | kDefaultDuration), 0), 50u);
+  EXPECT_EQ(rateOf(threeFrames(kRunDataOffset | kRunSize | kRunDuration, 500), 0), 50u);
+}
+
+TEST(Open, LooksForTheDurationInTheFirstFragmentThatCarriesTheTrack) {
+  TrafSpec other;
+  other.trackId = 5;
+  other.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sampleOf(10, 1, 77)}}};
+  TrafSpec video;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sampleOf(10, 1, 500)}}};
+  const OpenedFile clip(
+      fileOf({videoTrack(1, 25000, 0)}, join({fragment(1, {other}), fragment(2, {video})})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->stream.rate, 50u);
+}
+
+TEST(Open, AVideoTrackWithoutAnyRateIsRefusedWithAMessage) {
+  LogCapture log;
+  const OpenedFile none(fileOf({videoTrack(1, 25000, 0)}, threeFrames()));
+  EXPECT_EQ(none.file, nullptr);
+  EXPECT_THAT(log.lines, Contains(error("No frame rate in the file, cannot address its frames")));
+  const OpenedFile noTimescale(fileOf({videoTrack(1, 0, 1000)}, threeFrames()));
+  EXPECT_EQ(noTimescale.file, nullptr);
+  const OpenedFile belowOne(fileOf({videoTrack(1, 1, 2)}, threeFrames()));
+  EXPECT_EQ(belowOne.file, nullptr) << "half a frame a second snaps to none";
+}
+
+TEST(Open, DescribesTheAudioTracks) {
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  TrafSpec video, sound;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
+  sound.trackId = 2;
+  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3), sampleOf(5, 4), sampleOf(5, 5)}}};
+  const OpenedFile clip(fileOf({videoTrack(), audio}, fragment(1, {video, sound})));
+  ASSERT_NE(clip.file, nullptr);
+  const QVRAUDIO& described = clip.described.audio;
+  EXPECT_EQ(described.codec, 0x6D703461u);
+  EXPECT_EQ(described.wave.channels, 2);
+  EXPECT_EQ(described.wave.bitsPerSample, 16);
+  EXPECT_EQ(described.wave.samplesPerSecond, 48000u);
+  EXPECT_EQ(described.wave.blockAlign, 4);
+  EXPECT_EQ(described.wave.averageBytesPerSecond, 192000u);
+  EXPECT_EQ(described.bufferSize, 1602u * 4) << "trunc(48000 / 29.97 + 1)";
+  EXPECT_EQ(described.stream.length, 3u * 1024);
+  EXPECT_EQ(clip.described.system.streams, 2u);
+  EXPECT_EQ(clip.described.system.maximumBytesPerSecond, 34594u + 192000);
+  EXPECT_EQ(clip.file->Channels(), 3u) << "one bit a channel";
+  EXPECT_EQ(clip.described.info.audioRate, 480480);
+  EXPECT_EQ(clip.described.info.audioScale, 300);
+}
+
+TEST(Open, Ac3KeepsTheBlockOfOneChannel) {
+  TrackSpec audio{2, "soun", 48000, audioEntry("ac-3", 6, 16, 48000), 1536};
+  TrafSpec sound;
+  sound.trackId = 2;
+  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
+  const OpenedFile clip(fileOf({audio}, fragment(1, {sound})), "clip.m4a");
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.audio.codec, 0x61632D33u);
+  EXPECT_EQ(clip.described.audio.wave.channels, 6);
+  EXPECT_EQ(clip.described.audio.wave.blockAlign, 2);
+  EXPECT_EQ(clip.described.audio.bufferSize, 1602u * 2);
+  EXPECT_EQ(clip.file->Channels(), 63u);
+}
+
+TEST(Open, ASourceOfSoundAloneTakesTheNtscRate) {
+  TrackSpec audio{2, "soun", 44100, audioEntry("mp4a", 1, 16, 44100), 1024};
+  TrafSpec sound;
+  sound.trackId = 2;
+  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3), sampleOf(5, 4)}}};
+  const OpenedFile clip(fileOf({audio}, fragment(1, {sound})), "clip.m4a");
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->stream.rate, 30000u);
+  EXPECT_EQ(clip.described.video->stream.scale, 1001u);
+  EXPECT_EQ(clip.described.video->stream.length, 0u);
+  EXPECT_EQ(clip.described.audio.stream.length, 2048u);
+  EXPECT_EQ(clip.described.audio.bufferSize, 1471u * 2) << "trunc(44100 / 30 + 1)";
+  EXPECT_EQ(clip.file->Channels(), 1u);
+  EXPECT_EQ(clip.file->GetTotalFrames(), 0u);
+}
+
+TEST(Open, AudioWithoutCountsLastsAsLongAsThePicture) {
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  TrackSpec video = videoTrack(1, 25, 1);
+  const OpenedFile clip(fileOf({video, audio}, threeFrames()), "clip.mp4");
+  LogCapture log;
+  // A file whose fragments carry no sound at all has no first audio chunk, yet opens for its picture.
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.audio.stream.length, 3u * 1920);
+}
+
+TEST(Open, TracksWithoutHeaderAreNumberedInOrder) {
+  Bytes movie = movieBox({videoTrack()});
+  const std::string tkhd = "tkhd";
+  const auto at = std::search(movie.begin(), movie.end(), tkhd.begin(), tkhd.end());
+  ASSERT_NE(at, movie.end());
+  *at = 'x';
+  const OpenedFile clip(join({fileTypeBox(), movie, threeFrames()}));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.file->GetTotalFrames(), 3u);
+}
+
+TEST(Open, CaptionTracksAreAnnounced) {
+  TrackSpec cc608{3, "clcp", 30000, captionEntry("c608"), 1001};
+  TrackSpec cc708{4, "clcp", 30000, captionEntry("c708"), 1001};
+  TrafSpec video, c3, c4;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
+  c3.trackId = 3;
+  c3.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(2, 1)}}};
+  c4.trackId = 4;
+  c4.runs = c3.runs;
+  const OpenedFile both(fileOf({videoTrack(), cc608, cc708}, fragment(1, {video, c3, c4})));
+  ASSERT_NE(both.file, nullptr);
+  EXPECT_EQ(both.described.info.captions, QVR_CAPTIONS_608 | QVR_CAPTIONS_708);
+  const OpenedFile one(fileOf({videoTrack(), cc708}, fragment(1, {video, c4})));
+  EXPECT_EQ(one.described.info.captions, QVR_CAPTIONS_708);
+}
+
+TEST(Open, CodecsThatAreNotReadAreSkipped) {
+  TrackSpec vp9{1, "vide", 30000, visualEntry("vp09", 320, 180, {}), 1001};
+  LogCapture log;
+  const OpenedFile clip(fileOf({vp9}, threeFrames()));
+  EXPECT_EQ(clip.file, nullptr);
+  EXPECT_THAT(log.lines, ElementsAre(error("No track that can be read")));
+}
+
+TEST(Open, AConfigurationOf64KibIsTakenAndALongerThanTheDescriptionIsRefused) {
+  const auto clipWith = [](std::uint32_t bytes) {
+    TrackSpec video = videoTrack();
+    video.sampleEntry = visualEntry("hvc1", 320, 180, box("hvcC", {sampleOf(bytes - 8, 1).data}));
+    return fileOf({video}, threeFrames());
+  };
+  const OpenedFile large(clipWith(0x10000));
+  ASSERT_NE(large.file, nullptr);
+  EXPECT_EQ(large.described.video->bitmap.size, 0x10000u + 86);
+  EXPECT_EQ(large.described.video->stream.handler, 0x31637668u);
+  EXPECT_EQ(large.described.video->colourTable[0xFFFF], sampleOf(0x10000 - 8, 1).data.back());
+  LogCapture log;
+  EXPECT_EQ(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES + 8)).file, nullptr);
+  EXPECT_THAT(log.lines, ElementsAre(error("The codec configuration is too long")));
+}
+
+TEST(Open, ANameWithoutKnownPartOrAMissingFileCannotBeOpened) {
+  const TempFolder folder;
+  writeFile(folder.file("clip.dat"), fileOf({videoTrack()}, threeFrames()));
+  for (const char* name : {"clip.dat", "missing.mp4", "clip.ismv"}) {
+    LogCapture log;
+    EXPECT_EQ(openFile(folder.file(name)), nullptr);
+    EXPECT_THAT(log.lines, ElementsAre(error("Cannot open file"))) << name;
+  }
+}
+
+TEST(Open, NamesMatchBySubstring) {
+  const OpenedFile clip(fileOf({videoTrack()}, threeFrames()), "a.mp4.bak");
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.file->GetTotalFrames(), 3u);
+}
+
+TEST(Open, APlainFileHasNoFirstChunk) {
+  LogCapture log;
+  const OpenedFile clip(fileOf({videoTrack()}, box("mdat", {zeros(100)})));
+  EXPECT_EQ(clip.file, nullptr);
+  EXPECT_THAT(log.lines, Contains(error("Unable to find correct video chunk")));
+}
+
+TEST(Open, NamesOf260CharactersAndMoreAreRefused) {
+  EXPECT_EQ(openFile("/tmp/" + std::string(260, 'a') + ".mp4"), nullptr);
+  EXPECT_EQ(openFile(std::string(100000, 'a') + ".mp4"), nullptr);
+}
+
+TEST(Open, AgainAfterCloseAndOverAnOpenFile) {
+  const TempFolder folder;
+  writeFile(folder.file("a.mp4"), fileOf({videoTrack()}, threeFrames()));
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
+  writeFile(folder.file("b.mp4"), fileOf({videoTrack(1, 25, 1)}, fragment(1, {traf})));
+  const MediaFile file = openFile(folder.file("a.mp4"));
+  ASSERT_NE(file, nullptr);
+  MFXOPEN request = readRequest(folder.file("none.mp4"));
+  const std::string b = folder.file("b.mp4");
+  request.fileName = b.c_str();
+  EXPECT_EQ(file->MFXCmd(MFX_OPEN, &request), VL_OK);
+  EXPECT_EQ(file->GetTotalFrames(), 1u);
+  EXPECT_EQ(describe(*file).video->stream.rate, 25u);
+  EXPECT_EQ(file->Close(), VL_OK);
+  EXPECT_EQ(file->GetTotalFrames(), 0u);
+  EXPECT_EQ(describe(*file).video->stream.rate, 30000u);
+  EXPECT_EQ(file->MFXCmd(MFX_OPEN, &request), VL_OK);
+  EXPECT_EQ(file->GetTotalFrames(), 1u);
+}
+
+TEST(Open, ForWritingIsNotSupportedYetAndSaysSo) {
+  const TempFolder folder;
+  const MediaFile file = createObject();
+  EXPECT_EQ(file->Open(folder.file("out.mp4").c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE, 3, nullptr,
+                       VL_CREATE_ALWAYS, 0, 0),
+            VL_E_NOT_SUPPORTED);
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+// What is said and answered when memory runs out.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "box.h"
+#include "loaded_plugin.h"
+#include "support/failing_new.h"
+#include "support/fragments.h"
+#include "support/log_capture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+
+constexpr std::size_t kSampleWindowBytes = 256 * 1024;
+
+LogLine error(const std::string& text) {
+  return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
+}
+
+struct Clip : TempFolder {
+  std::string path = file("clip.mp4");
+  Clip() {
+    TrafSpec traf;
+    traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
+    writeFile(path, join({fileTypeBox(), movieBox({videoTrack()}), fragment(1, {traf})}));
+  }
+};
+
+TEST(OutOfMemory, WithoutARootTheProbeAndTheOpenSaySo) {
+  const Clip clip;
+  LogCapture log;
+  {
+    const FailingNew failing(sizeof(Mp4Box));
+    EXPECT_EQ(plugin().check(clip.path.c_str(), 0, nullptr), 0xFFFFFFFF);
+    EXPECT_THAT(log.lines, ElementsAre(error("Cannot find file root")));
+    log.lines.clear();
+    EXPECT_EQ(openFile(clip.path), nullptr);
+  }
+  EXPECT_THAT(log.lines, ElementsAre(error("Cannot find file root")));
+  EXPECT_NE(openFile(clip.path), nullptr);
+}
+
+TEST(OutOfMemory, AFrameWithoutASampleWindowFailsAndReadsLater) {
+  const Clip clip;
+  const MediaFile file = openFile(clip.path);
+  ASSERT_NE(file, nullptr);
+  LogCapture log;
+  {
+    const FailingNew failing(kSampleWindowBytes);
+    EXPECT_EQ(readFrame(*file, 0).status, 0xFFFFFFFFu);
+  }
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Failed to allocate mdat buffer for reading"},
+                          LogLine{VL_LOG_ERROR,
+                                  "ERROR(vlx_Fmp4): Unable to find correct video chunk for this frame\n"}));
+  EXPECT_EQ(readFrame(*file, 1).data, sampleOf(10, 2).data);
+}
+
+TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
+  const Clip clip;
+  for (std::size_t bytes = 1; bytes <= 512; ++bytes) {
+    LogCapture log;
+    const FailingNew failing(bytes);
+    MFXOPEN request = readRequest(clip.path);
+    const MediaFile file(objectOf(plugin().media(nullptr, 1, &request)));
+    if (!file) continue;
+    DFRAME d{};
+    d.size = sizeof d;
+    file->Read(1, 1, 1, QVR_MODE_VIDEO, &d, nullptr);
+    file->FindKeyFrame(1, 1, 1, 0);
+  }
+  EXPECT_NE(openFile(clip.path), nullptr) << "and with memory the file opens";
+}
+
+}  // namespace

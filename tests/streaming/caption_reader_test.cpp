@@ -1,0 +1,128 @@
+#include "caption_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "index_fixture.h"
+#include "support/log_capture.h"
+
+namespace {
+
+Bytes pairs(std::uint32_t first, std::uint32_t count) {
+  Bytes bytes;
+  for (std::uint32_t i = 0; i < count; ++i) bytes = join({bytes, u8(first + i), u8(0x80 + first + i)});
+  return bytes;
+}
+
+SampleSpec captionSample(const Bytes& data, std::uint32_t frames) {
+  return {data, frames * 1001, 0, 0};
+}
+
+// One caption fragment whose runs hold the samples given.
+Bytes captionFragment(std::uint32_t sequence, std::uint64_t firstFrame,
+                      const std::vector<std::vector<SampleSpec>>& runs) {
+  TrafSpec traf;
+  traf.trackId = 3;
+  traf.decodeTime = firstFrame * 1001;
+  for (const auto& samples : runs) traf.runs.push_back({kRunDataOffset | kRunSize | kRunDuration, samples});
+  return fragment(sequence, {traf});
+}
+
+struct CaptionFile {
+  IndexedFile file;
+  FragmentIndex& index;
+  Cc608Reader reader;
+
+  explicit CaptionFile(Bytes content)
+      : file(std::move(content)), index(file.with(kCc608Track, 30000, trackDefaults(1001)).build()) {
+    reader.cursor = file.cursor(kCc608Track);
+  }
+  // The pair that plays at a frame after seeking it, or an empty text.
+  Bytes at(std::uint64_t frame) {
+    if (SeekCc608Frame(index, frame, reader) < 0 || !reader.hasPair() || reader.ccFrame != frame) return {};
+    return {reader.pair()[0], reader.pair()[1]};
+  }
+};
+
+TEST(Cc608Reader, ABoxHeaderAroundTheSampleIsStripped) {
+  CaptionFile captions(captionFragment(1, 0, {{captionSample(box("cdat", {pairs(1, 4)}), 4)}}));
+  for (std::uint32_t frame : {0u, 3u, 1u, 2u}) EXPECT_EQ(captions.at(frame), pairs(1 + frame, 1)) << frame;
+}
+
+TEST(Cc608Reader, ASampleWithoutBoxHeaderIsCopiedWhole) {
+  CaptionFile captions(captionFragment(1, 0, {{captionSample(pairs(1, 6), 6)}}));
+  for (std::uint32_t frame = 0; frame < 6; ++frame)
+    EXPECT_EQ(captions.at(frame), pairs(1 + frame, 1)) << frame;
+}
+
+TEST(Cc608Reader, ABoxOfAnotherTypeIsCopiedWhole) {
+  const Bytes other = box("cdt2", {pairs(1, 2)});
+  CaptionFile captions(captionFragment(1, 0, {{captionSample(other, 6)}}));
+  EXPECT_EQ(captions.at(0), Bytes(other.begin(), other.begin() + 2));
+}
+
+TEST(Cc608Reader, FragmentsFollowEachOther) {
+  CaptionFile captions(join({captionFragment(1, 0, {{captionSample(box("cdat", {pairs(1, 3)}), 3)}}),
+                             captionFragment(2, 3, {{captionSample(box("cdat", {pairs(4, 3)}), 3)}})}));
+  for (std::uint32_t frame : {5u, 0u, 3u, 2u, 4u, 1u})
+    EXPECT_EQ(captions.at(frame), pairs(1 + frame, 1)) << frame;
+}
+
+TEST(Cc608Reader, WhereASampleHasNoneLeftTheNextFragmentsPairsAreFoundAtTheirFrame) {
+  // Frames 0 to 4 belong to the first sample, which has pairs for 0 and 1 only.
+  CaptionFile captions(join({captionFragment(1, 0, {{captionSample(pairs(1, 2), 5)}}),
+                             captionFragment(2, 5, {{captionSample(pairs(6, 2), 5)}})}));
+  ASSERT_EQ(SeekCc608Frame(captions.index, 3, captions.reader), 0);
+  EXPECT_EQ(captions.reader.ccFrame, 5u);
+  ASSERT_TRUE(captions.reader.hasPair());
+  EXPECT_EQ(captions.reader.pair()[0], 6);
+}
+
+TEST(Cc608Reader, FramesOfLaterFragmentsCountFromTheFirstCaptionFragment) {
+  CaptionFile captions(join({captionFragment(1, 100, {{captionSample(pairs(1, 1), 5)}}),
+                             captionFragment(2, 105, {{captionSample(pairs(6, 2), 5)}})}));
+  captions.reader.ccBaseFrame = 100;
+  ASSERT_EQ(SeekCc608Frame(captions.index, 2, captions.reader), 0);
+  EXPECT_EQ(captions.reader.ccFrame, 5u);
+}
+
+TEST(Cc608Reader, ThePlaceInsideARunIsNotAdded) {
+  // Both samples' bytes are taken from the start of their run: that is how the system reads them.
+  CaptionFile captions(
+      captionFragment(1, 0, {{captionSample(pairs(1, 2), 2), captionSample(pairs(3, 2), 2)}}));
+  EXPECT_EQ(captions.at(0), pairs(1, 1));
+  EXPECT_EQ(captions.at(2), pairs(1, 1));
+  EXPECT_EQ(captions.at(3), pairs(2, 1));
+}
+
+TEST(Cc608Reader, LaterRunsAreTakenFromBehindTheLengthOfTheRunBefore) {
+  // The second run's bytes are looked for one run length behind its start, bounded by the track's bytes.
+  CaptionFile captions(captionFragment(
+      1, 0,
+      {{captionSample(pairs(1, 1), 1)}, {captionSample(pairs(2, 1), 1), captionSample(pairs(3, 1), 1)}}));
+  EXPECT_EQ(captions.at(0), pairs(1, 1));
+  EXPECT_EQ(captions.at(1), pairs(3, 1));
+}
+
+TEST(Cc608Reader, APlaceOutsideTheTracksBytesGivesNoCaptions) {
+  TrafSpec traf;
+  traf.trackId = 3;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {captionSample(pairs(1, 1), 1)}},
+               RunSpec{kRunDataOffset | kRunSize | kRunDuration, {captionSample(pairs(2, 1), 1)}}};
+  traf.runs[1].dataOffset = 0x70000000;
+  CaptionFile captions(fragment(1, {traf}));
+  EXPECT_EQ(captions.at(1), Bytes());
+  EXPECT_FALSE(captions.reader.hasPair());
+  EXPECT_EQ(captions.reader.ccFrame, Cc608Reader::kNoFrame);
+}
+
+TEST(Cc608Reader, FailuresSayWhichStepFailed) {
+  CaptionFile captions(captionFragment(1, 0, {{captionSample(pairs(1, 2), 2)}}));
+  LogCapture log;
+  EXPECT_EQ(SeekCc608Frame(captions.index, 2, captions.reader), -1);
+  ASSERT_EQ(log.lines.size(), 2u);
+  EXPECT_EQ(log.lines[0].text, "fmp4 - Moof index beyond end");
+  EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct cc chunk for this frame\n");
+}
+
+}  // namespace

@@ -1,0 +1,251 @@
+#include "fragment_index.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "index_fixture.h"
+#include "seek.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+// The places of an index that hold a fragment.
+std::vector<std::uint32_t> occupied(FragmentIndex& index) {
+  std::vector<std::uint32_t> places;
+  for (std::uint32_t i = index.nextOccupied(0); i < index.fragmentCount(); i = index.nextOccupied(i + 1)) {
+    places.push_back(i);
+  }
+  return places;
+}
+
+TEST(FragmentIndex, EntriesLandAtTheirSequenceNumberWhateverTheOrderOfDiscovery) {
+  IndexedFile file(join({videoFragment(3, 30), videoFragment(1, 10), videoFragment(2, 20)}));
+  FragmentIndex& index = file.build();
+  // The count follows the last one added: place 2 is not reached.
+  EXPECT_EQ(index.fragmentCount(), 2u);
+  EXPECT_THAT(occupied(index), ElementsAre(0u, 1u));
+  EXPECT_EQ(index.entry(0)->videoSamples, 10u);
+  EXPECT_EQ(index.entry(1)->videoSamples, 20u);
+  EXPECT_EQ(index.entry(2), nullptr);
+  EXPECT_EQ(index.total(kVideoTrack), 30u);
+}
+
+TEST(FragmentIndex, SequenceNumberZeroSetsTheCountToZero) {
+  IndexedFile file(join({videoFragment(1, 10), videoFragment(2, 20), videoFragment(0, 30)}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 0u);
+  EXPECT_EQ(index.total(kVideoTrack), 0u);
+  EXPECT_EQ(index.entry(0), nullptr);
+}
+
+TEST(FragmentIndex, FragmentsAfterNumberZeroCountAgainBesideTheEarlierOnes) {
+  IndexedFile file(join({videoFragment(1, 10), videoFragment(0, 30), videoFragment(2, 20)}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 2u);
+  EXPECT_EQ(index.total(kVideoTrack), 30u);
+}
+
+TEST(FragmentIndex, ARepeatedNumberReplacesItsEntry) {
+  IndexedFile file(join({videoFragment(1, 10), videoFragment(2, 20), videoFragment(2, 25)}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 2u);
+  EXPECT_EQ(index.entry(1)->videoSamples, 25u);
+  EXPECT_EQ(index.total(kVideoTrack), 35u);
+}
+
+TEST(FragmentIndex, NumbersThatStartAnywhereAndLeaveGapsAreEmptyPlaces) {
+  IndexedFile file(join({videoFragment(0xFFFFFFF0, 10), videoFragment(0xFFFFFFFF, 20)}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 0xFFFFFFFFu);
+  EXPECT_THAT(occupied(index), ElementsAre(0xFFFFFFEFu, 0xFFFFFFFEu));
+  EXPECT_EQ(index.entry(5), nullptr);
+  EXPECT_EQ(index.find(kVideoTrack, 9).fragmentIndex, 0xFFFFFFEFu);
+  EXPECT_EQ(index.find(kVideoTrack, 10).fragmentIndex, 0xFFFFFFFEu);
+  EXPECT_EQ(index.find(kVideoTrack, 10).start, 10u);
+  EXPECT_EQ(index.previousOccupied(0xFFFFFFFE), 0xFFFFFFEFu);
+  EXPECT_EQ(index.previousOccupied(0xFFFFFFEF), index.fragmentCount());
+}
+
+TEST(FragmentIndex, AFragmentWithoutHeaderIsNotAdded) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  IndexedFile file(join({fragment(std::nullopt, {traf}), videoFragment(1, 4)}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 1u);
+  EXPECT_EQ(index.total(kVideoTrack), 4u);
+}
+
+TEST(FragmentIndex, EntriesTellWhereTheMediaDataIs) {
+  const Bytes first = videoFragment(1, 3);
+  IndexedFile file(join({first, videoFragment(2, 2)}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.entry(0)->mdatSize, 8u + 30u);
+  EXPECT_EQ(index.entry(0)->mdatOffset, first.size() - 38u);
+  EXPECT_EQ(index.entry(1)->mdatOffset, file.bytes.size() - 28u);
+}
+
+TEST(FragmentIndex, ALargeSizedMediaDataBoxGivesIts64BitSize) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  Bytes moof = fragment(1, {traf});
+  moof.resize(moof.size() - 13);
+  IndexedFile file(join({moof, largeBox("mdat", {zeros(5)})}));
+  EXPECT_EQ(file.build().entry(0)->mdatSize, 21u);
+}
+
+TEST(FragmentIndex, TheDurationOfARunWithoutItsOwnComesFromTheTrackDefaults) {
+  TrafSpec audio;
+  audio.trackId = 2;
+  audio.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(4, 1), sampleOf(4, 2), sampleOf(4, 3)}}};
+  IndexedFile file(fragment(1, {audio}));
+  file.with(kAudioTrack, 48000, trackDefaults(1024));
+  EXPECT_EQ(file.build().entry(0)->audioTicks, 3u * 1024);
+}
+
+TEST(FragmentIndex, TheDurationDefaultOfTheTrackFragmentComesFirst) {
+  TrafSpec audio;
+  audio.trackId = 2;
+  audio.flags = kBaseIsMoof | kDefaultDuration;
+  audio.duration = 960;
+  audio.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(4, 1), sampleOf(4, 2)}},
+                RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sampleOf(4, 3, 100)}}};
+  IndexedFile file(fragment(1, {audio}));
+  file.with(kAudioTrack, 48000, trackDefaults(1024));
+  EXPECT_EQ(file.build().entry(0)->audioTicks, 2u * 960 + 100);
+}
+
+TEST(FragmentIndex, ARunThatClaimsFourThousandMillionSamplesIsKeptAsACount) {
+  TrafSpec traf;
+  RunSpec run{kRunDataOffset, {}};
+  run.count = 0xFFFFFFFF;
+  traf.runs = {run};
+  IndexedFile file(fragment(1, {traf}));
+  file.with(kVideoTrack, 30000, trackDefaults(1001, 7));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.entry(0)->videoSamples, 0xFFFFFFFFu);
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  EXPECT_EQ(SeekVideoFrame(index, 0xFFFFFFFE, false, cursor), 0);
+  EXPECT_EQ(cursor.sampleIndex, 0xFFFFFFFEu);
+  EXPECT_EQ(cursor.sampleOffset, 0xFFFFFFFEull * 7);
+}
+
+TEST(FragmentIndex, CaptionDurationsAreFramesTruncatedBySampleOrByRun) {
+  TrafSpec perSample;
+  perSample.trackId = 3;
+  perSample.runs = {
+      RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sampleOf(2, 1, 1500), sampleOf(2, 2, 1500)}}};
+  TrafSpec perRun = perSample;
+  perRun.flags = kBaseIsMoof | kDefaultDuration;
+  perRun.duration = 1500;
+  perRun.runs[0].flags = kRunDataOffset | kRunSize;
+  IndexedFile file(join({fragment(1, {perSample}), fragment(2, {perRun})}));
+  file.with(kCc608Track, 30000, trackDefaults(0));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.entry(0)->cc608Frames, 2u) << "1500 ticks are 1.49 frames, each truncated to 1";
+  EXPECT_EQ(index.entry(1)->cc608Frames, 2u) << "3000 ticks are 2.99 frames";
+}
+
+TEST(FragmentIndex, AFileWithSegmentIndexesIsIndexedFromThemOnly) {
+  const Bytes listed = videoFragment(1, 10), unlisted = videoFragment(2, 20);
+  IndexedFile file(join({sidxBox({{static_cast<std::uint32_t>(listed.size())}}), listed, unlisted}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 1u);
+  EXPECT_EQ(index.total(kVideoTrack), 10u);
+}
+
+TEST(FragmentIndex, AReferenceMaySpanSeveralFragments) {
+  const Bytes a = videoFragment(1, 1), b = videoFragment(2, 2), c = videoFragment(3, 4);
+  const auto both = static_cast<std::uint32_t>(a.size() + b.size());
+  const auto last = static_cast<std::uint32_t>(c.size());
+  IndexedFile file(join({sidxBox({{both}, {last}}), a, b, c}));
+  FragmentIndex& index = file.build();
+  EXPECT_THAT(occupied(index), ElementsAre(0u, 1u, 2u));
+  EXPECT_EQ(index.total(kVideoTrack), 7u);
+}
+
+TEST(FragmentIndex, UnusedReferencesAtTheEndOfAFileEndTheWalkQuietly) {
+  const Bytes a = videoFragment(1, 5);
+  IndexedFile file(join({sidxBox({{static_cast<std::uint32_t>(a.size())}, {0}, {0}, {0}}), a}));
+  LogCapture log;
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.total(kVideoTrack), 5u);
+  EXPECT_TRUE(log.lines.empty());
+}
+
+TEST(FragmentIndex, TheFirstOffsetIsSkipped) {
+  const Bytes a = videoFragment(1, 5), gap = box("free", {zeros(20)});
+  const auto size = static_cast<std::uint32_t>(a.size());
+  IndexedFile file(join({sidxBox({{size}}, static_cast<std::uint32_t>(gap.size())), gap, a}));
+  EXPECT_EQ(file.build().total(kVideoTrack), 5u);
+}
+
+TEST(FragmentIndex, SeveralIndexesOfTheSameFragmentsAddThemOnce) {
+  const Bytes a = videoFragment(1, 5), b = videoFragment(2, 6);
+  const std::vector<ReferenceSpec> references = {{static_cast<std::uint32_t>(a.size())},
+                                                 {static_cast<std::uint32_t>(b.size())}};
+  const Bytes second = sidxBox(references);
+  const Bytes first = sidxBox(references, static_cast<std::uint32_t>(second.size()));
+  IndexedFile file(join({first, second, a, b}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 2u);
+  EXPECT_EQ(index.total(kVideoTrack), 11u);
+}
+
+TEST(FragmentIndex, WhenEveryIndexLeadsNowhereTheFragmentsAreFoundWithoutIt) {
+  IndexedFile file(join({sidxBox({{0}, {0}}), videoFragment(1, 10), videoFragment(2, 20)}));
+  EXPECT_EQ(file.build().total(kVideoTrack), 30u);
+}
+
+TEST(FragmentIndex, AnIndexWithoutPayloadOrAPlaceWithoutABoxIsRefused) {
+  IndexedFile file(videoFragment(1, 10));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.AddFragmentsFromSidx(file.root->first), -1);
+  EXPECT_EQ(index.AddFragmentsAt(file.bytes.size()), -1);
+  EXPECT_EQ(index.AddFragmentsAt(~0ull), -1);
+}
+
+TEST(FragmentIndex, AnIndexNamedByItsOffsetIsFollowed) {
+  const Bytes a = videoFragment(1, 10), b = videoFragment(2, 20);
+  const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});
+  IndexedFile file(join({a, named, b}), false);
+  file.with(kVideoTrack, 30000, trackDefaults(1001));
+  FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});
+  EXPECT_EQ(index.AddFragmentsAt(a.size()), 0);
+  EXPECT_EQ(index.fragmentCount(), 2u);
+  EXPECT_EQ(index.total(kVideoTrack), 20u);
+}
+
+TEST(FragmentIndex, ATrackFragmentOfAHeaderAloneIsTakenForAnyTrack) {
+  TrafSpec bare;
+  bare.trackId = 9;
+  bare.bare = true;
+  TrafSpec video;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  IndexedFile before(fragment(1, {bare, video}));
+  EXPECT_EQ(before.build().total(kVideoTrack), 0u) << "the bare one comes first";
+  IndexedFile behind(fragment(1, {video, bare}));
+  EXPECT_EQ(behind.build().total(kVideoTrack), 1u) << "the track's own comes first";
+}
+
+TEST(FragmentIndex, LargestVideoSampleIsKnown) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1), sampleOf(500, 2)}},
+               RunSpec{kRunDataOffset | kRunSize, {sampleOf(50, 3)}}};
+  IndexedFile file(fragment(1, {traf}));
+  EXPECT_EQ(file.build().largestVideoSample(), 500u);
+}
+
+TEST(FragmentIndex, DescendingNumbersCostNoMoreThanAscendingOnes) {
+  Bytes content;
+  for (std::uint32_t i = 0; i < 20000; ++i) {
+    const Bytes one = join({box("moof", {fullBox("mfhd", 0, 0, {u32(20000 - i)})}), box("mdat")});
+    content.insert(content.end(), one.begin(), one.end());
+  }
+  IndexedFile file(content);
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.fragmentCount(), 1u);
+}
+
+}  // namespace

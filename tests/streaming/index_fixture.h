@@ -1,0 +1,58 @@
+// A file in memory with its tree and index.
+#pragma once
+
+#include <memory>
+
+#include "fragment_index.h"
+#include "support/box_builder.h"
+#include "support/fragments.h"
+#include "track_cursor.h"
+
+// Track defaults as a "trex" gives them.
+inline mp4::TrackExtendsBox trackDefaults(std::uint32_t duration, std::uint32_t size = 0,
+                                          std::uint32_t flags = 0) {
+  mp4::TrackExtendsBox trex;
+  trex.defaultSampleDuration = duration;
+  trex.defaultSampleSize = size;
+  trex.defaultSampleFlags = flags;
+  return trex;
+}
+
+// Tracks 1 to 4 are video, audio and the two caption tracks; those with defaults given are present.
+struct IndexedFile {
+  Bytes bytes;
+  Mp4MemoryStream stream;
+  Mp4BoxPtr root;
+  std::array<mp4::TrackExtendsBox, kTrackRoles> defaults;
+  std::array<IndexedTrack, kTrackRoles> tracks;
+  std::unique_ptr<FragmentIndex> index;
+
+  explicit IndexedFile(Bytes content, bool readAll = true)
+      : bytes(std::move(content)), stream(bytes.data(), bytes.size()), root(Mp4ReadRoot(stream, readAll)) {}
+
+  IndexedFile& with(TrackRole role, std::uint32_t timescale, const mp4::TrackExtendsBox& trex) {
+    defaults[role] = trex;
+    tracks[role] = {role + 1u, timescale, &defaults[role]};
+    return *this;
+  }
+  // Video at 30000/1001 and an index made of the whole file.
+  FragmentIndex& build(FrameRate rate = {30000, 1001}) {
+    if (!tracks[kVideoTrack].present()) with(kVideoTrack, 30000, trackDefaults(1001));
+    index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, rate);
+    index->Build();
+    return *index;
+  }
+  TrackCursor cursor(TrackRole role) const { return MakeTrackCursor(tracks[role]); }
+};
+
+// A video fragment of `frames` frames of 10 bytes each, the first a key frame.
+inline Bytes videoFragment(std::uint32_t sequence, std::uint32_t frames, std::uint32_t trackId = 1) {
+  RunSpec run{kRunDataOffset | kRunSize | kRunFlags, {}};
+  for (std::uint32_t i = 0; i < frames; ++i) {
+    run.samples.push_back(sampleOf(10, sequence * 100 + i, 0, i ? kNonSyncSample : 0));
+  }
+  TrafSpec traf;
+  traf.trackId = trackId;
+  traf.runs = {run};
+  return fragment(sequence, {traf});
+}

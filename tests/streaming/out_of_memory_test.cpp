@@ -1,0 +1,54 @@
+// What the index says when memory runs out.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "caption_reader.h"
+#include "index_fixture.h"
+#include "support/failing_new.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndSaysSo) {
+  IndexedFile file(join({videoFragment(1, 3), videoFragment(2, 3)}));
+  file.with(kVideoTrack, 30000, trackDefaults(1001));
+  FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});
+  Mp4Box* first = Mp4BoxChild(file.root.get(), Mp4FourCc("moof"), 0);
+  Mp4Box* second = Mp4BoxChild(file.root.get(), Mp4FourCc("moof"), 1);
+  ASSERT_EQ(index.AddFragment(first), 0);
+  LogCapture log;
+  {
+    // Two entries of 48 bytes.
+    const FailingNew failing(96);
+    EXPECT_EQ(index.AddFragment(second), -1);
+  }
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_ERROR, "ERROR(vlx_Fmp4): Unable to allocate moof array\n"}));
+  log.lines.clear();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  EXPECT_EQ(LoadFragment(index, 0, 0, false, cursor), -1);
+  EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof Array"}));
+}
+
+TEST(OutOfMemory, CaptionsWithoutABufferAreReported) {
+  TrafSpec traf;
+  traf.trackId = 3;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(12345, 1)}}};
+  IndexedFile file(fragment(1, {traf}));
+  file.with(kCc608Track, 30000, trackDefaults(1001));
+  FragmentIndex& index = file.build();
+  Cc608Reader reader;
+  reader.cursor = file.cursor(kCc608Track);
+  LogCapture log;
+  {
+    const FailingNew failing(12345);
+    EXPECT_EQ(SeekCc608Frame(index, 0, reader), -1);
+  }
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Failed to allocate cc buffer for reading"}));
+  EXPECT_EQ(SeekCc608Frame(index, 0, reader), 0);
+}
+
+}  // namespace

@@ -1,0 +1,255 @@
+#include "track_cursor.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "index_fixture.h"
+#include "seek.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+Bytes readSample(FragmentIndex& index, TrackCursor& cursor) {
+  Bytes bytes(cursor.sampleSize());
+  EXPECT_EQ(ReadSample(index, cursor, bytes.data()), 0);
+  return bytes;
+}
+
+// All frames from the cursor's sample on.
+std::vector<Bytes> readOn(FragmentIndex& index, TrackCursor& cursor) {
+  std::vector<Bytes> frames;
+  while (AdvanceRun(index, true, cursor) == Advance::Ready) {
+    frames.push_back(readSample(index, cursor));
+    cursor.nextSample();
+  }
+  return frames;
+}
+
+// A fragment of two runs of three and two frames.
+Bytes twoRuns(std::uint32_t sequence) {
+  TrafSpec traf;
+  const std::uint32_t seed = sequence * 10;
+  traf.runs = {
+      RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, seed), sampleOf(6, seed + 1), sampleOf(7, seed + 2)}},
+      RunSpec{kRunDataOffset | kRunSize, {sampleOf(8, seed + 3), sampleOf(9, seed + 4)}}};
+  return fragment(sequence, {traf});
+}
+
+TEST(SeekVideoFrame, FindsEveryFrameOfSeveralRunsAndFragments) {
+  IndexedFile file(join({twoRuns(1), twoRuns(2)}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  for (std::uint32_t frame : {9u, 0u, 4u, 5u, 2u, 8u, 3u, 7u, 1u, 6u}) {
+    ASSERT_EQ(SeekVideoFrame(index, frame, true, cursor), 0);
+    EXPECT_EQ(cursor.position, frame);
+    const std::uint32_t seed = (frame / 5 + 1) * 10 + frame % 5;
+    EXPECT_EQ(readSample(index, cursor), sampleOf(5 + frame % 5, seed).data) << frame;
+  }
+}
+
+TEST(SeekVideoFrame, BehindTheLastFrameFailsWithBothMessages) {
+  IndexedFile file(twoRuns(1));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  LogCapture log;
+  EXPECT_EQ(SeekVideoFrame(index, 5, true, cursor), -1);
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Moof index beyond end"},
+                          LogLine{VL_LOG_ERROR,
+                                  "ERROR(vlx_Fmp4): Unable to find correct video chunk for this frame\n"}));
+  EXPECT_FALSE(cursor.loaded());
+}
+
+TEST(LoadFragment, AnEmptyPlaceIsReportedAndClearsTheCursor) {
+  IndexedFile file(twoRuns(3));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(LoadFragment(index, 2, 0, true, cursor), 0);
+  ASSERT_TRUE(cursor.loaded());
+  LogCapture log;
+  EXPECT_EQ(LoadFragment(index, 1, 0, true, cursor), -1);
+  EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof box at this index"}));
+  EXPECT_FALSE(cursor.loaded());
+  EXPECT_EQ(cursor.moof, nullptr);
+  EXPECT_EQ(cursor.dataCapacity, 0u);
+}
+
+TEST(LoadFragment, LoadingWithoutDataFreesTheWindow) {
+  IndexedFile file(twoRuns(1));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(LoadFragment(index, 0, 0, true, cursor), 0);
+  EXPECT_NE(cursor.data, nullptr);
+  ASSERT_EQ(LoadFragment(index, 0, 1, false, cursor), 0);
+  EXPECT_EQ(cursor.data, nullptr);
+  EXPECT_FALSE(cursor.loaded());
+}
+
+TEST(AdvanceRun, GoesOnOverRunsEmptyPlacesAndFragmentsWithoutTheTrack) {
+  IndexedFile file(join({twoRuns(1), videoFragment(2, 4, 7), twoRuns(9)}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  const std::vector<Bytes> frames = readOn(index, cursor);
+  ASSERT_EQ(frames.size(), 10u);
+  EXPECT_EQ(frames[4], sampleOf(9, 14).data);
+  EXPECT_EQ(frames[5], sampleOf(5, 90).data);
+}
+
+TEST(AdvanceRun, PassesRunsWithoutSamples) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}, RunSpec{kRunDataOffset | kRunSize, {}},
+               RunSpec{kRunDataOffset | kRunSize, {sampleOf(6, 2)}}};
+  IndexedFile file(fragment(1, {traf}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  EXPECT_THAT(readOn(index, cursor), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data));
+}
+
+TEST(RunPlace, ABaseDataOffsetCountsFromTheFile) {
+  const Bytes ahead = box("free", {sampleOf(40, 3).data});
+  TrafSpec traf;
+  traf.flags = kBaseOffset;
+  traf.base = 8;
+  RunSpec run{kRunDataOffset | kRunSize, {sampleOf(5, 1)}};
+  run.dataOffset = 10;
+  traf.runs = {run};
+  IndexedFile file(join({ahead, fragment(1, {traf})}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  EXPECT_EQ(readSample(index, cursor), Bytes(ahead.begin() + 18, ahead.begin() + 23));
+}
+
+TEST(RunPlace, AnOffsetThatDoesNotReachBehindTheFragmentCountsFromTheMediaData) {
+  TrafSpec traf;
+  RunSpec run{kRunDataOffset | kRunSize, {sampleOf(5, 1)}};
+  run.dataOffset = 8;
+  traf.runs = {run};
+  IndexedFile file(fragment(1, {traf}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  EXPECT_EQ(readSample(index, cursor), sampleOf(5, 1).data);
+}
+
+TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunSize, {sampleOf(5, 1), sampleOf(6, 2)}}, RunSpec{kRunSize, {sampleOf(7, 3)}},
+               RunSpec{kRunSize, {sampleOf(8, 4)}}};
+  IndexedFile file(fragment(1, {traf}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  EXPECT_THAT(readOn(index, cursor), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data,
+                                                 sampleOf(7, 3).data, sampleOf(8, 4).data));
+}
+
+TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
+  for (const std::uint32_t offset : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+    TrafSpec traf;
+    RunSpec run{kRunDataOffset | kRunSize, {sampleOf(50, 1)}};
+    run.dataOffset = offset;
+    traf.runs = {run};
+    IndexedFile file(fragment(1, {traf}));
+    FragmentIndex& index = file.build();
+    TrackCursor cursor = file.cursor(kVideoTrack);
+    ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+    Bytes bytes(50);
+    const int result = ReadSample(index, cursor, bytes.data());
+    // One byte ahead of the media data is inside the file: what stands there is what the file says.
+    EXPECT_EQ(result, offset == 0xFFFFFFFFu ? 0 : -1) << offset;
+  }
+}
+
+TEST(ReadSample, LargeSamplesAndRunsBeyondTheWindowComeWhole) {
+  TrafSpec traf;
+  RunSpec run{kRunDataOffset | kRunSize, {}};
+  for (std::uint32_t i = 0; i < 40; ++i) run.samples.push_back(sampleOf(i % 3 ? 30000 : 100000, i));
+  traf.runs = {run};
+  IndexedFile file(fragment(1, {traf}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  const std::vector<Bytes> frames = readOn(index, cursor);
+  ASSERT_EQ(frames.size(), 40u);
+  for (std::uint32_t i = 0; i < 40; ++i) EXPECT_EQ(frames[i], run.samples[i].data) << i;
+}
+
+TEST(SeekAudioTime, FindsTheSampleThatPlaysAtATime) {
+  TrafSpec audio;
+  audio.trackId = 2;
+  audio.runs = {
+      RunSpec{kRunDataOffset | kRunSize, {sampleOf(4, 1), sampleOf(5, 2)}},
+      RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sampleOf(6, 3, 100), sampleOf(7, 4, 2000)}}};
+  IndexedFile file(join({fragment(1, {audio}), fragment(2, {audio})}));
+  file.with(kAudioTrack, 48000, trackDefaults(1024));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kAudioTrack);
+  struct {
+    std::uint64_t time, start;
+    std::uint32_t size;
+  } const cases[] = {{0, 0, 4},       {1023, 0, 4},    {1024, 1024, 5},       {2047, 1024, 5},
+                     {2048, 2048, 6}, {2147, 2048, 6}, {2148, 2148, 7},       {4147, 2148, 7},
+                     {4148, 4148, 4}, {8295, 6296, 7}, {4148 + 1024, 5172, 5}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(SeekAudioTime(index, c.time, true, cursor), 0);
+    EXPECT_EQ(cursor.position, c.start) << c.time;
+    EXPECT_EQ(cursor.sampleSize(), c.size) << c.time;
+  }
+  LogCapture log;
+  EXPECT_EQ(SeekAudioTime(index, 8296, true, cursor), -1);
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Moof index beyond end"},
+                          LogLine{VL_LOG_ERROR,
+                                  "ERROR(vlx_Fmp4): Unable to find correct audio chunk for this frame\n"}));
+}
+
+TEST(SeekCc708Frame, HasOneSampleAFrameAndItsOwnMessages) {
+  TrafSpec captions;
+  captions.trackId = 4;
+  captions.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(4, 1), sampleOf(5, 2)}},
+                   RunSpec{kRunDataOffset | kRunSize, {sampleOf(6, 3)}}};
+  IndexedFile file(fragment(1, {captions}));
+  file.with(kCc708Track, 30000, trackDefaults(1001));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kCc708Track);
+  ASSERT_EQ(SeekCc708Frame(index, 2, true, cursor), 0);
+  EXPECT_EQ(readSample(index, cursor), sampleOf(6, 3).data);
+  LogCapture log;
+  EXPECT_EQ(SeekCc708Frame(index, 3, true, cursor), -1);
+  ASSERT_EQ(log.lines.size(), 2u);
+  EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct audio chunk for this frame\n");
+}
+
+TEST(SampleDefaults, TheTrackFragmentComesBeforeTheTrack) {
+  const mp4::TrackExtendsBox trex = trackDefaults(1, 2, 3);
+  mp4::TrackFragmentHeaderBox tfhd;
+  tfhd.flags = kDefaultSize;
+  tfhd.defaultSampleSize = 20;
+  tfhd.defaultSampleDuration = 10;  // not flagged: not meant
+  const SampleDefaults defaults(&tfhd, &trex);
+  EXPECT_EQ(defaults.duration, 1u);
+  EXPECT_EQ(defaults.size, 20u);
+  EXPECT_EQ(defaults.flags, 3u);
+}
+
+TEST(SampleFlags, TheFirstSampleHasItsOwn) {
+  mp4::TrackRunBox run;
+  run.flags = kRunFirstFlags | kRunFlags;
+  run.addSample({0, 0, 0x11, 0});
+  run.addSample({0, 0, 0x22, 0});
+  run.firstSampleFlags = 0x33;
+  const SampleDefaults none(nullptr, nullptr);
+  EXPECT_EQ(SampleFlags(run, 0, none), 0x33u);
+  EXPECT_EQ(SampleFlags(run, 1, none), 0x22u);
+  run.flags = kRunFirstFlags;
+  run.resize(2);
+  mp4::TrackExtendsBox trex = trackDefaults(0, 0, 0x44);
+  EXPECT_EQ(SampleFlags(run, 1, SampleDefaults(nullptr, &trex)), 0x44u);
+}
+
+}  // namespace

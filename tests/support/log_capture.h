@@ -1,0 +1,31 @@
+// The host's log, kept for as long as a test looks at it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "vlutil.h"
+
+struct LogLine {
+  std::uint32_t level;
+  std::string text;
+  bool operator==(const LogLine&) const = default;
+};
+
+// Takes every line of the host's log until it goes out of scope. One at a time.
+class LogCapture {
+ public:
+  LogCapture() {
+    vlSetLogSink(
+        [](void* self, std::uint32_t level, const char* text) {
+          static_cast<LogCapture*>(self)->lines.push_back({level, text});
+        },
+        this);
+  }
+  ~LogCapture() { vlSetLogSink(nullptr, nullptr); }
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  std::vector<LogLine> lines;
+};

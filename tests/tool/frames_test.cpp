@@ -1,0 +1,127 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "fmp4.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::Each;
+using testing::HasSubstr;
+
+constexpr char kHeader[] = "frame,size,key,compositionOffset,crc32,cc608,cc708";
+
+// Two seconds in two groups of pictures.
+std::string makeClip(const TempFolder& folder) {
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(2) + h264Codec(30) + fragmented());
+  return file;
+}
+
+// What the frames of `file` should be listed as, after ffprobe. Offsets are in thousandths of a tick.
+std::vector<std::string> expectedRows(const std::string& file) {
+  std::vector<std::string> rows;
+  for (const Packet& packet : ffprobePackets(file, "v:0")) {
+    std::ostringstream row;
+    row << rows.size() << ',' << packet.size << ',' << packet.key << ',' << (packet.pts - packet.dts) / 1000
+        << ',' << packet.crc32 << ",,";
+    rows.push_back(row.str());
+  }
+  return rows;
+}
+
+TEST(Frames, AreThoseThatFfprobeFinds) {
+  const TempFolder folder;
+  const std::string file = makeClip(folder);
+  const RunResult result = fmp4({"--quiet", "frames", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  std::vector<std::string> lines = linesOf(result.out);
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines[0], kHeader);
+  lines.erase(lines.begin());
+  EXPECT_EQ(lines.size(), 60u);
+  EXPECT_EQ(lines, expectedRows(file));
+}
+
+TEST(Frames, ReadInAShuffledOrderAreTheSame) {
+  const TempFolder folder;
+  const std::string file = makeClip(folder);
+  const RunResult inOrder = fmp4({"frames", file});
+  ASSERT_EQ(inOrder.exitCode, 0) << inOrder.err;
+  for (const char* seed : {"0", "1", "18446744073709551615"}) {
+    const RunResult shuffled = fmp4({"frames", file, "--random", seed});
+    EXPECT_EQ(shuffled.exitCode, 0) << shuffled.err;
+    EXPECT_EQ(shuffled.out, inOrder.out) << "seed " << seed;
+  }
+}
+
+TEST(Frames, FromAndCountSelect) {
+  const TempFolder folder;
+  const std::string file = makeClip(folder);
+  const std::vector<std::string> rows = expectedRows(file);
+  EXPECT_EQ(linesOf(fmp4({"frames", file, "--from", "29", "--count", "3"}).out),
+            (std::vector<std::string>{kHeader, rows[29], rows[30], rows[31]}));
+  EXPECT_EQ(linesOf(fmp4({"frames", file, "--from", "58", "--count", "1000"}).out),
+            (std::vector<std::string>{kHeader, rows[58], rows[59]}));
+  EXPECT_EQ(linesOf(fmp4({"frames", file, "--from", "57", "--random", "7"}).out),
+            (std::vector<std::string>{kHeader, rows[57], rows[58], rows[59]}));
+}
+
+TEST(Frames, PastTheEndIsAFailure) {
+  const TempFolder folder;
+  const std::string file = makeClip(folder);
+  const RunResult result = fmp4({"--quiet", "frames", file, "--from", "60"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "fmp4: '" + file + "' has 60 frames, counted from 0; there is no frame 60\n");
+}
+
+TEST(Frames, JsonHoldsTheColumns) {
+  const TempFolder folder;
+  const std::string file = makeClip(folder);
+  const Packet first = ffprobePackets(file, "v:0")[0];
+  const RunResult result = fmp4({"frames", "--json", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto frames = nlohmann::json::parse(result.out);
+  ASSERT_EQ(frames.size(), 60u);
+  EXPECT_EQ(frames[0], (nlohmann::json{{"frame", 0},
+                                       {"size", first.size},
+                                       {"key", 1},
+                                       {"compositionOffset", (first.pts - first.dts) / 1000},
+                                       {"crc32", first.crc32},
+                                       {"cc608", ""},
+                                       {"cc708", ""}}));
+  EXPECT_EQ(frames[59]["frame"], 59);
+  EXPECT_EQ(frames[59]["key"], 0);
+}
+
+TEST(Frames, OfSoundAloneAreAFailure) {
+  const TempFolder folder;
+  const std::string file = folder.file("sound.m4a");
+  makeMedia(
+      folder.file("sound.mp4"),
+      toneInput(1) + std::vector<std::string>{"-c:a", "aac", "-frag_duration", "500000"} + fragmented());
+  std::filesystem::rename(folder.file("sound.mp4"), file);
+  const RunResult result = fmp4({"--quiet", "frames", file});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: '" + file + "' has no video stream; 'fmp4 info' shows what it has\n");
+}
+
+TEST(Frames, CutOffFileGivesItsFramesUpToTheCut) {
+  const TempFolder folder;
+  const std::string file = makeClip(folder);
+  const std::vector<Packet> packets = ffprobePackets(file, "v:0");
+  std::filesystem::resize_file(file, static_cast<std::uintmax_t>(packets[40].offset));
+  const RunResult result = fmp4({"frames", file});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(linesOf(result.out).size(), 41u);  // the header and frames 0 to 39
+  EXPECT_THAT(result.err,
+              HasSubstr("fmp4: frame 40 of '" + file + "' could not be read (status 0xFFFFFFFF)"));
+}
+
+}  // namespace

@@ -1,0 +1,189 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "fmp4.h"
+#include "support/box_builder.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using nlohmann::json;
+
+const Bytes kAvcC = text("avcC");
+
+// The length of a stream in ticks. ffprobe knows the decoding times from the file, but takes an AAC packet
+// to last its 1024 samples: the tones here fill their last packet.
+std::int64_t lengthOf(const std::vector<Packet>& packets) {
+  return packets.back().dts + packets.back().duration - packets.front().dts;
+}
+
+TEST(Info, JsonDescribesPictureAndSound) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(2, "30000/1001", "320x180") + toneInput(2.048) + h264Codec() +
+                      std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented());
+  const RunResult result = fmp4({"--quiet", "info", "--json", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  json info = json::parse(result.out);
+
+  // The configuration is the box as it stands in the file, header included: "avcC" and a size before it.
+  const Bytes bytes = readFile(file);
+  const auto type = std::search(bytes.begin(), bytes.end(), kAvcC.begin(), kAvcC.end());
+  ASSERT_NE(type, bytes.end());
+  EXPECT_EQ(info["video"]["codecConfigurationBytes"], type[-1]);
+  info["video"].erase("codecConfigurationBytes");
+
+  const std::int64_t samples = lengthOf(ffprobePackets(file, "a:0"));
+  EXPECT_EQ(info, (json{{"file", file},
+                        {"video",
+                         {{"codec", "avc1"},
+                          {"width", 320},
+                          {"height", 180},
+                          {"rate", 30000},
+                          {"scale", 1001},
+                          {"frames", 60}}},
+                        {"audio",
+                         {{{"codec", "mp4a"},
+                           {"channels", 2},
+                           {"sampleRate", 48000},
+                           {"bitsPerSample", 16},
+                           {"samples", samples}}}},
+                        {"captions608", false},
+                        {"captions708", false},
+                        {"durationSeconds", 60 * 1001 / 30000.0}}));
+}
+
+TEST(Info, JsonKeysKeepTheirOrder) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(0.2) + toneInput(0.2) + h264Codec() + fragmented());
+  const auto info = nlohmann::ordered_json::parse(fmp4({"--quiet", "info", "--json", file}).out);
+  const auto keys = [](const nlohmann::ordered_json& object) {
+    std::vector<std::string> names;
+    for (const auto& item : object.items()) names.push_back(item.key());
+    return names;
+  };
+  EXPECT_THAT(keys(info), testing::ElementsAre("file", "video", "audio", "captions608", "captions708",
+                                               "durationSeconds"));
+  EXPECT_THAT(keys(info["video"]), testing::ElementsAre("codec", "width", "height", "rate", "scale", "frames",
+                                                        "codecConfigurationBytes"));
+  EXPECT_THAT(keys(info["audio"][0]),
+              testing::ElementsAre("codec", "channels", "sampleRate", "bitsPerSample", "samples"));
+}
+
+TEST(Info, TextSaysTheSame) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(1, "25", "320x180") + hevcCodec() + fragmented());
+  const RunResult result = fmp4({"--quiet", "info", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const json info = json::parse(fmp4({"--quiet", "info", "--json", file}).out);
+  EXPECT_EQ(result.out, "file: " + file + "\nvideo: hvc1, 320 x 180, 25/1 frames a second, 25 frames, " +
+                            info["video"]["codecConfigurationBytes"].dump() +
+                            " bytes of codec configuration\n"
+                            "audio: none\n"
+                            "captions: none\n"
+                            "duration: 1.0 seconds\n");
+}
+
+TEST(Info, SoundAloneIsDescribedWithoutVideo) {
+  const TempFolder folder;
+  const std::string file = folder.file("sound.M4A");
+  makeMedia(folder.file("sound.mp4"),
+            toneInput(1.024, 32000) + std::vector<std::string>{"-c:a", "aac", "-ac", "2"} +
+                std::vector<std::string>{"-frag_duration", "500000"} + fragmented());
+  std::filesystem::rename(folder.file("sound.mp4"), file);
+  const RunResult result = fmp4({"info", "--json", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const json info = json::parse(result.out);
+  const std::int64_t samples = lengthOf(ffprobePackets(file, "a:0"));
+  EXPECT_TRUE(info["video"].is_null());
+  EXPECT_EQ(info["audio"], (json{{{"codec", "mp4a"},
+                                  {"channels", 2},
+                                  {"sampleRate", 32000},
+                                  {"bitsPerSample", 16},
+                                  {"samples", samples}}}));
+  EXPECT_EQ(info["durationSeconds"], static_cast<double>(samples) / 32000);
+}
+
+TEST(Info, RefusalOfAPlainFileSaysHowToFragmentIt) {
+  const TempFolder folder;
+  const std::string file = folder.file("plain.mp4");
+  makeMedia(file, pictureInput(0.2) + h264Codec());
+  const RunResult result = fmp4({"--quiet", "info", file});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            "fmp4: '" + file +
+                "' is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being "
+                "encoded again by\n  ffmpeg -i '" +
+                file + "' -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4\n");
+}
+
+TEST(Info, TheAdviceForAPlainFileWorks) {
+  const TempFolder folder;
+  makeMedia(folder.file("plain.mp4"), pictureInput(0.2) + h264Codec());
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-i", folder.file("plain.mp4"), "-c", "copy", "-movflags",
+              "+frag_keyframe+empty_moov+default_base_moof", folder.file("fragmented.mp4")});
+  EXPECT_EQ(fmp4({"info", folder.file("fragmented.mp4")}).exitCode, 0);
+}
+
+TEST(Info, MissingFileIsNamed) {
+  const RunResult result = fmp4({"--quiet", "info", "missing.mp4"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: 'missing.mp4' does not exist; check the name\n");
+}
+
+TEST(Info, XmlThatIsNoManifestIsRefused) {
+  const TempFolder folder;
+  const std::string file = folder.file("list.xml");
+  writeFile(file, {'<', 'a', '/', '>'});
+  const RunResult result = fmp4({"--quiet", "info", file});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: '" + file +
+                            "' is not a DASH manifest: its root element is not MPD; give the media file "
+                            "itself\n");
+}
+
+// Fails to open `file`; returns the reason.
+std::string openFailure(const std::string& file) {
+  const RunResult result = fmp4({"--quiet", "info", file});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "");
+  return result.err;
+}
+
+TEST(Info, NameThatTheProbeTakesUnseenMustExist) {
+  EXPECT_EQ(openFailure("missing.mpd"), "fmp4: 'missing.mpd' does not exist; check the name\n");
+}
+
+TEST(Info, NameWithoutItsMediaIsExplained) {
+  const TempFolder folder;
+  const std::string smooth = folder.file("clip.ismv"), upper = folder.file("CLIP.MP4"),
+                    manifest = folder.file("alone.mpd");
+  makeMedia(folder.file("clip.mp4"), pictureInput(0.2) + h264Codec() + fragmented());
+  std::filesystem::rename(folder.file("clip.mp4"), upper);
+  std::filesystem::copy_file(upper, smooth);
+  writeFile(manifest, {'<', 'M', 'P', 'D', '/', '>'});
+  EXPECT_EQ(
+      openFailure(smooth),
+      "fmp4: '" + smooth +
+          "' could not be opened: the media of Smooth Streaming names are found through a DASH manifest "
+          "(.mpd or .xml) of the same name beside it; without one, give the media file a name that ends "
+          "in .mp4\n");
+  EXPECT_EQ(openFailure(upper),
+            "fmp4: '" + upper +
+                "' could not be opened: the plug-in tells files by their names; give it one "
+                "that ends in .mp4, .m4v, .m4a, .mpd or .xml, in lower case\n");
+  EXPECT_EQ(openFailure(manifest),
+            "fmp4: '" + manifest +
+                "' could not be opened: the host's log says why (run without --quiet to see it), and 'fmp4 "
+                "boxes' shows what the file holds\n");
+}
+
+}  // namespace

@@ -1,0 +1,41 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "fmp4.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+TEST(Probe, AcceptsAFragmentedFile) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  const RunResult result = fmp4({"probe", file});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out, "accepted " + file + "\n");
+}
+
+TEST(Probe, ListsEveryFileAndFailsIfOneIsRefused) {
+  const TempFolder folder;
+  const std::string whole = folder.file("clip.mp4"), plain = folder.file("plain.mp4");
+  makeMedia(whole, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(plain, pictureInput(0.2) + h264Codec());
+  const RunResult result = fmp4({"probe", plain, whole, folder.file("missing.mp4"), "any.mpd"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "refused " + plain + "\naccepted " + whole + "\nrefused " +
+                            folder.file("missing.mp4") + "\naccepted any.mpd\n");
+  EXPECT_THAT(result.err, HasSubstr("ERROR(vlx_fmp4): No moof, not a fragmented mp4\n"));
+  EXPECT_THAT(result.err, HasSubstr("ERROR(vlx_fmp4): Cannot open file\n"));
+}
+
+TEST(Probe, QuietHidesTheHostsLog) {
+  const RunResult result = fmp4({"--quiet", "probe", "missing.mp4"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.out, "refused missing.mp4\n");
+  EXPECT_EQ(result.err, "");
+}
+
+}  // namespace

@@ -1,0 +1,94 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "fmp4.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr int kWrongUsage = 2;
+
+class WrongUsage : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongUsage, ExitsWithTwoAndExplainsOnStandardError) {
+  const RunResult result = fmp4(GetParam());
+  EXPECT_EQ(result.exitCode, kWrongUsage);
+  EXPECT_THAT(result.out, IsEmpty());
+  EXPECT_THAT(result.err, HasSubstr("--help"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Usage, WrongUsage,
+                         testing::Values(std::vector<std::string>{}, std::vector<std::string>{"nonsense"},
+                                         std::vector<std::string>{"--nonsense"},
+                                         std::vector<std::string>{"probe"}, std::vector<std::string>{"info"},
+                                         std::vector<std::string>{"info", "one", "two"},
+                                         std::vector<std::string>{"frames", "file", "--from", "-1"},
+                                         std::vector<std::string>{"frames", "file", "--from", "x"},
+                                         std::vector<std::string>{"frames", "file", "--from", "4294967296"},
+                                         std::vector<std::string>{"frames", "file", "--count", "0"},
+                                         std::vector<std::string>{"frames", "file", "--random"},
+                                         std::vector<std::string>{"export", "file"},
+                                         std::vector<std::string>{"export", "--video", "out"},
+                                         std::vector<std::string>{"boxes"},
+                                         std::vector<std::string>{"version", "file"},
+                                         std::vector<std::string>{"probe", "--plugin"}));
+
+class Help : public testing::TestWithParam<std::string> {};
+
+TEST_P(Help, IsAResultOfEveryCommand) {
+  const RunResult result = fmp4({GetParam(), "--help"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.out, HasSubstr("Usage: fmp4 " + GetParam()));
+  EXPECT_THAT(result.err, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Usage, Help,
+                         testing::Values("probe", "info", "frames", "export", "boxes", "version"),
+                         [](const auto& info) { return info.param; });
+
+TEST(Usage, HelpListsEveryCommand) {
+  const RunResult result = fmp4({"--help"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, IsEmpty());
+  for (const char* command : {"--plugin", "--quiet", "probe", "info", "frames", "export", "boxes", "version"})
+    EXPECT_THAT(result.out, HasSubstr(command));
+}
+
+TEST(Usage, GlobalOptionsMayStandBehindTheCommand) {
+  const RunResult result = fmp4({"version", "--plugin", "no-such-plugin"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: the plug-in 'no-such-plugin' cannot be loaded; give its path with --plugin\n");
+}
+
+TEST(Usage, PluginIsTakenFromAPath) {
+  EXPECT_EQ(fmp4({"--plugin", VL_BIN_DIR "/vlx_fmp4.so", "version"}).exitCode, 0);
+}
+
+TEST(Usage, LibraryThatIsNoPluginIsRefused) {
+  const std::string library = VL_BIN_DIR "/libvlhost.so";
+  const RunResult result = fmp4({"--plugin", library, "version"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: '" + library +
+                            "' is not a media-file plug-in: it does not export xCheckVersionAndFile; "
+                            "give --plugin the path of vlx_fmp4\n");
+}
+
+TEST(Usage, NameTooLongForTheHostIsExplained) {
+  const std::string name(300, 'a');
+  const RunResult result = fmp4({"--quiet", "info", "--plugin", "vlx_fmp4", name});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: '" + name +
+                            "' is too long a name: the host takes 259 characters; change to its folder and "
+                            "give a shorter one\n");
+}
+
+TEST(Usage, FullStandardOutputIsAFailure) {
+  const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 version >/dev/full"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: standard output could not be written; is its disk full?\n");
+}
+
+}  // namespace

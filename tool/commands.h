@@ -1,0 +1,31 @@
+// The commands of the program, one file each (command_*.cpp).
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+// What the command line asks for. Parsing it chooses `command`, which does the work afterwards.
+struct Invocation {
+  std::string plugin = "vlx_fmp4";  // name or path of the plug-in library
+  bool quiet = false;               // hides the host's log
+  std::function<bool()> command;    // false: it did its work and the answer is a failure
+};
+
+// Why a command failed, in words for the user that end with what to do next.
+class ToolError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Each adds its command, options and help to `app`. Commands throw ToolError when they cannot do their work.
+void addProbeCommand(CLI::App& app, Invocation& invocation);
+void addInfoCommand(CLI::App& app, Invocation& invocation);
+void addFramesCommand(CLI::App& app, Invocation& invocation);
+void addExportCommand(CLI::App& app, Invocation& invocation);
+void addBoxesCommand(CLI::App& app, Invocation& invocation);
+void addVersionCommand(CLI::App& app, Invocation& invocation);

@@ -1,0 +1,24 @@
+// Which frames of a file a command works on.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace CLI {
+class App;
+}
+
+// What `--from` and `--count` say; without a count, everything that follows.
+struct FrameSelection {
+  std::uint32_t from = 0;
+  std::optional<std::uint32_t> count;
+};
+
+// Frames `from` to `from + count - 1`.
+struct FrameRange {
+  std::uint32_t from;
+  std::uint32_t count;
+};
+
+// Adds `--from` and `--count` to a command; `selection` must outlive it.
+void addFrameSelection(CLI::App& command, FrameSelection& selection);

@@ -1,0 +1,51 @@
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+#include "commands.h"
+#include "vlutil.h"
+
+namespace {
+
+constexpr int kOperationFailed = 1;
+constexpr int kWrongUsage = 2;
+
+void dropLogLine(void*, std::uint32_t, const char*) {}
+
+int runCommand(const Invocation& invocation) {
+  if (invocation.quiet) vlSetLogSink(dropLogLine, nullptr);
+  const bool succeeded = invocation.command();
+  if (!std::cout.flush()) throw ToolError("standard output could not be written; is its disk full?");
+  return succeeded ? EXIT_SUCCESS : kOperationFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);
+  CLI::App app("Looks into fragmented MP4 presentations through the media-file plug-in.", "fmp4");
+  app.require_subcommand(1);
+  app.fallthrough();
+  Invocation invocation;
+  app.add_option("--plugin", invocation.plugin, "The plug-in library to load")->capture_default_str();
+  app.add_flag("--quiet", invocation.quiet, "Hide the host's log");
+  addProbeCommand(app, invocation);
+  addInfoCommand(app, invocation);
+  addFramesCommand(app, invocation);
+  addExportCommand(app, invocation);
+  addBoxesCommand(app, invocation);
+  addVersionCommand(app, invocation);
+
+  try {
+    app.parse(argc, argv);
+    return runCommand(invocation);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : kWrongUsage;
+  } catch (const std::bad_alloc&) {
+    std::cerr << "fmp4: out of memory\n";
+  } catch (const std::exception& error) {
+    std::cerr << "fmp4: " << error.what() << '\n';
+  }
+  return kOperationFailed;
+}

@@ -1,0 +1,21 @@
+// Values as text.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+// Two lower-case hexadecimal digits a byte.
+std::string hexText(std::span<const std::uint8_t> bytes);
+// `digits` lower-case hexadecimal digits.
+std::string hexText(std::uint64_t value, unsigned digits);
+// A status word as the host's log writes it: "0xE8024029".
+std::string statusText(std::uint32_t status);
+// A four-character code (file byte order) as four characters; those that cannot be shown as "\xNN".
+std::string fourCcText(std::uint32_t code);
+// A JSON string, quotes included. ASCII only, so that it is safe on a terminal too; bytes that are not
+// UTF-8 are shown as U+FFFD.
+std::string jsonText(std::string_view text);
+// A JSON number: as few digits as identify the value.
+std::string jsonNumber(double value);
