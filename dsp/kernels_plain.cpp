@@ -13,7 +13,7 @@ struct OneLane;
 using WideLanes = OneLane;
 using FourLanes = OneLane;
 
-#include "kernels-inl.h"
+#include "kernels.inl"
 
 }  // namespace
 

@@ -54,7 +54,7 @@ struct Lanes {
 using WideLanes = Lanes<hn::ScalableTag<float>>;
 using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 
-#include "kernels-inl.h"
+#include "kernels.inl"
 
 }  // namespace
 

@@ -4,6 +4,10 @@
 
 #include "ipps_memory.h"
 
+// The address sanitizer stops at requests that no machine can meet, unless told otherwise.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+
 namespace {
 
 TEST(Memory, AlignsEveryBlock) {
@@ -19,9 +23,7 @@ TEST(Memory, AlignsEveryBlock) {
 
 TEST(Memory, RefusesNothingAndTooMuch) {
   EXPECT_EQ(nullptr, ippsMalloc_8u(0));
-#if !defined(__SANITIZE_ADDRESS__)
   EXPECT_EQ(nullptr, ippsMalloc_8u(std::numeric_limits<std::size_t>::max() / 4));
-#endif
 }
 
 TEST(Memory, CopiesBytes) {

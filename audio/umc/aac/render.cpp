@@ -118,9 +118,11 @@ bool AdoptLayout(DecoderState& state, const RawDataBlock& block) {
   }
   if (layout != state.layout) {
     state.layout = layout;
+    state.carriedChannels = layout.channelCount;
     ForgetSignal(state);
     UpdateMix(state);
   }
+  state.carriedChannels = std::max(state.carriedChannels, layout.channelCount + block.couplingCount);
   return layout.channelCount > 0;
 }
 

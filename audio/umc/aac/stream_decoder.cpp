@@ -101,10 +101,10 @@ class AdtsFrame {
     m_header = header;
     const bool countKnown = m_state.formatKnown;
     const int announced = header.channelConfiguration == 7 ? 8 : header.channelConfiguration;
-    const int channels = countKnown ? m_state.layout.channelCount : announced;
+    const int channels = countKnown ? m_state.carriedChannels : announced;
     // A first frame's header may tell less channels than the frame has: then its elements decide.
     const bool tooLong = channels != 0 && header.frameLength > LongestFrame(channels);
-    if (tooLong && (countKnown || header.frameLength > LongestFrame(kMaxChannels))) {
+    if (tooLong && (countKnown || header.frameLength > LongestFrame(kMaxStreams))) {
       return Refuse(UMC_ERR_INVALID_STREAM);
     }
     if (!tooLong && header.frameLength > m_size) return UMC_ERR_NOT_ENOUGH_DATA;
@@ -179,7 +179,8 @@ class AdtsFrame {
   Status CheckLength(BlockStatus parsed) {
     if (parsed == BlockStatus::kInvalid) return Refuse(UMC_ERR_INVALID_STREAM);
     const bool complete = parsed == BlockStatus::kOk;
-    if (complete && m_header.frameLength > LongestFrame(m_work.block.channelCount)) {
+    const int carried = m_work.block.channelCount + m_work.block.couplingCount;
+    if (complete && m_header.frameLength > LongestFrame(carried)) {
       return Refuse(UMC_ERR_INVALID_STREAM);
     }
     return m_header.frameLength > m_size ? UMC_ERR_NOT_ENOUGH_DATA : UMC_OK;
