@@ -62,10 +62,7 @@ GeneratedBlock AacGenerator::NextBlock() {
   // A block has at most 6144 bits a channel; one that is longer is drawn again with fewer bands.
   for (m_bandsInPercent = 100;; m_bandsInPercent = m_bandsInPercent * 3 / 4) {
     WriteBlock();
-    if (m_block.bytes.size() <= channels * 768) {
-      m_first = false;
-      return m_block;
-    }
+    if (m_block.bytes.size() <= channels * 768) return m_block;
     m_sequences = sequences;
     m_seen = seen;
   }
@@ -101,8 +98,7 @@ IcsInfo AacGenerator::NextIcs(int element, bool lfe) {
   const bool afterShort = sequence == 1 || sequence == 2;
   sequence = lfe ? 0 : afterShort ? Random(2, 3) : Random(0, 1);
   ics.sequence = static_cast<WindowSequence>(sequence);
-  // What precedes the first block has no shape: a sine window serves all.
-  ics.shape = static_cast<std::uint8_t>(lfe || m_first ? 0 : Random(0, 1));
+  ics.shape = static_cast<std::uint8_t>(lfe ? 0 : Random(0, 1));
   const FrameBands& bands = BandsOf(m_options.samplingIndex, m_options.frameLength);
   ics.bands = ics.IsShort() ? &bands.shortWindow : &bands.longWindow;
   const int bandCount = ics.bands->bands * m_bandsInPercent / 100;

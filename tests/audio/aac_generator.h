@@ -76,7 +76,6 @@ class AacGenerator {
   std::mt19937 m_random;
   BitWriter m_bits;
   GeneratedBlock m_block;
-  bool m_first = true;           // no block has been made
   int m_stereoMask = 0;          // ms_mask_present of the pair being written
   int m_bandsInPercent = 100;    // of the bands there are, at most
   std::vector<int> m_sequences;  // the last window sequence of every element

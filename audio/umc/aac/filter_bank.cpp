@@ -111,13 +111,12 @@ void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape,
   const std::size_t half = bank.longWindow.half;
   const std::size_t slope = bank.shortWindow.half;
   const std::size_t start = (half - slope) / 2;
-  const int headShape = state.started ? state.shape : shape;
   if (sequence == WindowSequence::kEightShort) {
     SynthesiseShort(bank, shape, spectrum, scratch);
     const float* blocks = scratch.blocks;
     std::copy_n(state.tail, start, spectrum);
-    ippsOverlapAdd_32f(state.tail + start, blocks, bank.shortWindow.rise[headShape].data(), spectrum + start,
-                       slope);
+    ippsOverlapAdd_32f(state.tail + start, blocks, bank.shortWindow.rise[state.shape].data(),
+                       spectrum + start, slope);
     const std::size_t inFrame = half - start;
     std::copy(blocks + slope, blocks + inFrame, spectrum + start + slope);
     std::copy(blocks + inFrame, blocks + 9 * slope, state.tail);
@@ -125,15 +124,15 @@ void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape,
   } else {
     Transform(bank.longWindow, spectrum, scratch.samples, scratch);
     if (state.endsShort || sequence == WindowSequence::kLongStop) {
-      OverlapShort(bank, state.tail, scratch.samples, headShape, spectrum);
+      OverlapShort(bank, state.tail, scratch.samples, state.shape, spectrum);
     } else {
-      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[headShape].data(), spectrum, half);
+      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[state.shape].data(), spectrum,
+                         half);
     }
     std::copy_n(scratch.samples + half, half, state.tail);
   }
   state.shape = static_cast<std::uint8_t>(shape);
   state.endsShort = sequence == WindowSequence::kEightShort || sequence == WindowSequence::kLongStart;
-  state.started = true;
 }
 
 void MakeSineWindow(int half, float* window) {

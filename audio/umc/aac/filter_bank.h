@@ -12,9 +12,8 @@ struct FilterBankState {
   // The second half of the last frame's transform. Its falling slope is not applied yet: it takes the shape
   // of the shorter of the two slopes that meet, which also serves sequences that may not follow each other.
   alignas(16) float tail[kMaxFrameLength];
-  std::uint8_t shape;  // window_shape of the last frame
+  std::uint8_t shape;  // window_shape of the last frame; a sine window's before the first
   bool endsShort;      // the falling slope is a short window's
-  bool started;        // there was a last frame
 };
 
 // Room for one call.

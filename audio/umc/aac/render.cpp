@@ -29,10 +29,6 @@ bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   return true;
 }
 
-bool UsesProgram(const DecoderState& state) {
-  return state.program.channelCount > 0 && state.layout == state.program;
-}
-
 // Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
 // block does not carry is silent.
 void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, const float** samples) {
@@ -41,7 +37,7 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& b
   for (int i = 0; i < block.elementCount; ++i) {
     const BlockElement& element = block.elements[i];
     const LayoutElement& place =
-        UsesProgram(state) ? *FindElement(state.layout, element) : state.layout.elements[i];
+        state.placedByProgram ? *FindElement(state.layout, element) : state.layout.elements[i];
     const int channels = ChannelsOf(element.type);
     for (int c = 0; c < channels; ++c) carried[place.firstChannel + c] = &block.streams[element.stream + c];
   }
@@ -77,7 +73,8 @@ void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) 
                           static_cast<std::size_t>(state.frameLength));
     });
   }
-  for (int i = block.couplingCount; i < kMaxCouplings; ++i) state.couplings[i].started = false;
+  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) state.couplings[i] = {};
+  state.couplingsInUse = block.couplingCount;
 }
 
 // Mixes the channels and interleaves them.
@@ -109,7 +106,8 @@ void WriteSamples(const DecoderState& state, WorkArea& work, const float* const*
 bool AdoptLayout(DecoderState& state, const RawDataBlock& block) {
   if (block.hasProgram) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
-  if (state.program.channelCount > 0 && HasAllElements(state.program, block)) {
+  state.placedByProgram = state.program.channelCount > 0 && HasAllElements(state.program, block);
+  if (state.placedByProgram) {
     layout = state.program;
   } else if (block.elementCount > 0) {
     ElementType types[kMaxChannels];
