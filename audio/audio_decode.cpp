@@ -158,7 +158,7 @@ std::uint32_t VL_Audio_Decode::PullAudio(std::uint64_t position, std::uint32_t f
   const bool beyond = std::uint64_t{skipped} + frames > m_bufferedFrames;
   const std::uint64_t wanted = frameBytes * (beyond ? m_bufferedFrames : frames);
   const auto bytes = static_cast<std::uint32_t>(std::min<std::uint64_t>(wanted, m_bufferCapacity - source));
-  std::memcpy(destination + *offset, m_buffer + source, bytes);
+  if (bytes > 0) std::memcpy(destination + *offset, m_buffer + source, bytes);
   *offset += bytes;
   if (beyond) {
     m_bufferStart = position + m_bufferedFrames;

@@ -34,6 +34,6 @@ IppStatus ippsOverlapAdd_32f(const Ipp32f* tail, const Ipp32f* head, const Ipp32
                              std::size_t length);
 
 // Interleaves `channels` vectors of `length` samples as 16-bit integers: rounded to nearest, ties to even,
-// saturated; what is no number becomes 0.
+// saturated; what is no number becomes 0. The destination needs no alignment.
 IppStatus ippsJoin_32f16s_D2L(const Ipp32f* const* source, std::size_t channels, std::size_t length,
                               Ipp16s* destination);

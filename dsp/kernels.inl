@@ -3,6 +3,9 @@
 // FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas
 // with the instruction set where the compiler needs it.
 
+// At any address.
+inline void StoreSample(Ipp16s sample, Ipp16s* p) { std::memcpy(p, &sample, sizeof sample); }
+
 // One value at a time: the remainders of the vector loops, and all there is in plain C++.
 struct OneLane {
   using V = float;
@@ -37,10 +40,10 @@ struct OneLane {
     if (a != a) return 0;
     return static_cast<Ipp16s>(std::lrint(std::clamp(a, -32768.0f, 32767.0f)));
   }
-  static void StoreRounded(V a, Ipp16s* p) { *p = Round(a); }
+  static void StoreRounded(V a, Ipp16s* p) { StoreSample(Round(a), p); }
   static void StoreRoundedPairs(V a, V b, Ipp16s* p) {
-    p[0] = Round(a);
-    p[1] = Round(b);
+    StoreSample(Round(a), p);
+    StoreSample(Round(b), p + 1);
   }
 };
 
@@ -348,7 +351,7 @@ inline void Join(const float* const* source, std::size_t channels, std::size_t l
         using L = decltype(lanes);
         L::StoreRounded(L::Load(values + i), block + i);
       });
-      for (std::size_t i = 0; i < count; ++i) destination[(start + i) * channels + channel] = rounded[i];
+      for (std::size_t i = 0; i < count; ++i) StoreSample(rounded[i], destination + (start + i) * channels + channel);
     }
   }
 }

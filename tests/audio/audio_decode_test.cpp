@@ -321,6 +321,23 @@ TEST(AudioDecode, DeliversTheChannelsOfTheDescription) {
   }
 }
 
+TEST(AudioDecode, DecodesToAnyPlaceInItsBuffer) {
+  const auto frames = StereoFrames(2);
+  Wrapper wrapper;
+  QVRAUDIO format = Format(kMp4a, 1, 8);
+  wrapper.Init(&format);
+  wrapper.Feed(frames[0]);
+  wrapper.RemoveSamples(1);
+  wrapper.Feed(frames[1]);
+  // Two bytes a sample, one channel: mono, of which the first byte is gone.
+  Bytes room(4095);
+  std::uint32_t offset = 0;
+  wrapper.PullAudio(1, 4095, room.data(), &offset);
+  ASSERT_EQ(4095u, offset);
+  const Samples expected = TestDecoder(1).DecodeAll(frames[0] + frames[1]);
+  EXPECT_EQ(0, std::memcmp(room.data(), reinterpret_cast<const std::uint8_t*>(expected.data()) + 1, 4095));
+}
+
 TEST(AudioDecode, FramesOfNoSizeFail) {
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);

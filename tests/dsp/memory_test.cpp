@@ -6,7 +6,9 @@
 
 // The address sanitizer stops at requests that no machine can meet, unless told otherwise.
 extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+extern "C" const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
 
 namespace {
 

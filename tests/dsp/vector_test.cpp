@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
@@ -128,6 +129,20 @@ TEST(Join, RoundsSaturatesAndInterleavesWithEveryInstructionSet) {
         }
         EXPECT_EQ(77, joined.back()) << set.name;
       }
+    }
+  }
+}
+
+TEST(Join, WritesToAnyAddress) {
+  const auto left = Noise(37, 1), right = Noise(37, 2), third = Noise(37, 3);
+  const float* planes[3] = {left.data(), right.data(), third.data()};
+  for (const auto& set : AllKernelSets()) {
+    for (std::size_t channels = 1; channels <= 3; ++channels) {
+      std::vector<Ipp16s> aligned(37 * channels);
+      std::vector<Ipp8u> bytes(37 * channels * 2 + 1);
+      set.kernels->join(planes, channels, 37, aligned.data());
+      set.kernels->join(planes, channels, 37, reinterpret_cast<Ipp16s*>(bytes.data() + 1));
+      EXPECT_EQ(0, std::memcmp(aligned.data(), bytes.data() + 1, aligned.size() * 2)) << set.name;
     }
   }
 }

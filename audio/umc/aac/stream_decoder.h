@@ -13,7 +13,7 @@ namespace UMC::aac {
 struct FrameRequest {
   const std::uint8_t* input;
   std::size_t inputSize;
-  std::uint8_t* output;  // aligned for samples
+  std::uint8_t* output;  // at any address
   std::size_t outputSize;
   std::size_t consumed;  // bytes of the input, set whatever the result
   std::size_t produced;  // bytes of the output
