@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Times audio_decode against the ffmpeg program on one thread: user seconds for ten minutes of 48 kHz stereo AAC,
+# Times bench_audio_decode against the ffmpeg program on one thread: user seconds for ten minutes of 48 kHz stereo AAC,
 # the best of five runs each, and their ratio.
-# Usage: bench/audio_decode.sh PATH_OF_audio_decode
+# Usage: bench/audio_decode.sh PATH_OF_bench_audio_decode
 set -euo pipefail
 decoder=$1
 folder=$(mktemp -d)

@@ -5,8 +5,13 @@
 std::uint32_t CMFFmp4::Close() {
   qvrInfoDelete(this);
   m_setClose();
+  m_companion.reset();
+  m_companionState = {};
   m_videoCursor = {};
   m_videoState = {};
+  m_cc608 = {};
+  m_cc608SoughtFrame = QVR_NOT_SET;
+  m_cc708Cursor = {};
   m_index.reset();
   m_root.reset();
   m_stream.reset();

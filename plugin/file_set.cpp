@@ -50,3 +50,15 @@ FileSet FindFileSet(const char* name, bool audioOnly) {
   files.manifest = base.firstExisting({".mpd", ".xml"});
   return files;
 }
+
+std::optional<Manifest> LoadManifest(FileSet& files) {
+  tinyxml2::XMLDocument document;
+  if (files.manifest.empty() || !LoadManifestDocument(files.manifest.c_str(), document)) return std::nullopt;
+  std::optional<Manifest> manifest = ReadManifest(document);
+  if (!manifest) return manifest;
+  const BaseName base(files.manifest.c_str());
+  const std::string folder = std::string(base.drive) + base.directory;
+  if (!manifest->video.baseUrl.empty()) files.video = folder + manifest->video.baseUrl;
+  if (!manifest->audio.baseUrl.empty()) files.audio = folder + manifest->audio.baseUrl;
+  return manifest;
+}

@@ -3,11 +3,15 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "box.h"
 #include "caption_reader.h"
 #include "fragment_index.h"
+#include "manifest_reader.h"
 #include "mediafile.h"
 #include "track_cursor.h"
 
@@ -16,6 +20,9 @@ inline constexpr std::uint32_t kFileTypeCode = 147;
 
 // Frames a second until a source or the host says otherwise, and where there is sound alone.
 inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
+
+// The defaults of a movie's tracks by track ID.
+using TrackDefaults = std::map<std::uint32_t, const mp4::TrackExtendsBox*>;
 
 class CMFFmp4 : public CAMediaFile {
  public:
@@ -27,6 +34,9 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t Open(const char* fileName, std::uint32_t access, std::uint32_t share, void* security,
                      std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags) override;
   std::uint32_t Close() override;
+  // The audio description is that of the file that serves the sound.
+  std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video, QVRAUDIO* audio,
+                            QVRINFO* info) override;
   std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
   std::uint32_t Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask, std::uint32_t mode,
                      DFRAME* descriptor, void* extra) override;
@@ -60,24 +70,34 @@ class CMFFmp4 : public CAMediaFile {
 
   // open_read.cpp
   std::uint32_t openRead();
-  std::uint32_t openSource(const char* path);
+  std::uint32_t openSource(const char* path, bool readAll);
+  std::uint32_t describeTracks(const std::optional<Manifest>& manifest);
+  void openCompanion(const std::string& path);
   std::uint32_t positionReaders();
 
   // track_setup.cpp: from the movie box to tracks, stream records and the nominal frame rate.
   std::uint32_t setUpTracks();
-  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, Mp4Box* movieExtends);
+  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults);
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
   void setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track);
   std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
   std::uint32_t defaultDuration(const IndexedTrack& track);
 
   // read.cpp
+  std::uint32_t readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                          std::uint32_t mode, DFRAME* descriptor, void* extra);
   std::uint32_t readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                           std::uint32_t mode, DFRAME* descriptor);
-  std::uint32_t seekVideo(std::uint32_t frame);
   void setTimecodes(DFRAME& descriptor, std::uint32_t frame) const;
   std::uint32_t describeSample(DFRAME& descriptor);
   std::uint32_t deliverSample(DFRAME& descriptor);
+
+  // read_captions.cpp
+  void seekCaptions(std::uint32_t frame, bool jumped);
+  void seekCc608(std::uint32_t frame);
+  void deliverCc608(DFRAME& descriptor, std::uint32_t frame);
+  std::uint32_t deliverCc708(DFRAME& descriptor);
+  void takeCc708Sample(DFRAME& descriptor);
 
   bool hasVideo() const { return m_tracks[kVideoTrack].present(); }
 
@@ -92,4 +112,9 @@ class CMFFmp4 : public CAMediaFile {
   std::unique_ptr<FragmentIndex> m_index;
   TrackCursor m_videoCursor;
   ChannelState m_videoState;
+  Cc608Reader m_cc608;
+  std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame that m_cc608 was last positioned for
+  TrackCursor m_cc708Cursor;
+  std::unique_ptr<CMFFmp4> m_companion;  // reads the sound that stands in a file of its own
+  ChannelState m_companionState;
 };

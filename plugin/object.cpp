@@ -39,6 +39,13 @@ CMFFmp4::~CMFFmp4() {
   }
 }
 
+std::uint32_t CMFFmp4::GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video,
+                                   QVRAUDIO* audio, QVRINFO* info) {
+  const std::uint32_t result = CAMediaFile::GetFileInfo(channelMask, system, video, audio, info);
+  if (m_companion && audio) m_companion->GetFileInfo(channelMask, nullptr, nullptr, audio, nullptr);
+  return result;
+}
+
 std::uint32_t CMFFmp4::SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) {
   if (!video) return CAMediaFile::SetSysInfo(system, video, audio);
   // The host's frames are 32 bits a pixel, whatever the description says.

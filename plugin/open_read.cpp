@@ -2,6 +2,7 @@
 #include "file_set.h"
 #include "fmp4_object.h"
 #include "guard.h"
+#include "manifest_reader.h"
 #include "messages.h"
 #include "qvrutil.h"
 #include "seek.h"
@@ -30,29 +31,25 @@ std::uint32_t CMFFmp4::Open(const char* fileName, std::uint32_t access, std::uin
 
 std::uint32_t CMFFmp4::openRead() {
   const bool audioOnly = (m_openFlags & MF_OPEN_AUDIO_ONLY) != 0;
-  const FileSet files = FindFileSet(m_fileName, audioOnly);
+  FileSet files = FindFileSet(m_fileName, audioOnly);
+  const std::optional<Manifest> manifest = LoadManifest(files);
+  const ManifestTrack segments = !manifest ? ManifestTrack{} : audioOnly ? manifest->audio : manifest->video;
   const std::string& source = audioOnly || files.video.empty() ? files.audio : files.video;
-  if (const std::uint32_t result = openSource(source.c_str()); result != VL_OK) return result;
-  m_nominalRate = {};
-  if (const std::uint32_t result = setUpTracks(); result != VL_OK) return result;
-  if (!hasVideo() && m_streams.empty()) {
-    messages::reportError(messages::kNoTracks);
-    return VL_FAILED;
-  }
-  if (!hasVideo()) m_nominalRate = kDefaultFrameRate;
-  if (!describeFrameRate()) {
-    messages::reportError(messages::kNoFrameRate);
-    return VL_FAILED;
-  }
+  // Where a manifest tells the segments, the top level is read as far as they need.
+  const bool readAll = !segments.hasSegmentList && !segments.hasSegmentBase;
+  if (const std::uint32_t result = openSource(source.c_str(), readAll); result != VL_OK) return result;
+  if (const std::uint32_t result = describeTracks(manifest); result != VL_OK) return result;
   m_index = std::make_unique<FragmentIndex>(*m_stream, m_root.get(), m_tracks, m_nominalRate);
-  if (m_index->Build() < 0) return VL_FAILED;
+  for (const std::uint64_t offset : segments.indexOffsets) m_index->AddFragmentsAt(offset);
+  if (m_index->empty() && m_index->Build() < 0) return VL_FAILED;
   if (const std::uint32_t result = positionReaders(); result != VL_OK) return result;
+  if (!audioOnly && files.audio != source) openCompanion(files.audio);
   completeDescription();
   qvrInfoSet(this, &m_info);
   return VL_OK;
 }
 
-std::uint32_t CMFFmp4::openSource(const char* path) {
+std::uint32_t CMFFmp4::openSource(const char* path, bool readAll) {
   m_stream = std::make_unique<Mp4Stream>();
   const VLHANDLE handle = m_stream->open(path, MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) {
@@ -60,7 +57,7 @@ std::uint32_t CMFFmp4::openSource(const char* path) {
     return VL_FAILED;
   }
   m_handle = handle;
-  m_root.reset(Mp4ReadRoot(*m_stream, true));
+  m_root.reset(Mp4ReadRoot(*m_stream, readAll));
   if (!m_root) {
     messages::reportError(messages::kNoFileRoot);
     return VL_FAILED;
@@ -68,9 +65,59 @@ std::uint32_t CMFFmp4::openSource(const char* path) {
   return VL_OK;
 }
 
+// From the tracks, and from the manifest where the tracks do not say.
+std::uint32_t CMFFmp4::describeTracks(const std::optional<Manifest>& manifest) {
+  m_nominalRate = {};
+  if (manifest) {
+    if (manifest->width) m_video.bitmap.width = static_cast<std::int32_t>(*manifest->width);
+    if (manifest->height) m_video.bitmap.height = static_cast<std::int32_t>(*manifest->height);
+    if (manifest->audioSamplingRate) m_audio.wave.samplesPerSecond = *manifest->audioSamplingRate;
+  }
+  if (const std::uint32_t result = setUpTracks(); result != VL_OK) return result;
+  if (!hasVideo() && m_streams.empty()) {
+    messages::reportError(messages::kNoTracks);
+    return VL_FAILED;
+  }
+  if (!m_nominalRate.known() && manifest) m_nominalRate = manifest->frameRate;
+  if (!m_nominalRate.known() && !hasVideo()) m_nominalRate = kDefaultFrameRate;
+  if (!describeFrameRate()) {
+    messages::reportError(messages::kNoFrameRate);
+    return VL_FAILED;
+  }
+  return VL_OK;
+}
+
+// Sound in a file of its own is served by an object of its own; without it the picture opens alone.
+void CMFFmp4::openCompanion(const std::string& path) {
+  if (path.empty()) return;
+  auto companion = std::make_unique<CMFFmp4>(kFileTypeCode);
+  if (companion->Open(path.c_str(), m_access, m_share, m_security, m_creation, m_attributes,
+                      m_openFlags | MF_OPEN_AUDIO_ONLY) != VL_OK) {
+    return;
+  }
+  m_audioMask = companion->m_audioMask;
+  m_audio = companion->m_audio;
+  m_companion = std::move(companion);
+}
+
 std::uint32_t CMFFmp4::positionReaders() {
   if (hasVideo() && positionOnFirstChunk(*m_index, kVideoTrack, m_videoCursor) < 0) {
     messages::reportError(messages::kNoFirstVideoChunk);
+    return VL_FAILED;
+  }
+  if (m_tracks[kCc608Track].present()) {
+    if (positionOnFirstChunk(*m_index, kCc608Track, m_cc608.cursor) < 0) {
+      messages::reportError(messages::kNoFirst608Chunk);
+    } else {
+      m_cc608.ccBaseFrame = FrameOfDecodeTime(*m_index, m_cc608.cursor);
+    }
+  }
+  if (m_tracks[kCc708Track].present() && positionOnFirstChunk(*m_index, kCc708Track, m_cc708Cursor) < 0) {
+    messages::reportError(messages::kNoFirst708Chunk);
+  }
+  TrackCursor audio;
+  if (m_tracks[kAudioTrack].present() && positionOnFirstChunk(*m_index, kAudioTrack, audio) < 0) {
+    messages::reportError(messages::kNoFirstAudioChunk);
     return VL_FAILED;
   }
   return VL_OK;

@@ -1,4 +1,4 @@
-// Reading one frame's video.
+// Reading one frame: its picture, and its captions with it.
 #include <cstring>
 
 #include "fmp4_object.h"
@@ -21,13 +21,12 @@ constexpr std::int64_t kCompositionUnit = 1000;
 }  // namespace
 
 std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                            std::uint32_t mode, DFRAME* descriptor, void* /*extra*/) {
+                            std::uint32_t mode, DFRAME* descriptor, void* extra) {
   switch (mode & 0xFF) {
     case QVR_MODE_VIDEO:
       return guarded(VL_FAILED, [&] { return readVideo(frame, count, channelMask, mode, descriptor); });
     case QVR_MODE_AUDIO:
-      messages::reportRead(FMP4_E_NO_AUDIO);
-      return FMP4_E_NO_AUDIO;
+      return readAudio(frame, count, channelMask, mode, descriptor, extra);
     default:
       return VL_OK;
   }
@@ -48,20 +47,36 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   descriptor->flags &= ~DFRAME_REPEATED;
   // The cursor is asked too: a request for several frames leaves it behind the frame expected next.
   const bool inPlace = m_videoCursor.loaded() && m_videoCursor.position == frame;
-  if (frame != m_videoState.nextExpected || !inPlace) {
+  const bool jumped = frame != m_videoState.nextExpected || !inPlace;
+  if (jumped) {
     m_videoState.nextExpected = frame;
     if (SeekVideoFrame(*m_index, frame, true, m_videoCursor) < 0) return VL_FAILED;
   }
+  seekCaptions(frame, jumped);
   if (AdvanceRun(*m_index, true, m_videoCursor) != Advance::Ready) {
     messages::reportError(messages::kNoVideoChunkForFrame);
     return VL_FAILED;
   }
   if (mode & QVR_MODE_HEADER_ONLY) return describeSample(*descriptor);
   if (const std::uint32_t result = deliverSample(*descriptor); result != VL_OK) return result;
+  deliverCc608(*descriptor, frame);
+  if (const std::uint32_t result = deliverCc708(*descriptor); result != VL_OK) return result;
   m_videoState.nextExpected = frame + count;
   m_videoState.lastFrame = m_currentFrame = frame;
   m_videoState.lastBytes = descriptor->bytes;
   return VL_OK;
+}
+
+// Sound in a file of its own is read from there.
+std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                                 std::uint32_t mode, DFRAME* descriptor, void* extra) {
+  if (m_companion) {
+    const std::uint32_t result = m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
+    if (descriptor) m_companionState.nextExpected = frame + count;
+    return result;
+  }
+  messages::reportRead(FMP4_E_NO_AUDIO);
+  return FMP4_E_NO_AUDIO;
 }
 
 // Timecodes count on from the file's start timecodes.
@@ -81,7 +96,7 @@ std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
   descriptor.flags &= kHeaderOnlyKept;
   descriptor.sampleSize = cursor.sampleSize();
   descriptor.firstByte = 0;
-  const std::uint64_t offset = addSaturated(cursor.runOffset, cursor.sampleOffset);
+  const std::uint64_t offset = addSaturated(cursor.runOffset(), cursor.sampleOffset);
   if (descriptor.sampleSize != 0 &&
       ReadThroughWindow(*m_index, cursor, offset, 1, &descriptor.firstByte) < 0) {
     cursor.clear();

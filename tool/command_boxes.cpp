@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <cstddef>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -16,7 +17,7 @@ struct BoxesOptions {
 };
 
 // What every line or object says of a box, its fields last.
-void printTextBox(const Mp4Box& box, unsigned depth) {
+void printTextBox(const Mp4Box& box, std::size_t depth) {
   std::cout << std::setw(12) << box.position << ' ' << std::setw(12) << box.size << "  "
             << std::string(2 * depth, ' ') << fourCcText(box.type);
   if (box.type == Mp4FourCc("uuid")) std::cout << " uuid=\"" << hexText(box.uuid) << '"';
@@ -27,14 +28,14 @@ void printTextBox(const Mp4Box& box, unsigned depth) {
   std::cout << '\n';
 }
 
-void printTextLevel(const Mp4Box& father, unsigned depth) {
+void printTextLevel(const Mp4Box& father, std::size_t depth) {
   for (const Mp4Box* box = father.first; box != nullptr; box = box->next) {
     printTextBox(*box, depth);
     printTextLevel(*box, depth + 1);
   }
 }
 
-void printJsonLevel(const Mp4Box& father, unsigned depth) {
+void printJsonLevel(const Mp4Box& father, std::size_t depth) {
   const std::string indent(2 * depth, ' ');
   std::cout << '[';
   for (const Mp4Box* box = father.first; box != nullptr; box = box->next) {

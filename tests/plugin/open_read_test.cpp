@@ -181,14 +181,33 @@ TEST(Open, ASourceOfSoundAloneTakesTheNtscRate) {
   EXPECT_EQ(clip.file->GetTotalFrames(), 0u);
 }
 
-TEST(Open, AudioWithoutCountsLastsAsLongAsThePicture) {
-  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
-  TrackSpec video = videoTrack(1, 25, 1);
-  const OpenedFile clip(fileOf({video, audio}, threeFrames()), "clip.mp4");
-  LogCapture log;
-  // A file whose fragments carry no sound at all has no first audio chunk, yet opens for its picture.
+TEST(Open, AudioWithoutDurationsLastsAsLongAsThePicture) {
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 0};
+  TrafSpec video, sound;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2), sampleOf(10, 3)}}};
+  sound.trackId = 2;
+  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
+  const OpenedFile clip(fileOf({videoTrack(1, 25, 1), audio}, fragment(1, {video, sound})));
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.described.audio.stream.length, 3u * 1920);
+}
+
+TEST(Open, AnAudioTrackThatNoFragmentCarriesEndsTheOpen) {
+  LogCapture log;
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  const OpenedFile clip(fileOf({videoTrack(), audio}, threeFrames()));
+  EXPECT_EQ(clip.file, nullptr);
+  EXPECT_THAT(log.lines, Contains(error("Unable to find correct audio chunk")));
+}
+
+TEST(Open, CaptionTracksThatNoFragmentCarriesAreReportedAndTheFileOpens) {
+  LogCapture log;
+  TrackSpec cc608{3, "clcp", 30000, captionEntry("c608"), 1001};
+  TrackSpec cc708{4, "clcp", 30000, captionEntry("c708"), 1001};
+  const OpenedFile clip(fileOf({videoTrack(), cc608, cc708}, threeFrames()));
+  EXPECT_NE(clip.file, nullptr);
+  EXPECT_THAT(log.lines, Contains(error("Unable to find correct cc 608 chunk")));
+  EXPECT_THAT(log.lines, Contains(error("Unable to find correct cc 708 chunk")));
 }
 
 TEST(Open, TracksWithoutHeaderAreNumberedInOrder) {

@@ -1,11 +1,11 @@
 // The AAC decoder on hostile bytes. The first byte says how: its lowest bit whether a configuration of up to
 // 63 bytes, whose length the next bits tell, comes first.
-#include "aac_decoder.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
+
+#include "aac_decoder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

@@ -1,0 +1,191 @@
+#include "manifest_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+std::optional<Manifest> read(const std::string& text) {
+  tinyxml2::XMLDocument document;
+  EXPECT_EQ(document.Parse(text.c_str()), tinyxml2::XML_SUCCESS);
+  return ReadManifest(document);
+}
+std::optional<Manifest> readSets(const std::string& sets) {
+  return read("<MPD mediaPresentationDuration=\"PT9S\"><Period>" + sets + "</Period></MPD>");
+}
+
+constexpr char kVideo[] = "<Representation mimeType='video/mp4'><BaseURL>v.m4v</BaseURL></Representation>";
+constexpr char kAudio[] = "<Representation mimeType='AUDIO/mp4'><BaseURL>a.m4a</BaseURL></Representation>";
+
+std::string set(const std::string& content, const std::string& attributes = "") {
+  return "<AdaptationSet " + attributes + ">" + content + "</AdaptationSet>";
+}
+
+TEST(ReadManifest, NeedsAPeriodWithAnAdaptationSet) {
+  EXPECT_FALSE(read("<Other/>"));
+  EXPECT_FALSE(read("<MPD/>"));
+  EXPECT_FALSE(read("<MPD><Period/></MPD>"));
+  EXPECT_TRUE(readSets("<AdaptationSet/>"));
+}
+
+TEST(ReadManifest, RepresentationsTellTheirTypeWhateverTheCaseAndOrder) {
+  const auto manifest = readSets(set(kAudio) + set(kVideo));
+  EXPECT_EQ(manifest->video.baseUrl, "v.m4v");
+  EXPECT_EQ(manifest->audio.baseUrl, "a.m4a");
+  const auto oneSet = readSets(set(std::string(kVideo) + kAudio));
+  EXPECT_EQ(oneSet->video.baseUrl, "v.m4v");
+  EXPECT_EQ(oneSet->audio.baseUrl, "a.m4a");
+}
+
+TEST(ReadManifest, TheFirstRepresentationOfAKindCounts) {
+  const auto manifest =
+      readSets(set(std::string(kVideo) +
+                   "<Representation mimeType='video/mp4'><BaseURL>low.m4v</BaseURL></Representation>") +
+               set(kAudio));
+  EXPECT_EQ(manifest->video.baseUrl, "v.m4v");
+}
+
+TEST(ReadManifest, ASetThatSaysVideoOfItselfIsReadAsTheSound) {
+  const auto manifest =
+      readSets(set("<Representation><BaseURL>x.m4v</BaseURL></Representation>", "mimeType='video/mp4'"));
+  EXPECT_EQ(manifest->audio.baseUrl, "x.m4v");
+  EXPECT_EQ(manifest->video.baseUrl, "");
+}
+
+TEST(ReadManifest, ASetThatSaysAnythingElseOfItselfIsReadAsThePicture) {
+  const auto manifest =
+      readSets(set("<Representation><BaseURL>x.m4a</BaseURL></Representation>", "mimeType='audio/mp4'"));
+  EXPECT_EQ(manifest->video.baseUrl, "x.m4a");
+  EXPECT_EQ(manifest->audio.baseUrl, "");
+}
+
+TEST(ReadManifest, ASetThatTellsItsTypeEndsTheWalk) {
+  const auto manifest = readSets(
+      set(kAudio) + set("<Representation><BaseURL>x</BaseURL></Representation>", "mimeType='text/vtt'") +
+      set(kVideo));
+  EXPECT_EQ(manifest->audio.baseUrl, "a.m4a");
+  EXPECT_EQ(manifest->video.baseUrl, "x");
+}
+
+TEST(ReadManifest, AttributesComeFromTheRepresentationThenFromTheSet) {
+  const auto manifest =
+      readSets(set("<Representation mimeType='video/mp4' width='640' frameRate='30000/1001'/>",
+                   "width='1' height='360' frameRate='25'") +
+               set("<Representation mimeType='audio/mp4'/>", "audioSamplingRate='44100'"));
+  EXPECT_EQ(manifest->width, 640u);
+  EXPECT_EQ(manifest->height, 360u);
+  EXPECT_EQ(manifest->frameRate.numerator, 30000u);
+  EXPECT_EQ(manifest->frameRate.denominator, 1001u);
+  EXPECT_EQ(manifest->audioSamplingRate, 44100u);
+}
+
+TEST(ReadManifest, SampleRateStandsInForAudioSamplingRate) {
+  EXPECT_EQ(readSets(set("<Representation mimeType='audio/mp4' sampleRate='32000'/>"))->audioSamplingRate,
+            32000u);
+  EXPECT_EQ(readSets(set("<Representation mimeType='audio/mp4' sampleRate='1' audioSamplingRate='2'/>"))
+                ->audioSamplingRate,
+            2u);
+}
+
+TEST(ReadManifest, SegmentListsAndBasesGiveTheOffsetsOfTheirIndexes) {
+  const auto list =
+      readSets(set("<Representation mimeType='video/mp4'><SegmentList>"
+                   "<SegmentURL mediaRange='800-999' indexRange='800-859'/>"
+                   "<SegmentURL indexRange='12345678901-12345678999'/>"
+                   "<SegmentURL mediaRange='1-2'/>"
+                   "</SegmentList><SegmentBase indexRange='7-8'/></Representation>"));
+  EXPECT_TRUE(list->video.hasSegmentList);
+  EXPECT_THAT(list->video.indexOffsets, ElementsAre(800u, 12345678901u));
+  const auto base =
+      readSets(set("<Representation mimeType='video/mp4'><SegmentBase indexRange='700'/></Representation>"));
+  EXPECT_TRUE(base->video.hasSegmentBase);
+  EXPECT_FALSE(base->video.hasSegmentList);
+  EXPECT_THAT(base->video.indexOffsets, ElementsAre(700u));
+}
+
+TEST(ReadManifest, RangesAndNumbersThatAreNoneAreLeftOut) {
+  const auto manifest = readSets(
+      set("<Representation mimeType='video/mp4' width='wide' height='-5' frameRate='fast'><SegmentList>"
+          "<SegmentURL indexRange=''/><SegmentURL indexRange='-5'/><SegmentURL indexRange='x-y'/>"
+          "<SegmentURL indexRange='99999999999999999999-1'/><SegmentURL indexRange=' 5-6'/>"
+          "</SegmentList></Representation>"));
+  EXPECT_TRUE(manifest->video.hasSegmentList);
+  EXPECT_TRUE(manifest->video.indexOffsets.empty());
+  EXPECT_FALSE(manifest->width);
+  EXPECT_FALSE(manifest->height);
+  EXPECT_FALSE(manifest->frameRate.known());
+}
+
+struct RateText {
+  const char* text;
+  std::uint32_t numerator, denominator;
+};
+
+bool parses(const std::string& text) {
+  tinyxml2::XMLDocument document;
+  return ParseManifestDocument(text, document);
+}
+std::string attributes(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += " a" + std::to_string(i) + "='>'";
+  return text;
+}
+
+TEST(ManifestDocument, TakesElementsOfAsManyAttributesAsManifestsHaveAndNoMore) {
+  EXPECT_TRUE(parses("<MPD" + attributes(256) + "/>"));
+  EXPECT_FALSE(parses("<MPD" + attributes(257) + "/>"));
+  EXPECT_FALSE(parses("<MPD" + attributes(1000000) + "/>")) << "which the parser would compare pair by pair";
+  EXPECT_FALSE(
+      parses("<?xml version='1.0'?><!-- \" --><MPD><![CDATA[ \" ]]><a" + attributes(257) + "/></MPD>"));
+}
+
+TEST(ManifestDocument, CountsTheAttributesOfOneElementAndOfNothingElse) {
+  EXPECT_TRUE(parses("<MPD" + attributes(200) + "><a" + attributes(200) + "/></MPD>"));
+  EXPECT_TRUE(parses("<MPD><!--" + std::string(1000, '"') + "--></MPD>"));
+  EXPECT_TRUE(parses("<MPD>" + std::string(1000, '\'') + "</MPD>"));
+}
+
+TEST(ManifestDocument, WhatIsNotWellFormedIsNone) {
+  for (const char* text :
+       {"", " ", "<", "<MPD", "<MPD a", "<MPD a='", "<!--", "<?", "<![CDATA[", "<!", "<MPD>"}) {
+    EXPECT_FALSE(parses(text)) << text;
+  }
+  std::string deep;
+  for (int i = 0; i < 100000; ++i) deep += "<a>";
+  EXPECT_FALSE(parses(deep));
+  EXPECT_FALSE(parses(std::string(kMaxManifestBytes + 1, ' ')));
+}
+
+TEST(ParseFrameRate, TakesFractionsAndPlainNumbers) {
+  for (const RateText& c :
+       {RateText{"30000/1001", 30000, 1001}, RateText{"25", 25, 1}, RateText{"29.97", 2997, 100},
+        RateText{"24/1", 24, 1}, RateText{"59.940", 2997, 50}, RateText{"119.88/2", 2997, 50},
+        RateText{"50/2", 25, 1}}) {
+    const FrameRate rate = ParseFrameRate(c.text);
+    EXPECT_EQ(rate.numerator, c.numerator) << c.text;
+    EXPECT_EQ(rate.denominator, c.denominator) << c.text;
+  }
+}
+
+TEST(ParseFrameRate, WhatIsNoRateIsUnknown) {
+  for (const char* text : {"", "x", "25fps", "-25", "25/0", "0/1", "0", "1/2/3", "1e3", "nan", "25,0", "/",
+                           "25/", "99999999999999999999", "4294967296", "1.0000000001"}) {
+    EXPECT_FALSE(ParseFrameRate(text).known()) << text;
+  }
+  EXPECT_FALSE(ParseFrameRate(nullptr).known());
+}
+
+TEST(ParseFrameRate, DoesNotDependOnTheLocale) {
+  // Where the system has no locale with decimal commas, the first line changes nothing and the second holds.
+  std::setlocale(LC_ALL, "de_DE.UTF-8");
+  EXPECT_EQ(ParseFrameRate("29.97").numerator, 2997u);
+  std::setlocale(LC_ALL, "C");
+}
+
+}  // namespace
