@@ -1,6 +1,10 @@
 # What every room shares: warnings as errors in our own code, sanitizers when asked for.
 
 option(VL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+option(VL_FUZZ "Build the fuzz targets, and every room so that they see what it covers; needs Clang" OFF)
+if(VL_FUZZ AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  message(FATAL_ERROR "VL_FUZZ needs Clang")
+endif()
 
 # Not checked: the type of a function behind a pointer. Hosts declare the plug-in's exports in terms of their
 # own base class, and so do the tool and the tests.
@@ -13,5 +17,8 @@ function(vl_room target)
   if(VL_SANITIZE)
     target_compile_options(${target} PRIVATE ${VL_SANITIZERS} -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE ${VL_SANITIZERS})
+  endif()
+  if(VL_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
   endif()
 endfunction()

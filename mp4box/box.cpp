@@ -1,6 +1,14 @@
 // The life of a box.
 #include "box.h"
 
+#include <algorithm>
+
+void Mp4RootState::expectFragment(std::uint64_t bytes) {
+  constexpr std::uint64_t kMostExpected = 64 << 10;
+  fragmentBytes = std::min({bytes, lastFragmentBytes_, kMostExpected});
+  lastFragmentBytes_ = bytes;
+}
+
 unsigned Mp4BoxHeaderSize(const Mp4Box& box) {
   return 8u + (box.type == Mp4FourCc("uuid") ? 16u : 0u) + (box.shortsize == 1 ? 8u : 0u);
 }

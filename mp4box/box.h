@@ -3,11 +3,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 #include "fields.h"
 #include "fourcc.h"
 #include "stream.h"
+#include "window_stream.h"
 
 inline constexpr std::uint32_t MP4_ROOT = Mp4FourCc("root");
 
@@ -35,16 +38,26 @@ struct Mp4Box {
 // The record at a box, or null when it has none or one of another type.
 template <class Payload>
 Payload* Mp4PayloadOf(const Mp4Box* box) {
-  return box ? dynamic_cast<Payload*>(box->data) : nullptr;
+  static_assert(std::is_final_v<Payload>, "told by its exact type");
+  return box && box->data && typeid(*box->data) == typeid(Payload) ? static_cast<Payload*>(box->data)
+                                                                   : nullptr;
 }
 
 // The payload of the root: how far the top level has been read.
-struct Mp4RootState : Mp4Payload {
+struct Mp4RootState final : Mp4Payload {
   std::uint64_t nextOffset = 0;  // offset of the first top-level byte not yet read
   bool ended = false;            // nothing more can be read there
-  Mp4Box* at = nullptr;          // where the last look-up by offset stood
+  std::vector<Mp4Box*> boxes;    // the top level in file order
   std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, added up
+  Mp4Window window;              // what has been read ahead of the boxes
+  // How long the next fragment is expected to be: the shorter of the last two, within reason. Tracks in
+  // fragments of their own come in two lengths, and what is read in vain should be little.
+  std::uint64_t fragmentBytes = 0;
+  void expectFragment(std::uint64_t bytes);
   void fields(Mp4Fields&) override {}
+
+ private:
+  std::uint64_t lastFragmentBytes_ = 0;
 };
 
 struct Mp4BoxDeleter {

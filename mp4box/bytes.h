@@ -3,7 +3,9 @@
 
 #include <cstdint>
 
-inline std::uint16_t Mp4LoadU16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] << 8 | p[1]); }
+inline std::uint16_t Mp4LoadU16(const std::uint8_t* p) {
+  return static_cast<std::uint16_t>(p[0] << 8 | p[1]);
+}
 
 inline std::uint32_t Mp4LoadU24(const std::uint8_t* p) {
   return static_cast<std::uint32_t>(p[0]) << 16 | static_cast<std::uint32_t>(p[1]) << 8 | p[2];
@@ -18,4 +20,6 @@ inline std::uint64_t Mp4LoadU64(const std::uint8_t* p) {
 }
 
 // A 16.16 fixed-point value as a floating one.
-inline double Mp4Fixed16ToDouble(std::uint32_t value) { return value * 1.52587890625e-5; }
+inline double Mp4Fixed16ToDouble(std::uint32_t value) {
+  return value * 1.52587890625e-5;
+}

@@ -116,8 +116,10 @@ Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset) {
   if (!state) return nullptr;
   while (state->nextOffset <= offset && Mp4ReadNextBox(stream, root)) {
   }
-  Mp4Box* box = state->at && state->at->position <= offset ? state->at : root->first;
-  while (box && box->next && box->next->position <= offset) box = box->next;
-  state->at = box;
-  return box && box->position == offset ? box : nullptr;
+  const auto behind =
+      std::upper_bound(state->boxes.begin(), state->boxes.end(), offset,
+                       [](std::uint64_t at, const Mp4Box* box) { return at < box->position; });
+  if (behind == state->boxes.begin()) return nullptr;
+  Mp4Box* box = *std::prev(behind);
+  return box->position == offset ? box : nullptr;
 }

@@ -14,8 +14,12 @@
 #include "boxes/visual_entry.h"
 #include "bytes.h"
 #include "field_reader.h"
+#include "window_stream.h"
 
 namespace {
+
+// Size, type, 64-bit size and extended type.
+constexpr std::uint64_t kLongestHeader = 32;
 
 bool IsUnderRoot(const Mp4Box& box) {
   return box.father && box.father->type == MP4_ROOT;
@@ -45,6 +49,14 @@ class FileBytes {
 void Append(Mp4Box* father, Mp4Box* box) {
   (father->first ? father->last->next : father->first) = box;
   father->last = box;
+}
+
+// Notes a box of the top level. Returns false when memory is short.
+bool Remember(Mp4RootState& state, Mp4Box* box) try {
+  state.boxes.push_back(box);
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 // A box may reach past its father; what stands behind the father is then read once more as what it is
@@ -94,7 +106,7 @@ std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
 
 bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
   box = Mp4Box{};
-  std::array<std::uint8_t, 32> header{};
+  std::array<std::uint8_t, kLongestHeader> header{};
   const std::int64_t peeked = stream.peek(header.data(), header.size());
   if (peeked < 8) return false;
   box.position = stream.tell();
@@ -109,17 +121,14 @@ bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
   return box.size >= headerSize && box.size <= std::numeric_limits<std::uint64_t>::max() - box.position;
 }
 
-Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father) {
-  Mp4BoxPtr box(new (std::nothrow) Mp4Box);
-  if (!box || !Mp4ReadBoxHeader(stream, *box) || box->size == 0) return nullptr;
+Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father) try {
+  Mp4BoxPtr box(new Mp4Box);
+  if (!Mp4ReadBoxHeader(stream, *box) || box->size == 0) return nullptr;
   box->father = father;
-  if (!MayStand(stream, *box)) return nullptr;
-  try {
-    if (!Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  if (!MayStand(stream, *box) || !Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
   return box.release();
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 int Mp4SeekNextBox(Mp4Stream& stream, const Mp4Box& box) {
@@ -141,13 +150,19 @@ bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
 bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   auto* state = Mp4PayloadOf<Mp4RootState>(root);
   if (!state || state->ended) return false;
+  // A fragment as long as those before it comes in with one read, and the header behind it too.
+  Mp4WindowStream window(stream, state->window, root->size, state->fragmentBytes + kLongestHeader);
+  const bool inMemory = stream.view(state->nextOffset, 0) != nullptr;
+  Mp4Stream& source = inMemory ? stream : window;
   state->ended = true;
-  if (!stream.seek(state->nextOffset)) return false;
-  Mp4Box* box = Mp4ReadBox(stream, root);
-  if (!box) return false;
+  if (!source.seek(state->nextOffset)) return false;
+  Mp4BoxPtr read(Mp4ReadBox(source, root));
+  if (!read || !Remember(*state, read.get())) return false;
+  Mp4Box* box = read.release();
   Append(root, box);
+  if (box->type == Mp4FourCc("moof")) state->expectFragment(box->size);
   state->nextOffset = box->end();
-  state->ended = Mp4SeekNextBox(stream, *box) == 0;
+  state->ended = Mp4SeekNextBox(source, *box) == 0;
   return !state->ended;
 }
 
@@ -166,10 +181,13 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
   const std::uint64_t children = box.position + Mp4BoxHeaderSize(box);
   if (box.size <= Mp4BoxHeaderSize(box) + 8u) return true;
   if (IsTopLevel(box)) {
-    // As much of it as the file holds comes in with one read, where memory allows.
-    const std::uint64_t held = std::min(box.end(), std::max(stream.size(), box.position)) - box.position;
+    // As much of it as the file holds comes in with one read, where memory allows, and with it the header
+    // of the box behind it.
+    const std::uint64_t size = std::max(stream.size(), box.position);
+    const std::uint64_t held = std::min(box.end(), size) - box.position;
+    const std::uint64_t withNext = std::min(held + kLongestHeader, size - box.position);
     FileBytes bytes;
-    if (const std::uint8_t* data = bytes.get(stream, box.position, held)) {
+    if (const std::uint8_t* data = bytes.get(stream, box.position, withNext)) {
       Mp4MemoryStream memory(data, held, box.position);
       return memory.seek(children) && Mp4ReadChildren(memory, &box);
     }

@@ -13,7 +13,9 @@ std::uint32_t CMFFmp4::Close() {
   m_manifest.reset();
   m_videoPath.clear();
   m_audioHolders = {};
-  m_companionState = {};
+  m_companionNextExpected = QVR_NOT_SET;
+  for (const auto& track : m_audioTracks) track->closeDecoder();
+  m_audioTracks.clear();
   m_videoCursor = {};
   m_videoState = {};
   m_cc608 = {};

@@ -3,12 +3,14 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "audio_recording.h"
+#include "audio_track.h"
 #include "box.h"
 #include "caption_reader.h"
 #include "fragment_index.h"
@@ -23,6 +25,12 @@ inline constexpr std::uint32_t kFileTypeCode = 147;
 
 // Frames a second until a source or the host says otherwise, and where there is sound alone.
 inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
+
+// Audio tracks that one object reads.
+inline constexpr std::size_t kAudioTrackSlots = 64;
+
+// The defaults of a movie's tracks by track ID.
+using TrackDefaults = std::map<std::uint32_t, const mp4::TrackExtendsBox*>;
 
 class CMFFmp4 : public CAMediaFile {
  public:
@@ -84,15 +92,20 @@ class CMFFmp4 : public CAMediaFile {
 
   // track_setup.cpp: from the movie box to tracks, stream records and the nominal frame rate.
   std::uint32_t setUpTracks();
-  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, Mp4Box* movieExtends);
+  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults);
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
-  void setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track);
+  void setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track);
   std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
   std::uint32_t defaultDuration(const IndexedTrack& track);
 
-  // read.cpp
+  // read_audio.cpp
+  AudioTrack* audioTrackOf(std::uint32_t channel);
   std::uint32_t readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                           std::uint32_t mode, DFRAME* descriptor, void* extra);
+  std::uint32_t deliverAudio(AudioTrack& track, std::uint32_t frame, std::uint32_t count,
+                             std::uint64_t wanted, DFRAME& descriptor);
+
+  // read.cpp
   std::uint32_t readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                           std::uint32_t mode, DFRAME* descriptor);
   void setTimecodes(DFRAME& descriptor, std::uint32_t frame) const;
@@ -145,7 +158,9 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame that m_cc608 was last positioned for
   TrackCursor m_cc708Cursor;
   std::unique_ptr<CMFFmp4> m_companion;  // reads or writes the sound that stands in a file of its own
-  ChannelState m_companionState;
+  std::uint32_t m_companionNextExpected = QVR_NOT_SET;
+  std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one an audio track, in their order
+  std::vector<std::unique_ptr<AudioTrack>> m_audioTracks;
 
   // A recording.
   std::string m_videoPath;

@@ -22,6 +22,9 @@ inline constexpr char kConfigurationTooLong[] = "The codec configuration is too 
 
 // Reading.
 inline constexpr char kNoVideoChunkForFrame[] = "Unable to find correct video chunk for this frame";
+// Misspelt, and known to hosts so.
+inline constexpr char kNoAudioChunkForFrame[] = "Unable to find correct audio chunck for this frame";
+inline constexpr char kNoAudioChunkForSeek[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNo708ChunkForFrame[] = "Unable to find correct cc 708 chunk for this frame";
 inline constexpr char kBufferTooSmall[] = "The frame is larger than the buffer given for it";
 
@@ -46,6 +49,12 @@ inline void reportError(const char* text) {
 }
 inline void reportWarning(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_fmp4): %s\n", text);
+}
+inline void reportSeekFailure() {
+  ErrFmtOut(VL_LOG_ERROR, 0, 0, "ERROR(vlx_Fmp4): %s\n", kNoAudioChunkForSeek);
+}
+inline void reportShort(std::uint32_t delivered, std::uint32_t requested) {
+  ErrOut("Wrong samples returned %d requested %d", static_cast<int>(delivered), static_cast<int>(requested));
 }
 inline void reportRead(std::uint32_t status) {
   ErrOut("ReadFMP4(0x%lX)", static_cast<unsigned long>(status));

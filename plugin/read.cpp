@@ -26,7 +26,8 @@ std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint3
     case QVR_MODE_VIDEO:
       return guarded(VL_FAILED, [&] { return readVideo(frame, count, channelMask, mode, descriptor); });
     case QVR_MODE_AUDIO:
-      return readAudio(frame, count, channelMask, mode, descriptor, extra);
+      return guarded(VL_FAILED,
+                     [&] { return readAudio(frame, count, channelMask, mode, descriptor, extra); });
     default:
       return VL_OK;
   }
@@ -67,18 +68,6 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   return VL_OK;
 }
 
-// Sound in a file of its own is read from there.
-std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                                 std::uint32_t mode, DFRAME* descriptor, void* extra) {
-  if (m_companion) {
-    const std::uint32_t result = m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
-    if (descriptor) m_companionState.nextExpected = frame + count;
-    return result;
-  }
-  messages::reportRead(FMP4_E_NO_AUDIO);
-  return FMP4_E_NO_AUDIO;
-}
-
 // Timecodes count on from the file's start timecodes.
 void CMFFmp4::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
   descriptor.timecode = TCXlat(m_info.startTimecode, frame, m_info.timecodeRate);
@@ -96,7 +85,7 @@ std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
   descriptor.flags &= kHeaderOnlyKept;
   descriptor.sampleSize = cursor.sampleSize();
   descriptor.firstByte = 0;
-  const std::uint64_t offset = addSaturated(cursor.runOffset, cursor.sampleOffset);
+  const std::uint64_t offset = addSaturated(cursor.runOffset(), cursor.sampleOffset);
   if (descriptor.sampleSize != 0 &&
       ReadThroughWindow(*m_index, cursor, offset, 1, &descriptor.firstByte) < 0) {
     cursor.clear();

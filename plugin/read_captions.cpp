@@ -71,7 +71,7 @@ void CMFFmp4::takeCc708Sample(DFRAME& descriptor) {
   constexpr std::size_t kRoom = sizeof descriptor.captions - kDistributionStart;
   std::array<std::uint8_t, kBoxHeader + kRoom> sample;
   const std::size_t held = std::min<std::size_t>(m_cc708Cursor.sampleSize(), sample.size());
-  const std::uint64_t offset = addSaturated(m_cc708Cursor.runOffset, m_cc708Cursor.sampleOffset);
+  const std::uint64_t offset = addSaturated(m_cc708Cursor.runOffset(), m_cc708Cursor.sampleOffset);
   if (held <= kBoxHeader || ReadThroughWindow(*m_index, m_cc708Cursor, offset, held, sample.data()) < 0)
     return;
   const std::uint32_t boxSize = Mp4LoadU32(sample.data());

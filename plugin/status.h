@@ -4,6 +4,7 @@
 #include <cstdint>
 
 inline constexpr std::uint32_t FMP4_E_NO_AUDIO = 0xE8021001u;
+inline constexpr std::uint32_t FMP4_E_DURATION = 0xFFFFFFFEu;  // a sample's duration is refused
 inline constexpr std::uint32_t FMP4_E_NO_STREAM_HOLDER = 0xE8022007u;
 inline constexpr std::uint32_t FMP4_E_NO_VIDEO_HOLDER = 0xE8022020u;
 inline constexpr std::uint32_t FMP4_E_NO_SUCH_CHANNEL = 0xE802300Fu;

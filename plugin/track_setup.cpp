@@ -38,13 +38,13 @@ constexpr std::uint32_t reversed(std::uint32_t fourcc) {
   return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
 }
 
-const mp4::TrackExtendsBox* findTrackExtends(Mp4Box* movieExtends, std::uint32_t trackId) {
-  if (!movieExtends) return nullptr;
-  for (const Mp4Box* child = movieExtends->first; child; child = child->next) {
-    const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child);
-    if (trex && trex->trackId == trackId) return trex;
+// The track defaults of a movie by track ID, the first of each counting.
+TrackDefaults readTrackDefaults(const Mp4Box* movieExtends) {
+  TrackDefaults defaults;
+  for (const Mp4Box* child = movieExtends ? movieExtends->first : nullptr; child; child = child->next) {
+    if (const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child)) defaults.emplace(trex->trackId, trex);
   }
-  return nullptr;
+  return defaults;
 }
 
 }  // namespace
@@ -52,23 +52,24 @@ const mp4::TrackExtendsBox* findTrackExtends(Mp4Box* movieExtends, std::uint32_t
 std::uint32_t CMFFmp4::setUpTracks() {
   Mp4Box* movie = Mp4BoxGet(m_stream.get(), m_root.get(), false, "moov");
   if (!movie) return VL_OK;
-  Mp4Box* movieExtends = Mp4BoxChild(movie, Mp4FourCc("mvex"));
+  const TrackDefaults defaults = readTrackDefaults(Mp4BoxChild(movie, Mp4FourCc("mvex")));
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
-    if (const std::uint32_t result = setUpTrack(trak, i + 1, movieExtends); result != VL_OK) return result;
+    if (const std::uint32_t result = setUpTrack(trak, i + 1, defaults); result != VL_OK) return result;
   }
   return VL_OK;
 }
 
-std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, Mp4Box* movieExtends) {
+std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults) {
   const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, Mp4FourCc("tkhd")));
-  const Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
+  Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
   if (!sampleEntry) return VL_OK;
   IndexedTrack track;
   track.trackId = header ? header->trackId : ordinal;
   if (const auto* media = Mp4PayloadOf<mp4::MediaHeaderBox>(Mp4BoxGet(nullptr, trak, true, "mdia/mdhd"))) {
     track.timescale = media->timescale;
   }
-  track.trex = findTrackExtends(movieExtends, track.trackId);
+  const auto extends = defaults.find(track.trackId);
+  if (extends != defaults.end()) track.trex = extends->second;
 
   switch (sampleEntry->type) {
     case kAvc1:
@@ -151,9 +152,9 @@ std::uint32_t CMFFmp4::defaultDuration(const IndexedTrack& track) {
   }
 }
 
-void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
+void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   const auto* entry = Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry);
-  if (!entry) return;
+  if (!entry || m_audioTracks.size() >= kAudioTrackSlots) return;
   QVRSTREAM* holder = m_AllocAStream();
   if (!holder) {
     ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
@@ -163,7 +164,9 @@ void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   QVRWAVE& wave = audio.wave;
   wave.channels = entry->channelCount;
   wave.bitsPerSample = entry->sampleSize;
+  std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
   wave.samplesPerSecond = entry->sampleRate >> 16;
+  if (wave.samplesPerSecond == 0) wave.samplesPerSecond = ConfiguredSampleRate(configuration);
   const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
   // Intended: AC-3 keeps the block of one channel, and takes its buffer from the description's rate.
   const bool ac3 = sampleEntry->type == kAc3;
@@ -184,6 +187,8 @@ void CMFFmp4::setUpAudio(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   }
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = audio;
+  VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];
+  m_audioTracks.push_back(std::make_unique<AudioTrack>(track, *holder, decoder, std::move(configuration)));
   if (!m_tracks[kAudioTrack].present()) {
     m_tracks[kAudioTrack] = track;
     m_audio = audio;

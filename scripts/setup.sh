@@ -8,6 +8,7 @@ packages=(
   cmake ninja-build pkg-config ccache clang-format
   libgtest-dev libgmock-dev libbenchmark-dev
   libtinyxml2-dev libcli11-dev nlohmann-json3-dev libhwy-dev zlib1g-dev
+  locales  # one with decimal commas
   ffmpeg mediainfo faad  # make the tests' media and bear witness; run as programs only
 )
 

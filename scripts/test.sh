@@ -40,6 +40,17 @@ run_tests() {
   ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure --output-log "build/$1/tests.log"
 }
 
+# fuzz TARGET DICTIONARY CORPUS...: a short look for inputs that crash, hang or eat memory; what it finds new is
+# left under build/asan/fuzz.
+fuzz() {
+  local target=$1 dictionary=$2 folder=build/asan/fuzz/$1
+  shift 2
+  rm -rf "$folder"
+  mkdir -p "$folder/new"
+  "build/asan/bin/fuzz_$target" -seed=1 -max_total_time=20 -timeout=10 -rss_limit_mb=1024 -verbosity=0 \
+    -print_final_stats=1 -dict="$dictionary" -artifact_prefix="$folder/" "$folder/new" "$@"
+}
+
 step "packages" scripts/setup.sh
 step "format" check_format
 step "headers" check_headers
@@ -48,6 +59,9 @@ for preset in dev asan; do
   step "build $preset" cmake --build --preset "$preset" -j "$(nproc)"
   step "tests $preset" run_tests "$preset"
 done
+step "fuzz boxes" fuzz box fuzz/boxes.dict fuzz/seeds/box
+step "fuzz manifests" fuzz manifest fuzz/manifest.dict fuzz/seeds/manifest
+step "fuzz files" fuzz file fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)

@@ -35,7 +35,7 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
       size > trackBytes - static_cast<std::uint64_t>(place)) {
     return -1;
   }
-  const std::uint64_t offset = addSaturated(cursor.runOffset, static_cast<std::uint64_t>(place));
+  const std::uint64_t offset = addSaturated(cursor.runOffset(), static_cast<std::uint64_t>(place));
   const std::uint64_t fileSize = index.stream().size();
   if (offset > fileSize || size > fileSize - offset) return -1;
   try {

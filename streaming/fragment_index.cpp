@@ -89,36 +89,35 @@ void FragmentIndex::countSamples(FragmentEntry& entry) {
 
 Mp4Box* FragmentIndex::boxAt(std::uint64_t offset) {
   if (Mp4Box* box = Mp4BoxAt(stream_, root_, offset)) return box;
-  if (!stream_.seek(offset)) return nullptr;
+  if (const auto own = ownBoxes_.find(offset); own != ownBoxes_.end()) return own->second.get();
+  Mp4Box header;
+  if (!stream_.seek(offset) || !Mp4ReadBoxHeader(stream_, header)) return nullptr;
+  const std::uint64_t size = stream_.size();
+  ownBytes_ = addSaturated(ownBytes_, std::min(header.end(), size) - std::min(offset, size));
+  if (ownBytes_ > size) return nullptr;
   Mp4BoxPtr box(Mp4ReadBox(stream_, root_));
   if (!box) return nullptr;
-  ownBoxes_.push_back(std::move(box));
-  return ownBoxes_.back().get();
+  return (ownBoxes_[offset] = std::move(box)).get();
 }
 
 // `readable` tells whether a box could be read at `start`. Returns false when memory is short.
 bool FragmentIndex::addFragmentsInRange(std::uint64_t start, std::uint64_t end, bool& readable) {
   readable = true;
-  // Several indexes of one file (one a track) lead to the same fragments: what has been walked is passed.
-  auto covering = walked_.upper_bound(start);
-  if (covering != walked_.begin() && std::prev(covering)->second > start) start = std::prev(covering)->second;
   std::uint64_t position = start;
   while (position < end) {
+    // Several indexes of one file (one a track) lead to the same fragments: what has been walked is passed.
+    if (const std::uint64_t walked = walked_.endOf(position); walked > position) {
+      position = walked;
+      continue;
+    }
     Mp4Box* box = boxAt(position);
     if (!box) {
       readable = position != start;
       break;
     }
     if (box->type == kMoof && AddFragment(box) < 0) return false;
+    walked_.add(position, box->end());
     position = box->end();
-  }
-  if (position > start) {
-    const auto previous = walked_.upper_bound(start);
-    if (previous != walked_.begin() && std::prev(previous)->second == start) {
-      std::prev(previous)->second = position;
-    } else {
-      walked_[start] = position;
-    }
   }
   return true;
 }
@@ -138,22 +137,26 @@ int FragmentIndex::AddFragmentsFromSidx(const Mp4Box* sidx) {
 }
 
 int FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
+  if (!indexOffsets_.insert(fileOffset).second) return 0;
   const Mp4Box* box = boxAt(fileOffset);
   return box ? AddFragmentsFromSidx(box) : -1;
 }
 
 int FragmentIndex::Build() {
-  for (std::uint32_t i = 0;; ++i) {
-    const Mp4Box* sidx = Mp4BoxGet(&stream_, root_, false, "sidx[%lu]", static_cast<unsigned long>(i));
-    if (!sidx) break;
-    if (Mp4PayloadOf<mp4::SegmentIndexBox>(sidx) && AddFragmentsFromSidx(sidx) < 0) return -1;
+  for (const Mp4Box* box = root_->first; box; box = nextTopLevel(box)) {
+    if (Mp4PayloadOf<mp4::SegmentIndexBox>(box) && AddFragmentsFromSidx(box) < 0) return -1;
   }
   if (!empty()) return 0;
-  for (std::uint32_t i = 0;; ++i) {
-    Mp4Box* moof = Mp4BoxGet(&stream_, root_, false, "moof[%lu]", static_cast<unsigned long>(i));
-    if (!moof) return 0;
-    if (AddFragment(moof) < 0) return -1;
+  for (Mp4Box* box = root_->first; box; box = nextTopLevel(box)) {
+    if (box->type == kMoof && AddFragment(box) < 0) return -1;
   }
+  return 0;
+}
+
+// The top-level box behind another, read from the file when the tree does not reach that far.
+Mp4Box* FragmentIndex::nextTopLevel(const Mp4Box* box) {
+  if (!box->next) Mp4ReadNextBox(stream_, root_);
+  return box->next;
 }
 
 void FragmentIndex::settle() {

@@ -1,12 +1,15 @@
 // The fragment index: where each movie fragment of a file is, and how much of each track it carries.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <vector>
 
 #include "box.h"
+#include "file_ranges.h"
 #include "frame_rate.h"
 #include "track_fragment.h"
 
@@ -49,7 +52,8 @@ class FragmentIndex {
   // Adds every fragment that starts inside a reference of `sidx`. A reference at which no box can be read
   // ends the walk quietly. Returns 0, or -1 for a `sidx` without payload or when memory is short.
   int AddFragmentsFromSidx(const Mp4Box* sidx);
-  // Adds the fragments of the `sidx` at a file offset. Returns -1 when no box can be read there.
+  // Adds the fragments of the `sidx` at a file offset; those of an offset given before are there already.
+  // Returns -1 when no box can be read there.
   int AddFragmentsAt(std::uint64_t fileOffset);
   // Builds the index of a whole file from its top-level `sidx` boxes, or from its `moof` boxes where there
   // is no `sidx` or none of them leads to a fragment. Returns 0 or -1.
@@ -79,8 +83,11 @@ class FragmentIndex {
   const IndexedTrack& track(TrackRole role) const { return tracks_[role]; }
   const FrameRate& frameRate() const { return frameRate_; }
   Mp4Stream& stream() const { return stream_; }
-  // Size of the largest video sample in bytes.
-  std::uint32_t largestVideoSample() const { return largestVideoSample_; }
+  // Size of the largest video sample in bytes; where one claims more than the file has, the file's size, so
+  // that no buffer made for it is larger.
+  std::uint32_t largestVideoSample() const {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(largestVideoSample_, root_->size));
+  }
 
  private:
   struct Slot {
@@ -88,8 +95,10 @@ class FragmentIndex {
     FragmentEntry entry;
   };
 
-  // The top-level box at an offset: from the tree, or read afresh and then owned by the index.
+  // The top-level box at an offset: from the tree, or read afresh and then owned by the index. The latter may
+  // add up to as many bytes as the file has: offsets named by an index or a manifest may be any, and many.
   Mp4Box* boxAt(std::uint64_t offset);
+  Mp4Box* nextTopLevel(const Mp4Box* box);
   void locateMediaData(FragmentEntry& entry);
   void countSamples(FragmentEntry& entry);
   bool addFragmentsInRange(std::uint64_t start, std::uint64_t end, bool& readable);
@@ -107,6 +116,8 @@ class FragmentIndex {
   bool settled_ = true;
   std::uint32_t fragmentCount_ = 0;
   std::uint32_t largestVideoSample_ = 0;
-  std::vector<Mp4BoxPtr> ownBoxes_;
-  std::map<std::uint64_t, std::uint64_t> walked_;  // file ranges whose fragments have been added: start, end
+  std::map<std::uint64_t, Mp4BoxPtr> ownBoxes_;  // by offset
+  std::uint64_t ownBytes_ = 0;
+  FileRanges walked_;                     // whose fragments have been added
+  std::set<std::uint64_t> indexOffsets_;  // given to AddFragmentsAt
 };

@@ -11,7 +11,7 @@ namespace {
 // Enough to make small samples cheap, little enough to stay in the processor's cache.
 constexpr std::size_t kWindowBytes = 256 * 1024;
 // Samples from this size on go straight to their destination.
-constexpr std::uint64_t kDirectBytes = 64 * 1024;
+constexpr std::uint64_t kDirectBytes = 16 * 1024;
 
 // The file offset that a run's data offset stands for. It counts from the base data offset where `tfhd`
 // carries one. Otherwise it counts from the start of the `moof`, and one that does not reach behind the
@@ -29,21 +29,25 @@ std::uint64_t runStart(const FragmentEntry& entry, const mp4::TrackFragmentHeade
   return base >= back ? base - back : ~std::uint64_t{0};
 }
 
-// A run without a data offset continues where the run before it ends; the first one starts at the base, or
-// at the media data's first payload byte.
-std::uint64_t startOfRun(const FragmentEntry& entry, const TrackCursor& cursor, std::uint32_t trunIndex) {
-  std::uint32_t anchor = trunIndex;
-  while (anchor > 0 && !cursor.truns[anchor]->hasDataOffset()) --anchor;
-  const mp4::TrackRunBox& run = *cursor.truns[anchor];
+// Where each run's first byte stands. A run without a data offset continues where the run before it ends; the
+// first one starts at the base, or at the media data's first payload byte.
+std::vector<std::uint64_t> startsOfRuns(const FragmentEntry& entry, const TrackFragment& fragment,
+                                        const SampleDefaults& defaults) {
   constexpr std::int32_t kMdatHeader = 8;
-  const bool placed =
-      run.hasDataOffset() || (cursor.tfhd->flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset);
-  std::uint64_t start = runStart(entry, *cursor.tfhd, placed ? run.dataOffset : kMdatHeader);
-  for (; anchor < trunIndex; ++anchor) {
-    const mp4::TrackRunBox& before = *cursor.truns[anchor];
-    start = addSaturated(start, SizeOfSamples(before, before.sampleCount, cursor.defaults));
+  std::vector<std::uint64_t> starts;
+  starts.reserve(fragment.truns.size());
+  const mp4::TrackRunBox* before = nullptr;
+  for (const mp4::TrackRunBox* run : fragment.truns) {
+    if (before && !run->hasDataOffset()) {
+      starts.push_back(addSaturated(starts.back(), SizeOfSamples(*before, before->sampleCount, defaults)));
+    } else {
+      const bool placed =
+          run->hasDataOffset() || (fragment.tfhd->flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset);
+      starts.push_back(runStart(entry, *fragment.tfhd, placed ? run->dataOffset : kMdatHeader));
+    }
+    before = run;
   }
-  return start;
+  return starts;
 }
 
 }  // namespace
@@ -56,6 +60,7 @@ void TrackCursor::clear() {
   windowFill = 0;
   tfdt = nullptr;
   truns.clear();
+  runOffsets.clear();
   trunIndex = 0;
 }
 
@@ -87,15 +92,18 @@ int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_
     return -1;
   }
 
-  cursor.moof = entry->moof;
-  cursor.fragmentIndex = fragmentIndex;
   if (!sameFragment) {
+    // Nothing stays of the former fragment, should memory end here.
+    cursor.truns.clear();
     TrackFragment fragment = ReadTrackFragment(entry->moof, cursor.trackId);
     cursor.tfhd = fragment.tfhd;
     cursor.tfdt = fragment.tfdt;
-    cursor.truns = std::move(fragment.truns);
     cursor.defaults = SampleDefaults(cursor.tfhd, cursor.trex);
+    cursor.runOffsets = startsOfRuns(*entry, fragment, cursor.defaults);
+    cursor.truns = std::move(fragment.truns);
   }
+  cursor.moof = entry->moof;
+  cursor.fragmentIndex = fragmentIndex;
   if (!loadData) {
     cursor.data.reset();
     cursor.dataCapacity = 0;
@@ -112,7 +120,6 @@ int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_
   cursor.trunIndex = trunIndex;
   cursor.sampleIndex = 0;
   cursor.sampleOffset = 0;
-  if (trunIndex < cursor.truns.size()) cursor.runOffset = startOfRun(*entry, cursor, trunIndex);
   return 0;
 }
 
@@ -131,7 +138,7 @@ Advance AdvanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor) {
 }
 
 int ReadSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination) {
-  return ReadThroughWindow(index, cursor, addSaturated(cursor.runOffset, cursor.sampleOffset),
+  return ReadThroughWindow(index, cursor, addSaturated(cursor.runOffset(), cursor.sampleOffset),
                            cursor.sampleSize(), destination);
 }
 

@@ -18,6 +18,7 @@ struct TrackCursor {
   const mp4::TrackExtendsBox* trex = nullptr;
   const mp4::TrackFragmentDecodeTimeBox* tfdt = nullptr;
   std::vector<const mp4::TrackRunBox*> truns;
+  std::vector<std::uint64_t> runOffsets;  // file offset of each run's first byte
   std::uint32_t trackId = kNoTrack;
   std::uint32_t trunIndex = 0;    // current run in `truns`
   std::uint32_t sampleIndex = 0;  // current sample in that run; the run's sample count behind its last
@@ -27,7 +28,6 @@ struct TrackCursor {
   // sample's first frame for CEA-608.
   std::uint64_t position = 0;
   SampleDefaults defaults{nullptr, nullptr};
-  std::uint64_t runOffset = 0;     // file offset of the current run's first byte
   std::uint64_t sampleOffset = 0;  // bytes of the run before the current sample
   std::uint64_t windowOffset = 0;  // file offset of data[0]
   std::size_t windowFill = 0;      // bytes of `data` in use
@@ -35,6 +35,8 @@ struct TrackCursor {
   // Whether a fragment is loaded with its data window.
   bool loaded() const { return moof && tfhd && data && !truns.empty(); }
   const mp4::TrackRunBox& run() const { return *truns[trunIndex]; }
+  // File offset of the current run's first byte.
+  std::uint64_t runOffset() const { return runOffsets[trunIndex]; }
   // Whether the cursor stands behind its run's last sample.
   bool atRunEnd() const { return sampleIndex >= run().sampleCount; }
   std::uint32_t sampleSize() const { return SampleSize(run(), sampleIndex, defaults); }

@@ -6,7 +6,7 @@
 
 namespace mp4 {
 
-struct AudioSampleEntry : Mp4Payload {
+struct AudioSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
   // QuickTime's fields where ISO/IEC 14496-12 reserves 8 bytes.
   std::uint16_t version = 0;

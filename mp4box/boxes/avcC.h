@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct AVCConfigurationBox : Mp4Payload {
+struct AVCConfigurationBox final : Mp4Payload {
   std::vector<std::uint8_t> record;  // as stored
 
   // The record's first fields; 0 where it is too short.

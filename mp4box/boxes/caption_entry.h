@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct CaptionSampleEntry : Mp4Payload {
+struct CaptionSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
 
   void fields(Mp4Fields& f) override {

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ChapterReferenceBox : Mp4Payload {
+struct ChapterReferenceBox final : Mp4Payload {
   std::vector<std::uint32_t> trackIds;
 
   void fields(Mp4Fields& f) override {

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ChapterListBox : Mp4FullBox {
+struct ChapterListBox final : Mp4FullBox {
   struct Chapter {
     std::uint64_t start = 0;  // 100 ns
     std::string title;        // at most 255 bytes of UTF-8

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct CompressedMovieBox : Mp4Payload {
+struct CompressedMovieBox final : Mp4Payload {
   void fields(Mp4Fields&) override {}
 };
 

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct CompressedMovieDataBox : Mp4Payload {
+struct CompressedMovieDataBox final : Mp4Payload {
   std::uint32_t uncompressedSize = 0;  // bytes
   std::vector<std::uint8_t> data;
 

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct CopyrightBox : Mp4FullBox {
+struct CopyrightBox final : Mp4FullBox {
   std::uint16_t language = 0;  // ISO 639-2, three letters less 0x60 in 5 bits each
   std::string notice;  // as stored: UTF-8, or UTF-16 behind a byte order mark; the ending zero included
 

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct CompositionOffsetBox : Mp4FullBox {
+struct CompositionOffsetBox final : Mp4FullBox {
   struct Entry {
     std::uint32_t sampleCount = 0;
     std::int64_t sampleOffset = 0;  // ticks, 32 bits: unsigned in version 0, signed in version 1

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct AC3SpecificBox : Mp4Payload {
+struct AC3SpecificBox final : Mp4Payload {
   std::uint32_t fscod = 0;
   std::uint32_t bsid = 0;
   std::uint32_t bsmod = 0;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct DataCompressionBox : Mp4Payload {
+struct DataCompressionBox final : Mp4Payload {
   std::uint32_t algorithm = 0;  // "zlib" and others
 
   void fields(Mp4Fields& f) override { f.fourcc("algorithm", algorithm); }

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct DataReferenceBox : Mp4FullBox {
+struct DataReferenceBox final : Mp4FullBox {
   std::uint32_t entryCount = 0;
 
   void fields(Mp4Fields& f) override {

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct EditListBox : Mp4FullBox {
+struct EditListBox final : Mp4FullBox {
   struct Entry {
     std::uint64_t segmentDuration = 0;  // ticks of the movie's timescale
     std::int64_t mediaTime = 0;         // ticks of the media's timescale; -1: an empty edit

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct EndianBox : Mp4Payload {
+struct EndianBox final : Mp4Payload {
   std::uint16_t littleEndian = 0;  // 1: little-endian, 0: big-endian
 
   void fields(Mp4Fields& f) override { f.u16("littleEndian", littleEndian); }

@@ -19,7 +19,7 @@ struct DecoderConfigDescriptor {
   std::vector<std::uint8_t> extension;            // descriptors behind it, as stored
 };
 
-struct ESDBox : Mp4FullBox {
+struct ESDBox final : Mp4FullBox {
   std::uint16_t esId = 0;
   std::uint8_t esFlags = 0;  // streamDependenceFlag, URL_Flag, OCRstreamFlag, streamPriority 5 bits
   // Read when the flags say so; written when held, whatever the flags say.

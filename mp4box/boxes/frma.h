@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct OriginalFormatBox : Mp4Payload {
+struct OriginalFormatBox final : Mp4Payload {
   std::uint32_t dataFormat = 0;
 
   void fields(Mp4Fields& f) override { f.fourcc("data_format", dataFormat); }

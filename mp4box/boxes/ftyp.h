@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct FileTypeBox : Mp4Payload {
+struct FileTypeBox final : Mp4Payload {
   std::uint32_t majorBrand = 0;
   std::uint32_t minorVersion = 0;
   std::vector<std::uint32_t> compatibleBrands;

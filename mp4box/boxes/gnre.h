@@ -6,7 +6,7 @@
 
 namespace mp4 {
 
-struct GenreBox : Mp4Payload {
+struct GenreBox final : Mp4Payload {
   ItemDataHeader data;
   std::uint16_t genre = 0;  // ID3v1 genre plus 1
 

@@ -7,7 +7,7 @@
 
 namespace mp4 {
 
-struct HandlerBox : Mp4FullBox {
+struct HandlerBox final : Mp4FullBox {
   std::uint32_t preDefined = 0;  // QuickTime: the component type
   std::uint32_t handlerType = 0;
   std::array<std::uint32_t, 3> reserved = {};  // QuickTime: manufacturer, flags, flags mask

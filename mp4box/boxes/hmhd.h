@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct HintMediaHeaderBox : Mp4FullBox {
+struct HintMediaHeaderBox final : Mp4FullBox {
   std::uint16_t maxPduSize = 0;  // bytes
   std::uint16_t avgPduSize = 0;  // bytes
   std::uint32_t maxBitrate = 0;  // bits a second

@@ -6,7 +6,7 @@
 
 namespace mp4 {
 
-struct ObjectDescriptorBox : Mp4FullBox {
+struct ObjectDescriptorBox final : Mp4FullBox {
   std::uint8_t tag = 0;  // 0x10, an initial object descriptor, or 0x11
   DescriptorLength length;
   std::uint32_t objectDescriptorId = 0;

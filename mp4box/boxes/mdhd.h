@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct MediaHeaderBox : Mp4FullBox {
+struct MediaHeaderBox final : Mp4FullBox {
   std::uint64_t creationTime = 0;      // seconds since 1904-01-01
   std::uint64_t modificationTime = 0;  // seconds since 1904-01-01
   std::uint32_t timescale = 0;         // ticks a second

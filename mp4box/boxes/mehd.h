@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct MovieExtendsHeaderBox : Mp4FullBox {
+struct MovieExtendsHeaderBox final : Mp4FullBox {
   std::uint64_t fragmentDuration = 0;  // ticks of the movie's timescale
 
   void fields(Mp4Fields& f) override {

@@ -6,7 +6,7 @@
 
 namespace mp4 {
 
-struct MetaBox : Mp4FullBox {
+struct MetaBox final : Mp4FullBox {
   bool plain = false;  // QuickTime: no version and flags, the children come at once
 
   void fields(Mp4Fields& f) override {

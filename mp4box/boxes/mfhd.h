@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct MovieFragmentHeaderBox : Mp4FullBox {
+struct MovieFragmentHeaderBox final : Mp4FullBox {
   std::uint32_t sequenceNumber = 0;
 
   void fields(Mp4Fields& f) override {

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct MovieFragmentRandomAccessOffsetBox : Mp4FullBox {
+struct MovieFragmentRandomAccessOffsetBox final : Mp4FullBox {
   std::uint32_t size = 0;  // bytes of the enclosing "mfra"
 
   void fields(Mp4Fields& f) override {

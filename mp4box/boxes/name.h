@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct NameBox : Mp4Payload {
+struct NameBox final : Mp4Payload {
   std::string name;  // as stored
 
   void fields(Mp4Fields& f) override { f.restCharacters("name", name); }

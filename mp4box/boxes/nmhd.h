@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct NullMediaHeaderBox : Mp4FullBox {
+struct NullMediaHeaderBox final : Mp4FullBox {
   void fields(Mp4Fields& f) override { fullBox(f); }
 };
 

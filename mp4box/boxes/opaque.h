@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct OpaqueBox : Mp4Payload {
+struct OpaqueBox final : Mp4Payload {
   void fields(Mp4Fields&) override {}
 };
 

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct PaddingBitsBox : Mp4FullBox {
+struct PaddingBitsBox final : Mp4FullBox {
   std::uint32_t sampleCount = 0;
   // Two samples a byte, the first in the high half: a reserved bit and the count of padding bits (0 to 7).
   std::vector<std::uint8_t> pads;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct PixelAspectRatioBox : Mp4Payload {
+struct PixelAspectRatioBox final : Mp4Payload {
   std::uint32_t hSpacing = 0;
   std::uint32_t vSpacing = 0;
 

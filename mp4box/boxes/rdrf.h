@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ReferenceMovieDataReferenceBox : Mp4FullBox {
+struct ReferenceMovieDataReferenceBox final : Mp4FullBox {
   std::uint32_t referenceType = 0;      // "url ", "alis"
   std::vector<std::uint8_t> reference;  // its size is stored ahead of it
 

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ReferenceMovieDataRateBox : Mp4FullBox {
+struct ReferenceMovieDataRateBox final : Mp4FullBox {
   std::uint32_t dataRate = 0;  // hundreds of bits a second
 
   void fields(Mp4Fields& f) override {

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ReferenceMovieQualityBox : Mp4Payload {
+struct ReferenceMovieQualityBox final : Mp4Payload {
   std::uint32_t quality = 0;
 
   void fields(Mp4Fields& f) override { f.u32("quality", quality); }

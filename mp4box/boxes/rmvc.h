@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ReferenceMovieVersionCheckBox : Mp4FullBox {
+struct ReferenceMovieVersionCheckBox final : Mp4FullBox {
   std::uint32_t softwarePackage = 0;
   std::uint32_t softwareVersion = 0;
   std::uint32_t mask = 0;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SampleDependencyTypeBox : Mp4FullBox {
+struct SampleDependencyTypeBox final : Mp4FullBox {
   // One byte a sample: is_leading, sample_depends_on, sample_is_depended_on, sample_has_redundancy, 2 bits
   // each.
   std::vector<std::uint8_t> samples;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SegmentIndexBox : Mp4FullBox {
+struct SegmentIndexBox final : Mp4FullBox {
   struct Reference {
     std::uint32_t referenceType = 0;   // 1 bit; 1: to another segment index
     std::uint32_t referencedSize = 0;  // 31 bits, bytes

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SkipCryptBox : Mp4Payload {
+struct SkipCryptBox final : Mp4Payload {
   std::uint32_t initialBytes = 0;    // clear, at the start
   std::uint32_t encryptedBytes = 0;  // then these two in turn
   std::uint32_t clearBytes = 0;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ChunkOffsetBox : Mp4FullBox {
+struct ChunkOffsetBox final : Mp4FullBox {
   std::vector<std::uint32_t> chunkOffsets;  // file offsets
 
   void fields(Mp4Fields& f) override {
@@ -16,7 +16,7 @@ struct ChunkOffsetBox : Mp4FullBox {
   }
 };
 
-struct ChunkLargeOffsetBox : Mp4FullBox {
+struct ChunkLargeOffsetBox final : Mp4FullBox {
   std::vector<std::uint64_t> chunkOffsets;  // file offsets
 
   void fields(Mp4Fields& f) override {

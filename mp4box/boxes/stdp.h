@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct DegradationPriorityBox : Mp4FullBox {
+struct DegradationPriorityBox final : Mp4FullBox {
   std::vector<std::uint16_t> priorities;
 
   void fields(Mp4Fields& f) override {

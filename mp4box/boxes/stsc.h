@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SampleToChunkBox : Mp4FullBox {
+struct SampleToChunkBox final : Mp4FullBox {
   struct Entry {
     std::uint32_t firstChunk = 0;
     std::uint32_t samplesPerChunk = 0;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SampleDescriptionBox : Mp4FullBox {
+struct SampleDescriptionBox final : Mp4FullBox {
   std::uint32_t entryCount = 0;
 
   void fields(Mp4Fields& f) override {

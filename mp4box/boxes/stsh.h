@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct ShadowSyncSampleBox : Mp4FullBox {
+struct ShadowSyncSampleBox final : Mp4FullBox {
   struct Entry {
     std::uint32_t shadowedSampleNumber = 0;
     std::uint32_t syncSampleNumber = 0;

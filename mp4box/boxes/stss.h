@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SyncSampleBox : Mp4FullBox {
+struct SyncSampleBox final : Mp4FullBox {
   std::vector<std::uint32_t> sampleNumbers;  // from 1
 
   void fields(Mp4Fields& f) override {

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct SampleSizeBox : Mp4FullBox {
+struct SampleSizeBox final : Mp4FullBox {
   std::uint32_t sampleSize = 0;   // bytes, the size of every sample; 0: each has its own
   std::uint32_t sampleCount = 0;  // follows `entrySizes` when there are any
   std::vector<std::uint32_t> entrySizes;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct TimeToSampleBox : Mp4FullBox {
+struct TimeToSampleBox final : Mp4FullBox {
   struct Entry {
     std::uint32_t sampleCount = 0;
     std::uint32_t sampleDelta = 0;  // ticks

@@ -10,7 +10,7 @@
 
 namespace mp4 {
 
-struct TextSampleEntry : Mp4Payload {
+struct TextSampleEntry final : Mp4Payload {
   std::optional<TimedTextSampleEntry> timedText;  // held: it stands for all of the following
   std::uint16_t dataReferenceIndex = 0;
   std::uint32_t displayFlags = 0;

@@ -9,7 +9,7 @@
 
 namespace mp4 {
 
-struct TextItem : Mp4Payload {
+struct TextItem final : Mp4Payload {
   std::optional<ItemDataHeader> data;  // held: the text is the value of a "data" box
   std::uint16_t language = 0;          // user data text only
   std::string text;

@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct TrackFragmentDecodeTimeBox : Mp4FullBox {
+struct TrackFragmentDecodeTimeBox final : Mp4FullBox {
   std::uint64_t baseMediaDecodeTime = 0;  // ticks
 
   void fields(Mp4Fields& f) override {

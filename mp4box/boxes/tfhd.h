@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct TrackFragmentHeaderBox : Mp4FullBox {
+struct TrackFragmentHeaderBox final : Mp4FullBox {
   static constexpr std::uint32_t kBaseDataOffset = 0x000001;
   static constexpr std::uint32_t kSampleDescriptionIndex = 0x000002;
   static constexpr std::uint32_t kDefaultSampleDuration = 0x000008;

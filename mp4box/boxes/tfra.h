@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct TrackFragmentRandomAccessBox : Mp4FullBox {
+struct TrackFragmentRandomAccessBox final : Mp4FullBox {
   struct Entry {
     std::uint64_t time = 0;        // ticks of the media's timescale
     std::uint64_t moofOffset = 0;  // file offset

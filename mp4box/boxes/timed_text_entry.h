@@ -8,7 +8,7 @@
 
 namespace mp4 {
 
-struct TimedTextSampleEntry : Mp4Payload {
+struct TimedTextSampleEntry final : Mp4Payload {
   static constexpr unsigned kBytes = 38;  // up to the child boxes
 
   std::uint16_t dataReferenceIndex = 0;

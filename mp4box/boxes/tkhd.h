@@ -6,7 +6,7 @@
 
 namespace mp4 {
 
-struct TrackHeaderBox : Mp4FullBox {
+struct TrackHeaderBox final : Mp4FullBox {
   std::uint64_t creationTime = 0;      // seconds since 1904-01-01
   std::uint64_t modificationTime = 0;  // seconds since 1904-01-01
   std::uint32_t trackId = 0;

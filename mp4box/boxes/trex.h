@@ -5,7 +5,7 @@
 
 namespace mp4 {
 
-struct TrackExtendsBox : Mp4FullBox {
+struct TrackExtendsBox final : Mp4FullBox {
   std::uint32_t trackId = 0;
   std::uint32_t defaultSampleDescriptionIndex = 0;
   std::uint32_t defaultSampleDuration = 0;  // ticks

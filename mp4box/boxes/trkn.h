@@ -6,7 +6,7 @@
 
 namespace mp4 {
 
-struct TrackNumberBox : Mp4Payload {
+struct TrackNumberBox final : Mp4Payload {
   ItemDataHeader data;
   std::uint16_t track = 0;
   std::uint16_t total = 0;            // 0: not told

@@ -8,7 +8,7 @@
 
 namespace mp4 {
 
-class TrackRunBox : public Mp4FullBox {
+class TrackRunBox final : public Mp4FullBox {
  public:
   static constexpr std::uint32_t kDataOffset = 0x000001;
   static constexpr std::uint32_t kFirstSampleFlags = 0x000004;

@@ -7,7 +7,7 @@
 
 namespace mp4 {
 
-struct DataEntryUrlBox : Mp4FullBox {
+struct DataEntryUrlBox final : Mp4FullBox {
   static constexpr std::uint32_t kSameFile = 0x000001;
 
   std::optional<std::string> location;  // stored only with flags 0

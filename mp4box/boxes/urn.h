@@ -7,7 +7,7 @@
 
 namespace mp4 {
 
-struct DataEntryUrnBox : Mp4FullBox {
+struct DataEntryUrnBox final : Mp4FullBox {
   std::string name;
   std::optional<std::string> location;
 

@@ -7,7 +7,7 @@
 
 namespace mp4 {
 
-struct VisualSampleEntry : Mp4Payload {
+struct VisualSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
   // QuickTime's fields where ISO/IEC 14496-12 reserves 16 bytes.
   std::uint16_t version = 0;

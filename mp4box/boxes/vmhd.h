@@ -7,7 +7,7 @@
 
 namespace mp4 {
 
-struct VideoMediaHeaderBox : Mp4FullBox {
+struct VideoMediaHeaderBox final : Mp4FullBox {
   std::uint16_t graphicsMode = 0;
   std::array<std::uint16_t, 3> opColor = {};  // red, green, blue
 

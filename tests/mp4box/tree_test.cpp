@@ -132,11 +132,13 @@ TEST(ReadRoot, FromMemoryGivesTheSameTree) {
   EXPECT_EQ(childrenOf(*root), treeOf(bytes));
 }
 
-TEST(ReadRoot, TakesTwoHostReadsABoxAndOneForMediaData) {
+TEST(ReadRoot, TakesFewHostReads) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox(), repeat(box("trak", {tkhdBox(), tkhdBox()}), 50)}),
                       moofBox(1), box("mdat", {zeros(1000)}), box("skip", {zeros(1000)})}));
   file.root();
-  EXPECT_EQ(file.stream.reads, 2 + 2 + 2 + 1 + 1);
+  // The first two headers, the rest of each container with the header behind it, and the header of the last
+  // box.
+  EXPECT_EQ(file.stream.reads, 5);
 }
 
 // ---- Headers ----------------------------------------------------------------------------------------
@@ -585,14 +587,14 @@ TEST(Hostile, ContainerLargerThanTheLimitIsReadBoxByBox) {
   stream.open(path.c_str(), MP4_MODE_READ);
   const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
   EXPECT_EQ(childrenOf(*root), "moov(mvhd trak(tkhd) free)");
-  EXPECT_EQ(stream.largestRead, 108);
+  EXPECT_EQ(stream.largestRead, 76);
 }
 
 TEST(Hostile, ContainerThatClaimsMoreThanTheFileIsReadAsFarAsItGoes) {
   TreeFile file(boxOfSize(0xFFFFFFFF, "moov", {mvhdBox()}));
   const Mp4BoxPtr root = file.root();
   EXPECT_EQ(childrenOf(*root), "moov(mvhd)");
-  EXPECT_EQ(file.stream.largestRead, 116);
+  EXPECT_EQ(file.stream.largestRead, 84);
 }
 
 TEST(Hostile, NestingIsReadToALimit) {

@@ -4,7 +4,7 @@
 
 #include "box.h"
 #include "loaded_plugin.h"
-#include "support/failing_new.h"
+#include "support/controlled_new.h"
 #include "support/fragments.h"
 #include "support/log_capture.h"
 #include "support/temp_folder.h"

@@ -5,6 +5,7 @@
 
 #include "index_fixture.h"
 #include "seek.h"
+#include "support/controlled_new.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -217,6 +218,60 @@ TEST(FragmentIndex, AnIndexNamedByItsOffsetIsFollowed) {
   EXPECT_EQ(index.total(kVideoTrack), 20u);
 }
 
+// Media data whose content is boxes that no walk over the top level meets.
+Bytes hidden(const Bytes& content) {
+  return box("mdat", {content});
+}
+
+TEST(FragmentIndex, IndexesThatStartEverEarlierAddTheFragmentsBehindThemOnce) {
+  constexpr std::uint32_t kIndexes = 200, kFragments = 200;
+  Bytes prelude;  // boxes that all end where the fragments start
+  for (std::uint32_t i = 0; i < kIndexes; ++i) {
+    prelude = join({prelude, boxOfSize(8 * (kIndexes - i), "free")});
+  }
+  Bytes fragments;
+  for (std::uint32_t i = 0; i < kFragments; ++i) {
+    fragments = join({fragments, box("moof", {fullBox("mfhd", 0, 0, {u32(i + 1)})})});
+  }
+  // The first index leads to the last of these boxes, the last one to the first.
+  Bytes content;
+  const std::size_t indexBytes = sidxBox({{0}}).size();
+  for (std::uint32_t i = 0; i < kIndexes; ++i) {
+    const auto behind = static_cast<std::uint32_t>((kIndexes - 1 - i) * (indexBytes + 8) + 8);
+    content = join({content, sidxBox({{0x7FFFFFFF}}, behind)});
+  }
+  IndexedFile file(join({content, hidden(join({prelude, fragments}))}));
+  const CountingNew counting;
+  EXPECT_EQ(file.build().fragmentCount(), kFragments);
+  EXPECT_LT(counting.peakBytes(), 32 * file.bytes.size());
+}
+
+TEST(FragmentIndex, AnOffsetGivenAgainAddsNothing) {
+  const Bytes target = videoFragment(1, 10);
+  const Bytes named = sidxBox({{static_cast<std::uint32_t>(target.size())}});
+  IndexedFile file(hidden(join({named, target})));
+  FragmentIndex& index = file.build();
+  ASSERT_EQ(index.AddFragmentsAt(8), 0);
+  const CountingNew counting;
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(index.AddFragmentsAt(8), 0);
+  EXPECT_EQ(counting.allocations(), 0u);
+  EXPECT_EQ(index.total(kVideoTrack), 10u);
+}
+
+TEST(FragmentIndex, BoxesReadOutsideTheTopLevelAddUpToNoMoreThanTheFile) {
+  constexpr std::uint32_t kBoxes = 400;
+  const Bytes table = box("moof", {repeat(box("free"), 1000)});
+  Bytes openers;  // fragments that all hold the same thousand boxes
+  for (std::uint32_t i = 0; i < kBoxes; ++i) {
+    openers = join({openers, boxOfSize(8 * (kBoxes - i) + table.size(), "moof")});
+  }
+  IndexedFile file(hidden(join({openers, table})));
+  FragmentIndex& index = file.build();
+  const CountingNew counting;
+  for (std::uint32_t i = 0; i < kBoxes; ++i) EXPECT_EQ(index.AddFragmentsAt(8 + 8 * i), -1);
+  EXPECT_LT(counting.peakBytes(), 64 * file.bytes.size());
+}
+
 TEST(FragmentIndex, ATrackFragmentOfAHeaderAloneIsTakenForAnyTrack) {
   TrafSpec bare;
   bare.trackId = 9;
@@ -235,6 +290,15 @@ TEST(FragmentIndex, LargestVideoSampleIsKnown) {
                RunSpec{kRunDataOffset | kRunSize, {sampleOf(50, 3)}}};
   IndexedFile file(fragment(1, {traf}));
   EXPECT_EQ(file.build().largestVideoSample(), 500u);
+}
+
+TEST(FragmentIndex, NoSampleIsLargerThanTheFile) {
+  TrafSpec traf;
+  traf.flags |= kDefaultSize;
+  traf.size = 0xFFFFFFFF;
+  traf.runs = {RunSpec{kRunDataOffset, {sampleOf(5, 1)}}};
+  IndexedFile file(fragment(1, {traf}));
+  EXPECT_EQ(file.build().largestVideoSample(), file.bytes.size());
 }
 
 TEST(FragmentIndex, DescendingNumbersCostNoMoreThanAscendingOnes) {

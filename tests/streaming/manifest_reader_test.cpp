@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <clocale>
-
-#include "support/temp_folder.h"
+#include "support/comma_locale.h"
 
 namespace {
 
@@ -127,6 +125,41 @@ struct RateText {
   std::uint32_t numerator, denominator;
 };
 
+bool parses(const std::string& text) {
+  tinyxml2::XMLDocument document;
+  return ParseManifestDocument(text, document);
+}
+std::string attributes(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += " a" + std::to_string(i) + "='>'";
+  return text;
+}
+
+TEST(ManifestDocument, TakesElementsOfAsManyAttributesAsManifestsHaveAndNoMore) {
+  EXPECT_TRUE(parses("<MPD" + attributes(256) + "/>"));
+  EXPECT_FALSE(parses("<MPD" + attributes(257) + "/>"));
+  EXPECT_FALSE(parses("<MPD" + attributes(1000000) + "/>")) << "which the parser would compare pair by pair";
+  EXPECT_FALSE(
+      parses("<?xml version='1.0'?><!-- \" --><MPD><![CDATA[ \" ]]><a" + attributes(257) + "/></MPD>"));
+}
+
+TEST(ManifestDocument, CountsTheAttributesOfOneElementAndOfNothingElse) {
+  EXPECT_TRUE(parses("<MPD" + attributes(200) + "><a" + attributes(200) + "/></MPD>"));
+  EXPECT_TRUE(parses("<MPD><!--" + std::string(1000, '"') + "--></MPD>"));
+  EXPECT_TRUE(parses("<MPD>" + std::string(1000, '\'') + "</MPD>"));
+}
+
+TEST(ManifestDocument, WhatIsNotWellFormedIsNone) {
+  for (const char* text :
+       {"", " ", "<", "<MPD", "<MPD a", "<MPD a='", "<!--", "<?", "<![CDATA[", "<!", "<MPD>"}) {
+    EXPECT_FALSE(parses(text)) << text;
+  }
+  std::string deep;
+  for (int i = 0; i < 100000; ++i) deep += "<a>";
+  EXPECT_FALSE(parses(deep));
+  EXPECT_FALSE(parses(std::string(kMaxManifestBytes + 1, ' ')));
+}
+
 TEST(ParseFrameRate, TakesFractionsAndPlainNumbers) {
   for (const RateText& c :
        {RateText{"30000/1001", 30000, 1001}, RateText{"25", 25, 1}, RateText{"29.97", 2997, 100},
@@ -147,10 +180,10 @@ TEST(ParseFrameRate, WhatIsNoRateIsUnknown) {
 }
 
 TEST(ParseFrameRate, DoesNotDependOnTheLocale) {
-  // Where the system has no locale with decimal commas, the first line changes nothing and the second holds.
-  std::setlocale(LC_ALL, "de_DE.UTF-8");
+  const CommaLocale locale;
   EXPECT_EQ(ParseFrameRate("29.97").numerator, 2997u);
-  std::setlocale(LC_ALL, "C");
+  EXPECT_EQ(ParseFrameRate("29.97").denominator, 100u);
+  EXPECT_FALSE(ParseFrameRate("29,97").known());
 }
 
 }  // namespace

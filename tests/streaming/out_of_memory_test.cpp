@@ -4,7 +4,7 @@
 
 #include "caption_reader.h"
 #include "index_fixture.h"
-#include "support/failing_new.h"
+#include "support/controlled_new.h"
 #include "support/log_capture.h"
 
 namespace {

@@ -148,6 +148,25 @@ TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
                                                  sampleOf(7, 3).data, sampleOf(8, 4).data));
 }
 
+// Looking for each run's start from the first run on would take minutes.
+TEST(RunPlace, RunsByTheHundredThousandWithoutAnOffsetArePassedInOneWalk) {
+  constexpr std::size_t kRuns = 200000;
+  const Bytes runs = repeat(fullBox("trun", 0, 0, {u32(0)}), kRuns);
+  const Bytes last = fullBox("trun", 0, kRunSize, {u32(1), u32(4)});
+  const Bytes header = fullBox("tfhd", 0, 0, {u32(1)});
+  const Bytes moof = box("moof", {fullBox("mfhd", 0, 0, {u32(1)}),
+                                  box("traf", {header, fullBox("tfdt", 0, 0, {u32(0)}), runs, last})});
+  IndexedFile file(join({moof, box("mdat", {text("data")})}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_EQ(LoadFragment(index, 0, 0, true, cursor), 0);
+  ASSERT_EQ(AdvanceRun(index, true, cursor), Advance::Ready);
+  EXPECT_EQ(cursor.trunIndex, kRuns);
+  Bytes bytes(4);
+  ASSERT_EQ(ReadSample(index, cursor, bytes.data()), 0);
+  EXPECT_EQ(bytes, text("data"));
+}
+
 TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
   for (const std::uint32_t offset : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
     TrafSpec traf;

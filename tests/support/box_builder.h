@@ -1,6 +1,7 @@
 // Builds the bytes of boxes: box("moof", {box("mfhd", {u32(0), u32(1)})}). All numbers are big-endian.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
@@ -9,8 +10,11 @@
 using Bytes = std::vector<std::uint8_t>;
 
 inline Bytes join(std::initializer_list<Bytes> parts) {
-  Bytes all;
-  for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+  std::size_t size = 0;
+  for (const Bytes& part : parts) size += part.size();
+  Bytes all(size);
+  auto end = all.begin();
+  for (const Bytes& part : parts) end = std::copy(part.begin(), part.end(), end);
   return all;
 }
 

@@ -1,0 +1,218 @@
+#include "audio_decode.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "aac_decoder.h"
+#include "vlutil.h"
+
+namespace {
+
+constexpr std::uint32_t kFirstBufferBytes = 200000;
+// Room for so many times the frames that are asked for.
+constexpr std::uint32_t kBufferFactor = 8;
+// Frames that one call of a decoder may add.
+constexpr std::uint32_t kCallFrames = 4096;
+// What a decoder is told of room outside the PCM buffer.
+constexpr std::uint32_t kOutputBytes = 0xFFFFF;
+// Sync frames of AC-3 are not cut: what is left behind one is dropped when it is shorter than this.
+constexpr std::int32_t kAc3RestBytes = 1536;
+
+void Warn(const char* text) {
+  ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_Fmp4): %s\n", text);
+}
+
+}  // namespace
+
+VL_Audio_Decode::VL_Audio_Decode() = default;
+VL_Audio_Decode::~VL_Audio_Decode() = default;
+
+std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
+  CloseCodec();
+  m_codecCode = format->codec;
+  m_bitsPerSample = format->wave.bitsPerSample;
+  m_bytesPerSecond = format->wave.averageBytesPerSecond;
+  m_channels = format->wave.channels;
+  // 24-bit stereo is handled in 32-bit samples.
+  m_frameSize = format->wave.blockAlign == 6 ? 8 : format->wave.blockAlign;
+  SetBufferedFrames(0);
+  switch (m_codecCode) {
+    case VL_FCC_AES3:  // already PCM
+    case VL_FCC_MP1:
+    case VL_FCC_MP2:
+    case VL_FCC_MP3:
+    case VL_FCC_AC3:
+    case VL_FCC_EAC3:
+      break;
+    default:
+      OpenAac(*format);
+  }
+  return VL_OK;
+}
+
+void VL_Audio_Decode::OpenAac(const QVRAUDIO& format) {
+  auto codec = std::unique_ptr<UMC::AACDecoder>(new (std::nothrow) UMC::AACDecoder);
+  auto params = std::unique_ptr<UMC::AACDecoderParams>(new (std::nothrow) UMC::AACDecoderParams);
+  if (codec == nullptr || params == nullptr) return;
+  UMC::AudioStreamInfo info;
+  info.channels = format.wave.channels;
+  info.sampleFrequency = format.wave.samplesPerSecond;
+  info.bitsPerSample = format.wave.bitsPerSample;
+  params->m_output = info;
+  params->m_input = info;
+  params->m_input.channelMask = (1u << (format.wave.channels % 32)) - 1;
+  params->m_sbrDownSampled = 0;
+  if (codec->Init(params.get()) < UMC::UMC_OK) return;
+  codec->SetParams(params.get());
+  codec->GetInfo(params.get());
+  m_codec = std::move(codec);
+  m_params = std::move(params);
+}
+
+std::uint32_t VL_Audio_Decode::Reset() {
+  if (m_codec != nullptr) m_codec->Reset();
+  if (m_buffer != nullptr) std::memset(m_buffer, 0, std::min(m_bufferedBytes, m_bufferCapacity));
+  m_bufferStart = 0;
+  SetBufferedFrames(0);
+  return VL_OK;
+}
+
+std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
+  constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+  std::uint64_t needed = kFirstBufferBytes;
+  if (m_buffer != nullptr) {
+    // Neither product leaves 64 bits: a frame has at most 8 x 65535 bytes.
+    needed = std::uint64_t{m_frameSize} * frames * kBufferFactor;
+    if (needed <= m_bufferCapacity) return VL_OK;
+  }
+  m_bufferCapacity = static_cast<std::uint32_t>(std::min(needed, kLargest));
+  void* grown = needed > kLargest ? nullptr : std::realloc(m_buffer, m_bufferCapacity);
+  if (grown == nullptr) {
+    std::free(m_buffer);
+    m_buffer = nullptr;
+    SetBufferedFrames(0);
+    Warn("Unable to alloc audio buffer\n");
+    return VL_E_AUDIO_MEMORY;
+  }
+  m_buffer = static_cast<std::uint8_t*>(grown);
+  return VL_OK;
+}
+
+std::int32_t VL_Audio_Decode::DecodeFrameAudio(std::uint8_t* output, std::uint32_t* outputBytes,
+                                               std::uint8_t* input, std::uint32_t inputBytes,
+                                               std::uint32_t /*reserved*/, std::uint32_t /*channelPair*/,
+                                               std::uint32_t /*duration*/) {
+  if (m_codec == nullptr) return -1;
+  m_input.SetBufferPointer(input, inputBytes);
+  m_input.SetDataSize(inputBytes);
+  m_output.SetBufferPointer(output, RoomAt(output));
+  if (m_codec->GetFrame(&m_input, &m_output) != UMC::UMC_OK) return -1;
+  *outputBytes = static_cast<std::uint32_t>(m_output.GetDataSize());
+  return static_cast<std::int32_t>(m_input.GetDataSize());
+}
+
+std::int32_t VL_Audio_Decode::DecodeFrameAudioBuffered(std::uint8_t* input, std::uint32_t inputBytes,
+                                                       std::uint32_t* outputBytes, std::uint32_t reserved,
+                                                       std::uint32_t channelPair, std::uint32_t duration,
+                                                       std::uint32_t /*mono*/) {
+  const std::uint32_t startFrames = m_bufferedFrames;
+  *outputBytes = 0;
+  auto result = static_cast<std::int32_t>(inputBytes);
+  if (result < 1) {
+    SetBufferedFrames(m_bufferedFrames);
+    return result;
+  }
+  if (m_frameSize == 0) return -1;
+
+  const bool isAc3 = m_codecCode == VL_FCC_AC3 || m_codecCode == VL_FCC_EAC3;
+  std::uint32_t offset = m_bufferedBytes;
+  bool goesOn = true;
+  while (goesOn) {
+    const std::int32_t left = result;
+    std::uint32_t produced = 0;
+    if (CheckBuffer(startFrames + kCallFrames) != VL_OK) return -1;
+    result = DecodeFrameAudio(m_buffer + offset, &produced, input + inputBytes - left,
+                              static_cast<std::uint32_t>(left), reserved, channelPair, duration);
+    *outputBytes += produced;
+    offset += produced;
+    if (isAc3 && result >= 0 && result < kAc3RestBytes) result = 0;
+    goesOn = result > 0 && result < left;
+  }
+  SetBufferedFrames(m_bufferedFrames + *outputBytes / m_frameSize);
+  return result;
+}
+
+std::uint32_t VL_Audio_Decode::PullAudio(std::uint64_t position, std::uint32_t frames,
+                                         std::uint8_t* destination, std::uint32_t* offset) {
+  if (position < m_bufferStart || position - m_bufferStart >= m_bufferedFrames) {
+    m_bufferStart = position;
+    SetBufferedFrames(0);
+    return VL_OK;
+  }
+  const auto skipped = static_cast<std::uint32_t>(position - m_bufferStart);
+  const std::uint32_t source = skipped * m_frameSize;
+  const std::uint64_t frameBytes = std::uint64_t{m_bitsPerSample / 8} * m_channels;
+  const bool beyond = std::uint64_t{skipped} + frames > m_bufferedFrames;
+  const std::uint64_t wanted = frameBytes * (beyond ? m_bufferedFrames : frames);
+  const auto bytes = static_cast<std::uint32_t>(std::min<std::uint64_t>(wanted, m_bufferCapacity - source));
+  if (bytes > 0) std::memcpy(destination + *offset, m_buffer + source, bytes);
+  *offset += bytes;
+  if (beyond) {
+    m_bufferStart = position + m_bufferedFrames;
+    SetBufferedFrames(0);
+  } else {
+    const std::uint32_t left = m_bufferedFrames - skipped - frames;
+    std::memmove(m_buffer, m_buffer + (skipped + frames) * m_frameSize, left * m_frameSize);
+    m_bufferStart = position + frames;
+    SetBufferedFrames(left);
+  }
+  return VL_OK;
+}
+
+std::uint32_t VL_Audio_Decode::RemoveSamples(std::uint32_t frames) {
+  if (m_bufferedFrames == 0) return VL_E_AUDIO_EMPTY;
+  const std::uint32_t removed = std::min(frames, m_bufferedFrames);
+  const std::uint32_t left = m_bufferedFrames - removed;
+  if (left > 0) std::memmove(m_buffer, m_buffer + removed * m_frameSize, left * m_frameSize);
+  m_bufferStart += removed;
+  SetBufferedFrames(left);
+  return VL_OK;
+}
+
+bool VL_Audio_Decode::IsOpen() const {
+  return m_codec != nullptr;
+}
+
+void VL_Audio_Decode::SetFrameSize(std::uint32_t bytes) {
+  // Frames of another size are other frames: none of those are buffered.
+  if (bytes != m_frameSize) m_bufferedFrames = 0;
+  m_frameSize = bytes;
+  SetBufferedFrames(m_bufferedFrames);
+}
+
+void VL_Audio_Decode::ReleaseBuffer() {
+  std::free(m_buffer);
+  m_buffer = nullptr;
+  m_bufferCapacity = 0;
+  SetBufferedFrames(0);
+}
+
+void VL_Audio_Decode::CloseCodec() {
+  m_codec.reset();
+  m_params.reset();
+}
+
+void VL_Audio_Decode::SetBufferedFrames(std::uint32_t frames) {
+  m_bufferedFrames = frames;
+  m_bufferedBytes = m_frameSize * frames;
+}
+
+std::uint32_t VL_Audio_Decode::RoomAt(const std::uint8_t* output) const {
+  const auto at = reinterpret_cast<std::uintptr_t>(output);
+  const auto start = reinterpret_cast<std::uintptr_t>(m_buffer);
+  if (m_buffer == nullptr || at < start || at > start + m_bufferCapacity) return kOutputBytes;
+  return std::min(static_cast<std::uint32_t>(start + m_bufferCapacity - at), kOutputBytes);
+}

@@ -1,0 +1,215 @@
+#include "aac_decoder.h"
+
+#include <iterator>
+#include <new>
+
+#include "audio_data.h"
+#include "codebooks.h"
+#include "filter_bank.h"
+#include "render.h"
+#include "stream_decoder.h"
+
+namespace UMC {
+
+namespace {
+
+constexpr std::uint32_t kBlockAlignment = 16;
+constexpr std::uint32_t kBitsPerSample = 16;
+
+// The profile flags of an audio object type.
+std::uint32_t ProfileFlags(int objectType) {
+  switch (objectType) {
+    case aac::kObjectMain:
+      return 4;
+    case aac::kObjectLc:
+      return 1;
+    case aac::kObjectSsr:
+      return 8;
+    case aac::kObjectLtp:
+      return 2;
+    default:
+      return 0;
+  }
+}
+
+std::uint32_t ChannelMask(std::uint32_t channels) {
+  constexpr std::uint32_t kMasks[] = {0, 4, 3, 7, 15, 55, 63};
+  return channels < std::size(kMasks) ? kMasks[channels] : 0;
+}
+
+// A count that the mix serves, else 0: the stream's own.
+int OutputChannels(const AudioCodecParams& params) {
+  const std::uint32_t channels = params.m_output.channels;
+  return channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;
+}
+
+AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
+  AudioStreamInfo info;
+  info.channels = static_cast<std::uint32_t>(state.mix.outputs);
+  info.sampleFrequency = state.frequency;
+  info.bitsPerSample = kBitsPerSample;
+  info.streamType = UMC_STREAM_PCM;
+  info.channelMask = ChannelMask(info.channels);
+  return info;
+}
+
+}  // namespace
+
+// Both blocks at their places for the time of one operation.
+class AACDecoder::Locked {
+ public:
+  explicit Locked(AACDecoder& decoder) : m_decoder(decoder) {
+    if (decoder.m_stateId == 0) return;
+    m_state = static_cast<aac::DecoderState*>(decoder.LockMemory(decoder.m_stateId));
+    m_work = static_cast<aac::WorkArea*>(decoder.LockMemory(decoder.m_workId));
+  }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+  ~Locked() {
+    if (m_state != nullptr) m_decoder.UnlockMemory(m_decoder.m_stateId);
+    if (m_work != nullptr) m_decoder.UnlockMemory(m_decoder.m_workId);
+  }
+
+  explicit operator bool() const { return m_state != nullptr && m_work != nullptr; }
+  [[nodiscard]] aac::DecoderState& State() const { return *m_state; }
+  [[nodiscard]] aac::WorkArea& Work() const { return *m_work; }
+
+ private:
+  AACDecoder& m_decoder;
+  aac::DecoderState* m_state = nullptr;
+  aac::WorkArea* m_work = nullptr;
+};
+
+AACDecoder::~AACDecoder() {
+  AACDecoder::Close();
+}
+
+Status AACDecoder::AllocateBlocks() {
+  Status status = m_allocator->Alloc(&m_stateId, sizeof(aac::DecoderState), 0, kBlockAlignment);
+  if (status == UMC_OK) status = m_allocator->Alloc(&m_workId, sizeof(aac::WorkArea), 0, kBlockAlignment);
+  if (status == UMC_OK) {
+    Locked locked(*this);
+    if (locked) {
+      new (&locked.State()) aac::DecoderState{};
+      new (&locked.Work()) aac::WorkArea;
+      return UMC_OK;
+    }
+    status = UMC_ERR_ALLOC;
+  }
+  Close();
+  return status;
+}
+
+Status AACDecoder::Init(BaseCodecParams* params) {
+  if (params == nullptr) return UMC_ERR_NULL_PTR;
+  Close();
+  auto* audio = DynamicCast<AudioCodecParams>(params);
+  const bool configured = audio != nullptr && audio->m_input.streamType == UMC_STREAM_AAC_CONFIGURED;
+  aac::AudioSpecificConfig config;
+  if (configured) {
+    MediaData* data = params->m_configuration;
+    if (data == nullptr || data->GetDataPointer() == nullptr) return UMC_ERR_INVALID_PARAMS;
+    const auto size = static_cast<std::size_t>(data->GetDataSize());
+    if (!aac::ParseAudioSpecificConfig(static_cast<std::uint8_t*>(data->GetDataPointer()), size, config)) {
+      return UMC_ERR_CONFIGURATION;
+    }
+  }
+
+  Status status = BaseCodec::Init(params);
+  if (status == UMC_OK) status = AllocateBlocks();
+  if (status != UMC_OK) return status;
+  if (aac::SharedCodebooks() == nullptr || aac::SharedFilterBank(1024) == nullptr ||
+      aac::SharedFilterBank(960) == nullptr) {
+    Close();
+    return UMC_ERR_ALLOC;
+  }
+
+  bool served = true;
+  {
+    Locked locked(*this);
+    aac::DecoderState& state = locked.State();
+    if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
+    if (audio != nullptr) state.outputChannels = OutputChannels(*audio);
+    if (configured) {
+      served = aac::Configure(config, state);
+      aac::UpdateMix(state);
+    }
+  }
+  if (!served) {
+    Close();
+    return UMC_ERR_CONFIGURATION;
+  }
+  return UMC_OK;
+}
+
+Status AACDecoder::GetFrame(MediaData* input, MediaData* output) {
+  if (input == nullptr || output == nullptr || input->GetDataPointer() == nullptr ||
+      output->GetDataPointer() == nullptr) {
+    return UMC_ERR_NULL_PTR;
+  }
+  Locked locked(*this);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+
+  const auto filled = static_cast<std::size_t>(output->GetDataSize());
+  auto* samples = static_cast<std::uint8_t*>(output->GetDataPointer());
+  const auto lost =
+      static_cast<std::size_t>(samples - static_cast<std::uint8_t*>(output->GetBufferPointer()));
+  aac::FrameRequest request{};
+  request.input = static_cast<const std::uint8_t*>(input->GetDataPointer());
+  request.inputSize = static_cast<std::size_t>(input->GetDataSize());
+  request.output = samples + filled;
+  request.outputSize = static_cast<std::size_t>(output->GetBufferSize()) - lost - filled;
+  const Status status = aac::DecodeFrame(locked.State(), locked.Work(), request);
+  input->MoveDataPointer(static_cast<std::ptrdiff_t>(request.consumed));
+  if (status < UMC_OK) return status;
+
+  output->SetDataSize(filled + request.produced);
+  if (auto* audio = DynamicCast<AudioData>(output)) audio->m_info = OutputInfo(locked.State());
+  return status;
+}
+
+Status AACDecoder::GetInfo(BaseCodecParams* params) {
+  auto* audio = DynamicCast<AudioCodecParams>(params);
+  if (audio == nullptr) return UMC_ERR_NULL_PTR;
+  Locked locked(*this);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  const aac::DecoderState& state = locked.State();
+  if (!state.formatKnown) return UMC_WRN_INFO_NOT_READY;
+
+  audio->m_output = OutputInfo(state);
+  audio->m_input = audio->m_output;
+  audio->m_input.channels = state.layout.channelCount;
+  audio->m_input.channelMask = ChannelMask(audio->m_input.channels);
+  audio->m_input.streamType = UMC_STREAM_AAC;
+  audio->m_input.streamSubtype = ProfileFlags(state.objectType);
+  return UMC_OK;
+}
+
+Status AACDecoder::Close() {
+  if (m_stateId != 0) FreeMemory(m_stateId);
+  if (m_workId != 0) FreeMemory(m_workId);
+  m_stateId = 0;
+  m_workId = 0;
+  return UMC_OK;
+}
+
+Status AACDecoder::Reset() {
+  Locked locked(*this);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  aac::ForgetSignal(locked.State());
+  return UMC_OK;
+}
+
+Status AACDecoder::SetParams(BaseCodecParams* params) {
+  auto* options = DynamicCast<AACDecoderParams>(params);
+  if (options == nullptr) return UMC_ERR_NULL_PTR;
+  Locked locked(*this);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  aac::DecoderState& state = locked.State();
+  aac::ApplyOptions(*options, state.options);
+  state.outputChannels = OutputChannels(*options);
+  aac::UpdateMix(state);
+  return UMC_OK;
+}
+
+}  // namespace UMC

@@ -1,0 +1,57 @@
+// The AAC decoder: ADTS and ADIF streams, and raw access units that an AudioSpecificConfig describes, to
+// interleaved 16-bit PCM (ISO/IEC 14496-3, ISO/IEC 13818-7). It serves the object type LC, and SSR streams
+// that make no use of gain control.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base_codec.h"
+
+namespace UMC {
+
+namespace aac {
+struct AudioSpecificConfig;
+struct DecoderState;
+struct WorkArea;
+}  // namespace aac
+
+class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
+ public:
+  static const char* ClassName() { return "AACDecoder"; }
+
+  AACDecoder() = default;
+  ~AACDecoder() override;
+
+  // Takes the stream's description, options and output channels from the parameters. -995 null parameters,
+  // -876 a stream type of UMC_STREAM_AAC_CONFIGURED without a configuration, -899 a configuration that is
+  // not understood, -883 no memory.
+  Status Init(BaseCodecParams* params) override;
+  // Decodes one frame and appends its samples to the output. The bytes used are consumed, unless parameters
+  // configured the stream. 4: decoded, but the checksum does not match. -995 null arguments or buffers, -998
+  // before Init, -996 not enough input, -879 no known stream form, -899 a form that is known but not served,
+  // -881 a frame that cannot be right, -896 a frame that goes on behind its end, or no room for the output.
+  // After the last but one, and where a frame goes on behind its end, three bytes are consumed, so that the
+  // next call looks for the next frame.
+  Status GetFrame(MediaData* input, MediaData* output) override;
+  // Describes both streams. 3 before the format is known, -995 for parameters that are no AudioCodecParams,
+  // -998 before Init.
+  Status GetInfo(BaseCodecParams* params) override;
+  // Gives the memory back; returns 0.
+  Status Close() override;
+  // Forgets the signal, keeping the configuration. -998 before Init.
+  Status Reset() override;
+  // Takes over options and output channels. -995 for parameters that are no AACDecoderParams, -998 before
+  // Init.
+  Status SetParams(BaseCodecParams* params) override;
+
+ private:
+  class Locked;
+
+  Status AllocateBlocks();
+
+  MemoryId m_stateId = 0;
+  MemoryId m_workId = 0;
+};
+
+}  // namespace UMC

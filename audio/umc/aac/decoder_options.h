@@ -1,0 +1,23 @@
+// What a decoder can be told about spectral band replication and parametric stereo.
+#pragma once
+
+#include <cstdint>
+
+#include "codec_params.h"
+
+namespace UMC::aac {
+
+struct DecoderOptions {
+  std::int32_t sbrMode = 18;
+  std::int32_t sbrDownSampled = 1;
+  std::int32_t sbrLevel = 777;
+  std::int32_t stereoExtensionLevel = 0;
+  std::int32_t layer = -1;
+};
+
+// Takes over what may be taken over: the layer always; the others together, only when the mode is 18 or 28
+// and the flag 0 or 1. The stereo extension levels 111 and 411 force mode 18 and flag 0; levels other than
+// these, 0 and 1 count as 0.
+void ApplyOptions(const AACDecoderParams& params, DecoderOptions& options);
+
+}  // namespace UMC::aac

@@ -1,0 +1,51 @@
+// Everything that a decoder keeps from call to call, and the room it works in. Both are plain data without
+// pointers into themselves: they live in blocks that may lie elsewhere at every call.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "audio_specific_config.h"
+#include "decoder_options.h"
+#include "filter_bank.h"
+#include "layout.h"
+#include "mixdown.h"
+#include "raw_data_block.h"
+
+namespace UMC::aac {
+
+enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2 };
+
+struct DecoderState {
+  StreamForm form;
+  bool configured;        // by parameters: the caller frames the access units
+  bool formatKnown;       // GetInfo can answer
+  std::uint32_t pattern;  // of ADTS headers, under kAdtsPatternMask
+  int objectType;
+  int samplingIndex;
+  std::uint32_t frequency;  // hertz
+  int frameLength;          // samples a block and channel: 1024 or 960
+  DecoderOptions options;
+  int outputChannels;    // asked for; 0: those of the stream
+  Layout program;        // of the last program config element; without channels when there was none
+  Layout layout;         // of the last frame
+  bool placedByProgram;  // the last block's elements were found in the program, not by their order
+  int carriedChannels;   // of a frame at most, coupling channels included, while the layout lasts
+  MixMatrix mix;         // from `layout` to the output
+  FilterBankState channels[kMaxChannels];
+  FilterBankState couplings[kMaxCouplings];
+  int couplingsInUse;  // of the last block
+};
+static_assert(std::is_trivially_copyable_v<DecoderState>);
+
+struct WorkArea {
+  RawDataBlock block;
+  FilterBankScratch scratch;
+  alignas(16) float mixed[kMaxChannels][kMaxFrameLength];
+};
+static_assert(std::is_trivially_copyable_v<WorkArea>);
+
+// Both together, for a stereo stream or any other.
+static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 400 * 1024);
+
+}  // namespace UMC::aac

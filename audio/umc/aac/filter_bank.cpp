@@ -1,0 +1,156 @@
+#include "filter_bank.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "ipps_mdct.h"
+#include "ipps_vector.h"
+
+namespace UMC::aac {
+
+struct FilterBank {
+  // A transform's size and its two windows.
+  struct Length {
+    std::size_t half = 0;        // coefficients, and samples of a window's half
+    std::vector<float> rise[2];  // by window_shape
+    std::vector<std::uint8_t> memory;
+    IppsMDCTInvSpec_32f* transform = nullptr;
+  };
+
+  Length longWindow, shortWindow;
+};
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kLongAlpha = 4;
+constexpr double kShortAlpha = 6;
+
+// The modified Bessel function of the first kind, order 0.
+double Bessel(double x) {
+  double sum = 1, term = 1;
+  for (int k = 1; term > sum * 1e-17; ++k) {
+    term *= (x / 2 / k) * (x / 2 / k);
+    sum += term;
+  }
+  return sum;
+}
+
+bool Prepare(int half, double alpha, FilterBank::Length& length) {
+  length.half = static_cast<std::size_t>(half);
+  for (auto& window : length.rise) window.resize(length.half);
+  MakeSineWindow(half, length.rise[kSineShape].data());
+  MakeKaiserBesselWindow(half, alpha, length.rise[kKaiserBesselShape].data());
+  Ipp32s planBytes = 0, workBytes = 0;
+  if (ippsMDCTInvGetSize_32f(2 * half, &planBytes, &workBytes) != ippStsNoErr ||
+      static_cast<std::size_t>(workBytes) > sizeof FilterBankScratch::work) {
+    return false;
+  }
+  length.memory.resize(static_cast<std::size_t>(planBytes));
+  return ippsMDCTInvInit_32f(&length.transform, 2 * half, length.memory.data()) == ippStsNoErr;
+}
+
+std::unique_ptr<const FilterBank> MakeFilterBank(int frameLength) {
+  try {
+    auto bank = std::make_unique<FilterBank>();
+    if (!Prepare(frameLength, kLongAlpha, bank->longWindow)) return nullptr;
+    if (!Prepare(frameLength / 8, kShortAlpha, bank->shortWindow)) return nullptr;
+    return bank;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void Transform(const FilterBank::Length& length, const float* spectrum, float* samples,
+               FilterBankScratch& scratch) {
+  ippsMDCTInv_32f(spectrum, samples, length.transform, scratch.work);
+}
+
+// A slope of a short window in the middle of a frame's half: flat before it, silent behind.
+void OverlapShort(const FilterBank& bank, const float* tail, const float* head, int shape, float* out) {
+  const std::size_t half = bank.longWindow.half;
+  const std::size_t slope = bank.shortWindow.half;
+  const std::size_t start = (half - slope) / 2;
+  std::copy(tail, tail + start, out);
+  ippsOverlapAdd_32f(tail + start, head + start, bank.shortWindow.rise[shape].data(), out + start, slope);
+  std::copy(head + start + slope, head + half, out + start + slope);
+}
+
+// Eight short windows, each overlapping the next, in the middle of the frame: their sum from the first
+// window's start on, the first slope still rising and the last still falling.
+void SynthesiseShort(const FilterBank& bank, int shape, const float* spectrum, FilterBankScratch& scratch) {
+  const std::size_t slope = bank.shortWindow.half;
+  for (std::size_t i = 0; i < 8; ++i) {
+    Transform(bank.shortWindow, spectrum + i * slope, scratch.samples + i * 2 * slope, scratch);
+  }
+  const float* rise = bank.shortWindow.rise[shape].data();
+  std::copy_n(scratch.samples, slope, scratch.blocks);
+  for (std::size_t i = 1; i < 8; ++i) {
+    const float* window = scratch.samples + i * 2 * slope;
+    ippsOverlapAdd_32f(window - slope, window, rise, scratch.blocks + i * slope, slope);
+  }
+  std::copy_n(scratch.samples + 15 * slope, slope, scratch.blocks + 8 * slope);
+}
+
+}  // namespace
+
+const FilterBank* SharedFilterBank(int frameLength) {
+  if (frameLength == 960) {
+    static const std::unique_ptr<const FilterBank> kBank960 = MakeFilterBank(960);
+    return kBank960.get();
+  }
+  static const std::unique_ptr<const FilterBank> kBank1024 = MakeFilterBank(1024);
+  return kBank1024.get();
+}
+
+void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape, FilterBankState& state,
+                     FilterBankScratch& scratch, float* spectrum) {
+  const std::size_t half = bank.longWindow.half;
+  const std::size_t slope = bank.shortWindow.half;
+  const std::size_t start = (half - slope) / 2;
+  if (sequence == WindowSequence::kEightShort) {
+    SynthesiseShort(bank, shape, spectrum, scratch);
+    const float* blocks = scratch.blocks;
+    std::copy_n(state.tail, start, spectrum);
+    ippsOverlapAdd_32f(state.tail + start, blocks, bank.shortWindow.rise[state.shape].data(),
+                       spectrum + start, slope);
+    const std::size_t inFrame = half - start;
+    std::copy(blocks + slope, blocks + inFrame, spectrum + start + slope);
+    std::copy(blocks + inFrame, blocks + 9 * slope, state.tail);
+    std::fill(state.tail + start + slope, state.tail + half, 0.0f);
+  } else {
+    Transform(bank.longWindow, spectrum, scratch.samples, scratch);
+    if (state.endsShort || sequence == WindowSequence::kLongStop) {
+      OverlapShort(bank, state.tail, scratch.samples, state.shape, spectrum);
+    } else {
+      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[state.shape].data(), spectrum,
+                         half);
+    }
+    std::copy_n(scratch.samples + half, half, state.tail);
+  }
+  state.shape = static_cast<std::uint8_t>(shape);
+  state.endsShort = sequence == WindowSequence::kEightShort || sequence == WindowSequence::kLongStart;
+}
+
+void MakeSineWindow(int half, float* window) {
+  for (int i = 0; i < half; ++i) window[i] = static_cast<float>(std::sin(kPi / (2 * half) * (i + 0.5)));
+}
+
+void MakeKaiserBesselWindow(int half, double alpha, float* window) {
+  const auto kernel = [=](int p) {
+    const double x = 2.0 * p / half - 1;
+    return Bessel(kPi * alpha * std::sqrt(1 - x * x));
+  };
+  double total = 0;
+  for (int p = 0; p <= half; ++p) total += kernel(p);
+  double sum = 0;
+  for (int i = 0; i < half; ++i) {
+    sum += kernel(i);
+    window[i] = static_cast<float>(std::sqrt(sum / total));
+  }
+}
+
+}  // namespace UMC::aac

@@ -1,0 +1,30 @@
+#include "individual_channel_stream.h"
+
+#include "pulse.h"
+#include "scale_factors.h"
+#include "sections.h"
+#include "spectral_data.h"
+
+namespace UMC::aac {
+
+bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+                                  bool commonWindow, std::int16_t* quantised, ChannelStream& channel) {
+  const auto globalGain = static_cast<int>(stream.Read(8));
+  if (!commonWindow && !ParseIcsInfo(stream, bands, channel.ics)) return false;
+  if (!ParseSectionData(stream, channel)) return false;
+  if (!ParseScaleFactorData(stream, codebooks, globalGain, channel)) return false;
+
+  PulseData pulse;
+  const bool pulseDataPresent = stream.ReadFlag();
+  if (pulseDataPresent) {
+    if (channel.ics.IsShort() || !ParsePulseData(stream, *channel.ics.bands, pulse)) return false;
+  }
+  channel.tns.count = 0;
+  const bool tnsDataPresent = stream.ReadFlag();
+  if (tnsDataPresent && !ParseTnsData(stream, channel.ics, channel.tns)) return false;
+  const bool gainControlDataPresent = stream.ReadFlag();
+  if (gainControlDataPresent) return false;
+  return ParseSpectralData(stream, codebooks, pulse, quantised, channel);
+}
+
+}  // namespace UMC::aac

@@ -1,0 +1,16 @@
+// individual_channel_stream(): everything about one channel of a raw data block (ISO/IEC 14496-3, 4.4.2.1).
+#pragma once
+
+#include "bit_window.h"
+#include "channel_stream.h"
+#include "codebooks.h"
+
+namespace UMC::aac {
+
+// Reads a channel up to and including its spectrum. With `commonWindow` its ics_info is there already. False
+// for what no stream of the object types served here may hold, gain control included. `quantised` is room
+// for a frame's lines.
+bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+                                  bool commonWindow, std::int16_t* quantised, ChannelStream& channel);
+
+}  // namespace UMC::aac

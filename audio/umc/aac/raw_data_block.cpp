@@ -1,0 +1,214 @@
+#include "raw_data_block.h"
+
+#include <algorithm>
+
+#include "individual_channel_stream.h"
+#include "ipps_crc.h"
+#include "noise.h"
+
+namespace UMC::aac {
+
+namespace {
+
+// id_syn_ele
+enum : std::uint32_t { kIdSce, kIdCpe, kIdCce, kIdLfe, kIdDse, kIdPce, kIdFil, kIdEnd };
+
+// How many bits of an element and of a pair's second channel stream the checksum protects (ISO/IEC
+// 14496-3, 1.A.2.2.3).
+constexpr std::size_t kCrcElementBits = 192;
+constexpr std::size_t kCrcSecondChannelBits = 128;
+
+class BlockParser {
+ public:
+  BlockParser(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, RawDataBlock& block,
+              Ipp32u* crc)
+      : m_stream(stream), m_codebooks(codebooks), m_bands(bands), m_block(block), m_crc(crc) {}
+
+  bool Parse() {
+    m_block.elementCount = m_block.channelCount = m_block.couplingCount = m_block.streamCount = 0;
+    m_block.hasProgram = false;
+    while (!m_stream.Overrun()) {
+      const auto id = m_stream.Read(3);
+      const std::size_t start = m_stream.Position();
+      switch (id) {
+        case kIdSce:
+          if (!ParseElement(ElementType::kSingle)) return false;
+          Protect(start, kCrcElementBits);
+          break;
+        case kIdLfe:
+          if (!ParseElement(ElementType::kLfe)) return false;
+          Protect(start, kCrcElementBits);
+          break;
+        case kIdCpe:
+          if (!ParsePair()) return false;
+          break;
+        case kIdCce:
+          if (!ParseCouplingElement()) return false;
+          Protect(start, kCrcElementBits);
+          break;
+        case kIdDse:
+          SkipDataStream();
+          Protect(start, m_stream.Position() - start);
+          break;
+        case kIdPce:
+          m_stream.Read(4);  // element_instance_tag
+          if (!ParseProgramConfig(m_stream, m_block.program)) return false;
+          m_block.hasProgram = true;
+          Protect(start, m_stream.Position() - start);
+          break;
+        case kIdFil:
+          SkipFill();
+          break;
+        default:
+          m_stream.AlignToByte();
+          return !m_stream.Overrun();
+      }
+    }
+    return false;
+  }
+
+ private:
+  ChannelStream* NewStream() {
+    return m_block.streamCount == kMaxStreams ? nullptr : &m_block.streams[m_block.streamCount++];
+  }
+
+  bool ParseChannel(bool commonWindow, ChannelStream& channel) {
+    return ParseIndividualChannelStream(m_stream, m_codebooks, m_bands, commonWindow, m_block.quantised,
+                                        channel);
+  }
+
+  // Counts an element with its channels; null when they are too many.
+  BlockElement* NewElement(ElementType type) {
+    const int channels = ChannelsOf(type);
+    if (m_block.channelCount + channels > kMaxChannels) return nullptr;
+    m_block.channelCount += channels;
+    BlockElement& element = m_block.elements[m_block.elementCount++];
+    element.type = type;
+    element.tag = static_cast<std::uint8_t>(m_stream.Read(4));
+    element.stream = static_cast<std::uint8_t>(m_block.streamCount);
+    return &element;
+  }
+
+  bool ParseElement(ElementType type) {
+    BlockElement* element = NewElement(type);
+    ChannelStream* channel = element == nullptr ? nullptr : NewStream();
+    return channel != nullptr && ParseChannel(false, *channel);
+  }
+
+  bool ParsePair() {
+    const std::size_t start = m_stream.Position();
+    BlockElement* element = NewElement(ElementType::kPair);
+    ChannelStream* left = element == nullptr ? nullptr : NewStream();
+    ChannelStream* right = left == nullptr ? nullptr : NewStream();
+    if (right == nullptr) return false;
+    element->commonWindow = m_stream.ReadFlag();
+    if (element->commonWindow) {
+      if (!ParseIcsInfo(m_stream, m_bands, left->ics)) return false;
+      right->ics = left->ics;
+      if (!ParseStereoMask(m_stream, left->ics, element->mask)) return false;
+    }
+    if (!ParseChannel(element->commonWindow, *left)) return false;
+    const std::size_t second = m_stream.Position();
+    if (!ParseChannel(element->commonWindow, *right)) return false;
+    Protect(start, kCrcElementBits);
+    Protect(second, kCrcSecondChannelBits);
+    return true;
+  }
+
+  bool ParseCouplingElement() {
+    if (m_block.couplingCount == kMaxCouplings) return false;
+    m_stream.Read(4);  // element_instance_tag
+    Coupling& coupling = m_block.couplings[m_block.couplingCount++];
+    coupling.stream = static_cast<std::uint8_t>(m_block.streamCount);
+    ChannelStream* channel = NewStream();
+    return channel != nullptr &&
+           ParseCoupling(m_stream, m_codebooks, m_bands, m_block.quantised, *channel, coupling);
+  }
+
+  // data_stream_element()
+  void SkipDataStream() {
+    m_stream.Read(4);  // element_instance_tag
+    const bool align = m_stream.ReadFlag();
+    std::size_t bytes = m_stream.Read(8);
+    if (bytes == 255) bytes += m_stream.Read(8);
+    if (align) m_stream.AlignToByte();
+    m_stream.Seek(m_stream.Position() + 8 * bytes);
+  }
+
+  // fill_element(): no extension payload is used.
+  void SkipFill() {
+    std::size_t bytes = m_stream.Read(4);
+    if (bytes == 15) bytes = 14 + m_stream.Read(8);
+    m_stream.Seek(m_stream.Position() + 8 * bytes);
+  }
+
+  // Takes the next `bits` bits from `start` into the checksum, zeros behind where the parser stands.
+  void Protect(std::size_t start, std::size_t bits) {
+    if (m_crc == nullptr || m_stream.Overrun()) return;
+    const std::size_t sent = std::min(bits, m_stream.Position() - start);
+    ippsCRC32_8u(m_stream.Data(), start, sent, kAdtsCrcPolynomial, m_crc);
+    ippsCRC32_8u(nullptr, 0, bits - sent, kAdtsCrcPolynomial, m_crc);
+  }
+
+  BitWindow& m_stream;
+  const Codebooks& m_codebooks;
+  const FrameBands& m_bands;
+  RawDataBlock& m_block;
+  Ipp32u* m_crc;
+};
+
+// Adds the spectra that are coupled at `point`.
+void CoupleSpectra(RawDataBlock& block, CouplingPoint point) {
+  for (int i = 0; i < block.couplingCount; ++i) {
+    if (block.couplings[i].point != point) continue;
+    const ChannelStream& source = block.streams[block.couplings[i].stream];
+    ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
+      AddCoupledSpectrum(source, gains, target);
+    });
+  }
+}
+
+}  // namespace
+
+BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+                              RawDataBlock& block, Ipp32u* crc) {
+  if (BlockParser(stream, codebooks, bands, block, crc).Parse()) return BlockStatus::kOk;
+  return stream.Overrun() ? BlockStatus::kOverrun : BlockStatus::kInvalid;
+}
+
+void ApplySpectralTools(const std::uint8_t* data, std::size_t size, RawDataBlock& block) {
+  ChannelStream* streams = block.streams;
+  const bool noise = std::any_of(streams, streams + block.streamCount, HasNoise);
+  NoiseGenerator generator(data, noise ? size : 0);
+
+  for (int i = 0; i < block.couplingCount; ++i) {
+    ChannelStream& channel = streams[block.couplings[i].stream];
+    ApplyNoise(channel, generator);
+    ApplyTns(channel.tns, channel.ics, channel.spectrum);
+  }
+  for (int i = 0; i < block.elementCount; ++i) {
+    const BlockElement& element = block.elements[i];
+    ChannelStream& first = streams[element.stream];
+    const int channels = ChannelsOf(element.type);
+    if (channels == 2 && element.commonWindow) {
+      ChannelStream& second = streams[element.stream + 1];
+      ApplyNoise(first, second, element.mask.used, generator);
+      ApplyMidSide(element.mask, first, second);
+      ApplyIntensity(element.mask, first, second);
+    } else {
+      for (int channel = 0; channel < channels; ++channel)
+        ApplyNoise(streams[element.stream + channel], generator);
+    }
+  }
+  CoupleSpectra(block, CouplingPoint::kBeforeTns);
+  for (int i = 0; i < block.elementCount; ++i) {
+    const BlockElement& element = block.elements[i];
+    for (int channel = 0; channel < ChannelsOf(element.type); ++channel) {
+      ChannelStream& target = streams[element.stream + channel];
+      ApplyTns(target.tns, target.ics, target.spectrum);
+    }
+  }
+  CoupleSpectra(block, CouplingPoint::kAfterTns);
+}
+
+}  // namespace UMC::aac

@@ -1,0 +1,29 @@
+// From a parsed block to interleaved samples.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "decoder_state.h"
+
+namespace UMC::aac {
+
+// Finds out which channels the parsed block carries, by its own program config element, an earlier one or
+// the order of its elements. When they are not those of the block before, all channels start anew. A block
+// without channels goes on with the layout before. False when there are no channels at all.
+bool AdoptLayout(DecoderState& state, const RawDataBlock& block);
+
+// Makes `state.mix` for the layout and the channels asked for.
+void UpdateMix(DecoderState& state);
+
+// Forgets the signal: what overlaps into the next frame.
+void ForgetSignal(DecoderState& state);
+
+// Bytes that a block becomes.
+std::size_t RenderedBytes(const DecoderState& state);
+
+// Decodes the parsed block, whose bytes are `data`, into `output`, which has room for RenderedBytes.
+void RenderBlock(DecoderState& state, WorkArea& work, const std::uint8_t* data, std::size_t size,
+                 std::int16_t* output);
+
+}  // namespace UMC::aac

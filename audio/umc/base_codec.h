@@ -1,0 +1,56 @@
+// The bases of all codecs.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "codec_params.h"
+#include "media_data.h"
+#include "memory_allocator.h"
+#include "runtime_class.h"
+#include "status.h"
+
+namespace UMC {
+
+// A codec object is used by one thread at a time.
+class BaseCodec : public RuntimeClass<BaseCodec> {
+ public:
+  static const char* ClassName() { return "BaseCodec"; }
+
+  BaseCodec();
+  ~BaseCodec() override;
+
+  // Takes the allocator from the parameters, or makes one of its own where they have none and none was set.
+  // -995 for null parameters, -883 without memory.
+  virtual Status Init(BaseCodecParams* params);
+  // The operations that a codec adds; -878 where it does not.
+  virtual Status GetFrame(MediaData* input, MediaData* output);
+  virtual Status GetInfo(BaseCodecParams* params);
+  virtual Status Close();
+  virtual Status Reset();
+  virtual Status SetParams(BaseCodecParams* params);
+
+  // Sets the allocator to use, which outlives the codec; ahead of Init. -995 for null, -999 when another is
+  // in use.
+  virtual Status SetMemoryAllocator(MemoryAllocator* allocator);
+
+  // A block of the allocator in use: its address or null, and a status, -998 without an allocator.
+  virtual void* LockMemory(MemoryId identifier);
+  virtual Status UnlockMemory(MemoryId identifier);
+  virtual Status FreeMemory(MemoryId identifier);
+  // Keeps a word that tells how the stream is played (0: normal); returns 0.
+  virtual Status SetTrickPlayMode(std::uint32_t mode);
+
+ protected:
+  MemoryAllocator* m_allocator = nullptr;
+  std::unique_ptr<MemoryAllocator> m_ownAllocator;
+  std::uint32_t m_trickPlayMode = 0;
+  std::uint32_t m_reserved[25] = {};
+};
+
+class AudioCodec : public RuntimeClass<AudioCodec, BaseCodec> {
+ public:
+  static const char* ClassName() { return "AudioCodec"; }
+};
+
+}  // namespace UMC

@@ -1,0 +1,64 @@
+// A descriptor of media bytes in memory: a buffer, the valid data inside it, and their presentation time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime_class.h"
+#include "status.h"
+
+namespace UMC {
+
+class MediaData : public RuntimeClass<MediaData> {
+ public:
+  static const char* ClassName() { return "MediaData"; }
+
+  // With a size it allocates that many bytes of its own; where memory is short it stays empty.
+  explicit MediaData(std::size_t size = 0);
+  ~MediaData() override;
+
+  virtual void* GetBufferPointer() { return m_buffer; }
+  virtual void* GetDataPointer() { return m_data; }
+  virtual std::uint64_t GetBufferSize() const { return m_bufferSize; }
+  virtual std::uint64_t GetDataSize() const { return m_dataSize; }
+  virtual double GetTime() const { return m_startTime; }
+
+  // Describes `size` bytes at `pointer`, which stay the caller's; no data in them yet. Frees a buffer of
+  // its own. Returns 0.
+  virtual Status SetBufferPointer(std::uint8_t* pointer, std::size_t size);
+  // Declares `size` bytes from the data pointer valid. -995 without a buffer, -999 when they do not fit.
+  virtual Status SetDataSize(std::size_t size);
+  // Consumes `bytes` of the data, or takes back what was consumed when negative; -999 when there are not so
+  // many.
+  virtual Status MoveDataPointer(std::ptrdiff_t bytes);
+  // Times in seconds; returns 0.
+  virtual Status SetTime(double start, double end);
+  // -995 for a null pointer.
+  virtual Status GetTime(double* start, double* end) const;
+  // Empties the buffer, keeping it; returns 0.
+  virtual Status Reset();
+  // Gives the buffer up, freeing one of its own; returns 0.
+  virtual Status Close();
+  // Appends as much of the data to `target` as fits there, consumes it here and hands on times, frame type
+  // and flags. -998 without data here, -995 for a target that is null or has no buffer.
+  virtual Status MoveDataTo(MediaData* target);
+  // Describes the same bytes as `other`, never as their owner. Frees a buffer of its own.
+  virtual MediaData& operator=(const MediaData& other);
+
+ protected:
+  double m_startTime = -1.0;
+  double m_endTime = -1.0;
+  std::uint64_t m_bufferSize = 0;
+  std::uint64_t m_dataSize = 0;
+  std::uint8_t* m_buffer = nullptr;
+  std::uint8_t* m_data = nullptr;
+  std::uint32_t m_frameType = 0;
+  std::uint32_t m_flags = 0;
+  std::uint32_t m_invalid = 0;
+  std::uint32_t m_ownsBuffer = 0;
+
+ private:
+  [[nodiscard]] std::uint64_t Consumed() const { return static_cast<std::uint64_t>(m_data - m_buffer); }
+};
+
+}  // namespace UMC

@@ -1,0 +1,54 @@
+// Opening a day-long recording: time against ffprobe on the same file, and memory a fragment.
+#include <cstdio>
+#include <optional>
+
+#include "host.h"
+#include "measure.h"
+#include "support/day_file.h"
+#include "support/temp_folder.h"
+
+int main() {
+  const TempFolder folder;
+  const std::string tool = VL_BIN_DIR "/fmp4";
+  const std::string plain = folder.file("day.mp4"), indexed = folder.file("segments.mp4"),
+                    tiny = folder.file("one.mp4");
+  DayFile day, segments, one;
+  day.write(plain);
+  segments.fragmentsPerSegment = 10;
+  segments.write(indexed);
+  one.fragments = 1;
+  one.write(tiny);
+  std::printf("%u fragments, %.1f MB of \"moof\" in %.1f GB\n", day.fragments,
+              static_cast<double>(day.moofBytes) / 1e6,
+              static_cast<double>(std::filesystem::file_size(plain)) / 1e9);
+
+  bool met = true;
+  // Measured while this program is small, for a child starts from its parent's peak. What a file of one
+  // fragment takes is the program's own.
+  const long base = measureProgram({tool, "--quiet", "info", tiny}).peakKilobytes;
+  for (const auto& [name, path] :
+       {std::pair("plain", plain), std::pair("a segment index for every 10 fragments", indexed)}) {
+    const long peak = measureProgram({tool, "--quiet", "info", path}).peakKilobytes;
+    const std::string what = std::string("bytes of memory a fragment, ") + name;
+    met = report(what.c_str(), static_cast<double>(peak - base) * 1024 / day.fragments, "<=", 3000) && met;
+  }
+
+  const MediaFileEntry entry = mediaFileEntry();
+  std::vector<Measured> ours, theirs;
+  alternate(
+      7, ours, theirs,
+      [&] {
+        std::optional<OpenRecording> recording;
+        return measureWork([&] { recording.emplace(entry, plain); });
+      },
+      [&] {
+        return measureProgram({"ffprobe", "-v", "quiet", "-show_entries", "format=duration", plain});
+      });
+  const double open = medianOf(ours, &Measured::wallSeconds),
+               probe = medianOf(theirs, &Measured::wallSeconds);
+  std::printf("open %.3f s, ffprobe %.3f s (wall, median of 7, files in the page cache)\n", open, probe);
+  std::printf("fmp4 info as a whole, closing included: %.3f s\n",
+              measureProgram({tool, "--quiet", "info", plain}).wallSeconds);
+  met = report("ffprobe's time over ours", probe / open, ">=", 4) && met;
+  return met ? 0 : 1;
+}

@@ -1,0 +1,63 @@
+// Reading all frames of a large file in order, against a plain loop over the same bytes.
+#include <cstdio>
+
+#include "host.h"
+#include "measure.h"
+#include "support/day_file.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+constexpr std::uint32_t kFragments = 1500;  // about a gigabyte
+
+}  // namespace
+
+int main() {
+  const TempFolder folder;
+  const std::string path = folder.file("large.mp4");
+  DayFile file;
+  file.fragments = kFragments;
+  file.write(path);
+  const OpenRecording recording(mediaFileEntry(), path);
+  const std::uint32_t frames = recording->GetTotalFrames();
+  std::vector<std::uint8_t> frame(recording->Read(0, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr));
+  std::vector<std::uint8_t> block(1 << 20);
+  std::uint64_t videoBytes = 0;
+
+  const auto readFrames = [&] {
+    return measureWork([&] {
+      videoBytes = 0;
+      for (std::uint32_t i = 0; i < frames; ++i) {
+        DFRAME d{};
+        d.size = sizeof d;
+        d.data = frame.data();
+        if (recording->Read(i, 1, 1, QVR_MODE_VIDEO, &d, nullptr) != VL_OK)
+          throw std::runtime_error("no frame");
+        videoBytes += d.bytes;
+      }
+    });
+  };
+  const auto readPlainly = [&] {
+    return measureWork([&] {
+      const VLHANDLE handle = vlOSCreateFile(path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr,
+                                             VL_OPEN_EXISTING, 0, VL_NO_HANDLE);
+      // As many bytes as the frames have: the sound between them is left out.
+      std::uint32_t done = 0;
+      for (std::uint64_t left = videoBytes; left > 0; left -= done) {
+        const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(left, block.size()));
+        if (!vlOSReadFile(handle, block.data(), count, &done) || done == 0)
+          throw std::runtime_error("no bytes");
+      }
+      vlOSCloseFile(handle);
+    });
+  };
+  std::vector<Measured> ours, plain;
+  alternate(7, ours, plain, readFrames, readPlainly);
+  const double frameTime = medianOf(ours, &Measured::wallSeconds),
+               plainTime = medianOf(plain, &Measured::wallSeconds);
+  std::printf("%u frames, %.2f GB: %.2f GB/s, plain loop %.2f GB/s\n", frames,
+              static_cast<double>(videoBytes) / 1e9, static_cast<double>(videoBytes) / 1e9 / frameTime,
+              static_cast<double>(videoBytes) / 1e9 / plainTime);
+  const bool met = report("rate of reading frames over the plain loop", plainTime / frameTime, ">=", 0.7);
+  return met ? 0 : 1;
+}

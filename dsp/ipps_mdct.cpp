@@ -1,0 +1,88 @@
+#include "ipps_mdct.h"
+
+#include <cmath>
+#include <cstddef>
+#include <initializer_list>
+
+#include "kernels.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+// Splits the transform into its passes, without their constants. Returns the count of values that the plan
+// holds, or 0 for a length that is not served.
+std::size_t LayOut(Ipp32s length, IppsMDCTInvSpec_32f& plan) {
+  if (length < 16 || length % 16 != 0 || length > 65536) return 0;
+  plan = {};
+  plan.length = length;
+  plan.points = length / 4;
+  Ipp32s values = 4 * plan.points;
+  Ipp32s remaining = plan.points;
+  Ipp32s span = 1;
+  while (remaining > 1) {
+    Ipp32s radix = 0;
+    for (const Ipp32s candidate : {4, 2, 3, 5}) {
+      if (remaining % candidate == 0) {
+        radix = candidate;
+        break;
+      }
+    }
+    if (radix == 0 || plan.passCount == kMaxFftPasses) return 0;
+    remaining /= radix;
+    plan.passes[plan.passCount++] = {radix, span, remaining, values};
+    values += 2 * (radix - 1) * remaining;
+    span *= radix;
+  }
+  return static_cast<std::size_t>(values);
+}
+
+}  // namespace
+
+IppStatus ippsMDCTInvGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
+  if (planBytes == nullptr || workBytes == nullptr) return ippStsNullPtrErr;
+  IppsMDCTInvSpec_32f plan;
+  const std::size_t values = LayOut(length, plan);
+  if (values == 0) return ippStsSizeErr;
+  *planBytes = static_cast<Ipp32s>(sizeof plan + values * sizeof(Ipp32f));
+  *workBytes = length / 2 * static_cast<Ipp32s>(sizeof(Ipp32f));
+  return ippStsNoErr;
+}
+
+IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* memory) {
+  if (plan == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  auto* made = reinterpret_cast<IppsMDCTInvSpec_32f*>(memory);
+  if (LayOut(length, *made) == 0) return ippStsSizeErr;
+
+  auto* values = reinterpret_cast<Ipp32f*>(made + 1);
+  const double scale = 2.0 / length;
+  for (Ipp32s k = 0; k < made->points; ++k) {
+    const double angle = 2 * kPi * (k + 0.125) / length;
+    values[k] = static_cast<Ipp32f>(scale * std::cos(angle));
+    values[k + made->points] = static_cast<Ipp32f>(scale * std::sin(angle));
+    values[k + 2 * made->points] = static_cast<Ipp32f>(std::cos(angle));
+    values[k + 3 * made->points] = static_cast<Ipp32f>(std::sin(angle));
+  }
+  for (Ipp32s i = 0; i < made->passCount; ++i) {
+    const FftPass& pass = made->passes[i];
+    Ipp32f* twiddle = values + pass.twiddleOffset;
+    for (Ipp32s power = 1; power < pass.radix; ++power, twiddle += 2 * pass.groups) {
+      for (Ipp32s p = 0; p < pass.groups; ++p) {
+        const double angle = -2 * kPi * p * power / (pass.radix * pass.groups);
+        twiddle[p] = static_cast<Ipp32f>(std::cos(angle));
+        twiddle[p + pass.groups] = static_cast<Ipp32f>(std::sin(angle));
+      }
+    }
+  }
+  *plan = made;
+  return ippStsNoErr;
+}
+
+IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTInvSpec_32f* plan,
+                          Ipp8u* work) {
+  if (source == nullptr || destination == nullptr || plan == nullptr || work == nullptr) {
+    return ippStsNullPtrErr;
+  }
+  ActiveKernels().mdctInverse(*plan, source, destination, reinterpret_cast<Ipp32f*>(work));
+  return ippStsNoErr;
+}

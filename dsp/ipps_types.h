@@ -1,0 +1,23 @@
+// Types and results that all primitives share.
+#pragma once
+
+#include <cstdint>
+
+using Ipp8u = std::uint8_t;
+using Ipp16s = std::int16_t;
+using Ipp16u = std::uint16_t;
+using Ipp32s = std::int32_t;
+using Ipp32u = std::uint32_t;
+using Ipp32f = float;
+
+// What a primitive that can fail returns; 0 is success, negative values are errors.
+using IppStatus = Ipp32s;
+inline constexpr IppStatus ippStsNoErr = 0;
+inline constexpr IppStatus ippStsBadArgErr = -5;
+inline constexpr IppStatus ippStsSizeErr = -6;
+inline constexpr IppStatus ippStsNullPtrErr = -8;
+inline constexpr IppStatus ippStsMemAllocErr = -9;
+// A code table that is not prefix free, or that leaves bit patterns without a meaning.
+inline constexpr IppStatus ippStsVLCUsrTblCodeErr = -102;
+// Bits that no legal code stream can hold.
+inline constexpr IppStatus ippStsVLCInputDataErr = -103;

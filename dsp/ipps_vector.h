@@ -1,0 +1,39 @@
+// Arithmetic on vectors of samples and coefficients. Lengths are in elements.
+#pragma once
+
+#include <cstddef>
+
+#include "ipps_types.h"
+
+// Largest magnitude of a quantised coefficient (ISO/IEC 14496-3, 4.6.1).
+inline constexpr Ipp32s kPow43Limit = 8191;
+
+// destination[i] = sign(source[i]) * |source[i]|^(4/3); magnitudes beyond kPow43Limit count as that.
+IppStatus ippsPow43_16s32f(const Ipp16s* source, Ipp32f* destination, std::size_t length);
+
+// destination[i] = 2^((source[i] - offset) / 4); exponents beyond what a float holds are limited to +-120.
+IppStatus ippsCalcSF_16s32f(const Ipp16s* source, Ipp32s offset, Ipp32f* destination, std::size_t length);
+
+// Multiplies the values of every band b, those from offsets[b] to offsets[b + 1] - 1, by factors[b].
+// `offsets` holds bands + 1 rising indices.
+IppStatus ippsScale_32f_I(Ipp32f* values, const Ipp32f* factors, const Ipp16u* offsets, std::size_t bands);
+
+// values[i] *= factor
+IppStatus ippsMulC_32f_I(Ipp32f factor, Ipp32f* values, std::size_t length);
+
+// sums[i] += source[i] * factor
+IppStatus ippsAddProductC_32f(const Ipp32f* source, Ipp32f factor, Ipp32f* sums, std::size_t length);
+
+// (a[i], b[i]) becomes (a[i] + b[i], a[i] - b[i]).
+IppStatus ippsButterfly_32f_I(Ipp32f* a, Ipp32f* b, std::size_t length);
+
+// Windows two aliased halves and adds them: destination[i] = tail[i] * rise[length - 1 - i] +
+// head[i] * rise[i], `rise` being the rising half of a symmetric window. `destination` may be `tail`
+// or `head`.
+IppStatus ippsOverlapAdd_32f(const Ipp32f* tail, const Ipp32f* head, const Ipp32f* rise, Ipp32f* destination,
+                             std::size_t length);
+
+// Interleaves `channels` vectors of `length` samples as 16-bit integers: rounded to nearest, ties to even,
+// saturated; what is no number becomes 0. The destination needs no alignment.
+IppStatus ippsJoin_32f16s_D2L(const Ipp32f* const* source, std::size_t channels, std::size_t length,
+                              Ipp16s* destination);

@@ -1,0 +1,40 @@
+// The AAC decoder on hostile bytes. The first byte says how: its lowest bit whether a configuration of up to
+// 63 bytes, whose length the next bits tell, comes first.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "aac_decoder.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 1) return 0;
+  const bool configured = (data[0] & 1) != 0;
+  const std::size_t configSize = configured ? std::min<std::size_t>(data[0] >> 2, size - 1) : 0;
+  std::vector<std::uint8_t> config(data + 1, data + 1 + configSize);
+  std::vector<std::uint8_t> bytes(data + 1 + configSize, data + size);
+  bytes.shrink_to_fit();
+
+  UMC::MediaData configData, input, output;
+  configData.SetBufferPointer(config.data(), config.size());
+  configData.SetDataSize(config.size());
+  UMC::AACDecoderParams params;
+  params.m_output.channels = (data[0] & 2) != 0 ? 2 : 0;
+  if (configured) {
+    params.m_input.streamType = UMC::UMC_STREAM_AAC_CONFIGURED;
+    params.m_configuration = &configData;
+  }
+  UMC::AACDecoder decoder;
+  if (decoder.Init(&params) != UMC::UMC_OK) return 0;
+
+  static std::vector<std::uint8_t> room(4 * 8 * 1024 * 2);
+  input.SetBufferPointer(bytes.data(), bytes.size());
+  input.SetDataSize(bytes.size());
+  for (std::uint64_t left = bytes.size() + 1; input.GetDataSize() < left;) {
+    left = input.GetDataSize();
+    output.SetBufferPointer(room.data(), room.size());
+    const UMC::Status status = decoder.GetFrame(&input, &output);
+    if (status >= UMC::UMC_OK && output.GetDataSize() == 0) std::abort();
+  }
+  return 0;
+}

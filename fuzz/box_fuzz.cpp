@@ -1,0 +1,57 @@
+// Any payload of any box type: read, written and read again, it has the same fields.
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "box.h"
+#include "field_reader.h"
+#include "field_writer.h"
+#include "mp4box/boxes/payload_visitors.h"
+#include "support/box_builder.h"
+
+namespace {
+
+// The text of a type's four bytes.
+std::string nameOf(std::uint32_t type) {
+  std::string name;
+  for (int shift = 24; shift >= 0; shift -= 8) name += static_cast<char>(type >> shift);
+  return name;
+}
+
+Bytes written(Mp4Payload& payload) {
+  Mp4MemoryOutput out;
+  Mp4FieldWriter fields(out);
+  payload.fields(fields);
+  return out.bytes;
+}
+
+// What was understood of a payload must read back as itself, ahead of the child boxes that stood behind it.
+void checkRoundTrip(const Mp4BoxType& row, const Bytes& payload) {
+  const std::unique_ptr<Mp4Payload> first(row.make());
+  Mp4FieldReader fields(payload);
+  first->fields(fields);
+  const Bytes behind(payload.begin() + static_cast<std::ptrdiff_t>(fields.consumed()), payload.end());
+
+  const Bytes bytes = join({written(*first), behind});
+  const std::unique_ptr<Mp4Payload> second(row.make());
+  Mp4FieldReader again(bytes);
+  second->fields(again);
+  if (valuesOf(*second) != valuesOf(*first)) std::abort();
+}
+
+}  // namespace
+
+// The first byte chooses the type out of the type table, the rest is the payload.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const auto& table = Mp4BoxTypeTable();
+  const Mp4BoxType& row = table[data[0] % table.size()];
+  const Bytes payload(data + 1, data + size);
+  if (row.make) checkRoundTrip(row, payload);
+
+  // As a box of a file, with its children.
+  const Bytes bytes = box(row.type ? nameOf(row.type) : "zzzz", {payload});
+  Mp4MemoryStream stream(bytes.data(), bytes.size());
+  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  return 0;
+}

@@ -1,0 +1,68 @@
+// A whole file through the media-file object: opened, described, its frames and captions read in a changing
+// order, its key frames looked for, closed.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "fmp4_object.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+// Frames of one input that are read.
+constexpr std::uint32_t kMostFrames = 64;
+// The mode in which the host asks for key frames.
+constexpr std::int8_t kVideoDirection = 1;
+
+void read(CMFFmp4& file, std::uint32_t frame, std::uint32_t mode) {
+  std::vector<std::uint8_t> buffer(file.Read(0, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr) + 1);
+  DFRAME descriptor{};
+  descriptor.size = sizeof descriptor;
+  descriptor.data = buffer.data();
+  descriptor.dataCapacity = static_cast<std::uint32_t>(buffer.size() - 1);
+  const bool delivered = file.Read(frame, 1, 1, mode, &descriptor, nullptr) == VL_OK;
+  // More caption bytes than the area holds, or more bytes than the buffer takes, are no answer.
+  if (descriptor.captionBytes > sizeof descriptor.captions) std::abort();
+  if (delivered && descriptor.bytes >= buffer.size()) std::abort();
+}
+
+void readAll(CMFFmp4& file, std::minstd_rand random) {
+  const std::uint32_t total = file.GetTotalFrames();
+  const std::uint32_t frames = std::min(total, kMostFrames);
+  for (std::uint32_t frame = 0; frame <= frames; ++frame) read(file, frame, QVR_MODE_VIDEO);
+  for (std::uint32_t i = 0; i < frames; ++i) {
+    const auto frame = static_cast<std::uint32_t>(random() % (std::uint64_t{total} + 1));
+    read(file, frame, QVR_MODE_VIDEO | (i % 4 == 3 ? QVR_MODE_HEADER_ONLY : 0));
+    if (i % 4 == 2) {
+      for (const std::int32_t direction : {0, 1}) file.FindKeyFrame(1, kVideoDirection, frame, direction);
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  vlSetLogSink([](void*, std::uint32_t, const char*) {}, nullptr);
+  return 0;
+}
+
+// The input is the file. Its last byte, sample data where the file is whole, decides the order of reading.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const TempFolder folder;
+  const std::string path = folder.file("clip.mp4");
+  writeFile(path, {data, data + size});
+  CMFFmp4 file(kFileTypeCode);
+  if (file.Open(path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr, VL_OPEN_EXISTING, 0, 0) != VL_OK)
+    return 0;
+  const auto system = std::make_unique<QVRSYSTEM>();
+  const auto video = std::make_unique<QVRVIDEO>();
+  QVRAUDIO audio{};
+  QVRINFO info{};
+  file.GetFileInfo(1, system.get(), video.get(), &audio, &info);
+  readAll(file, std::minstd_rand(size ? data[size - 1] : 0));
+  file.Close();
+  return 0;
+}

@@ -1,0 +1,18 @@
+// Any text as a manifest, and as a frame rate.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "manifest_reader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  const FrameRate rate = ParseFrameRate(text.c_str());
+  // Unknown, or a fraction that can be divided by.
+  if (rate.denominator == 0 || (rate.numerator == 0 && rate.denominator != 1)) std::abort();
+
+  tinyxml2::XMLDocument document;
+  if (ParseManifestDocument(text, document)) ReadManifest(document);
+  return 0;
+}

@@ -1,0 +1,113 @@
+// Reading a range of sound as PCM.
+#include <algorithm>
+#include <cstring>
+
+#include "fmp4_object.h"
+#include "messages.h"
+#include "qvrutil.h"
+#include "status.h"
+
+namespace {
+
+// The host counts requests in stereo frames of 16 or 32 bits, whatever the track carries.
+constexpr std::uint64_t kBytes16BitStereo = 4;
+constexpr std::uint64_t kBytes32BitStereo = 8;
+
+}  // namespace
+
+// The track that holds a channel pair: the tracks in order are the pairs in order; channels beyond the last
+// pair belong to the track whose channels reach there.
+AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
+  if (channel == QVR_NO_CHANNEL) return nullptr;
+  const std::uint32_t pair = channel / 2;
+  if (pair < m_audioTracks.size()) return m_audioTracks[pair].get();
+  std::uint32_t channels = 0;
+  for (const auto& track : m_audioTracks) {
+    channels += track->description().wave.channels;
+    if (channel < channels) return track.get();
+  }
+  return nullptr;
+}
+
+std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                                 std::uint32_t mode, DFRAME* descriptor, void* extra) {
+  if (m_companion) {
+    const std::uint32_t result = m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
+    if (descriptor) m_companionNextExpected = frame + count;
+    return result;
+  }
+  AudioTrack* track = audioTrackOf(findChannel(channelMask));
+  if (!m_index || !track || (m_openFlags & MF_OPEN_NO_AUDIO)) {
+    messages::reportRead(FMP4_E_NO_AUDIO);
+    return FMP4_E_NO_AUDIO;
+  }
+  const QVRAUDIO& audio = track->description();
+  if (frame == QVR_NOT_SET) frame = track->nextExpected == QVR_NOT_SET ? 0 : track->nextExpected;
+  if (frame > audio.stream.length) return VL_FAILED;
+  const bool leads = fccIsCompressedAudio(audio.codec) && frame < audio.stream.initialFrames;
+  if (!descriptor) return leads ? m_audio.wave.blockAlign * 2u : audio.bufferSize;
+
+  descriptor->bytes = 0;
+  const std::uint32_t frameSize = track->decoder().FrameSize();
+  const bool decodes = track->decoder().IsOpen() && frameSize != 0 && descriptor->data;
+  if (!decodes) {
+    track->nextExpected = frame + count;
+    return VL_OK;
+  }
+  const std::uint64_t wanted = std::min<std::uint64_t>(count, audio.stream.length - frame);
+  if (wanted * frameSize > (descriptor->dataCapacity ? descriptor->dataCapacity : 0xFFFFFFFFu)) {
+    messages::reportError(messages::kBufferTooSmall);
+    return VL_FAILED;
+  }
+  return deliverAudio(*track, frame, count, wanted, *descriptor);
+}
+
+std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std::uint32_t count,
+                                    std::uint64_t wanted, DFRAME& descriptor) {
+  const QVRAUDIO& audio = track.description();
+  const std::uint32_t frameSize = track.decoder().FrameSize();
+  // Silence that the description says leads the sound is not in the track.
+  std::uint64_t position = frame;
+  if (position < audio.stream.initialFrames) {
+    const std::uint64_t silent = std::min<std::uint64_t>(audio.stream.initialFrames - position, wanted);
+    std::memset(descriptor.data, 0, silent * frameSize);
+    descriptor.bytes = static_cast<std::uint32_t>(silent * frameSize);
+    position += silent;
+    wanted -= silent;
+    if (wanted == 0) {
+      track.nextExpected = frame + count;
+      return VL_OK;
+    }
+  }
+  if (position != track.nextExpected || !track.inPlace()) {
+    track.nextExpected = frame;
+    if (track.seek(*m_index, position) < 0) {
+      messages::reportSeekFailure();
+      return VL_FAILED;
+    }
+  }
+  std::uint32_t bytes = 0;
+  switch (track.read(*m_index, position, wanted, descriptor.data + descriptor.bytes, bytes)) {
+    case AudioTrack::Outcome::NoRun:
+      messages::reportError(messages::kNoVideoChunkForFrame);
+      return VL_FAILED;
+    case AudioTrack::Outcome::NoFragment:
+      messages::reportError(messages::kNoAudioChunkForFrame);
+      return VL_FAILED;
+    case AudioTrack::Outcome::Refused:
+      descriptor.bytes = 0;
+      return FMP4_E_DURATION;
+    case AudioTrack::Outcome::Delivered:
+      break;
+  }
+  descriptor.bytes += bytes;
+  std::uint64_t requested = std::uint64_t{count} * kBytes32BitStereo;
+  if (m_audio.wave.bitsPerSample == 16) {
+    requested = std::uint64_t{count} * kBytes16BitStereo;
+  } else if (audio.wave.bitsPerSample == 16) {
+    requested = std::uint64_t{count} * audio.wave.blockAlign;
+  }
+  if (descriptor.bytes != requested) messages::reportShort(descriptor.bytes / frameSize, count);
+  track.nextExpected = frame + count;
+  return VL_OK;
+}

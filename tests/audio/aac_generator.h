@@ -1,0 +1,100 @@
+// Makes raw data blocks that are random but valid, far beyond what encoders write: every codebook, escape,
+// window sequence, shape and grouping, every tool (ISO/IEC 14496-3, 4.4.2).
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bit_writer.h"
+#include "ics_info.h"
+#include "scale_factor_bands.h"
+
+// An element of every block.
+struct GeneratedElement {
+  enum Kind { kSce, kCpe, kCce, kLfe } kind;
+  int tag = 0;
+};
+
+struct GeneratorOptions {
+  int samplingIndex = 3;
+  int frameLength = 1024;
+  std::vector<GeneratedElement> elements;
+  bool writeProgram = false;  // a program config element ahead of every block
+  bool noise = false;
+  bool intensity = false;
+  bool midSide = false;
+  bool pulse = false;
+  bool tns = false;
+  bool independentCoupling = false;  // of coupling channels; else they couple spectra
+  bool otherElements = false;        // data stream and fill elements in between
+};
+
+// Bits that an ADTS checksum protects: the first of them, how many it counts, how many are there.
+struct ProtectedBits {
+  std::size_t start, counted, sent;
+};
+
+struct GeneratedBlock {
+  std::vector<std::uint8_t> bytes;
+  std::vector<ProtectedBits> protectedBits;
+};
+
+class AacGenerator {
+ public:
+  AacGenerator(unsigned seed, GeneratorOptions options);
+  GeneratedBlock NextBlock();
+
+  // What may be in a block and was, by name, over all blocks so far: to see that a test means what it says.
+  std::vector<std::string> Seen() const;
+
+ private:
+  int Random(int low, int high);
+  bool Chance(int percent) { return Random(0, 99) < percent; }
+  void Note(const std::string& what);
+
+  void WriteBlock();
+  void WriteIcsInfo(const UMC::aac::IcsInfo& ics);
+  UMC::aac::IcsInfo NextIcs(int element, bool lfe);
+  void WriteChannel(const UMC::aac::IcsInfo& ics, bool commonWindow, bool right, bool lfe);
+  std::vector<int> WriteSections(const UMC::aac::IcsInfo& ics, bool right);
+  void WriteScaleFactors(const std::vector<int>& codebooks, int globalGain);
+  void WriteTns(const UMC::aac::IcsInfo& ics);
+  void WriteSpectrum(const UMC::aac::IcsInfo& ics, const std::vector<int>& codebooks);
+  void WriteTuple(int codebook);
+  void WriteDifference(int difference);
+  void WriteSingle(const GeneratedElement& element, int index);
+  void WritePair(const GeneratedElement& element, int index);
+  void WriteCoupling(const GeneratedElement& element, int index);
+  void WriteProgram();
+  void WriteOther();
+  void Protect(std::size_t start, std::size_t counted);
+
+  GeneratorOptions m_options;
+  std::mt19937 m_random;
+  BitWriter m_bits;
+  GeneratedBlock m_block;
+  int m_stereoMask = 0;          // ms_mask_present of the pair being written
+  int m_bandsInPercent = 100;    // of the bands there are, at most
+  std::vector<int> m_sequences;  // the last window sequence of every element
+  std::vector<int> m_codebooks;  // of the channel stream written last
+  std::vector<std::string> m_seen;
+};
+
+// ADTS around blocks that make up one frame, 1 to 4 of them.
+struct AdtsOptions {
+  int profile = 1;
+  int samplingIndex = 3;
+  int channelConfiguration = 2;
+  bool protect = false;
+};
+std::vector<std::uint8_t> WrapAdts(const std::vector<GeneratedBlock>& blocks, const AdtsOptions& options);
+
+// LOAS around one access unit (ISO/IEC 14496-3, 1.7), which can tell a frame length of 960.
+std::vector<std::uint8_t> WrapLoas(const std::vector<std::uint8_t>& block, int samplingIndex, int frameLength,
+                                   int channelConfiguration);
+
+// An AudioSpecificConfig of the object type LC.
+std::vector<std::uint8_t> MakeConfig(int samplingIndex, int frameLength, int channelConfiguration);

@@ -1,0 +1,65 @@
+#include "base_codec.h"
+
+#include <gtest/gtest.h>
+
+#include "default_memory_allocator.h"
+
+namespace {
+
+using namespace UMC;
+
+TEST(BaseCodec, DoesNotProvideWhatCodecsAdd) {
+  BaseCodec codec;
+  AudioCodecParams params;
+  MediaData data;
+  EXPECT_EQ(-878, codec.GetFrame(&data, &data));
+  EXPECT_EQ(-878, codec.GetInfo(&params));
+  EXPECT_EQ(-878, codec.Close());
+  EXPECT_EQ(-878, codec.Reset());
+  EXPECT_EQ(-878, codec.SetParams(&params));
+  EXPECT_EQ(0, codec.SetTrickPlayMode(1));
+}
+
+TEST(BaseCodec, MakesAnAllocatorOfItsOwn) {
+  AudioCodec codec;
+  BaseCodecParams params;
+  EXPECT_EQ(-995, codec.Init(nullptr));
+  EXPECT_EQ(nullptr, codec.LockMemory(1));
+  EXPECT_EQ(-998, codec.UnlockMemory(1));
+  EXPECT_EQ(-998, codec.FreeMemory(1));
+  EXPECT_EQ(0, codec.Init(&params));
+  EXPECT_EQ(-999, codec.UnlockMemory(1));
+  EXPECT_EQ(-999, codec.FreeMemory(1));
+}
+
+TEST(BaseCodec, UsesTheAllocatorOfTheParameters) {
+  DefaultMemoryAllocator allocator;
+  MemoryId id = 0;
+  ASSERT_EQ(0, allocator.Alloc(&id, 16, 0, 16));
+  AudioCodec codec;
+  BaseCodecParams params;
+  params.m_allocator = &allocator;
+  ASSERT_EQ(0, codec.Init(&params));
+  void* memory = codec.LockMemory(id);
+  EXPECT_EQ(memory, allocator.Lock(id));
+  EXPECT_EQ(0, codec.UnlockMemory(id));
+  EXPECT_EQ(0, codec.UnlockMemory(id));
+  EXPECT_EQ(0, codec.FreeMemory(id));
+  EXPECT_EQ(nullptr, allocator.Lock(id));
+}
+
+TEST(BaseCodec, UsesTheAllocatorThatWasSet) {
+  DefaultMemoryAllocator allocator, other;
+  MemoryId id = 0;
+  ASSERT_EQ(0, allocator.Alloc(&id, 16, 0, 16));
+  AudioCodec codec;
+  EXPECT_EQ(-995, codec.SetMemoryAllocator(nullptr));
+  EXPECT_EQ(0, codec.SetMemoryAllocator(&allocator));
+  EXPECT_EQ(0, codec.SetMemoryAllocator(&allocator));
+  EXPECT_EQ(-999, codec.SetMemoryAllocator(&other));
+  BaseCodecParams params;
+  ASSERT_EQ(0, codec.Init(&params));
+  EXPECT_NE(nullptr, codec.LockMemory(id));
+}
+
+}  // namespace

@@ -1,0 +1,146 @@
+// What ffmpeg's encoder makes, held against ffmpeg's decoder.
+#include <gtest/gtest.h>
+
+#include <numbers>
+#include <numeric>
+
+#include "aac_streams.h"
+
+namespace {
+
+// Expressions of ffmpeg's aevalsrc, by the number of the channel.
+std::string Expression(const std::string& signal, int channel) {
+  const std::string c = std::to_string(channel + 1);
+  if (signal == "music") {
+    return "0.2*sin(2*PI*" + c + "*220*t+2*sin(5*t))+0.15*sin(2*PI*(700+90*" + c +
+           ")*t)+0.1*sin(2*PI*(1900+400*" + c + "*t)*t)+0.02*(random(" + c + ")-0.5)";
+  }
+  // A burst four times a second.
+  if (signal == "transient") return "exp(-40*mod(t+0.03*" + c + "\\,0.25))*(random(" + c + ")*1.6-0.8)";
+  if (signal == "full scale") return "random(" + c + ")*2-1";
+  return "0";
+}
+
+std::vector<std::string> Input(const std::string& signal, int rate, const std::string& layout, int channels) {
+  std::string expressions;
+  for (int i = 0; i < channels; ++i) expressions += (i == 0 ? "" : "|") + Expression(signal, i);
+  return {"-f", "lavfi", "-i",
+          "aevalsrc=" + expressions + ":s=" + std::to_string(rate) + ":d=0.8:c=" + layout};
+}
+
+void ExpectLikeFfmpeg(const std::string& signal, int rate, const std::string& layout, int channels,
+                      int kilobits) {
+  SCOPED_TRACE(signal + " " + std::to_string(rate) + " " + layout + " " + std::to_string(kilobits) + "k");
+  TempFolder folder;
+  const std::string file = folder.file("a.aac");
+  makeMedia(file, Input(signal, rate, layout, channels) +
+                      std::vector<std::string>{"-c:a", "aac", "-aac_pns", "0", "-b:a",
+                                               std::to_string(kilobits) + "k", "-f", "adts"});
+  TestDecoder decoder;
+  const Samples ours = decoder.DecodeAll(readFile(file));
+  ASSERT_GT(ours.size(), static_cast<std::size_t>(channels) * 1024);
+  EXPECT_EQ(0u, decoder.Left());
+  EXPECT_LE(LargestDifference(ours, FfmpegDecode(file, {"-c:a", "aac"})), 1);
+}
+
+class EncodedRate : public testing::TestWithParam<int> {};
+
+TEST_P(EncodedRate, DecodesLikeFfmpeg) {
+  for (const char* signal : {"music", "transient", "full scale"}) {
+    ExpectLikeFfmpeg(signal, GetParam(), "stereo", 2, GetParam() < 22050 ? 48 : 128);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodedRate,
+                         testing::Values(7350, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000,
+                                         64000, 88200, 96000));
+
+class EncodedBitRate : public testing::TestWithParam<int> {};
+
+TEST_P(EncodedBitRate, DecodesLikeFfmpeg) {
+  for (const char* signal : {"music", "transient", "silence", "full scale"}) {
+    ExpectLikeFfmpeg(signal, 48000, "stereo", 2, GetParam());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodedBitRate, testing::Values(16, 32, 64, 96, 192, 320, 512));
+
+struct NamedLayout {
+  const char* name;
+  int channels;
+};
+
+class EncodedLayout : public testing::TestWithParam<NamedLayout> {};
+
+TEST_P(EncodedLayout, DecodesLikeFfmpeg) {
+  const auto& [name, channels] = GetParam();
+  ExpectLikeFfmpeg("music", 48000, name, channels, 64 * channels);
+  ExpectLikeFfmpeg("transient", 48000, name, channels, 64 * channels);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, EncodedLayout,
+    testing::Values(NamedLayout{"mono", 1}, NamedLayout{"stereo", 2}, NamedLayout{"2.1", 3},
+                    NamedLayout{"3.0", 3}, NamedLayout{"3.0(back)", 3}, NamedLayout{"4.0", 4},
+                    NamedLayout{"quad", 4}, NamedLayout{"quad(side)", 4}, NamedLayout{"3.1", 4},
+                    NamedLayout{"5.0", 5}, NamedLayout{"5.0(side)", 5}, NamedLayout{"4.1", 5},
+                    NamedLayout{"5.1", 6}, NamedLayout{"5.1(side)", 6}, NamedLayout{"6.0", 6},
+                    NamedLayout{"6.0(front)", 6}, NamedLayout{"hexagonal", 6}, NamedLayout{"6.1", 7},
+                    NamedLayout{"6.1(back)", 7}, NamedLayout{"6.1(front)", 7}, NamedLayout{"7.0", 7},
+                    NamedLayout{"7.0(front)", 7}, NamedLayout{"7.1", 8}, NamedLayout{"7.1(wide)", 8},
+                    NamedLayout{"7.1(wide-side)", 8}, NamedLayout{"octagonal", 8}));
+
+class SampleStream : public testing::TestWithParam<const char*> {};
+
+TEST_P(SampleStream, DecodesLikeFfmpeg) {
+  const std::filesystem::path file = std::filesystem::path(VL_TEST_DATA) / GetParam();
+  EXPECT_LE(LargestDifference(TestDecoder().DecodeAll(readFile(file)), FfmpegDecode(file, {"-c:a", "aac"})),
+            1);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SampleStream,
+                         testing::Values("lc_51_48k.aac", "lc_40_48k.aac", "lc_mono_16k.aac"));
+
+// Power in 1 kHz bands, decibels, of one channel.
+std::vector<double> BandPowers(const std::vector<float>& samples, std::size_t channel, std::size_t channels) {
+  constexpr std::size_t kPoints = 480;  // 100 Hz apart at 48 kHz
+  std::vector<double> powers(15, 1e-3);
+  for (std::size_t start = 0; start + kPoints <= samples.size() / channels; start += 4 * kPoints) {
+    for (std::size_t bin = 0; bin < powers.size() * 10; ++bin) {
+      double re = 0, im = 0;
+      for (std::size_t i = 0; i < kPoints; ++i) {
+        const double angle = 2 * std::numbers::pi * static_cast<double>(bin * i % kPoints) / kPoints;
+        const double sine = std::sin(std::numbers::pi * (static_cast<double>(i) + 0.5) / kPoints);
+        const double x = sine * sine * samples[(start + i) * channels + channel];
+        re += x * std::cos(angle);
+        im += x * std::sin(angle);
+      }
+      powers[bin / 10] += re * re + im * im;
+    }
+  }
+  for (double& power : powers) power = 10 * std::log10(power);
+  return powers;
+}
+
+TEST(NoiseSubstitution, HasTheWitnesssBandEnergies) {
+  TempFolder folder;
+  const std::string file = folder.file("a.aac");
+  makeMedia(file,
+            std::vector<std::string>{"-f", "lavfi", "-i",
+                                     "aevalsrc=0.2*(random(1)-0.5)|0.1*(random(2)-0.5):s=48000:d=10:c=stereo",
+                                     "-c:a", "aac", "-aac_pns", "1", "-b:a", "48k", "-f", "adts"});
+  const Samples ours = TestDecoder().DecodeAll(readFile(file));
+  const std::vector<float> witness = FfmpegDecode(file, {"-c:a", "aac"});
+  ASSERT_GT(LargestDifference(ours, witness), 100) << "no noise was substituted";
+  const std::vector<float> floats(ours.begin(), ours.end());
+  for (std::size_t channel = 0; channel < 2; ++channel) {
+    const auto expected = BandPowers(witness, channel, 2), measured = BandPowers(floats, channel, 2);
+    const double strongest = *std::max_element(expected.begin(), expected.end());
+    for (std::size_t band = 0; band < expected.size(); ++band) {
+      if (expected[band] < strongest - 6) continue;  // outside the coded bandwidth
+      EXPECT_NEAR(expected[band], measured[band], 0.5) << "channel " << channel << " band " << band;
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+// Steady decoding allocates nothing. A program of its own: it counts every allocation.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "aac_generator.h"
+#include "aac_streams.h"
+
+namespace {
+std::atomic<int> allocations{0};
+}  // namespace
+
+void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  ++allocations;
+  const auto step = static_cast<std::size_t>(alignment);
+  if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  ++allocations;
+  return std::malloc(size);
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  ++allocations;
+  const auto step = static_cast<std::size_t>(alignment);
+  return std::aligned_alloc(step, (size + step - 1) / step * step);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+TEST(SteadyDecoding, AllocatesNothing) {
+  GeneratorOptions options;
+  options.elements = {{GeneratedElement::kCpe, 0}};
+  options.noise = options.intensity = options.midSide = options.pulse = options.tns = true;
+  AacGenerator generator(1, options);
+  Bytes stream;
+  for (int i = 0; i < 50; ++i) stream = stream + WrapAdts({generator.NextBlock()}, {});
+  UMC::AACDecoder decoder;
+  UMC::AACDecoderParams params;
+  ASSERT_EQ(0, decoder.Init(&params));
+  UMC::MediaData input, output;
+  input.SetBufferPointer(stream.data(), stream.size());
+  input.SetDataSize(stream.size());
+  Bytes room(8192);
+  int before = 0;
+  for (int i = 0; i < 50; ++i) {
+    output.SetBufferPointer(room.data(), room.size());
+    ASSERT_EQ(0, decoder.GetFrame(&input, &output));
+    if (i == 0) before = allocations;
+  }
+  EXPECT_EQ(before, allocations);
+  EXPECT_GT(before, 0);
+}
+
+}  // namespace

@@ -1,0 +1,29 @@
+// The damaged files of this folder, and how each is made from a whole one.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/box_builder.h"
+
+struct DamagedFile {
+  std::string name;  // the defect, and the extension
+  Bytes bytes;
+};
+
+// The whole file has a track each of picture (ID 1), sound (2), CEA-608 (3) and CEA-708 captions (4), in
+// three fragments of kFramesPerFragment frames.
+inline constexpr std::uint32_t kFragments = 3;
+inline constexpr std::uint32_t kFramesPerFragment = 2;
+inline constexpr std::uint32_t kFrames = kFragments * kFramesPerFragment;
+
+// What the whole file has for a frame.
+Bytes pictureOf(std::uint32_t frame);
+Bytes cc608PairOf(std::uint32_t frame);
+// The caption area's bytes from 4 on.
+Bytes cc708PacketOf(std::uint32_t frame);
+
+Bytes wholeFile();
+
+// All of them, the whole file first.
+std::vector<DamagedFile> damagedFiles();

@@ -1,0 +1,15 @@
+// Writes the damaged files anew: make_damaged_files FOLDER
+#include <cstdio>
+
+#include "corrupt/damaged_files.h"
+#include "support/temp_folder.h"
+
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::fprintf(stderr, "usage: make_damaged_files FOLDER\n");
+    return 2;
+  }
+  for (const DamagedFile& file : damagedFiles()) {
+    writeFile(std::filesystem::path(arguments[1]) / file.name, file.bytes);
+  }
+}

@@ -1,0 +1,72 @@
+// Reading all of a file through the plug-in, and noting what came.
+#pragma once
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+#include <string>
+
+#include "corrupt/damaged_files.h"
+#include "plugin/loaded_plugin.h"
+
+// One character a frame: which frame of the whole file it is that came, ' ' for no bytes, '?' for others, 'x'
+// for a status of failure; for captions '.' where the frame brought none.
+struct FramesRead {
+  std::string pictures;
+  std::string cc608;
+  std::string cc708;
+  bool operator==(const FramesRead&) const = default;
+};
+inline void PrintTo(const FramesRead& read, std::ostream* out) {
+  *out << '{' << read.pictures << ", " << read.cc608 << ", " << read.cc708 << '}';
+}
+
+inline char whichFrame(const Bytes& bytes, Bytes (*ofFrame)(std::uint32_t)) {
+  if (bytes.empty()) return ' ';
+  for (std::uint32_t frame = 0; frame < kFrames; ++frame) {
+    if (bytes == ofFrame(frame)) return static_cast<char>('0' + frame);
+  }
+  return '?';
+}
+
+// Reads one frame and notes it at its place.
+inline void readOne(CAMediaFile& file, std::uint32_t frame, FramesRead& read) {
+  const VideoFrame got = readFrame(file, frame);
+  if (got.status != VL_OK) {
+    read.pictures[frame] = 'x';
+    return;
+  }
+  read.pictures[frame] = whichFrame(got.data, pictureOf);
+  const DFRAME& d = got.descriptor;
+  ASSERT_LE(d.captionBytes, sizeof d.captions);
+  if (d.captionFlags & DFRAME_CAPTION_608) {
+    read.cc608[frame] = whichFrame({d.captions, d.captions + 2}, cc608PairOf);
+  }
+  if (d.captionFlags & DFRAME_CAPTION_708) {
+    read.cc708[frame] = whichFrame({d.captions + 7, d.captions + d.captionBytes}, cc708PacketOf);
+  }
+}
+
+// Frames of a file that claims thousands of millions of them that are read.
+inline constexpr std::uint32_t kMostFramesRead = 8;
+
+inline FramesRead noFramesOf(CAMediaFile& file) {
+  const std::uint32_t frames = std::min(file.GetTotalFrames(), kMostFramesRead);
+  return {std::string(frames, ' '), std::string(frames, '.'), std::string(frames, '.')};
+}
+
+inline FramesRead readForward(CAMediaFile& file) {
+  FramesRead read = noFramesOf(file);
+  for (std::uint32_t frame = 0; frame < read.pictures.size(); ++frame) readOne(file, frame, read);
+  return read;
+}
+
+inline FramesRead readShuffled(CAMediaFile& file) {
+  FramesRead read = noFramesOf(file);
+  std::vector<std::uint32_t> order(read.pictures.size());
+  std::iota(order.begin(), order.end(), 0u);
+  std::mt19937 random(7);
+  for (std::size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
+  for (const std::uint32_t frame : order) readOne(file, frame, read);
+  return read;
+}

@@ -1,0 +1,63 @@
+// A file with picture, sound and both kinds of captions, cut at every byte.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "corrupt/reading.h"
+#include "support/log_capture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::Field;
+using testing::StartsWith;
+
+const std::string kWhole = "012345";
+
+// Whether what came is of the frame that was asked for, or a failure.
+bool rightOrFailed(const std::string& read) {
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    if (read[i] != kWhole[i] && read[i] != 'x') return false;
+  }
+  return true;
+}
+bool rightOrNone(const std::string& read) {
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    if (read[i] != kWhole[i] && read[i] != '.') return false;
+  }
+  return true;
+}
+
+TEST(Truncation, AtAnyByteEitherFailsTheOpenWithAnErrorOrGivesTheFramesThatAreThere) {
+  const TempFolder folder;
+  const std::string path = folder.file("clip.mp4");
+  const Bytes whole = wholeFile();
+  std::uint32_t opened = 0, frames = 0;
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    SCOPED_TRACE("cut at " + std::to_string(size));
+    writeFile(path, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+    LogCapture log;
+    const MediaFile file = openFile(path);
+    if (!file) {
+      EXPECT_EQ(opened, 0u) << "a longer file has no fewer frames";
+      EXPECT_THAT(log.lines, Contains(AllOf(Field(&LogLine::level, VL_LOG_ERROR),
+                                            Field(&LogLine::text, StartsWith("ERROR(vlx_fmp4): ")))));
+      continue;
+    }
+    ++opened;
+    const FramesRead read = readForward(*file);
+    ASSERT_LE(read.pictures.size(), kWhole.size());
+    EXPECT_TRUE(rightOrFailed(read.pictures)) << read.pictures;
+    EXPECT_TRUE(rightOrNone(read.cc608)) << read.cc608;
+    EXPECT_TRUE(rightOrNone(read.cc708)) << read.cc708;
+    EXPECT_EQ(readShuffled(*file), read);
+    const auto good = static_cast<std::uint32_t>(
+        read.pictures.size() - static_cast<std::size_t>(std::ranges::count(read.pictures, 'x')));
+    EXPECT_GE(good, frames);
+    frames = good;
+  }
+  EXPECT_EQ(frames, kFrames);
+}
+
+}  // namespace

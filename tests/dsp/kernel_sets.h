@@ -1,0 +1,15 @@
+// The kernels of every instruction set that this machine can run.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kernels.h"
+
+struct KernelSet {
+  std::string name;
+  const Kernels* kernels;
+};
+
+// The plain kernels first, then one set per vector instruction set.
+std::vector<KernelSet> AllKernelSets();

@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "ipps_mdct.h"
+#include "kernel_sets.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+struct Plan {
+  explicit Plan(Ipp32s length) {
+    Ipp32s planBytes = 0, workBytes = 0;
+    EXPECT_EQ(ippStsNoErr, ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes));
+    memory.resize(static_cast<std::size_t>(planBytes) / sizeof(float) + 1);
+    work.resize(static_cast<std::size_t>(workBytes) / sizeof(float));
+    EXPECT_EQ(ippStsNoErr, ippsMDCTInvInit_32f(&plan, length, reinterpret_cast<Ipp8u*>(memory.data())));
+  }
+  std::vector<float> memory, work;
+  IppsMDCTInvSpec_32f* plan = nullptr;
+};
+
+std::vector<double> Definition(const std::vector<float>& coefficients) {
+  const std::size_t length = 2 * coefficients.size();
+  const auto n = static_cast<double>(length);
+  const double n0 = (n / 2 + 1) / 2;
+  std::vector<double> samples(length);
+  for (std::size_t i = 0; i < length; ++i) {
+    double sum = 0;
+    for (std::size_t k = 0; k < coefficients.size(); ++k) {
+      sum += coefficients[k] *
+             std::cos(2 * kPi / n * (static_cast<double>(i) + n0) * (static_cast<double>(k) + 0.5));
+    }
+    samples[i] = 2 / n * sum;
+  }
+  return samples;
+}
+
+std::vector<float> Noise(std::size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> uniform(-32768, 32767);
+  std::vector<float> values(count);
+  for (auto& value : values) value = uniform(random);
+  return values;
+}
+
+class MdctLength : public testing::TestWithParam<Ipp32s> {};
+
+TEST_P(MdctLength, EqualsItsDefiningSumWithEveryInstructionSet) {
+  const Ipp32s length = GetParam();
+  Plan plan(length);
+  const auto coefficients = Noise(static_cast<std::size_t>(length) / 2, 7);
+  const auto expected = Definition(coefficients);
+  double power = 0;
+  for (const double x : expected) power += x * x;
+  const double tolerance = 1e-6 * std::sqrt(power / length);
+  for (const auto& set : AllKernelSets()) {
+    std::vector<float> samples(static_cast<std::size_t>(length), 1e9f);
+    set.kernels->mdctInverse(*plan.plan, coefficients.data(), samples.data(), plan.work.data());
+    double worst = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      worst = std::max(worst, std::abs(static_cast<double>(samples[i]) - expected[i]));
+    }
+    EXPECT_LT(worst, tolerance * 4) << set.name << " length " << length;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(AacAndOthers, MdctLength,
+                         testing::Values(16, 32, 48, 64, 80, 96, 128, 240, 256, 512, 1920, 2048));
+
+TEST(Mdct, AnswersAnImpulseWithTheFirstBasisFunction) {
+  Plan plan(2048);
+  std::vector<float> coefficients(1024, 0.0f), samples(2048);
+  coefficients[0] = 1;
+  ASSERT_EQ(ippStsNoErr, ippsMDCTInv_32f(coefficients.data(), samples.data(), plan.plan,
+                                         reinterpret_cast<Ipp8u*>(plan.work.data())));
+  EXPECT_NEAR(0.00069000413, samples[0], 1e-9);
+}
+
+TEST(Mdct, KeepsWorkingWhenThePlanIsMoved) {
+  Plan plan(256);
+  const auto coefficients = Noise(128, 3);
+  std::vector<float> before(256), after(256);
+  auto* work = reinterpret_cast<Ipp8u*>(plan.work.data());
+  ippsMDCTInv_32f(coefficients.data(), before.data(), plan.plan, work);
+  std::vector<float> moved = plan.memory;
+  std::fill(plan.memory.begin(), plan.memory.end(), 0.0f);
+  ippsMDCTInv_32f(coefficients.data(), after.data(),
+                  reinterpret_cast<const IppsMDCTInvSpec_32f*>(moved.data()), work);
+  EXPECT_EQ(before, after);
+}
+
+TEST(Mdct, RefusesLengthsWithoutAPlan) {
+  Ipp32s planBytes = 0, workBytes = 0;
+  for (const Ipp32s length : {-16, 0, 8, 20, 2050, 112, 1 << 20}) {
+    EXPECT_EQ(ippStsSizeErr, ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes)) << length;
+  }
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvGetSize_32f(256, nullptr, &workBytes));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvInit_32f(nullptr, 256, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInv_32f(nullptr, nullptr, nullptr, nullptr));
+}
+
+}  // namespace

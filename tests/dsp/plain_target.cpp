@@ -1,0 +1,5 @@
+#include "kernel_sets.h"
+
+std::vector<KernelSet> AllKernelSets() {
+  return {{"plain", &PlainKernels()}};
+}

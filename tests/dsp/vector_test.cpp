@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "ipps_vector.h"
+#include "kernel_sets.h"
+
+namespace {
+
+std::vector<float> Noise(std::size_t count, unsigned seed, float limit = 40000) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> uniform(-limit, limit);
+  std::vector<float> values(count);
+  for (auto& value : values) value = uniform(random);
+  return values;
+}
+
+// Lengths around every vector width.
+const std::vector<std::size_t> kLengths = {0, 1, 3, 4, 7, 8, 15, 16, 17, 31, 33, 120, 128, 1023, 1024};
+
+TEST(Pow43, RaisesMagnitudesToFourThirds) {
+  std::vector<Ipp16s> source;
+  for (Ipp32s i = -kPow43Limit; i <= kPow43Limit; ++i) source.push_back(static_cast<Ipp16s>(i));
+  std::vector<float> powers(source.size());
+  ASSERT_EQ(ippStsNoErr, ippsPow43_16s32f(source.data(), powers.data(), source.size()));
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    const double magnitude = std::pow(std::abs(static_cast<double>(source[i])), 4.0 / 3);
+    const double expected = source[i] < 0 ? -magnitude : magnitude;
+    ASSERT_NEAR(expected, powers[i], magnitude * 1e-7) << source[i];
+  }
+}
+
+TEST(Pow43, LimitsWhatNoStreamMayHold) {
+  const Ipp16s source[2] = {-32768, 32767};
+  float powers[2];
+  ippsPow43_16s32f(source, powers, 2);
+  EXPECT_FLOAT_EQ(-165113.494082945f, powers[0]);
+  EXPECT_FLOAT_EQ(165113.494082945f, powers[1]);
+}
+
+TEST(CalcSF, RaisesTwoToQuarters) {
+  std::vector<Ipp16s> source;
+  for (Ipp16s i = 0; i < 256; ++i) source.push_back(i);
+  std::vector<float> factors(source.size());
+  ASSERT_EQ(ippStsNoErr, ippsCalcSF_16s32f(source.data(), 100, factors.data(), factors.size()));
+  for (std::size_t i = 0; i < factors.size(); ++i) {
+    const double expected = std::pow(2.0, 0.25 * (static_cast<double>(i) - 100));
+    EXPECT_NEAR(expected, factors[i], expected * 1e-7);
+  }
+  const Ipp16s extremes[2] = {-32768, 32767};
+  float limited[2];
+  ippsCalcSF_16s32f(extremes, 100, limited, 2);
+  EXPECT_FLOAT_EQ(std::ldexp(1.0f, -120), limited[0]);
+  EXPECT_FLOAT_EQ(std::ldexp(1.0f, 120), limited[1]);
+}
+
+TEST(Vector, ScalesBandsWithEveryInstructionSet) {
+  const Ipp16u offsets[6] = {0, 4, 12, 12, 33, 40};
+  const float factors[5] = {2, -3, 100, 0.5f, 0};
+  const auto source = Noise(44, 1);
+  for (const auto& set : AllKernelSets()) {
+    auto values = source;
+    set.kernels->scaleBands(values.data(), factors, offsets, 5);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const float factor = i < 4 ? 2.0f : i < 12 ? -3.0f : i < 33 ? 0.5f : i < 40 ? 0.0f : 1.0f;
+      EXPECT_EQ(source[i] * factor, values[i]) << set.name << " " << i;
+    }
+  }
+}
+
+TEST(Vector, MultipliesAndAddsWithEveryInstructionSet) {
+  for (const auto& set : AllKernelSets()) {
+    for (const std::size_t length : kLengths) {
+      const auto a = Noise(length + 1, 2), b = Noise(length + 1, 3);
+      auto product = a, sums = b, left = a, right = b;
+      set.kernels->mulC(product.data(), 0.3f, length);
+      set.kernels->addProductC(a.data(), 0.3f, sums.data(), length);
+      set.kernels->butterfly(left.data(), right.data(), length);
+      for (std::size_t i = 0; i < length; ++i) {
+        EXPECT_EQ(a[i] * 0.3f, product[i]);
+        EXPECT_NEAR(static_cast<double>(a[i]) * 0.3f + b[i], sums[i], 0.01) << set.name;
+        EXPECT_EQ(a[i] + b[i], left[i]);
+        EXPECT_EQ(a[i] - b[i], right[i]);
+      }
+      EXPECT_EQ(a[length], product[length]);
+      EXPECT_EQ(b[length], sums[length]);
+      EXPECT_EQ(a[length], left[length]);
+      EXPECT_EQ(b[length], right[length]);
+    }
+  }
+}
+
+TEST(Vector, OverlapsAndAddsWithEveryInstructionSet) {
+  for (const auto& set : AllKernelSets()) {
+    for (const std::size_t length : kLengths) {
+      const auto tail = Noise(length, 4), head = Noise(length, 5), rise = Noise(length, 6, 1);
+      auto sums = Noise(length + 1, 7);
+      const float guard = sums[length];
+      set.kernels->overlapAdd(tail.data(), head.data(), rise.data(), sums.data(), length);
+      for (std::size_t i = 0; i < length; ++i) {
+        const double expected =
+            static_cast<double>(tail[i]) * rise[length - 1 - i] + static_cast<double>(head[i]) * rise[i];
+        EXPECT_NEAR(expected, sums[i], 0.02) << set.name << " " << length;
+      }
+      EXPECT_EQ(guard, sums[length]);
+    }
+  }
+}
+
+TEST(Join, RoundsSaturatesAndInterleavesWithEveryInstructionSet) {
+  for (const auto& set : AllKernelSets()) {
+    for (std::size_t channels = 1; channels <= 8; ++channels) {
+      for (const std::size_t length : kLengths) {
+        std::vector<std::vector<float>> planes;
+        std::vector<const float*> pointers;
+        for (std::size_t c = 0; c < channels; ++c) planes.push_back(Noise(length, 10 + unsigned(c)));
+        for (const auto& plane : planes) pointers.push_back(plane.data());
+        std::vector<Ipp16s> joined(length * channels + 1, 77);
+        set.kernels->join(pointers.data(), channels, length, joined.data());
+        for (std::size_t i = 0; i < length; ++i) {
+          for (std::size_t c = 0; c < channels; ++c) {
+            const double rounded = std::nearbyint(static_cast<double>(planes[c][i]));
+            EXPECT_EQ(std::min(std::max(rounded, -32768.0), 32767.0), joined[i * channels + c]);
+          }
+        }
+        EXPECT_EQ(77, joined.back()) << set.name;
+      }
+    }
+  }
+}
+
+TEST(Join, WritesToAnyAddress) {
+  const auto left = Noise(37, 1), right = Noise(37, 2), third = Noise(37, 3);
+  const float* planes[3] = {left.data(), right.data(), third.data()};
+  for (const auto& set : AllKernelSets()) {
+    for (std::size_t channels = 1; channels <= 3; ++channels) {
+      std::vector<Ipp16s> aligned(37 * channels);
+      std::vector<Ipp8u> bytes(37 * channels * 2 + 1);
+      set.kernels->join(planes, channels, 37, aligned.data());
+      set.kernels->join(planes, channels, 37, reinterpret_cast<Ipp16s*>(bytes.data() + 1));
+      EXPECT_EQ(0, std::memcmp(aligned.data(), bytes.data() + 1, aligned.size() * 2)) << set.name;
+    }
+  }
+}
+
+TEST(Join, RoundsTiesToEvenAndTakesWhatIsNoNumberAsSilence) {
+  const float infinity = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  std::vector<float> source;
+  std::vector<Ipp16s> expected;
+  for (int i = 0; i < 4; ++i) {  // enough for whole vectors and a remainder
+    for (const auto& [value, rounded] : std::vector<std::pair<float, Ipp16s>>{{0.5f, 0},
+                                                                              {1.5f, 2},
+                                                                              {-2.5f, -2},
+                                                                              {32767.4f, 32767},
+                                                                              {1e30f, 32767},
+                                                                              {-1e30f, -32768},
+                                                                              {infinity, 32767},
+                                                                              {-infinity, -32768},
+                                                                              {nan, 0}}) {
+      source.push_back(value);
+      expected.push_back(rounded);
+    }
+  }
+  for (const auto& set : AllKernelSets()) {
+    std::vector<Ipp16s> joined(source.size());
+    const float* mono[1] = {source.data()};
+    set.kernels->join(mono, 1, source.size(), joined.data());
+    EXPECT_EQ(expected, joined) << set.name;
+  }
+}
+
+TEST(Vector, ReportsMissingPointers) {
+  float value = 0;
+  Ipp16s integer = 0;
+  Ipp16u offset = 0;
+  const float* plane = &value;
+  EXPECT_EQ(ippStsNullPtrErr, ippsPow43_16s32f(nullptr, &value, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsCalcSF_16s32f(&integer, 100, nullptr, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsScale_32f_I(nullptr, &value, &offset, 0));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMulC_32f_I(1, nullptr, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsAddProductC_32f(nullptr, 1, &value, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsButterfly_32f_I(&value, nullptr, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsOverlapAdd_32f(&value, &value, nullptr, &value, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsJoin_32f16s_D2L(nullptr, 1, 1, &integer));
+  EXPECT_EQ(ippStsSizeErr, ippsJoin_32f16s_D2L(&plane, 0, 1, &integer));
+}
+
+TEST(Vector, ForwardsToTheActiveKernels) {
+  float values[2] = {1, 2}, sums[2] = {10, 20}, a[2] = {5, 6}, b[2] = {1, 2};
+  const Ipp16u offsets[2] = {0, 2};
+  const float factor = 3;
+  EXPECT_EQ(ippStsNoErr, ippsScale_32f_I(values, &factor, offsets, 1));
+  EXPECT_EQ(6, values[1]);
+  EXPECT_EQ(ippStsNoErr, ippsMulC_32f_I(2, values, 2));
+  EXPECT_EQ(12, values[1]);
+  EXPECT_EQ(ippStsNoErr, ippsAddProductC_32f(values, 1, sums, 2));
+  EXPECT_EQ(32, sums[1]);
+  EXPECT_EQ(ippStsNoErr, ippsButterfly_32f_I(a, b, 2));
+  EXPECT_EQ(8, a[1]);
+  EXPECT_EQ(4, b[1]);
+  const float rise[2] = {0, 1};
+  EXPECT_EQ(ippStsNoErr, ippsOverlapAdd_32f(a, b, rise, sums, 2));
+  EXPECT_EQ(6, sums[0]);
+  EXPECT_EQ(4, sums[1]);
+}
+
+}  // namespace

@@ -1,0 +1,93 @@
+#include "support/controlled_new.h"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local std::size_t failingBytes = 0;
+std::atomic<std::int64_t> liveBytes = 0;
+std::atomic<std::int64_t> peakLiveBytes = 0;
+std::atomic<std::size_t> allocationCount = 0;
+
+void* allocate(std::size_t bytes) noexcept {
+  if (bytes != 0 && bytes == failingBytes) return nullptr;
+  void* memory = std::malloc(bytes ? bytes : 1);
+  if (!memory) return nullptr;
+  ++allocationCount;
+  const auto held = static_cast<std::int64_t>(malloc_usable_size(memory));
+  const std::int64_t live = liveBytes += held;
+  std::int64_t peak = peakLiveBytes;
+  while (live > peak && !peakLiveBytes.compare_exchange_weak(peak, live)) {
+  }
+  return memory;
+}
+void* allocateOrThrow(std::size_t bytes) {
+  void* memory = allocate(bytes);
+  if (!memory) throw std::bad_alloc();
+  return memory;
+}
+void release(void* memory) noexcept {
+  if (memory) liveBytes -= static_cast<std::int64_t>(malloc_usable_size(memory));
+  std::free(memory);
+}
+
+// Where the counting began.
+std::int64_t startBytes = 0;
+std::size_t startAllocations = 0;
+
+}  // namespace
+
+FailingNew::FailingNew(std::size_t bytes) {
+  failingBytes = bytes;
+}
+FailingNew::~FailingNew() {
+  failingBytes = 0;
+}
+
+CountingNew::CountingNew() {
+  startAllocations = allocationCount;
+  startBytes = liveBytes;
+  peakLiveBytes = startBytes;
+}
+std::size_t CountingNew::peakBytes() const {
+  return static_cast<std::size_t>(peakLiveBytes - startBytes);
+}
+std::size_t CountingNew::allocations() const {
+  return allocationCount - startAllocations;
+}
+
+void* operator new(std::size_t bytes) {
+  return allocateOrThrow(bytes);
+}
+void* operator new[](std::size_t bytes) {
+  return allocateOrThrow(bytes);
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  return allocate(bytes);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+  return allocate(bytes);
+}
+void operator delete(void* memory) noexcept {
+  release(memory);
+}
+void operator delete[](void* memory) noexcept {
+  release(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  release(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  release(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  release(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+  release(memory);
+}

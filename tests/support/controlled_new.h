@@ -1,0 +1,26 @@
+// Memory that is counted, and runs out on demand: linked in, it replaces the program's operator new.
+#pragma once
+
+#include <cstddef>
+
+// While one is alive, allocations of exactly `bytes` bytes fail on this thread. One at a time.
+class FailingNew {
+ public:
+  explicit FailingNew(std::size_t bytes);
+  ~FailingNew();
+  FailingNew(const FailingNew&) = delete;
+  FailingNew& operator=(const FailingNew&) = delete;
+};
+
+// Counts what all threads allocate from its beginning on. One at a time.
+class CountingNew {
+ public:
+  CountingNew();
+  CountingNew(const CountingNew&) = delete;
+  CountingNew& operator=(const CountingNew&) = delete;
+
+  // The most memory that was in use at once beyond what was in use at the beginning, in bytes.
+  std::size_t peakBytes() const;
+  // The number of allocations.
+  std::size_t allocations() const;
+};
