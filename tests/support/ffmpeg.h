@@ -94,7 +94,7 @@ inline std::vector<Packet> ffprobePackets(const std::filesystem::path& file, con
   std::vector<Packet> packets;
   std::istringstream lines(result.out);
   for (std::string line; std::getline(lines, line);) {
-    if (line.empty()) continue;
+    if (line.find("size=") == std::string::npos) continue;  // side data of the packet before
     Packet packet;
     std::istringstream fields(line);
     for (std::string field; std::getline(fields, field, '|');) {
@@ -131,6 +131,15 @@ inline std::string ffprobeStreamEntry(const std::filesystem::path& file, const s
                   "-of", "default=noprint_wrappers=1:nokey=1", file.string()})
           .out;
   return text.substr(0, text.find('\n'));
+}
+
+// Options that let ffmpeg read local HLS playlists of any file names, where it must be told.
+inline std::vector<std::string> hlsOptions() {
+  const std::string help = runOrThrow({"ffmpeg", "-v", "error", "-h", "demuxer=hls"}).out;
+  std::vector<std::string> options = {"-allowed_extensions", "ALL"};
+  if (help.find("extension_picky") != std::string::npos)
+    options = options + std::vector<std::string>{"-extension_picky", "0"};
+  return options;
 }
 
 // The MD5 of every decoded picture, in order of presentation.

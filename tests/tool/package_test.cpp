@@ -1,0 +1,273 @@
+// Packaging real media: what ffmpeg finds in the result, and what comes back through the program.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include "fmp4.h"
+#include "support/box_builder.h"
+#include "support/ffmpeg.h"
+#include "support/fragments.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// Ten seconds and a bit with B-frames and sound, made once.
+class Package : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    media_ = new TempFolder;
+    makeMedia(source(), pictureInput(10.5) + toneInput(10.5) + h264Codec() +
+                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
+    makeMedia(media_->file("fragmented.mp4"), "-i", source(), "-c", "copy", "-movflags",
+              "+frag_keyframe+empty_moov+default_base_moof");
+  }
+  static void TearDownTestSuite() {
+    delete media_;
+    media_ = nullptr;
+  }
+  static std::string source() { return media_->file("source.mp4"); }
+  static std::string fragmentedSource() { return media_->file("fragmented.mp4"); }
+
+  std::vector<std::string> frames(const std::string& file, const std::vector<std::string>& options = {}) {
+    std::vector<std::string> command = {"--quiet", "frames", file};
+    return linesOf(fmp4(command + options).out);
+  }
+  void decodes(const std::string& file) {
+    const bool playlist = file.ends_with(".m3u8");
+    const RunResult result = run(std::vector<std::string>{"ffmpeg", "-nostdin", "-xerror", "-v", "error"} +
+                                 (playlist ? hlsOptions() : std::vector<std::string>()) +
+                                 std::vector<std::string>{"-i", file, "-f", "null", "-"});
+    EXPECT_EQ(result.exitCode, 0) << file;
+    EXPECT_THAT(result.err, IsEmpty()) << file;
+  }
+
+  static TempFolder* media_;
+  TempFolder folder_;
+};
+TempFolder* Package::media_ = nullptr;
+
+TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
+  const RunResult result = fmp4({"package", source(), "--output", folder_.file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, IsEmpty());
+  for (const char* name : {"out.m4v", "out.m4a", "out.m3u8", "outA.m3u8", "out.master.m3u8"})
+    decodes(folder_.file(name));
+  const auto sourceVideo = ffprobePackets(source(), "v:0"), sourceAudio = ffprobePackets(source(), "a:0");
+  const auto video = ffprobePackets(folder_.file("out.m4v"), "v:0");
+  const auto audio = ffprobePackets(folder_.file("out.m4a"), "a:0");
+  ASSERT_EQ(video.size(), sourceVideo.size());
+  ASSERT_EQ(audio.size(), sourceAudio.size());
+  for (std::size_t i = 0; i < video.size(); ++i) {
+    EXPECT_EQ(video[i].crc32, sourceVideo[i].crc32);
+    EXPECT_EQ(video[i].key, sourceVideo[i].key);
+    EXPECT_EQ(video[i].dts, static_cast<std::int64_t>(i) * 1001);
+  }
+  for (std::size_t i = 0; i < audio.size(); ++i) {
+    EXPECT_EQ(audio[i].size, sourceAudio[i].size);
+    // The first has side data, behind which ffprobe prints its hash.
+    if (i != 0) {
+      EXPECT_EQ(audio[i].crc32, sourceAudio[i].crc32);
+    }
+    EXPECT_EQ(audio[i].dts, static_cast<std::int64_t>(i) * 1024);
+  }
+  EXPECT_EQ(pictureHashes(folder_.file("out.m4v")), pictureHashes(source()));
+}
+
+TEST_F(Package, GivesTheSourcesFramesBackByEveryName) {
+  const auto expected = frames(fragmentedSource());
+  EXPECT_EQ(fmp4({"package", fragmentedSource(), "--output", folder_.file("out.mp4")}).exitCode, 0);
+  EXPECT_EQ(fmp4({"package", source(), "--output", folder_.file("both.ismv")}).exitCode, 0);
+  ASSERT_EQ(expected.size(), 1u + 315);
+  EXPECT_EQ(frames(folder_.file("out.m4v")), expected);
+  EXPECT_EQ(frames(folder_.file("out.mpd")), expected);
+  EXPECT_EQ(frames(folder_.file("both.xml")), expected);
+  decodes(folder_.file("both.ismv"));
+  EXPECT_EQ(ffprobePackets(folder_.file("both.ismv"), "a:0").size(), ffprobePackets(source(), "a:0").size());
+  decodes(folder_.file("both.m3u8"));
+}
+
+TEST_F(Package, ARecordingCanBePackagedAgainUnchanged) {
+  ASSERT_EQ(fmp4({"package", source(), "--output", folder_.file("one.ismv")}).exitCode, 0);
+  ASSERT_EQ(fmp4({"package", folder_.file("one.ismv"), "--output", folder_.file("two.ismv")}).exitCode, 0);
+  EXPECT_EQ(readFile(folder_.file("one.ismv")), readFile(folder_.file("two.ismv")));
+}
+
+TEST_F(Package, JoinsThePlaylistsInOne) {
+  ASSERT_EQ(fmp4({"package", source(), "--output", folder_.file("out.mp4")}).exitCode, 0);
+  const auto bytes = readFile(folder_.file("out.master.m3u8"));
+  const auto lines = linesOf({bytes.begin(), bytes.end()});
+  ASSERT_EQ(lines.size(), 6u);
+  EXPECT_EQ(lines[0], "#EXTM3U");
+  EXPECT_EQ(lines[1], "#EXT-X-VERSION:7");
+  EXPECT_EQ(lines[2], "#EXT-X-INDEPENDENT-SEGMENTS");
+  EXPECT_EQ(lines[3],
+            "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"audio\",NAME=\"Audio\",DEFAULT=YES,AUTOSELECT=YES,URI=\"outA."
+            "m3u8\"");
+  EXPECT_THAT(lines[4], testing::MatchesRegex("#EXT-X-STREAM-INF:BANDWIDTH=[0-9]+,AVERAGE-BANDWIDTH=[0-9]+,"
+                                              "CODECS=\"avc1.4d400d,mp4a.40.2\",RESOLUTION=320x180,"
+                                              "FRAME-RATE=29.970,AUDIO=\"audio\""));
+  EXPECT_EQ(lines[5], "out.m3u8");
+}
+
+TEST_F(Package, TakesTheFramesThatAreAskedFor) {
+  ASSERT_EQ(fmp4({"package", source(), "--output", folder_.file("out.mp4"), "--start", "60", "--count", "45",
+                  "--no-audio"})
+                .exitCode,
+            0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4a")));
+  const auto all = frames(fragmentedSource(), {"--from", "60", "--count", "45"});
+  const auto some = frames(folder_.file("out.m4v"));
+  ASSERT_EQ(some.size(), all.size());
+  for (std::size_t i = 1; i < all.size(); ++i)
+    EXPECT_EQ(some[i].substr(some[i].find(',')), all[i].substr(all[i].find(',')));
+  const RunResult refused = fmp4({"package", source(), "--output", folder_.file("b.mp4"), "--start", "61"});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_THAT(refused.err, HasSubstr("frame 61 is not a key frame, without which the recording could not be "
+                                     "decoded; --start 60 is the one before"));
+  EXPECT_THAT(fmp4({"package", source(), "--output", folder_.file("b.mp4"), "--start", "315"}).err,
+              HasSubstr("the source has 315 frames, counted from 0; there is no frame 315"));
+}
+
+TEST_F(Package, AnIntervalThatIsGivenCutsTheFragments) {
+  ASSERT_EQ(
+      fmp4({"package", source(), "--output", folder_.file("out.mp4"), "--no-audio", "--gop", "15"}).exitCode,
+      0);
+  const RunResult boxes = fmp4({"boxes", folder_.file("out.m4v")});
+  EXPECT_THAT(boxes.out, HasSubstr("sample_count=15 "));
+  EXPECT_THAT(boxes.out, Not(HasSubstr("sample_count=30 ")));
+  const RunResult prime =
+      fmp4({"package", source(), "--output", folder_.file("p.mp4"), "--no-audio", "--gop", "37"});
+  EXPECT_EQ(prime.exitCode, 0);
+  EXPECT_THAT(prime.err, HasSubstr("fmp4: warning: an interval of 37 frames cannot be cut into segments"));
+}
+
+TEST_F(Package, KeyFramesThatCannotBeCutIntoSegmentsAreToldAndWorkedAround) {
+  makeMedia(folder_.file("prime.mp4"), pictureInput(5) + h264Codec(37));
+  const RunResult result = fmp4({"package", folder_.file("prime.mp4"), "--output", folder_.file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err,
+              HasSubstr("fmp4: warning: key frames 37 frames apart cannot be cut into segments; they "
+                        "are cut for one every 30 frames"));
+  decodes(folder_.file("out.m3u8"));
+}
+
+TEST_F(Package, UnevenKeyFramesAreTold) {
+  makeMedia(folder_.file("uneven.mp4"), pictureInput(5) + h264Codec(250) +
+                                            std::vector<std::string>{"-force_key_frames", "0.5,1.5,2.5,2.8"});
+  const RunResult result = fmp4({"package", folder_.file("uneven.mp4"), "--output", folder_.file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err,
+              HasSubstr("fmp4: warning: the source's key frames are not evenly spaced; segments are "
+                        "cut for one every 30 frames"));
+}
+
+TEST_F(Package, OtherCodecsAreRefusedWithTheWayOut) {
+  makeMedia(folder_.file("hevc.mp4"), pictureInput(1) + hevcCodec());
+  makeMedia(folder_.file("ac3.mp4"),
+            pictureInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "ac3"});
+  makeMedia(folder_.file("mp3.mp4"),
+            pictureInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "libmp3lame"});
+  makeMedia(folder_.file("sound.mp4"), toneInput(1) + std::vector<std::string>{"-c:a", "aac"});
+  const auto refusal = [&](const char* name) {
+    const RunResult result = fmp4({"package", folder_.file(name), "--output", folder_.file("out.mp4")});
+    EXPECT_EQ(result.exitCode, 1) << name;
+    return result.err;
+  };
+  EXPECT_THAT(refusal("hevc.mp4"), HasSubstr("has video of type 'hvc1'; recordings take H.264 (avc1)"));
+  EXPECT_THAT(
+      refusal("ac3.mp4"),
+      HasSubstr("has sound of type 'ac-3', which a recording cannot hold: it takes AAC (mp4a). --no-audio "
+                "leaves it out"));
+  EXPECT_THAT(refusal("mp3.mp4"), HasSubstr("--no-audio leaves it out"));
+  EXPECT_THAT(refusal("sound.mp4"), HasSubstr("has no video"));
+  EXPECT_THAT(refusal("missing.mp4"), HasSubstr("cannot be opened; check the name"));
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
+  EXPECT_EQ(
+      fmp4({"package", folder_.file("ac3.mp4"), "--output", folder_.file("out.mp4"), "--no-audio"}).exitCode,
+      0);
+}
+
+TEST_F(Package, TheSourceIsNeverWrittenOver) {
+  std::filesystem::copy(source(), folder_.file("clip.m4v"));
+  for (const char* output : {"clip.mp4", "clip.m4v"}) {
+    const RunResult result = fmp4({"package", folder_.file("clip.m4v"), "--output", folder_.file(output)});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("packaging would write over its source"));
+  }
+  EXPECT_EQ(readFile(folder_.file("clip.m4v")), readFile(source()));
+}
+
+TEST_F(Package, AFolderThatIsNotThereIsTold) {
+  const RunResult result = fmp4({"package", source(), "--output", folder_.file("missing/out.mp4")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("missing/out.mp4' cannot be created; check the folder"));
+}
+
+TEST_F(Package, RatesAreKept) {
+  for (const auto& [rate, kept] :
+       {std::pair{"24000/1001", "24000/1001"}, {"25", "25000/1000"}, {"60", "60000/1000"}}) {
+    makeMedia(folder_.file("source.mp4"), pictureInput(1, rate) + h264Codec(12));
+    ASSERT_EQ(fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")}).exitCode, 0);
+    const auto manifest = readFile(folder_.file("out.mpd"));
+    EXPECT_THAT(std::string(manifest.begin(), manifest.end()),
+                HasSubstr("frameRate=\"" + std::string(kept) + "\""));
+  }
+}
+
+TEST_F(Package, CarriesCaptions) {
+  // Ten frames in two fragments with a pair a frame in one sample each, and a packet a frame.
+  const auto packet = [](std::uint32_t frame) {
+    Bytes bytes = sampleOf(15, frame).data;
+    bytes[0] = 0x96;
+    bytes[1] = 0x69;
+    bytes[2] = 15;
+    return bytes;
+  };
+  Bytes content = join({fileTypeBox(), movieBox({videoTrack(),
+                                                 {3, "clcp", 30000, captionEntry("c608"), 5005},
+                                                 {4, "clcp", 30000, captionEntry("c708"), 1001}})});
+  for (std::uint32_t f = 0; f < 2; ++f) {
+    RunSpec picture, pairs, packets;
+    Bytes bytes;
+    for (std::uint32_t i = f * 5; i < f * 5 + 5; ++i) {
+      picture.samples.push_back(sampleOf(10, i));
+      packets.samples.push_back({box("ccdp", {packet(i)})});
+      bytes = join({bytes, u8(i + 1), u8(0x90 + i)});
+    }
+    pairs.samples = {{box("cdat", {bytes})}};
+    TrafSpec video, c608, c708;
+    video.runs = {picture};
+    c608.trackId = 3;
+    c608.runs = {pairs};
+    c708.trackId = 4;
+    c708.runs = {packets};
+    video.decodeTime = c608.decodeTime = c708.decodeTime = std::uint64_t{f} * 5005;
+    content = join({content, fragment(f + 1, {video, c608, c708})});
+  }
+  writeFile(folder_.file("captions.mp4"), content);
+  const auto expected = frames(folder_.file("captions.mp4"));
+  ASSERT_EQ(expected.size(), 11u);
+  EXPECT_THAT(expected[1], HasSubstr(",0190,6101"));
+  ASSERT_EQ(fmp4({"package", folder_.file("captions.mp4"), "--output", folder_.file("out.mp4")}).exitCode, 0);
+  EXPECT_EQ(frames(folder_.file("out.m4v")), expected);
+}
+
+TEST_F(Package, DamagedSourcesEndWithAMessage) {
+  const auto whole = readFile(source());
+  for (const std::size_t size : {std::size_t{0}, std::size_t{100}, whole.size() / 2}) {
+    writeFile(folder_.file("cut.mp4"), {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
+    const RunResult result =
+        fmp4({"--quiet", "package", folder_.file("cut.mp4"), "--output", folder_.file("out.mp4")});
+    EXPECT_EQ(result.exitCode, 1) << size;
+    EXPECT_THAT(result.err, testing::StartsWith("fmp4: ")) << size;
+  }
+}
+
+}  // namespace
