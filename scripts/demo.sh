@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and shows the main job on real media: a fragmented MP4 is described,
-# read frame by frame and exported, and the export is held against the source. Fails if anything is off.
+# read frame by frame, exported and recorded anew, and what comes out is held against the source. Fails if
+# anything is off.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -63,11 +64,28 @@ cmp "$folder/source.md5" "$folder/exported.md5" || fail "the export does not dec
 pictures=$(wc -l <"$folder/exported.md5")
 [[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames, $pictures pictures instead of 300"
 
+title "fmp4 package"
+recording=$folder/recording
+"$fmp4" package "$source" --output "$recording.mp4"
+ls -l "$folder"/recording*
+"$fmp4" --quiet frames "$recording.mpd" | cmp - "$folder/frames.csv" ||
+  fail "the recording, read through its manifest, has other frames than the source"
+for file in "$recording.m4v" "$recording.m4a"; do
+  ffmpeg -nostdin -xerror -v error -i "$file" -f null - || fail "ffmpeg does not decode $file"
+done
+picture_hashes "$recording.m4v" >"$folder/recording.md5"
+cmp "$folder/source.md5" "$folder/recording.md5" || fail "the recording does not decode to the source's pictures"
+
 title "Summary"
 cat <<END
 read      $frames frames, in sequence and shuffled: the same
           sizes, key frames and bytes as ffprobe finds
 exported  $pictures pictures, decoded by ffmpeg bit for bit as from the source
+recorded  $pictures pictures with sound, read back through the manifest: the same
+          frames, and decoded by ffmpeg bit for bit as from the source
 play      $source
           $exported
+          ffplay $recording.m4v
+          DASH: $recording.mpd and HLS: $recording.master.m3u8, served to a player
+          by any web server that answers range requests
 END
