@@ -43,6 +43,7 @@ std::uint32_t CMFFmp4::openRead() {
   for (const std::uint64_t offset : segments.indexOffsets) m_index->AddFragmentsAt(offset);
   if (m_index->empty() && m_index->Build() < 0) return VL_FAILED;
   if (const std::uint32_t result = positionReaders(); result != VL_OK) return result;
+  for (const auto& track : m_audioTracks) track->openDecoder();
   if (!audioOnly && files.audio != source) openCompanion(files.audio);
   completeDescription();
   qvrInfoSet(this, &m_info);

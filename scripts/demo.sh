@@ -8,6 +8,7 @@ cd "$(dirname "$0")/.."
 folder=build/demo
 source=$folder/source.mp4
 exported=$folder/exported.h264
+sound=$folder/exported.wav
 fmp4=build/release/bin/fmp4
 
 fail() {
@@ -64,6 +65,21 @@ cmp "$folder/source.md5" "$folder/exported.md5" || fail "the export does not dec
 pictures=$(wc -l <"$folder/exported.md5")
 [[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames, $pictures pictures instead of 300"
 
+title "fmp4 export --audio"
+"$fmp4" --quiet export "$source" --audio "$sound"
+ls -l "$sound"
+samples=$(ffprobe -v error -select_streams a:0 -show_entries stream=duration_ts -of csv=p=0 "$sound")
+described=$("$fmp4" --quiet info --json "$source" | sed -n 's/.*"samples": *\([0-9]*\).*/\1/p')
+[[ $samples -eq $described ]] || fail "$samples samples of sound instead of $described"
+# A tone at ffmpeg's level: the mean volume of the export and of ffmpeg's own decoding agree within 0.1 dB.
+mean_volume() {
+  ffmpeg -nostdin -v info -i "$1" -vn -af atrim=start=1:end=9,volumedetect -f null - 2>&1 |
+    sed -n 's/.*mean_volume: \(.*\) dB/\1/p'
+}
+awk -v a="$(mean_volume "$sound")" -v b="$(mean_volume "$source")" \
+  'BEGIN { d = a - b; exit !(a != "" && b != "" && d < 0.11 && d > -0.11) }' ||
+  fail "the exported sound is not at the level of ffmpeg's decoding"
+
 title "fmp4 package"
 recording=$folder/recording
 "$fmp4" package "$source" --output "$recording.mp4"
@@ -81,10 +97,12 @@ cat <<END
 read      $frames frames, in sequence and shuffled: the same
           sizes, key frames and bytes as ffprobe finds
 exported  $pictures pictures, decoded by ffmpeg bit for bit as from the source
+          $samples samples of sound, at the level that ffmpeg decodes
 recorded  $pictures pictures with sound, read back through the manifest: the same
           frames, and decoded by ffmpeg bit for bit as from the source
 play      $source
           $exported
+          $sound
           ffplay $recording.m4v
           DASH: $recording.mpd and HLS: $recording.master.m3u8, served to a player
           by any web server that answers range requests

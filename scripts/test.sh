@@ -29,7 +29,7 @@ check_format() {
 
 # Every header of a room compiles as the only one of a source file.
 check_headers() {
-  local rooms=(host/include mp4box streaming plugin tool)
+  local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac plugin tool)
   git ls-files -z -- "${rooms[@]/%//*.h}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
     header=$1; shift
     echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
@@ -40,15 +40,15 @@ run_tests() {
   ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure --output-log "build/$1/tests.log"
 }
 
-# fuzz TARGET DICTIONARY CORPUS...: a short look for inputs that crash, hang or eat memory; what it finds new is
+# fuzz TARGET [OPTION...] CORPUS...: a short look for inputs that crash, hang or eat memory; what it finds new is
 # left under build/asan/fuzz.
 fuzz() {
-  local target=$1 dictionary=$2 folder=build/asan/fuzz/$1
-  shift 2
+  local target=$1 folder=build/asan/fuzz/$1
+  shift
   rm -rf "$folder"
   mkdir -p "$folder/new"
   "build/asan/bin/fuzz_$target" -seed=1 -max_total_time=20 -timeout=10 -rss_limit_mb=1024 -verbosity=0 \
-    -print_final_stats=1 -dict="$dictionary" -artifact_prefix="$folder/" "$folder/new" "$@"
+    -print_final_stats=1 -artifact_prefix="$folder/" "$folder/new" "$@"
 }
 
 step "packages" scripts/setup.sh
@@ -59,9 +59,11 @@ for preset in dev asan; do
   step "build $preset" cmake --build --preset "$preset" -j "$(nproc)"
   step "tests $preset" run_tests "$preset"
 done
-step "fuzz boxes" fuzz box fuzz/boxes.dict fuzz/seeds/box
-step "fuzz manifests" fuzz manifest fuzz/manifest.dict fuzz/seeds/manifest
-step "fuzz files" fuzz file fuzz/boxes.dict fuzz/seeds/file tests/corrupt
+step "fuzz boxes" fuzz box -dict=fuzz/boxes.dict fuzz/seeds/box
+step "fuzz manifests" fuzz manifest -dict=fuzz/manifest.dict fuzz/seeds/manifest
+step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
+step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
+step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)

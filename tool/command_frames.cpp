@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "captions.h"
 #include "commands.h"
 #include "frame_selection.h"
 #include "plugin_host.h"
@@ -35,10 +36,6 @@ struct Row {
   std::string cc708;
 };
 
-// Where DFRAME::captions holds the packet; DFRAME::captionBytes counts from the start of the area.
-constexpr std::uint32_t kCaption708Offset = 4;
-constexpr std::uint32_t kCaption608Bytes = 2;
-
 Row readRow(VideoReader& reader, std::uint32_t frame) {
   const DFRAME& descriptor = reader.read(frame);
   const std::span<const std::uint8_t> sample = reader.sample();
@@ -49,14 +46,8 @@ Row readRow(VideoReader& reader, std::uint32_t frame) {
              static_cast<std::uint32_t>(crc32_z(0, sample.data(), sample.size())),
              {},
              {}};
-  const std::span<const std::uint8_t> captions = descriptor.captions;
-  if ((descriptor.captionFlags & DFRAME_CAPTION_608) != 0)
-    row.cc608 = hexText(captions.first(kCaption608Bytes));
-  if ((descriptor.captionFlags & DFRAME_CAPTION_708) != 0) {
-    const std::size_t end =
-        std::clamp<std::size_t>(descriptor.captionBytes, kCaption708Offset, captions.size());
-    row.cc708 = hexText(captions.subspan(kCaption708Offset, end - kCaption708Offset));
-  }
+  row.cc608 = hexText(captionPair(descriptor));
+  row.cc708 = hexText(captionPacket(descriptor));
   return row;
 }
 

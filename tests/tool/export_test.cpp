@@ -4,7 +4,9 @@
 #include "fmp4.h"
 #include "support/box_builder.h"
 #include "support/ffmpeg.h"
+#include "support/fragments.h"
 #include "support/temp_folder.h"
+#include "wave_header.h"
 
 namespace {
 
@@ -89,6 +91,87 @@ TEST(Export, DamagedFrameIsNamedAndThePartialFileRemoved) {
                             "with --from and --count; the partial '" +
                             stream + "' has been removed\n");
   EXPECT_FALSE(std::filesystem::exists(stream));
+}
+
+// The captions of a two-frame file with both kinds, as it stands on disk.
+std::string captionedFile(const TempFolder& folder) {
+  TrafSpec video, pairs, packets;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
+  pairs.trackId = 3;
+  pairs.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration,
+                        {SampleSpec{box("cdat", {u16(0x9420), u16(0x8080)}), 2002}}}};
+  packets.trackId = 4;
+  const Bytes packet = {0x96, 0x69, 5, 1, 2};
+  packets.runs = {
+      RunSpec{kRunDataOffset | kRunSize, {SampleSpec{box("ccdp", {packet})}, SampleSpec{u32(8)}}}};
+  const std::vector<TrackSpec> tracks = {videoTrack(),
+                                         {3, "clcp", 30000, captionEntry("c608"), 1001},
+                                         {4, "clcp", 30000, captionEntry("c708"), 1001}};
+  const std::string path = folder.file("clip.mp4");
+  writeFile(path, join({fileTypeBox(), movieBox(tracks), fragment(1, {video, pairs, packets})}));
+  return path;
+}
+
+TEST(Export, CaptionsAreJsonLinesOneAFrame) {
+  const TempFolder folder;
+  const std::string file = captionedFile(folder), output = folder.file("captions.json");
+  const RunResult result = fmp4({"export", file, "--captions", output});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const Bytes bytes = readFile(output);
+  EXPECT_EQ(std::string(bytes.begin(), bytes.end()),
+            "{\"frame\": 0, \"cc608\": \"9420\", \"cc708\": \"6101059669050102\"}\n"
+            "{\"frame\": 1, \"cc608\": \"8080\", \"cc708\": \"\"}\n");
+}
+
+TEST(Export, FramesShowTheSameCaptions) {
+  const TempFolder folder;
+  const RunResult result = fmp4({"frames", captionedFile(folder)});
+  const std::vector<std::string> lines = linesOf(result.out);
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_TRUE(lines[1].ends_with(",9420,6101059669050102")) << lines[1];
+  EXPECT_TRUE(lines[2].ends_with(",8080,")) << lines[2];
+}
+
+TEST(Export, SoundIsAWaveFileOfTheWholeTrack) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
+                      std::vector<std::string>{"-ac", "2", "-c:a", "aac"} + fragmented());
+  const RunResult result = fmp4({"export", file, "--audio", output});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "codec_name"), "pcm_s16le");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "sample_rate"), "48000");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "channels"), "2");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "duration_ts"),
+            std::to_string(ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size() * 1024));
+}
+
+TEST(Export, SelectedFramesGiveTheirPartOfTheSound) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), whole = folder.file("whole.wav"),
+                    part = folder.file("part.wav");
+  makeMedia(file,
+            pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
+                std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-movflags", "delay_moov+frag_keyframe"});
+  ASSERT_EQ(fmp4({"export", file, "--audio", whole}).exitCode, 0);
+  ASSERT_EQ(fmp4({"export", file, "--audio", part, "--from", "10", "--count", "5"}).exitCode, 0);
+  const std::size_t header = waveHeader({48000, 2, 16}, 0).size();
+  const Bytes all = readFile(whole), some = readFile(part);
+  ASSERT_EQ(some.size(), header + 5 * 1920 * 4);
+  EXPECT_TRUE(std::equal(some.begin() + static_cast<std::ptrdiff_t>(header), some.end(),
+                         all.begin() + static_cast<std::ptrdiff_t>(header + 10 * 1920 * 4)));
+}
+
+TEST(Export, StreamsThatAreNotThereAreNamed) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), output = folder.file("out");
+  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  EXPECT_EQ(fmp4({"--quiet", "export", file, "--audio", output}).err,
+            "fmp4: '" + file + "' has no sound; 'fmp4 info' shows what it has\n");
+  EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output}).err,
+            "fmp4: '" + file + "' has no caption track; 'fmp4 info' shows what it has\n");
+  EXPECT_FALSE(std::filesystem::exists(output));
 }
 
 }  // namespace

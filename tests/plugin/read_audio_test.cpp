@@ -1,0 +1,382 @@
+// Sound read through the plug-in: any range, in any order, at the track's positions.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "loaded_plugin.h"
+#include "support/ffmpeg.h"
+#include "support/fragments.h"
+#include "support/log_capture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::Contains;
+
+using Samples = std::vector<std::int16_t>;
+
+struct Sound {
+  std::uint32_t status = 0;
+  Samples samples;  // interleaved
+};
+
+Sound readSound(CAMediaFile& file, std::uint32_t position, std::uint32_t count, std::uint32_t channels = 2,
+                std::uint32_t mask = 1) {
+  Sound sound;
+  sound.samples.resize(std::size_t{count} * channels);
+  DFRAME d{};
+  d.size = sizeof d;
+  d.data = reinterpret_cast<std::uint8_t*>(sound.samples.data());
+  d.dataCapacity = static_cast<std::uint32_t>(sound.samples.size() * 2);
+  sound.status = file.Read(position, count, mask, QVR_MODE_AUDIO, &d, nullptr);
+  sound.samples.resize(d.bytes / 2);
+  return sound;
+}
+
+std::uint32_t lengthOf(CAMediaFile& file) {
+  return describe(file).audio.stream.length;
+}
+
+Samples readAll(CAMediaFile& file, std::uint32_t block, std::uint32_t channels = 2) {
+  Samples all;
+  const std::uint32_t total = lengthOf(file);
+  for (std::uint32_t at = 0; at < total; at += block) {
+    const Sound sound = readSound(file, at, std::min(block, total - at), channels);
+    EXPECT_EQ(sound.status, VL_OK) << at;
+    all.insert(all.end(), sound.samples.begin(), sound.samples.end());
+  }
+  return all;
+}
+
+// What ffmpeg's decoder makes of the same track's packets, from the first on, as 16-bit samples.
+Samples ffmpegSound(const TempFolder& folder, const std::string& clip, const std::string& stream = "0:a:0") {
+  const std::string adts = folder.file("packets.aac"), raw = folder.file("packets.f32");
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", clip, "-map", stream, "-c", "copy", "-f",
+              "adts", adts});
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", adts, "-f", "f32le", raw});
+  const std::vector<std::uint8_t> bytes = readFile(raw);
+  std::vector<float> values(bytes.size() / sizeof(float));
+  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(float));
+  Samples samples;
+  for (const float value : values) {
+    samples.push_back(static_cast<std::int16_t>(std::clamp(std::lround(value * 32768.0f), -32768l, 32767l)));
+  }
+  return samples;
+}
+
+int largestDifference(const Samples& a, const Samples& b) {
+  int largest = 0;
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
+}
+
+const std::vector<std::string> kStereoAac = {"-ac", "2", "-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"};
+const std::vector<std::string> kFragments = {"-movflags", "delay_moov", "-frag_duration", "300000"};
+
+struct Clip {
+  TempFolder folder;
+  std::string path = folder.file("clip.mp4");
+  MediaFile file;
+
+  Clip(const std::vector<std::string>& inputs, const std::vector<std::string>& coding) {
+    makeMedia(path, inputs + coding);
+    file = openFile(path);
+  }
+  CAMediaFile& operator*() const { return *file; }
+};
+
+// A clip of picture and a sweep, which tells every place from every other.
+Clip sweepClip(int bFrames = 0, const std::vector<std::string>& audio = kStereoAac, int sampleRate = 48000) {
+  const std::vector<std::string> sweep = {
+      "-f", "lavfi", "-i",
+      "aevalsrc=0.4*sin(200*t*t*6.28)+0.1*sin(5000*t)|0.4*cos(300*t*t*6.28):s=" + std::to_string(sampleRate) +
+          ":d=2"};
+  return Clip(pictureInput(2, "25", "160x96") + sweep, h264Codec(25, bFrames) + audio + kFragments);
+}
+
+TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
+  const Clip clip = sweepClip();
+  ASSERT_NE(clip.file, nullptr);
+  const Samples ours = readAll(*clip, lengthOf(*clip));
+  const Samples theirs = ffmpegSound(clip.folder, clip.path);
+  ASSERT_EQ(ours.size(), lengthOf(*clip) * 2u);
+  ASSERT_GE(theirs.size(), ours.size());
+  EXPECT_LE(largestDifference(ours, theirs), 1);
+}
+
+TEST(ReadAudio, BlocksOfAnySizeGiveTheSameSamples) {
+  const Clip clip = sweepClip();
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (const std::uint32_t block : {1001u, 1602u, 4096u, 1024u, 333u})
+    EXPECT_EQ(readAll(*clip, block), whole) << block;
+}
+
+TEST(ReadAudio, SampleBySampleGivesTheSameSamples) {
+  const Clip clip = sweepClip();
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (std::uint32_t at = 20000; at < 24000; ++at) {
+    const Sound sound = readSound(*clip, at, 1);
+    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
+  }
+}
+
+void expectRandomReadsToAgree(const Clip& clip) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const std::uint32_t total = lengthOf(*clip);
+  ASSERT_EQ(whole.size(), total * 2u);
+  std::mt19937 random(11);
+  for (int i = 0; i < 300; ++i) {
+    const std::uint32_t at = static_cast<std::uint32_t>(random() % total);
+    const std::uint32_t count =
+        1 + static_cast<std::uint32_t>(random() % std::min<std::uint32_t>(3000, total - at));
+    const Sound sound = readSound(*clip, at, count);
+    ASSERT_EQ(sound.status, VL_OK);
+    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
+        << at << "+" << count;
+  }
+}
+
+TEST(ReadAudio, RandomReadsGiveWhatReadingFromTheStartGives) {
+  expectRandomReadsToAgree(sweepClip());
+}
+
+TEST(ReadAudio, RandomReadsAgreeWithNoiseSubstitutionToo) {
+  const std::vector<std::string> noise = {"-f", "lavfi", "-i", "anoisesrc=d=2:c=pink:r=48000:a=0.3:seed=5"};
+  expectRandomReadsToAgree(
+      Clip(noise,
+           std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-aac_pns", "1", "-b:a", "48k"} + kFragments));
+}
+
+TEST(ReadAudio, TheLongFirstUnitBesideBFramesIsFollowedBySilence) {
+  const Clip clip = sweepClip(2);
+  ASSERT_NE(clip.file, nullptr);
+  const std::vector<Packet> packets = ffprobePackets(clip.path, "a:0", {"-ignore_editlist", "1"});
+  const std::int64_t gap = packets[1].dts - packets[0].dts - 1024;
+  const Samples ours = readAll(*clip, 4096);
+  const Samples theirs = ffmpegSound(clip.folder, clip.path);
+  if (gap >= 512) {
+    for (std::size_t i = 2048; i < 2048 + static_cast<std::size_t>(gap) * 2; ++i) ASSERT_EQ(ours[i], 0) << i;
+  }
+  const auto shift = static_cast<std::ptrdiff_t>(gap >= 512 ? gap * 2 : 0);
+  const Samples behind(ours.begin() + 2048 + shift, ours.end());
+  EXPECT_LE(largestDifference(behind, Samples(theirs.begin() + 2048, theirs.end())), 1);
+  expectRandomReadsToAgree(clip);
+}
+
+TEST(ReadAudio, MonoGoesToBothChannelsOfADescriptionThatSaysTwo) {
+  const Clip clip(toneInput(1), std::vector<std::string>{"-ac", "1", "-c:a", "aac"} + kFragments);
+  ASSERT_NE(clip.file, nullptr);
+  ASSERT_EQ(describe(*clip).audio.wave.channels, 2) << "ffmpeg writes 2 for every layout";
+  const Samples all = readAll(*clip, 4096);
+  ASSERT_EQ(all.size(), lengthOf(*clip) * 2u);
+  int loudest = 0;
+  for (std::size_t i = 0; i < all.size(); i += 2) {
+    ASSERT_EQ(all[i], all[i + 1]);
+    loudest = std::max(loudest, std::abs(all[i]));
+  }
+  EXPECT_GT(loudest, 1000);
+}
+
+TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeLine) {
+  const std::vector<std::string> input = {
+      "-f", "lavfi", "-i",
+      "aevalsrc=0.5*sin(2000*t)|0.5*sin(3000*t)|0.5*sin(4000*t)|0|0.5*sin(5000*t)|0.5*sin(6000*t):c=5.1:d=1"};
+  const Clip clip(input, std::vector<std::string>{"-c:a", "aac"} + kFragments);
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(readAll(*clip, 4096).size(), lengthOf(*clip) * 2u);
+  expectRandomReadsToAgree(clip);
+}
+
+TEST(ReadAudio, ARateThatTheSampleEntryCannotHoldComesFromTheConfiguration) {
+  const Clip clip = sweepClip(0, kStereoAac, 96000);
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(describe(*clip).audio.wave.samplesPerSecond, 96000u);
+  EXPECT_NEAR(lengthOf(*clip), 2 * 96000, 2048);
+}
+
+TEST(ReadAudio, PastTheTrackFailsAndAtItsEndComesShort) {
+  const Clip clip = sweepClip();
+  const std::uint32_t total = lengthOf(*clip);
+  EXPECT_EQ(readSound(*clip, total + 1, 10).status, 0xFFFFFFFFu);
+  LogCapture log;
+  const Sound sound = readSound(*clip, total - 100, 1000);
+  EXPECT_EQ(sound.status, VL_OK);
+  EXPECT_EQ(sound.samples.size(), 200u);
+  EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "Wrong samples returned 100 requested 1000"}));
+}
+
+TEST(ReadAudio, AllOnesContinuesWhereTheLastRequestEnded) {
+  const Clip clip = sweepClip();
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  ASSERT_EQ(readSound(*clip, 5000, 700).status, VL_OK);
+  EXPECT_EQ(readSound(*clip, 0xFFFFFFFF, 500).samples,
+            Samples(whole.begin() + 5700 * 2, whole.begin() + 6200 * 2));
+}
+
+TEST(ReadAudio, WithoutADescriptorTellsTheBufferSize) {
+  const Clip clip = sweepClip();
+  EXPECT_EQ(clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr), describe(*clip).audio.bufferSize);
+}
+
+TEST(ReadAudio, WithoutSoundOrWithSoundSwitchedOffReportsSo) {
+  const Clip clip = sweepClip();
+  const LogLine line{VL_LOG_PLAIN, "ReadFMP4(0xE8021001)"};
+  LogCapture log;
+  const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
+  ASSERT_NE(silent, nullptr);
+  EXPECT_EQ(readSound(*silent, 0, 10).status, 0xE8021001u);
+  EXPECT_THAT(log.lines, testing::ElementsAre(line));
+  const MediaFile closed = createObject();
+  EXPECT_EQ(readSound(*closed, 0, 10).status, 0xE8021001u);
+}
+
+TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
+  const Clip clip = sweepClip();
+  std::vector<std::uint8_t> buffer(399, 0xEE);
+  DFRAME d{};
+  d.size = sizeof d;
+  d.data = buffer.data();
+  d.dataCapacity = 399;
+  EXPECT_EQ(clip.file->Read(0, 100, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFFu);
+  EXPECT_THAT(buffer, testing::Each(0xEE));
+}
+
+TEST(ReadAudio, PictureAndSoundReadInTurnsDoNotDisturbEachOther) {
+  const Clip clip = sweepClip();
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const std::vector<Packet> packets = ffprobePackets(clip.path, "v:0");
+  for (std::uint32_t frame = 0; frame < 50; ++frame) {
+    EXPECT_EQ(readFrame(*clip, frame).data.size(), static_cast<std::size_t>(packets[frame].size));
+    const Sound sound = readSound(*clip, frame * 1920, 1920);
+    EXPECT_EQ(sound.samples, Samples(whole.begin() + frame * 3840, whole.begin() + (frame + 1) * 3840))
+        << frame;
+  }
+}
+
+TEST(ReadAudio, EachOfTwoTracksHasItsOwnPair) {
+  const Clip clip(
+      toneInput(1) +
+          std::vector<std::string>{"-f", "lavfi", "-i", "sine=frequency=880:sample_rate=32000:duration=1"},
+      std::vector<std::string>{"-map", "0:a", "-map", "1:a", "-c:a", "aac", "-aac_pns", "0"} + kFragments);
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(describe(*clip, 4).audio.wave.samplesPerSecond, 32000u);
+  const Sound first = readSound(*clip, 10000, 5000, 2, 1), second = readSound(*clip, 10000, 5000, 2, 4);
+  ASSERT_EQ(first.samples.size(), 10000u);
+  ASSERT_EQ(second.samples.size(), 10000u);
+  const Samples theirs = ffmpegSound(clip.folder, clip.path, "0:a:1");  // mono
+  for (std::size_t i = 0; i < 5000; ++i) ASSERT_NEAR(second.samples[i * 2], theirs[10000 + i], 1) << i;
+  EXPECT_NE(first.samples, second.samples);
+}
+
+// ---- Files that no encoder makes --------------------------------------------------------------------
+
+// An audio file whose units are the packets of a real one, changed at will.
+struct BuiltClip {
+  TempFolder folder;
+  MediaFile file;
+
+  template <class Change>
+  explicit BuiltClip(Change change) {
+    const std::string source = folder.file("source.mp4");
+    makeMedia(source, toneInput(1) + kStereoAac + std::vector<std::string>{"-movflags", "empty_moov"});
+    const std::vector<std::uint8_t> bytes = readFile(source);
+    RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
+    for (const Packet& packet : ffprobePackets(source, "a:0", {"-ignore_editlist", "1"})) {
+      const auto at = bytes.begin() + packet.offset;
+      run.samples.push_back({Bytes(at, at + packet.size), 1024});
+    }
+    change(run);
+    TrafSpec traf;
+    traf.trackId = 2;
+    traf.runs = {run};
+    const Bytes esds = fullBox("esds", 0, 0,
+                               {u8(3), u8(25), u16(0), u8(0), u8(4), u8(17), u8(0x40), u8(0x15), u24(0),
+                                u32(0), u32(0), u8(5), u8(2), u16(0x1190), u8(6), u8(1), u8(2)});
+    TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000, esds), 1024};
+    writeFile(folder.file("clip.m4a"), join({fileTypeBox(), movieBox({audio}), fragment(1, {traf})}));
+    file = openFile(folder.file("clip.m4a"));
+  }
+};
+
+TEST(ReadAudio, ADamagedUnitIsSilenceOfItsLengthAndTheNextDecodesAgain) {
+  const BuiltClip sound([](RunSpec&) {});
+  const BuiltClip damaged([](RunSpec& run) { run.samples[20].data.resize(12); });
+  ASSERT_NE(damaged.file, nullptr);
+  const Samples whole = readAll(*sound.file, 4096), broken = readAll(*damaged.file, 4096);
+  ASSERT_EQ(whole.size(), broken.size());
+  const auto part = [](const Samples& samples, std::size_t from, std::size_t units) {
+    return Samples(samples.begin() + static_cast<std::ptrdiff_t>(from * 2048),
+                   samples.begin() + static_cast<std::ptrdiff_t>((from + units) * 2048));
+  };
+  EXPECT_EQ(part(broken, 0, 20), part(whole, 0, 20));
+  EXPECT_THAT(part(broken, 20, 1), testing::Each(0));
+  EXPECT_EQ(part(broken, 22, 20), part(whole, 22, 20));
+}
+
+TEST(ReadAudio, AUnitWithoutBytesIsSilenceOfItsLength) {
+  const BuiltClip clip([](RunSpec& run) { run.samples[20].data.clear(); });
+  const Samples all = readAll(*clip.file, 4096);
+  EXPECT_THAT(Samples(all.begin() + 20 * 2048, all.begin() + 21 * 2048), testing::Each(0));
+  EXPECT_EQ(all.size(), lengthOf(*clip.file) * 2u);
+}
+
+TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
+  const BuiltClip clip([](RunSpec& run) { run.samples[10].duration = 1024 + 5000; });
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip.file, 4096);
+  ASSERT_EQ(whole.size(), lengthOf(*clip.file) * 2u);
+  const std::size_t gap = 11 * 2048;
+  EXPECT_THAT(Samples(whole.begin() + gap, whole.begin() + gap + 10000), testing::Each(0));
+  for (const std::uint32_t at :
+       {11 * 1024u + 4990u, 11 * 1024u, 11 * 1024u + 5000u, 10 * 1024u + 500u, 30000u}) {
+    EXPECT_EQ(readSound(*clip.file, at, 2000).samples,
+              Samples(whole.begin() + at * 2, whole.begin() + (at + 2000) * 2))
+        << at;
+  }
+}
+
+TEST(ReadAudio, ADurationThatNoUnitHasIsRefused) {
+  const BuiltClip clip([](RunSpec& run) { run.samples[5].duration = 0x40000000; });
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(readSound(*clip.file, 0, 1000).status, VL_OK);
+  DFRAME d{};
+  std::vector<std::uint8_t> buffer(4096);
+  d.size = sizeof d;
+  d.data = buffer.data();
+  EXPECT_EQ(clip.file->Read(5 * 1024, 1000, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFEu);
+  EXPECT_EQ(d.bytes, 0u);
+}
+
+TEST(ReadAudio, BehindTheLastUnitFailsOnlyWhenNothingIsHeld) {
+  // The description says twice the sound that the units hold.
+  const BuiltClip clip([](RunSpec& run) { run.samples.back().duration = 60000; });
+  const std::uint32_t held = lengthOf(*clip.file) - 60000 + 1024;
+  LogCapture log;
+  EXPECT_EQ(readSound(*clip.file, held - 500, 1000).samples.size(), 1000u);
+  EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "Wrong samples returned 500 requested 1000"}));
+  log.lines.clear();
+  EXPECT_EQ(readSound(*clip.file, held + 100, 1000).status, 0xFFFFFFFFu);
+  EXPECT_THAT(
+      log.lines,
+      Contains(LogLine{0xC0000000, "ERROR(vlx_fmp4): Unable to find correct audio chunck for this frame\n"}));
+}
+
+TEST(ReadAudio, SoundOfAManifestsOwnFileIsReadThroughThePictureObject) {
+  const TempFolder folder;
+  makeMedia(folder.file("clip.mpd"),
+            pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(25, 0) + kStereoAac +
+                std::vector<std::string>{"-f", "dash", "-single_file", "1", "-use_template", "0",
+                                         "-seg_duration", "1"});
+  const MediaFile joined = openFile(folder.file("clip.mpd"));
+  const MediaFile alone = openFile(folder.file("clip-stream1.mp4"));
+  ASSERT_NE(joined, nullptr);
+  ASSERT_NE(alone, nullptr);
+  EXPECT_EQ(readAll(*joined, 1920), readAll(*alone, 4096));
+}
+
+}  // namespace

@@ -1,0 +1,126 @@
+#include "audio_timeline.h"
+
+#include <gtest/gtest.h>
+
+#include "index_fixture.h"
+
+namespace {
+
+constexpr std::uint32_t kAudioRole = kAudioTrack;
+
+// Audio fragments whose units have the durations given, one list a run.
+Bytes audioFragment(std::uint32_t sequence, const std::vector<std::vector<std::uint32_t>>& runs) {
+  TrafSpec traf;
+  traf.trackId = 2;
+  for (const auto& durations : runs) {
+    RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
+    for (const std::uint32_t duration : durations) run.samples.push_back(sampleOf(4, sequence, duration));
+    traf.runs.push_back(run);
+  }
+  return fragment(sequence, {traf});
+}
+
+struct Timed {
+  IndexedFile file;
+  FragmentIndex& index;
+  AudioTimeline timeline;
+
+  explicit Timed(Bytes content, std::uint32_t timescale = 48000, std::uint32_t sampleRate = 48000)
+      : file(std::move(content)),
+        index(file.with(kAudioTrack, timescale, trackDefaults(1024)).build()),
+        timeline(index, file.tracks[kAudioRole], AudioClock(timescale, sampleRate, 1024)) {}
+
+  // The start of the unit that holds a position.
+  std::uint64_t startAt(std::uint64_t position) {
+    AudioUnit unit;
+    EXPECT_TRUE(timeline.find(index, position, unit));
+    return unit.clock.position();
+  }
+};
+
+TEST(AudioTimeline, UnitsFollowEachOtherOverRunsAndFragments) {
+  Timed timed(join({audioFragment(1, {{1024, 1024}, {1024}}), audioFragment(5, {{1024, 1024}})}));
+  EXPECT_EQ(timed.timeline.length(), 5u * 1024);
+  for (std::uint64_t position : {0u, 1023u, 1024u, 3000u, 3072u, 4095u, 5119u}) {
+    EXPECT_EQ(timed.startAt(position), position / 1024 * 1024) << position;
+  }
+  AudioUnit unit;
+  ASSERT_TRUE(timed.timeline.find(timed.index, 3072, unit));
+  EXPECT_EQ(unit.fragmentIndex, 4u);
+  EXPECT_EQ(unit.trunIndex, 0u);
+  EXPECT_EQ(unit.sampleIndex, 0u);
+  AudioUnit previous;
+  ASSERT_TRUE(timed.timeline.before(timed.index, unit, previous));
+  EXPECT_EQ(previous.fragmentIndex, 0u);
+  EXPECT_EQ(previous.trunIndex, 1u);
+  EXPECT_EQ(previous.clock.position(), 2048u);
+  ASSERT_TRUE(timed.timeline.find(timed.index, 0, unit));
+  EXPECT_FALSE(timed.timeline.before(timed.index, unit, previous));
+}
+
+TEST(AudioTimeline, AStatedDurationHalfAUnitLongerIsAGap) {
+  Timed gap(audioFragment(1, {{1024 + 512, 1024}}));
+  EXPECT_EQ(gap.startAt(1535), 0u);
+  EXPECT_EQ(gap.startAt(1536), 1536u);
+  Timed rounding(audioFragment(1, {{1024 + 511, 1024}}));
+  EXPECT_EQ(rounding.startAt(1024), 1024u) << "less than half a unit is rounding";
+}
+
+TEST(AudioTimeline, RoundingThatAddsUpToHalfAUnitIsAGapToo) {
+  Timed timed(audioFragment(1, {{1224, 1224, 1224, 1024}}));
+  EXPECT_EQ(timed.startAt(1024), 1024u);
+  EXPECT_EQ(timed.startAt(2048), 2048u);
+  EXPECT_EQ(timed.startAt(3671), 2048u);
+  EXPECT_EQ(timed.startAt(3672), 3672u);
+}
+
+TEST(AudioTimeline, DurationsShorterThanWhatIsDecodedMoveNothing) {
+  Timed timed(audioFragment(1, {{0, 0, 0}}));
+  EXPECT_EQ(timed.startAt(2047), 1024u);
+  EXPECT_EQ(timed.startAt(99999), 2048u);
+}
+
+TEST(AudioTimeline, AnotherTimescaleIsConvertedExactly) {
+  // 1024 frames at 44100 Hz are 23.22 ms: stated in milliseconds they are 23 or 24.
+  std::vector<std::uint32_t> durations;
+  for (std::uint64_t i = 0; i < 400; ++i) {
+    durations.push_back(static_cast<std::uint32_t>((i + 1) * 1024 * 1000 / 44100 - i * 1024 * 1000 / 44100));
+  }
+  Timed timed(audioFragment(1, {durations}), 1000, 44100);
+  for (std::uint64_t unit = 0; unit < 400; ++unit) EXPECT_EQ(timed.startAt(unit * 1024 + 5), unit * 1024);
+}
+
+TEST(AudioTimeline, ADayOfDefaultDurationsIsPassedAsAWhole) {
+  TrafSpec traf;
+  traf.trackId = 2;
+  RunSpec run{kRunDataOffset};
+  run.count = 4000000;
+  traf.runs = {run};
+  // The bytes of the units are there.
+  IndexedFile file(join({fragment(1, {traf}), box("free", {zeros(4000000)})}));
+  file.with(kAudioTrack, 48000, trackDefaults(1024, 1));
+  FragmentIndex& index = file.build();
+  AudioTimeline timeline(index, file.tracks[kAudioRole], AudioClock(48000, 48000, 1024));
+  EXPECT_EQ(timeline.length(), 4000000ull * 1024);
+  AudioUnit unit;
+  ASSERT_TRUE(timeline.find(index, 3999999ull * 1024, unit));
+  EXPECT_EQ(unit.sampleIndex, 3999999u);
+}
+
+TEST(AudioTimeline, AClaimOfMoreUnitsThanTheFileHasBytesEndsTheTrack) {
+  TrafSpec traf;
+  traf.trackId = 2;
+  RunSpec run{kRunDataOffset};
+  run.count = 0xFFFFFFFF;
+  traf.runs = {run};
+  Timed timed(join({audioFragment(1, {{1024}}), fragment(2, {traf})}));
+  EXPECT_EQ(timed.timeline.length(), 1024u);
+}
+
+TEST(AudioTimeline, ATrackWithoutUnitsHasNone) {
+  Timed timed(videoFragment(1, 3));
+  AudioUnit unit;
+  EXPECT_FALSE(timed.timeline.find(timed.index, 0, unit));
+}
+
+}  // namespace

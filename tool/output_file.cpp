@@ -1,0 +1,50 @@
+#include "output_file.h"
+
+#include <filesystem>
+
+#include "commands.h"
+
+OutputFile::OutputFile(const std::string& path, const std::string& input) : path_(path) {
+  std::error_code ignored;
+  if (std::filesystem::equivalent(input, path, ignored))
+    throw ToolError("'" + path + "' is the file to be exported; give another name for the output");
+  file_.open(path, std::ios::binary);
+  if (!file_) throw ToolError("'" + path_ + "' cannot be created; check the folder and its permissions");
+}
+
+OutputFile::~OutputFile() {
+  if (!finished_) remove();
+}
+
+void OutputFile::write(std::span<const std::uint8_t> bytes) {
+  file_.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  check();
+}
+
+void OutputFile::rewriteStart(std::span<const std::uint8_t> bytes) {
+  file_.seekp(0);
+  write(bytes);
+  file_.seekp(0, std::ios::end);
+}
+
+void OutputFile::make(const std::function<void()>& work) {
+  try {
+    work();
+    file_.close();
+    check();
+    finished_ = true;
+  } catch (const ToolError& error) {
+    if (!remove()) throw;
+    throw ToolError(std::string(error.what()) + "; the partial '" + path_ + "' has been removed");
+  }
+}
+
+bool OutputFile::remove() {
+  std::error_code ignored;
+  file_.close();
+  return std::filesystem::is_regular_file(path_, ignored) && std::filesystem::remove(path_, ignored);
+}
+
+void OutputFile::check() {
+  if (!file_) throw ToolError("'" + path_ + "' could not be written; is the disk full?");
+}

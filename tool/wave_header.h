@@ -1,0 +1,18 @@
+// The head of a WAV file.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+// PCM in a WAV file.
+struct WaveFormat {
+  std::uint32_t sampleRate;     // Hz
+  std::uint16_t channels;       // 1 to 8, in WAVE order
+  std::uint16_t bitsPerSample;  // a multiple of 8
+
+  std::uint32_t frameBytes() const { return channels * (bitsPerSample / 8u); }
+};
+
+// Everything ahead of the samples, of the same length whatever their number: RIFF, or RF64 (EBU Tech 3306)
+// where 32 bits cannot hold the sizes.
+std::vector<std::uint8_t> waveHeader(const WaveFormat& format, std::uint64_t dataBytes);
