@@ -1,6 +1,7 @@
 #include "mpd_writer.h"
 
 #include <cmath>
+#include <string_view>
 
 #include "number_text.h"
 #include "vlutil.h"
@@ -113,5 +114,6 @@ void MpdWriter::Save() const {
   if (!mpd_) return;
   tinyxml2::XMLPrinter printer;
   document_.Print(&printer);
-  vlOSReplaceFile(path_.c_str(), printer.CStr(), printer.CStrSize() - 1);
+  const std::string_view text = printer.CStr();
+  vlOSReplaceFile(path_.c_str(), text.data(), text.size());
 }

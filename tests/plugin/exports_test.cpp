@@ -18,9 +18,9 @@ TEST(Exports, AreExactlyWhatTheHostLooksFor) {
     if (kind == "A" || name.starts_with("__start_") || name.starts_with("__stop_")) continue;
     names.push_back(name);
   }
-  // Of CCacheBuffer: copy constructor (of a whole object and of a base), assignment, virtual table, m_incCBuf.
-  EXPECT_THAT(names, testing::UnorderedElementsAre(
-                         "DllMain", "xCheckVersionAndFile", "xMediaFile", "_ZN12CCacheBufferC1ERKS_",
-                         "_ZN12CCacheBufferC2ERKS_", "_ZN12CCacheBufferaSERKS_", "_ZTV12CCacheBuffer",
-                         "_ZN12CCacheBuffer9m_incCBufEmj"));
+  // Of CCacheBuffer: copy constructor (of a base, for the class is abstract), assignment, virtual table,
+  // m_incCBuf.
+  EXPECT_THAT(names, testing::UnorderedElementsAre("DllMain", "xCheckVersionAndFile", "xMediaFile",
+                                                   "_ZN12CCacheBufferC2ERKS_", "_ZN12CCacheBufferaSERKS_",
+                                                   "_ZTV12CCacheBuffer", "_ZN12CCacheBuffer9m_incCBufEmj"));
 }
