@@ -1,5 +1,5 @@
-// A whole file through the media-file object: opened, described, its frames and captions read in a changing
-// order, its key frames looked for, closed.
+// A whole file through the media-file object: opened, described, its frames, captions and sound read in a
+// changing order, its key frames looked for, closed.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -29,7 +29,24 @@ void read(CMFFmp4& file, std::uint32_t frame, std::uint32_t mode) {
   if (delivered && descriptor.bytes >= buffer.size()) std::abort();
 }
 
-void readAll(CMFFmp4& file, std::minstd_rand random) {
+// Ranges of sound from the start, and from anywhere in a track of `total` sample frames.
+void readSound(CMFFmp4& file, std::uint32_t total, std::minstd_rand& random) {
+  constexpr std::uint32_t kMostSamples = 4096;
+  std::vector<std::uint8_t> buffer(kMostSamples * 16);
+  for (std::uint32_t i = 0; i < 16; ++i) {
+    DFRAME descriptor{};
+    descriptor.size = sizeof descriptor;
+    descriptor.data = buffer.data();
+    descriptor.dataCapacity = static_cast<std::uint32_t>(buffer.size());
+    const std::uint64_t anywhere = random() % (std::uint64_t{total} + 2);
+    const std::uint32_t from = i % 2 ? QVR_NOT_SET : static_cast<std::uint32_t>(i == 0 ? 0 : anywhere);
+    const auto count = static_cast<std::uint32_t>(random() % kMostSamples);
+    file.Read(from, count, 1, QVR_MODE_AUDIO, &descriptor, nullptr);
+    if (descriptor.bytes > buffer.size()) std::abort();
+  }
+}
+
+void readAll(CMFFmp4& file, std::uint32_t soundFrames, std::minstd_rand random) {
   const std::uint32_t total = file.GetTotalFrames();
   const std::uint32_t frames = std::min(total, kMostFrames);
   for (std::uint32_t frame = 0; frame <= frames; ++frame) read(file, frame, QVR_MODE_VIDEO);
@@ -40,6 +57,7 @@ void readAll(CMFFmp4& file, std::minstd_rand random) {
       for (const std::int32_t direction : {0, 1}) file.FindKeyFrame(1, kVideoDirection, frame, direction);
     }
   }
+  readSound(file, soundFrames, random);
 }
 
 }  // namespace
@@ -62,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   QVRAUDIO audio{};
   QVRINFO info{};
   file.GetFileInfo(1, system.get(), video.get(), &audio, &info);
-  readAll(file, std::minstd_rand(size ? data[size - 1] : 0));
+  readAll(file, audio.stream.length, std::minstd_rand(size ? data[size - 1] : 0));
   file.Close();
   return 0;
 }

@@ -125,4 +125,51 @@ TEST(Cc608Reader, FailuresSayWhichStepFailed) {
   EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct cc chunk for this frame\n");
 }
 
+// A day of one-second caption fragments; every pair carries the low bits of its frame's number.
+Bytes dayOfCaptions(std::uint32_t framesPerSecond, std::uint32_t fragments) {
+  const auto one = [framesPerSecond](std::uint32_t index) {
+    Bytes pairs;
+    for (std::uint32_t i = 0; i < framesPerSecond; ++i) {
+      const Bytes pair = u16(index * framesPerSecond + i);
+      pairs.insert(pairs.end(), pair.begin(), pair.end());
+    }
+    return captionFragment(index + 1, std::uint64_t{index} * framesPerSecond,
+                           {{captionSample(box("cdat", {pairs}), framesPerSecond)}});
+  };
+  Bytes day;
+  day.reserve(one(0).size() * fragments);
+  for (std::uint32_t i = 0; i < fragments; ++i) {
+    const Bytes next = one(i);
+    day.insert(day.end(), next.begin(), next.end());
+  }
+  return day;
+}
+
+void expectNoDrift(std::uint32_t timescale, std::uint32_t framesPerSecond) {
+  constexpr std::uint32_t kFragments = 86400;
+  IndexedFile file(dayOfCaptions(framesPerSecond, kFragments));
+  file.with(kVideoTrack, timescale, trackDefaults(1001)).with(kCc608Track, timescale, trackDefaults(1001));
+  FragmentIndex& index = file.build({timescale, 1001});
+  EXPECT_EQ(index.total(kCc608Track), std::uint64_t{kFragments} * framesPerSecond);
+  Cc608Reader reader;
+  reader.cursor = file.cursor(kCc608Track);
+  const std::uint64_t last = std::uint64_t{kFragments} * framesPerSecond - 1;
+  for (const std::uint64_t frame :
+       {std::uint64_t{0}, last, last / 2, last - framesPerSecond, last / 3, last - 1}) {
+    ASSERT_EQ(SeekCc608Frame(index, frame, reader), 0);
+    ASSERT_TRUE(reader.hasPair());
+    EXPECT_EQ(reader.ccFrame, frame);
+    EXPECT_EQ(Bytes(reader.pair(), reader.pair() + 2), u16(frame)) << frame;
+  }
+  EXPECT_EQ(FrameOfDecodeTime(index, reader.cursor), last / framesPerSecond * framesPerSecond);
+}
+
+TEST(Cc608Reader, CaptionsOfA2997RecordingDoNotDriftOverADay) {
+  expectNoDrift(30000, 30);
+}
+
+TEST(Cc608Reader, CaptionsOfA5994RecordingDoNotDriftOverADay) {
+  expectNoDrift(60000, 60);
+}
+
 }  // namespace

@@ -1,5 +1,5 @@
 // Decodes an ADTS file to raw 16-bit PCM, whole process, to be timed from outside.
-// Usage: bench_audio_decode IN.aac [OUT.pcm]
+// Usage: decode_aac IN.aac [OUT.pcm]
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
