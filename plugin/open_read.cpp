@@ -91,8 +91,8 @@ std::uint32_t CMFFmp4::describeTracks(const std::optional<Manifest>& manifest) {
 // Opened as this object is, by an object of its own. Null when that fails.
 std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path) const {
   auto file = std::make_unique<CMFFmp4>(kFileTypeCode);
-  const std::uint32_t result = file->Open(path.c_str(), m_access, m_share, m_security, m_creation, m_attributes,
-                                          m_openFlags | MF_OPEN_AUDIO_ONLY);
+  const std::uint32_t result = file->Open(path.c_str(), m_access, m_share, m_security, m_creation,
+                                          m_attributes, m_openFlags | MF_OPEN_AUDIO_ONLY);
   if (result != VL_OK) file.reset();
   return file;
 }

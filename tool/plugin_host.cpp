@@ -145,6 +145,7 @@ MediaFile Plugin::create(const std::string& file) const {
   request.creation = VL_CREATE_ALWAYS;
   MediaFile object = make(request);
   if (!object)
-    throw ToolError("'" + file + "' cannot be created; check the folder, its permissions and the space on it");
+    throw ToolError("'" + file +
+                    "' cannot be created; check the folder, its permissions and the space on it");
   return object;
 }

@@ -113,9 +113,9 @@ VLHOST_API std::int32_t vlOSCloseFile(VLHANDLE file);
 // Waits until what was written has reached the disk. Returns 1 on success, else 0.
 VLHOST_API std::int32_t vlOSFlushFile(VLHANDLE file);
 
-// Makes the file `path` hold these `count` bytes and nothing else, whether it was there or not. Readers, and a
-// machine that loses power, find either the old content or the new one; what was a link stays one. Returns 1
-// on success, else 0: the old content then stays.
+// Makes the file `path` hold these `count` bytes and nothing else, whether it was there or not. Readers, and
+// a machine that loses power, find either the old content or the new one; what was a link stays one. Returns
+// 1 on success, else 0: the old content then stays.
 VLHOST_API std::int32_t vlOSReplaceFile(const char* path, const void* content, std::size_t count);
 
 // 1 when a file (not a folder) of this name exists, else 0.

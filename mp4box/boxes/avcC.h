@@ -16,8 +16,9 @@ struct AVCConfigurationBox final : Mp4Payload {
   // Bytes of the length ahead of each NAL unit of a sample.
   unsigned nalLengthBytes() const { return (at(4) & 0x03u) + 1; }
 
-  // What is written when the stream gave no record: version, profile, compatibility and level all 1, four-byte
-  // NAL unit lengths, no sequence parameter sets; the count of picture parameter sets is left out: intended.
+  // What is written when the stream gave no record: version, profile, compatibility and level all 1,
+  // four-byte NAL unit lengths, no sequence parameter sets; the count of picture parameter sets is left out:
+  // intended.
   static AVCConfigurationBox standIn() {
     AVCConfigurationBox box;
     box.record = {1, 1, 1, 1, 0xFC | 0x03, 0xE0 | 0x00};
