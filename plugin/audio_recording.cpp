@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "guard.h"
 #include "messages.h"
 #include "recording.h"
 #include "setup.h"
@@ -94,7 +95,11 @@ bool AudioRecording::finishSegment() {
 
 bool AudioRecording::Finish() {
   bool whole = !file_.failed();
-  if (whole && run_.count() != 0) whole = cutFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
+  // Memory that runs out here must not keep the segment from being finished.
+  if (whole && run_.count() != 0) {
+    whole =
+        guarded(false, [this] { return cutFragment(run_.count(), run_.count() * sound_.samplesPerFrame); });
+  }
   if (file_.segmentOpen()) whole = finishSegment() && whole;
   file_.Close();
   return whole;

@@ -30,7 +30,8 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
   const auto frames = static_cast<std::uint64_t>(config.frameLength);
   // With SBR a unit of the core's length plays at twice the core's rate.
   if (!config.sbrSignalled) return static_cast<std::uint32_t>(frames);
-  return saturate<std::uint32_t>(scaleExactly(frames, audio.wave.samplesPerSecond, config.frequency));
+  const std::uint64_t scaled = scaleExactly(frames, audio.wave.samplesPerSecond, config.frequency);
+  return std::max(1u, saturate<std::uint32_t>(scaled));
 }
 
 }  // namespace
@@ -99,8 +100,15 @@ int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
   cursor_.standAt(first.sampleIndex);
   clock_ = first.clock;
   if (!hasBefore) return 0;
-  if (decodeUnit(index) != Outcome::Delivered) return -1;
-  decoder_.RemoveSamples(decoder_.BufferedFrames());
+  if (decodeUnit(index) == Outcome::Delivered) {
+    decoder_.RemoveSamples(decoder_.BufferedFrames());
+    return 0;
+  }
+  // A unit before that is refused says nothing about the one sought.
+  decoder_.Reset();
+  if (LoadFragment(index, unit.fragmentIndex, unit.trunIndex, true, cursor_) < 0) return -1;
+  cursor_.standAt(unit.sampleIndex);
+  clock_ = unit.clock;
   return 0;
 }
 

@@ -12,7 +12,7 @@ std::span<const std::uint8_t> Cc708PacketOf(const DFRAME& frame) {
   const std::uint8_t* const area = frame.captions;
   const std::uint32_t length = frame.captionBytes;
   if (!(frame.captionFlags & DFRAME_CAPTION_708) || length <= caption_area::kDistributionStart ||
-      mfCheck608708(area, length) != VL_OK) {
+      length > sizeof frame.captions || mfCheck608708(area, length) != VL_OK) {
     return {};
   }
   const bool wrapped = area[caption_area::kPacketStart] == (caption_area::kDistributionWord & 0xFF) &&

@@ -124,6 +124,8 @@ class CMFFmp4 : public CAMediaFile {
 
   // set_file_info.cpp
   void takeInformation(const QVRINFO& info);
+  const char* videoRefusal() const;
+  const char* audioRefusal() const;
   std::uint32_t takeVideo();
   void takeVideoSizes();
   std::uint32_t takeAudio(std::uint32_t channelMask);

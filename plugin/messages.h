@@ -32,6 +32,7 @@ inline constexpr char kBufferTooSmall[] = "The frame is larger than the buffer g
 inline constexpr char kCannotCreateAudio[] = "Unable to open audio mp4 file for write (vlx_fmp4)";
 inline constexpr char kCannotCreateVideo[] = "Unable to open video mp4 file for write (vlx_fmp4)";
 inline constexpr char kRateNotRecordable[] = "The frame rate cannot be recorded";
+inline constexpr char kSizeNotRecordable[] = "The picture size cannot be recorded";
 inline constexpr char kSampleRateNotRecordable[] = "The audio sample rate cannot be recorded";
 inline constexpr char kConfigurationTooShort[] = "The codec configuration is shorter than it says";
 inline constexpr char kOffsetTooLarge[] = "The composition offset is too large";

@@ -49,10 +49,13 @@ std::uint32_t CMFFmp4::GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system,
 std::uint32_t CMFFmp4::SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) {
   if (!video) return CAMediaFile::SetSysInfo(system, video, audio);
   // The host's frames are 32 bits a pixel, whatever the description says.
-  const auto sized = std::make_unique<QVRVIDEO>(*video);
-  QVRBITMAP& bitmap = sized->bitmap;
-  bitmap.sizeImage = static_cast<std::uint32_t>(bitmap.width * std::llabs(std::int64_t{bitmap.height}) * 4);
-  return CAMediaFile::SetSysInfo(system, sized.get(), audio);
+  return guarded(VL_FAILED, [&] {
+    const auto sized = std::make_unique<QVRVIDEO>(*video);
+    QVRBITMAP& bitmap = sized->bitmap;
+    const auto height = static_cast<std::uint64_t>(std::llabs(std::int64_t{bitmap.height}));
+    bitmap.sizeImage = static_cast<std::uint32_t>(static_cast<std::uint32_t>(bitmap.width) * height * 4);
+    return CAMediaFile::SetSysInfo(system, sized.get(), audio);
+  });
 }
 
 std::uint32_t CMFFmp4::QueryCapability(std::uint32_t /*capability*/) {

@@ -20,7 +20,7 @@ int positionOnFirstChunk(FragmentIndex& index, TrackRole role, TrackCursor& curs
 
 std::uint32_t CMFFmp4::Open(const char* fileName, std::uint32_t access, std::uint32_t share, void* security,
                             std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags) {
-  Close();
+  if (m_isOpen) Close();
   const std::uint32_t noted = m_setOpen(fileName, access, share, security, creation, attributes, openFlags);
   if (noted != VL_OK) return noted;
   const std::uint32_t result =
@@ -33,8 +33,9 @@ std::uint32_t CMFFmp4::openRead() {
   const bool audioOnly = (m_openFlags & MF_OPEN_AUDIO_ONLY) != 0;
   FileSet files = FindFileSet(m_fileName, audioOnly);
   const std::optional<Manifest> manifest = LoadManifest(files);
-  const ManifestTrack segments = !manifest ? ManifestTrack{} : audioOnly ? manifest->audio : manifest->video;
-  const std::string& source = audioOnly || files.video.empty() ? files.audio : files.video;
+  const bool fromAudio = audioOnly || files.video.empty();
+  const ManifestTrack segments = !manifest ? ManifestTrack{} : fromAudio ? manifest->audio : manifest->video;
+  const std::string& source = fromAudio ? files.audio : files.video;
   // Where a manifest tells the segments, the top level is read as far as they need.
   const bool readAll = !segments.hasSegmentList && !segments.hasSegmentBase;
   if (const std::uint32_t result = openSource(source.c_str(), readAll); result != VL_OK) return result;

@@ -48,9 +48,14 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
   if (!descriptor) return leads ? m_audio.wave.blockAlign * 2u : audio.bufferSize;
 
   descriptor->bytes = 0;
+  if (frame == audio.stream.length && count != 0) {
+    messages::reportSeekFailure();
+    return VL_FAILED;
+  }
   const std::uint32_t frameSize = track->decoder().FrameSize();
   const bool decodes = track->decoder().IsOpen() && frameSize != 0 && descriptor->data;
   if (!decodes) {
+    if (fccIsCompressedAudio(audio.codec)) messages::reportShort(0, count);
     track->nextExpected = frame + count;
     return VL_OK;
   }

@@ -55,6 +55,8 @@ class RecordedFile {
   // offsets are filled in. A write that fails is reported; nothing is written any more from then on.
   bool AddFragment(mp4::MovieFragment& fragment, const TrackBytes& bytes, const FragmentReference& reference);
   bool failed() const { return failed_; }
+  // Nothing is written from here on.
+  void giveUp() { failed_ = true; }
 
   bool segmentOpen() const { return references_ != 0; }
   // Intended: with no room for references a segment is never full.

@@ -15,6 +15,10 @@ namespace {
 constexpr std::uint32_t kEveryChannel = 0xFFFFFFFFu;
 constexpr std::uint32_t kPairedChannels = 0xFFu;
 
+// A sample entry has 16 bits for each side of the picture, and for the sample rate.
+constexpr std::int64_t kMostPixels = 0xFFFF;
+constexpr std::uint32_t kMostSampleRate = 0xFFFF;
+
 constexpr std::uint32_t kMostAlignment = 16384;  // bytes; beyond it buffers are not rounded up
 
 std::uint64_t roundUp(std::uint64_t value, std::uint64_t step) {
@@ -56,14 +60,31 @@ void CMFFmp4::takeInformation(const QVRINFO& info) {
   qvrInfoSet(this, &m_info);
 }
 
+// Why the video as described cannot be recorded, or null.
+const char* CMFFmp4::videoRefusal() const {
+  const QVRSTREAMHEADER& stream = m_video.stream;
+  // A tick is a thousandth of a frame's time. Rates that could not be brought to that are beyond us, and
+  // those of a frame a second and less, which the media timescale takes for rates not yet brought to it.
+  if (stream.rate <= 1000 || (stream.scale != 1000 && stream.scale != 1001))
+    return messages::kRateNotRecordable;
+  const auto fits = [](std::int64_t pixels) { return pixels > 0 && pixels <= kMostPixels; };
+  if (!fits(m_video.bitmap.width) || !fits(std::llabs(std::int64_t{m_video.bitmap.height})))
+    return messages::kSizeNotRecordable;
+  return AvcRecordOf(m_video) ? nullptr : messages::kConfigurationTooShort;
+}
+
+// Why the sound as described cannot be recorded, or null.
+const char* CMFFmp4::audioRefusal() const {
+  const std::uint32_t sampleRate = m_audio.wave.samplesPerSecond;
+  if (sampleRate == 0 || sampleRate > kMostSampleRate) return messages::kSampleRateNotRecordable;
+  return AudioConfigOf(m_audio) ? nullptr : messages::kConfigurationTooShort;
+}
+
 std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
   m_nominalRate = {stream.rate, stream.scale};
-  // A tick is a thousandth of a frame's time; rates that could not be brought to that are beyond us.
-  if (stream.rate == 0 || (stream.scale != 1000 && stream.scale != 1001))
-    return refuse(messages::kRateNotRecordable);
-  if (!AvcRecordOf(m_video)) return refuse(messages::kConfigurationTooShort);
+  if (const char* const refusal = videoRefusal()) return refuse(refusal);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
   if (m_videoChannels != 0) return VL_OK;
@@ -91,10 +112,7 @@ void CMFFmp4::takeVideoSizes() {
 }
 
 std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
-  constexpr std::uint32_t kMostSampleRate = 0xFFFF;  // a sample entry has 16 bits for it
-  if (m_audio.wave.samplesPerSecond == 0 || m_audio.wave.samplesPerSecond > kMostSampleRate)
-    return refuse(messages::kSampleRateNotRecordable);
-  if (!AudioConfigOf(m_audio)) return refuse(messages::kConfigurationTooShort);
+  if (const char* const refusal = audioRefusal()) return refuse(refusal);
   std::uint32_t wanted = channelMask & ~m_audioMask & kPairedChannels;
   while (wanted != 0) {
     const std::uint32_t pair = findChannel(wanted) / 2;
@@ -126,13 +144,15 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
   wave.averageBytesPerSecond = wave.blockAlign * wave.samplesPerSecond;
 }
 
-// Sound of a .m4v file goes into a .m4a file beside it; without that one the video goes on alone.
+// Sound of a .m4v file goes into a .m4a file beside it; without that one the video goes on alone. So it does
+// where the two would be one file, and where frames have been written without sound already.
 void CMFFmp4::describeToCompanion() {
-  if (!m_companion) {
+  if (!m_companion && !m_videoRecording->started()) {
     char path[VL_MAX_PATH];
     path[m_videoPath.copy(path, sizeof path - 1)] = '\0';
-    ChangeFileExtension(path, sizeof path, ".m4a");
-    m_companion = openAudioFile(path);
+    if (ChangeFileExtension(path, sizeof path, ".m4a") == VL_OK && path != m_videoPath) {
+      m_companion = openAudioFile(path);
+    }
   }
   if (m_companion) m_companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
 }

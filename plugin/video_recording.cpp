@@ -6,6 +6,7 @@
 
 #include "caption_area.h"
 #include "caption_samples.h"
+#include "guard.h"
 #include "messages.h"
 #include "recording.h"
 #include "setup.h"
@@ -46,11 +47,11 @@ bool reserveMore(std::vector<std::uint8_t>& bytes, std::size_t count) try {
   return false;
 }
 
+// Empty when the longer extension does not fit.
 std::string playlistPath(const std::string& mediaPath) {
   char path[VL_MAX_PATH];
   path[mediaPath.copy(path, sizeof path - 1)] = '\0';
-  ChangeFileExtension(path, sizeof path, ".m3u8");
-  return path;
+  return ChangeFileExtension(path, sizeof path, ".m3u8") == VL_OK ? path : "";
 }
 
 std::uint32_t absolute(std::int32_t value) {
@@ -267,12 +268,15 @@ bool VideoRecording::Finish() {
   bool whole = !file_.failed();
   // Frames that waited for sound are still cut as ever.
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
+  // Memory that runs out here must not keep the segment from being finished.
+  const auto cut = [this](std::uint32_t count, std::uint32_t soundFrames) {
+    return guarded(false, [&] { return cutFragment(count, soundFrames); });
+  };
   while (whole && video_.count() > frames) {
-    whole = cutFragment(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
+    whole = cut(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
     if (whole && file_.segmentFull()) whole = finishSegment(framesWritten_);
   }
-  if (whole && (video_.count() != 0 || sound_.count() != 0))
-    whole = cutFragment(video_.count(), sound_.count());
+  if (whole && (video_.count() != 0 || sound_.count() != 0)) whole = cut(video_.count(), sound_.count());
   if (file_.segmentOpen()) whole = finishSegment(framesWritten_) && whole;
   if (manifest_ && started_) {
     manifest_->SetDuration(framesWritten_);

@@ -17,6 +17,14 @@ bool holdsItsBytes(const DFRAME* descriptor) {
   return descriptor && (descriptor->data || descriptor->bytes == 0);
 }
 
+// Starts a recording. One that memory ran out for has no whole movie box, and nothing must follow it.
+template <class Start>
+std::uint32_t started(RecordedFile& file, Start start) {
+  if (guarded(false, start)) return VL_OK;
+  file.giveUp();
+  return VL_FAILED;
+}
+
 }  // namespace
 
 std::uint32_t CMFFmp4::Write(std::uint32_t frame, std::uint32_t /*count*/, std::uint32_t channelMask,
@@ -61,21 +69,28 @@ std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descr
 
 // The first sample of either kind fixes what is recorded.
 std::uint32_t CMFFmp4::startVideoRecording() {
-  if (m_videoRecording->started()) return m_videoRecording->file().failed() ? VL_FAILED : VL_OK;
+  RecordedFile& file = m_videoRecording->file();
+  if (m_videoRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
+  // What was refused when it was described is not recorded either.
+  if (videoRefusal() || (m_audioMask != 0 && audioRefusal())) return VL_FAILED;
   const VideoSettings settings = videoSettings();
   if (m_companion) {
     m_companion->m_ownersGeometry = settings.geometry;
     m_companion->m_nominalRate = settings.rate;
     m_companion->m_ownersManifest = m_manifest.get();
   }
-  return m_videoRecording->Start(settings, m_manifest.get(), m_companion != nullptr) ? VL_OK : VL_FAILED;
+  return started(file,
+                 [&] { return m_videoRecording->Start(settings, m_manifest.get(), m_companion != nullptr); });
 }
 
 std::uint32_t CMFFmp4::startAudioRecording() {
-  if (m_audioRecording->started()) return m_audioRecording->file().failed() ? VL_FAILED : VL_OK;
+  RecordedFile& file = m_audioRecording->file();
+  if (m_audioRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
+  if (audioRefusal()) return VL_FAILED;
   const SegmentGeometry geometry = m_ownersGeometry.value_or(GeometryOfInterval(m_keyFrameInterval));
-  return m_audioRecording->Start(soundSettings(), geometry, m_nominalRate, m_ownersManifest) ? VL_OK
-                                                                                             : VL_FAILED;
+  return started(file, [&] {
+    return m_audioRecording->Start(soundSettings(), geometry, m_nominalRate, m_ownersManifest);
+  });
 }
 
 VideoSettings CMFFmp4::videoSettings() const {

@@ -28,11 +28,13 @@ AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, co
        place = index.nextOccupied(place + 1)) {
     const TrackFragment fragment = ReadTrackFragment(index.entry(place)->moof, track.trackId);
     if (fragment.truns.empty()) continue;
-    fragments_.push_back({place, clock});
-    const SampleDefaults defaults(fragment.tfhd, track.trex);
     for (const mp4::TrackRunBox* run : fragment.truns) {
       if (run->sampleCount > unitsLeft) return;
       unitsLeft -= run->sampleCount;
+    }
+    fragments_.push_back({place, clock});
+    const SampleDefaults defaults(fragment.tfhd, track.trex);
+    for (const mp4::TrackRunBox* run : fragment.truns) {
       ticks = addSaturated(ticks, DurationOfSamples(*run, run->sampleCount, defaults));
       if (run->hasDuration()) {
         for (std::uint32_t i = 0; i < run->sampleCount; ++i) clock.pass(run->duration(i));

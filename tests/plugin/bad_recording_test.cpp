@@ -296,4 +296,80 @@ TEST(BadRecording, AManifestThatCannotBeSavedHarmsNothingElse) {
   EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 301u);
 }
 
+TEST(BadRecording, AListWhoseNameDoesNotFitLeavesTheMediaAlone) {
+  const TempFolder folder;
+  // 259 characters: the media's name fits, the playlist's is one longer.
+  const std::string start = folder.file("");
+  const std::string path = start + std::string(259 - start.size() - 4, 'x') + ".m4v";
+  ASSERT_EQ(path.size(), 259u);
+  MediaFile file = startRecording(path);
+  ASSERT_NE(file, nullptr);
+  writeFrames(*file, 3);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  const MediaFile read = openFile(path);
+  ASSERT_NE(read, nullptr);
+  EXPECT_EQ(read->GetTotalFrames(), 3u);
+}
+
+TEST(BadRecording, SoundIsNotWrittenOverThePicture) {
+  const TempFolder folder;
+  const std::string path = folder.file("out.m4v.m4a");
+  MediaFile file = startRecording(path, withSound());
+  ASSERT_NE(file, nullptr);
+  writeFrames(*file, 3);
+  EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(1, 20)), 0xFFFFFFFFu);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(openFile(path)->GetTotalFrames(), 3u);
+}
+
+TEST(BadRecording, WhatWasRefusedWhenDescribedIsNotRecorded) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  RecordingDescription refused;
+  refused.rate = 0;
+  EXPECT_EQ(describeVideo(*file, refused), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(describeVideo(*file, {}), VL_OK);
+  writeFrames(*file, 2);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 2u);
+}
+
+TEST(BadRecording, SoundDescribedBehindTheFirstFrameIsRefusedAndMakesNoFile) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  writeFrames(*file, 1);
+  describeSound(*file, withSound());
+  EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(1, 20)), 0xFFFFFFFFu);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));
+}
+
+TEST(BadRecording, RatesOfAFrameASecondAndLessAreRefused) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  for (const auto& [rate, scale] : {std::pair(1u, 1u), std::pair(1u, 2u), std::pair(1001u, 1000u)}) {
+    RecordingDescription d;
+    d.rate = rate;
+    d.scale = scale;
+    EXPECT_EQ(describeVideo(*file, d), rate == 1001 ? VL_OK : VL_FAILED) << rate;
+  }
+}
+
+TEST(BadRecording, PictureSizesBeyond16BitsAreRefused) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  LogCapture log;
+  for (const auto& [width, height] : {std::pair(70000, 100), std::pair(-320, 180), std::pair(0, 180),
+                                      std::pair(320, 65536), std::pair(320, 0)}) {
+    RecordingDescription d;
+    d.width = width;
+    d.height = height;
+    log.lines.clear();
+    EXPECT_EQ(describeVideo(*file, d), 0xFFFFFFFFu) << width << "x" << height;
+    EXPECT_THAT(log.lines, testing::Contains(LogLine{
+                               VL_LOG_ERROR, "ERROR(vlx_fmp4): The picture size cannot be recorded\n"}));
+  }
+}
+
 }  // namespace

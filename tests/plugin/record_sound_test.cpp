@@ -169,27 +169,28 @@ TEST(SoundApart, Ac3FramesLastLongerInTheLastReferenceAlone) {
 }
 
 TEST(SoundApart, TimesThatOutgrow32BitsTakeVersionOne) {
-  // At a picture a second a fragment has 1407 frames of sound, 1440768 samples; 2^32 lie in the 2982nd.
+  // At 1.001 pictures a second a fragment has 1405 frames of sound, 1438720 samples; 2^32 lie in number 2985.
   const TempFolder folder;
   RecordingDescription d = withSound();
-  d.rate = d.scale = 1;
+  d.rate = 1001;
+  d.scale = 1000;
   MediaFile file = startRecording(folder.file("out.mp4"), d);
   DFRAME empty{};
   empty.size = sizeof empty;
-  for (std::uint32_t i = 0; i < 2983 * 1407; ++i)
+  for (std::uint32_t i = 0; i < 2987 * 1405; ++i)
     ASSERT_EQ(file->Write(i, 1, 3, QVR_MODE_AUDIO, &empty, nullptr), VL_OK);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
-  const auto* last32 = boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2981]/traf/tfdt");
+  const auto* last32 = boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2985]/traf/tfdt");
   EXPECT_EQ(last32->version, 0u);
-  EXPECT_EQ(last32->baseMediaDecodeTime, 4294929408u);
-  const auto* first64 = boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2982]/traf/tfdt");
+  EXPECT_EQ(last32->baseMediaDecodeTime, 4294579200u);
+  const auto* first64 = boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2986]/traf/tfdt");
   EXPECT_EQ(first64->version, 1u);
-  EXPECT_EQ(first64->baseMediaDecodeTime, 4296370176u);
+  EXPECT_EQ(first64->baseMediaDecodeTime, 4296017920u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[297]")->version, 0u);
-  EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[297]")->earliestPresentationTime, 4293488640u);
+  EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[297]")->earliestPresentationTime, 4287385600u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[298]")->version, 1u);
-  EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[298]")->earliestPresentationTime, 4307896320u);
+  EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[298]")->earliestPresentationTime, 4301772800u);
   EXPECT_EQ(boxes.at("sidx[298]")->size, 160u) << "8 more bytes, room and content alike";
   EXPECT_EQ(boxes.at("sidx[299]"), nullptr);
 }

@@ -1,0 +1,51 @@
+// Real media recorded by `fmp4 package` and read back: the same pictures and the same sound.
+#include <gtest/gtest.h>
+
+#include "loaded_plugin.h"
+#include "sound.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+// The source is fragmented, so that it and its recording are read by the same reader.
+std::string makeSource(const TempFolder& folder, int bFrames) {
+  const std::string source = folder.file("source.mp4");
+  makeMedia(source, pictureInput(4, "25", "160x96") + toneInput(4) + h264Codec(25, bFrames) +
+                        std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-aac_pns", "0", "-movflags",
+                                                 "delay_moov+frag_keyframe"});
+  return source;
+}
+
+void expectTheSame(const std::string& source, const std::string& recording) {
+  const MediaFile before = openFile(source), after = openFile(recording);
+  ASSERT_NE(before, nullptr);
+  ASSERT_NE(after, nullptr);
+  ASSERT_EQ(after->GetTotalFrames(), before->GetTotalFrames());
+  for (std::uint32_t frame = 0; frame < before->GetTotalFrames(); ++frame) {
+    const VideoFrame a = readFrame(*before, frame), b = readFrame(*after, frame);
+    ASSERT_EQ(a.data, b.data) << frame;
+    ASSERT_EQ(a.key(), b.key()) << frame;
+  }
+  const Samples was = readAll(*before, 4096), is = readAll(*after, 1602);
+  // A recording counts whole units where the source's last one may be stated shorter.
+  ASSERT_GE(is.size(), was.size());
+  ASSERT_LT(is.size(), was.size() + 2 * 1024);
+  EXPECT_TRUE(std::equal(was.begin(), was.end(), is.begin()));
+}
+
+TEST(PackageRoundTrip, PictureAndSoundInFilesOfTheirOwn) {
+  const TempFolder folder;
+  const std::string source = makeSource(folder, 0);
+  runOrThrow({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.mp4")});
+  expectTheSame(source, folder.file("out.mpd"));
+}
+
+TEST(PackageRoundTrip, PictureAndSoundInOneFile) {
+  const TempFolder folder;
+  const std::string source = makeSource(folder, 0);
+  runOrThrow({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.ismv")});
+  expectTheSame(source, folder.file("out.ismv"));
+}
+
+}  // namespace

@@ -1,0 +1,45 @@
+// Sound read through the plug-in as 16-bit samples.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "loaded_plugin.h"
+
+using Samples = std::vector<std::int16_t>;
+
+struct Sound {
+  std::uint32_t status = 0;
+  Samples samples;  // interleaved
+};
+
+inline Sound readSound(CAMediaFile& file, std::uint32_t position, std::uint32_t count,
+                       std::uint32_t channels = 2, std::uint32_t mask = 1) {
+  Sound sound;
+  sound.samples.resize(std::size_t{count} * channels);
+  DFRAME d{};
+  d.size = sizeof d;
+  d.data = reinterpret_cast<std::uint8_t*>(sound.samples.data());
+  d.dataCapacity = static_cast<std::uint32_t>(sound.samples.size() * 2);
+  sound.status = file.Read(position, count, mask, QVR_MODE_AUDIO, &d, nullptr);
+  sound.samples.resize(d.bytes / 2);
+  return sound;
+}
+
+inline std::uint32_t lengthOf(CAMediaFile& file) {
+  return describe(file).audio.stream.length;
+}
+
+inline Samples readAll(CAMediaFile& file, std::uint32_t block, std::uint32_t channels = 2) {
+  Samples all;
+  const std::uint32_t total = lengthOf(file);
+  for (std::uint32_t at = 0; at < total; at += block) {
+    const Sound sound = readSound(file, at, std::min(block, total - at), channels);
+    EXPECT_EQ(sound.status, VL_OK) << at;
+    all.insert(all.end(), sound.samples.begin(), sound.samples.end());
+  }
+  return all;
+}
