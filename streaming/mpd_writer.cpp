@@ -15,7 +15,7 @@ std::string hexByte(unsigned value) {
 
 // "mp4a.40." and the audio object type. Intended: it is taken from two bits of the object type byte.
 std::string audioCodec(std::uint8_t objectType) {
-  return "mp4a.40." + hexByte((objectType & 3u) + 2u);
+  return std::string("mp4a.40.").append(hexByte((objectType & 3u) + 2u));
 }
 
 std::string range(std::uint64_t first, std::uint64_t last) {
@@ -66,8 +66,9 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   tinyxml2::XMLElement* const representation = videoSet->InsertNewChildElement("Representation");
   set(representation, "id", 1);
   set(representation, "mimeType", "video/mp4");
-  std::string codecs = "avc1." + hexByte(video.profile) + "00" + hexByte(video.level);
-  if (video.sound) codecs += "," + audioCodec(video.sound->objectType);
+  std::string codecs("avc1.");
+  codecs.append(hexByte(video.profile)).append("00").append(hexByte(video.level));
+  if (video.sound) codecs.append(",").append(audioCodec(video.sound->objectType));
   set(representation, "codecs", codecs);
   set(representation, "width", video.width);
   set(representation, "height", video.height);
