@@ -87,6 +87,19 @@ TEST(OpenWrite, AFileThatCannotBeCreatedIsReported) {
   EXPECT_EQ(open(folder.file("out.mp4"), 0), VL_OK) << "the object can be opened again";
 }
 
+TEST(OpenWrite, AFolderThatTakesNoFilesIsReported) {
+  // Nobody creates files here, the superuser included.
+  const MediaFile file = createObject();
+  LogCapture log;
+  EXPECT_EQ(file->Open("/proc/self/out.mp4", VL_GENERIC_READ | VL_GENERIC_WRITE, 3, nullptr, VL_CREATE_ALWAYS,
+                       0, 0),
+            0xE802500Cu);
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{0x80000000u,
+                                  "WARNING(vlx_fmp4): Unable to open video mp4 file for write (vlx_fmp4)\n"},
+                          LogLine{VL_LOG_PLAIN, "fmp4OpenWrite(0xE802500C)"}));
+}
+
 TEST(OpenWrite, MediaUnderTheNameOfItsOwnListsAreRefused) {
   const TempFolder folder;
   LogCapture log;
