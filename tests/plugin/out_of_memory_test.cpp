@@ -4,6 +4,7 @@
 
 #include "box.h"
 #include "loaded_plugin.h"
+#include "recording.h"
 #include "support/controlled_new.h"
 #include "support/fragments.h"
 #include "support/log_capture.h"
@@ -73,6 +74,73 @@ TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
     file->FindKeyFrame(1, 1, 1, 0);
   }
   EXPECT_NE(openFile(clip.path), nullptr) << "and with memory the file opens";
+}
+
+// ---- Recording --------------------------------------------------------------------------------------
+
+std::uint32_t writeCaptioned(CAMediaFile& file, std::uint32_t frame, std::size_t size) {
+  return writeSample(file, 1, QVR_MODE_VIDEO, frameBytes(frame, size), frame);
+}
+
+LogLine plain(const char* text) {
+  return {VL_LOG_PLAIN, text};
+}
+
+TEST(OutOfMemory, AVideoBufferThatCannotGrowFailsItsFrameAndTakesTheNext) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  LogCapture log;
+  {
+    const FailingNew failing(0x10000);
+    EXPECT_EQ(writeCaptioned(*file, 0, 100), 0xFFFFFFFFu);
+  }
+  EXPECT_THAT(log.lines, ElementsAre(plain("fmp4 - Failed to allocate video buffer for writing")));
+  EXPECT_EQ(writeCaptioned(*file, 0, 100), VL_OK);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 1u);
+}
+
+TEST(OutOfMemory, ACc608BufferThatCannotGrowFailsItsFrame) {
+  const TempFolder folder;
+  RecordingDescription d;
+  d.captions = QVR_CAPTIONS_608;
+  MediaFile file = startRecording(folder.file("out.mp4"), d);
+  ASSERT_EQ(writeCaptioned(*file, 0, 100), VL_OK);
+  LogCapture log;
+  {
+    const FailingNew failing(6);  // room for three pairs
+    EXPECT_EQ(writeCaptioned(*file, 1, 100), 0xFFFFFFFFu);
+  }
+  EXPECT_THAT(log.lines, ElementsAre(plain("fmp4 - Failed to allocate cc608 buffer for writing")));
+  EXPECT_EQ(writeCaptioned(*file, 1, 100), VL_OK);
+  EXPECT_EQ(closeFile(file), VL_OK);
+}
+
+TEST(OutOfMemory, ACc708BufferThatCannotGrowFailsItsFrame) {
+  const TempFolder folder;
+  RecordingDescription d;
+  d.captions = QVR_CAPTIONS_708;
+  MediaFile file = startRecording(folder.file("out.mp4"), d);
+  LogCapture log;
+  {
+    const FailingNew failing(0x10000);  // the picture's buffer is larger
+    EXPECT_EQ(writeCaptioned(*file, 0, 100000), 0xFFFFFFFFu);
+  }
+  EXPECT_THAT(log.lines, ElementsAre(plain("fmp4 - Failed to allocate cc708 buffer for writing")));
+  EXPECT_EQ(writeCaptioned(*file, 0, 100000), VL_OK);
+  EXPECT_EQ(closeFile(file), VL_OK);
+}
+
+TEST(OutOfMemory, ARecordingWithoutItsMovieBoxTakesNoFrames) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  {
+    const FailingNew failing(8192 + QVR_CODEC_CONFIGURATION_BYTES);  // room for the movie box
+    EXPECT_EQ(writeCaptioned(*file, 0, 100), 0xFFFFFFFFu);
+  }
+  EXPECT_EQ(writeCaptioned(*file, 0, 100), 0xFFFFFFFFu) << "nothing may follow a file type box alone";
+  closeFile(file);
+  EXPECT_EQ(BoxFile(folder.file("out.m4v")).topLevel(), "ftyp");
 }
 
 }  // namespace
