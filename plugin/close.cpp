@@ -13,11 +13,10 @@ std::uint32_t CMFFmp4::Close() {
   m_manifest.reset();
   m_videoPath.clear();
   m_audioHolders = {};
-  m_companionNextExpected = QVR_NOT_SET;
   for (const auto& track : m_audioTracks) track->closeDecoder();
   m_audioTracks.clear();
   m_videoCursor = {};
-  m_videoState = {};
+  m_videoNextExpected = QVR_NOT_SET;
   m_cc608 = {};
   m_cc608SoughtFrame = QVR_NOT_SET;
   m_cc708Cursor = {};

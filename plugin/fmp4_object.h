@@ -69,13 +69,6 @@ class CMFFmp4 : public CAMediaFile {
   const char* fileName() const { return m_fileName; }
 
  private:
-  // What reading a channel remembers from one request to the next.
-  struct ChannelState {
-    std::uint32_t nextExpected = QVR_NOT_SET;
-    std::uint32_t lastFrame = QVR_NOT_SET;
-    std::uint32_t lastBytes = 0;
-  };
-
   // describe.cpp: the descriptions handed to the host.
   void resetDescription();
   void recomputeMainHeader();
@@ -155,12 +148,11 @@ class CMFFmp4 : public CAMediaFile {
   std::array<IndexedTrack, kTrackRoles> m_tracks;
   std::unique_ptr<FragmentIndex> m_index;
   TrackCursor m_videoCursor;
-  ChannelState m_videoState;
+  std::uint32_t m_videoNextExpected = QVR_NOT_SET;  // the frame that follows on from the last request
   Cc608Reader m_cc608;
   std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame that m_cc608 was last positioned for
   TrackCursor m_cc708Cursor;
   std::unique_ptr<CMFFmp4> m_companion;  // reads or writes the sound that stands in a file of its own
-  std::uint32_t m_companionNextExpected = QVR_NOT_SET;
   std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one an audio track, in their order
   std::vector<std::unique_ptr<AudioTrack>> m_audioTracks;
 

@@ -42,15 +42,15 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   setTimecodes(*descriptor, frame);
   if (frame >= GetTotalFrames()) {
     descriptor->bytes = 0;
-    m_videoState.nextExpected = frame + 1;
+    m_videoNextExpected = frame + 1;
     return FMP4_E_PAST_END;
   }
   descriptor->flags &= ~DFRAME_REPEATED;
   // The cursor is asked too: a request for several frames leaves it behind the frame expected next.
   const bool inPlace = m_videoCursor.loaded() && m_videoCursor.position == frame;
-  const bool jumped = frame != m_videoState.nextExpected || !inPlace;
+  const bool jumped = frame != m_videoNextExpected || !inPlace;
   if (jumped) {
-    m_videoState.nextExpected = frame;
+    m_videoNextExpected = frame;
     if (SeekVideoFrame(*m_index, frame, true, m_videoCursor) < 0) return VL_FAILED;
   }
   seekCaptions(frame, jumped);
@@ -62,9 +62,8 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   if (const std::uint32_t result = deliverSample(*descriptor); result != VL_OK) return result;
   deliverCc608(*descriptor, frame);
   if (const std::uint32_t result = deliverCc708(*descriptor); result != VL_OK) return result;
-  m_videoState.nextExpected = frame + count;
-  m_videoState.lastFrame = m_currentFrame = frame;
-  m_videoState.lastBytes = descriptor->bytes;
+  m_videoNextExpected = frame + count;
+  m_currentFrame = frame;
   return VL_OK;
 }
 

@@ -31,11 +31,7 @@ AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
 
 std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                                  std::uint32_t mode, DFRAME* descriptor, void* extra) {
-  if (m_companion) {
-    const std::uint32_t result = m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
-    if (descriptor) m_companionNextExpected = frame + count;
-    return result;
-  }
+  if (m_companion) return m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
   AudioTrack* track = audioTrackOf(findChannel(channelMask));
   if (!m_index || !track || (m_openFlags & MF_OPEN_NO_AUDIO)) {
     messages::reportRead(FMP4_E_NO_AUDIO);
