@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "ipps_types.h"
+#include "ps_kernels.h"
 
 // One pass of a mixed-radix fast Fourier transform (Stockham's autosorting form): radix x span
 // transforms of `radix` points, whose results go in order.
@@ -49,6 +50,7 @@ struct Kernels {
   void (*butterfly)(Ipp32f* a, Ipp32f* b, std::size_t length);
   // See ippsJoin_32f16s_D2L.
   void (*join)(const Ipp32f* const* source, std::size_t channels, std::size_t length, Ipp16s* destination);
+  PsKernels ps;
 };
 
 // The kernels in plain C++.

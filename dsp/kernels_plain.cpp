@@ -15,11 +15,12 @@ using WideLanes = OneLane;
 using FourLanes = OneLane;
 
 #include "kernels.inl"
+#include "ps_kernels.inl"
 
 }  // namespace
 
 const Kernels& PlainKernels() {
   static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands, MulC,
-                                       AddProductC, Butterfly,  Join};
+                                       AddProductC, Butterfly,  Join,       kPsKernels};
   return kKernels;
 }

@@ -56,12 +56,13 @@ using WideLanes = Lanes<hn::ScalableTag<float>>;
 using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 
 #include "kernels.inl"
+#include "ps_kernels.inl"
 
 }  // namespace
 
 const Kernels* GetKernels() {
   static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands, MulC,
-                                       AddProductC, Butterfly,  Join};
+                                       AddProductC, Butterfly,  Join,       kPsKernels};
   // Emulated vectors gain nothing over plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }
