@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "kernels.h"
+#include "qmf_plan.h"
 
 #define VL_LANES_ATTR
 
@@ -15,11 +16,13 @@ using WideLanes = OneLane;
 using FourLanes = OneLane;
 
 #include "kernels.inl"
+#include "sbr_kernels.inl"
 
 }  // namespace
 
 const Kernels& PlainKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands, MulC,
-                                       AddProductC, Butterfly,  Join};
+  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd,  ScaleBands,  MulC,         AddProductC,
+                                       Butterfly,   Join,        QmfAnalysis, QmfSynthesis, SumCovariance,
+                                       FilterPatch, SumEnergies, ShapeRows};
   return kKernels;
 }
