@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "kernels.h"
+#include "qmf_plan.h"
 
 #define VL_LANES_ATTR
 
@@ -16,11 +17,13 @@ using FourLanes = OneLane;
 
 #include "kernels.inl"
 #include "ps_kernels.inl"
+#include "sbr_kernels.inl"
 
 }  // namespace
 
 const Kernels& PlainKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands, MulC,
-                                       AddProductC, Butterfly,  Join,       kPsKernels};
+  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd,  ScaleBands,  MulC,         AddProductC,
+                                       Butterfly,   Join,        QmfAnalysis, QmfSynthesis, SumCovariance,
+                                       FilterPatch, SumEnergies, ShapeRows,   kPsKernels};
   return kKernels;
 }

@@ -261,8 +261,8 @@ TEST(PsTables, MixToThePowerLevelAndCoherenceAskedFor) {
 constexpr int kSlots = 32;
 
 struct Frame {
-  Ipp32fc left[kSlots + kPsLookAhead][kQmfBands];
-  Ipp32fc right[kSlots][kQmfBands];
+  Ipp32fc left[kSlots + kPsLookAhead][kIppsSbrBands];
+  Ipp32fc right[kSlots][kIppsSbrBands];
 };
 
 // A mono signal through frame after frame.
@@ -274,12 +274,12 @@ class Stereo {
   void Noise() {
     std::normal_distribution<float> normal(0, 1000);
     for (int slot = 0; slot < kPsLookAhead; ++slot)
-      std::copy_n(m_ahead[slot], kQmfBands, m_frame->left[slot]);
+      std::copy_n(m_ahead[slot], kIppsSbrBands, m_frame->left[slot]);
     for (int slot = kPsLookAhead; slot < kSlots + kPsLookAhead; ++slot) {
       for (Ipp32fc& value : m_frame->left[slot]) value = {normal(m_random), normal(m_random)};
     }
     for (int slot = 0; slot < kPsLookAhead; ++slot)
-      std::copy_n(m_frame->left[kSlots + slot], kQmfBands, m_ahead[slot]);
+      std::copy_n(m_frame->left[kSlots + slot], kIppsSbrBands, m_ahead[slot]);
     *m_mono = *m_frame;
   }
   void Apply(const PsData& data) {
@@ -291,7 +291,7 @@ class Stereo {
 
  private:
   std::mt19937 m_random;
-  Ipp32fc m_ahead[kPsLookAhead][kQmfBands] = {};
+  Ipp32fc m_ahead[kPsLookAhead][kIppsSbrBands] = {};
   std::unique_ptr<Frame> m_frame = std::make_unique<Frame>();
   std::unique_ptr<Frame> m_mono = std::make_unique<Frame>();
   std::unique_ptr<PsState> m_state = std::make_unique<PsState>();
@@ -317,7 +317,7 @@ TEST(ParametricStereo, CopiesMonoAheadOfTheFirstHeader) {
   stereo.Noise();
   stereo.Apply(PsData{});
   for (int slot = 0; slot < kSlots; ++slot) {
-    for (int band = 0; band < kQmfBands; ++band) {
+    for (int band = 0; band < kIppsSbrBands; ++band) {
       EXPECT_EQ(stereo.Mono().left[slot][band].re, stereo.Now().left[slot][band].re);
       EXPECT_EQ(stereo.Mono().left[slot][band].im, stereo.Now().right[slot][band].im);
     }
@@ -332,7 +332,7 @@ TEST(ParametricStereo, SplitsAndJoinsTheLowBandsWithoutATrace) {
       stereo.Noise();
       stereo.Apply(Constant(mode, mode, 0, 0));
       for (int slot = frame == 0 ? kPsLookAhead : 0; slot < kSlots; ++slot) {
-        for (int band = 0; band < kQmfBands; ++band) {
+        for (int band = 0; band < kIppsSbrBands; ++band) {
           const Ipp32fc expected = stereo.Mono().left[slot][band];
           ASSERT_NEAR(expected.re, stereo.Now().left[slot][band].re, 2e-3) << slot << ' ' << band;
           ASSERT_NEAR(expected.im, stereo.Now().left[slot][band].im, 2e-3) << slot << ' ' << band;
@@ -352,12 +352,13 @@ TEST(ParametricStereo, ReachesPowerLevelAndCoherenceInEveryBandOfNoise) {
       for (const auto& [iid, icc] : {std::pair{0, 5}, {5, 3}, {-7, 4}, {2, 2}}) {
         Stereo stereo(3);
         const PsData data = Constant(mode, iccMode, iid, icc);
-        double mono[kQmfBands] = {}, left[kQmfBands] = {}, right[kQmfBands] = {}, cross[kQmfBands] = {};
+        double mono[kIppsSbrBands] = {}, left[kIppsSbrBands] = {}, right[kIppsSbrBands] = {},
+               cross[kIppsSbrBands] = {};
         for (int frame = 0; frame < 200; ++frame) {
           stereo.Noise();
           stereo.Apply(data);
           for (int slot = 0; frame > 1 && slot < kSlots; ++slot) {
-            for (int band = 0; band < kQmfBands; ++band) {
+            for (int band = 0; band < kIppsSbrBands; ++band) {
               const Ipp32fc m = stereo.Mono().left[slot][band], l = stereo.Now().left[slot][band],
                             r = stereo.Now().right[slot][band];
               mono[band] += m.re * m.re + m.im * m.im;
@@ -368,7 +369,7 @@ TEST(ParametricStereo, ReachesPowerLevelAndCoherenceInEveryBandOfNoise) {
           }
         }
         const double rho = iccMode >= 3 ? std::max(coherences[icc], 0.05) : coherences[icc];
-        for (int band = 0; band < kQmfBands; ++band) {
+        for (int band = 0; band < kIppsSbrBands; ++band) {
           EXPECT_NEAR((iid < 0 ? -1 : 1) * fine[std::abs(iid)], 10 * std::log10(left[band] / right[band]),
                       1.5)
               << mode << ' ' << iccMode << ' ' << iid << ' ' << band;
@@ -433,7 +434,7 @@ TEST(ParametricStereo, TurnsTheChannelsByThePhases) {
   }
   // Band 4 has phases, band 40 has none. Left is turned by OPD, right by OPD - IPD.
   for (int slot = 0; slot < kSlots; ++slot) {
-    const auto value = [slot](const Ipp32fc(*qmf)[kQmfBands], int band) {
+    const auto value = [slot](const Ipp32fc(*qmf)[kIppsSbrBands], int band) {
       return std::complex<double>(qmf[slot][band].re, qmf[slot][band].im);
     };
     const std::complex<double> low = value(stereo.Mono().left, 4), high = value(stereo.Mono().left, 40);

@@ -1,6 +1,6 @@
 // The AAC decoder: ADTS and ADIF streams, and raw access units that an AudioSpecificConfig describes, to
-// interleaved 16-bit PCM (ISO/IEC 14496-3, ISO/IEC 13818-7). It serves the object type LC, and SSR streams
-// that make no use of gain control.
+// interleaved 16-bit PCM (ISO/IEC 14496-3, ISO/IEC 13818-7). It serves the object type LC, with or without
+// spectral band replication, and SSR streams that make no use of gain control.
 #pragma once
 
 #include <cstddef>
@@ -13,6 +13,7 @@ namespace UMC {
 namespace aac {
 struct AudioSpecificConfig;
 struct DecoderState;
+struct SbrArea;
 struct WorkArea;
 }  // namespace aac
 
@@ -52,6 +53,7 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
 
   MemoryId m_stateId = 0;
   MemoryId m_workId = 0;
+  MemoryId m_sbrId = 0;
 };
 
 }  // namespace UMC

@@ -14,6 +14,9 @@
 
 namespace UMC::aac {
 
+// Samples that a block becomes at most, by channel.
+inline constexpr int kMaxOutputLength = 2 * kMaxFrameLength;
+
 enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2 };
 
 struct DecoderState {
@@ -35,13 +38,15 @@ struct DecoderState {
   FilterBankState channels[kMaxChannels];
   FilterBankState couplings[kMaxCouplings];
   int couplingsInUse;  // of the last block
+  bool sbrSignalled;   // by the configuration
+  bool sbrSeen;        // a block carried its data
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
 struct WorkArea {
   RawDataBlock block;
   FilterBankScratch scratch;
-  alignas(16) float mixed[kMaxChannels][kMaxFrameLength];
+  alignas(16) float mixed[kMaxChannels][kMaxOutputLength];
 };
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 

@@ -32,7 +32,7 @@ void AdoptConfiguration(const PsData& data, PsState& state) {
 
 // Makes stereo of the slots [first, end).
 void MixSlots(const PsConfiguration& configuration, bool phases, int first, int end, PsState& state,
-              PsScratch& scratch, Ipp32fc (*left)[kQmfBands], Ipp32fc (*right)[kQmfBands]) {
+              PsScratch& scratch, Ipp32fc (*left)[kIppsSbrBands], Ipp32fc (*right)[kIppsSbrBands]) {
   const PsKernels& kernels = ActiveKernels().ps;
   const PsSpectrum direct = {scratch.direct[0], scratch.direct[1]};
   const PsSpectrum decorrelated = {scratch.decorrelated[0], scratch.decorrelated[1]};
@@ -54,10 +54,10 @@ void MixSlots(const PsConfiguration& configuration, bool phases, int first, int 
 }  // namespace
 
 void ApplyParametricStereo(const PsData& data, PsState& state, PsScratch& scratch, int slots,
-                           Ipp32fc (*left)[kQmfBands], Ipp32fc (*right)[kQmfBands]) {
+                           Ipp32fc (*left)[kIppsSbrBands], Ipp32fc (*right)[kIppsSbrBands]) {
   GatherPsInput(left, slots, state.hybrid, scratch.input);
   if (!data.headerSeen) {
-    for (int slot = 0; slot < slots; ++slot) std::copy_n(left[slot], kQmfBands, right[slot]);
+    for (int slot = 0; slot < slots; ++slot) std::copy_n(left[slot], kIppsSbrBands, right[slot]);
     return;
   }
   const bool newData = !state.started || data.payloads != state.payloads;

@@ -39,6 +39,6 @@ static_assert(std::is_trivially_copyable_v<PsScratch>);
 // left channel; `right` receives the other one, `slots` slots. Both are the mono signal ahead of the first
 // header; without a payload since the last frame the parameters stay.
 void ApplyParametricStereo(const PsData& data, PsState& state, PsScratch& scratch, int slots,
-                           Ipp32fc (*left)[kQmfBands], Ipp32fc (*right)[kQmfBands]);
+                           Ipp32fc (*left)[kIppsSbrBands], Ipp32fc (*right)[kIppsSbrBands]);
 
 }  // namespace UMC::aac

@@ -6,7 +6,8 @@
 
 namespace UMC::aac {
 
-void GatherPsInput(const Ipp32fc (*qmf)[kQmfBands], int slots, PsHybridState& state, PsHybridInput& input) {
+void GatherPsInput(const Ipp32fc (*qmf)[kIppsSbrBands], int slots, PsHybridState& state,
+                   PsHybridInput& input) {
   for (int band = 0; band < kMaxPsSplitQmfBands; ++band) {
     Ipp32fc* samples = std::copy_n(state.past[band], kPsLookAhead, input.samples[band]);
     for (int slot = 0; slot < slots + kPsLookAhead; ++slot) samples[slot] = qmf[slot][band];
@@ -25,7 +26,7 @@ void AnalyseHybrid(const PsConfiguration& configuration, const PsHybridInput& in
   }
   const int split = configuration.splitBands;
   kernels.split(qmf + configuration.splitQmfBands, {hybrid.re + split, hybrid.im + split},
-                static_cast<std::size_t>(kQmfBands - configuration.splitQmfBands));
+                static_cast<std::size_t>(kIppsSbrBands - configuration.splitQmfBands));
 }
 
 void SynthesiseHybrid(const PsConfiguration& configuration, const Ipp32fc* hybrid, Ipp32fc* qmf) {

@@ -6,7 +6,6 @@
 
 namespace UMC::aac {
 
-inline constexpr int kMaxQmfSlots = 32;
 // Slots behind the current one that its hybrid bands depend on.
 inline constexpr int kPsLookAhead = PsFilterBank::kReach;
 
@@ -17,12 +16,13 @@ struct PsHybridState {
 
 // The bands that may be split, each in the order of time.
 struct PsHybridInput {
-  Ipp32fc samples[kMaxPsSplitQmfBands][kPsLookAhead + kMaxQmfSlots + kPsLookAhead];
+  Ipp32fc samples[kMaxPsSplitQmfBands][kPsLookAhead + kIppsSbrSlots + kPsLookAhead];
 };
 
 // Gathers the input of a frame of `slots` QMF slots, which kPsLookAhead others follow, ahead of the slots of
 // the frame before, and keeps what the next frame needs.
-void GatherPsInput(const Ipp32fc (*qmf)[kQmfBands], int slots, PsHybridState& state, PsHybridInput& input);
+void GatherPsInput(const Ipp32fc (*qmf)[kIppsSbrBands], int slots, PsHybridState& state,
+                   PsHybridInput& input);
 
 // One slot in hybrid bands. `qmf` is that slot in QMF bands.
 void AnalyseHybrid(const PsConfiguration& configuration, const PsHybridInput& input, int slot,

@@ -3,13 +3,13 @@
 
 #include <cstdint>
 
+#include "ipps_sbr.h"
 #include "ps_bands.h"
 #include "ps_data.h"
 #include "ps_kernels.h"
 
 namespace UMC::aac {
 
-inline constexpr int kQmfBands = 64;
 // QMF bands from 0 on that are split, and what they are split into, at most.
 inline constexpr int kMaxPsSplitQmfBands = 5;
 inline constexpr int kMaxPsSplitBands = 32;

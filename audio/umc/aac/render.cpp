@@ -29,6 +29,21 @@ bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   return true;
 }
 
+// The layout's element that the block's element `index` is.
+const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& block, int index) {
+  return state.placedByProgram ? *FindElement(state.layout, block.elements[index])
+                               : state.layout.elements[index];
+}
+
+// The output has twice the core's sampling frequency.
+bool IsDoubled(const DecoderState& state) {
+  return HasSbr(state) && state.options.sbrDownSampled == 0;
+}
+
+int OutputLength(const DecoderState& state) {
+  return IsDoubled(state) ? 2 * state.frameLength : state.frameLength;
+}
+
 // Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
 // block does not carry is silent.
 void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, const float** samples) {
@@ -36,8 +51,7 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& b
   const ChannelStream* carried[kMaxChannels] = {};
   for (int i = 0; i < block.elementCount; ++i) {
     const BlockElement& element = block.elements[i];
-    const LayoutElement& place =
-        state.placedByProgram ? *FindElement(state.layout, element) : state.layout.elements[i];
+    const LayoutElement& place = PlaceOf(state, block, i);
     const int channels = ChannelsOf(element.type);
     for (int c = 0; c < channels; ++c) carried[place.firstChannel + c] = &block.streams[element.stream + c];
   }
@@ -77,10 +91,34 @@ void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) 
   state.couplingsInUse = block.couplingCount;
 }
 
+// Adds the high bands; `samples` are those of the core and then of the output. `data` are the block's bytes.
+void ReplicateBands(const DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
+                    std::size_t size, SbrArea& sbr, const float** samples) {
+  const SbrFormat format = {state.frequency, state.frameLength, !IsDoubled(state)};
+  SbrPayload payloads[kMaxChannels] = {};
+  for (int i = 0; i < block.elementCount; ++i) {
+    payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
+  }
+  for (int i = 0; i < state.layout.elementCount; ++i) {
+    const LayoutElement& element = state.layout.elements[i];
+    const int count = ChannelsOf(element.type);
+    SbrChannelState* channels = sbr.channels + element.firstChannel;
+    BitWindow stream(data, size);
+    const bool hasHighBand =
+        ReadSbrPayload(format, stream, payloads[i], count, sbr.elements[i], channels, sbr.scratch);
+    for (int c = 0; c < count; ++c) {
+      const float*& signal = samples[element.firstChannel + c];
+      float* output = sbr.output[element.firstChannel + c];
+      DecodeSbrChannel(format, sbr.elements[i], hasHighBand, c, signal, channels[c], sbr.scratch, output);
+      signal = output;
+    }
+  }
+}
+
 // Mixes the channels and interleaves them.
 void WriteSamples(const DecoderState& state, WorkArea& work, const float* const* samples,
                   std::int16_t* output) {
-  const auto length = static_cast<std::size_t>(state.frameLength);
+  const auto length = static_cast<std::size_t>(OutputLength(state));
   const float* outputs[kMaxChannels];
   for (int i = 0; i < state.mix.outputs; ++i) {
     const float* gains = state.mix.gains[i];
@@ -103,7 +141,7 @@ void WriteSamples(const DecoderState& state, WorkArea& work, const float* const*
 
 }  // namespace
 
-bool AdoptLayout(DecoderState& state, const RawDataBlock& block) {
+bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block) {
   if (block.hasProgram) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
   state.placedByProgram = state.program.channelCount > 0 && HasAllElements(state.program, block);
@@ -117,9 +155,12 @@ bool AdoptLayout(DecoderState& state, const RawDataBlock& block) {
   if (layout != state.layout) {
     state.layout = layout;
     state.carriedChannels = layout.channelCount;
-    ForgetSignal(state);
+    ForgetSignal(state, sbr);
+    std::fill_n(sbr.elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
+  const BlockElement* end = block.elements + block.elementCount;
+  state.sbrSeen |= std::any_of(block.elements, end, [](const BlockElement& e) { return e.sbr.bits > 0; });
   state.carriedChannels = std::max(state.carriedChannels, layout.channelCount + block.couplingCount);
   return layout.channelCount > 0;
 }
@@ -129,22 +170,32 @@ void UpdateMix(DecoderState& state) {
   if (outputs > 0) state.mix = MakeMixMatrix(state.layout, outputs);
 }
 
-void ForgetSignal(DecoderState& state) {
+void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
+  std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
   std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
 }
 
-std::size_t RenderedBytes(const DecoderState& state) {
-  return static_cast<std::size_t>(state.mix.outputs * state.frameLength) * sizeof(std::int16_t);
+bool HasSbr(const DecoderState& state) {
+  return state.sbrSignalled || state.sbrSeen;
 }
 
-void RenderBlock(DecoderState& state, WorkArea& work, const std::uint8_t* data, std::size_t size,
-                 std::int16_t* output) {
+std::uint32_t OutputFrequency(const DecoderState& state) {
+  return IsDoubled(state) ? 2 * state.frequency : state.frequency;
+}
+
+std::size_t RenderedBytes(const DecoderState& state) {
+  return static_cast<std::size_t>(state.mix.outputs * OutputLength(state)) * sizeof(std::int16_t);
+}
+
+void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,
+                 std::size_t size, std::int16_t* output) {
   const FilterBank& bank = *SharedFilterBank(state.frameLength);
   ApplySpectralTools(data, size, work.block);
   const float* samples[kMaxChannels];
   SynthesiseChannels(state, work, bank, samples);
   CoupleSignals(state, work, bank);
+  if (HasSbr(state)) ReplicateBands(state, work.block, data, size, sbr, samples);
   WriteSamples(state, work, samples, output);
 }
 

@@ -5,25 +5,33 @@
 #include <cstdint>
 
 #include "decoder_state.h"
+#include "sbr_decoder.h"
 
 namespace UMC::aac {
 
 // Finds out which channels the parsed block carries, by its own program config element, an earlier one or
 // the order of its elements. When they are not those of the block before, all channels start anew. A block
-// without channels goes on with the layout before. False when there are no channels at all.
-bool AdoptLayout(DecoderState& state, const RawDataBlock& block);
+// without channels goes on with the layout before. From the first block with data of spectral band
+// replication on, all blocks have it. False when there are no channels at all.
+bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block);
 
 // Makes `state.mix` for the layout and the channels asked for.
 void UpdateMix(DecoderState& state);
 
 // Forgets the signal: what overlaps into the next frame.
-void ForgetSignal(DecoderState& state);
+void ForgetSignal(DecoderState& state, SbrArea& sbr);
+
+// Spectral band replication is at work, were it only to keep the sampling frequency.
+bool HasSbr(const DecoderState& state);
+
+// Of the output, hertz.
+std::uint32_t OutputFrequency(const DecoderState& state);
 
 // Bytes that a block becomes.
 std::size_t RenderedBytes(const DecoderState& state);
 
 // Decodes the parsed block, whose bytes are `data`, into `output`, which has room for RenderedBytes.
-void RenderBlock(DecoderState& state, WorkArea& work, const std::uint8_t* data, std::size_t size,
-                 std::int16_t* output);
+void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,
+                 std::size_t size, std::int16_t* output);
 
 }  // namespace UMC::aac

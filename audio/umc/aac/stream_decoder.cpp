@@ -37,13 +37,13 @@ BlockStatus Parse(const DecoderState& state, WorkArea& work, BitWindow& stream, 
 // the stream.
 Status Render(DecoderState& state, WorkArea& work, const BitWindow& stream, std::size_t start, int blocks,
               FrameRequest& request) {
-  if (!AdoptLayout(state, work.block)) return UMC_ERR_INVALID_STREAM;
+  if (!AdoptLayout(state, *request.sbr, work.block)) return UMC_ERR_INVALID_STREAM;
   const std::size_t bytes = RenderedBytes(state);
   if (bytes * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
   const std::size_t end = stream.Position() / 8;
-  RenderBlock(state, work, stream.Data() + start, end - start,
+  RenderBlock(state, work, *request.sbr, stream.Data() + start, end - start,
               reinterpret_cast<std::int16_t*>(request.output + request.produced));
   request.produced += bytes;
   state.formatKnown = true;
@@ -302,6 +302,7 @@ bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
   state.frameLength = config.frameLength;
   state.layout = config.layout;
   if (config.channelConfiguration == 0) state.program = config.layout;
+  state.sbrSignalled = config.sbrSignalled;
   if (config.sbrSignalled && config.extensionFrequency == config.frequency) state.options.sbrDownSampled = 1;
   return true;
 }

@@ -1,0 +1,165 @@
+#include "sbr_decoder.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace UMC::aac {
+
+struct SbrFilterBanks {
+  IppsFilterSpec_SBR_32f* analysis = nullptr;
+  IppsFilterSpec_SBR_32f* synthesis = nullptr;
+  IppsFilterSpec_SBR_32f* synthesisDown = nullptr;
+  std::vector<Ipp8u> memory[3];
+};
+
+namespace {
+
+std::unique_ptr<const SbrFilterBanks> MakeFilterBanks() {
+  try {
+    auto banks = std::make_unique<SbrFilterBanks>();
+    for (auto& memory : banks->memory) memory.resize(ippsFilterGetSize_SBR_32f());
+    const bool made =
+        ippsAnalysisFilterInit_SBR_RToC_32f32fc(&banks->analysis, banks->memory[0].data()) == ippStsNoErr &&
+        ippsSynthesisFilterInit_SBR_CToR_32fc32f(&banks->synthesis, banks->memory[1].data()) == ippStsNoErr &&
+        ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(&banks->synthesisDown, banks->memory[2].data()) ==
+            ippStsNoErr;
+    if (!made || ippsFilterGetWorkSize_SBR_32f() > sizeof SbrScratch::work) return nullptr;
+    return banks;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+// Takes over a header. False when its bands are beyond the limits.
+bool AdoptHeader(const SbrHeader& header, std::uint32_t frequency, int channelCount, SbrElementState& element,
+                 SbrChannelState* channels) {
+  if (!element.headerKnown || !header.HasBandsOf(element.header)) {
+    if (!MakeSbrFrequencyTables(header, frequency, element.tables)) return false;
+    for (int i = 0; i < channelCount; ++i) {
+      channels[i].envelope.known = false;
+      channels[i].adjuster.gainsKnown = false;
+      channels[i].adjuster.noiseIndex = 0;
+    }
+  } else if (header.limiterBands != element.header.limiterBands) {
+    MakeSbrLimiterBands(header.limiterBands, element.tables);
+  }
+  element.header = header;
+  element.headerKnown = true;
+  return true;
+}
+
+// sbr_extension_data(). False where no header is known afterwards or the data make no sense.
+bool ParseExtensionData(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload,
+                        int channelCount, SbrElementState& element, SbrChannelState* channels,
+                        SbrData& data) {
+  if (!CheckSbrCrc(stream, payload)) return false;
+  const std::size_t end = payload.position + payload.bits;
+  if (stream.ReadFlag()) {
+    const SbrHeader header = ParseSbrHeader(stream);
+    if (stream.Position() > end ||
+        !AdoptHeader(header, 2 * format.coreFrequency, channelCount, element, channels)) {
+      return false;
+    }
+  }
+  return element.headerKnown && ParseSbrData(stream, end, element.header, element.tables,
+                                             format.coreFrameLength / 64, channelCount, data);
+}
+
+// The next frame's high band starts anew.
+void ForgetHighBand(SbrChannelState& channel) {
+  channel.envelope.known = false;
+  channel.adjuster.gainsKnown = false;
+  channel.adjuster.endsInTransient = false;
+  std::fill_n(channel.adjuster.sinusoids, kQmfBands, false);
+}
+
+}  // namespace
+
+const SbrFilterBanks* SharedSbrFilterBanks() {
+  static const std::unique_ptr<const SbrFilterBanks> kShared = MakeFilterBanks();
+  return kShared.get();
+}
+
+bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
+                    SbrElementState& element, SbrChannelState* channels, SbrScratch& scratch) {
+  SbrData& data = scratch.data;
+  if (payload.bits == 0) return false;
+  if (!ParseExtensionData(format, stream, payload, channelCount, element, channels, data)) {
+    element.headerKnown = false;
+    return false;
+  }
+  for (int i = 0; i < channelCount; ++i) {
+    SbrChannelData& channel = data.channels[i];
+    if (!DecodeSbrDifferences(element.tables, channel.grid, data.coupled && i == 1, channel.envelope,
+                              channels[i].envelope)) {
+      return false;
+    }
+  }
+  if (data.coupled) {
+    DequantiseCoupledSbr(element.tables, data.channels[0].grid, data.channels[0].envelope,
+                         data.channels[1].envelope, scratch.levels[0], scratch.levels[1]);
+  } else {
+    for (int i = 0; i < channelCount; ++i) {
+      DequantiseSbr(element.tables, data.channels[i].grid, data.channels[i].envelope, scratch.levels[i]);
+    }
+  }
+  return true;
+}
+
+void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
+                      const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output) {
+  const SbrFilterBanks& banks = *SharedSbrFilterBanks();
+  const SbrFrequencyTables& tables = element.tables;
+  const int slots = format.coreFrameLength / kIppsSbrAnalysisBands;
+  auto* work = reinterpret_cast<Ipp8u*>(scratch.work);
+  auto* rows = scratch.rows;
+  for (int i = 0; i < kSbrOldSlots; ++i) std::copy_n(channel.low[i], kIppsSbrAnalysisBands, rows[i]);
+  ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, static_cast<std::size_t>(slots), rows + kSbrOldSlots,
+                                          &channel.analysis, banks.analysis, work);
+
+  int kx = kIppsSbrAnalysisBands, end = kx, highBegin = slots, highEnd = slots;
+  if (hasHighBand) {
+    const SbrChannelData& data = scratch.data.channels[index];
+    kx = tables.kx;
+    end = kx + tables.m;
+    highBegin = 2 * data.grid.borders[0];
+    highEnd = 2 * data.grid.borders[data.grid.envelopes];
+    UpdateSbrChirp(data.inverseFiltering, tables.noise.count, channel.chirp);
+    GenerateSbrBand(tables, channel.chirp, slots, highBegin, highEnd, rows);
+    AdjustSbrBand(element.header, tables, data, scratch.levels[index], channel.adjuster, rows);
+  } else {
+    ForgetHighBand(channel);
+  }
+  Ipp32fc(*frame)[kQmfBands] = rows + kSbrAdjustSlots;
+  // Subbands of the core and of the high band, the first slots' as the last frame left them.
+  for (int slot = 0; slot < slots; ++slot) {
+    if (slot < channel.highSlots) {
+      std::copy(channel.high[slot] + channel.kx, channel.high[slot] + kQmfBands, frame[slot] + channel.kx);
+    } else {
+      std::fill(frame[slot] + (slot < highBegin ? kx : end), frame[slot] + kQmfBands, Ipp32fc{});
+    }
+  }
+  // What the next frame starts with.
+  for (int i = 0; i < kSbrOldSlots; ++i) {
+    std::fill(std::copy_n(rows[slots + i], kx, channel.low[i]), channel.low[i] + kIppsSbrAnalysisBands,
+              Ipp32fc{});
+  }
+  channel.kx = kx;
+  channel.highSlots = std::max(highEnd - slots, 0);
+  for (int i = 0; i < channel.highSlots; ++i) {
+    std::fill(std::copy(frame[slots + i] + kx, frame[slots + i] + end, channel.high[i] + kx),
+              channel.high[i] + kQmfBands, Ipp32fc{});
+  }
+
+  if (format.downSampled) {
+    ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(frame, static_cast<std::size_t>(slots), output,
+                                                 &channel.synthesis, banks.synthesisDown, work);
+  } else {
+    ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(frame, static_cast<std::size_t>(slots), output,
+                                             &channel.synthesis, banks.synthesis, work);
+  }
+}
+
+}  // namespace UMC::aac
