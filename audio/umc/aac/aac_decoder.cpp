@@ -6,6 +6,7 @@
 #include "audio_data.h"
 #include "codebooks.h"
 #include "filter_bank.h"
+#include "ps_codebooks.h"
 #include "render.h"
 #include "sbr_codebooks.h"
 #include "sbr_decoder.h"
@@ -133,7 +134,7 @@ Status AACDecoder::Init(BaseCodecParams* params) {
   if (status != UMC_OK) return status;
   if (aac::SharedCodebooks() == nullptr || aac::SharedFilterBank(1024) == nullptr ||
       aac::SharedFilterBank(960) == nullptr || aac::SharedSbrCodebooks() == nullptr ||
-      aac::SharedSbrFilterBanks() == nullptr) {
+      aac::SharedSbrFilterBanks() == nullptr || aac::SharedPsCodebooks() == nullptr) {
     Close();
     return UMC_ERR_ALLOC;
   }

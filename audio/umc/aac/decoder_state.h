@@ -40,6 +40,7 @@ struct DecoderState {
   int couplingsInUse;  // of the last block
   bool sbrSignalled;   // by the configuration
   bool sbrSeen;        // a block carried its data
+  bool psSeen;         // a block of one channel carried parametric stereo
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 

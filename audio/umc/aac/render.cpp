@@ -35,6 +35,20 @@ const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& bloc
                                : state.layout.elements[index];
 }
 
+bool IsMono(const Layout& layout) {
+  return layout.elementCount == 1 && layout.elements[0].type == ElementType::kSingle;
+}
+
+// One channel becomes two: from the first data of parametric stereo on, unless one is asked for.
+bool HasParametricStereo(const DecoderState& state) {
+  return state.psSeen && state.outputChannels != 1 && IsMono(state.layout);
+}
+
+// The channels that are mixed.
+Layout RenderedLayout(const DecoderState& state) {
+  return HasParametricStereo(state) ? LayoutOfConfiguration(2) : state.layout;
+}
+
 // The output has twice the core's sampling frequency.
 bool IsDoubled(const DecoderState& state) {
   return HasSbr(state) && state.options.sbrDownSampled == 0;
@@ -91,8 +105,19 @@ void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) 
   state.couplingsInUse = block.couplingCount;
 }
 
+// Reads the parametric stereo that ReadSbrPayload has found.
+void ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
+  const SbrData& data = sbr.scratch.data;
+  if (data.psBits == 0) return;
+  stream.Seek(data.psPosition);
+  ParsePsData(stream, data.psBits, state.frameLength / kIppsSbrAnalysisBands, sbr.psData);
+  if (state.psSeen) return;
+  state.psSeen = true;
+  UpdateMix(state);
+}
+
 // Adds the high bands; `samples` are those of the core and then of the output. `data` are the block's bytes.
-void ReplicateBands(const DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
+void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
                     std::size_t size, SbrArea& sbr, const float** samples) {
   const SbrFormat format = {state.frequency, state.frameLength, !IsDoubled(state)};
   SbrPayload payloads[kMaxChannels] = {};
@@ -106,6 +131,14 @@ void ReplicateBands(const DecoderState& state, const RawDataBlock& block, const 
     BitWindow stream(data, size);
     const bool hasHighBand =
         ReadSbrPayload(format, stream, payloads[i], count, sbr.elements[i], channels, sbr.scratch);
+    if (hasHighBand && IsMono(state.layout)) ReadPsPayload(state, stream, sbr);
+    if (HasParametricStereo(state)) {
+      DecodeSbrStereo(format, sbr.elements[i], hasHighBand, samples[0], sbr.psData, sbr.ps, sbr.channels,
+                      sbr.scratch, sbr.output[0], sbr.output[1]);
+      samples[0] = sbr.output[0];
+      samples[1] = sbr.output[1];
+      return;
+    }
     for (int c = 0; c < count; ++c) {
       const float*& signal = samples[element.firstChannel + c];
       float* output = sbr.output[element.firstChannel + c];
@@ -119,10 +152,11 @@ void ReplicateBands(const DecoderState& state, const RawDataBlock& block, const 
 void WriteSamples(const DecoderState& state, WorkArea& work, const float* const* samples,
                   std::int16_t* output) {
   const auto length = static_cast<std::size_t>(OutputLength(state));
+  const int channels = RenderedLayout(state).channelCount;
   const float* outputs[kMaxChannels];
   for (int i = 0; i < state.mix.outputs; ++i) {
     const float* gains = state.mix.gains[i];
-    const float* end = gains + state.layout.channelCount;
+    const float* end = gains + channels;
     const float* first = std::find_if(gains, end, [](float gain) { return gain != 0; });
     const bool alone =
         first != end && *first == 1 && std::all_of(first + 1, end, [](float gain) { return gain == 0; });
@@ -166,13 +200,16 @@ bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block) {
 }
 
 void UpdateMix(DecoderState& state) {
-  const int outputs = state.outputChannels != 0 ? state.outputChannels : state.layout.channelCount;
-  if (outputs > 0) state.mix = MakeMixMatrix(state.layout, outputs);
+  const Layout layout = RenderedLayout(state);
+  const int outputs = state.outputChannels != 0 ? state.outputChannels : layout.channelCount;
+  if (outputs > 0) state.mix = MakeMixMatrix(layout, outputs);
 }
 
 void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  sbr.psData = {};
+  sbr.ps = {};
   std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
 }
 
@@ -186,6 +223,12 @@ std::uint32_t OutputFrequency(const DecoderState& state) {
 
 std::size_t RenderedBytes(const DecoderState& state) {
   return static_cast<std::size_t>(state.mix.outputs * OutputLength(state)) * sizeof(std::int16_t);
+}
+
+std::size_t LargestRenderedBytes(const DecoderState& state, const RawDataBlock& block) {
+  const bool mayWiden = state.outputChannels == 0 && !state.psSeen && IsMono(state.layout) &&
+                        block.elementCount == 1 && block.elements[0].sbr.bits > 0;
+  return RenderedBytes(state) * (mayWiden ? 2 : 1);
 }
 
 void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,

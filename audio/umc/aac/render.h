@@ -27,10 +27,12 @@ bool HasSbr(const DecoderState& state);
 // Of the output, hertz.
 std::uint32_t OutputFrequency(const DecoderState& state);
 
-// Bytes that a block becomes.
+// Bytes that a block becomes. Before the parsed block is rendered, those that it becomes at most: it may be
+// the first one with parametric stereo.
 std::size_t RenderedBytes(const DecoderState& state);
+std::size_t LargestRenderedBytes(const DecoderState& state, const RawDataBlock& block);
 
-// Decodes the parsed block, whose bytes are `data`, into `output`, which has room for RenderedBytes.
+// Decodes the parsed block, whose bytes are `data`, into `output`, which has room for LargestRenderedBytes.
 void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,
                  std::size_t size, std::int16_t* output);
 

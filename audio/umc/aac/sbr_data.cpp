@@ -9,6 +9,8 @@ namespace UMC::aac {
 namespace {
 
 constexpr unsigned kCrcBits = 10;
+// bs_extension_id of parametric stereo
+constexpr std::uint32_t kPsExtension = 2;
 // x^10 + x^9 + x^5 + x^4 + x + 1, left-aligned.
 constexpr Ipp32u kCrcPolynomial = 0x233u << (32 - kCrcBits);
 
@@ -92,12 +94,18 @@ class DataParser {
     for (int i = 0; i < m_tables.bands[1].count; ++i) channel.sinusoids[i] = any && m_stream.ReadFlag();
   }
 
-  // None of the extensions is known.
+  // Finds parametric stereo, which comes first: extensions have no length of their own.
   void ParseExtensions() {
+    m_data.psBits = 0;
     if (!m_stream.ReadFlag()) return;
     std::size_t bytes = m_stream.Read(4);
     if (bytes == 15) bytes += m_stream.Read(8);
-    m_stream.Seek(m_stream.Position() + 8 * bytes);
+    const std::size_t end = m_stream.Position() + 8 * bytes;
+    if (bytes > 0 && m_stream.Read(2) == kPsExtension) {
+      m_data.psPosition = m_stream.Position();
+      m_data.psBits = end - m_data.psPosition;
+    }
+    m_stream.Seek(end);
   }
 
   BitWindow& m_stream;

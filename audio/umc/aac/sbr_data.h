@@ -28,6 +28,9 @@ struct SbrChannelData {
 
 struct SbrData {
   bool coupled;
+  // Where ps_data() lies in the block, as SbrPayload tells; 0 bits: there is none.
+  std::size_t psPosition;
+  std::size_t psBits;
   SbrChannelData channels[2];
 };
 

@@ -75,6 +75,69 @@ void ForgetHighBand(SbrChannelState& channel) {
   std::fill_n(channel.adjuster.sinusoids, kQmfBands, false);
 }
 
+// The subbands of a channel's frame, its slots and kSbrAheadSlots that follow; of these only what the core
+// has counts.
+using SbrFrame = Ipp32fc (*)[kQmfBands];
+
+SbrFrame MakeSubbands(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
+                      const float* core, SbrChannelState& channel, SbrScratch& scratch) {
+  const SbrFrequencyTables& tables = element.tables;
+  const int slots = format.coreFrameLength / kIppsSbrAnalysisBands;
+  auto* work = reinterpret_cast<Ipp8u*>(scratch.work);
+  auto* rows = scratch.rows;
+  for (int i = 0; i < kSbrOldSlots; ++i) std::copy_n(channel.low[i], kIppsSbrAnalysisBands, rows[i]);
+  ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, static_cast<std::size_t>(slots), rows + kSbrOldSlots,
+                                          &channel.analysis, SharedSbrFilterBanks()->analysis, work);
+
+  int kx = kIppsSbrAnalysisBands, end = kx, highBegin = slots, highEnd = slots;
+  if (hasHighBand) {
+    const SbrChannelData& data = scratch.data.channels[index];
+    kx = tables.kx;
+    end = kx + tables.m;
+    highBegin = 2 * data.grid.borders[0];
+    highEnd = 2 * data.grid.borders[data.grid.envelopes];
+    UpdateSbrChirp(data.inverseFiltering, tables.noise.count, channel.chirp);
+    GenerateSbrBand(tables, channel.chirp, slots, highBegin, highEnd, rows);
+    AdjustSbrBand(element.header, tables, data, scratch.levels[index], channel.adjuster, rows);
+  } else {
+    ForgetHighBand(channel);
+  }
+  const SbrFrame frame = rows + kSbrAdjustSlots;
+  // Subbands of the core and of the high band, the first slots' as the last frame left them.
+  for (int slot = 0; slot < slots; ++slot) {
+    if (slot < channel.highSlots) {
+      std::copy(channel.high[slot] + channel.kx, channel.high[slot] + kQmfBands, frame[slot] + channel.kx);
+    } else {
+      std::fill(frame[slot] + (slot < highBegin ? kx : end), frame[slot] + kQmfBands, Ipp32fc{});
+    }
+  }
+  // What the next frame starts with.
+  for (int i = 0; i < kSbrOldSlots; ++i) {
+    std::fill(std::copy_n(rows[slots + i], kx, channel.low[i]), channel.low[i] + kIppsSbrAnalysisBands,
+              Ipp32fc{});
+  }
+  channel.kx = kx;
+  channel.highSlots = std::max(highEnd - slots, 0);
+  for (int i = 0; i < channel.highSlots; ++i) {
+    std::fill(std::copy(frame[slots + i] + kx, frame[slots + i] + end, channel.high[i] + kx),
+              channel.high[i] + kQmfBands, Ipp32fc{});
+  }
+  return frame;
+}
+
+void Synthesise(const SbrFormat& format, SbrFrame frame, SbrChannelState& channel, SbrScratch& scratch,
+                float* output) {
+  const SbrFilterBanks& banks = *SharedSbrFilterBanks();
+  const auto slots = static_cast<std::size_t>(format.coreFrameLength / kIppsSbrAnalysisBands);
+  auto* work = reinterpret_cast<Ipp8u*>(scratch.work);
+  if (format.downSampled) {
+    ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(frame, slots, output, &channel.synthesis,
+                                                 banks.synthesisDown, work);
+  } else {
+    ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(frame, slots, output, &channel.synthesis, banks.synthesis, work);
+  }
+}
+
 }  // namespace
 
 const SbrFilterBanks* SharedSbrFilterBanks() {
@@ -110,56 +173,19 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
 
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
                       const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output) {
-  const SbrFilterBanks& banks = *SharedSbrFilterBanks();
-  const SbrFrequencyTables& tables = element.tables;
+  const SbrFrame frame = MakeSubbands(format, element, hasHighBand, index, core, channel, scratch);
+  Synthesise(format, frame, channel, scratch, output);
+}
+
+void DecodeSbrStereo(const SbrFormat& format, const SbrElementState& element, bool hasHighBand,
+                     const float* core, const PsData& psData, PsState& ps, SbrChannelState* channels,
+                     SbrScratch& scratch, float* left, float* right) {
+  static_assert(kSbrAheadSlots == kPsLookAhead);
+  const SbrFrame frame = MakeSubbands(format, element, hasHighBand, 0, core, channels[0], scratch);
   const int slots = format.coreFrameLength / kIppsSbrAnalysisBands;
-  auto* work = reinterpret_cast<Ipp8u*>(scratch.work);
-  auto* rows = scratch.rows;
-  for (int i = 0; i < kSbrOldSlots; ++i) std::copy_n(channel.low[i], kIppsSbrAnalysisBands, rows[i]);
-  ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, static_cast<std::size_t>(slots), rows + kSbrOldSlots,
-                                          &channel.analysis, banks.analysis, work);
-
-  int kx = kIppsSbrAnalysisBands, end = kx, highBegin = slots, highEnd = slots;
-  if (hasHighBand) {
-    const SbrChannelData& data = scratch.data.channels[index];
-    kx = tables.kx;
-    end = kx + tables.m;
-    highBegin = 2 * data.grid.borders[0];
-    highEnd = 2 * data.grid.borders[data.grid.envelopes];
-    UpdateSbrChirp(data.inverseFiltering, tables.noise.count, channel.chirp);
-    GenerateSbrBand(tables, channel.chirp, slots, highBegin, highEnd, rows);
-    AdjustSbrBand(element.header, tables, data, scratch.levels[index], channel.adjuster, rows);
-  } else {
-    ForgetHighBand(channel);
-  }
-  Ipp32fc(*frame)[kQmfBands] = rows + kSbrAdjustSlots;
-  // Subbands of the core and of the high band, the first slots' as the last frame left them.
-  for (int slot = 0; slot < slots; ++slot) {
-    if (slot < channel.highSlots) {
-      std::copy(channel.high[slot] + channel.kx, channel.high[slot] + kQmfBands, frame[slot] + channel.kx);
-    } else {
-      std::fill(frame[slot] + (slot < highBegin ? kx : end), frame[slot] + kQmfBands, Ipp32fc{});
-    }
-  }
-  // What the next frame starts with.
-  for (int i = 0; i < kSbrOldSlots; ++i) {
-    std::fill(std::copy_n(rows[slots + i], kx, channel.low[i]), channel.low[i] + kIppsSbrAnalysisBands,
-              Ipp32fc{});
-  }
-  channel.kx = kx;
-  channel.highSlots = std::max(highEnd - slots, 0);
-  for (int i = 0; i < channel.highSlots; ++i) {
-    std::fill(std::copy(frame[slots + i] + kx, frame[slots + i] + end, channel.high[i] + kx),
-              channel.high[i] + kQmfBands, Ipp32fc{});
-  }
-
-  if (format.downSampled) {
-    ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(frame, static_cast<std::size_t>(slots), output,
-                                                 &channel.synthesis, banks.synthesisDown, work);
-  } else {
-    ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(frame, static_cast<std::size_t>(slots), output,
-                                             &channel.synthesis, banks.synthesis, work);
-  }
+  ApplyParametricStereo(psData, ps, scratch.ps, slots, frame, scratch.right);
+  Synthesise(format, frame, channels[0], scratch, left);
+  Synthesise(format, scratch.right, channels[1], scratch, right);
 }
 
 }  // namespace UMC::aac

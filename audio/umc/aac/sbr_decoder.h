@@ -8,6 +8,7 @@
 #include "bit_window.h"
 #include "ipps_sbr.h"
 #include "layout.h"
+#include "parametric_stereo.h"
 #include "qmf_plan.h"
 #include "sbr_data.h"
 #include "sbr_envelope.h"
@@ -46,12 +47,16 @@ struct SbrScratch {
   SbrLevels levels[2];
   alignas(16) Ipp32fc rows[kSbrRows][kQmfBands];
   alignas(16) float work[kQmfWorkFloats];
+  alignas(16) Ipp32fc right[kIppsSbrSlots][kQmfBands];  // of two channels that were one
+  PsScratch ps;
 };
 
 // All of a decoder: a block of its own, since streams without spectral band replication never touch it.
 struct SbrArea {
   SbrElementState elements[kMaxChannels];  // by element of the layout
   SbrChannelState channels[kMaxChannels];  // by channel of the layout
+  PsData psData;                           // of a layout of one channel, likewise
+  PsState ps;
   SbrScratch scratch;
   alignas(16) float output[kMaxChannels][kMaxSbrFrameLength];
 };
@@ -79,5 +84,11 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
 // ReadSbrPayload has left in `scratch`, or (`hasHighBand` false) the core's own band alone.
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
                       const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output);
+
+// The same for an element of one channel that becomes two by parametric stereo. The second one's state is
+// for its synthesis.
+void DecodeSbrStereo(const SbrFormat& format, const SbrElementState& element, bool hasHighBand,
+                     const float* core, const PsData& psData, PsState& ps, SbrChannelState* channels,
+                     SbrScratch& scratch, float* left, float* right);
 
 }  // namespace UMC::aac
