@@ -59,6 +59,8 @@ GeneratedBlock AacGenerator::NextBlock() {
   for (const auto& element : m_options.elements) channels += element.kind == GeneratedElement::kCpe ? 2 : 1;
   const std::vector<int> sequences = m_sequences;
   const std::vector<std::string> seen = m_seen;
+  m_extension = {};
+  if (m_options.extension) m_options.extension(m_extension);
   // A block has at most 6144 bits a channel; one that is longer is drawn again with fewer bands.
   for (m_bandsInPercent = 100;; m_bandsInPercent = m_bandsInPercent * 3 / 4) {
     WriteBlock();
@@ -85,6 +87,7 @@ void AacGenerator::WriteBlock() {
       default:
         WriteSingle(element, static_cast<int>(i));
     }
+    if (i == 0 && m_extension.Bits() > 0) WriteExtension();
   }
   m_bits.Write(7, 3);  // ID_END
   m_bits.Align();
@@ -370,6 +373,14 @@ void AacGenerator::WriteCoupling(const GeneratedElement& element, int index) {
     Note("domain " + std::to_string(domain) + " sign " + std::to_string(sign));
   }
   Protect(start, 192);
+}
+
+void AacGenerator::WriteExtension() {
+  m_bits.Write(6, 3);
+  const std::size_t bytes = m_extension.Bytes().size();
+  m_bits.Write(std::min<std::size_t>(bytes, 15), 4);
+  if (bytes >= 15) m_bits.Write(bytes - 14, 8);
+  m_bits.WriteBytes(m_extension.Bytes());
 }
 
 void AacGenerator::WriteProgram() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <utility>
@@ -30,6 +31,8 @@ struct GeneratorOptions {
   bool tns = false;
   bool independentCoupling = false;  // of coupling channels; else they couple spectra
   bool otherElements = false;        // data stream and fill elements in between
+  // Writes an extension_payload(), from its type on, that follows the first element; called once a block.
+  std::function<void(BitWriter&)> extension;
 };
 
 // Bits that an ADTS checksum protects: the first of them, how many it counts, how many are there.
@@ -70,12 +73,14 @@ class AacGenerator {
   void WriteCoupling(const GeneratedElement& element, int index);
   void WriteProgram();
   void WriteOther();
+  void WriteExtension();
   void Protect(std::size_t start, std::size_t counted);
 
   GeneratorOptions m_options;
   std::mt19937 m_random;
   BitWriter m_bits;
   GeneratedBlock m_block;
+  BitWriter m_extension;
   int m_stereoMask = 0;          // ms_mask_present of the pair being written
   int m_bandsInPercent = 100;    // of the bands there are, at most
   std::vector<int> m_sequences;  // the last window sequence of every element

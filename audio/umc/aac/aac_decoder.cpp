@@ -219,6 +219,11 @@ Status AACDecoder::Reset() {
   return UMC_OK;
 }
 
+bool AACDecoder::Settled() {
+  Locked locked(*this);
+  return locked && aac::IsSettled(locked.State(), locked.Sbr());
+}
+
 Status AACDecoder::SetParams(BaseCodecParams* params) {
   auto* options = DynamicCast<AACDecoderParams>(params);
   if (options == nullptr) return UMC_ERR_NULL_PTR;

@@ -42,6 +42,9 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   Status Close() override;
   // Forgets the signal, keeping the configuration. -998 before Init.
   Status Reset() override;
+  // True when the signal does not depend on blocks ahead of those decoded since Init or Reset, but for an
+  // overlap of one block: spectral band replication and parametric stereo remember more.
+  bool Settled();
   // Takes over options and output channels. -995 for parameters that are no AACDecoderParams, -998 before
   // Init.
   Status SetParams(BaseCodecParams* params) override;

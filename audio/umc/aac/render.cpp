@@ -105,47 +105,65 @@ void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) 
   state.couplingsInUse = block.couplingCount;
 }
 
-// Reads the parametric stereo that ReadSbrPayload has found.
-void ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
+// Blocks in a row that were decoded with nothing missing, after which what was decoded before has faded from
+// all filters and factors that feed back.
+constexpr int kFadingBlocks = 16;
+
+// Reads the parametric stereo that ReadSbrPayload has found in the element of a mono layout. False while it
+// rests on payloads that were not seen.
+bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
   const SbrData& data = sbr.scratch.data;
-  if (data.psBits == 0) return;
-  stream.Seek(data.psPosition);
-  ParsePsData(stream, data.psBits, state.frameLength / kIppsSbrAnalysisBands, sbr.psData);
-  if (state.psSeen) return;
-  state.psSeen = true;
-  UpdateMix(state);
+  if (data.psBits > 0) {
+    stream.Seek(data.psPosition);
+    const int slots = state.frameLength / kIppsSbrAnalysisBands;
+    if (ParsePsData(stream, data.psBits, slots, sbr.psData) && !state.psSeen) {
+      state.psSeen = true;
+      UpdateMix(state);
+    }
+  }
+  return (data.psBits == 0 && !state.psSeen) || state.outputChannels == 1 || sbr.psData.Known();
 }
 
-// Adds the high bands; `samples` are those of the core and then of the output. `data` are the block's bytes.
+// Adds an element's high band; `samples` are those of the core by channel, and then of the output. Returns
+// whether nothing was missing that came before.
+bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
+                   const float** samples) {
+  const SbrFormat format = {state.frequency, state.frameLength, !IsDoubled(state)};
+  const LayoutElement& place = state.layout.elements[index];
+  const int count = ChannelsOf(place.type);
+  SbrElementState& element = sbr.elements[index];
+  SbrChannelState* channels = sbr.channels + place.firstChannel;
+  const bool hasHighBand = ReadSbrPayload(format, stream, payload, count, element, channels, sbr.scratch);
+  bool complete = IsSbrComplete(element, payload.bits, hasHighBand);
+  if (hasHighBand && IsMono(state.layout)) complete &= ReadPsPayload(state, stream, sbr);
+  if (HasParametricStereo(state)) {
+    DecodeSbrStereo(format, element, hasHighBand, samples[0], sbr.psData, sbr.ps, channels, sbr.scratch,
+                    sbr.output[0], sbr.output[1]);
+    samples[0] = sbr.output[0];
+    samples[1] = sbr.output[1];
+    return complete;
+  }
+  for (int c = 0; c < count; ++c) {
+    const int channel = place.firstChannel + c;
+    DecodeSbrChannel(format, element, hasHighBand, c, samples[channel], channels[c], sbr.scratch,
+                     sbr.output[channel]);
+    samples[channel] = sbr.output[channel];
+  }
+  return complete;
+}
+
+// Adds the high bands. `data` are the block's bytes.
 void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
                     std::size_t size, SbrArea& sbr, const float** samples) {
-  const SbrFormat format = {state.frequency, state.frameLength, !IsDoubled(state)};
   SbrPayload payloads[kMaxChannels] = {};
   for (int i = 0; i < block.elementCount; ++i) {
     payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
   }
+  bool complete = true;
   for (int i = 0; i < state.layout.elementCount; ++i) {
-    const LayoutElement& element = state.layout.elements[i];
-    const int count = ChannelsOf(element.type);
-    SbrChannelState* channels = sbr.channels + element.firstChannel;
-    BitWindow stream(data, size);
-    const bool hasHighBand =
-        ReadSbrPayload(format, stream, payloads[i], count, sbr.elements[i], channels, sbr.scratch);
-    if (hasHighBand && IsMono(state.layout)) ReadPsPayload(state, stream, sbr);
-    if (HasParametricStereo(state)) {
-      DecodeSbrStereo(format, sbr.elements[i], hasHighBand, samples[0], sbr.psData, sbr.ps, sbr.channels,
-                      sbr.scratch, sbr.output[0], sbr.output[1]);
-      samples[0] = sbr.output[0];
-      samples[1] = sbr.output[1];
-      return;
-    }
-    for (int c = 0; c < count; ++c) {
-      const float*& signal = samples[element.firstChannel + c];
-      float* output = sbr.output[element.firstChannel + c];
-      DecodeSbrChannel(format, sbr.elements[i], hasHighBand, c, signal, channels[c], sbr.scratch, output);
-      signal = output;
-    }
+    complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
   }
+  sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kFadingBlocks) : 0;
 }
 
 // Mixes the channels and interleaves them.
@@ -210,7 +228,13 @@ void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
   sbr.psData = {};
   sbr.ps = {};
+  for (SbrElementState& element : sbr.elements) ForgetSbrProgress(element);
+  sbr.completeBlocks = 0;
   std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
+}
+
+bool IsSettled(const DecoderState& state, const SbrArea& sbr) {
+  return !HasSbr(state) || sbr.completeBlocks >= kFadingBlocks;
 }
 
 bool HasSbr(const DecoderState& state) {

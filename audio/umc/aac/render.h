@@ -21,6 +21,10 @@ void UpdateMix(DecoderState& state);
 // Forgets the signal: what overlaps into the next frame.
 void ForgetSignal(DecoderState& state, SbrArea& sbr);
 
+// The output does not depend on blocks ahead of those since the signal was forgotten, but for an overlap of
+// one block.
+bool IsSettled(const DecoderState& state, const SbrArea& sbr);
+
 // Spectral band replication is at work, were it only to keep the sampling frequency.
 bool HasSbr(const DecoderState& state);
 

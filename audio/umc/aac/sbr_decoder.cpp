@@ -35,7 +35,10 @@ std::unique_ptr<const SbrFilterBanks> MakeFilterBanks() {
 // Takes over a header. False when its bands are beyond the limits.
 bool AdoptHeader(const SbrHeader& header, std::uint32_t frequency, int channelCount, SbrElementState& element,
                  SbrChannelState* channels) {
-  if (!element.headerKnown || !header.HasBandsOf(element.header)) {
+  const bool hasNewBands = !element.headerKnown || !header.HasBandsOf(element.header);
+  element.phaseUnsure |= hasNewBands && element.started && !element.headerSeen;
+  element.headerSeen = true;
+  if (hasNewBands) {
     if (!MakeSbrFrequencyTables(header, frequency, element.tables)) return false;
     for (int i = 0; i < channelCount; ++i) {
       channels[i].envelope.known = false;
@@ -65,6 +68,30 @@ bool ParseExtensionData(const SbrFormat& format, BitWindow& stream, const SbrPay
   }
   return element.headerKnown && ParseSbrData(stream, end, element.header, element.tables,
                                              format.coreFrameLength / 64, channelCount, data);
+}
+
+// Makes the levels of the data. False for differences to a frame that is not known, or out of range.
+bool DecodeLevels(int channelCount, const SbrFrequencyTables& tables, SbrChannelState* channels,
+                  SbrScratch& scratch) {
+  SbrData& data = scratch.data;
+  for (int i = 0; i < channelCount; ++i) {
+    SbrChannelData& channel = data.channels[i];
+    if (DecodeSbrDifferences(tables, channel.grid, data.coupled && i == 1, channel.envelope,
+                             channels[i].envelope)) {
+      continue;
+    }
+    for (int j = 0; j < channelCount; ++j) SkipSbrBand(tables, data.channels[j].grid, channels[j].adjuster);
+    return false;
+  }
+  if (data.coupled) {
+    DequantiseCoupledSbr(tables, data.channels[0].grid, data.channels[0].envelope, data.channels[1].envelope,
+                         scratch.levels[0], scratch.levels[1]);
+  } else {
+    for (int i = 0; i < channelCount; ++i) {
+      DequantiseSbr(tables, data.channels[i].grid, data.channels[i].envelope, scratch.levels[i]);
+    }
+  }
+  return true;
 }
 
 // The next frame's high band starts anew.
@@ -145,30 +172,28 @@ const SbrFilterBanks* SharedSbrFilterBanks() {
   return kShared.get();
 }
 
+void ForgetSbrProgress(SbrElementState& element) {
+  element.started = element.headerSeen = element.phaseUnsure = false;
+}
+
+bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {
+  if (element.phaseUnsure) return false;
+  return bits == 0 ? element.headerSeen || !element.headerKnown : element.headerSeen && hasHighBand;
+}
+
 bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
                     SbrElementState& element, SbrChannelState* channels, SbrScratch& scratch) {
   SbrData& data = scratch.data;
-  if (payload.bits == 0) return false;
-  if (!ParseExtensionData(format, stream, payload, channelCount, element, channels, data)) {
-    element.headerKnown = false;
-    return false;
+  bool parsed = false;
+  if (payload.bits > 0) {
+    parsed = ParseExtensionData(format, stream, payload, channelCount, element, channels, data);
+    element.headerKnown &= parsed;
   }
-  for (int i = 0; i < channelCount; ++i) {
-    SbrChannelData& channel = data.channels[i];
-    if (!DecodeSbrDifferences(element.tables, channel.grid, data.coupled && i == 1, channel.envelope,
-                              channels[i].envelope)) {
-      return false;
-    }
+  if (parsed && !element.started) {
+    for (int i = 0; i < channelCount; ++i) element.phaseUnsure |= data.channels[i].grid.borders[0] != 0;
   }
-  if (data.coupled) {
-    DequantiseCoupledSbr(element.tables, data.channels[0].grid, data.channels[0].envelope,
-                         data.channels[1].envelope, scratch.levels[0], scratch.levels[1]);
-  } else {
-    for (int i = 0; i < channelCount; ++i) {
-      DequantiseSbr(element.tables, data.channels[i].grid, data.channels[i].envelope, scratch.levels[i]);
-    }
-  }
-  return true;
+  element.started = true;
+  return parsed && DecodeLevels(channelCount, element.tables, channels, scratch);
 }
 
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,

@@ -39,7 +39,19 @@ struct SbrElementState {
   bool headerKnown;
   SbrHeader header;
   SbrFrequencyTables tables;  // of the header
+  // Of the signal, from where it starts.
+  bool started;      // a block has been read
+  bool headerSeen;   // a header has come
+  bool phaseUnsure;  // the noise need not be where it would be had the signal started a multiple of 16 blocks
+                     // earlier: the first block did not begin at its start, or only later ones had the header
 };
+
+// Forgets how far the signal is.
+void ForgetSbrProgress(SbrElementState& element);
+
+// Whether the element's block, with a payload of `bits` bits, was decoded as by a decoder that has seen all
+// of the stream; its filters' memory aside.
+bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand);
 
 // Room for one call.
 struct SbrScratch {
@@ -57,6 +69,7 @@ struct SbrArea {
   SbrChannelState channels[kMaxChannels];  // by channel of the layout
   PsData psData;                           // of a layout of one channel, likewise
   PsState ps;
+  int completeBlocks;  // up to the last one, in a row
   SbrScratch scratch;
   alignas(16) float output[kMaxChannels][kMaxSbrFrameLength];
 };

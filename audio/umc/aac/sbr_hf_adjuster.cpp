@@ -36,6 +36,12 @@ struct Envelope {
   float sine[kQmfBands];        // S_M
 };
 
+// Moves noise and sinusoids on.
+void PassSlots(int slots, int bands, SbrAdjusterState& state) {
+  state.noiseIndex = static_cast<std::uint16_t>((state.noiseIndex + slots * bands) % kNoisePeriod);
+  state.sineIndex = static_cast<std::uint8_t>((state.sineIndex + slots) % 4);
+}
+
 class Adjuster {
  public:
   Adjuster(const SbrHeader& header, const SbrFrequencyTables& tables, const SbrChannelData& data,
@@ -218,9 +224,8 @@ class Adjuster {
     const auto bands = static_cast<std::size_t>(m_tables.m);
     ShapeBands(m_rows + begin, count, static_cast<std::size_t>(m_tables.kx), bands, factors.signal,
                factors.noise, kNoise.data(), (m_state.noiseIndex + 1u) % kNoisePeriod);
-    m_state.noiseIndex = static_cast<std::uint16_t>((m_state.noiseIndex + count * bands) % kNoisePeriod);
     AddSinusoids(begin, end);
-    m_state.sineIndex = static_cast<std::uint8_t>((m_state.sineIndex + count) % 4);
+    PassSlots(end - begin, m_tables.m, m_state);
   }
 
   void AddSinusoids(int begin, int end) {
@@ -278,6 +283,10 @@ class Adjuster {
 void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, const SbrChannelData& data,
                    const SbrLevels& levels, SbrAdjusterState& state, Ipp32fc (*rows)[kQmfBands]) {
   Adjuster(header, tables, data, levels, state, rows).Adjust();
+}
+
+void SkipSbrBand(const SbrFrequencyTables& tables, const SbrGrid& grid, SbrAdjusterState& state) {
+  PassSlots(2 * (grid.borders[grid.envelopes] - grid.borders[0]), tables.m, state);
 }
 
 }  // namespace UMC::aac

@@ -34,4 +34,7 @@ struct SbrAdjusterState {
 void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, const SbrChannelData& data,
                    const SbrLevels& levels, SbrAdjusterState& state, Ipp32fc (*rows)[kQmfBands]);
 
+// Goes on to the next frame from one whose band cannot be shaped: noise and sinusoids stay in step.
+void SkipSbrBand(const SbrFrequencyTables& tables, const SbrGrid& grid, SbrAdjusterState& state);
+
 }  // namespace UMC::aac
