@@ -108,6 +108,13 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
   return true;
 }
 
+bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
+               SbrScratch& scratch) {
+  SbrElementState element{};
+  SbrChannelState channels[2] = {};
+  return ReadSbrPayload(format, stream, payload, channelCount, element, channels, scratch);
+}
+
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
                       const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output) {
   const SbrFilterBanks& banks = *SharedSbrFilterBanks();
