@@ -36,10 +36,19 @@ int ScaleFactorOf(int codebook) {
 }  // namespace
 
 AacGenerator::AacGenerator(unsigned seed, GeneratorOptions options)
-    : m_options(std::move(options)), m_random(seed), m_sequences(m_options.elements.size(), 0) {}
+    : m_options(std::move(options)), m_random(seed), m_sequences(m_options.elements.size(), 0) {
+  for (const auto& element : m_options.elements) {
+    if (!m_options.sbr.has_value()) break;
+    m_sbr.emplace_back(
+        seed + static_cast<unsigned>(m_sbr.size()), element.kind == GeneratedElement::kCpe ? 2 : 1,
+        2 * kSamplingFrequencies[m_options.samplingIndex], m_options.frameLength / 64, *m_options.sbr);
+  }
+}
 
 std::vector<std::string> AacGenerator::Seen() const {
-  return m_seen;
+  std::vector<std::string> seen = m_seen;
+  for (const auto& sbr : m_sbr) seen.insert(seen.end(), sbr.Seen().begin(), sbr.Seen().end());
+  return seen;
 }
 
 void AacGenerator::Note(const std::string& what) {
@@ -59,14 +68,14 @@ GeneratedBlock AacGenerator::NextBlock() {
   for (const auto& element : m_options.elements) channels += element.kind == GeneratedElement::kCpe ? 2 : 1;
   const std::vector<int> sequences = m_sequences;
   const std::vector<std::string> seen = m_seen;
-  m_extension = {};
-  if (m_options.extension) m_options.extension(m_extension);
+  const std::vector<SbrGenerator> sbr = m_sbr;
   // A block has at most 6144 bits a channel; one that is longer is drawn again with fewer bands.
   for (m_bandsInPercent = 100;; m_bandsInPercent = m_bandsInPercent * 3 / 4) {
     WriteBlock();
     if (m_block.bytes.size() <= channels * 768) return m_block;
     m_sequences = sequences;
     m_seen = seen;
+    m_sbr = sbr;
   }
 }
 
@@ -87,7 +96,7 @@ void AacGenerator::WriteBlock() {
       default:
         WriteSingle(element, static_cast<int>(i));
     }
-    if (i == 0 && m_extension.Bits() > 0) WriteExtension();
+    if (m_options.sbr.has_value()) WriteSbr(i);
   }
   m_bits.Write(7, 3);  // ID_END
   m_bits.Align();
@@ -375,14 +384,6 @@ void AacGenerator::WriteCoupling(const GeneratedElement& element, int index) {
   Protect(start, 192);
 }
 
-void AacGenerator::WriteExtension() {
-  m_bits.Write(6, 3);
-  const std::size_t bytes = m_extension.Bytes().size();
-  m_bits.Write(std::min<std::size_t>(bytes, 15), 4);
-  if (bytes >= 15) m_bits.Write(bytes - 14, 8);
-  m_bits.WriteBytes(m_extension.Bytes());
-}
-
 void AacGenerator::WriteProgram() {
   m_bits.Write(5, 3);
   const std::size_t start = m_bits.Bits();
@@ -440,6 +441,18 @@ void AacGenerator::WriteOther() {
     for (int i = 0; i < bytes; ++i) m_bits.Write(0, 8);  // EXT_FILL
     Note(bytes >= 15 ? "long fill" : "fill");
   }
+}
+
+// Low frequency effects and coupling channels have no payload.
+void AacGenerator::WriteSbr(std::size_t element) {
+  const auto kind = m_options.elements[element].kind;
+  if (kind != GeneratedElement::kSce && kind != GeneratedElement::kCpe) return;
+  const std::vector<std::uint8_t> payload = m_sbr[element].NextPayload();
+  const auto bytes = static_cast<unsigned>(payload.size());
+  m_bits.Write(6, 3);
+  m_bits.Write(std::min(bytes, 15u), 4);
+  if (bytes >= 15) m_bits.Write(bytes - 14, 8);
+  m_bits.WriteBytes(payload);
 }
 
 std::vector<std::uint8_t> WrapAdts(const std::vector<GeneratedBlock>& blocks, const AdtsOptions& options) {

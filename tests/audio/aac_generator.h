@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <random>
 #include <string>
 #include <utility>
@@ -11,6 +10,7 @@
 
 #include "bit_writer.h"
 #include "ics_info.h"
+#include "sbr_generator.h"
 #include "scale_factor_bands.h"
 
 // An element of every block.
@@ -31,8 +31,7 @@ struct GeneratorOptions {
   bool tns = false;
   bool independentCoupling = false;  // of coupling channels; else they couple spectra
   bool otherElements = false;        // data stream and fill elements in between
-  // Writes an extension_payload(), from its type on, that follows the first element; called once a block.
-  std::function<void(BitWriter&)> extension;
+  std::optional<SbrGeneratorOptions> sbr;
 };
 
 // Bits that an ADTS checksum protects: the first of them, how many it counts, how many are there.
@@ -73,19 +72,19 @@ class AacGenerator {
   void WriteCoupling(const GeneratedElement& element, int index);
   void WriteProgram();
   void WriteOther();
-  void WriteExtension();
+  void WriteSbr(std::size_t element);
   void Protect(std::size_t start, std::size_t counted);
 
   GeneratorOptions m_options;
   std::mt19937 m_random;
   BitWriter m_bits;
   GeneratedBlock m_block;
-  BitWriter m_extension;
   int m_stereoMask = 0;          // ms_mask_present of the pair being written
   int m_bandsInPercent = 100;    // of the bands there are, at most
   std::vector<int> m_sequences;  // the last window sequence of every element
   std::vector<int> m_codebooks;  // of the channel stream written last
   std::vector<std::string> m_seen;
+  std::vector<SbrGenerator> m_sbr;  // of every element
 };
 
 // ADTS around blocks that make up one frame, 1 to 4 of them.

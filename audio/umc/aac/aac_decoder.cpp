@@ -45,10 +45,11 @@ std::uint32_t ChannelMask(std::uint32_t channels) {
   return channels < std::size(kMasks) ? kMasks[channels] : 0;
 }
 
-// A count that the mix serves, else 0: the stream's own.
-int OutputChannels(const AudioCodecParams& params) {
+// Channels only where the mix serves their count, else the stream's own.
+void TakeOutputWishes(const AudioCodecParams& params, aac::DecoderState& state) {
   const std::uint32_t channels = params.m_output.channels;
-  return channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;
+  state.outputChannels = channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;
+  state.outputFrequency = params.m_output.sampleFrequency;
 }
 
 AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
@@ -144,7 +145,7 @@ Status AACDecoder::Init(BaseCodecParams* params) {
     Locked locked(*this);
     aac::DecoderState& state = locked.State();
     if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
-    if (audio != nullptr) state.outputChannels = OutputChannels(*audio);
+    if (audio != nullptr) TakeOutputWishes(*audio, state);
     if (configured) {
       served = aac::Configure(config, state);
       aac::UpdateMix(state);
@@ -231,7 +232,7 @@ Status AACDecoder::SetParams(BaseCodecParams* params) {
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::DecoderState& state = locked.State();
   aac::ApplyOptions(*options, state.options);
-  state.outputChannels = OutputChannels(*options);
+  TakeOutputWishes(*options, state);
   aac::UpdateMix(state);
   return UMC_OK;
 }

@@ -29,12 +29,13 @@ struct DecoderState {
   std::uint32_t frequency;  // hertz
   int frameLength;          // samples a block and channel: 1024 or 960
   DecoderOptions options;
-  int outputChannels;    // asked for; 0: those of the stream
-  Layout program;        // of the last program config element; without channels when there was none
-  Layout layout;         // of the last frame
-  bool placedByProgram;  // the last block's elements were found in the program, not by their order
-  int carriedChannels;   // of a frame at most, coupling channels included, while the layout lasts
-  MixMatrix mix;         // from `layout` to the output
+  int outputChannels;             // asked for; 0: those of the stream
+  std::uint32_t outputFrequency;  // asked for, hertz: that of the core keeps SBR from doubling it; 0: no wish
+  Layout program;                 // of the last program config element; without channels when there was none
+  Layout layout;                  // of the last frame
+  bool placedByProgram;           // the last block's elements were found in the program, not by their order
+  int carriedChannels;            // of a frame at most, coupling channels included, while the layout lasts
+  MixMatrix mix;                  // from `layout` to the output
   FilterBankState channels[kMaxChannels];
   FilterBankState couplings[kMaxCouplings];
   int couplingsInUse;  // of the last block

@@ -51,7 +51,12 @@ Layout RenderedLayout(const DecoderState& state) {
 
 // The output has twice the core's sampling frequency.
 bool IsDoubled(const DecoderState& state) {
-  return HasSbr(state) && state.options.sbrDownSampled == 0;
+  const bool coreAskedFor = state.outputFrequency == state.frequency;
+  return HasSbr(state) && state.options.sbrDownSampled == 0 && !coreAskedFor;
+}
+
+SbrFormat FormatOf(const DecoderState& state) {
+  return {state.frequency, state.frameLength, !IsDoubled(state)};
 }
 
 int OutputLength(const DecoderState& state) {
@@ -128,7 +133,7 @@ bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
 // whether nothing was missing that came before.
 bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
                    const float** samples) {
-  const SbrFormat format = {state.frequency, state.frameLength, !IsDoubled(state)};
+  const SbrFormat format = FormatOf(state);
   const LayoutElement& place = state.layout.elements[index];
   const int count = ChannelsOf(place.type);
   SbrElementState& element = sbr.elements[index];
@@ -211,10 +216,19 @@ bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block) {
     std::fill_n(sbr.elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
-  const BlockElement* end = block.elements + block.elementCount;
-  state.sbrSeen |= std::any_of(block.elements, end, [](const BlockElement& e) { return e.sbr.bits > 0; });
   state.carriedChannels = std::max(state.carriedChannels, layout.channelCount + block.couplingCount);
   return layout.channelCount > 0;
+}
+
+void AdoptSbr(DecoderState& state, SbrArea& sbr, const RawDataBlock& block, const std::uint8_t* data,
+              std::size_t size) {
+  for (int i = 0; i < block.elementCount && !state.sbrSeen; ++i) {
+    const BlockElement& element = block.elements[i];
+    if (element.sbr.bits == 0) continue;
+    BitWindow stream(data, size);
+    state.sbrSeen = !state.formatKnown ||
+                    StartsSbr(FormatOf(state), stream, element.sbr, ChannelsOf(element.type), sbr.scratch);
+  }
 }
 
 void UpdateMix(DecoderState& state) {

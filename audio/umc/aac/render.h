@@ -11,8 +11,7 @@ namespace UMC::aac {
 
 // Finds out which channels the parsed block carries, by its own program config element, an earlier one or
 // the order of its elements. When they are not those of the block before, all channels start anew. A block
-// without channels goes on with the layout before. From the first block with data of spectral band
-// replication on, all blocks have it. False when there are no channels at all.
+// without channels goes on with the layout before. False when there are no channels at all.
 bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block);
 
 // Makes `state.mix` for the layout and the channels asked for.
@@ -20,6 +19,12 @@ void UpdateMix(DecoderState& state);
 
 // Forgets the signal: what overlaps into the next frame.
 void ForgetSignal(DecoderState& state, SbrArea& sbr);
+
+// Finds out whether the parsed block, whose bytes are `data`, starts spectral band replication: the first
+// block by any payload of it, later ones (where damage may look like one) by a payload that makes sense. From
+// then on all blocks have it.
+void AdoptSbr(DecoderState& state, SbrArea& sbr, const RawDataBlock& block, const std::uint8_t* data,
+              std::size_t size);
 
 // The output does not depend on blocks ahead of those since the signal was forgotten, but for an overlap of
 // one block.

@@ -196,6 +196,13 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
   return parsed && DecodeLevels(channelCount, element.tables, channels, scratch);
 }
 
+bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
+               SbrScratch& scratch) {
+  SbrElementState element{};
+  SbrChannelState channels[2] = {};
+  return ReadSbrPayload(format, stream, payload, channelCount, element, channels, scratch);
+}
+
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
                       const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output) {
   const SbrFrame frame = MakeSubbands(format, element, hasHighBand, index, core, channel, scratch);

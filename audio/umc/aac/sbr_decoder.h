@@ -93,6 +93,11 @@ struct SbrFormat {
 bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
                     SbrElementState& element, SbrChannelState* channels, SbrScratch& scratch);
 
+// True when a payload in a stream that had none before shows that the stream has spectral band replication
+// from here on: a header and all data behind it make sense.
+bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
+               SbrScratch& scratch);
+
 // Makes the output of the element's channel `index` from its core samples: with the high band that
 // ReadSbrPayload has left in `scratch`, or (`hasHighBand` false) the core's own band alone.
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,

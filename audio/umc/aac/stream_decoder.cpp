@@ -38,11 +38,12 @@ BlockStatus Parse(const DecoderState& state, WorkArea& work, BitWindow& stream, 
 Status Render(DecoderState& state, WorkArea& work, const BitWindow& stream, std::size_t start, int blocks,
               FrameRequest& request) {
   if (!AdoptLayout(state, *request.sbr, work.block)) return UMC_ERR_INVALID_STREAM;
+  const std::size_t end = stream.Position() / 8;
+  AdoptSbr(state, *request.sbr, work.block, stream.Data() + start, end - start);
   const std::size_t largest = LargestRenderedBytes(state, work.block);
   if (largest * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
-  const std::size_t end = stream.Position() / 8;
   RenderBlock(state, work, *request.sbr, stream.Data() + start, end - start,
               reinterpret_cast<std::int16_t*>(request.output + request.produced));
   request.produced += RenderedBytes(state);
