@@ -30,7 +30,7 @@ Status StatusOf(BlockStatus status) {
 
 BlockStatus Parse(const DecoderState& state, WorkArea& work, BitWindow& stream, Ipp32u* crc) {
   return ParseRawDataBlock(stream, *SharedCodebooks(), BandsOf(state.samplingIndex, state.frameLength),
-                           work.block, crc);
+                           state.objectType, work.block, crc);
 }
 
 // Renders the parsed block, `blocks` of whose kind must fit the output. `start` and `end` are its bytes in
@@ -82,6 +82,7 @@ Status StartAdif(DecoderState& state, WorkArea& work, FrameRequest& request) {
   state.frequency = kSamplingFrequencies[program.samplingIndex];
   state.frameLength = 1024;
   state.program = layout;
+  ForgetSignal(state);
   request.consumed = stream.Position() / 8;
   return DecodeRaw(state, work, request);
 }
@@ -247,6 +248,7 @@ Status StartAdts(DecoderState& state, WorkArea& work, FrameRequest& request) {
   state.samplingIndex = header.samplingIndex;
   state.frequency = kSamplingFrequencies[header.samplingIndex];
   state.frameLength = 1024;
+  ForgetSignal(state);
   const Status status = DecodeAdtsAt(state, work, start, request);
   if (!state.formatKnown) state.form = StreamForm::kUnknown;
   return status;
@@ -302,6 +304,7 @@ bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
   state.frameLength = config.frameLength;
   state.layout = config.layout;
   if (config.channelConfiguration == 0) state.program = config.layout;
+  ForgetSignal(state);
   if (config.sbrSignalled && config.extensionFrequency == config.frequency) state.options.sbrDownSampled = 1;
   return true;
 }
