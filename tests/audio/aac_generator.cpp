@@ -119,17 +119,19 @@ IcsInfo AacGenerator::NextIcs(int element, bool lfe) {
   return ics;
 }
 
-void AacGenerator::WriteIcsInfo(const IcsInfo& ics, bool commonWindow, bool predicted) {
+void AacGenerator::WriteIcsInfo(const IcsInfo& ics, bool commonWindow, bool right, bool lfe) {
   m_bits.Write(0, 1);
   m_bits.Write(static_cast<unsigned>(ics.sequence), 2);
   m_bits.Write(ics.shape, 1);
   if (!ics.IsShort()) {
     m_bits.Write(ics.maxSfb, 6);
     const bool main = m_options.objectType == kObjectMain, ltp = m_options.objectType == kObjectLtp;
-    // The witness keeps the flags of bands that a frame does not send, where the standard has none: Main
-    // frames with prediction send all.
-    const bool possible = main ? ics.maxSfb >= ics.bands->predictionBands : ltp;
-    const bool present = predicted && possible && Chance(70);
+    // Two limits are the witness's. It keeps the flags of bands that a frame does not send, where the
+    // standard has none: Main frames with prediction send all. And it looks for the long-term prediction of
+    // both channels of a pair when the first has predictor data: so has the second then.
+    const bool possible = !lfe && (main ? ics.maxSfb >= ics.bands->predictionBands : ltp);
+    const bool present = possible && (ltp && right ? m_predictorData : Chance(70));
+    m_predictorData = present;
     m_bits.Write(present ? 1 : 0, 1);
     if (present && main) WritePrediction(ics);
     for (int channel = 0; present && ltp && channel < (commonWindow ? 2 : 1); ++channel) WriteLtp(ics);
@@ -316,7 +318,7 @@ void AacGenerator::WriteSpectrum(const IcsInfo& ics, const std::vector<int>& cod
 void AacGenerator::WriteChannel(const IcsInfo& ics, bool commonWindow, bool right, bool lfe) {
   const int globalGain = Random(80, 120);
   m_bits.Write(static_cast<unsigned>(globalGain), 8);
-  if (!commonWindow) WriteIcsInfo(ics, false, !lfe);
+  if (!commonWindow) WriteIcsInfo(ics, false, right, lfe);
   m_codebooks = WriteSections(ics, commonWindow && right);
   WriteScaleFactors(m_codebooks, globalGain);
   // Pulses lie among the coded lines.
@@ -364,7 +366,7 @@ void AacGenerator::WritePair(const GeneratedElement& element, int index) {
   const IcsInfo ics = NextIcs(index, false);
   IcsInfo rightIcs = ics;
   if (commonWindow) {
-    WriteIcsInfo(ics, true, true);
+    WriteIcsInfo(ics, true, false, false);
     const int mask = m_stereoMask = m_options.midSide ? Random(0, 2) : 0;
     m_bits.Write(static_cast<unsigned>(mask), 2);
     for (int i = 0; mask == 1 && i < ics.BandCount(); ++i)

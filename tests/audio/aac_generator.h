@@ -60,7 +60,7 @@ class AacGenerator {
   void Note(const std::string& what);
 
   void WriteBlock();
-  void WriteIcsInfo(const UMC::aac::IcsInfo& ics, bool commonWindow, bool predicted);
+  void WriteIcsInfo(const UMC::aac::IcsInfo& ics, bool commonWindow, bool right, bool lfe);
   void WritePrediction(const UMC::aac::IcsInfo& ics);
   void WriteLtp(const UMC::aac::IcsInfo& ics);
   void WriteGainControl(const UMC::aac::IcsInfo& ics);
@@ -85,6 +85,7 @@ class AacGenerator {
   BitWriter m_bits;
   GeneratedBlock m_block;
   int m_stereoMask = 0;          // ms_mask_present of the pair being written
+  bool m_predictorData = false;  // predictor_data_present of the last ics_info
   int m_bandsInPercent = 100;    // of the bands there are, at most
   std::vector<int> m_sequences;  // the last window sequence of every element
   std::vector<int> m_codebooks;  // of the channel stream written last
