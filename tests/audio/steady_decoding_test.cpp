@@ -47,13 +47,15 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-TEST(SteadyDecoding, AllocatesNothing) {
+void ExpectNoAllocation(int objectType) {
   GeneratorOptions options;
+  options.objectType = objectType;
   options.elements = {{GeneratedElement::kCpe, 0}};
   options.noise = options.intensity = options.midSide = options.pulse = options.tns = true;
   AacGenerator generator(1, options);
   Bytes stream;
-  for (int i = 0; i < 50; ++i) stream = stream + WrapAdts({generator.NextBlock()}, {});
+  for (int i = 0; i < 50; ++i)
+    stream = stream + WrapAdts({generator.NextBlock()}, {.profile = objectType - 1});
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
   ASSERT_EQ(0, decoder.Init(&params));
@@ -69,6 +71,13 @@ TEST(SteadyDecoding, AllocatesNothing) {
   }
   EXPECT_EQ(before, allocations);
   EXPECT_GT(before, 0);
+}
+
+TEST(SteadyDecoding, AllocatesNothingForAnyObjectType) {
+  for (int objectType = UMC::aac::kObjectMain; objectType <= UMC::aac::kObjectLtp; ++objectType) {
+    SCOPED_TRACE(objectType);
+    ExpectNoAllocation(objectType);
+  }
 }
 
 }  // namespace

@@ -14,7 +14,14 @@
 
 namespace UMC::aac {
 
-enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2 };
+// ALS streams are known, but their frames are not served.
+enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kAls = 3 };
+
+// What a channel is predicted from. No object type has both kinds.
+union PredictionMemory {
+  LtpState ltp;
+  PredictionState prediction;
+};
 
 struct DecoderState {
   StreamForm form;
@@ -34,7 +41,8 @@ struct DecoderState {
   MixMatrix mix;         // from `layout` to the output
   FilterBankState channels[kMaxChannels];
   FilterBankState couplings[kMaxCouplings];
-  int couplingsInUse;  // of the last block
+  PredictionMemory predictions[kMaxChannels + kMaxCouplings];  // of the channels, then of the couplings
+  int couplingsInUse;                                          // of the last block
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
