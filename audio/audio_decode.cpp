@@ -186,6 +186,11 @@ bool VL_Audio_Decode::IsOpen() const {
   return m_codec != nullptr;
 }
 
+bool VL_Audio_Decode::Settled() const {
+  auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get());
+  return aac == nullptr || aac->Settled();
+}
+
 void VL_Audio_Decode::SetFrameSize(std::uint32_t bytes) {
   // Frames of another size are other frames: none of those are buffered.
   if (bytes != m_frameSize) m_bufferedFrames = 0;

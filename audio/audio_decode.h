@@ -70,6 +70,10 @@ class VL_Audio_Decode {
   // True when there is a decoder.
   virtual bool IsOpen() const;
 
+  // True when what comes next does not depend on what came ahead of the frames decoded since Reset, but for
+  // an overlap into the next frame.
+  [[nodiscard]] bool Settled() const;
+
   // What the reader sets and looks at between calls.
   void SetChannels(std::uint32_t channels) { m_channels = channels; }
   void SetFrameSize(std::uint32_t bytes);

@@ -31,6 +31,7 @@ int main(int count, char** arguments) {
 
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
+  params.m_sbrDownSampled = 0;
   if (decoder.Init(&params) != UMC::UMC_OK) return 1;
   std::vector<std::uint8_t> bytes(1 << 16), samples(1 << 18);
   UMC::MediaData in, out;

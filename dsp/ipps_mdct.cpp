@@ -2,8 +2,8 @@
 
 #include <cmath>
 #include <cstddef>
-#include <initializer_list>
 
+#include "fft_plan.h"
 #include "kernels.h"
 
 namespace {
@@ -17,24 +17,9 @@ std::size_t LayOut(Ipp32s length, MdctPlan& plan) {
   plan = {};
   plan.length = length;
   plan.points = length / 4;
-  Ipp32s values = 4 * plan.points;
-  Ipp32s remaining = plan.points;
-  Ipp32s span = 1;
-  while (remaining > 1) {
-    Ipp32s radix = 0;
-    for (const Ipp32s candidate : {4, 2, 3, 5}) {
-      if (remaining % candidate == 0) {
-        radix = candidate;
-        break;
-      }
-    }
-    if (radix == 0 || plan.passCount == kMaxFftPasses) return 0;
-    remaining /= radix;
-    plan.passes[plan.passCount++] = {radix, span, remaining, values};
-    values += 2 * (radix - 1) * remaining;
-    span *= radix;
-  }
-  return static_cast<std::size_t>(values);
+  Ipp32s values = 0;
+  plan.passCount = LayOutFftPasses(plan.points, 4 * plan.points, plan.passes, &values);
+  return plan.passCount == 0 ? 0 : static_cast<std::size_t>(values);
 }
 
 // `workValues` is the count of values that a call works in.
@@ -63,17 +48,7 @@ IppStatus Init(Plan** plan, Ipp32s length, double scale, Ipp8u* memory) {
     values[k + 2 * made->points] = static_cast<Ipp32f>(std::cos(angle));
     values[k + 3 * made->points] = static_cast<Ipp32f>(std::sin(angle));
   }
-  for (Ipp32s i = 0; i < made->passCount; ++i) {
-    const FftPass& pass = made->passes[i];
-    Ipp32f* twiddle = values + pass.twiddleOffset;
-    for (Ipp32s power = 1; power < pass.radix; ++power, twiddle += 2 * pass.groups) {
-      for (Ipp32s p = 0; p < pass.groups; ++p) {
-        const double angle = -2 * kPi * p * power / (pass.radix * pass.groups);
-        twiddle[p] = static_cast<Ipp32f>(std::cos(angle));
-        twiddle[p + pass.groups] = static_cast<Ipp32f>(std::sin(angle));
-      }
-    }
-  }
+  for (Ipp32s i = 0; i < made->passCount; ++i) FillTwiddles(made->passes[i], values);
   *plan = made;
   return ippStsNoErr;
 }

@@ -10,6 +10,11 @@ using Ipp32s = std::int32_t;
 using Ipp32u = std::uint32_t;
 using Ipp32f = float;
 
+struct Ipp32fc {
+  Ipp32f re;
+  Ipp32f im;
+};
+
 // What a primitive that can fail returns; 0 is success, negative values are errors.
 using IppStatus = Ipp32s;
 inline constexpr IppStatus ippStsNoErr = 0;

@@ -3,7 +3,10 @@
 
 #include <cstddef>
 
+#include "high_band.h"
+#include "ipps_sbr.h"
 #include "ipps_types.h"
+#include "ps_kernels.h"
 
 // One pass of a mixed-radix fast Fourier transform (Stockham's autosorting form): radix x span
 // transforms of `radix` points, whose results go in order.
@@ -34,6 +37,14 @@ struct MdctPlan {
 struct IppsMDCTInvSpec_32f : MdctPlan {};
 struct IppsMDCTFwdSpec_32f : MdctPlan {};
 
+// Sums over time of products of QMF samples x[1] to x[length - 1] of `length` + 2, by subband; real and
+// imaginary parts apart.
+struct Covariance {
+  Ipp32f power[kIppsSbrAnalysisBands];    // |x[n]|^2
+  Ipp32f lag1[2][kIppsSbrAnalysisBands];  // x[n + 1] conj(x[n])
+  Ipp32f lag2[2][kIppsSbrAnalysisBands];  // x[n + 2] conj(x[n]), x[0] and x[length - 1] included
+};
+
 // Sizes are in elements; pointers need no alignment.
 struct Kernels {
   // See ippsMDCTInv_32f; `work` holds length / 2 values.
@@ -53,6 +64,24 @@ struct Kernels {
   void (*butterfly)(Ipp32f* a, Ipp32f* b, std::size_t length);
   // See ippsJoin_32f16s_D2L.
   void (*join)(const Ipp32f* const* source, std::size_t channels, std::size_t length, Ipp16s* destination);
+  // See ippsAnalysisFilter_SBR_RToC_32f32fc_D2L; `work` holds kQmfWorkFloats values.
+  void (*qmfAnalysis)(const IppsFilterSpec_SBR_32f& spec, const Ipp32f* source, std::size_t slots,
+                      Ipp32fc (*destination)[kIppsSbrBands], IppsAnalysisState_SBR_32f& state, Ipp32f* work);
+  // See ippsSynthesisFilter_SBR_CToR_32fc32f_D2L.
+  void (*qmfSynthesis)(const IppsFilterSpec_SBR_32f& spec, const Ipp32fc (*source)[kIppsSbrBands],
+                       std::size_t slots, Ipp32f* destination, IppsSynthesisState_SBR_32f& state,
+                       Ipp32f* work);
+  void (*covariance)(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length, std::size_t bands,
+                     Covariance& sums);
+  // See high_band.h for these.
+  void (*extendPatch)(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t source,
+                      std::size_t target, std::size_t bands, const PatchFilter& filter);
+  void (*bandEnergies)(const Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first,
+                       std::size_t bands, Ipp32f* energies);
+  void (*shapeBands)(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first, std::size_t bands,
+                     const Ipp32f* gains, const Ipp32f* noiseGains, const Ipp32fc* noise,
+                     std::size_t noiseStart);
+  PsKernels ps;
 };
 
 // The kernels in plain C++.

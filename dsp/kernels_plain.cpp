@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "kernels.h"
+#include "qmf_plan.h"
 
 #define VL_LANES_ATTR
 
@@ -15,11 +16,14 @@ using WideLanes = OneLane;
 using FourLanes = OneLane;
 
 #include "kernels.inl"
+#include "ps_kernels.inl"
+#include "sbr_kernels.inl"
 
 }  // namespace
 
 const Kernels& PlainKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, MdctForward, OverlapAdd, ScaleBands,
-                                       MulC,        AddProductC, Butterfly,  Join};
+  static constexpr Kernels kKernels = {MdctInverse,   MdctForward, OverlapAdd,  ScaleBands,  MulC,
+                                       AddProductC,   Butterfly,   Join,        QmfAnalysis, QmfSynthesis,
+                                       SumCovariance, FilterPatch, SumEnergies, ShapeRows,   kPsKernels};
   return kKernels;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "kernels.h"
+#include "qmf_plan.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels_simd.cpp"
@@ -56,12 +57,15 @@ using WideLanes = Lanes<hn::ScalableTag<float>>;
 using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 
 #include "kernels.inl"
+#include "ps_kernels.inl"
+#include "sbr_kernels.inl"
 
 }  // namespace
 
 const Kernels* GetKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, MdctForward, OverlapAdd, ScaleBands,
-                                       MulC,        AddProductC, Butterfly,  Join};
+  static constexpr Kernels kKernels = {MdctInverse,   MdctForward, OverlapAdd,  ScaleBands,  MulC,
+                                       AddProductC,   Butterfly,   Join,        QmfAnalysis, QmfSynthesis,
+                                       SumCovariance, FilterPatch, SumEnergies, ShapeRows,   kPsKernels};
   // Emulated vectors gain nothing over plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }

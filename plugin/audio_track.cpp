@@ -18,6 +18,13 @@ constexpr std::uint32_t kAc3UnitFrames = 1536;
 
 // Larger units are no sound: AAC allows 768 bytes a channel, AC-3 3840.
 constexpr std::uint32_t kLargestUnit = 1 << 20;
+// How far ahead of a position decoding starts where the unit before is not enough: so many units and more
+// until the decoder says that it is settled, in steps that the pattern of its noise repeats in, and not
+// without end, whatever the file says.
+constexpr std::uint64_t kSettlingUnits = 24;
+constexpr std::uint64_t kSettlingPeriod = 16;
+constexpr std::uint64_t kLongestLead = 4096;
+
 // No unit is stated to last longer than this, minutes of a gap behind it included.
 constexpr std::uint64_t kLongestUnitFrames = 1 << 24;
 
@@ -28,8 +35,10 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
   if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config))
     return kAacUnitFrames;
   const auto frames = static_cast<std::uint64_t>(config.frameLength);
-  // With SBR a unit of the core's length plays at twice the core's rate.
-  if (!config.sbrSignalled) return static_cast<std::uint32_t>(frames);
+  // With SBR a unit of the core's length plays at twice the core's rate. What is described at that rate has
+  // it, be it that the configuration does not say so.
+  const bool doubled = std::uint64_t{audio.wave.samplesPerSecond} == std::uint64_t{config.frequency} * 2;
+  if (!config.sbrSignalled && !doubled) return static_cast<std::uint32_t>(frames);
   const std::uint64_t scaled = scaleExactly(frames, audio.wave.samplesPerSecond, config.frequency);
   return std::max(1u, saturate<std::uint32_t>(scaled));
 }
@@ -88,28 +97,38 @@ void AudioTrack::closeDecoder() {
 }
 
 int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
-  decoder_.Reset();
   const AudioClock start(track_.timescale, holder_.audio.wave.samplesPerSecond,
                          unitFrames(holder_.audio, configuration_));
   if (!timeline_) timeline_ = std::make_unique<AudioTimeline>(index, track_, start);
-  AudioUnit unit, first;
+  AudioUnit unit;
   if (!timeline_->find(index, position, unit)) return -1;
-  const bool hasBefore = timeline_->before(index, unit, first);
-  if (!hasBefore) first = unit;
-  if (LoadFragment(index, first.fragmentIndex, first.trunIndex, true, cursor_) < 0) return -1;
-  cursor_.standAt(first.sampleIndex);
-  clock_ = first.clock;
-  if (!hasBefore) return 0;
-  if (decodeUnit(index) == Outcome::Delivered) {
-    decoder_.RemoveSamples(decoder_.BufferedFrames());
-    return 0;
+  for (std::uint64_t lead = 1;; lead = std::max(4 * lead, kSettlingUnits)) {
+    std::uint64_t first = unit.number - std::min(lead, unit.number);
+    if (lead > 1) first -= first % kSettlingPeriod;
+    const int led = leadIn(index, first, unit);
+    if (led < 0) return -1;
+    if (led == 0 || decoder_.Settled() || first == 0 || lead >= kLongestLead) return 0;
   }
-  // A unit before that is refused says nothing about the one sought.
+}
+
+int AudioTrack::standAt(FragmentIndex& index, const AudioUnit& unit) {
   decoder_.Reset();
   if (LoadFragment(index, unit.fragmentIndex, unit.trunIndex, true, cursor_) < 0) return -1;
   cursor_.standAt(unit.sampleIndex);
   clock_ = unit.clock;
   return 0;
+}
+
+int AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
+  AudioUnit from;
+  if (!timeline_->at(index, first, from) || standAt(index, from) < 0) return -1;
+  for (std::uint64_t number = first; number < unit.number; ++number) {
+    // A unit ahead that is refused or not there says nothing about the one sought.
+    if (advance(index) != Outcome::Delivered || decodeUnit(index) != Outcome::Delivered)
+      return standAt(index, unit) < 0 ? -1 : 0;
+    decoder_.RemoveSamples(decoder_.BufferedFrames());
+  }
+  return 1;
 }
 
 AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {

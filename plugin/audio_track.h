@@ -59,7 +59,8 @@ class AudioTrack {
   };
 
   // Stands the track at a position, so that reading on gives what reading from the start gives there: the
-  // unit before is decoded first, for a unit overlaps into the next. Returns 0 or -1.
+  // unit before is decoded first, for a unit overlaps into the next, and as many before that as the decoder
+  // needs. Returns 0 or -1.
   int seek(FragmentIndex& index, std::uint64_t position);
   // Whether the track stands where reading can go on.
   bool inPlace() const { return cursor_.loaded(); }
@@ -71,6 +72,11 @@ class AudioTrack {
   std::uint32_t nextExpected = QVR_NOT_SET;  // the position that the host reads next when it reads on
 
  private:
+  // Stands the track at a unit, with nothing of the signal known. Returns 0 or -1.
+  int standAt(FragmentIndex& index, const AudioUnit& unit);
+  // Stands the track at `unit`, the units from number `first` on decoded. Returns 1, 0 when they cannot be
+  // decoded and nothing of the signal is known, or -1.
+  int leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
   // Decodes the unit at the cursor into the decoder's buffer and passes it.
   Outcome decodeUnit(FragmentIndex& index);
   Outcome advance(FragmentIndex& index);

@@ -22,7 +22,7 @@ void AudioClock::pass(std::uint32_t ticks, std::uint32_t count) {
 AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, const AudioClock& start)
     : track_(track) {
   AudioClock clock = start;
-  std::uint64_t ticks = 0;
+  std::uint64_t ticks = 0, number = 0;
   std::uint64_t unitsLeft = index.stream().size();
   for (std::uint32_t place = index.nextOccupied(0); place < index.fragmentCount();
        place = index.nextOccupied(place + 1)) {
@@ -32,9 +32,10 @@ AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, co
       if (run->sampleCount > unitsLeft) return;
       unitsLeft -= run->sampleCount;
     }
-    fragments_.push_back({place, clock});
+    fragments_.push_back({place, number, clock});
     const SampleDefaults defaults(fragment.tfhd, track.trex);
     for (const mp4::TrackRunBox* run : fragment.truns) {
+      number += run->sampleCount;
       ticks = addSaturated(ticks, DurationOfSamples(*run, run->sampleCount, defaults));
       if (run->hasDuration()) {
         for (std::uint32_t i = 0; i < run->sampleCount; ++i) clock.pass(run->duration(i));
@@ -52,12 +53,13 @@ std::optional<AudioUnit> AudioTimeline::lastBefore(FragmentIndex& index, const F
   std::optional<AudioUnit> last;
   const TrackFragment fragment = ReadTrackFragment(index.entry(from.fragmentIndex)->moof, track_.trackId);
   const SampleDefaults defaults(fragment.tfhd, track_.trex);
-  AudioUnit unit{from.fragmentIndex, 0, 0, from.clock};
+  AudioUnit unit{from.fragmentIndex, 0, 0, from.number, from.clock};
   for (const mp4::TrackRunBox* run : fragment.truns) {
     for (unit.sampleIndex = 0; unit.sampleIndex < run->sampleCount; ++unit.sampleIndex) {
       if (stop(unit)) return last;
       last = unit;
       unit.clock.pass(SampleDuration(*run, unit.sampleIndex, defaults));
+      ++unit.number;
     }
     ++unit.trunIndex;
   }
@@ -80,19 +82,17 @@ bool AudioTimeline::find(FragmentIndex& index, std::uint64_t position, AudioUnit
   return false;
 }
 
-bool AudioTimeline::before(FragmentIndex& index, const AudioUnit& unit, AudioUnit& previous) const {
-  auto from = std::upper_bound(
-      fragments_.begin(), fragments_.end(), unit.fragmentIndex,
-      [](std::uint32_t wanted, const FragmentStart& start) { return wanted < start.fragmentIndex; });
-  while (from != fragments_.begin()) {
-    --from;
-    const auto found = lastBefore(index, *from, [&unit](const AudioUnit& candidate) {
-      return candidate.fragmentIndex == unit.fragmentIndex && candidate.trunIndex == unit.trunIndex &&
-             candidate.sampleIndex == unit.sampleIndex;
-    });
-    if (!found) continue;
-    previous = *found;
-    return true;
+bool AudioTimeline::at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const {
+  auto behind = std::upper_bound(
+      fragments_.begin(), fragments_.end(), number,
+      [](std::uint64_t wanted, const FragmentStart& start) { return wanted < start.number; });
+  while (behind != fragments_.begin()) {
+    --behind;
+    const auto found = lastBefore(
+        index, *behind, [number](const AudioUnit& candidate) { return candidate.number > number; });
+    if (!found) continue;  // a fragment of runs without units
+    unit = *found;
+    return unit.number == number;
   }
   return false;
 }

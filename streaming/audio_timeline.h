@@ -39,7 +39,8 @@ struct AudioUnit {
   std::uint32_t fragmentIndex = 0;
   std::uint32_t trunIndex = 0;
   std::uint32_t sampleIndex = 0;
-  AudioClock clock;  // at the unit
+  std::uint64_t number = 0;  // counted from the track's first
+  AudioClock clock;          // at the unit
 };
 
 // The places of all units of one track, kept as the clock at the start of each fragment.
@@ -51,14 +52,15 @@ class AudioTimeline {
 
   // The last unit that stands at or before `position`. Returns false for a track without units.
   bool find(FragmentIndex& index, std::uint64_t position, AudioUnit& unit) const;
-  // The unit before another one. Returns false at the track's first.
-  bool before(FragmentIndex& index, const AudioUnit& unit, AudioUnit& previous) const;
+  // The unit of a number. Returns false behind the track's last.
+  bool at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const;
   // Stated durations of the whole track, in sample frames.
   std::uint64_t length() const { return length_; }
 
  private:
   struct FragmentStart {
     std::uint32_t fragmentIndex;
+    std::uint64_t number;  // of its first unit
     AudioClock clock;
   };
 

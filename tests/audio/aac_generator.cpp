@@ -39,10 +39,19 @@ AacGenerator::AacGenerator(unsigned seed, GeneratorOptions options)
     : m_options(std::move(options)),
       m_random(seed),
       m_gainRandom(seed),
-      m_sequences(m_options.elements.size(), 0) {}
+      m_sequences(m_options.elements.size(), 0) {
+  for (const auto& element : m_options.elements) {
+    if (!m_options.sbr.has_value()) break;
+    m_sbr.emplace_back(
+        seed + static_cast<unsigned>(m_sbr.size()), element.kind == GeneratedElement::kCpe ? 2 : 1,
+        2 * kSamplingFrequencies[m_options.samplingIndex], m_options.frameLength / 64, *m_options.sbr);
+  }
+}
 
 std::vector<std::string> AacGenerator::Seen() const {
-  return m_seen;
+  std::vector<std::string> seen = m_seen;
+  for (const auto& sbr : m_sbr) seen.insert(seen.end(), sbr.Seen().begin(), sbr.Seen().end());
+  return seen;
 }
 
 void AacGenerator::Note(const std::string& what) {
@@ -62,12 +71,14 @@ GeneratedBlock AacGenerator::NextBlock() {
   for (const auto& element : m_options.elements) channels += element.kind == GeneratedElement::kCpe ? 2 : 1;
   const std::vector<int> sequences = m_sequences;
   const std::vector<std::string> seen = m_seen;
+  const std::vector<SbrGenerator> sbr = m_sbr;
   // A block has at most 6144 bits a channel; one that is longer is drawn again with fewer bands.
   for (m_bandsInPercent = 100;; m_bandsInPercent = m_bandsInPercent * 3 / 4) {
     WriteBlock();
     if (m_block.bytes.size() <= channels * 768) return m_block;
     m_sequences = sequences;
     m_seen = seen;
+    m_sbr = sbr;
   }
 }
 
@@ -88,6 +99,7 @@ void AacGenerator::WriteBlock() {
       default:
         WriteSingle(element, static_cast<int>(i));
     }
+    if (m_options.sbr.has_value()) WriteSbr(i);
   }
   m_bits.Write(7, 3);  // ID_END
   m_bits.Align();
@@ -493,6 +505,18 @@ void AacGenerator::WriteOther() {
     for (int i = 0; i < bytes; ++i) m_bits.Write(0, 8);  // EXT_FILL
     Note(bytes >= 15 ? "long fill" : "fill");
   }
+}
+
+// Low frequency effects and coupling channels have no payload.
+void AacGenerator::WriteSbr(std::size_t element) {
+  const auto kind = m_options.elements[element].kind;
+  if (kind != GeneratedElement::kSce && kind != GeneratedElement::kCpe) return;
+  const std::vector<std::uint8_t> payload = m_sbr[element].NextPayload();
+  const auto bytes = static_cast<unsigned>(payload.size());
+  m_bits.Write(6, 3);
+  m_bits.Write(std::min(bytes, 15u), 4);
+  if (bytes >= 15) m_bits.Write(bytes - 14, 8);
+  m_bits.WriteBytes(payload);
 }
 
 std::vector<std::uint8_t> WrapAdts(const std::vector<GeneratedBlock>& blocks, const AdtsOptions& options) {

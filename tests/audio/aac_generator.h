@@ -11,6 +11,7 @@
 #include "audio_specific_config.h"
 #include "bit_writer.h"
 #include "ics_info.h"
+#include "sbr_generator.h"
 #include "scale_factor_bands.h"
 
 // An element of every block.
@@ -34,6 +35,7 @@ struct GeneratorOptions {
   bool tns = false;
   bool independentCoupling = false;  // of coupling channels; else they couple spectra
   bool otherElements = false;        // data stream and fill elements in between
+  std::optional<SbrGeneratorOptions> sbr;
 };
 
 // Bits that an ADTS checksum protects: the first of them, how many it counts, how many are there.
@@ -77,6 +79,7 @@ class AacGenerator {
   void WriteCoupling(const GeneratedElement& element, int index);
   void WriteProgram();
   void WriteOther();
+  void WriteSbr(std::size_t element);
   void Protect(std::size_t start, std::size_t counted);
 
   GeneratorOptions m_options;
@@ -90,6 +93,7 @@ class AacGenerator {
   std::vector<int> m_sequences;  // the last window sequence of every element
   std::vector<int> m_codebooks;  // of the channel stream written last
   std::vector<std::string> m_seen;
+  std::vector<SbrGenerator> m_sbr;  // of every element
 };
 
 // ADTS around blocks that make up one frame, 1 to 4 of them.

@@ -27,12 +27,14 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
 // read beyond.
 class TestDecoder {
  public:
-  explicit TestDecoder(std::uint32_t outputChannels = 0) {
+  explicit TestDecoder(std::uint32_t outputChannels = 0, std::int32_t sbrDownSampled = 1) {
+    m_params.m_sbrDownSampled = sbrDownSampled;
     m_params.m_output.channels = outputChannels;
     EXPECT_EQ(0, m_decoder.Init(&m_params));
   }
   // For raw access units of a configuration.
-  explicit TestDecoder(const Bytes& config) : m_config(config) {
+  explicit TestDecoder(const Bytes& config, std::int32_t sbrDownSampled = 1) : m_config(config) {
+    m_params.m_sbrDownSampled = sbrDownSampled;
     m_configData.SetBufferPointer(m_config.data(), m_config.size());
     m_configData.SetDataSize(m_config.size());
     m_params.m_configuration = &m_configData;
@@ -76,7 +78,7 @@ class TestDecoder {
   UMC::AACDecoder m_decoder;
   Bytes m_bytes;
   UMC::MediaData m_input, m_output;
-  Samples m_room = Samples(8 * 1024 * 4);
+  Samples m_room = Samples(8 * 2048 * 4);
   Samples m_last;
 };
 

@@ -49,13 +49,24 @@ TEST(AudioTimeline, UnitsFollowEachOtherOverRunsAndFragments) {
   EXPECT_EQ(unit.fragmentIndex, 4u);
   EXPECT_EQ(unit.trunIndex, 0u);
   EXPECT_EQ(unit.sampleIndex, 0u);
-  AudioUnit previous;
-  ASSERT_TRUE(timed.timeline.before(timed.index, unit, previous));
-  EXPECT_EQ(previous.fragmentIndex, 0u);
-  EXPECT_EQ(previous.trunIndex, 1u);
-  EXPECT_EQ(previous.clock.position(), 2048u);
-  ASSERT_TRUE(timed.timeline.find(timed.index, 0, unit));
-  EXPECT_FALSE(timed.timeline.before(timed.index, unit, previous));
+  EXPECT_EQ(unit.number, 3u);
+}
+
+TEST(AudioTimeline, UnitsAreCountedOverRunsAndFragments) {
+  Timed timed(join({audioFragment(1, {{1024, 1024}, {}, {1024}}), audioFragment(5, {{1024, 1024}})}));
+  AudioUnit unit;
+  ASSERT_TRUE(timed.timeline.at(timed.index, 2, unit));
+  EXPECT_EQ(unit.fragmentIndex, 0u);
+  EXPECT_EQ(unit.trunIndex, 2u);
+  EXPECT_EQ(unit.sampleIndex, 0u);
+  EXPECT_EQ(unit.clock.position(), 2048u);
+  ASSERT_TRUE(timed.timeline.at(timed.index, 4, unit));
+  EXPECT_EQ(unit.fragmentIndex, 4u);
+  EXPECT_EQ(unit.sampleIndex, 1u);
+  EXPECT_EQ(unit.number, 4u);
+  ASSERT_TRUE(timed.timeline.at(timed.index, 0, unit));
+  EXPECT_EQ(unit.clock.position(), 0u);
+  EXPECT_FALSE(timed.timeline.at(timed.index, 5, unit));
 }
 
 TEST(AudioTimeline, AStatedDurationHalfAUnitLongerIsAGap) {

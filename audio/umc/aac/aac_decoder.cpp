@@ -6,7 +6,10 @@
 #include "audio_data.h"
 #include "codebooks.h"
 #include "filter_bank.h"
+#include "ps_codebooks.h"
 #include "render.h"
+#include "sbr_codebooks.h"
+#include "sbr_decoder.h"
 #include "stream_decoder.h"
 
 namespace UMC {
@@ -15,6 +18,11 @@ namespace {
 
 constexpr std::uint32_t kBlockAlignment = 16;
 constexpr std::uint32_t kBitsPerSample = 16;
+
+// The profile flags grow by the first once data of spectral band replication were decoded; the second tells
+// that the stream has it, be it only by its configuration.
+constexpr std::uint32_t kProfileSbr = 16;
+constexpr std::uint32_t kSbrPresent = 0x100;
 
 // The profile flags of an audio object type.
 std::uint32_t ProfileFlags(int objectType) {
@@ -37,16 +45,17 @@ std::uint32_t ChannelMask(std::uint32_t channels) {
   return channels < std::size(kMasks) ? kMasks[channels] : 0;
 }
 
-// A count that the mix serves, else 0: the stream's own.
-int OutputChannels(const AudioCodecParams& params) {
+// Channels only where the mix serves their count, else the stream's own.
+void TakeOutputWishes(const AudioCodecParams& params, aac::DecoderState& state) {
   const std::uint32_t channels = params.m_output.channels;
-  return channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;
+  state.outputChannels = channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;
+  state.outputFrequency = params.m_output.sampleFrequency;
 }
 
 AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
   AudioStreamInfo info;
   info.channels = static_cast<std::uint32_t>(state.mix.outputs);
-  info.sampleFrequency = state.frequency;
+  info.sampleFrequency = aac::OutputFrequency(state);
   info.bitsPerSample = kBitsPerSample;
   info.streamType = UMC_STREAM_PCM;
   info.channelMask = ChannelMask(info.channels);
@@ -55,29 +64,33 @@ AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
 
 }  // namespace
 
-// Both blocks at their places for the time of one operation.
+// All blocks at their places for the time of one operation.
 class AACDecoder::Locked {
  public:
   explicit Locked(AACDecoder& decoder) : m_decoder(decoder) {
     if (decoder.m_stateId == 0) return;
     m_state = static_cast<aac::DecoderState*>(decoder.LockMemory(decoder.m_stateId));
     m_work = static_cast<aac::WorkArea*>(decoder.LockMemory(decoder.m_workId));
+    m_sbr = static_cast<aac::SbrArea*>(decoder.LockMemory(decoder.m_sbrId));
   }
   Locked(const Locked&) = delete;
   Locked& operator=(const Locked&) = delete;
   ~Locked() {
     if (m_state != nullptr) m_decoder.UnlockMemory(m_decoder.m_stateId);
     if (m_work != nullptr) m_decoder.UnlockMemory(m_decoder.m_workId);
+    if (m_sbr != nullptr) m_decoder.UnlockMemory(m_decoder.m_sbrId);
   }
 
-  explicit operator bool() const { return m_state != nullptr && m_work != nullptr; }
+  explicit operator bool() const { return m_state != nullptr && m_work != nullptr && m_sbr != nullptr; }
   [[nodiscard]] aac::DecoderState& State() const { return *m_state; }
   [[nodiscard]] aac::WorkArea& Work() const { return *m_work; }
+  [[nodiscard]] aac::SbrArea& Sbr() const { return *m_sbr; }
 
  private:
   AACDecoder& m_decoder;
   aac::DecoderState* m_state = nullptr;
   aac::WorkArea* m_work = nullptr;
+  aac::SbrArea* m_sbr = nullptr;
 };
 
 AACDecoder::~AACDecoder() {
@@ -87,11 +100,13 @@ AACDecoder::~AACDecoder() {
 Status AACDecoder::AllocateBlocks() {
   Status status = m_allocator->Alloc(&m_stateId, sizeof(aac::DecoderState), 0, kBlockAlignment);
   if (status == UMC_OK) status = m_allocator->Alloc(&m_workId, sizeof(aac::WorkArea), 0, kBlockAlignment);
+  if (status == UMC_OK) status = m_allocator->Alloc(&m_sbrId, sizeof(aac::SbrArea), 0, kBlockAlignment);
   if (status == UMC_OK) {
     Locked locked(*this);
     if (locked) {
       new (&locked.State()) aac::DecoderState{};
       new (&locked.Work()) aac::WorkArea;
+      new (&locked.Sbr()) aac::SbrArea{};
       return UMC_OK;
     }
     status = UMC_ERR_ALLOC;
@@ -119,7 +134,8 @@ Status AACDecoder::Init(BaseCodecParams* params) {
   if (status == UMC_OK) status = AllocateBlocks();
   if (status != UMC_OK) return status;
   if (aac::SharedCodebooks() == nullptr || aac::SharedFilterBank(1024) == nullptr ||
-      aac::SharedFilterBank(960) == nullptr) {
+      aac::SharedFilterBank(960) == nullptr || aac::SharedSbrCodebooks() == nullptr ||
+      aac::SharedSbrFilterBanks() == nullptr || aac::SharedPsCodebooks() == nullptr) {
     Close();
     return UMC_ERR_ALLOC;
   }
@@ -129,7 +145,7 @@ Status AACDecoder::Init(BaseCodecParams* params) {
     Locked locked(*this);
     aac::DecoderState& state = locked.State();
     if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
-    if (audio != nullptr) state.outputChannels = OutputChannels(*audio);
+    if (audio != nullptr) TakeOutputWishes(*audio, state);
     if (configured) {
       served = aac::Configure(config, state);
       aac::UpdateMix(state);
@@ -159,6 +175,7 @@ Status AACDecoder::GetFrame(MediaData* input, MediaData* output) {
   request.inputSize = static_cast<std::size_t>(input->GetDataSize());
   request.output = samples + filled;
   request.outputSize = static_cast<std::size_t>(output->GetBufferSize()) - lost - filled;
+  request.sbr = &locked.Sbr();
   const Status status = aac::DecodeFrame(locked.State(), locked.Work(), request);
   input->MoveDataPointer(static_cast<std::ptrdiff_t>(request.consumed));
   if (status < UMC_OK) return status;
@@ -181,23 +198,31 @@ Status AACDecoder::GetInfo(BaseCodecParams* params) {
   audio->m_input.channels = state.layout.channelCount;
   audio->m_input.channelMask = ChannelMask(audio->m_input.channels);
   audio->m_input.streamType = UMC_STREAM_AAC;
-  audio->m_input.streamSubtype = ProfileFlags(state.objectType);
+  audio->m_input.streamSubtype = ProfileFlags(state.objectType) + (state.sbrSeen ? kProfileSbr : 0) +
+                                 (aac::HasSbr(state) ? kSbrPresent : 0);
   return UMC_OK;
 }
 
 Status AACDecoder::Close() {
   if (m_stateId != 0) FreeMemory(m_stateId);
   if (m_workId != 0) FreeMemory(m_workId);
+  if (m_sbrId != 0) FreeMemory(m_sbrId);
   m_stateId = 0;
   m_workId = 0;
+  m_sbrId = 0;
   return UMC_OK;
 }
 
 Status AACDecoder::Reset() {
   Locked locked(*this);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
-  aac::ForgetSignal(locked.State());
+  aac::ForgetSignal(locked.State(), locked.Sbr());
   return UMC_OK;
+}
+
+bool AACDecoder::Settled() {
+  Locked locked(*this);
+  return locked && aac::IsSettled(locked.State(), locked.Sbr());
 }
 
 Status AACDecoder::SetParams(BaseCodecParams* params) {
@@ -207,7 +232,7 @@ Status AACDecoder::SetParams(BaseCodecParams* params) {
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::DecoderState& state = locked.State();
   aac::ApplyOptions(*options, state.options);
-  state.outputChannels = OutputChannels(*options);
+  TakeOutputWishes(*options, state);
   aac::UpdateMix(state);
   return UMC_OK;
 }

@@ -1,6 +1,7 @@
 // The AAC decoder: ADTS and ADIF streams, and raw access units that an AudioSpecificConfig describes, to
 // interleaved 16-bit PCM (ISO/IEC 14496-3, ISO/IEC 13818-7). It serves the object types Main, LC and LTP, and
-// SSR by the filter bank of the others: without gain control, whose data it passes over.
+// SSR by the filter bank of the others: without gain control, whose data it passes over. All come with or
+// without spectral band replication and parametric stereo.
 #pragma once
 
 #include <cstddef>
@@ -13,6 +14,7 @@ namespace UMC {
 namespace aac {
 struct AudioSpecificConfig;
 struct DecoderState;
+struct SbrArea;
 struct WorkArea;
 }  // namespace aac
 
@@ -41,6 +43,9 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   Status Close() override;
   // Forgets the signal, keeping the configuration. -998 before Init.
   Status Reset() override;
+  // True when the signal does not depend on blocks ahead of those decoded since Init or Reset, but for an
+  // overlap of one block: spectral band replication and parametric stereo remember more.
+  bool Settled();
   // Takes over options and output channels. -995 for parameters that are no AACDecoderParams, -998 before
   // Init.
   Status SetParams(BaseCodecParams* params) override;
@@ -52,6 +57,7 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
 
   MemoryId m_stateId = 0;
   MemoryId m_workId = 0;
+  MemoryId m_sbrId = 0;
 };
 
 }  // namespace UMC

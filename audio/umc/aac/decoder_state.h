@@ -14,6 +14,9 @@
 
 namespace UMC::aac {
 
+// Samples that a block becomes at most, by channel.
+inline constexpr int kMaxOutputLength = 2 * kMaxFrameLength;
+
 // ALS streams are known, but their frames are not served.
 enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kAls = 3 };
 
@@ -33,23 +36,27 @@ struct DecoderState {
   std::uint32_t frequency;  // hertz
   int frameLength;          // samples a block and channel: 1024 or 960
   DecoderOptions options;
-  int outputChannels;    // asked for; 0: those of the stream
-  Layout program;        // of the last program config element; without channels when there was none
-  Layout layout;         // of the last frame
-  bool placedByProgram;  // the last block's elements were found in the program, not by their order
-  int carriedChannels;   // of a frame at most, coupling channels included, while the layout lasts
-  MixMatrix mix;         // from `layout` to the output
+  int outputChannels;             // asked for; 0: those of the stream
+  std::uint32_t outputFrequency;  // asked for, hertz: that of the core keeps SBR from doubling it; 0: no wish
+  Layout program;                 // of the last program config element; without channels when there was none
+  Layout layout;                  // of the last frame
+  bool placedByProgram;           // the last block's elements were found in the program, not by their order
+  int carriedChannels;            // of a frame at most, coupling channels included, while the layout lasts
+  MixMatrix mix;                  // from `layout` to the output
   FilterBankState channels[kMaxChannels];
   FilterBankState couplings[kMaxCouplings];
   PredictionMemory predictions[kMaxChannels + kMaxCouplings];  // of the channels, then of the couplings
   int couplingsInUse;                                          // of the last block
+  bool sbrSignalled;                                           // by the configuration
+  bool sbrSeen;                                                // a block carried its data
+  bool psSeen;  // a block of one channel carried parametric stereo
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
 struct WorkArea {
   RawDataBlock block;
   FilterBankScratch scratch;
-  alignas(16) float mixed[kMaxChannels][kMaxFrameLength];
+  alignas(16) float mixed[kMaxChannels][kMaxOutputLength];
 };
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "fill_element.h"
 #include "individual_channel_stream.h"
 #include "ipps_crc.h"
 #include "noise.h"
@@ -32,23 +33,30 @@ class BlockParser {
   bool Parse() {
     m_block.elementCount = m_block.channelCount = m_block.couplingCount = m_block.streamCount = 0;
     m_block.hasProgram = false;
+    const std::size_t blockStart = m_stream.Position();
+    // The element that a fill element's payload belongs to.
+    BlockElement* previous = nullptr;
     while (!m_stream.Overrun()) {
       const auto id = m_stream.Read(3);
       const std::size_t start = m_stream.Position();
       switch (id) {
         case kIdSce:
           if (!ParseElement(ElementType::kSingle)) return false;
+          previous = LastElement();
           Protect(start, kCrcElementBits);
           break;
         case kIdLfe:
           if (!ParseElement(ElementType::kLfe)) return false;
+          previous = nullptr;
           Protect(start, kCrcElementBits);
           break;
         case kIdCpe:
           if (!ParsePair()) return false;
+          previous = LastElement();
           break;
         case kIdCce:
           if (!ParseCouplingElement()) return false;
+          previous = nullptr;
           Protect(start, kCrcElementBits);
           break;
         case kIdDse:
@@ -62,7 +70,7 @@ class BlockParser {
           Protect(start, m_stream.Position() - start);
           break;
         case kIdFil:
-          SkipFill();
+          ParseFill(blockStart, previous);
           break;
         default:
           m_stream.AlignToByte();
@@ -91,8 +99,11 @@ class BlockParser {
     element.type = type;
     element.tag = static_cast<std::uint8_t>(m_stream.Read(4));
     element.stream = static_cast<std::uint8_t>(m_block.streamCount);
+    element.sbr = {};
     return &element;
   }
+
+  BlockElement* LastElement() { return &m_block.elements[m_block.elementCount - 1]; }
 
   bool ParseElement(ElementType type) {
     BlockElement* element = NewElement(type);
@@ -139,11 +150,13 @@ class BlockParser {
     m_stream.Seek(m_stream.Position() + 8 * bytes);
   }
 
-  // fill_element(): no extension payload is used.
-  void SkipFill() {
-    std::size_t bytes = m_stream.Read(4);
-    if (bytes == 15) bytes = 14 + m_stream.Read(8);
-    m_stream.Seek(m_stream.Position() + 8 * bytes);
+  // Notes where the payload of the element ahead lies.
+  void ParseFill(std::size_t blockStart, BlockElement* element) {
+    SbrPayload sbr{};
+    ParseFillElement(m_stream, sbr);
+    if (element == nullptr || sbr.bits == 0) return;
+    sbr.position -= blockStart;
+    element->sbr = sbr;
   }
 
   // Takes the next `bits` bits from `start` into the checksum, zeros behind where the parser stands.

@@ -11,6 +11,7 @@
 #include "ipps_types.h"
 #include "layout.h"
 #include "program_config.h"
+#include "sbr_data.h"
 #include "stereo.h"
 
 namespace UMC::aac {
@@ -25,6 +26,7 @@ struct BlockElement {
   std::uint8_t stream;  // index of its first channel's stream
   bool commonWindow;    // of a pair; `mask` counts only then
   StereoMask mask;
+  SbrPayload sbr;  // its position counts from the block's start
 };
 
 struct RawDataBlock {

@@ -29,6 +29,12 @@ bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   return true;
 }
 
+// The layout's element that the block's element `index` is.
+const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& block, int index) {
+  return state.placedByProgram ? *FindElement(state.layout, block.elements[index])
+                               : state.layout.elements[index];
+}
+
 void ForgetPrediction(int objectType, PredictionMemory& memory) {
   if (objectType == kObjectMain) ippsFDPReset_32f(&memory.prediction);
   if (objectType == kObjectLtp) memory.ltp = {};
@@ -39,8 +45,7 @@ template <class Visit>
 void ForEachCarried(const DecoderState& state, const RawDataBlock& block, Visit visit) {
   for (int i = 0; i < block.elementCount; ++i) {
     const BlockElement& element = block.elements[i];
-    const LayoutElement& place =
-        state.placedByProgram ? *FindElement(state.layout, element) : state.layout.elements[i];
+    const LayoutElement& place = PlaceOf(state, block, i);
     for (int c = 0; c < ChannelsOf(element.type); ++c) visit(place.firstChannel + c, element.stream + c);
   }
 }
@@ -57,6 +62,34 @@ void FindPasts(DecoderState& state, const RawDataBlock& block, ChannelPast* past
   for (int i = 0; i < block.couplingCount; ++i) {
     pasts[block.couplings[i].stream] = past(state.couplings[i], state.predictions[kMaxChannels + i]);
   }
+}
+
+bool IsMono(const Layout& layout) {
+  return layout.elementCount == 1 && layout.elements[0].type == ElementType::kSingle;
+}
+
+// One channel becomes two: from the first data of parametric stereo on, unless one is asked for.
+bool HasParametricStereo(const DecoderState& state) {
+  return state.psSeen && state.outputChannels != 1 && IsMono(state.layout);
+}
+
+// The channels that are mixed.
+Layout RenderedLayout(const DecoderState& state) {
+  return HasParametricStereo(state) ? LayoutOfConfiguration(2) : state.layout;
+}
+
+// The output has twice the core's sampling frequency.
+bool IsDoubled(const DecoderState& state) {
+  const bool coreAskedFor = state.outputFrequency == state.frequency;
+  return HasSbr(state) && state.options.sbrDownSampled == 0 && !coreAskedFor;
+}
+
+SbrFormat FormatOf(const DecoderState& state) {
+  return {state.frequency, state.frameLength, !IsDoubled(state)};
+}
+
+int OutputLength(const DecoderState& state) {
+  return IsDoubled(state) ? 2 * state.frameLength : state.frameLength;
 }
 
 // Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
@@ -109,14 +142,76 @@ void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) 
   state.couplingsInUse = block.couplingCount;
 }
 
+// Blocks in a row that were decoded with nothing missing, after which what was decoded before has faded from
+// all filters and factors that feed back.
+constexpr int kFadingBlocks = 16;
+
+// Reads the parametric stereo that ReadSbrPayload has found in the element of a mono layout. False while it
+// rests on payloads that were not seen.
+bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
+  const SbrData& data = sbr.scratch.data;
+  if (data.psBits > 0) {
+    stream.Seek(data.psPosition);
+    const int slots = state.frameLength / kIppsSbrAnalysisBands;
+    if (ParsePsData(stream, data.psBits, slots, sbr.psData) && !state.psSeen) {
+      state.psSeen = true;
+      UpdateMix(state);
+    }
+  }
+  return (data.psBits == 0 && !state.psSeen) || state.outputChannels == 1 || sbr.psData.Known();
+}
+
+// Adds an element's high band; `samples` are those of the core by channel, and then of the output. Returns
+// whether nothing was missing that came before.
+bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
+                   const float** samples) {
+  const SbrFormat format = FormatOf(state);
+  const LayoutElement& place = state.layout.elements[index];
+  const int count = ChannelsOf(place.type);
+  SbrElementState& element = sbr.elements[index];
+  SbrChannelState* channels = sbr.channels + place.firstChannel;
+  const bool hasHighBand = ReadSbrPayload(format, stream, payload, count, element, channels, sbr.scratch);
+  bool complete = IsSbrComplete(element, payload.bits, hasHighBand);
+  if (hasHighBand && IsMono(state.layout)) complete &= ReadPsPayload(state, stream, sbr);
+  if (HasParametricStereo(state)) {
+    DecodeSbrStereo(format, element, hasHighBand, samples[0], sbr.psData, sbr.ps, channels, sbr.scratch,
+                    sbr.output[0], sbr.output[1]);
+    samples[0] = sbr.output[0];
+    samples[1] = sbr.output[1];
+    return complete;
+  }
+  for (int c = 0; c < count; ++c) {
+    const int channel = place.firstChannel + c;
+    DecodeSbrChannel(format, element, hasHighBand, c, samples[channel], channels[c], sbr.scratch,
+                     sbr.output[channel]);
+    samples[channel] = sbr.output[channel];
+  }
+  return complete;
+}
+
+// Adds the high bands. `data` are the block's bytes.
+void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
+                    std::size_t size, SbrArea& sbr, const float** samples) {
+  SbrPayload payloads[kMaxChannels] = {};
+  for (int i = 0; i < block.elementCount; ++i) {
+    payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
+  }
+  bool complete = true;
+  for (int i = 0; i < state.layout.elementCount; ++i) {
+    complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
+  }
+  sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kFadingBlocks) : 0;
+}
+
 // Mixes the channels and interleaves them.
 void WriteSamples(const DecoderState& state, WorkArea& work, const float* const* samples,
                   std::int16_t* output) {
-  const auto length = static_cast<std::size_t>(state.frameLength);
+  const auto length = static_cast<std::size_t>(OutputLength(state));
+  const int channels = RenderedLayout(state).channelCount;
   const float* outputs[kMaxChannels];
   for (int i = 0; i < state.mix.outputs; ++i) {
     const float* gains = state.mix.gains[i];
-    const float* end = gains + state.layout.channelCount;
+    const float* end = gains + channels;
     const float* first = std::find_if(gains, end, [](float gain) { return gain != 0; });
     const bool alone =
         first != end && *first == 1 && std::all_of(first + 1, end, [](float gain) { return gain == 0; });
@@ -135,7 +230,7 @@ void WriteSamples(const DecoderState& state, WorkArea& work, const float* const*
 
 }  // namespace
 
-bool AdoptLayout(DecoderState& state, const RawDataBlock& block) {
+bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block) {
   if (block.hasProgram) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
   state.placedByProgram = state.program.channelCount > 0 && HasAllElements(state.program, block);
@@ -149,30 +244,70 @@ bool AdoptLayout(DecoderState& state, const RawDataBlock& block) {
   if (layout != state.layout) {
     state.layout = layout;
     state.carriedChannels = layout.channelCount;
-    ForgetSignal(state);
+    ForgetSignal(state, sbr);
+    std::fill_n(sbr.elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
   state.carriedChannels = std::max(state.carriedChannels, layout.channelCount + block.couplingCount);
   return layout.channelCount > 0;
 }
 
-void UpdateMix(DecoderState& state) {
-  const int outputs = state.outputChannels != 0 ? state.outputChannels : state.layout.channelCount;
-  if (outputs > 0) state.mix = MakeMixMatrix(state.layout, outputs);
+void AdoptSbr(DecoderState& state, SbrArea& sbr, const RawDataBlock& block, const std::uint8_t* data,
+              std::size_t size) {
+  for (int i = 0; i < block.elementCount && !state.sbrSeen; ++i) {
+    const BlockElement& element = block.elements[i];
+    if (element.sbr.bits == 0) continue;
+    BitWindow stream(data, size);
+    state.sbrSeen = !state.formatKnown ||
+                    StartsSbr(FormatOf(state), stream, element.sbr, ChannelsOf(element.type), sbr.scratch);
+  }
 }
 
-void ForgetSignal(DecoderState& state) {
+void UpdateMix(DecoderState& state) {
+  const Layout layout = RenderedLayout(state);
+  const int outputs = state.outputChannels != 0 ? state.outputChannels : layout.channelCount;
+  if (outputs > 0) state.mix = MakeMixMatrix(layout, outputs);
+}
+
+void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
+  std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  sbr.psData = {};
+  sbr.ps = {};
+  for (SbrElementState& element : sbr.elements) ForgetSbrProgress(element);
+  sbr.completeBlocks = 0;
   std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
+  ForgetPredictions(state);
+}
+
+void ForgetPredictions(DecoderState& state) {
   for (PredictionMemory& memory : state.predictions) ForgetPrediction(state.objectType, memory);
 }
 
-std::size_t RenderedBytes(const DecoderState& state) {
-  return static_cast<std::size_t>(state.mix.outputs * state.frameLength) * sizeof(std::int16_t);
+bool IsSettled(const DecoderState& state, const SbrArea& sbr) {
+  return !HasSbr(state) || sbr.completeBlocks >= kFadingBlocks;
 }
 
-void RenderBlock(DecoderState& state, WorkArea& work, const std::uint8_t* data, std::size_t size,
-                 std::int16_t* output) {
+bool HasSbr(const DecoderState& state) {
+  return state.sbrSignalled || state.sbrSeen;
+}
+
+std::uint32_t OutputFrequency(const DecoderState& state) {
+  return IsDoubled(state) ? 2 * state.frequency : state.frequency;
+}
+
+std::size_t RenderedBytes(const DecoderState& state) {
+  return static_cast<std::size_t>(state.mix.outputs * OutputLength(state)) * sizeof(std::int16_t);
+}
+
+std::size_t LargestRenderedBytes(const DecoderState& state, const RawDataBlock& block) {
+  const bool mayWiden = state.outputChannels == 0 && !state.psSeen && IsMono(state.layout) &&
+                        block.elementCount == 1 && block.elements[0].sbr.bits > 0;
+  return RenderedBytes(state) * (mayWiden ? 2 : 1);
+}
+
+void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,
+                 std::size_t size, std::int16_t* output) {
   const FilterBank& bank = *SharedFilterBank(state.frameLength);
   ChannelPast pasts[kMaxStreams];
   FindPasts(state, work.block, pasts);
@@ -180,6 +315,7 @@ void RenderBlock(DecoderState& state, WorkArea& work, const std::uint8_t* data, 
   const float* samples[kMaxChannels];
   SynthesiseChannels(state, work, bank, samples);
   CoupleSignals(state, work, bank);
+  if (HasSbr(state)) ReplicateBands(state, work.block, data, size, sbr, samples);
   WriteSamples(state, work, samples, output);
 }
 

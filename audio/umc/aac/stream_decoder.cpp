@@ -37,15 +37,16 @@ BlockStatus Parse(const DecoderState& state, WorkArea& work, BitWindow& stream, 
 // the stream.
 Status Render(DecoderState& state, WorkArea& work, const BitWindow& stream, std::size_t start, int blocks,
               FrameRequest& request) {
-  if (!AdoptLayout(state, work.block)) return UMC_ERR_INVALID_STREAM;
-  const std::size_t bytes = RenderedBytes(state);
-  if (bytes * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
+  if (!AdoptLayout(state, *request.sbr, work.block)) return UMC_ERR_INVALID_STREAM;
+  const std::size_t end = stream.Position() / 8;
+  AdoptSbr(state, *request.sbr, work.block, stream.Data() + start, end - start);
+  const std::size_t largest = LargestRenderedBytes(state, work.block);
+  if (largest * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
-  const std::size_t end = stream.Position() / 8;
-  RenderBlock(state, work, stream.Data() + start, end - start,
+  RenderBlock(state, work, *request.sbr, stream.Data() + start, end - start,
               reinterpret_cast<std::int16_t*>(request.output + request.produced));
-  request.produced += bytes;
+  request.produced += RenderedBytes(state);
   state.formatKnown = true;
   return UMC_OK;
 }
@@ -82,7 +83,7 @@ Status StartAdif(DecoderState& state, WorkArea& work, FrameRequest& request) {
   state.frequency = kSamplingFrequencies[program.samplingIndex];
   state.frameLength = 1024;
   state.program = layout;
-  ForgetSignal(state);
+  ForgetPredictions(state);
   request.consumed = stream.Position() / 8;
   return DecodeRaw(state, work, request);
 }
@@ -248,7 +249,7 @@ Status StartAdts(DecoderState& state, WorkArea& work, FrameRequest& request) {
   state.samplingIndex = header.samplingIndex;
   state.frequency = kSamplingFrequencies[header.samplingIndex];
   state.frameLength = 1024;
-  ForgetSignal(state);
+  ForgetPredictions(state);
   const Status status = DecodeAdtsAt(state, work, start, request);
   if (!state.formatKnown) state.form = StreamForm::kUnknown;
   return status;
@@ -318,7 +319,8 @@ bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
   state.frameLength = config.frameLength;
   state.layout = config.layout;
   if (config.channelConfiguration == 0) state.program = config.layout;
-  ForgetSignal(state);
+  ForgetPredictions(state);
+  state.sbrSignalled = config.sbrSignalled;
   if (config.sbrSignalled && config.extensionFrequency == config.frequency) state.options.sbrDownSampled = 1;
   return true;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "decoder_state.h"
+#include "sbr_decoder.h"
 #include "status.h"
 
 namespace UMC::aac {
@@ -15,6 +16,7 @@ struct FrameRequest {
   std::size_t inputSize;
   std::uint8_t* output;  // at any address
   std::size_t outputSize;
+  SbrArea* sbr;          // where spectral band replication is kept
   std::size_t consumed;  // bytes of the input, set whatever the result
   std::size_t produced;  // bytes of the output
 };

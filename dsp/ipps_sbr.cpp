@@ -1,0 +1,175 @@
+#include "ipps_sbr.h"
+
+#include <cmath>
+#include <complex>
+
+#include "fft_plan.h"
+#include "kernels.h"
+#include "qmf_plan.h"
+#include "qmf_window.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+// The DCT of type IV that a bank rests on, its result times `scale`.
+void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& spec) {
+  spec = {};
+  spec.bands = bands;
+  Ipp32s values = 0;
+  spec.passCount = LayOutFftPasses(bands / 2, 0, spec.passes, &values);
+  for (Ipp32s i = 0; i < spec.passCount; ++i) {
+    FillTwiddles(spec.passes[i], spec.twiddles);
+    spec.passes[i].span *= kQmfBatch;
+  }
+  for (Ipp32s i = 0; i < bands / 2; ++i) {
+    const double angle = kPi / bands * (i + 0.125);
+    spec.after[0][i] = static_cast<Ipp32f>(std::cos(angle));
+    spec.after[1][i] = static_cast<Ipp32f>(std::sin(angle));
+    spec.before[0][i] = static_cast<Ipp32f>(scale * std::cos(angle));
+    spec.before[1][i] = static_cast<Ipp32f>(scale * std::sin(angle));
+  }
+}
+
+// Subband k turns by step * (k + 1/2), clockwise.
+void PrepareRotation(double step, IppsFilterSpec_SBR_32f& spec) {
+  spec.rotates = 1;
+  for (Ipp32s k = 0; k < kIppsSbrAnalysisBands; ++k) {
+    spec.rotation[0][k] = static_cast<Ipp32f>(std::cos(step * (k + 0.5)));
+    spec.rotation[1][k] = static_cast<Ipp32f>(std::sin(step * (k + 0.5)));
+  }
+}
+
+// Banks of half the bands take every other value of the window.
+void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& spec) {
+  const Ipp32s stride = kIppsSbrBands / spec.bands;
+  for (Ipp32s k = 0; k < spec.bands; ++k) {
+    for (Ipp32s lag = 0; lag < kQmfTaps; ++lag)
+      spec.taps[k][lag] = kQmfWindow[stride * (spec.bands * lag + k)];
+  }
+}
+
+bool IsServed(std::size_t slots) {
+  return slots >= 1 && slots <= kIppsSbrSlots;
+}
+
+IppStatus Synthesise(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots, Ipp32f* destination,
+                     IppsSynthesisState_SBR_32f* state, const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
+  if (source == nullptr || destination == nullptr || state == nullptr || spec == nullptr || work == nullptr) {
+    return ippStsNullPtrErr;
+  }
+  if (!IsServed(slots)) return ippStsSizeErr;
+  ActiveKernels().qmfSynthesis(*spec, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
+  return ippStsNoErr;
+}
+
+using Complex = std::complex<double>;
+
+Complex Wide(const Ipp32fc& value) {
+  return {value.re, value.im};
+}
+
+Ipp32fc Narrow(const Complex& value) {
+  return {static_cast<Ipp32f>(value.real()), static_cast<Ipp32f>(value.imag())};
+}
+
+}  // namespace
+
+std::size_t ippsFilterGetSize_SBR_32f() {
+  return sizeof(IppsFilterSpec_SBR_32f);
+}
+
+std::size_t ippsFilterGetWorkSize_SBR_32f() {
+  return kQmfWorkFloats * sizeof(Ipp32f);
+}
+
+// X[k] = 2 sum u[n] e^(i pi / 64 (k + 1/2) (2n - 1/2)): with 2n - 1/2 = 2 (n + 1/2) - 3/2 the kernel of
+// transforms of type IV, turned by 3/2 pi / 64.
+IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory) {
+  if (spec == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *spec = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrAnalysisBands, 2, **spec);
+  PrepareRotation(1.5 * kPi / 64, **spec);
+  // u[n], n < 64, by n and lag: n and 63 - n take turns in the lags.
+  for (Ipp32s n = 0; n < 32; ++n) {
+    for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
+      const Ipp32s at = lag % 2 == 0 ? n : 63 - n;
+      (*spec)->taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
+    }
+  }
+  return ippStsNoErr;
+}
+
+// v[n] = 1 / 64 sum Re(X[k] e^(i pi / 128 (k + 1/2) (2n - 255))): 2n - 255 = 2 (n + 1/2) - 256, where the
+// last term turns the sign.
+IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory) {
+  if (spec == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *spec = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrBands, 1.0 / 64, **spec);
+  PrepareSynthesisTaps(**spec);
+  return ippStsNoErr;
+}
+
+// v[n] = 1 / 64 sum Re(X[k] e^(i pi / 64 (k + 1/2) (2n - 127.5))): the same with a turn by 1/2 pi / 64.
+IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory) {
+  if (spec == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *spec = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrAnalysisBands, 1.0 / 64, **spec);
+  PrepareRotation(0.5 * kPi / 64, **spec);
+  PrepareSynthesisTaps(**spec);
+  return ippStsNoErr;
+}
+
+IppStatus ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(const Ipp32f* source, std::size_t slots,
+                                                  Ipp32fc (*destination)[kIppsSbrBands],
+                                                  IppsAnalysisState_SBR_32f* state,
+                                                  const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
+  if (source == nullptr || destination == nullptr || state == nullptr || spec == nullptr || work == nullptr) {
+    return ippStsNullPtrErr;
+  }
+  if (!IsServed(slots)) return ippStsSizeErr;
+  ActiveKernels().qmfAnalysis(*spec, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
+  return ippStsNoErr;
+}
+
+IppStatus ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots,
+                                                   Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
+                                                   const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
+  return Synthesise(source, slots, destination, state, spec, work);
+}
+
+IppStatus ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[kIppsSbrBands],
+                                                       std::size_t slots, Ipp32f* destination,
+                                                       IppsSynthesisState_SBR_32f* state,
+                                                       const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
+  return Synthesise(source, slots, destination, state, spec, work);
+}
+
+IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length,
+                                         std::size_t bands, Ipp32fc* alpha0, Ipp32fc* alpha1) {
+  if (source == nullptr || alpha0 == nullptr || alpha1 == nullptr) return ippStsNullPtrErr;
+  if (length < 2 || bands > kIppsSbrAnalysisBands) return ippStsSizeErr;
+  Covariance covariance;
+  ActiveKernels().covariance(source, length, bands, covariance);
+  for (std::size_t k = 0; k < bands; ++k) {
+    const auto at = [&](const Ipp32f(&parts)[2][kIppsSbrAnalysisBands]) {
+      return Complex(parts[0][k], parts[1][k]);
+    };
+    // All sums but the ends' terms, which the kernel leaves out where they differ.
+    const Complex first = Wide(source[0][k]), second = Wide(source[1][k]);
+    const Complex lastButOne = Wide(source[length][k]), last = Wide(source[length + 1][k]);
+    const Complex phi01 = at(covariance.lag1) + last * std::conj(lastButOne);
+    const Complex phi12 = at(covariance.lag1) + second * std::conj(first);
+    const Complex phi02 = at(covariance.lag2);
+    const double phi11 = covariance.power[k] + std::norm(lastButOne);
+    const double phi22 = covariance.power[k] + std::norm(first);
+
+    const double d = phi22 * phi11 - std::norm(phi12) / (1 + 1e-6);
+    const Complex a1 = d == 0 ? Complex() : (phi01 * phi12 - phi02 * phi11) / d;
+    const Complex a0 = phi11 == 0 ? Complex() : -(phi01 + a1 * std::conj(phi12)) / phi11;
+    const bool stable = std::norm(a0) < 16 && std::norm(a1) < 16;
+    alpha0[k] = stable ? Narrow(a0) : Ipp32fc{};
+    alpha1[k] = stable ? Narrow(a1) : Ipp32fc{};
+  }
+  return ippStsNoErr;
+}

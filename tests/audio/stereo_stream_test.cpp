@@ -1,0 +1,169 @@
+// Streams with parametric stereo, whole, against the witness.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "aac_generator.h"
+#include "aac_streams.h"
+
+namespace {
+
+using std::filesystem::path;
+
+// Decodes at the doubled sampling frequency.
+Samples Decode(const Bytes& stream, std::uint32_t channels = 0) {
+  return TestDecoder(channels, 0).DecodeAll(stream);
+}
+
+// Of the difference to the witness, over one channel of two.
+double Rms(const Samples& ours, const std::vector<float>& witness, std::size_t channel) {
+  EXPECT_EQ(witness.size(), ours.size());
+  double sum = 0;
+  const std::size_t count = std::min(ours.size(), witness.size());
+  for (std::size_t i = channel; i < count; i += 2) {
+    const double difference = ours[i] - std::clamp(witness[i], -32768.0f, 32767.0f);
+    sum += difference * difference;
+  }
+  return std::sqrt(2 * sum / static_cast<double>(count));
+}
+
+void ExpectLikeFfmpeg(const Bytes& stream, double limit = 1.0) {
+  TempFolder folder;
+  writeFile(folder.file("a.aac"), stream);
+  const std::vector<float> witness = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
+  const Samples ours = Decode(stream);
+  for (std::size_t channel = 0; channel < 2; ++channel)
+    EXPECT_LT(Rms(ours, witness, channel), limit) << channel;
+}
+
+TEST(StereoStream, DecodesAnEncodersLikeFfmpeg) {
+  const path file = path(VL_TEST_DATA) / "he_v2_48k.aac";
+  ExpectLikeFfmpeg(readFile(file));
+}
+
+TEST(StereoStream, DecodesAccessUnitsOfAConfigurationThatSignalsIt) {
+  const path file = path(VL_TEST_DATA) / "he_v2_48k_explicit.mp4";
+  TempFolder folder;
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-i", file.string(), "-c", "copy", folder.file("a.aac")});
+  // Parametric stereo, 24 kHz, one channel, 48 kHz, AAC-LC.
+  TestDecoder decoder(Bytes{0xEB, 0x09, 0x88}, 0);
+  Samples ours;
+  for (const Bytes& frame : SplitAdts(readFile(folder.file("a.aac")))) {
+    ASSERT_EQ(0, decoder.Decode(Bytes(frame.begin() + 7, frame.end())));
+    ours.insert(ours.end(), decoder.Last().begin(), decoder.Last().end());
+  }
+  const std::vector<float> witness = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
+  for (std::size_t channel = 0; channel < 2; ++channel)
+    EXPECT_LT(Rms(ours, witness, channel), 1.0) << channel;
+}
+
+constexpr int kBlocks = 60;
+
+// Random blocks; `ps(i)` is what block i carries.
+Bytes Generate(unsigned seed, std::function<std::optional<PsGeneratorOptions>(int)> ps) {
+  GeneratorOptions options;
+  options.samplingIndex = 6;
+  options.elements = {{GeneratedElement::kSce, 0}};
+  options.sbr = SbrGeneratorOptions{.otherExtensions = false, .ps = std::move(ps)};
+  AacGenerator generator(seed, options);
+  Bytes stream;
+  for (int i = 0; i < kBlocks; ++i)
+    stream = stream + WrapAdts({generator.NextBlock()}, {.samplingIndex = 6, .channelConfiguration = 1});
+  return stream;
+}
+
+class Modes : public testing::TestWithParam<std::tuple<int, int>> {};
+
+TEST_P(Modes, DecodeLikeFfmpeg) {
+  const auto [iid, icc] = GetParam();
+  const PsGeneratorOptions options{.iidMode = iid,
+                                   .iccMode = icc,
+                                   .otherExtension = true,
+                                   .variableBorders = true,
+                                   .emptyFrames = true,
+                                   .headerPeriod = 5};
+  ExpectLikeFfmpeg(Generate(1, [&](int) { return options; }));
+}
+
+TEST_P(Modes, DecodeWithPhasesLikeFfmpeg) {
+  const auto [iid, icc] = GetParam();
+  const PsGeneratorOptions options{
+      .iidMode = iid, .iccMode = icc, .phases = true, .variableBorders = true, .headerPeriod = 5};
+  ExpectLikeFfmpeg(Generate(2, [&](int) { return options; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Modes, testing::Combine(testing::Range(-1, 6), testing::Range(-1, 6)));
+
+TEST(StereoStream, ModesThatChangeDecodeLikeFfmpeg) {
+  ExpectLikeFfmpeg(Generate(3, [](int block) {
+    return PsGeneratorOptions{.iidMode = block / 3 % 7 - 1,
+                              .iccMode = block / 5 % 7 - 1,
+                              .phases = block % 4 < 2,
+                              .variableBorders = true};
+  }));
+}
+
+TEST(StereoStream, BlocksWithoutAPayloadDecodeLikeFfmpeg) {
+  ExpectLikeFfmpeg(Generate(
+      4, [](int block) { return block % 3 == 0 ? std::optional(PsGeneratorOptions{}) : std::nullopt; }));
+}
+
+std::optional<PsGeneratorOptions> None(int /*block*/) {
+  return std::nullopt;
+}
+std::optional<PsGeneratorOptions> Coarse(int /*block*/) {
+  return PsGeneratorOptions{.iidMode = 0, .iccMode = 0};
+}
+
+TEST(StereoStream, StaysOutWhereOneChannelIsAskedFor) {
+  const Samples with = Decode(Generate(5, Coarse), 1);
+  EXPECT_EQ(2048u * kBlocks, with.size());
+  EXPECT_EQ(Decode(Generate(5, None), 1), with);
+}
+
+TEST(StereoStream, StartsWithItsFirstPayload) {
+  const Samples without = Decode(Generate(6, None), 2);
+  const Samples late =
+      Decode(Generate(6, [](int block) { return block < 10 ? None(block) : Coarse(block); }), 2);
+  ASSERT_EQ(without.size(), late.size());
+  // Both channels are the one that there is, until the parameters come.
+  const auto start = late.begin() + 2 * 2048 * 10;
+  EXPECT_TRUE(std::equal(late.begin(), start, without.begin()));
+  bool alike = true;
+  for (auto at = start; at != late.end(); at += 2) alike &= at[0] == at[1];
+  EXPECT_FALSE(alike);
+}
+
+TEST(StereoStream, HasTwoChannelsFromItsFirstPayloadOnWhereNoneAreAskedFor) {
+  const auto frames =
+      SplitAdts(Generate(7, [](int block) { return block < 1 ? None(block) : Coarse(block); }));
+  TestDecoder decoder(0, 0);
+  ASSERT_EQ(0, decoder.Decode(frames[0]));
+  EXPECT_EQ(2048u, decoder.Last().size());
+  ASSERT_EQ(0, decoder.Decode(frames[1]));
+  EXPECT_EQ(4096u, decoder.Last().size());
+  UMC::AACDecoderParams info;
+  ASSERT_EQ(0, decoder.Decoder().GetInfo(&info));
+  EXPECT_EQ(2u, info.m_output.channels);
+  EXPECT_EQ(3u, info.m_output.channelMask);
+  EXPECT_EQ(1u, info.m_input.channels);
+}
+
+TEST(StereoStream, IsSettledOnceNothingRestsOnWhatWasNotSeen) {
+  const auto frames = SplitAdts(Generate(8, [](int) { return PsGeneratorOptions{.headerPeriod = 20}; }));
+  TestDecoder decoder(2, 0);
+  ASSERT_EQ(0, decoder.Decode(frames[0]));
+  EXPECT_FALSE(decoder.Decoder().Settled());
+  for (std::size_t i = 1; i < 16; ++i) ASSERT_EQ(0, decoder.Decode(frames[i]));
+  EXPECT_TRUE(decoder.Decoder().Settled());
+  ASSERT_EQ(0, decoder.Decoder().Reset());
+  // The next header of parametric stereo comes with block 20.
+  for (std::size_t i = 16; i < 36; ++i) {
+    ASSERT_EQ(0, decoder.Decode(frames[i]));
+    EXPECT_FALSE(decoder.Decoder().Settled()) << i;
+  }
+  for (std::size_t i = 36; i < 60; ++i) ASSERT_EQ(0, decoder.Decode(frames[i]));
+  EXPECT_TRUE(decoder.Decoder().Settled());
+}
+
+}  // namespace
