@@ -61,6 +61,6 @@ struct WorkArea {
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 
 // Both together, for a stereo stream or any other.
-static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 400 * 1024);
+static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 448 * 1024);
 
 }  // namespace UMC::aac
