@@ -36,9 +36,9 @@ void PsGenerator::WriteIndices(const Parameter& parameter, std::size_t envelope,
   bits.Write(inTime ? 1 : 0, 1);
   Note(parameter.name + (inTime ? " in time" : " in frequency"));
   for (int band = 0; band < parameter.bands; ++band) {
-    const int index =
-        Random(0, 3) != 0 && band > 0 ? indices[band - 1] : Random(parameter.lowest, parameter.highest);
     const int reference = inTime ? earlier[band] : band > 0 ? indices[band - 1] : 0;
+    // Mostly the same: payloads have to fit into fill elements.
+    const int index = Random(0, 4) != 0 ? reference : Random(parameter.lowest, parameter.highest);
     const int difference = parameter.wraps ? (index - reference + 8) % 8 : index - reference;
     const IppsVLCTable_32s& word = parameter.codes[inTime ? 1 : 0][difference - parameter.smallestDifference];
     bits.Write(static_cast<unsigned>(word.code), static_cast<unsigned>(word.length));

@@ -25,6 +25,8 @@ class PsGenerator {
  public:
   explicit PsGenerator(unsigned seed) : m_random(seed) {}
 
+  // Draws other payloads from here on.
+  void Reseed(unsigned seed) { m_random.seed(seed); }
   // Appends a payload.
   void Write(const PsGeneratorOptions& options, BitWriter& bits);
 

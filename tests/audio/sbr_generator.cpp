@@ -67,6 +67,7 @@ std::vector<std::uint8_t> SbrGenerator::NextPayload() {
     const auto random = m_random;
     *this = before;
     m_random = random;
+    m_ps.Reseed(static_cast<unsigned>(m_random()));
   }
 }
 

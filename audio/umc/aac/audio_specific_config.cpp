@@ -102,7 +102,8 @@ bool ParseAudioSpecificConfig(const std::uint8_t* data, std::size_t size, AudioS
   // The lossless coder has a configuration of its own, and nothing here depends on it.
   if (config.objectType == kObjectAls) return !stream.Overrun();
   if (!IsGeneralAudio(config.objectType) || !ParseGeneralAudio(stream, config)) return false;
-  if (stream.Overrun()) return false;
+  // Some files leave off the last bit, extensionFlag, where it would begin a byte.
+  if (stream.Position() > 8 * size + 1) return false;
   if (!config.sbrSignalled) ParseTrailingExtension(stream, config);
   return true;
 }
