@@ -34,8 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool hasHighBand =
         ReadSbrPayload(format, stream, payload, channels, area->elements[0], area->channels, area->scratch);
     for (int i = 0; i < channels; ++i) {
-      DecodeSbrChannel(format, area->elements[0], hasHighBand, i, core[i], area->channels[i], area->scratch,
-                       area->output[i]);
+      AssembleSbrChannel(format, area->elements[0], hasHighBand, i, core[i], area->channels[i],
+                         area->scratch);
+      SynthesiseSbrChannel(format, area->channels[i], area->scratch, area->output[i]);
       const int count = format.downSampled ? format.coreFrameLength : 2 * format.coreFrameLength;
       if (!std::all_of(area->output[i], area->output[i] + count, [](float x) { return std::isfinite(x); }))
         std::abort();

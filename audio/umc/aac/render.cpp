@@ -114,7 +114,8 @@ void ReplicateBands(const DecoderState& state, const RawDataBlock& block, const 
     for (int c = 0; c < count; ++c) {
       const float*& signal = samples[element.firstChannel + c];
       float* output = sbr.output[element.firstChannel + c];
-      DecodeSbrChannel(format, sbr.elements[i], hasHighBand, c, signal, channels[c], sbr.scratch, output);
+      AssembleSbrChannel(format, sbr.elements[i], hasHighBand, c, signal, channels[c], sbr.scratch);
+      SynthesiseSbrChannel(format, channels[c], sbr.scratch, output);
       signal = output;
     }
   }

@@ -80,9 +80,15 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
 bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
                SbrScratch& scratch);
 
-// Makes the output of the element's channel `index` from its core samples: with the high band that
-// ReadSbrPayload has left in `scratch`, or (`hasHighBand` false) the core's own band alone.
-void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
-                      const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output);
+// Makes the QMF samples of the element's channel `index` from its core samples: with the high band that
+// ReadSbrPayload has left in `scratch`, or (`hasHighBand` false) the core's own band alone. They are left in
+// `scratch.rows`, output slot i in row i + kSbrAdjustSlots; behind the frame's, the core's band of
+// kSbrAheadSlots more slots follows.
+void AssembleSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
+                        const float* core, SbrChannelState& channel, SbrScratch& scratch);
+
+// Makes the output of the QMF samples in `scratch.rows`.
+void SynthesiseSbrChannel(const SbrFormat& format, SbrChannelState& channel, SbrScratch& scratch,
+                          float* output);
 
 }  // namespace UMC::aac
