@@ -22,6 +22,8 @@ struct SbrGeneratorOptions {
   bool headerChanges = true;  // bands change now and then
   bool timeCoding = true;     // differences over time
   bool smoothing = true;      // may be on
+  int headerPercent = 20;     // of the frames behind the first that repeat the header
+  bool sendHeader = true;     // else the data stand without the header that they follow
   bool crc = false;
   bool otherExtensions = true;  // unknown ones
   int coupledPercent = 50;      // of the frames of a pair
