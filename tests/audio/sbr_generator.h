@@ -27,7 +27,6 @@ struct SbrGeneratorOptions {
   bool crc = false;
   bool otherExtensions = true;  // unknown ones
   int coupledPercent = 50;      // of the frames of a pair
-  int headerPercent = 20;       // of the frames
   int timeCodingPercent = 50;   // of what may be differences over time
   // Of a single channel's frame, counted from 0: the payload of parametric stereo, if it has one.
   std::function<std::optional<PsGeneratorOptions>(int)> ps;
