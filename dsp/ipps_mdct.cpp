@@ -12,7 +12,7 @@ constexpr double kPi = 3.14159265358979323846;
 
 // Splits the transform into its passes, without their constants. Returns the count of values that the plan
 // holds, or 0 for a length that is not served.
-std::size_t LayOut(Ipp32s length, IppsMDCTInvSpec_32f& plan) {
+std::size_t LayOut(Ipp32s length, MdctPlan& plan) {
   if (length < 16 || length % 16 != 0 || length > 65536) return 0;
   plan = {};
   plan.length = length;
@@ -22,25 +22,25 @@ std::size_t LayOut(Ipp32s length, IppsMDCTInvSpec_32f& plan) {
   return plan.passCount == 0 ? 0 : static_cast<std::size_t>(values);
 }
 
-}  // namespace
-
-IppStatus ippsMDCTInvGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
+// `workValues` is the count of values that a call works in.
+IppStatus GetSize(Ipp32s length, Ipp32s workValues, Ipp32s* planBytes, Ipp32s* workBytes) {
   if (planBytes == nullptr || workBytes == nullptr) return ippStsNullPtrErr;
-  IppsMDCTInvSpec_32f plan;
+  MdctPlan plan;
   const std::size_t values = LayOut(length, plan);
   if (values == 0) return ippStsSizeErr;
   *planBytes = static_cast<Ipp32s>(sizeof plan + values * sizeof(Ipp32f));
-  *workBytes = length / 2 * static_cast<Ipp32s>(sizeof(Ipp32f));
+  *workBytes = workValues * static_cast<Ipp32s>(sizeof(Ipp32f));
   return ippStsNoErr;
 }
 
-IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* memory) {
+// Prepares a transform that multiplies by `scale`.
+template <class Plan>
+IppStatus Init(Plan** plan, Ipp32s length, double scale, Ipp8u* memory) {
   if (plan == nullptr || memory == nullptr) return ippStsNullPtrErr;
-  auto* made = reinterpret_cast<IppsMDCTInvSpec_32f*>(memory);
+  auto* made = reinterpret_cast<Plan*>(memory);
   if (LayOut(length, *made) == 0) return ippStsSizeErr;
 
   auto* values = reinterpret_cast<Ipp32f*>(made + 1);
-  const double scale = 2.0 / length;
   for (Ipp32s k = 0; k < made->points; ++k) {
     const double angle = 2 * kPi * (k + 0.125) / length;
     values[k] = static_cast<Ipp32f>(scale * std::cos(angle));
@@ -53,11 +53,38 @@ IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* 
   return ippStsNoErr;
 }
 
+}  // namespace
+
+IppStatus ippsMDCTInvGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
+  return GetSize(length, length / 2, planBytes, workBytes);
+}
+
+IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* memory) {
+  return Init(plan, length, 2.0 / length, memory);
+}
+
 IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTInvSpec_32f* plan,
                           Ipp8u* work) {
   if (source == nullptr || destination == nullptr || plan == nullptr || work == nullptr) {
     return ippStsNullPtrErr;
   }
   ActiveKernels().mdctInverse(*plan, source, destination, reinterpret_cast<Ipp32f*>(work));
+  return ippStsNoErr;
+}
+
+IppStatus ippsMDCTFwdGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
+  return GetSize(length, length, planBytes, workBytes);
+}
+
+IppStatus ippsMDCTFwdInit_32f(IppsMDCTFwdSpec_32f** plan, Ipp32s length, Ipp8u* memory) {
+  return Init(plan, length, 2.0, memory);
+}
+
+IppStatus ippsMDCTFwd_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTFwdSpec_32f* plan,
+                          Ipp8u* work) {
+  if (source == nullptr || destination == nullptr || plan == nullptr || work == nullptr) {
+    return ippStsNullPtrErr;
+  }
+  ActiveKernels().mdctForward(*plan, source, destination, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
 }

@@ -1,10 +1,11 @@
-// The inverse modified discrete cosine transform (ISO/IEC 14496-3, 4.6.11; ATSC A/52, 7.9).
+// The modified discrete cosine transform and its inverse (ISO/IEC 14496-3, 4.6.11; ATSC A/52, 7.9).
 #pragma once
 
 #include "ipps_types.h"
 
-// A prepared transform: plain data that may be moved as a block of bytes between calls.
+// Prepared transforms: plain data that may be moved as a block of bytes between calls.
 struct IppsMDCTInvSpec_32f;
+struct IppsMDCTFwdSpec_32f;
 
 // Bytes that the prepared transform of `length` samples and the work buffer of one call take. The length is
 // a multiple of 16 whose quarter has no prime factors but 2, 3 and 5; anything else is ippStsSizeErr.
@@ -18,4 +19,14 @@ IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* 
 // 0 <= i < N = length: reads N / 2 coefficients, writes N samples, neither windowed nor overlapped. The
 // areas must not overlap.
 IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTInvSpec_32f* plan,
+                          Ipp8u* work);
+
+// The same for the forward transform.
+IppStatus ippsMDCTFwdGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes);
+IppStatus ippsMDCTFwdInit_32f(IppsMDCTFwdSpec_32f** plan, Ipp32s length, Ipp8u* memory);
+
+// X[k] = 2 * sum over i of x[i] * cos(2 pi / N * (i + n0) * (k + 1/2)), n0 = (N / 2 + 1) / 2, for
+// 0 <= k < N / 2, N = length: reads N samples, windowed already, and writes N / 2 coefficients. The areas
+// must not overlap.
+IppStatus ippsMDCTFwd_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTFwdSpec_32f* plan,
                           Ipp8u* work);

@@ -20,10 +20,10 @@ struct FftPass {
 
 inline constexpr int kMaxFftPasses = 8;
 
-// The prepared constants of an inverse MDCT. The values follow the record in memory, so that a plan may be
-// moved as a block of bytes.
-struct IppsMDCTInvSpec_32f {
-  Ipp32s length;  // samples of the windowed result, twice the coefficients
+// The prepared constants of an MDCT, either way. The values follow the record in memory, so that a plan may
+// be moved as a block of bytes.
+struct MdctPlan {
+  Ipp32s length;  // samples of the window, twice the coefficients
   Ipp32s points;  // length / 4: the transform rests on a complex one of this size
   Ipp32s passCount;
   Ipp32s reserved;
@@ -33,6 +33,9 @@ struct IppsMDCTInvSpec_32f {
   // `points` each, then the twiddle factors.
   [[nodiscard]] const Ipp32f* Values() const { return reinterpret_cast<const Ipp32f*>(this + 1); }
 };
+
+struct IppsMDCTInvSpec_32f : MdctPlan {};
+struct IppsMDCTFwdSpec_32f : MdctPlan {};
 
 // Sums over time of products of QMF samples x[1] to x[length - 1] of `length` + 2, by subband; real and
 // imaginary parts apart.
@@ -45,8 +48,9 @@ struct Covariance {
 // Sizes are in elements; pointers need no alignment.
 struct Kernels {
   // See ippsMDCTInv_32f; `work` holds length / 2 values.
-  void (*mdctInverse)(const IppsMDCTInvSpec_32f& plan, const Ipp32f* source, Ipp32f* destination,
-                      Ipp32f* work);
+  void (*mdctInverse)(const MdctPlan& plan, const Ipp32f* source, Ipp32f* destination, Ipp32f* work);
+  // See ippsMDCTFwd_32f; `work` holds length values.
+  void (*mdctForward)(const MdctPlan& plan, const Ipp32f* source, Ipp32f* destination, Ipp32f* work);
   // See ippsOverlapAdd_32f.
   void (*overlapAdd)(const Ipp32f* tail, const Ipp32f* head, const Ipp32f* rise, Ipp32f* destination,
                      std::size_t length);

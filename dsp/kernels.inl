@@ -206,11 +206,11 @@ inline void FirstPass(const FftPass& pass, const float* twiddles, const float* r
   });
 }
 
-// The inverse MDCT as a DCT of type IV by a complex transform of a quarter of the length, between two
-// rotations, then unfolded. `work` and the start of `destination` take turns as the passes' buffers such
-// that the last pass ends in `work`.
-inline void MdctInverse(const IppsMDCTInvSpec_32f& plan, const float* source, float* destination,
-                        float* work) {
+// The DCT of type IV by a complex transform of half its size between two rotations: from `source` to a form
+// y with y[2i] = work[i] and y[2i + 1] = -work[2n - 1 - i], n being the plan's points. `work` and `buffer`,
+// 2n values each, take turns as the passes' buffers such that the last pass ends in `work`; `source` is
+// neither.
+inline void DctFour(const MdctPlan& plan, const float* source, float* buffer, float* work) {
   const auto n = static_cast<std::size_t>(plan.points);
   const std::size_t coefficients = 2 * n;
   const float* preCos = plan.Values();
@@ -218,8 +218,8 @@ inline void MdctInverse(const IppsMDCTInvSpec_32f& plan, const float* source, fl
   const float* postCos = preSin + n;
   const float* postSin = postCos + n;
 
-  float* in = plan.passCount % 2 == 0 ? work : destination;
-  float* out = plan.passCount % 2 == 0 ? destination : work;
+  float* in = plan.passCount % 2 == 0 ? work : buffer;
+  float* out = plan.passCount % 2 == 0 ? buffer : work;
   ForLanes(0, n, [=](auto lanes, std::size_t k) VL_LANES_ATTR {
     using L = decltype(lanes);
     typename L::V even, odd, unused;
@@ -257,9 +257,15 @@ inline void MdctInverse(const IppsMDCTInvSpec_32f& plan, const float* source, fl
     L::Store(L::MulAdd(b, s, L::Mul(a, c)), re + k);
     L::Store(L::NegMulAdd(a, s, L::Mul(b, c)), im + k);
   });
+}
 
-  // With y[2i] = re[i] and y[2i + 1] = -im[n - 1 - i]: the upper half of y, then all of it backwards and
-  // negated, then the lower half negated.
+// The inverse MDCT: a DCT of type IV, unfolded.
+inline void MdctInverse(const MdctPlan& plan, const float* source, float* destination, float* work) {
+  DctFour(plan, source, destination, work);
+  const auto n = static_cast<std::size_t>(plan.points);
+  const float* re = work;
+  const float* im = work + n;
+  // The upper half of y, then all of it backwards and negated, then the lower half negated.
   ForLanes(n / 2, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     const auto mirrored = L::Reverse(L::Load(im + n - i - L::Count()));
@@ -274,6 +280,27 @@ inline void MdctInverse(const IppsMDCTInvSpec_32f& plan, const float* source, fl
     using L = decltype(lanes);
     const auto mirrored = L::Reverse(L::Load(im + n - i - L::Count()));
     L::StorePairs(L::Neg(L::Load(re + i)), mirrored, destination + 3 * n + 2 * i);
+  });
+}
+
+// The forward MDCT: the window's quarters a, b, c, d folded to -c' - d and a - b', ' meaning backwards, then
+// a DCT of type IV.
+inline void MdctForward(const MdctPlan& plan, const float* source, float* destination, float* work) {
+  const auto n = static_cast<std::size_t>(plan.points);
+  float* folded = work + 2 * n;
+  ForLanes(0, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto backwards = [=](std::size_t end) VL_LANES_ATTR {
+      return L::Reverse(L::Load(source + end - i - L::Count()));
+    };
+    L::Store(L::Neg(L::Add(backwards(3 * n), L::Load(source + 3 * n + i))), folded + i);
+    L::Store(L::Sub(L::Load(source + i), backwards(2 * n)), folded + n + i);
+  });
+  DctFour(plan, folded, destination, work);
+  ForLanes(0, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto mirrored = L::Reverse(L::Load(work + 2 * n - i - L::Count()));
+    L::StorePairs(L::Load(work + i), L::Neg(mirrored), destination + 2 * i);
   });
 }
 

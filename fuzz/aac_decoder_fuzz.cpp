@@ -1,5 +1,6 @@
 // The AAC decoder on hostile bytes. The first byte says how: its lowest bit whether a configuration of up to
-// 63 bytes, whose length the next bits tell, comes first.
+// 63 bytes, whose length the next bits tell, comes first; the bit above asks for two channels and for twice
+// the core's frequency where there is spectral band replication.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -20,6 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   configData.SetDataSize(config.size());
   UMC::AACDecoderParams params;
   params.m_output.channels = (data[0] & 2) != 0 ? 2 : 0;
+  params.m_sbrDownSampled = (data[0] & 2) != 0 ? 0 : 1;
   if (configured) {
     params.m_input.streamType = UMC::UMC_STREAM_AAC_CONFIGURED;
     params.m_configuration = &configData;
@@ -27,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   UMC::AACDecoder decoder;
   if (decoder.Init(&params) != UMC::UMC_OK) return 0;
 
-  static std::vector<std::uint8_t> room(4 * 8 * 1024 * 2);
+  static std::vector<std::uint8_t> room(4 * 8 * 2048 * 2);
   input.SetBufferPointer(bytes.data(), bytes.size());
   input.SetDataSize(bytes.size());
   for (std::uint64_t left = bytes.size() + 1; input.GetDataSize() < left;) {

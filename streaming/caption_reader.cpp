@@ -12,6 +12,11 @@ namespace {
 constexpr std::uint32_t kCdat = Mp4FourCc("cdat");
 constexpr std::size_t kBoxHeader = 8;
 
+int fail() {
+  messages::reportIndexError(messages::kNoVideoChunk);
+  return -1;
+}
+
 // The place of the current sample's bytes, counted from the current run's first byte.
 //
 // Intended: the place inside the run is not added, and runs after the first are taken from behind as many
@@ -33,11 +38,11 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
   const std::uint64_t size = cursor.sampleSize();
   if (place < 0 || static_cast<std::uint64_t>(place) > trackBytes ||
       size > trackBytes - static_cast<std::uint64_t>(place)) {
-    return -1;
+    return fail();
   }
   const std::uint64_t offset = addSaturated(cursor.runOffset(), static_cast<std::uint64_t>(place));
   const std::uint64_t fileSize = index.stream().size();
-  if (offset > fileSize || size > fileSize - offset) return -1;
+  if (offset > fileSize || size > fileSize - offset) return fail();
   try {
     reader.buffer.resize(std::max<std::size_t>(reader.buffer.size(), size));
   } catch (const std::bad_alloc&) {
@@ -45,21 +50,26 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
     messages::reportPlain(messages::kNoCaptionMemory);
     return -1;
   }
-  if (ReadThroughWindow(index, cursor, offset, size, reader.buffer.data()) < 0) return -1;
+  if (ReadThroughWindow(index, cursor, offset, size, reader.buffer.data()) < 0) return fail();
   const bool boxed = size >= kBoxHeader && Mp4LoadU32(reader.buffer.data() + 4) == kCdat;
   reader.consumed = boxed ? kBoxHeader : 0;
   reader.pending = size - reader.consumed;
   return 0;
 }
 
-// Moves on to the next sample: of this run, of the next, or of the next fragment with captions. `start`
-// receives the frame at which it plays. Returns 0 or -1.
+// Moves on to the next sample: of this run, of the next, or of the next fragment whose captions last at least
+// a frame. `start` receives the frame at which it plays. Returns 0 or -1.
 int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& start) {
   TrackCursor& cursor = reader.cursor;
   start = cursor.position + framesOf(cursor.sampleDuration(), cursor.timescale, index.frameRate());
   cursor.nextSample();
   const Mp4Box* fragment = cursor.moof;
-  if (AdvanceRun(index, true, cursor) != Advance::Ready) return -1;
+  while (cursor.atRunEnd()) {
+    const bool lastRun = cursor.trunIndex + 1 == cursor.truns.size();
+    const std::uint32_t next =
+        lastRun ? index.nextCarrying(kCc608Track, cursor.fragmentIndex + 1) : cursor.fragmentIndex;
+    if (LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex + 1, true, cursor) < 0) return -1;
+  }
   if (cursor.moof != fragment) {
     const std::uint64_t frame = FrameOfDecodeTime(index, cursor);
     start = frame > reader.ccBaseFrame ? frame - reader.ccBaseFrame : 0;

@@ -221,6 +221,13 @@ FragmentIndex::Place FragmentIndex::find(TrackRole role, std::uint64_t target) {
   return {entries_[slot].sequence - 1, slot ? sums[slot - 1] : 0};
 }
 
+std::uint32_t FragmentIndex::nextCarrying(TrackRole role, std::uint32_t fragmentIndex) {
+  settle();
+  if (!tracks_[role].present()) return fragmentCount_;
+  const std::size_t slot = std::min(slotAtOrAfter(fragmentIndex), reachable_);
+  return find(role, slot > 0 ? sums_[role][slot - 1] : 0).fragmentIndex;
+}
+
 std::uint64_t FragmentIndex::total(TrackRole role) {
   settle();
   return sums_[role].empty() ? 0 : sums_[role].back();

@@ -77,6 +77,9 @@ class FragmentIndex {
   // The first place at which the running sum of the track's field exceeds `target`; fragmentCount() when
   // it never does. O(log fragments).
   Place find(TrackRole role, std::uint64_t target);
+  // The first place at or after `fragmentIndex` whose field of the track is not 0; fragmentCount() when there
+  // is none. O(log fragments).
+  std::uint32_t nextCarrying(TrackRole role, std::uint32_t fragmentIndex);
   // What all fragments carry of a track: frames, or ticks for audio.
   std::uint64_t total(TrackRole role);
 

@@ -212,8 +212,66 @@ TEST(AacDecoder, TellsUnknownFormsFromShortInput) {
   EXPECT_EQ(-879, decoder.Decode(Bytes(100, 0x55)));
   EXPECT_EQ(2u, decoder.Left());
   EXPECT_EQ(-899, decoder.Decode(Bytes{'A', 'L', 'S', 0, 1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(6u, decoder.Left());
+  EXPECT_EQ(0u, decoder.Left());
   EXPECT_EQ(0, decoder.Decode(Stream(Blocks(Stereo(), 1))));
+}
+
+// The head of a lossless stream of 10000 samples.
+Bytes AlsHead(unsigned resolution, bool everything) {
+  BitWriter bits;
+  bits.Write(0x414C5300, 32);
+  bits.Write(48000, 32);
+  bits.Write(10000, 32);
+  bits.Write(2, 16);  // three channels
+  bits.Write(1, 3);
+  bits.Write(resolution, 3);
+  bits.Write(0, 2);
+  bits.Write(2047, 16);
+  bits.Write(everything ? 1 : 0, 8);
+  bits.Write(everything ? 2 : 0, 2);
+  bits.Write(0x12345, 20);
+  bits.Write(everything ? 7 : 0, 3);
+  bits.Write(0, 6);
+  bits.Write(everything ? 1 : 0, 1);
+  if (everything) {
+    bits.Write(0x1234, 16);
+    bits.Write(0b000110, 6);  // a position of two bits for each channel
+  }
+  bits.Align();
+  bits.Write(3, 32);
+  bits.Write(2, 32);
+  for (int i = 0; i < 5; ++i) bits.Write(0x55, 8);
+  if (everything) {
+    bits.Write(0xDEADBEEF, 32);
+    for (int i = 0; i < 5; ++i) bits.Write(1000, 32);  // random access units of 2048 samples
+    bits.Write(1, 32);
+    bits.Write(0xAA, 8);
+  }
+  return bits.Bytes();
+}
+
+TEST(AacDecoder, ReadsTheHeadOfLosslessStreamsButNotTheirFrames) {
+  const Bytes adts = Stream(Blocks(Stereo(), 1));
+  for (const bool everything : {false, true}) {
+    const Bytes head = AlsHead(1, everything);
+    TestDecoder decoder;
+    EXPECT_EQ(-899, decoder.Decode(head + adts));
+    EXPECT_EQ(adts.size(), decoder.Left());
+    EXPECT_EQ(-899, decoder.Decode(adts)) << "a frame of the lossless stream by now";
+    EXPECT_EQ(adts.size(), decoder.Left());
+    UMC::AudioCodecParams params;
+    EXPECT_EQ(3, decoder.Decoder().GetInfo(&params));
+    for (std::size_t size = 4; size < head.size(); ++size) {
+      TestDecoder cut;
+      EXPECT_EQ(-899, cut.Decode(Bytes(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(size))));
+      EXPECT_EQ(0u, cut.Left());
+      EXPECT_EQ(0, cut.Decode(adts));
+    }
+  }
+  TestDecoder reserved;
+  EXPECT_EQ(-899, reserved.Decode(AlsHead(4, false) + Bytes(10, 0)));
+  EXPECT_EQ(8u + 5 + 10, reserved.Left());
+  EXPECT_EQ(0, reserved.Decode(adts));
 }
 
 TEST(AacDecoder, SkipsGarbageAheadOfAHeader) {

@@ -36,7 +36,10 @@ int ScaleFactorOf(int codebook) {
 }  // namespace
 
 AacGenerator::AacGenerator(unsigned seed, GeneratorOptions options)
-    : m_options(std::move(options)), m_random(seed), m_sequences(m_options.elements.size(), 0) {
+    : m_options(std::move(options)),
+      m_random(seed),
+      m_gainRandom(seed),
+      m_sequences(m_options.elements.size(), 0) {
   for (const auto& element : m_options.elements) {
     if (!m_options.sbr.has_value()) break;
     m_sbr.emplace_back(
@@ -128,13 +131,22 @@ IcsInfo AacGenerator::NextIcs(int element, bool lfe) {
   return ics;
 }
 
-void AacGenerator::WriteIcsInfo(const IcsInfo& ics) {
+void AacGenerator::WriteIcsInfo(const IcsInfo& ics, bool commonWindow, bool right, bool lfe) {
   m_bits.Write(0, 1);
   m_bits.Write(static_cast<unsigned>(ics.sequence), 2);
   m_bits.Write(ics.shape, 1);
   if (!ics.IsShort()) {
     m_bits.Write(ics.maxSfb, 6);
-    m_bits.Write(0, 1);
+    const bool main = m_options.objectType == kObjectMain, ltp = m_options.objectType == kObjectLtp;
+    // Two limits are the witness's. It keeps the flags of bands that a frame does not send, where the
+    // standard has none: Main frames with prediction send all. And it looks for the long-term prediction of
+    // both channels of a pair when the first has predictor data: so has the second then.
+    const bool possible = !lfe && (main ? ics.maxSfb >= ics.bands->predictionBands : ltp);
+    const bool present = possible && (ltp && right ? m_predictorData : Chance(70));
+    m_predictorData = present;
+    m_bits.Write(present ? 1 : 0, 1);
+    if (present && main) WritePrediction(ics);
+    for (int channel = 0; present && ltp && channel < (commonWindow ? 2 : 1); ++channel) WriteLtp(ics);
     return;
   }
   m_bits.Write(ics.maxSfb, 4);
@@ -142,6 +154,55 @@ void AacGenerator::WriteIcsInfo(const IcsInfo& ics) {
     for (int i = 1; i < ics.groupLength[group]; ++i) m_bits.Write(1, 1);
     if (group + 1 < ics.groups) m_bits.Write(0, 1);
   }
+}
+
+void AacGenerator::WritePrediction(const IcsInfo& ics) {
+  const bool reset = Chance(50);
+  m_bits.Write(reset ? 1 : 0, 1);
+  if (reset) {
+    const int group = Random(1, 30);
+    m_bits.Write(static_cast<unsigned>(group), 5);
+    Note("predictor reset");
+  }
+  const int bands = std::min<int>(ics.maxSfb, ics.bands->predictionBands);
+  for (int sfb = 0; sfb < bands; ++sfb) m_bits.Write(static_cast<unsigned>(Random(0, 1)), 1);
+  Note("predicted");
+}
+
+void AacGenerator::WriteLtp(const IcsInfo& ics) {
+  const bool present = Chance(70);
+  m_bits.Write(present ? 1 : 0, 1);
+  if (!present) return;
+  const int lag = Chance(20) ? Random(0, 1) * 2047 : Random(0, 2047);
+  const int coefficient = Random(0, 7);
+  m_bits.Write(static_cast<unsigned>(lag), 11);
+  m_bits.Write(static_cast<unsigned>(coefficient), 3);
+  for (int sfb = 0; sfb < std::min<int>(ics.maxSfb, 40); ++sfb) {
+    m_bits.Write(static_cast<unsigned>(Random(0, 1)), 1);
+  }
+  Note("ltp coefficient " + std::to_string(coefficient));
+  Note("ltp sequence " + std::to_string(static_cast<int>(ics.sequence)));
+}
+
+void AacGenerator::WriteGainControl(const IcsInfo& ics) {
+  const auto random = [this](unsigned high) { return static_cast<unsigned>(m_gainRandom() % (high + 1)); };
+  const auto sequence = static_cast<std::size_t>(ics.sequence);
+  constexpr int kWindows[4] = {1, 2, 8, 2};
+  constexpr unsigned kFirstBits[4] = {5, 4, 2, 4}, kOtherBits[4] = {0, 2, 2, 5};
+  const unsigned bands = random(3);
+  m_bits.Write(bands, 2);
+  for (unsigned band = 0; band < bands; ++band) {
+    for (int window = 0; window < kWindows[sequence]; ++window) {
+      const unsigned adjustments = random(7);
+      m_bits.Write(adjustments, 3);
+      for (unsigned i = 0; i < adjustments; ++i) {
+        m_bits.Write(random(15), 4);
+        const unsigned bits = window == 0 ? kFirstBits[sequence] : kOtherBits[sequence];
+        m_bits.Write(random((1u << bits) - 1), bits);
+      }
+    }
+  }
+  Note("gain control sequence " + std::to_string(sequence));
 }
 
 std::vector<int> AacGenerator::WriteSections(const IcsInfo& ics, bool right) {
@@ -212,7 +273,8 @@ void AacGenerator::WriteTns(const IcsInfo& ics) {
     for (int i = 0; i < filters; ++i) {
       m_bits.Write(static_cast<unsigned>(Random(0, ics.bands->bands)) & (isShort ? 15u : 63u),
                    isShort ? 4 : 6);
-      const int order = Random(0, isShort ? 7 : 12);
+      const int longest = m_options.objectType == kObjectMain ? kMaxTnsOrderMain : kMaxTnsOrderLong;
+      const int order = Random(0, isShort ? kMaxTnsOrderShort : longest);
       m_bits.Write(static_cast<unsigned>(order), isShort ? 3 : 5);
       if (order == 0) continue;
       m_bits.Write(static_cast<unsigned>(Random(0, 1)), 1);
@@ -268,7 +330,7 @@ void AacGenerator::WriteSpectrum(const IcsInfo& ics, const std::vector<int>& cod
 void AacGenerator::WriteChannel(const IcsInfo& ics, bool commonWindow, bool right, bool lfe) {
   const int globalGain = Random(80, 120);
   m_bits.Write(static_cast<unsigned>(globalGain), 8);
-  if (!commonWindow) WriteIcsInfo(ics);
+  if (!commonWindow) WriteIcsInfo(ics, false, right, lfe);
   m_codebooks = WriteSections(ics, commonWindow && right);
   WriteScaleFactors(m_codebooks, globalGain);
   // Pulses lie among the coded lines.
@@ -292,7 +354,9 @@ void AacGenerator::WriteChannel(const IcsInfo& ics, bool commonWindow, bool righ
   const bool tns = m_options.tns && !lfe && Chance(50);
   m_bits.Write(tns ? 1 : 0, 1);
   if (tns) WriteTns(ics);
-  m_bits.Write(0, 1);  // gain_control_data_present
+  const bool gainControl = m_options.objectType == kObjectSsr && m_gainRandom() % 2 != 0;
+  m_bits.Write(gainControl ? 1 : 0, 1);
+  if (gainControl) WriteGainControl(ics);
   WriteSpectrum(ics, m_codebooks);
 }
 
@@ -314,7 +378,7 @@ void AacGenerator::WritePair(const GeneratedElement& element, int index) {
   const IcsInfo ics = NextIcs(index, false);
   IcsInfo rightIcs = ics;
   if (commonWindow) {
-    WriteIcsInfo(ics);
+    WriteIcsInfo(ics, true, false, false);
     const int mask = m_stereoMask = m_options.midSide ? Random(0, 2) : 0;
     m_bits.Write(static_cast<unsigned>(mask), 2);
     for (int i = 0; mask == 1 && i < ics.BandCount(); ++i)

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "audio_specific_config.h"
 #include "bit_writer.h"
 #include "ics_info.h"
 #include "sbr_generator.h"
@@ -19,7 +20,10 @@ struct GeneratedElement {
   int tag = 0;
 };
 
+// The object type decides what else may be in a block: Main has prediction and long TNS filters, LTP
+// long-term prediction, SSR gain control.
 struct GeneratorOptions {
+  int objectType = UMC::aac::kObjectLc;
   int samplingIndex = 3;
   int frameLength = 1024;
   std::vector<GeneratedElement> elements;
@@ -58,7 +62,10 @@ class AacGenerator {
   void Note(const std::string& what);
 
   void WriteBlock();
-  void WriteIcsInfo(const UMC::aac::IcsInfo& ics);
+  void WriteIcsInfo(const UMC::aac::IcsInfo& ics, bool commonWindow, bool right, bool lfe);
+  void WritePrediction(const UMC::aac::IcsInfo& ics);
+  void WriteLtp(const UMC::aac::IcsInfo& ics);
+  void WriteGainControl(const UMC::aac::IcsInfo& ics);
   UMC::aac::IcsInfo NextIcs(int element, bool lfe);
   void WriteChannel(const UMC::aac::IcsInfo& ics, bool commonWindow, bool right, bool lfe);
   std::vector<int> WriteSections(const UMC::aac::IcsInfo& ics, bool right);
@@ -77,9 +84,11 @@ class AacGenerator {
 
   GeneratorOptions m_options;
   std::mt19937 m_random;
+  std::mt19937 m_gainRandom;  // for gain control alone: blocks with and without it have the same sound
   BitWriter m_bits;
   GeneratedBlock m_block;
   int m_stereoMask = 0;          // ms_mask_present of the pair being written
+  bool m_predictorData = false;  // predictor_data_present of the last ics_info
   int m_bandsInPercent = 100;    // of the bands there are, at most
   std::vector<int> m_sequences;  // the last window sequence of every element
   std::vector<int> m_codebooks;  // of the channel stream written last

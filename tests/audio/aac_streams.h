@@ -117,3 +117,15 @@ inline int LargestDifference(const Samples& ours, const std::vector<float>& witn
   }
   return largest;
 }
+
+// The root of the mean square of the differences, the witness's samples rounded and limited likewise.
+inline double RootMeanSquare(const Samples& ours, const std::vector<float>& witness) {
+  EXPECT_EQ(witness.size(), ours.size());
+  const std::size_t count = std::min(ours.size(), witness.size());
+  double sum = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double difference = std::round(std::clamp(witness[i], -32768.0f, 32767.0f)) - ours[i];
+    sum += difference * difference;
+  }
+  return std::sqrt(sum / static_cast<double>(count));
+}

@@ -14,8 +14,9 @@ using E = GeneratedElement;
 
 const std::set<UMC::Status> kStatuses = {0, 4, -879, -881, -896, -899, -996};
 
-std::vector<Bytes> Frames(bool protect) {
+std::vector<Bytes> Frames(bool protect, int objectType = UMC::aac::kObjectLc) {
   GeneratorOptions options;
+  options.objectType = objectType;
   options.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCce, 0}, {E::kLfe, 0}};
   options.noise = options.intensity = options.midSide = options.pulse = options.tns = options.otherElements =
       true;
@@ -23,7 +24,8 @@ std::vector<Bytes> Frames(bool protect) {
   AacGenerator generator(9, options);
   std::vector<Bytes> frames;
   for (int i = 0; i < 10; ++i) {
-    frames.push_back(WrapAdts({generator.NextBlock()}, {.channelConfiguration = 0, .protect = protect}));
+    frames.push_back(WrapAdts({generator.NextBlock()},
+                              {.profile = objectType - 1, .channelConfiguration = 0, .protect = protect}));
   }
   return frames;
 }
@@ -108,6 +110,21 @@ TEST(BadInput, BitFlipsInEveryByteOfTenFrames) {
   }
   ASSERT_EQ(0, decoder.Decode(good[0]));
   ExpectDecodesAgain(decoder, good);
+}
+
+TEST(BadInput, BitFlipsInFramesOfEveryObjectType) {
+  for (int objectType = UMC::aac::kObjectMain; objectType <= UMC::aac::kObjectLtp; ++objectType) {
+    SCOPED_TRACE(objectType);
+    for (const Bytes& frame : Frames(false, objectType)) {
+      TestDecoder decoder;
+      ASSERT_EQ(0, decoder.Decode(frame));
+      for (std::size_t at = 0; at < frame.size(); at += 7) {
+        Bytes bytes = frame;
+        bytes[at] = static_cast<std::uint8_t>(bytes[at] ^ 1 << at / 7 % 8);
+        DecodeHostile(decoder, bytes);
+      }
+    }
+  }
 }
 
 TEST(BadInput, AnnouncedLengthsBeyondTheInput) {

@@ -1,10 +1,14 @@
 // What ffmpeg's encoder makes, held against ffmpeg's decoder.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <numbers>
 #include <numeric>
 
 #include "aac_streams.h"
+#include "audio_specific_config.h"
+#include "codebooks.h"
+#include "raw_data_block.h"
 
 namespace {
 
@@ -64,6 +68,107 @@ TEST_P(EncodedBitRate, DecodesLikeFfmpeg) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EncodedBitRate, testing::Values(16, 32, 64, 96, 192, 320, 512));
+
+// How many of a stream's channel frames use prediction of their object type, and how many are short.
+struct Uses {
+  int predicted = 0, shortWindows = 0;
+};
+
+Uses CountUses(const Bytes& stream, int objectType) {
+  using namespace UMC::aac;
+  Uses uses;
+  const auto block = std::make_unique<RawDataBlock>();
+  for (const Bytes& frame : SplitAdts(stream)) {
+    BitWindow bits(frame.data() + 7, frame.size() - 7);
+    const FrameBands& bands = BandsOf(frame[2] >> 2 & 15, 1024);
+    EXPECT_EQ(BlockStatus::kOk,
+              ParseRawDataBlock(bits, *SharedCodebooks(), bands, objectType, *block, nullptr));
+    for (int i = 0; i < block->streamCount; ++i) {
+      const IcsInfo& ics = block->streams[i].ics;
+      uses.predicted += ics.prediction.used != 0 || ics.ltp.used != 0 ? 1 : 0;
+      uses.shortWindows += ics.IsShort() ? 1 : 0;
+    }
+  }
+  return uses;
+}
+
+// Signals that make the encoder predict. The last has beats, for short windows between long ones.
+const char* const kPredictable[] = {
+    "0.4*sin(2*PI*50*t+8*sin(2*PI*50*t)+5*sin(2*PI*350*t))", "0.5*sin(2*PI*440*t)",
+    "0.3*sin(2*PI*440*t)+0.1*sin(2*PI*3000.7*t)+(random(1)-0.5)*exp(-60*mod(t\\,0.2))"};
+
+struct Predicted {
+  int rate;
+  const char* layout;
+  int channels;
+  int kilobits;
+  const char* coder;  // of the encoder
+};
+
+class Prediction : public testing::TestWithParam<Predicted> {
+ protected:
+  // Encodes the signals and compares. Returns the uses of all.
+  template <class Compare>
+  Uses DecodeAll(const std::vector<std::string>& options, int objectType, Compare compare) {
+    const auto& [rate, layout, channels, kilobits, coder] = GetParam();
+    Uses all;
+    for (const std::string signal : kPredictable) {
+      SCOPED_TRACE(signal);
+      std::string source = "aevalsrc=" + signal;
+      for (int i = 1; i < channels; ++i) source += "|0.8*(" + signal + ")";
+      source += ":s=" + std::to_string(rate) + ":d=0.8:c=" + layout;
+      TempFolder folder;
+      const std::string file = folder.file("a.aac");
+      makeMedia(file, std::vector<std::string>{"-f", "lavfi", "-i", source, "-c:a", "aac", "-strict", "-2",
+                                               "-aac_pns", "0", "-aac_coder", coder, "-b:a",
+                                               std::to_string(kilobits) + "k"} +
+                          options + std::vector<std::string>{"-f", "adts"});
+      const Bytes stream = readFile(file);
+      const Samples ours = TestDecoder().DecodeAll(stream);
+      EXPECT_GT(ours.size(), static_cast<std::size_t>(channels) * 1024);
+      compare(ours, FfmpegDecode(file, {"-c:a", "aac"}));
+      const Uses uses = CountUses(stream, objectType);
+      all.predicted += uses.predicted;
+      all.shortWindows += uses.shortWindows;
+    }
+    return all;
+  }
+};
+
+class EncodedMain : public Prediction {};
+
+TEST_P(EncodedMain, DecodesLikeFfmpeg) {
+  const Uses uses = DecodeAll({"-profile:a", "aac_main", "-aac_pred", "1"}, UMC::aac::kObjectMain,
+                              [](const Samples& ours, const std::vector<float>& witness) {
+                                EXPECT_LT(RootMeanSquare(ours, witness), 1.0);
+                              });
+  EXPECT_GT(uses.predicted, 10);
+  EXPECT_GT(uses.shortWindows, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodedMain,
+                         testing::Values(Predicted{48000, "mono", 1, 32, "twoloop"},
+                                         Predicted{44100, "stereo", 2, 64, "twoloop"},
+                                         Predicted{32000, "stereo", 2, 160, "fast"},
+                                         Predicted{22050, "mono", 1, 32, "fast"},
+                                         Predicted{48000, "5.1", 6, 192, "fast"}));
+
+class EncodedLongTerm : public Prediction {};
+
+TEST_P(EncodedLongTerm, DecodesLikeFfmpeg) {
+  const Uses uses = DecodeAll({"-profile:a", "aac_ltp", "-aac_ltp", "1"}, UMC::aac::kObjectLtp,
+                              [](const Samples& ours, const std::vector<float>& witness) {
+                                EXPECT_LE(LargestDifference(ours, witness), 1);
+                              });
+  EXPECT_GT(uses.predicted, 0);
+  EXPECT_GT(uses.shortWindows, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodedLongTerm,
+                         testing::Values(Predicted{48000, "stereo", 2, 24, "fast"},
+                                         Predicted{48000, "stereo", 2, 64, "anmr"},
+                                         Predicted{44100, "stereo", 2, 24, "anmr"},
+                                         Predicted{32000, "stereo", 2, 24, "anmr"}));
 
 struct NamedLayout {
   const char* name;

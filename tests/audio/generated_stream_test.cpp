@@ -91,6 +91,40 @@ TEST_P(SamplingIndex, DecodesJointStereoWithAllTools) {
   ExpectLikeFfmpeg(generated);
 }
 
+TEST_P(SamplingIndex, DecodesLongTermPrediction) {
+  GeneratorOptions options;
+  options.objectType = UMC::aac::kObjectLtp;
+  options.samplingIndex = GetParam();
+  options.elements = {{E::kCpe, 0}};
+  options.midSide = options.intensity = options.pulse = options.tns = true;
+  const Generated generated = Generate(21, options, {.profile = 3});
+  for (int coefficient = 0; coefficient < 8; ++coefficient)
+    EXPECT_TRUE(Saw(generated, "ltp coefficient " + std::to_string(coefficient)));
+  for (const char* what : {"ltp sequence 0", "ltp sequence 1", "ltp sequence 3"})
+    EXPECT_TRUE(Saw(generated, what)) << what;
+  ExpectLikeFfmpeg(generated);
+}
+
+TEST_P(SamplingIndex, DecodesPrediction) {
+  GeneratorOptions options;
+  options.objectType = UMC::aac::kObjectMain;
+  options.samplingIndex = GetParam();
+  options.elements = {{E::kCpe, 0}};
+  options.midSide = options.intensity = options.pulse = options.tns = true;
+  const Generated generated = Generate(22, options, {.profile = 0});
+  EXPECT_TRUE(Saw(generated, "predicted"));
+  EXPECT_TRUE(Saw(generated, "predictor reset"));
+  for (int order = 1; order <= 20; ++order)
+    EXPECT_TRUE(Saw(generated, "long tns order " + std::to_string(order)));
+  // The predictors hold eight bits of mantissa: where two decoders differ in a float's last bit, one of many
+  // values is cut to a neighbour.
+  TempFolder folder;
+  writeFile(folder.file("a.aac"), generated.stream);
+  EXPECT_LT(RootMeanSquare(TestDecoder().DecodeAll(generated.stream),
+                           FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"})),
+            1.0);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, SamplingIndex, testing::Range(0, 13));
 
 TEST(GeneratedStream, DecodesFramesOf960Samples) {
@@ -129,6 +163,19 @@ TEST(GeneratedStream, CouplesSpectraBeforeAndAfterTns) {
     EXPECT_TRUE(Saw(generated, what)) << what;
   }
   ExpectLikeFfmpeg(generated);
+}
+
+TEST(GeneratedStream, PassesOverGainControl) {
+  GeneratorOptions options;
+  options.elements = {{E::kCpe, 0}};
+  options.midSide = options.intensity = options.pulse = options.tns = true;
+  const Generated plain = Generate(23, options, {.profile = 1});
+  options.objectType = UMC::aac::kObjectSsr;
+  const Generated controlled = Generate(23, options, {.profile = 2});
+  for (int sequence = 0; sequence <= 3; ++sequence)
+    EXPECT_TRUE(Saw(controlled, "gain control sequence " + std::to_string(sequence)));
+  EXPECT_GT(controlled.stream.size(), plain.stream.size());
+  EXPECT_EQ(TestDecoder().DecodeAll(plain.stream), TestDecoder().DecodeAll(controlled.stream));
 }
 
 TEST(GeneratedStream, CouplesSignals) {

@@ -88,6 +88,11 @@ SbrHeader SbrGenerator::RandomHeader() {
     header.smoothingOff = !m_options.smoothing || Chance(50);
     SbrFrequencyTables tables;
     if (!MakeSbrFrequencyTables(header, m_frequency, tables) || tables.patchCount > 5) continue;
+    // Where a last patch was left out, the standard's limiter bands (4.6.18.3.2.3) may end below the last
+    // subband and say nothing about the rest; witnesses differ there.
+    int copied = tables.kx;
+    for (int i = 0; i < tables.patchCount; ++i) copied += tables.patches[i].count;
+    if (copied < tables.kx + tables.m && header.limiterBands != 0) continue;
     return header;
   }
 }
@@ -320,11 +325,11 @@ void SbrGenerator::WritePs(const PsGeneratorOptions& options) {
 void SbrGenerator::WriteData() {
   const bool change = m_header.has_value() && m_options.headerChanges && Chance(5);
   const bool sent = !m_header.has_value() || change || Chance(m_options.headerPercent);
-  m_bits.Write(sent, 1);
+  m_bits.Write(sent && m_options.sendHeader, 1);
   if (sent) {
     const std::optional<SbrHeader> last = m_header;
     if (!last.has_value() || change) m_header = RandomHeader();
-    WriteHeader(*m_header);
+    if (m_options.sendHeader) WriteHeader(*m_header);
     if (!last.has_value() || !m_header->HasBandsOf(*last)) {
       for (Channel& channel : m_channels) channel.known = false;
       if (last.has_value()) Note("other bands");

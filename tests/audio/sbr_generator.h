@@ -22,10 +22,11 @@ struct SbrGeneratorOptions {
   bool headerChanges = true;  // bands change now and then
   bool timeCoding = true;     // differences over time
   bool smoothing = true;      // may be on
+  int headerPercent = 20;     // of the frames behind the first that repeat the header
+  bool sendHeader = true;     // else the data stand without the header that they follow
   bool crc = false;
   bool otherExtensions = true;  // unknown ones
   int coupledPercent = 50;      // of the frames of a pair
-  int headerPercent = 20;       // of the frames
   int timeCodingPercent = 50;   // of what may be differences over time
   // Of a single channel's frame, counted from 0: the payload of parametric stereo, if it has one.
   std::function<std::optional<PsGeneratorOptions>(int)> ps;

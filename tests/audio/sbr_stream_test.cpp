@@ -6,6 +6,7 @@
 
 #include "aac_generator.h"
 #include "aac_streams.h"
+#include "bit_writer.h"
 
 namespace {
 
@@ -16,8 +17,8 @@ struct FullRateDecoder : TestDecoder {
   FullRateDecoder() : TestDecoder(0, 0) {}
 };
 
-// One of two channels that ffmpeg makes of every mono stream with SBR, which might turn out to have parametric
-// stereo.
+// One of two channels that ffmpeg makes of every mono stream with SBR, which might turn out to have
+// parametric stereo.
 std::vector<float> FirstOfTwo(const std::vector<float>& samples) {
   std::vector<float> first;
   for (std::size_t i = 0; i < samples.size(); i += 2) first.push_back(samples[i]);
@@ -64,9 +65,9 @@ Generated Generate(unsigned seed, const GeneratorOptions& options, int channelCo
   AacGenerator generator(seed, options);
   Generated generated;
   for (int i = 0; i < blocks; ++i) {
-    generated.stream = generated.stream +
-                       WrapAdts({generator.NextBlock()}, {.samplingIndex = options.samplingIndex,
-                                                          .channelConfiguration = channelConfiguration});
+    generated.stream =
+        generated.stream + WrapAdts({generator.NextBlock()}, {.samplingIndex = options.samplingIndex,
+                                                              .channelConfiguration = channelConfiguration});
   }
   generated.seen = generator.Seen();
   return generated;
@@ -99,5 +100,260 @@ TEST_P(SbrSamplingIndex, DecodesAPair) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, SbrSamplingIndex, testing::Values(3, 4, 5, 6, 7, 8, 9, 10, 11));
+
+TEST(SbrStream, DecodesFivePointOneElementByElement) {
+  GeneratorOptions options;
+  options.samplingIndex = 6;
+  options.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
+  options.midSide = options.tns = true;
+  options.sbr.emplace();
+  EXPECT_LT(RmsAgainstFfmpeg(Generate(3, options, 6), false), 1);
+}
+
+TEST(SbrStream, DecodesPayloadsWithChecksums) {
+  GeneratorOptions options;
+  options.samplingIndex = 6;
+  options.elements = {{E::kCpe, 0}};
+  options.sbr.emplace();
+  options.sbr->crc = true;
+  EXPECT_LT(RmsAgainstFfmpeg(Generate(4, options, 2), false), 1);
+}
+
+// The second witness computes in fixed point and leaves out its first frame.
+TEST(SbrStream, DecodesLikeFaad) {
+  const auto path = std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac";
+  const RunResult result = runOrThrow({"faad", "-q", "-f", "2", "-w", path.string()});
+  std::vector<float> witness;
+  for (std::size_t at = 0; at + 2 <= result.out.size(); at += 2) {
+    std::int16_t sample = 0;
+    std::memcpy(&sample, result.out.data() + at, sizeof sample);
+    witness.push_back(sample);
+  }
+  const Samples all = FullRateDecoder().DecodeAll(readFile(path));
+  const Samples ours(all.begin() + 2 * 2048, all.end());
+  EXPECT_LT(RmsDifference(ours, witness), 2);
+}
+
+// The core of generated blocks does not depend on whether payloads follow.
+GeneratorOptions Core(int channels, int samplingIndex = 6, int frameLength = 1024) {
+  GeneratorOptions options;
+  options.samplingIndex = samplingIndex;
+  options.frameLength = frameLength;
+  options.elements = {{channels == 2 ? E::kCpe : E::kSce, 0}};
+  return options;
+}
+
+// AudioSpecificConfig with SBR ahead of the core's object type.
+Bytes ExplicitConfig(int samplingIndex, int extensionIndex, int channels, int frameLength = 1024) {
+  BitWriter bits;
+  bits.Write(5, 5);
+  bits.Write(static_cast<unsigned>(samplingIndex), 4);
+  bits.Write(static_cast<unsigned>(channels), 4);
+  bits.Write(static_cast<unsigned>(extensionIndex), 4);
+  bits.Write(2, 5);
+  bits.Write(frameLength == 960 ? 1 : 0, 1);
+  bits.Write(0, 2);
+  return bits.Bytes();
+}
+
+Samples DecodeBlocks(TestDecoder& decoder, const std::vector<GeneratedBlock>& blocks, std::size_t perBlock) {
+  Samples all;
+  for (const auto& block : blocks) {
+    EXPECT_EQ(0, decoder.Decode(block.bytes));
+    EXPECT_EQ(perBlock, decoder.Last().size());
+    all.insert(all.end(), decoder.Last().begin(), decoder.Last().end());
+  }
+  return all;
+}
+
+std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& options, int count) {
+  AacGenerator generator(seed, options);
+  std::vector<GeneratedBlock> blocks;
+  for (int i = 0; i < count; ++i) blocks.push_back(generator.NextBlock());
+  return blocks;
+}
+
+// Through the filter banks alone the core comes out late by theirs and the high band's delay.
+void ExpectLateCore(const Samples& ours, const Samples& core, std::size_t delay) {
+  double sum = 0;
+  ASSERT_EQ(core.size(), ours.size());
+  for (std::size_t i = 2 * delay; i < ours.size(); ++i) {
+    const double difference = ours[i] - core[i - delay];
+    sum += difference * difference;
+  }
+  EXPECT_LT(std::sqrt(sum / static_cast<double>(ours.size())), 0.5);
+  EXPECT_NE(Samples(core.size()), core);
+}
+
+constexpr std::size_t kCoreDelay = 289 + 6 * 32;
+
+TEST(SbrStream, DownSampledWithoutPayloadIsTheCoreLate) {
+  for (const int frameLength : {1024, 960}) {
+    SCOPED_TRACE(frameLength);
+    const auto blocks = Blocks(5, Core(1, 6, frameLength), 40);
+    const auto length = static_cast<std::size_t>(frameLength);
+    TestDecoder plain(MakeConfig(6, frameLength, 1));
+    TestDecoder downSampled(ExplicitConfig(6, 6, 1, frameLength), 0);
+    ExpectLateCore(DecodeBlocks(downSampled, blocks, length), DecodeBlocks(plain, blocks, length),
+                   kCoreDelay);
+  }
+}
+
+TEST(SbrStream, WithoutAHeaderIsTheCoreLate) {
+  GeneratorOptions options = Core(1);
+  const auto core = Blocks(6, options, 40);
+  options.sbr.emplace();
+  options.sbr->sendHeader = false;
+  const auto blocks = Blocks(6, options, 40);
+  Bytes stream, coreStream;
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    stream = stream + WrapAdts({blocks[i]}, {.samplingIndex = 6, .channelConfiguration = 1});
+    coreStream = coreStream + WrapAdts({core[i]}, {.samplingIndex = 6, .channelConfiguration = 1});
+  }
+  ExpectLateCore(TestDecoder().DecodeAll(stream), TestDecoder().DecodeAll(coreStream), kCoreDelay);
+  EXPECT_EQ(40u * 2048, FullRateDecoder().DecodeAll(stream).size());
+}
+
+// What is below 8 kHz of a stereo signal, at 24 kHz, `step` being 2 for one at 48 kHz: one filter sampled at
+// both rates.
+std::vector<double> LowBand(const std::vector<double>& samples, int step) {
+  constexpr double kCutOff = 8500.0 / 48000, kHalf = 192, kBeta = 10;
+  const auto bessel = [](double x) {
+    double sum = 1, term = 1;
+    for (int k = 1; term > sum * 1e-12; ++k) sum += term *= (x / 2 / k) * (x / 2 / k);
+    return sum;
+  };
+  const int reach = static_cast<int>(kHalf) * step / 2;
+  std::vector<double> filter;
+  for (int i = -reach; i <= reach; ++i) {
+    const double t = i * 2.0 / step;
+    const double sinc =
+        i == 0 ? 2 * kCutOff : std::sin(2 * std::numbers::pi * kCutOff * t) / (std::numbers::pi * t);
+    filter.push_back(2.0 / step * sinc * bessel(kBeta * std::sqrt(1 - t * t / kHalf / kHalf)) /
+                     bessel(kBeta));
+  }
+  std::vector<double> low;
+  const auto frames = static_cast<std::ptrdiff_t>(samples.size() / 2);
+  for (std::ptrdiff_t at = reach; at + reach < frames; at += step) {
+    for (std::ptrdiff_t channel = 0; channel < 2; ++channel) {
+      double sum = 0;
+      for (std::ptrdiff_t i = -reach; i <= reach; ++i)
+        sum += filter[static_cast<std::size_t>(i + reach)] *
+               samples[static_cast<std::size_t>(2 * (at + i) + channel)];
+      low.push_back(sum);
+    }
+  }
+  return low;
+}
+
+TEST(SbrStream, DownSampledIsTheLowerHalfOfTheFullRate) {
+  const auto path = std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac";
+  const Samples ours = TestDecoder().DecodeAll(readFile(path));
+  const std::vector<float> witness = FfmpegDecode(path, {"-c:a", "aac"});
+  ASSERT_EQ(witness.size(), 2 * ours.size());
+  const auto low = LowBand({ours.begin(), ours.end()}, 1);
+  const auto expected = LowBand({witness.begin(), witness.end()}, 2);
+  ASSERT_EQ(expected.size(), low.size());
+  double sum = 0;
+  for (std::size_t i = 0; i < low.size(); ++i) sum += (low[i] - expected[i]) * (low[i] - expected[i]);
+  EXPECT_LT(std::sqrt(sum / static_cast<double>(low.size())), 1);
+}
+
+TEST(SbrStream, OfFrames960DoublesThem) {
+  GeneratorOptions options = Core(2, 6, 960);
+  options.sbr.emplace();
+  TestDecoder decoder(ExplicitConfig(6, 3, 2, 960), 0);
+  const Samples samples = DecodeBlocks(decoder, Blocks(7, options, 60), 2 * 1920);
+  EXPECT_NE(Samples(samples.size()), samples);
+}
+
+TEST(SbrStream, SignalledExplicitlyDecodesAsImplicitly) {
+  const Bytes stream = readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac");
+  TestDecoder decoder(ExplicitConfig(6, 3, 2), 0);
+  Samples samples;
+  for (const Bytes& frame : SplitAdts(stream)) {
+    ASSERT_EQ(0, decoder.Decode(Bytes(frame.begin() + 7, frame.end())));
+    samples.insert(samples.end(), decoder.Last().begin(), decoder.Last().end());
+  }
+  EXPECT_EQ(FullRateDecoder().DecodeAll(stream), samples);
+}
+
+TEST(SbrStream, ThatTurnsOutLaterDoublesFromThenOn) {
+  GeneratorOptions options = Core(2);
+  const Generated plain = Generate(8, options, 2, 5);
+  options.sbr.emplace();
+  const Generated replicated = Generate(9, options, 2, 5);
+  FullRateDecoder decoder;
+  decoder.SetInput(plain.stream + replicated.stream + plain.stream);
+  for (int i = 0; i < 15; ++i) {
+    ASSERT_EQ(0, decoder.Decode());
+    EXPECT_EQ(i < 5 ? 2u * 1024 : 2u * 2048, decoder.Last().size()) << i;
+  }
+}
+
+struct Description {
+  std::uint32_t frequency, profile;
+};
+
+Description DescriptionOf(UMC::AACDecoder& decoder) {
+  UMC::AACDecoderParams params;
+  EXPECT_EQ(0, decoder.GetInfo(&params));
+  EXPECT_EQ(params.m_input.sampleFrequency, params.m_output.sampleFrequency);
+  return {params.m_output.sampleFrequency, params.m_input.streamSubtype};
+}
+
+TEST(SbrStream, IsDescribedOnceItIsSeenOrSignalled) {
+  const auto frames = SplitAdts(readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac"));
+  FullRateDecoder implicit;
+  ASSERT_EQ(0, implicit.Decode(frames[0]));
+  EXPECT_EQ(48000u, DescriptionOf(implicit.Decoder()).frequency);
+  EXPECT_EQ(0x100u + 16 + 1, DescriptionOf(implicit.Decoder()).profile);
+  TestDecoder downSampled;
+  ASSERT_EQ(0, downSampled.Decode(frames[0]));
+  EXPECT_EQ(24000u, DescriptionOf(downSampled.Decoder()).frequency);
+
+  TestDecoder signalled(ExplicitConfig(6, 3, 2), 0);
+  EXPECT_EQ(48000u, DescriptionOf(signalled.Decoder()).frequency);
+  EXPECT_EQ(0x100u + 1, DescriptionOf(signalled.Decoder()).profile);
+  ASSERT_EQ(0, signalled.Decode(Bytes(frames[0].begin() + 7, frames[0].end())));
+  EXPECT_EQ(0x100u + 16 + 1, DescriptionOf(signalled.Decoder()).profile);
+}
+
+TEST(SbrStream, KeepsTheCoresFrequencyWhereThatIsAskedFor) {
+  const Bytes stream = readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac");
+  UMC::AACDecoderParams params;
+  params.m_sbrDownSampled = 0;
+  params.m_output.sampleFrequency = 24000;
+  FullRateDecoder asked;
+  ASSERT_EQ(0, asked.Decoder().SetParams(&params));
+  EXPECT_EQ(TestDecoder().DecodeAll(stream), asked.DecodeAll(stream));
+  EXPECT_EQ(24000u, DescriptionOf(asked.Decoder()).frequency);
+}
+
+TEST(SbrStream, NeedsRoomForTwiceTheSamples) {
+  auto frame = SplitAdts(readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac"))[0];
+  UMC::AACDecoder decoder;
+  UMC::AACDecoderParams params;
+  params.m_sbrDownSampled = 0;
+  ASSERT_EQ(0, decoder.Init(&params));
+  UMC::MediaData input, output;
+  Bytes room(2 * 2 * 2048);
+  const auto decode = [&](std::size_t bytes) {
+    input.SetBufferPointer(frame.data(), frame.size());
+    input.SetDataSize(frame.size());
+    output.SetBufferPointer(room.data(), bytes);
+    return decoder.GetFrame(&input, &output);
+  };
+  EXPECT_EQ(-896, decode(room.size() - 1));
+  EXPECT_EQ(0, decode(room.size()));
+}
+
+TEST(SbrStream, ResetForgetsTheSignal) {
+  const Bytes stream = readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_51_48k.aac");
+  FullRateDecoder decoder;
+  const Samples first = decoder.DecodeAll(stream);
+  ASSERT_EQ(0, decoder.Decoder().Reset());
+  EXPECT_EQ(first, decoder.DecodeAll(stream));
+}
 
 }  // namespace

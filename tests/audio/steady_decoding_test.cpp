@@ -47,20 +47,24 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-TEST(SteadyDecoding, AllocatesNothing) {
+void ExpectNoAllocation(int objectType, bool sbr) {
   GeneratorOptions options;
+  options.objectType = objectType;
+  if (sbr) options.sbr.emplace();
   options.elements = {{GeneratedElement::kCpe, 0}};
   options.noise = options.intensity = options.midSide = options.pulse = options.tns = true;
   AacGenerator generator(1, options);
   Bytes stream;
-  for (int i = 0; i < 50; ++i) stream = stream + WrapAdts({generator.NextBlock()}, {});
+  for (int i = 0; i < 50; ++i)
+    stream = stream + WrapAdts({generator.NextBlock()}, {.profile = objectType - 1});
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
+  params.m_sbrDownSampled = 0;
   ASSERT_EQ(0, decoder.Init(&params));
   UMC::MediaData input, output;
   input.SetBufferPointer(stream.data(), stream.size());
   input.SetDataSize(stream.size());
-  Bytes room(8192);
+  Bytes room(2 * 8192);
   int before = 0;
   for (int i = 0; i < 50; ++i) {
     output.SetBufferPointer(room.data(), room.size());
@@ -69,6 +73,17 @@ TEST(SteadyDecoding, AllocatesNothing) {
   }
   EXPECT_EQ(before, allocations);
   EXPECT_GT(before, 0);
+}
+
+TEST(SteadyDecoding, AllocatesNothingForAnyObjectType) {
+  for (int objectType = UMC::aac::kObjectMain; objectType <= UMC::aac::kObjectLtp; ++objectType) {
+    SCOPED_TRACE(objectType);
+    ExpectNoAllocation(objectType, false);
+  }
+}
+
+TEST(SteadyDecoding, AllocatesNothingForSpectralBandReplication) {
+  ExpectNoAllocation(UMC::aac::kObjectLc, true);
 }
 
 }  // namespace

@@ -12,17 +12,20 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-struct Plan {
-  explicit Plan(Ipp32s length) {
+template <class Spec, auto kGetSize, auto kInit>
+struct Prepared {
+  explicit Prepared(Ipp32s length) {
     Ipp32s planBytes = 0, workBytes = 0;
-    EXPECT_EQ(ippStsNoErr, ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes));
+    EXPECT_EQ(ippStsNoErr, kGetSize(length, &planBytes, &workBytes));
     memory.resize(static_cast<std::size_t>(planBytes) / sizeof(float) + 1);
     work.resize(static_cast<std::size_t>(workBytes) / sizeof(float));
-    EXPECT_EQ(ippStsNoErr, ippsMDCTInvInit_32f(&plan, length, reinterpret_cast<Ipp8u*>(memory.data())));
+    EXPECT_EQ(ippStsNoErr, kInit(&plan, length, reinterpret_cast<Ipp8u*>(memory.data())));
   }
   std::vector<float> memory, work;
-  IppsMDCTInvSpec_32f* plan = nullptr;
+  Spec* plan = nullptr;
 };
+using Plan = Prepared<IppsMDCTInvSpec_32f, ippsMDCTInvGetSize_32f, ippsMDCTInvInit_32f>;
+using ForwardPlan = Prepared<IppsMDCTFwdSpec_32f, ippsMDCTFwdGetSize_32f, ippsMDCTFwdInit_32f>;
 
 std::vector<double> Definition(const std::vector<float>& coefficients) {
   const std::size_t length = 2 * coefficients.size();
@@ -40,12 +43,38 @@ std::vector<double> Definition(const std::vector<float>& coefficients) {
   return samples;
 }
 
+std::vector<double> ForwardDefinition(const std::vector<float>& samples) {
+  const auto n = static_cast<double>(samples.size());
+  const double n0 = (n / 2 + 1) / 2;
+  std::vector<double> coefficients(samples.size() / 2);
+  for (std::size_t k = 0; k < coefficients.size(); ++k) {
+    double sum = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      sum +=
+          samples[i] * std::cos(2 * kPi / n * (static_cast<double>(i) + n0) * (static_cast<double>(k) + 0.5));
+    }
+    coefficients[k] = 2 * sum;
+  }
+  return coefficients;
+}
+
 std::vector<float> Noise(std::size_t count, unsigned seed) {
   std::mt19937 random(seed);
   std::uniform_real_distribution<float> uniform(-32768, 32767);
   std::vector<float> values(count);
   for (auto& value : values) value = uniform(random);
   return values;
+}
+
+// Within some millionths of the expected values' size.
+void ExpectNear(const std::vector<double>& expected, const std::vector<float>& values) {
+  ASSERT_EQ(expected.size(), values.size());
+  double power = 0, worst = 0;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    power += expected[i] * expected[i];
+    worst = std::max(worst, std::abs(static_cast<double>(values[i]) - expected[i]));
+  }
+  EXPECT_LT(worst, 4e-6 * std::sqrt(power / static_cast<double>(values.size())));
 }
 
 class MdctLength : public testing::TestWithParam<Ipp32s> {};
@@ -55,17 +84,24 @@ TEST_P(MdctLength, EqualsItsDefiningSumWithEveryInstructionSet) {
   Plan plan(length);
   const auto coefficients = Noise(static_cast<std::size_t>(length) / 2, 7);
   const auto expected = Definition(coefficients);
-  double power = 0;
-  for (const double x : expected) power += x * x;
-  const double tolerance = 1e-6 * std::sqrt(power / length);
   for (const auto& set : AllKernelSets()) {
+    SCOPED_TRACE(set.name);
     std::vector<float> samples(static_cast<std::size_t>(length), 1e9f);
     set.kernels->mdctInverse(*plan.plan, coefficients.data(), samples.data(), plan.work.data());
-    double worst = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-      worst = std::max(worst, std::abs(static_cast<double>(samples[i]) - expected[i]));
-    }
-    EXPECT_LT(worst, tolerance * 4) << set.name << " length " << length;
+    ExpectNear(expected, samples);
+  }
+}
+
+TEST_P(MdctLength, ForwardEqualsItsDefiningSumWithEveryInstructionSet) {
+  const Ipp32s length = GetParam();
+  ForwardPlan plan(length);
+  const auto samples = Noise(static_cast<std::size_t>(length), 8);
+  const auto expected = ForwardDefinition(samples);
+  for (const auto& set : AllKernelSets()) {
+    SCOPED_TRACE(set.name);
+    std::vector<float> coefficients(static_cast<std::size_t>(length) / 2, 1e9f);
+    set.kernels->mdctForward(*plan.plan, samples.data(), coefficients.data(), plan.work.data());
+    ExpectNear(expected, coefficients);
   }
 }
 
@@ -79,6 +115,22 @@ TEST(Mdct, AnswersAnImpulseWithTheFirstBasisFunction) {
   ASSERT_EQ(ippStsNoErr, ippsMDCTInv_32f(coefficients.data(), samples.data(), plan.plan,
                                          reinterpret_cast<Ipp8u*>(plan.work.data())));
   EXPECT_NEAR(0.00069000413, samples[0], 1e-9);
+}
+
+TEST(Mdct, ForwardAndInverseGiveTheSignalAndItsAlias) {
+  constexpr std::size_t kLength = 256, kHalf = kLength / 2;
+  ForwardPlan forward(kLength);
+  Plan inverse(kLength);
+  const auto signal = Noise(kLength, 5);
+  std::vector<float> coefficients(kHalf), samples(kLength);
+  ASSERT_EQ(ippStsNoErr, ippsMDCTFwd_32f(signal.data(), coefficients.data(), forward.plan,
+                                         reinterpret_cast<Ipp8u*>(forward.work.data())));
+  ASSERT_EQ(ippStsNoErr, ippsMDCTInv_32f(coefficients.data(), samples.data(), inverse.plan,
+                                         reinterpret_cast<Ipp8u*>(inverse.work.data())));
+  for (std::size_t i = 0; i < kHalf; ++i) {
+    EXPECT_NEAR(signal[i] - signal[kHalf - 1 - i], samples[i], 0.1);
+    EXPECT_NEAR(signal[kHalf + i] + signal[kLength - 1 - i], samples[kHalf + i], 0.1);
+  }
 }
 
 TEST(Mdct, KeepsWorkingWhenThePlanIsMoved) {
@@ -98,10 +150,14 @@ TEST(Mdct, RefusesLengthsWithoutAPlan) {
   Ipp32s planBytes = 0, workBytes = 0;
   for (const Ipp32s length : {-16, 0, 8, 20, 2050, 112, 1 << 20}) {
     EXPECT_EQ(ippStsSizeErr, ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes)) << length;
+    EXPECT_EQ(ippStsSizeErr, ippsMDCTFwdGetSize_32f(length, &planBytes, &workBytes)) << length;
   }
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvGetSize_32f(256, nullptr, &workBytes));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvInit_32f(nullptr, 256, nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInv_32f(nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTFwdGetSize_32f(256, &planBytes, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTFwdInit_32f(nullptr, 256, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTFwd_32f(nullptr, nullptr, nullptr, nullptr));
 }
 
 }  // namespace

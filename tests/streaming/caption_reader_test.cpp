@@ -78,6 +78,18 @@ TEST(Cc608Reader, WhereASampleHasNoneLeftTheNextFragmentsPairsAreFoundAtTheirFra
   EXPECT_EQ(captions.reader.pair()[0], 6);
 }
 
+TEST(Cc608Reader, AFragmentWhoseCaptionsLastNoWholeFrameIsSteppedOver) {
+  TrafSpec brief;
+  brief.trackId = 3;
+  brief.decodeTime = 5 * 1001;
+  brief.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {SampleSpec{pairs(0x40, 1), 1000, 0, 0}}}};
+  CaptionFile captions(join({captionFragment(1, 0, {{captionSample(pairs(1, 2), 5)}}), fragment(2, {brief}),
+                             captionFragment(3, 6, {{captionSample(pairs(6, 2), 5)}})}));
+  ASSERT_EQ(SeekCc608Frame(captions.index, 3, captions.reader), 0);
+  EXPECT_EQ(captions.reader.ccFrame, 6u);
+  EXPECT_EQ(captions.reader.pair()[0], 6);
+}
+
 TEST(Cc608Reader, FramesOfLaterFragmentsCountFromTheFirstCaptionFragment) {
   CaptionFile captions(join({captionFragment(1, 100, {{captionSample(pairs(1, 1), 5)}}),
                              captionFragment(2, 105, {{captionSample(pairs(6, 2), 5)}})}));
@@ -111,7 +123,10 @@ TEST(Cc608Reader, APlaceOutsideTheTracksBytesGivesNoCaptions) {
                RunSpec{kRunDataOffset | kRunSize | kRunDuration, {captionSample(pairs(2, 1), 1)}}};
   traf.runs[1].dataOffset = 0x70000000;
   CaptionFile captions(fragment(1, {traf}));
+  LogCapture log;
   EXPECT_EQ(captions.at(1), Bytes());
+  ASSERT_EQ(log.lines.size(), 1u);
+  EXPECT_EQ(log.lines[0].text, "ERROR(vlx_Fmp4): Unable to find correct video chunk for this frame\n");
   EXPECT_FALSE(captions.reader.hasPair());
   EXPECT_EQ(captions.reader.ccFrame, Cc608Reader::kNoFrame);
 }

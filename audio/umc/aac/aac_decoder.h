@@ -1,6 +1,7 @@
 // The AAC decoder: ADTS and ADIF streams, and raw access units that an AudioSpecificConfig describes, to
-// interleaved 16-bit PCM (ISO/IEC 14496-3, ISO/IEC 13818-7). It serves the object type LC, with or without
-// spectral band replication, and SSR streams that make no use of gain control.
+// interleaved 16-bit PCM (ISO/IEC 14496-3, ISO/IEC 13818-7). It serves the object types Main, LC and LTP, and
+// SSR by the filter bank of the others: without gain control, whose data it passes over. All come with or
+// without spectral band replication and parametric stereo.
 #pragma once
 
 #include <cstddef>

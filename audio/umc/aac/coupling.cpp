@@ -18,7 +18,7 @@ float Gain(unsigned scale, int exponent) {
 
 }  // namespace
 
-bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
                    std::int16_t* quantised, ChannelStream& channel, Coupling& coupling) {
   const bool independent = stream.ReadFlag();  // ind_sw_cce_flag
   coupling.targetCount = static_cast<std::uint8_t>(stream.Read(3) + 1);
@@ -43,7 +43,8 @@ bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBan
                                : CouplingPoint::kBeforeTns;
   const bool signedGains = stream.ReadFlag();  // gain_element_sign
   const auto scale = stream.Read(2);           // gain_element_scale
-  if (!ParseIndividualChannelStream(stream, codebooks, bands, false, quantised, channel)) return false;
+  if (!ParseIndividualChannelStream(stream, codebooks, bands, objectType, false, quantised, channel))
+    return false;
 
   const int bandCount = channel.ics.BandCount();
   for (int list = 0; list < lists; ++list) {

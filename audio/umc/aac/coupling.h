@@ -31,7 +31,7 @@ struct Coupling {
 };
 
 // Reads coupling_channel_element() from behind its tag. False for what no stream may hold.
-bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
                    std::int16_t* quantised, ChannelStream& channel, Coupling& coupling);
 
 // Adds the coupling channel's spectrum to a target's.

@@ -17,7 +17,14 @@ namespace UMC::aac {
 // Samples that a block becomes at most, by channel.
 inline constexpr int kMaxOutputLength = 2 * kMaxFrameLength;
 
-enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2 };
+// ALS streams are known, but their frames are not served.
+enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kAls = 3 };
+
+// What a channel is predicted from. No object type has both kinds.
+union PredictionMemory {
+  LtpState ltp;
+  PredictionState prediction;
+};
 
 struct DecoderState {
   StreamForm form;
@@ -38,10 +45,11 @@ struct DecoderState {
   MixMatrix mix;                  // from `layout` to the output
   FilterBankState channels[kMaxChannels];
   FilterBankState couplings[kMaxCouplings];
-  int couplingsInUse;  // of the last block
-  bool sbrSignalled;   // by the configuration
-  bool sbrSeen;        // a block carried its data
-  bool psSeen;         // a block of one channel carried parametric stereo
+  PredictionMemory predictions[kMaxChannels + kMaxCouplings];  // of the channels, then of the couplings
+  int couplingsInUse;                                          // of the last block
+  bool sbrSignalled;                                           // by the configuration
+  bool sbrSeen;                                                // a block carried its data
+  bool psSeen;  // a block of one channel carried parametric stereo
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
@@ -53,6 +61,6 @@ struct WorkArea {
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 
 // Both together, for a stereo stream or any other.
-static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 400 * 1024);
+static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 448 * 1024);
 
 }  // namespace UMC::aac

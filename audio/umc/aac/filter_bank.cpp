@@ -21,6 +21,8 @@ struct FilterBank {
   };
 
   Length longWindow, shortWindow;
+  std::vector<std::uint8_t> forwardMemory;
+  IppsMDCTFwdSpec_32f* forward = nullptr;  // of the long window
 };
 
 namespace {
@@ -53,11 +55,23 @@ bool Prepare(int half, double alpha, FilterBank::Length& length) {
   return ippsMDCTInvInit_32f(&length.transform, 2 * half, length.memory.data()) == ippStsNoErr;
 }
 
+bool PrepareForward(FilterBank& bank) {
+  const auto length = static_cast<Ipp32s>(2 * bank.longWindow.half);
+  Ipp32s planBytes = 0, workBytes = 0;
+  if (ippsMDCTFwdGetSize_32f(length, &planBytes, &workBytes) != ippStsNoErr ||
+      static_cast<std::size_t>(workBytes) > sizeof FilterBankScratch::work) {
+    return false;
+  }
+  bank.forwardMemory.resize(static_cast<std::size_t>(planBytes));
+  return ippsMDCTFwdInit_32f(&bank.forward, length, bank.forwardMemory.data()) == ippStsNoErr;
+}
+
 std::unique_ptr<const FilterBank> MakeFilterBank(int frameLength) {
   try {
     auto bank = std::make_unique<FilterBank>();
     if (!Prepare(frameLength, kLongAlpha, bank->longWindow)) return nullptr;
     if (!Prepare(frameLength / 8, kShortAlpha, bank->shortWindow)) return nullptr;
+    if (!PrepareForward(*bank)) return nullptr;
     return bank;
   } catch (const std::bad_alloc&) {
     return nullptr;
@@ -93,6 +107,24 @@ void SynthesiseShort(const FilterBank& bank, int shape, const float* spectrum, F
     ippsOverlapAdd_32f(window - slope, window, rise, scratch.blocks + i * slope, slope);
   }
   std::copy_n(scratch.samples + 15 * slope, slope, scratch.blocks + 8 * slope);
+}
+
+// Multiplies half a frame by a rising slope; a short one lies in the middle, silent before it, flat behind.
+void ApplyRise(const FilterBank& bank, int shape, bool isShort, float* half) {
+  const std::size_t length = bank.longWindow.half;
+  const FilterBank::Length& window = isShort ? bank.shortWindow : bank.longWindow;
+  const std::size_t start = (length - window.half) / 2;
+  std::fill_n(half, start, 0.0f);
+  for (std::size_t i = 0; i < window.half; ++i) half[start + i] *= window.rise[shape][i];
+}
+
+// The same with a falling slope, flat before a short one.
+void ApplyFall(const FilterBank& bank, int shape, bool isShort, float* half) {
+  const std::size_t length = bank.longWindow.half;
+  const FilterBank::Length& window = isShort ? bank.shortWindow : bank.longWindow;
+  const std::size_t start = (length - window.half) / 2;
+  for (std::size_t i = 0; i < window.half; ++i) half[start + i] *= window.rise[shape][window.half - 1 - i];
+  std::fill(half + start + window.half, half + length, 0.0f);
 }
 
 }  // namespace
@@ -133,6 +165,18 @@ void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape,
   }
   state.shape = static_cast<std::uint8_t>(shape);
   state.endsShort = sequence == WindowSequence::kEightShort || sequence == WindowSequence::kLongStart;
+}
+
+void AnalyseFrame(const FilterBank& bank, WindowSequence sequence, int shape, const FilterBankState& state,
+                  FilterBankScratch& scratch, float* spectrum) {
+  ApplyRise(bank, state.shape, sequence == WindowSequence::kLongStop, scratch.samples);
+  ApplyFall(bank, shape, sequence == WindowSequence::kLongStart, scratch.samples + bank.longWindow.half);
+  ippsMDCTFwd_32f(scratch.samples, spectrum, bank.forward, scratch.work);
+}
+
+void WindowedTail(const FilterBank& bank, const FilterBankState& state, float* half) {
+  std::copy_n(state.tail, bank.longWindow.half, half);
+  ApplyFall(bank, state.shape, state.endsShort, half);
 }
 
 void MakeSineWindow(int half, float* window) {

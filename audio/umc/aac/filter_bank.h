@@ -20,7 +20,7 @@ struct FilterBankState {
 struct FilterBankScratch {
   alignas(16) float samples[2 * kMaxFrameLength];
   alignas(16) float blocks[kMaxFrameLength + kMaxFrameLength / 4];
-  alignas(16) std::uint8_t work[kMaxFrameLength * sizeof(float)];
+  alignas(16) std::uint8_t work[2 * kMaxFrameLength * sizeof(float)];
 };
 
 // The windows and transforms of a frame length, shared by all decoders.
@@ -33,6 +33,14 @@ const FilterBank* SharedFilterBank(int frameLength);
 // those of the frame's ics_info.
 void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape, FilterBankState& state,
                      FilterBankScratch& scratch, float* spectrum);
+
+// The forward direction: the spectrum of `scratch.samples`, a whole window of the frame that follows `state`.
+// `sequence` is no short one.
+void AnalyseFrame(const FilterBank& bank, WindowSequence sequence, int shape, const FilterBankState& state,
+                  FilterBankScratch& scratch, float* spectrum);
+
+// The half of a frame that the next one will overlap with, as its own window alone leaves it.
+void WindowedTail(const FilterBank& bank, const FilterBankState& state, float* half);
 
 // The rising half of a window: w[i] for 0 <= i < half (ISO/IEC 14496-3, 4.6.11.3.2); `alpha` is the
 // Kaiser-Bessel window's.

@@ -1,8 +1,28 @@
 #include "ics_info.h"
 
+#include "audio_specific_config.h"
+
 namespace UMC::aac {
 
-bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, IcsInfo& ics) {
+namespace {
+
+// What follows predictor_data_present in a long window.
+bool ParsePredictorData(BitWindow& stream, int objectType, IcsInfo& ics, IcsInfo* second) {
+  if (objectType == kObjectMain) {
+    if (!ParsePredictionData(stream, *ics.bands, ics.maxSfb, ics.prediction)) return false;
+    if (second != nullptr) *second = ics;
+    return true;
+  }
+  if (objectType != kObjectLtp) return false;
+  if (second != nullptr) *second = ics;
+  if (stream.ReadFlag()) ParseLtpData(stream, ics.maxSfb, ics.ltp);  // ltp_data_present
+  if (second != nullptr && stream.ReadFlag()) ParseLtpData(stream, ics.maxSfb, second->ltp);
+  return true;
+}
+
+}  // namespace
+
+bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics, IcsInfo* second) {
   stream.Read(1);  // ics_reserved_bit
   ics.sequence = static_cast<WindowSequence>(stream.Read(2));
   ics.shape = static_cast<std::uint8_t>(stream.Read(1));
@@ -24,10 +44,13 @@ bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, IcsInfo& ics) {
     ics.maxSfb = static_cast<std::uint8_t>(stream.Read(6));
     ics.groups = 1;
     ics.groupLength[0] = 1;
-    const bool predictorDataPresent = stream.ReadFlag();
-    if (predictorDataPresent) return false;
   }
-  return ics.maxSfb <= ics.bands->bands;
+  ics.prediction = {};
+  ics.ltp = {};
+  if (ics.maxSfb > ics.bands->bands) return false;
+  if (!ics.IsShort() && stream.ReadFlag()) return ParsePredictorData(stream, objectType, ics, second);
+  if (second != nullptr) *second = ics;
+  return true;
 }
 
 }  // namespace UMC::aac

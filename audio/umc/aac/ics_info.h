@@ -5,6 +5,8 @@
 #include <cstdint>
 
 #include "bit_window.h"
+#include "ltp.h"
+#include "prediction.h"
 #include "scale_factor_bands.h"
 
 namespace UMC::aac {
@@ -22,6 +24,8 @@ struct IcsInfo {
   std::uint8_t groups;
   std::uint8_t groupLength[8];  // windows
   const BandTable* bands;       // of one window
+  PredictionData prediction;    // all zeros where there is none
+  LtpData ltp;
 
   [[nodiscard]] bool IsShort() const { return sequence == WindowSequence::kEightShort; }
   // Lines of one window.
@@ -31,8 +35,9 @@ struct IcsInfo {
   [[nodiscard]] int BandCount() const { return groups * maxSfb; }
 };
 
-// False for what no stream of the object types served here may hold, prediction included.
-bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, IcsInfo& ics);
+// Reads ics_info(); where a pair has it in common, `second` is not null and receives the second channel's,
+// which differs in its long-term prediction alone. False for what no stream of the object type may hold.
+bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics, IcsInfo* second);
 
 // Calls visit(band, firstLine, lineCount) for every window's every band, in the order of the lines.
 template <class Visit>

@@ -1,5 +1,7 @@
 #include "individual_channel_stream.h"
 
+#include "audio_specific_config.h"
+#include "gain_control.h"
 #include "pulse.h"
 #include "scale_factors.h"
 #include "sections.h"
@@ -8,9 +10,10 @@
 namespace UMC::aac {
 
 bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
-                                  bool commonWindow, std::int16_t* quantised, ChannelStream& channel) {
+                                  int objectType, bool commonWindow, std::int16_t* quantised,
+                                  ChannelStream& channel) {
   const auto globalGain = static_cast<int>(stream.Read(8));
-  if (!commonWindow && !ParseIcsInfo(stream, bands, channel.ics)) return false;
+  if (!commonWindow && !ParseIcsInfo(stream, bands, objectType, channel.ics, nullptr)) return false;
   if (!ParseSectionData(stream, channel)) return false;
   if (!ParseScaleFactorData(stream, codebooks, globalGain, channel)) return false;
 
@@ -21,9 +24,12 @@ bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks,
   }
   channel.tns.count = 0;
   const bool tnsDataPresent = stream.ReadFlag();
-  if (tnsDataPresent && !ParseTnsData(stream, channel.ics, channel.tns)) return false;
+  if (tnsDataPresent && !ParseTnsData(stream, channel.ics, objectType, channel.tns)) return false;
   const bool gainControlDataPresent = stream.ReadFlag();
-  if (gainControlDataPresent) return false;
+  if (gainControlDataPresent) {
+    if (objectType != kObjectSsr) return false;
+    SkipGainControlData(stream, channel.ics.sequence);
+  }
   return ParseSpectralData(stream, codebooks, pulse, quantised, channel);
 }
 

@@ -8,9 +8,10 @@
 namespace UMC::aac {
 
 // Reads a channel up to and including its spectrum. With `commonWindow` its ics_info is there already. False
-// for what no stream of the object types served here may hold, gain control included. `quantised` is room
+// for what no stream of the object type may hold. `quantised` is room
 // for a frame's lines.
 bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
-                                  bool commonWindow, std::int16_t* quantised, ChannelStream& channel);
+                                  int objectType, bool commonWindow, std::int16_t* quantised,
+                                  ChannelStream& channel);
 
 }  // namespace UMC::aac

@@ -21,9 +21,14 @@ constexpr std::size_t kCrcSecondChannelBits = 128;
 
 class BlockParser {
  public:
-  BlockParser(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, RawDataBlock& block,
-              Ipp32u* crc)
-      : m_stream(stream), m_codebooks(codebooks), m_bands(bands), m_block(block), m_crc(crc) {}
+  BlockParser(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
+              RawDataBlock& block, Ipp32u* crc)
+      : m_stream(stream),
+        m_codebooks(codebooks),
+        m_bands(bands),
+        m_objectType(objectType),
+        m_block(block),
+        m_crc(crc) {}
 
   bool Parse() {
     m_block.elementCount = m_block.channelCount = m_block.couplingCount = m_block.streamCount = 0;
@@ -81,8 +86,8 @@ class BlockParser {
   }
 
   bool ParseChannel(bool commonWindow, ChannelStream& channel) {
-    return ParseIndividualChannelStream(m_stream, m_codebooks, m_bands, commonWindow, m_block.quantised,
-                                        channel);
+    return ParseIndividualChannelStream(m_stream, m_codebooks, m_bands, m_objectType, commonWindow,
+                                        m_block.quantised, channel);
   }
 
   // Counts an element with its channels; null when they are too many.
@@ -114,8 +119,7 @@ class BlockParser {
     if (right == nullptr) return false;
     element->commonWindow = m_stream.ReadFlag();
     if (element->commonWindow) {
-      if (!ParseIcsInfo(m_stream, m_bands, left->ics)) return false;
-      right->ics = left->ics;
+      if (!ParseIcsInfo(m_stream, m_bands, m_objectType, left->ics, &right->ics)) return false;
       if (!ParseStereoMask(m_stream, left->ics, element->mask)) return false;
     }
     if (!ParseChannel(element->commonWindow, *left)) return false;
@@ -133,7 +137,7 @@ class BlockParser {
     coupling.stream = static_cast<std::uint8_t>(m_block.streamCount);
     ChannelStream* channel = NewStream();
     return channel != nullptr &&
-           ParseCoupling(m_stream, m_codebooks, m_bands, m_block.quantised, *channel, coupling);
+           ParseCoupling(m_stream, m_codebooks, m_bands, m_objectType, m_block.quantised, *channel, coupling);
   }
 
   // data_stream_element()
@@ -166,6 +170,7 @@ class BlockParser {
   BitWindow& m_stream;
   const Codebooks& m_codebooks;
   const FrameBands& m_bands;
+  int m_objectType;
   RawDataBlock& m_block;
   Ipp32u* m_crc;
 };
@@ -184,19 +189,31 @@ void CoupleSpectra(RawDataBlock& block, CouplingPoint point) {
 }  // namespace
 
 BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
-                              RawDataBlock& block, Ipp32u* crc) {
-  if (BlockParser(stream, codebooks, bands, block, crc).Parse()) return BlockStatus::kOk;
+                              int objectType, RawDataBlock& block, Ipp32u* crc) {
+  if (BlockParser(stream, codebooks, bands, objectType, block, crc).Parse()) return BlockStatus::kOk;
   return stream.Overrun() ? BlockStatus::kOverrun : BlockStatus::kInvalid;
 }
 
-void ApplySpectralTools(const std::uint8_t* data, std::size_t size, RawDataBlock& block) {
+void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
+                        const ChannelPast* past, FilterBankScratch& scratch, RawDataBlock& block) {
   ChannelStream* streams = block.streams;
+  const auto predict = [&](int stream) {
+    if (past[stream].prediction != nullptr) ApplyPrediction(*past[stream].prediction, streams[stream]);
+  };
+  const auto predictLongTerm = [&](int stream) {
+    if (past[stream].ltp == nullptr) return;
+    ApplyLtp(bank, *past[stream].overlap, *past[stream].ltp, scratch, streams[stream]);
+  };
+
   const bool noise = std::any_of(streams, streams + block.streamCount, HasNoise);
   NoiseGenerator generator(data, noise ? size : 0);
 
   for (int i = 0; i < block.couplingCount; ++i) {
-    ChannelStream& channel = streams[block.couplings[i].stream];
+    const int stream = block.couplings[i].stream;
+    ChannelStream& channel = streams[stream];
     ApplyNoise(channel, generator);
+    predict(stream);
+    predictLongTerm(stream);
     ApplyTns(channel.tns, channel.ics, channel.spectrum);
   }
   for (int i = 0; i < block.elementCount; ++i) {
@@ -207,10 +224,14 @@ void ApplySpectralTools(const std::uint8_t* data, std::size_t size, RawDataBlock
       ChannelStream& second = streams[element.stream + 1];
       ApplyNoise(first, second, element.mask.used, generator);
       ApplyMidSide(element.mask, first, second);
+      predict(element.stream);
+      predict(element.stream + 1);
       ApplyIntensity(element.mask, first, second);
     } else {
-      for (int channel = 0; channel < channels; ++channel)
-        ApplyNoise(streams[element.stream + channel], generator);
+      for (int stream = element.stream; stream < element.stream + channels; ++stream) {
+        ApplyNoise(streams[stream], generator);
+        predict(stream);
+      }
     }
   }
   CoupleSpectra(block, CouplingPoint::kBeforeTns);
@@ -218,6 +239,7 @@ void ApplySpectralTools(const std::uint8_t* data, std::size_t size, RawDataBlock
     const BlockElement& element = block.elements[i];
     for (int channel = 0; channel < ChannelsOf(element.type); ++channel) {
       ChannelStream& target = streams[element.stream + channel];
+      predictLongTerm(element.stream + channel);
       ApplyTns(target.tns, target.ics, target.spectrum);
     }
   }

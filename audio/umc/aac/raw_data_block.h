@@ -7,6 +7,7 @@
 #include "channel_stream.h"
 #include "codebooks.h"
 #include "coupling.h"
+#include "filter_bank.h"
 #include "ipps_types.h"
 #include "layout.h"
 #include "program_config.h"
@@ -61,14 +62,22 @@ void ForEachCoupled(RawDataBlock& block, int coupling, Visit visit) {
 
 enum class BlockStatus { kOk, kInvalid, kOverrun };
 
-// Reads a block, its alignment at the end included, and makes the spectra of its streams; nothing but
-// `block` changes. `crc`, where not null, takes in the bits that an ADTS checksum protects.
+// Reads a block of the object type, its alignment at the end included, and makes the spectra of its streams;
+// nothing but `block` changes. `crc`, where not null, takes in the bits that an ADTS checksum protects.
 BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
-                              RawDataBlock& block, Ipp32u* crc);
+                              int objectType, RawDataBlock& block, Ipp32u* crc);
 
-// Undoes noise substitution, joint stereo, coupling of spectra and TNS. The noise depends on `data`, the
-// block's bytes.
-void ApplySpectralTools(const std::uint8_t* data, std::size_t size, RawDataBlock& block);
+// What the spectral tools know of a channel's past: its overlap, and what its object type predicts from.
+struct ChannelPast {
+  const FilterBankState* overlap;
+  PredictionState* prediction;  // null: of another object type
+  const LtpState* ltp;          // likewise
+};
+
+// Undoes noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on
+// `data`, the block's bytes; `past` is that of every stream.
+void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
+                        const ChannelPast* past, FilterBankScratch& scratch, RawDataBlock& block);
 
 // The generator polynomial and start of the ADTS checksum, as ippsCRC32_8u takes them.
 inline constexpr Ipp32u kAdtsCrcPolynomial = 0x80050000u;

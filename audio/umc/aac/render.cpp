@@ -35,6 +35,35 @@ const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& bloc
                                : state.layout.elements[index];
 }
 
+void ForgetPrediction(int objectType, PredictionMemory& memory) {
+  if (objectType == kObjectMain) ippsFDPReset_32f(&memory.prediction);
+  if (objectType == kObjectLtp) memory.ltp = {};
+}
+
+// Calls visit(channel of the layout, index of its stream) for every channel that the block carries.
+template <class Visit>
+void ForEachCarried(const DecoderState& state, const RawDataBlock& block, Visit visit) {
+  for (int i = 0; i < block.elementCount; ++i) {
+    const BlockElement& element = block.elements[i];
+    const LayoutElement& place = PlaceOf(state, block, i);
+    for (int c = 0; c < ChannelsOf(element.type); ++c) visit(place.firstChannel + c, element.stream + c);
+  }
+}
+
+// The memory of every stream of the block.
+void FindPasts(DecoderState& state, const RawDataBlock& block, ChannelPast* pasts) {
+  const auto past = [&](const FilterBankState& overlap, PredictionMemory& memory) {
+    return ChannelPast{&overlap, state.objectType == kObjectMain ? &memory.prediction : nullptr,
+                       state.objectType == kObjectLtp ? &memory.ltp : nullptr};
+  };
+  ForEachCarried(state, block, [&](int channel, int stream) {
+    pasts[stream] = past(state.channels[channel], state.predictions[channel]);
+  });
+  for (int i = 0; i < block.couplingCount; ++i) {
+    pasts[block.couplings[i].stream] = past(state.couplings[i], state.predictions[kMaxChannels + i]);
+  }
+}
+
 bool IsMono(const Layout& layout) {
   return layout.elementCount == 1 && layout.elements[0].type == ElementType::kSingle;
 }
@@ -68,12 +97,7 @@ int OutputLength(const DecoderState& state) {
 void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, const float** samples) {
   RawDataBlock& block = work.block;
   const ChannelStream* carried[kMaxChannels] = {};
-  for (int i = 0; i < block.elementCount; ++i) {
-    const BlockElement& element = block.elements[i];
-    const LayoutElement& place = PlaceOf(state, block, i);
-    const int channels = ChannelsOf(element.type);
-    for (int c = 0; c < channels; ++c) carried[place.firstChannel + c] = &block.streams[element.stream + c];
-  }
+  ForEachCarried(state, block, [&](int channel, int stream) { carried[channel] = &block.streams[stream]; });
   for (int channel = 0; channel < state.layout.channelCount; ++channel) {
     WindowSequence sequence = WindowSequence::kOnlyLong;
     int shape = state.channels[channel].shape;
@@ -88,6 +112,8 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& b
       std::fill_n(spectrum, state.frameLength, 0.0f);
     }
     SynthesiseFrame(bank, sequence, shape, state.channels[channel], work.scratch, spectrum);
+    if (state.objectType == kObjectLtp)
+      UpdateLtp(spectrum, state.frameLength, state.predictions[channel].ltp);
     samples[channel] = spectrum;
   }
 }
@@ -101,12 +127,18 @@ void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) 
     ChannelStream& source = block.streams[coupling.stream];
     SynthesiseFrame(bank, source.ics.sequence, source.ics.shape, state.couplings[i], work.scratch,
                     source.spectrum);
+    if (state.objectType == kObjectLtp) {
+      UpdateLtp(source.spectrum, state.frameLength, state.predictions[kMaxChannels + i].ltp);
+    }
     ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
       ippsAddProductC_32f(source.spectrum, gains[0], target.spectrum,
                           static_cast<std::size_t>(state.frameLength));
     });
   }
-  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) state.couplings[i] = {};
+  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) {
+    state.couplings[i] = {};
+    ForgetPrediction(state.objectType, state.predictions[kMaxChannels + i]);
+  }
   state.couplingsInUse = block.couplingCount;
 }
 
@@ -245,6 +277,11 @@ void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   for (SbrElementState& element : sbr.elements) ForgetSbrProgress(element);
   sbr.completeBlocks = 0;
   std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
+  ForgetPredictions(state);
+}
+
+void ForgetPredictions(DecoderState& state) {
+  for (PredictionMemory& memory : state.predictions) ForgetPrediction(state.objectType, memory);
 }
 
 bool IsSettled(const DecoderState& state, const SbrArea& sbr) {
@@ -272,7 +309,9 @@ std::size_t LargestRenderedBytes(const DecoderState& state, const RawDataBlock& 
 void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,
                  std::size_t size, std::int16_t* output) {
   const FilterBank& bank = *SharedFilterBank(state.frameLength);
-  ApplySpectralTools(data, size, work.block);
+  ChannelPast pasts[kMaxStreams];
+  FindPasts(state, work.block, pasts);
+  ApplySpectralTools(data, size, bank, pasts, work.scratch, work.block);
   const float* samples[kMaxChannels];
   SynthesiseChannels(state, work, bank, samples);
   CoupleSignals(state, work, bank);

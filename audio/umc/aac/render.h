@@ -20,6 +20,9 @@ void UpdateMix(DecoderState& state);
 // Forgets the signal: what overlaps into the next frame.
 void ForgetSignal(DecoderState& state, SbrArea& sbr);
 
+// Starts what the state's object type predicts from anew; due when that type is set.
+void ForgetPredictions(DecoderState& state);
+
 // Finds out whether the parsed block, whose bytes are `data`, starts spectral band replication: the first
 // block by any payload of it, later ones (where damage may look like one) by a payload that makes sense. From
 // then on all blocks have it.

@@ -106,49 +106,65 @@ void ForgetHighBand(SbrChannelState& channel) {
 // has counts.
 using SbrFrame = Ipp32fc (*)[kQmfBands];
 
+// Where a frame's high band lies.
+struct BandRange {
+  int kx, end;             // subbands
+  int firstSlot, endSlot;  // of output; the end may lie beyond the frame's
+};
+
+// Clears what belongs neither to the core's band nor to the high one. The first slots are those that the last
+// frame has generated already.
+void JoinBands(const BandRange& range, int slots, const SbrChannelState& channel, SbrFrame frame) {
+  for (int slot = 0; slot < slots; ++slot) {
+    Ipp32fc* row = frame[slot];
+    if (slot < channel.highSlots) {
+      std::copy(channel.high[slot] + channel.kx, channel.high[slot] + kQmfBands, row + channel.kx);
+    } else {
+      std::fill(row + (slot < range.firstSlot ? range.kx : range.end), row + kQmfBands, Ipp32fc{});
+    }
+  }
+}
+
+// Keeps what the next frame starts with.
+void KeepBands(const BandRange& range, int slots, const Ipp32fc (*rows)[kQmfBands],
+               SbrChannelState& channel) {
+  for (int i = 0; i < kSbrOldSlots; ++i) {
+    auto* low = channel.low[i];
+    std::fill(std::copy_n(rows[slots + i], range.kx, low), low + kIppsSbrAnalysisBands, Ipp32fc{});
+  }
+  channel.kx = range.kx;
+  channel.highSlots = std::max(range.endSlot - slots, 0);
+  for (int i = 0; i < channel.highSlots; ++i) {
+    const Ipp32fc* row = rows[kSbrAdjustSlots + slots + i];
+    auto* high = channel.high[i];
+    std::fill(std::copy(row + range.kx, row + range.end, high + range.kx), high + kQmfBands, Ipp32fc{});
+  }
+}
+
 SbrFrame MakeSubbands(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
                       const float* core, SbrChannelState& channel, SbrScratch& scratch) {
   const SbrFrequencyTables& tables = element.tables;
   const int slots = format.coreFrameLength / kIppsSbrAnalysisBands;
-  auto* work = reinterpret_cast<Ipp8u*>(scratch.work);
   auto* rows = scratch.rows;
   for (int i = 0; i < kSbrOldSlots; ++i) std::copy_n(channel.low[i], kIppsSbrAnalysisBands, rows[i]);
   ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, static_cast<std::size_t>(slots), rows + kSbrOldSlots,
-                                          &channel.analysis, SharedSbrFilterBanks()->analysis, work);
+                                          &channel.analysis, SharedSbrFilterBanks()->analysis,
+                                          reinterpret_cast<Ipp8u*>(scratch.work));
 
-  int kx = kIppsSbrAnalysisBands, end = kx, highBegin = slots, highEnd = slots;
+  BandRange range = {kIppsSbrAnalysisBands, kIppsSbrAnalysisBands, slots, slots};
   if (hasHighBand) {
     const SbrChannelData& data = scratch.data.channels[index];
-    kx = tables.kx;
-    end = kx + tables.m;
-    highBegin = 2 * data.grid.borders[0];
-    highEnd = 2 * data.grid.borders[data.grid.envelopes];
+    range = {tables.kx, tables.kx + tables.m, 2 * data.grid.borders[0],
+             2 * data.grid.borders[data.grid.envelopes]};
     UpdateSbrChirp(data.inverseFiltering, tables.noise.count, channel.chirp);
-    GenerateSbrBand(tables, channel.chirp, slots, highBegin, highEnd, rows);
+    GenerateSbrBand(tables, channel.chirp, slots, range.firstSlot, range.endSlot, rows);
     AdjustSbrBand(element.header, tables, data, scratch.levels[index], channel.adjuster, rows);
   } else {
     ForgetHighBand(channel);
   }
   const SbrFrame frame = rows + kSbrAdjustSlots;
-  // Subbands of the core and of the high band, the first slots' as the last frame left them.
-  for (int slot = 0; slot < slots; ++slot) {
-    if (slot < channel.highSlots) {
-      std::copy(channel.high[slot] + channel.kx, channel.high[slot] + kQmfBands, frame[slot] + channel.kx);
-    } else {
-      std::fill(frame[slot] + (slot < highBegin ? kx : end), frame[slot] + kQmfBands, Ipp32fc{});
-    }
-  }
-  // What the next frame starts with.
-  for (int i = 0; i < kSbrOldSlots; ++i) {
-    std::fill(std::copy_n(rows[slots + i], kx, channel.low[i]), channel.low[i] + kIppsSbrAnalysisBands,
-              Ipp32fc{});
-  }
-  channel.kx = kx;
-  channel.highSlots = std::max(highEnd - slots, 0);
-  for (int i = 0; i < channel.highSlots; ++i) {
-    std::fill(std::copy(frame[slots + i] + kx, frame[slots + i] + end, channel.high[i] + kx),
-              channel.high[i] + kQmfBands, Ipp32fc{});
-  }
+  JoinBands(range, slots, channel, frame);
+  KeepBands(range, slots, rows, channel);
   return frame;
 }
 

@@ -98,8 +98,8 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
 bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
                SbrScratch& scratch);
 
-// Makes the output of the element's channel `index` from its core samples: with the high band that
-// ReadSbrPayload has left in `scratch`, or (`hasHighBand` false) the core's own band alone.
+// Decodes the element's channel `index` from its core samples: with the high band that ReadSbrPayload has
+// left in `scratch`, or (`hasHighBand` false) the core's own band alone.
 void DecodeSbrChannel(const SbrFormat& format, const SbrElementState& element, bool hasHighBand, int index,
                       const float* core, SbrChannelState& channel, SbrScratch& scratch, float* output);
 

@@ -234,8 +234,9 @@ void MakeSbrLimiterBands(int limiterBands, SbrFrequencyTables& tables) {
       *++kept = *next;
     }
   }
-  // Subbands above a last patch that was left out belong to the band below.
-  *kept = std::max(*kept, low.borders[low.count]);
+  // Where a last patch was left out the last border may be gone: its band belongs to the one below.
+  if (kept == limiter.borders) ++kept;
+  *kept = low.borders[low.count];
   limiter.count = static_cast<std::uint8_t>(kept - limiter.borders);
 }
 

@@ -59,15 +59,15 @@ constexpr Offsets kShort[] = {
     {15, {0, 4, 8, 12, 16, 20, 24, 28, 36, 44, 52, 60, 72, 88, 108, 128}},
 };
 
-// By sampling frequency index: the rows above, and TNS_MAX_BANDS of the object types Main, LC and LTP
-// (ISO/IEC 14496-3, 4.6.9.3).
+// By sampling frequency index: the rows above, TNS_MAX_BANDS of the object types Main, LC and LTP (ISO/IEC
+// 14496-3, 4.6.9.3), and PRED_SFB_MAX (4.6.7.2).
 struct IndexRow {
-  int longOffsets, shortOffsets, tnsLong, tnsShort;
+  int longOffsets, shortOffsets, tnsLong, tnsShort, prediction;
 };
 constexpr IndexRow kIndexRows[kSamplingIndexCount] = {
-    {0, 0, 31, 9},  {0, 0, 31, 9},  {1, 0, 34, 10}, {2, 1, 40, 14}, {2, 1, 42, 14},
-    {3, 1, 51, 14}, {4, 2, 46, 14}, {4, 2, 46, 14}, {5, 3, 42, 14}, {5, 3, 42, 14},
-    {5, 3, 42, 14}, {6, 4, 39, 14}, {6, 4, 39, 14}};
+    {0, 0, 31, 9, 33},  {0, 0, 31, 9, 33},  {1, 0, 34, 10, 38}, {2, 1, 40, 14, 40}, {2, 1, 42, 14, 40},
+    {3, 1, 51, 14, 40}, {4, 2, 46, 14, 41}, {4, 2, 46, 14, 41}, {5, 3, 42, 14, 37}, {5, 3, 42, 14, 37},
+    {5, 3, 42, 14, 37}, {6, 4, 39, 14, 34}, {6, 4, 39, 14, 34}};
 
 constexpr BandTable CutAt(const Offsets& offsets, int lines, int tnsBands) {
   BandTable table;
@@ -87,6 +87,7 @@ constexpr IndexedBands MakeBands(int frameLength) {
   for (std::size_t i = 0; i < bands.size(); ++i) {
     const IndexRow& row = kIndexRows[i];
     bands[i].longWindow = CutAt(kLong[row.longOffsets], frameLength, row.tnsLong);
+    bands[i].longWindow.predictionBands = row.prediction;
     bands[i].shortWindow = CutAt(kShort[row.shortOffsets], frameLength / 8, row.tnsShort);
   }
   return bands;

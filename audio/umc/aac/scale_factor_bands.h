@@ -19,6 +19,7 @@ struct BandTable {
   int bands = 0;                              // num_swb
   std::uint16_t offsets[kMaxBands + 1] = {};  // swb_offset: first line of every band, then the line count
   int tnsBands = 0;                           // TNS_MAX_BANDS
+  int predictionBands = 0;                    // PRED_SFB_MAX; of a long window
 };
 
 // The bands of a frame of 1024 or 960 samples at a sampling frequency index below kSamplingIndexCount.

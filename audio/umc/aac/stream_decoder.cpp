@@ -4,6 +4,7 @@
 
 #include "adif.h"
 #include "adts.h"
+#include "als_config.h"
 #include "ipps_crc.h"
 #include "render.h"
 
@@ -11,7 +12,6 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr std::uint32_t kAlsId = 0x414C5300;  // "ALS" and a zero byte
 // The longest frame of a channel (6144 bits: ISO/IEC 14496-3, 4.5.3.1), in bytes.
 constexpr std::size_t kMaxChannelBytes = 768;
 // Consumed of a frame that cannot be right: enough to look for the next header behind this one.
@@ -30,7 +30,7 @@ Status StatusOf(BlockStatus status) {
 
 BlockStatus Parse(const DecoderState& state, WorkArea& work, BitWindow& stream, Ipp32u* crc) {
   return ParseRawDataBlock(stream, *SharedCodebooks(), BandsOf(state.samplingIndex, state.frameLength),
-                           work.block, crc);
+                           state.objectType, work.block, crc);
 }
 
 // Renders the parsed block, `blocks` of whose kind must fit the output. `start` and `end` are its bytes in
@@ -83,6 +83,7 @@ Status StartAdif(DecoderState& state, WorkArea& work, FrameRequest& request) {
   state.frequency = kSamplingFrequencies[program.samplingIndex];
   state.frameLength = 1024;
   state.program = layout;
+  ForgetPredictions(state);
   request.consumed = stream.Position() / 8;
   return DecodeRaw(state, work, request);
 }
@@ -248,16 +249,27 @@ Status StartAdts(DecoderState& state, WorkArea& work, FrameRequest& request) {
   state.samplingIndex = header.samplingIndex;
   state.frequency = kSamplingFrequencies[header.samplingIndex];
   state.frameLength = 1024;
+  ForgetPredictions(state);
   const Status status = DecodeAdtsAt(state, work, start, request);
   if (!state.formatKnown) state.form = StreamForm::kUnknown;
   return status;
 }
 
+// No decoder can be set up for a lossless stream, but its frames are not searched for headers of others.
+Status StartAls(DecoderState& state, FrameRequest& request) {
+  BitWindow stream(request.input, request.inputSize);
+  if (ParseAlsConfig(stream)) {
+    state.form = StreamForm::kAls;
+    state.objectType = kObjectAls;
+  }
+  request.consumed = std::min((stream.Position() + 7) / 8, request.inputSize);
+  return UMC_ERR_CONFIGURATION;
+}
+
 Status Start(DecoderState& state, WorkArea& work, FrameRequest& request) {
   const std::uint32_t id = BitWindow(request.input, request.inputSize).Read(32);
   if (request.inputSize >= 4 && id == kAlsId) {
-    request.consumed = 4;
-    return UMC_ERR_CONFIGURATION;
+    return StartAls(state, request);
   }
   if (request.inputSize >= 4 && id == kAdifId) return StartAdif(state, work, request);
   return StartAdts(state, work, request);
@@ -276,6 +288,9 @@ Status DecodeFrame(DecoderState& state, WorkArea& work, FrameRequest& request) {
     case StreamForm::kAdts:
       status = DecodeAdts(state, work, request);
       break;
+    case StreamForm::kAls:
+      status = UMC_ERR_CONFIGURATION;
+      break;
     default:
       status = Start(state, work, request);
   }
@@ -284,6 +299,7 @@ Status DecodeFrame(DecoderState& state, WorkArea& work, FrameRequest& request) {
 }
 
 bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
+  // ER BSAC and ALS would need decoders of their own, which cannot be set up.
   switch (config.objectType) {
     case kObjectMain:
     case kObjectLc:
@@ -303,6 +319,7 @@ bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
   state.frameLength = config.frameLength;
   state.layout = config.layout;
   if (config.channelConfiguration == 0) state.program = config.layout;
+  ForgetPredictions(state);
   state.sbrSignalled = config.sbrSignalled;
   if (config.sbrSignalled && config.extensionFrequency == config.frequency) state.options.sbrDownSampled = 1;
   return true;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "audio_specific_config.h"
+
 namespace UMC::aac {
 
 namespace {
@@ -30,7 +32,7 @@ struct Reflections {
 void FilterLines(float* line, std::ptrdiff_t step, int count, const float* predictor, int order) {
   // The history, latest value first, kept twice the length so that it is moved only now and then.
   constexpr int kRoom = 64;
-  float history[kRoom + kMaxTnsOrderLong] = {};
+  float history[kRoom + kMaxTnsOrderMain] = {};
   int latest = kRoom;
   for (int i = 0; i < count; ++i, line += step) {
     float sum = *line;
@@ -44,12 +46,40 @@ void FilterLines(float* line, std::ptrdiff_t step, int count, const float* predi
   }
 }
 
+// y[i] = x[i] + sum of predictor[j] * x[i - 1 - j], from the last line to the first.
+void FilterLinesBack(float* line, std::ptrdiff_t step, int count, const float* predictor, int order) {
+  for (int i = count - 1; i >= 0; --i) {
+    for (int j = 0; j < std::min(order, i); ++j) line[i * step] += predictor[j] * line[(i - 1 - j) * step];
+  }
+}
+
+// Calls filter(firstLine, step, count, predictor, order) for every filter that covers lines.
+template <class Filter>
+void ForEachFilter(const TnsData& tns, const IcsInfo& ics, float* spectrum, Filter filter) {
+  for (int i = 0; i < tns.count; ++i) {
+    const TnsFilter& sent = tns.filters[i];
+    const int start = ics.bands->offsets[sent.startBand];
+    const int count = ics.bands->offsets[sent.endBand] - start;
+    if (count <= 0) continue;
+    float predictor[kMaxTnsOrderMain];
+    TnsPredictor(sent, predictor);
+    float* first = spectrum + sent.window * ics.WindowLines() + start;
+    if (sent.downward) {
+      filter(first + count - 1, -1, count, predictor, sent.order);
+    } else {
+      filter(first, 1, count, predictor, sent.order);
+    }
+  }
+}
+
 }  // namespace
 
-bool ParseTnsData(BitWindow& stream, const IcsInfo& ics, TnsData& tns) {
+bool ParseTnsData(BitWindow& stream, const IcsInfo& ics, int objectType, TnsData& tns) {
   const bool isShort = ics.IsShort();
   const int windows = isShort ? 8 : 1;
-  const int maxOrder = isShort ? kMaxTnsOrderShort : kMaxTnsOrderLong;
+  const int maxOrder = isShort                     ? kMaxTnsOrderShort
+                       : objectType == kObjectMain ? kMaxTnsOrderMain
+                                                   : kMaxTnsOrderLong;
   const int lastBand = std::min<int>(ics.bands->tnsBands, ics.maxSfb);
   tns.count = 0;
   for (int window = 0; window < windows; ++window) {
@@ -95,20 +125,11 @@ void TnsPredictor(const TnsFilter& filter, float* predictor) {
 }
 
 void ApplyTns(const TnsData& tns, const IcsInfo& ics, float* spectrum) {
-  for (int i = 0; i < tns.count; ++i) {
-    const TnsFilter& filter = tns.filters[i];
-    const int start = ics.bands->offsets[filter.startBand];
-    const int count = ics.bands->offsets[filter.endBand] - start;
-    if (count <= 0) continue;
-    float predictor[kMaxTnsOrderLong];
-    TnsPredictor(filter, predictor);
-    float* first = spectrum + filter.window * ics.WindowLines() + start;
-    if (filter.downward) {
-      FilterLines(first + count - 1, -1, count, predictor, filter.order);
-    } else {
-      FilterLines(first, 1, count, predictor, filter.order);
-    }
-  }
+  ForEachFilter(tns, ics, spectrum, FilterLines);
+}
+
+void ApplyTnsAnalysis(const TnsData& tns, const IcsInfo& ics, float* spectrum) {
+  ForEachFilter(tns, ics, spectrum, FilterLinesBack);
 }
 
 }  // namespace UMC::aac

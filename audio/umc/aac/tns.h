@@ -8,7 +8,9 @@
 
 namespace UMC::aac {
 
-inline constexpr int kMaxTnsOrderLong = 12;  // TNS_MAX_ORDER of all object types but Main
+// TNS_MAX_ORDER
+inline constexpr int kMaxTnsOrderMain = 20;  // of long windows of the object type Main
+inline constexpr int kMaxTnsOrderLong = 12;  // of the others'
 inline constexpr int kMaxTnsOrderShort = 7;
 
 struct TnsFilter {
@@ -17,7 +19,7 @@ struct TnsFilter {
   std::uint8_t order;               // above 0
   bool downward;                    // from the highest line to the lowest
   std::uint8_t resolutionBits;      // of the coefficients, 3 or 4
-  std::int8_t coefficients[kMaxTnsOrderLong];
+  std::int8_t coefficients[kMaxTnsOrderMain];
 };
 
 struct TnsData {
@@ -26,12 +28,15 @@ struct TnsData {
 };
 
 // Reads tns_data(). False for an order beyond the limit.
-bool ParseTnsData(BitWindow& stream, const IcsInfo& ics, TnsData& tns);
+bool ParseTnsData(BitWindow& stream, const IcsInfo& ics, int objectType, TnsData& tns);
 
 // The direct-form coefficients a[1] to a[order] of a filter, in predictor[0] and on.
 void TnsPredictor(const TnsFilter& filter, float* predictor);
 
 // Filters the spectrum in place.
 void ApplyTns(const TnsData& tns, const IcsInfo& ics, float* spectrum);
+
+// The reverse, as an encoder does it.
+void ApplyTnsAnalysis(const TnsData& tns, const IcsInfo& ics, float* spectrum);
 
 }  // namespace UMC::aac

@@ -1,0 +1,74 @@
+#include "ltp.h"
+
+#include <algorithm>
+
+#include "channel_stream.h"
+#include "filter_bank.h"
+#include "ipps_vector.h"
+
+namespace UMC::aac {
+
+namespace {
+
+constexpr int kMaxLtpBands = 40;  // MAX_LTP_LONG_SFB
+constexpr float kCoefficients[8] = {0.570829f, 0.696616f, 0.813004f, 0.911304f,
+                                    0.984900f, 1.067894f, 1.194601f, 1.369533f};
+// A signal beyond this comes of no valid stream; left alone, it could grow until it is no number.
+constexpr float kLimit = 0x1p24f;
+
+// 0 for what is no number.
+float Limited(float sample) {
+  return sample == sample ? std::clamp(sample, -kLimit, kLimit) : 0;
+}
+
+// The signal of `lag` samples ago times the coefficient, for a whole window of the current frame. Behind the
+// past comes the half that the current frame will overlap with, still aliased, and behind that silence.
+void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
+              const LtpData& ltp, int frameLength, FilterBankScratch& scratch) {
+  float* half = scratch.blocks;
+  WindowedTail(bank, overlap, half);
+  const float coefficient = kCoefficients[ltp.coefficient];
+  const int lag = ltp.lag;
+  const int window = 2 * frameLength;
+  const int fromPast = std::min(lag, window);
+  const int sounding = std::min(lag + frameLength, window);
+  float* out = scratch.samples;
+  for (int i = 0; i < fromPast; ++i) out[i] = coefficient * Limited(state.past[kLtpPast + i - lag]);
+  for (int i = fromPast; i < sounding; ++i) out[i] = coefficient * Limited(half[i - lag]);
+  std::fill(out + sounding, out + window, 0.0f);
+}
+
+}  // namespace
+
+void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp) {
+  ltp.present = true;
+  ltp.lag = static_cast<std::uint16_t>(stream.Read(11));
+  ltp.coefficient = static_cast<std::uint8_t>(stream.Read(3));
+  for (int sfb = 0; sfb < std::min(maxSfb, kMaxLtpBands); ++sfb) {
+    ltp.used |= std::uint64_t{stream.Read(1)} << sfb;
+  }
+}
+
+void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
+              FilterBankScratch& scratch, ChannelStream& channel) {
+  const IcsInfo& ics = channel.ics;
+  const LtpData& ltp = ics.ltp;
+  if (!ltp.present) return;
+  Estimate(bank, overlap, state, ltp, ics.WindowLines(), scratch);
+  float* predicted = scratch.blocks;
+  AnalyseFrame(bank, ics.sequence, ics.shape, overlap, scratch, predicted);
+  ApplyTnsAnalysis(channel.tns, ics, predicted);
+  const std::uint16_t* offsets = ics.bands->offsets;
+  for (int sfb = 0; sfb < ics.maxSfb; ++sfb) {
+    if ((ltp.used >> sfb & 1) == 0 || channel.codebook[sfb] == kNoiseCodebook) continue;
+    const std::size_t count = offsets[sfb + 1] - std::size_t{offsets[sfb]};
+    ippsAddProductC_32f(predicted + offsets[sfb], 1, channel.spectrum + offsets[sfb], count);
+  }
+}
+
+void UpdateLtp(const float* samples, int frameLength, LtpState& state) {
+  std::copy(state.past + frameLength, state.past + kLtpPast, state.past);
+  std::copy_n(samples, frameLength, state.past + kLtpPast - frameLength);
+}
+
+}  // namespace UMC::aac

@@ -1,0 +1,29 @@
+// Prediction of the object type Main: every spectral line from its past (ISO/IEC 14496-3, 4.6.7).
+#pragma once
+
+#include <cstdint>
+
+#include "bit_window.h"
+#include "ipps_fdp.h"
+#include "scale_factor_bands.h"
+
+namespace UMC::aac {
+
+struct ChannelStream;
+
+struct PredictionData {
+  std::uint8_t resetGroup;  // predictor_reset_group_number, 1 to 30; 0: none is reset
+  std::uint64_t used;       // prediction_used: bit of every band
+};
+
+// A channel's memory from frame to frame. ippsFDPReset_32f makes it valid.
+using PredictionState = IppsFDPState_32f;
+
+// Reads the predictor data of a long window behind predictor_data_present. False for a reset group that
+// does not exist.
+bool ParsePredictionData(BitWindow& stream, const BandTable& bands, int maxSfb, PredictionData& prediction);
+
+// Adds the prediction where it is used, and lets the predictors learn from the frame.
+void ApplyPrediction(PredictionState& state, ChannelStream& channel);
+
+}  // namespace UMC::aac

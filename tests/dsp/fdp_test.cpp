@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "ipps_fdp.h"
+
+namespace {
+
+constexpr Ipp16u kOne = 0x3F80;  // the variance of a predictor in its first state
+
+IppsFDPState_32f Adapted() {
+  IppsFDPState_32f state;
+  ippsFDPReset_32f(&state);
+  const Ipp16u offsets[] = {0, kFdpLines};
+  for (int i = 0; i < 3; ++i) {
+    std::vector<float> lines(kFdpLines, 100.0f);
+    EXPECT_EQ(ippStsNoErr, ippsFDPInv_32f_I(lines.data(), offsets, 1, 0, &state));
+    EXPECT_EQ(std::vector<float>(kFdpLines, 100.0f), lines) << "what is not used stays";
+  }
+  return state;
+}
+
+TEST(Fdp, AdaptsByTheRecurrencesInNumbersOf16Bits) {
+  IppsFDPState_32f state;
+  ippsFDPReset_32f(&state);
+  const Ipp16u offsets[] = {0, 1};
+  float line = 3;
+  ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
+  EXPECT_EQ(3, line);
+  EXPECT_EQ(0x40AD, state.variance1[0]);  // 0.90625 + 9 / 2 = 5.40625
+  EXPECT_EQ(0x40AD, state.variance2[0]);
+  EXPECT_EQ(0x4037, state.r0[0]);  // 2.859375
+  EXPECT_EQ(0, state.r1[0]);
+  EXPECT_EQ(0, state.correlation1[0]);
+
+  // k1 is still 0: the second value goes in as it is, and meets the first in the correlation.
+  line = 2;
+  ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
+  EXPECT_EQ(2, line);
+  EXPECT_EQ(0x40B7, state.correlation1[0]);  // 5.71875
+  EXPECT_EQ(0x412F, state.variance1[0]);     // 4.8994140625 + (8.176025390625 + 4) / 2 = 10.98...
+  EXPECT_EQ(0x3FF4, state.r0[0]);            // 1.90625
+  EXPECT_EQ(0x402E, state.r1[0]);            // 2.7252..., cut to 2.71875
+
+  // k1 = 5.71875 * (0.953125 / 10.9375, rounded to 0.08691...), k2 = 0.
+  line = 0;
+  ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
+  EXPECT_NEAR(5.71875 * 0.953125 / 10.9375 * 1.90625, line, 0.01);
+  EXPECT_NE(0, line);
+}
+
+TEST(Fdp, ResetsGroupsOfLinesThatLieThirtyApart) {
+  for (std::size_t group = 1; group <= 30; ++group) {
+    IppsFDPState_32f state = Adapted();
+    ASSERT_EQ(ippStsNoErr, ippsFDPResetGroup_32f(group, &state));
+    for (std::size_t line = 0; line < kFdpLines; ++line) {
+      EXPECT_EQ(line % 30 == group - 1, state.variance1[line] == kOne) << line;
+    }
+  }
+}
+
+TEST(Fdp, ResetsRangesOfLines) {
+  IppsFDPState_32f state = Adapted();
+  ASSERT_EQ(ippStsNoErr, ippsFDPResetLines_32f(10, 20, &state));
+  for (std::size_t line = 0; line < kFdpLines; ++line) {
+    EXPECT_EQ(line >= 10 && line < 20, state.variance2[line] == kOne) << line;
+  }
+}
+
+TEST(Fdp, RefusesWhatDoesNotFit) {
+  IppsFDPState_32f state;
+  ASSERT_EQ(ippStsNoErr, ippsFDPReset_32f(&state));
+  std::vector<float> lines(1024);
+  const Ipp16u offsets[] = {0, kFdpLines + 1};
+  EXPECT_EQ(ippStsSizeErr, ippsFDPInv_32f_I(lines.data(), offsets, 1, 0, &state));
+  EXPECT_EQ(ippStsSizeErr, ippsFDPInv_32f_I(lines.data(), offsets, 65, 0, &state));
+  EXPECT_EQ(ippStsSizeErr, ippsFDPResetLines_32f(0, kFdpLines + 1, &state));
+  EXPECT_EQ(ippStsSizeErr, ippsFDPResetGroup_32f(0, &state));
+  EXPECT_EQ(ippStsSizeErr, ippsFDPResetGroup_32f(31, &state));
+  EXPECT_EQ(ippStsNullPtrErr, ippsFDPReset_32f(nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsFDPResetGroup_32f(1, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsFDPInv_32f_I(nullptr, nullptr, 0, 0, nullptr));
+}
+
+}  // namespace
