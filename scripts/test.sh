@@ -68,6 +68,7 @@ step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
 step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 step "fuzz band replication" fuzz sbr fuzz/seeds/sbr
+step "fuzz parametric stereo" fuzz ps fuzz/seeds/ps
 
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)

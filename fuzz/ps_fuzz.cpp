@@ -1,0 +1,56 @@
+// The payloads of parametric stereo on hostile bytes, frame after frame. The lowest bit of the first byte
+// says whether frames have 960 samples. Then a payload's length, 0 for a frame without one, and its bytes
+// take turns.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "parametric_stereo.h"
+
+using namespace UMC::aac;
+
+namespace {
+
+struct Room {
+  PsData data;
+  PsState state;
+  PsScratch scratch;
+  Ipp32fc left[kIppsSbrSlots + kPsLookAhead][kIppsSbrBands];
+  Ipp32fc right[kIppsSbrSlots][kIppsSbrBands];
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 1) return 0;
+  const int slots = (data[0] & 1) != 0 ? 30 : 32;
+  const auto room = std::make_unique<Room>();
+  for (std::size_t at = 1; at < size;) {
+    const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
+    // A block of exactly its size, so that the sanitizer sees any read beyond.
+    std::vector<std::uint8_t> bytes(data + at + 1, data + at + 1 + length);
+    bytes.shrink_to_fit();
+    at += 1 + length;
+    BitWindow stream(bytes.data(), bytes.size());
+    if (length > 0) ParsePsData(stream, 8 * length, slots, room->data);
+    int value = static_cast<int>(at);
+    for (auto& slot : room->left) {
+      for (Ipp32fc& sample : slot) {
+        value = (value * 7919 + 1) % 65536;
+        sample = {static_cast<float>(value - 32768), static_cast<float>(value % 1024)};
+      }
+    }
+    ApplyParametricStereo(room->data, room->state, room->scratch, slots, room->left, room->right);
+    const auto finite = [](const Ipp32fc& sample) {
+      return std::isfinite(sample.re) && std::isfinite(sample.im);
+    };
+    for (int slot = 0; slot < slots; ++slot) {
+      if (!std::all_of(room->left[slot], room->left[slot] + kIppsSbrBands, finite)) std::abort();
+      if (!std::all_of(room->right[slot], room->right[slot] + kIppsSbrBands, finite)) std::abort();
+    }
+  }
+  return 0;
+}
