@@ -19,7 +19,7 @@ using FourLanes = OneLane;
 }  // namespace
 
 const Kernels& PlainKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands, MulC,
-                                       AddProductC, Butterfly,  Join};
+  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands,   MulC,
+                                       AddProductC, Butterfly,  Deinterleave, Join};
   return kKernels;
 }

@@ -60,8 +60,8 @@ using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 }  // namespace
 
 const Kernels* GetKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands, MulC,
-                                       AddProductC, Butterfly,  Join};
+  static constexpr Kernels kKernels = {MdctInverse, OverlapAdd, ScaleBands,   MulC,
+                                       AddProductC, Butterfly,  Deinterleave, Join};
   // Emulated vectors gain nothing over plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }

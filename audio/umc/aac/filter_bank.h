@@ -34,9 +34,4 @@ const FilterBank* SharedFilterBank(int frameLength);
 void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape, FilterBankState& state,
                      FilterBankScratch& scratch, float* spectrum);
 
-// The rising half of a window: w[i] for 0 <= i < half (ISO/IEC 14496-3, 4.6.11.3.2); `alpha` is the
-// Kaiser-Bessel window's.
-void MakeSineWindow(int half, float* window);
-void MakeKaiserBesselWindow(int half, double alpha, float* window);
-
 }  // namespace UMC::aac
