@@ -137,7 +137,7 @@ TEST(Export, SoundIsAWaveFileOfTheWholeTrack) {
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                       std::vector<std::string>{"-ac", "2", "-c:a", "aac"} + fragmented());
-  const RunResult result = fmp4({"export", file, "--audio", output});
+  const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "codec_name"), "pcm_s16le");
