@@ -3,37 +3,13 @@
 #include <algorithm>
 #include <array>
 
+#include "ac3_checksums.h"
 #include "bit_allocation_tables.h"
-#include "crc.h"
 
 using namespace UMC::ac3;
 
 namespace {
-
 using Bytes = std::vector<std::uint8_t>;
-
-constexpr unsigned kPolynomial = 0x8005;
-
-// One bit of the checksum's register backwards.
-unsigned StepBack(unsigned remainder) {
-  return (remainder & 1) != 0 ? (remainder ^ kPolynomial) >> 1 | 0x8000 : remainder >> 1;
-}
-
-void PutWord(unsigned word, std::uint8_t* to) {
-  to[0] = static_cast<std::uint8_t>(word >> 8);
-  to[1] = static_cast<std::uint8_t>(word);
-}
-
-}  // namespace
-
-void SetAc3Checksums(Bytes& frame) {
-  const std::size_t words = frame.size() / 2, first = 2 * (words / 2 + words / 8);
-  // The first checksum stands ahead of what it protects: what makes the remainder 0 in the end.
-  PutWord(0, &frame[2]);
-  unsigned remainder = CrcRemainder(&frame[2], first - 2);
-  for (std::size_t bit = 0; bit < 8 * (first - 2); ++bit) remainder = StepBack(remainder);
-  PutWord(remainder, &frame[2]);
-  PutWord(CrcRemainder(&frame[first], frame.size() - first - 2), &frame[frame.size() - 2]);
 }
 
 void Ac3Generator::Note(const std::string& what) {
@@ -46,7 +22,7 @@ Bytes Ac3Generator::NextFrame() {
   m_leadIn = false;
   Bytes frame = m_bits.Bytes();
   frame.resize(m_sync.bytes);
-  SetAc3Checksums(frame);
+  SetAc3Checksums(frame.data(), frame.size());
   return frame;
 }
 

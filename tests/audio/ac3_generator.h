@@ -28,9 +28,6 @@ struct Ac3GeneratorOptions {
   int lowestExponent = 5;  // keeps the level down
 };
 
-// Makes both checksums of a whole frame right.
-void SetAc3Checksums(std::vector<std::uint8_t>& frame);
-
 class Ac3Generator {
  public:
   // The first frame is silent with one channel switched: there a witness gets over an overlap of its own.
