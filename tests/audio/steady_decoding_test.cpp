@@ -7,6 +7,8 @@
 
 #include "aac_generator.h"
 #include "aac_streams.h"
+#include "ac3_decoder.h"
+#include "ac3_generator.h"
 
 namespace {
 std::atomic<int> allocations{0};
@@ -47,28 +49,43 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-TEST(SteadyDecoding, AllocatesNothing) {
-  GeneratorOptions options;
-  options.elements = {{GeneratedElement::kCpe, 0}};
-  options.noise = options.intensity = options.midSide = options.pulse = options.tns = true;
-  AacGenerator generator(1, options);
-  Bytes stream;
-  for (int i = 0; i < 50; ++i) stream = stream + WrapAdts({generator.NextBlock()}, {});
-  UMC::AACDecoder decoder;
-  UMC::AACDecoderParams params;
+// Decodes all frames of a stream; nothing is allocated behind the first.
+template <class Decoder, class Params>
+void ExpectNoAllocation(Bytes& stream, int frames) {
+  Decoder decoder;
+  Params params;
   ASSERT_EQ(0, decoder.Init(&params));
   UMC::MediaData input, output;
   input.SetBufferPointer(stream.data(), stream.size());
   input.SetDataSize(stream.size());
   Bytes room(8192);
   int before = 0;
-  for (int i = 0; i < 50; ++i) {
+  for (int i = 0; i < frames; ++i) {
     output.SetBufferPointer(room.data(), room.size());
     ASSERT_EQ(0, decoder.GetFrame(&input, &output));
     if (i == 0) before = allocations;
   }
   EXPECT_EQ(before, allocations);
   EXPECT_GT(before, 0);
+}
+
+TEST(SteadyDecoding, OfAacAllocatesNothing) {
+  GeneratorOptions options;
+  options.elements = {{GeneratedElement::kCpe, 0}};
+  options.noise = options.intensity = options.midSide = options.pulse = options.tns = true;
+  AacGenerator generator(1, options);
+  Bytes stream;
+  for (int i = 0; i < 50; ++i) stream = stream + WrapAdts({generator.NextBlock()}, {});
+  ExpectNoAllocation<UMC::AACDecoder, UMC::AACDecoderParams>(stream, 50);
+}
+
+TEST(SteadyDecoding, OfAc3AllocatesNothing) {
+  Ac3GeneratorOptions options;
+  options.dither = true;
+  Ac3Generator generator(1, options);
+  Bytes stream;
+  for (int i = 0; i < 50; ++i) stream = stream + generator.NextFrame();
+  ExpectNoAllocation<UMC::AC3Decoder, UMC::AC3DecoderParams>(stream, 50);
 }
 
 }  // namespace

@@ -146,8 +146,8 @@ class SideInformation {
   }
 
   bool ParseDelta() {
-    enum { kKeep, kNew, kNone, kReserved };  // cpldeltbae, deltbae
-    if (!m_stream.ReadFlag()) return true;   // deltbaie
+    enum { kReuse, kNew, kNone, kReserved };  // cpldeltbae, deltbae
+    if (!m_stream.ReadFlag()) return true;    // deltbaie
     const auto forEach = [&](auto visit) {
       for (int i = m_block.coupling.inUse ? -1 : 0; i < m_info.FullChannels(); ++i) {
         if (!visit(i < 0 ? kCoupling : i)) return false;
@@ -162,8 +162,8 @@ class SideInformation {
     return forEach([&](int i) {
       CodedChannel& channel = m_block.channels[i];
       if (actions[i] == kReserved) return false;
-      if (actions[i] == kKeep) return true;
-      channel.allocation.delta = actions[i] == kNew ? ParseDeltaSegments(m_stream) : DeltaSegments{};
+      if (actions[i] == kNew) channel.allocation.delta = ParseDeltaSegments(m_stream);
+      channel.allocation.hasDelta = actions[i] != kNone;
       channel.allocationStale = true;
       return true;
     });

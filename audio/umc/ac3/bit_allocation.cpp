@@ -173,7 +173,7 @@ bool AllocateBits(AllocationKind kind, int start, int end, const std::uint8_t* e
     mask[band] = std::max<int>(mask[band], kHearingThreshold[frequencyCode][band >> rateShift]);
   }
   std::fill(mask + range.end, mask + kBands, 0);
-  if (!ApplyDelta(own.delta, range.first, mask)) return false;
+  if (own.hasDelta && !ApplyDelta(own.delta, range.first, mask)) return false;
 
   const int snrOffset = (((shared.coarseSnrOffset - 15) << 4) + own.fineSnrOffset) << 2;
   const int floor = kFloor[shared.floor];

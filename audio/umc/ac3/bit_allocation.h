@@ -28,7 +28,8 @@ struct DeltaSegments {
 struct ChannelAllocation {
   std::uint8_t fineSnrOffset;
   std::uint8_t fastGain;
-  DeltaSegments delta;
+  bool hasDelta;
+  DeltaSegments delta;  // the last that were sent, in use where `hasDelta` is set
 };
 
 enum class AllocationKind { kFull, kLfe, kCoupling };
