@@ -135,7 +135,7 @@ TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
     place.put("libavutil.so.55");
     LogCapture log;
     // The first time at the clock's very start, too.
-    for (const std::uint64_t time : {0, 1, 9999, 10000, 10001, 19999, 20000}) {
+    for (const std::uint64_t time : {0u, 1u, 9999u, 10000u, 10001u, 19999u, 20000u}) {
       now = time;
       EXPECT_EQ(LoadFFmpeg(), -2);
       if (time % 10000 == 0) {
@@ -242,14 +242,14 @@ void tellVersions(unsigned avcodec, unsigned avutil) {
 }
 
 TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {
-  for (const auto& [avcodec, avutil] : {std::pair{version(57, 24, 102), version(55, 17, 103)},
-                                        std::pair{version(57, 48, 101), version(55, 28, 100)},
-                                        std::pair{version(57, 107, 100), version(55, 78, 100)}}) {
+  for (const auto& release : {std::pair{version(57, 24, 102), version(55, 17, 103)},
+                              std::pair{version(57, 48, 101), version(55, 28, 100)},
+                              std::pair{version(57, 107, 100), version(55, 78, 100)}}) {
     inOwnProcess([&] {
       const FFmpegPlace place;
       place.allow(true);
       place.putBoth("ffmpeg_stand_in_version");
-      tellVersions(avcodec, avutil);
+      tellVersions(release.first, release.second);
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), 0);
       EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
