@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "support/temp_folder.h"
@@ -19,14 +18,14 @@ class FFmpegOff {
   }
   // The folder stays when a child of the test program ends.
   ~FFmpegOff() {
-    if (getpid() != process_) folder_.release();
+    if (getpid() == process_) delete folder_;
   }
   FFmpegOff(const FFmpegOff&) = delete;
   FFmpegOff& operator=(const FFmpegOff&) = delete;
 
  private:
   pid_t process_ = getpid();
-  std::unique_ptr<TempFolder> folder_ = std::make_unique<TempFolder>();
+  TempFolder* folder_ = new TempFolder;
 };
 
 const FFmpegOff ffmpegOff;
