@@ -8,7 +8,7 @@ namespace {
 // Expressions of ffmpeg's aevalsrc, by the number of the channel.
 std::string Expression(const std::string& signal, int channel) {
   const std::string c = std::to_string(channel + 1);
-  if (signal == "tones") return "0.1*sin(2*PI*" + c + "*440*t)";
+  if (signal == "tones") return "0.05*sin(2*PI*" + c + "*440*t)";
   if (signal == "noise") return "random(" + c + ")*0.8-0.4";
   // A burst four times a second.
   return "exp(-40*mod(t+0.03*" + c + "\\,0.25))*(random(" + c + ")*1.6-0.8)";

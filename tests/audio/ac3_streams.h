@@ -28,6 +28,7 @@ class TestAc3Decoder {
     m_bytes.shrink_to_fit();
     m_input.SetBufferPointer(m_bytes.data(), m_bytes.size());
     m_input.SetDataSize(m_bytes.size());
+    m_input.SetTime(-1, -1);
   }
   // One frame; `Last` holds its samples.
   UMC::Status Decode() {

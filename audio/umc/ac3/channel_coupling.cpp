@@ -74,11 +74,7 @@ void Uncouple(const CodedChannel& coupling, const CouplingStrategy& strategy,
               float* coefficients) {
   const int start = strategy.Start(), end = strategy.End();
   std::copy(coupling.coefficients + start, coupling.coefficients + end, coefficients + start);
-  if (dither) {
-    for (int bin = start; bin < end; ++bin) {
-      if (coupling.pointers[bin] == 0) coefficients[bin] = generator.Next(coupling.exponents[bin]);
-    }
-  }
+  if (dither) AddDither(coupling.pointers, coupling.exponents, start, end, generator, coefficients);
   float factors[kMaxCouplingBands];
   const auto bands = static_cast<std::size_t>(strategy.bandCount);
   std::copy_n(coordinates.factors[channel], bands, factors);

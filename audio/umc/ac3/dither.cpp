@@ -8,4 +8,13 @@ DitherGenerator::DitherGenerator(const std::uint8_t* frame, std::size_t bytes) {
   m_state = first << 16 | second;
 }
 
+void AddDither(const std::uint8_t* pointers, const std::uint8_t* exponents, int start, int end,
+               DitherGenerator& generator, float* coefficients) {
+  for (int bin = start; bin < end; ++bin) {
+    // Drawn whether it is needed or not, which is hard to foresee.
+    const float noise = generator.Next(exponents[bin]);
+    coefficients[bin] = pointers[bin] == 0 ? noise : coefficients[bin];
+  }
+}
+
 }  // namespace UMC::ac3

@@ -38,4 +38,8 @@ class DitherGenerator {
   std::uint32_t m_state;
 };
 
+// Gives the bins from `start` to `end` whose pointer is 0 coefficients of noise.
+void AddDither(const std::uint8_t* pointers, const std::uint8_t* exponents, int start, int end,
+               DitherGenerator& generator, float* coefficients);
+
 }  // namespace UMC::ac3

@@ -16,35 +16,38 @@ struct Located {
   Status status;      // 0, 4 for a damaged frame, or an error
   std::size_t start;  // of a good frame
   std::size_t end;    // of what is consumed
-  SyncInfo sync;      // of a good frame
+  bool frameFollows;  // at the end, as far as can be seen
+  SyncInfo sync;      // of the frame, where it can be read
 };
 
-// Where to go on behind a damaged frame at the input's start that says it has `bytes` bytes: there, unless
-// something else than a frame follows and another frame begins earlier.
-std::size_t EndOfDamaged(const FrameRequest& request, std::size_t bytes) {
+// A damaged frame at the input's start. Its own size counts where another frame or nothing follows there;
+// otherwise the search for the next one begins behind the sync word.
+Located Damaged(const FrameRequest& request, const SyncInfo& sync) {
   const std::uint8_t* input = request.input;
-  const std::size_t rest = request.inputSize - bytes;
-  if (rest < 2 || IsSyncWord(input + bytes)) return bytes;
-  return std::min(FindFrame(input, 2, request.inputSize), bytes);
+  const std::size_t size = request.inputSize;
+  if (sync.bytes != 0 && (size - sync.bytes < 2 || IsSyncWord(input + sync.bytes))) {
+    return {UMC_WRN_CRC_MISMATCH, 0, sync.bytes, true, sync};
+  }
+  return {UMC_WRN_CRC_MISMATCH, 0, FindFrame(input, 1, size), false, sync};
 }
 
 // The frame at the input's start.
-Located LocateHere(const FrameRequest& request) {
+Located LocateHere(const DecoderState& state, const FrameRequest& request) {
   const std::uint8_t* input = request.input;
   const std::size_t size = request.inputSize;
-  if (size < kSyncInfoBytes) return {UMC_ERR_NOT_ENOUGH_DATA, 0, 0, {}};
+  if (size < kSyncInfoBytes) return {UMC_ERR_NOT_ENOUGH_DATA, 0, 0, state.atFrame, {}};
   SyncInfo sync{};
   switch (ParseSyncInfo(input, sync)) {
     case SyncStatus::kOtherVersion:
-      return {UMC_ERR_UNSUPPORTED, 0, FindFrame(input, 1, size), {}};
+      return {UMC_ERR_UNSUPPORTED, 0, FindFrame(input, 1, size), false, {}};
     case SyncStatus::kInvalid:
-      return {UMC_WRN_CRC_MISMATCH, 0, FindFrame(input, 1, size), {}};
+      return Damaged(request, sync);
     default:
       break;
   }
-  if (sync.bytes > size) return {UMC_ERR_NOT_ENOUGH_DATA, 0, 0, {}};
-  if (!ChecksumsHold(input, sync)) return {UMC_WRN_CRC_MISMATCH, 0, EndOfDamaged(request, sync.bytes), sync};
-  return {UMC_OK, 0, sync.bytes, sync};
+  if (sync.bytes > size) return {UMC_ERR_NOT_ENOUGH_DATA, 0, 0, state.atFrame, {}};
+  if (!ChecksumsHold(input, sync)) return Damaged(request, sync);
+  return {UMC_OK, 0, sync.bytes, true, sync};
 }
 
 // The first frame behind bytes that are none. What looks like one there must prove it.
@@ -56,14 +59,14 @@ Located LocateBehind(const FrameRequest& request) {
     SyncInfo sync{};
     ParseSyncInfo(input + start, sync);
     if (sync.bytes > size - start) break;
-    if (ChecksumsHold(input + start, sync)) return {UMC_OK, start, start + sync.bytes, sync};
+    if (ChecksumsHold(input + start, sync)) return {UMC_OK, start, start + sync.bytes, true, sync};
   }
-  return {UMC_ERR_NOT_ENOUGH_DATA, 0, start, {}};
+  return {UMC_ERR_NOT_ENOUGH_DATA, 0, start, false, {}};
 }
 
 Located Locate(const DecoderState& state, const FrameRequest& request) {
   const bool here = state.atFrame || (request.inputSize >= 2 && IsSyncWord(request.input));
-  return here ? LocateHere(request) : LocateBehind(request);
+  return here ? LocateHere(state, request) : LocateBehind(request);
 }
 
 // Mixes the block's channels and puts out their samples.
@@ -155,7 +158,7 @@ Status DecodeFrame(DecoderState& state, FrameRequest& request) {
   const Located located = Locate(state, request);
   if (located.status < UMC_OK) {
     request.consumed = located.end;
-    if (located.end > 0) state.atFrame = false;
+    state.atFrame = located.frameFollows;
     return located.status;
   }
   if (request.outputSize < FrameBytes(state)) {
@@ -164,9 +167,8 @@ Status DecodeFrame(DecoderState& state, FrameRequest& request) {
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
   request.consumed = located.end;
-  const bool lengthKnown = located.sync.bytes != 0;
-  if (lengthKnown) state.frequency = located.sync.frequency;
-  state.atFrame = lengthKnown && located.end == located.start + located.sync.bytes;
+  state.atFrame = located.frameFollows;
+  if (located.sync.frequency != 0) state.frequency = located.sync.frequency;
   const std::uint8_t* frame = request.input + located.start;
   if (located.status == UMC_OK && DecodeBlocks(state, frame, located.sync, request.output)) return UMC_OK;
   ForgetOverlaps(state);

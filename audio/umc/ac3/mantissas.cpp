@@ -2,53 +2,47 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 
 namespace UMC::ac3 {
 
 namespace {
 
-// Symmetric quantisers (table 7.19 to 7.23): (2 code - (levels - 1)) / levels.
-constexpr float Level(int code, int levels) {
-  return static_cast<float>(2 * code - (levels - 1)) / static_cast<float>(levels);
-}
+// A quantiser (7.3.3): symmetric ones have so many levels, and up to three mantissas under one code word, the
+// first the most significant digit.
+struct Quantiser {
+  int levels;
+  std::uint8_t bits;
+  std::uint8_t size;  // mantissas a code word
+};
+// By pointer; bins without bits have one of a single level, 0.
+constexpr Quantiser kQuantisers[16] = {{1, 0, 1},  {3, 5, 3},  {5, 7, 3},  {7, 3, 1}, {11, 7, 2}, {15, 4, 1},
+                                       {0, 5, 1},  {0, 6, 1},  {0, 7, 1},  {0, 8, 1}, {0, 9, 1},  {0, 10, 1},
+                                       {0, 11, 1}, {0, 12, 1}, {0, 14, 1}, {0, 16, 1}};
+constexpr std::size_t kMaxBits = 16;
 
-// Codes that stand for nothing.
+// Stands for codes that stand for nothing.
 constexpr float kNoLevel = 2;
 
-template <int kLevels, unsigned kBits>
-constexpr auto MakeLevels() {
-  std::array<float, 1u << kBits> levels{};
-  for (int code = 0; code < 1 << kBits; ++code) {
-    levels[static_cast<std::size_t>(code)] = code < kLevels ? Level(code, kLevels) : kNoLevel;
-  }
-  return levels;
-}
+constexpr std::size_t kMaxCodes = 128;
+constexpr std::size_t kGroupRoom = 4;
 
-// Groups of mantissas under one code, the first the most significant digit.
-template <int kLevels, int kSize, unsigned kBits>
-constexpr auto MakeGroups() {
-  std::array<std::array<float, kSize>, 1u << kBits> groups{};
-  for (int code = 0; code < 1 << kBits; ++code) {
-    int rest = code;
-    auto& group = groups[static_cast<std::size_t>(code)];
-    for (int i = kSize - 1; i >= 0; --i, rest /= kLevels) {
-      group[static_cast<std::size_t>(i)] = Level(rest % kLevels, kLevels);
+// By symmetric pointer, code word and mantissas still to come, that one included.
+constexpr auto kLevels = [] {
+  std::array<std::array<std::array<float, kGroupRoom>, kMaxCodes>, kFirstAsymmetric> tables{};
+  for (std::size_t pointer = 0; pointer < kFirstAsymmetric; ++pointer) {
+    const Quantiser& quantiser = kQuantisers[pointer];
+    for (int code = 0; code < 1 << quantiser.bits; ++code) {
+      auto& group = tables[pointer][static_cast<std::size_t>(code)];
+      int rest = code;
+      for (std::size_t left = 1; left <= quantiser.size; ++left, rest /= quantiser.levels) {
+        const int level = 2 * (rest % quantiser.levels) - (quantiser.levels - 1);
+        group[left] = static_cast<float>(level) / static_cast<float>(quantiser.levels);
+      }
+      if (rest != 0) group.fill(kNoLevel);
     }
-    if (rest != 0) group.fill(kNoLevel);
   }
-  return groups;
-}
-
-constexpr unsigned kThreeBits = 5, kFiveBits = 7, kSevenBits = 3, kElevenBits = 7, kFifteenBits = 4;
-constexpr auto kThree = MakeGroups<3, 3, kThreeBits>();
-constexpr auto kFive = MakeGroups<5, 3, kFiveBits>();
-constexpr auto kEleven = MakeGroups<11, 2, kElevenBits>();
-constexpr auto kSeven = MakeLevels<7, kSevenBits>();
-constexpr auto kFifteen = MakeLevels<15, kFifteenBits>();
-
-// Bits of the asymmetric quantisers, by pointer.
-constexpr std::uint8_t kBits[16] = {0, 0, 0, 0, 0, 0, 5, 6, 7, 8, 9, 10, 11, 12, 14, 16};
+  return tables;
+}();
 
 // 2^-exponent
 constexpr auto kScales = [] {
@@ -61,67 +55,87 @@ constexpr auto kScales = [] {
   return scales;
 }();
 
+// Bits where eight bytes may be read from wherever the next ones begin. Nothing but the position is carried
+// from one code word to the next.
+class InnerReader {
+ public:
+  explicit InnerReader(const BitWindow& stream) : m_data(stream.Data()), m_position(stream.Position()) {}
+
+  // The next 32 bits.
+  [[nodiscard]] std::uint32_t Peek() const {
+    return static_cast<std::uint32_t>(LoadBigEndian(m_data + m_position / 8) << m_position % 8 >> 32);
+  }
+  void Skip(unsigned count) { m_position += count; }
+  [[nodiscard]] std::size_t Position() const { return m_position; }
+
+ private:
+  const std::uint8_t* m_data;
+  std::size_t m_position;
+};
+
+// The same up to the end and beyond.
+class EndReader {
+ public:
+  explicit EndReader(const BitWindow& stream) : m_stream(stream) {}
+
+  std::uint32_t Peek() {
+    m_stream.Refill();
+    return static_cast<std::uint32_t>(m_stream.Peek(32));
+  }
+  void Skip(unsigned count) { m_stream.Skip(count); }
+  [[nodiscard]] std::size_t Position() const { return m_stream.Position(); }
+
+ private:
+  BitWindow m_stream;
+};
+
 }  // namespace
 
 bool MantissaReader::Read(CodedChannel& channel, DitherGenerator* dither) {
-  // Kept in registers through the loop.
-  BitWindow stream = m_stream;
-  const auto take = [&stream](unsigned bits) {
-    const auto code = static_cast<std::size_t>(stream.Peek(bits));
-    stream.Skip(bits);
-    return code;
-  };
-  float largest = 0;
-  float* coefficients = channel.coefficients;
-  for (int bin = channel.start; bin < channel.end; ++bin) {
-    stream.Refill();
-    float mantissa = 0;
-    const unsigned pointer = channel.pointers[bin];
-    switch (pointer) {
-      case 0:
-        coefficients[bin] = dither != nullptr ? dither->Next(channel.exponents[bin]) : 0.0f;
-        continue;
-      case 1:
-        if (m_threeLeft == 0) {
-          m_three = kThree[take(kThreeBits)].data();
-          m_threeLeft = 3;
-        }
-        mantissa = *m_three++;
-        --m_threeLeft;
-        break;
-      case 2:
-        if (m_fiveLeft == 0) {
-          m_five = kFive[take(kFiveBits)].data();
-          m_fiveLeft = 3;
-        }
-        mantissa = *m_five++;
-        --m_fiveLeft;
-        break;
-      case 3:
-        mantissa = kSeven[take(kSevenBits)];
-        break;
-      case 4:
-        if (m_elevenLeft == 0) {
-          m_eleven = kEleven[take(kElevenBits)].data();
-          m_elevenLeft = 2;
-        }
-        mantissa = *m_eleven++;
-        --m_elevenLeft;
-        break;
-      case 5:
-        mantissa = kFifteen[take(kFifteenBits)];
-        break;
-      default: {
-        const unsigned bits = kBits[pointer];
-        const auto code = static_cast<std::uint32_t>(take(bits));
-        mantissa = static_cast<float>(static_cast<std::int32_t>(code << (32 - bits))) * 0x1p-31f;
-      }
-    }
-    largest = std::max(largest, mantissa);
-    coefficients[bin] = mantissa * kScales[channel.exponents[bin]];
+  constexpr std::size_t kReadAhead = 64;
+  const auto mostBits = static_cast<std::size_t>(channel.end - channel.start) * kMaxBits;
+  bool valid = false;
+  if (m_stream.Remaining() >= mostBits + kReadAhead) {
+    InnerReader reader(m_stream);
+    valid = ReadWith(reader, channel);
+  } else {
+    EndReader reader(m_stream);
+    valid = ReadWith(reader, channel);
   }
-  std::fill(coefficients + channel.end, coefficients + kBins, 0.0f);
-  m_stream = stream;
+  std::fill(channel.coefficients + channel.end, channel.coefficients + kBins, 0.0f);
+  if (dither != nullptr) {
+    AddDither(channel.pointers, channel.exponents, channel.start, channel.end, *dither, channel.coefficients);
+  }
+  return valid;
+}
+
+// Without branches: which quantiser a coefficient has, and whether it begins a group, is hard to foresee.
+template <class Reader>
+bool MantissaReader::ReadWith(Reader& reader, CodedChannel& channel) {
+  Groups groups = m_groups;
+  float largest = 0;
+  for (int bin = channel.start; bin < channel.end; ++bin) {
+    const unsigned pointer = channel.pointers[bin];
+    const Quantiser& quantiser = kQuantisers[pointer];
+    const unsigned unused = 32u - quantiser.bits;
+    const unsigned symmetric = pointer < kFirstAsymmetric ? pointer : 0;
+    const std::uint32_t next = reader.Peek();
+    const bool begins = groups.left[symmetric] == 0;
+    const auto code = static_cast<std::uint32_t>(std::uint64_t{next} >> unused);
+    const std::uint32_t group = (begins ? code : groups.code[symmetric]) & (kMaxCodes - 1);
+    const std::uint32_t left = begins ? quantiser.size : groups.left[symmetric];
+    reader.Skip(begins ? quantiser.bits : 0u);
+    groups.code[symmetric] = group;
+    groups.left[symmetric] = left - 1;
+    const float level = kLevels[symmetric][group][left];
+    const auto whole = static_cast<std::int32_t>(static_cast<std::uint32_t>(std::uint64_t{code} << unused));
+    const float asymmetric = static_cast<float>(whole) * 0x1p-31f;
+    const float mantissa = pointer < kFirstAsymmetric ? level : asymmetric;
+    largest = std::max(largest, mantissa);
+    channel.coefficients[bin] = mantissa * kScales[channel.exponents[bin]];
+  }
+  m_groups = groups;
+  m_stream.Seek(reader.Position());
   return largest < kNoLevel;
 }
 

@@ -2,11 +2,16 @@
 // 7.3).
 #pragma once
 
+#include <cstdint>
+
 #include "bit_window.h"
 #include "coded_channel.h"
 #include "dither.h"
 
 namespace UMC::ac3 {
+
+// Pointers below this one have symmetric quantisers, those from it on two's complement.
+inline constexpr unsigned kFirstAsymmetric = 6;
 
 // Reads the mantissas of one block's channels, one channel after the other.
 class MantissaReader {
@@ -18,12 +23,17 @@ class MantissaReader {
   bool Read(CodedChannel& channel, DitherGenerator* dither);
 
  private:
+  // By pointer: the code word of the last group, and how many of its mantissas are still to come.
+  struct Groups {
+    std::uint32_t code[kFirstAsymmetric];
+    std::uint32_t left[kFirstAsymmetric];
+  };
+
+  template <class Reader>
+  bool ReadWith(Reader& reader, CodedChannel& channel);
+
   BitWindow& m_stream;
-  // What is left of the last groups: mantissas in a row, and how many.
-  const float* m_three = nullptr;
-  const float* m_five = nullptr;
-  const float* m_eleven = nullptr;
-  int m_threeLeft = 0, m_fiveLeft = 0, m_elevenLeft = 0;
+  Groups m_groups = {};
 };
 
 }  // namespace UMC::ac3
