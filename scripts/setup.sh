@@ -9,7 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libtinyxml2-dev libcli11-dev nlohmann-json3-dev libhwy-dev zlib1g-dev
   locales  # one with decimal commas
-  ffmpeg mediainfo faad  # make the tests' media and bear witness; run as programs only
+  ffmpeg mediainfo faad liba52-0.7.4-dev  # make the tests' media and bear witness (a52dec is in the last); run as programs only
 )
 
 missing=()

@@ -29,7 +29,7 @@ check_format() {
 
 # Every header of a room compiles as the only one of a source file.
 check_headers() {
-  local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac plugin tool)
+  local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3 plugin tool)
   git ls-files -z -- "${rooms[@]/%//*.h}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
     header=$1; shift
     echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
@@ -66,6 +66,7 @@ step "fuzz boxes" fuzz box -dict=fuzz/boxes.dict fuzz/seeds/box
 step "fuzz manifests" fuzz manifest -dict=fuzz/manifest.dict fuzz/seeds/manifest
 step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
+step "fuzz the AC-3 decoder" fuzz ac3_decoder fuzz/seeds/ac3_decoder
 step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 step "fuzz band replication" fuzz sbr fuzz/seeds/sbr
 
