@@ -103,8 +103,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;
 
-  file_.ListIn(playlistPath(file_.path()),
-               {file_.name(), rate.value(), segmentFrames, file_.initialisationLength(), DateTimeNow()});
+  file_.ListIn({file_.name(), rate.value(), segmentFrames, file_.initialisationLength(), DateTimeNow()});
   manifest_ = manifest;
   if (!manifest) return true;
   MpdVideo listed;

@@ -23,13 +23,6 @@ Outcome record(const TempFolder& folder, const Kind& kind, FaultPlan plan) {
   return outcome;
 }
 
-std::uint64_t callsOf(const Kind& kind) {
-  const TempFolder folder;
-  EXPECT_TRUE(record(folder, kind, {}).closed);
-  expectRepairable(folder, kind);
-  return hostCalls();
-}
-
 class Faults : public testing::TestWithParam<std::pair<Kind, Fault>> {};
 
 TEST_P(Faults, AtAnyCallLeaveWhatWasListedAndARepairableRest) {
