@@ -54,7 +54,9 @@ std::optional<FormerManifest> readFormerManifest(const std::string& path,
   FormerManifest former;
   former.startTime = dateTime(time ? time : "");
   former.placesAudio = audioSet != nullptr;
-  former.segmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
+  former.videoSegmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
+  if (const XMLElement* const audioList = segmentListOf(audioSet))
+    former.audioSegmentTicks = numberOf<std::uint64_t>(audioList->Attribute("duration"));
   const auto bitRate = numberOf<std::uint64_t>(audio ? audio->Attribute("bandwidth") : nullptr);
   if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu) former.soundByteRate = static_cast<std::uint32_t>(*bitRate / 8);
   return former;

@@ -6,9 +6,10 @@
 #include <string>
 
 struct FormerManifest {
-  std::string startTime;                      // ISO 8601; empty: not given
-  bool placesAudio = false;                   // whether sound has a file of its own
-  std::optional<std::uint64_t> segmentTicks;  // of a full segment of video
+  std::string startTime;                           // ISO 8601; empty: not given
+  bool placesAudio = false;                        // whether sound has a file of its own
+  std::optional<std::uint64_t> videoSegmentTicks;  // of a full segment
+  std::optional<std::uint64_t> audioSegmentTicks;
   std::optional<std::uint32_t> soundByteRate;
 };
 

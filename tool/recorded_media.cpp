@@ -97,6 +97,7 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
   }
   // An index that no fragment follows is what a recording leaves that was cut off behind it.
   if (!segments_.empty() && segments_.back().fragments == 0) segments_.pop_back();
+  if (segments_.empty()) fragmentsPerSegment_ = 0;
   return reason.empty() ? "no fragment follows the segment index" : reason;
 }
 

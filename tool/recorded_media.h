@@ -54,7 +54,7 @@ class RecordedMedia {
   std::uint64_t soundBytes() const { return soundBytes_; }
   std::uint64_t soundFrames() const { return soundFrames_; }
 
-  // References that an index has room for.
+  // References that an index has room for; 0 as long as there is no segment.
   std::uint32_t fragmentsPerSegment() const { return fragmentsPerSegment_; }
   // Frames of every fragment but the last, coded ones of sound; 0 when the file does not tell.
   std::uint64_t framesPerFragment() const;

@@ -20,22 +20,30 @@ struct Listed {
   std::uint64_t segmentLength = 0;  // positions
 };
 
-// Frames that a fragment was to have when the only one that there is may be shorter: as many as the former
-// lists tell, or else as it has.
-std::uint64_t framesOfOnlyFragment(const RecordedMedia& video, const std::optional<FormerManifest>& manifest,
-                                   const std::optional<FormerPlaylist>& playlist) {
+// What the former lists of a media file tell of its full segments.
+struct FormerSegment {
+  std::optional<std::uint64_t> positions;       // by the manifest
+  std::optional<std::uint32_t> targetDuration;  // by the playlist, seconds
+};
+
+// Positions of a full segment. A file of one fragment does not tell, for that one may have been cut short,
+// and a file of none even less: then the former lists are asked.
+std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64_t positionsPerFrame,
+                            const FormerSegment& former) {
   constexpr std::uint64_t kMostFrames = 30;
-  const std::uint64_t has = video.fragments().empty() ? 1 : video.fragments().front().samples;
-  const std::uint64_t fragments = video.fragmentsPerSegment();
-  const std::uint64_t ticks = video.movie()->indexedTrack().defaultSampleDuration * fragments;
-  if (ticks == 0) return has;
-  if (manifest && manifest->segmentTicks && *manifest->segmentTicks >= has * ticks)
-    return *manifest->segmentTicks / ticks;
-  const double rate = video.movie()->frameRate().value();
-  for (std::uint64_t frames = kMostFrames; playlist && playlist->targetDuration && frames > has; --frames) {
-    if (PlaylistTargetDuration(frames * fragments, rate) == *playlist->targetDuration) return frames;
+  const std::uint64_t fragments = media.fragmentsPerSegment();
+  if (const std::uint64_t frames = media.framesPerFragment()) return frames * fragments * positionsPerFrame;
+  if (former.positions) return *former.positions;
+  const std::uint64_t has = media.fragments().empty() ? 0 : media.fragments().front().samples;
+  if (former.targetDuration && has == 0) return static_cast<std::uint64_t>(*former.targetDuration * rate);
+  const auto lengthOf = [&](std::uint64_t frames) { return frames * fragments * positionsPerFrame; };
+  const auto fits = [&](std::uint64_t frames) {
+    return !former.targetDuration || PlaylistTargetDuration(lengthOf(frames), rate) == *former.targetDuration;
+  };
+  for (std::uint64_t frames = kMostFrames; !fits(has) && frames > has; --frames) {
+    if (fits(frames)) return lengthOf(frames);
   }
-  return has;
+  return lengthOf(has);
 }
 
 std::string playlistOf(const Listed& listed, const std::string& startTime) {
@@ -105,11 +113,6 @@ std::string masterOf(const Recording& recording, const Recording::Lists& lists) 
   return masterPlaylistText(master);
 }
 
-Listed listedSound(const RecordedMedia& audio) {
-  return {audio, static_cast<double>(audio.movie()->indexedTrack().timescale),
-          audio.framesPerFragment() * audio.fragmentsPerSegment() * kAacFrameSamples};
-}
-
 // The first that is given.
 std::string firstOf(std::initializer_list<std::string> texts) {
   return *std::find_if(texts.begin(), texts.end(), [](const std::string& text) { return !text.empty(); });
@@ -134,14 +137,18 @@ Recording::Lists Recording::lists() const {
 
   std::optional<Listed> sound;
   if (audio()) {
-    sound.emplace(listedSound(*audio()));
+    const double rate = audio()->movie()->indexedTrack().timescale;
+    const FormerSegment former{manifest ? manifest->audioSegmentTicks : std::nullopt,
+                               audioList ? audioList->targetDuration : std::nullopt};
+    sound.emplace(Listed{*audio(), rate, segmentLength(*audio(), rate, kAacFrameSamples, former)});
     lists.audioPlaylist = playlistOf(*sound, firstOf({audioTime, manifestTime, videoTime, now}));
   }
   if (!video()) return lists;
-  std::uint64_t frames = video()->framesPerFragment();
-  if (frames == 0) frames = framesOfOnlyFragment(*video(), manifest, videoList);
-  const Listed picture{*video(), video()->movie()->frameRate().value(),
-                       frames * video()->fragmentsPerSegment()};
+  const double rate = video()->movie()->frameRate().value();
+  const std::uint32_t frameTicks = video()->movie()->indexedTrack().defaultSampleDuration;
+  FormerSegment former{std::nullopt, videoList ? videoList->targetDuration : std::nullopt};
+  if (manifest && manifest->videoSegmentTicks) former.positions = *manifest->videoSegmentTicks / frameTicks;
+  const Listed picture{*video(), rate, segmentLength(*video(), rate, 1, former)};
   lists.videoPlaylist = playlistOf(picture, firstOf({videoTime, manifestTime, now}));
   const bool placesAudio = manifest ? manifest->placesAudio : audio_ != nullptr;
   lists.manifest = manifestOf(picture, sound, placesAudio, manifest, firstOf({manifestTime, videoTime, now}));

@@ -238,7 +238,7 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
     expectFrames(media, frames);
     expectFrames(folder.file(kind.manifest()), frames);
   }
-  if (kind.hasSound) expectSound(soundFile, sounds);
+  if (sounds != 0) expectSound(soundFile, sounds);
 
   const auto once = filesOf(folder);
   EXPECT_TRUE(repairRecording(media).empty());

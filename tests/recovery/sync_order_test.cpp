@@ -65,7 +65,7 @@ TEST_P(SyncOrder, RepairedMediaReachTheDiskAheadOfTheLists) {
   {
     const TempFolder original;
     MediaFile file = startKind(original, kind);
-    writeAll(*file, kind, kSegmentFrames + 7);
+    writeAll(*file, kind, kSegmentFrames + 9);
     fill(folder, filesOf(original));
   }
   setFaults({});

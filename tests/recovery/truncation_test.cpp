@@ -45,7 +45,7 @@ TEST_P(Truncated, AtEveryByteOfItsLastTwoFragmentsIsMadeWhole) {
     from = lastTwoFragments(folder.file(media));
   }
   const std::uint64_t size = files.at(media).size();
-  ASSERT_GT(size, from + 300);
+  ASSERT_GT(size, from + 250);
   for (std::uint64_t length = from; length < size; ++length) {
     SCOPED_TRACE("length " + std::to_string(length));
     const TempFolder folder;
@@ -101,6 +101,7 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
     // Of sound apart, whole fragments only.
     const std::uint32_t wholeSounds =
         kind.soundApart() ? sounds / kSoundFragmentFrames * kSoundFragmentFrames : sounds;
+    if (kind.soundApart() && wholeSounds == 0) continue;  // its file would not have been begun
     const TempFolder reference;
     MediaFile ended = startKind(reference, kind);
     std::uint32_t written = 0;
