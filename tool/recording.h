@@ -18,6 +18,8 @@ class Recording {
   // Reads the media files of the recording that `name` belongs to. Throws ToolError when there is none, or it
   // holds nothing that was recorded.
   explicit Recording(const std::string& name, const Progress& progress = {});
+  Recording(const Recording&) = delete;
+  Recording& operator=(const Recording&) = delete;
 
   const RecordingNames& names() const { return names_; }
   // Null: no such file. Each has its movie box.

@@ -43,7 +43,7 @@ std::size_t completeIndexes(Mp4Stream& out, const std::string& path, const Recor
 // The indexes reach the disk ahead of anything that relies on them.
 void repairMedia(const std::string& path, const RecordedMedia& media, std::vector<std::string>& done) {
   Mp4Stream out;
-  const VLHANDLE handle = out.open(path.c_str(), MP4_MODE_UPDATE | 2);
+  const VLHANDLE handle = out.open(path.c_str(), MP4_MODE_UPDATE);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) cannotWrite(path);
   const std::size_t indexes = completeIndexes(out, path, media);
   if (indexes != 0) {
