@@ -65,6 +65,7 @@ step "build release" cmake --build --preset release -j "$(nproc)"
 step "fuzz boxes" fuzz box -dict=fuzz/boxes.dict fuzz/seeds/box
 step "fuzz manifests" fuzz manifest -dict=fuzz/manifest.dict fuzz/seeds/manifest
 step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
+step "fuzz recordings" fuzz recording -dict=fuzz/boxes.dict fuzz/seeds/recording
 step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
 step "fuzz the AC-3 decoder" fuzz ac3_decoder fuzz/seeds/ac3_decoder
 step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper

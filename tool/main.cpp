@@ -36,6 +36,8 @@ int main(int argc, char** argv) {
   addExportCommand(app, invocation);
   addPackageCommand(app, invocation);
   addBoxesCommand(app, invocation);
+  addVerifyCommand(app, invocation);
+  addRepairCommand(app, invocation);
   addVersionCommand(app, invocation);
 
   try {
