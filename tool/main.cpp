@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   addExportCommand(app, invocation);
   addPackageCommand(app, invocation);
   addBoxesCommand(app, invocation);
+  addServeCommand(app, invocation);
   addVersionCommand(app, invocation);
 
   try {

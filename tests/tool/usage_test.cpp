@@ -31,7 +31,8 @@ INSTANTIATE_TEST_SUITE_P(
                     std::vector<std::string>{"frames", "file", "--count", "0"},
                     std::vector<std::string>{"frames", "file", "--random"},
                     std::vector<std::string>{"export", "file"},
-                    std::vector<std::string>{"export", "--video", "out"},
+                    std::vector<std::string>{"export", "--video", "out"}, std::vector<std::string>{"serve"},
+                    std::vector<std::string>{"serve", "folder", "--port", "65536"},
                     std::vector<std::string>{"package", "file"},
                     std::vector<std::string>{"package", "--output", "out"},
                     std::vector<std::string>{"package", "file", "--output", "out", "--gop", "0"},
@@ -48,7 +49,8 @@ TEST_P(Help, IsAResultOfEveryCommand) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Usage, Help,
-                         testing::Values("probe", "info", "frames", "export", "package", "boxes", "version"),
+                         testing::Values("probe", "info", "frames", "export", "package", "boxes", "serve",
+                                         "version"),
                          [](const auto& info) { return info.param; });
 
 TEST(Usage, HelpListsEveryCommand) {
@@ -56,7 +58,7 @@ TEST(Usage, HelpListsEveryCommand) {
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.err, IsEmpty());
   for (const char* command :
-       {"--plugin", "--quiet", "probe", "info", "frames", "export", "package", "boxes", "version"})
+       {"--plugin", "--quiet", "probe", "info", "frames", "export", "package", "boxes", "serve", "version"})
     EXPECT_THAT(result.out, HasSubstr(command));
 }
 
