@@ -49,10 +49,10 @@ export async function record(fmp4, recording, folder, sources, captions) {
     inputs.push('-i', captions);
     maps.push('-map', sound ? '3:s' : '2:s', '-c:s', 'copy');
   }
-  await run('ffmpeg', '-nostdin', '-v', 'error', '-y', ...inputs, '-filter_complex', '[0][1]overlay,format=yuv420p[v]',
-    ...maps, '-frames:v', String(frames), '-c:v', 'libx264', '-preset', 'veryfast', '-crf', '18', '-g',
-    String(interval), '-keyint_min', String(interval), '-sc_threshold', '0', '-bf', String(delayed), '-b_strategy',
-    '0', source);
-  await run(fmp4, 'package', source, '--output', path.join(folder, `${name}.mp4`));
+  await run('ffmpeg', '-nostdin', '-v', 'error', '-y', ...inputs, '-filter_complex',
+    `[0][1]overlay,trim=end_frame=${frames},format=yuv420p[v]`, ...maps, '-c:v', 'libx264', '-preset',
+    'veryfast', '-crf', '18', '-g', String(interval), '-keyint_min', String(interval), '-sc_threshold', '0', '-bf',
+    String(delayed), '-b_strategy', '0', source);
+  await run(fmp4, 'package', source, '--gop', String(interval), '--output', path.join(folder, `${name}.mp4`));
   return source;
 }
