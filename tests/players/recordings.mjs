@@ -4,7 +4,7 @@ import {execFile} from 'node:child_process';
 import {promisify} from 'node:util';
 import path from 'node:path';
 
-const execute = promisify(execFile);
+export const execute = promisify(execFile);
 
 export const kNumberBits = 10;
 export const kSquare = 16;  // pixels

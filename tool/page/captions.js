@@ -126,6 +126,11 @@ export class CaptionTrack {
     this.#shown.mode = 'disabled';
   }
 
+  // Of the same recording, with more segments.
+  set description(description) {
+    this.#description = description;
+  }
+
   set visible(on) {
     this.#shown.mode = on ? 'showing' : 'hidden';
   }

@@ -75,9 +75,8 @@ function showFacts(recording, description) {
     `${description.width}×${description.height}`,
     `${Number(description.frameRate.toFixed(3))} frames/s`,
     description.codecs.join(' + '),
-    timeText(description.seconds),
+    recording.inProgress ? 'not ended' : timeText(description.seconds),
   ];
-  if (recording.inProgress) facts.push('not ended');
   at('facts').textContent = facts.join(' · ');
 }
 
@@ -121,6 +120,18 @@ function showAddressed() {
     if (!recording) return report({text: `There is no recording “${name}”.`, fatal: true});
     await show(recording, players[player] && recording[players[player].needs] ? player : defaultPlayer(recording));
   }).catch((error) => report({text: String(error), fatal: true}));
+}
+
+// Looks anew at a shown recording that had not ended.
+async function follow(recordings) {
+  if (!shown?.recording.inProgress) return;
+  const recording = recordings.find(({name}) => name === shown.recording.name);
+  if (!recording) return;
+  const description = await describeRecording(recording);
+  if (shown?.recording.name !== recording.name || description === null) return;
+  Object.assign(shown, {recording, description});
+  if (shown.captions) shown.captions.description = description;
+  showFacts(recording, description);
 }
 
 // ---- time line and controls
@@ -218,7 +229,7 @@ for (const event of ['timeupdate', 'progress', 'durationchange', 'play', 'pause'
 video.requestVideoFrameCallback(onPicture);
 
 addEventListener('hashchange', showAddressed);
-setInterval(() => showList().catch(() => {}), kListSeconds * 1000);
+setInterval(() => showList().then(follow).catch(() => {}), kListSeconds * 1000);
 showList().then(showAddressed).catch((error) => {
   at('hint').textContent = String(error);
 });
