@@ -50,10 +50,14 @@ export class Viewer {
     await this.page.click('#play');
   }
 
+  // dash.js now and then leaps from the end to half a second before it, and pauses there.
   async playToEnd(speed) {
     await this.play(speed);
-    await this.page.waitForFunction(() =>
-      document.getElementById('video').ended || document.querySelector('#messages .fatal'));
+    await this.page.waitForFunction(() => {
+      const video = document.getElementById('video');
+      return video.ended || (video.paused && video.currentTime > video.duration - 0.6) ||
+        document.querySelector('#messages .fatal');
+    });
   }
 
   // The number in the picture on the screen.
