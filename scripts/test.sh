@@ -40,6 +40,12 @@ run_tests() {
   ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure --output-log "build/$1/tests.log"
 }
 
+# The served page in Chromium, and ffmpeg over HTTP.
+run_players() {
+  FMP4=$PWD/build/dev/bin/fmp4 node --test --test-reporter=spec tests/players/players.test.mjs >build/dev/players.log ||
+    { sed -n '/failing tests/,$p' build/dev/players.log; return 1; }
+}
+
 # fuzz TARGET [OPTION...] CORPUS...: a short look for inputs that crash, hang or eat memory; what it finds new is
 # left under build/asan/fuzz.
 fuzz() {
@@ -59,6 +65,7 @@ for preset in dev asan; do
   step "build $preset" cmake --build --preset "$preset" -j "$(nproc)"
   step "tests $preset" run_tests "$preset"
 done
+step "players" run_players
 # What the demo builds, whose optimiser sees more.
 step "configure release" configure release
 step "build release" cmake --build --preset release -j "$(nproc)"
@@ -72,5 +79,6 @@ step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 step "fuzz band replication" fuzz sbr fuzz/seeds/sbr
 
 printf '%s\n' "${timings[@]}"
-passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)
+passed=$(awk '/tests passed, 0 tests failed out of/ || /^ℹ pass/ { sum += $NF } END { print sum }' \
+  build/{dev,asan}/tests.log build/dev/players.log)
 echo "test: all passed: $passed test runs, format and headers, in $SECONDS s"

@@ -38,6 +38,7 @@ int main(int argc, char** argv) {
   addBoxesCommand(app, invocation);
   addVerifyCommand(app, invocation);
   addRepairCommand(app, invocation);
+  addServeCommand(app, invocation);
   addVersionCommand(app, invocation);
 
   try {

@@ -31,8 +31,9 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"frames", "file", "--from", "4294967296"},
         std::vector<std::string>{"frames", "file", "--count", "0"},
         std::vector<std::string>{"frames", "file", "--random"}, std::vector<std::string>{"export", "file"},
-        std::vector<std::string>{"export", "--video", "out"}, std::vector<std::string>{"package", "file"},
-        std::vector<std::string>{"package", "--output", "out"},
+        std::vector<std::string>{"export", "--video", "out"}, std::vector<std::string>{"serve"},
+        std::vector<std::string>{"serve", "folder", "--port", "65536"},
+        std::vector<std::string>{"package", "file"}, std::vector<std::string>{"package", "--output", "out"},
         std::vector<std::string>{"package", "file", "--output", "out", "--gop", "0"},
         std::vector<std::string>{"boxes"}, std::vector<std::string>{"verify"},
         std::vector<std::string>{"repair"}, std::vector<std::string>{"repair", "--json", "file"},
@@ -49,7 +50,7 @@ TEST_P(Help, IsAResultOfEveryCommand) {
 
 INSTANTIATE_TEST_SUITE_P(Usage, Help,
                          testing::Values("probe", "info", "frames", "export", "package", "boxes", "verify",
-                                         "repair", "version"),
+                                         "repair", "serve", "version"),
                          [](const auto& info) { return info.param; });
 
 TEST(Usage, HelpListsEveryCommand) {
@@ -57,7 +58,7 @@ TEST(Usage, HelpListsEveryCommand) {
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.err, IsEmpty());
   for (const char* command : {"--plugin", "--quiet", "probe", "info", "frames", "export", "package", "boxes",
-                              "verify", "repair", "version"})
+                              "verify", "repair", "serve", "version"})
     EXPECT_THAT(result.out, HasSubstr(command));
 }
 
