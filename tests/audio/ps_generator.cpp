@@ -22,6 +22,8 @@ struct PsGenerator::Parameter {
   bool wraps;  // modulo 8
   int bands;
   std::int8_t* (*indices)(PsEnvelope&);
+  int firstBand = 0;  // those below have index 0
+  int constant = -1;
 };
 
 void PsGenerator::Note(const std::string& what) {
@@ -38,7 +40,9 @@ void PsGenerator::WriteIndices(const Parameter& parameter, std::size_t envelope,
   for (int band = 0; band < parameter.bands; ++band) {
     const int reference = inTime ? earlier[band] : band > 0 ? indices[band - 1] : 0;
     // Mostly the same: payloads have to fit into fill elements.
-    const int index = Random(0, 4) != 0 ? reference : Random(parameter.lowest, parameter.highest);
+    int index = Random(0, 4) != 0 ? reference : Random(parameter.lowest, parameter.highest);
+    if (parameter.constant >= 0) index = parameter.constant;
+    if (band < parameter.firstBand) index = 0;
     const int difference = parameter.wraps ? (index - reference + 8) % 8 : index - reference;
     const IppsVLCTable_32s& word = parameter.codes[inTime ? 1 : 0][difference - parameter.smallestDifference];
     bits.Write(static_cast<unsigned>(word.code), static_cast<unsigned>(word.length));
@@ -49,7 +53,8 @@ void PsGenerator::WriteIndices(const Parameter& parameter, std::size_t envelope,
 void PsGenerator::WriteBorders(const PsGeneratorOptions& options, bool empty, BitWriter& bits) {
   constexpr int kFixed[4] = {0, 1, 2, 4}, kVariable[4] = {1, 2, 3, 4};
   const bool variable = options.variableBorders && !empty && Random(0, 1) == 1;
-  const int choice = empty ? 0 : Random(variable ? 0 : 1, 3);
+  const int fewest = variable || empty ? 0 : 1;
+  const int choice = empty || options.singleEnvelopes ? fewest : Random(fewest, 3);
   const int count = variable ? kVariable[choice] : kFixed[choice];
   bits.Write(variable ? 1 : 0, 1);
   bits.Write(static_cast<unsigned>(choice), 2);
@@ -72,22 +77,25 @@ void PsGenerator::WriteExtension(const PsGeneratorOptions& options, BitWriter& b
   extension.Write(0, 2);
   extension.Write(options.phases ? 1 : 0, 1);
   const int bands = kPhaseBands[m_phaseMode % 3];
-  const Parameter ipd = {"ipd", {kIpdFrequencyCode, kIpdTimeCode},
-                         0,     0,
-                         7,     true,
-                         bands, [](PsEnvelope& envelope) { return envelope.ipd; }};
-  const Parameter opd = {"opd", {kOpdFrequencyCode, kOpdTimeCode},
-                         0,     0,
-                         7,     true,
-                         bands, [](PsEnvelope& envelope) { return envelope.opd; }};
+  const int firstBand = options.lowestPhases ? 0 : m_phaseMode % 3 + 1;
+  const Parameter ipd = {"ipd",     {kIpdFrequencyCode, kIpdTimeCode},
+                         0,         0,
+                         7,         true,
+                         bands,     [](PsEnvelope& envelope) { return envelope.ipd; },
+                         firstBand, options.constantPhase};
+  const Parameter opd = {"opd",     {kOpdFrequencyCode, kOpdTimeCode},
+                         0,         0,
+                         7,         true,
+                         bands,     [](PsEnvelope& envelope) { return envelope.opd; },
+                         firstBand, options.constantPhase};
   for (std::size_t i = 0; options.phases && i < m_envelopes.size(); ++i) {
     WriteIndices(ipd, i, extension);
     WriteIndices(opd, i, extension);
   }
   extension.Write(0, 1);
   if (options.otherExtension && Random(0, 1) == 1) {
-    extension.Write(3, 2);
-    for (int i = Random(1, 40); i > 0; --i) extension.Write(m_random() & 1, 1);
+    // Readers that take the next bits for further extensions find no others than these.
+    for (int i = Random(4, 20); i > 0; --i) extension.Write(3, 2);
     Note("other extension");
   }
   extension.Align();

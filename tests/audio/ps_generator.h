@@ -11,9 +11,12 @@
 #include "ps_data.h"
 
 struct PsGeneratorOptions {
-  int iidMode = 1;              // -1: no IID
-  int iccMode = 1;              // -1: no ICC
-  bool phases = false;          // IPD and OPD
+  int iidMode = 1;           // -1: no IID
+  int iccMode = 1;           // -1: no ICC
+  bool phases = false;       // IPD and OPD
+  bool lowestPhases = true;  // other than 0 in the bands of negative frequencies too
+  int constantPhase = -1;    // in all bands, 0 to 7; -1: random
+  bool singleEnvelopes = false;
   bool otherExtension = false;  // extensions that have no meaning behind those that have
   bool variableBorders = false;
   bool emptyFrames = false;  // some payloads have no envelopes
