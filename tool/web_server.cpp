@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "commands.h"
-#include "recording_list.h"
+#include "folder_recordings.h"
 
 namespace {
 

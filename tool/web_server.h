@@ -11,7 +11,7 @@
 // What it answers to GET and HEAD:
 //   /                 the page
 //   /page/NAME        the files that the page is made of
-//   /recordings.json  the recordings of the folder (recording_list.h)
+//   /recordings.json  the recordings of the folder (folder_recordings.h)
 //   /media/NAME       a file of the folder
 // Nothing is to be kept by the client: files grow while they are served.
 class WebServer {

@@ -121,6 +121,24 @@ TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeLine) {
   expectRandomReadsToAgree(clip);
 }
 
+// An explicitly signalled track plays at twice its core's rate.
+TEST(ReadAudio, BandReplicationGivesFfmpegsSamplesAtTheTracksPositions) {
+  const std::string path = VL_TEST_DATA "/he_v1_48k_explicit.mp4";
+  const TempFolder folder;
+  const MediaFile file = openFile(path);
+  ASSERT_NE(file, nullptr);
+  const std::string raw = folder.file("sound.f32");
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-c:a", "aac", "-i", path, "-f", "f32le", raw});
+  const std::vector<std::uint8_t> bytes = readFile(raw);
+  std::vector<float> theirs(bytes.size() / sizeof(float));
+  std::memcpy(theirs.data(), bytes.data(), theirs.size() * sizeof(float));
+  const Samples ours = readAll(*file, 1602);
+  ASSERT_EQ(ours.size(), theirs.size());
+  double sum = 0;
+  for (std::size_t i = 0; i < ours.size(); ++i) sum += std::pow(ours[i] - 32768.0 * theirs[i], 2);
+  EXPECT_LT(std::sqrt(sum / static_cast<double>(ours.size())), 1);
+}
+
 TEST(ReadAudio, ARateThatTheSampleEntryCannotHoldComesFromTheConfiguration) {
   const Clip clip = sweepClip(0, kStereoAac, 96000);
   ASSERT_NE(clip.file, nullptr);

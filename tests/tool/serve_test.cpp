@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "fmp4.h"
-#include "recording_list.h"
+#include "folder_recordings.h"
 #include "support/temp_folder.h"
 #include "web_server.h"
 
@@ -258,7 +258,7 @@ TEST_F(Serve, ListsRecordings) {
 // One line a recording: name, manifest, playlist, playlist of sound, bytes, whether it goes on.
 std::vector<std::string> listed(const TempFolder& folder) {
   std::vector<std::string> lines;
-  for (const Recording& each : listRecordings(folder.path()))
+  for (const FolderRecording& each : listRecordings(folder.path()))
     lines.push_back(each.name + " " + each.manifest + " " + each.playlist + " " + each.soundPlaylist + " " +
                     std::to_string(each.bytes) + (each.inProgress ? " open" : ""));
   return lines;

@@ -7,7 +7,7 @@
 #include <vector>
 
 // Files are named relative to the folder; empty: there is none.
-struct Recording {
+struct FolderRecording {
   std::string name;      // base name of its files
   std::string manifest;  // DASH
   std::string playlist;  // HLS: the master playlist once there is one, else the media playlist of the video
@@ -18,7 +18,7 @@ struct Recording {
 
 // The recordings that lie in `folder` itself, by name. A file that comes or goes meanwhile is in the list or
 // not; nothing fails.
-std::vector<Recording> listRecordings(const std::filesystem::path& folder);
+std::vector<FolderRecording> listRecordings(const std::filesystem::path& folder);
 
 // The same as a JSON array of objects with the members above.
-std::string recordingsJson(const std::vector<Recording>& recordings);
+std::string recordingsJson(const std::vector<FolderRecording>& recordings);

@@ -1,4 +1,4 @@
-#include "recording_list.h"
+#include "folder_recordings.h"
 
 #include <algorithm>
 #include <array>
@@ -57,12 +57,12 @@ std::set<std::string> namesIn(const fs::path& folder) {
   return names;
 }
 
-Recording describe(const fs::path& folder, const std::string& name) {
+FolderRecording describe(const fs::path& folder, const std::string& name) {
   std::error_code error;
   const auto existing = [&](const std::string& file) {
     return fs::is_regular_file(folder / file, error) ? file : std::string();
   };
-  Recording recording;
+  FolderRecording recording;
   recording.name = name;
   recording.manifest = existing(name + ".mpd");
   if (recording.manifest.empty() && isManifest(folder / (name + ".xml")))
@@ -81,15 +81,15 @@ Recording describe(const fs::path& folder, const std::string& name) {
 
 }  // namespace
 
-std::vector<Recording> listRecordings(const fs::path& folder) {
-  std::vector<Recording> recordings;
+std::vector<FolderRecording> listRecordings(const fs::path& folder) {
+  std::vector<FolderRecording> recordings;
   for (const std::string& name : namesIn(folder)) recordings.push_back(describe(folder, name));
   return recordings;
 }
 
-std::string recordingsJson(const std::vector<Recording>& recordings) {
+std::string recordingsJson(const std::vector<FolderRecording>& recordings) {
   nlohmann::json list = nlohmann::json::array();
-  for (const Recording& recording : recordings)
+  for (const FolderRecording& recording : recordings)
     list.push_back({{"name", recording.name},
                     {"manifest", recording.manifest},
                     {"playlist", recording.playlist},
