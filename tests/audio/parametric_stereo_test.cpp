@@ -53,7 +53,7 @@ TEST(PsDataParser, ReadsEveryResolutionQuantiserBorderAndDirection) {
                                    .slots = slots};
         PsGenerator generator(1);
         PsData data{};
-        for (int i = 0; i < 60; ++i) {
+        for (int i = 0; i < 200; ++i) {
           BitWriter bits;
           generator.Write(options, bits);
           ASSERT_TRUE(Parse(bits, data, slots)) << iidMode << ' ' << iccMode << ' ' << i;

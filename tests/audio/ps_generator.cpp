@@ -22,7 +22,7 @@ struct PsGenerator::Parameter {
   bool wraps;  // modulo 8
   int bands;
   std::int8_t* (*indices)(PsEnvelope&);
-  int firstBand = 0;  // those below have index 0
+  std::vector<int> still{};  // bands that have index 0
   int constant = -1;
 };
 
@@ -42,7 +42,7 @@ void PsGenerator::WriteIndices(const Parameter& parameter, std::size_t envelope,
     // Mostly the same: payloads have to fit into fill elements.
     int index = Random(0, 4) != 0 ? reference : Random(parameter.lowest, parameter.highest);
     if (parameter.constant >= 0) index = parameter.constant;
-    if (band < parameter.firstBand) index = 0;
+    if (std::find(parameter.still.begin(), parameter.still.end(), band) != parameter.still.end()) index = 0;
     const int difference = parameter.wraps ? (index - reference + 8) % 8 : index - reference;
     const IppsVLCTable_32s& word = parameter.codes[inTime ? 1 : 0][difference - parameter.smallestDifference];
     bits.Write(static_cast<unsigned>(word.code), static_cast<unsigned>(word.length));
@@ -77,17 +77,19 @@ void PsGenerator::WriteExtension(const PsGeneratorOptions& options, BitWriter& b
   extension.Write(0, 2);
   extension.Write(options.phases ? 1 : 0, 1);
   const int bands = kPhaseBands[m_phaseMode % 3];
-  const int firstBand = options.lowestPhases ? 0 : m_phaseMode % 3 + 1;
-  const Parameter ipd = {"ipd",     {kIpdFrequencyCode, kIpdTimeCode},
-                         0,         0,
-                         7,         true,
-                         bands,     [](PsEnvelope& envelope) { return envelope.ipd; },
-                         firstBand, options.constantPhase};
-  const Parameter opd = {"opd",     {kOpdFrequencyCode, kOpdTimeCode},
-                         0,         0,
-                         7,         true,
-                         bands,     [](PsEnvelope& envelope) { return envelope.opd; },
-                         firstBand, options.constantPhase};
+  // By resolution: the bands of negative centre frequencies, and that of the two above the highest of them.
+  const std::vector<int> lowest[3] = {{0, 3}, {0, 1, 6}, {0, 1, 2, 10}};
+  const std::vector<int> still = options.lowestPhases ? std::vector<int>() : lowest[m_phaseMode % 3];
+  const Parameter ipd = {"ipd", {kIpdFrequencyCode, kIpdTimeCode},
+                         0,     0,
+                         7,     true,
+                         bands, [](PsEnvelope& envelope) { return envelope.ipd; },
+                         still, options.constantPhase};
+  const Parameter opd = {"opd", {kOpdFrequencyCode, kOpdTimeCode},
+                         0,     0,
+                         7,     true,
+                         bands, [](PsEnvelope& envelope) { return envelope.opd; },
+                         still, options.constantPhase};
   for (std::size_t i = 0; options.phases && i < m_envelopes.size(); ++i) {
     WriteIndices(ipd, i, extension);
     WriteIndices(opd, i, extension);

@@ -50,7 +50,7 @@ PsCoefficients MakeCoefficients(const PsConfiguration& configuration, const PsDa
   for (int band = 0; band < configuration.bands; ++band) {
     const PsMixing& h = mixing[iid[band] + kLargestIid[1]][icc[band]];
     Phase first = 1, second = 1;
-    if (band < configuration.phaseBands) {
+    if (data.phasesEnabled && band < configuration.phaseBands) {
       first = Smooth(opd[band], state.opd[0][band], state.opd[1][band]);
       second = first * std::conj(Smooth(ipd[band], state.ipd[0][band], state.ipd[1][band]));
       state.opd[1][band] = state.opd[0][band];

@@ -13,8 +13,8 @@ struct PsCoefficients {
 
 struct PsMixingState {
   PsCoefficients last;
-  // Phases of the last two envelopes, the later one first: overall ones and differences, in eighths of a
-  // turn.
+  // Phases of the last two envelopes that had any, the later one first: overall ones and differences, in
+  // eighths of a turn.
   std::int8_t opd[2][kMaxPsPhaseBands];
   std::int8_t ipd[2][kMaxPsPhaseBands];
 };
