@@ -28,14 +28,13 @@ Bytes Ac3Generator::NextFrame() {
 
 bool Ac3Generator::WriteFrame() {
   m_bits = {};
-  m_valid = true;
   m_channels = kFullChannels[m_options.mode];
   WriteHeader();
   ParseSyncInfo(m_bits.Bytes().data(), m_sync);
   BeginFrame(m_block);
   for (int i = 0; i < kBlocks; ++i) WriteBlock(i == 0);
   // Behind the blocks: auxdatae, crcrsv, crc2.
-  return m_valid && m_bits.Bits() + 18 <= 8 * m_sync.bytes;
+  return m_bits.Bits() + 18 <= 8 * m_sync.bytes;
 }
 
 void Ac3Generator::WriteHeader() {
@@ -121,6 +120,7 @@ void Ac3Generator::WriteCouplingStrategy() {
   CouplingStrategy& coupling = m_block.coupling;
   const bool wasInUse = coupling.inUse;
   coupling = {};
+  m_block.channels[kCoupling].allocation.delta = {};
   coupling.inUse = Flag(m_options.coupling && m_options.mode >= kStereo ? 70 : 0);
   if (!coupling.inUse) {
     if (wasInUse) Note("coupling ends");
@@ -262,7 +262,10 @@ void Ac3Generator::WriteAllocation(bool first) {
 }
 
 void Ac3Generator::WriteDelta(bool first) {
-  if (!Flag(m_options.delta ? 30 * m_percent / 100 : 0)) return;
+  // Segments of the coupling channel are for its bands: every strategy tells anew whether it has any, also
+  // because a witness takes up those of an earlier frame where none does.
+  const bool forced = m_options.couplingDelta && m_newStrategy && m_block.coupling.inUse;
+  if (!Flag(m_options.delta ? 30 * m_percent / 100 : 0, m_options.delta && forced)) return;
   std::vector<int> channels = Coded();
   if (m_options.lfe) channels.pop_back();
   int actions[kCodedChannels];
@@ -305,10 +308,8 @@ void Ac3Generator::Allocate(int index) {
   const AllocationKind kind = index == kCoupling ? AllocationKind::kCoupling
                               : index == kLfe    ? AllocationKind::kLfe
                                                  : AllocationKind::kFull;
-  // Segments that are kept may leave the bands of another coupling range: such a frame is drawn again.
-  m_valid = AllocateBits(kind, channel.start, channel.end, channel.exponents, m_block.allocation,
-                         channel.allocation, m_sync.frequencyCode, m_sync.rateShift, channel.pointers) &&
-            m_valid;
+  AllocateBits(kind, channel.start, channel.end, channel.exponents, m_block.allocation, channel.allocation,
+               m_sync.frequencyCode, m_sync.rateShift, channel.pointers);
 }
 
 void Ac3Generator::WriteMantissas(int index) {

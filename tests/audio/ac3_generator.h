@@ -84,7 +84,6 @@ class Ac3Generator {
   BitWriter m_bits;
   UMC::ac3::AudioBlock m_block{};
   UMC::ac3::SyncInfo m_sync{};
-  bool m_valid = true;
   int m_channels = 0;          // full bandwidth ones
   bool m_newStrategy = false;  // the block has a coupling strategy of its own
   bool m_noBits = false;       // nor any mantissas
