@@ -71,7 +71,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   const Mp4BoxPtr moov(Mp4ReadBox(stream_, nullptr));
   if (!moov) throw NotRecorded("has a movie box that cannot be read");
   std::string reason;
-  movie_ = readRecordedMovie(moov.get(), reason, complain);
+  movie_ = readRecordedMovie(stream_, moov.get(), reason, complain);
   if (!movie_) throw NotRecorded("is no recording: " + reason);
   end_ = initialisationLength_ = moov->end();
 }

@@ -1,9 +1,8 @@
 #include "recorded_movie.h"
 
-#include "boxes/stco.h"
-#include "boxes/stsc.h"
-#include "boxes/stsz.h"
-#include "boxes/stts.h"
+#include <algorithm>
+#include <array>
+
 #include "text.h"
 
 namespace {
@@ -32,14 +31,20 @@ std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
   }
 }
 
-// All samples are in fragments.
-bool tablesEmpty(Mp4Box* stbl) {
-  const auto* stts = payloadAt<mp4::TimeToSampleBox>(stbl, "stts");
-  const auto* stsc = payloadAt<mp4::SampleToChunkBox>(stbl, "stsc");
-  const auto* stsz = payloadAt<mp4::SampleSizeBox>(stbl, "stsz");
-  const auto* stco = payloadAt<mp4::ChunkOffsetBox>(stbl, "stco");
-  return stts && stts->entries.empty() && stsc && stsc->entries.empty() && stsz && stsz->sampleCount == 0 &&
-         stco && stco->chunkOffsets.empty();
+// All samples are in fragments: a table has version, flags and counts, all zero, and nothing else.
+bool tablesEmpty(Mp4Stream& stream, Mp4Box* stbl) {
+  constexpr std::size_t kHeader = 8, kMost = 20;
+  for (const std::uint32_t type :
+       {Mp4FourCc("stts"), Mp4FourCc("stsc"), Mp4FourCc("stsz"), Mp4FourCc("stco")}) {
+    const Mp4Box* const table = Mp4BoxChild(stbl, type);
+    if (!table || table->size > kMost || !stream.seek(table->position)) return false;
+    std::array<std::uint8_t, kMost> bytes{};
+    const auto size = static_cast<std::int64_t>(table->size);
+    if (stream.read(bytes.data(), size) != size) return false;
+    if (std::any_of(bytes.begin() + kHeader, bytes.end(), [](std::uint8_t byte) { return byte != 0; }))
+      return false;
+  }
+  return true;
 }
 
 const mp4::TrackExtendsBox* trackExtends(Mp4Box* moov, std::uint32_t trackId) {
@@ -67,7 +72,8 @@ void takeAudio(Mp4Box* entry, RecordedMovie& movie) {
 }
 
 // The reason why the track is none of a recording, or nothing.
-std::string readTrack(Mp4Box* moov, Mp4Box* trak, RecordedMovie& movie, const Complain& complain) {
+std::string readTrack(Mp4Stream& stream, Mp4Box* moov, Mp4Box* trak, RecordedMovie& movie,
+                      const Complain& complain) {
   const auto* tkhd = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd");
   const auto* mdhd = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd");
   Mp4Box* const stbl = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl");
@@ -82,7 +88,7 @@ std::string readTrack(Mp4Box* moov, Mp4Box* trak, RecordedMovie& movie, const Co
            std::to_string(mp4::trackNumber(*kind));
   const auto* trex = trackExtends(moov, tkhd->trackId);
   if (!trex || mdhd->timescale == 0) return name + " lacks its timescale or the defaults of its fragments";
-  if (!tablesEmpty(stbl))
+  if (!tablesEmpty(stream, stbl))
     complain("the sample tables of " + name + " are not empty, though all its samples are in fragments");
   movie.tracks[*kind] = {mdhd->timescale, trex->defaultSampleDuration, trex->defaultSampleSize};
   if (*kind == TrackKind::Video) takeVideo(entry, movie);
@@ -97,10 +103,11 @@ FrameRate RecordedMovie::frameRate() const {
   return {video.timescale, video.defaultSampleDuration};
 }
 
-std::optional<RecordedMovie> readRecordedMovie(Mp4Box* moov, std::string& reason, const Complain& complain) {
+std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, std::string& reason,
+                                               const Complain& complain) {
   RecordedMovie movie;
   for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i) {
-    reason = readTrack(moov, trak, movie, complain);
+    reason = readTrack(stream, moov, trak, movie, complain);
     if (!reason.empty()) return std::nullopt;
   }
   if (!movie.hasVideo() && !movie.tracks[TrackKind::Audio]) {

@@ -33,7 +33,7 @@ struct RecordedMovie {
   FrameRate frameRate() const;
 };
 
-// What a "moov" box describes. Nothing when it is no movie box of a recording; `reason` then says why.
-// `complain` gets what is wrong with one that is.
-std::optional<RecordedMovie> readRecordedMovie(Mp4Box* moov, std::string& reason,
+// What a "moov" box describes that was read from `stream`. Nothing when it is no movie box of a recording;
+// `reason` then says why. `complain` gets what is wrong with one that is.
+std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, std::string& reason,
                                                const std::function<void(const std::string&)>& complain);
