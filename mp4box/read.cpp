@@ -155,7 +155,8 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   auto* state = Mp4PayloadOf<Mp4RootState>(root);
   if (!state || state->ended) return false;
   // A fragment about as long as those before it comes in with one read, and the header behind it too.
-  Mp4WindowStream window(stream, state->window, root->size, state->fragmentBytes + kSlack + kLongestHeader);
+  const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kSlack : 0;
+  Mp4WindowStream window(stream, state->window, root->size, expected + kLongestHeader);
   const bool inMemory = stream.view(state->nextOffset, 0) != nullptr;
   Mp4Stream& source = inMemory ? stream : window;
   state->ended = true;
