@@ -7,6 +7,8 @@
 #include <new>
 
 #include "aac_decoder.h"
+#include "ac3_decoder.h"
+#include "ffmpeg_loader.h"
 #include "vlutil.h"
 
 namespace {
@@ -25,6 +27,22 @@ void Warn(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_Fmp4): %s\n", text);
 }
 
+// Looks for FFmpeg. Returns whether its decoders can be used.
+bool StartFFmpeg() {
+  if (LoadFFmpeg() != VL_FFMPEG_AVAILABLE) return false;
+  const FFmpegLock lock;
+  FFmpeg().avcodec_register_all();
+  return true;
+}
+
+UMC::AudioStreamInfo StreamInfoOf(const QVRWAVE& wave) {
+  UMC::AudioStreamInfo info;
+  info.channels = wave.channels;
+  info.sampleFrequency = wave.samplesPerSecond;
+  info.bitsPerSample = wave.bitsPerSample;
+  return info;
+}
+
 }  // namespace
 
 VL_Audio_Decode::VL_Audio_Decode() = default;
@@ -32,6 +50,7 @@ VL_Audio_Decode::~VL_Audio_Decode() = default;
 
 std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
   CloseCodec();
+  const bool hasFFmpeg = StartFFmpeg();
   m_codecCode = format->codec;
   m_bitsPerSample = format->wave.bitsPerSample;
   m_bytesPerSecond = format->wave.averageBytesPerSecond;
@@ -41,11 +60,22 @@ std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
   SetBufferedFrames(0);
   switch (m_codecCode) {
     case VL_FCC_AES3:  // already PCM
+      break;
     case VL_FCC_MP1:
+      if (hasFFmpeg) m_ffmpeg = FFmpegDecoder::Open(ffmpeg57::kCodecMp1);
+      break;
     case VL_FCC_MP2:
+      if (hasFFmpeg) m_ffmpeg = FFmpegDecoder::Open(ffmpeg57::kCodecMp2);
+      break;
     case VL_FCC_MP3:
+      if (hasFFmpeg) m_ffmpeg = FFmpegDecoder::Open(ffmpeg57::kCodecMp3);
+      break;
     case VL_FCC_AC3:
     case VL_FCC_EAC3:
+      // The decoder of E-AC-3 takes AC-3 as well.
+      if (hasFFmpeg) m_ffmpeg = FFmpegDecoder::Open(ffmpeg57::kCodecEac3);
+      if (m_ffmpeg == nullptr) OpenAc3(*format);
+      format->wave.channels = 2;  // of what either of them delivers
       break;
     default:
       OpenAac(*format);
@@ -57,16 +87,25 @@ void VL_Audio_Decode::OpenAac(const QVRAUDIO& format) {
   auto codec = std::unique_ptr<UMC::AACDecoder>(new (std::nothrow) UMC::AACDecoder);
   auto params = std::unique_ptr<UMC::AACDecoderParams>(new (std::nothrow) UMC::AACDecoderParams);
   if (codec == nullptr || params == nullptr) return;
-  UMC::AudioStreamInfo info;
-  info.channels = format.wave.channels;
-  info.sampleFrequency = format.wave.samplesPerSecond;
-  info.bitsPerSample = format.wave.bitsPerSample;
-  params->m_output = info;
-  params->m_input = info;
+  params->m_input = params->m_output = StreamInfoOf(format.wave);
   params->m_input.channelMask = (1u << (format.wave.channels % 32)) - 1;
   params->m_sbrDownSampled = 0;
   if (codec->Init(params.get()) < UMC::UMC_OK) return;
   codec->SetParams(params.get());
+  codec->GetInfo(params.get());
+  m_codec = std::move(codec);
+  m_params = std::move(params);
+}
+
+void VL_Audio_Decode::OpenAc3(const QVRAUDIO& format) {
+  auto codec = std::unique_ptr<UMC::AC3Decoder>(new (std::nothrow) UMC::AC3Decoder);
+  auto params = std::unique_ptr<UMC::AC3DecoderParams>(new (std::nothrow) UMC::AC3DecoderParams);
+  if (codec == nullptr || params == nullptr) return;
+  params->m_input = params->m_output = StreamInfoOf(format.wave);
+  if (codec->Init(params.get()) < UMC::UMC_OK) return;
+  UMC::AC3DecoderParams stereo;  // two channels are its default
+  stereo.m_option4 = 3;
+  codec->SetParams(&stereo);
   codec->GetInfo(params.get());
   m_codec = std::move(codec);
   m_params = std::move(params);
@@ -88,6 +127,7 @@ std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
     needed = std::uint64_t{m_frameSize} * frames * kBufferFactor;
     if (needed <= m_bufferCapacity) return VL_OK;
   }
+  const std::uint32_t held = m_buffer != nullptr ? m_bufferCapacity : 0;
   m_bufferCapacity = static_cast<std::uint32_t>(std::min(needed, kLargest));
   void* grown = needed > kLargest ? nullptr : std::realloc(m_buffer, m_bufferCapacity);
   if (grown == nullptr) {
@@ -98,13 +138,17 @@ std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
     return VL_E_AUDIO_MEMORY;
   }
   m_buffer = static_cast<std::uint8_t*>(grown);
+  // Samples of some formats leave values of the output as they are.
+  std::memset(m_buffer + held, 0, m_bufferCapacity - held);
   return VL_OK;
 }
 
 std::int32_t VL_Audio_Decode::DecodeFrameAudio(std::uint8_t* output, std::uint32_t* outputBytes,
                                                std::uint8_t* input, std::uint32_t inputBytes,
                                                std::uint32_t /*reserved*/, std::uint32_t /*channelPair*/,
-                                               std::uint32_t /*duration*/) {
+                                               std::uint32_t duration) {
+  if (m_ffmpeg != nullptr)
+    return m_ffmpeg->Decode(output, RoomAt(output), outputBytes, input, inputBytes, duration);
   if (m_codec == nullptr) return -1;
   m_input.SetBufferPointer(input, inputBytes);
   m_input.SetDataSize(inputBytes);
@@ -183,7 +227,7 @@ std::uint32_t VL_Audio_Decode::RemoveSamples(std::uint32_t frames) {
 }
 
 bool VL_Audio_Decode::IsOpen() const {
-  return m_codec != nullptr;
+  return m_codec != nullptr || m_ffmpeg != nullptr;
 }
 
 bool VL_Audio_Decode::Settled() const {
@@ -208,6 +252,7 @@ void VL_Audio_Decode::ReleaseBuffer() {
 void VL_Audio_Decode::CloseCodec() {
   m_codec.reset();
   m_params.reset();
+  m_ffmpeg.reset();
 }
 
 void VL_Audio_Decode::SetBufferedFrames(std::uint32_t frames) {

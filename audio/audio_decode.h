@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "base_codec.h"
+#include "ffmpeg_decoder.h"
 #include "qvr.h"
 
 // RemoveSamples on an empty buffer.
@@ -31,10 +32,13 @@ class VL_Audio_Decode {
   // Closes the decoder. The PCM buffer is not given back: ReleaseBuffer does that.
   virtual ~VL_Audio_Decode();
 
-  // Opens a decoder for the described stream. A codec without one leaves the object not open. Returns 0.
+  // Opens a decoder for the described stream, with FFmpeg where it is to be had. A codec without one leaves
+  // the object not open. AC-3 is decoded to two channels, whatever it has, and the description told so.
+  // Returns 0.
   virtual std::uint32_t Init(QVRAUDIO* format);
 
-  // Forgets buffered PCM and the decoder's signal; the next frame decoded is at position 0. Returns 0.
+  // Forgets buffered PCM and the decoder's signal; the next frame decoded is at position 0. A decoder of
+  // FFmpeg keeps its signal. Returns 0.
   virtual std::uint32_t Reset();
 
   // Makes room for so many more frames. The first buffer has 200,000 bytes, whatever is asked. Returns 0 or
@@ -43,15 +47,16 @@ class VL_Audio_Decode {
 
   // Decodes as much of the input as one call of the decoder takes. `*outputBytes` receives the PCM bytes
   // written. The output has room for as much PCM as the buffer holds behind it when it lies in the PCM
-  // buffer, else for 0xFFFFF bytes. Returns the input bytes that are left, or -1 (and leaves `*outputBytes`
-  // alone) when the decoder fails. The last three arguments do not matter to the decoders here.
+  // buffer, else for 0xFFFFF bytes. Returns the input bytes that are left, or -1 when the decoder fails,
+  // which leaves `*outputBytes` alone (0 with FFmpeg). `duration` is that of the input in frames, by which
+  // FFmpeg's output is limited; `reserved` and `channelPair` do not matter to the decoders here.
   virtual std::int32_t DecodeFrameAudio(std::uint8_t* output, std::uint32_t* outputBytes, std::uint8_t* input,
                                         std::uint32_t inputBytes, std::uint32_t reserved,
                                         std::uint32_t channelPair, std::uint32_t duration);
 
   // Decodes a whole input into the PCM buffer. `*outputBytes` receives the PCM bytes added. Returns the
   // input bytes that are left (0: all were used), or -1 when the decoder failed; what was decoded until then
-  // stays. The last four arguments do not matter to the decoders here.
+  // stays. `duration` as above; the three other arguments do not matter to the decoders here.
   virtual std::int32_t DecodeFrameAudioBuffered(std::uint8_t* input, std::uint32_t inputBytes,
                                                 std::uint32_t* outputBytes, std::uint32_t reserved,
                                                 std::uint32_t channelPair, std::uint32_t duration,
@@ -96,6 +101,7 @@ class VL_Audio_Decode {
 
  private:
   void OpenAac(const QVRAUDIO& format);
+  void OpenAc3(const QVRAUDIO& format);
   void SetBufferedFrames(std::uint32_t frames);
   // Bytes that may be written at `output`.
   [[nodiscard]] std::uint32_t RoomAt(const std::uint8_t* output) const;
@@ -107,6 +113,7 @@ class VL_Audio_Decode {
   std::uint32_t m_channels = 2;
   std::unique_ptr<UMC::BaseCodecParams> m_params;
   std::unique_ptr<UMC::AudioCodec> m_codec;
+  std::unique_ptr<FFmpegDecoder> m_ffmpeg;  // in place of m_codec
   UMC::MediaData m_input;
   UMC::MediaData m_output;
   std::uint32_t m_bufferedBytes = 0;

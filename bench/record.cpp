@@ -57,7 +57,7 @@ long peakKilobytes() {
   return usage.ru_maxrss;
 }
 
-// A day of frames of 100 bytes at 30 frames a second, with sound; told hour by hour.
+// A day of frames of 100 bytes at 30 frames a second, with sound; told hour by hour. It must verify.
 bool day(const TempFolder& folder) {
   constexpr std::uint32_t kHours = 24, kFramesAnHour = 30 * 3600;
   const std::string path = folder.file("day.ismv");
@@ -104,7 +104,8 @@ bool day(const TempFolder& folder) {
   const long grown = peakKilobytes() - afterFirstHour;
   MFXCLOSE close{};
   entry(file, MFX_CLOSE, &close);
-  std::printf("hours: first %.2f s, twelfth %.2f s, last %.2f s\n", seconds[0], seconds[11], seconds[23]);
+  runOrThrow({VL_BIN_DIR "/fmp4", "verify", path});
+  std::printf("verified; hours: first %.2f s, twelfth %.2f s, last %.2f s\n", seconds[0], seconds[11], seconds[23]);
   // The manifest's tree of segments is all that may grow: some hundred bytes each.
   return report("kilobytes grown over 23 hours and 8280 segments", static_cast<double>(grown), "<=", 16384);
 }

@@ -5,6 +5,19 @@
 #include <cstdint>
 #include <cstring>
 
+// The eight bytes at `p`, the first the most significant.
+inline std::uint64_t LoadBigEndian(const std::uint8_t* p) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  std::uint64_t value;
+  std::memcpy(&value, p, sizeof value);
+  return __builtin_bswap64(value);
+#else
+  std::uint64_t value = 0;
+  for (int i = 0; i < 8; ++i) value = value << 8 | p[i];
+  return value;
+#endif
+}
+
 // Reads never touch memory outside the given bytes: past their end come zeros, and Overrun() tells so ever
 // after. A parser may therefore run on and ask once at the end.
 class BitWindow {
@@ -67,18 +80,6 @@ class BitWindow {
   [[nodiscard]] std::size_t Size() const { return size_; }
 
  private:
-  static std::uint64_t LoadBigEndian(const std::uint8_t* p) {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    std::uint64_t value;
-    std::memcpy(&value, p, sizeof value);
-    return __builtin_bswap64(value);
-#else
-    std::uint64_t value = 0;
-    for (int i = 0; i < 8; ++i) value = value << 8 | p[i];
-    return value;
-#endif
-  }
-
   void RefillSlowly() {
     while (bits_ < 56) {
       const std::uint64_t byte = next_ < size_ ? data_[next_] : 0;

@@ -84,6 +84,14 @@ IppStatus ippsOverlapAdd_32f(const Ipp32f* tail, const Ipp32f* head, const Ipp32
   return ippStsNoErr;
 }
 
+IppStatus ippsDeinterleave_32f(const Ipp32f* source, std::size_t channels, std::size_t length,
+                               Ipp32f* const* destination) {
+  if (source == nullptr || destination == nullptr) return ippStsNullPtrErr;
+  if (channels == 0) return ippStsSizeErr;
+  ActiveKernels().deinterleave(source, channels, length, destination);
+  return ippStsNoErr;
+}
+
 IppStatus ippsJoin_32f16s_D2L(const Ipp32f* const* source, std::size_t channels, std::size_t length,
                               Ipp16s* destination) {
   if (source == nullptr || destination == nullptr) return ippStsNullPtrErr;

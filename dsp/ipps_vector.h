@@ -33,6 +33,10 @@ IppStatus ippsButterfly_32f_I(Ipp32f* a, Ipp32f* b, std::size_t length);
 IppStatus ippsOverlapAdd_32f(const Ipp32f* tail, const Ipp32f* head, const Ipp32f* rise, Ipp32f* destination,
                              std::size_t length);
 
+// Takes interleaved values apart: destination[c][i] = source[channels * i + c] for `length` values a channel.
+IppStatus ippsDeinterleave_32f(const Ipp32f* source, std::size_t channels, std::size_t length,
+                               Ipp32f* const* destination);
+
 // Interleaves `channels` vectors of `length` samples as 16-bit integers: rounded to nearest, ties to even,
 // saturated; what is no number becomes 0. The destination needs no alignment.
 IppStatus ippsJoin_32f16s_D2L(const Ipp32f* const* source, std::size_t channels, std::size_t length,

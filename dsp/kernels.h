@@ -62,6 +62,9 @@ struct Kernels {
   void (*addProductC)(const Ipp32f* source, Ipp32f factor, Ipp32f* sums, std::size_t length);
   // (a, b) becomes (a + b, a - b)
   void (*butterfly)(Ipp32f* a, Ipp32f* b, std::size_t length);
+  // See ippsDeinterleave_32f.
+  void (*deinterleave)(const Ipp32f* source, std::size_t channels, std::size_t length,
+                       Ipp32f* const* destination);
   // See ippsJoin_32f16s_D2L.
   void (*join)(const Ipp32f* const* source, std::size_t channels, std::size_t length, Ipp16s* destination);
   // See ippsAnalysisFilter_SBR_RToC_32f32fc_D2L; `work` holds kQmfWorkFloats values.

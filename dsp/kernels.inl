@@ -349,6 +349,25 @@ inline void Butterfly(float* a, float* b, std::size_t length) {
   });
 }
 
+inline void Deinterleave(const float* source, std::size_t channels, std::size_t length,
+                         float* const* destination) {
+  if (channels == 2) {
+    float* first = destination[0];
+    float* second = destination[1];
+    ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+      using L = decltype(lanes);
+      typename L::V a, b;
+      L::LoadPairs(source + 2 * i, a, b);
+      L::Store(a, first + i);
+      L::Store(b, second + i);
+    });
+    return;
+  }
+  for (std::size_t channel = 0; channel < channels; ++channel) {
+    for (std::size_t i = 0; i < length; ++i) destination[channel][i] = source[i * channels + channel];
+  }
+}
+
 inline void Join(const float* const* source, std::size_t channels, std::size_t length, Ipp16s* destination) {
   if (channels == 1) {
     const float* mono = source[0];

@@ -63,9 +63,10 @@ using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 }  // namespace
 
 const Kernels* GetKernels() {
-  static constexpr Kernels kKernels = {MdctInverse,   MdctForward, OverlapAdd,  ScaleBands,  MulC,
-                                       AddProductC,   Butterfly,   Join,        QmfAnalysis, QmfSynthesis,
-                                       SumCovariance, FilterPatch, SumEnergies, ShapeRows,   kPsKernels};
+  static constexpr Kernels kKernels = {MdctInverse, MdctForward, OverlapAdd,   ScaleBands,
+                                       MulC,        AddProductC, Butterfly,    Deinterleave,
+                                       Join,        QmfAnalysis, QmfSynthesis, SumCovariance,
+                                       FilterPatch, SumEnergies, ShapeRows,    kPsKernels};
   // Emulated vectors gain nothing over plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }

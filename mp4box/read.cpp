@@ -21,6 +21,10 @@ namespace {
 // Size, type, 64-bit size and extended type.
 constexpr std::uint64_t kLongestHeader = 32;
 
+// By how many bytes a fragment may be longer than expected and still come in with one read: those of a few
+// samples, for the sound of equal times is not always as many.
+constexpr std::uint64_t kSlack = 32;
+
 bool IsUnderRoot(const Mp4Box& box) {
   return box.father && box.father->type == MP4_ROOT;
 }
@@ -150,8 +154,9 @@ bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
 bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   auto* state = Mp4PayloadOf<Mp4RootState>(root);
   if (!state || state->ended) return false;
-  // A fragment as long as those before it comes in with one read, and the header behind it too.
-  Mp4WindowStream window(stream, state->window, root->size, state->fragmentBytes + kLongestHeader);
+  // A fragment about as long as those before it comes in with one read, and the header behind it too.
+  const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kSlack : 0;
+  Mp4WindowStream window(stream, state->window, root->size, expected + kLongestHeader);
   const bool inMemory = stream.view(state->nextOffset, 0) != nullptr;
   Mp4Stream& source = inMemory ? stream : window;
   state->ended = true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "date_time.h"
 #include "guard.h"
 #include "messages.h"
 #include "recording.h"
@@ -26,6 +27,10 @@ std::string playlistPath(const std::string& mediaPath) {
 
 }  // namespace
 
+bool AudioRecording::Create(const std::string& path) {
+  return file_.Create(path, playlistPath(path));
+}
+
 bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
                            MpdWriter* manifest) {
   started_ = true;
@@ -49,8 +54,8 @@ bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& ge
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;
 
-  file_.ListIn({playlistPath(file_.path()), file_.name(), static_cast<double>(sound.sampleRate),
-                segmentSamples, file_.initialisationLength()});
+  file_.ListIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
+                file_.initialisationLength(), DateTimeNow()});
   manifest_ = manifest;
   if (manifest) {
     file_.ListIn(*manifest, manifest->BeginAudio({kAudioObjectType,

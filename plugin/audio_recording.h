@@ -11,7 +11,8 @@
 
 class AudioRecording {
  public:
-  // The file, created before anything else.
+  // Creates the file, before anything else. False when that fails.
+  bool Create(const std::string& path);
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }

@@ -96,6 +96,14 @@ void AudioTrack::closeDecoder() {
   decoder_.ReleaseBuffer();
 }
 
+// The description may say less: of AC-3 it counts one channel, and a rate that is not yet the file's own.
+std::uint32_t AudioTrack::deliveredBufferSize(const FrameRate& fps) const {
+  const QVRAUDIO& audio = holder_.audio;
+  const std::uint64_t frames =
+      scaleExactly(audio.wave.samplesPerSecond, fps.denominator, fps.numerator) + std::uint64_t{1};
+  return std::max(audio.bufferSize, saturate<std::uint32_t>(frames * decoder_.FrameSize()));
+}
+
 int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
   const AudioClock start(track_.timescale, holder_.audio.wave.samplesPerSecond,
                          unitFrames(holder_.audio, configuration_));

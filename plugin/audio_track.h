@@ -7,6 +7,7 @@
 
 #include "audio_decode.h"
 #include "audio_timeline.h"
+#include "frame_rate.h"
 #include "qvr.h"
 #include "track_cursor.h"
 
@@ -45,6 +46,9 @@ class AudioTrack {
   void openDecoder();
   // Closes it and gives its memory back.
   void closeDecoder();
+
+  // Bytes that hold a video frame's sound as it is delivered, at `fps` frames a second.
+  std::uint32_t deliveredBufferSize(const FrameRate& fps) const;
 
   const QVRAUDIO& description() const { return holder_.audio; }
   VL_Audio_Decode& decoder() { return decoder_; }

@@ -26,7 +26,7 @@ std::uint32_t CMFFmp4::openWrite() {
   const auto contains = [&](const char* part) { return name.find(part) != std::string::npos; };
   if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
     m_audioRecording = std::make_unique<AudioRecording>();
-    if (!m_audioRecording->file().Create(name)) return refuse(messages::kCannotCreateAudio);
+    if (!m_audioRecording->Create(name)) return refuse(messages::kCannotCreateAudio);
     m_handle = m_audioRecording->file().handle();
     return VL_OK;
   }
@@ -35,9 +35,10 @@ std::uint32_t CMFFmp4::openWrite() {
   m_videoRecording = std::make_unique<VideoRecording>();
   // Media under the manifest's or the playlist's own name would be replaced by it.
   const bool nameTaken = path == manifest || path == withExtension(path, ".m3u8");
-  if (nameTaken || !m_videoRecording->file().Create(path)) return refuse(messages::kCannotCreateVideo);
+  if (nameTaken || !m_videoRecording->Create(path)) return refuse(messages::kCannotCreateVideo);
   m_handle = m_videoRecording->file().handle();
   m_videoPath = path;
+  RemoveFormerList(manifest);
   m_manifest = std::make_unique<MpdWriter>(manifest);
   return VL_OK;
 }

@@ -41,7 +41,10 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
   if (frame == QVR_NOT_SET) frame = track->nextExpected == QVR_NOT_SET ? 0 : track->nextExpected;
   if (frame > audio.stream.length) return VL_FAILED;
   const bool leads = fccIsCompressedAudio(audio.codec) && frame < audio.stream.initialFrames;
-  if (!descriptor) return leads ? m_audio.wave.blockAlign * 2u : audio.bufferSize;
+  if (!descriptor) {
+    const FrameRate fps{m_video.stream.rate, m_video.stream.scale};
+    return leads ? m_audio.wave.blockAlign * 2u : track->deliveredBufferSize(fps);
+  }
 
   descriptor->bytes = 0;
   if (frame == audio.stream.length && count != 0) {

@@ -1,5 +1,6 @@
 #include "recorded_file.h"
 
+#include <filesystem>
 #include <limits>
 
 #include "qvr.h"
@@ -42,12 +43,20 @@ std::size_t headRoom(const mp4::MovieFragment& fragment, std::uint32_t reference
 
 }  // namespace
 
-bool RecordedFile::Create(const std::string& path) {
+void RemoveFormerList(const std::string& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, ignored)))
+    std::filesystem::remove(path, ignored);
+}
+
+bool RecordedFile::Create(const std::string& path, const std::string& playlistPath) {
   const VLHANDLE file = vlOSCreateFile(path.c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE, VL_SHARE_READ_WRITE,
                                        nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
   if (file >= VL_INVALID_HANDLE - 1) return false;
   stream_.handle = file;
   path_ = path;
+  playlistPath_ = playlistPath;
+  RemoveFormerList(playlistPath);
   mp4::FileTypeBox fileType = Mp4SetUpFileType();
   clearHead(headRoom({}, 0));
   Mp4WriteFileType(head_, fileType);
@@ -73,7 +82,7 @@ bool RecordedFile::Start(mp4::Movie& movie, const SegmentSettings& settings) {
 }
 
 void RecordedFile::ListIn(const PlaylistSettings& playlist) {
-  playlist_.Start(playlist);
+  playlist_.Start(playlistPath_, playlist);
 }
 
 void RecordedFile::ListIn(MpdWriter& manifest, MpdWriter::List list) {

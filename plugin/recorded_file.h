@@ -31,13 +31,17 @@ struct SegmentSettings {
   std::uint32_t fragmentsPerSegment = 0;    // and references that an index has room for
 };
 
+// Removes a list that speaks of media that are being replaced. What is a link or a folder stays.
+void RemoveFormerList(const std::string& path);
+
 class RecordedFile {
  public:
   // The bytes of a fragment, of which a reference can say the size.
   static constexpr std::uint32_t kMaxFragmentBytes = 0x7FFFFFFF;
 
-  // Creates the file, replacing what is there, and writes the file type box. False when that fails.
-  bool Create(const std::string& path);
+  // Creates the file, replacing what is there, and writes the file type box. False when that fails. The
+  // playlist of what was there goes with it.
+  bool Create(const std::string& path, const std::string& playlistPath);
   VLHANDLE handle() const { return stream_.handle; }
   const std::string& path() const { return path_; }
   // Name and extension, by which playlist and manifest call the file.
@@ -75,6 +79,7 @@ class RecordedFile {
 
   Mp4Stream stream_;
   std::string path_;
+  std::string playlistPath_;
   SegmentSettings settings_;
   std::uint64_t initialisationLength_ = 0;
   bool failed_ = false;

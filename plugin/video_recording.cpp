@@ -6,6 +6,7 @@
 
 #include "caption_area.h"
 #include "caption_samples.h"
+#include "date_time.h"
 #include "guard.h"
 #include "messages.h"
 #include "recording.h"
@@ -60,6 +61,10 @@ std::uint32_t absolute(std::int32_t value) {
 
 }  // namespace
 
+bool VideoRecording::Create(const std::string& path) {
+  return file_.Create(path, playlistPath(path));
+}
+
 bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
   started_ = true;
   settings_ = settings;
@@ -98,8 +103,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;
 
-  file_.ListIn(
-      {playlistPath(file_.path()), file_.name(), rate.value(), segmentFrames, file_.initialisationLength()});
+  file_.ListIn({file_.name(), rate.value(), segmentFrames, file_.initialisationLength(), DateTimeNow()});
   manifest_ = manifest;
   if (!manifest) return true;
   MpdVideo listed;
@@ -108,6 +112,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   listed.width = static_cast<std::uint32_t>(settings_.width);
   listed.height = absolute(settings_.height);
   listed.rate = rate;
+  listed.startTime = DateTimeNow();
   if (hasSound()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
   listed.segments = {file_.name(), rate.numerator, segments.duration, file_.initialisationLength() - 1};
   file_.ListIn(*manifest, manifest->BeginVideo(listed, separateAudio));

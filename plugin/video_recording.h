@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "qvr.h"
@@ -12,7 +13,8 @@
 
 class VideoRecording {
  public:
-  // The file, created before anything else.
+  // Creates the file, before anything else. False when that fails.
+  bool Create(const std::string& path);
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }

@@ -104,6 +104,6 @@ play      $source
           $exported
           $sound
           ffplay $recording.m4v
-          DASH: $recording.mpd and HLS: $recording.master.m3u8, served to a player
-          by any web server that answers range requests
+          DASH: $recording.mpd and HLS: $recording.master.m3u8, in a browser:
+          $fmp4 serve $folder
 END

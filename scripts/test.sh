@@ -29,7 +29,7 @@ check_format() {
 
 # Every header of a room compiles as the only one of a source file.
 check_headers() {
-  local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac plugin tool)
+  local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3 plugin tool)
   git ls-files -z -- "${rooms[@]/%//*.h}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
     header=$1; shift
     echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
@@ -38,6 +38,12 @@ check_headers() {
 
 run_tests() {
   ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure --output-log "build/$1/tests.log"
+}
+
+# The served page in Chromium, and ffmpeg over HTTP.
+run_players() {
+  FMP4=$PWD/build/dev/bin/fmp4 node --test --test-reporter=spec tests/players/players.test.mjs >build/dev/players.log ||
+    { sed -n '/failing tests/,$p' build/dev/players.log; return 1; }
 }
 
 # fuzz TARGET [OPTION...] CORPUS...: a short look for inputs that crash, hang or eat memory; what it finds new is
@@ -59,17 +65,21 @@ for preset in dev asan; do
   step "build $preset" cmake --build --preset "$preset" -j "$(nproc)"
   step "tests $preset" run_tests "$preset"
 done
+step "players" run_players
 # What the demo builds, whose optimiser sees more.
 step "configure release" configure release
 step "build release" cmake --build --preset release -j "$(nproc)"
 step "fuzz boxes" fuzz box -dict=fuzz/boxes.dict fuzz/seeds/box
 step "fuzz manifests" fuzz manifest -dict=fuzz/manifest.dict fuzz/seeds/manifest
 step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
+step "fuzz recordings" fuzz recording -dict=fuzz/boxes.dict fuzz/seeds/recording
 step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
+step "fuzz the AC-3 decoder" fuzz ac3_decoder fuzz/seeds/ac3_decoder
 step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 step "fuzz band replication" fuzz sbr fuzz/seeds/sbr
 step "fuzz parametric stereo" fuzz ps fuzz/seeds/ps
 
 printf '%s\n' "${timings[@]}"
-passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)
+passed=$(awk '/tests passed, 0 tests failed out of/ || /^ℹ pass/ { sum += $NF } END { print sum }' \
+  build/{dev,asan}/tests.log build/dev/players.log)
 echo "test: all passed: $passed test runs, format and headers, in $SECONDS s"

@@ -1,7 +1,6 @@
 #include "mpd_writer.h"
 
 #include <cmath>
-#include <string_view>
 
 #include "number_text.h"
 #include "vlutil.h"
@@ -43,10 +42,6 @@ std::string DurationText(std::uint64_t frames, const FrameRate& rate) {
 
 MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio) {
   rate_ = video.rate;
-  char date[64] = "", time[64] = "";
-  vlOSGetDateTimeString(date, sizeof date, time, sizeof time);
-  const std::string now = std::string(date) + time;
-
   document_.InsertEndChild(document_.NewDeclaration());
   mpd_ = document_.NewElement("MPD");
   document_.InsertEndChild(mpd_);
@@ -55,8 +50,8 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   set(mpd_, "type", "static");
   set(mpd_, "profiles", "urn:mpeg:dash:profile:isoff-on-demand:2011");
   set(mpd_, "mediaPresentationDuration", "PT0S");
-  set(mpd_, "availabilityStartTime", now);
-  set(mpd_, "publishTime", now);
+  set(mpd_, "availabilityStartTime", video.startTime);
+  set(mpd_, "publishTime", video.startTime);
   tinyxml2::XMLElement* const period = mpd_->InsertNewChildElement("Period");
   set(period, "start", DurationText(0, rate_));
   set(period, "id", 1);
@@ -111,10 +106,14 @@ void MpdWriter::SetDuration(std::uint64_t frames) {
   if (mpd_) set(mpd_, "mediaPresentationDuration", DurationText(frames, rate_));
 }
 
-void MpdWriter::Save() const {
-  if (!mpd_) return;
+std::string MpdWriter::Text() const {
   tinyxml2::XMLPrinter printer;
   document_.Print(&printer);
-  const std::string_view text = printer.CStr();
+  return printer.CStr();
+}
+
+void MpdWriter::Save() const {
+  if (!mpd_) return;
+  const std::string text = Text();
   vlOSReplaceFile(path_.c_str(), text.data(), text.size());
 }

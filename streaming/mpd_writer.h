@@ -34,6 +34,7 @@ struct MpdVideo {
   };
   std::optional<Sound> sound;
   MpdSegments segments;
+  std::string startTime;  // when the recording began: ISO 8601
 };
 
 struct MpdAudio {
@@ -59,6 +60,8 @@ class MpdWriter {
 
   // So long is what has been written.
   void SetDuration(std::uint64_t frames);
+  // The manifest as it stands.
+  std::string Text() const;
   // Puts the manifest in its place on the disk in one step. A failure is nobody's affair: the one saved
   // before then stays.
   void Save() const;

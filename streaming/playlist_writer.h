@@ -1,5 +1,4 @@
-// An HLS media playlist (RFC 8216, version 7) that grows with its media file: segments of fragmented MP4 as
-// byte ranges of the one file.
+// An HLS media playlist that grows with its media file.
 #pragma once
 
 #include <cstdint>
@@ -7,20 +6,14 @@
 #include <memory>
 #include <string>
 
-struct PlaylistSettings {
-  std::string path;
-  std::string mediaName;                   // name and extension of the media file, which is the URI
-  double rate = 0;                         // positions a second: the frame rate, or the sample rate
-  std::uint64_t segmentLength = 0;         // positions of a full segment
-  std::uint64_t initialisationLength = 0;  // bytes of the media file ahead of its first segment
-};
+#include "playlist_text.h"
 
 // Closed when the object goes; without End() it then lacks its end marker, as does one whose recording was
 // cut off. A file that cannot be created or written is left alone from there on: no call fails.
 class PlaylistWriter {
  public:
-  // Creates the file and writes the header.
-  void Start(const PlaylistSettings& settings);
+  // Creates the file `path` and writes the header.
+  void Start(const std::string& path, const PlaylistSettings& settings);
   // Adds the bytes [start, end) of the media file, which reach up to the frame or sample `endPosition`.
   void AddSegment(std::uint64_t endPosition, std::uint64_t start, std::uint64_t end);
   void End();
@@ -31,7 +24,9 @@ class PlaylistWriter {
   };
 
   void append(const std::string& lines);
+  void takeBack();
 
+  std::string path_;
   PlaylistSettings settings_;
   std::unique_ptr<std::FILE, Close> file_;
   std::uintmax_t writtenBytes_ = 0;  // of whole entries

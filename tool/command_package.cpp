@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -92,10 +93,8 @@ class Packager {
 
   MasterPlaylist master() const {
     MasterPlaylist master;
-    const auto& record = video_.configuration;
     master.codecs =
-        "avc1." + hexText(std::span(record).subspan(1, std::min<std::size_t>(3, record.size() - 1)));
-    if (audio_) master.codecs += ",mp4a.40." + std::to_string(audioConfig_.objectType);
+        codecsText(video_.configuration, audio_ ? audio_->configuration : std::vector<std::uint8_t>());
     master.width = video_.width;
     master.height = video_.height;
     master.framesPerSecond = plan_.framesPerSecond();
@@ -235,6 +234,12 @@ void refuseToOverwrite(const PackageOptions& options) {
                       "'; give another name for the output");
 }
 
+MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw ToolError("'" + path.string() + "' cannot be read");
+  return {path.filename().string(), {std::istreambuf_iterator<char>(file), {}}};
+}
+
 bool package(const Invocation& invocation, const PackageOptions& options) {
   const Plugin plugin(invocation.plugin);
   SourceFile source(options.input);
@@ -243,13 +248,15 @@ bool package(const Invocation& invocation, const PackageOptions& options) {
   packager.run();
   MasterPlaylist master = packager.master();
   const std::filesystem::path output(options.output);
-  master.video = std::filesystem::path(output).replace_extension(".m3u8").string();
-  const std::filesystem::path audioList = outputsOf(options.output).back();
+  master.video = readPlaylist(std::filesystem::path(output).replace_extension(".m3u8"));
   const bool soundApart =
       options.output.find(".mp4") != std::string::npos || options.output.find(".m4v") != std::string::npos;
   if (soundApart && source.findHandler(Mp4FourCc("soun")) && !options.noAudio)
-    master.audio = audioList.string();
-  writeMasterPlaylist(std::filesystem::path(output).replace_extension(".master.m3u8").string(), master);
+    master.audio = readPlaylist(outputsOf(options.output).back());
+  const std::string text = masterPlaylistText(master);
+  const std::string path = std::filesystem::path(output).replace_extension(".master.m3u8").string();
+  if (!vlOSReplaceFile(path.c_str(), text.data(), text.size()))
+    throw ToolError("'" + path + "' could not be written; is the disk full?");
   return true;
 }
 

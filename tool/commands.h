@@ -29,4 +29,7 @@ void addFramesCommand(CLI::App& app, Invocation& invocation);
 void addExportCommand(CLI::App& app, Invocation& invocation);
 void addPackageCommand(CLI::App& app, Invocation& invocation);
 void addBoxesCommand(CLI::App& app, Invocation& invocation);
+void addVerifyCommand(CLI::App& app, Invocation& invocation);
+void addRepairCommand(CLI::App& app, Invocation& invocation);
+void addServeCommand(CLI::App& app, Invocation& invocation);
 void addVersionCommand(CLI::App& app, Invocation& invocation);

@@ -36,6 +36,9 @@ int main(int argc, char** argv) {
   addExportCommand(app, invocation);
   addPackageCommand(app, invocation);
   addBoxesCommand(app, invocation);
+  addVerifyCommand(app, invocation);
+  addRepairCommand(app, invocation);
+  addServeCommand(app, invocation);
   addVersionCommand(app, invocation);
 
   try {

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <iomanip>
 #include <locale>
 #include <sstream>
 
-#include "commands.h"
+#include "audio_config.h"
+#include "text.h"
 
 namespace {
 
@@ -18,9 +17,8 @@ struct BitRate {
 };
 
 // The segments' "#EXTINF:SECONDS," and "#EXT-X-BYTERANGE:LENGTH@OFFSET" lines.
-BitRate bitRateOf(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw ToolError("'" + path + "' cannot be read");
+BitRate bitRateOf(const std::string& playlist) {
+  std::istringstream file(playlist);
   BitRate rate;
   double seconds = 0, allSeconds = 0, allBits = 0;
   for (std::string line; std::getline(file, line);) {
@@ -41,31 +39,34 @@ BitRate bitRateOf(const std::string& path) {
   return rate;
 }
 
-std::string nameOf(const std::string& path) {
-  return std::filesystem::path(path).filename().string();
-}
-
 }  // namespace
 
-void writeMasterPlaylist(const std::string& path, const MasterPlaylist& master) {
-  BitRate rate = bitRateOf(master.video);
+std::string codecsText(std::span<const std::uint8_t> avcRecord, std::span<const std::uint8_t> audioConfig) {
+  std::string text = "avc1";
+  if (avcRecord.size() > 1)
+    text += "." + hexText(avcRecord.subspan(1, std::min<std::size_t>(3, avcRecord.size() - 1)));
+  if (const auto config = parseAudioConfig(audioConfig))
+    text += ",mp4a.40." + std::to_string(config->objectType);
+  return text;
+}
+
+std::string masterPlaylistText(const MasterPlaylist& master) {
+  BitRate rate = bitRateOf(master.video.text);
   std::ostringstream text;
   text.imbue(std::locale::classic());
   text << "#EXTM3U\n#EXT-X-VERSION:7\n#EXT-X-INDEPENDENT-SEGMENTS\n";
-  if (!master.audio.empty()) {
-    const BitRate audio = bitRateOf(master.audio);
+  if (master.audio) {
+    const BitRate audio = bitRateOf(master.audio->text);
     rate.peak += audio.peak;
     rate.average += audio.average;
     text << "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"audio\",NAME=\"Audio\",DEFAULT=YES,AUTOSELECT=YES,URI=\""
-         << nameOf(master.audio) << "\"\n";
+         << master.audio->name << "\"\n";
   }
   text << "#EXT-X-STREAM-INF:BANDWIDTH=" << std::llround(std::ceil(rate.peak))
        << ",AVERAGE-BANDWIDTH=" << std::llround(std::ceil(rate.average)) << ",CODECS=\"" << master.codecs
        << "\",RESOLUTION=" << master.width << 'x' << master.height << ",FRAME-RATE=" << std::fixed
        << std::setprecision(3) << master.framesPerSecond;
-  if (!master.audio.empty()) text << ",AUDIO=\"audio\"";
-  text << '\n' << nameOf(master.video) << '\n';
-  std::ofstream file(path, std::ios::binary);
-  if (!(file << text.str()) || !file.flush())
-    throw ToolError("'" + path + "' could not be written; is the disk full?");
+  if (master.audio) text << ",AUDIO=\"audio\"";
+  text << '\n' << master.video.name << '\n';
+  return text.str();
 }

@@ -7,6 +7,8 @@
 
 #include "aac_generator.h"
 #include "aac_streams.h"
+#include "ac3_decoder.h"
+#include "ac3_generator.h"
 
 namespace {
 std::atomic<int> allocations{0};
@@ -47,7 +49,26 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-void ExpectNoAllocation(int objectType, bool sbr) {
+// Decodes all frames of a stream; nothing is allocated behind the first.
+template <class Decoder, class Params>
+void ExpectNoAllocation(Bytes& stream, int frames, Params& params) {
+  Decoder decoder;
+  ASSERT_EQ(0, decoder.Init(&params));
+  UMC::MediaData input, output;
+  input.SetBufferPointer(stream.data(), stream.size());
+  input.SetDataSize(stream.size());
+  Bytes room(2 * 8192);
+  int before = 0;
+  for (int i = 0; i < frames; ++i) {
+    output.SetBufferPointer(room.data(), room.size());
+    ASSERT_EQ(0, decoder.GetFrame(&input, &output));
+    if (i == 0) before = allocations;
+  }
+  EXPECT_EQ(before, allocations);
+  EXPECT_GT(before, 0);
+}
+
+void ExpectNoAllocationOfAac(int objectType, bool sbr) {
   GeneratorOptions options;
   options.objectType = objectType;
   if (sbr) options.sbr.emplace();
@@ -57,33 +78,30 @@ void ExpectNoAllocation(int objectType, bool sbr) {
   Bytes stream;
   for (int i = 0; i < 50; ++i)
     stream = stream + WrapAdts({generator.NextBlock()}, {.profile = objectType - 1});
-  UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
   params.m_sbrDownSampled = 0;
-  ASSERT_EQ(0, decoder.Init(&params));
-  UMC::MediaData input, output;
-  input.SetBufferPointer(stream.data(), stream.size());
-  input.SetDataSize(stream.size());
-  Bytes room(2 * 8192);
-  int before = 0;
-  for (int i = 0; i < 50; ++i) {
-    output.SetBufferPointer(room.data(), room.size());
-    ASSERT_EQ(0, decoder.GetFrame(&input, &output));
-    if (i == 0) before = allocations;
-  }
-  EXPECT_EQ(before, allocations);
-  EXPECT_GT(before, 0);
+  ExpectNoAllocation<UMC::AACDecoder>(stream, 50, params);
 }
 
-TEST(SteadyDecoding, AllocatesNothingForAnyObjectType) {
+TEST(SteadyDecoding, OfAacAllocatesNothingForAnyObjectType) {
   for (int objectType = UMC::aac::kObjectMain; objectType <= UMC::aac::kObjectLtp; ++objectType) {
     SCOPED_TRACE(objectType);
-    ExpectNoAllocation(objectType, false);
+    ExpectNoAllocationOfAac(objectType, false);
   }
 }
 
-TEST(SteadyDecoding, AllocatesNothingForSpectralBandReplication) {
-  ExpectNoAllocation(UMC::aac::kObjectLc, true);
+TEST(SteadyDecoding, OfAacWithSpectralBandReplicationAllocatesNothing) {
+  ExpectNoAllocationOfAac(UMC::aac::kObjectLc, true);
+}
+
+TEST(SteadyDecoding, OfAc3AllocatesNothing) {
+  Ac3GeneratorOptions options;
+  options.dither = true;
+  Ac3Generator generator(1, options);
+  Bytes stream;
+  for (int i = 0; i < 50; ++i) stream = stream + generator.NextFrame();
+  UMC::AC3DecoderParams params;
+  ExpectNoAllocation<UMC::AC3Decoder>(stream, 50, params);
 }
 
 }  // namespace

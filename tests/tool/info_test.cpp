@@ -58,6 +58,19 @@ TEST(Info, JsonDescribesPictureAndSound) {
                         {"durationSeconds", 60 * 1001 / 30000.0}}));
 }
 
+TEST(Info, Ac3IsDescribedAsItIsDelivered) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file,
+            toneInput(2) + std::vector<std::string>{"-ac", "6", "-c:a", "ac3"} + fragmented("+delay_moov"));
+  const json info = json::parse(fmp4({"--quiet", "info", "--json", file}).out);
+  EXPECT_EQ(info["audio"], (json{{{"codec", "ac-3"},
+                                  {"channels", 2},
+                                  {"sampleRate", 48000},
+                                  {"bitsPerSample", 16},
+                                  {"samples", 63 * 1536}}}));
+}
+
 TEST(Info, JsonKeysKeepTheirOrder) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");

@@ -22,21 +22,22 @@ TEST_P(WrongUsage, ExitsWithTwoAndExplainsOnStandardError) {
 
 INSTANTIATE_TEST_SUITE_P(
     Usage, WrongUsage,
-    testing::Values(std::vector<std::string>{}, std::vector<std::string>{"nonsense"},
-                    std::vector<std::string>{"--nonsense"}, std::vector<std::string>{"probe"},
-                    std::vector<std::string>{"info"}, std::vector<std::string>{"info", "one", "two"},
-                    std::vector<std::string>{"frames", "file", "--from", "-1"},
-                    std::vector<std::string>{"frames", "file", "--from", "x"},
-                    std::vector<std::string>{"frames", "file", "--from", "4294967296"},
-                    std::vector<std::string>{"frames", "file", "--count", "0"},
-                    std::vector<std::string>{"frames", "file", "--random"},
-                    std::vector<std::string>{"export", "file"},
-                    std::vector<std::string>{"export", "--video", "out"},
-                    std::vector<std::string>{"package", "file"},
-                    std::vector<std::string>{"package", "--output", "out"},
-                    std::vector<std::string>{"package", "file", "--output", "out", "--gop", "0"},
-                    std::vector<std::string>{"boxes"}, std::vector<std::string>{"version", "file"},
-                    std::vector<std::string>{"probe", "--plugin"}));
+    testing::Values(
+        std::vector<std::string>{}, std::vector<std::string>{"nonsense"},
+        std::vector<std::string>{"--nonsense"}, std::vector<std::string>{"probe"},
+        std::vector<std::string>{"info"}, std::vector<std::string>{"info", "one", "two"},
+        std::vector<std::string>{"frames", "file", "--from", "-1"},
+        std::vector<std::string>{"frames", "file", "--from", "x"},
+        std::vector<std::string>{"frames", "file", "--from", "4294967296"},
+        std::vector<std::string>{"frames", "file", "--count", "0"},
+        std::vector<std::string>{"frames", "file", "--random"}, std::vector<std::string>{"export", "file"},
+        std::vector<std::string>{"export", "--video", "out"}, std::vector<std::string>{"serve"},
+        std::vector<std::string>{"serve", "folder", "--port", "65536"},
+        std::vector<std::string>{"package", "file"}, std::vector<std::string>{"package", "--output", "out"},
+        std::vector<std::string>{"package", "file", "--output", "out", "--gop", "0"},
+        std::vector<std::string>{"boxes"}, std::vector<std::string>{"verify"},
+        std::vector<std::string>{"repair"}, std::vector<std::string>{"repair", "--json", "file"},
+        std::vector<std::string>{"version", "file"}, std::vector<std::string>{"probe", "--plugin"}));
 
 class Help : public testing::TestWithParam<std::string> {};
 
@@ -48,15 +49,16 @@ TEST_P(Help, IsAResultOfEveryCommand) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Usage, Help,
-                         testing::Values("probe", "info", "frames", "export", "package", "boxes", "version"),
+                         testing::Values("probe", "info", "frames", "export", "package", "boxes", "verify",
+                                         "repair", "serve", "version"),
                          [](const auto& info) { return info.param; });
 
 TEST(Usage, HelpListsEveryCommand) {
   const RunResult result = fmp4({"--help"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.err, IsEmpty());
-  for (const char* command :
-       {"--plugin", "--quiet", "probe", "info", "frames", "export", "package", "boxes", "version"})
+  for (const char* command : {"--plugin", "--quiet", "probe", "info", "frames", "export", "package", "boxes",
+                              "verify", "repair", "serve", "version"})
     EXPECT_THAT(result.out, HasSubstr(command));
 }
 

@@ -1,13 +1,13 @@
 #include "filter_bank.h"
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <new>
 #include <vector>
 
 #include "ipps_mdct.h"
 #include "ipps_vector.h"
+#include "windows.h"
 
 namespace UMC::aac {
 
@@ -27,19 +27,8 @@ struct FilterBank {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kLongAlpha = 4;
 constexpr double kShortAlpha = 6;
-
-// The modified Bessel function of the first kind, order 0.
-double Bessel(double x) {
-  double sum = 1, term = 1;
-  for (int k = 1; term > sum * 1e-17; ++k) {
-    term *= (x / 2 / k) * (x / 2 / k);
-    sum += term;
-  }
-  return sum;
-}
 
 bool Prepare(int half, double alpha, FilterBank::Length& length) {
   length.half = static_cast<std::size_t>(half);
@@ -177,24 +166,6 @@ void AnalyseFrame(const FilterBank& bank, WindowSequence sequence, int shape, co
 void WindowedTail(const FilterBank& bank, const FilterBankState& state, float* half) {
   std::copy_n(state.tail, bank.longWindow.half, half);
   ApplyFall(bank, state.shape, state.endsShort, half);
-}
-
-void MakeSineWindow(int half, float* window) {
-  for (int i = 0; i < half; ++i) window[i] = static_cast<float>(std::sin(kPi / (2 * half) * (i + 0.5)));
-}
-
-void MakeKaiserBesselWindow(int half, double alpha, float* window) {
-  const auto kernel = [=](int p) {
-    const double x = 2.0 * p / half - 1;
-    return Bessel(kPi * alpha * std::sqrt(1 - x * x));
-  };
-  double total = 0;
-  for (int p = 0; p <= half; ++p) total += kernel(p);
-  double sum = 0;
-  for (int i = 0; i < half; ++i) {
-    sum += kernel(i);
-    window[i] = static_cast<float>(std::sqrt(sum / total));
-  }
 }
 
 }  // namespace UMC::aac

@@ -42,9 +42,4 @@ void AnalyseFrame(const FilterBank& bank, WindowSequence sequence, int shape, co
 // The half of a frame that the next one will overlap with, as its own window alone leaves it.
 void WindowedTail(const FilterBank& bank, const FilterBankState& state, float* half);
 
-// The rising half of a window: w[i] for 0 <= i < half (ISO/IEC 14496-3, 4.6.11.3.2); `alpha` is the
-// Kaiser-Bessel window's.
-void MakeSineWindow(int half, float* window);
-void MakeKaiserBesselWindow(int half, double alpha, float* window);
-
 }  // namespace UMC::aac

@@ -9,6 +9,9 @@ namespace UMC::aac {
 
 namespace {
 
+// Twice the core's highest, hertz.
+constexpr std::uint32_t kHighestFrequency = 2 * 96000;
+
 // Rounds to nearest, halves up (NINT of the standard).
 int Round(double x) {
   return static_cast<int>(std::floor(x + 0.5));
@@ -180,6 +183,7 @@ bool MakePatches(std::uint32_t frequency, SbrFrequencyTables& tables) {
 
 bool MakeSbrFrequencyTables(const SbrHeader& header, std::uint32_t frequency, SbrFrequencyTables& tables) {
   tables = {};
+  if (frequency == 0 || frequency > kHighestFrequency) return false;
   const int k0 = StartBand(header.startFreq, frequency);
   const int k2 = StopBand(header.stopFreq, k0, frequency);
   const int widest = frequency < 37566 ? 48 : frequency < 46009 ? 35 : 32;

@@ -9,14 +9,17 @@ namespace {
 // Bits of bs_pointer by the count of envelopes: ceil(log2(count + 1)).
 constexpr unsigned kPointerBits[kMaxSbrEnvelopes + 1] = {0, 1, 2, 2, 3, 3};
 
-void ParseFixed(BitWindow& stream, int slots, SbrGrid& grid) {
-  grid.envelopes = static_cast<std::uint8_t>(1u << stream.Read(2));
-  if (grid.envelopes > 4) return;
-  std::fill_n(grid.highResolution, grid.envelopes, stream.ReadFlag());
-  const int width = (2 * slots + grid.envelopes) / (2 * grid.envelopes);  // rounded
-  for (int i = 0; i < grid.envelopes; ++i) grid.borders[i] = static_cast<std::uint8_t>(i * width);
-  grid.borders[grid.envelopes] = static_cast<std::uint8_t>(slots);
-  grid.transient = -1;
+// Equal widths. False for more than four envelopes.
+bool ParseFixed(BitWindow& stream, int slots, SbrGrid& grid) {
+  const auto exponent = stream.Read(2);
+  if (exponent > 2) return false;
+  const int envelopes = 1 << exponent;
+  grid.envelopes = static_cast<std::uint8_t>(envelopes);
+  std::fill_n(grid.highResolution, envelopes, stream.ReadFlag());
+  const int width = (2 * slots + envelopes) / (2 * envelopes);  // rounded
+  for (int i = 0; i < envelopes; ++i) grid.borders[i] = static_cast<std::uint8_t>(i * width);
+  grid.borders[envelopes] = static_cast<std::uint8_t>(slots);
+  return true;
 }
 
 // Where at least one border is free. Returns bs_pointer.
@@ -77,7 +80,7 @@ bool ParseSbrGrid(BitWindow& stream, int slots, SbrGrid& grid) {
   grid.frameClass = static_cast<SbrFrameClass>(stream.Read(2));
   int pointer = 0;
   if (grid.frameClass == SbrFrameClass::kFixFix) {
-    ParseFixed(stream, slots, grid);
+    if (!ParseFixed(stream, slots, grid)) return false;
   } else {
     pointer = ParseVariable(stream, slots, grid);
   }

@@ -1,0 +1,108 @@
+// The binary interface of the FFmpeg generation that is loaded at run time: libavcodec 57 and libavutil 55 of
+// FFmpeg 3.0 to 3.4 on 64-bit systems, Linux and Windows alike. Its structures are larger than what is known
+// of them here and are made by the libraries alone; other generations have other offsets and other codec ids.
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace ffmpeg57 {
+
+// Made and owned by the libraries; their fields are read by offset.
+struct Codec;
+struct CodecContext;
+struct Frame;
+struct Dictionary;
+
+enum CodecId : int {
+  kCodecMp2 = 0x15000,
+  kCodecMp3 = 86017,
+  kCodecEac3 = 86057,
+  kCodecMp1 = 86059,
+};
+
+// AVSampleFormat: interleaved, then the same with a plane for each channel.
+enum SampleFormat : int {
+  kU8 = 0,
+  kS16 = 1,
+  kS32 = 2,
+  kFloat = 3,
+  kDouble = 4,
+  kU8Planar = 5,
+  kS16Planar = 6,
+  kS32Planar = 7,
+  kFloatPlanar = 8,
+  kDoublePlanar = 9,
+};
+
+// AVPacket: the one structure that is made here, all zero but for the data.
+struct Packet {
+  void* buffer;
+  std::int64_t presentationTime;
+  std::int64_t decodeTime;
+  const std::uint8_t* data;
+  int size;  // bytes of `data`
+  int streamIndex;
+  int flags;
+  void* sideData;
+  int sideDataElements;
+  std::int64_t duration;
+  std::int64_t position;
+  std::int64_t reserved;
+};
+static_assert(sizeof(void*) != 8 ||
+              (sizeof(Packet) == 88 && offsetof(Packet, data) == 24 && offsetof(Packet, size) == 32 &&
+               offsetof(Packet, sideData) == 48 && offsetof(Packet, duration) == 64));
+
+// Bytes behind a packet's data that decoders may read; 32 in this generation, 64 in any.
+inline constexpr std::size_t kPacketPadding = 64;
+
+// Offsets in bytes of AVFrame's and AVCodecContext's fields.
+inline constexpr std::size_t kFrameData = 0;          // eight pointers, one a plane; null where there is none
+inline constexpr std::size_t kFrameSamples = 112;     // int: samples of each channel
+inline constexpr std::size_t kContextChannels = 476;  // int
+inline constexpr std::size_t kContextSampleFormat = 480;  // int, a SampleFormat
+
+// The field at `offset` of one of the libraries' structures.
+template <class T>
+T FieldAt(const void* structure, std::size_t offset) {
+  T value;
+  std::memcpy(&value, static_cast<const std::uint8_t*>(structure) + offset, sizeof value);
+  return value;
+}
+
+// Versions are major << 16 | minor << 8 | micro. Another project's libraries bear the same names and majors,
+// with other offsets; their micro version is below 100. Offsets are known from 57.24 on.
+constexpr bool IsAvcodec57(unsigned version) {
+  return version >> 16 == 57 && (version >> 8 & 0xFF) >= 24 && (version & 0xFF) >= 100;
+}
+constexpr bool IsAvutil55(unsigned version) {
+  return version >> 16 == 55 && (version & 0xFF) >= 100;
+}
+
+inline constexpr int kLogDebug = 48;
+
+using LogCallback = void (*)(void* source, int level, const char* format, va_list arguments);
+
+// The entry points that are called, under their own names. Those of codecs return a negative number on
+// failure.
+struct Functions {
+  void (*avcodec_register_all)();
+  const Codec* (*avcodec_find_decoder)(int id);  // null when there is none
+  CodecContext* (*avcodec_alloc_context3)(const Codec* codec);
+  int (*avcodec_open2)(CodecContext* context, const Codec* codec, Dictionary** options);
+  int (*avcodec_close)(CodecContext* context);
+  // Returns the bytes consumed. What the frame points to is the decoder's, until the next call.
+  int (*avcodec_decode_audio4)(CodecContext* context, Frame* frame, int* gotFrame, const Packet* packet);
+  Frame* (*av_frame_alloc)();
+  void (*av_frame_free)(Frame** frame);
+  void (*av_free)(void* memory);
+  void (*av_log_set_callback)(LogCallback callback);
+  void (*av_log_default_callback)(void* source, int level, const char* format, va_list arguments);
+  void (*av_log_set_level)(int level);
+  const char* (*av_version_info)();
+};
+
+}  // namespace ffmpeg57

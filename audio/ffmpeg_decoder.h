@@ -1,0 +1,36 @@
+// One of FFmpeg's audio decoders, to interleaved 16-bit pairs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "ffmpeg_abi.h"
+
+// Exists only while FFmpeg is loaded. Not safe to use from several threads at a time.
+class FFmpegDecoder {
+ public:
+  // Null when FFmpeg has no decoder of this id, or memory runs out. A decoder that FFmpeg fails to open is
+  // reported, and decodes nothing.
+  static std::unique_ptr<FFmpegDecoder> Open(ffmpeg57::CodecId id);
+  ~FFmpegDecoder();
+  FFmpegDecoder(const FFmpegDecoder&) = delete;
+  FFmpegDecoder& operator=(const FFmpegDecoder&) = delete;
+
+  // Decodes what one call takes of the input. `*outputBytes` receives the bytes of PCM written to `output`,
+  // `room` at most. What it writes is limited by the unit's duration, too, in sample frames. Returns the
+  // input bytes that are left, or -1 when the decoder fails.
+  std::int32_t Decode(std::uint8_t* output, std::uint32_t room, std::uint32_t* outputBytes,
+                      const std::uint8_t* input, std::uint32_t inputBytes, std::uint32_t duration);
+
+ private:
+  FFmpegDecoder() = default;
+
+  // The input of a call behind which there is nothing that may be read. Longer than any coded frame.
+  static constexpr std::size_t kPacketBytes = 65536;
+
+  ffmpeg57::CodecContext* m_context = nullptr;
+  bool m_opened = false;
+  ffmpeg57::Frame* m_frame = nullptr;  // made when first needed
+  std::unique_ptr<std::uint8_t[]> m_packet;
+};

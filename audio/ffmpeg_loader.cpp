@@ -1,0 +1,263 @@
+#include "ffmpeg_loader.h"
+
+#include <array>
+#include <optional>
+#include <span>
+
+#include "vlsync.h"
+#include "vlutil.h"
+
+namespace {
+
+using ffmpeg57::Functions;
+
+// ---- Setting and messages ----------------------------------------------------------------------------
+
+constexpr char kSettingKey[] = "Framewright\\Codecs\\FFMPEG";
+constexpr char kSettingName[] = "AllowFFMPEG";
+
+constexpr char kDisabled[] = "FFMPEG codecs disabled, some codecs will not be available";
+constexpr char kNoAvcodec[] = "FFMPEG DLLs (AvCodec) will not load, extra codecs will not be available.";
+constexpr char kNoAvutil[] = "FFMPEG DLLs (AvUtil) will not load, extra codecs will not be available.";
+constexpr char kIncomplete[] = "Unable to find proc in FFMPEG dll";
+
+// Every track that is opened looks for the libraries; that they are not there is told no more often than
+// this.
+constexpr std::uint64_t kReportInterval = 10000;  // milliseconds
+
+void reportStatus(const char* text) {
+  ErrFmtOut(VL_LOG_STATUS, 0, 0, "STATUS(vlx_Fmp4): %s\n", text);
+}
+
+// A setting that is not there is made, switched on.
+bool isAllowed() {
+  std::uint32_t value = 1;
+  if (vlCFGValueDword(VL_CFG_DEFAULT_ROOT, kSettingKey, kSettingName, &value, VL_CFG_READ) != VL_OK) {
+    value = 1;
+    vlCFGValueDword(VL_CFG_DEFAULT_ROOT, kSettingKey, kSettingName, &value, VL_CFG_WRITE);
+    vlCFGSave(VL_CFG_DEFAULT_ROOT, 0);
+  }
+  return value != 0;
+}
+
+// ---- The two libraries -------------------------------------------------------------------------------
+
+enum class Need { Required, Optional };
+
+// An entry point of a library. Not all are called, but a library without one of those that are required is
+// none that is known here.
+struct EntryPoint {
+  static constexpr std::size_t kNotCalled = ~std::size_t{0};
+
+  const char* name;
+  Need need = Need::Required;
+  std::size_t place = kNotCalled;  // of its pointer in Functions
+};
+
+#define VL_CALLED(name) \
+  { #name, Need::Required, offsetof(Functions, name) }
+
+constexpr EntryPoint kAvcodecEntryPoints[] = {
+    {"avcodec_register"},
+    VL_CALLED(avcodec_alloc_context3),
+    {"avcodec_get_context_defaults3"},
+    {"avcodec_find_encoder"},
+    VL_CALLED(avcodec_find_decoder),
+    {"avcodec_is_open"},
+    VL_CALLED(avcodec_open2),
+    VL_CALLED(avcodec_close),
+    {"avcodec_free_frame", Need::Optional},
+    {"avcodec_encode_video", Need::Optional},
+    {"avcodec_encode_video2"},
+    {"avcodec_decode_video2"},
+    VL_CALLED(avcodec_decode_audio4),
+    VL_CALLED(avcodec_register_all),
+    {"avcodec_flush_buffers"},
+    // libavutil's own is found later and counts.
+    {"av_free", Need::Optional},
+    {"av_init_packet"},
+    {"av_new_packet"},
+    {"av_free_packet"},
+    {"av_fast_padded_malloc"},
+};
+
+constexpr EntryPoint kAvutilEntryPoints[] = {
+    VL_CALLED(av_frame_alloc),
+    VL_CALLED(av_frame_free),
+    {"av_log_get_level"},
+    VL_CALLED(av_log_set_level),
+    VL_CALLED(av_log_set_callback),
+    VL_CALLED(av_log_default_callback),
+    {"av_log_format_line", Need::Optional},
+    {"av_frame_get_buffer"},
+    {"av_image_alloc", Need::Optional},
+    VL_CALLED(av_free),
+    {"av_freep"},
+    {"av_mallocz"},
+    {"av_malloc"},
+    {"av_log2"},
+    {"av_dict_get"},
+    {"av_dict_set"},
+    {"av_dict_copy"},
+    {"av_dict_free"},
+    VL_CALLED(av_version_info),
+};
+
+#undef VL_CALLED
+
+// What is known of a library ahead of loading it.
+struct LibraryKind {
+  std::array<const char*, 3> places;  // in the order in which they are tried
+  const char* versionName;            // of a function that tells the version, where there is one
+  bool (*isKnown)(unsigned version);
+  std::span<const EntryPoint> entryPoints;
+};
+
+constexpr LibraryKind kAvcodec = {
+    {"avcodec-57.dll", "C:\\Program Files\\FFMpeg\\avcodec-57.dll", "Extended_formats\\avcodec-57.dll"},
+    "avcodec_version",
+    &ffmpeg57::IsAvcodec57,
+    kAvcodecEntryPoints};
+
+constexpr LibraryKind kAvutil = {
+    {"avutil-55.dll", "C:\\Program Files\\FFMpeg\\avutil-55.dll", "Extended_formats\\avutil-55.dll"},
+    "avutil_version",
+    &ffmpeg57::IsAvutil55,
+    kAvutilEntryPoints};
+
+class Library {
+ public:
+  bool loaded() const { return handle_ != nullptr; }
+  // Whether every entry point that is required was found.
+  bool complete() const { return complete_; }
+
+  // Loads the first one that is of a known version, unless one is loaded, and finds its entry points. Returns
+  // false when there is none.
+  bool load(const LibraryKind& kind, Functions& functions) {
+    for (const char* place : kind.places) {
+      if (!loaded()) handle_ = loadKnown(kind, place);
+    }
+    if (loaded()) resolve(kind, functions);
+    return loaded();
+  }
+
+  void unload() {
+    if (loaded()) vlOSFreeLibrary(handle_);
+    handle_ = nullptr;
+    complete_ = false;
+  }
+
+ private:
+  // A library that tells another version than its name says is not taken.
+  static void* loadKnown(const LibraryKind& kind, const char* place) {
+    constexpr std::uint32_t kLoadFlags = 2;
+    void* const handle = vlOSLoadLibrary(place, kLoadFlags);
+    const auto version = reinterpret_cast<unsigned (*)()>(vlOSGetProcAddress(handle, kind.versionName));
+    if (version == nullptr || kind.isKnown(version())) return handle;
+    vlOSFreeLibrary(handle);
+    return nullptr;
+  }
+
+  void resolve(const LibraryKind& kind, Functions& functions) {
+    complete_ = true;
+    for (const EntryPoint& entry : kind.entryPoints) {
+      void* const address = vlOSGetProcAddress(handle_, entry.name);
+      if (address == nullptr && entry.need == Need::Required) complete_ = false;
+      if (entry.place != EntryPoint::kNotCalled)
+        std::memcpy(reinterpret_cast<std::uint8_t*>(&functions) + entry.place, &address, sizeof address);
+    }
+  }
+
+  void* handle_ = nullptr;
+  bool complete_ = false;
+};
+
+// FFmpeg's own messages are for nobody here. Every level comes to a callback, whatever level is set.
+void swallowLog(void* /*source*/, int /*level*/, const char* /*format*/, va_list /*arguments*/) {}
+
+// ---- State of the process ----------------------------------------------------------------------------
+
+struct State {
+  State() { vlOSInitializeCriticalSection(&lock); }
+  // The libraries stay loaded, but this module's code may go: their log must not come here any more.
+  ~State() {
+    if (avutil.loaded() && functions.av_log_set_callback)
+      functions.av_log_set_callback(functions.av_log_default_callback);
+    vlOSDeleteCriticalSection(&lock);
+  }
+
+  VLCRITICALSECTION lock;
+  Library avcodec;
+  Library avutil;
+  Functions functions = {};
+  std::optional<std::uint64_t> lastReport;  // that libavcodec is missing; milliseconds of the host's clock
+};
+
+State& state() {
+  static State theState;
+  return theState;
+}
+
+// Whether it is time to tell again that libavcodec is missing.
+bool reportIsDue(State& s) {
+  const std::uint64_t now = vsyncGetCurMs();
+  if (s.lastReport && now - *s.lastReport < kReportInterval) return false;
+  s.lastReport = now;
+  return true;
+}
+
+// What is to be returned, and told once the lock is left.
+struct Outcome {
+  std::int32_t result;
+  const char* text;  // null: nothing to be told
+};
+
+// Under the lock.
+Outcome loadBoth(State& s) {
+  if (!s.avcodec.loaded() && !s.avcodec.load(kAvcodec, s.functions))
+    return {VL_FFMPEG_MISSING, reportIsDue(s) ? kNoAvcodec : nullptr};
+  if (!s.avutil.loaded()) {
+    if (!s.avutil.load(kAvutil, s.functions)) return {VL_FFMPEG_MISSING, kNoAvutil};
+    if (s.functions.av_log_set_callback) s.functions.av_log_set_callback(&swallowLog);
+    if (s.functions.av_log_set_level) s.functions.av_log_set_level(ffmpeg57::kLogDebug);
+  }
+  if (!s.avcodec.complete() || !s.avutil.complete()) return {VL_FFMPEG_REFUSED, kIncomplete};
+  return {VL_FFMPEG_AVAILABLE, nullptr};
+}
+
+}  // namespace
+
+std::int32_t LoadFFmpeg() {
+  State& s = state();
+  bool allowed = false;
+  Outcome outcome = {VL_FFMPEG_REFUSED, nullptr};
+  {
+    const FFmpegLock lock;
+    allowed = isAllowed();
+    if (allowed) outcome = loadBoth(s);
+  }
+  if (!allowed) ErrFmtOut(VL_LOG_CAUTION, 0, 0, "CAUTION(vlx_Fmp4): %s\n", kDisabled);
+  if (outcome.text != nullptr) reportStatus(outcome.text);
+  if (outcome.result == VL_FFMPEG_AVAILABLE) {
+    if (const char* const version = s.functions.av_version_info()) ErrOut("\n FFMPEG Version %s. ", version);
+  }
+  return outcome.result;
+}
+
+std::int32_t UnloadFFmpeg() {
+  const FFmpegLock lock;
+  state().avcodec.unload();
+  return -1;
+}
+
+const ffmpeg57::Functions& FFmpeg() {
+  return state().functions;
+}
+
+FFmpegLock::FFmpegLock() {
+  vlOSEnterCriticalSection(&state().lock);
+}
+
+FFmpegLock::~FFmpegLock() {
+  vlOSLeaveCriticalSection(&state().lock);
+}

@@ -1,0 +1,45 @@
+// audblk(): the six blocks of a sync frame (ATSC A/52, 5.3.3 and 5.4.3).
+#pragma once
+
+#include <cstdint>
+
+#include "bit_stream_information.h"
+#include "bit_window.h"
+#include "channel_coupling.h"
+#include "coded_channel.h"
+#include "dither.h"
+#include "rematrixing.h"
+#include "sync_frame.h"
+
+namespace UMC::ac3 {
+
+// One block. What a block does not say is as it was in the block before: the same record serves all blocks
+// of a frame.
+struct AudioBlock {
+  bool blockSwitch[kMaxFullChannels];
+  bool dither[kMaxFullChannels];
+  std::uint8_t dynamicRange[2];  // words, by programme
+  CouplingStrategy coupling;
+  CouplingCoordinates coordinates;
+  Rematrixing rematrixing;
+  SharedAllocation allocation;
+  // Sent in this frame: the first block must have all.
+  bool couplingKnown, allocationKnown, snrOffsetsKnown, couplingLeakKnown;
+  CodedChannel channels[kCodedChannels];
+};
+
+// Forgets everything, as the first block of a frame finds it.
+void BeginFrame(AudioBlock& block);
+
+// Reads a block up to its mantissas, exponents decoded. False for what no stream may hold.
+bool ParseSideInformation(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block);
+
+// Allocates the bits of the channels where something has changed. False for what no stream may hold.
+bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, AudioBlock& block);
+
+// Reads the mantissas and makes the coefficients of all channels, noise, coupling and rematrixing undone.
+// False for codes that stand for nothing.
+bool ParseCoefficients(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
+                       DitherGenerator& generator);
+
+}  // namespace UMC::ac3

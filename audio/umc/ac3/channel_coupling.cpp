@@ -1,0 +1,89 @@
+#include "channel_coupling.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "ipps_vector.h"
+
+namespace UMC::ac3 {
+
+namespace {
+
+// cplcoexp, cplcomant and mstrcplco (7.4.3), the factor 8 of the reconstruction included.
+float ParseCoordinate(BitWindow& stream, int master) {
+  const int exponent = static_cast<int>(stream.Read(4));
+  const int mantissa = static_cast<int>(stream.Read(4));
+  // Without the hidden bit, one step finer, in the last octave.
+  const int units = exponent == 15 ? 2 * mantissa : mantissa + 16;
+  return std::ldexp(static_cast<float>(units), 3 - 5 - exponent - 3 * master);
+}
+
+}  // namespace
+
+bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, CouplingStrategy& strategy) {
+  strategy = {};
+  strategy.inUse = stream.ReadFlag();
+  if (!strategy.inUse) return true;
+  if (info.mode < kStereo) return false;
+  for (int channel = 0; channel < info.FullChannels(); ++channel) {
+    strategy.coupled[channel] = stream.ReadFlag();
+  }
+  strategy.phaseFlagsInUse = info.mode == kStereo && stream.ReadFlag();
+  strategy.beginCode = static_cast<std::uint8_t>(stream.Read(4));
+  const int begin = strategy.beginCode;
+  const int end = static_cast<int>(stream.Read(4)) + 3;
+  if (begin >= end) return false;
+  for (int subBand = begin; subBand < end; ++subBand) {
+    const bool joined = subBand != begin && stream.ReadFlag();  // cplbndstrc
+    if (!joined) {
+      strategy.bandOffsets[strategy.bandCount++] =
+          static_cast<std::uint16_t>(kCouplingOrigin + kSubBandBins * subBand);
+    }
+  }
+  strategy.bandOffsets[strategy.bandCount] = static_cast<std::uint16_t>(kCouplingOrigin + kSubBandBins * end);
+  return true;
+}
+
+bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& info,
+                              const CouplingStrategy& strategy, CouplingCoordinates& coordinates) {
+  bool anySent = false;
+  for (int channel = 0; channel < info.FullChannels(); ++channel) {
+    if (!strategy.coupled[channel]) {
+      coordinates.known[channel] = false;
+      continue;
+    }
+    if (!stream.ReadFlag()) {
+      if (!coordinates.known[channel]) return false;
+      continue;
+    }
+    anySent = true;
+    coordinates.known[channel] = true;
+    const int master = static_cast<int>(stream.Read(2));
+    for (int band = 0; band < strategy.bandCount; ++band) {
+      coordinates.factors[channel][band] = ParseCoordinate(stream, master);
+    }
+  }
+  if (strategy.phaseFlagsInUse && anySent) {
+    for (int band = 0; band < strategy.bandCount; ++band) coordinates.phaseFlags[band] = stream.ReadFlag();
+  }
+  return true;
+}
+
+void Uncouple(const CodedChannel& coupling, const CouplingStrategy& strategy,
+              const CouplingCoordinates& coordinates, int channel, bool dither, DitherGenerator& generator,
+              float* coefficients) {
+  const int start = strategy.Start(), end = strategy.End();
+  std::copy(coupling.coefficients + start, coupling.coefficients + end, coefficients + start);
+  if (dither) AddDither(coupling.pointers, coupling.exponents, start, end, generator, coefficients);
+  float factors[kMaxCouplingBands];
+  const auto bands = static_cast<std::size_t>(strategy.bandCount);
+  std::copy_n(coordinates.factors[channel], bands, factors);
+  if (strategy.phaseFlagsInUse && channel == 1) {
+    for (std::size_t band = 0; band < bands; ++band) {
+      if (coordinates.phaseFlags[band]) factors[band] = -factors[band];
+    }
+  }
+  ippsScale_32f_I(coefficients, factors, strategy.bandOffsets, bands);
+}
+
+}  // namespace UMC::ac3

@@ -1,0 +1,49 @@
+// Coupling: the upper bins of several channels coded as one, with coordinates that give each its level back
+// (ATSC A/52, 7.4).
+#pragma once
+
+#include <cstdint>
+
+#include "bit_stream_information.h"
+#include "bit_window.h"
+#include "coded_channel.h"
+#include "dither.h"
+
+namespace UMC::ac3 {
+
+inline constexpr int kMaxCouplingBands = 18;
+inline constexpr int kCouplingOrigin = 37;  // bin of the first sub-band
+inline constexpr int kSubBandBins = 12;
+
+struct CouplingStrategy {
+  bool inUse;
+  bool coupled[kMaxFullChannels];
+  bool phaseFlagsInUse;
+  std::uint8_t beginCode;  // cplbegf
+  std::uint8_t bandCount;
+  std::uint16_t bandOffsets[kMaxCouplingBands + 1];  // bins
+
+  [[nodiscard]] int Start() const { return bandOffsets[0]; }
+  [[nodiscard]] int End() const { return bandOffsets[bandCount]; }
+};
+
+struct CouplingCoordinates {
+  bool known[kMaxFullChannels];
+  float factors[kMaxFullChannels][kMaxCouplingBands];
+  bool phaseFlags[kMaxCouplingBands];  // the right channel of 2/0 is negated
+};
+
+// Reads a new strategy, from cplinu on. False for one that no stream may have.
+bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, CouplingStrategy& strategy);
+
+// Reads what a block says of the coordinates of a strategy in use. False where a channel has none.
+bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& info,
+                              const CouplingStrategy& strategy, CouplingCoordinates& coordinates);
+
+// Makes the upper bins of the coupled full bandwidth channel `channel` from those of the coupling channel,
+// with noise of its own where `dither` is set.
+void Uncouple(const CodedChannel& coupling, const CouplingStrategy& strategy,
+              const CouplingCoordinates& coordinates, int channel, bool dither, DitherGenerator& generator,
+              float* coefficients);
+
+}  // namespace UMC::ac3

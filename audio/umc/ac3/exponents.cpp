@@ -1,0 +1,67 @@
+#include "exponents.h"
+
+#include <array>
+#include <cstring>
+
+namespace UMC::ac3 {
+
+namespace {
+
+constexpr unsigned kGroupBits = 7;
+constexpr int kGroupSize = 3;      // differences a group
+constexpr unsigned kGroups = 125;  // of five values each
+
+struct Differences {
+  std::int8_t values[kGroupSize];
+};
+
+constexpr std::array<Differences, 1 << kGroupBits> MakeGroups() {
+  std::array<Differences, 1 << kGroupBits> groups{};
+  for (unsigned i = 0; i < groups.size(); ++i) {
+    groups[i] = {{static_cast<std::int8_t>(static_cast<int>(i / 25) - 2),
+                  static_cast<std::int8_t>(static_cast<int>(i / 5 % 5) - 2),
+                  static_cast<std::int8_t>(static_cast<int>(i % 5) - 2)}};
+  }
+  return groups;
+}
+
+constexpr auto kDifferences = MakeGroups();
+
+constexpr int BinsPerDifference(ExponentStrategy strategy) {
+  return 1 << (static_cast<int>(strategy) - 1);
+}
+
+bool ParseGroups(BitWindow& stream, int bins, int groups, int exponent, std::uint8_t* out) {
+  const auto step = static_cast<std::size_t>(bins);
+  for (int i = 0; i < groups; ++i) {
+    const std::uint32_t group = stream.Read(kGroupBits);
+    if (group >= kGroups) return false;
+    for (const int difference : kDifferences[group].values) {
+      exponent += difference;
+      if (exponent < 0 || exponent > kMaxExponent) return false;
+      std::memset(out, exponent, step);
+      out += step;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ParseExponents(BitWindow& stream, ExponentStrategy strategy, int end, std::uint8_t* exponents) {
+  const int bins = BinsPerDifference(strategy);
+  const int groupBins = kGroupSize * bins;
+  exponents[0] = static_cast<std::uint8_t>(stream.Read(4));
+  // The last group may reach beyond the end, so that all bins have one.
+  const int groups = (end - 1 + groupBins - kGroupSize) / groupBins;
+  return ParseGroups(stream, bins, groups, exponents[0], exponents + 1);
+}
+
+bool ParseCouplingExponents(BitWindow& stream, ExponentStrategy strategy, int start, int end,
+                            std::uint8_t* exponents) {
+  const int bins = BinsPerDifference(strategy);
+  const int reference = static_cast<int>(stream.Read(4)) * 2;
+  return ParseGroups(stream, bins, (end - start) / (kGroupSize * bins), reference, exponents + start);
+}
+
+}  // namespace UMC::ac3

@@ -1,0 +1,22 @@
+// Rematrixing: sums and differences of the two channels of 2/0, band by band (ATSC A/52, 7.5).
+#pragma once
+
+#include "bit_window.h"
+#include "channel_coupling.h"
+
+namespace UMC::ac3 {
+
+inline constexpr int kRematrixingBands = 4;
+
+struct Rematrixing {
+  bool known;
+  bool flags[kRematrixingBands];
+};
+
+// Reads what a block of a 2/0 stream says. False where there are no flags yet and none come.
+bool ParseRematrixing(BitWindow& stream, const CouplingStrategy& coupling, Rematrixing& rematrixing);
+
+// Makes left and right again of the bins below `end`, where both channels' own bins end.
+void ApplyRematrixing(const Rematrixing& rematrixing, int end, float* left, float* right);
+
+}  // namespace UMC::ac3

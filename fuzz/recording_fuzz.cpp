@@ -1,0 +1,42 @@
+// Any bytes as a recorded media file, walked and listed; and any text as its lists.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "list_difference.h"
+#include "recorded_media.h"
+
+namespace {
+
+// Nothing that is walked stands outside the file, and what stands whole in it covers it up to its end.
+void check(const RecordedMedia& media) {
+  if (media.end() > media.size()) std::abort();
+  std::uint64_t at = media.initialisationLength();
+  for (const RecordedMedia::Segment& segment : media.segments()) {
+    if (segment.start != at || segment.fragments == 0) std::abort();
+    media.positions(segment);
+    media.indexBytes(segment);
+    at = media.endOffset(segment);
+  }
+  if (media.movie() && at != media.end()) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Mp4MemoryStream stream(data, size);
+  ProblemList problems;
+  try {
+    check(RecordedMedia(stream, "out.m4v", problems));
+  } catch (const NotRecorded&) {
+  }
+  // A text equals itself, and the two halves of the input differ or are equal, but never crash.
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  if (!manifestDifference(text.substr(0, size / 2), text.substr(0, size / 2)).empty() &&
+      manifestDifference(text.substr(0, size / 2), text.substr(size / 2)).empty())
+    std::abort();
+  playlistDifference(text.substr(0, size / 2), text.substr(size / 2));
+  manifestDifference(text.substr(0, size / 2), text.substr(size / 2));
+  return 0;
+}

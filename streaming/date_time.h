@@ -1,0 +1,13 @@
+// The present, as manifests and playlists state it.
+#pragma once
+
+#include <string>
+
+#include "vlutil.h"
+
+// ISO 8601: "2016-09-21T08:15:30.250Z".
+inline std::string DateTimeNow() {
+  char date[64] = "", time[64] = "";
+  vlOSGetDateTimeString(date, sizeof date, time, sizeof time);
+  return std::string(date) + time;
+}

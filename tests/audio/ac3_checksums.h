@@ -1,0 +1,25 @@
+// Makes a sync frame's checksums right (ATSC A/52, 7.10.1).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "crc.h"
+
+// `frame` is a whole frame of `bytes` bytes.
+inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {
+  const auto put = [](unsigned word, std::uint8_t* to) {
+    to[0] = static_cast<std::uint8_t>(word >> 8);
+    to[1] = static_cast<std::uint8_t>(word);
+  };
+  const std::size_t words = bytes / 2, first = 2 * (words / 2 + words / 8);
+  // The first checksum stands ahead of what it protects: it is what makes the remainder 0 in the end, found
+  // by running the register backwards.
+  put(0, frame + 2);
+  unsigned remainder = UMC::ac3::CrcRemainder(frame + 2, first - 2);
+  for (std::size_t bit = 0; bit < 8 * (first - 2); ++bit) {
+    remainder = (remainder & 1) != 0 ? (remainder ^ 0x8005) >> 1 | 0x8000 : remainder >> 1;
+  }
+  put(remainder, frame + 2);
+  put(UMC::ac3::CrcRemainder(frame + first, bytes - first - 2), frame + bytes - 2);
+}

@@ -1,0 +1,352 @@
+// The decoder's operations, statuses, times and options.
+#include "ac3_decoder.h"
+
+#include <gtest/gtest.h>
+
+#include "ac3_generator.h"
+#include "ac3_streams.h"
+#include "audio_data.h"
+#include "default_memory_allocator.h"
+
+namespace {
+
+std::vector<Bytes> Frames(int count, Ac3GeneratorOptions options = {}, unsigned seed = 1) {
+  Ac3Generator generator(seed, options);
+  std::vector<Bytes> frames;
+  for (int i = 0; i < count; ++i) frames.push_back(generator.NextFrame());
+  return frames;
+}
+
+Bytes Joined(const std::vector<Bytes>& frames) {
+  Bytes stream;
+  for (const Bytes& frame : frames) stream = stream + frame;
+  return stream;
+}
+
+Bytes Part(const Bytes& bytes, std::size_t start, std::size_t end) {
+  return {bytes.begin() + static_cast<std::ptrdiff_t>(start),
+          bytes.begin() + static_cast<std::ptrdiff_t>(end)};
+}
+
+Samples Silence(std::size_t channels = 2) {
+  return Samples(channels * kAc3FrameSamples, 0);
+}
+
+TEST(Ac3Decoder, ReportsMissingArgumentsAndState) {
+  UMC::AC3Decoder decoder;
+  UMC::AC3DecoderParams params;
+  UMC::AudioCodecParams plain;
+  UMC::BaseCodecParams base;
+  UMC::MediaData data(64), empty;
+  EXPECT_EQ(-995, decoder.Init(nullptr));
+  EXPECT_EQ(-998, decoder.GetFrame(&data, &data));
+  EXPECT_EQ(-998, decoder.GetInfo(&params));
+  EXPECT_EQ(-998, decoder.Reset());
+  EXPECT_EQ(-998, decoder.SetParams(&params));
+  ASSERT_EQ(0, decoder.Init(&params));
+  EXPECT_EQ(-995, decoder.GetFrame(nullptr, &data));
+  EXPECT_EQ(-995, decoder.GetFrame(&data, nullptr));
+  EXPECT_EQ(-995, decoder.GetFrame(&empty, &data));
+  EXPECT_EQ(-995, decoder.GetFrame(&data, &empty));
+  EXPECT_EQ(-995, decoder.GetInfo(nullptr));
+  EXPECT_EQ(-995, decoder.GetInfo(&base));
+  EXPECT_EQ(-995, decoder.SetParams(nullptr));
+  EXPECT_EQ(-995, decoder.SetParams(&plain));
+  EXPECT_EQ(3, decoder.GetInfo(&params));
+  EXPECT_EQ(0, decoder.Reset());
+  EXPECT_EQ(0, decoder.SetParams(&params));
+  EXPECT_EQ(0, decoder.Close());
+  EXPECT_EQ(0, decoder.Close());
+  EXPECT_EQ(-998, decoder.Reset());
+  EXPECT_EQ(0, decoder.Init(&plain));
+}
+
+TEST(Ac3Decoder, ReportsMissingMemory) {
+  class NoMemory : public UMC::DefaultMemoryAllocator {
+   public:
+    UMC::Status Alloc(UMC::MemoryId* id, std::size_t, std::uint32_t, std::uint32_t) override {
+      *id = 0;
+      return UMC::UMC_ERR_INVALID_PARAMS;
+    }
+  };
+  NoMemory allocator;
+  UMC::AC3Decoder decoder;
+  UMC::AC3DecoderParams params;
+  params.m_allocator = &allocator;
+  EXPECT_EQ(-883, decoder.Init(&params));
+  EXPECT_EQ(-998, decoder.Reset());
+}
+
+// A block that lies elsewhere every time it is locked.
+class MovingAllocator : public UMC::MemoryAllocator {
+ public:
+  UMC::Status Alloc(UMC::MemoryId* id, std::size_t size, std::uint32_t, std::uint32_t) override {
+    m_size = size;
+    m_memory = std::make_unique<Bytes>(size + 64);
+    *id = 1;
+    return 0;
+  }
+  void* Lock(UMC::MemoryId) override {
+    auto moved = std::make_unique<Bytes>(m_size + 64);
+    std::memcpy(Aligned(*moved), Aligned(*m_memory), m_size);
+    std::fill(m_memory->begin(), m_memory->end(), std::uint8_t{0xDD});
+    m_memory.swap(moved);
+    ++m_locks;
+    return Aligned(*m_memory);
+  }
+  UMC::Status Unlock(UMC::MemoryId) override {
+    --m_locks;
+    return 0;
+  }
+  UMC::Status Free(UMC::MemoryId) override { return 0; }
+  UMC::Status Close() override { return 0; }
+  int Locks() const { return m_locks; }
+
+ private:
+  static std::uint8_t* Aligned(Bytes& bytes) {
+    return &bytes[-reinterpret_cast<std::uintptr_t>(bytes.data()) % 64];
+  }
+
+  std::size_t m_size = 0;
+  std::unique_ptr<Bytes> m_memory;
+  int m_locks = 0;
+};
+
+TEST(Ac3Decoder, LivesInABlockThatMoves) {
+  Bytes stream = Joined(Frames(4));
+  const Samples expected = TestAc3Decoder().DecodeAll(stream);
+  MovingAllocator allocator;
+  UMC::AC3DecoderParams params;
+  params.m_allocator = &allocator;
+  UMC::AC3Decoder decoder;
+  ASSERT_EQ(0, decoder.Init(&params));
+  UMC::MediaData input, output(3072 * 2);
+  input.SetBufferPointer(stream.data(), stream.size());
+  input.SetDataSize(stream.size());
+  Samples samples;
+  while (decoder.GetFrame(&input, &output) == 0) {
+    const auto* made = static_cast<const std::int16_t*>(output.GetDataPointer());
+    samples.insert(samples.end(), made, made + output.GetDataSize() / 2);
+  }
+  EXPECT_EQ(expected, samples);
+  EXPECT_EQ(4u * 2 * 1536, samples.size());
+  EXPECT_EQ(0, allocator.Locks());
+}
+
+TEST(Ac3Decoder, DescribesBothStreams) {
+  Ac3GeneratorOptions options;
+  options.frequencyCode = 1;
+  options.sizeCode = 30;
+  TestAc3Decoder decoder(3, true);
+  ASSERT_EQ(0, decoder.Decode(Frames(1, options)[0]));
+  UMC::AudioCodecParams params;
+  ASSERT_EQ(0, decoder.Decoder().GetInfo(&params));
+  EXPECT_EQ(6u, params.m_input.channels);
+  EXPECT_EQ(44100u, params.m_input.sampleFrequency);
+  EXPECT_EQ(448000u, params.m_input.bitRate);
+  EXPECT_EQ(0x3Fu, params.m_input.channelMask);
+  EXPECT_EQ(4u, params.m_output.channels);
+  EXPECT_EQ(44100u, params.m_output.sampleFrequency);
+  EXPECT_EQ(16u, params.m_output.bitsPerSample);
+  EXPECT_EQ(1u, params.m_output.streamType);
+  EXPECT_EQ(0x0Fu, params.m_output.channelMask);
+}
+
+TEST(Ac3Decoder, TellsTheFormatWithTheSamples) {
+  Bytes stream = Joined(Frames(2));
+  UMC::AC3Decoder decoder;
+  UMC::AC3DecoderParams params;
+  ASSERT_EQ(0, decoder.Init(&params));
+  UMC::MediaData input;
+  input.SetBufferPointer(stream.data(), stream.size());
+  input.SetDataSize(stream.size());
+  UMC::AudioData output(2 * 3072);
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(0, decoder.GetFrame(&input, &output));
+    EXPECT_EQ(2u * 3072, output.GetDataSize());
+    EXPECT_EQ(2u, output.m_info.channels);
+    EXPECT_EQ(48000u, output.m_info.sampleFrequency);
+    EXPECT_EQ(16u, output.m_info.bitsPerSample);
+  }
+}
+
+TEST(Ac3Decoder, PutsOutAsManyChannelsAsTheModeHas) {
+  const std::size_t channels[9] = {2, 1, 2, 3, 3, 4, 4, 5, 5};
+  for (int mode = 0; mode <= 8; ++mode) {
+    for (const bool lfe : {false, true}) {
+      for (int streamMode = 0; streamMode < 8; ++streamMode) {
+        Ac3GeneratorOptions options;
+        options.mode = streamMode;
+        TestAc3Decoder decoder(mode, lfe);
+        ASSERT_EQ(0, decoder.Decode(Frames(1, options)[0]));
+        EXPECT_EQ((channels[mode] + (lfe ? 1 : 0)) * 1536, decoder.Last().size());
+      }
+    }
+  }
+}
+
+TEST(Ac3Decoder, TakesOnlyOptionsWithinTheirRanges) {
+  const Bytes frame = Frames(1)[0];
+  UMC::AC3DecoderParams params;
+  TestAc3Decoder decoder;
+  const auto channelsWith = [&](int mode, int lfe) {
+    params.m_outputMode = mode;
+    params.m_outputLfe = lfe;
+    EXPECT_EQ(0, decoder.Decoder().SetParams(&params));
+    EXPECT_EQ(0, decoder.Decode(frame));
+    return decoder.Last().size() / 1536;
+  };
+  EXPECT_EQ(5u, channelsWith(8, 0));
+  EXPECT_EQ(6u, channelsWith(9, 1)) << "the mode stays, the LFE flag is taken";
+  EXPECT_EQ(6u, channelsWith(-1, 2));
+  EXPECT_EQ(3u, channelsWith(3, 0));
+}
+
+TEST(Ac3Decoder, KeepsTheTimeLine) {
+  const auto frames = Frames(3);
+  const double duration = static_cast<double>(1536.0f / 48000.0f);
+  TestAc3Decoder decoder;
+  double start = 0, end = 0;
+  ASSERT_EQ(0, decoder.Decode(frames[0]));
+  decoder.Output().GetTime(&start, &end);
+  EXPECT_EQ(0, start);
+  EXPECT_EQ(duration, end);
+  Bytes damaged = frames[1];
+  damaged[100] ^= 1;
+  ASSERT_EQ(4, decoder.Decode(damaged));
+  decoder.Output().GetTime(&start, &end);
+  EXPECT_EQ(duration, start);
+  EXPECT_EQ(duration + duration, end);
+  decoder.SetInput(frames[2]);
+  decoder.Input().SetTime(10, 11);
+  ASSERT_EQ(0, decoder.Decode());
+  decoder.Output().GetTime(&start, &end);
+  EXPECT_EQ(10, start);
+  EXPECT_EQ(10 + duration, end);
+  ASSERT_EQ(0, decoder.Decode(frames[2]));
+  decoder.Output().GetTime(&start, &end);
+  EXPECT_EQ(10 + duration, start);
+  Ac3GeneratorOptions slow;
+  slow.frequencyCode = 1;
+  slow.version = 9;
+  ASSERT_EQ(0, decoder.Decode(Frames(1, slow)[0]));
+  decoder.Output().GetTime(&start, &end);
+  EXPECT_EQ(start + static_cast<double>(1536.0f / 22050.0f), end);
+}
+
+TEST(Ac3Decoder, NeedsRoomForTheSamples) {
+  auto frames = Frames(2);
+  UMC::AC3Decoder decoder;
+  UMC::AC3DecoderParams params;
+  ASSERT_EQ(0, decoder.Init(&params));
+  UMC::MediaData input, small(2 * 3072 - 1), enough(2 * 3072);
+  const auto decode = [&](Bytes& frame, UMC::MediaData& output) {
+    input.SetBufferPointer(frame.data(), frame.size());
+    input.SetDataSize(frame.size());
+    return decoder.GetFrame(&input, &output);
+  };
+  EXPECT_EQ(-896, decode(frames[0], small));
+  EXPECT_EQ(frames[0].size(), input.GetDataSize());
+  EXPECT_EQ(0u, small.GetDataSize());
+  EXPECT_EQ(0, decode(frames[0], enough));
+  EXPECT_EQ(0u, input.GetDataSize());
+  // A damaged frame without room resets the decoder: its time begins again.
+  Bytes damaged = frames[1];
+  damaged[200] ^= 0x10;
+  EXPECT_EQ(-896, decode(damaged, small));
+  EXPECT_EQ(damaged.size(), input.GetDataSize());
+  EXPECT_EQ(4, decode(damaged, enough));
+  EXPECT_EQ(0, enough.GetTime());
+}
+
+TEST(Ac3Decoder, DecodesTheSameFromOneFrameBefore) {
+  Ac3GeneratorOptions options;
+  options.dither = true;
+  options.sizeCode = 20;
+  const auto frames = Frames(6, options, 5);
+  TestAc3Decoder linear;
+  for (const Bytes& frame : frames) ASSERT_EQ(0, linear.Decode(frame));
+  TestAc3Decoder sought;
+  ASSERT_EQ(0, sought.Decode(frames[1]));
+  ASSERT_EQ(0, sought.Decoder().Reset());
+  ASSERT_EQ(0, sought.Decode(frames[4]));
+  ASSERT_EQ(0, sought.Decode(frames[5]));
+  EXPECT_EQ(linear.Last(), sought.Last());
+  EXPECT_NE(Silence(), sought.Last());
+  TestAc3Decoder without;
+  ASSERT_EQ(0, without.Decode(frames[5]));
+  EXPECT_NE(linear.Last(), without.Last()) << "the overlap with the frame before is missing";
+}
+
+TEST(Ac3Decoder, DithersDifferentlyInEveryChannel) {
+  // No bits at all: what is heard is noise.
+  Ac3GeneratorOptions options;
+  options.mode = 2;
+  options.dither = true;
+  const Bytes frame = Frames(1, options)[0];
+  TestAc3Decoder decoder(2);
+  ASSERT_EQ(0, decoder.Decode(frame));
+  Samples left, right;
+  for (std::size_t i = 0; i < 1536; ++i) {
+    left.push_back(decoder.Last()[2 * i]);
+    right.push_back(decoder.Last()[2 * i + 1]);
+  }
+  EXPECT_NE(Samples(1536, 0), left);
+  EXPECT_NE(Samples(1536, 0), right);
+  EXPECT_NE(left, right);
+}
+
+TEST(Ac3Decoder, WaitsForTheWholeFrame) {
+  const Bytes stream = Joined(Frames(3));
+  TestAc3Decoder decoder;
+  Samples samples;
+  Bytes held;
+  for (const std::uint8_t byte : stream) {
+    held.push_back(byte);
+    const UMC::Status status = decoder.Decode(held);
+    held.erase(held.begin(), held.end() - static_cast<std::ptrdiff_t>(decoder.Left()));
+    if (status == 0) {
+      samples.insert(samples.end(), decoder.Last().begin(), decoder.Last().end());
+    } else {
+      ASSERT_EQ(-996, status);
+    }
+  }
+  EXPECT_EQ(TestAc3Decoder().DecodeAll(stream), samples);
+}
+
+TEST(Ac3Decoder, SkipsWhatPrecedesTheFirstFrame) {
+  const auto frames = Frames(2);
+  TestAc3Decoder decoder;
+  EXPECT_EQ(0, decoder.Decode(Bytes(100, 0x0B) + frames[1]));
+  EXPECT_EQ(0u, decoder.Left());
+  TestAc3Decoder other;
+  EXPECT_EQ(-996, other.Decode(Bytes(100, 0x55) + Bytes{0x0B}));
+  EXPECT_EQ(1u, other.Left());
+  EXPECT_EQ(-996, other.Decode(Bytes(100, 0x55)));
+  EXPECT_EQ(0u, other.Left());
+}
+
+TEST(Ac3Decoder, DoesNotBelieveASyncWordBehindGarbageWithoutItsChecksums) {
+  const Bytes frame = Frames(2)[1];
+  Bytes imposter = frame;
+  imposter[200] ^= 1;
+  TestAc3Decoder decoder, plain;
+  ASSERT_EQ(0, plain.Decode(frame));
+  EXPECT_EQ(0, decoder.Decode(Bytes(10, 0x55) + Part(imposter, 0, 300) + frame));
+  EXPECT_EQ(plain.Last(), decoder.Last());
+  EXPECT_EQ(0u, decoder.Left());
+}
+
+TEST(Ac3Decoder, RefusesOtherVersions) {
+  const auto frames = Frames(2);
+  for (int version = 11; version < 32; ++version) {
+    Bytes other = frames[0];
+    other[5] = static_cast<std::uint8_t>(version << 3 | (other[5] & 7));
+    TestAc3Decoder decoder;
+    EXPECT_EQ(-879, decoder.Decode(other + frames[1]));
+    EXPECT_LE(decoder.Left(), frames[1].size() + frames[0].size() - 2);
+    EXPECT_EQ(-879, TestAc3Decoder().Decode(other));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,145 @@
+// What ffmpeg's encoder makes, held against the witnesses.
+#include <gtest/gtest.h>
+
+#include "ac3_streams.h"
+
+namespace {
+
+// Expressions of ffmpeg's aevalsrc, by the number of the channel.
+std::string Expression(const std::string& signal, int channel) {
+  const std::string c = std::to_string(channel + 1);
+  if (signal == "tones") return "0.05*sin(2*PI*" + c + "*440*t)";
+  if (signal == "noise") return "random(" + c + ")*0.8-0.4";
+  // A burst four times a second.
+  return "exp(-40*mod(t+0.03*" + c + "\\,0.25))*(random(" + c + ")*1.6-0.8)";
+}
+
+struct Layout {
+  const char* name;  // ffmpeg's
+  int channels, mode;
+  bool lfe;
+};
+
+const std::vector<Layout> kLayouts = {
+    {"mono", 1, 1, false},       {"stereo", 2, 2, false},    {"2.1", 3, 2, true},      {"3.0", 3, 3, false},
+    {"3.1", 4, 3, true},         {"3.0(back)", 3, 4, false}, {"4.0", 4, 5, false},     {"4.1", 5, 5, true},
+    {"quad(side)", 4, 6, false}, {"5.0(side)", 5, 7, false}, {"5.1(side)", 6, 7, true}};
+
+void Encode(const std::string& file, const std::string& signal, const Layout& layout, int frequency,
+            int kilobits, const std::vector<std::string>& options = {}) {
+  std::string expressions;
+  for (int i = 0; i < layout.channels; ++i) expressions += (i == 0 ? "" : "|") + Expression(signal, i);
+  makeMedia(file,
+            std::vector<std::string>{
+                "-f", "lavfi", "-i",
+                "aevalsrc=" + expressions + ":s=" + std::to_string(frequency) + ":d=1.5:c=" + layout.name} +
+                options + std::vector<std::string>{"-c:a", "ac3", "-b:a", std::to_string(kilobits) + "k"});
+}
+
+const std::vector<std::string> kNoDynamicRange = {"-drc_scale", "0"};
+
+// Tones as close as 1.5 steps of 16 bits; noise, which is dithered where it has no bits, no farther than the
+// witness is from itself with other noise.
+void ExpectLikeFfmpeg(const std::string& signal, const Layout& layout, int frequency, int kilobits) {
+  SCOPED_TRACE(signal + " " + layout.name + " " + std::to_string(frequency) + " " + std::to_string(kilobits) +
+               "k");
+  TempFolder folder;
+  const std::string file = folder.file("a.ac3");
+  Encode(file, signal, layout, frequency, kilobits);
+  const auto witness = FfmpegDecode(file, kNoDynamicRange);
+  const Samples ours = TestAc3Decoder(layout.mode, layout.lfe).DecodeAll(readFile(file));
+  double limit = 1.5;
+  if (signal != "tones") {
+    const auto consistent =
+        FfmpegDecode(file, kNoDynamicRange + std::vector<std::string>{"-cons_noisegen", "1"});
+    double sum = 0;
+    for (std::size_t i = 0; i < witness.size(); ++i) {
+      const double difference = static_cast<double>(witness[i]) - static_cast<double>(consistent[i]);
+      sum += difference * difference;
+    }
+    // Two draws of noise may be closer to each other than to a third one, and ours is rounded.
+    limit = 1.25 * std::sqrt(sum / static_cast<double>(witness.size())) + 0.5;
+  }
+  EXPECT_LE(RmsDifference(ours, witness), limit);
+}
+
+class EncodedLayout : public testing::TestWithParam<Layout> {};
+
+TEST_P(EncodedLayout, DecodesLikeFfmpeg) {
+  for (const int frequency : {32000, 44100, 48000}) {
+    ExpectLikeFfmpeg("tones", GetParam(), frequency, 96 * GetParam().channels);
+    ExpectLikeFfmpeg("noise", GetParam(), frequency, 96 * GetParam().channels);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodedLayout, testing::ValuesIn(kLayouts));
+
+class EncodedBitRate : public testing::TestWithParam<int> {};
+
+TEST_P(EncodedBitRate, DecodesLikeFfmpeg) {
+  const Layout& layout = GetParam() < 96 ? kLayouts[0] : GetParam() < 224 ? kLayouts[1] : kLayouts.back();
+  for (const int frequency : {32000, 44100, 48000}) {
+    ExpectLikeFfmpeg("tones", layout, frequency, GetParam());
+  }
+  ExpectLikeFfmpeg("noise", layout, 48000, GetParam());
+  ExpectLikeFfmpeg("bursts", layout, 48000, GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EncodedBitRate,
+                         testing::Values(32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384,
+                                         448, 512, 576, 640));
+
+// The gains of Lo/Ro, divided by their sum, of ffmpeg's channels.
+std::string Pan(const Layout& layout, double centre, double surround) {
+  const auto gains = [&](bool right) {
+    const bool single = layout.mode == 4 || layout.mode == 5;
+    const int front = layout.mode == 3 || layout.mode == 5 || layout.mode == 7 ? 3 : 2;
+    const int surrounds = front + (layout.lfe ? 1 : 0);
+    std::vector<std::pair<int, double>> list = {{right ? 1 : 0, 1.0}};
+    if (front == 3) list.emplace_back(2, centre);
+    if (single) list.emplace_back(surrounds, surround * std::sqrt(0.5));
+    if (layout.mode >= 6) list.emplace_back(surrounds + (right ? 1 : 0), surround);
+    double sum = 0;
+    for (const auto& [channel, gain] : list) sum += gain;
+    std::string text;
+    for (const auto& [channel, gain] : list)
+      text += (text.empty() ? "" : "+") + std::to_string(gain / sum) + "*c" + std::to_string(channel);
+    return text;
+  };
+  if (layout.mode == 1) return "pan=stereo|c0=c0|c1=c0";
+  return "pan=stereo|c0=" + gains(false) + "|c1=" + gains(true);
+}
+
+TEST_P(EncodedLayout, MixesToStereoWithTheStreamsLevels) {
+  for (const double centre : {0.707107, 0.594604, 0.5}) {
+    for (const double surround : {0.707107, 0.5, 0.0}) {
+      const Layout& layout = GetParam();
+      const bool hasCentre = layout.mode >= 3 && layout.mode % 2 == 1;
+      if ((!hasCentre && centre < 0.7) || (layout.mode < 4 && surround < 0.7)) continue;
+      TempFolder folder;
+      const std::string file = folder.file("a.ac3");
+      std::vector<std::string> levels;
+      if (hasCentre) levels = {"-center_mixlev", std::to_string(centre)};
+      if (layout.mode >= 4)
+        levels = levels + std::vector<std::string>{"-surround_mixlev", std::to_string(surround)};
+      Encode(file, "tones", layout, 48000, 640, levels);
+      const RunResult mixed = runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-drc_scale", "0", "-i", file,
+                                          "-af", Pan(layout, centre, surround), "-f", "f32le", "-"});
+      std::vector<float> witness(mixed.out.size() / sizeof(float));
+      std::memcpy(witness.data(), mixed.out.data(), witness.size() * sizeof(float));
+      for (float& sample : witness) sample *= 32768;
+      EXPECT_LE(RmsDifference(TestAc3Decoder().DecodeAll(readFile(file)), witness), 1.5)
+          << layout.name << " " << centre << " " << surround;
+    }
+  }
+}
+
+TEST_P(EncodedLayout, DecodesTonesLikeA52dec) {
+  if (GetParam().mode == 1) return;  // it has its own gain for a single channel
+  TempFolder folder;
+  const std::string file = folder.file("a.ac3");
+  Encode(file, "tones", GetParam(), 48000, 640);
+  EXPECT_LE(RmsDifference(TestAc3Decoder().DecodeAll(readFile(file)), A52Decode(file)), 1.5);
+}
+
+}  // namespace

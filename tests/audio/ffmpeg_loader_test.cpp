@@ -1,0 +1,318 @@
+// The libraries that are looked for, in which order, and what is told of it; with libraries that stand in for
+// FFmpeg's and a clock that stands still.
+#include "ffmpeg_loader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "ffmpeg_place.h"
+#include "ffmpeg_stand_in.h"
+#include "support/log_capture.h"
+#include "vlsync.h"
+
+namespace {
+
+std::uint64_t now = 0;  // milliseconds
+
+}  // namespace
+
+// In place of the host's.
+std::uint64_t vsyncGetCurMs() {
+  return now;
+}
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const LogLine kAvcodecLoaded = {VL_LOG_PLAIN, "avcodec loaded"};
+const LogLine kAvcodecUnloaded = {VL_LOG_PLAIN, "avcodec unloaded"};
+const LogLine kAvutilLoaded = {VL_LOG_PLAIN, "avutil loaded"};
+const LogLine kAvutilUnloaded = {VL_LOG_PLAIN, "avutil unloaded"};
+const LogLine kVersion = {VL_LOG_PLAIN, "\n FFMPEG Version of a stand-in (log taken, level 48). "};
+const LogLine kDisabled = {0x40000000u,
+                           "CAUTION(vlx_Fmp4): FFMPEG codecs disabled, some codecs will not be available\n"};
+const LogLine kNoAvcodec = {
+    0u, "STATUS(vlx_Fmp4): FFMPEG DLLs (AvCodec) will not load, extra codecs will not be available.\n"};
+const LogLine kNoAvutil = {
+    0u, "STATUS(vlx_Fmp4): FFMPEG DLLs (AvUtil) will not load, extra codecs will not be available.\n"};
+const LogLine kIncomplete = {0u, "STATUS(vlx_Fmp4): Unable to find proc in FFMPEG dll\n"};
+
+TEST(FFmpegLoader, LoadsAvcodecThenAvutilAndTellsTheVersion) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth();
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
+  });
+}
+
+TEST(FFmpegLoader, LoadsOnceAndTellsTheVersionEachTime) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth();
+    ASSERT_EQ(LoadFFmpeg(), 0);
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_THAT(log.lines, ElementsAre(kVersion, kVersion));
+  });
+}
+
+TEST(FFmpegLoader, LoadsOnceOnManyThreads) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth();
+    LogCapture log;
+    std::vector<std::thread> threads;
+    std::vector<int> results(8, 1);
+    for (int& result : results) threads.emplace_back([&result] { result = LoadFFmpeg(); });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_THAT(results, testing::Each(0));
+    ASSERT_EQ(log.lines.size(), 10u);
+    EXPECT_EQ(log.lines[0], kAvcodecLoaded);
+    EXPECT_EQ(log.lines[1], kAvutilLoaded);
+    EXPECT_THAT(std::vector(log.lines.begin() + 2, log.lines.end()), testing::Each(kVersion));
+  });
+}
+
+TEST(FFmpegLoader, MakesAMissingSettingSwitchedOn) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.putBoth();
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_EQ(place.storeText(), std::string(FFmpegPlace::kEntry) + "1\n");
+  });
+}
+
+TEST(FFmpegLoader, MakesASettingThatIsNoNumberAnew) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.setStore("# mine\n" + std::string(FFmpegPlace::kEntry) + "never\n");
+    place.putBoth();
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_EQ(place.storeText(), "# mine\n" + std::string(FFmpegPlace::kEntry) + "1\n");
+  });
+}
+
+TEST(FFmpegLoader, SwitchedOffLoadsNothingAndSaysSoEachTime) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(false);
+    place.putBoth();
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), -1);
+    EXPECT_EQ(LoadFFmpeg(), -1);
+    EXPECT_THAT(log.lines, ElementsAre(kDisabled, kDisabled));
+    EXPECT_EQ(place.storeText(), std::string(FFmpegPlace::kEntry) + "0\n");
+  });
+}
+
+TEST(FFmpegLoader, TheSettingIsReadAtEachCall) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.putBoth();
+    for (const bool allowed : {false, true, false, true}) {
+      place.allow(allowed);
+      EXPECT_EQ(LoadFFmpeg(), allowed ? 0 : -1);
+    }
+    place.setStore(std::string(FFmpegPlace::kEntry) + "4294967295\n");
+    EXPECT_EQ(LoadFFmpeg(), 0);
+  });
+}
+
+TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.put("libavutil.so.55");
+    LogCapture log;
+    // The first time at the clock's very start, too.
+    for (const std::uint64_t time : {0u, 1u, 9999u, 10000u, 10001u, 19999u, 20000u}) {
+      now = time;
+      EXPECT_EQ(LoadFFmpeg(), -2);
+      if (time % 10000 == 0) {
+        EXPECT_THAT(log.lines, ElementsAre(kNoAvcodec)) << time;
+      } else {
+        EXPECT_THAT(log.lines, IsEmpty()) << time;
+      }
+      log.lines.clear();
+    }
+  });
+}
+
+TEST(FFmpegLoader, AMissingAvutilIsToldEachTimeAndAvcodecLoadedOnce) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.put("libavcodec.so.57");
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), -2);
+    EXPECT_EQ(LoadFFmpeg(), -2);
+    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kNoAvutil, kNoAvutil));
+    log.lines.clear();
+    place.put("libavutil.so.55");
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kVersion));
+  });
+}
+
+// ---- Entry points ------------------------------------------------------------------------------------
+
+struct Missing {
+  const char* library;
+  const char* name;
+  bool accepted;
+};
+
+void PrintTo(const Missing& missing, std::ostream* out) {
+  *out << missing.name;
+}
+
+class WithoutEntryPoint : public testing::TestWithParam<Missing> {};
+
+TEST_P(WithoutEntryPoint, IsRefusedUnlessItIsOptional) {
+  inOwnProcess([] {
+    const auto [library, name, accepted] = GetParam();
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth();
+    place.put(library, "ffmpeg_stand_in", name);
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), accepted ? 0 : -1);
+    if (accepted) {
+      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
+      return;
+    }
+    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kIncomplete));
+    // The libraries stay, and so does the answer.
+    log.lines.clear();
+    EXPECT_EQ(LoadFFmpeg(), -1);
+    EXPECT_THAT(log.lines, ElementsAre(kIncomplete));
+  });
+}
+
+constexpr char kAvcodec[] = "libavcodec.so.57";
+constexpr char kAvutil[] = "libavutil.so.55";
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, WithoutEntryPoint,
+    testing::Values(
+        Missing{kAvcodec, "avcodec_register", false}, Missing{kAvcodec, "avcodec_alloc_context3", false},
+        Missing{kAvcodec, "avcodec_get_context_defaults3", false},
+        Missing{kAvcodec, "avcodec_find_encoder", false}, Missing{kAvcodec, "avcodec_find_decoder", false},
+        Missing{kAvcodec, "avcodec_is_open", false}, Missing{kAvcodec, "avcodec_open2", false},
+        Missing{kAvcodec, "avcodec_close", false}, Missing{kAvcodec, "avcodec_free_frame", true},
+        Missing{kAvcodec, "avcodec_encode_video", true}, Missing{kAvcodec, "avcodec_encode_video2", false},
+        Missing{kAvcodec, "avcodec_decode_video2", false}, Missing{kAvcodec, "avcodec_decode_audio4", false},
+        Missing{kAvcodec, "avcodec_register_all", false}, Missing{kAvcodec, "avcodec_flush_buffers", false},
+        // libavutil's takes its place.
+        Missing{kAvcodec, "av_free", true}, Missing{kAvcodec, "av_init_packet", false},
+        Missing{kAvcodec, "av_new_packet", false}, Missing{kAvcodec, "av_free_packet", false},
+        Missing{kAvcodec, "av_fast_padded_malloc", false}, Missing{kAvutil, "av_frame_alloc", false},
+        Missing{kAvutil, "av_frame_free", false}, Missing{kAvutil, "av_log_get_level", false},
+        Missing{kAvutil, "av_log_set_level", false}, Missing{kAvutil, "av_log_set_callback", false},
+        Missing{kAvutil, "av_log_default_callback", false}, Missing{kAvutil, "av_log_format_line", true},
+        Missing{kAvutil, "av_frame_get_buffer", false}, Missing{kAvutil, "av_image_alloc", true},
+        Missing{kAvutil, "av_free", false}, Missing{kAvutil, "av_freep", false},
+        Missing{kAvutil, "av_mallocz", false}, Missing{kAvutil, "av_malloc", false},
+        Missing{kAvutil, "av_log2", false}, Missing{kAvutil, "av_dict_get", false},
+        Missing{kAvutil, "av_dict_set", false}, Missing{kAvutil, "av_dict_copy", false},
+        Missing{kAvutil, "av_dict_free", false}, Missing{kAvutil, "av_version_info", false}),
+    [](const auto& test) {
+      return std::string(test.param.library == kAvcodec ? "avcodec_" : "avutil_") + test.param.name;
+    });
+
+// ---- Versions ----------------------------------------------------------------------------------------
+
+constexpr unsigned version(unsigned major, unsigned minor, unsigned micro) {
+  return major << 16 | minor << 8 | micro;
+}
+
+void tellVersions(unsigned avcodec, unsigned avutil) {
+  setenv(kStandInAvcodecVersion, std::to_string(avcodec).c_str(), 1);
+  setenv(kStandInAvutilVersion, std::to_string(avutil).c_str(), 1);
+}
+
+TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {
+  for (const auto& release : {std::pair{version(57, 24, 102), version(55, 17, 103)},
+                              std::pair{version(57, 48, 101), version(55, 28, 100)},
+                              std::pair{version(57, 107, 100), version(55, 78, 100)}}) {
+    inOwnProcess([&] {
+      const FFmpegPlace place;
+      place.allow(true);
+      place.putBoth("ffmpeg_stand_in_version");
+      tellVersions(release.first, release.second);
+      LogCapture log;
+      EXPECT_EQ(LoadFFmpeg(), 0);
+      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
+    });
+  }
+}
+
+TEST(FFmpegLoader, AnAvcodecOfAnotherGenerationOrProjectIsNotTaken) {
+  for (const unsigned avcodec : {version(58, 18, 100), version(56, 60, 100), version(57, 23, 100),
+                                 version(57, 25, 0), version(57, 107, 99), 0u}) {
+    inOwnProcess([&] {
+      const FFmpegPlace place;
+      place.allow(true);
+      place.putBoth("ffmpeg_stand_in_version");
+      tellVersions(avcodec, version(55, 78, 100));
+      LogCapture log;
+      EXPECT_EQ(LoadFFmpeg(), -2);
+      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvcodecUnloaded, kNoAvcodec));
+    });
+  }
+}
+
+TEST(FFmpegLoader, AnAvutilOfAnotherGenerationOrProjectIsNotTaken) {
+  for (const unsigned avutil : {version(56, 14, 100), version(54, 31, 100), version(55, 17, 0)}) {
+    inOwnProcess([&] {
+      const FFmpegPlace place;
+      place.allow(true);
+      place.putBoth("ffmpeg_stand_in_version");
+      tellVersions(version(57, 107, 100), avutil);
+      LogCapture log;
+      EXPECT_EQ(LoadFFmpeg(), -2);
+      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kAvutilUnloaded, kNoAvutil));
+    });
+  }
+}
+
+// ---- Unloading ---------------------------------------------------------------------------------------
+
+TEST(FFmpegLoader, UnloadsAvcodecAloneAndLoadsItAgain) {
+  inOwnProcess([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth();
+    ASSERT_EQ(LoadFFmpeg(), 0);
+    LogCapture log;
+    EXPECT_EQ(UnloadFFmpeg(), -1);
+    EXPECT_EQ(UnloadFFmpeg(), -1);
+    EXPECT_THAT(log.lines, ElementsAre(kAvcodecUnloaded));
+    log.lines.clear();
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kVersion));
+  });
+}
+
+TEST(FFmpegLoader, GivesFFmpegItsLogBackAtTheEnd) {
+  EXPECT_EXIT(
+      {
+        const FFmpegPlace place;
+        place.allow(true);
+        place.putBoth();
+        std::exit(LoadFFmpeg());
+      },
+      testing::ExitedWithCode(0), "FFmpeg's own log: this is where the log goes");
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+// What a packet tells the decoder that stands in for FFmpeg's: what to answer, and the samples to put out.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+// The head of a packet; the bytes of plane A follow, then those of plane B.
+struct StandInPacket {
+  std::int32_t result = 0;  // what the call returns; 0: the bytes of the packet
+  std::int32_t gotFrame = 1;
+  std::int32_t format = 1;  // AVSampleFormat
+  std::int32_t channels = 2;
+  std::int32_t samples = 0;  // of each channel
+  std::int32_t planeABytes = 0;
+  std::int32_t planeBBytes = 0;  // 0: no such plane
+};
+
+inline std::vector<std::uint8_t> packetBytes(const StandInPacket& head,
+                                             const std::vector<std::uint8_t>& planes) {
+  std::vector<std::uint8_t> bytes(sizeof head);
+  std::memcpy(bytes.data(), &head, sizeof head);
+  bytes.insert(bytes.end(), planes.begin(), planes.end());
+  return bytes;
+}
+
+// Makes the stand-in's decoders fail to open.
+inline constexpr char kStandInRefusesToOpen[] = "STAND_IN_REFUSES_TO_OPEN";
+// The versions that the stand-ins with version functions tell: a number, decimal.
+inline constexpr char kStandInAvcodecVersion[] = "STAND_IN_AVCODEC_VERSION";
+inline constexpr char kStandInAvutilVersion[] = "STAND_IN_AVUTIL_VERSION";

@@ -1,0 +1,59 @@
+// Bytes and samples of whole streams, and the witnesses' readings of them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/ffmpeg.h"
+#include "support/run.h"
+#include "support/temp_folder.h"
+
+using Bytes = std::vector<std::uint8_t>;
+using Samples = std::vector<std::int16_t>;
+
+inline Bytes operator+(Bytes left, const Bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// What ffmpeg's decoder makes of a file, full scale being 32768, not rounded.
+inline std::vector<float> FfmpegDecode(const std::filesystem::path& file,
+                                       const std::vector<std::string>& options = {}) {
+  const RunResult result =
+      runOrThrow(std::vector<std::string>{"ffmpeg", "-nostdin", "-v", "error", "-threads", "1"} + options +
+                 std::vector<std::string>{"-i", file.string(), "-f", "f32le", "-"});
+  std::vector<float> samples(result.out.size() / sizeof(float));
+  std::memcpy(samples.data(), result.out.data(), samples.size() * sizeof(float));
+  for (float& sample : samples) sample *= 32768;
+  return samples;
+}
+
+// The largest difference once the witness's samples are rounded and limited.
+inline int LargestDifference(const Samples& ours, const std::vector<float>& witness) {
+  EXPECT_EQ(witness.size(), ours.size());
+  int largest = 0;
+  for (std::size_t i = 0; i < std::min(ours.size(), witness.size()); ++i) {
+    const auto rounded = static_cast<int>(std::lrint(std::clamp(witness[i], -32768.0f, 32767.0f)));
+    largest = std::max(largest, std::abs(rounded - ours[i]));
+  }
+  return largest;
+}
+
+// The root of the mean square of the differences, the witness's samples rounded and limited likewise.
+inline double RootMeanSquare(const Samples& ours, const std::vector<float>& witness) {
+  EXPECT_EQ(witness.size(), ours.size());
+  const std::size_t count = std::min(ours.size(), witness.size());
+  double sum = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double difference = std::round(std::clamp(witness[i], -32768.0f, 32767.0f)) - ours[i];
+    sum += difference * difference;
+  }
+  return std::sqrt(sum / static_cast<double>(count));
+}

@@ -1,0 +1,96 @@
+// A served page in Chromium, worked as a person would.
+import assert from 'node:assert/strict';
+import {kNumberBits, kSquare} from './recordings.mjs';
+
+const kPatience = 60_000;  // milliseconds, for machines that are busy
+
+const kStall = /^mediaError: bufferStalledError: .*"len":([\d.]+),/;
+
+export class Viewer {
+  // Opens the page of `address` on a recording; `player` as the page's address names it, or none for its own choice.
+  static async goTo(browser, address, recording, player) {
+    const viewer = new Viewer();
+    viewer.page = await browser.newPage({viewport: {width: 1280, height: 800}});
+    viewer.page.setDefaultTimeout(kPatience);
+    viewer.complaints = [];
+    viewer.page.on('pageerror', (error) => viewer.complaints.push(error.message));
+    viewer.page.on('console', (message) => {
+      if (message.type() === 'error') viewer.complaints.push(message.text());
+    });
+    await viewer.page.goto(`${address}#${recording}${player ? `/${player}` : ''}`);
+    return viewer;
+  }
+
+  // The same, and waits for a picture or an error.
+  static async open(browser, address, recording, player) {
+    const viewer = await Viewer.goTo(browser, address, recording, player);
+    await viewer.page.waitForFunction(() =>
+      document.getElementById('video').readyState >= HTMLMediaElement.HAVE_CURRENT_DATA ||
+      document.querySelector('#messages .fatal'));
+    return viewer;
+  }
+
+  close() {
+    return this.page.close();
+  }
+
+  // What the player said, and what the browser complained of. Left out: hls.js finding playback slow with seconds
+  // of media in its buffer, which is the speed of the machine.
+  async messages() {
+    const said = await this.page.locator('#messages li').allTextContents();
+    return [...said.filter((text) => !(Number(kStall.exec(text)?.[1]) > 0.5)), ...this.complaints];
+  }
+
+  video(get) {
+    return this.page.locator('#video').evaluate(get);
+  }
+
+  async play(speed) {
+    await this.page.selectOption('#speed', String(speed));
+    await this.page.click('#play');
+  }
+
+  // dash.js now and then leaps from the end to half a second before it, and pauses there.
+  async playToEnd(speed) {
+    await this.play(speed);
+    await this.page.waitForFunction(() => {
+      const video = document.getElementById('video');
+      return video.ended || (video.paused && video.currentTime > video.duration - 0.6) ||
+        document.querySelector('#messages .fatal');
+    });
+  }
+
+  // The number in the picture on the screen.
+  pictureNumber() {
+    return this.page.locator('#video').evaluate((video, {bits, square}) => {
+      const canvas = document.createElement('canvas');
+      canvas.width = video.videoWidth;
+      canvas.height = square;
+      const context = canvas.getContext('2d');
+      context.drawImage(video, 0, 0);
+      let number = 0;
+      for (let bit = 0; bit < bits; ++bit)
+        number += (context.getImageData((bit + 0.5) * square, square / 2, 1, 1).data[0] > 127) << bit;
+      return number;
+    }, {bits: kNumberBits, square: kSquare});
+  }
+
+  // Waits for a picture on the screen.
+  async sees(number) {
+    const end = Date.now() + kPatience;
+    let seen;
+    do {
+      seen = await this.pictureNumber();
+      if (seen === number) return;
+      await this.page.waitForTimeout(20);
+    } while (Date.now() < end);
+    assert.equal(seen, number, 'number of the picture on the screen');
+  }
+
+  async seek(seconds) {
+    await this.page.locator('#video').evaluate((video, to) => new Promise((resolve) => {
+      video.addEventListener('seeked', resolve, {once: true});
+      video.currentTime = to;
+    }), seconds);
+  }
+}

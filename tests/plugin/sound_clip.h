@@ -1,0 +1,57 @@
+// Clips with sound, opened, and what is held of every reading of one.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "loaded_plugin.h"
+#include "sound.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+// Container options: many fragments, behind a movie box that waits for the first packets' configuration.
+inline const std::vector<std::string> kFragments = {"-movflags", "delay_moov", "-frag_duration", "300000"};
+
+// A clip in a folder of its own, opened.
+struct Clip {
+  TempFolder folder;
+  std::string path = folder.file("clip.mp4");
+  MediaFile file;
+
+  Clip(const std::vector<std::string>& inputs, const std::vector<std::string>& coding) {
+    makeMedia(path, inputs + coding);
+    file = openFile(path);
+  }
+  CAMediaFile& operator*() const { return *file; }
+};
+
+inline int largestDifference(const Samples& a, const Samples& b) {
+  int largest = 0;
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
+}
+
+// 300 ranges in random order give what reading from the start gives there.
+inline void expectRandomReadsToAgree(const Clip& clip) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const std::uint32_t total = lengthOf(*clip);
+  ASSERT_EQ(whole.size(), total * 2u);
+  std::mt19937 random(11);
+  for (int i = 0; i < 300; ++i) {
+    const std::uint32_t at = static_cast<std::uint32_t>(random() % total);
+    const std::uint32_t count =
+        1 + static_cast<std::uint32_t>(random() % std::min<std::uint32_t>(3000, total - at));
+    const Sound sound = readSound(*clip, at, count);
+    ASSERT_EQ(sound.status, VL_OK);
+    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
+        << at << "+" << count;
+  }
+}

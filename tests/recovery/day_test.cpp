@@ -1,0 +1,115 @@
+// A day of recording: flat memory, sound and picture in step to the sample, whole, and opened and sought at
+// the price of any other. Five frames a second, so that it stays a test; bench/record.cpp has a full one.
+#include <random>
+
+#include "boxes/tfdt.h"
+#include "corrupt/counted_reads.h"
+#include "recovery.h"
+#include "support/controlled_new.h"
+
+namespace {
+
+constexpr std::uint32_t kRate = 5000, kScale = 1001, kSampleRate = 48000;
+constexpr std::uint32_t kHourFrames = 3600 * kRate / kScale;
+constexpr std::uint32_t kFrames = 24 * kHourFrames;
+constexpr std::uint32_t kFramesPerFragment = 30, kFragmentsPerSegment = 10;
+
+// Coded frames of sound that play until the end of so many frames of video.
+std::uint64_t soundUntil(std::uint64_t frames) {
+  return frames * kScale * kSampleRate / (kRate * 1024ull);
+}
+
+Bytes dayPicture(std::uint32_t frame) {
+  return join({u32(frame), u8(7)});
+}
+
+// Records the day; tells the most memory that it took at once, of its first hour and of all.
+struct Memory {
+  std::size_t firstHour = 0;
+  std::size_t day = 0;
+};
+
+Memory recordDay(const std::string& path) {
+  RecordingDescription d;
+  d.rate = kRate;
+  d.scale = kScale;
+  d.soundMask = 3;
+  Memory memory;
+  const CountingNew counting;
+  MediaFile file = startRecording(path, d, 30);
+  const Bytes coded = {1, 2, 3};
+  std::uint64_t sounds = 0;
+  for (std::uint32_t i = 0; i < kFrames; ++i) {
+    for (; sounds < soundUntil(i + 1); ++sounds) {
+      if (writeSample(*file, 3, QVR_MODE_AUDIO, coded) != VL_OK) ADD_FAILURE() << "sound " << sounds;
+    }
+    const auto flags = i % 30 == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
+    if (writeSample(*file, 1, QVR_MODE_VIDEO, dayPicture(i), i, flags) != VL_OK)
+      ADD_FAILURE() << "frame " << i;
+    if (i == kHourFrames) memory.firstHour = counting.peakBytes();
+  }
+  EXPECT_EQ(closeFile(file), VL_OK);
+  memory.day = counting.peakBytes();
+  return memory;
+}
+
+class Day : public testing::TestWithParam<const char*> {};
+
+TEST_P(Day, StaysFlatInStepWholeAndQuickToOpen) {
+  const TempFolder folder;
+  const std::string path = folder.file(GetParam());
+  const bool apart = path.ends_with(".m4v");
+  constexpr std::uint64_t kFragments = (kFrames + kFramesPerFragment - 1) / kFramesPerFragment;
+  constexpr std::uint64_t kSegments = (kFragments + kFragmentsPerSegment - 1) / kFragmentsPerSegment;
+
+  const Memory memory = recordDay(path);
+  // What grows is the tree of the manifest and its text.
+  EXPECT_LE(memory.day, memory.firstHour + kSegments * (apart ? 2 : 1) * 1500)
+      << "first hour " << memory.firstHour;
+
+  {
+    const CountingNew counting;
+    const Verification verification = verifyRecording(path);
+    EXPECT_EQ(verification.problems.count(), 0u) << problemsOf(verification);
+    EXPECT_EQ(verification.frames, kFrames);
+    EXPECT_EQ(verification.soundFrames, soundUntil(kFrames));
+    EXPECT_LE(counting.peakBytes(), kFragments * 400 + (16u << 20));
+  }
+  EXPECT_TRUE(repairRecording(path).empty());
+
+  if (!apart) {
+    BoxFile boxes(path);
+    std::uint64_t fragment = 0;
+    for (Mp4Box* box = boxes.root->first; box; box = box->next) {
+      if (box->type != Mp4FourCc("moof")) continue;
+      const auto time = [&](const char* where) {
+        return Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(Mp4BoxGet(nullptr, box, true, "%s", where))
+            ->baseMediaDecodeTime;
+      };
+      ASSERT_EQ(time("traf/tfdt"), fragment * kFramesPerFragment * kScale);
+      ASSERT_EQ(time("traf[1]/tfdt"), soundUntil(fragment * kFramesPerFragment) * 1024);
+      ++fragment;
+    }
+    EXPECT_EQ(fragment, kFragments);
+  }
+
+  const HostReads before = hostReads();
+  const MediaFile file = openFile(path);
+  ASSERT_NE(file, nullptr);
+  EXPECT_LE(hostReads().calls - before.calls, kFragments * (apart ? 3 : 1) * 13 / 10 + 40);
+  EXPECT_EQ(file->GetTotalFrames(), kFrames);
+  readFrame(*file, 0);
+  std::mt19937 random(24);
+  for (int i = 0; i < 100; ++i) {
+    const auto frame = static_cast<std::uint32_t>(random() % kFrames);
+    const HostReads sought = hostReads();
+    ASSERT_EQ(readFrame(*file, frame).data, dayPicture(frame)) << frame;
+    ASSERT_LE(hostReads().calls - sought.calls, 2u) << frame;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Recording, Day, testing::Values("out.m4v", "out.ismv"), [](const auto& info) {
+  return std::string(info.param) == "out.m4v" ? "SoundApart" : "AllInOne";
+});
+
+}  // namespace

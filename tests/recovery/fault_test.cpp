@@ -1,0 +1,120 @@
+// Writes, waits for the disk and replacements that fail at any point of a recording.
+#include "recovery.h"
+#include "support/log_capture.h"
+
+namespace {
+
+// Two full segments and a part of a third, whose last fragment is not full.
+constexpr std::uint32_t kFrames = 2 * kSegmentFrames + 7;
+
+struct Outcome {
+  bool took = true;    // every sample
+  bool closed = true;  // without complaint
+};
+
+Outcome record(const TempFolder& folder, const Kind& kind, FaultPlan plan) {
+  LogCapture log;
+  setFaults(plan);
+  MediaFile file = startKind(folder, kind);
+  if (!file) return {false, false};
+  Outcome outcome;
+  outcome.took = writeAll(*file, kind, kFrames);
+  outcome.closed = closeFile(file) == VL_OK;
+  return outcome;
+}
+
+class Faults : public testing::TestWithParam<std::pair<Kind, Fault>> {};
+
+TEST_P(Faults, AtAnyCallLeaveWhatWasListedAndARepairableRest) {
+  const auto& [kind, fault] = GetParam();
+  std::uint64_t calls = 0;
+  {
+    const TempFolder folder;
+    ASSERT_TRUE(record(folder, kind, {}).closed);
+    calls = hostCalls();
+    expectFrames(folder.file(kind.manifest()), kFrames);
+  }
+  ASSERT_GT(calls, 50u);
+  for (std::uint64_t n = 1; n <= calls; ++n) {
+    SCOPED_TRACE("call " + std::to_string(n));
+    const TempFolder folder;
+    const Outcome outcome = record(folder, kind, {fault, n});
+    ASSERT_TRUE(faultHappened());
+    const HostCallKind at = faultedKind();
+    setFaults({});
+    const bool ofMedia = at == HostCallKind::Write || at == HostCallKind::Flush;
+    // The host is told of media that were not written; lists are nobody's affair.
+    const bool opened = n > 1;
+    const bool companionNotCreated = n == 2 && kind.soundApart();
+    if (ofMedia && !companionNotCreated) {
+      EXPECT_FALSE(outcome.took && outcome.closed);
+    }
+    if (!ofMedia && fault != Fault::DiskFull) {
+      EXPECT_TRUE(outcome.took && outcome.closed);
+    }
+    if (!opened) continue;
+    expectListsWhole(folder);
+    // Without its file for sound the recording takes no sound.
+    expectRepairable(folder, companionNotCreated ? kPictureAlone : kind);
+    if (testing::Test::HasFailure()) break;
+  }
+}
+
+std::string nameOf(const testing::TestParamInfo<std::pair<Kind, Fault>>& info) {
+  const auto& [kind, fault] = info.param;
+  const std::string what = fault == Fault::Fail    ? "Fail"
+                           : fault == Fault::Short ? "ComeUpShort"
+                                                   : "FindTheDiskFull";
+  return std::string(!kind.hasSound ? "Picture" : kind.soundApart() ? "SoundApart" : "AllInOne") + what;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Recording, Faults,
+    testing::Values(std::pair{kSoundApart, Fault::Fail}, std::pair{kSoundApart, Fault::Short},
+                    std::pair{kSoundApart, Fault::DiskFull}, std::pair{kAllInOne, Fault::Fail},
+                    std::pair{kAllInOne, Fault::Short}, std::pair{kAllInOne, Fault::DiskFull}),
+    nameOf);
+
+// ---- Repair itself ----------------------------------------------------------------------------------
+
+// A recording with sound apart, cut off within the second segment, its last fragments torn.
+std::map<std::string, Bytes> cutOff() {
+  const TempFolder folder;
+  std::map<std::string, Bytes> files;
+  MediaFile file = startKind(folder, kSoundApart);
+  writeAll(*file, kSoundApart, kSegmentFrames + 7);
+  files = filesOf(folder);
+  for (const char* name : {"out.m4v", "out.m4a"}) files[name].resize(files[name].size() - 3);
+  return files;
+}
+
+TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesWhole) {
+  const auto before = cutOff();
+  std::map<std::string, Bytes> whole;
+  {
+    const TempFolder folder;
+    fill(folder, before);
+    setFaults({});
+    repairRecording(folder.file("out.mpd"));
+    whole = filesOf(folder);
+  }
+  const std::uint64_t calls = hostCalls();
+  ASSERT_GE(calls, 9u);
+  for (const Fault fault : {Fault::Fail, Fault::Short, Fault::DiskFull}) {
+    for (std::uint64_t n = 1; n <= calls; ++n) {
+      SCOPED_TRACE("call " + std::to_string(n));
+      const TempFolder folder;
+      fill(folder, before);
+      {
+        LogCapture log;
+        setFaults({fault, n});
+        EXPECT_THROW(repairRecording(folder.file("out.m4v")), ToolError);
+        setFaults({});
+      }
+      repairRecording(folder.file("out.m4v"));
+      EXPECT_EQ(filesOf(folder), whole);
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+// Recordings that are made to be cut off, and what must be true of them whatever happened.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <string>
+
+#include "boxes/sidx.h"
+#include "boxes/trun.h"
+#include "commands.h"
+#include "plugin/recording.h"
+#include "repair.h"
+#include "source_file.h"
+#include "support/fault_host.h"
+#include "verify.h"
+
+// A key frame every two frames: fragments of 2 frames, segments of 20.
+inline constexpr std::uint32_t kInterval = 2;
+inline constexpr std::uint32_t kFragmentFrames = 2;
+inline constexpr std::uint32_t kSegmentFrames = 20;
+// Coded frames of sound in a fragment of a file of its own: 3.13 for two frames of video, rounded up.
+inline constexpr std::uint32_t kSoundFragmentFrames = 4;
+
+// Small frames, no two of one size beside each other.
+inline Bytes picture(std::uint32_t frame) {
+  return frameBytes(frame, 10 + frame % 7);
+}
+inline Bytes sound(std::uint32_t frame) {
+  return frameBytes(frame, 5 + frame % 3);
+}
+
+// Coded frames of sound that play until the end of so many frames of video.
+inline std::uint32_t soundOf(std::uint32_t frames) {
+  return static_cast<std::uint32_t>(std::uint64_t{frames} * 48000 * 1001 / (30000ull * 1024));
+}
+
+struct Kind {
+  const char* name;  // that the recording is asked for by
+  bool hasSound;
+  std::uint32_t captions;
+
+  bool soundApart() const { return hasSound && media() == "out.m4v"; }
+  std::string media() const { return std::string(name) == "out.mp4" ? "out.m4v" : name; }
+  std::string manifest() const { return std::string(name) == "out.mp4" ? "out.mpd" : "out.xml"; }
+};
+inline constexpr Kind kPictureAlone{"out.mp4", false, 0};
+inline constexpr Kind kSoundApart{"out.mp4", true, 0};
+inline constexpr Kind kAllInOne{"out.ismv", true, QVR_CAPTIONS_608 | QVR_CAPTIONS_708};
+
+inline MediaFile startKind(const TempFolder& folder, const Kind& kind) {
+  RecordingDescription d;
+  d.soundMask = kind.hasSound ? 3 : 0;
+  d.captions = kind.captions;
+  MediaFile file = createFile(folder.file(kind.name));
+  if (!file) return file;
+  file->SetCodecOption(1, 0, 8, kInterval, nullptr);
+  describeVideo(*file, d);
+  if (kind.hasSound) describeSound(*file, d);
+  return file;
+}
+
+// Frames of video, each behind the sound that it plays with. Returns whether all were taken.
+inline bool writeAll(CAMediaFile& file, const Kind& kind, std::uint32_t frames) {
+  std::uint32_t sounds = 0;
+  for (std::uint32_t i = 0; i < frames; ++i) {
+    for (; kind.hasSound && sounds < soundOf(i + 1); ++sounds) {
+      if (writeSample(file, 3, QVR_MODE_AUDIO, sound(sounds), sounds) != VL_OK) return false;
+    }
+    const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
+    if (writeSample(file, 1, QVR_MODE_VIDEO, picture(i), i, flags) != VL_OK) return false;
+  }
+  return true;
+}
+
+// All files of a folder, by name.
+inline std::map<std::string, Bytes> filesOf(const TempFolder& folder) {
+  std::map<std::string, Bytes> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+    files[entry.path().filename().string()] = readFile(entry.path());
+  return files;
+}
+
+inline void fill(const TempFolder& folder, const std::map<std::string, Bytes>& files) {
+  for (const auto& [name, bytes] : files) writeFile(folder.file(name), bytes);
+}
+
+// Samples of a track of the fragments that stand whole in a file, counted by hand.
+inline std::uint32_t wholeSamples(const std::string& path, const std::string& track = "traf") {
+  const std::uint64_t size = std::filesystem::file_size(path);
+  BoxFile file(path);
+  std::uint32_t samples = 0;
+  for (Mp4Box* box = file.root->first; box && box->next; box = box->next) {
+    if (box->type != Mp4FourCc("moof") || box->next->end() > size) continue;
+    const auto* trun =
+        Mp4PayloadOf<mp4::TrackRunBox>(Mp4BoxGet(nullptr, box, true, "%s/trun", track.c_str()));
+    if (trun) samples += trun->sampleCount;
+  }
+  return samples;
+}
+
+// A segment that a list names: the bytes [start, end) of a file.
+struct ListedSegment {
+  std::string media;
+  std::uint64_t start = 0;
+  std::uint64_t end = 0;
+  bool operator==(const ListedSegment&) const = default;
+};
+
+// The segments of a playlist, whose lines must all be whole.
+inline std::vector<ListedSegment> segmentsOfPlaylist(const std::string& text) {
+  static const std::regex header(
+      "#EXTM3U\n#EXT-X-VERSION:7\n#EXT-X-TARGETDURATION:[0-9]+\n#EXT-X-MEDIA-SEQUENCE:0\n"
+      "#EXT-X-INDEPENDENT-SEGMENTS\n#EXT-X-MAP:URI=\"[^\"]+\",BYTERANGE=\"[0-9]+@0\"\n"
+      "#EXT-X-PROGRAM-DATE-TIME:[0-9TZ:.-]+\n((?:#EXTINF:[^#]*#EXT-X-BYTERANGE:[^#]*)*)(?:#EXT-X-ENDLIST\n)"
+      "?");
+  static const std::regex entry(
+      "#EXTINF:[0-9]+\\.[0-9]{3},\n#EXT-X-BYTERANGE:([0-9]+)@([0-9]+)\n([^\n#]+)\n");
+  std::smatch whole;
+  EXPECT_TRUE(std::regex_match(text, whole, header)) << text;
+  std::vector<ListedSegment> segments;
+  std::string rest = whole.size() > 1 ? whole[1].str() : "";
+  for (std::smatch match; std::regex_search(rest, match, entry, std::regex_constants::match_continuous);
+       rest = match.suffix())
+    segments.push_back({match[3], std::stoull(match[2]), std::stoull(match[2]) + std::stoull(match[1])});
+  EXPECT_EQ(rest, "") << "entries are whole";
+  return segments;
+}
+
+// The segments of a manifest, which must be a whole document.
+inline std::vector<ListedSegment> segmentsOfManifest(const std::string& text) {
+  EXPECT_EQ(text.rfind("</MPD>\n"), text.size() - 7) << text;
+  static const std::regex part("<BaseURL>([^<]+)</BaseURL>|mediaRange=\"([0-9]+)-([0-9]+)\"");
+  std::vector<ListedSegment> segments;
+  std::string media;
+  for (std::sregex_iterator match(text.begin(), text.end(), part), end; match != end; ++match) {
+    if ((*match)[1].matched)
+      media = (*match)[1];
+    else
+      segments.push_back({media, std::stoull((*match)[2]), std::stoull((*match)[3]) + 1});
+  }
+  return segments;
+}
+
+// What all lists of a folder name, by the list.
+inline std::map<std::string, std::vector<ListedSegment>> listedIn(const TempFolder& folder) {
+  std::map<std::string, std::vector<ListedSegment>> lists;
+  for (const auto& [name, bytes] : filesOf(folder)) {
+    const std::string text(bytes.begin(), bytes.end());
+    if (name.ends_with(".m3u8")) lists[name] = segmentsOfPlaylist(text);
+    if (name.ends_with(".mpd") || name.ends_with(".xml")) lists[name] = segmentsOfManifest(text);
+  }
+  return lists;
+}
+
+// A listed segment is on the disk: an index, then whole fragments, as many bytes as the index says.
+inline void expectWhole(const TempFolder& folder, const ListedSegment& segment) {
+  const Bytes bytes = readFile(folder.file(segment.media));
+  ASSERT_LE(segment.end, bytes.size()) << segment.media;
+  const std::uint64_t length = segment.end - segment.start;
+  Mp4MemoryStream stream(bytes.data() + segment.start, length);
+  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const auto* index = Mp4PayloadOf<mp4::SegmentIndexBox>(root->first);
+  ASSERT_NE(index, nullptr) << segment.media << " at " << segment.start;
+  std::uint64_t end = root->first->end();
+  for (const auto& reference : index->references) end += reference.referencedSize;
+  EXPECT_EQ(end, length);
+  EXPECT_EQ(root->last->end(), length);
+  EXPECT_EQ(root->last->type, Mp4FourCc("mdat"));
+}
+
+inline void expectListsWhole(const TempFolder& folder) {
+  for (const auto& [name, segments] : listedIn(folder)) {
+    for (const ListedSegment& segment : segments) expectWhole(folder, segment);
+  }
+}
+
+// Every frame of video reads back through the plug-in, and nothing but them.
+inline void expectFrames(const std::string& path, std::uint32_t frames) {
+  const MediaFile file = openFile(path);
+  ASSERT_NE(file, nullptr) << path;
+  ASSERT_EQ(file->GetTotalFrames(), frames) << path;
+  for (std::uint32_t i = 0; i < frames; ++i)
+    ASSERT_EQ(readFrame(*file, i).data, picture(i)) << path << ' ' << i;
+}
+
+// Every coded frame of sound is there.
+inline void expectSound(const std::string& path, std::uint32_t frames) {
+  SourceFile file(path);
+  const SourceTrack* const track = file.findHandler(Mp4FourCc("soun"));
+  ASSERT_EQ(track ? track->samples.size() : 0, frames) << path;
+  for (std::uint32_t i = 0; i < frames; ++i) {
+    const auto bytes = file.read(track->samples[i]);
+    ASSERT_EQ(Bytes(bytes.begin(), bytes.end()), sound(i)) << path << ' ' << i;
+  }
+}
+
+inline std::string problemsOf(const Verification& verification) {
+  std::string text;
+  for (const Problem& problem : verification.problems.kept())
+    text += problem.file + ": " + problem.text + "\n";
+  return text;
+}
+
+// Repairs what is left of a recording and holds the result against what was whole before: nothing of it is
+// lost, all of it is listed, verification is content, and a second repair changes nothing.
+inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
+  const std::string media = folder.file(kind.media());
+  const bool hasMovie = BoxFile(media).topLevel().starts_with("ftyp moov") &&
+                        BoxFile(media).root->first->next->end() <= std::filesystem::file_size(media);
+  if (!hasMovie) {
+    EXPECT_THROW(repairRecording(media), ToolError);
+    return;
+  }
+  const auto listed = listedIn(folder);
+  const std::uint32_t frames = wholeSamples(media);
+  const std::string soundFile = folder.file(kind.soundApart() ? "out.m4a" : kind.media());
+  const std::uint32_t sounds =
+      !kind.hasSound ? 0 : wholeSamples(soundFile, kind.soundApart() ? "traf" : "traf[1]");
+
+  repairRecording(media);
+  const Verification verification = verifyRecording(media);
+  EXPECT_EQ(verification.problems.count(), 0u) << problemsOf(verification);
+  EXPECT_EQ(verification.frames, frames);
+  EXPECT_EQ(verification.soundFrames, sounds);
+  expectListsWhole(folder);
+  for (const auto& [name, before] : listed) {
+    const auto after = listedIn(folder)[name];
+    for (const ListedSegment& segment : before) {
+      if (segment.end > std::filesystem::file_size(folder.file(segment.media))) continue;
+      EXPECT_NE(std::find(after.begin(), after.end(), segment), after.end())
+          << name << " lost " << segment.start;
+    }
+  }
+  if (frames != 0) {
+    expectFrames(media, frames);
+    expectFrames(folder.file(kind.manifest()), frames);
+  }
+  if (sounds != 0) expectSound(soundFile, sounds);
+
+  const auto once = filesOf(folder);
+  EXPECT_TRUE(repairRecording(media).empty());
+  EXPECT_EQ(filesOf(folder), once) << "a second repair changes nothing";
+}

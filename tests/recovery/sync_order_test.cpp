@@ -1,0 +1,92 @@
+// What a list names is on the disk before the list names it, at every segment.
+#include "recovery.h"
+
+namespace {
+
+// What would be found on the disk if the power failed: every file as it was when the host last waited for it.
+class Disk {
+ public:
+  explicit Disk(const TempFolder& folder) : folder_(folder) {
+    observeHostCalls([this](const HostCall& call) { take(call); });
+  }
+  ~Disk() { observeHostCalls({}); }
+
+  int listings = 0;  // that named segments
+
+ private:
+  void take(const HostCall& call) {
+    if (call.kind == HostCallKind::Flush) {
+      lasting_[fileNameOf(call.path)] = readFile(call.path);
+    } else if (call.kind == HostCallKind::Replace) {
+      check(segmentsOfManifest({static_cast<const char*>(call.content), call.contentBytes}));
+    } else if (call.kind == HostCallKind::FlushStream) {
+      for (const char* name : {"out.m3u8", "outA.m3u8"}) {
+        if (std::filesystem::exists(folder_.file(name)))
+          check(segmentsOfPlaylist(textOf(folder_.file(name))));
+      }
+    }
+  }
+
+  void check(const std::vector<ListedSegment>& segments) {
+    for (const ListedSegment& segment : segments) {
+      const Bytes& lasting = lasting_[segment.media];
+      const Bytes now = readFile(folder_.file(segment.media));
+      ASSERT_LE(segment.end, lasting.size()) << segment.media;
+      ASSERT_TRUE(std::equal(now.begin() + static_cast<std::ptrdiff_t>(segment.start),
+                             now.begin() + static_cast<std::ptrdiff_t>(segment.end),
+                             lasting.begin() + static_cast<std::ptrdiff_t>(segment.start)))
+          << segment.media << " at " << segment.start;
+      expectWhole(folder_, segment);
+    }
+    if (!segments.empty()) ++listings;
+  }
+
+  const TempFolder& folder_;
+  std::map<std::string, Bytes> lasting_;
+};
+
+class SyncOrder : public testing::TestWithParam<Kind> {};
+
+TEST_P(SyncOrder, MediaReachTheDiskAheadOfTheListsThatNameThem) {
+  const Kind& kind = GetParam();
+  const TempFolder folder;
+  setFaults({});
+  const Disk disk(folder);
+  MediaFile file = startKind(folder, kind);
+  ASSERT_TRUE(writeAll(*file, kind, 4 * kSegmentFrames + 7));
+  ASSERT_EQ(closeFile(file), VL_OK);
+  // Each of five segments is listed in a playlist and in the manifest; the last saving of the latter follows.
+  EXPECT_GE(disk.listings, kind.soundApart() ? 20 : 10);
+}
+
+TEST_P(SyncOrder, RepairedMediaReachTheDiskAheadOfTheLists) {
+  const Kind& kind = GetParam();
+  const TempFolder folder;
+  {
+    const TempFolder original;
+    MediaFile file = startKind(original, kind);
+    writeAll(*file, kind, kSegmentFrames + 9);
+    fill(folder, filesOf(original));
+  }
+  setFaults({});
+  std::vector<HostCallKind> calls;
+  observeHostCalls([&](const HostCall& call) { calls.push_back(call.kind); });
+  repairRecording(folder.file(kind.media()));
+  observeHostCalls({});
+  // Each media file: the index, the wait for it; then the lists.
+  const auto firstList = std::find(calls.begin(), calls.end(), HostCallKind::Replace);
+  ASSERT_NE(firstList, calls.end());
+  ASSERT_NE(firstList, calls.begin());
+  EXPECT_EQ(*std::prev(firstList), HostCallKind::Flush);
+  EXPECT_EQ(std::count(firstList, calls.end(), HostCallKind::Write), 0);
+  EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Write), kind.soundApart() ? 2 : 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kPictureAlone, kSoundApart, kAllInOne),
+                         [](const auto& info) {
+                           return !info.param.hasSound      ? "Picture"
+                                  : info.param.soundApart() ? "SoundApart"
+                                                            : "AllInOne";
+                         });
+
+}  // namespace

@@ -1,0 +1,200 @@
+// A recording cut at every byte of its last two fragments; and what repair makes of one against what ending
+// it there would have written.
+#include <gmock/gmock.h>
+
+#include "recovery.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+// Where the last two fragments of a file begin, which may lie in two segments.
+std::uint64_t lastTwoFragments(const std::string& path) {
+  std::vector<std::uint64_t> starts;
+  BoxFile file(path);
+  for (const Mp4Box* box = file.root->first; box; box = box->next) {
+    if (box->type == Mp4FourCc("moof")) starts.push_back(box->position);
+  }
+  return starts.at(starts.size() - 2);
+}
+
+std::map<std::string, Bytes> recorded(const Kind& kind, std::uint32_t frames) {
+  const TempFolder folder;
+  MediaFile file = startKind(folder, kind);
+  EXPECT_TRUE(writeAll(*file, kind, frames));
+  EXPECT_EQ(closeFile(file), VL_OK);
+  return filesOf(folder);
+}
+
+struct Cut {
+  Kind kind;
+  const char* media;
+  std::uint32_t frames;
+  const char* name;
+};
+
+class Truncated : public testing::TestWithParam<Cut> {};
+
+TEST_P(Truncated, AtEveryByteOfItsLastTwoFragmentsIsMadeWhole) {
+  const auto& [kind, media, frames, name] = GetParam();
+  const auto files = recorded(kind, frames);
+  std::uint64_t from = 0;
+  {
+    const TempFolder folder;
+    fill(folder, files);
+    from = lastTwoFragments(folder.file(media));
+  }
+  const std::uint64_t size = files.at(media).size();
+  ASSERT_GT(size, from + 250);
+  for (std::uint64_t length = from; length < size; ++length) {
+    SCOPED_TRACE("length " + std::to_string(length));
+    const TempFolder folder;
+    fill(folder, files);
+    std::filesystem::resize_file(folder.file(media), length);
+    EXPECT_NE(verifyRecording(folder.file(media)).problems.count(), 0u);
+    expectRepairable(folder, kind);
+    if (testing::Test::HasFailure()) break;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Recording, Truncated,
+                         testing::Values(Cut{kSoundApart, "out.m4v", kSegmentFrames + 6, "Video"},
+                                         Cut{kSoundApart, "out.m4a", kSegmentFrames + 6, "Sound"},
+                                         // The last fragment has a segment to itself.
+                                         Cut{kPictureAlone, "out.m4v", kSegmentFrames + 1,
+                                             "VideoAcrossSegments"},
+                                         Cut{kAllInOne, "out.ismv", kSegmentFrames + 6, "AllInOne"}),
+                         [](const auto& info) { return info.param.name; });
+
+// ---- As if it had been ended there ------------------------------------------------------------------
+
+std::map<std::string, Bytes> withoutDates(std::map<std::string, Bytes> files) {
+  for (auto& [name, bytes] : files) {
+    if (name.ends_with(".m4v") || name.ends_with(".m4a") || name.ends_with(".ismv")) continue;
+    const std::string text = withoutTime({bytes.begin(), bytes.end()});
+    bytes.assign(text.begin(), text.end());
+  }
+  return files;
+}
+
+class CutOff : public testing::TestWithParam<Kind> {};
+
+// Frames by frames: the files as the recording left them, without having been ended.
+TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
+  const Kind& kind = GetParam();
+  const TempFolder folder;
+  MediaFile file = startKind(folder, kind);
+  std::uint32_t sounds = 0;
+  for (std::uint32_t frames = kFragmentFrames; frames <= 2 * kSegmentFrames + kFragmentFrames;
+       frames += kFragmentFrames) {
+    for (std::uint32_t i = frames - kFragmentFrames; i < frames; ++i) {
+      for (; kind.hasSound && sounds < soundOf(i + 1); ++sounds)
+        ASSERT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, sound(sounds), sounds), VL_OK);
+      ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, picture(i), i,
+                            i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
+                VL_OK);
+    }
+    const TempFolder cut;
+    fill(cut, filesOf(folder));
+    repairRecording(cut.file(kind.media()));
+
+    // Of sound apart, whole fragments only.
+    const std::uint32_t wholeSounds =
+        kind.soundApart() ? sounds / kSoundFragmentFrames * kSoundFragmentFrames : sounds;
+    if (kind.soundApart() && wholeSounds == 0) continue;  // its file would not have been begun
+    const TempFolder reference;
+    MediaFile ended = startKind(reference, kind);
+    std::uint32_t written = 0;
+    for (std::uint32_t i = 0; i < frames; ++i) {
+      for (; kind.hasSound && written < std::min(soundOf(i + 1), wholeSounds); ++written)
+        ASSERT_EQ(writeSample(*ended, 3, QVR_MODE_AUDIO, sound(written), written), VL_OK);
+      ASSERT_EQ(writeSample(*ended, 1, QVR_MODE_VIDEO, picture(i), i,
+                            i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
+                VL_OK);
+    }
+    ASSERT_EQ(closeFile(ended), VL_OK);
+    auto is = withoutDates(filesOf(cut)), due = withoutDates(filesOf(reference));
+    // Before the first segment is listed nothing says what bit rate the host announced.
+    if (kind.soundApart() && !filesOf(folder).contains("out.mpd")) {
+      for (auto* files : {&is, &due}) {
+        Bytes& bytes = (*files)["out.mpd"];
+        const std::string text = std::regex_replace(std::string(bytes.begin(), bytes.end()),
+                                                    std::regex("bandwidth=\"[0-9]+\""), "");
+        bytes.assign(text.begin(), text.end());
+      }
+    }
+    for (const auto& [name, bytes] : due)
+      EXPECT_EQ(std::string(is[name].begin(), is[name].end()), std::string(bytes.begin(), bytes.end()))
+          << name << " after " << frames << " frames";
+    EXPECT_EQ(is.size(), due.size());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Recording, CutOff, testing::Values(kPictureAlone, kSoundApart, kAllInOne),
+                         [](const auto& info) {
+                           return !info.param.hasSound      ? "Picture"
+                                  : info.param.soundApart() ? "SoundApart"
+                                                            : "AllInOne";
+                         });
+
+TEST(Repaired, KeepsWhenTheRecordingBegan) {
+  const auto files = recorded(kSoundApart, kSegmentFrames + 6);
+  const TempFolder folder;
+  fill(folder, files);
+  std::filesystem::resize_file(folder.file("out.m4v"), files.at("out.m4v").size() - 1);
+  repairRecording(folder.file("out.m4v"));
+  const auto dates = [](const std::string& text) {
+    const std::regex date("20[0-9]{2}-[0-9T:.-]+Z");
+    return std::vector<std::string>(std::sregex_token_iterator(text.begin(), text.end(), date), {});
+  };
+  for (const char* name : {"out.mpd", "out.m3u8"}) {
+    const Bytes& before = files.at(name);
+    EXPECT_EQ(dates(textOf(folder.file(name))), dates({before.begin(), before.end()})) << name;
+  }
+}
+
+TEST(Repaired, WithoutAnyListGetsAllOfThem) {
+  auto files = recorded(kSoundApart, kSegmentFrames + 6);
+  const auto due = withoutDates(files);
+  for (const char* name : {"out.mpd", "out.m3u8", "outA.m3u8"}) files.erase(name);
+  const TempFolder folder;
+  fill(folder, files);
+  repairRecording(folder.file("out.m4v"));
+  const auto is = withoutDates(filesOf(folder));
+  EXPECT_EQ(is.at("out.m3u8"), due.at("out.m3u8"));
+  EXPECT_EQ(is.at("outA.m3u8"), due.at("outA.m3u8"));
+  EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("<BaseURL>out.m4a</BaseURL>"));
+  expectRepairable(folder, kSoundApart);
+}
+
+TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {
+  auto files = recorded(kPictureAlone, kSegmentFrames + 6);
+  std::uint64_t at = 0;
+  {
+    const TempFolder folder;
+    fill(folder, files);
+    at = BoxFile(folder.file("out.m4v")).at("moof[5]")->position;
+  }
+  files["out.m4v"][at + 4] = 'x';
+  const TempFolder folder;
+  fill(folder, files);
+  const Verification found = verifyRecording(folder.file("out.m4v"));
+  EXPECT_FALSE(found.problems.repairable());
+  EXPECT_THAT(problemsOf(found), HasSubstr("whole fragments stand behind the damage"));
+  EXPECT_THROW(repairRecording(folder.file("out.m4v")), ToolError);
+  EXPECT_EQ(filesOf(folder), files);
+}
+
+TEST(Repaired, WhatIsBeingWrittenIsLeftAlone) {
+  const TempFolder folder;
+  MediaFile file = startKind(folder, kPictureAlone);
+  writeAll(*file, kPictureAlone, kSegmentFrames + 6);
+  const auto before = filesOf(folder);
+  EXPECT_TRUE(verifyRecording(folder.file("out.m4v")).beingWritten);
+  EXPECT_THROW(repairRecording(folder.file("out.m4v")), ToolError);
+  EXPECT_EQ(filesOf(folder), before);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(verifyRecording(folder.file("out.m4v")).problems.count(), 0u);
+}
+
+}  // namespace

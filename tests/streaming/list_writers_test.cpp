@@ -1,0 +1,189 @@
+// The manifest and the playlists of a recording, as they are written.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "mpd_writer.h"
+#include "playlist_writer.h"
+#include "support/comma_locale.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+std::string textOf(const std::string& path) {
+  const auto bytes = readFile(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+// ---- Durations --------------------------------------------------------------------------------------
+
+TEST(DurationText, CountsHoursMinutesAndHundredths) {
+  EXPECT_EQ(DurationText(0, {30000, 1001}), "PT0H0M0.00S");
+  EXPECT_EQ(DurationText(5400, {30, 1}), "PT0H3M0.00S");
+  EXPECT_EQ(DurationText(5400, {30000, 1000}), "PT0H3M0.00S");
+  EXPECT_EQ(DurationText(1, {30000, 1001}), "PT0H0M0.03S");
+  EXPECT_EQ(DurationText(107892, {30000, 1001}), "PT0H59M60.00S") << "as the two decimals round";
+  EXPECT_EQ(DurationText(25u * 86400, {25, 1}), "PT24H0M0.00S");
+}
+
+// ---- Playlists --------------------------------------------------------------------------------------
+
+PlaylistSettings settings() {
+  return {"out.m4v", 30000.0 / 1001, 300, 701, "2016-09-21T08:15:30.250Z"};
+}
+
+constexpr char kHeader[] =
+    "#EXTM3U\n"
+    "#EXT-X-VERSION:7\n"
+    "#EXT-X-TARGETDURATION:10\n"
+    "#EXT-X-MEDIA-SEQUENCE:0\n"
+    "#EXT-X-INDEPENDENT-SEGMENTS\n"
+    "#EXT-X-MAP:URI=\"out.m4v\",BYTERANGE=\"701@0\"\n"
+    "#EXT-X-PROGRAM-DATE-TIME:2016-09-21T08:15:30.250Z\n";
+
+TEST(PlaylistWriter, BeginsWithTheHeaderAndIsReadableAtOnce) {
+  const TempFolder folder;
+  PlaylistWriter playlist;
+  playlist.Start(folder.file("out.m3u8"), settings());
+  EXPECT_EQ(textOf(folder.file("out.m3u8")), kHeader);
+}
+
+TEST(PlaylistWriter, ListsEachSegmentAtOnceAndEnds) {
+  const CommaLocale locale;
+  const TempFolder folder;
+  PlaylistWriter playlist;
+  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.AddSegment(300, 701, 5000000000);
+  const std::string first =
+      std::string(kHeader) + "#EXTINF:10.010,\n#EXT-X-BYTERANGE:4999999299@701\nout.m4v\n";
+  EXPECT_EQ(textOf(folder.file("out.m3u8")), first);
+  playlist.AddSegment(307, 5000000000, 5000000100);
+  playlist.End();
+  EXPECT_EQ(textOf(folder.file("out.m3u8")),
+            first + "#EXTINF:0.234,\n#EXT-X-BYTERANGE:100@5000000000\nout.m4v\n#EXT-X-ENDLIST\n");
+}
+
+TEST(PlaylistWriter, StartedAgainReplacesWhatWasThere) {
+  const TempFolder folder;
+  PlaylistWriter playlist;
+  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.AddSegment(300, 701, 1000);
+  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.AddSegment(150, 701, 1000);
+  EXPECT_EQ(textOf(folder.file("out.m3u8")),
+            std::string(kHeader) + "#EXTINF:5.005,\n#EXT-X-BYTERANGE:299@701\nout.m4v\n");
+}
+
+TEST(PlaylistWriter, WithoutAFileEveryCallIsNothing) {
+  const TempFolder folder;
+  PlaylistWriter playlist;
+  playlist.AddSegment(1, 2, 3);
+  playlist.End();
+  playlist.Start(folder.file("missing/out.m3u8"), settings());
+  playlist.AddSegment(300, 701, 1000);
+  playlist.End();
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(PlaylistText, RoundsItsTargetDurationAndHoldsItAtTheLargestNumber) {
+  EXPECT_EQ(PlaylistTargetDuration(300, 30000.0 / 1001), 10u);
+  EXPECT_EQ(PlaylistTargetDuration(481280, 48000), 10u);
+  EXPECT_EQ(PlaylistTargetDuration(14, 30), 0u);
+  EXPECT_EQ(PlaylistTargetDuration(15, 30), 1u);
+  EXPECT_EQ(PlaylistTargetDuration(0, 30), 0u);
+  EXPECT_EQ(PlaylistTargetDuration(~0ull, 1), 0xFFFFFFFFu);
+}
+
+// ---- Manifests --------------------------------------------------------------------------------------
+
+MpdVideo video() {
+  MpdVideo video;
+  video.profile = 0x64;
+  video.level = 0x1E;
+  video.width = 320;
+  video.height = 180;
+  video.rate = {30000, 1001};
+  video.segments = {"out.m4v", 30000, 300300, 700};
+  video.startTime = "2016-09-21T08:15:30.250Z";
+  return video;
+}
+
+TEST(MpdWriter, WritesPictureAndSoundInTheirPlaces) {
+  MpdWriter manifest("");
+  const MpdWriter::List pictures = manifest.BeginVideo(video(), true);
+  const MpdWriter::List sounds = manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  manifest.AddSegment(sounds, 661, 2181, 813);
+  manifest.AddSegment(pictures, 701, 4305, 853);
+  manifest.AddSegment(pictures, 4305, 6000000000, 4457);
+  manifest.SetDuration(5400);
+  EXPECT_EQ(
+      manifest.Text(),
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" minBufferTime=\"PT1.500000S\" type=\"static\" "
+      "profiles=\"urn:mpeg:dash:profile:isoff-on-demand:2011\" "
+      "mediaPresentationDuration=\"PT0H3M0.18S\" availabilityStartTime=\"2016-09-21T08:15:30.250Z\" "
+      "publishTime=\"2016-09-21T08:15:30.250Z\">\n"
+      "    <Period start=\"PT0H0M0.00S\" id=\"1\">\n"
+      "        <AdaptationSet>\n"
+      "            <Representation id=\"1\" mimeType=\"video/mp4\" codecs=\"avc1.64001e\" width=\"320\" "
+      "height=\"180\" frameRate=\"30000/1001\" bandwidth=\"0\">\n"
+      "                <BaseURL>out.m4v</BaseURL>\n"
+      "                <SegmentList timescale=\"30000\" duration=\"300300\">\n"
+      "                    <Initialization range=\"0-700\"/>\n"
+      "                    <SegmentURL mediaRange=\"701-4304\" indexRange=\"701-853\"/>\n"
+      "                    <SegmentURL mediaRange=\"4305-5999999999\" indexRange=\"4305-4457\"/>\n"
+      "                </SegmentList>\n"
+      "            </Representation>\n"
+      "        </AdaptationSet>\n"
+      "        <AdaptationSet>\n"
+      "            <Representation id=\"2\" mimeType=\"audio/mp4\" codecs=\"mp4a.40.02\" "
+      "audioSamplingRate=\"48000\" bandwidth=\"128000\">\n"
+      "                <BaseURL>out.m4a</BaseURL>\n"
+      "                <SegmentList timescale=\"48000\" duration=\"481280\">\n"
+      "                    <Initialization range=\"0-660\"/>\n"
+      "                    <SegmentURL mediaRange=\"661-2180\" indexRange=\"661-813\"/>\n"
+      "                </SegmentList>\n"
+      "            </Representation>\n"
+      "        </AdaptationSet>\n"
+      "    </Period>\n"
+      "</MPD>\n");
+}
+
+TEST(MpdWriter, NamesTheSoundOfTheSameFile) {
+  MpdVideo both = video();
+  both.sound = {0x40, 44100};
+  MpdWriter manifest("");
+  manifest.BeginVideo(both, false);
+  EXPECT_THAT(manifest.Text(), HasSubstr("codecs=\"avc1.64001e,mp4a.40.02\""));
+  EXPECT_THAT(manifest.Text(), HasSubstr("bandwidth=\"0\" audioSamplingRate=\"44100\">"));
+  EXPECT_THAT(manifest.Text(), HasSubstr("mediaPresentationDuration=\"PT0S\""))
+      << "until something is written";
+  EXPECT_THAT(manifest.Text(), Not(HasSubstr("<AdaptationSet/>")));
+}
+
+TEST(MpdWriter, LeavesAPlaceForSoundThatDoesNotCome) {
+  MpdWriter manifest("");
+  manifest.BeginVideo(video(), true);
+  EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));
+}
+
+TEST(MpdWriter, SavesWhatIsThereAndNothingBefore) {
+  const TempFolder folder;
+  MpdWriter manifest(folder.file("out.mpd"));
+  manifest.SetDuration(10);
+  manifest.Save();
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "not begun";
+  const MpdWriter::List list = manifest.BeginVideo(video(), false);
+  manifest.Save();
+  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
+  manifest.AddSegment(list, 701, 4305, 853);
+  EXPECT_THAT(textOf(folder.file("out.mpd")), Not(HasSubstr("SegmentURL")));
+  manifest.Save();
+  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
+}
+
+}  // namespace

@@ -1,0 +1,163 @@
+#include "support/fault_host.h"
+
+#include <dlfcn.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <map>
+
+#include "vlutil.h"
+
+namespace {
+
+struct State {
+  FaultPlan plan;
+  std::uint64_t calls = 0;
+  std::uint64_t steps = 0;
+  bool happened = false;
+  HostCallKind kind = HostCallKind::Write;
+  std::function<void(const HostCall&)> observer;
+  std::map<VLHANDLE, std::string> paths;
+};
+
+State& state() {
+  static State& only = *new State;
+  return only;
+}
+
+// The function of this name that the program would have without this layer.
+template <class Function>
+Function* next(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// What becomes of a call that is to write so many bytes.
+struct Verdict {
+  bool fails = false;
+  std::uint64_t bytes = 0;  // of a failing write: those that get through
+  bool kills = false;       // behind those bytes
+};
+
+Verdict judge(HostCallKind kind, std::uint64_t bytes) {
+  State& s = state();
+  const std::uint64_t before = s.steps;
+  ++s.calls;
+  s.steps += 1 + bytes;
+  const FaultPlan& plan = s.plan;
+  if (plan.fault == Fault::Kill && s.steps >= plan.at) return {true, plan.at - before - 1, true};
+  const bool writes = kind != HostCallKind::Flush;
+  const bool now = plan.fault != Fault::None && plan.fault != Fault::Kill && s.calls == plan.at;
+  const bool still = plan.fault == Fault::DiskFull && s.calls > plan.at && writes;
+  if (!now && !still) return {};
+  if (!s.happened) s.kind = kind;
+  s.happened = true;
+  return {true, now && plan.fault != Fault::Fail ? bytes / 2 : 0, false};
+}
+
+[[noreturn]] void dieNow() {
+  kill(getpid(), SIGKILL);
+  for (;;) pause();
+}
+
+void tell(const HostCall& call) {
+  if (state().observer) state().observer(call);
+}
+
+}  // namespace
+
+void setFaults(FaultPlan plan) {
+  State& s = state();
+  s.plan = plan;
+  s.calls = s.steps = 0;
+  s.happened = false;
+}
+std::uint64_t hostCalls() {
+  return state().calls;
+}
+std::uint64_t hostSteps() {
+  return state().steps;
+}
+HostCallKind faultedKind() {
+  return state().kind;
+}
+bool faultHappened() {
+  return state().happened;
+}
+void observeHostCalls(std::function<void(const HostCall&)> observer) {
+  state().observer = std::move(observer);
+}
+
+VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
+                        std::uint32_t disposition, std::uint32_t attributes, VLHANDLE templateFile) {
+  static const auto create = next<decltype(vlOSCreateFile)>("vlOSCreateFile");
+  const VLHANDLE handle = create(path, access, share, security, disposition, attributes, templateFile);
+  if (handle != VL_INVALID_HANDLE) state().paths[handle] = path;
+  return handle;
+}
+
+std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t count, std::uint32_t* done) {
+  static const auto write = next<decltype(vlOSWriteFile)>("vlOSWriteFile");
+  const Verdict verdict = judge(HostCallKind::Write, count);
+  if (!verdict.fails) {
+    const auto offset = static_cast<std::uint64_t>(vlOSTell(file));
+    const std::int32_t result = write(file, buffer, count, done);
+    if (result) tell({HostCallKind::Write, state().paths[file], offset, count});
+    return result;
+  }
+  const auto some = static_cast<std::uint32_t>(std::min<std::uint64_t>(verdict.bytes, count));
+  if (some != 0) write(file, buffer, some, nullptr);
+  if (verdict.kills) dieNow();
+  if (done) *done = some;
+  return 0;
+}
+
+std::int32_t vlOSFlushFile(VLHANDLE file) {
+  static const auto flush = next<decltype(vlOSFlushFile)>("vlOSFlushFile");
+  const Verdict verdict = judge(HostCallKind::Flush, 0);
+  if (verdict.kills) dieNow();
+  if (verdict.fails) return 0;
+  const std::int32_t result = flush(file);
+  if (result) tell({HostCallKind::Flush, state().paths[file]});
+  return result;
+}
+
+std::int32_t vlOSReplaceFile(const char* path, const void* content, std::size_t count) {
+  static const auto replace = next<decltype(vlOSReplaceFile)>("vlOSReplaceFile");
+  const Verdict verdict = judge(HostCallKind::Replace, 0);
+  if (verdict.kills) dieNow();
+  if (verdict.fails) return 0;
+  const std::int32_t result = replace(path, content, count);
+  if (result) tell({HostCallKind::Replace, path, 0, 0, content, count});
+  return result;
+}
+
+// What waits in a stream whose flush fails gets through when it is closed, as it may on a real disk.
+extern "C" __attribute__((visibility("default"))) int fflush(std::FILE* stream) {
+  static const auto flush = next<int(std::FILE*)>("fflush");
+  if (!stream || stream == stdin || stream == stdout || stream == stderr) return flush(stream);
+  const Verdict verdict = judge(HostCallKind::FlushStream, 0);
+  if (verdict.kills) dieNow();
+  if (verdict.fails) {
+    errno = ENOSPC;
+    return EOF;
+  }
+  const int result = flush(stream);
+  if (result == 0) tell({HostCallKind::FlushStream, ""});
+  return result;
+}
+
+extern "C" __attribute__((visibility("default"))) int truncate(const char* path, off_t length) noexcept {
+  static const auto cut = next<int(const char*, off_t)>("truncate");
+  const Verdict verdict = judge(HostCallKind::Cut, 0);
+  if (verdict.kills) dieNow();
+  if (verdict.fails) {
+    errno = EIO;
+    return -1;
+  }
+  const int result = cut(path, length);
+  if (result == 0) tell({HostCallKind::Cut, path, static_cast<std::uint64_t>(length)});
+  return result;
+}

@@ -1,0 +1,33 @@
+// Linked into every test program: switches FFmpeg off for it and for what it starts, so that what they find
+// does not depend on the machine, and keeps them off the user's configuration store.
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/temp_folder.h"
+
+namespace {
+
+class FFmpegOff {
+ public:
+  FFmpegOff() {
+    const std::string text = "Framewright\\Codecs\\FFMPEG\\AllowFFMPEG=0\n";
+    writeFile(folder_->file("vlhost.conf"), {text.begin(), text.end()});
+    setenv("VLHOST_CONFIG", folder_->file("vlhost.conf").c_str(), 1);
+  }
+  // The folder stays when a child of the test program ends.
+  ~FFmpegOff() {
+    if (getpid() == process_) delete folder_;
+  }
+  FFmpegOff(const FFmpegOff&) = delete;
+  FFmpegOff& operator=(const FFmpegOff&) = delete;
+
+ private:
+  pid_t process_ = getpid();
+  TempFolder* folder_ = new TempFolder;
+};
+
+const FFmpegOff ffmpegOff;
+
+}  // namespace

@@ -1,0 +1,238 @@
+// Checking and repairing recordings with the program, as users do.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "fmp4.h"
+#include "support/box_builder.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+using Files = std::map<std::string, Bytes>;
+
+// Four seconds with sound in fragments of half a second, packaged once.
+class Verify : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    const TempFolder media;
+    makeMedia(media.file("source.mp4"), pictureInput(4, "30", "160x96") + toneInput(4) + h264Codec(15, 0) +
+                                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
+    for (const char* name : {"out.mp4", "both.ismv"})
+      runOrThrow(
+          {VL_BIN_DIR "/fmp4", "--quiet", "package", media.file("source.mp4"), "--output", media.file(name)});
+    files_ = new Files;
+    for (const auto& entry : std::filesystem::directory_iterator(media.path())) {
+      const std::string name = entry.path().filename().string();
+      if (name != "source.mp4") (*files_)[name] = readFile(entry.path());
+    }
+  }
+  static void TearDownTestSuite() { delete files_; }
+
+  void SetUp() override {
+    for (const auto& [name, bytes] : *files_) writeFile(folder_.file(name), bytes);
+  }
+
+  std::string text(const std::string& name) const {
+    const Bytes bytes = readFile(folder_.file(name));
+    return {bytes.begin(), bytes.end()};
+  }
+  void edit(const std::string& name, const std::string& from, const std::string& to) {
+    std::string changed = text(name);
+    const std::size_t at = changed.find(from);
+    ASSERT_NE(at, std::string::npos) << from;
+    changed.replace(at, from.size(), to);
+    writeFile(folder_.file(name), {changed.begin(), changed.end()});
+  }
+  // What verification of the recording says of this damage; repair then puts it right.
+  std::string foundAndRepaired() {
+    const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
+    EXPECT_EQ(found.exitCode, 1);
+    EXPECT_THAT(found.out, HasSubstr("run: fmp4 repair " + folder_.file("out.m4v")));
+    EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).exitCode, 0);
+    EXPECT_EQ(fmp4({"verify", folder_.file("out.m4v")}).exitCode, 0);
+    return found.out;
+  }
+
+  static Files* files_;
+  TempFolder folder_;
+};
+Files* Verify::files_ = nullptr;
+
+TEST_F(Verify, ARecordingIsWholeByEveryNameOfIt) {
+  for (const char* name : {"out.mp4", "out.m4v", "out.m4a", "out.mpd", "out.m3u8", "outA.m3u8",
+                           "out.master.m3u8", "both.ismv", "both.xml", "both.m3u8", "both.master.m3u8"}) {
+    const RunResult result = fmp4({"verify", folder_.file(name)});
+    EXPECT_EQ(result.exitCode, 0) << name << '\n' << result.out;
+    EXPECT_THAT(result.out, StartsWith(folder_.file(name) + " is whole: 120 frames, "));
+    EXPECT_THAT(result.err, IsEmpty());
+  }
+  EXPECT_THAT(fmp4({"verify", folder_.file("out.mpd")}).out, HasSubstr(" in 6 files\n"));
+  EXPECT_THAT(fmp4({"verify", folder_.file("both.xml")}).out, HasSubstr(" in 4 files\n"));
+}
+
+TEST_F(Verify, AWholeRecordingIsNotTouchedByRepair) {
+  const RunResult result = fmp4({"repair", folder_.file("out.mpd")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out, folder_.file("out.mpd") + " is whole: nothing to repair\n");
+  for (const auto& [name, bytes] : *files_) EXPECT_EQ(readFile(folder_.file(name)), bytes) << name;
+}
+
+TEST_F(Verify, JsonSaysTheSame) {
+  std::filesystem::resize_file(folder_.file("out.m4a"), files_->at("out.m4a").size() - 1);
+  const RunResult result = fmp4({"verify", "--json", folder_.file("out.m4a")});
+  EXPECT_EQ(result.exitCode, 1);
+  const auto report = nlohmann::json::parse(result.out);
+  EXPECT_EQ(report["whole"], false);
+  EXPECT_EQ(report["frames"], 120);
+  EXPECT_EQ(report["durationSeconds"], 4.0);
+  EXPECT_EQ(report["files"],
+            nlohmann::json({"out.m4v", "out.m4a", "out.mpd", "out.m3u8", "outA.m3u8", "out.master.m3u8"}));
+  EXPECT_EQ(report["problems"][0]["file"], "out.m4a");
+  EXPECT_TRUE(report["problems"][0]["offset"].is_number());
+  EXPECT_EQ(report["problems"][0]["repairable"], true);
+  EXPECT_EQ(report["problemCount"], report["problems"].size());
+}
+
+TEST_F(Verify, SaysWhereTheFileWasCutOffAndThatItsListsKnowMore) {
+  const std::uint64_t size = files_->at("out.m4v").size();
+  std::filesystem::resize_file(folder_.file("out.m4v"), size - 100);
+  const std::string found = foundAndRepaired();
+  EXPECT_THAT(found, HasSubstr("out.m4v: byte "));
+  EXPECT_THAT(found, HasSubstr("the recording was cut off: the last "));
+  EXPECT_THAT(found, HasSubstr("(the fragment's media data are missing or cut off)"));
+  EXPECT_THAT(found, HasSubstr("reference 7 of the index says "));
+  EXPECT_THAT(found,
+              HasSubstr("out.mpd: MPD has mediaPresentationDuration=\"PT0H0M4.00S\" where the media make it "
+                        "\"PT0H0M3.50S\""));
+  EXPECT_THAT(
+      found,
+      HasSubstr("out.m3u8: line 8 says \"#EXTINF:4.000,\" where the media make it \"#EXTINF:3.500,\""));
+  EXPECT_THAT(found, HasSubstr("out.master.m3u8: line 5 says "));
+  EXPECT_THAT(text("out.mpd"), HasSubstr("PT0H0M3.50S"));
+}
+
+TEST_F(Verify, MissesListsThatAreNotThere) {
+  std::filesystem::remove(folder_.file("out.mpd"));
+  std::filesystem::remove(folder_.file("outA.m3u8"));
+  const std::string found = foundAndRepaired();
+  EXPECT_THAT(found, HasSubstr("out.mpd: it is missing, or cannot be read"));
+  EXPECT_THAT(found, HasSubstr("outA.m3u8: it is missing, or cannot be read"));
+  EXPECT_EQ(text("outA.m3u8").size(), files_->at("outA.m3u8").size());
+}
+
+TEST_F(Verify, FindsWhatListsSayWrong) {
+  edit("out.m3u8", "#EXT-X-ENDLIST\n", "");
+  edit("out.mpd", "<Initialization range=\"0-", "<Initialization rang=\"0-");
+  const std::string found = foundAndRepaired();
+  EXPECT_THAT(found, HasSubstr("out.m3u8: its end marker \"#EXT-X-ENDLIST\" is missing"));
+  EXPECT_THAT(
+      found,
+      HasSubstr("out.mpd: MPD/Period/AdaptationSet/Representation/SegmentList/Initialization lacks range="));
+  edit("out.m3u8", "@", "@1");
+  edit("out.mpd", "mediaRange=\"", "mediaRange=\"9");
+  const std::string ranges = foundAndRepaired();
+  EXPECT_THAT(ranges, HasSubstr("out.m3u8: line 6 says "));
+  EXPECT_THAT(ranges, HasSubstr("SegmentURL has mediaRange=\"9"));
+  edit("out.mpd", "</MPD>", "");
+  EXPECT_THAT(foundAndRepaired(), HasSubstr("out.mpd: it is no whole XML document"));
+  EXPECT_EQ(text("out.m3u8").size(), files_->at("out.m3u8").size());
+}
+
+TEST_F(Verify, FindsWhatAnIndexSaysWrong) {
+  Bytes bytes = files_->at("out.m4v");
+  const Bytes name = {'s', 'i', 'd', 'x'};
+  const auto index = std::search(bytes.begin(), bytes.end(), name.begin(), name.end());
+  *(index + 28 + 3) ^= 1;  // of the first reference's size
+  writeFile(folder_.file("out.m4v"), bytes);
+  EXPECT_THAT(foundAndRepaired(), HasSubstr("reference 0 of the index says "));
+  EXPECT_EQ(readFile(folder_.file("out.m4v")), files_->at("out.m4v"));
+  std::fill(index + 28, index + 28 + 120, 0);
+  writeFile(folder_.file("out.m4v"), bytes);
+  EXPECT_THAT(foundAndRepaired(), HasSubstr("the index of the segment was not completed"));
+  EXPECT_EQ(readFile(folder_.file("out.m4v")), files_->at("out.m4v"));
+}
+
+// Changes a byte behind the first occurrence of a box type.
+Bytes changed(Bytes bytes, const char* type, std::ptrdiff_t behindType) {
+  const Bytes name(type, type + 4);
+  const auto at = std::search(bytes.begin(), bytes.end(), name.begin(), name.end());
+  *(at + behindType) ^= 1;
+  return bytes;
+}
+
+TEST_F(Verify, TellsWhatCannotBeRepaired) {
+  struct Damage {
+    const char* type;
+    std::ptrdiff_t behindType;
+    const char* message;
+  };
+  for (const auto& [type, behindType, message] :
+       {Damage{"mfhd", 11, "the fragment has sequence number 0 where 1 is due"},
+        Damage{"tfdt", 11, "track 1 has decode time 1 where 0 is due"},
+        Damage{"stts", 11, "the sample tables of track 1 are not empty"}}) {
+    Bytes bytes = changed(files_->at("out.m4v"), type, behindType);
+    writeFile(folder_.file("out.m4v"), bytes);
+    const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
+    EXPECT_EQ(found.exitCode, 1);
+    EXPECT_THAT(found.out, HasSubstr(message));
+    EXPECT_THAT(found.out, HasSubstr("not all of this can be repaired"));
+    EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).exitCode, 1);
+    EXPECT_EQ(readFile(folder_.file("out.m4v")), bytes);
+  }
+}
+
+TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
+  for (const auto& [type, behindType, message] :
+       {std::tuple{"moof", 3, "no fragment stands here"},
+        std::tuple{"trun", 11, "the data offset of track 1 does not lead to where its samples are"}}) {
+    writeFile(folder_.file("out.m4v"), changed(files_->at("out.m4v"), type, behindType));
+    const Bytes before = readFile(folder_.file("out.m4v"));
+    EXPECT_THAT(fmp4({"verify", folder_.file("out.m4v")}).out,
+                HasSubstr("whole fragments stand behind the damage"));
+    const RunResult refused = fmp4({"repair", folder_.file("out.m4v")});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_THAT(refused.err, HasSubstr("it was not just cut off, and nothing was changed"));
+    EXPECT_EQ(readFile(folder_.file("out.m4v")), before);
+  }
+}
+
+TEST_F(Verify, RefusesWhatIsNoRecording) {
+  const auto refused = [this](const std::string& name) {
+    const RunResult result = fmp4({"verify", folder_.file(name)});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.out, IsEmpty());
+    EXPECT_EQ(fmp4({"repair", folder_.file(name)}).exitCode, 1);
+    return result.err;
+  };
+  EXPECT_THAT(refused("missing.m4v"), HasSubstr("belongs to no recording"));
+  writeFile(folder_.file("text.m4v"), {'h', 'e', 'l', 'l', 'o'});
+  EXPECT_THAT(refused("text.m4v"), HasSubstr("does not begin with a whole file type box"));
+  makeMedia(folder_.file("plain.mp4"), pictureInput(0.2) + h264Codec());
+  EXPECT_THAT(refused("plain.mp4"), HasSubstr("has a file type other than that of recordings"));
+  Bytes start = files_->at("out.m4v");
+  start.resize(200);
+  writeFile(folder_.file("start.m4v"), start);
+  EXPECT_THAT(refused("start.m4v"), HasSubstr("ends ahead of its movie box: nothing was recorded"));
+}
+
+TEST_F(Verify, AListLeadsToNoFileButThoseBesideIt) {
+  std::filesystem::create_directory(folder_.file("lists"));
+  const std::string manifest = text("out.mpd");
+  for (const char* name : {"../out.m4v", "/dev/zero", "..", ""}) {
+    std::string led = manifest;
+    led.replace(led.find("out.m4v"), 7, name);
+    writeFile(folder_.file("lists/x.mpd"), {led.begin(), led.end()});
+    EXPECT_THAT(fmp4({"verify", folder_.file("lists/x.mpd")}).err, HasSubstr("belongs to no recording"))
+        << name;
+  }
+}
+
+}  // namespace

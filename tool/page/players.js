@@ -1,0 +1,93 @@
+// The players, all used in one way: start(video, recording, report) makes `video` play a recording and gives back
+// a function that ends it. Every error a player tells of is reported as {text, fatal}.
+import {mediaUrl} from './recording.js';
+
+// Loads a script of the page once.
+const scripts = new Map();
+function script(name) {
+  if (!scripts.has(name)) {
+    scripts.set(name, new Promise((resolve, reject) => {
+      const element = document.createElement('script');
+      element.src = `/page/${name}`;
+      element.onload = resolve;
+      element.onerror = () => reject(new Error(`/page/${name} cannot be had`));
+      document.head.append(element);
+    }));
+  }
+  return scripts.get(name);
+}
+
+async function startHlsJs(video, recording, report) {
+  await script('hls.min.js');
+  const hls = new Hls();
+  hls.on(Hls.Events.ERROR, (_, data) =>
+    report({text: `${data.type}: ${data.details}: ${data.error?.message ?? data.reason ?? ''}`, fatal: data.fatal}));
+  hls.loadSource(playlistUrl(recording));
+  hls.attachMedia(video);
+  return () => hls.destroy();
+}
+
+async function startDashJs(video, recording, report) {
+  await script('dash.all.min.js');
+  const player = dashjs.MediaPlayer().create();
+  player.updateSettings({debug: {logLevel: dashjs.Debug.LOG_LEVEL_NONE}});
+  player.on(dashjs.MediaPlayer.events.ERROR, ({error}) =>
+    report({text: `${error.code}: ${error.message}`, fatal: true}));
+  player.initialize(video, mediaUrl(recording.manifest), false);
+  return () => player.destroy();
+}
+
+const kDash = 'application/dash+xml', kHls = 'application/vnd.apple.mpegurl';
+
+async function startShaka(video, url, type, report) {
+  await script('shaka-player.compiled.js');
+  const player = new shaka.Player();
+  const tell = (error) => report({
+    text: `${error.code}: ${error.message} ${JSON.stringify(error.data?.map(String) ?? [])}`,
+    fatal: error.severity === shaka.util.Error.Severity.CRITICAL,
+  });
+  player.addEventListener('error', ({detail}) => tell(detail));
+  await player.attach(video);
+  player.load(url, null, type).catch(tell);
+  return () => player.destroy();
+}
+
+async function startBrowser(video, url, report) {
+  const onError = () => report({text: `${video.error.code}: ${video.error.message}`, fatal: true});
+  video.addEventListener('error', onError);
+  video.src = url;
+  return () => {
+    video.removeEventListener('error', onError);
+    video.removeAttribute('src');
+    video.load();
+  };
+}
+
+// While a recording goes on there is no master playlist yet: one is made here of its two media playlists.
+function playlistUrl(recording) {
+  if (recording.playlist.endsWith('.master.m3u8') || !recording.soundPlaylist) return mediaUrl(recording.playlist);
+  const master = '#EXTM3U\n#EXT-X-VERSION:7\n' +
+    `#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID="audio",NAME="Audio",DEFAULT=YES,URI="${mediaUrl(recording.soundPlaylist)}"\n` +
+    `#EXT-X-STREAM-INF:BANDWIDTH=1,AUDIO="audio"\n${mediaUrl(recording.playlist)}\n`;
+  return URL.createObjectURL(new Blob([master], {type: kHls}));
+}
+
+export const players = {
+  'hls.js': {label: 'hls.js · HLS', needs: 'playlist', start: startHlsJs},
+  'dash.js': {label: 'dash.js · DASH', needs: 'manifest', start: startDashJs},
+  'shaka-dash': {
+    label: 'Shaka Player · DASH',
+    needs: 'manifest',
+    start: (video, recording, report) => startShaka(video, mediaUrl(recording.manifest), kDash, report),
+  },
+  'shaka-hls': {
+    label: 'Shaka Player · HLS',
+    needs: 'playlist',
+    start: (video, recording, report) => startShaka(video, playlistUrl(recording), kHls, report),
+  },
+  'browser': {
+    label: 'the browser · HLS',
+    needs: 'playlist',
+    start: (video, recording, report) => startBrowser(video, mediaUrl(recording.playlist), report),
+  },
+};

@@ -1,0 +1,51 @@
+// What the page knows of a recording, beyond the server's list: what its DASH manifest says.
+
+// The time that ISO 8601 durations of manifests state, in seconds.
+function secondsOf(duration) {
+  const parts = /^PT(?:(\d+)H)?(?:(\d+)M)?(?:([\d.]+)S)?$/.exec(duration ?? '');
+  return parts ? Number(parts[1] ?? 0) * 3600 + Number(parts[2] ?? 0) * 60 + Number(parts[3] ?? 0) : 0;
+}
+
+export function mediaUrl(file) {
+  return new URL(`/media/${encodeURIComponent(file)}`, location.href).href;
+}
+
+export async function listRecordings() {
+  const response = await fetch('/recordings.json');
+  if (!response.ok) throw new Error(`the list of recordings cannot be had (${response.status})`);
+  return response.json();
+}
+
+// `text` of a manifest, read into width, height, frameRate (frames a second), codecs, seconds, and the video's media
+// file with its initialisation and segments ({first, last} bytes), each segmentSeconds long but the last.
+export function readManifest(text) {
+  const root = new DOMParser().parseFromString(text, 'text/xml').documentElement;
+  const representations = [...root.getElementsByTagName('Representation')];
+  const video = representations.find((each) => each.getAttribute('mimeType') === 'video/mp4');
+  const sound = representations.find((each) => each.getAttribute('mimeType') === 'audio/mp4');
+  const [rate, scale] = (video?.getAttribute('frameRate') ?? '0/1').split('/').map(Number);
+  const codecs = [video, sound].flatMap((each) => each?.getAttribute('codecs')?.split(',') ?? []);
+  const list = video?.getElementsByTagName('SegmentList')[0];
+  const range = (element, name) => {
+    const [first, last] = (element?.getAttribute(name) ?? '0-0').split('-').map(Number);
+    return {first, last};
+  };
+  return {
+    width: Number(video?.getAttribute('width') ?? 0),
+    height: Number(video?.getAttribute('height') ?? 0),
+    frameRate: rate / (scale || 1),
+    codecs,
+    seconds: secondsOf(root.getAttribute('mediaPresentationDuration')),
+    file: video?.getElementsByTagName('BaseURL')[0]?.textContent ?? '',
+    initialization: range(video?.getElementsByTagName('Initialization')[0], 'range'),
+    segmentSeconds: Number(list?.getAttribute('duration') ?? 0) / Number(list?.getAttribute('timescale') ?? 1),
+    segments: [...(video?.getElementsByTagName('SegmentURL') ?? [])].map((each) => range(each, 'mediaRange')),
+  };
+}
+
+// The same of a recording of the list; null when it has no manifest.
+export async function describeRecording(recording) {
+  if (!recording.manifest) return null;
+  const response = await fetch(mediaUrl(recording.manifest));
+  return response.ok ? readManifest(await response.text()) : null;
+}

@@ -1,0 +1,36 @@
+// What is wrong with a recording.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct Problem {
+  std::string file;                     // name and extension
+  std::optional<std::uint64_t> offset;  // of the byte in the file where it begins
+  std::string text;
+  bool repairable = false;
+};
+
+// Problems in the order of their finding. Those beyond a number that anybody reads are only counted.
+class ProblemList {
+ public:
+  static constexpr std::size_t kMostKept = 100;
+
+  void add(Problem problem) {
+    ++count_;
+    repairable_ = repairable_ && problem.repairable;
+    if (kept_.size() < kMostKept) kept_.push_back(std::move(problem));
+  }
+  std::uint64_t count() const { return count_; }
+  const std::vector<Problem>& kept() const { return kept_; }
+  // Whether all can be put right.
+  bool repairable() const { return repairable_; }
+
+ private:
+  std::vector<Problem> kept_;
+  std::uint64_t count_ = 0;
+  bool repairable_ = true;
+};
