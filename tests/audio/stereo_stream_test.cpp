@@ -118,12 +118,6 @@ TEST(StereoStream, ModesThatChangeDecodeLikeFfmpeg) {
   }));
 }
 
-TEST(StereoStream, PhasesThatComeAndGoDecodeLikeFfmpeg) {
-  ExpectLikeFfmpeg(Generate(3, [](int block) {
-    return PsGeneratorOptions{.phases = block % 4 < 2, .lowestPhases = false, .otherExtension = true};
-  }));
-}
-
 // With one envelope: ffmpeg goes through several ones of the last payload again, where the last parameters
 // stay as they are (8.6.4.6.2).
 TEST(StereoStream, BlocksWithoutAPayloadDecodeLikeFfmpeg) {
