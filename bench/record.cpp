@@ -105,7 +105,8 @@ bool day(const TempFolder& folder) {
   MFXCLOSE close{};
   entry(file, MFX_CLOSE, &close);
   runOrThrow({VL_BIN_DIR "/fmp4", "verify", path});
-  std::printf("verified; hours: first %.2f s, twelfth %.2f s, last %.2f s\n", seconds[0], seconds[11], seconds[23]);
+  std::printf("verified; hours: first %.2f s, twelfth %.2f s, last %.2f s\n", seconds[0], seconds[11],
+              seconds[23]);
   // The manifest's tree of segments is all that may grow: some hundred bytes each.
   return report("kilobytes grown over 23 hours and 8280 segments", static_cast<double>(grown), "<=", 16384);
 }

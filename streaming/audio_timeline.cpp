@@ -88,8 +88,8 @@ bool AudioTimeline::at(FragmentIndex& index, std::uint64_t number, AudioUnit& un
       [](std::uint64_t wanted, const FragmentStart& start) { return wanted < start.number; });
   while (behind != fragments_.begin()) {
     --behind;
-    const auto found = lastBefore(
-        index, *behind, [number](const AudioUnit& candidate) { return candidate.number > number; });
+    const auto found = lastBefore(index, *behind,
+                                  [number](const AudioUnit& candidate) { return candidate.number > number; });
     if (!found) continue;  // a fragment of runs without units
     unit = *found;
     return unit.number == number;
