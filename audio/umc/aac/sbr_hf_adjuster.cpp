@@ -38,7 +38,8 @@ struct Envelope {
 
 // Moves noise and sinusoids on.
 void PassSlots(int slots, int bands, SbrAdjusterState& state) {
-  state.noiseIndex = static_cast<std::uint16_t>((state.noiseIndex + slots * bands) % kNoisePeriod);
+  state.noiseIndex =
+      static_cast<std::uint16_t>((state.noiseIndex + static_cast<std::size_t>(slots * bands)) % kNoisePeriod);
   state.sineIndex = static_cast<std::uint8_t>((state.sineIndex + slots) % 4);
 }
 
