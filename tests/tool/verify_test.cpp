@@ -131,6 +131,13 @@ TEST_F(Verify, MissesListsThatAreNotThere) {
 TEST_F(Verify, FindsWhatListsSayWrong) {
   edit("out.m3u8", "#EXT-X-ENDLIST\n", "");
   edit("out.mpd", "<Initialization range=\"0-", "<Initialization rang=\"0-");
+  // A manifest of other media tells no start; that of the playlist may be a millisecond later.
+  const auto between = [](const std::string& text, const std::string& before, char behind) {
+    const std::size_t start = text.find(before) + before.size();
+    return text.substr(start, text.find(behind, start) - start);
+  };
+  edit("out.mpd", between(text("out.mpd"), "availabilityStartTime=\"", '"'),
+       between(text("out.m3u8"), "#EXT-X-PROGRAM-DATE-TIME:", '\n'));
   const std::string found = foundAndRepaired();
   EXPECT_THAT(found, HasSubstr("out.m3u8: its end marker \"#EXT-X-ENDLIST\" is missing"));
   EXPECT_THAT(
