@@ -136,8 +136,10 @@ TEST_F(Verify, FindsWhatListsSayWrong) {
     const std::size_t start = text.find(before) + before.size();
     return text.substr(start, text.find(behind, start) - start);
   };
-  edit("out.mpd", between(text("out.mpd"), "availabilityStartTime=\"", '"'),
-       between(text("out.m3u8"), "#EXT-X-PROGRAM-DATE-TIME:", '\n'));
+  for (const char* const name : {"availabilityStartTime=\"", "publishTime=\""}) {
+    edit("out.mpd", name + between(text("out.mpd"), name, '"'),
+         name + between(text("out.m3u8"), "#EXT-X-PROGRAM-DATE-TIME:", '\n'));
+  }
   const std::string found = foundAndRepaired();
   EXPECT_THAT(found, HasSubstr("out.m3u8: its end marker \"#EXT-X-ENDLIST\" is missing"));
   EXPECT_THAT(
