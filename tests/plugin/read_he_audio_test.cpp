@@ -103,7 +103,8 @@ constexpr struct {
 } kToEntry[] = {{"moov", 8}, {"trak", 8}, {"mdia", 8}, {"minf", 8}, {"stbl", 8}, {"stsd", 16}, {"mp4a", 36}};
 
 std::uint32_t bigEndian(const Bytes& bytes, std::size_t at) {
-  return std::uint32_t{bytes[at]} << 24 | bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3];
+  return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 |
+         std::uint32_t{bytes[at + 2]} << 8 | bytes[at + 3];
 }
 
 // The offset of the child of that type between two offsets.
