@@ -36,7 +36,9 @@ std::string placeOf(const XMLElement* element) {
     ++rank;
   const tinyxml2::XMLNode* const parent = element->Parent();
   const std::string start = parent && parent->ToElement() ? placeOf(parent->ToElement()) + "/" : "";
-  return start + element->Name() + (rank != 0 ? "[" + std::to_string(rank) + "]" : "");
+  std::string place = start + element->Name();
+  if (rank != 0) place.append("[").append(std::to_string(rank)).append("]");
+  return place;
 }
 
 std::string attributeDifference(const XMLElement* expected, const XMLElement* actual) {

@@ -44,9 +44,9 @@ BitRate bitRateOf(const std::string& playlist) {
 std::string codecsText(std::span<const std::uint8_t> avcRecord, std::span<const std::uint8_t> audioConfig) {
   std::string text = "avc1";
   if (avcRecord.size() > 1)
-    text += "." + hexText(avcRecord.subspan(1, std::min<std::size_t>(3, avcRecord.size() - 1)));
+    text.append(".").append(hexText(avcRecord.subspan(1, std::min<std::size_t>(3, avcRecord.size() - 1))));
   if (const auto config = parseAudioConfig(audioConfig))
-    text += ",mp4a.40." + std::to_string(config->objectType);
+    text.append(",mp4a.40.").append(std::to_string(config->objectType));
   return text;
 }
 
