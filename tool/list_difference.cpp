@@ -95,6 +95,6 @@ std::string playlistDifference(std::string_view expected, std::string_view actua
 std::string manifestDifference(std::string_view expected, std::string_view actual) {
   tinyxml2::XMLDocument due, is;
   if (!ParseManifestDocument(actual, is) || !is.RootElement()) return "it is no whole XML document";
-  if (!ParseManifestDocument(expected, due)) return "";
+  if (!ParseManifestDocument(expected, due) || !due.RootElement()) return "";
   return elementDifference(due.RootElement(), is.RootElement());
 }
