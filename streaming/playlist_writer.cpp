@@ -3,13 +3,14 @@
 #include <filesystem>
 
 #include "number_text.h"
+#include "vlpath.h"
 #include "vlutil.h"
 
 void PlaylistWriter::Start(const PlaylistSettings& settings) {
   settings_ = settings;
   lastEnd_ = 0;
   writtenBytes_ = 0;
-  file_.reset(std::fopen(settings.path.c_str(), "w"));
+  file_ = std::ofstream(vlPath(settings.path));
   char date[64] = "", time[64] = "";
   vlOSGetDateTimeString(date, sizeof date, time, sizeof time);
   const auto duration =
@@ -40,18 +41,17 @@ void PlaylistWriter::AddSegment(std::uint64_t endPosition, std::uint64_t start, 
 
 void PlaylistWriter::End() {
   append("#EXT-X-ENDLIST\n");
-  file_.reset();
+  file_.close();
 }
 
 // Players read the file while it grows: an entry that did not get through whole is taken back.
 void PlaylistWriter::append(const std::string& lines) {
-  if (!file_) return;
-  if (std::fputs(lines.c_str(), file_.get()) >= 0 && std::fflush(file_.get()) == 0) {
-    std::error_code unknown;
-    writtenBytes_ = std::filesystem::file_size(settings_.path, unknown);
+  if (!file_.is_open()) return;
+  if (file_ << lines << std::flush) {
+    writtenBytes_ = static_cast<std::uintmax_t>(file_.tellp());
     return;
   }
-  file_.reset();
+  file_.close();
   std::error_code ignored;
-  std::filesystem::resize_file(settings_.path, writtenBytes_, ignored);
+  std::filesystem::resize_file(vlPath(settings_.path), writtenBytes_, ignored);
 }

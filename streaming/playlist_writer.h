@@ -3,8 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <memory>
+#include <fstream>
 #include <string>
 
 struct PlaylistSettings {
@@ -26,14 +25,10 @@ class PlaylistWriter {
   void End();
 
  private:
-  struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
   void append(const std::string& lines);
 
   PlaylistSettings settings_;
-  std::unique_ptr<std::FILE, Close> file_;
+  std::ofstream file_;               // a text: lines end as the system ends them
   std::uintmax_t writtenBytes_ = 0;  // of whole entries
   std::uint64_t lastEnd_ = 0;        // position at which the last segment ended
 };

@@ -16,6 +16,7 @@
 #include "source_captions.h"
 #include "source_file.h"
 #include "text.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -217,7 +218,7 @@ class Packager {
 };
 
 // The files that packaging may write over.
-std::vector<std::filesystem::path> outputsOf(const std::string& output) {
+std::vector<std::filesystem::path> outputsOf(const std::filesystem::path& output) {
   std::vector<std::filesystem::path> files = {output};
   for (const char* extension : {".m4v", ".m4a", ".mpd", ".xml", ".m3u8", ".master.m3u8"})
     files.push_back(std::filesystem::path(output).replace_extension(extension));
@@ -229,9 +230,9 @@ std::vector<std::filesystem::path> outputsOf(const std::string& output) {
 
 void refuseToOverwrite(const PackageOptions& options) {
   std::error_code ignored;
-  for (const auto& file : outputsOf(options.output))
-    if (std::filesystem::equivalent(options.input, file, ignored))
-      throw ToolError("packaging would write over its source '" + file.string() +
+  for (const auto& file : outputsOf(vlPath(options.output)))
+    if (std::filesystem::equivalent(vlPath(options.input), file, ignored))
+      throw ToolError("packaging would write over its source '" + vlName(file) +
                       "'; give another name for the output");
 }
 
@@ -242,14 +243,14 @@ bool package(const Invocation& invocation, const PackageOptions& options) {
   Packager packager(plugin, source, options);
   packager.run();
   MasterPlaylist master = packager.master();
-  const std::filesystem::path output(options.output);
-  master.video = std::filesystem::path(output).replace_extension(".m3u8").string();
-  const std::filesystem::path audioList = outputsOf(options.output).back();
+  const std::filesystem::path output = vlPath(options.output);
+  master.video = vlName(std::filesystem::path(output).replace_extension(".m3u8"));
+  const std::filesystem::path audioList = outputsOf(output).back();
   const bool soundApart =
       options.output.find(".mp4") != std::string::npos || options.output.find(".m4v") != std::string::npos;
   if (soundApart && source.findHandler(Mp4FourCc("soun")) && !options.noAudio)
-    master.audio = audioList.string();
-  writeMasterPlaylist(std::filesystem::path(output).replace_extension(".master.m3u8").string(), master);
+    master.audio = vlName(audioList);
+  writeMasterPlaylist(vlName(std::filesystem::path(output).replace_extension(".master.m3u8")), master);
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "commands.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ struct BitRate {
 
 // The segments' "#EXTINF:SECONDS," and "#EXT-X-BYTERANGE:LENGTH@OFFSET" lines.
 BitRate bitRateOf(const std::string& path) {
-  std::ifstream file(path);
+  std::ifstream file(vlPath(path));
   if (!file) throw ToolError("'" + path + "' cannot be read");
   BitRate rate;
   double seconds = 0, allSeconds = 0, allBits = 0;
@@ -42,7 +43,7 @@ BitRate bitRateOf(const std::string& path) {
 }
 
 std::string nameOf(const std::string& path) {
-  return std::filesystem::path(path).filename().string();
+  return vlName(vlPath(path).filename());
 }
 
 }  // namespace
@@ -65,7 +66,7 @@ void writeMasterPlaylist(const std::string& path, const MasterPlaylist& master) 
        << std::setprecision(3) << master.framesPerSecond;
   if (!master.audio.empty()) text << ",AUDIO=\"audio\"";
   text << '\n' << nameOf(master.video) << '\n';
-  std::ofstream file(path, std::ios::binary);
+  std::ofstream file(vlPath(path), std::ios::binary);
   if (!(file << text.str()) || !file.flush())
     throw ToolError("'" + path + "' could not be written; is the disk full?");
 }
