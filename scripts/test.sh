@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and runs every test, plain (GCC) and under the sanitizers (Clang), and
-# checks format and headers. Ends with one line; exit 0 only when everything passed.
+# Installs what is missing, builds and runs every test, plain (GCC), under the sanitizers (Clang) and as Windows
+# programs (under Wine, where that can be installed), and checks format, headers and packages. Ends with one
+# line; exit 0 only when everything passed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -68,6 +69,19 @@ step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
 step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 
+step "packages for Windows" scripts/setup.sh windows
+step "configure windows" configure windows
+step "build windows" cmake --build --preset windows -j "$(nproc)"
+not_run=""
+if scripts/setup.sh wine; then
+  step "start Wine" scripts/wine.sh wineboot --init
+  step "tests windows" run_tests windows
+  step "install both packages" scripts/test_packages.sh
+else
+  not_run="; NOT RUN, for Wine cannot be installed: the Windows build"
+  step "install the Debian package" scripts/test_packages.sh debian
+fi
+
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ { sum += $NF } END { print sum }' build/{dev,asan}/tests.log)
-echo "test: all passed: $passed test runs, format and headers, in $SECONDS s"
+echo "test: all passed: $passed test runs, format, headers and packages, in $SECONDS s$not_run"

@@ -25,6 +25,7 @@ enable_sources() {
 Dir::Etc::SourceList "$scratch/apt/none.list";
 Dir::Etc::SourceParts "$scratch/apt/parts";
 Dir::State::Lists "$scratch/apt/lists";
+APT::Sandbox::User "root";
 END
   APT_CONFIG=$scratch/apt/apt.conf apt-get update -qq || true  # a mirror without sources is none of ours
 }
@@ -40,8 +41,8 @@ build() {
   local launcher=()
   if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
   cmake -G Ninja -S "$scratch/$source"-*/ -B "$scratch/build-$source" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DBUILD_SHARED_LIBS=OFF -DBUILD_TESTING=OFF \
-    -Wno-dev "${launcher[@]}" "${options[@]}" >/dev/null
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DBUILD_SHARED_LIBS=OFF \
+    -Wno-dev --no-warn-unused-cli "${launcher[@]}" "${options[@]}" >/dev/null
   cmake --build "$scratch/build-$source" -j "$(nproc)" >/dev/null
   cmake --install "$scratch/build-$source" >/dev/null
   echo "$version" >"$prefix/$source.version"
