@@ -19,6 +19,10 @@ static_assert(VL_OPEN_EXISTING == OPEN_EXISTING && VL_OPEN_ALWAYS == OPEN_ALWAYS
 
 namespace {
 
+// What CreateFile takes along with the attributes and would make of a file something else than one with a
+// position.
+constexpr DWORD kForeignFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_BACKUP_SEMANTICS;
+
 struct OpenedFile {
   HANDLE handle;
   std::int64_t position;  // bytes from the start
@@ -88,7 +92,8 @@ VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t sh
   OpenedFile file = {INVALID_HANDLE_VALUE, 0};
   if (!name.empty()) {
     file.handle = CreateFileW(name.c_str(), access & (VL_GENERIC_READ | VL_GENERIC_WRITE), share,
-                              static_cast<SECURITY_ATTRIBUTES*>(security), *wanted, attributes, nullptr);
+                              static_cast<SECURITY_ATTRIBUTES*>(security), *wanted,
+                              attributes & ~kForeignFlags, nullptr);
   }
   if (file.handle == INVALID_HANDLE_VALUE) {
     fail(GetLastError());
