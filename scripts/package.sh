@@ -53,7 +53,7 @@ debian_dependencies() {
   scratch=$(mktemp -d)
   mkdir "$scratch/debian"
   printf 'Source: fmp4\n\nPackage: fmp4\nArchitecture: amd64\n' >"$scratch/debian/control"
-  (cd "$scratch" && dpkg-shlibdeps -O -l"$root/usr/lib/fmp4" "$root"/usr/lib/fmp4/{fmp4,vlx_fmp4.so,libvlhost.so}) |
+  (cd "$scratch" && dpkg-shlibdeps -O --warnings=0 -l"$root/usr/lib/fmp4" "$root"/usr/lib/fmp4/{fmp4,vlx_fmp4.so,libvlhost.so}) |
     sed 's/^shlibs:Depends=//'
   rm -rf "$scratch"
 }

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "boxes/tfdt.h"
-#include "plugin/recording.h"
+#include "recording.h"
 #include "support/run.h"
 
 namespace {
