@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "exponents.h"
 #include "mantissas.h"
 
 namespace UMC::ac3 {
@@ -184,6 +185,15 @@ bool HasNoBits(const BitStreamInformation& info, const AudioBlock& block) {
          ForEachCoded(info, block, [&](int i) { return block.channels[i].allocation.fineSnrOffset == 0; });
 }
 
+void ListBinsWithBits(CodedChannel& channel) {
+  int count = 0;
+  for (int bin = channel.start; bin < channel.end; ++bin) {
+    channel.bins[count] = static_cast<std::uint8_t>(bin);
+    count += channel.pointers[bin] != 0 ? 1 : 0;
+  }
+  channel.binCount = count;
+}
+
 AllocationKind KindOf(int channel) {
   if (channel == kCoupling) return AllocationKind::kCoupling;
   return channel == kLfe ? AllocationKind::kLfe : AllocationKind::kFull;
@@ -217,10 +227,12 @@ bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, Audio
     channel.allocationStale = false;
     if (noBits) {
       std::fill(channel.pointers + channel.start, channel.pointers + channel.end, std::uint8_t{0});
-      return true;
+    } else if (!AllocateBits(KindOf(i), channel.start, channel.end, channel.exponents, block.allocation,
+                             channel.allocation, sync.frequencyCode, sync.rateShift, channel.pointers)) {
+      return false;
     }
-    return AllocateBits(KindOf(i), channel.start, channel.end, channel.exponents, block.allocation,
-                        channel.allocation, sync.frequencyCode, sync.rateShift, channel.pointers);
+    ListBinsWithBits(channel);
+    return true;
   });
 }
 

@@ -23,7 +23,9 @@ struct CodedChannel {
   bool allocationStale;                     // something that `pointers` depend on has changed
   ChannelAllocation allocation;
   std::uint8_t exponents[kBins];
-  std::uint8_t pointers[kBins];           // bit allocation pointers (bap) of the bins coded
+  std::uint8_t pointers[kBins];  // bit allocation pointers (bap) of the bins coded
+  std::uint8_t bins[kBins];      // those with bits, `binCount` of them, rising
+  int binCount;
   alignas(16) float coefficients[kBins];  // full scale being 1; 0 behind the end
 };
 

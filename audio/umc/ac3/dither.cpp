@@ -10,11 +10,13 @@ DitherGenerator::DitherGenerator(const std::uint8_t* frame, std::size_t bytes) {
 
 void AddDither(const std::uint8_t* pointers, const std::uint8_t* exponents, int start, int end,
                DitherGenerator& generator, float* coefficients) {
+  DitherGenerator local = generator;  // in a register
   for (int bin = start; bin < end; ++bin) {
     // Drawn whether it is needed or not, which is hard to foresee.
-    const float noise = generator.Next(exponents[bin]);
+    const float noise = local.Next(exponents[bin]);
     coefficients[bin] = pointers[bin] == 0 ? noise : coefficients[bin];
   }
+  generator = local;
 }
 
 }  // namespace UMC::ac3

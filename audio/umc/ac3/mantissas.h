@@ -2,6 +2,7 @@
 // 7.3).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "bit_window.h"
@@ -10,8 +11,9 @@
 
 namespace UMC::ac3 {
 
+inline constexpr std::size_t kPointers = 16;
 // Pointers below this one have symmetric quantisers, those from it on two's complement.
-inline constexpr unsigned kFirstAsymmetric = 6;
+inline constexpr std::size_t kFirstAsymmetric = 6;
 
 // Reads the mantissas of one block's channels, one channel after the other.
 class MantissaReader {
@@ -25,8 +27,8 @@ class MantissaReader {
  private:
   // By pointer: the code word of the last group, and how many of its mantissas are still to come.
   struct Groups {
-    std::uint32_t code[kFirstAsymmetric];
-    std::uint32_t left[kFirstAsymmetric];
+    std::uint32_t code[kPointers];
+    std::uint32_t left[kPointers];
   };
 
   template <class Reader>
