@@ -1,7 +1,8 @@
 // The kernels, written once over "lanes": a type that says how many values are worked on at a time and how.
 // Included inside one namespace per instruction set, after WideLanes (as many lanes as there are) and
 // FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas
-// with the instruction set where the compiler needs it.
+// with the instruction set where the compiler needs it, VL_LANES_INLINE functions that must become part of
+// their callers.
 
 // At any address.
 inline void StoreSample(Ipp16s sample, Ipp16s* p) { std::memcpy(p, &sample, sizeof sample); }
@@ -156,7 +157,7 @@ inline void Dft(const Complex<L>* x, Complex<L>* y) {
 
 // A pass whose lanes run over the points that share a twiddle factor; the span is a multiple of the lanes.
 template <int kRadix, class L>
-inline void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+VL_LANES_INLINE void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
                        float* outRe, float* outIm) {
   const auto span = static_cast<std::size_t>(pass.span);
   const auto groups = static_cast<std::size_t>(pass.groups);
@@ -179,7 +180,7 @@ inline void PassAcross(const FftPass& pass, const float* twiddles, const float* 
 }
 
 template <int kRadix>
-inline void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im, float* outRe,
+VL_LANES_INLINE void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im, float* outRe,
                  float* outIm) {
   // The first pass has radix 4: every later span is a multiple of four.
   if (static_cast<std::size_t>(pass.span) % WideLanes::Count() == 0) {
