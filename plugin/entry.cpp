@@ -10,7 +10,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-#define FMP4_EXPORT extern "C" __declspec(dllexport)
+// Exported by exports.def.
+#define FMP4_EXPORT extern "C"
 #else
 #define FMP4_EXPORT extern "C" __attribute__((visibility("default")))
 #endif

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and runs every test, plain (GCC) and under the sanitizers (Clang), and
-# checks format and headers. Ends with one line; exit 0 only when everything passed.
+# Installs what is missing, builds and runs every test, plain (GCC), under the sanitizers (Clang) and as Windows
+# programs (under Wine, where that can be installed), and checks format, headers and packages. Ends with one
+# line; exit 0 only when everything passed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -78,6 +79,19 @@ step "fuzz the AC-3 decoder" fuzz ac3_decoder fuzz/seeds/ac3_decoder
 step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
 step "fuzz band replication" fuzz sbr fuzz/seeds/sbr
 step "fuzz parametric stereo" fuzz ps fuzz/seeds/ps
+
+step "packages for Windows" scripts/setup.sh windows
+step "configure windows" configure windows
+step "build windows" cmake --build --preset windows -j "$(nproc)"
+not_run=""
+if scripts/setup.sh wine; then
+  step "start Wine" scripts/wine.sh wineboot --init
+  step "tests windows" run_tests windows
+  step "install both packages" scripts/test_packages.sh
+else
+  not_run="; NOT RUN, for Wine cannot be installed: the Windows build"
+  step "install the Debian package" scripts/test_packages.sh debian
+fi
 
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ || /^ℹ pass/ { sum += $NF } END { print sum }' \
