@@ -14,9 +14,20 @@ set(VL_LINUX_TESTS
   host/posix/library_test.cpp
   # The export table as nm prints it.
   plugin/posix/exports_test.cpp
-  # They stand in for operator new or vlOSReadFile in the libraries too; Windows binds names to libraries.
+  # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows
+  # binds names to libraries.
   corrupt_test
-  plugin_memory_test)
+  plugin_memory_test
+  recovery_day_test
+  recovery/../support/fault_host.cpp
+  recovery/../support/no_disk_wait.cpp
+  recovery/fault_test.cpp
+  recovery/sync_order_test.cpp
+  audio/ffmpeg_loader_test.cpp
+  # The same, in processes that are made by copying, to be killed.
+  recovery/kill_test.cpp
+  # Links and pipes as parts of a folder, and signals that end a program.
+  tool/posix/serve_test.cpp)
 
 set(VL_WINDOWS_TESTS
   # Share modes, long and UTF-8 names, drive letters.
