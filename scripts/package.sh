@@ -19,14 +19,19 @@ configure_and_build() {
   cmake --build --preset "$1" -j "$(nproc)" --target fmp4 vlx_fmp4
 }
 
-# What the binaries hold of others' work, with the words that their licences want repeated.
+# What the binaries and the served page hold of others' work, with the words that their licences want repeated.
 # Usage: licences DEBIAN_PACKAGE...
 licences() {
-  local package
+  local package player
   echo "fmp4 $version holds parts of the following works."
   for package in "$@"; do
     printf '\n== %s %s\n\n' "$package" "$(dpkg-query --show --showformat='${Version}' "$package")"
     cat "/usr/share/doc/$package/copyright"
+  done
+  for player in dashjs hls.js shaka-player; do
+    printf '\n== %s %s\n\n' "$player" \
+      "$(node -p 'require(process.argv[1]).version' "$PWD/tool/page/node_modules/$player/package.json")"
+    cat "tool/page/node_modules/$player"/LICENSE*
   done
 }
 
@@ -38,9 +43,10 @@ make_windows() {
   mkdir -p "$folder"
   cp build/windows/bin/{vlx_fmp4.dll,vlhost.dll,fmp4.exe} "$folder"
   x86_64-w64-mingw32-strip "$folder"/*.dll "$folder"/*.exe
+  cp -r build/windows/bin/page "$folder"
   # Text for Windows: lines end as its editors expect.
-  licences libtinyxml2-dev libhwy-dev libcli11-dev nlohmann-json3-dev libz-mingw-w64-dev \
-    g++-mingw-w64-x86-64-posix mingw-w64-common | sed 's/$/\r/' >"$folder/THIRD-PARTY-LICENCES.txt"
+  licences libtinyxml2-dev libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev \
+    libz-mingw-w64-dev g++-mingw-w64-x86-64-posix mingw-w64-common | sed 's/$/\r/' >"$folder/THIRD-PARTY-LICENCES.txt"
   sed "s/@VERSION@/$version/; s/\$/\r/" packaging/README-windows.txt >"$folder/README.txt"
   (cd "$packages" && cmake -E tar cf "fmp4-$version-windows.zip" --format=zip "fmp4-$version-windows")
   rm -rf "$folder"
@@ -66,13 +72,14 @@ make_debian() {
   install -D -t "$root/usr/lib/fmp4" build/release/bin/{fmp4,vlx_fmp4.so,libvlhost.so}
   strip --strip-unneeded "$root"/usr/lib/fmp4/*
   chmod 644 "$root"/usr/lib/fmp4/*.so
+  install -D -m 644 -t "$root/usr/lib/fmp4/page" build/release/bin/page/*
   # The program finds its libraries beside itself, where the link leads.
   install -d "$root/usr/bin"
   ln -s ../lib/fmp4/fmp4 "$root/usr/bin/fmp4"
   install -D -m 644 packaging/fmp4.bash "$root/usr/share/bash-completion/completions/fmp4"
   install -d "$root/usr/share/man/man1" "$root/usr/share/doc/fmp4"
   sed "s/@VERSION@/$version/" packaging/fmp4.1 | gzip -9n >"$root/usr/share/man/man1/fmp4.1.gz"
-  licences libhwy-dev libcli11-dev nlohmann-json3-dev >"$root/usr/share/doc/fmp4/copyright"
+  licences libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev >"$root/usr/share/doc/fmp4/copyright"
   local size
   size=$(du -ks --apparent-size "$root/usr" | cut -f1)
   install -d "$root/DEBIAN"

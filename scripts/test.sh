@@ -96,4 +96,7 @@ fi
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ || /^ℹ pass/ { sum += $NF } END { print sum }' \
   build/{dev,asan}/tests.log build/dev/players.log)
-echo "test: all passed: $passed test runs, format and headers, in $SECONDS s"
+if [[ -z $not_run ]]; then
+  again=$(awk '/\[  PASSED  \]/ { sum += $4 } END { print sum }' build/windows/Testing/Temporary/LastTest.log)
+fi
+echo "test: all passed: $passed test runs${again:+, $again as Windows programs}, format, headers and packages, in $SECONDS s$not_run"

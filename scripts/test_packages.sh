@@ -17,6 +17,28 @@ as_root() {
   if [[ $EUID -eq 0 ]]; then "$@"; else sudo "$@"; fi
 }
 
+# try_serving NAME PROGRAM...: the folder as a browser sees it.
+try_serving() {
+  local port= answer
+  "${@:2}" serve . --port 0 >served.txt &
+  local server=$!
+  for ((i = 0; i < 200; ++i)); do
+    port=$(sed -n 's#.* at http://127\.0\.0\.1:\([0-9]*\)/ .*#\1#p' served.txt)
+    [[ -z $port ]] || break
+    sleep 0.1
+  done
+  for path in / /page/page.js /media/clip.mp4; do
+    exec 3<>"/dev/tcp/127.0.0.1/$port"
+    printf 'HEAD %s HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n' "$path" >&3
+    read -r answer <&3
+    exec 3>&-
+    [[ $answer == "HTTP/1.1 200 "* ]] || fail "$1: serving $path: $answer"
+  done
+  kill "$server"
+  wait "$server" || true
+  rm served.txt
+}
+
 # try NAME PROGRAM...: the main commands, with results in a folder of that name.
 try() {
   local results="$folder/$1 Größe" fmp4=("${@:2}")
@@ -33,6 +55,8 @@ try() {
     "${fmp4[@]}" --quiet package clip.mp4 --output "Aufnahme Nº 1.mp4"
     "${fmp4[@]}" --quiet frames "Aufnahme Nº 1.mpd" >frames.csv
     [[ $(wc -l <frames.csv) -eq 91 ]] || fail "$1: reading the recording back"
+    "${fmp4[@]}" verify "Aufnahme Nº 1.m4v" >verify.txt || fail "$1: verify: $(cat verify.txt)"
+    try_serving "$1" "${fmp4[@]}"
     rm clip.mp4
     # Dates and line ends apart.
     sed -i -E 's/\r$//; s/20[0-9-]{8}T[0-9:.]+Z/NOW/g' ./*.mpd ./*.m3u8

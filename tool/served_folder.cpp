@@ -23,9 +23,12 @@ ServedFolder::ServedFolder(const fs::path& folder) {
 
 std::optional<ServedFile> ServedFolder::find(const std::string& name) const {
   // A NUL would end the name early for the operating system.
-  if (name.empty() || name.find('\0') != std::string::npos) return std::nullopt;
+  if (name.find('\0') != std::string::npos) return std::nullopt;
+  const fs::path relative = vlPath(name);
+  // Some systems take a file's name with a separator behind it.
+  if (!relative.has_filename()) return std::nullopt;
   std::error_code error;
-  const fs::path path = fs::canonical(root_ / vlPath(name), error);
+  const fs::path path = fs::canonical(root_ / relative, error);
   if (error) return std::nullopt;
   const auto [rootEnd, ignored] = std::mismatch(root_.begin(), root_.end(), path.begin(), path.end());
   if (rootEnd != root_.end()) return std::nullopt;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "support/temp_folder.h"
+#include "vlpath.h"
 #include "web_server.h"
 
 inline void writeText(const std::filesystem::path& path, const std::string& text) {
@@ -23,7 +24,7 @@ class Serve : public testing::Test {
     writeText(media_ / "digits.m4v", "0123456789");
     writeText(media_ / "empty.m4v", "");
     writeText(media_ / "sub" / "inner.mpd", "inner");
-    writeText(media_ / "a b+%ü.m3u8", "named");
+    writeText(media_ / vlPath("a b+%ü.m3u8"), "named");
     writeText(outside_.path() / "secret.m4v", "secret");
     writeText(page_ / "index.html", "<p>page</p>");
     writeText(page_ / "page.js", "script");
