@@ -140,3 +140,6 @@ FMP4_EXPORT std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void
       return object ? widened(object->MFXCmd(command, argument)) : 0;
   }
 }
+
+static_assert(sizeof(xCheckVersionAndFile(nullptr, 0, nullptr)) == 8);
+static_assert(sizeof(xMediaFile(nullptr, 0, nullptr)) == 8);

@@ -44,13 +44,20 @@ set(VL_WINDOWS_TESTS
   plugin/win32/exports_test.cpp)
 
 # Left out on Windows for their time alone, as a pattern of GoogleTest. They hold the same code against a Linux
-# program at dozens of settings, and starting one from Wine is slow: those from 10 on stay, of the sizes 10 to 19.
+# program at dozens of settings, and starting one from Wine is slow: those from 10 on stay, of long rows 10 to 19.
 set(VL_LONG_WINDOWS_TESTS
   All/Encoded*/?
   All/GeneratedSize.*/?
   All/GeneratedSize.*/2?
   All/GeneratedSize.*/3?
   All/SamplingIndex.*/?
+  All/StereoModes.*/?
+  All/StereoModes.*/2?
+  All/StereoModes.*/3?
+  All/PhaseModes.*/?
+  All/PhaseModes.*/2?
+  All/PhaseModes.*/3?
+  All/PhaseModes.*/4?
   Ac3BadInput.FrameSizeCodesOutOfRange
   # Nearly all its time is the test's own spectrum analysis.
   NoiseSubstitution.HasTheWitnesssBandEnergies)
