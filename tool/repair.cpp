@@ -68,7 +68,7 @@ void repairList(const std::string& path, const std::string& expected, std::vecto
 }  // namespace
 
 std::vector<std::string> repairRecording(const std::string& name, const Recording::Progress& progress) {
-  const Recording recording(name, progress);
+  const Recording recording(name, RecordedMedia::Data::Last, progress);
   refuseWhatIsNotCutOff(recording);
   const Recording::Lists lists = recording.lists();
   const RecordingNames& names = recording.names();
