@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Mp4MemoryStream stream(data, size);
   ProblemList problems;
   try {
-    check(RecordedMedia(stream, "out.m4v", problems));
+    check(RecordedMedia(stream, "out.m4v", RecordedMedia::Data::All, problems));
   } catch (const NotRecorded&) {
   }
   // A text equals itself where it is a document at all.

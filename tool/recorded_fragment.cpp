@@ -108,6 +108,30 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   return fragment;
 }
 
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end) {
+  constexpr std::uint64_t kBlock = 4096, kPiece = 64 * kBlock;
+  constexpr std::ptrdiff_t kFewestZeros = 512;
+  const auto isZero = [](std::uint8_t byte) { return byte == 0; };
+  std::vector<std::uint8_t> bytes;
+  while (begin < end) {
+    const std::uint64_t pieceEnd = std::min(end, begin / kPiece * kPiece + kPiece);
+    bytes.resize(static_cast<std::size_t>(pieceEnd - begin));
+    const auto size = static_cast<std::int64_t>(bytes.size());
+    if (!stream.seek(begin) || stream.read(bytes.data(), size) != size) return true;
+    auto firstOfBlock = bytes.begin();
+    auto left = static_cast<std::ptrdiff_t>(kBlock - begin % kBlock);  // in the block
+    while (firstOfBlock != bytes.end()) {
+      const auto endOfBlock = firstOfBlock + std::min(left, bytes.end() - firstOfBlock);
+      if (endOfBlock - firstOfBlock >= kFewestZeros && std::all_of(firstOfBlock, endOfBlock, isZero))
+        return true;
+      firstOfBlock = endOfBlock;
+      left = kBlock;
+    }
+    begin = pieceEnd;
+  }
+  return false;
+}
+
 std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,
                                           std::uint32_t sequenceNumber) {
   constexpr std::size_t kPiece = 1u << 20;

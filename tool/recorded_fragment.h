@@ -29,6 +29,11 @@ struct RecordedFragment {
 std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stream, std::uint64_t offset,
                                                                  const RecordedMovie& movie);
 
+// Whether part of the fragment's media data was never written: half a kilobyte of zeros or more up to the end
+// of a disk's block. Coded pictures hold no three zero bytes in a row (ISO/IEC 14496-10, 7.4.1), coded sound
+// no such runs. Reads all of the data.
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end);
+
 // The first offset at or behind `from` where a "moof" with a sequence number above `sequenceNumber` starts
 // and is followed by a "mdat", both within the file; nothing when there is none. Reads all of the rest.
 std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 #include "boxes/ftyp.h"
 #include "field_reader.h"
@@ -38,13 +39,16 @@ std::string count(std::uint64_t number, const std::string& what) {
 
 }  // namespace
 
-RecordedMedia::RecordedMedia(Mp4Stream& stream, const std::string& name, ProblemList& problems,
+RecordedMedia::RecordedMedia(Mp4Stream& stream, const std::string& name, Data data, ProblemList& problems,
                              const std::function<void(std::uint64_t)>& progress)
-    : stream_(stream), name_(name), problems_(problems), size_(stream.size()) {
+    : stream_(stream), name_(name), data_(data), problems_(problems), size_(stream.size()) {
   readInitialisation([this](const std::string& text) { complain(0, text, false); });
-  const std::string stop = movie_ ? readSegments(progress) : "the movie box is cut off";
-  if (end_ < size_) explainRest(stop);
+  std::string stop = movie_ ? readSegments(progress) : "the movie box is cut off";
+  const std::uint64_t searchFrom = end_;
+  if (dropUnwrittenEnd()) stop = "the media data were never written";
+  if (end_ < size_) explainRest(stop, searchFrom);
   if (!movie_) return;
+  complainOfUnwritten();
   checkGeometry();
   checkIndexes();
 }
@@ -95,18 +99,45 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
       offset = end_;
     }
   }
-  // An index that no fragment follows is what a recording leaves that was cut off behind it.
-  if (!segments_.empty() && segments_.back().fragments == 0) segments_.pop_back();
-  if (segments_.empty()) fragmentsPerSegment_ = 0;
+  dropEmptySegment();
   return reason.empty() ? "no fragment follows the segment index" : reason;
 }
 
-// Says what is behind the last whole fragment.
-void RecordedMedia::explainRest(const std::string& reason) {
+// An index that no fragment follows is what a recording leaves that was cut off behind it.
+void RecordedMedia::dropEmptySegment() {
+  if (!segments_.empty() && segments_.back().fragments == 0) segments_.pop_back();
+  if (segments_.empty()) fragmentsPerSegment_ = 0;
+}
+
+// Takes the last fragments for none as far as their data did not reach the disk. Those of earlier segments
+// did: each segment is synchronised when it ends. Whether there were any.
+bool RecordedMedia::dropUnwrittenEnd() {
+  const std::size_t synchronised = segments_.size() < 2 ? 0 : segments_[segments_.size() - 2].firstFragment;
+  const std::size_t before = fragments_.size();
+  while (fragments_.size() > synchronised &&
+         hasUnwrittenData(stream_, fragments_.back().start, fragments_.back().end)) {
+    const bool onlyOne = --segments_.back().fragments == 0;
+    end_ = onlyOne ? segments_.back().start : fragments_.back().start;
+    fragments_.pop_back();
+    dropEmptySegment();
+  }
+  return fragments_.size() != before;
+}
+
+void RecordedMedia::complainOfUnwritten() {
+  for (const std::size_t index : unwritten_) {
+    if (index >= fragments_.size()) break;
+    complain(fragments_[index].start,
+             "part of the fragment's media data was never written: its frames cannot be decoded", false);
+  }
+}
+
+// Says what is behind the last whole fragment. Behind `searchFrom` whole ones may stand.
+void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchFrom) {
   constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
   if (movie_)
     behindDamage_ =
-        findFragment(stream_, end_, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
+        findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
   if (behindDamage_) {
     complain(end_,
              "the file is damaged (" + reason + "), and whole fragments stand behind the damage, from byte " +
@@ -140,8 +171,11 @@ std::string RecordedMedia::readFragment(std::uint64_t offset) {
   if (const auto* reason = std::get_if<std::string>(&read)) return *reason;
   const auto& fragment = std::get<RecordedFragment>(read);
   checkFragment(fragment);
-  const auto& run = fragment.runs[movie_->indexedKind()];
-  fragments_.push_back({fragment.start, fragment.end, run ? run->samples : 0});
+  const RecordedRun run = fragment.runs[movie_->indexedKind()].value_or(RecordedRun());
+  const RecordedRun sound = fragment.runs[TrackKind::Audio].value_or(RecordedRun());
+  if (data_ == Data::All && hasUnwrittenData(stream_, fragment.start, fragment.end))
+    unwritten_.push_back(fragments_.size());
+  fragments_.push_back({fragment.start, fragment.end, run.samples, sound.bytes, sound.samples});
   ++segments_.back().fragments;
   end_ = fragment.end;
   return "";
@@ -168,15 +202,24 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
     time = run->decodeTime + run->ticks;
   }
   const auto& sound = fragment.runs[TrackKind::Audio];
-  if (!sound) return;
-  soundBytes_ += sound->bytes;
-  soundFrames_ += sound->samples;
-  if (samplesPerFrame_ != 0 || sound->bytes < 2) return;
+  if (!sound || samplesPerFrame_ != 0 || sound->bytes < 2) return;
   // AC-3 starts each frame with this word (ATSC A/52, 5.4.1.1).
   std::uint8_t word[2] = {};
   stream_.seek(sound->offset);
   stream_.peek(word, sizeof word);
   samplesPerFrame_ = word[0] == 0x0B && word[1] == 0x77 ? kAc3FrameSamples : kAacFrameSamples;
+}
+
+std::uint64_t RecordedMedia::soundBytes() const {
+  return std::accumulate(
+      fragments_.begin(), fragments_.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundBytes; });
+}
+
+std::uint64_t RecordedMedia::soundFrames() const {
+  return std::accumulate(
+      fragments_.begin(), fragments_.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundFrames; });
 }
 
 std::uint64_t RecordedMedia::framesPerFragment() const {

@@ -25,6 +25,8 @@ class RecordedMedia {
     std::uint64_t start = 0;    // file offset
     std::uint64_t end = 0;      // file offset
     std::uint64_t samples = 0;  // of the track that the indexes time
+    std::uint64_t soundBytes = 0;
+    std::uint64_t soundFrames = 0;
   };
   // A segment reaches from its index to the next one, or to end().
   struct Segment {
@@ -34,10 +36,14 @@ class RecordedMedia {
     std::size_t fragments = 0;
   };
 
+  // What is read of the media data: those of the last two segments, which may not have reached the disk when
+  // the power failed, or all.
+  enum class Data { Last, All };
+
   // Reads the file behind `stream` (which must outlive the object), called `name`. Adds to `problems` what is
   // wrong. Memory follows the number of fragments. Throws NotRecorded when the file starts with no file type
   // box of a recording, or its movie box is none.
-  RecordedMedia(Mp4Stream& stream, const std::string& name, ProblemList& problems,
+  RecordedMedia(Mp4Stream& stream, const std::string& name, Data data, ProblemList& problems,
                 const std::function<void(std::uint64_t)>& progress = {});
 
   const std::string& name() const { return name_; }
@@ -51,8 +57,8 @@ class RecordedMedia {
   std::uint64_t end() const { return end_; }
   // Where a whole fragment stands behind damage: the file was not just cut off.
   const std::optional<std::uint64_t>& behindDamage() const { return behindDamage_; }
-  std::uint64_t soundBytes() const { return soundBytes_; }
-  std::uint64_t soundFrames() const { return soundFrames_; }
+  std::uint64_t soundBytes() const;
+  std::uint64_t soundFrames() const;
 
   // References that an index has room for; 0 as long as there is no segment.
   std::uint32_t fragmentsPerSegment() const { return fragmentsPerSegment_; }
@@ -74,7 +80,10 @@ class RecordedMedia {
   std::string readSegments(const std::function<void(std::uint64_t)>& progress);
   std::string readIndex(std::uint64_t offset);
   std::string readFragment(std::uint64_t offset);
-  void explainRest(const std::string& reason);
+  void dropEmptySegment();
+  bool dropUnwrittenEnd();
+  void complainOfUnwritten();
+  void explainRest(const std::string& reason, std::uint64_t searchFrom);
   void checkFragment(const RecordedFragment& fragment);
   void checkGeometry();
   void checkIndexes();
@@ -85,18 +94,18 @@ class RecordedMedia {
 
   Mp4Stream& stream_;
   std::string name_;
+  Data data_;
   ProblemList& problems_;
   std::uint64_t size_ = 0;
   std::optional<RecordedMovie> movie_;
   std::uint64_t initialisationLength_ = 0;
   std::vector<Fragment> fragments_;
   std::vector<Segment> segments_;
+  std::vector<std::size_t> unwritten_;  // fragments whose data were found missing
   std::uint64_t end_ = 0;
   std::optional<std::uint64_t> behindDamage_;
   std::uint32_t fragmentsPerSegment_ = 0;
   std::uint64_t firstIndexTime_ = 0;    // ticks
   std::uint32_t samplesPerFrame_ = 0;   // of coded sound
   mp4::PerTrack<std::uint64_t> times_;  // decode times behind the last fragment, ticks
-  std::uint64_t soundBytes_ = 0;
-  std::uint64_t soundFrames_ = 0;
 };

@@ -18,7 +18,8 @@ std::unique_ptr<Recording::File> Recording::open(const std::string& path) {
   return handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE ? nullptr : std::move(file);
 }
 
-Recording::Recording(const std::string& name, const Progress& progress) : names_(findRecording(name)) {
+Recording::Recording(const std::string& name, RecordedMedia::Data data, const Progress& progress)
+    : names_(findRecording(name)) {
   const std::string& first = names_.video.empty() ? names_.audio : names_.video;
   std::unique_ptr<File> main = open(first), companion;
   if (!main) throw ToolError("'" + first + "' cannot be opened; check its permissions");
@@ -27,7 +28,7 @@ Recording::Recording(const std::string& name, const Progress& progress) : names_
   const std::uint64_t total = mainSize + (companion ? companion->stream.size() : 0);
   const auto read = [&](File& file, const std::string& path, std::uint64_t before) {
     file.media = std::make_unique<RecordedMedia>(
-        file.stream, fileNameOf(path), problems_,
+        file.stream, fileNameOf(path), data, problems_,
         progress ? [&progress, total, before](std::uint64_t done) { progress(before + done, total); }
                  : std::function<void(std::uint64_t)>());
   };

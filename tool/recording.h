@@ -17,7 +17,7 @@ class Recording {
 
   // Reads the media files of the recording that `name` belongs to. Throws ToolError when there is none, or it
   // holds nothing that was recorded.
-  explicit Recording(const std::string& name, const Progress& progress = {});
+  Recording(const std::string& name, RecordedMedia::Data data, const Progress& progress = {});
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
 

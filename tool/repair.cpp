@@ -80,7 +80,7 @@ void repairPlaylist(const std::string& path, const std::string& expected, std::v
 }  // namespace
 
 std::vector<std::string> repairRecording(const std::string& name, const Recording::Progress& progress) {
-  const Recording recording(name, progress);
+  const Recording recording(name, RecordedMedia::Data::Last, progress);
   refuseWhatIsNotCutOff(recording);
   const Recording::Lists lists = recording.lists();
   const RecordingNames& names = recording.names();

@@ -40,7 +40,7 @@ std::optional<std::string> readList(const std::string& path) {
 }
 
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress) {
-  const Recording recording(name, progress);
+  const Recording recording(name, RecordedMedia::Data::All, progress);
   Verification result;
   result.problems = recording.problems();
   for (const auto& [path, media] : recording.media()) {

@@ -314,6 +314,28 @@ TEST(SbrPayload, OverTimeNeedsTheFrameBefore) {
   EXPECT_LT(refused, 50);
 }
 
+// Two bands of an envelope that starts at `first` and goes on `difference` steps higher.
+bool DecodesEnvelope(bool ampRes, std::int16_t first, std::int16_t difference) {
+  SbrFrequencyTables tables{};
+  tables.bands[0].count = 2;
+  SbrGrid grid{};
+  grid.envelopes = 1;
+  SbrEnvelopeData data{};
+  data.ampRes = ampRes;
+  data.envelope[0][0] = first;
+  data.envelope[0][1] = difference;
+  SbrEnvelopeMemory memory{};
+  return DecodeSbrDifferences(tables, grid, false, data, memory);
+}
+
+TEST(SbrEnvelope, HasDifferencesWithinTheRangeOfStartValues) {
+  EXPECT_TRUE(DecodesEnvelope(false, 127, 0));
+  EXPECT_FALSE(DecodesEnvelope(false, 127, 1));
+  EXPECT_TRUE(DecodesEnvelope(true, 63, 0));
+  EXPECT_FALSE(DecodesEnvelope(true, 63, 1));
+  EXPECT_FALSE(DecodesEnvelope(true, 0, -1));
+}
+
 TEST(FillElement, FindsThePayloadBehindOtherOnes) {
   BitWriter bits;
   bits.Write(15, 4);

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "bytes.h"
 #include "fmp4.h"
 #include "support/box_builder.h"
 #include "support/ffmpeg.h"
@@ -214,6 +215,34 @@ TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
     EXPECT_THAT(refused.err, HasSubstr("it was not just cut off, and nothing was changed"));
     EXPECT_EQ(readFile(folder_.file("out.m4v")), before);
   }
+}
+
+// What a disk holds that lost its power ahead of the data of a fragment, counted from the first.
+Bytes withUnwrittenData(Bytes bytes, int fragment) {
+  const Bytes name = {'m', 'd', 'a', 't'};
+  auto at = bytes.begin();
+  for (int i = 0; i <= fragment; ++i) at = std::search(at, bytes.end(), name.begin(), name.end()) + 4;
+  const auto size = static_cast<std::ptrdiff_t>(Mp4LoadU32(&*(at - 8)));
+  std::fill(at, at + size - 8, 0);
+  return bytes;
+}
+
+TEST_F(Verify, TakesFragmentsAtTheEndWhoseDataWereNeverWrittenForCutOff) {
+  writeFile(folder_.file("out.m4v"), withUnwrittenData(withUnwrittenData(files_->at("out.m4v"), 6), 7));
+  const std::string found = foundAndRepaired();
+  EXPECT_THAT(found, HasSubstr("of the file are nothing whole (the media data were never written)"));
+  EXPECT_THAT(text("out.mpd"), HasSubstr("PT0H0M3.00S"));
+}
+
+TEST_F(Verify, TellsOfFragmentsAmidWholeOnesWhoseDataWereNeverWritten) {
+  const Bytes bytes = withUnwrittenData(files_->at("out.m4v"), 2);
+  writeFile(folder_.file("out.m4v"), bytes);
+  const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
+  EXPECT_EQ(found.exitCode, 1);
+  EXPECT_THAT(found.out, HasSubstr("part of the fragment's media data was never written"));
+  EXPECT_THAT(found.out, HasSubstr("is not whole: 1 problem; not all of this can be repaired"));
+  EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).exitCode, 1);
+  EXPECT_EQ(readFile(folder_.file("out.m4v")), bytes);
 }
 
 TEST_F(Verify, RefusesWhatIsNoRecording) {

@@ -7,7 +7,9 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr int kLargestEnvelope = 127;
+// What start values reach with steps of 1.5 dB and of 3 dB: 2^63.5 and 2^63. Differences that lead beyond are
+// damage, and would end in energies that no float holds.
+constexpr int kLargestEnvelope[2] = {127, 63};
 constexpr int kLargestNoise = 30;
 constexpr int kNoiseFloorOffset = 6;
 constexpr int kNoisePanOffset = 12;
@@ -71,7 +73,7 @@ bool DecodeSbrDifferences(const SbrFrequencyTables& tables, const SbrGrid& grid,
     const auto reference = [&](int band) {
       return memory.envelope[sameBands ? band : BandAt(before, bands.borders[band])];
     };
-    if (!AddDifferences(data.envelopeOverTime[i], step, bands.count, kLargestEnvelope, reference,
+    if (!AddDifferences(data.envelopeOverTime[i], step, bands.count, kLargestEnvelope[data.ampRes], reference,
                         data.envelope[i])) {
       return false;
     }
