@@ -59,6 +59,8 @@ set(VL_LONG_WINDOWS_TESTS
   All/PhaseModes.*/3?
   All/PhaseModes.*/4?
   Ac3BadInput.FrameSizeCodesOutOfRange
+  # A day of frames one by one, in code that knows no system.
+  Cc608Reader.*OverADay
   # Nearly all its time is the test's own spectrum analysis.
   NoiseSubstitution.HasTheWitnesssBandEnergies)
 
