@@ -75,7 +75,8 @@ step "fuzz files" fuzz file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 step "fuzz recordings" fuzz recording -dict=fuzz/boxes.dict fuzz/seeds/recording
 step "fuzz the AAC decoder" fuzz aac_decoder fuzz/seeds/aac_decoder
 step "fuzz the AC-3 decoder" fuzz ac3_decoder fuzz/seeds/ac3_decoder
-step "fuzz the decode wrapper" fuzz aac_wrapper fuzz/seeds/aac_wrapper
+step "fuzz the decode wrapper with AAC" fuzz aac_wrapper fuzz/seeds/aac_wrapper
+step "fuzz the decode wrapper with AC-3" fuzz ac3_wrapper fuzz/seeds/ac3_wrapper
 step "fuzz band replication" fuzz sbr fuzz/seeds/sbr
 step "fuzz parametric stereo" fuzz ps fuzz/seeds/ps
 
