@@ -194,6 +194,32 @@ TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
   EXPECT_THAT(buffer, testing::Each(0xEE));
 }
 
+// A track that claims six channels of units that do not decode: silence of twelve bytes a frame, where the
+// host counts four.
+TEST(ReadAudio, ABufferOfUnknownSizeIsFilledNoFurtherThanWasTold) {
+  TrafSpec traf;
+  traf.trackId = 2;
+  RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
+  for (int i = 0; i < 10; ++i) run.samples.push_back({Bytes(64, 0), 1024});
+  traf.runs = {run};
+  const TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 6, 16, 48000), 1024};
+  const TempFolder folder;
+  writeFile(folder.file("clip.m4a"), join({fileTypeBox(), movieBox({audio}), fragment(1, {traf})}));
+  const MediaFile file = openFile(folder.file("clip.m4a"));
+  ASSERT_NE(file, nullptr);
+  const std::uint32_t told = file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
+  ASSERT_EQ(told, (48000 * 1001 / 30000 + 1) * 12);
+  std::vector<std::uint8_t> buffer(told + 12, 0xEE);
+  DFRAME d{};
+  d.size = sizeof d;
+  d.data = buffer.data();
+  EXPECT_EQ(file->Read(0, told / 12 + 1, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFFu);
+  EXPECT_THAT(buffer, testing::Each(0xEE));
+  EXPECT_EQ(file->Read(0, told / 12, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
+  EXPECT_EQ(d.bytes, told);
+  EXPECT_EQ(buffer[told], 0xEE);
+}
+
 TEST(ReadAudio, PictureAndSoundReadInTurnsDoNotDisturbEachOther) {
   const Clip clip = sweepClip();
   const Samples whole = readAll(*clip, lengthOf(*clip));
