@@ -113,19 +113,11 @@ TEST(ReadAc3, OneChannelGoesToBoth) {
 }
 
 TEST(ReadAc3, BlocksOfAnySizeGiveTheSameSamples) {
-  const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (const std::uint32_t block : {1001u, 1536u, 1602u, 333u})
-    EXPECT_EQ(readAll(*clip, block), whole) << block;
+  expectBlocksToAgree(sweepClip(), {1001, 1536, 1602, 333});
 }
 
 TEST(ReadAc3, SampleBySampleGivesTheSameSamples) {
-  const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (std::uint32_t at = 13000; at < 18000; ++at) {
-    const Sound sound = readSound(*clip, at, 1);
-    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
-  }
+  expectSingleReadsToAgree(sweepClip(), 13000, 18000);
 }
 
 TEST(ReadAc3, RandomReadsGiveWhatReadingFromTheStartGives) {

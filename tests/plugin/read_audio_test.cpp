@@ -55,19 +55,11 @@ TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
 }
 
 TEST(ReadAudio, BlocksOfAnySizeGiveTheSameSamples) {
-  const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (const std::uint32_t block : {1001u, 1602u, 4096u, 1024u, 333u})
-    EXPECT_EQ(readAll(*clip, block), whole) << block;
+  expectBlocksToAgree(sweepClip(), {1001, 1602, 4096, 1024, 333});
 }
 
 TEST(ReadAudio, SampleBySampleGivesTheSameSamples) {
-  const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (std::uint32_t at = 20000; at < 24000; ++at) {
-    const Sound sound = readSound(*clip, at, 1);
-    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
-  }
+  expectSingleReadsToAgree(sweepClip(), 20000, 24000);
 }
 
 TEST(ReadAudio, RandomReadsGiveWhatReadingFromTheStartGives) {

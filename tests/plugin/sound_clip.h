@@ -55,3 +55,19 @@ inline void expectRandomReadsToAgree(const Clip& clip) {
         << at << "+" << count;
   }
 }
+
+inline void expectBlocksToAgree(const Clip& clip, const std::vector<std::uint32_t>& blocks) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (const std::uint32_t block : blocks) EXPECT_EQ(readAll(*clip, block), whole) << block;
+}
+
+// Sample frames [from, to), each by a request of its own.
+inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::uint32_t to) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (std::uint32_t at = from; at < to; ++at) {
+    const Sound sound = readSound(*clip, at, 1);
+    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
+  }
+}
