@@ -1,6 +1,8 @@
 // Decoding whole streams in tests, with any decoder of the codec framework.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 
 #include "base_codec.h"
@@ -36,6 +38,22 @@ class StreamDecoder {
     SetInput(stream);
     Samples all;
     while (Decode() >= 0) all.insert(all.end(), m_last.begin(), m_last.end());
+    return all;
+  }
+  // The same where the stream comes in byte by byte: a frame is waited for.
+  Samples DecodeByteByByte(const Bytes& stream) {
+    Samples all;
+    Bytes held;
+    for (const std::uint8_t byte : stream) {
+      held.push_back(byte);
+      const UMC::Status status = Decode(held);
+      held.erase(held.begin(), held.end() - static_cast<std::ptrdiff_t>(Left()));
+      if (status == UMC::UMC_OK) {
+        all.insert(all.end(), m_last.begin(), m_last.end());
+      } else {
+        EXPECT_EQ(UMC::UMC_ERR_NOT_ENOUGH_DATA, status);
+      }
+    }
     return all;
   }
   const Samples& Last() const { return m_last; }

@@ -71,3 +71,16 @@ inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::
     ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
   }
 }
+
+// Two equal channels that are louder than `level` somewhere.
+inline void expectBothChannelsAlike(const Clip& clip, int level) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples all = readAll(*clip, 4096);
+  ASSERT_EQ(all.size(), lengthOf(*clip) * 2u);
+  int loudest = 0;
+  for (std::size_t i = 0; i < all.size(); i += 2) {
+    ASSERT_EQ(all[i], all[i + 1]);
+    loudest = std::max(loudest, std::abs(all[i]));
+  }
+  EXPECT_GT(loudest, level);
+}
