@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "block_float.h"
 #include "high_band.h"
 #include "ipps_sbr.h"
 #include "ipps_types.h"
@@ -67,6 +68,9 @@ struct Kernels {
                        Ipp32f* const* destination);
   // See ippsJoin_32f16s_D2L.
   void (*join)(const Ipp32f* const* source, std::size_t channels, std::size_t length, Ipp16s* destination);
+  // See ApplyExponents.
+  void (*applyExponents)(const Ipp32f* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
+                         const NoiseSource& noise, Ipp32f* destination, std::size_t length);
   // See ippsAnalysisFilter_SBR_RToC_32f32fc_D2L; `work` holds kQmfWorkFloats values.
   void (*qmfAnalysis)(const IppsFilterSpec_SBR_32f& spec, const Ipp32f* source, std::size_t slots,
                       Ipp32fc (*destination)[kIppsSbrBands], IppsAnalysisState_SBR_32f& state, Ipp32f* work);

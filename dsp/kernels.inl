@@ -35,6 +35,16 @@ struct OneLane {
     p[2] = c;
     p[3] = d;
   }
+  // 2^-exponent
+  static V PowerOfHalf(const Ipp8u* exponent) {
+    return std::bit_cast<float>((127u - *exponent) << 23);
+  }
+  // a where the byte is 0, else b
+  static V WhereZero(const Ipp8u* p, V a, V b) { return *p == 0 ? a : b; }
+  // The generator's state factor * state + term, as a signed number.
+  static V Draw(Ipp32u state, const Ipp32u* factor, const Ipp32u* term) {
+    return static_cast<float>(static_cast<Ipp32s>(*factor * state + *term));
+  }
   // Rounded to nearest, ties to even, saturated; what is no number becomes 0.
   static Ipp16s Round(V a) {
     if (a != a) return 0;
@@ -346,6 +356,18 @@ inline void Butterfly(float* a, float* b, std::size_t length) {
     const auto x = L::Load(a + i), y = L::Load(b + i);
     L::Store(L::Add(x, y), a + i);
     L::Store(L::Sub(x, y), b + i);
+  });
+}
+
+inline void ScaleByExponents(const float* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
+                             const NoiseSource& noise, float* destination, std::size_t length) {
+  const float scale = noise.amplitude * 0x1p-31f;
+  const Ipp32u state = noise.state;
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto drawn = L::Draw(state, kNoiseJumps.factors.data() + i, kNoiseJumps.terms.data() + i);
+    const auto value = L::WhereZero(bits + i, L::Mul(drawn, L::Set(scale)), L::Load(mantissas + i));
+    L::Store(L::Mul(value, L::PowerOfHalf(exponents + i)), destination + i);
   });
 }
 

@@ -71,7 +71,8 @@ file 12000 -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 recording 20000 -dict=fuzz/boxes.dict fuzz/seeds/recording
 aac_decoder 15000 fuzz/seeds/aac_decoder
 ac3_decoder 30000 fuzz/seeds/ac3_decoder
-aac_wrapper 20000 fuzz/seeds/aac_wrapper
+aac_wrapper 15000 fuzz/seeds/aac_wrapper
+ac3_wrapper 15000 fuzz/seeds/ac3_wrapper
 sbr 6000 fuzz/seeds/sbr
 ps 4000 fuzz/seeds/ps
 EOF

@@ -55,3 +55,32 @@ inline void expectRandomReadsToAgree(const Clip& clip) {
         << at << "+" << count;
   }
 }
+
+inline void expectBlocksToAgree(const Clip& clip, const std::vector<std::uint32_t>& blocks) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (const std::uint32_t block : blocks) EXPECT_EQ(readAll(*clip, block), whole) << block;
+}
+
+// Sample frames [from, to), each by a request of its own.
+inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::uint32_t to) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (std::uint32_t at = from; at < to; ++at) {
+    const Sound sound = readSound(*clip, at, 1);
+    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
+  }
+}
+
+// Two equal channels that are louder than `level` somewhere.
+inline void expectBothChannelsAlike(const Clip& clip, int level) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples all = readAll(*clip, 4096);
+  ASSERT_EQ(all.size(), lengthOf(*clip) * 2u);
+  int loudest = 0;
+  for (std::size_t i = 0; i < all.size(); i += 2) {
+    ASSERT_EQ(all[i], all[i + 1]);
+    loudest = std::max(loudest, std::abs(all[i]));
+  }
+  EXPECT_GT(loudest, level);
+}
