@@ -1,10 +1,13 @@
 // The kernels, written once over "lanes": a type that says how many values are worked on at a time and how.
 // Included inside one namespace per instruction set, after WideLanes (as many lanes as there are) and
 // FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas
-// with the instruction set where the compiler needs it.
+// with the instruction set where the compiler needs it, VL_LANES_INLINE functions that must become part of
+// their callers.
 
 // At any address.
-inline void StoreSample(Ipp16s sample, Ipp16s* p) { std::memcpy(p, &sample, sizeof sample); }
+inline void StoreSample(Ipp16s sample, Ipp16s* p) {
+  std::memcpy(p, &sample, sizeof sample);
+}
 
 // One value at a time: the remainders of the vector loops, and all there is in plain C++.
 struct OneLane {
@@ -156,8 +159,8 @@ inline void Dft(const Complex<L>* x, Complex<L>* y) {
 
 // A pass whose lanes run over the points that share a twiddle factor; the span is a multiple of the lanes.
 template <int kRadix, class L>
-inline void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
-                       float* outRe, float* outIm) {
+VL_LANES_INLINE void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+                                float* outRe, float* outIm) {
   const auto span = static_cast<std::size_t>(pass.span);
   const auto groups = static_cast<std::size_t>(pass.groups);
   for (std::size_t p = 0; p < groups; ++p) {
@@ -179,8 +182,8 @@ inline void PassAcross(const FftPass& pass, const float* twiddles, const float* 
 }
 
 template <int kRadix>
-inline void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im, float* outRe,
-                 float* outIm) {
+VL_LANES_INLINE void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+                          float* outRe, float* outIm) {
   // The first pass has radix 4: every later span is a multiple of four.
   if (static_cast<std::size_t>(pass.span) % WideLanes::Count() == 0) {
     PassAcross<kRadix, WideLanes>(pass, twiddles, re, im, outRe, outIm);
@@ -290,9 +293,8 @@ inline void MdctForward(const MdctPlan& plan, const float* source, float* destin
   float* folded = work + 2 * n;
   ForLanes(0, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
-    const auto backwards = [=](std::size_t end) VL_LANES_ATTR {
-      return L::Reverse(L::Load(source + end - i - L::Count()));
-    };
+    const auto backwards = [=](std::size_t end)
+                               VL_LANES_ATTR { return L::Reverse(L::Load(source + end - i - L::Count())); };
     L::Store(L::Neg(L::Add(backwards(3 * n), L::Load(source + 3 * n + i))), folded + i);
     L::Store(L::Sub(L::Load(source + i), backwards(2 * n)), folded + n + i);
   });
@@ -397,7 +399,8 @@ inline void Join(const float* const* source, std::size_t channels, std::size_t l
         using L = decltype(lanes);
         L::StoreRounded(L::Load(values + i), block + i);
       });
-      for (std::size_t i = 0; i < count; ++i) StoreSample(rounded[i], destination + (start + i) * channels + channel);
+      for (std::size_t i = 0; i < count; ++i)
+        StoreSample(rounded[i], destination + (start + i) * channels + channel);
     }
   }
 }

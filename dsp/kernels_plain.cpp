@@ -8,6 +8,7 @@
 #include "qmf_plan.h"
 
 #define VL_LANES_ATTR
+#define VL_LANES_INLINE inline
 
 namespace {
 

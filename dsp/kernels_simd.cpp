@@ -16,6 +16,8 @@
 
 #undef VL_LANES_ATTR
 #define VL_LANES_ATTR HWY_ATTR
+#undef VL_LANES_INLINE
+#define VL_LANES_INLINE HWY_INLINE
 
 HWY_BEFORE_NAMESPACE();
 namespace vl_dsp {

@@ -53,10 +53,11 @@ struct DecoderState {
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
+// Samples come first, which keeps them aligned for wide vectors.
 struct WorkArea {
-  RawDataBlock block;
   FilterBankScratch scratch;
   alignas(16) float mixed[kMaxChannels][kMaxOutputLength];
+  RawDataBlock block;
 };
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 

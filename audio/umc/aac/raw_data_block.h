@@ -30,6 +30,7 @@ struct BlockElement {
 };
 
 struct RawDataBlock {
+  ChannelStream streams[kMaxStreams];  // first, which keeps their spectra aligned for vectors of 32 bytes
   int elementCount;
   int channelCount;  // of all elements
   int couplingCount;
@@ -38,7 +39,6 @@ struct RawDataBlock {
   ProgramConfig program;  // the last one in the block
   BlockElement elements[kMaxChannels];
   Coupling couplings[kMaxCouplings];
-  ChannelStream streams[kMaxStreams];
   std::int16_t quantised[kMaxFrameLength];  // room for one stream's lines
 };
 
