@@ -64,6 +64,12 @@ IppStatus ippsMulC_32f_I(Ipp32f factor, Ipp32f* values, std::size_t length) {
   return ippStsNoErr;
 }
 
+IppStatus ippsLimit_32f_I(Ipp32f limit, Ipp32f* values, std::size_t length) {
+  if (values == nullptr) return ippStsNullPtrErr;
+  ActiveKernels().limit(values, limit, length);
+  return ippStsNoErr;
+}
+
 IppStatus ippsAddProductC_32f(const Ipp32f* source, Ipp32f factor, Ipp32f* sums, std::size_t length) {
   if (source == nullptr || sums == nullptr) return ippStsNullPtrErr;
   ActiveKernels().addProductC(source, factor, sums, length);

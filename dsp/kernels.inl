@@ -38,11 +38,10 @@ struct OneLane {
     p[2] = c;
     p[3] = d;
   }
-  // Rounded to nearest, ties to even, saturated; what is no number becomes 0.
-  static Ipp16s Round(V a) {
-    if (a != a) return 0;
-    return static_cast<Ipp16s>(std::lrint(std::clamp(a, -32768.0f, 32767.0f)));
-  }
+  // What is no number becomes 0.
+  static V Clamp(V a, float low, float high) { return a == a ? std::clamp(a, low, high) : 0; }
+  // Rounded to nearest, ties to even, saturated.
+  static Ipp16s Round(V a) { return static_cast<Ipp16s>(std::lrint(Clamp(a, -32768.0f, 32767.0f))); }
   static void StoreRounded(V a, Ipp16s* p) { StoreSample(Round(a), p); }
   static void StoreRoundedPairs(V a, V b, Ipp16s* p) {
     StoreSample(Round(a), p);
@@ -320,6 +319,13 @@ inline void MulC(float* values, float factor, std::size_t length) {
   ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     L::Store(L::Mul(L::Load(values + i), L::Set(factor)), values + i);
+  });
+}
+
+inline void Limit(float* values, float limit, std::size_t length) {
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    L::Store(L::Clamp(L::Load(values + i), -limit, limit), values + i);
   });
 }
 

@@ -23,9 +23,9 @@ using FourLanes = OneLane;
 }  // namespace
 
 const Kernels& PlainKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, MdctForward, OverlapAdd,   ScaleBands,
-                                       MulC,        AddProductC, Butterfly,    Deinterleave,
-                                       Join,        QmfAnalysis, QmfSynthesis, SumCovariance,
-                                       FilterPatch, SumEnergies, ShapeRows,    kPsKernels};
+  static constexpr Kernels kKernels = {MdctInverse, MdctForward,  OverlapAdd,    ScaleBands,   MulC,
+                                       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
+                                       QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
+                                       ShapeRows,   kPsKernels};
   return kKernels;
 }

@@ -94,7 +94,7 @@ int OutputLength(const DecoderState& state) {
 
 // Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
 // block does not carry is silent.
-void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, const float** samples) {
+void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, float** samples) {
   RawDataBlock& block = work.block;
   const ChannelStream* carried[kMaxChannels] = {};
   ForEachCarried(state, block, [&](int channel, int stream) { carried[channel] = &block.streams[stream]; });
@@ -164,7 +164,7 @@ bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
 // Adds an element's high band; `samples` are those of the core by channel, and then of the output. Returns
 // whether nothing was missing that came before.
 bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
-                   const float** samples) {
+                   float** samples) {
   const SbrFormat format = FormatOf(state);
   const LayoutElement& place = state.layout.elements[index];
   const int count = ChannelsOf(place.type);
@@ -191,7 +191,10 @@ bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, Bi
 
 // Adds the high bands. `data` are the block's bytes.
 void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
-                    std::size_t size, SbrArea& sbr, const float** samples) {
+                    std::size_t size, SbrArea& sbr, float** samples) {
+  for (int i = 0; i < state.layout.channelCount; ++i) {
+    ippsLimit_32f_I(kSampleLimit, samples[i], static_cast<std::size_t>(state.frameLength));
+  }
   SbrPayload payloads[kMaxChannels] = {};
   for (int i = 0; i < block.elementCount; ++i) {
     payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
@@ -312,7 +315,7 @@ void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::u
   ChannelPast pasts[kMaxStreams];
   FindPasts(state, work.block, pasts);
   ApplySpectralTools(data, size, bank, pasts, work.scratch, work.block);
-  const float* samples[kMaxChannels];
+  float* samples[kMaxChannels];
   SynthesiseChannels(state, work, bank, samples);
   CoupleSignals(state, work, bank);
   if (HasSbr(state)) ReplicateBands(state, work.block, data, size, sbr, samples);
