@@ -32,6 +32,7 @@ struct DecoderState {
   bool formatKnown;       // GetInfo can answer
   std::uint32_t pattern;  // of ADTS headers, under kAdtsPatternMask
   int objectType;
+  int containerObjectType;  // that of the container, which counts for ADTS headers' profile; 0: none told
   int samplingIndex;
   std::uint32_t frequency;  // hertz
   int frameLength;          // samples a block and channel: 1024 or 960

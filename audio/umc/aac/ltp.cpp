@@ -43,10 +43,11 @@ void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp) {
   }
 }
 
-void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
+void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, LtpState& state,
               FilterBankScratch& scratch, ChannelStream& channel) {
   const IcsInfo& ics = channel.ics;
   const LtpData& ltp = ics.ltp;
+  if (state.unpredicted < kLtpFading) state.unpredicted = ltp.present ? 0 : state.unpredicted + 1;
   if (!ltp.present) return;
   Estimate(bank, overlap, state, ltp, ics.WindowLines(), scratch);
   float* predicted = scratch.blocks;

@@ -71,7 +71,7 @@ BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, con
 struct ChannelPast {
   const FilterBankState* overlap;
   PredictionState* prediction;  // null: of another object type
-  const LtpState* ltp;          // likewise
+  LtpState* ltp;                // likewise
 };
 
 // Undoes noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on

@@ -36,7 +36,7 @@ const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& bloc
 }
 
 void ForgetPrediction(int objectType, PredictionMemory& memory) {
-  if (objectType == kObjectMain) ippsFDPReset_32f(&memory.prediction);
+  if (objectType == kObjectMain) StartPrediction(memory.prediction);
   if (objectType == kObjectLtp) memory.ltp = {};
 }
 
@@ -62,6 +62,17 @@ void FindPasts(DecoderState& state, const RawDataBlock& block, ChannelPast* past
   for (int i = 0; i < block.couplingCount; ++i) {
     pasts[block.couplings[i].stream] = past(state.couplings[i], state.predictions[kMaxChannels + i]);
   }
+}
+
+// No channel is predicted from what was ahead of the start of its signal.
+bool ArePredictionsSettled(const DecoderState& state) {
+  const auto settled = [&](const PredictionMemory& memory) {
+    if (state.objectType == kObjectMain) return memory.prediction.settled;
+    return state.objectType != kObjectLtp || memory.ltp.unpredicted == kLtpFading;
+  };
+  const PredictionMemory* couplings = state.predictions + kMaxChannels;
+  return std::all_of(state.predictions, state.predictions + state.layout.channelCount, settled) &&
+         std::all_of(couplings, couplings + state.couplingsInUse, settled);
 }
 
 bool IsMono(const Layout& layout) {
@@ -199,7 +210,7 @@ void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::u
   for (int i = 0; i < block.elementCount; ++i) {
     payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
   }
-  bool complete = true;
+  bool complete = ArePredictionsSettled(state);
   for (int i = 0; i < state.layout.elementCount; ++i) {
     complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
   }
@@ -288,7 +299,7 @@ void ForgetPredictions(DecoderState& state) {
 }
 
 bool IsSettled(const DecoderState& state, const SbrArea& sbr) {
-  return !HasSbr(state) || sbr.completeBlocks >= kFadingBlocks;
+  return HasSbr(state) ? sbr.completeBlocks >= kFadingBlocks : ArePredictionsSettled(state);
 }
 
 bool HasSbr(const DecoderState& state) {
