@@ -21,7 +21,8 @@ TEST_P(Settling, IsOnceSettledWhatADecoderFromTheStartIs) {
   std::vector<Samples> expected;
   TestDecoder whole;
   for (int i = 0; i < 300; ++i) {
-    frames.push_back(WrapAdts({generator.NextBlock()}, {.profile = GetParam() - 1, .channelConfiguration = 3}));
+    frames.push_back(
+        WrapAdts({generator.NextBlock()}, {.profile = GetParam() - 1, .channelConfiguration = 3}));
     ASSERT_EQ(0, whole.Decode(frames.back()));
     expected.push_back(whole.Last());
   }

@@ -16,7 +16,6 @@
 
 namespace UMC::aac {
 
-inline constexpr int kMaxCouplings = 8;
 inline constexpr int kMaxStreams = kMaxChannels + kMaxCouplings;
 
 // A single, pair or LFE element.

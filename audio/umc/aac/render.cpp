@@ -129,30 +129,6 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& b
   }
 }
 
-// Adds the signals of independently switched coupling channels.
-void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) {
-  RawDataBlock& block = work.block;
-  for (int i = 0; i < block.couplingCount; ++i) {
-    const Coupling& coupling = block.couplings[i];
-    if (coupling.point != CouplingPoint::kTimeSignal) continue;
-    ChannelStream& source = block.streams[coupling.stream];
-    SynthesiseFrame(bank, source.ics.sequence, source.ics.shape, state.couplings[i], work.scratch,
-                    source.spectrum);
-    if (state.objectType == kObjectLtp) {
-      UpdateLtp(source.spectrum, state.frameLength, state.predictions[kMaxChannels + i].ltp);
-    }
-    ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
-      ippsAddProductC_32f(source.spectrum, gains[0], target.spectrum,
-                          static_cast<std::size_t>(state.frameLength));
-    });
-  }
-  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) {
-    state.couplings[i] = {};
-    ForgetPrediction(state.objectType, state.predictions[kMaxChannels + i]);
-  }
-  state.couplingsInUse = block.couplingCount;
-}
-
 // Blocks in a row that were decoded with nothing missing, after which what was decoded before has faded from
 // all filters and factors that feed back.
 constexpr int kFadingBlocks = 16;
@@ -215,6 +191,46 @@ void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::u
     complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
   }
   sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kFadingBlocks) : 0;
+}
+
+// Makes the signal of an independently switched coupling channel. Where there is spectral band replication it
+// passes the filter banks as the channels do, but has no high band of its own.
+const float* MakeCoupledSignal(DecoderState& state, WorkArea& work, const FilterBank& bank, SbrArea& sbr,
+                               int index) {
+  ChannelStream& source = work.block.streams[work.block.couplings[index].stream];
+  SynthesiseFrame(bank, source.ics.sequence, source.ics.shape, state.couplings[index], work.scratch,
+                  source.spectrum);
+  if (state.objectType == kObjectLtp) {
+    UpdateLtp(source.spectrum, state.frameLength, state.predictions[kMaxChannels + index].ltp);
+  }
+  if (!HasSbr(state)) return source.spectrum;
+  ippsLimit_32f_I(kSampleLimit, source.spectrum, static_cast<std::size_t>(state.frameLength));
+  DecodeSbrChannel(FormatOf(state), SbrElementState{}, false, 0, source.spectrum, sbr.couplings[index],
+                   sbr.scratch, sbr.coupled);
+  return sbr.coupled;
+}
+
+// Adds the signals of independently switched coupling channels to those of the output.
+void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank, SbrArea& sbr,
+                   float* const* samples) {
+  RawDataBlock& block = work.block;
+  const auto length = static_cast<std::size_t>(OutputLength(state));
+  float* targets[kMaxStreams];
+  ForEachCarried(state, block, [&](int channel, int stream) { targets[stream] = samples[channel]; });
+  for (int i = 0; i < block.couplingCount; ++i) {
+    if (block.couplings[i].point != CouplingPoint::kTimeSignal) continue;
+    const float* signal = MakeCoupledSignal(state, work, bank, sbr, i);
+    ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
+      ippsAddProductC_32f(signal, gains[0], targets[&target - block.streams], length);
+      if (HasParametricStereo(state)) ippsAddProductC_32f(signal, gains[0], samples[1], length);
+    });
+  }
+  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) {
+    state.couplings[i] = {};
+    sbr.couplings[i] = {};
+    ForgetPrediction(state.objectType, state.predictions[kMaxChannels + i]);
+  }
+  state.couplingsInUse = block.couplingCount;
 }
 
 // Mixes the channels and interleaves them.
@@ -286,6 +302,7 @@ void UpdateMix(DecoderState& state) {
 void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
   sbr.psData = {};
   sbr.ps = {};
   for (SbrElementState& element : sbr.elements) ForgetSbrProgress(element);
@@ -328,8 +345,8 @@ void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::u
   ApplySpectralTools(data, size, bank, pasts, work.scratch, work.block);
   float* samples[kMaxChannels];
   SynthesiseChannels(state, work, bank, samples);
-  CoupleSignals(state, work, bank);
   if (HasSbr(state)) ReplicateBands(state, work.block, data, size, sbr, samples);
+  CoupleSignals(state, work, bank, sbr, samples);
   WriteSamples(state, work, samples, output);
 }
 
