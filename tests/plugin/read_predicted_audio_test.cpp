@@ -19,7 +19,7 @@ TEST_P(ReadPredicted, GivesFfmpegsSamplesInAnyOrder) {
   const std::string source = std::string("aevalsrc=") + signal + "|0.8*(" + signal + "):s=48000:d=6";
   const Clip clip({"-f", "lavfi", "-i", source},
                   std::vector<std::string>{"-c:a", "aac", "-strict", "-2", "-profile:a", profile, predictor,
-                                           "1", "-aac_pns", "0", "-b:a", "64k"} +
+                                           "1", "-aac_pns", "0", "-aac_coder", "anmr", "-b:a", "24k"} +
                       kFragments);
   const Samples ours = readInEveryWay(clip.path, 2);
   std::vector<float> theirs = ffmpegPackets(clip.folder, clip.path);
