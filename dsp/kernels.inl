@@ -1,10 +1,13 @@
 // The kernels, written once over "lanes": a type that says how many values are worked on at a time and how.
 // Included inside one namespace per instruction set, after WideLanes (as many lanes as there are) and
 // FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas
-// with the instruction set where the compiler needs it.
+// with the instruction set where the compiler needs it, VL_LANES_INLINE functions that must become part of
+// their callers.
 
 // At any address.
-inline void StoreSample(Ipp16s sample, Ipp16s* p) { std::memcpy(p, &sample, sizeof sample); }
+inline void StoreSample(Ipp16s sample, Ipp16s* p) {
+  std::memcpy(p, &sample, sizeof sample);
+}
 
 // One value at a time: the remainders of the vector loops, and all there is in plain C++.
 struct OneLane {
@@ -45,11 +48,10 @@ struct OneLane {
   static V Draw(Ipp32u state, const Ipp32u* factor, const Ipp32u* term) {
     return static_cast<float>(static_cast<Ipp32s>(*factor * state + *term));
   }
-  // Rounded to nearest, ties to even, saturated; what is no number becomes 0.
-  static Ipp16s Round(V a) {
-    if (a != a) return 0;
-    return static_cast<Ipp16s>(std::lrint(std::clamp(a, -32768.0f, 32767.0f)));
-  }
+  // What is no number becomes 0.
+  static V Clamp(V a, float low, float high) { return a == a ? std::clamp(a, low, high) : 0; }
+  // Rounded to nearest, ties to even, saturated.
+  static Ipp16s Round(V a) { return static_cast<Ipp16s>(std::lrint(Clamp(a, -32768.0f, 32767.0f))); }
   static void StoreRounded(V a, Ipp16s* p) { StoreSample(Round(a), p); }
   static void StoreRoundedPairs(V a, V b, Ipp16s* p) {
     StoreSample(Round(a), p);
@@ -166,8 +168,8 @@ inline void Dft(const Complex<L>* x, Complex<L>* y) {
 
 // A pass whose lanes run over the points that share a twiddle factor; the span is a multiple of the lanes.
 template <int kRadix, class L>
-inline void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
-                       float* outRe, float* outIm) {
+VL_LANES_INLINE void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+                                float* outRe, float* outIm) {
   const auto span = static_cast<std::size_t>(pass.span);
   const auto groups = static_cast<std::size_t>(pass.groups);
   for (std::size_t p = 0; p < groups; ++p) {
@@ -189,8 +191,8 @@ inline void PassAcross(const FftPass& pass, const float* twiddles, const float* 
 }
 
 template <int kRadix>
-inline void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im, float* outRe,
-                 float* outIm) {
+VL_LANES_INLINE void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+                          float* outRe, float* outIm) {
   // The first pass has radix 4: every later span is a multiple of four.
   if (static_cast<std::size_t>(pass.span) % WideLanes::Count() == 0) {
     PassAcross<kRadix, WideLanes>(pass, twiddles, re, im, outRe, outIm);
@@ -300,9 +302,8 @@ inline void MdctForward(const MdctPlan& plan, const float* source, float* destin
   float* folded = work + 2 * n;
   ForLanes(0, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
-    const auto backwards = [=](std::size_t end) VL_LANES_ATTR {
-      return L::Reverse(L::Load(source + end - i - L::Count()));
-    };
+    const auto backwards = [=](std::size_t end)
+                               VL_LANES_ATTR { return L::Reverse(L::Load(source + end - i - L::Count())); };
     L::Store(L::Neg(L::Add(backwards(3 * n), L::Load(source + 3 * n + i))), folded + i);
     L::Store(L::Sub(L::Load(source + i), backwards(2 * n)), folded + n + i);
   });
@@ -328,6 +329,13 @@ inline void MulC(float* values, float factor, std::size_t length) {
   ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     L::Store(L::Mul(L::Load(values + i), L::Set(factor)), values + i);
+  });
+}
+
+inline void Limit(float* values, float limit, std::size_t length) {
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    L::Store(L::Clamp(L::Load(values + i), -limit, limit), values + i);
   });
 }
 
@@ -419,7 +427,8 @@ inline void Join(const float* const* source, std::size_t channels, std::size_t l
         using L = decltype(lanes);
         L::StoreRounded(L::Load(values + i), block + i);
       });
-      for (std::size_t i = 0; i < count; ++i) StoreSample(rounded[i], destination + (start + i) * channels + channel);
+      for (std::size_t i = 0; i < count; ++i)
+        StoreSample(rounded[i], destination + (start + i) * channels + channel);
     }
   }
 }

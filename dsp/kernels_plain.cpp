@@ -9,6 +9,7 @@
 #include "qmf_plan.h"
 
 #define VL_LANES_ATTR
+#define VL_LANES_INLINE inline
 
 namespace {
 
@@ -24,8 +25,8 @@ using FourLanes = OneLane;
 
 const Kernels& PlainKernels() {
   static constexpr Kernels kKernels = {
-      MdctInverse,   MdctForward,  OverlapAdd,  ScaleBands,       MulC,        AddProductC,
-      Butterfly,     Deinterleave, Join,        ScaleByExponents, QmfAnalysis, QmfSynthesis,
-      SumCovariance, FilterPatch,  SumEnergies, ShapeRows,        kPsKernels};
+      MdctInverse, MdctForward,  OverlapAdd, ScaleBands,       MulC,        Limit,        AddProductC,
+      Butterfly,   Deinterleave, Join,       ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance,
+      FilterPatch, SumEnergies,  ShapeRows,  kPsKernels};
   return kKernels;
 }

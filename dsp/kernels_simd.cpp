@@ -17,6 +17,8 @@
 
 #undef VL_LANES_ATTR
 #define VL_LANES_ATTR HWY_ATTR
+#undef VL_LANES_INLINE
+#define VL_LANES_INLINE HWY_INLINE
 
 HWY_BEFORE_NAMESPACE();
 namespace vl_dsp {
@@ -58,10 +60,12 @@ class Lanes {
     const auto drawn = hn::Add(product, hn::LoadU(words, terms));
     return hn::ConvertTo(D(), hn::BitCast(hn::Rebind<Ipp32s, D>(), drawn));
   }
-  static HWY_INLINE auto Round(V a) {
+  static HWY_INLINE V Clamp(V a, float low, float high) {
     const V number = hn::IfThenElseZero(hn::Eq(a, a), a);
-    const V clamped = hn::Min(hn::Max(number, Set(-32768.0f)), Set(32767.0f));
-    return hn::DemoteTo(hn::Rebind<Ipp16s, D>(), hn::NearestInt(clamped));
+    return hn::Min(hn::Max(number, Set(low)), Set(high));
+  }
+  static HWY_INLINE auto Round(V a) {
+    return hn::DemoteTo(hn::Rebind<Ipp16s, D>(), hn::NearestInt(Clamp(a, -32768.0f, 32767.0f)));
   }
   static HWY_INLINE void StoreRounded(V a, Ipp16s* p) { hn::StoreU(Round(a), hn::Rebind<Ipp16s, D>(), p); }
   static HWY_INLINE void StoreRoundedPairs(V a, V b, Ipp16s* p) {
@@ -85,9 +89,9 @@ using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 
 const Kernels* GetKernels() {
   static constexpr Kernels kKernels = {
-      MdctInverse,   MdctForward,  OverlapAdd,  ScaleBands,       MulC,        AddProductC,
-      Butterfly,     Deinterleave, Join,        ScaleByExponents, QmfAnalysis, QmfSynthesis,
-      SumCovariance, FilterPatch,  SumEnergies, ShapeRows,        kPsKernels};
+      MdctInverse, MdctForward,  OverlapAdd, ScaleBands,       MulC,        Limit,        AddProductC,
+      Butterfly,   Deinterleave, Join,       ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance,
+      FilterPatch, SumEnergies,  ShapeRows,  kPsKernels};
   // Emulated vectors gain nothing over plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }

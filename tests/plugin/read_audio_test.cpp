@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 
 #include "loaded_plugin.h"
 #include "sound.h"
@@ -17,19 +16,11 @@ namespace {
 
 using testing::Contains;
 
-// What ffmpeg's decoder makes of the same track's packets, from the first on, as 16-bit samples.
+// What ffmpeg's decoder makes of the track's packets, as 16-bit samples.
 Samples ffmpegSound(const TempFolder& folder, const std::string& clip, const std::string& stream = "0:a:0") {
-  const std::string adts = folder.file("packets.aac"), raw = folder.file("packets.f32");
-  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", clip, "-map", stream, "-c", "copy", "-f",
-              "adts", adts});
-  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", adts, "-f", "f32le", raw});
-  const std::vector<std::uint8_t> bytes = readFile(raw);
-  std::vector<float> values(bytes.size() / sizeof(float));
-  std::memcpy(values.data(), bytes.data(), values.size() * sizeof(float));
   Samples samples;
-  for (const float value : values) {
-    samples.push_back(static_cast<std::int16_t>(std::clamp(std::lround(value * 32768.0f), -32768l, 32767l)));
-  }
+  for (const float value : ffmpegPackets(folder, clip, stream))
+    samples.push_back(static_cast<std::int16_t>(std::clamp(std::lround(value), -32768l, 32767l)));
   return samples;
 }
 
@@ -109,19 +100,9 @@ TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeLine) {
 // An explicitly signalled track plays at twice its core's rate.
 TEST(ReadAudio, BandReplicationGivesFfmpegsSamplesAtTheTracksPositions) {
   const std::string path = VL_TEST_DATA "/he_v1_48k_explicit.mp4";
-  const TempFolder folder;
   const MediaFile file = openFile(path);
   ASSERT_NE(file, nullptr);
-  const std::string raw = folder.file("sound.f32");
-  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-c:a", "aac", "-i", path, "-f", "f32le", raw});
-  const std::vector<std::uint8_t> bytes = readFile(raw);
-  std::vector<float> theirs(bytes.size() / sizeof(float));
-  std::memcpy(theirs.data(), bytes.data(), theirs.size() * sizeof(float));
-  const Samples ours = readAll(*file, 1602);
-  ASSERT_EQ(ours.size(), theirs.size());
-  double sum = 0;
-  for (std::size_t i = 0; i < ours.size(); ++i) sum += std::pow(ours[i] - 32768.0 * theirs[i], 2);
-  EXPECT_LT(std::sqrt(sum / static_cast<double>(ours.size())), 1);
+  EXPECT_LT(RootMeanSquare(readAll(*file, 1602), FfmpegDecode(path, {"-c:a", "aac"})), 1);
 }
 
 TEST(ReadAudio, ARateThatTheSampleEntryCannotHoldComesFromTheConfiguration) {
