@@ -235,6 +235,10 @@ bool VL_Audio_Decode::Settled() const {
   return aac == nullptr || aac->Settled();
 }
 
+void VL_Audio_Decode::SetObjectType(int objectType) {
+  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetObjectType(objectType);
+}
+
 void VL_Audio_Decode::SetFrameSize(std::uint32_t bytes) {
   // Frames of another size are other frames: none of those are buffered.
   if (bytes != m_frameSize) m_bufferedFrames = 0;

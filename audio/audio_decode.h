@@ -79,6 +79,10 @@ class VL_Audio_Decode {
   // an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
+  // Tells, behind Init, the audio object type of ISO/IEC 14496-3 that the track's configuration states: the
+  // headers ahead of its samples have no room for all of them. Without effect on other decoders.
+  void SetObjectType(int objectType);
+
   // What the reader sets and looks at between calls.
   void SetChannels(std::uint32_t channels) { m_channels = channels; }
   void SetFrameSize(std::uint32_t bytes);

@@ -13,39 +13,39 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 
 // The DCT of type IV that a bank rests on, its result times `scale`.
-void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& spec) {
-  spec = {};
-  spec.bands = bands;
+void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) {
+  bank = {};
+  bank.bands = bands;
   Ipp32s values = 0;
-  spec.passCount = LayOutFftPasses(bands / 2, 0, spec.passes, &values);
-  for (Ipp32s i = 0; i < spec.passCount; ++i) {
-    FillTwiddles(spec.passes[i], spec.twiddles);
-    spec.passes[i].span *= kQmfBatch;
+  bank.passCount = LayOutFftPasses(bands / 2, 0, bank.passes, &values);
+  for (Ipp32s i = 0; i < bank.passCount; ++i) {
+    FillTwiddles(bank.passes[i], bank.twiddles);
+    bank.passes[i].span *= kQmfBatch;
   }
   for (Ipp32s i = 0; i < bands / 2; ++i) {
     const double angle = kPi / bands * (i + 0.125);
-    spec.after[0][i] = static_cast<Ipp32f>(std::cos(angle));
-    spec.after[1][i] = static_cast<Ipp32f>(std::sin(angle));
-    spec.before[0][i] = static_cast<Ipp32f>(scale * std::cos(angle));
-    spec.before[1][i] = static_cast<Ipp32f>(scale * std::sin(angle));
+    bank.after[0][i] = static_cast<Ipp32f>(std::cos(angle));
+    bank.after[1][i] = static_cast<Ipp32f>(std::sin(angle));
+    bank.before[0][i] = static_cast<Ipp32f>(scale * std::cos(angle));
+    bank.before[1][i] = static_cast<Ipp32f>(scale * std::sin(angle));
   }
 }
 
 // Subband k turns by step * (k + 1/2), clockwise.
-void PrepareRotation(double step, IppsFilterSpec_SBR_32f& spec) {
-  spec.rotates = 1;
+void PrepareRotation(double step, IppsFilterSpec_SBR_32f& bank) {
+  bank.rotates = 1;
   for (Ipp32s k = 0; k < kIppsSbrAnalysisBands; ++k) {
-    spec.rotation[0][k] = static_cast<Ipp32f>(std::cos(step * (k + 0.5)));
-    spec.rotation[1][k] = static_cast<Ipp32f>(std::sin(step * (k + 0.5)));
+    bank.rotation[0][k] = static_cast<Ipp32f>(std::cos(step * (k + 0.5)));
+    bank.rotation[1][k] = static_cast<Ipp32f>(std::sin(step * (k + 0.5)));
   }
 }
 
 // Banks of half the bands take every other value of the window.
-void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& spec) {
-  const Ipp32s stride = kIppsSbrBands / spec.bands;
-  for (Ipp32s k = 0; k < spec.bands; ++k) {
+void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& bank) {
+  const Ipp32s stride = kIppsSbrBands / bank.bands;
+  for (Ipp32s k = 0; k < bank.bands; ++k) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag)
-      spec.taps[k][lag] = kQmfWindow[stride * (spec.bands * lag + k)];
+      bank.taps[k][lag] = kQmfWindow[stride * (bank.bands * lag + k)];
   }
 }
 
@@ -54,12 +54,12 @@ bool IsServed(std::size_t slots) {
 }
 
 IppStatus Synthesise(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots, Ipp32f* destination,
-                     IppsSynthesisState_SBR_32f* state, const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
-  if (source == nullptr || destination == nullptr || state == nullptr || spec == nullptr || work == nullptr) {
+                     IppsSynthesisState_SBR_32f* state, const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  if (source == nullptr || destination == nullptr || state == nullptr || bank == nullptr || work == nullptr) {
     return ippStsNullPtrErr;
   }
   if (!IsServed(slots)) return ippStsSizeErr;
-  ActiveKernels().qmfSynthesis(*spec, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
+  ActiveKernels().qmfSynthesis(*bank, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
 }
 
@@ -85,16 +85,16 @@ std::size_t ippsFilterGetWorkSize_SBR_32f() {
 
 // X[k] = 2 sum u[n] e^(i pi / 64 (k + 1/2) (2n - 1/2)): with 2n - 1/2 = 2 (n + 1/2) - 3/2 the kernel of
 // transforms of type IV, turned by 3/2 pi / 64.
-IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory) {
-  if (spec == nullptr || memory == nullptr) return ippStsNullPtrErr;
-  *spec = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
-  PrepareTransform(kIppsSbrAnalysisBands, 2, **spec);
-  PrepareRotation(1.5 * kPi / 64, **spec);
+IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
+  if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrAnalysisBands, 2, **bank);
+  PrepareRotation(1.5 * kPi / 64, **bank);
   // u[n], n < 64, by n and lag: n and 63 - n take turns in the lags.
   for (Ipp32s n = 0; n < 32; ++n) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
       const Ipp32s at = lag % 2 == 0 ? n : 63 - n;
-      (*spec)->taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
+      (*bank)->taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
     }
   }
   return ippStsNoErr;
@@ -102,47 +102,47 @@ IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** spec,
 
 // v[n] = 1 / 64 sum Re(X[k] e^(i pi / 128 (k + 1/2) (2n - 255))): 2n - 255 = 2 (n + 1/2) - 256, where the
 // last term turns the sign.
-IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory) {
-  if (spec == nullptr || memory == nullptr) return ippStsNullPtrErr;
-  *spec = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
-  PrepareTransform(kIppsSbrBands, 1.0 / 64, **spec);
-  PrepareSynthesisTaps(**spec);
+IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
+  if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrBands, 1.0 / 64, **bank);
+  PrepareSynthesisTaps(**bank);
   return ippStsNoErr;
 }
 
 // v[n] = 1 / 64 sum Re(X[k] e^(i pi / 64 (k + 1/2) (2n - 127.5))): the same with a turn by 1/2 pi / 64.
-IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory) {
-  if (spec == nullptr || memory == nullptr) return ippStsNullPtrErr;
-  *spec = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
-  PrepareTransform(kIppsSbrAnalysisBands, 1.0 / 64, **spec);
-  PrepareRotation(0.5 * kPi / 64, **spec);
-  PrepareSynthesisTaps(**spec);
+IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
+  if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrAnalysisBands, 1.0 / 64, **bank);
+  PrepareRotation(0.5 * kPi / 64, **bank);
+  PrepareSynthesisTaps(**bank);
   return ippStsNoErr;
 }
 
 IppStatus ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(const Ipp32f* source, std::size_t slots,
                                                   Ipp32fc (*destination)[kIppsSbrBands],
                                                   IppsAnalysisState_SBR_32f* state,
-                                                  const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
-  if (source == nullptr || destination == nullptr || state == nullptr || spec == nullptr || work == nullptr) {
+                                                  const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  if (source == nullptr || destination == nullptr || state == nullptr || bank == nullptr || work == nullptr) {
     return ippStsNullPtrErr;
   }
   if (!IsServed(slots)) return ippStsSizeErr;
-  ActiveKernels().qmfAnalysis(*spec, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
+  ActiveKernels().qmfAnalysis(*bank, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
 }
 
 IppStatus ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots,
                                                    Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
-                                                   const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
-  return Synthesise(source, slots, destination, state, spec, work);
+                                                   const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  return Synthesise(source, slots, destination, state, bank, work);
 }
 
 IppStatus ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[kIppsSbrBands],
                                                        std::size_t slots, Ipp32f* destination,
                                                        IppsSynthesisState_SBR_32f* state,
-                                                       const IppsFilterSpec_SBR_32f* spec, Ipp8u* work) {
-  return Synthesise(source, slots, destination, state, spec, work);
+                                                       const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  return Synthesise(source, slots, destination, state, bank, work);
 }
 
 IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length,

@@ -30,27 +30,27 @@ std::size_t ippsFilterGetSize_SBR_32f();
 std::size_t ippsFilterGetWorkSize_SBR_32f();
 
 // Prepare the filter banks in `memory`.
-IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory);
-IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory);
-IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** spec, Ipp8u* memory);
+IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory);
+IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory);
+IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory);
 
 // Splits 32 x `slots` samples into 32 subbands: writes the first 32 of every row. 1 <= slots <=
 // kIppsSbrSlots, else ippStsSizeErr; the same for the synthesis.
 IppStatus ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(const Ipp32f* source, std::size_t slots,
                                                   Ipp32fc (*destination)[kIppsSbrBands],
                                                   IppsAnalysisState_SBR_32f* state,
-                                                  const IppsFilterSpec_SBR_32f* spec, Ipp8u* work);
+                                                  const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
 
 // Makes 64 samples a slot of 64 subbands.
 IppStatus ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots,
                                                    Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
-                                                   const IppsFilterSpec_SBR_32f* spec, Ipp8u* work);
+                                                   const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
 
 // Makes 32 samples a slot of the lowest 32 subbands.
 IppStatus ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[kIppsSbrBands],
                                                        std::size_t slots, Ipp32f* destination,
                                                        IppsSynthesisState_SBR_32f* state,
-                                                       const IppsFilterSpec_SBR_32f* spec, Ipp8u* work);
+                                                       const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
 
 // The coefficients of second-order prediction over time by the covariance method, for every subband
 // k < `bands` <= 32: x[n] is predicted as -alpha0 x[n - 1] - alpha1 x[n - 2] over `length` samples behind

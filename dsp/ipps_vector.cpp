@@ -9,13 +9,16 @@
 
 namespace {
 
-using Pow43Table = std::array<Ipp32f, kPow43Limit + 1>;
+// By the value's 16 bits, so that no value needs a look at its sign or size.
+using Pow43Table = std::array<Ipp32f, 0x10000>;
 
 Pow43Table MakePow43Table() {
-  Pow43Table table;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    const auto value = static_cast<double>(i);
-    table[i] = static_cast<Ipp32f>(value * std::cbrt(value));
+  Pow43Table table{};
+  Ipp32f power = 0;
+  for (Ipp32s i = 1; i <= 0x8000; ++i) {
+    if (i <= kPow43Limit) power = static_cast<Ipp32f>(i * std::cbrt(static_cast<double>(i)));
+    table[static_cast<Ipp16u>(i)] = power;
+    table[static_cast<Ipp16u>(-i)] = -power;
   }
   return table;
 }
@@ -32,10 +35,7 @@ IppStatus ippsPow43_16s32f(const Ipp16s* source, Ipp32f* destination, std::size_
   static const Pow43Table kTable = MakePow43Table();
   const Ipp32f* table = kTable.data();
   for (std::size_t i = 0; i < length; ++i) {
-    const Ipp32s value = source[i];
-    const Ipp32f power = table[std::min(value < 0 ? -value : value, kPow43Limit)];
-    const Ipp32u sign = static_cast<Ipp32u>(value) & 0x80000000u;
-    destination[i] = std::bit_cast<Ipp32f>(std::bit_cast<Ipp32u>(power) | sign);
+    destination[i] = table[static_cast<Ipp16u>(source[i])];
   }
   return ippStsNoErr;
 }
@@ -61,6 +61,12 @@ IppStatus ippsScale_32f_I(Ipp32f* values, const Ipp32f* factors, const Ipp16u* o
 IppStatus ippsMulC_32f_I(Ipp32f factor, Ipp32f* values, std::size_t length) {
   if (values == nullptr) return ippStsNullPtrErr;
   ActiveKernels().mulC(values, factor, length);
+  return ippStsNoErr;
+}
+
+IppStatus ippsLimit_32f_I(Ipp32f limit, Ipp32f* values, std::size_t length) {
+  if (values == nullptr) return ippStsNullPtrErr;
+  ActiveKernels().limit(values, limit, length);
   return ippStsNoErr;
 }
 

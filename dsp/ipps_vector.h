@@ -21,6 +21,9 @@ IppStatus ippsScale_32f_I(Ipp32f* values, const Ipp32f* factors, const Ipp16u* o
 // values[i] *= factor
 IppStatus ippsMulC_32f_I(Ipp32f factor, Ipp32f* values, std::size_t length);
 
+// Limits the values to [-limit, limit]; what is no number becomes 0.
+IppStatus ippsLimit_32f_I(Ipp32f limit, Ipp32f* values, std::size_t length);
+
 // sums[i] += source[i] * factor
 IppStatus ippsAddProductC_32f(const Ipp32f* source, Ipp32f factor, Ipp32f* sums, std::size_t length);
 

@@ -148,18 +148,34 @@ inline Packed<kDimension> Negate(Packed<kDimension> packed, Packed<kDimension> m
   return (packed ^ mask) + (mask & kOnes);
 }
 
+// Calls take(i) for the place of every tuple in `length` values. The window holds enough bits each time: what
+// one refill makes available serves two tuples with their signs.
+template <int kDimension, class Take>
+inline void ForTuples(BitWindow& window, std::size_t length, Take take) {
+  static_assert(2 * (kMaxVLCLength + kDimension) <= 56);
+  std::size_t i = 0;
+  for (; i + 2 * kDimension <= length; i += 2 * kDimension) {
+    window.Refill();
+    take(i);
+    take(i + kDimension);
+  }
+  if (i < length) {
+    window.Refill();
+    take(i);
+  }
+}
+
 template <int kDimension>
 void DecodeSigned(BitWindow* stream, Ipp16s* values, std::size_t length, const IppsVLCDecodeSpec_32s& table) {
   BitWindow window = *stream;
   const Entry* entries = table.entries.data();
   const Ipp16s* tuples = table.tuples.data();
   const unsigned primaryBits = table.primaryBits;
-  for (std::size_t i = 0; i < length; i += kDimension) {
-    window.Refill();
+  ForTuples<kDimension>(window, length, [&](std::size_t i) {
     const Entry entry = Look(window, entries, primaryBits);
     window.Skip(entry.length);
     std::memcpy(values + i, tuples + entry.value * kDimension, kDimension * sizeof(Ipp16s));
-  }
+  });
   *stream = window;
 }
 
@@ -185,11 +201,10 @@ void DecodeUnsigned(BitWindow* stream, Ipp16s* values, std::size_t length,
   const Entry* entries = table.entries.data();
   const Ipp16s* tuples = table.tuples.data();
   const unsigned primaryBits = table.primaryBits;
-  for (std::size_t i = 0; i < length; i += kDimension) {
-    window.Refill();
+  ForTuples<kDimension>(window, length, [&](std::size_t i) {
     const auto packed = TakeUnsigned<kDimension>(window, entries, tuples, primaryBits);
     std::memcpy(values + i, &packed, sizeof packed);
-  }
+  });
   *stream = window;
 }
 

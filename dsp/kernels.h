@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "block_float.h"
 #include "high_band.h"
 #include "ipps_sbr.h"
 #include "ipps_types.h"
@@ -58,6 +59,8 @@ struct Kernels {
   void (*scaleBands)(Ipp32f* values, const Ipp32f* factors, const Ipp16u* offsets, std::size_t bands);
   // values[i] *= factor
   void (*mulC)(Ipp32f* values, Ipp32f factor, std::size_t length);
+  // See ippsLimit_32f_I.
+  void (*limit)(Ipp32f* values, Ipp32f limit, std::size_t length);
   // sums[i] += source[i] * factor
   void (*addProductC)(const Ipp32f* source, Ipp32f factor, Ipp32f* sums, std::size_t length);
   // (a, b) becomes (a + b, a - b)
@@ -67,11 +70,14 @@ struct Kernels {
                        Ipp32f* const* destination);
   // See ippsJoin_32f16s_D2L.
   void (*join)(const Ipp32f* const* source, std::size_t channels, std::size_t length, Ipp16s* destination);
+  // See ApplyExponents.
+  void (*applyExponents)(const Ipp32f* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
+                         const NoiseSource& noise, Ipp32f* destination, std::size_t length);
   // See ippsAnalysisFilter_SBR_RToC_32f32fc_D2L; `work` holds kQmfWorkFloats values.
-  void (*qmfAnalysis)(const IppsFilterSpec_SBR_32f& spec, const Ipp32f* source, std::size_t slots,
+  void (*qmfAnalysis)(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source, std::size_t slots,
                       Ipp32fc (*destination)[kIppsSbrBands], IppsAnalysisState_SBR_32f& state, Ipp32f* work);
   // See ippsSynthesisFilter_SBR_CToR_32fc32f_D2L.
-  void (*qmfSynthesis)(const IppsFilterSpec_SBR_32f& spec, const Ipp32fc (*source)[kIppsSbrBands],
+  void (*qmfSynthesis)(const IppsFilterSpec_SBR_32f& bank, const Ipp32fc (*source)[kIppsSbrBands],
                        std::size_t slots, Ipp32f* destination, IppsSynthesisState_SBR_32f& state,
                        Ipp32f* work);
   void (*covariance)(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length, std::size_t bands,

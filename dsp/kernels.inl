@@ -1,10 +1,13 @@
 // The kernels, written once over "lanes": a type that says how many values are worked on at a time and how.
 // Included inside one namespace per instruction set, after WideLanes (as many lanes as there are) and
 // FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas
-// with the instruction set where the compiler needs it.
+// with the instruction set where the compiler needs it, VL_LANES_INLINE functions that must become part of
+// their callers.
 
 // At any address.
-inline void StoreSample(Ipp16s sample, Ipp16s* p) { std::memcpy(p, &sample, sizeof sample); }
+inline void StoreSample(Ipp16s sample, Ipp16s* p) {
+  std::memcpy(p, &sample, sizeof sample);
+}
 
 // One value at a time: the remainders of the vector loops, and all there is in plain C++.
 struct OneLane {
@@ -35,11 +38,20 @@ struct OneLane {
     p[2] = c;
     p[3] = d;
   }
-  // Rounded to nearest, ties to even, saturated; what is no number becomes 0.
-  static Ipp16s Round(V a) {
-    if (a != a) return 0;
-    return static_cast<Ipp16s>(std::lrint(std::clamp(a, -32768.0f, 32767.0f)));
+  // 2^-exponent
+  static V PowerOfHalf(const Ipp8u* exponent) {
+    return std::bit_cast<float>((127u - *exponent) << 23);
   }
+  // a where the byte is 0, else b
+  static V WhereZero(const Ipp8u* p, V a, V b) { return *p == 0 ? a : b; }
+  // The generator's state factor * state + term, as a signed number.
+  static V Draw(Ipp32u state, const Ipp32u* factor, const Ipp32u* term) {
+    return static_cast<float>(static_cast<Ipp32s>(*factor * state + *term));
+  }
+  // What is no number becomes 0.
+  static V Clamp(V a, float low, float high) { return a == a ? std::clamp(a, low, high) : 0; }
+  // Rounded to nearest, ties to even, saturated.
+  static Ipp16s Round(V a) { return static_cast<Ipp16s>(std::lrint(Clamp(a, -32768.0f, 32767.0f))); }
   static void StoreRounded(V a, Ipp16s* p) { StoreSample(Round(a), p); }
   static void StoreRoundedPairs(V a, V b, Ipp16s* p) {
     StoreSample(Round(a), p);
@@ -156,8 +168,8 @@ inline void Dft(const Complex<L>* x, Complex<L>* y) {
 
 // A pass whose lanes run over the points that share a twiddle factor; the span is a multiple of the lanes.
 template <int kRadix, class L>
-inline void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
-                       float* outRe, float* outIm) {
+VL_LANES_INLINE void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+                                float* outRe, float* outIm) {
   const auto span = static_cast<std::size_t>(pass.span);
   const auto groups = static_cast<std::size_t>(pass.groups);
   for (std::size_t p = 0; p < groups; ++p) {
@@ -179,8 +191,8 @@ inline void PassAcross(const FftPass& pass, const float* twiddles, const float* 
 }
 
 template <int kRadix>
-inline void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im, float* outRe,
-                 float* outIm) {
+VL_LANES_INLINE void Pass(const FftPass& pass, const float* twiddles, const float* re, const float* im,
+                          float* outRe, float* outIm) {
   // The first pass has radix 4: every later span is a multiple of four.
   if (static_cast<std::size_t>(pass.span) % WideLanes::Count() == 0) {
     PassAcross<kRadix, WideLanes>(pass, twiddles, re, im, outRe, outIm);
@@ -290,9 +302,8 @@ inline void MdctForward(const MdctPlan& plan, const float* source, float* destin
   float* folded = work + 2 * n;
   ForLanes(0, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
-    const auto backwards = [=](std::size_t end) VL_LANES_ATTR {
-      return L::Reverse(L::Load(source + end - i - L::Count()));
-    };
+    const auto backwards = [=](std::size_t end)
+                               VL_LANES_ATTR { return L::Reverse(L::Load(source + end - i - L::Count())); };
     L::Store(L::Neg(L::Add(backwards(3 * n), L::Load(source + 3 * n + i))), folded + i);
     L::Store(L::Sub(L::Load(source + i), backwards(2 * n)), folded + n + i);
   });
@@ -321,6 +332,13 @@ inline void MulC(float* values, float factor, std::size_t length) {
   });
 }
 
+inline void Limit(float* values, float limit, std::size_t length) {
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    L::Store(L::Clamp(L::Load(values + i), -limit, limit), values + i);
+  });
+}
+
 inline void ScaleBands(float* values, const float* factors, const Ipp16u* offsets, std::size_t bands) {
   for (std::size_t b = 0; b < bands; ++b) {
     const std::size_t end = offsets[b + 1];
@@ -346,6 +364,18 @@ inline void Butterfly(float* a, float* b, std::size_t length) {
     const auto x = L::Load(a + i), y = L::Load(b + i);
     L::Store(L::Add(x, y), a + i);
     L::Store(L::Sub(x, y), b + i);
+  });
+}
+
+inline void ScaleByExponents(const float* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
+                             const NoiseSource& noise, float* destination, std::size_t length) {
+  const float scale = noise.amplitude * 0x1p-31f;
+  const Ipp32u state = noise.state;
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto drawn = L::Draw(state, kNoiseJumps.factors.data() + i, kNoiseJumps.terms.data() + i);
+    const auto value = L::WhereZero(bits + i, L::Mul(drawn, L::Set(scale)), L::Load(mantissas + i));
+    L::Store(L::Mul(value, L::PowerOfHalf(exponents + i)), destination + i);
   });
 }
 
@@ -397,7 +427,8 @@ inline void Join(const float* const* source, std::size_t channels, std::size_t l
         using L = decltype(lanes);
         L::StoreRounded(L::Load(values + i), block + i);
       });
-      for (std::size_t i = 0; i < count; ++i) StoreSample(rounded[i], destination + (start + i) * channels + channel);
+      for (std::size_t i = 0; i < count; ++i)
+        StoreSample(rounded[i], destination + (start + i) * channels + channel);
     }
   }
 }

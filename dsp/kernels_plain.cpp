@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include "qmf_plan.h"
 
 #define VL_LANES_ATTR
+#define VL_LANES_INLINE inline
 
 namespace {
 
@@ -22,9 +24,9 @@ using FourLanes = OneLane;
 }  // namespace
 
 const Kernels& PlainKernels() {
-  static constexpr Kernels kKernels = {MdctInverse, MdctForward, OverlapAdd,   ScaleBands,
-                                       MulC,        AddProductC, Butterfly,    Deinterleave,
-                                       Join,        QmfAnalysis, QmfSynthesis, SumCovariance,
-                                       FilterPatch, SumEnergies, ShapeRows,    kPsKernels};
+  static constexpr Kernels kKernels = {
+      MdctInverse, MdctForward,  OverlapAdd, ScaleBands,       MulC,        Limit,        AddProductC,
+      Butterfly,   Deinterleave, Join,       ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance,
+      FilterPatch, SumEnergies,  ShapeRows,  kPsKernels};
   return kKernels;
 }

@@ -54,15 +54,15 @@ inline void Transpose4(const float* const (&rows)[4], float* destination, std::s
 
 // The DCT of type IV over the rows of a batch of slots, by a complex transform of half as many points
 // between two rotations. `work` holds twice as much as `in`.
-inline void TransformRows(const IppsFilterSpec_SBR_32f& spec, const float* in, float* out, float* work) {
+inline void TransformRows(const IppsFilterSpec_SBR_32f& bank, const float* in, float* out, float* work) {
   using L = WideLanes;
-  const auto bands = static_cast<std::size_t>(spec.bands);
+  const auto bands = static_cast<std::size_t>(bank.bands);
   const std::size_t points = bands / 2;
   const std::size_t half = points * kQmfBatch;
   float* from = work;
   float* to = work + 2 * half;
   for (std::size_t i = 0; i < points; ++i) {
-    const auto c = L::Set(spec.before[0][i]), s = L::Set(spec.before[1][i]);
+    const auto c = L::Set(bank.before[0][i]), s = L::Set(bank.before[1][i]);
     for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
       const auto even = L::Load(in + 2 * i * kQmfBatch + q);
       const auto odd = L::Load(in + (bands - 1 - 2 * i) * kQmfBatch + q);
@@ -70,9 +70,9 @@ inline void TransformRows(const IppsFilterSpec_SBR_32f& spec, const float* in, f
       L::Store(L::NegMulAdd(even, s, L::Mul(odd, c)), from + half + i * kQmfBatch + q);
     }
   }
-  for (int i = 0; i < spec.passCount; ++i) {
-    const FftPass& pass = spec.passes[i];
-    const float* twiddles = spec.twiddles + pass.twiddleOffset;
+  for (int i = 0; i < bank.passCount; ++i) {
+    const FftPass& pass = bank.passes[i];
+    const float* twiddles = bank.twiddles + pass.twiddleOffset;
     if (pass.radix == 4) {
       Pass<4>(pass, twiddles, from, from + half, to, to + half);
     } else {
@@ -81,7 +81,7 @@ inline void TransformRows(const IppsFilterSpec_SBR_32f& spec, const float* in, f
     std::swap(from, to);
   }
   for (std::size_t i = 0; i < points; ++i) {
-    const auto c = L::Set(spec.after[0][i]), s = L::Set(spec.after[1][i]);
+    const auto c = L::Set(bank.after[0][i]), s = L::Set(bank.after[1][i]);
     for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
       const auto a = L::Load(from + i * kQmfBatch + q), b = L::Load(from + half + i * kQmfBatch + q);
       L::Store(L::MulAdd(b, s, L::Mul(a, c)), out + 2 * i * kQmfBatch + q);
@@ -98,7 +98,7 @@ inline void KeepHistory(const float* columns, std::size_t slots, float (*history
   }
 }
 
-inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& spec, const Ipp32f* source, std::size_t slots,
+inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source, std::size_t slots,
                         Ipp32fc (*destination)[kIppsSbrBands], IppsAnalysisState_SBR_32f& state,
                         Ipp32f* work) {
   using L = WideLanes;
@@ -131,23 +131,22 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& spec, const Ipp32f* source
         const float* now = columns + kIppsSbrLag + slot + q;
         auto lower = L::Set(0), upper = L::Set(0);
         for (std::size_t lag = 0; lag < kQmfTaps; lag += 2) {
-          lower = L::MulAdd(L::Set(spec.taps[n][lag]), L::Load(now + (31 - n) * kQmfPitch - lag), lower);
-          upper = L::MulAdd(L::Set(spec.taps[n][lag + 1]), L::Load(now + n * kQmfPitch - lag - 1), upper);
+          lower = L::MulAdd(L::Set(bank.taps[n][lag]), L::Load(now + (31 - n) * kQmfPitch - lag), lower);
+          upper = L::MulAdd(L::Set(bank.taps[n][lag + 1]), L::Load(now + n * kQmfPitch - lag - 1), upper);
         }
         L::Store(L::Sub(lower, upper), cosines + n * kQmfBatch + q);
         L::Store(L::Add(lower, upper), sines + (31 - n) * kQmfBatch + q);
       }
     }
-    TransformRows(spec, cosines, real, passes);
-    TransformRows(spec, sines, imaginary, passes);
+    TransformRows(bank, cosines, real, passes);
+    TransformRows(bank, sines, imaginary, passes);
     for (std::size_t k = 0; k < kBands; k += 2) {
       for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
         // Sines of odd subbands have the other sign.
         const auto turn = [&](std::size_t band, auto sine) VL_LANES_ATTR {
           const auto cosine = L::Load(real + band * kQmfBatch + q);
-          const auto c = L::Set(spec.rotation[0][band]), s = L::Set(spec.rotation[1][band]);
-          return Complex<L>{L::MulAdd(sine, s, L::Mul(cosine, c)),
-                            L::NegMulAdd(cosine, s, L::Mul(sine, c))};
+          const auto c = L::Set(bank.rotation[0][band]), s = L::Set(bank.rotation[1][band]);
+          return Complex<L>{L::MulAdd(sine, s, L::Mul(cosine, c)), L::NegMulAdd(cosine, s, L::Mul(sine, c))};
         };
         const auto even = turn(k, L::Load(imaginary + k * kQmfBatch + q));
         const auto odd = turn(k + 1, L::Neg(L::Load(imaginary + (k + 1) * kQmfBatch + q)));
@@ -183,11 +182,11 @@ inline void SplitParts(const Ipp32fc (*source)[kIppsSbrBands], std::size_t first
 }
 
 // Turns the subbands in such rows.
-inline void RotateParts(const IppsFilterSpec_SBR_32f& spec, std::size_t bands, float* real,
+inline void RotateParts(const IppsFilterSpec_SBR_32f& bank, std::size_t bands, float* real,
                         float* imaginary) {
   using L = WideLanes;
   for (std::size_t k = 0; k < bands; ++k) {
-    const auto c = L::Set(spec.rotation[0][k]), s = L::Set(spec.rotation[1][k]);
+    const auto c = L::Set(bank.rotation[0][k]), s = L::Set(bank.rotation[1][k]);
     for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
       float* re = real + k * kQmfBatch + q;
       float* im = imaginary + (bands - 1 - k) * kQmfBatch + q;
@@ -198,11 +197,11 @@ inline void RotateParts(const IppsFilterSpec_SBR_32f& spec, std::size_t bands, f
   }
 }
 
-inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& spec, const Ipp32fc (*source)[kIppsSbrBands],
+inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& bank, const Ipp32fc (*source)[kIppsSbrBands],
                          std::size_t slots, Ipp32f* destination, IppsSynthesisState_SBR_32f& state,
                          Ipp32f* work) {
   using L = WideLanes;
-  const auto bands = static_cast<std::size_t>(spec.bands);
+  const auto bands = static_cast<std::size_t>(bank.bands);
   const std::size_t area = bands * kQmfBatch;
   float* columns = work;
   float* real = columns + 2 * bands * kQmfPitch;
@@ -216,9 +215,9 @@ inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& spec, const Ipp32fc (*sou
   }
   for (std::size_t slot = 0; slot < slots; slot += kQmfBatch) {
     SplitParts(source, slot, slots, bands, real, imaginary);
-    if (spec.rotates != 0) RotateParts(spec, bands, real, imaginary);
-    TransformRows(spec, real, cosines, passes);
-    TransformRows(spec, imaginary, sines, passes);
+    if (bank.rotates != 0) RotateParts(bank, bands, real, imaginary);
+    TransformRows(bank, real, cosines, passes);
+    TransformRows(bank, imaginary, sines, passes);
     for (std::size_t n = 0; n < bands; ++n) {
       for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
         const auto cosine = L::Load(cosines + n * kQmfBatch + q);
@@ -239,7 +238,7 @@ inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& spec, const Ipp32fc (*sou
       for (std::size_t lag = 0; lag < kQmfTaps; ++lag) {
         const float* row = now - lag + (lag % 2 != 0 ? bands * kQmfPitch : 0);
         for (std::size_t i = 0; i < 4; ++i) {
-          sums[i] = L::MulAdd(L::Set(spec.taps[k + i][lag]), L::Load(row + i * kQmfPitch), sums[i]);
+          sums[i] = L::MulAdd(L::Set(bank.taps[k + i][lag]), L::Load(row + i * kQmfPitch), sums[i]);
         }
       }
       float samples[4 * kQmfBatch];
@@ -293,7 +292,7 @@ inline void FilterPatch(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::
 }
 
 inline void SumEnergies(const Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first,
-                         std::size_t bands, Ipp32f* energies) {
+                        std::size_t bands, Ipp32f* energies) {
   ForOverlappingLanes(bands, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     auto sum = L::Set(0);
@@ -305,9 +304,9 @@ inline void SumEnergies(const Ipp32fc (*rows)[kIppsSbrBands], std::size_t count,
   });
 }
 
-inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first,
-                       std::size_t bands, const Ipp32f* gains, const Ipp32f* noiseGains,
-                       const Ipp32fc* noise, std::size_t noiseStart) {
+inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first, std::size_t bands,
+                      const Ipp32f* gains, const Ipp32f* noiseGains, const Ipp32fc* noise,
+                      std::size_t noiseStart) {
   const auto shape = [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     const auto gain = L::Load(gains + i), noiseGain = L::Load(noiseGains + i);
@@ -315,9 +314,9 @@ inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::si
       Ipp32fc* at = rows[slot] + first + i;
       const Complex<L> x = LoadSample<L>(at);
       const Complex<L> v = LoadSample<L>(noise + (noiseStart + slot * bands) % kNoisePeriod + i);
-      StoreSample<L>({L::MulAdd(v.re, noiseGain, L::Mul(x.re, gain)),
-                      L::MulAdd(v.im, noiseGain, L::Mul(x.im, gain))},
-                     at);
+      StoreSample<L>(
+          {L::MulAdd(v.re, noiseGain, L::Mul(x.re, gain)), L::MulAdd(v.im, noiseGain, L::Mul(x.im, gain))},
+          at);
     }
   };
   std::size_t i = 0;

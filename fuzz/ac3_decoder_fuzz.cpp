@@ -7,26 +7,12 @@
 
 #include "ac3_decoder.h"
 #include "audio/ac3_checksums.h"
-#include "sync_frame.h"
-
-namespace {
-
-void RepairChecksums(std::vector<std::uint8_t>& bytes) {
-  UMC::ac3::SyncInfo info{};
-  for (std::size_t at = 0; bytes.size() - at >= UMC::ac3::kSyncInfoBytes; at += info.bytes) {
-    if (UMC::ac3::ParseSyncInfo(&bytes[at], info) != UMC::ac3::SyncStatus::kOk) return;
-    if (info.bytes > bytes.size() - at) return;
-    SetAc3Checksums(&bytes[at], info.bytes);
-  }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   std::vector<std::uint8_t> bytes(data + 1, data + size);
   bytes.shrink_to_fit();
-  if ((data[0] & 0x80) != 0) RepairChecksums(bytes);
+  if ((data[0] & 0x80) != 0) RepairAc3Checksums(bytes);
 
   UMC::AC3DecoderParams params;
   params.m_outputMode = data[0] & 0x0F;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "filter_bank.h"
 #include "sbr_decoder.h"
 #include "scale_factor_bands.h"
 
@@ -18,9 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int channels = (data[0] & 1) != 0 ? 2 : 1;
   const SbrFormat format = {kSamplingFrequencies[(data[0] >> 3) % kSamplingIndexCount],
                             (data[0] & 2) != 0 ? 960 : 1024, (data[0] & 4) != 0};
-  static float core[2][1024];
-  for (int i = 0; i < 1024; ++i) core[0][i] = core[1][i] = static_cast<float>(i * 7919 % 65536 - 32768);
-
+  static float core[1024];
   const auto area = std::make_unique<SbrArea>();
   for (std::size_t at = 1; at < size;) {
     const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
@@ -30,11 +29,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     at += 1 + length;
     SbrPayload payload{};
     if (length > 0) payload = {4, static_cast<std::uint32_t>(8 * length - 4), bytes[0] >> 4 == 14};
+    // Now and then as loud as a core can be.
+    const float scale = length % 4 == 1 ? kSampleLimit / 32768 : 1;
+    for (int i = 0; i < 1024; ++i) core[i] = scale * static_cast<float>(i * 7919 % 65536 - 32768);
     BitWindow stream(bytes.data(), bytes.size());
     const bool hasHighBand =
         ReadSbrPayload(format, stream, payload, channels, area->elements[0], area->channels, area->scratch);
     for (int i = 0; i < channels; ++i) {
-      DecodeSbrChannel(format, area->elements[0], hasHighBand, i, core[i], area->channels[i], area->scratch,
+      DecodeSbrChannel(format, area->elements[0], hasHighBand, i, core, area->channels[i], area->scratch,
                        area->output[i]);
       const int count = format.downSampled ? format.coreFrameLength : 2 * format.coreFrameLength;
       if (!std::all_of(area->output[i], area->output[i] + count, [](float x) { return std::isfinite(x); }))

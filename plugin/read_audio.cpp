@@ -13,6 +13,13 @@ namespace {
 constexpr std::uint64_t kBytes16BitStereo = 4;
 constexpr std::uint64_t kBytes32BitStereo = 8;
 
+// Bytes that the host counts a request as. `host` is the format that it was told first.
+std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uint32_t count) {
+  if (host.bitsPerSample == 16) return count * kBytes16BitStereo;
+  if (track.bitsPerSample == 16) return std::uint64_t{count} * track.blockAlign;
+  return count * kBytes32BitStereo;
+}
+
 }  // namespace
 
 // The track that holds a channel pair: the tracks in order are the pairs in order; channels beyond the last
@@ -41,10 +48,8 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
   if (frame == QVR_NOT_SET) frame = track->nextExpected == QVR_NOT_SET ? 0 : track->nextExpected;
   if (frame > audio.stream.length) return VL_FAILED;
   const bool leads = fccIsCompressedAudio(audio.codec) && frame < audio.stream.initialFrames;
-  if (!descriptor) {
-    const FrameRate fps{m_video.stream.rate, m_video.stream.scale};
-    return leads ? m_audio.wave.blockAlign * 2u : track->deliveredBufferSize(fps);
-  }
+  const std::uint32_t told = track->deliveredBufferSize({m_video.stream.rate, m_video.stream.scale});
+  if (!descriptor) return leads ? m_audio.wave.blockAlign * 2u : told;
 
   descriptor->bytes = 0;
   if (frame == audio.stream.length && count != 0) {
@@ -59,7 +64,12 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
     return VL_OK;
   }
   const std::uint64_t wanted = std::min<std::uint64_t>(count, audio.stream.length - frame);
-  if (wanted * frameSize > (descriptor->dataCapacity ? descriptor->dataCapacity : 0xFFFFFFFFu)) {
+  // A host that does not say what its buffer holds has made it by its own count or by what it was told.
+  const std::uint64_t room =
+      descriptor->dataCapacity != 0
+          ? descriptor->dataCapacity
+          : std::max<std::uint64_t>(RequestedBytes(m_audio.wave, audio.wave, count), told);
+  if (wanted * frameSize > std::min<std::uint64_t>(room, 0xFFFFFFFFu)) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
   }
@@ -105,12 +115,7 @@ std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std:
       break;
   }
   descriptor.bytes += bytes;
-  std::uint64_t requested = std::uint64_t{count} * kBytes32BitStereo;
-  if (m_audio.wave.bitsPerSample == 16) {
-    requested = std::uint64_t{count} * kBytes16BitStereo;
-  } else if (audio.wave.bitsPerSample == 16) {
-    requested = std::uint64_t{count} * audio.wave.blockAlign;
-  }
+  const std::uint64_t requested = RequestedBytes(m_audio.wave, audio.wave, count);
   if (descriptor.bytes != requested) messages::reportShort(descriptor.bytes / frameSize, count);
   track.nextExpected = frame + count;
   return VL_OK;

@@ -50,14 +50,14 @@ run_players() {
     { sed -n '/failing tests/,$p' build/dev/players.log; return 1; }
 }
 
-# fuzz TARGET [OPTION...] CORPUS...: a short look for inputs that crash, hang or eat memory; what it finds new is
-# left under build/asan/fuzz, with the target's output.
+# fuzz TARGET RUNS [OPTION...] CORPUS...: a look for inputs that crash, hang or eat memory, always at the same ones,
+# however fast the machine; what is new in them is left under build/asan/fuzz, with the target's output.
 fuzz() {
-  local target=$1 folder=build/asan/fuzz/$1
-  shift
+  local target=$1 runs=$2 folder=build/asan/fuzz/$1
+  shift 2
   rm -rf "$folder"
   mkdir -p "$folder/new"
-  "build/asan/bin/fuzz_$target" -seed=1 -max_total_time=20 -timeout=10 -rss_limit_mb=1024 -verbosity=0 \
+  "build/asan/bin/fuzz_$target" -seed=1 -runs="$runs" -timeout=60 -rss_limit_mb=1024 -verbosity=0 \
     -print_final_stats=1 -artifact_prefix="$folder/" "$folder/new" "$@" >"$folder/log" 2>&1 ||
     { tail -n 60 "$folder/log"; echo "fuzz_$target failed"; return 1; }
 }
@@ -66,15 +66,16 @@ fuzz() {
 fuzz_all() {
   export -f fuzz
   xargs -P "$(nproc)" -I LINE bash -c 'fuzz LINE' <<'EOF'
-box -dict=fuzz/boxes.dict fuzz/seeds/box
-manifest -dict=fuzz/manifest.dict fuzz/seeds/manifest
-file -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
-recording -dict=fuzz/boxes.dict fuzz/seeds/recording
-aac_decoder fuzz/seeds/aac_decoder
-ac3_decoder fuzz/seeds/ac3_decoder
-aac_wrapper fuzz/seeds/aac_wrapper
-sbr fuzz/seeds/sbr
-ps fuzz/seeds/ps
+box 150000 -dict=fuzz/boxes.dict fuzz/seeds/box
+manifest 300000 -dict=fuzz/manifest.dict fuzz/seeds/manifest
+file 12000 -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
+recording 20000 -dict=fuzz/boxes.dict fuzz/seeds/recording
+aac_decoder 15000 fuzz/seeds/aac_decoder
+ac3_decoder 30000 fuzz/seeds/ac3_decoder
+aac_wrapper 15000 fuzz/seeds/aac_wrapper
+ac3_wrapper 15000 fuzz/seeds/ac3_wrapper
+sbr 6000 fuzz/seeds/sbr
+ps 4000 fuzz/seeds/ps
 EOF
 }
 

@@ -160,7 +160,7 @@ struct DFRAME {
   std::uint32_t flags;          // DFRAME_*
   std::uint32_t bytes;          // bytes delivered, or to be written
   std::uint8_t* data;           // may be null: no sample bytes wanted
-  std::uint32_t dataCapacity;   // bytes `data` has room for; 0: enough for the largest sample
+  std::uint32_t dataCapacity;   // bytes of room at `data`; 0: for the largest sample, or sound as hosts count
   std::uint32_t sampleSize;     // header-only request: bytes of the sample
   std::int32_t compositionOffset;
   std::uint32_t reserved;

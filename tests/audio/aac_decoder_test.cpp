@@ -6,7 +6,8 @@
 #include "aac_generator.h"
 #include "aac_streams.h"
 #include "audio_data.h"
-#include "default_memory_allocator.h"
+#include "codec_contract.h"
+#include "test_allocators.h"
 
 namespace {
 
@@ -37,31 +38,7 @@ Samples DecodeBlocks(const std::vector<GeneratedBlock>& blocks) {
 }
 
 TEST(AacDecoder, ReportsMissingArgumentsAndState) {
-  UMC::AACDecoder decoder;
-  UMC::AACDecoderParams params;
-  UMC::BaseCodecParams plain;
-  UMC::MediaData data(64), empty;
-  EXPECT_EQ(-995, decoder.Init(nullptr));
-  EXPECT_EQ(-998, decoder.GetFrame(&data, &data));
-  EXPECT_EQ(-998, decoder.GetInfo(&params));
-  EXPECT_EQ(-998, decoder.Reset());
-  EXPECT_EQ(-998, decoder.SetParams(&params));
-  ASSERT_EQ(0, decoder.Init(&params));
-  EXPECT_EQ(-995, decoder.GetFrame(nullptr, &data));
-  EXPECT_EQ(-995, decoder.GetFrame(&data, nullptr));
-  EXPECT_EQ(-995, decoder.GetFrame(&empty, &data));
-  EXPECT_EQ(-995, decoder.GetFrame(&data, &empty));
-  EXPECT_EQ(-995, decoder.GetInfo(nullptr));
-  EXPECT_EQ(-995, decoder.GetInfo(&plain));
-  EXPECT_EQ(-995, decoder.SetParams(nullptr));
-  EXPECT_EQ(-995, decoder.SetParams(&plain));
-  EXPECT_EQ(3, decoder.GetInfo(&params));
-  EXPECT_EQ(0, decoder.Reset());
-  EXPECT_EQ(0, decoder.SetParams(&params));
-  EXPECT_EQ(0, decoder.Close());
-  EXPECT_EQ(0, decoder.Close());
-  EXPECT_EQ(-998, decoder.Reset());
-  EXPECT_EQ(0, decoder.Init(&plain));
+  ExpectMissingArgumentsAndStateToBeReported<UMC::AACDecoder, UMC::AACDecoderParams>();
 }
 
 TEST(AacDecoder, RefusesConfigurationsThatItDoesNotServe) {
@@ -90,20 +67,8 @@ TEST(AacDecoder, RefusesConfigurationsThatItDoesNotServe) {
 }
 
 TEST(AacDecoder, ReportsMissingMemory) {
-  class NoMemory : public UMC::DefaultMemoryAllocator {
-   public:
-    explicit NoMemory(int blocks) : m_left(blocks) {}
-    UMC::Status Alloc(UMC::MemoryId* id, std::size_t size, std::uint32_t flags,
-                      std::uint32_t alignment) override {
-      *id = 0;
-      return m_left-- > 0 ? DefaultMemoryAllocator::Alloc(id, size, flags, alignment) : UMC::UMC_ERR_ALLOC;
-    }
-
-   private:
-    int m_left;
-  };
   for (int blocks = 0; blocks < 2; ++blocks) {
-    NoMemory allocator(blocks);
+    ScarceAllocator allocator(blocks);
     UMC::AACDecoder decoder;
     UMC::AACDecoderParams params;
     params.m_allocator = &allocator;
@@ -292,20 +257,7 @@ TEST(AacDecoder, SkipsGarbageAheadOfAHeader) {
 TEST(AacDecoder, WaitsForTheWholeFrame) {
   const auto blocks = Blocks(Stereo(), 3);
   const Bytes stream = Stream(blocks);
-  TestDecoder decoder;
-  Samples samples;
-  Bytes held;
-  for (const std::uint8_t byte : stream) {
-    held.push_back(byte);
-    const UMC::Status status = decoder.Decode(held);
-    held.erase(held.begin(), held.end() - static_cast<std::ptrdiff_t>(decoder.Left()));
-    if (status == 0) {
-      samples.insert(samples.end(), decoder.Last().begin(), decoder.Last().end());
-    } else {
-      ASSERT_EQ(-996, status);
-    }
-  }
-  EXPECT_EQ(DecodeBlocks(blocks), samples);
+  EXPECT_EQ(DecodeBlocks(blocks), TestDecoder().DecodeByteByByte(stream));
 }
 
 TEST(AacDecoder, DropsWhatIsLeftBehindAFrameUnlessItMayBeginTheNext) {
@@ -524,33 +476,6 @@ TEST(AacDecoder, MakesTheSameSamplesWhereverItStarted) {
   }
 }
 
-// Moves every block to another place whenever it is unlocked.
-class MovingAllocator : public UMC::MemoryAllocator {
- public:
-  UMC::Status Alloc(UMC::MemoryId* id, std::size_t size, std::uint32_t, std::uint32_t) override {
-    m_blocks.emplace_back(size);
-    *id = static_cast<UMC::MemoryId>(m_blocks.size());
-    return 0;
-  }
-  void* Lock(UMC::MemoryId id) override { return m_blocks[id - 1].data(); }
-  UMC::Status Unlock(UMC::MemoryId id) override {
-    std::vector<Cell> moved = m_blocks[id - 1];
-    std::memset(m_blocks[id - 1].data(), 0xEE, m_blocks[id - 1].size());
-    m_blocks[id - 1].swap(moved);
-    ++moves;
-    return 0;
-  }
-  UMC::Status Free(UMC::MemoryId) override { return 0; }
-  UMC::Status Close() override { return 0; }
-  int moves = 0;
-
- private:
-  struct alignas(16) Cell {
-    std::uint8_t byte;
-  };
-  std::vector<std::vector<Cell>> m_blocks;
-};
-
 TEST(AacDecoder, WorksWhileItsMemoryMoves) {
   GeneratorOptions options = Stereo();
   options.pulse = true;
@@ -567,7 +492,8 @@ TEST(AacDecoder, WorksWhileItsMemoryMoves) {
   for (std::size_t i = 0; i < blocks.size(); ++i) ASSERT_EQ(0, decoder.GetFrame(&input, &output));
   const Samples expected = DecodeBlocks(blocks);
   EXPECT_EQ(0, std::memcmp(expected.data(), output.GetDataPointer(), expected.size() * 2));
-  EXPECT_GT(allocator.moves, 20);
+  EXPECT_EQ(0, allocator.Locks());
+  EXPECT_GT(allocator.Moves(), 20);
 }
 
 }  // namespace

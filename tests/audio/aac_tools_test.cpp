@@ -139,7 +139,7 @@ TEST(PredictionTest, ReadsTheFlagsOfTheBandsThatAreSentAndPredicted) {
 TEST(PredictionTest, FollowsASteadyLineUntilItIsReset) {
   const auto channel = LongChannel(3);
   PredictionState state;
-  ippsFDPReset_32f(&state);
+  StartPrediction(state);
   const auto predict = [&](std::uint64_t used) {
     std::fill_n(channel->spectrum, 1024, used != 0 ? 0.0f : 1000.0f);
     channel->ics.prediction.used = used;
@@ -162,8 +162,8 @@ TEST(PredictionTest, FollowsASteadyLineUntilItIsReset) {
     const bool predicted = band == 0 || band == 3 || band == 5 || band == 6;
     EXPECT_EQ(predicted, channel->spectrum[offsets[band]] != 0) << band;
   }
-  EXPECT_EQ(0x3F80, state.variance1[offsets[1]]) << "noise resets its lines";
-  EXPECT_NE(0x3F80, state.variance1[offsets[2]]);
+  EXPECT_EQ(0x3F80, state.predictors.variance1[offsets[1]]) << "noise resets its lines";
+  EXPECT_NE(0x3F80, state.predictors.variance1[offsets[2]]);
 
   // A group's lines lie 30 apart, and are reset behind the prediction.
   state = learnt;
@@ -171,24 +171,25 @@ TEST(PredictionTest, FollowsASteadyLineUntilItIsReset) {
   predict(~std::uint64_t{0});
   EXPECT_NE(0, channel->spectrum[29]);
   for (std::size_t line = 0; line < 672; ++line) {
-    EXPECT_EQ(line % 30 == 29 || (line >= offsets[1] && line < offsets[2]), state.variance1[line] == 0x3F80)
+    EXPECT_EQ(line % 30 == 29 || (line >= offsets[1] && line < offsets[2]),
+              state.predictors.variance1[line] == 0x3F80)
         << line;
   }
 
   state = learnt;
   channel->ics.sequence = WindowSequence::kEightShort;
   ApplyPrediction(state, *channel);
-  for (const std::uint16_t variance : state.variance1) EXPECT_EQ(0x3F80, variance);
+  for (const std::uint16_t variance : state.predictors.variance1) EXPECT_EQ(0x3F80, variance);
 }
 
 TEST(PredictionTest, StartsAnewWhereASignalGrowsBeyondAllBounds) {
   const auto channel = LongChannel(3);
   PredictionState state;
-  ippsFDPReset_32f(&state);
+  StartPrediction(state);
   std::fill_n(channel->spectrum, 1024, 1e30f);
   ApplyPrediction(state, *channel);
-  EXPECT_EQ(0x3F80, state.variance1[0]);
-  EXPECT_EQ(0, state.r0[0]);
+  EXPECT_EQ(0x3F80, state.predictors.variance1[0]);
+  EXPECT_EQ(0, state.predictors.r0[0]);
 }
 
 TEST(LongTermPrediction, ReadsTheFlagsOfTheBandsThatAreSent) {

@@ -23,12 +23,6 @@ std::vector<Bytes> Frames(int count, int sizeCode = 20) {
   return frames;
 }
 
-Bytes Joined(const std::vector<Bytes>& frames) {
-  Bytes stream;
-  for (const Bytes& frame : frames) stream = stream + frame;
-  return stream;
-}
-
 const Samples kSilence(2 * kAc3FrameSamples, 0);
 
 // The statuses of all frames in a stream, until one is an error.

@@ -1,10 +1,12 @@
-// Makes a sync frame's checksums right (ATSC A/52, 7.10.1).
+// Makes sync frames' checksums right (ATSC A/52, 7.10.1).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "crc.h"
+#include "sync_frame.h"
 
 // `frame` is a whole frame of `bytes` bytes.
 inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {
@@ -22,4 +24,14 @@ inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {
   }
   put(remainder, frame + 2);
   put(UMC::ac3::CrcRemainder(frame + first, bytes - first - 2), frame + bytes - 2);
+}
+
+// Does so for all that looks like frames, one behind the other from the start on.
+inline void RepairAc3Checksums(std::vector<std::uint8_t>& bytes) {
+  UMC::ac3::SyncInfo info{};
+  for (std::size_t at = 0; bytes.size() - at >= UMC::ac3::kSyncInfoBytes; at += info.bytes) {
+    if (UMC::ac3::ParseSyncInfo(&bytes[at], info) != UMC::ac3::SyncStatus::kOk) return;
+    if (info.bytes > bytes.size() - at) return;
+    SetAc3Checksums(&bytes[at], info.bytes);
+  }
 }

@@ -8,60 +8,22 @@
 #include <vector>
 
 #include "ac3_decoder.h"
-#include "streams.h"
+#include "stream_decoder.h"
 #include "sync_frame.h"
 
 inline constexpr std::size_t kAc3FrameSamples = 1536;
 
-// A decoder with its descriptors, for an output of the audio coding mode `mode`. The input is a block of
-// exactly its size, so that a sanitizer sees any read beyond.
-class TestAc3Decoder {
+// A decoder for an output of the audio coding mode `mode`.
+class TestAc3Decoder : public StreamDecoder<UMC::AC3Decoder> {
  public:
-  explicit TestAc3Decoder(int mode = 0, bool lfe = false) {
+  explicit TestAc3Decoder(int mode = 0, bool lfe = false) : StreamDecoder(6 * kAc3FrameSamples) {
     m_params.m_outputMode = mode;
     m_params.m_outputLfe = lfe ? 1 : 0;
-    EXPECT_EQ(0, m_decoder.Init(&m_params));
+    EXPECT_EQ(0, Decoder().Init(&m_params));
   }
-
-  void SetInput(const Bytes& bytes) {
-    m_bytes.assign(bytes.begin(), bytes.end());
-    m_bytes.shrink_to_fit();
-    m_input.SetBufferPointer(m_bytes.data(), m_bytes.size());
-    m_input.SetDataSize(m_bytes.size());
-    m_input.SetTime(-1, -1);
-  }
-  // One frame; `Last` holds its samples.
-  UMC::Status Decode() {
-    m_output.SetBufferPointer(reinterpret_cast<std::uint8_t*>(m_room.data()), m_room.size() * 2);
-    const UMC::Status status = m_decoder.GetFrame(&m_input, &m_output);
-    const auto count = static_cast<std::ptrdiff_t>(m_output.GetDataSize() / 2);
-    m_last.assign(m_room.begin(), m_room.begin() + count);
-    return status;
-  }
-  UMC::Status Decode(const Bytes& bytes) {
-    SetInput(bytes);
-    return Decode();
-  }
-  // All frames of a stream, damaged ones as silence.
-  Samples DecodeAll(const Bytes& stream) {
-    SetInput(stream);
-    Samples all;
-    while (Decode() >= 0) all.insert(all.end(), m_last.begin(), m_last.end());
-    return all;
-  }
-  const Samples& Last() const { return m_last; }
-  std::size_t Left() const { return m_input.GetDataSize(); }
-  UMC::AC3Decoder& Decoder() { return m_decoder; }
-  UMC::MediaData& Input() { return m_input; }
-  UMC::MediaData& Output() { return m_output; }
 
  private:
   UMC::AC3DecoderParams m_params;
-  UMC::AC3Decoder m_decoder;
-  Bytes m_bytes;
-  UMC::MediaData m_input, m_output;
-  Samples m_room = Samples(6 * kAc3FrameSamples);
-  Samples m_last;
 };
 
 // The frames of a stream, by the sizes that their headers tell.
@@ -74,6 +36,12 @@ inline std::vector<Bytes> SplitAc3(const Bytes& stream) {
     frames.emplace_back(start, start + static_cast<std::ptrdiff_t>(info.bytes));
   }
   return frames;
+}
+
+inline Bytes Joined(const std::vector<Bytes>& frames) {
+  Bytes stream;
+  for (const Bytes& frame : frames) stream = stream + frame;
+  return stream;
 }
 
 // The root of the mean square of the difference, full scale being 32768.

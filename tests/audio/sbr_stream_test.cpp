@@ -110,6 +110,22 @@ TEST(SbrStream, DecodesFivePointOneElementByElement) {
   EXPECT_LT(RmsAgainstFfmpeg(Generate(3, options, 6), false), 1);
 }
 
+// A coupling channel that is switched independently is added to the output; others to the spectra of the
+// core.
+TEST(SbrStream, AddsCouplingChannelsWhereTheyBelong) {
+  for (const bool independent : {false, true}) {
+    GeneratorOptions options;
+    options.samplingIndex = 6;
+    options.elements = {{E::kSce, 0}, {E::kCce, 0}};
+    options.writeProgram = true;
+    options.independentCoupling = independent;
+    options.sbr.emplace();
+    EXPECT_LT(RmsAgainstFfmpeg(Generate(12, options, 0), true), 1);
+    options.elements = {{E::kCpe, 0}, {E::kCce, 0}};
+    EXPECT_LT(RmsAgainstFfmpeg(Generate(13, options, 0), false), 1);
+  }
+}
+
 TEST(SbrStream, DecodesPayloadsWithChecksums) {
   GeneratorOptions options;
   options.samplingIndex = 6;

@@ -42,6 +42,18 @@ TEST(Pow43, LimitsWhatNoStreamMayHold) {
   EXPECT_FLOAT_EQ(165113.494082945f, powers[1]);
 }
 
+TEST(Limit, KeepsToTheLimitAndClearsWhatIsNoNumber) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  const float given[7] = {-kInfinity, -2.5f, -2, 0.25f, 2, 3e38f, std::numeric_limits<float>::quiet_NaN()};
+  const float limited[7] = {-2, -2, -2, 0.25f, 2, 2, 0};
+  for (const std::size_t length : kLengths) {
+    std::vector<float> values(length + 1);
+    for (std::size_t i = 0; i < length; ++i) values[i] = given[i % 7];
+    ASSERT_EQ(ippStsNoErr, ippsLimit_32f_I(2, values.data(), length));
+    for (std::size_t i = 0; i < length; ++i) ASSERT_EQ(limited[i % 7], values[i]) << length << " " << i;
+  }
+}
+
 TEST(CalcSF, RaisesTwoToQuarters) {
   std::vector<Ipp16s> source;
   for (Ipp16s i = 0; i < 256; ++i) source.push_back(i);
@@ -201,6 +213,7 @@ TEST(Vector, ReportsMissingPointers) {
   EXPECT_EQ(ippStsNullPtrErr, ippsCalcSF_16s32f(&integer, 100, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsScale_32f_I(nullptr, &value, &offset, 0));
   EXPECT_EQ(ippStsNullPtrErr, ippsMulC_32f_I(1, nullptr, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsLimit_32f_I(1, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsAddProductC_32f(nullptr, 1, &value, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsButterfly_32f_I(&value, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsOverlapAdd_32f(&value, &value, nullptr, &value, 1));

@@ -101,31 +101,15 @@ TEST(ReadAc3, MixesFiveOneToTwoChannelsThatCannotExceedFullScale) {
 
 TEST(ReadAc3, OneChannelGoesToBoth) {
   const Clip clip = ac3Clip("0.5*sin(2000*t)");
-  ASSERT_NE(clip.file, nullptr);
-  const Samples all = readAll(*clip, 4096);
-  ASSERT_EQ(all.size(), lengthOf(*clip) * 2u);
-  int loudest = 0;
-  for (std::size_t i = 0; i < all.size(); i += 2) {
-    ASSERT_EQ(all[i], all[i + 1]);
-    loudest = std::max(loudest, std::abs(all[i]));
-  }
-  EXPECT_GT(loudest, 5000);
+  expectBothChannelsAlike(clip, 5000);
 }
 
 TEST(ReadAc3, BlocksOfAnySizeGiveTheSameSamples) {
-  const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (const std::uint32_t block : {1001u, 1536u, 1602u, 333u})
-    EXPECT_EQ(readAll(*clip, block), whole) << block;
+  expectBlocksToAgree(sweepClip(), {1001, 1536, 1602, 333});
 }
 
 TEST(ReadAc3, SampleBySampleGivesTheSameSamples) {
-  const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (std::uint32_t at = 13000; at < 18000; ++at) {
-    const Sound sound = readSound(*clip, at, 1);
-    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
-  }
+  expectSingleReadsToAgree(sweepClip(), 13000, 18000);
 }
 
 TEST(ReadAc3, RandomReadsGiveWhatReadingFromTheStartGives) {

@@ -3,18 +3,16 @@
 
 #include <cmath>
 #include <cstring>
-#include <random>
 
 #include "audio/aac_generator.h"
 #include "audio/bit_writer.h"
+#include "audio/streams.h"
 #include "loaded_plugin.h"
-#include "sound.h"
+#include "sound_clip.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 std::string dataFile(const std::string& name) {
   return std::string(VL_TEST_DATA) + "/" + name;
@@ -28,59 +26,13 @@ std::string fragment(const TempFolder& folder, const std::string& adts) {
   return clip;
 }
 
-// What ffmpeg's decoder makes of an ADTS stream as 16-bit samples in two channels, not rounded.
-std::vector<float> ffmpegSound(const TempFolder& folder, const std::string& adts) {
-  const std::string raw = folder.file("raw.f32");
-  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-c:a", "aac", "-i", adts, "-f", "f32le", raw});
-  const Bytes bytes = readFile(raw);
-  std::vector<float> samples(bytes.size() / sizeof(float));
-  std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
-  for (float& sample : samples) sample *= 32768;
-  return samples;
-}
-
-double rmsDifference(const Samples& ours, const std::vector<float>& theirs) {
-  EXPECT_EQ(theirs.size(), ours.size());
-  double sum = 0;
-  const std::size_t count = std::min(ours.size(), theirs.size());
-  for (std::size_t i = 0; i < count; ++i) sum += std::pow(ours[i] - theirs[i], 2);
-  return std::sqrt(sum / static_cast<double>(count));
-}
-
-// Reads the whole track at once, in blocks and at random: all must give the same. Returns its samples.
-Samples readInEveryWay(const std::string& clip, std::uint32_t channels, int reads = 60) {
-  const MediaFile opened = openFile(clip);
-  EXPECT_NE(opened, nullptr);
-  if (opened == nullptr) return {};
-  CAMediaFile& file = *opened;
-  const std::uint32_t total = lengthOf(file);
-  EXPECT_EQ(channels, describe(file).audio.wave.channels);
-  const Samples whole = readAll(file, total, channels);
-  EXPECT_EQ(std::size_t{total} * channels, whole.size());
-  if (whole.size() != std::size_t{total} * channels) return whole;
-  for (const std::uint32_t block : {2048u, 1001u, 1602u, 9999u})
-    EXPECT_EQ(readAll(file, block, channels), whole) << block;
-  std::mt19937 random(7);
-  for (int i = 0; i < reads; ++i) {
-    const auto at = static_cast<std::uint32_t>(random() % total);
-    const auto count = 1 + static_cast<std::uint32_t>(random() % std::min(5000u, total - at));
-    const Sound sound = readSound(file, at, count, channels);
-    EXPECT_EQ(sound.status, VL_OK);
-    const bool same = sound.samples == Samples(whole.begin() + std::ptrdiff_t{at} * channels,
-                                               whole.begin() + (std::ptrdiff_t{at} + count) * channels);
-    EXPECT_TRUE(same) << at << "+" << count;
-    if (!same) break;
-  }
-  return whole;
-}
-
 class Implicit : public testing::TestWithParam<const char*> {};
 
 TEST_P(Implicit, IsReadLikeFfmpegReadsTheStream) {
   const TempFolder folder;
   const std::string adts = dataFile(GetParam());
   const Samples ours = readInEveryWay(fragment(folder, adts), 2);
-  EXPECT_LT(rmsDifference(ours, ffmpegSound(folder, adts)), 1.0);
+  EXPECT_LT(RootMeanSquare(ours, FfmpegDecode(adts, {"-c:a", "aac"})), 1.0);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Implicit,
@@ -92,7 +44,7 @@ TEST(ReadHeAudio, ExplicitSignallingIsReadAlike) {
   const std::string adts = folder.file("a.aac");
   runOrThrow(
       {"ffmpeg", "-nostdin", "-v", "error", "-i", dataFile("he_v1_48k_explicit.mp4"), "-c", "copy", adts});
-  EXPECT_LT(rmsDifference(ours, ffmpegSound(folder, adts)), 1.0);
+  EXPECT_LT(RootMeanSquare(ours, FfmpegDecode(adts, {"-c:a", "aac"})), 1.0);
 }
 
 // Boxes on the way to the configuration, the outermost first, and how far behind each one's start its

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/streams.h"
 #include "loaded_plugin.h"
 #include "sound.h"
 #include "support/ffmpeg.h"
@@ -54,4 +55,69 @@ inline void expectRandomReadsToAgree(const Clip& clip) {
     ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
         << at << "+" << count;
   }
+}
+
+inline void expectBlocksToAgree(const Clip& clip, const std::vector<std::uint32_t>& blocks) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (const std::uint32_t block : blocks) EXPECT_EQ(readAll(*clip, block), whole) << block;
+}
+
+// Sample frames [from, to), each by a request of its own.
+inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::uint32_t to) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  for (std::uint32_t at = from; at < to; ++at) {
+    const Sound sound = readSound(*clip, at, 1);
+    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
+  }
+}
+
+// Two equal channels that are louder than `level` somewhere.
+inline void expectBothChannelsAlike(const Clip& clip, int level) {
+  ASSERT_NE(clip.file, nullptr);
+  const Samples all = readAll(*clip, 4096);
+  ASSERT_EQ(all.size(), lengthOf(*clip) * 2u);
+  int loudest = 0;
+  for (std::size_t i = 0; i < all.size(); i += 2) {
+    ASSERT_EQ(all[i], all[i + 1]);
+    loudest = std::max(loudest, std::abs(all[i]));
+  }
+  EXPECT_GT(loudest, level);
+}
+
+// Reads the whole track at once, in blocks and at random: all must give the same. Returns its samples.
+inline Samples readInEveryWay(const std::string& clip, std::uint32_t channels, int reads = 60) {
+  const MediaFile opened = openFile(clip);
+  EXPECT_NE(opened, nullptr);
+  if (opened == nullptr) return {};
+  CAMediaFile& file = *opened;
+  const std::uint32_t total = lengthOf(file);
+  EXPECT_EQ(channels, describe(file).audio.wave.channels);
+  const Samples whole = readAll(file, total, channels);
+  EXPECT_EQ(std::size_t{total} * channels, whole.size());
+  if (whole.size() != std::size_t{total} * channels) return whole;
+  for (const std::uint32_t block : {2048u, 1001u, 1602u, 9999u})
+    EXPECT_EQ(readAll(file, block, channels), whole) << block;
+  std::mt19937 random(7);
+  for (int i = 0; i < reads; ++i) {
+    const auto at = static_cast<std::uint32_t>(random() % total);
+    const auto count = 1 + static_cast<std::uint32_t>(random() % std::min(5000u, total - at));
+    const Sound sound = readSound(file, at, count, channels);
+    EXPECT_EQ(sound.status, VL_OK);
+    const bool same = sound.samples == Samples(whole.begin() + std::ptrdiff_t{at} * channels,
+                                               whole.begin() + (std::ptrdiff_t{at} + count) * channels);
+    EXPECT_TRUE(same) << at << "+" << count;
+    if (!same) break;
+  }
+  return whole;
+}
+
+// What ffmpeg's decoder makes of a track's packets, from the first on, full scale being 32768, not rounded.
+inline std::vector<float> ffmpegPackets(const TempFolder& folder, const std::string& clip,
+                                        const std::string& stream = "0:a:0") {
+  const std::string adts = folder.file("packets.aac");
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", clip, "-map", stream, "-c", "copy", "-f",
+              "adts", adts});
+  return FfmpegDecode(adts, {"-c:a", "aac"});
 }

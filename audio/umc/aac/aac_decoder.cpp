@@ -225,6 +225,14 @@ bool AACDecoder::Settled() {
   return locked && aac::IsSettled(locked.State(), locked.Sbr());
 }
 
+Status AACDecoder::SetObjectType(int objectType) {
+  if (!aac::IsServed(objectType)) return UMC_ERR_CONFIGURATION;
+  Locked locked(*this);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  locked.State().containerObjectType = objectType;
+  return UMC_OK;
+}
+
 Status AACDecoder::SetParams(BaseCodecParams* params) {
   auto* options = DynamicCast<AACDecoderParams>(params);
   if (options == nullptr) return UMC_ERR_NULL_PTR;

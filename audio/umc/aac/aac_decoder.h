@@ -44,8 +44,11 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   // Forgets the signal, keeping the configuration. -998 before Init.
   Status Reset() override;
   // True when the signal does not depend on blocks ahead of those decoded since Init or Reset, but for an
-  // overlap of one block: spectral band replication and parametric stereo remember more.
+  // overlap of one block: predictors, spectral band replication and parametric stereo remember more.
   bool Settled();
+  // Tells, between Init and the first frame, the audio object type that the container states, for ADTS
+  // headers that do not carry it as their profile. -899 for one that is not served, -998 before Init.
+  Status SetObjectType(int objectType);
   // Takes over options and output channels. -995 for parameters that are no AACDecoderParams, -998 before
   // Init.
   Status SetParams(BaseCodecParams* params) override;

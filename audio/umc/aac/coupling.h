@@ -10,6 +10,7 @@
 
 namespace UMC::aac {
 
+inline constexpr int kMaxCouplings = 8;
 inline constexpr int kMaxCouplingTargets = 8;
 
 struct CouplingTarget {

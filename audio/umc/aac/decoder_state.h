@@ -32,6 +32,7 @@ struct DecoderState {
   bool formatKnown;       // GetInfo can answer
   std::uint32_t pattern;  // of ADTS headers, under kAdtsPatternMask
   int objectType;
+  int containerObjectType;  // that of the container, which counts for ADTS headers' profile; 0: none told
   int samplingIndex;
   std::uint32_t frequency;  // hertz
   int frameLength;          // samples a block and channel: 1024 or 960
@@ -53,10 +54,11 @@ struct DecoderState {
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
+// Samples come first, which keeps them aligned for wide vectors.
 struct WorkArea {
-  RawDataBlock block;
   FilterBankScratch scratch;
   alignas(16) float mixed[kMaxChannels][kMaxOutputLength];
+  RawDataBlock block;
 };
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 

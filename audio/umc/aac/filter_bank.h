@@ -7,6 +7,9 @@
 
 namespace UMC::aac {
 
+// Samples beyond this come of no valid stream; what feeds back or squares them limits them first.
+inline constexpr float kSampleLimit = 0x1p24f;
+
 // A channel's memory from frame to frame.
 struct FilterBankState {
   // The second half of the last frame's transform. Its falling slope is not applied yet: it takes the shape

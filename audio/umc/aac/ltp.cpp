@@ -13,14 +13,6 @@ namespace {
 constexpr int kMaxLtpBands = 40;  // MAX_LTP_LONG_SFB
 constexpr float kCoefficients[8] = {0.570829f, 0.696616f, 0.813004f, 0.911304f,
                                     0.984900f, 1.067894f, 1.194601f, 1.369533f};
-// A signal beyond this comes of no valid stream; left alone, it could grow until it is no number.
-constexpr float kLimit = 0x1p24f;
-
-// 0 for what is no number.
-float Limited(float sample) {
-  return sample == sample ? std::clamp(sample, -kLimit, kLimit) : 0;
-}
-
 // The signal of `lag` samples ago times the coefficient, for a whole window of the current frame. Behind the
 // past comes the half that the current frame will overlap with, still aliased, and behind that silence.
 void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
@@ -33,8 +25,10 @@ void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpS
   const int fromPast = std::min(lag, window);
   const int sounding = std::min(lag + frameLength, window);
   float* out = scratch.samples;
-  for (int i = 0; i < fromPast; ++i) out[i] = coefficient * Limited(state.past[kLtpPast + i - lag]);
-  for (int i = fromPast; i < sounding; ++i) out[i] = coefficient * Limited(half[i - lag]);
+  for (int i = 0; i < fromPast; ++i) out[i] = coefficient * state.past[kLtpPast + i - lag];
+  for (int i = fromPast; i < sounding; ++i) out[i] = coefficient * half[i - lag];
+  // Left alone, it could grow until it is no number.
+  ippsLimit_32f_I(kSampleLimit, out, static_cast<std::size_t>(sounding));
   std::fill(out + sounding, out + window, 0.0f);
 }
 
@@ -49,10 +43,11 @@ void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp) {
   }
 }
 
-void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
+void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, LtpState& state,
               FilterBankScratch& scratch, ChannelStream& channel) {
   const IcsInfo& ics = channel.ics;
   const LtpData& ltp = ics.ltp;
+  if (state.unpredicted < kLtpFading) state.unpredicted = ltp.present ? 0 : state.unpredicted + 1;
   if (!ltp.present) return;
   Estimate(bank, overlap, state, ltp, ics.WindowLines(), scratch);
   float* predicted = scratch.blocks;

@@ -26,14 +26,18 @@ inline constexpr int kLtpPast = 2048;
 // A channel's memory from frame to frame; all zeros before the first.
 struct LtpState {
   alignas(16) float past[kLtpPast];  // the last samples of the filter bank, full scale being 32768
+  int unpredicted;                   // frames in a row that used none of them, up to kLtpFading
 };
+
+// So many leave nothing of what was before them in the past and the overlap, whatever the frame length.
+inline constexpr int kLtpFading = 4;
 
 // Reads ltp_data() of a long window.
 void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp);
 
 // Adds to the spectrum, ahead of TNS, what the stream's prediction gives. `overlap` is the channel's memory
 // of the filter bank as the frame before left it.
-void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
+void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, LtpState& state,
               FilterBankScratch& scratch, ChannelStream& channel);
 
 // Takes in a frame that the filter bank has made.

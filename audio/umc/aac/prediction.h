@@ -16,8 +16,14 @@ struct PredictionData {
   std::uint64_t used;       // prediction_used: bit of every band
 };
 
-// A channel's memory from frame to frame. ippsFDPReset_32f makes it valid.
-using PredictionState = IppsFDPState_32f;
+// A channel's memory from frame to frame. StartPrediction makes it valid.
+struct PredictionState {
+  IppsFDPState_32f predictors;
+  std::uint32_t groupsReset;  // bit of every reset group, since the start
+  bool settled;               // the last frame does not depend on any ahead of the start
+};
+
+void StartPrediction(PredictionState& state);
 
 // Reads the predictor data of a long window behind predictor_data_present. False for a reset group that
 // does not exist.

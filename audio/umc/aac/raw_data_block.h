@@ -16,7 +16,6 @@
 
 namespace UMC::aac {
 
-inline constexpr int kMaxCouplings = 8;
 inline constexpr int kMaxStreams = kMaxChannels + kMaxCouplings;
 
 // A single, pair or LFE element.
@@ -30,6 +29,7 @@ struct BlockElement {
 };
 
 struct RawDataBlock {
+  ChannelStream streams[kMaxStreams];  // first, which keeps their spectra aligned for vectors of 32 bytes
   int elementCount;
   int channelCount;  // of all elements
   int couplingCount;
@@ -38,7 +38,6 @@ struct RawDataBlock {
   ProgramConfig program;  // the last one in the block
   BlockElement elements[kMaxChannels];
   Coupling couplings[kMaxCouplings];
-  ChannelStream streams[kMaxStreams];
   std::int16_t quantised[kMaxFrameLength];  // room for one stream's lines
 };
 
@@ -71,7 +70,7 @@ BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, con
 struct ChannelPast {
   const FilterBankState* overlap;
   PredictionState* prediction;  // null: of another object type
-  const LtpState* ltp;          // likewise
+  LtpState* ltp;                // likewise
 };
 
 // Undoes noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on

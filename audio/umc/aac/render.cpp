@@ -36,7 +36,7 @@ const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& bloc
 }
 
 void ForgetPrediction(int objectType, PredictionMemory& memory) {
-  if (objectType == kObjectMain) ippsFDPReset_32f(&memory.prediction);
+  if (objectType == kObjectMain) StartPrediction(memory.prediction);
   if (objectType == kObjectLtp) memory.ltp = {};
 }
 
@@ -62,6 +62,17 @@ void FindPasts(DecoderState& state, const RawDataBlock& block, ChannelPast* past
   for (int i = 0; i < block.couplingCount; ++i) {
     pasts[block.couplings[i].stream] = past(state.couplings[i], state.predictions[kMaxChannels + i]);
   }
+}
+
+// No channel is predicted from what was ahead of the start of its signal.
+bool ArePredictionsSettled(const DecoderState& state) {
+  const auto settled = [&](const PredictionMemory& memory) {
+    if (state.objectType == kObjectMain) return memory.prediction.settled;
+    return state.objectType != kObjectLtp || memory.ltp.unpredicted == kLtpFading;
+  };
+  const PredictionMemory* couplings = state.predictions + kMaxChannels;
+  return std::all_of(state.predictions, state.predictions + state.layout.channelCount, settled) &&
+         std::all_of(couplings, couplings + state.couplingsInUse, settled);
 }
 
 bool IsMono(const Layout& layout) {
@@ -94,7 +105,7 @@ int OutputLength(const DecoderState& state) {
 
 // Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
 // block does not carry is silent.
-void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, const float** samples) {
+void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, float** samples) {
   RawDataBlock& block = work.block;
   const ChannelStream* carried[kMaxChannels] = {};
   ForEachCarried(state, block, [&](int channel, int stream) { carried[channel] = &block.streams[stream]; });
@@ -116,30 +127,6 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& b
       UpdateLtp(spectrum, state.frameLength, state.predictions[channel].ltp);
     samples[channel] = spectrum;
   }
-}
-
-// Adds the signals of independently switched coupling channels.
-void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank) {
-  RawDataBlock& block = work.block;
-  for (int i = 0; i < block.couplingCount; ++i) {
-    const Coupling& coupling = block.couplings[i];
-    if (coupling.point != CouplingPoint::kTimeSignal) continue;
-    ChannelStream& source = block.streams[coupling.stream];
-    SynthesiseFrame(bank, source.ics.sequence, source.ics.shape, state.couplings[i], work.scratch,
-                    source.spectrum);
-    if (state.objectType == kObjectLtp) {
-      UpdateLtp(source.spectrum, state.frameLength, state.predictions[kMaxChannels + i].ltp);
-    }
-    ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
-      ippsAddProductC_32f(source.spectrum, gains[0], target.spectrum,
-                          static_cast<std::size_t>(state.frameLength));
-    });
-  }
-  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) {
-    state.couplings[i] = {};
-    ForgetPrediction(state.objectType, state.predictions[kMaxChannels + i]);
-  }
-  state.couplingsInUse = block.couplingCount;
 }
 
 // Blocks in a row that were decoded with nothing missing, after which what was decoded before has faded from
@@ -164,7 +151,7 @@ bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
 // Adds an element's high band; `samples` are those of the core by channel, and then of the output. Returns
 // whether nothing was missing that came before.
 bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
-                   const float** samples) {
+                   float** samples) {
   const SbrFormat format = FormatOf(state);
   const LayoutElement& place = state.layout.elements[index];
   const int count = ChannelsOf(place.type);
@@ -191,16 +178,59 @@ bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, Bi
 
 // Adds the high bands. `data` are the block's bytes.
 void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
-                    std::size_t size, SbrArea& sbr, const float** samples) {
+                    std::size_t size, SbrArea& sbr, float** samples) {
+  for (int i = 0; i < state.layout.channelCount; ++i) {
+    ippsLimit_32f_I(kSampleLimit, samples[i], static_cast<std::size_t>(state.frameLength));
+  }
   SbrPayload payloads[kMaxChannels] = {};
   for (int i = 0; i < block.elementCount; ++i) {
     payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
   }
-  bool complete = true;
+  bool complete = ArePredictionsSettled(state);
   for (int i = 0; i < state.layout.elementCount; ++i) {
     complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
   }
   sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kFadingBlocks) : 0;
+}
+
+// Makes the signal of an independently switched coupling channel. Where there is spectral band replication it
+// passes the filter banks as the channels do, but has no high band of its own.
+const float* MakeCoupledSignal(DecoderState& state, WorkArea& work, const FilterBank& bank, SbrArea& sbr,
+                               int index) {
+  ChannelStream& source = work.block.streams[work.block.couplings[index].stream];
+  SynthesiseFrame(bank, source.ics.sequence, source.ics.shape, state.couplings[index], work.scratch,
+                  source.spectrum);
+  if (state.objectType == kObjectLtp) {
+    UpdateLtp(source.spectrum, state.frameLength, state.predictions[kMaxChannels + index].ltp);
+  }
+  if (!HasSbr(state)) return source.spectrum;
+  ippsLimit_32f_I(kSampleLimit, source.spectrum, static_cast<std::size_t>(state.frameLength));
+  DecodeSbrChannel(FormatOf(state), SbrElementState{}, false, 0, source.spectrum, sbr.couplings[index],
+                   sbr.scratch, sbr.coupled);
+  return sbr.coupled;
+}
+
+// Adds the signals of independently switched coupling channels to those of the output.
+void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank, SbrArea& sbr,
+                   float* const* samples) {
+  RawDataBlock& block = work.block;
+  const auto length = static_cast<std::size_t>(OutputLength(state));
+  float* targets[kMaxStreams];
+  ForEachCarried(state, block, [&](int channel, int stream) { targets[stream] = samples[channel]; });
+  for (int i = 0; i < block.couplingCount; ++i) {
+    if (block.couplings[i].point != CouplingPoint::kTimeSignal) continue;
+    const float* signal = MakeCoupledSignal(state, work, bank, sbr, i);
+    ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
+      ippsAddProductC_32f(signal, gains[0], targets[&target - block.streams], length);
+      if (HasParametricStereo(state)) ippsAddProductC_32f(signal, gains[0], samples[1], length);
+    });
+  }
+  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) {
+    state.couplings[i] = {};
+    sbr.couplings[i] = {};
+    ForgetPrediction(state.objectType, state.predictions[kMaxChannels + i]);
+  }
+  state.couplingsInUse = block.couplingCount;
 }
 
 // Mixes the channels and interleaves them.
@@ -272,6 +302,7 @@ void UpdateMix(DecoderState& state) {
 void ForgetSignal(DecoderState& state, SbrArea& sbr) {
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
   sbr.psData = {};
   sbr.ps = {};
   for (SbrElementState& element : sbr.elements) ForgetSbrProgress(element);
@@ -285,7 +316,7 @@ void ForgetPredictions(DecoderState& state) {
 }
 
 bool IsSettled(const DecoderState& state, const SbrArea& sbr) {
-  return !HasSbr(state) || sbr.completeBlocks >= kFadingBlocks;
+  return HasSbr(state) ? sbr.completeBlocks >= kFadingBlocks : ArePredictionsSettled(state);
 }
 
 bool HasSbr(const DecoderState& state) {
@@ -312,10 +343,10 @@ void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::u
   ChannelPast pasts[kMaxStreams];
   FindPasts(state, work.block, pasts);
   ApplySpectralTools(data, size, bank, pasts, work.scratch, work.block);
-  const float* samples[kMaxChannels];
+  float* samples[kMaxChannels];
   SynthesiseChannels(state, work, bank, samples);
-  CoupleSignals(state, work, bank);
   if (HasSbr(state)) ReplicateBands(state, work.block, data, size, sbr, samples);
+  CoupleSignals(state, work, bank, sbr, samples);
   WriteSamples(state, work, samples, output);
 }
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "bit_window.h"
+#include "coupling.h"
 #include "ipps_sbr.h"
 #include "layout.h"
 #include "parametric_stereo.h"
@@ -65,13 +66,15 @@ struct SbrScratch {
 
 // All of a decoder: a block of its own, since streams without spectral band replication never touch it.
 struct SbrArea {
-  SbrElementState elements[kMaxChannels];  // by element of the layout
-  SbrChannelState channels[kMaxChannels];  // by channel of the layout
-  PsData psData;                           // of a layout of one channel, likewise
+  SbrElementState elements[kMaxChannels];    // by element of the layout
+  SbrChannelState channels[kMaxChannels];    // by channel of the layout
+  SbrChannelState couplings[kMaxCouplings];  // of channels that are coupled in time: no more than delayed
+  PsData psData;                             // of a layout of one channel, likewise
   PsState ps;
   int completeBlocks;  // up to the last one, in a row
   SbrScratch scratch;
   alignas(16) float output[kMaxChannels][kMaxSbrFrameLength];
+  alignas(16) float coupled[kMaxSbrFrameLength];
 };
 static_assert(std::is_trivially_copyable_v<SbrArea>);
 

@@ -245,7 +245,7 @@ Status StartAdts(DecoderState& state, WorkArea& work, FrameRequest& request) {
   }
   state.form = StreamForm::kAdts;
   state.pattern = AdtsPattern(request.input + start);
-  state.objectType = header.profile + 1;
+  state.objectType = state.containerObjectType != 0 ? state.containerObjectType : header.profile + 1;
   state.samplingIndex = header.samplingIndex;
   state.frequency = kSamplingFrequencies[header.samplingIndex];
   state.frameLength = 1024;
@@ -298,17 +298,13 @@ Status DecodeFrame(DecoderState& state, WorkArea& work, FrameRequest& request) {
   return status;
 }
 
+// ER BSAC and ALS would need decoders of their own, which cannot be set up.
+bool IsServed(int objectType) {
+  return objectType >= kObjectMain && objectType <= kObjectLtp;
+}
+
 bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
-  // ER BSAC and ALS would need decoders of their own, which cannot be set up.
-  switch (config.objectType) {
-    case kObjectMain:
-    case kObjectLc:
-    case kObjectSsr:
-    case kObjectLtp:
-      break;
-    default:
-      return false;
-  }
+  if (!IsServed(config.objectType)) return false;
   if (config.layout.channelCount == 0) return false;
   state.form = StreamForm::kRaw;
   state.configured = true;

@@ -24,6 +24,9 @@ struct FrameRequest {
 // Decodes one frame. Without a form that is known, the input tells it.
 Status DecodeFrame(DecoderState& state, WorkArea& work, FrameRequest& request);
 
+// Whether access units of the audio object type can be decoded.
+bool IsServed(int objectType);
+
 // Prepares the state for raw access units of a configuration. False for one that is not served.
 bool Configure(const AudioSpecificConfig& config, DecoderState& state);
 

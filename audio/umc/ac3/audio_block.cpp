@@ -185,13 +185,13 @@ bool HasNoBits(const BitStreamInformation& info, const AudioBlock& block) {
          ForEachCoded(info, block, [&](int i) { return block.channels[i].allocation.fineSnrOffset == 0; });
 }
 
-void ListBinsWithBits(CodedChannel& channel) {
-  int count = 0;
-  for (int bin = channel.start; bin < channel.end; ++bin) {
-    channel.bins[count] = static_cast<std::uint8_t>(bin);
-    count += channel.pointers[bin] != 0 ? 1 : 0;
-  }
-  channel.binCount = count;
+// Those of the channel's bins, with noise where there are no bits.
+void MakeCoefficients(const CodedChannel& channel, const float* mantissas, bool dithered,
+                      DitherGenerator& generator, float* coefficients) {
+  const auto start = static_cast<std::size_t>(channel.start);
+  const std::size_t count = static_cast<std::size_t>(channel.end) - start;
+  ApplyExponents(mantissas + start, channel.exponents + start, channel.pointers + start,
+                 dithered ? generator.Take(count) : NoiseSource{}, coefficients + start, count);
 }
 
 AllocationKind KindOf(int channel) {
@@ -231,7 +231,7 @@ bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, Audio
                              channel.allocation, sync.frequencyCode, sync.rateShift, channel.pointers)) {
       return false;
     }
-    ListBinsWithBits(channel);
+    SortMantissas(channel);
     return true;
   });
 }
@@ -239,19 +239,24 @@ bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, Audio
 bool ParseCoefficients(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
                        DitherGenerator& generator) {
   MantissaReader reader(stream);
+  float mantissas[kBins] = {}, couplingMantissas[kBins] = {};
   bool couplingRead = false;
   const bool valid = ForEachChannel(info, [&](int i) {
+    CodedChannel& channel = block.channels[i];
+    if (!reader.Read(channel, mantissas)) return false;
     const bool dithered = i != kLfe && block.dither[i];
-    if (!reader.Read(block.channels[i], dithered ? &generator : nullptr)) return false;
+    MakeCoefficients(channel, mantissas, dithered, generator, channel.coefficients);
+    std::fill(channel.coefficients + channel.end, channel.coefficients + kBins, 0.0f);
     if (couplingRead || i == kLfe || !block.coupling.coupled[i]) return true;
     couplingRead = true;
-    return reader.Read(block.channels[kCoupling], nullptr);
+    return reader.Read(block.channels[kCoupling], couplingMantissas);
   });
   if (!valid) return false;
   for (int i = 0; i < info.FullChannels(); ++i) {
     if (!block.coupling.coupled[i]) continue;
-    Uncouple(block.channels[kCoupling], block.coupling, block.coordinates, i, block.dither[i], generator,
-             block.channels[i].coefficients);
+    float* coefficients = block.channels[i].coefficients;
+    MakeCoefficients(block.channels[kCoupling], couplingMantissas, block.dither[i], generator, coefficients);
+    Uncouple(block.coupling, block.coordinates, i, coefficients);
   }
   if (info.mode == kStereo) {
     const int end = std::min(block.channels[0].end, block.channels[1].end);

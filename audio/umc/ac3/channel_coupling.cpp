@@ -69,12 +69,8 @@ bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& inf
   return true;
 }
 
-void Uncouple(const CodedChannel& coupling, const CouplingStrategy& strategy,
-              const CouplingCoordinates& coordinates, int channel, bool dither, DitherGenerator& generator,
+void Uncouple(const CouplingStrategy& strategy, const CouplingCoordinates& coordinates, int channel,
               float* coefficients) {
-  const int start = strategy.Start(), end = strategy.End();
-  std::copy(coupling.coefficients + start, coupling.coefficients + end, coefficients + start);
-  if (dither) AddDither(coupling.pointers, coupling.exponents, start, end, generator, coefficients);
   float factors[kMaxCouplingBands];
   const auto bands = static_cast<std::size_t>(strategy.bandCount);
   std::copy_n(coordinates.factors[channel], bands, factors);

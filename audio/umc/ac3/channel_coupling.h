@@ -7,7 +7,6 @@
 #include "bit_stream_information.h"
 #include "bit_window.h"
 #include "coded_channel.h"
-#include "dither.h"
 
 namespace UMC::ac3 {
 
@@ -40,10 +39,9 @@ bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, 
 bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& info,
                               const CouplingStrategy& strategy, CouplingCoordinates& coordinates);
 
-// Makes the upper bins of the coupled full bandwidth channel `channel` from those of the coupling channel,
-// with noise of its own where `dither` is set.
-void Uncouple(const CodedChannel& coupling, const CouplingStrategy& strategy,
-              const CouplingCoordinates& coordinates, int channel, bool dither, DitherGenerator& generator,
+// Gives the upper bins of the full bandwidth channel `channel`, as they come from the coupling channel, its
+// own level.
+void Uncouple(const CouplingStrategy& strategy, const CouplingCoordinates& coordinates, int channel,
               float* coefficients);
 
 }  // namespace UMC::ac3

@@ -3,169 +3,183 @@
 #include <algorithm>
 #include <array>
 
-#include "exponents.h"
-
 namespace UMC::ac3 {
 
-namespace {
+// A channel's code words in a stream of eight bytes or more.
+class CodeWords {
+ public:
+  explicit CodeWords(const BitWindow& stream)
+      : m_data(stream.Data()), m_origin(stream.Position()), m_lastByte(stream.Size() - 8) {}
 
-constexpr std::size_t kMaxBits = 16;
-constexpr std::size_t kMaxCodes = 128;
-constexpr std::size_t kGroupRoom = 4;
-constexpr std::size_t kTableSize = kMaxCodes * kGroupRoom;
-
-// A quantiser (7.3.3).
-struct Quantiser {
-  std::uint32_t bits;       // of a code word
-  std::uint32_t size;       // mantissas a code word, the first the most significant digit
-  std::uint32_t levels;     // of a symmetric one
-  std::uint32_t mask;       // of the bits among the next 32
-  std::uint32_t table;      // of a symmetric one's levels
-  std::uint32_t tableMask;  // of its code words; 0 for others, which have no table
-};
-
-constexpr Quantiser Symmetric(std::uint32_t pointer, std::uint32_t levels, std::uint32_t bits,
-                              std::uint32_t size) {
-  return {bits, size, levels, 0, static_cast<std::uint32_t>(pointer * kTableSize), kMaxCodes - 1};
-}
-
-constexpr Quantiser Asymmetric(std::uint32_t bits) {
-  return {bits, 1, 0, ~0u << (32 - bits), 0, 0};
-}
-
-// By pointer; bins without bits are not read.
-constexpr Quantiser kQuantisers[kPointers] = {
-    {},
-    Symmetric(1, 3, 5, 3),
-    Symmetric(2, 5, 7, 3),
-    Symmetric(3, 7, 3, 1),
-    Symmetric(4, 11, 7, 2),
-    Symmetric(5, 15, 4, 1),
-    Asymmetric(5),
-    Asymmetric(6),
-    Asymmetric(7),
-    Asymmetric(8),
-    Asymmetric(9),
-    Asymmetric(10),
-    Asymmetric(11),
-    Asymmetric(12),
-    Asymmetric(14),
-    Asymmetric(16),
-};
-
-// Stands for codes that stand for nothing.
-constexpr float kNoLevel = 2;
-
-// By symmetric pointer, code word and mantissas still to come, that one included:
-// (2 code - (levels - 1)) / levels.
-constexpr auto kLevels = [] {
-  std::array<float, kFirstAsymmetric * kTableSize> table{};
-  for (std::size_t pointer = 1; pointer < kFirstAsymmetric; ++pointer) {
-    const Quantiser& quantiser = kQuantisers[pointer];
-    const auto levels = static_cast<int>(quantiser.levels);
-    for (int code = 0; code < 1 << quantiser.bits; ++code) {
-      float* group = table.data() + pointer * kTableSize + static_cast<std::size_t>(code) * kGroupRoom;
-      int rest = code;
-      for (std::size_t left = 1; left <= quantiser.size; ++left, rest /= levels) {
-        group[left] = static_cast<float>(2 * (rest % levels) - (levels - 1)) / static_cast<float>(levels);
-      }
-      if (rest != 0) std::fill(group, group + kGroupRoom, kNoLevel);
+  // Says where the bins from `start` to `end` have their code words; `bits` are those of the word that begins
+  // with a bin.
+  void Place(const std::uint8_t* bits, int start, int end) {
+    for (int bin = start; bin < end; ++bin) {
+      m_positions[bin] = static_cast<std::uint16_t>(m_bits);
+      m_bits += bits[bin];
     }
   }
-  return table;
-}();
 
-// 2^-exponent
-constexpr auto kScales = [] {
-  std::array<float, kMaxExponent + 1> scales{};
-  float scale = 1;
-  for (float& value : scales) {
-    value = scale;
-    scale /= 2;
+  // Of all code words. They must lie in the stream before they are read.
+  [[nodiscard]] std::size_t Bits() const { return m_bits; }
+
+  // The 32 bits from the code word on that begins with `bin`; zeros behind the stream's end.
+  [[nodiscard]] std::uint32_t At(std::size_t bin) const {
+    const std::size_t position = m_origin + m_positions[bin];
+    const std::size_t byte = std::min(position / 8, m_lastByte);
+    return static_cast<std::uint32_t>(LoadBigEndian(m_data + byte) << (position - 8 * byte) >> 32);
   }
-  return scales;
-}();
-
-// Bits where eight bytes may be read from wherever the next ones begin. Nothing but the position is carried
-// from one code word to the next.
-class InnerReader {
- public:
-  explicit InnerReader(const BitWindow& stream) : m_data(stream.Data()), m_position(stream.Position()) {}
-
-  // The next 32 bits.
-  [[nodiscard]] std::uint32_t Peek() const {
-    return static_cast<std::uint32_t>(LoadBigEndian(m_data + m_position / 8) << m_position % 8 >> 32);
-  }
-  void Skip(unsigned count) { m_position += count; }
-  [[nodiscard]] std::size_t Position() const { return m_position; }
 
  private:
   const std::uint8_t* m_data;
-  std::size_t m_position;
+  std::size_t m_origin;
+  std::size_t m_lastByte;
+  std::size_t m_bits = 0;
+  std::uint16_t m_positions[kBins];  // bits from the origin
 };
 
-// The same up to the end and beyond.
-class EndReader {
- public:
-  explicit EndReader(const BitWindow& stream) : m_stream(stream) {}
+namespace {
 
-  std::uint32_t Peek() {
-    m_stream.Refill();
-    return static_cast<std::uint32_t>(m_stream.Peek(32));
+constexpr std::size_t kPointers = 16;
+// Pointers below this one have symmetric quantisers, those from it on two's complement (7.3.3).
+constexpr std::size_t kFirstAsymmetric = 6;
+
+// (2 code - (levels - 1)) / levels
+constexpr float SymmetricLevel(unsigned code, unsigned levels) {
+  return static_cast<float>(2 * static_cast<int>(code) - static_cast<int>(levels) + 1) /
+         static_cast<float>(levels);
+}
+
+constexpr std::size_t kMaxGroupCodes = 128;
+constexpr std::size_t kRow = 4;
+
+// Several mantissas in one code word, the first the most significant digit.
+struct GroupKind {
+  unsigned bits;
+  std::size_t size;                                               // mantissas
+  unsigned codes;                                                 // those from this one on stand for nothing
+  std::array<std::array<float, kRow>, kMaxGroupCodes> mantissas;  // by code
+};
+
+constexpr GroupKind MakeGroupKind(unsigned bits, std::size_t size, unsigned levels) {
+  GroupKind kind{bits, size, 1, {}};
+  for (std::size_t i = 0; i < size; ++i) kind.codes *= levels;
+  for (unsigned code = 0; code < kind.codes; ++code) {
+    unsigned rest = code;
+    for (std::size_t i = size; i-- > 0; rest /= levels) {
+      kind.mantissas[code][i] = SymmetricLevel(rest % levels, levels);
+    }
   }
-  void Skip(unsigned count) { m_stream.Skip(count); }
-  [[nodiscard]] std::size_t Position() const { return m_stream.Position(); }
+  return kind;
+}
 
- private:
-  BitWindow m_stream;
+constexpr GroupKind kGroups[kGroupKinds] = {MakeGroupKind(5, 3, 3), MakeGroupKind(7, 3, 5),
+                                            MakeGroupKind(7, 2, 11)};
+
+// By pointer; kMantissaKinds where there are no bits.
+constexpr std::uint8_t kKinds[kPointers] = {
+    kMantissaKinds, 0, 1, kOwn, 2, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn,
 };
+
+// By pointer, of mantissas that have a code word of their own.
+constexpr std::uint8_t kOwnBits[kPointers] = {0, 0, 0, 3, 0, 4, 5, 6, 7, 8, 9, 10, 11, 12, 14, 16};
+
+constexpr float kNoLevel = 2;
+
+// The symmetric ones of these, by pointer and code; kNoLevel for codes that stand for nothing.
+constexpr auto kOwnLevels = [] {
+  std::array<std::array<float, 16>, kFirstAsymmetric> table{};
+  for (auto& levels : table) levels.fill(kNoLevel);
+  for (unsigned code = 0; code < 7; ++code) table[3][code] = SymmetricLevel(code, 7);
+  for (unsigned code = 0; code < 15; ++code) table[5][code] = SymmetricLevel(code, 15);
+  return table;
+}();
+
+// False for codes that stand for nothing.
+bool ReadOwn(const CodedChannel& channel, const CodeWords& words, float* mantissas) {
+  float largest = 0;
+  for (int i = 0; i < channel.kindCounts[kOwn]; ++i) {
+    const std::size_t bin = channel.kindBins[kOwn][i];
+    const std::size_t pointer = channel.pointers[bin];
+    const unsigned unused = 32u - kOwnBits[pointer];
+    const std::uint32_t next = words.At(bin);
+    const float whole = static_cast<float>(static_cast<std::int32_t>(next >> unused << unused)) * 0x1p-31f;
+    mantissas[bin] = pointer < kFirstAsymmetric ? kOwnLevels[pointer][next >> unused] : whole;
+    largest = std::max(largest, mantissas[bin]);
+  }
+  return largest < kNoLevel;
+}
 
 }  // namespace
 
-bool MantissaReader::Read(CodedChannel& channel, DitherGenerator* dither) {
-  constexpr std::size_t kReadAhead = 64;
-  std::fill(channel.coefficients, channel.coefficients + kBins, 0.0f);
-  const auto mostBits = static_cast<std::size_t>(channel.binCount) * kMaxBits;
-  bool valid = false;
-  if (m_stream.Remaining() >= mostBits + kReadAhead) {
-    InnerReader reader(m_stream);
-    valid = ReadWith(reader, channel);
-  } else {
-    EndReader reader(m_stream);
-    valid = ReadWith(reader, channel);
+void SortMantissas(CodedChannel& channel) {
+  std::uint8_t withoutBits[kBins];
+  std::uint8_t* ends[kMantissaKinds + 1];
+  for (int kind = 0; kind < kMantissaKinds; ++kind) ends[kind] = channel.kindBins[kind];
+  ends[kMantissaKinds] = withoutBits;
+  for (int bin = channel.start; bin < channel.end; ++bin) {
+    const std::uint8_t pointer = channel.pointers[bin];
+    *ends[kKinds[pointer]]++ = static_cast<std::uint8_t>(bin);
+    channel.ownBits[bin] = kOwnBits[pointer];
   }
-  if (dither != nullptr) {
-    AddDither(channel.pointers, channel.exponents, channel.start, channel.end, *dither, channel.coefficients);
+  for (int kind = 0; kind < kMantissaKinds; ++kind) {
+    channel.kindCounts[kind] = static_cast<std::int16_t>(ends[kind] - channel.kindBins[kind]);
   }
+}
+
+bool MantissaReader::Read(const CodedChannel& channel, float* mantissas) {
+  CodeWords words(m_stream);
+  Locate(channel, words);
+  if (words.Bits() > m_stream.Remaining()) return false;
+  const bool valid = ReadGroups<3>(channel, 0, words, mantissas) &&
+                     ReadGroups<3>(channel, 1, words, mantissas) &&
+                     ReadGroups<2>(channel, 2, words, mantissas) && ReadOwn(channel, words, mantissas);
+  m_stream.Seek(m_stream.Position() + words.Bits());
   return valid;
 }
 
-// Without branches, and masks so that the compiler makes none: which quantiser a coefficient has and whether
-// it begins a group is hard to foresee.
-template <class Reader>
-bool MantissaReader::ReadWith(Reader& reader, CodedChannel& channel) {
-  Groups groups = m_groups;
-  float largest = 0;
-  for (int i = 0; i < channel.binCount; ++i) {
-    const std::size_t bin = channel.bins[i];
-    const std::size_t pointer = channel.pointers[bin];
-    const Quantiser& quantiser = kQuantisers[pointer];
-    const std::uint32_t next = reader.Peek();
-    const std::uint32_t begins = groups.left[pointer] == 0 ? ~0u : 0u;
-    const std::uint32_t group = (next >> (32u - quantiser.bits) & begins) | (groups.code[pointer] & ~begins);
-    const std::uint32_t left = groups.left[pointer] | (quantiser.size & begins);
-    reader.Skip(quantiser.bits & begins);
-    groups.code[pointer] = group;
-    groups.left[pointer] = left - 1;
-    const float level = kLevels[quantiser.table + (group & quantiser.tableMask) * kGroupRoom + left];
-    const float whole = static_cast<float>(static_cast<std::int32_t>(next & quantiser.mask)) * 0x1p-31f;
-    const float mantissa = level + whole;  // one of them is 0
-    largest = std::max(largest, mantissa);
-    channel.coefficients[bin] = mantissa * kScales[channel.exponents[bin]];
+// The bits of all code words tell where each of them lies, so that they can be read in any order: a loop for
+// each kind, in which no step waits for the one before.
+void MantissaReader::Locate(const CodedChannel& channel, CodeWords& words) const {
+  std::uint8_t bits[kBins];
+  std::copy(channel.ownBits + channel.start, channel.ownBits + channel.end, bits + channel.start);
+  for (std::size_t kind = 0; kind < kGroupKinds; ++kind) {
+    const GroupKind& group = kGroups[kind];
+    const auto count = static_cast<std::size_t>(channel.kindCounts[kind]);
+    for (std::size_t i = m_rests[kind].count; i < count; i += group.size) {
+      bits[channel.kindBins[kind][i]] = static_cast<std::uint8_t>(group.bits);
+    }
   }
-  m_groups = groups;
-  m_stream.Seek(reader.Position());
-  return largest < kNoLevel;
+  words.Place(bits, channel.start, channel.end);
+}
+
+// False for codes that stand for nothing.
+template <std::size_t kSize>
+bool MantissaReader::ReadGroups(const CodedChannel& channel, std::size_t kind, const CodeWords& words,
+                                float* mantissas) {
+  const GroupKind& group = kGroups[kind];
+  const std::uint8_t* bin = channel.kindBins[kind];
+  const std::uint8_t* const end = bin + channel.kindCounts[kind];
+  Rest& rest = m_rests[kind];
+  const auto takeRest = [&] {
+    for (; rest.count != 0 && bin != end; --rest.count) mantissas[*bin++] = *rest.next++;
+  };
+  unsigned largest = 0;
+  const auto next = [&] {
+    const unsigned code = words.At(*bin) >> (32u - group.bits);
+    largest = std::max(largest, code);
+    return group.mantissas[code].data();
+  };
+  takeRest();
+  for (; end - bin >= static_cast<std::ptrdiff_t>(kSize); bin += kSize) {
+    const float* values = next();
+    for (std::size_t i = 0; i < kSize; ++i) mantissas[bin[i]] = values[i];
+  }
+  if (bin != end) {
+    rest = {next(), kSize};
+    takeRest();
+  }
+  return largest < group.codes;
 }
 
 }  // namespace UMC::ac3

@@ -7,35 +7,36 @@
 
 #include "bit_window.h"
 #include "coded_channel.h"
-#include "dither.h"
 
 namespace UMC::ac3 {
 
-inline constexpr std::size_t kPointers = 16;
-// Pointers below this one have symmetric quantisers, those from it on two's complement.
-inline constexpr std::size_t kFirstAsymmetric = 6;
+class CodeWords;
+
+// Sorts the bins of a channel with new pointers by the kind of their mantissas.
+void SortMantissas(CodedChannel& channel);
 
 // Reads the mantissas of one block's channels, one channel after the other.
 class MantissaReader {
  public:
   explicit MantissaReader(BitWindow& stream) : m_stream(stream) {}
 
-  // Makes the channel's coefficients from its mantissas, exponents and pointers. Bins without bits become
-  // noise of `dither`, or 0 where that is null. False for codes that stand for nothing.
-  bool Read(CodedChannel& channel, DitherGenerator* dither);
+  // Sets the mantissas, -1 to 1, of the channel's bins with bits. False for codes that stand for nothing and
+  // where the stream ends too early.
+  bool Read(const CodedChannel& channel, float* mantissas);
 
  private:
-  // By pointer: the code word of the last group, and how many of its mantissas are still to come.
-  struct Groups {
-    std::uint32_t code[kPointers];
-    std::uint32_t left[kPointers];
+  // What is left of a code word for the channels to come.
+  struct Rest {
+    const float* next;
+    std::size_t count;
   };
 
-  template <class Reader>
-  bool ReadWith(Reader& reader, CodedChannel& channel);
+  void Locate(const CodedChannel& channel, CodeWords& words) const;
+  template <std::size_t kSize>
+  bool ReadGroups(const CodedChannel& channel, std::size_t kind, const CodeWords& words, float* mantissas);
 
   BitWindow& m_stream;
-  Groups m_groups = {};
+  Rest m_rests[kGroupKinds] = {};
 };
 
 }  // namespace UMC::ac3

@@ -1,0 +1,75 @@
+// Decoding whole streams in tests, with any decoder of the codec framework.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+
+#include "base_codec.h"
+#include "media_data.h"
+#include "streams.h"
+
+// A decoder with its descriptors, to be opened by what derives from this. The input is a block of exactly its
+// size, so that a sanitizer sees any read beyond.
+template <class Codec>
+class StreamDecoder {
+ public:
+  void SetInput(const Bytes& bytes) {
+    m_bytes.assign(bytes.begin(), bytes.end());
+    m_bytes.shrink_to_fit();
+    m_input.SetBufferPointer(m_bytes.data(), m_bytes.size());
+    m_input.SetDataSize(m_bytes.size());
+    m_input.SetTime(-1, -1);
+  }
+  // One frame; `Last` holds its samples.
+  UMC::Status Decode() {
+    m_output.SetBufferPointer(reinterpret_cast<std::uint8_t*>(m_room.data()), m_room.size() * 2);
+    const UMC::Status status = m_decoder.GetFrame(&m_input, &m_output);
+    const auto count = static_cast<std::ptrdiff_t>(m_output.GetDataSize() / 2);
+    m_last.assign(m_room.begin(), m_room.begin() + count);
+    return status;
+  }
+  UMC::Status Decode(const Bytes& bytes) {
+    SetInput(bytes);
+    return Decode();
+  }
+  // All frames of a stream, damaged ones as what is put out for them.
+  Samples DecodeAll(const Bytes& stream) {
+    SetInput(stream);
+    Samples all;
+    while (Decode() >= 0) all.insert(all.end(), m_last.begin(), m_last.end());
+    return all;
+  }
+  // The same where the stream comes in byte by byte: a frame is waited for.
+  Samples DecodeByteByByte(const Bytes& stream) {
+    Samples all;
+    Bytes held;
+    for (const std::uint8_t byte : stream) {
+      held.push_back(byte);
+      const UMC::Status status = Decode(held);
+      held.erase(held.begin(), held.end() - static_cast<std::ptrdiff_t>(Left()));
+      if (status == UMC::UMC_OK) {
+        all.insert(all.end(), m_last.begin(), m_last.end());
+      } else {
+        EXPECT_EQ(UMC::UMC_ERR_NOT_ENOUGH_DATA, status);
+      }
+    }
+    return all;
+  }
+  const Samples& Last() const { return m_last; }
+  std::size_t Left() const { return m_input.GetDataSize(); }
+  Codec& Decoder() { return m_decoder; }
+  UMC::MediaData& Input() { return m_input; }
+  UMC::MediaData& Output() { return m_output; }
+
+ protected:
+  // `room`: samples of the largest frame.
+  explicit StreamDecoder(std::size_t room) : m_room(room) {}
+
+ private:
+  Codec m_decoder;
+  Bytes m_bytes;
+  UMC::MediaData m_input, m_output;
+  Samples m_room;
+  Samples m_last;
+};
