@@ -10,7 +10,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-#define FMP4_EXPORT extern "C" __declspec(dllexport)
+// Exported by exports.def.
+#define FMP4_EXPORT extern "C"
 #else
 #define FMP4_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
@@ -139,3 +140,6 @@ FMP4_EXPORT std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void
       return object ? widened(object->MFXCmd(command, argument)) : 0;
   }
 }
+
+static_assert(sizeof(xCheckVersionAndFile(nullptr, 0, nullptr)) == 8);
+static_assert(sizeof(xMediaFile(nullptr, 0, nullptr)) == 8);

@@ -5,6 +5,7 @@
 
 #include "qvr.h"
 #include "setup.h"
+#include "vlpath.h"
 #include "write.h"
 
 namespace {
@@ -45,8 +46,9 @@ std::size_t headRoom(const mp4::MovieFragment& fragment, std::uint32_t reference
 
 void RemoveFormerList(const std::string& path) {
   std::error_code ignored;
-  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, ignored)))
-    std::filesystem::remove(path, ignored);
+  const std::filesystem::path file = vlPath(path);
+  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))
+    std::filesystem::remove(file, ignored);
 }
 
 bool RecordedFile::Create(const std::string& path, const std::string& playlistPath) {

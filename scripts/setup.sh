@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and is not there yet: Debian 12 packages, as root or through sudo, and
-# the npm packages that the package-lock.json files pin, into node_modules beside them.
+# the npm packages that the package-lock.json files pin, into node_modules beside them. For Linux, or for what is
+# named: `setup.sh windows` for the cross build, its libraries included, `setup.sh wine` for running it.
 set -euo pipefail
+cd "$(dirname "$0")/.."
 
-packages=(
+linux=(
   g++ clang libclang-rt-14-dev  # both compilers, and the sanitizers' run time
   cmake ninja-build pkg-config ccache clang-format
   libgtest-dev libgmock-dev libbenchmark-dev
@@ -13,8 +15,23 @@ packages=(
   chromium  # runs the served page
 )
 # A Node.js from elsewhere may bring npm along, and then excludes Debian's packages.
-command -v node >/dev/null || packages+=(nodejs)
-command -v npm >/dev/null || packages+=(npm)
+command -v node >/dev/null || linux+=(nodejs)
+command -v npm >/dev/null || linux+=(npm)
+windows=(
+  g++-mingw-w64-x86-64-posix libz-mingw-w64-dev
+  dpkg-dev  # takes source packages apart
+)
+wine=(wine64)
+
+case ${1:-linux} in
+  linux) packages=("${linux[@]}") ;;
+  windows) packages=("${linux[@]}" "${windows[@]}") ;;
+  wine) packages=("${wine[@]}") ;;
+  *)
+    echo "setup: give windows, wine or nothing" >&2
+    exit 2
+    ;;
+esac
 
 install_packages() {
   local missing=() package status as_root=()
@@ -48,8 +65,8 @@ install_modules() {
   cp "$lock" "$installed"
 }
 
-cd "$(dirname "$0")/.."
 install_packages
 install_modules tool/page
 install_modules tests/players
+if [[ ${1:-} == windows ]]; then scripts/windows_libraries.sh; fi
 echo "setup: done"

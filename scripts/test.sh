@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and runs every test, plain (GCC) and under the sanitizers (Clang), and
-# checks format and headers. Ends with one line; exit 0 only when everything passed.
+# Installs what is missing, builds and runs every test, plain (GCC), under the sanitizers (Clang) and as Windows
+# programs (under Wine, where that can be installed), and checks format, headers and packages. Ends with one
+# line; exit 0 only when everything passed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -89,7 +90,24 @@ done
 step "players" run_players
 step "fuzz" fuzz_all
 
+step "packages for Windows" scripts/setup.sh windows
+step "configure windows" configure windows
+step "build windows" cmake --build --preset windows -j "$(nproc)"
+not_run=""
+export FMP4_DEBIAN_PRESET=dev  # optimised as a release, and there already
+if scripts/setup.sh wine; then
+  step "start Wine" scripts/wine.sh wineboot --init
+  step "tests windows" run_tests windows
+  step "install both packages" scripts/test_packages.sh
+else
+  not_run="; NOT RUN, for Wine cannot be installed: the Windows build"
+  step "install the Debian package" scripts/test_packages.sh debian
+fi
+
 printf '%s\n' "${timings[@]}"
 passed=$(awk '/tests passed, 0 tests failed out of/ || /^ℹ pass/ { sum += $NF } END { print sum }' \
   build/{dev,asan}/tests.log build/dev/players.log)
-echo "test: all passed: $passed test runs, format and headers, in $SECONDS s"
+if [[ -z $not_run ]]; then
+  again=$(awk '/\[  PASSED  \]/ { sum += $4 } END { print sum }' build/windows/Testing/Temporary/LastTest.log)
+fi
+echo "test: all passed: $passed test runs${again:+, $again as Windows programs}, format, headers and packages, in $SECONDS s$not_run"

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #if defined(_WIN32)
-#define CACHE_BUFFER_API __declspec(dllexport)
+#define CACHE_BUFFER_API  // exported by the plug-in's exports.def
 #else
 #define CACHE_BUFFER_API __attribute__((visibility("default")))
 #endif

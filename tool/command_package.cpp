@@ -17,6 +17,7 @@
 #include "source_captions.h"
 #include "source_file.h"
 #include "text.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -216,7 +217,7 @@ class Packager {
 };
 
 // The files that packaging may write over.
-std::vector<std::filesystem::path> outputsOf(const std::string& output) {
+std::vector<std::filesystem::path> outputsOf(const std::filesystem::path& output) {
   std::vector<std::filesystem::path> files = {output};
   for (const char* extension : {".m4v", ".m4a", ".mpd", ".xml", ".m3u8", ".master.m3u8"})
     files.push_back(std::filesystem::path(output).replace_extension(extension));
@@ -228,16 +229,16 @@ std::vector<std::filesystem::path> outputsOf(const std::string& output) {
 
 void refuseToOverwrite(const PackageOptions& options) {
   std::error_code ignored;
-  for (const auto& file : outputsOf(options.output))
-    if (std::filesystem::equivalent(options.input, file, ignored))
-      throw ToolError("packaging would write over its source '" + file.string() +
+  for (const auto& file : outputsOf(vlPath(options.output)))
+    if (std::filesystem::equivalent(vlPath(options.input), file, ignored))
+      throw ToolError("packaging would write over its source '" + vlName(file) +
                       "'; give another name for the output");
 }
 
 MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
-  if (!file) throw ToolError("'" + path.string() + "' cannot be read");
-  return {path.filename().string(), {std::istreambuf_iterator<char>(file), {}}};
+  if (!file) throw ToolError("'" + vlName(path) + "' cannot be read");
+  return {vlName(path.filename()), {std::istreambuf_iterator<char>(file), {}}};
 }
 
 bool package(const Invocation& invocation, const PackageOptions& options) {
@@ -247,14 +248,14 @@ bool package(const Invocation& invocation, const PackageOptions& options) {
   Packager packager(plugin, source, options);
   packager.run();
   MasterPlaylist master = packager.master();
-  const std::filesystem::path output(options.output);
+  const std::filesystem::path output = vlPath(options.output);
   master.video = readPlaylist(std::filesystem::path(output).replace_extension(".m3u8"));
   const bool soundApart =
       options.output.find(".mp4") != std::string::npos || options.output.find(".m4v") != std::string::npos;
   if (soundApart && source.findHandler(Mp4FourCc("soun")) && !options.noAudio)
-    master.audio = readPlaylist(outputsOf(options.output).back());
+    master.audio = readPlaylist(outputsOf(output).back());
   const std::string text = masterPlaylistText(master);
-  const std::string path = std::filesystem::path(output).replace_extension(".master.m3u8").string();
+  const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
   if (!vlOSReplaceFile(path.c_str(), text.data(), text.size()))
     throw ToolError("'" + path + "' could not be written; is the disk full?");
   return true;

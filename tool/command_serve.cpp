@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "program_folder.h"
 #include "text.h"
+#include "vlpath.h"
 #include "web_server.h"
 
 namespace {
@@ -37,7 +38,7 @@ void announce(const ServeOptions& options, int port) {
 }
 
 bool serve(const ServeOptions& options) {
-  WebServer server(options.folder, programFolder() / "page");
+  WebServer server(vlPath(options.folder), programFolder() / "page");
   std::signal(SIGINT, askForEnd);
   std::signal(SIGTERM, askForEnd);
   announce(options, server.start(options.port));

@@ -8,6 +8,9 @@
 #include <set>
 #include <system_error>
 
+#include "text.h"
+#include "vlpath.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -29,14 +32,15 @@ bool isManifest(const fs::path& path) {
 
 // Whether the playlist lacks its end: recording goes on, or was cut off.
 bool isOpen(const fs::path& playlist) {
-  constexpr std::string_view kEnd = "#EXT-X-ENDLIST\n";
+  constexpr std::string_view kEnd = "\n#EXT-X-ENDLIST\n";
+  constexpr std::streamoff kTail = kEnd.size() + 1;  // lines may end as those of Windows
   std::ifstream file(playlist, std::ios::binary | std::ios::ate);
   const std::streamoff size = file.tellg();
-  if (size < static_cast<std::streamoff>(kEnd.size())) return true;
-  std::string tail(kEnd.size(), '\0');
-  file.seekg(size - static_cast<std::streamoff>(kEnd.size()));
-  file.read(tail.data(), static_cast<std::streamsize>(tail.size()));
-  return tail != kEnd;
+  if (size < kTail) return true;
+  std::string tail(kTail, '\0');
+  file.seekg(size - kTail);
+  file.read(tail.data(), kTail);
+  return !plainLines(tail).ends_with(kEnd);
 }
 
 // The base names of manifests and of media playlists. A playlist of sound has the letter A behind the name of
@@ -46,12 +50,12 @@ std::set<std::string> namesIn(const fs::path& folder) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
     const fs::path& path = entry->path();
-    if (isManifest(path) || (path.extension() == ".m3u8" && !path.filename().string().ends_with(kMaster)))
-      names.insert(path.stem().string());
+    if (isManifest(path) || (path.extension() == ".m3u8" && !vlName(path).ends_with(kMaster)))
+      names.insert(vlName(path.stem()));
   }
   for (auto name = names.begin(); name != names.end();) {
     const bool sound = name->ends_with('A') && names.contains(name->substr(0, name->size() - 1)) &&
-                       !fs::exists(folder / (*name + ".m4v"), error);
+                       !fs::exists(folder / vlPath(*name + ".m4v"), error);
     name = sound ? names.erase(name) : std::next(name);
   }
   return names;
@@ -60,20 +64,20 @@ std::set<std::string> namesIn(const fs::path& folder) {
 FolderRecording describe(const fs::path& folder, const std::string& name) {
   std::error_code error;
   const auto existing = [&](const std::string& file) {
-    return fs::is_regular_file(folder / file, error) ? file : std::string();
+    return fs::is_regular_file(folder / vlPath(file), error) ? file : std::string();
   };
   FolderRecording recording;
   recording.name = name;
   recording.manifest = existing(name + ".mpd");
-  if (recording.manifest.empty() && isManifest(folder / (name + ".xml")))
+  if (recording.manifest.empty() && isManifest(folder / vlPath(name + ".xml")))
     recording.manifest = existing(name + ".xml");
   const std::string video = existing(name + ".m3u8");
   recording.playlist = existing(name + std::string(kMaster));
   if (recording.playlist.empty()) recording.playlist = video;
   recording.soundPlaylist = existing(name + "A.m3u8");
-  recording.inProgress = !video.empty() && isOpen(folder / video);
+  recording.inProgress = !video.empty() && isOpen(folder / vlPath(video));
   for (const char* extension : {".m4v", ".m4a", ".ismv", ".isma", ".mp4"}) {
-    const auto size = fs::file_size(folder / (name + extension), error);
+    const auto size = fs::file_size(folder / vlPath(name + extension), error);
     if (!error) recording.bytes += size;
   }
   return recording;

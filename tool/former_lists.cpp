@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "manifest_document.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -68,11 +69,12 @@ std::optional<FormerPlaylist> readFormerPlaylist(const std::string& path, const 
       "#EXT-X-MAP:URI=\"" + mediaName + "\",BYTERANGE=\"" + std::to_string(initialisationLength) + "@0\"";
   constexpr std::string_view kTarget = "#EXT-X-TARGETDURATION:", kTime = "#EXT-X-PROGRAM-DATE-TIME:";
   constexpr int kHeaderLines = 7;
-  std::ifstream file(path);
+  std::ifstream file(vlPath(path));
   FormerPlaylist former;
   bool mapped = false;
   std::string line;
   for (int i = 0; i < kHeaderLines && std::getline(file, line); ++i) {
+    if (line.ends_with('\r')) line.pop_back();  // as Windows ends lines
     if (line == map) mapped = true;
     if (line.starts_with(kTarget)) former.targetDuration = numberOf<std::uint32_t>(&line[kTarget.size()]);
     if (line.starts_with(kTime)) former.startTime = dateTime(std::string_view(line).substr(kTime.size()));

@@ -16,11 +16,12 @@ std::string quoted(std::string_view text) {
   return text.size() <= kMost ? jsonText(text) : jsonText(text.substr(0, kMost)) + "...";
 }
 
-// Takes the next line off `text`, without its end.
+// Takes the next line off `text`, without its end, which may be that of Windows.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = std::min(text.find('\n'), text.size());
-  const std::string_view line = text.substr(0, end);
+  std::string_view line = text.substr(0, end);
   text.remove_prefix(std::min(end + 1, text.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
   return line;
 }
 

@@ -1,9 +1,14 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "commands.h"
+#include "console.h"
 #include "vlutil.h"
 
 namespace {
@@ -24,6 +29,7 @@ int runCommand(const Invocation& invocation) {
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
+  prepareStreams();
   CLI::App app("Looks into fragmented MP4 presentations through the media-file plug-in.", "fmp4");
   app.require_subcommand(1);
   app.fallthrough();
@@ -42,7 +48,10 @@ int main(int argc, char** argv) {
   addVersionCommand(app, invocation);
 
   try {
-    app.parse(argc, argv);
+    std::vector<std::string> arguments = commandLine(argc, argv);
+    arguments.erase(arguments.begin());
+    std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+    app.parse(std::move(arguments));
     return runCommand(invocation);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : kWrongUsage;

@@ -3,12 +3,13 @@
 #include <filesystem>
 
 #include "commands.h"
+#include "vlpath.h"
 
 OutputFile::OutputFile(const std::string& path, const std::string& input) : path_(path) {
   std::error_code ignored;
-  if (std::filesystem::equivalent(input, path, ignored))
+  if (std::filesystem::equivalent(vlPath(input), vlPath(path), ignored))
     throw ToolError("'" + path + "' is the file to be exported; give another name for the output");
-  file_.open(path, std::ios::binary);
+  file_.open(vlPath(path), std::ios::binary);
   if (!file_) throw ToolError("'" + path_ + "' cannot be created; check the folder and its permissions");
 }
 
@@ -42,7 +43,8 @@ void OutputFile::make(const std::function<void()>& work) {
 bool OutputFile::remove() {
   std::error_code ignored;
   file_.close();
-  return std::filesystem::is_regular_file(path_, ignored) && std::filesystem::remove(path_, ignored);
+  const std::filesystem::path file = vlPath(path_);
+  return std::filesystem::is_regular_file(file, ignored) && std::filesystem::remove(file, ignored);
 }
 
 void OutputFile::check() {

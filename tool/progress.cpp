@@ -1,25 +1,13 @@
 #include "progress.h"
 
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
-
 #include <iostream>
 #include <utility>
+
+#include "console.h"
 
 namespace {
 
 constexpr std::uint64_t kBarWidth = 40;  // characters
-
-bool isTerminal(int descriptor) {
-#if defined(_WIN32)
-  return _isatty(descriptor) != 0;
-#else
-  return isatty(descriptor) != 0;
-#endif
-}
 
 }  // namespace
 

@@ -8,6 +8,7 @@
 #include "playlist_text.h"
 #include "recording.h"
 #include "segment_geometry.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -153,6 +154,7 @@ Recording::Lists Recording::lists() const {
   const bool placesAudio = manifest ? manifest->placesAudio : audio_ != nullptr;
   lists.manifest = manifestOf(picture, sound, placesAudio, manifest, firstOf({manifestTime, videoTime, now}));
   std::error_code ignored;
-  if (std::filesystem::exists(names_.masterPlaylist, ignored)) lists.masterPlaylist = masterOf(*this, lists);
+  if (std::filesystem::exists(vlPath(names_.masterPlaylist), ignored))
+    lists.masterPlaylist = masterOf(*this, lists);
   return lists;
 }

@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "manifest_reader.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -18,22 +19,22 @@ bool isFile(const Path& path) {
 }
 
 bool contains(const Path& path, const char* part) {
-  return path.string().find(part) != std::string::npos;
+  return vlName(path).find(part) != std::string::npos;
 }
 
 std::string with(Path path, const char* extension) {
-  return path.replace_extension(extension).string();
+  return vlName(path.replace_extension(extension));
 }
 
 std::string audioPlaylistOf(const Path& audio) {
   Path path = audio;
-  path.replace_filename(audio.stem().string() + "A.m3u8");
-  return path.string();
+  path.replace_filename(audio.stem() += "A.m3u8");
+  return vlName(path);
 }
 
 // A media file's name as a list gives it, when it can only mean a file beside the list.
 std::optional<Path> beside(const Path& list, const std::string& mediaName) {
-  const Path name(mediaName);
+  const Path name = vlPath(mediaName);
   const bool plain = !mediaName.empty() && name.filename() == name && mediaName != "." && mediaName != "..";
   if (!plain) return std::nullopt;
   const Path path = Path(list).replace_filename(name);
@@ -42,7 +43,7 @@ std::optional<Path> beside(const Path& list, const std::string& mediaName) {
 
 std::optional<Path> mediaInManifest(const Path& manifest) {
   tinyxml2::XMLDocument document;
-  if (!LoadManifestDocument(manifest.string().c_str(), document)) return std::nullopt;
+  if (!LoadManifestDocument(vlName(manifest).c_str(), document)) return std::nullopt;
   const auto read = ReadManifest(document);
   return read ? beside(manifest, read->video.baseUrl) : std::nullopt;
 }
@@ -62,14 +63,14 @@ std::optional<Path> mediaInPlaylist(const Path& playlist) {
 
 // The media file that a list tells of by its own name.
 std::optional<Path> mediaByName(const Path& list) {
-  std::string stem = list.stem().string();
+  std::string stem = vlName(list.stem());
   constexpr std::string_view kMaster = ".master";
   if (stem.ends_with(kMaster)) stem.resize(stem.size() - kMaster.size());
   std::array stems = {stem, std::string()};
   if (stem.ends_with('A')) stems[1] = stem.substr(0, stem.size() - 1);
   for (const std::string& candidate : stems) {
     for (const char* extension : {".m4v", ".ismv", ".mp4", ".m4a", ".isma"}) {
-      const Path path = Path(list).replace_filename(candidate + extension);
+      const Path path = Path(list).replace_filename(vlPath(candidate + extension));
       if (!candidate.empty() && isFile(path)) return path;
     }
   }
@@ -77,7 +78,7 @@ std::optional<Path> mediaByName(const Path& list) {
 }
 
 Path findMedia(const Path& name) {
-  const std::string extension = name.extension().string();
+  const Path extension = name.extension();
   std::optional<Path> media;
   if (extension == ".m3u8") {
     media = mediaInPlaylist(name);
@@ -91,7 +92,7 @@ Path findMedia(const Path& name) {
     media = with(name, ".m4v");  // recorded under that name
   }
   if (!media)
-    throw ToolError("'" + name.string() +
+    throw ToolError("'" + vlName(name) +
                     "' belongs to no recording: no media file of it is there; check the name");
   // Sound that stands beside a picture is part of its recording.
   if (media->extension() == ".m4a" && isFile(with(*media, ".m4v"))) return with(*media, ".m4v");
@@ -109,27 +110,27 @@ std::string manifestOf(const Path& video) {
 }  // namespace
 
 std::string fileNameOf(const std::string& path) {
-  return Path(path).filename().string();
+  return vlName(vlPath(path).filename());
 }
 
 RecordingNames namesOfSoundAlone(const std::string& audio) {
   RecordingNames names;
   names.audio = audio;
-  names.audioPlaylist = audioPlaylistOf(audio);
+  names.audioPlaylist = audioPlaylistOf(vlPath(audio));
   return names;
 }
 
 RecordingNames findRecording(const std::string& name) {
-  const Path media = findMedia(name);
-  if (media.extension() == ".m4a" || media.extension() == ".isma") return namesOfSoundAlone(media.string());
+  const Path media = findMedia(vlPath(name));
+  if (media.extension() == ".m4a" || media.extension() == ".isma") return namesOfSoundAlone(vlName(media));
   RecordingNames names;
-  names.video = media.string();
+  names.video = vlName(media);
   names.manifest = manifestOf(media);
   names.videoPlaylist = with(media, ".m3u8");
   names.masterPlaylist = with(media, ".master.m3u8");
   if (contains(media, ".m4v")) {
     names.audio = with(media, ".m4a");
-    names.audioPlaylist = audioPlaylistOf(names.audio);
+    names.audioPlaylist = audioPlaylistOf(vlPath(names.audio));
   }
   return names;
 }

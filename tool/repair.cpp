@@ -4,7 +4,9 @@
 
 #include "commands.h"
 #include "file_in_use.h"
+#include "text.h"
 #include "verify.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -53,16 +55,26 @@ void repairMedia(const std::string& path, const RecordedMedia& media, std::vecto
   }
   if (media.size() == media.end()) return;
   std::error_code error;
-  std::filesystem::resize_file(path, media.end(), error);
+  std::filesystem::resize_file(vlPath(path), media.end(), error);
   if (error || !vlOSFlushFile(handle)) cannotWrite(path);
   done.push_back(media.name() + ": " + std::to_string(media.size() - media.end()) +
                  " bytes behind the last whole fragment removed");
 }
 
-void repairList(const std::string& path, const std::string& expected, std::vector<std::string>& done) {
-  if (expected.empty() || readList(path) == expected) return;
-  if (!vlOSReplaceFile(path.c_str(), expected.data(), expected.size())) cannotWrite(path);
+void writeList(const std::string& path, const std::string& text, std::vector<std::string>& done) {
+  if (!vlOSReplaceFile(path.c_str(), text.data(), text.size())) cannotWrite(path);
   done.push_back(fileNameOf(path) + ": written anew");
+}
+
+void repairList(const std::string& path, const std::string& expected, std::vector<std::string>& done) {
+  if (!expected.empty() && readList(path) != expected) writeList(path, expected, done);
+}
+
+// One that recording keeps: a text, which may have come from another system.
+void repairPlaylist(const std::string& path, const std::string& expected, std::vector<std::string>& done) {
+  const auto is = readList(path);
+  if (expected.empty() || (is && plainLines(*is) == expected)) return;
+  writeList(path, systemLines(expected), done);
 }
 
 }  // namespace
@@ -74,8 +86,8 @@ std::vector<std::string> repairRecording(const std::string& name, const Recordin
   const RecordingNames& names = recording.names();
   std::vector<std::string> done;
   for (const auto& [path, media] : recording.media()) repairMedia(path, *media, done);
-  repairList(names.videoPlaylist, lists.videoPlaylist, done);
-  repairList(names.audioPlaylist, lists.audioPlaylist, done);
+  repairPlaylist(names.videoPlaylist, lists.videoPlaylist, done);
+  repairPlaylist(names.audioPlaylist, lists.audioPlaylist, done);
   repairList(names.masterPlaylist, lists.masterPlaylist, done);
   repairList(names.manifest, lists.manifest, done);
   return done;

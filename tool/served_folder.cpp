@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "commands.h"
+#include "vlpath.h"
 
 namespace fs = std::filesystem;
 
@@ -16,15 +17,18 @@ ServedFolder::ServedFolder(const fs::path& folder) {
     error = std::make_error_code(std::errc::not_a_directory);
   if (!error) fs::directory_iterator(root_, error);
   if (error)
-    throw ToolError("the folder '" + folder.string() + "' cannot be read (" + error.message() +
+    throw ToolError("the folder '" + vlName(folder) + "' cannot be read (" + error.message() +
                     "); check the name and its permissions");
 }
 
 std::optional<ServedFile> ServedFolder::find(const std::string& name) const {
   // A NUL would end the name early for the operating system.
-  if (name.empty() || name.find('\0') != std::string::npos) return std::nullopt;
+  if (name.find('\0') != std::string::npos) return std::nullopt;
+  const fs::path relative = vlPath(name);
+  // Some systems take a file's name with a separator behind it.
+  if (!relative.has_filename()) return std::nullopt;
   std::error_code error;
-  const fs::path path = fs::canonical(root_ / name, error);
+  const fs::path path = fs::canonical(root_ / relative, error);
   if (error) return std::nullopt;
   const auto [rootEnd, ignored] = std::mismatch(root_.begin(), root_.end(), path.begin(), path.end());
   if (rootEnd != root_.end()) return std::nullopt;
@@ -50,7 +54,7 @@ std::string contentTypeOf(const fs::path& path) {
       {".js", "text/javascript; charset=utf-8"},
       {".svg", "image/svg+xml"},
   }};
-  const std::string extension = path.extension().string();
+  const fs::path extension = path.extension();
   for (const auto& [known, type] : kTypes)
     if (extension == known) return type;
   return "application/octet-stream";

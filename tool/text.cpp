@@ -1,5 +1,6 @@
 #include "text.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -49,4 +50,27 @@ std::string jsonText(std::string_view text) {
 
 std::string jsonNumber(double value) {
   return nlohmann::json(value).dump();
+}
+
+std::string systemLines(std::string text) {
+#if defined(_WIN32)
+  std::string lines;
+  lines.reserve(text.size() + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+  for (const char c : text) {
+    if (c == '\n') lines += '\r';
+    lines += c;
+  }
+  return lines;
+#else
+  return text;
+#endif
+}
+
+std::string plainLines(std::string text) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text.compare(i, 2, "\r\n") != 0) text[kept++] = text[i];
+  }
+  text.resize(kept);
+  return text;
 }

@@ -19,3 +19,7 @@ std::string fourCcText(std::uint32_t code);
 std::string jsonText(std::string_view text);
 // A JSON number: as few digits as identify the value.
 std::string jsonNumber(double value);
+// A text whose lines end in "\n", with the line ends of the system's text files.
+std::string systemLines(std::string text);
+// A text with the line ends of any system, with "\n".
+std::string plainLines(std::string text);

@@ -6,6 +6,7 @@
 #include "file_in_use.h"
 #include "list_difference.h"
 #include "manifest_document.h"
+#include "vlpath.h"
 
 namespace {
 
@@ -29,9 +30,9 @@ void checkList(const std::string& path, const std::string& expected, Difference 
 
 std::optional<std::string> readList(const std::string& path) {
   std::error_code error;
-  const auto size = std::filesystem::file_size(path, error);
+  const auto size = std::filesystem::file_size(vlPath(path), error);
   if (error || size > kMaxManifestBytes) return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(vlPath(path), std::ios::binary);
   std::string text(static_cast<std::size_t>(size), '\0');
   file.read(text.data(), static_cast<std::streamsize>(size));
   if (!file) return std::nullopt;

@@ -75,10 +75,10 @@ extern "C" {
 // ---- Files. Offsets are bytes from the start of the file. -------------------------------------------
 
 // Opens or creates a file. `access` is a union of VL_GENERIC_*, `disposition` one of VL_CREATE_* and
-// VL_OPEN_*; `share`, `security`, `attributes` and `templateFile` matter where the system has them. Only an
-// open with write access makes a file: VL_CREATE_* without it fail, VL_OPEN_ALWAYS then opens what exists.
-// Folders are refused, and so is whatever has no position, such as a pipe.
-// Returns VL_INVALID_HANDLE on failure (vlOSGetLastError tells why).
+// VL_OPEN_*; `share`, `security` and `attributes` matter where the system has them (Windows), `templateFile`
+// is kept for the host. Names are UTF-8. Only an open with write access makes a file: VL_CREATE_* without it
+// fail, VL_OPEN_ALWAYS then opens what exists. Folders are refused, and so is whatever has no position, such
+// as a pipe. Returns VL_INVALID_HANDLE on failure (vlOSGetLastError tells why).
 //
 // Threads may share a handle: each call on it is one step, position included.
 VLHOST_API VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share,
@@ -114,8 +114,8 @@ VLHOST_API std::int32_t vlOSCloseFile(VLHANDLE file);
 VLHOST_API std::int32_t vlOSFlushFile(VLHANDLE file);
 
 // Makes the file `path` hold these `count` bytes and nothing else, whether it was there or not. Readers, and
-// a machine that loses power, find either the old content or the new one; what was a link stays one. Returns
-// 1 on success, else 0: the old content then stays.
+// a machine that loses power, find the old content or the new one; what was a link stays one. On Windows a
+// reader that holds the file is waited for, up to two seconds. Returns 1 on success, else 0: nothing changed.
 VLHOST_API std::int32_t vlOSReplaceFile(const char* path, const void* content, std::size_t count);
 
 // 1 when a file (not a folder) of this name exists, else 0.
@@ -184,9 +184,9 @@ VLHOST_API void CopyMemoryFast(void* destination, const void* source, std::size_
 VLHOST_API void ZeroMemoryFast(void* destination, std::size_t count);
 
 // ---- Configuration: 32-bit values in a text store in the user's configuration folder -----------------
-// The store is "$XDG_CONFIG_HOME/vlhost/vlhost.conf" ("~/.config/..."), or the file that the environment
-// variable VLHOST_CONFIG names. A line holds KEY\NAME=VALUE, the value in decimal; lines that begin with "#"
-// or ";" are comments.
+// The store is "$XDG_CONFIG_HOME/vlhost/vlhost.conf" ("~/.config/...", "%APPDATA%\..."), or the file that the
+// environment variable VLHOST_CONFIG names. A line holds KEY\NAME=VALUE, the value in decimal; lines that
+// begin with "#" or ";" are comments.
 
 // Reads (VL_CFG_READ) or sets (VL_CFG_WRITE) a value; a set value reaches the disk with vlCFGSave. `root`
 // is VL_CFG_DEFAULT_ROOT. Reading finds what was set last, saved or not. Returns 0, or VL_FAILED when a value

@@ -13,11 +13,11 @@
 #include "filter_bank.h"
 #include "gain_control.h"
 #include "ltp.h"
+#include "mdct_windows.h"
 #include "mixdown.h"
 #include "noise.h"
 #include "prediction.h"
 #include "tns.h"
-#include "windows.h"
 
 namespace {
 

@@ -12,9 +12,9 @@
 #include "downmix.h"
 #include "dynamic_range.h"
 #include "exponents.h"
+#include "mdct_windows.h"
 #include "sync_frame.h"
 #include "transform.h"
-#include "windows.h"
 
 namespace {
 

@@ -132,7 +132,7 @@ TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
   inOwnProcess([] {
     const FFmpegPlace place;
     place.allow(true);
-    place.put("libavutil.so.55");
+    place.put(kAvutilFile);
     LogCapture log;
     // The first time at the clock's very start, too.
     for (const std::uint64_t time : {0u, 1u, 9999u, 10000u, 10001u, 19999u, 20000u}) {
@@ -152,13 +152,13 @@ TEST(FFmpegLoader, AMissingAvutilIsToldEachTimeAndAvcodecLoadedOnce) {
   inOwnProcess([] {
     const FFmpegPlace place;
     place.allow(true);
-    place.put("libavcodec.so.57");
+    place.put(kAvcodecFile);
     LogCapture log;
     EXPECT_EQ(LoadFFmpeg(), -2);
     EXPECT_EQ(LoadFFmpeg(), -2);
     EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kNoAvutil, kNoAvutil));
     log.lines.clear();
-    place.put("libavutil.so.55");
+    place.put(kAvutilFile);
     EXPECT_EQ(LoadFFmpeg(), 0);
     EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kVersion));
   });
@@ -199,35 +199,38 @@ TEST_P(WithoutEntryPoint, IsRefusedUnlessItIsOptional) {
   });
 }
 
-constexpr char kAvcodec[] = "libavcodec.so.57";
-constexpr char kAvutil[] = "libavutil.so.55";
-
 INSTANTIATE_TEST_SUITE_P(
     Each, WithoutEntryPoint,
     testing::Values(
-        Missing{kAvcodec, "avcodec_register", false}, Missing{kAvcodec, "avcodec_alloc_context3", false},
-        Missing{kAvcodec, "avcodec_get_context_defaults3", false},
-        Missing{kAvcodec, "avcodec_find_encoder", false}, Missing{kAvcodec, "avcodec_find_decoder", false},
-        Missing{kAvcodec, "avcodec_is_open", false}, Missing{kAvcodec, "avcodec_open2", false},
-        Missing{kAvcodec, "avcodec_close", false}, Missing{kAvcodec, "avcodec_free_frame", true},
-        Missing{kAvcodec, "avcodec_encode_video", true}, Missing{kAvcodec, "avcodec_encode_video2", false},
-        Missing{kAvcodec, "avcodec_decode_video2", false}, Missing{kAvcodec, "avcodec_decode_audio4", false},
-        Missing{kAvcodec, "avcodec_register_all", false}, Missing{kAvcodec, "avcodec_flush_buffers", false},
+        Missing{kAvcodecFile, "avcodec_register", false},
+        Missing{kAvcodecFile, "avcodec_alloc_context3", false},
+        Missing{kAvcodecFile, "avcodec_get_context_defaults3", false},
+        Missing{kAvcodecFile, "avcodec_find_encoder", false},
+        Missing{kAvcodecFile, "avcodec_find_decoder", false}, Missing{kAvcodecFile, "avcodec_is_open", false},
+        Missing{kAvcodecFile, "avcodec_open2", false}, Missing{kAvcodecFile, "avcodec_close", false},
+        Missing{kAvcodecFile, "avcodec_free_frame", true},
+        Missing{kAvcodecFile, "avcodec_encode_video", true},
+        Missing{kAvcodecFile, "avcodec_encode_video2", false},
+        Missing{kAvcodecFile, "avcodec_decode_video2", false},
+        Missing{kAvcodecFile, "avcodec_decode_audio4", false},
+        Missing{kAvcodecFile, "avcodec_register_all", false},
+        Missing{kAvcodecFile, "avcodec_flush_buffers", false},
         // libavutil's takes its place.
-        Missing{kAvcodec, "av_free", true}, Missing{kAvcodec, "av_init_packet", false},
-        Missing{kAvcodec, "av_new_packet", false}, Missing{kAvcodec, "av_free_packet", false},
-        Missing{kAvcodec, "av_fast_padded_malloc", false}, Missing{kAvutil, "av_frame_alloc", false},
-        Missing{kAvutil, "av_frame_free", false}, Missing{kAvutil, "av_log_get_level", false},
-        Missing{kAvutil, "av_log_set_level", false}, Missing{kAvutil, "av_log_set_callback", false},
-        Missing{kAvutil, "av_log_default_callback", false}, Missing{kAvutil, "av_log_format_line", true},
-        Missing{kAvutil, "av_frame_get_buffer", false}, Missing{kAvutil, "av_image_alloc", true},
-        Missing{kAvutil, "av_free", false}, Missing{kAvutil, "av_freep", false},
-        Missing{kAvutil, "av_mallocz", false}, Missing{kAvutil, "av_malloc", false},
-        Missing{kAvutil, "av_log2", false}, Missing{kAvutil, "av_dict_get", false},
-        Missing{kAvutil, "av_dict_set", false}, Missing{kAvutil, "av_dict_copy", false},
-        Missing{kAvutil, "av_dict_free", false}, Missing{kAvutil, "av_version_info", false}),
+        Missing{kAvcodecFile, "av_free", true}, Missing{kAvcodecFile, "av_init_packet", false},
+        Missing{kAvcodecFile, "av_new_packet", false}, Missing{kAvcodecFile, "av_free_packet", false},
+        Missing{kAvcodecFile, "av_fast_padded_malloc", false}, Missing{kAvutilFile, "av_frame_alloc", false},
+        Missing{kAvutilFile, "av_frame_free", false}, Missing{kAvutilFile, "av_log_get_level", false},
+        Missing{kAvutilFile, "av_log_set_level", false}, Missing{kAvutilFile, "av_log_set_callback", false},
+        Missing{kAvutilFile, "av_log_default_callback", false},
+        Missing{kAvutilFile, "av_log_format_line", true}, Missing{kAvutilFile, "av_frame_get_buffer", false},
+        Missing{kAvutilFile, "av_image_alloc", true}, Missing{kAvutilFile, "av_free", false},
+        Missing{kAvutilFile, "av_freep", false}, Missing{kAvutilFile, "av_mallocz", false},
+        Missing{kAvutilFile, "av_malloc", false}, Missing{kAvutilFile, "av_log2", false},
+        Missing{kAvutilFile, "av_dict_get", false}, Missing{kAvutilFile, "av_dict_set", false},
+        Missing{kAvutilFile, "av_dict_copy", false}, Missing{kAvutilFile, "av_dict_free", false},
+        Missing{kAvutilFile, "av_version_info", false}),
     [](const auto& test) {
-      return std::string(test.param.library == kAvcodec ? "avcodec_" : "avutil_") + test.param.name;
+      return std::string(test.param.library == kAvcodecFile ? "avcodec_" : "avutil_") + test.param.name;
     });
 
 // ---- Versions ----------------------------------------------------------------------------------------
@@ -237,8 +240,8 @@ constexpr unsigned version(unsigned major, unsigned minor, unsigned micro) {
 }
 
 void tellVersions(unsigned avcodec, unsigned avutil) {
-  setenv(kStandInAvcodecVersion, std::to_string(avcodec).c_str(), 1);
-  setenv(kStandInAvutilVersion, std::to_string(avutil).c_str(), 1);
+  setEnvironment(kStandInAvcodecVersion, std::to_string(avcodec).c_str());
+  setEnvironment(kStandInAvutilVersion, std::to_string(avutil).c_str());
 }
 
 TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {

@@ -1,35 +1,24 @@
 // A place where the loader finds libraries and its setting, and processes in which to load them.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "support/environment.h"
+#include "support/own_process.h"
 #include "support/temp_folder.h"
 
-// Runs a part of a test in a process of its own, with whose end what it loaded is gone. Its failures are the
-// test's.
-template <class Body>
-void inOwnProcess(Body body) {
-  std::fflush(nullptr);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    body();
-    std::exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0) << "in the process of its own";
-}
+// File names of the libraries.
+#if defined(_WIN32)
+inline constexpr char kAvcodecFile[] = "avcodec-57.dll";
+inline constexpr char kAvutilFile[] = "avutil-55.dll";
+#else
+inline constexpr char kAvcodecFile[] = "libavcodec.so.57";
+inline constexpr char kAvutilFile[] = "libavutil.so.55";
+#endif
 
 // A working folder of its own with an empty store and no libraries. For processes of their own.
 class FFmpegPlace {
@@ -37,7 +26,7 @@ class FFmpegPlace {
   FFmpegPlace() {
     std::filesystem::create_directory(folder_.path() / "Extended_formats");
     std::filesystem::current_path(folder_.path());
-    setenv("VLHOST_CONFIG", store().c_str(), 1);
+    setEnvironment("VLHOST_CONFIG", store().c_str());
   }
 
   // Puts a library of the folder `from` of the build here, without the entry point `missing` if it is named:
@@ -49,8 +38,8 @@ class FFmpegPlace {
     writeFile(folder_.path() / "Extended_formats" / library, bytes);
   }
   void putBoth(const std::string& from = "ffmpeg_stand_in") const {
-    put("libavcodec.so.57", from);
-    put("libavutil.so.55", from);
+    put(kAvcodecFile, from);
+    put(kAvutilFile, from);
   }
 
   void allow(bool allowed) const { setStore(std::string(kEntry) + (allowed ? "1\n" : "0\n")); }

@@ -125,7 +125,7 @@ TEST(FFmpegWrapper, SwitchedOffLaterIsNotUsedAnyMore) {
 TEST(FFmpegWrapper, ADecoderThatDoesNotOpenIsReportedAndFails) {
   inOwnProcess([] {
     const WithFFmpeg on;
-    setenv(kStandInRefusesToOpen, "1", 1);
+    setEnvironment(kStandInRefusesToOpen, "1");
     LogCapture log;
     Wrapper wrapper(VL_FCC_MP3);
     EXPECT_THAT(log.lines,

@@ -12,6 +12,23 @@
 
 namespace {
 std::atomic<int> allocations{0};
+
+void* allocateAligned(std::size_t size, std::align_val_t alignment) {
+  const auto step = static_cast<std::size_t>(alignment);
+#if defined(_WIN32)
+  return _aligned_malloc(size, step);
+#else
+  return std::aligned_alloc(step, (size + step - 1) / step * step);
+#endif
+}
+
+void freeAligned(void* memory) {
+#if defined(_WIN32)
+  _aligned_free(memory);
+#else
+  std::free(memory);
+#endif
+}
 }  // namespace
 
 void* operator new(std::size_t size) {
@@ -21,8 +38,7 @@ void* operator new(std::size_t size) {
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
   ++allocations;
-  const auto step = static_cast<std::size_t>(alignment);
-  if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
+  if (void* memory = allocateAligned(size, alignment)) return memory;
   throw std::bad_alloc();
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
@@ -31,8 +47,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
   ++allocations;
-  const auto step = static_cast<std::size_t>(alignment);
-  return std::aligned_alloc(step, (size + step - 1) / step * step);
+  return allocateAligned(size, alignment);
 }
 void operator delete(void* memory) noexcept {
   std::free(memory);
@@ -41,10 +56,10 @@ void operator delete(void* memory, std::size_t) noexcept {
   std::free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept {
-  std::free(memory);
+  freeAligned(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-  std::free(memory);
+  freeAligned(memory);
 }
 
 namespace {

@@ -1,74 +1,16 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "support/temp_folder.h"
-#include "vlutil.h"
+#include "host/config_store.h"
 
 namespace {
 
-constexpr const char* kKey = "Framewright\\Codecs\\FFMPEG";
-constexpr const char* kName = "AllowFFMPEG";
-
-// Sets an environment variable, or takes it away, for the length of a test.
-class Environment {
- public:
-  Environment(const char* name, const char* value) : m_name(name) {
-    if (const char* old = getenv(name)) m_old = old;
-    set(value);
-  }
-  ~Environment() { set(m_old ? m_old->c_str() : nullptr); }
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
-
- private:
-  void set(const char* value) {
-    if (value != nullptr) {
-      setenv(m_name, value, 1);
-    } else {
-      unsetenv(m_name);
-    }
-  }
-
-  const char* m_name;
-  std::optional<std::string> m_old;
-};
-
-std::string textOf(const std::string& path) {
-  const std::vector<std::uint8_t> bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
-}
-
-std::uint32_t set(const char* key, const char* name, std::uint32_t value) {
-  return vlCFGValueDword(VL_CFG_DEFAULT_ROOT, key, name, &value, VL_CFG_WRITE);
-}
-
-std::optional<std::uint32_t> get(const char* key, const char* name) {
-  std::uint32_t value = 12345;
-  if (vlCFGValueDword(VL_CFG_DEFAULT_ROOT, key, name, &value, VL_CFG_READ) == VL_OK) return value;
-  EXPECT_EQ(value, 12345u) << "a value that does not exist leaves the variable alone";
-  return std::nullopt;
-}
-
-std::uint32_t save() {
-  return vlCFGSave(VL_CFG_DEFAULT_ROOT, 0);
-}
-
-class Config : public testing::Test {
- protected:
-  void writeStore(const std::string& text) { writeFile(m_store, {text.begin(), text.end()}); }
-
-  TempFolder m_folder;
-  const std::string m_store = m_folder.file("store.conf");
-  Environment m_environment{"VLHOST_CONFIG", m_store.c_str()};
-};
+using namespace config_test;
 
 TEST_F(Config, ValueThatDoesNotExistIsReportedAndNothingIsWritten) {
   EXPECT_EQ(get(kKey, kName), std::nullopt);
@@ -120,28 +62,6 @@ TEST_F(Config, ValueThatIsNoNumberDoesNotExistUntilItIsSet) {
   EXPECT_EQ(textOf(m_store), "K\\A=4\n");
 }
 
-TEST_F(Config, SavingReplacesTheFileAndKeepsItsPermissionsAndLinks) {
-  writeStore("K\\A=1\n");
-  ASSERT_EQ(chmod(m_store.c_str(), 0640), 0);
-  const std::string link = m_folder.file("link.conf");
-  std::filesystem::create_symlink(m_store, link);
-  const Environment environment("VLHOST_CONFIG", link.c_str());
-  struct stat before = {};
-  ASSERT_EQ(stat(m_store.c_str(), &before), 0);
-
-  EXPECT_EQ(set("K", "A", 2), VL_OK);
-  EXPECT_EQ(save(), VL_OK);
-
-  struct stat after = {};
-  ASSERT_EQ(stat(m_store.c_str(), &after), 0);
-  EXPECT_NE(after.st_ino, before.st_ino);
-  EXPECT_EQ(after.st_mode & 07777u, 0640u);
-  EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_EQ(textOf(m_store), "K\\A=2\n");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder.path()), {}), 2)
-      << "no temporary file stays";
-}
-
 TEST_F(Config, SavingWithoutChangesTouchesNothing) {
   EXPECT_EQ(save(), VL_OK);
   EXPECT_FALSE(std::filesystem::exists(m_store));
@@ -180,27 +100,6 @@ TEST_F(Config, ArgumentsThatNoLineCanHoldAreRefused) {
   EXPECT_EQ(vlCFGValueDword(VL_CFG_DEFAULT_ROOT, "K", "A", &value, 2), VL_FAILED);
   EXPECT_EQ(vlCFGValueDword(VL_CFG_DEFAULT_ROOT, "K", "A", nullptr, VL_CFG_READ), VL_FAILED);
   EXPECT_EQ(vlCFGSave(0, 0), VL_FAILED);
-}
-
-TEST_F(Config, StoreLiesInTheConfigurationFolder) {
-  const Environment none("VLHOST_CONFIG", nullptr);
-  const Environment home("HOME", m_folder.file("home").c_str());
-  {
-    const Environment xdg("XDG_CONFIG_HOME", m_folder.file("settings").c_str());
-    EXPECT_EQ(set("K", "A", 1), VL_OK);
-    EXPECT_EQ(save(), VL_OK);
-    EXPECT_EQ(textOf(m_folder.file("settings/vlhost/vlhost.conf")), "K\\A=1\n");
-  }
-  {
-    const Environment xdg("XDG_CONFIG_HOME", "relative");
-    EXPECT_EQ(set("K", "A", 2), VL_OK);
-    EXPECT_EQ(save(), VL_OK);
-    EXPECT_EQ(textOf(m_folder.file("home/.config/vlhost/vlhost.conf")), "K\\A=2\n");
-  }
-  const Environment xdg("XDG_CONFIG_HOME", nullptr);
-  const Environment nowhere("HOME", nullptr);
-  EXPECT_EQ(set("K", "A", 3), VL_FAILED);
-  EXPECT_EQ(save(), VL_FAILED);
 }
 
 TEST_F(Config, ThreadsSetReadAndSaveAtOnce) {

@@ -1,8 +1,6 @@
 // Recordings that go wrong: what is refused, and what stays whole.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 
@@ -25,25 +23,6 @@ RecordingDescription withSound() {
   d.soundMask = 3;
   return d;
 }
-
-// No file grows beyond `bytes` while it lives: the write that would is cut short.
-class FullDisk {
- public:
-  explicit FullDisk(std::uint64_t bytes) {
-    signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &old_);
-    rlimit small = old_;
-    small.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &old_);
-    signal(SIGXFSZ, SIG_DFL);
-  }
-
- private:
-  rlimit old_ = {};
-};
 
 TEST(BadRecording, WritingBeforeTheDescriptionIsReported) {
   const TempFolder folder;
@@ -242,48 +221,6 @@ TEST(BadRecording, WithoutAConfigurationAStandInIsWritten) {
   BoxFile boxes(folder.file("out.m4v"));
   EXPECT_EQ(boxes.at("moov/trak/mdia/minf/stbl/stsd/avc1/avcC")->size, 14u);
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("codecs=\"avc1.010001\""));
-}
-
-TEST(BadRecording, ADeviceThatIsFullIsNoFileToWriteTo) {
-  const TempFolder folder;
-  std::filesystem::create_symlink("/dev/full", folder.file("out.m4v"));
-  LogCapture log;
-  EXPECT_EQ(createFile(folder.file("out.mp4")), nullptr);
-  EXPECT_THAT(log.lines,
-              ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 file_write failure, error: 28\n"},
-                          LogLine{VL_LOG_WARNING,
-                                  "WARNING(vlx_fmp4): Unable to open video mp4 file for write (vlx_fmp4)\n"},
-                          LogLine{VL_LOG_PLAIN, "fmp4OpenWrite(0xE802500C)"}));
-}
-
-TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
-  for (const std::uint64_t space : {1000u, 20000u, 37000u, 38000u, 60000u}) {
-    const TempFolder folder;
-    MediaFile file = startRecording(folder.file("out.mp4"));
-    std::uint32_t written = 0;
-    std::string manifest;
-    {
-      const FullDisk disk(space);
-      LogCapture log;
-      while (writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(written), written) == VL_OK) ++written;
-      EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "fmp4 file_write failure, error: 27\n"}));
-      EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu) << "no more is taken";
-      EXPECT_EQ(closeFile(file), 0xFFFFFFFFu);
-    }
-    BoxFile boxes(folder.file("out.m4v"));
-    if (space == 1000) {
-      EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::Not(HasSubstr("#EXTINF")));
-      continue;
-    }
-    // Whole fragments, all of them listed.
-    const std::uint32_t frames = written / 30 * 30;
-    ASSERT_GT(frames, 0u);
-    const MediaFile read = openFile(folder.file("out.mpd"));
-    ASSERT_NE(read, nullptr) << space;
-    EXPECT_EQ(read->GetTotalFrames(), frames) << space;
-    for (std::uint32_t i = 0; i < frames; ++i) EXPECT_EQ(readFrame(*read, i).data, frameBytes(i));
-    EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::EndsWith("out.m4v\n#EXT-X-ENDLIST\n"));
-  }
 }
 
 TEST(BadRecording, AManifestThatCannotBeSavedHarmsNothingElse) {

@@ -12,7 +12,7 @@
 #include "vlutil.h"
 
 struct Plugin {
-  void* library = vlOSLoadLibrary(VL_BIN_DIR "/vlx_fmp4.so", 2);
+  void* library = vlOSLoadLibrary(VL_BIN_DIR "/vlx_fmp4", 2);
 
   using Check = std::int64_t (*)(const char*, std::uint32_t, void*);
   using Media = std::int64_t (*)(CAMediaFile*, std::uint32_t, void*);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -150,9 +152,10 @@ struct BoxFile {
   Mp4BoxPtr root;
 };
 
+// The lines of a text, however the system ends them.
 inline std::string textOf(const std::string& path) {
-  const Bytes bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // With every date and time replaced by "NOW".

@@ -147,8 +147,9 @@ inline std::vector<ListedSegment> segmentsOfManifest(const std::string& text) {
 // What all lists of a folder name, by the list.
 inline std::map<std::string, std::vector<ListedSegment>> listedIn(const TempFolder& folder) {
   std::map<std::string, std::vector<ListedSegment>> lists;
-  for (const auto& [name, bytes] : filesOf(folder)) {
-    const std::string text(bytes.begin(), bytes.end());
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    const std::string name = entry.path().filename().string();
+    const std::string text = textOf(entry.path().string());
     if (name.ends_with(".m3u8")) lists[name] = segmentsOfPlaylist(text);
     if (name.ends_with(".mpd") || name.ends_with(".xml")) lists[name] = segmentsOfManifest(text);
   }

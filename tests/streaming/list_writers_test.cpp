@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "mpd_writer.h"
 #include "playlist_writer.h"
@@ -14,9 +16,10 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
+// The lines of a text, however the system ends them.
 std::string textOf(const std::string& path) {
-  const auto bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // ---- Durations --------------------------------------------------------------------------------------

@@ -9,6 +9,14 @@
 
 namespace {
 
+std::size_t usableSize(void* memory) {
+#if defined(_WIN32)
+  return _msize(memory);
+#else
+  return malloc_usable_size(memory);
+#endif
+}
+
 thread_local std::size_t failingBytes = 0;
 std::atomic<std::int64_t> liveBytes = 0;
 std::atomic<std::int64_t> peakLiveBytes = 0;
@@ -19,7 +27,7 @@ void* allocate(std::size_t bytes) noexcept {
   void* memory = std::malloc(bytes ? bytes : 1);
   if (!memory) return nullptr;
   ++allocationCount;
-  const auto held = static_cast<std::int64_t>(malloc_usable_size(memory));
+  const auto held = static_cast<std::int64_t>(usableSize(memory));
   const std::int64_t live = liveBytes += held;
   std::int64_t peak = peakLiveBytes;
   while (live > peak && !peakLiveBytes.compare_exchange_weak(peak, live)) {
@@ -32,7 +40,7 @@ void* allocateOrThrow(std::size_t bytes) {
   return memory;
 }
 void release(void* memory) noexcept {
-  if (memory) liveBytes -= static_cast<std::int64_t>(malloc_usable_size(memory));
+  if (memory) liveBytes -= static_cast<std::int64_t>(usableSize(memory));
   std::free(memory);
 }
 

@@ -2,9 +2,9 @@
 // does not depend on the machine, and keeps them off the user's configuration store.
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 
+#include "support/environment.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -14,7 +14,7 @@ class FFmpegOff {
   FFmpegOff() {
     const std::string text = "Framewright\\Codecs\\FFMPEG\\AllowFFMPEG=0\n";
     writeFile(folder_->file("vlhost.conf"), {text.begin(), text.end()});
-    setenv("VLHOST_CONFIG", folder_->file("vlhost.conf").c_str(), 1);
+    setEnvironment("VLHOST_CONFIG", folder_->file("vlhost.conf").c_str());
   }
   // The folder stays when a child of the test program ends.
   ~FFmpegOff() {

@@ -66,16 +66,6 @@ TEST(Export, OutputThatCannotBeCreatedIsNamed) {
   EXPECT_EQ(result.err, "fmp4: '" + output + "' cannot be created; check the folder and its permissions\n");
 }
 
-TEST(Export, FullDiskIsReportedAndADeviceIsNotRemoved) {
-  const TempFolder folder;
-  const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
-  const RunResult result = fmp4({"--quiet", "export", file, "--video", "/dev/full"});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.err, "fmp4: '/dev/full' could not be written; is the disk full?\n");
-  EXPECT_TRUE(std::filesystem::exists("/dev/full"));
-}
-
 // A length in frame 20 that reaches past the frame's end.
 TEST(Export, DamagedFrameIsNamedAndThePartialFileRemoved) {
   const TempFolder folder;

@@ -4,9 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
+#include "audio/ffmpeg_place.h"
+#include "support/environment.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -15,25 +16,30 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
+#if defined(_WIN32)
+constexpr const char* kProgram[] = {"fmp4.exe", "vlhost.dll", "vlx_fmp4.dll"};
+#else
+constexpr const char* kProgram[] = {"fmp4", "libvlhost.so", "vlx_fmp4.so"};
+#endif
+
 // The program with its libraries in a folder of its own, and a clip with sound.
 struct Installed {
   TempFolder folder;
   std::string clip = folder.file("clip.mp4");
 
   Installed() {
-    for (const char* file : {"fmp4", "libvlhost.so", "vlx_fmp4.so"})
-      fs::copy_file(fs::path(VL_BIN_DIR) / file, folder.path() / file);
+    for (const char* file : kProgram) fs::copy_file(fs::path(VL_BIN_DIR) / file, folder.path() / file);
     makeMedia(clip, toneInput(1) + std::vector<std::string>{"-c:a", "aac"} + fragmented());
   }
   void putFFmpegIn(const fs::path& place) const {
     fs::create_directories(place);
-    for (const char* file : {"libavcodec.so.57", "libavutil.so.55"})
+    for (const char* file : {kAvcodecFile, kAvutilFile})
       fs::copy_file(fs::path(VL_BIN_DIR) / "ffmpeg_stand_in" / file, place / file);
   }
   // What `fmp4 info` logs, with a store of its own.
   std::string log() const {
-    const RunResult result =
-        run({"env", "VLHOST_CONFIG=" + folder.file("vlhost.conf"), folder.file("fmp4"), "info", clip});
+    const Environment store("VLHOST_CONFIG", folder.file("vlhost.conf").c_str());
+    const RunResult result = run({folder.file("fmp4"), "info", clip});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     return result.err;
   }

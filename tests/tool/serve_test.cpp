@@ -7,8 +7,7 @@
 
 #include "fmp4.h"
 #include "folder_recordings.h"
-#include "support/temp_folder.h"
-#include "web_server.h"
+#include "serving.h"
 
 namespace {
 
@@ -16,48 +15,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-void writeText(const std::filesystem::path& path, const std::string& text) {
-  writeFile(path, {text.begin(), text.end()});
-}
-
 constexpr const char* kMaster = "#EXTM3U\nnews.m3u8\n";
 constexpr const char* kOpen = "#EXTM3U\n#EXTINF:1.000,\nnews.m4v\n";
 constexpr const char* kEnded = "#EXTM3U\n#EXTINF:1.000,\nnews.m4v\n#EXT-X-ENDLIST\n";
-
-// A server over `media`, a folder inside `outside`, and a client of it.
-class Serve : public testing::Test {
- protected:
-  void SetUp() override {
-    std::filesystem::create_directories(media_ / "sub");
-    std::filesystem::create_directory(page_);
-    writeText(media_ / "digits.m4v", "0123456789");
-    writeText(media_ / "empty.m4v", "");
-    writeText(media_ / "sub" / "inner.mpd", "inner");
-    writeText(media_ / "a b+%ü.m3u8", "named");
-    writeText(outside_.path() / "secret.m4v", "secret");
-    writeText(page_ / "index.html", "<p>page</p>");
-    writeText(page_ / "page.js", "script");
-    server_.emplace(media_, page_);
-    port_ = server_->start(0);
-    client_.emplace("127.0.0.1", port_);
-    client_->set_url_encode(false);  // paths go out as they stand
-  }
-
-  httplib::Response get(const std::string& path, const httplib::Headers& headers = {}) {
-    const httplib::Result result = client_->Get(path, headers);
-    EXPECT_EQ(result.error(), httplib::Error::Success) << path;
-    return result ? *result : httplib::Response();
-  }
-  httplib::Response range(const std::string& range, const std::string& path = "/media/digits.m4v") {
-    return get(path, {{"Range", range}});
-  }
-
-  TempFolder outside_;
-  std::filesystem::path media_ = outside_.path() / "media", page_ = outside_.path() / "page";
-  std::optional<WebServer> server_;
-  std::optional<httplib::Client> client_;
-  int port_ = 0;
-};
 
 TEST_F(Serve, GivesWholeFilesThatAreNotToBeKept) {
   const httplib::Response response = get("/media/digits.m4v");
@@ -177,24 +137,10 @@ INSTANTIATE_TEST_SUITE_P(Serve, Escape,
                                          "/media/digits.m4v%00", "/media/", "/media/.", "/media/sub",
                                          "/media/digits.m4v/", "/media", "/secret.m4v", "/page/"));
 
-TEST_F(Serve, LinksLeadNowhereOutsideTheFolder) {
-  std::filesystem::create_symlink("../secret.m4v", media_ / "out.m4v");
-  std::filesystem::create_symlink(outside_.path(), media_ / "up");
-  std::filesystem::create_symlink("digits.m4v", media_ / "within.m4v");
-  EXPECT_EQ(get("/media/out.m4v").status, 404);
-  EXPECT_EQ(get("/media/up/secret.m4v").status, 404);
-  EXPECT_EQ(get("/media/within.m4v").body, "0123456789");
-}
-
 TEST_F(Serve, FolderWithTheSameStartOfItsNameIsOutside) {
   std::filesystem::create_directory(outside_.path() / "mediaplus");
   writeText(outside_.path() / "mediaplus" / "secret.m4v", "secret");
   EXPECT_EQ(get("/media/../mediaplus/secret.m4v").status, 404);
-}
-
-TEST_F(Serve, PipesAreNotFiles) {
-  ASSERT_EQ(mkfifo((media_ / "pipe.m4v").c_str(), 0600), 0);
-  EXPECT_EQ(get("/media/pipe.m4v").status, 404);
 }
 
 TEST_F(Serve, LongPathsAreAnswered) {
@@ -302,33 +248,6 @@ TEST(RecordingList, FolderWithoutRecordingsGivesAnEmptyList) {
   EXPECT_THAT(listRecordings(folder.path()), IsEmpty());
   EXPECT_THAT(listRecordings(folder.path() / "missing"), IsEmpty());
   EXPECT_EQ(recordingsJson({}), "[]");
-}
-
-// Starts the program on a free port, waits for its line and sends it `signal`.
-RunResult serveUntil(const std::string& signal, const TempFolder& folder, const std::string& option = "") {
-  return run({"sh", "-c",
-              VL_BIN_DIR "/fmp4 serve " + folder.path().string() + " --port 0 " + option + " >" +
-                  folder.file("out") + " & until grep -qs http " + folder.file("out") +
-                  "; do sleep 0.05; done; kill -" + signal + " $!; wait $!; code=$?; cat " +
-                  folder.file("out") + "; exit $code"});
-}
-
-TEST(ServeCommand, PrintsItsAddressAndEndsCleanlyOnSignals) {
-  for (const char* signal : {"INT", "TERM"}) {
-    const TempFolder folder;
-    const RunResult result = serveUntil(signal, folder);
-    EXPECT_EQ(result.exitCode, 0) << signal;
-    EXPECT_THAT(result.out, testing::MatchesRegex("serving '" + folder.path().string() +
-                                                  "' at http://127.0.0.1:[0-9]+/ until interrupted\n"));
-    EXPECT_EQ(result.err, "");
-  }
-}
-
-TEST(ServeCommand, PrintsItsAddressAsJson) {
-  const TempFolder folder;
-  const auto line = nlohmann::json::parse(serveUntil("INT", folder, "--json").out);
-  EXPECT_EQ(line["folder"], folder.path().string());
-  EXPECT_EQ(line["address"], "http://127.0.0.1:" + std::to_string(line["port"].get<int>()) + "/");
 }
 
 TEST(ServeCommand, PortInUseIsExplained) {

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "bytes.h"
@@ -41,16 +43,17 @@ class Verify : public testing::Test {
     for (const auto& [name, bytes] : *files_) writeFile(folder_.file(name), bytes);
   }
 
+  // The lines of a text, however the system ends them.
   std::string text(const std::string& name) const {
-    const Bytes bytes = readFile(folder_.file(name));
-    return {bytes.begin(), bytes.end()};
+    std::ifstream file(folder_.file(name));
+    return {std::istreambuf_iterator<char>(file), {}};
   }
   void edit(const std::string& name, const std::string& from, const std::string& to) {
     std::string changed = text(name);
     const std::size_t at = changed.find(from);
     ASSERT_NE(at, std::string::npos) << from;
     changed.replace(at, from.size(), to);
-    writeFile(folder_.file(name), {changed.begin(), changed.end()});
+    std::ofstream(folder_.file(name)) << changed;
   }
   // What verification of the recording says of this damage; repair then puts it right.
   std::string foundAndRepaired() {
@@ -126,7 +129,7 @@ TEST_F(Verify, MissesListsThatAreNotThere) {
   const std::string found = foundAndRepaired();
   EXPECT_THAT(found, HasSubstr("out.mpd: it is missing, or cannot be read"));
   EXPECT_THAT(found, HasSubstr("outA.m3u8: it is missing, or cannot be read"));
-  EXPECT_EQ(text("outA.m3u8").size(), files_->at("outA.m3u8").size());
+  EXPECT_EQ(readFile(folder_.file("outA.m3u8")).size(), files_->at("outA.m3u8").size());
 }
 
 TEST_F(Verify, FindsWhatListsSayWrong) {
@@ -153,7 +156,7 @@ TEST_F(Verify, FindsWhatListsSayWrong) {
   EXPECT_THAT(ranges, HasSubstr("SegmentURL has mediaRange=\"9"));
   edit("out.mpd", "</MPD>", "");
   EXPECT_THAT(foundAndRepaired(), HasSubstr("out.mpd: it is no whole XML document"));
-  EXPECT_EQ(text("out.m3u8").size(), files_->at("out.m3u8").size());
+  EXPECT_EQ(readFile(folder_.file("out.m3u8")).size(), files_->at("out.m3u8").size());
 }
 
 TEST_F(Verify, FindsWhatAnIndexSaysWrong) {

@@ -7,7 +7,7 @@
 
 #include "ipps_mdct.h"
 #include "ipps_vector.h"
-#include "windows.h"
+#include "mdct_windows.h"
 
 namespace UMC::aac {
 

@@ -3,33 +3,13 @@
 #include <filesystem>
 #include <string>
 
+#include "host/library_number.h"
 #include "support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// The number that a library tells of itself: -1 when it is not loaded, 0 when it is none of this test's.
-int numberOf(const std::string& path) {
-  void* library = vlOSLoadLibrary(path.c_str(), 2);
-  if (library == nullptr) return -1;
-  const auto number = reinterpret_cast<int (*)()>(vlOSGetProcAddress(library, "loadedLibraryNumber"));
-  const int answer = number == nullptr ? 0 : number();
-  EXPECT_EQ(vlOSFreeLibrary(library), 1);
-  return answer;
-}
-
-class WorkingFolder {
- public:
-  explicit WorkingFolder(const fs::path& folder) : m_old(fs::current_path()) { fs::current_path(folder); }
-  ~WorkingFolder() { fs::current_path(m_old); }
-  WorkingFolder(const WorkingFolder&) = delete;
-  WorkingFolder& operator=(const WorkingFolder&) = delete;
-
- private:
-  fs::path m_old;
-};
 
 const std::string kBin = VL_BIN_DIR;
 

@@ -1,4 +1,4 @@
-#include "windows.h"
+#include "mdct_windows.h"
 
 #include <gtest/gtest.h>
 

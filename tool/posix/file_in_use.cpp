@@ -5,9 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#endif
 
-#if defined(__linux__)
 // A read lease is given only while nobody has the file open for writing.
 bool isBeingWritten(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);

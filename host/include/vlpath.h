@@ -1,0 +1,15 @@
+// The host's file names, UTF-8 on every system, for the C++ library, which takes a narrow name for the
+// system's own encoding.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+inline std::filesystem::path vlPath(const std::string& name) {
+  return std::u8string(name.begin(), name.end());
+}
+
+inline std::string vlName(const std::filesystem::path& path) {
+  const std::u8string name = path.u8string();
+  return {name.begin(), name.end()};
+}

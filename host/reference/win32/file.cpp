@@ -1,0 +1,218 @@
+// Files over Windows' handles. A file's position is kept here rather than in the handle: moving and asking
+// for it cost no system call.
+#include <windows.h>
+
+#include <cstdint>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "handle_table.h"
+#include "system.h"
+#include "vlutil.h"
+#include "wide.h"
+
+static_assert(VL_GENERIC_READ == GENERIC_READ && VL_GENERIC_WRITE == GENERIC_WRITE);
+static_assert(VL_SHARE_READ_WRITE == (FILE_SHARE_READ | FILE_SHARE_WRITE));
+static_assert(VL_CREATE_NEW == CREATE_NEW && VL_CREATE_ALWAYS == CREATE_ALWAYS);
+static_assert(VL_OPEN_EXISTING == OPEN_EXISTING && VL_OPEN_ALWAYS == OPEN_ALWAYS);
+
+namespace {
+
+// What CreateFile takes along with the attributes and would make of a file something else than one with a
+// position.
+constexpr DWORD kForeignFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_BACKUP_SEMANTICS;
+
+struct OpenedFile {
+  HANDLE handle;
+  std::int64_t position;  // bytes from the start
+};
+
+using FileTable = vlhost::HandleTable<OpenedFile>;
+
+// Lives as long as the process: files may still be closed while static objects are destroyed.
+FileTable& files() {
+  static FileTable& table = *new FileTable;
+  return table;
+}
+
+void fail(DWORD error) {
+  vlhost::setLastError(error);
+}
+
+FileTable::Use findFile(VLHANDLE file) {
+  FileTable::Use use = files().find(file);
+  if (!use) fail(ERROR_INVALID_HANDLE);
+  return use;
+}
+
+// How CreateFile is asked for a disposition, or nothing for a combination that is none.
+std::optional<DWORD> systemDisposition(std::uint32_t access, std::uint32_t disposition) {
+  const bool writes = (access & VL_GENERIC_WRITE) != 0;
+  if (!writes && (access & VL_GENERIC_READ) == 0) return std::nullopt;
+  switch (disposition) {
+    case VL_OPEN_EXISTING:
+      return disposition;
+    case VL_OPEN_ALWAYS:
+      return writes ? disposition : VL_OPEN_EXISTING;
+    case VL_CREATE_NEW:
+    case VL_CREATE_ALWAYS:
+      if (writes) return disposition;
+      return std::nullopt;
+    default:
+      return std::nullopt;
+  }
+}
+
+// The size in bytes, or -1.
+std::int64_t sizeOf(HANDLE handle) {
+  LARGE_INTEGER size = {};
+  if (GetFileSizeEx(handle, &size)) return size.QuadPart;
+  fail(GetLastError());
+  return -1;
+}
+
+OVERLAPPED at(std::int64_t position) {
+  OVERLAPPED place = {};
+  place.Offset = static_cast<DWORD>(static_cast<std::uint64_t>(position));
+  place.OffsetHigh = static_cast<DWORD>(static_cast<std::uint64_t>(position) >> 32);
+  return place;
+}
+
+}  // namespace
+
+VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
+                        std::uint32_t disposition, std::uint32_t attributes, VLHANDLE /*templateFile*/) try {
+  const std::optional<DWORD> wanted = systemDisposition(access, disposition);
+  if (path == nullptr || !wanted) {
+    fail(ERROR_INVALID_PARAMETER);
+    return VL_INVALID_HANDLE;
+  }
+  const std::wstring name = vlhost::nativePath(path);
+  OpenedFile file = {INVALID_HANDLE_VALUE, 0};
+  if (!name.empty()) {
+    file.handle = CreateFileW(name.c_str(), access & (VL_GENERIC_READ | VL_GENERIC_WRITE), share,
+                              static_cast<SECURITY_ATTRIBUTES*>(security), *wanted,
+                              attributes & ~kForeignFlags, nullptr);
+  }
+  if (file.handle == INVALID_HANDLE_VALUE) {
+    fail(GetLastError());
+    return VL_INVALID_HANDLE;
+  }
+  DWORD error = ERROR_SEEK_ON_DEVICE;  // pipes, terminals
+  if (GetFileType(file.handle) == FILE_TYPE_DISK) {
+    const VLHANDLE handle = files().insert(file);
+    if (handle != VL_INVALID_HANDLE) return handle;
+    error = ERROR_NOT_ENOUGH_MEMORY;
+  }
+  CloseHandle(file.handle);
+  fail(error);
+  return VL_INVALID_HANDLE;
+} catch (const std::bad_alloc&) {
+  fail(ERROR_NOT_ENOUGH_MEMORY);
+  return VL_INVALID_HANDLE;
+}
+
+std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std::uint32_t* done) {
+  if (done != nullptr) *done = 0;
+  const FileTable::Use use = findFile(file);
+  if (!use) return 0;
+  if (count == 0) return 1;
+  if (buffer == nullptr) {
+    fail(ERROR_NOACCESS);
+    return 0;
+  }
+  OVERLAPPED place = at(use->position);
+  DWORD bytes = 0;
+  const bool isRead =
+      ReadFile(use->handle, buffer, count, &bytes, &place) || GetLastError() == ERROR_HANDLE_EOF;
+  if (!isRead) fail(GetLastError());
+  use->position += bytes;
+  if (done != nullptr) *done = bytes;
+  return isRead ? 1 : 0;
+}
+
+std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t count, std::uint32_t* done) {
+  if (done != nullptr) *done = 0;
+  const FileTable::Use use = findFile(file);
+  if (!use) return 0;
+  if (count == 0) return 1;
+  if (buffer == nullptr) {
+    fail(ERROR_NOACCESS);
+    return 0;
+  }
+  OVERLAPPED place = at(use->position);
+  DWORD bytes = 0;
+  const bool isWritten = WriteFile(use->handle, buffer, count, &bytes, &place);
+  if (!isWritten) {
+    fail(GetLastError());
+  } else if (bytes != count) {
+    fail(ERROR_WRITE_FAULT);
+  }
+  use->position += bytes;
+  if (done != nullptr) *done = bytes;
+  return isWritten && bytes == count ? 1 : 0;
+}
+
+std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) {
+  const FileTable::Use use = findFile(file);
+  if (!use) return -1;
+  std::int64_t base = 0;
+  if (origin == VL_SEEK_CURRENT) {
+    base = use->position;
+  } else if (origin == VL_SEEK_END) {
+    base = sizeOf(use->handle);
+    if (base < 0) return -1;
+  } else if (origin != VL_SEEK_BEGIN) {
+    fail(ERROR_INVALID_PARAMETER);
+    return -1;
+  }
+  std::int64_t target = 0;
+  if (__builtin_add_overflow(base, offset, &target) || target < 0) {
+    fail(ERROR_NEGATIVE_SEEK);
+    return -1;
+  }
+  use->position = target;
+  return target;
+}
+
+std::int64_t vlOSTell(VLHANDLE file) {
+  const FileTable::Use use = findFile(file);
+  return use ? use->position : -1;
+}
+
+std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high) {
+  const FileTable::Use use = findFile(file);
+  // -1 splits into the two halves that mean failure.
+  const auto size = static_cast<std::uint64_t>(use ? sizeOf(use->handle) : -1);
+  if (high != nullptr) *high = static_cast<std::uint32_t>(size >> 32);
+  return static_cast<std::uint32_t>(size);
+}
+
+std::int32_t vlOSCloseFile(VLHANDLE file) {
+  const std::optional<OpenedFile> removed = files().remove(file);
+  if (!removed) {
+    fail(ERROR_INVALID_HANDLE);
+    return 0;
+  }
+  if (CloseHandle(removed->handle)) return 1;
+  fail(GetLastError());
+  return 0;
+}
+
+std::int32_t vlOSFlushFile(VLHANDLE file) {
+  const FileTable::Use use = findFile(file);
+  if (!use) return 0;
+  if (FlushFileBuffers(use->handle)) return 1;
+  fail(GetLastError());
+  return 0;
+}
+
+std::int32_t vlOSFileExists(const char* path) try {
+  if (path == nullptr) return 0;
+  const std::wstring name = vlhost::nativePath(path);
+  const DWORD attributes = name.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(name.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? 1 : 0;
+} catch (const std::bad_alloc&) {
+  return 0;
+}

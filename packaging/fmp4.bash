@@ -1,0 +1,31 @@
+# bash completion for fmp4: commands, their options, and file names.
+_fmp4() {
+  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command= i
+  local commands="probe info frames export package boxes verify repair serve version"
+  for ((i = 1; i < COMP_CWORD; ++i)); do
+    if [[ " $commands " == *" ${COMP_WORDS[i]} "* ]]; then
+      command=${COMP_WORDS[i]}
+      break
+    fi
+  done
+  local options="--help --plugin --quiet"
+  case $command in
+    info | boxes | verify) options+=" --json" ;;
+    frames) options+=" --json --from --count --random" ;;
+    export) options+=" --video --audio --captions --from --count" ;;
+    package) options+=" --output --gop --no-audio --start --count" ;;
+    serve) options+=" --port --json" ;;
+  esac
+  case $previous in
+    --from | --count | --random | --gop | --start | --port) return ;;  # numbers
+  esac
+  if [[ $word == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+  elif [[ -z $command && $previous != --plugin ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word")
+  else
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+  fi
+}
+complete -F _fmp4 fmp4

@@ -1,0 +1,102 @@
+#!/usr/bin/env bash
+# Makes what users install, in build/packages: a zip for Windows and a package for Debian 12. Each holds the
+# plug-in, the host library and the program. `scripts/package.sh windows` or `debian` makes one of them.
+# FMP4_DEBIAN_PRESET names another preset than `release` to make the latter of.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+version=$(sed -n 's/^project(vlx_fmp4 VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+packages=build/packages
+preset=${FMP4_DEBIAN_PRESET:-release}
+
+fail() {
+  echo "package: FAILED: $*" >&2
+  exit 1
+}
+
+configure_and_build() {
+  local launcher=()
+  if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+  cmake --preset "$1" "${launcher[@]}" >/dev/null
+  cmake --build --preset "$1" -j "$(nproc)" --target fmp4 vlx_fmp4
+}
+
+# What the binaries and the served page hold of others' work, with the words that their licences want repeated.
+# Usage: licences DEBIAN_PACKAGE...
+licences() {
+  local package player
+  echo "fmp4 $version holds parts of the following works."
+  for package in "$@"; do
+    printf '\n== %s %s\n\n' "$package" "$(dpkg-query --show --showformat='${Version}' "$package")"
+    cat "/usr/share/doc/$package/copyright"
+  done
+  for player in dashjs hls.js shaka-player; do
+    printf '\n== %s %s\n\n' "$player" \
+      "$(node -p 'require(process.argv[1]).version' "$PWD/tool/page/node_modules/$player/package.json")"
+    cat "tool/page/node_modules/$player"/LICENSE*
+  done
+}
+
+make_windows() {
+  scripts/setup.sh windows
+  configure_and_build windows
+  local folder=$packages/fmp4-$version-windows
+  rm -rf "$folder" "$folder.zip"
+  mkdir -p "$folder"
+  cp build/windows/bin/{vlx_fmp4.dll,vlhost.dll,fmp4.exe} "$folder"
+  x86_64-w64-mingw32-strip "$folder"/*.dll "$folder"/*.exe
+  cp -r build/windows/bin/page "$folder"
+  # Text for Windows: lines end as its editors expect.
+  licences libtinyxml2-dev libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev \
+    libz-mingw-w64-dev g++-mingw-w64-x86-64-posix mingw-w64-common | sed 's/$/\r/' >"$folder/THIRD-PARTY-LICENCES.txt"
+  sed "s/@VERSION@/$version/; s/\$/\r/" packaging/README-windows.txt >"$folder/README.txt"
+  (cd "$packages" && cmake -E tar cf "fmp4-$version-windows.zip" --format=zip "fmp4-$version-windows")
+  rm -rf "$folder"
+  echo "package: $folder.zip"
+}
+
+# The packages that the program's libraries come from, as a Depends field.
+debian_dependencies() {
+  local root=$1 scratch
+  scratch=$(mktemp -d)
+  mkdir "$scratch/debian"
+  printf 'Source: fmp4\n\nPackage: fmp4\nArchitecture: amd64\n' >"$scratch/debian/control"
+  (cd "$scratch" && dpkg-shlibdeps -O --warnings=0 -l"$root/usr/lib/fmp4" "$root"/usr/lib/fmp4/{fmp4,vlx_fmp4.so,libvlhost.so}) |
+    sed 's/^shlibs:Depends=//'
+  rm -rf "$scratch"
+}
+
+make_debian() {
+  scripts/setup.sh
+  configure_and_build "$preset"
+  local root=$PWD/$packages/debian
+  rm -rf "$root"
+  install -D -t "$root/usr/lib/fmp4" "build/$preset/bin"/{fmp4,vlx_fmp4.so,libvlhost.so}
+  strip --strip-unneeded "$root"/usr/lib/fmp4/*
+  chmod 644 "$root"/usr/lib/fmp4/*.so
+  install -D -m 644 -t "$root/usr/lib/fmp4/page" "build/$preset/bin"/page/*
+  # The program finds its libraries beside itself, where the link leads.
+  install -d "$root/usr/bin"
+  ln -s ../lib/fmp4/fmp4 "$root/usr/bin/fmp4"
+  install -D -m 644 packaging/fmp4.bash "$root/usr/share/bash-completion/completions/fmp4"
+  install -d "$root/usr/share/man/man1" "$root/usr/share/doc/fmp4"
+  sed "s/@VERSION@/$version/" packaging/fmp4.1 | gzip -9n >"$root/usr/share/man/man1/fmp4.1.gz"
+  licences libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev >"$root/usr/share/doc/fmp4/copyright"
+  local size
+  size=$(du -ks --apparent-size "$root/usr" | cut -f1)
+  install -d "$root/DEBIAN"
+  sed "s/@VERSION@/$version/; s/@SIZE@/$size/; s/@DEPENDS@/$(debian_dependencies "$root")/" \
+    packaging/control >"$root/DEBIAN/control"
+  (cd "$root" && find usr -type f -print0 | sort -z | xargs -0 md5sum) >"$root/DEBIAN/md5sums"
+  dpkg-deb --root-owner-group --build "$root" "$packages/fmp4_${version}_amd64.deb" >/dev/null
+  rm -rf "$root"
+  echo "package: $packages/fmp4_${version}_amd64.deb"
+}
+
+mkdir -p "$packages"
+case ${1:-all} in
+  windows) make_windows ;;
+  debian) make_debian ;;
+  all) make_debian && make_windows ;;
+  *) fail "give windows, debian or nothing" ;;
+esac

@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "support/temp_folder.h"
+#include "vlutil.h"
+
+namespace {
+
+std::string contentOf(const std::string& path) {
+  const auto bytes = readFile(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+std::int32_t replace(const std::string& path, const std::string& content) {
+  return vlOSReplaceFile(path.c_str(), content.data(), content.size());
+}
+
+TEST(ReplaceFile, GivesANewFileThePermissionsOfAnyNewFileAndKeepsThoseOfAnOldOne) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  const mode_t mask = umask(022);
+  EXPECT_EQ(replace(path, "first"), 1);
+  umask(mask);
+  struct stat status = {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0644u);
+  ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+  EXPECT_EQ(replace(path, "second"), 1);
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0640u);
+}
+
+TEST(ReplaceFile, LeavesAReaderWithTheContentItHasOpened) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  writeFile(path, {'o', 'l', 'd'});
+  std::ifstream reader(path);
+  EXPECT_EQ(replace(path, "newer"), 1);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old");
+}
+
+TEST(ReplaceFile, KeepsALinkALink) {
+  const TempFolder folder;
+  writeFile(folder.file("real.txt"), {'o'});
+  std::filesystem::create_symlink("real.txt", folder.file("link.txt"));
+  EXPECT_EQ(replace(folder.file("link.txt"), "new"), 1);
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.txt")));
+  EXPECT_EQ(contentOf(folder.file("real.txt")), "new");
+}
+
+}  // namespace

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "host/library_number.h"
+#include "support/temp_folder.h"
+#include "vlpath.h"
+#include "vlutil.h"
+
+namespace {
+
+const std::string kBin = VL_BIN_DIR;
+
+TEST(Library, NameIsFoundBesideTheHost) {
+  EXPECT_EQ(numberOf("hosttestversioned-57.dll"), 1);
+  EXPECT_EQ(numberOf("HostTestVersioned-57.DLL"), 1);
+  EXPECT_EQ(numberOf("hosttestversioned-57"), 1);
+  EXPECT_EQ(numberOf("hosttestversioned-58.dll"), -1);
+}
+
+TEST(Library, NameIsFoundAlongTheSystemsSearchPathToo) {
+  EXPECT_EQ(numberOf("version.dll"), 0);
+  EXPECT_EQ(numberOf("version"), 0);
+}
+
+TEST(Library, RelativeFolderIsLookedForBeneathTheHostThenBeneathTheWorkingFolder) {
+  EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
+  EXPECT_EQ(numberOf("hosttest_formats/hosttestfolder-57.dll"), 5);
+  const TempFolder folder;
+  const std::filesystem::path formats = folder.path() / "hosttest_formats";
+  std::filesystem::create_directory(formats);
+  const std::string elsewhere = kBin + "/hosttest_elsewhere/hosttestfolder-57.dll";
+  std::filesystem::copy_file(elsewhere, formats / "hosttestfolder-57.dll");
+  std::filesystem::copy_file(elsewhere, formats / "hosttestother-57.dll");
+  {
+    const WorkingFolder working(folder.path());
+    EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
+    EXPECT_EQ(numberOf("hosttest_formats\\hosttestother-57.dll"), 6);
+  }
+}
+
+TEST(Library, PathWithADriveIsLoadedAsItIs) {
+  const TempFolder folder;
+  const std::filesystem::path place = folder.path() / vlPath("Größe 東京");
+  std::filesystem::create_directory(place);
+  std::filesystem::copy_file(kBin + "/hosttest_elsewhere/hosttestfolder-57.dll", place / "named.dll");
+  const std::string path = vlName(place / "named.dll");
+  ASSERT_EQ(path.substr(1, 2), ":\\");
+  EXPECT_EQ(numberOf(path), 6);
+  EXPECT_EQ(numberOf(path.substr(0, path.size() - 4)), 6) << "the extension may be left out";
+}
+
+TEST(Library, WhatIsNotThereIsNotLoaded) {
+  for (const char* path : {"", "/", "\\", "hosttest-none-1.dll", "C:\\Program Files\\FFMpeg\\avcodec-57.dll",
+                           "hosttest_formats\\", "-57.dll", ".dll"}) {
+    EXPECT_EQ(vlOSLoadLibrary(path, 2), nullptr) << path;
+    EXPECT_NE(vlOSGetLastError(), 0u);
+  }
+  EXPECT_EQ(vlOSLoadLibrary(nullptr, 2), nullptr);
+  EXPECT_EQ(vlOSLoadLibrary(std::string(100000, 'x').c_str(), 2), nullptr);
+}
+
+TEST(Library, FileThatDoesNotLoadIsLoggedWithItsReason) {
+  const TempFolder folder;
+  const std::string path = folder.file("broken.dll");
+  writeFile(path, {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(vlOSLoadLibrary(path.c_str(), 2), nullptr);
+  const std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(log.find("WARNING(vlhost): " + path + " does not load, error 193"), 0u) << log;
+}
+
+TEST(Library, SymbolsAreFoundOrNull) {
+  void* library = vlOSLoadLibrary("hosttestversioned-57", 2);
+  ASSERT_NE(library, nullptr);
+  EXPECT_NE(vlOSGetProcAddress(library, "loadedLibraryNumber"), nullptr);
+  EXPECT_EQ(vlOSGetProcAddress(library, "noSuchSymbol"), nullptr);
+  EXPECT_EQ(vlOSGetProcAddress(library, nullptr), nullptr);
+  EXPECT_EQ(vlOSGetProcAddress(nullptr, "loadedLibraryNumber"), nullptr);
+  EXPECT_EQ(vlOSFreeLibrary(library), 1);
+  EXPECT_EQ(vlOSFreeLibrary(nullptr), 0);
+}
+
+}  // namespace

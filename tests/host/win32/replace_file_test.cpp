@@ -1,0 +1,45 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <chrono>
+#include <iterator>
+#include <string>
+#include <thread>
+
+#include "support/temp_folder.h"
+#include "vlutil.h"
+
+namespace {
+
+VLHANDLE openReader(const std::string& path) {
+  return vlOSCreateFile(path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr, VL_OPEN_EXISTING, 0,
+                        VL_NO_HANDLE);
+}
+
+TEST(ReplaceFile, WaitsForAReaderThatHoldsTheFile) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  writeFile(path, {'o', 'l', 'd'});
+  const VLHANDLE reader = openReader(path);
+  std::thread closing([reader] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(vlOSCloseFile(reader), 1);
+  });
+  EXPECT_EQ(vlOSReplaceFile(path.c_str(), "newer", 5), 1);
+  closing.join();
+  EXPECT_EQ(readFile(path).size(), 5u);
+}
+
+TEST(ReplaceFile, GivesUpOnAReaderThatStaysAndKeepsWhatIsThere) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  writeFile(path, {'o', 'l', 'd'});
+  const VLHANDLE reader = openReader(path);
+  EXPECT_EQ(vlOSReplaceFile(path.c_str(), "newer", 5), 0);
+  EXPECT_NE(vlOSGetLastError(), 0u);
+  EXPECT_EQ(vlOSCloseFile(reader), 1);
+  EXPECT_EQ(readFile(path).size(), 3u);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "nothing half made";
+}
+
+}  // namespace

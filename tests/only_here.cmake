@@ -1,0 +1,71 @@
+# The tests that cannot run on both systems, and why. All others are the same on both.
+# vl_test leaves the named files, and whole programs where one is named, out of the other system's build.
+
+set(VL_LINUX_TESTS
+  # Resource limits, pipes, /dev/full and what other programs inherit: Windows has none of them, or Wine none.
+  host/posix/file_test.cpp
+  plugin/posix/full_disk_test.cpp
+  tool/posix/full_output_test.cpp
+  # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
+  host/posix/replace_file_test.cpp
+  # The store's place follows the XDG base directory specification.
+  host/posix/config_test.cpp
+  # Library names and their translation.
+  host/posix/library_test.cpp
+  # The export table as nm prints it.
+  plugin/posix/exports_test.cpp
+  # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows
+  # binds names to libraries.
+  corrupt_test
+  plugin_memory_test
+  recovery_day_test
+  recovery/../support/fault_host.cpp
+  recovery/../support/no_disk_wait.cpp
+  recovery/fault_test.cpp
+  recovery/sync_order_test.cpp
+  audio/ffmpeg_loader_test.cpp
+  # The same, in processes that are made by copying, to be killed.
+  recovery/kill_test.cpp
+  # Links and pipes as parts of a folder, and signals that end a program.
+  tool/posix/serve_test.cpp)
+
+set(VL_WINDOWS_TESTS
+  # Share modes, long and UTF-8 names, drive letters.
+  host/win32/file_test.cpp
+  # The replacement waits for a reader.
+  host/win32/replace_file_test.cpp
+  # The store's place is the user's application data.
+  host/win32/config_test.cpp
+  # Library names and places.
+  host/win32/library_test.cpp
+  # Playlists are texts, whose lines end as Windows ends them.
+  plugin/win32/line_ends_test.cpp
+  # The export and import tables as objdump prints them.
+  plugin/win32/exports_test.cpp)
+
+# Left out on Windows for their time alone, as a pattern of GoogleTest. They hold the same code against a Linux
+# program at dozens of settings, and starting one from Wine is slow: those from 10 on stay, of long rows 10 to 19.
+set(VL_LONG_WINDOWS_TESTS
+  All/Encoded*/?
+  All/GeneratedSize.*/?
+  All/GeneratedSize.*/2?
+  All/GeneratedSize.*/3?
+  All/SamplingIndex.*/?
+  All/StereoModes.*/?
+  All/StereoModes.*/2?
+  All/StereoModes.*/3?
+  All/PhaseModes.*/?
+  All/PhaseModes.*/2?
+  All/PhaseModes.*/3?
+  All/PhaseModes.*/4?
+  Ac3BadInput.FrameSizeCodesOutOfRange
+  # A day of frames one by one, in code that knows no system.
+  Cc608Reader.*OverADay
+  # Nearly all its time is the test's own spectrum analysis.
+  NoiseSubstitution.HasTheWitnesssBandEnergies)
+
+if(WIN32)
+  set(VL_OTHER_SYSTEMS_TESTS ${VL_LINUX_TESTS})
+else()
+  set(VL_OTHER_SYSTEMS_TESTS ${VL_WINDOWS_TESTS})
+endif()

@@ -1,0 +1,45 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "support/run.h"
+
+namespace {
+
+// What objdump tells of a library's tables.
+std::string tablesOf(const std::string& library) {
+  return runOrThrow({"x86_64-w64-mingw32-objdump", "-p", std::string(VL_BIN_DIR "/") + library}).out;
+}
+
+TEST(Exports, AreExactlyWhatTheHostLooksFor) {
+  const std::string tables = tablesOf("vlx_fmp4.dll");
+  std::istringstream lines(tables.substr(tables.find("[Ordinal/Name Pointer] Table")));
+  std::vector<std::string> names;
+  std::string line;
+  std::getline(lines, line);
+  while (std::getline(lines, line) && !line.empty()) names.push_back(line.substr(line.rfind(' ') + 1));
+  // Of CCacheBuffer: copy constructor (of a base, for the class is abstract), assignment, virtual table,
+  // m_incCBuf.
+  EXPECT_THAT(names, testing::UnorderedElementsAre("DllMain", "xCheckVersionAndFile", "xMediaFile",
+                                                   "_ZN12CCacheBufferC2ERKS_", "_ZN12CCacheBufferaSERKS_",
+                                                   "_ZTV12CCacheBuffer", "_ZN12CCacheBuffer9m_incCBufEyj"));
+}
+
+std::vector<std::string> importsOf(const std::string& library) {
+  std::vector<std::string> names;
+  std::istringstream lines(tablesOf(library));
+  const std::string kMark = "DLL Name: ";
+  for (std::string line; std::getline(lines, line);)
+    if (const std::size_t mark = line.find(kMark); mark != line.npos)
+      names.push_back(line.substr(mark + kMark.size()));
+  return names;
+}
+
+TEST(Imports, AreTheHostAndWindowsAlone) {
+  EXPECT_THAT(importsOf("vlx_fmp4.dll"),
+              testing::UnorderedElementsAre("KERNEL32.dll", "msvcrt.dll", "vlhost.dll"));
+  EXPECT_THAT(importsOf("vlhost.dll"), testing::UnorderedElementsAre("KERNEL32.dll", "msvcrt.dll"));
+}
+
+}  // namespace

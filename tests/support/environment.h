@@ -1,0 +1,35 @@
+// Environment variables, for good or for the length of a test.
+#pragma once
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+// Sets one, or takes it away (null), for this program and those it starts.
+inline void setEnvironment(const char* name, const char* value) {
+#if defined(_WIN32)
+  _putenv_s(name, value == nullptr ? "" : value);
+#else
+  if (value != nullptr) {
+    setenv(name, value, 1);
+  } else {
+    unsetenv(name);
+  }
+#endif
+}
+
+// The same until it is gone.
+class Environment {
+ public:
+  Environment(const char* name, const char* value) : m_name(name) {
+    if (const char* old = std::getenv(name)) m_old = old;
+    setEnvironment(name, value);
+  }
+  ~Environment() { setEnvironment(m_name, m_old ? m_old->c_str() : nullptr); }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+ private:
+  const char* m_name;
+  std::optional<std::string> m_old;
+};

@@ -1,0 +1,54 @@
+// File names as users give them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "fmp4.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+#include "vlpath.h"
+
+namespace {
+
+std::string makeClip(const TempFolder& folder, const std::filesystem::path& file) {
+  makeMedia(folder.file("clip.mp4"), pictureInput(1) + toneInput(1) + h264Codec(15, 0) + fragmented());
+  std::filesystem::rename(folder.file("clip.mp4"), file);
+  return vlName(file);
+}
+
+TEST(Names, OfAnyScriptAndWithSpacesServeEveryCommand) {
+  const TempFolder folder;
+  const std::filesystem::path place = folder.path() / vlPath("Ordner mit Größe");
+  std::filesystem::create_directory(place);
+  const std::string clip = makeClip(folder, place / vlPath("Aufnahme Nº 1 – 東京.mp4"));
+  EXPECT_EQ(fmp4({"probe", clip}).out, "accepted " + clip + "\n");
+  EXPECT_EQ(nlohmann::json::parse(fmp4({"--quiet", "info", "--json", clip}).out)["file"], clip);
+  const std::string video = vlName(place / vlPath("Bild ä.h264")),
+                    sound = vlName(place / vlPath("Ton ö.wav"));
+  EXPECT_EQ(fmp4({"--quiet", "export", clip, "--video", video, "--audio", sound}).exitCode, 0);
+  EXPECT_GT(std::filesystem::file_size(vlPath(video)), 1000u);
+  EXPECT_GT(std::filesystem::file_size(vlPath(sound)), 100000u);
+  const RunResult packaged =
+      fmp4({"--quiet", "package", clip, "--output", vlName(place / vlPath("Kopie €.mp4"))});
+  EXPECT_EQ(packaged.exitCode, 0) << packaged.err;
+  for (const char* name :
+       {"Kopie €.m4v", "Kopie €.m4a", "Kopie €.m3u8", "Kopie €A.m3u8", "Kopie €.master.m3u8"})
+    EXPECT_TRUE(std::filesystem::exists(place / vlPath(name))) << name;
+  EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", vlName(place / vlPath("Kopie €.mpd"))}).out).size(), 31u);
+}
+
+TEST(Names, MayBeAsLongAsTheHostTakes) {
+  const TempFolder folder;
+  const std::string start = vlName(folder.path() / "");
+  const std::filesystem::path longest = vlPath(start + std::string(255 - start.size(), 'x') + ".mp4");
+  const std::string clip = makeClip(folder, longest);
+  ASSERT_EQ(clip.size(), 259u);
+  EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", clip}).out).size(), 31u);
+  // A name of its folder's own is shorter than the whole path.
+  const std::string output = vlName(folder.path() / std::string(250 - start.size(), 'y')) + ".mp4";
+  EXPECT_EQ(fmp4({"--quiet", "package", clip, "--output", output}).exitCode, 0);
+  EXPECT_TRUE(std::filesystem::exists(vlPath(output).replace_extension(".mpd")));
+}
+
+}  // namespace

@@ -1,0 +1,24 @@
+// Outputs that take nothing.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+#include "tool/fmp4.h"
+
+TEST(Usage, FullStandardOutputIsAFailure) {
+  const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 version >/dev/full"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: standard output could not be written; is its disk full?\n");
+}
+
+TEST(Export, FullDiskIsReportedAndADeviceIsNotRemoved) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  const RunResult result = fmp4({"--quiet", "export", file, "--video", "/dev/full"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "fmp4: '/dev/full' could not be written; is the disk full?\n");
+  EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+}

@@ -1,0 +1,14 @@
+// The command line and the standard streams, the same on every system.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The program's arguments in UTF-8, its name first.
+std::vector<std::string> commandLine(int argc, char** argv);
+
+// Standard output and standard error take bytes as they are, and a terminal shows them as UTF-8.
+void prepareStreams();
+
+// Whether a standard stream (1 output, 2 error) is a terminal.
+bool isTerminal(int descriptor);
