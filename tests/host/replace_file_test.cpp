@@ -4,20 +4,12 @@
 #include <filesystem>
 #include <string>
 
+#include "replaced_file.h"
 #include "support/system_errors.h"
 #include "support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {
-
-std::string contentOf(const std::string& path) {
-  const auto bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
-}
-
-std::int32_t replace(const std::string& path, const std::string& content) {
-  return vlOSReplaceFile(path.c_str(), content.data(), content.size());
-}
 
 std::size_t filesIn(const TempFolder& folder) {
   using Iterator = std::filesystem::directory_iterator;

@@ -1,5 +1,4 @@
-// Files over POSIX descriptors. A file's position is kept here rather than in the descriptor: moving and
-// asking for it cost no system call.
+// Files over POSIX descriptors.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -10,35 +9,21 @@
 #include <optional>
 #include <utility>
 
-#include "handle_table.h"
+#include "opened_file.h"
 #include "system.h"
 #include "vlutil.h"
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t), "files may be larger than 2 GiB");
 
+using vlhost::files;
+using vlhost::FileTable;
+using vlhost::findFile;
+using vlhost::OpenedFile;
+
 namespace {
-
-struct OpenFile {
-  int descriptor;
-  std::int64_t position;  // bytes from the start
-};
-
-using FileTable = vlhost::HandleTable<OpenFile>;
-
-// Lives as long as the process: files may still be closed while static objects are destroyed.
-FileTable& files() {
-  static FileTable& table = *new FileTable;
-  return table;
-}
 
 void fail(int error) {
   vlhost::setLastError(static_cast<std::uint32_t>(error));
-}
-
-FileTable::Use findFile(VLHANDLE file) {
-  FileTable::Use use = files().find(file);
-  if (!use) fail(EBADF);
-  return use;
 }
 
 // The flags of open(2), or nothing for a combination that is none.
@@ -95,18 +80,10 @@ int checkSeekable(int descriptor) {
   return lseek(descriptor, 0, SEEK_CUR) < 0 ? errno : 0;
 }
 
-// The size in bytes, or -1.
-std::int64_t sizeOf(int descriptor) {
-  struct stat status = {};
-  if (fstat(descriptor, &status) == 0) return status.st_size;
-  fail(errno);
-  return -1;
-}
-
 // Repeats `transfer(bytes done so far)` until `count` bytes are through, it answers 0 (the end) or fails.
 // Advances the position by what got through and returns that; `error` is 0 or the error.
 template <typename Transfer>
-std::uint32_t transferAll(OpenFile& file, std::uint32_t count, int& error, Transfer transfer) {
+std::uint32_t transferAll(OpenedFile& file, std::uint32_t count, int& error, Transfer transfer) {
   std::uint32_t done = 0;
   error = 0;
   while (done < count) {
@@ -126,6 +103,15 @@ std::uint32_t transferAll(OpenFile& file, std::uint32_t count, int& error, Trans
 
 }  // namespace
 
+const vlhost::FileErrors vlhost::kFileErrors = {EBADF, EINVAL, EINVAL};
+
+std::int64_t vlhost::sizeOf(SystemFile descriptor) {
+  struct stat status = {};
+  if (fstat(descriptor, &status) == 0) return status.st_size;
+  fail(errno);
+  return -1;
+}
+
 VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t /*share*/, void* /*security*/,
                         std::uint32_t disposition, std::uint32_t /*attributes*/, VLHANDLE /*templateFile*/) {
   const std::optional<int> flags = openFlags(access, disposition);
@@ -133,18 +119,18 @@ VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t /*
     fail(EINVAL);
     return VL_INVALID_HANDLE;
   }
-  OpenFile file = {openDescriptor(path, *flags), 0};
-  if (file.descriptor < 0) {
+  OpenedFile file = {openDescriptor(path, *flags), 0};
+  if (file.system < 0) {
     fail(errno);
     return VL_INVALID_HANDLE;
   }
-  int error = checkSeekable(file.descriptor);
+  int error = checkSeekable(file.system);
   if (error == 0) {
     const VLHANDLE handle = files().insert(file);
     if (handle != VL_INVALID_HANDLE) return handle;
     error = ENOMEM;
   }
-  close(file.descriptor);
+  close(file.system);
   fail(error);
   return VL_INVALID_HANDLE;
 }
@@ -159,7 +145,7 @@ std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std:
   }
   int error = 0;
   const std::uint32_t bytes = transferAll(*use, count, error, [&](std::uint32_t offset) {
-    return pread(use->descriptor, static_cast<std::uint8_t*>(buffer) + offset, count - offset, use->position);
+    return pread(use->system, static_cast<std::uint8_t*>(buffer) + offset, count - offset, use->position);
   });
   if (done != nullptr) *done = bytes;
   if (error == 0) return 1;
@@ -177,7 +163,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
   }
   int error = 0;
   const std::uint32_t bytes = transferAll(*use, count, error, [&](std::uint32_t offset) {
-    return pwrite(use->descriptor, static_cast<const std::uint8_t*>(buffer) + offset, count - offset,
+    return pwrite(use->system, static_cast<const std::uint8_t*>(buffer) + offset, count - offset,
                   use->position);
   });
   if (done != nullptr) *done = bytes;
@@ -186,49 +172,14 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
   return 0;
 }
 
-std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) {
-  const FileTable::Use use = findFile(file);
-  if (!use) return -1;
-  std::int64_t base = 0;
-  if (origin == VL_SEEK_CURRENT) {
-    base = use->position;
-  } else if (origin == VL_SEEK_END) {
-    base = sizeOf(use->descriptor);
-    if (base < 0) return -1;
-  } else if (origin != VL_SEEK_BEGIN) {
-    fail(EINVAL);
-    return -1;
-  }
-  std::int64_t target = 0;
-  if (__builtin_add_overflow(base, offset, &target) || target < 0) {
-    fail(EINVAL);
-    return -1;
-  }
-  use->position = target;
-  return target;
-}
-
-std::int64_t vlOSTell(VLHANDLE file) {
-  const FileTable::Use use = findFile(file);
-  return use ? use->position : -1;
-}
-
-std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high) {
-  const FileTable::Use use = findFile(file);
-  // -1 splits into the two halves that mean failure.
-  const auto size = static_cast<std::uint64_t>(use ? sizeOf(use->descriptor) : -1);
-  if (high != nullptr) *high = static_cast<std::uint32_t>(size >> 32);
-  return static_cast<std::uint32_t>(size);
-}
-
 std::int32_t vlOSCloseFile(VLHANDLE file) {
-  const std::optional<OpenFile> removed = files().remove(file);
+  const std::optional<OpenedFile> removed = files().remove(file);
   if (!removed) {
     fail(EBADF);
     return 0;
   }
   // The descriptor is gone even when close reports EINTR; anything else is a write that failed late.
-  if (close(removed->descriptor) == 0 || errno == EINTR) return 1;
+  if (close(removed->system) == 0 || errno == EINTR) return 1;
   fail(errno);
   return 0;
 }
@@ -238,7 +189,7 @@ std::int32_t vlOSFlushFile(VLHANDLE file) {
   if (!use) return 0;
   int result = 0;
   do {
-    result = fdatasync(use->descriptor);
+    result = fdatasync(use->system);
   } while (result != 0 && errno == EINTR);
   if (result == 0) return 1;
   fail(errno);

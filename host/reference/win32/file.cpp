@@ -1,5 +1,4 @@
-// Files over Windows' handles. A file's position is kept here rather than in the handle: moving and asking
-// for it cost no system call.
+// Files over Windows' handles.
 #include <windows.h>
 
 #include <cstdint>
@@ -7,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "handle_table.h"
+#include "opened_file.h"
 #include "system.h"
 #include "vlutil.h"
 #include "wide.h"
@@ -17,33 +16,19 @@ static_assert(VL_SHARE_READ_WRITE == (FILE_SHARE_READ | FILE_SHARE_WRITE));
 static_assert(VL_CREATE_NEW == CREATE_NEW && VL_CREATE_ALWAYS == CREATE_ALWAYS);
 static_assert(VL_OPEN_EXISTING == OPEN_EXISTING && VL_OPEN_ALWAYS == OPEN_ALWAYS);
 
+using vlhost::files;
+using vlhost::FileTable;
+using vlhost::findFile;
+using vlhost::OpenedFile;
+
 namespace {
 
 // What CreateFile takes along with the attributes and would make of a file something else than one with a
 // position.
 constexpr DWORD kForeignFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_BACKUP_SEMANTICS;
 
-struct OpenedFile {
-  HANDLE handle;
-  std::int64_t position;  // bytes from the start
-};
-
-using FileTable = vlhost::HandleTable<OpenedFile>;
-
-// Lives as long as the process: files may still be closed while static objects are destroyed.
-FileTable& files() {
-  static FileTable& table = *new FileTable;
-  return table;
-}
-
 void fail(DWORD error) {
   vlhost::setLastError(error);
-}
-
-FileTable::Use findFile(VLHANDLE file) {
-  FileTable::Use use = files().find(file);
-  if (!use) fail(ERROR_INVALID_HANDLE);
-  return use;
 }
 
 // How CreateFile is asked for a disposition, or nothing for a combination that is none.
@@ -64,14 +49,6 @@ std::optional<DWORD> systemDisposition(std::uint32_t access, std::uint32_t dispo
   }
 }
 
-// The size in bytes, or -1.
-std::int64_t sizeOf(HANDLE handle) {
-  LARGE_INTEGER size = {};
-  if (GetFileSizeEx(handle, &size)) return size.QuadPart;
-  fail(GetLastError());
-  return -1;
-}
-
 OVERLAPPED at(std::int64_t position) {
   OVERLAPPED place = {};
   place.Offset = static_cast<DWORD>(static_cast<std::uint64_t>(position));
@@ -80,6 +57,16 @@ OVERLAPPED at(std::int64_t position) {
 }
 
 }  // namespace
+
+const vlhost::FileErrors vlhost::kFileErrors = {ERROR_INVALID_HANDLE, ERROR_INVALID_PARAMETER,
+                                                ERROR_NEGATIVE_SEEK};
+
+std::int64_t vlhost::sizeOf(SystemFile handle) {
+  LARGE_INTEGER size = {};
+  if (GetFileSizeEx(handle, &size)) return size.QuadPart;
+  fail(GetLastError());
+  return -1;
+}
 
 VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
                         std::uint32_t disposition, std::uint32_t attributes, VLHANDLE /*templateFile*/) try {
@@ -91,21 +78,21 @@ VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t sh
   const std::wstring name = vlhost::nativePath(path);
   OpenedFile file = {INVALID_HANDLE_VALUE, 0};
   if (!name.empty()) {
-    file.handle = CreateFileW(name.c_str(), access & (VL_GENERIC_READ | VL_GENERIC_WRITE), share,
+    file.system = CreateFileW(name.c_str(), access & (VL_GENERIC_READ | VL_GENERIC_WRITE), share,
                               static_cast<SECURITY_ATTRIBUTES*>(security), *wanted,
                               attributes & ~kForeignFlags, nullptr);
   }
-  if (file.handle == INVALID_HANDLE_VALUE) {
+  if (file.system == INVALID_HANDLE_VALUE) {
     fail(GetLastError());
     return VL_INVALID_HANDLE;
   }
   DWORD error = ERROR_SEEK_ON_DEVICE;  // pipes, terminals
-  if (GetFileType(file.handle) == FILE_TYPE_DISK) {
+  if (GetFileType(file.system) == FILE_TYPE_DISK) {
     const VLHANDLE handle = files().insert(file);
     if (handle != VL_INVALID_HANDLE) return handle;
     error = ERROR_NOT_ENOUGH_MEMORY;
   }
-  CloseHandle(file.handle);
+  CloseHandle(file.system);
   fail(error);
   return VL_INVALID_HANDLE;
 } catch (const std::bad_alloc&) {
@@ -125,7 +112,7 @@ std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std:
   OVERLAPPED place = at(use->position);
   DWORD bytes = 0;
   const bool isRead =
-      ReadFile(use->handle, buffer, count, &bytes, &place) || GetLastError() == ERROR_HANDLE_EOF;
+      ReadFile(use->system, buffer, count, &bytes, &place) || GetLastError() == ERROR_HANDLE_EOF;
   if (!isRead) fail(GetLastError());
   use->position += bytes;
   if (done != nullptr) *done = bytes;
@@ -143,7 +130,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
   }
   OVERLAPPED place = at(use->position);
   DWORD bytes = 0;
-  const bool isWritten = WriteFile(use->handle, buffer, count, &bytes, &place);
+  const bool isWritten = WriteFile(use->system, buffer, count, &bytes, &place);
   if (!isWritten) {
     fail(GetLastError());
   } else if (bytes != count) {
@@ -154,48 +141,13 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
   return isWritten && bytes == count ? 1 : 0;
 }
 
-std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) {
-  const FileTable::Use use = findFile(file);
-  if (!use) return -1;
-  std::int64_t base = 0;
-  if (origin == VL_SEEK_CURRENT) {
-    base = use->position;
-  } else if (origin == VL_SEEK_END) {
-    base = sizeOf(use->handle);
-    if (base < 0) return -1;
-  } else if (origin != VL_SEEK_BEGIN) {
-    fail(ERROR_INVALID_PARAMETER);
-    return -1;
-  }
-  std::int64_t target = 0;
-  if (__builtin_add_overflow(base, offset, &target) || target < 0) {
-    fail(ERROR_NEGATIVE_SEEK);
-    return -1;
-  }
-  use->position = target;
-  return target;
-}
-
-std::int64_t vlOSTell(VLHANDLE file) {
-  const FileTable::Use use = findFile(file);
-  return use ? use->position : -1;
-}
-
-std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high) {
-  const FileTable::Use use = findFile(file);
-  // -1 splits into the two halves that mean failure.
-  const auto size = static_cast<std::uint64_t>(use ? sizeOf(use->handle) : -1);
-  if (high != nullptr) *high = static_cast<std::uint32_t>(size >> 32);
-  return static_cast<std::uint32_t>(size);
-}
-
 std::int32_t vlOSCloseFile(VLHANDLE file) {
   const std::optional<OpenedFile> removed = files().remove(file);
   if (!removed) {
     fail(ERROR_INVALID_HANDLE);
     return 0;
   }
-  if (CloseHandle(removed->handle)) return 1;
+  if (CloseHandle(removed->system)) return 1;
   fail(GetLastError());
   return 0;
 }
@@ -203,7 +155,7 @@ std::int32_t vlOSCloseFile(VLHANDLE file) {
 std::int32_t vlOSFlushFile(VLHANDLE file) {
   const FileTable::Use use = findFile(file);
   if (!use) return 0;
-  if (FlushFileBuffers(use->handle)) return 1;
+  if (FlushFileBuffers(use->system)) return 1;
   fail(GetLastError());
   return 0;
 }

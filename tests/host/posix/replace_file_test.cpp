@@ -6,19 +6,11 @@
 #include <iterator>
 #include <string>
 
+#include "host/replaced_file.h"
 #include "support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {
-
-std::string contentOf(const std::string& path) {
-  const auto bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
-}
-
-std::int32_t replace(const std::string& path, const std::string& content) {
-  return vlOSReplaceFile(path.c_str(), content.data(), content.size());
-}
 
 TEST(ReplaceFile, GivesANewFileThePermissionsOfAnyNewFileAndKeepsThoseOfAnOldOne) {
   const TempFolder folder;

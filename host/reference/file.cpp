@@ -1,0 +1,61 @@
+// Positions and sizes of open files, the same on every system.
+#include <cstdint>
+
+#include "opened_file.h"
+#include "system.h"
+#include "vlutil.h"
+
+namespace vlhost {
+
+// Lives as long as the process: files may still be closed while static objects are destroyed.
+FileTable& files() {
+  static FileTable& table = *new FileTable;
+  return table;
+}
+
+FileTable::Use findFile(VLHANDLE file) {
+  FileTable::Use use = files().find(file);
+  if (!use) setLastError(kFileErrors.notOpen);
+  return use;
+}
+
+}  // namespace vlhost
+
+using vlhost::FileTable;
+using vlhost::findFile;
+using vlhost::kFileErrors;
+
+std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) {
+  const FileTable::Use use = findFile(file);
+  if (!use) return -1;
+  std::int64_t base = 0;
+  if (origin == VL_SEEK_CURRENT) {
+    base = use->position;
+  } else if (origin == VL_SEEK_END) {
+    base = vlhost::sizeOf(use->system);
+    if (base < 0) return -1;
+  } else if (origin != VL_SEEK_BEGIN) {
+    vlhost::setLastError(kFileErrors.invalid);
+    return -1;
+  }
+  std::int64_t target = 0;
+  if (__builtin_add_overflow(base, offset, &target) || target < 0) {
+    vlhost::setLastError(kFileErrors.beforeStart);
+    return -1;
+  }
+  use->position = target;
+  return target;
+}
+
+std::int64_t vlOSTell(VLHANDLE file) {
+  const FileTable::Use use = findFile(file);
+  return use ? use->position : -1;
+}
+
+std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high) {
+  const FileTable::Use use = findFile(file);
+  // -1 splits into the two halves that mean failure.
+  const auto size = static_cast<std::uint64_t>(use ? vlhost::sizeOf(use->system) : -1);
+  if (high != nullptr) *high = static_cast<std::uint32_t>(size >> 32);
+  return static_cast<std::uint32_t>(size);
+}
