@@ -108,9 +108,8 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   return fragment;
 }
 
-bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end) {
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest) {
   constexpr std::uint64_t kBlock = 4096, kPiece = 64 * kBlock;
-  constexpr std::ptrdiff_t kFewestZeros = 512;
   const auto isZero = [](std::uint8_t byte) { return byte == 0; };
   std::vector<std::uint8_t> bytes;
   while (begin < end) {
@@ -122,8 +121,7 @@ bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end)
     auto left = static_cast<std::ptrdiff_t>(kBlock - begin % kBlock);  // in the block
     while (firstOfBlock != bytes.end()) {
       const auto endOfBlock = firstOfBlock + std::min(left, bytes.end() - firstOfBlock);
-      if (endOfBlock - firstOfBlock >= kFewestZeros && std::all_of(firstOfBlock, endOfBlock, isZero))
-        return true;
+      if (endOfBlock - firstOfBlock >= fewest && std::all_of(firstOfBlock, endOfBlock, isZero)) return true;
       firstOfBlock = endOfBlock;
       left = kBlock;
     }

@@ -1,6 +1,7 @@
 // One movie fragment of a recording: what its boxes say, held against each other.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -29,10 +30,15 @@ struct RecordedFragment {
 std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stream, std::uint64_t offset,
                                                                  const RecordedMovie& movie);
 
-// Whether part of the fragment's media data was never written: half a kilobyte of zeros or more up to the end
-// of a disk's block. Coded pictures hold no three zero bytes in a row (ISO/IEC 14496-10, 7.4.1), coded sound
-// no such runs. Reads all of the data.
-bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end);
+// Zeros in a row that no coded data have. Coded pictures have no three bytes of them (ISO/IEC
+// 14496-10, 7.4.1), AAC frames at most the 510 of a data stream element; AC-3 pads frames of up to 3840 bytes
+// with them.
+inline constexpr std::ptrdiff_t kFewestUnwritten = 512;
+inline constexpr std::ptrdiff_t kFewestUnwrittenAc3 = 3840;
+
+// Whether the disk lost part of a fragment's data: it then reads as zeros up to the end of a block. At least
+// `fewest` of them count. Reads all of the data.
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest);
 
 // The first offset at or behind `from` where a "moof" with a sequence number above `sequenceNumber` starts
 // and is followed by a "mdat", both within the file; nothing when there is none. Reads all of the rest.

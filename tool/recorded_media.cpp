@@ -109,13 +109,17 @@ void RecordedMedia::dropEmptySegment() {
   if (segments_.empty()) fragmentsPerSegment_ = 0;
 }
 
+bool RecordedMedia::isUnwritten(std::uint64_t begin, std::uint64_t end) {
+  return hasUnwrittenData(stream_, begin, end,
+                          samplesPerFrame_ == kAc3FrameSamples ? kFewestUnwrittenAc3 : kFewestUnwritten);
+}
+
 // Takes the last fragments for none as far as their data did not reach the disk. Those of earlier segments
 // did: each segment is synchronised when it ends. Whether there were any.
 bool RecordedMedia::dropUnwrittenEnd() {
   const std::size_t synchronised = segments_.size() < 2 ? 0 : segments_[segments_.size() - 2].firstFragment;
   const std::size_t before = fragments_.size();
-  while (fragments_.size() > synchronised &&
-         hasUnwrittenData(stream_, fragments_.back().start, fragments_.back().end)) {
+  while (fragments_.size() > synchronised && isUnwritten(fragments_.back().start, fragments_.back().end)) {
     const bool onlyOne = --segments_.back().fragments == 0;
     end_ = onlyOne ? segments_.back().start : fragments_.back().start;
     fragments_.pop_back();
@@ -173,7 +177,7 @@ std::string RecordedMedia::readFragment(std::uint64_t offset) {
   checkFragment(fragment);
   const RecordedRun run = fragment.runs[movie_->indexedKind()].value_or(RecordedRun());
   const RecordedRun sound = fragment.runs[TrackKind::Audio].value_or(RecordedRun());
-  if (data_ == Data::All && hasUnwrittenData(stream_, fragment.start, fragment.end))
+  if (data_ == Data::All && isUnwritten(fragment.start, fragment.end))
     unwritten_.push_back(fragments_.size());
   fragments_.push_back({fragment.start, fragment.end, run.samples, sound.bytes, sound.samples});
   ++segments_.back().fragments;

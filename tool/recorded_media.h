@@ -81,6 +81,7 @@ class RecordedMedia {
   std::string readIndex(std::uint64_t offset);
   std::string readFragment(std::uint64_t offset);
   void dropEmptySegment();
+  bool isUnwritten(std::uint64_t begin, std::uint64_t end);
   bool dropUnwrittenEnd();
   void complainOfUnwritten();
   void explainRest(const std::string& reason, std::uint64_t searchFrom);
