@@ -66,6 +66,8 @@ try() {
 try_debian() {
   scripts/package.sh debian
   local package=build/packages/fmp4_${version}_amd64.deb
+  # Trying it ends with its removal.
+  if dpkg-query --show fmp4 >/dev/null 2>&1; then fail "fmp4 is installed already; purge it to try another"; fi
   as_root dpkg --install "$package" >/dev/null
   try debian fmp4
   [[ $(man --where fmp4 2>/dev/null || ls /usr/share/man/man1/fmp4.1.gz) == */fmp4.1.gz ]] || fail "no manual page"
