@@ -35,16 +35,3 @@ class TestDecoder : public StreamDecoder<UMC::AACDecoder> {
   Bytes m_config;
   UMC::MediaData m_configData;
 };
-
-// The frames of an ADTS stream, by the lengths that their headers tell.
-inline std::vector<Bytes> SplitAdts(const Bytes& stream) {
-  std::vector<Bytes> frames;
-  for (std::size_t at = 0; at + 7 <= stream.size();) {
-    const std::size_t length = (stream[at + 3] & 3u) << 11 | stream[at + 4] * 8u | stream[at + 5] >> 5u;
-    if (length < 7 || at + length > stream.size()) break;
-    frames.emplace_back(stream.begin() + static_cast<std::ptrdiff_t>(at),
-                        stream.begin() + static_cast<std::ptrdiff_t>(at + length));
-    at += length;
-  }
-  return frames;
-}

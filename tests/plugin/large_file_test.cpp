@@ -6,6 +6,7 @@
 
 #include <functional>
 
+#include "audio/streams.h"
 #include "boxes/tfdt.h"
 #include "recording.h"
 #include "sound.h"
@@ -39,15 +40,9 @@ std::string markOf(const Bytes& frame) {
 
 // The coded frames of a stream of AAC-LC, one channel, without their ADTS headers.
 std::vector<Bytes> codedSound() {
-  const Bytes stream = readFile(VL_TEST_DATA "/lc_mono_16k.aac");
-  constexpr std::size_t kHeader = 7;
-  std::vector<Bytes> frames;
-  for (std::size_t at = 0; at + kHeader < stream.size();) {
-    const std::size_t length = (stream[at + 3] & 3u) << 11 | stream[at + 4] << 3 | stream[at + 5] >> 5;
-    frames.emplace_back(stream.begin() + static_cast<std::ptrdiff_t>(at + kHeader),
-                        stream.begin() + static_cast<std::ptrdiff_t>(at + length));
-    at += length;
-  }
+  constexpr std::ptrdiff_t kHeader = 7;
+  std::vector<Bytes> frames = SplitAdts(readFile(VL_TEST_DATA "/lc_mono_16k.aac"));
+  for (Bytes& frame : frames) frame.erase(frame.begin(), frame.begin() + kHeader);
   return frames;
 }
 
