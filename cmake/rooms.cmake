@@ -28,3 +28,8 @@ endfunction()
 function(vl_unhurried target)
   target_compile_options(${target} PRIVATE -O0)
 endfunction()
+
+# vl_hurried(sources...): those sources of such a target that compute, on millions of values.
+function(vl_hurried)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1)
+endfunction()

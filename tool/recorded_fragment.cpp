@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "boxes/mfhd.h"
 #include "boxes/tfdt.h"
@@ -77,6 +78,11 @@ std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
   return whole ? offset + mdat.size : 0;
 }
 
+// Whether all of one byte or more are zero: the first is, and each is like the one before.
+bool isZero(const std::uint8_t* bytes, std::ptrdiff_t count) {
+  return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, static_cast<std::size_t>(count - 1)) == 0;
+}
+
 }  // namespace
 
 std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stream, std::uint64_t offset,
@@ -110,7 +116,6 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
 
 bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest) {
   constexpr std::uint64_t kBlock = 4096, kPiece = 64 * kBlock;
-  const auto isZero = [](std::uint8_t byte) { return byte == 0; };
   std::vector<std::uint8_t> bytes;
   while (begin < end) {
     const std::uint64_t pieceEnd = std::min(end, begin / kPiece * kPiece + kPiece);
@@ -121,7 +126,8 @@ bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end,
     auto left = static_cast<std::ptrdiff_t>(kBlock - begin % kBlock);  // in the block
     while (firstOfBlock != bytes.end()) {
       const auto endOfBlock = firstOfBlock + std::min(left, bytes.end() - firstOfBlock);
-      if (endOfBlock - firstOfBlock >= fewest && std::all_of(firstOfBlock, endOfBlock, isZero)) return true;
+      if (endOfBlock - firstOfBlock >= fewest && isZero(&*firstOfBlock, endOfBlock - firstOfBlock))
+        return true;
       firstOfBlock = endOfBlock;
       left = kBlock;
     }
