@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-template <class Spec, auto kGetSize, auto kInit>
+template <class Transform, auto kGetSize, auto kInit>
 struct Prepared {
   explicit Prepared(Ipp32s length) {
     Ipp32s planBytes = 0, workBytes = 0;
@@ -22,7 +22,7 @@ struct Prepared {
     EXPECT_EQ(ippStsNoErr, kInit(&plan, length, reinterpret_cast<Ipp8u*>(memory.data())));
   }
   std::vector<float> memory, work;
-  Spec* plan = nullptr;
+  Transform* plan = nullptr;
 };
 using Plan = Prepared<IppsMDCTInvSpec_32f, ippsMDCTInvGetSize_32f, ippsMDCTInvInit_32f>;
 using ForwardPlan = Prepared<IppsMDCTFwdSpec_32f, ippsMDCTFwdGetSize_32f, ippsMDCTFwdInit_32f>;

@@ -22,11 +22,11 @@ constexpr double kPi = std::numbers::pi;
 struct Bank {
   using Init = IppStatus (*)(IppsFilterSpec_SBR_32f**, Ipp8u*);
   explicit Bank(Init init) : memory(ippsFilterGetSize_SBR_32f()), work(ippsFilterGetWorkSize_SBR_32f()) {
-    EXPECT_EQ(ippStsNoErr, init(&spec, memory.data()));
+    EXPECT_EQ(ippStsNoErr, init(&prepared, memory.data()));
   }
   float* Work() { return reinterpret_cast<float*>(work.data()); }
   std::vector<Ipp8u> memory, work;
-  IppsFilterSpec_SBR_32f* spec = nullptr;
+  IppsFilterSpec_SBR_32f* prepared = nullptr;
 };
 
 std::vector<float> Noise(std::size_t count) {
@@ -107,7 +107,8 @@ TEST(SbrFilterBank, AnalysisEqualsItsDefinitionWithEveryInstructionSet) {
       double largest = 0;
       for (std::size_t call = 0; call < 3; ++call) {
         auto* matrix = reinterpret_cast<Row*>(rows.data());
-        set.kernels->qmfAnalysis(*bank.spec, &samples[32 * slots * call], slots, matrix, state, bank.Work());
+        set.kernels->qmfAnalysis(*bank.prepared, &samples[32 * slots * call], slots, matrix, state,
+                                 bank.Work());
         for (std::size_t i = 0; i < slots * 32; ++i) {
           const Complex wanted = expected[slots * 32 * call + i];
           largest = std::max(largest, std::abs(wanted - At(matrix[i / 32][i % 32])));
@@ -132,7 +133,7 @@ TEST(SbrFilterBank, SynthesisEqualsItsDefinitionWithEveryInstructionSet) {
         double largest = 0;
         for (std::size_t call = 0; call < 3; ++call) {
           const auto* matrix = reinterpret_cast<const Row*>(&samples[call * slots * kIppsSbrBands]);
-          set.kernels->qmfSynthesis(*bank.spec, matrix, slots, output.data(), state, bank.Work());
+          set.kernels->qmfSynthesis(*bank.prepared, matrix, slots, output.data(), state, bank.Work());
           for (std::size_t i = 0; i < output.size(); ++i) {
             largest = std::max(largest, std::abs(output[i] - expected[call * output.size() + i]));
           }
@@ -154,9 +155,9 @@ TEST(SbrFilterBank, ReturnsTheSignalLate) {
   for (std::size_t at = 0; at < samples.size(); at += 32 * kSlots) {
     Row rows[kSlots] = {};
     ASSERT_EQ(ippStsNoErr, ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(&samples[at], kSlots, rows, &analysisState,
-                                                                   analysis.spec, analysis.work.data()));
+                                                                   analysis.prepared, analysis.work.data()));
     ASSERT_EQ(ippStsNoErr, ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(rows, kSlots, &output[at], &downState,
-                                                                        down.spec, down.work.data()));
+                                                                        down.prepared, down.work.data()));
   }
   double largest = 0;
   for (std::size_t i = 700; i < output.size(); ++i)
@@ -169,12 +170,12 @@ TEST(SbrFilterBank, RefusesWhatItCannotFilter) {
   IppsSynthesisState_SBR_32f state{};
   Row rows[1] = {};
   float output[64];
-  EXPECT_EQ(ippStsSizeErr,
-            ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows, 0, output, &state, bank.spec, bank.work.data()));
-  EXPECT_EQ(ippStsSizeErr,
-            ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows, 33, output, &state, bank.spec, bank.work.data()));
-  EXPECT_EQ(ippStsNullPtrErr, ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(nullptr, 1, output, &state, bank.spec,
-                                                                       bank.work.data()));
+  EXPECT_EQ(ippStsSizeErr, ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows, 0, output, &state, bank.prepared,
+                                                                    bank.work.data()));
+  EXPECT_EQ(ippStsSizeErr, ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows, 33, output, &state, bank.prepared,
+                                                                    bank.work.data()));
+  EXPECT_EQ(ippStsNullPtrErr, ippsSynthesisFilter_SBR_CToR_32fc32f_D2L(nullptr, 1, output, &state,
+                                                                       bank.prepared, bank.work.data()));
 }
 
 TEST(SbrPrediction, SumsProductsOverTime) {
