@@ -1,11 +1,10 @@
 #include "probe.h"
 
-#include <cctype>
 #include <memory>
-#include <string>
 
 #include "box.h"
 #include "guard.h"
+#include "letter_case.h"
 #include "manifest_document.h"
 #include "messages.h"
 #include "stream.h"
@@ -26,14 +25,6 @@ namespace {
 std::uint32_t refuse(const char* text) {
   messages::reportError(text);
   return VL_FAILED;
-}
-
-std::string lowerCaseExtension(const char* fileName) {
-  char extension[VL_MAX_PATH];
-  vlOSSplitPath(fileName, nullptr, nullptr, nullptr, extension);
-  std::string lower(extension);
-  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return lower;
 }
 
 std::uint32_t probeManifest(const char* fileName) {
@@ -65,11 +56,12 @@ std::uint32_t probeBoxFile(const char* fileName) {
 }
 
 std::uint32_t probeByExtension(const char* fileName) {
-  const std::string extension = lowerCaseExtension(fileName);
+  char extension[VL_MAX_PATH];
+  vlOSSplitPath(fileName, nullptr, nullptr, nullptr, extension);
   for (const char* accepted : {".ismv", ".isma", ".mpd", ".ism", ".ismc"}) {
-    if (extension == accepted) return VL_OK;
+    if (EqualsIgnoringCase(extension, accepted)) return VL_OK;
   }
-  return extension == ".xml" ? probeManifest(fileName) : probeBoxFile(fileName);
+  return EqualsIgnoringCase(extension, ".xml") ? probeManifest(fileName) : probeBoxFile(fileName);
 }
 
 }  // namespace

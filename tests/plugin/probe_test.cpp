@@ -8,6 +8,7 @@
 #include "support/fragments.h"
 #include "support/log_capture.h"
 #include "support/temp_folder.h"
+#include "support/turkish_locale.h"
 
 namespace {
 
@@ -33,6 +34,11 @@ TEST(Probe, ManifestsAndSmoothNamesAreAcceptedUnseen) {
     EXPECT_EQ(probe(name), kAccepted) << name;
   }
   EXPECT_TRUE(log.lines.empty());
+}
+
+TEST(Probe, ExtensionsAreComparedAlikeInEveryLocale) {
+  const TurkishLocale locale;
+  for (const char* name : {"a.ISMV", "a.ISMA", "a.ISM"}) EXPECT_EQ(probe(name), kAccepted) << name;
 }
 
 TEST(Probe, NullAndEmptyNamesAreAccepted) {

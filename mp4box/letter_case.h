@@ -1,0 +1,18 @@
+// Letter case as formats mean it: that of A to Z, whatever the host's locale is.
+#pragma once
+
+#include <algorithm>
+#include <string_view>
+
+constexpr char AsciiLower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return AsciiLower(x) == AsciiLower(y); });
+}
+
+constexpr bool EndsIgnoringCase(std::string_view text, std::string_view ending) {
+  return text.size() >= ending.size() && EqualsIgnoringCase(text.substr(text.size() - ending.size()), ending);
+}

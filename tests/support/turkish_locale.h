@@ -1,0 +1,14 @@
+// A host whose letters have a case of their own.
+#pragma once
+
+#include <cctype>
+
+#include "support/compiled_locale.h"
+
+// While one is alive, the process runs under a Turkish locale of single-byte characters.
+class TurkishLocale : public CompiledLocale {
+ public:
+  TurkishLocale() : CompiledLocale("tr_TR", "ISO-8859-9", "Turkish_Turkey.1254") {
+    if (std::tolower('I') == 'i') throw std::runtime_error("no dotless i");
+  }
+};
