@@ -9,6 +9,21 @@ void Mp4RootState::expectFragment(std::uint64_t bytes) {
   lastFragmentBytes_ = bytes;
 }
 
+void Mp4RootState::passed(const Mp4Box& box) {
+  constexpr std::uint64_t kSmall = 256;
+  const bool isFragment = box.type == Mp4FourCc("moof");
+  if (isFragment) expectFragment(box.size);
+  smallBoxBytes = isFragment || box.size > kSmall ? 0 : smallBoxBytes + box.size;
+}
+
+bool Mp4RootState::admit(const Mp4Box& box, bool topLevel) {
+  // Fragments of one short sample each have fewer. What one box of the top level brings is limited, so that a
+  // large one makes no room for many small ones.
+  constexpr std::uint64_t kFreeNodes = 300'000, kBytesANode = 24, kMostBytes = 64 << 10;
+  if (topLevel) nodeBytes_ += std::min(box.size, kMostBytes);
+  return ++nodes_ <= kFreeNodes + nodeBytes_ / kBytesANode;
+}
+
 unsigned Mp4BoxHeaderSize(const Mp4Box& box) {
   return 8u + (box.type == Mp4FourCc("uuid") ? 16u : 0u) + (box.shortsize == 1 ? 8u : 0u);
 }

@@ -53,11 +53,21 @@ struct Mp4RootState final : Mp4Payload {
   // How long the next fragment is expected to be: the shorter of the last two, within reason. Tracks in
   // fragments of their own come in two lengths, and what is read in vain should be little.
   std::uint64_t fragmentBytes = 0;
-  void expectFragment(std::uint64_t bytes);
+  // Bytes of the small boxes last passed in a row, which a fragment or a larger box ends.
+  std::uint64_t smallBoxBytes = 0;
+  // Tells what the next box may be like from one that has been read.
+  void passed(const Mp4Box& box);
+  // Counts a box of the tree. False when there are more than a file may have by what stands in it: a tree of
+  // the smallest boxes would take many times the memory of its file.
+  bool admit(const Mp4Box& box, bool topLevel);
   void fields(Mp4Fields&) override {}
 
  private:
+  void expectFragment(std::uint64_t bytes);
+
   std::uint64_t lastFragmentBytes_ = 0;
+  std::uint64_t nodes_ = 0;      // boxes admitted
+  std::uint64_t nodeBytes_ = 0;  // of the top level, as far as they allow for boxes
 };
 
 struct Mp4BoxDeleter {

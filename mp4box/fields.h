@@ -151,6 +151,8 @@ struct Mp4Payload {
   virtual ~Mp4Payload() = default;
   // Walks the fields in file order.
   virtual void fields(Mp4Fields& f) = 0;
+  // Told of the payload of the box around it before its fields are read, for formats that depend on that.
+  virtual void readInside(const Mp4Payload& /*father*/) {}
 };
 
 // The payload of a full box (ISO/IEC 14496-12, 4.2): version and flags come first.

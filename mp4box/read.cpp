@@ -66,16 +66,15 @@ bool Remember(Mp4RootState& state, Mp4Box* box) try {
 // A box may reach past its father; what stands behind the father is then read once more as what it is
 // there. The bytes read again must not add up to more than the file has, or a file of many boxes that all
 // reach to its end would cost time and memory by the square of its size.
-bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4Box* top) {
+bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
   if (IsTopLevel(box) || box.end() <= box.father->end()) return true;
-  auto* state = Mp4PayloadOf<Mp4RootState>(top);
   if (!state) return false;
   const std::uint64_t size = stream.size();
   state->overrun += std::min(box.end(), size) - std::min(box.father->end(), size);
   return state->overrun <= size;
 }
 
-// Whether a box may stand where it does: not too deep, and not too far past its father.
+// Whether a box may stand where it does: not too deep, not too far past its father, and not one too many.
 bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
   unsigned depth = 0;
   Mp4Box* top = nullptr;
@@ -83,7 +82,14 @@ bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
     if (++depth > MP4_MAX_DEPTH) return false;
     top = father;
   }
-  return ChargeOverrun(stream, box, top);
+  auto* const state = Mp4PayloadOf<Mp4RootState>(top);
+  return ChargeOverrun(stream, box, state) && (!state || state->admit(box, IsTopLevel(box)));
+}
+
+// Once there are more than a few small boxes in a row, as many bytes as they took are read ahead of the next.
+std::uint64_t AheadOfSmallBoxes(const Mp4RootState& state) {
+  constexpr std::uint64_t kFew = 256, kMost = 64 << 10;
+  return state.smallBoxBytes < kFew ? 0 : std::min(state.smallBoxBytes, kMost);
 }
 
 // The payload record of a sample entry whose type says nothing: the track's handler tells what it describes.
@@ -154,9 +160,11 @@ bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
 bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   auto* state = Mp4PayloadOf<Mp4RootState>(root);
   if (!state || state->ended) return false;
-  // A fragment about as long as those before it comes in with one read, and the header behind it too.
+  // A fragment about as long as those before it comes in with one read, and the header behind it too. So do
+  // many small boxes.
   const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kSlack : 0;
-  Mp4WindowStream window(stream, state->window, root->size, expected + kLongestHeader);
+  const std::uint64_t ahead = std::max(expected, AheadOfSmallBoxes(*state)) + kLongestHeader;
+  Mp4WindowStream window(stream, state->window, root->size, ahead);
   const bool inMemory = stream.view(state->nextOffset, 0) != nullptr;
   Mp4Stream& source = inMemory ? stream : window;
   state->ended = true;
@@ -165,7 +173,7 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   if (!read || !Remember(*state, read.get())) return false;
   Mp4Box* box = read.release();
   Append(root, box);
-  if (box->type == Mp4FourCc("moof")) state->expectFragment(box->size);
+  state->passed(*box);
   state->nextOffset = box->end();
   state->ended = Mp4SeekNextBox(source, *box) == 0;
   return !state->ended;
@@ -242,6 +250,7 @@ bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> 
     FileBytes bytes;
     const std::uint8_t* data = bytes.get(stream, box.position, box.size);
     if (!data) return false;
+    if (box.father && box.father->data) payload->readInside(*box.father->data);
     Mp4FieldReader reader({data + header, static_cast<std::size_t>(box.size - header)});
     payload->fields(reader);
     taken = reader.consumed();

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "corrupt/counted_reads.h"
 #include "corrupt/reading.h"
 #include "support/comma_locale.h"
 #include "support/controlled_new.h"
@@ -117,6 +118,19 @@ TEST_P(HostileFiles, CostMemoryByTheirSize) {
 
 INSTANTIATE_TEST_SUITE_P(All, HostileFiles, testing::ValuesIn(kHostile),
                          [](const auto& info) { return std::string(info.param.name); });
+
+TEST(HostileFiles, OfFiftyMegabytesOfTheSmallestBoxesCostFewReadsAndLittleMemory) {
+  const TempFolder folder;
+  const std::string path = folder.file("clip.mp4");
+  writeFile(path, join({fileTypeBox(), repeat(box("free"), 50'000'000 / 8)}));
+  LogCapture log;
+  const HostReads before = hostReads();
+  const CountingNew counting;
+  EXPECT_EQ(plugin().check(path.c_str(), 0, nullptr), 0xFFFFFFFF);
+  EXPECT_EQ(openFile(path), nullptr);
+  EXPECT_LT(counting.peakBytes(), 64'000'000u);
+  EXPECT_LT(hostReads().calls - before.calls, 300u);
+}
 
 void writeText(const std::string& path, const std::string& text) {
   writeFile(path, Bytes(text.begin(), text.end()));

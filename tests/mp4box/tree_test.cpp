@@ -628,10 +628,29 @@ TEST(Hostile, EightByteBoxesByTheHundredThousand) {
   constexpr std::uint32_t kBoxes = 300000;
   TreeFile flat(repeat(box("free"), kBoxes));
   EXPECT_EQ(childCount(*flat.root()), kBoxes);
+  EXPECT_LE(flat.stream.reads, 80) << "2.4 MB";
   TreeFile nested(box("moov", {box("trak", {repeat(box("free"), kBoxes)})}));
   const Mp4BoxPtr root = nested.root();
   EXPECT_EQ(boxesIn(*root), kBoxes + 2);
   EXPECT_EQ(nested.stream.reads, 2);
+}
+
+TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllowFor) {
+  constexpr std::uint32_t kBoxes = 1000000;
+  TreeFile flat(repeat(box("free"), kBoxes));
+  EXPECT_EQ(childCount(*flat.root()), 450000u) << "300000, and one more for every 24 bytes";
+  TreeFile nested(box("moov", {box("trak", {repeat(box("free"), kBoxes)})}));
+  EXPECT_EQ(boxesIn(*nested.root()), 300000u + (64 << 10) / 24);
+  TreeFile behindMuch(join({box("mdat", {zeros(1 << 20)}), repeat(box("free"), kBoxes)}));
+  EXPECT_EQ(childCount(*behindMuch.root()), 454095u) << "64 KiB of the large one count";
+}
+
+TEST(Hostile, ReadingAheadOfSmallBoxesEndsWithTheFirstLargeOne) {
+  TreeFile file(join({repeat(box("free"), 1000), box("mdat", {zeros(1 << 20)}), box("free"),
+                      box("mdat", {zeros(1 << 20)}), box("free")}));
+  EXPECT_EQ(childCount(*file.root()), 1004u);
+  EXPECT_LE(file.stream.reads, 45);
+  EXPECT_LE(file.stream.largestRead, 16 << 10);
 }
 
 // The bytes of all leaves, as many times as they were read.
