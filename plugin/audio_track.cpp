@@ -46,14 +46,12 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
 }  // namespace
 
 std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry) {
-  const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("esds")));
-  return esds && esds->decoderConfig ? esds->decoderConfig->decoderSpecificInfo : std::vector<std::uint8_t>{};
-}
-
-std::uint32_t ConfiguredSampleRate(const std::vector<std::uint8_t>& configuration) {
-  UMC::aac::AudioSpecificConfig config{};
-  if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config)) return 0;
-  return config.sbrSignalled ? config.extensionFrequency : config.frequency;
+  Mp4Box* const wave = Mp4BoxChild(sampleEntry, Mp4FourCc("wave"));
+  for (Mp4Box* const place : {sampleEntry, wave}) {
+    const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(place, Mp4FourCc("esds")));
+    if (esds && esds->decoderConfig) return esds->decoderConfig->decoderSpecificInfo;
+  }
+  return {};
 }
 
 AdtsHeader::AdtsHeader(const std::vector<std::uint8_t>& configuration)

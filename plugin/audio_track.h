@@ -11,11 +11,9 @@
 #include "qvr.h"
 #include "track_cursor.h"
 
-// The AudioSpecificConfig in an `esds` of a sample entry, empty when there is none.
+// The AudioSpecificConfig in an `esds` of a sample entry, or of QuickTime's "wave" in it; empty when there is
+// none.
 std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry);
-
-// The sample rate that a configuration plays at in Hz, 0 when it says none.
-std::uint32_t ConfiguredSampleRate(const std::vector<std::uint8_t>& configuration);
 
 // The header that goes ahead of each AAC sample of a track, made of its configuration's first two bytes.
 //

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,6 +17,7 @@
 #include "mediafile.h"
 #include "mpd_writer.h"
 #include "track_cursor.h"
+#include "track_defaults.h"
 #include "video_recording.h"
 
 // The file-type code of the format record, which the object and its descriptions report too.
@@ -28,9 +28,6 @@ inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
 
 // Audio tracks that one object reads.
 inline constexpr std::size_t kAudioTrackSlots = 64;
-
-// The defaults of a movie's tracks by track ID.
-using TrackDefaults = std::map<std::uint32_t, const mp4::TrackExtendsBox*>;
 
 class CMFFmp4 : public CAMediaFile {
  public:

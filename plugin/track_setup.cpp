@@ -5,12 +5,13 @@
 #include "boxes/audio_entry.h"
 #include "boxes/mdhd.h"
 #include "boxes/tkhd.h"
-#include "boxes/trex.h"
 #include "boxes/visual_entry.h"
 #include "bytes.h"
 #include "fmp4_object.h"
 #include "messages.h"
+#include "sound_format.h"
 #include "status.h"
+#include "track_defaults.h"
 
 namespace {
 
@@ -38,21 +39,12 @@ constexpr std::uint32_t reversed(std::uint32_t fourcc) {
   return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
 }
 
-// The track defaults of a movie by track ID, the first of each counting.
-TrackDefaults readTrackDefaults(const Mp4Box* movieExtends) {
-  TrackDefaults defaults;
-  for (const Mp4Box* child = movieExtends ? movieExtends->first : nullptr; child; child = child->next) {
-    if (const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child)) defaults.emplace(trex->trackId, trex);
-  }
-  return defaults;
-}
-
 }  // namespace
 
 std::uint32_t CMFFmp4::setUpTracks() {
   Mp4Box* movie = Mp4BoxGet(m_stream.get(), m_root.get(), false, "moov");
   if (!movie) return VL_OK;
-  const TrackDefaults defaults = readTrackDefaults(Mp4BoxChild(movie, Mp4FourCc("mvex")));
+  const TrackDefaults defaults = ReadTrackDefaults(movie);
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
     if (const std::uint32_t result = setUpTrack(trak, i + 1, defaults); result != VL_OK) return result;
   }
@@ -162,11 +154,11 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   }
   QVRAUDIO audio = m_audio;
   QVRWAVE& wave = audio.wave;
-  wave.channels = entry->channelCount;
-  wave.bitsPerSample = entry->sampleSize;
   std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
-  wave.samplesPerSecond = entry->sampleRate >> 16;
-  if (wave.samplesPerSecond == 0) wave.samplesPerSecond = ConfiguredSampleRate(configuration);
+  const SoundFormat format = SoundFormatOf(sampleEntry, *entry, configuration);
+  wave.channels = format.channels;
+  wave.samplesPerSecond = format.samplesPerSecond;
+  wave.bitsPerSample = kDecodedBits;
   const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
   // Intended: AC-3 keeps the block of one channel, and takes its buffer from the description's rate.
   const bool ac3 = sampleEntry->type == kAc3;

@@ -55,6 +55,22 @@ void FragmentIndex::locateMediaData(FragmentEntry& entry) {
   }
 }
 
+std::uint64_t FragmentIndex::mediaDataStart(const FragmentEntry& entry) {
+  Mp4Box header;
+  const Mp4Box* box = entry.moof->next;
+  if (!box && stream_.seek(entry.mdatOffset) && Mp4ReadBoxHeader(stream_, header)) box = &header;
+  return box ? addSaturated(entry.mdatOffset, Mp4BoxHeaderSize(*box)) : entry.mdatOffset;
+}
+
+const mp4::TrackExtendsBox* FragmentIndex::trackDefaults(std::uint32_t trackId) {
+  for (const IndexedTrack& track : tracks_) {
+    if (track.present() && track.trackId == trackId) return track.trex;
+  }
+  if (!movieDefaults_) movieDefaults_ = ReadTrackDefaults(Mp4BoxChild(root_, Mp4FourCc("moov")));
+  const auto found = movieDefaults_->find(trackId);
+  return found != movieDefaults_->end() ? found->second : nullptr;
+}
+
 void FragmentIndex::countSamples(FragmentEntry& entry) {
   std::array<std::uint64_t, kTrackRoles> counts{};
   for (unsigned role = 0; role < kTrackRoles; ++role) {

@@ -5,12 +5,14 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <vector>
 
 #include "box.h"
 #include "file_ranges.h"
 #include "frame_rate.h"
+#include "track_defaults.h"
 #include "track_fragment.h"
 
 // The tracks that the index counts, and their places in arrays.
@@ -83,6 +85,11 @@ class FragmentIndex {
   // What all fragments carry of a track: frames, or ticks for audio.
   std::uint64_t total(TrackRole role);
 
+  // File offset of the first byte behind the header of the box that follows an entry's `moof`.
+  std::uint64_t mediaDataStart(const FragmentEntry& entry);
+  // The defaults of any track of the movie, indexed or not; null when it has none.
+  const mp4::TrackExtendsBox* trackDefaults(std::uint32_t trackId);
+
   const IndexedTrack& track(TrackRole role) const { return tracks_[role]; }
   const FrameRate& frameRate() const { return frameRate_; }
   Mp4Stream& stream() const { return stream_; }
@@ -119,6 +126,7 @@ class FragmentIndex {
   bool settled_ = true;
   std::uint32_t fragmentCount_ = 0;
   std::uint32_t largestVideoSample_ = 0;
+  std::optional<TrackDefaults> movieDefaults_;   // read when first needed
   std::map<std::uint64_t, Mp4BoxPtr> ownBoxes_;  // by offset
   std::uint64_t ownBytes_ = 0;
   FileRanges walked_;                     // whose fragments have been added

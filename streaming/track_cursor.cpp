@@ -5,6 +5,7 @@
 #include <new>
 
 #include "messages.h"
+#include "run_placement.h"
 
 namespace {
 
@@ -12,43 +13,6 @@ namespace {
 constexpr std::size_t kWindowBytes = 256 * 1024;
 // Samples from this size on go straight to their destination.
 constexpr std::uint64_t kDirectBytes = 16 * 1024;
-
-// The file offset that a run's data offset stands for. It counts from the base data offset where `tfhd`
-// carries one. Otherwise it counts from the start of the `moof`, and one that does not reach behind the
-// `moof` counts from the box that follows it. Negative results are no place: all ones.
-std::uint64_t runStart(const FragmentEntry& entry, const mp4::TrackFragmentHeaderBox& tfhd,
-                       std::int32_t dataOffset) {
-  std::uint64_t base = entry.mdatOffset;
-  if (tfhd.flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset) {
-    base = tfhd.baseDataOffset;
-  } else if (dataOffset > 0 && static_cast<std::uint64_t>(dataOffset) > entry.moof->size) {
-    base = entry.moof->position;
-  }
-  if (dataOffset >= 0) return addSaturated(base, static_cast<std::uint64_t>(dataOffset));
-  const auto back = static_cast<std::uint64_t>(-static_cast<std::int64_t>(dataOffset));
-  return base >= back ? base - back : ~std::uint64_t{0};
-}
-
-// Where each run's first byte stands. A run without a data offset continues where the run before it ends; the
-// first one starts at the base, or at the media data's first payload byte.
-std::vector<std::uint64_t> startsOfRuns(const FragmentEntry& entry, const TrackFragment& fragment,
-                                        const SampleDefaults& defaults) {
-  constexpr std::int32_t kMdatHeader = 8;
-  std::vector<std::uint64_t> starts;
-  starts.reserve(fragment.truns.size());
-  const mp4::TrackRunBox* before = nullptr;
-  for (const mp4::TrackRunBox* run : fragment.truns) {
-    if (before && !run->hasDataOffset()) {
-      starts.push_back(addSaturated(starts.back(), SizeOfSamples(*before, before->sampleCount, defaults)));
-    } else {
-      const bool placed =
-          run->hasDataOffset() || (fragment.tfhd->flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset);
-      starts.push_back(runStart(entry, *fragment.tfhd, placed ? run->dataOffset : kMdatHeader));
-    }
-    before = run;
-  }
-  return starts;
-}
 
 }  // namespace
 
@@ -99,7 +63,7 @@ int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_
     cursor.tfhd = fragment.tfhd;
     cursor.tfdt = fragment.tfdt;
     cursor.defaults = SampleDefaults(cursor.tfhd, cursor.trex);
-    cursor.runOffsets = startsOfRuns(*entry, fragment, cursor.defaults);
+    cursor.runOffsets = PlaceRuns(index, *entry, fragment, cursor.defaults);
     cursor.truns = std::move(fragment.truns);
   }
   cursor.moof = entry->moof;

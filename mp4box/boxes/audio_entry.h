@@ -2,6 +2,9 @@
 // configures its codec are child boxes.
 #pragma once
 
+#include <bit>
+
+#include "boxes/stsd.h"
 #include "fields.h"
 
 namespace mp4 {
@@ -9,7 +12,8 @@ namespace mp4 {
 struct AudioSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
   // QuickTime's fields where ISO/IEC 14496-12 reserves 8 bytes.
-  std::uint16_t version = 0;
+  std::uint16_t version = 0;  // QuickTime's only in a "stsd" of version 0; in one of version 1 that of ISO's
+                              // AudioSampleEntryV1, which adds no fields
   std::uint16_t revisionLevel = 0;
   std::uint32_t vendor = 0;
   std::uint16_t channelCount = 0;
@@ -18,13 +22,15 @@ struct AudioSampleEntry final : Mp4Payload {
   std::uint16_t packetSize = 0;  // reserved
   std::uint32_t sampleRate = 0;  // 16.16 Hz
 
-  // Version 1.
+  bool quickTime = true;  // whether `version` is QuickTime's
+
+  // QuickTime's version 1.
   std::uint32_t samplesPerPacket = 0;
   std::uint32_t bytesPerPacket = 0;
   std::uint32_t bytesPerFrame = 0;
   std::uint32_t bytesPerSample = 0;
 
-  // Version 2.
+  // QuickTime's version 2, where `channelCount` and `sampleRate` say 3 and 1 whatever the sound.
   std::uint32_t sizeOfStructOnly = 0;
   std::uint64_t audioSampleRate = 0;  // Hz, the bits of a 64-bit floating-point number
   std::uint32_t numAudioChannels = 0;
@@ -33,6 +39,23 @@ struct AudioSampleEntry final : Mp4Payload {
   std::uint32_t formatSpecificFlags = 0;
   std::uint32_t constBytesPerAudioPacket = 0;
   std::uint32_t constLpcmFramesPerAudioPacket = 0;
+
+  // What the version's own fields say; 0 where they say nothing of use.
+  std::uint32_t channels() const { return fieldVersion() == 2 ? numAudioChannels : channelCount; }
+  std::uint32_t samplesPerSecond() const {
+    if (fieldVersion() == 2) {
+      const auto rate = std::bit_cast<double>(audioSampleRate);
+      return rate >= 1 && rate < 0x1p32 ? static_cast<std::uint32_t>(rate) : 0;
+    }
+    // AudioSampleEntryV1 says 1 Hz where a box of its own tells the rate.
+    const std::uint32_t rate = sampleRate >> 16;
+    return rate == 1 && !quickTime ? 0 : rate;
+  }
+
+  void readInside(const Mp4Payload& father) override {
+    const auto* description = dynamic_cast<const SampleDescriptionBox*>(&father);
+    quickTime = !description || description->version == 0;
+  }
 
   void fields(Mp4Fields& f) override {
     f.reserved(6);
@@ -45,12 +68,12 @@ struct AudioSampleEntry final : Mp4Payload {
     f.i16("pre_defined", preDefined);
     f.u16("packet_size", packetSize);
     f.fixed16("samplerate", sampleRate);
-    if (version == 1) {
+    if (fieldVersion() == 1) {
       f.u32("samplesPerPacket", samplesPerPacket);
       f.u32("bytesPerPacket", bytesPerPacket);
       f.u32("bytesPerFrame", bytesPerFrame);
       f.u32("bytesPerSample", bytesPerSample);
-    } else if (version == 2) {
+    } else if (fieldVersion() == 2) {
       f.u32("sizeOfStructOnly", sizeOfStructOnly);
       f.hex("audioSampleRate", audioSampleRate, 8);
       f.u32("numAudioChannels", numAudioChannels);
@@ -61,6 +84,10 @@ struct AudioSampleEntry final : Mp4Payload {
       f.u32("constLPCMFramesPerAudioPacket", constLpcmFramesPerAudioPacket);
     }
   }
+
+ private:
+  // The version by which fields are added.
+  unsigned fieldVersion() const { return quickTime ? version : 0; }
 };
 
 }  // namespace mp4

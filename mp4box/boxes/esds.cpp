@@ -39,6 +39,7 @@ void tag(Mp4Fields& f, std::uint8_t value) {
 void ESDBox::fields(Mp4Fields& f) {
   fullBox(f);
   if (f.reading()) {
+    extension.clear();
     if (f.ahead(0) != kEsDescriptorTag) return;
   } else {
     // Each length counts the bytes of the lengths inside it: innermost first.

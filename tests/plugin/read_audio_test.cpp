@@ -45,6 +45,22 @@ TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
   EXPECT_LE(largestDifference(ours, theirs), 1);
 }
 
+TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowThoseOfTheTrackBefore) {
+  const std::vector<std::string> implicit = {"-movflags", "frag_keyframe+empty_moov+omit_tfhd_offset"};
+  for (const std::vector<std::string>& order :
+       {std::vector<std::string>{"-map", "0:v", "-map", "1:a"}, {"-map", "1:a", "-map", "0:v"}}) {
+    const Clip clip(pictureInput(2, "25", "160x96") + toneInput(2),
+                    h264Codec(12, 0) + kStereoAac + order + implicit);
+    ASSERT_NE(clip.file, nullptr);
+    const Samples ours = readAll(*clip, 4096);
+    const Samples theirs = ffmpegSound(clip.folder, clip.path);
+    ASSERT_EQ(ours.size(), lengthOf(*clip) * 2u);
+    ASSERT_GE(theirs.size(), ours.size());
+    EXPECT_LE(largestDifference(ours, theirs), 1);
+    EXPECT_THAT(ours, Contains(testing::Gt(1000)));
+  }
+}
+
 TEST(ReadAudio, BlocksOfAnySizeGiveTheSameSamples) {
   expectBlocksToAgree(sweepClip(), {1001, 1602, 4096, 1024, 333});
 }

@@ -148,6 +148,81 @@ TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
                                                  sampleOf(7, 3).data, sampleOf(8, 4).data));
 }
 
+// Reads all of a track of one fragment.
+std::vector<Bytes> readTrack(IndexedFile& file, TrackRole role) {
+  TrackCursor cursor = file.cursor(role);
+  EXPECT_EQ(LoadFragment(*file.index, 0, 0, true, cursor), 0);
+  return readOn(*file.index, cursor);
+}
+
+// A fragment of a track that is not read (9), a video track and an audio track. Runs have the data offsets
+// given; none: no offset. The track that is not read has the sizes of its samples from the movie.
+Bytes threeTracks(std::uint32_t flags, std::array<std::optional<std::uint32_t>, 3> offsets) {
+  const auto traf = [flags](std::uint32_t track, std::uint32_t runFlags, std::vector<SampleSpec> samples,
+                            std::optional<std::uint32_t> offset) {
+    RunSpec run{runFlags | (offset ? kRunDataOffset : 0), std::move(samples)};
+    run.dataOffset = offset;
+    TrafSpec spec;
+    spec.trackId = track;
+    spec.flags = flags;
+    spec.runs = {run};
+    return spec;
+  };
+  return fragment(1, {traf(9, 0, {sampleOf(50, 1), sampleOf(50, 2)}, offsets[0]),
+                      traf(1, kRunSize, {sampleOf(5, 3), sampleOf(6, 4)}, offsets[1]),
+                      traf(2, kRunSize, {sampleOf(7, 5)}, offsets[2])});
+}
+struct ThreeTracks : IndexedFile {
+  explicit ThreeTracks(const Bytes& moof)
+      : IndexedFile(join({movieBox({{9, "meta", 1, captionEntry("mett"), 1, 50}}), moof})) {
+    with(kVideoTrack, 30000, trackDefaults(1001));
+    with(kAudioTrack, 48000, trackDefaults(1024));
+    build();
+  }
+};
+const std::vector<Bytes> kVideoOfThree = {sampleOf(5, 3).data, sampleOf(6, 4).data};
+const std::vector<Bytes> kAudioOfThree = {sampleOf(7, 5).data};
+
+// ISO/IEC 14496-12, 8.8.7: where neither `tfhd` nor a flag of it says otherwise.
+TEST(RunPlace, OffsetsOfALaterTrackCountFromTheEndOfTheDataOfTheOneBefore) {
+  const Bytes measured = threeTracks(0, {0, 0, 0});
+  const auto mediaData = static_cast<std::uint32_t>(measured.size() - 118);
+  ThreeTracks file(threeTracks(0, {mediaData, 0, 0}));
+  EXPECT_EQ(readTrack(file, kVideoTrack), kVideoOfThree);
+  EXPECT_EQ(readTrack(file, kAudioTrack), kAudioOfThree);
+  ThreeTracks moved(threeTracks(0, {mediaData, 2, static_cast<std::uint32_t>(-2)}));
+  TrackCursor cursor = moved.cursor(kAudioTrack);
+  ASSERT_EQ(LoadFragment(*moved.index, 0, 0, true, cursor), 0);
+  EXPECT_EQ(cursor.runOffset(), moved.bytes.size() - 7);
+}
+
+TEST(RunPlace, ALaterTrackWithoutOffsetsFollowsTheOneBeforeWhateverTheBase) {
+  for (const std::uint32_t flags : {0u, kBaseIsMoof}) {
+    ThreeTracks file(threeTracks(flags, {}));
+    EXPECT_EQ(readTrack(file, kVideoTrack), kVideoOfThree);
+    EXPECT_EQ(readTrack(file, kAudioTrack), kAudioOfThree);
+  }
+}
+
+TEST(RunPlace, ALaterTrackIsPlacedByTheFragmentWhereItsFlagSaysSo) {
+  const Bytes measured = threeTracks(kBaseIsMoof, {0, 0, 0});
+  const auto mediaData = static_cast<std::uint32_t>(measured.size() - 118);
+  ThreeTracks file(threeTracks(kBaseIsMoof, {mediaData, mediaData + 100, mediaData + 111}));
+  EXPECT_EQ(readTrack(file, kVideoTrack), kVideoOfThree);
+  EXPECT_EQ(readTrack(file, kAudioTrack), kAudioOfThree);
+}
+
+TEST(RunPlace, ARunWithoutAnOffsetStartsBehindTheHeaderOf64BitMediaData) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunSize, {sampleOf(5, 1), sampleOf(6, 2)}}};
+  const Bytes whole = fragment(1, {traf});
+  const auto media = static_cast<std::ptrdiff_t>(whole.size() - 11);
+  IndexedFile file(join({Bytes(whole.begin(), whole.begin() + media - 8),
+                         largeBox("mdat", {Bytes(whole.begin() + media, whole.end())})}));
+  file.build();
+  EXPECT_THAT(readTrack(file, kVideoTrack), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data));
+}
+
 // Looking for each run's start from the first run on would take minutes.
 TEST(RunPlace, RunsByTheHundredThousandWithoutAnOffsetArePassedInOneWalk) {
   constexpr std::size_t kRuns = 200000;

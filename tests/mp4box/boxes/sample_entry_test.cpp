@@ -79,6 +79,43 @@ TEST(AudioSampleEntry, Takes36BytesMoreInQuickTimesVersion2) {
   EXPECT_EQ(entry.constLpcmFramesPerAudioPacket, 1u);
 }
 
+// ISO/IEC 14496-12, 12.2.3: AudioSampleEntryV1.
+TEST(AudioSampleEntry, TakesNoMoreBytesInASampleDescriptionOfVersion1) {
+  for (const unsigned version : {1u, 2u}) {
+    const Bytes bytes = join({kAudioStart, u16(version), kAudioFormat, zeros(36)});
+    mp4::SampleDescriptionBox description;
+    description.version = 1;
+    mp4::AudioSampleEntry entry;
+    entry.readInside(description);
+    Mp4FieldReader fields(bytes);
+    entry.fields(fields);
+    EXPECT_EQ(fields.consumed(), 28u);
+    EXPECT_EQ(entry.channels(), 6u);
+    EXPECT_EQ(entry.samplesPerSecond(), 48000u);
+    description.version = 0;
+    entry.readInside(description);
+    Mp4FieldReader quickTime(bytes);
+    entry.fields(quickTime);
+    EXPECT_EQ(quickTime.consumed(), version == 1 ? 44u : 64u);
+  }
+}
+
+TEST(AudioSampleEntry, OfQuickTimesVersion2HasARateOnlyWhereItsNumberIsOne) {
+  const auto rateOf = [](std::uint64_t bits) {
+    const auto entry = read<mp4::AudioSampleEntry>(
+        join({kAudioStart, u16(2), kAudioFormat, u32(72), u64(bits), u32(8), u32(0x7F000000), zeros(16)}));
+    EXPECT_EQ(entry.channels(), 8u);
+    return entry.samplesPerSecond();
+  };
+  EXPECT_EQ(rateOf(0x40F7700000000000), 96000u);
+  EXPECT_EQ(rateOf(0x3FE0000000000000), 0u) << "a half";
+  EXPECT_EQ(rateOf(0xC0F7700000000000), 0u) << "below zero";
+  EXPECT_EQ(rateOf(0x41F0000000000000), 0u) << "2 to the power of 32";
+  EXPECT_EQ(rateOf(0x41EFFFFFFFE00000), 0xFFFFFFFFu);
+  EXPECT_EQ(rateOf(0x7FF8000000000000), 0u) << "no number";
+  EXPECT_EQ(rateOf(0x7FF0000000000000), 0u) << "infinite";
+}
+
 TEST(MpegSampleEntry, Takes8Bytes) {
   EXPECT_EQ(readExactly<mp4::MpegSampleEntry>(join({zeros(6), u16(3)})).dataReferenceIndex, 3);
 }

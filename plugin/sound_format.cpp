@@ -1,0 +1,41 @@
+#include "sound_format.h"
+
+#include "audio_specific_config.h"
+#include "boxes/dac3.h"
+
+namespace {
+
+constexpr std::uint16_t kStereo = 2;
+
+// AC-3 is decoded to two channels (ETSI TS 102 366, F.4: the sample entry's own count is to be ignored).
+SoundFormat formatOfAc3(Mp4Box* sampleEntry) {
+  SoundFormat format{kStereo, 0};
+  constexpr std::uint32_t kRates[] = {48000, 44100, 32000, 0};  // by fscod
+  const auto* stream = Mp4PayloadOf<mp4::AC3SpecificBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("dac3")));
+  // Streams of bsid 9 and 10 have a half and a quarter of the rate.
+  if (stream && stream->bsid <= 10)
+    format.samplesPerSecond = kRates[stream->fscod] >> (stream->bsid > 8 ? stream->bsid - 8 : 0);
+  return format;
+}
+
+SoundFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
+  UMC::aac::AudioSpecificConfig config{};
+  if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config))
+    return {kStereo, 0};
+  // Parametric stereo makes two channels of one.
+  std::uint16_t channels = config.psSignalled ? kStereo : config.layout.channelCount;
+  if (channels == 0) channels = kStereo;
+  return {channels, config.sbrSignalled ? config.extensionFrequency : config.frequency};
+}
+
+}  // namespace
+
+SoundFormat SoundFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
+                          const std::vector<std::uint8_t>& audioConfiguration) {
+  SoundFormat format =
+      sampleEntry->type == Mp4FourCc("ac-3") ? formatOfAc3(sampleEntry) : formatOfAac(audioConfiguration);
+  const std::uint32_t channels = entry.channels(), rate = entry.samplesPerSecond();
+  if (channels > 0 && channels <= 0xFFFF) format.channels = static_cast<std::uint16_t>(channels);
+  if (rate > 0) format.samplesPerSecond = rate;
+  return format;
+}

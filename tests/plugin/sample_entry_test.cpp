@@ -1,0 +1,132 @@
+// Audio sample entries of other makers: versions, fields that say nothing of use.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "loaded_plugin.h"
+#include "sound.h"
+#include "sound_clip.h"
+#include "support/box_builder.h"
+#include "support/ffmpeg.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+// A file's bytes, of which fields of the sound's sample description can be set.
+struct SoundFile {
+  TempFolder folder;
+  std::string path = folder.file("clip.mp4");
+  Bytes bytes;
+
+  explicit SoundFile(const std::vector<std::string>& arguments) {
+    makeMedia(path, arguments);
+    bytes = readFile(path);
+  }
+  // The place of a box's four type characters.
+  std::ptrdiff_t typeOf(std::string_view type) const {
+    const auto at = std::search(bytes.begin(), bytes.end(), type.begin(), type.end());
+    if (at == bytes.end()) throw std::runtime_error("no such box");
+    return at - bytes.begin();
+  }
+  void set(std::ptrdiff_t place, const Bytes& value) {
+    std::copy(value.begin(), value.end(), bytes.begin() + place);
+  }
+  void setVersionOfDescription(std::uint8_t version) { set(typeOf("stsd") + 4, u8(version)); }
+  void setVersionOfEntry(std::string_view type, unsigned version) {
+    set(typeOf(type) + 12, u16(version));
+  }
+  void setChannels(std::string_view type, unsigned channels) { set(typeOf(type) + 20, u16(channels)); }
+  void setBits(std::string_view type, unsigned bits) { set(typeOf(type) + 22, u16(bits)); }
+  void setRate(std::string_view type, unsigned rate) { set(typeOf(type) + 28, u16(rate)); }
+
+  MediaFile open() const {
+    writeFile(path, bytes);
+    return openFile(path);
+  }
+};
+
+const std::vector<std::string> kAac = {"-c:a", "aac", "-b:a", "96k"};
+const std::vector<std::string> kAc3 = {"-c:a", "ac3", "-b:a", "192k"};
+
+std::vector<std::string> stereoTone(int sampleRate = 48000) {
+  return toneInput(1, sampleRate) + std::vector<std::string>{"-ac", "2"};
+}
+
+TEST(SampleEntry, OfVersion1InADescriptionOfVersion1HasNoMoreFields) {
+  SoundFile sound(stereoTone() + kAac + fragmented());
+  const Samples expected = readAll(*sound.open(), 4096);
+  EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
+  sound.setVersionOfDescription(1);
+  sound.setVersionOfEntry("mp4a", 1);
+  for (const unsigned rate : {48000u, 1u}) {
+    sound.setRate("mp4a", rate);
+    const MediaFile file = sound.open();
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, 48000u);
+    EXPECT_EQ(readAll(*file, 4096), expected);
+  }
+}
+
+// QuickTime's entries: version 1 up to 65535 Hz, beyond that version 2, which says 3 channels and 1 Hz where
+// others have theirs.
+TEST(SampleEntry, OfQuickTimesVersionsGivesWhatFfmpegDecodes) {
+  for (const int rate : {44100, 96000}) {
+    const SoundFile sound(stereoTone(rate) + kAac + fragmented() + std::vector<std::string>{"-f", "mov"});
+    const MediaFile file = sound.open();
+    ASSERT_NE(file, nullptr);
+    const QVRWAVE wave = describe(*file).audio.wave;
+    EXPECT_EQ(wave.channels, 2);
+    EXPECT_EQ(wave.samplesPerSecond, static_cast<std::uint32_t>(rate));
+    EXPECT_EQ(wave.bitsPerSample, 16);
+    EXPECT_EQ(file->Channels(), 3u);
+    const Samples ours = readAll(*file, 4096);
+    const std::vector<float> theirs = ffmpegPackets(sound.folder, sound.path, "0:a:0");
+    ASSERT_GE(theirs.size(), ours.size());
+    EXPECT_LT(
+        RootMeanSquare(ours, {theirs.begin(), theirs.begin() + static_cast<std::ptrdiff_t>(ours.size())}), 1);
+    EXPECT_THAT(ours, testing::Contains(testing::Gt(1000)));
+  }
+}
+
+TEST(SampleEntry, DecodedSoundHas16BitsWhateverItSays) {
+  for (const auto& [type, codec] : {std::pair{"mp4a", kAac}, std::pair{"ac-3", kAc3}}) {
+    SoundFile sound(stereoTone() + codec + fragmented("+delay_moov"));
+    const Samples expected = readAll(*sound.open(), 4096);
+    EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
+    for (const unsigned bits : {0u, 8u, 12u, 20u, 24u, 32u, 65535u}) {
+      sound.setBits(type, bits);
+      const MediaFile file = sound.open();
+      ASSERT_NE(file, nullptr) << type << bits;
+      EXPECT_EQ(describe(*file).audio.wave.bitsPerSample, 16) << type << bits;
+      EXPECT_EQ(readAll(*file, 4096), expected) << type << bits;
+    }
+  }
+}
+
+TEST(SampleEntry, WithoutChannelsTakesThoseOfItsConfiguration) {
+  for (const int channels : {1, 2, 6}) {
+    SoundFile sound(toneInput(0.5) + std::vector<std::string>{"-ac", std::to_string(channels)} + kAac +
+                    fragmented());
+    sound.setChannels("mp4a", 0);
+    const MediaFile file = sound.open();
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(describe(*file).audio.wave.channels, channels);
+  }
+}
+
+TEST(SampleEntry, OfAc3WithoutChannelsAndRateIsStereoOfItsConfigurationsRate) {
+  for (const int rate : {32000, 44100, 48000}) {
+    SoundFile sound(stereoTone(rate) + kAc3 + fragmented("+delay_moov"));
+    const Samples expected = readAll(*sound.open(), 4096);
+    sound.setChannels("ac-3", 0);
+    sound.setRate("ac-3", 0);
+    const MediaFile file = sound.open();
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(describe(*file).audio.wave.channels, 2);
+    EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, static_cast<std::uint32_t>(rate));
+    EXPECT_EQ(readAll(*file, 4096), expected);
+  }
+}
+
+}  // namespace
