@@ -1,5 +1,6 @@
 #include "manifest_document.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -49,11 +50,20 @@ bool hasTooManyAttributes(std::string_view text) {
   return false;
 }
 
+// No less than the memory of the document's nodes. Each "<" may start an element or other markup and end a
+// text, and no attribute goes without "=".
+std::size_t mostDocumentBytes(std::string_view text) {
+  const auto tags = static_cast<std::size_t>(std::count(text.begin(), text.end(), '<'));
+  const auto values = static_cast<std::size_t>(std::count(text.begin(), text.end(), '='));
+  return tags * (sizeof(tinyxml2::XMLElement) + sizeof(tinyxml2::XMLText)) +
+         values * sizeof(tinyxml2::XMLAttribute);
+}
+
 }  // namespace
 
 bool ParseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document) {
-  return text.size() <= kMaxManifestBytes && !hasTooManyAttributes(text) &&
-         document.Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS;
+  return text.size() <= kMaxManifestBytes && mostDocumentBytes(text) <= kMaxDocumentBytes &&
+         !hasTooManyAttributes(text) && document.Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS;
 }
 
 bool LoadManifestDocument(const char* path, tinyxml2::XMLDocument& document) {

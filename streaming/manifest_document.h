@@ -5,12 +5,14 @@
 
 #include <string_view>
 
-// A manifest larger than this is not loaded: a day of segments makes a tenth of it. The document takes some
-// 30 times the memory of its text.
-inline constexpr std::size_t kMaxManifestBytes = 64u << 20;
+// A manifest larger than this is not loaded: a day of segments makes less than half of it.
+inline constexpr std::size_t kMaxManifestBytes = 16u << 20;
+// Nor one whose document might take more memory than this. Manifests take some 5 times their text; a text of
+// the shortest elements would take 30 times.
+inline constexpr std::size_t kMaxDocumentBytes = 192u << 20;
 
-// Parses a text into `document`. Returns whether it is a well-formed document of acceptable size, with no
-// more attributes to an element than manifests have.
+// Parses a text into `document`. Returns whether it is a well-formed document of acceptable size and memory,
+// with no more attributes to an element than manifests have.
 bool ParseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document);
 
 // Loads `path` into `document`. Returns whether ParseManifestDocument took its text.

@@ -1,11 +1,12 @@
 #include "manifest_reader.h"
 
-#include <strings.h>
-
+#include <algorithm>
 #include <charconv>
-#include <cstring>
-#include <numeric>
+#include <limits>
 #include <string_view>
+#include <utility>
+
+#include "letter_case.h"
 
 using tinyxml2::XMLElement;
 
@@ -31,7 +32,7 @@ struct Selection {
 };
 
 bool isType(const char* mimeType, const char* type) {
-  return mimeType && strcasecmp(mimeType, type) == 0;
+  return mimeType && EqualsIgnoringCase(mimeType, type);
 }
 
 // Takes the representations that tell their own type.
@@ -63,8 +64,16 @@ Selection select(const XMLElement* period) {
   return selection;
 }
 
+// Without the white space around it (XML 1.0, 2.3): manifests are indented, and written by hand.
+std::string_view trimmed(std::string_view text) {
+  constexpr char kWhiteSpace[] = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+  return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+}
+
 template <class Number>
 std::optional<Number> wholeNumber(std::string_view text) {
+  text = trimmed(text);
   Number value{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
@@ -85,11 +94,22 @@ void addIndexOffset(const XMLElement* element, ManifestTrack& track) {
   }
 }
 
-ManifestTrack readTrack(const XMLElement* representation) {
+// Whether segments are named one by one, or by a template, rather than as ranges of one file.
+bool namesSegmentFiles(const XMLElement* element) {
+  if (!element) return false;
+  if (element->FirstChildElement("SegmentTemplate")) return true;
+  const XMLElement* list = element->FirstChildElement("SegmentList");
+  const XMLElement* url = list ? list->FirstChildElement("SegmentURL") : nullptr;
+  return url && url->Attribute("media");
+}
+
+ManifestTrack readTrack(const Selected& selected) {
   ManifestTrack track;
+  const XMLElement* representation = selected.representation;
   if (!representation) return track;
+  track.hasSegmentFiles = namesSegmentFiles(representation) || namesSegmentFiles(selected.set);
   if (const XMLElement* base = representation->FirstChildElement("BaseURL")) {
-    if (const char* text = base->GetText()) track.baseUrl = text;
+    if (const char* text = base->GetText()) track.baseUrl = trimmed(text);
   }
   const XMLElement* list = representation->FirstChildElement("SegmentList");
   const XMLElement* base = representation->FirstChildElement("SegmentBase");
@@ -106,24 +126,39 @@ ManifestTrack readTrack(const XMLElement* representation) {
   return track;
 }
 
-// A number with decimals as a fraction: "29.97" is 2997/100. Unknown when it is none, or needs more digits
-// than 32 bits hold.
-std::optional<FrameRate> decimalNumber(std::string_view text) {
-  const std::size_t point = text.find('.');
-  std::string digits(text.substr(0, point));
-  std::uint64_t denominator = 1;
-  if (point != text.npos) {
-    const std::string_view decimals = text.substr(point + 1);
-    if (decimals.size() > 9) return std::nullopt;
-    digits += decimals;
-    for (std::size_t i = 0; i < decimals.size(); ++i) denominator *= 10;
+// n / d as a fraction of 32-bit numbers: exactly where that can be, otherwise by the last convergent of its
+// continued fraction that fits, so that 29.97002997002997 is 30000/1001. Unknown beyond 32 bits, and for d 0.
+FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
+  std::uint64_t numerator = 1, denominator = 0, formerNumerator = 0, formerDenominator = 1;
+  while (d != 0) {
+    const Uint128 nextNumerator = Uint128{n / d} * numerator + formerNumerator;
+    const Uint128 nextDenominator = Uint128{n / d} * denominator + formerDenominator;
+    if (std::max(nextNumerator, nextDenominator) > std::numeric_limits<std::uint32_t>::max()) break;
+    formerNumerator = std::exchange(numerator, static_cast<std::uint64_t>(nextNumerator));
+    formerDenominator = std::exchange(denominator, static_cast<std::uint64_t>(nextDenominator));
+    n = std::exchange(d, n % d);
   }
-  const auto numerator = wholeNumber<std::uint64_t>(digits);
-  if (!numerator) return std::nullopt;
-  const std::uint64_t common = std::gcd(*numerator, denominator);
-  const std::uint64_t n = *numerator / common, d = denominator / common;
-  if (n > 0xFFFFFFFFu) return std::nullopt;
-  return FrameRate{static_cast<std::uint32_t>(n), static_cast<std::uint32_t>(d)};
+  if (numerator == 0 || denominator == 0) return {};
+  return {static_cast<std::uint32_t>(numerator), static_cast<std::uint32_t>(denominator)};
+}
+
+// A number with any decimals as a fraction: "29.97" is 2997/100. Unknown when it is none or 0.
+FrameRate decimalNumber(std::string_view text) {
+  // With one more digit the fraction's terms still fit 64 bits; decimals beyond that change nothing.
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / 10 - 1;
+  text = trimmed(text);
+  const std::size_t point = text.find('.');
+  const std::string_view decimals = point == text.npos ? std::string_view() : text.substr(point + 1);
+  const std::string_view integer = text.substr(0, point);
+  const auto whole = integer.empty() && !decimals.empty() ? 0 : wholeNumber<std::uint32_t>(integer);
+  if (!whole || decimals.find_first_not_of("0123456789") != decimals.npos) return {};
+  std::uint64_t numerator = *whole, denominator = 1;
+  for (const char digit : decimals) {
+    if (numerator > kMost || denominator > kMost) break;
+    numerator = numerator * 10 + static_cast<unsigned>(digit - '0');
+    denominator *= 10;
+  }
+  return fractionOf(numerator, denominator);
 }
 
 }  // namespace
@@ -132,15 +167,10 @@ FrameRate ParseFrameRate(const char* text) {
   if (!text) return {};
   const std::string_view whole(text);
   const std::size_t slash = whole.find('/');
-  const auto first = decimalNumber(whole.substr(0, slash));
-  const auto second = slash == whole.npos ? FrameRate{1, 1} : decimalNumber(whole.substr(slash + 1));
-  if (!first || !second) return {};
-  const std::uint64_t numerator = std::uint64_t{first->numerator} * second->denominator;
-  const std::uint64_t denominator = std::uint64_t{first->denominator} * second->numerator;
-  if (numerator == 0 || denominator == 0) return {};
-  const std::uint64_t common = std::gcd(numerator, denominator);
-  if (numerator / common > 0xFFFFFFFFu || denominator / common > 0xFFFFFFFFu) return {};
-  return {static_cast<std::uint32_t>(numerator / common), static_cast<std::uint32_t>(denominator / common)};
+  const FrameRate first = decimalNumber(whole.substr(0, slash));
+  const FrameRate second = slash == whole.npos ? FrameRate{1, 1} : decimalNumber(whole.substr(slash + 1));
+  return fractionOf(std::uint64_t{first.numerator} * second.denominator,
+                    std::uint64_t{first.denominator} * second.numerator);
 }
 
 std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document) {
@@ -149,8 +179,8 @@ std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document) {
   if (!period || !period->FirstChildElement("AdaptationSet")) return std::nullopt;
   const Selection selection = select(period);
   Manifest manifest;
-  manifest.video = readTrack(selection.video.representation);
-  manifest.audio = readTrack(selection.audio.representation);
+  manifest.video = readTrack(selection.video);
+  manifest.audio = readTrack(selection.audio);
   manifest.frameRate = ParseFrameRate(selection.video.attribute("frameRate"));
   manifest.width = wholeNumberOf(selection.video.attribute("width"));
   manifest.height = wholeNumberOf(selection.video.attribute("height"));

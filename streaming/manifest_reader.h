@@ -18,6 +18,7 @@ struct ManifestTrack {
   bool hasSegmentList = false;
   bool hasSegmentBase = false;
   std::vector<std::uint64_t> indexOffsets;  // file offsets of the segment indexes named
+  bool hasSegmentFiles = false;             // whether every segment is a file of its own
 };
 
 struct Manifest {
@@ -32,5 +33,6 @@ struct Manifest {
 // Reads a manifest. None when the document has no "MPD" with a "Period" and an "AdaptationSet".
 std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document);
 
-// A frame rate as text, "30000/1001" or "29.97"; unknown when it is no number. Independent of the locale.
+// A frame rate as text, "30000/1001" or "29.97", with any number of decimals; unknown when it is no number.
+// What 32-bit terms cannot hold exactly is rounded: 24.999999999999996 is 25/1. Independent of the locale.
 FrameRate ParseFrameRate(const char* text);

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "support/comma_locale.h"
+#include "support/controlled_new.h"
+#include "support/turkish_locale.h"
 
 namespace {
 
@@ -111,13 +113,46 @@ TEST(ReadManifest, RangesAndNumbersThatAreNoneAreLeftOut) {
   const auto manifest = readSets(
       set("<Representation mimeType='video/mp4' width='wide' height='-5' frameRate='fast'><SegmentList>"
           "<SegmentURL indexRange=''/><SegmentURL indexRange='-5'/><SegmentURL indexRange='x-y'/>"
-          "<SegmentURL indexRange='99999999999999999999-1'/><SegmentURL indexRange=' 5-6'/>"
+          "<SegmentURL indexRange='99999999999999999999-1'/>"
           "</SegmentList></Representation>"));
   EXPECT_TRUE(manifest->video.hasSegmentList);
   EXPECT_TRUE(manifest->video.indexOffsets.empty());
   EXPECT_FALSE(manifest->width);
   EXPECT_FALSE(manifest->height);
   EXPECT_FALSE(manifest->frameRate.known());
+}
+
+TEST(ReadManifest, WhiteSpaceAroundTextsAndNumbersIsNoPartOfThem) {
+  const auto manifest = readSets(
+      set("<Representation mimeType='video/mp4' width=' 640 ' height='\n360'><BaseURL>\n   a  b.m4v\t\n"
+          "</BaseURL><SegmentBase indexRange=' 700 - 800'/></Representation>"));
+  EXPECT_EQ(manifest->video.baseUrl, "a  b.m4v");
+  EXPECT_EQ(manifest->width, 640u);
+  EXPECT_EQ(manifest->height, 360u);
+  EXPECT_THAT(manifest->video.indexOffsets, ElementsAre(700u));
+  EXPECT_EQ(readSets(set("<Representation mimeType='video/mp4'><BaseURL> \n </BaseURL></Representation>"))
+                ->video.baseUrl,
+            "");
+}
+
+TEST(ReadManifest, TellsSegmentsThatAreFilesOfTheirOwn) {
+  const auto hasSegmentFiles = [](const std::string& content, const std::string& beside = "") {
+    return readSets(set(beside + "<Representation mimeType='video/mp4'>" + content + "</Representation>"))
+        ->video.hasSegmentFiles;
+  };
+  EXPECT_FALSE(hasSegmentFiles("<BaseURL>v.m4v</BaseURL>"));
+  EXPECT_FALSE(hasSegmentFiles("<SegmentList><SegmentURL mediaRange='1-2'/></SegmentList>"));
+  EXPECT_TRUE(hasSegmentFiles("<SegmentTemplate media='$Number$.m4s'/>"));
+  EXPECT_TRUE(hasSegmentFiles("", "<SegmentTemplate media='$Number$.m4s'/>"));
+  EXPECT_TRUE(hasSegmentFiles("<SegmentList><SegmentURL media='1.m4s'/></SegmentList>"));
+}
+
+// Where the letters' case is not that of English: a small I is dotless there.
+TEST(ReadManifest, MimeTypesAreComparedAlikeInEveryLocale) {
+  const TurkishLocale locale;
+  const auto manifest =
+      readSets(set("<Representation mimeType='VIDEO/MP4'><BaseURL>v.m4v</BaseURL></Representation>"));
+  EXPECT_EQ(manifest->video.baseUrl, "v.m4v");
 }
 
 struct RateText {
@@ -149,6 +184,33 @@ TEST(ManifestDocument, CountsTheAttributesOfOneElementAndOfNothingElse) {
   EXPECT_TRUE(parses("<MPD>" + std::string(1000, '\'') + "</MPD>"));
 }
 
+// `content` as often as makes a manifest as large as is taken.
+std::string largestManifestOf(const std::string& content) {
+  const std::string start = "<MPD><Period>", end = "</Period></MPD>";
+  std::string text = start;
+  text.reserve(kMaxManifestBytes);
+  while (text.size() + content.size() + end.size() <= kMaxManifestBytes) text += content;
+  return text + end;
+}
+
+TEST(ManifestDocument, OfTheLargestSizeTakesLessThan250Megabytes) {
+  const std::string segments =
+      largestManifestOf("\n      <SegmentURL mediaRange=\"123456789-124456789\" indexRange=\"1-2\"/>");
+  const CountingNew counting;
+  EXPECT_TRUE(parses(segments));
+  EXPECT_LT(counting.peakBytes(), 250'000'000u - segments.size());
+  EXPECT_FALSE(parses(segments + std::string(kMaxManifestBytes + 1 - segments.size(), ' ')));
+}
+
+TEST(ManifestDocument, IsRefusedUnreadWhereItsNodesWouldTakeMoreMemory) {
+  for (const char* shortest : {"<a/>", "<a>b</a>", "<a b=''/>", "<!---->c", "<?d?>"}) {
+    const std::string text = largestManifestOf(shortest);
+    const CountingNew counting;
+    EXPECT_FALSE(parses(text)) << shortest;
+    EXPECT_LT(counting.peakBytes(), 1'000'000u) << shortest;
+  }
+}
+
 TEST(ManifestDocument, WhatIsNotWellFormedIsNone) {
   for (const char* text :
        {"", " ", "<", "<MPD", "<MPD a", "<MPD a='", "<!--", "<?", "<![CDATA[", "<!", "<MPD>"}) {
@@ -171,9 +233,30 @@ TEST(ParseFrameRate, TakesFractionsAndPlainNumbers) {
   }
 }
 
+TEST(ParseFrameRate, TakesAnyNumberOfDecimals) {
+  for (const RateText& c :
+       {RateText{"25.000000000000", 25, 1}, RateText{"24.999999999999996", 25, 1},
+        RateText{"29.97002997002997", 30000, 1001}, RateText{"23.976023976023978", 24000, 1001},
+        RateText{"59.94005994005994005994005994005994005994", 60000, 1001}, RateText{"1.0000000001", 1, 1},
+        RateText{"4294967295.99999999999999999999", 4294967295, 1}, RateText{"0000000025.5", 51, 2},
+        RateText{".5", 1, 2}}) {
+    const FrameRate rate = ParseFrameRate(c.text);
+    EXPECT_EQ(rate.numerator, c.numerator) << c.text;
+    EXPECT_EQ(rate.denominator, c.denominator) << c.text;
+  }
+}
+
+TEST(ParseFrameRate, TakesWhiteSpaceAroundItsNumbers) {
+  for (const char* text : {" 30000/1001", "30000/1001\n", "\t30000 / 1001\r\n"}) {
+    const FrameRate rate = ParseFrameRate(text);
+    EXPECT_EQ(rate.numerator, 30000u) << text;
+    EXPECT_EQ(rate.denominator, 1001u) << text;
+  }
+}
+
 TEST(ParseFrameRate, WhatIsNoRateIsUnknown) {
   for (const char* text : {"", "x", "25fps", "-25", "25/0", "0/1", "0", "1/2/3", "1e3", "nan", "25,0", "/",
-                           "25/", "99999999999999999999", "4294967296", "1.0000000001"}) {
+                           "25/", "99999999999999999999", "4294967296", "2 5", "25.0x", "."}) {
     EXPECT_FALSE(ParseFrameRate(text).known()) << text;
   }
   EXPECT_FALSE(ParseFrameRate(nullptr).known());
