@@ -7,6 +7,7 @@
 
 #include "codec_configuration.h"
 #include "commands.h"
+#include "other_tracks.h"
 #include "plugin_host.h"
 #include "text.h"
 
@@ -86,6 +87,21 @@ Json describe(CAMediaFile& file, const std::string& name) {
   return description;
 }
 
+// The four characters of a code, null where there is none.
+Json code(std::uint32_t fourCc) {
+  return fourCc == 0 ? Json() : Json(fourCcText(fourCc));
+}
+
+Json describeTracks(const std::vector<OtherTrack>& tracks) {
+  Json list = Json::array();
+  for (const OtherTrack& track : tracks)
+    list.push_back({{"id", track.id},
+                    {"handler", code(track.handler)},
+                    {"codec", code(track.codec)},
+                    {"why", track.why}});
+  return list;
+}
+
 void printText(const Json& description) {
   std::cout << "file: " << description["file"].get<std::string>() << '\n';
   const Json& video = description["video"];
@@ -111,11 +127,15 @@ void printText(const Json& description) {
 bool info(const Invocation& invocation, const InfoOptions& options) {
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
-  const Json description = describe(*file, options.file);
-  if (options.json)
+  Json description = describe(*file, options.file);
+  const std::vector<OtherTrack> others = otherTracksOf(options.file);
+  if (options.json) {
+    description["otherTracks"] = describeTracks(others);
     std::cout << description.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
-  else
+  } else {
     printText(description);
+    for (const OtherTrack& track : others) std::cout << "not read: " << trackText(track) << '\n';
+  }
   return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "export_streams.h"
+#include "other_tracks.h"
 #include "output_file.h"
 #include "plugin_host.h"
 #include "progress.h"
@@ -44,7 +45,8 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   file.GetFileInfo(kFirstPair, &system, nullptr, &audio, nullptr);
   const QVRWAVE& wave = audio.wave;
   if (file.Channels() == 0 || wave.channels == 0)
-    throw ToolError("'" + request.input + "' has no sound; 'fmp4 info' shows what it has");
+    throw ToolError("'" + request.input + "' has no sound" +
+                    whyThereIsNone(request.input, Mp4FourCc("soun")));
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
   std::vector<std::uint8_t> block(std::size_t{kBlockFrames} * format.frameBytes());

@@ -5,6 +5,7 @@
 #include <ostream>
 #include <utility>
 
+#include "bytes.h"
 #include "text.h"
 
 namespace {
@@ -24,7 +25,7 @@ std::string numberText(std::uint64_t value, unsigned bytes, Mp4Number kind, bool
       return json ? jsonText(code) : '"' + code + '"';
     }
     case Mp4Number::Fixed16:
-      return jsonNumber(static_cast<double>(value) / 65536);
+      return jsonNumber(Mp4Fixed16ToDouble(static_cast<std::uint32_t>(value)));
     case Mp4Number::Fixed8:
       return jsonNumber(static_cast<double>(value) / 256);
     case Mp4Number::Hex: {

@@ -9,17 +9,15 @@
 
 #include "commands.h"
 #include "console.h"
-#include "vlutil.h"
+#include "host_log.h"
 
 namespace {
 
 constexpr int kOperationFailed = 1;
 constexpr int kWrongUsage = 2;
 
-void dropLogLine(void*, std::uint32_t, const char*) {}
-
 int runCommand(const Invocation& invocation) {
-  if (invocation.quiet) vlSetLogSink(dropLogLine, nullptr);
+  takeHostLog(invocation.quiet);
   const bool succeeded = invocation.command();
   if (!std::cout.flush()) throw ToolError("standard output could not be written; is its disk full?");
   return succeeded ? EXIT_SUCCESS : kOperationFailed;

@@ -1,10 +1,12 @@
 #include "plugin_host.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
+#include <iostream>
 
 #include "commands.h"
+#include "host_log.h"
+#include "left_out_samples.h"
+#include "movie_file.h"
+#include "refusal_reason.h"
 #include "text.h"
 #include "vlutil.h"
 
@@ -22,58 +24,6 @@ Function exportOf(void* library, const std::string& libraryName, const char* nam
     throw ToolError("'" + libraryName + "' is not a media-file plug-in: it does not export " + name +
                     "; give --plugin the path of vlx_fmp4");
   return reinterpret_cast<Function>(address);
-}
-
-bool endsWithIgnoringCase(std::string_view text, std::string_view ending) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  return text.size() >= ending.size() &&
-         std::equal(ending.begin(), ending.end(), text.end() - static_cast<std::ptrdiff_t>(ending.size()),
-                    [&](char wanted, char found) { return wanted == lower(found); });
-}
-
-// `text` as one word of a POSIX shell command.
-std::string shellQuoted(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
-  return quoted + "'";
-}
-
-bool exists(const std::string& file) {
-  return vlOSFileExists(file.c_str()) != 0;
-}
-
-std::string missing(const std::string& file) {
-  return "'" + file + "' does not exist; check the name";
-}
-
-// The reason why the plug-in refuses a file, and the way out.
-std::string refusal(const std::string& file) {
-  if (!exists(file)) return missing(file);
-  if (endsWithIgnoringCase(file, ".xml"))
-    return "'" + file + "' is not a DASH manifest: its root element is not MPD; give the media file itself";
-  return "'" + file +
-         "' is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being "
-         "encoded again by\n  ffmpeg -i " +
-         shellQuoted(file) + " -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4";
-}
-
-// The likely reason why a file that was not refused does not open, and the way out.
-std::string openFailure(const std::string& file) {
-  if (!exists(file)) return missing(file);
-  const std::string subject = "'" + file + "' could not be opened: ";
-  if (file.find(".ism") != std::string::npos)
-    return subject +
-           "the media of Smooth Streaming names are found through a DASH manifest (.mpd or .xml) of the same "
-           "name beside it; without one, give the media file a name that ends in .mp4";
-  constexpr std::array kinds = {".mp4", ".m4v", ".m4a", ".mpd", ".xml"};
-  if (std::none_of(kinds.begin(), kinds.end(),
-                   [&](const char* kind) { return file.find(kind) != std::string::npos; }))
-    return subject +
-           "the plug-in tells files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or .xml, "
-           "in lower case";
-  return subject +
-         "the host's log says why (run without --quiet to see it), and 'fmp4 boxes' shows what the file "
-         "holds";
 }
 
 void checkLength(const std::string& file) {
@@ -125,15 +75,17 @@ MediaFile Plugin::make(MFXOPEN& request) const {
 
 MediaFile Plugin::open(const std::string& file) const {
   checkLength(file);
-  if (!probe(file)) throw ToolError(refusal(file));
+  forgetLoggedError();
+  if (!probe(file)) throw ToolError(probeRefusal(file));
   MFXOPEN request = {};
   request.access = VL_GENERIC_READ;
   request.fileName = file.c_str();
   request.creation = VL_OPEN_EXISTING;
-  if (endsWithIgnoringCase(file, ".m4a") || endsWithIgnoringCase(file, ".isma"))
-    request.openFlags = MF_OPEN_AUDIO_ONLY;
+  if (isSoundName(file)) request.openFlags = MF_OPEN_AUDIO_ONLY;
   MediaFile object = make(request);
-  if (!object) throw ToolError(openFailure(file));
+  if (!object) throw ToolError(openRefusal(file, lastLoggedError()));
+  if (const std::string warning = leftOutSamples(file); !warning.empty())
+    std::cerr << "fmp4: warning: " << warning << '\n';
   return object;
 }
 

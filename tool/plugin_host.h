@@ -51,8 +51,8 @@ class Plugin {
 
   // Whether the plug-in takes the file.
   bool probe(const std::string& file) const;
-  // Opens a file for reading, audio only if its name says so (".m4a", ".isma"). Throws ToolError when the
-  // plug-in refuses it or fails to open it.
+  // Opens a file for reading, audio only if its name says so (".m4a", ".isma"). Warns of samples that are not
+  // read. Throws ToolError with the reason when the plug-in refuses it or fails to open it.
   MediaFile open(const std::string& file) const;
   // Creates a file for writing; what is there is replaced. Throws ToolError when the plug-in cannot.
   MediaFile create(const std::string& file) const;

@@ -4,12 +4,13 @@
 #include <utility>
 
 #include "commands.h"
+#include "other_tracks.h"
 #include "plugin_host.h"
 #include "text.h"
 
 VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (file_.VidChan() == 0)
-    throw ToolError("'" + name_ + "' has no video stream; 'fmp4 info' shows what it has");
+    throw ToolError("'" + name_ + "' has no video stream" + whyThereIsNone(name_, Mp4FourCc("vide")));
   // Without a descriptor the answer is the size of the largest sample.
   const std::uint32_t largest = file_.Read(0, 1, kVideoChannel, QVR_MODE_VIDEO, nullptr, nullptr);
   descriptor_.dataCapacity = std::max(largest, std::uint32_t{1});

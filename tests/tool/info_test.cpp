@@ -55,7 +55,8 @@ TEST(Info, JsonDescribesPictureAndSound) {
                            {"samples", samples}}}},
                         {"captions608", false},
                         {"captions708", false},
-                        {"durationSeconds", 60 * 1001 / 30000.0}}));
+                        {"durationSeconds", 60 * 1001 / 30000.0},
+                        {"otherTracks", json::array()}}));
 }
 
 TEST(Info, Ac3IsDescribedAsItIsDelivered) {
@@ -82,7 +83,7 @@ TEST(Info, JsonKeysKeepTheirOrder) {
     return names;
   };
   EXPECT_THAT(keys(info), testing::ElementsAre("file", "video", "audio", "captions608", "captions708",
-                                               "durationSeconds"));
+                                               "durationSeconds", "otherTracks"));
   EXPECT_THAT(keys(info["video"]), testing::ElementsAre("codec", "width", "height", "rate", "scale", "frames",
                                                         "codecConfigurationBytes"));
   EXPECT_THAT(keys(info["audio"][0]),
@@ -195,8 +196,8 @@ TEST(Info, NameWithoutItsMediaIsExplained) {
                 "that ends in .mp4, .m4v, .m4a, .mpd or .xml, in lower case\n");
   EXPECT_EQ(openFailure(manifest),
             "fmp4: '" + manifest +
-                "' could not be opened: the host's log says why (run without --quiet to see it), and 'fmp4 "
-                "boxes' shows what the file holds\n");
+                "' could not be opened: it names no media file, and there is none of its name (.mp4, .m4v or "
+                ".m4a) beside it\n");
 }
 
 }  // namespace
