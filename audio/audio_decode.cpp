@@ -235,6 +235,10 @@ bool VL_Audio_Decode::Settled() const {
   return aac == nullptr || aac->Settled();
 }
 
+void VL_Audio_Decode::ForgetSignal() {
+  if (m_codec != nullptr) m_codec->Reset();
+}
+
 void VL_Audio_Decode::SetObjectType(int objectType) {
   if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetObjectType(objectType);
 }

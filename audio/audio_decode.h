@@ -79,6 +79,10 @@ class VL_Audio_Decode {
   // an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
+  // Forgets the signal that overlaps into the next frame, for a frame between is lost. Buffered PCM stays. A
+  // decoder of FFmpeg keeps its signal, as with Reset.
+  void ForgetSignal();
+
   // Tells, behind Init, the audio object type of ISO/IEC 14496-3 that the track's configuration states: the
   // headers ahead of its samples have no room for all of them. Without effect on other decoders.
   void SetObjectType(int objectType);
