@@ -56,6 +56,11 @@ std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry) {
   return esds && esds->decoderConfig ? esds->decoderConfig->decoderSpecificInfo : std::vector<std::uint8_t>{};
 }
 
+std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry) {
+  const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("esds")));
+  return esds && esds->decoderConfig ? esds->decoderConfig->objectTypeIndication : std::uint8_t{0};
+}
+
 std::uint32_t ConfiguredSampleRate(const std::vector<std::uint8_t>& configuration) {
   UMC::aac::AudioSpecificConfig config{};
   if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config)) return 0;
@@ -97,6 +102,7 @@ void AudioTrack::openDecoder() {
   UMC::aac::AudioSpecificConfig config{};
   if (UMC::aac::ParseAudioSpecificConfig(configuration_.data(), configuration_.size(), config))
     decoder_.SetObjectType(config.objectType);
+  if (!decoder_.IsOpen()) setUndecodable();
 }
 
 void AudioTrack::closeDecoder() {

@@ -14,6 +14,9 @@
 // The AudioSpecificConfig in an `esds` of a sample entry, empty when there is none.
 std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry);
 
+// The objectTypeIndication in an `esds` of a sample entry, 0 when there is none.
+std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry);
+
 // The sample rate that a configuration plays at in Hz, 0 when it says none.
 std::uint32_t ConfiguredSampleRate(const std::vector<std::uint8_t>& configuration);
 
@@ -56,6 +59,8 @@ class AudioTrack {
 
   // Sample frames that the track's samples state to last, all together; 0 where there are none.
   std::uint64_t statedLength(FragmentIndex& index);
+  // Describes the track as so many sample frames long.
+  void setLength(std::uint32_t frames) { holder_.audio.stream.length = frames; }
 
   // How reading a range ended.
   enum class Outcome {

@@ -90,6 +90,15 @@ bool CMFFmp4::describeFrameRate() {
   return true;
 }
 
+// The length of a track of sound whose samples state `stated` sample frames. One that states nothing is
+// announced for as long as the picture, counted alike for all tracks.
+std::uint32_t CMFFmp4::soundLength(std::uint64_t stated) const {
+  if (stated != 0) return saturate<std::uint32_t>(stated);
+  return saturate<std::uint32_t>(scaleExactly(
+      m_video.stream.length, std::uint64_t{m_nominalRate.denominator} * m_audio.wave.samplesPerSecond,
+      m_nominalRate.numerator));
+}
+
 // Lengths from the index, and everything that follows from them.
 void CMFFmp4::completeDescription() {
   QVRSTREAMHEADER& video = m_video.stream;
@@ -98,13 +107,8 @@ void CMFFmp4::completeDescription() {
     if (frames != 0) video.length = saturate<std::uint32_t>(frames);
     const IndexedTrack& audio = m_index->track(kAudioTrack);
     if (audio.present()) {
-      const std::uint64_t ticks = m_index->total(kAudioTrack);
-      const std::uint64_t samples =
-          ticks ? scaleExactly(ticks, m_audio.wave.samplesPerSecond, audio.timescale)
-                : scaleExactly(video.length,
-                               std::uint64_t{m_nominalRate.denominator} * m_audio.wave.samplesPerSecond,
-                               m_nominalRate.numerator);
-      m_audio.stream.length = saturate<std::uint32_t>(samples);
+      m_audio.stream.length = soundLength(
+          scaleExactly(m_index->total(kAudioTrack), m_audio.wave.samplesPerSecond, audio.timescale));
     }
     video.suggestedBufferSize = std::max(video.suggestedBufferSize, m_index->largestVideoSample());
   }
@@ -112,6 +116,9 @@ void CMFFmp4::completeDescription() {
     if (holder->kind == QVR_KIND_AUDIO) holder->audio.stream.length = m_audio.stream.length;
     if (holder->kind == QVR_KIND_VIDEO) holder->video.stream = video;
   }
+  // The index counts the first track of sound.
+  for (std::size_t i = 1; i < m_audioTracks.size(); ++i)
+    m_audioTracks[i]->setLength(soundLength(m_audioTracks[i]->statedLength(*m_index)));
   const RateScale audioTime = ReduceRate(
       {static_cast<std::int64_t>(std::uint64_t{m_audio.wave.samplesPerSecond} * video.scale), video.rate});
   m_info.audioRate = audioTime.rate;

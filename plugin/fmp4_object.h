@@ -73,6 +73,7 @@ class CMFFmp4 : public CAMediaFile {
   void resetDescription();
   void recomputeMainHeader();
   bool describeFrameRate();
+  std::uint32_t soundLength(std::uint64_t stated) const;
   void completeDescription();
 
   // open_read.cpp

@@ -58,6 +58,11 @@ inline void reportSeekFailure() {
 inline void reportShort(std::uint32_t delivered, std::uint32_t requested) {
   ErrOut("Wrong samples returned %d requested %d", static_cast<int>(delivered), static_cast<int>(requested));
 }
+inline void reportUnsupportedAudio(const char* codec, std::uint8_t objectType) {
+  ErrFmtOut(VL_LOG_WARNING, 0, 0,
+            "WARNING(vlx_fmp4): The audio is %s, object type 0x%02X, which is not supported\n", codec,
+            objectType);
+}
 // Told once for units that are lost one after the other.
 inline void reportLostAudio(std::uint64_t position) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0,

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "audio_object_type.h"
 #include "boxes/audio_entry.h"
 #include "boxes/mdhd.h"
 #include "boxes/tkhd.h"
@@ -189,6 +190,10 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   holder->audio = audio;
   VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];
   m_audioTracks.push_back(std::make_unique<AudioTrack>(track, *holder, decoder, std::move(configuration)));
+  if (const std::uint8_t objectType = FindAudioObjectType(sampleEntry); Mp4OtherAudioCodec(objectType)) {
+    messages::reportUnsupportedAudio(Mp4OtherAudioCodec(objectType), objectType);
+    m_audioTracks.back()->setUndecodable();
+  }
   if (!m_tracks[kAudioTrack].present()) {
     m_tracks[kAudioTrack] = track;
     m_audio = audio;

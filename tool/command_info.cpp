@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "plugin_host.h"
 #include "text.h"
+#include "undecoded_sound.h"
 
 namespace {
 
@@ -86,6 +87,13 @@ Json describe(CAMediaFile& file, const std::string& name) {
   return description;
 }
 
+// Says of the sound that is not decoded why.
+void addReasons(Json& streams, const std::string& name) {
+  const std::vector<std::string> reasons = undecodedSound(name);
+  for (std::size_t i = 0; i < std::min(streams.size(), reasons.size()); ++i)
+    if (!reasons[i].empty()) streams[i]["why"] = reasons[i];
+}
+
 void printText(const Json& description) {
   std::cout << "file: " << description["file"].get<std::string>() << '\n';
   const Json& video = description["video"];
@@ -99,9 +107,10 @@ void printText(const Json& description) {
   const Json& streams = description["audio"];
   if (streams.empty()) std::cout << "audio: none\n";
   for (const Json& audio : streams)
-    std::cout << "audio: " << audio["codec"].get<std::string>() << ", " << audio["channels"] << " channels, "
-              << audio["sampleRate"] << " Hz, " << audio["bitsPerSample"] << " bits, " << audio["samples"]
-              << " samples\n";
+    std::cout << "audio: " << audio["codec"].get<std::string>()
+              << (audio.contains("why") ? " (" + audio["why"].get<std::string>() + ")" : "") << ", "
+              << audio["channels"] << " channels, " << audio["sampleRate"] << " Hz, "
+              << audio["bitsPerSample"] << " bits, " << audio["samples"] << " samples\n";
   const bool has608 = description["captions608"], has708 = description["captions708"];
   std::cout << "captions:" << (has608 ? " CEA-608" : "") << (has708 ? " CEA-708" : "")
             << (has608 || has708 ? "\n" : " none\n") << "duration: " << description["durationSeconds"]
@@ -111,7 +120,8 @@ void printText(const Json& description) {
 bool info(const Invocation& invocation, const InfoOptions& options) {
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
-  const Json description = describe(*file, options.file);
+  Json description = describe(*file, options.file);
+  addReasons(description["audio"], options.file);
   if (options.json)
     std::cout << description.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
   else
