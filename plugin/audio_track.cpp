@@ -14,6 +14,10 @@ constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
 constexpr std::uint32_t kAac = Mp4FourCc("aac ");
 constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
 
+// An AAC unit that begins with its end carries no channel (id_syn_ele ID_END; ISO/IEC 14496-3, 4.5.2.1).
+// Memory and disks that were never written read so.
+constexpr unsigned kAacEnd = 7;
+
 constexpr std::uint32_t kAacUnitFrames = 1024;
 constexpr std::uint32_t kAc3UnitFrames = 1536;
 
@@ -223,6 +227,7 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   unit_.resize(header + size);
   if (headed) AdtsHeader(configuration_).write(size, unit_.data());
   if (ReadSample(index, cursor_, unit_.data() + header) < 0) return false;
+  if (headed && unit_[header] >> 5 == kAacEnd) return false;
   std::uint32_t produced = 0;
   const std::int32_t left =
       decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,

@@ -117,7 +117,7 @@ void CMFFmp4::completeDescription() {
     if (holder->kind == QVR_KIND_VIDEO) holder->video.stream = video;
   }
   // The index counts the first track of sound.
-  for (std::size_t i = 1; i < m_audioTracks.size(); ++i)
+  for (std::size_t i = 1; i < m_audioTracks.size() && !m_index->empty(); ++i)
     m_audioTracks[i]->setLength(soundLength(m_audioTracks[i]->statedLength(*m_index)));
   const RateScale audioTime = ReduceRate(
       {static_cast<std::int64_t>(std::uint64_t{m_audio.wave.samplesPerSecond} * video.scale), video.rate});
