@@ -27,14 +27,20 @@ configure() {
   cmake --preset "$1" "${launcher[@]}" >/dev/null
 }
 
+# sources PATTERN FOLDER...: our own files of such names, NUL-terminated.
+sources() {
+  find "${@:2}" \( -name node_modules -o -path ./build \) -prune -o -type f -name "$1" -print0
+}
+
 check_format() {
-  git ls-files -z -- '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
+  { sources '*.cpp' . && sources '*.h' .; } | xargs -0 clang-format --dry-run --Werror
 }
 
 # Every header of a room compiles as the only one of a source file.
 check_headers() {
   local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3 plugin tool)
-  git ls-files -z -- "${rooms[@]/%//*.h}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
+  sources '*.h' host/include dsp mp4box streaming audio plugin tool |
+    xargs -0 -P "$(nproc)" -I HEADER sh -c '
     header=$1; shift
     echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
       { echo "$header does not compile alone" >&2; exit 1; }' sh HEADER "${rooms[@]/#/-I}"
