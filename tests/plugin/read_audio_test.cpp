@@ -6,6 +6,7 @@
 
 #include "built_clip.h"
 #include "loaded_plugin.h"
+#include "places.h"
 #include "sound.h"
 #include "sound_clip.h"
 #include "support/ffmpeg.h"
