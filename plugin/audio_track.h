@@ -55,7 +55,6 @@ class AudioTrack {
 
   const QVRAUDIO& description() const { return holder_.audio; }
   VL_Audio_Decode& decoder() { return decoder_; }
-  const IndexedTrack& track() const { return track_; }
 
   // Sample frames that the track's samples state to last, all together; 0 where there are none.
   std::uint64_t statedLength(FragmentIndex& index);

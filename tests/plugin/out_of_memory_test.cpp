@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "box.h"
+#include "built_clip.h"
 #include "loaded_plugin.h"
 #include "recording.h"
+#include "sound.h"
 #include "support/controlled_new.h"
 #include "support/fragments.h"
 #include "support/log_capture.h"
@@ -74,6 +76,24 @@ TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
     file->FindKeyFrame(1, 1, 1, 0);
   }
   EXPECT_NE(openFile(clip.path), nullptr) << "and with memory the file opens";
+}
+
+// The reader's place does not run ahead of a request that memory ended: what it did not get is still there.
+TEST(OutOfMemory, SoundThatARequestDidNotGetIsReadByTheNext) {
+  constexpr std::size_t kLargeUnit = 9000, kHeader = 7;
+  const CodedSound& sound = aacSound();
+  const BuiltFile clip = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
+  const BuiltFile other = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
+  const Samples expected = readSound(*other, 4096, 4096).samples;
+  ASSERT_EQ(readSound(*clip, 0, 4096).status, VL_OK);
+  {
+    const FailingNew failing(kHeader + kLargeUnit);
+    EXPECT_EQ(readSound(*clip, 4096, 4096).status, 0xFFFFFFFFu);
+  }
+  for (std::uint32_t part = 0; part < 4; ++part) {
+    EXPECT_EQ(readSound(*clip, 4096 + part * 1024, 1024).samples,
+              Samples(expected.begin() + part * 2048, expected.begin() + (part + 1) * 2048));
+  }
 }
 
 // ---- Recording --------------------------------------------------------------------------------------
