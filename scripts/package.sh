@@ -1,13 +1,12 @@
 #!/usr/bin/env bash
 # Makes what users install, in build/packages: a zip for Windows and a package for Debian 12. Each holds the
-# plug-in, the host library and the program. `scripts/package.sh windows` or `debian` makes one of them.
-# FMP4_DEBIAN_PRESET names another preset than `release` to make the latter of.
+# plug-in, the host library and the program, from the builds that the tests run on. `scripts/package.sh windows` or
+# `debian` makes one of them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 version=$(sed -n 's/^project(vlx_fmp4 VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 packages=build/packages
-preset=${FMP4_DEBIAN_PRESET:-release}
 
 fail() {
   echo "package: FAILED: $*" >&2
@@ -68,13 +67,13 @@ debian_dependencies() {
 
 make_debian() {
   scripts/setup.sh
-  configure_and_build "$preset"
+  configure_and_build dev
   local root=$PWD/$packages/debian
   rm -rf "$root"
-  install -D -t "$root/usr/lib/fmp4" "build/$preset/bin"/{fmp4,vlx_fmp4.so,libvlhost.so}
+  install -D -t "$root/usr/lib/fmp4" "build/dev/bin"/{fmp4,vlx_fmp4.so,libvlhost.so}
   strip --strip-unneeded "$root"/usr/lib/fmp4/*
   chmod 644 "$root"/usr/lib/fmp4/*.so
-  install -D -m 644 -t "$root/usr/lib/fmp4/page" "build/$preset/bin"/page/*
+  install -D -m 644 -t "$root/usr/lib/fmp4/page" "build/dev/bin"/page/*
   # The program finds its libraries beside itself, where the link leads.
   install -d "$root/usr/bin"
   ln -s ../lib/fmp4/fmp4 "$root/usr/bin/fmp4"

@@ -91,7 +91,6 @@ step "players" run_players
 step "fuzz" fuzz_all
 
 not_run=""
-export FMP4_DEBIAN_PRESET=dev  # optimised as a release, and there already
 if ! scripts/setup.sh windows; then
   not_run="; NOT RUN, for its packages cannot be installed: everything for Windows"
 else
