@@ -47,12 +47,12 @@ class MediaData : public RuntimeClass<MediaData> {
   virtual MediaData& operator=(const MediaData& other);
 
   // What kind of frame the data are, and what else is told of them: words of the caller's, which MoveDataTo
-  // and assignment hand on. Reset sets the first two to 0.
+  // and assignment hand on and Reset sets to 0.
   [[nodiscard]] std::uint32_t GetFrameType() const { return m_frameType; }
   void SetFrameType(std::uint32_t type) { m_frameType = type; }
   [[nodiscard]] std::uint32_t GetFlags() const { return m_flags; }
   void SetFlags(std::uint32_t flags) { m_flags = flags; }
-  // Whether the data are known to be damaged (not 0). Nothing but SetInvalid changes it.
+  // Whether the data are known to be damaged (not 0): the caller's alone, neither handed on nor reset.
   [[nodiscard]] std::uint32_t GetInvalid() const { return m_invalid; }
   void SetInvalid(std::uint32_t invalid) { m_invalid = invalid; }
 

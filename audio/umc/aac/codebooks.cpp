@@ -5,6 +5,7 @@
 #include <new>
 
 #include "huffman_codes.h"
+#include "shared_object.h"
 
 namespace UMC::aac {
 
@@ -50,8 +51,8 @@ std::unique_ptr<const Codebooks> MakeCodebooks() {
 }  // namespace
 
 const Codebooks* SharedCodebooks() {
-  static const std::unique_ptr<const Codebooks> kShared = MakeCodebooks();
-  return kShared.get();
+  static SharedObject<Codebooks> shared;
+  return shared.Get(MakeCodebooks);
 }
 
 int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks) {
