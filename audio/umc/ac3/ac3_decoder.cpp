@@ -7,6 +7,7 @@
 #include "ac3_state.h"
 #include "audio_data.h"
 #include "frame_decoder.h"
+#include "transform.h"
 
 namespace UMC {
 
@@ -86,6 +87,7 @@ AC3Decoder::~AC3Decoder() {
 }
 
 Status AC3Decoder::AllocateState() {
+  ac3::PrepareTransforms();
   const Status status = m_allocator->Alloc(&m_stateId, sizeof(ac3::DecoderState), 0, kBlockAlignment);
   if (status != UMC_OK) return UMC_ERR_ALLOC;
   Locked locked(*this);

@@ -82,7 +82,8 @@ class Renderer {
   void Render(int index, std::uint8_t* output) {
     const AudioBlock& block = m_state.block;
     const float* samples[kMaxChannels];
-    for (int i = 0; i < 2; ++i) m_dynamicRange[i] = DynamicRangeGain(block.dynamicRange[i]);
+    const int programmes = m_info.mode == kDualMono ? 2 : 1;
+    for (int i = 0; i < programmes; ++i) m_dynamicRange[i] = DynamicRangeGain(block.dynamicRange[i]);
     for (int i = 0; i < m_mix.outputs; ++i) {
       const bool plain = Sum(i, false), switched = Sum(i, true);
       samples[i] = SynthesiseBlock(plain ? m_state.sums[0] : nullptr, switched ? m_state.sums[1] : nullptr,

@@ -84,6 +84,10 @@ void AddShort(const Transforms& transforms, const float* coefficients, Transform
 
 }  // namespace
 
+void PrepareTransforms() {
+  SharedTransforms();
+}
+
 const float* SynthesiseBlock(const float* coefficients, const float* switchedCoefficients, int block,
                              Overlap& overlap, TransformScratch& scratch) {
   const Transforms& transforms = SharedTransforms();

@@ -22,6 +22,9 @@ struct TransformScratch {
   alignas(16) std::uint8_t work[kBlockSamples * sizeof(float)];
 };
 
+// Makes the window and the transforms that all decoders share, once. The first block would do it otherwise.
+void PrepareTransforms();
+
 // Makes the samples of one block, full scale being 32768, of coefficients whose full scale is 1. Those of
 // channels with and without block switching may be there both: the transforms are linear. Either may be null.
 // `block` counts from the first frame on, or from the start of any frame. Returns the samples, which lie in
