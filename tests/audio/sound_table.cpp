@@ -5,6 +5,7 @@
 #include "aac_streams.h"
 #include "ac3_generator.h"
 #include "ac3_streams.h"
+#include "places.h"
 
 namespace {
 
