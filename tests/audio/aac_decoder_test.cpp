@@ -41,6 +41,15 @@ TEST(AacDecoder, ReportsMissingArgumentsAndState) {
   ExpectMissingArgumentsAndStateToBeReported<UMC::AACDecoder, UMC::AACDecoderParams>();
 }
 
+TEST(AacDecoder, NeedsParametersOfAnyClass) {
+  UMC::AACDecoder decoder;
+  UMC::BaseCodecParams base;
+  UMC::AudioCodecParams audio;
+  EXPECT_EQ(-995, decoder.Init(nullptr));
+  EXPECT_EQ(0, decoder.Init(&base));
+  EXPECT_EQ(0, decoder.Init(&audio));
+}
+
 TEST(AacDecoder, RefusesConfigurationsThatItDoesNotServe) {
   const auto init = [](Bytes config) {
     UMC::AACDecoder decoder;

@@ -5,6 +5,8 @@
 #include <new>
 #include <vector>
 
+#include "shared_object.h"
+
 namespace UMC::aac {
 
 struct SbrFilterBanks {
@@ -184,8 +186,8 @@ void Synthesise(const SbrFormat& format, SbrFrame frame, SbrChannelState& channe
 }  // namespace
 
 const SbrFilterBanks* SharedSbrFilterBanks() {
-  static const std::unique_ptr<const SbrFilterBanks> kShared = MakeFilterBanks();
-  return kShared.get();
+  static SharedObject<SbrFilterBanks> shared;
+  return shared.Get(MakeFilterBanks);
 }
 
 void ForgetSbrProgress(SbrElementState& element) {
