@@ -439,6 +439,23 @@ TEST(FFmpegWrapper, WritesNoFurtherThanItsBuffer) {
   });
 }
 
+TEST(FFmpegWrapper, WhatIsLostWithTheBufferIsNotCounted) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    wrapper.SetFrameSize(1 << 18);  // the second frame finds the first buffer too small, and no larger one
+    Bytes unit = frameOf(3, 100);
+    unit.resize(200);
+    LogCapture log;
+    std::uint32_t bytes = 0;
+    EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(unit.data(), 200, &bytes, 0, 0, 1152, 0), -1);
+    EXPECT_EQ(bytes, 0u);
+    EXPECT_EQ(wrapper.BufferedFrames(), 0u);
+    EXPECT_THAT(log.lines,
+                ElementsAre(LogLine{0x80000000u, "WARNING(vlx_Fmp4): Unable to alloc audio buffer\n\n"}));
+  });
+}
+
 TEST(FFmpegWrapper, WritesNoFurtherThanAMegabyteElsewhere) {
   inFFmpegPlace([] {
     const WithFFmpeg on;

@@ -7,8 +7,10 @@
 
 #include <bit>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace vlhost {
 
@@ -95,8 +97,9 @@ std::vector<std::string> neededNames(const InputFile& file, const std::vector<Se
   std::vector<std::string> needed;
   for (const DynamicEntry& entry : entries) {
     if (entry.d_tag == DT_NULL) break;
-    if (entry.d_tag == DT_NEEDED && entry.d_un.d_val < names.size())
-      needed.emplace_back(names.data() + entry.d_un.d_val);
+    if (entry.d_tag != DT_NEEDED || entry.d_un.d_val >= names.size()) continue;
+    const std::string_view name = names.data() + entry.d_un.d_val;
+    if (name.size() <= NAME_MAX) needed.emplace_back(name);
   }
   return needed;
 }

@@ -15,7 +15,7 @@ struct ElfFile {
   std::vector<std::string> needed;
 };
 
-// Reads a regular file. Throws std::bad_alloc alone, and asks for little more memory than the file has bytes.
+// Reads a regular file. Throws std::bad_alloc alone; the memory it takes is in proportion to the file.
 ElfFile readElfFile(const std::string& path);
 
 }  // namespace vlhost
