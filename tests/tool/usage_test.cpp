@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "fmp4.h"
+#include "places.h"
 #include "support/temp_folder.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "places.h"
 #include "support/run.h"
 #include "support/temp_folder.h"
 

@@ -6,8 +6,12 @@
 #include <string>
 
 #include "host/library_number.h"
+<<<<<<< HEAD
 #include "support/log_capture.h"
 #include "support/own_process.h"
+=======
+#include "places.h"
+>>>>>>> main
 #include "support/temp_folder.h"
 #include "vlutil.h"
 
