@@ -6,12 +6,9 @@
 #include <string>
 
 #include "host/library_number.h"
-<<<<<<< HEAD
+#include "places.h"
 #include "support/log_capture.h"
 #include "support/own_process.h"
-=======
-#include "places.h"
->>>>>>> main
 #include "support/temp_folder.h"
 #include "vlutil.h"
 
