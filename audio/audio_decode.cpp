@@ -177,7 +177,10 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudioBuffered(std::uint8_t* input, std:
   while (goesOn) {
     const std::int32_t left = result;
     std::uint32_t produced = 0;
-    if (CheckBuffer(startFrames + kCallFrames) != VL_OK) return -1;
+    if (CheckBuffer(startFrames + kCallFrames) != VL_OK) {
+      *outputBytes = 0;  // what was decoded has gone with the buffer
+      return -1;
+    }
     result = DecodeFrameAudio(m_buffer + offset, &produced, input + inputBytes - left,
                               static_cast<std::uint32_t>(left), reserved, channelPair, duration);
     *outputBytes += produced;
@@ -185,6 +188,7 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudioBuffered(std::uint8_t* input, std:
     if (isAc3 && result >= 0 && result < kAc3RestBytes) result = 0;
     goesOn = result > 0 && result < left;
   }
+  if (m_ffmpeg != nullptr) m_ffmpeg->DropRest();
   SetBufferedFrames(m_bufferedFrames + *outputBytes / m_frameSize);
   return result;
 }
