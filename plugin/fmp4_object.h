@@ -89,7 +89,8 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
   void setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track);
   std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
-  std::uint32_t defaultDuration(const IndexedTrack& track);
+  std::uint32_t addChannels(std::uint32_t count);
+  std::uint32_t nominalDuration(const IndexedTrack& track);
 
   // read_audio.cpp
   AudioTrack* audioTrackOf(std::uint32_t channel);

@@ -116,6 +116,37 @@ TEST(Open, LooksForTheDurationInTheFirstFragmentThatCarriesTheTrack) {
   EXPECT_EQ(clip.described.video->stream.rate, 50u);
 }
 
+// Muxers lengthen the first frame of a recording whose sound has begun before it, and write that as the
+// fragment's default.
+TEST(Open, AFirstFrameThatIsLengthenedDoesNotTellTheRate) {
+  TrafSpec traf;
+  traf.flags = kBaseIsMoof | kDefaultDuration;
+  traf.duration = 786;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration,
+                       {sampleOf(10, 1, 786), sampleOf(10, 2, 512), sampleOf(10, 3, 512)}}};
+  const OpenedFile clip(fileOf({videoTrack(1, 12800, 0)}, fragment(1, {traf})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->stream.rate, 25u);
+  EXPECT_EQ(clip.described.video->stream.scale, 1u);
+}
+
+TEST(Open, TheRateIsThatOfMostFramesInTheFirstFragments) {
+  const auto traf = [](std::uint32_t frames, std::uint32_t duration) {
+    TrafSpec spec;
+    spec.flags = kBaseIsMoof | kDefaultDuration;
+    spec.duration = duration;
+    RunSpec run{kRunDataOffset | kRunSize};
+    for (std::uint32_t i = 0; i < frames; ++i) run.samples.push_back(sampleOf(1, i));
+    spec.runs = {run};
+    return spec;
+  };
+  const OpenedFile clip(
+      fileOf({videoTrack(1, 25000, 0)}, join({fragment(1, {traf(11, 500)}), fragment(2, {traf(12, 1000)}),
+                                              fragment(3, {traf(1, 500)}), fragment(4, {traf(90, 100)})})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->stream.rate, 50u) << "of two durations of 12 frames each the smaller";
+}
+
 TEST(Open, AVideoTrackWithoutAnyRateIsRefusedWithAMessage) {
   LogCapture log;
   const OpenedFile none(fileOf({videoTrack(1, 25000, 0)}, threeFrames()));
