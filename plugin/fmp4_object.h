@@ -73,6 +73,7 @@ class CMFFmp4 : public CAMediaFile {
   void resetDescription();
   void recomputeMainHeader();
   bool describeFrameRate();
+  std::uint32_t countStreams(std::uint32_t kind) const;
   void completeDescription();
 
   // open_read.cpp
