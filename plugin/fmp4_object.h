@@ -45,7 +45,8 @@ class CMFFmp4 : public CAMediaFile {
   // The audio description is that of the file that serves the sound.
   std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video, QVRAUDIO* audio,
                             QVRINFO* info) override;
-  // Says what a recording is to hold; the first sample fixes it.
+  // Says what a recording is to hold; the first sample fixes it. An object that reads describes itself so
+  // from then on, with 0 frames once its video is described; what it reads does not change.
   std::uint32_t SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                             const QVRAUDIO* audio, const QVRINFO* info) override;
   std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
@@ -118,6 +119,8 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t openWrite();
 
   // set_file_info.cpp
+  template <class Wanted>
+  QVRSTREAM* findHolder(Wanted wanted) const;
   void takeInformation(const QVRINFO& info);
   const char* videoRefusal() const;
   const char* audioRefusal() const;
@@ -163,7 +166,6 @@ class CMFFmp4 : public CAMediaFile {
   std::unique_ptr<MpdWriter> m_manifest;
   std::unique_ptr<VideoRecording> m_videoRecording;
   std::unique_ptr<AudioRecording> m_audioRecording;
-  std::array<QVRSTREAM*, 4> m_audioHolders = {};  // by channel pair
   // Of a companion's recording: the owner's geometry, and its manifest (null: none).
   std::optional<SegmentGeometry> m_ownersGeometry;
   MpdWriter* m_ownersManifest = nullptr;

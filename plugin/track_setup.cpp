@@ -34,7 +34,8 @@ constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
 // Sound a frame, where no video tells how long a frame is.
 constexpr FrameRate kSoundFrameRate{30, 1};
 
-// The code with its four bytes in reversed order, as the stream handler holds it: "avc1" as "1cva".
+// Intended: descriptions of video hold the code with its four bytes in reversed order, "avc1" as "1cva";
+// EnumCodecs and descriptions of audio have codes in file byte order.
 constexpr std::uint32_t reversed(std::uint32_t fourcc) {
   return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
 }
@@ -183,9 +184,7 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
       static_cast<std::uint64_t>(std::trunc(wave.samplesPerSecond / fps.value() + 1.0)) * wave.blockAlign);
   audio.stream.suggestedBufferSize = audio.bufferSize;
 
-  for (std::uint32_t channel = 0; channel < wave.channels && m_audioMask != ~0u; ++channel) {
-    m_audioMask = m_audioMask << 1 | 1;
-  }
+  audio.channelMask = addChannels(wave.channels);
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = audio;
   VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];

@@ -71,6 +71,53 @@ TEST(Info, Ac3IsDescribedAsItIsDelivered) {
                                   {"samples", 63 * 1536}}}));
 }
 
+// A pair of files is one presentation, whichever of its names is asked for.
+TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsSound) {
+  const TempFolder folder;
+  makeMedia(folder.file("source.mp4"), pictureInput(2, "25", "160x96") + toneInput(2.048) + h264Codec(25) +
+                                           std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
+  ASSERT_EQ(fmp4({"package", folder.file("source.mp4"), "--output", folder.file("out.mp4")}).exitCode, 0);
+  const json sound = {{{"codec", "mp4a"},
+                       {"channels", 2},
+                       {"sampleRate", 48000},
+                       {"bitsPerSample", 16},
+                       {"samples", ffprobePackets(folder.file("out.m4a"), "a:0").size() * 1024}}};
+  for (const char* name : {"out.mpd", "out.m4v"}) {
+    const json info = json::parse(fmp4({"--quiet", "info", "--json", folder.file(name)}).out);
+    EXPECT_EQ(info["video"]["frames"], 50) << name;
+    EXPECT_EQ(info["audio"], sound) << name;
+    EXPECT_EQ(info["durationSeconds"], 2.0) << name;
+  }
+  const json alone = json::parse(fmp4({"--quiet", "info", "--json", folder.file("out.m4a")}).out);
+  EXPECT_TRUE(alone["video"].is_null());
+  EXPECT_EQ(alone["audio"], sound);
+}
+
+TEST(Info, EachAudioTrackIsDescribedOnce) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, toneInput(1) + toneInput(1) +
+                      std::vector<std::string>{"-map", "0", "-map", "1", "-map", "0", "-c:a", "aac",
+                                               "-ac:a:0", "1", "-ac:a:1", "6", "-ac:a:2", "1"} +
+                      fragmented("+delay_moov"));
+  const json info = json::parse(fmp4({"--quiet", "info", "--json", file}).out);
+  ASSERT_EQ(info["audio"].size(), 3u);
+  EXPECT_EQ(info["audio"][0]["channels"], 1);
+  EXPECT_EQ(info["audio"][1]["channels"], 6);
+  EXPECT_EQ(info["audio"][2]["channels"], 1);
+}
+
+TEST(Info, ARecordingWhoseSoundNeverCameIsDescribed) {
+  const TempFolder folder;
+  makeMedia(folder.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
+                                           std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
+  const std::string recording = folder.file("out.ismv");
+  ASSERT_EQ(fmp4({"package", folder.file("source.mp4"), "--output", recording, "--start", "50"}).exitCode, 0);
+  const RunResult result = fmp4({"--quiet", "info", "--json", recording});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(json::parse(result.out)["video"]["frames"], 50);
+}
+
 TEST(Info, JsonKeysKeepTheirOrder) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
