@@ -99,16 +99,24 @@ std::uint32_t CMFFmp4::soundLength(std::uint64_t stated) const {
       m_nominalRate.numerator));
 }
 
+// Streams of a kind that this object's own file has.
+std::uint32_t CMFFmp4::countStreams(std::uint32_t kind) const {
+  const auto isOfKind = [kind](const auto& holder) { return holder->kind == kind; };
+  return static_cast<std::uint32_t>(std::count_if(m_streams.begin(), m_streams.end(), isOfKind));
+}
+
 // Lengths from the index, and everything that follows from them.
 void CMFFmp4::completeDescription() {
   QVRSTREAMHEADER& video = m_video.stream;
   if (!m_index->empty()) {
     const std::uint64_t frames = m_index->total(kVideoTrack);
     if (frames != 0) video.length = saturate<std::uint32_t>(frames);
-    const IndexedTrack& audio = m_index->track(kAudioTrack);
-    if (audio.present()) {
-      m_audio.stream.length = soundLength(
-          scaleExactly(m_index->total(kAudioTrack), m_audio.wave.samplesPerSecond, audio.timescale));
+    // A picture without sound is announced with sound of its own length.
+    if (!m_companion) {
+      const std::uint64_t ticks = m_index->total(kAudioTrack);
+      const std::uint32_t timescale = m_index->track(kAudioTrack).timescale;
+      m_audio.stream.length =
+          soundLength(ticks ? scaleExactly(ticks, m_audio.wave.samplesPerSecond, timescale) : 0);
     }
     video.suggestedBufferSize = std::max(video.suggestedBufferSize, m_index->largestVideoSample());
   }
@@ -127,6 +135,7 @@ void CMFFmp4::completeDescription() {
   if (hasVideo()) m_video.flags = fccGetDrFlagsVideo(&m_video);
   m_info.captions = (m_tracks[kCc608Track].present() ? QVR_CAPTIONS_608 : 0) |
                     (m_tracks[kCc708Track].present() ? QVR_CAPTIONS_708 : 0);
-  m_system.streams = static_cast<std::uint32_t>(m_streams.size());
+  m_system.streams = countStreams(QVR_KIND_VIDEO) +
+                     (m_companion ? m_companion->countStreams(QVR_KIND_AUDIO) : countStreams(QVR_KIND_AUDIO));
   recomputeMainHeader();
 }

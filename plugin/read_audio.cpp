@@ -22,16 +22,11 @@ std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uin
 
 }  // namespace
 
-// The track that holds a channel pair: the tracks in order are the pairs in order; channels beyond the last
-// pair belong to the track whose channels reach there.
+// The track that serves a channel; null when none does.
 AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
   if (channel == QVR_NO_CHANNEL) return nullptr;
-  const std::uint32_t pair = channel / 2;
-  if (pair < m_audioTracks.size()) return m_audioTracks[pair].get();
-  std::uint32_t channels = 0;
   for (const auto& track : m_audioTracks) {
-    channels += track->description().wave.channels;
-    if (channel < channels) return track.get();
+    if (track->description().channelMask & 1u << channel) return track.get();
   }
   return nullptr;
 }

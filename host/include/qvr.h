@@ -100,9 +100,9 @@ struct QVRWAVE {
 // The audio description.
 struct QVRAUDIO {
   std::uint32_t fileType;
-  std::uint32_t flags;
-  std::uint32_t bufferSize;  // bytes of one video frame's sound
-  std::uint32_t codec;       // four-character code of the stored samples, file byte order
+  std::uint32_t channelMask;  // the channels of the file that the stream serves, 0 where nobody has said
+  std::uint32_t bufferSize;   // bytes of one video frame's sound
+  std::uint32_t codec;        // four-character code of the stored samples, file byte order
   QVRSTREAMHEADER stream;
   QVRWAVE wave;
 };
