@@ -188,8 +188,13 @@ const SbrFilterBanks* SharedSbrFilterBanks() {
   return kShared.get();
 }
 
-void ForgetSbrProgress(SbrElementState& element) {
-  element.started = element.headerSeen = element.phaseUnsure = false;
+void ForgetSbr(SbrArea& sbr) {
+  std::fill_n(sbr.elements, kMaxChannels, SbrElementState{});
+  std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
+  sbr.psData = {};
+  sbr.ps = {};
+  sbr.completeBlocks = 0;
 }
 
 bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {
