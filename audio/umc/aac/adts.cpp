@@ -74,17 +74,18 @@ std::size_t PartialAdtsPattern(const std::uint8_t* data, std::size_t size, std::
 AdtsStart FindAdtsStart(const std::uint8_t* data, std::size_t size) {
   const std::size_t first = FindAdtsHeader(data, size, AdtsRates::kKnown);
   if (first == size) return {size, false};
-  // Whatever the first header is, the next frame's lies no further than the longest frame behind it.
+  // Whatever the first header is, the next frame's lies no further than the longest frame after it.
   const std::size_t end = std::min(size, first + kLongestAdtsFrame + kAdtsHeaderBytes);
+  std::size_t likely = end;
   for (std::size_t at = first; at < end;
        at += 1 + FindAdtsHeader(data + at + 1, end - at - 1, AdtsRates::kKnown)) {
     const AdtsNext next = NextOf(data + at, size - at);
-    const bool counts = next == AdtsNext::kHeader || next == AdtsNext::kEnd;
-    if (!counts && !(at == first && next == AdtsNext::kBeyondInput)) continue;
     // Headers with the same pattern may come before, with a damaged length.
-    return {FindAdtsPattern(data, size, AdtsPattern(data + at)), next == AdtsNext::kHeader};
+    if (next == AdtsNext::kHeader) return {FindAdtsPattern(data, size, AdtsPattern(data + at)), true};
+    const bool fits = next == AdtsNext::kEnd || (next == AdtsNext::kBeyondInput && at == first);
+    if (fits && likely == end) likely = at;
   }
-  return {first, false};
+  return {likely == end ? first : likely, false};
 }
 
 }  // namespace UMC::aac

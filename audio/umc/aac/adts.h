@@ -55,8 +55,9 @@ struct AdtsStart {
   bool proven;         // another header with the same pattern follows it
 };
 
-// Finds the start of a stream. What looks like a header may be none, or damaged: a header counts that is
-// followed by another of its pattern, or by nothing, where its frame ends; without such, the first one.
+// Finds the start of a stream. What looks like a header may be none, or damaged: that one counts which
+// another of its pattern follows where its frame ends; else one whose frame the input ends with, or the
+// first.
 AdtsStart FindAdtsStart(const std::uint8_t* data, std::size_t size);
 
 }  // namespace UMC::aac

@@ -321,6 +321,7 @@ bool AdoptLayout(LockedMemory& memory) {
   if (layout != state.layout) {
     state.layout = layout;
     ForgetChannels(memory);
+    if (memory.Sbr() != nullptr) std::fill_n(memory.Sbr()->elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
   return layout.channelCount > 0;

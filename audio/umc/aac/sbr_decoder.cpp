@@ -189,7 +189,9 @@ const SbrFilterBanks* SharedSbrFilterBanks() {
 }
 
 void ForgetSbr(SbrArea& sbr) {
-  std::fill_n(sbr.elements, kMaxChannels, SbrElementState{});
+  for (SbrElementState& element : sbr.elements) {
+    element.started = element.headerSeen = element.phaseUnsure = false;
+  }
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
   std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
   sbr.psData = {};

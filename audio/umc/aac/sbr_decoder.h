@@ -35,13 +35,15 @@ struct SbrChannelState {
   SbrAdjusterState adjuster;
 };
 
-// What an element keeps from frame to frame.
+// What an element keeps from frame to frame. Its header outlives the signal: it is how a stream is
+// configured, and where headers are rare it saves a long search for one.
 struct SbrElementState {
   bool headerKnown;
   SbrHeader header;
   SbrFrequencyTables tables;  // of the header
-  bool started;               // a block has been read
-  bool headerSeen;            // a header has come, be it that damage has followed
+  // Of the signal, from where it starts.
+  bool started;      // a block has been read
+  bool headerSeen;   // a header has come
   bool phaseUnsure;  // the noise need not be where it would be had the signal started a multiple of 16 blocks
                      // earlier: the first block did not begin at its start, or only later ones had the header
 };
@@ -74,7 +76,7 @@ struct SbrArea {
 };
 static_assert(std::is_trivially_copyable_v<SbrArea>);
 
-// Forgets the signal.
+// Forgets the signal, but not the elements' headers.
 void ForgetSbr(SbrArea& sbr);
 
 // The filter banks, shared by all decoders.

@@ -198,7 +198,8 @@ class AdtsFrame {
     if (parsed == BlockStatus::kInvalid) return Refuse(UMC_ERR_INVALID_STREAM);
     const bool complete = parsed == BlockStatus::kOk;
     const RawDataBlock& block = m_memory.Work().block;
-    const int carried = block.channelCount + block.couplingCount;
+    const int known = m_memory.State().layout.channelCount;
+    const int carried = (block.elementCount > 0 ? block.channelCount : known) + block.couplingCount;
     if (complete && m_header.frameLength > LongestFrame(carried)) {
       return Refuse(UMC_ERR_INVALID_STREAM);
     }
