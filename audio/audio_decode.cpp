@@ -1,6 +1,7 @@
 #include "audio_decode.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -8,6 +9,7 @@
 
 #include "aac_decoder.h"
 #include "ac3_decoder.h"
+#include "audio_specific_config.h"
 #include "ffmpeg_loader.h"
 #include "vlutil.h"
 
@@ -25,6 +27,18 @@ constexpr std::int32_t kAc3RestBytes = 1536;
 
 void Warn(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_Fmp4): %s\n", text);
+}
+
+// Says what of a configuration the AAC decoder does not serve.
+void WarnOfRefused(const UMC::aac::AudioSpecificConfig& config) {
+  char text[64] = "Audio programs with these channels are not supported";
+  if (!UMC::aac::IsServedObjectType(config.objectType)) {
+    std::snprintf(text, sizeof text, "Audio object type %d is not supported", config.objectType);
+  } else if (config.channelConfiguration != 0) {
+    std::snprintf(text, sizeof text, "Audio channel configuration %d is not supported",
+                  config.channelConfiguration);
+  }
+  Warn(text);
 }
 
 // Looks for FFmpeg. Returns whether its decoders can be used.
@@ -243,8 +257,13 @@ void VL_Audio_Decode::ForgetSignal() {
   if (m_codec != nullptr) m_codec->Reset();
 }
 
-void VL_Audio_Decode::SetObjectType(int objectType) {
-  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetObjectType(objectType);
+void VL_Audio_Decode::SetConfiguration(const std::uint8_t* data, std::size_t size) {
+  auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get());
+  UMC::aac::AudioSpecificConfig config;
+  if (aac == nullptr || !UMC::aac::ParseAudioSpecificConfig(data, size, config)) return;
+  if (aac->SetConfiguration(config) == UMC::UMC_OK) return;
+  WarnOfRefused(config);
+  CloseCodec();
 }
 
 void VL_Audio_Decode::SetFrameSize(std::uint32_t bytes) {

@@ -103,9 +103,7 @@ void AudioTrack::openDecoder() {
   const QVRWAVE& wave = holder_.audio.wave;
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);
-  UMC::aac::AudioSpecificConfig config{};
-  if (UMC::aac::ParseAudioSpecificConfig(configuration_.data(), configuration_.size(), config))
-    decoder_.SetObjectType(config.objectType);
+  decoder_.SetConfiguration(configuration_.data(), configuration_.size());
   if (!decoder_.IsOpen()) setUndecodable();
 }
 

@@ -190,8 +190,15 @@ const SbrFilterBanks* SharedSbrFilterBanks() {
   return shared.Get(MakeFilterBanks);
 }
 
-void ForgetSbrProgress(SbrElementState& element) {
-  element.started = element.headerSeen = element.phaseUnsure = false;
+void ForgetSbr(SbrArea& sbr) {
+  for (SbrElementState& element : sbr.elements) {
+    element.started = element.headerSeen = element.phaseUnsure = false;
+  }
+  std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
+  sbr.psData = {};
+  sbr.ps = {};
+  sbr.completeBlocks = 0;
 }
 
 bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {
