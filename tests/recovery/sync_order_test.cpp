@@ -18,7 +18,7 @@ class Disk {
     if (call.kind == HostCallKind::Flush) {
       lasting_[fileNameOf(call.path)] = readFile(call.path);
     } else if (call.kind == HostCallKind::Replace) {
-      check(segmentsOfManifest({static_cast<const char*>(call.content), call.contentBytes}));
+      check(segmentsOfManifest(call.content));
     } else if (call.kind == HostCallKind::FlushStream) {
       for (const char* name : {"out.m3u8", "outA.m3u8"}) {
         if (std::filesystem::exists(folder_.file(name)))

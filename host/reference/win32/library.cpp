@@ -44,7 +44,7 @@ HMODULE loadFile(const std::wstring& path) {
     const DWORD error = GetLastError();
     if (exists(path)) {
       ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlhost): %s does not load, error %lu\n",
-                vlhost::narrow(path).c_str(), error);
+                os::narrow(path).c_str(), error);
     }
     SetLastError(error);
   }
@@ -57,13 +57,13 @@ bool isAnchored(std::wstring_view path) {
 }
 
 HMODULE load(const char* name) {
-  std::wstring path = vlhost::wide(name);
+  std::wstring path = os::wide(name);
   if (path.empty()) return nullptr;
   std::replace(path.begin(), path.end(), L'/', L'\\');
   const std::size_t slash = path.find_last_of(kSeparators);
   if (path.find(L'.', slash + 1) == path.npos) path += L".dll";  // npos + 1 is 0
   const auto loadAbsolute = [](const std::wstring& file) {
-    const std::wstring absolute = vlhost::nativePath(vlhost::narrow(file).c_str());
+    const std::wstring absolute = os::nativePath(os::narrow(file).c_str());
     return absolute.empty() ? nullptr : loadFile(absolute);
   };
   if (isAnchored(path)) return loadAbsolute(path);
