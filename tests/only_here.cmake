@@ -19,9 +19,11 @@ set(VL_LINUX_TESTS
   corrupt_test
   plugin_memory_test
   recovery_day_test
+  recovery_memory_test
   recovery/../support/fault_host.cpp
   recovery/../support/no_disk_wait.cpp
   recovery/fault_test.cpp
+  recovery/short_write_test.cpp
   recovery/sync_order_test.cpp
   audio/ffmpeg_loader_test.cpp
   # The same, in processes that are made by copying, to be killed.

@@ -82,8 +82,8 @@ std::string contentOf(const char* path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// What a call answers that was judged before it was made: the verdict's failure, or what `work` answers, which
-// is 0 on success.
+// What a call answers that was judged before it was made: the verdict's failure, or what `work` answers,
+// which is 0 on success.
 template <class Work>
 int judged(HostCallKind kind, int error, Work work) {
   const Verdict verdict = judge(kind, 0);

@@ -1,9 +1,9 @@
 // A layer between the program under test and its host library and system, which lets calls that write fail,
 // come up short, find the disk full, or be the last ones of the process; and which notes them.
 //
-// A program that links it has every call of vlOSWriteFile, every wait for a file's data to reach the disk, every
-// renaming of a file to replace another, every flush of a C stream but the standard ones, and every cutting of a
-// file pass here, whichever library makes it. Nobody waits for the disk itself.
+// A program that links it has every call of vlOSWriteFile, every wait for a file's data to reach the disk,
+// every renaming of a file to replace another, every flush of a C stream but the standard ones, and every
+// cutting of a file pass here, whichever library makes it. Nobody waits for the disk itself.
 #pragma once
 
 #include <cstdint>
