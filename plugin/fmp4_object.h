@@ -26,6 +26,9 @@ inline constexpr std::uint32_t kFileTypeCode = 147;
 // Frames a second until a source or the host says otherwise, and where there is sound alone.
 inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
 
+// Frames from one key frame to the next until the host says otherwise.
+inline constexpr std::uint32_t kDefaultKeyFrameInterval = 1;
+
 // Audio tracks that one object reads.
 inline constexpr std::size_t kAudioTrackSlots = 64;
 
@@ -42,7 +45,8 @@ class CMFFmp4 : public CAMediaFile {
   // The audio description is that of the file that serves the sound.
   std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video, QVRAUDIO* audio,
                             QVRINFO* info) override;
-  // Says what a recording is to hold; the first sample fixes it.
+  // Says what a recording is to hold; the first sample fixes it. An object that reads describes itself so
+  // from then on, with 0 frames once its video is described; what it reads does not change.
   std::uint32_t SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                             const QVRAUDIO* audio, const QVRINFO* info) override;
   std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
@@ -70,6 +74,8 @@ class CMFFmp4 : public CAMediaFile {
   void resetDescription();
   void recomputeMainHeader();
   bool describeFrameRate();
+  std::uint32_t soundLength(std::uint64_t stated) const;
+  std::uint32_t countStreams(std::uint32_t kind) const;
   void completeDescription();
 
   // open_read.cpp
@@ -86,7 +92,8 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
   void setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track);
   std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
-  std::uint32_t defaultDuration(const IndexedTrack& track);
+  std::uint32_t addChannels(std::uint32_t count);
+  std::uint32_t nominalDuration(const IndexedTrack& track);
 
   // read_audio.cpp
   AudioTrack* audioTrackOf(std::uint32_t channel);
@@ -113,12 +120,16 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t openWrite();
 
   // set_file_info.cpp
+  template <class Wanted>
+  QVRSTREAM* findHolder(Wanted wanted) const;
+  std::uint32_t takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
+                                 const QVRAUDIO* audio, const QVRINFO* info);
   void takeInformation(const QVRINFO& info);
   const char* videoRefusal() const;
-  const char* audioRefusal() const;
+  static const char* audioRefusal(const QVRAUDIO& audio);
   std::uint32_t takeVideo();
   void takeVideoSizes();
-  std::uint32_t takeAudio(std::uint32_t channelMask);
+  void takeAudio(std::uint32_t channelMask);
   void addAudioHolder(std::uint32_t pair);
   void describeToCompanion();
 
@@ -129,6 +140,7 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t startAudioRecording();
   VideoSettings videoSettings() const;
   SoundSettings soundSettings() const;
+  bool isCodedWithFirstPair(std::uint32_t channelMask) const;
 
   // close.cpp
   bool finishRecording();
@@ -138,7 +150,7 @@ class CMFFmp4 : public CAMediaFile {
   // Nominal frame rate of the source, as its tracks give it; the description's rate is snapped from it.
   FrameRate m_nominalRate = kDefaultFrameRate;
   // Codec option 8: frames from one key frame to the next when writing.
-  std::uint32_t m_keyFrameInterval = 1;
+  std::uint32_t m_keyFrameInterval = kDefaultKeyFrameInterval;
 
   std::unique_ptr<Mp4Stream> m_stream;
   Mp4BoxPtr m_root;
@@ -158,7 +170,6 @@ class CMFFmp4 : public CAMediaFile {
   std::unique_ptr<MpdWriter> m_manifest;
   std::unique_ptr<VideoRecording> m_videoRecording;
   std::unique_ptr<AudioRecording> m_audioRecording;
-  std::array<QVRSTREAM*, 4> m_audioHolders = {};  // by channel pair
   // Of a companion's recording: the owner's geometry, and its manifest (null: none).
   std::optional<SegmentGeometry> m_ownersGeometry;
   MpdWriter* m_ownersManifest = nullptr;

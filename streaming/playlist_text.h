@@ -15,6 +15,8 @@ struct PlaylistSettings {
 
 // What a media file's playlist begins with.
 std::string PlaylistHeader(const PlaylistSettings& settings);
+// The line of the header that names the media file, up to its name's end.
+std::string PlaylistMapLine(const std::string& mediaName);
 // The segment of the bytes [start, end) of the media file, which lasts for so many positions.
 std::string PlaylistEntry(const PlaylistSettings& settings, std::uint64_t positions, std::uint64_t start,
                           std::uint64_t end);

@@ -13,6 +13,7 @@
 #include "package_plan.h"
 #include "plugin_host.h"
 #include "progress.h"
+#include "replace_file.h"
 #include "segment_geometry.h"
 #include "source_captions.h"
 #include "source_file.h"
@@ -256,7 +257,7 @@ bool package(const Invocation& invocation, const PackageOptions& options) {
     master.audio = readPlaylist(outputsOf(output).back());
   const std::string text = masterPlaylistText(master);
   const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
-  if (!vlOSReplaceFile(path.c_str(), text.data(), text.size()))
+  if (os::replaceFile(path, text))
     throw ToolError("'" + path + "' could not be written; is the disk full?");
   return true;
 }

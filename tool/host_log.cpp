@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "vlhost.h"
 #include "vlutil.h"
 
 namespace {

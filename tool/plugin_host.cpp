@@ -1,5 +1,6 @@
 #include "plugin_host.h"
 
+#include <filesystem>
 #include <iostream>
 
 #include "commands.h"
@@ -8,6 +9,7 @@
 #include "movie_file.h"
 #include "refusal_reason.h"
 #include "text.h"
+#include "vlpath.h"
 #include "vlutil.h"
 
 namespace {
@@ -26,6 +28,13 @@ Function exportOf(void* library, const std::string& libraryName, const char* nam
   return reinterpret_cast<Function>(address);
 }
 
+// A library as the host takes its name. A path given on a command line starts from the working folder, where
+// the host itself does not look.
+std::string libraryName(const std::string& given) {
+  const std::filesystem::path path = vlPath(given);
+  return path.has_parent_path() ? vlName(std::filesystem::absolute(path)) : given;
+}
+
 void checkLength(const std::string& file) {
   if (file.size() >= VL_MAX_PATH)
     throw ToolError("'" + file + "' is too long a name: the host takes " + std::to_string(VL_MAX_PATH - 1) +
@@ -40,7 +49,7 @@ void MediaFileCloser::operator()(CAMediaFile* object) const {
 }
 
 Plugin::Plugin(const std::string& name) {
-  void* const library = vlOSLoadLibrary(name.c_str(), kLoadBesideHostFirst);
+  void* const library = vlOSLoadLibrary(libraryName(name).c_str(), kLoadBesideHostFirst);
   if (library == nullptr)
     throw ToolError("the plug-in '" + name + "' cannot be loaded; give its path with --plugin");
   checkVersionAndFile_ = exportOf<CheckVersionAndFile>(library, name, "xCheckVersionAndFile");
