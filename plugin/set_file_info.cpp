@@ -1,4 +1,4 @@
-// The host's description of what is to be written. An object that reads only notes it.
+// The host's description of the streams: of what is to be written, or in place of what was read.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -42,9 +42,7 @@ std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYST
                                         const QVRVIDEO* video, const QVRAUDIO* audio, const QVRINFO* info) {
   // Sound that cannot be recorded leaves what was described before as it is.
   const char* const noSound = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
-  const std::uint32_t noted =
-      CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
-  if (!m_fCreateFile()) return noted;
+  CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
   if (system) {
@@ -58,6 +56,15 @@ std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYST
   if (noSound) return refuse(noSound);
   if (audio) takeAudio(channelMask);
   return audio ? VL_OK : result;
+}
+
+// The first stream holder that `wanted(holder)` is true for; null when there is none.
+template <class Wanted>
+QVRSTREAM* CMFFmp4::findHolder(Wanted wanted) const {
+  for (const auto& holder : m_streams) {
+    if (wanted(*holder)) return holder.get();
+  }
+  return nullptr;
 }
 
 // A start timecode that is not set is the longitudinal one, or else the vertical-interval one.
@@ -94,11 +101,11 @@ std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
   m_nominalRate = {stream.rate, stream.scale};
-  if (const char* const refusal = videoRefusal()) return refuse(refusal);
+  if (const char* const refusal = m_fCreateFile() ? videoRefusal() : nullptr) return refuse(refusal);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
-  if (m_videoChannels != 0) return VL_OK;
-  QVRSTREAM* const holder = m_AllocAStream();
+  QVRSTREAM* holder = findHolder([](const QVRSTREAM& stream) { return stream.kind == QVR_KIND_VIDEO; });
+  if (!holder) holder = m_AllocAStream();
   if (!holder) {
     ErrOut("Open(0x%lX)", static_cast<unsigned long>(FMP4_E_NO_STREAM_HOLDER));
     return FMP4_E_NO_STREAM_HOLDER;
@@ -133,15 +140,19 @@ void CMFFmp4::takeAudio(std::uint32_t channelMask) {
 }
 
 void CMFFmp4::addAudioHolder(std::uint32_t pair) {
-  if (m_audioHolders[pair]) return;
+  const std::uint32_t channels = 3u << (2 * pair);
+  const bool held = findHolder([channels](const QVRSTREAM& stream) {
+    return stream.kind == QVR_KIND_AUDIO && (stream.audio.channelMask & channels) != 0;
+  });
+  if (held) return;
   QVRSTREAM* const holder = m_AllocAStream();
   if (!holder) {
     ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
     return;
   }
-  m_audioHolders[pair] = holder;
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = m_audio;
+  holder->audio.channelMask = channels;
   m_fixQVRStruct(&holder->audio);
   // Intended whatever the host asked for: 24-bit samples in 32-bit containers.
   QVRWAVE& wave = holder->audio.wave;
@@ -152,8 +163,8 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
   wave.averageBytesPerSecond = wave.blockAlign * wave.samplesPerSecond;
 }
 
-// Sound of a .m4v file goes into a .m4a file beside it; without that one the video goes on alone. So it does
-// where the two would be one file, and where frames have been written without sound already.
+// Sound of a .m4v recording goes into a .m4a file beside it; without that one the video goes on alone. So it
+// does where the two would be one file, and where frames have been written without sound already.
 void CMFFmp4::describeToCompanion() {
   if (!m_companion && !m_videoRecording->started()) {
     const std::string path = WithExtension(m_videoPath, ".m4a");

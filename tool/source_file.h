@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "nominal_duration.h"
 #include "stream.h"
 
 struct SourceSample {
@@ -29,6 +30,7 @@ struct SourceTrack {
   std::uint32_t channels = 0;               // of sound
   std::vector<std::uint8_t> configuration;  // AVC decoder configuration record, or AudioSpecificConfig
   std::uint8_t objectType = 0;              // of sound: objectTypeIndication
+  NominalDuration nominalDuration;
   std::vector<SourceSample> samples;
 };
 

@@ -156,6 +156,14 @@ SourceTrack readTrack(Mp4Box* trak, std::uint64_t fileSize) {
   return track;
 }
 
+// The sample table of a plain file counts as one fragment.
+NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExtendsBox* trex) {
+  NominalDuration nominal(trex ? trex->defaultSampleDuration : 0);
+  for (const SourceSample& sample : track.samples) nominal.addSamples(sample.duration);
+  nominal.endFragment();
+  return nominal;
+}
+
 // ---- Fragments --------------------------------------------------------------------------------------
 
 const mp4::TrackExtendsBox* trackExtends(Mp4Box* root, std::uint32_t trackId) {
@@ -203,6 +211,7 @@ void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_
                                                  : defaults.flags;
     sample.key = !(flags & kNonSync);
     track.samples.push_back(sample);
+    track.nominalDuration.addSamples(sample.duration);
     offset += sample.size;
     time += sample.duration;
   }
@@ -234,6 +243,7 @@ void readFragment(Mp4Box* root, Mp4Box* moof, std::uint64_t fileSize, std::vecto
       if (run->hasDataOffset()) offset = base + static_cast<std::uint64_t>(std::int64_t{run->dataOffset});
       readRun(*run, defaults, fileSize, *track, time, offset);
     }
+    track->nominalDuration.endFragment();
     dataEnd = offset;
   }
 }
@@ -244,8 +254,10 @@ std::vector<SourceTrack> readTracks(Mp4Box* root, std::uint64_t fileSize) {
   std::vector<SourceTrack> tracks;
   Mp4Box* const movie = Mp4BoxGet(nullptr, root, true, "moov");
   if (!movie) throw ToolError("the source holds no movie box; give an MP4 file");
-  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i)
-    tracks.push_back(readTrack(trak, fileSize));
+  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
+    SourceTrack& track = tracks.emplace_back(readTrack(trak, fileSize));
+    track.nominalDuration = nominalDurationOf(track, trackExtends(root, track.trackId));
+  }
   for (Mp4Box* box = root->first; box; box = box->next) {
     if (box->type == Mp4FourCc("moof")) readFragment(root, box, fileSize, tracks);
   }
