@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "measure.h"
+#include "places.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"
 

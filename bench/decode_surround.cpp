@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "measure.h"
+#include "places.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "mediafile.h"
+#include "places.h"
 
 using MediaFileEntry = std::int64_t (*)(CAMediaFile*, std::uint32_t, void*);
 

@@ -4,6 +4,7 @@
 
 #include "host.h"
 #include "measure.h"
+#include "places.h"
 #include "support/day_file.h"
 #include "support/temp_folder.h"
 

@@ -9,6 +9,7 @@
 
 #include "host.h"
 #include "measure.h"
+#include "places.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"
 

@@ -27,21 +27,27 @@ configure() {
   cmake --preset "$1" "${launcher[@]}" >/dev/null
 }
 
+# sources PATTERN FOLDER...: our own files of such names, NUL-terminated.
+sources() {
+  find "${@:2}" \( -name node_modules -o -path ./build \) -prune -o -type f -name "$1" -print0
+}
+
 check_format() {
-  git ls-files -z -- '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
+  { sources '*.cpp' . && sources '*.h' .; } | xargs -0 clang-format --dry-run --Werror
 }
 
 # Every header of a room compiles as the only one of a source file.
 check_headers() {
   local rooms=(host/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3 plugin tool)
-  git ls-files -z -- "${rooms[@]/%//*.h}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
+  sources '*.h' host/include dsp mp4box streaming audio plugin tool |
+    xargs -0 -P "$(nproc)" -I HEADER sh -c '
     header=$1; shift
     echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
       { echo "$header does not compile alone" >&2; exit 1; }' sh HEADER "${rooms[@]/#/-I}"
 }
 
 run_tests() {
-  ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure --output-log "build/$1/tests.log"
+  ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure
 }
 
 # The served page in Chromium, and ffmpeg over HTTP.
@@ -107,9 +113,11 @@ else
 fi
 
 printf '%s\n' "${timings[@]}"
-passed=$(awk '/tests passed, 0 tests failed out of/ || /^ℹ pass/ { sum += $NF } END { print sum }' \
-  build/{dev,asan}/tests.log build/dev/players.log)
-if [[ -z $not_run ]]; then
-  again=$(awk '/\[  PASSED  \]/ { sum += $4 } END { print sum }' build/windows/Testing/Temporary/LastTest.log)
-fi
+# tests_run PRESET: how many tests its programs ran.
+tests_run() {
+  awk '/\[  PASSED  \]/ { sum += $4 } END { print sum + 0 }' "build/$1/Testing/Temporary/LastTest.log"
+}
+players=$(awk '/^ℹ pass/ { print $3 }' build/dev/players.log)
+passed=$(($(tests_run dev) + $(tests_run asan) + players))
+[[ -n $not_run ]] || again=$(tests_run windows)
 echo "test: all passed: $passed test runs${again:+, $again as Windows programs}, format, headers and packages, in $SECONDS s$not_run"

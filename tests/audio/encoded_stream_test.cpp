@@ -8,6 +8,7 @@
 #include "aac_streams.h"
 #include "audio_specific_config.h"
 #include "codebooks.h"
+#include "places.h"
 #include "raw_data_block.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "places.h"
 #include "support/environment.h"
 #include "support/own_process.h"
 #include "support/temp_folder.h"

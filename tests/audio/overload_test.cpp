@@ -9,6 +9,7 @@
 #include "bit_writer.h"
 #include "codebooks.h"
 #include "huffman_codes.h"
+#include "places.h"
 #include "raw_data_block.h"
 
 namespace {

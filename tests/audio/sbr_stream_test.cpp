@@ -7,6 +7,7 @@
 #include "aac_generator.h"
 #include "aac_streams.h"
 #include "bit_writer.h"
+#include "places.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "corrupt/counted_reads.h"
 #include "corrupt/reading.h"
+#include "places.h"
 #include "support/controlled_new.h"
 #include "support/log_capture.h"
 #include "support/temp_folder.h"

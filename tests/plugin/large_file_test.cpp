@@ -8,6 +8,7 @@
 
 #include "audio/streams.h"
 #include "boxes/tfdt.h"
+#include "places.h"
 #include "recording.h"
 #include "sound.h"
 #include "support/run.h"

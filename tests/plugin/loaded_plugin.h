@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "mediafile.h"
+#include "places.h"
 #include "vlutil.h"
 
 struct Plugin {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "loaded_plugin.h"
+#include "places.h"
 #include "sound.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "loaded_plugin.h"
+#include "places.h"
 #include "sound.h"
 #include "sound_clip.h"
 #include "support/ffmpeg.h"

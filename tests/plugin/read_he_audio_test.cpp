@@ -8,6 +8,7 @@
 #include "audio/bit_writer.h"
 #include "audio/streams.h"
 #include "loaded_plugin.h"
+#include "places.h"
 #include "sound_clip.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"

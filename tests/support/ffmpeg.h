@@ -11,16 +11,9 @@
 #include "support/run.h"
 
 // Makes `output` with ffmpeg: inputs, then options, in `arguments`. One thread and no dates or versions in
-// the output, so that a run is repeatable. Throws std::runtime_error with ffmpeg's words on failure.
-inline void makeMedia(const std::filesystem::path& output, const std::vector<std::string>& arguments) {
-  std::vector<std::string> command = {"ffmpeg", "-nostdin", "-v", "error", "-y", "-threads", "1"};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  for (const char* option : {"-threads", "1", "-fflags", "+bitexact", "-flags:v", "+bitexact", "-flags:a",
-                             "+bitexact", "-map_metadata", "-1"})
-    command.emplace_back(option);
-  command.push_back(output.string());
-  runOrThrow(command);
-}
+// the output, so that a run is repeatable; generated media are made once and kept in build/media. Throws
+// std::runtime_error with ffmpeg's words on failure.
+void makeMedia(const std::filesystem::path& output, const std::vector<std::string>& arguments);
 template <class... Arguments>
 void makeMedia(const std::filesystem::path& output, const Arguments&... arguments) {
   makeMedia(output, std::vector<std::string>{std::string(arguments)...});

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "audio/ffmpeg_place.h"
+#include "places.h"
 #include "support/environment.h"
 #include "support/temp_folder.h"
 

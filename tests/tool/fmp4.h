@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "places.h"
 #include "support/run.h"
 
 inline RunResult fmp4(const std::vector<std::string>& arguments) {

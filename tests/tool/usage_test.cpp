@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fmp4.h"
+#include "places.h"
 #include "support/temp_folder.h"
 
 namespace {

@@ -9,6 +9,7 @@
 
 #include "bytes.h"
 #include "fmp4.h"
+#include "places.h"
 #include "support/box_builder.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/library_number.h"
+#include "places.h"
 #include "support/temp_folder.h"
 #include "vlpath.h"
 #include "vlutil.h"

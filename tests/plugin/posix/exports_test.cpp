@@ -3,6 +3,7 @@
 
 #include <sstream>
 
+#include "places.h"
 #include "support/run.h"
 
 TEST(Exports, AreExactlyWhatTheHostLooksFor) {

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "places.h"
 #include "support/run.h"
 #include "support/temp_folder.h"
 #include "vlpath.h"

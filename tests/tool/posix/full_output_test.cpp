@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "places.h"
 #include "support/ffmpeg.h"
 #include "support/temp_folder.h"
 #include "tool/fmp4.h"

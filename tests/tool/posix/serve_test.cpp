@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "places.h"
 #include "support/run.h"
 #include "tool/serving.h"
 
