@@ -4,6 +4,7 @@
 
 #include "number_text.h"
 #include "vlutil.h"
+#include "uri.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ MpdWriter::List MpdWriter::BeginAudio(const MpdAudio& audio) {
 
 MpdWriter::List MpdWriter::beginSegmentList(tinyxml2::XMLElement* representation,
                                             const MpdSegments& segments) {
-  representation->InsertNewChildElement("BaseURL")->SetText(segments.mediaName.c_str());
+  representation->InsertNewChildElement("BaseURL")->SetText(UriOfName(segments.mediaName).c_str());
   const List list = representation->InsertNewChildElement("SegmentList");
   set(list, "timescale", segments.timescale);
   set(list, "duration", segments.duration);

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "number_text.h"
+#include "uri.h"
 
 std::uint32_t PlaylistTargetDuration(std::uint64_t segmentLength, double rate) {
   constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
@@ -19,7 +20,7 @@ std::string PlaylistHeader(const PlaylistSettings& settings) {
          "#EXT-X-MEDIA-SEQUENCE:0\n"
          "#EXT-X-INDEPENDENT-SEGMENTS\n"
          "#EXT-X-MAP:URI=\"" +
-         settings.mediaName + "\",BYTERANGE=\"" + std::to_string(settings.initialisationLength) +
+         UriOfName(settings.mediaName) + "\",BYTERANGE=\"" + std::to_string(settings.initialisationLength) +
          "@0\"\n"
          "#EXT-X-PROGRAM-DATE-TIME:" +
          settings.startTime + "\n";
@@ -30,5 +31,6 @@ std::string PlaylistEntry(const PlaylistSettings& settings, std::uint64_t positi
   return "#EXTINF:" + fixedText(static_cast<double>(positions) / settings.rate, 3) +
          ",\n"
          "#EXT-X-BYTERANGE:" +
-         std::to_string(end - start) + "@" + std::to_string(start) + "\n" + settings.mediaName + "\n";
+         std::to_string(end - start) + "@" + std::to_string(start) + "\n" + UriOfName(settings.mediaName) +
+         "\n";
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "commands.h"
@@ -6,6 +7,7 @@
 #include "output_file.h"
 #include "plugin_host.h"
 #include "progress.h"
+#include "sound_skew.h"
 #include "text.h"
 #include "wave_header.h"
 
@@ -16,24 +18,28 @@ constexpr std::uint32_t kFirstPair = 1;
 // Sample frames asked for at a time.
 constexpr std::uint32_t kBlockFrames = 48000;
 
-// Sample frames that the selected frames play over.
+// Sample frames that the selected frames play over, behind `silence` of them where the sound starts late.
 struct SampleRange {
   std::uint64_t from;
   std::uint64_t count;
+  std::uint64_t silence;
 };
 
 SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system, const QVRAUDIO& audio,
                         const std::string& name) {
-  const std::uint64_t total = audio.stream.length;
+  const auto total = static_cast<std::int64_t>(audio.stream.length);
+  const auto skew = static_cast<std::int64_t>(std::llround(soundSkew(name) * audio.wave.samplesPerSecond));
   const auto sampleOf = [&](std::uint64_t frame) {
-    return frame * system.scale * audio.wave.samplesPerSecond / system.rate;
+    return static_cast<std::int64_t>(frame * system.scale * audio.wave.samplesPerSecond / system.rate) + skew;
   };
-  const std::uint64_t from = sampleOf(selection.from);
-  if (from >= total)
+  const std::int64_t begin = sampleOf(selection.from);
+  if (begin >= total)
     throw ToolError("the sound of '" + name + "' ends before frame " + std::to_string(selection.from));
-  const std::uint64_t end =
-      selection.count ? sampleOf(std::uint64_t{selection.from} + *selection.count) : total;
-  return {from, std::min(end, total) - from};
+  const std::int64_t end =
+      selection.count ? std::min(sampleOf(std::uint64_t{selection.from} + *selection.count), total) : total;
+  const std::int64_t from = std::max<std::int64_t>(begin, 0), to = std::max<std::int64_t>(end, 0);
+  return {static_cast<std::uint64_t>(from), static_cast<std::uint64_t>(std::max(to - from, std::int64_t{0})),
+          static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
 }
 
 }  // namespace
@@ -51,8 +57,14 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   OutputFile output(request.output, request.input);
   output.make([&] {
     Progress progress("exporting sound", static_cast<std::uint32_t>(range.count));
-    output.write(waveHeader(format, range.count * format.frameBytes()));
+    output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
     std::uint64_t written = 0;
+    for (std::uint64_t left = range.silence * format.frameBytes(); left != 0;) {
+      const std::size_t bytes = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
+      output.write({block.data(), bytes});
+      written += bytes;
+      left -= bytes;
+    }
     for (std::uint64_t done = 0; done < range.count;) {
       const auto wanted =
           static_cast<std::uint32_t>(std::min<std::uint64_t>(kBlockFrames, range.count - done));

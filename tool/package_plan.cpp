@@ -137,13 +137,14 @@ void chooseInterval(const SourceTrack& video, const PackageOptions& options, Pac
        std::to_string(plan.interval) + " frames, and some will not start with a key frame");
 }
 
-void chooseOffsets(const SourceTrack& video, PackagePlan& plan) {
-  for (const SourceSample& sample : chosen(video, plan))
-    plan.leastOffset = std::min(plan.leastOffset, sample.compositionOffset);
-  plan.frameTicks = static_cast<double>(video.timescale) / plan.framesPerSecond();
-}
-
 }  // namespace
+
+void PackagePlan::chooseOffsets(const SourceTrack& video) {
+  leastOffset = 0;
+  for (const SourceSample& sample : chosen(video, *this))
+    leastOffset = std::min(leastOffset, sample.compositionOffset);
+  frameTicks = static_cast<double>(video.timescale) / framesPerSecond();
+}
 
 std::int32_t PackagePlan::compositionOffset(const SourceSample& frame) const {
   const double offset = std::round(static_cast<double>(frame.compositionOffset - leastOffset) / frameTicks);
@@ -155,6 +156,6 @@ PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options,
   chooseFrames(video, options, plan, warn);
   chooseRate(video, plan, warn);
   chooseInterval(video, options, plan, warn);
-  chooseOffsets(video, plan);
+  plan.chooseOffsets(video);
   return plan;
 }

@@ -27,6 +27,8 @@ struct PackagePlan {
   double frameTicks = 1;         // ticks of the source a frame
 
   double framesPerSecond() const { return static_cast<double>(rate) / scale; }
+  // Takes the offsets of the chosen frames into account, once these and the rate are known.
+  void chooseOffsets(const SourceTrack& video);
   // Of a frame of the source, in whole frames, counted from the lowest.
   std::int32_t compositionOffset(const SourceSample& frame) const;
 };

@@ -248,7 +248,7 @@ void Packager::writeSoundUpTo(double end, bool fill) {
     const auto time = isLeftOut(*audio_, sample) ? std::nullopt : times_.recorded(audio_->present(sample));
     const double position = static_cast<double>(accessUnits_) * soundSeconds();
     const double late = time ? *time - soundOffset_ - position : 0;
-    const double most = kTolerance * soundSeconds() + kRounding;
+    const double most = kTolerance * soundSeconds() + (followsSource_ ? kRounding : 0);
     if (!time || late < -most) {
       if (time && accessUnits_ == 0) leadingSound_ = std::max(leadingSound_, -late);
       if (time && accessUnits_ != 0) ++overlaps_;
@@ -257,7 +257,8 @@ void Packager::writeSoundUpTo(double end, bool fill) {
     }
     if (position >= end) return;
     if (late > most && !fill) return;
-    if (late > most && silence_) {
+    followsSource_ = late <= most || !silence_;
+    if (!followsSource_) {
       writeAccessUnit(*silence_);
       continue;
     }
