@@ -104,13 +104,26 @@ std::vector<ChannelElement> channelElements(std::span<const std::uint8_t> config
   return channels == 0 ? programElements(bits) : elementsOf(channels);
 }
 
-// An individual_channel_stream of one long window without scale factor bands (4.4.2.7).
-void putChannel(BitWriter& bits) {
-  bits.put(0, 8);          // global gain
+// ics_info of one long window without scale factor bands or prediction (4.4.2.1).
+void putWindow(BitWriter& bits) {
   bits.put(0, 1 + 2 + 1);  // reserved, window sequence and shape
   bits.put(0, 6);          // max_sfb
   bits.put(0, 1);          // no prediction
+}
+
+// An individual_channel_stream (4.4.2.7), but for its ics_info.
+void putChannel(BitWriter& bits, bool ownWindow) {
+  bits.put(0, 8);  // global gain
+  if (ownWindow) putWindow(bits);
   bits.put(0, 1 + 1 + 1);  // no pulses, noise shaping, gain control
+}
+
+void putPair(BitWriter& bits) {
+  bits.put(1, 1);  // one window for both channels
+  putWindow(bits);
+  bits.put(0, 2);  // no mid/side stereo
+  putChannel(bits, false);
+  putChannel(bits, false);
 }
 
 }  // namespace
@@ -122,11 +135,10 @@ std::optional<std::vector<std::uint8_t>> silentAccessUnit(std::span<const std::u
   for (const ChannelElement& element : elements) {
     bits.put(element.type, 3);
     bits.put(element.tag, 4);
-    if (element.type == kPair) {
-      bits.put(0, 1);  // each channel has its own window
-      putChannel(bits);
-    }
-    putChannel(bits);
+    if (element.type == kPair)
+      putPair(bits);
+    else
+      putChannel(bits, true);
   }
   bits.put(kEnd, 3);
   return bits.bytes();

@@ -118,8 +118,9 @@ TEST_F(InStep, PicturesThatStartLate) {
 
 TEST_F(InStep, SoundWithAGap) {
   const std::string file = source(2);
-  makeMedia(folder_.file("first.mp4"), {"-i", file, "-t", "1.2", "-vn", "-c", "copy"});
-  makeMedia(folder_.file("second.mp4"), {"-ss", "1.7", "-i", file, "-vn", "-c", "copy"});
+  makeMedia(folder_.file("sound.mp4"), {"-i", file, "-vn", "-c", "copy"});
+  makeMedia(folder_.file("first.mp4"), {"-i", folder_.file("sound.mp4"), "-t", "1.2", "-c", "copy"});
+  makeMedia(folder_.file("second.mp4"), {"-ss", "1.7", "-i", folder_.file("sound.mp4"), "-c", "copy"});
   std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 1.7\nfile second.mp4\n";
   const std::string gap = made({"-i", file, "-f", "concat", "-i", folder_.file("parts.txt"), "-map", "0:v",
                                 "-map", "1:a", "-c", "copy"});
