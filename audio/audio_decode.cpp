@@ -1,6 +1,7 @@
 #include "audio_decode.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -8,6 +9,7 @@
 
 #include "aac_decoder.h"
 #include "ac3_decoder.h"
+#include "audio_specific_config.h"
 #include "ffmpeg_loader.h"
 #include "vlutil.h"
 
@@ -25,6 +27,18 @@ constexpr std::int32_t kAc3RestBytes = 1536;
 
 void Warn(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_Fmp4): %s\n", text);
+}
+
+// Says what of a configuration the AAC decoder does not serve.
+void WarnOfRefused(const UMC::aac::AudioSpecificConfig& config) {
+  char text[64] = "Audio programs with these channels are not supported";
+  if (!UMC::aac::IsServedObjectType(config.objectType)) {
+    std::snprintf(text, sizeof text, "Audio object type %d is not supported", config.objectType);
+  } else if (config.channelConfiguration != 0) {
+    std::snprintf(text, sizeof text, "Audio channel configuration %d is not supported",
+                  config.channelConfiguration);
+  }
+  Warn(text);
 }
 
 // Looks for FFmpeg. Returns whether its decoders can be used.
@@ -177,7 +191,10 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudioBuffered(std::uint8_t* input, std:
   while (goesOn) {
     const std::int32_t left = result;
     std::uint32_t produced = 0;
-    if (CheckBuffer(startFrames + kCallFrames) != VL_OK) return -1;
+    if (CheckBuffer(startFrames + kCallFrames) != VL_OK) {
+      *outputBytes = 0;  // what was decoded has gone with the buffer
+      return -1;
+    }
     result = DecodeFrameAudio(m_buffer + offset, &produced, input + inputBytes - left,
                               static_cast<std::uint32_t>(left), reserved, channelPair, duration);
     *outputBytes += produced;
@@ -185,6 +202,7 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudioBuffered(std::uint8_t* input, std:
     if (isAc3 && result >= 0 && result < kAc3RestBytes) result = 0;
     goesOn = result > 0 && result < left;
   }
+  if (m_ffmpeg != nullptr) m_ffmpeg->DropRest();
   SetBufferedFrames(m_bufferedFrames + *outputBytes / m_frameSize);
   return result;
 }
@@ -235,8 +253,17 @@ bool VL_Audio_Decode::Settled() const {
   return aac == nullptr || aac->Settled();
 }
 
-void VL_Audio_Decode::SetObjectType(int objectType) {
-  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetObjectType(objectType);
+void VL_Audio_Decode::ForgetSignal() {
+  if (m_codec != nullptr) m_codec->Reset();
+}
+
+void VL_Audio_Decode::SetConfiguration(const std::uint8_t* data, std::size_t size) {
+  auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get());
+  UMC::aac::AudioSpecificConfig config;
+  if (aac == nullptr || !UMC::aac::ParseAudioSpecificConfig(data, size, config)) return;
+  if (aac->SetConfiguration(config) == UMC::UMC_OK) return;
+  WarnOfRefused(config);
+  CloseCodec();
 }
 
 void VL_Audio_Decode::SetFrameSize(std::uint32_t bytes) {

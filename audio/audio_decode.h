@@ -2,6 +2,7 @@
 // that sample frames can be had from any position, wherever the access units begin and end.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -79,9 +80,15 @@ class VL_Audio_Decode {
   // an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
-  // Tells, behind Init, the audio object type of ISO/IEC 14496-3 that the track's configuration states: the
-  // headers ahead of its samples have no room for all of them. Without effect on other decoders.
-  void SetObjectType(int objectType);
+  // Forgets the signal that overlaps into the next frame, for a frame between is lost. Buffered PCM stays. A
+  // decoder of FFmpeg keeps its signal, as with Reset.
+  void ForgetSignal();
+
+  // Tells, after Init, the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track, of which the
+  // headers ahead of its samples have room for little. One that is not served closes the decoder, with a
+  // warning that says why; one that cannot be parsed leaves it to those headers. Without effect on other
+  // decoders.
+  void SetConfiguration(const std::uint8_t* data, std::size_t size);
 
   // What the reader sets and looks at between calls.
   void SetChannels(std::uint32_t channels) { m_channels = channels; }

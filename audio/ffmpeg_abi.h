@@ -52,11 +52,11 @@ struct Packet {
   std::int64_t position;
   std::int64_t reserved;
 };
-static_assert(sizeof(void*) != 8 ||
-              (sizeof(Packet) == 88 && offsetof(Packet, data) == 24 && offsetof(Packet, size) == 32 &&
-               offsetof(Packet, sideData) == 48 && offsetof(Packet, duration) == 64));
+static_assert(sizeof(void*) == 8, "the offsets are those of 64-bit systems");
+static_assert(sizeof(Packet) == 88 && offsetof(Packet, data) == 24 && offsetof(Packet, size) == 32 &&
+              offsetof(Packet, sideData) == 48 && offsetof(Packet, duration) == 64);
 
-// Bytes behind a packet's data that decoders may read; 32 in this generation, 64 in any.
+// Bytes after a packet's data that decoders may read; 32 in this generation, 64 in any.
 inline constexpr std::size_t kPacketPadding = 64;
 
 // Offsets in bytes of AVFrame's and AVCodecContext's fields.
@@ -94,7 +94,10 @@ struct Functions {
   CodecContext* (*avcodec_alloc_context3)(const Codec* codec);
   int (*avcodec_open2)(CodecContext* context, const Codec* codec, Dictionary** options);
   int (*avcodec_close)(CodecContext* context);
-  // Returns the bytes consumed. What the frame points to is the decoder's, until the next call.
+  // Returns the bytes consumed. What the frame points to is the decoder's, until the next call. From
+  // FFmpeg 3.4 on, a packet that was consumed in part must be followed by exactly its rest, until that is
+  // used up or the call fails; any other packet fails, and so does every one after it. An empty packet ends
+  // the stream for good.
   int (*avcodec_decode_audio4)(CodecContext* context, Frame* frame, int* gotFrame, const Packet* packet);
   Frame* (*av_frame_alloc)();
   void (*av_frame_free)(Frame** frame);

@@ -1,7 +1,9 @@
 #include "ffmpeg_decoder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "ffmpeg_loader.h"
@@ -17,8 +19,6 @@ std::unique_ptr<FFmpegDecoder> FFmpegDecoder::Open(ffmpeg57::CodecId id) {
   if (codec == nullptr) return nullptr;
   std::unique_ptr<FFmpegDecoder> decoder(new (std::nothrow) FFmpegDecoder);
   if (decoder == nullptr) return nullptr;
-  decoder->m_packet.reset(new (std::nothrow) std::uint8_t[kPacketBytes]());
-  if (decoder->m_packet == nullptr) return nullptr;
   decoder->m_context = ffmpeg.avcodec_alloc_context3(codec);
   if (decoder->m_context != nullptr)
     decoder->m_opened = ffmpeg.avcodec_open2(decoder->m_context, codec, nullptr) >= 0;
@@ -42,24 +42,20 @@ std::int32_t FFmpegDecoder::Decode(std::uint8_t* output, std::uint32_t room, std
                                    std::uint32_t duration) {
   constexpr std::uint64_t kLimitBytesPerFrame = 64;
   constexpr std::uint32_t kPairBytes = 4;
-  const ffmpeg57::Functions& ffmpeg = FFmpeg();
   *outputBytes = 0;
   if (!m_opened) return -1;
-  if (m_frame == nullptr) m_frame = ffmpeg.av_frame_alloc();
+  if (inputBytes == 0) return 0;
+  if (m_frame == nullptr) m_frame = FFmpeg().av_frame_alloc();
   if (m_frame == nullptr) return -1;
 
-  // Decoders read behind their input: they are given a copy with room there.
-  const std::size_t bytes = std::min<std::size_t>(inputBytes, kPacketBytes - ffmpeg57::kPacketPadding);
-  std::memcpy(m_packet.get(), input, bytes);
-  std::memset(m_packet.get() + bytes, 0, ffmpeg57::kPacketPadding);
-  ffmpeg57::Packet packet = {};
-  packet.data = m_packet.get();
-  packet.size = static_cast<int>(bytes);
-
-  int gotFrame = 0;
-  const int consumed = ffmpeg.avcodec_decode_audio4(m_context, m_frame, &gotFrame, &packet);
-  if (consumed < 0) return -1;
-  if (gotFrame != 0) {
+  const bool isRest = m_rest > 0 && input == m_next && inputBytes == m_rest;
+  if (!isRest) {
+    DropRest();
+    if (!TakePacket(input, inputBytes)) return -1;
+  }
+  bool gotFrame = false;
+  if (!DecodeOnce(gotFrame)) return -1;
+  if (gotFrame) {
     constexpr std::size_t kPlaneB = ffmpeg57::kFrameData + sizeof(void*);
     const DecodedSamples samples = {FieldAt<const std::uint8_t*>(m_frame, ffmpeg57::kFrameData),
                                     FieldAt<const std::uint8_t*>(m_frame, kPlaneB),
@@ -68,5 +64,43 @@ std::int32_t FFmpegDecoder::Decode(std::uint8_t* output, std::uint32_t room, std
                                     FieldAt<int>(m_frame, ffmpeg57::kFrameSamples)};
     *outputBytes = ConvertSamples(samples, output, kLimitBytesPerFrame * duration, room / kPairBytes);
   }
-  return static_cast<std::int32_t>(inputBytes - std::min(static_cast<std::uint32_t>(consumed), inputBytes));
+  m_next = input + (inputBytes - m_rest);
+  return static_cast<std::int32_t>(m_rest);
+}
+
+void FFmpegDecoder::DropRest() {
+  bool ignored = false;
+  while (m_rest > 0) {
+    const std::uint32_t before = m_rest;
+    if (!DecodeOnce(ignored) || m_rest == before) m_rest = 0;
+  }
+}
+
+// Decoders read past the end of their input: they are given a copy with room there. False when there is no
+// memory for it, or it has more bytes than a packet can say.
+bool FFmpegDecoder::TakePacket(const std::uint8_t* input, std::uint32_t bytes) {
+  if (bytes > static_cast<std::uint32_t>(std::numeric_limits<int>::max())) return false;
+  const std::size_t room = bytes + ffmpeg57::kPacketPadding;
+  if (room > m_packetRoom) {
+    const std::size_t grown = std::bit_ceil(room);
+    m_packet.reset(new (std::nothrow) std::uint8_t[grown]);
+    m_packetRoom = m_packet == nullptr ? 0 : grown;
+    if (m_packet == nullptr) return false;
+  }
+  std::memcpy(m_packet.get(), input, bytes);
+  std::memset(m_packet.get() + bytes, 0, ffmpeg57::kPacketPadding);
+  m_packetBytes = m_rest = bytes;
+  return true;
+}
+
+// One call for what is left of the packet. False, and nothing is left, when the decoder fails.
+bool FFmpegDecoder::DecodeOnce(bool& gotFrame) {
+  ffmpeg57::Packet packet = {};
+  packet.data = m_packet.get() + (m_packetBytes - m_rest);
+  packet.size = static_cast<int>(m_rest);
+  int got = 0;
+  const int consumed = FFmpeg().avcodec_decode_audio4(m_context, m_frame, &got, &packet);
+  gotFrame = got != 0;
+  m_rest -= consumed < 0 ? m_rest : std::min(static_cast<std::uint32_t>(consumed), m_rest);
+  return consumed >= 0;
 }

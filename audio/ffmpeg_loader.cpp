@@ -1,6 +1,7 @@
 #include "ffmpeg_loader.h"
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -131,15 +132,17 @@ class Library {
   // Whether every entry point that is required was found.
   bool complete() const { return complete_; }
 
-  // Loads the first one that is of a known version, unless one is loaded, and finds its entry points. Returns
-  // false when there is none.
-  bool load(const LibraryKind& kind, Functions& functions) {
+  // Loads the first one that is of a known version and fits the one of the two libraries that is loaded
+  // already, unless one is loaded, and finds its entry points. Returns false when there is none.
+  bool load(const LibraryKind& kind, const std::function<bool(void* candidate)>& fits, Functions& functions) {
     for (const char* place : kind.places) {
-      if (!loaded()) handle_ = loadKnown(kind, place);
+      if (!loaded()) handle_ = loadFitting(kind, fits, place);
     }
     if (loaded()) resolve(kind, functions);
     return loaded();
   }
+
+  void* handle() const { return handle_; }
 
   void unload() {
     if (loaded()) vlOSFreeLibrary(handle_);
@@ -148,14 +151,19 @@ class Library {
   }
 
  private:
-  // A library that tells another version than its name says is not taken.
-  static void* loadKnown(const LibraryKind& kind, const char* place) {
+  static void* loadFitting(const LibraryKind& kind, const std::function<bool(void* candidate)>& fits,
+                           const char* place) {
     constexpr std::uint32_t kLoadFlags = 2;
     void* const handle = vlOSLoadLibrary(place, kLoadFlags);
-    const auto version = reinterpret_cast<unsigned (*)()>(vlOSGetProcAddress(handle, kind.versionName));
-    if (version == nullptr || kind.isKnown(version())) return handle;
+    if (handle == nullptr || (isKnown(kind, handle) && fits(handle))) return handle;
     vlOSFreeLibrary(handle);
     return nullptr;
+  }
+
+  // A library that tells another version than its name says is not taken.
+  static bool isKnown(const LibraryKind& kind, void* handle) {
+    const auto version = reinterpret_cast<unsigned (*)()>(vlOSGetProcAddress(handle, kind.versionName));
+    return version == nullptr || kind.isKnown(version());
   }
 
   void resolve(const LibraryKind& kind, Functions& functions) {
@@ -171,6 +179,14 @@ class Library {
   void* handle_ = nullptr;
   bool complete_ = false;
 };
+
+// Whether libavcodec uses this libavutil, as far as the system tells. Where two copies are loaded, it may be
+// bound to the other one, and frames that the one makes are too small for the other.
+bool isBoundTo(void* avcodec, void* avutil) {
+  constexpr char kShared[] = "av_frame_alloc";
+  void* const used = vlOSGetProcAddress(avcodec, kShared);
+  return used == nullptr || used == vlOSGetProcAddress(avutil, kShared);
+}
 
 // FFmpeg's own messages are for nobody here. Every level comes to a callback, whatever level is set.
 void swallowLog(void* /*source*/, int /*level*/, const char* /*format*/, va_list /*arguments*/) {}
@@ -214,10 +230,14 @@ struct Outcome {
 
 // Under the lock.
 Outcome loadBoth(State& s) {
-  if (!s.avcodec.loaded() && !s.avcodec.load(kAvcodec, s.functions))
+  const auto fitsAvutil = [&](void* avcodec) {
+    return !s.avutil.loaded() || isBoundTo(avcodec, s.avutil.handle());
+  };
+  const auto fitsAvcodec = [&](void* avutil) { return isBoundTo(s.avcodec.handle(), avutil); };
+  if (!s.avcodec.loaded() && !s.avcodec.load(kAvcodec, fitsAvutil, s.functions))
     return {VL_FFMPEG_MISSING, reportIsDue(s) ? kNoAvcodec : nullptr};
   if (!s.avutil.loaded()) {
-    if (!s.avutil.load(kAvutil, s.functions)) return {VL_FFMPEG_MISSING, kNoAvutil};
+    if (!s.avutil.load(kAvutil, fitsAvcodec, s.functions)) return {VL_FFMPEG_MISSING, kNoAvutil};
     if (s.functions.av_log_set_callback) s.functions.av_log_set_callback(&swallowLog);
     if (s.functions.av_log_set_level) s.functions.av_log_set_level(ffmpeg57::kLogDebug);
   }

@@ -61,6 +61,10 @@ Ipp32f PredictLine(Ipp32f value, bool used, std::size_t line, IppsFDPState_32f& 
 
 }  // namespace
 
+IppStatus ippsFDPInit_32f(IppsFDPState_32f* state) {
+  return ippsFDPReset_32f(state);
+}
+
 IppStatus ippsFDPReset_32f(IppsFDPState_32f* state) {
   return ippsFDPResetLines_32f(0, kFdpLines, state);
 }

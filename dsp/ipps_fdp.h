@@ -13,14 +13,17 @@ inline constexpr std::size_t kFdpLines = 672;
 inline constexpr std::size_t kFdpResetGroups = 30;
 
 // The predictors of one channel. Values are single-precision numbers cut to their 16 upper bits. Plain data
-// that may be moved as a block of bytes; ippsFDPReset_32f makes it valid.
+// that may be moved as a block of bytes; ippsFDPInit_32f makes it valid.
 struct IppsFDPState_32f {
   Ipp16u r0[kFdpLines], r1[kFdpLines];  // the lattice's delayed values
   Ipp16u correlation1[kFdpLines], correlation2[kFdpLines];
   Ipp16u variance1[kFdpLines], variance2[kFdpLines];
 };
 
-// Sets all predictors to their first state.
+// Makes predictors in their first state of memory that holds anything.
+IppStatus ippsFDPInit_32f(IppsFDPState_32f* state);
+
+// Sets all predictors back to their first state.
 IppStatus ippsFDPReset_32f(IppsFDPState_32f* state);
 
 // The same for the lines group - 1, group - 1 + 30 and so on; ippStsSizeErr for a group outside 1 to 30.

@@ -34,9 +34,19 @@ void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) 
 // Subband k turns by step * (k + 1/2), clockwise.
 void PrepareRotation(double step, IppsFilterSpec_SBR_32f& bank) {
   bank.rotates = 1;
-  for (Ipp32s k = 0; k < kIppsSbrAnalysisBands; ++k) {
+  for (Ipp32s k = 0; k < kIppsSbrBands; ++k) {
     bank.rotation[0][k] = static_cast<Ipp32f>(std::cos(step * (k + 0.5)));
     bank.rotation[1][k] = static_cast<Ipp32f>(std::sin(step * (k + 0.5)));
+  }
+}
+
+// The window of the analysis by n < 32 and lag: n and 63 - n take turns in the lags.
+void PrepareAnalysisTaps(IppsFilterSpec_SBR_32f& bank) {
+  for (Ipp32s n = 0; n < 32; ++n) {
+    for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
+      const Ipp32s at = lag % 2 == 0 ? n : 63 - n;
+      bank.taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
+    }
   }
 }
 
@@ -61,6 +71,17 @@ IppStatus Synthesise(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots, 
   if (!IsServed(slots)) return ippStsSizeErr;
   ActiveKernels().qmfSynthesis(*bank, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
+}
+
+IppStatus SynthesiseReal(const Ipp32f (*source)[kIppsSbrBands], std::size_t slots, Ipp32f* destination,
+                         IppsSynthesisState_SBR_32f* state, const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  if (source == nullptr || bank == nullptr) return ippStsNullPtrErr;
+  if (!IsServed(slots)) return ippStsSizeErr;
+  Ipp32fc rows[kIppsSbrSlots][kIppsSbrBands];
+  for (std::size_t slot = 0; slot < slots; ++slot) {
+    for (Ipp32s k = 0; k < bank->bands; ++k) rows[slot][k] = {source[slot][k], 0};
+  }
+  return Synthesise(rows, slots, destination, state, bank, work);
 }
 
 using Complex = std::complex<double>;
@@ -90,13 +111,7 @@ IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** bank,
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
   PrepareTransform(kIppsSbrAnalysisBands, 2, **bank);
   PrepareRotation(1.5 * kPi / 64, **bank);
-  // u[n], n < 64, by n and lag: n and 63 - n take turns in the lags.
-  for (Ipp32s n = 0; n < 32; ++n) {
-    for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
-      const Ipp32s at = lag % 2 == 0 ? n : 63 - n;
-      (*bank)->taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
-    }
-  }
+  PrepareAnalysisTaps(**bank);
   return ippStsNoErr;
 }
 
@@ -143,6 +158,66 @@ IppStatus ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[k
                                                        IppsSynthesisState_SBR_32f* state,
                                                        const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
   return Synthesise(source, slots, destination, state, bank, work);
+}
+
+// The real-valued banks are complex ones whose subbands turn by other angles: their samples are the real
+// parts of those of the analysis, and for the synthesis the whole of those that go in.
+
+// X[k] = 2 sum u[n] cos(pi / 64 (k + 1/2) (2n - 96)): 2n - 96 = 2 (n + 1/2) - 97.
+IppStatus ippsAnalysisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
+  if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrAnalysisBands, 2, **bank);
+  PrepareRotation(97 * kPi / 64, **bank);
+  PrepareAnalysisTaps(**bank);
+  return ippStsNoErr;
+}
+
+// v[n] = 1 / 32 sum X[k] cos(pi / 128 (k + 1/2) (2n - 64)): the sign apart, 2n - 64 = 2 (n + 1/2) - 256 +
+// 191.
+IppStatus ippsSynthesisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
+  if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrBands, 1.0 / 32, **bank);
+  PrepareRotation(-191 * kPi / 128, **bank);
+  PrepareSynthesisTaps(**bank);
+  return ippStsNoErr;
+}
+
+// v[n] = 1 / 32 sum X[k] cos(pi / 64 (k + 1/2) (2n - 32)): likewise, 2n - 32 = 2 (n + 1/2) - 128 + 95.
+IppStatus ippsSynthesisDownFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
+  if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
+  *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
+  PrepareTransform(kIppsSbrAnalysisBands, 1.0 / 32, **bank);
+  PrepareRotation(-95 * kPi / 64, **bank);
+  PrepareSynthesisTaps(**bank);
+  return ippStsNoErr;
+}
+
+IppStatus ippsAnalysisFilter_SBR_RToR_32f_D2L(const Ipp32f* source, std::size_t slots,
+                                              Ipp32f (*destination)[kIppsSbrBands],
+                                              IppsAnalysisState_SBR_32f* state,
+                                              const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  if (destination == nullptr) return ippStsNullPtrErr;
+  Ipp32fc rows[kIppsSbrSlots][kIppsSbrBands];
+  const IppStatus status = ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(source, slots, rows, state, bank, work);
+  if (status != ippStsNoErr) return status;
+  for (std::size_t slot = 0; slot < slots; ++slot) {
+    for (Ipp32s k = 0; k < kIppsSbrAnalysisBands; ++k) destination[slot][k] = rows[slot][k].re;
+  }
+  return ippStsNoErr;
+}
+
+IppStatus ippsSynthesisFilter_SBR_RToR_32f_D2L(const Ipp32f (*source)[kIppsSbrBands], std::size_t slots,
+                                               Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
+                                               const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  return SynthesiseReal(source, slots, destination, state, bank, work);
+}
+
+IppStatus ippsSynthesisDownFilter_SBR_RToR_32f_D2L(const Ipp32f (*source)[kIppsSbrBands], std::size_t slots,
+                                                   Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
+                                                   const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
+  return SynthesiseReal(source, slots, destination, state, bank, work);
 }
 
 IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length,

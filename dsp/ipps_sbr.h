@@ -52,6 +52,23 @@ IppStatus ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[k
                                                        IppsSynthesisState_SBR_32f* state,
                                                        const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
 
+// The real-valued banks, for replication at low power (ISO/IEC 14496-3, 4.6.18.8.2): QMF samples without an
+// imaginary part, everything else as in the banks above.
+IppStatus ippsAnalysisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory);
+IppStatus ippsSynthesisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory);
+IppStatus ippsSynthesisDownFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory);
+
+IppStatus ippsAnalysisFilter_SBR_RToR_32f_D2L(const Ipp32f* source, std::size_t slots,
+                                              Ipp32f (*destination)[kIppsSbrBands],
+                                              IppsAnalysisState_SBR_32f* state,
+                                              const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
+IppStatus ippsSynthesisFilter_SBR_RToR_32f_D2L(const Ipp32f (*source)[kIppsSbrBands], std::size_t slots,
+                                               Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
+                                               const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
+IppStatus ippsSynthesisDownFilter_SBR_RToR_32f_D2L(const Ipp32f (*source)[kIppsSbrBands], std::size_t slots,
+                                                   Ipp32f* destination, IppsSynthesisState_SBR_32f* state,
+                                                   const IppsFilterSpec_SBR_32f* bank, Ipp8u* work);
+
 // The coefficients of second-order prediction over time by the covariance method, for every subband
 // k < `bands` <= 32: x[n] is predicted as -alpha0 x[n - 1] - alpha1 x[n - 2] over `length` samples behind
 // the first two rows; `source` has length + 2 rows. Both are 0 where either's magnitude is 4 or more.

@@ -64,6 +64,24 @@ IppStatus ippsMulC_32f_I(Ipp32f factor, Ipp32f* values, std::size_t length) {
   return ippStsNoErr;
 }
 
+IppStatus ippsMul_32f(const Ipp32f* a, const Ipp32f* b, Ipp32f* destination, std::size_t length) {
+  if (a == nullptr || b == nullptr || destination == nullptr) return ippStsNullPtrErr;
+  ActiveKernels().mul(a, b, destination, length);
+  return ippStsNoErr;
+}
+
+IppStatus ippsAddProduct_32f(const Ipp32f* a, const Ipp32f* b, Ipp32f* sums, std::size_t length) {
+  if (a == nullptr || b == nullptr || sums == nullptr) return ippStsNullPtrErr;
+  ActiveKernels().addProduct(a, b, sums, length);
+  return ippStsNoErr;
+}
+
+IppStatus ippsFlip_32f(const Ipp32f* source, Ipp32f* destination, std::size_t length) {
+  if (source == nullptr || destination == nullptr) return ippStsNullPtrErr;
+  std::reverse_copy(source, source + length, destination);
+  return ippStsNoErr;
+}
+
 IppStatus ippsLimit_32f_I(Ipp32f limit, Ipp32f* values, std::size_t length) {
   if (values == nullptr) return ippStsNullPtrErr;
   ActiveKernels().limit(values, limit, length);

@@ -21,6 +21,15 @@ IppStatus ippsScale_32f_I(Ipp32f* values, const Ipp32f* factors, const Ipp16u* o
 // values[i] *= factor
 IppStatus ippsMulC_32f_I(Ipp32f factor, Ipp32f* values, std::size_t length);
 
+// destination[i] = a[i] * b[i]; `destination` may be `a` or `b`.
+IppStatus ippsMul_32f(const Ipp32f* a, const Ipp32f* b, Ipp32f* destination, std::size_t length);
+
+// sums[i] += a[i] * b[i]
+IppStatus ippsAddProduct_32f(const Ipp32f* a, const Ipp32f* b, Ipp32f* sums, std::size_t length);
+
+// destination[i] = source[length - 1 - i]; the areas must not overlap.
+IppStatus ippsFlip_32f(const Ipp32f* source, Ipp32f* destination, std::size_t length);
+
 // Limits the values to [-limit, limit]; what is no number becomes 0.
 IppStatus ippsLimit_32f_I(Ipp32f limit, Ipp32f* values, std::size_t length);
 

@@ -230,6 +230,36 @@ bool IsDecodable(const BitWindow* stream, const Ipp16s* values, const IppsVLCDec
   return stream != nullptr && values != nullptr && table != nullptr && !table->entries.empty();
 }
 
+// Takes the pair with signed values at the head of the window, which holds enough bits for it.
+inline Packed<2> TakeSignedPair(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
+                                unsigned primaryBits) {
+  const Entry entry = Look(window, entries, primaryBits);
+  window.Skip(entry.length);
+  return LoadPacked<2>(tuples + entry.value * 2);
+}
+
+// Decodes pairs with escape sequences; kTake takes a pair without them.
+template <auto kTake>
+IppStatus DecodeEscapedPairs(BitWindow* stream, Ipp16s* values, std::size_t length,
+                             const IppsVLCDecodeSpec_32s* table) {
+  if (!IsDecodable(stream, values, table)) return ippStsNullPtrErr;
+  if (table->dimension != 2) return ippStsBadArgErr;
+  if (length % 2 != 0) return ippStsSizeErr;
+  BitWindow window = *stream;
+  const Entry* entries = table->entries.data();
+  const Ipp16s* tuples = table->tuples.data();
+  const unsigned primaryBits = table->primaryBits;
+  IppStatus status = ippStsNoErr;
+  for (std::size_t i = 0; i < length && status == ippStsNoErr; i += 2) {
+    window.Refill();
+    const auto packed = kTake(window, entries, tuples, primaryBits);
+    std::memcpy(values + i, &packed, sizeof packed);
+    if (!TakeEscape(window, values[i]) || !TakeEscape(window, values[i + 1])) status = ippStsVLCInputDataErr;
+  }
+  *stream = window;
+  return status;
+}
+
 }  // namespace
 
 IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count, const IppsVLCTuple& tuple,
@@ -284,22 +314,12 @@ IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std:
   return ippStsNoErr;
 }
 
+IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+                                          const IppsVLCDecodeSpec_32s* table) {
+  return DecodeEscapedPairs<TakeSignedPair>(stream, values, length, table);
+}
+
 IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                                 const IppsVLCDecodeSpec_32s* table) {
-  if (!IsDecodable(stream, values, table)) return ippStsNullPtrErr;
-  if (table->dimension != 2) return ippStsBadArgErr;
-  if (length % 2 != 0) return ippStsSizeErr;
-  BitWindow window = *stream;
-  const Entry* entries = table->entries.data();
-  const Ipp16s* tuples = table->tuples.data();
-  const unsigned primaryBits = table->primaryBits;
-  IppStatus status = ippStsNoErr;
-  for (std::size_t i = 0; i < length && status == ippStsNoErr; i += 2) {
-    window.Refill();
-    const auto packed = TakeUnsigned<2>(window, entries, tuples, primaryBits);
-    std::memcpy(values + i, &packed, sizeof packed);
-    if (!TakeEscape(window, values[i]) || !TakeEscape(window, values[i + 1])) status = ippStsVLCInputDataErr;
-  }
-  *stream = window;
-  return status;
+  return DecodeEscapedPairs<TakeUnsigned<2>>(stream, values, length, table);
 }

@@ -62,8 +62,12 @@ IppStatus ippsVLCDecodeBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_
 IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                          const IppsVLCDecodeSpec_32s* table);
 
-// The same for pairs where the magnitude 16 announces an escape sequence behind the sign bits: N ones, a
-// zero, a word of N + 4 bits; the magnitude is 2^(N + 4) + word (ISO/IEC 14496-3, 4.6.3.3).
-// ippStsVLCInputDataErr when N exceeds 8.
+// Decodes pairs with signed values until `length` values are there. A value of 16 or -16 announces an escape
+// sequence after its pair's code word: N ones, a zero, a word of N + 4 bits; the magnitude is 2^(N + 4) +
+// word (ISO/IEC 14496-3, 4.6.3.3). ippStsVLCInputDataErr when N exceeds 8.
+IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+                                          const IppsVLCDecodeSpec_32s* table);
+
+// The same for pairs of magnitudes with their sign bits: the escape sequences stand after those.
 IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                                 const IppsVLCDecodeSpec_32s* table);

@@ -59,6 +59,10 @@ struct Kernels {
   void (*scaleBands)(Ipp32f* values, const Ipp32f* factors, const Ipp16u* offsets, std::size_t bands);
   // values[i] *= factor
   void (*mulC)(Ipp32f* values, Ipp32f factor, std::size_t length);
+  // destination[i] = a[i] * b[i]
+  void (*mul)(const Ipp32f* a, const Ipp32f* b, Ipp32f* destination, std::size_t length);
+  // sums[i] += a[i] * b[i]
+  void (*addProduct)(const Ipp32f* a, const Ipp32f* b, Ipp32f* sums, std::size_t length);
   // See ippsLimit_32f_I.
   void (*limit)(Ipp32f* values, Ipp32f limit, std::size_t length);
   // sums[i] += source[i] * factor

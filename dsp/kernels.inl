@@ -332,6 +332,20 @@ inline void MulC(float* values, float factor, std::size_t length) {
   });
 }
 
+inline void Mul(const float* a, const float* b, float* destination, std::size_t length) {
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    L::Store(L::Mul(L::Load(a + i), L::Load(b + i)), destination + i);
+  });
+}
+
+inline void AddProduct(const float* a, const float* b, float* sums, std::size_t length) {
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    L::Store(L::MulAdd(L::Load(a + i), L::Load(b + i), L::Load(sums + i)), sums + i);
+  });
+}
+
 inline void Limit(float* values, float limit, std::size_t length) {
   ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);

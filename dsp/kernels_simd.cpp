@@ -89,9 +89,10 @@ using FourLanes = Lanes<hn::CappedTag<float, 4>>;
 
 const Kernels* GetKernels() {
   static constexpr Kernels kKernels = {
-      MdctInverse, MdctForward,  OverlapAdd, ScaleBands,       MulC,        Limit,        AddProductC,
-      Butterfly,   Deinterleave, Join,       ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance,
-      FilterPatch, SumEnergies,  ShapeRows,  kPsKernels};
+      MdctInverse,      MdctForward, OverlapAdd,   ScaleBands,    MulC,         Mul,
+      AddProduct,       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
+      ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
+      ShapeRows,        kPsKernels};
   // Emulated vectors gain nothing over plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }

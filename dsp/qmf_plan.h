@@ -22,7 +22,7 @@ struct IppsFilterSpec_SBR_32f {
   // Cosine and sine of the rotations around the transform, the first with its scale.
   Ipp32f before[2][kIppsSbrBands / 2];
   Ipp32f after[2][kIppsSbrBands / 2];
-  Ipp32f rotation[2][kIppsSbrAnalysisBands];  // of subbands: cosine and sine
+  Ipp32f rotation[2][kIppsSbrBands];  // of subbands: cosine and sine
   Ipp32f twiddles[kIppsSbrBands];
 };
 

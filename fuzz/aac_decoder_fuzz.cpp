@@ -1,17 +1,19 @@
-// The AAC decoder on hostile bytes. The first byte says how: its lowest bit whether a configuration of up to
-// 63 bytes, whose length the next bits tell, comes first; the bit above asks for two channels and for twice
-// the core's frequency where there is spectral band replication.
+// The AAC decoder on hostile bytes. The first byte says how: its upper six bits how long a configuration is
+// that comes first, the lowest bit whether that one describes raw access units or what comes behind headers;
+// the bit above asks for two channels and for twice the core's frequency where there is spectral band
+// replication.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
 
 #include "aac_decoder.h"
+#include "audio_specific_config.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   const bool configured = (data[0] & 1) != 0;
-  const std::size_t configSize = configured ? std::min<std::size_t>(data[0] >> 2, size - 1) : 0;
+  const std::size_t configSize = std::min<std::size_t>(data[0] >> 2, size - 1);
   std::vector<std::uint8_t> config(data + 1, data + 1 + configSize);
   std::vector<std::uint8_t> bytes(data + 1 + configSize, data + size);
   bytes.shrink_to_fit();
@@ -28,6 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   UMC::AACDecoder decoder;
   if (decoder.Init(&params) != UMC::UMC_OK) return 0;
+  UMC::aac::AudioSpecificConfig told;
+  if (!configured && UMC::aac::ParseAudioSpecificConfig(config.data(), config.size(), told)) {
+    decoder.SetConfiguration(told);
+  }
 
   static std::vector<std::uint8_t> room(4 * 8 * 2048 * 2);
   input.SetBufferPointer(bytes.data(), bytes.size());

@@ -6,12 +6,17 @@
 
 #include "audio_specific_config.h"
 #include "boxes/esds.h"
+#include "messages.h"
 
 namespace {
 
 constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
 constexpr std::uint32_t kAac = Mp4FourCc("aac ");
 constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
+
+// An AAC unit that begins with its end carries no channel (id_syn_ele ID_END; ISO/IEC 14496-3, 4.5.2.1).
+// Memory and disks that were never written read so.
+constexpr unsigned kAacEnd = 7;
 
 constexpr std::uint32_t kAacUnitFrames = 1024;
 constexpr std::uint32_t kAc3UnitFrames = 1536;
@@ -24,6 +29,11 @@ constexpr std::uint32_t kLargestUnit = 1 << 20;
 constexpr std::uint64_t kSettlingUnits = 24;
 constexpr std::uint64_t kSettlingPeriod = 16;
 constexpr std::uint64_t kLongestLead = 4096;
+
+// Units that are tried before a track is given up: so many in a row at so many places spread over it, which
+// are all units of a short track.
+constexpr std::uint64_t kTriedUnits = 64;
+constexpr std::uint64_t kTriedPlaces = 64;
 
 // No unit is stated to last longer than this, minutes of a gap behind it included.
 constexpr std::uint64_t kLongestUnitFrames = 1 << 24;
@@ -48,6 +58,11 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
 std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry) {
   const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("esds")));
   return esds && esds->decoderConfig ? esds->decoderConfig->decoderSpecificInfo : std::vector<std::uint8_t>{};
+}
+
+std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry) {
+  const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("esds")));
+  return esds && esds->decoderConfig ? esds->decoderConfig->objectTypeIndication : std::uint8_t{0};
 }
 
 std::uint32_t ConfiguredSampleRate(const std::vector<std::uint8_t>& configuration) {
@@ -88,9 +103,8 @@ void AudioTrack::openDecoder() {
   const QVRWAVE& wave = holder_.audio.wave;
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);
-  UMC::aac::AudioSpecificConfig config{};
-  if (UMC::aac::ParseAudioSpecificConfig(configuration_.data(), configuration_.size(), config))
-    decoder_.SetObjectType(config.objectType);
+  decoder_.SetConfiguration(configuration_.data(), configuration_.size());
+  if (!decoder_.IsOpen()) setUndecodable();
 }
 
 void AudioTrack::closeDecoder() {
@@ -107,18 +121,35 @@ std::uint32_t AudioTrack::deliveredBufferSize(const FrameRate& fps) const {
   return std::max(audio.bufferSize, saturate<std::uint32_t>(frames * decoder_.FrameSize()));
 }
 
+AudioTimeline& AudioTrack::timeline(FragmentIndex& index) {
+  if (!timeline_) {
+    const AudioClock start(track_.timescale, holder_.audio.wave.samplesPerSecond,
+                           unitFrames(holder_.audio, configuration_));
+    timeline_ = std::make_unique<AudioTimeline>(index, track_, start);
+  }
+  return *timeline_;
+}
+
+std::uint64_t AudioTrack::statedLength(FragmentIndex& index) {
+  return timeline(index).length();
+}
+
 int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
-  const AudioClock start(track_.timescale, holder_.audio.wave.samplesPerSecond,
-                         unitFrames(holder_.audio, configuration_));
-  if (!timeline_) timeline_ = std::make_unique<AudioTimeline>(index, track_, start);
+  position_ = kNowhere;
+  if (standAtPosition(index, position) < 0) return -1;
+  position_ = position;
+  return 0;
+}
+
+int AudioTrack::standAtPosition(FragmentIndex& index, std::uint64_t position) {
   AudioUnit unit;
-  if (!timeline_->find(index, position, unit)) return -1;
-  for (std::uint64_t lead = 1;; lead = std::max(4 * lead, kSettlingUnits)) {
-    std::uint64_t first = unit.number - std::min(lead, unit.number);
-    if (lead > 1) first -= first % kSettlingPeriod;
-    const int led = leadIn(index, first, unit);
-    if (led < 0) return -1;
-    if (led == 0 || decoder_.Settled() || first == 0 || lead >= kLongestLead) return 0;
+  if (!timeline(index).find(index, position, unit)) return -1;
+  for (std::uint64_t ahead = 1;; ahead = std::max(4 * ahead, kSettlingUnits)) {
+    std::uint64_t first = unit.number - std::min(ahead, unit.number);
+    if (ahead > 1) first -= first % kSettlingPeriod;
+    const Lead lead = leadIn(index, first, unit);
+    if (lead == Lead::Failed) return -1;
+    if (lead == Lead::Settled || ahead >= kLongestLead) return 0;
   }
 }
 
@@ -126,20 +157,27 @@ int AudioTrack::standAt(FragmentIndex& index, const AudioUnit& unit) {
   decoder_.Reset();
   if (LoadFragment(index, unit.fragmentIndex, unit.trunIndex, true, cursor_) < 0) return -1;
   cursor_.standAt(unit.sampleIndex);
+  number_ = unit.number;
   clock_ = unit.clock;
+  filledTo_ = lostTo_ = clock_.position();
+  losing_ = false;
   return 0;
 }
 
-int AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
+AudioTrack::Lead AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
   AudioUnit from;
-  if (!timeline_->at(index, first, from) || standAt(index, from) < 0) return -1;
-  for (std::uint64_t number = first; number < unit.number; ++number) {
-    // A unit ahead that is refused or not there says nothing about the one sought.
-    if (advance(index) != Outcome::Delivered || decodeUnit(index) != Outcome::Delivered)
-      return standAt(index, unit) < 0 ? -1 : 0;
+  if (!timeline(index).at(index, first, from) || standAt(index, from) < 0) return Lead::Failed;
+  // Nothing is ahead of the first unit, and a lost one leaves nothing of what was ahead of it.
+  bool settled = first == 0;
+  while (number_ < unit.number) {
+    if (advance(index) != Outcome::Delivered) return Lead::Failed;
+    const Unit decoded = decodeUnit(index);
+    if (decoded == Unit::NoMemory) return Lead::Failed;
+    settled |= decoded == Unit::Lost;
     decoder_.RemoveSamples(decoder_.BufferedFrames());
   }
-  return 1;
+  filledTo_ = clock_.position();
+  return settled || decoder_.Settled() ? Lead::Settled : Lead::Unsettled;
 }
 
 AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
@@ -153,55 +191,126 @@ AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
   }
 }
 
-// A unit that is damaged, or whose bytes are not there, decodes to nothing: its time is silence, and the unit
-// behind it decodes again.
-AudioTrack::Outcome AudioTrack::decodeUnit(FragmentIndex& index) {
-  const std::uint32_t size = cursor_.sampleSize();
-  const std::uint64_t frames = clock_.frames(cursor_.sampleDuration());
-  if (frames > kLongestUnitFrames) return Outcome::Refused;
-  if (decoder_.CheckBuffer(unitFrames(holder_.audio, configuration_)) != 0) return Outcome::Refused;
-  const bool headed = holder_.audio.codec == kMp4a && configuration_.size() >= 2;
-  const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
-  decoder_.SetBufferStart(clock_.position());
-  if (size > 0 && size <= kLargestUnit) {
-    unit_.resize(header + size);
-    if (headed) AdtsHeader(configuration_).write(size, unit_.data());
-    if (ReadSample(index, cursor_, unit_.data() + header) == 0) {
-      std::uint32_t produced = 0;
-      decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,
-                                        static_cast<std::uint32_t>(frames), holder_.audio.wave.channels == 1);
-    }
+bool AudioTrack::lastsTooLong() const {
+  return clock_.frames(cursor_.sampleDuration()) > kLongestUnitFrames;
+}
+
+// A unit that is damaged, or whose bytes are not there, is silence, and what was ahead of it is nothing to
+// what follows it.
+AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
+  if (decoder_.CheckBuffer(unitFrames(holder_.audio, configuration_)) != 0) return Unit::NoMemory;
+  const std::uint64_t start = clock_.position();
+  const std::uint64_t stated = clock_.frames(cursor_.sampleDuration());
+  decoder_.SetBufferStart(start);
+  const bool decoded = !lastsTooLong() && feedDecoder(index, stated);
+  if (decoded) {
+    everDecoded_ = true;
+  } else {
+    decoder_.ForgetSignal();
   }
   clock_.pass(cursor_.sampleDuration());
   cursor_.nextSample();
-  return Outcome::Delivered;
+  ++number_;
+  // Where a unit decodes to more than its time, the next one's place begins all the same.
+  filledTo_ = std::min(start + decoder_.BufferedFrames(), clock_.position());
+  lostTo_ = decoded ? start : addSaturated(start, stated);
+  return decoded ? Unit::Decoded : Unit::Lost;
+}
+
+bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
+  const std::uint32_t size = cursor_.sampleSize();
+  if (size == 0 || size > kLargestUnit) return false;
+  const bool headed = holder_.audio.codec == kMp4a && configuration_.size() >= 2;
+  const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
+  unit_.resize(header + size);
+  if (headed) AdtsHeader(configuration_).write(size, unit_.data());
+  if (ReadSample(index, cursor_, unit_.data() + header) < 0) return false;
+  if (headed && unit_[header] >> 5 == kAacEnd) return false;
+  std::uint32_t produced = 0;
+  const std::int32_t left =
+      decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,
+                                        static_cast<std::uint32_t>(frames), holder_.audio.wave.channels == 1);
+  // What does not decode behind a whole unit is no loss.
+  const bool whole = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
+  return produced > 0 && (left >= 0 || whole);
+}
+
+bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {
+  const AudioTimeline& units = timeline(index);
+  for (std::uint64_t place = 0; place < kTriedPlaces; ++place) {
+    const std::uint64_t first = scaleExactly(units.units(), place, kTriedPlaces);
+    const std::uint64_t next = scaleExactly(units.units(), place + 1, kTriedPlaces);
+    AudioUnit unit;
+    if (first == next || !units.at(index, first, unit) || standAt(index, unit) < 0) continue;
+    while (number_ < std::min(next, first + kTriedUnits)) {
+      if (advance(index) != Outcome::Delivered) break;
+      if (decodeUnit(index) == Unit::Decoded) return true;
+    }
+  }
+  return false;
 }
 
 AudioTrack::Outcome AudioTrack::read(FragmentIndex& index, std::uint64_t position, std::uint64_t count,
-                                     std::uint8_t* out, std::uint32_t& bytes) {
-  const std::uint32_t frameSize = decoder_.FrameSize();
+                                     std::uint8_t* out, Delivery& delivery) {
+  position_ = kNowhere;
   const std::uint64_t end = position + count;
-  bytes = 0;
   while (position < end) {
-    const std::uint64_t held = decoder_.BufferedFrames(), start = decoder_.BufferStart();
-    if (position >= start && position - start < held) {
-      const std::uint64_t taken = std::min(end - position, held - (position - start));
-      decoder_.PullAudio(position, static_cast<std::uint32_t>(taken), out, &bytes);
-      position += taken;
+    if (position >= filledTo_) {
+      const Outcome outcome = fill(index, position, delivery);
+      if (outcome == Outcome::End && delivery.bytes > 0) break;
+      if (outcome != Outcome::Delivered) return outcome;
       continue;
     }
-    const Outcome outcome = advance(index);
-    if (outcome == Outcome::NoFragment && bytes > 0) return Outcome::Delivered;
-    if (outcome != Outcome::Delivered) return outcome;
-    if (clock_.position() > position) {
-      const std::uint64_t silent = std::min(end, clock_.position()) - position;
-      std::memset(out + bytes, 0, silent * frameSize);
-      bytes += static_cast<std::uint32_t>(silent * frameSize);
-      position += silent;
-      continue;
-    }
-    decoder_.RemoveSamples(static_cast<std::uint32_t>(held));
-    if (const Outcome decoded = decodeUnit(index); decoded != Outcome::Delivered) return decoded;
+    const std::uint64_t taken = std::min(end, filledTo_) - position;
+    deliver(position, taken, out, delivery);
+    position += taken;
   }
+  position_ = position;
   return Outcome::Delivered;
+}
+
+AudioTrack::Outcome AudioTrack::fill(FragmentIndex& index, std::uint64_t position, Delivery& delivery) {
+  if (number_ >= timeline(index).units()) {
+    if (position >= lostTo_) return Outcome::End;
+    filledTo_ = lostTo_;
+    return Outcome::Delivered;
+  }
+  if (const Outcome outcome = advance(index); outcome != Outcome::Delivered) return outcome;
+  if (clock_.position() > position) {
+    filledTo_ = clock_.position();
+    return Outcome::Delivered;
+  }
+  return decodeNext(index, position, delivery);
+}
+
+AudioTrack::Outcome AudioTrack::decodeNext(FragmentIndex& index, std::uint64_t position, Delivery& delivery) {
+  if (lastsTooLong()) return Outcome::Refused;
+  decoder_.RemoveSamples(decoder_.BufferedFrames());
+  const std::uint64_t start = clock_.position();
+  const Unit unit = decodeUnit(index);
+  if (unit == Unit::NoMemory) return Outcome::Refused;
+  if (unit == Unit::Lost && !everDecoded_) {
+    if (!anyUnitDecodes(index)) {
+      setUndecodable();
+      messages::reportError(messages::kNothingDecodes);
+      return Outcome::Undecodable;
+    }
+    return standAtPosition(index, position) < 0 ? Outcome::NoRun : Outcome::Delivered;
+  }
+  if (unit == Unit::Lost) ++delivery.lostUnits;
+  if (unit == Unit::Lost && !losing_) messages::reportLostAudio(start);
+  losing_ = unit == Unit::Lost;
+  return Outcome::Delivered;
+}
+
+// PCM where the decoder holds it, else silence.
+void AudioTrack::deliver(std::uint64_t position, std::uint64_t count, std::uint8_t* out, Delivery& delivery) {
+  const std::uint64_t start = decoder_.BufferStart();
+  if (position >= start && position - start < decoder_.BufferedFrames()) {
+    decoder_.PullAudio(position, static_cast<std::uint32_t>(count), out, &delivery.bytes);
+    return;
+  }
+  const std::uint64_t silent = count * decoder_.FrameSize();
+  std::memset(out + delivery.bytes, 0, silent);
+  delivery.bytes += static_cast<std::uint32_t>(silent);
 }

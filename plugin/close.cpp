@@ -12,7 +12,6 @@ std::uint32_t CMFFmp4::Close() {
   m_audioRecording.reset();
   m_manifest.reset();
   m_videoPath.clear();
-  m_audioHolders = {};
   for (const auto& track : m_audioTracks) track->closeDecoder();
   m_audioTracks.clear();
   m_videoCursor = {};

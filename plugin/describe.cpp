@@ -90,21 +90,33 @@ bool CMFFmp4::describeFrameRate() {
   return true;
 }
 
+// The length of a track of sound whose samples state `stated` sample frames. One that states nothing is
+// announced for as long as the picture, counted alike for all tracks.
+std::uint32_t CMFFmp4::soundLength(std::uint64_t stated) const {
+  if (stated != 0) return saturate<std::uint32_t>(stated);
+  return saturate<std::uint32_t>(scaleExactly(
+      m_video.stream.length, std::uint64_t{m_nominalRate.denominator} * m_audio.wave.samplesPerSecond,
+      m_nominalRate.numerator));
+}
+
+// Streams of a kind that this object's own file has.
+std::uint32_t CMFFmp4::countStreams(std::uint32_t kind) const {
+  const auto isOfKind = [kind](const auto& holder) { return holder->kind == kind; };
+  return static_cast<std::uint32_t>(std::count_if(m_streams.begin(), m_streams.end(), isOfKind));
+}
+
 // Lengths from the index, and everything that follows from them.
 void CMFFmp4::completeDescription() {
   QVRSTREAMHEADER& video = m_video.stream;
   if (!m_index->empty()) {
     const std::uint64_t frames = m_index->total(kVideoTrack);
     if (frames != 0) video.length = saturate<std::uint32_t>(frames);
-    const IndexedTrack& audio = m_index->track(kAudioTrack);
-    if (audio.present()) {
+    // A picture without sound is announced with sound of its own length.
+    if (!m_companion) {
       const std::uint64_t ticks = m_index->total(kAudioTrack);
-      const std::uint64_t samples =
-          ticks ? scaleExactly(ticks, m_audio.wave.samplesPerSecond, audio.timescale)
-                : scaleExactly(video.length,
-                               std::uint64_t{m_nominalRate.denominator} * m_audio.wave.samplesPerSecond,
-                               m_nominalRate.numerator);
-      m_audio.stream.length = saturate<std::uint32_t>(samples);
+      const std::uint32_t timescale = m_index->track(kAudioTrack).timescale;
+      m_audio.stream.length =
+          soundLength(ticks ? scaleExactly(ticks, m_audio.wave.samplesPerSecond, timescale) : 0);
     }
     video.suggestedBufferSize = std::max(video.suggestedBufferSize, m_index->largestVideoSample());
   }
@@ -112,6 +124,9 @@ void CMFFmp4::completeDescription() {
     if (holder->kind == QVR_KIND_AUDIO) holder->audio.stream.length = m_audio.stream.length;
     if (holder->kind == QVR_KIND_VIDEO) holder->video.stream = video;
   }
+  // The index counts the first track of sound.
+  for (std::size_t i = 1; i < m_audioTracks.size() && !m_index->empty(); ++i)
+    m_audioTracks[i]->setLength(soundLength(m_audioTracks[i]->statedLength(*m_index)));
   const RateScale audioTime = ReduceRate(
       {static_cast<std::int64_t>(std::uint64_t{m_audio.wave.samplesPerSecond} * video.scale), video.rate});
   m_info.audioRate = audioTime.rate;
@@ -120,6 +135,7 @@ void CMFFmp4::completeDescription() {
   if (hasVideo()) m_video.flags = fccGetDrFlagsVideo(&m_video);
   m_info.captions = (m_tracks[kCc608Track].present() ? QVR_CAPTIONS_608 : 0) |
                     (m_tracks[kCc708Track].present() ? QVR_CAPTIONS_708 : 0);
-  m_system.streams = static_cast<std::uint32_t>(m_streams.size());
+  m_system.streams = countStreams(QVR_KIND_VIDEO) +
+                     (m_companion ? m_companion->countStreams(QVR_KIND_AUDIO) : countStreams(QVR_KIND_AUDIO));
   recomputeMainHeader();
 }

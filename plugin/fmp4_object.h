@@ -45,7 +45,8 @@ class CMFFmp4 : public CAMediaFile {
   // The audio description is that of the file that serves the sound.
   std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video, QVRAUDIO* audio,
                             QVRINFO* info) override;
-  // Says what a recording is to hold; the first sample fixes it.
+  // Says what a recording is to hold; the first sample fixes it. An object that reads describes itself so
+  // from then on, with 0 frames once its video is described; what it reads does not change.
   std::uint32_t SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                             const QVRAUDIO* audio, const QVRINFO* info) override;
   std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
@@ -73,6 +74,8 @@ class CMFFmp4 : public CAMediaFile {
   void resetDescription();
   void recomputeMainHeader();
   bool describeFrameRate();
+  std::uint32_t soundLength(std::uint64_t stated) const;
+  std::uint32_t countStreams(std::uint32_t kind) const;
   void completeDescription();
 
   // open_read.cpp
@@ -89,7 +92,8 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
   void setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track);
   std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
-  std::uint32_t defaultDuration(const IndexedTrack& track);
+  std::uint32_t addChannels(std::uint32_t count);
+  std::uint32_t nominalDuration(const IndexedTrack& track);
 
   // read_audio.cpp
   AudioTrack* audioTrackOf(std::uint32_t channel);
@@ -116,6 +120,8 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t openWrite();
 
   // set_file_info.cpp
+  template <class Wanted>
+  QVRSTREAM* findHolder(Wanted wanted) const;
   void takeInformation(const QVRINFO& info);
   const char* videoRefusal() const;
   const char* audioRefusal() const;
@@ -161,7 +167,6 @@ class CMFFmp4 : public CAMediaFile {
   std::unique_ptr<MpdWriter> m_manifest;
   std::unique_ptr<VideoRecording> m_videoRecording;
   std::unique_ptr<AudioRecording> m_audioRecording;
-  std::array<QVRSTREAM*, 4> m_audioHolders = {};  // by channel pair
   // Of a companion's recording: the owner's geometry, and its manifest (null: none).
   std::optional<SegmentGeometry> m_ownersGeometry;
   MpdWriter* m_ownersManifest = nullptr;

@@ -26,6 +26,7 @@ inline constexpr char kNoVideoChunkForFrame[] = "Unable to find correct video ch
 inline constexpr char kNoAudioChunkForFrame[] = "Unable to find correct audio chunck for this frame";
 inline constexpr char kNoAudioChunkForSeek[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNo708ChunkForFrame[] = "Unable to find correct cc 708 chunk for this frame";
+inline constexpr char kNothingDecodes[] = "No unit of the audio track can be decoded";
 inline constexpr char kBufferTooSmall[] = "The frame is larger than the buffer given for it";
 
 // Opening for writing and writing.
@@ -56,6 +57,17 @@ inline void reportSeekFailure() {
 }
 inline void reportShort(std::uint32_t delivered, std::uint32_t requested) {
   ErrOut("Wrong samples returned %d requested %d", static_cast<int>(delivered), static_cast<int>(requested));
+}
+inline void reportUnsupportedAudio(const char* codec, std::uint8_t objectType) {
+  ErrFmtOut(VL_LOG_WARNING, 0, 0,
+            "WARNING(vlx_fmp4): The audio is %s, object type 0x%02X, which is not supported\n", codec,
+            objectType);
+}
+// Told once for units that are lost one after the other.
+inline void reportLostAudio(std::uint64_t position) {
+  ErrFmtOut(VL_LOG_WARNING, 0, 0,
+            "WARNING(vlx_fmp4): The audio cannot be decoded at sample %llu, silence takes its place\n",
+            static_cast<unsigned long long>(position));
 }
 inline void reportRead(std::uint32_t status) {
   ErrOut("ReadFMP4(0x%lX)", static_cast<unsigned long>(status));

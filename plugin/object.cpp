@@ -83,6 +83,7 @@ std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char*
                                   std::uint32_t* flags, std::uint32_t* extra) {
   if (index != 0) return VL_FAILED;
   store(extra, 0u);
+  // Intended: the codes are in file byte order here, that of the video reversed in its description.
   if (stream < 0) {
     if (shortCode) std::memcpy(shortCode, "AAC", 4);
     if (name) std::strcpy(name, "AAC Audio Stream");

@@ -33,6 +33,7 @@ std::uint32_t CMFFmp4::openRead() {
   const bool audioOnly = (m_openFlags & MF_OPEN_AUDIO_ONLY) != 0;
   FileSet files = FindFileSet(m_fileName, audioOnly);
   const std::optional<Manifest> manifest = LoadManifest(files);
+  // Without a picture's file the sound's is the main one.
   const bool fromAudio = audioOnly || files.video.empty();
   const ManifestTrack segments = !manifest ? ManifestTrack{} : fromAudio ? manifest->audio : manifest->video;
   const std::string& source = fromAudio ? files.audio : files.video;
@@ -123,8 +124,10 @@ std::uint32_t CMFFmp4::positionReaders() {
   if (m_tracks[kCc708Track].present() && positionOnFirstChunk(*m_index, kCc708Track, m_cc708Cursor) < 0) {
     messages::reportError(messages::kNoFirst708Chunk);
   }
-  TrackCursor audio;
-  if (m_tracks[kAudioTrack].present() && positionOnFirstChunk(*m_index, kAudioTrack, audio) < 0) {
+  // Sound may come late or, where it was declared only, never: a fragment to begin with is enough.
+  TrackCursor audio = MakeTrackCursor(m_tracks[kAudioTrack]);
+  if (m_tracks[kAudioTrack].present() &&
+      LoadFragment(*m_index, m_index->nextOccupied(0), 0, false, audio) < 0) {
     messages::reportError(messages::kNoFirstAudioChunk);
     return VL_FAILED;
   }

@@ -36,11 +36,13 @@ std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint3
 std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                                  std::uint32_t mode, DFRAME* descriptor) {
   const bool hasRecord = m_index && hasVideo() && findChannel(channelMask) == 0;
-  if (!descriptor) return hasRecord && frame < GetTotalFrames() ? m_index->largestVideoSample() : 0;
+  // What the file holds; the described length may be one that the host has set.
+  const std::uint64_t total = hasRecord ? m_index->total(kVideoTrack) : 0;
+  if (!descriptor) return frame < total ? m_index->largestVideoSample() : 0;
   if (!hasRecord) return VL_FAILED;
   descriptor->frame = frame;
   setTimecodes(*descriptor, frame);
-  if (frame >= GetTotalFrames()) {
+  if (frame >= total) {
     descriptor->bytes = 0;
     m_videoNextExpected = frame + 1;
     return FMP4_E_PAST_END;

@@ -22,16 +22,11 @@ std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uin
 
 }  // namespace
 
-// The track that holds a channel pair: the tracks in order are the pairs in order; channels beyond the last
-// pair belong to the track whose channels reach there.
+// The track that serves a channel; null when none does.
 AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
   if (channel == QVR_NO_CHANNEL) return nullptr;
-  const std::uint32_t pair = channel / 2;
-  if (pair < m_audioTracks.size()) return m_audioTracks[pair].get();
-  std::uint32_t channels = 0;
   for (const auto& track : m_audioTracks) {
-    channels += track->description().wave.channels;
-    if (channel < channels) return track.get();
+    if (track->description().channelMask & 1u << channel) return track.get();
   }
   return nullptr;
 }
@@ -39,6 +34,7 @@ AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
 std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                                  std::uint32_t mode, DFRAME* descriptor, void* extra) {
   if (m_companion) return m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
+  if (descriptor) descriptor->bytes = descriptor->lostUnits = 0;
   AudioTrack* track = audioTrackOf(findChannel(channelMask));
   if (!m_index || !track || (m_openFlags & MF_OPEN_NO_AUDIO)) {
     messages::reportRead(FMP4_E_NO_AUDIO);
@@ -51,7 +47,7 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
   const std::uint32_t told = track->deliveredBufferSize({m_video.stream.rate, m_video.stream.scale});
   if (!descriptor) return leads ? m_audio.wave.blockAlign * 2u : told;
 
-  descriptor->bytes = 0;
+  if (track->undecodable()) return VL_FAILED;
   if (frame == audio.stream.length && count != 0) {
     messages::reportSeekFailure();
     return VL_FAILED;
@@ -93,20 +89,23 @@ std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std:
       return VL_OK;
     }
   }
-  if (position != track.nextExpected || !track.inPlace()) {
+  if (!track.standsAt(position)) {
     track.nextExpected = frame;
     if (track.seek(*m_index, position) < 0) {
       messages::reportSeekFailure();
       return VL_FAILED;
     }
   }
-  std::uint32_t bytes = 0;
-  switch (track.read(*m_index, position, wanted, descriptor.data + descriptor.bytes, bytes)) {
+  AudioTrack::Delivery delivery;
+  switch (track.read(*m_index, position, wanted, descriptor.data + descriptor.bytes, delivery)) {
     case AudioTrack::Outcome::NoRun:
       messages::reportError(messages::kNoVideoChunkForFrame);
       return VL_FAILED;
     case AudioTrack::Outcome::NoFragment:
+    case AudioTrack::Outcome::End:
       messages::reportError(messages::kNoAudioChunkForFrame);
+      return VL_FAILED;
+    case AudioTrack::Outcome::Undecodable:
       return VL_FAILED;
     case AudioTrack::Outcome::Refused:
       descriptor.bytes = 0;
@@ -114,7 +113,8 @@ std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std:
     case AudioTrack::Outcome::Delivered:
       break;
   }
-  descriptor.bytes += bytes;
+  descriptor.bytes += delivery.bytes;
+  descriptor.lostUnits = delivery.lostUnits;
   const std::uint64_t requested = RequestedBytes(m_audio.wave, audio.wave, count);
   if (descriptor.bytes != requested) messages::reportShort(descriptor.bytes / frameSize, count);
   track.nextExpected = frame + count;

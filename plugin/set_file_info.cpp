@@ -1,4 +1,4 @@
-// The host's description of what is to be written. An object that reads only notes it.
+// The host's description of the streams: of what is to be written, or in place of what was read.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -34,8 +34,7 @@ std::uint32_t refuse(const char* text) {
 
 std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                                    const QVRAUDIO* audio, const QVRINFO* info) {
-  const std::uint32_t noted = CAMediaFile::SetFileInfo(channelMask, system, video, audio, info);
-  if (!m_fCreateFile()) return noted;
+  CAMediaFile::SetFileInfo(channelMask, system, video, audio, info);
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
   if (system) {
@@ -43,11 +42,20 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
     result = VL_OK;
   }
   if (video) {
-    result = takeVideo();
+    result = guarded(VL_FAILED, [this] { return takeVideo(); });
     if (result != VL_OK) return result;
   }
   if (!audio) return result;
   return guarded(VL_FAILED, [&] { return takeAudio(channelMask); });
+}
+
+// The first stream holder that `wanted(holder)` is true for; null when there is none.
+template <class Wanted>
+QVRSTREAM* CMFFmp4::findHolder(Wanted wanted) const {
+  for (const auto& holder : m_streams) {
+    if (wanted(*holder)) return holder.get();
+  }
+  return nullptr;
 }
 
 // A start timecode that is not set is the longitudinal one, or else the vertical-interval one.
@@ -84,11 +92,11 @@ std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
   m_nominalRate = {stream.rate, stream.scale};
-  if (const char* const refusal = videoRefusal()) return refuse(refusal);
+  if (const char* const refusal = m_fCreateFile() ? videoRefusal() : nullptr) return refuse(refusal);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
-  if (m_videoChannels != 0) return VL_OK;
-  QVRSTREAM* const holder = m_AllocAStream();
+  QVRSTREAM* holder = findHolder([](const QVRSTREAM& stream) { return stream.kind == QVR_KIND_VIDEO; });
+  if (!holder) holder = m_AllocAStream();
   if (!holder) {
     ErrOut("Open(0x%lX)", static_cast<unsigned long>(FMP4_E_NO_STREAM_HOLDER));
     return FMP4_E_NO_STREAM_HOLDER;
@@ -112,7 +120,7 @@ void CMFFmp4::takeVideoSizes() {
 }
 
 std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
-  if (const char* const refusal = audioRefusal()) return refuse(refusal);
+  if (const char* const refusal = m_fCreateFile() ? audioRefusal() : nullptr) return refuse(refusal);
   std::uint32_t wanted = channelMask & ~m_audioMask & kPairedChannels;
   while (wanted != 0) {
     const std::uint32_t pair = findChannel(wanted) / 2;
@@ -125,15 +133,19 @@ std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
 }
 
 void CMFFmp4::addAudioHolder(std::uint32_t pair) {
-  if (m_audioHolders[pair]) return;
+  const std::uint32_t channels = 3u << (2 * pair);
+  const bool held = findHolder([channels](const QVRSTREAM& stream) {
+    return stream.kind == QVR_KIND_AUDIO && (stream.audio.channelMask & channels) != 0;
+  });
+  if (held) return;
   QVRSTREAM* const holder = m_AllocAStream();
   if (!holder) {
     ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
     return;
   }
-  m_audioHolders[pair] = holder;
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = m_audio;
+  holder->audio.channelMask = channels;
   m_fixQVRStruct(&holder->audio);
   // Intended whatever the host asked for: 24-bit samples in 32-bit containers.
   QVRWAVE& wave = holder->audio.wave;
@@ -144,8 +156,8 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
   wave.averageBytesPerSecond = wave.blockAlign * wave.samplesPerSecond;
 }
 
-// Sound of a .m4v file goes into a .m4a file beside it; without that one the video goes on alone. So it does
-// where the two would be one file, and where frames have been written without sound already.
+// Sound of a .m4v recording goes into a .m4a file beside it; without that one the video goes on alone. So it
+// does where the two would be one file, and where frames have been written without sound already.
 void CMFFmp4::describeToCompanion() {
   if (!m_companion && !m_videoRecording->started()) {
     char path[VL_MAX_PATH];

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "audio_object_type.h"
 #include "boxes/audio_entry.h"
 #include "boxes/mdhd.h"
 #include "boxes/tkhd.h"
@@ -10,6 +11,7 @@
 #include "bytes.h"
 #include "fmp4_object.h"
 #include "messages.h"
+#include "nominal_duration.h"
 #include "status.h"
 
 namespace {
@@ -33,7 +35,8 @@ constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
 // Sound a frame, where no video tells how long a frame is.
 constexpr FrameRate kSoundFrameRate{30, 1};
 
-// The code with its four bytes in reversed order, as the stream handler holds it: "avc1" as "1cva".
+// Intended: descriptions of video hold the code with its four bytes in reversed order, "avc1" as "1cva";
+// EnumCodecs and descriptions of audio have codes in file byte order.
 constexpr std::uint32_t reversed(std::uint32_t fourcc) {
   return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
 }
@@ -95,7 +98,7 @@ std::uint32_t CMFFmp4::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack&
   const auto* entry = Mp4PayloadOf<mp4::VisualSampleEntry>(sampleEntry);
   if (!entry || hasVideo()) return VL_OK;
   m_tracks[kVideoTrack] = track;
-  m_nominalRate = {track.timescale, defaultDuration(track)};
+  m_nominalRate = {track.timescale, nominalDuration(track)};
   if (!m_nominalRate.known()) m_nominalRate = {};
 
   m_video.bitmap.width = static_cast<std::int16_t>(entry->width);
@@ -132,24 +135,24 @@ std::uint32_t CMFFmp4::takeCodecConfiguration(const Mp4Box* sampleEntry) {
   return VL_OK;
 }
 
-// The duration that a sample of the track has by default: of the track, of the first fragment that carries
-// the track, or of its first sample there. 0 when none of them says.
-std::uint32_t CMFFmp4::defaultDuration(const IndexedTrack& track) {
-  if (track.trex && track.trex->defaultSampleDuration) return track.trex->defaultSampleDuration;
-  for (std::uint32_t i = 0;; ++i) {
-    const Mp4Box* moof =
-        Mp4BoxGet(m_stream.get(), m_root.get(), false, "moof[%lu]", static_cast<unsigned long>(i));
-    if (!moof) return 0;
+// The duration that the track's frames nominally have, 0 when nothing tells. Fragments are read as far as
+// they are needed for it.
+std::uint32_t CMFFmp4::nominalDuration(const IndexedTrack& track) {
+  NominalDuration nominal(track.trex ? track.trex->defaultSampleDuration : 0);
+  for (unsigned long i = 0; !nominal.settled(); ++i) {
+    const Mp4Box* moof = Mp4BoxGet(m_stream.get(), m_root.get(), false, "moof[%lu]", i);
+    if (!moof) break;
     const TrackFragment fragment = ReadTrackFragment(moof, track.trackId);
-    if (!fragment.traf) continue;
-    if (fragment.tfhd && (fragment.tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultSampleDuration) &&
-        fragment.tfhd->defaultSampleDuration) {
-      return fragment.tfhd->defaultSampleDuration;
-    }
-    for (const mp4::TrackRunBox* run : fragment.truns) {
-      if (run->hasDuration() && run->sampleCount != 0) return run->duration(0);
-    }
+    nominal.addFragment(fragment, SampleDefaults(fragment.tfhd, track.trex));
   }
+  return nominal.value();
+}
+
+// Gives the file `count` more channels, as far as the mask has room. Returns those that it got.
+std::uint32_t CMFFmp4::addChannels(std::uint32_t count) {
+  const std::uint32_t before = m_audioMask;
+  for (; count > 0 && m_audioMask != ~0u; --count) m_audioMask = m_audioMask << 1 | 1;
+  return m_audioMask & ~before;
 }
 
 void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
@@ -182,13 +185,15 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
       static_cast<std::uint64_t>(std::trunc(wave.samplesPerSecond / fps.value() + 1.0)) * wave.blockAlign);
   audio.stream.suggestedBufferSize = audio.bufferSize;
 
-  for (std::uint32_t channel = 0; channel < wave.channels && m_audioMask != ~0u; ++channel) {
-    m_audioMask = m_audioMask << 1 | 1;
-  }
+  audio.channelMask = addChannels(wave.channels);
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = audio;
   VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];
   m_audioTracks.push_back(std::make_unique<AudioTrack>(track, *holder, decoder, std::move(configuration)));
+  if (const std::uint8_t objectType = FindAudioObjectType(sampleEntry); Mp4OtherAudioCodec(objectType)) {
+    messages::reportUnsupportedAudio(Mp4OtherAudioCodec(objectType), objectType);
+    m_audioTracks.back()->setUndecodable();
+  }
   if (!m_tracks[kAudioTrack].present()) {
     m_tracks[kAudioTrack] = track;
     m_audio = audio;

@@ -22,7 +22,7 @@ void AudioClock::pass(std::uint32_t ticks, std::uint32_t count) {
 AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, const AudioClock& start)
     : track_(track) {
   AudioClock clock = start;
-  std::uint64_t ticks = 0, number = 0;
+  std::uint64_t ticks = 0;
   std::uint64_t unitsLeft = index.stream().size();
   for (std::uint32_t place = index.nextOccupied(0); place < index.fragmentCount();
        place = index.nextOccupied(place + 1)) {
@@ -32,10 +32,10 @@ AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, co
       if (run->sampleCount > unitsLeft) return;
       unitsLeft -= run->sampleCount;
     }
-    fragments_.push_back({place, number, clock});
+    fragments_.push_back({place, units_, clock});
     const SampleDefaults defaults(fragment.tfhd, track.trex);
     for (const mp4::TrackRunBox* run : fragment.truns) {
-      number += run->sampleCount;
+      units_ += run->sampleCount;
       ticks = addSaturated(ticks, DurationOfSamples(*run, run->sampleCount, defaults));
       if (run->hasDuration()) {
         for (std::uint32_t i = 0; i < run->sampleCount; ++i) clock.pass(run->duration(i));

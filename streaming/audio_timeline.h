@@ -56,6 +56,8 @@ class AudioTimeline {
   bool at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const;
   // Stated durations of the whole track, in sample frames.
   std::uint64_t length() const { return length_; }
+  // Units of the whole track.
+  std::uint64_t units() const { return units_; }
 
  private:
   struct FragmentStart {
@@ -71,4 +73,5 @@ class AudioTimeline {
   IndexedTrack track_;
   std::vector<FragmentStart> fragments_;  // those that carry units
   std::uint64_t length_ = 0;
+  std::uint64_t units_ = 0;
 };

@@ -11,8 +11,9 @@ set(VL_LINUX_TESTS
   host/posix/replace_file_test.cpp
   # The store's place follows the XDG base directory specification.
   host/posix/config_test.cpp
-  # Library names and their translation.
+  # Library names and their translation, and the files of libraries.
   host/posix/library_test.cpp
+  host/posix/elf_file_test.cpp
   # The export table as nm prints it.
   plugin/posix/exports_test.cpp
   # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows

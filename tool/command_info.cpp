@@ -9,13 +9,11 @@
 #include "commands.h"
 #include "plugin_host.h"
 #include "text.h"
+#include "undecoded_sound.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// A channel mask has 32 bits and an audio stream takes the place of a pair of channels.
-constexpr std::uint32_t kMaximumAudioStreams = 16;
 
 struct InfoOptions {
   std::string file;
@@ -51,18 +49,17 @@ double seconds(double units, double unitsPerSecond) {
   return unitsPerSecond > 0 ? units / unitsPerSecond : 0;
 }
 
-void getFileInfo(CAMediaFile& file, std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video,
-                 QVRAUDIO* audio, QVRINFO* info) {
-  const std::uint32_t status = file.GetFileInfo(channelMask, system, video, audio, info);
+void getFileInfo(CAMediaFile& file, std::uint32_t channelMask, QVRVIDEO* video, QVRAUDIO* audio,
+                 QVRINFO* info) {
+  const std::uint32_t status = file.GetFileInfo(channelMask, nullptr, video, audio, info);
   if (status != VL_OK)
     throw ToolError("the plug-in gives no description (status " + statusText(status) + ")");
 }
 
 Json describe(CAMediaFile& file, const std::string& name) {
-  QVRSYSTEM system = {};
   QVRINFO info = {};
   const auto video = std::make_unique<QVRVIDEO>();
-  getFileInfo(file, kVideoChannel, &system, video.get(), nullptr, &info);
+  getFileInfo(file, kVideoChannel, video.get(), nullptr, &info);
 
   Json description = {{"file", name}, {"video", nullptr}, {"audio", Json::array()}};
   double duration = 0;
@@ -71,19 +68,27 @@ Json describe(CAMediaFile& file, const std::string& name) {
     description["video"] = describeVideo(*video);
     duration = seconds(double{1} * video->stream.length * video->stream.scale, video->stream.rate);
   }
-  const std::uint32_t videoStreams = hasVideo ? 1 : 0;
-  const std::uint32_t audioStreams =
-      std::min(system.streams - std::min(system.streams, videoStreams), kMaximumAudioStreams);
-  for (std::uint32_t i = 0; i < audioStreams; ++i) {
+  // Each stream serves some of the channels, the first of them the lowest.
+  for (std::uint32_t channels = file.Channels(); channels != 0;) {
+    const std::uint32_t lowest = channels & (~channels + 1);
     QVRAUDIO audio = {};
-    getFileInfo(file, 1u << (2 * i), nullptr, nullptr, &audio, nullptr);
+    getFileInfo(file, lowest, nullptr, &audio, nullptr);
+    if (!hasVideo && description["audio"].empty())
+      duration = seconds(audio.stream.length, audio.wave.samplesPerSecond);
     description["audio"].push_back(describeAudio(audio));
-    if (!hasVideo && i == 0) duration = seconds(audio.stream.length, audio.wave.samplesPerSecond);
+    channels &= ~(audio.channelMask | lowest);
   }
   description["captions608"] = (info.captions & QVR_CAPTIONS_608) != 0;
   description["captions708"] = (info.captions & QVR_CAPTIONS_708) != 0;
   description["durationSeconds"] = duration;
   return description;
+}
+
+// Says of the sound that is not decoded why.
+void addReasons(Json& streams, const std::string& name) {
+  const std::vector<std::string> reasons = undecodedSound(name);
+  for (std::size_t i = 0; i < std::min(streams.size(), reasons.size()); ++i)
+    if (!reasons[i].empty()) streams[i]["why"] = reasons[i];
 }
 
 void printText(const Json& description) {
@@ -99,9 +104,10 @@ void printText(const Json& description) {
   const Json& streams = description["audio"];
   if (streams.empty()) std::cout << "audio: none\n";
   for (const Json& audio : streams)
-    std::cout << "audio: " << audio["codec"].get<std::string>() << ", " << audio["channels"] << " channels, "
-              << audio["sampleRate"] << " Hz, " << audio["bitsPerSample"] << " bits, " << audio["samples"]
-              << " samples\n";
+    std::cout << "audio: " << audio["codec"].get<std::string>()
+              << (audio.contains("why") ? " (" + audio["why"].get<std::string>() + ")" : "") << ", "
+              << audio["channels"] << " channels, " << audio["sampleRate"] << " Hz, "
+              << audio["bitsPerSample"] << " bits, " << audio["samples"] << " samples\n";
   const bool has608 = description["captions608"], has708 = description["captions708"];
   std::cout << "captions:" << (has608 ? " CEA-608" : "") << (has708 ? " CEA-708" : "")
             << (has608 || has708 ? "\n" : " none\n") << "duration: " << description["durationSeconds"]
@@ -111,7 +117,8 @@ void printText(const Json& description) {
 bool info(const Invocation& invocation, const InfoOptions& options) {
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
-  const Json description = describe(*file, options.file);
+  Json description = describe(*file, options.file);
+  addReasons(description["audio"], options.file);
   if (options.json)
     std::cout << description.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
   else

@@ -1,22 +1,27 @@
 #include <algorithm>
 #include <cmath>
+#include <iostream>
 #include <vector>
 
 #include "commands.h"
 #include "export_streams.h"
+#include "lost_sound.h"
 #include "output_file.h"
 #include "plugin_host.h"
 #include "progress.h"
 #include "sound_skew.h"
 #include "text.h"
+#include "undecoded_sound.h"
 #include "wave_header.h"
 
 namespace {
 
 // The first audio track's channel pair.
 constexpr std::uint32_t kFirstPair = 1;
-// Sample frames asked for at a time.
-constexpr std::uint32_t kBlockFrames = 48000;
+// Blocks that a second of sound is asked for in, which is how exactly a lost place is told.
+constexpr std::uint32_t kBlocksASecond = 10;
+// A unit claims a duration that none has: there may be sound after it.
+constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
 
 // Sample frames that the selected frames play over, behind `silence` of them where the sound starts late.
 struct SampleRange {
@@ -42,6 +47,95 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
           static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
 }
 
+// Writes the sound of a range, block by block.
+class SoundExport {
+ public:
+  SoundExport(CAMediaFile& file, const WaveFormat& format, OutputFile& output)
+      : file_(file),
+        format_(format),
+        output_(output),
+        blockFrames_(std::max(1u, format.sampleRate / kBlocksASecond)),
+        block_(std::size_t{blockFrames_} * format.frameBytes()),
+        lost_(format.sampleRate) {}
+
+  // A place that cannot be read is silence where sound follows it, else the end. Returns the status of the
+  // last block that could not be read, VL_OK where all could.
+  std::uint32_t run(const SampleRange& range) {
+    Progress progress("exporting sound", range.count);
+    std::uint32_t failure = VL_OK;
+    writeZeros(range.silence);
+    const std::uint64_t end = range.from + range.count;
+    for (std::uint64_t position = range.from, unread = position; position < end;) {
+      const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(blockFrames_, end - position));
+      const std::uint32_t status = read(position, wanted);
+      if (status == VL_OK) {
+        writeSilence(unread, position);
+        writeBlock();
+        lost_.addUnits(position, position + wanted, descriptor_.lostUnits);
+        unread = position + wanted;
+      } else {
+        if (status != kRefusedDuration && read(end - 1, 1) != VL_OK) return status;
+        failure = status;
+      }
+      position += wanted;
+      progress.show(position - range.from);
+    }
+    return failure;
+  }
+
+  std::uint64_t written() const { return written_; }  // bytes
+  const LostSound& lost() const { return lost_; }
+
+ private:
+  std::uint32_t read(std::uint64_t position, std::uint32_t count) {
+    descriptor_ = {};
+    descriptor_.size = sizeof descriptor_;
+    descriptor_.data = block_.data();
+    descriptor_.dataCapacity = static_cast<std::uint32_t>(block_.size());
+    const std::uint32_t status = file_.Read(static_cast<std::uint32_t>(position), count, kFirstPair,
+                                            QVR_MODE_AUDIO, &descriptor_, nullptr);
+    const bool delivered = descriptor_.bytes > 0 && descriptor_.bytes <= block_.size();
+    return status == VL_OK && !delivered ? VL_FAILED : status;
+  }
+
+  void writeBlock() {
+    output_.write({block_.data(), descriptor_.bytes});
+    written_ += descriptor_.bytes;
+  }
+
+  void writeSilence(std::uint64_t from, std::uint64_t to) {
+    if (from == to) return;
+    lost_.addGap(from, to);
+    writeZeros(to - from);
+  }
+
+  void writeZeros(std::uint64_t frames) {
+    if (frames == 0) return;
+    const std::vector<std::uint8_t> silence(block_.size());
+    for (std::uint64_t left = frames * format_.frameBytes(); left > 0;) {
+      const std::uint64_t bytes = std::min<std::uint64_t>(left, silence.size());
+      output_.write({silence.data(), static_cast<std::size_t>(bytes)});
+      written_ += bytes;
+      left -= bytes;
+    }
+  }
+
+  CAMediaFile& file_;
+  WaveFormat format_;
+  OutputFile& output_;
+  std::uint32_t blockFrames_;
+  std::vector<std::uint8_t> block_;
+  DFRAME descriptor_{};
+  std::uint64_t written_ = 0;
+  LostSound lost_;
+};
+
+std::string whyNothing(const std::string& name, std::uint32_t status) {
+  const std::vector<std::string> reasons = undecodedSound(name);
+  if (!reasons.empty() && !reasons.front().empty()) return reasons.front();
+  return "nothing of it decodes (status " + statusText(status) + "); 'fmp4 info' shows its codec";
+}
+
 }  // namespace
 
 void exportAudio(CAMediaFile& file, const ExportRequest& request) {
@@ -53,39 +147,18 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
     throw ToolError("'" + request.input + "' has no sound; 'fmp4 info' shows what it has");
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
-  std::vector<std::uint8_t> block(std::size_t{kBlockFrames} * format.frameBytes());
   OutputFile output(request.output, request.input);
+  SoundExport sound(file, format, output);
   output.make([&] {
-    Progress progress("exporting sound", static_cast<std::uint32_t>(range.count));
     output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
-    std::uint64_t written = 0;
-    for (std::uint64_t left = range.silence * format.frameBytes(); left != 0;) {
-      const std::size_t bytes = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
-      output.write({block.data(), bytes});
-      written += bytes;
-      left -= bytes;
-    }
-    for (std::uint64_t done = 0; done < range.count;) {
-      const auto wanted =
-          static_cast<std::uint32_t>(std::min<std::uint64_t>(kBlockFrames, range.count - done));
-      DFRAME descriptor{};
-      descriptor.size = sizeof descriptor;
-      descriptor.data = block.data();
-      descriptor.dataCapacity = static_cast<std::uint32_t>(block.size());
-      const auto position = static_cast<std::uint32_t>(range.from + done);
-      const std::uint32_t status =
-          file.Read(position, wanted, kFirstPair, QVR_MODE_AUDIO, &descriptor, nullptr);
-      if (status != VL_OK || descriptor.bytes > block.size() || (descriptor.bytes == 0 && done == 0))
-        throw ToolError("the sound of '" + request.input + "' cannot be decoded at sample " +
-                        std::to_string(position) + " (status " + statusText(status) +
-                        "); 'fmp4 info' shows its codec");
-      output.write({block.data(), descriptor.bytes});
-      written += descriptor.bytes;
-      done += wanted;
-      progress.show(static_cast<std::uint32_t>(done));
-    }
+    const std::uint32_t status = sound.run(range);
+    if (status != VL_OK && sound.written() == 0)
+      throw ToolError("the sound of '" + request.input +
+                      "' cannot be decoded: " + whyNothing(request.input, status));
     const std::uint8_t padding = 0;
-    if (written % 2 != 0) output.write({&padding, 1});
-    output.rewriteStart(waveHeader(format, written));
+    if (sound.written() % 2 != 0) output.write({&padding, 1});
+    output.rewriteStart(waveHeader(format, sound.written()));
   });
+  if (const std::string lost = sound.lost().text(request.input); !lost.empty())
+    std::cerr << "fmp4: " << lost << '\n';
 }

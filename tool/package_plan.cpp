@@ -61,30 +61,68 @@ std::span<const SourceSample> chosen(const SourceTrack& video, const PackagePlan
   return std::span(video.samples).subspan(plan.first, plan.count);
 }
 
-// The mean over the whole source. Frames of a recording last equally long.
-void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
+// What frames of the source last, but for rounding: a timescale may have no whole number of ticks for it, and
+// containers that the source went through before may have rounded it to milliseconds.
+struct FrameDuration {
+  std::uint32_t nominal;   // ticks
+  std::uint32_t rounding;  // ticks, less than half a frame
+
+  explicit FrameDuration(const SourceTrack& video)
+      : nominal(video.nominalDuration.value()),
+        rounding(std::min(std::max(1u, video.timescale / 1000), nominal / 4)) {}
+
+  bool isOf(const SourceSample& sample) const {
+    const auto [shorter, longer] = std::minmax(sample.duration, nominal);
+    return longer - shorter <= rounding;
+  }
+};
+
+// Frames and what they last together.
+struct Frames {
+  std::uint64_t count = 0;
   std::uint64_t ticks = 0;
-  for (const SourceSample& sample : video.samples) ticks += sample.duration;
-  if (ticks == 0 || video.timescale == 0) throw ToolError("the source does not say how long its frames last");
-  const double mean = static_cast<double>(ticks) / static_cast<double>(video.samples.size());
-  std::uint64_t rate = std::uint64_t{video.timescale} * video.samples.size();
-  std::uint64_t scale = ticks;
+
+  void add(const SourceSample& sample) {
+    ++count;
+    ticks += sample.duration;
+  }
+};
+
+// The frames that tell the rate: those that last as most of them do, whose mean has no rounding in it. Where
+// most last otherwise, the mean of all keeps the picture with the sound.
+Frames framesForRate(const SourceTrack& video, const FrameDuration& duration) {
+  Frames nominal, all;
+  for (const SourceSample& sample : video.samples) {
+    all.add(sample);
+    if (duration.isOf(sample)) nominal.add(sample);
+  }
+  return nominal.count * 2 > all.count ? nominal : all;
+}
+
+// Frames of a recording last equally long.
+void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
+  const FrameDuration duration(video);
+  const Frames frames = framesForRate(video, duration);
+  if (frames.ticks == 0 || video.timescale == 0)
+    throw ToolError("the source does not say how long its frames last");
+  std::uint64_t rate = video.timescale * frames.count;
+  std::uint64_t scale = frames.ticks;
   const std::uint64_t divisor = std::gcd(rate, scale);
   rate /= divisor;
   scale /= divisor;
   // Beyond 32 bits a thousandth of a frame is fine enough.
   if (std::max(rate, scale) > std::numeric_limits<std::uint32_t>::max()) {
-    rate = static_cast<std::uint64_t>(std::llround(video.timescale / mean * 1000));
+    rate = static_cast<std::uint64_t>(
+        std::llround(static_cast<double>(rate) / static_cast<double>(scale) * 1000));
     scale = 1000;
   }
   if (rate == 0 || rate > std::numeric_limits<std::uint32_t>::max())
     throw ToolError("the source has a frame rate that cannot be recorded");
   plan.rate = static_cast<std::uint32_t>(rate);
   plan.scale = static_cast<std::uint32_t>(scale);
-  const auto frames = std::span(video.samples).first(video.samples.size() - 1);
-  const bool even = std::all_of(frames.begin(), frames.end(),
-                                [&](const SourceSample& s) { return std::abs(s.duration - mean) <= 1.5; });
-  if (!even)
+  const auto allButLast = std::span(video.samples).first(video.samples.size() - 1);
+  if (!std::all_of(allButLast.begin(), allButLast.end(),
+                   [&](const SourceSample& sample) { return duration.isOf(sample); }))
     warn("the source's frames last differently long; in the recording they all last " +
          std::to_string(plan.scale) + "/" + std::to_string(plan.rate) + " s");
 }

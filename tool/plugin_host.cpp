@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string_view>
 
 #include "commands.h"
 #include "text.h"
+#include "vlpath.h"
 #include "vlutil.h"
 
 namespace {
@@ -22,6 +24,13 @@ Function exportOf(void* library, const std::string& libraryName, const char* nam
     throw ToolError("'" + libraryName + "' is not a media-file plug-in: it does not export " + name +
                     "; give --plugin the path of vlx_fmp4");
   return reinterpret_cast<Function>(address);
+}
+
+// A library as the host takes its name. A path given on a command line starts from the working folder, where
+// the host itself does not look.
+std::string libraryName(const std::string& given) {
+  const std::filesystem::path path = vlPath(given);
+  return path.has_parent_path() ? vlName(std::filesystem::absolute(path)) : given;
 }
 
 bool endsWithIgnoringCase(std::string_view text, std::string_view ending) {
@@ -90,7 +99,7 @@ void MediaFileCloser::operator()(CAMediaFile* object) const {
 }
 
 Plugin::Plugin(const std::string& name) {
-  void* const library = vlOSLoadLibrary(name.c_str(), kLoadBesideHostFirst);
+  void* const library = vlOSLoadLibrary(libraryName(name).c_str(), kLoadBesideHostFirst);
   if (library == nullptr)
     throw ToolError("the plug-in '" + name + "' cannot be loaded; give its path with --plugin");
   checkVersionAndFile_ = exportOf<CheckVersionAndFile>(library, name, "xCheckVersionAndFile");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "edit_list.h"
+#include "nominal_duration.h"
 
 struct SourceSample {
   std::uint64_t offset = 0;  // of the first byte, as SampleSource::read() takes it
@@ -35,6 +36,7 @@ struct SourceTrack {
   std::vector<std::uint8_t> configuration;  // AVC decoder configuration record, or AudioSpecificConfig
   std::uint8_t objectType = 0;              // of sound: objectTypeIndication
   EditList edits;
+  NominalDuration nominalDuration;
   std::vector<SourceSample> samples;
   bool wanted = false;               // its samples will be used
   std::size_t next = 0;              // the first one that has not been used

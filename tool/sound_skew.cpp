@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
-#include <map>
 
 #include "commands.h"
 #include "fourcc.h"
@@ -39,14 +38,6 @@ class Beginning {
   FragmentStream stream_;
 };
 
-std::uint32_t commonDuration(const SourceTrack& track) {
-  std::map<std::uint32_t, std::size_t> counts;
-  for (const SourceSample& sample : track.samples) ++counts[sample.duration];
-  return std::max_element(counts.begin(), counts.end(),
-                          [](const auto& a, const auto& b) { return a.second < b.second; })
-      ->first;
-}
-
 // The files that hold the picture and, if apart, the sound.
 RecordingNames mediaOf(const std::string& file) {
   RecordingNames names;
@@ -72,10 +63,11 @@ double measuredSkew(const std::string& file) {
   const RecordingNames names = mediaOf(file);
   Beginning media(names.video);
   const SourceTrack* const video = media.track(Mp4FourCc("vide"));
-  if (!video || commonDuration(*video) == 0) return 0;
+  const std::uint32_t duration = video ? video->nominalDuration.value() : 0;
+  if (duration == 0) return 0;
   PackagePlan plan;
   plan.rate = video->timescale;
-  plan.scale = commonDuration(*video);
+  plan.scale = duration;
   plan.count = static_cast<std::uint32_t>(video->samples.size());
   plan.chooseOffsets(*video);
   const PictureTimes times(*video, plan);

@@ -164,6 +164,14 @@ SourceTrack readTrack(Mp4Box* moov, Mp4Box* trak, std::uint64_t fileSize) {
   return track;
 }
 
+// The sample table of a plain file counts as one fragment.
+NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExtendsBox* trex) {
+  NominalDuration nominal(trex ? trex->defaultSampleDuration : 0);
+  for (const SourceSample& sample : track.samples) nominal.addSamples(sample.duration);
+  nominal.endFragment();
+  return nominal;
+}
+
 // ---- Fragments --------------------------------------------------------------------------------------
 
 const mp4::TrackExtendsBox* trackExtends(Mp4Box* moov, std::uint32_t trackId) {
@@ -211,6 +219,7 @@ void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_
                                                  : defaults.flags;
     sample.key = !(flags & kNonSync);
     track.samples.push_back(sample);
+    track.nominalDuration.addSamples(sample.duration);
     offset += sample.size;
     time += sample.duration;
   }
@@ -222,6 +231,8 @@ std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
   std::vector<SourceTrack> tracks;
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i)
     tracks.push_back(readTrack(moov, trak, end));
+  for (SourceTrack& track : tracks)
+    track.nominalDuration = nominalDurationOf(track, trackExtends(moov, track.trackId));
   return tracks;
 }
 
@@ -251,6 +262,7 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
       readRun(*run, defaults, end, *track, time, offset);
     }
     track->nextDecodeTime = time;
+    track->nominalDuration.endFragment();
     dataEnd = offset;
   }
 }

@@ -1,6 +1,8 @@
 // Media bytes that are sound, with the description of their format.
 #pragma once
 
+#include <cstdint>
+
 #include "audio_stream_info.h"
 #include "media_data.h"
 
@@ -11,7 +13,9 @@ class AudioData : public RuntimeClass<AudioData, MediaData> {
   using RuntimeClass::RuntimeClass;
   static const char* ClassName() { return "AudioData"; }
 
-  AudioStreamInfo m_info;  // set by a decoder with every frame
+  // Of the samples, as the decoder of the last frame has set it: what it does not know stays.
+  AudioStreamInfo m_info;
+  std::uint32_t m_isSigned = 0;  // 1: the samples are signed integers
 };
 
 }  // namespace UMC

@@ -8,6 +8,7 @@ namespace UMC {
 // Stream types.
 inline constexpr std::uint32_t UMC_STREAM_PCM = 1;
 inline constexpr std::uint32_t UMC_STREAM_AAC = 2048;
+inline constexpr std::uint32_t UMC_STREAM_AC3 = 4096;
 // Raw AAC access units whose format an AudioSpecificConfig tells (ISO/IEC 14496-3, 1.6.2.1).
 inline constexpr std::uint32_t UMC_STREAM_AAC_CONFIGURED = 2065;
 

@@ -10,16 +10,17 @@ BaseCodec::BaseCodec() = default;
 BaseCodec::~BaseCodec() = default;
 
 Status BaseCodec::Init(BaseCodecParams* params) {
-  if (params == nullptr) return UMC_ERR_NULL_PTR;
-  if (params->m_allocator != nullptr) {
-    m_allocator = params->m_allocator;
+  const bool hasAllocator = params != nullptr && params->m_allocator != nullptr;
+  MemoryAllocator* borrowed = hasAllocator ? params->m_allocator : m_setAllocator;
+  if (borrowed != nullptr) {
     m_ownAllocator.reset();
-  } else if (m_allocator == nullptr) {
-    m_ownAllocator.reset(new (std::nothrow) DefaultMemoryAllocator);
-    if (m_ownAllocator == nullptr) return UMC_ERR_ALLOC;
-    m_allocator = m_ownAllocator.get();
+    m_allocator = borrowed;
+    return UMC_OK;
   }
-  return UMC_OK;
+  // One that was borrowed from earlier parameters may be gone by now.
+  if (m_ownAllocator == nullptr) m_ownAllocator.reset(new (std::nothrow) DefaultMemoryAllocator);
+  m_allocator = m_ownAllocator.get();
+  return m_allocator != nullptr ? UMC_OK : UMC_ERR_ALLOC;
 }
 
 Status BaseCodec::GetFrame(MediaData* /*input*/, MediaData* /*output*/) {
@@ -41,7 +42,7 @@ Status BaseCodec::SetParams(BaseCodecParams* /*params*/) {
 Status BaseCodec::SetMemoryAllocator(MemoryAllocator* allocator) {
   if (allocator == nullptr) return UMC_ERR_NULL_PTR;
   if (m_allocator != nullptr && m_allocator != allocator) return UMC_ERR_FAILED;
-  m_allocator = allocator;
+  m_allocator = m_setAllocator = allocator;
   return UMC_OK;
 }
 

@@ -20,8 +20,8 @@ class BaseCodec : public RuntimeClass<BaseCodec> {
   BaseCodec();
   ~BaseCodec() override;
 
-  // Takes the allocator from the parameters, or makes one of its own where they have none and none was set.
-  // -995 for null parameters, -883 without memory.
+  // Takes the allocator from the parameters; where there is none in them, the one that was set; where none
+  // was set, one of its own. Parameters may be null. -883 without memory.
   virtual Status Init(BaseCodecParams* params);
   // The operations that a codec adds; -878 where it does not.
   virtual Status GetFrame(MediaData* input, MediaData* output);
@@ -30,8 +30,8 @@ class BaseCodec : public RuntimeClass<BaseCodec> {
   virtual Status Reset();
   virtual Status SetParams(BaseCodecParams* params);
 
-  // Sets the allocator to use, which outlives the codec; ahead of Init. -995 for null, -999 when another is
-  // in use.
+  // Sets the allocator to use, which outlives the codec; before Init. -995 for null, -999 when another is in
+  // use.
   virtual Status SetMemoryAllocator(MemoryAllocator* allocator);
 
   // A block of the allocator in use: its address or null, and a status, -998 without an allocator.
@@ -42,7 +42,8 @@ class BaseCodec : public RuntimeClass<BaseCodec> {
   virtual Status SetTrickPlayMode(std::uint32_t mode);
 
  protected:
-  MemoryAllocator* m_allocator = nullptr;
+  MemoryAllocator* m_allocator = nullptr;     // in use
+  MemoryAllocator* m_setAllocator = nullptr;  // by SetMemoryAllocator
   std::unique_ptr<MemoryAllocator> m_ownAllocator;
   std::uint32_t m_trickPlayMode = 0;
   std::uint32_t m_reserved[25] = {};

@@ -121,7 +121,9 @@ DefaultMemoryAllocator::Record* DefaultMemoryAllocator::AddRecord() {
     m_records = records;
     m_recordCapacity = capacity;
   }
-  return &m_records[m_recordCount++];
+  Record* added = &m_records[m_recordCount++];
+  *added = {};
+  return added;
 }
 
 MemoryId DefaultMemoryAllocator::NewIdentifier() {

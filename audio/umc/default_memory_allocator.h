@@ -34,7 +34,7 @@ class DefaultMemoryAllocator : public RuntimeClass<DefaultMemoryAllocator, Memor
 
   [[nodiscard]] Record* Find(MemoryId identifier);
   [[nodiscard]] Record* FindReusable(std::size_t size, std::uint32_t alignment);
-  // A record without memory, or null when the table cannot grow.
+  // A free record without memory, or null when the table cannot grow.
   [[nodiscard]] Record* AddRecord();
   [[nodiscard]] MemoryId NewIdentifier();
 

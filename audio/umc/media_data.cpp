@@ -1,17 +1,18 @@
 #include "media_data.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "ipps_memory.h"
 
 namespace UMC {
 
 MediaData::MediaData(std::size_t size) {
-  m_buffer = ippsMalloc_8u(size);
-  if (m_buffer == nullptr) return;
-  m_data = m_buffer;
+  m_ownBlock = ippsMalloc_8u(size);
+  if (m_ownBlock == nullptr) return;
+  m_ownBlockSize = size;
+  m_buffer = m_data = m_ownBlock;
   m_bufferSize = size;
-  m_ownsBuffer = 1;
 }
 
 MediaData::~MediaData() {
@@ -19,8 +20,7 @@ MediaData::~MediaData() {
 }
 
 Status MediaData::SetBufferPointer(std::uint8_t* pointer, std::size_t size) {
-  if (m_ownsBuffer != 0) ippsFree(m_buffer);
-  m_ownsBuffer = 0;
+  FreeOwnBlock();
   m_buffer = pointer;
   m_data = pointer;
   m_bufferSize = size;
@@ -87,9 +87,7 @@ Status MediaData::MoveDataTo(MediaData* target) {
 }
 
 MediaData& MediaData::operator=(const MediaData& other) {
-  if (this == &other) return *this;
-  if (m_ownsBuffer != 0) ippsFree(m_buffer);
-  m_ownsBuffer = 0;
+  if (!Owns(other.m_buffer)) FreeOwnBlock();
   m_startTime = other.m_startTime;
   m_endTime = other.m_endTime;
   m_bufferSize = other.m_bufferSize;
@@ -99,6 +97,18 @@ MediaData& MediaData::operator=(const MediaData& other) {
   m_frameType = other.m_frameType;
   m_flags = other.m_flags;
   return *this;
+}
+
+bool MediaData::Owns(const std::uint8_t* bytes) const {
+  // std::less orders pointers of different blocks, too.
+  const std::less<> before;
+  return m_ownBlock != nullptr && !before(bytes, m_ownBlock) && before(bytes, m_ownBlock + m_ownBlockSize);
+}
+
+void MediaData::FreeOwnBlock() {
+  ippsFree(m_ownBlock);
+  m_ownBlock = nullptr;
+  m_ownBlockSize = 0;
 }
 
 }  // namespace UMC

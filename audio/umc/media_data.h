@@ -42,8 +42,19 @@ class MediaData : public RuntimeClass<MediaData> {
   // Appends as much of the data to `target` as fits there, consumes it here and hands on times, frame type
   // and flags. -998 without data here, -995 for a target that is null or has no buffer.
   virtual Status MoveDataTo(MediaData* target);
-  // Describes the same bytes as `other`, never as their owner. Frees a buffer of its own.
+  // Describes the same bytes as `other` and never becomes their owner. Frees a buffer of its own, unless
+  // these bytes lie in it.
   virtual MediaData& operator=(const MediaData& other);
+
+  // What kind of frame the data are, and what else is told of them: words of the caller's, which MoveDataTo
+  // and assignment hand on and Reset sets to 0.
+  [[nodiscard]] std::uint32_t GetFrameType() const { return m_frameType; }
+  void SetFrameType(std::uint32_t type) { m_frameType = type; }
+  [[nodiscard]] std::uint32_t GetFlags() const { return m_flags; }
+  void SetFlags(std::uint32_t flags) { m_flags = flags; }
+  // Whether the data are known to be damaged (not 0): the caller's alone, neither handed on nor reset.
+  [[nodiscard]] std::uint32_t GetInvalid() const { return m_invalid; }
+  void SetInvalid(std::uint32_t invalid) { m_invalid = invalid; }
 
  protected:
   double m_startTime = -1.0;
@@ -55,10 +66,15 @@ class MediaData : public RuntimeClass<MediaData> {
   std::uint32_t m_frameType = 0;
   std::uint32_t m_flags = 0;
   std::uint32_t m_invalid = 0;
-  std::uint32_t m_ownsBuffer = 0;
 
  private:
   [[nodiscard]] std::uint64_t Consumed() const { return static_cast<std::uint64_t>(m_data - m_buffer); }
+  // Whether `bytes` points into the block of its own.
+  [[nodiscard]] bool Owns(const std::uint8_t* bytes) const;
+  void FreeOwnBlock();
+
+  std::uint8_t* m_ownBlock = nullptr;  // of ippsMalloc_8u, freed with this object; null: it owns none
+  std::size_t m_ownBlockSize = 0;
 };
 
 }  // namespace UMC

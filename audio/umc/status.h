@@ -10,7 +10,7 @@ using Status = std::int32_t;
 inline constexpr Status UMC_OK = 0;
 // GetInfo: not enough of the stream has been seen to know its format.
 inline constexpr Status UMC_WRN_INFO_NOT_READY = 3;
-// A frame was decoded, but its checksum does not match.
+// A frame was decoded, but it is damaged: its checksum does not match, or later blocks of it are lost.
 inline constexpr Status UMC_WRN_CRC_MISMATCH = 4;
 
 inline constexpr Status UMC_ERR_INVALID_PARAMS = -876;

@@ -71,8 +71,8 @@ class VLHOST_API CAMediaFile {
                              std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags);
   // 3
   virtual std::uint32_t Close();
-  // 4. Copies out the descriptions; each pointer may be null. `channelMask` selects the audio stream: that of
-  // the audio stream holder of the mask's first channel pair, or the presentation's where there is none.
+  // 4. Copies out the descriptions; each pointer may be null. `channelMask` selects the audio stream: the one
+  // whose holder says that it serves the mask's first channel, or the presentation's where none does.
   virtual std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video,
                                     QVRAUDIO* audio, QVRINFO* info);
   // 5. Takes the host's descriptions; each pointer may be null.

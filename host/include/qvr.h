@@ -100,9 +100,9 @@ struct QVRWAVE {
 // The audio description.
 struct QVRAUDIO {
   std::uint32_t fileType;
-  std::uint32_t flags;
-  std::uint32_t bufferSize;  // bytes of one video frame's sound
-  std::uint32_t codec;       // four-character code of the stored samples, file byte order
+  std::uint32_t channelMask;  // the channels of the file that the stream serves, 0 where nobody has said
+  std::uint32_t bufferSize;   // bytes of one video frame's sound
+  std::uint32_t codec;        // four-character code of the stored samples, file byte order
   QVRSTREAMHEADER stream;
   QVRWAVE wave;
 };
@@ -167,7 +167,8 @@ struct DFRAME {
   std::uint32_t captionFlags;  // DFRAME_CAPTION_*
   std::uint32_t captionBytes;
   std::uint8_t firstByte;  // header-only request: first byte of the sample
-  std::uint8_t padding[7];
+  std::uint8_t padding[3];
+  std::uint32_t lostUnits;  // sound: access units that could not be read or decoded, delivered as silence
   // The CEA-608 pair in bytes 0 and 1; the CEA-708 packet from byte 4.
   std::uint8_t captions[8496];
 };

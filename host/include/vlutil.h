@@ -148,11 +148,11 @@ VLHOST_API std::uint32_t ChangeFileExtension(char* path, std::size_t size, const
 
 // Loads a shared library; null on failure. A Windows library name is translated to the system's own form:
 // on Linux "avcodec-57.dll" is looked for as "libavcodec.so.57", a name without a version as
-// "libNAME.so" and then "NAME.so". A name without a folder is looked for beside the host library first,
-// then along the system's search path; one with a relative folder ("Formats\avcodec-57.dll") beneath the
-// host library's folder first, then beneath the working folder. A path in the system's own form is loaded as
-// it is, and a path with a drive is found only where there are drives. `flags` is kept for the host; 2 asks
-// for exactly that order. A file that is there and does not load is logged with its reason.
+// "libNAME.so" and then "NAME.so". A relative name is looked for beneath the folder of the host library, then
+// beneath that of the program, and one without a folder along the system's search path at last; never beneath
+// the working folder. An absolute path is loaded as it is, and a path with a drive is found only where there
+// are drives. What a library needs is looked for beside it first. `flags` is kept for the host; 2 asks for
+// exactly that order. Why a file that is there does not load is logged.
 VLHOST_API void* vlOSLoadLibrary(const char* path, std::uint32_t flags);
 
 // The address of an exported symbol, or null.

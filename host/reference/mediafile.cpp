@@ -11,10 +11,12 @@ namespace {
 
 constexpr std::size_t kMaxStreams = 65;  // one video, 64 audio
 
-// The holder of an audio channel pair: the audio holders count from pair 0 on. Null when there is none.
-const QVRSTREAM* audioHolder(const std::vector<std::unique_ptr<QVRSTREAM>>& streams, std::uint32_t pair) {
+// The holder of the audio stream that serves a channel; null when none does.
+const QVRSTREAM* audioHolder(const std::vector<std::unique_ptr<QVRSTREAM>>& streams, std::uint32_t channel) {
+  if (channel == QVR_NO_CHANNEL) return nullptr;
   for (const std::unique_ptr<QVRSTREAM>& stream : streams) {
-    if (stream->kind == QVR_KIND_AUDIO && pair-- == 0) return stream.get();
+    const bool serves = (stream->audio.channelMask & 1u << channel) != 0;
+    if (stream->kind == QVR_KIND_AUDIO && serves) return stream.get();
   }
   return nullptr;
 }
@@ -54,7 +56,7 @@ std::uint32_t CAMediaFile::Close() {
 
 std::uint32_t CAMediaFile::GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video,
                                        QVRAUDIO* audio, QVRINFO* info) {
-  const QVRSTREAM* holder = audioHolder(m_streams, findChannel(channelMask) / 2);
+  const QVRSTREAM* holder = audioHolder(m_streams, findChannel(channelMask));
   copyGiven(system, &m_system);
   copyGiven(video, &m_video);
   copyGiven(audio, holder != nullptr ? &holder->audio : &m_audio);

@@ -41,6 +41,15 @@ TEST(AacDecoder, ReportsMissingArgumentsAndState) {
   ExpectMissingArgumentsAndStateToBeReported<UMC::AACDecoder, UMC::AACDecoderParams>();
 }
 
+TEST(AacDecoder, NeedsParametersOfAnyClass) {
+  UMC::AACDecoder decoder;
+  UMC::BaseCodecParams base;
+  UMC::AudioCodecParams audio;
+  EXPECT_EQ(-995, decoder.Init(nullptr));
+  EXPECT_EQ(0, decoder.Init(&base));
+  EXPECT_EQ(0, decoder.Init(&audio));
+}
+
 TEST(AacDecoder, RefusesConfigurationsThatItDoesNotServe) {
   const auto init = [](Bytes config) {
     UMC::AACDecoder decoder;
@@ -181,8 +190,9 @@ TEST(AacDecoder, TellsUnknownFormsFromShortInput) {
   EXPECT_EQ(0, decoder.Decode(Stream(Blocks(Stereo(), 1))));
 }
 
-// The head of a lossless stream of 10000 samples.
-Bytes AlsHead(unsigned resolution, bool everything) {
+// The head of a lossless stream of 10000 samples, of which what was around the sound in its own file is kept
+// or is not known.
+Bytes AlsHead(unsigned resolution, bool everything, bool kept = true) {
   BitWriter bits;
   bits.Write(0x414C5300, 32);
   bits.Write(48000, 32);
@@ -203,9 +213,9 @@ Bytes AlsHead(unsigned resolution, bool everything) {
     bits.Write(0b000110, 6);  // a position of two bits for each channel
   }
   bits.Align();
-  bits.Write(3, 32);
-  bits.Write(2, 32);
-  for (int i = 0; i < 5; ++i) bits.Write(0x55, 8);
+  bits.Write(kept ? 3 : 0xFFFFFFFF, 32);
+  bits.Write(kept ? 2 : 0xFFFFFFFF, 32);
+  for (int i = 0; kept && i < 5; ++i) bits.Write(0x55, 8);
   if (everything) {
     bits.Write(0xDEADBEEF, 32);
     for (int i = 0; i < 5; ++i) bits.Write(1000, 32);  // random access units of 2048 samples
@@ -217,15 +227,20 @@ Bytes AlsHead(unsigned resolution, bool everything) {
 
 TEST(AacDecoder, ReadsTheHeadOfLosslessStreamsButNotTheirFrames) {
   const Bytes adts = Stream(Blocks(Stereo(), 1));
-  for (const bool everything : {false, true}) {
-    const Bytes head = AlsHead(1, everything);
+  for (const Bytes& head : {AlsHead(1, false), AlsHead(1, true), AlsHead(1, false, false)}) {
     TestDecoder decoder;
     EXPECT_EQ(-899, decoder.Decode(head + adts));
     EXPECT_EQ(adts.size(), decoder.Left());
     EXPECT_EQ(-899, decoder.Decode(adts)) << "a frame of the lossless stream by now";
     EXPECT_EQ(adts.size(), decoder.Left());
     UMC::AudioCodecParams params;
-    EXPECT_EQ(3, decoder.Decoder().GetInfo(&params));
+    ASSERT_EQ(0, decoder.Decoder().GetInfo(&params));
+    for (const auto* described : {&params.m_input, &params.m_output}) {
+      EXPECT_EQ(3u, described->channels);
+      EXPECT_EQ(7u, described->channelMask);
+      EXPECT_EQ(48000u, described->sampleFrequency);
+    }
+    EXPECT_EQ(32u, params.m_input.streamSubtype);
     for (std::size_t size = 4; size < head.size(); ++size) {
       TestDecoder cut;
       EXPECT_EQ(-899, cut.Decode(Bytes(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(size))));

@@ -410,8 +410,4 @@ TEST(SamplingIndex, FollowsTheTableOfRanges) {
   EXPECT_EQ(11, SamplingIndexOf(0));
 }
 
-TEST(DecoderMemory, StaysBelow448Kilobytes) {
-  EXPECT_LT(sizeof(DecoderState) + sizeof(WorkArea), 448u * 1024);
-}
-
 }  // namespace

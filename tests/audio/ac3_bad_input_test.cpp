@@ -106,6 +106,18 @@ TEST(Ac3BadInput, EveryTruncationOfAFrame) {
   }
 }
 
+// The frame's own size counts at the end of the input, whatever looks like a sync word inside the frame.
+TEST(Ac3BadInput, ADamagedLastFrameIsConsumedWhole) {
+  auto frames = Frames(2);
+  const std::uint8_t imposter[] = {0x0B, 0x77, 0, 0, 20, 8 << 3};
+  std::copy(std::begin(imposter), std::end(imposter), frames[0].begin() + 100);
+  TestAc3Decoder decoder;
+  EXPECT_EQ(4, decoder.Decode(frames[0]));
+  EXPECT_EQ(0u, decoder.Left());
+  EXPECT_EQ(0, decoder.Decode(frames[1]));
+  EXPECT_EQ(0u, decoder.Left());
+}
+
 TEST(Ac3BadInput, AnythingBehindTheHeaderUnderRightChecksums) {
   std::mt19937 random(3);
   const auto frames = Frames(3);

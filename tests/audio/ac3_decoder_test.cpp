@@ -31,6 +31,34 @@ TEST(Ac3Decoder, ReportsMissingArgumentsAndState) {
   ExpectMissingArgumentsAndStateToBeReported<UMC::AC3Decoder, UMC::AC3DecoderParams>();
 }
 
+TEST(Ac3Decoder, TellsThatItIsNotInitialisedBeforeAnythingElse) {
+  UMC::AC3Decoder decoder;
+  UMC::MediaData data(64);
+  EXPECT_EQ(-998, decoder.GetFrame(nullptr, &data));
+  EXPECT_EQ(-998, decoder.GetFrame(&data, nullptr));
+}
+
+TEST(Ac3Decoder, BeginsWithItsOwnOptionsWhereNoneAreGiven) {
+  const Bytes frame = Frames(1)[0];
+  UMC::AC3Decoder decoder;
+  ASSERT_EQ(0, decoder.Init(nullptr));
+  Bytes bytes = frame;
+  UMC::MediaData input, output(6 * 3072);
+  input.SetBufferPointer(bytes.data(), bytes.size());
+  input.SetDataSize(bytes.size());
+  EXPECT_EQ(0, decoder.GetFrame(&input, &output));
+  EXPECT_EQ(2u * 3072, output.GetDataSize());
+}
+
+TEST(Ac3Decoder, RefusesOptionsThatAreNone) {
+  UMC::AC3Decoder decoder;
+  UMC::BaseCodecParams base;
+  UMC::AudioCodecParams audio;
+  EXPECT_EQ(-995, decoder.Init(&base));
+  EXPECT_EQ(-995, decoder.Init(&audio));
+  EXPECT_EQ(-998, decoder.Reset()) << "nothing was made";
+}
+
 TEST(Ac3Decoder, ReportsMissingMemory) {
   ScarceAllocator allocator(0);
   UMC::AC3Decoder decoder;
@@ -73,12 +101,38 @@ TEST(Ac3Decoder, DescribesBothStreams) {
   EXPECT_EQ(6u, params.m_input.channels);
   EXPECT_EQ(44100u, params.m_input.sampleFrequency);
   EXPECT_EQ(448000u, params.m_input.bitRate);
+  EXPECT_EQ(UMC::UMC_STREAM_AC3, params.m_input.streamType);
   EXPECT_EQ(0x3Fu, params.m_input.channelMask);
   EXPECT_EQ(4u, params.m_output.channels);
   EXPECT_EQ(44100u, params.m_output.sampleFrequency);
   EXPECT_EQ(16u, params.m_output.bitsPerSample);
   EXPECT_EQ(1u, params.m_output.streamType);
   EXPECT_EQ(0x0Fu, params.m_output.channelMask);
+}
+
+TEST(Ac3Decoder, TellsWhatTheStreamSaysOfItself) {
+  const auto describe = [](const Ac3GeneratorOptions& options) {
+    TestAc3Decoder decoder;
+    EXPECT_EQ(0, decoder.Decode(Frames(1, options)[0]));
+    UMC::AC3StreamParams params;
+    EXPECT_EQ(0, decoder.Decoder().GetInfo(&params));
+    return std::vector<std::uint32_t>{params.m_version,           params.m_serviceType,
+                                      params.m_codingMode,        params.m_lfe,
+                                      params.m_surroundMode,      params.m_dialogueLevels[0],
+                                      params.m_dialogueLevels[1], params.m_input.bitRate};
+  };
+  Ac3GeneratorOptions options;
+  options.version = 6;
+  options.serviceType = 4;
+  options.mode = 2;
+  options.lfe = false;
+  options.surroundMode = 1;
+  options.dialogueLevel = 27;
+  EXPECT_EQ((std::vector<std::uint32_t>{6, 4, 2, 0, 1, 27, 0, 640000}), describe(options));
+  options.mode = 0;
+  options.lfe = true;
+  options.sizeCode = 30;
+  EXPECT_EQ((std::vector<std::uint32_t>{6, 4, 0, 1, 0, 27, 27, 448000}), describe(options));
 }
 
 TEST(Ac3Decoder, TellsTheFormatWithTheSamples) {
@@ -90,12 +144,18 @@ TEST(Ac3Decoder, TellsTheFormatWithTheSamples) {
   input.SetBufferPointer(stream.data(), stream.size());
   input.SetDataSize(stream.size());
   UMC::AudioData output(2 * 3072);
+  output.m_info.duration = 1.5;
+  output.m_info.streamSubtype = 7;
   for (int i = 0; i < 2; ++i) {
+    output.m_isSigned = 0;
     ASSERT_EQ(0, decoder.GetFrame(&input, &output));
     EXPECT_EQ(2u * 3072, output.GetDataSize());
     EXPECT_EQ(2u, output.m_info.channels);
     EXPECT_EQ(48000u, output.m_info.sampleFrequency);
     EXPECT_EQ(16u, output.m_info.bitsPerSample);
+    EXPECT_EQ(1u, output.m_isSigned);
+    EXPECT_EQ(1.5, output.m_info.duration) << "what the decoder does not know stays";
+    EXPECT_EQ(7u, output.m_info.streamSubtype);
   }
 }
 

@@ -43,11 +43,11 @@ void Ac3Generator::WriteHeader() {
   Write(m_options.frequencyCode, 2);
   Write(m_options.sizeCode, 6);
   Write(m_options.version, 5);
-  Write(0, 3);  // bsmod
+  Write(m_options.serviceType, 3);
   Write(m_options.mode, 3);
   if ((m_options.mode & 1) != 0 && m_options.mode != 1) Write(1, 2);  // cmixlev
   if ((m_options.mode & 4) != 0) Write(1, 2);                         // surmixlev
-  if (m_options.mode == kStereo) Write(0, 2);                         // dsurmod
+  if (m_options.mode == kStereo) Write(m_options.surroundMode, 2);
   Write(m_options.lfe ? 1 : 0, 1);
   WriteProgramme();
   if (m_options.mode == kDualMono) WriteProgramme();
@@ -63,10 +63,11 @@ void Ac3Generator::WriteHeader() {
 }
 
 void Ac3Generator::WriteProgramme() {
-  Draw(1, 31, 5);                  // dialnorm
-  if (Flag(30)) Draw(0, 255, 8);   // compr
-  if (Flag(30)) Draw(0, 255, 8);   // langcod
-  if (Flag(30)) Draw(0, 0x7F, 7);  // mixlevel, roomtyp
+  const int lowest = m_options.dialogueLevel != 0 ? m_options.dialogueLevel : 1;
+  Draw(lowest, m_options.dialogueLevel != 0 ? lowest : 31, 5);  // dialnorm
+  if (Flag(30)) Draw(0, 255, 8);                                // compr
+  if (Flag(30)) Draw(0, 255, 8);                                // langcod
+  if (Flag(30)) Draw(0, 0x7F, 7);                               // mixlevel, roomtyp
 }
 
 std::vector<int> Ac3Generator::Coded() const {

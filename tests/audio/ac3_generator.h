@@ -26,6 +26,9 @@ struct Ac3GeneratorOptions {
   bool blockSwitch = true;
   bool dynamicRange = true;
   int lowestExponent = 5;  // keeps the level down
+  int serviceType = 0;     // bsmod
+  int surroundMode = 0;    // dsurmod, of the mode 2/0
+  int dialogueLevel = 0;   // dialnorm; 0: any
 };
 
 class Ac3Generator {

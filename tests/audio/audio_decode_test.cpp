@@ -255,19 +255,35 @@ TEST(AudioDecode, APullOutsideTheBufferEmptiesIt) {
 }
 
 TEST(AudioDecode, NeverCopiesFromBehindItsBuffer) {
-  // Three bytes a sample are told, two are there: a pull takes more than the frames it counts.
+  // Frames of 80 bytes are told, of one byte are counted: a pull takes more than the frames it counts.
+  constexpr std::uint32_t kHeld = 4096, kCapacity = 200000, kTold = 80;
+  for (const std::uint32_t frames : {kHeld / 2, kHeld}) {  // to the end of what is held, and beyond
+    Wrapper wrapper;
+    QVRAUDIO format = Format(kMp4a, 2, 16);
+    wrapper.Init(&format);
+    wrapper.SetFrameSize(1);
+    wrapper.Feed(StereoFrames(1)[0]);
+    ASSERT_EQ(kHeld, wrapper.BufferedFrames());
+    ASSERT_EQ(kCapacity, wrapper.BufferCapacity());
+    wrapper.SetChannels(kTold / 2);
+    Bytes room(kHeld * kTold);
+    std::uint32_t offset = 0;
+    wrapper.PullAudio(kHeld / 2, frames, room.data(), &offset);
+    EXPECT_EQ(frames == kHeld ? kCapacity - kHeld / 2 : kHeld / 2 * kTold, offset);
+  }
+}
+
+TEST(AudioDecode, ForgetsFramesOfAnotherSize) {
   Wrapper wrapper;
-  QVRAUDIO format = Format(kMp4a, 2, 24);
+  QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
-  wrapper.SetFrameSize(1);
+  wrapper.SetFrameSize(4);
   wrapper.Feed(StereoFrames(1)[0]);
-  EXPECT_EQ(4096u, wrapper.BufferedFrames());
-  for (int i = 0; i < 45; ++i) wrapper.Feed(StereoFrames(1)[0]);
-  const std::uint32_t held = wrapper.BufferedFrames();
-  Bytes room(held * 6 + 100);
-  std::uint32_t offset = 0;
-  wrapper.PullAudio(held / 2, held, room.data(), &offset);
-  EXPECT_EQ(std::min(6 * held, wrapper.BufferCapacity() - held / 2), offset);
+  wrapper.SetFrameSize(4);
+  EXPECT_EQ(1024u, wrapper.BufferedFrames());
+  wrapper.SetFrameSize(6);
+  EXPECT_EQ(0u, wrapper.BufferedFrames());
+  EXPECT_EQ(0u, wrapper.BufferedBytes());
 }
 
 TEST(AudioDecode, RemovesFramesFromTheHead) {

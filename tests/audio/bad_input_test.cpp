@@ -135,8 +135,9 @@ TEST(BadInput, AnnouncedLengthsBeyondTheInput) {
     frame[3] = static_cast<std::uint8_t>((frame[3] & 0xFC) | length >> 11);
     frame[4] = static_cast<std::uint8_t>(length >> 3);
     frame[5] = static_cast<std::uint8_t>((frame[5] & 0x1F) | (length & 7) << 5);
-    const UMC::Status status = decoder.Decode(frame);
-    EXPECT_EQ(length > frame.size() ? -996 : 0, status) << length;
+    // More than four channels and a coupling one may have is no such frame.
+    const bool tooLong = length > 7 + 5 * 768;
+    EXPECT_EQ(tooLong ? -881 : length > frame.size() ? -996 : 0, decoder.Decode(frame)) << length;
   }
 }
 
@@ -153,12 +154,7 @@ TEST(BadInput, ChannelCountsThatChangeInMidStream) {
   for (std::size_t i = 0; i < layouts.size(); ++i) {
     GeneratorOptions options;
     options.elements = layouts[i];
-    // Short enough for any count of channels.
-    AacGenerator generator(static_cast<unsigned>(i), options);
-    Bytes frame;
-    do {
-      frame = WrapAdts({generator.NextBlock()}, {});
-    } while (frame.size() > 768);
+    const Bytes frame = WrapAdts({AacGenerator(static_cast<unsigned>(i), options).NextBlock()}, {});
     ASSERT_EQ(0, decoder.Decode(frame));
     EXPECT_EQ(channels[i] * 1024, decoder.Last().size());
     ASSERT_EQ(0, stereo.Decode(frame));
@@ -172,7 +168,7 @@ TEST(BadInput, RatesThatChangeInMidStreamAreNotThisStreamsFrames) {
   AacGenerator generator(1, options);
   const GeneratedBlock block = generator.NextBlock();
   TestDecoder decoder;
-  ASSERT_EQ(0, decoder.Decode(WrapAdts({block}, {.samplingIndex = 3})));
+  for (int i = 0; i < 2; ++i) ASSERT_EQ(0, decoder.Decode(WrapAdts({block}, {.samplingIndex = 3})));
   const Bytes other = WrapAdts({block}, {.samplingIndex = 4});
   EXPECT_EQ(-996, decoder.Decode(other));
   EXPECT_EQ(2u, decoder.Left());

@@ -23,13 +23,48 @@ TEST(BaseCodec, DoesNotProvideWhatCodecsAdd) {
 TEST(BaseCodec, MakesAnAllocatorOfItsOwn) {
   AudioCodec codec;
   BaseCodecParams params;
-  EXPECT_EQ(-995, codec.Init(nullptr));
   EXPECT_EQ(nullptr, codec.LockMemory(1));
   EXPECT_EQ(-998, codec.UnlockMemory(1));
   EXPECT_EQ(-998, codec.FreeMemory(1));
   EXPECT_EQ(0, codec.Init(&params));
   EXPECT_EQ(-999, codec.UnlockMemory(1));
   EXPECT_EQ(-999, codec.FreeMemory(1));
+}
+
+TEST(BaseCodec, NeedsNoParameters) {
+  AudioCodec codec;
+  EXPECT_EQ(0, codec.Init(nullptr));
+  EXPECT_EQ(-999, codec.UnlockMemory(1)) << "its allocator is there";
+}
+
+// An allocator of earlier parameters may be gone when Init comes again.
+TEST(BaseCodec, DoesNotKeepABorrowedAllocatorBeyondTheNextInit) {
+  AudioCodec codec;
+  BaseCodecParams params;
+  DefaultMemoryAllocator allocator;
+  MemoryId id = 0;
+  ASSERT_EQ(0, allocator.Alloc(&id, 16, 0, 16));
+  params.m_allocator = &allocator;
+  ASSERT_EQ(0, codec.Init(&params));
+  ASSERT_NE(nullptr, codec.LockMemory(id));
+  params.m_allocator = nullptr;
+  ASSERT_EQ(0, codec.Init(&params));
+  EXPECT_EQ(nullptr, codec.LockMemory(id)) << "it has one of its own now";
+}
+
+TEST(BaseCodec, GoesBackToTheAllocatorThatWasSet) {
+  AudioCodec codec;
+  BaseCodecParams params;
+  DefaultMemoryAllocator set, borrowed;
+  MemoryId id = 0;
+  ASSERT_EQ(0, set.Alloc(&id, 16, 0, 16));
+  ASSERT_EQ(0, codec.SetMemoryAllocator(&set));
+  params.m_allocator = &borrowed;
+  ASSERT_EQ(0, codec.Init(&params));
+  EXPECT_EQ(nullptr, codec.LockMemory(id));
+  params.m_allocator = nullptr;
+  ASSERT_EQ(0, codec.Init(&params));
+  EXPECT_NE(nullptr, codec.LockMemory(id));
 }
 
 TEST(BaseCodec, UsesTheAllocatorOfTheParameters) {

@@ -2,10 +2,15 @@
 // FFmpeg's and a clock that stands still.
 #include "ffmpeg_loader.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "ffmpeg_place.h"
 #include "ffmpeg_stand_in.h"
@@ -16,17 +21,41 @@ namespace {
 
 std::uint64_t now = 0;  // milliseconds
 
+// What is asked of the host: libraries, with the flags.
+std::vector<std::pair<std::string, std::uint32_t>> asked;
+int askedOfNoLibrary = 0;
+std::string hidden;  // a library of this name is not there
+
+// The host's own function of this name.
+template <class Function>
+Function* next(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
 }  // namespace
 
 // In place of the host's.
 std::uint64_t vsyncGetCurMs() {
   return now;
 }
+void* vlOSLoadLibrary(const char* path, std::uint32_t flags) {
+  asked.emplace_back(path, flags);
+  if (!hidden.empty() && std::string_view(path).ends_with(hidden)) return nullptr;
+  return next<decltype(vlOSLoadLibrary)>("vlOSLoadLibrary")(path, flags);
+}
+void* vlOSGetProcAddress(void* library, const char* name) {
+  if (library == nullptr) ++askedOfNoLibrary;
+  return next<decltype(vlOSGetProcAddress)>("vlOSGetProcAddress")(library, name);
+}
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Pair;
+using testing::StartsWith;
 
 const LogLine kAvcodecLoaded = {VL_LOG_PLAIN, "avcodec loaded"};
 const LogLine kAvcodecUnloaded = {VL_LOG_PLAIN, "avcodec unloaded"};
@@ -41,19 +70,37 @@ const LogLine kNoAvutil = {
     0u, "STATUS(vlx_Fmp4): FFMPEG DLLs (AvUtil) will not load, extra codecs will not be available.\n"};
 const LogLine kIncomplete = {0u, "STATUS(vlx_Fmp4): Unable to find proc in FFMPEG dll\n"};
 
-TEST(FFmpegLoader, LoadsAvcodecThenAvutilAndTellsTheVersion) {
-  inOwnProcess([] {
+TEST(FFmpegLoader, LoadsBothFromAnyPlaceAndTellsTheVersion) {
+  for (const char* folder : {kBesideHost, kSearchPath, kFormats}) {
+    inFFmpegPlace([folder] {
+      const FFmpegPlace place;
+      place.allow(true);
+      place.putBoth(folder);
+      LogCapture log;
+      EXPECT_EQ(LoadFFmpeg(), 0) << folder;
+      EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kVersion)) << folder;
+    });
+  }
+}
+
+TEST(FFmpegLoader, AsksForAvcodecInEveryPlaceThenForAvutil) {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();
-    LogCapture log;
-    EXPECT_EQ(LoadFFmpeg(), 0);
-    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
+    hidden = "avutil-55.dll";
+    EXPECT_EQ(LoadFFmpeg(), -2);
+    EXPECT_THAT(asked,
+                ElementsAre(Pair("avcodec-57.dll", 2), Pair("C:\\Program Files\\FFMpeg\\avcodec-57.dll", 2),
+                            Pair("Extended_formats\\avcodec-57.dll", 2), Pair("avutil-55.dll", 2),
+                            Pair("C:\\Program Files\\FFMpeg\\avutil-55.dll", 2),
+                            Pair("Extended_formats\\avutil-55.dll", 2)));
+    EXPECT_EQ(askedOfNoLibrary, 0) << "for an entry point";
   });
 }
 
 TEST(FFmpegLoader, LoadsOnceAndTellsTheVersionEachTime) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();
@@ -66,7 +113,7 @@ TEST(FFmpegLoader, LoadsOnceAndTellsTheVersionEachTime) {
 }
 
 TEST(FFmpegLoader, LoadsOnceOnManyThreads) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();
@@ -77,14 +124,14 @@ TEST(FFmpegLoader, LoadsOnceOnManyThreads) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_THAT(results, testing::Each(0));
     ASSERT_EQ(log.lines.size(), 10u);
-    EXPECT_EQ(log.lines[0], kAvcodecLoaded);
-    EXPECT_EQ(log.lines[1], kAvutilLoaded);
+    EXPECT_EQ(log.lines[0], kAvutilLoaded);
+    EXPECT_EQ(log.lines[1], kAvcodecLoaded);
     EXPECT_THAT(std::vector(log.lines.begin() + 2, log.lines.end()), testing::Each(kVersion));
   });
 }
 
 TEST(FFmpegLoader, MakesAMissingSettingSwitchedOn) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.putBoth();
     EXPECT_EQ(LoadFFmpeg(), 0);
@@ -93,7 +140,7 @@ TEST(FFmpegLoader, MakesAMissingSettingSwitchedOn) {
 }
 
 TEST(FFmpegLoader, MakesASettingThatIsNoNumberAnew) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.setStore("# mine\n" + std::string(FFmpegPlace::kEntry) + "never\n");
     place.putBoth();
@@ -103,7 +150,7 @@ TEST(FFmpegLoader, MakesASettingThatIsNoNumberAnew) {
 }
 
 TEST(FFmpegLoader, SwitchedOffLoadsNothingAndSaysSoEachTime) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(false);
     place.putBoth();
@@ -116,7 +163,7 @@ TEST(FFmpegLoader, SwitchedOffLoadsNothingAndSaysSoEachTime) {
 }
 
 TEST(FFmpegLoader, TheSettingIsReadAtEachCall) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.putBoth();
     for (const bool allowed : {false, true, false, true}) {
@@ -129,7 +176,7 @@ TEST(FFmpegLoader, TheSettingIsReadAtEachCall) {
 }
 
 TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.put(kAvutilFile);
@@ -149,18 +196,92 @@ TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
 }
 
 TEST(FFmpegLoader, AMissingAvutilIsToldEachTimeAndAvcodecLoadedOnce) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
-    place.put(kAvcodecFile);
+    place.putBoth();
+    hidden = "avutil-55.dll";
     LogCapture log;
     EXPECT_EQ(LoadFFmpeg(), -2);
     EXPECT_EQ(LoadFFmpeg(), -2);
-    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kNoAvutil, kNoAvutil));
+    EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kNoAvutil, kNoAvutil));
     log.lines.clear();
-    place.put(kAvutilFile);
+    hidden.clear();
     EXPECT_EQ(LoadFFmpeg(), 0);
-    EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kVersion));
+    EXPECT_THAT(log.lines, ElementsAre(kVersion));
+  });
+}
+
+TEST(FFmpegLoader, AnAvcodecWhoseAvutilIsNowhereIsToldWithTheReason) {
+  inFFmpegPlace([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.put(kAvcodecFile, kSearchPath);
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), -2);
+    ASSERT_EQ(log.lines.size(), 2u);
+    EXPECT_THAT(log.lines[0].text, AllOf(StartsWith("WARNING(vlhost): "), HasSubstr(kAvutilFile)));
+    EXPECT_EQ(log.lines[1], kNoAvcodec);
+  });
+}
+
+// ---- One libavutil -----------------------------------------------------------------------------------
+
+// Without this entry point, which is optional, it is told apart from the other.
+const StandIn kOtherCopy = {.missing = "av_log_format_line"};
+
+bool isOtherCopy() {
+  void* const avutil = vlOSLoadLibrary("avutil-55.dll", 2);
+  const bool other = vlOSGetProcAddress(avutil, "av_log_format_line") == nullptr;
+  vlOSFreeLibrary(avutil);
+  return other;
+}
+
+TEST(FFmpegLoader, AvcodecUsesTheAvutilBesideItWhateverTheSearchPathHas) {
+  for (const char* folder : {kBesideHost, kFormats}) {
+    inFFmpegPlace([folder] {
+      const FFmpegPlace place;
+      place.allow(true);
+      place.putBoth(folder);
+      place.put(kAvutilFile, kSearchPath, kOtherCopy);
+      LogCapture log;
+      EXPECT_EQ(LoadFFmpeg(), 0);
+      EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kVersion)) << folder;
+      EXPECT_FALSE(isOtherCopy()) << folder;
+    });
+  }
+}
+
+TEST(FFmpegLoader, AnotherAvutilThanAvcodecsIsPassedOver) {
+  inFFmpegPlace([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth(kFormats);
+    place.put(kAvutilFile, kBesideHost, kOtherCopy);
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_THAT(log.lines,
+                ElementsAre(kAvutilLoaded, kAvcodecLoaded, kAvutilLoaded, kAvutilUnloaded, kVersion));
+  });
+}
+
+TEST(FFmpegLoader, AnAvcodecThatUsesAnotherAvutilIsRefused) {
+  inFFmpegPlace([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth(kSearchPath);
+    place.put(kAvutilFile, kBesideHost, kOtherCopy);
+    LogCapture log;
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(LoadFFmpeg(), -2);
+      if (i == 0) {
+        EXPECT_THAT(log.lines,
+                    ElementsAre(kAvutilLoaded, kAvcodecLoaded, kAvutilLoaded, kAvutilUnloaded, kNoAvutil));
+      } else {
+        EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvutilUnloaded, kNoAvutil));
+      }
+      log.lines.clear();
+    }
   });
 }
 
@@ -179,19 +300,19 @@ void PrintTo(const Missing& missing, std::ostream* out) {
 class WithoutEntryPoint : public testing::TestWithParam<Missing> {};
 
 TEST_P(WithoutEntryPoint, IsRefusedUnlessItIsOptional) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const auto [library, name, accepted] = GetParam();
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();
-    place.put(library, "ffmpeg_stand_in", name);
+    place.put(library, kFormats, {.missing = name});
     LogCapture log;
     EXPECT_EQ(LoadFFmpeg(), accepted ? 0 : -1);
     if (accepted) {
-      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
+      EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kVersion));
       return;
     }
-    EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kIncomplete));
+    EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kIncomplete));
     // The libraries stay, and so does the answer.
     log.lines.clear();
     EXPECT_EQ(LoadFFmpeg(), -1);
@@ -239,6 +360,8 @@ constexpr unsigned version(unsigned major, unsigned minor, unsigned micro) {
   return major << 16 | minor << 8 | micro;
 }
 
+const StandIn kWithVersion = {.from = "ffmpeg_stand_in_version"};
+
 void tellVersions(unsigned avcodec, unsigned avutil) {
   setEnvironment(kStandInAvcodecVersion, std::to_string(avcodec).c_str());
   setEnvironment(kStandInAvutilVersion, std::to_string(avutil).c_str());
@@ -248,14 +371,14 @@ TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {
   for (const auto& release : {std::pair{version(57, 24, 102), version(55, 17, 103)},
                               std::pair{version(57, 48, 101), version(55, 28, 100)},
                               std::pair{version(57, 107, 100), version(55, 78, 100)}}) {
-    inOwnProcess([&] {
+    inFFmpegPlace([&] {
       const FFmpegPlace place;
       place.allow(true);
-      place.putBoth("ffmpeg_stand_in_version");
+      place.putBoth(kFormats, kWithVersion);
       tellVersions(release.first, release.second);
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), 0);
-      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kVersion));
+      EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kVersion));
     });
   }
 }
@@ -263,36 +386,52 @@ TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {
 TEST(FFmpegLoader, AnAvcodecOfAnotherGenerationOrProjectIsNotTaken) {
   for (const unsigned avcodec : {version(58, 18, 100), version(56, 60, 100), version(57, 23, 100),
                                  version(57, 25, 0), version(57, 107, 99), 0u}) {
-    inOwnProcess([&] {
+    inFFmpegPlace([&] {
       const FFmpegPlace place;
       place.allow(true);
-      place.putBoth("ffmpeg_stand_in_version");
+      place.putBoth(kFormats, kWithVersion);
       tellVersions(avcodec, version(55, 78, 100));
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), -2);
-      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvcodecUnloaded, kNoAvcodec));
+      EXPECT_THAT(log.lines,
+                  ElementsAre(kAvutilLoaded, kAvcodecLoaded, kAvcodecUnloaded, kAvutilUnloaded, kNoAvcodec));
     });
   }
 }
 
 TEST(FFmpegLoader, AnAvutilOfAnotherGenerationOrProjectIsNotTaken) {
   for (const unsigned avutil : {version(56, 14, 100), version(54, 31, 100), version(55, 17, 0)}) {
-    inOwnProcess([&] {
+    inFFmpegPlace([&] {
       const FFmpegPlace place;
       place.allow(true);
-      place.putBoth("ffmpeg_stand_in_version");
+      place.putBoth(kFormats, kWithVersion);
       tellVersions(version(57, 107, 100), avutil);
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), -2);
-      EXPECT_THAT(log.lines, ElementsAre(kAvcodecLoaded, kAvutilLoaded, kAvutilUnloaded, kNoAvutil));
+      EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kNoAvutil));
     });
   }
+}
+
+TEST(FFmpegLoader, AfterOneOfAnotherGenerationTheNextPlaceIsTried) {
+  inFFmpegPlace([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth(kBesideHost, kWithVersion);
+    place.putBoth(kFormats);  // tells no version
+    tellVersions(version(58, 18, 100), version(56, 14, 100));
+    LogCapture log;
+    EXPECT_EQ(LoadFFmpeg(), 0);
+    EXPECT_THAT(log.lines,
+                ElementsAre(kAvutilLoaded, kAvcodecLoaded, kAvcodecUnloaded, kAvutilUnloaded, kAvutilLoaded,
+                            kAvcodecLoaded, kAvutilLoaded, kAvutilUnloaded, kVersion));
+  });
 }
 
 // ---- Unloading ---------------------------------------------------------------------------------------
 
 TEST(FFmpegLoader, UnloadsAvcodecAloneAndLoadsItAgain) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();
@@ -308,14 +447,13 @@ TEST(FFmpegLoader, UnloadsAvcodecAloneAndLoadsItAgain) {
 }
 
 TEST(FFmpegLoader, GivesFFmpegItsLogBackAtTheEnd) {
-  EXPECT_EXIT(
-      {
-        const FFmpegPlace place;
-        place.allow(true);
-        place.putBoth();
-        std::exit(LoadFFmpeg());
-      },
-      testing::ExitedWithCode(0), "FFmpeg's own log: this is where the log goes");
+  const std::string log = inFFmpegPlace([] {
+    const FFmpegPlace place;
+    place.allow(true);
+    place.putBoth();
+    EXPECT_EQ(LoadFFmpeg(), 0);
+  });
+  EXPECT_THAT(log, HasSubstr("FFmpeg's own log: this is where the log goes"));
 }
 
 }  // namespace

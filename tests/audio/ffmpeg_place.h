@@ -11,36 +11,46 @@
 #include "support/environment.h"
 #include "support/own_process.h"
 #include "support/temp_folder.h"
+#include "vlpath.h"
 
 // File names of the libraries.
 #if defined(_WIN32)
+inline constexpr char kHostFile[] = "vlhost.dll";
 inline constexpr char kAvcodecFile[] = "avcodec-57.dll";
 inline constexpr char kAvutilFile[] = "avutil-55.dll";
 #else
+inline constexpr char kHostFile[] = "libvlhost.so";
 inline constexpr char kAvcodecFile[] = "libavcodec.so.57";
 inline constexpr char kAvutilFile[] = "libavutil.so.55";
 #endif
 
-// A working folder of its own with an empty store and no libraries. For processes of their own.
+// Folders of a place, relative to the host library's.
+inline constexpr char kBesideHost[] = ".";
+inline constexpr char kFormats[] = "Extended_formats";
+inline constexpr char kSearchPath[] = "search_path";  // of the dynamic loader, on Linux
+
+// One of the libraries that are built to stand in for FFmpeg's.
+struct StandIn {
+  std::string from = "ffmpeg_stand_in";  // folder of the build
+  std::string missing = "";              // an entry point that it shall not have: it bears another name
+};
+
+// The folder of the host library in a process that inFFmpegPlace started: no libraries of FFmpeg yet, and a
+// store of its own, which is empty.
 class FFmpegPlace {
  public:
-  FFmpegPlace() {
-    std::filesystem::create_directory(folder_.path() / "Extended_formats");
-    std::filesystem::current_path(folder_.path());
-    setEnvironment("VLHOST_CONFIG", store().c_str());
-  }
+  static constexpr char kVariable[] = "VL_FFMPEG_PLACE";
 
-  // Puts a library of the folder `from` of the build here, without the entry point `missing` if it is named:
-  // it then bears another name.
-  void put(const std::string& library, const std::string& from = "ffmpeg_stand_in",
-           const std::string& missing = "") const {
-    std::vector<std::uint8_t> bytes = readFile(VL_BIN_DIR "/" + from + "/" + library);
-    if (!missing.empty()) rename(bytes, missing);
-    writeFile(folder_.path() / "Extended_formats" / library, bytes);
+  FFmpegPlace() { setEnvironment("VLHOST_CONFIG", vlName(store()).c_str()); }
+
+  void put(const std::string& library, const char* folder = kFormats, const StandIn& standIn = {}) const {
+    std::vector<std::uint8_t> bytes = readFile(vlPath(VL_BIN_DIR "/" + standIn.from + "/" + library));
+    if (!standIn.missing.empty()) rename(bytes, standIn.missing);
+    writeFile(folder_ / folder / library, bytes);
   }
-  void putBoth(const std::string& from = "ffmpeg_stand_in") const {
-    put(kAvcodecFile, from);
-    put(kAvutilFile, from);
+  void putBoth(const char* folder = kFormats, const StandIn& standIn = {}) const {
+    put(kAvcodecFile, folder, standIn);
+    put(kAvutilFile, folder, standIn);
   }
 
   void allow(bool allowed) const { setStore(std::string(kEntry) + (allowed ? "1\n" : "0\n")); }
@@ -55,7 +65,7 @@ class FFmpegPlace {
   static constexpr char kEntry[] = "Framewright\\Codecs\\FFMPEG\\AllowFFMPEG=";
 
  private:
-  std::string store() const { return folder_.file("vlhost.conf"); }
+  std::filesystem::path store() const { return folder_ / "vlhost.conf"; }
 
   // The dynamic linker looks for a name's hash, then compares the name itself.
   static void rename(std::vector<std::uint8_t>& bytes, const std::string& name) {
@@ -69,5 +79,25 @@ class FFmpegPlace {
     if (count == 0) throw std::runtime_error("no entry point " + name);
   }
 
-  TempFolder folder_;
+  std::filesystem::path folder_ = vlPath(std::getenv(kVariable));
 };
+
+// Runs a part of a test in a process whose program and host library lie in a folder of their own: `body`
+// makes it an FFmpegPlace. Its failures are the test's. Returns what it wrote to standard error.
+template <class Body>
+std::string inFFmpegPlace(Body body) {
+  const std::filesystem::path program = thisProgram();
+  if (std::getenv(FFmpegPlace::kVariable)) return inProcessOf(program, body);  // this is that process
+  const TempFolder folder;
+  for (const char* name : {kFormats, kSearchPath}) std::filesystem::create_directory(folder.path() / name);
+  for (const std::filesystem::path& file : {program, program.parent_path() / kHostFile}) {
+    std::error_code otherDisk;
+    std::filesystem::create_hard_link(file, folder.path() / file.filename(), otherDisk);
+    if (otherDisk) std::filesystem::copy_file(file, folder.path() / file.filename());
+  }
+  const char* const others = std::getenv("LD_LIBRARY_PATH");
+  const std::string path = folder.file(kSearchPath) + (others == nullptr ? "" : ":" + std::string(others));
+  const Environment searchPath("LD_LIBRARY_PATH", path.c_str());
+  const Environment place(FFmpegPlace::kVariable, vlName(folder.path()).c_str());
+  return inProcessOf(folder.path() / program.filename(), body);
+}

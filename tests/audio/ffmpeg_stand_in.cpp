@@ -1,13 +1,16 @@
-// Stands in for libavcodec 57 (STAND_IN_AVCODEC) or libavutil 55 of FFmpeg: exports the entry points that the
-// loader asks for and nothing else, with a decoder that puts out what its packets tell. With STAND_IN_VERSION
-// it tells its version too.
+// Stands in for libavcodec 57 (STAND_IN_AVCODEC) or libavutil 55 of FFmpeg 3.4: exports the entry points that
+// the loader asks for and nothing else, with a decoder that puts out what its packets tell, and insists on
+// all that the real one insists on. libavcodec needs libavutil by name. With STAND_IN_VERSION they tell their
+// versions too.
 #include "ffmpeg_stand_in.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include "vlutil.h"
 
@@ -55,6 +58,9 @@ template <class T>
 
 #if defined(STAND_IN_AVCODEC)
 
+// Of libavutil.
+extern "C" void av_frame_unref(void* frame);
+
 namespace {
 
 // A codec and the number that contexts of it hold.
@@ -62,17 +68,34 @@ struct Codec {
   const char* name;
   int id;
 };
-constexpr Codec kCodecs[] = {{"mp1", 86059}, {"mp2", 0x15000}, {"mp3", 86017}, {"eac3", 86057}};
+constexpr int kEac3 = 86057;
+constexpr Codec kCodecs[] = {{"mp1", 86059}, {"mp2", 0x15000}, {"mp3", 86017}, {"eac3", kEac3}};
 
 constexpr std::size_t kContextSize = 1160;
 constexpr std::size_t kContextCodec = 16;
 constexpr std::size_t kContextExtradata = 128;
 constexpr std::size_t kPacketSize = 88;
 
-// Where the decoder keeps its samples; they are its own until the next call.
-struct Planes {
-  std::uint8_t* a = nullptr;
-  std::uint8_t* b = nullptr;
+constexpr int kInvalidArgument = -22, kInvalidData = -1094995529, kBug = -558323010;
+
+using Bytes = std::vector<std::uint8_t>;
+
+// A decoder's own, from its opening to its closing.
+struct Decoder {
+  // The samples of the last frame, until the next call.
+  Bytes planeA;
+  Bytes planeB;
+  Bytes current;  // the packet being decoded, from its first byte that is still to be
+  Bytes queued;   // the one after it
+  int rest = 0;   // bytes of a packet that was decoded in part: the size of the only packet that may follow
+  bool ended = false;
+};
+
+// What a frame is: samples, their form, and the bytes that it was coded in.
+struct Coded {
+  StandInPacket head;
+  const std::uint8_t* planes;
+  std::size_t bytes;
 };
 
 std::atomic<int> busy{0};
@@ -85,24 +108,83 @@ struct Exclusive {
   ~Exclusive() { busy.fetch_sub(1); }
 };
 
-Planes* planesOf(const void* context) {
-  return getFrom<Planes*>(context, kContextExtradata);
+Decoder* decoderOf(const void* context) {
+  return getFrom<Decoder*>(context, kContextExtradata);
 }
 
-void freePlanes(Planes& planes) {
-  std::free(planes.a);
-  std::free(planes.b);
-  planes = {};
+// A sync frame of AC-3 at 48 kHz: one pair of samples 1536 times, its first checksum (A/52, 5.3.1 and 5.3.2).
+int readSyncFrame(const Bytes& packet, Coded& coded, Bytes& samples) {
+  constexpr int kRates[] = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
+                            192, 224, 256, 320, 384, 448, 512, 576, 640};  // kbit/s
+  constexpr std::size_t kFrames = 1536;
+  if (packet.size() < 5 || packet[4] >> 6 != 0 || (packet[4] & 63) / 2 >= 19) return kInvalidData;
+  const auto bytes = static_cast<std::size_t>(4 * kRates[(packet[4] & 63) / 2]);
+  if (packet.size() < bytes) return kInvalidData;
+  for (std::size_t i = 0; i < 2 * kFrames; ++i) {
+    samples.push_back(packet[3]);
+    samples.push_back(packet[2]);
+  }
+  coded.head.samples = kFrames;
+  coded.head.planeABytes = static_cast<std::int32_t>(samples.size());
+  coded.planes = samples.data();
+  return static_cast<int>(bytes);
 }
 
-std::uint8_t* copyOf(const std::uint8_t* bytes, std::int32_t count) {
-  if (count == 0) return nullptr;
-  auto* const copy = static_cast<std::uint8_t*>(std::malloc(static_cast<std::size_t>(count)));
-  std::memcpy(copy, bytes, static_cast<std::size_t>(count));
-  return copy;
+int readStandIn(const Bytes& packet, Coded& coded) {
+  if (packet.size() < sizeof coded.head) return kInvalidData;
+  std::memcpy(&coded.head, packet.data(), sizeof coded.head);
+  coded.planes = packet.data() + sizeof coded.head;
+  const StandInPacket& head = coded.head;
+  const std::int64_t planes = std::int64_t{head.planeABytes} + head.planeBBytes;
+  const auto room = static_cast<std::int64_t>(packet.size() - sizeof head);
+  if (head.planeABytes < 0 || head.planeBBytes < 0 || planes > room) return kInvalidData;
+  return coded.head.result == 0 ? static_cast<int>(packet.size()) : coded.head.result;
 }
 
-// Only data and size are set, and what lies behind the data is zero as far as decoders read.
+// Decodes what the current packet begins with. Returns its bytes, or the error.
+int decodeFrame(Decoder& decoder, void* context, void* frame, int* gotFrame) {
+  Coded coded = {};
+  Bytes samples;
+  const Bytes& packet = decoder.current;
+  const bool isSyncFrame = packet.size() > 1 && packet[0] == 0x0B && packet[1] == 0x77;
+  const int used = isSyncFrame ? readSyncFrame(packet, coded, samples) : readStandIn(packet, coded);
+  if (used < 0) return used;
+  *gotFrame = coded.head.gotFrame;
+  const std::uint8_t* const planeB = coded.planes + coded.head.planeABytes;
+  decoder.planeA.assign(coded.planes, planeB);
+  decoder.planeB.assign(planeB, planeB + coded.head.planeBBytes);
+  putAt(frame, 0, decoder.planeA.empty() ? nullptr : decoder.planeA.data());
+  putAt(frame, 8, decoder.planeB.empty() ? nullptr : decoder.planeB.data());
+  putAt(frame, 112, coded.head.samples);
+  putAt(context, 476, coded.head.channels);
+  putAt(context, 480, coded.head.format);
+  return used;
+}
+
+// Takes a packet, or the rest of the one before, and decodes up to a frame. Returns the bytes used, or the
+// error, with which the current packet is given up but not the one queued.
+int decodePacket(Decoder& decoder, void* context, void* frame, int* gotFrame, const Bytes& packet) {
+  if (decoder.rest > 0 && decoder.rest != static_cast<int>(packet.size())) return kInvalidArgument;
+  if (decoder.rest == 0) {
+    if (!decoder.queued.empty()) return kBug;
+    decoder.queued = packet;
+  }
+  std::size_t used = 0;
+  while (*gotFrame == 0) {
+    if (decoder.current.empty()) decoder.current.swap(decoder.queued);
+    if (decoder.current.empty()) break;
+    const int result = decodeFrame(decoder, context, frame, gotFrame);
+    if (result < 0) decoder.current.clear();
+    if (result < 0) return result;
+    const std::size_t taken = std::min(static_cast<std::size_t>(result), decoder.current.size());
+    decoder.current.erase(decoder.current.begin(),
+                          decoder.current.begin() + static_cast<std::ptrdiff_t>(taken));
+    used += static_cast<std::size_t>(result);
+  }
+  return static_cast<int>(std::min(used, packet.size()));
+}
+
+// Only data and size are set, and what comes after the data is zero as far as decoders read.
 bool isProper(const void* packet) {
   constexpr std::size_t kData = 24, kSizeEnd = 36, kPadding = 32;
   const auto* const bytes = static_cast<const std::uint8_t*>(packet);
@@ -122,7 +204,7 @@ ENTRY void avcodec_register_all() {
   registered = call.alone;
 }
 ENTRY const void* avcodec_find_decoder(int id) {
-  if (!registered) return nullptr;
+  if (!registered || (id == kEac3 && std::getenv(kStandInLacksEac3))) return nullptr;
   for (const Codec& codec : kCodecs)
     if (codec.id == id) return &codec;
   return nullptr;
@@ -136,41 +218,32 @@ ENTRY int avcodec_open2(void* context, const void* codec, void** options) {
   const Exclusive call;
   const bool fits = codec != nullptr && getFrom<const void*>(context, kContextCodec) == codec;
   if (!call.alone || !fits || options != nullptr || std::getenv(kStandInRefusesToOpen)) return -1;
-  putAt(context, kContextExtradata, new Planes);
+  putAt(context, kContextExtradata, new Decoder);
   ErrOut("%s opened", static_cast<const Codec*>(codec)->name);
   return 0;
 }
 ENTRY int avcodec_close(void* context) {
   const Exclusive call;
   if (!call.alone) std::abort();
-  if (Planes* const planes = planesOf(context)) {
-    freePlanes(*planes);
-    delete planes;
+  if (Decoder* const decoder = decoderOf(context)) {
+    delete decoder;
     ErrOut("closed");
   }
-  putAt<Planes*>(context, kContextExtradata, nullptr);
+  putAt<Decoder*>(context, kContextExtradata, nullptr);
   return 0;
 }
 ENTRY int avcodec_decode_audio4(void* context, void* frame, int* gotFrame, const void* packet) {
-  Planes* const planes = planesOf(context);
-  if (planes == nullptr || !isProper(packet)) return -1;
+  Decoder* const decoder = decoderOf(context);
+  if (decoder == nullptr || !isProper(packet)) return kInvalidArgument;
+  av_frame_unref(frame);
+  *gotFrame = 0;
   const auto* const data = getFrom<const std::uint8_t*>(packet, 24);
   const int size = getFrom<int>(packet, 32);
-  StandInPacket head;
-  if (static_cast<std::size_t>(size) < sizeof head) return -1;
-  std::memcpy(&head, data, sizeof head);
-  if (head.result < 0) return head.result;
-  *gotFrame = head.gotFrame;
-  freePlanes(*planes);
-  const std::uint8_t* const samples = data + sizeof head;
-  planes->a = copyOf(samples, head.planeABytes);
-  planes->b = copyOf(samples + head.planeABytes, head.planeBBytes);
-  putAt(frame, 0, planes->a);
-  putAt(frame, 8, planes->b);
-  putAt(frame, 112, head.samples);
-  putAt(context, 476, head.channels);
-  putAt(context, 480, head.format);
-  return head.result == 0 ? size : head.result;
+  if (size == 0) decoder->ended = true;
+  if (decoder->ended) return 0;
+  const int result = decodePacket(*decoder, context, frame, gotFrame, Bytes(data, data + size));
+  decoder->rest = result < 0 ? 0 : size - result;
+  return result;
 }
 ENTRY void av_free(void*) {
   std::abort();  // libavutil's is the one to be called
@@ -200,12 +273,14 @@ ENTRY unsigned avcodec_version() {
 
 namespace {
 
+// The size of a frame is libavutil's affair: no other copy of it can take a frame of this one.
 constexpr std::size_t kFrameSize = 528;
+const char thisCopy = 0;
 
 using LogCallback = void (*)(void* source, int level, const char* format, va_list arguments);
 LogCallback logCallback = nullptr;
 int logLevel = 0;
-char versionText[64];
+thread_local char versionText[64];
 
 void logNoise(const char* format, ...) {
   va_list arguments;
@@ -218,7 +293,13 @@ void logNoise(const char* format, ...) {
 
 ENTRY void* av_frame_alloc() {
   logNoise("a frame is made");
-  return std::calloc(1, kFrameSize);
+  void* const frame = std::calloc(1, kFrameSize + sizeof(&thisCopy));
+  putAt(frame, kFrameSize, &thisCopy);
+  return frame;
+}
+ENTRY void av_frame_unref(void* frame) {
+  if (getFrom<const char*>(frame, kFrameSize) != &thisCopy) std::abort();
+  std::memset(frame, 0, kFrameSize);
 }
 ENTRY void av_frame_free(void** frame) {
   std::free(*frame);

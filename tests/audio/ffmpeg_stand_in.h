@@ -1,4 +1,5 @@
-// What a packet tells the decoder that stands in for FFmpeg's: what to answer, and the samples to put out.
+// What a packet tells the decoder that stands in for FFmpeg's: what to answer, and the samples to put out. It
+// takes sync frames of AC-3, too, and puts out their first checksum for every sample.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +25,8 @@ inline std::vector<std::uint8_t> packetBytes(const StandInPacket& head,
   return bytes;
 }
 
+// Leaves the stand-in without its decoder of E-AC-3.
+inline constexpr char kStandInLacksEac3[] = "STAND_IN_LACKS_EAC3";
 // Makes the stand-in's decoders fail to open.
 inline constexpr char kStandInRefusesToOpen[] = "STAND_IN_REFUSES_TO_OPEN";
 // The versions that the stand-ins with version functions tell: a number, decimal.

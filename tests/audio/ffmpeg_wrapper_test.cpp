@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <thread>
@@ -18,6 +19,7 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 using Bytes = std::vector<std::uint8_t>;
 using Values = std::vector<std::int16_t>;  // value 1, value 2, value 1, ...
@@ -57,7 +59,7 @@ class Wrapper : public VL_Audio_Decode {
 // ---- Opening -----------------------------------------------------------------------------------------
 
 TEST(FFmpegWrapper, OpensMpegAudioWithFFmpeg) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const auto& [codec, name] :
          {std::pair{VL_FCC_MP1, "mp1"}, std::pair{VL_FCC_MP2, "mp2"}, std::pair{VL_FCC_MP3, "mp3"}}) {
@@ -74,7 +76,7 @@ TEST(FFmpegWrapper, OpensMpegAudioWithFFmpeg) {
 
 TEST(FFmpegWrapper, MpegAudioStaysClosedWithoutFFmpeg) {
   for (const bool allowed : {false, true}) {
-    inOwnProcess([allowed] {
+    inFFmpegPlace([allowed] {
       const FFmpegPlace place;
       place.allow(allowed);
       if (!allowed) place.putBoth();
@@ -85,7 +87,7 @@ TEST(FFmpegWrapper, MpegAudioStaysClosedWithoutFFmpeg) {
 }
 
 TEST(FFmpegWrapper, IsAskedForByEveryCodecAndUsedForItsOwn) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const LogLine version = {VL_LOG_PLAIN, "\n FFMPEG Version of a stand-in (log taken, level 48). "};
     LoadFFmpeg();
@@ -99,7 +101,7 @@ TEST(FFmpegWrapper, IsAskedForByEveryCodecAndUsedForItsOwn) {
 }
 
 TEST(FFmpegWrapper, DecodesAc3AndEac3WithOneDecoderAndAlwaysToTwoChannels) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const std::uint32_t codec : {VL_FCC_AC3, VL_FCC_EAC3}) {
       LogCapture log;
@@ -112,8 +114,20 @@ TEST(FFmpegWrapper, DecodesAc3AndEac3WithOneDecoderAndAlwaysToTwoChannels) {
   });
 }
 
+TEST(FFmpegWrapper, WithoutADecoderOfEac3ItsOwnDecodesAc3) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    setEnvironment(kStandInLacksEac3, "1");
+    LogCapture log;
+    const Wrapper wrapper(VL_FCC_AC3, 6);
+    EXPECT_TRUE(wrapper.IsOpen());
+    EXPECT_EQ(wrapper.format.wave.channels, 2);
+    EXPECT_THAT(log.lines, Not(Contains(LogLine{VL_LOG_PLAIN, "eac3 opened"})));
+  });
+}
+
 TEST(FFmpegWrapper, SwitchedOffLaterIsNotUsedAnyMore) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const Wrapper before(VL_FCC_MP2);
     on.place.allow(false);
@@ -123,7 +137,7 @@ TEST(FFmpegWrapper, SwitchedOffLaterIsNotUsedAnyMore) {
 }
 
 TEST(FFmpegWrapper, ADecoderThatDoesNotOpenIsReportedAndFails) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     setEnvironment(kStandInRefusesToOpen, "1");
     LogCapture log;
@@ -142,7 +156,7 @@ TEST(FFmpegWrapper, ADecoderThatDoesNotOpenIsReportedAndFails) {
 }
 
 TEST(FFmpegWrapper, InitAnewClosesTheDecoderBefore) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
     LogCapture log;
@@ -154,7 +168,7 @@ TEST(FFmpegWrapper, InitAnewClosesTheDecoderBefore) {
 }
 
 TEST(FFmpegWrapper, ManyThreadsOpenAndCloseInTurn) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     LogCapture log;
     std::vector<std::thread> threads;
@@ -179,25 +193,30 @@ struct Decoded {
 
 constexpr std::int16_t kUnwritten = 0x7777;
 
-// What one call makes of a packet with `rest` bytes behind it.
+// What one call makes of the first bytes of an input.
+Decoded decodeWith(Wrapper& wrapper, Bytes& input, std::size_t inputBytes, std::uint32_t duration = 1152) {
+  Decoded decoded;
+  decoded.values.assign(0xFFFFF / 2 + 1, kUnwritten);
+  decoded.left =
+      wrapper.DecodeFrameAudio(reinterpret_cast<std::uint8_t*>(decoded.values.data()), &decoded.bytes,
+                               input.data(), static_cast<std::uint32_t>(inputBytes), 0, 0, duration);
+  const auto end = decoded.values.begin() + decoded.bytes / 2;
+  EXPECT_EQ(std::count(end, decoded.values.end(), kUnwritten), decoded.values.end() - end) << "after the end";
+  decoded.values.erase(end, decoded.values.end());
+  return decoded;
+}
+
+// What one call makes of a packet with `rest` bytes after it.
 Decoded decode(const StandInPacket& head, const Bytes& planes, std::uint32_t duration, std::size_t rest = 0) {
   Bytes packet = packetBytes(head, planes);
   packet.resize(packet.size() + rest);
   packet.shrink_to_fit();
-  Decoded decoded;
   Wrapper wrapper(VL_FCC_MP3);
-  decoded.values.assign(0xFFFFF / 2 + 1, kUnwritten);
-  decoded.left =
-      wrapper.DecodeFrameAudio(reinterpret_cast<std::uint8_t*>(decoded.values.data()), &decoded.bytes,
-                               packet.data(), static_cast<std::uint32_t>(packet.size()), 0, 0, duration);
-  for (std::size_t i = decoded.bytes / 2; i < decoded.values.size(); ++i)
-    EXPECT_EQ(decoded.values[i], kUnwritten) << "behind the end";
-  decoded.values.resize(decoded.bytes / 2);
-  return decoded;
+  return decodeWith(wrapper, packet, packet.size(), duration);
 }
 
 TEST(FFmpegWrapper, TellsWhatIsLeftOfTheInput) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const StandInPacket head = {.samples = 1, .planeABytes = 4};
     const Bytes samples = {1, 2, 3, 4};
@@ -211,7 +230,7 @@ TEST(FFmpegWrapper, TellsWhatIsLeftOfTheInput) {
 }
 
 TEST(FFmpegWrapper, WithoutAFrameThereAreNoSamples) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const Decoded decoded = decode({.gotFrame = 0, .samples = 1, .planeABytes = 4}, {1, 2, 3, 4}, 1);
     EXPECT_EQ(decoded.left, 0);
@@ -220,7 +239,7 @@ TEST(FFmpegWrapper, WithoutAFrameThereAreNoSamples) {
 }
 
 TEST(FFmpegWrapper, AFailureGivesNoSamples) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const Decoded decoded = decode({.result = -1094995529, .samples = 1, .planeABytes = 4}, {1, 2, 3, 4}, 1);
     EXPECT_EQ(decoded.left, -1);
@@ -228,16 +247,148 @@ TEST(FFmpegWrapper, AFailureGivesNoSamples) {
   });
 }
 
-TEST(FFmpegWrapper, HandsOverNoMoreThanAnyFrameOfALongInput) {
-  inOwnProcess([] {
+TEST(FFmpegWrapper, HandsOverALongInputWhole) {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
-    const StandInPacket head = {.samples = 1, .planeABytes = 4};
-    EXPECT_EQ(decode(head, {1, 2, 3, 4}, 1, 200000).left, 32 + 200000 - (65536 - 64));
+    EXPECT_EQ(decode({.samples = 1, .planeABytes = 4}, {1, 2, 3, 4}, 1, 200000).left, 0);
+    EXPECT_EQ(decode({.result = 32, .samples = 1, .planeABytes = 4}, {1, 2, 3, 4}, 1, 200000).left, 200000);
   });
 }
 
+TEST(FFmpegWrapper, AnEmptyInputDoesNotReachTheDecoder) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    Bytes packet = packetBytes({.samples = 1, .planeABytes = 4}, {1, 0, 2, 0});
+    EXPECT_EQ(decodeWith(wrapper, packet, packet.size()).bytes, 4u);
+    const Decoded nothing = decodeWith(wrapper, packet, 0);
+    EXPECT_EQ(nothing.left, 0);
+    EXPECT_EQ(nothing.bytes, 0u);
+    EXPECT_EQ(decodeWith(wrapper, packet, packet.size()).bytes, 4u);
+  });
+}
+
+// ---- Rests of packets --------------------------------------------------------------------------------
+
+// A frame of `bytes` bytes that decodes to two 16-bit values, `value` and the one after it.
+Bytes frameOf(std::int16_t value, std::size_t bytes) {
+  const Bytes samples = {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
+                         static_cast<std::uint8_t>(value + 1), static_cast<std::uint8_t>((value + 1) >> 8)};
+  Bytes frame =
+      packetBytes({.result = static_cast<std::int32_t>(bytes), .samples = 1, .planeABytes = 4}, samples);
+  frame.resize(bytes);
+  return frame;
+}
+
+// What the wrapper buffers of one unit after the other, each of which it must take as a whole.
+Values bufferUnits(Wrapper& wrapper, const std::vector<Bytes>& units) {
+  std::uint32_t bytes = 0;
+  for (Bytes unit : units) {
+    EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(unit.data(), static_cast<std::uint32_t>(unit.size()), &bytes,
+                                               0, 0, 1536, 0),
+              0);
+  }
+  Values values(wrapper.BufferedFrames() * 2);
+  std::uint32_t offset = 0;
+  wrapper.PullAudio(0, wrapper.BufferedFrames(), reinterpret_cast<std::uint8_t*>(values.data()), &offset);
+  return values;
+}
+
+TEST(FFmpegWrapper, ALongInputOfManyFramesIsDecodedToItsEnd) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    Bytes unit;
+    Values expected;
+    for (std::int16_t i = 0; i < 100; ++i) {
+      const Bytes frame = frameOf(static_cast<std::int16_t>(10 * i), 1000);
+      unit.insert(unit.end(), frame.begin(), frame.end());
+      expected.insert(expected.end(),
+                      {static_cast<std::int16_t>(10 * i + 1), static_cast<std::int16_t>(10 * i)});
+    }
+    EXPECT_EQ(bufferUnits(wrapper, {unit}), expected);
+  });
+}
+
+TEST(FFmpegWrapper, Ac3UnitsWithBytesAfterTheirFrameAllDecode) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    for (const std::size_t after : {1u, 2u, 100u, 1535u}) {
+      Wrapper wrapper(VL_FCC_AC3);
+      std::vector<Bytes> units;
+      Values expected;
+      for (std::int16_t i = 0; i < 20; ++i) {
+        units.push_back(frameOf(i, 768));
+        units.back().resize(768 + after);
+        expected.insert(expected.end(), {static_cast<std::int16_t>(i + 1), i});
+      }
+      EXPECT_EQ(bufferUnits(wrapper, units), expected) << after;
+    }
+  });
+}
+
+// By the rule that less than 1536 bytes are no frame.
+TEST(FFmpegWrapper, OfTwoShortAc3FramesInAUnitTheFirstIsHeard) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_AC3);
+    std::vector<Bytes> units;
+    Values expected;
+    for (std::int16_t i = 0; i < 20; ++i) {
+      Bytes unit = frameOf(i, 768);
+      const Bytes second = frameOf(1000, 768);
+      unit.insert(unit.end(), second.begin(), second.end());
+      units.push_back(unit);
+      expected.insert(expected.end(), {static_cast<std::int16_t>(i + 1), i});
+    }
+    EXPECT_EQ(bufferUnits(wrapper, units), expected);
+  });
+}
+
+TEST(FFmpegWrapper, AUnitWhoseFrameIsDamagedToAShorterOneCostsNoOther) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_AC3);
+    Bytes damaged = frameOf(5, 768);
+    damaged[0] = 64;  // the bytes that its frame has, the low ones of a little-endian number
+    damaged[1] = 0;
+    EXPECT_EQ(bufferUnits(wrapper, {frameOf(1, 768), damaged, frameOf(7, 768), frameOf(9, 768)}),
+              (Values{2, 1, 6, 5, 8, 7, 10, 9}));
+  });
+}
+
+TEST(FFmpegWrapper, ARestThatTheCallerDoesNotComeBackForCostsNoOtherPacket) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    Bytes first = frameOf(3, 100);
+    first.resize(300);
+    EXPECT_EQ(decodeWith(wrapper, first, first.size()).left, 200);
+    // As many bytes as were left, but others.
+    Bytes second = frameOf(20, 200);
+    const Decoded decoded = decodeWith(wrapper, second, second.size());
+    EXPECT_EQ(decoded.left, 0);
+    EXPECT_EQ(decoded.values, (Values{21, 20}));
+  });
+}
+
+TEST(FFmpegWrapper, AFailureLeavesNoRest) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    Bytes unit = frameOf(3, 100);
+    unit.resize(110);  // too few bytes for a frame
+    std::uint32_t bytes = 0;
+    EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(unit.data(), 110, &bytes, 0, 0, 1152, 0), -1);
+    EXPECT_EQ(bytes, 4u);
+    EXPECT_EQ(bufferUnits(wrapper, {frameOf(9, 100)}), (Values{4, 3, 10, 9}));
+  });
+}
+
+// ---- The buffer --------------------------------------------------------------------------------------
+
 TEST(FFmpegWrapper, BuffersAWholeInputAndKeepsItsSignalOnReset) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
     const StandInPacket head = {.result = 36, .samples = 2, .planeABytes = 8};
@@ -260,7 +411,7 @@ TEST(FFmpegWrapper, BuffersAWholeInputAndKeepsItsSignalOnReset) {
 }
 
 TEST(FFmpegWrapper, Ac3StopsWhenLessThanAFrameIsLeft) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_AC3);
     Bytes packet = packetBytes({.result = 100, .samples = 1, .planeABytes = 4}, {1, 0, 2, 0});
@@ -272,24 +423,46 @@ TEST(FFmpegWrapper, Ac3StopsWhenLessThanAFrameIsLeft) {
 }
 
 TEST(FFmpegWrapper, WritesNoFurtherThanItsBuffer) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
-    const StandInPacket head = {.format = 8, .channels = 1, .samples = 16000, .planeABytes = 64000};
-    Bytes packet = packetBytes(head, Bytes(64000));
+    constexpr std::int32_t kFrames = 60000;  // 240,000 bytes of PCM, for a buffer of 200,000
+    Bytes packet = packetBytes({.format = 0, .channels = 1, .samples = kFrames, .planeABytes = kFrames},
+                               Bytes(kFrames, 1));
     std::uint32_t bytes = 0;
-    for (int i = 0; i < 5; ++i) {
-      const std::uint32_t room = i == 0 ? 200000 : wrapper.BufferCapacity() - wrapper.BufferedBytes();
-      EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(packet.data(), static_cast<std::uint32_t>(packet.size()),
-                                                 &bytes, 0, 0, 1152, 0),
-                0);
-      EXPECT_EQ(bytes, std::min<std::uint32_t>(64000, std::max(room, bytes)));
-      EXPECT_LE(wrapper.BufferedBytes(), wrapper.BufferCapacity());
-    }
-    // To a place outside, the buffer's largest counts: 0xFFFFF bytes, whole pairs of them.
-    EXPECT_EQ(
-        decode({.format = 8, .channels = 1, .samples = 16000, .planeABytes = 64000}, Bytes(64000), 1).bytes,
-        64000u);
+    EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(packet.data(), static_cast<std::uint32_t>(packet.size()),
+                                               &bytes, 0, 0, 1152, 0),
+              0);
+    EXPECT_EQ(wrapper.BufferCapacity(), 200000u);
+    EXPECT_EQ(bytes, 200000u);
+    EXPECT_EQ(wrapper.BufferedFrames(), 50000u);
+  });
+}
+
+TEST(FFmpegWrapper, WhatIsLostWithTheBufferIsNotCounted) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    wrapper.SetFrameSize(1 << 18);  // the second frame finds the first buffer too small, and no larger one
+    Bytes unit = frameOf(3, 100);
+    unit.resize(200);
+    LogCapture log;
+    std::uint32_t bytes = 0;
+    EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(unit.data(), 200, &bytes, 0, 0, 1152, 0), -1);
+    EXPECT_EQ(bytes, 0u);
+    EXPECT_EQ(wrapper.BufferedFrames(), 0u);
+    EXPECT_THAT(log.lines,
+                ElementsAre(LogLine{0x80000000u, "WARNING(vlx_Fmp4): Unable to alloc audio buffer\n\n"}));
+  });
+}
+
+TEST(FFmpegWrapper, WritesNoFurtherThanAMegabyteElsewhere) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    constexpr std::int32_t kFrames = 300000;
+    const Decoded decoded = decode({.format = 0, .channels = 1, .samples = kFrames, .planeABytes = kFrames},
+                                   Bytes(kFrames, 1), kFrames);
+    EXPECT_EQ(decoded.bytes, 0xFFFFFu / 4 * 4);
   });
 }
 
@@ -366,7 +539,7 @@ void expectCell(int format, int channels, int frames, const std::vector<int>& a,
 }
 
 TEST(SampleConverter, InterleavedTakesTheSecondChannelThenTheFirst) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const auto cells = [](auto sample, int format) {
       using Sample = decltype(sample);
@@ -383,7 +556,7 @@ TEST(SampleConverter, InterleavedTakesTheSecondChannelThenTheFirst) {
 }
 
 TEST(SampleConverter, PlanarTakesTheFirstPlaneTwice) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const auto cells = [](auto sample, int format) {
       using Sample = decltype(sample);
@@ -399,7 +572,7 @@ TEST(SampleConverter, PlanarTakesTheFirstPlaneTwice) {
 }
 
 TEST(SampleConverter, InterleavedFloatLooksForTheSecondChannelInPlaneB) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     expectCell<float>(3, 2, 3, {1, 2, 3, 4, 5, 6}, {}, {W, 1, W, 3, W, 5});
     expectCell<float>(3, 6, 1, {1, 2, 3, 4, 5, 6}, {}, {W, 1});
@@ -409,7 +582,7 @@ TEST(SampleConverter, InterleavedFloatLooksForTheSecondChannelInPlaneB) {
 }
 
 TEST(SampleConverter, OneChannelOfInterleavedFloatIsPairedWithItsNextSampleInsideTheFrame) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     expectCell<float>(3, 1, 3, {1, 2, 3}, {}, {2, 1, 3, 2, 3, 3});
     expectCell<float>(3, 1, 3, {1, 2, 3}, {11, 12, 13}, {2, 1, 3, 2, 3, 3});
@@ -418,7 +591,7 @@ TEST(SampleConverter, OneChannelOfInterleavedFloatIsPairedWithItsNextSampleInsid
 }
 
 TEST(SampleConverter, PlanarFloatTakesPlaneBThenPlaneA) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const int channels : {2, 3, 6}) {
       expectCell<float>(8, channels, 3, {1, 2, 3}, {11, 12, 13}, {11, 1, 12, 2, 13, 3});
@@ -430,7 +603,7 @@ TEST(SampleConverter, PlanarFloatTakesPlaneBThenPlaneA) {
 }
 
 TEST(SampleConverter, Planar32BitTakesPlaneBOrSilenceThenPlaneA) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const int channels : {1, 2, 6}) {
       expectCell<std::int32_t>(7, channels, 3, {1, 2, 3}, {11, 12, 13}, {11, 1, 12, 2, 13, 3});
@@ -440,7 +613,7 @@ TEST(SampleConverter, Planar32BitTakesPlaneBOrSilenceThenPlaneA) {
 }
 
 TEST(SampleConverter, Interleaved32BitStepsOverItsChannelsOnlyWithPlaneB) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     expectCell<std::int32_t>(2, 2, 3, {1, 2, 3, 4, 5, 6}, {}, {0, 1, 0, 2, 0, 3});
     expectCell<std::int32_t>(2, 6, 1, {1, 2, 3, 4, 5, 6}, {}, {0, 1});
@@ -452,7 +625,7 @@ TEST(SampleConverter, Interleaved32BitStepsOverItsChannelsOnlyWithPlaneB) {
 }
 
 TEST(SampleConverter, AMissingPlaneAIsPassedOverOrSilent) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const int format : {0, 1, 4, 5, 6, 9})
       EXPECT_EQ(convert<std::uint8_t>(format, 2, 2, {}), (Values{W, W, W, W})) << format;
@@ -464,7 +637,7 @@ TEST(SampleConverter, AMissingPlaneAIsPassedOverOrSilent) {
 }
 
 TEST(SampleConverter, EightBitsMoveUpAsTheyAre) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     EXPECT_EQ(convert<std::uint8_t>(0, 1, 5, {0, 1, 127, 128, 255}),
               (Values{0, 0, 256, 256, 32512, 32512, -32768, -32768, -256, -256}));
@@ -472,7 +645,7 @@ TEST(SampleConverter, EightBitsMoveUpAsTheyAre) {
 }
 
 TEST(SampleConverter, SixteenBitsAreCopiedAndThirtyTwoGiveTheirUpperHalf) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     EXPECT_EQ(convert<std::int16_t>(1, 1, 3, {-32768, -1, 32767}),
               (Values{-32768, -32768, -1, -1, 32767, 32767}));
@@ -513,7 +686,7 @@ void expectRealsToWrap(int format) {
 }
 
 TEST(SampleConverter, RealsAreCutTowardsZeroAndWrap) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     expectRealsToWrap<float>(8);
     expectRealsToWrap<double>(9);
@@ -522,7 +695,7 @@ TEST(SampleConverter, RealsAreCutTowardsZeroAndWrap) {
 
 // Frames that come out of 100, by format and channels, when the unit's duration is one frame: 64 bytes.
 TEST(SampleConverter, IsHeldTo64BytesAFrameOfTheDurationButForFloats) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const auto framesOut = [](int format, int channels, std::size_t sampleBytes, std::uint32_t duration = 1) {
       const std::vector<std::uint8_t> plane(100 * sampleBytes * static_cast<std::size_t>(channels));
@@ -546,7 +719,7 @@ TEST(SampleConverter, IsHeldTo64BytesAFrameOfTheDurationButForFloats) {
 }
 
 TEST(SampleConverter, FormatsAndCountsThatAreNoneGiveNothing) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const WithFFmpeg on;
     const std::vector<std::int16_t> plane(16);
     for (const int format : {-1, 10, 11, 1000}) EXPECT_THAT(convert(format, 2, 4, plane), IsEmpty());

@@ -159,6 +159,55 @@ TEST(MediaData, AssignmentSharesTheBytesButNeverOwnsThem) {
   static_cast<std::uint8_t*>(owner.GetBufferPointer())[7] = 2;
 }
 
+// A view of its bytes, moved on, hands its place back to the owner.
+TEST(MediaData, TakesItsOwnBytesBackFromAView) {
+  MediaData view;
+  {
+    MediaData owner(8);
+    owner.SetDataSize(8);
+    view = owner;
+    view.MoveDataPointer(3);
+    owner = view;
+    EXPECT_EQ(5u, owner.GetDataSize());
+    static_cast<std::uint8_t*>(owner.GetDataPointer())[4] = 1;  // still there
+    // Also a view that begins inside.
+    MediaData inside;
+    inside.SetBufferPointer(static_cast<std::uint8_t*>(owner.GetBufferPointer()) + 2, 4);
+    owner = inside;
+    EXPECT_EQ(4u, owner.GetBufferSize());
+    static_cast<std::uint8_t*>(owner.GetBufferPointer())[3] = 2;
+  }
+  // Other bytes take the place of those that it owns.
+  std::uint8_t others[4];
+  MediaData elsewhere, owner(8);
+  elsewhere.SetBufferPointer(others, sizeof others);
+  owner = elsewhere;
+  EXPECT_EQ(others, owner.GetBufferPointer());
+}
+
+TEST(MediaData, HandsItsWordsOnWithTheData) {
+  std::uint8_t from[4] = {}, to[4];
+  MediaData source, target, copy;
+  source.SetBufferPointer(from, sizeof from);
+  source.SetDataSize(4);
+  source.SetFrameType(2);
+  source.SetFlags(0x11);
+  source.SetInvalid(1);
+  copy = source;
+  EXPECT_EQ(2u, copy.GetFrameType());
+  EXPECT_EQ(0x11u, copy.GetFlags());
+  EXPECT_EQ(0u, copy.GetInvalid()) << "not among what is copied";
+  target.SetBufferPointer(to, sizeof to);
+  ASSERT_EQ(0, source.MoveDataTo(&target));
+  EXPECT_EQ(2u, target.GetFrameType());
+  EXPECT_EQ(0x11u, target.GetFlags());
+  EXPECT_EQ(0u, target.GetInvalid());
+  ASSERT_EQ(0, source.Reset());
+  EXPECT_EQ(0u, source.GetFrameType());
+  EXPECT_EQ(0u, source.GetFlags());
+  EXPECT_EQ(1u, source.GetInvalid());
+}
+
 TEST(AudioData, IsMediaDataWithAFormat) {
   UMC::AudioData data(8);
   EXPECT_EQ(8u, data.GetBufferSize());

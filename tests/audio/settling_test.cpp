@@ -49,27 +49,4 @@ TEST_P(Settling, IsOnceSettledWhatADecoderFromTheStartIs) {
 
 INSTANTIATE_TEST_SUITE_P(All, Settling, testing::Values(kObjectMain, kObjectLtp));
 
-TEST(SetObjectType, CountsForTheHeadersProfile) {
-  GeneratorOptions options;
-  options.objectType = kObjectMain;
-  options.elements = {{GeneratedElement::kCpe, 0}};
-  AacGenerator generator(22, options);
-  TestDecoder byHeader, told;
-  ASSERT_EQ(0, told.Decoder().SetObjectType(kObjectMain));
-  for (int i = 0; i < 20; ++i) {
-    const GeneratedBlock block = generator.NextBlock();
-    ASSERT_EQ(0, byHeader.Decode(WrapAdts({block}, {.profile = kObjectMain - 1})));
-    ASSERT_EQ(0, told.Decode(WrapAdts({block}, {.profile = kObjectLc - 1})));
-    ASSERT_EQ(byHeader.Last(), told.Last()) << i;
-  }
-}
-
-TEST(SetObjectType, RefusesWhatIsNotServed) {
-  TestDecoder decoder;
-  EXPECT_EQ(-899, decoder.Decoder().SetObjectType(0));
-  EXPECT_EQ(-899, decoder.Decoder().SetObjectType(kObjectSbr));
-  EXPECT_EQ(-899, decoder.Decoder().SetObjectType(kObjectAls));
-  EXPECT_EQ(-998, UMC::AACDecoder().SetObjectType(kObjectLc));
-}
-
 }  // namespace

@@ -1,7 +1,10 @@
-// Steady decoding allocates nothing. A program of its own: it counts every allocation.
+// What decoders do with memory: steady decoding allocates nothing, and memory that was short once disables
+// nothing. A program of its own: it counts every allocation, and refuses some.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -9,16 +12,31 @@
 #include "aac_streams.h"
 #include "ac3_decoder.h"
 #include "ac3_generator.h"
+#include "default_memory_allocator.h"
+#include "support/own_process.h"
 
 namespace {
 std::atomic<int> allocations{0};
+// While it is set, none but aligned memory can be had.
+std::atomic<bool> onlyAligned{false};
+
+void* allocate(std::size_t size) {
+  ++allocations;
+  return onlyAligned ? nullptr : std::malloc(size);
+}
+
+// Fresh memory holds ones, by which words that are not written first look like anything else.
+void* fill(void* memory, std::size_t size) {
+  if (memory != nullptr) std::fill_n(static_cast<std::uint32_t*>(memory), size / sizeof(std::uint32_t), 1u);
+  return memory;
+}
 
 void* allocateAligned(std::size_t size, std::align_val_t alignment) {
   const auto step = static_cast<std::size_t>(alignment);
 #if defined(_WIN32)
-  return _aligned_malloc(size, step);
+  return fill(_aligned_malloc(size, step), size);
 #else
-  return std::aligned_alloc(step, (size + step - 1) / step * step);
+  return fill(std::aligned_alloc(step, (size + step - 1) / step * step), size);
 #endif
 }
 
@@ -32,8 +50,7 @@ void freeAligned(void* memory) {
 }  // namespace
 
 void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size)) return memory;
+  if (void* memory = allocate(size)) return memory;
   throw std::bad_alloc();
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
@@ -42,8 +59,7 @@ void* operator new(std::size_t size, std::align_val_t alignment) {
   throw std::bad_alloc();
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
-  return std::malloc(size);
+  return allocate(size);
 }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
   ++allocations;
@@ -64,7 +80,36 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-// Decodes all frames of a stream; nothing is allocated behind the first.
+// Ahead of all that decodes: what decoders share is made by the first.
+TEST(ScarceMemory, DisablesNoDecoderForGood) {
+  inOwnProcess([] {
+    UMC::DefaultMemoryAllocator allocator;
+    UMC::AACDecoderParams params;
+    params.m_allocator = &allocator;
+    UMC::AC3DecoderParams ac3Params;
+    ac3Params.m_allocator = &allocator;
+    UMC::AACDecoder decoder;
+    UMC::AC3Decoder ac3Decoder;
+    onlyAligned = true;
+    const UMC::Status withoutTables = decoder.Init(&params);
+    const UMC::Status ac3 = ac3Decoder.Init(&ac3Params);
+    onlyAligned = false;
+    EXPECT_EQ(-883, withoutTables);
+    EXPECT_EQ(0, ac3) << "has no need of any but its own block";
+    EXPECT_EQ(0, decoder.Init(&params));
+  });
+}
+
+TEST(DefaultMemoryAllocator, NumbersItsBlocksWhateverFreshMemoryHolds) {
+  UMC::DefaultMemoryAllocator allocator;
+  for (UMC::MemoryId expected = 1; expected <= 20; ++expected) {
+    UMC::MemoryId id = 0;
+    ASSERT_EQ(0, allocator.Alloc(&id, 16, 0, 16));
+    EXPECT_EQ(expected, id);
+  }
+}
+
+// Decodes all frames of a stream; nothing is allocated after the first.
 template <class Decoder, class Params>
 void ExpectNoAllocation(Bytes& stream, int frames, Params& params) {
   Decoder decoder;

@@ -36,12 +36,14 @@ inline std::vector<Bytes> SplitAdts(const Bytes& stream) {
   return frames;
 }
 
-// What ffmpeg's decoder makes of a file, full scale being 32768, not rounded.
+// What ffmpeg's decoder makes of a file, full scale being 32768, not rounded. `filters`: options for the
+// output.
 inline std::vector<float> FfmpegDecode(const std::filesystem::path& file,
-                                       const std::vector<std::string>& options = {}) {
-  const RunResult result =
-      runOrThrow(std::vector<std::string>{"ffmpeg", "-nostdin", "-v", "error", "-threads", "1"} + options +
-                 std::vector<std::string>{"-i", file.string(), "-f", "f32le", "-"});
+                                       const std::vector<std::string>& options = {},
+                                       const std::vector<std::string>& filters = {}) {
+  const RunResult result = runOrThrow(
+      std::vector<std::string>{"ffmpeg", "-nostdin", "-v", "error", "-threads", "1"} + options +
+      std::vector<std::string>{"-i", file.string()} + filters + std::vector<std::string>{"-f", "f32le", "-"});
   std::vector<float> samples(result.out.size() / sizeof(float));
   std::memcpy(samples.data(), result.out.data(), samples.size() * sizeof(float));
   for (float& sample : samples) sample *= 32768;

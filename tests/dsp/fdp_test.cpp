@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <vector>
 
 #include "ipps_fdp.h"
@@ -10,7 +11,7 @@ constexpr Ipp16u kOne = 0x3F80;  // the variance of a predictor in its first sta
 
 IppsFDPState_32f Adapted() {
   IppsFDPState_32f state;
-  ippsFDPReset_32f(&state);
+  ippsFDPInit_32f(&state);
   const Ipp16u offsets[] = {0, kFdpLines};
   for (int i = 0; i < 3; ++i) {
     std::vector<float> lines(kFdpLines, 100.0f);
@@ -22,7 +23,7 @@ IppsFDPState_32f Adapted() {
 
 TEST(Fdp, AdaptsByTheRecurrencesInNumbersOf16Bits) {
   IppsFDPState_32f state;
-  ippsFDPReset_32f(&state);
+  ippsFDPInit_32f(&state);
   const Ipp16u offsets[] = {0, 1};
   float line = 3;
   ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
@@ -59,6 +60,46 @@ TEST(Fdp, ResetsGroupsOfLinesThatLieThirtyApart) {
   }
 }
 
+// Half a unit of the last place goes away from zero: 305/128 becomes 306/128.
+TEST(Fdp, RoundsHalvesOfThePredictionAwayFromZero) {
+  const Ipp16u offsets[] = {0, 1};
+  for (const bool isNegative : {false, true}) {
+    IppsFDPState_32f state;
+    ASSERT_EQ(ippStsNoErr, ippsFDPInit_32f(&state));
+    state.variance1[0] = 0x4000;   // 2, by which k1 is 0.953125 / 2 times the correlation
+    state.correlation1[0] = kOne;  // 1
+    state.r0[0] = isNegative ? Ipp16u{0xC0A0} : Ipp16u{0x40A0};  // -5 or 5
+    float line = 0;
+    ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
+    EXPECT_EQ(isNegative ? -306.0f / 128 : 306.0f / 128, line);
+  }
+}
+
+TEST(Fdp, BeginsAnewWhereEitherVarianceGrowsBeyondAllBounds) {
+  const Ipp16u offsets[] = {0, 1};
+  for (const bool isSecond : {false, true}) {
+    IppsFDPState_32f state;
+    ASSERT_EQ(ippStsNoErr, ippsFDPInit_32f(&state));
+    (isSecond ? state.r1 : state.r0)[0] = 0x5F80;  // 2^64, the square of which is no float
+    float line = 1;
+    ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
+    EXPECT_EQ(1, line);
+    EXPECT_EQ(kOne, state.variance1[0]);
+    EXPECT_EQ(kOne, state.variance2[0]);
+    EXPECT_EQ(0, state.r0[0]);
+    EXPECT_EQ(0, state.r1[0]);
+  }
+}
+
+TEST(Fdp, BeginsInTheFirstStateWhateverTheMemoryHeld) {
+  IppsFDPState_32f state, reset = Adapted();
+  std::memset(&state, 0xEE, sizeof state);
+  ASSERT_EQ(ippStsNoErr, ippsFDPInit_32f(&state));
+  ASSERT_EQ(ippStsNoErr, ippsFDPReset_32f(&reset));
+  EXPECT_EQ(0, std::memcmp(&state, &reset, sizeof state));
+  EXPECT_EQ(kOne, state.variance1[kFdpLines - 1]);
+}
+
 TEST(Fdp, ResetsRangesOfLines) {
   IppsFDPState_32f state = Adapted();
   ASSERT_EQ(ippStsNoErr, ippsFDPResetLines_32f(10, 20, &state));
@@ -77,6 +118,7 @@ TEST(Fdp, RefusesWhatDoesNotFit) {
   EXPECT_EQ(ippStsSizeErr, ippsFDPResetLines_32f(0, kFdpLines + 1, &state));
   EXPECT_EQ(ippStsSizeErr, ippsFDPResetGroup_32f(0, &state));
   EXPECT_EQ(ippStsSizeErr, ippsFDPResetGroup_32f(31, &state));
+  EXPECT_EQ(ippStsNullPtrErr, ippsFDPInit_32f(nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsFDPReset_32f(nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsFDPResetGroup_32f(1, nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsFDPInv_32f_I(nullptr, nullptr, 0, 0, nullptr));

@@ -165,6 +165,137 @@ TEST(SbrFilterBank, ReturnsTheSignalLate) {
   EXPECT_LT(largest, 3e-3);
 }
 
+// The same with real-valued subbands (4.6.18.8.2): other angles, and no imaginary part.
+std::vector<double> RealAnalysisDefinition(const std::vector<float>& samples) {
+  std::vector<double> x(320), result;
+  for (std::size_t slot = 0; slot < samples.size() / 32; ++slot) {
+    for (std::size_t i = 319; i >= 32; --i) x[i] = x[i - 32];
+    for (std::size_t i = 0; i < 32; ++i) x[31 - i] = samples[32 * slot + i];
+    std::vector<double> u(64);
+    for (std::size_t n = 0; n < 320; ++n) u[n % 64] += x[n] * kQmfWindow[2 * n];
+    for (int k = 0; k < 32; ++k) {
+      double sum = 0;
+      for (int n = 0; n < 64; ++n)
+        sum += u[static_cast<std::size_t>(n)] * 2 * std::cos(kPi / 64 * (k + 0.5) * (2 * n - 96));
+      result.push_back(sum);
+    }
+  }
+  return result;
+}
+
+std::vector<double> RealSynthesisDefinition(const std::vector<float>& samples, std::size_t bands) {
+  const double size = static_cast<double>(bands);
+  std::vector<double> v(20 * bands), result;
+  for (std::size_t slot = 0; slot < samples.size() / kIppsSbrBands; ++slot) {
+    for (std::size_t i = v.size() - 1; i >= 2 * bands; --i) v[i] = v[i - 2 * bands];
+    for (std::size_t n = 0; n < 2 * bands; ++n) {
+      v[n] = 0;
+      for (std::size_t k = 0; k < bands; ++k) {
+        const double angle =
+            kPi / (2 * size) * (static_cast<double>(k) + 0.5) * (2 * static_cast<double>(n) - size);
+        v[n] += samples[slot * kIppsSbrBands + k] / 32.0 * std::cos(angle);
+      }
+    }
+    for (std::size_t k = 0; k < bands; ++k) {
+      double sum = 0;
+      for (std::size_t n = 0; n < 10; ++n) {
+        const double g = n % 2 == 0 ? v[2 * bands * n + k] : v[2 * bands * n + bands + k];
+        sum += g * kQmfWindow[64 / bands * (bands * n + k)];
+      }
+      result.push_back(sum);
+    }
+  }
+  return result;
+}
+
+using RealRow = Ipp32f[kIppsSbrBands];
+
+TEST(RealSbrFilterBank, AnalysisEqualsItsDefinition) {
+  for (const std::size_t slots : {32u, 30u, 1u, 5u}) {
+    const auto samples = Noise(32 * slots * 3);
+    const auto expected = RealAnalysisDefinition(samples);
+    Bank bank(ippsAnalysisFilterInit_SBR_RToR_32f);
+    IppsAnalysisState_SBR_32f state{};
+    double largest = 0;
+    for (std::size_t call = 0; call < 3; ++call) {
+      RealRow rows[kIppsSbrSlots];
+      ASSERT_EQ(ippStsNoErr, ippsAnalysisFilter_SBR_RToR_32f_D2L(&samples[32 * slots * call], slots, rows,
+                                                                 &state, bank.prepared, bank.work.data()));
+      for (std::size_t i = 0; i < slots * 32; ++i) {
+        largest = std::max(largest, std::abs(expected[slots * 32 * call + i] - rows[i / 32][i % 32]));
+      }
+    }
+    EXPECT_LT(largest, 2e-5) << slots;
+  }
+}
+
+TEST(RealSbrFilterBank, SynthesisEqualsItsDefinition) {
+  for (const std::size_t bands : {64u, 32u}) {
+    const auto filter =
+        bands == 64 ? ippsSynthesisFilter_SBR_RToR_32f_D2L : ippsSynthesisDownFilter_SBR_RToR_32f_D2L;
+    for (const std::size_t slots : {32u, 30u, 1u, 5u}) {
+      const auto samples = Noise(slots * 3 * kIppsSbrBands);
+      const auto expected = RealSynthesisDefinition(samples, bands);
+      Bank bank(bands == 64 ? ippsSynthesisFilterInit_SBR_RToR_32f
+                            : ippsSynthesisDownFilterInit_SBR_RToR_32f);
+      IppsSynthesisState_SBR_32f state{};
+      std::vector<float> output(bands * slots);
+      double largest = 0;
+      for (std::size_t call = 0; call < 3; ++call) {
+        const auto* rows = reinterpret_cast<const RealRow*>(&samples[call * slots * kIppsSbrBands]);
+        ASSERT_EQ(ippStsNoErr, filter(rows, slots, output.data(), &state, bank.prepared, bank.work.data()));
+        for (std::size_t i = 0; i < output.size(); ++i) {
+          largest = std::max(largest, std::abs(output[i] - expected[call * output.size() + i]));
+        }
+      }
+      EXPECT_LT(largest, 4e-6) << bands << " " << slots;
+    }
+  }
+}
+
+TEST(RealSbrFilterBank, ReturnsTheSignalLate) {
+  constexpr std::size_t kSlots = 32, kDelay = 289;
+  const auto samples = Noise(32 * kSlots * 4);
+  Bank analysis(ippsAnalysisFilterInit_SBR_RToR_32f);
+  Bank down(ippsSynthesisDownFilterInit_SBR_RToR_32f);
+  IppsAnalysisState_SBR_32f analysisState{};
+  IppsSynthesisState_SBR_32f downState{};
+  std::vector<float> output(samples.size());
+  for (std::size_t at = 0; at < samples.size(); at += 32 * kSlots) {
+    RealRow rows[kSlots] = {};
+    ASSERT_EQ(ippStsNoErr, ippsAnalysisFilter_SBR_RToR_32f_D2L(&samples[at], kSlots, rows, &analysisState,
+                                                               analysis.prepared, analysis.work.data()));
+    ASSERT_EQ(ippStsNoErr, ippsSynthesisDownFilter_SBR_RToR_32f_D2L(rows, kSlots, &output[at], &downState,
+                                                                    down.prepared, down.work.data()));
+  }
+  double largest = 0;
+  for (std::size_t i = 700; i < output.size(); ++i)
+    largest = std::max(largest, std::abs(double{output[i]} - samples[i - kDelay]));
+  EXPECT_LT(largest, 3e-3);
+}
+
+TEST(RealSbrFilterBank, RefusesWhatItCannotFilter) {
+  Bank analysis(ippsAnalysisFilterInit_SBR_RToR_32f), synthesis(ippsSynthesisFilterInit_SBR_RToR_32f);
+  IppsAnalysisState_SBR_32f analysisState{};
+  IppsSynthesisState_SBR_32f state{};
+  RealRow rows[1] = {};
+  float samples[64] = {};
+  const auto synthesise = [&](const RealRow* source, std::size_t slots) {
+    return ippsSynthesisFilter_SBR_RToR_32f_D2L(source, slots, samples, &state, synthesis.prepared,
+                                                synthesis.work.data());
+  };
+  const auto analyse = [&](RealRow* target, std::size_t slots) {
+    return ippsAnalysisFilter_SBR_RToR_32f_D2L(samples, slots, target, &analysisState, analysis.prepared,
+                                               analysis.work.data());
+  };
+  EXPECT_EQ(ippStsSizeErr, synthesise(rows, 0));
+  EXPECT_EQ(ippStsSizeErr, synthesise(rows, 33));
+  EXPECT_EQ(ippStsNullPtrErr, synthesise(nullptr, 1));
+  EXPECT_EQ(ippStsSizeErr, analyse(rows, 0));
+  EXPECT_EQ(ippStsSizeErr, analyse(rows, 33));
+  EXPECT_EQ(ippStsNullPtrErr, analyse(nullptr, 1));
+}
+
 TEST(SbrFilterBank, RefusesWhatItCannotFilter) {
   Bank bank(ippsSynthesisFilterInit_SBR_CToR_32fc32f);
   IppsSynthesisState_SBR_32f state{};

@@ -106,6 +106,36 @@ TEST(Vector, MultipliesAndAddsWithEveryInstructionSet) {
   }
 }
 
+TEST(Vector, MultipliesVectorsWithEveryInstructionSet) {
+  for (const auto& set : AllKernelSets()) {
+    for (const std::size_t length : kLengths) {
+      const auto a = Noise(length + 1, 2), b = Noise(length + 1, 3);
+      auto product = Noise(length + 1, 4), sums = Noise(length + 1, 5);
+      const auto before = sums;
+      const float guard = product[length];
+      set.kernels->mul(a.data(), b.data(), product.data(), length);
+      set.kernels->addProduct(a.data(), b.data(), sums.data(), length);
+      for (std::size_t i = 0; i < length; ++i) {
+        EXPECT_EQ(a[i] * b[i], product[i]);
+        const double expected = static_cast<double>(a[i]) * b[i] + before[i];
+        EXPECT_NEAR(expected, sums[i], std::abs(expected) * 2e-7 + 100) << set.name;
+      }
+      EXPECT_EQ(guard, product[length]);
+      EXPECT_EQ(before[length], sums[length]);
+    }
+  }
+}
+
+TEST(Vector, FlipsTheOrderOfValues) {
+  for (const std::size_t length : kLengths) {
+    const auto source = Noise(length + 1, 2);
+    std::vector<float> flipped(length + 1, 77);
+    ASSERT_EQ(ippStsNoErr, ippsFlip_32f(source.data(), flipped.data(), length));
+    for (std::size_t i = 0; i < length; ++i) EXPECT_EQ(source[length - 1 - i], flipped[i]);
+    EXPECT_EQ(77, flipped[length]);
+  }
+}
+
 TEST(Vector, OverlapsAndAddsWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
     for (const std::size_t length : kLengths) {
@@ -215,6 +245,9 @@ TEST(Vector, ReportsMissingPointers) {
   EXPECT_EQ(ippStsNullPtrErr, ippsMulC_32f_I(1, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsLimit_32f_I(1, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsAddProductC_32f(nullptr, 1, &value, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMul_32f(&value, nullptr, &value, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsAddProduct_32f(&value, &value, nullptr, 1));
+  EXPECT_EQ(ippStsNullPtrErr, ippsFlip_32f(&value, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsButterfly_32f_I(&value, nullptr, 1));
   EXPECT_EQ(ippStsNullPtrErr, ippsOverlapAdd_32f(&value, &value, nullptr, &value, 1));
   float* const target = &value;
@@ -234,6 +267,11 @@ TEST(Vector, ForwardsToTheActiveKernels) {
   EXPECT_EQ(12, values[1]);
   EXPECT_EQ(ippStsNoErr, ippsAddProductC_32f(values, 1, sums, 2));
   EXPECT_EQ(32, sums[1]);
+  EXPECT_EQ(ippStsNoErr, ippsAddProduct_32f(a, b, sums, 2));
+  EXPECT_EQ(44, sums[1]);
+  float product[2];
+  EXPECT_EQ(ippStsNoErr, ippsMul_32f(a, b, product, 2));
+  EXPECT_EQ(12, product[1]);
   EXPECT_EQ(ippStsNoErr, ippsButterfly_32f_I(a, b, 2));
   EXPECT_EQ(8, a[1]);
   EXPECT_EQ(4, b[1]);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -86,11 +87,12 @@ TupleRun MakeRun(const std::vector<IppsVLCTable_32s>& words, const IppsVLCTuple&
     for (Ipp32s& value : values) {
       const bool negative = !isSigned && value != 0 && random() % 2 != 0;
       if (!isSigned && value != 0) run.bits += negative ? '1' : '0';
-      if (escapes && value == 16) {
+      if (escapes && std::abs(value) == 16) {
+        const Ipp32s sign = value < 0 ? -1 : 1;
         const auto prefix = static_cast<Ipp32s>(random() % 9);
         const Ipp32s low = static_cast<Ipp32s>(random()) & ((16 << prefix) - 1);
         escapeBits += std::string(static_cast<std::size_t>(prefix), '1') + '0' + Word({0, low, prefix + 4});
-        value = (16 << prefix) + low;
+        value = sign * ((16 << prefix) + low);
       }
       if (negative) value = -value;
       run.values.push_back(static_cast<Ipp16s>(value));
@@ -137,15 +139,35 @@ TEST(Vlc, DecodesPairsWithEscapes) {
   ExpectRoundTrip({2, 17, 0}, 289, false, true, ippsVLCDecodeUTupleEscBlock_AAC_1u16s);
 }
 
-TEST(Vlc, RefusesAnEscapePrefixOfNine) {
+TEST(Vlc, DecodesSignedPairsWithEscapes) {
+  ExpectRoundTrip({2, 33, 16}, 1089, true, true, ippsVLCDecodeEscBlock_AAC_1u16s);
+}
+
+// Decodes a pair of an escape with a prefix of so many ones and a 0.
+IppStatus DecodeEscape(int prefix, const IppsVLCTuple& tuple, const std::string& signs,
+                       BlockFunction decode) {
   std::mt19937 random(2);
-  const auto words = RandomCode(289, random);
+  const auto symbols = static_cast<std::size_t>(tuple.modulus * tuple.modulus);
+  const auto words = RandomCode(symbols, random);
   IppsVLCDecodeSpec_32s table;
-  ASSERT_EQ(ippStsNoErr, ippsVLCDecodeInit_32s(words.data(), words.size(), {2, 17, 0}, 8, &table));
-  const auto bytes = Pack(Word(words[16 * 17]) + "0" + std::string(9, '1') + std::string(40, '0'));
+  EXPECT_EQ(ippStsNoErr, ippsVLCDecodeInit_32s(words.data(), words.size(), tuple, 8, &table));
+  const auto symbol = static_cast<std::size_t>((16 + tuple.offset) * tuple.modulus + tuple.offset);
+  const auto bytes = Pack(Word(words[symbol]) + signs + std::string(static_cast<std::size_t>(prefix), '1') +
+                          std::string(40, '0'));
   BitWindow stream(bytes.data(), bytes.size());
-  Ipp16s pair[2];
-  EXPECT_EQ(ippStsVLCInputDataErr, ippsVLCDecodeUTupleEscBlock_AAC_1u16s(&stream, pair, 2, &table));
+  Ipp16s pair[2] = {};
+  const IppStatus status = decode(&stream, pair, 2, &table);
+  if (status == ippStsNoErr) {
+    EXPECT_EQ(16 << prefix, pair[0]);
+  }
+  return status;
+}
+
+TEST(Vlc, RefusesAnEscapePrefixOfNine) {
+  EXPECT_EQ(ippStsNoErr, DecodeEscape(8, {2, 17, 0}, "0", ippsVLCDecodeUTupleEscBlock_AAC_1u16s));
+  EXPECT_EQ(ippStsVLCInputDataErr, DecodeEscape(9, {2, 17, 0}, "0", ippsVLCDecodeUTupleEscBlock_AAC_1u16s));
+  EXPECT_EQ(ippStsNoErr, DecodeEscape(8, {2, 33, 16}, "", ippsVLCDecodeEscBlock_AAC_1u16s));
+  EXPECT_EQ(ippStsVLCInputDataErr, DecodeEscape(9, {2, 33, 16}, "", ippsVLCDecodeEscBlock_AAC_1u16s));
 }
 
 TEST(Vlc, TakesZerosPastTheEndOfTheStream) {
@@ -187,15 +209,18 @@ TEST(Vlc, ReportsBadArguments) {
   EXPECT_EQ(ippStsNullPtrErr, ippsVLCDecodeBlock_1u16s(nullptr, values, 1, &table));
   EXPECT_EQ(ippStsNullPtrErr, ippsVLCDecodeUTupleBlock_1u16s(&stream, nullptr, 2, &table));
   EXPECT_EQ(ippStsNullPtrErr, ippsVLCDecodeUTupleEscBlock_AAC_1u16s(&stream, values, 2, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsVLCDecodeEscBlock_AAC_1u16s(&stream, values, 2, &empty));
   ASSERT_EQ(ippStsNoErr, ippsVLCDecodeInit_32s(kSmallCode.data(), 3, {1, 3, 0}, 4, &table));
   EXPECT_EQ(ippStsBadArgErr, ippsVLCDecodeUTupleBlock_1u16s(&stream, values, 2, &table));
   EXPECT_EQ(ippStsBadArgErr, ippsVLCDecodeUTupleEscBlock_AAC_1u16s(&stream, values, 2, &table));
+  EXPECT_EQ(ippStsBadArgErr, ippsVLCDecodeEscBlock_AAC_1u16s(&stream, values, 2, &table));
   std::mt19937 random(1);
   const auto pairs = RandomCode(9, random);
   ASSERT_EQ(ippStsNoErr, ippsVLCDecodeInit_32s(pairs.data(), 9, {2, 3, 1}, 4, &table));
   EXPECT_EQ(ippStsSizeErr, ippsVLCDecodeBlock_1u16s(&stream, values, 3, &table));
   EXPECT_EQ(ippStsSizeErr, ippsVLCDecodeUTupleBlock_1u16s(&stream, values, 1, &table));
   EXPECT_EQ(ippStsSizeErr, ippsVLCDecodeUTupleEscBlock_AAC_1u16s(&stream, values, 1, &table));
+  EXPECT_EQ(ippStsSizeErr, ippsVLCDecodeEscBlock_AAC_1u16s(&stream, values, 1, &table));
 }
 
 }  // namespace

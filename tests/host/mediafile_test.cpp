@@ -47,10 +47,11 @@ class MediaFile : public testing::Test {
  protected:
   TestFile& file() { return *m_file; }
 
-  QVRSTREAM& addStream(std::uint32_t kind, std::uint32_t codec) {
+  QVRSTREAM& addStream(std::uint32_t kind, std::uint32_t codec, std::uint32_t channels) {
     QVRSTREAM* stream = m_file->m_AllocAStream();
     stream->kind = kind;
     stream->audio.codec = codec;
+    stream->audio.channelMask = channels;
     return *stream;
   }
 
@@ -193,7 +194,7 @@ TEST_F(MediaFile, CreatesWithWriteAccessAndACreatingDispositionOnly) {
 
 TEST_F(MediaFile, OpeningAgainDropsWhatWasKnownOfTheStreams) {
   ASSERT_EQ(file().m_setOpen("x", VL_GENERIC_READ, 3, nullptr, 3, 0, 0), VL_OK);
-  addStream(QVR_KIND_AUDIO, 7);
+  addStream(QVR_KIND_AUDIO, 7, 0x3);
   file().m_audioMask = 3;
   file().m_videoChannels = 1;
   file().m_currentFrame = 5;
@@ -245,17 +246,19 @@ TEST_F(MediaFile, DescriptionsSetAreHandedOut) {
   EXPECT_EQ(file().GetSysInfo(nullptr), VL_FAILED);
 }
 
-TEST_F(MediaFile, AudioDescriptionIsThatOfTheMasksFirstPair) {
+TEST_F(MediaFile, AudioDescriptionIsThatOfTheStreamThatServesTheMasksFirstChannel) {
   file().m_audio.codec = 99;
-  addStream(QVR_KIND_AUDIO, 10);
-  addStream(QVR_KIND_VIDEO, 11);
-  addStream(QVR_KIND_AUDIO, 12);
+  addStream(QVR_KIND_AUDIO, 10, 0x3F);
+  addStream(QVR_KIND_VIDEO, 11, 0x40);
+  addStream(QVR_KIND_AUDIO, 12, 0x80);
+  addStream(QVR_KIND_AUDIO, 13, 0x80000000u);
   EXPECT_EQ(codecFor(0x1), 10u);
-  EXPECT_EQ(codecFor(0x2), 10u);
+  EXPECT_EQ(codecFor(0x20), 10u);
   EXPECT_EQ(codecFor(0xFFFFFFFFu), 10u);
-  EXPECT_EQ(codecFor(0xC), 12u);
-  EXPECT_EQ(codecFor(0x8), 12u);
-  EXPECT_EQ(codecFor(0x30), 99u);
+  EXPECT_EQ(codecFor(0x40), 99u);
+  EXPECT_EQ(codecFor(0x80), 12u);
+  EXPECT_EQ(codecFor(0x180), 12u);
+  EXPECT_EQ(codecFor(0x80000000u), 13u);
   EXPECT_EQ(codecFor(0), 99u);
 }
 

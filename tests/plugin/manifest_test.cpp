@@ -209,6 +209,43 @@ TEST(Companion, SoundNamedAsThePictureItselfIsNotOpenedTwice) {
   EXPECT_TRUE(log.lines.empty());
 }
 
+TEST(Companion, ItsSoundIsPartOfTheDescription) {
+  const Folder folder;
+  writeFile(folder.file("clip.m4v"), picture(4));
+  writeFile(folder.file("clip.m4a"), sound(3));
+  folder.manifest("clip.mpd",
+                  representation("video/mp4", "clip.m4v") + representation("audio/mp4", "clip.m4a"));
+  for (const char* name : {"clip.mpd", "clip.m4v"}) {
+    const MediaFile file = folder.open(name);
+    ASSERT_NE(file, nullptr) << name;
+    const Described d = describe(*file);
+    EXPECT_EQ(d.system.streams, 2u) << name;
+    EXPECT_EQ(d.audio.channelMask, 0x3u) << name;
+    EXPECT_EQ(d.audio.stream.length, 3u * 1024) << name;
+  }
+  const MediaFile alone = folder.open("clip.m4a", MF_OPEN_AUDIO_ONLY);
+  ASSERT_NE(alone, nullptr);
+  EXPECT_EQ(describe(*alone).system.streams, 1u);
+}
+
+TEST(Companion, ItsSoundStandsInForTheMainFilesOwn) {
+  const Folder folder;
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  TrafSpec video, own;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
+  own.trackId = 2;
+  own.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  writeFile(folder.file("clip.mp4"),
+            join({fileTypeBox(), movieBox({videoTrack(1, 25, 1), audio}), fragment(1, {video, own})}));
+  writeFile(folder.file("clip.m4a"), sound(3));
+  folder.text("clip.mpd", "");
+  const MediaFile file = folder.open("clip.mpd");
+  ASSERT_NE(file, nullptr);
+  const Described d = describe(*file);
+  EXPECT_EQ(d.system.streams, 2u);
+  EXPECT_EQ(d.audio.stream.length, 3u * 1024);
+}
+
 TEST(Companion, SetFileInfoOnAReadingObjectMakesNone) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
@@ -216,9 +253,12 @@ TEST(Companion, SetFileInfoOnAReadingObjectMakesNone) {
   const MediaFile file = folder.open("clip.m4v");
   ASSERT_NE(file, nullptr);
   Described d = describe(*file);
-  EXPECT_EQ(d.audio.stream.length, 0u) << "no manifest joins the two";
-  file->SetFileInfo(1, nullptr, d.video.get(), &d.audio, nullptr);
-  EXPECT_EQ(file->Channels(), 0u);
+  EXPECT_EQ(d.system.streams, 1u) << "no manifest joins the two";
+  EXPECT_EQ(file->SetFileInfo(3, nullptr, d.video.get(), &d.audio, nullptr), VL_OK);
+  EXPECT_EQ(file->Channels(), 0x3u) << "as described";
+  DFRAME descriptor{};
+  descriptor.size = sizeof descriptor;
+  EXPECT_EQ(file->Read(0, 10, 3, QVR_MODE_AUDIO, &descriptor, nullptr), 0xE8021001u);
   EXPECT_EQ(readFrame(*file, 1).data, sampleOf(10, 1).data);
 }
 

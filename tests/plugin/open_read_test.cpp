@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "loaded_plugin.h"
+#include "support/ffmpeg.h"
 #include "support/fragments.h"
 #include "support/log_capture.h"
 #include "support/temp_folder.h"
@@ -12,6 +13,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::Not;
 
 LogLine error(const std::string& text) {
   return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
@@ -116,6 +118,37 @@ TEST(Open, LooksForTheDurationInTheFirstFragmentThatCarriesTheTrack) {
   EXPECT_EQ(clip.described.video->stream.rate, 50u);
 }
 
+// Muxers lengthen the first frame of a recording whose sound has begun before it, and write that as the
+// fragment's default.
+TEST(Open, AFirstFrameThatIsLengthenedDoesNotTellTheRate) {
+  TrafSpec traf;
+  traf.flags = kBaseIsMoof | kDefaultDuration;
+  traf.duration = 786;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration,
+                       {sampleOf(10, 1, 786), sampleOf(10, 2, 512), sampleOf(10, 3, 512)}}};
+  const OpenedFile clip(fileOf({videoTrack(1, 12800, 0)}, fragment(1, {traf})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->stream.rate, 25u);
+  EXPECT_EQ(clip.described.video->stream.scale, 1u);
+}
+
+TEST(Open, TheRateIsThatOfMostFramesInTheFirstFragments) {
+  const auto traf = [](std::uint32_t frames, std::uint32_t duration) {
+    TrafSpec spec;
+    spec.flags = kBaseIsMoof | kDefaultDuration;
+    spec.duration = duration;
+    RunSpec run{kRunDataOffset | kRunSize};
+    for (std::uint32_t i = 0; i < frames; ++i) run.samples.push_back(sampleOf(1, i));
+    spec.runs = {run};
+    return spec;
+  };
+  const OpenedFile clip(
+      fileOf({videoTrack(1, 25000, 0)}, join({fragment(1, {traf(11, 500)}), fragment(2, {traf(12, 1000)}),
+                                              fragment(3, {traf(1, 500)}), fragment(4, {traf(90, 100)})})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->stream.rate, 50u) << "of two durations of 12 frames each the smaller";
+}
+
 TEST(Open, AVideoTrackWithoutAnyRateIsRefusedWithAMessage) {
   LogCapture log;
   const OpenedFile none(fileOf({videoTrack(1, 25000, 0)}, threeFrames()));
@@ -192,12 +225,61 @@ TEST(Open, AudioWithoutDurationsLastsAsLongAsThePicture) {
   EXPECT_EQ(clip.described.audio.stream.length, 3u * 1920);
 }
 
-TEST(Open, AnAudioTrackThatNoFragmentCarriesEndsTheOpen) {
+TEST(Open, AnAudioTrackThatNoFragmentCarriesLeavesThePictureReadable) {
   LogCapture log;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   const OpenedFile clip(fileOf({videoTrack(), audio}, threeFrames()));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_THAT(log.lines, Not(Contains(error("Unable to find correct audio chunk"))));
+  EXPECT_EQ(clip.file->GetTotalFrames(), 3u);
+  EXPECT_EQ(readFrame(*clip.file, 2).data, sampleOf(30, 3).data);
+  EXPECT_EQ(clip.file->Channels(), 0x3u) << "as it is declared";
+}
+
+TEST(Open, AnAudioTrackWithEmptyRunsAloneLeavesThePictureReadable) {
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  TrafSpec video, sound;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
+  sound.trackId = 2;
+  sound.runs = {RunSpec{}};
+  const OpenedFile clip(fileOf({videoTrack(), audio}, fragment(1, {video, sound})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(readFrame(*clip.file, 1).data, sampleOf(10, 2).data);
+}
+
+TEST(Open, SoundOfAFileWithoutFragmentsEndsTheOpen) {
+  LogCapture log;
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  const OpenedFile clip(fileOf({audio}, {}), "clip.mp4", MF_OPEN_AUDIO_ONLY);
   EXPECT_EQ(clip.file, nullptr);
   EXPECT_THAT(log.lines, Contains(error("Unable to find correct audio chunk")));
+}
+
+// A cut ahead of which all sound lies, as stream copying makes it: the track is declared and empty.
+TEST(Open, ACutBehindTheEndOfTheSoundOpens) {
+  const TempFolder folder;
+  makeMedia(folder.file("whole.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
+                                          std::vector<std::string>{"-c:a", "aac"});
+  makeMedia(folder.file("cut.mp4"), "-i", folder.file("whole.mp4"), "-ss", "3", "-c", "copy", "-movflags",
+            "frag_keyframe+empty_moov");
+  const std::vector<Packet> packets = ffprobePackets(folder.file("cut.mp4"), "v:0");
+  ASSERT_TRUE(ffprobePackets(folder.file("cut.mp4"), "a:0").empty());
+  const MediaFile file = openFile(folder.file("cut.mp4"));
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->GetTotalFrames(), packets.size());
+  EXPECT_EQ(describe(*file).system.rate, 25u);
+}
+
+TEST(Open, APictureWithoutSoundHasTheSoundsLengthOfItsDuration) {
+  TrafSpec traf;
+  RunSpec run{kRunDataOffset | kRunSize};
+  for (std::uint32_t i = 0; i < 50; ++i) run.samples.push_back(sampleOf(10, i));
+  traf.runs = {run};
+  const OpenedFile clip(fileOf({videoTrack(1, 25, 1)}, fragment(1, {traf})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.audio.stream.length, 96000u) << "50 frames at 25 a second, 48000 samples a second";
+  EXPECT_EQ(clip.described.system.streams, 1u);
+  EXPECT_EQ(clip.file->Channels(), 0u);
 }
 
 TEST(Open, CaptionTracksThatNoFragmentCarriesAreReportedAndTheFileOpens) {

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "box.h"
+#include "built_clip.h"
 #include "loaded_plugin.h"
 #include "recording.h"
+#include "sound.h"
 #include "support/controlled_new.h"
 #include "support/fragments.h"
 #include "support/log_capture.h"
@@ -60,6 +62,66 @@ TEST(OutOfMemory, AFrameWithoutASampleWindowFailsAndReadsLater) {
   EXPECT_EQ(readFrame(*file, 1).data, sampleOf(10, 2).data);
 }
 
+TEST(OutOfMemory, AVideoTrackWithoutAStreamHolderEndsTheOpen) {
+  const Clip clip;
+  const MediaFile file = createObject();
+  const auto open = [&] {
+    return file->Open(clip.path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr, VL_OPEN_EXISTING, 0,
+                      0);
+  };
+  {
+    const FailingNew failing(sizeof(QVRSTREAM));
+    EXPECT_EQ(open(), 0xE8022020u);
+  }
+  EXPECT_EQ(open(), VL_OK);
+}
+
+TEST(OutOfMemory, AnAudioTrackWithoutAStreamHolderIsReportedAndTheFileOpens) {
+  const TempFolder folder;
+  const std::string path = folder.file("sound.m4a");
+  TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
+  TrafSpec picture, sound;
+  picture.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
+  sound.trackId = 2;
+  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  writeFile(path, join({fileTypeBox(), movieBox({audio}), fragment(1, {sound})}));
+  LogCapture log;
+  const FailingNew failing(sizeof(QVRSTREAM));
+  EXPECT_EQ(openFile(path, MF_OPEN_AUDIO_ONLY), nullptr) << "without a stream there is nothing to read";
+  EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_RESULT, "Open: 0xE8022007\n"}));
+}
+
+TEST(OutOfMemory, DescribedStreamsWithoutHoldersAreReported) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  ASSERT_NE(file, nullptr);
+  RecordingDescription d;
+  d.soundMask = 3;
+  LogCapture log;
+  const FailingNew failing(sizeof(QVRSTREAM));
+  EXPECT_EQ(describeVideo(*file, d), 0xE8022007u);
+  EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "Open(0xE8022007)"}));
+  log.lines.clear();
+  EXPECT_EQ(describeSound(*file, d), VL_OK);
+  EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_RESULT, "Open: 0xE8022007\n"}));
+}
+
+TEST(OutOfMemory, NoDescriptionThatFailsForAnAllocationReachesTheHostAsMoreThanAStatus) {
+  const TempFolder folder;
+  RecordingDescription d;
+  d.soundMask = 3;
+  for (std::size_t bytes = 1; bytes <= 512; ++bytes) {
+    LogCapture log;
+    const MediaFile file = createFile(folder.file("out.mp4"));
+    ASSERT_NE(file, nullptr);
+    const Described defaults = describe(*file);
+    std::copy(d.configuration.begin(), d.configuration.end(), defaults.video->colourTable);
+    QVRAUDIO audio = defaults.audio;
+    const FailingNew failing(bytes);
+    file->SetFileInfo(3, &defaults.system, defaults.video.get(), &audio, &defaults.info);
+  }
+}
+
 TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
   const Clip clip;
   for (std::size_t bytes = 1; bytes <= 512; ++bytes) {
@@ -74,6 +136,24 @@ TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
     file->FindKeyFrame(1, 1, 1, 0);
   }
   EXPECT_NE(openFile(clip.path), nullptr) << "and with memory the file opens";
+}
+
+// The reader's place does not run ahead of a request that memory ended: what it did not get is still there.
+TEST(OutOfMemory, SoundThatARequestDidNotGetIsReadByTheNext) {
+  constexpr std::size_t kLargeUnit = 9000, kHeader = 7;
+  const CodedSound& sound = aacSound();
+  const BuiltFile clip = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
+  const BuiltFile other = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
+  const Samples expected = readSound(*other, 4096, 4096).samples;
+  ASSERT_EQ(readSound(*clip, 0, 4096).status, VL_OK);
+  {
+    const FailingNew failing(kHeader + kLargeUnit);
+    EXPECT_EQ(readSound(*clip, 4096, 4096).status, 0xFFFFFFFFu);
+  }
+  for (std::uint32_t part = 0; part < 4; ++part) {
+    EXPECT_EQ(readSound(*clip, 4096 + part * 1024, 1024).samples,
+              Samples(expected.begin() + part * 2048, expected.begin() + (part + 1) * 2048));
+  }
 }
 
 // ---- Recording --------------------------------------------------------------------------------------

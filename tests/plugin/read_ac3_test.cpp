@@ -221,7 +221,7 @@ std::vector<std::uint8_t> clipForTheStandIn(int units) {
 }
 
 TEST(ReadAc3, FFmpegsFramesAreReadAsPairsWhateverTheTrackHas) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();
@@ -244,7 +244,7 @@ TEST(ReadAc3, FFmpegsFramesAreReadAsPairsWhateverTheTrackHas) {
 }
 
 TEST(ReadAc3, FFmpegStaysLoadedWhenThePluginGoesAndHasItsLogBack) {
-  inOwnProcess([] {
+  inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth();

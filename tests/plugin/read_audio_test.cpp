@@ -4,12 +4,12 @@
 
 #include <cmath>
 
+#include "built_clip.h"
 #include "loaded_plugin.h"
 #include "places.h"
 #include "sound.h"
 #include "sound_clip.h"
 #include "support/ffmpeg.h"
-#include "support/fragments.h"
 #include "support/log_capture.h"
 #include "support/temp_folder.h"
 
@@ -161,18 +161,13 @@ TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
   EXPECT_THAT(buffer, testing::Each(0xEE));
 }
 
-// A track that claims six channels of units that do not decode: silence of twelve bytes a frame, where the
-// host counts four.
+// A track that claims six channels of units most of which do not decode: silence of twelve bytes a frame,
+// where the host counts four.
 TEST(ReadAudio, ABufferOfUnknownSizeIsFilledNoFurtherThanWasTold) {
-  TrafSpec traf;
-  traf.trackId = 2;
-  RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
-  for (int i = 0; i < 10; ++i) run.samples.push_back({Bytes(64, 0), 1024});
-  traf.runs = {run};
-  const TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 6, 16, 48000), 1024};
-  const TempFolder folder;
-  writeFile(folder.file("clip.m4a"), join({fileTypeBox(), movieBox({audio}), fragment(1, {traf})}));
-  const MediaFile file = openFile(folder.file("clip.m4a"));
+  RunSpec run = runOf(aacSound());
+  for (int i = 0; i < 10; ++i) run.samples[static_cast<std::size_t>(i)].data.assign(64, 0);
+  const BuiltFile clip({SoundTrack{audioEntry("mp4a", 6, 16, 48000, elementaryStreamBox()), run}});
+  const MediaFile& file = clip.file;
   ASSERT_NE(file, nullptr);
   const std::uint32_t told = file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
   ASSERT_EQ(told, (48000 * 1001 / 30000 + 1) * 12);
@@ -216,37 +211,15 @@ TEST(ReadAudio, EachOfTwoTracksHasItsOwnPair) {
 
 // ---- Files that no encoder makes --------------------------------------------------------------------
 
-// An audio file whose units are the packets of a real one, changed at will.
-struct BuiltClip {
-  TempFolder folder;
-  MediaFile file;
-
-  template <class Change>
-  explicit BuiltClip(Change change) {
-    const std::string source = folder.file("source.mp4");
-    makeMedia(source, toneInput(1) + kStereoAac + std::vector<std::string>{"-movflags", "empty_moov"});
-    const std::vector<std::uint8_t> bytes = readFile(source);
-    RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
-    for (const Packet& packet : ffprobePackets(source, "a:0", {"-ignore_editlist", "1"})) {
-      const auto at = bytes.begin() + packet.offset;
-      run.samples.push_back({Bytes(at, at + packet.size), 1024});
-    }
-    change(run);
-    TrafSpec traf;
-    traf.trackId = 2;
-    traf.runs = {run};
-    const Bytes esds = fullBox("esds", 0, 0,
-                               {u8(3), u8(25), u16(0), u8(0), u8(4), u8(17), u8(0x40), u8(0x15), u24(0),
-                                u32(0), u32(0), u8(5), u8(2), u16(0x1190), u8(6), u8(1), u8(2)});
-    TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000, esds), 1024};
-    writeFile(folder.file("clip.m4a"), join({fileTypeBox(), movieBox({audio}), fragment(1, {traf})}));
-    file = openFile(folder.file("clip.m4a"));
-  }
-};
+// A tone whose run `change` has changed.
+template <class Change>
+BuiltFile changedTone(Change change) {
+  return builtClip(aacSound(), change);
+}
 
 TEST(ReadAudio, ADamagedUnitIsSilenceOfItsLengthAndTheNextDecodesAgain) {
-  const BuiltClip sound([](RunSpec&) {});
-  const BuiltClip damaged([](RunSpec& run) { run.samples[20].data.resize(12); });
+  const BuiltFile sound = changedTone([](RunSpec&) {});
+  const BuiltFile damaged = changedTone([](RunSpec& run) { run.samples[20].data.resize(12); });
   ASSERT_NE(damaged.file, nullptr);
   const Samples whole = readAll(*sound.file, 4096), broken = readAll(*damaged.file, 4096);
   ASSERT_EQ(whole.size(), broken.size());
@@ -260,14 +233,14 @@ TEST(ReadAudio, ADamagedUnitIsSilenceOfItsLengthAndTheNextDecodesAgain) {
 }
 
 TEST(ReadAudio, AUnitWithoutBytesIsSilenceOfItsLength) {
-  const BuiltClip clip([](RunSpec& run) { run.samples[20].data.clear(); });
+  const BuiltFile clip = changedTone([](RunSpec& run) { run.samples[20].data.clear(); });
   const Samples all = readAll(*clip.file, 4096);
   EXPECT_THAT(Samples(all.begin() + 20 * 2048, all.begin() + 21 * 2048), testing::Each(0));
   EXPECT_EQ(all.size(), lengthOf(*clip.file) * 2u);
 }
 
 TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
-  const BuiltClip clip([](RunSpec& run) { run.samples[10].duration = 1024 + 5000; });
+  const BuiltFile clip = changedTone([](RunSpec& run) { run.samples[10].duration = 1024 + 5000; });
   ASSERT_NE(clip.file, nullptr);
   const Samples whole = readAll(*clip.file, 4096);
   ASSERT_EQ(whole.size(), lengthOf(*clip.file) * 2u);
@@ -282,7 +255,7 @@ TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
 }
 
 TEST(ReadAudio, ADurationThatNoUnitHasIsRefused) {
-  const BuiltClip clip([](RunSpec& run) { run.samples[5].duration = 0x40000000; });
+  const BuiltFile clip = changedTone([](RunSpec& run) { run.samples[5].duration = 0x40000000; });
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(readSound(*clip.file, 0, 1000).status, VL_OK);
   DFRAME d{};
@@ -297,7 +270,7 @@ TEST(ReadAudio, ADurationThatNoUnitHasIsRefused) {
 
 TEST(ReadAudio, BehindTheLastUnitFailsOnlyWhenNothingIsHeld) {
   // The description says twice the sound that the units hold.
-  const BuiltClip clip([](RunSpec& run) { run.samples.back().duration = 60000; });
+  const BuiltFile clip = changedTone([](RunSpec& run) { run.samples.back().duration = 60000; });
   const std::uint32_t held = lengthOf(*clip.file) - 60000 + 1024;
   LogCapture log;
   EXPECT_EQ(readSound(*clip.file, held - 500, 1000).samples.size(), 1000u);

@@ -8,7 +8,9 @@
 
 #include "audio/ffmpeg_place.h"
 #include "places.h"
+#include "support/box_builder.h"
 #include "support/environment.h"
+#include "support/fragments.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -32,15 +34,20 @@ struct Installed {
     for (const char* file : kProgram) fs::copy_file(fs::path(VL_BIN_DIR) / file, folder.path() / file);
     makeMedia(clip, toneInput(1) + std::vector<std::string>{"-c:a", "aac"} + fragmented());
   }
-  void putFFmpegIn(const fs::path& place) const {
+  static void putFFmpegIn(const fs::path& place) {
     fs::create_directories(place);
     for (const char* file : {kAvcodecFile, kAvutilFile})
       fs::copy_file(fs::path(VL_BIN_DIR) / "ffmpeg_stand_in" / file, place / file);
   }
-  // What `fmp4 info` logs, with a store of its own.
-  std::string log() const {
+  // The program's result, with a store of its own.
+  RunResult fmp4(std::vector<std::string> arguments) const {
     const Environment store("VLHOST_CONFIG", folder.file("vlhost.conf").c_str());
-    const RunResult result = run({folder.file("fmp4"), "info", clip});
+    arguments.insert(arguments.begin(), folder.file("fmp4"));
+    return run(arguments);
+  }
+  // What `fmp4 info` logs.
+  std::string log() const {
+    const RunResult result = fmp4({"info", clip});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     return result.err;
   }
@@ -57,6 +64,78 @@ TEST(FFmpeg, IsFoundBesideTheProgramAheadOfItsFormatsFolder) {
     fs::resize_file(file, 0);
   EXPECT_THAT(installed.log(), HasSubstr("\n FFMPEG Version of a stand-in (log taken, level 48). "));
 }
+
+TEST(FFmpeg, IsNotFoundInTheWorkingFolder) {
+  const Installed installed;
+  const TempFolder downloads;
+  Installed::putFFmpegIn(downloads.path());
+  Installed::putFFmpegIn(downloads.path() / "Extended_formats");
+  fs::copy_file(installed.clip, downloads.path() / "clip.mp4");
+  const fs::path before = fs::current_path();
+  fs::current_path(downloads.path());
+  const RunResult result = installed.fmp4({"info", "clip.mp4"});
+  fs::current_path(before);
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, HasSubstr("FFMPEG DLLs (AvCodec) will not load"));
+  EXPECT_THAT(result.err, Not(HasSubstr("avcodec loaded")));
+}
+
+// ---- AC-3 --------------------------------------------------------------------------------------------
+
+// A second of AC-3 at 192 kbit/s as ffmpeg encodes it, cut into its sync frames.
+std::vector<Bytes> syncFrames() {
+  constexpr std::size_t kFrameBytes = 768;
+  const TempFolder folder;
+  makeMedia(folder.file("tone.ac3"),
+            toneInput(1) + std::vector<std::string>{"-c:a", "ac3", "-ac", "2", "-b:a", "192k"});
+  const Bytes stream = readFile(folder.file("tone.ac3"));
+  EXPECT_EQ(stream.size() % kFrameBytes, 0u);
+  std::vector<Bytes> frames;
+  for (auto at = stream.begin(); at != stream.end(); at += kFrameBytes)
+    frames.emplace_back(at, at + kFrameBytes);
+  return frames;
+}
+
+// A fragmented file of these frames, a unit each, with bytes after every one.
+Bytes fileOf(const std::vector<Bytes>& frames, std::size_t bytesAfter) {
+  RunSpec units{kRunDataOffset | kRunSize | kRunDuration};
+  for (const Bytes& frame : frames) units.samples.push_back({join({frame, zeros(bytesAfter)}), 1536});
+  TrafSpec track;
+  track.trackId = 2;
+  track.runs = {units};
+  const TrackSpec audio{2, "soun", 48000, audioEntry("ac-3", 2, 16, 48000), 1536};
+  return join({fileTypeBox(), movieBox({audio}), fragment(1, {track})});
+}
+
+TEST(FFmpeg, Ac3UnitsWithBytesAfterTheirFrameDecodeWholeWithItAndWithoutIt) {
+  const Installed installed;
+  const std::vector<Bytes> frames = syncFrames();
+  ASSERT_EQ(frames.size(), 32u);
+  for (const bool hasFFmpeg : {false, true}) {
+    if (hasFFmpeg) Installed::putFFmpegIn(installed.folder.path());
+    std::vector<Bytes> sounds;
+    for (const std::size_t bytesAfter : {0u, 2u, 100u}) {
+      const std::string file = installed.folder.file("units.mp4"), sound = installed.folder.file("units.wav");
+      writeFile(file, fileOf(frames, bytesAfter));
+      const RunResult result = installed.fmp4({"export", file, "--audio", sound});
+      EXPECT_EQ(result.exitCode, 0) << result.err;
+      EXPECT_EQ(result.err.find("eac3 opened") != std::string::npos, hasFFmpeg);
+      sounds.push_back(readFile(sound));
+    }
+    constexpr std::size_t kUnitBytes = 1536 * 4;
+    ASSERT_GE(sounds[0].size(), frames.size() * kUnitBytes);
+    EXPECT_EQ(sounds[1], sounds[0]);
+    EXPECT_EQ(sounds[2], sounds[0]);
+    // The stand-in puts out each frame's first checksum.
+    const std::size_t start = sounds[0].size() - frames.size() * kUnitBytes;
+    for (std::size_t unit = 0; hasFFmpeg && unit < frames.size(); ++unit) {
+      EXPECT_EQ(sounds[0][start + unit * kUnitBytes], frames[unit][3]) << unit;
+      EXPECT_EQ(sounds[0][start + unit * kUnitBytes + 1], frames[unit][2]) << unit;
+    }
+  }
+}
+
+// ---- The setting -------------------------------------------------------------------------------------
 
 TEST(FFmpeg, SwitchedOffInTheStoreIsNotLoaded) {
   const Installed installed;

@@ -7,6 +7,7 @@
 #include "fmp4.h"
 #include "support/box_builder.h"
 #include "support/ffmpeg.h"
+#include "support/fragments.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -69,6 +70,64 @@ TEST(Info, Ac3IsDescribedAsItIsDelivered) {
                                   {"sampleRate", 48000},
                                   {"bitsPerSample", 16},
                                   {"samples", 63 * 1536}}}));
+}
+
+// A pair of files is one presentation, whichever of its names is asked for.
+TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsSound) {
+  const TempFolder folder;
+  makeMedia(folder.file("source.mp4"), pictureInput(2, "25", "160x96") + toneInput(2.048) + h264Codec(25) +
+                                           std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
+  ASSERT_EQ(fmp4({"package", folder.file("source.mp4"), "--output", folder.file("out.mp4")}).exitCode, 0);
+  const json sound = {{{"codec", "mp4a"},
+                       {"channels", 2},
+                       {"sampleRate", 48000},
+                       {"bitsPerSample", 16},
+                       {"samples", ffprobePackets(folder.file("out.m4a"), "a:0").size() * 1024}}};
+  for (const char* name : {"out.mpd", "out.m4v"}) {
+    const json info = json::parse(fmp4({"--quiet", "info", "--json", folder.file(name)}).out);
+    EXPECT_EQ(info["video"]["frames"], 50) << name;
+    EXPECT_EQ(info["audio"], sound) << name;
+    EXPECT_EQ(info["durationSeconds"], 2.0) << name;
+  }
+  const json alone = json::parse(fmp4({"--quiet", "info", "--json", folder.file("out.m4a")}).out);
+  EXPECT_TRUE(alone["video"].is_null());
+  EXPECT_EQ(alone["audio"], sound);
+}
+
+TEST(Info, EachAudioTrackIsDescribedOnce) {
+  const TempFolder folder;
+  const std::string file = folder.file("sound.m4a");
+  std::vector<TrackSpec> tracks;
+  std::vector<TrafSpec> fragments;
+  const auto add = [&](const char* codec, std::uint16_t channels) {
+    const auto id = static_cast<std::uint32_t>(tracks.size() + 1);
+    tracks.push_back({id, "soun", 48000, audioEntry(codec, channels, 16, 48000), 1024});
+    TrafSpec& traf = fragments.emplace_back();
+    traf.trackId = id;
+    traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, id)}}};
+  };
+  add("mp4a", 1);
+  add("mp4a", 6);
+  add("ac-3", 6);
+  add("mp4a", 1);
+  add("mp4a", 2);
+  writeFile(file, join({fileTypeBox(), movieBox(tracks), fragment(1, fragments)}));
+  const json info = json::parse(fmp4({"--quiet", "info", "--json", file}).out);
+  std::vector<std::string> described;
+  for (const json& audio : info["audio"])
+    described.push_back(audio["codec"].get<std::string>() + " " + audio["channels"].dump());
+  EXPECT_THAT(described, testing::ElementsAre("mp4a 1", "mp4a 6", "ac-3 2", "mp4a 1", "mp4a 2"));
+}
+
+TEST(Info, ARecordingWhoseSoundNeverCameIsDescribed) {
+  const TempFolder folder;
+  makeMedia(folder.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
+                                           std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
+  const std::string recording = folder.file("out.ismv");
+  ASSERT_EQ(fmp4({"package", folder.file("source.mp4"), "--output", recording, "--start", "50"}).exitCode, 0);
+  const RunResult result = fmp4({"--quiet", "info", "--json", recording});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(json::parse(result.out)["video"]["frames"], 50);
 }
 
 TEST(Info, JsonKeysKeepTheirOrder) {

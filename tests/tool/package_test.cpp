@@ -224,6 +224,41 @@ TEST_F(Package, RatesAreKept) {
   }
 }
 
+// What ffmpeg makes of a live source: the first frame lasts until the sound begins.
+TEST_F(Package, ALengthenedFirstFrameDoesNotTellTheRate) {
+  makeMedia(folder_.file("source.mp4"),
+            pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(12, 0) +
+                std::vector<std::string>{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov"});
+  const std::vector<Packet> packets = ffprobePackets(folder_.file("source.mp4"), "v:0");
+  ASSERT_NE(packets[1].dts - packets[0].dts, packets[2].dts - packets[1].dts);
+  ASSERT_EQ(fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")}).exitCode, 0);
+  const auto manifest = readFile(folder_.file("out.mpd"));
+  EXPECT_THAT(std::string(manifest.begin(), manifest.end()), HasSubstr("frameRate=\"25000/1000\""));
+}
+
+// Frames of 33 and 34 ms: most last 33, and all of them tell 29.97 a second.
+TEST_F(Package, ARateRoundedToMillisecondsIsThatOfAllFrames) {
+  makeMedia(folder_.file("source.mp4"), pictureInput(4, "30000/1001", "160x96") + h264Codec(12) +
+                                            std::vector<std::string>{"-video_track_timescale", "1000"});
+  const RunResult result = fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")});
+  ASSERT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, Not(HasSubstr("differently long")));
+  const auto manifest = readFile(folder_.file("out.mpd"));
+  EXPECT_THAT(std::string(manifest.begin(), manifest.end()), HasSubstr("frameRate=\"30000/1001\""));
+}
+
+TEST_F(Package, FramesOfNoCommonDurationAreRecordedAtTheirMean) {
+  RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
+  for (std::uint32_t i = 0; i < 30; ++i) run.samples.push_back(sampleOf(10, i, 500 + 50 * i));
+  TrafSpec traf;
+  traf.runs = {run};
+  writeFile(folder_.file("source.mp4"),
+            join({fileTypeBox(), movieBox({videoTrack(1, 24500, 0)}), fragment(1, {traf})}));
+  const RunResult result = fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("differently long; in the recording they all last 1/20 s"));
+}
+
 TEST_F(Package, CarriesCaptions) {
   // Ten frames in two fragments with a pair a frame in one sample each, and a packet a frame.
   const auto packet = [](std::uint32_t frame) {

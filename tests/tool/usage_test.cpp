@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "fmp4.h"
 #include "places.h"
 #include "support/temp_folder.h"
@@ -71,6 +73,15 @@ TEST(Usage, GlobalOptionsMayStandBehindTheCommand) {
 
 TEST(Usage, PluginIsTakenFromAPath) {
   EXPECT_EQ(fmp4({"--plugin", VL_BIN_DIR "/vlx_fmp4", "version"}).exitCode, 0);
+}
+
+// As on any command line, though the host does not look there.
+TEST(Usage, PluginsPathStartsFromTheWorkingFolder) {
+  const std::filesystem::path bin = VL_BIN_DIR, before = std::filesystem::current_path();
+  std::filesystem::current_path(bin.parent_path());
+  const RunResult result = fmp4({"--plugin", (bin.filename() / "vlx_fmp4").string(), "version"});
+  std::filesystem::current_path(before);
+  EXPECT_EQ(result.exitCode, 0) << result.err;
 }
 
 TEST(Usage, LibraryThatIsNoPluginIsRefused) {

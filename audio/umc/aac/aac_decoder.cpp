@@ -1,7 +1,6 @@
 #include "aac_decoder.h"
 
 #include <iterator>
-#include <new>
 
 #include "audio_data.h"
 #include "codebooks.h"
@@ -16,7 +15,6 @@ namespace UMC {
 
 namespace {
 
-constexpr std::uint32_t kBlockAlignment = 16;
 constexpr std::uint32_t kBitsPerSample = 16;
 
 // The profile flags grow by the first once data of spectral band replication were decoded; the second tells
@@ -35,6 +33,10 @@ std::uint32_t ProfileFlags(int objectType) {
       return 8;
     case aac::kObjectLtp:
       return 2;
+    case aac::kObjectBsac:
+      return 64;
+    case aac::kObjectAls:
+      return 32;
     default:
       return 0;
   }
@@ -53,9 +55,10 @@ void TakeOutputWishes(const AudioCodecParams& params, aac::DecoderState& state) 
 }
 
 AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
+  const bool served = state.form != aac::StreamForm::kUnserved;
   AudioStreamInfo info;
-  info.channels = static_cast<std::uint32_t>(state.mix.outputs);
-  info.sampleFrequency = aac::OutputFrequency(state);
+  info.channels = served ? static_cast<std::uint32_t>(state.mix.outputs) : state.unservedChannels;
+  info.sampleFrequency = served ? aac::OutputFrequency(state) : state.config.frequency;
   info.bitsPerSample = kBitsPerSample;
   info.streamType = UMC_STREAM_PCM;
   info.channelMask = ChannelMask(info.channels);
@@ -64,55 +67,8 @@ AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
 
 }  // namespace
 
-// All blocks at their places for the time of one operation.
-class AACDecoder::Locked {
- public:
-  explicit Locked(AACDecoder& decoder) : m_decoder(decoder) {
-    if (decoder.m_stateId == 0) return;
-    m_state = static_cast<aac::DecoderState*>(decoder.LockMemory(decoder.m_stateId));
-    m_work = static_cast<aac::WorkArea*>(decoder.LockMemory(decoder.m_workId));
-    m_sbr = static_cast<aac::SbrArea*>(decoder.LockMemory(decoder.m_sbrId));
-  }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
-  ~Locked() {
-    if (m_state != nullptr) m_decoder.UnlockMemory(m_decoder.m_stateId);
-    if (m_work != nullptr) m_decoder.UnlockMemory(m_decoder.m_workId);
-    if (m_sbr != nullptr) m_decoder.UnlockMemory(m_decoder.m_sbrId);
-  }
-
-  explicit operator bool() const { return m_state != nullptr && m_work != nullptr && m_sbr != nullptr; }
-  [[nodiscard]] aac::DecoderState& State() const { return *m_state; }
-  [[nodiscard]] aac::WorkArea& Work() const { return *m_work; }
-  [[nodiscard]] aac::SbrArea& Sbr() const { return *m_sbr; }
-
- private:
-  AACDecoder& m_decoder;
-  aac::DecoderState* m_state = nullptr;
-  aac::WorkArea* m_work = nullptr;
-  aac::SbrArea* m_sbr = nullptr;
-};
-
 AACDecoder::~AACDecoder() {
   AACDecoder::Close();
-}
-
-Status AACDecoder::AllocateBlocks() {
-  Status status = m_allocator->Alloc(&m_stateId, sizeof(aac::DecoderState), 0, kBlockAlignment);
-  if (status == UMC_OK) status = m_allocator->Alloc(&m_workId, sizeof(aac::WorkArea), 0, kBlockAlignment);
-  if (status == UMC_OK) status = m_allocator->Alloc(&m_sbrId, sizeof(aac::SbrArea), 0, kBlockAlignment);
-  if (status == UMC_OK) {
-    Locked locked(*this);
-    if (locked) {
-      new (&locked.State()) aac::DecoderState{};
-      new (&locked.Work()) aac::WorkArea;
-      new (&locked.Sbr()) aac::SbrArea{};
-      return UMC_OK;
-    }
-    status = UMC_ERR_ALLOC;
-  }
-  Close();
-  return status;
 }
 
 Status AACDecoder::Init(BaseCodecParams* params) {
@@ -131,7 +87,7 @@ Status AACDecoder::Init(BaseCodecParams* params) {
   }
 
   Status status = BaseCodec::Init(params);
-  if (status == UMC_OK) status = AllocateBlocks();
+  if (status == UMC_OK) status = m_memory.Allocate(*m_allocator);
   if (status != UMC_OK) return status;
   if (aac::SharedCodebooks() == nullptr || aac::SharedFilterBank(1024) == nullptr ||
       aac::SharedFilterBank(960) == nullptr || aac::SharedSbrCodebooks() == nullptr ||
@@ -142,14 +98,11 @@ Status AACDecoder::Init(BaseCodecParams* params) {
 
   bool served = true;
   {
-    Locked locked(*this);
+    const aac::LockedMemory locked(m_memory);
     aac::DecoderState& state = locked.State();
     if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
     if (audio != nullptr) TakeOutputWishes(*audio, state);
-    if (configured) {
-      served = aac::Configure(config, state);
-      aac::UpdateMix(state);
-    }
+    if (configured) served = aac::ConfigureRaw(config, state);
   }
   if (!served) {
     Close();
@@ -163,7 +116,7 @@ Status AACDecoder::GetFrame(MediaData* input, MediaData* output) {
       output->GetDataPointer() == nullptr) {
     return UMC_ERR_NULL_PTR;
   }
-  Locked locked(*this);
+  aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
 
   const auto filled = static_cast<std::size_t>(output->GetDataSize());
@@ -175,8 +128,7 @@ Status AACDecoder::GetFrame(MediaData* input, MediaData* output) {
   request.inputSize = static_cast<std::size_t>(input->GetDataSize());
   request.output = samples + filled;
   request.outputSize = static_cast<std::size_t>(output->GetBufferSize()) - lost - filled;
-  request.sbr = &locked.Sbr();
-  const Status status = aac::DecodeFrame(locked.State(), locked.Work(), request);
+  const Status status = aac::DecodeFrame(locked, request);
   input->MoveDataPointer(static_cast<std::ptrdiff_t>(request.consumed));
   if (status < UMC_OK) return status;
 
@@ -188,55 +140,48 @@ Status AACDecoder::GetFrame(MediaData* input, MediaData* output) {
 Status AACDecoder::GetInfo(BaseCodecParams* params) {
   auto* audio = DynamicCast<AudioCodecParams>(params);
   if (audio == nullptr) return UMC_ERR_NULL_PTR;
-  Locked locked(*this);
+  const aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   const aac::DecoderState& state = locked.State();
   if (!state.formatKnown) return UMC_WRN_INFO_NOT_READY;
 
   audio->m_output = OutputInfo(state);
   audio->m_input = audio->m_output;
-  audio->m_input.channels = state.layout.channelCount;
+  if (state.form != aac::StreamForm::kUnserved) audio->m_input.channels = state.layout.channelCount;
   audio->m_input.channelMask = ChannelMask(audio->m_input.channels);
   audio->m_input.streamType = UMC_STREAM_AAC;
-  audio->m_input.streamSubtype = ProfileFlags(state.objectType) + (state.sbrSeen ? kProfileSbr : 0) +
+  audio->m_input.streamSubtype = ProfileFlags(state.config.objectType) + (state.sbrSeen ? kProfileSbr : 0) +
                                  (aac::HasSbr(state) ? kSbrPresent : 0);
   return UMC_OK;
 }
 
 Status AACDecoder::Close() {
-  if (m_stateId != 0) FreeMemory(m_stateId);
-  if (m_workId != 0) FreeMemory(m_workId);
-  if (m_sbrId != 0) FreeMemory(m_sbrId);
-  m_stateId = 0;
-  m_workId = 0;
-  m_sbrId = 0;
+  m_memory.Free();
   return UMC_OK;
 }
 
 Status AACDecoder::Reset() {
-  Locked locked(*this);
+  aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
-  aac::ForgetSignal(locked.State(), locked.Sbr());
+  aac::Restart(locked);
   return UMC_OK;
 }
 
 bool AACDecoder::Settled() {
-  Locked locked(*this);
-  return locked && aac::IsSettled(locked.State(), locked.Sbr());
+  const aac::LockedMemory locked(m_memory);
+  return locked && aac::IsSettled(locked);
 }
 
-Status AACDecoder::SetObjectType(int objectType) {
-  if (!aac::IsServed(objectType)) return UMC_ERR_CONFIGURATION;
-  Locked locked(*this);
+Status AACDecoder::SetConfiguration(const aac::AudioSpecificConfig& config) {
+  const aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
-  locked.State().containerObjectType = objectType;
-  return UMC_OK;
+  return aac::TakeConfiguration(config, locked.State()) ? UMC_OK : UMC_ERR_CONFIGURATION;
 }
 
 Status AACDecoder::SetParams(BaseCodecParams* params) {
   auto* options = DynamicCast<AACDecoderParams>(params);
   if (options == nullptr) return UMC_ERR_NULL_PTR;
-  Locked locked(*this);
+  const aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::DecoderState& state = locked.State();
   aac::ApplyOptions(*options, state.options);

@@ -8,14 +8,12 @@
 #include <cstdint>
 
 #include "base_codec.h"
+#include "decoder_memory.h"
 
 namespace UMC {
 
 namespace aac {
 struct AudioSpecificConfig;
-struct DecoderState;
-struct SbrArea;
-struct WorkArea;
 }  // namespace aac
 
 class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
@@ -31,36 +29,34 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   Status Init(BaseCodecParams* params) override;
   // Decodes one frame and appends its samples to the output. The bytes used are consumed, unless parameters
   // configured the stream. 4: decoded, but the checksum does not match. -995 null arguments or buffers, -998
-  // before Init, -996 not enough input, -879 no known stream form, -899 a form that is known but not served,
-  // -881 a frame that cannot be right, -896 a frame that goes on behind its end, or no room for the output.
-  // After the last but one, and where a frame goes on behind its end, three bytes are consumed, so that the
-  // next call looks for the next frame.
+  // before Init, -996 not enough input, -879 no known stream form, -899 a stream that is known but not
+  // served, -883 no memory, -881 a frame that cannot be right, -896 a frame that goes on behind its end, or
+  // no room for the output. After the last but one, and where a frame goes on behind its end, three bytes are
+  // consumed, so that the next call looks for the next frame. A frame of several blocks keeps those ahead of
+  // a bad one: 4.
   Status GetFrame(MediaData* input, MediaData* output) override;
   // Describes both streams. 3 before the format is known, -995 for parameters that are no AudioCodecParams,
   // -998 before Init.
   Status GetInfo(BaseCodecParams* params) override;
   // Gives the memory back; returns 0.
   Status Close() override;
-  // Forgets the signal, keeping the configuration. -998 before Init.
+  // Forgets the signal and what was learnt from it, keeping the configuration. -998 before Init.
   Status Reset() override;
   // True when the signal does not depend on blocks ahead of those decoded since Init or Reset, but for an
-  // overlap of one block: predictors, spectral band replication and parametric stereo remember more.
+  // overlap of one block: predictors, spectral band replication and parametric stereo remember more. False
+  // before the first of them.
   bool Settled();
-  // Tells, between Init and the first frame, the audio object type that the container states, for ADTS
-  // headers that do not carry it as their profile. -899 for one that is not served, -998 before Init.
-  Status SetObjectType(int objectType);
+  // Tells, between Init and the first frame, what the container says about access units that come behind ADTS
+  // headers. It counts for all that the headers say as well, and they say less: no frame length, no frequency
+  // but the listed ones, neither spectral band replication nor parametric stereo, no program. GetInfo can
+  // answer from then on. -899 for what is not served, whose frames are refused; -998 before Init.
+  Status SetConfiguration(const aac::AudioSpecificConfig& config);
   // Takes over options and output channels. -995 for parameters that are no AACDecoderParams, -998 before
   // Init.
   Status SetParams(BaseCodecParams* params) override;
 
  private:
-  class Locked;
-
-  Status AllocateBlocks();
-
-  MemoryId m_stateId = 0;
-  MemoryId m_workId = 0;
-  MemoryId m_sbrId = 0;
+  aac::DecoderMemory m_memory;
 };
 
 }  // namespace UMC

@@ -12,14 +12,22 @@ void SkipBits(BitWindow& stream, std::size_t bits) {
   stream.Seek(stream.Position() + bits);
 }
 
+// header_size or trailer_size: the bytes that follow of what was before or after the sound in its own file.
+std::size_t ReadOriginalSize(BitWindow& stream) {
+  constexpr std::uint32_t kNone = 0xFFFFFFFF;
+  const auto bytes = stream.Read(32);
+  return bytes == kNone ? 0 : bytes;
+}
+
 }  // namespace
 
-bool ParseAlsConfig(BitWindow& stream) {
+bool ParseAlsConfig(BitWindow& stream, AlsConfig& config) {
   if (stream.Read(32) != kAlsId) return false;
-  stream.Read(32);  // samp_freq
+  config.frequency = stream.Read(32);
   const std::uint64_t samples = stream.Read(32);
   const std::size_t lastChannel = stream.Read(16);  // channels, less 1
-  stream.Read(3);                                   // file_type
+  config.channels = static_cast<std::uint32_t>(lastChannel) + 1;
+  stream.Read(3);  // file_type
   const auto resolution = stream.Read(3);
   stream.Read(2);                                            // floating, msb_first
   const std::uint64_t frameLength = stream.Read(16) + 1ull;  // samples
@@ -39,8 +47,8 @@ bool ParseAlsConfig(BitWindow& stream) {
     SkipBits(stream, (lastChannel + 1) * positionBits);
   }
   stream.AlignToByte();
-  const std::size_t headerBytes = stream.Read(32);
-  const std::size_t trailerBytes = stream.Read(32);
+  const std::size_t headerBytes = ReadOriginalSize(stream);
+  const std::size_t trailerBytes = ReadOriginalSize(stream);
   SkipBits(stream, 8 * (headerBytes + trailerBytes));
   if (checksum) stream.Read(32);
   if (randomAccessFlag == 2 && randomAccess > 0 && samples > 0) {

@@ -99,9 +99,12 @@ bool ParseAudioSpecificConfig(const std::uint8_t* data, std::size_t size, AudioS
     if (config.objectType == kObjectBsac) stream.Read(4);  // extensionChannelConfiguration
   }
   if (config.frequency == 0 || (config.sbrSignalled && config.extensionFrequency == 0)) return false;
-  // The lossless coder has a configuration of its own, and nothing here depends on it.
-  if (config.objectType == kObjectAls) return !stream.Overrun();
-  if (!IsGeneralAudio(config.objectType) || !ParseGeneralAudio(stream, config)) return false;
+  if (!IsGeneralAudio(config.objectType)) {
+    config.frameLength = 1024;
+    config.layout = LayoutOfConfiguration(config.channelConfiguration);
+    return !stream.Overrun();
+  }
+  if (!ParseGeneralAudio(stream, config)) return false;
   // Some files leave off the last bit, extensionFlag, where it would begin a byte.
   if (stream.Position() > 8 * size + 1) return false;
   if (!config.sbrSignalled) ParseTrailingExtension(stream, config);

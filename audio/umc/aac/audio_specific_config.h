@@ -19,6 +19,11 @@ inline constexpr int kObjectBsac = 22;
 inline constexpr int kObjectPs = 29;
 inline constexpr int kObjectAls = 36;
 
+// Whether there is a decoder for the object type. ER BSAC, ALS and others would need some of their own.
+inline bool IsServedObjectType(int objectType) {
+  return objectType >= kObjectMain && objectType <= kObjectLtp;
+}
+
 struct AudioSpecificConfig {
   int objectType;            // of the core
   int samplingIndex;         // whose tables serve the core
@@ -29,10 +34,13 @@ struct AudioSpecificConfig {
   bool sbrSignalled;
   bool psSignalled;
   std::uint32_t extensionFrequency;  // with SBR, hertz
+
+  // The program's layout, without channels where the configuration describes none.
+  [[nodiscard]] Layout Program() const { return channelConfiguration == 0 ? layout : Layout{}; }
 };
 
-// False for a configuration that is cut off or has no meaning here: an object type without general audio
-// coding, a frequency of 0.
+// False for a configuration that is cut off, or whose frequency is 0 or reserved. Of object types without
+// general audio coding no more is read than what all have.
 bool ParseAudioSpecificConfig(const std::uint8_t* data, std::size_t size, AudioSpecificConfig& config);
 
 }  // namespace UMC::aac

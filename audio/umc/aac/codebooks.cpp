@@ -1,10 +1,12 @@
 #include "codebooks.h"
 
+#include <array>
 #include <iterator>
 #include <memory>
 #include <new>
 
 #include "huffman_codes.h"
+#include "shared_object.h"
 
 namespace UMC::aac {
 
@@ -33,6 +35,29 @@ constexpr Code kSpectral[] = {Describe(kSpectralCode1, {4, 3, 1}),  Describe(kSp
                               Describe(kSpectralCode9, {2, 13, 0}), Describe(kSpectralCode10, {2, 13, 0}),
                               Describe(kSpectralCode11, {2, 17, 0})};
 
+// Values of a pair, with and without signs, and the pairs that have them.
+constexpr int kMagnitudes = 17;
+constexpr int kSignedValues = 2 * kMagnitudes - 1;
+constexpr IppsVLCTuple kSignedPairs = {2, kSignedValues, kMagnitudes - 1};
+
+// The code of the escape codebook with the sign bits, which stand behind its words, as part of them.
+constexpr auto kSignedEscapeCode = [] {
+  std::array<IppsVLCTable_32s, kSignedValues * kSignedValues> words{};
+  auto next = words.begin();
+  for (const IppsVLCTable_32s& word : kSpectralCode11) {
+    const int first = word.value / kMagnitudes, second = word.value % kMagnitudes;
+    const int firstSigns = first != 0 ? 1 : 0, secondSigns = second != 0 ? 1 : 0;  // bits
+    for (int signs = 0; signs < 1 << (firstSigns + secondSigns); ++signs) {
+      const int signedFirst = (signs >> secondSigns & 1) != 0 ? -first : first;
+      const int signedSecond = (signs & secondSigns) != 0 ? -second : second;
+      *next++ = {(signedFirst + kMagnitudes - 1) * kSignedValues + signedSecond + kMagnitudes - 1,
+                 word.code << (firstSigns + secondSigns) | signs, word.length + firstSigns + secondSigns};
+    }
+  }
+  return words;
+}();
+constexpr unsigned kSignedFirstLevelBits = 10;
+
 std::unique_ptr<const Codebooks> MakeCodebooks() {
   std::unique_ptr<Codebooks> made(new (std::nothrow) Codebooks);
   if (made == nullptr) return nullptr;
@@ -44,14 +69,18 @@ std::unique_ptr<const Codebooks> MakeCodebooks() {
   for (std::size_t i = 0; i < std::size(kSpectral); ++i) {
     if (!prepare(kSpectral[i], made->spectral[i + 1])) return nullptr;
   }
+  if (ippsVLCDecodeInit_32s(kSignedEscapeCode.data(), kSignedEscapeCode.size(), kSignedPairs,
+                            kSignedFirstLevelBits, &made->signedEscape) != ippStsNoErr) {
+    return nullptr;
+  }
   return made;
 }
 
 }  // namespace
 
 const Codebooks* SharedCodebooks() {
-  static const std::unique_ptr<const Codebooks> kShared = MakeCodebooks();
-  return kShared.get();
+  static SharedObject<Codebooks> shared;
+  return shared.Get(MakeCodebooks);
 }
 
 int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks) {

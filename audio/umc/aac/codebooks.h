@@ -9,6 +9,8 @@ namespace UMC::aac {
 struct Codebooks {
   IppsVLCDecodeSpec_32s scaleFactor;
   IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
+  // The escape codebook once more, its words with the sign bits behind them.
+  IppsVLCDecodeSpec_32s signedEscape;
 };
 
 // Made by the first caller; null where memory was short then.

@@ -8,7 +8,7 @@
 namespace UMC::aac {
 
 struct DecoderOptions {
-  std::int32_t sbrMode = 18;
+  std::int32_t sbrMode = 18;  // 28 asks for low power: decoded like 18, in high quality
   std::int32_t sbrDownSampled = 1;
   std::int32_t sbrLevel = 777;
   std::int32_t stereoExtensionLevel = 0;

@@ -1,4 +1,4 @@
-// Everything that a decoder keeps from call to call, and the room it works in. Both are plain data without
+// Everything that a decoder keeps from call to call, and the room it works in. All are plain data without
 // pointers into themselves: they live in blocks that may lie elsewhere at every call.
 #pragma once
 
@@ -17,40 +17,35 @@ namespace UMC::aac {
 // Samples that a block becomes at most, by channel.
 inline constexpr int kMaxOutputLength = 2 * kMaxFrameLength;
 
-// ALS streams are known, but their frames are not served.
-enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kAls = 3 };
-
-// What a channel is predicted from. No object type has both kinds.
-union PredictionMemory {
-  LtpState ltp;
-  PredictionState prediction;
-};
+// kUnserved: the stream is known, but its frames are not decoded.
+enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kUnserved = 3 };
 
 struct DecoderState {
   StreamForm form;
-  bool configured;        // by parameters: the caller frames the access units
-  bool formatKnown;       // GetInfo can answer
-  std::uint32_t pattern;  // of ADTS headers, under kAdtsPatternMask
-  int objectType;
-  int containerObjectType;  // that of the container, which counts for ADTS headers' profile; 0: none told
-  int samplingIndex;
-  std::uint32_t frequency;  // hertz
-  int frameLength;          // samples a block and channel: 1024 or 960
+  bool configured;             // by parameters: the caller frames the access units
+  bool told;                   // `config` is the container's, and what headers say otherwise does not count
+  bool formatKnown;            // GetInfo can answer
+  bool patternProven;          // that `pattern` is the stream's is sure: more than one header has it
+  std::uint32_t pattern;       // of ADTS headers, under kAdtsPatternMask
+  AudioSpecificConfig config;  // the container's, or what the stream's first header says
+  std::uint32_t unservedChannels;  // of a stream that is not served
   DecoderOptions options;
   int outputChannels;             // asked for; 0: those of the stream
-  std::uint32_t outputFrequency;  // asked for, hertz: that of the core keeps SBR from doubling it; 0: no wish
-  Layout program;                 // of the last program config element; without channels when there was none
-  Layout layout;                  // of the last frame
-  bool placedByProgram;           // the last block's elements were found in the program, not by their order
-  int carriedChannels;            // of a frame at most, coupling channels included, while the layout lasts
-  MixMatrix mix;                  // from `layout` to the output
+  std::uint32_t outputFrequency;  // asked for, hertz: that of the core keeps SBR from doubling it, twice that
+                                  // doubles it ahead of the first payload; 0: no wish
+
+  // Learnt from the signal since its start.
+  bool started;          // a block has been decoded
+  bool sbrSeen;          // a block carried data of spectral band replication
+  bool psSeen;           // a block of one channel carried parametric stereo
+  bool placedByProgram;  // the last block's elements were found in the program, not by their order
+  Layout program;        // the configuration's, or the last one in a block; else without channels
+  Layout layout;         // of the last block, or the configuration's; else without channels
+  MixMatrix mix;         // from `layout` to the output
+  int couplingsInUse;    // of the last block
+
   FilterBankState channels[kMaxChannels];
   FilterBankState couplings[kMaxCouplings];
-  PredictionMemory predictions[kMaxChannels + kMaxCouplings];  // of the channels, then of the couplings
-  int couplingsInUse;                                          // of the last block
-  bool sbrSignalled;                                           // by the configuration
-  bool sbrSeen;                                                // a block carried its data
-  bool psSeen;  // a block of one channel carried parametric stereo
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 
@@ -62,7 +57,20 @@ struct WorkArea {
 };
 static_assert(std::is_trivially_copyable_v<WorkArea>);
 
-// Both together, for a stereo stream or any other.
-static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 448 * 1024);
+// Both together, all that a stream of the object type LC without spectral band replication needs.
+static_assert(sizeof(DecoderState) + sizeof(WorkArea) < 400 * 1024);
+
+// What a channel is predicted from. No object type has both kinds.
+union PredictionMemory {
+  LtpState ltp;
+  PredictionState prediction;
+};
+
+// For streams of the object types Main and LTP, in a block of its own: others do without.
+struct PredictionArea {
+  PredictionMemory channels[kMaxChannels];
+  PredictionMemory couplings[kMaxCouplings];
+};
+static_assert(std::is_trivially_copyable_v<PredictionArea>);
 
 }  // namespace UMC::aac

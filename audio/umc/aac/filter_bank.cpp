@@ -8,6 +8,7 @@
 #include "ipps_mdct.h"
 #include "ipps_vector.h"
 #include "mdct_windows.h"
+#include "shared_object.h"
 
 namespace UMC::aac {
 
@@ -119,12 +120,9 @@ void ApplyFall(const FilterBank& bank, int shape, bool isShort, float* half) {
 }  // namespace
 
 const FilterBank* SharedFilterBank(int frameLength) {
-  if (frameLength == 960) {
-    static const std::unique_ptr<const FilterBank> kBank960 = MakeFilterBank(960);
-    return kBank960.get();
-  }
-  static const std::unique_ptr<const FilterBank> kBank1024 = MakeFilterBank(1024);
-  return kBank1024.get();
+  static SharedObject<FilterBank> shared1024, shared960;
+  if (frameLength == 960) return shared960.Get([] { return MakeFilterBank(960); });
+  return shared1024.Get([] { return MakeFilterBank(1024); });
 }
 
 void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape, FilterBankState& state,

@@ -19,7 +19,7 @@ bool ParsePredictionData(BitWindow& stream, const BandTable& bands, int maxSfb, 
 }
 
 void StartPrediction(PredictionState& state) {
-  ippsFDPReset_32f(&state.predictors);
+  ippsFDPInit_32f(&state.predictors);
   state.groupsReset = 0;
   state.settled = false;
 }

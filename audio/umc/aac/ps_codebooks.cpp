@@ -4,6 +4,7 @@
 #include <new>
 
 #include "ps_huffman_codes.h"
+#include "shared_object.h"
 
 namespace UMC::aac {
 
@@ -31,8 +32,8 @@ std::unique_ptr<const PsCodebooks> MakeCodebooks() {
 }  // namespace
 
 const PsCodebooks* SharedPsCodebooks() {
-  static const std::unique_ptr<const PsCodebooks> kShared = MakeCodebooks();
-  return kShared.get();
+  static SharedObject<PsCodebooks> shared;
+  return shared.Get(MakeCodebooks);
 }
 
 }  // namespace UMC::aac

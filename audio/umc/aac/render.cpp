@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ipps_vector.h"
+#include "sbr_decoder.h"
 
 namespace UMC::aac {
 
@@ -16,7 +17,7 @@ const LayoutElement* FindElement(const Layout& layout, const BlockElement& eleme
   return found == end ? nullptr : found;
 }
 
-// True when every element of the block is in the layout, none of them twice.
+// True when the block has elements and every one of them is in the layout, none of them twice.
 bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   unsigned seen = 0;
   for (int i = 0; i < block.elementCount; ++i) {
@@ -26,7 +27,7 @@ bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
     if ((seen & bit) != 0) return false;
     seen |= bit;
   }
-  return true;
+  return seen != 0;
 }
 
 // The layout's element that the block's element `index` is.
@@ -35,9 +36,28 @@ const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& bloc
                                : state.layout.elements[index];
 }
 
+// Blocks are predicted from those before.
+bool IsPredictive(int objectType) {
+  return objectType == kObjectMain || objectType == kObjectLtp;
+}
+
 void ForgetPrediction(int objectType, PredictionMemory& memory) {
   if (objectType == kObjectMain) StartPrediction(memory.prediction);
   if (objectType == kObjectLtp) memory.ltp = {};
+}
+
+void ForgetPredictions(int objectType, PredictionArea& area) {
+  for (PredictionMemory& memory : area.channels) ForgetPrediction(objectType, memory);
+  for (PredictionMemory& memory : area.couplings) ForgetPrediction(objectType, memory);
+}
+
+// Forgets what overlaps into the next block, and everything else that the channels keep.
+void ForgetChannels(LockedMemory& memory) {
+  DecoderState& state = memory.State();
+  std::fill_n(state.channels, kMaxChannels, FilterBankState{});
+  std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
+  if (memory.Predictions() != nullptr) ForgetPredictions(state.config.objectType, *memory.Predictions());
+  if (memory.Sbr() != nullptr) ForgetSbr(*memory.Sbr());
 }
 
 // Calls visit(channel of the layout, index of its stream) for every channel that the block carries.
@@ -50,38 +70,41 @@ void ForEachCarried(const DecoderState& state, const RawDataBlock& block, Visit 
   }
 }
 
-// The memory of every stream of the block.
-void FindPasts(DecoderState& state, const RawDataBlock& block, ChannelPast* pasts) {
-  const auto past = [&](const FilterBankState& overlap, PredictionMemory& memory) {
-    return ChannelPast{&overlap, state.objectType == kObjectMain ? &memory.prediction : nullptr,
-                       state.objectType == kObjectLtp ? &memory.ltp : nullptr};
+// The memory of every stream of the block. `area` is that of predictive object types.
+void FindPasts(DecoderState& state, const RawDataBlock& block, PredictionArea* area, ChannelPast* pasts) {
+  const int type = state.config.objectType;
+  const auto setPast = [&](int stream, const FilterBankState& overlap, PredictionMemory* memory) {
+    pasts[stream] = {&overlap, type == kObjectMain ? &memory->prediction : nullptr,
+                     type == kObjectLtp ? &memory->ltp : nullptr};
   };
+  const bool predictive = IsPredictive(type);
   ForEachCarried(state, block, [&](int channel, int stream) {
-    pasts[stream] = past(state.channels[channel], state.predictions[channel]);
+    setPast(stream, state.channels[channel], predictive ? &area->channels[channel] : nullptr);
   });
   for (int i = 0; i < block.couplingCount; ++i) {
-    pasts[block.couplings[i].stream] = past(state.couplings[i], state.predictions[kMaxChannels + i]);
+    setPast(block.couplings[i].stream, state.couplings[i], predictive ? &area->couplings[i] : nullptr);
   }
 }
 
 // No channel is predicted from what was ahead of the start of its signal.
-bool ArePredictionsSettled(const DecoderState& state) {
+bool ArePredictionsSettled(const DecoderState& state, const PredictionArea* area) {
+  if (!IsPredictive(state.config.objectType)) return true;
   const auto settled = [&](const PredictionMemory& memory) {
-    if (state.objectType == kObjectMain) return memory.prediction.settled;
-    return state.objectType != kObjectLtp || memory.ltp.unpredicted == kLtpFading;
+    return state.config.objectType == kObjectMain ? memory.prediction.settled
+                                                  : memory.ltp.unpredicted == kLtpFading;
   };
-  const PredictionMemory* couplings = state.predictions + kMaxChannels;
-  return std::all_of(state.predictions, state.predictions + state.layout.channelCount, settled) &&
-         std::all_of(couplings, couplings + state.couplingsInUse, settled);
+  return std::all_of(area->channels, area->channels + state.layout.channelCount, settled) &&
+         std::all_of(area->couplings, area->couplings + state.couplingsInUse, settled);
 }
 
 bool IsMono(const Layout& layout) {
   return layout.elementCount == 1 && layout.elements[0].type == ElementType::kSingle;
 }
 
-// One channel becomes two: from the first data of parametric stereo on, unless one is asked for.
+// One channel becomes two, unless one is asked for: where parametric stereo is signalled, else from its first
+// data on.
 bool HasParametricStereo(const DecoderState& state) {
-  return state.psSeen && state.outputChannels != 1 && IsMono(state.layout);
+  return (state.psSeen || state.config.psSignalled) && state.outputChannels != 1 && IsMono(state.layout);
 }
 
 // The channels that are mixed.
@@ -91,21 +114,22 @@ Layout RenderedLayout(const DecoderState& state) {
 
 // The output has twice the core's sampling frequency.
 bool IsDoubled(const DecoderState& state) {
-  const bool coreAskedFor = state.outputFrequency == state.frequency;
+  const bool coreAskedFor = state.outputFrequency == state.config.frequency;
   return HasSbr(state) && state.options.sbrDownSampled == 0 && !coreAskedFor;
 }
 
 SbrFormat FormatOf(const DecoderState& state) {
-  return {state.frequency, state.frameLength, !IsDoubled(state)};
+  return {state.config.frequency, state.config.frameLength, !IsDoubled(state)};
 }
 
 int OutputLength(const DecoderState& state) {
-  return IsDoubled(state) ? 2 * state.frameLength : state.frameLength;
+  return IsDoubled(state) ? 2 * state.config.frameLength : state.config.frameLength;
 }
 
 // Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
 // block does not carry is silent.
-void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& bank, float** samples) {
+void SynthesiseChannels(DecoderState& state, WorkArea& work, PredictionArea* predictions,
+                        const FilterBank& bank, float** samples) {
   RawDataBlock& block = work.block;
   const ChannelStream* carried[kMaxChannels] = {};
   ForEachCarried(state, block, [&](int channel, int stream) { carried[channel] = &block.streams[stream]; });
@@ -120,11 +144,12 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, const FilterBank& b
       spectrum = stream.spectrum;
     } else {
       spectrum = block.streams[block.streamCount++].spectrum;
-      std::fill_n(spectrum, state.frameLength, 0.0f);
+      std::fill_n(spectrum, state.config.frameLength, 0.0f);
     }
     SynthesiseFrame(bank, sequence, shape, state.channels[channel], work.scratch, spectrum);
-    if (state.objectType == kObjectLtp)
-      UpdateLtp(spectrum, state.frameLength, state.predictions[channel].ltp);
+    if (state.config.objectType == kObjectLtp) {
+      UpdateLtp(spectrum, state.config.frameLength, predictions->channels[channel].ltp);
+    }
     samples[channel] = spectrum;
   }
 }
@@ -139,13 +164,14 @@ bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
   const SbrData& data = sbr.scratch.data;
   if (data.psBits > 0) {
     stream.Seek(data.psPosition);
-    const int slots = state.frameLength / kIppsSbrAnalysisBands;
+    const int slots = state.config.frameLength / kIppsSbrAnalysisBands;
     if (ParsePsData(stream, data.psBits, slots, sbr.psData) && !state.psSeen) {
       state.psSeen = true;
       UpdateMix(state);
     }
   }
-  return (data.psBits == 0 && !state.psSeen) || state.outputChannels == 1 || sbr.psData.Known();
+  const bool expected = state.psSeen || state.config.psSignalled;
+  return (data.psBits == 0 && !expected) || state.outputChannels == 1 || sbr.psData.Known();
 }
 
 // Adds an element's high band; `samples` are those of the core by channel, and then of the output. Returns
@@ -177,16 +203,18 @@ bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, Bi
 }
 
 // Adds the high bands. `data` are the block's bytes.
-void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::uint8_t* data,
-                    std::size_t size, SbrArea& sbr, float** samples) {
+void ReplicateBands(LockedMemory& memory, const std::uint8_t* data, std::size_t size, float** samples) {
+  DecoderState& state = memory.State();
+  const RawDataBlock& block = memory.Work().block;
+  SbrArea& sbr = *memory.Sbr();
   for (int i = 0; i < state.layout.channelCount; ++i) {
-    ippsLimit_32f_I(kSampleLimit, samples[i], static_cast<std::size_t>(state.frameLength));
+    ippsLimit_32f_I(kSampleLimit, samples[i], static_cast<std::size_t>(state.config.frameLength));
   }
   SbrPayload payloads[kMaxChannels] = {};
   for (int i = 0; i < block.elementCount; ++i) {
     payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
   }
-  bool complete = ArePredictionsSettled(state);
+  bool complete = ArePredictionsSettled(state, memory.Predictions());
   for (int i = 0; i < state.layout.elementCount; ++i) {
     complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
   }
@@ -195,41 +223,51 @@ void ReplicateBands(DecoderState& state, const RawDataBlock& block, const std::u
 
 // Makes the signal of an independently switched coupling channel. Where there is spectral band replication it
 // passes the filter banks as the channels do, but has no high band of its own.
-const float* MakeCoupledSignal(DecoderState& state, WorkArea& work, const FilterBank& bank, SbrArea& sbr,
-                               int index) {
+const float* MakeCoupledSignal(LockedMemory& memory, const FilterBank& bank, int index) {
+  DecoderState& state = memory.State();
+  WorkArea& work = memory.Work();
   ChannelStream& source = work.block.streams[work.block.couplings[index].stream];
   SynthesiseFrame(bank, source.ics.sequence, source.ics.shape, state.couplings[index], work.scratch,
                   source.spectrum);
-  if (state.objectType == kObjectLtp) {
-    UpdateLtp(source.spectrum, state.frameLength, state.predictions[kMaxChannels + index].ltp);
+  if (state.config.objectType == kObjectLtp) {
+    UpdateLtp(source.spectrum, state.config.frameLength, memory.Predictions()->couplings[index].ltp);
   }
   if (!HasSbr(state)) return source.spectrum;
-  ippsLimit_32f_I(kSampleLimit, source.spectrum, static_cast<std::size_t>(state.frameLength));
+  SbrArea& sbr = *memory.Sbr();
+  ippsLimit_32f_I(kSampleLimit, source.spectrum, static_cast<std::size_t>(state.config.frameLength));
   DecodeSbrChannel(FormatOf(state), SbrElementState{}, false, 0, source.spectrum, sbr.couplings[index],
                    sbr.scratch, sbr.coupled);
   return sbr.coupled;
 }
 
+// Forgets the coupling channels from number `first` on, which the block does not have.
+void ForgetCouplings(LockedMemory& memory, int first) {
+  DecoderState& state = memory.State();
+  for (int i = first; i < state.couplingsInUse; ++i) {
+    state.couplings[i] = {};
+    if (memory.Sbr() != nullptr) memory.Sbr()->couplings[i] = {};
+    if (memory.Predictions() != nullptr) {
+      ForgetPrediction(state.config.objectType, memory.Predictions()->couplings[i]);
+    }
+  }
+}
+
 // Adds the signals of independently switched coupling channels to those of the output.
-void CoupleSignals(DecoderState& state, WorkArea& work, const FilterBank& bank, SbrArea& sbr,
-                   float* const* samples) {
-  RawDataBlock& block = work.block;
+void CoupleSignals(LockedMemory& memory, const FilterBank& bank, float* const* samples) {
+  DecoderState& state = memory.State();
+  RawDataBlock& block = memory.Work().block;
   const auto length = static_cast<std::size_t>(OutputLength(state));
   float* targets[kMaxStreams];
   ForEachCarried(state, block, [&](int channel, int stream) { targets[stream] = samples[channel]; });
   for (int i = 0; i < block.couplingCount; ++i) {
     if (block.couplings[i].point != CouplingPoint::kTimeSignal) continue;
-    const float* signal = MakeCoupledSignal(state, work, bank, sbr, i);
+    const float* signal = MakeCoupledSignal(memory, bank, i);
     ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
       ippsAddProductC_32f(signal, gains[0], targets[&target - block.streams], length);
       if (HasParametricStereo(state)) ippsAddProductC_32f(signal, gains[0], samples[1], length);
     });
   }
-  for (int i = block.couplingCount; i < state.couplingsInUse; ++i) {
-    state.couplings[i] = {};
-    sbr.couplings[i] = {};
-    ForgetPrediction(state.objectType, state.predictions[kMaxChannels + i]);
-  }
+  ForgetCouplings(memory, block.couplingCount);
   state.couplingsInUse = block.couplingCount;
 }
 
@@ -258,10 +296,19 @@ void WriteSamples(const DecoderState& state, WorkArea& work, const float* const*
   ippsJoin_32f16s_D2L(outputs, static_cast<std::size_t>(state.mix.outputs), length, output);
 }
 
+bool CarriesSbr(const RawDataBlock& block) {
+  return std::any_of(block.elements, block.elements + block.elementCount,
+                     [](const BlockElement& element) { return element.sbr.bits > 0; });
+}
+
 }  // namespace
 
-bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block) {
-  if (block.hasProgram) state.program = LayoutOfProgram(block.program);
+bool AdoptLayout(LockedMemory& memory) {
+  DecoderState& state = memory.State();
+  const RawDataBlock& block = memory.Work().block;
+  // The container's description of the program counts, or its channel configuration (ISO/IEC
+  // 14496-3, 4.5.1.2).
+  if (block.hasProgram && !state.told) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
   state.placedByProgram = state.program.channelCount > 0 && HasAllElements(state.program, block);
   if (state.placedByProgram) {
@@ -273,24 +320,11 @@ bool AdoptLayout(DecoderState& state, SbrArea& sbr, const RawDataBlock& block) {
   }
   if (layout != state.layout) {
     state.layout = layout;
-    state.carriedChannels = layout.channelCount;
-    ForgetSignal(state, sbr);
-    std::fill_n(sbr.elements, kMaxChannels, SbrElementState{});
+    ForgetChannels(memory);
+    if (memory.Sbr() != nullptr) std::fill_n(memory.Sbr()->elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
-  state.carriedChannels = std::max(state.carriedChannels, layout.channelCount + block.couplingCount);
   return layout.channelCount > 0;
-}
-
-void AdoptSbr(DecoderState& state, SbrArea& sbr, const RawDataBlock& block, const std::uint8_t* data,
-              std::size_t size) {
-  for (int i = 0; i < block.elementCount && !state.sbrSeen; ++i) {
-    const BlockElement& element = block.elements[i];
-    if (element.sbr.bits == 0) continue;
-    BitWindow stream(data, size);
-    state.sbrSeen = !state.formatKnown ||
-                    StartsSbr(FormatOf(state), stream, element.sbr, ChannelsOf(element.type), sbr.scratch);
-  }
 }
 
 void UpdateMix(DecoderState& state) {
@@ -299,32 +333,51 @@ void UpdateMix(DecoderState& state) {
   if (outputs > 0) state.mix = MakeMixMatrix(layout, outputs);
 }
 
-void ForgetSignal(DecoderState& state, SbrArea& sbr) {
-  std::fill_n(state.channels, kMaxChannels, FilterBankState{});
-  std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
-  std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
-  sbr.psData = {};
-  sbr.ps = {};
-  for (SbrElementState& element : sbr.elements) ForgetSbrProgress(element);
-  sbr.completeBlocks = 0;
-  std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
-  ForgetPredictions(state);
+bool MakeAreas(LockedMemory& memory) {
+  const DecoderState& state = memory.State();
+  if (IsPredictive(state.config.objectType) && memory.Predictions() == nullptr) {
+    if (!memory.MakePredictions()) return false;
+    ForgetPredictions(state.config.objectType, *memory.Predictions());
+  }
+  return !(HasSbr(state) || CarriesSbr(memory.Work().block)) || memory.MakeSbr();
 }
 
-void ForgetPredictions(DecoderState& state) {
-  for (PredictionMemory& memory : state.predictions) ForgetPrediction(state.objectType, memory);
+void Restart(LockedMemory& memory) {
+  DecoderState& state = memory.State();
+  ForgetChannels(memory);
+  state.started = state.sbrSeen = state.psSeen = false;
+  state.program = state.config.Program();
+  if (state.config.layout.channelCount > 0) state.layout = state.config.layout;
+  UpdateMix(state);
 }
 
-bool IsSettled(const DecoderState& state, const SbrArea& sbr) {
-  return HasSbr(state) ? sbr.completeBlocks >= kFadingBlocks : ArePredictionsSettled(state);
+void AdoptSbr(LockedMemory& memory, const std::uint8_t* data, std::size_t size) {
+  DecoderState& state = memory.State();
+  const RawDataBlock& block = memory.Work().block;
+  for (int i = 0; i < block.elementCount && !state.sbrSeen; ++i) {
+    const BlockElement& element = block.elements[i];
+    if (element.sbr.bits == 0) continue;
+    BitWindow stream(data, size);
+    state.sbrSeen = !state.started || StartsSbr(FormatOf(state), stream, element.sbr,
+                                                ChannelsOf(element.type), memory.Sbr()->scratch);
+  }
+}
+
+bool IsSettled(const LockedMemory& memory) {
+  const DecoderState& state = memory.State();
+  if (!state.started) return false;
+  if (!HasSbr(state)) return ArePredictionsSettled(state, memory.Predictions());
+  return memory.Sbr() != nullptr && memory.Sbr()->completeBlocks >= kFadingBlocks;
 }
 
 bool HasSbr(const DecoderState& state) {
-  return state.sbrSignalled || state.sbrSeen;
+  const bool doubleAskedFor = state.options.sbrDownSampled == 0 && state.config.frequency != 0 &&
+                              state.outputFrequency == 2 * state.config.frequency;
+  return state.config.sbrSignalled || state.sbrSeen || doubleAskedFor;
 }
 
 std::uint32_t OutputFrequency(const DecoderState& state) {
-  return IsDoubled(state) ? 2 * state.frequency : state.frequency;
+  return IsDoubled(state) ? 2 * state.config.frequency : state.config.frequency;
 }
 
 std::size_t RenderedBytes(const DecoderState& state) {
@@ -332,21 +385,22 @@ std::size_t RenderedBytes(const DecoderState& state) {
 }
 
 std::size_t LargestRenderedBytes(const DecoderState& state, const RawDataBlock& block) {
-  const bool mayWiden = state.outputChannels == 0 && !state.psSeen && IsMono(state.layout) &&
+  const bool mayWiden = state.outputChannels == 0 && !HasParametricStereo(state) && IsMono(state.layout) &&
                         block.elementCount == 1 && block.elements[0].sbr.bits > 0;
   return RenderedBytes(state) * (mayWiden ? 2 : 1);
 }
 
-void RenderBlock(DecoderState& state, WorkArea& work, SbrArea& sbr, const std::uint8_t* data,
-                 std::size_t size, std::int16_t* output) {
-  const FilterBank& bank = *SharedFilterBank(state.frameLength);
+void RenderBlock(LockedMemory& memory, const std::uint8_t* data, std::size_t size, std::int16_t* output) {
+  DecoderState& state = memory.State();
+  WorkArea& work = memory.Work();
+  const FilterBank& bank = *SharedFilterBank(state.config.frameLength);
   ChannelPast pasts[kMaxStreams];
-  FindPasts(state, work.block, pasts);
+  FindPasts(state, work.block, memory.Predictions(), pasts);
   ApplySpectralTools(data, size, bank, pasts, work.scratch, work.block);
   float* samples[kMaxChannels];
-  SynthesiseChannels(state, work, bank, samples);
-  if (HasSbr(state)) ReplicateBands(state, work.block, data, size, sbr, samples);
-  CoupleSignals(state, work, bank, sbr, samples);
+  SynthesiseChannels(state, work, memory.Predictions(), bank, samples);
+  if (HasSbr(state)) ReplicateBands(memory, data, size, samples);
+  CoupleSignals(memory, bank, samples);
   WriteSamples(state, work, samples, output);
 }
 

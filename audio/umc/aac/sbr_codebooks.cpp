@@ -4,6 +4,7 @@
 #include <new>
 
 #include "sbr_huffman_codes.h"
+#include "shared_object.h"
 
 namespace UMC::aac {
 
@@ -35,8 +36,8 @@ std::unique_ptr<const SbrCodebooks> MakeCodebooks() {
 }  // namespace
 
 const SbrCodebooks* SharedSbrCodebooks() {
-  static const std::unique_ptr<const SbrCodebooks> kShared = MakeCodebooks();
-  return kShared.get();
+  static SharedObject<SbrCodebooks> shared;
+  return shared.Get(MakeCodebooks);
 }
 
 int ReadSbrDifference(BitWindow& stream, const SbrCode& code) {

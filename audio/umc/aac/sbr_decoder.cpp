@@ -5,6 +5,8 @@
 #include <new>
 #include <vector>
 
+#include "shared_object.h"
+
 namespace UMC::aac {
 
 struct SbrFilterBanks {
@@ -184,12 +186,19 @@ void Synthesise(const SbrFormat& format, SbrFrame frame, SbrChannelState& channe
 }  // namespace
 
 const SbrFilterBanks* SharedSbrFilterBanks() {
-  static const std::unique_ptr<const SbrFilterBanks> kShared = MakeFilterBanks();
-  return kShared.get();
+  static SharedObject<SbrFilterBanks> shared;
+  return shared.Get(MakeFilterBanks);
 }
 
-void ForgetSbrProgress(SbrElementState& element) {
-  element.started = element.headerSeen = element.phaseUnsure = false;
+void ForgetSbr(SbrArea& sbr) {
+  for (SbrElementState& element : sbr.elements) {
+    element.started = element.headerSeen = element.phaseUnsure = false;
+  }
+  std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
+  std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
+  sbr.psData = {};
+  sbr.ps = {};
+  sbr.completeBlocks = 0;
 }
 
 bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {

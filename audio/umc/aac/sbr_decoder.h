@@ -35,7 +35,8 @@ struct SbrChannelState {
   SbrAdjusterState adjuster;
 };
 
-// What an element keeps from frame to frame, a new signal included.
+// What an element keeps from frame to frame. Its header outlives the signal: it is how a stream is
+// configured, and where headers are rare it saves a long search for one.
 struct SbrElementState {
   bool headerKnown;
   SbrHeader header;
@@ -46,9 +47,6 @@ struct SbrElementState {
   bool phaseUnsure;  // the noise need not be where it would be had the signal started a multiple of 16 blocks
                      // earlier: the first block did not begin at its start, or only later ones had the header
 };
-
-// Forgets how far the signal is.
-void ForgetSbrProgress(SbrElementState& element);
 
 // Whether the element's block, with a payload of `bits` bits, was decoded as by a decoder that has seen all
 // of the stream; its filters' memory aside.
@@ -64,7 +62,7 @@ struct SbrScratch {
   PsScratch ps;
 };
 
-// All of a decoder: a block of its own, since streams without spectral band replication never touch it.
+// All of a decoder: a block of its own, since streams without spectral band replication have none.
 struct SbrArea {
   SbrElementState elements[kMaxChannels];    // by element of the layout
   SbrChannelState channels[kMaxChannels];    // by channel of the layout
@@ -77,6 +75,9 @@ struct SbrArea {
   alignas(16) float coupled[kMaxSbrFrameLength];
 };
 static_assert(std::is_trivially_copyable_v<SbrArea>);
+
+// Forgets the signal, but not the elements' headers.
+void ForgetSbr(SbrArea& sbr);
 
 // The filter banks, shared by all decoders.
 struct SbrFilterBanks;

@@ -10,6 +10,10 @@ namespace {
 
 constexpr int kScaleFactorOffset = 100;  // SF_OFFSET
 
+// Lines of the escape codebook that repay its larger form, with the signs in its words: it takes fewer steps
+// a pair and more of the cache.
+constexpr int kLongRun = 32;
+
 bool IsSpectral(int codebook) {
   return codebook != kZeroCodebook && codebook <= kEscapeCodebook;
 }
@@ -30,6 +34,10 @@ bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, in
     case 6:
       return ippsVLCDecodeBlock_1u16s(&stream, lines, length, &table) == ippStsNoErr;
     case kEscapeCodebook:
+      if (count >= kLongRun) {
+        return ippsVLCDecodeEscBlock_AAC_1u16s(&stream, lines, length, &codebooks.signedEscape) ==
+               ippStsNoErr;
+      }
       return ippsVLCDecodeUTupleEscBlock_AAC_1u16s(&stream, lines, length, &table) == ippStsNoErr;
     default:
       return ippsVLCDecodeUTupleBlock_1u16s(&stream, lines, length, &table) == ippStsNoErr;

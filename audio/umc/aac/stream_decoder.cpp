@@ -28,37 +28,41 @@ Status StatusOf(BlockStatus status) {
   }
 }
 
-BlockStatus Parse(const DecoderState& state, WorkArea& work, BitWindow& stream, Ipp32u* crc) {
-  return ParseRawDataBlock(stream, *SharedCodebooks(), BandsOf(state.samplingIndex, state.frameLength),
-                           state.objectType, work.block, crc);
+BlockStatus Parse(LockedMemory& memory, BitWindow& stream, Ipp32u* crc) {
+  const AudioSpecificConfig& config = memory.State().config;
+  return ParseRawDataBlock(stream, *SharedCodebooks(), BandsOf(config.samplingIndex, config.frameLength),
+                           config.objectType, memory.Work().block, crc);
 }
 
 // Renders the parsed block, `blocks` of whose kind must fit the output. `start` and `end` are its bytes in
 // the stream.
-Status Render(DecoderState& state, WorkArea& work, const BitWindow& stream, std::size_t start, int blocks,
+Status Render(LockedMemory& memory, const BitWindow& stream, std::size_t start, int blocks,
               FrameRequest& request) {
-  if (!AdoptLayout(state, *request.sbr, work.block)) return UMC_ERR_INVALID_STREAM;
+  DecoderState& state = memory.State();
+  if (!AdoptLayout(memory)) return UMC_ERR_INVALID_STREAM;
+  if (!MakeAreas(memory)) return UMC_ERR_ALLOC;
   const std::size_t end = stream.Position() / 8;
-  AdoptSbr(state, *request.sbr, work.block, stream.Data() + start, end - start);
-  const std::size_t largest = LargestRenderedBytes(state, work.block);
+  AdoptSbr(memory, stream.Data() + start, end - start);
+  const std::size_t largest = LargestRenderedBytes(state, memory.Work().block);
   if (largest * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
-  RenderBlock(state, work, *request.sbr, stream.Data() + start, end - start,
+  RenderBlock(memory, stream.Data() + start, end - start,
               reinterpret_cast<std::int16_t*>(request.output + request.produced));
   request.produced += RenderedBytes(state);
-  state.formatKnown = true;
+  state.started = state.formatKnown = true;
   return UMC_OK;
 }
 
 // A block that nothing but its own end delimits.
-Status DecodeRaw(DecoderState& state, WorkArea& work, FrameRequest& request) {
+Status DecodeRaw(LockedMemory& memory, FrameRequest& request) {
+  const bool configured = memory.State().configured;
   BitWindow stream(request.input + request.consumed, request.inputSize - request.consumed);
-  const BlockStatus parsed = Parse(state, work, stream, nullptr);
-  if (parsed == BlockStatus::kOverrun && !state.configured) return UMC_ERR_NOT_ENOUGH_DATA;
+  const BlockStatus parsed = Parse(memory, stream, nullptr);
+  if (parsed == BlockStatus::kOverrun && !configured) return UMC_ERR_NOT_ENOUGH_DATA;
   Status status = StatusOf(parsed);
-  if (status == UMC_OK) status = Render(state, work, stream, 0, 1, request);
-  if (state.configured) return status;
+  if (status == UMC_OK) status = Render(memory, stream, 0, 1, request);
+  if (configured) return status;
   if (status == UMC_OK) {
     request.consumed += stream.Position() / 8;
   } else if (parsed != BlockStatus::kOk) {
@@ -67,7 +71,17 @@ Status DecodeRaw(DecoderState& state, WorkArea& work, FrameRequest& request) {
   return status;
 }
 
-Status StartAdif(DecoderState& state, WorkArea& work, FrameRequest& request) {
+// What a header says that has no room for more than the object types and frequencies of the first edition.
+AudioSpecificConfig ConfigOfHeader(int profile, int samplingIndex) {
+  AudioSpecificConfig config{};
+  config.objectType = profile + 1;
+  config.samplingIndex = samplingIndex;
+  config.frequency = kSamplingFrequencies[samplingIndex];
+  config.frameLength = 1024;
+  return config;
+}
+
+Status StartAdif(LockedMemory& memory, FrameRequest& request) {
   BitWindow stream(request.input, request.inputSize);
   ProgramConfig program;
   const bool parsed = ParseAdifHeader(stream, program);
@@ -77,23 +91,20 @@ Status StartAdif(DecoderState& state, WorkArea& work, FrameRequest& request) {
     request.consumed = std::min(kSkippedBytes, request.inputSize);
     return UMC_ERR_INVALID_STREAM;
   }
+  DecoderState& state = memory.State();
   state.form = StreamForm::kRaw;
-  state.objectType = program.objectType + 1;
-  state.samplingIndex = program.samplingIndex;
-  state.frequency = kSamplingFrequencies[program.samplingIndex];
-  state.frameLength = 1024;
-  state.program = layout;
-  ForgetPredictions(state);
+  state.config = ConfigOfHeader(program.objectType, program.samplingIndex);
+  state.config.layout = layout;
+  Restart(memory);
   request.consumed = stream.Position() / 8;
-  return DecodeRaw(state, work, request);
+  return DecodeRaw(memory, request);
 }
 
 // One ADTS frame inside the input.
 class AdtsFrame {
  public:
-  AdtsFrame(DecoderState& state, WorkArea& work, FrameRequest& request, std::size_t start)
-      : m_state(state),
-        m_work(work),
+  AdtsFrame(LockedMemory& memory, FrameRequest& request, std::size_t start)
+      : m_memory(memory),
         m_request(request),
         m_data(request.input + start),
         m_size(request.inputSize - start) {}
@@ -101,14 +112,10 @@ class AdtsFrame {
   // `header` is the parsed one at the frame's start.
   Status Decode(const AdtsHeader& header) {
     m_header = header;
-    const bool countKnown = m_state.formatKnown;
     const int announced = header.channelConfiguration == 7 ? 8 : header.channelConfiguration;
-    const int channels = countKnown ? m_state.carriedChannels : announced;
-    // A first frame's header may tell less channels than the frame has: then its elements decide.
-    const bool tooLong = channels != 0 && header.frameLength > LongestFrame(channels);
-    if (tooLong && (countKnown || header.frameLength > LongestFrame(kMaxStreams))) {
-      return Refuse(UMC_ERR_INVALID_STREAM);
-    }
+    // The header may tell fewer channels than the frame has, or none: then its elements decide.
+    const bool tooLong = header.frameLength > LongestFrame(announced);
+    if (header.frameLength > LongestFrame(kMaxStreams)) return Refuse(UMC_ERR_INVALID_STREAM);
     if (!tooLong && header.frameLength > m_size) return UMC_ERR_NOT_ENOUGH_DATA;
     return DecodeBlocks(tooLong);
   }
@@ -119,6 +126,7 @@ class AdtsFrame {
  private:
   // Gives up on the frame: the next call looks for a header behind this one.
   Status Refuse(Status status) {
+    m_refused = true;
     m_used = kSkippedBytes;
     return status;
   }
@@ -134,7 +142,8 @@ class AdtsFrame {
     if (length < m_header.HeaderBytes() || length > m_size) return m_size;
     const std::size_t rest = m_size - length;
     if (rest < kAdtsPatternBytes) return length;
-    const bool headerFollows = FindAdtsPattern(m_data + length, kAdtsPatternBytes, m_state.pattern) == 0;
+    const bool headerFollows =
+        FindAdtsPattern(m_data + length, kAdtsPatternBytes, m_memory.State().pattern) == 0;
     return headerFollows ? length : m_size;
   }
 
@@ -157,16 +166,10 @@ class AdtsFrame {
 
     for (int i = 0; i < m_header.blocks; ++i) {
       if (!singleCrc) crc = kAdtsCrcStart;
-      const std::size_t start = stream.Position() / 8;
-      const BlockStatus parsed = Parse(m_state, m_work, stream, m_header.protectionAbsent ? nullptr : &crc);
-      if (i == 0 && checkLength) {
-        const Status length = CheckLength(parsed);
-        if (length != UMC_OK) return length;
-      }
-      if (parsed != BlockStatus::kOk) return Refuse(StatusOf(parsed));
-      const Status rendered = Render(m_state, m_work, stream, start, m_header.blocks - i, m_request);
-      if (rendered == UMC_ERR_INVALID_STREAM) return Refuse(rendered);
-      if (rendered != UMC_OK) return rendered;
+      const Status status = DecodeBlock(stream, i, checkLength, m_header.protectionAbsent ? nullptr : &crc);
+      // What was decoded of a frame before it turns out to be damaged stays.
+      if (i > 0 && m_refused) return UMC_WRN_CRC_MISMATCH;
+      if (status != UMC_OK) return status;
       if (singleCrc) {
         crcMatches = sentCrc == crc >> 16;
       } else if (!m_header.protectionAbsent) {
@@ -177,28 +180,44 @@ class AdtsFrame {
     return crcMatches ? UMC_OK : UMC_WRN_CRC_MISMATCH;
   }
 
+  // Decodes block number `index` of the frame, at the stream's position.
+  Status DecodeBlock(BitWindow& stream, int index, bool checkLength, Ipp32u* crc) {
+    const std::size_t start = stream.Position() / 8;
+    const BlockStatus parsed = Parse(m_memory, stream, crc);
+    if (index == 0 && checkLength) {
+      const Status length = CheckLength(parsed);
+      if (length != UMC_OK) return length;
+    }
+    if (parsed != BlockStatus::kOk) return Refuse(StatusOf(parsed));
+    const Status rendered = Render(m_memory, stream, start, m_header.blocks - index, m_request);
+    return rendered == UMC_ERR_INVALID_STREAM ? Refuse(rendered) : rendered;
+  }
+
   // Holds a frame that is too long for the channels that its header tells against those that it has.
   Status CheckLength(BlockStatus parsed) {
     if (parsed == BlockStatus::kInvalid) return Refuse(UMC_ERR_INVALID_STREAM);
     const bool complete = parsed == BlockStatus::kOk;
-    const int carried = m_work.block.channelCount + m_work.block.couplingCount;
+    const RawDataBlock& block = m_memory.Work().block;
+    const int known = m_memory.State().layout.channelCount;
+    const int carried = (block.elementCount > 0 ? block.channelCount : known) + block.couplingCount;
     if (complete && m_header.frameLength > LongestFrame(carried)) {
       return Refuse(UMC_ERR_INVALID_STREAM);
     }
     return m_header.frameLength > m_size ? UMC_ERR_NOT_ENOUGH_DATA : UMC_OK;
   }
 
-  DecoderState& m_state;
-  WorkArea& m_work;
+  LockedMemory& m_memory;
   FrameRequest& m_request;
   const std::uint8_t* m_data;
   std::size_t m_size;
   AdtsHeader m_header{};
   std::size_t m_used = 0;
+  bool m_refused = false;
 };
 
 // Decodes the frame whose header lies at `start`.
-Status DecodeAdtsAt(DecoderState& state, WorkArea& work, std::size_t start, FrameRequest& request) {
+Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& request) {
+  const DecoderState& state = memory.State();
   request.consumed = start;
   AdtsHeader header;
   if (request.inputSize - start < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
@@ -206,119 +225,127 @@ Status DecodeAdtsAt(DecoderState& state, WorkArea& work, std::size_t start, Fram
     request.consumed += kSkippedBytes;
     return UMC_ERR_INVALID_STREAM;
   }
-  AdtsFrame frame(state, work, request, start);
+  AdtsFrame frame(memory, request, start);
   const Status status = frame.Decode(header);
   request.consumed += frame.Used();
   if (status < UMC_OK) return status;
 
-  // Bytes behind the frame that cannot begin another one go with it.
+  // Bytes after the frame that cannot begin another one go with it.
   const std::uint8_t* rest = request.input + request.consumed;
   const std::size_t restSize = request.inputSize - request.consumed;
-  if (FindAdtsPattern(rest, restSize, state.pattern) == restSize) {
+  const bool mayBeOthers =
+      !state.patternProven && FindAdtsHeader(rest, restSize, AdtsRates::kKnown) != restSize;
+  if (!mayBeOthers && FindAdtsPattern(rest, restSize, state.pattern) == restSize) {
     request.consumed = request.inputSize - PartialAdtsPattern(rest, restSize, state.pattern);
   }
   return status;
 }
 
-Status DecodeAdts(DecoderState& state, WorkArea& work, FrameRequest& request) {
+// The first frame of an ADTS stream.
+Status StartAdts(LockedMemory& memory, FrameRequest& request) {
   if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
-  const std::size_t start = FindAdtsPattern(request.input, request.inputSize, state.pattern);
-  if (start == request.inputSize) {
-    request.consumed = request.inputSize - (kAdtsPatternBytes - 1);
-    return UMC_ERR_NOT_ENOUGH_DATA;
-  }
-  return DecodeAdtsAt(state, work, start, request);
-}
-
-// The first frame of an ADTS stream. Its header's pattern is that of the stream once the frame has proved to
-// be one.
-Status StartAdts(DecoderState& state, WorkArea& work, FrameRequest& request) {
-  if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
-  AdtsHeader header;
-  std::size_t start = 0;
-  while (start + kAdtsHeaderBytes <= request.inputSize && !ParseAdtsHeader(request.input + start, header)) {
-    ++start;
-  }
-  if (start + kAdtsHeaderBytes > request.inputSize) {
+  DecoderState& state = memory.State();
+  // Whoever takes access units out of a container has put each behind a header of its own.
+  AdtsStart found{FindAdtsHeader(request.input, request.inputSize, AdtsRates::kAny), true};
+  if (!state.told) found = FindAdtsStart(request.input, request.inputSize);
+  if (found.offset == request.inputSize) {
     request.consumed = request.inputSize - (kAdtsPatternBytes - 1);
     return UMC_ERR_UNSUPPORTED;
   }
+  AdtsHeader header;
+  ParseAdtsHeader(request.input + found.offset, header);
   state.form = StreamForm::kAdts;
-  state.pattern = AdtsPattern(request.input + start);
-  state.objectType = state.containerObjectType != 0 ? state.containerObjectType : header.profile + 1;
-  state.samplingIndex = header.samplingIndex;
-  state.frequency = kSamplingFrequencies[header.samplingIndex];
-  state.frameLength = 1024;
-  ForgetPredictions(state);
-  const Status status = DecodeAdtsAt(state, work, start, request);
-  if (!state.formatKnown) state.form = StreamForm::kUnknown;
+  state.pattern = AdtsPattern(request.input + found.offset);
+  state.patternProven = found.proven;
+  if (!state.told) state.config = ConfigOfHeader(header.profile, header.samplingIndex);
+  Restart(memory);
+  const Status status = DecodeAdtsAt(memory, found.offset, request);
+  if (status < UMC_OK) state.form = StreamForm::kUnknown;
+  return status;
+}
+
+Status DecodeAdts(LockedMemory& memory, FrameRequest& request) {
+  DecoderState& state = memory.State();
+  if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
+  const std::size_t start = FindAdtsPattern(request.input, request.inputSize, state.pattern);
+  if (start == request.inputSize) {
+    // The only header with this pattern may have been a damaged one.
+    const bool mayBeOthers =
+        !state.patternProven && FindAdtsHeader(request.input, start, AdtsRates::kKnown) != start;
+    if (mayBeOthers) return StartAdts(memory, request);
+    request.consumed = request.inputSize - (kAdtsPatternBytes - 1);
+    return UMC_ERR_NOT_ENOUGH_DATA;
+  }
+  const Status status = DecodeAdtsAt(memory, start, request);
+  if (status >= UMC_OK) state.patternProven = true;
   return status;
 }
 
 // No decoder can be set up for a lossless stream, but its frames are not searched for headers of others.
 Status StartAls(DecoderState& state, FrameRequest& request) {
   BitWindow stream(request.input, request.inputSize);
-  if (ParseAlsConfig(stream)) {
-    state.form = StreamForm::kAls;
-    state.objectType = kObjectAls;
+  AlsConfig als;
+  if (ParseAlsConfig(stream, als)) {
+    state.form = StreamForm::kUnserved;
+    state.formatKnown = true;
+    state.config = {};
+    state.config.objectType = kObjectAls;
+    state.config.frequency = als.frequency;
+    state.unservedChannels = als.channels;
   }
   request.consumed = std::min((stream.Position() + 7) / 8, request.inputSize);
   return UMC_ERR_CONFIGURATION;
 }
 
-Status Start(DecoderState& state, WorkArea& work, FrameRequest& request) {
+Status Start(LockedMemory& memory, FrameRequest& request) {
   const std::uint32_t id = BitWindow(request.input, request.inputSize).Read(32);
-  if (request.inputSize >= 4 && id == kAlsId) {
-    return StartAls(state, request);
-  }
-  if (request.inputSize >= 4 && id == kAdifId) return StartAdif(state, work, request);
-  return StartAdts(state, work, request);
+  if (request.inputSize >= 4 && id == kAlsId) return StartAls(memory.State(), request);
+  if (request.inputSize >= 4 && id == kAdifId) return StartAdif(memory, request);
+  return StartAdts(memory, request);
 }
 
 }  // namespace
 
-Status DecodeFrame(DecoderState& state, WorkArea& work, FrameRequest& request) {
+Status DecodeFrame(LockedMemory& memory, FrameRequest& request) {
   request.consumed = 0;
   request.produced = 0;
   Status status = UMC_OK;
-  switch (state.form) {
+  switch (memory.State().form) {
     case StreamForm::kRaw:
-      status = DecodeRaw(state, work, request);
+      status = DecodeRaw(memory, request);
       break;
     case StreamForm::kAdts:
-      status = DecodeAdts(state, work, request);
+      status = DecodeAdts(memory, request);
       break;
-    case StreamForm::kAls:
+    case StreamForm::kUnserved:
       status = UMC_ERR_CONFIGURATION;
       break;
     default:
-      status = Start(state, work, request);
+      status = Start(memory, request);
   }
   if (status < UMC_OK) request.produced = 0;
   return status;
 }
 
-// ER BSAC and ALS would need decoders of their own, which cannot be set up.
-bool IsServed(int objectType) {
-  return objectType >= kObjectMain && objectType <= kObjectLtp;
+bool TakeConfiguration(const AudioSpecificConfig& config, DecoderState& state) {
+  state.told = state.formatKnown = true;
+  state.config = config;
+  if (!IsServedObjectType(config.objectType) || config.layout.channelCount == 0) {
+    state.form = StreamForm::kUnserved;
+    state.unservedChannels = config.layout.channelCount;
+    return false;
+  }
+  state.layout = config.layout;
+  state.program = config.Program();
+  if (config.sbrSignalled && config.extensionFrequency == config.frequency) state.options.sbrDownSampled = 1;
+  UpdateMix(state);
+  return true;
 }
 
-bool Configure(const AudioSpecificConfig& config, DecoderState& state) {
-  if (!IsServed(config.objectType)) return false;
-  if (config.layout.channelCount == 0) return false;
-  state.form = StreamForm::kRaw;
+bool ConfigureRaw(const AudioSpecificConfig& config, DecoderState& state) {
   state.configured = true;
-  state.formatKnown = true;
-  state.objectType = config.objectType;
-  state.samplingIndex = config.samplingIndex;
-  state.frequency = config.frequency;
-  state.frameLength = config.frameLength;
-  state.layout = config.layout;
-  if (config.channelConfiguration == 0) state.program = config.layout;
-  ForgetPredictions(state);
-  state.sbrSignalled = config.sbrSignalled;
-  if (config.sbrSignalled && config.extensionFrequency == config.frequency) state.options.sbrDownSampled = 1;
-  return true;
+  state.form = StreamForm::kRaw;
+  return TakeConfiguration(config, state);
 }
 
 }  // namespace UMC::aac

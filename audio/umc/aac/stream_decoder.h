@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "decoder_state.h"
-#include "sbr_decoder.h"
+#include "audio_specific_config.h"
+#include "decoder_memory.h"
 #include "status.h"
 
 namespace UMC::aac {
@@ -16,18 +16,18 @@ struct FrameRequest {
   std::size_t inputSize;
   std::uint8_t* output;  // at any address
   std::size_t outputSize;
-  SbrArea* sbr;          // where spectral band replication is kept
   std::size_t consumed;  // bytes of the input, set whatever the result
   std::size_t produced;  // bytes of the output
 };
 
 // Decodes one frame. Without a form that is known, the input tells it.
-Status DecodeFrame(DecoderState& state, WorkArea& work, FrameRequest& request);
+Status DecodeFrame(LockedMemory& memory, FrameRequest& request);
 
-// Whether access units of the audio object type can be decoded.
-bool IsServed(int objectType);
+// Takes over what the container says about the stream, ahead of its first frame. False for one that is not
+// served: its frames will be refused.
+bool TakeConfiguration(const AudioSpecificConfig& config, DecoderState& state);
 
-// Prepares the state for raw access units of a configuration. False for one that is not served.
-bool Configure(const AudioSpecificConfig& config, DecoderState& state);
+// The same for raw access units, which the caller frames.
+bool ConfigureRaw(const AudioSpecificConfig& config, DecoderState& state);
 
 }  // namespace UMC::aac

@@ -1,5 +1,7 @@
 #include "ac3_decoder.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 
 #include "ac3_state.h"
@@ -22,14 +24,39 @@ std::uint32_t ChannelMask(int mode, bool lfe) {
   return kMasks[mode] | (lfe ? kLfeMask : 0);
 }
 
-AudioStreamInfo OutputInfo(const ac3::DecoderState& state) {
-  AudioStreamInfo info;
+// What every frame's samples are told of. The rest of `info` stays.
+void DescribeSamples(const ac3::DecoderState& state, AudioStreamInfo& info) {
+  info.bitsPerSample = kBitsPerSample;
   info.channels = static_cast<std::uint32_t>(state.options.Channels());
   info.sampleFrequency = state.frequency;
-  info.bitsPerSample = kBitsPerSample;
+}
+
+AudioStreamInfo OutputInfo(const ac3::DecoderState& state) {
+  AudioStreamInfo info;
+  DescribeSamples(state, info);
   info.streamType = UMC_STREAM_PCM;
   info.channelMask = ChannelMask(state.options.CodingMode(), state.options.lfe != 0);
   return info;
+}
+
+AudioStreamInfo InputInfo(const ac3::DecoderState& state) {
+  AudioStreamInfo info;
+  info.channels = static_cast<std::uint32_t>(state.info.FullChannels() + (state.info.lfe ? 1 : 0));
+  info.sampleFrequency = state.sync.frequency;
+  info.bitRate = state.sync.bitRate;
+  info.bitsPerSample = kBitsPerSample;
+  info.streamType = UMC_STREAM_AC3;
+  info.channelMask = ChannelMask(state.info.mode, state.info.lfe);
+  return info;
+}
+
+void DescribeStream(const ac3::BitStreamInformation& info, AC3StreamParams& params) {
+  params.m_version = info.version;
+  params.m_serviceType = info.serviceType;
+  params.m_codingMode = info.mode;
+  params.m_lfe = info.lfe ? 1 : 0;
+  params.m_surroundMode = info.surroundMode;
+  std::copy(std::begin(info.dialogueLevels), std::end(info.dialogueLevels), params.m_dialogueLevels);
 }
 
 }  // namespace
@@ -60,7 +87,7 @@ AC3Decoder::~AC3Decoder() {
 }
 
 Status AC3Decoder::AllocateState() {
-  if (ac3::SharedTransforms() == nullptr) return UMC_ERR_ALLOC;
+  ac3::PrepareTransforms();
   const Status status = m_allocator->Alloc(&m_stateId, sizeof(ac3::DecoderState), 0, kBlockAlignment);
   if (status != UMC_OK) return UMC_ERR_ALLOC;
   Locked locked(*this);
@@ -71,25 +98,21 @@ Status AC3Decoder::AllocateState() {
 }
 
 Status AC3Decoder::Init(BaseCodecParams* params) {
-  if (params == nullptr) return UMC_ERR_NULL_PTR;
   Close();
   Status status = BaseCodec::Init(params);
   if (status == UMC_OK) status = AllocateState();
-  if (status != UMC_OK) {
-    Close();
-    return status;
-  }
-  if (DynamicCast<AC3DecoderParams>(params) != nullptr) SetParams(params);
-  return UMC_OK;
+  if (status == UMC_OK && params != nullptr) status = SetParams(params);
+  if (status != UMC_OK) Close();
+  return status;
 }
 
 Status AC3Decoder::GetFrame(MediaData* input, MediaData* output) {
+  Locked locked(*this);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
   if (input == nullptr || output == nullptr || input->GetDataPointer() == nullptr ||
       output->GetDataPointer() == nullptr) {
     return UMC_ERR_NULL_PTR;
   }
-  Locked locked(*this);
-  if (!locked) return UMC_ERR_NOT_INITIALIZED;
   ac3::DecoderState& state = locked.State();
 
   auto* samples = static_cast<std::uint8_t*>(output->GetDataPointer());
@@ -110,7 +133,10 @@ Status AC3Decoder::GetFrame(MediaData* input, MediaData* output) {
   output->SetTime(start, state.endTime);
   output->SetDataSize(ac3::FrameBytes(state));
   auto* audio = DynamicCast<AudioData>(output);
-  if (audio != nullptr && status == UMC_OK) audio->m_info = OutputInfo(state);
+  if (audio != nullptr && status == UMC_OK) {
+    DescribeSamples(state, audio->m_info);
+    audio->m_isSigned = 1;
+  }
   return status;
 }
 
@@ -123,12 +149,8 @@ Status AC3Decoder::GetInfo(BaseCodecParams* params) {
   if (!state.formatKnown) return UMC_WRN_INFO_NOT_READY;
 
   audio->m_output = OutputInfo(state);
-  audio->m_input = {};
-  audio->m_input.channels = static_cast<std::uint32_t>(state.info.FullChannels() + (state.info.lfe ? 1 : 0));
-  audio->m_input.sampleFrequency = state.sync.frequency;
-  audio->m_input.bitRate = state.sync.bitRate;
-  audio->m_input.bitsPerSample = kBitsPerSample;
-  audio->m_input.channelMask = ChannelMask(state.info.mode, state.info.lfe);
+  audio->m_input = InputInfo(state);
+  if (auto* stream = DynamicCast<AC3StreamParams>(params)) DescribeStream(state.info, *stream);
   return UMC_OK;
 }
 

@@ -19,8 +19,8 @@ class AC3Decoder : public RuntimeClass<AC3Decoder, AudioCodec> {
   AC3Decoder() = default;
   ~AC3Decoder() override;
 
-  // Makes a decoder with the default options, or with those of parameters that are AC3DecoderParams. -995
-  // null parameters, -883 no memory.
+  // Makes a decoder, with the options of the parameters where any are given, else with the default ones. -995
+  // for parameters that are no AC3DecoderParams, -883 no memory.
   Status Init(BaseCodecParams* params) override;
   // Decodes one sync frame: 1536 sample frames of as many channels as the options tell, in the order left,
   // right, centre, low frequency effects, left surround (or the only one), right surround. They go to the
@@ -31,8 +31,9 @@ class AC3Decoder : public RuntimeClass<AC3Decoder, AudioCodec> {
   // consumed up to the next frame), -896 no room for the output: nothing is consumed then, and a damaged
   // frame resets the decoder.
   Status GetFrame(MediaData* input, MediaData* output) override;
-  // Describes both streams. 3 before the first good frame, -995 for parameters that are no
-  // AudioCodecParams, -998 before Init.
+  // Describes both streams, and what the last good frame says of itself where the parameters are
+  // AC3StreamParams. 3 before the first good frame, -995 for parameters that are no AudioCodecParams, -998
+  // before Init.
   Status GetInfo(BaseCodecParams* params) override;
   // Gives the memory back; returns 0.
   Status Close() override;

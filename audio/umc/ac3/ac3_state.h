@@ -25,7 +25,6 @@ struct DecoderState {
   AudioBlock block;
   TransformScratch scratch;
   alignas(16) float sums[2][kBins];  // of one output channel's coefficients, without and with block switching
-  alignas(16) float samples[kMaxChannels][kBlockSamples];
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 static_assert(sizeof(DecoderState) < 64 * 1024);

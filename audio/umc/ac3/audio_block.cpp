@@ -27,6 +27,10 @@ bool ForEachCoded(const BitStreamInformation& info, const AudioBlock& block, Vis
   return ForEachChannel(info, visit);
 }
 
+void MarkAllStale(AudioBlock& block) {
+  for (CodedChannel& channel : block.channels) channel.allocationStale = true;
+}
+
 class SideInformation {
  public:
   SideInformation(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block)
@@ -123,7 +127,7 @@ class SideInformation {
       shared.slowGain = read(2);
       shared.dbPerBit = read(2);
       shared.floor = read(3);
-      MarkAllStale();
+      MarkAllStale(m_block);
     }
     if (m_stream.ReadFlag()) {  // snroffste
       m_block.snrOffsetsKnown = true;
@@ -134,7 +138,7 @@ class SideInformation {
         own.fastGain = read(3);
         return true;
       });
-      MarkAllStale();
+      MarkAllStale(m_block);
     }
     if (m_block.coupling.inUse && m_stream.ReadFlag()) {  // cplleake
       m_block.couplingLeakKnown = true;
@@ -168,10 +172,6 @@ class SideInformation {
       channel.allocationStale = true;
       return true;
     });
-  }
-
-  void MarkAllStale() {
-    for (CodedChannel& channel : m_block.channels) channel.allocationStale = true;
   }
 
   BitWindow& m_stream;
@@ -208,6 +208,7 @@ void BeginFrame(AudioBlock& block) {
   block.rematrixing = {};
   block.allocation = {};
   block.couplingKnown = block.allocationKnown = block.snrOffsetsKnown = block.couplingLeakKnown = false;
+  block.noBits = false;
   for (CodedChannel& channel : block.channels) {
     channel.start = channel.end = channel.exponentStart = channel.exponentEnd = 0;
     channel.allocation = {};
@@ -221,6 +222,9 @@ bool ParseSideInformation(BitWindow& stream, const BitStreamInformation& info, A
 
 bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, AudioBlock& block) {
   const bool noBits = HasNoBits(info, block);
+  // The offset of one channel decides for all: coupling that begins or ends may do so, too.
+  if (noBits != block.noBits) MarkAllStale(block);
+  block.noBits = noBits;
   return ForEachCoded(info, block, [&](int i) {
     CodedChannel& channel = block.channels[i];
     if (!channel.allocationStale) return true;

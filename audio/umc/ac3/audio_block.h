@@ -25,6 +25,7 @@ struct AudioBlock {
   SharedAllocation allocation;
   // Sent in this frame: the first block must have all.
   bool couplingKnown, allocationKnown, snrOffsetsKnown, couplingLeakKnown;
+  bool noBits;  // there are no mantissas at all
   CodedChannel channels[kCodedChannels];
 };
 

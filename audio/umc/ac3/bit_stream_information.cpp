@@ -1,5 +1,6 @@
 #include "bit_stream_information.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace UMC::ac3 {
@@ -10,37 +11,58 @@ namespace {
 constexpr float kCentreLevels[4] = {0.70710678f, 0.59460356f, 0.5f, 0.59460356f};
 constexpr float kSurroundLevels[4] = {0.70710678f, 0.5f, 0.0f, 0.5f};
 
+// Of the alternate syntax: from +3 dB on down by 1.5 dB, then nothing (annex D, 2.3.1). Surround channels
+// have the levels from the fourth on; the codes before it are reserved, and that level serves for them.
+constexpr float kAlternateLevels[8] = {1.41421356f, 1.18920712f, 1.0f, 0.84089642f,
+                                       0.70710678f, 0.59460356f, 0.5f, 0.0f};
+constexpr std::uint32_t kFirstSurroundLevel = 3;
+constexpr std::uint8_t kAlternateVersion = 6;
+
 // Skips a field that a flag announces.
 void SkipOptional(BitWindow& stream, unsigned bits) {
   if (stream.ReadFlag()) stream.Read(bits);
 }
 
-// dialnorm to roomtyp, there once for every programme. The dialogue level is for the listener's volume, not
-// for the decoder.
-void SkipProgramme(BitWindow& stream) {
-  stream.Read(5);           // dialnorm
+// dialnorm to roomtyp, there once for every programme. Returns dialnorm, which is for the listener's volume,
+// not for the decoder.
+std::uint8_t ParseProgramme(BitWindow& stream) {
+  const auto dialogueLevel = static_cast<std::uint8_t>(stream.Read(5));
   SkipOptional(stream, 8);  // compr
   SkipOptional(stream, 8);  // langcod
   SkipOptional(stream, 7);  // mixlevel, roomtyp
+  return dialogueLevel;
+}
+
+// xbsi1: levels of the down-mix that are finer than the others and take their place.
+void ParseAlternateLevels(BitWindow& stream, BitStreamInformation& info) {
+  stream.Read(2 + 3 + 3);  // dmixmod, ltrtcmixlev, ltrtsurmixlev
+  const std::uint32_t centre = stream.Read(3), surround = stream.Read(3);
+  if (info.HasCentreLevel()) info.centreLevel = kAlternateLevels[centre];
+  if (info.HasSurroundLevel()) {
+    info.surroundLevel = kAlternateLevels[std::max(surround, kFirstSurroundLevel)];
+  }
 }
 
 }  // namespace
 
 BitStreamInformation ParseBitStreamInformation(BitWindow& stream) {
   BitStreamInformation info{};
-  stream.Read(8);  // bsid, bsmod
-  info.mode = static_cast<std::uint8_t>(stream.Read(3));
-  const bool hasCentre = (info.mode & 1) != 0;
-  const bool isMono = info.mode == 1;
-  const bool hasSurround = (info.mode & 4) != 0;
-  if (hasCentre && !isMono) info.centreLevel = kCentreLevels[stream.Read(2)];
-  if (hasSurround) info.surroundLevel = kSurroundLevels[stream.Read(2)];
-  if (info.mode == kStereo) stream.Read(2);  // dsurmod
+  const auto read = [&](unsigned bits) { return static_cast<std::uint8_t>(stream.Read(bits)); };
+  info.version = read(5);
+  info.serviceType = read(3);
+  info.mode = read(3);
+  if (info.HasCentreLevel()) info.centreLevel = kCentreLevels[stream.Read(2)];
+  if (info.HasSurroundLevel()) info.surroundLevel = kSurroundLevels[stream.Read(2)];
+  if (info.mode == kStereo) info.surroundMode = read(2);
   info.lfe = stream.ReadFlag();
-  SkipProgramme(stream);
-  if (info.mode == kDualMono) SkipProgramme(stream);
-  stream.Read(2);            // copyrightb, origbs
-  SkipOptional(stream, 14);  // timecod1; xbsi1 of the alternate syntax (annex D) has the same size
+  info.dialogueLevels[0] = ParseProgramme(stream);
+  if (info.mode == kDualMono) info.dialogueLevels[1] = ParseProgramme(stream);
+  stream.Read(2);  // copyrightb, origbs
+  if (info.version != kAlternateVersion) {
+    SkipOptional(stream, 14);  // timecod1
+  } else if (stream.ReadFlag()) {
+    ParseAlternateLevels(stream, info);
+  }
   SkipOptional(stream, 14);  // timecod2 or xbsi2
   if (stream.ReadFlag()) {
     const std::size_t bytes = stream.Read(6) + 1;  // addbsil

@@ -30,6 +30,26 @@ constexpr Tables MakeTables() {
 
 constexpr Tables kTables = MakeTables();
 
+constexpr std::uint16_t TakeByte(std::uint16_t crc, std::uint8_t byte) {
+  return static_cast<std::uint16_t>(crc << 8 ^ kTables[0][byte ^ crc >> 8]);
+}
+
+// [n]: x to the power of 8 n, by which n zero bytes multiply a remainder.
+constexpr auto kZeroBytes = [] {
+  std::array<std::uint16_t, PassingCrc::kReach> powers{1};
+  for (std::size_t n = 1; n < powers.size(); ++n) powers[n] = TakeByte(powers[n - 1], 0);
+  return powers;
+}();
+
+// The product of two remainders, as polynomials.
+std::uint16_t Multiply(unsigned a, unsigned b) {
+  unsigned product = 0;
+  for (int bit = 15; bit >= 0; --bit) {
+    product = product << 1 ^ ((product & 0x8000) != 0 ? kPolynomial : 0) ^ ((a >> bit & 1) != 0 ? b : 0);
+  }
+  return static_cast<std::uint16_t>(product);
+}
+
 }  // namespace
 
 std::uint16_t CrcRemainder(const std::uint8_t* data, std::size_t size) {
@@ -38,10 +58,26 @@ std::uint16_t CrcRemainder(const std::uint8_t* data, std::size_t size) {
     crc = kTables[7][data[0] ^ crc >> 8] ^ kTables[6][data[1] ^ (crc & 0xFF)];
     for (std::size_t i = 2; i < kStep; ++i) crc ^= kTables[kStep - 1 - i][data[i]];
   }
-  for (; size > 0; --size, ++data) {
-    crc = (crc << 8 & 0xFFFF) ^ kTables[0][*data ^ crc >> 8];
+  auto remainder = static_cast<std::uint16_t>(crc);
+  for (; size > 0; --size, ++data) remainder = TakeByte(remainder, *data);
+  return remainder;
+}
+
+// What precedes the part counts as if zeros followed it in the part's place, and is taken away.
+std::uint16_t PassingCrc::Remainder(std::size_t begin, std::size_t end) {
+  if (begin > m_position) {  // nothing between was asked for
+    m_position = begin;
+    m_registers[begin % kReach] = 0;
   }
-  return static_cast<std::uint16_t>(crc);
+  const std::uint16_t whole = RegisterAt(end);
+  return whole ^ Multiply(RegisterAt(begin), kZeroBytes[end - begin]);
+}
+
+std::uint16_t PassingCrc::RegisterAt(std::size_t position) {
+  for (; m_position < position; ++m_position, ++m_passed) {
+    m_registers[(m_position + 1) % kReach] = TakeByte(m_registers[m_position % kReach], m_data[m_position]);
+  }
+  return m_registers[position % kReach];
 }
 
 }  // namespace UMC::ac3

@@ -36,7 +36,9 @@ class Mixer {
 
   void Mix(Speaker speaker, int channel) {
     m_channel = channel;
-    if (Has(speaker)) {
+    // Mono is the sum of Lo and Ro, which both have the centre of three front channels with its level.
+    const bool isSummed = speaker == kCentre && !Has(kLeft) && m_info.mode != kMono;
+    if (Has(speaker) && !isSummed) {
       Add(speaker, 1);
       return;
     }
@@ -46,7 +48,7 @@ class Mixer {
         Add(kCentre, 1);
         break;
       case kCentre:
-        AddToFront(m_info.mode == 1 ? kHalfPower : m_info.centreLevel);
+        AddToFront(m_info.mode == kMono ? kHalfPower : m_info.centreLevel);
         break;
       case kSurround:
         if (Has(kLeftSurround)) {

@@ -1,13 +1,13 @@
 #include "dynamic_range.h"
 
-#include <cmath>
-
 namespace UMC::ac3 {
 
 float DynamicRangeGain(std::uint8_t word) {
-  const int octave = static_cast<std::int8_t>(word) >> 5;  // -4 to 3
+  // By the upper three bits, a signed number of octaves; the others are a fraction of 1/32 units behind a
+  // one.
+  constexpr float kOctaves[8] = {1.0f, 2.0f, 4.0f, 8.0f, 0.0625f, 0.125f, 0.25f, 0.5f};
   const int fraction = 32 + (word & 0x1F);
-  return std::ldexp(static_cast<float>(fraction), octave - 5);
+  return static_cast<float>(fraction) / 32 * kOctaves[word >> 5];
 }
 
 }  // namespace UMC::ac3

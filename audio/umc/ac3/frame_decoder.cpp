@@ -54,12 +54,13 @@ Located LocateHere(const DecoderState& state, const FrameRequest& request) {
 Located LocateBehind(const FrameRequest& request) {
   const std::uint8_t* input = request.input;
   const std::size_t size = request.inputSize;
+  PassingCrc crc(input);
   std::size_t start = FindFrame(input, 0, size);
   for (; size - start >= kSyncInfoBytes; start = FindFrame(input, start + 1, size)) {
     SyncInfo sync{};
     ParseSyncInfo(input + start, sync);
     if (sync.bytes > size - start) break;
-    if (ChecksumsHold(input + start, sync)) return {UMC_OK, start, start + sync.bytes, true, sync};
+    if (ChecksumsHold(crc, start, sync)) return {UMC_OK, start, start + sync.bytes, true, sync};
   }
   return {UMC_ERR_NOT_ENOUGH_DATA, 0, start, false, {}};
 }
@@ -77,16 +78,16 @@ class Renderer {
         m_info(info),
         m_mix(MakeDownmix(info, state.options.CodingMode(), state.options.lfe != 0)) {}
 
-  void Render(std::uint8_t* output) {
+  // The block's number in the frame is `index`.
+  void Render(int index, std::uint8_t* output) {
     const AudioBlock& block = m_state.block;
     const float* samples[kMaxChannels];
-    for (int i = 0; i < 2; ++i) m_dynamicRange[i] = DynamicRangeGain(block.dynamicRange[i]);
+    const int programmes = m_info.mode == kDualMono ? 2 : 1;
+    for (int i = 0; i < programmes; ++i) m_dynamicRange[i] = DynamicRangeGain(block.dynamicRange[i]);
     for (int i = 0; i < m_mix.outputs; ++i) {
       const bool plain = Sum(i, false), switched = Sum(i, true);
-      SynthesiseBlock(*SharedTransforms(), plain ? m_state.sums[0] : nullptr,
-                      switched ? m_state.sums[1] : nullptr, m_state.overlaps[i], m_state.scratch,
-                      m_state.samples[i]);
-      samples[i] = m_state.samples[i];
+      samples[i] = SynthesiseBlock(plain ? m_state.sums[0] : nullptr, switched ? m_state.sums[1] : nullptr,
+                                   index, m_state.overlaps[i], m_state.scratch);
     }
     ippsJoin_32f16s_D2L(samples, static_cast<std::size_t>(m_mix.outputs), kBlockSamples,
                         reinterpret_cast<Ipp16s*>(output));
@@ -135,7 +136,7 @@ bool DecodeBlocks(DecoderState& state, const std::uint8_t* frame, const SyncInfo
         stream.Overrun()) {
       return false;
     }
-    renderer.Render(output);
+    renderer.Render(i, output);
     output += FrameBytes(state) / kBlocks;
   }
   state.formatKnown = true;

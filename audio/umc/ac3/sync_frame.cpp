@@ -1,12 +1,11 @@
 #include "sync_frame.h"
 
-#include "crc.h"
-
 namespace UMC::ac3 {
 
 namespace {
 
 constexpr std::uint8_t kSyncWord[2] = {0x0B, 0x77};
+constexpr std::size_t kSyncWordBytes = sizeof kSyncWord;
 constexpr unsigned kFrequencyCodes = 3;
 constexpr unsigned kSizeCodes = 38;
 constexpr unsigned kHighestVersion = 10;
@@ -29,6 +28,12 @@ std::size_t FrameWords(unsigned frequencyCode, unsigned sizeCode) {
     default:
       return rate * 3;
   }
+}
+
+// What crc1 protects, in bytes, the sync word included: five eighths of the frame.
+std::size_t FirstPart(const SyncInfo& info) {
+  const std::size_t words = info.bytes / 2;
+  return 2 * (words / 2 + words / 8);
 }
 
 }  // namespace
@@ -68,10 +73,14 @@ std::size_t FindFrame(const std::uint8_t* data, std::size_t from, std::size_t si
 }
 
 bool ChecksumsHold(const std::uint8_t* data, const SyncInfo& info) {
-  const std::size_t words = info.bytes / 2;
-  const std::size_t firstPart = 2 * (words / 2 + words / 8);  // what crc1 protects, in bytes
-  return CrcRemainder(data + 2, firstPart - 2) == 0 &&
+  const std::size_t firstPart = FirstPart(info);
+  return CrcRemainder(data + kSyncWordBytes, firstPart - kSyncWordBytes) == 0 &&
          CrcRemainder(data + firstPart, info.bytes - firstPart) == 0;
+}
+
+bool ChecksumsHold(PassingCrc& crc, std::size_t start, const SyncInfo& info) {
+  const std::size_t second = start + FirstPart(info);
+  return crc.Remainder(start + kSyncWordBytes, second) == 0 && crc.Remainder(second, start + info.bytes) == 0;
 }
 
 }  // namespace UMC::ac3

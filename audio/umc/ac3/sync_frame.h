@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "crc.h"
+
 namespace UMC::ac3 {
 
 inline constexpr int kBlocks = 6;
@@ -37,5 +39,7 @@ std::size_t FindFrame(const std::uint8_t* data, std::size_t from, std::size_t si
 
 // Whether both checksums of the frame at `data` hold.
 bool ChecksumsHold(const std::uint8_t* data, const SyncInfo& info);
+// The same of the frame that begins at `start` of the bytes that `crc` passes over.
+bool ChecksumsHold(PassingCrc& crc, std::size_t start, const SyncInfo& info);
 
 }  // namespace UMC::ac3

@@ -1,25 +1,12 @@
 #include "transform.h"
 
 #include <algorithm>
-#include <memory>
-#include <new>
-#include <vector>
 
 #include "ipps_mdct.h"
 #include "ipps_vector.h"
 #include "mdct_windows.h"
 
 namespace UMC::ac3 {
-
-struct Transforms {
-  struct Prepared {
-    std::vector<std::uint8_t> memory;
-    IppsMDCTInvSpec_32f* plan = nullptr;
-  };
-
-  Prepared whole, half;
-  float rise[kBlockSamples];  // of the window, with the scale of the long transform
-};
 
 namespace {
 
@@ -33,26 +20,49 @@ constexpr float kLongScale = -2.0f * 32768 * kBlockSamples;
 // The two short ones are half as long.
 constexpr float kShortScale = 0.5f;
 
-bool Prepare(int length, Transforms::Prepared& prepared) {
-  Ipp32s planBytes = 0, workBytes = 0;
-  if (ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes) != ippStsNoErr ||
-      static_cast<std::size_t>(workBytes) > sizeof TransformScratch::work) {
-    return false;
+// A prepared transform with room for itself. One that needs more room than there is makes silence; there is
+// enough for both.
+class Plan {
+ public:
+  explicit Plan(int length) {
+    Ipp32s planBytes = 0, workBytes = 0;
+    ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes);
+    if (static_cast<std::size_t>(planBytes) <= sizeof m_memory &&
+        static_cast<std::size_t>(workBytes) <= sizeof TransformScratch::work) {
+      ippsMDCTInvInit_32f(&m_plan, length, m_memory);
+    }
   }
-  prepared.memory.resize(static_cast<std::size_t>(planBytes));
-  return ippsMDCTInvInit_32f(&prepared.plan, length, prepared.memory.data()) == ippStsNoErr;
-}
+  Plan(const Plan&) = delete;
+  Plan& operator=(const Plan&) = delete;
 
-std::unique_ptr<const Transforms> MakeTransforms() {
-  try {
-    auto made = std::make_unique<Transforms>();
-    if (!Prepare(2 * kBlockSamples, made->whole) || !Prepare(kBlockSamples, made->half)) return nullptr;
-    MakeKaiserBesselWindow(kBlockSamples, kAlpha, made->rise);
-    ippsMulC_32f_I(kLongScale, made->rise, kBlockSamples);
-    return made;
-  } catch (const std::bad_alloc&) {
-    return nullptr;
+  void Invert(const float* coefficients, float* samples, TransformScratch& scratch) const {
+    ippsMDCTInv_32f(coefficients, samples, m_plan, scratch.work);
   }
+
+ private:
+  alignas(16) std::uint8_t m_memory[4096];
+  IppsMDCTInvSpec_32f* m_plan = nullptr;
+};
+
+// The window, with the scale of the long transform, and the transforms. Nothing of it is allocated: it cannot
+// be missing.
+struct Transforms {
+  Transforms() {
+    MakeKaiserBesselWindow(kBlockSamples, kAlpha, rise);
+    ippsMulC_32f_I(kLongScale, rise, kBlockSamples);
+    ippsFlip_32f(rise, fall, kBlockSamples);
+  }
+
+  Plan whole{2 * kBlockSamples};
+  Plan half{kBlockSamples};
+  float rise[kBlockSamples];
+  float fall[kBlockSamples];
+};
+
+// Shared by all decoders, made by the first.
+const Transforms& SharedTransforms() {
+  static const Transforms kTransforms;
+  return kTransforms;
 }
 
 // Adds a block's two short transforms to its samples. Their phase differs from that of the primitive by a
@@ -63,33 +73,35 @@ void AddShort(const Transforms& transforms, const float* coefficients, Transform
   ippsDeinterleave_32f(coefficients, 2, kHalf, halves);
   float* out = scratch.samples;
   const float* half = scratch.shortSamples;
-  ippsMDCTInv_32f(halves[0], scratch.shortSamples, transforms.half.plan, scratch.work);
+  transforms.half.Invert(halves[0], scratch.shortSamples, scratch);
   ippsAddProductC_32f(half + 3 * kQuarter, -kShortScale, out, kQuarter);
   ippsAddProductC_32f(half, kShortScale, out + kQuarter, 3 * kQuarter);
   out += kBlockSamples;
-  ippsMDCTInv_32f(halves[1], scratch.shortSamples, transforms.half.plan, scratch.work);
+  transforms.half.Invert(halves[1], scratch.shortSamples, scratch);
   ippsAddProductC_32f(half + kQuarter, kShortScale, out, 3 * kQuarter);
   ippsAddProductC_32f(half, -kShortScale, out + 3 * kQuarter, kQuarter);
 }
 
 }  // namespace
 
-const Transforms* SharedTransforms() {
-  static const std::unique_ptr<const Transforms> kTransforms = MakeTransforms();
-  return kTransforms.get();
+void PrepareTransforms() {
+  SharedTransforms();
 }
 
-void SynthesiseBlock(const Transforms& transforms, const float* coefficients,
-                     const float* switchedCoefficients, Overlap& overlap, TransformScratch& scratch,
-                     float* samples) {
+const float* SynthesiseBlock(const float* coefficients, const float* switchedCoefficients, int block,
+                             Overlap& overlap, TransformScratch& scratch) {
+  const Transforms& transforms = SharedTransforms();
   if (coefficients != nullptr) {
-    ippsMDCTInv_32f(coefficients, scratch.samples, transforms.whole.plan, scratch.work);
+    transforms.whole.Invert(coefficients, scratch.samples, scratch);
   } else {
-    std::fill(std::begin(scratch.samples), std::end(scratch.samples), 0.0f);
+    std::fill_n(scratch.samples, 2 * kBlockSamples, 0.0f);
   }
   if (switchedCoefficients != nullptr) AddShort(transforms, switchedCoefficients, scratch);
-  ippsOverlapAdd_32f(overlap.tail, scratch.samples, transforms.rise, samples, kBlockSamples);
-  std::copy_n(scratch.samples + kBlockSamples, kBlockSamples, overlap.tail);
+  float* const samples = overlap.halves[block % 2];
+  float* const tail = overlap.halves[(block + 1) % 2];
+  ippsAddProduct_32f(scratch.samples, transforms.rise, samples, kBlockSamples);
+  ippsMul_32f(scratch.samples + kBlockSamples, transforms.fall, tail, kBlockSamples);
+  return samples;
 }
 
 }  // namespace UMC::ac3

@@ -8,9 +8,10 @@
 
 namespace UMC::ac3 {
 
-// An output channel's memory from block to block: the second half of the last transform, not windowed.
+// An output channel's samples. Blocks of an even and of an odd number take turns: one half receives the
+// block's samples, the other the windowed second half of its transform, to which the next block is added.
 struct Overlap {
-  alignas(16) float tail[kBlockSamples];
+  alignas(16) float halves[2][kBlockSamples];
 };
 
 // Room for one call.
@@ -21,16 +22,14 @@ struct TransformScratch {
   alignas(16) std::uint8_t work[kBlockSamples * sizeof(float)];
 };
 
-// The window and the transforms, shared by all decoders.
-struct Transforms;
-
-// Made by the first caller; null where memory was short then.
-const Transforms* SharedTransforms();
+// Makes the window and the transforms that all decoders share, once. The first block would do it otherwise.
+void PrepareTransforms();
 
 // Makes the samples of one block, full scale being 32768, of coefficients whose full scale is 1. Those of
 // channels with and without block switching may be there both: the transforms are linear. Either may be null.
-void SynthesiseBlock(const Transforms& transforms, const float* coefficients,
-                     const float* switchedCoefficients, Overlap& overlap, TransformScratch& scratch,
-                     float* samples);
+// `block` counts from the first frame on, or from the start of any frame. Returns the samples, which lie in
+// `overlap` until the block after the next.
+const float* SynthesiseBlock(const float* coefficients, const float* switchedCoefficients, int block,
+                             Overlap& overlap, TransformScratch& scratch);
 
 }  // namespace UMC::ac3

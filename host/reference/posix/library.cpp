@@ -1,35 +1,52 @@
 // Shared libraries, and their Windows names in the system's own form.
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <set>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
+#include "elf_file.h"
 #include "system.h"
 #include "vlutil.h"
 
 namespace {
 
-// The folder of the host library, with its separator; empty when the loader does not know it.
-const std::string& hostFolder() {
-  static const std::string& folder = *[] {
-    Dl_info info = {};
-    std::string path;
-    if (dladdr(reinterpret_cast<const void*>(&vlOSLoadLibrary), &info) != 0 && info.dli_fname != nullptr) {
-      const std::unique_ptr<char, decltype(&std::free)> real(realpath(info.dli_fname, nullptr), &std::free);
-      path = real == nullptr ? info.dli_fname : real.get();
-    }
-    path.resize(path.rfind('/') + 1);
-    return new std::string(std::move(path));
-  }();
-  return folder;
+// ---- Places -------------------------------------------------------------------------------------------
+
+// The folder of a file, links followed, with its separator; empty when there is none.
+std::string folderOf(const char* file) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(file, nullptr), &std::free);
+  std::string path = real == nullptr ? "" : real.get();
+  path.resize(path.rfind('/') + 1);  // npos + 1 is 0
+  return path;
 }
+
+// The folders beneath which names are looked for: the host library's, then the program's. Never the working
+// folder, where media come from anywhere: a library runs its code as soon as it is loaded.
+const std::vector<std::string>& hostFolders() {
+  static const std::vector<std::string>& folders = *[] {
+    Dl_info info = {};
+    const bool known = dladdr(reinterpret_cast<const void*>(&vlOSLoadLibrary), &info) != 0;
+    const std::string library = known && info.dli_fname != nullptr ? folderOf(info.dli_fname) : "";
+    const std::string program = folderOf("/proc/self/exe");
+    auto* found = new std::vector<std::string>;
+    if (!library.empty()) found->push_back(library);
+    if (!program.empty() && program != library) found->push_back(program);
+    return found;
+  }();
+  return folders;
+}
+
+// ---- Names --------------------------------------------------------------------------------------------
 
 bool isDigits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
@@ -66,34 +83,84 @@ std::vector<std::string> nativeNames(std::string_view name) {
   return {"lib" + std::string(stem) + ".so", std::string(stem) + ".so"};
 }
 
-// Loads one file, or a bare name along the loader's search path. A file that is there and does not load is
-// worth a line: nothing else tells why.
-void* loadFile(const std::string& path) {
-  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr && path.find('/') != std::string::npos && access(path.c_str(), F_OK) == 0) {
-    const char* reason = dlerror();
-    ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlhost): %s\n", reason == nullptr ? path.c_str() : reason);
+// ---- Loading ------------------------------------------------------------------------------------------
+
+struct Unload {
+  void operator()(void* library) const { dlclose(library); }
+};
+using Library = std::unique_ptr<void, Unload>;
+
+// Tells why a library does not load, once a process: the same ones are asked for with every track that is
+// opened.
+void warn(const std::string& reason) {
+  static std::mutex& lock = *new std::mutex;
+  static std::set<std::string>& told = *new std::set<std::string>;
+  {
+    const std::lock_guard guard(lock);
+    if (!told.insert(reason).second) return;
   }
+  ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlhost): %s\n", reason.c_str());
+}
+
+std::string lastReason() {
+  const char* const reason = dlerror();
+  return reason == nullptr ? "" : reason;
+}
+
+bool isLoaded(const std::string& name) {
+  return Library(dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD)) != nullptr;
+}
+
+// Loads one file, and first those that it needs and that lie beside it: it binds to them then, as on Windows,
+// where the dynamic loader would look along its search path alone. `seen`: the files that are being loaded.
+Library loadFile(const std::string& path, std::vector<std::string>& seen) {
+  std::error_code missing;
+  if (!std::filesystem::is_regular_file(path, missing)) return nullptr;
+  seen.push_back(path);
+  const vlhost::ElfFile file = vlhost::readElfFile(path);
+  if (!file.complete) {
+    warn(path + ": the file is cut off");
+    return nullptr;
+  }
+  std::vector<Library> neighbours;
+  const std::string folder = path.substr(0, path.rfind('/') + 1);
+  for (const std::string& name : file.needed) {
+    const std::string neighbour = folder + name;
+    const bool isPath = name.find('/') != std::string::npos;
+    if (isPath || isLoaded(name) || std::find(seen.begin(), seen.end(), neighbour) != seen.end()) continue;
+    neighbours.push_back(loadFile(neighbour, seen));
+  }
+  Library library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (library == nullptr) warn(lastReason());
   return library;
 }
 
-void* load(std::string path) {
-  const std::size_t slash = path.find_last_of("/\\");
-  const std::string name = path.substr(slash + 1);          // npos + 1 is 0
-  if (name.empty() || path.find(':') == 1) return nullptr;  // no drives here
-  const bool hasNativeFolder = path.find('/') != std::string::npos && path.find('\\') == std::string::npos;
-  if (hasNativeFolder && isNativeName(name)) return loadFile(path);
+// Loads a bare name along the dynamic loader's search path. That it is nowhere there is not worth a line.
+Library loadFromSearchPath(const std::string& name) {
+  Library library(dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (library != nullptr) return library;
+  const std::string reason = lastReason();
+  if (!reason.starts_with(name + ':')) warn(reason);
+  return nullptr;
+}
+
+Library load(std::string path) {
   std::replace(path.begin(), path.end(), '\\', '/');
-  const std::string folder = path.substr(0, slash + 1);
+  const std::string folder = path.substr(0, path.rfind('/') + 1);  // npos + 1 is 0
+  const std::string name = path.substr(folder.size());
+  if (name.empty() || path.find(':') == 1) return nullptr;  // no drives here
 
   const std::vector<std::string> names = nativeNames(name);
-  std::vector<std::string> places;
-  if (!folder.starts_with('/') && !hostFolder().empty()) places.push_back(hostFolder() + folder);
-  places.push_back(folder);  // without a folder, the loader's search path
-  for (const std::string& place : places) {
+  const bool absolute = folder.starts_with('/');
+  for (const std::string& place : absolute ? std::vector<std::string>{""} : hostFolders()) {
     for (const std::string& file : names) {
-      if (void* library = loadFile(place + file)) return library;
+      std::vector<std::string> seen;
+      if (Library library = loadFile(place + folder + file, seen)) return library;
     }
+  }
+  if (!folder.empty()) return nullptr;
+  for (const std::string& file : names) {
+    if (Library library = loadFromSearchPath(file)) return library;
   }
   return nullptr;
 }
@@ -103,7 +170,7 @@ void* load(std::string path) {
 void* vlOSLoadLibrary(const char* path, std::uint32_t /*flags*/) {
   void* library = nullptr;
   try {
-    if (path != nullptr) library = load(path);
+    if (path != nullptr) library = load(path).release();
   } catch (const std::bad_alloc&) {
     library = nullptr;
   }

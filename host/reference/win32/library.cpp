@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "system.h"
 #include "vlutil.h"
@@ -14,12 +15,8 @@ namespace {
 
 constexpr std::wstring_view kSeparators = L"\\/";
 
-// The folder of the host library, with its separator; empty when Windows does not tell.
-std::wstring hostFolder() {
-  HMODULE module = nullptr;
-  constexpr DWORD kByAddress =
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-  if (!GetModuleHandleExW(kByAddress, reinterpret_cast<LPCWSTR>(&vlOSLoadLibrary), &module)) return {};
+// The folder of a module's file, with its separator; empty when Windows does not tell.
+std::wstring folderOf(HMODULE module) {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
     const DWORD length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
@@ -32,14 +29,31 @@ std::wstring hostFolder() {
   }
 }
 
+// The folders beneath which names are looked for: the host library's, then the program's. Never the working
+// folder, where media come from anywhere: a library runs its code as soon as it is loaded.
+std::vector<std::wstring> hostFolders() {
+  std::vector<std::wstring> folders;
+  HMODULE module = nullptr;
+  constexpr DWORD kByAddress =
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+  if (GetModuleHandleExW(kByAddress, reinterpret_cast<LPCWSTR>(&vlOSLoadLibrary), &module))
+    folders.push_back(folderOf(module));
+  if (const std::wstring program = folderOf(nullptr); folders.empty() || program != folders[0])
+    folders.push_back(program);
+  std::erase(folders, L"");
+  return folders;
+}
+
 bool exists(const std::wstring& path) {
   return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-// Loads one file; what it needs is looked for beside it first. A file that is there and does not load is
-// worth a line: nothing else tells why.
+// Loads one file by its full path. What it needs is looked for beside it, in the program's folder and among
+// the system's own, but neither in the working folder nor along PATH. A file that is there and does not load
+// is worth a line: nothing else tells why.
 HMODULE loadFile(const std::wstring& path) {
-  const HMODULE library = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  constexpr DWORD kBesideItFirst = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
+  const HMODULE library = LoadLibraryExW(path.c_str(), nullptr, kBesideItFirst);
   if (library == nullptr) {
     const DWORD error = GetLastError();
     if (exists(path)) {
@@ -51,9 +65,12 @@ HMODULE loadFile(const std::wstring& path) {
   return library;
 }
 
-// A name that starts from a drive, a share or the root of the current drive.
-bool isAnchored(std::wstring_view path) {
-  return (path.size() > 1 && path[1] == L':') || kSeparators.find(path.front()) != kSeparators.npos;
+bool isSeparator(wchar_t character) {
+  return kSeparators.find(character) != kSeparators.npos;
+}
+
+bool hasDrive(std::wstring_view path) {
+  return path.size() > 1 && path[1] == L':';
 }
 
 HMODULE load(const char* name) {
@@ -62,16 +79,17 @@ HMODULE load(const char* name) {
   std::replace(path.begin(), path.end(), L'/', L'\\');
   const std::size_t slash = path.find_last_of(kSeparators);
   if (path.find(L'.', slash + 1) == path.npos) path += L".dll";  // npos + 1 is 0
-  const auto loadAbsolute = [](const std::wstring& file) {
-    const std::wstring absolute = vlhost::nativePath(vlhost::narrow(file).c_str());
+  if (hasDrive(path) || isSeparator(path.front())) {
+    // A drive without a root stands for the folder that is current there.
+    if (hasDrive(path) && (path.size() < 3 || !isSeparator(path[2]))) return nullptr;
+    const std::wstring absolute = vlhost::nativePath(vlhost::narrow(path).c_str());
     return absolute.empty() ? nullptr : loadFile(absolute);
-  };
-  if (isAnchored(path)) return loadAbsolute(path);
-  if (const std::wstring folder = hostFolder(); !folder.empty()) {
+  }
+  for (const std::wstring& folder : hostFolders()) {
     if (const HMODULE library = loadFile(folder + path)) return library;
   }
-  // Without a folder, Windows' search path.
-  return slash == path.npos ? LoadLibraryExW(path.c_str(), nullptr, 0) : loadAbsolute(path);
+  if (slash != path.npos) return nullptr;
+  return LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
 }
 
 }  // namespace

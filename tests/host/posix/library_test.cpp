@@ -1,16 +1,25 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
 #include "host/library_number.h"
 #include "places.h"
+#include "support/log_capture.h"
+#include "support/own_process.h"
 #include "support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
 
 const std::string kBin = VL_BIN_DIR;
 
@@ -35,38 +44,116 @@ TEST(Library, NameIsFoundAlongTheSystemsSearchPathToo) {
   EXPECT_EQ(numberOf("libm.so.6"), 0);
 }
 
-TEST(Library, RelativeFolderIsLookedForBeneathTheHostThenBeneathTheWorkingFolder) {
-  EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
-  EXPECT_EQ(numberOf("hosttest_formats/hosttestfolder-57.dll"), 5);
-
+TEST(Library, RelativeFolderIsLookedForBeneathTheHostAndNeverBeneathTheWorkingFolder) {
   const TempFolder folder;
   const fs::path formats = folder.path() / "hosttest_formats";
   fs::create_directory(formats);
-  fs::copy_file(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57", formats / "libhosttestfolder.so.57");
-  fs::copy_file(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57", formats / "libhosttestother.so.57");
+  for (const fs::path& copy : {formats / "libhosttestfolder.so.57", formats / "libhosttestother.so.57",
+                               folder.path() / "libhosttestother.so.57"})
+    fs::copy_file(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57", copy);
   const WorkingFolder working(folder.path());
-  EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
-  EXPECT_EQ(numberOf("hosttest_formats\\hosttestother-57.dll"), 6);
-  EXPECT_EQ(numberOf("hosttest_formats/libhosttestother.so.57"), 6);
+  for (const char* name :
+       {"hosttest_formats\\hosttestfolder-57.dll", "hosttest_formats/hosttestfolder-57.dll",
+        "./hosttest_formats/libhosttestfolder.so.57"})
+    EXPECT_EQ(numberOf(name), 5) << name;
+  for (const char* name : {"hosttest_formats\\hosttestother-57.dll",
+                           "hosttest_formats/libhosttestother.so.57", "hosttestother-57.dll",
+                           "libhosttestother.so.57", ".\\hosttestother-57.dll", "./libhosttestother.so.57"})
+    EXPECT_EQ(numberOf(name), -1) << name;
+}
+
+TEST(Library, NameIsFoundBesideTheProgramToo) {
+  const TempFolder folder;
+  const fs::path formats = folder.path() / "hosttest_formats";
+  fs::create_directory(formats);
+  for (const fs::path& copy : {formats / "libhosttestfolder.so.57", formats / "libhosttestother.so.57",
+                               folder.path() / "libhosttestother.so.57"})
+    fs::copy_file(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57", copy);
+  fs::copy_file(thisProgram(), folder.path() / "program");
+  const Environment host("LD_LIBRARY_PATH", kBin.c_str());
+  inProcessOf(folder.path() / "program", [] {
+    EXPECT_EQ(numberOf("hosttestother-57.dll"), 6);
+    EXPECT_EQ(numberOf("hosttest_formats\\hosttestother-57.dll"), 6);
+    EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5) << "beside the host library first";
+  });
 }
 
 TEST(Library, NativePathIsLoadedAsItIs) {
   EXPECT_EQ(numberOf(kBin + "/hosttestplain.so"), 2);
   EXPECT_EQ(numberOf(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57"), 6);
-  const WorkingFolder working(kBin + "/hosttest_elsewhere");
-  EXPECT_EQ(numberOf("./libhosttestfolder.so.57"), 6);
-  EXPECT_EQ(numberOf("./hosttestplain.so"), -1) << "not looked for beside the host";
   EXPECT_EQ(numberOf("C:hosttestplain.so"), -1) << "a drive is none";
 }
 
-TEST(Library, FileThatDoesNotLoadIsLoggedWithItsReason) {
+// ---- What a library needs ----------------------------------------------------------------------------
+
+TEST(Library, BindsToTheLibrariesBesideIt) {
+  EXPECT_EQ(numberOf(kBin + "/hosttest_formats/libhosttestasking.so"), 7);
+  EXPECT_EQ(numberOf("hosttest_formats\\hosttestasking.dll"), 7);
+}
+
+TEST(Library, BindsToTheLibrariesBesideItWhateverTheSearchPathHas) {
+  const std::string elsewhere = kBin + "/hosttest_elsewhere";
+  const Environment searchPath("LD_LIBRARY_PATH", elsewhere.c_str());
+  inProcessOf(thisProgram(), [] { EXPECT_EQ(numberOf("hosttest_formats\\hosttestasking.dll"), 7); });
+}
+
+TEST(Library, BindsToTheSearchPathsLibraryWhereNoneLiesBesideIt) {
+  const TempFolder folder;
+  fs::copy_file(kBin + "/hosttest_formats/libhosttestasking.so", folder.path() / "libhosttestasking.so");
+  const std::string elsewhere = kBin + "/hosttest_elsewhere";
+  const Environment searchPath("LD_LIBRARY_PATH", elsewhere.c_str());
+  inProcessOf(thisProgram(), [&] { EXPECT_EQ(numberOf(folder.file("libhosttestasking.so")), 8); });
+}
+
+TEST(Library, ThatNeedsItselfIsNotLoadedForEver) {
+  std::vector<std::uint8_t> bytes = readFile(kBin + "/hosttest_formats/libhosttestasking.so");
+  const std::string needed = "libhosttestneeded.so", itself = "libhosttestasking.so";
+  for (auto at = bytes.begin();
+       (at = std::search(at, bytes.end(), needed.begin(), needed.end())) != bytes.end();)
+    at = std::copy(itself.begin(), itself.end(), at);
+  const TempFolder folder;
+  writeFile(folder.file(itself), bytes);
+  EXPECT_EQ(numberOf(folder.file(itself)), -1) << "its symbols are nowhere";
+}
+
+// ---- What the log tells ------------------------------------------------------------------------------
+
+TEST(Library, FileThatDoesNotLoadIsLoggedOnceWithItsReason) {
   const TempFolder folder;
   const std::string path = folder.file("broken.so");
   writeFile(path, {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(vlOSLoadLibrary(path.c_str(), 2), nullptr);
-  const std::string log = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(log.find("WARNING(vlhost): " + path), 0u) << log;
+  LogCapture log;
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(vlOSLoadLibrary(path.c_str(), 2), nullptr);
+  ASSERT_EQ(log.lines.size(), 1u);
+  EXPECT_EQ(log.lines[0].level, VL_LOG_WARNING);
+  EXPECT_EQ(log.lines[0].text.find("WARNING(vlhost): " + path + ": "), 0u) << log.lines[0].text;
+}
+
+// Loading it would end the process.
+TEST(Library, FileThatIsCutOffIsNotLoaded) {
+  std::vector<std::uint8_t> bytes = readFile(kBin + "/hosttest_formats/libhosttestneeded.so");
+  bytes.resize(bytes.size() / 2);
+  const TempFolder folder;
+  writeFile(folder.file("libcut.so"), bytes);
+  LogCapture log;
+  EXPECT_EQ(vlOSLoadLibrary(folder.file("libcut.so").c_str(), 2), nullptr);
+  EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_WARNING, "WARNING(vlhost): " + folder.file("libcut.so") +
+                                                                 ": the file is cut off\n"}));
+}
+
+TEST(Library, WhyOneOfTheSearchPathDoesNotLoadIsLoggedAndThatThereIsNoneIsNot) {
+  const TempFolder folder;
+  writeFile(folder.file("libhosttestbroken.so.3"), {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});
+  const Environment searchPath("LD_LIBRARY_PATH", folder.path().c_str());
+  inProcessOf(thisProgram(), [&] {
+    LogCapture log;
+    EXPECT_EQ(numberOf("hosttestnone-3.dll"), -1);
+    EXPECT_THAT(log.lines, IsEmpty());
+    EXPECT_EQ(numberOf("hosttestbroken-3.dll"), -1);
+    ASSERT_EQ(log.lines.size(), 1u);
+    EXPECT_THAT(log.lines[0].text,
+                AllOf(StartsWith("WARNING(vlhost): /"), HasSubstr("/libhosttestbroken.so.3: ")));
+  });
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ TEST(Library, NameIsFoundAlongTheSystemsSearchPathToo) {
   EXPECT_EQ(numberOf("version"), 0);
 }
 
-TEST(Library, RelativeFolderIsLookedForBeneathTheHostThenBeneathTheWorkingFolder) {
+TEST(Library, RelativeFolderIsLookedForBeneathTheHostAndNeverBeneathTheWorkingFolder) {
   EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
   EXPECT_EQ(numberOf("hosttest_formats/hosttestfolder-57.dll"), 5);
   const TempFolder folder;
@@ -34,10 +34,16 @@ TEST(Library, RelativeFolderIsLookedForBeneathTheHostThenBeneathTheWorkingFolder
   const std::string elsewhere = kBin + "/hosttest_elsewhere/hosttestfolder-57.dll";
   std::filesystem::copy_file(elsewhere, formats / "hosttestfolder-57.dll");
   std::filesystem::copy_file(elsewhere, formats / "hosttestother-57.dll");
+  std::filesystem::copy_file(elsewhere, folder.path() / "hosttestother-57.dll");
+  const std::string drive = folder.path().string().substr(0, 2);
   {
     const WorkingFolder working(folder.path());
     EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
-    EXPECT_EQ(numberOf("hosttest_formats\\hosttestother-57.dll"), 6);
+    EXPECT_EQ(numberOf(".\\hosttest_formats\\hosttestfolder-57.dll"), 5);
+    for (const std::string& name :
+         {std::string("hosttest_formats\\hosttestother-57.dll"), std::string("hosttestother-57.dll"),
+          std::string(".\\hosttestother-57.dll"), drive + "hosttestother-57.dll"})
+      EXPECT_EQ(numberOf(name), -1) << name;
   }
 }
 

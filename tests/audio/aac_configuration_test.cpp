@@ -1,0 +1,232 @@
+// What a container says about access units that come behind ADTS headers, which say less.
+#include <gtest/gtest.h>
+
+#include "aac_configurations.h"
+#include "aac_generator.h"
+#include "aac_streams.h"
+#include "audio_specific_config.h"
+
+namespace {
+
+using namespace UMC::aac;
+using E = GeneratedElement;
+
+UMC::Status Tell(UMC::AACDecoder& decoder, const ConfigOptions& options) {
+  const Bytes bytes = configurationOf(options);
+  AudioSpecificConfig config;
+  EXPECT_TRUE(ParseAudioSpecificConfig(bytes.data(), bytes.size(), config));
+  return decoder.SetConfiguration(config);
+}
+
+// A decoder that was told, for twice the core's frequency where there is SBR.
+struct ToldDecoder : TestDecoder {
+  explicit ToldDecoder(const ConfigOptions& options, std::uint32_t channels = 0) : TestDecoder(channels, 0) {
+    EXPECT_EQ(0, Tell(Decoder(), options));
+  }
+};
+
+struct Info {
+  UMC::AudioStreamInfo input, output;
+};
+
+Info InfoOf(UMC::AACDecoder& decoder) {
+  UMC::AudioCodecParams params;
+  EXPECT_EQ(0, decoder.GetInfo(&params));
+  return {params.m_input, params.m_output};
+}
+
+std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& options, int count = 30) {
+  AacGenerator generator(seed, options);
+  std::vector<GeneratedBlock> blocks;
+  for (int i = 0; i < count; ++i) blocks.push_back(generator.NextBlock());
+  return blocks;
+}
+
+GeneratorOptions Pair(int samplingIndex = 3, int frameLength = 1024) {
+  GeneratorOptions options;
+  options.samplingIndex = samplingIndex;
+  options.frameLength = frameLength;
+  options.elements = {{E::kCpe, 0}};
+  options.midSide = options.tns = true;
+  return options;
+}
+
+// The samples of access units behind headers, each of `perBlock`.
+Samples DecodeBehindHeaders(TestDecoder& decoder, const std::vector<GeneratedBlock>& blocks,
+                            const AdtsOptions& header, std::size_t perBlock) {
+  Samples all;
+  for (const auto& block : blocks) {
+    EXPECT_EQ(0, decoder.Decode(WrapAdts({block}, header)));
+    EXPECT_EQ(perBlock, decoder.Last().size());
+    all.insert(all.end(), decoder.Last().begin(), decoder.Last().end());
+  }
+  return all;
+}
+
+// The samples of the same access units alone, as a configuration describes them.
+Samples DecodeConfigured(const std::vector<GeneratedBlock>& blocks, const ConfigOptions& options) {
+  TestDecoder decoder(configurationOf(options), 0);
+  Samples all;
+  for (const auto& block : blocks) {
+    EXPECT_EQ(0, decoder.Decode(block.bytes));
+    all.insert(all.end(), decoder.Last().begin(), decoder.Last().end());
+  }
+  return all;
+}
+
+TEST(AacConfiguration, CountsForTheHeadersProfile) {
+  for (const unsigned type : {1u, 2u, 4u}) {
+    GeneratorOptions generated = Pair();
+    generated.objectType = static_cast<int>(type);
+    const auto blocks = Blocks(22, generated);
+    const ConfigOptions options{.objectType = type};
+    ToldDecoder told(options);
+    EXPECT_EQ(DecodeConfigured(blocks, options),
+              DecodeBehindHeaders(told, blocks, {.profile = static_cast<int>(type) & 3}, 2 * 1024));
+  }
+}
+
+TEST(AacConfiguration, TellsTheFrameLength) {
+  const auto blocks = Blocks(1, Pair(3, 960));
+  const ConfigOptions options{.frameLength = 960};
+  ToldDecoder told(options);
+  EXPECT_EQ(DecodeConfigured(blocks, options), DecodeBehindHeaders(told, blocks, {}, 2 * 960));
+}
+
+TEST(AacConfiguration, TellsAFrequencyThatIsWrittenOut) {
+  // Headers can only say that it is; the tables are those of the nearest listed one, 44.1 kHz.
+  const auto blocks = Blocks(2, Pair(4));
+  ToldDecoder told({.frequency = 44056});
+  TestDecoder listed;
+  EXPECT_EQ(DecodeBehindHeaders(listed, blocks, {.samplingIndex = 4}, 2 * 1024),
+            DecodeBehindHeaders(told, blocks, {.samplingIndex = 15}, 2 * 1024));
+  EXPECT_EQ(44056u, InfoOf(told.Decoder()).output.sampleFrequency);
+}
+
+TEST(AacConfiguration, DoublesTheFrequencyAheadOfTheFirstPayload) {
+  const auto core = Blocks(3, Pair(6));
+  const ConfigOptions isExplicit{.samplingIndex = 6, .signalling = ConfigOptions::kExplicit};
+  const Samples expected = DecodeConfigured(core, isExplicit);
+  for (const auto signalling : {ConfigOptions::kExplicit, ConfigOptions::kBackwardCompatible}) {
+    ToldDecoder told({.samplingIndex = 6, .signalling = signalling});
+    EXPECT_EQ(48000u, InfoOf(told.Decoder()).output.sampleFrequency);
+    EXPECT_EQ(0x100u + 1, InfoOf(told.Decoder()).input.streamSubtype);
+    EXPECT_EQ(expected, DecodeBehindHeaders(told, core, {.samplingIndex = 6}, 2 * 2048));
+  }
+  // Not signalled, but asked for.
+  UMC::AACDecoderParams params;
+  params.m_sbrDownSampled = 0;
+  params.m_output.sampleFrequency = 48000;
+  TestDecoder asked;
+  ASSERT_EQ(0, asked.Decoder().SetParams(&params));
+  EXPECT_EQ(expected, DecodeBehindHeaders(asked, core, {.samplingIndex = 6}, 2 * 2048));
+}
+
+TEST(AacConfiguration, KeepsTheFrequencyOfAnExtensionAtTheCoresOwn) {
+  const auto core = Blocks(4, Pair(6));
+  ToldDecoder told({.samplingIndex = 6, .signalling = ConfigOptions::kExplicit, .extensionIndex = 6});
+  DecodeBehindHeaders(told, core, {.samplingIndex = 6}, 2 * 1024);
+  EXPECT_EQ(24000u, InfoOf(told.Decoder()).output.sampleFrequency);
+}
+
+TEST(AacConfiguration, TellsTwoChannelsAheadOfTheFirstParametricStereo) {
+  GeneratorOptions generated;
+  generated.samplingIndex = 6;
+  generated.elements = {{E::kSce, 0}};
+  for (const auto signalling : {ConfigOptions::kExplicit, ConfigOptions::kBackwardCompatible}) {
+    const ConfigOptions options{
+        .samplingIndex = 6, .channelConfiguration = 1, .signalling = signalling, .ps = true};
+    ToldDecoder told(options);
+    EXPECT_EQ(1u, InfoOf(told.Decoder()).input.channels);
+    EXPECT_EQ(2u, InfoOf(told.Decoder()).output.channels);
+    EXPECT_EQ(3u, InfoOf(told.Decoder()).output.channelMask);
+    const Samples samples = DecodeBehindHeaders(told, Blocks(5, generated, 5),
+                                                {.samplingIndex = 6, .channelConfiguration = 1}, 2 * 2048);
+    EXPECT_NE(Samples(samples.size()), samples);
+    for (std::size_t i = 0; i < samples.size(); i += 2) ASSERT_EQ(samples[i], samples[i + 1]) << i;
+
+    ToldDecoder one(options, 1);
+    EXPECT_EQ(1u, InfoOf(one.Decoder()).output.channels);
+  }
+}
+
+// A program of `fronts` front elements: whether each is a pair, and its tag.
+ConfigOptions ProgramOf(std::vector<std::pair<bool, unsigned>> fronts) {
+  ConfigOptions options;
+  options.channelConfiguration = 0;
+  options.program = [fronts](BitWriter& bits) {
+    bits.Write(1, 2);
+    bits.Write(3, 4);
+    bits.Write(fronts.size(), 4);
+    bits.Write(0, 8 + 2 + 3 + 4 + 3);
+    for (const auto& [isPair, tag] : fronts) {
+      bits.Write(isPair ? 1 : 0, 1);
+      bits.Write(tag, 4);
+    }
+    bits.Align();
+    bits.Write(0, 8);  // comment
+  };
+  return options;
+}
+
+TEST(AacConfiguration, TellsTheProgram) {
+  // The stream's pairs come in the other order than the program's.
+  GeneratorOptions generated;
+  generated.elements = {{E::kCpe, 3}, {E::kCpe, 7}, {E::kSce, 0}};
+  const auto blocks = Blocks(6, generated);
+  const ConfigOptions options = ProgramOf({{false, 0}, {true, 7}, {true, 3}});
+  ToldDecoder told(options);
+  EXPECT_EQ(5u, InfoOf(told.Decoder()).input.channels);
+  const Samples expected = DecodeConfigured(blocks, options);
+  EXPECT_EQ(expected, DecodeBehindHeaders(told, blocks, {.channelConfiguration = 0}, 5 * 1024));
+  TestDecoder untold;
+  EXPECT_NE(expected, DecodeBehindHeaders(untold, blocks, {.channelConfiguration = 0}, 5 * 1024));
+}
+
+TEST(AacConfiguration, CountsForAProgramInABlock) {
+  GeneratorOptions generated;
+  generated.elements = {{E::kSce, 0}, {E::kSce, 1}};
+  generated.writeProgram = true;  // both in front: a centre and one of an unknown place
+  const auto blocks = Blocks(7, generated, 3);
+  const ConfigOptions options = ProgramOf({{false, 1}, {false, 0}});
+  ToldDecoder told(options);
+  const Samples ours = DecodeBehindHeaders(told, blocks, {.channelConfiguration = 0}, 2 * 1024);
+  TestDecoder untold;
+  const Samples theirs = DecodeBehindHeaders(untold, blocks, {.channelConfiguration = 0}, 2 * 1024);
+  ASSERT_EQ(theirs.size(), ours.size());
+  for (std::size_t i = 0; i < ours.size(); i += 2) {
+    ASSERT_EQ(theirs[i], ours[i + 1]);
+    ASSERT_EQ(theirs[i + 1], ours[i]);
+  }
+}
+
+TEST(AacConfiguration, RefusesWhatIsNotServedAndTellsOfIt) {
+  const std::pair<unsigned, std::uint32_t> types[] = {{8, 0},  {17, 0}, {19, 0},  {20, 0}, {21, 0}, {22, 64},
+                                                      {23, 0}, {34, 0}, {36, 32}, {39, 0}, {42, 0}};
+  const Bytes frame = WrapAdts({Blocks(8, Pair(), 1)[0]}, {});
+  for (const auto& [type, flags] : types) {
+    SCOPED_TRACE(type);
+    TestDecoder decoder;
+    EXPECT_EQ(-899, Tell(decoder.Decoder(), {.objectType = type}));
+    EXPECT_EQ(flags, InfoOf(decoder.Decoder()).input.streamSubtype);
+    EXPECT_EQ(2u, InfoOf(decoder.Decoder()).input.channels);
+    EXPECT_EQ(48000u, InfoOf(decoder.Decoder()).output.sampleFrequency);
+    EXPECT_EQ(-899, decoder.Decode(frame));
+    EXPECT_EQ(frame.size(), decoder.Left());
+  }
+  for (const unsigned channels : {8u, 13u, 14u}) {
+    TestDecoder decoder;
+    EXPECT_EQ(-899, Tell(decoder.Decoder(), {.channelConfiguration = channels}));
+    EXPECT_EQ(-899, decoder.Decode(frame));
+  }
+  TestDecoder decoder;
+  EXPECT_EQ(-899,
+            Tell(decoder.Decoder(), ProgramOf({{true, 0}, {true, 1}, {true, 2}, {true, 3}, {false, 0}})));
+}
+
+TEST(AacConfiguration, NeedsADecoder) {
+  UMC::AACDecoder decoder;
+  EXPECT_EQ(-998, decoder.SetConfiguration({}));
+}
+
+}  // namespace

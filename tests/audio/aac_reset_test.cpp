@@ -1,0 +1,100 @@
+// Reset: what the signal taught a decoder is gone, what its configuration says stays.
+#include <gtest/gtest.h>
+
+#include "aac_generator.h"
+#include "aac_streams.h"
+
+namespace {
+
+using E = GeneratedElement;
+
+std::vector<Bytes> Frames(const char* name) {
+  return SplitAdts(readFile(std::filesystem::path(VL_TEST_DATA) / name));
+}
+
+std::vector<Bytes> Generate(unsigned seed, const GeneratorOptions& options, int count,
+                            int channelConfiguration) {
+  AacGenerator generator(seed, options);
+  std::vector<Bytes> frames;
+  for (int i = 0; i < count; ++i) {
+    frames.push_back(WrapAdts({generator.NextBlock()}, {.samplingIndex = options.samplingIndex,
+                                                        .channelConfiguration = channelConfiguration}));
+  }
+  return frames;
+}
+
+GeneratorOptions Core(E::Kind kind) {
+  GeneratorOptions options;
+  options.samplingIndex = 6;
+  options.elements = {{kind, 0}};
+  return options;
+}
+
+// Decodes `frames` in a new decoder and in one that has decoded `before` and was reset.
+void ExpectAlikeAfterReset(const std::vector<Bytes>& before, const std::vector<Bytes>& frames) {
+  TestDecoder fresh(0, 0), used(0, 0);
+  for (const Bytes& frame : before) ASSERT_EQ(0, used.Decode(frame));
+  ASSERT_EQ(0, used.Decoder().Reset());
+  for (const Bytes& frame : frames) {
+    ASSERT_EQ(0, fresh.Decode(frame));
+    ASSERT_EQ(0, used.Decode(frame));
+    ASSERT_EQ(fresh.Last(), used.Last());
+  }
+  UMC::AudioCodecParams freshInfo, usedInfo;
+  ASSERT_EQ(0, fresh.Decoder().GetInfo(&freshInfo));
+  ASSERT_EQ(0, used.Decoder().GetInfo(&usedInfo));
+  EXPECT_EQ(freshInfo.m_output.sampleFrequency, usedInfo.m_output.sampleFrequency);
+  EXPECT_EQ(freshInfo.m_output.channels, usedInfo.m_output.channels);
+  EXPECT_EQ(freshInfo.m_input.streamSubtype, usedInfo.m_input.streamSubtype);
+}
+
+TEST(AacReset, ForgetsSpectralBandReplication) {
+  ExpectAlikeAfterReset(Frames("he_v1_stereo_48k.aac"), Generate(1, Core(E::kCpe), 5, 2));
+}
+
+TEST(AacReset, ForgetsParametricStereo) {
+  GeneratorOptions mono = Core(E::kSce);
+  mono.sbr.emplace();
+  ExpectAlikeAfterReset(Frames("he_v2_48k.aac"), Generate(2, mono, 5, 1));
+}
+
+TEST(AacReset, ForgetsTheProgramOfABlock) {
+  GeneratorOptions listed, other;
+  listed.elements = {{E::kSce, 0}, {E::kSce, 1}};
+  other.elements = {{E::kSce, 1}, {E::kSce, 0}};
+  listed.writeProgram = true;
+  ExpectAlikeAfterReset(Generate(4, listed, 3, 0), Generate(5, other, 3, 0));
+}
+
+TEST(AacReset, ForgetsHowManyChannelsThereWere) {
+  GeneratorOptions surround = Core(E::kSce);
+  surround.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
+  ExpectAlikeAfterReset(Generate(6, surround, 3, 6), Generate(7, Core(E::kSce), 3, 1));
+  ExpectAlikeAfterReset(Generate(7, Core(E::kSce), 3, 1), Generate(6, surround, 3, 6));
+}
+
+TEST(AacReset, UnsettlesTheDecoder) {
+  const auto frames = Generate(8, Core(E::kCpe), 2, 2);
+  TestDecoder decoder;
+  EXPECT_FALSE(decoder.Decoder().Settled());
+  ASSERT_EQ(0, decoder.Decode(frames[0]));
+  EXPECT_TRUE(decoder.Decoder().Settled());
+  ASSERT_EQ(0, decoder.Decoder().Reset());
+  EXPECT_FALSE(decoder.Decoder().Settled());
+  ASSERT_EQ(0, decoder.Decode(frames[1]));
+  EXPECT_TRUE(decoder.Decoder().Settled());
+}
+
+TEST(AacReset, LeavesThePatternOfHeaders) {
+  const auto frames = Generate(9, Core(E::kCpe), 3, 2);
+  GeneratorOptions otherRate = Core(E::kCpe);
+  otherRate.samplingIndex = 3;
+  TestDecoder decoder;
+  ASSERT_EQ(0, decoder.Decode(frames[0]));
+  ASSERT_EQ(0, decoder.Decode(frames[1]));
+  ASSERT_EQ(0, decoder.Decoder().Reset());
+  EXPECT_EQ(-996, decoder.Decode(Generate(10, otherRate, 1, 2)[0]));
+  EXPECT_EQ(0, decoder.Decode(frames[2]));
+}
+
+}  // namespace

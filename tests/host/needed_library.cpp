@@ -1,0 +1,4 @@
+// A library that another one needs.
+extern "C" __attribute__((visibility("default"))) int neededLibraryNumber() {
+  return LOADED_LIBRARY_NUMBER;
+}

@@ -1,0 +1,102 @@
+// Audio files whose access units are the packets of real ones, changed at will.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "loaded_plugin.h"
+#include "support/ffmpeg.h"
+#include "support/fragments.h"
+#include "support/temp_folder.h"
+
+// A coded stereo sound at 48 kHz.
+struct CodedSound {
+  std::uint32_t unitFrames;
+  Bytes sampleEntry;
+  std::vector<Bytes> units;
+};
+
+// The "esds" of a codec by its objectTypeIndication, with an AudioSpecificConfig of two bytes.
+inline Bytes elementaryStreamBox(std::uint8_t objectType = 0x40, std::uint16_t configuration = 0x1190) {
+  return fullBox("esds", 0, 0,
+                 {u8(3), u8(25), u16(0), u8(0), u8(4), u8(17), u8(objectType), u8(0x15), u24(0), u32(0),
+                  u32(0), u8(5), u8(2), u16(configuration), u8(6), u8(1), u8(2)});
+}
+
+// The packets that ffmpeg makes of a second of two sweeps, which tell every place from every other.
+inline std::vector<Bytes> codedSweeps(const std::vector<std::string>& codec) {
+  const TempFolder folder;
+  const std::string source = folder.file("source.mp4");
+  const std::string sweeps =
+      "aevalsrc=0.4*sin(200*t*t*6.28)+0.1*sin(5000*t)|0.4*cos(300*t*t*6.28):s=48000:d=1";
+  makeMedia(source, std::vector<std::string>{"-f", "lavfi", "-i", sweeps} + codec +
+                        std::vector<std::string>{"-movflags", "empty_moov+delay_moov"});
+  const std::vector<std::uint8_t> bytes = readFile(source);
+  std::vector<Bytes> packets;
+  for (const Packet& packet : ffprobePackets(source, "a:0", {"-ignore_editlist", "1"})) {
+    const auto at = bytes.begin() + packet.offset;
+    packets.emplace_back(at, at + packet.size);
+  }
+  return packets;
+}
+
+// Made once a test program.
+inline const CodedSound& aacSound() {
+  static const CodedSound sound = {1024, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox()),
+                                   codedSweeps({"-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"})};
+  return sound;
+}
+inline const CodedSound& ac3Sound() {
+  static const CodedSound sound = {1536, audioEntry("ac-3", 2, 16, 48000),
+                                   codedSweeps({"-c:a", "ac3", "-b:a", "192k"})};
+  return sound;
+}
+
+// The sound as the one run of its track, each unit as long as it decodes to.
+inline RunSpec runOf(const CodedSound& sound) {
+  RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
+  for (const Bytes& unit : sound.units) run.samples.push_back({unit, sound.unitFrames});
+  return run;
+}
+
+// A track of a file: its sample entry and its units.
+using SoundTrack = std::pair<Bytes, RunSpec>;
+
+// A file of such tracks, of one fragment.
+inline Bytes soundFile(const std::vector<SoundTrack>& tracks) {
+  std::vector<TrackSpec> specs;
+  std::vector<TrafSpec> trafs;
+  std::uint32_t trackId = 2;
+  for (const auto& [entry, run] : tracks) {
+    specs.push_back({trackId, "soun", 48000, entry, 1024});
+    TrafSpec traf;
+    traf.trackId = trackId++;
+    traf.runs = {run};
+    trafs.push_back(traf);
+  }
+  return join({fileTypeBox(), movieBox(specs), fragment(1, trafs)});
+}
+
+// A file of bytes, opened.
+struct BuiltFile {
+  TempFolder folder;
+  std::string path = folder.file("clip.m4a");
+  MediaFile file;
+
+  explicit BuiltFile(const Bytes& bytes) {
+    writeFile(path, bytes);
+    file = openFile(path);
+  }
+  explicit BuiltFile(const std::vector<SoundTrack>& tracks) : BuiltFile(soundFile(tracks)) {}
+  CAMediaFile& operator*() const { return *file; }
+};
+
+// A sound whose run `change` has changed.
+template <class Change>
+BuiltFile builtClip(const CodedSound& sound, Change change) {
+  RunSpec run = runOf(sound);
+  change(run);
+  return BuiltFile({SoundTrack{sound.sampleEntry, run}});
+}

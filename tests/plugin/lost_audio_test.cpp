@@ -1,0 +1,272 @@
+// Sound of which units are damaged, missing or not to be decoded at all: silence in their time, and the same
+// samples whatever the order of reading.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "built_clip.h"
+#include "loaded_plugin.h"
+#include "sound.h"
+#include "sound_clip.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+
+const CodedSound& soundOf(bool ac3) {
+  return ac3 ? ac3Sound() : aacSound();
+}
+
+Samples part(const Samples& samples, std::size_t from, std::size_t frames) {
+  return Samples(samples.begin() + static_cast<std::ptrdiff_t>(2 * from),
+                 samples.begin() + static_cast<std::ptrdiff_t>(2 * (from + frames)));
+}
+
+// The units lost among those that a read of the whole track comes to.
+std::uint32_t lostUnitsOf(CAMediaFile& file) {
+  Samples samples(std::size_t{lengthOf(file)} * 2);
+  DFRAME d{};
+  d.size = sizeof d;
+  d.data = reinterpret_cast<std::uint8_t*>(samples.data());
+  d.dataCapacity = static_cast<std::uint32_t>(samples.size() * 2);
+  d.lostUnits = 99;
+  EXPECT_EQ(file.Read(0, lengthOf(file), 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
+  return d.lostUnits;
+}
+
+LogLine lostLine(std::uint64_t position) {
+  return {VL_LOG_WARNING, "WARNING(vlx_fmp4): The audio cannot be decoded at sample " +
+                              std::to_string(position) + ", silence takes its place\n"};
+}
+
+// Reads of `count` frames, each by an object that has read nothing before, give what `whole` has there.
+void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
+                             const std::vector<std::uint32_t>& positions, std::uint32_t count) {
+  for (const std::uint32_t at : positions) {
+    const MediaFile file = openFile(path);
+    ASSERT_NE(file, nullptr);
+    const Sound sound = readSound(*file, at, count);
+    ASSERT_EQ(sound.status, VL_OK) << at;
+    ASSERT_EQ(sound.samples, part(whole, at, sound.samples.size() / 2)) << at;
+  }
+}
+
+// ---- Places -----------------------------------------------------------------------------------------
+
+TEST(LostAudio, ARequestWithoutABufferMovesNothing) {
+  const BuiltFile clip({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+  const Samples whole = readAll(*clip, lengthOf(*clip));
+  ASSERT_EQ(readSound(*clip, 30000, 1000).status, VL_OK);
+  DFRAME d{};
+  d.size = sizeof d;
+  ASSERT_EQ(clip.file->Read(4800, 10, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
+  const Sound next = readSound(*clip, 4810, 1000);
+  EXPECT_EQ(next.status, VL_OK);
+  EXPECT_EQ(next.samples, part(whole, 4810, 1000));
+}
+
+TEST(LostAudio, ARefusedRequestLeavesTheSoundAheadOfItReadable) {
+  const BuiltFile sound({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+  const Samples whole = readAll(*sound, 4096);
+  const BuiltFile clip = builtClip(aacSound(), [](RunSpec& run) { run.samples[5].duration = 0x1800000; });
+  EXPECT_EQ(readSound(*clip, 4096, 4096).status, 0xFFFFFFFEu);
+  const Sound ahead = readSound(*clip, 4096, 1024);
+  EXPECT_EQ(ahead.status, VL_OK);
+  EXPECT_EQ(ahead.samples, part(whole, 4096, 1024));
+}
+
+TEST(LostAudio, AnAnswerWithoutSoundDeliversNoBytes) {
+  const BuiltFile clip({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+  const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
+  DFRAME d{};
+  d.size = sizeof d;
+  d.bytes = 77;
+  EXPECT_EQ(silent->Read(0, 10, 1, QVR_MODE_AUDIO, &d, nullptr), 0xE8021001u);
+  EXPECT_EQ(d.bytes, 0u);
+  d.bytes = 77;
+  EXPECT_EQ(clip.file->Read(lengthOf(*clip) + 1, 10, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(d.bytes, 0u);
+}
+
+// ---- Lengths ----------------------------------------------------------------------------------------
+
+TEST(AudioLength, EachTrackHasItsOwnAndIsReadToItsEnd) {
+  RunSpec shorter = runOf(aacSound());
+  shorter.samples.resize(10);
+  const BuiltFile clip(
+      {SoundTrack{aacSound().sampleEntry, shorter}, SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+  ASSERT_NE(clip.file, nullptr);
+  const auto units = static_cast<std::uint32_t>(aacSound().units.size());
+  EXPECT_EQ(describe(*clip, 1).audio.stream.length, 10u * 1024);
+  EXPECT_EQ(describe(*clip, 4).audio.stream.length, units * 1024);
+  const Sound last = readSound(*clip, units * 1024 - 1000, 1000, 2, 4);
+  EXPECT_EQ(last.status, VL_OK);
+  EXPECT_EQ(last.samples.size(), 2000u);
+  EXPECT_EQ(readSound(*clip, 10 * 1024 + 1, 10, 2, 1).status, 0xFFFFFFFFu);
+}
+
+TEST(AudioLength, IsCountedInSamplesOfTheTracksOwnRate) {
+  const Bytes slower = audioEntry("mp4a", 2, 16, 32000, elementaryStreamBox(0x40, 0x1290));
+  RunSpec run = runOf(aacSound());
+  for (SampleSpec& unit : run.samples) unit.duration = 1536;  // 1024 samples in ticks of 1/48000 s
+  const BuiltFile clip({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}, SoundTrack{slower, run}});
+  const auto units = static_cast<std::uint32_t>(aacSound().units.size());
+  EXPECT_EQ(describe(*clip, 4).audio.wave.samplesPerSecond, 32000u);
+  EXPECT_EQ(describe(*clip, 1).audio.stream.length, units * 1024);
+  EXPECT_EQ(describe(*clip, 4).audio.stream.length, units * 1024);
+}
+
+// ---- Lost units -------------------------------------------------------------------------------------
+
+class LostUnit : public testing::TestWithParam<bool> {};
+INSTANTIATE_TEST_SUITE_P(AacAndAc3, LostUnit, testing::Bool(),
+                         [](const auto& codec) { return codec.param ? "Ac3" : "Aac"; });
+
+// However a unit is lost, it is silent, and what follows it sounds as if nothing had been before.
+TEST_P(LostUnit, IsSilentAndReadAlikeFromAnyPlace) {
+  const CodedSound& sound = soundOf(GetParam());
+  const std::uint32_t length = sound.unitFrames;
+  const std::vector<void (*)(SampleSpec&)> losses = {
+      [](SampleSpec& unit) { unit.data.clear(); }, [](SampleSpec& unit) { unit.data.resize(5); },
+      [](SampleSpec& unit) { unit.data.resize(unit.data.size() / 2); },
+      [](SampleSpec& unit) { unit.data.assign(30, 0); },
+      [](SampleSpec& unit) { std::fill(unit.data.begin(), unit.data.end(), std::uint8_t{0xFF}); }};
+  for (std::size_t i = 0; i < losses.size(); ++i) {
+    SCOPED_TRACE(i);
+    const BuiltFile clip = builtClip(sound, [&](RunSpec& run) { losses[i](run.samples[20]); });
+    const Samples whole = readAll(*clip, lengthOf(*clip));
+    ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
+    EXPECT_THAT(part(whole, 20 * length, length), Each(0));
+    EXPECT_EQ(lostUnitsOf(*clip), 1u);
+    std::vector<std::uint32_t> positions;
+    for (std::uint32_t unit = 18; unit < 24; ++unit) positions.push_back(unit * length);
+    expectFreshReadsToAgree(clip.path, whole, positions, length);
+  }
+}
+
+TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
+  const CodedSound& sound = soundOf(GetParam());
+  const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
+    for (std::size_t i = run.samples.size() - 3; i < run.samples.size(); ++i)
+      std::fill(run.samples[i].data.begin(), run.samples[i].data.end(), std::uint8_t{0xFF});
+    run.samples.back().duration = 5000;
+  });
+  const std::uint32_t total = lengthOf(*clip), lost = 5000 + 2 * sound.unitFrames;
+  const Samples whole = readAll(*clip, 4096);
+  ASSERT_EQ(whole.size(), std::size_t{total} * 2);
+  EXPECT_THAT(part(whole, total - lost, lost), Each(0));
+  EXPECT_THAT(part(whole, total - lost - 1000, 1000), Contains(testing::Ne(0)));
+  expectFreshReadsToAgree(clip.path, whole, {total - lost - 500, total - 6000, total - 4000, total - 1},
+                          7000);
+}
+
+// Seen by the host as one event, whatever the size of its requests.
+TEST_P(LostUnit, IsToldOnceWithThoseThatFollowIt) {
+  const CodedSound& sound = soundOf(GetParam());
+  const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
+    for (const std::size_t i : {5u, 6u, 7u, 12u}) run.samples[i].data.clear();
+  });
+  LogCapture log;
+  readAll(*clip, 500);
+  EXPECT_THAT(log.lines, ElementsAre(lostLine(5 * sound.unitFrames), lostLine(12 * sound.unitFrames)));
+  EXPECT_EQ(lostUnitsOf(*clip), 4u);
+}
+
+TEST_P(LostUnit, AtTheStartIsSilenceToo) {
+  const CodedSound& sound = soundOf(GetParam());
+  const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
+    for (std::size_t i = 0; i < 12; ++i) run.samples[i].data.assign(40, 0);
+  });
+  const Samples whole = readAll(*clip, 1000);
+  ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
+  EXPECT_THAT(part(whole, 0, 12 * sound.unitFrames), Each(0));
+  EXPECT_THAT(part(whole, 13 * sound.unitFrames, 1000), Contains(testing::Ne(0)));
+  expectFreshReadsToAgree(clip.path, whole, {0, 3000, 12 * sound.unitFrames, 13 * sound.unitFrames}, 2000);
+}
+
+TEST_P(LostUnit, WhoseBytesTheFileDoesNotHoldIsSilent) {
+  const CodedSound& sound = soundOf(GetParam());
+  Bytes bytes = soundFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
+  bytes.resize(bytes.size() - sound.units.back().size() - 100);
+  const BuiltFile clip(bytes);
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(lostUnitsOf(*clip), 2u);
+  const Samples whole = readAll(*clip, 4096);
+  ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
+  EXPECT_THAT(part(whole, lengthOf(*clip) - 2 * sound.unitFrames, 2 * sound.unitFrames), Each(0));
+}
+
+TEST_P(LostUnit, AllOfThemAreToldOnceAndTheTrackFails) {
+  const BuiltFile clip = builtClip(soundOf(GetParam()), [](RunSpec& run) {
+    for (SampleSpec& unit : run.samples) unit.data.assign(40, 0);
+  });
+  ASSERT_NE(clip.file, nullptr);
+  LogCapture log;
+  for (const std::uint32_t at : {0u, 5000u, lengthOf(*clip) - 1}) {
+    const Sound sound = readSound(*clip, at, 1);
+    EXPECT_EQ(sound.status, 0xFFFFFFFFu) << at;
+    EXPECT_TRUE(sound.samples.empty()) << at;
+  }
+  EXPECT_THAT(log.lines, ElementsAre(LogLine{
+                             VL_LOG_ERROR, "ERROR(vlx_fmp4): No unit of the audio track can be decoded\n"}));
+}
+
+// Bits flipped anywhere in the media data: what a read gives depends on the file alone.
+TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPlace) {
+  const CodedSound& sound = soundOf(GetParam());
+  const Bytes good = soundFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
+  std::size_t mediaBytes = 0;
+  for (const Bytes& unit : sound.units) mediaBytes += unit.size();
+  std::mt19937 random(GetParam() ? 3 : 4);
+  int filesWithLoss = 0;
+  for (int i = 0; i < 100; ++i) {
+    SCOPED_TRACE(i);
+    Bytes bytes = good;
+    for (auto flips = 1 + random() % 12; flips > 0; --flips)
+      bytes[bytes.size() - 1 - random() % mediaBytes] ^= static_cast<std::uint8_t>(1u << random() % 8);
+    const BuiltFile clip(bytes);
+    ASSERT_NE(clip.file, nullptr);
+    filesWithLoss += lostUnitsOf(*clip) > 0;
+    const std::uint32_t total = lengthOf(*clip);
+    const Samples whole = readAll(*clip, total);
+    ASSERT_EQ(whole.size(), std::size_t{total} * 2);
+    ASSERT_EQ(readAll(*clip, 777), whole);
+    for (int reads = 0; reads < 8; ++reads) {
+      const auto at = static_cast<std::uint32_t>(random() % (total - 3000));
+      ASSERT_EQ(readSound(*clip, at, 3000).samples, part(whole, at, 3000)) << at;
+    }
+    expectFreshReadsToAgree(clip.path, whole, {static_cast<std::uint32_t>(random() % (total - 5000))}, 5000);
+    if (HasFatalFailure()) return;
+  }
+  EXPECT_GT(filesWithLoss, 50);
+}
+
+// ---- Codecs that are not decoded ----------------------------------------------------------------------
+
+TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsToldAtOpeningAndFails) {
+  const BuiltFile clip(
+      {SoundTrack{audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x6B)), runOf(aacSound())}});
+  LogCapture log;
+  const MediaFile file = openFile(clip.path);
+  ASSERT_NE(file, nullptr);
+  EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_WARNING,
+                                          "WARNING(vlx_fmp4): The audio is MPEG-1 audio, object type 0x6B, "
+                                          "which is not supported\n"}));
+  log.lines.clear();
+  EXPECT_EQ(readSound(*file, 0, 1000).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readSound(*file, 5000, 1000).status, 0xFFFFFFFFu);
+  EXPECT_THAT(log.lines, testing::IsEmpty());
+}
+
+TEST(UndecodedAudio, Mp3OfFfmpegFails) {
+  const Clip clip(toneInput(1), std::vector<std::string>{"-c:a", "libmp3lame"} + kFragments);
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(readSound(*clip, 0, 1000).status, 0xFFFFFFFFu);
+}
+
+}  // namespace

@@ -1,0 +1,151 @@
+// AAC tracks whose configuration says what the headers ahead of their samples cannot.
+#include <gtest/gtest.h>
+
+#include "audio/aac_configurations.h"
+#include "audio/aac_generator.h"
+#include "audio/streams.h"
+#include "loaded_plugin.h"
+#include "sound_clip.h"
+#include "support/fragments.h"
+#include "support/log_capture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using E = GeneratedElement;
+
+// A descriptor of ISO/IEC 14496-1.
+Bytes descriptor(std::uint8_t tag, const Bytes& content) {
+  return join({u8(tag), u8(content.size()), content});
+}
+
+Bytes esds(const Bytes& configuration) {
+  const Bytes decoder = join({u8(0x40), u8(0x15), u24(6144), u32(0), u32(0), descriptor(5, configuration)});
+  return fullBox("esds", 0, 0,
+                 {descriptor(3, join({u16(1), u8(0), descriptor(4, decoder), descriptor(6, u8(2))}))});
+}
+
+struct Track {
+  Bytes configuration;
+  std::uint16_t channels = 2;  // of the sample entry, as is the rate
+  std::uint32_t rate = 48000;
+  std::uint32_t unitFrames = 1024;  // at that rate
+};
+
+// Access units in fragments of ten.
+void writeTrack(const std::string& path, const Track& track, const std::vector<GeneratedBlock>& blocks) {
+  TrackSpec spec{.handler = "soun", .timescale = track.rate, .duration = track.unitFrames};
+  spec.sampleEntry = audioEntry("mp4a", track.channels, 16, track.rate, esds(track.configuration));
+  Bytes file = join({fileTypeBox(), movieBox({spec})});
+  for (std::size_t at = 0; at < blocks.size(); at += 10) {
+    RunSpec run;
+    for (std::size_t i = at; i < std::min(at + 10, blocks.size()); ++i)
+      run.samples.push_back({.data = blocks[i].bytes});
+    TrafSpec traf{.runs = {run}, .decodeTime = at * track.unitFrames};
+    file = join({file, fragment(static_cast<std::uint32_t>(at / 10 + 1), {traf})});
+  }
+  writeFile(path, file);
+}
+
+std::vector<GeneratedBlock> blocksOf(unsigned seed, const GeneratorOptions& options, int count) {
+  AacGenerator generator(seed, options);
+  std::vector<GeneratedBlock> blocks;
+  for (int i = 0; i < count; ++i) blocks.push_back(generator.NextBlock());
+  return blocks;
+}
+
+GeneratorOptions pairOf(int samplingIndex = 3, int frameLength = 1024) {
+  GeneratorOptions options;
+  options.samplingIndex = samplingIndex;
+  options.frameLength = frameLength;
+  options.elements = {{E::kCpe, 0}};
+  options.midSide = options.tns = true;
+  return options;
+}
+
+TEST(ReadConfiguredAudio, FramesOf960SamplesAreThoseThatFfmpegDecodes) {
+  const TempFolder folder;
+  const auto blocks = blocksOf(1, pairOf(3, 960), 60);
+  writeTrack(folder.file("a.mp4"),
+             {.configuration = configurationOf({.frameLength = 960}), .unitFrames = 960}, blocks);
+  Bytes loas;
+  for (const auto& block : blocks) loas = join({loas, WrapLoas(block.bytes, 3, 960, 2)});
+  writeFile(folder.file("a.loas"), loas);
+  const Samples ours = readInEveryWay(folder.file("a.mp4"), 2);
+  EXPECT_EQ(60u * 960 * 2, ours.size());
+  EXPECT_LE(LargestDifference(ours, FfmpegDecode(folder.file("a.loas"))), 1);
+}
+
+TEST(ReadConfiguredAudio, AFrequencyThatIsWrittenOutIsHeard) {
+  const TempFolder folder;
+  const auto blocks = blocksOf(2, pairOf(4), 60);
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.frequency = 44100}), .rate = 44100},
+             blocks);
+  Bytes adts;
+  for (const auto& block : blocks) adts = join({adts, WrapAdts({block}, {.samplingIndex = 4})});
+  writeFile(folder.file("a.aac"), adts);
+  EXPECT_LE(LargestDifference(readInEveryWay(folder.file("a.mp4"), 2), FfmpegDecode(folder.file("a.aac"))),
+            1);
+}
+
+// Ahead of the first payload of spectral band replication, or without any.
+TEST(ReadConfiguredAudio, ATrackAnnouncedAtTheDoubledRateKeepsItsTimeLine) {
+  const TempFolder folder;
+  const auto blocks = blocksOf(3, pairOf(6), 60);
+  const Bytes announced[] = {
+      configurationOf({.samplingIndex = 6, .signalling = ConfigOptions::kExplicit}),
+      configurationOf({.samplingIndex = 6, .signalling = ConfigOptions::kBackwardCompatible}),
+      configurationOf({.samplingIndex = 6})};
+  std::vector<Samples> readings;
+  for (const Bytes& configuration : announced) {
+    writeTrack(folder.file("a.mp4"), {.configuration = configuration, .unitFrames = 2048}, blocks);
+    readings.push_back(readInEveryWay(folder.file("a.mp4"), 2));
+    ASSERT_EQ(60u * 2048 * 2, readings.back().size());
+    EXPECT_EQ(readings.front(), readings.back());
+  }
+  writeTrack(folder.file("a.mp4"), {.configuration = announced[0], .unitFrames = 2048}, blocks);
+  EXPECT_LT(RootMeanSquare(readings[0], FfmpegDecode(folder.file("a.mp4"), {"-c:a", "aac"})), 1.0);
+}
+
+TEST(ReadConfiguredAudio, WhatIsNotSupportedIsSaidAndNotDecoded) {
+  const TempFolder folder;
+  const auto blocks = blocksOf(4, pairOf(), 20);
+  const std::pair<ConfigOptions, std::string> cases[] = {
+      {{.objectType = 17}, "Audio object type 17 is not supported"},
+      {{.objectType = 42}, "Audio object type 42 is not supported"},
+      {{.channelConfiguration = 13}, "Audio channel configuration 13 is not supported"}};
+  for (const auto& [options, text] : cases) {
+    writeTrack(folder.file("a.mp4"), {.configuration = configurationOf(options)}, blocks);
+    LogCapture log;
+    const MediaFile file = openFile(folder.file("a.mp4"));
+    ASSERT_NE(file, nullptr);
+    const LogLine line{VL_LOG_WARNING, "WARNING(vlx_Fmp4): " + text + "\n"};
+    EXPECT_EQ(1, std::count(log.lines.begin(), log.lines.end(), line)) << text;
+    const Sound sound = readSound(*file, 0, 4096);
+    EXPECT_EQ(Samples(sound.samples.size()), sound.samples);
+  }
+}
+
+// One configuration for what changes: the units count.
+TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPlace) {
+  const TempFolder folder;
+  GeneratorOptions mono = pairOf(), surround = pairOf();
+  mono.elements = {{E::kSce, 0}};
+  surround.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
+  auto blocks = blocksOf(5, mono, 20);
+  const auto more = blocksOf(6, surround, 20);
+  std::size_t longOnes = 0;
+  for (const auto& block : more) longOnes += block.bytes.size() > 2 * 768 ? 1 : 0;
+  ASSERT_GE(longOnes, 5u);
+  blocks.insert(blocks.end(), more.begin(), more.end());
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.channelConfiguration = 1})}, blocks);
+  const Samples ours = readInEveryWay(folder.file("a.mp4"), 2);
+  ASSERT_EQ(40u * 1024 * 2, ours.size());
+
+  // The second part is what a track of nothing else gives, but for the overlap into its first unit.
+  writeTrack(folder.file("b.mp4"), {.configuration = configurationOf({.channelConfiguration = 6})}, more);
+  const Samples alone = readInEveryWay(folder.file("b.mp4"), 2);
+  EXPECT_EQ(alone, Samples(ours.end() - static_cast<std::ptrdiff_t>(alone.size()), ours.end()));
+}
+
+}  // namespace
