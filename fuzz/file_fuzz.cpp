@@ -9,6 +9,7 @@
 
 #include "fmp4_object.h"
 #include "support/temp_folder.h"
+#include "vlhost.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "audio_decode.h"
 #include "bit_window.h"
-#include "vlutil.h"
+#include "vlhost.h"
 
 // Takes the bytes as the format and a list of operations, two bytes each, a sample's bytes behind its own.
 // prepare(sample) may change a sample before it is decoded.

@@ -18,8 +18,14 @@ bool WriteBigEndian(Mp4Output& out, std::uint64_t value) {
 }  // namespace
 
 bool Mp4FileOutput::write(const void* bytes, std::uint32_t count) {
-  std::uint32_t done = 0;
-  return vlOSWriteFile(handle_, bytes, count, &done) && done == count;
+  const auto* source = static_cast<const std::uint8_t*>(bytes);
+  while (count != 0 && !failed_) {
+    std::uint32_t done = 0;
+    failed_ = !vlOSWriteFile(handle_, source, count, &done) || done == 0;
+    source += done;  // the host may have taken less than it was given
+    count -= done;
+  }
+  return !failed_;
 }
 
 std::uint64_t Mp4FileOutput::tell() {
@@ -27,8 +33,9 @@ std::uint64_t Mp4FileOutput::tell() {
 }
 
 bool Mp4FileOutput::seek(std::uint64_t offset) {
-  return offset <= std::numeric_limits<std::int64_t>::max() &&
-         vlOSSeek(handle_, static_cast<std::int64_t>(offset), VL_SEEK_BEGIN) >= 0;
+  failed_ = failed_ || offset > std::numeric_limits<std::int64_t>::max() ||
+            vlOSSeek(handle_, static_cast<std::int64_t>(offset), VL_SEEK_BEGIN) < 0;
+  return !failed_;
 }
 
 bool Mp4MemoryOutput::write(const void* source, std::uint32_t count) try {

@@ -17,16 +17,19 @@ class Mp4Output {
   virtual bool seek(std::uint64_t offset) = 0;
 };
 
-// Straight to a host file: one host write a primitive.
+// Straight to a host file: one host write a primitive. Box writers do not look at each of their writes: a
+// failure is kept, and nothing is written after it.
 class Mp4FileOutput : public Mp4Output {
  public:
   explicit Mp4FileOutput(VLHANDLE handle) : handle_(handle) {}
+  bool failed() const { return failed_; }
   bool write(const void* bytes, std::uint32_t count) override;
   std::uint64_t tell() override;
   bool seek(std::uint64_t offset) override;
 
  private:
   VLHANDLE handle_;
+  bool failed_ = false;
 };
 
 // Into memory, so that a whole fragment can leave in one host write. Offset 0 is the first byte of `bytes`.

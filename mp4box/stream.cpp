@@ -41,11 +41,13 @@ std::int64_t Mp4Stream::write(const void* buffer, std::int64_t count) {
   while (total < count) {
     const auto wanted = static_cast<std::uint32_t>(std::min(count - total, kMostAtOnce));
     std::uint32_t done = 0;
-    if (!vlOSWriteFile(handle, static_cast<const std::uint8_t*>(buffer) + total, wanted, &done)) {
+    const bool written =
+        vlOSWriteFile(handle, static_cast<const std::uint8_t*>(buffer) + total, wanted, &done);
+    if (!written || done == 0) {
       ErrOut("fmp4 file_write failure, error: %lu\n", static_cast<unsigned long>(vlOSGetLastError()));
       return -1;
     }
-    total += wanted;
+    total += done;  // the host may have taken less than it was given
   }
   return total;
 }

@@ -6,6 +6,7 @@
 #include "guard.h"
 #include "messages.h"
 #include "recording.h"
+#include "recording_paths.h"
 #include "setup.h"
 
 namespace {
@@ -17,18 +18,10 @@ constexpr std::uint32_t kMostFramesPerFragment = 1u << 20;
 
 constexpr mp4::TrackSet kSoundAlone = {.audio = true};
 
-// The audio playlist stands beside that of the video: the name's end tells them apart.
-std::string playlistPath(const std::string& mediaPath) {
-  char path[VL_MAX_PATH], drive[VL_MAX_PATH], folder[VL_MAX_PATH], name[VL_MAX_PATH];
-  vlOSSplitPath(mediaPath.c_str(), drive, folder, name, nullptr);
-  vlOSMakePath(path, sizeof path, drive, folder, (std::string(name) + "A").c_str(), ".m3u8");
-  return path;
-}
-
 }  // namespace
 
 bool AudioRecording::Create(const std::string& path) {
-  return file_.Create(path, playlistPath(path));
+  return file_.Create(path, AudioPlaylistPath(path));
 }
 
 bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
@@ -56,7 +49,6 @@ bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& ge
 
   file_.ListIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
                 file_.initialisationLength(), DateTimeNow()});
-  manifest_ = manifest;
   if (manifest) {
     file_.ListIn(*manifest, manifest->BeginAudio({kAudioObjectType,
                                                   sound.byteRate,
@@ -74,9 +66,16 @@ std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
     return VL_FAILED;
   }
   run_.append({}, frame);
-  if (run_.count() < framesPerFragment_) return VL_OK;
-  if (!cutFragment(framesPerFragment_, framesPerFragment_ * kAacFrameSamples)) return VL_FAILED;
-  if (file_.segmentFull() && !finishSegment()) return VL_FAILED;
+  // The frame has been taken: what memory is short for is done with a later one, or at the end.
+  return guarded(VL_OK, [this] { return cutWhatIsReady(); });
+}
+
+std::uint32_t AudioRecording::cutWhatIsReady() {
+  if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
+  while (run_.count() >= framesPerFragment_) {
+    if (!cutFragment(framesPerFragment_, framesPerFragment_ * kAacFrameSamples)) return VL_FAILED;
+    if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
+  }
   return VL_OK;
 }
 
@@ -92,20 +91,17 @@ bool AudioRecording::cutFragment(std::uint32_t frames, std::uint32_t duration) {
   return true;
 }
 
-bool AudioRecording::finishSegment() {
-  if (!file_.FinishSegment(position_)) return false;
-  if (manifest_ && savesManifest_) manifest_->Save();
-  return true;
+// What waits for a fragment to be full.
+bool AudioRecording::cutLast() {
+  if (cutWhatIsReady() != VL_OK) return false;
+  return run_.count() == 0 || cutFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
 }
 
 bool AudioRecording::Finish() {
   bool whole = !file_.failed();
   // Memory that runs out here must not keep the segment from being finished.
-  if (whole && run_.count() != 0) {
-    whole =
-        guarded(false, [this] { return cutFragment(run_.count(), run_.count() * sound_.samplesPerFrame); });
-  }
-  if (file_.segmentOpen()) whole = finishSegment() && whole;
+  if (whole && started_) whole = guarded(false, [this] { return cutLast(); });
+  if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.FinishSegment(position_); }) && whole;
   file_.Close();
   return whole;
 }

@@ -16,12 +16,10 @@ class AudioRecording {
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }
-  // Writes the initialisation part and begins playlist and manifest (null: none). `rate` and `geometry` say
-  // how long a fragment is. False when the file cannot be written.
+  // Writes the initialisation part and begins playlist and part of the manifest (null: none), which its owner
+  // saves. `rate` and `geometry` say how long a fragment is. False when the file cannot be written.
   bool Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
              MpdWriter* manifest);
-  // From here on the manifest still gets the segments, but somebody else saves it.
-  void LeaveSavingToOthers() { savesManifest_ = false; }
 
   // Takes one coded frame. Returns a status.
   std::uint32_t Write(std::span<const std::uint8_t> frame);
@@ -30,7 +28,8 @@ class AudioRecording {
 
  private:
   bool cutFragment(std::uint32_t frames, std::uint32_t duration);
-  bool finishSegment();
+  std::uint32_t cutWhatIsReady();
+  bool cutLast();
 
   RecordedFile file_;
   bool started_ = false;
@@ -38,6 +37,4 @@ class AudioRecording {
   std::uint32_t framesPerFragment_ = 0;  // coded frames
   SampleRun run_;
   std::uint64_t position_ = 0;  // samples written
-  MpdWriter* manifest_ = nullptr;
-  bool savesManifest_ = true;
 };

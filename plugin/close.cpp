@@ -27,6 +27,7 @@ std::uint32_t CMFFmp4::Close() {
   m_audioMask = 0;
   m_videoChannels = 0;
   m_nominalRate = kDefaultFrameRate;
+  m_keyFrameInterval = kDefaultKeyFrameInterval;
   resetDescription();
   return whole ? VL_OK : VL_FAILED;
 }
@@ -34,10 +35,7 @@ std::uint32_t CMFFmp4::Close() {
 // The sound first, whose last segment the manifest is still to list when the video saves it.
 bool CMFFmp4::finishRecording() {
   bool whole = true;
-  if (m_companion) {
-    if (m_companion->m_audioRecording) m_companion->m_audioRecording->LeaveSavingToOthers();
-    whole = m_companion->Close() == VL_OK;
-  }
+  if (m_companion) whole = m_companion->Close() == VL_OK;
   if (m_videoRecording) whole = m_videoRecording->Finish() && whole;
   if (m_audioRecording) whole = m_audioRecording->Finish() && whole;
   return whole;

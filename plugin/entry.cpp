@@ -2,9 +2,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 #include "fmp4_object.h"
+#include "guard.h"
 #include "probe.h"
 #include "status.h"
 
@@ -70,7 +70,7 @@ std::int64_t objectResult(CMFFmp4* object) {
 CMFFmp4* createObject(const void* argument) {
   std::uint32_t fileType = 0;
   std::memcpy(&fileType, argument, sizeof fileType);
-  return new (std::nothrow) CMFFmp4(fileType);
+  return guarded<CMFFmp4*>(nullptr, [fileType] { return new CMFFmp4(fileType); });
 }
 
 std::int64_t openObject(CMFFmp4* object, void* argument) {

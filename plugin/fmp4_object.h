@@ -26,6 +26,9 @@ inline constexpr std::uint32_t kFileTypeCode = 147;
 // Frames a second until a source or the host says otherwise, and where there is sound alone.
 inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
 
+// Frames from one key frame to the next until the host says otherwise.
+inline constexpr std::uint32_t kDefaultKeyFrameInterval = 1;
+
 // Audio tracks that one object reads.
 inline constexpr std::size_t kAudioTrackSlots = 64;
 
@@ -122,12 +125,14 @@ class CMFFmp4 : public CAMediaFile {
   // set_file_info.cpp
   template <class Wanted>
   QVRSTREAM* findHolder(Wanted wanted) const;
+  std::uint32_t takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
+                                 const QVRAUDIO* audio, const QVRINFO* info);
   void takeInformation(const QVRINFO& info);
   const char* videoRefusal() const;
-  const char* audioRefusal() const;
+  static const char* audioRefusal(const QVRAUDIO& audio);
   std::uint32_t takeVideo();
   void takeVideoSizes();
-  std::uint32_t takeAudio(std::uint32_t channelMask);
+  void takeAudio(std::uint32_t channelMask);
   void addAudioHolder(std::uint32_t pair);
   void describeToCompanion();
 
@@ -138,6 +143,7 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t startAudioRecording();
   VideoSettings videoSettings() const;
   SoundSettings soundSettings() const;
+  bool isCodedWithFirstPair(std::uint32_t channelMask) const;
 
   // close.cpp
   bool finishRecording();
@@ -147,7 +153,7 @@ class CMFFmp4 : public CAMediaFile {
   // Nominal frame rate of the source, as its tracks give it; the description's rate is snapped from it.
   FrameRate m_nominalRate = kDefaultFrameRate;
   // Codec option 8: frames from one key frame to the next when writing.
-  std::uint32_t m_keyFrameInterval = 1;
+  std::uint32_t m_keyFrameInterval = kDefaultKeyFrameInterval;
 
   std::unique_ptr<Mp4Stream> m_stream;
   Mp4BoxPtr m_root;

@@ -1,17 +1,11 @@
 // Opening for writing: the media file, and the manifest that will list it.
-#include <cstring>
-
 #include "fmp4_object.h"
+#include "former_recording.h"
 #include "messages.h"
+#include "recording_paths.h"
 #include "status.h"
 
 namespace {
-
-std::string withExtension(const std::string& name, const char* extension) {
-  char path[VL_MAX_PATH];
-  path[name.copy(path, sizeof path - 1)] = '\0';
-  return ChangeFileExtension(path, sizeof path, extension) == VL_OK ? path : std::string();
-}
 
 std::uint32_t refuse(const char* text) {
   messages::reportWarning(text);
@@ -26,19 +20,23 @@ std::uint32_t CMFFmp4::openWrite() {
   const auto contains = [&](const char* part) { return name.find(part) != std::string::npos; };
   if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
     m_audioRecording = std::make_unique<AudioRecording>();
+    const std::string formerList = PlaylistOfFormerSound(name);
     if (!m_audioRecording->Create(name)) return refuse(messages::kCannotCreateAudio);
+    RemoveFormerFile(formerList);
     m_handle = m_audioRecording->file().handle();
     return VL_OK;
   }
-  const std::string path = contains(".mp4") ? withExtension(name, ".m4v") : name;
-  const std::string manifest = withExtension(name, contains(".ism") ? ".xml" : ".mpd");
+  const std::string path = contains(".mp4") ? WithExtension(name, ".m4v") : name;
+  const std::string manifest = WithExtension(name, contains(".ism") ? ".xml" : ".mpd");
   m_videoRecording = std::make_unique<VideoRecording>();
   // Media under the manifest's or the playlist's own name would be replaced by it.
-  const bool nameTaken = path == manifest || path == withExtension(path, ".m3u8");
+  const bool nameTaken = path == manifest || path == WithExtension(path, ".m3u8");
+  // What lists the former media names bytes that are gone, and its sound would be taken for the new one's.
+  const std::vector<std::string> former = FilesOfFormerRecording(path, manifest);
   if (nameTaken || !m_videoRecording->Create(path)) return refuse(messages::kCannotCreateVideo);
   m_handle = m_videoRecording->file().handle();
   m_videoPath = path;
-  RemoveFormerList(manifest);
+  for (const std::string& file : former) RemoveFormerFile(file);
   m_manifest = std::make_unique<MpdWriter>(manifest);
   return VL_OK;
 }

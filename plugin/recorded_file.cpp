@@ -1,11 +1,9 @@
 #include "recorded_file.h"
 
-#include <filesystem>
 #include <limits>
 
 #include "qvr.h"
 #include "setup.h"
-#include "vlpath.h"
 #include "write.h"
 
 namespace {
@@ -44,13 +42,6 @@ std::size_t headRoom(const mp4::MovieFragment& fragment, std::uint32_t reference
 
 }  // namespace
 
-void RemoveFormerList(const std::string& path) {
-  std::error_code ignored;
-  const std::filesystem::path file = vlPath(path);
-  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))
-    std::filesystem::remove(file, ignored);
-}
-
 bool RecordedFile::Create(const std::string& path, const std::string& playlistPath) {
   const VLHANDLE file = vlOSCreateFile(path.c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE, VL_SHARE_READ_WRITE,
                                        nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
@@ -58,12 +49,13 @@ bool RecordedFile::Create(const std::string& path, const std::string& playlistPa
   stream_.handle = file;
   path_ = path;
   playlistPath_ = playlistPath;
-  RemoveFormerList(playlistPath);
+  if (!disk_.open(path)) return false;
   mp4::FileTypeBox fileType = Mp4SetUpFileType();
   clearHead(headRoom({}, 0));
   Mp4WriteFileType(head_, fileType);
+  if (!write(0, head_.bytes)) return false;
   end_ = head_.bytes.size();
-  return write(0, head_.bytes);
+  return true;
 }
 
 std::string RecordedFile::name() const {
@@ -100,6 +92,8 @@ void RecordedFile::clearHead(std::size_t room) {
 
 // Leaves room for the index; its content follows once the segment is complete.
 void RecordedFile::beginSegment() {
+  // A segment that is begun can be listed.
+  if (manifest_) manifest_->ReserveSegment(list_);
   index_ = {};
   index_.referenceId = settings_.trackNumber;
   index_.timescale = settings_.timescale;
@@ -144,21 +138,32 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
 }
 
 bool RecordedFile::FinishSegment(std::uint64_t endPosition) {
-  references_ = 0;
   clearHead(headRoom({}, settings_.fragmentsPerSegment));
   Mp4WriteSegmentIndex(head_, index_);
-  if (!write(segmentStart_, head_.bytes)) return false;
-  if (!vlOSFlushFile(stream_.handle)) {
-    failed_ = true;
+  if (!write(segmentStart_, head_.bytes) || !syncToDisk()) {
+    references_ = 0;
     return false;
   }
   playlist_.AddSegment(endPosition, segmentStart_, end_);
   if (manifest_) manifest_->AddSegment(list_, segmentStart_, end_, indexEnd_);
+  references_ = 0;
+  return true;
+}
+
+// The one wait that each segment of a file needs: a list must not reach the disk ahead of what it names. The
+// file's name changes no more once it is there.
+bool RecordedFile::syncToDisk() {
+  if (!disk_.sync()) {
+    failed_ = true;
+    return false;
+  }
+  if (!named_) named_ = os::syncName(path_);
   return true;
 }
 
 void RecordedFile::Close() {
   playlist_.End();
+  disk_.close();
   stream_.close();
 }
 
@@ -166,5 +171,6 @@ bool RecordedFile::write(std::uint64_t offset, std::span<const std::uint8_t> byt
   const auto count = static_cast<std::int64_t>(bytes.size());
   if (stream_.seek(offset) && stream_.write(bytes.data(), count) == count) return true;
   failed_ = true;
+  disk_.cut(end_);
   return false;
 }

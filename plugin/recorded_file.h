@@ -8,6 +8,7 @@
 #include <string>
 
 #include "boxes/sidx.h"
+#include "disk_file.h"
 #include "fragment.h"
 #include "mpd_writer.h"
 #include "output.h"
@@ -31,16 +32,12 @@ struct SegmentSettings {
   std::uint32_t fragmentsPerSegment = 0;    // and references that an index has room for
 };
 
-// Removes a list that speaks of media that are being replaced. What is a link or a folder stays.
-void RemoveFormerList(const std::string& path);
-
 class RecordedFile {
  public:
   // The bytes of a fragment, of which a reference can say the size.
   static constexpr std::uint32_t kMaxFragmentBytes = 0x7FFFFFFF;
 
-  // Creates the file, replacing what is there, and writes the file type box. False when that fails. The
-  // playlist of what was there goes with it.
+  // Creates the file, replacing what is there, and writes the file type box. False when that fails.
   bool Create(const std::string& path, const std::string& playlistPath);
   VLHANDLE handle() const { return stream_.handle; }
   const std::string& path() const { return path_; }
@@ -56,19 +53,21 @@ class RecordedFile {
   void ListIn(MpdWriter& manifest, MpdWriter::List list);
 
   // Writes a fragment, ahead of it the room for an index where a segment begins. Sequence number and data
-  // offsets are filled in. A write that fails is reported; nothing is written any more from then on.
+  // offsets are filled in. A write that fails is reported, and what it left is taken off the file; no
+  // fragment follows it. Where memory runs out (std::bad_alloc), nothing has changed.
   bool AddFragment(mp4::MovieFragment& fragment, const TrackBytes& bytes, const FragmentReference& reference);
   bool failed() const { return failed_; }
-  // Nothing is written from here on.
+  // No fragment is written from here on.
   void giveUp() { failed_ = true; }
 
   bool segmentOpen() const { return references_ != 0; }
   // Intended: with no room for references a segment is never full.
-  bool segmentFull() const { return references_ == settings_.fragmentsPerSegment; }
+  bool segmentFull() const { return segmentOpen() && references_ == settings_.fragmentsPerSegment; }
   // Whether the next fragment completes its segment.
   bool oneFragmentShort() const { return references_ + 1 == settings_.fragmentsPerSegment; }
   // Completes the open segment's index, waits for the disk and lists the segment, which reaches up to
-  // `endPosition` in frames or samples. False, nothing listed, when that fails.
+  // `endPosition` in frames or samples. False, nothing listed, when that fails. Where memory runs out
+  // (std::bad_alloc), the segment stays open, to be finished later.
   bool FinishSegment(std::uint64_t endPosition);
 
   // Ends the playlist and closes the file.
@@ -78,17 +77,20 @@ class RecordedFile {
   void clearHead(std::size_t room);
   void beginSegment();
   bool write(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+  bool syncToDisk();
 
   Mp4Stream stream_;
+  os::DiskFile disk_;
   std::string path_;
   std::string playlistPath_;
   SegmentSettings settings_;
   std::uint64_t initialisationLength_ = 0;
   bool failed_ = false;
+  bool named_ = false;  // the disk has the file's name
 
   Mp4MemoryOutput head_;  // what goes ahead of a fragment's bytes
   std::uint32_t sequenceNumber_ = 0;
-  std::uint64_t end_ = 0;  // behind the last fragment that is whole
+  std::uint64_t end_ = 0;  // after the last fragment that is complete
 
   mp4::SegmentIndexBox index_;  // of the open segment
   std::uint32_t references_ = 0;
@@ -98,5 +100,5 @@ class RecordedFile {
 
   PlaylistWriter playlist_;
   MpdWriter* manifest_ = nullptr;
-  MpdWriter::List list_ = nullptr;
+  MpdWriter::List list_ = MpdWriter::List::Video;
 };

@@ -8,6 +8,7 @@
 #include "guard.h"
 #include "messages.h"
 #include "qvrutil.h"
+#include "recording_paths.h"
 #include "status.h"
 
 namespace {
@@ -34,7 +35,14 @@ std::uint32_t refuse(const char* text) {
 
 std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                                    const QVRAUDIO* audio, const QVRINFO* info) {
-  CAMediaFile::SetFileInfo(channelMask, system, video, audio, info);
+  return guarded(VL_FAILED, [&] { return takeDescriptions(channelMask, system, video, audio, info); });
+}
+
+std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system,
+                                        const QVRVIDEO* video, const QVRAUDIO* audio, const QVRINFO* info) {
+  // Sound that cannot be recorded leaves what was described before as it is.
+  const char* const noSound = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
+  CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
   if (system) {
@@ -42,11 +50,12 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
     result = VL_OK;
   }
   if (video) {
-    result = guarded(VL_FAILED, [this] { return takeVideo(); });
+    result = takeVideo();
     if (result != VL_OK) return result;
   }
-  if (!audio) return result;
-  return guarded(VL_FAILED, [&] { return takeAudio(channelMask); });
+  if (noSound) return refuse(noSound);
+  if (audio) takeAudio(channelMask);
+  return audio ? VL_OK : result;
 }
 
 // The first stream holder that `wanted(holder)` is true for; null when there is none.
@@ -81,11 +90,11 @@ const char* CMFFmp4::videoRefusal() const {
   return AvcRecordOf(m_video) ? nullptr : messages::kConfigurationTooShort;
 }
 
-// Why the sound as described cannot be recorded, or null.
-const char* CMFFmp4::audioRefusal() const {
-  const std::uint32_t sampleRate = m_audio.wave.samplesPerSecond;
+// Why sound that is described so cannot be recorded, or null.
+const char* CMFFmp4::audioRefusal(const QVRAUDIO& audio) {
+  const std::uint32_t sampleRate = audio.wave.samplesPerSecond;
   if (sampleRate == 0 || sampleRate > kMostSampleRate) return messages::kSampleRateNotRecordable;
-  return AudioConfigOf(m_audio) ? nullptr : messages::kConfigurationTooShort;
+  return AudioConfigOf(audio) ? nullptr : messages::kConfigurationTooShort;
 }
 
 std::uint32_t CMFFmp4::takeVideo() {
@@ -119,8 +128,7 @@ void CMFFmp4::takeVideoSizes() {
                            : bitmap.sizeImage;
 }
 
-std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
-  if (const char* const refusal = m_fCreateFile() ? audioRefusal() : nullptr) return refuse(refusal);
+void CMFFmp4::takeAudio(std::uint32_t channelMask) {
   std::uint32_t wanted = channelMask & ~m_audioMask & kPairedChannels;
   while (wanted != 0) {
     const std::uint32_t pair = findChannel(wanted) / 2;
@@ -129,7 +137,6 @@ std::uint32_t CMFFmp4::takeAudio(std::uint32_t channelMask) {
     addAudioHolder(pair);
   }
   if (m_videoPath.find(".m4v") != std::string::npos) describeToCompanion();
-  return VL_OK;
 }
 
 void CMFFmp4::addAudioHolder(std::uint32_t pair) {
@@ -160,11 +167,8 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
 // does where the two would be one file, and where frames have been written without sound already.
 void CMFFmp4::describeToCompanion() {
   if (!m_companion && !m_videoRecording->started()) {
-    char path[VL_MAX_PATH];
-    path[m_videoPath.copy(path, sizeof path - 1)] = '\0';
-    if (ChangeFileExtension(path, sizeof path, ".m4a") == VL_OK && path != m_videoPath) {
-      m_companion = openAudioFile(path);
-    }
+    const std::string path = WithExtension(m_videoPath, ".m4a");
+    if (!path.empty() && path != m_videoPath) m_companion = openAudioFile(path);
   }
   if (m_companion) m_companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
 }

@@ -10,6 +10,7 @@
 #include "guard.h"
 #include "messages.h"
 #include "recording.h"
+#include "recording_paths.h"
 #include "setup.h"
 
 namespace {
@@ -48,13 +49,6 @@ bool reserveMore(std::vector<std::uint8_t>& bytes, std::size_t count) try {
   return false;
 }
 
-// Empty when the longer extension does not fit.
-std::string playlistPath(const std::string& mediaPath) {
-  char path[VL_MAX_PATH];
-  path[mediaPath.copy(path, sizeof path - 1)] = '\0';
-  return ChangeFileExtension(path, sizeof path, ".m3u8") == VL_OK ? path : "";
-}
-
 std::uint32_t absolute(std::int32_t value) {
   return value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
 }
@@ -62,7 +56,7 @@ std::uint32_t absolute(std::int32_t value) {
 }  // namespace
 
 bool VideoRecording::Create(const std::string& path) {
-  return file_.Create(path, playlistPath(path));
+  return file_.Create(path, WithExtension(path, ".m3u8"));
 }
 
 bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
@@ -193,9 +187,17 @@ std::uint32_t VideoRecording::soundDue(std::uint32_t moreFrames) const {
   return all > soundFramesWritten_ ? saturate<std::uint32_t>(all - soundFramesWritten_) : 0;
 }
 
-// Cuts every fragment whose frames are there, and whose sound is there or has been waited for long enough.
+// Cuts every fragment that is complete. The samples have been taken by now: what memory is short for is done
+// with a later one, or at the end.
 std::uint32_t VideoRecording::cutWhatIsReady() {
+  return guarded(VL_OK, [this] { return cutAllThatAre(); });
+}
+
+// A fragment is complete once its frames are there, and its sound is there or has been waited for long
+// enough.
+std::uint32_t VideoRecording::cutAllThatAre() {
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
+  if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
   while (video_.count() >= frames) {
     std::uint32_t sound = 0;
     if (hasSound()) {
@@ -264,11 +266,24 @@ std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp
 
 bool VideoRecording::finishSegment(std::uint64_t endFrame) {
   if (!file_.FinishSegment(endFrame)) return false;
-  if (manifest_) {
-    manifest_->SetDuration(endFrame);
-    manifest_->Save();
-  }
+  // The name of the manifest must last from the first time on; a later one that does not leaves, after a
+  // power cut, the manifest before it, whose segments are all there.
+  saveManifest(endFrame, manifestSaved_ ? os::Durability::EitherContent : os::Durability::NewContent);
   return true;
+}
+
+// Saves the manifest for all its media files: once a segment of the video, after the wait for the disk that
+// each file makes for itself. Segments of separate audio are in it from the next time on.
+//
+// So a segment of a recording with separate audio costs three waits: two for the media, which have to be
+// there before the list, and one for the bytes of the list, which have to be there before its name.
+void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durability) {
+  if (!manifest_) return;
+  manifestSaved_ = guarded(manifestSaved_, [&] {
+    manifest_->SetDuration(frames);
+    manifest_->Save(durability);
+    return true;
+  });
 }
 
 bool VideoRecording::Finish() {
@@ -277,18 +292,16 @@ bool VideoRecording::Finish() {
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
   // Memory that runs out here must not keep the segment from being finished.
   const auto cut = [this](std::uint32_t count, std::uint32_t soundFrames) {
-    return guarded(false, [&] { return cutFragment(count, soundFrames); });
+    return guarded(false, [&] {
+      return (!file_.segmentFull() || finishSegment(framesWritten_)) && cutFragment(count, soundFrames);
+    });
   };
   while (whole && video_.count() > frames) {
     whole = cut(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
-    if (whole && file_.segmentFull()) whole = finishSegment(framesWritten_);
   }
   if (whole && (video_.count() != 0 || sound_.count() != 0)) whole = cut(video_.count(), sound_.count());
-  if (file_.segmentOpen()) whole = finishSegment(framesWritten_) && whole;
-  if (manifest_ && started_) {
-    manifest_->SetDuration(framesWritten_);
-    manifest_->Save();
-  }
+  if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
+  if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
   file_.Close();
   return whole;
 }

@@ -42,15 +42,18 @@ class VideoRecording {
 
   std::uint32_t soundDue(std::uint32_t moreFrames) const;
   std::uint32_t cutWhatIsReady();
+  std::uint32_t cutAllThatAre();
   bool cutFragment(std::uint32_t frames, std::uint32_t soundFrames);
   std::span<const std::uint8_t> takeCc608(std::uint32_t frames, mp4::TrackFragment& track);
   bool finishSegment(std::uint64_t endFrame);
+  void saveManifest(std::uint64_t frames, os::Durability durability);
 
   RecordedFile file_;
   bool started_ = false;
   VideoSettings settings_;
   mp4::TrackSet tracks_;
   MpdWriter* manifest_ = nullptr;
+  bool manifestSaved_ = false;
 
   SampleRun video_;
   SampleRun sound_;

@@ -50,8 +50,16 @@ std::uint32_t CMFFmp4::writeVideo(std::uint32_t frame, std::uint32_t channelMask
   return result;
 }
 
+// Whether the channels are of a pair after the first that the access units of the first hold as well: a host
+// may hand the same one over for each pair.
+bool CMFFmp4::isCodedWithFirstPair(std::uint32_t channelMask) const {
+  const std::uint32_t first = findChannel(m_audioMask) / 2 * 2, channel = findChannel(channelMask);
+  return (channelMask & m_audioMask) != 0 && channel >= first + 2 && channel - first < m_audio.wave.channels;
+}
+
 // A file has one sound track; it takes the first of the channel pairs.
 std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descriptor) {
+  if (m_audioMask != 0 && isCodedWithFirstPair(channelMask)) return VL_OK;
   const bool recorded = m_audioMask != 0 && findChannel(channelMask) / 2 == findChannel(m_audioMask) / 2;
   if (!recorded) return refuseChannel(messages::kNoChannel);
   if (!holdsItsBytes(descriptor)) return VL_FAILED;
@@ -71,8 +79,13 @@ std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descr
 std::uint32_t CMFFmp4::startVideoRecording() {
   RecordedFile& file = m_videoRecording->file();
   if (m_videoRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
-  // What was refused when it was described is not recorded either.
-  if (videoRefusal() || (m_audioMask != 0 && audioRefusal())) return VL_FAILED;
+  // What was refused when it was described is not recorded either, nor what a codec option has made of it.
+  const char* refusal = videoRefusal();
+  if (!refusal && m_audioMask != 0) refusal = audioRefusal(m_audio);
+  if (refusal) {
+    messages::reportError(refusal);
+    return VL_FAILED;
+  }
   const VideoSettings settings = videoSettings();
   if (m_companion) {
     m_companion->m_ownersGeometry = settings.geometry;
@@ -86,7 +99,10 @@ std::uint32_t CMFFmp4::startVideoRecording() {
 std::uint32_t CMFFmp4::startAudioRecording() {
   RecordedFile& file = m_audioRecording->file();
   if (m_audioRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
-  if (audioRefusal()) return VL_FAILED;
+  if (const char* const refusal = audioRefusal(m_audio)) {
+    messages::reportError(refusal);
+    return VL_FAILED;
+  }
   const SegmentGeometry geometry = m_ownersGeometry.value_or(GeometryOfInterval(m_keyFrameInterval));
   return started(file, [&] {
     return m_audioRecording->Start(soundSettings(), geometry, m_nominalRate, m_ownersManifest);

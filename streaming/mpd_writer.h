@@ -2,13 +2,14 @@
 // up to date while the recording grows.
 #pragma once
 
-#include <tinyxml2.h>
-
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "frame_rate.h"
+#include "replace_file.h"
 
 // "PT1H2M3.45S" of so many frames.
 std::string DurationText(std::uint64_t frames, const FrameRate& rate);
@@ -43,10 +44,14 @@ struct MpdAudio {
   MpdSegments segments;        // the timescale is the sample rate
 };
 
+// The manifest is kept as its text, in pieces: a segment costs its line, and saving the bytes that there are.
+//
+// Where memory runs out (std::bad_alloc), nothing has changed. A list that was not begun to its end takes no
+// segments; a manifest that was not takes nothing at all, and is not saved.
 class MpdWriter {
  public:
-  // A segment list of the manifest, which owns it.
-  using List = tinyxml2::XMLElement*;
+  // The segment list of a media file.
+  enum class List { Video, Audio };
 
   // Nothing is written before Save().
   explicit MpdWriter(std::string path) : path_(std::move(path)) {}
@@ -55,23 +60,30 @@ class MpdWriter {
   List BeginVideo(const MpdVideo& video, bool separateAudio);
   // The audio file's part, after BeginVideo() with a place for it.
   List BeginAudio(const MpdAudio& audio);
-  // Adds the segment [start, end) of the list's media file, whose index ends ahead of `indexEnd`.
+
+  // Makes room for one more segment in `list`, so that adding it cannot fail.
+  void ReserveSegment(List list);
+  // Adds the segment [start, end) of the list's media file, whose index ends before `indexEnd`.
   void AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd);
 
   // So long is what has been written.
   void SetDuration(std::uint64_t frames);
   // The manifest as it stands.
   std::string Text() const;
-  // Puts the manifest in its place on the disk in one step. A failure is nobody's affair: the one saved
-  // before then stays.
-  void Save() const;
+  // Replaces the file of the manifest in one step. Errors are ignored by design: the file saved before stays.
+  void Save(os::Durability durability) const;
 
  private:
-  List beginSegmentList(tinyxml2::XMLElement* representation, const MpdSegments& segments);
+  // Where the text goes on from one piece to the next: at the value of the duration, and at each list.
+  enum Piece : std::size_t { Start, Duration, Video, VideoSegments, Audio, AudioSegments, End, Count };
+  using Pieces = std::array<std::string_view, Count>;
+
+  std::string* segmentsOf(List list);
+  Pieces pieces() const;
 
   std::string path_;
-  tinyxml2::XMLDocument document_;
-  tinyxml2::XMLElement* mpd_ = nullptr;
-  tinyxml2::XMLElement* audioSet_ = nullptr;
   FrameRate rate_;
+  bool hasVideo_ = false;
+  bool hasAudio_ = false;
+  std::array<std::string, Count> text_;
 };

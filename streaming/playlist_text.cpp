@@ -11,6 +11,10 @@ std::uint32_t PlaylistTargetDuration(std::uint64_t segmentLength, double rate) {
   return static_cast<std::uint32_t>(std::min(static_cast<double>(segmentLength) / rate + 0.5, kMost));
 }
 
+std::string PlaylistMapLine(const std::string& mediaName) {
+  return "#EXT-X-MAP:URI=\"" + UriOfName(mediaName) + "\"";
+}
+
 std::string PlaylistHeader(const PlaylistSettings& settings) {
   return "#EXTM3U\n"
          "#EXT-X-VERSION:7\n"
@@ -18,9 +22,9 @@ std::string PlaylistHeader(const PlaylistSettings& settings) {
          std::to_string(PlaylistTargetDuration(settings.segmentLength, settings.rate)) +
          "\n"
          "#EXT-X-MEDIA-SEQUENCE:0\n"
-         "#EXT-X-INDEPENDENT-SEGMENTS\n"
-         "#EXT-X-MAP:URI=\"" +
-         UriOfName(settings.mediaName) + "\",BYTERANGE=\"" + std::to_string(settings.initialisationLength) +
+         "#EXT-X-INDEPENDENT-SEGMENTS\n" +
+         PlaylistMapLine(settings.mediaName) + ",BYTERANGE=\"" +
+         std::to_string(settings.initialisationLength) +
          "@0\"\n"
          "#EXT-X-PROGRAM-DATE-TIME:" +
          settings.startTime + "\n";

@@ -7,9 +7,9 @@
 namespace {
 
 // A text file of the C library: its lines end as the system's texts do.
-std::FILE* create(const std::string& path) {
+std::FILE* create(const std::filesystem::path& path) {
 #if defined(_WIN32)
-  return _wfopen(vlPath(path).c_str(), L"w");
+  return _wfopen(path.c_str(), L"w");
 #else
   return std::fopen(path.c_str(), "w");
 #endif
@@ -18,12 +18,12 @@ std::FILE* create(const std::string& path) {
 }  // namespace
 
 void PlaylistWriter::Start(const std::string& path, const PlaylistSettings& settings) {
-  path_ = path;
+  path_ = vlPath(path);
   settings_ = settings;
   lastEnd_ = 0;
   writtenBytes_ = 0;
   const std::string header = PlaylistHeader(settings);
-  file_.reset(create(path));
+  file_.reset(create(path_));
   append(header);
 }
 
@@ -40,8 +40,7 @@ void PlaylistWriter::End() {
 void PlaylistWriter::append(const std::string& lines) {
   if (!file_) return;
   if (std::fputs(lines.c_str(), file_.get()) < 0 || std::fflush(file_.get()) != 0) return takeBack();
-  std::error_code unknown;
-  writtenBytes_ = std::filesystem::file_size(vlPath(path_), unknown);
+  writtenBytes_ = static_cast<std::uintmax_t>(std::ftell(file_.get()));
 }
 
 // Players read the file while it grows: an entry that did not get through whole is taken back, and without
@@ -50,7 +49,7 @@ void PlaylistWriter::takeBack() {
   file_.reset();
   std::error_code ignored;
   if (writtenBytes_ == 0)
-    std::filesystem::remove(vlPath(path_), ignored);
+    std::filesystem::remove(path_, ignored);
   else
-    std::filesystem::resize_file(vlPath(path_), writtenBytes_, ignored);
+    std::filesystem::resize_file(path_, writtenBytes_, ignored);
 }

@@ -3,13 +3,15 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "playlist_text.h"
 
 // Closed when the object goes; without End() it then lacks its end marker, as does one whose recording was
-// cut off. A file that cannot be created or written is left alone from there on: no call fails.
+// cut off. A file that cannot be created or written is left alone from there on: no call fails. Where memory
+// runs out (std::bad_alloc), nothing has changed.
 class PlaylistWriter {
  public:
   // Creates the file `path` and writes the header.
@@ -26,9 +28,9 @@ class PlaylistWriter {
   void append(const std::string& lines);
   void takeBack();
 
-  std::string path_;
+  std::filesystem::path path_;
   PlaylistSettings settings_;
   std::unique_ptr<std::FILE, Close> file_;
-  std::uintmax_t writtenBytes_ = 0;  // of whole entries
+  std::uintmax_t writtenBytes_ = 0;  // of complete entries
   std::uint64_t lastEnd_ = 0;        // position at which the last segment ended
 };

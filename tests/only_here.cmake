@@ -8,7 +8,7 @@ set(VL_LINUX_TESTS
   tool/posix/full_output_test.cpp
   tool/posix/live_input_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
-  host/posix/replace_file_test.cpp
+  os/posix/replace_file_test.cpp
   # The store's place follows the XDG base directory specification.
   host/posix/config_test.cpp
   # Library names and their translation, and the files of libraries.
@@ -21,9 +21,11 @@ set(VL_LINUX_TESTS
   corrupt_test
   plugin_memory_test
   recovery_day_test
+  recovery_memory_test
   recovery/../support/fault_host.cpp
   recovery/../support/no_disk_wait.cpp
   recovery/fault_test.cpp
+  recovery/short_write_test.cpp
   recovery/sync_order_test.cpp
   audio/ffmpeg_loader_test.cpp
   # The same, in processes that are made by copying, to be killed.
@@ -35,7 +37,7 @@ set(VL_WINDOWS_TESTS
   # Share modes, long and UTF-8 names, drive letters.
   host/win32/file_test.cpp
   # The replacement waits for a reader.
-  host/win32/replace_file_test.cpp
+  os/win32/replace_file_test.cpp
   # The store's place is the user's application data.
   host/win32/config_test.cpp
   # Library names and places.

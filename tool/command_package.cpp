@@ -15,6 +15,7 @@
 #include "packager.h"
 #include "plugin_host.h"
 #include "progress.h"
+#include "replace_file.h"
 #include "source_file.h"
 #include "standard_input.h"
 #include "vlpath.h"
@@ -61,8 +62,7 @@ void writeMasterPlaylist(const Packager& packager, const PackageOptions& options
   if (soundApart && packager.recordsSound()) master.audio = readPlaylist(outputsOf(output).back());
   const std::string text = masterPlaylistText(master);
   const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
-  if (!vlOSReplaceFile(path.c_str(), text.data(), text.size()))
-    throw ToolError("'" + path + "' could not be written; is the disk full?");
+  if (os::replaceFile(path, text)) throw ToolError("'" + path + "' could not be written; is the disk full?");
 }
 
 // Records what comes; whatever goes wrong on the way, what came before is a whole recording.

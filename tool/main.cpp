@@ -9,7 +9,7 @@
 
 #include "commands.h"
 #include "console.h"
-#include "vlutil.h"
+#include "vlhost.h"
 
 namespace {
 

@@ -1,12 +1,11 @@
 #include "repair.h"
 
-#include <filesystem>
-
 #include "commands.h"
+#include "disk_file.h"
 #include "file_in_use.h"
+#include "replace_file.h"
 #include "text.h"
 #include "verify.h"
-#include "vlpath.h"
 
 namespace {
 
@@ -45,24 +44,23 @@ std::size_t completeIndexes(Mp4Stream& out, const std::string& path, const Recor
 // The indexes reach the disk ahead of anything that relies on them.
 void repairMedia(const std::string& path, const RecordedMedia& media, std::vector<std::string>& done) {
   Mp4Stream out;
+  os::DiskFile disk;
   const VLHANDLE handle = out.open(path.c_str(), MP4_MODE_UPDATE);
-  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) cannotWrite(path);
+  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE || !disk.open(path)) cannotWrite(path);
   const std::size_t indexes = completeIndexes(out, path, media);
   if (indexes != 0) {
-    if (!vlOSFlushFile(handle)) cannotWrite(path);
+    if (!disk.sync()) cannotWrite(path);
     done.push_back(media.name() + ": " + std::to_string(indexes) + " segment index" +
                    (indexes == 1 ? "" : "es") + " completed");
   }
   if (media.size() == media.end()) return;
-  std::error_code error;
-  std::filesystem::resize_file(vlPath(path), media.end(), error);
-  if (error || !vlOSFlushFile(handle)) cannotWrite(path);
+  if (!disk.cut(media.end()) || !disk.sync()) cannotWrite(path);
   done.push_back(media.name() + ": " + std::to_string(media.size() - media.end()) +
                  " bytes behind the last whole fragment removed");
 }
 
 void writeList(const std::string& path, const std::string& text, std::vector<std::string>& done) {
-  if (!vlOSReplaceFile(path.c_str(), text.data(), text.size())) cannotWrite(path);
+  if (os::replaceFile(path, text)) cannotWrite(path);
   done.push_back(fileNameOf(path) + ": written anew");
 }
 

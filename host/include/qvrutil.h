@@ -13,9 +13,6 @@ extern "C" {
 // VL_FAILED for a null argument.
 VLHOST_API std::uint32_t qvrInfoSet(const void* owner, const QVRINFO* info);
 
-// Copies out the record kept for `owner`. Returns 0, or VL_FAILED when there is none.
-VLHOST_API std::uint32_t qvrInfoGet(const void* owner, QVRINFO* info);
-
 // Forgets the record of `owner`; forgetting none is no error. Returns 0.
 VLHOST_API std::uint32_t qvrInfoDelete(const void* owner);
 

@@ -52,10 +52,6 @@ inline constexpr std::uint32_t VL_LOG_ERROR = 0xC0000000u;
 inline constexpr std::uint32_t VL_LOG_WARNING = 0x80000000u;
 inline constexpr std::uint32_t VL_LOG_CAUTION = 0x40000000u;
 inline constexpr std::uint32_t VL_LOG_STATUS = 0;
-// Levels under which a sink sees the lines that carry none of their own.
-inline constexpr std::uint32_t VL_LOG_PLAIN = 1;   // ErrOut
-inline constexpr std::uint32_t VL_LOG_RESULT = 2;  // ErrMsgOut
-
 // vlCFGValueDword: the default store, and what to do with the value.
 inline constexpr std::int64_t VL_CFG_DEFAULT_ROOT = -1;
 inline constexpr std::uint32_t VL_CFG_READ = 0;
@@ -65,10 +61,6 @@ inline constexpr std::uint32_t VL_CFG_WRITE = 1;
 struct VLCRITICALSECTION {
   void* opaque = nullptr;
 };
-
-// Receives every line of the host's log. `text` is the formatted line as the caller wrote it, its line
-// ends included. Called on the thread that logs; must not log itself.
-using VLLOGSINK = void (*)(void* context, std::uint32_t level, const char* text);
 
 extern "C" {
 
@@ -109,14 +101,6 @@ VLHOST_API std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high);
 // Closes a file. Returns 1 on success, 0 for a handle that is not open, and when the system reports only now
 // that a write failed (the file is closed then too).
 VLHOST_API std::int32_t vlOSCloseFile(VLHANDLE file);
-
-// Waits until what was written has reached the disk. Returns 1 on success, else 0.
-VLHOST_API std::int32_t vlOSFlushFile(VLHANDLE file);
-
-// Makes the file `path` hold these `count` bytes and nothing else, whether it was there or not. Readers, and
-// a machine that loses power, find the old content or the new one; what was a link stays one. On Windows a
-// reader that holds the file is waited for, up to two seconds. Returns 1 on success, else 0: nothing changed.
-VLHOST_API std::int32_t vlOSReplaceFile(const char* path, const void* content, std::size_t count);
 
 // 1 when a file (not a folder) of this name exists, else 0.
 VLHOST_API std::int32_t vlOSFileExists(const char* path);
@@ -161,14 +145,11 @@ VLHOST_API void* vlOSGetProcAddress(void* library, const char* name);
 // Unloads a library. Returns 1 on success, else 0.
 VLHOST_API std::int32_t vlOSFreeLibrary(void* library);
 
-// ---- Locks (recursive). An initialised lock lives until vlOSDeleteCriticalSection. ------------------
+// ---- Locks (recursive). An initialised lock lives as long as the process. ----------------------------
 
 VLHOST_API void vlOSInitializeCriticalSection(VLCRITICALSECTION* section);
 VLHOST_API void vlOSEnterCriticalSection(VLCRITICALSECTION* section);
 VLHOST_API void vlOSLeaveCriticalSection(VLCRITICALSECTION* section);
-// Takes the lock if it is free. Returns 1 when taken, else 0.
-VLHOST_API std::int32_t vlOSTryEnterCriticalSection(VLCRITICALSECTION* section);
-VLHOST_API void vlOSDeleteCriticalSection(VLCRITICALSECTION* section);
 
 // ---- Time -------------------------------------------------------------------------------------------
 
@@ -199,11 +180,6 @@ VLHOST_API std::uint32_t vlCFGValueDword(std::int64_t root, const char* key, con
 VLHOST_API std::uint32_t vlCFGSave(std::int64_t root, std::uint32_t flags);
 
 // ---- Logging ----------------------------------------------------------------------------------------
-
-// Sends every later line to `sink` instead of standard error; null restores standard error. The sink
-// serves all threads; lines are handed over one at a time. Once this returns, the former sink is not called
-// any more.
-VLHOST_API void vlSetLogSink(VLLOGSINK sink, void* context);
 
 // A plain line.
 VLHOST_API void ErrOut(const char* format, ...) VLHOST_PRINTF(1, 2);

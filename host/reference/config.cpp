@@ -7,6 +7,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "replace_file.h"
 #include "system.h"
 #include "vlutil.h"
 
@@ -151,7 +152,10 @@ std::uint32_t save(const std::string& path) {
   const std::optional<std::string> store = readStore(path);
   if (!store || !vlhost::makeFolders(path)) return VL_FAILED;
   const std::string merged = merge(*store, values);
-  if (!vlOSReplaceFile(path.c_str(), merged.data(), merged.size())) return VL_FAILED;
+  if (const std::error_code error = os::replaceFile(path, merged)) {
+    vlhost::setLastError(static_cast<std::uint32_t>(error.value()));
+    return VL_FAILED;
+  }
   values.clear();
   return VL_OK;
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "qvrutil.h"
+#include "vlhost.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <new>
 #include <string>
 
-#include "vlutil.h"
+#include "vlhost.h"
 
 namespace {
 

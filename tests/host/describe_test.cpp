@@ -8,6 +8,7 @@
 
 #include "codecutil.h"
 #include "qvrutil.h"
+#include "vlhost.h"
 
 namespace {
 

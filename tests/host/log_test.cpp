@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "support/log_capture.h"
-#include "vlutil.h"
+#include "vlhost.h"
 
 namespace {
 

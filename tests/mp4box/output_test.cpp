@@ -197,4 +197,20 @@ TEST(FileOutput, FailsOnAHandleThatIsNotOpen) {
   EXPECT_FALSE(out.seek(0));
 }
 
+TEST(FileOutput, KeepsItsFailureAndWritesNothingAfterIt) {
+  const TempFolder folder;
+  const std::string path = folder.file("out");
+  const VLHANDLE handle = vlOSCreateFile(path.c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE,
+                                         VL_SHARE_READ_WRITE, nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
+  Mp4FileOutput out(handle);
+  EXPECT_TRUE(out.write("ab", 2));
+  EXPECT_FALSE(out.failed());
+  EXPECT_FALSE(out.seek(std::numeric_limits<std::uint64_t>::max()));
+  EXPECT_TRUE(out.failed());
+  EXPECT_FALSE(out.write("c", 1));
+  EXPECT_FALSE(out.seek(0));
+  EXPECT_EQ(vlOSCloseFile(handle), 1);
+  EXPECT_EQ(readFile(path), text("ab"));
+}
+
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "support/box_builder.h"
 #include "support/temp_folder.h"
+#include "vlhost.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "boxes/timed_text_entry.h"
 #include "boxes/visual_entry.h"
 #include "mp4box/tree_file.h"
+#include "vlhost.h"
 
 namespace {
 

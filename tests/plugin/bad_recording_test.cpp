@@ -285,6 +285,36 @@ TEST(BadRecording, WhatWasRefusedWhenDescribedIsNotRecorded) {
   EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 2u);
 }
 
+TEST(BadRecording, ASecondSoundDescriptionThatIsRefusedLeavesTheFirst) {
+  const TempFolder folder;
+  for (const char* name : {"out.mp4", "out.ismv"}) {
+    MediaFile file = startRecording(folder.file(name), withSound());
+    RecordingDescription refused = withSound();
+    refused.sampleRate = 96000;
+    LogCapture log;
+    EXPECT_EQ(describeSound(*file, refused), 0xFFFFFFFFu);
+    EXPECT_THAT(log.lines, ElementsAre(error("The audio sample rate cannot be recorded")));
+    log.lines.clear();
+    EXPECT_EQ(describe(*file, 0x30).audio.wave.samplesPerSecond, 48000u);
+    writeFrames(*file, 31);
+    writeSound(*file, 49);
+    EXPECT_EQ(closeFile(file), VL_OK);
+    EXPECT_THAT(log.lines, testing::IsEmpty());
+    const MediaFile read = openFile(folder.file(name == std::string("out.mp4") ? "out.mpd" : name));
+    EXPECT_EQ(describe(*read).audio.wave.samplesPerSecond, 48000u) << name;
+    EXPECT_EQ(describe(*read).audio.stream.length, 49u * 1024) << name;
+  }
+}
+
+TEST(BadRecording, AVideoDescriptionThatIsRefusedIsToldAtTheWriteAsWell) {
+  const TempFolder folder;
+  const MediaFile file = startRecording(folder.file("out.mp4"));
+  file->SetCodecOption(1, 0, 3, 0, nullptr);  // no width
+  LogCapture log;
+  EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_THAT(log.lines, ElementsAre(error("The picture size cannot be recorded")));
+}
+
 TEST(BadRecording, SoundDescribedBehindTheFirstFrameIsRefusedAndMakesNoFile) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));

@@ -4,9 +4,9 @@
 
 #include <filesystem>
 
-#include "qvrutil.h"
 #include "recording.h"
 #include "support/log_capture.h"
+#include "vlhost.h"
 
 namespace {
 

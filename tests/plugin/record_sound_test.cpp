@@ -127,20 +127,21 @@ TEST(SoundApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("timescale=\"44100\" duration=\"215040\""));
 }
 
-TEST(SoundApart, WholeSegmentsAreListedAtOnce) {
+TEST(SoundApart, WholeSegmentsAreListedAtOnceAndInTheManifestWithTheNextOfTheVideo) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withSound(), 2);
   writeFrames(*file, 1);
   // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 frames, 40 to a segment.
   writeSound(*file, 40);
+  EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:0.853,\n"));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "it is saved for all tracks at once";
+  writeFrames(*file, 19, 1);
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("<BaseURL>out.m4a</BaseURL>"));
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("mediaRange=\"661-"));
-  EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("mediaPresentationDuration=\"PT0S\""))
-      << "only the video sets the duration";
+  EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("mediaPresentationDuration=\"PT0H0M0.67S\""));
   const auto size = std::filesystem::file_size(folder.file("out.m4a"));
   EXPECT_EQ(closeFile(file), VL_OK);
   EXPECT_EQ(std::filesystem::file_size(folder.file("out.m4a")), size);
-  EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("mediaPresentationDuration=\"PT0H0M0.03S\""));
 }
 
 TEST(SoundApart, SoundAloneUsesTheUsualRateAndGeometry) {
@@ -242,6 +243,30 @@ std::vector<std::uint32_t> soundCounts(BoxFile& boxes) {
     }
   }
   return counts;
+}
+
+// A host may hand the same access unit over once for each pair of its channels.
+TEST(SoundApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
+  const TempFolder folder;
+  RecordingDescription d;
+  d.soundMask = 0x3F;
+  d.channels = 6;
+  MediaFile file = startRecording(folder.file("out.mp4"), d);
+  writeFrames(*file, 3);
+  for (std::uint32_t i = 0; i < 4; ++i) {
+    for (const std::uint32_t pair : {0x03u, 0x0Cu, 0x30u})
+      EXPECT_EQ(writeSample(*file, pair, QVR_MODE_AUDIO, frameBytes(i, 20), i), VL_OK) << pair;
+    EXPECT_EQ(writeSample(*file, 0xC0, QVR_MODE_AUDIO, frameBytes(i, 20), i), 0xFFFFFFFFu);
+  }
+  EXPECT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(BoxFile(folder.file("out.m4a")).get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 4u);
+
+  d.soundMask = 0x0F;
+  d.channels = 2;
+  file = startRecording(folder.file("two.mp4"), d);
+  writeFrames(*file, 1);
+  EXPECT_EQ(writeSample(*file, 0x0C, QVR_MODE_AUDIO, frameBytes(0, 20)), 0xFFFFFFFFu)
+      << "a second stereo stream has no track";
 }
 
 TEST(SoundInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {

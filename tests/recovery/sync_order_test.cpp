@@ -18,7 +18,7 @@ class Disk {
     if (call.kind == HostCallKind::Flush) {
       lasting_[fileNameOf(call.path)] = readFile(call.path);
     } else if (call.kind == HostCallKind::Replace) {
-      check(segmentsOfManifest({static_cast<const char*>(call.content), call.contentBytes}));
+      check(segmentsOfManifest(call.content));
     } else if (call.kind == HostCallKind::FlushStream) {
       for (const char* name : {"out.m3u8", "outA.m3u8"}) {
         if (std::filesystem::exists(folder_.file(name)))
@@ -55,8 +55,25 @@ TEST_P(SyncOrder, MediaReachTheDiskAheadOfTheListsThatNameThem) {
   MediaFile file = startKind(folder, kind);
   ASSERT_TRUE(writeAll(*file, kind, 4 * kSegmentFrames + 7));
   ASSERT_EQ(closeFile(file), VL_OK);
-  // Each of five segments is listed in a playlist and in the manifest; the last saving of the latter follows.
-  EXPECT_GE(disk.listings, kind.soundApart() ? 20 : 10);
+  // Each of five segments is listed in a playlist of its file; the manifest is saved after each of the video,
+  // and once more at the end.
+  EXPECT_GE(disk.listings, kind.soundApart() ? 16 : 11);
+}
+
+TEST_P(SyncOrder, ASegmentWaitsOnceForEachFileAndOnceForTheManifest) {
+  const Kind& kind = GetParam();
+  const TempFolder folder;
+  setFaults({});
+  MediaFile file = startKind(folder, kind);
+  ASSERT_TRUE(writeAll(*file, kind, 4 * kSegmentFrames + 1));
+  const std::uint64_t soundSegments =
+      kind.soundApart() ? soundOf(4 * kSegmentFrames + 1) / (kSoundFragmentFrames * 10) : 0;
+  EXPECT_EQ(diskWaits().data, 4 + soundSegments);
+  EXPECT_EQ(diskWaits().replacements, 4u);
+  EXPECT_EQ(diskWaits().names, kind.soundApart() ? 3u : 2u) << "of the media and the manifest, at the first";
+  ASSERT_EQ(closeFile(file), VL_OK);
+  EXPECT_EQ(diskWaits().data, 5 + soundSegments + (kind.soundApart() ? 1 : 0));
+  EXPECT_EQ(diskWaits().names, kind.soundApart() ? 4u : 3u);
 }
 
 TEST_P(SyncOrder, RepairedMediaReachTheDiskAheadOfTheLists) {

@@ -9,6 +9,7 @@
 #include "mpd_writer.h"
 #include "playlist_writer.h"
 #include "support/comma_locale.h"
+#include "support/controlled_new.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -174,18 +175,88 @@ TEST(MpdWriter, LeavesAPlaceForSoundThatDoesNotCome) {
   EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));
 }
 
+TEST(MpdWriter, WritesMarkupInNamesAsReferences) {
+  MpdVideo named = video();
+  named.segments.mediaName = "a<b>&\"c'.m4v";
+  named.startTime = "<&\"'>";
+  MpdWriter manifest("");
+  manifest.BeginVideo(named, false);
+  EXPECT_THAT(manifest.Text(), HasSubstr("<BaseURL>a&lt;b&gt;&amp;\"c'.m4v</BaseURL>"));
+  EXPECT_THAT(manifest.Text(), HasSubstr("publishTime=\"&lt;&amp;&quot;&apos;&gt;\""));
+}
+
+TEST(MpdWriter, RefusesWhatHasNotBeenBegun) {
+  MpdWriter manifest("");
+  manifest.SetDuration(30);
+  manifest.ReserveSegment(MpdWriter::List::Video);
+  manifest.AddSegment(MpdWriter::List::Video, 1, 2, 3);
+  manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
+  manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  EXPECT_EQ(manifest.Text(), "");
+  manifest.BeginVideo(video(), true);
+  const std::string begun = manifest.Text();
+  manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
+  EXPECT_EQ(manifest.Text(), begun);
+}
+
+// Memory that ends while it is begun leaves one that refuses everything, and one that can be begun again.
+TEST(MpdWriter, IsBegunWholeOrNotAtAll) {
+  MpdWriter whole("");
+  whole.BeginVideo(video(), true);
+  whole.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  unsigned failed = 0;
+  for (bool met = true; met; ++failed) {
+    MpdWriter manifest("");
+    std::string text;
+    {
+      const FailingNewAt failing(failed);
+      try {
+        manifest.BeginVideo(video(), true);
+        manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+      } catch (const std::bad_alloc&) {
+      }
+      met = failing.met();
+    }
+    if (!met) break;
+    manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
+    EXPECT_THAT(manifest.Text(), Not(HasSubstr("SegmentURL"))) << failed;
+    manifest.BeginVideo(video(), true);
+    manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+    EXPECT_EQ(manifest.Text(), whole.Text()) << failed;
+  }
+  EXPECT_GT(failed, 20u);
+}
+
+TEST(MpdWriter, ASegmentCostsItsLineAndSavingTheBytesThatThereAre) {
+  const TempFolder folder;
+  MpdWriter manifest(folder.file("out.mpd"));
+  const MpdWriter::List list = manifest.BeginVideo(video(), false);
+  const CountingNew counting;
+  constexpr std::uint64_t kSegments = 10000;
+  for (std::uint64_t i = 0; i < kSegments; ++i) {
+    manifest.AddSegment(list, 701 + i * 1000, 1701 + i * 1000, 853 + i * 1000);
+    manifest.SetDuration(i * 300);
+  }
+  EXPECT_LE(counting.allocations(), 20u) << "the text doubles its room now and then";
+  EXPECT_LE(counting.peakBytes(), kSegments * 300);
+  const std::size_t before = counting.allocations();
+  manifest.Save(os::Durability::EitherContent);
+  EXPECT_LE(counting.allocations() - before, 10u) << "the manifest is not printed, nor copied";
+  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
+}
+
 TEST(MpdWriter, SavesWhatIsThereAndNothingBefore) {
   const TempFolder folder;
   MpdWriter manifest(folder.file("out.mpd"));
   manifest.SetDuration(10);
-  manifest.Save();
+  manifest.Save(os::Durability::NewContent);
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "not begun";
   const MpdWriter::List list = manifest.BeginVideo(video(), false);
-  manifest.Save();
+  manifest.Save(os::Durability::NewContent);
   EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
   manifest.AddSegment(list, 701, 4305, 853);
   EXPECT_THAT(textOf(folder.file("out.mpd")), Not(HasSubstr("SegmentURL")));
-  manifest.Save();
+  manifest.Save(os::Durability::NewContent);
   EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
 }
 

@@ -18,12 +18,33 @@ std::size_t usableSize(void* memory) {
 }
 
 thread_local std::size_t failingBytes = 0;
+
+// The allocation that fails, and whether it has been met.
+struct Failing {
+  bool armed = false;
+  bool met = false;
+  std::size_t before = 0;  // allocations that still succeed
+  Failures failures = Failures::One;
+
+  bool meets() {
+    if (!armed || (met && failures == Failures::One)) return false;
+    if (before != 0) {
+      --before;
+      return false;
+    }
+    met = true;
+    return true;
+  }
+};
+thread_local Failing failingAt;
+
 std::atomic<std::int64_t> liveBytes = 0;
 std::atomic<std::int64_t> peakLiveBytes = 0;
 std::atomic<std::size_t> allocationCount = 0;
 
 void* allocate(std::size_t bytes) noexcept {
   if (bytes != 0 && bytes == failingBytes) return nullptr;
+  if (failingAt.meets()) return nullptr;
   void* memory = std::malloc(bytes ? bytes : 1);
   if (!memory) return nullptr;
   ++allocationCount;
@@ -55,6 +76,16 @@ FailingNew::FailingNew(std::size_t bytes) {
 }
 FailingNew::~FailingNew() {
   failingBytes = 0;
+}
+
+FailingNewAt::FailingNewAt(std::size_t before, Failures failures) {
+  failingAt = {true, false, before, failures};
+}
+FailingNewAt::~FailingNewAt() {
+  failingAt = {};
+}
+bool FailingNewAt::met() const {
+  return failingAt.met;
 }
 
 CountingNew::CountingNew() {

@@ -12,6 +12,21 @@ class FailingNew {
   FailingNew& operator=(const FailingNew&) = delete;
 };
 
+enum class Failures { One, AllFromThere };
+
+// While one is alive, an allocation of this thread fails, after `before` more have succeeded, and so do all
+// that follow it if those are to fail too. One at a time.
+class FailingNewAt {
+ public:
+  explicit FailingNewAt(std::size_t before, Failures failures = Failures::One);
+  ~FailingNewAt();
+  FailingNewAt(const FailingNewAt&) = delete;
+  FailingNewAt& operator=(const FailingNewAt&) = delete;
+
+  // Whether the allocation has been asked for.
+  bool met() const;
+};
+
 // Counts what all threads allocate from its beginning on. One at a time.
 class CountingNew {
  public:

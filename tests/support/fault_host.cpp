@@ -2,11 +2,15 @@
 
 #include <dlfcn.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 
 #include "vlutil.h"
@@ -19,6 +23,8 @@ struct State {
   std::uint64_t steps = 0;
   bool happened = false;
   HostCallKind kind = HostCallKind::Write;
+  DiskWaits waits;
+  std::uint32_t mostBytes = 0;
   std::function<void(const HostCall&)> observer;
   std::map<VLHANDLE, std::string> paths;
 };
@@ -48,7 +54,7 @@ Verdict judge(HostCallKind kind, std::uint64_t bytes) {
   s.steps += 1 + bytes;
   const FaultPlan& plan = s.plan;
   if (plan.fault == Fault::Kill && s.steps >= plan.at) return {true, plan.at - before - 1, true};
-  const bool writes = kind != HostCallKind::Flush;
+  const bool writes = kind != HostCallKind::Flush && kind != HostCallKind::Cut;
   const bool now = plan.fault != Fault::None && plan.fault != Fault::Kill && s.calls == plan.at;
   const bool still = plan.fault == Fault::DiskFull && s.calls > plan.at && writes;
   if (!now && !still) return {};
@@ -66,12 +72,34 @@ void tell(const HostCall& call) {
   if (state().observer) state().observer(call);
 }
 
+std::string pathOf(int descriptor) {
+  std::error_code unknown;
+  return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), unknown).string();
+}
+
+std::string contentOf(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// What a call answers that was judged before it was made: the verdict's failure, or what `work` answers,
+// which is 0 on success.
+template <class Work>
+int judged(HostCallKind kind, int error, Work work) {
+  const Verdict verdict = judge(kind, 0);
+  if (verdict.kills) dieNow();
+  if (!verdict.fails) return work();
+  errno = error;
+  return -1;
+}
+
 }  // namespace
 
 void setFaults(FaultPlan plan) {
   State& s = state();
   s.plan = plan;
   s.calls = s.steps = 0;
+  s.waits = {};
   s.happened = false;
 }
 std::uint64_t hostCalls() {
@@ -85,6 +113,12 @@ HostCallKind faultedKind() {
 }
 bool faultHappened() {
   return state().happened;
+}
+void limitHostWrites(std::uint32_t bytes) {
+  state().mostBytes = bytes;
+}
+DiskWaits diskWaits() {
+  return state().waits;
 }
 void observeHostCalls(std::function<void(const HostCall&)> observer) {
   state().observer = std::move(observer);
@@ -103,6 +137,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
   const Verdict verdict = judge(HostCallKind::Write, count);
   if (!verdict.fails) {
     const auto offset = static_cast<std::uint64_t>(vlOSTell(file));
+    if (state().mostBytes != 0) count = std::min(count, state().mostBytes);
     const std::int32_t result = write(file, buffer, count, done);
     if (result) tell({HostCallKind::Write, state().paths[file], offset, count});
     return result;
@@ -114,24 +149,30 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
   return 0;
 }
 
-std::int32_t vlOSFlushFile(VLHANDLE file) {
-  static const auto flush = next<decltype(vlOSFlushFile)>("vlOSFlushFile");
-  const Verdict verdict = judge(HostCallKind::Flush, 0);
-  if (verdict.kills) dieNow();
-  if (verdict.fails) return 0;
-  const std::int32_t result = flush(file);
-  if (result) tell({HostCallKind::Flush, state().paths[file]});
-  return result;
+extern "C" __attribute__((visibility("default"))) int fdatasync(int descriptor) {
+  ++state().waits.data;
+  return judged(HostCallKind::Flush, EIO, [descriptor] {
+    tell({HostCallKind::Flush, pathOf(descriptor)});
+    return 0;
+  });
 }
 
-std::int32_t vlOSReplaceFile(const char* path, const void* content, std::size_t count) {
-  static const auto replace = next<decltype(vlOSReplaceFile)>("vlOSReplaceFile");
-  const Verdict verdict = judge(HostCallKind::Replace, 0);
-  if (verdict.kills) dieNow();
-  if (verdict.fails) return 0;
-  const std::int32_t result = replace(path, content, count);
-  if (result) tell({HostCallKind::Replace, path, 0, 0, content, count});
-  return result;
+extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
+  struct stat status = {};
+  const bool isFolder = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+  ++(isFolder ? state().waits.names : state().waits.replacements);
+  return 0;
+}
+
+extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
+  static const auto move = next<int(const char*, const char*)>("rename");
+  return judged(HostCallKind::Replace, EIO, [from, to] {
+    HostCall call{HostCallKind::Replace, to};
+    call.content = contentOf(from);
+    const int result = move(from, to);
+    if (result == 0) tell(call);
+    return result;
+  });
 }
 
 // What waits in a stream whose flush fails gets through when it is closed, as it may on a real disk.
@@ -151,13 +192,18 @@ extern "C" __attribute__((visibility("default"))) int fflush(std::FILE* stream) 
 
 extern "C" __attribute__((visibility("default"))) int truncate(const char* path, off_t length) noexcept {
   static const auto cut = next<int(const char*, off_t)>("truncate");
-  const Verdict verdict = judge(HostCallKind::Cut, 0);
-  if (verdict.kills) dieNow();
-  if (verdict.fails) {
-    errno = EIO;
-    return -1;
-  }
-  const int result = cut(path, length);
-  if (result == 0) tell({HostCallKind::Cut, path, static_cast<std::uint64_t>(length)});
-  return result;
+  return judged(HostCallKind::Cut, EIO, [path, length] {
+    const int result = cut(path, length);
+    if (result == 0) tell({HostCallKind::Cut, path, static_cast<std::uint64_t>(length)});
+    return result;
+  });
+}
+
+extern "C" __attribute__((visibility("default"))) int ftruncate(int descriptor, off_t length) noexcept {
+  static const auto cut = next<int(int, off_t)>("ftruncate");
+  return judged(HostCallKind::Cut, EIO, [descriptor, length] {
+    const int result = cut(descriptor, length);
+    if (result == 0) tell({HostCallKind::Cut, pathOf(descriptor), static_cast<std::uint64_t>(length)});
+    return result;
+  });
 }

@@ -1,8 +1,9 @@
-// A layer between the program under test and its host library, which lets calls that write fail, come up
-// short, find the disk full, or be the last ones of the process; and which notes them.
+// A layer between the program under test and its host library and system, which lets calls that write fail,
+// come up short, find the disk full, or be the last ones of the process; and which notes them.
 //
-// A program that links it has every call of vlOSWriteFile, vlOSFlushFile and vlOSReplaceFile, every flush of
-// a C stream but the standard ones, and every cutting of a file pass here, whichever library makes it.
+// A program that links it has every call of vlOSWriteFile, every wait for a file's data to reach the disk,
+// every renaming of a file to replace another, every flush of a C stream but the standard ones, and every
+// cutting of a file pass here, whichever library makes it. Nobody waits for the disk itself.
 #pragma once
 
 #include <cstdint>
@@ -13,11 +14,10 @@ enum class HostCallKind { Write, Flush, Replace, FlushStream, Cut };
 
 struct HostCall {
   HostCallKind kind;
-  std::string path;                // of Write, Flush, Replace and Cut
-  std::uint64_t offset = 0;        // of Write: where in the file
-  std::uint64_t bytes = 0;         // of Write
-  const void* content = nullptr;   // of Replace
-  std::uint64_t contentBytes = 0;  // of Replace
+  std::string path;          // of Write, Flush, Replace and Cut
+  std::uint64_t offset = 0;  // of Write: where in the file; of Cut: what stays
+  std::uint64_t bytes = 0;   // of Write
+  std::string content;       // of Replace
 };
 
 enum class Fault {
@@ -43,6 +43,18 @@ std::uint64_t hostSteps();
 // The kind of the call that failed first; only behind one that did.
 HostCallKind faultedKind();
 bool faultHappened();
+
+// From here on the host takes no more than so many bytes in a write, and reports success; 0: all of them.
+void limitHostWrites(std::uint32_t bytes);
+
+// The waits for the disk since setFaults: those for data, and those for names and for files that are to
+// replace others.
+struct DiskWaits {
+  std::uint64_t data = 0;
+  std::uint64_t replacements = 0;
+  std::uint64_t names = 0;
+};
+DiskWaits diskWaits();
 
 // Gets every call once it has been done and has succeeded; empty: nobody.
 void observeHostCalls(std::function<void(const HostCall&)> observer);

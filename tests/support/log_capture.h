@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "vlutil.h"
+#include "vlhost.h"
 
 struct LogLine {
   std::uint32_t level;

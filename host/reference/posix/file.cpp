@@ -184,18 +184,6 @@ std::int32_t vlOSCloseFile(VLHANDLE file) {
   return 0;
 }
 
-std::int32_t vlOSFlushFile(VLHANDLE file) {
-  const FileTable::Use use = findFile(file);
-  if (!use) return 0;
-  int result = 0;
-  do {
-    result = fdatasync(use->system);
-  } while (result != 0 && errno == EINTR);
-  if (result == 0) return 1;
-  fail(errno);
-  return 0;
-}
-
 std::int32_t vlOSFileExists(const char* path) {
   struct stat status = {};
   return path != nullptr && stat(path, &status) == 0 && !S_ISDIR(status.st_mode) ? 1 : 0;

@@ -22,13 +22,3 @@ void vlOSEnterCriticalSection(VLCRITICALSECTION* section) {
 void vlOSLeaveCriticalSection(VLCRITICALSECTION* section) {
   if (std::recursive_mutex* mutex = mutexOf(section)) mutex->unlock();
 }
-
-std::int32_t vlOSTryEnterCriticalSection(VLCRITICALSECTION* section) {
-  std::recursive_mutex* mutex = mutexOf(section);
-  return mutex != nullptr && mutex->try_lock() ? 1 : 0;
-}
-
-void vlOSDeleteCriticalSection(VLCRITICALSECTION* section) {
-  delete mutexOf(section);
-  if (section != nullptr) section->opaque = nullptr;
-}

@@ -58,7 +58,7 @@ HMODULE loadFile(const std::wstring& path) {
     const DWORD error = GetLastError();
     if (exists(path)) {
       ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlhost): %s does not load, error %lu\n",
-                vlhost::narrow(path).c_str(), error);
+                os::narrow(path).c_str(), error);
     }
     SetLastError(error);
   }
@@ -74,7 +74,7 @@ bool hasDrive(std::wstring_view path) {
 }
 
 HMODULE load(const char* name) {
-  std::wstring path = vlhost::wide(name);
+  std::wstring path = os::wide(name);
   if (path.empty()) return nullptr;
   std::replace(path.begin(), path.end(), L'/', L'\\');
   const std::size_t slash = path.find_last_of(kSeparators);
@@ -82,7 +82,7 @@ HMODULE load(const char* name) {
   if (hasDrive(path) || isSeparator(path.front())) {
     // A drive without a root stands for the folder that is current there.
     if (hasDrive(path) && (path.size() < 3 || !isSeparator(path[2]))) return nullptr;
-    const std::wstring absolute = vlhost::nativePath(vlhost::narrow(path).c_str());
+    const std::wstring absolute = os::nativePath(os::narrow(path).c_str());
     return absolute.empty() ? nullptr : loadFile(absolute);
   }
   for (const std::wstring& folder : hostFolders()) {

@@ -26,16 +26,3 @@ void vlOSEnterCriticalSection(VLCRITICALSECTION* section) {
 void vlOSLeaveCriticalSection(VLCRITICALSECTION* section) {
   if (CRITICAL_SECTION* critical = systemSection(section)) LeaveCriticalSection(critical);
 }
-
-std::int32_t vlOSTryEnterCriticalSection(VLCRITICALSECTION* section) {
-  CRITICAL_SECTION* critical = systemSection(section);
-  return critical != nullptr && TryEnterCriticalSection(critical) ? 1 : 0;
-}
-
-void vlOSDeleteCriticalSection(VLCRITICALSECTION* section) {
-  if (CRITICAL_SECTION* critical = systemSection(section)) {
-    DeleteCriticalSection(critical);
-    delete critical;
-  }
-  if (section != nullptr) section->opaque = nullptr;
-}

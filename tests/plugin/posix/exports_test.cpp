@@ -1,27 +1,87 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <regex>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "places.h"
+#include "plugin/documented_host.h"
 #include "support/run.h"
+#include "support/temp_folder.h"
 
-TEST(Exports, AreExactlyWhatTheHostLooksFor) {
+namespace {
+
+// The dynamic symbols of a library that nm lists with this option.
+std::vector<std::string> symbolsOf(const std::string& library, const std::string& which) {
   const RunResult nm =
-      runOrThrow({"nm", "-D", "--defined-only", "--format=posix", VL_BIN_DIR "/vlx_fmp4.so"});
+      runOrThrow({"nm", "-D", which, "--format=posix", std::string(VL_BIN_DIR "/") + library});
   std::vector<std::string> names;
   std::istringstream lines(nm.out);
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
     std::string name, kind;
     words >> name >> kind;
+    name = name.substr(0, name.find('@'));
     // The names of the linker's own section marks and of sanitizer tables are nobody's code.
     if (kind == "A" || name.starts_with("__start_") || name.starts_with("__stop_")) continue;
     names.push_back(name);
   }
+  return names;
+}
+
+TEST(Exports, AreExactlyWhatTheHostLooksFor) {
+  const std::vector<std::string> names = symbolsOf("vlx_fmp4.so", "--defined-only");
   // Of CCacheBuffer: copy constructor (of a base, for the class is abstract), assignment, virtual table,
   // m_incCBuf.
   EXPECT_THAT(names, testing::UnorderedElementsAre("DllMain", "xCheckVersionAndFile", "xMediaFile",
                                                    "_ZN12CCacheBufferC2ERKS_", "_ZN12CCacheBufferaSERKS_",
                                                    "_ZTV12CCacheBuffer", "_ZN12CCacheBuffer9m_incCBufEmj"));
 }
+
+TEST(Imports, OfTheHostAreWhatTheDocumentedHostHas) {
+  const std::vector<std::string> ofHost = symbolsOf("libvlhost.so", "--defined-only");
+  unsigned imported = 0;
+  for (const std::string& name : symbolsOf("vlx_fmp4.so", "--undefined-only")) {
+    if (std::find(ofHost.begin(), ofHost.end(), name) == ofHost.end()) continue;
+    ++imported;
+    EXPECT_TRUE(isOfTheDocumentedHost(name)) << name;
+  }
+  EXPECT_GT(imported, 50u);
+}
+
+// Nothing that the host's library does not have is taken for the system's.
+TEST(Imports, ComeFromTheHostAndLibrariesOfTheSystem) {
+  const std::string dynamic = runOrThrow({"readelf", "-d", VL_BIN_DIR "/vlx_fmp4.so"}).out;
+  std::vector<std::string> needed;
+  for (std::size_t at = 0; (at = dynamic.find("Shared library: [", at)) != dynamic.npos;) {
+    at += std::strlen("Shared library: [");
+    needed.push_back(dynamic.substr(at, dynamic.find('.', at) - at));
+  }
+  EXPECT_THAT(needed, testing::Contains("libvlhost"));
+  for (const std::string& library : needed) {
+    EXPECT_THAT(library, testing::AnyOf("libvlhost", "libtinyxml2", "libhwy", "libstdc++", "libm", "libgcc_s",
+                                        "libc", "ld-linux-x86-64", "libasan", "libubsan"));
+  }
+}
+
+TEST(Headers, OfTheHostDeclareWhatTheDocumentedHostHas) {
+  const std::regex function("\nVLHOST_API\\s+[^;{(]*?(\\w+)\\(");
+  unsigned declared = 0;
+  for (const auto& header : std::filesystem::directory_iterator(VL_CORRUPT_FILES "/../../host/include")) {
+    const auto bytes = readFile(header.path());
+    const std::string text(bytes.begin(), bytes.end());
+    for (std::sregex_iterator match(text.begin(), text.end(), function), end; match != end; ++match) {
+      ++declared;
+      EXPECT_TRUE(isOfTheDocumentedHost((*match)[1])) << (*match)[1] << " in " << header.path();
+    }
+  }
+  EXPECT_EQ(declared, std::size(kHostFunctions));
+}
+
+}  // namespace

@@ -8,6 +8,7 @@
 
 #include "plugin/recording.h"
 #include "support/log_capture.h"
+#include "support/run.h"
 
 namespace {
 
@@ -61,6 +62,8 @@ TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
       EXPECT_EQ(closeFile(file), 0xFFFFFFFFu);
     }
     BoxFile boxes(folder.file("out.m4v"));
+    EXPECT_EQ(boxes.root->last->end(), std::filesystem::file_size(folder.file("out.m4v")))
+        << "nothing half written is left";
     if (space == 1000) {
       EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::Not(HasSubstr("#EXTINF")));
       continue;
@@ -73,6 +76,8 @@ TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
     EXPECT_EQ(read->GetTotalFrames(), frames) << space;
     for (std::uint32_t i = 0; i < frames; ++i) EXPECT_EQ(readFrame(*read, i).data, frameBytes(i));
     EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::EndsWith("out.m4v\n#EXT-X-ENDLIST\n"));
+    const RunResult verified = run({VL_BIN_DIR "/fmp4", "verify", folder.file("out.m4v")});
+    EXPECT_EQ(verified.exitCode, 0) << verified.out << verified.err;
   }
 }
 

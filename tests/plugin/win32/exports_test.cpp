@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "places.h"
+#include "plugin/documented_host.h"
 #include "support/run.h"
 
 namespace {
@@ -41,6 +42,25 @@ TEST(Imports, AreTheHostAndWindowsAlone) {
   EXPECT_THAT(importsOf("vlx_fmp4.dll"),
               testing::UnorderedElementsAre("KERNEL32.dll", "msvcrt.dll", "vlhost.dll"));
   EXPECT_THAT(importsOf("vlhost.dll"), testing::UnorderedElementsAre("KERNEL32.dll", "msvcrt.dll"));
+}
+
+// The names that a library imports from another, as the table has them.
+std::vector<std::string> importedFrom(const std::string& library, const std::string& from) {
+  const std::string tables = tablesOf(library);
+  std::istringstream lines(tables.substr(tables.find("DLL Name: " + from)));
+  std::vector<std::string> names;
+  std::string line;
+  std::getline(lines, line);
+  while (std::getline(lines, line) && !line.empty())
+    names.push_back(line.substr(line.find_last_of(" \t") + 1));
+  return names;
+}
+
+TEST(Imports, OfTheHostAreWhatTheDocumentedHostHas) {
+  std::vector<std::string> names = importedFrom("vlx_fmp4.dll", "vlhost.dll");
+  ASSERT_GT(names.size(), 50u);
+  names.erase(names.begin());  // the heading of the columns
+  for (const std::string& name : names) EXPECT_TRUE(isOfTheDocumentedHost(name)) << name;
 }
 
 }  // namespace

@@ -1,16 +1,15 @@
-// How a file is replaced in one step.
+#include "replace_file.h"
+
 #include <windows.h>
 
 #include <algorithm>
 #include <atomic>
 #include <limits>
 #include <new>
-#include <string>
-#include <string_view>
 
-#include "system.h"
-#include "vlutil.h"
 #include "wide.h"
+
+namespace os {
 
 namespace {
 
@@ -27,44 +26,51 @@ class TemporaryFile {
     static std::atomic<unsigned> counter = 0;
     const std::wstring start = target + L"." + std::to_wstring(GetCurrentProcessId()) + L"-";
     do {
-      m_path = start + std::to_wstring(counter++);
-      m_handle = CreateFileW(m_path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
-    } while (m_handle == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_EXISTS);
+      path_ = start + std::to_wstring(counter++);
+      handle_ = CreateFileW(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+    } while (handle_ == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_EXISTS);
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
-    if (m_handle != INVALID_HANDLE_VALUE) {
+    if (handle_ != INVALID_HANDLE_VALUE) {
       const DWORD error = GetLastError();
-      if (m_isOpen) CloseHandle(m_handle);
-      if (!m_isMoved) DeleteFileW(m_path.c_str());
+      if (isOpen_) CloseHandle(handle_);
+      if (!isMoved_) DeleteFileW(path_.c_str());
       SetLastError(error);
     }
   }
 
-  bool isOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
+  bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
   bool write(std::string_view text) {
     constexpr std::size_t kMost = std::numeric_limits<DWORD>::max();
     while (!text.empty()) {
       DWORD bytes = 0;
-      if (!WriteFile(m_handle, text.data(), static_cast<DWORD>(std::min(text.size(), kMost)), &bytes,
-                     nullptr))
+      if (!WriteFile(handle_, text.data(), static_cast<DWORD>(std::min(text.size(), kMost)), &bytes, nullptr))
         return false;
       text.remove_prefix(bytes);
     }
-    return FlushFileBuffers(m_handle);
+    return true;
   }
 
-  // Waits, not for ever, for a reader that holds the target.
-  bool moveTo(const std::wstring& target) {
-    m_isOpen = false;
-    if (!CloseHandle(m_handle)) return false;
+  bool write(std::span<const std::string_view> parts) {
+    for (const std::string_view part : parts) {
+      if (!write(part)) return false;
+    }
+    return true;
+  }
+
+  // Its bytes first: a name that reached the disk before them would name nothing after a power cut. Waits,
+  // not for ever, for a reader that holds the target.
+  bool moveTo(const std::wstring& target, DWORD flags) {
+    if (!FlushFileBuffers(handle_)) return false;
+    isOpen_ = false;
+    if (!CloseHandle(handle_)) return false;
     const ULONGLONG start = GetTickCount64();
     for (;;) {
-      m_isMoved =
-          MoveFileExW(m_path.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-      if (m_isMoved) return true;
+      isMoved_ = MoveFileExW(path_.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | flags);
+      if (isMoved_) return true;
       const DWORD error = GetLastError();
       const bool isHeld = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
       if (!isHeld || isFolder(target) || GetTickCount64() - start >= kLongestWait) {
@@ -81,10 +87,10 @@ class TemporaryFile {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   }
 
-  std::wstring m_path;
-  HANDLE m_handle = INVALID_HANDLE_VALUE;
-  bool m_isOpen = true;
-  bool m_isMoved = false;
+  std::wstring path_;
+  HANDLE handle_ = INVALID_HANDLE_VALUE;
+  bool isOpen_ = true;
+  bool isMoved_ = false;
 };
 
 // The file that a chain of links leads to, so that the file is replaced and the links stay.
@@ -98,25 +104,25 @@ std::wstring resolved(const std::wstring& path) {
   return real.empty() ? path : real;
 }
 
-bool replace(const char* path, std::string_view text) {
-  const std::wstring name = vlhost::nativePath(path);
+bool replace(const std::string& path, std::span<const std::string_view> parts, Durability durability) {
+  const std::wstring name = nativePath(path.c_str());
   if (name.empty()) return false;
   const std::wstring target = resolved(name);
   TemporaryFile file(target);
-  return file.isOpen() && file.write(text) && file.moveTo(target);
+  return file.isOpen() && file.write(parts) &&
+         file.moveTo(target, durability == Durability::NewContent ? MOVEFILE_WRITE_THROUGH : 0);
 }
 
 }  // namespace
 
-std::int32_t vlOSReplaceFile(const char* path, const void* content, std::size_t count) try {
-  if (path == nullptr || (content == nullptr && count != 0)) {
-    vlhost::setLastError(ERROR_INVALID_PARAMETER);
-    return 0;
+std::error_code replaceFile(const std::string& path, std::span<const std::string_view> parts,
+                            Durability durability) noexcept {
+  try {
+    if (replace(path, parts, durability)) return {};
+    return {static_cast<int>(GetLastError()), std::system_category()};
+  } catch (const std::bad_alloc&) {
+    return {ERROR_NOT_ENOUGH_MEMORY, std::system_category()};
   }
-  if (replace(path, {static_cast<const char*>(content), count})) return 1;
-  vlhost::setLastError(GetLastError());
-  return 0;
-} catch (const std::bad_alloc&) {
-  vlhost::setLastError(ERROR_NOT_ENOUGH_MEMORY);
-  return 0;
 }
+
+}  // namespace os

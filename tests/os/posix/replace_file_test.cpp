@@ -6,9 +6,8 @@
 #include <iterator>
 #include <string>
 
-#include "host/replaced_file.h"
+#include "os/replaced_file.h"
 #include "support/temp_folder.h"
-#include "vlutil.h"
 
 namespace {
 
@@ -16,13 +15,13 @@ TEST(ReplaceFile, GivesANewFileThePermissionsOfAnyNewFileAndKeepsThoseOfAnOldOne
   const TempFolder folder;
   const std::string path = folder.file("list.txt");
   const mode_t mask = umask(022);
-  EXPECT_EQ(replace(path, "first"), 1);
+  EXPECT_TRUE(replaced(path, "first"));
   umask(mask);
   struct stat status = {};
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777u, 0644u);
   ASSERT_EQ(chmod(path.c_str(), 0640), 0);
-  EXPECT_EQ(replace(path, "second"), 1);
+  EXPECT_TRUE(replaced(path, "second"));
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777u, 0640u);
 }
@@ -32,7 +31,7 @@ TEST(ReplaceFile, LeavesAReaderWithTheContentItHasOpened) {
   const std::string path = folder.file("list.txt");
   writeFile(path, {'o', 'l', 'd'});
   std::ifstream reader(path);
-  EXPECT_EQ(replace(path, "newer"), 1);
+  EXPECT_TRUE(replaced(path, "newer"));
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old");
 }
 
@@ -40,7 +39,7 @@ TEST(ReplaceFile, KeepsALinkALink) {
   const TempFolder folder;
   writeFile(folder.file("real.txt"), {'o'});
   std::filesystem::create_symlink("real.txt", folder.file("link.txt"));
-  EXPECT_EQ(replace(folder.file("link.txt"), "new"), 1);
+  EXPECT_TRUE(replaced(folder.file("link.txt"), "new"));
   EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.txt")));
   EXPECT_EQ(contentOf(folder.file("real.txt")), "new");
 }

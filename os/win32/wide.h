@@ -1,10 +1,10 @@
-// Names as the rest of the host library knows them, UTF-8, and as Windows takes them.
+// Names as the rest of the code knows them, UTF-8, and as Windows takes them.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-namespace vlhost {
+namespace os {
 
 // UTF-16 of a UTF-8 text; empty for text that is no UTF-8 (the system's last error is then set).
 std::wstring wide(std::string_view text);
@@ -16,4 +16,4 @@ std::string narrow(std::wstring_view text);
 // MAX_PATH where it is that long. Empty on failure (the system's last error is then set).
 std::wstring nativePath(const char* path);
 
-}  // namespace vlhost
+}  // namespace os

@@ -1,17 +1,17 @@
 // Replacing a file's content, and looking at it.
 #pragma once
 
-#include <cstdint>
 #include <string>
+#include <system_error>
 
+#include "replace_file.h"
 #include "support/temp_folder.h"
-#include "vlutil.h"
 
 inline std::string contentOf(const std::string& path) {
   const auto bytes = readFile(path);
   return {bytes.begin(), bytes.end()};
 }
 
-inline std::int32_t replace(const std::string& path, const std::string& content) {
-  return vlOSReplaceFile(path.c_str(), content.data(), content.size());
+inline bool replaced(const std::string& path, const std::string& content) {
+  return !os::replaceFile(path, content);
 }

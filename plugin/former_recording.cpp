@@ -1,0 +1,101 @@
+#include "former_recording.h"
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <system_error>
+
+#include "manifest_reader.h"
+#include "output.h"
+#include "playlist_text.h"
+#include "recording_paths.h"
+#include "setup.h"
+#include "uri.h"
+#include "vlpath.h"
+#include "vlutil.h"
+#include "write.h"
+
+namespace {
+
+// The header of a playlist, which names its media, is shorter than this.
+constexpr std::size_t kHeaderBytes = 4096;
+
+std::string nameOf(const std::string& path) {
+  char file[VL_MAX_PATH], extension[VL_MAX_PATH];
+  vlOSSplitPath(path.c_str(), nullptr, nullptr, file, extension);
+  return std::string(file) + extension;
+}
+
+// The first bytes of a file, at most `count`; empty for what cannot be read.
+std::string beginningOf(const std::string& path, std::size_t count) {
+  std::ifstream file(vlPath(path), std::ios::binary);
+  std::string bytes(count, '\0');
+  file.read(bytes.data(), static_cast<std::streamsize>(count));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  return bytes;
+}
+
+bool beginsWith(const std::string& path, const std::string& text) {
+  return beginningOf(path, text.size()) == text;
+}
+
+// The box that every recording begins with.
+std::string fileType() {
+  Mp4MemoryOutput out;
+  mp4::FileTypeBox box = Mp4SetUpFileType();
+  Mp4WriteFileType(out, box);
+  return {out.bytes.begin(), out.bytes.end()};
+}
+
+bool names(const std::string& list, const std::string& text) {
+  return beginningOf(list, kHeaderBytes).find(text) != std::string::npos;
+}
+
+bool lists(const std::string& playlist, const std::string& media) {
+  return names(playlist, PlaylistMapLine(nameOf(media)));
+}
+
+// Whether the sound file beside a video file belongs to the recording there: its manifest names the one with
+// the other. A recording that was interrupted before there was a manifest is known by how both files begin.
+bool isSoundOf(const std::string& video, const std::string& manifest, const std::string& audio) {
+  const std::string begin = fileType();
+  // Another object may have created it just now, to record into: then it holds its type and nothing else.
+  std::error_code missing;
+  const auto bytes = std::filesystem::file_size(vlPath(audio), missing);
+  if (missing || bytes <= begin.size()) return false;
+  if (!vlOSFileExists(manifest.c_str())) return beginsWith(video, begin) && beginsWith(audio, begin);
+  tinyxml2::XMLDocument document;
+  if (!LoadManifestDocument(manifest.c_str(), document)) return false;
+  const std::optional<Manifest> read = ReadManifest(document);
+  return read && NameOfUri(read->audio.baseUrl) == nameOf(audio);
+}
+
+}  // namespace
+
+std::vector<std::string> FilesOfFormerRecording(const std::string& video, const std::string& manifest) {
+  std::vector<std::string> files = {manifest};
+  const std::string playlist = WithExtension(video, ".m3u8");
+  if (lists(playlist, video)) files.push_back(playlist);
+  const std::string master = WithExtension(video, ".master.m3u8");
+  if (names(master, std::string("\n").append(UriOfName(nameOf(playlist))))) files.push_back(master);
+  const std::string audio = WithExtension(video, ".m4a");
+  if (video.find(".m4v") == std::string::npos || audio == video) return files;
+  const bool isItsSound = isSoundOf(video, manifest, audio);
+  if (isItsSound) files.push_back(audio);
+  if (isItsSound || !vlOSFileExists(audio.c_str())) {
+    if (const std::string list = PlaylistOfFormerSound(audio); !list.empty()) files.push_back(list);
+  }
+  return files;
+}
+
+std::string PlaylistOfFormerSound(const std::string& audio) {
+  const std::string playlist = AudioPlaylistPath(audio);
+  return lists(playlist, audio) ? playlist : std::string();
+}
+
+void RemoveFormerFile(const std::string& path) {
+  std::error_code ignored;
+  const std::filesystem::path file = vlPath(path);
+  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))
+    std::filesystem::remove(file, ignored);
+}
