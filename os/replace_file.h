@@ -17,7 +17,8 @@ enum class Durability {
 // Makes the file `path` (UTF-8) hold the `parts` one after another and nothing else, whether it was there or
 // not. Readers find the former content or the new, and never a part of one. What was a link stays one; on
 // POSIX systems the permissions stay too. On Windows a reader that holds the file is waited for, up to two
-// seconds. Returns the system's error, none on success; after one the former content is still there.
+// seconds. A process that ends in the midst of it leaves a file beside `path`, whose name starts with that
+// one's. Returns the system's error, none on success; after one the former content is still there.
 [[nodiscard]] std::error_code replaceFile(const std::string& path, std::span<const std::string_view> parts,
                                           Durability durability) noexcept;
 

@@ -123,10 +123,10 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t openWrite();
 
   // set_file_info.cpp
-  template <class Wanted>
-  QVRSTREAM* findHolder(Wanted wanted) const;
   std::uint32_t takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                                  const QVRAUDIO* audio, const QVRINFO* info);
+  template <class Wanted>
+  QVRSTREAM* findHolder(Wanted wanted) const;
   void takeInformation(const QVRINFO& info);
   const char* videoRefusal() const;
   static const char* audioRefusal(const QVRAUDIO& audio);

@@ -23,7 +23,6 @@ std::uint32_t CMFFmp4::Open(const char* fileName, std::uint32_t access, std::uin
   if (m_isOpen) Close();
   const std::uint32_t noted = m_setOpen(fileName, access, share, security, creation, attributes, openFlags);
   if (noted != VL_OK) return noted;
-  m_audioHolders = {};  // those of before are gone
   const std::uint32_t result =
       guarded(VL_FAILED, [this] { return m_fCreateFile() ? openWrite() : openRead(); });
   if (result != VL_OK) Close();

@@ -38,8 +38,7 @@ check_format() {
 
 # Every header of a room compiles as the only one of a source file.
 check_headers() {
-  local rooms=(os host/include host/reference/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3
-    plugin tool)
+  local rooms=(os host/include host/reference/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3 plugin tool)
   sources '*.h' os host/include host/reference/include dsp mp4box streaming audio plugin tool |
     xargs -0 -P "$(nproc)" -I HEADER sh -c '
     header=$1; shift

@@ -1,5 +1,7 @@
 // Memory that ends at any allocation of probing, opening, describing, reading, seeking, recording and
 // closing: nothing crashes, no exception reaches the host, and what was listed plays.
+#include "boxes/tfhd.h"
+#include "movie.h"
 #include "recovery.h"
 #include "support/controlled_new.h"
 #include "support/ffmpeg.h"
@@ -148,6 +150,19 @@ struct Material {
   }
 };
 
+// Frames of video in a file, counted by hand: a fragment at the end may hold sound alone.
+std::uint32_t framesIn(const std::string& path) {
+  BoxFile file(path);
+  std::uint32_t frames = 0;
+  for (Mp4Box* box = file.root->first; box; box = box->next) {
+    const auto get = [box](const char* where) { return Mp4BoxGet(nullptr, box, true, "%s", where); };
+    const auto* tfhd = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(get("traf/tfhd"));
+    if (tfhd && tfhd->trackId == mp4::trackNumber(mp4::TrackKind::Video))
+      frames += Mp4PayloadOf<mp4::TrackRunBox>(get("traf/trun"))->sampleCount;
+  }
+  return frames;
+}
+
 struct Recorded {
   std::uint32_t frames = 0;  // that were taken
   bool closed = false;       // without complaint
@@ -186,7 +201,7 @@ TEST_P(MemoryEnds, WhereverARecordingIsMade) {
       expectListsWhole(folder);
       // What the host was told to be taken is there.
       if (recorded.closed && recorded.frames != 0) {
-        EXPECT_EQ(wholeSamples(folder.file(kind.media())), recorded.frames);
+        EXPECT_EQ(framesIn(folder.file(kind.media())), recorded.frames);
       }
       return ended;
     });

@@ -68,8 +68,9 @@ Verdict judge(HostCallKind kind, std::uint64_t bytes) {
   for (;;) pause();
 }
 
-void tell(const HostCall& call) {
-  if (state().observer) state().observer(call);
+void tell(HostCallKind kind, const std::string& path, std::uint64_t offset = 0, std::uint64_t bytes = 0,
+          std::string content = {}) {
+  if (state().observer) state().observer({kind, path, offset, bytes, std::move(content)});
 }
 
 std::string pathOf(int descriptor) {
@@ -139,7 +140,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
     const auto offset = static_cast<std::uint64_t>(vlOSTell(file));
     if (state().mostBytes != 0) count = std::min(count, state().mostBytes);
     const std::int32_t result = write(file, buffer, count, done);
-    if (result) tell({HostCallKind::Write, state().paths[file], offset, count});
+    if (result) tell(HostCallKind::Write, state().paths[file], offset, count);
     return result;
   }
   const auto some = static_cast<std::uint32_t>(std::min<std::uint64_t>(verdict.bytes, count));
@@ -152,7 +153,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
 extern "C" __attribute__((visibility("default"))) int fdatasync(int descriptor) {
   ++state().waits.data;
   return judged(HostCallKind::Flush, EIO, [descriptor] {
-    tell({HostCallKind::Flush, pathOf(descriptor)});
+    tell(HostCallKind::Flush, pathOf(descriptor));
     return 0;
   });
 }
@@ -167,10 +168,9 @@ extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
 extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
   static const auto move = next<int(const char*, const char*)>("rename");
   return judged(HostCallKind::Replace, EIO, [from, to] {
-    HostCall call{HostCallKind::Replace, to};
-    call.content = contentOf(from);
+    std::string content = contentOf(from);
     const int result = move(from, to);
-    if (result == 0) tell(call);
+    if (result == 0) tell(HostCallKind::Replace, to, 0, content.size(), std::move(content));
     return result;
   });
 }
@@ -186,7 +186,7 @@ extern "C" __attribute__((visibility("default"))) int fflush(std::FILE* stream) 
     return EOF;
   }
   const int result = flush(stream);
-  if (result == 0) tell({HostCallKind::FlushStream, ""});
+  if (result == 0) tell(HostCallKind::FlushStream, "");
   return result;
 }
 
@@ -194,7 +194,7 @@ extern "C" __attribute__((visibility("default"))) int truncate(const char* path,
   static const auto cut = next<int(const char*, off_t)>("truncate");
   return judged(HostCallKind::Cut, EIO, [path, length] {
     const int result = cut(path, length);
-    if (result == 0) tell({HostCallKind::Cut, path, static_cast<std::uint64_t>(length)});
+    if (result == 0) tell(HostCallKind::Cut, path, static_cast<std::uint64_t>(length));
     return result;
   });
 }
@@ -203,7 +203,7 @@ extern "C" __attribute__((visibility("default"))) int ftruncate(int descriptor, 
   static const auto cut = next<int(int, off_t)>("ftruncate");
   return judged(HostCallKind::Cut, EIO, [descriptor, length] {
     const int result = cut(descriptor, length);
-    if (result == 0) tell({HostCallKind::Cut, pathOf(descriptor), static_cast<std::uint64_t>(length)});
+    if (result == 0) tell(HostCallKind::Cut, pathOf(descriptor), static_cast<std::uint64_t>(length));
     return result;
   });
 }

@@ -55,3 +55,9 @@ std::string inProcessOf(const std::filesystem::path& program, Body body) {
   EXPECT_EQ(result.exitCode, kPassed) << "in the process of its own:\n" << result.out << result.err;
   return result.err;
 }
+
+// The same in this program itself.
+template <class Body>
+void inOwnProcess(Body body) {
+  inProcessOf(thisProgram(), body);
+}

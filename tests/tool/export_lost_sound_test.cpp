@@ -46,7 +46,7 @@ struct DamagedClip {
 
 TEST(ExportLostSound, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
   for (const auto& [codec, unitFrames] : {std::pair{"aac", 1024}, std::pair{"ac3", 1536}}) {
-    const DamagedClip clip(codec, 4, {70, 71});
+    const DamagedClip clip(codec, 4.096, {70, 71});
     const RunResult result = clip.exported();
     EXPECT_EQ(result.exitCode, 0);
     const int from = 70 * unitFrames / 4800, to = 71 * unitFrames / 4800 + 1;
@@ -67,7 +67,7 @@ TEST(ExportLostSound, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
 
 TEST(ExportLostSound, TheLastUnitsTakeNothingOfTheFileAlong) {
   for (const char* codec : {"aac", "ac3"}) {
-    const DamagedClip clip(codec, 3, {-1, -2, -3});
+    const DamagedClip clip(codec, 2.048, {-1, -2, -3});
     const RunResult result = clip.exported();
     EXPECT_EQ(result.exitCode, 0) << codec;
     EXPECT_THAT(result.err, HasSubstr("3 access units could not be decoded")) << codec;
