@@ -10,6 +10,7 @@
 #include "playlist_text.h"
 #include "recording_paths.h"
 #include "setup.h"
+#include "uri.h"
 #include "vlpath.h"
 #include "vlutil.h"
 #include "write.h"
@@ -66,7 +67,7 @@ bool isSoundOf(const std::string& video, const std::string& manifest, const std:
   tinyxml2::XMLDocument document;
   if (!LoadManifestDocument(manifest.c_str(), document)) return false;
   const std::optional<Manifest> read = ReadManifest(document);
-  return read && read->audio.baseUrl == nameOf(audio);
+  return read && NameOfUri(read->audio.baseUrl) == nameOf(audio);
 }
 
 }  // namespace
@@ -76,7 +77,7 @@ std::vector<std::string> FilesOfFormerRecording(const std::string& video, const 
   const std::string playlist = WithExtension(video, ".m3u8");
   if (lists(playlist, video)) files.push_back(playlist);
   const std::string master = WithExtension(video, ".master.m3u8");
-  if (names(master, std::string("\n").append(nameOf(playlist)))) files.push_back(master);
+  if (names(master, std::string("\n").append(UriOfName(nameOf(playlist))))) files.push_back(master);
   const std::string audio = WithExtension(video, ".m4a");
   if (video.find(".m4v") == std::string::npos || audio == video) return files;
   const bool isItsSound = isSoundOf(video, manifest, audio);

@@ -63,6 +63,8 @@ class RecordedFile {
   bool segmentOpen() const { return references_ != 0; }
   // Intended: with no room for references a segment is never full.
   bool segmentFull() const { return segmentOpen() && references_ == settings_.fragmentsPerSegment; }
+  // Whether the next fragment completes its segment.
+  bool oneFragmentShort() const { return references_ + 1 == settings_.fragmentsPerSegment; }
   // Completes the open segment's index, waits for the disk and lists the segment, which reaches up to
   // `endPosition` in frames or samples. False, nothing listed, when that fails. Where memory runs out
   // (std::bad_alloc), the segment stays open, to be finished later.

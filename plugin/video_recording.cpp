@@ -201,6 +201,8 @@ std::uint32_t VideoRecording::cutAllThatAre() {
   while (video_.count() >= frames) {
     std::uint32_t sound = 0;
     if (hasSound()) {
+      // The end of a segment waits for the next frame: should none come, it takes all the sound that is left.
+      if (video_.count() == frames && file_.oneFragmentShort()) return VL_OK;
       sound = soundDue(frames);
       if (sound_.count() < sound && video_.count() < frames * (1 + kPatience)) return VL_OK;
       sound = std::min(sound, sound_.count());

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "uri.h"
 #include "vlutil.h"
 
 namespace {
@@ -27,6 +28,12 @@ struct BaseName {
     return {};
   }
 };
+
+// The file that a manifest's reference leads to. Manifests that hold the bare name are understood too.
+std::string mediaBeside(const std::string& folder, const std::string& reference) {
+  const std::string path = folder + NameOfUri(reference), bare = folder + reference;
+  return vlOSFileExists(bare.c_str()) && !vlOSFileExists(path.c_str()) ? bare : path;
+}
 
 }  // namespace
 
@@ -58,7 +65,7 @@ std::optional<Manifest> LoadManifest(FileSet& files) {
   if (!manifest) return manifest;
   const BaseName base(files.manifest.c_str());
   const std::string folder = std::string(base.drive) + base.directory;
-  if (!manifest->video.baseUrl.empty()) files.video = folder + manifest->video.baseUrl;
-  if (!manifest->audio.baseUrl.empty()) files.audio = folder + manifest->audio.baseUrl;
+  if (!manifest->video.baseUrl.empty()) files.video = mediaBeside(folder, manifest->video.baseUrl);
+  if (!manifest->audio.baseUrl.empty()) files.audio = mediaBeside(folder, manifest->audio.baseUrl);
   return manifest;
 }

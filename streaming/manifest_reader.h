@@ -12,7 +12,7 @@
 
 // One representation, as far as it says.
 struct ManifestTrack {
-  std::string baseUrl;  // the media's name beside the manifest; empty when not given
+  std::string baseUrl;  // the reference to the media beside the manifest; empty when not given
   // Whether the representation lists its segments, or names its index. Then the media file need not be
   // searched for them.
   bool hasSegmentList = false;

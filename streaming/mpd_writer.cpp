@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "number_text.h"
+#include "uri.h"
 
 namespace {
 
@@ -65,7 +66,7 @@ class Xml {
 // From the end of the representation's attributes to the place of its first segment.
 void beginSegmentList(Xml& xml, const MpdSegments& segments) {
   xml.add(">\n");
-  xml.line(4, "<BaseURL>").content(segments.mediaName).add("</BaseURL>\n");
+  xml.line(4, "<BaseURL>").content(UriOfName(segments.mediaName)).add("</BaseURL>\n");
   xml.line(4, "<SegmentList").attribute("timescale", segments.timescale);
   xml.attribute("duration", segments.duration).add(">\n");
   xml.line(5, "<Initialization").attribute("range", "0-" + std::to_string(segments.initialisationEnd));

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "number_text.h"
+#include "uri.h"
 
 std::uint32_t PlaylistTargetDuration(std::uint64_t segmentLength, double rate) {
   constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
@@ -11,7 +12,7 @@ std::uint32_t PlaylistTargetDuration(std::uint64_t segmentLength, double rate) {
 }
 
 std::string PlaylistMapLine(const std::string& mediaName) {
-  return "#EXT-X-MAP:URI=\"" + mediaName + "\"";
+  return "#EXT-X-MAP:URI=\"" + UriOfName(mediaName) + "\"";
 }
 
 std::string PlaylistHeader(const PlaylistSettings& settings) {
@@ -34,5 +35,6 @@ std::string PlaylistEntry(const PlaylistSettings& settings, std::uint64_t positi
   return "#EXTINF:" + fixedText(static_cast<double>(positions) / settings.rate, 3) +
          ",\n"
          "#EXT-X-BYTERANGE:" +
-         std::to_string(end - start) + "@" + std::to_string(start) + "\n" + settings.mediaName + "\n";
+         std::to_string(end - start) + "@" + std::to_string(start) + "\n" + UriOfName(settings.mediaName) +
+         "\n";
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 struct PlaylistSettings {
-  std::string mediaName;                   // name and extension of the media file, which is the URI
+  std::string mediaName;                   // name and extension of the media file
   double rate = 0;                         // positions a second: the frame rate, or the sample rate
   std::uint64_t segmentLength = 0;         // positions of a full segment
   std::uint64_t initialisationLength = 0;  // bytes of the media file ahead of its first segment

@@ -6,6 +6,7 @@ set(VL_LINUX_TESTS
   host/posix/file_test.cpp
   plugin/posix/full_disk_test.cpp
   tool/posix/full_output_test.cpp
+  tool/posix/live_input_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
   os/posix/replace_file_test.cpp
   # The store's place follows the XDG base directory specification.

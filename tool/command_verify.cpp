@@ -40,6 +40,8 @@ void printJson(const Verification& result, const std::string& name) {
                        {"fragments", result.fragments},
                        {"segments", result.segments},
                        {"durationSeconds", result.seconds},
+                       {"soundSeconds", result.soundSeconds},
+                       {"note", soundLengthNote(result)},
                        {"beingWritten", result.beingWritten},
                        {"problemCount", result.problems.count()},
                        {"problems", problems},
@@ -55,6 +57,7 @@ void printText(const Verification& result, const std::string& name) {
   }
   const std::uint64_t count = result.problems.count(), kept = result.problems.kept().size();
   if (count > kept) std::cout << "... and " << count - kept << " more\n";
+  if (const std::string note = soundLengthNote(result); !note.empty()) std::cout << "note: " << note << '\n';
   if (count == 0) {
     std::cout << name << " is whole: " << result.frames << " frames, " << result.soundFrames
               << " coded frames of sound, " << result.fragments << " fragments, " << result.segments

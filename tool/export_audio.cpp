@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "output_file.h"
 #include "plugin_host.h"
 #include "progress.h"
+#include "sound_skew.h"
 #include "text.h"
 #include "undecoded_sound.h"
 #include "wave_header.h"
@@ -22,24 +24,28 @@ constexpr std::uint32_t kBlocksASecond = 10;
 // A unit claims a duration that none has: there may be sound after it.
 constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
 
-// Sample frames that the selected frames play over.
+// Sample frames that the selected frames play over, behind `silence` of them where the sound starts late.
 struct SampleRange {
   std::uint64_t from;
   std::uint64_t count;
+  std::uint64_t silence;
 };
 
 SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system, const QVRAUDIO& audio,
                         const std::string& name) {
-  const std::uint64_t total = audio.stream.length;
+  const auto total = static_cast<std::int64_t>(audio.stream.length);
+  const auto skew = static_cast<std::int64_t>(std::llround(soundSkew(name) * audio.wave.samplesPerSecond));
   const auto sampleOf = [&](std::uint64_t frame) {
-    return frame * system.scale * audio.wave.samplesPerSecond / system.rate;
+    return static_cast<std::int64_t>(frame * system.scale * audio.wave.samplesPerSecond / system.rate) + skew;
   };
-  const std::uint64_t from = sampleOf(selection.from);
-  if (from >= total)
+  const std::int64_t begin = sampleOf(selection.from);
+  if (begin >= total)
     throw ToolError("the sound of '" + name + "' ends before frame " + std::to_string(selection.from));
-  const std::uint64_t end =
-      selection.count ? sampleOf(std::uint64_t{selection.from} + *selection.count) : total;
-  return {from, std::min(end, total) - from};
+  const std::int64_t end =
+      selection.count ? std::min(sampleOf(std::uint64_t{selection.from} + *selection.count), total) : total;
+  const std::int64_t from = std::max<std::int64_t>(begin, 0), to = std::max<std::int64_t>(end, 0);
+  return {static_cast<std::uint64_t>(from), static_cast<std::uint64_t>(std::max(to - from, std::int64_t{0})),
+          static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
 }
 
 // Writes the sound of a range, block by block.
@@ -58,6 +64,7 @@ class SoundExport {
   std::uint32_t run(const SampleRange& range) {
     Progress progress("exporting sound", range.count);
     std::uint32_t failure = VL_OK;
+    writeZeros(range.silence);
     const std::uint64_t end = range.from + range.count;
     for (std::uint64_t position = range.from, unread = position; position < end;) {
       const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(blockFrames_, end - position));
@@ -100,8 +107,13 @@ class SoundExport {
   void writeSilence(std::uint64_t from, std::uint64_t to) {
     if (from == to) return;
     lost_.addGap(from, to);
+    writeZeros(to - from);
+  }
+
+  void writeZeros(std::uint64_t frames) {
+    if (frames == 0) return;
     const std::vector<std::uint8_t> silence(block_.size());
-    for (std::uint64_t left = (to - from) * format_.frameBytes(); left > 0;) {
+    for (std::uint64_t left = frames * format_.frameBytes(); left > 0;) {
       const std::uint64_t bytes = std::min<std::uint64_t>(left, silence.size());
       output_.write({silence.data(), static_cast<std::size_t>(bytes)});
       written_ += bytes;
@@ -140,7 +152,7 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   OutputFile output(request.output, request.input);
   SoundExport sound(file, format, output);
   output.make([&] {
-    output.write(waveHeader(format, range.count * format.frameBytes()));
+    output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
     const std::uint32_t status = sound.run(range);
     if (status != VL_OK && sound.written() == 0)
       throw ToolError("the sound of '" + request.input +

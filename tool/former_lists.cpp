@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "manifest_document.h"
+#include "uri.h"
 #include "vlpath.h"
 
 namespace {
@@ -65,8 +66,8 @@ std::optional<FormerManifest> readFormerManifest(const std::string& path,
 
 std::optional<FormerPlaylist> readFormerPlaylist(const std::string& path, const std::string& mediaName,
                                                  std::uint64_t initialisationLength) {
-  const std::string map =
-      "#EXT-X-MAP:URI=\"" + mediaName + "\",BYTERANGE=\"" + std::to_string(initialisationLength) + "@0\"";
+  const std::string map = "#EXT-X-MAP:URI=\"" + UriOfName(mediaName) + "\",BYTERANGE=\"" +
+                          std::to_string(initialisationLength) + "@0\"";
   constexpr std::string_view kTarget = "#EXT-X-TARGETDURATION:", kTime = "#EXT-X-PROGRAM-DATE-TIME:";
   constexpr int kHeaderLines = 7;
   std::ifstream file(vlPath(path));

@@ -16,20 +16,44 @@ using Warn = std::function<void(const std::string&)>;
 
 constexpr std::uint32_t kUsualInterval = 30;
 
-void chooseFrames(const SourceTrack& video, const PackageOptions& options, PackagePlan& plan) {
+// Where decoding has to start for the first frame that the edit list shows.
+std::uint32_t firstNeeded(const SourceTrack& video, const Warn& warn) {
+  std::size_t first = 0, hidden = 0;
+  for (std::size_t i = 0; i < video.samples.size(); ++i) {
+    if (video.samples[i].presentationTime() > video.edits.firstShown()) continue;
+    if (video.samples[i].key) first = i;
+  }
+  for (std::size_t i = first; i < video.samples.size(); ++i)
+    hidden += video.samples[i].presentationTime() < video.edits.firstShown();
+  if (hidden != 0)
+    warn("the source's edit list hides its first " + std::to_string(hidden) +
+         " frames; the recording shows them, as those after them cannot be decoded without them");
+  return static_cast<std::uint32_t>(first);
+}
+
+// Frames up to the last one that the edit list shows; at least 1.
+std::size_t shownFrames(const SourceTrack& video) {
+  std::size_t frames = video.samples.size();
+  while (frames > 1 && video.samples[frames - 1].presentationTime() >= video.edits.shownEnd()) --frames;
+  return frames;
+}
+
+void chooseFrames(const SourceTrack& video, const PackageOptions& options, PackagePlan& plan,
+                  const Warn& warn) {
   const std::size_t total = video.samples.size();
   if (options.start >= total)
     throw ToolError("the source has " + std::to_string(total) +
                     " frames, counted from 0; there is no frame " + std::to_string(options.start));
-  if (!video.samples[options.start].key) {
-    std::uint32_t key = options.start;
+  plan.first = options.start == 0 ? firstNeeded(video, warn) : options.start;
+  if (!video.samples[plan.first].key) {
+    std::uint32_t key = plan.first;
     while (key > 0 && !video.samples[key].key) --key;
     throw ToolError("frame " + std::to_string(options.start) +
                     " is not a key frame, without which the recording could not be decoded; --start " +
                     std::to_string(key) + " is the one before");
   }
-  const std::size_t left = total - options.start;
-  plan.first = options.start;
+  const std::size_t shown = shownFrames(video);
+  const std::size_t left = (plan.first < shown ? shown : total) - plan.first;
   plan.count = static_cast<std::uint32_t>(std::min<std::size_t>(options.count.value_or(0xFFFFFFFFu), left));
 }
 
@@ -151,25 +175,25 @@ void chooseInterval(const SourceTrack& video, const PackageOptions& options, Pac
        std::to_string(plan.interval) + " frames, and some will not start with a key frame");
 }
 
-void takeOffsets(const SourceTrack& video, PackagePlan& plan) {
-  const auto frames = chosen(video, plan);
-  std::int64_t least = 0;
-  for (const SourceSample& sample : frames) least = std::min(least, sample.compositionOffset);
-  const double frameTicks = static_cast<double>(video.timescale) / plan.framesPerSecond();
-  plan.compositionOffsets.reserve(frames.size());
-  for (const SourceSample& sample : frames) {
-    const double offset = std::round(static_cast<double>(sample.compositionOffset - least) / frameTicks);
-    plan.compositionOffsets.push_back(static_cast<std::int32_t>(std::min(offset, 2147483647.0)));
-  }
+}  // namespace
+
+void PackagePlan::chooseOffsets(const SourceTrack& video) {
+  leastOffset = 0;
+  for (const SourceSample& sample : chosen(video, *this))
+    leastOffset = std::min(leastOffset, sample.compositionOffset);
+  frameTicks = static_cast<double>(video.timescale) / framesPerSecond();
 }
 
-}  // namespace
+std::int32_t PackagePlan::compositionOffset(const SourceSample& frame) const {
+  const double offset = std::round(static_cast<double>(frame.compositionOffset - leastOffset) / frameTicks);
+  return static_cast<std::int32_t>(std::clamp(offset, -2147483648.0, 2147483647.0));
+}
 
 PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options, const Warn& warn) {
   PackagePlan plan;
-  chooseFrames(video, options, plan);
+  chooseFrames(video, options, plan, warn);
   chooseRate(video, plan, warn);
   chooseInterval(video, options, plan, warn);
-  takeOffsets(video, plan);
+  plan.chooseOffsets(video);
   return plan;
 }

@@ -5,9 +5,8 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "source_file.h"
+#include "sample_source.h"
 
 struct PackageOptions {
   std::string input;
@@ -23,10 +22,15 @@ struct PackagePlan {
   std::uint32_t count = 0;
   std::uint32_t rate = 0;  // frames a second: rate / scale
   std::uint32_t scale = 1;
-  std::uint32_t interval = 1;                    // the host's codec option 8
-  std::vector<std::int32_t> compositionOffsets;  // of the frames, in whole frames, none below zero
+  std::uint32_t interval = 1;    // the host's codec option 8
+  std::int64_t leastOffset = 0;  // the lowest composition offset, where it is below zero, in ticks
+  double frameTicks = 1;         // ticks of the source a frame
 
   double framesPerSecond() const { return static_cast<double>(rate) / scale; }
+  // Takes the offsets of the chosen frames into account, once these and the rate are known.
+  void chooseOffsets(const SourceTrack& video);
+  // Of a frame of the source, in whole frames, counted from the lowest.
+  std::int32_t compositionOffset(const SourceSample& frame) const;
 };
 
 // Throws ToolError when the source cannot be packaged so; tells `warn` what the user should know.

@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "manifest_reader.h"
+#include "uri.h"
 #include "vlpath.h"
 
 namespace {
@@ -32,13 +33,19 @@ std::string audioPlaylistOf(const Path& audio) {
   return vlName(path);
 }
 
-// A media file's name as a list gives it, when it can only mean a file beside the list.
-std::optional<Path> beside(const Path& list, const std::string& mediaName) {
+// The file of this name beside a list, when it can only mean that.
+std::optional<Path> fileBeside(const Path& list, const std::string& mediaName) {
   const Path name = vlPath(mediaName);
   const bool plain = !mediaName.empty() && name.filename() == name && mediaName != "." && mediaName != "..";
   if (!plain) return std::nullopt;
   const Path path = Path(list).replace_filename(name);
   return isFile(path) ? std::optional(path) : std::nullopt;
+}
+
+// The media file that a list's reference leads to. Lists that hold the bare name are understood too.
+std::optional<Path> beside(const Path& list, const std::string& reference) {
+  const auto file = fileBeside(list, NameOfUri(reference));
+  return file ? file : fileBeside(list, reference);
 }
 
 std::optional<Path> mediaInManifest(const Path& manifest) {

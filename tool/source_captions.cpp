@@ -1,7 +1,6 @@
 #include "source_captions.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "bytes.h"
 #include "fourcc.h"
@@ -27,22 +26,18 @@ std::vector<std::uint8_t> payloadOf(std::span<const std::uint8_t> sample, std::u
 
 }  // namespace
 
-SourceCaptions::SourceCaptions(SourceFile& file, const SourceTrack* track, double frameOrigin, double rate)
-    : file_(file), track_(track), frameOrigin_(frameOrigin), rate_(rate) {}
-
-void SourceCaptions::addTo(DFRAME& descriptor, std::uint64_t frame) {
+void SourceCaptions::addTo(DFRAME& descriptor, std::int64_t frame,
+                           const std::function<std::int64_t(double)>& frameOf) {
   if (!track_) return;
   const bool is608 = track_->codec == Mp4FourCc("c608");
-  const auto startOf = [&](const SourceSample& sample) {
-    const double seconds = static_cast<double>(sample.decodeTime) / track_->timescale - frameOrigin_;
-    return static_cast<std::uint64_t>(std::max(0.0, std::round(seconds * rate_)));
-  };
   bool moved = false;
-  for (; next_ < track_->samples.size() && startOf(track_->samples[next_]) <= frame; ++next_) moved = true;
-  if (moved) {
-    const SourceSample& sample = track_->samples[next_ - 1];
-    start_ = startOf(sample);
-    payload_ = payloadOf(file_.read(sample), is608 ? Mp4FourCc("cdat") : Mp4FourCc("ccdp"));
+  for (; track_->next < track_->samples.size(); ++track_->next) {
+    const SourceSample& sample = track_->samples[track_->next];
+    const std::int64_t start = frameOf(track_->present(sample));
+    if (start > frame) break;
+    start_ = start;
+    payload_ = payloadOf(source_.read(sample), is608 ? Mp4FourCc("cdat") : Mp4FourCc("ccdp"));
+    moved = true;
   }
   if (is608)
     addPair(descriptor, frame - start_);
@@ -50,8 +45,8 @@ void SourceCaptions::addTo(DFRAME& descriptor, std::uint64_t frame) {
     addPacket(descriptor);
 }
 
-void SourceCaptions::addPair(DFRAME& descriptor, std::uint64_t index) const {
-  if (index >= payload_.size() / 2) return;
+void SourceCaptions::addPair(DFRAME& descriptor, std::int64_t index) const {
+  if (index < 0 || static_cast<std::uint64_t>(index) >= payload_.size() / 2) return;
   descriptor.captionFlags |= DFRAME_CAPTION_608;
   descriptor.captionBytes = std::max(descriptor.captionBytes, 2u);
   std::copy_n(payload_.begin() + static_cast<std::ptrdiff_t>(2 * index), 2, descriptor.captions);

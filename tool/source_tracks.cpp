@@ -5,9 +5,11 @@
 #include "boxes/audio_entry.h"
 #include "boxes/avcC.h"
 #include "boxes/ctts.h"
+#include "boxes/elst.h"
 #include "boxes/esds.h"
 #include "boxes/hdlr.h"
 #include "boxes/mdhd.h"
+#include "boxes/mvhd.h"
 #include "boxes/stco.h"
 #include "boxes/stsc.h"
 #include "boxes/stss.h"
@@ -113,6 +115,7 @@ void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
   for (std::uint32_t i = 0; i < stsz->sampleCount; ++i)
     track.samples[i].size = stsz->sampleSize != 0 ? stsz->sampleSize : stsz->entrySizes[i];
   takeTimes(table, track.samples);
+  track.nextDecodeTime = track.samples.back().decodeTime + track.samples.back().duration;
   takeCompositionOffsets(table, track.samples);
   takeSyncSamples(table, track.samples);
   takePlaces(table, track.samples);
@@ -128,11 +131,16 @@ const mp4::ESDBox* findDescriptor(const Mp4Box* entry) {
   return nullptr;
 }
 
-SourceTrack readTrack(Mp4Box* trak, std::uint64_t fileSize) {
+SourceTrack readTrack(Mp4Box* moov, Mp4Box* trak, std::uint64_t fileSize) {
   SourceTrack track;
   if (const auto* header = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd")) track.trackId = header->trackId;
   if (const auto* media = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd"))
     track.timescale = media->timescale;
+  const auto* movie = payloadAt<mp4::MovieHeaderBox>(moov, "mvhd");
+  if (const auto* edits = payloadAt<mp4::EditListBox>(trak, "edts/elst"); edits && movie) {
+    const bool fragmented = Mp4BoxChild(moov, Mp4FourCc("mvex")) != nullptr;
+    track.edits = EditList(*edits, movie->timescale, track.timescale, fragmented);
+  }
   Mp4Box* const table = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl");
   Mp4Box* const entry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
   if (!table || !entry) return track;
@@ -166,8 +174,8 @@ NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExte
 
 // ---- Fragments --------------------------------------------------------------------------------------
 
-const mp4::TrackExtendsBox* trackExtends(Mp4Box* root, std::uint32_t trackId) {
-  Mp4Box* const mvex = Mp4BoxGet(nullptr, root, true, "moov/mvex");
+const mp4::TrackExtendsBox* trackExtends(Mp4Box* moov, std::uint32_t trackId) {
+  Mp4Box* const mvex = Mp4BoxChild(moov, Mp4FourCc("mvex"));
   for (const Mp4Box* child = mvex ? mvex->first : nullptr; child; child = child->next) {
     const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child);
     if (trex && trex->trackId == trackId) return trex;
@@ -217,9 +225,20 @@ void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_
   }
 }
 
+}  // namespace
+
+std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
+  std::vector<SourceTrack> tracks;
+  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i)
+    tracks.push_back(readTrack(moov, trak, end));
+  for (SourceTrack& track : tracks)
+    track.nominalDuration = nominalDurationOf(track, trackExtends(moov, track.trackId));
+  return tracks;
+}
+
 // Where the runs of one fragment lie whose data is not placed: behind those of the track before, or at the
 // fragment's start (ISO/IEC 14496-12, 8.8.7).
-void readFragment(Mp4Box* root, Mp4Box* moof, std::uint64_t fileSize, std::vector<SourceTrack>& tracks) {
+void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks) {
   std::uint64_t dataEnd = moof->position;
   for (Mp4Box* traf = moof->first; traf; traf = traf->next) {
     if (traf->type != Mp4FourCc("traf")) continue;
@@ -228,38 +247,32 @@ void readFragment(Mp4Box* root, Mp4Box* moof, std::uint64_t fileSize, std::vecto
     const auto track = std::find_if(tracks.begin(), tracks.end(),
                                     [&](const SourceTrack& t) { return t.trackId == tfhd->trackId; });
     if (track == tracks.end()) continue;
-    const Defaults defaults(*tfhd, trackExtends(root, tfhd->trackId));
+    const Defaults defaults(*tfhd, trackExtends(moov, tfhd->trackId));
     const bool placed = tfhd->flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset;
     const bool fromFragment = tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultBaseIsMoof;
     const std::uint64_t base = placed ? tfhd->baseDataOffset : fromFragment ? moof->position : dataEnd;
     std::uint64_t offset = base;
-    std::uint64_t time =
-        track->samples.empty() ? 0 : track->samples.back().decodeTime + track->samples.back().duration;
+    std::uint64_t time = track->nextDecodeTime;
     if (const auto* tfdt = payloadAt<mp4::TrackFragmentDecodeTimeBox>(traf, "tfdt"))
       time = tfdt->baseMediaDecodeTime;
     for (const Mp4Box* child = traf->first; child; child = child->next) {
       const auto* run = Mp4PayloadOf<mp4::TrackRunBox>(child);
       if (!run) continue;
       if (run->hasDataOffset()) offset = base + static_cast<std::uint64_t>(std::int64_t{run->dataOffset});
-      readRun(*run, defaults, fileSize, *track, time, offset);
+      readRun(*run, defaults, end, *track, time, offset);
     }
+    track->nextDecodeTime = time;
     track->nominalDuration.endFragment();
     dataEnd = offset;
   }
 }
 
-}  // namespace
-
 std::vector<SourceTrack> readTracks(Mp4Box* root, std::uint64_t fileSize) {
-  std::vector<SourceTrack> tracks;
-  Mp4Box* const movie = Mp4BoxGet(nullptr, root, true, "moov");
-  if (!movie) throw ToolError("the source holds no movie box; give an MP4 file");
-  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
-    SourceTrack& track = tracks.emplace_back(readTrack(trak, fileSize));
-    track.nominalDuration = nominalDurationOf(track, trackExtends(root, track.trackId));
-  }
+  Mp4Box* const moov = Mp4BoxGet(nullptr, root, true, "moov");
+  if (!moov) throw ToolError("the source holds no movie box; give an MP4 file");
+  std::vector<SourceTrack> tracks = readMovie(moov, fileSize);
   for (Mp4Box* box = root->first; box; box = box->next) {
-    if (box->type == Mp4FourCc("moof")) readFragment(root, box, fileSize, tracks);
+    if (box->type == Mp4FourCc("moof")) readFragment(moov, box, fileSize, tracks);
   }
   return tracks;
 }

@@ -1,11 +1,14 @@
 #include "verify.h"
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
 #include "file_in_use.h"
 #include "list_difference.h"
 #include "manifest_document.h"
+#include "number_text.h"
+#include "segment_geometry.h"
 #include "vlpath.h"
 
 namespace {
@@ -26,7 +29,24 @@ void checkList(const std::string& path, const std::string& expected, Difference 
   if (!found.empty()) result.problems.add({name, std::nullopt, found, true});
 }
 
+// Samples of sound last as its track says; AAC's, in recordings.
+double soundSecondsOf(const Recording& recording) {
+  const RecordedMedia* const media = recording.audio() ? recording.audio() : recording.video();
+  const auto& sound = media->movie()->tracks[mp4::TrackKind::Audio];
+  if (!sound || sound->timescale == 0) return 0;
+  return static_cast<double>(media->soundFrames()) * kAacFrameSamples / sound->timescale;
+}
+
 }  // namespace
+
+std::string soundLengthNote(const Verification& result) {
+  // Encoders pad sound, and pictures with B-frames are shown later than they are decoded.
+  constexpr double kUsual = 1;
+  const double longer = result.soundSeconds - result.seconds;
+  if (result.frames == 0 || result.soundFrames == 0 || std::abs(longer) <= kUsual) return "";
+  return "the sound lasts " + fixedText(std::abs(longer), 3) + " s " + (longer > 0 ? "longer" : "less long") +
+         " than the picture";
+}
 
 std::optional<std::string> readList(const std::string& path) {
   std::error_code error;
@@ -57,6 +77,7 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
     const RecordedMedia* const audio = recording.audio();
     result.seconds = static_cast<double>(audio->positions()) / audio->movie()->indexedTrack().timescale;
   }
+  result.soundSeconds = soundSecondsOf(recording);
   const RecordingNames& names = recording.names();
   const Recording::Lists lists = recording.lists();
   checkList(names.manifest, lists.manifest, manifestDifference, result);

@@ -13,9 +13,14 @@ struct Verification {
   std::uint64_t fragments = 0;     // of all media files
   std::uint64_t segments = 0;
   double seconds = 0;         // of the video, or else of the sound
+  double soundSeconds = 0;    // of the sound; both begin at 0
   bool beingWritten = false;  // somebody is recording it
   ProblemList problems;
 };
+
+// What the user should know of a picture and a sound that do not end together, empty when they do. It is no
+// problem of the recording: its source may be so.
+std::string soundLengthNote(const Verification& result);
 
 // Throws ToolError when `name` belongs to no recording, or to one that holds nothing.
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress = {});

@@ -20,6 +20,13 @@ export const recordings = [
   {name: 'pal-b-sound', rate: [25, 1], frames: 190, delayed: 2, sound: true, width: 384, height: 288},
   {name: 'pal', rate: [25, 1], frames: 175, delayed: 0, sound: false, width: 256, height: 144},
   {name: 'short', rate: [25, 1], frames: 25, delayed: 2, sound: true, width: 320, height: 180},
+  // A name whose characters mean something in URIs.
+  {name: 'odd #1 "50%"', rate: [25, 1], frames: 60, delayed: 2, sound: true, width: 320, height: 180},
+  // Sound in the file of the picture. The second ends with a segment.
+  {name: 'one-file', rate: [30000, 1001], frames: 230, delayed: 2, sound: true, width: 320, height: 180,
+    extension: '.ismv'},
+  {name: 'one-file-full', rate: [25, 1], frames: 200, delayed: 2, sound: true, width: 320, height: 180,
+    extension: '.ismv'},
 ];
 
 // An interval of key frames that cannot be divided gives segments of no fragments: a "sidx" without references, a
@@ -31,8 +38,8 @@ export async function run(program, ...options) {
   return (await execute(program, options, {maxBuffer: 1 << 26})).stdout;
 }
 
-// Makes the recording in `folder`, its source in `sources`. `captions`: a file that ffmpeg reads as captions.
-export async function record(fmp4, recording, folder, sources, captions) {
+// Makes a recording's source in the folder `sources`. `captions`: a file that ffmpeg reads as captions.
+export async function makeSource(recording, sources, captions) {
   const {name, frames, delayed, sound, width, height, interval = kInterval} = recording;
   const rate = recording.rate.join('/');
   const seconds = frames * recording.rate[1] / recording.rate[0];
@@ -53,6 +60,13 @@ export async function record(fmp4, recording, folder, sources, captions) {
     `[0][1]overlay,trim=end_frame=${frames},format=yuv420p[v]`, ...maps, '-c:v', 'libx264', '-preset',
     'veryfast', '-crf', '18', '-g', String(interval), '-keyint_min', String(interval), '-sc_threshold', '0', '-bf',
     String(delayed), '-b_strategy', '0', source);
-  await run(fmp4, 'package', source, '--gop', String(interval), '--output', path.join(folder, `${name}.mp4`));
+  return source;
+}
+
+// Makes the recording in `folder`, and its source, which it gives back.
+export async function record(fmp4, recording, folder, sources, captions) {
+  const {name, interval = kInterval, extension = '.mp4'} = recording;
+  const source = await makeSource(recording, sources, captions);
+  await run(fmp4, 'package', source, '--gop', String(interval), '--output', path.join(folder, `${name}${extension}`));
   return source;
 }

@@ -17,7 +17,7 @@ export class Viewer {
     viewer.page.on('console', (message) => {
       if (message.type() === 'error') viewer.complaints.push(message.text());
     });
-    await viewer.page.goto(`${address}#${recording}${player ? `/${player}` : ''}`);
+    await viewer.page.goto(`${address}#${encodeURIComponent(recording)}${player ? `/${player}` : ''}`);
     return viewer;
   }
 

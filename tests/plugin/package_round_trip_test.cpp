@@ -29,10 +29,13 @@ void expectTheSame(const std::string& source, const std::string& recording) {
     ASSERT_EQ(a.key(), b.key()) << frame;
   }
   const Samples was = readAll(*before, 4096), is = readAll(*after, 1602);
+  // The source's edit list hides its first unit, which leads in the second. Without it that one begins
+  // differently.
+  constexpr std::ptrdiff_t kUnit = 2 * 1024;
   // A recording counts whole units where the source's last one may be stated shorter.
-  ASSERT_GE(is.size(), was.size());
-  ASSERT_LT(is.size(), was.size() + 2 * 1024);
-  EXPECT_TRUE(std::equal(was.begin(), was.end(), is.begin()));
+  ASSERT_GE(is.size() + kUnit, was.size());
+  ASSERT_LT(is.size(), was.size());
+  EXPECT_TRUE(std::equal(was.begin() + 2 * kUnit, was.end(), is.begin() + kUnit));
 }
 
 TEST(PackageRoundTrip, PictureAndSoundInFilesOfTheirOwn) {

@@ -38,6 +38,46 @@ TEST(Names, OfAnyScriptAndWithSpacesServeEveryCommand) {
   EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", vlName(place / vlPath("Kopie €.mpd"))}).out).size(), 31u);
 }
 
+std::string textOf(const std::filesystem::path& path) {
+  const auto bytes = readFile(path.string());
+  return {bytes.begin(), bytes.end()};
+}
+
+TEST(Names, WithCharactersThatMeanSomethingInUrisAreEncodedInLists) {
+  const TempFolder folder;
+  const std::string clip = makeClip(folder, folder.path() / "clip 100%.mp4");
+  ASSERT_EQ(fmp4({"--quiet", "package", clip, "--output", folder.file("a b#1 50%25.mp4")}).exitCode, 0);
+  const std::string name = "a%20b%231%2050%2525";
+  EXPECT_THAT(textOf(folder.file("a b#1 50%25.m3u8")), testing::HasSubstr("URI=\"" + name + ".m4v\""));
+  EXPECT_THAT(textOf(folder.file("a b#1 50%25.m3u8")), testing::HasSubstr("\n" + name + ".m4v\n"));
+  EXPECT_THAT(textOf(folder.file("a b#1 50%25A.m3u8")), testing::HasSubstr("URI=\"" + name + ".m4a\""));
+  EXPECT_THAT(textOf(folder.file("a b#1 50%25.mpd")),
+              testing::HasSubstr("<BaseURL>" + name + ".m4v</BaseURL>"));
+  const std::string master = textOf(folder.file("a b#1 50%25.master.m3u8"));
+  EXPECT_THAT(master, testing::HasSubstr("URI=\"" + name + "A.m3u8\""));
+  EXPECT_THAT(master, testing::HasSubstr("\n" + name + ".m3u8\n"));
+  for (const char* list : {".mpd", ".m3u8", "A.m3u8", ".master.m3u8"})
+    EXPECT_EQ(fmp4({"--quiet", "verify", folder.file(std::string("a b#1 50%25") + list)}).exitCode, 0)
+        << list;
+  // The plug-in finds both media files through the manifest.
+  EXPECT_EQ(fmp4({"--quiet", "export", folder.file("a b#1 50%25.mpd"), "--audio", folder.file("sound.wav")})
+                .exitCode,
+            0);
+  EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", folder.file("a b#1 50%25.mpd")}).out).size(), 31u);
+}
+
+// As lists were written before.
+TEST(Names, ThatStandInListsAsTheyAreAreFoundToo) {
+  const TempFolder folder;
+  const std::string clip = makeClip(folder, folder.path() / "clip.mp4");
+  ASSERT_EQ(fmp4({"--quiet", "package", clip, "--no-audio", "--output", folder.file("a%41.mp4")}).exitCode,
+            0);
+  std::string manifest = textOf(folder.file("a%41.mpd"));
+  manifest.replace(manifest.find("a%2541"), 6, "a%41");
+  writeFile(folder.file("other.mpd"), {manifest.begin(), manifest.end()});
+  EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", folder.file("other.mpd")}).out).size(), 31u);
+}
+
 TEST(Names, MayBeAsLongAsTheHostTakes) {
   const TempFolder folder;
   const std::string start = vlName(folder.path() / "");

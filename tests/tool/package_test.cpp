@@ -63,20 +63,23 @@ TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
   const auto video = ffprobePackets(folder_.file("out.m4v"), "v:0");
   const auto audio = ffprobePackets(folder_.file("out.m4a"), "a:0");
   ASSERT_EQ(video.size(), sourceVideo.size());
-  ASSERT_EQ(audio.size(), sourceAudio.size());
+  // The pictures are shown two frames late, by 66.7 ms; 21.3 of them are the priming of the sound.
+  constexpr std::size_t kSilent = 2;
+  ASSERT_EQ(audio.size(), kSilent + sourceAudio.size());
   for (std::size_t i = 0; i < video.size(); ++i) {
     EXPECT_EQ(video[i].crc32, sourceVideo[i].crc32);
     EXPECT_EQ(video[i].key, sourceVideo[i].key);
     EXPECT_EQ(video[i].dts, static_cast<std::int64_t>(i) * 1001);
   }
-  for (std::size_t i = 0; i < audio.size(); ++i) {
-    EXPECT_EQ(audio[i].size, sourceAudio[i].size);
+  for (std::size_t i = 0; i < sourceAudio.size(); ++i) {
+    EXPECT_EQ(audio[kSilent + i].size, sourceAudio[i].size);
     // The first has side data, behind which ffprobe prints its hash.
     if (i != 0) {
-      EXPECT_EQ(audio[i].crc32, sourceAudio[i].crc32);
+      EXPECT_EQ(audio[kSilent + i].crc32, sourceAudio[i].crc32);
     }
-    EXPECT_EQ(audio[i].dts, static_cast<std::int64_t>(i) * 1024);
   }
+  for (std::size_t i = 0; i < audio.size(); ++i)
+    EXPECT_EQ(audio[i].dts, static_cast<std::int64_t>(i) * 1024);
   EXPECT_EQ(pictureHashes(folder_.file("out.m4v")), pictureHashes(source()));
 }
 
@@ -89,7 +92,7 @@ TEST_F(Package, GivesTheSourcesFramesBackByEveryName) {
   EXPECT_EQ(frames(folder_.file("out.mpd")), expected);
   EXPECT_EQ(frames(folder_.file("both.xml")), expected);
   decodes(folder_.file("both.ismv"));
-  EXPECT_EQ(ffprobePackets(folder_.file("both.ismv"), "a:0").size(), ffprobePackets(source(), "a:0").size());
+  EXPECT_EQ(ffprobePackets(folder_.file("both.ismv"), "a:0").size(), 2 + ffprobePackets(source(), "a:0").size());
   decodes(folder_.file("both.m3u8"));
 }
 

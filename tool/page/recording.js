@@ -6,6 +6,17 @@ function secondsOf(duration) {
   return parts ? Number(parts[1] ?? 0) * 3600 + Number(parts[2] ?? 0) * 60 + Number(parts[3] ?? 0) : 0;
 }
 
+// The name of a file that a relative reference leads to.
+function nameOf(reference) {
+  return reference.replace(/(?:%[0-9a-f]{2})+/gi, (bytes) => {
+    try {
+      return decodeURIComponent(bytes);
+    } catch {
+      return bytes;
+    }
+  });
+}
+
 export function mediaUrl(file) {
   return new URL(`/media/${encodeURIComponent(file)}`, location.href).href;
 }
@@ -36,7 +47,7 @@ export function readManifest(text) {
     frameRate: rate / (scale || 1),
     codecs,
     seconds: secondsOf(root.getAttribute('mediaPresentationDuration')),
-    file: video?.getElementsByTagName('BaseURL')[0]?.textContent ?? '',
+    file: nameOf(video?.getElementsByTagName('BaseURL')[0]?.textContent ?? ''),
     initialization: range(video?.getElementsByTagName('Initialization')[0], 'range'),
     segmentSeconds: Number(list?.getAttribute('duration') ?? 0) / Number(list?.getAttribute('timescale') ?? 1),
     segments: [...(video?.getElementsByTagName('SegmentURL') ?? [])].map((each) => range(each, 'mediaRange')),

@@ -1,0 +1,57 @@
+// When a file shows flashes and plays tones, as ffmpeg decodes it.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/ffmpeg.h"
+
+// The times in seconds at which the values that a filter graph of ffprobe gives under `tag` rise above
+// `threshold`.
+inline std::vector<double> risingTimes(const std::string& graph, const std::string& tag, double threshold) {
+  const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-f", "lavfi", "-i", graph, "-show_entries",
+                                       "frame=pts_time:frame_tags=" + tag, "-of", "csv=p=0"});
+  std::vector<double> times;
+  bool above = false;
+  std::istringstream lines(result.out);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t comma = line.find(',');
+    if (comma == std::string::npos) continue;
+    const std::string value = line.substr(comma + 1);
+    const bool now = value != "-inf" && std::stod(value) > threshold;
+    if (now && !above) times.push_back(std::stod(line));
+    above = now;
+  }
+  return times;
+}
+
+// When pictures become white.
+inline std::vector<double> flashTimes(const std::filesystem::path& file) {
+  return risingTimes("movie='" + file.string() + "',signalstats", "lavfi.signalstats.YAVG", 128);
+}
+// When sound becomes loud, to a millisecond.
+inline std::vector<double> toneTimes(const std::filesystem::path& file) {
+  return risingTimes("amovie='" + file.string() +
+                         "',aformat=channel_layouts=mono:sample_fmts=flt,asetnsamples=48,astats=metadata=1:"
+                         "reset=1",
+                     "lavfi.astats.Overall.RMS_level", -22);
+}
+
+// Inputs: black pictures at 25 a second that flash, and silence at 48000 Hz that sounds, both for 0.2 s at
+// each of `times`.
+inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times) {
+  std::string when;
+  for (const std::string& time : times)
+    when += (when.empty() ? "between(t," : "+between(t,") + time + "," + time + "+0.19)";
+  const std::string length = std::to_string(seconds);
+  return {"-f",
+          "lavfi",
+          "-i",
+          "color=black:size=160x96:rate=25:duration=" + length + ",drawbox=color=white:t=fill:enable='" +
+              when + "'",
+          "-f",
+          "lavfi",
+          "-i",
+          "aevalsrc=exprs='0.5*sin(2*PI*1000*t)*gt(" + when + ",0)':s=48000:d=" + length};
+}

@@ -1,0 +1,268 @@
+// Sound, captions and pictures keep their distance from each other when they are packaged.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+
+#include "fmp4.h"
+#include "support/box_builder.h"
+#include "support/ffmpeg.h"
+#include "support/fragments.h"
+#include "support/sync.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+using Options = std::vector<std::string>;
+
+// Half an access unit at 48000 Hz, and the millisecond in which the start of a tone is found.
+constexpr double kHalfUnit = 512.0 / 48000, kFound = 0.0015;
+constexpr double kFrame = 0.04;
+
+const Options kFragmented = {"-movflags", "frag_keyframe+empty_moov+default_base_moof"};
+
+class InStep : public testing::Test {
+ protected:
+  // Flashes and tones at 0.4, 2 and 3.6 s.
+  std::string source(int bFrames) {
+    const std::string file = folder_.file("b" + std::to_string(bFrames) + ".mp4");
+    makeMedia(file, flashAndToneInputs(4, {"0.4", "2", "3.6"}) + h264Codec(25, bFrames) +
+                        Options{"-c:a", "aac", "-ac", "2"});
+    return file;
+  }
+  // `options` with the source above, or two of it, as their inputs.
+  std::string made(const Options& options) {
+    makeMedia(folder_.file("made.mp4"), options);
+    return folder_.file("made.mp4");
+  }
+  // Packages a source and holds the distance of each tone from its flash against that in the source.
+  void staysInStep(const std::string& source, const std::string& warning = "") {
+    const auto sourceFlashes = flashTimes(source), sourceTones = toneTimes(source);
+    for (const char* output : {"out.mp4", "both.ismv"}) {
+      const RunResult result = fmp4({"--quiet", "package", source, "--output", folder_.file(output)});
+      ASSERT_EQ(result.exitCode, 0) << result.err;
+      EXPECT_THAT(result.err,
+                  warning.empty() ? IsEmpty() : testing::Matcher<std::string>(HasSubstr(warning)));
+      const bool apart = std::string(output) == "out.mp4";
+      const std::string video = folder_.file(apart ? "out.m4v" : output);
+      const auto flashes = flashTimes(video), tones = toneTimes(apart ? folder_.file("out.m4a") : video);
+      ASSERT_EQ(flashes.size(), sourceFlashes.size());
+      ASSERT_EQ(tones.size(), sourceTones.size());
+      ASSERT_EQ(tones.size(), flashes.size());
+      for (std::size_t i = 0; i < tones.size(); ++i)
+        EXPECT_NEAR(tones[i] - flashes[i], sourceTones[i] - sourceFlashes[i], kHalfUnit + kFound)
+            << output << i;
+      EXPECT_EQ(fmp4({"--quiet", "verify", video}).exitCode, 0);
+    }
+  }
+
+  TempFolder folder_;
+};
+
+TEST_F(InStep, WithBFrames) {
+  staysInStep(source(2));
+}
+
+TEST_F(InStep, WithoutBFrames) {
+  staysInStep(source(0));
+}
+
+TEST_F(InStep, FragmentsWithoutAnEditList) {
+  staysInStep(made(Options{"-i", source(2), "-c", "copy"} + kFragmented));
+}
+
+TEST_F(InStep, FragmentsWithAnEditList) {
+  staysInStep(made({"-i", source(2), "-c", "copy", "-movflags", "frag_keyframe+delay_moov"}));
+}
+
+TEST_F(InStep, SoundThatStartsLate) {
+  const std::string file = source(2);
+  const Options late = {"-i",   file,  "-itsoffset", "2",   "-i", file,
+                        "-map", "0:v", "-map",       "1:a", "-c", "copy"};
+  staysInStep(made(late));
+  staysInStep(made(late + kFragmented));
+  staysInStep(made(late + Options{"-movflags", "frag_keyframe+delay_moov"}));
+}
+
+TEST_F(InStep, SoundThatStartsLateIsSilentUntilThen) {
+  const std::string file = source(0);
+  made({"-i", file, "-itsoffset", "2", "-i", file, "-map", "0:v", "-map", "1:a", "-c", "copy"});
+  ASSERT_EQ(
+      fmp4({"--quiet", "package", folder_.file("made.mp4"), "--output", folder_.file("out.mp4")}).exitCode,
+      0);
+  const RunResult levels = runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-xerror", "-i",
+                                       folder_.file("out.m4a"), "-t", "1.9", "-f", "s16le", "-ac", "1", "-"});
+  EXPECT_EQ(levels.out, std::string(static_cast<std::size_t>(1.9 * 48000) * 2, '\0'));
+}
+
+TEST_F(InStep, PicturesThatStartLate) {
+  const std::string file = source(2);
+  made({"-itsoffset", "1", "-i", file, "-i", file, "-map", "0:v", "-map", "1:a", "-c", "copy"});
+  // The tone at 0.4 s is ahead of the pictures.
+  const RunResult result =
+      fmp4({"--quiet", "package", folder_.file("made.mp4"), "--output", folder_.file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err, HasSubstr("warning: the source's sound begins 9"));
+  EXPECT_THAT(result.err, HasSubstr(" ms before its picture; that part is left out"));
+  const auto flashes = flashTimes(folder_.file("out.m4v")), tones = toneTimes(folder_.file("out.m4a"));
+  ASSERT_EQ(flashes.size(), 3u);
+  ASSERT_EQ(tones.size(), 2u);
+  EXPECT_NEAR(tones[0] - flashes[1], -1, kHalfUnit + kFound);
+  EXPECT_NEAR(tones[1] - flashes[2], -1, kHalfUnit + kFound);
+}
+
+TEST_F(InStep, SoundWithAGap) {
+  const std::string file = source(2);
+  makeMedia(folder_.file("sound.mp4"), {"-i", file, "-vn", "-c", "copy"});
+  makeMedia(folder_.file("first.mp4"), {"-i", folder_.file("sound.mp4"), "-t", "1.2", "-c", "copy"});
+  makeMedia(folder_.file("second.mp4"), {"-ss", "1.7", "-i", folder_.file("sound.mp4"), "-c", "copy"});
+  std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 1.7\nfile second.mp4\n";
+  const std::string gap = made({"-i", file, "-f", "concat", "-i", folder_.file("parts.txt"), "-map", "0:v",
+                                "-map", "1:a", "-c", "copy"});
+  ASSERT_EQ(toneTimes(gap).size(), 3u);
+  staysInStep(gap);
+}
+
+TEST_F(InStep, PicturesAndSoundWithAGap) {
+  const std::string file = source(0);
+  makeMedia(folder_.file("first.mp4"), {"-i", file, "-t", "1.4", "-c", "copy"});
+  std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 3\nfile " << file << "\n";
+  const std::string gap = made(
+      Options{"-f", "concat", "-safe", "0", "-i", folder_.file("parts.txt"), "-c", "copy"} + kFragmented);
+  ASSERT_EQ(fmp4({"--quiet", "package", gap, "--output", folder_.file("out.mp4")}).exitCode, 0);
+  const auto flashes = flashTimes(folder_.file("out.m4v")), tones = toneTimes(folder_.file("out.m4a"));
+  ASSERT_EQ(flashes.size(), 4u);
+  ASSERT_EQ(tones.size(), 4u);
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(tones[i], flashes[i], kFrame / 2 + kHalfUnit + kFound) << i;
+}
+
+TEST_F(InStep, ACutKeepsTheGroupOfPicturesThatItNeeds) {
+  const std::string file = source(2);
+  made({"-ss", "1.52", "-i", file, "-c", "copy"});
+  const RunResult result =
+      fmp4({"--quiet", "package", folder_.file("made.mp4"), "--output", folder_.file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.err,
+              HasSubstr("warning: the source's edit list hides its first 13 frames; the recording shows "
+                        "them, as those after them cannot be decoded without them"));
+  const auto flashes = flashTimes(folder_.file("out.m4v")), tones = toneTimes(folder_.file("out.m4a"));
+  // From the key frame at 1 s on, behind the delay of the B-frames.
+  ASSERT_EQ(flashes.size(), 2u);
+  EXPECT_NEAR(flashes[0], 1.08, 0.001);
+  ASSERT_EQ(tones.size(), 2u);
+  for (std::size_t i = 0; i < 2; ++i) EXPECT_NEAR(tones[i], flashes[i], kHalfUnit + kFound) << i;
+}
+
+TEST_F(InStep, APartOfTheSource) {
+  const std::string file = source(2);
+  ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4"), "--start", "25", "--count",
+                  "50"})
+                .exitCode,
+            0);
+  const auto flashes = flashTimes(folder_.file("out.m4v")), tones = toneTimes(folder_.file("out.m4a"));
+  ASSERT_EQ(flashes.size(), 1u);
+  ASSERT_EQ(tones.size(), 1u);
+  EXPECT_NEAR(tones[0], flashes[0], kHalfUnit + kFound);
+}
+
+TEST_F(InStep, ExportedSoundStartsWithTheFirstPicture) {
+  for (const int bFrames : {0, 2}) {
+    const std::string file = source(bFrames);
+    ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
+    ASSERT_EQ(
+        fmp4({"--quiet", "export", folder_.file("out.mpd"), "--audio", folder_.file("out.wav")}).exitCode, 0);
+    const auto expected = toneTimes(file), tones = toneTimes(folder_.file("out.wav"));
+    ASSERT_EQ(tones.size(), expected.size());
+    for (std::size_t i = 0; i < tones.size(); ++i)
+      EXPECT_NEAR(tones[i], expected[i], kHalfUnit + kFound) << bFrames << i;
+  }
+}
+
+TEST_F(InStep, ExportedSoundOfASourceHonoursItsEditList) {
+  const std::string file = source(2);
+  const Options late = {"-i",   file,  "-itsoffset", "1",   "-i", file,
+                        "-map", "0:v", "-map",       "1:a", "-c", "copy"};
+  for (const char* flags : {"frag_keyframe+delay_moov", "frag_keyframe+empty_moov+default_base_moof"}) {
+    const std::string fragmented = made(late + Options{"-movflags", flags});
+    ASSERT_EQ(fmp4({"--quiet", "export", fragmented, "--audio", folder_.file("out.wav")}).exitCode, 0);
+    const auto tones = toneTimes(folder_.file("out.wav"));
+    ASSERT_EQ(tones.size(), 3u);
+    EXPECT_NEAR(tones[0], 1.4, 0.003) << flags;
+    EXPECT_NEAR(tones[2], 4.6, 0.003) << flags;
+  }
+}
+
+// Captions at 1 and 2 s, in a track that begins with an empty edit of 1 s.
+TEST_F(InStep, CaptionsWhoseTrackStartsLate) {
+  std::ofstream(folder_.file("captions.scc")) << "Scenarist_SCC V1.0\n\n00:00:01:00\t9420 94ae\n\n"
+                                                 "00:00:02:00\t942c\n\n";
+  const std::string file = folder_.file("captions.mov");
+  makeMedia(file,
+            {"-i", source(2), "-i", folder_.file("captions.scc"), "-map", "0", "-map", "1", "-c", "copy"});
+  ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
+  const auto lines = linesOf(fmp4({"--quiet", "frames", folder_.file("out.m4v")}).out);
+  std::vector<std::string> captioned;
+  for (const std::string& line : lines) {
+    const std::string pair = line.substr(0, line.rfind(',')).substr(line.rfind(',', line.rfind(',') - 1) + 1);
+    if (pair == "9420" || pair == "94ae" || pair == "942c")
+      captioned.push_back(line.substr(0, line.find(',')) + ' ' + pair);
+  }
+  EXPECT_THAT(captioned, testing::ElementsAre("25 9420", "26 94ae", "50 942c"));
+}
+
+// ---- Sound that does not play with the chosen frames -------------------------------------------------
+
+class ShortSound : public testing::Test {
+ protected:
+  ShortSound() {
+    makeMedia(folder_.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25) +
+                                              Options{"-c:a", "aac", "-ac", "2"});
+  }
+  TempFolder folder_;
+};
+
+TEST_F(ShortSound, AStartBehindItsEndGivesARecordingWithoutSound) {
+  for (const char* output : {"out.mp4", "both.ismv"}) {
+    const RunResult result = fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output",
+                                   folder_.file(output), "--start", "50"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "fmp4: warning: no sound plays with the chosen frames; the recording has none\n");
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4a")));
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("outA.m3u8")));
+  const auto manifest = readFile(folder_.file("out.mpd")), master = readFile(folder_.file("out.master.m3u8"));
+  EXPECT_THAT(std::string(manifest.begin(), manifest.end()), Not(HasSubstr("<AdaptationSet/>")));
+  EXPECT_THAT(std::string(master.begin(), master.end()), Not(HasSubstr("AUDIO")));
+  EXPECT_EQ(ffprobePackets(folder_.file("out.m4v"), "v:0").size(), 50u);
+  EXPECT_EQ(fmp4({"--quiet", "verify", folder_.file("out.mpd")}).exitCode, 0);
+}
+
+TEST_F(ShortSound, ThatBeginsBehindTheChosenFramesIsLeftOut) {
+  makeMedia(folder_.file("late.mp4"),
+            {"-i", folder_.file("source.mp4"), "-itsoffset", "2", "-i", folder_.file("source.mp4"), "-map",
+             "0:v", "-map", "1:a", "-c", "copy"});
+  const RunResult result = fmp4(
+      {"--quiet", "package", folder_.file("late.mp4"), "--output", folder_.file("out.mp4"), "--count", "25"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4a")));
+}
+
+TEST_F(ShortSound, IsKeptAsFarAsItGoes) {
+  ASSERT_EQ(fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4"),
+                  "--start", "0", "--count", "75"})
+                .exitCode,
+            0);
+  EXPECT_EQ(toneTimes(folder_.file("out.m4a")).size(), 1u);
+  const RunResult verified = fmp4({"--quiet", "verify", folder_.file("out.mpd")});
+  EXPECT_EQ(verified.exitCode, 0);
+  EXPECT_THAT(verified.out,
+              testing::MatchesRegex("note: the sound lasts 1.9[0-9]* s less long than the picture\n.* is "
+                                    "whole: 75 frames, .*\n"));
+}
+
+}  // namespace
