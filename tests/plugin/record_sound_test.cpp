@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <numeric>
 
 #include "boxes/esds.h"
 #include "boxes/sidx.h"
@@ -276,14 +277,34 @@ TEST(SoundInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {
   writeFrames(*file, 300);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
-  // 46.92 a fragment, and at the end what is left of 500.
-  EXPECT_THAT(soundCounts(boxes), ElementsAre(46, 47, 47, 47, 47, 47, 47, 47, 47, 47, 31));
+  // 46.92 a fragment, and in the last one what is left of 500.
+  EXPECT_THAT(soundCounts(boxes), ElementsAre(46, 47, 47, 47, 47, 47, 47, 47, 47, 78));
   EXPECT_EQ(boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2]/traf[1]/tfdt")->baseMediaDecodeTime,
             93u * 1024);
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof/traf[1]/trun")->dataOffset,
             static_cast<std::int32_t>(boxes.at("moof")->size + 8 + 30 * 100));
   EXPECT_EQ(boxes.at("mdat")->size, 8u + 30 * 100 + 46 * 20);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references[0].subsegmentDuration, 30030u);
+}
+
+TEST(SoundInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  for (std::uint32_t i = 0; i < 300; ++i) {
+    writeSound(*file, i % 2 + 1);
+    writeFrames(*file, 1);
+  }
+  writeSound(*file, 60);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  BoxFile boxes(folder.file("out.ismv"));
+  EXPECT_EQ(boxes.at("sidx[1]"), nullptr);
+  const auto counts = soundCounts(boxes);
+  EXPECT_EQ(counts.size(), 10u);
+  EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), 0u), 450u + 60);
+  const std::string playlist = textOf(folder.file("out.m3u8"));
+  EXPECT_EQ(playlist.find("#EXTINF"), playlist.rfind("#EXTINF"));
+  EXPECT_THAT(playlist, HasSubstr("#EXTINF:10.010,\n"));
+  EXPECT_THAT(textOf(folder.file("out.xml")), HasSubstr("mediaPresentationDuration=\"PT0H0M10.01S\""));
 }
 
 TEST(SoundInside, IsDescribedWithTheVideo) {

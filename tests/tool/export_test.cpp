@@ -133,9 +133,11 @@ TEST(Export, SoundIsAWaveFileOfTheWholeTrack) {
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "codec_name"), "pcm_s16le");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "sample_rate"), "48000");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "channels"), "2");
-  // What the encoder puts ahead of the sound is ahead of the first picture too.
-  EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "duration_ts"),
-            std::to_string((ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size() - 1) * 1024));
+  // What the encoder puts ahead of the sound is ahead of the first picture too, whose time is in coarser
+  // ticks.
+  const auto units = ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size();
+  EXPECT_NEAR(std::stoi(ffprobeStreamEntry(output, "a:0", "duration_ts")), static_cast<int>(units - 1) * 1024,
+              4);
 }
 
 TEST(Export, Ac3OfSixChannelsIsAWaveFileOfTwo) {
