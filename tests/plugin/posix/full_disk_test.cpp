@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "places.h"
 #include "plugin/recording.h"
 #include "support/log_capture.h"
 #include "support/run.h"
