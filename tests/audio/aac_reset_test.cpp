@@ -3,6 +3,7 @@
 
 #include "aac_generator.h"
 #include "aac_streams.h"
+#include "places.h"
 
 namespace {
 
