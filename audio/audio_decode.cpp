@@ -136,6 +136,7 @@ std::uint32_t VL_Audio_Decode::Reset() {
 std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
   constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
   std::uint64_t needed = kFirstBufferBytes;
+  m_memoryShort = false;
   if (m_buffer != nullptr) {
     // Neither product leaves 64 bits: a frame has at most 8 x 65535 bytes.
     needed = std::uint64_t{m_frameSize} * frames * kBufferFactor;
@@ -147,6 +148,7 @@ std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
   if (grown == nullptr) {
     std::free(m_buffer);
     m_buffer = nullptr;
+    m_memoryShort = true;
     SetBufferedFrames(0);
     Warn("Unable to alloc audio buffer\n");
     return VL_E_AUDIO_MEMORY;
@@ -167,7 +169,9 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudio(std::uint8_t* output, std::uint32
   m_input.SetBufferPointer(input, inputBytes);
   m_input.SetDataSize(inputBytes);
   m_output.SetBufferPointer(output, RoomAt(output));
-  if (m_codec->GetFrame(&m_input, &m_output) != UMC::UMC_OK) return -1;
+  const UMC::Status status = m_codec->GetFrame(&m_input, &m_output);
+  m_memoryShort = status == UMC::UMC_ERR_ALLOC;
+  if (status != UMC::UMC_OK) return -1;
   *outputBytes = static_cast<std::uint32_t>(m_output.GetDataSize());
   return static_cast<std::int32_t>(m_input.GetDataSize());
 }

@@ -80,6 +80,10 @@ class VL_Audio_Decode {
   // an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
+  // True when the last CheckBuffer or decoding call failed because memory was short, which says nothing of
+  // its input.
+  [[nodiscard]] bool MemoryShort() const { return m_memoryShort; }
+
   // Forgets the signal that overlaps into the next frame, for a frame between is lost. Buffered PCM stays. A
   // decoder of FFmpeg keeps its signal, as with Reset.
   void ForgetSignal();
@@ -131,5 +135,6 @@ class VL_Audio_Decode {
   std::uint32_t m_bufferCapacity = 0;  // bytes
   std::uint64_t m_bufferStart = 0;     // position of the first buffered frame
   std::uint32_t m_bufferedFrames = 0;
+  bool m_memoryShort = false;
   std::uint8_t* m_buffer = nullptr;  // of malloc
 };

@@ -17,10 +17,12 @@ void Mp4RootState::passed(const Mp4Box& box) {
 }
 
 bool Mp4RootState::admit(const Mp4Box& box, bool topLevel) {
-  // Fragments of one short sample each have fewer. What one box of the top level brings is limited, so that a
-  // large one makes no room for many small ones.
-  constexpr std::uint64_t kFreeNodes = 300'000, kBytesANode = 24, kMostBytes = 64 << 10;
-  if (topLevel) nodeBytes_ += std::min(box.size, kMostBytes);
+  // A fragment of one short sample has a node for every 16 bytes or so: the bytes of a fragment count twice.
+  // What one box of the top level brings is limited, so that a large one makes no room for many small ones,
+  // and what is too small to be a fragment counts once.
+  constexpr std::uint64_t kFreeNodes = 300'000, kBytesANode = 24, kMostBytes = 64 << 10, kSmallestMoof = 64;
+  const bool isFragment = box.type == Mp4FourCc("moof") && box.size >= kSmallestMoof;
+  if (topLevel) nodeBytes_ += std::min(box.size, kMostBytes) * (isFragment ? 2 : 1);
   return ++nodes_ <= kFreeNodes + nodeBytes_ / kBytesANode;
 }
 

@@ -21,7 +21,8 @@ bool Mp4FileOutput::write(const void* bytes, std::uint32_t count) {
   const auto* source = static_cast<const std::uint8_t*>(bytes);
   while (count != 0 && !failed_) {
     std::uint32_t done = 0;
-    failed_ = !vlOSWriteFile(handle_, source, count, &done) || done == 0;
+    failed_ = !vlOSWriteFile(handle_, source, count, &done) || done == 0 || done > count;
+    if (failed_) break;
     source += done;  // the host may have taken less than it was given
     count -= done;
   }

@@ -43,7 +43,7 @@ std::int64_t Mp4Stream::write(const void* buffer, std::int64_t count) {
     std::uint32_t done = 0;
     const bool written =
         vlOSWriteFile(handle, static_cast<const std::uint8_t*>(buffer) + total, wanted, &done);
-    if (!written || done == 0) {
+    if (!written || done == 0 || done > wanted) {
       ErrOut("fmp4 file_write failure, error: %lu\n", static_cast<unsigned long>(vlOSGetLastError()));
       return -1;
     }

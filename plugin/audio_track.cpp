@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "audio_specific_config.h"
@@ -107,6 +108,8 @@ void AudioTrack::openDecoder() {
   const QVRWAVE& wave = holder_.audio.wave;
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);
+  // A configuration that is not served has been reported where it is refused.
+  if (!decoder_.IsOpen()) messages::reportError(messages::kNothingDecodes);
   decoder_.SetConfiguration(configuration_.data(), configuration_.size());
   if (!decoder_.IsOpen()) setUndecodable();
 }
@@ -207,10 +210,12 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   const std::uint64_t stated = clock_.frames(cursor_.sampleDuration());
   decoder_.SetBufferStart(start);
   const bool decoded = !lastsTooLong() && feedDecoder(index, stated);
+  if (decoder_.MemoryShort()) return Unit::NoMemory;
   if (decoded) {
     everDecoded_ = true;
   } else {
     decoder_.ForgetSignal();
+    decoder_.RemoveSamples(decoder_.BufferedFrames());
   }
   clock_.pass(cursor_.sampleDuration());
   cursor_.nextSample();
@@ -248,7 +253,9 @@ bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {
     if (first == next || !units.at(index, first, unit) || standAt(index, unit) < 0) continue;
     while (number_ < std::min(next, first + kTriedUnits)) {
       if (advance(index) != Outcome::Delivered) break;
-      if (decodeUnit(index) == Unit::Decoded) return true;
+      const Unit unit = decodeUnit(index);
+      if (unit == Unit::NoMemory) throw std::bad_alloc();
+      if (unit == Unit::Decoded) return true;
     }
   }
   return false;

@@ -112,7 +112,7 @@ class AudioTrack {
   Unit decodeUnit(FragmentIndex& index);
   // Hands the unit at the cursor to the decoder. Returns whether it decoded.
   bool feedDecoder(FragmentIndex& index, std::uint64_t frames);
-  // Whether any unit decodes. Leaves the track standing nowhere.
+  // Whether any unit decodes. Leaves the track standing nowhere. Throws std::bad_alloc when memory is short.
   bool anyUnitDecodes(FragmentIndex& index);
   // Brings the time of the next unit, or of silence, to a position at which there is none yet.
   Outcome fill(FragmentIndex& index, std::uint64_t position, Delivery& delivery);

@@ -7,8 +7,8 @@
 #include "track_fragment.h"
 
 // The default duration of the track where it has one; else the duration that most samples have in the first
-// fragments that carry the track. One sample alone does not tell: muxers lengthen the first one of a live
-// recording until the sound begins.
+// fragments that carry the track, 64 at most. One sample alone does not tell: muxers lengthen the first one
+// of a live recording until the sound begins.
 //
 // Fragments are given in file order until the duration is settled.
 class NominalDuration {
@@ -34,4 +34,6 @@ class NominalDuration {
   std::map<std::uint32_t, std::uint64_t> samplesOf_;  // by duration
   std::uint64_t samples_ = 0;                         // counted so far
   std::uint64_t endedAt_ = 0;                         // samples_ at the end of the last fragment
+  std::uint32_t fragments_ = 0;                       // that carry the track
+  bool carried_ = false;                              // whether the fragment that has begun does
 };

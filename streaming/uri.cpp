@@ -31,10 +31,12 @@ std::string UriOfName(std::string_view name) {
 std::string NameOfUri(std::string_view uri) {
   std::string name;
   for (std::size_t i = 0; i < uri.size(); ++i) {
-    const bool encodes =
+    const bool triplet =
         uri[i] == '%' && uri.size() - i > 2 && valueOf(uri[i + 1]) < 16 && valueOf(uri[i + 2]) < 16;
-    name += encodes ? static_cast<char>(valueOf(uri[i + 1]) << 4 | valueOf(uri[i + 2])) : uri[i];
-    if (encodes) i += 2;
+    const unsigned byte = triplet ? valueOf(uri[i + 1]) << 4 | valueOf(uri[i + 2]) : 0;
+    // No name holds a zero, which would cut it off: "%00" stays as it is.
+    name += byte != 0 ? static_cast<char>(byte) : uri[i];
+    if (byte != 0) i += 2;
   }
   return name;
 }

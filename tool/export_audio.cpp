@@ -24,7 +24,7 @@ constexpr std::uint32_t kBlocksASecond = 10;
 // A unit claims a duration that none has: there may be sound after it.
 constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
 
-// Sample frames that the selected frames play over, behind `silence` of them where the sound starts late.
+// Sample frames that the selected frames play over, after `silence` of them where the sound starts late.
 struct SampleRange {
   std::uint64_t from;
   std::uint64_t count;
@@ -66,7 +66,8 @@ class SoundExport {
     std::uint32_t failure = VL_OK;
     writeZeros(range.silence);
     const std::uint64_t end = range.from + range.count;
-    for (std::uint64_t position = range.from, unread = position; position < end;) {
+    std::uint64_t unread = range.from;
+    for (std::uint64_t position = range.from; position < end;) {
       const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(blockFrames_, end - position));
       const std::uint32_t status = read(position, wanted);
       if (status == VL_OK) {
@@ -75,16 +76,18 @@ class SoundExport {
         lost_.addUnits(position, position + wanted, descriptor_.lostUnits);
         unread = position + wanted;
       } else {
-        if (status != kRefusedDuration && read(end - 1, 1) != VL_OK) return status;
         failure = status;
+        if (status != kRefusedDuration && read(end - 1, 1) != VL_OK) break;
       }
       position += wanted;
       progress.show(position - range.from);
     }
+    if (unread < end) lost_.setEnd(unread);
     return failure;
   }
 
   std::uint64_t written() const { return written_; }  // bytes
+  bool anyRead() const { return anyRead_; }
   const LostSound& lost() const { return lost_; }
 
  private:
@@ -100,6 +103,7 @@ class SoundExport {
   }
 
   void writeBlock() {
+    anyRead_ = true;
     output_.write({block_.data(), descriptor_.bytes});
     written_ += descriptor_.bytes;
   }
@@ -128,6 +132,7 @@ class SoundExport {
   std::vector<std::uint8_t> block_;
   DFRAME descriptor_{};
   std::uint64_t written_ = 0;
+  bool anyRead_ = false;
   LostSound lost_;
 };
 
@@ -154,7 +159,7 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   output.make([&] {
     output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
     const std::uint32_t status = sound.run(range);
-    if (status != VL_OK && sound.written() == 0)
+    if (status != VL_OK && !sound.anyRead())
       throw ToolError("the sound of '" + request.input +
                       "' cannot be decoded: " + whyNothing(request.input, status));
     const std::uint8_t padding = 0;

@@ -25,7 +25,7 @@ std::string leftOutSamples(const std::string& file) {
     const std::string samples = movie.isOpen() ? describe(movie.movieSamples()) : std::string();
     if (!samples.empty())
       return "'" + path + "' holds " + samples +
-             " in its movie box, ahead of its fragments; they are left out. All come into fragments by\n  " +
+             " in its movie box, before its fragments; they are left out. All come into fragments by\n  " +
              fragmentingCommand(path);
   }
   return {};

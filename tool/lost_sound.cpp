@@ -31,8 +31,14 @@ void LostSound::addGap(std::uint64_t from, std::uint64_t to) {
 }
 
 std::string LostSound::text(const std::string& name) const {
-  if (places_.empty()) return {};
-  std::string line = "of the sound of '" + name + "' ";
+  const std::string ends =
+      end_ ? "ends at " + timeText(*end_, sampleRate_) + ", before its stated length" : std::string();
+  if (places_.empty()) return ends.empty() ? ends : "the sound of '" + name + "' " + ends;
+  return "of the sound of '" + name + "' " + placesText() + (ends.empty() ? ends : "; it " + ends);
+}
+
+std::string LostSound::placesText() const {
+  std::string line;
   if (units_ > 0)
     line += std::to_string(units_) + " access unit" + (units_ == 1 ? "" : "s") + " could not be decoded";
   if (unread_) line += std::string(units_ > 0 ? " and " : "") + "parts could not be read";

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ class LostSound {
   // Nothing was delivered of [from, to).
   void addGap(std::uint64_t from, std::uint64_t to);
 
+  // The sound ends at `position`, before its stated end.
+  void setEnd(std::uint64_t position) { end_ = position; }
+
   // In one line without its end, `name` being the file's; empty when nothing was lost.
   std::string text(const std::string& name) const;
 
@@ -23,10 +27,12 @@ class LostSound {
     std::uint64_t from, to;
   };
 
+  std::string placesText() const;
   void addPlace(std::uint64_t from, std::uint64_t to);
 
   std::uint32_t sampleRate_;  // Hz
   std::uint64_t units_ = 0;
   bool unread_ = false;
   std::vector<Place> places_;
+  std::optional<std::uint64_t> end_;
 };

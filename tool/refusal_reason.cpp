@@ -67,7 +67,7 @@ std::string otherKind(Mp4Stream& stream) {
 std::string withoutMovie(MovieFile& movie) {
   if (movie.hasFragments())
     return "is a media segment without its initialisation: it has movie fragments but no movie box. Put the "
-           "initialisation segment ahead of it, cat init.mp4 segment.m4s > whole.mp4";
+           "initialisation segment before it, cat init.mp4 segment.m4s > whole.mp4";
   return startsLikeMp4(*movie.root()) ? "has no movie box; get a whole copy of it"
                                       : otherKind(movie.stream());
 }
@@ -75,7 +75,7 @@ std::string withoutMovie(MovieFile& movie) {
 std::string withoutFragments(MovieFile& movie, const std::string& file) {
   const MovieSamples samples = movie.movieSamples();
   if (samples.frames == 0 && samples.sounds == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
-    return "is an initialisation segment alone: it has no movie fragments. Put its media segments behind it, "
+    return "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
            "cat init.mp4 segment.m4s > whole.mp4";
   return "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
          "again by\n  " +
@@ -115,8 +115,7 @@ std::string withoutMedia(const std::string& file) {
   if (contains(file, ".mpd") || contains(file, ".xml"))
     return "it names no media file, and there is none of its name (.mp4, .m4v or .m4a) beside it";
   return "the plug-in tells files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or .xml, "
-         "in "
-         "lower case";
+         "in lower case";
 }
 
 // Whether a manifest's media are in a file for each segment.

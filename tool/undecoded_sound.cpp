@@ -11,6 +11,7 @@
 #include "boxes/tkhd.h"
 #include "bytes.h"
 #include "commands.h"
+#include "movie_file.h"
 #include "source_file.h"
 
 namespace {
@@ -73,7 +74,9 @@ std::string otherCodec(const std::string& path, std::uint32_t trackId, std::uint
 }
 
 std::string whyUndecoded(const std::string& path, std::uint32_t trackId, Mp4Box* sampleEntry) {
-  const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("esds")));
+  Mp4Box* box = Mp4BoxChild(sampleEntry, Mp4FourCc("esds"));
+  if (!box) box = Mp4BoxGet(nullptr, sampleEntry, true, "wave/esds");  // QuickTime
+  const auto* esds = Mp4PayloadOf<mp4::ESDBox>(box);
   if (!esds || !esds->decoderConfig) return {};
   const std::uint8_t objectType = esds->decoderConfig->objectTypeIndication;
   if (Mp4OtherAudioCodec(objectType)) return otherCodec(path, trackId, objectType);
@@ -88,7 +91,9 @@ std::string whyUndecoded(const std::string& path, std::uint32_t trackId, Mp4Box*
 
 }  // namespace
 
-std::vector<std::string> undecodedSound(const std::string& path) {
+std::vector<std::string> undecodedSound(const std::string& name) {
+  const OpenedFiles files = openedFiles(name);
+  const std::string& path = files.companion.empty() ? files.media : files.companion;
   std::vector<std::string> reasons;
   Mp4Stream stream;
   const VLHANDLE handle = stream.open(path.c_str(), MP4_MODE_READ);

@@ -646,6 +646,21 @@ TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllowFor) {
   EXPECT_EQ(childCount(*behindMuch.root()), 454095u) << "64 KiB of the large one count";
 }
 
+// One access unit of silence a fragment, hours of it.
+TEST(Hostile, FragmentsOfOneSmallSampleHaveRoomForTheirBoxes) {
+  constexpr std::uint32_t kFragments = 140000;
+  const Bytes moof =
+      box("moof", {fullBox("mfhd", 0, 0, {u32(1)}),
+                   box("traf", {fullBox("tfhd", 0, 0x020000, {u32(1)}), fullBox("tfdt", 0, 0, {u32(0)}),
+                                fullBox("trun", 0, 0x201, {u32(1), u32(100), u32(6)})})});
+  ASSERT_EQ(moof.size(), 88u);
+  TreeFile file(repeat(join({moof, box("mdat", {zeros(6)})}), kFragments));
+  EXPECT_EQ(childCount(*file.root()), 2 * kFragments);
+  // Empty ones have no more than their bytes give them.
+  TreeFile empty(repeat(box("moof"), 1000000));
+  EXPECT_EQ(childCount(*empty.root()), 450000u);
+}
+
 TEST(Hostile, ReadingAheadOfSmallBoxesEndsWithTheFirstLargeOne) {
   TreeFile file(join({repeat(box("free"), 1000), box("mdat", {zeros(1 << 20)}), box("free"),
                       box("mdat", {zeros(1 << 20)}), box("free")}));

@@ -5,6 +5,7 @@
 #include "box.h"
 #include "built_clip.h"
 #include "loaded_plugin.h"
+#include "places.h"
 #include "recording.h"
 #include "sound.h"
 #include "support/controlled_new.h"
@@ -153,6 +154,55 @@ TEST(OutOfMemory, SoundThatARequestDidNotGetIsReadByTheNext) {
   for (std::uint32_t part = 0; part < 4; ++part) {
     EXPECT_EQ(readSound(*clip, 4096 + part * 1024, 1024).samples,
               Samples(expected.begin() + part * 2048, expected.begin() + (part + 1) * 2048));
+  }
+}
+
+// HE-AAC takes memory with the first unit that decodes.
+CodedSound heAacSound() {
+  CodedSound sound{2048, audioEntry("mp4a", 2, 16, 24000, elementaryStreamBox(0x40, 0x1310)), {}};
+  const Bytes stream = readFile(std::string(VL_TEST_DATA) + "/he_v1_stereo_48k.aac");
+  constexpr std::size_t kHeader = 7;
+  for (std::size_t at = 0; at + kHeader < stream.size() && sound.units.size() < 12;) {
+    const std::size_t size = (stream[at + 3] & 3u) << 11 | stream[at + 4] << 3 | stream[at + 5] >> 5;
+    const auto unit = stream.begin() + static_cast<std::ptrdiff_t>(at);
+    sound.units.emplace_back(unit + kHeader, unit + static_cast<std::ptrdiff_t>(size));
+    at += size;
+  }
+  return sound;
+}
+
+// Whatever a first read gets no memory for: it fails or delivers all, and later reads deliver all.
+TEST(OutOfMemory, AFirstReadOfSoundThatFailsLosesNothing) {
+  const CodedSound sound = heAacSound();
+  for (const bool damaged : {false, true}) {
+    const BuiltFile clip = builtClip(sound, [&](RunSpec& run) {
+      if (damaged) run.samples[0].data.assign(40, 0xFF);
+    });
+    ASSERT_NE(clip.file, nullptr);
+    const Samples whole = readAll(*clip, lengthOf(*clip));
+    ASSERT_FALSE(whole.empty());
+    unsigned failed = 0;
+    bool met = true;
+    for (std::size_t before = 0; met; ++before) {
+      const MediaFile file = openFile(clip.path);
+      Samples room(4096 * 2);
+      DFRAME d{};
+      d.size = sizeof d;
+      d.data = reinterpret_cast<std::uint8_t*>(room.data());
+      d.dataCapacity = static_cast<std::uint32_t>(room.size() * 2);
+      std::uint32_t status = VL_OK;
+      {
+        const FailingNewAt failing(before, Failures::AllFromThere);
+        status = file->Read(0, 4096, 1, QVR_MODE_AUDIO, &d, nullptr);
+        met = failing.met();
+      }
+      if (status == VL_OK) {
+        ASSERT_EQ(room, Samples(whole.begin(), whole.begin() + 4096 * 2)) << before;
+      }
+      failed += status != VL_OK;
+      ASSERT_EQ(readAll(*file, lengthOf(*file)), whole) << before;
+    }
+    EXPECT_GT(failed, 10u);
   }
 }
 

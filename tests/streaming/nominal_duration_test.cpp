@@ -51,6 +51,23 @@ TEST(NominalDuration, LooksAtAsManyFragmentsAsHold24Samples) {
   EXPECT_EQ(nominal.value(), 1000u);
 }
 
+TEST(NominalDuration, LooksAtNoMoreThan64FragmentsThatCarryTheTrack) {
+  NominalDuration nominal;
+  for (int i = 0; i < 63; ++i) {
+    nominal.addSamples(0, 25);
+    nominal.endFragment();
+    nominal.endFragment();  // one without the track
+  }
+  EXPECT_FALSE(nominal.settled());
+  nominal.addSamples(0, 24);
+  nominal.addSamples(500, 1);
+  nominal.endFragment();
+  EXPECT_TRUE(nominal.settled());
+  nominal.addSamples(600, 20);
+  nominal.endFragment();
+  EXPECT_EQ(nominal.value(), 500u);
+}
+
 TEST(NominalDuration, SamplesOfNoDurationSayNothing) {
   EXPECT_EQ(nominalOf({{{0, 20}, {500, 1}}}), 500u);
   EXPECT_EQ(nominalOf({{{0, 30}}, {{500, 3}}, {{0, 50}}}), 500u);

@@ -28,4 +28,8 @@ TEST(Uri, APercentSignThatEncodesNothingStandsForItself) {
   EXPECT_EQ(NameOfUri("%C3%b6"), "ö");
 }
 
+TEST(Uri, NoEncodedZeroCutsAName) {
+  EXPECT_EQ(NameOfUri("a%00b%20c.m4v"), "a%00b c.m4v");
+}
+
 }  // namespace

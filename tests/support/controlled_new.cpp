@@ -42,9 +42,12 @@ std::atomic<std::int64_t> liveBytes = 0;
 std::atomic<std::int64_t> peakLiveBytes = 0;
 std::atomic<std::size_t> allocationCount = 0;
 
+bool fails(std::size_t bytes) {
+  return (bytes != 0 && bytes == failingBytes) || failingAt.meets();
+}
+
 void* allocate(std::size_t bytes) noexcept {
-  if (bytes != 0 && bytes == failingBytes) return nullptr;
-  if (failingAt.meets()) return nullptr;
+  if (fails(bytes)) return nullptr;
   void* memory = std::malloc(bytes ? bytes : 1);
   if (!memory) return nullptr;
   ++allocationCount;
@@ -59,6 +62,23 @@ void* allocateOrThrow(std::size_t bytes) {
   void* memory = allocate(bytes);
   if (!memory) throw std::bad_alloc();
   return memory;
+}
+// Blocks that want an alignment fail on demand, too, and are not counted.
+void* allocateAligned(std::size_t bytes, std::align_val_t alignment) noexcept {
+  if (fails(bytes)) return nullptr;
+  const auto boundary = static_cast<std::size_t>(alignment);
+#if defined(_WIN32)
+  return _aligned_malloc(bytes, boundary);
+#else
+  return std::aligned_alloc(boundary, (bytes + boundary - 1) / boundary * boundary);
+#endif
+}
+void releaseAligned(void* memory) noexcept {
+#if defined(_WIN32)
+  _aligned_free(memory);
+#else
+  std::free(memory);
+#endif
 }
 void release(void* memory) noexcept {
   if (memory) liveBytes -= static_cast<std::int64_t>(usableSize(memory));
@@ -129,4 +149,21 @@ void operator delete(void* memory, const std::nothrow_t&) noexcept {
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
   release(memory);
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
+  void* memory = allocateAligned(bytes, alignment);
+  if (!memory) throw std::bad_alloc();
+  return memory;
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  return allocateAligned(bytes, alignment);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+  releaseAligned(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  releaseAligned(memory);
+}
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
+  releaseAligned(memory);
 }

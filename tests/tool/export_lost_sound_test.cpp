@@ -104,6 +104,18 @@ TEST(ExportLostSound, OfWhichNothingDecodesFailsAndLeavesNoFile) {
   EXPECT_FALSE(std::filesystem::exists(dead.output));
 }
 
+TEST(ExportLostSound, SilenceBeforeItDoesNotPassForSound) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  makeMedia(file, pictureInput(1, "25", "160x96") + std::vector<std::string>{"-itsoffset", "0.5"} +
+                      toneInput(1) + h264Codec(25, 0) + std::vector<std::string>{"-c:a", "libmp3lame"} +
+                      fragmented("+delay_moov"));
+  const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("cannot be decoded: MPEG-1 layer 3, object type 0x6B: not supported"));
+  EXPECT_FALSE(std::filesystem::exists(output));
+}
+
 TEST(ExportLostSound, OfACodecThatIsNotDecodedNamesIt) {
   struct Case {
     const char* codec;
@@ -143,6 +155,17 @@ TEST(LostSound, NeighbouringPlacesAreOneAndOnlySomeAreTold) {
               testing::StartsWith("of the sound of 'a.mp4' 15 access units could not be decoded; silence "
                                   "takes their place: 0:00:00.0 to 0:00:00.1, 1:00:00.0 to "));
   EXPECT_THAT(text, testing::EndsWith("9:00:00.0 to 9:00:00.1 and 3 more places"));
+}
+
+TEST(LostSound, AnEarlyEndIsTold) {
+  LostSound lost(48000);
+  lost.setEnd(72000);
+  EXPECT_EQ(lost.text("a.mp4"), "the sound of 'a.mp4' ends at 0:00:01.5, before its stated length");
+  lost.addUnits(0, 4800, 1);
+  EXPECT_EQ(
+      lost.text("a.mp4"),
+      "of the sound of 'a.mp4' 1 access unit could not be decoded; silence takes their place: 0:00:00.0 "
+      "to 0:00:00.1; it ends at 0:00:01.5, before its stated length");
 }
 
 TEST(LostSound, PartsThatWereNotDeliveredAreTold) {

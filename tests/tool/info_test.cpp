@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "fmp4.h"
@@ -93,6 +94,16 @@ TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsSound) {
   const json alone = json::parse(fmp4({"--quiet", "info", "--json", folder.file("out.m4a")}).out);
   EXPECT_TRUE(alone["video"].is_null());
   EXPECT_EQ(alone["audio"], sound);
+
+  // Why its sound is not decoded is told by the file that holds it.
+  makeMedia(folder.file("mp3.mp4"),
+            toneInput(2) + std::vector<std::string>{"-c:a", "libmp3lame"} + fragmented("+delay_moov"));
+  std::filesystem::rename(folder.file("mp3.mp4"), folder.file("out.m4a"));
+  for (const char* name : {"out.mpd", "out.m4v"}) {
+    const json info = json::parse(fmp4({"--quiet", "info", "--json", folder.file(name)}).out);
+    ASSERT_EQ(info["audio"].size(), 1u) << name;
+    EXPECT_EQ(info["audio"][0]["why"], "MPEG-1 layer 3, object type 0x6B: not supported") << name;
+  }
 }
 
 TEST(Info, EachAudioTrackIsDescribedOnce) {

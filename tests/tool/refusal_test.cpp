@@ -105,12 +105,12 @@ TEST(Refusal, OfHalfAPresentationNamesTheOtherHalf) {
   EXPECT_EQ(reasonFor(segment),
             "'" + segment +
                 "' could not be opened: it is a media segment without its initialisation: it "
-                "has movie fragments but no movie box. Put the initialisation segment ahead "
-                "of it, cat init.mp4 segment.m4s > whole.mp4\n");
+                "has movie fragments but no movie box. Put the initialisation segment before "
+                "it, cat init.mp4 segment.m4s > whole.mp4\n");
   EXPECT_EQ(reasonFor(initialisation),
             "'" + initialisation +
                 "' is an initialisation segment alone: it has no movie fragments. Put "
-                "its media segments behind it, cat init.mp4 segment.m4s > whole.mp4\n");
+                "its media segments after it, cat init.mp4 segment.m4s > whole.mp4\n");
 }
 
 TEST(Refusal, OfWhatIsNoMp4SaysWhatItIs) {
@@ -222,7 +222,7 @@ TEST(LeftOutSamples, OfTheMovieBoxAreCounted) {
   EXPECT_EQ(json::parse(result.out)["video"]["frames"], 40);
   EXPECT_EQ(result.err,
             "fmp4: warning: '" + file +
-                "' holds 10 frames in its movie box, ahead of its fragments; they are left out. All "
+                "' holds 10 frames in its movie box, before its fragments; they are left out. All "
                 "come into fragments by\n  ffmpeg -i '" +
                 file + "' -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4\n");
 }
