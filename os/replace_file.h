@@ -18,7 +18,8 @@ enum class Durability {
 // not. Readers find the former content or the new, and never a part of one. What was a link stays one; on
 // POSIX systems the permissions stay too. On Windows a reader that holds the file is waited for, up to two
 // seconds. A process that ends in the midst of it leaves a file beside `path`, whose name starts with that
-// one's. Returns the system's error, none on success; after one the former content is still there.
+// one's. Returns the system's error, none on success. After one the former content is still
+// there, unless it is the wait for the new name that failed.
 [[nodiscard]] std::error_code replaceFile(const std::string& path, std::span<const std::string_view> parts,
                                           Durability durability) noexcept;
 

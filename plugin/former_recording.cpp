@@ -1,7 +1,7 @@
 #include "former_recording.h"
 
+#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <system_error>
 
@@ -10,6 +10,7 @@
 #include "playlist_text.h"
 #include "recording_paths.h"
 #include "setup.h"
+#include "stream.h"
 #include "uri.h"
 #include "vlpath.h"
 #include "vlutil.h"
@@ -26,13 +27,33 @@ std::string nameOf(const std::string& path) {
   return std::string(file) + extension;
 }
 
-// The first bytes of a file, at most `count`; empty for what cannot be read.
+bool opens(Mp4Stream& file, const std::string& path) {
+  const VLHANDLE handle = file.open(path.c_str(), MP4_MODE_READ);
+  return handle != VL_NO_HANDLE && handle != VL_INVALID_HANDLE;
+}
+
+// The first bytes of a file, at most `count`; empty for what cannot be read. It is read through the host,
+// which takes every name.
 std::string beginningOf(const std::string& path, std::size_t count) {
-  std::ifstream file(vlPath(path), std::ios::binary);
+  Mp4Stream file;
+  if (!opens(file, path)) return {};
   std::string bytes(count, '\0');
-  file.read(bytes.data(), static_cast<std::streamsize>(count));
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  bytes.resize(static_cast<std::size_t>(file.read(bytes.data(), static_cast<std::int64_t>(count))));
   return bytes;
+}
+
+std::uint64_t sizeOf(const std::string& path) {
+  Mp4Stream file;
+  return opens(file, path) ? file.size() : 0;
+}
+
+// Whether a file has been written to long after another. The files of one recording are written together.
+bool isLaterThan(const std::string& path, const std::string& other) {
+  constexpr std::chrono::minutes kTogether{1};
+  std::error_code failed, otherFailed;
+  const auto time = std::filesystem::last_write_time(vlPath(path), failed);
+  const auto otherTime = std::filesystem::last_write_time(vlPath(other), otherFailed);
+  return !failed && !otherFailed && time > otherTime + kTogether;
 }
 
 bool beginsWith(const std::string& path, const std::string& text) {
@@ -60,10 +81,11 @@ bool lists(const std::string& playlist, const std::string& media) {
 bool isSoundOf(const std::string& video, const std::string& manifest, const std::string& audio) {
   const std::string begin = fileType();
   // Another object may have created it just now, to record into: then it holds its type and nothing else.
-  std::error_code missing;
-  const auto bytes = std::filesystem::file_size(vlPath(audio), missing);
-  if (missing || bytes <= begin.size()) return false;
-  if (!vlOSFileExists(manifest.c_str())) return beginsWith(video, begin) && beginsWith(audio, begin);
+  if (sizeOf(audio) <= begin.size()) return false;
+  const bool listed = vlOSFileExists(manifest.c_str());
+  // Or it is recording into it, or has done so.
+  if (isLaterThan(audio, listed ? manifest : video)) return false;
+  if (!listed) return beginsWith(video, begin) && beginsWith(audio, begin);
   tinyxml2::XMLDocument document;
   if (!LoadManifestDocument(manifest.c_str(), document)) return false;
   const std::optional<Manifest> read = ReadManifest(document);

@@ -13,6 +13,11 @@ std::uint32_t refuse(const char* text) {
   return FMP4_E_CANNOT_CREATE;
 }
 
+// Whether the host has created the file, so that the former media are gone, whatever failed after that.
+bool hasReplaced(const RecordedFile& file) {
+  return file.handle() != VL_NO_HANDLE;
+}
+
 }  // namespace
 
 std::uint32_t CMFFmp4::openWrite() {
@@ -21,8 +26,9 @@ std::uint32_t CMFFmp4::openWrite() {
   if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
     m_audioRecording = std::make_unique<AudioRecording>();
     const std::string formerList = PlaylistOfFormerSound(name);
-    if (!m_audioRecording->Create(name)) return refuse(messages::kCannotCreateAudio);
-    RemoveFormerFile(formerList);
+    const bool created = m_audioRecording->Create(name);
+    if (hasReplaced(m_audioRecording->file())) RemoveFormerFile(formerList);
+    if (!created) return refuse(messages::kCannotCreateAudio);
     m_handle = m_audioRecording->file().handle();
     return VL_OK;
   }
@@ -33,10 +39,12 @@ std::uint32_t CMFFmp4::openWrite() {
   const bool nameTaken = path == manifest || path == WithExtension(path, ".m3u8");
   // What lists the former media names bytes that are gone, and its sound would be taken for the new one's.
   const std::vector<std::string> former = FilesOfFormerRecording(path, manifest);
-  if (nameTaken || !m_videoRecording->Create(path)) return refuse(messages::kCannotCreateVideo);
+  const bool created = !nameTaken && m_videoRecording->Create(path);
+  if (hasReplaced(m_videoRecording->file()))
+    for (const std::string& file : former) RemoveFormerFile(file);
+  if (!created) return refuse(messages::kCannotCreateVideo);
   m_handle = m_videoRecording->file().handle();
   m_videoPath = path;
-  for (const std::string& file : former) RemoveFormerFile(file);
   m_manifest = std::make_unique<MpdWriter>(manifest);
   return VL_OK;
 }

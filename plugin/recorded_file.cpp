@@ -150,7 +150,7 @@ bool RecordedFile::FinishSegment(std::uint64_t endPosition) {
   return true;
 }
 
-// The one wait that each segment of a file needs: a list must not reach the disk ahead of what it names. The
+// The one wait that each segment of a file needs: a list must not reach the disk before what it names. The
 // file's name changes no more once it is there.
 bool RecordedFile::syncToDisk() {
   if (!disk_.sync()) {

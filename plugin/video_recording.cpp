@@ -281,8 +281,7 @@ void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durabilit
   if (!manifest_) return;
   manifestSaved_ = guarded(manifestSaved_, [&] {
     manifest_->SetDuration(frames);
-    manifest_->Save(durability);
-    return true;
+    return manifest_->Save(durability) || manifestSaved_;
   });
 }
 
@@ -299,7 +298,10 @@ bool VideoRecording::Finish() {
   while (whole && video_.count() > frames) {
     whole = cut(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
   }
-  if (whole && (video_.count() != 0 || sound_.count() != 0)) whole = cut(video_.count(), sound_.count());
+  // Sound without any frame is dropped: players need a picture in every segment.
+  const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;
+  if (whole && hasFrames && (video_.count() != 0 || sound_.count() != 0))
+    whole = cut(video_.count(), sound_.count());
   if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
   if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
   file_.Close();

@@ -108,8 +108,6 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   start.attribute("profiles", "urn:mpeg:dash:profile:isoff-on-demand:2011");
   start.add(" mediaPresentationDuration=\"");
   text[Start] = std::move(start.text);
-  // Room for any duration, which is set later.
-  text[Duration].reserve(64);
   text[Duration] = "PT0S";
 
   Xml xml;
@@ -205,6 +203,6 @@ std::string MpdWriter::Text() const {
   return text;
 }
 
-void MpdWriter::Save(os::Durability durability) const {
-  if (hasVideo_) static_cast<void>(os::replaceFile(path_, pieces(), durability));
+bool MpdWriter::Save(os::Durability durability) const {
+  return hasVideo_ && !os::replaceFile(path_, pieces(), durability);
 }

@@ -70,8 +70,8 @@ class MpdWriter {
   void SetDuration(std::uint64_t frames);
   // The manifest as it stands.
   std::string Text() const;
-  // Replaces the file of the manifest in one step. Errors are ignored by design: the file saved before stays.
-  void Save(os::Durability durability) const;
+  // Replaces the file of the manifest in one step. False where that failed: the file saved before stays.
+  bool Save(os::Durability durability) const;
 
  private:
   // Where the text goes on from one piece to the next: at the value of the duration, and at each list.

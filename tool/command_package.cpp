@@ -88,35 +88,41 @@ void packageFile(const Plugin& plugin, const PackageOptions& options) {
   refuseToOverwrite(options);
   heedEndRequests();
   checkVideo(source);
-  const PackagePlan plan = planPackage(*source.findHandler(Mp4FourCc("vide")), options, warn);
+  const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
   Packager packager(plugin, source, options, plan, plan.count, warn);
   Progress progress("packaging", plan.count);
   record(packager, options, [&progress](std::uint64_t frames) { progress.show(frames); });
-  if (endRequested())
+  if (endRequested() && packager.frames() < plan.count)
     throw ToolError("interrupted; the recording ends after " + std::to_string(packager.frames()) + " frames");
 }
 
 // Whether a stream has told enough to begin recording: how far apart its key frames are, and whether sound
 // comes with the pictures. It is not waited for forever.
 bool knowsEnough(FragmentStream& source) {
-  constexpr double kMostSeconds = 10, kSecondsForSound = 3;
+  constexpr double kMostSeconds = 10;
   const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
   const SourceTrack* const audio = source.trackOfHandler(Mp4FourCc("soun"));
-  if (!video || video->samples.empty() || video->timescale == 0) return false;
+  if (video->samples.empty()) return false;
   const auto keys = std::count_if(video->samples.begin(), video->samples.end(),
                                   [](const SourceSample& sample) { return sample.key; });
   const std::uint64_t ticks = video->nextDecodeTime - video->samples.front().decodeTime;
-  const double seconds = static_cast<double>(ticks) / video->timescale;
-  if (seconds >= kMostSeconds) return true;
-  return keys >= 2 && (!audio || !audio->samples.empty() || seconds >= kSecondsForSound);
+  if (static_cast<double>(ticks) / video->timescale >= kMostSeconds) return true;
+  return keys >= 2 && (!audio || !audio->samples.empty());
+}
+
+void awaitBeginning(FragmentStream& source) {
+  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
+  // Nothing would end the wait.
+  if (!video || video->timescale == 0) return;
+  while (!knowsEnough(source) && !source.holdsMuch() && source.readFragment()) {
+  }
 }
 
 void packageStream(const Plugin& plugin, const PackageOptions& options) {
   if (options.start != 0) throw ToolError("--start needs a file; standard input is recorded as it arrives");
   heedEndRequests();
   FragmentStream source("standard input", {readStandardInput, endRequested});
-  while (!knowsEnough(source) && source.readFragment()) {
-  }
+  awaitBeginning(source);
   checkVideo(source);
   const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
   const std::uint64_t frames = options.count ? *options.count : std::numeric_limits<std::uint32_t>::max();

@@ -6,8 +6,8 @@
 namespace {
 
 constexpr std::int64_t kEmptyEdit = -1;
-// Edit lists of real files have a handful of entries.
-constexpr std::size_t kMostEdits = 65536;
+// Edit lists of real files have a handful of entries. They are searched for every sample.
+constexpr std::size_t kMostEdits = 1024;
 
 // Times are held below what their sums could overflow.
 constexpr std::int64_t kMostTicks = std::int64_t{1} << 60;

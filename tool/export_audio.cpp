@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <iostream>
 #include <vector>
 
 #include "commands.h"
 #include "export_streams.h"
+#include "frame_rate.h"
 #include "lost_sound.h"
 #include "other_tracks.h"
 #include "output_file.h"
@@ -35,8 +37,12 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
                         const std::string& name) {
   const auto total = static_cast<std::int64_t>(audio.stream.length);
   const auto skew = static_cast<std::int64_t>(std::llround(soundSkew(name) * audio.wave.samplesPerSecond));
+  // Held where it ends the sound with any skew.
+  const std::uint64_t most = audio.stream.length + static_cast<std::uint64_t>(std::abs(skew));
   const auto sampleOf = [&](std::uint64_t frame) {
-    return static_cast<std::int64_t>(frame * system.scale * audio.wave.samplesPerSecond / system.rate) + skew;
+    const std::uint64_t sample =
+        scaleExactly(frame, std::uint64_t{system.scale} * audio.wave.samplesPerSecond, system.rate);
+    return static_cast<std::int64_t>(std::min(sample, most)) + skew;
   };
   const std::int64_t begin = sampleOf(selection.from);
   if (begin >= total)

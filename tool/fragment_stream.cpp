@@ -17,6 +17,7 @@ constexpr std::uint64_t kMostBoxBytes = 64u << 20;  // of a "moov" or "moof"
 constexpr std::uint64_t kMostDataBytes = 1u << 30;  // of a "mdat"
 constexpr std::size_t kMostHeldBytes = 64u << 20;   // of samples that wait for the pictures they go with
 constexpr std::size_t kMostHeldSamples = 1u << 20;  // the same, of one track
+constexpr std::size_t kMostSamples = 1u << 22;      // of all tracks, in one fragment and before it
 constexpr std::size_t kPiece = 1u << 20;            // memory is taken as bytes arrive
 
 [[noreturn]] void damaged(const std::string& what) {
@@ -31,12 +32,24 @@ Mp4BoxPtr parse(const std::vector<std::uint8_t>& bytes, std::uint32_t type, std:
   return box;
 }
 
+// Samples that the runs of a fragment count. Runs without values of their own may count any number.
+std::uint64_t samplesOf(const Mp4Box& moof) {
+  std::uint64_t count = 0;
+  for (const Mp4Box* traf = moof.first; traf; traf = traf->next) {
+    for (const Mp4Box* child = traf->first; child; child = child->next) {
+      if (const auto* run = Mp4PayloadOf<mp4::TrackRunBox>(child)) count += run->sampleCount;
+    }
+  }
+  return count;
+}
+
 }  // namespace
 
 FragmentStream::FragmentStream(std::string name, Input input)
     : name_(std::move(name)), input_(std::move(input)) {
-  if (!takeMovie()) throw ToolError("the input ends before its movie box; give a fragmented MP4");
-  movie_ = parse(movieBytes_, Mp4FourCc("moov"), offset_ - movieBytes_.size());
+  std::vector<std::uint8_t> movie;
+  if (!takeMovie(movie)) throw ToolError("the input ends before its movie box; give a fragmented MP4");
+  movie_ = parse(movie, Mp4FourCc("moov"), offset_ - movie.size());
   tracks_ = readMovie(movie_.get(), offset_);
   const bool allFragmented =
       Mp4BoxChild(movie_.get(), Mp4FourCc("mvex")) &&
@@ -71,6 +84,8 @@ bool FragmentStream::takeHeader(Header& header) {
     if (!take(std::span(header.bytes).subspan(8), false)) return false;
     size = std::uint64_t{Mp4LoadU32(header.bytes.data() + 8)} << 32 | Mp4LoadU32(header.bytes.data() + 12);
   }
+  if (size == 0)
+    damaged("the box '" + fourCcText(header.type) + "' has no size but lasts until the end of the input");
   if (size < header.bytes.size()) damaged("no box starts at byte " + std::to_string(offset_ - 8));
   header.payload = size - header.bytes.size();
   return true;
@@ -97,13 +112,13 @@ bool FragmentStream::skip(std::uint64_t size) {
   return true;
 }
 
-bool FragmentStream::takeMovie() {
+bool FragmentStream::takeMovie(std::vector<std::uint8_t>& bytes) {
   Header header;
   while (takeHeader(header)) {
     if (header.type == Mp4FourCc("moov")) {
       if (header.payload > kMostBoxBytes) damaged("its movie box is too large");
-      movieBytes_ = header.bytes;
-      return takePayload(header.payload, movieBytes_);
+      bytes = header.bytes;
+      return takePayload(header.payload, bytes);
     }
     if (header.type == Mp4FourCc("mdat"))
       throw ToolError(
@@ -125,6 +140,7 @@ bool FragmentStream::readFragment() {
   std::uint64_t moofOffset = 0;
   while (takeHeader(header)) {
     if (header.type == Mp4FourCc("moof")) {
+      if (!moof.empty()) damaged("a fragment has no media data");
       if (header.payload > kMostBoxBytes) damaged("the boxes of a fragment are too large");
       moofOffset = offset_ - header.bytes.size();
       moof = header.bytes;
@@ -150,9 +166,14 @@ void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint
                                 std::uint64_t dataOffset, std::size_t dataPlace) {
   const Mp4BoxPtr box = parse(moof, Mp4FourCc("moof"), moofOffset);
   std::vector<std::size_t> held;
-  for (const SourceTrack& track : tracks_) held.push_back(track.samples.size());
+  std::uint64_t count = samplesOf(*box);
+  for (const SourceTrack& track : tracks_) {
+    held.push_back(track.samples.size());
+    count += track.samples.size();
+  }
+  if (count > kMostSamples) damaged("a fragment counts too many samples");
   const std::uint64_t dataSize = data_.size() - dataPlace;
-  ::readFragment(movie_.get(), box.get(), kMostHeldSamples + moof.size() + dataSize, tracks_);
+  ::readFragment(movie_.get(), box.get(), kMostSamples, tracks_);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     for (SourceSample& sample : std::span(tracks_[i].samples).subspan(held[i])) {
       const std::uint64_t place = sample.offset - dataOffset;
@@ -165,6 +186,10 @@ void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint
 
 std::span<std::uint8_t> FragmentStream::read(const SourceSample& sample) {
   return std::span(data_).subspan(static_cast<std::size_t>(sample.offset), sample.size);
+}
+
+bool FragmentStream::holdsMuch() const {
+  return data_.size() > kMostHeldBytes;
 }
 
 void FragmentStream::forgetUsed() {

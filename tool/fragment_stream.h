@@ -30,6 +30,8 @@ class FragmentStream : public SampleSource {
   bool more() override;
   // Reads the next fragment beside what is held. False at the end.
   bool readFragment();
+  // Whether as much is held as a recording needs at most; readFragment() alone forgets nothing.
+  bool holdsMuch() const;
 
  private:
   struct Header {
@@ -42,7 +44,7 @@ class FragmentStream : public SampleSource {
   bool takeHeader(Header& header);
   bool takePayload(std::uint64_t size, std::vector<std::uint8_t>& bytes);
   bool skip(std::uint64_t size);
-  bool takeMovie();
+  bool takeMovie(std::vector<std::uint8_t>& bytes);
   void addSamples(const std::vector<std::uint8_t>& moof, std::uint64_t moofOffset, std::uint64_t dataOffset,
                   std::size_t dataPlace);
   void forgetUsed();
@@ -50,7 +52,6 @@ class FragmentStream : public SampleSource {
   std::string name_;
   Input input_;
   std::uint64_t offset_ = 0;  // in the stream
-  std::vector<std::uint8_t> movieBytes_;
   Mp4BoxPtr movie_;
   std::vector<SourceTrack> tracks_;
   std::vector<std::uint8_t> data_;  // of the samples held; their offsets lead into it

@@ -38,7 +38,7 @@ class MovieFile {
 // The files that the plug-in opens for a name: its own, or those that a manifest names.
 struct OpenedFiles {
   std::string media;      // empty where there is none
-  std::string companion;  // of the sound, where it stands in a file of its own
+  std::string companion;  // of the sound, where it has a file of its own
 };
 OpenedFiles openedFiles(const std::string& name);
 

@@ -100,6 +100,10 @@ SourceTrack* Packager::findSound() {
                     "', which a recording cannot hold: it takes AAC (mp4a). --no-audio leaves it out, ffmpeg "
                     "-c:v copy -c:a aac makes AAC of it");
   audioConfig_ = *parseAudioConfig(track->configuration);
+  if (audioConfig_.shortFrames)
+    throw ToolError("'" + source_.path() +
+                    "' has AAC with 960 samples a frame, which a recording cannot time: it counts 1024. "
+                    "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac makes such of it");
   silence_ = silentAccessUnit(track->configuration);
   track->wanted = soundPlays(*track);
   if (track->wanted) return track;
@@ -180,8 +184,9 @@ void Packager::describeAudio(QVRAUDIO& audio) const {
   audio.wave.channels = static_cast<std::uint16_t>(audio_->channels);
   std::uint64_t bytes = 0;
   for (const SourceSample& sample : audio_->samples) bytes += sample.size;
-  audio.wave.averageBytesPerSecond = static_cast<std::uint32_t>(
-      static_cast<double>(bytes) / (static_cast<double>(audio_->samples.size()) * soundSeconds()));
+  const double perSecond =
+      static_cast<double>(bytes) / (static_cast<double>(audio_->samples.size()) * soundSeconds());
+  audio.wave.averageBytesPerSecond = static_cast<std::uint32_t>(std::min(perSecond, 4294967295.0));
   // Longer configurations are not stored; their first two bytes describe the core.
   const auto& config = audio_->configuration;
   audio.wave.extraSize =
@@ -194,7 +199,7 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
   do {
     for (; video_.next < video_.samples.size() && frames_ < frameLimit_ && !ended(); ++video_.next) {
       times_.add(video_.samples[video_.next]);
-      // Sound goes ahead of the picture that it plays with.
+      // Sound is written before the picture that it plays with.
       writeSoundUpTo(static_cast<double>(frames_ + 1) * times_.frameSeconds(), true);
       writeFrame(video_.samples[video_.next]);
       show(++frames_);
@@ -278,7 +283,7 @@ void Packager::writeAccessUnit(std::span<std::uint8_t> bytes) {
 }
 
 void Packager::tellWhatWasLeftOut() const {
-  // Of what an encoder puts ahead of the sound nothing is missed.
+  // Of what an encoder puts before the sound nothing is missed.
   constexpr double kPriming = 0.2;
   const auto seconds = [](double value) {
     return std::to_string(static_cast<std::uint64_t>(std::llround(value * 1000))) + " ms";

@@ -74,7 +74,7 @@ class Packager {
   std::uint64_t accessUnits_ = 0;  // written, silent ones included
   bool followsSource_ = false;     // the last one is of the source
   double soundOffset_ = 0;         // seconds of gaps that could not be filled
-  double leadingSound_ = 0;        // seconds of sound ahead of the picture
+  double leadingSound_ = 0;        // seconds of sound before the picture
   std::uint64_t overlaps_ = 0;     // access units for which there was no time
   DFRAME descriptor_ = {};
   std::vector<std::uint8_t> frameBytes_;

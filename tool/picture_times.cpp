@@ -6,7 +6,7 @@
 
 namespace {
 
-// Frames whose times decide how far the recording is ahead of the source: enough to outvote odd ones.
+// Frames whose times decide by how much the recording is earlier than the source: enough to outvote odd ones.
 constexpr std::size_t kVoters = 256;
 
 // A longer wait for the next frame than this is a while without pictures, in seconds.

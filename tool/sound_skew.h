@@ -1,4 +1,4 @@
-// How far the sound of a file is ahead of its pictures where both are read from their beginning.
+// By how much the sound of a file is earlier than its pictures where both are read from their beginning.
 #pragma once
 
 #include <string>

@@ -14,18 +14,6 @@ SourceFile::SourceFile(const std::string& path) : path_(path) {
   tracks_ = readTracks(root.get(), size_);
 }
 
-const SourceTrack* SourceFile::findHandler(std::uint32_t handler) const {
-  for (const SourceTrack& track : tracks_)
-    if (track.handler == handler && !track.samples.empty()) return &track;
-  return nullptr;
-}
-
-const SourceTrack* SourceFile::findCodec(std::uint32_t codec) const {
-  for (const SourceTrack& track : tracks_)
-    if (track.codec == codec && !track.samples.empty()) return &track;
-  return nullptr;
-}
-
 std::span<std::uint8_t> SourceFile::read(const SourceSample& sample) {
   const bool held = sample.offset <= size_ && sample.size <= size_ - sample.offset;
   if (held && sample.size > capacity_) {

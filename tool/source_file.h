@@ -21,11 +21,6 @@ class SourceFile : public SampleSource {
   bool more() override { return false; }
   std::span<std::uint8_t> read(const SourceSample& sample) override;
 
-  // The first track with samples of a kind, told by its handler or by the type of its sample entry; null when
-  // there is none.
-  const SourceTrack* findHandler(std::uint32_t handler) const;
-  const SourceTrack* findCodec(std::uint32_t codec) const;
-
  private:
   std::string path_;
   Mp4Stream stream_;

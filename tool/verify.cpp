@@ -44,7 +44,7 @@ std::string soundLengthNote(const Verification& result) {
   constexpr double kUsual = 1;
   const double longer = result.soundSeconds - result.seconds;
   if (result.frames == 0 || result.soundFrames == 0 || std::abs(longer) <= kUsual) return "";
-  return "the sound lasts " + fixedText(std::abs(longer), 3) + " s " + (longer > 0 ? "longer" : "less long") +
+  return "the sound lasts " + fixedText(std::abs(longer), 3) + " s " + (longer > 0 ? "longer" : "shorter") +
          " than the picture";
 }
 

@@ -21,7 +21,7 @@ TEST(DiskFile, WaitsForWhatAnotherHandleWrote) {
   EXPECT_EQ(readFile(path).size(), 3u) << "opening it has changed nothing";
 }
 
-TEST(DiskFile, CutsBehindAByteAndNeverLengthens) {
+TEST(DiskFile, CutsAfterAByteAndNeverLengthens) {
   const TempFolder folder;
   const std::string path = folder.file("media.bin");
   writeFile(path, {1, 2, 3, 4, 5});

@@ -1,6 +1,7 @@
 // Recording again: with an object that has recorded before, and under a name that has been recorded before.
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -198,6 +199,35 @@ TEST(RecordAgain, SoundThatAnotherObjectIsAboutToRecordStays) {
   EXPECT_EQ(closeFile(sound), VL_OK);
   EXPECT_EQ(closeFile(video), VL_OK);
   EXPECT_NE(openFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY), nullptr);
+}
+
+TEST(RecordAgain, SoundThatAnotherObjectHasRecordedSinceStays) {
+  const TempFolder folder;
+  record(folder.file("out.mp4"), withSound());
+  for (const std::string& name : namesIn(folder)) {
+    const std::filesystem::path file = folder.file(name);
+    std::filesystem::last_write_time(file, std::filesystem::last_write_time(file) - std::chrono::hours(1));
+  }
+  MediaFile sound = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
+  EXPECT_EQ(describeSound(*sound, withSound()), VL_OK);
+  writeSound(*sound, 30);
+  ASSERT_EQ(closeFile(sound), VL_OK);
+  const Bytes recorded = readFile(folder.file("out.m4a"));
+  const MediaFile video = createFile(folder.file("out.mp4"));
+  EXPECT_THAT(namesIn(folder), UnorderedElementsAre("out.m4v", "out.m4a", "outA.m3u8"));
+  EXPECT_EQ(readFile(folder.file("out.m4a")), recorded);
+}
+
+// Linux takes such names, Windows refuses them.
+TEST(RecordAgain, ANameThatIsNotUtf8LeavesTheHostUnharmed) {
+  const TempFolder folder;
+  std::string path = folder.file("x");
+  path.replace(path.size() - 1, 1, "\xFF.mp4");
+  for (const std::uint32_t flags : {0u, std::uint32_t{MF_OPEN_AUDIO_ONLY}}) {
+    EXPECT_NO_THROW(createFile(path, flags));
+  }
+  record(folder.file("out.mp4"), {});
+  EXPECT_EQ(openFile(folder.file("out.mpd"))->GetTotalFrames(), 31u);
 }
 
 }  // namespace

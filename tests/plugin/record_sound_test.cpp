@@ -307,6 +307,17 @@ TEST(SoundInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
   EXPECT_THAT(textOf(folder.file("out.xml")), HasSubstr("mediaPresentationDuration=\"PT0H0M10.01S\""));
 }
 
+TEST(SoundInside, WithoutAnyFrameMakesNoSegment) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  writeSound(*file, 60);
+  EXPECT_EQ(closeFile(file), VL_OK);
+  BoxFile boxes(folder.file("out.ismv"));
+  EXPECT_EQ(boxes.at("sidx"), nullptr);
+  EXPECT_EQ(boxes.at("moof"), nullptr);
+  EXPECT_EQ(textOf(folder.file("out.m3u8")).find("#EXTINF"), std::string::npos);
+}
+
 TEST(SoundInside, IsDescribedWithTheVideo) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withSound());

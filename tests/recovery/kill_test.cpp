@@ -113,8 +113,8 @@ struct Source {
 
   explicit Source(const std::string& path)
       : file(path),
-        video(*file.findHandler(Mp4FourCc("vide"))),
-        audio(*file.findHandler(Mp4FourCc("soun"))) {}
+        video(*file.trackOfHandler(Mp4FourCc("vide"))),
+        audio(*file.trackOfHandler(Mp4FourCc("soun"))) {}
   Bytes bytes(const SourceSample& sample) {
     const auto span = file.read(sample);
     return {span.begin(), span.end()};

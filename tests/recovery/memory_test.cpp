@@ -103,7 +103,7 @@ TEST_P(MemoryEnds, WhereverASourceIsRead) {
   }
 }
 
-// The probe of an accepted file holds it from then on, so it is not asked for each allocation but for a few.
+// A file may be refused for want of memory. The probe that accepts it holds it from then on.
 TEST_P(MemoryEnds, WhereverAFileIsProbed) {
   const TempFolder folder;
   MediaFile file = startKind(folder, kAllInOne);

@@ -190,7 +190,7 @@ inline void expectFrames(const std::string& path, std::uint32_t frames) {
 // Every coded frame of sound is there.
 inline void expectSound(const std::string& path, std::uint32_t frames) {
   SourceFile file(path);
-  const SourceTrack* const track = file.findHandler(Mp4FourCc("soun"));
+  const SourceTrack* const track = file.trackOfHandler(Mp4FourCc("soun"));
   ASSERT_EQ(track ? track->samples.size() : 0, frames) << path;
   for (std::uint32_t i = 0; i < frames; ++i) {
     const auto bytes = file.read(track->samples[i]);

@@ -2,25 +2,31 @@
 #pragma once
 
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "support/ffmpeg.h"
 
-// The times in seconds at which the values that a filter graph of ffprobe gives under `tag` rise above
-// `threshold`.
-inline std::vector<double> risingTimes(const std::string& graph, const std::string& tag, double threshold) {
-  const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-f", "lavfi", "-i", graph, "-show_entries",
-                                       "frame=pts_time:frame_tags=" + tag, "-of", "csv=p=0"});
+// The times in seconds, as the file has them, at which the values that a filter of ffmpeg gives under `tag`
+// rise above `threshold`.
+inline std::vector<double> risingTimes(const std::filesystem::path& file, const std::string& option,
+                                       const std::string& filters, const std::string& tag, double threshold) {
+  const RunResult result =
+      runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-copyts", "-i", file.string(), option,
+                  filters + "metadata=print:key=" + tag + ":file=-", "-f", "null", "-"});
+  const std::string timeKey = "pts_time:", valueKey = tag + '=';
   std::vector<double> times;
+  double time = 0;
   bool above = false;
   std::istringstream lines(result.out);
   for (std::string line; std::getline(lines, line);) {
-    const std::size_t comma = line.find(',');
-    if (comma == std::string::npos) continue;
-    const std::string value = line.substr(comma + 1);
+    if (const auto at = line.find(timeKey); at != std::string::npos)
+      time = std::stod(line.substr(at + timeKey.size()));
+    if (!line.starts_with(valueKey)) continue;
+    const std::string value = line.substr(valueKey.size());
     const bool now = value != "-inf" && std::stod(value) > threshold;
-    if (now && !above) times.push_back(std::stod(line));
+    if (now && !above) times.push_back(time);
     above = now;
   }
   return times;
@@ -28,14 +34,13 @@ inline std::vector<double> risingTimes(const std::string& graph, const std::stri
 
 // When pictures become white.
 inline std::vector<double> flashTimes(const std::filesystem::path& file) {
-  return risingTimes("movie='" + file.string() + "',signalstats", "lavfi.signalstats.YAVG", 128);
+  return risingTimes(file, "-vf", "signalstats,", "lavfi.signalstats.YAVG", 128);
 }
 // When sound becomes loud, to a millisecond.
 inline std::vector<double> toneTimes(const std::filesystem::path& file) {
-  return risingTimes("amovie='" + file.string() +
-                         "',aformat=channel_layouts=mono:sample_fmts=flt,asetnsamples=48,astats=metadata=1:"
-                         "reset=1",
-                     "lavfi.astats.Overall.RMS_level", -22);
+  return risingTimes(
+      file, "-af", "aformat=channel_layouts=mono:sample_fmts=flt,asetnsamples=48,astats=metadata=1:reset=1,a",
+      "lavfi.astats.Overall.RMS_level", -22);
 }
 
 // Inputs: black pictures at 25 a second that flash, and silence at 48000 Hz that sounds, both for 0.2 s at

@@ -172,6 +172,19 @@ TEST(Export, SelectedFramesGiveTheirPartOfTheSound) {
                          all.begin() + static_cast<std::ptrdiff_t>(header + 10 * 1920 * 4)));
 }
 
+// Frames, ticks and samples multiplied are more than 64 bits hold.
+TEST(Export, SoundEndsBeforeFramesHoweverFar) {
+  const TempFolder folder;
+  makeMedia(folder.file("clip.mp4"),
+            pictureInput(1, "25") + toneInput(1) + h264Codec(25, 0) +
+                std::vector<std::string>{"-c:a", "aac", "-video_track_timescale", "10000000", "-movflags",
+                                         "frag_keyframe+empty_moov+default_base_moof"});
+  const RunResult result = fmp4({"--quiet", "export", folder.file("clip.mp4"), "--audio",
+                                 folder.file("out.wav"), "--from", "960767921"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, testing::HasSubstr("ends before frame 960767921"));
+}
+
 TEST(Export, StreamsThatAreNotThereAreNamed) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("out");

@@ -103,7 +103,7 @@ TEST_F(InStep, SoundThatStartsLateIsSilentUntilThen) {
 TEST_F(InStep, PicturesThatStartLate) {
   const std::string file = source(2);
   made({"-itsoffset", "1", "-i", file, "-i", file, "-map", "0:v", "-map", "1:a", "-c", "copy"});
-  // The tone at 0.4 s is ahead of the pictures.
+  // The tone at 0.4 s comes before the pictures.
   const RunResult result =
       fmp4({"--quiet", "package", folder_.file("made.mp4"), "--output", folder_.file("out.mp4")});
   EXPECT_EQ(result.exitCode, 0);
@@ -131,7 +131,7 @@ TEST_F(InStep, SoundWithAGap) {
 TEST_F(InStep, PicturesAndSoundWithAGap) {
   const std::string file = source(0);
   makeMedia(folder_.file("first.mp4"), {"-i", file, "-t", "1.4", "-c", "copy"});
-  std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 3\nfile " << file << "\n";
+  std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 3\nfile b0.mp4\n";
   const std::string gap = made(
       Options{"-f", "concat", "-safe", "0", "-i", folder_.file("parts.txt"), "-c", "copy"} + kFragmented);
   ASSERT_EQ(fmp4({"--quiet", "package", gap, "--output", folder_.file("out.mp4")}).exitCode, 0);
@@ -151,7 +151,7 @@ TEST_F(InStep, ACutKeepsTheGroupOfPicturesThatItNeeds) {
               HasSubstr("warning: the source's edit list hides its first 13 frames; the recording shows "
                         "them, as those after them cannot be decoded without them"));
   const auto flashes = flashTimes(folder_.file("out.m4v")), tones = toneTimes(folder_.file("out.m4a"));
-  // From the key frame at 1 s on, behind the delay of the B-frames.
+  // From the key frame at 1 s on, after the delay of the B-frames.
   ASSERT_EQ(flashes.size(), 2u);
   EXPECT_NEAR(flashes[0], 1.08, 0.001);
   ASSERT_EQ(tones.size(), 2u);
@@ -226,7 +226,7 @@ class ShortSound : public testing::Test {
   TempFolder folder_;
 };
 
-TEST_F(ShortSound, AStartBehindItsEndGivesARecordingWithoutSound) {
+TEST_F(ShortSound, AStartAfterItsEndGivesARecordingWithoutSound) {
   for (const char* output : {"out.mp4", "both.ismv"}) {
     const RunResult result = fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output",
                                    folder_.file(output), "--start", "50"});
@@ -242,7 +242,7 @@ TEST_F(ShortSound, AStartBehindItsEndGivesARecordingWithoutSound) {
   EXPECT_EQ(fmp4({"--quiet", "verify", folder_.file("out.mpd")}).exitCode, 0);
 }
 
-TEST_F(ShortSound, ThatBeginsBehindTheChosenFramesIsLeftOut) {
+TEST_F(ShortSound, ThatBeginsAfterTheChosenFramesIsLeftOut) {
   makeMedia(folder_.file("late.mp4"),
             {"-i", folder_.file("source.mp4"), "-itsoffset", "2", "-i", folder_.file("source.mp4"), "-map",
              "0:v", "-map", "1:a", "-c", "copy"});
@@ -260,9 +260,9 @@ TEST_F(ShortSound, IsKeptAsFarAsItGoes) {
   EXPECT_EQ(toneTimes(folder_.file("out.m4a")).size(), 1u);
   const RunResult verified = fmp4({"--quiet", "verify", folder_.file("out.mpd")});
   EXPECT_EQ(verified.exitCode, 0);
-  EXPECT_THAT(verified.out,
-              testing::MatchesRegex("note: the sound lasts 1.9[0-9]* s less long than the picture\n.* is "
-                                    "whole: 75 frames, .*\n"));
+  EXPECT_THAT(verified.out, testing::AllOf(testing::StartsWith("note: the sound lasts 1.9"),
+                                           HasSubstr(" s shorter than the picture\n"),
+                                           HasSubstr(" is whole: 75 frames, ")));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -78,8 +79,7 @@ TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
       EXPECT_EQ(audio[kSilent + i].crc32, sourceAudio[i].crc32);
     }
   }
-  for (std::size_t i = 0; i < audio.size(); ++i)
-    EXPECT_EQ(audio[i].dts, static_cast<std::int64_t>(i) * 1024);
+  for (std::size_t i = 0; i < audio.size(); ++i) EXPECT_EQ(audio[i].dts, static_cast<std::int64_t>(i) * 1024);
   EXPECT_EQ(pictureHashes(folder_.file("out.m4v")), pictureHashes(source()));
 }
 
@@ -92,7 +92,8 @@ TEST_F(Package, GivesTheSourcesFramesBackByEveryName) {
   EXPECT_EQ(frames(folder_.file("out.mpd")), expected);
   EXPECT_EQ(frames(folder_.file("both.xml")), expected);
   decodes(folder_.file("both.ismv"));
-  EXPECT_EQ(ffprobePackets(folder_.file("both.ismv"), "a:0").size(), 2 + ffprobePackets(source(), "a:0").size());
+  EXPECT_EQ(ffprobePackets(folder_.file("both.ismv"), "a:0").size(),
+            2 + ffprobePackets(source(), "a:0").size());
   decodes(folder_.file("both.m3u8"));
 }
 
@@ -195,6 +196,21 @@ TEST_F(Package, OtherCodecsAreRefusedWithTheWayOut) {
   EXPECT_EQ(
       fmp4({"package", folder_.file("ac3.mp4"), "--output", folder_.file("out.mp4"), "--no-audio"}).exitCode,
       0);
+}
+
+// The frame length flag is set in the AudioSpecificConfig of AAC LC at 48000 Hz in two channels.
+TEST_F(Package, AacOf960SamplesAFrameIsRefusedWithTheWayOut) {
+  Bytes bytes = readFile(source());
+  const Bytes config = {0x11, 0x90, 0x56, 0xE5};
+  const auto place = std::search(bytes.begin(), bytes.end(), config.begin(), config.end());
+  ASSERT_NE(place, bytes.end());
+  place[1] = 0x94;
+  writeFile(folder_.file("short.mp4"), bytes);
+  const RunResult result =
+      fmp4({"--quiet", "package", folder_.file("short.mp4"), "--output", folder_.file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_THAT(result.err, HasSubstr("has AAC with 960 samples a frame, which a recording cannot time"));
+  EXPECT_THAT(result.err, HasSubstr("ffmpeg -c:v copy -c:a aac"));
 }
 
 TEST_F(Package, TheSourceIsNeverWrittenOver) {

@@ -48,6 +48,19 @@ TEST(BadRecording, ADeviceThatIsFullIsNoFileToWriteTo) {
                           LogLine{VL_LOG_PLAIN, "fmp4OpenWrite(0xE802500C)"}));
 }
 
+// The former media are gone by then.
+TEST(BadRecording, ListsGoWithTheMediaThatTheyListAlsoWhereTheNewOnesCannotBeWritten) {
+  const TempFolder folder;
+  MediaFile file = startRecording(folder.file("out.mp4"));
+  writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0));
+  ASSERT_EQ(closeFile(file), VL_OK);
+  std::filesystem::remove(folder.file("out.m4v"));
+  std::filesystem::create_symlink("/dev/full", folder.file("out.m4v"));
+  EXPECT_EQ(createFile(folder.file("out.mp4")), nullptr);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd")));
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.m3u8")));
+}
+
 TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
   for (const std::uint64_t space : {1000u, 20000u, 37000u, 38000u, 60000u}) {
     const TempFolder folder;

@@ -242,6 +242,60 @@ TEST_F(LiveInput, InputThatIsNoFragmentedMp4IsRefused) {
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
 }
 
+// Fragments of sound alone, without end.
+TEST_F(LiveInput, InputWithoutVideoIsNotWaitedForForever) {
+  makeMedia(
+      folder_.file("sound.mp4"),
+      toneInput(60) + std::vector<std::string>{"-c:a", "aac", "-frag_duration", "1000000"} + fragmented());
+  const Bytes header(live_.begin(), live_.begin() + static_cast<std::ptrdiff_t>(fragments().front()));
+  live_ = readFile(folder_.file("sound.mp4"));
+  const auto first = static_cast<std::ptrdiff_t>(fragments().front());
+  const Bytes soundHeader(live_.begin(), live_.begin() + first);
+  Bytes sound(live_.begin() + first, live_.end());
+  const auto fedBeforeTheEnd = [&](const Bytes& beginning) {
+    constexpr std::size_t kMost = 100u << 20;
+    Recorder recorder(output(), folder_);
+    std::size_t fed = 0;
+    if (recorder.feed(beginning))
+      while (fed < kMost && recorder.feed(sound)) fed += sound.size();
+    EXPECT_EQ(recorder.end(), 1);
+    EXPECT_THAT(recorder.errors(), HasSubstr("has no video"));
+    return fed;
+  };
+  EXPECT_LT(fedBeforeTheEnd(soundHeader), 4u << 20) << "no video track";
+  const Bytes tfhd = {'t', 'f', 'h', 'd'};
+  for (auto at = sound.begin(); (at = std::search(at, sound.end(), tfhd.begin(), tfhd.end())) != sound.end();
+       at += 12)
+    at[11] = 2;
+  EXPECT_LT(fedBeforeTheEnd(header), 80u << 20) << "a video track that stays empty";
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
+}
+
+TEST_F(LiveInput, FragmentsThatMakeNoSenseAreDamage) {
+  const auto starts = fragments();
+  const auto part = [&](std::size_t from, std::size_t to) {
+    return Bytes(live_.begin() + static_cast<std::ptrdiff_t>(from),
+                 live_.begin() + static_cast<std::ptrdiff_t>(to));
+  };
+  const auto expectDamage = [&](const Bytes& after, const std::string& why) {
+    Recorder recorder(output(), folder_);
+    recorder.feed(join({part(0, starts[5]), after}));
+    EXPECT_EQ(recorder.end(), 1);
+    EXPECT_THAT(recorder.errors(), HasSubstr("fmp4: the input is damaged: " + why));
+    expectWhole();
+    EXPECT_EQ(recordedFrames(), 125u);
+  };
+  const std::size_t moofSize = std::size_t{live_[starts[5] + 2]} << 8 | live_[starts[5] + 3];
+  expectDamage(join({part(starts[5], starts[5] + moofSize), part(starts[5], starts[6])}),
+               "a fragment has no media data");
+  expectDamage(boxOfSize(0, "mdat"), "the box 'mdat' has no size but lasts until the end of the input");
+  // Samples without bytes, which a few bytes of boxes can count without end.
+  const Bytes traf =
+      box("traf", {fullBox("tfhd", 0, 0x20010, {u32(2), u32(0)}), fullBox("trun", 0, 0, {u32(5'000'000)})});
+  expectDamage(join({box("moof", {traf, box("free", {zeros(6u << 20)})}), box("mdat")}),
+               "a fragment counts too many samples");
+}
+
 TEST_F(LiveInput, TakesAsManyFramesAsAreAskedFor) {
   const std::string command = "'" VL_BIN_DIR "/fmp4' --quiet package - --count 60 --output '" + output() +
                               "' <'" + folder_.file("live.mp4") + "'";
