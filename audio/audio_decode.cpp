@@ -253,8 +253,16 @@ bool VL_Audio_Decode::Settled() const {
   return aac == nullptr || aac->Settled();
 }
 
+void VL_Audio_Decode::SetUnit(std::uint64_t number) {
+  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetBlock(number);
+}
+
 void VL_Audio_Decode::ForgetSignal() {
-  if (m_codec != nullptr) m_codec->Reset();
+  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) {
+    aac->PassLostBlock();
+  } else if (m_codec != nullptr) {
+    m_codec->Reset();
+  }
 }
 
 void VL_Audio_Decode::SetConfiguration(const std::uint8_t* data, std::size_t size) {

@@ -76,12 +76,16 @@ class VL_Audio_Decode {
   // True when there is a decoder.
   virtual bool IsOpen() const;
 
-  // True when what comes next does not depend on what came ahead of the frames decoded since Reset, but for
-  // an overlap into the next frame.
+  // Tells the number in its track, from 0, of the access unit that comes next, by which AAC places its noise.
+  // Without effect on other decoders.
+  void SetUnit(std::uint64_t number);
+
+  // True when what comes next does not depend on what came before the frames decoded or lost since Reset, but
+  // for an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
-  // Forgets the signal that overlaps into the next frame, for a frame between is lost. Buffered PCM stays. A
-  // decoder of FFmpeg keeps its signal, as with Reset.
+  // Forgets the signal that overlaps into the next frame, for a frame in between is lost. Buffered PCM stays.
+  // A decoder of FFmpeg keeps its signal, as with Reset.
   void ForgetSignal();
 
   // Tells, after Init, the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track, of which the

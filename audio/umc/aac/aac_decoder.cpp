@@ -164,6 +164,23 @@ Status AACDecoder::Reset() {
   aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::Restart(locked);
+  if (locked.Sbr() != nullptr) aac::DoubtSbrHeaders(*locked.Sbr());
+  locked.State().blank = false;
+  return UMC_OK;
+}
+
+Status AACDecoder::PassLostBlock() {
+  aac::LockedMemory locked(m_memory);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  aac::PassLostBlock(locked);
+  return UMC_OK;
+}
+
+Status AACDecoder::SetBlock(std::uint64_t number) {
+  const aac::LockedMemory locked(m_memory);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  locked.State().numbered = true;
+  locked.State().block = number;
   return UMC_OK;
 }
 

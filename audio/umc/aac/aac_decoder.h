@@ -42,8 +42,15 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   Status Close() override;
   // Forgets the signal and what was learnt from it, keeping the configuration. -998 before Init.
   Status Reset() override;
-  // True when the signal does not depend on blocks ahead of those decoded since Init or Reset, but for an
-  // overlap of one block: predictors, spectral band replication and parametric stereo remember more. False
+  // Tells that the next block is lost: the one after it starts anew, by the headers of spectral band
+  // replication that were there before. -998 before Init.
+  Status PassLostBlock();
+  // Tells the number in its track, from 0, of the block that comes next. The noise of spectral band
+  // replication then depends on the blocks' numbers alone, not on where decoding started or what was lost on
+  // the way; else it goes on from where the signal starts. Those that follow count on. -998 before Init.
+  Status SetBlock(std::uint64_t number);
+  // True when the signal does not depend on blocks before those decoded or lost since Init or Reset, but for
+  // an overlap of one block: predictors, spectral band replication and parametric stereo remember more. False
   // before the first of them.
   bool Settled();
   // Tells, between Init and the first frame, what the container says about access units that come behind ADTS

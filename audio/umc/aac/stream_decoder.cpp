@@ -51,6 +51,7 @@ Status Render(LockedMemory& memory, const BitWindow& stream, std::size_t start, 
               reinterpret_cast<std::int16_t*>(request.output + request.produced));
   request.produced += RenderedBytes(state);
   state.started = state.formatKnown = true;
+  ++state.block;
   return UMC_OK;
 }
 
