@@ -47,7 +47,7 @@ class VL_Audio_Decode {
   virtual std::uint32_t CheckBuffer(std::uint32_t frames);
 
   // Decodes as much of the input as one call of the decoder takes. `*outputBytes` receives the PCM bytes
-  // written. The output has room for as much PCM as the buffer holds behind it when it lies in the PCM
+  // written. The output has room for as much PCM as the buffer holds after it when it lies in the PCM
   // buffer, else for 0xFFFFF bytes. Returns the input bytes that are left, or -1 when the decoder fails,
   // which leaves `*outputBytes` alone (0 with FFmpeg). `duration` is that of the input in frames, by which
   // FFmpeg's output is limited; `reserved` and `channelPair` do not matter to the decoders here.
@@ -89,9 +89,9 @@ class VL_Audio_Decode {
   void ForgetSignal();
 
   // Tells, after Init, the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track, of which the
-  // headers ahead of its samples have room for little. One that is not served closes the decoder, with a
-  // warning that says why; one that cannot be parsed leaves it to those headers. Without effect on other
-  // decoders.
+  // headers before its samples have room for little. One that is not served closes the decoder, with a
+  // warning that says why; one that is cut off leaves it to those headers, unless its object type is none
+  // that is served. Without effect on other decoders.
   void SetConfiguration(const std::uint8_t* data, std::size_t size);
 
   // What the reader sets and looks at between calls.
