@@ -356,7 +356,12 @@ bool MakeAreas(LockedMemory& memory) {
 
 void Restart(LockedMemory& memory) {
   DecoderState& state = memory.State();
-  ForgetChannels(memory);
+  if (state.started) {
+    ForgetChannels(memory);
+  } else if (memory.Predictions() != nullptr) {
+    // Nothing has been predicted yet, but the object type may be another one.
+    ForgetPredictions(state.config.objectType, *memory.Predictions());
+  }
   state.started = state.sbrSeen = state.psSeen = false;
   state.program = state.config.Program();
   if (state.config.layout.channelCount > 0) state.layout = state.config.layout;
