@@ -20,6 +20,10 @@ constexpr std::uint32_t kFirstBufferBytes = 200000;
 constexpr std::uint32_t kBufferFactor = 8;
 // Frames that one call of a decoder may add.
 constexpr std::uint32_t kCallFrames = 4096;
+// Shorter configurations tell neither object type nor frequency.
+constexpr std::size_t kLeastConfigurationBytes = 2;
+// The core's, where the configuration is cut off before it.
+constexpr int kUnknownObjectType = 0;
 // What a decoder is told of room outside the PCM buffer.
 constexpr std::uint32_t kOutputBytes = 0xFFFFF;
 // Sync frames of AC-3 are not cut: what is left behind one is dropped when it is shorter than this.
@@ -257,15 +261,27 @@ bool VL_Audio_Decode::Settled() const {
   return aac == nullptr || aac->Settled();
 }
 
+void VL_Audio_Decode::SetUnit(std::uint64_t number) {
+  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetBlock(number);
+}
+
 void VL_Audio_Decode::ForgetSignal() {
-  if (m_codec != nullptr) m_codec->Reset();
+  if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) {
+    aac->PassLostBlock();
+  } else if (m_codec != nullptr) {
+    m_codec->Reset();
+  }
 }
 
 void VL_Audio_Decode::SetConfiguration(const std::uint8_t* data, std::size_t size) {
   auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get());
+  if (aac == nullptr || size < kLeastConfigurationBytes) return;
   UMC::aac::AudioSpecificConfig config;
-  if (aac == nullptr || !UMC::aac::ParseAudioSpecificConfig(data, size, config)) return;
-  if (aac->SetConfiguration(config) == UMC::UMC_OK) return;
+  if (UMC::aac::ParseAudioSpecificConfig(data, size, config)) {
+    if (aac->SetConfiguration(config) == UMC::UMC_OK) return;
+  } else if (config.objectType == kUnknownObjectType || UMC::aac::IsServedObjectType(config.objectType)) {
+    return;
+  }
   WarnOfRefused(config);
   CloseCodec();
 }

@@ -47,7 +47,7 @@ class VL_Audio_Decode {
   virtual std::uint32_t CheckBuffer(std::uint32_t frames);
 
   // Decodes as much of the input as one call of the decoder takes. `*outputBytes` receives the PCM bytes
-  // written. The output has room for as much PCM as the buffer holds behind it when it lies in the PCM
+  // written. The output has room for as much PCM as the buffer holds after it when it lies in the PCM
   // buffer, else for 0xFFFFF bytes. Returns the input bytes that are left, or -1 when the decoder fails,
   // which leaves `*outputBytes` alone (0 with FFmpeg). `duration` is that of the input in frames, by which
   // FFmpeg's output is limited; `reserved` and `channelPair` do not matter to the decoders here.
@@ -76,22 +76,26 @@ class VL_Audio_Decode {
   // True when there is a decoder.
   virtual bool IsOpen() const;
 
-  // True when what comes next does not depend on what came ahead of the frames decoded since Reset, but for
-  // an overlap into the next frame.
+  // Tells the number in its track, from 0, of the access unit that comes next, by which AAC places its noise.
+  // Without effect on other decoders.
+  void SetUnit(std::uint64_t number);
+
+  // True when what comes next does not depend on what came before the frames decoded or lost since Reset, but
+  // for an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
   // True when the last CheckBuffer or decoding call failed because memory was short, which says nothing of
   // its input.
   [[nodiscard]] bool MemoryShort() const { return m_memoryShort; }
 
-  // Forgets the signal that overlaps into the next frame, for a frame between is lost. Buffered PCM stays. A
-  // decoder of FFmpeg keeps its signal, as with Reset.
+  // Forgets the signal that overlaps into the next frame, for a frame in between is lost. Buffered PCM stays.
+  // A decoder of FFmpeg keeps its signal, as with Reset.
   void ForgetSignal();
 
   // Tells, after Init, the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track, of which the
-  // headers ahead of its samples have room for little. One that is not served closes the decoder, with a
-  // warning that says why; one that cannot be parsed leaves it to those headers. Without effect on other
-  // decoders.
+  // headers before its samples have room for little. One that is not served closes the decoder, with a
+  // warning that says why; one that is cut off leaves it to those headers, unless its object type is none
+  // that is served. Without effect on other decoders.
   void SetConfiguration(const std::uint8_t* data, std::size_t size);
 
   // What the reader sets and looks at between calls.

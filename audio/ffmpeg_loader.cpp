@@ -2,7 +2,6 @@
 
 #include <array>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <span>
 
@@ -195,14 +194,14 @@ void swallowLog(void* /*source*/, int /*level*/, const char* /*format*/, va_list
 // ---- State of the process ----------------------------------------------------------------------------
 
 struct State {
+  State() { vlOSInitializeCriticalSection(&lock); }
   // The libraries stay loaded, but this module's code may go: their log must not come here any more.
   ~State() {
     if (avutil.loaded() && functions.av_log_set_callback)
       functions.av_log_set_callback(functions.av_log_default_callback);
   }
 
-  // Its own: the host has no call to end a lock of its, and this goes with the module.
-  std::recursive_mutex lock;
+  VLCRITICALSECTION lock;  // as long as the process: the host has no call to end it
   Library avcodec;
   Library avutil;
   Functions functions = {};
@@ -275,9 +274,9 @@ const ffmpeg57::Functions& FFmpeg() {
 }
 
 FFmpegLock::FFmpegLock() {
-  state().lock.lock();
+  vlOSEnterCriticalSection(&state().lock);
 }
 
 FFmpegLock::~FFmpegLock() {
-  state().lock.unlock();
+  vlOSLeaveCriticalSection(&state().lock);
 }

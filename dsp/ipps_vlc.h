@@ -68,6 +68,6 @@ IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std:
 IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                           const IppsVLCDecodeSpec_32s* table);
 
-// The same for pairs of magnitudes with their sign bits: the escape sequences stand after those.
+// The same for pairs of magnitudes with their sign bits: the escape sequences follow those.
 IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                                 const IppsVLCDecodeSpec_32s* table);

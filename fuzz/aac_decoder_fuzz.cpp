@@ -1,5 +1,5 @@
 // The AAC decoder on hostile bytes. The first byte says how: its upper six bits how long a configuration is
-// that comes first, the lowest bit whether that one describes raw access units or what comes behind headers;
+// that comes first, the lowest bit whether that one describes raw access units or what follows headers;
 // the bit above asks for two channels and for twice the core's frequency where there is spectral band
 // replication.
 #include <algorithm>

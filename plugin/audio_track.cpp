@@ -25,10 +25,8 @@ constexpr std::uint32_t kAc3UnitFrames = 1536;
 // Larger units are no sound: AAC allows 768 bytes a channel, AC-3 3840.
 constexpr std::uint32_t kLargestUnit = 1 << 20;
 // How far ahead of a position decoding starts where the unit before is not enough: so many units and more
-// until the decoder says that it is settled, in steps that the pattern of its noise repeats in, and not
-// without end, whatever the file says.
+// until the decoder says that it is settled, and not without end, whatever the file says.
 constexpr std::uint64_t kSettlingUnits = 24;
-constexpr std::uint64_t kSettlingPeriod = 16;
 constexpr std::uint64_t kLongestLead = 4096;
 
 // Units that are tried before a track is given up: so many in a row at so many places spread over it, which
@@ -152,8 +150,7 @@ int AudioTrack::standAtPosition(FragmentIndex& index, std::uint64_t position) {
   AudioUnit unit;
   if (!timeline(index).find(index, position, unit)) return -1;
   for (std::uint64_t ahead = 1;; ahead = std::max(4 * ahead, kSettlingUnits)) {
-    std::uint64_t first = unit.number - std::min(ahead, unit.number);
-    if (ahead > 1) first -= first % kSettlingPeriod;
+    const std::uint64_t first = unit.number - std::min(ahead, unit.number);
     const Lead lead = leadIn(index, first, unit);
     if (lead == Lead::Failed) return -1;
     if (lead == Lead::Settled || ahead >= kLongestLead) return 0;
@@ -174,13 +171,10 @@ int AudioTrack::standAt(FragmentIndex& index, const AudioUnit& unit) {
 AudioTrack::Lead AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
   AudioUnit from;
   if (!timeline(index).at(index, first, from) || standAt(index, from) < 0) return Lead::Failed;
-  // Nothing is ahead of the first unit, and a lost one leaves nothing of what was ahead of it.
-  bool settled = first == 0;
+  const bool settled = first == 0;  // nothing is before the first unit
   while (number_ < unit.number) {
     if (advance(index) != Outcome::Delivered) return Lead::Failed;
-    const Unit decoded = decodeUnit(index);
-    if (decoded == Unit::NoMemory) return Lead::Failed;
-    settled |= decoded == Unit::Lost;
+    if (decodeUnit(index) == Unit::NoMemory) return Lead::Failed;
     decoder_.RemoveSamples(decoder_.BufferedFrames());
   }
   filledTo_ = clock_.position();
@@ -209,6 +203,7 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   const std::uint64_t start = clock_.position();
   const std::uint64_t stated = clock_.frames(cursor_.sampleDuration());
   decoder_.SetBufferStart(start);
+  decoder_.SetUnit(number_);
   const bool decoded = !lastsTooLong() && feedDecoder(index, stated);
   if (decoder_.MemoryShort()) return Unit::NoMemory;
   if (decoded) {

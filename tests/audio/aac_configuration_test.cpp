@@ -1,4 +1,4 @@
-// What a container says about access units that come behind ADTS headers, which say less.
+// What a container says about access units that follow ADTS headers, which say less.
 #include <gtest/gtest.h>
 
 #include "aac_configurations.h"
@@ -51,9 +51,9 @@ GeneratorOptions Pair(int samplingIndex = 3, int frameLength = 1024) {
   return options;
 }
 
-// The samples of access units behind headers, each of `perBlock`.
-Samples DecodeBehindHeaders(TestDecoder& decoder, const std::vector<GeneratedBlock>& blocks,
-                            const AdtsOptions& header, std::size_t perBlock) {
+// The samples of access units after headers, each of `perBlock`.
+Samples DecodeAfterHeaders(TestDecoder& decoder, const std::vector<GeneratedBlock>& blocks,
+                           const AdtsOptions& header, std::size_t perBlock) {
   Samples all;
   for (const auto& block : blocks) {
     EXPECT_EQ(0, decoder.Decode(WrapAdts({block}, header)));
@@ -82,7 +82,7 @@ TEST(AacConfiguration, CountsForTheHeadersProfile) {
     const ConfigOptions options{.objectType = type};
     ToldDecoder told(options);
     EXPECT_EQ(DecodeConfigured(blocks, options),
-              DecodeBehindHeaders(told, blocks, {.profile = static_cast<int>(type) & 3}, 2 * 1024));
+              DecodeAfterHeaders(told, blocks, {.profile = static_cast<int>(type) & 3}, 2 * 1024));
   }
 }
 
@@ -90,7 +90,7 @@ TEST(AacConfiguration, TellsTheFrameLength) {
   const auto blocks = Blocks(1, Pair(3, 960));
   const ConfigOptions options{.frameLength = 960};
   ToldDecoder told(options);
-  EXPECT_EQ(DecodeConfigured(blocks, options), DecodeBehindHeaders(told, blocks, {}, 2 * 960));
+  EXPECT_EQ(DecodeConfigured(blocks, options), DecodeAfterHeaders(told, blocks, {}, 2 * 960));
 }
 
 TEST(AacConfiguration, TellsAFrequencyThatIsWrittenOut) {
@@ -98,12 +98,12 @@ TEST(AacConfiguration, TellsAFrequencyThatIsWrittenOut) {
   const auto blocks = Blocks(2, Pair(4));
   ToldDecoder told({.frequency = 44056});
   TestDecoder listed;
-  EXPECT_EQ(DecodeBehindHeaders(listed, blocks, {.samplingIndex = 4}, 2 * 1024),
-            DecodeBehindHeaders(told, blocks, {.samplingIndex = 15}, 2 * 1024));
+  EXPECT_EQ(DecodeAfterHeaders(listed, blocks, {.samplingIndex = 4}, 2 * 1024),
+            DecodeAfterHeaders(told, blocks, {.samplingIndex = 15}, 2 * 1024));
   EXPECT_EQ(44056u, InfoOf(told.Decoder()).output.sampleFrequency);
 }
 
-TEST(AacConfiguration, DoublesTheFrequencyAheadOfTheFirstPayload) {
+TEST(AacConfiguration, DoublesTheFrequencyBeforeTheFirstPayload) {
   const auto core = Blocks(3, Pair(6));
   const ConfigOptions isExplicit{.samplingIndex = 6, .signalling = ConfigOptions::kExplicit};
   const Samples expected = DecodeConfigured(core, isExplicit);
@@ -111,7 +111,7 @@ TEST(AacConfiguration, DoublesTheFrequencyAheadOfTheFirstPayload) {
     ToldDecoder told({.samplingIndex = 6, .signalling = signalling});
     EXPECT_EQ(48000u, InfoOf(told.Decoder()).output.sampleFrequency);
     EXPECT_EQ(0x100u + 1, InfoOf(told.Decoder()).input.streamSubtype);
-    EXPECT_EQ(expected, DecodeBehindHeaders(told, core, {.samplingIndex = 6}, 2 * 2048));
+    EXPECT_EQ(expected, DecodeAfterHeaders(told, core, {.samplingIndex = 6}, 2 * 2048));
   }
   // Not signalled, but asked for.
   UMC::AACDecoderParams params;
@@ -119,17 +119,17 @@ TEST(AacConfiguration, DoublesTheFrequencyAheadOfTheFirstPayload) {
   params.m_output.sampleFrequency = 48000;
   TestDecoder asked;
   ASSERT_EQ(0, asked.Decoder().SetParams(&params));
-  EXPECT_EQ(expected, DecodeBehindHeaders(asked, core, {.samplingIndex = 6}, 2 * 2048));
+  EXPECT_EQ(expected, DecodeAfterHeaders(asked, core, {.samplingIndex = 6}, 2 * 2048));
 }
 
 TEST(AacConfiguration, KeepsTheFrequencyOfAnExtensionAtTheCoresOwn) {
   const auto core = Blocks(4, Pair(6));
   ToldDecoder told({.samplingIndex = 6, .signalling = ConfigOptions::kExplicit, .extensionIndex = 6});
-  DecodeBehindHeaders(told, core, {.samplingIndex = 6}, 2 * 1024);
+  DecodeAfterHeaders(told, core, {.samplingIndex = 6}, 2 * 1024);
   EXPECT_EQ(24000u, InfoOf(told.Decoder()).output.sampleFrequency);
 }
 
-TEST(AacConfiguration, TellsTwoChannelsAheadOfTheFirstParametricStereo) {
+TEST(AacConfiguration, TellsTwoChannelsBeforeTheFirstParametricStereo) {
   GeneratorOptions generated;
   generated.samplingIndex = 6;
   generated.elements = {{E::kSce, 0}};
@@ -140,8 +140,8 @@ TEST(AacConfiguration, TellsTwoChannelsAheadOfTheFirstParametricStereo) {
     EXPECT_EQ(1u, InfoOf(told.Decoder()).input.channels);
     EXPECT_EQ(2u, InfoOf(told.Decoder()).output.channels);
     EXPECT_EQ(3u, InfoOf(told.Decoder()).output.channelMask);
-    const Samples samples = DecodeBehindHeaders(told, Blocks(5, generated, 5),
-                                                {.samplingIndex = 6, .channelConfiguration = 1}, 2 * 2048);
+    const Samples samples = DecodeAfterHeaders(told, Blocks(5, generated, 5),
+                                               {.samplingIndex = 6, .channelConfiguration = 1}, 2 * 2048);
     EXPECT_NE(Samples(samples.size()), samples);
     for (std::size_t i = 0; i < samples.size(); i += 2) ASSERT_EQ(samples[i], samples[i + 1]) << i;
 
@@ -178,9 +178,9 @@ TEST(AacConfiguration, TellsTheProgram) {
   ToldDecoder told(options);
   EXPECT_EQ(5u, InfoOf(told.Decoder()).input.channels);
   const Samples expected = DecodeConfigured(blocks, options);
-  EXPECT_EQ(expected, DecodeBehindHeaders(told, blocks, {.channelConfiguration = 0}, 5 * 1024));
+  EXPECT_EQ(expected, DecodeAfterHeaders(told, blocks, {.channelConfiguration = 0}, 5 * 1024));
   TestDecoder untold;
-  EXPECT_NE(expected, DecodeBehindHeaders(untold, blocks, {.channelConfiguration = 0}, 5 * 1024));
+  EXPECT_NE(expected, DecodeAfterHeaders(untold, blocks, {.channelConfiguration = 0}, 5 * 1024));
 }
 
 TEST(AacConfiguration, CountsForAProgramInABlock) {
@@ -190,9 +190,9 @@ TEST(AacConfiguration, CountsForAProgramInABlock) {
   const auto blocks = Blocks(7, generated, 3);
   const ConfigOptions options = ProgramOf({{false, 1}, {false, 0}});
   ToldDecoder told(options);
-  const Samples ours = DecodeBehindHeaders(told, blocks, {.channelConfiguration = 0}, 2 * 1024);
+  const Samples ours = DecodeAfterHeaders(told, blocks, {.channelConfiguration = 0}, 2 * 1024);
   TestDecoder untold;
-  const Samples theirs = DecodeBehindHeaders(untold, blocks, {.channelConfiguration = 0}, 2 * 1024);
+  const Samples theirs = DecodeAfterHeaders(untold, blocks, {.channelConfiguration = 0}, 2 * 1024);
   ASSERT_EQ(theirs.size(), ours.size());
   for (std::size_t i = 0; i < ours.size(); i += 2) {
     ASSERT_EQ(theirs[i], ours[i + 1]);

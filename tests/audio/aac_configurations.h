@@ -16,7 +16,7 @@ struct ConfigOptions {
   enum Signalling { kNone, kExplicit, kBackwardCompatible } signalling = kNone;  // of SBR
   bool ps = false;                                                               // with it
   unsigned extensionIndex = 3;
-  std::function<void(BitWriter&)> program = {};  // writes the program config element behind its tag
+  std::function<void(BitWriter&)> program = {};  // writes the program config element after its tag
 };
 
 inline void writeObjectType(BitWriter& bits, unsigned type) {

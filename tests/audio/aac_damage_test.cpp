@@ -58,7 +58,7 @@ class DamagedFirstHeader : public testing::TestWithParam<std::pair<int, int>> {
   Samples expected;
 };
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesBehindItInOneInput) {
+TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItInOneInput) {
   TestDecoder decoder;
   decoder.SetInput(Join(frames));
   Samples samples;
@@ -70,7 +70,7 @@ TEST_P(DamagedFirstHeader, LeavesTheFramesBehindItInOneInput) {
   ExpectTheOthers(samples);
 }
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesBehindItOneByOne) {
+TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItOneByOne) {
   TestDecoder decoder;
   Samples samples;
   for (const Bytes& frame : frames) {
@@ -80,7 +80,7 @@ TEST_P(DamagedFirstHeader, LeavesTheFramesBehindItOneByOne) {
   ExpectTheOthers(samples);
 }
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesBehindItAsTheyComeIn) {
+TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItAsTheyComeIn) {
   TestDecoder decoder;
   Samples samples;
   Bytes held;
@@ -114,7 +114,7 @@ TEST(DamagedLength, OfTheFirstFrameLeavesThatFrameToo) {
   EXPECT_EQ(expected, TestDecoder().DecodeAll(Join(damaged)));
 }
 
-TEST(BlocksOfAFrame, StayAheadOfABadOne) {
+TEST(BlocksOfAFrame, StayBeforeABadOne) {
   const auto blocks = Blocks(33, {{E::kCpe, 0}}, 5);
   const Bytes next = WrapAdts({blocks[4]}, {});
   for (const bool protect : {false, true}) {
@@ -177,8 +177,8 @@ INSTANTIATE_TEST_SUITE_P(All, ChannelChange,
                                          Change{"MonoToSurround", kMono, kSurround, 1, 6},
                                          Change{"StereoToSurround", kStereo, kSurround, 2, 6},
                                          // As the headers are that come out of a track.
-                                         Change{"MonoToSurroundBehindOneHeader", kMono, kSurround, 2, 2},
-                                         Change{"StereoToSurroundBehindNoCount", kStereo, kSurround, 0, 0}),
+                                         Change{"MonoToSurroundAfterOneHeader", kMono, kSurround, 2, 2},
+                                         Change{"StereoToSurroundAfterNoCount", kStereo, kSurround, 0, 0}),
                          [](const auto& change) { return change.param.name; });
 
 TEST(FrameLength, BeyondThatOfItsElementsIsRefusedWhateverCameBefore) {

@@ -354,6 +354,28 @@ TEST(AudioDecode, DecodesToAnyPlaceInItsBuffer) {
   EXPECT_EQ(0, std::memcmp(room.data(), reinterpret_cast<const std::uint8_t*>(expected.data()) + 1, 4095));
 }
 
+// Two bytes each, and none of them complete.
+TEST(AudioDecode, AConfigurationThatIsCutOffCountsByItsObjectType) {
+  struct {
+    Bytes configuration;
+    bool open;
+  } const cases[] = {
+      {{0x89, 0x91}, false},  // 17 with an extension
+      {{0xA1, 0x90}, false},  // 20, which has a layer
+      {{0x11, 0x91}, true},   // 2 with an extension
+      {{0x2B, 0x11}, true},   // 5, whose core's is not there
+  };
+  for (const auto& [configuration, open] : cases) {
+    Wrapper decoder;
+    QVRAUDIO format = Format(kMp4a);
+    decoder.Init(&format);
+    LogCapture log;
+    decoder.SetConfiguration(configuration.data(), configuration.size());
+    EXPECT_EQ(open, decoder.IsOpen()) << int{configuration[0]};
+    EXPECT_EQ(open ? 0u : 1u, log.lines.size()) << int{configuration[0]};
+  }
+}
+
 TEST(AudioDecode, FramesOfNoSizeFail) {
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);

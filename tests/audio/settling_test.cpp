@@ -49,4 +49,63 @@ TEST_P(Settling, IsOnceSettledWhatADecoderFromTheStartIs) {
 
 INSTANTIATE_TEST_SUITE_P(All, Settling, testing::Values(kObjectMain, kObjectLtp));
 
+// HE-AAC of a mono or stereo core, whose bands stay.
+std::vector<Bytes> ReplicatedFrames(int count, bool stereo) {
+  GeneratorOptions options;
+  options.samplingIndex = 6;
+  options.elements = {{stereo ? GeneratedElement::kCpe : GeneratedElement::kSce, 0}};
+  options.sbr.emplace();
+  options.sbr->headerChanges = false;
+  AacGenerator generator(stereo ? 5 : 6, options);
+  std::vector<Bytes> frames;
+  for (int i = 0; i < count; ++i) {
+    frames.push_back(
+        WrapAdts({generator.NextBlock()}, {.samplingIndex = 6, .channelConfiguration = stereo ? 2 : 1}));
+  }
+  return frames;
+}
+
+TEST(NumberedBlocks, SoundLikeOthersWhereTheStreamIsWhole) {
+  for (const bool stereo : {false, true}) {
+    TestDecoder plain(0, 0), numbered(0, 0);
+    const auto frames = ReplicatedFrames(100, stereo);
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+      ASSERT_EQ(0, numbered.Decoder().SetBlock(i));
+      ASSERT_EQ(0, plain.Decode(frames[i]));
+      ASSERT_EQ(0, numbered.Decode(frames[i]));
+      ASSERT_EQ(plain.Last(), numbered.Last()) << i;
+    }
+  }
+}
+
+// Once they are settled, wherever they start and whatever was lost on the way.
+TEST(NumberedBlocks, SoundAlikeInAllDecoders) {
+  const auto frames = ReplicatedFrames(120, true);
+  const auto isLost = [](std::size_t number) { return number == 30 || number == 31; };
+  const auto pass = [&](TestDecoder& decoder, std::size_t number) {
+    ASSERT_EQ(0, decoder.Decoder().SetBlock(number));
+    if (isLost(number)) {
+      ASSERT_EQ(0, decoder.Decoder().PassLostBlock());
+    } else {
+      ASSERT_EQ(0, decoder.Decode(frames[number]));
+    }
+  };
+  int settled = 0;
+  for (std::size_t start = 1; start < 60; start += 3) {
+    TestDecoder whole(0, 0), late(0, 0);
+    for (std::size_t i = 0; i < start; ++i) pass(whole, i);
+    bool before = false;
+    for (std::size_t i = start; i < frames.size(); ++i) {
+      pass(whole, i);
+      pass(late, i);
+      if (before && !isLost(i)) {
+        ASSERT_EQ(whole.Last(), late.Last()) << start << ' ' << i;
+      }
+      before = late.Decoder().Settled();
+    }
+    settled += before ? 1 : 0;
+  }
+  EXPECT_EQ(20, settled);
+}
+
 }  // namespace

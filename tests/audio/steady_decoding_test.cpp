@@ -80,7 +80,7 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-// Ahead of all that decodes: what decoders share is made by the first.
+// Before all that decodes: what decoders share is made by the first.
 TEST(ScarceMemory, DisablesNoDecoderForGood) {
   inOwnProcess([] {
     UMC::DefaultMemoryAllocator allocator;

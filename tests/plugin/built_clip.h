@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "audio/streams.h"
 #include "loaded_plugin.h"
+#include "places.h"
 #include "support/ffmpeg.h"
 #include "support/fragments.h"
 #include "support/temp_folder.h"
@@ -51,6 +53,22 @@ inline const CodedSound& aacSound() {
 inline const CodedSound& ac3Sound() {
   static const CodedSound sound = {1536, audioEntry("ac-3", 2, 16, 48000),
                                    codedSweeps({"-c:a", "ac3", "-b:a", "192k"})};
+  return sound;
+}
+
+// HE-AAC, whose configuration tells the core alone.
+inline CodedSound heAacSoundOf(const char* file, std::uint16_t configuration) {
+  CodedSound sound = {2048, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x40, configuration)), {}};
+  for (const Bytes& frame : SplitAdts(readFile(std::string(VL_TEST_DATA) + "/" + file)))
+    sound.units.emplace_back(frame.begin() + 7, frame.end());
+  return sound;
+}
+inline const CodedSound& heAacSound() {
+  static const CodedSound sound = heAacSoundOf("he_v1_stereo_48k.aac", 0x1310);
+  return sound;
+}
+inline const CodedSound& heAacV2Sound() {
+  static const CodedSound sound = heAacSoundOf("he_v2_48k.aac", 0x1308);
   return sound;
 }
 

@@ -76,6 +76,25 @@ TEST(ReadConfiguredAudio, FramesOf960SamplesAreThoseThatFfmpegDecodes) {
   EXPECT_LE(LargestDifference(ours, FfmpegDecode(folder.file("a.loas"))), 1);
 }
 
+// Their noise repeats after another number of blocks than that of frames of 1024 samples.
+TEST(ReadConfiguredAudio, HeAacOf960SamplesIsReadAlikeFromAnyPlace) {
+  const TempFolder folder;
+  for (const bool stereo : {false, true}) {
+    GeneratorOptions options = pairOf(6, 960);
+    options.elements = {{stereo ? E::kCpe : E::kSce, 0}};
+    options.sbr.emplace();
+    options.sbr->headerChanges = options.sbr->otherExtensions = false;
+    options.sbr->ps = [](int) { return PsGeneratorOptions{.headerPeriod = 5, .slots = 30}; };
+    const Bytes configuration = configurationOf({.samplingIndex = 6,
+                                                 .channelConfiguration = stereo ? 2u : 1u,
+                                                 .frameLength = 960,
+                                                 .signalling = ConfigOptions::kExplicit});
+    writeTrack(folder.file("a.mp4"), {.configuration = configuration, .unitFrames = 1920},
+               blocksOf(stereo ? 11 : 12, options, 120));
+    EXPECT_EQ(120u * 1920 * 2, readInEveryWay(folder.file("a.mp4"), 2).size());
+  }
+}
+
 TEST(ReadConfiguredAudio, AFrequencyThatIsWrittenOutIsHeard) {
   const TempFolder folder;
   const auto blocks = blocksOf(2, pairOf(4), 60);

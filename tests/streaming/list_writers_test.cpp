@@ -175,13 +175,13 @@ TEST(MpdWriter, LeavesAPlaceForSoundThatDoesNotCome) {
   EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));
 }
 
-TEST(MpdWriter, WritesMarkupInNamesAsReferences) {
+TEST(MpdWriter, WritesMarkupAsReferencesAndNamesAsUris) {
   MpdVideo named = video();
   named.segments.mediaName = "a<b>&\"c'.m4v";
   named.startTime = "<&\"'>";
   MpdWriter manifest("");
   manifest.BeginVideo(named, false);
-  EXPECT_THAT(manifest.Text(), HasSubstr("<BaseURL>a&lt;b&gt;&amp;\"c'.m4v</BaseURL>"));
+  EXPECT_THAT(manifest.Text(), HasSubstr("<BaseURL>a%3Cb%3E&amp;%22c'.m4v</BaseURL>"));
   EXPECT_THAT(manifest.Text(), HasSubstr("publishTime=\"&lt;&amp;&quot;&apos;&gt;\""));
 }
 

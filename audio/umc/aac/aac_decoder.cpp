@@ -96,19 +96,18 @@ Status AACDecoder::Init(BaseCodecParams* params) {
     return UMC_ERR_ALLOC;
   }
 
-  bool served = true;
   {
     const aac::LockedMemory locked(m_memory);
-    aac::DecoderState& state = locked.State();
-    if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
-    if (audio != nullptr) TakeOutputWishes(*audio, state);
-    if (configured) served = aac::ConfigureRaw(config, state);
+    status = locked ? UMC_OK : UMC_ERR_ALLOC;
+    if (status == UMC_OK) {
+      aac::DecoderState& state = locked.State();
+      if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
+      if (audio != nullptr) TakeOutputWishes(*audio, state);
+      if (configured && !aac::ConfigureRaw(config, state)) status = UMC_ERR_CONFIGURATION;
+    }
   }
-  if (!served) {
-    Close();
-    return UMC_ERR_CONFIGURATION;
-  }
-  return UMC_OK;
+  if (status != UMC_OK) Close();
+  return status;
 }
 
 Status AACDecoder::GetFrame(MediaData* input, MediaData* output) {
@@ -164,6 +163,23 @@ Status AACDecoder::Reset() {
   aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::Restart(locked);
+  if (locked.Sbr() != nullptr) aac::DoubtSbrHeaders(*locked.Sbr());
+  locked.State().blank = false;
+  return UMC_OK;
+}
+
+Status AACDecoder::PassLostBlock() {
+  aac::LockedMemory locked(m_memory);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  aac::PassLostBlock(locked);
+  return UMC_OK;
+}
+
+Status AACDecoder::SetBlock(std::uint64_t number) {
+  const aac::LockedMemory locked(m_memory);
+  if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  locked.State().numbered = true;
+  locked.State().block = number;
   return UMC_OK;
 }
 

@@ -40,7 +40,7 @@ constexpr int kMagnitudes = 17;
 constexpr int kSignedValues = 2 * kMagnitudes - 1;
 constexpr IppsVLCTuple kSignedPairs = {2, kSignedValues, kMagnitudes - 1};
 
-// The code of the escape codebook with the sign bits, which stand behind its words, as part of them.
+// The code of the escape codebook with the sign bits, which follow its words, as part of them.
 constexpr auto kSignedEscapeCode = [] {
   std::array<IppsVLCTable_32s, kSignedValues * kSignedValues> words{};
   auto next = words.begin();

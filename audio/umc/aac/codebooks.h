@@ -9,7 +9,7 @@ namespace UMC::aac {
 struct Codebooks {
   IppsVLCDecodeSpec_32s scaleFactor;
   IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
-  // The escape codebook once more, its words with the sign bits behind them.
+  // The escape codebook once more, its words with the sign bits after them.
   IppsVLCDecodeSpec_32s signedEscape;
 };
 

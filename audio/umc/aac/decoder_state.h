@@ -32,7 +32,13 @@ struct DecoderState {
   DecoderOptions options;
   int outputChannels;             // asked for; 0: those of the stream
   std::uint32_t outputFrequency;  // asked for, hertz: that of the core keeps SBR from doubling it, twice that
-                                  // doubles it ahead of the first payload; 0: no wish
+                                  // doubles it before the first payload; 0: no wish
+
+  bool numbered;        // `block` is told; else noise goes on from where the signal starts
+  std::uint64_t block;  // number of the next block in its track
+
+  // Since Reset a block was lost after every header had come: nothing before it counts.
+  bool blank;
 
   // Learnt from the signal since its start.
   bool started;          // a block has been decoded

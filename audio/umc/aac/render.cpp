@@ -119,7 +119,7 @@ bool IsDoubled(const DecoderState& state) {
 }
 
 SbrFormat FormatOf(const DecoderState& state) {
-  return {state.config.frequency, state.config.frameLength, !IsDoubled(state)};
+  return {state.config.frequency, state.config.frameLength, !IsDoubled(state), state.numbered, state.block};
 }
 
 int OutputLength(const DecoderState& state) {
@@ -296,6 +296,18 @@ void WriteSamples(const DecoderState& state, WorkArea& work, const float* const*
   ippsJoin_32f16s_D2L(outputs, static_cast<std::size_t>(state.mix.outputs), length, output);
 }
 
+// The header of every element that may have one has come since Reset. One of low frequencies has none.
+bool AreHeadersSeen(const LockedMemory& memory) {
+  const DecoderState& state = memory.State();
+  if (!HasSbr(state)) return true;
+  if (memory.Sbr() == nullptr) return false;
+  for (int i = 0; i < state.layout.elementCount; ++i) {
+    if (state.layout.elements[i].type != ElementType::kLfe && !memory.Sbr()->elements[i].headerSeen)
+      return false;
+  }
+  return true;
+}
+
 bool CarriesSbr(const RawDataBlock& block) {
   return std::any_of(block.elements, block.elements + block.elementCount,
                      [](const BlockElement& element) { return element.sbr.bits > 0; });
@@ -344,11 +356,23 @@ bool MakeAreas(LockedMemory& memory) {
 
 void Restart(LockedMemory& memory) {
   DecoderState& state = memory.State();
-  ForgetChannels(memory);
+  if (state.started) {
+    ForgetChannels(memory);
+  } else if (memory.Predictions() != nullptr) {
+    // Nothing has been predicted yet, but the object type may be another one.
+    ForgetPredictions(state.config.objectType, *memory.Predictions());
+  }
   state.started = state.sbrSeen = state.psSeen = false;
   state.program = state.config.Program();
   if (state.config.layout.channelCount > 0) state.layout = state.config.layout;
   UpdateMix(state);
+}
+
+void PassLostBlock(LockedMemory& memory) {
+  DecoderState& state = memory.State();
+  // Before the first block nobody knows whether there are headers.
+  state.blank |= state.started && AreHeadersSeen(memory);
+  Restart(memory);
 }
 
 void AdoptSbr(LockedMemory& memory, const std::uint8_t* data, std::size_t size) {
@@ -365,6 +389,7 @@ void AdoptSbr(LockedMemory& memory, const std::uint8_t* data, std::size_t size) 
 
 bool IsSettled(const LockedMemory& memory) {
   const DecoderState& state = memory.State();
+  if (state.blank) return true;
   if (!state.started) return false;
   if (!HasSbr(state)) return ArePredictionsSettled(state, memory.Predictions());
   return memory.Sbr() != nullptr && memory.Sbr()->completeBlocks >= kFadingBlocks;

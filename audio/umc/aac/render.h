@@ -24,12 +24,15 @@ bool MakeAreas(LockedMemory& memory);
 // Forgets the signal and all that was learnt from it: the stream is what its configuration says.
 void Restart(LockedMemory& memory);
 
+// The same for a block that is lost: what follows it starts anew, by the headers that were there before.
+void PassLostBlock(LockedMemory& memory);
+
 // Finds out whether the parsed block, whose bytes are `data`, starts spectral band replication: the first
 // block by any payload of it, later ones (where damage may look like one) by a payload that makes sense. From
 // then on all blocks have it.
 void AdoptSbr(LockedMemory& memory, const std::uint8_t* data, std::size_t size);
 
-// The output does not depend on blocks ahead of those since the signal was forgotten, but for an overlap of
+// The output does not depend on blocks before those since Reset, lost ones included, but for an overlap of
 // one block. False as long as there are none.
 bool IsSettled(const LockedMemory& memory);
 

@@ -96,6 +96,19 @@ bool DecodeLevels(int channelCount, const SbrFrequencyTables& tables, SbrChannel
   return true;
 }
 
+// A decoder that starts in the middle cannot know where losses and damage have put noise and sinusoids. By
+// the block's number they are where every decoder has them, and in a whole stream where they have come to
+// since its start.
+void PlaceNoise(const SbrFormat& format, const SbrData& data, int channelCount, SbrElementState& element,
+                SbrChannelState* channels) {
+  const auto slots = static_cast<std::uint64_t>(format.coreFrameLength / kIppsSbrAnalysisBands);
+  for (int i = 0; i < channelCount; ++i) {
+    PlaceSbrBand(element.tables, format.block * slots + 2u * data.channels[i].grid.borders[0],
+                 channels[i].adjuster);
+  }
+  element.phaseUnsure = false;
+}
+
 // The next frame's high band starts anew.
 void ForgetHighBand(SbrChannelState& channel) {
   channel.envelope.known = false;
@@ -191,14 +204,16 @@ const SbrFilterBanks* SharedSbrFilterBanks() {
 }
 
 void ForgetSbr(SbrArea& sbr) {
-  for (SbrElementState& element : sbr.elements) {
-    element.started = element.headerSeen = element.phaseUnsure = false;
-  }
+  for (SbrElementState& element : sbr.elements) element.started = element.phaseUnsure = false;
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
   std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
   sbr.psData = {};
   sbr.ps = {};
   sbr.completeBlocks = 0;
+}
+
+void DoubtSbrHeaders(SbrArea& sbr) {
+  for (SbrElementState& element : sbr.elements) element.headerSeen = false;
 }
 
 bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {
@@ -218,6 +233,7 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
     for (int i = 0; i < channelCount; ++i) element.phaseUnsure |= data.channels[i].grid.borders[0] != 0;
   }
   element.started = true;
+  if (parsed && format.numbered) PlaceNoise(format, data, channelCount, element, channels);
   return parsed && DecodeLevels(channelCount, element.tables, channels, scratch);
 }
 

@@ -41,9 +41,9 @@ struct SbrElementState {
   bool headerKnown;
   SbrHeader header;
   SbrFrequencyTables tables;  // of the header
+  bool headerSeen;            // it has come since the decoder's Reset
   // Of the signal, from where it starts.
   bool started;      // a block has been read
-  bool headerSeen;   // a header has come
   bool phaseUnsure;  // the noise need not be where it would be had the signal started a multiple of 16 blocks
                      // earlier: the first block did not begin at its start, or only later ones had the header
 };
@@ -79,6 +79,9 @@ static_assert(std::is_trivially_copyable_v<SbrArea>);
 // Forgets the signal, but not the elements' headers.
 void ForgetSbr(SbrArea& sbr);
 
+// From here on the headers are those of another place, until others come.
+void DoubtSbrHeaders(SbrArea& sbr);
+
 // The filter banks, shared by all decoders.
 struct SbrFilterBanks;
 
@@ -89,6 +92,8 @@ struct SbrFormat {
   std::uint32_t coreFrequency;  // hertz
   int coreFrameLength;          // 1024 or 960
   bool downSampled;             // the output has the core's sampling frequency
+  bool numbered = false;        // `block` tells where the noise is; else it goes on from payload to payload
+  std::uint64_t block = 0;      // number of the payload's block in its track
 };
 
 // Reads the payload, whose position counts from the stream's start, into `scratch.data` and `scratch.levels`.

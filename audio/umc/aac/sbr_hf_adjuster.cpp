@@ -286,6 +286,12 @@ void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, co
   Adjuster(header, tables, data, levels, state, rows).Adjust();
 }
 
+void PlaceSbrBand(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state) {
+  state.noiseIndex = 0;
+  state.sineIndex = 0;
+  PassSlots(static_cast<int>(slots % kNoisePeriod), tables.m, state);
+}
+
 void SkipSbrBand(const SbrFrequencyTables& tables, const SbrGrid& grid, SbrAdjusterState& state) {
   PassSlots(2 * (grid.borders[grid.envelopes] - grid.borders[0]), tables.m, state);
 }

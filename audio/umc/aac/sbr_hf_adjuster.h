@@ -34,6 +34,10 @@ struct SbrAdjusterState {
 void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, const SbrChannelData& data,
                    const SbrLevels& levels, SbrAdjusterState& state, Ipp32fc (*rows)[kQmfBands]);
 
+// Puts noise and sinusoids where they are so many slots after the track's start. They repeat, so that the
+// number may wrap.
+void PlaceSbrBand(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state);
+
 // Goes on to the next frame from one whose band cannot be shaped: noise and sinusoids stay in step.
 void SkipSbrBand(const SbrFrequencyTables& tables, const SbrGrid& grid, SbrAdjusterState& state);
 

@@ -14,7 +14,7 @@ namespace {
 
 // The longest frame of a channel (6144 bits: ISO/IEC 14496-3, 4.5.3.1), in bytes.
 constexpr std::size_t kMaxChannelBytes = 768;
-// Consumed of a frame that cannot be right: enough to look for the next header behind this one.
+// Consumed of a frame that cannot be right: enough to look for the next header after this one.
 constexpr std::size_t kSkippedBytes = 3;
 
 Status StatusOf(BlockStatus status) {
@@ -51,6 +51,7 @@ Status Render(LockedMemory& memory, const BitWindow& stream, std::size_t start, 
               reinterpret_cast<std::int16_t*>(request.output + request.produced));
   request.produced += RenderedBytes(state);
   state.started = state.formatKnown = true;
+  ++state.block;
   return UMC_OK;
 }
 
@@ -124,7 +125,7 @@ class AdtsFrame {
   [[nodiscard]] std::size_t Used() const { return m_used; }
 
  private:
-  // Gives up on the frame: the next call looks for a header behind this one.
+  // Gives up on the frame: the next call looks for a header after this one.
   Status Refuse(Status status) {
     m_refused = true;
     m_used = kSkippedBytes;
@@ -159,7 +160,7 @@ class AdtsFrame {
       stream.Seek(8 * (kAdtsHeaderBytes + positions));
       if (m_header.blocks > 1) crcMatches = stream.Read(16) == crc >> 16;
     }
-    // A frame of one block has one checksum for header and block, ahead of the block.
+    // A frame of one block has one checksum for header and block, before the block.
     const bool singleCrc = !m_header.protectionAbsent && m_header.blocks == 1;
     const std::uint32_t sentCrc = singleCrc ? stream.Read(16) : 0;
     stream.Seek(8 * m_header.HeaderBytes());
@@ -245,7 +246,7 @@ Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& reque
 Status StartAdts(LockedMemory& memory, FrameRequest& request) {
   if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
   DecoderState& state = memory.State();
-  // Whoever takes access units out of a container has put each behind a header of its own.
+  // Whoever takes access units out of a container has put a header before each.
   AdtsStart found{FindAdtsHeader(request.input, request.inputSize, AdtsRates::kAny), true};
   if (!state.told) found = FindAdtsStart(request.input, request.inputSize);
   if (found.offset == request.inputSize) {
@@ -277,7 +278,7 @@ Status DecodeAdts(LockedMemory& memory, FrameRequest& request) {
     return UMC_ERR_NOT_ENOUGH_DATA;
   }
   const Status status = DecodeAdtsAt(memory, start, request);
-  if (status >= UMC_OK) state.patternProven = true;
+  if (status == UMC_OK) state.patternProven = true;
   return status;
 }
 

@@ -23,7 +23,7 @@ struct FrameRequest {
 // Decodes one frame. Without a form that is known, the input tells it.
 Status DecodeFrame(LockedMemory& memory, FrameRequest& request);
 
-// Takes over what the container says about the stream, ahead of its first frame. False for one that is not
+// Takes over what the container says about the stream, before its first frame. False for one that is not
 // served: its frames will be refused.
 bool TakeConfiguration(const AudioSpecificConfig& config, DecoderState& state);
 

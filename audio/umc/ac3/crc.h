@@ -31,7 +31,7 @@ class PassingCrc {
   const std::uint8_t* m_data;
   std::size_t m_passed = 0;
   std::size_t m_position = 0;              // of the next byte to pass
-  std::uint16_t m_registers[kReach] = {};  // ahead of a byte, by its position modulo kReach
+  std::uint16_t m_registers[kReach] = {};  // before a byte, by its position modulo kReach
 };
 
 }  // namespace UMC::ac3

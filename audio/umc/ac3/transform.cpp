@@ -20,8 +20,7 @@ constexpr float kLongScale = -2.0f * 32768 * kBlockSamples;
 // The two short ones are half as long.
 constexpr float kShortScale = 0.5f;
 
-// A prepared transform with room for itself. One that needs more room than there is makes silence; there is
-// enough for both.
+// A prepared transform with room for itself. There is enough for both; tests hold it.
 class Plan {
  public:
   explicit Plan(int length) {

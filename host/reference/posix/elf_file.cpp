@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <climits>
@@ -115,8 +116,10 @@ ElfFile readElfFile(const std::string& path) {
   elf.complete = file.read(header[0].e_phoff, header[0].e_phnum, segments);
   for (const Segment& segment : segments) {
     if (segment.p_type == PT_LOAD && !file.holds(segment.p_offset, segment.p_filesz)) elf.complete = false;
-    if (segment.p_type == PT_DYNAMIC) elf.needed = neededNames(file, segments, segment);
   }
+  const auto dynamic = std::find_if(segments.begin(), segments.end(),
+                                    [](const Segment& segment) { return segment.p_type == PT_DYNAMIC; });
+  if (dynamic != segments.end()) elf.needed = neededNames(file, segments, *dynamic);
   return elf;
 }
 

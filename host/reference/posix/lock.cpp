@@ -1,3 +1,4 @@
+#include <atomic>
 #include <mutex>
 #include <new>
 
@@ -5,14 +6,26 @@
 
 namespace {
 
+struct Lock {
+  std::recursive_mutex mutex;
+  Lock* previous = nullptr;
+};
+
+// All of them, which live as long as the process: longer than a library that made one and is unloaded.
+std::atomic<Lock*> latest = nullptr;
+
 std::recursive_mutex* mutexOf(VLCRITICALSECTION* section) {
-  return section == nullptr ? nullptr : static_cast<std::recursive_mutex*>(section->opaque);
+  if (section == nullptr || section->opaque == nullptr) return nullptr;
+  return &static_cast<Lock*>(section->opaque)->mutex;
 }
 
 }  // namespace
 
 void vlOSInitializeCriticalSection(VLCRITICALSECTION* section) {
-  if (section != nullptr) section->opaque = new (std::nothrow) std::recursive_mutex;
+  if (section == nullptr) return;
+  auto* const lock = new (std::nothrow) Lock;
+  if (lock != nullptr) lock->previous = latest.exchange(lock);
+  section->opaque = lock;
 }
 
 void vlOSEnterCriticalSection(VLCRITICALSECTION* section) {

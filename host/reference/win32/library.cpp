@@ -80,11 +80,17 @@ HMODULE load(const char* name) {
   const std::size_t slash = path.find_last_of(kSeparators);
   if (path.find(L'.', slash + 1) == path.npos) path += L".dll";  // npos + 1 is 0
   if (hasDrive(path) || isSeparator(path.front())) {
+    // A root without a drive stands for that of the working folder.
+    if (isSeparator(path.front()) && (path.size() < 2 || !isSeparator(path[1]))) return nullptr;
     // A drive without a root stands for the folder that is current there.
     if (hasDrive(path) && (path.size() < 3 || !isSeparator(path[2]))) return nullptr;
     const std::wstring absolute = os::nativePath(os::narrow(path).c_str());
     return absolute.empty() ? nullptr : loadFile(absolute);
   }
+  // As Windows takes a bare name: what is loaded by that name, which other libraries may be bound to, is
+  // taken.
+  HMODULE loaded = nullptr;
+  if (slash == path.npos && GetModuleHandleExW(0, path.c_str(), &loaded)) return loaded;
   for (const std::wstring& folder : hostFolders()) {
     if (const HMODULE library = loadFile(folder + path)) return library;
   }
