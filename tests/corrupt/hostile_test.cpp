@@ -67,9 +67,11 @@ const std::vector<Hostile> kHostile = {
      true},
     {"SoundTracks",
      [] {
-       return fileWith(movieWith(megabyteOf(trackBox({2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000)}))));
+       return fileWith(
+           movieWith(join({trackBox(videoTrack()),
+                           megabyteOf(trackBox({2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000)}))})));
      },
-     false},
+     true},
     {"TracksAndDefaults",
      [] {
        const Bytes tracks = repeat(trackBox({2, "text", 1, captionEntry("tx3g")}), 2000);
