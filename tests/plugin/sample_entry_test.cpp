@@ -33,9 +33,7 @@ struct SoundFile {
     std::copy(value.begin(), value.end(), bytes.begin() + place);
   }
   void setVersionOfDescription(std::uint8_t version) { set(typeOf("stsd") + 4, u8(version)); }
-  void setVersionOfEntry(std::string_view type, unsigned version) {
-    set(typeOf(type) + 12, u16(version));
-  }
+  void setVersionOfEntry(std::string_view type, unsigned version) { set(typeOf(type) + 12, u16(version)); }
   void setChannels(std::string_view type, unsigned channels) { set(typeOf(type) + 20, u16(channels)); }
   void setBits(std::string_view type, unsigned bits) { set(typeOf(type) + 22, u16(bits)); }
   void setRate(std::string_view type, unsigned rate) { set(typeOf(type) + 28, u16(rate)); }
