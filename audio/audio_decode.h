@@ -93,9 +93,9 @@ class VL_Audio_Decode {
   void ForgetSignal();
 
   // Tells, after Init, the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track, of which the
-  // headers before its samples have room for little. One that is not served closes the decoder, with a
+  // headers before its samples have room for little. One that is not supported closes the decoder, with a
   // warning that says why; one that is cut off leaves it to those headers, unless its object type is none
-  // that is served. Without effect on other decoders.
+  // that is supported. Without effect on other decoders.
   void SetConfiguration(const std::uint8_t* data, std::size_t size);
 
   // What the reader sets and looks at between calls.

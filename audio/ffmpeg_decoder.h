@@ -26,7 +26,7 @@ class FFmpegDecoder {
                       const std::uint8_t* input, std::uint32_t inputBytes, std::uint32_t duration);
 
   // Gives up what the last call left of its input. The decoder still gets it, for FFmpeg takes no new packet
-  // before the last one is used up; what it decodes to is nobody's.
+  // before the last one is used up; what it decodes to is dropped.
   void DropRest();
 
  private:
