@@ -163,7 +163,8 @@ CodedSound heAacSound() {
   const Bytes stream = readFile(std::string(VL_TEST_DATA) + "/he_v1_stereo_48k.aac");
   constexpr std::size_t kHeader = 7;
   for (std::size_t at = 0; at + kHeader < stream.size() && sound.units.size() < 12;) {
-    const std::size_t size = (stream[at + 3] & 3u) << 11 | stream[at + 4] << 3 | stream[at + 5] >> 5;
+    const std::size_t size =
+        (stream[at + 3] & 3u) << 11 | std::size_t{stream[at + 4]} << 3 | std::size_t{stream[at + 5]} >> 5;
     const auto unit = stream.begin() + static_cast<std::ptrdiff_t>(at);
     sound.units.emplace_back(unit + kHeader, unit + static_cast<std::ptrdiff_t>(size));
     at += size;
