@@ -1,4 +1,4 @@
-#include "audio_decode.h"
+#include "audio/audio_decode.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -7,10 +7,10 @@
 #include <limits>
 #include <new>
 
-#include "aac_decoder.h"
-#include "ac3_decoder.h"
-#include "audio_specific_config.h"
-#include "ffmpeg_loader.h"
+#include "audio/ffmpeg_loader.h"
+#include "audio/umc/aac/aac_decoder.h"
+#include "audio/umc/ac3/ac3_decoder.h"
+#include "base/aac/audio_specific_config.h"
 #include "vlutil.h"
 
 namespace {

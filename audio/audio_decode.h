@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "base_codec.h"
-#include "ffmpeg_decoder.h"
+#include "audio/ffmpeg_decoder.h"
+#include "audio/umc/base_codec.h"
 #include "qvr.h"
 
 // RemoveSamples on an empty buffer.

@@ -1,4 +1,4 @@
-#include "ffmpeg_decoder.h"
+#include "audio/ffmpeg_decoder.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,8 +6,8 @@
 #include <limits>
 #include <new>
 
-#include "ffmpeg_loader.h"
-#include "sample_converter.h"
+#include "audio/ffmpeg_loader.h"
+#include "audio/sample_converter.h"
 #include "vlutil.h"
 
 using ffmpeg57::FieldAt;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "ffmpeg_abi.h"
+#include "audio/ffmpeg_abi.h"
 
 // Exists only while FFmpeg is loaded. Not safe to use from several threads at a time.
 class FFmpegDecoder {

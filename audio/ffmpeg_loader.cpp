@@ -1,4 +1,4 @@
-#include "ffmpeg_loader.h"
+#include "audio/ffmpeg_loader.h"
 
 #include <array>
 #include <functional>

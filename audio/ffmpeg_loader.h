@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "ffmpeg_abi.h"
+#include "audio/ffmpeg_abi.h"
 
 // FFmpeg can be used.
 inline constexpr std::int32_t VL_FFMPEG_AVAILABLE = 0;

@@ -1,11 +1,11 @@
-#include "sample_converter.h"
+#include "audio/sample_converter.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
 
-#include "ffmpeg_abi.h"
+#include "audio/ffmpeg_abi.h"
 
 namespace {
 

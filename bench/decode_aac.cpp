@@ -1,7 +1,7 @@
 // Decodes an ADTS file to raw 16-bit PCM.
 // Usage: decode_aac IN.aac [OUT.pcm]
-#include "aac_decoder.h"
-#include "decode_file.h"
+#include "audio/umc/aac/aac_decoder.h"
+#include "bench/decode_file.h"
 
 int main(int count, char** arguments) {
   UMC::AACDecoder decoder;

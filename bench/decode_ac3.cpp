@@ -1,7 +1,7 @@
 // Decodes an AC-3 file to raw 16-bit stereo PCM.
 // Usage: decode_ac3 IN.ac3 [OUT.pcm]
-#include "ac3_decoder.h"
-#include "decode_file.h"
+#include "audio/umc/ac3/ac3_decoder.h"
+#include "bench/decode_file.h"
 
 int main(int count, char** arguments) {
   UMC::AC3Decoder decoder;

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "base_codec.h"
+#include "audio/umc/base_codec.h"
 
 // The main function of a program that takes IN [OUT.pcm]: without the second, the samples are thrown away.
 inline int DecodeFile(UMC::AudioCodec& decoder, UMC::BaseCodecParams& params, int count, char** arguments) {

@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "measure.h"
-#include "places.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "bench/measure.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

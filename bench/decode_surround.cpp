@@ -2,10 +2,10 @@
 // against a52dec.
 #include <cstdio>
 
-#include "measure.h"
-#include "places.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "bench/measure.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

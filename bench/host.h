@@ -6,7 +6,7 @@
 #include <string>
 
 #include "mediafile.h"
-#include "places.h"
+#include "tests/support/places.h"
 
 using MediaFileEntry = std::int64_t (*)(CAMediaFile*, std::uint32_t, void*);
 

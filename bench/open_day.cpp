@@ -2,11 +2,11 @@
 #include <cstdio>
 #include <optional>
 
-#include "host.h"
-#include "measure.h"
-#include "places.h"
-#include "support/day_file.h"
-#include "support/temp_folder.h"
+#include "bench/host.h"
+#include "bench/measure.h"
+#include "tests/support/day_file.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 int main() {
   const TempFolder folder;

@@ -1,10 +1,10 @@
 // Reading all frames of a large file in order, against a plain loop over the same bytes.
 #include <cstdio>
 
-#include "host.h"
-#include "measure.h"
-#include "support/day_file.h"
-#include "support/temp_folder.h"
+#include "bench/host.h"
+#include "bench/measure.h"
+#include "tests/support/day_file.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -8,11 +8,11 @@
 #include <fstream>
 #include <memory>
 
-#include "host.h"
-#include "measure.h"
-#include "places.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "bench/host.h"
+#include "bench/measure.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,15 +1,26 @@
 # Run after a GoogleTest program is built: writes a CTest file that runs it once a suite, so that what a suite
-# makes for all its tests is made once.
-# cmake -D PROGRAM=path -D NAME=name -D FILE=path -P add_suites.cmake
+# makes for all its tests is made once. LABELS says which suites are slow and which are rows of settings.
+# cmake -D PROGRAM=path -D NAME=name -D FILE=path -D LABELS=path -P add_suites.cmake
 execute_process(COMMAND ${PROGRAM} --gtest_list_tests OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "\n[^ \n]+\\." suites "\n${listing}")  # suites at the margin, their tests indented
 if(NOT suites)
   message(FATAL_ERROR "${NAME} has no tests")
 endif()
+include(${LABELS})
 set(commands "")
 foreach(suite IN LISTS suites)
   string(STRIP "${suite}" suite)
   string(REGEX REPLACE "\\.$" "" title "${suite}")
-  string(APPEND commands "add_test([=[${NAME}: ${title}]=] [=[${PROGRAM}]=] [=[--gtest_filter=${suite}*]=])\n")
+  set(labels "")
+  foreach(label IN ITEMS MATRIX SLOW)
+    foreach(pattern IN LISTS VL_${label}_SUITES)
+      if("${NAME}: ${title}" MATCHES "^${pattern}$" AND NOT label IN_LIST labels)
+        list(APPEND labels ${label})
+      endif()
+    endforeach()
+  endforeach()
+  string(TOLOWER "${labels}" labels)
+  string(APPEND commands "add_test([=[${NAME}: ${title}]=] [=[${PROGRAM}]=] [=[--gtest_filter=${suite}*]=])\n"
+    "set_tests_properties([=[${NAME}: ${title}]=] PROPERTIES LABELS \"${labels}\")\n")
 endforeach()
 file(WRITE ${FILE} "${commands}")

@@ -1,6 +1,6 @@
-#include "block_float.h"
+#include "dsp/block_float.h"
 
-#include "kernels.h"
+#include "dsp/kernels/kernels.h"
 
 void ApplyExponents(const Ipp32f* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
                     const NoiseSource& noise, Ipp32f* destination, std::size_t length) {

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstddef>
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 // Coefficients of one call at most.
 inline constexpr std::size_t kMaxNoiseLength = 256;

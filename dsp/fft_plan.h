@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "kernels.h"
+#include "dsp/kernels/kernels.h"
 
 // Splits a transform of `points` points into passes, at most kMaxFftPasses of them, whose twiddle factors
 // lie from `firstValue` on. `*values` receives the index behind them. Returns the count of passes, 0 for a

@@ -1,6 +1,6 @@
-#include "high_band.h"
+#include "dsp/high_band.h"
 
-#include "kernels.h"
+#include "dsp/kernels/kernels.h"
 
 void ExtendPatch(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t source, std::size_t target,
                  std::size_t bands, const PatchFilter& filter) {

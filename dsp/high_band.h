@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "ipps_sbr.h"
+#include "dsp/ipps_sbr.h"
 
 // The coefficients of a filter x[n] + first x[n - 1] + second x[n - 2], by target subband; real and imaginary
 // parts apart.

@@ -1,4 +1,4 @@
-#include "ipps_crc.h"
+#include "dsp/ipps_crc.h"
 
 IppStatus ippsCRC32_8u(const Ipp8u* source, std::size_t bitOffset, std::size_t bitCount, Ipp32u polynomial,
                        Ipp32u* crc) {

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 // Takes `bitCount` bits of `source`, the first of them `bitOffset` bits after the most significant bit of
 // its first byte, into the register `*crc`, most significant bit first, nothing reflected. The register and

@@ -1,4 +1,4 @@
-#include "ipps_fdp.h"
+#include "dsp/ipps_fdp.h"
 
 #include <bit>
 #include <cmath>

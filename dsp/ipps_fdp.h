@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 // Lines that are predicted at most, at any sampling frequency.
 inline constexpr std::size_t kFdpLines = 672;

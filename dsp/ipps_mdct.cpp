@@ -1,10 +1,10 @@
-#include "ipps_mdct.h"
+#include "dsp/ipps_mdct.h"
 
 #include <cmath>
 #include <cstddef>
 
-#include "fft_plan.h"
-#include "kernels.h"
+#include "dsp/fft_plan.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 

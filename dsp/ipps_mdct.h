@@ -1,7 +1,7 @@
 // The modified discrete cosine transform and its inverse (ISO/IEC 14496-3, 4.6.11; ATSC A/52, 7.9).
 #pragma once
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 // Prepared transforms: plain data that may be moved as a block of bytes between calls.
 struct IppsMDCTInvSpec_32f;

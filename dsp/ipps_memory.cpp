@@ -1,4 +1,4 @@
-#include "ipps_memory.h"
+#include "dsp/ipps_memory.h"
 
 #include <cstring>
 #include <new>

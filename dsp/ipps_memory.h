@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 // Every block starts at a multiple of this many bytes.
 inline constexpr std::size_t kIppsAlignment = 64;

@@ -1,12 +1,12 @@
-#include "ipps_sbr.h"
+#include "dsp/ipps_sbr.h"
 
 #include <cmath>
 #include <complex>
 
-#include "fft_plan.h"
-#include "kernels.h"
-#include "qmf_plan.h"
-#include "qmf_window.h"
+#include "dsp/fft_plan.h"
+#include "dsp/kernels/kernels.h"
+#include "dsp/qmf_plan.h"
+#include "dsp/qmf_window.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 inline constexpr int kIppsSbrBands = 64;
 inline constexpr int kIppsSbrAnalysisBands = 32;

@@ -1,11 +1,11 @@
-#include "ipps_vector.h"
+#include "dsp/ipps_vector.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 
-#include "kernels.h"
+#include "dsp/kernels/kernels.h"
 
 namespace {
 

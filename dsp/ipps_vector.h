@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 // Largest magnitude of a quantised coefficient (ISO/IEC 14496-3, 4.6.1).
 inline constexpr Ipp32s kPow43Limit = 8191;

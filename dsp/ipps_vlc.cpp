@@ -1,4 +1,4 @@
-#include "ipps_vlc.h"
+#include "dsp/ipps_vlc.h"
 
 #include <algorithm>
 #include <array>

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "bit_window.h"
-#include "ipps_types.h"
+#include "base/bit_window.h"
+#include "dsp/ipps_types.h"
 
 // One code word: `length` bits, right-aligned in `code`, the most significant of them sent first.
 struct IppsVLCTable_32s {

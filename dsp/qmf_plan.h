@@ -1,8 +1,8 @@
 // The prepared constants of a QMF bank, and how the kernels lay out their work.
 #pragma once
 
-#include "ipps_sbr.h"
-#include "kernels.h"
+#include "dsp/ipps_sbr.h"
+#include "dsp/kernels/kernels.h"
 
 // Transforms work on so many slots side by side: a row holds one band or sample of each.
 inline constexpr int kQmfBatch = 16;

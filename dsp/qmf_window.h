@@ -1,7 +1,7 @@
 // The prototype filter of the QMF banks: window c (ISO/IEC 14496-3, table 4.A.87).
 #pragma once
 
-#include "ipps_types.h"
+#include "dsp/ipps_types.h"
 
 inline constexpr int kQmfWindowLength = 640;
 inline constexpr Ipp32f kQmfWindow[kQmfWindowLength] = {  // c[0] and on

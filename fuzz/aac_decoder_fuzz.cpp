@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "aac_decoder.h"
-#include "audio_specific_config.h"
+#include "audio/umc/aac/aac_decoder.h"
+#include "base/aac/audio_specific_config.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

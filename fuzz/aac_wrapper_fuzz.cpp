@@ -1,5 +1,5 @@
 // The decode wrapper on samples of AAC.
-#include "wrapper_fuzz.h"
+#include "fuzz/wrapper_fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::uint32_t kMp4a = 0x6D703461;

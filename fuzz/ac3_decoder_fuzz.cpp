@@ -5,8 +5,8 @@
 #include <cstring>
 #include <vector>
 
-#include "ac3_decoder.h"
-#include "audio/ac3_checksums.h"
+#include "audio/umc/ac3/ac3_decoder.h"
+#include "tests/audio/ac3_checksums.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

@@ -3,11 +3,11 @@
 #include <cstdlib>
 #include <memory>
 
-#include "box.h"
-#include "field_reader.h"
-#include "field_writer.h"
-#include "mp4box/boxes/payload_visitors.h"
-#include "support/box_builder.h"
+#include "mp4box/box.h"
+#include "mp4box/field_reader.h"
+#include "mp4box/field_writer.h"
+#include "tests/mp4box/boxes/payload_visitors.h"
+#include "tests/support/box_builder.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "fmp4_object.h"
-#include "support/temp_folder.h"
+#include "plugin/fmp4_object.h"
+#include "tests/support/temp_folder.h"
 #include "vlhost.h"
 
 namespace {

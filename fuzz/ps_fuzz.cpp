@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-#include "parametric_stereo.h"
+#include "audio/umc/aac/ps/parametric_stereo.h"
 
 using namespace UMC::aac;
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "list_difference.h"
-#include "recorded_media.h"
+#include "recording/check/list_difference.h"
+#include "recording/check/recorded_media.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 #include <memory>
 #include <vector>
 
-#include "filter_bank.h"
-#include "sbr_decoder.h"
-#include "scale_factor_bands.h"
+#include "audio/umc/aac/core/filter_bank.h"
+#include "audio/umc/aac/core/scale_factor_bands.h"
+#include "audio/umc/aac/sbr/sbr_decoder.h"
 
 using namespace UMC::aac;
 

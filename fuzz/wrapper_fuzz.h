@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "audio_decode.h"
-#include "bit_window.h"
+#include "audio/audio_decode.h"
+#include "base/bit_window.h"
 #include "vlhost.h"
 
 // Takes the bytes as the format and a list of operations, two bytes each, a sample's bytes behind its own.

@@ -1,4 +1,4 @@
-#include "audio_object_type.h"
+#include "mp4box/audio_object_type.h"
 
 const char* Mp4OtherAudioCodec(std::uint8_t objectTypeIndication) {
   switch (objectTypeIndication) {

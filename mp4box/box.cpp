@@ -1,5 +1,5 @@
 // The life of a box.
-#include "box.h"
+#include "mp4box/box.h"
 
 #include <algorithm>
 

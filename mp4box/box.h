@@ -7,10 +7,10 @@
 #include <typeinfo>
 #include <vector>
 
-#include "fields.h"
-#include "fourcc.h"
-#include "stream.h"
-#include "window_stream.h"
+#include "base/fourcc.h"
+#include "mp4box/fields.h"
+#include "mp4box/stream.h"
+#include "mp4box/window_stream.h"
 
 inline constexpr std::uint32_t MP4_ROOT = Mp4FourCc("root");
 

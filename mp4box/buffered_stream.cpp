@@ -3,7 +3,7 @@
 #include <cstring>
 #include <limits>
 
-#include "stream.h"
+#include "mp4box/stream.h"
 
 Mp4BufferedStream::Mp4BufferedStream(std::unique_ptr<Mp4Stream> plain)
     : readBuffer_(new std::uint8_t[kBufferBytes]), writeBuffer_(new std::uint8_t[kBufferBytes]) {

@@ -1,8 +1,8 @@
-#include "field_reader.h"
+#include "mp4box/field_reader.h"
 
 #include <algorithm>
 
-#include "bytes.h"
+#include "base/bytes.h"
 
 std::span<const std::uint8_t> Mp4FieldReader::take(std::uint64_t count) {
   if (count > left_.size()) {

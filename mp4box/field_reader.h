@@ -1,7 +1,7 @@
 // Reading a payload's fields from bytes in memory.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 // Fills fields from `payload`, which must outlive it. The first field that does not fit ends the reading:
 // it and all behind it read as zero or empty.

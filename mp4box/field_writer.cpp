@@ -1,4 +1,4 @@
-#include "field_writer.h"
+#include "mp4box/field_writer.h"
 
 #include <algorithm>
 #include <limits>

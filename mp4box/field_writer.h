@@ -1,8 +1,8 @@
 // Writing a payload's fields.
 #pragma once
 
-#include "fields.h"
-#include "output.h"
+#include "mp4box/fields.h"
+#include "mp4box/output.h"
 
 // Writes fields to `out` with the primitives of box writing, whose results it does not look at: a place to
 // write that fails tells its owner itself.

@@ -1,11 +1,11 @@
 // The boxes of a movie fragment, as records to be set up, filled and written.
 #pragma once
 
-#include "boxes/mfhd.h"
-#include "boxes/tfdt.h"
-#include "boxes/tfhd.h"
-#include "boxes/trun.h"
-#include "movie.h"
+#include "mp4box/boxes/mfhd.h"
+#include "mp4box/boxes/tfdt.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/boxes/trun.h"
+#include "mp4box/movie.h"
 
 namespace mp4 {
 

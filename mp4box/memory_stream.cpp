@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "stream.h"
+#include "mp4box/stream.h"
 
 VLHANDLE Mp4MemoryStream::open(const char*, std::uint32_t) {
   return VL_NO_HANDLE;

@@ -5,20 +5,20 @@
 #include <optional>
 #include <variant>
 
-#include "boxes/audio_entry.h"
-#include "boxes/avcC.h"
-#include "boxes/caption_entry.h"
-#include "boxes/esds.h"
-#include "boxes/hdlr.h"
-#include "boxes/mdhd.h"
-#include "boxes/mehd.h"
-#include "boxes/mvhd.h"
-#include "boxes/nmhd.h"
-#include "boxes/smhd.h"
-#include "boxes/tkhd.h"
-#include "boxes/trex.h"
-#include "boxes/visual_entry.h"
-#include "boxes/vmhd.h"
+#include "mp4box/boxes/audio_entry.h"
+#include "mp4box/boxes/avcC.h"
+#include "mp4box/boxes/caption_entry.h"
+#include "mp4box/boxes/esds.h"
+#include "mp4box/boxes/hdlr.h"
+#include "mp4box/boxes/mdhd.h"
+#include "mp4box/boxes/mehd.h"
+#include "mp4box/boxes/mvhd.h"
+#include "mp4box/boxes/nmhd.h"
+#include "mp4box/boxes/smhd.h"
+#include "mp4box/boxes/tkhd.h"
+#include "mp4box/boxes/trex.h"
+#include "mp4box/boxes/visual_entry.h"
+#include "mp4box/boxes/vmhd.h"
 
 namespace mp4 {
 

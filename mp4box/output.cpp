@@ -1,5 +1,5 @@
 // Box writing primitives, and the places boxes are written to.
-#include "output.h"
+#include "mp4box/output.h"
 
 #include <algorithm>
 #include <array>

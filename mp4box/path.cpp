@@ -7,8 +7,8 @@
 #include <optional>
 #include <string_view>
 
-#include "box.h"
-#include "bytes.h"
+#include "base/bytes.h"
+#include "mp4box/box.h"
 
 namespace {
 

@@ -6,15 +6,15 @@
 #include <new>
 #include <utility>
 
-#include "box.h"
-#include "boxes/audio_entry.h"
-#include "boxes/hdlr.h"
-#include "boxes/text_entry.h"
-#include "boxes/timed_text_entry.h"
-#include "boxes/visual_entry.h"
-#include "bytes.h"
-#include "field_reader.h"
-#include "window_stream.h"
+#include "base/bytes.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/audio_entry.h"
+#include "mp4box/boxes/hdlr.h"
+#include "mp4box/boxes/text_entry.h"
+#include "mp4box/boxes/timed_text_entry.h"
+#include "mp4box/boxes/visual_entry.h"
+#include "mp4box/field_reader.h"
+#include "mp4box/window_stream.h"
 
 namespace {
 

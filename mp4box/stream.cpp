@@ -1,5 +1,5 @@
 // The plain stream.
-#include "stream.h"
+#include "mp4box/stream.h"
 
 #include <algorithm>
 #include <limits>

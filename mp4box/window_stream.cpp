@@ -1,4 +1,4 @@
-#include "window_stream.h"
+#include "mp4box/window_stream.h"
 
 #include <algorithm>
 #include <cstring>

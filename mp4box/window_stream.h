@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "stream.h"
+#include "mp4box/stream.h"
 
 // The bytes of a file that a window stream has read; they outlive the stream.
 struct Mp4Window {

@@ -1,5 +1,5 @@
 // The boxes of the top level that hold no others.
-#include "write.h"
+#include "mp4box/write.h"
 
 void Mp4WriteFileType(Mp4Output& out, mp4::FileTypeBox& ftyp) {
   Mp4WriteBox(out, Mp4FourCc("ftyp"), ftyp);

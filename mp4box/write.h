@@ -2,13 +2,13 @@
 // that fails tells its owner itself.
 #pragma once
 
-#include "box.h"
-#include "boxes/ftyp.h"
-#include "boxes/sidx.h"
-#include "field_writer.h"
-#include "fragment.h"
-#include "movie.h"
-#include "output.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/ftyp.h"
+#include "mp4box/boxes/sidx.h"
+#include "mp4box/field_writer.h"
+#include "mp4box/fragment.h"
+#include "mp4box/movie.h"
+#include "mp4box/output.h"
 
 // Writes a box without a payload of its own, whose content `children()` writes. Returns where it stands.
 template <class Children>

@@ -1,5 +1,5 @@
 // Writing "moof" and patching the places of the tracks' data into it.
-#include "write.h"
+#include "mp4box/write.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // Writing "moov" and what it holds, down to the sample tables.
-#include "boxes/dref.h"
-#include "boxes/stco.h"
-#include "boxes/stsc.h"
-#include "boxes/stsz.h"
-#include "boxes/stts.h"
-#include "boxes/url.h"
-#include "write.h"
+#include "mp4box/boxes/dref.h"
+#include "mp4box/boxes/stco.h"
+#include "mp4box/boxes/stsc.h"
+#include "mp4box/boxes/stsz.h"
+#include "mp4box/boxes/stts.h"
+#include "mp4box/boxes/url.h"
+#include "mp4box/write.h"
 
 namespace {
 

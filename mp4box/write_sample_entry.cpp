@@ -1,6 +1,6 @@
 // Writing "stsd" with the sample entries: "avc1", "mp4a", "c608" and "c708".
-#include "boxes/stsd.h"
-#include "write.h"
+#include "mp4box/boxes/stsd.h"
+#include "mp4box/write.h"
 
 namespace {
 

@@ -1,13 +1,14 @@
-#include "audio_track.h"
+#include "plugin/audio_track.h"
 
 #include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
 
-#include "audio_specific_config.h"
-#include "boxes/esds.h"
-#include "messages.h"
+#include "base/aac/audio_specific_config.h"
+#include "base/audio_units.h"
+#include "mp4box/boxes/esds.h"
+#include "plugin/messages.h"
 
 namespace {
 
@@ -18,9 +19,6 @@ constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
 // An AAC unit that begins with its end carries no channel (id_syn_ele ID_END; ISO/IEC 14496-3, 4.5.2.1).
 // Memory and disks that were never written read so.
 constexpr unsigned kAacEnd = 7;
-
-constexpr std::uint32_t kAacUnitFrames = 1024;
-constexpr std::uint32_t kAc3UnitFrames = 1536;
 
 // Larger units are no sound: AAC allows 768 bytes a channel, AC-3 3840.
 constexpr std::uint32_t kLargestUnit = 1 << 20;
@@ -39,10 +37,10 @@ constexpr std::uint64_t kLongestUnitFrames = 1 << 24;
 
 // Sample frames that a unit decodes to, at the described rate.
 std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
-  if (audio.codec == kAc3) return kAc3UnitFrames;
+  if (audio.codec == kAc3) return kAc3FrameSamples;
   UMC::aac::AudioSpecificConfig config{};
   if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config))
-    return kAacUnitFrames;
+    return kAacFrameSamples;
   const auto frames = static_cast<std::uint64_t>(config.frameLength);
   // With SBR a unit of the core's length plays at twice the core's rate. What is described at that rate has
   // it, be it that the configuration does not say so.

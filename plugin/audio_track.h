@@ -5,11 +5,11 @@
 #include <memory>
 #include <vector>
 
-#include "audio_decode.h"
-#include "audio_timeline.h"
-#include "frame_rate.h"
+#include "audio/audio_decode.h"
+#include "base/exact_time.h"
 #include "qvr.h"
-#include "track_cursor.h"
+#include "streaming/index/audio_timeline.h"
+#include "streaming/index/track_cursor.h"
 
 // The AudioSpecificConfig in an `esds` of a sample entry, or of QuickTime's "wave" in it; empty when there is
 // none.

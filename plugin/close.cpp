@@ -1,6 +1,6 @@
 // Closing a source or a recording.
-#include "fmp4_object.h"
-#include "guard.h"
+#include "base/guard.h"
+#include "plugin/fmp4_object.h"
 #include "qvrutil.h"
 
 std::uint32_t CMFFmp4::Close() {

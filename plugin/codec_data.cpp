@@ -1,7 +1,8 @@
-#include "codec_data.h"
+#include "plugin/codec_data.h"
 
-#include "bytes.h"
-#include "fourcc.h"
+#include "base/audio_units.h"
+#include "base/bytes.h"
+#include "base/fourcc.h"
 
 namespace {
 
@@ -59,5 +60,5 @@ std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio) {
 }
 
 std::uint32_t SamplesPerFrameOf(const QVRAUDIO& audio) {
-  return audio.codec == Mp4FourCc("ac-3") ? 1536 : 1024;
+  return audio.codec == Mp4FourCc("ac-3") ? kAc3FrameSamples : kAacFrameSamples;
 }

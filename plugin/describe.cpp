@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "codecutil.h"
-#include "fmp4_object.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/rates.h"
 #include "qvrutil.h"
-#include "rates.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "fmp4_object.h"
-#include "guard.h"
-#include "probe.h"
-#include "status.h"
+#include "base/guard.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/probe.h"
+#include "plugin/status.h"
 
 #if defined(_WIN32)
 #include <windows.h>

@@ -8,17 +8,17 @@
 #include <string>
 #include <vector>
 
-#include "audio_recording.h"
-#include "audio_track.h"
-#include "box.h"
-#include "caption_reader.h"
-#include "fragment_index.h"
-#include "manifest_reader.h"
 #include "mediafile.h"
-#include "mpd_writer.h"
-#include "track_cursor.h"
-#include "track_defaults.h"
-#include "video_recording.h"
+#include "mp4box/box.h"
+#include "plugin/audio_track.h"
+#include "recording/write/audio_recording.h"
+#include "recording/write/video_recording.h"
+#include "streaming/index/caption_reader.h"
+#include "streaming/index/fragment_index.h"
+#include "streaming/index/track_cursor.h"
+#include "streaming/index/track_defaults.h"
+#include "streaming/lists/manifest_reader.h"
+#include "streaming/lists/mpd_writer.h"
 
 // The file-type code of the format record, which the object and its descriptions report too.
 inline constexpr std::uint32_t kFileTypeCode = 147;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "recording/messages.h"
 #include "vlutil.h"
 
 namespace messages {
@@ -29,26 +30,19 @@ inline constexpr char kNo708ChunkForFrame[] = "Unable to find correct cc 708 chu
 inline constexpr char kNothingDecodes[] = "No unit of the audio track can be decoded";
 inline constexpr char kBufferTooSmall[] = "The frame is larger than the buffer given for it";
 
-// Opening for writing and writing.
+// Opening for writing.
 inline constexpr char kCannotCreateAudio[] = "Unable to open audio mp4 file for write (vlx_fmp4)";
 inline constexpr char kCannotCreateVideo[] = "Unable to open video mp4 file for write (vlx_fmp4)";
 inline constexpr char kRateNotRecordable[] = "The frame rate cannot be recorded";
 inline constexpr char kSizeNotRecordable[] = "The picture size cannot be recorded";
 inline constexpr char kSampleRateNotRecordable[] = "The audio sample rate cannot be recorded";
 inline constexpr char kConfigurationTooShort[] = "The codec configuration is shorter than it says";
-inline constexpr char kOffsetTooLarge[] = "The composition offset is too large";
-inline constexpr char kNoVideoBuffer[] = "fmp4 - Failed to allocate video buffer for writing";
-inline constexpr char kNoCc608Buffer[] = "fmp4 - Failed to allocate cc608 buffer for writing";
-inline constexpr char kNoCc708Buffer[] = "fmp4 - Failed to allocate cc708 buffer for writing";
 
 // Operation names of status lines.
 inline constexpr char kOpen[] = "Open";
 inline constexpr char kNoVideoRecord[] = "mov2";
 inline constexpr char kNoChannel[] = "fmp4";
 
-inline void reportError(const char* text) {
-  ErrFmtOut(VL_LOG_ERROR, 0, 0, "ERROR(vlx_fmp4): %s\n", text);
-}
 inline void reportWarning(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_fmp4): %s\n", text);
 }

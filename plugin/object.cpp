@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/fourcc.h"
+#include "base/guard.h"
 #include "codecutil.h"
-#include "fmp4_object.h"
-#include "fourcc.h"
-#include "guard.h"
+#include "plugin/fmp4_object.h"
 #include "qvrutil.h"
-#include "seek.h"
+#include "streaming/index/seek.h"
 
 namespace {
 

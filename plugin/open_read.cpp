@@ -1,11 +1,11 @@
 // Opening a source for reading.
-#include "file_set.h"
-#include "fmp4_object.h"
-#include "guard.h"
-#include "manifest_reader.h"
-#include "messages.h"
+#include "base/guard.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
 #include "qvrutil.h"
-#include "seek.h"
+#include "streaming/index/seek.h"
+#include "streaming/lists/file_set.h"
+#include "streaming/lists/manifest_reader.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Opening for writing: the media file, and the manifest that will list it.
-#include "fmp4_object.h"
-#include "former_recording.h"
-#include "messages.h"
-#include "recording_paths.h"
-#include "status.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "plugin/status.h"
+#include "recording/paths.h"
+#include "recording/write/former_recording.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
-#include "probe.h"
+#include "plugin/probe.h"
 
 #include <memory>
 
-#include "box.h"
-#include "guard.h"
-#include "letter_case.h"
-#include "manifest_document.h"
-#include "messages.h"
-#include "stream.h"
+#include "base/guard.h"
+#include "base/letter_case.h"
+#include "mp4box/box.h"
+#include "mp4box/stream.h"
+#include "plugin/messages.h"
+#include "streaming/lists/manifest_document.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define FMP4_LEAK_CHECKED 1

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "frame_rate.h"
+#include "base/exact_time.h"
 
 // A rate and its scale.
 struct RateScale {

@@ -1,12 +1,12 @@
 // Reading one frame: its picture, and its captions with it.
 #include <cstring>
 
-#include "fmp4_object.h"
-#include "guard.h"
-#include "messages.h"
+#include "base/guard.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "plugin/status.h"
 #include "qvrutil.h"
-#include "seek.h"
-#include "status.h"
+#include "streaming/index/seek.h"
 #include "tcxlat.h"
 
 namespace {

@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "fmp4_object.h"
-#include "messages.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "plugin/status.h"
 #include "qvrutil.h"
-#include "status.h"
 
 namespace {
 

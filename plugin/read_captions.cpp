@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <array>
 
-#include "bytes.h"
-#include "caption_area.h"
-#include "fmp4_object.h"
-#include "messages.h"
-#include "seek.h"
+#include "base/bytes.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "recording/caption_area.h"
+#include "streaming/index/seek.h"
 
 namespace {
 

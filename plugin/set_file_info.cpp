@@ -3,13 +3,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "codec_data.h"
-#include "fmp4_object.h"
-#include "guard.h"
-#include "messages.h"
+#include "base/guard.h"
+#include "plugin/codec_data.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "plugin/status.h"
 #include "qvrutil.h"
-#include "recording_paths.h"
-#include "status.h"
+#include "recording/paths.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "sound_format.h"
+#include "plugin/sound_format.h"
 
-#include "audio_specific_config.h"
-#include "boxes/dac3.h"
+#include "base/aac/audio_specific_config.h"
+#include "mp4box/boxes/dac3.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "box.h"
-#include "boxes/audio_entry.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/audio_entry.h"
 
 // Tracks are decoded to samples of this size, whatever their sample entries say.
 inline constexpr std::uint16_t kDecodedBits = 16;

@@ -2,18 +2,18 @@
 #include <cmath>
 #include <cstring>
 
-#include "audio_object_type.h"
-#include "boxes/audio_entry.h"
-#include "boxes/mdhd.h"
-#include "boxes/tkhd.h"
-#include "boxes/visual_entry.h"
-#include "bytes.h"
-#include "fmp4_object.h"
-#include "messages.h"
-#include "nominal_duration.h"
-#include "sound_format.h"
-#include "status.h"
-#include "track_defaults.h"
+#include "base/bytes.h"
+#include "mp4box/audio_object_type.h"
+#include "mp4box/boxes/audio_entry.h"
+#include "mp4box/boxes/mdhd.h"
+#include "mp4box/boxes/tkhd.h"
+#include "mp4box/boxes/visual_entry.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "plugin/sound_format.h"
+#include "plugin/status.h"
+#include "streaming/index/nominal_duration.h"
+#include "streaming/index/track_defaults.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Writing one frame, or one coded frame of sound.
-#include "codec_data.h"
-#include "fmp4_object.h"
-#include "guard.h"
-#include "messages.h"
+#include "base/guard.h"
+#include "plugin/codec_data.h"
+#include "plugin/fmp4_object.h"
+#include "plugin/messages.h"
+#include "plugin/status.h"
 #include "qvrutil.h"
-#include "status.h"
 
 namespace {
 

@@ -31,8 +31,8 @@ licences() {
   done
   for player in dashjs hls.js shaka-player; do
     printf '\n== %s %s\n\n' "$player" \
-      "$(node -p 'require(process.argv[1]).version' "$PWD/tool/page/node_modules/$player/package.json")"
-    cat "tool/page/node_modules/$player"/LICENSE*
+      "$(node -p 'require(process.argv[1]).version' "$PWD/tool/serve/page/node_modules/$player/package.json")"
+    cat "tool/serve/page/node_modules/$player"/LICENSE*
   done
 }
 

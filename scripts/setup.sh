@@ -66,7 +66,7 @@ install_modules() {
 }
 
 install_packages
-install_modules tool/page
+install_modules tool/serve/page
 install_modules tests/players
 if [[ ${1:-} == windows ]]; then scripts/windows_libraries.sh; fi
 echo "setup: done"

@@ -1,9 +1,21 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and runs every test, plain (GCC), under the sanitizers (Clang) and as Windows
-# programs (where the cross build and Wine can be installed), and checks format, headers and packages. Ends with
-# one line, which says what was not run; exit 0 only when everything else passed.
+# Installs what is missing, builds and tests. Ends with one line, which says what was not run; exit 0 only when
+# everything else passed. Three gears:
+#   test.sh        format, layers, headers, the build as shipped (GCC) and all its native tests
+#   test.sh all    also the sanitizers (Clang), the players, the fuzz targets, Windows (where the cross build and
+#                  Wine can be installed) and the packages
+#   test.sh quick  for the hand: format, layers, what changed is built, and the tests that take seconds
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+gear=${1:-native}
+case $gear in
+  native | all | quick) ;;
+  *)
+    echo "test: give all, quick or nothing" >&2
+    exit 2
+    ;;
+esac
 
 timings=()
 # step NAME COMMAND...: runs a command and notes how long it took; a failure ends the run.
@@ -36,18 +48,26 @@ check_format() {
   { sources '*.cpp' . && sources '*.h' .; } | xargs -0 clang-format --dry-run --Werror
 }
 
-# Every header of a room compiles as the only one of a source file.
-check_headers() {
-  local rooms=(os host/include host/reference/include dsp mp4box streaming audio audio/umc audio/umc/aac audio/umc/ac3 plugin tool)
-  sources '*.h' os host/include host/reference/include dsp mp4box streaming audio plugin tool |
-    xargs -0 -P "$(nproc)" -I HEADER sh -c '
-    header=$1; shift
-    echo "#include \"$header\"" | g++ -std=c++20 -I. "$@" -fsyntax-only -x c++ - ||
-      { echo "$header does not compile alone" >&2; exit 1; }' sh HEADER "${rooms[@]/#/-I}"
+# own_source HEADER: whether a source file of its name includes it first, and so compiles it alone.
+own_source() {
+  local source=${1%.h}.cpp
+  [[ -f $source ]] && grep -m 1 '^#include' "$source" | grep -qF "\"$1\""
 }
 
+# Every header compiles as the only one of a source file.
+check_headers() {
+  local header headers=()
+  while IFS= read -r -d '' header; do
+    own_source "$header" || headers+=("$header")
+  done < <(sources '*.h' base os host dsp mp4box streaming audio recording plugin support tool)
+  printf '%s\0' "${headers[@]}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
+    echo "#include \"$1\"" | g++ -std=c++20 -I. -Ihost/include -Ihost/reference/include -fsyntax-only -x c++ - ||
+      { echo "$1 does not compile alone" >&2; exit 1; }' sh HEADER
+}
+
+# run_tests PRESET [OPTION...]
 run_tests() {
-  ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure
+  ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure "${@:2}"
 }
 
 # The served page in Chromium, and ffmpeg over HTTP.
@@ -85,31 +105,41 @@ ps 4000 fuzz/seeds/ps
 EOF
 }
 
-step "packages" scripts/setup.sh
-step "format" check_format
-step "headers" check_headers
-for preset in dev asan; do
-  step "configure $preset" configure "$preset"
-  step "build $preset" cmake --build --preset "$preset" -j "$(nproc)"
-  step "tests $preset" run_tests "$preset"
-done
-step "players" run_players
-step "fuzz" fuzz_all
+# compiled PRESET
+compiled() {
+  step "configure $1" configure "$1"
+  step "build $1" cmake --build --preset "$1" -j "$(nproc)"
+}
 
 not_run=""
-if ! scripts/setup.sh windows; then
-  not_run="; NOT RUN, for its packages cannot be installed: everything for Windows"
+step "packages" scripts/setup.sh
+step "format" check_format
+step "layers" scripts/check_layers.sh
+if [[ $gear != quick ]]; then step "headers" check_headers; fi
+compiled dev
+if [[ $gear == quick ]]; then
+  step "tests dev" run_tests dev --label-exclude slow
 else
-  step "configure windows" configure windows
-  step "build windows" cmake --build --preset windows -j "$(nproc)"
-  scripts/setup.sh wine || not_run="; NOT RUN, for Wine cannot be installed: the Windows build"
+  step "tests dev" run_tests dev
 fi
-if [[ -z $not_run ]]; then
-  step "start Wine" scripts/wine.sh wineboot --init
-  step "tests windows" run_tests windows
-  step "install both packages" scripts/test_packages.sh
-else
-  step "install the Debian package" scripts/test_packages.sh debian
+if [[ $gear == all ]]; then
+  step "players" run_players
+  compiled asan
+  step "tests asan" run_tests asan --label-exclude matrix
+  step "fuzz" fuzz_all
+  if ! scripts/setup.sh windows; then
+    not_run="; NOT RUN, for its packages cannot be installed: everything for Windows"
+  else
+    compiled windows
+    scripts/setup.sh wine || not_run="; NOT RUN, for Wine cannot be installed: the Windows build"
+  fi
+  if [[ -z $not_run ]]; then
+    step "start Wine" scripts/wine.sh wineboot --init
+    step "tests windows" run_tests windows
+    step "install both packages" scripts/test_packages.sh
+  else
+    step "install the Debian package" scripts/test_packages.sh debian
+  fi
 fi
 
 printf '%s\n' "${timings[@]}"
@@ -117,7 +147,13 @@ printf '%s\n' "${timings[@]}"
 tests_run() {
   awk '/\[  PASSED  \]/ { sum += $4 } END { print sum + 0 }' "build/$1/Testing/Temporary/LastTest.log"
 }
-players=$(awk '/^ℹ pass/ { print $3 }' build/dev/players.log)
-passed=$(($(tests_run dev) + $(tests_run asan) + players))
-[[ -n $not_run ]] || again=$(tests_run windows)
-echo "test: all passed: $passed test runs${again:+, $again as Windows programs}, format, headers and packages, in $SECONDS s$not_run"
+passed=$(tests_run dev)
+checks="format, layers"
+if [[ $gear != quick ]]; then checks+=", headers"; fi
+if [[ $gear == all ]]; then
+  players=$(awk '/^ℹ pass/ { print $3 }' build/dev/players.log)
+  passed=$((passed + $(tests_run asan) + players))
+  if [[ -z $not_run ]]; then checks="and $(tests_run windows) as Windows programs, $checks"; fi
+  checks+=", packages"
+fi
+echo "test: all passed: $passed tests, $checks, in $SECONDS s$not_run"

@@ -1,4 +1,4 @@
-#include "cache_buffer.h"
+#include "support/cache_buffer.h"
 
 CCacheBuffer::CCacheBuffer(const CCacheBuffer& other) = default;
 

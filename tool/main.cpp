@@ -7,9 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "commands.h"
-#include "console.h"
-#include "host_log.h"
+#include "base/user_error.h"
+#include "tool/commands/commands.h"
+#include "tool/host/host_log.h"
+#include "tool/terminal/console.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ constexpr int kWrongUsage = 2;
 int runCommand(const Invocation& invocation) {
   takeHostLog(invocation.quiet);
   const bool succeeded = invocation.command();
-  if (!std::cout.flush()) throw ToolError("standard output could not be written; is its disk full?");
+  if (!std::cout.flush()) throw UserError("standard output could not be written; is its disk full?");
   return succeeded ? EXIT_SUCCESS : kOperationFailed;
 }
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "audio_stream_info.h"
-#include "media_data.h"
+#include "audio/umc/audio_stream_info.h"
+#include "audio/umc/media_data.h"
 
 namespace UMC {
 

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <memory>
 
-#include "codec_params.h"
-#include "media_data.h"
-#include "memory_allocator.h"
-#include "runtime_class.h"
-#include "status.h"
+#include "audio/umc/codec_params.h"
+#include "audio/umc/media_data.h"
+#include "audio/umc/memory_allocator.h"
+#include "audio/umc/runtime_class.h"
+#include "audio/umc/status.h"
 
 namespace UMC {
 

@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-#include "audio_stream_info.h"
-#include "media_data.h"
-#include "memory_allocator.h"
-#include "runtime_class.h"
+#include "audio/umc/audio_stream_info.h"
+#include "audio/umc/media_data.h"
+#include "audio/umc/memory_allocator.h"
+#include "audio/umc/runtime_class.h"
 
 namespace UMC {
 

@@ -1,10 +1,10 @@
-#include "default_memory_allocator.h"
+#include "audio/umc/default_memory_allocator.h"
 
 #include <algorithm>
 #include <bit>
 #include <limits>
 
-#include "ipps_memory.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC {
 

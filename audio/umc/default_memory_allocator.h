@@ -1,8 +1,8 @@
 // The allocator that codecs make for themselves: blocks from the heap, kept for later use once freed.
 #pragma once
 
-#include "memory_allocator.h"
-#include "mutex.h"
+#include "audio/umc/memory_allocator.h"
+#include "audio/umc/mutex.h"
 
 namespace UMC {
 

@@ -1,4 +1,4 @@
-#include "mdct_windows.h"
+#include "audio/umc/mdct_windows.h"
 
 #include <cmath>
 

@@ -1,9 +1,9 @@
-#include "media_data.h"
+#include "audio/umc/media_data.h"
 
 #include <algorithm>
 #include <functional>
 
-#include "ipps_memory.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC {
 

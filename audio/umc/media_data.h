@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime_class.h"
-#include "status.h"
+#include "audio/umc/runtime_class.h"
+#include "audio/umc/status.h"
 
 namespace UMC {
 

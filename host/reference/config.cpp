@@ -7,8 +7,8 @@
 #include <string_view>
 #include <system_error>
 
-#include "replace_file.h"
-#include "system.h"
+#include "host/reference/system.h"
+#include "os/replace_file.h"
 #include "vlutil.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // Positions and sizes of open files, the same on every system.
 #include <cstdint>
 
-#include "opened_file.h"
-#include "system.h"
+#include "host/reference/opened_file.h"
+#include "host/reference/system.h"
 #include "vlutil.h"
 
 namespace vlhost {

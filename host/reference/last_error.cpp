@@ -1,4 +1,4 @@
-#include "system.h"
+#include "host/reference/system.h"
 #include "vlutil.h"
 
 namespace {

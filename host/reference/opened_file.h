@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "handle_table.h"
+#include "host/reference/handle_table.h"
 #include "vlutil.h"
 
 namespace vlhost {

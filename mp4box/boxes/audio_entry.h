@@ -4,8 +4,8 @@
 
 #include <bit>
 
-#include "boxes/stsd.h"
-#include "fields.h"
+#include "mp4box/boxes/stsd.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

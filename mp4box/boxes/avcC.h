@@ -1,7 +1,7 @@
 // "avcC": the AVC decoder configuration record (ISO/IEC 14496-15, 5.3.3.1).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "c608" and "c708": the sample entries of caption tracks (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

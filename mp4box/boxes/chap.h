@@ -1,7 +1,7 @@
 // "chap": a track reference to the tracks that hold chapters.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

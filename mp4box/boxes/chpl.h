@@ -1,7 +1,7 @@
 // "chpl": a list of chapters.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "cmov": a compressed movie box (QuickTime). What it holds are child boxes.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

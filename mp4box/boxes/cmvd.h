@@ -1,7 +1,7 @@
 // "cmvd": the data of a compressed movie box (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "cprt": a copyright notice (ISO/IEC 14496-12, 8.10.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "ctts": composition time to sample (ISO/IEC 14496-12, 8.6.1.3).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "dac3": the configuration of an AC-3 stream (ETSI TS 102 366, F.4).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "dcom": how a compressed movie box is compressed (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,8 +1,8 @@
 // The length of a descriptor (ISO/IEC 14496-1, 8.3.3).
 #pragma once
 
-#include "fields.h"
-#include "output.h"
+#include "mp4box/fields.h"
+#include "mp4box/output.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "dref": the data references (ISO/IEC 14496-12, 8.7.2). The entries are child boxes.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "elst": the edit list (ISO/IEC 14496-12, 8.6.6).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

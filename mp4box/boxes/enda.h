@@ -1,7 +1,7 @@
 // "enda": the byte order of uncompressed sound (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

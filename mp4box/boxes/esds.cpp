@@ -1,4 +1,4 @@
-#include "boxes/esds.h"
+#include "mp4box/boxes/esds.h"
 
 #include <algorithm>
 

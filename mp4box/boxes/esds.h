@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "boxes/descriptor.h"
-#include "fields.h"
+#include "mp4box/boxes/descriptor.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

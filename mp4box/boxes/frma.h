@@ -1,7 +1,7 @@
 // "frma": the original format of transformed samples (ISO/IEC 14496-12, 8.12.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

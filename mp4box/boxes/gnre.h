@@ -1,8 +1,8 @@
 // "gnre": the genre of an item, by number.
 #pragma once
 
-#include "boxes/item_data.h"
-#include "fields.h"
+#include "mp4box/boxes/item_data.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "hmhd": the hint media header (ISO/IEC 14496-12, 12.4.3).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,8 +1,8 @@
 // "iods": the object descriptor of a presentation (ISO/IEC 14496-14, 5.1).
 #pragma once
 
-#include "boxes/descriptor.h"
-#include "fields.h"
+#include "mp4box/boxes/descriptor.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,8 +1,8 @@
 // The "data" box that holds the value of a metadata item under "ilst".
 #pragma once
 
-#include "fields.h"
-#include "fourcc.h"
+#include "base/fourcc.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "mdhd": the media header (ISO/IEC 14496-12, 8.4.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "mehd": the movie extends header (ISO/IEC 14496-12, 8.8.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

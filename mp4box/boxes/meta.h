@@ -1,8 +1,8 @@
 // "meta": metadata (ISO/IEC 14496-12, 8.11.1). What it holds are child boxes.
 #pragma once
 
-#include "fields.h"
-#include "fourcc.h"
+#include "base/fourcc.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

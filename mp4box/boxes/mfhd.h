@@ -1,7 +1,7 @@
 // "mfhd": the movie fragment header (ISO/IEC 14496-12, 8.8.5).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "mfro": how large the movie fragment random access box is (ISO/IEC 14496-12, 8.8.11).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

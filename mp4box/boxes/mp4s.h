@@ -1,7 +1,7 @@
 // "mp4s": the sample entry of an MPEG-4 systems stream (ISO/IEC 14496-14, 5.6). The "esds" is a child box.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -3,8 +3,8 @@
 
 #include <array>
 
-#include "boxes/matrix.h"
-#include "fields.h"
+#include "mp4box/boxes/matrix.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "name": the name of a track or an item, all of the payload.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "nmhd": the null media header (ISO/IEC 14496-12, 8.4.5.2). Written only; it reads as a container.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "user", "key ", "iviv", "priv": boxes of protected items, whose content is not kept.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "padb": padding bits (ISO/IEC 14496-12, 8.7.6).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "pasp": the pixel aspect ratio (ISO/IEC 14496-12, 12.1.4).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

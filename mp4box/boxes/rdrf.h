@@ -1,7 +1,7 @@
 // "rdrf": where a reference movie lies (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

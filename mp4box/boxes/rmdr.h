@@ -1,7 +1,7 @@
 // "rmdr": the data rate that a reference movie needs (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

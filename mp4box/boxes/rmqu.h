@@ -1,7 +1,7 @@
 // "rmqu": the relative quality of a reference movie (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

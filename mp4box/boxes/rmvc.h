@@ -1,7 +1,7 @@
 // "rmvc": the software version that a reference movie needs (QuickTime).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

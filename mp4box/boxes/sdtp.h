@@ -1,7 +1,7 @@
 // "sdtp": independent and disposable samples (ISO/IEC 14496-12, 8.6.4).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

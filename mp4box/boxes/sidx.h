@@ -1,7 +1,7 @@
 // "sidx": the segment index (ISO/IEC 14496-12, 8.16.3).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

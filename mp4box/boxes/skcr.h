@@ -1,7 +1,7 @@
 // "skcr": the pattern of encrypted and clear bytes of a protected sample.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

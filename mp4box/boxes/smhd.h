@@ -1,7 +1,7 @@
 // "smhd": the sound media header (ISO/IEC 14496-12, 12.2.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

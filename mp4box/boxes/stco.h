@@ -1,7 +1,7 @@
 // "stco" and "co64": chunk offsets (ISO/IEC 14496-12, 8.7.5).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

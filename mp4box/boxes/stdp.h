@@ -1,7 +1,7 @@
 // "stdp": degradation priorities (ISO/IEC 14496-12, 8.5.3), one a sample of the track.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

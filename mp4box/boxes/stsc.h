@@ -1,7 +1,7 @@
 // "stsc": sample to chunk (ISO/IEC 14496-12, 8.7.4).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

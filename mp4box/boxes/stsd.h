@@ -1,7 +1,7 @@
 // "stsd": the sample descriptions (ISO/IEC 14496-12, 8.5.2). The entries are child boxes.
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "stsh": shadow sync samples (ISO/IEC 14496-12, 8.6.3).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

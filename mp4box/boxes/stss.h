@@ -1,7 +1,7 @@
 // "stss": sync samples (ISO/IEC 14496-12, 8.6.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "stsz": sample sizes (ISO/IEC 14496-12, 8.7.3.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

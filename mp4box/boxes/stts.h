@@ -1,7 +1,7 @@
 // "stts": decoding time to sample (ISO/IEC 14496-12, 8.6.1.2).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -5,8 +5,8 @@
 #include <array>
 #include <optional>
 
-#include "boxes/timed_text_entry.h"
-#include "fourcc.h"
+#include "base/fourcc.h"
+#include "mp4box/boxes/timed_text_entry.h"
 
 namespace mp4 {
 

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "boxes/item_data.h"
-#include "fields.h"
+#include "mp4box/boxes/item_data.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

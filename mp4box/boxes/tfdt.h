@@ -1,7 +1,7 @@
 // "tfdt": the decode time of a track fragment (ISO/IEC 14496-12, 8.8.12).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "tfhd": the track fragment header (ISO/IEC 14496-12, 8.8.7).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

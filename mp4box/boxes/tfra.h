@@ -1,7 +1,7 @@
 // "tfra": the random access points of a track (ISO/IEC 14496-12, 8.8.10).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,8 +1,8 @@
 // "tkhd": the track header (ISO/IEC 14496-12, 8.3.2).
 #pragma once
 
-#include "boxes/matrix.h"
-#include "fields.h"
+#include "mp4box/boxes/matrix.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,7 +1,7 @@
 // "trex": the defaults of a track's fragments (ISO/IEC 14496-12, 8.8.3).
 #pragma once
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,8 +1,8 @@
 // "trkn": the place of an item on its medium.
 #pragma once
 
-#include "boxes/item_data.h"
-#include "fields.h"
+#include "mp4box/boxes/item_data.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

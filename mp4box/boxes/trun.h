@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

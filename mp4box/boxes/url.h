@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 namespace mp4 {
 

@@ -1,4 +1,4 @@
-#include "disk_file.h"
+#include "os/disk_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

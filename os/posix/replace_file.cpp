@@ -1,4 +1,4 @@
-#include "replace_file.h"
+#include "os/replace_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 #include <memory>
 #include <new>
 
-#include "disk_file.h"
+#include "os/disk_file.h"
 
 namespace os {
 

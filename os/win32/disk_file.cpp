@@ -1,8 +1,8 @@
-#include "disk_file.h"
+#include "os/disk_file.h"
 
 #include <windows.h>
 
-#include "wide.h"
+#include "os/win32/wide.h"
 
 namespace os {
 

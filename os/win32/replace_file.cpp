@@ -1,4 +1,4 @@
-#include "replace_file.h"
+#include "os/replace_file.h"
 
 #include <windows.h>
 
@@ -7,7 +7,7 @@
 #include <limits>
 #include <new>
 
-#include "wide.h"
+#include "os/win32/wide.h"
 
 namespace os {
 

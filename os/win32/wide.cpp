@@ -1,4 +1,4 @@
-#include "wide.h"
+#include "os/win32/wide.h"
 
 #include <windows.h>
 

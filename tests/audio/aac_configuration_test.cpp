@@ -1,10 +1,10 @@
 // What a container says about access units that follow ADTS headers, which say less.
 #include <gtest/gtest.h>
 
-#include "aac_configurations.h"
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "audio_specific_config.h"
+#include "base/aac/audio_specific_config.h"
+#include "tests/audio/aac_configurations.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
 
 namespace {
 

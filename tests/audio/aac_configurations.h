@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "bit_writer.h"
+#include "tests/audio/bit_writer.h"
 
 struct ConfigOptions {
   unsigned objectType = 2;  // of the core

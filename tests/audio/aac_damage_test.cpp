@@ -1,8 +1,8 @@
 // Damaged ADTS streams: what is whole decodes.
 #include <gtest/gtest.h>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // The decoder's operations, statuses and transports.
-#include "aac_decoder.h"
+#include "audio/umc/aac/aac_decoder.h"
 
 #include <gtest/gtest.h>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "audio_data.h"
-#include "codec_contract.h"
-#include "test_allocators.h"
+#include "audio/umc/audio_data.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/codec_contract.h"
+#include "tests/audio/test_allocators.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "aac_generator.h"
+#include "tests/audio/aac_generator.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-#include "channel_stream.h"
-#include "huffman_codes.h"
-#include "ipps_crc.h"
+#include "audio/umc/aac/core/channel_stream.h"
+#include "audio/umc/aac/core/huffman_codes.h"
+#include "dsp/ipps_crc.h"
 
 using namespace UMC::aac;
 

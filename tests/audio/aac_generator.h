@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "audio_specific_config.h"
-#include "bit_writer.h"
-#include "ics_info.h"
-#include "sbr_generator.h"
-#include "scale_factor_bands.h"
+#include "audio/umc/aac/core/ics_info.h"
+#include "audio/umc/aac/core/scale_factor_bands.h"
+#include "base/aac/audio_specific_config.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/audio/sbr_generator.h"
 
 // An element of every block.
 struct GeneratedElement {

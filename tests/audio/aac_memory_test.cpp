@@ -1,11 +1,11 @@
 // What memory a decoder takes for which stream.
 #include <gtest/gtest.h>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "decoder_state.h"
-#include "sbr_decoder.h"
-#include "test_allocators.h"
+#include "audio/umc/aac/decoder_state.h"
+#include "audio/umc/aac/sbr/sbr_decoder.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/test_allocators.h"
 
 namespace {
 

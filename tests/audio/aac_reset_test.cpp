@@ -1,9 +1,9 @@
 // Reset: what the signal taught a decoder is gone, what its configuration says stays.
 #include <gtest/gtest.h>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "places.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/support/places.h"
 
 namespace {
 

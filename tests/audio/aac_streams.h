@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "aac_decoder.h"
-#include "stream_decoder.h"
+#include "audio/umc/aac/aac_decoder.h"
+#include "tests/audio/stream_decoder.h"
 
 class TestDecoder : public StreamDecoder<UMC::AACDecoder> {
  public:

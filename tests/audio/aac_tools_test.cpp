@@ -5,19 +5,19 @@
 #include <memory>
 #include <numbers>
 
-#include "aac_decoder.h"
-#include "audio_specific_config.h"
-#include "bit_writer.h"
-#include "decoder_options.h"
-#include "decoder_state.h"
-#include "filter_bank.h"
-#include "gain_control.h"
-#include "ltp.h"
-#include "mdct_windows.h"
-#include "mixdown.h"
-#include "noise.h"
-#include "prediction.h"
-#include "tns.h"
+#include "audio/umc/aac/aac_decoder.h"
+#include "audio/umc/aac/core/filter_bank.h"
+#include "audio/umc/aac/core/gain_control.h"
+#include "audio/umc/aac/core/ltp.h"
+#include "audio/umc/aac/core/mixdown.h"
+#include "audio/umc/aac/core/noise.h"
+#include "audio/umc/aac/core/prediction.h"
+#include "audio/umc/aac/core/tns.h"
+#include "audio/umc/aac/decoder_options.h"
+#include "audio/umc/aac/decoder_state.h"
+#include "audio/umc/mdct_windows.h"
+#include "base/aac/audio_specific_config.h"
+#include "tests/audio/bit_writer.h"
 
 namespace {
 

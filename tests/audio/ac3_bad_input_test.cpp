@@ -5,9 +5,9 @@
 #include <random>
 #include <set>
 
-#include "ac3_checksums.h"
-#include "ac3_generator.h"
-#include "ac3_streams.h"
+#include "tests/audio/ac3_checksums.h"
+#include "tests/audio/ac3_generator.h"
+#include "tests/audio/ac3_streams.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "crc.h"
-#include "sync_frame.h"
+#include "audio/umc/ac3/crc.h"
+#include "audio/umc/ac3/sync_frame.h"
 
 // `frame` is a whole frame of `bytes` bytes.
 inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {

@@ -1,13 +1,13 @@
 // The decoder's operations, statuses, times and options.
-#include "ac3_decoder.h"
+#include "audio/umc/ac3/ac3_decoder.h"
 
 #include <gtest/gtest.h>
 
-#include "ac3_generator.h"
-#include "ac3_streams.h"
-#include "audio_data.h"
-#include "codec_contract.h"
-#include "test_allocators.h"
+#include "audio/umc/audio_data.h"
+#include "tests/audio/ac3_generator.h"
+#include "tests/audio/ac3_streams.h"
+#include "tests/audio/codec_contract.h"
+#include "tests/audio/test_allocators.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <numeric>
 
-#include "ac3_streams.h"
+#include "tests/audio/ac3_streams.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Random valid frames, without dither, against the witnesses.
 #include <gtest/gtest.h>
 
-#include "ac3_generator.h"
-#include "ac3_streams.h"
+#include "tests/audio/ac3_generator.h"
+#include "tests/audio/ac3_streams.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "ac3_generator.h"
+#include "tests/audio/ac3_generator.h"
 
 #include <algorithm>
 #include <array>
 
-#include "ac3_checksums.h"
-#include "bit_allocation_tables.h"
+#include "audio/umc/ac3/bit_allocation_tables.h"
+#include "tests/audio/ac3_checksums.h"
 
 using namespace UMC::ac3;
 

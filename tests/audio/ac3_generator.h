@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "audio_block.h"
-#include "bit_writer.h"
-#include "sync_frame.h"
+#include "audio/umc/ac3/audio_block.h"
+#include "audio/umc/ac3/sync_frame.h"
+#include "tests/audio/bit_writer.h"
 
 struct Ac3GeneratorOptions {
   int frequencyCode = 0;  // fscod

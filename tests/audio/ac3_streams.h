@@ -7,9 +7,9 @@
 #include <cstring>
 #include <vector>
 
-#include "ac3_decoder.h"
-#include "stream_decoder.h"
-#include "sync_frame.h"
+#include "audio/umc/ac3/ac3_decoder.h"
+#include "audio/umc/ac3/sync_frame.h"
+#include "tests/audio/stream_decoder.h"
 
 inline constexpr std::size_t kAc3FrameSamples = 1536;
 

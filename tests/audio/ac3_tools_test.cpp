@@ -13,17 +13,17 @@
 #include <utility>
 #include <vector>
 
-#include "audio_block.h"
-#include "bit_allocation.h"
-#include "bit_writer.h"
-#include "crc.h"
-#include "downmix.h"
-#include "dynamic_range.h"
-#include "exponents.h"
-#include "mantissas.h"
-#include "mdct_windows.h"
-#include "sync_frame.h"
-#include "transform.h"
+#include "audio/umc/ac3/audio_block.h"
+#include "audio/umc/ac3/bit_allocation.h"
+#include "audio/umc/ac3/crc.h"
+#include "audio/umc/ac3/downmix.h"
+#include "audio/umc/ac3/dynamic_range.h"
+#include "audio/umc/ac3/exponents.h"
+#include "audio/umc/ac3/mantissas.h"
+#include "audio/umc/ac3/sync_frame.h"
+#include "audio/umc/ac3/transform.h"
+#include "audio/umc/mdct_windows.h"
+#include "tests/audio/bit_writer.h"
 
 namespace {
 

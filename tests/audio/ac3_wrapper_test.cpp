@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "audio_decode.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "audio/audio_decode.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
-#include "audio_decode.h"
+#include "audio/audio_decode.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <numeric>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "support/log_capture.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <random>
 #include <set>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
 
 namespace {
 

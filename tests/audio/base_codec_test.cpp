@@ -1,8 +1,8 @@
-#include "base_codec.h"
+#include "audio/umc/base_codec.h"
 
 #include <gtest/gtest.h>
 
-#include "default_memory_allocator.h"
+#include "audio/umc/default_memory_allocator.h"
 
 namespace {
 

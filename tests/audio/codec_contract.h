@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "codec_params.h"
-#include "media_data.h"
+#include "audio/umc/codec_params.h"
+#include "audio/umc/media_data.h"
 
 // `Params` are the decoder's own.
 template <class Decoder, class Params>

@@ -1,4 +1,4 @@
-#include "deinterleave.h"
+#include "audio/deinterleave.h"
 
 #include <gtest/gtest.h>
 

@@ -5,11 +5,11 @@
 #include <numbers>
 #include <numeric>
 
-#include "aac_streams.h"
-#include "audio_specific_config.h"
-#include "codebooks.h"
-#include "places.h"
-#include "raw_data_block.h"
+#include "audio/umc/aac/core/codebooks.h"
+#include "audio/umc/aac/raw_data_block.h"
+#include "base/aac/audio_specific_config.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/support/places.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The libraries that are looked for, in which order, and what is told of it; with libraries that stand in for
 // FFmpeg's and a clock that stands still.
-#include "ffmpeg_loader.h"
+#include "audio/ffmpeg_loader.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "ffmpeg_place.h"
-#include "ffmpeg_stand_in.h"
-#include "support/log_capture.h"
+#include "tests/audio/ffmpeg_place.h"
+#include "tests/audio/ffmpeg_stand_in.h"
+#include "tests/support/log_capture.h"
 #include "vlsync.h"
 
 namespace {

@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "places.h"
-#include "support/environment.h"
-#include "support/own_process.h"
-#include "support/temp_folder.h"
-#include "vlpath.h"
+#include "os/path_name.h"
+#include "tests/support/environment.h"
+#include "tests/support/own_process.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 // File names of the libraries.
 #if defined(_WIN32)

@@ -2,7 +2,7 @@
 // the loader asks for and nothing else, with a decoder that puts out what its packets tell, and insists on
 // all that the real one insists on. libavcodec needs libavutil by name. With STAND_IN_VERSION they tell their
 // versions too.
-#include "ffmpeg_stand_in.h"
+#include "tests/audio/ffmpeg_stand_in.h"
 
 #include <algorithm>
 #include <atomic>

@@ -8,11 +8,11 @@
 #include <limits>
 #include <thread>
 
-#include "audio_decode.h"
-#include "ffmpeg_loader.h"
-#include "ffmpeg_place.h"
-#include "ffmpeg_stand_in.h"
-#include "support/log_capture.h"
+#include "audio/audio_decode.h"
+#include "audio/ffmpeg_loader.h"
+#include "tests/audio/ffmpeg_place.h"
+#include "tests/audio/ffmpeg_stand_in.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Random valid blocks against the witnesses.
 #include <gtest/gtest.h>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "media_data.h"
+#include "audio/umc/media_data.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <numeric>
 #include <vector>
 
-#include "audio_data.h"
+#include "audio/umc/audio_data.h"
 
 namespace {
 

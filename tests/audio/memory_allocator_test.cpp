@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "default_memory_allocator.h"
+#include "audio/umc/default_memory_allocator.h"
 
 // The address sanitizer stops at requests that no machine can meet, unless told otherwise.
 extern "C" const char* __asan_default_options();

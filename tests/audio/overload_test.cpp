@@ -4,13 +4,13 @@
 
 #include <memory>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "bit_writer.h"
-#include "codebooks.h"
-#include "huffman_codes.h"
-#include "places.h"
-#include "raw_data_block.h"
+#include "audio/umc/aac/core/codebooks.h"
+#include "audio/umc/aac/core/huffman_codes.h"
+#include "audio/umc/aac/raw_data_block.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/support/places.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Parametric stereo, part by part.
-#include "parametric_stereo.h"
+#include "audio/umc/aac/ps/parametric_stereo.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 #include <memory>
 #include <numbers>
 
-#include "bit_writer.h"
-#include "ps_generator.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/audio/ps_generator.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "ps_generator.h"
+#include "tests/audio/ps_generator.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "ps_huffman_codes.h"
+#include "audio/umc/aac/ps/huffman_codes.h"
 
 using namespace UMC::aac;
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "bit_writer.h"
-#include "ps_data.h"
+#include "audio/umc/aac/ps/data.h"
+#include "tests/audio/bit_writer.h"
 
 struct PsGeneratorOptions {
   int iidMode = 1;           // -1: no IID

@@ -1,11 +1,11 @@
-#include "runtime_class.h"
+#include "audio/umc/runtime_class.h"
 
 #include <gtest/gtest.h>
 
-#include "aac_decoder.h"
-#include "audio_data.h"
-#include "codec_params.h"
-#include "default_memory_allocator.h"
+#include "audio/umc/aac/aac_decoder.h"
+#include "audio/umc/audio_data.h"
+#include "audio/umc/codec_params.h"
+#include "audio/umc/default_memory_allocator.h"
 
 namespace {
 

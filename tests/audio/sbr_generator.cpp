@@ -1,10 +1,10 @@
-#include "sbr_generator.h"
+#include "tests/audio/sbr_generator.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "ipps_crc.h"
-#include "sbr_huffman_codes.h"
+#include "audio/umc/aac/sbr/huffman_codes.h"
+#include "dsp/ipps_crc.h"
 
 using namespace UMC::aac;
 

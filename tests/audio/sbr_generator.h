@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "bit_writer.h"
-#include "ps_generator.h"
-#include "sbr_codebooks.h"
-#include "sbr_envelope.h"
-#include "sbr_frequency_tables.h"
-#include "sbr_grid.h"
-#include "sbr_header.h"
+#include "audio/umc/aac/sbr/codebooks.h"
+#include "audio/umc/aac/sbr/envelope.h"
+#include "audio/umc/aac/sbr/frequency_tables.h"
+#include "audio/umc/aac/sbr/grid.h"
+#include "audio/umc/aac/sbr/header.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/audio/ps_generator.h"
 
 struct SbrGeneratorOptions {
   bool headerChanges = true;  // bands change now and then

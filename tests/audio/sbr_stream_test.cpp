@@ -4,10 +4,10 @@
 #include <cmath>
 #include <numbers>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "bit_writer.h"
-#include "places.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/support/places.h"
 
 namespace {
 

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <vector>
 
-#include "aac_streams.h"
-#include "bit_writer.h"
-#include "fill_element.h"
-#include "sbr_decoder.h"
-#include "sbr_generator.h"
+#include "audio/umc/aac/fill_element.h"
+#include "audio/umc/aac/sbr/sbr_decoder.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/audio/sbr_generator.h"
 
 using namespace UMC::aac;
 

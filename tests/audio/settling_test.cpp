@@ -2,8 +2,8 @@
 // started with the stream.
 #include <gtest/gtest.h>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "shared_object.h"
+#include "audio/umc/shared_object.h"
 
 #include <gtest/gtest.h>
 

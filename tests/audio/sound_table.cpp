@@ -2,10 +2,10 @@
 // scripts/sound_table.sh puts them there. Streams are made by ffmpeg or at random, or lie in tests/data.
 #include <cstdio>
 
-#include "aac_streams.h"
-#include "ac3_generator.h"
-#include "ac3_streams.h"
-#include "places.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/ac3_generator.h"
+#include "tests/audio/ac3_streams.h"
+#include "tests/support/places.h"
 
 namespace {
 

@@ -8,12 +8,12 @@
 #include <cstdlib>
 #include <new>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "ac3_decoder.h"
-#include "ac3_generator.h"
-#include "default_memory_allocator.h"
-#include "support/own_process.h"
+#include "audio/umc/ac3/ac3_decoder.h"
+#include "audio/umc/default_memory_allocator.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/audio/ac3_generator.h"
+#include "tests/support/own_process.h"
 
 namespace {
 std::atomic<int> allocations{0};

@@ -3,9 +3,9 @@
 
 #include <cmath>
 
-#include "aac_generator.h"
-#include "aac_streams.h"
-#include "places.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/aac_streams.h"
+#include "tests/support/places.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include <cstddef>
 
-#include "base_codec.h"
-#include "media_data.h"
-#include "streams.h"
+#include "audio/umc/base_codec.h"
+#include "audio/umc/media_data.h"
+#include "tests/audio/streams.h"
 
 // A decoder with its descriptors, to be opened by what derives from this. The input is a block of exactly its
 // size, so that a sanitizer sees any read beyond.

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "support/ffmpeg.h"
-#include "support/run.h"
-#include "support/temp_folder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/run.h"
+#include "tests/support/temp_folder.h"
 
 using Bytes = std::vector<std::uint8_t>;
 using Samples = std::vector<std::int16_t>;

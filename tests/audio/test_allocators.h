@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "default_memory_allocator.h"
+#include "audio/umc/default_memory_allocator.h"
 
 // Has no more than so many blocks.
 class ScarceAllocator : public UMC::DefaultMemoryAllocator {

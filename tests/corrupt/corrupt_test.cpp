@@ -4,12 +4,12 @@
 
 #include <filesystem>
 
-#include "corrupt/counted_reads.h"
-#include "corrupt/reading.h"
-#include "places.h"
-#include "support/controlled_new.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/corrupt/counted_reads.h"
+#include "tests/corrupt/reading.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

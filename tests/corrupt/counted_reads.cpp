@@ -1,4 +1,4 @@
-#include "corrupt/counted_reads.h"
+#include "tests/corrupt/counted_reads.h"
 
 #include <dlfcn.h>
 

@@ -1,11 +1,11 @@
-#include "corrupt/damaged_files.h"
+#include "tests/corrupt/damaged_files.h"
 
 #include <algorithm>
 #include <functional>
 #include <optional>
 #include <stdexcept>
 
-#include "support/fragments.h"
+#include "tests/support/fragments.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "support/box_builder.h"
+#include "tests/support/box_builder.h"
 
 struct DamagedFile {
   std::string name;  // the defect, and the extension

@@ -1,8 +1,8 @@
 // Writes the damaged files anew: make_damaged_files FOLDER
 #include <cstdio>
 
-#include "corrupt/damaged_files.h"
-#include "support/temp_folder.h"
+#include "tests/corrupt/damaged_files.h"
+#include "tests/support/temp_folder.h"
 
 int main(int count, char** arguments) {
   if (count != 2) {

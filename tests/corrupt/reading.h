@@ -6,8 +6,8 @@
 #include <random>
 #include <string>
 
-#include "corrupt/damaged_files.h"
-#include "plugin/loaded_plugin.h"
+#include "tests/corrupt/damaged_files.h"
+#include "tests/plugin/loaded_plugin.h"
 
 // One character a frame: which frame of the whole file it is that came, ' ' for no bytes, '?' for others, 'x'
 // for a status of failure; for captions '.' where the frame brought none.

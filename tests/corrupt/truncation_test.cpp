@@ -2,9 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "corrupt/reading.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/corrupt/reading.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Mantissas and exponents to coefficients, against the definition.
-#include "block_float.h"
+#include "dsp/block_float.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "kernel_sets.h"
+#include "tests/dsp/kernel_sets.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "ipps_crc.h"
+#include "dsp/ipps_crc.h"
 
 namespace {
 

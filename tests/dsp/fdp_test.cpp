@@ -3,7 +3,7 @@
 #include <cstring>
 #include <vector>
 
-#include "ipps_fdp.h"
+#include "dsp/ipps_fdp.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "kernels.h"
+#include "dsp/kernels/kernels.h"
 
 struct KernelSet {
   std::string name;

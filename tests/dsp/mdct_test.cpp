@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "ipps_mdct.h"
-#include "kernel_sets.h"
+#include "dsp/ipps_mdct.h"
+#include "tests/dsp/kernel_sets.h"
 
 namespace {
 

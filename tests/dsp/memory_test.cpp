@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "ipps_memory.h"
+#include "dsp/ipps_memory.h"
 
 // The address sanitizer stops at requests that no machine can meet, unless told otherwise.
 extern "C" const char* __asan_default_options();

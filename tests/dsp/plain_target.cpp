@@ -1,4 +1,4 @@
-#include "kernel_sets.h"
+#include "tests/dsp/kernel_sets.h"
 
 std::vector<KernelSet> AllKernelSets() {
   return {{"plain", &PlainKernels()}};

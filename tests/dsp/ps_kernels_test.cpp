@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "kernel_sets.h"
+#include "tests/dsp/kernel_sets.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <random>
 #include <vector>
 
-#include "ipps_sbr.h"
-#include "kernel_sets.h"
-#include "qmf_plan.h"
-#include "qmf_window.h"
+#include "dsp/ipps_sbr.h"
+#include "dsp/qmf_plan.h"
+#include "dsp/qmf_window.h"
+#include "tests/dsp/kernel_sets.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <hwy/highway.h>
 
-#include "kernel_sets.h"
+#include "tests/dsp/kernel_sets.h"
 
 std::vector<KernelSet> AllKernelSets() {
   std::vector<KernelSet> sets = {{"plain", &PlainKernels()}};

@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-#include "ipps_vector.h"
-#include "kernel_sets.h"
+#include "dsp/ipps_vector.h"
+#include "tests/dsp/kernel_sets.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "ipps_vlc.h"
+#include "dsp/ipps_vlc.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "support/environment.h"
-#include "support/temp_folder.h"
+#include "tests/support/environment.h"
+#include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
 namespace config_test {

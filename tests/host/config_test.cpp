@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/config_store.h"
+#include "tests/host/config_store.h"
 
 namespace {
 

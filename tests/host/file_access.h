@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "support/temp_folder.h"
+#include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
 using Bytes = std::vector<std::uint8_t>;

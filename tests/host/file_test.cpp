@@ -1,8 +1,8 @@
 #include <atomic>
 #include <thread>
 
-#include "host/file_access.h"
-#include "support/system_errors.h"
+#include "tests/host/file_access.h"
+#include "tests/support/system_errors.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/log_capture.h"
+#include "tests/support/log_capture.h"
 #include "vlhost.h"
 
 namespace {

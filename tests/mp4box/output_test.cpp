@@ -1,12 +1,12 @@
-#include "output.h"
+#include "mp4box/output.h"
 
 #include <gmock/gmock.h>
 
 #include <limits>
 
-#include "fourcc.h"
-#include "support/box_builder.h"
-#include "support/temp_folder.h"
+#include "base/fourcc.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

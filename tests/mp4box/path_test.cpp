@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "box.h"
-#include "mp4box/tree_file.h"
+#include "mp4box/box.h"
+#include "tests/mp4box/tree_file.h"
 
 namespace {
 

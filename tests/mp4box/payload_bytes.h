@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "field_reader.h"
-#include "field_writer.h"
-#include "support/box_builder.h"
+#include "mp4box/field_reader.h"
+#include "mp4box/field_writer.h"
+#include "tests/support/box_builder.h"
 
 inline Bytes bytesOf(Mp4Payload& payload) {
   Mp4MemoryOutput out;

@@ -1,4 +1,4 @@
-#include "stream.h"
+#include "mp4box/stream.h"
 
 #include <gmock/gmock.h>
 
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "support/box_builder.h"
-#include "support/temp_folder.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/temp_folder.h"
 #include "vlhost.h"
 
 namespace {

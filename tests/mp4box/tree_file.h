@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string>
 
-#include "box.h"
-#include "stream.h"
-#include "support/box_builder.h"
-#include "support/temp_folder.h"
+#include "mp4box/box.h"
+#include "mp4box/stream.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/temp_folder.h"
 
 class CountingStream : public Mp4Stream {
  public:

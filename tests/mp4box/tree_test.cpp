@@ -5,14 +5,14 @@
 #include <limits>
 #include <memory>
 
-#include "box.h"
-#include "boxes/audio_entry.h"
-#include "boxes/mvhd.h"
-#include "boxes/text_entry.h"
-#include "boxes/tfhd.h"
-#include "boxes/timed_text_entry.h"
-#include "boxes/visual_entry.h"
-#include "mp4box/tree_file.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/audio_entry.h"
+#include "mp4box/boxes/mvhd.h"
+#include "mp4box/boxes/text_entry.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/boxes/timed_text_entry.h"
+#include "mp4box/boxes/visual_entry.h"
+#include "tests/mp4box/tree_file.h"
 #include "vlhost.h"
 
 namespace {

@@ -6,11 +6,11 @@
 #include <set>
 #include <string>
 
-#include "box.h"
-#include "boxes/audio_entry.h"
-#include "boxes/opaque.h"
-#include "boxes/text_item.h"
-#include "boxes/visual_entry.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/audio_entry.h"
+#include "mp4box/boxes/opaque.h"
+#include "mp4box/boxes/text_item.h"
+#include "mp4box/boxes/visual_entry.h"
 
 namespace {
 

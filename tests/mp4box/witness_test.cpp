@@ -4,14 +4,14 @@
 #include <cstring>
 #include <set>
 
-#include "box.h"
-#include "boxes/mdhd.h"
-#include "boxes/tfhd.h"
-#include "mp4box/payload_bytes.h"
-#include "mp4box/tree_file.h"
-#include "setup.h"
-#include "support/ffmpeg.h"
-#include "write.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/mdhd.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/write.h"
+#include "recording/write/default_boxes.h"
+#include "tests/mp4box/payload_bytes.h"
+#include "tests/mp4box/tree_file.h"
+#include "tests/support/ffmpeg.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Setting up and writing the initialisation part of a file.
 #include <gtest/gtest.h>
 
-#include "setup.h"
-#include "support/box_builder.h"
-#include "write.h"
+#include "mp4box/write.h"
+#include "recording/write/default_boxes.h"
+#include "tests/support/box_builder.h"
 
 namespace {
 

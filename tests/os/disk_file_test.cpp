@@ -1,11 +1,11 @@
-#include "disk_file.h"
+#include "os/disk_file.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 
-#include "support/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
-#include "replace_file.h"
+#include "os/replace_file.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "os/replaced_file.h"
-#include "support/system_errors.h"
-#include "support/temp_folder.h"
+#include "tests/os/replaced_file.h"
+#include "tests/support/system_errors.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <system_error>
 
-#include "replace_file.h"
-#include "support/temp_folder.h"
+#include "os/replace_file.h"
+#include "tests/support/temp_folder.h"
 
 inline std::string contentOf(const std::string& path) {
   const auto bytes = readFile(path);

@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "audio_track.h"
+#include "plugin/audio_track.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <filesystem>
 
-#include "boxes/trun.h"
-#include "recording.h"
-#include "support/log_capture.h"
+#include "mp4box/boxes/trun.h"
+#include "tests/plugin/recording.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -6,12 +6,12 @@
 #include <utility>
 #include <vector>
 
-#include "audio/streams.h"
-#include "loaded_plugin.h"
-#include "places.h"
-#include "support/ffmpeg.h"
-#include "support/fragments.h"
-#include "support/temp_folder.h"
+#include "tests/audio/streams.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 // A coded stereo sound at 48 kHz.
 struct CodedSound {

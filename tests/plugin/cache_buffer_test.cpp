@@ -1,5 +1,5 @@
 // The class that hosts derive from, as they do it.
-#include "cache_buffer.h"
+#include "support/cache_buffer.h"
 
 #include <gtest/gtest.h>
 

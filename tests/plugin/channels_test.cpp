@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "loaded_plugin.h"
-#include "sound.h"
-#include "sound_clip.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "loaded_plugin.h"
 #include "qvrutil.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

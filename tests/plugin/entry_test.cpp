@@ -4,10 +4,10 @@
 #include <array>
 #include <cstring>
 
-#include "loaded_plugin.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "file_set.h"
+#include "streaming/lists/file_set.h"
 
 #include <gtest/gtest.h>
 
-#include "support/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -6,12 +6,12 @@
 
 #include <functional>
 
-#include "audio/streams.h"
-#include "boxes/tfdt.h"
-#include "places.h"
-#include "recording.h"
-#include "sound.h"
-#include "support/run.h"
+#include "mp4box/boxes/tfdt.h"
+#include "tests/audio/streams.h"
+#include "tests/plugin/recording.h"
+#include "tests/plugin/sound.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "mediafile.h"
-#include "places.h"
+#include "tests/support/places.h"
 #include "vlutil.h"
 
 struct Plugin {

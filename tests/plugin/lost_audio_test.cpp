@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <random>
 
-#include "built_clip.h"
-#include "loaded_plugin.h"
-#include "sound.h"
-#include "sound_clip.h"
-#include "support/log_capture.h"
+#include "tests/plugin/built_clip.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

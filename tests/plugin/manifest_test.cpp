@@ -6,11 +6,11 @@
 #include <cstdio>
 #include <fstream>
 
-#include "loaded_plugin.h"
-#include "support/ffmpeg.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "loaded_plugin.h"
+#include "tests/plugin/loaded_plugin.h"
 
 namespace {
 

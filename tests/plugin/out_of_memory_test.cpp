@@ -2,16 +2,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "box.h"
-#include "built_clip.h"
-#include "loaded_plugin.h"
-#include "places.h"
-#include "recording.h"
-#include "sound.h"
-#include "support/controlled_new.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "mp4box/box.h"
+#include "tests/plugin/built_clip.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/recording.h"
+#include "tests/plugin/sound.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

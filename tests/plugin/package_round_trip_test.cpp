@@ -1,11 +1,11 @@
 // Real media recorded by `fmp4 package` and read back: the same pictures and the same sound.
 #include <gtest/gtest.h>
 
-#include "loaded_plugin.h"
-#include "places.h"
-#include "sound.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 
 #include <fstream>
 
-#include "loaded_plugin.h"
-#include "support/ffmpeg.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
-#include "support/turkish_locale.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
+#include "tests/support/turkish_locale.h"
 
 namespace {
 

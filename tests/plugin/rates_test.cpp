@@ -1,4 +1,4 @@
-#include "rates.h"
+#include "plugin/rates.h"
 
 #include <gtest/gtest.h>
 

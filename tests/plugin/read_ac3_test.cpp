@@ -6,15 +6,15 @@
 #include <cstring>
 #include <numeric>
 
-#include "audio/ffmpeg_place.h"
-#include "audio/ffmpeg_stand_in.h"
-#include "loaded_plugin.h"
-#include "sound.h"
-#include "sound_clip.h"
-#include "support/ffmpeg.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/audio/ffmpeg_place.h"
+#include "tests/audio/ffmpeg_stand_in.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

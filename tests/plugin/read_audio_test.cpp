@@ -4,14 +4,14 @@
 
 #include <cmath>
 
-#include "built_clip.h"
-#include "loaded_plugin.h"
-#include "places.h"
-#include "sound.h"
-#include "sound_clip.h"
-#include "support/ffmpeg.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/built_clip.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

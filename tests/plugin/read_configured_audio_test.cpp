@@ -1,14 +1,14 @@
 // AAC tracks whose configuration says what the headers ahead of their samples cannot.
 #include <gtest/gtest.h>
 
-#include "audio/aac_configurations.h"
-#include "audio/aac_generator.h"
-#include "audio/streams.h"
-#include "loaded_plugin.h"
-#include "sound_clip.h"
-#include "support/fragments.h"
-#include "support/log_capture.h"
-#include "support/temp_folder.h"
+#include "tests/audio/aac_configurations.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/streams.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/fragments.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -4,14 +4,14 @@
 #include <cmath>
 #include <cstring>
 
-#include "audio/aac_generator.h"
-#include "audio/bit_writer.h"
-#include "audio/streams.h"
-#include "loaded_plugin.h"
-#include "places.h"
-#include "sound_clip.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/audio/aac_generator.h"
+#include "tests/audio/bit_writer.h"
+#include "tests/audio/streams.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

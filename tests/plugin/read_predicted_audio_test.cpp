@@ -1,8 +1,8 @@
 // AAC tracks of the object types Main and LTP read through the plug-in.
 #include <gtest/gtest.h>
 
-#include "audio/streams.h"
-#include "sound_clip.h"
+#include "tests/audio/streams.h"
+#include "tests/plugin/sound_clip.h"
 
 namespace {
 

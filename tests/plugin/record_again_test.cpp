@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <map>
 
-#include "recording.h"
+#include "tests/plugin/recording.h"
 
 namespace {
 

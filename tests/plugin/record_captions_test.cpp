@@ -1,9 +1,9 @@
 // Recording captions beside the frames, and reading them back.
 #include <gtest/gtest.h>
 
-#include "boxes/tfhd.h"
-#include "boxes/trun.h"
-#include "recording.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/boxes/trun.h"
+#include "tests/plugin/recording.h"
 
 namespace {
 

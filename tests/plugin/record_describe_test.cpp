@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "recording.h"
-#include "support/log_capture.h"
+#include "tests/plugin/recording.h"
+#include "tests/support/log_capture.h"
 #include "vlhost.h"
 
 namespace {

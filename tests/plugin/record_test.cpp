@@ -4,12 +4,12 @@
 
 #include <filesystem>
 
-#include "boxes/mfhd.h"
-#include "boxes/sidx.h"
-#include "boxes/tfdt.h"
-#include "boxes/tfhd.h"
-#include "boxes/trun.h"
-#include "recording.h"
+#include "mp4box/boxes/mfhd.h"
+#include "mp4box/boxes/sidx.h"
+#include "mp4box/boxes/tfdt.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/boxes/trun.h"
+#include "tests/plugin/recording.h"
 
 namespace {
 

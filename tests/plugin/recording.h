@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "box.h"
-#include "loaded_plugin.h"
-#include "support/box_builder.h"
-#include "support/temp_folder.h"
+#include "mp4box/box.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/temp_folder.h"
 
 inline MFXOPEN writeRequest(const std::string& path, std::uint32_t openFlags = 0) {
   return {147,

@@ -1,7 +1,7 @@
 // What is recorded reads back the same, by its media and by its manifest.
 #include <gtest/gtest.h>
 
-#include "recording.h"
+#include "tests/plugin/recording.h"
 
 namespace {
 

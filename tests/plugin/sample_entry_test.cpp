@@ -4,12 +4,12 @@
 
 #include <functional>
 
-#include "loaded_plugin.h"
-#include "sound.h"
-#include "sound_clip.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/plugin/sound_clip.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "loaded_plugin.h"
+#include "tests/plugin/loaded_plugin.h"
 
 using Samples = std::vector<std::int16_t>;
 

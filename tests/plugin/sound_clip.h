@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "audio/streams.h"
-#include "loaded_plugin.h"
-#include "sound.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/audio/streams.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/plugin/sound.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
 
 // Container options: many fragments, behind a movie box that waits for the first packets' configuration.
 inline const std::vector<std::string> kFragments = {"-movflags", "delay_moov", "-frag_duration", "300000"};

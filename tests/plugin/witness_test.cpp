@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <random>
 
-#include "loaded_plugin.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 // the price of any other. Five frames a second, so that it stays a test; bench/record.cpp has a full one.
 #include <random>
 
-#include "boxes/tfdt.h"
-#include "corrupt/counted_reads.h"
-#include "recovery.h"
-#include "support/controlled_new.h"
+#include "mp4box/boxes/tfdt.h"
+#include "tests/corrupt/counted_reads.h"
+#include "tests/recovery/recovery.h"
+#include "tests/support/controlled_new.h"
 
 namespace {
 

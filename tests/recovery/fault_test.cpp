@@ -1,6 +1,6 @@
 // Writes, waits for the disk and replacements that fail at any point of a recording.
-#include "recovery.h"
-#include "support/log_capture.h"
+#include "tests/recovery/recovery.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 
@@ -108,7 +108,7 @@ TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesWhole) {
       {
         LogCapture log;
         setFaults({fault, n});
-        EXPECT_THROW(repairRecording(folder.file("out.m4v")), ToolError);
+        EXPECT_THROW(repairRecording(folder.file("out.m4v")), UserError);
         setFaults({});
       }
       repairRecording(folder.file("out.m4v"));

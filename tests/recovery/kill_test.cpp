@@ -4,8 +4,8 @@
 
 #include <random>
 
-#include "recovery.h"
-#include "support/ffmpeg.h"
+#include "tests/recovery/recovery.h"
+#include "tests/support/ffmpeg.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Memory that ends at any allocation of probing, opening, describing, reading, seeking, recording and
 // closing: nothing crashes, no exception reaches the host, and what was listed plays.
-#include "boxes/tfhd.h"
-#include "movie.h"
-#include "recovery.h"
-#include "support/controlled_new.h"
-#include "support/ffmpeg.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/movie.h"
+#include "tests/recovery/recovery.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/ffmpeg.h"
 #include "vlhost.h"
 
 namespace {

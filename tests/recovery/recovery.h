@@ -8,14 +8,14 @@
 #include <regex>
 #include <string>
 
-#include "boxes/sidx.h"
-#include "boxes/trun.h"
-#include "commands.h"
-#include "plugin/recording.h"
-#include "repair.h"
-#include "source_file.h"
-#include "support/fault_host.h"
-#include "verify.h"
+#include "base/user_error.h"
+#include "mp4box/boxes/sidx.h"
+#include "mp4box/boxes/trun.h"
+#include "recording/check/repair.h"
+#include "recording/check/verify.h"
+#include "tests/plugin/recording.h"
+#include "tests/support/fault_host.h"
+#include "tool/source/source_file.h"
 
 // A key frame every two frames: fragments of 2 frames, segments of 20.
 inline constexpr std::uint32_t kInterval = 2;
@@ -212,7 +212,7 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
   const bool hasMovie = BoxFile(media).topLevel().starts_with("ftyp moov") &&
                         BoxFile(media).root->first->next->end() <= std::filesystem::file_size(media);
   if (!hasMovie) {
-    EXPECT_THROW(repairRecording(media), ToolError);
+    EXPECT_THROW(repairRecording(media), UserError);
     return;
   }
   const auto listed = listedIn(folder);

@@ -1,6 +1,6 @@
 // A host that takes less of a write than it is given, and says how much.
-#include "output.h"
-#include "recovery.h"
+#include "mp4box/output.h"
+#include "tests/recovery/recovery.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // What a list names is on the disk before the list names it, at every segment.
-#include "recovery.h"
+#include "tests/recovery/recovery.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // it there would have written.
 #include <gmock/gmock.h>
 
-#include "recovery.h"
+#include "tests/recovery/recovery.h"
 
 namespace {
 
@@ -190,7 +190,7 @@ TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {
   const Verification found = verifyRecording(folder.file("out.m4v"));
   EXPECT_FALSE(found.problems.repairable());
   EXPECT_THAT(problemsOf(found), HasSubstr("whole fragments stand behind the damage"));
-  EXPECT_THROW(repairRecording(folder.file("out.m4v")), ToolError);
+  EXPECT_THROW(repairRecording(folder.file("out.m4v")), UserError);
   EXPECT_EQ(filesOf(folder), files);
 }
 
@@ -200,7 +200,7 @@ TEST(Repaired, WhatIsBeingWrittenIsLeftAlone) {
   writeAll(*file, kPictureAlone, kSegmentFrames + 6);
   const auto before = filesOf(folder);
   EXPECT_TRUE(verifyRecording(folder.file("out.m4v")).beingWritten);
-  EXPECT_THROW(repairRecording(folder.file("out.m4v")), ToolError);
+  EXPECT_THROW(repairRecording(folder.file("out.m4v")), UserError);
   EXPECT_EQ(filesOf(folder), before);
   EXPECT_EQ(closeFile(file), VL_OK);
   EXPECT_EQ(verifyRecording(folder.file("out.m4v")).problems.count(), 0u);

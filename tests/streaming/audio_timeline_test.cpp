@@ -1,8 +1,8 @@
-#include "audio_timeline.h"
+#include "streaming/index/audio_timeline.h"
 
 #include <gtest/gtest.h>
 
-#include "index_fixture.h"
+#include "tests/streaming/index_fixture.h"
 
 namespace {
 

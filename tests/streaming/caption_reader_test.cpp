@@ -1,10 +1,10 @@
-#include "caption_reader.h"
+#include "streaming/index/caption_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "index_fixture.h"
-#include "support/log_capture.h"
+#include "tests/streaming/index_fixture.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "file_ranges.h"
+#include "streaming/index/file_ranges.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
-#include "fragment_index.h"
+#include "streaming/index/fragment_index.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "index_fixture.h"
-#include "seek.h"
-#include "support/controlled_new.h"
-#include "support/log_capture.h"
+#include "streaming/index/seek.h"
+#include "tests/streaming/index_fixture.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 
 #include <memory>
 
-#include "fragment_index.h"
-#include "support/box_builder.h"
-#include "support/fragments.h"
-#include "track_cursor.h"
+#include "streaming/index/fragment_index.h"
+#include "streaming/index/track_cursor.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/fragments.h"
 
 // Track defaults as a "trex" gives them.
 inline mp4::TrackExtendsBox trackDefaults(std::uint32_t duration, std::uint32_t size = 0,

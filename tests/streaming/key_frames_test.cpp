@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "index_fixture.h"
-#include "seek.h"
-#include "support/log_capture.h"
+#include "streaming/index/seek.h"
+#include "tests/streaming/index_fixture.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <fstream>
 #include <iterator>
 
-#include "mpd_writer.h"
-#include "playlist_writer.h"
-#include "support/comma_locale.h"
-#include "support/controlled_new.h"
-#include "support/temp_folder.h"
+#include "streaming/lists/mpd_writer.h"
+#include "streaming/lists/playlist_writer.h"
+#include "tests/support/comma_locale.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "manifest_reader.h"
+#include "streaming/lists/manifest_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/comma_locale.h"
-#include "support/controlled_new.h"
-#include "support/turkish_locale.h"
+#include "tests/support/comma_locale.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/turkish_locale.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Which duration counts as a track's where its samples differ.
-#include "nominal_duration.h"
+#include "streaming/index/nominal_duration.h"
 
 #include <gtest/gtest.h>
 
-#include "index_fixture.h"
+#include "tests/streaming/index_fixture.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // What opening a long recording costs, in host reads, bytes and memory rather than in seconds.
 #include <gtest/gtest.h>
 
-#include "fragment_index.h"
-#include "seek.h"
-#include "support/controlled_new.h"
-#include "support/day_file.h"
-#include "support/temp_folder.h"
+#include "streaming/index/fragment_index.h"
+#include "streaming/index/seek.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/day_file.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "caption_reader.h"
-#include "index_fixture.h"
-#include "support/controlled_new.h"
-#include "support/log_capture.h"
+#include "streaming/index/caption_reader.h"
+#include "tests/streaming/index_fixture.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "track_cursor.h"
+#include "streaming/index/track_cursor.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "index_fixture.h"
-#include "seek.h"
-#include "support/log_capture.h"
+#include "streaming/index/seek.h"
+#include "tests/streaming/index_fixture.h"
+#include "tests/support/log_capture.h"
 
 namespace {
 

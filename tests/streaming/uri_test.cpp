@@ -1,5 +1,5 @@
 // Names as lists refer to them.
-#include "uri.h"
+#include "streaming/lists/uri.h"
 
 #include <gtest/gtest.h>
 

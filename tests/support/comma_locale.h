@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "support/compiled_locale.h"
+#include "tests/support/compiled_locale.h"
 
 // While one is alive, the process runs under a German locale.
 class CommaLocale : public CompiledLocale {

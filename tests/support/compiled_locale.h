@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "support/environment.h"
-#include "support/temp_folder.h"
+#include "tests/support/environment.h"
+#include "tests/support/temp_folder.h"
 
 // While one is alive, the process runs under a locale compiled for it: of `language` ("de_DE") in `charset`
 // ("UTF-8"); on Windows `windowsName`. One at a time. Throws std::runtime_error when that cannot be had.

@@ -1,4 +1,4 @@
-#include "support/controlled_new.h"
+#include "tests/support/controlled_new.h"
 
 #include <malloc.h>
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "support/fragments.h"
+#include "tests/support/fragments.h"
 
 struct DayFile {
   std::uint32_t fragments = 86400;        // of one second

@@ -1,4 +1,4 @@
-#include "support/fault_host.h"
+#include "tests/support/fault_host.h"
 
 #include <dlfcn.h>
 #include <signal.h>

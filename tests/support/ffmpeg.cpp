@@ -1,9 +1,9 @@
-#include "support/ffmpeg.h"
+#include "tests/support/ffmpeg.h"
 
 #include <functional>
 
-#include "places.h"
-#include "support/temp_folder.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace fs = std::filesystem;
 

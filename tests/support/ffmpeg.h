@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "support/run.h"
+#include "tests/support/run.h"
 
 // Makes `output` with ffmpeg: inputs, then options, in `arguments`. One thread and no dates or versions in
 // the output, so that a run is repeatable; generated media are made once and kept in build/media. Throws

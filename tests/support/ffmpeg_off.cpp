@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "support/environment.h"
-#include "support/temp_folder.h"
+#include "tests/support/environment.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

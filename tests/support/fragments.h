@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/box_builder.h"
+#include "tests/support/box_builder.h"
 
 inline constexpr std::uint32_t kRunDataOffset = 0x001, kRunFirstFlags = 0x004, kRunDuration = 0x100,
                                kRunSize = 0x200, kRunFlags = 0x400, kRunComposition = 0x800;

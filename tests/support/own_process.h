@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <string>
 
-#include "support/environment.h"
-#include "support/run.h"
-#include "vlpath.h"
+#include "os/path_name.h"
+#include "tests/support/environment.h"
+#include "tests/support/run.h"
 
 #if defined(_WIN32)
 #include <windows.h>

@@ -28,7 +28,7 @@ inline RunResult runOrThrow(const std::vector<std::string>& command) {
 }
 
 #if defined(_WIN32)
-#include "support/win32/run.h"
+#include "tests/support/win32/run.h"
 #else
-#include "support/posix/run.h"
+#include "tests/support/posix/run.h"
 #endif

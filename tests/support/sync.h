@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/ffmpeg.h"
+#include "tests/support/ffmpeg.h"
 
 // The times in seconds, as the file has them, at which the values that a filter of ffmpeg gives under `tag`
 // rise above `threshold`.

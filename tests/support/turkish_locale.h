@@ -3,7 +3,7 @@
 
 #include <cctype>
 
-#include "support/compiled_locale.h"
+#include "tests/support/compiled_locale.h"
 
 // While one is alive, the process runs under a Turkish locale of single-byte characters.
 class TurkishLocale : public CompiledLocale {

@@ -1,8 +1,8 @@
-#include "annexb.h"
+#include "tool/export/annexb.h"
 
 #include <gtest/gtest.h>
 
-#include "support/box_builder.h"
+#include "tests/support/box_builder.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "fmp4.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "fmp4.h"
-#include "lost_sound.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
-#include "wave_header.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
+#include "tool/export/lost_sound.h"
+#include "tool/export/wave_header.h"
 
 namespace {
 

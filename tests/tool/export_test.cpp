@@ -1,12 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "fmp4.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/fragments.h"
-#include "support/temp_folder.h"
-#include "wave_header.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
+#include "tool/export/wave_header.h"
 
 namespace {
 

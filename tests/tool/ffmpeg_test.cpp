@@ -1,17 +1,17 @@
 // FFmpeg's libraries where users put them: beside the program.
-#include "support/ffmpeg.h"
+#include "tests/support/ffmpeg.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include "audio/ffmpeg_place.h"
-#include "places.h"
-#include "support/box_builder.h"
-#include "support/environment.h"
-#include "support/fragments.h"
-#include "support/temp_folder.h"
+#include "tests/audio/ffmpeg_place.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/environment.h"
+#include "tests/support/fragments.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "field_printer.h"
+#include "tool/terminal/field_printer.h"
 
 #include <gtest/gtest.h>
 

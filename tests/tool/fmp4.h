@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "places.h"
-#include "support/run.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
 
 inline RunResult fmp4(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {VL_BIN_DIR "/fmp4"};

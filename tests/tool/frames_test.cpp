@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "fmp4.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "fmp4.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
-#include "vlpath.h"
+#include "os/path_name.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

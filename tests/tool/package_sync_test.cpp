@@ -5,12 +5,12 @@
 #include <cmath>
 #include <fstream>
 
-#include "fmp4.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/fragments.h"
-#include "support/sync.h"
-#include "support/temp_folder.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
+#include "tests/support/sync.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

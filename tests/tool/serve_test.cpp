@@ -5,9 +5,9 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "fmp4.h"
-#include "folder_recordings.h"
-#include "serving.h"
+#include "tests/tool/fmp4.h"
+#include "tests/tool/serving.h"
+#include "tool/serve/folder_recordings.h"
 
 namespace {
 

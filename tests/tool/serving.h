@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "support/temp_folder.h"
-#include "vlpath.h"
-#include "web_server.h"
+#include "os/path_name.h"
+#include "tests/support/temp_folder.h"
+#include "tool/serve/web_server.h"
 
 inline void writeText(const std::filesystem::path& path, const std::string& text) {
   writeFile(path, {text.begin(), text.end()});

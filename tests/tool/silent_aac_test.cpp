@@ -1,14 +1,14 @@
 // Access units of silence, held against ffmpeg's decoder.
-#include "silent_aac.h"
+#include "tool/package/silent_aac.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "source_file.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
+#include "tool/source/source_file.h"
 
 namespace {
 

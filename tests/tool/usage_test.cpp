@@ -3,9 +3,9 @@
 
 #include <filesystem>
 
-#include "fmp4.h"
-#include "places.h"
-#include "support/temp_folder.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

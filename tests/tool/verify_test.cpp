@@ -7,12 +7,12 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "bytes.h"
-#include "fmp4.h"
-#include "places.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
+#include "base/bytes.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

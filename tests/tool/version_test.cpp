@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "fmp4.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "wave_header.h"
+#include "tool/export/wave_header.h"
 
 #include <gtest/gtest.h>
 

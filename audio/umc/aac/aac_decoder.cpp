@@ -1,15 +1,15 @@
-#include "aac_decoder.h"
+#include "audio/umc/aac/aac_decoder.h"
 
 #include <iterator>
 
-#include "audio_data.h"
-#include "codebooks.h"
-#include "filter_bank.h"
-#include "ps_codebooks.h"
-#include "render.h"
-#include "sbr_codebooks.h"
-#include "sbr_decoder.h"
-#include "stream_decoder.h"
+#include "audio/umc/aac/core/codebooks.h"
+#include "audio/umc/aac/core/filter_bank.h"
+#include "audio/umc/aac/ps/codebooks.h"
+#include "audio/umc/aac/render.h"
+#include "audio/umc/aac/sbr/codebooks.h"
+#include "audio/umc/aac/sbr/sbr_decoder.h"
+#include "audio/umc/aac/stream_decoder.h"
+#include "audio/umc/audio_data.h"
 
 namespace UMC {
 

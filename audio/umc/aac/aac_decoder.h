@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base_codec.h"
-#include "decoder_memory.h"
+#include "audio/umc/aac/decoder_memory.h"
+#include "audio/umc/base_codec.h"
 
 namespace UMC {
 

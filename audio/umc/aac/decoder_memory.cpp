@@ -1,11 +1,11 @@
-#include "decoder_memory.h"
+#include "audio/umc/aac/decoder_memory.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <new>
 
-#include "decoder_state.h"
-#include "sbr_decoder.h"
+#include "audio/umc/aac/decoder_state.h"
+#include "audio/umc/aac/sbr/sbr_decoder.h"
 
 namespace UMC::aac {
 

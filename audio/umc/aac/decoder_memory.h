@@ -1,8 +1,8 @@
 // A decoder's memory: blocks of an allocator, which may move them between operations.
 #pragma once
 
-#include "memory_allocator.h"
-#include "status.h"
+#include "audio/umc/memory_allocator.h"
+#include "audio/umc/status.h"
 
 namespace UMC::aac {
 

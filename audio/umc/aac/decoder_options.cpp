@@ -1,4 +1,4 @@
-#include "decoder_options.h"
+#include "audio/umc/aac/decoder_options.h"
 
 namespace UMC::aac {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "codec_params.h"
+#include "audio/umc/codec_params.h"
 
 namespace UMC::aac {
 

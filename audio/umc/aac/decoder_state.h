@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "audio_specific_config.h"
-#include "decoder_options.h"
-#include "filter_bank.h"
-#include "layout.h"
-#include "mixdown.h"
-#include "raw_data_block.h"
+#include "audio/umc/aac/core/filter_bank.h"
+#include "audio/umc/aac/core/mixdown.h"
+#include "audio/umc/aac/decoder_options.h"
+#include "audio/umc/aac/raw_data_block.h"
+#include "base/aac/audio_specific_config.h"
+#include "base/aac/layout.h"
 
 namespace UMC::aac {
 

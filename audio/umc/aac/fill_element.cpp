@@ -1,4 +1,4 @@
-#include "fill_element.h"
+#include "audio/umc/aac/fill_element.h"
 
 namespace UMC::aac {
 

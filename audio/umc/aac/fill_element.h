@@ -1,8 +1,8 @@
 // fill_element(): what may stand in it, found but not read (ISO/IEC 14496-3, 4.4.2.7).
 #pragma once
 
-#include "bit_window.h"
-#include "sbr_data.h"
+#include "audio/umc/aac/sbr/data.h"
+#include "base/bit_window.h"
 
 namespace UMC::aac {
 

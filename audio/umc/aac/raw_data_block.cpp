@@ -1,11 +1,11 @@
-#include "raw_data_block.h"
+#include "audio/umc/aac/raw_data_block.h"
 
 #include <algorithm>
 
-#include "fill_element.h"
-#include "individual_channel_stream.h"
-#include "ipps_crc.h"
-#include "noise.h"
+#include "audio/umc/aac/core/individual_channel_stream.h"
+#include "audio/umc/aac/core/noise.h"
+#include "audio/umc/aac/fill_element.h"
+#include "dsp/ipps_crc.h"
 
 namespace UMC::aac {
 

@@ -3,16 +3,16 @@
 
 #include <cstdint>
 
-#include "bit_window.h"
-#include "channel_stream.h"
-#include "codebooks.h"
-#include "coupling.h"
-#include "filter_bank.h"
-#include "ipps_types.h"
-#include "layout.h"
-#include "program_config.h"
-#include "sbr_data.h"
-#include "stereo.h"
+#include "audio/umc/aac/core/channel_stream.h"
+#include "audio/umc/aac/core/codebooks.h"
+#include "audio/umc/aac/core/coupling.h"
+#include "audio/umc/aac/core/filter_bank.h"
+#include "audio/umc/aac/core/stereo.h"
+#include "audio/umc/aac/sbr/data.h"
+#include "base/aac/layout.h"
+#include "base/aac/program_config.h"
+#include "base/bit_window.h"
+#include "dsp/ipps_types.h"
 
 namespace UMC::aac {
 

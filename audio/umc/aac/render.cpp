@@ -1,9 +1,9 @@
-#include "render.h"
+#include "audio/umc/aac/render.h"
 
 #include <algorithm>
 
-#include "ipps_vector.h"
-#include "sbr_decoder.h"
+#include "audio/umc/aac/sbr/sbr_decoder.h"
+#include "dsp/ipps_vector.h"
 
 namespace UMC::aac {
 

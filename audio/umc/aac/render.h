@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "decoder_memory.h"
-#include "decoder_state.h"
+#include "audio/umc/aac/decoder_memory.h"
+#include "audio/umc/aac/decoder_state.h"
 
 namespace UMC::aac {
 

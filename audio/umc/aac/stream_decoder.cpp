@@ -1,12 +1,12 @@
-#include "stream_decoder.h"
+#include "audio/umc/aac/stream_decoder.h"
 
 #include <algorithm>
 
-#include "adif.h"
-#include "adts.h"
-#include "als_config.h"
-#include "ipps_crc.h"
-#include "render.h"
+#include "audio/umc/aac/core/adif.h"
+#include "audio/umc/aac/core/adts.h"
+#include "audio/umc/aac/core/als_config.h"
+#include "audio/umc/aac/render.h"
+#include "dsp/ipps_crc.h"
 
 namespace UMC::aac {
 

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "audio_specific_config.h"
-#include "decoder_memory.h"
-#include "status.h"
+#include "audio/umc/aac/decoder_memory.h"
+#include "audio/umc/status.h"
+#include "base/aac/audio_specific_config.h"
 
 namespace UMC::aac {
 

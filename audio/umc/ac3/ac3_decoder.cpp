@@ -1,13 +1,13 @@
-#include "ac3_decoder.h"
+#include "audio/umc/ac3/ac3_decoder.h"
 
 #include <algorithm>
 #include <iterator>
 #include <new>
 
-#include "ac3_state.h"
-#include "audio_data.h"
-#include "frame_decoder.h"
-#include "transform.h"
+#include "audio/umc/ac3/ac3_state.h"
+#include "audio/umc/ac3/frame_decoder.h"
+#include "audio/umc/ac3/transform.h"
+#include "audio/umc/audio_data.h"
 
 namespace UMC {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base_codec.h"
+#include "audio/umc/base_codec.h"
 
 namespace UMC {
 

@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "audio_block.h"
-#include "bit_stream_information.h"
-#include "output_options.h"
-#include "sync_frame.h"
-#include "transform.h"
+#include "audio/umc/ac3/audio_block.h"
+#include "audio/umc/ac3/bit_stream_information.h"
+#include "audio/umc/ac3/output_options.h"
+#include "audio/umc/ac3/sync_frame.h"
+#include "audio/umc/ac3/transform.h"
 
 namespace UMC::ac3 {
 

@@ -1,9 +1,9 @@
-#include "audio_block.h"
+#include "audio/umc/ac3/audio_block.h"
 
 #include <algorithm>
 
-#include "exponents.h"
-#include "mantissas.h"
+#include "audio/umc/ac3/exponents.h"
+#include "audio/umc/ac3/mantissas.h"
 
 namespace UMC::ac3 {
 

@@ -3,13 +3,13 @@
 
 #include <cstdint>
 
-#include "bit_stream_information.h"
-#include "bit_window.h"
-#include "channel_coupling.h"
-#include "coded_channel.h"
-#include "dither.h"
-#include "rematrixing.h"
-#include "sync_frame.h"
+#include "audio/umc/ac3/bit_stream_information.h"
+#include "audio/umc/ac3/channel_coupling.h"
+#include "audio/umc/ac3/coded_channel.h"
+#include "audio/umc/ac3/dither.h"
+#include "audio/umc/ac3/rematrixing.h"
+#include "audio/umc/ac3/sync_frame.h"
+#include "base/bit_window.h"
 
 namespace UMC::ac3 {
 

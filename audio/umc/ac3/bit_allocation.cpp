@@ -1,10 +1,10 @@
-#include "bit_allocation.h"
+#include "audio/umc/ac3/bit_allocation.h"
 
 #include <algorithm>
 #include <array>
 
-#include "bit_allocation_tables.h"
-#include "exponents.h"
+#include "audio/umc/ac3/bit_allocation_tables.h"
+#include "audio/umc/ac3/exponents.h"
 
 namespace UMC::ac3 {
 

@@ -1,4 +1,4 @@
-#include "bit_stream_information.h"
+#include "audio/umc/ac3/bit_stream_information.h"
 
 #include <algorithm>
 #include <cstddef>

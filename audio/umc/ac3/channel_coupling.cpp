@@ -1,9 +1,9 @@
-#include "channel_coupling.h"
+#include "audio/umc/ac3/channel_coupling.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "ipps_vector.h"
+#include "dsp/ipps_vector.h"
 
 namespace UMC::ac3 {
 

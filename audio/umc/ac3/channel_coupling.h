@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "bit_stream_information.h"
-#include "bit_window.h"
-#include "coded_channel.h"
+#include "audio/umc/ac3/bit_stream_information.h"
+#include "audio/umc/ac3/coded_channel.h"
+#include "base/bit_window.h"
 
 namespace UMC::ac3 {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "bit_allocation.h"
+#include "audio/umc/ac3/bit_allocation.h"
 
 namespace UMC::ac3 {
 

@@ -1,4 +1,4 @@
-#include "crc.h"
+#include "audio/umc/ac3/crc.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "dither.h"
+#include "audio/umc/ac3/dither.h"
 
 namespace UMC::ac3 {
 

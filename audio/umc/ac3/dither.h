@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "block_float.h"
+#include "dsp/block_float.h"
 
 namespace UMC::ac3 {
 

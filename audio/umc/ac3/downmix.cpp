@@ -1,4 +1,4 @@
-#include "downmix.h"
+#include "audio/umc/ac3/downmix.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // The way from a stream's channels to those of the output (ATSC A/52, 7.8).
 #pragma once
 
-#include "bit_stream_information.h"
-#include "coded_channel.h"
+#include "audio/umc/ac3/bit_stream_information.h"
+#include "audio/umc/ac3/coded_channel.h"
 
 namespace UMC::ac3 {
 

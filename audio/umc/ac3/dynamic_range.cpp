@@ -1,4 +1,4 @@
-#include "dynamic_range.h"
+#include "audio/umc/ac3/dynamic_range.h"
 
 namespace UMC::ac3 {
 

@@ -1,4 +1,4 @@
-#include "exponents.h"
+#include "audio/umc/ac3/exponents.h"
 
 #include <array>
 #include <cstring>

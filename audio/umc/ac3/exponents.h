@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "bit_window.h"
+#include "base/bit_window.h"
 
 namespace UMC::ac3 {
 

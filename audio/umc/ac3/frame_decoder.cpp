@@ -1,11 +1,11 @@
-#include "frame_decoder.h"
+#include "audio/umc/ac3/frame_decoder.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "downmix.h"
-#include "dynamic_range.h"
-#include "ipps_vector.h"
+#include "audio/umc/ac3/downmix.h"
+#include "audio/umc/ac3/dynamic_range.h"
+#include "dsp/ipps_vector.h"
 
 namespace UMC::ac3 {
 

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "ac3_state.h"
-#include "status.h"
+#include "audio/umc/ac3/ac3_state.h"
+#include "audio/umc/status.h"
 
 namespace UMC::ac3 {
 

@@ -1,4 +1,4 @@
-#include "mantissas.h"
+#include "audio/umc/ac3/mantissas.h"
 
 #include <algorithm>
 #include <array>

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "bit_window.h"
-#include "coded_channel.h"
+#include "audio/umc/ac3/coded_channel.h"
+#include "base/bit_window.h"
 
 namespace UMC::ac3 {
 

@@ -1,4 +1,4 @@
-#include "output_options.h"
+#include "audio/umc/ac3/output_options.h"
 
 namespace UMC::ac3 {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "bit_stream_information.h"
-#include "codec_params.h"
+#include "audio/umc/ac3/bit_stream_information.h"
+#include "audio/umc/codec_params.h"
 
 namespace UMC::ac3 {
 

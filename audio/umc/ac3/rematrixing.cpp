@@ -1,8 +1,8 @@
-#include "rematrixing.h"
+#include "audio/umc/ac3/rematrixing.h"
 
 #include <algorithm>
 
-#include "ipps_vector.h"
+#include "dsp/ipps_vector.h"
 
 namespace UMC::ac3 {
 

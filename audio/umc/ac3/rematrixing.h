@@ -1,8 +1,8 @@
 // Rematrixing: sums and differences of the two channels of 2/0, band by band (ATSC A/52, 7.5).
 #pragma once
 
-#include "bit_window.h"
-#include "channel_coupling.h"
+#include "audio/umc/ac3/channel_coupling.h"
+#include "base/bit_window.h"
 
 namespace UMC::ac3 {
 

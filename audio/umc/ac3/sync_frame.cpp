@@ -1,4 +1,4 @@
-#include "sync_frame.h"
+#include "audio/umc/ac3/sync_frame.h"
 
 namespace UMC::ac3 {
 

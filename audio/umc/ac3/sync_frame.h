@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "crc.h"
+#include "audio/umc/ac3/crc.h"
 
 namespace UMC::ac3 {
 

@@ -1,10 +1,10 @@
-#include "transform.h"
+#include "audio/umc/ac3/transform.h"
 
 #include <algorithm>
 
-#include "ipps_mdct.h"
-#include "ipps_vector.h"
-#include "mdct_windows.h"
+#include "audio/umc/mdct_windows.h"
+#include "dsp/ipps_mdct.h"
+#include "dsp/ipps_vector.h"
 
 namespace UMC::ac3 {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "coded_channel.h"
-#include "sync_frame.h"
+#include "audio/umc/ac3/coded_channel.h"
+#include "audio/umc/ac3/sync_frame.h"
 
 namespace UMC::ac3 {
 

@@ -1,4 +1,4 @@
-#include "elf_file.h"
+#include "host/reference/posix/elf_file.h"
 
 #include <fcntl.h>
 #include <link.h>

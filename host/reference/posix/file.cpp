@@ -9,8 +9,8 @@
 #include <optional>
 #include <utility>
 
-#include "opened_file.h"
-#include "system.h"
+#include "host/reference/opened_file.h"
+#include "host/reference/system.h"
 #include "vlutil.h"
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t), "files may be larger than 2 GiB");

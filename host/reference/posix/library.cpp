@@ -14,8 +14,8 @@
 #include <system_error>
 #include <vector>
 
-#include "elf_file.h"
-#include "system.h"
+#include "host/reference/posix/elf_file.h"
+#include "host/reference/system.h"
 #include "vlutil.h"
 
 namespace {

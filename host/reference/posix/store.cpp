@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "system.h"
+#include "host/reference/system.h"
 
 namespace vlhost {
 

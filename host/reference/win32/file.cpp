@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "opened_file.h"
-#include "system.h"
+#include "host/reference/opened_file.h"
+#include "host/reference/system.h"
+#include "os/win32/wide.h"
 #include "vlutil.h"
-#include "wide.h"
 
 static_assert(VL_GENERIC_READ == GENERIC_READ && VL_GENERIC_WRITE == GENERIC_WRITE);
 static_assert(VL_SHARE_READ_WRITE == (FILE_SHARE_READ | FILE_SHARE_WRITE));

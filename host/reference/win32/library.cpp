@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "system.h"
+#include "host/reference/system.h"
+#include "os/win32/wide.h"
 #include "vlutil.h"
-#include "wide.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "system.h"
-#include "wide.h"
+#include "host/reference/system.h"
+#include "os/win32/wide.h"
 
 namespace vlhost {
 

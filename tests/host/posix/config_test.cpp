@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <iterator>
 
-#include "host/config_store.h"
+#include "tests/host/config_store.h"
 
 namespace {
 

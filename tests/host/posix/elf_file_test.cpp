@@ -1,4 +1,4 @@
-#include "posix/elf_file.h"
+#include "host/reference/posix/elf_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "places.h"
-#include "support/run.h"
-#include "support/temp_folder.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

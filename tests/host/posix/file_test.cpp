@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <set>
 
-#include "host/file_access.h"
+#include "tests/host/file_access.h"
 
 namespace {
 

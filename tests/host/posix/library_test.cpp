@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <string>
 
-#include "host/library_number.h"
-#include "places.h"
-#include "support/log_capture.h"
-#include "support/own_process.h"
-#include "support/temp_folder.h"
+#include "tests/host/library_number.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/own_process.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {

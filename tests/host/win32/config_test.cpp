@@ -1,4 +1,4 @@
-#include "host/config_store.h"
+#include "tests/host/config_store.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <windows.h>
 
-#include "host/file_access.h"
-#include "replace_file.h"
-#include "vlpath.h"
+#include "os/path_name.h"
+#include "os/replace_file.h"
+#include "tests/host/file_access.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <string>
 
-#include "host/library_number.h"
-#include "places.h"
-#include "support/temp_folder.h"
-#include "vlpath.h"
+#include "os/path_name.h"
+#include "tests/host/library_number.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {

@@ -1,12 +1,12 @@
 // The layouts of the boxes that configure a codec, byte by byte.
 #include <gmock/gmock.h>
 
-#include "boxes/avcC.h"
-#include "boxes/dac3.h"
-#include "boxes/enda.h"
-#include "boxes/esds.h"
-#include "boxes/iods.h"
-#include "mp4box/payload_bytes.h"
+#include "mp4box/boxes/avcC.h"
+#include "mp4box/boxes/dac3.h"
+#include "mp4box/boxes/enda.h"
+#include "mp4box/boxes/esds.h"
+#include "mp4box/boxes/iods.h"
+#include "tests/mp4box/payload_bytes.h"
 
 namespace {
 

@@ -1,17 +1,17 @@
 // The layouts of the boxes of fragmented files, byte by byte.
 #include <gmock/gmock.h>
 
-#include "boxes/mehd.h"
-#include "boxes/mfhd.h"
-#include "boxes/mfro.h"
-#include "boxes/sdtp.h"
-#include "boxes/sidx.h"
-#include "boxes/tfdt.h"
-#include "boxes/tfhd.h"
-#include "boxes/tfra.h"
-#include "boxes/trex.h"
-#include "boxes/trun.h"
-#include "mp4box/payload_bytes.h"
+#include "mp4box/boxes/mehd.h"
+#include "mp4box/boxes/mfhd.h"
+#include "mp4box/boxes/mfro.h"
+#include "mp4box/boxes/sdtp.h"
+#include "mp4box/boxes/sidx.h"
+#include "mp4box/boxes/tfdt.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/boxes/tfra.h"
+#include "mp4box/boxes/trex.h"
+#include "mp4box/boxes/trun.h"
+#include "tests/mp4box/payload_bytes.h"
 
 namespace {
 

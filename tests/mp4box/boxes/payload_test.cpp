@@ -4,13 +4,13 @@
 #include <memory>
 #include <set>
 
-#include "box.h"
-#include "boxes/caption_entry.h"
-#include "boxes/nmhd.h"
-#include "boxes/text_entry.h"
-#include "boxes/timed_text_entry.h"
-#include "mp4box/boxes/payload_visitors.h"
-#include "mp4box/payload_bytes.h"
+#include "mp4box/box.h"
+#include "mp4box/boxes/caption_entry.h"
+#include "mp4box/boxes/nmhd.h"
+#include "mp4box/boxes/text_entry.h"
+#include "mp4box/boxes/timed_text_entry.h"
+#include "tests/mp4box/boxes/payload_visitors.h"
+#include "tests/mp4box/payload_bytes.h"
 
 namespace {
 

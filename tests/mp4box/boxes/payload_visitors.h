@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "fields.h"
+#include "mp4box/fields.h"
 
 // Fills a payload with random values, in every field what its width allows, and with short tables.
 class FillingVisitor : public Mp4Fields {

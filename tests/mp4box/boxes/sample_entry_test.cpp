@@ -1,14 +1,14 @@
 // The layouts of the sample entries, byte by byte.
 #include <gmock/gmock.h>
 
-#include "boxes/audio_entry.h"
-#include "boxes/caption_entry.h"
-#include "boxes/mp4s.h"
-#include "boxes/text_entry.h"
-#include "boxes/timed_text_entry.h"
-#include "boxes/visual_entry.h"
-#include "fourcc.h"
-#include "mp4box/payload_bytes.h"
+#include "base/fourcc.h"
+#include "mp4box/boxes/audio_entry.h"
+#include "mp4box/boxes/caption_entry.h"
+#include "mp4box/boxes/mp4s.h"
+#include "mp4box/boxes/text_entry.h"
+#include "mp4box/boxes/timed_text_entry.h"
+#include "mp4box/boxes/visual_entry.h"
+#include "tests/mp4box/payload_bytes.h"
 
 namespace {
 

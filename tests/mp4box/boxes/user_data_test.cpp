@@ -1,22 +1,22 @@
 // The layouts of metadata and of QuickTime's own boxes, byte by byte.
 #include <gmock/gmock.h>
 
-#include "boxes/cmvd.h"
-#include "boxes/cprt.h"
-#include "boxes/dcom.h"
-#include "boxes/frma.h"
-#include "boxes/gnre.h"
-#include "boxes/name.h"
-#include "boxes/opaque.h"
-#include "boxes/rdrf.h"
-#include "boxes/rmdr.h"
-#include "boxes/rmqu.h"
-#include "boxes/rmvc.h"
-#include "boxes/skcr.h"
-#include "boxes/text_item.h"
-#include "boxes/trkn.h"
-#include "fourcc.h"
-#include "mp4box/payload_bytes.h"
+#include "base/fourcc.h"
+#include "mp4box/boxes/cmvd.h"
+#include "mp4box/boxes/cprt.h"
+#include "mp4box/boxes/dcom.h"
+#include "mp4box/boxes/frma.h"
+#include "mp4box/boxes/gnre.h"
+#include "mp4box/boxes/name.h"
+#include "mp4box/boxes/opaque.h"
+#include "mp4box/boxes/rdrf.h"
+#include "mp4box/boxes/rmdr.h"
+#include "mp4box/boxes/rmqu.h"
+#include "mp4box/boxes/rmvc.h"
+#include "mp4box/boxes/skcr.h"
+#include "mp4box/boxes/text_item.h"
+#include "mp4box/boxes/trkn.h"
+#include "tests/mp4box/payload_bytes.h"
 
 namespace {
 

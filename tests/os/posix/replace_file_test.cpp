@@ -6,8 +6,8 @@
 #include <iterator>
 #include <string>
 
-#include "os/replaced_file.h"
-#include "support/temp_folder.h"
+#include "tests/os/replaced_file.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

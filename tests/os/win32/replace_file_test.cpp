@@ -1,4 +1,4 @@
-#include "replace_file.h"
+#include "os/replace_file.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "support/temp_folder.h"
+#include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
 namespace {

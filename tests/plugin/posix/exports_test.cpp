@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "places.h"
-#include "plugin/documented_host.h"
-#include "support/run.h"
-#include "support/temp_folder.h"
+#include "tests/plugin/documented_host.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 

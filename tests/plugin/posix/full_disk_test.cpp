@@ -6,10 +6,10 @@
 
 #include <filesystem>
 
-#include "places.h"
-#include "plugin/recording.h"
-#include "support/log_capture.h"
-#include "support/run.h"
+#include "tests/plugin/recording.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
 
 namespace {
 

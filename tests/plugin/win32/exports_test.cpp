@@ -3,9 +3,9 @@
 
 #include <sstream>
 
-#include "places.h"
-#include "plugin/documented_host.h"
-#include "support/run.h"
+#include "tests/plugin/documented_host.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "plugin/recording.h"
+#include "tests/plugin/recording.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "support/run.h"
+#include "tests/support/run.h"
 
 inline RunResult run(const std::vector<std::string>& command) {
   std::array<int, 2> out{}, err{};

@@ -14,10 +14,10 @@
 #include <thread>
 #include <vector>
 
-#include "places.h"
-#include "support/run.h"
-#include "support/temp_folder.h"
-#include "vlpath.h"
+#include "os/path_name.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
+#include "tests/support/temp_folder.h"
 
 namespace run_details {
 

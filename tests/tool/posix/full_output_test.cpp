@@ -3,10 +3,10 @@
 
 #include <filesystem>
 
-#include "places.h"
-#include "support/ffmpeg.h"
-#include "support/temp_folder.h"
-#include "tool/fmp4.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 TEST(Usage, FullStandardOutputIsAFailure) {
   const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 version >/dev/full"});

@@ -10,12 +10,12 @@
 #include <random>
 #include <span>
 
-#include "places.h"
-#include "support/box_builder.h"
-#include "support/ffmpeg.h"
-#include "support/sync.h"
-#include "support/temp_folder.h"
-#include "tool/fmp4.h"
+#include "tests/support/box_builder.h"
+#include "tests/support/ffmpeg.h"
+#include "tests/support/places.h"
+#include "tests/support/sync.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
 
 namespace {
 

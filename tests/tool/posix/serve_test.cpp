@@ -5,9 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "places.h"
-#include "support/run.h"
-#include "tool/serving.h"
+#include "tests/support/places.h"
+#include "tests/support/run.h"
+#include "tests/tool/serving.h"
 
 namespace {
 

@@ -1,0 +1,35 @@
+// What one channel stream of a raw data block says, and the spectrum made of it.
+#pragma once
+
+#include <cstdint>
+
+#include "audio/umc/aac/core/ics_info.h"
+#include "audio/umc/aac/core/tns.h"
+
+namespace UMC::aac {
+
+inline constexpr int kMaxFrameLength = 1024;
+// Scale factor bands of all groups of a frame.
+inline constexpr int kMaxGroupedBands = 8 * kMaxShortBands;
+static_assert(kMaxGroupedBands >= kMaxBands);
+
+// Section codebook numbers that are no spectral codes (ISO/IEC 14496-3, 4.6.3 and 4.6.2.3).
+inline constexpr int kZeroCodebook = 0;
+inline constexpr int kEscapeCodebook = 11;
+inline constexpr int kReservedCodebook = 12;
+inline constexpr int kNoiseCodebook = 13;
+inline constexpr int kIntensityOutOfPhase = 14;
+inline constexpr int kIntensityInPhase = 15;
+
+struct ChannelStream {
+  IcsInfo ics;
+  TnsData tns;
+  // By IcsInfo::Band. A scale factor is what its band's codebook makes it: for spectral codes the scale
+  // factor proper, for noise its energy, for intensity its position.
+  std::uint8_t codebook[kMaxGroupedBands];
+  std::int16_t scaleFactor[kMaxGroupedBands];
+  // Lines in the order of frequency, window after window; once through the filter bank, the samples.
+  alignas(16) float spectrum[kMaxFrameLength];
+};
+
+}  // namespace UMC::aac

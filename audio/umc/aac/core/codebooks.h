@@ -1,0 +1,22 @@
+// The prepared Huffman codes (ISO/IEC 14496-3, 4.6.3), shared by all decoders.
+#pragma once
+
+#include "base/bit_window.h"
+#include "dsp/ipps_vlc.h"
+
+namespace UMC::aac {
+
+struct Codebooks {
+  IppsVLCDecodeSpec_32s scaleFactor;
+  IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
+  // The escape codebook once more, its words with the sign bits after them.
+  IppsVLCDecodeSpec_32s signedEscape;
+};
+
+// Made by the first caller; null where memory was short then.
+const Codebooks* SharedCodebooks();
+
+// The next difference of the scale factor code, -60 to 60.
+int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks);
+
+}  // namespace UMC::aac

@@ -1,0 +1,169 @@
+#include "audio/umc/aac/core/filter_bank.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "audio/umc/mdct_windows.h"
+#include "audio/umc/shared_object.h"
+#include "dsp/ipps_mdct.h"
+#include "dsp/ipps_vector.h"
+
+namespace UMC::aac {
+
+struct FilterBank {
+  // A transform's size and its two windows.
+  struct Length {
+    std::size_t half = 0;        // coefficients, and samples of a window's half
+    std::vector<float> rise[2];  // by window_shape
+    std::vector<std::uint8_t> memory;
+    IppsMDCTInvSpec_32f* transform = nullptr;
+  };
+
+  Length longWindow, shortWindow;
+  std::vector<std::uint8_t> forwardMemory;
+  IppsMDCTFwdSpec_32f* forward = nullptr;  // of the long window
+};
+
+namespace {
+
+constexpr double kLongAlpha = 4;
+constexpr double kShortAlpha = 6;
+
+bool Prepare(int half, double alpha, FilterBank::Length& length) {
+  length.half = static_cast<std::size_t>(half);
+  for (auto& window : length.rise) window.resize(length.half);
+  MakeSineWindow(half, length.rise[kSineShape].data());
+  MakeKaiserBesselWindow(half, alpha, length.rise[kKaiserBesselShape].data());
+  Ipp32s planBytes = 0, workBytes = 0;
+  if (ippsMDCTInvGetSize_32f(2 * half, &planBytes, &workBytes) != ippStsNoErr ||
+      static_cast<std::size_t>(workBytes) > sizeof FilterBankScratch::work) {
+    return false;
+  }
+  length.memory.resize(static_cast<std::size_t>(planBytes));
+  return ippsMDCTInvInit_32f(&length.transform, 2 * half, length.memory.data()) == ippStsNoErr;
+}
+
+bool PrepareForward(FilterBank& bank) {
+  const auto length = static_cast<Ipp32s>(2 * bank.longWindow.half);
+  Ipp32s planBytes = 0, workBytes = 0;
+  if (ippsMDCTFwdGetSize_32f(length, &planBytes, &workBytes) != ippStsNoErr ||
+      static_cast<std::size_t>(workBytes) > sizeof FilterBankScratch::work) {
+    return false;
+  }
+  bank.forwardMemory.resize(static_cast<std::size_t>(planBytes));
+  return ippsMDCTFwdInit_32f(&bank.forward, length, bank.forwardMemory.data()) == ippStsNoErr;
+}
+
+std::unique_ptr<const FilterBank> MakeFilterBank(int frameLength) {
+  try {
+    auto bank = std::make_unique<FilterBank>();
+    if (!Prepare(frameLength, kLongAlpha, bank->longWindow)) return nullptr;
+    if (!Prepare(frameLength / 8, kShortAlpha, bank->shortWindow)) return nullptr;
+    if (!PrepareForward(*bank)) return nullptr;
+    return bank;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void Transform(const FilterBank::Length& length, const float* spectrum, float* samples,
+               FilterBankScratch& scratch) {
+  ippsMDCTInv_32f(spectrum, samples, length.transform, scratch.work);
+}
+
+// A slope of a short window in the middle of a frame's half: flat before it, silent behind.
+void OverlapShort(const FilterBank& bank, const float* tail, const float* head, int shape, float* out) {
+  const std::size_t half = bank.longWindow.half;
+  const std::size_t slope = bank.shortWindow.half;
+  const std::size_t start = (half - slope) / 2;
+  std::copy(tail, tail + start, out);
+  ippsOverlapAdd_32f(tail + start, head + start, bank.shortWindow.rise[shape].data(), out + start, slope);
+  std::copy(head + start + slope, head + half, out + start + slope);
+}
+
+// Eight short windows, each overlapping the next, in the middle of the frame: their sum from the first
+// window's start on, the first slope still rising and the last still falling.
+void SynthesiseShort(const FilterBank& bank, int shape, const float* spectrum, FilterBankScratch& scratch) {
+  const std::size_t slope = bank.shortWindow.half;
+  for (std::size_t i = 0; i < 8; ++i) {
+    Transform(bank.shortWindow, spectrum + i * slope, scratch.samples + i * 2 * slope, scratch);
+  }
+  const float* rise = bank.shortWindow.rise[shape].data();
+  std::copy_n(scratch.samples, slope, scratch.blocks);
+  for (std::size_t i = 1; i < 8; ++i) {
+    const float* window = scratch.samples + i * 2 * slope;
+    ippsOverlapAdd_32f(window - slope, window, rise, scratch.blocks + i * slope, slope);
+  }
+  std::copy_n(scratch.samples + 15 * slope, slope, scratch.blocks + 8 * slope);
+}
+
+// Multiplies half a frame by a rising slope; a short one lies in the middle, silent before it, flat behind.
+void ApplyRise(const FilterBank& bank, int shape, bool isShort, float* half) {
+  const std::size_t length = bank.longWindow.half;
+  const FilterBank::Length& window = isShort ? bank.shortWindow : bank.longWindow;
+  const std::size_t start = (length - window.half) / 2;
+  std::fill_n(half, start, 0.0f);
+  for (std::size_t i = 0; i < window.half; ++i) half[start + i] *= window.rise[shape][i];
+}
+
+// The same with a falling slope, flat before a short one.
+void ApplyFall(const FilterBank& bank, int shape, bool isShort, float* half) {
+  const std::size_t length = bank.longWindow.half;
+  const FilterBank::Length& window = isShort ? bank.shortWindow : bank.longWindow;
+  const std::size_t start = (length - window.half) / 2;
+  for (std::size_t i = 0; i < window.half; ++i) half[start + i] *= window.rise[shape][window.half - 1 - i];
+  std::fill(half + start + window.half, half + length, 0.0f);
+}
+
+}  // namespace
+
+const FilterBank* SharedFilterBank(int frameLength) {
+  static SharedObject<FilterBank> shared1024, shared960;
+  if (frameLength == 960) return shared960.Get([] { return MakeFilterBank(960); });
+  return shared1024.Get([] { return MakeFilterBank(1024); });
+}
+
+void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape, FilterBankState& state,
+                     FilterBankScratch& scratch, float* spectrum) {
+  const std::size_t half = bank.longWindow.half;
+  const std::size_t slope = bank.shortWindow.half;
+  const std::size_t start = (half - slope) / 2;
+  if (sequence == WindowSequence::kEightShort) {
+    SynthesiseShort(bank, shape, spectrum, scratch);
+    const float* blocks = scratch.blocks;
+    std::copy_n(state.tail, start, spectrum);
+    ippsOverlapAdd_32f(state.tail + start, blocks, bank.shortWindow.rise[state.shape].data(),
+                       spectrum + start, slope);
+    const std::size_t inFrame = half - start;
+    std::copy(blocks + slope, blocks + inFrame, spectrum + start + slope);
+    std::copy(blocks + inFrame, blocks + 9 * slope, state.tail);
+    std::fill(state.tail + start + slope, state.tail + half, 0.0f);
+  } else {
+    Transform(bank.longWindow, spectrum, scratch.samples, scratch);
+    if (state.endsShort || sequence == WindowSequence::kLongStop) {
+      OverlapShort(bank, state.tail, scratch.samples, state.shape, spectrum);
+    } else {
+      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[state.shape].data(), spectrum,
+                         half);
+    }
+    std::copy_n(scratch.samples + half, half, state.tail);
+  }
+  state.shape = static_cast<std::uint8_t>(shape);
+  state.endsShort = sequence == WindowSequence::kEightShort || sequence == WindowSequence::kLongStart;
+}
+
+void AnalyseFrame(const FilterBank& bank, WindowSequence sequence, int shape, const FilterBankState& state,
+                  FilterBankScratch& scratch, float* spectrum) {
+  ApplyRise(bank, state.shape, sequence == WindowSequence::kLongStop, scratch.samples);
+  ApplyFall(bank, shape, sequence == WindowSequence::kLongStart, scratch.samples + bank.longWindow.half);
+  ippsMDCTFwd_32f(scratch.samples, spectrum, bank.forward, scratch.work);
+}
+
+void WindowedTail(const FilterBank& bank, const FilterBankState& state, float* half) {
+  std::copy_n(state.tail, bank.longWindow.half, half);
+  ApplyFall(bank, state.shape, state.endsShort, half);
+}
+
+}  // namespace UMC::aac

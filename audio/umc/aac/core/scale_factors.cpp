@@ -1,0 +1,44 @@
+#include "audio/umc/aac/core/scale_factors.h"
+
+namespace UMC::aac {
+
+namespace {
+
+constexpr int kLargestScaleFactor = 255;
+constexpr int kNoiseOffset = 90;       // NOISE_OFFSET
+constexpr unsigned kNoisePcmBits = 9;  // of the first noise energy, sent as it is
+constexpr int kNoisePcmOffset = 256;
+
+}  // namespace
+
+bool ParseScaleFactorData(BitWindow& stream, const Codebooks& codebooks, int globalGain,
+                          ChannelStream& channel) {
+  int scaleFactor = globalGain;
+  int position = 0;
+  int energy = globalGain - kNoiseOffset;
+  bool firstNoise = true;
+  for (int band = 0; band < channel.ics.BandCount(); ++band) {
+    int value = 0;
+    switch (channel.codebook[band]) {
+      case kZeroCodebook:
+        break;
+      case kIntensityInPhase:
+      case kIntensityOutOfPhase:
+        value = position += ReadScaleFactorDifference(stream, codebooks);
+        break;
+      case kNoiseCodebook:
+        energy += firstNoise ? static_cast<int>(stream.Read(kNoisePcmBits)) - kNoisePcmOffset
+                             : ReadScaleFactorDifference(stream, codebooks);
+        firstNoise = false;
+        value = energy;
+        break;
+      default:
+        value = scaleFactor += ReadScaleFactorDifference(stream, codebooks);
+        if (value < 0 || value > kLargestScaleFactor) return false;
+    }
+    channel.scaleFactor[band] = static_cast<std::int16_t>(value);
+  }
+  return true;
+}
+
+}  // namespace UMC::aac

@@ -1,0 +1,102 @@
+#include "audio/umc/aac/core/spectral_data.h"
+
+#include <algorithm>
+
+#include "dsp/ipps_vector.h"
+
+namespace UMC::aac {
+
+namespace {
+
+constexpr int kScaleFactorOffset = 100;  // SF_OFFSET
+
+// Lines of the escape codebook that repay its larger form, with the signs in its words: it takes fewer steps
+// a pair and more of the cache.
+constexpr int kLongRun = 32;
+
+bool IsSpectral(int codebook) {
+  return codebook != kZeroCodebook && codebook <= kEscapeCodebook;
+}
+
+// Decodes `count` lines, zeros where the codebook has none.
+bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, int count,
+                 std::int16_t* lines) {
+  const auto length = static_cast<std::size_t>(count);
+  if (!IsSpectral(codebook)) {
+    std::fill_n(lines, length, std::int16_t{0});
+    return true;
+  }
+  const IppsVLCDecodeSpec_32s& table = codebooks.spectral[codebook];
+  switch (codebook) {
+    case 1:
+    case 2:
+    case 5:
+    case 6:
+      return ippsVLCDecodeBlock_1u16s(&stream, lines, length, &table) == ippStsNoErr;
+    case kEscapeCodebook:
+      if (count >= kLongRun) {
+        return ippsVLCDecodeEscBlock_AAC_1u16s(&stream, lines, length, &codebooks.signedEscape) ==
+               ippStsNoErr;
+      }
+      return ippsVLCDecodeUTupleEscBlock_AAC_1u16s(&stream, lines, length, &table) == ippStsNoErr;
+    default:
+      return ippsVLCDecodeUTupleBlock_1u16s(&stream, lines, length, &table) == ippStsNoErr;
+  }
+}
+
+// One group's lines. Bands of one codebook that follow each other in the stream and in the spectrum, as in
+// a group of one window, are read in one go.
+bool ParseGroup(BitWindow& stream, const Codebooks& codebooks, const ChannelStream& channel, int group,
+                std::int16_t* quantised) {
+  const IcsInfo& ics = channel.ics;
+  const std::uint16_t* offsets = ics.bands->offsets;
+  const std::uint8_t* codebook = channel.codebook + ics.Band(group, 0);
+  const int windows = ics.groupLength[group];
+  int sfb = 0;
+  while (sfb < ics.maxSfb) {
+    int end = sfb + 1;
+    while (windows == 1 && end < ics.maxSfb && codebook[end] == codebook[sfb]) ++end;
+    for (int window = 0; window < windows; ++window) {
+      if (!DecodeLines(stream, codebooks, codebook[sfb], offsets[end] - offsets[sfb],
+                       quantised + window * ics.WindowLines() + offsets[sfb])) {
+        return false;
+      }
+    }
+    sfb = end;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ParseSpectralData(BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
+                       std::int16_t* quantised, ChannelStream& channel) {
+  const IcsInfo& ics = channel.ics;
+  const int windowLines = ics.WindowLines();
+  const int codedLines = ics.bands->offsets[ics.maxSfb];
+
+  float factors[kMaxGroupedBands];
+  const auto bandCount = static_cast<std::size_t>(ics.BandCount());
+  ippsCalcSF_16s32f(channel.scaleFactor, kScaleFactorOffset, factors, bandCount);
+  for (std::size_t band = 0; band < bandCount; ++band) {
+    if (!IsSpectral(channel.codebook[band])) factors[band] = 0;  // a pulse there stays without effect
+  }
+
+  // A pulse may lie above the coded lines: without effect as well.
+  if (pulse.count > 0) std::fill(quantised + codedLines, quantised + windowLines, std::int16_t{0});
+
+  int window = 0;
+  for (int group = 0; group < ics.groups; ++group) {
+    if (!ParseGroup(stream, codebooks, channel, group, quantised + window * windowLines)) return false;
+    if (pulse.count > 0) ApplyPulse(pulse, quantised);
+    for (int i = 0; i < ics.groupLength[group]; ++i, ++window) {
+      float* lines = channel.spectrum + window * windowLines;
+      ippsPow43_16s32f(quantised + window * windowLines, lines, static_cast<std::size_t>(codedLines));
+      ippsScale_32f_I(lines, factors + ics.Band(group, 0), ics.bands->offsets, ics.maxSfb);
+      std::fill(lines + codedLines, lines + windowLines, 0.0f);
+    }
+  }
+  return true;
+}
+
+}  // namespace UMC::aac

@@ -1,0 +1,54 @@
+// The constants of parametric stereo for 20 and for 34 bands (ISO/IEC 14496-3, 8.6.4).
+#pragma once
+
+#include <cstdint>
+
+#include "audio/umc/aac/ps/bands.h"
+#include "audio/umc/aac/ps/data.h"
+#include "dsp/ipps_sbr.h"
+#include "dsp/kernels/ps_kernels.h"
+
+namespace UMC::aac {
+
+// QMF bands from 0 on that are split, and what they are split into, at most.
+inline constexpr int kMaxPsSplitQmfBands = 5;
+inline constexpr int kMaxPsSplitBands = 32;
+inline constexpr int kMaxPsHybridBands = 91;
+static_assert(kMaxPsHybridBands <= kPsHybridBands);
+
+// One of the two configurations of bands.
+struct PsConfiguration {
+  int bands;       // of parameters
+  int phaseBands;  // of phases
+  int splitQmfBands;
+  int splitBands;   // hybrid bands that the split QMF bands become; the others follow
+  int hybridBands;  // all of them
+  // Hybrid bands from 0 on that are decorrelated by all-pass filters, and those ahead of which the longer of
+  // the two delays serves the rest.
+  int allPassBands;
+  int longDelayBands;
+  // Hybrid bands of negative centre frequencies that turn in the other direction: [first, end).
+  int firstConjugate, endConjugate;
+  std::uint8_t bandOf[kMaxPsHybridBands];  // parameter band of each hybrid band
+  // First hybrid band of each split QMF band, and the one behind them.
+  int firstOf[kMaxPsSplitQmfBands + 1];
+  PsFilterBank filters[kMaxPsSplitQmfBands];
+  PsAllPassBank allPass;
+};
+
+// How the direct (1) and the decorrelated (2) signal enter left (first digit 1) and right.
+struct PsMixing {
+  float h11, h12, h21, h22;
+};
+
+struct PsTables {
+  PsConfiguration configurations[2];  // of 20 and of 34 bands
+  // By procedure (A, B), quantiser of the IID (default, fine), IID index + 15, ICC index.
+  PsMixing mixing[2][2][2 * kLargestIid[1] + 1][kLargestIcc + 1];
+
+  [[nodiscard]] const PsConfiguration& Of(bool wide) const { return configurations[wide ? 1 : 0]; }
+};
+
+const PsTables& SharedPsTables();
+
+}  // namespace UMC::aac

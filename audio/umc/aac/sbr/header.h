@@ -1,0 +1,30 @@
+// sbr_header(): how spectral band replication is set up (ISO/IEC 14496-3, 4.4.2.8 and 4.5.2.8.1).
+#pragma once
+
+#include <cstdint>
+
+#include "base/bit_window.h"
+
+namespace UMC::aac {
+
+struct SbrHeader {
+  std::uint8_t ampRes;  // 0: envelopes in steps of 1.5 dB, 1: of 3 dB
+  std::uint8_t startFreq;
+  std::uint8_t stopFreq;
+  std::uint8_t xoverBand;
+  std::uint8_t freqScale;
+  std::uint8_t alterScale;
+  std::uint8_t noiseBands;
+  std::uint8_t limiterBands;
+  std::uint8_t limiterGains;
+  bool interpolFreq;
+  bool smoothingOff;  // bs_smoothing_mode
+
+  // True when the frequency bands of both are the same, those of the limiter aside.
+  [[nodiscard]] bool HasBandsOf(const SbrHeader& other) const;
+};
+
+// Fields that are not sent take their defaults, not their earlier values.
+SbrHeader ParseSbrHeader(BitWindow& stream);
+
+}  // namespace UMC::aac

@@ -1,0 +1,10 @@
+// Failures that a person reads.
+#pragma once
+
+#include <stdexcept>
+
+// Why an operation failed, in words for the user that end with what to do next.
+class UserError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};

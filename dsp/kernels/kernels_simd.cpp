@@ -1,0 +1,113 @@
+// The kernels for every instruction set that Highway can compile for, chosen at run time.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+#include "dsp/kernels/kernels.h"
+#include "dsp/qmf_plan.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "dsp/kernels/kernels_simd.cpp"
+#include <hwy/foreach_target.h>
+// After foreach_target.h, which includes this file once per target.
+#include <hwy/highway.h>
+
+#undef VL_LANES_ATTR
+#define VL_LANES_ATTR HWY_ATTR
+#undef VL_LANES_INLINE
+#define VL_LANES_INLINE HWY_INLINE
+
+HWY_BEFORE_NAMESPACE();
+namespace vl_dsp {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class D>
+class Lanes {
+ public:
+  using V = hn::Vec<D>;
+  static HWY_INLINE std::size_t Count() { return hn::Lanes(D()); }
+  static HWY_INLINE V Set(float value) { return hn::Set(D(), value); }
+  static HWY_INLINE V Load(const float* p) { return hn::LoadU(D(), p); }
+  static HWY_INLINE void Store(V v, float* p) { hn::StoreU(v, D(), p); }
+  static HWY_INLINE V Add(V a, V b) { return hn::Add(a, b); }
+  static HWY_INLINE V Sub(V a, V b) { return hn::Sub(a, b); }
+  static HWY_INLINE V Mul(V a, V b) { return hn::Mul(a, b); }
+  static HWY_INLINE V MulAdd(V a, V b, V c) { return hn::MulAdd(a, b, c); }
+  static HWY_INLINE V NegMulAdd(V a, V b, V c) { return hn::NegMulAdd(a, b, c); }
+  static HWY_INLINE V Neg(V a) { return hn::Neg(a); }
+  static HWY_INLINE V Reverse(V a) { return hn::Reverse(D(), a); }
+  static HWY_INLINE void LoadPairs(const float* p, V& a, V& b) { hn::LoadInterleaved2(D(), p, a, b); }
+  static HWY_INLINE void StorePairs(V a, V b, float* p) { hn::StoreInterleaved2(a, b, D(), p); }
+  static HWY_INLINE void StoreQuads(V a, V b, V c, V d, float* p) {
+    hn::StoreInterleaved4(a, b, c, d, D(), p);
+  }
+  static HWY_INLINE V PowerOfHalf(const Ipp8u* exponents) {
+    const Words words;
+    return hn::BitCast(D(), hn::ShiftLeft<23>(hn::Sub(hn::Set(words, 127), Promote(exponents))));
+  }
+  static HWY_INLINE V WhereZero(const Ipp8u* p, V a, V b) {
+    return hn::IfThenElse(hn::RebindMask(D(), hn::Eq(Promote(p), hn::Zero(Words()))), a, b);
+  }
+  static HWY_INLINE V Draw(Ipp32u state, const Ipp32u* factors, const Ipp32u* terms) {
+    const Words words;
+    const auto product = hn::Mul(hn::Set(words, state), hn::LoadU(words, factors));
+    const auto drawn = hn::Add(product, hn::LoadU(words, terms));
+    return hn::ConvertTo(D(), hn::BitCast(hn::Rebind<Ipp32s, D>(), drawn));
+  }
+  static HWY_INLINE V Clamp(V a, float low, float high) {
+    const V number = hn::IfThenElseZero(hn::Eq(a, a), a);
+    return hn::Min(hn::Max(number, Set(low)), Set(high));
+  }
+  static HWY_INLINE auto Round(V a) {
+    return hn::DemoteTo(hn::Rebind<Ipp16s, D>(), hn::NearestInt(Clamp(a, -32768.0f, 32767.0f)));
+  }
+  static HWY_INLINE void StoreRounded(V a, Ipp16s* p) { hn::StoreU(Round(a), hn::Rebind<Ipp16s, D>(), p); }
+  static HWY_INLINE void StoreRoundedPairs(V a, V b, Ipp16s* p) {
+    hn::StoreInterleaved2(Round(a), Round(b), hn::Rebind<Ipp16s, D>(), p);
+  }
+
+ private:
+  using Words = hn::Rebind<Ipp32u, D>;
+  static HWY_INLINE hn::Vec<Words> Promote(const Ipp8u* p) {
+    return hn::PromoteTo(Words(), hn::LoadU(hn::Rebind<Ipp8u, D>(), p));
+  }
+};
+using WideLanes = Lanes<hn::ScalableTag<float>>;
+using FourLanes = Lanes<hn::CappedTag<float, 4>>;
+
+#include "dsp/kernels/kernels.inl"
+#include "dsp/kernels/ps_kernels.inl"
+#include "dsp/kernels/sbr_kernels.inl"
+
+}  // namespace
+
+const Kernels* GetKernels() {
+  static constexpr Kernels kKernels = {
+      MdctInverse,      MdctForward, OverlapAdd,   ScaleBands,    MulC,         Mul,
+      AddProduct,       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
+      ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
+      ShapeRows,        kPsKernels};
+  // Emulated vectors gain nothing over plain code.
+  return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace vl_dsp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace vl_dsp {
+HWY_EXPORT(GetKernels);
+}  // namespace vl_dsp
+
+const Kernels* SimdKernels() {
+  using namespace vl_dsp;
+  return HWY_DYNAMIC_DISPATCH(GetKernels)();
+}
+#endif

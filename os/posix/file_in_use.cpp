@@ -1,0 +1,24 @@
+#include "os/file_in_use.h"
+
+#if defined(__linux__)
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace os {
+
+// A read lease is given only while nobody has the file open for writing.
+bool isBeingWritten(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return false;
+  const bool refused = fcntl(descriptor, F_SETLEASE, F_RDLCK) != 0 && (errno == EAGAIN || errno == EBUSY);
+  close(descriptor);
+  return refused;
+}
+}  // namespace os
+#else
+bool os::isBeingWritten(const std::string&) {
+  return false;
+}
+#endif

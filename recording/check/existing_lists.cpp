@@ -1,0 +1,84 @@
+#include "recording/check/existing_lists.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <string_view>
+
+#include "os/path_name.h"
+#include "streaming/lists/manifest_document.h"
+#include "streaming/lists/uri.h"
+
+namespace {
+
+using tinyxml2::XMLElement;
+
+template <class Number>
+std::optional<Number> numberOf(const char* text) {
+  const std::string_view digits(text ? text : "");
+  Number value{};
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  if (digits.empty() || error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+  return value;
+}
+
+// The text where it can be a date and time: it goes into lists again.
+std::string dateTime(std::string_view text) {
+  constexpr std::string_view kCharacters = "0123456789TZ:.+-";
+  return text.size() <= 40 && text.find_first_not_of(kCharacters) == text.npos ? std::string(text) : "";
+}
+
+const XMLElement* representationOf(const XMLElement* set) {
+  return set ? set->FirstChildElement("Representation") : nullptr;
+}
+
+const XMLElement* segmentListOf(const XMLElement* set) {
+  const XMLElement* const representation = representationOf(set);
+  return representation ? representation->FirstChildElement("SegmentList") : nullptr;
+}
+
+}  // namespace
+
+std::optional<FormerManifest> readFormerManifest(const std::string& path,
+                                                 std::uint64_t initialisationLength) {
+  tinyxml2::XMLDocument document;
+  if (!LoadManifestDocument(path.c_str(), document)) return std::nullopt;
+  const XMLElement* const mpd = document.FirstChildElement("MPD");
+  const XMLElement* const period = mpd ? mpd->FirstChildElement("Period") : nullptr;
+  const XMLElement* const videoSet = period ? period->FirstChildElement("AdaptationSet") : nullptr;
+  const XMLElement* const list = segmentListOf(videoSet);
+  const XMLElement* const initialisation = list ? list->FirstChildElement("Initialization") : nullptr;
+  const std::string range = "0-" + std::to_string(initialisationLength - 1);
+  if (!initialisation || !initialisation->Attribute("range", range.c_str())) return std::nullopt;
+  const XMLElement* const audioSet = videoSet->NextSiblingElement("AdaptationSet");
+  const XMLElement* const audio = representationOf(audioSet);
+  const char* const time = mpd->Attribute("availabilityStartTime");
+  FormerManifest former;
+  former.startTime = dateTime(time ? time : "");
+  former.placesAudio = audioSet != nullptr;
+  former.videoSegmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
+  if (const XMLElement* const audioList = segmentListOf(audioSet))
+    former.audioSegmentTicks = numberOf<std::uint64_t>(audioList->Attribute("duration"));
+  const auto bitRate = numberOf<std::uint64_t>(audio ? audio->Attribute("bandwidth") : nullptr);
+  if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu) former.soundByteRate = static_cast<std::uint32_t>(*bitRate / 8);
+  return former;
+}
+
+std::optional<FormerPlaylist> readFormerPlaylist(const std::string& path, const std::string& mediaName,
+                                                 std::uint64_t initialisationLength) {
+  const std::string map = "#EXT-X-MAP:URI=\"" + UriOfName(mediaName) + "\",BYTERANGE=\"" +
+                          std::to_string(initialisationLength) + "@0\"";
+  constexpr std::string_view kTarget = "#EXT-X-TARGETDURATION:", kTime = "#EXT-X-PROGRAM-DATE-TIME:";
+  constexpr int kHeaderLines = 7;
+  std::ifstream file(vlPath(path));
+  FormerPlaylist former;
+  bool mapped = false;
+  std::string line;
+  for (int i = 0; i < kHeaderLines && std::getline(file, line); ++i) {
+    if (line.ends_with('\r')) line.pop_back();  // as Windows ends lines
+    if (line == map) mapped = true;
+    if (line.starts_with(kTarget)) former.targetDuration = numberOf<std::uint32_t>(&line[kTarget.size()]);
+    if (line.starts_with(kTime)) former.startTime = dateTime(std::string_view(line).substr(kTime.size()));
+  }
+  return mapped ? std::optional(former) : std::nullopt;
+}

@@ -1,0 +1,161 @@
+// The manifest and the playlists that a recording has once it has ended.
+#include <algorithm>
+#include <filesystem>
+
+#include "base/audio_units.h"
+#include "os/path_name.h"
+#include "recording/check/existing_lists.h"
+#include "recording/check/recording.h"
+#include "recording/date_time.h"
+#include "recording/segment_geometry.h"
+#include "streaming/lists/master_playlist.h"
+#include "streaming/lists/playlist_text.h"
+
+namespace {
+
+using mp4::TrackKind;
+
+// One media file as its lists see it.
+struct Listed {
+  const RecordedMedia& media;
+  double rate = 0;                  // positions a second
+  std::uint64_t segmentLength = 0;  // positions
+};
+
+// What the former lists of a media file tell of its full segments.
+struct FormerSegment {
+  std::optional<std::uint64_t> positions;       // by the manifest
+  std::optional<std::uint32_t> targetDuration;  // by the playlist, seconds
+};
+
+// Positions of a full segment. A file of one fragment does not tell, for that one may have been cut short,
+// and a file of none even less: then the former lists are asked.
+std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64_t positionsPerFrame,
+                            const FormerSegment& former) {
+  constexpr std::uint64_t kMostFrames = 30;
+  const std::uint64_t fragments = media.fragmentsPerSegment();
+  if (const std::uint64_t frames = media.framesPerFragment()) return frames * fragments * positionsPerFrame;
+  if (former.positions) return *former.positions;
+  const std::uint64_t has = media.fragments().empty() ? 0 : media.fragments().front().samples;
+  if (former.targetDuration && has == 0) return static_cast<std::uint64_t>(*former.targetDuration * rate);
+  const auto lengthOf = [&](std::uint64_t frames) { return frames * fragments * positionsPerFrame; };
+  const auto fits = [&](std::uint64_t frames) {
+    return !former.targetDuration || PlaylistTargetDuration(lengthOf(frames), rate) == *former.targetDuration;
+  };
+  for (std::uint64_t frames = kMostFrames; !fits(has) && frames > has; --frames) {
+    if (fits(frames)) return lengthOf(frames);
+  }
+  return lengthOf(has);
+}
+
+std::string playlistOf(const Listed& listed, const std::string& startTime) {
+  const RecordedMedia& media = listed.media;
+  const PlaylistSettings settings{media.name(), listed.rate, listed.segmentLength,
+                                  media.initialisationLength(), startTime};
+  std::string text = PlaylistHeader(settings);
+  for (const RecordedMedia::Segment& segment : media.segments())
+    text += PlaylistEntry(settings, media.positions(segment), segment.start, media.endOffset(segment));
+  return text + kPlaylistEnd;
+}
+
+MpdSegments segmentsOf(const Listed& listed, std::uint64_t ticksAPosition) {
+  return {listed.media.name(), listed.media.movie()->indexedTrack().timescale,
+          listed.segmentLength * ticksAPosition, listed.media.initialisationLength() - 1};
+}
+
+void addSegments(MpdWriter& manifest, MpdWriter::List list, const RecordedMedia& media) {
+  for (const RecordedMedia::Segment& segment : media.segments())
+    manifest.AddSegment(list, segment.start, media.endOffset(segment), segment.indexEnd);
+}
+
+// Bytes a second of the sound that there is.
+std::uint32_t byteRateOf(const RecordedMedia& audio) {
+  const std::uint64_t rate = audio.movie()->indexedTrack().timescale;
+  return static_cast<std::uint32_t>(
+      std::min<std::uint64_t>(scaleExactly(audio.soundBytes(), rate, audio.positions()), 0xFFFFFFFFu));
+}
+
+std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, bool placesAudio,
+                       const std::optional<FormerManifest>& former, const std::string& startTime) {
+  const RecordedMovie& movie = *video.media.movie();
+  mp4::AVCConfigurationBox avcC;
+  avcC.record = movie.avcRecord;
+  MpdVideo listed;
+  listed.profile = avcC.profileIndication();
+  listed.level = avcC.levelIndication();
+  listed.width = movie.width;
+  listed.height = movie.height;
+  listed.rate = movie.frameRate();
+  if (const auto& sound = movie.tracks[TrackKind::Audio])
+    listed.sound = {movie.audioObjectType, sound->timescale};
+  listed.segments = segmentsOf(video, movie.indexedTrack().defaultSampleDuration);
+  listed.startTime = startTime;
+  MpdWriter manifest("");
+  addSegments(manifest, manifest.BeginVideo(listed, placesAudio), video.media);
+  if (audio) {
+    const MpdAudio sound{audio->media.movie()->audioObjectType,
+                         former && former->soundByteRate ? *former->soundByteRate : byteRateOf(audio->media),
+                         segmentsOf(*audio, 1)};
+    addSegments(manifest, manifest.BeginAudio(sound), audio->media);
+  }
+  manifest.SetDuration(video.media.positions());
+  return manifest.Text();
+}
+
+std::string masterOf(const Recording& recording, const Recording::Lists& lists) {
+  const RecordedMovie& movie = *recording.video()->movie();
+  const RecordedMedia* const audio = recording.audio();
+  MasterPlaylist master;
+  master.video = {fileNameOf(recording.names().videoPlaylist), lists.videoPlaylist};
+  if (audio) master.audio = {fileNameOf(recording.names().audioPlaylist), lists.audioPlaylist};
+  master.codecs = codecsText(movie.avcRecord, audio ? audio->movie()->audioConfig : movie.audioConfig);
+  master.width = movie.width;
+  master.height = movie.height;
+  master.framesPerSecond = movie.frameRate().value();
+  return masterPlaylistText(master);
+}
+
+// The first that is given.
+std::string firstOf(std::initializer_list<std::string> texts) {
+  return *std::find_if(texts.begin(), texts.end(), [](const std::string& text) { return !text.empty(); });
+}
+
+}  // namespace
+
+Recording::Lists Recording::lists() const {
+  Lists lists;
+  const std::string now = DateTimeNow();
+  std::optional<FormerManifest> manifest;
+  std::optional<FormerPlaylist> videoList, audioList;
+  if (video()) {
+    manifest = readFormerManifest(names_.manifest, video()->initialisationLength());
+    videoList = readFormerPlaylist(names_.videoPlaylist, video()->name(), video()->initialisationLength());
+  }
+  if (audio())
+    audioList = readFormerPlaylist(names_.audioPlaylist, audio()->name(), audio()->initialisationLength());
+  const std::string manifestTime = manifest ? manifest->startTime : "";
+  const std::string videoTime = videoList ? videoList->startTime : "";
+  const std::string audioTime = audioList ? audioList->startTime : "";
+
+  std::optional<Listed> sound;
+  if (audio()) {
+    const double rate = audio()->movie()->indexedTrack().timescale;
+    const FormerSegment former{manifest ? manifest->audioSegmentTicks : std::nullopt,
+                               audioList ? audioList->targetDuration : std::nullopt};
+    sound.emplace(Listed{*audio(), rate, segmentLength(*audio(), rate, kAacFrameSamples, former)});
+    lists.audioPlaylist = playlistOf(*sound, firstOf({audioTime, manifestTime, videoTime, now}));
+  }
+  if (!video()) return lists;
+  const double rate = video()->movie()->frameRate().value();
+  const std::uint32_t frameTicks = video()->movie()->indexedTrack().defaultSampleDuration;
+  FormerSegment former{std::nullopt, videoList ? videoList->targetDuration : std::nullopt};
+  if (manifest && manifest->videoSegmentTicks) former.positions = *manifest->videoSegmentTicks / frameTicks;
+  const Listed picture{*video(), rate, segmentLength(*video(), rate, 1, former)};
+  lists.videoPlaylist = playlistOf(picture, firstOf({videoTime, manifestTime, now}));
+  const bool placesAudio = manifest ? manifest->placesAudio : audio_ != nullptr;
+  lists.manifest = manifestOf(picture, sound, placesAudio, manifest, firstOf({manifestTime, videoTime, now}));
+  std::error_code ignored;
+  if (std::filesystem::exists(vlPath(names_.masterPlaylist), ignored))
+    lists.masterPlaylist = masterOf(*this, lists);
+  return lists;
+}

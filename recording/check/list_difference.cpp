@@ -1,0 +1,101 @@
+#include "recording/check/list_difference.h"
+
+#include <algorithm>
+
+#include "base/json_text.h"
+#include "streaming/lists/manifest_document.h"
+
+namespace {
+
+using tinyxml2::XMLAttribute;
+using tinyxml2::XMLElement;
+
+// As much of a text as a message can bear.
+std::string quoted(std::string_view text) {
+  constexpr std::size_t kMost = 120;
+  return text.size() <= kMost ? jsonText(text) : jsonText(text.substr(0, kMost)) + "...";
+}
+
+// Takes the next line off `text`, without its end, which may be that of Windows.
+std::string_view takeLine(std::string_view& text) {
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  std::string_view line = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+const char* orEmpty(const char* text) {
+  return text ? text : "";
+}
+
+// "MPD/Period/AdaptationSet[1]": an element's place, its rank among those of its name counted from 0.
+std::string placeOf(const XMLElement* element) {
+  unsigned rank = 0;
+  for (const XMLElement* before = element->PreviousSiblingElement(element->Name()); before;
+       before = before->PreviousSiblingElement(element->Name()))
+    ++rank;
+  const tinyxml2::XMLNode* const parent = element->Parent();
+  const std::string start = parent && parent->ToElement() ? placeOf(parent->ToElement()) + "/" : "";
+  std::string place = start + element->Name();
+  if (rank != 0) place.append("[").append(std::to_string(rank)).append("]");
+  return place;
+}
+
+std::string attributeDifference(const XMLElement* expected, const XMLElement* actual) {
+  for (const XMLAttribute* due = expected->FirstAttribute(); due; due = due->Next()) {
+    const char* const is = actual->Attribute(due->Name());
+    if (!is) return placeOf(expected) + " lacks " + due->Name() + "=" + quoted(due->Value());
+    if (std::string_view(is) != due->Value())
+      return placeOf(expected) + " has " + due->Name() + "=" + quoted(is) + " where the media make it " +
+             quoted(due->Value());
+  }
+  for (const XMLAttribute* is = actual->FirstAttribute(); is; is = is->Next()) {
+    if (!expected->Attribute(is->Name()))
+      return placeOf(expected) + " has a " + quoted(is->Name()) + " too many";
+  }
+  return "";
+}
+
+// No deeper than `expected` is.
+std::string elementDifference(const XMLElement* expected, const XMLElement* actual) {
+  if (std::string_view(expected->Name()) != actual->Name())
+    return quoted(actual->Name()) + " stands where " + placeOf(expected) + " should";
+  std::string difference = attributeDifference(expected, actual);
+  if (difference.empty() && std::string_view(orEmpty(expected->GetText())) != orEmpty(actual->GetText()))
+    difference = placeOf(expected) + " says " + quoted(orEmpty(actual->GetText())) +
+                 " where the media make it " + quoted(orEmpty(expected->GetText()));
+  const XMLElement* due = expected->FirstChildElement();
+  const XMLElement* is = actual->FirstChildElement();
+  for (; difference.empty() && due && is; due = due->NextSiblingElement(), is = is->NextSiblingElement())
+    difference = elementDifference(due, is);
+  if (!difference.empty()) return difference;
+  if (due) return placeOf(due) + " is missing";
+  if (is) return quoted(is->Name()) + " is one too many in " + placeOf(expected);
+  return "";
+}
+
+}  // namespace
+
+std::string playlistDifference(std::string_view expected, std::string_view actual) {
+  for (std::uint64_t line = 1; !expected.empty(); ++line) {
+    const std::string_view rest = actual;
+    const std::string_view due = takeLine(expected), is = takeLine(actual);
+    const bool ended = rest.size() > is.size();
+    if (rest.empty()) {
+      if (expected.empty()) return "its end marker " + quoted(due) + " is missing";
+      return "it ends ahead of line " + std::to_string(line) + ", " + quoted(due);
+    }
+    if (is != due || !ended)
+      return "line " + std::to_string(line) + " says " + quoted(is) + " where the media make it " +
+             quoted(due);
+  }
+  return actual.empty() ? "" : "it goes on behind its end with " + quoted(takeLine(actual));
+}
+
+std::string manifestDifference(std::string_view expected, std::string_view actual) {
+  tinyxml2::XMLDocument due, is;
+  if (!ParseManifestDocument(actual, is) || !is.RootElement()) return "it is no whole XML document";
+  if (!ParseManifestDocument(expected, due) || !due.RootElement()) return "";
+  return elementDifference(due.RootElement(), is.RootElement());
+}

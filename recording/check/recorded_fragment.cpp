@@ -1,0 +1,165 @@
+#include "recording/check/recorded_fragment.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/bytes.h"
+#include "mp4box/boxes/mfhd.h"
+#include "mp4box/boxes/tfdt.h"
+#include "mp4box/boxes/tfhd.h"
+#include "mp4box/boxes/trun.h"
+
+namespace {
+
+using mp4::TrackKind;
+using Header = mp4::TrackFragmentHeaderBox;
+
+constexpr std::uint64_t kMediaDataHeader = 8;
+
+std::optional<TrackKind> kindOf(std::uint32_t trackId) {
+  for (const TrackKind kind : mp4::kTrackKinds) {
+    if (mp4::trackNumber(kind) == trackId) return kind;
+  }
+  return std::nullopt;
+}
+
+// Sample counts and bytes are bounded by the media data, which are checked against the sums below.
+void sumUp(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack& track, RecordedRun& run) {
+  const std::uint64_t duration =
+      tfhd.flags & Header::kDefaultSampleDuration ? tfhd.defaultSampleDuration : track.defaultSampleDuration;
+  const std::uint64_t size =
+      tfhd.flags & Header::kDefaultSampleSize ? tfhd.defaultSampleSize : track.defaultSampleSize;
+  run.samples = trun.sampleCount;
+  run.ticks = run.samples * duration;
+  run.bytes = run.samples * size;
+  if (trun.hasDuration()) {
+    run.ticks = 0;
+    for (std::uint32_t i = 0; i < trun.sampleCount; ++i) run.ticks += trun.duration(i);
+  }
+  if (trun.hasSize()) {
+    run.bytes = 0;
+    for (std::uint32_t i = 0; i < trun.sampleCount; ++i) run.bytes += trun.size(i);
+  }
+}
+
+// The reason why a track fragment is none, or nothing. `dataEnd` is where the data of the track before end.
+std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, std::uint64_t& dataEnd,
+                      RecordedFragment& fragment) {
+  const auto* tfhd = Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd")));
+  const auto* tfdt = Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(Mp4BoxChild(traf, Mp4FourCc("tfdt")));
+  const auto* trun = Mp4PayloadOf<mp4::TrackRunBox>(Mp4BoxChild(traf, Mp4FourCc("trun")));
+  if (!tfhd || !tfdt || !trun) return "a track fragment lacks its header, its decode time or its run";
+  const std::string name = "track " + std::to_string(tfhd->trackId);
+  if (Mp4BoxChild(traf, Mp4FourCc("trun"), 1)) return name + " has more than one run in a fragment";
+  const auto kind = kindOf(tfhd->trackId);
+  if (!kind || !movie.tracks[*kind]) return "the fragment has samples of " + name + ", which does not exist";
+  if (fragment.runs[*kind]) return name + " stands twice in a fragment";
+  RecordedRun& run = fragment.runs[*kind].emplace();
+  run.decodeTime = tfdt->baseMediaDecodeTime;
+  sumUp(*trun, *tfhd, *movie.tracks[*kind], run);
+  const bool placed = trun->hasDataOffset() && trun->dataOffset > 0 &&
+                      !(tfhd->flags & Header::kBaseDataOffset) && (tfhd->flags & Header::kDefaultBaseIsMoof);
+  run.offset = moof->position + static_cast<std::uint64_t>(placed ? trun->dataOffset : 0);
+  if (!placed || run.offset != dataEnd)
+    return "the data offset of " + name + " does not lead to where its samples are";
+  if (run.bytes > fragment.end - dataEnd) return "the samples of " + name + " exceed the media data";
+  dataEnd += run.bytes;
+  return "";
+}
+
+// The end of the "mdat" at `offset`, 0 when none stands there whole.
+std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
+  Mp4Box mdat;
+  const std::uint64_t size = stream.size();
+  if (offset > size || !stream.seek(offset) || !Mp4ReadBoxHeader(stream, mdat)) return 0;
+  const bool whole =
+      mdat.type == Mp4FourCc("mdat") && mdat.size >= kMediaDataHeader && mdat.size <= size - offset;
+  return whole ? offset + mdat.size : 0;
+}
+
+// Whether all of one byte or more are zero: the first is, and each is like the one before.
+bool isZero(const std::uint8_t* bytes, std::ptrdiff_t count) {
+  return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, static_cast<std::size_t>(count - 1)) == 0;
+}
+
+}  // namespace
+
+std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stream, std::uint64_t offset,
+                                                                 const RecordedMovie& movie) {
+  const std::uint64_t size = stream.size();
+  Mp4Box header;
+  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header) || header.type != Mp4FourCc("moof"))
+    return "no fragment stands here";
+  if (header.size < 8 || header.size > size - offset) return "the fragment's boxes are cut off";
+  const Mp4BoxPtr moof(Mp4ReadBox(stream, nullptr));
+  const auto* mfhd =
+      moof ? Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), Mp4FourCc("mfhd"))) : nullptr;
+  if (!mfhd) return "the fragment lacks its header";
+  RecordedFragment fragment;
+  fragment.start = offset;
+  fragment.sequenceNumber = mfhd->sequenceNumber;
+  fragment.end = mediaDataEnd(stream, moof->end());
+  if (fragment.end == 0) return "the fragment's media data are missing or cut off";
+  std::uint64_t dataEnd = moof->end() + kMediaDataHeader;
+  if (moof->first->type != Mp4FourCc("mfhd")) return "the fragment's header is not at its start";
+  Mp4Box* child = moof->first->next;
+  for (; child && child->type == Mp4FourCc("traf"); child = child->next) {
+    std::string reason = readTrack(moof.get(), child, movie, dataEnd, fragment);
+    if (!reason.empty()) return reason;
+  }
+  if (child || moof->last->end() != moof->end() || moof->first == moof->last)
+    return "the fragment does not consist of its header and its tracks";
+  if (dataEnd != fragment.end) return "the samples of the fragment are not as many bytes as its media data";
+  return fragment;
+}
+
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest) {
+  constexpr std::uint64_t kBlock = 4096, kPiece = 64 * kBlock;
+  std::vector<std::uint8_t> bytes;
+  while (begin < end) {
+    const std::uint64_t pieceEnd = std::min(end, begin / kPiece * kPiece + kPiece);
+    bytes.resize(static_cast<std::size_t>(pieceEnd - begin));
+    const auto size = static_cast<std::int64_t>(bytes.size());
+    if (!stream.seek(begin) || stream.read(bytes.data(), size) != size) return true;
+    auto firstOfBlock = bytes.begin();
+    auto left = static_cast<std::ptrdiff_t>(kBlock - begin % kBlock);  // in the block
+    while (firstOfBlock != bytes.end()) {
+      const auto endOfBlock = firstOfBlock + std::min(left, bytes.end() - firstOfBlock);
+      if (endOfBlock - firstOfBlock >= fewest && isZero(&*firstOfBlock, endOfBlock - firstOfBlock))
+        return true;
+      firstOfBlock = endOfBlock;
+      left = kBlock;
+    }
+    begin = pieceEnd;
+  }
+  return false;
+}
+
+std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,
+                                          std::uint32_t sequenceNumber) {
+  constexpr std::size_t kPiece = 1u << 20;
+  // Size and type of the "moof", and its whole "mfhd": size, type, version and flags, sequence number.
+  constexpr std::size_t kStart = 8 + 16;
+  constexpr std::array<std::uint8_t, 4> kType = {'m', 'o', 'o', 'f'};
+  std::vector<std::uint8_t> bytes;
+  const std::uint64_t size = stream.size();
+  for (std::uint64_t offset = from; offset < size; offset += kPiece) {
+    // Pieces overlap, so that no start is cut in two.
+    bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kPiece + kStart - 1, size - offset)));
+    const auto count = static_cast<std::int64_t>(bytes.size());
+    if (!stream.seek(offset) || stream.read(bytes.data(), count) != count) return std::nullopt;
+    for (auto at = bytes.begin();; ++at) {
+      at = std::search(at, bytes.end(), kType.begin(), kType.end());
+      if (at == bytes.end()) break;
+      const auto place = static_cast<std::size_t>(at - bytes.begin());
+      if (place < 4 || bytes.size() - (place - 4) < kStart) continue;
+      const std::uint8_t* const moof = &bytes[place - 4];
+      const bool starts = Mp4LoadU32(moof + 8) == 16 && Mp4LoadU32(moof + 12) == Mp4FourCc("mfhd") &&
+                          Mp4LoadU32(moof + 20) > sequenceNumber;
+      const std::uint64_t start = offset + place - 4;
+      if (starts && mediaDataEnd(stream, start + Mp4LoadU32(moof)) != 0) return start;
+    }
+  }
+  return std::nullopt;
+}

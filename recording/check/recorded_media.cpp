@@ -1,0 +1,350 @@
+#include "recording/check/recorded_media.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+
+#include "base/audio_units.h"
+#include "mp4box/boxes/ftyp.h"
+#include "mp4box/field_reader.h"
+#include "mp4box/write.h"
+#include "recording/segment_geometry.h"
+
+namespace {
+
+using mp4::SegmentIndexBox;
+using mp4::TrackKind;
+
+// Where the first index of video starts, in ticks.
+constexpr std::uint64_t kFirstVideoTime = 1001;
+
+std::optional<SegmentIndexBox> parseIndex(const std::vector<std::uint8_t>& bytes) {
+  Mp4MemoryStream memory(bytes.data(), bytes.size());
+  const Mp4BoxPtr box(Mp4ReadBox(memory, nullptr));
+  const auto* index = Mp4PayloadOf<SegmentIndexBox>(box.get());
+  if (!index) return std::nullopt;
+  return *index;
+}
+
+bool isEmpty(const SegmentIndexBox& index) {
+  return !index.references.empty() &&
+         std::all_of(index.references.begin(), index.references.end(),
+                     [](const auto& reference) { return reference.referencedSize == 0; });
+}
+
+std::string count(std::uint64_t number, const std::string& what) {
+  return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
+}
+
+}  // namespace
+
+RecordedMedia::RecordedMedia(Mp4Stream& stream, const std::string& name, Data data, ProblemList& problems,
+                             const std::function<void(std::uint64_t)>& progress)
+    : stream_(stream), name_(name), data_(data), problems_(problems), size_(stream.size()) {
+  readInitialisation([this](const std::string& text) { complain(0, text, false); });
+  std::string stop = movie_ ? readSegments(progress) : "the movie box is cut off";
+  const std::uint64_t searchFrom = end_;
+  if (dropUnwrittenEnd()) stop = "the media data were never written";
+  if (end_ < size_) explainRest(stop, searchFrom);
+  if (!movie_) return;
+  complainOfUnwritten();
+  checkGeometry();
+  checkIndexes();
+}
+
+void RecordedMedia::readInitialisation(const std::function<void(const std::string&)>& complain) {
+  Mp4Box header;
+  const auto startsHere = [&](std::uint64_t offset, std::uint32_t type) {
+    return stream_.seek(offset) && Mp4ReadBoxHeader(stream_, header) && header.type == type;
+  };
+  if (!startsHere(0, Mp4FourCc("ftyp")) || header.size > size_)
+    throw NotRecorded("does not begin with a whole file type box");
+  const Mp4BoxPtr ftyp(Mp4ReadBox(stream_, nullptr));
+  const auto* brands = Mp4PayloadOf<mp4::FileTypeBox>(ftyp.get());
+  if (!brands || brands->majorBrand != Mp4FourCc("iso5"))
+    throw NotRecorded("has a file type other than that of recordings");
+  end_ = ftyp->end();
+  if (end_ == size_) return;
+  if (!startsHere(end_, Mp4FourCc("moov"))) {
+    // What was cut off within its header may still become one.
+    if (size_ - end_ < 8) return;
+    throw NotRecorded("has no movie box behind its file type box");
+  }
+  if (header.size > size_ - end_) return;
+  const Mp4BoxPtr moov(Mp4ReadBox(stream_, nullptr));
+  if (!moov) throw NotRecorded("has a movie box that cannot be read");
+  std::string reason;
+  movie_ = readRecordedMovie(stream_, moov.get(), reason, complain);
+  if (!movie_) throw NotRecorded("is no recording: " + reason);
+  end_ = initialisationLength_ = moov->end();
+}
+
+// Reads on as long as whole fragments follow. Returns why it stopped.
+std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>& progress) {
+  std::string reason;
+  std::uint64_t offset = end_;
+  while (offset < size_ && reason.empty()) {
+    if (progress) progress(offset);
+    Mp4Box header;
+    if (!stream_.seek(offset) || !Mp4ReadBoxHeader(stream_, header)) {
+      reason = "no box can be read here";
+    } else if (header.type == Mp4FourCc("sidx")) {
+      reason = readIndex(offset);
+      if (reason.empty()) offset = segments_.back().indexEnd;
+    } else if (segments_.empty()) {
+      reason = "no segment index leads the first fragment";
+    } else {
+      reason = readFragment(offset);
+      offset = end_;
+    }
+  }
+  dropEmptySegment();
+  return reason.empty() ? "no fragment follows the segment index" : reason;
+}
+
+// An index that no fragment follows is what a recording leaves that was cut off behind it.
+void RecordedMedia::dropEmptySegment() {
+  if (!segments_.empty() && segments_.back().fragments == 0) segments_.pop_back();
+  if (segments_.empty()) fragmentsPerSegment_ = 0;
+}
+
+bool RecordedMedia::isUnwritten(std::uint64_t begin, std::uint64_t end) {
+  return hasUnwrittenData(stream_, begin, end,
+                          samplesPerFrame_ == kAc3FrameSamples ? kFewestUnwrittenAc3 : kFewestUnwritten);
+}
+
+// Takes the last fragments for none as far as their data did not reach the disk. Those of earlier segments
+// did: each segment is synchronised when it ends. Whether there were any.
+bool RecordedMedia::dropUnwrittenEnd() {
+  const std::size_t synchronised = segments_.size() < 2 ? 0 : segments_[segments_.size() - 2].firstFragment;
+  const std::size_t before = fragments_.size();
+  while (fragments_.size() > synchronised && isUnwritten(fragments_.back().start, fragments_.back().end)) {
+    const bool onlyOne = --segments_.back().fragments == 0;
+    end_ = onlyOne ? segments_.back().start : fragments_.back().start;
+    fragments_.pop_back();
+    dropEmptySegment();
+  }
+  return fragments_.size() != before;
+}
+
+void RecordedMedia::complainOfUnwritten() {
+  for (const std::size_t index : unwritten_) {
+    if (index >= fragments_.size()) break;
+    complain(fragments_[index].start,
+             "part of the fragment's media data was never written: its frames cannot be decoded", false);
+  }
+}
+
+// Says what is behind the last whole fragment. Behind `searchFrom` whole ones may stand.
+void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchFrom) {
+  constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
+  if (movie_)
+    behindDamage_ =
+        findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
+  if (behindDamage_) {
+    complain(end_,
+             "the file is damaged (" + reason + "), and whole fragments stand behind the damage, from byte " +
+                 std::to_string(*behindDamage_) + " on",
+             false);
+  } else {
+    complain(end_,
+             "the recording was cut off: the last " + count(size_ - end_, "byte") +
+                 " of the file are nothing whole (" + reason + ")",
+             true);
+  }
+}
+
+// Empty, or why no index can stand here.
+std::string RecordedMedia::readIndex(std::uint64_t offset) {
+  if (!segments_.empty() && segments_.back().fragments == 0) return "one segment index follows another";
+  const Mp4BoxPtr box(stream_.seek(offset) ? Mp4ReadBox(stream_, nullptr) : nullptr);
+  const auto* index = Mp4PayloadOf<SegmentIndexBox>(box.get());
+  if (!index) return "the segment index is cut off";
+  if (segments_.empty()) {
+    fragmentsPerSegment_ = static_cast<std::uint32_t>(index->references.size());
+    firstIndexTime_ = index->earliestPresentationTime;
+  }
+  segments_.push_back({offset, box->end(), fragments_.size(), 0});
+  return "";
+}
+
+// Empty, or why no whole fragment stands here.
+std::string RecordedMedia::readFragment(std::uint64_t offset) {
+  const auto read = readRecordedFragment(stream_, offset, *movie_);
+  if (const auto* reason = std::get_if<std::string>(&read)) return *reason;
+  const auto& fragment = std::get<RecordedFragment>(read);
+  checkFragment(fragment);
+  const RecordedRun run = fragment.runs[movie_->indexedKind()].value_or(RecordedRun());
+  const RecordedRun sound = fragment.runs[TrackKind::Audio].value_or(RecordedRun());
+  if (data_ == Data::All && isUnwritten(fragment.start, fragment.end))
+    unwritten_.push_back(fragments_.size());
+  fragments_.push_back({fragment.start, fragment.end, run.samples, sound.bytes, sound.samples});
+  ++segments_.back().fragments;
+  end_ = fragment.end;
+  return "";
+}
+
+void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
+  const std::uint64_t expected = fragments_.size() + 1;
+  if (fragment.sequenceNumber != expected) {
+    complain(fragment.start,
+             "the fragment has sequence number " + std::to_string(fragment.sequenceNumber) + " where " +
+                 std::to_string(expected) + " is due",
+             false);
+  }
+  for (const TrackKind kind : mp4::kTrackKinds) {
+    const auto& run = fragment.runs[kind];
+    if (!run) continue;
+    std::uint64_t& time = times_[kind] ? *times_[kind] : times_[kind].emplace(0);
+    if (run->decodeTime != time) {
+      complain(fragment.start,
+               "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
+                   std::to_string(run->decodeTime) + " where " + std::to_string(time) + " is due",
+               false);
+    }
+    time = run->decodeTime + run->ticks;
+  }
+  const auto& sound = fragment.runs[TrackKind::Audio];
+  if (!sound || samplesPerFrame_ != 0 || sound->bytes < 2) return;
+  // AC-3 starts each frame with this word (ATSC A/52, 5.4.1.1).
+  std::uint8_t word[2] = {};
+  stream_.seek(sound->offset);
+  stream_.peek(word, sizeof word);
+  samplesPerFrame_ = word[0] == 0x0B && word[1] == 0x77 ? kAc3FrameSamples : kAacFrameSamples;
+}
+
+std::uint64_t RecordedMedia::soundBytes() const {
+  return std::accumulate(
+      fragments_.begin(), fragments_.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundBytes; });
+}
+
+std::uint64_t RecordedMedia::soundFrames() const {
+  return std::accumulate(
+      fragments_.begin(), fragments_.end(), std::uint64_t{0},
+      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundFrames; });
+}
+
+std::uint64_t RecordedMedia::framesPerFragment() const {
+  if (fragments_.size() >= 2 && fragments_[1].samples != 0) return fragments_[0].samples;
+  // The first index of sound is timed as if a segment had gone before it.
+  const std::uint64_t segmentFrames = std::uint64_t{fragmentsPerSegment_} * kAacFrameSamples;
+  return movie_->hasVideo() || segmentFrames == 0 ? 0 : firstIndexTime_ / segmentFrames;
+}
+
+std::uint64_t RecordedMedia::indexTicks(const Fragment& fragment) const {
+  if (movie_->hasVideo()) return fragment.samples * movie_->indexedTrack().defaultSampleDuration;
+  return positions(fragment);
+}
+
+// Frames of video or samples of sound. Intended: the last fragment of sound, when it is not full, counts by
+// its codec's frame, all others by that of AAC.
+std::uint64_t RecordedMedia::positions(const Fragment& fragment) const {
+  if (movie_->hasVideo()) return fragment.samples;
+  const bool last = &fragment == &fragments_.back() && fragment.samples < framesPerFragment();
+  return fragment.samples * (last && samplesPerFrame_ != 0 ? samplesPerFrame_ : kAacFrameSamples);
+}
+
+std::uint64_t RecordedMedia::positions(const Segment& segment) const {
+  std::uint64_t sum = 0;
+  for (std::size_t i = 0; i < segment.fragments; ++i) sum += positions(fragments_[segment.firstFragment + i]);
+  return sum;
+}
+
+std::uint64_t RecordedMedia::positions() const {
+  std::uint64_t sum = 0;
+  for (const Fragment& fragment : fragments_) sum += positions(fragment);
+  return sum;
+}
+
+std::uint64_t RecordedMedia::endOffset(const Segment& segment) const {
+  return fragments_[segment.firstFragment + segment.fragments - 1].end;
+}
+
+void RecordedMedia::checkGeometry() {
+  const std::uint64_t frames = framesPerFragment();
+  for (std::size_t i = 0; frames != 0 && i + 1 < fragments_.size(); ++i) {
+    const Fragment& fragment = fragments_[i];
+    if (fragment.samples == frames || fragments_[i + 1].samples == 0) continue;
+    complain(fragment.start,
+             "the fragment holds " + count(fragment.samples, "frame") + ", the first one " +
+                 std::to_string(frames),
+             false);
+  }
+  for (std::size_t i = 0; i + 1 < segments_.size(); ++i) {
+    if (segments_[i].fragments == fragmentsPerSegment_) continue;
+    complain(segments_[i].start,
+             "the segment holds " + count(segments_[i].fragments, "fragment") +
+                 " where its index has room for " + std::to_string(fragmentsPerSegment_),
+             false);
+  }
+}
+
+std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) const {
+  const bool video = movie_->hasVideo();
+  const std::uint64_t unit = video ? movie_->indexedTrack().defaultSampleDuration : kAacFrameSamples;
+  const std::uint64_t step = framesPerFragment() * fragmentsPerSegment_ * unit;
+  const auto ordinal = static_cast<std::uint64_t>(&segment - segments_.data());
+  SegmentIndexBox index;
+  index.referenceId = mp4::trackNumber(movie_->indexedKind());
+  index.timescale = movie_->indexedTrack().timescale;
+  index.earliestPresentationTime = (video ? kFirstVideoTime : step) + ordinal * step;
+  index.version = index.earliestPresentationTime > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
+  // Intended: references that are not used are there too, all zero.
+  index.references.resize(fragmentsPerSegment_);
+  for (std::size_t i = 0; i < std::min<std::size_t>(segment.fragments, fragmentsPerSegment_); ++i) {
+    const Fragment& fragment = fragments_[segment.firstFragment + i];
+    SegmentIndexBox::Reference& reference = index.references[i];
+    reference.referencedSize = static_cast<std::uint32_t>(fragment.end - fragment.start);
+    reference.subsegmentDuration = static_cast<std::uint32_t>(indexTicks(fragment));
+    reference.startsWithSap = reference.sapType = video ? 0 : 1;
+  }
+  Mp4MemoryOutput out;
+  Mp4WriteSegmentIndex(out, index);
+  return out.bytes;
+}
+
+std::optional<std::vector<std::uint8_t>> RecordedMedia::storedIndexBytes(const Segment& segment) const {
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(segment.indexEnd - segment.start));
+  const auto size = static_cast<std::int64_t>(bytes.size());
+  if (!stream_.seek(segment.start) || stream_.read(bytes.data(), size) != size) return std::nullopt;
+  return bytes;
+}
+
+void RecordedMedia::checkIndexes() {
+  for (const Segment& segment : segments_) {
+    const std::vector<std::uint8_t> expected = indexBytes(segment);
+    if (storedIndexBytes(segment) != expected) explainIndex(segment, expected);
+  }
+}
+
+void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::uint8_t>& expectedBytes) {
+  const auto storedBytes = storedIndexBytes(segment);
+  const auto stored = storedBytes ? parseIndex(*storedBytes) : std::nullopt;
+  const auto expected = parseIndex(expectedBytes);
+  if (!stored || !expected || storedBytes->size() != expectedBytes.size())
+    return complain(segment.start,
+                    "the index of the segment does not fit its fragments, nor can it be made to", false);
+  if (isEmpty(*stored)) return complain(segment.start, "the index of the segment was not completed", true);
+  for (std::size_t i = 0; i < expected->references.size(); ++i) {
+    const auto& is = stored->references[i];
+    const auto& due = expected->references[i];
+    if (is.referencedSize != due.referencedSize || is.subsegmentDuration != due.subsegmentDuration)
+      return complain(segment.start,
+                      "reference " + std::to_string(i) + " of the index says " +
+                          count(is.referencedSize, "byte") + " and " + count(is.subsegmentDuration, "tick") +
+                          " where the fragment has " + std::to_string(due.referencedSize) + " and " +
+                          std::to_string(due.subsegmentDuration),
+                      true);
+  }
+  if (stored->earliestPresentationTime != expected->earliestPresentationTime)
+    return complain(segment.start,
+                    "the index starts at tick " + std::to_string(stored->earliestPresentationTime) +
+                        " where " + std::to_string(expected->earliestPresentationTime) + " is due",
+                    true);
+  complain(segment.start, "the index differs from that of its fragments", true);
+}
+
+void RecordedMedia::complain(std::uint64_t offset, std::string text, bool repairable) {
+  problems_.add({name_, offset, std::move(text), repairable});
+}

@@ -1,0 +1,56 @@
+// A recording on the disk: its media files, read, and the lists that go with them.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "recording/check/problems.h"
+#include "recording/check/recorded_media.h"
+#include "recording/names.h"
+#include "streaming/lists/mpd_writer.h"
+
+class Recording {
+ public:
+  // Gets the bytes read of all media files, and how many they have.
+  using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+  // Reads the media files of the recording that `name` belongs to. Throws UserError when there is none, or it
+  // holds nothing that was recorded.
+  Recording(const std::string& name, RecordedMedia::Data data, const Progress& progress = {});
+  Recording(const Recording&) = delete;
+  Recording& operator=(const Recording&) = delete;
+
+  const RecordingNames& names() const { return names_; }
+  // Null: no such file. Each has its movie box.
+  const RecordedMedia* video() const { return video_ ? &*video_->media : nullptr; }
+  const RecordedMedia* audio() const { return audio_ && audio_->media->movie() ? &*audio_->media : nullptr; }
+  // What is wrong with the media files.
+  const ProblemList& problems() const { return problems_; }
+
+  // The media files, those without a movie box included, by path.
+  std::vector<std::pair<std::string, const RecordedMedia*>> media() const;
+
+  // The lists as the end of the recording would have written them; empty: there is none. What only a former
+  // list can know (when the recording began, the bit rate of its sound) is taken from the one that is there.
+  struct Lists {
+    std::string manifest;
+    std::string videoPlaylist;
+    std::string audioPlaylist;
+    std::string masterPlaylist;  // only where there is one
+  };
+  Lists lists() const;
+
+ private:
+  struct File {
+    Mp4Stream stream;
+    std::unique_ptr<RecordedMedia> media;
+  };
+
+  std::unique_ptr<File> open(const std::string& path);
+
+  RecordingNames names_;
+  std::unique_ptr<File> video_;
+  std::unique_ptr<File> audio_;
+  ProblemList problems_;
+};

@@ -1,0 +1,89 @@
+#include "recording/check/verify.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+#include "base/audio_units.h"
+#include "base/number_text.h"
+#include "os/file_in_use.h"
+#include "os/path_name.h"
+#include "recording/check/list_difference.h"
+#include "recording/segment_geometry.h"
+#include "streaming/lists/manifest_document.h"
+
+namespace {
+
+using Difference = std::string (*)(std::string_view expected, std::string_view actual);
+
+void checkList(const std::string& path, const std::string& expected, Difference difference,
+               Verification& result) {
+  if (expected.empty()) return;
+  const std::string name = fileNameOf(path);
+  result.files.push_back(name);
+  const auto actual = readList(path);
+  if (!actual) {
+    result.problems.add({name, std::nullopt, "it is missing, or cannot be read", true});
+    return;
+  }
+  const std::string found = difference(expected, *actual);
+  if (!found.empty()) result.problems.add({name, std::nullopt, found, true});
+}
+
+// Samples of sound last as its track says; AAC's, in recordings.
+double soundSecondsOf(const Recording& recording) {
+  const RecordedMedia* const media = recording.audio() ? recording.audio() : recording.video();
+  const auto& sound = media->movie()->tracks[mp4::TrackKind::Audio];
+  if (!sound || sound->timescale == 0) return 0;
+  return static_cast<double>(media->soundFrames()) * kAacFrameSamples / sound->timescale;
+}
+
+}  // namespace
+
+std::string soundLengthNote(const Verification& result) {
+  // Encoders pad sound, and pictures with B-frames are shown later than they are decoded.
+  constexpr double kUsual = 1;
+  const double longer = result.soundSeconds - result.seconds;
+  if (result.frames == 0 || result.soundFrames == 0 || std::abs(longer) <= kUsual) return "";
+  return "the sound lasts " + fixedText(std::abs(longer), 3) + " s " + (longer > 0 ? "longer" : "shorter") +
+         " than the picture";
+}
+
+std::optional<std::string> readList(const std::string& path) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(vlPath(path), error);
+  if (error || size > kMaxManifestBytes) return std::nullopt;
+  std::ifstream file(vlPath(path), std::ios::binary);
+  std::string text(static_cast<std::size_t>(size), '\0');
+  file.read(text.data(), static_cast<std::streamsize>(size));
+  if (!file) return std::nullopt;
+  return text;
+}
+
+Verification verifyRecording(const std::string& name, const Recording::Progress& progress) {
+  const Recording recording(name, RecordedMedia::Data::All, progress);
+  Verification result;
+  result.problems = recording.problems();
+  for (const auto& [path, media] : recording.media()) {
+    result.files.push_back(media->name());
+    result.fragments += media->fragments().size();
+    result.segments += media->segments().size();
+    result.soundFrames += media->soundFrames();
+    result.beingWritten = result.beingWritten || os::isBeingWritten(path);
+  }
+  if (const RecordedMedia* const video = recording.video()) {
+    result.frames = video->positions();
+    result.seconds = static_cast<double>(result.frames) / video->movie()->frameRate().value();
+  } else {
+    const RecordedMedia* const audio = recording.audio();
+    result.seconds = static_cast<double>(audio->positions()) / audio->movie()->indexedTrack().timescale;
+  }
+  result.soundSeconds = soundSecondsOf(recording);
+  const RecordingNames& names = recording.names();
+  const Recording::Lists lists = recording.lists();
+  checkList(names.manifest, lists.manifest, manifestDifference, result);
+  checkList(names.videoPlaylist, lists.videoPlaylist, playlistDifference, result);
+  checkList(names.audioPlaylist, lists.audioPlaylist, playlistDifference, result);
+  checkList(names.masterPlaylist, lists.masterPlaylist, playlistDifference, result);
+  return result;
+}

@@ -1,0 +1,29 @@
+// Checks a recording: its media against themselves, and its lists against the media.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "recording/check/recording.h"
+
+struct Verification {
+  std::vector<std::string> files;  // looked at: name and extension
+  std::uint64_t frames = 0;        // of video
+  std::uint64_t soundFrames = 0;   // coded ones
+  std::uint64_t fragments = 0;     // of all media files
+  std::uint64_t segments = 0;
+  double seconds = 0;         // of the video, or else of the sound
+  double soundSeconds = 0;    // of the sound; both begin at 0
+  bool beingWritten = false;  // somebody is recording it
+  ProblemList problems;
+};
+
+// What the user should know of a picture and a sound that do not end together, empty when they do. It is no
+// problem of the recording: its source may be so.
+std::string soundLengthNote(const Verification& result);
+
+// Throws UserError when `name` belongs to no recording, or to one that holds nothing.
+Verification verifyRecording(const std::string& name, const Recording::Progress& progress = {});
+
+// The text of a list on the disk; nothing when it is not there or too large to be one.
+std::optional<std::string> readList(const std::string& path);

@@ -1,0 +1,143 @@
+#include "recording/names.h"
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+
+#include "base/user_error.h"
+#include "os/path_name.h"
+#include "streaming/lists/manifest_reader.h"
+#include "streaming/lists/uri.h"
+
+namespace {
+
+using Path = std::filesystem::path;
+
+bool isFile(const Path& path) {
+  std::error_code ignored;
+  return std::filesystem::is_regular_file(path, ignored);
+}
+
+bool contains(const Path& path, const char* part) {
+  return vlName(path).find(part) != std::string::npos;
+}
+
+std::string with(Path path, const char* extension) {
+  return vlName(path.replace_extension(extension));
+}
+
+std::string audioPlaylistOf(const Path& audio) {
+  Path path = audio;
+  path.replace_filename(audio.stem() += "A.m3u8");
+  return vlName(path);
+}
+
+// The file of this name beside a list, when it can only mean that.
+std::optional<Path> fileBeside(const Path& list, const std::string& mediaName) {
+  const Path name = vlPath(mediaName);
+  const bool plain = !mediaName.empty() && name.filename() == name && mediaName != "." && mediaName != "..";
+  if (!plain) return std::nullopt;
+  const Path path = Path(list).replace_filename(name);
+  return isFile(path) ? std::optional(path) : std::nullopt;
+}
+
+// The media file that a list's reference leads to. Lists that hold the bare name are understood too.
+std::optional<Path> beside(const Path& list, const std::string& reference) {
+  const auto file = fileBeside(list, NameOfUri(reference));
+  return file ? file : fileBeside(list, reference);
+}
+
+std::optional<Path> mediaInManifest(const Path& manifest) {
+  tinyxml2::XMLDocument document;
+  if (!LoadManifestDocument(vlName(manifest).c_str(), document)) return std::nullopt;
+  const auto read = ReadManifest(document);
+  return read ? beside(manifest, read->video.baseUrl) : std::nullopt;
+}
+
+// The URI that the map of a playlist names.
+std::optional<Path> mediaInPlaylist(const Path& playlist) {
+  constexpr std::string_view kMap = "#EXT-X-MAP:URI=\"";
+  std::ifstream file(playlist);
+  constexpr int kHeaderLines = 64;
+  std::string line;
+  for (int i = 0; i < kHeaderLines && std::getline(file, line); ++i) {
+    if (line.starts_with(kMap))
+      return beside(playlist, line.substr(kMap.size(), line.find('"', kMap.size()) - kMap.size()));
+  }
+  return std::nullopt;
+}
+
+// The media file that a list tells of by its own name.
+std::optional<Path> mediaByName(const Path& list) {
+  std::string stem = vlName(list.stem());
+  constexpr std::string_view kMaster = ".master";
+  if (stem.ends_with(kMaster)) stem.resize(stem.size() - kMaster.size());
+  std::array stems = {stem, std::string()};
+  if (stem.ends_with('A')) stems[1] = stem.substr(0, stem.size() - 1);
+  for (const std::string& candidate : stems) {
+    for (const char* extension : {".m4v", ".ismv", ".mp4", ".m4a", ".isma"}) {
+      const Path path = Path(list).replace_filename(vlPath(candidate + extension));
+      if (!candidate.empty() && isFile(path)) return path;
+    }
+  }
+  return std::nullopt;
+}
+
+Path findMedia(const Path& name) {
+  const Path extension = name.extension();
+  std::optional<Path> media;
+  if (extension == ".m3u8") {
+    media = mediaInPlaylist(name);
+    if (!media) media = mediaByName(name);
+  } else if (extension == ".mpd" || extension == ".xml") {
+    media = mediaInManifest(name);
+    if (!media) media = mediaByName(name);
+  } else if (isFile(name)) {
+    media = name;
+  } else if (contains(name, ".mp4") && isFile(with(name, ".m4v"))) {
+    media = with(name, ".m4v");  // recorded under that name
+  }
+  if (!media)
+    throw UserError("'" + vlName(name) +
+                    "' belongs to no recording: no media file of it is there; check the name");
+  // Sound that stands beside a picture is part of its recording.
+  if (media->extension() == ".m4a" && isFile(with(*media, ".m4v"))) return with(*media, ".m4v");
+  return *media;
+}
+
+std::string manifestOf(const Path& video) {
+  const std::string mpd = with(video, ".mpd"), xml = with(video, ".xml");
+  // Recording looks for the text in the whole path, which may have been another then.
+  const bool smooth = contains(video, ".ism");
+  if (smooth && !isFile(xml) && isFile(mpd)) return mpd;
+  return smooth ? xml : mpd;
+}
+
+}  // namespace
+
+std::string fileNameOf(const std::string& path) {
+  return vlName(vlPath(path).filename());
+}
+
+RecordingNames namesOfSoundAlone(const std::string& audio) {
+  RecordingNames names;
+  names.audio = audio;
+  names.audioPlaylist = audioPlaylistOf(vlPath(audio));
+  return names;
+}
+
+RecordingNames findRecording(const std::string& name) {
+  const Path media = findMedia(vlPath(name));
+  if (media.extension() == ".m4a" || media.extension() == ".isma") return namesOfSoundAlone(vlName(media));
+  RecordingNames names;
+  names.video = vlName(media);
+  names.manifest = manifestOf(media);
+  names.videoPlaylist = with(media, ".m3u8");
+  names.masterPlaylist = with(media, ".master.m3u8");
+  if (contains(media, ".m4v")) {
+    names.audio = with(media, ".m4a");
+    names.audioPlaylist = audioPlaylistOf(vlPath(names.audio));
+  }
+  return names;
+}

@@ -1,0 +1,24 @@
+// The files of a recording, which are found by their names.
+#pragma once
+
+#include <string>
+
+// Paths, whether the files are there or not; empty where a recording has no such file.
+struct RecordingNames {
+  std::string video;          // empty for sound alone
+  std::string audio;          // beside the video, or alone
+  std::string manifest;       // only with video
+  std::string videoPlaylist;  // only with video
+  std::string audioPlaylist;
+  std::string masterPlaylist;  // only with video
+};
+
+// Of the recording that `name` belongs to: one of its media files, its manifest or one of its playlists.
+// Throws UserError when no media file is there.
+RecordingNames findRecording(const std::string& name);
+
+// Of sound alone, in the media file `audio`.
+RecordingNames namesOfSoundAlone(const std::string& audio);
+
+// Name and extension of a path.
+std::string fileNameOf(const std::string& path);

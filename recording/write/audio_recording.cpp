@@ -1,0 +1,108 @@
+#include "recording/write/audio_recording.h"
+
+#include <algorithm>
+
+#include "base/audio_units.h"
+#include "base/guard.h"
+#include "recording/date_time.h"
+#include "recording/messages.h"
+#include "recording/paths.h"
+#include "recording/write/default_boxes.h"
+#include "recording/write/fragment_setup.h"
+
+namespace {
+
+using mp4::TrackKind;
+
+// Hours of sound: only rates that no video has ask for more.
+constexpr std::uint32_t kMostFramesPerFragment = 1u << 20;
+
+constexpr mp4::TrackSet kSoundAlone = {.audio = true};
+
+}  // namespace
+
+bool AudioRecording::Create(const std::string& path) {
+  return file_.Create(path, AudioPlaylistPath(path));
+}
+
+bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+                           MpdWriter* manifest) {
+  started_ = true;
+  sound_ = sound;
+  const std::uint64_t samples = scaleExactly(std::uint64_t{sound.sampleRate} * geometry.framesPerFragment,
+                                             rate.denominator, rate.numerator);
+  framesPerFragment_ = saturate<std::uint32_t>((samples + kAacFrameSamples - 1) / kAacFrameSamples);
+  framesPerFragment_ = std::clamp(framesPerFragment_, 1u, kMostFramesPerFragment);
+  const std::uint64_t segmentSamples =
+      std::uint64_t{framesPerFragment_} * kAacFrameSamples * geometry.fragmentsPerSegment;
+
+  mp4::Movie movie;
+  movie.mvhd = Mp4SetUpMovieHeader();
+  movie.mvex = Mp4SetUpMovieExtends(kSoundAlone, rate.denominator, false);
+  movie.tracks[TrackKind::Audio] = SetUpSoundTrack(sound);
+  SegmentSettings segments;
+  segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
+  segments.timescale = sound.sampleRate;
+  // Intended: the first index is timed as if a segment had gone before it.
+  segments.firstPresentationTime = segments.duration = segmentSamples;
+  segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
+  if (!file_.Start(movie, segments)) return false;
+
+  file_.ListIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
+                file_.initialisationLength(), DateTimeNow()});
+  if (manifest) {
+    file_.ListIn(*manifest, manifest->BeginAudio({kAudioObjectType,
+                                                  sound.byteRate,
+                                                  {file_.name(), sound.sampleRate, segmentSamples,
+                                                   file_.initialisationLength() - 1}}));
+  }
+  return true;
+}
+
+std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
+  if (file_.failed()) return VL_FAILED;
+  if (!fitsFragment(run_.bytes() + frame.size(), run_.count() + 1) ||
+      !run_.reserve(static_cast<std::uint32_t>(frame.size()))) {
+    ErrOut("%s", messages::kNoVideoBuffer);  // intended: the text of the video
+    return VL_FAILED;
+  }
+  run_.append({}, frame);
+  // The frame has been taken: what memory is short for is done with a later one, or at the end.
+  return guarded(VL_OK, [this] { return cutWhatIsReady(); });
+}
+
+std::uint32_t AudioRecording::cutWhatIsReady() {
+  if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
+  while (run_.count() >= framesPerFragment_) {
+    if (!cutFragment(framesPerFragment_, framesPerFragment_ * kAacFrameSamples)) return VL_FAILED;
+    if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
+  }
+  return VL_OK;
+}
+
+bool AudioRecording::cutFragment(std::uint32_t frames, std::uint32_t duration) {
+  mp4::MovieFragment fragment = Mp4SetUpFragment(0, kSoundAlone);
+  mp4::TrackFragment& track = *fragment.tracks[TrackKind::Audio];
+  SetDecodeTime(track, position_);
+  TrackBytes bytes;
+  bytes[static_cast<std::size_t>(TrackKind::Audio)] = run_.take(frames, track.trun);
+  if (!file_.AddFragment(fragment, bytes, {duration, true})) return false;
+  run_.drop(frames);
+  position_ += duration;
+  return true;
+}
+
+// What waits for a fragment to be full.
+bool AudioRecording::cutLast() {
+  if (cutWhatIsReady() != VL_OK) return false;
+  return run_.count() == 0 || cutFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
+}
+
+bool AudioRecording::Finish() {
+  bool whole = !file_.failed();
+  // Memory that runs out here must not keep the segment from being finished.
+  if (whole && started_) whole = guarded(false, [this] { return cutLast(); });
+  if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.FinishSegment(position_); }) && whole;
+  file_.Close();
+  return whole;
+}

@@ -1,0 +1,40 @@
+// Recording sound into a file of its own.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "recording/write/recorded_file.h"
+#include "recording/write/sample_run.h"
+#include "recording/write/settings.h"
+
+class AudioRecording {
+ public:
+  // Creates the file, before anything else. False when that fails.
+  bool Create(const std::string& path);
+  RecordedFile& file() { return file_; }
+
+  bool started() const { return started_; }
+  // Writes the initialisation part and begins playlist and part of the manifest (null: none), which its owner
+  // saves. `rate` and `geometry` say how long a fragment is. False when the file cannot be written.
+  bool Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+             MpdWriter* manifest);
+
+  // Takes one coded frame. Returns a status.
+  std::uint32_t Write(std::span<const std::uint8_t> frame);
+  // Writes what is left and ends playlist and file. False when something could not be written.
+  bool Finish();
+
+ private:
+  bool cutFragment(std::uint32_t frames, std::uint32_t duration);
+  std::uint32_t cutWhatIsReady();
+  bool cutLast();
+
+  RecordedFile file_;
+  bool started_ = false;
+  SoundSettings sound_;
+  std::uint32_t framesPerFragment_ = 0;  // coded frames
+  SampleRun run_;
+  std::uint64_t position_ = 0;  // samples written
+};

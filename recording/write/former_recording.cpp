@@ -1,0 +1,123 @@
+#include "recording/write/former_recording.h"
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+#include "mp4box/output.h"
+#include "mp4box/stream.h"
+#include "mp4box/write.h"
+#include "os/path_name.h"
+#include "recording/paths.h"
+#include "recording/write/default_boxes.h"
+#include "streaming/lists/manifest_reader.h"
+#include "streaming/lists/playlist_text.h"
+#include "streaming/lists/uri.h"
+#include "vlutil.h"
+
+namespace {
+
+// The header of a playlist, which names its media, is shorter than this.
+constexpr std::size_t kHeaderBytes = 4096;
+
+std::string nameOf(const std::string& path) {
+  char file[VL_MAX_PATH], extension[VL_MAX_PATH];
+  vlOSSplitPath(path.c_str(), nullptr, nullptr, file, extension);
+  return std::string(file) + extension;
+}
+
+bool opens(Mp4Stream& file, const std::string& path) {
+  const VLHANDLE handle = file.open(path.c_str(), MP4_MODE_READ);
+  return handle != VL_NO_HANDLE && handle != VL_INVALID_HANDLE;
+}
+
+// The first bytes of a file, at most `count`; empty for what cannot be read. It is read through the host,
+// which takes every name.
+std::string beginningOf(const std::string& path, std::size_t count) {
+  Mp4Stream file;
+  if (!opens(file, path)) return {};
+  std::string bytes(count, '\0');
+  bytes.resize(static_cast<std::size_t>(file.read(bytes.data(), static_cast<std::int64_t>(count))));
+  return bytes;
+}
+
+std::uint64_t sizeOf(const std::string& path) {
+  Mp4Stream file;
+  return opens(file, path) ? file.size() : 0;
+}
+
+// Whether a file has been written to long after another. The files of one recording are written together.
+bool isLaterThan(const std::string& path, const std::string& other) {
+  constexpr std::chrono::minutes kTogether{1};
+  std::error_code failed, otherFailed;
+  const auto time = std::filesystem::last_write_time(vlPath(path), failed);
+  const auto otherTime = std::filesystem::last_write_time(vlPath(other), otherFailed);
+  return !failed && !otherFailed && time > otherTime + kTogether;
+}
+
+bool beginsWith(const std::string& path, const std::string& text) {
+  return beginningOf(path, text.size()) == text;
+}
+
+// The box that every recording begins with.
+std::string fileType() {
+  Mp4MemoryOutput out;
+  mp4::FileTypeBox box = Mp4SetUpFileType();
+  Mp4WriteFileType(out, box);
+  return {out.bytes.begin(), out.bytes.end()};
+}
+
+bool names(const std::string& list, const std::string& text) {
+  return beginningOf(list, kHeaderBytes).find(text) != std::string::npos;
+}
+
+bool lists(const std::string& playlist, const std::string& media) {
+  return names(playlist, PlaylistMapLine(nameOf(media)));
+}
+
+// Whether the sound file beside a video file belongs to the recording there: its manifest names the one with
+// the other. A recording that was interrupted before there was a manifest is known by how both files begin.
+bool isSoundOf(const std::string& video, const std::string& manifest, const std::string& audio) {
+  const std::string begin = fileType();
+  // Another object may have created it just now, to record into: then it holds its type and nothing else.
+  if (sizeOf(audio) <= begin.size()) return false;
+  const bool listed = vlOSFileExists(manifest.c_str());
+  // Or it is recording into it, or has done so.
+  if (isLaterThan(audio, listed ? manifest : video)) return false;
+  if (!listed) return beginsWith(video, begin) && beginsWith(audio, begin);
+  tinyxml2::XMLDocument document;
+  if (!LoadManifestDocument(manifest.c_str(), document)) return false;
+  const std::optional<Manifest> read = ReadManifest(document);
+  return read && NameOfUri(read->audio.baseUrl) == nameOf(audio);
+}
+
+}  // namespace
+
+std::vector<std::string> FilesOfFormerRecording(const std::string& video, const std::string& manifest) {
+  std::vector<std::string> files = {manifest};
+  const std::string playlist = WithExtension(video, ".m3u8");
+  if (lists(playlist, video)) files.push_back(playlist);
+  const std::string master = WithExtension(video, ".master.m3u8");
+  if (names(master, std::string("\n").append(UriOfName(nameOf(playlist))))) files.push_back(master);
+  const std::string audio = WithExtension(video, ".m4a");
+  if (video.find(".m4v") == std::string::npos || audio == video) return files;
+  const bool isItsSound = isSoundOf(video, manifest, audio);
+  if (isItsSound) files.push_back(audio);
+  if (isItsSound || !vlOSFileExists(audio.c_str())) {
+    if (const std::string list = PlaylistOfFormerSound(audio); !list.empty()) files.push_back(list);
+  }
+  return files;
+}
+
+std::string PlaylistOfFormerSound(const std::string& audio) {
+  const std::string playlist = AudioPlaylistPath(audio);
+  return lists(playlist, audio) ? playlist : std::string();
+}
+
+void RemoveFormerFile(const std::string& path) {
+  std::error_code ignored;
+  const std::filesystem::path file = vlPath(path);
+  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))
+    std::filesystem::remove(file, ignored);
+}

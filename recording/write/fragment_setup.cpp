@@ -1,0 +1,21 @@
+#include "recording/write/fragment_setup.h"
+
+#include <limits>
+
+#include "recording/write/default_boxes.h"
+
+mp4::Track SetUpSoundTrack(const SoundSettings& sound) {
+  mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), sound.sampleRate);
+  mp4::DecoderConfigDescriptor& config = std::get<mp4::AudioMedia>(track.media).esds.decoderConfig.emplace();
+  config.objectTypeIndication = kAudioObjectType;
+  config.streamType = 0x15;  // audio stream
+  config.bufferSizeDB = 6144;
+  config.maxBitrate = 352000;
+  config.decoderSpecificInfo = sound.configuration;
+  return track;
+}
+
+void SetDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks) {
+  track.tfdt.version = ticks > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
+  track.tfdt.baseMediaDecodeTime = ticks;
+}

@@ -1,0 +1,32 @@
+// What a recording is to be, fixed when its first sample comes.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "base/exact_time.h"
+#include "recording/segment_geometry.h"
+
+struct SoundSettings {
+  std::uint32_t sampleRate = 0;
+  std::uint32_t byteRate = 0;               // bytes a second
+  std::uint32_t samplesPerFrame = 0;        // of a coded frame
+  std::vector<std::uint8_t> configuration;  // AudioSpecificConfig
+};
+
+struct VideoSettings {
+  SegmentGeometry geometry;
+  FrameRate rate;                       // over 1000 or 1001
+  std::int32_t width = 0;               // pixels
+  std::int32_t height = 0;              // negative: rows bottom-up
+  std::vector<std::uint8_t> avcRecord;  // AVC decoder configuration record
+  bool captions608 = false;
+  bool captions708 = false;
+  std::optional<SoundSettings> sound;  // in the same file
+};
+
+// Ticks of a video frame: the rate's numerator is the timescale.
+constexpr std::uint32_t frameTicks(const FrameRate& rate) {
+  return rate.denominator == 1001 ? 1001 : 1000;
+}

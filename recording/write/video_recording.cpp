@@ -1,0 +1,310 @@
+#include "recording/write/video_recording.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "base/audio_units.h"
+#include "base/guard.h"
+#include "recording/caption_area.h"
+#include "recording/date_time.h"
+#include "recording/messages.h"
+#include "recording/paths.h"
+#include "recording/write/caption_samples.h"
+#include "recording/write/default_boxes.h"
+#include "recording/write/fragment_setup.h"
+
+namespace {
+
+using mp4::TrackKind;
+
+// Sample flags (ISO/IEC 14496-12, 8.8.3.1): what the sample depends on, and whether decoding can start here.
+constexpr std::uint32_t kSyncSample = 0x02000000u;
+constexpr std::uint32_t kOtherSample = 0x01010000u;
+
+// Intended: where the first segment index starts, in ticks.
+constexpr std::uint64_t kFirstPresentationTime = 1001;
+
+// Fragments' worth of frames that wait for sound which does not come.
+constexpr std::uint32_t kPatience = 2;
+
+constexpr std::uint32_t kPairBytes = 2;
+
+std::span<const std::uint8_t>& bytesOf(TrackBytes& bytes, TrackKind kind) {
+  return bytes[static_cast<std::size_t>(kind)];
+}
+
+std::array<std::uint8_t, 8> boxHeader(std::uint32_t size, std::uint32_t type) {
+  std::array<std::uint8_t, 8> header;
+  for (unsigned i = 0; i < 4; ++i) {
+    header[i] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
+    header[4 + i] = static_cast<std::uint8_t>(type >> (24 - 8 * i));
+  }
+  return header;
+}
+
+bool reserveMore(std::vector<std::uint8_t>& bytes, std::size_t count) try {
+  if (bytes.size() + count > bytes.capacity()) bytes.reserve(bytes.size() * 2 + count);
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+std::uint32_t absolute(std::int32_t value) {
+  return value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
+}
+
+}  // namespace
+
+bool VideoRecording::Create(const std::string& path) {
+  return file_.Create(path, WithExtension(path, ".m3u8"));
+}
+
+bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
+  started_ = true;
+  settings_ = settings;
+  const FrameRate& rate = settings_.rate;
+  const SegmentGeometry& geometry = settings_.geometry;
+  tracks_ = {true, hasSound(), settings.captions608, settings.captions708};
+
+  mp4::Movie movie;
+  movie.mvhd = Mp4SetUpMovieHeader();
+  movie.mvex = Mp4SetUpMovieExtends(tracks_, rate.denominator, false);
+  mp4::Track& video = movie.tracks[TrackKind::Video].emplace(
+      Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
+                         static_cast<std::uint32_t>(settings_.width), settings_.height));
+  mp4::AVCConfigurationBox& avcC = std::get<mp4::VideoMedia>(video.media).avcC;
+  if (settings_.avcRecord.empty()) {
+    avcC = mp4::AVCConfigurationBox::standIn();
+  } else {
+    avcC.record = settings_.avcRecord;
+  }
+  if (hasSound()) movie.tracks[TrackKind::Audio] = SetUpSoundTrack(*settings_.sound);
+  if (tracks_.captions608) {
+    movie.tracks[TrackKind::Captions608] =
+        Mp4SetUp608Track(mp4::trackNumber(TrackKind::Captions608), rate.numerator);
+  }
+  if (tracks_.captions708) {
+    movie.tracks[TrackKind::Captions708] =
+        Mp4SetUp708Track(mp4::trackNumber(TrackKind::Captions708), rate.numerator);
+  }
+  const std::uint64_t segmentFrames =
+      std::uint64_t{geometry.framesPerFragment} * geometry.fragmentsPerSegment;
+  SegmentSettings segments;
+  segments.trackNumber = mp4::trackNumber(TrackKind::Video);
+  segments.timescale = rate.numerator;
+  segments.firstPresentationTime = kFirstPresentationTime;
+  segments.duration = segmentFrames * frameTicks(rate);
+  segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
+  if (!file_.Start(movie, segments)) return false;
+
+  file_.ListIn({file_.name(), rate.value(), segmentFrames, file_.initialisationLength(), DateTimeNow()});
+  manifest_ = manifest;
+  if (!manifest) return true;
+  MpdVideo listed;
+  listed.profile = avcC.profileIndication();
+  listed.level = avcC.levelIndication();
+  listed.width = static_cast<std::uint32_t>(settings_.width);
+  listed.height = absolute(settings_.height);
+  listed.rate = rate;
+  listed.startTime = DateTimeNow();
+  if (hasSound()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
+  listed.segments = {file_.name(), rate.numerator, segments.duration, file_.initialisationLength() - 1};
+  file_.ListIn(*manifest, manifest->BeginVideo(listed, separateAudio));
+  return true;
+}
+
+// Whether one fragment could hold all that waits and `moreBytes` on top.
+bool VideoRecording::takes(std::uint64_t moreBytes) const {
+  const std::uint64_t samples = std::uint64_t{video_.count()} + sound_.count() + cc708_.count() + 2;
+  return fitsFragment(video_.bytes() + sound_.bytes() + cc608_.size() + cc708_.bytes() + moreBytes, samples);
+}
+
+std::uint32_t VideoRecording::WriteVideo(const DFRAME& frame) {
+  if (file_.failed()) return VL_FAILED;
+  const std::int64_t offset = std::int64_t{frame.compositionOffset} * frameTicks(settings_.rate);
+  if (offset != static_cast<std::int32_t>(offset)) {
+    messages::reportError(messages::kOffsetTooLarge);
+    return VL_FAILED;
+  }
+  if (!takes(std::uint64_t{frame.bytes} + sizeof frame.captions) || !video_.reserve(frame.bytes)) {
+    ErrOut("%s", messages::kNoVideoBuffer);
+    return VL_FAILED;
+  }
+  if (!reserveCaptions()) return VL_FAILED;
+  mp4::TrackRunBox::Sample sample;
+  sample.flags = frame.flags & DFRAME_NOT_KEY ? kOtherSample : kSyncSample;
+  sample.compositionOffset = offset;
+  video_.append(sample, {frame.data, frame.bytes});
+  appendCaptions(frame);
+  ++frames_;
+  return cutWhatIsReady();
+}
+
+// Ahead of taking a frame, so that no track can be left behind the others.
+bool VideoRecording::reserveCaptions() {
+  if (tracks_.captions608 && !reserveMore(cc608_, kPairBytes)) {
+    ErrOut("%s", messages::kNoCc608Buffer);
+    return false;
+  }
+  if (tracks_.captions708 && !cc708_.reserve(sizeof(DFRAME::captions) + caption_area::kBoxHeader)) {
+    ErrOut("%s", messages::kNoCc708Buffer);
+    return false;
+  }
+  return true;
+}
+
+void VideoRecording::appendCaptions(const DFRAME& frame) {
+  if (tracks_.captions608) {
+    const auto pair = Cc608PairOf(frame);
+    cc608_.insert(cc608_.end(), pair.begin(), pair.end());
+  }
+  if (!tracks_.captions708) return;
+  const auto packet = Cc708PacketOf(frame);
+  const auto size = static_cast<std::uint32_t>(caption_area::kBoxHeader + packet.size());
+  std::array<std::uint8_t, caption_area::kBoxHeader + sizeof frame.captions> box;
+  const auto header = boxHeader(size, caption_area::kPacketBox);
+  std::copy(packet.begin(), packet.end(), std::copy(header.begin(), header.end(), box.begin()));
+  cc708_.append({}, std::span(box).first(size));
+}
+
+std::uint32_t VideoRecording::WriteSound(std::span<const std::uint8_t> frame) {
+  if (file_.failed()) return VL_FAILED;
+  if (!takes(frame.size()) || !sound_.reserve(static_cast<std::uint32_t>(frame.size()))) {
+    ErrOut("%s", messages::kNoVideoBuffer);  // intended: the text of the video
+    return VL_FAILED;
+  }
+  sound_.append({}, frame);
+  return cutWhatIsReady();
+}
+
+// Coded frames of sound that belong to the frames written so far and `moreFrames`, less those written.
+// Counted from the start: what a fragment's share loses to rounding comes with a later one.
+std::uint32_t VideoRecording::soundDue(std::uint32_t moreFrames) const {
+  const FrameRate& rate = settings_.rate;
+  const std::uint64_t all =
+      scaleExactly(framesWritten_ + moreFrames, std::uint64_t{settings_.sound->sampleRate} * rate.denominator,
+                   std::uint64_t{rate.numerator} * kAacFrameSamples);
+  return all > soundFramesWritten_ ? saturate<std::uint32_t>(all - soundFramesWritten_) : 0;
+}
+
+// Cuts every fragment that is complete. The samples have been taken by now: what memory is short for is done
+// with a later one, or at the end.
+std::uint32_t VideoRecording::cutWhatIsReady() {
+  return guarded(VL_OK, [this] { return cutAllThatAre(); });
+}
+
+// A fragment is complete once its frames are there, and its sound is there or has been waited for long
+// enough.
+std::uint32_t VideoRecording::cutAllThatAre() {
+  const std::uint32_t frames = settings_.geometry.framesPerFragment;
+  if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
+  while (video_.count() >= frames) {
+    std::uint32_t sound = 0;
+    if (hasSound()) {
+      // The end of a segment waits for the next frame: should none come, it takes all the sound that is left.
+      if (video_.count() == frames && file_.oneFragmentShort()) return VL_OK;
+      sound = soundDue(frames);
+      if (sound_.count() < sound && video_.count() < frames * (1 + kPatience)) return VL_OK;
+      sound = std::min(sound, sound_.count());
+    }
+    if (!cutFragment(frames, sound)) return VL_FAILED;
+    if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
+  }
+  return VL_OK;
+}
+
+// Writes the first `frames` frames, with their captions, and `soundFrames` frames of sound.
+bool VideoRecording::cutFragment(std::uint32_t frames, std::uint32_t soundFrames) {
+  // Sound that outlasts the picture goes alone.
+  const mp4::TrackSet tracks = frames != 0 ? tracks_ : mp4::TrackSet{.audio = true};
+  mp4::MovieFragment fragment = Mp4SetUpFragment(0, tracks);
+  const std::uint32_t duration = frames * frameTicks(settings_.rate);
+  const std::uint64_t time = framesWritten_ * frameTicks(settings_.rate);
+  TrackBytes bytes;
+  if (auto& track = fragment.tracks[TrackKind::Video]) {
+    SetDecodeTime(*track, time);
+    bytesOf(bytes, TrackKind::Video) = video_.take(frames, track->trun);
+    // Offsets below zero need the run's second version, in which they have a sign.
+    for (std::uint32_t i = 0; i < frames; ++i) {
+      if (track->trun.compositionOffset(i) > std::numeric_limits<std::int32_t>::max())
+        track->trun.version = 1;
+    }
+  }
+  if (auto& track = fragment.tracks[TrackKind::Audio]) {
+    SetDecodeTime(*track, soundFramesWritten_ * kAacFrameSamples);
+    bytesOf(bytes, TrackKind::Audio) = sound_.take(soundFrames, track->trun);
+  }
+  if (auto& track = fragment.tracks[TrackKind::Captions608]) {
+    SetDecodeTime(*track, time);
+    bytesOf(bytes, TrackKind::Captions608) = takeCc608(frames, *track);
+  }
+  if (auto& track = fragment.tracks[TrackKind::Captions708]) {
+    SetDecodeTime(*track, time);
+    bytesOf(bytes, TrackKind::Captions708) = cc708_.take(frames, track->trun);
+  }
+  if (!file_.AddFragment(fragment, bytes, {duration, false})) return false;
+  video_.drop(frames);
+  sound_.drop(soundFrames);
+  if (tracks.captions608) cc608_.erase(cc608_.begin(), cc608_.begin() + frames * kPairBytes);
+  if (tracks.captions708) cc708_.drop(frames);
+  framesWritten_ += frames;
+  soundFramesWritten_ += soundFrames;
+  return true;
+}
+
+// The pairs of a fragment's frames are one sample, which lasts as long as the fragment.
+std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp4::TrackFragment& track) {
+  const auto pairs = std::span(cc608_).first(frames * kPairBytes);
+  const auto header = boxHeader(static_cast<std::uint32_t>(8 + pairs.size()), Mp4FourCc("cdat"));
+  cc608Sample_.assign(header.begin(), header.end());
+  cc608Sample_.insert(cc608Sample_.end(), pairs.begin(), pairs.end());
+  track.tfhd.defaultSampleDuration = frames * frameTicks(settings_.rate);
+  track.tfhd.defaultSampleSize = static_cast<std::uint32_t>(cc608Sample_.size());
+  track.trun.sampleCount = 1;
+  return cc608Sample_;
+}
+
+bool VideoRecording::finishSegment(std::uint64_t endFrame) {
+  if (!file_.FinishSegment(endFrame)) return false;
+  // The name of the manifest must last from the first time on; a later one that does not leaves, after a
+  // power cut, the manifest before it, whose segments are all there.
+  saveManifest(endFrame, manifestSaved_ ? os::Durability::EitherContent : os::Durability::NewContent);
+  return true;
+}
+
+// Saves the manifest for all its media files: once a segment of the video, after the wait for the disk that
+// each file makes for itself. Segments of separate audio are in it from the next time on.
+//
+// So a segment of a recording with separate audio costs three waits: two for the media, which have to be
+// there before the list, and one for the bytes of the list, which have to be there before its name.
+void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durability) {
+  if (!manifest_) return;
+  manifestSaved_ = guarded(manifestSaved_, [&] {
+    manifest_->SetDuration(frames);
+    return manifest_->Save(durability) || manifestSaved_;
+  });
+}
+
+bool VideoRecording::Finish() {
+  bool whole = !file_.failed();
+  // Frames that waited for sound are still cut as ever.
+  const std::uint32_t frames = settings_.geometry.framesPerFragment;
+  // Memory that runs out here must not keep the segment from being finished.
+  const auto cut = [this](std::uint32_t count, std::uint32_t soundFrames) {
+    return guarded(false, [&] {
+      return (!file_.segmentFull() || finishSegment(framesWritten_)) && cutFragment(count, soundFrames);
+    });
+  };
+  while (whole && video_.count() > frames) {
+    whole = cut(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
+  }
+  // Sound without any frame is dropped: players need a picture in every segment.
+  const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;
+  if (whole && hasFrames && (video_.count() != 0 || sound_.count() != 0))
+    whole = cut(video_.count(), sound_.count());
+  if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
+  if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
+  file_.Close();
+  return whole;
+}

@@ -1,0 +1,66 @@
+// Recording video, with its captions and, where it has no file of its own, its sound.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qvr.h"
+#include "recording/write/recorded_file.h"
+#include "recording/write/sample_run.h"
+#include "recording/write/settings.h"
+
+class VideoRecording {
+ public:
+  // Creates the file, before anything else. False when that fails.
+  bool Create(const std::string& path);
+  RecordedFile& file() { return file_; }
+
+  bool started() const { return started_; }
+  // Writes the initialisation part and begins playlist and manifest (null: none), in the latter with a place
+  // for sound in a file of its own. False when the file cannot be written.
+  bool Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio);
+
+  // Takes the frame of a descriptor, with its captions. Returns a status.
+  std::uint32_t WriteVideo(const DFRAME& frame);
+  // Whether sound goes into this file.
+  bool hasSound() const { return settings_.sound.has_value(); }
+  // Takes one coded frame of sound. Returns a status.
+  std::uint32_t WriteSound(std::span<const std::uint8_t> frame);
+
+  // Frames taken.
+  std::uint64_t frames() const { return frames_; }
+
+  // Writes what is left and ends playlist and file. False when something could not be written.
+  bool Finish();
+
+ private:
+  bool takes(std::uint64_t moreBytes) const;
+  bool reserveCaptions();
+  void appendCaptions(const DFRAME& frame);
+
+  std::uint32_t soundDue(std::uint32_t moreFrames) const;
+  std::uint32_t cutWhatIsReady();
+  std::uint32_t cutAllThatAre();
+  bool cutFragment(std::uint32_t frames, std::uint32_t soundFrames);
+  std::span<const std::uint8_t> takeCc608(std::uint32_t frames, mp4::TrackFragment& track);
+  bool finishSegment(std::uint64_t endFrame);
+  void saveManifest(std::uint64_t frames, os::Durability durability);
+
+  RecordedFile file_;
+  bool started_ = false;
+  VideoSettings settings_;
+  mp4::TrackSet tracks_;
+  MpdWriter* manifest_ = nullptr;
+  bool manifestSaved_ = false;
+
+  SampleRun video_;
+  SampleRun sound_;
+  SampleRun cc708_;
+  std::vector<std::uint8_t> cc608_;        // one byte pair a waiting frame
+  std::vector<std::uint8_t> cc608Sample_;  // that of the fragment being cut
+  std::uint64_t frames_ = 0;
+  std::uint64_t framesWritten_ = 0;
+  std::uint64_t soundFramesWritten_ = 0;
+};

@@ -1,0 +1,108 @@
+#include "streaming/index/caption_reader.h"
+
+#include <algorithm>
+#include <new>
+
+#include "base/bytes.h"
+#include "streaming/index/messages.h"
+#include "streaming/index/seek.h"
+
+namespace {
+
+constexpr std::uint32_t kCdat = Mp4FourCc("cdat");
+constexpr std::size_t kBoxHeader = 8;
+
+int fail() {
+  messages::reportIndexError(messages::kNoVideoChunk);
+  return -1;
+}
+
+// The place of the current sample's bytes, counted from the current run's first byte.
+//
+// Intended: the place inside the run is not added, and runs after the first are taken from behind as many
+// bytes as lie between their data and the data of the run before.
+std::int64_t placeInData(const TrackCursor& cursor) {
+  if (cursor.trunIndex == 0) return 0;
+  return std::int64_t{cursor.run().dataOffset} - cursor.truns[cursor.trunIndex - 1]->dataOffset;
+}
+
+// Takes the current sample's bytes into the buffer, without the header of a "cdat" box around them.
+int takeSample(FragmentIndex& index, Cc608Reader& reader) {
+  TrackCursor& cursor = reader.cursor;
+  reader.forget();
+  std::uint64_t trackBytes = 0;
+  for (const mp4::TrackRunBox* run : cursor.truns) {
+    trackBytes = addSaturated(trackBytes, SizeOfSamples(*run, run->sampleCount, cursor.defaults));
+  }
+  const std::int64_t place = placeInData(cursor);
+  const std::uint64_t size = cursor.sampleSize();
+  if (place < 0 || static_cast<std::uint64_t>(place) > trackBytes ||
+      size > trackBytes - static_cast<std::uint64_t>(place)) {
+    return fail();
+  }
+  const std::uint64_t offset = addSaturated(cursor.runOffset(), static_cast<std::uint64_t>(place));
+  const std::uint64_t fileSize = index.stream().size();
+  if (offset > fileSize || size > fileSize - offset) return fail();
+  try {
+    reader.buffer.resize(std::max<std::size_t>(reader.buffer.size(), size));
+  } catch (const std::bad_alloc&) {
+    reader.buffer = {};
+    messages::reportPlain(messages::kNoCaptionMemory);
+    return -1;
+  }
+  if (ReadThroughWindow(index, cursor, offset, size, reader.buffer.data()) < 0) return fail();
+  const bool boxed = size >= kBoxHeader && Mp4LoadU32(reader.buffer.data() + 4) == kCdat;
+  reader.consumed = boxed ? kBoxHeader : 0;
+  reader.pending = size - reader.consumed;
+  return 0;
+}
+
+// Moves on to the next sample: of this run, of the next, or of the next fragment whose captions last at least
+// a frame. `start` receives the frame at which it plays. Returns 0 or -1.
+int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& start) {
+  TrackCursor& cursor = reader.cursor;
+  start = cursor.position + framesOf(cursor.sampleDuration(), cursor.timescale, index.frameRate());
+  cursor.nextSample();
+  const Mp4Box* fragment = cursor.moof;
+  while (cursor.atRunEnd()) {
+    const bool lastRun = cursor.trunIndex + 1 == cursor.truns.size();
+    const std::uint32_t next =
+        lastRun ? index.nextCarrying(kCc608Track, cursor.fragmentIndex + 1) : cursor.fragmentIndex;
+    if (LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex + 1, true, cursor) < 0) return -1;
+  }
+  if (cursor.moof != fragment) {
+    const std::uint64_t frame = FrameOfDecodeTime(index, cursor);
+    start = frame > reader.ccBaseFrame ? frame - reader.ccBaseFrame : 0;
+  }
+  cursor.position = start;
+  return 0;
+}
+
+}  // namespace
+
+void Cc608Reader::dropPair() {
+  consumed += 2;
+  pending -= 2;
+  ++ccFrame;
+}
+
+void Cc608Reader::forget() {
+  consumed = 0;
+  pending = 0;
+  ccFrame = kNoFrame;
+}
+
+int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader) {
+  if (SeekCc608Sample(index, frame, true, reader.cursor) < 0 || takeSample(index, reader) < 0) return -1;
+  reader.ccFrame = reader.cursor.position;
+  while (reader.hasPair() && reader.ccFrame < frame) reader.dropPair();
+  if (reader.hasPair()) return 0;
+  std::uint64_t start = 0;
+  if (stepToNextSample(index, reader, start) < 0 || takeSample(index, reader) < 0) return -1;
+  reader.ccFrame = start;
+  return 0;
+}
+
+std::uint64_t FrameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor) {
+  return cursor.tfdt ? framesOf(cursor.tfdt->baseMediaDecodeTime, cursor.timescale, index.frameRate()) : 0;
+}

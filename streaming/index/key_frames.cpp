@@ -1,0 +1,99 @@
+#include "streaming/index/messages.h"
+#include "streaming/index/seek.h"
+
+namespace {
+
+constexpr std::uint32_t kKey = 0x10000000u;
+constexpr std::uint32_t kNotKey = 0x80000000u;
+
+constexpr std::uint32_t kDependsOnMask = 0x03000000u;  // sample_depends_on (ISO/IEC 14496-12, 8.8.3.1)
+constexpr std::uint32_t kNonSync = 0x00010000u;        // sample_is_non_sync_sample
+
+bool isKey(const TrackCursor& cursor, std::uint32_t sample) {
+  return SampleKeyFlag(SampleFlags(cursor.run(), sample, cursor.defaults)) == kKey;
+}
+
+// Whether a run's samples after the first all have the same flags.
+bool sameFlagsAfterFirst(const mp4::TrackRunBox& run) {
+  return !run.hasFlags();
+}
+
+// The last key sample of the current run at or before `sample`. Returns whether there is one.
+bool keyAtOrBefore(const TrackCursor& cursor, std::uint32_t& sample) {
+  if (sample > 0 && sameFlagsAfterFirst(cursor.run()) && !isKey(cursor, sample)) sample = 0;
+  while (!isKey(cursor, sample)) {
+    if (sample == 0) return false;
+    --sample;
+  }
+  return true;
+}
+
+// The first key sample of the current run at or after `sample`, likewise.
+bool keyAtOrAfter(const TrackCursor& cursor, std::uint32_t& sample) {
+  const std::uint32_t count = cursor.run().sampleCount;
+  if (sample > 0 && sameFlagsAfterFirst(cursor.run()) && !isKey(cursor, sample)) return false;
+  for (; sample < count; ++sample) {
+    if (isKey(cursor, sample)) return true;
+    if (sample > 0 && sameFlagsAfterFirst(cursor.run())) return false;
+  }
+  return false;
+}
+
+std::uint32_t fail() {
+  messages::reportIndexError(messages::kNoVideoChunk);
+  return kNoKeyFrame;
+}
+
+// Steps back to the last sample of the run before the current one, over fragments that do not carry the
+// track. Returns 1, 0 when there is no run before, -1 when a fragment fails to load.
+int stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
+  std::uint32_t run = cursor.trunIndex;
+  std::uint32_t fragment = cursor.fragmentIndex;
+  for (;;) {
+    while (run > 0) {
+      --run;
+      if (cursor.truns[run]->sampleCount == 0) continue;
+      return LoadFragment(index, fragment, run, false, cursor) < 0 ? -1 : 1;
+    }
+    fragment = index.previousOccupied(fragment);
+    if (fragment == index.fragmentCount()) return 0;
+    if (LoadFragment(index, fragment, 0, false, cursor) < 0) return -1;
+    run = static_cast<std::uint32_t>(cursor.truns.size());
+  }
+}
+
+}  // namespace
+
+std::uint32_t SampleKeyFlag(std::uint32_t flags) {
+  // Intended: the masked value can never equal 2, so the non-sync bit alone decides.
+  const std::uint32_t dependsOn = flags & kDependsOnMask;
+  if (dependsOn == 2) return kKey;
+  return flags & kNonSync ? kNotKey : kKey;
+}
+
+std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
+  if (SeekVideoFrame(index, frame, false, cursor) < 0) return kNoKeyFrame;
+  std::uint64_t runStart = frame - cursor.sampleIndex;  // the run's first frame
+  std::uint32_t sample = cursor.sampleIndex;
+  while (!keyAtOrBefore(cursor, sample)) {
+    const int step = stepToRunBefore(index, cursor);
+    if (step < 0) return fail();
+    if (step == 0) return 0;
+    runStart -= cursor.run().sampleCount;
+    sample = cursor.run().sampleCount - 1;
+  }
+  return static_cast<std::uint32_t>(runStart + sample);
+}
+
+std::uint32_t FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
+  if (SeekVideoFrame(index, frame, false, cursor) < 0) return kNoKeyFrame;
+  std::uint64_t runStart = frame - cursor.sampleIndex;
+  std::uint32_t sample = cursor.sampleIndex;
+  while (!keyAtOrAfter(cursor, sample)) {
+    runStart += cursor.run().sampleCount;
+    cursor.sampleIndex = cursor.run().sampleCount;
+    if (AdvanceRun(index, false, cursor) != Advance::Ready) return fail();
+    sample = 0;
+  }
+  return saturate<std::uint32_t>(runStart + sample);
+}

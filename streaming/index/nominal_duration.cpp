@@ -1,0 +1,57 @@
+#include "streaming/index/nominal_duration.h"
+
+#include <utility>
+
+namespace {
+
+// Fragments are looked at until they hold so many samples.
+constexpr std::uint64_t kEnoughSamples = 24;
+
+// And no further than this many fragments that carry the track: samples of no duration never get enough.
+constexpr std::uint32_t kMostFragments = 64;
+
+// A fragment may claim millions of samples, each of its own duration: as many as these tell for all.
+constexpr std::uint64_t kMostSamplesCounted = 1 << 16;
+
+}  // namespace
+
+void NominalDuration::addFragment(const TrackFragment& fragment, const SampleDefaults& defaults) {
+  for (const mp4::TrackRunBox* run : fragment.truns) {
+    if (!run->hasDuration()) {
+      addSamples(defaults.duration, run->sampleCount);
+      continue;
+    }
+    for (std::uint32_t i = 0; i < run->sampleCount && samples_ < kMostSamplesCounted; ++i) {
+      addSamples(run->duration(i));
+    }
+  }
+  endFragment();
+}
+
+void NominalDuration::addSamples(std::uint32_t duration, std::uint64_t count) {
+  carried_ = carried_ || count != 0;
+  if (duration == 0 || count == 0 || settled() || samples_ >= kMostSamplesCounted) return;
+  samples_ += count;
+  samplesOf_[duration] += count;
+}
+
+void NominalDuration::endFragment() {
+  endedAt_ = samples_;
+  if (std::exchange(carried_, false)) ++fragments_;
+}
+
+bool NominalDuration::settled() const {
+  return trackDefault_ != 0 || endedAt_ >= kEnoughSamples || fragments_ >= kMostFragments;
+}
+
+std::uint32_t NominalDuration::value() const {
+  if (trackDefault_ != 0) return trackDefault_;
+  std::uint32_t nominal = 0;
+  std::uint64_t most = 0;
+  for (const auto& [duration, samples] : samplesOf_) {
+    if (samples <= most) continue;
+    nominal = duration;
+    most = samples;
+  }
+  return nominal;
+}

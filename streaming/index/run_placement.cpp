@@ -1,0 +1,93 @@
+#include "streaming/index/run_placement.h"
+
+namespace {
+
+constexpr std::uint32_t kTraf = Mp4FourCc("traf");
+
+using Header = mp4::TrackFragmentHeaderBox;
+
+// A file offset moved by a signed distance. Negative results are no place: all ones.
+std::uint64_t moved(std::uint64_t base, std::int32_t distance) {
+  if (distance >= 0) return addSaturated(base, static_cast<std::uint64_t>(distance));
+  const auto back = static_cast<std::uint64_t>(-static_cast<std::int64_t>(distance));
+  return base >= back ? base - back : ~std::uint64_t{0};
+}
+
+// Places the runs of one movie fragment one after the other, in file order.
+class RunPlacer {
+ public:
+  RunPlacer(FragmentIndex& index, const FragmentEntry& entry) : index_(index), entry_(entry) {}
+
+  // The runs placed from here on are of the track fragment that `tfhd` heads.
+  void begin(const Header& tfhd) {
+    if (tfhd.flags & Header::kBaseDataOffset) {
+      dataEnd_ = tfhd.baseDataOffset;
+      hasData_ = true;
+    }
+    // Without a base of its own it has the end of the data ahead of it; where there are none, the `moof`.
+    fromMoof_ = (tfhd.flags & Header::kBaseDataOffset) == 0 &&
+                ((tfhd.flags & Header::kDefaultBaseIsMoof) != 0 || !hasData_);
+    base_ = dataEnd_;
+  }
+
+  // Returns where `run` starts.
+  std::uint64_t place(const mp4::TrackRunBox& run, const SampleDefaults& defaults) {
+    const std::uint64_t start = run.hasDataOffset() ? offsetFromBase(run.dataOffset)
+                                : hasData_          ? dataEnd_
+                                                    : index_.mediaDataStart(entry_);
+    dataEnd_ = addSaturated(start, SizeOfSamples(run, run.sampleCount, defaults));
+    hasData_ = true;
+    return start;
+  }
+
+ private:
+  // Intended: an offset from the `moof` that does not reach past it counts from the box that follows it.
+  std::uint64_t offsetFromBase(std::int32_t offset) const {
+    if (!fromMoof_) return moved(base_, offset);
+    const bool past = offset > 0 && static_cast<std::uint64_t>(offset) > entry_.moof->size;
+    return moved(past ? entry_.moof->position : entry_.mdatOffset, offset);
+  }
+
+  FragmentIndex& index_;
+  const FragmentEntry& entry_;
+  bool fromMoof_ = true;       // whether data offsets count from the `moof`
+  std::uint64_t base_ = 0;     // otherwise what they count from
+  bool hasData_ = false;       // whether anything tells where the next data follow on
+  std::uint64_t dataEnd_ = 0;  // there
+};
+
+// Whether nothing in the fragment itself tells where its data are.
+bool followsOn(const TrackFragment& fragment) {
+  if (fragment.tfhd->flags & Header::kBaseDataOffset) return false;
+  if (!(fragment.tfhd->flags & Header::kDefaultBaseIsMoof)) return true;
+  return !fragment.truns.empty() && !fragment.truns.front()->hasDataOffset();
+}
+
+// Places the runs of all track fragments ahead of `fragment`, whatever their tracks.
+void placeRunsAhead(FragmentIndex& index, const FragmentEntry& entry, const TrackFragment& fragment,
+                    RunPlacer& placer) {
+  for (Mp4Box* traf = entry.moof->first; traf != fragment.traf; traf = traf->next) {
+    const auto* tfhd =
+        traf->type == kTraf ? Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd"))) : nullptr;
+    if (!tfhd) continue;
+    placer.begin(*tfhd);
+    const SampleDefaults defaults(tfhd, index.trackDefaults(tfhd->trackId));
+    for (const Mp4Box* child = traf->first; child; child = child->next) {
+      if (const auto* run = TrackRun(child)) placer.place(*run, defaults);
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<std::uint64_t> PlaceRuns(FragmentIndex& index, const FragmentEntry& entry,
+                                     const TrackFragment& fragment, const SampleDefaults& defaults) {
+  std::vector<std::uint64_t> starts;
+  if (!fragment.tfhd) return starts;
+  RunPlacer placer(index, entry);
+  if (followsOn(fragment)) placeRunsAhead(index, entry, fragment, placer);
+  placer.begin(*fragment.tfhd);
+  starts.reserve(fragment.truns.size());
+  for (const mp4::TrackRunBox* run : fragment.truns) starts.push_back(placer.place(*run, defaults));
+  return starts;
+}

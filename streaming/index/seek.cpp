@@ -1,0 +1,112 @@
+#include "streaming/index/seek.h"
+
+#include "streaming/index/messages.h"
+
+namespace {
+
+int fail(const char* text) {
+  messages::reportIndexError(text);
+  return -1;
+}
+
+// Where a target lies: a fragment's run, and the sample in it.
+struct Target {
+  std::uint32_t trunIndex = 0;
+  SamplePosition sample;
+  bool found = false;
+};
+
+// Finds a target among the runs of the loaded fragment, `offset` counting from the fragment's start.
+// `lengthOf(run)` is what a run carries, `positionIn(run, rest)` finds the rest in the run that holds it.
+template <class LengthOf, class PositionIn>
+Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf lengthOf, PositionIn positionIn) {
+  Target target;
+  std::uint64_t start = 0;
+  for (const mp4::TrackRunBox* run : cursor.truns) {
+    const std::uint64_t end = addSaturated(start, lengthOf(*run));
+    if (end > offset) {
+      target.sample = positionIn(*run, offset - start);
+      target.sample.start += start;
+      target.found = true;
+      return target;
+    }
+    start = end;
+    ++target.trunIndex;
+  }
+  return target;
+}
+
+// The shared pattern: find the fragment, load its runs, find the sample, load for reading.
+template <class LengthOf, class PositionIn>
+int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, bool loadData, TrackCursor& cursor,
+              const char* firstFailure, const char* secondFailure, LengthOf lengthOf, PositionIn positionIn) {
+  const FragmentIndex::Place place = index.find(role, target);
+  if (LoadFragment(index, place.fragmentIndex, 0, false, cursor) < 0) return fail(firstFailure);
+  const Target found = findInRuns(cursor, target - place.start, lengthOf, positionIn);
+  if (!found.found || LoadFragment(index, place.fragmentIndex, found.trunIndex, loadData, cursor) < 0) {
+    cursor.clear();
+    return fail(secondFailure);
+  }
+  cursor.standAt(found.sample.index);
+  cursor.position = place.start + found.sample.start;
+  return 0;
+}
+
+// Tracks of one sample a frame.
+int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, bool loadData, TrackCursor& cursor,
+              const char* firstFailure) {
+  return seekTrack(
+      index, role, frame, loadData, cursor, firstFailure, messages::kNoVideoChunk,
+      [](const mp4::TrackRunBox& run) { return std::uint64_t{run.sampleCount}; },
+      [](const mp4::TrackRunBox&, std::uint64_t rest) {
+        return SamplePosition{static_cast<std::uint32_t>(rest), rest};
+      });
+}
+
+}  // namespace
+
+int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
+  return seekFrame(index, kVideoTrack, frame, loadData, cursor, messages::kNoVideoChunk);
+}
+
+int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
+  return seekFrame(index, kCc708Track, frame, loadData, cursor, messages::kNoAudioChunk);
+}
+
+int SeekAudioTime(FragmentIndex& index, std::uint64_t time, bool loadData, TrackCursor& cursor) {
+  return seekTrack(
+      index, kAudioTrack, time, loadData, cursor, messages::kNoAudioChunk, messages::kNoVideoChunk,
+      [&cursor](const mp4::TrackRunBox& run) {
+        return DurationOfSamples(run, run.sampleCount, cursor.defaults);
+      },
+      [&cursor](const mp4::TrackRunBox& run, std::uint64_t rest) {
+        return SampleAtTime(run, rest, cursor.defaults);
+      });
+}
+
+int SeekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
+  const FrameRate& rate = index.frameRate();
+  return seekTrack(
+      index, kCc608Track, frame, loadData, cursor, messages::kNoCaptionChunk, messages::kNoVideoChunk,
+      [&cursor, &rate](const mp4::TrackRunBox& run) {
+        return CaptionFramesOf(run, cursor.defaults, cursor.timescale, rate);
+      },
+      [&cursor, &rate](const mp4::TrackRunBox& run, std::uint64_t rest) {
+        // Durations that are no whole frames add up to less than their run: its last sample takes the rest.
+        SamplePosition position;
+        const std::uint32_t last = run.sampleCount - 1;
+        if (!run.hasDuration()) {
+          const std::uint64_t each = framesOf(cursor.defaults.duration, cursor.timescale, rate);
+          position.index = each && rest / each < last ? static_cast<std::uint32_t>(rest / each) : last;
+          position.start = position.index * each;
+          return position;
+        }
+        for (; position.index < last; ++position.index) {
+          const std::uint64_t end =
+              position.start + framesOf(run.duration(position.index), cursor.timescale, rate);
+          if (end > rest) break;
+          position.start = end;
+        }
+        return position;
+      });
+}

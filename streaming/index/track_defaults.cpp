@@ -1,0 +1,10 @@
+#include "streaming/index/track_defaults.h"
+
+TrackDefaults ReadTrackDefaults(Mp4Box* movie) {
+  TrackDefaults defaults;
+  const Mp4Box* const extends = Mp4BoxChild(movie, Mp4FourCc("mvex"));
+  for (const Mp4Box* child = extends ? extends->first : nullptr; child; child = child->next) {
+    if (const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child)) defaults.emplace(trex->trackId, trex);
+  }
+  return defaults;
+}

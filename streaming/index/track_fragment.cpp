@@ -1,0 +1,117 @@
+#include "streaming/index/track_fragment.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t kTraf = Mp4FourCc("traf");
+constexpr std::uint32_t kTfhd = Mp4FourCc("tfhd");
+constexpr std::uint32_t kTfdt = Mp4FourCc("tfdt");
+constexpr std::uint32_t kTrun = Mp4FourCc("trun");
+
+// The `tfhd` by which `traf` belongs to the track, or null.
+const Mp4Box* acceptingHeader(const Mp4Box* traf, std::uint32_t trackId) {
+  for (const Mp4Box* child = traf->first; child; child = child->next) {
+    if (child->type != kTfhd) continue;
+    const auto* header = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(child);
+    if (!header) return nullptr;
+    // Intended: nothing follows that could tell tracks apart, so the header is taken for any track.
+    if (!child->next) return child;
+    if (header->trackId == trackId) return child;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+SampleDefaults::SampleDefaults(const mp4::TrackFragmentHeaderBox* tfhd, const mp4::TrackExtendsBox* trex) {
+  if (trex) {
+    duration = trex->defaultSampleDuration;
+    size = trex->defaultSampleSize;
+    flags = trex->defaultSampleFlags;
+  }
+  if (tfhd) {
+    if (tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultSampleDuration)
+      duration = tfhd->defaultSampleDuration;
+    if (tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultSampleSize) size = tfhd->defaultSampleSize;
+    if (tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultSampleFlags) flags = tfhd->defaultSampleFlags;
+  }
+}
+
+Mp4Box* FindTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
+  for (Mp4Box* child = moof->first; child; child = child->next) {
+    if (child->type == kTraf && acceptingHeader(child, trackId)) return child;
+  }
+  return nullptr;
+}
+
+const mp4::TrackFragmentHeaderBox* TrackFragmentHeader(const Mp4Box* traf, std::uint32_t trackId) {
+  return Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(acceptingHeader(traf, trackId));
+}
+
+const mp4::TrackRunBox* TrackRun(const Mp4Box* child) {
+  return child->type == kTrun ? Mp4PayloadOf<mp4::TrackRunBox>(child) : nullptr;
+}
+
+TrackFragment ReadTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
+  TrackFragment fragment;
+  fragment.traf = FindTrackFragment(moof, trackId);
+  if (!fragment.traf) return fragment;
+  fragment.tfhd = TrackFragmentHeader(fragment.traf, trackId);
+  for (const Mp4Box* child = fragment.traf->first; child; child = child->next) {
+    if (const auto* run = TrackRun(child)) {
+      fragment.truns.push_back(run);
+    } else if (child->type == kTfdt && !fragment.tfdt) {
+      fragment.tfdt = Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(child);
+    }
+  }
+  return fragment;
+}
+
+std::uint64_t DurationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
+  if (!run.hasDuration()) return std::uint64_t{count} * d.duration;
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < count; ++i) sum += run.duration(i);
+  return sum;
+}
+
+std::uint64_t CaptionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
+                              const FrameRate& rate) {
+  if (!run.hasDuration()) return framesOf(DurationOfSamples(run, run.sampleCount, d), timescale, rate);
+  std::uint64_t frames = 0;
+  for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
+    frames = addSaturated(frames, framesOf(run.duration(i), timescale, rate));
+  }
+  return frames;
+}
+
+std::uint64_t SizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
+  if (!run.hasSize()) return std::uint64_t{count} * d.size;
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < count; ++i) sum += run.size(i);
+  return sum;
+}
+
+std::uint32_t LargestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d) {
+  if (!run.hasSize()) return run.sampleCount ? d.size : 0;
+  std::uint32_t largest = 0;
+  for (std::uint32_t i = 0; i < run.sampleCount; ++i) largest = std::max(largest, run.size(i));
+  return largest;
+}
+
+SamplePosition SampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d) {
+  SamplePosition position;
+  if (!run.hasDuration()) {
+    position.index = d.duration ? saturate<std::uint32_t>(time / d.duration) : run.sampleCount;
+    position.index = std::min(position.index, run.sampleCount);
+    position.start = std::uint64_t{position.index} * d.duration;
+    return position;
+  }
+  while (position.index < run.sampleCount) {
+    const std::uint64_t end = position.start + run.duration(position.index);
+    if (end > time) break;
+    position.start = end;
+    ++position.index;
+  }
+  return position;
+}

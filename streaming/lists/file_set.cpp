@@ -1,0 +1,71 @@
+#include "streaming/lists/file_set.h"
+
+#include <cstring>
+#include <initializer_list>
+
+#include "streaming/lists/uri.h"
+#include "vlutil.h"
+
+namespace {
+
+// The name split for finding its neighbours.
+struct BaseName {
+  char drive[VL_MAX_PATH];
+  char directory[VL_MAX_PATH];
+  char file[VL_MAX_PATH];
+
+  explicit BaseName(const char* name) { vlOSSplitPath(name, drive, directory, file, nullptr); }
+
+  // The first existing file of this base name among the extensions; empty when there is none.
+  std::string firstExisting(std::initializer_list<const char*> extensions) const {
+    for (const char* extension : extensions) {
+      char path[VL_MAX_PATH];
+      if (vlOSMakePath(path, sizeof path, drive, directory, file, extension) == VL_OK &&
+          vlOSFileExists(path)) {
+        return path;
+      }
+    }
+    return {};
+  }
+};
+
+// The file that a manifest's reference leads to. Manifests that hold the bare name are understood too.
+std::string mediaBeside(const std::string& folder, const std::string& reference) {
+  const std::string path = folder + NameOfUri(reference), bare = folder + reference;
+  return vlOSFileExists(bare.c_str()) && !vlOSFileExists(path.c_str()) ? bare : path;
+}
+
+}  // namespace
+
+FileSet FindFileSet(const char* name, bool audioOnly) {
+  const auto contains = [name](const char* part) { return std::strstr(name, part) != nullptr; };
+  const BaseName base(name);
+  FileSet files;
+  if (contains(".mpd") || contains(".xml")) {
+    files.manifest = name;
+    files.video = base.firstExisting({".mp4", ".m4v"});
+    files.audio = base.firstExisting({".m4a"});
+    return files;
+  }
+  if (audioOnly) {
+    files.audio = name;
+  } else if (contains(".mp4") || contains(".m4v")) {
+    files.video = name;
+  } else if (contains(".m4a")) {
+    files.audio = name;
+  }
+  files.manifest = base.firstExisting({".mpd", ".xml"});
+  return files;
+}
+
+std::optional<Manifest> LoadManifest(FileSet& files) {
+  tinyxml2::XMLDocument document;
+  if (files.manifest.empty() || !LoadManifestDocument(files.manifest.c_str(), document)) return std::nullopt;
+  std::optional<Manifest> manifest = ReadManifest(document);
+  if (!manifest) return manifest;
+  const BaseName base(files.manifest.c_str());
+  const std::string folder = std::string(base.drive) + base.directory;
+  if (!manifest->video.baseUrl.empty()) files.video = mediaBeside(folder, manifest->video.baseUrl);
+  if (!manifest->audio.baseUrl.empty()) files.audio = mediaBeside(folder, manifest->audio.baseUrl);
+  return manifest;
+}

@@ -1,0 +1,192 @@
+#include "streaming/lists/manifest_reader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "base/letter_case.h"
+
+using tinyxml2::XMLElement;
+
+namespace {
+
+// An element and the one around it whose attributes stand in for it.
+struct Selected {
+  const XMLElement* set = nullptr;
+  const XMLElement* representation = nullptr;
+
+  // The first of the two that has the attribute decides.
+  const char* attribute(const char* name) const {
+    for (const XMLElement* element : {representation, set}) {
+      if (const char* value = element ? element->Attribute(name) : nullptr) return value;
+    }
+    return nullptr;
+  }
+};
+
+struct Selection {
+  Selected video;
+  Selected audio;
+};
+
+bool isType(const char* mimeType, const char* type) {
+  return mimeType && EqualsIgnoringCase(mimeType, type);
+}
+
+// Takes the representations that tell their own type.
+void selectByRepresentation(const XMLElement* set, Selection& selection) {
+  for (const XMLElement* representation = set->FirstChildElement("Representation"); representation;
+       representation = representation->NextSiblingElement("Representation")) {
+    const char* mimeType = representation->Attribute("mimeType");
+    if (!selection.video.representation && isType(mimeType, "video/mp4"))
+      selection.video = {set, representation};
+    if (!selection.audio.representation && isType(mimeType, "audio/mp4"))
+      selection.audio = {set, representation};
+  }
+}
+
+Selection select(const XMLElement* period) {
+  Selection selection;
+  for (const XMLElement* set = period->FirstChildElement("AdaptationSet"); set;
+       set = set->NextSiblingElement("AdaptationSet")) {
+    if (const char* mimeType = set->Attribute("mimeType")) {
+      // Intended, reversed as it looks: a set that says "video/mp4" of itself is read as the sound, any other
+      // as the picture, and no further set is looked at.
+      Selected& selected = isType(mimeType, "video/mp4") ? selection.audio : selection.video;
+      selected = {set, set->FirstChildElement("Representation")};
+      break;
+    }
+    selectByRepresentation(set, selection);
+    if (selection.video.representation && selection.audio.representation) break;
+  }
+  return selection;
+}
+
+// Without the white space around it (XML 1.0, 2.3): manifests are indented, and written by hand.
+std::string_view trimmed(std::string_view text) {
+  constexpr char kWhiteSpace[] = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+  return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+}
+
+template <class Number>
+std::optional<Number> wholeNumber(std::string_view text) {
+  text = trimmed(text);
+  Number value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+std::optional<std::uint32_t> wholeNumberOf(const char* text) {
+  return text ? wholeNumber<std::uint32_t>(text) : std::nullopt;
+}
+
+// The offset that a byte range starts with: "1234" of "1234-5678".
+void addIndexOffset(const XMLElement* element, ManifestTrack& track) {
+  const char* range = element->Attribute("indexRange");
+  if (!range) return;
+  const std::string_view text(range);
+  if (const auto offset = wholeNumber<std::uint64_t>(text.substr(0, text.find('-')))) {
+    track.indexOffsets.push_back(*offset);
+  }
+}
+
+// Whether segments are named one by one, or by a template, rather than as ranges of one file.
+bool namesSegmentFiles(const XMLElement* element) {
+  if (!element) return false;
+  if (element->FirstChildElement("SegmentTemplate")) return true;
+  const XMLElement* list = element->FirstChildElement("SegmentList");
+  const XMLElement* url = list ? list->FirstChildElement("SegmentURL") : nullptr;
+  return url && url->Attribute("media");
+}
+
+ManifestTrack readTrack(const Selected& selected) {
+  ManifestTrack track;
+  const XMLElement* representation = selected.representation;
+  if (!representation) return track;
+  track.hasSegmentFiles = namesSegmentFiles(representation) || namesSegmentFiles(selected.set);
+  if (const XMLElement* base = representation->FirstChildElement("BaseURL")) {
+    if (const char* text = base->GetText()) track.baseUrl = trimmed(text);
+  }
+  const XMLElement* list = representation->FirstChildElement("SegmentList");
+  const XMLElement* base = representation->FirstChildElement("SegmentBase");
+  track.hasSegmentList = list != nullptr;
+  track.hasSegmentBase = base != nullptr;
+  if (list) {
+    for (const XMLElement* url = list->FirstChildElement("SegmentURL"); url;
+         url = url->NextSiblingElement("SegmentURL")) {
+      addIndexOffset(url, track);
+    }
+  } else if (base) {
+    addIndexOffset(base, track);
+  }
+  return track;
+}
+
+// n / d as a fraction of 32-bit numbers: exactly where that can be, otherwise by the last convergent of its
+// continued fraction that fits, so that 29.97002997002997 is 30000/1001. Unknown beyond 32 bits, and for d 0.
+FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
+  std::uint64_t numerator = 1, denominator = 0, formerNumerator = 0, formerDenominator = 1;
+  while (d != 0) {
+    const Uint128 nextNumerator = Uint128{n / d} * numerator + formerNumerator;
+    const Uint128 nextDenominator = Uint128{n / d} * denominator + formerDenominator;
+    if (std::max(nextNumerator, nextDenominator) > std::numeric_limits<std::uint32_t>::max()) break;
+    formerNumerator = std::exchange(numerator, static_cast<std::uint64_t>(nextNumerator));
+    formerDenominator = std::exchange(denominator, static_cast<std::uint64_t>(nextDenominator));
+    n = std::exchange(d, n % d);
+  }
+  if (numerator == 0 || denominator == 0) return {};
+  return {static_cast<std::uint32_t>(numerator), static_cast<std::uint32_t>(denominator)};
+}
+
+// A number with any decimals as a fraction: "29.97" is 2997/100. Unknown when it is none or 0.
+FrameRate decimalNumber(std::string_view text) {
+  // With one more digit the fraction's terms still fit 64 bits; decimals beyond that change nothing.
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / 10 - 1;
+  text = trimmed(text);
+  const std::size_t point = text.find('.');
+  const std::string_view decimals = point == text.npos ? std::string_view() : text.substr(point + 1);
+  const std::string_view integer = text.substr(0, point);
+  const auto whole = integer.empty() && !decimals.empty() ? 0 : wholeNumber<std::uint32_t>(integer);
+  if (!whole || decimals.find_first_not_of("0123456789") != decimals.npos) return {};
+  std::uint64_t numerator = *whole, denominator = 1;
+  for (const char digit : decimals) {
+    if (numerator > kMost || denominator > kMost) break;
+    numerator = numerator * 10 + static_cast<unsigned>(digit - '0');
+    denominator *= 10;
+  }
+  return fractionOf(numerator, denominator);
+}
+
+}  // namespace
+
+FrameRate ParseFrameRate(const char* text) {
+  if (!text) return {};
+  const std::string_view whole(text);
+  const std::size_t slash = whole.find('/');
+  const FrameRate first = decimalNumber(whole.substr(0, slash));
+  const FrameRate second = slash == whole.npos ? FrameRate{1, 1} : decimalNumber(whole.substr(slash + 1));
+  return fractionOf(std::uint64_t{first.numerator} * second.denominator,
+                    std::uint64_t{first.denominator} * second.numerator);
+}
+
+std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document) {
+  const XMLElement* root = document.FirstChildElement("MPD");
+  const XMLElement* period = root ? root->FirstChildElement("Period") : nullptr;
+  if (!period || !period->FirstChildElement("AdaptationSet")) return std::nullopt;
+  const Selection selection = select(period);
+  Manifest manifest;
+  manifest.video = readTrack(selection.video);
+  manifest.audio = readTrack(selection.audio);
+  manifest.frameRate = ParseFrameRate(selection.video.attribute("frameRate"));
+  manifest.width = wholeNumberOf(selection.video.attribute("width"));
+  manifest.height = wholeNumberOf(selection.video.attribute("height"));
+  manifest.audioSamplingRate = wholeNumberOf(selection.audio.attribute("audioSamplingRate"));
+  if (!manifest.audioSamplingRate) {
+    manifest.audioSamplingRate = wholeNumberOf(selection.audio.attribute("sampleRate"));
+  }
+  return manifest;
+}

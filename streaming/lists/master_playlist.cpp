@@ -1,0 +1,74 @@
+#include "streaming/lists/master_playlist.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+#include "base/aac/audio_specific_config.h"
+#include "base/text.h"
+#include "streaming/lists/uri.h"
+
+namespace {
+
+struct BitRate {
+  double peak = 0;     // bits a second, of the fastest segment
+  double average = 0;  // bits a second, of all
+};
+
+// The segments' "#EXTINF:SECONDS," and "#EXT-X-BYTERANGE:LENGTH@OFFSET" lines.
+BitRate bitRateOf(const std::string& playlist) {
+  std::istringstream file(playlist);
+  BitRate rate;
+  double seconds = 0, allSeconds = 0, allBits = 0;
+  for (std::string line; std::getline(file, line);) {
+    const std::size_t colon = line.find(':') + 1;
+    std::istringstream value(line.substr(colon));
+    value.imbue(std::locale::classic());
+    if (line.starts_with("#EXTINF:")) {
+      value >> seconds;
+    } else if (line.starts_with("#EXT-X-BYTERANGE:")) {
+      double bytes = 0;
+      value >> bytes;
+      if (seconds > 0) rate.peak = std::max(rate.peak, bytes * 8 / seconds);
+      allSeconds += seconds;
+      allBits += bytes * 8;
+    }
+  }
+  if (allSeconds > 0) rate.average = allBits / allSeconds;
+  return rate;
+}
+
+}  // namespace
+
+std::string codecsText(std::span<const std::uint8_t> avcRecord, std::span<const std::uint8_t> audioConfig) {
+  std::string text = "avc1";
+  if (avcRecord.size() > 1)
+    text.append(".").append(hexText(avcRecord.subspan(1, std::min<std::size_t>(3, avcRecord.size() - 1))));
+  UMC::aac::AudioSpecificConfig config{};
+  if (UMC::aac::ParseAudioSpecificConfig(audioConfig.data(), audioConfig.size(), config))
+    text.append(",mp4a.40.").append(std::to_string(config.signalledType));
+  return text;
+}
+
+std::string masterPlaylistText(const MasterPlaylist& master) {
+  BitRate rate = bitRateOf(master.video.text);
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << "#EXTM3U\n#EXT-X-VERSION:7\n#EXT-X-INDEPENDENT-SEGMENTS\n";
+  if (master.audio) {
+    const BitRate audio = bitRateOf(master.audio->text);
+    rate.peak += audio.peak;
+    rate.average += audio.average;
+    text << "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"audio\",NAME=\"Audio\",DEFAULT=YES,AUTOSELECT=YES,URI=\""
+         << UriOfName(master.audio->name) << "\"\n";
+  }
+  text << "#EXT-X-STREAM-INF:BANDWIDTH=" << std::llround(std::ceil(rate.peak))
+       << ",AVERAGE-BANDWIDTH=" << std::llround(std::ceil(rate.average)) << ",CODECS=\"" << master.codecs
+       << "\",RESOLUTION=" << master.width << 'x' << master.height << ",FRAME-RATE=" << std::fixed
+       << std::setprecision(3) << master.framesPerSecond;
+  if (master.audio) text << ",AUDIO=\"audio\"";
+  text << '\n' << UriOfName(master.video.name) << '\n';
+  return text.str();
+}

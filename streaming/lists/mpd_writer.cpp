@@ -1,0 +1,208 @@
+#include "streaming/lists/mpd_writer.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+#include "base/number_text.h"
+#include "streaming/lists/uri.h"
+
+namespace {
+
+std::string hexByte(unsigned value) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  return {kDigits[value >> 4 & 15], kDigits[value & 15]};
+}
+
+// "mp4a.40." and the audio object type. Intended: it is taken from two bits of the object type byte.
+std::string audioCodec(std::uint8_t objectType) {
+  return std::string("mp4a.40.").append(hexByte((objectType & 3u) + 2u));
+}
+
+// A text with the characters that are markup written as references. In an attribute's value the quotation
+// marks are among them.
+std::string escaped(std::string_view text, bool inAttribute) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '&')
+      result += "&amp;";
+    else if (c == '<')
+      result += "&lt;";
+    else if (c == '>')
+      result += "&gt;";
+    else if (c == '"' && inAttribute)
+      result += "&quot;";
+    else if (c == '\'' && inAttribute)
+      result += "&apos;";
+    else
+      result += c;
+  }
+  return result;
+}
+
+// An XML text that grows by elements, one a line, and their attributes.
+class Xml {
+ public:
+  // What a line begins with, `depth` elements deep.
+  Xml& line(unsigned depth, std::string_view begin) {
+    text.append(depth * std::size_t{4}, ' ').append(begin);
+    return *this;
+  }
+  Xml& attribute(std::string_view name, const std::string& value) {
+    return add(" ").add(name).add("=\"").add(escaped(value, true)).add("\"");
+  }
+  Xml& attribute(std::string_view name, std::uint64_t value) {
+    return attribute(name, std::to_string(value));
+  }
+  Xml& content(std::string_view value) { return add(escaped(value, false)); }
+  Xml& add(std::string_view more) {
+    text.append(more);
+    return *this;
+  }
+
+  std::string text;
+};
+
+// From the end of the representation's attributes to the place of its first segment.
+void beginSegmentList(Xml& xml, const MpdSegments& segments) {
+  xml.add(">\n");
+  xml.line(4, "<BaseURL>").content(UriOfName(segments.mediaName)).add("</BaseURL>\n");
+  xml.line(4, "<SegmentList").attribute("timescale", segments.timescale);
+  xml.attribute("duration", segments.duration).add(">\n");
+  xml.line(5, "<Initialization").attribute("range", "0-" + std::to_string(segments.initialisationEnd));
+  xml.add("/>\n");
+}
+
+// From the last segment to the end of the media file's set.
+void endSegmentList(Xml& xml) {
+  xml.line(4, "</SegmentList>\n").line(3, "</Representation>\n").line(2, "</AdaptationSet>\n");
+}
+
+constexpr std::string_view kPeriodEnd = "    </Period>\n</MPD>\n";
+
+// A segment's line at its longest: four numbers of 20 digits.
+constexpr std::size_t kLongestSegmentLine = 160;
+
+// Appends to a text that has room for it.
+void appendNumber(std::string& text, std::uint64_t value) {
+  std::array<char, 20> digits;
+  text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), value).ptr);
+}
+
+}  // namespace
+
+std::string DurationText(std::uint64_t frames, const FrameRate& rate) {
+  const double seconds = static_cast<double>(frames) / rate.value();
+  const auto hours = static_cast<std::uint64_t>(seconds / 3600);
+  const auto minutes = static_cast<std::uint64_t>(std::fmod(seconds, 3600) / 60);
+  return "PT" + std::to_string(hours) + "H" + std::to_string(minutes) + "M" +
+         fixedText(std::fmod(std::fmod(seconds, 3600), 60), 2) + "S";
+}
+
+MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio) {
+  std::array<std::string, Count> text;
+  Xml start;
+  start.line(0, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
+  start.line(0, "<MPD").attribute("xmlns", "urn:mpeg:dash:schema:mpd:2011");
+  start.attribute("minBufferTime", "PT1.500000S").attribute("type", "static");
+  start.attribute("profiles", "urn:mpeg:dash:profile:isoff-on-demand:2011");
+  start.add(" mediaPresentationDuration=\"");
+  text[Start] = std::move(start.text);
+  text[Duration] = "PT0S";
+
+  Xml xml;
+  xml.add("\"").attribute("availabilityStartTime", video.startTime);
+  xml.attribute("publishTime", video.startTime).add(">\n");
+  xml.line(1, "<Period").attribute("start", DurationText(0, video.rate)).attribute("id", 1).add(">\n");
+  xml.line(2, "<AdaptationSet>\n");
+  xml.line(3, "<Representation").attribute("id", 1).attribute("mimeType", "video/mp4");
+  std::string codecs = "avc1." + hexByte(video.profile) + "00" + hexByte(video.level);
+  if (video.sound) codecs.append(",").append(audioCodec(video.sound->objectType));
+  xml.attribute("codecs", codecs).attribute("width", video.width).attribute("height", video.height);
+  xml.attribute("frameRate",
+                std::to_string(video.rate.numerator) + "/" + std::to_string(video.rate.denominator));
+  // Intended: it follows from a buffer that has not been filled yet.
+  xml.attribute("bandwidth", 0);
+  if (video.sound) xml.attribute("audioSamplingRate", video.sound->sampleRate);
+  beginSegmentList(xml, video.segments);
+  text[Video] = std::move(xml.text);
+
+  Xml end;
+  endSegmentList(end);
+  if (separateAudio) end.line(2, "<AdaptationSet/>\n");
+  text[Audio] = std::move(end.text);
+  text[End] = kPeriodEnd;
+
+  text_ = std::move(text);
+  rate_ = video.rate;
+  hasVideo_ = true;
+  return List::Video;
+}
+
+MpdWriter::List MpdWriter::BeginAudio(const MpdAudio& audio) {
+  if (!hasVideo_) return List::Audio;
+  Xml xml;
+  endSegmentList(xml);
+  xml.line(2, "<AdaptationSet>\n");
+  xml.line(3, "<Representation").attribute("id", 2).attribute("mimeType", "audio/mp4");
+  xml.attribute("codecs", audioCodec(audio.objectType));
+  xml.attribute("audioSamplingRate", audio.segments.timescale);
+  xml.attribute("bandwidth", std::uint64_t{audio.byteRate} * 8);
+  beginSegmentList(xml, audio.segments);
+  Xml end;
+  endSegmentList(end);
+  end.add(kPeriodEnd);
+
+  text_[Audio] = std::move(xml.text);
+  text_[End] = std::move(end.text);
+  hasAudio_ = true;
+  return List::Audio;
+}
+
+// Null for a list that has not been begun.
+std::string* MpdWriter::segmentsOf(List list) {
+  if (list == List::Video) return hasVideo_ ? &text_[VideoSegments] : nullptr;
+  return hasAudio_ ? &text_[AudioSegments] : nullptr;
+}
+
+void MpdWriter::ReserveSegment(List list) {
+  std::string* const segments = segmentsOf(list);
+  if (!segments || segments->capacity() - segments->size() >= kLongestSegmentLine) return;
+  segments->reserve(segments->size() * 2 + kLongestSegmentLine);
+}
+
+void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd) {
+  std::string* const segments = segmentsOf(list);
+  if (!segments) return;
+  ReserveSegment(list);
+  segments->append("                    <SegmentURL mediaRange=\"");
+  appendNumber(*segments, start);
+  segments->append("-");
+  appendNumber(*segments, end - 1);
+  segments->append("\" indexRange=\"");
+  appendNumber(*segments, start);
+  segments->append("-");
+  // Intended: the index range names one byte more than the index has.
+  appendNumber(*segments, indexEnd);
+  segments->append("\"/>\n");
+}
+
+void MpdWriter::SetDuration(std::uint64_t frames) {
+  if (hasVideo_) text_[Duration] = DurationText(frames, rate_);
+}
+
+MpdWriter::Pieces MpdWriter::pieces() const {
+  Pieces pieces;
+  std::copy(text_.begin(), text_.end(), pieces.begin());
+  return pieces;
+}
+
+std::string MpdWriter::Text() const {
+  std::string text;
+  for (const std::string_view piece : pieces()) text.append(piece);
+  return text;
+}
+
+bool MpdWriter::Save(os::Durability durability) const {
+  return hasVideo_ && !os::replaceFile(path_, pieces(), durability);
+}

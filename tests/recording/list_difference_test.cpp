@@ -1,0 +1,59 @@
+// In what lists differ from those that go with the media, in words.
+#include "recording/check/list_difference.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr char kPlaylist[] = "#EXTM3U\n#EXTINF:1.000,\nout.m4v\n#EXT-X-ENDLIST\n";
+
+TEST(PlaylistDifference, NamesTheFirstLineThatDiffers) {
+  EXPECT_EQ(playlistDifference(kPlaylist, kPlaylist), "");
+  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n#EXTINF:2.000,\nout.m4v\n#EXT-X-ENDLIST\n"),
+            "line 2 says \"#EXTINF:2.000,\" where the media make it \"#EXTINF:1.000,\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n#EXTINF:1.000,\nout.m4v\n"),
+            "its end marker \"#EXT-X-ENDLIST\" is missing");
+  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n#EXTINF:1.0"),
+            "line 2 says \"#EXTINF:1.0\" where the media make it \"#EXTINF:1.000,\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n"), "it ends ahead of line 2, \"#EXTINF:1.000,\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, ""), "it ends ahead of line 1, \"#EXTM3U\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, std::string(kPlaylist) + "more\n"),
+            "it goes on behind its end with \"more\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n\x1b[31m\n"),
+            "line 2 says \"\\u001b[31m\" where the media make it \"#EXTINF:1.000,\"");
+}
+
+constexpr char kManifest[] =
+    "<MPD a=\"1\"><Set/><Set><Url r=\"0-1\"/><Url r=\"2-3\"/></Set><Base>out.m4v</Base></MPD>";
+
+std::string with(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
+TEST(ManifestDifference, NamesThePlaceThatDiffers) {
+  EXPECT_EQ(manifestDifference(kManifest, kManifest), "");
+  EXPECT_EQ(
+      manifestDifference(kManifest, with(kManifest, "<Set/>", "\n  <!-- laid out -->\n  <Set></Set>\n")), "");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "2-3", "2-4")),
+            "MPD/Set[1]/Url[1] has r=\"2-4\" where the media make it \"2-3\"");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, " a=\"1\"", "")), "MPD lacks a=\"1\"");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, " a=\"1\"", " a=\"1\" b=\"2\"")),
+            "MPD has a \"b\" too many");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "<Url r=\"2-3\"/>", "")),
+            "MPD/Set[1]/Url[1] is missing");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "<Set/>", "<Set><Url/></Set>")),
+            "\"Url\" is one too many in MPD/Set");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "out.m4v", "x")),
+            "MPD/Base says \"x\" where the media make it \"out.m4v\"");
+  EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "<Set/>", "<Other/>")),
+            "\"Other\" stands where MPD/Set should");
+}
+
+TEST(ManifestDifference, WhatIsNoDocumentIsSaidToBeNone) {
+  for (const char* text : {"", "<MPD", "<!-- nothing else -->", "<?xml version=\"1.0\"?>"}) {
+    EXPECT_EQ(manifestDifference(kManifest, text), "it is no whole XML document") << text;
+    EXPECT_EQ(manifestDifference(text, kManifest), "") << text;
+  }
+}
+
+}  // namespace

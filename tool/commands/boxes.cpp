@@ -1,0 +1,100 @@
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+
+#include "base/json_text.h"
+#include "base/text.h"
+#include "base/user_error.h"
+#include "mp4box/box.h"
+#include "tool/commands/commands.h"
+#include "tool/terminal/field_printer.h"
+
+namespace {
+
+struct BoxesOptions {
+  std::string file;
+  bool json = false;
+};
+
+// What every line or object says of a box, its fields last.
+void printTextBox(const Mp4Box& box, std::size_t depth) {
+  std::cout << std::setw(12) << box.position << ' ' << std::setw(12) << box.size << "  "
+            << std::string(2 * depth, ' ') << fourCcText(box.type);
+  if (box.type == Mp4FourCc("uuid")) std::cout << " uuid=\"" << hexText(box.uuid) << '"';
+  if (box.data != nullptr) {
+    std::cout << ' ';
+    printFields(std::cout, *box.data, FieldStyle::Text);
+  }
+  std::cout << '\n';
+}
+
+void printTextLevel(const Mp4Box& father, std::size_t depth) {
+  for (const Mp4Box* box = father.first; box != nullptr; box = box->next) {
+    printTextBox(*box, depth);
+    printTextLevel(*box, depth + 1);
+  }
+}
+
+void printJsonLevel(const Mp4Box& father, std::size_t depth) {
+  const std::string indent(2 * depth, ' ');
+  std::cout << '[';
+  for (const Mp4Box* box = father.first; box != nullptr; box = box->next) {
+    std::cout << '\n'
+              << indent << "{\"type\": " << jsonText(fourCcText(box->type))
+              << ", \"offset\": " << box->position << ", \"size\": " << box->size;
+    if (box->type == Mp4FourCc("uuid")) std::cout << ", \"uuid\": \"" << hexText(box->uuid) << '"';
+    std::cout << ", \"fields\": {";
+    if (box->data != nullptr) printFields(std::cout, *box->data, FieldStyle::Json);
+    std::cout << "}, \"boxes\": ";
+    printJsonLevel(*box, depth + 1);
+    std::cout << (box->next != nullptr ? "}," : "}");
+  }
+  std::cout << ']';
+}
+
+// Whether the boxes of the top level fill the file; complains if not.
+bool fillsFile(const Mp4Box& root, const std::string& file) {
+  const std::uint64_t end = root.last != nullptr ? root.last->end() : 0;
+  if (end == root.size && end > 0) return true;
+  std::cerr << "fmp4: '" << file << "' ";
+  if (root.size == 0)
+    std::cerr << "is empty; there is nothing to show\n";
+  else if (end < root.size)
+    std::cerr << "holds no readable box at byte " << end << ", " << root.size - end
+              << " bytes before its end; what follows is damaged or not MP4\n";
+  else
+    std::cerr << "is cut off: its last box says it ends at byte " << end << ", the file ends at byte "
+              << root.size << "; get a whole copy of it\n";
+  return false;
+}
+
+bool boxes(const BoxesOptions& options) {
+  Mp4Stream stream;
+  const VLHANDLE handle = stream.open(options.file.c_str(), MP4_MODE_READ);
+  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE)
+    throw UserError("'" + options.file + "' cannot be opened; check the name and its permissions");
+  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  if (root == nullptr) throw std::bad_alloc();
+  if (options.json) {
+    std::cout << "{\"file\": " << jsonText(options.file) << ", \"size\": " << root->size << ", \"boxes\": ";
+    printJsonLevel(*root, 1);
+    std::cout << "}\n";
+  } else {
+    std::cout << std::setw(12) << "offset" << ' ' << std::setw(12) << "size"
+              << "  box\n";
+    printTextLevel(*root, 0);
+  }
+  return fillsFile(*root, options.file);
+}
+
+}  // namespace
+
+void addBoxesCommand(CLI::App& app, Invocation& invocation) {
+  CLI::App* const command = app.add_subcommand("boxes", "Print the tree of boxes of an MP4 file");
+  const auto options = std::make_shared<BoxesOptions>();
+  command->add_option("FILE", options->file, "The file to read")->required();
+  command->add_flag("--json", options->json, "Print JSON, every field in full");
+  command->callback([&invocation, options] { invocation.command = [options] { return boxes(*options); }; });
+}

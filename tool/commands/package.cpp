@@ -1,0 +1,171 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <limits>
+#include <memory>
+
+#include "base/fourcc.h"
+#include "base/user_error.h"
+#include "os/path_name.h"
+#include "os/replace_file.h"
+#include "streaming/lists/master_playlist.h"
+#include "tool/commands/commands.h"
+#include "tool/host/plugin_host.h"
+#include "tool/package/package_plan.h"
+#include "tool/package/packager.h"
+#include "tool/source/fragment_stream.h"
+#include "tool/source/source_file.h"
+#include "tool/source/standard_input.h"
+#include "tool/terminal/progress.h"
+
+namespace {
+
+constexpr const char* kStandardInput = "-";
+
+void warn(const std::string& text) {
+  std::cerr << "fmp4: warning: " << text << '\n';
+}
+
+// The files that packaging may write over.
+std::vector<std::filesystem::path> outputsOf(const std::filesystem::path& output) {
+  std::vector<std::filesystem::path> files = {output};
+  for (const char* extension : {".m4v", ".m4a", ".mpd", ".xml", ".m3u8", ".master.m3u8"})
+    files.push_back(std::filesystem::path(output).replace_extension(extension));
+  std::filesystem::path audioList = std::filesystem::path(output).replace_extension();
+  audioList += "A.m3u8";
+  files.push_back(audioList);
+  return files;
+}
+
+void refuseToOverwrite(const PackageOptions& options) {
+  std::error_code ignored;
+  for (const auto& file : outputsOf(vlPath(options.output)))
+    if (std::filesystem::equivalent(vlPath(options.input), file, ignored))
+      throw UserError("packaging would write over its source '" + vlName(file) +
+                      "'; give another name for the output");
+}
+
+MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw UserError("'" + vlName(path) + "' cannot be read");
+  return {vlName(path.filename()), {std::istreambuf_iterator<char>(file), {}}};
+}
+
+void writeMasterPlaylist(const Packager& packager, const PackageOptions& options) {
+  MasterPlaylist master = packager.master();
+  const std::filesystem::path output = vlPath(options.output);
+  master.video = readPlaylist(std::filesystem::path(output).replace_extension(".m3u8"));
+  const bool soundApart =
+      options.output.find(".mp4") != std::string::npos || options.output.find(".m4v") != std::string::npos;
+  if (soundApart && packager.recordsSound()) master.audio = readPlaylist(outputsOf(output).back());
+  const std::string text = masterPlaylistText(master);
+  const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
+  if (os::replaceFile(path, text)) throw UserError("'" + path + "' could not be written; is the disk full?");
+}
+
+// Records what comes; whatever goes wrong on the way, what came before is a whole recording.
+void record(Packager& packager, const PackageOptions& options,
+            const std::function<void(std::uint64_t)>& show) {
+  std::exception_ptr failure;
+  try {
+    packager.run(show, endRequested);
+  } catch (const UserError&) {
+    failure = std::current_exception();
+  }
+  try {
+    packager.finish();
+    if (packager.frames() != 0) writeMasterPlaylist(packager, options);
+  } catch (const UserError&) {
+    if (!failure) throw;
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+
+void packageFile(const Plugin& plugin, const PackageOptions& options) {
+  SourceFile source(options.input);
+  refuseToOverwrite(options);
+  heedEndRequests();
+  checkVideo(source);
+  const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
+  Packager packager(plugin, source, options, plan, plan.count, warn);
+  Progress progress("packaging", plan.count);
+  record(packager, options, [&progress](std::uint64_t frames) { progress.show(frames); });
+  if (endRequested() && packager.frames() < plan.count)
+    throw UserError("interrupted; the recording ends after " + std::to_string(packager.frames()) + " frames");
+}
+
+// Whether a stream has told enough to begin recording: how far apart its key frames are, and whether sound
+// comes with the pictures. It is not waited for forever.
+bool knowsEnough(FragmentStream& source) {
+  constexpr double kMostSeconds = 10;
+  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
+  const SourceTrack* const audio = source.trackOfHandler(Mp4FourCc("soun"));
+  if (video->samples.empty()) return false;
+  const auto keys = std::count_if(video->samples.begin(), video->samples.end(),
+                                  [](const SourceSample& sample) { return sample.key; });
+  const std::uint64_t ticks = video->nextDecodeTime - video->samples.front().decodeTime;
+  if (static_cast<double>(ticks) / video->timescale >= kMostSeconds) return true;
+  return keys >= 2 && (!audio || !audio->samples.empty());
+}
+
+void awaitBeginning(FragmentStream& source) {
+  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
+  // Nothing would end the wait.
+  if (!video || video->timescale == 0) return;
+  while (!knowsEnough(source) && !source.holdsMuch() && source.readFragment()) {
+  }
+}
+
+void packageStream(const Plugin& plugin, const PackageOptions& options) {
+  if (options.start != 0) throw UserError("--start needs a file; standard input is recorded as it arrives");
+  heedEndRequests();
+  FragmentStream source("standard input", {readStandardInput, endRequested});
+  awaitBeginning(source);
+  checkVideo(source);
+  const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
+  const std::uint64_t frames = options.count ? *options.count : std::numeric_limits<std::uint32_t>::max();
+  Packager packager(plugin, source, options, plan, frames, warn);
+  record(packager, options, [](std::uint64_t) {});
+}
+
+bool package(const Invocation& invocation, const PackageOptions& options) {
+  const Plugin plugin(invocation.plugin);
+  if (options.input == kStandardInput) {
+    packageStream(plugin, options);
+  } else {
+    packageFile(plugin, options);
+  }
+  return true;
+}
+
+}  // namespace
+
+void addPackageCommand(CLI::App& app, Invocation& invocation) {
+  CLI::App* const command =
+      app.add_subcommand("package", "Record the samples of an MP4 as fragments, with DASH and HLS lists");
+  const auto options = std::make_shared<PackageOptions>();
+  command
+      ->add_option(
+          "INPUT", options->input,
+          "The MP4 to read, plain or fragmented; - reads a fragmented one from standard input as it arrives")
+      ->required();
+  command
+      ->add_option("--output", options->output,
+                   "The recording's name: OUT.mp4 becomes OUT.m4v and OUT.m4a, OUT.ismv holds both")
+      ->type_name("OUT")
+      ->required();
+  command->add_option("--gop", options->interval, "Frames from one key frame to the next; else the source's")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber);
+  command->add_flag("--no-audio", options->noAudio, "Leave the sound out");
+  command->add_option("--start", options->start, "The first frame to take, a key frame")->type_name("N");
+  command->add_option("--count", options->count, "How many frames to take")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber);
+  command->callback([&invocation, options] {
+    invocation.command = [&invocation, options] { return package(invocation, *options); };
+  });
+}

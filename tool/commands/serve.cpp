@@ -1,0 +1,62 @@
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <memory>
+#include <thread>
+
+#include "base/json_text.h"
+#include "os/path_name.h"
+#include "tool/commands/commands.h"
+#include "tool/serve/web_server.h"
+#include "tool/terminal/program_folder.h"
+
+namespace {
+
+struct ServeOptions {
+  std::string folder;
+  int port = 8000;
+  bool json = false;
+};
+
+std::atomic<bool> endAsked = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "it is set in a signal handler");
+
+void askForEnd(int) {
+  endAsked = true;
+}
+
+void announce(const ServeOptions& options, int port) {
+  const std::string address = "http://127.0.0.1:" + std::to_string(port) + "/";
+  if (options.json)
+    std::cout << "{\"folder\": " << jsonText(options.folder) << ", \"address\": " << jsonText(address)
+              << ", \"port\": " << port << "}\n";
+  else
+    std::cout << "serving '" << options.folder << "' at " << address << " until interrupted\n";
+  std::cout.flush();
+}
+
+bool serve(const ServeOptions& options) {
+  WebServer server(vlPath(options.folder), programFolder() / "page");
+  std::signal(SIGINT, askForEnd);
+  std::signal(SIGTERM, askForEnd);
+  announce(options, server.start(options.port));
+  while (!endAsked) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  return true;
+}
+
+}  // namespace
+
+void addServeCommand(CLI::App& app, Invocation& invocation) {
+  CLI::App* const command = app.add_subcommand(
+      "serve", "Serve a folder on the loopback address, with a page that plays its recordings");
+  const auto options = std::make_shared<ServeOptions>();
+  command->add_option("FOLDER", options->folder, "The folder with the recordings")->required();
+  command->add_option("--port", options->port, "The port to answer at; 0 takes a free one")
+      ->type_name("N")
+      ->check(CLI::Range(0, 65535))
+      ->capture_default_str();
+  command->add_flag("--json", options->json, "Print the address as JSON");
+  command->callback([&invocation, options] { invocation.command = [options] { return serve(*options); }; });
+}

@@ -1,0 +1,177 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <iostream>
+#include <vector>
+
+#include "base/exact_time.h"
+#include "base/text.h"
+#include "base/user_error.h"
+#include "tool/export/export_streams.h"
+#include "tool/export/lost_sound.h"
+#include "tool/export/output_file.h"
+#include "tool/export/sound_skew.h"
+#include "tool/export/wave_header.h"
+#include "tool/host/other_tracks.h"
+#include "tool/host/plugin_host.h"
+#include "tool/host/undecoded_sound.h"
+#include "tool/terminal/progress.h"
+
+namespace {
+
+// The first audio track's channel pair.
+constexpr std::uint32_t kFirstPair = 1;
+// Blocks that a second of sound is asked for in, which is how exactly a lost place is told.
+constexpr std::uint32_t kBlocksASecond = 10;
+// A unit claims a duration that none has: there may be sound after it.
+constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
+
+// Sample frames that the selected frames play over, after `silence` of them where the sound starts late.
+struct SampleRange {
+  std::uint64_t from;
+  std::uint64_t count;
+  std::uint64_t silence;
+};
+
+SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system, const QVRAUDIO& audio,
+                        const std::string& name) {
+  const auto total = static_cast<std::int64_t>(audio.stream.length);
+  const auto skew = static_cast<std::int64_t>(std::llround(soundSkew(name) * audio.wave.samplesPerSecond));
+  // Held where it ends the sound with any skew.
+  const std::uint64_t most = audio.stream.length + static_cast<std::uint64_t>(std::abs(skew));
+  const auto sampleOf = [&](std::uint64_t frame) {
+    const std::uint64_t sample =
+        scaleExactly(frame, std::uint64_t{system.scale} * audio.wave.samplesPerSecond, system.rate);
+    return static_cast<std::int64_t>(std::min(sample, most)) + skew;
+  };
+  const std::int64_t begin = sampleOf(selection.from);
+  if (begin >= total)
+    throw UserError("the sound of '" + name + "' ends before frame " + std::to_string(selection.from));
+  const std::int64_t end =
+      selection.count ? std::min(sampleOf(std::uint64_t{selection.from} + *selection.count), total) : total;
+  const std::int64_t from = std::max<std::int64_t>(begin, 0), to = std::max<std::int64_t>(end, 0);
+  return {static_cast<std::uint64_t>(from), static_cast<std::uint64_t>(std::max(to - from, std::int64_t{0})),
+          static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
+}
+
+// Writes the sound of a range, block by block.
+class SoundExport {
+ public:
+  SoundExport(CAMediaFile& file, const WaveFormat& format, OutputFile& output)
+      : file_(file),
+        format_(format),
+        output_(output),
+        blockFrames_(std::max(1u, format.sampleRate / kBlocksASecond)),
+        block_(std::size_t{blockFrames_} * format.frameBytes()),
+        lost_(format.sampleRate) {}
+
+  // A place that cannot be read is silence where sound follows it, else the end. Returns the status of the
+  // last block that could not be read, VL_OK where all could.
+  std::uint32_t run(const SampleRange& range) {
+    Progress progress("exporting sound", range.count);
+    std::uint32_t failure = VL_OK;
+    writeZeros(range.silence);
+    const std::uint64_t end = range.from + range.count;
+    std::uint64_t unread = range.from;
+    for (std::uint64_t position = range.from; position < end;) {
+      const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(blockFrames_, end - position));
+      const std::uint32_t status = read(position, wanted);
+      if (status == VL_OK) {
+        writeSilence(unread, position);
+        writeBlock();
+        lost_.addUnits(position, position + wanted, descriptor_.lostUnits);
+        unread = position + wanted;
+      } else {
+        failure = status;
+        if (status != kRefusedDuration && read(end - 1, 1) != VL_OK) break;
+      }
+      position += wanted;
+      progress.show(position - range.from);
+    }
+    if (unread < end) lost_.setEnd(unread);
+    return failure;
+  }
+
+  std::uint64_t written() const { return written_; }  // bytes
+  bool anyRead() const { return anyRead_; }
+  const LostSound& lost() const { return lost_; }
+
+ private:
+  std::uint32_t read(std::uint64_t position, std::uint32_t count) {
+    descriptor_ = {};
+    descriptor_.size = sizeof descriptor_;
+    descriptor_.data = block_.data();
+    descriptor_.dataCapacity = static_cast<std::uint32_t>(block_.size());
+    const std::uint32_t status = file_.Read(static_cast<std::uint32_t>(position), count, kFirstPair,
+                                            QVR_MODE_AUDIO, &descriptor_, nullptr);
+    const bool delivered = descriptor_.bytes > 0 && descriptor_.bytes <= block_.size();
+    return status == VL_OK && !delivered ? VL_FAILED : status;
+  }
+
+  void writeBlock() {
+    anyRead_ = true;
+    output_.write({block_.data(), descriptor_.bytes});
+    written_ += descriptor_.bytes;
+  }
+
+  void writeSilence(std::uint64_t from, std::uint64_t to) {
+    if (from == to) return;
+    lost_.addGap(from, to);
+    writeZeros(to - from);
+  }
+
+  void writeZeros(std::uint64_t frames) {
+    if (frames == 0) return;
+    const std::vector<std::uint8_t> silence(block_.size());
+    for (std::uint64_t left = frames * format_.frameBytes(); left > 0;) {
+      const std::uint64_t bytes = std::min<std::uint64_t>(left, silence.size());
+      output_.write({silence.data(), static_cast<std::size_t>(bytes)});
+      written_ += bytes;
+      left -= bytes;
+    }
+  }
+
+  CAMediaFile& file_;
+  WaveFormat format_;
+  OutputFile& output_;
+  std::uint32_t blockFrames_;
+  std::vector<std::uint8_t> block_;
+  DFRAME descriptor_{};
+  std::uint64_t written_ = 0;
+  bool anyRead_ = false;
+  LostSound lost_;
+};
+
+std::string whyNothing(const std::string& name, std::uint32_t status) {
+  const std::vector<std::string> reasons = undecodedSound(name);
+  if (!reasons.empty() && !reasons.front().empty()) return reasons.front();
+  return "nothing of it decodes (status " + statusText(status) + "); 'fmp4 info' shows its codec";
+}
+
+}  // namespace
+
+void exportAudio(CAMediaFile& file, const ExportRequest& request) {
+  QVRSYSTEM system{};
+  QVRAUDIO audio{};
+  file.GetFileInfo(kFirstPair, &system, nullptr, &audio, nullptr);
+  const QVRWAVE& wave = audio.wave;
+  if (file.Channels() == 0 || wave.channels == 0)
+    throw UserError("'" + request.input + "' has no sound" +
+                    whyThereIsNone(request.input, Mp4FourCc("soun")));
+  const SampleRange range = sampleRange(request.selection, system, audio, request.input);
+  const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
+  OutputFile output(request.output, request.input);
+  SoundExport sound(file, format, output);
+  output.make([&] {
+    output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
+    const std::uint32_t status = sound.run(range);
+    if (status != VL_OK && !sound.anyRead())
+      throw UserError("the sound of '" + request.input +
+                      "' cannot be decoded: " + whyNothing(request.input, status));
+    const std::uint8_t padding = 0;
+    if (sound.written() % 2 != 0) output.write({&padding, 1});
+    output.rewriteStart(waveHeader(format, sound.written()));
+  });
+  if (const std::string lost = sound.lost().text(request.input); !lost.empty())
+    std::cerr << "fmp4: " << lost << '\n';
+}

@@ -1,0 +1,32 @@
+#include <string>
+
+#include "base/text.h"
+#include "base/user_error.h"
+#include "tool/export/export_streams.h"
+#include "tool/export/output_file.h"
+#include "tool/host/captions.h"
+#include "tool/host/video_reader.h"
+#include "tool/terminal/progress.h"
+
+void exportCaptions(CAMediaFile& file, const ExportRequest& request) {
+  QVRINFO info{};
+  file.GetFileInfo(1, nullptr, nullptr, nullptr, &info);
+  if (info.captions == 0)
+    throw UserError("'" + request.input + "' has no caption track; 'fmp4 info' shows what it has");
+  VideoReader reader(file, request.input);
+  const FrameRange range = reader.range(request.selection);
+  OutputFile output(request.output, request.input);
+  output.make([&] {
+    Progress progress("exporting captions", range.count);
+    for (std::uint32_t i = 0; i < range.count; ++i) {
+      const DFRAME& descriptor = reader.read(range.from + i);
+      const std::string pair = hexText(captionPair(descriptor)), packet = hexText(captionPacket(descriptor));
+      if (!pair.empty() || !packet.empty()) {
+        const std::string line = "{\"frame\": " + std::to_string(range.from + i) + ", \"cc608\": \"" + pair +
+                                 "\", \"cc708\": \"" + packet + "\"}\n";
+        output.write({reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
+      }
+      progress.show(i + 1);
+    }
+  });
+}

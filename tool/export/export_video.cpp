@@ -1,0 +1,48 @@
+#include <memory>
+#include <vector>
+
+#include "base/user_error.h"
+#include "tool/export/annexb.h"
+#include "tool/export/export_streams.h"
+#include "tool/export/output_file.h"
+#include "tool/host/codec_configuration.h"
+#include "tool/host/plugin_host.h"
+#include "tool/host/video_reader.h"
+#include "tool/terminal/progress.h"
+
+namespace {
+
+AnnexB annexBOf(CAMediaFile& file, const std::string& name) {
+  const auto video = std::make_unique<QVRVIDEO>();
+  file.GetFileInfo(kVideoChannel, nullptr, video.get(), nullptr, nullptr);
+  auto annexB = AnnexB::fromConfiguration(codecConfiguration(*video));
+  if (!annexB)
+    throw UserError("'" + name +
+                    "' has no sound H.264 or HEVC configuration, without which its video cannot be decoded; "
+                    "'fmp4 boxes' shows what it has");
+  return *annexB;
+}
+
+}  // namespace
+
+void exportVideo(CAMediaFile& file, const ExportRequest& request) {
+  VideoReader reader(file, request.input);
+  const FrameRange range = reader.range(request.selection);
+  const AnnexB annexB = annexBOf(file, request.input);
+  OutputFile output(request.output, request.input);
+  output.make([&] {
+    Progress progress("exporting video", range.count);
+    std::vector<std::uint8_t> stream;
+    for (std::uint32_t i = 0; i < range.count; ++i) {
+      const std::uint32_t frame = range.from + i;
+      const bool key = (reader.read(frame).flags & DFRAME_KEY) != 0;
+      stream.clear();
+      if (!annexB.append(reader.sample(), key, stream))
+        throw UserError("frame " + std::to_string(frame) + " of '" + request.input +
+                        "' is damaged: a length in it reaches past its end; export what lies around it with "
+                        "--from and --count");
+      output.write(stream);
+      progress.show(i + 1);
+    }
+  });
+}

@@ -1,0 +1,86 @@
+#include "tool/export/sound_skew.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+
+#include "base/fourcc.h"
+#include "base/user_error.h"
+#include "os/path_name.h"
+#include "recording/names.h"
+#include "tool/package/picture_times.h"
+#include "tool/source/fragment_stream.h"
+
+namespace {
+
+// A media file, read as far as needed.
+class Beginning {
+ public:
+  explicit Beginning(const std::string& path)
+      : file_(vlPath(path), std::ios::binary),
+        stream_(path, {[this](std::span<std::uint8_t> bytes) {
+                         file_.read(reinterpret_cast<char*>(bytes.data()),
+                                    static_cast<std::streamsize>(bytes.size()));
+                         return static_cast<std::size_t>(file_.gcount());
+                       },
+                       [] { return true; }}) {}
+  // The first track of a kind, with its first samples; null when there is none.
+  const SourceTrack* track(std::uint32_t handler) {
+    constexpr int kMostFragments = 16;
+    const SourceTrack* const found = stream_.trackOfHandler(handler);
+    for (int i = 0; found && found->samples.empty() && i < kMostFragments && stream_.readFragment(); ++i) {
+    }
+    return found && !found->samples.empty() && found->timescale != 0 ? found : nullptr;
+  }
+
+ private:
+  std::ifstream file_;
+  FragmentStream stream_;
+};
+
+// The files that hold the picture and, if apart, the sound.
+RecordingNames mediaOf(const std::string& file) {
+  RecordingNames names;
+  try {
+    names = findRecording(file);
+  } catch (const UserError&) {
+  }
+  if (names.video.empty()) names.video = file;
+  return names;
+}
+
+// When the first access unit plays, from which on the plug-in counts, in seconds.
+double soundStart(Beginning& media, const RecordingNames& names) {
+  if (const SourceTrack* const audio = media.track(Mp4FourCc("soun")))
+    return audio->present(audio->samples.front());
+  if (names.audio.empty()) return 0;
+  Beginning apart(names.audio);
+  const SourceTrack* const audio = apart.track(Mp4FourCc("soun"));
+  return audio ? audio->present(audio->samples.front()) : 0;
+}
+
+double measuredSkew(const std::string& file) {
+  const RecordingNames names = mediaOf(file);
+  Beginning media(names.video);
+  const SourceTrack* const video = media.track(Mp4FourCc("vide"));
+  const std::uint32_t duration = video ? video->nominalDuration.value() : 0;
+  if (duration == 0) return 0;
+  PackagePlan plan;
+  plan.rate = video->timescale;
+  plan.scale = duration;
+  plan.count = static_cast<std::uint32_t>(video->samples.size());
+  plan.chooseOffsets(*video);
+  const PictureTimes times(*video, plan);
+  return times.firstPicture() - times.recorded(soundStart(media, names)).value_or(0);
+}
+
+}  // namespace
+
+double soundSkew(const std::string& file) try {
+  // More is damage.
+  constexpr double kMostSeconds = 3600;
+  const double skew = measuredSkew(file);
+  return std::abs(skew) <= kMostSeconds ? skew : 0;
+} catch (const UserError&) {
+  return 0;
+}

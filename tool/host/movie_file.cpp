@@ -1,0 +1,43 @@
+#include "tool/host/movie_file.h"
+
+#include <system_error>
+
+#include "base/letter_case.h"
+#include "mp4box/boxes/hdlr.h"
+#include "mp4box/boxes/stsz.h"
+#include "streaming/lists/file_set.h"
+
+MovieFile::MovieFile(const std::string& path) {
+  const VLHANDLE handle = stream_.open(path.c_str(), MP4_MODE_READ);
+  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) {
+    openError_ = std::system_category().message(static_cast<int>(vlOSGetLastError()));
+    return;
+  }
+  root_.reset(Mp4ReadRoot(stream_, false));
+  if (!root_) throw std::bad_alloc();
+}
+
+MovieSamples MovieFile::movieSamples() {
+  MovieSamples samples;
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie(), Mp4FourCc("trak"), i); ++i) {
+    const auto* handler = Mp4PayloadOf<mp4::HandlerBox>(Mp4BoxGet(nullptr, trak, true, "mdia/hdlr"));
+    const auto* sizes =
+        Mp4PayloadOf<mp4::SampleSizeBox>(Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsz"));
+    if (!handler || !sizes) continue;
+    if (handler->handlerType == Mp4FourCc("vide") && samples.frames == 0) samples.frames = sizes->sampleCount;
+    if (handler->handlerType == Mp4FourCc("soun") && samples.sounds == 0) samples.sounds = sizes->sampleCount;
+  }
+  return samples;
+}
+
+OpenedFiles openedFiles(const std::string& name) {
+  const bool audioOnly = isSoundName(name);
+  FileSet files = FindFileSet(name.c_str(), audioOnly);
+  LoadManifest(files);
+  if (audioOnly || files.video.empty()) return {files.audio, {}};
+  return {files.video, files.audio};
+}
+
+bool isSoundName(const std::string& name) {
+  return EndsIgnoringCase(name, ".m4a") || EndsIgnoringCase(name, ".isma");
+}

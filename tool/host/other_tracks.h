@@ -1,0 +1,29 @@
+// The tracks of a movie that the plug-in passes over.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "mp4box/box.h"
+
+struct OtherTrack {
+  std::uint32_t id = 0;
+  std::uint32_t handler = 0;  // "vide", "soun", "subt", ...; 0 where the track has none
+  std::uint32_t codec = 0;    // type of the sample entry; 0 where the track has none
+  std::string why;            // "AV1 is not supported"
+};
+
+// Those of the movie below `root`, in their order; none where it holds no "moov". `stream` is the file's.
+std::vector<OtherTrack> otherTracks(Mp4Stream& stream, Mp4Box* root);
+
+// Those of the files that the plug-in opens for a name.
+std::vector<OtherTrack> otherTracksOf(const std::string& name);
+
+// One of them in words: "track 2 (soun, Opus): Opus is not supported".
+std::string trackText(const OtherTrack& track);
+// All of them, joined by "; ".
+std::string trackTexts(const std::vector<OtherTrack>& tracks);
+
+// Why a file has no track of a handler ("soun", "vide") to be read, as what follows "has no sound".
+std::string whyThereIsNone(const std::string& name, std::uint32_t handler);

@@ -1,0 +1,67 @@
+// Drives a media-file plug-in as the host does: through its exports and its object's virtual operations.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "mediafile.h"
+
+class CMFFmp4;  // the plug-in's own class; to its users it is a CAMediaFile
+
+// What a plug-in says about a format. The texts belong to the plug-in.
+struct FormatRecord {
+  std::uint32_t fileType;
+  std::uint32_t padding;
+  const char* patterns;  // file-name patterns, separated by ";"
+  const char* shortDescription;
+  const char* longDescription;
+  std::uint32_t capabilities;
+  std::uint32_t moreCapabilities;
+  std::uint64_t reserved;
+  double reservedValue;
+};
+static_assert(sizeof(void*) != 8 || sizeof(FormatRecord) == 56, "the record is part of the host's contract");
+
+using CheckVersionAndFile = std::int64_t (*)(const char* fileName, std::uint32_t indexOrFlags, void* out);
+using MediaFileCommand = std::int64_t (*)(CMFFmp4* object, std::uint32_t command, void* argument);
+
+// Closes and destroys a media-file object through the plug-in that made it.
+struct MediaFileCloser {
+  MediaFileCommand command;
+  void operator()(CAMediaFile* object) const;
+};
+using MediaFile = std::unique_ptr<CAMediaFile, MediaFileCloser>;
+
+// The channel mask of the video stream.
+inline constexpr std::uint32_t kVideoChannel = 1;
+
+// A loaded plug-in. It stays loaded until the program ends, as in the host: its texts and the files of
+// accepted probes outlive this object.
+class Plugin {
+ public:
+  // Loads the library `name` (a name without a folder is looked for beside the program first). Throws
+  // UserError when it is missing, lacks an export or speaks another version of the interface.
+  explicit Plugin(const std::string& name);
+
+  std::uint32_t interfaceVersion() const { return interfaceVersion_; }
+  std::uint32_t formatCount() const { return formatCount_; }
+  // The format record `index`. Throws UserError when the plug-in has none.
+  FormatRecord formatRecord(std::uint32_t index) const;
+
+  // Whether the plug-in takes the file.
+  bool probe(const std::string& file) const;
+  // Opens a file for reading, audio only if its name says so (".m4a", ".isma"). Warns of samples that are not
+  // read. Throws UserError with the reason when the plug-in refuses it or fails to open it.
+  MediaFile open(const std::string& file) const;
+  // Creates a file for writing; what is there is replaced. Throws UserError when the plug-in cannot.
+  MediaFile create(const std::string& file) const;
+
+ private:
+  MediaFile make(MFXOPEN& request) const;
+
+  CheckVersionAndFile checkVersionAndFile_ = nullptr;
+  MediaFileCommand mediaFile_ = nullptr;
+  std::uint32_t interfaceVersion_ = 0;
+  std::uint32_t formatCount_ = 0;
+};

@@ -1,0 +1,156 @@
+#include "tool/host/refusal_reason.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+
+#include "base/letter_case.h"
+#include "os/path_name.h"
+#include "streaming/lists/file_set.h"
+#include "tool/host/movie_file.h"
+#include "tool/host/other_tracks.h"
+
+namespace {
+
+// `text` as one word of a POSIX shell command.
+std::string shellQuoted(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
+  return quoted + "'";
+}
+
+bool isFolder(const std::string& file) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(vlPath(file), ignored);
+}
+
+// What keeps a file of any kind from being read.
+std::optional<std::string> fileTrouble(const std::string& file) {
+  if (isFolder(file)) return "is a folder; give a file in it";
+  if (vlOSFileExists(file.c_str()) == 0) return "does not exist; check the name";
+  MovieFile movie(file);
+  if (!movie.isOpen()) return "cannot be read: " + movie.openError();
+  if (movie.root()->size == 0) return "is empty";
+  return std::nullopt;
+}
+
+// ---- What is no MP4 ---------------------------------------------------------------------------------
+
+// Box types that files start with (ISO/IEC 14496-12, table 1, and QuickTime).
+bool startsLikeMp4(const Mp4Box& root) {
+  constexpr std::array kTypes = {Mp4FourCc("ftyp"), Mp4FourCc("styp"), Mp4FourCc("moov"), Mp4FourCc("moof"),
+                                 Mp4FourCc("mdat"), Mp4FourCc("sidx"), Mp4FourCc("ssix"), Mp4FourCc("prft"),
+                                 Mp4FourCc("emsg"), Mp4FourCc("free"), Mp4FourCc("foov"), Mp4FourCc("skip"),
+                                 Mp4FourCc("wide"), Mp4FourCc("uuid"), Mp4FourCc("pdin"), Mp4FourCc("pnot"),
+                                 Mp4FourCc("meta"), Mp4FourCc("mfra")};
+  return root.first && std::find(kTypes.begin(), kTypes.end(), root.first->type) != kTypes.end();
+}
+
+// What a file is that is no MP4, by how it starts.
+std::string otherKind(Mp4Stream& stream) {
+  std::array<char, 189> start{};
+  stream.seek(0);
+  stream.peek(start.data(), start.size());
+  const std::string_view text(start.data(), start.size());
+  if (text.starts_with("#EXTM3U"))
+    return "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it";
+  if (text.starts_with("\x1A\x45\xDF\xA3")) return "is no MP4 but a Matroska or WebM file";
+  if (text.starts_with('\x47') && text[188] == '\x47') return "is no MP4 but an MPEG transport stream";
+  if (text.find("<MPD") != text.npos || text.starts_with("<?xml"))
+    return "is no MP4 but an XML document; the name of a manifest ends in .mpd or .xml";
+  return "is no MP4";
+}
+
+// ---- What is one ------------------------------------------------------------------------------------
+
+std::string withoutMovie(MovieFile& movie) {
+  if (movie.hasFragments())
+    return "is a media segment without its initialisation: it has movie fragments but no movie box. Put the "
+           "initialisation segment before it, cat init.mp4 segment.m4s > whole.mp4";
+  return startsLikeMp4(*movie.root()) ? "has no movie box; get a whole copy of it"
+                                      : otherKind(movie.stream());
+}
+
+std::string withoutFragments(MovieFile& movie, const std::string& file) {
+  const MovieSamples samples = movie.movieSamples();
+  if (samples.frames == 0 && samples.sounds == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
+    return "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
+           "cat init.mp4 segment.m4s > whole.mp4";
+  return "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
+         "again by\n  " +
+         fragmentingCommand(file);
+}
+
+// Why none of a movie's tracks can be read; none when one can.
+std::optional<std::string> withoutReadableTrack(MovieFile& movie) {
+  const std::vector<OtherTrack> others = otherTracks(movie.stream(), movie.root());
+  if (Mp4BoxChild(movie.movie(), Mp4FourCc("trak"), static_cast<std::uint32_t>(others.size())))
+    return std::nullopt;
+  if (others.empty()) return "has no tracks";
+  return "has no track that can be read: " + trackTexts(others);
+}
+
+// What is wrong with a media file, as what follows its name; none when it looks right.
+std::optional<std::string> mediaTrouble(const std::string& file) {
+  if (auto trouble = fileTrouble(file)) return trouble;
+  MovieFile movie(file);
+  if (!movie.movie()) return withoutMovie(movie);
+  if (auto trouble = withoutReadableTrack(movie)) return trouble;
+  if (!movie.hasFragments()) return withoutFragments(movie, file);
+  return std::nullopt;
+}
+
+// ---- Names ------------------------------------------------------------------------------------------
+
+bool contains(const std::string& name, const char* part) {
+  return name.find(part) != std::string::npos;
+}
+
+// Why no media file goes by a name.
+std::string withoutMedia(const std::string& file) {
+  if (contains(file, ".ism"))
+    return "the media of Smooth Streaming names are found through a DASH manifest (.mpd or .xml) of the same "
+           "name beside it; without one, give the media file a name that ends in .mp4";
+  if (contains(file, ".mpd") || contains(file, ".xml"))
+    return "it names no media file, and there is none of its name (.mp4, .m4v or .m4a) beside it";
+  return "the plug-in tells files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or .xml, "
+         "in lower case";
+}
+
+// Whether a manifest's media are in a file for each segment.
+bool namesSegmentFiles(const std::string& file) {
+  FileSet files = FindFileSet(file.c_str(), false);
+  const std::optional<Manifest> manifest = LoadManifest(files);
+  return manifest && (manifest->video.hasSegmentFiles || manifest->audio.hasSegmentFiles);
+}
+
+}  // namespace
+
+std::string fragmentingCommand(const std::string& file) {
+  return "ffmpeg -i " + shellQuoted(file) +
+         " -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4";
+}
+
+std::string probeRefusal(const std::string& file) {
+  const std::string subject = "'" + file + "' ";
+  if (const auto trouble = fileTrouble(file)) return subject + *trouble;
+  if (EndsIgnoringCase(file, ".xml"))
+    return subject + "is not a DASH manifest: its root element is not MPD; give the media file itself";
+  MovieFile movie(file);
+  return subject + (movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie));
+}
+
+std::string openRefusal(const std::string& file, const std::string& logged) {
+  if (const auto trouble = fileTrouble(file)) return "'" + file + "' " + *trouble;
+  const std::string subject = "'" + file + "' could not be opened: ";
+  const std::string media = openedFiles(file).media;
+  if (media != file && namesSegmentFiles(file))
+    return subject +
+           "its media are in a file for each segment; manifests with one file for each track are read";
+  if (media.empty()) return subject + withoutMedia(file);
+  const std::string mediaSubject = media == file ? "it " : "its media file '" + media + "' ";
+  if (const auto trouble = mediaTrouble(media)) return subject + mediaSubject + *trouble;
+  if (logged.empty()) return subject + "'fmp4 boxes' shows what " + mediaSubject + "holds";
+  return subject + "the plug-in says \"" + logged + "\"; 'fmp4 boxes' shows what " + mediaSubject + "holds";
+}

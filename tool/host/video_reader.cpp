@@ -1,0 +1,39 @@
+#include "tool/host/video_reader.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/text.h"
+#include "base/user_error.h"
+#include "tool/host/other_tracks.h"
+#include "tool/host/plugin_host.h"
+
+VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), name_(std::move(name)) {
+  if (file_.VidChan() == 0)
+    throw UserError("'" + name_ + "' has no video stream" + whyThereIsNone(name_, Mp4FourCc("vide")));
+  // Without a descriptor the answer is the size of the largest sample.
+  const std::uint32_t largest = file_.Read(0, 1, kVideoChannel, QVR_MODE_VIDEO, nullptr, nullptr);
+  descriptor_.dataCapacity = std::max(largest, std::uint32_t{1});
+  buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(descriptor_.dataCapacity);
+  descriptor_.size = sizeof(DFRAME);
+  descriptor_.data = buffer_.get();
+}
+
+FrameRange VideoReader::range(const FrameSelection& selection) const {
+  const std::uint32_t total = file_.GetTotalFrames();
+  if (selection.from >= total)
+    throw UserError("'" + name_ + "' has " + std::to_string(total) +
+                    " frames, counted from 0; there is no frame " + std::to_string(selection.from));
+  const std::uint32_t left = total - selection.from;
+  return {selection.from, std::min(selection.count.value_or(left), left)};
+}
+
+const DFRAME& VideoReader::read(std::uint32_t frame) {
+  descriptor_.compositionOffset = 0;  // a run without offsets leaves it as it is
+  descriptor_.bytes = 0;
+  const std::uint32_t status = file_.Read(frame, 1, kVideoChannel, QVR_MODE_VIDEO, &descriptor_, nullptr);
+  if (status != VL_OK || descriptor_.bytes > descriptor_.dataCapacity)
+    throw UserError("frame " + std::to_string(frame) + " of '" + name_ + "' could not be read (status " +
+                    statusText(status) + "); --from and --count read what lies around it");
+  return descriptor_;
+}

@@ -1,0 +1,307 @@
+#include "tool/package/packager.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+#include "base/audio_units.h"
+#include "base/fourcc.h"
+#include "base/text.h"
+#include "base/user_error.h"
+#include "recording/segment_geometry.h"
+#include "tool/package/silent_aac.h"
+
+namespace {
+
+constexpr std::uint32_t kStereo = 3;  // channel mask of the sound
+constexpr std::uint32_t kKeyFrameIntervalOption = 8;
+constexpr std::uint32_t kMostCopiedConfiguration = 4;
+
+// Access units that sound may be off the time of its source, and seconds by which source times may be
+// rounded.
+constexpr double kTolerance = 0.5;
+constexpr double kRounding = 0.001;
+
+constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+void checkStatus(std::uint32_t status, const std::string& what) {
+  if (status != VL_OK)
+    throw UserError(what + " could not be written (status " + statusText(status) +
+                    "); the host's log says why (run without --quiet to see it)");
+}
+
+SourceTrack& videoOf(SampleSource& source) {
+  return *source.trackOfHandler(Mp4FourCc("vide"));
+}
+
+std::optional<UMC::aac::AudioSpecificConfig> configurationOf(const SourceTrack& track) {
+  UMC::aac::AudioSpecificConfig config{};
+  const bool valid =
+      UMC::aac::ParseAudioSpecificConfig(track.configuration.data(), track.configuration.size(), config);
+  return valid ? std::optional(config) : std::nullopt;
+}
+
+bool isAac(const SourceTrack& track) {
+  constexpr std::array<std::uint8_t, 4> kAac = {0x40, 0x66, 0x67, 0x68};  // ISO/IEC 14496-1, 7.2.6.6
+  return track.codec == Mp4FourCc("mp4a") &&
+         std::find(kAac.begin(), kAac.end(), track.objectType) != kAac.end() && configurationOf(track);
+}
+
+// Without edit lists captions are timed like the frames' decoding, as recordings have them; with them, like
+// the pictures' presentation.
+double captionOrigin(SampleSource& source, const PackagePlan& plan, const PictureTimes& times) {
+  const SourceTrack& video = videoOf(source);
+  bool edited = !video.edits.empty();
+  for (const SourceTrack& track : source.tracks())
+    edited = edited || (track.handler == Mp4FourCc("clcp") && !track.edits.empty());
+  if (edited) return times.firstPicture();
+  const SourceSample& first = video.samples[plan.first];
+  SourceSample decoded = first;
+  decoded.compositionOffset = 0;
+  return times.recorded(video.present(decoded)).value_or(0);
+}
+
+}  // namespace
+
+void checkVideo(SampleSource& source) {
+  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
+  if (!video || video->samples.empty())
+    throw UserError("'" + source.path() + "' has no video; 'fmp4 boxes' shows what it has");
+  if (video->codec != Mp4FourCc("avc1") || video->configuration.empty())
+    throw UserError("'" + source.path() + "' has video of type '" + fourCcText(video->codec) +
+                    "'; recordings take H.264 (avc1) with its configuration. ffmpeg -c:v libx264 makes it");
+}
+
+Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOptions& options,
+                   const PackagePlan& plan, std::uint64_t frames, Warn warn)
+    : source_(source),
+      options_(options),
+      plan_(plan),
+      frameLimit_(frames),
+      warn_(std::move(warn)),
+      video_(videoOf(source)),
+      times_(video_, plan_),
+      captionOrigin_(captionOrigin(source, plan_, times_)),
+      audio_(findSound()),
+      cc608_(source, source.trackOfCodec(Mp4FourCc("c608"))),
+      cc708_(source, source.trackOfCodec(Mp4FourCc("c708"))),
+      file_(plugin.create(options.output)) {
+  video_.wanted = true;
+  video_.next = plan_.first;
+  descriptor_.size = sizeof(DFRAME);
+  if (video_.edits.severalParts() || (audio_ && audio_->edits.severalParts()))
+    warn_(
+        "the source's edit list joins several parts; parts of the picture that it hides between them are "
+        "recorded too");
+  describe();
+}
+
+// Null when there is no sound to be recorded.
+SourceTrack* Packager::findSound() {
+  SourceTrack* const track = source_.trackOfHandler(Mp4FourCc("soun"));
+  if (!track || options_.noAudio) return nullptr;
+  if (!isAac(*track))
+    throw UserError("'" + source_.path() + "' has sound of type '" + fourCcText(track->codec) +
+                    "', which a recording cannot hold: it takes AAC (mp4a). --no-audio leaves it out, ffmpeg "
+                    "-c:v copy -c:a aac makes AAC of it");
+  audioConfig_ = *configurationOf(*track);
+  if (audioConfig_.frameLength != kAacFrameSamples)
+    throw UserError("'" + source_.path() +
+                    "' has AAC with 960 samples a frame, which a recording cannot time: it counts 1024. "
+                    "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac makes such of it");
+  silence_ = silentAccessUnit(track->configuration);
+  track->wanted = soundPlays(*track);
+  if (track->wanted) return track;
+  warn_("no sound plays with the chosen frames; the recording has none");
+  return nullptr;
+}
+
+// Whether any sound that is known by now is to be recorded.
+bool Packager::soundPlays(SourceTrack& track) const {
+  const double end = times_.firstPicture() + static_cast<double>(frameLimit_) * times_.frameSeconds();
+  return std::any_of(track.samples.begin(), track.samples.end(), [&](const SourceSample& sample) {
+    const auto time = times_.recorded(track.present(sample));
+    return time && *time >= -kTolerance * soundSeconds() && *time < end && !isLeftOut(track, sample);
+  });
+}
+
+// Whether the edit list hides an access unit for good: not if it leads in the first one that plays, nor if it
+// goes with pictures that are recorded although they are hidden.
+bool Packager::isLeftOut(const SourceTrack& track, const SourceSample& sample) const {
+  const std::int64_t begin = sample.presentationTime(), end = begin + sample.duration;
+  if (!track.edits.hides(begin, end)) return false;
+  if (begin >= track.edits.firstShown()) return true;
+  const bool leadsIn = end + sample.duration > track.edits.firstShown();
+  return !leadsIn &&
+         track.present(sample) >=
+             video_.edits.present(video_.edits.empty() ? 0 : video_.edits.firstShown(), video_.timescale);
+}
+
+// Seconds of an access unit.
+double Packager::soundSeconds() const {
+  return static_cast<double>(kAacFrameSamples) / audioConfig_.frequency;
+}
+
+MasterPlaylist Packager::master() const {
+  MasterPlaylist master;
+  master.codecs =
+      codecsText(video_.configuration, audio_ ? audio_->configuration : std::vector<std::uint8_t>());
+  master.width = video_.width;
+  master.height = video_.height;
+  master.framesPerSecond = plan_.framesPerSecond();
+  return master;
+}
+
+void Packager::describe() {
+  file_->SetCodecOption(kVideoChannel, 0, kKeyFrameIntervalOption, plan_.interval, nullptr);
+  const auto video = std::make_unique<QVRVIDEO>();
+  QVRAUDIO audio = {};
+  QVRINFO info = {};
+  file_->GetFileInfo(kVideoChannel, nullptr, video.get(), &audio, &info);
+  describeVideo(*video);
+  if (audio_) describeAudio(audio);
+  info.captions = (cc608_.present() ? QVR_CAPTIONS_608 : 0) | (cc708_.present() ? QVR_CAPTIONS_708 : 0);
+  checkStatus(file_->SetFileInfo(audio_ ? kStereo : kVideoChannel, nullptr, video.get(),
+                                 audio_ ? &audio : nullptr, &info),
+              "the description of '" + options_.output + "'");
+}
+
+void Packager::describeVideo(QVRVIDEO& video) const {
+  video.bitmap.width = static_cast<std::int32_t>(video_.width);
+  video.bitmap.height = static_cast<std::int32_t>(video_.height);
+  video.bitmap.compression = video.stream.handler = Mp4FourCc("1cva");
+  video.stream.rate = plan_.rate;
+  video.stream.scale = plan_.scale;
+  const auto& record = video_.configuration;
+  const std::size_t size = 8 + record.size();
+  if (size > sizeof video.colourTable) throw UserError("the source's codec configuration is too long");
+  video.bitmap.size = static_cast<std::uint32_t>(sizeof(QVRBITMAP) + size);
+  for (unsigned i = 0; i < 4; ++i) {
+    video.colourTable[i] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
+    video.colourTable[4 + i] = static_cast<std::uint8_t>("avcC"[i]);
+  }
+  std::copy(record.begin(), record.end(), video.colourTable + 8);
+}
+
+void Packager::describeAudio(QVRAUDIO& audio) const {
+  audio.codec = audio.stream.handler = Mp4FourCc("mp4a");
+  audio.wave.samplesPerSecond = audioConfig_.frequency;
+  audio.wave.channels = static_cast<std::uint16_t>(audio_->channels);
+  std::uint64_t bytes = 0;
+  for (const SourceSample& sample : audio_->samples) bytes += sample.size;
+  const double perSecond =
+      static_cast<double>(bytes) / (static_cast<double>(audio_->samples.size()) * soundSeconds());
+  audio.wave.averageBytesPerSecond = static_cast<std::uint32_t>(std::min(perSecond, 4294967295.0));
+  // Longer configurations are not stored; their first two bytes describe the core.
+  const auto& config = audio_->configuration;
+  audio.wave.extraSize =
+      static_cast<std::uint16_t>(config.size() <= kMostCopiedConfiguration ? config.size() : 2);
+  std::copy_n(config.begin(), audio.wave.extraSize, audio.wave.extra);
+}
+
+void Packager::run(const std::function<void(std::uint64_t)>& show, const std::function<bool()>& ended) {
+  bool whole = true;
+  do {
+    for (; video_.next < video_.samples.size() && frames_ < frameLimit_ && !ended(); ++video_.next) {
+      times_.add(video_.samples[video_.next]);
+      // Sound is written before the picture that it plays with.
+      writeSoundUpTo(static_cast<double>(frames_ + 1) * times_.frameSeconds(), true);
+      writeFrame(video_.samples[video_.next]);
+      show(++frames_);
+    }
+    whole = video_.next == video_.samples.size();
+  } while (frames_ < frameLimit_ && !ended() && source_.more());
+  writeSoundUpTo(times_.end(), true);
+  // What the picture does not cover belongs to it only when all of it was asked for.
+  if (whole) writeSoundUpTo(kEndless, false);
+  tellWhatWasLeftOut();
+}
+
+void Packager::finish() {
+  MFXCLOSE request = {};
+  checkStatus(file_->MFXCmd(MFX_CLOSE, &request), "the end of '" + options_.output + "'");
+}
+
+void Packager::writeFrame(const SourceSample& sample) {
+  const auto bytes = source_.read(sample);
+  descriptor_.data = bytes.data();
+  descriptor_.bytes = static_cast<std::uint32_t>(bytes.size());
+  descriptor_.flags = sample.key ? DFRAME_KEY : DFRAME_NOT_KEY;
+  descriptor_.compositionOffset = plan_.compositionOffset(sample);
+  descriptor_.captionFlags = descriptor_.captionBytes = 0;
+  if (cc608_.present() || cc708_.present()) {
+    // Captions are read through the same buffer.
+    frameBytes_.assign(bytes.begin(), bytes.end());
+    descriptor_.data = frameBytes_.data();
+    addCaptions(frames_);
+  }
+  checkStatus(file_->Write(static_cast<std::uint32_t>(frames_), 1, kVideoChannel, QVR_MODE_VIDEO,
+                           &descriptor_, nullptr),
+              "frame " + std::to_string(frames_));
+}
+
+void Packager::addCaptions(std::uint64_t frame) {
+  const auto frameOf = [this](double seconds) {
+    const double time = times_.recorded(seconds).value_or(times_.end()) - captionOrigin_;
+    return static_cast<std::int64_t>(std::clamp(std::round(time / times_.frameSeconds()), -1e15, 1e15));
+  };
+  cc608_.addTo(descriptor_, static_cast<std::int64_t>(frame), frameOf);
+  cc708_.addTo(descriptor_, static_cast<std::int64_t>(frame), frameOf);
+}
+
+// Writes the sound of the recording that starts before `end`, in seconds. `fill`: gaps become silence;
+// otherwise a gap ends it.
+void Packager::writeSoundUpTo(double end, bool fill) {
+  if (!audio_) return;
+  for (; audio_->next < audio_->samples.size();) {
+    const SourceSample& sample = audio_->samples[audio_->next];
+    const auto time = isLeftOut(*audio_, sample) ? std::nullopt : times_.recorded(audio_->present(sample));
+    const double position = static_cast<double>(accessUnits_) * soundSeconds();
+    const double late = time ? *time - soundOffset_ - position : 0;
+    const double most = kTolerance * soundSeconds() + (followsSource_ ? kRounding : 0);
+    if (!time || late < -most) {
+      if (time && accessUnits_ == 0) leadingSound_ = std::max(leadingSound_, -late);
+      if (time && accessUnits_ != 0) ++overlaps_;
+      ++audio_->next;
+      continue;
+    }
+    if (position >= end) return;
+    if (late > most && !fill) return;
+    followsSource_ = late <= most || !silence_;
+    if (!followsSource_) {
+      writeAccessUnit(*silence_);
+      continue;
+    }
+    if (late > most) soundOffset_ += late;
+    ++audio_->next;
+    writeAccessUnit(source_.read(sample));
+  }
+}
+
+void Packager::writeAccessUnit(std::span<std::uint8_t> bytes) {
+  descriptor_.data = bytes.data();
+  descriptor_.bytes = static_cast<std::uint32_t>(bytes.size());
+  checkStatus(file_->Write(static_cast<std::uint32_t>(accessUnits_), 1, kStereo, QVR_MODE_AUDIO, &descriptor_,
+                           nullptr),
+              "sound frame " + std::to_string(accessUnits_));
+  ++accessUnits_;
+}
+
+void Packager::tellWhatWasLeftOut() const {
+  // Of what an encoder puts before the sound nothing is missed.
+  constexpr double kPriming = 0.2;
+  const auto seconds = [](double value) {
+    return std::to_string(static_cast<std::uint64_t>(std::llround(value * 1000))) + " ms";
+  };
+  if (plan_.first == 0 && leadingSound_ > kPriming)
+    warn_("the source's sound begins " + seconds(leadingSound_) +
+          " before its picture; that part is left out");
+  if (soundOffset_ > 0)
+    warn_("gaps in sound of this configuration cannot be filled with silence; it comes up to " +
+          seconds(soundOffset_) + " early");
+  if (overlaps_ != 0)
+    warn_(std::to_string(overlaps_) +
+          " access units of the source's sound overlap with others and are left out");
+}

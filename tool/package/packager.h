@@ -1,0 +1,81 @@
+// Records the samples of a source through the plug-in.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "base/aac/audio_specific_config.h"
+#include "streaming/lists/master_playlist.h"
+#include "tool/host/plugin_host.h"
+#include "tool/package/package_plan.h"
+#include "tool/package/picture_times.h"
+#include "tool/source/source_captions.h"
+
+// Throws UserError when `source` has no video that can be recorded.
+void checkVideo(SampleSource& source);
+
+class Packager {
+ public:
+  using Warn = std::function<void(const std::string&)>;
+
+  // Creates the recording. The samples that `source` knows by now decide what it is to be; `frames` are the
+  // most that it takes. Throws UserError when it cannot be made.
+  Packager(const Plugin& plugin, SampleSource& source, const PackageOptions& options, const PackagePlan& plan,
+           std::uint64_t frames, Warn warn);
+
+  // Records all there is, until `ended` says so after some frame; `show` gets the number of frames done.
+  // Throws UserError when something cannot be read or written; what came before it is recorded.
+  void run(const std::function<void(std::uint64_t)>& show, const std::function<bool()>& ended);
+  // Ends the recording.
+  void finish();
+
+  std::uint64_t frames() const { return frames_; }
+  bool recordsSound() const { return audio_ != nullptr; }
+  // What is known of the master playlist, but for the lists that it joins.
+  MasterPlaylist master() const;
+
+ private:
+  SourceTrack* findSound();
+  bool soundPlays(SourceTrack& track) const;
+  bool isLeftOut(const SourceTrack& track, const SourceSample& sample) const;
+  double soundSeconds() const;
+
+  void describe();
+  void describeVideo(QVRVIDEO& video) const;
+  void describeAudio(QVRAUDIO& audio) const;
+
+  void writeFrame(const SourceSample& sample);
+  void addCaptions(std::uint64_t frame);
+  void writeSoundUpTo(double end, bool fill);
+  void writeAccessUnit(std::span<std::uint8_t> bytes);
+  void tellWhatWasLeftOut() const;
+
+  SampleSource& source_;
+  const PackageOptions& options_;
+  const PackagePlan plan_;
+  const std::uint64_t frameLimit_;
+  Warn warn_;
+  SourceTrack& video_;
+  PictureTimes times_;
+  double captionOrigin_;
+  UMC::aac::AudioSpecificConfig audioConfig_{};
+  std::optional<std::vector<std::uint8_t>> silence_;  // an access unit of it; nothing where none is known
+  SourceTrack* audio_;                                // null: no sound is recorded
+  SourceCaptions cc608_;
+  SourceCaptions cc708_;
+  MediaFile file_;
+
+  std::uint64_t frames_ = 0;       // written
+  std::uint64_t accessUnits_ = 0;  // written, silent ones included
+  bool followsSource_ = false;     // the last one is of the source
+  double soundOffset_ = 0;         // seconds of gaps that could not be filled
+  double leadingSound_ = 0;        // seconds of sound before the picture
+  std::uint64_t overlaps_ = 0;     // access units for which there was no time
+  DFRAME descriptor_ = {};
+  std::vector<std::uint8_t> frameBytes_;
+};

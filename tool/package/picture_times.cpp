@@ -1,0 +1,55 @@
+#include "tool/package/picture_times.h"
+
+#include <algorithm>
+#include <span>
+#include <vector>
+
+namespace {
+
+// Frames whose times decide by how much the recording is earlier than the source: enough to outvote odd ones.
+constexpr std::size_t kVoters = 256;
+
+// A longer wait for the next frame than this is a while without pictures, in seconds.
+constexpr double kOutage = 0.5;
+
+double median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+}  // namespace
+
+PictureTimes::PictureTimes(const SourceTrack& video, const PackagePlan& plan)
+    : edits_(video.edits), timescale_(video.timescale), frameSeconds_(1 / plan.framesPerSecond()) {
+  const auto all = std::span(video.samples).subspan(plan.first);
+  const auto frames = all.first(std::min({all.size(), kVoters, std::size_t{plan.count}}));
+  std::vector<double> shifts;
+  firstPicture_ = std::numeric_limits<double>::infinity();
+  for (const SourceSample& frame : frames) {
+    if (!shifts.empty() && frame.decodeTime > decodeTime_ &&
+        static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ > frameSeconds_ + kOutage)
+      break;
+    decodeTime_ = frame.decodeTime;
+    const double shown = static_cast<double>(shifts.size()) + plan.compositionOffset(frame);
+    firstPicture_ = std::min(firstPicture_, shown * frameSeconds_);
+    shifts.push_back(edits_.present(frame.presentationTime(), timescale_) - shown * frameSeconds_);
+  }
+  shift_ = formerShift_ = median(std::move(shifts));
+}
+
+void PictureTimes::add(const SourceSample& frame) {
+  const bool follows = frames_++ != 0 && frame.decodeTime > decodeTime_;
+  const double wait = follows ? static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ : 0;
+  decodeTime_ = frame.decodeTime;
+  if (wait <= frameSeconds_ + kOutage) return;
+  formerShift_ = shift_;
+  shift_ += wait - frameSeconds_;
+  from_ = edits_.present(frame.presentationTime(), timescale_);
+}
+
+std::optional<double> PictureTimes::recorded(double seconds) const {
+  if (seconds >= from_) return seconds - shift_;
+  const double before = seconds - formerShift_;
+  return before < from_ - shift_ ? std::optional(before) : std::nullopt;
+}

@@ -1,8 +1,0 @@
-// Where the program lies.
-#pragma once
-
-#include <filesystem>
-
-// The folder that holds the running program, whatever links led to it. Throws ToolError when the system does
-// not tell.
-std::filesystem::path programFolder();

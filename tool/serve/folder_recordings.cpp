@@ -1,0 +1,104 @@
+#include "tool/serve/folder_recordings.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <system_error>
+
+#include "base/text.h"
+#include "os/path_name.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view kMaster = ".master.m3u8";
+
+std::string startOf(const fs::path& path) {
+  std::string text(1024, '\0');
+  std::ifstream file(path, std::ios::binary);
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+  return text;
+}
+
+bool isManifest(const fs::path& path) {
+  return path.extension() == ".mpd" ||
+         (path.extension() == ".xml" && startOf(path).find("<MPD") != std::string::npos);
+}
+
+// Whether the playlist lacks its end: recording goes on, or was cut off.
+bool isOpen(const fs::path& playlist) {
+  constexpr std::string_view kEnd = "\n#EXT-X-ENDLIST\n";
+  constexpr std::streamoff kTail = kEnd.size() + 1;  // lines may end as those of Windows
+  std::ifstream file(playlist, std::ios::binary | std::ios::ate);
+  const std::streamoff size = file.tellg();
+  if (size < kTail) return true;
+  std::string tail(kTail, '\0');
+  file.seekg(size - kTail);
+  file.read(tail.data(), kTail);
+  return !plainLines(tail).ends_with(kEnd);
+}
+
+// The base names of manifests and of media playlists. A playlist of sound has the letter A behind the name of
+// the recording it belongs to.
+std::set<std::string> namesIn(const fs::path& folder) {
+  std::set<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    const fs::path& path = entry->path();
+    if (isManifest(path) || (path.extension() == ".m3u8" && !vlName(path).ends_with(kMaster)))
+      names.insert(vlName(path.stem()));
+  }
+  for (auto name = names.begin(); name != names.end();) {
+    const bool sound = name->ends_with('A') && names.contains(name->substr(0, name->size() - 1)) &&
+                       !fs::exists(folder / vlPath(*name + ".m4v"), error);
+    name = sound ? names.erase(name) : std::next(name);
+  }
+  return names;
+}
+
+FolderRecording describe(const fs::path& folder, const std::string& name) {
+  std::error_code error;
+  const auto existing = [&](const std::string& file) {
+    return fs::is_regular_file(folder / vlPath(file), error) ? file : std::string();
+  };
+  FolderRecording recording;
+  recording.name = name;
+  recording.manifest = existing(name + ".mpd");
+  if (recording.manifest.empty() && isManifest(folder / vlPath(name + ".xml")))
+    recording.manifest = existing(name + ".xml");
+  const std::string video = existing(name + ".m3u8");
+  recording.playlist = existing(name + std::string(kMaster));
+  if (recording.playlist.empty()) recording.playlist = video;
+  recording.soundPlaylist = existing(name + "A.m3u8");
+  recording.inProgress = !video.empty() && isOpen(folder / vlPath(video));
+  for (const char* extension : {".m4v", ".m4a", ".ismv", ".isma", ".mp4"}) {
+    const auto size = fs::file_size(folder / vlPath(name + extension), error);
+    if (!error) recording.bytes += size;
+  }
+  return recording;
+}
+
+}  // namespace
+
+std::vector<FolderRecording> listRecordings(const fs::path& folder) {
+  std::vector<FolderRecording> recordings;
+  for (const std::string& name : namesIn(folder)) recordings.push_back(describe(folder, name));
+  return recordings;
+}
+
+std::string recordingsJson(const std::vector<FolderRecording>& recordings) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const FolderRecording& recording : recordings)
+    list.push_back({{"name", recording.name},
+                    {"manifest", recording.manifest},
+                    {"playlist", recording.playlist},
+                    {"soundPlaylist", recording.soundPlaylist},
+                    {"bytes", recording.bytes},
+                    {"inProgress", recording.inProgress}});
+  return list.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+}

@@ -1,0 +1,31 @@
+// Files that the server gives out.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+struct ServedFile {
+  std::filesystem::path path;
+  std::uint64_t size = 0;  // bytes, at the moment of asking
+};
+
+// A folder whose files, and no others, can be asked for.
+class ServedFolder {
+ public:
+  // Throws UserError when `folder` is not a folder that can be read.
+  explicit ServedFolder(const std::filesystem::path& folder);
+
+  const std::filesystem::path& path() const { return root_; }
+
+  // The regular file of a decoded, relative URL path ("news.m4v", "may/news.m4v"). None when there is no
+  // such file or the name leads out of the folder, by "..", by an absolute path or through a link.
+  std::optional<ServedFile> find(const std::string& name) const;
+
+ private:
+  std::filesystem::path root_;  // canonical
+};
+
+// The media type of a file by its extension, application/octet-stream when it is unknown.
+std::string contentTypeOf(const std::filesystem::path& path);

@@ -1,0 +1,41 @@
+// The web server of `fmp4 serve`: files as they are, with byte ranges, on the loopback address alone.
+#pragma once
+
+#include <httplib.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "tool/serve/served_folder.h"
+
+// What it answers to GET and HEAD:
+//   /                 the page
+//   /page/NAME        the files that the page is made of
+//   /recordings.json  the recordings of the folder (folder_recordings.h)
+//   /media/NAME       a file of the folder
+// Nothing is to be kept by the client: files grow while they are served.
+class WebServer {
+ public:
+  // Throws UserError when a folder cannot be read.
+  WebServer(const std::filesystem::path& media, const std::filesystem::path& page);
+
+  ~WebServer();
+
+  // Takes `port`, or a free one for 0, answers there on threads of its own until it is destroyed, and returns
+  // the port. Throws UserError when it cannot be had.
+  int start(int port);
+
+ private:
+  void answer(const httplib::Request& request, httplib::Response& response) const;
+  void answerFile(const ServedFolder& folder, const std::string& name, const httplib::Request& request,
+                  httplib::Response& response) const;
+
+  ServedFolder media_;
+  ServedFolder page_;
+  httplib::Server server_;
+  std::thread answering_;
+};
+
+// The ranges of `asked` that a file of `size` bytes can satisfy, first and last byte, cut at its end (RFC
+// 9110, 14.1.2). As the library gives them: -1 for a first or last byte that is not stated.
+httplib::Ranges satisfiableRanges(const httplib::Ranges& asked, std::uint64_t size);

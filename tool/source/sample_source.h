@@ -1,0 +1,85 @@
+// What packaging takes samples from: a file, or a stream that is still arriving (ISO/IEC 14496-12).
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "streaming/index/nominal_duration.h"
+#include "tool/source/edit_list.h"
+
+struct SourceSample {
+  std::uint64_t offset = 0;  // of the first byte, as SampleSource::read() takes it
+  std::uint32_t size = 0;    // bytes
+  bool key = true;
+  std::uint64_t decodeTime = 0;        // ticks of the track
+  std::uint32_t duration = 0;          // ticks
+  std::int64_t compositionOffset = 0;  // ticks
+
+  // Ticks of the track, before its edit list is applied. Held where sums cannot overflow.
+  std::int64_t presentationTime() const {
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
+    return static_cast<std::int64_t>(std::min(decodeTime, kMost)) + compositionOffset;
+  }
+};
+
+struct SourceTrack {
+  std::uint32_t trackId = 0;
+  std::uint32_t handler = 0;    // "vide", "soun", "clcp", ...
+  std::uint32_t codec = 0;      // type of the sample entry
+  std::uint32_t timescale = 0;  // ticks a second
+  std::uint32_t width = 0;      // of video, pixels
+  std::uint32_t height = 0;
+  std::uint32_t channels = 0;               // of sound
+  std::vector<std::uint8_t> configuration;  // AVC decoder configuration record, or AudioSpecificConfig
+  std::uint8_t objectType = 0;              // of sound: objectTypeIndication
+  EditList edits;
+  NominalDuration nominalDuration;
+  std::vector<SourceSample> samples;
+  bool wanted = false;               // its samples will be used
+  std::size_t next = 0;              // the first one that has not been used
+  std::uint64_t nextDecodeTime = 0;  // after the last sample, ticks
+
+  // When a sample plays, in seconds of the presentation.
+  double present(const SourceSample& sample) const {
+    return edits.present(sample.presentationTime(), timescale);
+  }
+};
+
+class SampleSource {
+ public:
+  virtual ~SampleSource() = default;
+
+  virtual const std::string& path() const = 0;
+  // The tracks with the samples that are known so far. Users move each track's `next` on.
+  virtual std::vector<SourceTrack>& tracks() = 0;
+  // Gets further samples, forgetting those that have been used. False when there are none.
+  virtual bool more() = 0;
+  // A sample's bytes, valid until the next call. Throws UserError when the source does not hold them.
+  virtual std::span<std::uint8_t> read(const SourceSample& sample) = 0;
+
+  // The first track of a kind, told by its handler or by the type of its sample entry; null when there is
+  // none.
+  SourceTrack* trackOfHandler(std::uint32_t handler) {
+    return firstTrack([handler](const SourceTrack& track) { return track.handler == handler; });
+  }
+  SourceTrack* trackOfCodec(std::uint32_t codec) {
+    return firstTrack([codec](const SourceTrack& track) { return track.codec == codec; });
+  }
+
+ private:
+  template <class Fits>
+  SourceTrack* firstTrack(Fits fits) {
+    std::vector<SourceTrack>& all = tracks();
+    // One with samples first: others may stand for something else.
+    SourceTrack* found = nullptr;
+    for (SourceTrack& track : all) {
+      if (!fits(track)) continue;
+      if (!track.samples.empty()) return &track;
+      if (!found) found = &track;
+    }
+    return found;
+  }
+};

@@ -1,0 +1,32 @@
+// The captions of a source, frame by frame.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "qvr.h"
+#include "tool/source/sample_source.h"
+
+// One caption track ("c608" or "c708") read along with the video: ask for frames in rising order.
+class SourceCaptions {
+ public:
+  // Null `track`: there are none.
+  SourceCaptions(SampleSource& source, SourceTrack* track) : source_(source), track_(track) {
+    if (track_) track_->wanted = true;
+  }
+
+  bool present() const { return track_ != nullptr; }
+  // Adds what plays with frame `frame` to a descriptor. `frameOf` gives the frame that plays at a time of the
+  // track's presentation in seconds, below zero before the first.
+  void addTo(DFRAME& descriptor, std::int64_t frame, const std::function<std::int64_t(double)>& frameOf);
+
+ private:
+  void addPair(DFRAME& descriptor, std::int64_t index) const;
+  void addPacket(DFRAME& descriptor) const;
+
+  SampleSource& source_;
+  SourceTrack* track_;
+  std::int64_t start_ = 0;             // first frame of the current sample
+  std::vector<std::uint8_t> payload_;  // what the current sample's box holds
+};

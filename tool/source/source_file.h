@@ -1,0 +1,31 @@
+// The samples of a plain or fragmented MP4 file, in the order of their tracks (ISO/IEC 14496-12).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "mp4box/stream.h"
+#include "tool/source/sample_source.h"
+
+class SourceFile : public SampleSource {
+ public:
+  // Throws UserError when the file cannot be opened or holds no movie box.
+  explicit SourceFile(const std::string& path);
+
+  const std::string& path() const override { return path_; }
+  std::vector<SourceTrack>& tracks() override { return tracks_; }
+  // A file is known whole.
+  bool more() override { return false; }
+  std::span<std::uint8_t> read(const SourceSample& sample) override;
+
+ private:
+  std::string path_;
+  Mp4Stream stream_;
+  std::uint64_t size_ = 0;  // bytes
+  std::vector<SourceTrack> tracks_;
+  std::unique_ptr<std::uint8_t[]> buffer_;
+  std::uint32_t capacity_ = 0;
+};

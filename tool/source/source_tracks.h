@@ -1,0 +1,16 @@
+// From a tree of boxes to the tracks of a file and their samples.
+#pragma once
+
+#include <vector>
+
+#include "mp4box/box.h"
+#include "tool/source/sample_source.h"
+
+// The tracks of the movie box below `root`, with the samples of their tables and of the file's fragments.
+// Throws UserError when tables contradict each other or `fileSize`.
+std::vector<SourceTrack> readTracks(Mp4Box* root, std::uint64_t fileSize);
+
+// The same in steps, for a file that is not there as a whole: the tracks of a movie box, then the samples of
+// one movie fragment after the other, which lie at or before `end`.
+std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end);
+void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks);

@@ -1,0 +1,180 @@
+#include "tool/terminal/field_printer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ostream>
+#include <utility>
+
+#include "base/bytes.h"
+#include "base/json_text.h"
+#include "base/text.h"
+
+namespace {
+
+// What the text style shows of a long field.
+constexpr std::uint64_t kShownEntries = 4;
+constexpr std::size_t kShownBytes = 16;
+
+std::string numberText(std::uint64_t value, unsigned bytes, Mp4Number kind, bool json) {
+  switch (kind) {
+    case Mp4Number::Signed: {
+      const unsigned unused = 64 - 8 * bytes;
+      return std::to_string(static_cast<std::int64_t>(value << unused) >> unused);
+    }
+    case Mp4Number::FourCc: {
+      const std::string code = fourCcText(static_cast<std::uint32_t>(value));
+      return json ? jsonText(code) : '"' + code + '"';
+    }
+    case Mp4Number::Fixed16:
+      return jsonNumber(Mp4Fixed16ToDouble(static_cast<std::uint32_t>(value)));
+    case Mp4Number::Fixed8:
+      return jsonNumber(static_cast<double>(value) / 256);
+    case Mp4Number::Hex: {
+      const std::string digits = "0x" + hexText(value, 2 * bytes);
+      return json ? jsonText(digits) : digits;
+    }
+    case Mp4Number::Unsigned:
+      break;
+  }
+  return std::to_string(value);
+}
+
+class FieldPrinter : public Mp4Fields {
+ public:
+  FieldPrinter(std::ostream& out, FieldStyle style) : out_(out), json_(style == FieldStyle::Json) {}
+  // Closes what is open; no field may follow.
+  void end() { endFields(); }
+
+  bool reading() const override { return false; }
+  std::uint64_t remaining() const override { return ~std::uint64_t{0}; }
+
+  void bytes(const char* name, std::span<std::uint8_t> bytes) override { showBytes(name, bytes); }
+  void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t) override {
+    showBytes(name, bytes);
+  }
+  void text(const char* name, std::string& value) override {
+    if (key(name)) out_ << jsonText(value);
+  }
+  void characters(const char* name, std::string& value, std::uint64_t) override { text(name, value); }
+  void reserved(unsigned) override {}
+  void packed(unsigned, std::initializer_list<Mp4Bits> fields) override {
+    for (const Mp4Bits& field : fields)
+      if (key(field.name)) out_ << field.value;
+  }
+
+  void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t) override {
+    if (!key(name)) return;
+    out_ << '[';
+    std::uint64_t count = 0;
+    for (const std::uint32_t value : values) {
+      if (!inFull(++count)) break;
+      out_ << (count > 1 ? ", " : "") << value;
+    }
+    closeList(values.size());
+  }
+
+  void beginEntry(const char* name) override {
+    Level& level = levels_.back();
+    if (level.list == nullptr || std::strcmp(level.list, name) != 0) {
+      if (key(name)) out_ << '[';
+      level.list = name;
+      level.entries = 0;
+    }
+    ++level.entries;
+    if (hidden_ > 0 || !inFull(level.entries))
+      ++hidden_;
+    else
+      out_ << (level.entries > 1 ? ", {" : "{");
+    levels_.emplace_back();
+  }
+  void endEntry() override {
+    endFields();
+    levels_.pop_back();
+    if (hidden_ > 0)
+      --hidden_;
+    else
+      out_ << '}';
+  }
+
+ protected:
+  void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) override {
+    if (hidden_ > 0) return;
+    if (numbersName_ == nullptr || std::strcmp(numbersName_, name) != 0) endFields();
+    numbersName_ = name;
+    numbers_.push_back(numberText(value, bytes, kind, json_));
+  }
+
+ private:
+  // One object: the payload, or an entry of a list.
+  struct Level {
+    std::vector<std::pair<const char*, unsigned>> names;  // of its fields, with how often each came
+    const char* list = nullptr;                           // the list of entries that is open in it
+    std::uint64_t entries = 0;                            // in that list so far
+  };
+
+  bool inFull(std::uint64_t entry) const { return json_ || entry <= kShownEntries; }
+
+  // Starts a field: ends what is open before it and prints its name. False when nothing is to be printed.
+  bool key(const char* name) {
+    endFields();
+    if (hidden_ > 0) return false;
+    printKey(name);
+    return true;
+  }
+  // A name that comes again is numbered ("tag", "tag_2"), so that no two keys of an object are the same.
+  void printKey(const char* name) {
+    auto& names = levels_.back().names;
+    if (!names.empty()) out_ << (json_ ? ", " : " ");
+    auto known = std::find_if(names.begin(), names.end(),
+                              [name](const auto& known) { return std::strcmp(known.first, name) == 0; });
+    if (known == names.end()) known = names.insert(known, {name, 0});
+    const unsigned times = ++known->second;
+    const std::string key = times == 1 ? name : name + ('_' + std::to_string(times));
+    if (json_)
+      out_ << jsonText(key) << ": ";
+    else
+      out_ << key << '=';
+  }
+  void showBytes(const char* name, std::span<const std::uint8_t> bytes) {
+    if (!key(name)) return;
+    const bool whole = json_ || bytes.size() <= kShownBytes;
+    out_ << '"' << hexText(whole ? bytes : bytes.first(kShownBytes)) << '"';
+    if (!whole) out_ << "...(" << bytes.size() << " bytes)";
+  }
+  void endFields() {
+    printNumbers();
+    Level& level = levels_.back();
+    if (level.list == nullptr) return;
+    if (hidden_ == 0) closeList(level.entries);
+    level.list = nullptr;
+  }
+  void printNumbers() {
+    if (numbersName_ == nullptr) return;
+    printKey(numbersName_);
+    if (numbers_.size() > 1) out_ << '[';
+    for (std::size_t i = 0; i < numbers_.size(); ++i) out_ << (i > 0 ? ", " : "") << numbers_[i];
+    if (numbers_.size() > 1) out_ << ']';
+    numbersName_ = nullptr;
+    numbers_.clear();
+  }
+  void closeList(std::uint64_t entries) {
+    if (!inFull(entries)) out_ << ", ... " << entries << " in all";
+    out_ << ']';
+  }
+
+  std::ostream& out_;
+  bool json_;
+  std::vector<Level> levels_ = std::vector<Level>(1);
+  unsigned hidden_ = 0;  // entries open around here that are not shown
+  // Numbers of one name that came one after the other (a matrix), not yet printed.
+  const char* numbersName_ = nullptr;
+  std::vector<std::string> numbers_;
+};
+
+}  // namespace
+
+void printFields(std::ostream& out, Mp4Payload& payload, FieldStyle style) {
+  FieldPrinter printer(out, style);
+  payload.fields(printer);
+  printer.end();
+}

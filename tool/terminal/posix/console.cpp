@@ -1,0 +1,13 @@
+#include "tool/terminal/console.h"
+
+#include <unistd.h>
+
+std::vector<std::string> commandLine(int argc, char** argv) {
+  return {argv, argv + argc};
+}
+
+void prepareStreams() {}
+
+bool isTerminal(int descriptor) {
+  return isatty(descriptor) != 0;
+}

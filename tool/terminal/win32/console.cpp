@@ -1,0 +1,31 @@
+#include "tool/terminal/console.h"
+
+#include <windows.h>
+// After <windows.h>, which it builds on.
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+
+#include <memory>
+
+#include "os/path_name.h"
+
+// What `main` is given is in the system's own encoding, which cannot hold every name.
+std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
+  int count = 0;
+  const std::unique_ptr<LPWSTR, decltype(&LocalFree)> arguments(CommandLineToArgvW(GetCommandLineW(), &count),
+                                                                &LocalFree);
+  std::vector<std::string> texts;
+  for (int i = 0; i < count; ++i) texts.push_back(vlName(arguments.get()[i]));
+  return texts;
+}
+
+void prepareStreams() {
+  _setmode(1, _O_BINARY);
+  _setmode(2, _O_BINARY);
+  SetConsoleOutputCP(CP_UTF8);
+}
+
+bool isTerminal(int descriptor) {
+  return _isatty(descriptor) != 0;
+}
