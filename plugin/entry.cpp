@@ -1,5 +1,4 @@
 // The three functions that the host looks for.
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -23,28 +22,8 @@ constexpr std::int64_t kInterfaceVersion = 23;
 constexpr std::uint32_t kFormatCount = 1;
 
 constexpr std::uint32_t kCreateOnly = 0;
-constexpr std::uint32_t kCreateAndOpen = 1;
-constexpr std::uint32_t kCloseAndDestroy = 2;
 constexpr std::uint32_t kQueryOpenFlags = 0x7FFFFFFEu;
 constexpr std::uint32_t kQueryFileName = 0x7FFFFFFFu;
-
-// One row of the host's format table. The layout is the host's; the texts stay the plug-in's.
-struct FormatRecord {
-  std::uint32_t fileType;
-  std::uint32_t padding;
-  const char* patterns;
-  const char* shortDescription;
-  const char* longDescription;
-  std::uint32_t capabilities;
-  std::uint32_t furtherFlags;
-  std::uint64_t reserved;
-  double reservedNumber;
-};
-static_assert(sizeof(FormatRecord) == 56);
-static_assert(offsetof(FormatRecord, patterns) == 8 && offsetof(FormatRecord, shortDescription) == 16);
-static_assert(offsetof(FormatRecord, longDescription) == 24 && offsetof(FormatRecord, capabilities) == 32);
-static_assert(offsetof(FormatRecord, furtherFlags) == 36 && offsetof(FormatRecord, reserved) == 40);
-static_assert(offsetof(FormatRecord, reservedNumber) == 48);
 
 constexpr FormatRecord kFormat = {
     kFileTypeCode,
@@ -75,9 +54,9 @@ CMFFmp4* createObject(const void* argument) {
 
 std::int64_t openObject(CMFFmp4* object, void* argument) {
   if (!object) return 0;
-  if (object->MFXCmd(kCreateAndOpen, argument) == VL_OK) return objectResult(object);
+  if (object->MFXCmd(MFX_OPEN, argument) == VL_OK) return objectResult(object);
   std::uint64_t nothing = 0;
-  object->MFXCmd(kCloseAndDestroy, &nothing);
+  object->MFXCmd(MFX_CLOSE, &nothing);
   delete object;
   return 0;
 }
@@ -113,17 +92,17 @@ FMP4_EXPORT std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_
 // Creates an object, hands it a command, or closes and destroys it; see the commands above. Returns the
 // object's address for creation, else a status.
 FMP4_EXPORT std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void* argument) {
-  const bool creates = !object && (command == kCreateOnly || command == kCreateAndOpen);
+  const bool creates = !object && (command == kCreateOnly || command == MFX_OPEN);
   if (creates) {
     if (argument) object = createObject(argument);
     if (!argument || command == kCreateOnly) return objectResult(object);
   }
   switch (command) {
-    case kCreateAndOpen:
+    case MFX_OPEN:
       return openObject(object, argument);
-    case kCloseAndDestroy:
+    case MFX_CLOSE:
       if (!object) return 0;
-      object->MFXCmd(kCloseAndDestroy, argument);
+      object->MFXCmd(MFX_CLOSE, argument);
       delete object;
       return 0;
     case kQueryOpenFlags: {

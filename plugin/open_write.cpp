@@ -22,7 +22,6 @@ bool hasReplaced(const RecordedFile& file) {
 
 std::uint32_t CMFFmp4::openWrite() {
   const std::string name = m_fileName;
-  const auto contains = [&](const char* part) { return name.find(part) != std::string::npos; };
   if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
     m_audioRecording = std::make_unique<AudioRecording>();
     const std::string formerList = PlaylistOfFormerSound(name);
@@ -32,11 +31,11 @@ std::uint32_t CMFFmp4::openWrite() {
     m_handle = m_audioRecording->file().handle();
     return VL_OK;
   }
-  const std::string path = contains(".mp4") ? WithExtension(name, ".m4v") : name;
-  const std::string manifest = WithExtension(name, contains(".ism") ? ".xml" : ".mpd");
+  const std::string path = VideoPath(name);
+  const std::string manifest = ManifestPath(name);
   m_videoRecording = std::make_unique<VideoRecording>();
   // Media under the manifest's or the playlist's own name would be replaced by it.
-  const bool nameTaken = path == manifest || path == WithExtension(path, ".m3u8");
+  const bool nameTaken = path == manifest || path == VideoPlaylistPath(path);
   // What lists the former media names bytes that are gone, and its sound would be taken for the new one's.
   const std::vector<std::string> former = FilesOfFormerRecording(path, manifest);
   const bool created = !nameTaken && m_videoRecording->Create(path);

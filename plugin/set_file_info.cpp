@@ -136,7 +136,7 @@ void CMFFmp4::takeAudio(std::uint32_t channelMask) {
     wanted &= ~(3u << (2 * pair));
     addAudioHolder(pair);
   }
-  if (m_videoPath.find(".m4v") != std::string::npos) describeToCompanion();
+  if (HasSeparateAudio(m_videoPath)) describeToCompanion();
 }
 
 void CMFFmp4::addAudioHolder(std::uint32_t pair) {
@@ -167,7 +167,7 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
 // does where the two would be one file, and where frames have been written without sound already.
 void CMFFmp4::describeToCompanion() {
   if (!m_companion && !m_videoRecording->started()) {
-    const std::string path = WithExtension(m_videoPath, ".m4a");
+    const std::string path = AudioPath(m_videoPath);
     if (!path.empty() && path != m_videoPath) m_companion = openAudioFile(path);
   }
   if (m_companion) m_companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);

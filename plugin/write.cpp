@@ -5,6 +5,7 @@
 #include "plugin/messages.h"
 #include "plugin/status.h"
 #include "qvrutil.h"
+#include "recording/paths.h"
 
 namespace {
 
@@ -118,8 +119,7 @@ VideoSettings CMFFmp4::videoSettings() const {
   settings.avcRecord = AvcRecordOf(m_video).value_or(std::vector<std::uint8_t>());
   settings.captions608 = m_info.captions & QVR_CAPTIONS_608;
   settings.captions708 = m_info.captions & QVR_CAPTIONS_708;
-  const bool soundApart = m_videoPath.find(".m4v") != std::string::npos;
-  if (m_audioMask != 0 && !soundApart) settings.sound = soundSettings();
+  if (m_audioMask != 0 && !HasSeparateAudio(m_videoPath)) settings.sound = soundSettings();
   return settings;
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/user_error.h"
 #include "os/path_name.h"
+#include "recording/paths.h"
 #include "streaming/lists/manifest_reader.h"
 #include "streaming/lists/uri.h"
 
@@ -135,7 +136,7 @@ RecordingNames findRecording(const std::string& name) {
   names.manifest = manifestOf(media);
   names.videoPlaylist = with(media, ".m3u8");
   names.masterPlaylist = with(media, ".master.m3u8");
-  if (contains(media, ".m4v")) {
+  if (HasSeparateAudio(names.video)) {
     names.audio = with(media, ".m4a");
     names.audioPlaylist = audioPlaylistOf(vlPath(names.audio));
   }

@@ -2,10 +2,42 @@
 
 #include "vlutil.h"
 
+namespace {
+
+bool contains(const std::string& path, const char* part) {
+  return path.find(part) != std::string::npos;
+}
+
+}  // namespace
+
 std::string WithExtension(const std::string& path, const char* extension) {
   char result[VL_MAX_PATH];
   result[path.copy(result, sizeof result - 1)] = '\0';
   return ChangeFileExtension(result, sizeof result, extension) == VL_OK ? result : std::string();
+}
+
+std::string VideoPath(const std::string& name) {
+  return contains(name, ".mp4") ? WithExtension(name, ".m4v") : name;
+}
+
+std::string ManifestPath(const std::string& name) {
+  return WithExtension(name, contains(name, ".ism") ? ".xml" : ".mpd");
+}
+
+bool HasSeparateAudio(const std::string& video) {
+  return contains(video, ".m4v");
+}
+
+std::string AudioPath(const std::string& video) {
+  return WithExtension(video, ".m4a");
+}
+
+std::string VideoPlaylistPath(const std::string& video) {
+  return WithExtension(video, ".m3u8");
+}
+
+std::string MasterPlaylistPath(const std::string& video) {
+  return WithExtension(video, ".master.m3u8");
 }
 
 std::string AudioPlaylistPath(const std::string& audio) {

@@ -1,4 +1,4 @@
-// Where the files of a recording are, beside each other.
+// How the files of a recording are named, beside each other.
 #pragma once
 
 #include <string>
@@ -6,5 +6,17 @@
 // The path with another extension; empty where that makes it too long.
 std::string WithExtension(const std::string& path, const char* extension);
 
-// The playlist of a sound file, which is beside that of the video: the end of the name tells them apart.
+// Of a recording opened by `name`: the media file (NAME.mp4 is recorded as NAME.m4v) and the manifest.
+// Intended: the texts are looked for in the whole path.
+std::string VideoPath(const std::string& name);
+std::string ManifestPath(const std::string& name);
+
+// Whether the recording in the media file `video` has its audio in a file of its own, and that file.
+bool HasSeparateAudio(const std::string& video);
+std::string AudioPath(const std::string& video);
+
+// The playlists of media files, and the one that joins them.
+std::string VideoPlaylistPath(const std::string& video);
+// Beside that of the video: the end of the name tells them apart.
 std::string AudioPlaylistPath(const std::string& audio);
+std::string MasterPlaylistPath(const std::string& video);

@@ -4,18 +4,17 @@
 
 namespace {
 
-constexpr std::uint32_t kMostFrames = 30;
-constexpr std::uint32_t kMostFragments = 10;
+constexpr std::uint32_t kMaxFragments = 10;
 
 }  // namespace
 
 SegmentGeometry GeometryOfInterval(std::uint32_t interval) {
-  if (interval <= 1) return {kMostFrames, kMostFragments};
-  if (interval <= kMostFrames) return {interval, kMostFragments};
+  if (interval <= 1) return {kMaxFramesPerFragment, kMaxFragments};
+  if (interval <= kMaxFramesPerFragment) return {interval, kMaxFragments};
   // Dividing the interval by 2, 3, 4 and on gives falling quotients; the first that divides it counts. 1
   // always does, so the search ends.
-  std::uint32_t frames = kMostFrames;
+  std::uint32_t frames = kMaxFramesPerFragment;
   while (interval % frames != 0) --frames;
   const std::uint32_t divisor = interval / (frames + 1) + 1;  // the first with this quotient
-  return {frames, kMostFragments - kMostFragments % divisor};
+  return {frames, kMaxFragments - kMaxFragments % divisor};
 }

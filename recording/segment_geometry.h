@@ -1,10 +1,22 @@
-// How a recording is cut: frames into fragments, fragments into segments.
+// How a recording is divided: frames into fragments, fragments into segments; and when its segments start.
 #pragma once
 
 #include <cstdint>
 
+// Video frames of one movie fragment, at most.
+inline constexpr std::uint32_t kMaxFramesPerFragment = 30;
+
+// Where the first segment index of a video file starts, in ticks. Intended.
+inline constexpr std::uint64_t kFirstVideoIndexTime = 1001;
+
+// Where the first segment index of an audio file starts, in samples. Intended: as if a segment, of that many
+// samples, had gone before it.
+constexpr std::uint64_t FirstAudioIndexTime(std::uint64_t segmentSamples) {
+  return segmentSamples;
+}
+
 struct SegmentGeometry {
-  std::uint32_t framesPerFragment = 30;    // video frames of one movie fragment
+  std::uint32_t framesPerFragment = kMaxFramesPerFragment;  // video frames of one movie fragment
   std::uint32_t fragmentsPerSegment = 10;  // also the references that a segment index has room for
 };
 

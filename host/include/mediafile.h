@@ -16,6 +16,21 @@ inline constexpr std::uint32_t MFX_CLOSE = 2;
 inline constexpr std::uint32_t MF_OPEN_AUDIO_ONLY = 0x01000000u;
 inline constexpr std::uint32_t MF_OPEN_NO_AUDIO = 0x02000000u;
 
+// What a plug-in says about a format it handles: a row of the host's format table. The texts stay the
+// plug-in's.
+struct FormatRecord {
+  std::uint32_t fileType;
+  std::uint32_t padding;
+  const char* patterns;  // file-name patterns, separated by ";"
+  const char* shortDescription;
+  const char* longDescription;
+  std::uint32_t capabilities;
+  std::uint32_t furtherFlags;
+  std::uint64_t reserved;
+  double reservedNumber;
+};
+static_assert(sizeof(void*) != 8 || sizeof(FormatRecord) == 56, "the layout is the host's");
+
 // The argument of MFX_OPEN. It begins with the word that the object is constructed with.
 struct MFXOPEN {
   std::uint32_t fileType;

@@ -60,7 +60,7 @@ struct QVRSTREAMHEADER {
 struct QVRBITMAP {
   std::uint32_t size;  // bytes: 40, or more when a codec configuration follows
   std::int32_t width;
-  std::int32_t height;  // negative: top line first
+  std::int32_t height;  // negative: rows bottom-up
   std::uint16_t planes;
   std::uint16_t bitCount;     // bits a pixel
   std::uint32_t compression;  // 0 uncompressed, else a four-character code

@@ -32,7 +32,6 @@ struct FormerSegment {
 // and a file of none even less: then the former lists are asked.
 std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64_t positionsPerFrame,
                             const FormerSegment& former) {
-  constexpr std::uint64_t kMostFrames = 30;
   const std::uint64_t fragments = media.fragmentsPerSegment();
   if (const std::uint64_t frames = media.framesPerFragment()) return frames * fragments * positionsPerFrame;
   if (former.positions) return *former.positions;
@@ -42,7 +41,7 @@ std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64
   const auto fits = [&](std::uint64_t frames) {
     return !former.targetDuration || PlaylistTargetDuration(lengthOf(frames), rate) == *former.targetDuration;
   };
-  for (std::uint64_t frames = kMostFrames; !fits(has) && frames > has; --frames) {
+  for (std::uint64_t frames = kMaxFramesPerFragment; !fits(has) && frames > has; --frames) {
     if (fits(frames)) return lengthOf(frames);
   }
   return lengthOf(has);

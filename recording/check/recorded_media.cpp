@@ -16,7 +16,6 @@ using mp4::SegmentIndexBox;
 using mp4::TrackKind;
 
 // Where the first index of video starts, in ticks.
-constexpr std::uint64_t kFirstVideoTime = 1001;
 
 std::optional<SegmentIndexBox> parseIndex(const std::vector<std::uint8_t>& bytes) {
   Mp4MemoryStream memory(bytes.data(), bytes.size());
@@ -288,7 +287,8 @@ std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) cons
   SegmentIndexBox index;
   index.referenceId = mp4::trackNumber(movie_->indexedKind());
   index.timescale = movie_->indexedTrack().timescale;
-  index.earliestPresentationTime = (video ? kFirstVideoTime : step) + ordinal * step;
+  index.earliestPresentationTime =
+      (video ? kFirstVideoIndexTime : FirstAudioIndexTime(step)) + ordinal * step;
   index.version = index.earliestPresentationTime > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
   // Intended: references that are not used are there too, all zero.
   index.references.resize(fragmentsPerSegment_);

@@ -43,8 +43,8 @@ bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& ge
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
   segments.timescale = sound.sampleRate;
-  // Intended: the first index is timed as if a segment had gone before it.
-  segments.firstPresentationTime = segments.duration = segmentSamples;
+  segments.firstPresentationTime = FirstAudioIndexTime(segmentSamples);
+  segments.duration = segmentSamples;
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;
 

@@ -96,12 +96,12 @@ bool isSoundOf(const std::string& video, const std::string& manifest, const std:
 
 std::vector<std::string> FilesOfFormerRecording(const std::string& video, const std::string& manifest) {
   std::vector<std::string> files = {manifest};
-  const std::string playlist = WithExtension(video, ".m3u8");
+  const std::string playlist = VideoPlaylistPath(video);
   if (lists(playlist, video)) files.push_back(playlist);
-  const std::string master = WithExtension(video, ".master.m3u8");
+  const std::string master = MasterPlaylistPath(video);
   if (names(master, std::string("\n").append(UriOfName(nameOf(playlist))))) files.push_back(master);
-  const std::string audio = WithExtension(video, ".m4a");
-  if (video.find(".m4v") == std::string::npos || audio == video) return files;
+  const std::string audio = AudioPath(video);
+  if (!HasSeparateAudio(video) || audio == video) return files;
   const bool isItsSound = isSoundOf(video, manifest, audio);
   if (isItsSound) files.push_back(audio);
   if (isItsSound || !vlOSFileExists(audio.c_str())) {

@@ -6,6 +6,7 @@
 
 #include "base/audio_units.h"
 #include "base/guard.h"
+#include "mp4box/sample_flags.h"
 #include "recording/caption_area.h"
 #include "recording/date_time.h"
 #include "recording/messages.h"
@@ -18,12 +19,8 @@ namespace {
 
 using mp4::TrackKind;
 
-// Sample flags (ISO/IEC 14496-12, 8.8.3.1): what the sample depends on, and whether decoding can start here.
-constexpr std::uint32_t kSyncSample = 0x02000000u;
-constexpr std::uint32_t kOtherSample = 0x01010000u;
-
-// Intended: where the first segment index starts, in ticks.
-constexpr std::uint64_t kFirstPresentationTime = 1001;
+constexpr std::uint32_t kSyncSample = mp4::kDependsOnNone;
+constexpr std::uint32_t kOtherSample = mp4::kDependsOnOthers | mp4::kNonSync;
 
 // Fragments' worth of frames that wait for sound which does not come.
 constexpr std::uint32_t kPatience = 2;
@@ -57,7 +54,7 @@ std::uint32_t absolute(std::int32_t value) {
 }  // namespace
 
 bool VideoRecording::Create(const std::string& path) {
-  return file_.Create(path, WithExtension(path, ".m3u8"));
+  return file_.Create(path, VideoPlaylistPath(path));
 }
 
 bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
@@ -93,7 +90,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Video);
   segments.timescale = rate.numerator;
-  segments.firstPresentationTime = kFirstPresentationTime;
+  segments.firstPresentationTime = kFirstVideoIndexTime;
   segments.duration = segmentFrames * frameTicks(rate);
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;

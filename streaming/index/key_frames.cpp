@@ -1,13 +1,11 @@
 #include "streaming/index/messages.h"
+#include "mp4box/sample_flags.h"
 #include "streaming/index/seek.h"
 
 namespace {
 
 constexpr std::uint32_t kKey = 0x10000000u;
 constexpr std::uint32_t kNotKey = 0x80000000u;
-
-constexpr std::uint32_t kDependsOnMask = 0x03000000u;  // sample_depends_on (ISO/IEC 14496-12, 8.8.3.1)
-constexpr std::uint32_t kNonSync = 0x00010000u;        // sample_is_non_sync_sample
 
 bool isKey(const TrackCursor& cursor, std::uint32_t sample) {
   return SampleKeyFlag(SampleFlags(cursor.run(), sample, cursor.defaults)) == kKey;
@@ -66,9 +64,9 @@ int stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
 
 std::uint32_t SampleKeyFlag(std::uint32_t flags) {
   // Intended: the masked value can never equal 2, so the non-sync bit alone decides.
-  const std::uint32_t dependsOn = flags & kDependsOnMask;
+  const std::uint32_t dependsOn = flags & mp4::kDependsOnMask;
   if (dependsOn == 2) return kKey;
-  return flags & kNonSync ? kNotKey : kKey;
+  return flags & mp4::kNonSync ? kNotKey : kKey;
 }
 
 std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {

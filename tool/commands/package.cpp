@@ -11,6 +11,7 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "os/replace_file.h"
+#include "recording/paths.h"
 #include "streaming/lists/master_playlist.h"
 #include "tool/commands/commands.h"
 #include "tool/host/plugin_host.h"
@@ -58,9 +59,8 @@ void writeMasterPlaylist(const Packager& packager, const PackageOptions& options
   MasterPlaylist master = packager.master();
   const std::filesystem::path output = vlPath(options.output);
   master.video = readPlaylist(std::filesystem::path(output).replace_extension(".m3u8"));
-  const bool soundApart =
-      options.output.find(".mp4") != std::string::npos || options.output.find(".m4v") != std::string::npos;
-  if (soundApart && packager.recordsSound()) master.audio = readPlaylist(outputsOf(output).back());
+  if (HasSeparateAudio(VideoPath(options.output)) && packager.recordsSound())
+    master.audio = readPlaylist(outputsOf(output).back());
   const std::string text = masterPlaylistText(master);
   const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
   if (os::replaceFile(path, text)) throw UserError("'" + path + "' could not be written; is the disk full?");

@@ -18,7 +18,7 @@ bool version(const Invocation& invocation) {
               << "short description: " << record.shortDescription << '\n'
               << "long description: " << record.longDescription << '\n'
               << "capability flags: " << statusText(record.capabilities) << '\n'
-              << "further flags: " << statusText(record.moreCapabilities) << '\n';
+              << "further flags: " << statusText(record.furtherFlags) << '\n';
   }
   return true;
 }

@@ -9,20 +9,6 @@
 
 class CMFFmp4;  // the plug-in's own class; to its users it is a CAMediaFile
 
-// What a plug-in says about a format. The texts belong to the plug-in.
-struct FormatRecord {
-  std::uint32_t fileType;
-  std::uint32_t padding;
-  const char* patterns;  // file-name patterns, separated by ";"
-  const char* shortDescription;
-  const char* longDescription;
-  std::uint32_t capabilities;
-  std::uint32_t moreCapabilities;
-  std::uint64_t reserved;
-  double reservedValue;
-};
-static_assert(sizeof(void*) != 8 || sizeof(FormatRecord) == 56, "the record is part of the host's contract");
-
 using CheckVersionAndFile = std::int64_t (*)(const char* fileName, std::uint32_t indexOrFlags, void* out);
 using MediaFileCommand = std::int64_t (*)(CMFFmp4* object, std::uint32_t command, void* argument);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mp4box/sample_flags.h"
 #include "base/user_error.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/avcC.h"
@@ -24,8 +25,6 @@
 #include "mp4box/boxes/visual_entry.h"
 
 namespace {
-
-constexpr std::uint32_t kNonSync = 0x00010000u;  // sample_is_non_sync_sample
 
 [[noreturn]] void damaged(const char* what) {
   throw UserError(std::string("the source is damaged: ") + what + "; 'fmp4 boxes' shows what it holds");
@@ -217,7 +216,7 @@ void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_
     const std::uint32_t flags = first            ? run.firstSampleFlags
                                 : run.hasFlags() ? run.sampleFlags(i)
                                                  : defaults.flags;
-    sample.key = !(flags & kNonSync);
+    sample.key = !(flags & mp4::kNonSync);
     track.samples.push_back(sample);
     track.nominalDuration.addSamples(sample.duration);
     offset += sample.size;
