@@ -33,5 +33,6 @@ endfunction()
 
 # vl_optimize_sources(sources...): those sources of such a target that compute, on millions of values.
 function(vl_optimize_sources)
-  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1)
+  # A precompiled header fits one level of optimization only.
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1 SKIP_PRECOMPILE_HEADERS ON)
 endfunction()

@@ -1,10 +1,11 @@
 # How suites are labelled, as regular expressions on "PROGRAM: SUITE".
 
-# Rows of many settings held against another program or a generated stream. The sanitizers see the same code in the
-# suites beside them; they are not run twice.
+# Rows of many settings held against another program or a generated stream, and what is about the build as shipped. The
+# sanitizers see the same code in the suites beside them; they are not run twice.
 set(VL_MATRIX_SUITES
   "ac3_test: All/(EncodedBitRate|Generated.*|LevelledLayout)"
   "audio_test: All/(EncodedBitRate|PhaseModes|SamplingIndex|SbrSamplingIndex|StereoModes)"
+  "examples_test: InstalledPackage"
   "plugin_test: (Broadcast/MuxedRates|Muxings/.*|LargeFile)"
   "streaming_test: Layouts/OpenCost"
   "tool_test: InStep")

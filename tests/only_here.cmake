@@ -14,6 +14,8 @@ set(VL_LINUX_TESTS
   # Library names and their translation, and the files of libraries.
   host/posix/library_test.cpp
   host/posix/elf_file_test.cpp
+  # Installs into a folder, and builds against it with the native compiler.
+  examples/posix/installed_package_test.cpp
   # The export table as nm prints it.
   plugin/posix/exports_test.cpp
   # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows

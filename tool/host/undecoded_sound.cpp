@@ -20,7 +20,7 @@ constexpr std::uint8_t kMpeg2Audio = 0x69, kMpeg1Audio = 0x6B, kMpeg4Audio = 0x4
 
 // Audio object types of ISO/IEC 14496-3, table 1.17, that are not decoded.
 struct ObjectTypeName {
-  std::uint32_t type;
+  int type;
   const char* name;
 };
 constexpr std::array kUndecodedTypes = {ObjectTypeName{6, "AAC scalable"},

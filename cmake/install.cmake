@@ -1,0 +1,22 @@
+# What is installed, in the places of a Linux system: programs, the host library with its plug-in beside it, headers,
+# and the CMake package of the host library: find_package(vlhost).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS vlhost vl_host_include EXPORT vlhost
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS vlx_fmp4
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS fmp4 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+set_target_properties(fmp4 PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+install(DIRECTORY host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlhost)
+install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/page DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+install(EXPORT vlhost NAMESPACE vlhost:: FILE vlhostConfig.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlhost)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/vlhostConfigVersion.cmake
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vlhostConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vlhost)

@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/ffmpeg.h"
+#include "tests/support/temp_folder.h"
+#include "tests/tool/fmp4.h"
+
+namespace {
+
+RunResult example(const std::string& name, const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {VL_BIN_DIR "/example_" + name};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return run(command);
+}
+
+class Examples : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    folder_ = new TempFolder;
+    clip_ = folder_->file("clip.mp4");
+    makeMedia(clip_, pictureInput(2, "25", "320x180") + toneInput(2.048) + h264Codec() +
+                         std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented());
+  }
+  static void TearDownTestSuite() { delete folder_; }
+
+  static TempFolder* folder_;
+  static std::string clip_;
+};
+TempFolder* Examples::folder_ = nullptr;
+std::string Examples::clip_;
+
+TEST_F(Examples, DescribePrintsVideoAndAudio) {
+  const RunResult result = example("describe", {clip_});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(linesOf(result.out),
+            (std::vector<std::string>{"video: 320 x 180, 25000/1000 frames a second, 50 frames",
+                                      "audio: 2 channels, 48000 Hz, 99328 samples"}));
+}
+
+TEST_F(Examples, DescribeRefusesAFileWithoutBoxes) {
+  const std::string text = folder_->file("text.mp4");
+  std::ofstream(text) << "no boxes";
+  const RunResult result = example("describe", {text});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(linesOf(result.out), std::vector<std::string>{"refused"});
+}
+
+// Sizes and key frames as the tool lists them; 1920 samples of two channels of 16 bits a frame.
+TEST_F(Examples, ReadFramesDeliversFramesAndTheirAudio) {
+  const std::vector<std::string> rows = linesOf(fmp4({"--quiet", "frames", clip_, "--from", "10"}).out);
+  const std::vector<std::string> lines = linesOf(example("read_frames", {clip_, "10", "5"}).out);
+  ASSERT_EQ(lines.size(), 5u);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    std::istringstream row(rows.at(i + 1));
+    std::string frame, size, key;
+    std::getline(row, frame, ',') && std::getline(row, size, ',') && std::getline(row, key, ',');
+    EXPECT_EQ(lines[i], frame + " " + size + (key == "1" ? " key" : " -") + " 7680");
+  }
+}
+
+TEST_F(Examples, RecordMakesARecordingThatVerifies) {
+  const RunResult result = example("record", {clip_, folder_->file("out.mp4")});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  const RunResult verified = fmp4({"--quiet", "verify", folder_->file("out.m4v")});
+  EXPECT_EQ(verified.exitCode, 0) << verified.out << verified.err;
+  const auto frames = [](const std::string& file) { return fmp4({"--quiet", "frames", file}).out; };
+  EXPECT_EQ(frames(folder_->file("out.m4v")), frames(clip_));
+}
+
+}  // namespace
