@@ -8,10 +8,10 @@
 // Largest magnitude of a quantised coefficient (ISO/IEC 14496-3, 4.6.1).
 inline constexpr Ipp32s kPow43Limit = 8191;
 
-// destination[i] = sign(source[i]) * |source[i]|^(4/3); magnitudes beyond kPow43Limit count as that.
+// destination[i] = sign(source[i]) * |source[i]|^(4/3); magnitudes are clamped to kPow43Limit.
 IppStatus ippsPow43_16s32f(const Ipp16s* source, Ipp32f* destination, std::size_t length);
 
-// destination[i] = 2^((source[i] - offset) / 4); exponents beyond what a float holds are limited to +-120.
+// destination[i] = 2^((source[i] - offset) / 4); exponents outside a float's range are clamped to +-120.
 IppStatus ippsCalcSF_16s32f(const Ipp16s* source, Ipp32s offset, Ipp32f* destination, std::size_t length);
 
 // Multiplies the values of every band b, those from offsets[b] to offsets[b + 1] - 1, by factors[b].
