@@ -131,8 +131,8 @@ class Library {
   // Whether all required functions were found.
   bool complete() const { return complete_; }
 
-  // Loads the first candidate of a supported version that fits the other library, if that is already loaded,
-  // and resolves its functions; does nothing if one is already loaded. Returns false if there is none.
+  // Unless one is already loaded, loads the first candidate of a supported version that fits the other
+  // library, if that is loaded; then resolves its functions. Returns false if there is none.
   bool load(const LibraryKind& kind, const std::function<bool(void* candidate)>& fits, Functions& functions) {
     for (const char* place : kind.places) {
       if (!loaded()) handle_ = loadFitting(kind, fits, place);

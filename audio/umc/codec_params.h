@@ -66,7 +66,7 @@ class AC3StreamParams : public RuntimeClass<AC3StreamParams, AudioCodecParams> {
   std::uint32_t m_lfe = 0;           // lfeon
   std::uint32_t m_surroundMode = 0;  // dsurmod; 0 for coding modes other than 2/0
   std::uint32_t m_dialogueLevels[2] =
-      {};  // dialnorm, dB below full scale, by programme; 0 where there is none
+      {};  // dialnorm, dB below full scale, by programme; 0 where it is absent
 };
 
 }  // namespace UMC

@@ -29,7 +29,8 @@ struct LtpState {
   int unpredicted;                   // consecutive frames without prediction, up to kLtpFading
 };
 
-// After this many frames, neither the history nor the overlap contains earlier samples, for any frame length.
+// After this many such frames, neither the history nor the overlap contains earlier samples, for any frame
+// length.
 inline constexpr int kLtpFading = 4;
 
 // Reads ltp_data() of a long window.

@@ -22,7 +22,7 @@ struct PsEnvelope {
   std::int8_t iid[kMaxPsBands];       // intensity differences
   std::int8_t icc[kMaxPsBands];       // coherences
   std::int8_t ipd[kMaxPsPhaseBands];  // phase differences in eighths of a turn, 0 to 7
-  std::int8_t opd[kMaxPsPhaseBands];  // overall phases, likewise
+  std::int8_t opd[kMaxPsPhaseBands];  // overall phases, same units
 };
 
 // The last header, and the envelopes of the last payload.
