@@ -16,24 +16,24 @@
 namespace {
 
 constexpr std::uint32_t kFirstBufferBytes = 200000;
-// Room for so many times the frames that are asked for.
+// The buffer is allocated for this multiple of the requested PCM frames.
 constexpr std::uint32_t kBufferFactor = 8;
-// Frames that one call of a decoder may add.
+// Maximum number of PCM frames from one decoder call.
 constexpr std::uint32_t kCallFrames = 4096;
-// Shorter configurations tell neither object type nor frequency.
+// Shorter configurations contain neither object type nor sampling frequency.
 constexpr std::size_t kLeastConfigurationBytes = 2;
-// The core's, where the configuration is cut off before it.
+// The core's object type where the configuration is truncated before it.
 constexpr int kUnknownObjectType = 0;
-// What a decoder is told of room outside the PCM buffer.
+// Output size passed to a decoder for output outside the PCM buffer.
 constexpr std::uint32_t kOutputBytes = 0xFFFFF;
-// Sync frames of AC-3 are not cut: what is left behind one is dropped when it is shorter than this.
+// AC-3 sync frames are never split: fewer remaining bytes than this after one are dropped.
 constexpr std::int32_t kAc3RestBytes = 1536;
 
 void Warn(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_Fmp4): %s\n", text);
 }
 
-// Says what of a configuration the AAC decoder does not serve.
+// Logs which feature of a configuration the AAC decoder does not support.
 void WarnOfRefused(const UMC::aac::AudioSpecificConfig& config) {
   char text[64] = "Audio programs with these channels are not supported";
   if (!UMC::aac::IsServedObjectType(config.objectType)) {
@@ -45,7 +45,7 @@ void WarnOfRefused(const UMC::aac::AudioSpecificConfig& config) {
   Warn(text);
 }
 
-// Looks for FFmpeg. Returns whether its decoders can be used.
+// Loads FFmpeg. Returns whether its decoders can be used.
 bool StartFFmpeg() {
   if (LoadFFmpeg() != VL_FFMPEG_AVAILABLE) return false;
   const FFmpegLock lock;
@@ -73,7 +73,7 @@ std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
   m_bitsPerSample = format->wave.bitsPerSample;
   m_bytesPerSecond = format->wave.averageBytesPerSecond;
   m_channels = format->wave.channels;
-  // 24-bit stereo is handled in 32-bit samples.
+  // 24-bit stereo is stored in 32-bit samples.
   m_frameSize = format->wave.blockAlign == 6 ? 8 : format->wave.blockAlign;
   SetBufferedFrames(0);
   switch (m_codecCode) {
@@ -90,10 +90,10 @@ std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
       break;
     case VL_FCC_AC3:
     case VL_FCC_EAC3:
-      // The decoder of E-AC-3 takes AC-3 as well.
+      // The E-AC-3 decoder also accepts AC-3.
       if (hasFFmpeg) m_ffmpeg = FFmpegDecoder::Open(ffmpeg57::kCodecEac3);
       if (m_ffmpeg == nullptr) OpenAc3(*format);
-      format->wave.channels = 2;  // of what either of them delivers
+      format->wave.channels = 2;  // output channels of either decoder
       break;
     default:
       OpenAac(*format);
@@ -121,7 +121,7 @@ void VL_Audio_Decode::OpenAc3(const QVRAUDIO& format) {
   if (codec == nullptr || params == nullptr) return;
   params->m_input = params->m_output = StreamInfoOf(format.wave);
   if (codec->Init(params.get()) < UMC::UMC_OK) return;
-  UMC::AC3DecoderParams stereo;  // two channels are its default
+  UMC::AC3DecoderParams stereo;  // defaults to two channels
   stereo.m_option4 = 3;
   codec->SetParams(&stereo);
   codec->GetInfo(params.get());
@@ -142,7 +142,7 @@ std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
   std::uint64_t needed = kFirstBufferBytes;
   m_memoryShort = false;
   if (m_buffer != nullptr) {
-    // Neither product leaves 64 bits: a frame has at most 8 x 65535 bytes.
+    // The products cannot overflow 64 bits: a frame has at most 8 x 65535 bytes.
     needed = std::uint64_t{m_frameSize} * frames * kBufferFactor;
     if (needed <= m_bufferCapacity) return VL_OK;
   }
@@ -158,7 +158,7 @@ std::uint32_t VL_Audio_Decode::CheckBuffer(std::uint32_t frames) {
     return VL_E_AUDIO_MEMORY;
   }
   m_buffer = static_cast<std::uint8_t*>(grown);
-  // Samples of some formats leave values of the output as they are.
+  // Samples of some formats leave part of the output unwritten.
   std::memset(m_buffer + held, 0, m_bufferCapacity - held);
   return VL_OK;
 }
@@ -200,7 +200,7 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudioBuffered(std::uint8_t* input, std:
     const std::int32_t left = result;
     std::uint32_t produced = 0;
     if (CheckBuffer(startFrames + kCallFrames) != VL_OK) {
-      *outputBytes = 0;  // what was decoded has gone with the buffer
+      *outputBytes = 0;  // the decoded PCM was lost with the buffer
       return -1;
     }
     result = DecodeFrameAudio(m_buffer + offset, &produced, input + inputBytes - left,
@@ -287,7 +287,7 @@ void VL_Audio_Decode::SetConfiguration(const std::uint8_t* data, std::size_t siz
 }
 
 void VL_Audio_Decode::SetFrameSize(std::uint32_t bytes) {
-  // Frames of another size are other frames: none of those are buffered.
+  // Buffered PCM of another frame size is unusable: drop it.
   if (bytes != m_frameSize) m_bufferedFrames = 0;
   m_frameSize = bytes;
   SetBufferedFrames(m_bufferedFrames);

@@ -1,5 +1,5 @@
-// Turns the compressed samples of one audio track into interleaved PCM, and keeps a sliding buffer of it, so
-// that sample frames can be had from any position, wherever the access units begin and end.
+// Decodes the compressed samples of one audio track to interleaved PCM and keeps a sliding buffer of it, so
+// that PCM frames can be read from any position, regardless of access unit boundaries.
 #pragma once
 
 #include <cstddef>
@@ -23,82 +23,82 @@ inline constexpr std::uint32_t VL_FCC_MP3 = 0x2E6D7033u;   // ".mp3"
 inline constexpr std::uint32_t VL_FCC_AC3 = 0x61632D33u;   // "ac-3"
 inline constexpr std::uint32_t VL_FCC_EAC3 = 0x65616333u;  // "eac3"
 
-// A "frame" is one sample of every channel. Not safe to use from several threads at a time.
+// A "frame" here is a PCM frame: one sample of every channel. Not thread-safe.
 class VL_Audio_Decode {
  public:
   VL_Audio_Decode();
   VL_Audio_Decode(const VL_Audio_Decode&) = delete;
   VL_Audio_Decode& operator=(const VL_Audio_Decode&) = delete;
 
-  // Closes the decoder. The PCM buffer is not given back: ReleaseBuffer does that.
+  // Closes the decoder. The PCM buffer is not freed: see ReleaseBuffer.
   virtual ~VL_Audio_Decode();
 
-  // Opens a decoder for the described stream, with FFmpeg where it is to be had. A codec without one leaves
-  // the object not open. AC-3 is decoded to two channels, whatever it has, and the description told so.
+  // Opens a decoder for the described stream, with FFmpeg if available. For a codec without a decoder the
+  // object stays closed. AC-3 is always decoded to two channels, and the description is updated accordingly.
   // Returns 0.
   virtual std::uint32_t Init(QVRAUDIO* format);
 
-  // Forgets buffered PCM and the decoder's signal; the next frame decoded is at position 0. A decoder of
-  // FFmpeg keeps its signal. Returns 0.
+  // Discards buffered PCM and resets the decoder; the next frame decoded is at position 0. An FFmpeg decoder
+  // keeps its state. Returns 0.
   virtual std::uint32_t Reset();
 
-  // Makes room for so many more frames. The first buffer has 200,000 bytes, whatever is asked. Returns 0 or
-  // VL_E_AUDIO_MEMORY.
+  // Ensures space for `frames` more frames. The first buffer has 200,000 bytes, whatever is requested.
+  // Returns 0 or VL_E_AUDIO_MEMORY.
   virtual std::uint32_t CheckBuffer(std::uint32_t frames);
 
-  // Decodes as much of the input as one call of the decoder takes. `*outputBytes` receives the PCM bytes
-  // written. The output has room for as much PCM as the buffer holds after it when it lies in the PCM
-  // buffer, else for 0xFFFFF bytes. Returns the input bytes that are left, or -1 when the decoder fails,
-  // which leaves `*outputBytes` alone (0 with FFmpeg). `duration` is that of the input in frames, by which
-  // FFmpeg's output is limited; `reserved` and `channelPair` do not matter to the decoders here.
+  // Decodes as much of the input as one decoder call consumes. `*outputBytes` receives the PCM bytes written.
+  // An output inside the PCM buffer has space up to the buffer's end, any other 0xFFFFF bytes. Returns the
+  // number of input bytes left, or -1 if the decoder fails; `*outputBytes` is then unchanged (0 with FFmpeg).
+  // `duration` is that of the input in frames, which limits FFmpeg's output; `reserved` and `channelPair` are
+  // ignored by the decoders here.
   virtual std::int32_t DecodeFrameAudio(std::uint8_t* output, std::uint32_t* outputBytes, std::uint8_t* input,
                                         std::uint32_t inputBytes, std::uint32_t reserved,
                                         std::uint32_t channelPair, std::uint32_t duration);
 
-  // Decodes a whole input into the PCM buffer. `*outputBytes` receives the PCM bytes added. Returns the
-  // input bytes that are left (0: all were used), or -1 when the decoder failed; what was decoded until then
-  // stays. `duration` as above; the three other arguments do not matter to the decoders here.
+  // Decodes a complete input into the PCM buffer. `*outputBytes` receives the PCM bytes added. Returns the
+  // number of input bytes left (0: all were consumed), or -1 if the decoder failed; PCM decoded before the
+  // failure is kept. `duration` as above; the other three arguments are ignored by the decoders here.
   virtual std::int32_t DecodeFrameAudioBuffered(std::uint8_t* input, std::uint32_t inputBytes,
                                                 std::uint32_t* outputBytes, std::uint32_t reserved,
                                                 std::uint32_t channelPair, std::uint32_t duration,
                                                 std::uint32_t mono);
 
-  // Copies frames from `position` on to `destination` + `*offset` and advances the offset; the frames up to
-  // the last one copied leave the buffer. A position outside the buffer empties it and makes it start there.
-  // A request that goes beyond the buffered frames copies as many as are buffered, counted from `position`:
-  // unless it starts with the first of them, the caller limits it. Returns 0.
+  // Copies frames from `position` to `destination` + `*offset` and advances the offset; frames up to the last
+  // one copied leave the buffer. A position outside the buffer empties it and becomes its start. A request
+  // beyond the buffered frames copies as many frames as are buffered, counted from `position`: unless it
+  // starts at the first buffered frame, the caller must limit it. Returns 0.
   virtual std::uint32_t PullAudio(std::uint64_t position, std::uint32_t frames, std::uint8_t* destination,
                                   std::uint32_t* offset);
 
-  // Drops frames from the head of the buffer. Returns 0, or VL_E_AUDIO_EMPTY when there are none.
+  // Drops frames from the start of the buffer. Returns 0, or VL_E_AUDIO_EMPTY if it is empty.
   virtual std::uint32_t RemoveSamples(std::uint32_t frames);
 
-  // True when there is a decoder.
+  // True if a decoder is open.
   virtual bool IsOpen() const;
 
-  // Tells the number in its track, from 0, of the access unit that comes next, by which AAC places its noise.
-  // Without effect on other decoders.
+  // Sets the number in its track, from 0, of the next access unit, which determines the phase of the SBR
+  // noise in AAC. Ignored by other decoders.
   void SetUnit(std::uint64_t number);
 
-  // True when what comes next does not depend on what came before the frames decoded or lost since Reset, but
-  // for an overlap into the next frame.
+  // True once the decoder has converged: its output no longer depends on anything before the frames decoded
+  // or lost since Reset, except for an overlap into the next frame.
   [[nodiscard]] bool Settled() const;
 
-  // True when the last CheckBuffer or decoding call failed because memory was short, which says nothing of
-  // its input.
+  // True if the last CheckBuffer or decoding call failed because memory was exhausted, which says nothing
+  // about its input.
   [[nodiscard]] bool MemoryShort() const { return m_memoryShort; }
 
-  // Forgets the signal that overlaps into the next frame, for a frame in between is lost. Buffered PCM stays.
-  // A decoder of FFmpeg keeps its signal, as with Reset.
+  // Resets the signal that overlaps into the next frame, after a lost frame. Buffered PCM is kept. An FFmpeg
+  // decoder keeps its state, as in Reset.
   void ForgetSignal();
 
-  // Tells, after Init, the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track, of which the
-  // headers before its samples have room for little. One that is not supported closes the decoder, with a
-  // warning that says why; one that is cut off leaves it to those headers, unless its object type is none
-  // that is supported. Without effect on other decoders.
+  // Passes the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track to the decoder, after Init; the
+  // headers before its samples hold only part of it. An unsupported configuration closes the decoder, with a
+  // warning that states the reason. A truncated one is ignored in favour of those headers, unless its object
+  // type is unsupported. Ignored by other decoders.
   void SetConfiguration(const std::uint8_t* data, std::size_t size);
 
-  // What the reader sets and looks at between calls.
+  // Fields that the reader sets and inspects between calls.
   void SetChannels(std::uint32_t channels) { m_channels = channels; }
   void SetFrameSize(std::uint32_t bytes);
   void SetBufferStart(std::uint64_t position) { m_bufferStart = position; }
@@ -112,17 +112,17 @@ class VL_Audio_Decode {
   [[nodiscard]] std::uint32_t BufferedBytes() const { return m_bufferedBytes; }
   [[nodiscard]] std::uint32_t BufferCapacity() const { return m_bufferCapacity; }
 
-  // Gives the PCM buffer back, as the owner does when the track is closed.
+  // Frees the PCM buffer, as the owner does when the track is closed.
   void ReleaseBuffer();
 
-  // Closes the decoder, so that the next Init starts afresh.
+  // Closes the decoder; the next Init starts from scratch.
   void CloseCodec();
 
  private:
   void OpenAac(const QVRAUDIO& format);
   void OpenAc3(const QVRAUDIO& format);
   void SetBufferedFrames(std::uint32_t frames);
-  // Bytes that may be written at `output`.
+  // Number of bytes that may be written at `output`.
   [[nodiscard]] std::uint32_t RoomAt(const std::uint8_t* output) const;
 
   std::uint32_t m_codecCode = 0;
@@ -132,7 +132,7 @@ class VL_Audio_Decode {
   std::uint32_t m_channels = 2;
   std::unique_ptr<UMC::BaseCodecParams> m_params;
   std::unique_ptr<UMC::AudioCodec> m_codec;
-  std::unique_ptr<FFmpegDecoder> m_ffmpeg;  // in place of m_codec
+  std::unique_ptr<FFmpegDecoder> m_ffmpeg;  // replaces m_codec
   UMC::MediaData m_input;
   UMC::MediaData m_output;
   std::uint32_t m_bufferedBytes = 0;
@@ -140,5 +140,5 @@ class VL_Audio_Decode {
   std::uint64_t m_bufferStart = 0;     // position of the first buffered frame
   std::uint32_t m_bufferedFrames = 0;
   bool m_memoryShort = false;
-  std::uint8_t* m_buffer = nullptr;  // of malloc
+  std::uint8_t* m_buffer = nullptr;  // allocated by malloc
 };

@@ -1,16 +1,16 @@
-// Channel pairs out of interleaved PCM, as found in broadcast wave data.
+// Extracts channel pairs from interleaved PCM, as found in broadcast wave data.
 #pragma once
 
 #include <cstdint>
 
-// Takes the channels `firstChannel` and the next one out of `frames` frames of `channels` interleaved 24-bit
-// samples and writes them as pairs of 32-bit values, the sample in the upper 24 bits. Where there is no
-// next channel the second value is 0. Returns 0; does nothing for 0 frames or a first channel that is none.
+// Extracts channel `firstChannel` and the next one from `frames` frames of `channels` interleaved 24-bit
+// samples and writes them as pairs of 32-bit values, with the sample in the upper 24 bits. If there is no
+// next channel, the second value is 0. Returns 0; does nothing for 0 frames or an invalid first channel.
 std::uint32_t VLAudioDeinterleaveBWF24nchanto32stereo(const std::uint8_t* source, std::int32_t* destination,
                                                       std::uint32_t firstChannel, std::uint32_t channels,
                                                       std::uint32_t frames, bool littleEndian);
 
-// The same for 16-bit samples, which come to lie in bits 8 to 23 with zeros above.
+// The same for 16-bit samples, which are placed in bits 8 to 23 with zeros above.
 std::uint32_t VLAudioDeinterleaveBWF16nchanto32stereo(const std::uint8_t* source, std::int32_t* destination,
                                                       std::uint32_t firstChannel, std::uint32_t channels,
                                                       std::uint32_t frames, bool littleEndian);

@@ -1,6 +1,6 @@
 // The binary interface of the FFmpeg generation that is loaded at run time: libavcodec 57 and libavutil 55 of
-// FFmpeg 3.0 to 3.4 on 64-bit systems, Linux and Windows alike. Its structures are larger than what is known
-// of them here and are made by the libraries alone; other generations have other offsets and other codec ids.
+// FFmpeg 3.0 to 3.4 on 64-bit Linux and Windows. Its structures are larger than declared here and are
+// allocated by the libraries alone; other generations have other offsets and other codec ids.
 #pragma once
 
 #include <cstdarg>
@@ -10,7 +10,7 @@
 
 namespace ffmpeg57 {
 
-// Made and owned by the libraries; their fields are read by offset.
+// Allocated and owned by the libraries; their fields are read by offset.
 struct Codec;
 struct CodecContext;
 struct Frame;
@@ -23,7 +23,7 @@ enum CodecId : int {
   kCodecMp1 = 86059,
 };
 
-// AVSampleFormat: interleaved, then the same with a plane for each channel.
+// AVSampleFormat: the interleaved formats, then the planar ones.
 enum SampleFormat : int {
   kU8 = 0,
   kS16 = 1,
@@ -37,7 +37,7 @@ enum SampleFormat : int {
   kDoublePlanar = 9,
 };
 
-// AVPacket: the one structure that is made here, all zero but for the data.
+// AVPacket: the only structure allocated here, all zero except for the data.
 struct Packet {
   void* buffer;
   std::int64_t presentationTime;
@@ -56,16 +56,16 @@ static_assert(sizeof(void*) == 8, "the offsets are those of 64-bit systems");
 static_assert(sizeof(Packet) == 88 && offsetof(Packet, data) == 24 && offsetof(Packet, size) == 32 &&
               offsetof(Packet, sideData) == 48 && offsetof(Packet, duration) == 64);
 
-// Bytes after a packet's data that decoders may read; 32 in this generation, 64 in any.
+// Bytes after a packet's data that decoders may read: 32 in this generation, 64 in others.
 inline constexpr std::size_t kPacketPadding = 64;
 
-// Offsets in bytes of AVFrame's and AVCodecContext's fields.
-inline constexpr std::size_t kFrameData = 0;          // eight pointers, one a plane; null where there is none
-inline constexpr std::size_t kFrameSamples = 112;     // int: samples of each channel
-inline constexpr std::size_t kContextChannels = 476;  // int
+// Byte offsets of fields of AVFrame and AVCodecContext.
+inline constexpr std::size_t kFrameData = 0;              // eight pointers, one per plane; null if unused
+inline constexpr std::size_t kFrameSamples = 112;         // int: samples per channel
+inline constexpr std::size_t kContextChannels = 476;      // int
 inline constexpr std::size_t kContextSampleFormat = 480;  // int, a SampleFormat
 
-// The field at `offset` of one of the libraries' structures.
+// The field at `offset` in one of the libraries' structures.
 template <class T>
 T FieldAt(const void* structure, std::size_t offset) {
   T value;
@@ -73,8 +73,8 @@ T FieldAt(const void* structure, std::size_t offset) {
   return value;
 }
 
-// Versions are major << 16 | minor << 8 | micro. Another project's libraries bear the same names and majors,
-// with other offsets; their micro version is below 100. Offsets are known from 57.24 on.
+// Versions are major << 16 | minor << 8 | micro. A fork's libraries have the same names and major versions
+// but other offsets; their micro version is below 100. Offsets are known from 57.24 on.
 constexpr bool IsAvcodec57(unsigned version) {
   return version >> 16 == 57 && (version >> 8 & 0xFF) >= 24 && (version & 0xFF) >= 100;
 }
@@ -86,17 +86,16 @@ inline constexpr int kLogDebug = 48;
 
 using LogCallback = void (*)(void* source, int level, const char* format, va_list arguments);
 
-// The entry points that are called, under their own names. Those of codecs return a negative number on
-// failure.
+// The library functions in use, under their own names. Codec functions return a negative number on failure.
 struct Functions {
   void (*avcodec_register_all)();
-  const Codec* (*avcodec_find_decoder)(int id);  // null when there is none
+  const Codec* (*avcodec_find_decoder)(int id);  // null if not found
   CodecContext* (*avcodec_alloc_context3)(const Codec* codec);
   int (*avcodec_open2)(CodecContext* context, const Codec* codec, Dictionary** options);
   int (*avcodec_close)(CodecContext* context);
-  // Returns the bytes consumed. What the frame points to is the decoder's, until the next call. From
-  // FFmpeg 3.4 on, a packet that was consumed in part must be followed by exactly its rest, until that is
-  // used up or the call fails; any other packet fails, and so does every one after it. An empty packet ends
+  // Returns the number of bytes consumed. The frame's data belong to the decoder and are valid until the next
+  // call. From FFmpeg 3.4 on, a partly consumed packet must be followed by exactly its remainder until that
+  // is used up or the call fails; any other packet fails, and so does every later one. An empty packet ends
   // the stream for good.
   int (*avcodec_decode_audio4)(CodecContext* context, Frame* frame, int* gotFrame, const Packet* packet);
   Frame* (*av_frame_alloc)();

@@ -76,8 +76,8 @@ void FFmpegDecoder::DropRest() {
   }
 }
 
-// Decoders read past the end of their input: they are given a copy with room there. False when there is no
-// memory for it, or it has more bytes than a packet can say.
+// Decoders read past the end of their input, so they are given a padded copy. False if memory is exhausted or
+// the input exceeds the maximum packet size.
 bool FFmpegDecoder::TakePacket(const std::uint8_t* input, std::uint32_t bytes) {
   if (bytes > static_cast<std::uint32_t>(std::numeric_limits<int>::max())) return false;
   const std::size_t room = bytes + ffmpeg57::kPacketPadding;
@@ -93,7 +93,7 @@ bool FFmpegDecoder::TakePacket(const std::uint8_t* input, std::uint32_t bytes) {
   return true;
 }
 
-// One call for what is left of the packet. False, and nothing is left, when the decoder fails.
+// One call for the rest of the packet. If the decoder fails, returns false and drops the rest.
 bool FFmpegDecoder::DecodeOnce(bool& gotFrame) {
   ffmpeg57::Packet packet = {};
   packet.data = m_packet.get() + (m_packetBytes - m_rest);

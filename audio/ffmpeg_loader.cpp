@@ -22,15 +22,14 @@ constexpr char kNoAvcodec[] = "FFMPEG DLLs (AvCodec) will not load, extra codecs
 constexpr char kNoAvutil[] = "FFMPEG DLLs (AvUtil) will not load, extra codecs will not be available.";
 constexpr char kIncomplete[] = "Unable to find proc in FFMPEG dll";
 
-// Every track that is opened looks for the libraries; that they are not there is told no more often than
-// this.
+// Every track that is opened looks for the libraries; a failure is logged at most once per interval.
 constexpr std::uint64_t kReportInterval = 10000;  // milliseconds
 
 void reportStatus(const char* text) {
   ErrFmtOut(VL_LOG_STATUS, 0, 0, "STATUS(vlx_Fmp4): %s\n", text);
 }
 
-// A setting that is not there is made, switched on.
+// Creates the setting, enabled, if it does not exist.
 bool isAllowed() {
   std::uint32_t value = 1;
   if (vlCFGValueDword(VL_CFG_DEFAULT_ROOT, kSettingKey, kSettingName, &value, VL_CFG_READ) != VL_OK) {
@@ -45,14 +44,14 @@ bool isAllowed() {
 
 enum class Need { Required, Optional };
 
-// An entry point of a library. Not all are called, but a library without one of those that are required is
-// none that is known here.
+// A library function. Not all of them are called, but a library that lacks a required one is not a supported
+// version.
 struct EntryPoint {
   static constexpr std::size_t kNotCalled = ~std::size_t{0};
 
   const char* name;
   Need need = Need::Required;
-  std::size_t place = kNotCalled;  // of its pointer in Functions
+  std::size_t place = kNotCalled;  // index of its pointer in Functions
 };
 
 #define VL_CALLED(name) \
@@ -74,7 +73,7 @@ constexpr EntryPoint kAvcodecEntryPoints[] = {
     VL_CALLED(avcodec_decode_audio4),
     VL_CALLED(avcodec_register_all),
     {"avcodec_flush_buffers"},
-    // libavutil's own is found later and counts.
+    // libavutil's own is found later and takes precedence.
     {"av_free", Need::Optional},
     {"av_init_packet"},
     {"av_new_packet"},
@@ -106,10 +105,10 @@ constexpr EntryPoint kAvutilEntryPoints[] = {
 
 #undef VL_CALLED
 
-// What is known of a library ahead of loading it.
+// What is known about a library before it is loaded.
 struct LibraryKind {
-  std::array<const char*, 3> places;  // in the order in which they are tried
-  const char* versionName;            // of a function that tells the version, where there is one
+  std::array<const char*, 3> places;  // in search order
+  const char* versionName;            // function that returns the version; null if none
   bool (*isKnown)(unsigned version);
   std::span<const EntryPoint> entryPoints;
 };
@@ -129,11 +128,11 @@ constexpr LibraryKind kAvutil = {
 class Library {
  public:
   bool loaded() const { return handle_ != nullptr; }
-  // Whether every entry point that is required was found.
+  // Whether all required functions were found.
   bool complete() const { return complete_; }
 
-  // Loads the first one that is of a known version and fits the one of the two libraries that is loaded
-  // already, unless one is loaded, and finds its entry points. Returns false when there is none.
+  // Unless one is already loaded, loads the first candidate of a supported version that fits the other
+  // library, if that is loaded; then resolves its functions. Returns false if there is none.
   bool load(const LibraryKind& kind, const std::function<bool(void* candidate)>& fits, Functions& functions) {
     for (const char* place : kind.places) {
       if (!loaded()) handle_ = loadFitting(kind, fits, place);
@@ -160,7 +159,7 @@ class Library {
     return nullptr;
   }
 
-  // A library that tells another version than its name says is not taken.
+  // A library whose version differs from what its name says is rejected.
   static bool isKnown(const LibraryKind& kind, void* handle) {
     const auto version = reinterpret_cast<unsigned (*)()>(vlOSGetProcAddress(handle, kind.versionName));
     return version == nullptr || kind.isKnown(version());
@@ -180,32 +179,32 @@ class Library {
   bool complete_ = false;
 };
 
-// Whether libavcodec uses this libavutil, as far as the system tells. Where two copies are loaded, it may be
-// bound to the other one, and frames that the one makes are too small for the other.
+// Whether libavcodec uses this libavutil, as far as the system can tell. If two copies are loaded, it may be
+// bound to the other one, and frames allocated by one are too small for the other.
 bool isBoundTo(void* avcodec, void* avutil) {
   constexpr char kShared[] = "av_frame_alloc";
   void* const used = vlOSGetProcAddress(avcodec, kShared);
   return used == nullptr || used == vlOSGetProcAddress(avutil, kShared);
 }
 
-// FFmpeg's own messages are for nobody here. Every level comes to a callback, whatever level is set.
+// FFmpeg's own messages are discarded. A callback receives messages of every level, whatever level is set.
 void swallowLog(void* /*source*/, int /*level*/, const char* /*format*/, va_list /*arguments*/) {}
 
 // ---- State of the process ----------------------------------------------------------------------------
 
 struct State {
   State() { vlOSInitializeCriticalSection(&lock); }
-  // The libraries stay loaded, but this module's code may go: their log must not come here any more.
+  // The libraries stay loaded but this module may be unloaded: they must no longer log through it.
   ~State() {
     if (avutil.loaded() && functions.av_log_set_callback)
       functions.av_log_set_callback(functions.av_log_default_callback);
   }
 
-  VLCRITICALSECTION lock;  // as long as the process: the host has no call to end it
+  VLCRITICALSECTION lock;  // lives as long as the process: the host has no call to delete it
   Library avcodec;
   Library avutil;
   Functions functions = {};
-  std::optional<std::uint64_t> lastReport;  // that libavcodec is missing; milliseconds of the host's clock
+  std::optional<std::uint64_t> lastReport;  // of a missing libavcodec; milliseconds of the host's clock
 };
 
 State& state() {
@@ -213,7 +212,7 @@ State& state() {
   return theState;
 }
 
-// Whether it is time to tell again that libavcodec is missing.
+// Whether it is time to report again that libavcodec is missing.
 bool reportIsDue(State& s) {
   const std::uint64_t now = vsyncGetCurMs();
   if (s.lastReport && now - *s.lastReport < kReportInterval) return false;
@@ -221,13 +220,13 @@ bool reportIsDue(State& s) {
   return true;
 }
 
-// What is to be returned, and told once the lock is left.
+// The result to return, and the message to log once the lock is released.
 struct Outcome {
   std::int32_t result;
-  const char* text;  // null: nothing to be told
+  const char* text;  // null: no message
 };
 
-// Under the lock.
+// Called with the lock held.
 Outcome loadBoth(State& s) {
   const auto fitsAvutil = [&](void* avcodec) {
     return !s.avutil.loaded() || isBoundTo(avcodec, s.avutil.handle());

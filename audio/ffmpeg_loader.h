@@ -1,4 +1,4 @@
-// FFmpeg's libraries, looked for at run time and never linked: one set for the whole process.
+// Loads FFmpeg's libraries at run time, never linked: one set for the entire process.
 #pragma once
 
 #include <cstdint>
@@ -7,24 +7,24 @@
 
 // FFmpeg can be used.
 inline constexpr std::int32_t VL_FFMPEG_AVAILABLE = 0;
-// It is switched off, or its libraries lack an entry point.
+// FFmpeg is switched off, or its libraries lack a required function.
 inline constexpr std::int32_t VL_FFMPEG_REFUSED = -1;
-// A library is not there.
+// A library was not found.
 inline constexpr std::int32_t VL_FFMPEG_MISSING = -2;
 
-// Finds libavcodec and libavutil unless that is done, and tells in the host's log how it went. The value
-// "AllowFFMPEG" of the host's store, which is made when it is missing, switches FFmpeg on (1) and off (0).
-// Returns one of the three numbers above. Threads may call it at the same time.
+// Loads libavcodec and libavutil unless already loaded, and logs the result to the host. The value
+// "AllowFFMPEG" in the host's store, created if missing, switches FFmpeg on (1) or off (0). Returns one of
+// the three values above. Thread-safe.
 std::int32_t LoadFFmpeg();
 
-// Unloads libavcodec, of which no decoder may be left open; libavutil stays. Returns -1.
+// Unloads libavcodec, for which no decoder may be open; libavutil stays loaded. Returns -1.
 std::int32_t UnloadFFmpeg();
 
-// The entry points, valid once LoadFFmpeg has returned VL_FFMPEG_AVAILABLE and until UnloadFFmpeg.
+// The library functions, valid from when LoadFFmpeg has returned VL_FFMPEG_AVAILABLE until UnloadFFmpeg.
 const ffmpeg57::Functions& FFmpeg();
 
-// Holds the loader's lock. Registering, opening and closing decoders is done under it: the libraries do not
-// bear any of that on two threads at a time.
+// Holds the loader's lock. Decoders are registered, opened and closed under it: the libraries do not support
+// any of that on two threads at once.
 class FFmpegLock {
  public:
   FFmpegLock();

@@ -14,7 +14,7 @@ constexpr std::size_t kPairBytes = 2 * kValueBytes;
 
 // ---- One sample ---------------------------------------------------------------------------------------
 
-// Intended: the middle of the range, 128, is not taken to 0.
+// Intended: the midpoint of the range, 128, does not map to 0.
 std::uint16_t toPcm(std::uint8_t sample) {
   return static_cast<std::uint16_t>(sample << 8);
 }
@@ -24,7 +24,7 @@ std::uint16_t toPcm(std::int16_t sample) {
 std::uint16_t toPcm(std::int32_t sample) {
   return static_cast<std::uint16_t>(static_cast<std::uint32_t>(sample) >> 16);
 }
-// Intended: full scale wraps, +1.0 becomes -32768. What no whole number holds is 0.
+// Intended: full scale wraps, +1.0 becomes -32768. Values that no integer can hold become 0.
 std::uint16_t toPcm(double sample) {
   constexpr double kWholeNumbersEnd = 9223372036854775808.0;  // 2^63
   const double scaled = sample * 32768.0;
@@ -35,21 +35,21 @@ std::uint16_t toPcm(float sample) {
   return toPcm(static_cast<double>(sample));
 }
 
-// ---- Where the two values of a pair come from --------------------------------------------------------
+// ---- Sources of the two values of a pair --------------------------------------------------------------
 
 struct Value {
   const std::uint8_t* plane;
-  std::size_t first;  // sample of the plane that the first frame takes
+  std::size_t first;  // index of the plane's sample for the first frame
 };
 
 struct Pairing {
   Value value1;
   Value value2;
-  std::size_t step;  // samples of a plane from one frame to the next
+  std::size_t step;  // samples in a plane per frame
   bool fillsMissing = false;
 };
 
-// The choices here are intended, lopsided as they are: hosts know the sound of each format so. Value 2
+// The choices here are intended, asymmetric as they are: hosts rely on how each format sounds. Value 2
 // carries the first channel.
 
 // Interleaved 8-bit, 16-bit and double samples.
@@ -58,13 +58,13 @@ Pairing pairInterleaved(const DecodedSamples& source) {
   return {{source.planeA, second}, {source.planeA, 0}, static_cast<std::size_t>(source.channels)};
 }
 
-// The same in planes: the first one alone, twice.
+// The same for planar samples: the first plane alone, twice.
 Pairing pairFirstPlane(const DecodedSamples& source) {
   return {{source.planeA, 0}, {source.planeA, 0}, 1};
 }
 
-// Interleaved float: the second channel is sought in a second plane, which such frames rarely have; a single
-// channel is paired with its own next sample.
+// Interleaved float: the second channel is expected in a second plane, which such frames rarely have; a
+// single channel is paired with its own next sample.
 Pairing pairInterleavedFloat(const DecodedSamples& source) {
   const std::uint8_t* const plane1 = source.channels > 1 ? source.planeB : source.planeA;
   return {{plane1, 1}, {source.planeA, 0}, static_cast<std::size_t>(source.channels)};
@@ -74,7 +74,7 @@ Pairing pairPlanarFloat(const DecodedSamples& source) {
   return {{source.channels > 1 ? source.planeB : source.planeA, 0}, {source.planeA, 0}, 1};
 }
 
-// Interleaved 32-bit: without a second plane all samples count as one channel.
+// Interleaved 32-bit: without a second plane all samples are treated as one channel.
 Pairing pairInterleaved32(const DecodedSamples& source) {
   const std::size_t step = source.planeB ? static_cast<std::size_t>(source.channels) : 1;
   return {{source.planeB, 1}, {source.planeA, 0}, step, true};
@@ -84,10 +84,10 @@ Pairing pairPlanar32(const DecodedSamples& source) {
   return {{source.planeB, 0}, {source.planeA, 0}, 1, true};
 }
 
-// ---- A frame's samples -------------------------------------------------------------------------------
+// ---- The samples of a frame ---------------------------------------------------------------------------
 
-// Writes one value of every pair. `samples`: how many a plane holds; "one sample in" may lie behind the last
-// one, which then stands for it.
+// Writes one value of every pair. `samples` is the number of samples in a plane; the offset of "one sample
+// in" may go past the last one, which is then repeated.
 template <class Sample>
 void writeValues(const Value& value, const Pairing& pairing, std::size_t samples, std::size_t frames,
                  std::uint8_t* out) {
@@ -149,7 +149,7 @@ std::uint32_t ConvertSamples(const DecodedSamples& source, std::uint8_t* destina
       frames = limited(sizeof(std::int32_t));
       writePairs<std::int32_t>(pairPlanar32(source), inPlane, frames, destination);
       break;
-    // Intended: floats know no limit of bytes.
+    // Intended: the byte limit does not apply to float formats.
     case kFloat:
       frames = static_cast<std::size_t>(most);
       writePairs<float>(pairInterleavedFloat(source), interleaved, frames, destination);

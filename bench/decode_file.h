@@ -1,4 +1,4 @@
-// Decoding a file of frames to raw 16-bit PCM, whole process, to be timed from outside.
+// Decodes a file of frames to raw 16-bit PCM, as a complete process that is timed from outside.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 #include "audio/umc/base_codec.h"
 
-// The main function of a program that takes IN [OUT.pcm]: without the second, the samples are thrown away.
+// The main function of a program that takes IN [OUT.pcm]; without OUT.pcm, the PCM is discarded.
 inline int DecodeFile(UMC::AudioCodec& decoder, UMC::BaseCodecParams& params, int count, char** arguments) {
   struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }

@@ -1,5 +1,5 @@
-// Decoding ten minutes of stereo AAC-LC and HE-AAC, whole process, against the ffmpeg program on one thread
-// and, for HE-AAC, the faad program.
+// Decoding ten minutes of stereo AAC-LC and HE-AAC in a separate process, compared with the ffmpeg program on
+// one thread and, for HE-AAC, the faad program.
 #include <cstdio>
 #include <utility>
 
@@ -10,14 +10,14 @@
 
 namespace {
 
-// Tones that wander, bursts and noise: what encoders spend their tools on.
+// Drifting tones, bursts and noise, which exercise an encoder's tools.
 const std::string kTones = "0.25*sin(440*2*PI*t)+0.2*sin(1234*2*PI*t+sin(3*t))+0.1*sin(5000*2*PI*t)";
 const std::string kLeft = kTones + "+0.08*(random(0)-0.5)";
 const std::string kRight = kTones + "+exp(-40*mod(t\\,0.5))*(random(2)-0.5)+0.1*(random(1)-0.5)";
 
 using Command = std::vector<std::string>;
 
-// The median user time of decoding with another program over that with ours.
+// The median user time of decoding with another program divided by that with ours.
 double ratio(const std::string& name, const std::string& stream, const Command& other) {
   std::vector<Measured> ours, theirs;
   alternate(
@@ -37,7 +37,7 @@ Command ffmpegDecoding(const std::string& stream) {
           "aac",    "-i",       stream, "-f",    "s16le",    "-y", "/dev/null"};
 }
 
-// Ten minutes out of a sample stream's four seconds, whose frames are 2048 samples of 48 kHz.
+// Ten minutes repeated from a four-second sample stream, with frames of 2048 samples at 48 kHz.
 void writeReplicated(const std::string& sampleName, const std::string& stream) {
   const auto sample = readFile(VL_TEST_DATA "/" + sampleName);
   std::vector<std::uint8_t> whole;

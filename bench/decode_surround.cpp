@@ -1,5 +1,5 @@
-// Decoding ten minutes of 5.1 AC-3 to stereo, whole process, against the ffmpeg program on one thread and
-// against a52dec.
+// Decoding ten minutes of 5.1 AC-3 to stereo in a separate process, compared with the ffmpeg program on one
+// thread and a52dec.
 #include <cstdio>
 
 #include "bench/measure.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Tones that wander, bursts and noise, different in every channel.
+// Drifting tones, bursts and noise, different in every channel.
 const std::string kTones = "0.25*sin(440*2*PI*t)+0.2*sin(1234*2*PI*t+sin(3*t))+0.1*sin(5000*2*PI*t)";
 const std::string kChannels = kTones + "+0.08*(random(0)-0.5)|" + kTones +
                               "+exp(-40*mod(t\\,0.5))*(random(2)-0.5)+0.1*(random(1)-0.5)|" +

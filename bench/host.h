@@ -1,4 +1,4 @@
-// The plug-in as a host holds it, for measuring what its calls take.
+// The plug-in as used by a host, to measure the cost of its calls.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ inline MediaFileEntry mediaFileEntry() {
   return reinterpret_cast<MediaFileEntry>(vlOSGetProcAddress(library, "xMediaFile"));
 }
 
-// A file opened for reading, closed at the end.
+// A file opened for reading and closed on destruction.
 class OpenRecording {
  public:
   OpenRecording(MediaFileEntry entry, const std::string& path) : entry_(entry) {

@@ -1,5 +1,5 @@
-// Timing whole programs and pieces of work against each other in one run: what is quoted is the ratio of
-// medians over alternating rounds, never a single time.
+// Times complete programs and parts of this process against each other in one run. The reported figure is the
+// ratio of medians over alternating rounds, never a single time.
 #pragma once
 
 #include <fcntl.h>
@@ -17,12 +17,12 @@
 
 struct Measured {
   double wallSeconds = 0;
-  double cpuSeconds = 0;   // user and system; 0 for pieces of this process
-  double userSeconds = 0;  // likewise
-  long peakKilobytes = 0;  // likewise
+  double cpuSeconds = 0;   // user and system; 0 for parts of this process
+  double userSeconds = 0;  // 0 for parts of this process
+  long peakKilobytes = 0;  // 0 for parts of this process
 };
 
-// Runs a program with its output thrown away. Throws std::runtime_error when it fails.
+// Runs a program with its output discarded. Throws std::runtime_error if it fails.
 inline Measured measureProgram(const std::vector<std::string>& command) {
   std::vector<char*> arguments;
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -50,7 +50,7 @@ inline Measured measureProgram(const std::vector<std::string>& command) {
           usage.ru_maxrss};
 }
 
-// Times a piece of this process.
+// Times a part of this process.
 template <class Work>
 Measured measureWork(Work work) {
   const auto start = std::chrono::steady_clock::now();
@@ -73,7 +73,7 @@ inline double medianOf(const std::vector<Measured>& measured, double Measured::*
   return median(values);
 }
 
-// Measures the two in turn, after one round that does not count.
+// Measures the two alternately, after one warm-up round that is not counted.
 template <class First, class Second>
 void alternate(int rounds, std::vector<Measured>& first, std::vector<Measured>& second, First runFirst,
                Second runSecond) {
@@ -85,7 +85,7 @@ void alternate(int rounds, std::vector<Measured>& first, std::vector<Measured>& 
   }
 }
 
-// Prints a figure with its target and tells whether it is met.
+// Prints a figure with its target and returns whether it is met.
 inline bool report(const char* what, double value, const char* relation, double target) {
   const bool met = relation[0] == '<' ? value <= target : value >= target;
   std::printf("%-62s %10.2f   target %s %g   %s\n", what, value, relation, target, met ? "met" : "MISSED");

@@ -1,4 +1,4 @@
-// Opening a day-long recording: time against ffprobe on the same file, and memory a fragment.
+// Opening a day-long recording: time compared with ffprobe on the same file, and memory per fragment.
 #include <cstdio>
 #include <optional>
 
@@ -24,8 +24,8 @@ int main() {
               static_cast<double>(std::filesystem::file_size(plain)) / 1e9);
 
   bool met = true;
-  // Measured while this program is small, for a child starts from its parent's peak. What a file of one
-  // fragment takes is the program's own.
+  // Measured while this program is small, as a child process inherits its parent's peak. The memory for a
+  // file of one fragment is the program's own.
   const long base = measureProgram({tool, "--quiet", "info", tiny}).peakKilobytes;
   for (const auto& [name, path] :
        {std::pair("plain", plain), std::pair("a segment index for every 10 fragments", indexed)}) {

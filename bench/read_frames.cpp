@@ -1,4 +1,4 @@
-// Reading all frames of a large file in order, against a plain loop over the same bytes.
+// Reading all frames of a large file in order, compared with a plain loop over the same bytes.
 #include <cstdio>
 
 #include "bench/host.h"
@@ -41,7 +41,7 @@ int main() {
     return measureWork([&] {
       const VLHANDLE handle = vlOSCreateFile(path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr,
                                              VL_OPEN_EXISTING, 0, VL_NO_HANDLE);
-      // As many bytes as the frames have: the sound between them is left out.
+      // As many bytes as the frames have, without the audio between them.
       std::uint32_t done = 0;
       for (std::uint64_t left = videoBytes; left > 0; left -= done) {
         const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(left, block.size()));

@@ -1,6 +1,6 @@
-// Recording: packaging a gigabyte against ffmpeg; a synthetic day with sound in the same file, whose memory
-// and whose cost a segment must not grow; and an hour of the shortest segments with sound apart, which cost
-// the most.
+// Recording: packaging a gigabyte, compared with ffmpeg; a synthetic day with audio in the same file, whose
+// memory and cost per segment must not grow; and an hour of the shortest segments with audio in a separate
+// file, the most expensive case.
 #include <sys/resource.h>
 
 #include <cstdio>
@@ -19,7 +19,7 @@ namespace {
 constexpr double kSourceSeconds = 10;
 constexpr int kSourceCopies = 40;
 
-// About a gigabyte of H.264 and AAC: ten noisy seconds over and over.
+// About a gigabyte of H.264 and AAC: ten noisy seconds, repeated.
 std::string makeSource(const TempFolder& folder) {
   const std::string piece = folder.file("piece.mp4"), list = folder.file("list.txt"),
                     path = folder.file("source.mp4");
@@ -59,7 +59,7 @@ long peakKilobytes() {
   return usage.ru_maxrss;
 }
 
-// Frames of 100 bytes and access units of as many, recorded through the plug-in at this rate with sound.
+// Records frames and access units of 100 bytes through the plug-in, at this rate with audio.
 class SyntheticRecording {
  public:
   SyntheticRecording(const std::string& path, std::uint32_t rate, std::uint32_t interval) : rate_(rate) {
@@ -124,7 +124,7 @@ double processorSeconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-// A day at 30 frames a second, told hour by hour. It must verify.
+// A day at 30 frames per second, reported hour by hour. It must verify.
 bool day(const TempFolder& folder) {
   constexpr std::uint32_t kHours = 24;
   const std::string path = folder.file("day.ismv");
@@ -142,15 +142,15 @@ bool day(const TempFolder& folder) {
   runOrThrow({VL_BIN_DIR "/fmp4", "verify", path});
   std::printf("verified; processor time of hours: first %.2f s, twelfth %.2f s, last %.2f s\n", seconds[0],
               seconds[11], seconds[23]);
-  // The text of the manifest is all that may grow: some hundred bytes a segment.
+  // Only the text of the manifest may grow: a few hundred bytes per segment.
   const bool flat =
       report("kilobytes grown over 23 hours and 8280 segments", static_cast<double>(grown), "<=", 4096);
   return report("processor time of the last hour over the second's", seconds[23] / seconds[1], "<=", 2) &&
          flat;
 }
 
-// An hour at 60 frames a second with a key frame every second frame: 10,800 segments, each of which lists
-// itself and is waited for. The clock of the wall, for the waits are what it costs.
+// An hour at 60 frames per second with a key frame every second frame: 10,800 segments, each of which is
+// listed and waited for. Measured in wall-clock time, as waiting is the main cost.
 bool shortSegments(const TempFolder& folder) {
   const std::string path = folder.file("short.m4v");
   const double seconds = measureWork([&] {
@@ -165,7 +165,7 @@ bool shortSegments(const TempFolder& folder) {
 
 int main() {
   const TempFolder folder;
-  // The day first: a child starts from its parent's peak.
+  // The day runs first: a child process inherits its parent's peak.
   const bool flat = day(folder);
   const bool quick = shortSegments(folder);
   return packaging(folder) && flat && quick ? 0 : 1;

@@ -1,8 +1,9 @@
-# Run after a GoogleTest program is built: writes a CTest file that runs it once a suite, so that what a suite
-# makes for all its tests is made once. LABELS says which suites are slow and which are rows of settings.
+# Runs after a GoogleTest program is built: writes a CTest file that runs it once per suite, so that fixtures
+# shared by a suite's tests are created once. LABELS specifies which suites are slow and which are rows of
+# settings.
 # cmake -D PROGRAM=path -D NAME=name -D FILE=path -D LABELS=path -P add_suites.cmake
 execute_process(COMMAND ${PROGRAM} --gtest_list_tests OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX MATCHALL "\n[^ \n]+\\." suites "\n${listing}")  # suites at the margin, their tests indented
+string(REGEX MATCHALL "\n[^ \n]+\\." suites "\n${listing}")  # suites are unindented, their tests indented
 if(NOT suites)
   message(FATAL_ERROR "${NAME} has no tests")
 endif()

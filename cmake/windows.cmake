@@ -1,5 +1,5 @@
-# Cross build for 64-bit Windows: mingw-w64 with POSIX threads, all of its run time linked in. Libraries for
-# it come from scripts/windows_libraries.sh.
+# Cross build for 64-bit Windows: mingw-w64 with POSIX threads, with a statically linked run time.
+# scripts/windows_libraries.sh provides the libraries.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
@@ -19,9 +19,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 set(ZLIB_USE_STATIC_LIBS ON)
 
-# Windows 7 and later; mingw-w64's own printf, which knows every C99 conversion.
+# Windows 7 and later; mingw-w64's own printf, which supports all C99 conversions.
 set(CMAKE_CXX_FLAGS_INIT "-D_WIN32_WINNT=0x0601 -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D__USE_MINGW_ANSI_STDIO=1")
-# The stack is aligned to 16 bytes here, and GCC takes 32-byte vectors there for aligned.
+# The stack is aligned to 16 bytes here, but GCC assumes that 32-byte vectors on it are aligned.
 string(APPEND CMAKE_CXX_FLAGS_INIT " -Wa,-muse-unaligned-vector-move")
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -static-libgcc -static-libstdc++")

@@ -1,5 +1,5 @@
-// Coefficients in block floating point, mantissas and exponents apart, with noise for those that have no
-// mantissa.
+// Coefficients in block floating point: separate mantissas and exponents, with noise in place of coefficients
+// that have no mantissa.
 #pragma once
 
 #include <array>
@@ -7,16 +7,16 @@
 
 #include "dsp/ipps_types.h"
 
-// Coefficients of one call at most.
+// Maximum number of coefficients per call.
 inline constexpr std::size_t kMaxNoiseLength = 256;
 
-// Noise of a linear congruential generator.
+// Noise from a linear congruential generator.
 struct NoiseSource {
-  Ipp32u state = 0;      // the generator's, before its first draw
-  Ipp32f amplitude = 0;  // draws lie evenly between minus this and this; 0 for no noise
+  Ipp32u state = 0;      // the generator's state before its first draw
+  Ipp32f amplitude = 0;  // draws are uniform between -amplitude and +amplitude; 0: no noise
 };
 
-// What leads from a state to those after it: state[i + 1] = factors[i] * state[0] + terms[i].
+// Leads from one state to those after it: state[i + 1] = factors[i] * state[0] + terms[i].
 struct NoiseJumps {
   std::array<Ipp32u, kMaxNoiseLength> factors;
   std::array<Ipp32u, kMaxNoiseLength> terms;
@@ -34,7 +34,7 @@ inline constexpr NoiseJumps kNoiseJumps = [] {
   return jumps;
 }();
 
-// destination[i] = mantissas[i] * 2^-exponents[i], or noise of that exponent where bits[i] is 0. Exponents
-// are at most 126. One draw a coefficient, whether it is needed or not.
+// destination[i] = mantissas[i] * 2^-exponents[i], or noise scaled by that exponent where bits[i] is 0.
+// Exponents are at most 126. Draws one value per coefficient, whether it is used or not.
 void ApplyExponents(const Ipp32f* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
                     const NoiseSource& noise, Ipp32f* destination, std::size_t length);

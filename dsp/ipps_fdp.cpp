@@ -5,9 +5,9 @@
 
 namespace {
 
-constexpr Ipp32f kAttenuation = 0.953125f;  // a, and b as well
+constexpr Ipp32f kAttenuation = 0.953125f;  // a and b
 constexpr Ipp32f kForgetting = 0.90625f;    // alpha
-constexpr Ipp16u kOne = 0x3F80;             // 1 in the state's form
+constexpr Ipp16u kOne = 0x3F80;             // 1.0 in the state's format
 
 Ipp32f Expand(Ipp16u value) {
   return std::bit_cast<Ipp32f>(static_cast<Ipp32u>(value) << 16);
@@ -17,12 +17,12 @@ Ipp16u Truncate(Ipp32f value) {
   return static_cast<Ipp16u>(std::bit_cast<Ipp32u>(value) >> 16);
 }
 
-// To 16 bits, halves away from zero.
+// Rounds to 16 bits, halves away from zero.
 Ipp32f Round(Ipp32f value) {
   return std::bit_cast<Ipp32f>((std::bit_cast<Ipp32u>(value) + 0x8000u) & 0xFFFF0000u);
 }
 
-// The lattice's coefficient, 0 while there is too little signal to tell.
+// The lattice's coefficient; 0 while the signal is too weak to estimate it.
 Ipp32f Coefficient(Ipp32f correlation, Ipp32f variance) {
   return variance > 1 ? correlation * Round(kAttenuation / variance) : 0;
 }
@@ -45,7 +45,7 @@ Ipp32f PredictLine(Ipp32f value, bool used, std::size_t line, IppsFDPState_32f& 
   const Ipp32f e1 = e0 - k1 * r0;
   const Ipp32f newVariance1 = kForgetting * variance1 + 0.5f * (r0 * r0 + e0 * e0);
   const Ipp32f newVariance2 = kForgetting * variance2 + 0.5f * (r1 * r1 + e1 * e1);
-  // What grows beyond all bounds, as no valid stream does, starts anew.
+  // Values that grow without bound, as in no valid stream, restart the predictor.
   if (!std::isfinite(newVariance1) || !std::isfinite(newVariance2)) {
     ResetLine(line, state);
     return e0;

@@ -10,8 +10,8 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// Splits the transform into its passes, without their constants. Returns the count of values that the plan
-// holds, or 0 for a length that is not served.
+// Splits the transform into its passes, without their constants. Returns the number of values in the plan, or
+// 0 for an unsupported length.
 std::size_t LayOut(Ipp32s length, MdctPlan& plan) {
   if (length < 16 || length % 16 != 0 || length > 65536) return 0;
   plan = {};
@@ -22,7 +22,7 @@ std::size_t LayOut(Ipp32s length, MdctPlan& plan) {
   return plan.passCount == 0 ? 0 : static_cast<std::size_t>(values);
 }
 
-// `workValues` is the count of values that a call works in.
+// `workValues` is the size of a call's work buffer, in values.
 IppStatus GetSize(Ipp32s length, Ipp32s workValues, Ipp32s* planBytes, Ipp32s* workBytes) {
   if (planBytes == nullptr || workBytes == nullptr) return ippStsNullPtrErr;
   MdctPlan plan;

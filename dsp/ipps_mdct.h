@@ -7,17 +7,17 @@
 struct IppsMDCTInvSpec_32f;
 struct IppsMDCTFwdSpec_32f;
 
-// Bytes that the prepared transform of `length` samples and the work buffer of one call take. The length is
-// a multiple of 16 whose quarter has no prime factors but 2, 3 and 5; anything else is ippStsSizeErr.
+// Bytes of the prepared transform of `length` samples, and of the work buffer of one call. The length is a
+// multiple of 16, and a quarter of it has no prime factors but 2, 3 and 5; ippStsSizeErr for any other.
 IppStatus ippsMDCTInvGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes);
 
-// Prepares a transform in `memory`, which holds as many bytes as ippsMDCTInvGetSize_32f tells and is aligned
-// for floats. `*plan` receives the address of the prepared transform, the start of `memory`.
+// Prepares a transform in `memory`, which has the size given by ippsMDCTInvGetSize_32f and is aligned for
+// floats. `*plan` receives the address of the prepared transform, the start of `memory`.
 IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* memory);
 
-// x[i] = 2 / N * sum over k of X[k] * cos(2 pi / N * (i + n0) * (k + 1/2)), n0 = (N / 2 + 1) / 2, for
-// 0 <= i < N = length: reads N / 2 coefficients, writes N samples, neither windowed nor overlapped. The
-// areas must not overlap.
+// x[i] = 2 / N * sum over k of X[k] * cos(2 pi / N * (i + n0) * (k + 1/2)), n0 = (N / 2 + 1) / 2, for 0 <= i
+// < N = length: reads N / 2 coefficients, writes N samples, neither windowed nor overlapped. The buffers must
+// not overlap.
 IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTInvSpec_32f* plan,
                           Ipp8u* work);
 
@@ -25,8 +25,7 @@ IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsM
 IppStatus ippsMDCTFwdGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes);
 IppStatus ippsMDCTFwdInit_32f(IppsMDCTFwdSpec_32f** plan, Ipp32s length, Ipp8u* memory);
 
-// X[k] = 2 * sum over i of x[i] * cos(2 pi / N * (i + n0) * (k + 1/2)), n0 = (N / 2 + 1) / 2, for
-// 0 <= k < N / 2, N = length: reads N samples, windowed already, and writes N / 2 coefficients. The areas
-// must not overlap.
+// X[k] = 2 * sum over i of x[i] * cos(2 pi / N * (i + n0) * (k + 1/2)), n0 = (N / 2 + 1) / 2, for 0 <= k < N
+// / 2, N = length: reads N windowed samples and writes N / 2 coefficients. The buffers must not overlap.
 IppStatus ippsMDCTFwd_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTFwdSpec_32f* plan,
                           Ipp8u* work);

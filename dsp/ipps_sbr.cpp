@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// The DCT of type IV that a bank rests on, its result times `scale`.
+// Prepares the DCT-IV that underlies a bank, with its result scaled by `scale`.
 void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) {
   bank = {};
   bank.bands = bands;
@@ -31,7 +31,7 @@ void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) 
   }
 }
 
-// Subband k turns by step * (k + 1/2), clockwise.
+// Rotates subband k clockwise by step * (k + 1/2).
 void PrepareRotation(double step, IppsFilterSpec_SBR_32f& bank) {
   bank.rotates = 1;
   for (Ipp32s k = 0; k < kIppsSbrBands; ++k) {
@@ -40,7 +40,7 @@ void PrepareRotation(double step, IppsFilterSpec_SBR_32f& bank) {
   }
 }
 
-// The window of the analysis by n < 32 and lag: n and 63 - n take turns in the lags.
+// The analysis window by n < 32 and lag: n and 63 - n alternate between lags.
 void PrepareAnalysisTaps(IppsFilterSpec_SBR_32f& bank) {
   for (Ipp32s n = 0; n < 32; ++n) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
@@ -50,7 +50,7 @@ void PrepareAnalysisTaps(IppsFilterSpec_SBR_32f& bank) {
   }
 }
 
-// Banks of half the bands take every other value of the window.
+// Banks with half the bands use every other value of the window.
 void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& bank) {
   const Ipp32s stride = kIppsSbrBands / bank.bands;
   for (Ipp32s k = 0; k < bank.bands; ++k) {
@@ -104,8 +104,8 @@ std::size_t ippsFilterGetWorkSize_SBR_32f() {
   return kQmfWorkFloats * sizeof(Ipp32f);
 }
 
-// X[k] = 2 sum u[n] e^(i pi / 64 (k + 1/2) (2n - 1/2)): with 2n - 1/2 = 2 (n + 1/2) - 3/2 the kernel of
-// transforms of type IV, turned by 3/2 pi / 64.
+// X[k] = 2 sum u[n] e^(i pi / 64 (k + 1/2) (2n - 1/2)): since 2n - 1/2 = 2 (n + 1/2) - 3/2, this is the type
+// IV kernel rotated by 3/2 pi / 64.
 IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
@@ -116,7 +116,7 @@ IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** bank,
 }
 
 // v[n] = 1 / 64 sum Re(X[k] e^(i pi / 128 (k + 1/2) (2n - 255))): 2n - 255 = 2 (n + 1/2) - 256, where the
-// last term turns the sign.
+// last term inverts the sign.
 IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
@@ -125,7 +125,7 @@ IppStatus ippsSynthesisFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank
   return ippStsNoErr;
 }
 
-// v[n] = 1 / 64 sum Re(X[k] e^(i pi / 64 (k + 1/2) (2n - 127.5))): the same with a turn by 1/2 pi / 64.
+// v[n] = 1 / 64 sum Re(X[k] e^(i pi / 64 (k + 1/2) (2n - 127.5))): the same, rotated by 1/2 pi / 64.
 IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
@@ -160,8 +160,8 @@ IppStatus ippsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Ipp32fc (*source)[k
   return Synthesise(source, slots, destination, state, bank, work);
 }
 
-// The real-valued banks are complex ones whose subbands turn by other angles: their samples are the real
-// parts of those of the analysis, and for the synthesis the whole of those that go in.
+// The real-valued banks are complex ones with other rotation angles: the analysis yields the real parts of
+// complex subband samples, and the input of the synthesis has no imaginary parts.
 
 // X[k] = 2 sum u[n] cos(pi / 64 (k + 1/2) (2n - 96)): 2n - 96 = 2 (n + 1/2) - 97.
 IppStatus ippsAnalysisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
@@ -173,8 +173,8 @@ IppStatus ippsAnalysisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp
   return ippStsNoErr;
 }
 
-// v[n] = 1 / 32 sum X[k] cos(pi / 128 (k + 1/2) (2n - 64)): the sign apart, 2n - 64 = 2 (n + 1/2) - 256 +
-// 191.
+// v[n] = 1 / 32 sum X[k] cos(pi / 128 (k + 1/2) (2n - 64)): except for the sign, 2n - 64 = 2 (n + 1/2) - 256
+// + 191.
 IppStatus ippsSynthesisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp8u* memory) {
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
@@ -230,7 +230,7 @@ IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands],
     const auto at = [&](const Ipp32f(&parts)[2][kIppsSbrAnalysisBands]) {
       return Complex(parts[0][k], parts[1][k]);
     };
-    // All sums but the ends' terms, which the kernel leaves out where they differ.
+    // The complete sums: the kernel leaves out the terms at the ends where they differ.
     const Complex first = Wide(source[0][k]), second = Wide(source[1][k]);
     const Complex lastButOne = Wide(source[length][k]), last = Wide(source[length + 1][k]);
     const Complex phi01 = at(covariance.lag1) + last * std::conj(lastButOne);

@@ -1,4 +1,4 @@
-// Types and results that all primitives share.
+// Types and status codes shared by all primitives.
 #pragma once
 
 #include <cstdint>
@@ -15,14 +15,14 @@ struct Ipp32fc {
   Ipp32f im;
 };
 
-// What a primitive that can fail returns; 0 is success, negative values are errors.
+// Status of a primitive that can fail: 0 is success, negative values are errors.
 using IppStatus = Ipp32s;
 inline constexpr IppStatus ippStsNoErr = 0;
 inline constexpr IppStatus ippStsBadArgErr = -5;
 inline constexpr IppStatus ippStsSizeErr = -6;
 inline constexpr IppStatus ippStsNullPtrErr = -8;
 inline constexpr IppStatus ippStsMemAllocErr = -9;
-// A code table that is not prefix free, or that leaves bit patterns without a meaning.
+// A code table that is not prefix-free, or that is incomplete.
 inline constexpr IppStatus ippStsVLCUsrTblCodeErr = -102;
-// Bits that no legal code stream can hold.
+// Bits that match no valid code.
 inline constexpr IppStatus ippStsVLCInputDataErr = -103;

@@ -9,7 +9,7 @@
 
 namespace {
 
-// By the value's 16 bits, so that no value needs a look at its sign or size.
+// Indexed by the value's 16 bits, so that lookups need no test of its sign or magnitude.
 using Pow43Table = std::array<Ipp32f, 0x10000>;
 
 Pow43Table MakePow43Table() {
@@ -23,7 +23,7 @@ Pow43Table MakePow43Table() {
   return table;
 }
 
-// 2 to the power of `exponent`, which lies within a float's normal range.
+// 2 to the power of `exponent`; the result is within a float's normal range.
 Ipp32f PowerOfTwo(Ipp32s exponent) {
   return std::bit_cast<Ipp32f>(static_cast<Ipp32u>(exponent + 127) << 23);
 }

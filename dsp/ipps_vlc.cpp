@@ -13,7 +13,7 @@ using Entry = IppsVLCDecodeSpec_32s::Entry;
 constexpr Ipp16s kEscape = 16;
 constexpr unsigned kMaxEscapePrefix = 8;
 
-// Fills the entries of the tables' range [first, first + count) unless one of them is taken.
+// Fills the table entries [first, first + count); false if one of them is already in use.
 bool Fill(std::vector<Entry>& entries, std::size_t first, std::size_t count, const Entry& entry) {
   for (std::size_t i = first; i < first + count; ++i) {
     if (entries[i].length != 0) return false;
@@ -22,7 +22,7 @@ bool Fill(std::vector<Entry>& entries, std::size_t first, std::size_t count, con
   return true;
 }
 
-// The second-level tables: for every first-level pattern, as many bits as its longest word has left.
+// Adds the second-level tables: each is indexed by the remaining bits of its prefix's longest word.
 bool AddLinks(const IppsVLCTable_32s* words, std::size_t count, unsigned primaryBits,
               std::vector<Entry>& entries) {
   std::vector<unsigned> extra(std::size_t{1} << primaryBits, 0);
@@ -94,7 +94,7 @@ IppStatus Build(const IppsVLCTable_32s* words, std::size_t count, const IppsVLCT
   return complete ? ippStsNoErr : ippStsVLCUsrTblCodeErr;
 }
 
-// The symbol at the head of the window, which holds at least kMaxVLCLength bits; they are not taken.
+// The next symbol in the window, which holds at least kMaxVLCLength bits; they are not consumed.
 inline Entry Look(const BitWindow& window, const Entry* entries, unsigned primaryBits) {
   const Entry entry = entries[window.Peek(primaryBits)];
   if ((entry.length & IppsVLCDecodeSpec_32s::kLink) == 0) [[likely]]
@@ -104,8 +104,8 @@ inline Entry Look(const BitWindow& window, const Entry* entries, unsigned primar
   return entries[static_cast<std::size_t>(entry.value) + pattern];
 }
 
-// For a tuple of kDimension values: by the set of its non-zero values and the next kDimension bits of the
-// stream, all ones in the place of every value that these bits make negative.
+// For a tuple of kDimension values, indexed by the set of its non-zero values and the next kDimension bits of
+// the stream: all ones in the position of every value that these bits make negative.
 template <int kDimension>
 struct SignMasks {
   Ipp16s lanes[1 << kDimension][1 << kDimension][kDimension];
@@ -130,7 +130,7 @@ constexpr SignMasks<kDimension> MakeSignMasks() {
 template <int kDimension>
 constexpr SignMasks<kDimension> kSignMasks = MakeSignMasks<kDimension>();
 
-// All values of a tuple in one word, 16 bits each.
+// All values of a tuple packed in one word, 16 bits each.
 template <int kDimension>
 using Packed = std::conditional_t<kDimension == 4, std::uint64_t, std::uint32_t>;
 
@@ -141,15 +141,15 @@ inline Packed<kDimension> LoadPacked(const Ipp16s* values) {
   return packed;
 }
 
-// Changes the sign of the values where the mask is set. None of those is 0, so no carry leaves its place.
+// Negates the values where the mask is set. None of them is 0, so no carry crosses into the next value.
 template <int kDimension>
 inline Packed<kDimension> Negate(Packed<kDimension> packed, Packed<kDimension> mask) {
   constexpr auto kOnes = static_cast<Packed<kDimension>>(0x0001000100010001u);
   return (packed ^ mask) + (mask & kOnes);
 }
 
-// Calls take(i) for the place of every tuple in `length` values. The window holds enough bits each time: what
-// one refill makes available serves two tuples with their signs.
+// Calls take(i) for the offset of every tuple in `length` values. The window always holds enough bits: one
+// refill provides for two tuples with their signs.
 template <int kDimension, class Take>
 inline void ForTuples(BitWindow& window, std::size_t length, Take take) {
   static_assert(2 * (kMaxVLCLength + kDimension) <= 56);
@@ -179,10 +179,10 @@ void DecodeSigned(BitWindow* stream, Ipp16s* values, std::size_t length, const I
   *stream = window;
 }
 
-// Bits set in a number of four bits.
+// Number of bits set in a four-bit number.
 constexpr Ipp8u kBitCount[16] = {0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4};
 
-// Takes the tuple at the head of the window with its signs; the window holds enough bits for both.
+// Decodes the next tuple and its signs from the window, which holds enough bits for both.
 template <int kDimension>
 inline Packed<kDimension> TakeUnsigned(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
                                        unsigned primaryBits) {
@@ -208,7 +208,7 @@ void DecodeUnsigned(BitWindow* stream, Ipp16s* values, std::size_t length,
   *stream = window;
 }
 
-// Replaces an announced magnitude by the escape sequence's. False when its prefix is too long.
+// Replaces an escape value by the magnitude of its escape sequence. False if the prefix is too long.
 inline bool TakeEscape(BitWindow& window, Ipp16s& value) {
   if (value != kEscape && value != -kEscape) return true;
   window.Refill();
@@ -230,7 +230,7 @@ bool IsDecodable(const BitWindow* stream, const Ipp16s* values, const IppsVLCDec
   return stream != nullptr && values != nullptr && table != nullptr && !table->entries.empty();
 }
 
-// Takes the pair with signed values at the head of the window, which holds enough bits for it.
+// Decodes the next pair of signed values from the window, which holds enough bits for it.
 inline Packed<2> TakeSignedPair(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
                                 unsigned primaryBits) {
   const Entry entry = Look(window, entries, primaryBits);
@@ -238,7 +238,7 @@ inline Packed<2> TakeSignedPair(BitWindow& window, const Entry* entries, const I
   return LoadPacked<2>(tuples + entry.value * 2);
 }
 
-// Decodes pairs with escape sequences; kTake takes a pair without them.
+// Decodes pairs with escape sequences; kTake decodes a pair without them.
 template <auto kTake>
 IppStatus DecodeEscapedPairs(BitWindow* stream, Ipp16s* values, std::size_t length,
                              const IppsVLCDecodeSpec_32s* table) {

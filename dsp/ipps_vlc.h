@@ -1,4 +1,4 @@
-// Decoding of variable-length codes whose symbols are values or tuples of values, with two-level tables.
+// Decoding of variable-length codes for values or tuples of values, with two-level tables.
 #pragma once
 
 #include <cstddef>
@@ -7,15 +7,15 @@
 #include "base/bit_window.h"
 #include "dsp/ipps_types.h"
 
-// One code word: `length` bits, right-aligned in `code`, the most significant of them sent first.
+// One code word: `length` bits, right-aligned in `code`, transmitted most significant bit first.
 struct IppsVLCTable_32s {
   Ipp32s value;
   Ipp32s code;
   Ipp32s length;
 };
 
-// What a code's symbols stand for: tuples of `dimension` values (1, 2 or 4). A symbol's number is the tuple
-// read as a numeral of base `modulus`, first value first, every digit increased by `offset`.
+// The meaning of a code's symbols: tuples of `dimension` values (1, 2 or 4). A symbol's number is the tuple
+// read as a numeral of base `modulus`, first value first, with `offset` added to every digit.
 struct IppsVLCTuple {
   Ipp32s dimension;
   Ipp32s modulus;
@@ -24,9 +24,9 @@ struct IppsVLCTuple {
 
 // A prepared code.
 struct IppsVLCDecodeSpec_32s {
-  // Of a symbol: its number, the whole length of its code word and a bit for each non-zero value of its
-  // tuple (the first value the most significant). Of a longer code's start: the place of its table of the
-  // second level and, marked by kLink, the count of bits that select there.
+  // For a symbol: its number, the full length of its code word and one bit per non-zero value of its tuple
+  // (the first value is the most significant bit). For the prefix of longer codes: the offset of its
+  // second-level table and, flagged by kLink, the number of bits that index it.
   struct Entry {
     Ipp16s value;
     Ipp8u length;
@@ -36,38 +36,38 @@ struct IppsVLCDecodeSpec_32s {
 
   Ipp32s dimension = 0;
   unsigned primaryBits = 0;
-  std::vector<Entry> entries;  // the first level, then those of the second
-  std::vector<Ipp16s> tuples;  // `dimension` values a symbol
+  std::vector<Entry> entries;  // the first level, then the second-level tables
+  std::vector<Ipp16s> tuples;  // `dimension` values per symbol
 };
 
-// Longest code word, in bits.
+// Maximum length of a code word, in bits.
 inline constexpr Ipp32s kMaxVLCLength = 20;
 
 // Prepares a code of `count` words for decoding with `primaryBits` (1 to 12) bits in the first level. The
-// code must be complete: ippStsVLCUsrTblCodeErr when it is not prefix free or leaves bit patterns without a
-// meaning. Every symbol's number lies in the range of `tuple`.
+// code must be complete: ippStsVLCUsrTblCodeErr if it is not prefix-free or leaves bit patterns unassigned.
+// Every symbol's number is within the range of `tuple`.
 IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count, const IppsVLCTuple& tuple,
                                 unsigned primaryBits, IppsVLCDecodeSpec_32s* made);
 
-// Decodes one symbol's number. Like all below it takes zeros past the end of the stream, which the stream
-// remembers.
+// Decodes one symbol's number. Like all functions below, it reads zeros past the end of the stream; the
+// stream records the overrun.
 IppStatus ippsVLCDecodeOne_1u16s(BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table);
 
-// Decodes tuples with signed values until `length` values, a multiple of the dimension, are there.
+// Decodes tuples of signed values until `length` values, a multiple of the dimension, have been written.
 IppStatus ippsVLCDecodeBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                    const IppsVLCDecodeSpec_32s* table);
 
-// The same for tuples of magnitudes: behind the code word stands a sign bit (1: negative) for every value
-// that is not 0.
+// Decodes tuples of magnitudes: after the code word comes one sign bit (1: negative) for every non-zero
+// value.
 IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                          const IppsVLCDecodeSpec_32s* table);
 
-// Decodes pairs with signed values until `length` values are there. A value of 16 or -16 announces an escape
-// sequence after its pair's code word: N ones, a zero, a word of N + 4 bits; the magnitude is 2^(N + 4) +
-// word (ISO/IEC 14496-3, 4.6.3.3). ippStsVLCInputDataErr when N exceeds 8.
+// Decodes pairs of signed values until `length` values have been written. A value of 16 or -16 announces an
+// escape sequence after its pair's code word: N ones, a zero, a word of N + 4 bits; the magnitude is 2^(N +
+// 4) + word (ISO/IEC 14496-3, 4.6.3.3). ippStsVLCInputDataErr when N exceeds 8.
 IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                           const IppsVLCDecodeSpec_32s* table);
 
-// The same for pairs of magnitudes with their sign bits: the escape sequences follow those.
+// Decodes pairs of magnitudes with sign bits: the escape sequences follow the sign bits.
 IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
                                                 const IppsVLCDecodeSpec_32s* table);

@@ -1,30 +1,30 @@
-// The prepared constants of a QMF bank, and how the kernels lay out their work.
+// The prepared constants of a QMF bank, and the layout of the kernels' work buffers.
 #pragma once
 
 #include "dsp/ipps_sbr.h"
 #include "dsp/kernels/kernels.h"
 
-// Transforms work on so many slots side by side: a row holds one band or sample of each.
+// Slots per batch. Transforms process these side by side: a row holds one band or sample of each slot.
 inline constexpr int kQmfBatch = 16;
-// Rows of all slots, with those of earlier calls ahead of them.
+// Length of a row of all slots, preceded by those of earlier calls.
 inline constexpr int kQmfPitch = 48;
 static_assert(kQmfPitch >= kIppsSbrLag + kIppsSbrSlots && kIppsSbrSlots % kQmfBatch == 0);
-inline constexpr int kQmfTaps = 10;  // of the window, by phase
+inline constexpr int kQmfTaps = 10;  // window taps per phase
 
 struct IppsFilterSpec_SBR_32f {
   Ipp32s bands;    // 32 or 64
   Ipp32s rotates;  // 1: `rotation` applies
   Ipp32s passCount;
   Ipp32s reserved;
-  FftPass passes[kMaxFftPasses];  // of bands / 2 points; their spans count the slots of a batch
+  FftPass passes[kMaxFftPasses];  // for bands / 2 points; their spans count the slots of a batch
   // The window by phase and lag.
   Ipp32f taps[kIppsSbrBands][kQmfTaps];
-  // Cosine and sine of the rotations around the transform, the first with its scale.
+  // Cosine and sine of the rotations before and after the transform; the first includes the scale.
   Ipp32f before[2][kIppsSbrBands / 2];
   Ipp32f after[2][kIppsSbrBands / 2];
   Ipp32f rotation[2][kIppsSbrBands];  // of subbands: cosine and sine
   Ipp32f twiddles[kIppsSbrBands];
 };
 
-// Floats that a call works in: rows of all slots, two transforms' inputs and results, their passes.
+// Floats in a call's work buffer: rows of all slots, inputs and results of two transforms, their passes.
 inline constexpr int kQmfWorkFloats = 2 * kIppsSbrBands * kQmfPitch + 6 * kIppsSbrBands * kQmfBatch;

@@ -4,7 +4,7 @@
 #include "dsp/ipps_types.h"
 
 inline constexpr int kQmfWindowLength = 640;
-inline constexpr Ipp32f kQmfWindow[kQmfWindowLength] = {  // c[0] and on
+inline constexpr Ipp32f kQmfWindow[kQmfWindowLength] = {  // c[0] onwards
     0.0f,
     -0.00055252865047f,
     -0.00056176925738f,

@@ -1,7 +1,6 @@
-// The AAC decoder on hostile bytes. The first byte says how: its upper six bits how long a configuration is
-// that comes first, the lowest bit whether that one describes raw access units or what follows headers;
-// the bit above asks for two channels and for twice the core's frequency where there is spectral band
-// replication.
+// The AAC decoder with hostile bytes. The first byte selects the mode: its upper six bits are the length of a
+// leading configuration; the lowest bit selects whether that describes raw access units or units with
+// headers; the bit above requests two channels and, with SBR, twice the core's frequency.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// The decode wrapper on samples of AAC.
+// The decode wrapper with AAC samples.
 #include "fuzz/wrapper_fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

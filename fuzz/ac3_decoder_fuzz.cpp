@@ -1,5 +1,5 @@
-// The AC-3 decoder on hostile bytes. The first byte says how: the output mode, the LFE flag, and whether the
-// checksums of what looks like frames are made right first, so that what is behind them is reached.
+// The AC-3 decoder with hostile bytes. The first byte selects the output mode, the LFE flag, and whether the
+// checksums of apparent frames are corrected first, to reach the code after the check.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-// The decode wrapper on samples of AC-3, their checksums made right so that what is behind them is reached.
+// The decode wrapper with AC-3 samples, with checksums corrected to reach the code after the check.
 #include "fuzz/wrapper_fuzz.h"
 #include "tests/audio/ac3_checksums.h"
 

@@ -1,4 +1,4 @@
-// Any payload of any box type: read, written and read again, it has the same fields.
+// Any payload of any box type: read, written and read again, its fields must be the same.
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// The text of a type's four bytes.
+// The four bytes of a type as text.
 std::string nameOf(std::uint32_t type) {
   std::string name;
   for (int shift = 24; shift >= 0; shift -= 8) name += static_cast<char>(type >> shift);
@@ -25,7 +25,7 @@ Bytes written(Mp4Payload& payload) {
   return out.bytes;
 }
 
-// What was understood of a payload must read back as itself, ahead of the child boxes that stood behind it.
+// The parsed part of a payload must round-trip, and precede the child boxes that followed it.
 void checkRoundTrip(const Mp4BoxType& row, const Bytes& payload) {
   const std::unique_ptr<Mp4Payload> first(row.make());
   Mp4FieldReader fields(payload);
@@ -41,7 +41,7 @@ void checkRoundTrip(const Mp4BoxType& row, const Bytes& payload) {
 
 }  // namespace
 
-// The first byte chooses the type out of the type table, the rest is the payload.
+// The first byte selects a type from the type table; the rest is the payload.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const auto& table = Mp4BoxTypeTable();
@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Bytes payload(data + 1, data + size);
   if (row.make) checkRoundTrip(row, payload);
 
-  // As a box of a file, with its children.
+  // As a box in a file, with its children.
   const Bytes bytes = box(row.type ? nameOf(row.type) : "zzzz", {payload});
   Mp4MemoryStream stream(bytes.data(), bytes.size());
   const Mp4BoxPtr root(Mp4ReadRoot(stream, true));

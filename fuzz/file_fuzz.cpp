@@ -1,5 +1,5 @@
-// A whole file through the media-file object: opened, described, its frames, captions and sound read in a
-// changing order, its key frames looked for, closed.
+// A complete file through the media-file object: open, describe, read frames, captions and audio in varying
+// order, find key frames, close.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -13,9 +13,9 @@
 
 namespace {
 
-// Frames of one input that are read.
+// Maximum number of frames read per input.
 constexpr std::uint32_t kMostFrames = 64;
-// The mode in which the host asks for key frames.
+// The mode in which the host requests key frames.
 constexpr std::int8_t kVideoDirection = 1;
 
 void read(CMFFmp4& file, std::uint32_t frame, std::uint32_t mode) {
@@ -25,12 +25,12 @@ void read(CMFFmp4& file, std::uint32_t frame, std::uint32_t mode) {
   descriptor.data = buffer.data();
   descriptor.dataCapacity = static_cast<std::uint32_t>(buffer.size() - 1);
   const bool delivered = file.Read(frame, 1, 1, mode, &descriptor, nullptr) == VL_OK;
-  // More caption bytes than the area holds, or more bytes than the buffer takes, are no answer.
+  // More caption bytes than the array holds, or more bytes than the buffer takes, are invalid results.
   if (descriptor.captionBytes > sizeof descriptor.captions) std::abort();
   if (delivered && descriptor.bytes >= buffer.size()) std::abort();
 }
 
-// Ranges of sound from the start, and from anywhere in a track of `total` sample frames.
+// Ranges of audio from the start, and from anywhere in a track of `total` PCM frames.
 void readSound(CMFFmp4& file, std::uint32_t total, std::minstd_rand& random) {
   constexpr std::uint32_t kMostSamples = 4096;
   std::vector<std::uint8_t> buffer(kMostSamples * 16);
@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   return 0;
 }
 
-// The input is the file. Its last byte, sample data where the file is whole, decides the order of reading.
+// The input is the file. Its last byte, sample data in an intact file, determines the read order.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const TempFolder folder;
   const std::string path = folder.file("clip.mp4");

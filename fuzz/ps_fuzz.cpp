@@ -1,6 +1,6 @@
-// The payloads of parametric stereo on hostile bytes, frame after frame. The lowest bit of the first byte
-// says whether frames have 960 samples. Then a payload's length, 0 for a frame without one, and its bytes
-// take turns.
+// Parametric stereo payloads with hostile bytes, frame after frame. The lowest bit of the first byte selects
+// frames of 960 samples. It is followed by alternating payload lengths, 0 for a frame without a payload, and
+// payload bytes.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -30,13 +30,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto room = std::make_unique<Room>();
   for (std::size_t at = 1; at < size;) {
     const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
-    // A block of exactly its size, so that the sanitizer sees any read beyond.
+    // A block of exactly this size, so that the sanitizer detects any read past its end.
     std::vector<std::uint8_t> bytes(data + at + 1, data + at + 1 + length);
     bytes.shrink_to_fit();
     at += 1 + length;
     BitWindow stream(bytes.data(), bytes.size());
     if (length > 0) ParsePsData(stream, 8 * length, slots, room->data);
-    // Now and then louder than any signal.
+    // Sometimes louder than any real signal.
     const float scale = length % 4 == 1 ? 0x1p20f : 1;
     int value = static_cast<int>(at);
     for (auto& slot : room->left) {

@@ -1,4 +1,4 @@
-// Any bytes as a recorded media file, walked and listed; and any text as its lists.
+// Any bytes as a recorded media file, scanned and listed; and any text as its manifests and playlists.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Nothing that is walked stands outside the file, and what stands whole in it covers it up to its end.
+// No scanned range is outside the file, and the complete ones cover it up to its end.
 void check(const RecordedMedia& media) {
   if (media.end() > media.size()) std::abort();
   std::uint64_t at = media.initialisationLength();
@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check(RecordedMedia(stream, "out.m4v", RecordedMedia::Data::All, problems));
   } catch (const NotRecorded&) {
   }
-  // A text equals itself where it is a document at all.
+  // A text equals itself if it is a document at all.
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   const std::string_view first = text.substr(0, size / 2), second = text.substr(size / 2);
   const std::string itself = manifestDifference(first, first);

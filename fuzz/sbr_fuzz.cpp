@@ -1,6 +1,6 @@
-// The payloads of spectral band replication on hostile bytes, frame after frame. The first byte says how: a
-// pair, frames of 960 samples, down-sampled, the core's frequency. Then a payload's length, its extension
-// type and its bytes take turns.
+// SBR payloads with hostile bytes, frame after frame. The first byte selects a pair, frames of 960 samples,
+// downsampling and the core's frequency. It is followed by alternating payload lengths, extension types and
+// payload bytes.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -23,13 +23,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto area = std::make_unique<SbrArea>();
   for (std::size_t at = 1; at < size;) {
     const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
-    // A block of exactly its size, so that the sanitizer sees any read beyond.
+    // A block of exactly this size, so that the sanitizer detects any read past its end.
     std::vector<std::uint8_t> bytes(data + at + 1, data + at + 1 + length);
     bytes.shrink_to_fit();
     at += 1 + length;
     SbrPayload payload{};
     if (length > 0) payload = {4, static_cast<std::uint32_t>(8 * length - 4), bytes[0] >> 4 == 14};
-    // Now and then as loud as a core can be.
+    // Sometimes at the maximum level of a core signal.
     const float scale = length % 4 == 1 ? kSampleLimit / 32768 : 1;
     for (int i = 0; i < 1024; ++i) core[i] = scale * static_cast<float>(i * 7919 % 65536 - 32768);
     BitWindow stream(bytes.data(), bytes.size());

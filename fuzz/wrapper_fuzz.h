@@ -1,4 +1,4 @@
-// The decode wrapper on hostile samples and requests, whatever the codec.
+// The decode wrapper with hostile samples and requests, for any codec.
 #pragma once
 
 #include <algorithm>
@@ -10,8 +10,8 @@
 #include "base/bit_window.h"
 #include "vlhost.h"
 
-// Takes the bytes as the format and a list of operations, two bytes each, a sample's bytes behind its own.
-// prepare(sample) may change a sample before it is decoded.
+// The input is the format and a list of operations, two bytes each; a sample's bytes follow its operation.
+// prepare(sample) may modify a sample before it is decoded.
 template <class Prepare>
 void FuzzWrapper(std::uint32_t codec, const std::uint8_t* data, std::size_t size, Prepare prepare) {
   vlSetLogSink([](void*, std::uint32_t, const char*) {}, nullptr);
@@ -45,7 +45,7 @@ void FuzzWrapper(std::uint32_t codec, const std::uint8_t* data, std::size_t size
       }
       case 3:
       case 4: {
-        // As a caller does, no further than what is held.
+        // Like a real caller, no further than the buffered frames.
         const std::uint64_t end = wrapper.BufferStart() + wrapper.BufferedFrames();
         const std::uint64_t frames =
             position < end ? std::min<std::uint64_t>(operand, end - position) : operand;

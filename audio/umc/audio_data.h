@@ -1,4 +1,4 @@
-// Media bytes that are sound, with the description of their format.
+// Audio data with a description of its format.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ class AudioData : public RuntimeClass<AudioData, MediaData> {
   using RuntimeClass::RuntimeClass;
   static const char* ClassName() { return "AudioData"; }
 
-  // Of the samples, as the decoder of the last frame has set it: what it does not know stays.
+  // Format of the samples, as set by the decoder of the last frame; fields it does not know are unchanged.
   AudioStreamInfo m_info;
   std::uint32_t m_isSigned = 0;  // 1: the samples are signed integers
 };

@@ -9,13 +9,13 @@ namespace UMC {
 inline constexpr std::uint32_t UMC_STREAM_PCM = 1;
 inline constexpr std::uint32_t UMC_STREAM_AAC = 2048;
 inline constexpr std::uint32_t UMC_STREAM_AC3 = 4096;
-// Raw AAC access units whose format an AudioSpecificConfig tells (ISO/IEC 14496-3, 1.6.2.1).
+// Raw AAC access units whose format is given by an AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1).
 inline constexpr std::uint32_t UMC_STREAM_AAC_CONFIGURED = 2065;
 
 struct AudioStreamInfo {
   std::uint32_t channels = 0;
   std::uint32_t sampleFrequency = 0;  // hertz
-  std::uint32_t bitRate = 0;          // bits a second
+  std::uint32_t bitRate = 0;          // bits per second
   std::uint32_t bitsPerSample = 0;
   double duration = 0;  // seconds
   std::uint32_t streamType = 0;

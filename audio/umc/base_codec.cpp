@@ -17,7 +17,7 @@ Status BaseCodec::Init(BaseCodecParams* params) {
     m_allocator = borrowed;
     return UMC_OK;
   }
-  // One that was borrowed from earlier parameters may be gone by now.
+  // An allocator borrowed from earlier parameters may no longer exist.
   if (m_ownAllocator == nullptr) m_ownAllocator.reset(new (std::nothrow) DefaultMemoryAllocator);
   m_allocator = m_ownAllocator.get();
   return m_allocator != nullptr ? UMC_OK : UMC_ERR_ALLOC;

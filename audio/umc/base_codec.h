@@ -1,4 +1,4 @@
-// The bases of all codecs.
+// The base class of all codecs.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace UMC {
 
-// A codec object is used by one thread at a time.
+// Not thread-safe.
 class BaseCodec : public RuntimeClass<BaseCodec> {
  public:
   static const char* ClassName() { return "BaseCodec"; }
@@ -20,30 +20,30 @@ class BaseCodec : public RuntimeClass<BaseCodec> {
   BaseCodec();
   ~BaseCodec() override;
 
-  // Takes the allocator from the parameters; where there is none in them, the one that was set; where none
-  // was set, one of its own. Parameters may be null. -883 without memory.
+  // Uses the allocator in the parameters, else the one that was set, else one of its own. Parameters may be
+  // null. -883 without memory.
   virtual Status Init(BaseCodecParams* params);
-  // The operations that a codec adds; -878 where it does not.
+  // Operations implemented by codecs; -878 where not implemented.
   virtual Status GetFrame(MediaData* input, MediaData* output);
   virtual Status GetInfo(BaseCodecParams* params);
   virtual Status Close();
   virtual Status Reset();
   virtual Status SetParams(BaseCodecParams* params);
 
-  // Sets the allocator to use, which outlives the codec; before Init. -995 for null, -999 when another is in
-  // use.
+  // Sets the allocator to use, which must outlive the codec; before Init. -995 for null, -999 if another is
+  // in use.
   virtual Status SetMemoryAllocator(MemoryAllocator* allocator);
 
-  // A block of the allocator in use: its address or null, and a status, -998 without an allocator.
+  // Locks a block of the allocator in use: its address or null, and a status, -998 without an allocator.
   virtual void* LockMemory(MemoryId identifier);
   virtual Status UnlockMemory(MemoryId identifier);
   virtual Status FreeMemory(MemoryId identifier);
-  // Keeps a word that tells how the stream is played (0: normal); returns 0.
+  // Stores a word that specifies how the stream is played (0: normal); returns 0.
   virtual Status SetTrickPlayMode(std::uint32_t mode);
 
  protected:
-  MemoryAllocator* m_allocator = nullptr;     // in use
-  MemoryAllocator* m_setAllocator = nullptr;  // by SetMemoryAllocator
+  MemoryAllocator* m_allocator = nullptr;     // the allocator in use
+  MemoryAllocator* m_setAllocator = nullptr;  // set by SetMemoryAllocator
   std::unique_ptr<MemoryAllocator> m_ownAllocator;
   std::uint32_t m_trickPlayMode = 0;
   std::uint32_t m_reserved[25] = {};

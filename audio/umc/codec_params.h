@@ -1,4 +1,4 @@
-// What codecs are told at Init and SetParams, and what they tell at GetInfo.
+// Parameters passed to codecs in Init and SetParams, and returned by GetInfo.
 #pragma once
 
 #include <cstdint>
@@ -55,7 +55,7 @@ class AC3DecoderParams : public RuntimeClass<AC3DecoderParams, AudioCodecParams>
   float m_gain = 1.0f;
 };
 
-// What GetInfo tells of an AC-3 stream beyond its format: the values of its codes (ATSC A/52, 5.4.2).
+// What GetInfo returns about an AC-3 stream besides its format: header fields (ATSC A/52, 5.4.2).
 class AC3StreamParams : public RuntimeClass<AC3StreamParams, AudioCodecParams> {
  public:
   static const char* ClassName() { return "AC3StreamParams"; }
@@ -64,9 +64,9 @@ class AC3StreamParams : public RuntimeClass<AC3StreamParams, AudioCodecParams> {
   std::uint32_t m_serviceType = 0;   // bsmod
   std::uint32_t m_codingMode = 0;    // acmod
   std::uint32_t m_lfe = 0;           // lfeon
-  std::uint32_t m_surroundMode = 0;  // dsurmod; 0 for other coding modes than 2/0
+  std::uint32_t m_surroundMode = 0;  // dsurmod; 0 for coding modes other than 2/0
   std::uint32_t m_dialogueLevels[2] =
-      {};  // dialnorm, dB below full scale, by programme; 0 where there is none
+      {};  // dialnorm, dB below full scale, by programme; 0 where it is absent
 };
 
 }  // namespace UMC

@@ -1,4 +1,4 @@
-// The allocator that codecs make for themselves: blocks from the heap, kept for later use once freed.
+// The codecs' default allocator: heap blocks, kept for reuse once freed.
 #pragma once
 
 #include "audio/umc/memory_allocator.h"
@@ -6,7 +6,7 @@
 
 namespace UMC {
 
-// Safe to use from several threads at a time.
+// Thread-safe.
 class DefaultMemoryAllocator : public RuntimeClass<DefaultMemoryAllocator, MemoryAllocator> {
  public:
   static const char* ClassName() { return "DefaultMemoryAllocator"; }
@@ -23,10 +23,10 @@ class DefaultMemoryAllocator : public RuntimeClass<DefaultMemoryAllocator, Memor
 
  private:
   struct Record {
-    std::uint8_t* memory;     // of ippsMalloc_8u, or null
+    std::uint8_t* memory;     // from ippsMalloc_8u, or null
     std::uint64_t size;       // bytes at `memory`
-    MemoryId identifier;      // 0: free, the memory may serve again
-    std::uint32_t alignment;  // of the block inside the memory
+    MemoryId identifier;      // 0: free, the memory may be reused
+    std::uint32_t alignment;  // alignment of the block inside the memory
     std::uint32_t lockCount;
     std::uint32_t freePending;  // set when freed while locked
   };
@@ -34,12 +34,12 @@ class DefaultMemoryAllocator : public RuntimeClass<DefaultMemoryAllocator, Memor
 
   [[nodiscard]] Record* Find(MemoryId identifier);
   [[nodiscard]] Record* FindReusable(std::size_t size, std::uint32_t alignment);
-  // A free record without memory, or null when the table cannot grow.
+  // A free record without memory, or null if the table cannot grow.
   [[nodiscard]] Record* AddRecord();
   [[nodiscard]] MemoryId NewIdentifier();
 
   Mutex m_mutex;
-  Record* m_records = nullptr;  // of ippsMalloc_8u
+  Record* m_records = nullptr;  // from ippsMalloc_8u
   std::size_t m_recordCount = 0;
   std::size_t m_recordCapacity = 0;
   MemoryId m_lastIdentifier = 0;

@@ -36,7 +36,7 @@ Status MediaData::SetDataSize(std::size_t size) {
 }
 
 Status MediaData::MoveDataPointer(std::ptrdiff_t bytes) {
-  // The magnitude of the most negative count, too, fits the unsigned type.
+  // The magnitude of the most negative count also fits the unsigned type.
   const std::uint64_t count =
       bytes < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(bytes) : static_cast<std::uint64_t>(bytes);
   if (count > (bytes < 0 ? Consumed() : m_dataSize)) return UMC_ERR_FAILED;
@@ -100,7 +100,7 @@ MediaData& MediaData::operator=(const MediaData& other) {
 }
 
 bool MediaData::Owns(const std::uint8_t* bytes) const {
-  // std::less orders pointers of different blocks, too.
+  // std::less also orders pointers into different blocks.
   const std::less<> before;
   return m_ownBlock != nullptr && !before(bytes, m_ownBlock) && before(bytes, m_ownBlock + m_ownBlockSize);
 }

@@ -1,4 +1,4 @@
-// Memory for codecs: blocks known by an identifier, which may lie elsewhere every time they are locked.
+// Memory for codecs: blocks known by an identifier, whose address may change each time they are locked.
 #pragma once
 
 #include <cstddef>
@@ -9,25 +9,25 @@
 
 namespace UMC {
 
-// Names a block; 0 names none.
+// Identifies a block; 0 is no block.
 using MemoryId = std::uint32_t;
 
 class MemoryAllocator : public RuntimeClass<MemoryAllocator> {
  public:
   static const char* ClassName() { return "MemoryAllocator"; }
 
-  // Makes a block of `size` bytes that starts at a multiple of `alignment` and stores its identifier, 0
-  // when there is none. -876 for a null identifier, no size or a bad alignment; -883 without memory. `flags`
-  // is for other implementations.
+  // Allocates a block of `size` bytes aligned to `alignment` and stores its identifier, or 0 on failure. -876
+  // for a null identifier, zero size or an invalid alignment; -883 without memory. `flags` is for other
+  // implementations.
   virtual Status Alloc(MemoryId* identifier, std::size_t size, std::uint32_t flags,
                        std::uint32_t alignment) = 0;
-  // The block's address, good until the matching Unlock; null for an unknown identifier.
+  // The block's address, valid until the matching Unlock; null for an unknown identifier.
   virtual void* Lock(MemoryId identifier) = 0;
   // -999 for an unknown identifier or a block that is not locked.
   virtual Status Unlock(MemoryId identifier) = 0;
-  // Gives a block back; while it is locked, as soon as it no longer is. -999 for an unknown identifier.
+  // Frees a block; a locked block is freed once it is unlocked. -999 for an unknown identifier.
   virtual Status Free(MemoryId identifier) = 0;
-  // Gives all memory back, whatever is locked. Returns 0.
+  // Frees all memory, even of locked blocks. Returns 0.
   virtual Status Close() = 0;
 };
 

@@ -5,22 +5,22 @@
 
 namespace UMC {
 
-// A critical section: the thread that holds it may take it again.
+// A recursive lock.
 class Mutex {
  public:
   void Lock() { m_mutex.lock(); }
   void Unlock() { m_mutex.unlock(); }
-  // Takes the lock if no other thread holds it.
+  // Acquires the lock unless another thread holds it.
   bool TryLock() { return m_mutex.try_lock(); }
 
  private:
   std::recursive_mutex m_mutex;
 };
 
-// Counts the locks taken through it and releases what is left of them at its end.
+// Counts the locks acquired through it and releases the remaining ones on destruction.
 class ScopedLock {
  public:
-  // Takes the lock once.
+  // Acquires the lock once.
   explicit ScopedLock(Mutex& mutex) : m_mutex(mutex) { Lock(); }
   ScopedLock(const ScopedLock&) = delete;
   ScopedLock& operator=(const ScopedLock&) = delete;

@@ -1,29 +1,29 @@
-// Run-time class checks that also hold between modules which each have their own copy of a class.
+// Run-time class checks that also work between modules which each have their own copy of a class.
 #pragma once
 
 #include <cstring>
 
 namespace UMC {
 
-// Every class answers by a function of its own, whose address tells the class inside one module and whose
-// text tells it everywhere.
+// Each class is identified by a function: its address identifies the class within one module, the text it
+// returns identifies it everywhere.
 using ClassNameFunction = const char* (*)();
 
-// The root: the first two virtual operations of every class.
+// The root class: the first two virtual operations of every class.
 class RuntimeObject {
  public:
   RuntimeObject() = default;
   RuntimeObject(const RuntimeObject&) = delete;
   RuntimeObject& operator=(const RuntimeObject&) = default;
 
-  // True when `function` is the class-name function of this object's class or of one of its bases.
+  // True if `function` is the class-name function of this object's class or of one of its bases.
   [[nodiscard]] virtual bool IsClass(ClassNameFunction function) const = 0;
-  // The same by the class name's text.
+  // The same by the text of the class name.
   [[nodiscard]] virtual bool IsClassNamed(const char* name) const = 0;
   virtual ~RuntimeObject() = default;
 };
 
-// Gives Derived, which has a static ClassName(), both checks. Bases are asked in turn.
+// Implements both checks for Derived, which has a static ClassName(). Bases are checked in turn.
 template <class Derived, class Base = RuntimeObject>
 class RuntimeClass : public Base {
  public:
@@ -42,7 +42,7 @@ class RuntimeClass : public Base {
   }
 };
 
-// `object` as a T, or null when it is none (or null).
+// `object` as a T, or null if it is not one (or is null).
 template <class T, class Object>
 T* DynamicCast(Object* object) {
   if (object == nullptr) return nullptr;

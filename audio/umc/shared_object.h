@@ -1,4 +1,4 @@
-// What all decoders of a kind share: made by the first that needs it, gone with the module.
+// An object shared by all decoders of a kind: created on first use, destroyed with the module.
 #pragma once
 
 #include <atomic>
@@ -7,12 +7,12 @@
 
 namespace UMC {
 
-// Holds a T. Safe to use from several threads at a time.
+// Holds a T. Thread-safe.
 template <class T>
 class SharedObject {
  public:
-  // The object. `make` returns it as a std::unique_ptr<const T>, null where memory is short: so is the result
-  // then, and the next call tries again.
+  // The object. `make` returns it as a std::unique_ptr<const T>, or null if memory is exhausted; the result
+  // is then null as well, and the next call tries again.
   template <class Make>
   const T* Get(Make make) {
     const T* made = m_made.load(std::memory_order_acquire);

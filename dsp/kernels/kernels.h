@@ -1,4 +1,4 @@
-// The inner loops that exist once per instruction set, and the choice among them.
+// The inner loops, implemented once per instruction set, and the selection among them.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@
 #include "dsp/ipps_types.h"
 #include "dsp/kernels/ps_kernels.h"
 
-// One pass of a mixed-radix fast Fourier transform (Stockham's autosorting form): radix x span
-// transforms of `radix` points, whose results go in order.
+// One pass of a mixed-radix fast Fourier transform (Stockham's autosort form): radix x span transforms of
+// `radix` points, with results in natural order.
 struct FftPass {
   Ipp32s radix;          // 2, 3, 4 or 5
   Ipp32s span;           // points that share a twiddle factor: the product of the earlier radices
@@ -21,32 +21,32 @@ struct FftPass {
 
 inline constexpr int kMaxFftPasses = 8;
 
-// The prepared constants of an MDCT, either way. The values follow the record in memory, so that a plan may
-// be moved as a block of bytes.
+// The prepared constants of an MDCT in either direction. The values follow the record in memory, so that a
+// plan may be moved as a block of bytes.
 struct MdctPlan {
   Ipp32s length;  // samples of the window, twice the coefficients
-  Ipp32s points;  // length / 4: the transform rests on a complex one of this size
+  Ipp32s points;  // length / 4: size of the underlying complex transform
   Ipp32s passCount;
   Ipp32s reserved;
   FftPass passes[kMaxFftPasses];
 
-  // Values: cosine and sine of the rotation before the transform (scale included), then those after it,
-  // `points` each, then the twiddle factors.
+  // Values: cosine and sine of the rotation before the transform (scale included), then those of the rotation
+  // after it, `points` each, then the twiddle factors.
   [[nodiscard]] const Ipp32f* Values() const { return reinterpret_cast<const Ipp32f*>(this + 1); }
 };
 
 struct IppsMDCTInvSpec_32f : MdctPlan {};
 struct IppsMDCTFwdSpec_32f : MdctPlan {};
 
-// Sums over time of products of QMF samples x[1] to x[length - 1] of `length` + 2, by subband; real and
-// imaginary parts apart.
+// Sums over time of products of the QMF samples x[1] to x[length - 1], out of `length` + 2, by subband; real
+// and imaginary parts are stored separately.
 struct Covariance {
   Ipp32f power[kIppsSbrAnalysisBands];    // |x[n]|^2
   Ipp32f lag1[2][kIppsSbrAnalysisBands];  // x[n + 1] conj(x[n])
   Ipp32f lag2[2][kIppsSbrAnalysisBands];  // x[n + 2] conj(x[n]), x[0] and x[length - 1] included
 };
 
-// Sizes are in elements; pointers need no alignment.
+// Sizes are in elements; pointers need no particular alignment.
 struct Kernels {
   // See ippsMDCTInv_32f; `work` holds length / 2 values.
   void (*mdctInverse)(const MdctPlan& plan, const Ipp32f* source, Ipp32f* destination, Ipp32f* work);
@@ -97,12 +97,12 @@ struct Kernels {
   PsKernels ps;
 };
 
-// The kernels in plain C++.
+// The plain C++ kernels.
 const Kernels& PlainKernels();
 
-// The vector kernels for the best instruction set of this machine, or null where there is none or the
-// library was built without them.
+// The vector kernels for the best instruction set of this machine; null if it has none or the library was
+// built without them.
 const Kernels* SimdKernels();
 
-// The kernels in use: chosen once, vector ones where there are any.
+// The active kernels, selected once: vector kernels if available.
 const Kernels& ActiveKernels();

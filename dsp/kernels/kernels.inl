@@ -1,15 +1,15 @@
-// The kernels, written once over "lanes": a type that says how many values are worked on at a time and how.
-// Included inside one namespace per instruction set, after WideLanes (as many lanes as there are) and
-// FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas
-// with the instruction set where the compiler needs it, VL_LANES_INLINE functions that must become part of
+// The kernels, written once in terms of "lanes": a type that defines how many values are processed at a time
+// and how. Included in one namespace per instruction set, after WideLanes (the full vector width) and
+// FourLanes have been defined there, and therefore without an include guard. VL_LANES_ATTR marks lambdas with
+// the instruction set where the compiler needs it; VL_LANES_INLINE marks functions that must be inlined into
 // their callers.
 
-// At any address.
+// `p` need not be aligned.
 inline void StoreSample(Ipp16s sample, Ipp16s* p) {
   std::memcpy(p, &sample, sizeof sample);
 }
 
-// One value at a time: the remainders of the vector loops, and all there is in plain C++.
+// One value at a time: for the remainders of vector loops, and for everything in plain C++.
 struct OneLane {
   using V = float;
   static std::size_t Count() { return 1; }
@@ -42,13 +42,13 @@ struct OneLane {
   static V PowerOfHalf(const Ipp8u* exponent) { return std::bit_cast<float>((127u - *exponent) << 23); }
   // a where the byte is 0, else b
   static V WhereZero(const Ipp8u* p, V a, V b) { return *p == 0 ? a : b; }
-  // The generator's state factor * state + term, as a signed number.
+  // The generator's state, factor * state + term, as a signed number.
   static V Draw(Ipp32u state, const Ipp32u* factor, const Ipp32u* term) {
     return static_cast<float>(static_cast<Ipp32s>(*factor * state + *term));
   }
-  // What is no number becomes 0.
+  // NaN becomes 0.
   static V Clamp(V a, float low, float high) { return a == a ? std::clamp(a, low, high) : 0; }
-  // Rounded to nearest, ties to even, saturated.
+  // Rounds to nearest, ties to even, and saturates.
   static Ipp16s Round(V a) { return static_cast<Ipp16s>(std::lrint(Clamp(a, -32768.0f, 32767.0f))); }
   static void StoreRounded(V a, Ipp16s* p) { StoreSample(Round(a), p); }
   static void StoreRoundedPairs(V a, V b, Ipp16s* p) {
@@ -57,7 +57,7 @@ struct OneLane {
   }
 };
 
-// Calls body(lanes, i) for all i of [begin, end), in steps of the widest lanes that fit.
+// Calls body(lanes, i) for all i in [begin, end), in steps of the widest lanes that fit.
 template <class Body>
 inline void ForLanes(std::size_t begin, std::size_t end, Body body) {
   std::size_t i = begin;
@@ -65,7 +65,7 @@ inline void ForLanes(std::size_t begin, std::size_t end, Body body) {
   for (; i < end; ++i) body(OneLane(), i);
 }
 
-// A complex value a lane.
+// One complex value per lane.
 template <class L>
 struct Complex {
   typename L::V re, im;
@@ -104,7 +104,7 @@ inline Complex<L> TimesMinusI(Complex<L> a) {
   return {a.im, L::Neg(a.re)};
 }
 
-// The transforms of `radix` points, forward (negative exponent), x[j] to y[k].
+// Forward transforms (negative exponent) of `radix` points, from x[j] to y[k].
 template <class L>
 inline void Dft2(const Complex<L>* x, Complex<L>* y) {
   y[0] = x[0] + x[1];
@@ -164,7 +164,7 @@ inline void Dft(const Complex<L>* x, Complex<L>* y) {
   if constexpr (kRadix == 5) Dft5<L>(x, y);
 }
 
-// A pass whose lanes run over the points that share a twiddle factor; the span is a multiple of the lanes.
+// A pass whose lanes cover the points that share a twiddle factor; the span is a multiple of the lane count.
 template <int kRadix, class L>
 VL_LANES_INLINE void PassAcross(const FftPass& pass, const float* twiddles, const float* re, const float* im,
                                 float* outRe, float* outIm) {
@@ -199,7 +199,7 @@ VL_LANES_INLINE void Pass(const FftPass& pass, const float* twiddles, const floa
   }
 }
 
-// The first pass, of span 1 and radix 4: the lanes run over the groups.
+// The first pass, of span 1 and radix 4: the lanes cover the groups.
 inline void FirstPass(const FftPass& pass, const float* twiddles, const float* re, const float* im,
                       float* outRe, float* outIm) {
   const auto groups = static_cast<std::size_t>(pass.groups);
@@ -216,10 +216,10 @@ inline void FirstPass(const FftPass& pass, const float* twiddles, const float* r
   });
 }
 
-// The DCT of type IV by a complex transform of half its size between two rotations: from `source` to a form
-// y with y[2i] = work[i] and y[2i + 1] = -work[2n - 1 - i], n being the plan's points. `work` and `buffer`,
-// 2n values each, take turns as the passes' buffers such that the last pass ends in `work`; `source` is
-// neither.
+// The DCT-IV by a complex transform of half its size between two rotations: from `source` to a form y with
+// y[2i] = work[i] and y[2i + 1] = -work[2n - 1 - i], where n is the plan's points. `work` and `buffer`, 2n
+// values each, alternate as the passes' buffers so that the last pass ends in `work`; `source` is distinct
+// from both.
 inline void DctFour(const MdctPlan& plan, const float* source, float* buffer, float* work) {
   const auto n = static_cast<std::size_t>(plan.points);
   const std::size_t coefficients = 2 * n;
@@ -269,13 +269,13 @@ inline void DctFour(const MdctPlan& plan, const float* source, float* buffer, fl
   });
 }
 
-// The inverse MDCT: a DCT of type IV, unfolded.
+// The inverse MDCT: an unfolded DCT-IV.
 inline void MdctInverse(const MdctPlan& plan, const float* source, float* destination, float* work) {
   DctFour(plan, source, destination, work);
   const auto n = static_cast<std::size_t>(plan.points);
   const float* re = work;
   const float* im = work + n;
-  // The upper half of y, then all of it backwards and negated, then the lower half negated.
+  // The upper half of y, then all of it reversed and negated, then the lower half negated.
   ForLanes(n / 2, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     const auto mirrored = L::Reverse(L::Load(im + n - i - L::Count()));
@@ -293,8 +293,8 @@ inline void MdctInverse(const MdctPlan& plan, const float* source, float* destin
   });
 }
 
-// The forward MDCT: the window's quarters a, b, c, d folded to -c' - d and a - b', ' meaning backwards, then
-// a DCT of type IV.
+// The forward MDCT: the window's quarters a, b, c, d are folded to -c' - d and a - b', where ' denotes time
+// reversal, then transformed by a DCT-IV.
 inline void MdctForward(const MdctPlan& plan, const float* source, float* destination, float* work) {
   const auto n = static_cast<std::size_t>(plan.points);
   float* folded = work + 2 * n;

@@ -93,7 +93,7 @@ const Kernels* GetKernels() {
       AddProduct,       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
       ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
       ShapeRows,        kPsKernels};
-  // Emulated vectors gain nothing over plain code.
+  // Emulated vectors are no faster than plain code.
   return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
 }
 

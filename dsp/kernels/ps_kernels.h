@@ -1,24 +1,24 @@
-// The inner loops of parametric stereo (ISO/IEC 14496-3, 8.6.4) that exist once per instruction set. They
-// work on one QMF slot at a time. Spectra are vectors of real and of imaginary parts, by hybrid band.
+// The inner loops of parametric stereo (ISO/IEC 14496-3, 8.6.4), implemented once per instruction set. They
+// process one QMF slot at a time. Spectra are vectors of real and of imaginary parts, by hybrid band.
 #pragma once
 
 #include <cstddef>
 
 #include "dsp/ipps_types.h"
 
-// A bank of filters that read the same complex signal: for the output at time t,
-// y[q] = sum over i from -6 to 6 of tap(q, i) * x[t - i], where tap(q, -i) is the conjugate of tap(q, i).
+// A bank of filters with a common complex input. For the output at time t, y[q] = sum over i from -6 to 6 of
+// tap(q, i) * x[t - i], where tap(q, -i) is the conjugate of tap(q, i).
 struct PsFilterBank {
   static constexpr int kReach = 6;
   static constexpr int kMaxFilters = 12;
 
-  Ipp32s filters;  // a multiple of 4; those beyond the ones in use give 0
+  Ipp32s filters;  // a multiple of 4; filters beyond those in use output 0
   Ipp32f re[kReach + 1][kMaxFilters];
   Ipp32f im[kReach + 1][kMaxFilters];
 };
 
 inline constexpr int kPsAllPassLinks = 3;
-// Bands that pass all-pass filters at most, in whole vectors.
+// Maximum number of bands with all-pass filters, a multiple of the vector size.
 inline constexpr int kPsAllPassBands = 56;
 
 struct PsSpectrum {
@@ -26,16 +26,17 @@ struct PsSpectrum {
   Ipp32f* im;
 };
 
-// The constants of a bank of all-pass filters, one a band: the input turned by `phase`, then for every link
-// H(z) = (rotation z^-d - feedback) / (1 - feedback rotation z^-d), where d is the link's delay.
+// The constants of a bank of all-pass filters, one per band: the input is rotated by `phase`, then passed
+// through links of H(z) = (rotation z^-d - feedback) / (1 - feedback rotation z^-d), where d is the link's
+// delay.
 struct PsAllPassBank {
-  Ipp32s bands;  // a multiple of 4; all factors of those beyond the ones in use are 0
+  Ipp32s bands;  // a multiple of 4; all factors of bands beyond those in use are 0
   Ipp32f phase[2][kPsAllPassBands];
   Ipp32f rotation[kPsAllPassLinks][2][kPsAllPassBands];
   Ipp32f feedback[kPsAllPassLinks][kPsAllPassBands];
 };
 
-// What the links of a bank hold of one slot: real, then imaginary parts.
+// The state of a bank's links for one slot: real, then imaginary parts.
 using PsAllPassRow = Ipp32f[2][kPsAllPassBands];
 
 // Running mixing coefficients, by hybrid band: left = h[0] s + h[2] d, right = h[1] s + h[3] d; the imaginary
@@ -43,20 +44,20 @@ using PsAllPassRow = Ipp32f[2][kPsAllPassBands];
 inline constexpr int kPsHybridBands = 96;
 struct PsMixer {
   Ipp32f h[8][kPsHybridBands];
-  Ipp32f step[8][kPsHybridBands];  // added ahead of every slot
+  Ipp32f step[8][kPsHybridBands];  // added before every slot
 };
 
 struct PsKernels {
-  // The outputs of a bank for the middle one of 13 samples, complex, in the order of time.
+  // The outputs of a bank for the middle one of 13 complex samples in time order.
   void (*filter)(const PsFilterBank& bank, const Ipp32fc* samples, PsSpectrum out);
   // powers[i] = |in[i]|^2
   void (*power)(PsSpectrum in, Ipp32f* powers, std::size_t length);
-  // Takes complex values apart.
+  // Separates real and imaginary parts.
   void (*split)(const Ipp32fc* in, PsSpectrum out, std::size_t length);
-  // One slot through a bank. `links` are what each link held its delay ago, and become what it holds now.
+  // One slot through a bank. `links` hold each link's state from its delay ago, and receive its new state.
   void (*allPass)(const PsAllPassBank& bank, PsSpectrum in, PsAllPassRow* const* links, PsSpectrum out);
-  // Mixes the bands from `first` to `end` - 1 of `s`, and of `d` times `gains`, with the mixer's next
-  // coefficients. With `phases` these are complex.
+  // Mixes bands `first` to `end` - 1 of `s` and of `d` times `gains`, with the mixer's next coefficients,
+  // which are complex if `phases` is set.
   void (*mix)(PsMixer& mixer, bool phases, std::size_t first, std::size_t end, PsSpectrum s, PsSpectrum d,
               const Ipp32f* gains, Ipp32fc* left, Ipp32fc* right);
 };

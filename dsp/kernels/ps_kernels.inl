@@ -1,4 +1,4 @@
-// The kernels of parametric stereo. Included like kernels.inl, behind it.
+// The kernels of parametric stereo. Included like kernels.inl, after it.
 
 inline void PsFilter(const PsFilterBank& bank, const Ipp32fc* samples, PsSpectrum out) {
   constexpr int kReach = PsFilterBank::kReach;
@@ -57,7 +57,7 @@ inline void PsAllPass(const PsAllPassBank& bank, PsSpectrum in, PsAllPassRow* co
   });
 }
 
-// The mixer's coefficients from `k` on of one kind, moved on by a slot.
+// The mixer's coefficients of one kind from `k` on, advanced by one slot.
 template <class L>
 inline typename L::V PsNextCoefficients(PsMixer& mixer, int kind, std::size_t k) {
   const auto next = L::Add(L::Load(mixer.h[kind] + k), L::Load(mixer.step[kind] + k));

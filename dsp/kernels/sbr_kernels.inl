@@ -1,8 +1,8 @@
-// The kernels of spectral band replication, included behind kernels.inl in the same way.
+// The kernels of SBR. Included like kernels.inl, after it.
 
-// Calls body(lanes, i) for all i of [0, end) such that every lane does, in steps of the widest lanes that
-// fit. Where the count is no multiple of them, the last step overlaps the one before: the body may meet the
-// same i twice.
+// Calls body(lanes, i) for all i in [0, end) with all lanes active, in steps of the widest lanes that fit. If
+// the count is not a multiple of the lane count, the last step overlaps the previous one: the body may
+// process the same i twice.
 template <class Body>
 inline void ForOverlappingLanes(std::size_t end, Body body) {
   const auto run = [=](auto lanes) VL_LANES_ATTR {
@@ -42,7 +42,7 @@ inline Complex<L> Zero() {
   return {L::Set(0), L::Set(0)};
 }
 
-// The square of four rows' next four values, turned: destination[i] receives value i of each.
+// Transposes the next four values of four rows: destination[i] receives value i of each row.
 inline void Transpose4(const float* const (&rows)[4], float* destination, std::size_t pitch) {
   float turned[16];
   for (std::size_t i = 0; i < 4; i += FourLanes::Count()) {
@@ -52,8 +52,8 @@ inline void Transpose4(const float* const (&rows)[4], float* destination, std::s
   for (std::size_t i = 0; i < 4; ++i) std::memcpy(destination + i * pitch, turned + 4 * i, 4 * sizeof(float));
 }
 
-// The DCT of type IV over the rows of a batch of slots, by a complex transform of half as many points
-// between two rotations. `work` holds twice as much as `in`.
+// The DCT-IV over the rows of a batch of slots, by a complex transform of half as many points between two
+// rotations. `work` is twice the size of `in`.
 inline void TransformRows(const IppsFilterSpec_SBR_32f& bank, const float* in, float* out, float* work) {
   using L = WideLanes;
   const auto bands = static_cast<std::size_t>(bank.bands);
@@ -90,7 +90,7 @@ inline void TransformRows(const IppsFilterSpec_SBR_32f& bank, const float* in, f
   }
 }
 
-// The last columns of a call's rows, kept for the next.
+// Keeps the last columns of a call's rows for the next call.
 inline void KeepHistory(const float* columns, std::size_t slots, float (*history)[kIppsSbrLag],
                         std::size_t rows) {
   for (std::size_t i = 0; i < rows; ++i) {
@@ -125,7 +125,7 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
   KeepHistory(columns, slots, state.history, kBands);
 
   for (std::size_t slot = 0; slot < slots; slot += kQmfBatch) {
-    // The window, folded for transforms of both symmetries; that of sines goes backwards.
+    // The window, folded for transforms of both symmetries; the sine part is reversed.
     for (std::size_t n = 0; n < kBands; ++n) {
       for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
         const float* now = columns + kIppsSbrLag + slot + q;
@@ -142,7 +142,7 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
     TransformRows(bank, sines, imaginary, passes);
     for (std::size_t k = 0; k < kBands; k += 2) {
       for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-        // Sines of odd subbands have the other sign.
+        // The sines of odd subbands are negated.
         const auto turn = [&](std::size_t band, auto sine) VL_LANES_ATTR {
           const auto cosine = L::Load(real + band * kQmfBatch + q);
           const auto c = L::Set(bank.rotation[0][band]), s = L::Set(bank.rotation[1][band]);
@@ -160,7 +160,7 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
   }
 }
 
-// Rows of the real and, backwards, the imaginary parts of a batch of slots.
+// Rows of the real parts and, in reverse order, of the imaginary parts of a batch of slots.
 inline void SplitParts(const Ipp32fc (*source)[kIppsSbrBands], std::size_t first, std::size_t slots,
                        std::size_t bands, float* real, float* imaginary) {
   using L = FourLanes;
@@ -181,7 +181,7 @@ inline void SplitParts(const Ipp32fc (*source)[kIppsSbrBands], std::size_t first
   }
 }
 
-// Turns the subbands in such rows.
+// Rotates the subbands in such rows.
 inline void RotateParts(const IppsFilterSpec_SBR_32f& bank, std::size_t bands, float* real,
                         float* imaginary) {
   using L = WideLanes;

@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::uint32_t kBitsPerSample = 16;
 
-// The profile flags grow by the first once data of spectral band replication were decoded; the second tells
-// that the stream has it, be it only by its configuration.
+// The first flag is added to the profile flags once SBR data were decoded; the second indicates that the
+// stream has SBR, even if only according to its configuration.
 constexpr std::uint32_t kProfileSbr = 16;
 constexpr std::uint32_t kSbrPresent = 0x100;
 
@@ -47,7 +47,7 @@ std::uint32_t ChannelMask(std::uint32_t channels) {
   return channels < std::size(kMasks) ? kMasks[channels] : 0;
 }
 
-// Channels only where the mix serves their count, else the stream's own.
+// Adopts the requested output channels if the downmix supports their number, otherwise the stream's own.
 void TakeOutputWishes(const AudioCodecParams& params, aac::DecoderState& state) {
   const std::uint32_t channels = params.m_output.channels;
   state.outputChannels = channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;

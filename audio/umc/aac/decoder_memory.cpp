@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t kBlockAlignment = 16;
 
-// Makes a block and locks it. Null without memory.
+// Allocates a block and locks it. Null without memory.
 void* MakeBlock(MemoryAllocator& allocator, std::size_t bytes, MemoryId& id) {
   void* block = nullptr;
   if (allocator.Alloc(&id, bytes, 0, kBlockAlignment) == UMC_OK) {
@@ -29,7 +29,7 @@ void FreeBlock(MemoryAllocator& allocator, MemoryId& id) {
   id = 0;
 }
 
-// The block at its place; null for one that was not made.
+// The address of a locked block; null for one that was not allocated.
 template <class Area>
 Area* LockBlock(MemoryAllocator& allocator, MemoryId id) {
   return id == 0 ? nullptr : static_cast<Area*>(allocator.Lock(id));

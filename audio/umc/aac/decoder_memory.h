@@ -1,4 +1,4 @@
-// A decoder's memory: blocks of an allocator, which may move them between operations.
+// A decoder's memory: blocks of an allocator, which may move between operations.
 #pragma once
 
 #include "audio/umc/memory_allocator.h"
@@ -11,14 +11,14 @@ struct PredictionArea;
 struct SbrArea;
 struct WorkArea;
 
-// The blocks' identifiers. The state and the work area serve every stream; the other areas are made once a
-// stream needs them.
+// The blocks' identifiers. Every stream needs the state and the work area; the other areas are allocated on
+// demand.
 class DecoderMemory {
  public:
-  // Makes the blocks that every stream needs; the allocator must outlive them. -883 without memory, and then
-  // there are none.
+  // Allocates the blocks that every stream needs, from an allocator that must outlive them. -883 without
+  // memory; no blocks are then allocated.
   Status Allocate(MemoryAllocator& allocator);
-  // Gives all blocks back.
+  // Frees all blocks.
   void Free();
 
  private:
@@ -31,7 +31,7 @@ class DecoderMemory {
   MemoryId m_predictions = 0;
 };
 
-// All blocks at their places for the time of one operation.
+// All blocks, locked for the duration of one operation.
 class LockedMemory {
  public:
   explicit LockedMemory(DecoderMemory& memory);
@@ -39,16 +39,16 @@ class LockedMemory {
   LockedMemory& operator=(const LockedMemory&) = delete;
   ~LockedMemory();
 
-  // False without blocks.
+  // False if there are no blocks.
   explicit operator bool() const { return m_complete; }
   [[nodiscard]] DecoderState& State() const { return *m_state; }
   [[nodiscard]] WorkArea& Work() const { return *m_work; }
-  // Null until they are made.
+  // Null until allocated.
   [[nodiscard]] SbrArea* Sbr() const { return m_sbr; }
   [[nodiscard]] PredictionArea* Predictions() const { return m_predictions; }
 
-  // Make the area where there is none: the first all zeros, the second for ForgetPredictions to start. False
-  // without memory.
+  // Allocate the area unless it exists: the first is zeroed, the second must be initialised by
+  // ForgetPredictions. False without memory.
   bool MakeSbr();
   bool MakePredictions();
 

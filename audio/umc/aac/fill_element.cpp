@@ -62,7 +62,7 @@ void ParseFillElement(BitWindow& stream, SbrPayload& sbr) {
         sbr.hasCrc = type == kSbrDataCrc;
         more = false;
         break;
-      default:  // fill data goes on to the end
+      default:  // fill data extend to the end
         more = false;
     }
   }

@@ -1,4 +1,4 @@
-// fill_element(): what may stand in it, found but not read (ISO/IEC 14496-3, 4.4.2.7).
+// fill_element(): locates its contents without decoding them (ISO/IEC 14496-3, 4.4.2.7).
 #pragma once
 
 #include "audio/umc/aac/sbr/data.h"
@@ -6,8 +6,8 @@
 
 namespace UMC::aac {
 
-// Goes through the element from behind its id. Where it carries an sbr_extension_data(), `sbr` receives its
-// place, else it stays as it is.
+// Parses the element after its id. If it carries an sbr_extension_data(), `sbr` receives its location;
+// otherwise it is unchanged.
 void ParseFillElement(BitWindow& stream, SbrPayload& sbr);
 
 }  // namespace UMC::aac

@@ -14,8 +14,8 @@ namespace {
 // id_syn_ele
 enum : std::uint32_t { kIdSce, kIdCpe, kIdCce, kIdLfe, kIdDse, kIdPce, kIdFil, kIdEnd };
 
-// How many bits of an element and of a pair's second channel stream the checksum protects (ISO/IEC
-// 14496-3, 1.A.2.2.3).
+// Maximum number of bits of an element, and of a pair's second channel stream, that the checksum protects
+// (ISO/IEC 14496-3, 1.A.2.2.3).
 constexpr std::size_t kCrcElementBits = 192;
 constexpr std::size_t kCrcSecondChannelBits = 128;
 
@@ -34,7 +34,7 @@ class BlockParser {
     m_block.elementCount = m_block.channelCount = m_block.couplingCount = m_block.streamCount = 0;
     m_block.hasProgram = false;
     const std::size_t blockStart = m_stream.Position();
-    // The element that a fill element's payload belongs to.
+    // The element to which a fill element's payload belongs.
     BlockElement* previous = nullptr;
     while (!m_stream.Overrun()) {
       const auto id = m_stream.Read(3);
@@ -90,7 +90,7 @@ class BlockParser {
                                         m_block.quantised, channel);
   }
 
-  // Counts an element with its channels; null when they are too many.
+  // Adds an element and its channels; null if there are too many.
   BlockElement* NewElement(ElementType type) {
     const int channels = ChannelsOf(type);
     if (m_block.channelCount + channels > kMaxChannels) return nullptr;
@@ -150,7 +150,7 @@ class BlockParser {
     m_stream.Seek(m_stream.Position() + 8 * bytes);
   }
 
-  // Notes where the payload of the element ahead lies.
+  // Records the location of the preceding element's payload.
   void ParseFill(std::size_t blockStart, BlockElement* element) {
     SbrPayload sbr{};
     ParseFillElement(m_stream, sbr);
@@ -159,7 +159,7 @@ class BlockParser {
     element->sbr = sbr;
   }
 
-  // Takes the next `bits` bits from `start` into the checksum, zeros behind where the parser stands.
+  // Feeds `bits` bits from `start` into the checksum, with zeros for those past the parser's position.
   void Protect(std::size_t start, std::size_t bits) {
     if (m_crc == nullptr || m_stream.Overrun()) return;
     const std::size_t sent = std::min(bits, m_stream.Position() - start);
@@ -175,7 +175,7 @@ class BlockParser {
   Ipp32u* m_crc;
 };
 
-// Adds the spectra that are coupled at `point`.
+// Adds the spectra of coupling channels for the coupling point `point`.
 void CoupleSpectra(RawDataBlock& block, CouplingPoint point) {
   for (int i = 0; i < block.couplingCount; ++i) {
     if (block.couplings[i].point != point) continue;

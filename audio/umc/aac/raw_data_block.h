@@ -23,25 +23,25 @@ struct BlockElement {
   ElementType type;
   std::uint8_t tag;
   std::uint8_t stream;  // index of its first channel's stream
-  bool commonWindow;    // of a pair; `mask` counts only then
+  bool commonWindow;    // for a pair; `mask` is valid only if set
   StereoMask mask;
   SbrPayload sbr;  // its position counts from the block's start
 };
 
 struct RawDataBlock {
-  ChannelStream streams[kMaxStreams];  // first, which keeps their spectra aligned for vectors of 32 bytes
+  ChannelStream streams[kMaxStreams];  // first, to align the spectra for 32-byte vectors
   int elementCount;
-  int channelCount;  // of all elements
+  int channelCount;  // total for all elements
   int couplingCount;
   int streamCount;
   bool hasProgram;
   ProgramConfig program;  // the last one in the block
   BlockElement elements[kMaxChannels];
   Coupling couplings[kMaxCouplings];
-  std::int16_t quantised[kMaxFrameLength];  // room for one stream's lines
+  std::int16_t quantised[kMaxFrameLength];  // buffer for one stream's lines
 };
 
-// Calls visit(gains, targetStream) for every channel that a coupling channel is coupled to.
+// Calls visit(gains, targetStream) for every target channel of a coupling channel.
 template <class Visit>
 void ForEachCoupled(RawDataBlock& block, int coupling, Visit visit) {
   const Coupling& source = block.couplings[coupling];
@@ -61,24 +61,24 @@ void ForEachCoupled(RawDataBlock& block, int coupling, Visit visit) {
 
 enum class BlockStatus { kOk, kInvalid, kOverrun };
 
-// Reads a block of the object type, its alignment at the end included, and makes the spectra of its streams;
-// nothing but `block` changes. `crc`, where not null, takes in the bits that an ADTS checksum protects.
+// Reads a block of the object type, including its byte alignment at the end, and makes the spectra of its
+// streams; only `block` changes. `crc`, if not null, is updated with the bits that an ADTS checksum protects.
 BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
                               int objectType, RawDataBlock& block, Ipp32u* crc);
 
-// What the spectral tools know of a channel's past: its overlap, and what its object type predicts from.
+// A channel's history as used by the spectral tools: its overlap and its prediction state.
 struct ChannelPast {
   const FilterBankState* overlap;
-  PredictionState* prediction;  // null: of another object type
-  LtpState* ltp;                // likewise
+  PredictionState* prediction;  // null for other object types
+  LtpState* ltp;                // null for other object types
 };
 
-// Undoes noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on
-// `data`, the block's bytes; `past` is that of every stream.
+// Applies noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on
+// `data`, the block's bytes; `past` has the history of every stream.
 void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
                         const ChannelPast* past, FilterBankScratch& scratch, RawDataBlock& block);
 
-// The generator polynomial and start of the ADTS checksum, as ippsCRC32_8u takes them.
+// The generator polynomial and initial register of the ADTS checksum, as in ippsCRC32_8u.
 inline constexpr Ipp32u kAdtsCrcPolynomial = 0x80050000u;
 inline constexpr Ipp32u kAdtsCrcStart = 0xFFFF0000u;
 

@@ -17,7 +17,7 @@ const LayoutElement* FindElement(const Layout& layout, const BlockElement& eleme
   return found == end ? nullptr : found;
 }
 
-// True when the block has elements and every one of them is in the layout, none of them twice.
+// True if the block has elements and each of them is in the layout exactly once.
 bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   unsigned seen = 0;
   for (int i = 0; i < block.elementCount; ++i) {
@@ -30,13 +30,13 @@ bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   return seen != 0;
 }
 
-// The layout's element that the block's element `index` is.
+// The layout's element that corresponds to the block's element `index`.
 const LayoutElement& PlaceOf(const DecoderState& state, const RawDataBlock& block, int index) {
   return state.placedByProgram ? *FindElement(state.layout, block.elements[index])
                                : state.layout.elements[index];
 }
 
-// Blocks are predicted from those before.
+// Whether blocks are predicted from earlier ones.
 bool IsPredictive(int objectType) {
   return objectType == kObjectMain || objectType == kObjectLtp;
 }
@@ -51,7 +51,7 @@ void ForgetPredictions(int objectType, PredictionArea& area) {
   for (PredictionMemory& memory : area.couplings) ForgetPrediction(objectType, memory);
 }
 
-// Forgets what overlaps into the next block, and everything else that the channels keep.
+// Resets the overlap into the next block and all other channel state.
 void ForgetChannels(LockedMemory& memory) {
   DecoderState& state = memory.State();
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
@@ -60,7 +60,7 @@ void ForgetChannels(LockedMemory& memory) {
   if (memory.Sbr() != nullptr) ForgetSbr(*memory.Sbr());
 }
 
-// Calls visit(channel of the layout, index of its stream) for every channel that the block carries.
+// Calls visit(channel of the layout, index of its stream) for every channel in the block.
 template <class Visit>
 void ForEachCarried(const DecoderState& state, const RawDataBlock& block, Visit visit) {
   for (int i = 0; i < block.elementCount; ++i) {
@@ -70,7 +70,7 @@ void ForEachCarried(const DecoderState& state, const RawDataBlock& block, Visit 
   }
 }
 
-// The memory of every stream of the block. `area` is that of predictive object types.
+// Finds the history of every stream in the block. `area` is for predictive object types.
 void FindPasts(DecoderState& state, const RawDataBlock& block, PredictionArea* area, ChannelPast* pasts) {
   const int type = state.config.objectType;
   const auto setPast = [&](int stream, const FilterBankState& overlap, PredictionMemory* memory) {
@@ -86,7 +86,7 @@ void FindPasts(DecoderState& state, const RawDataBlock& block, PredictionArea* a
   }
 }
 
-// No channel is predicted from what was ahead of the start of its signal.
+// Whether no channel's prediction depends on anything before the start of its signal.
 bool ArePredictionsSettled(const DecoderState& state, const PredictionArea* area) {
   if (!IsPredictive(state.config.objectType)) return true;
   const auto settled = [&](const PredictionMemory& memory) {
@@ -101,18 +101,18 @@ bool IsMono(const Layout& layout) {
   return layout.elementCount == 1 && layout.elements[0].type == ElementType::kSingle;
 }
 
-// One channel becomes two, unless one is asked for: where parametric stereo is signalled, else from its first
-// data on.
+// Whether one channel is expanded to two: unless mono output is requested, if parametric stereo is signalled,
+// else from its first data on.
 bool HasParametricStereo(const DecoderState& state) {
   return (state.psSeen || state.config.psSignalled) && state.outputChannels != 1 && IsMono(state.layout);
 }
 
-// The channels that are mixed.
+// The channels before mixing.
 Layout RenderedLayout(const DecoderState& state) {
   return HasParametricStereo(state) ? LayoutOfConfiguration(2) : state.layout;
 }
 
-// The output has twice the core's sampling frequency.
+// Whether the output has twice the core's sampling frequency.
 bool IsDoubled(const DecoderState& state) {
   const bool coreAskedFor = state.outputFrequency == state.config.frequency;
   return HasSbr(state) && state.options.sbrDownSampled == 0 && !coreAskedFor;
@@ -126,8 +126,8 @@ int OutputLength(const DecoderState& state) {
   return IsDoubled(state) ? 2 * state.config.frameLength : state.config.frameLength;
 }
 
-// Turns the spectra of all channels of the layout into samples; `samples` receives where they are. What the
-// block does not carry is silent.
+// Transforms the spectra of all channels of the layout into samples; `samples` receives their addresses.
+// Channels that the block does not carry are silent.
 void SynthesiseChannels(DecoderState& state, WorkArea& work, PredictionArea* predictions,
                         const FilterBank& bank, float** samples) {
   RawDataBlock& block = work.block;
@@ -154,12 +154,12 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, PredictionArea* pre
   }
 }
 
-// Blocks in a row that were decoded with nothing missing, after which what was decoded before has faded from
-// all filters and factors that feed back.
+// Consecutive complete blocks after which earlier blocks have decayed from all recursive filters and smoothed
+// factors.
 constexpr int kFadingBlocks = 16;
 
-// Reads the parametric stereo that ReadSbrPayload has found in the element of a mono layout. False while it
-// rests on payloads that were not seen.
+// Reads the parametric stereo data that ReadSbrPayload has found in the element of a mono layout. False while
+// they depend on payloads that were not received.
 bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
   const SbrData& data = sbr.scratch.data;
   if (data.psBits > 0) {
@@ -174,8 +174,8 @@ bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
   return (data.psBits == 0 && !expected) || state.outputChannels == 1 || sbr.psData.Known();
 }
 
-// Adds an element's high band; `samples` are those of the core by channel, and then of the output. Returns
-// whether nothing was missing that came before.
+// Adds an element's high band; `samples` are those of the core by channel, then those of the output. Returns
+// whether the data of all earlier blocks it depends on were available.
 bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
                    float** samples) {
   const SbrFormat format = FormatOf(state);
@@ -221,8 +221,8 @@ void ReplicateBands(LockedMemory& memory, const std::uint8_t* data, std::size_t 
   sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kFadingBlocks) : 0;
 }
 
-// Makes the signal of an independently switched coupling channel. Where there is spectral band replication it
-// passes the filter banks as the channels do, but has no high band of its own.
+// Makes the signal of an independently switched coupling channel. With SBR it passes through the filter banks
+// like the other channels, but has no high band of its own.
 const float* MakeCoupledSignal(LockedMemory& memory, const FilterBank& bank, int index) {
   DecoderState& state = memory.State();
   WorkArea& work = memory.Work();
@@ -240,7 +240,7 @@ const float* MakeCoupledSignal(LockedMemory& memory, const FilterBank& bank, int
   return sbr.coupled;
 }
 
-// Forgets the coupling channels from number `first` on, which the block does not have.
+// Resets the coupling channels from index `first` on, which the block does not have.
 void ForgetCouplings(LockedMemory& memory, int first) {
   DecoderState& state = memory.State();
   for (int i = first; i < state.couplingsInUse; ++i) {
@@ -252,7 +252,7 @@ void ForgetCouplings(LockedMemory& memory, int first) {
   }
 }
 
-// Adds the signals of independently switched coupling channels to those of the output.
+// Adds the signals of independently switched coupling channels to the output's.
 void CoupleSignals(LockedMemory& memory, const FilterBank& bank, float* const* samples) {
   DecoderState& state = memory.State();
   RawDataBlock& block = memory.Work().block;
@@ -296,7 +296,7 @@ void WriteSamples(const DecoderState& state, WorkArea& work, const float* const*
   ippsJoin_32f16s_D2L(outputs, static_cast<std::size_t>(state.mix.outputs), length, output);
 }
 
-// The header of every element that may have one has come since Reset. One of low frequencies has none.
+// Whether the headers of all elements have been received since Reset, except LFE elements, which have none.
 bool AreHeadersSeen(const LockedMemory& memory) {
   const DecoderState& state = memory.State();
   if (!HasSbr(state)) return true;
@@ -318,7 +318,7 @@ bool CarriesSbr(const RawDataBlock& block) {
 bool AdoptLayout(LockedMemory& memory) {
   DecoderState& state = memory.State();
   const RawDataBlock& block = memory.Work().block;
-  // The container's description of the program counts, or its channel configuration (ISO/IEC
+  // The container's description of the program, or its channel configuration, takes precedence (ISO/IEC
   // 14496-3, 4.5.1.2).
   if (block.hasProgram && !state.told) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
@@ -359,7 +359,7 @@ void Restart(LockedMemory& memory) {
   if (state.started) {
     ForgetChannels(memory);
   } else if (memory.Predictions() != nullptr) {
-    // Nothing has been predicted yet, but the object type may be another one.
+    // Nothing has been predicted yet, but the object type may have changed.
     ForgetPredictions(state.config.objectType, *memory.Predictions());
   }
   state.started = state.sbrSeen = state.psSeen = false;
@@ -370,7 +370,7 @@ void Restart(LockedMemory& memory) {
 
 void PassLostBlock(LockedMemory& memory) {
   DecoderState& state = memory.State();
-  // Before the first block nobody knows whether there are headers.
+  // Before the first block it is unknown whether there are headers.
   state.blank |= state.started && AreHeadersSeen(memory);
   Restart(memory);
 }

@@ -12,9 +12,9 @@ namespace UMC::aac {
 
 namespace {
 
-// The longest frame of a channel (6144 bits: ISO/IEC 14496-3, 4.5.3.1), in bytes.
+// Maximum size of a channel's frame (6144 bits: ISO/IEC 14496-3, 4.5.3.1), in bytes.
 constexpr std::size_t kMaxChannelBytes = 768;
-// Consumed of a frame that cannot be right: enough to look for the next header after this one.
+// Bytes consumed of an invalid frame: enough for the search to start after its header.
 constexpr std::size_t kSkippedBytes = 3;
 
 Status StatusOf(BlockStatus status) {
@@ -34,8 +34,8 @@ BlockStatus Parse(LockedMemory& memory, BitWindow& stream, Ipp32u* crc) {
                            config.objectType, memory.Work().block, crc);
 }
 
-// Renders the parsed block, `blocks` of whose kind must fit the output. `start` and `end` are its bytes in
-// the stream.
+// Renders the parsed block; the output must have space for `blocks` blocks like it. `start` is the block's
+// first byte in the stream.
 Status Render(LockedMemory& memory, const BitWindow& stream, std::size_t start, int blocks,
               FrameRequest& request) {
   DecoderState& state = memory.State();
@@ -55,7 +55,7 @@ Status Render(LockedMemory& memory, const BitWindow& stream, std::size_t start, 
   return UMC_OK;
 }
 
-// A block that nothing but its own end delimits.
+// A raw block: its own syntax alone determines its end.
 Status DecodeRaw(LockedMemory& memory, FrameRequest& request) {
   const bool configured = memory.State().configured;
   BitWindow stream(request.input + request.consumed, request.inputSize - request.consumed);
@@ -72,7 +72,8 @@ Status DecodeRaw(LockedMemory& memory, FrameRequest& request) {
   return status;
 }
 
-// What a header says that has no room for more than the object types and frequencies of the first edition.
+// The configuration in an ADTS or ADIF header, which has only the object types and frequencies of the first
+// edition.
 AudioSpecificConfig ConfigOfHeader(int profile, int samplingIndex) {
   AudioSpecificConfig config{};
   config.objectType = profile + 1;
@@ -110,22 +111,22 @@ class AdtsFrame {
         m_data(request.input + start),
         m_size(request.inputSize - start) {}
 
-  // `header` is the parsed one at the frame's start.
+  // `header` is the parsed header at the frame's start.
   Status Decode(const AdtsHeader& header) {
     m_header = header;
     const int announced = header.channelConfiguration == 7 ? 8 : header.channelConfiguration;
-    // The header may tell fewer channels than the frame has, or none: then its elements decide.
+    // The header may specify fewer channels than the frame has, or none: then the elements decide.
     const bool tooLong = header.frameLength > LongestFrame(announced);
     if (header.frameLength > LongestFrame(kMaxStreams)) return Refuse(UMC_ERR_INVALID_STREAM);
     if (!tooLong && header.frameLength > m_size) return UMC_ERR_NOT_ENOUGH_DATA;
     return DecodeBlocks(tooLong);
   }
 
-  // Bytes of the input from the frame's start to consume.
+  // Bytes of input to consume from the frame's start.
   [[nodiscard]] std::size_t Used() const { return m_used; }
 
  private:
-  // Gives up on the frame: the next call looks for a header after this one.
+  // Rejects the frame: the next call searches for a header after this one.
   Status Refuse(Status status) {
     m_refused = true;
     m_used = kSkippedBytes;
@@ -136,8 +137,8 @@ class AdtsFrame {
     return static_cast<std::size_t>(channels * m_header.blocks) * kMaxChannelBytes + m_header.HeaderBytes();
   }
 
-  // Where the frame ends at the latest. The header's length counts when another header or nothing follows
-  // there; otherwise it is not to be trusted and only the input's end counts.
+  // The latest end of the frame. The header's length is trusted if another header, or nothing, follows there;
+  // otherwise the frame may extend to the input's end.
   [[nodiscard]] std::size_t Bound() const {
     const std::size_t length = m_header.frameLength;
     if (length < m_header.HeaderBytes() || length > m_size) return m_size;
@@ -168,7 +169,7 @@ class AdtsFrame {
     for (int i = 0; i < m_header.blocks; ++i) {
       if (!singleCrc) crc = kAdtsCrcStart;
       const Status status = DecodeBlock(stream, i, checkLength, m_header.protectionAbsent ? nullptr : &crc);
-      // What was decoded of a frame before it turns out to be damaged stays.
+      // Blocks decoded before the frame turns out to be damaged are kept.
       if (i > 0 && m_refused) return UMC_WRN_CRC_MISMATCH;
       if (status != UMC_OK) return status;
       if (singleCrc) {
@@ -181,7 +182,7 @@ class AdtsFrame {
     return crcMatches ? UMC_OK : UMC_WRN_CRC_MISMATCH;
   }
 
-  // Decodes block number `index` of the frame, at the stream's position.
+  // Decodes block `index` of the frame, at the stream's position.
   Status DecodeBlock(BitWindow& stream, int index, bool checkLength, Ipp32u* crc) {
     const std::size_t start = stream.Position() / 8;
     const BlockStatus parsed = Parse(m_memory, stream, crc);
@@ -194,7 +195,7 @@ class AdtsFrame {
     return rendered == UMC_ERR_INVALID_STREAM ? Refuse(rendered) : rendered;
   }
 
-  // Holds a frame that is too long for the channels that its header tells against those that it has.
+  // Checks a frame that is too long for its header's number of channels against the channels it actually has.
   Status CheckLength(BlockStatus parsed) {
     if (parsed == BlockStatus::kInvalid) return Refuse(UMC_ERR_INVALID_STREAM);
     const bool complete = parsed == BlockStatus::kOk;
@@ -216,7 +217,7 @@ class AdtsFrame {
   bool m_refused = false;
 };
 
-// Decodes the frame whose header lies at `start`.
+// Decodes the frame whose header is at `start`.
 Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& request) {
   const DecoderState& state = memory.State();
   request.consumed = start;
@@ -231,7 +232,7 @@ Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& reque
   request.consumed += frame.Used();
   if (status < UMC_OK) return status;
 
-  // Bytes after the frame that cannot begin another one go with it.
+  // Bytes after the frame that cannot begin another one are consumed with it.
   const std::uint8_t* rest = request.input + request.consumed;
   const std::size_t restSize = request.inputSize - request.consumed;
   const bool mayBeOthers =
@@ -246,7 +247,7 @@ Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& reque
 Status StartAdts(LockedMemory& memory, FrameRequest& request) {
   if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
   DecoderState& state = memory.State();
-  // Whoever takes access units out of a container has put a header before each.
+  // The container's access units have a header each, so that the first one is trusted.
   AdtsStart found{FindAdtsHeader(request.input, request.inputSize, AdtsRates::kAny), true};
   if (!state.told) found = FindAdtsStart(request.input, request.inputSize);
   if (found.offset == request.inputSize) {
@@ -282,7 +283,8 @@ Status DecodeAdts(LockedMemory& memory, FrameRequest& request) {
   return status;
 }
 
-// No decoder can be set up for a lossless stream, but its frames are not searched for headers of others.
+// Lossless streams are unsupported, but are recognised so that their frames are not searched for other
+// headers.
 Status StartAls(DecoderState& state, FrameRequest& request) {
   BitWindow stream(request.input, request.inputSize);
   AlsConfig als;

@@ -1,4 +1,4 @@
-// Finding frames in the forms that AAC streams come in, and decoding them.
+// Finds the frames in the stream formats of AAC and decodes them.
 #pragma once
 
 #include <cstddef>
@@ -10,24 +10,24 @@
 
 namespace UMC::aac {
 
-// One call's input and room for output.
+// One call's input and output buffer.
 struct FrameRequest {
   const std::uint8_t* input;
   std::size_t inputSize;
-  std::uint8_t* output;  // at any address
+  std::uint8_t* output;  // no particular alignment
   std::size_t outputSize;
-  std::size_t consumed;  // bytes of the input, set whatever the result
-  std::size_t produced;  // bytes of the output
+  std::size_t consumed;  // input bytes, set whatever the result
+  std::size_t produced;  // output bytes
 };
 
-// Decodes one frame. Without a form that is known, the input tells it.
+// Decodes one frame. If the stream format is unknown, it is detected from the input.
 Status DecodeFrame(LockedMemory& memory, FrameRequest& request);
 
-// Takes over what the container says about the stream, before its first frame. False for one that is not
-// served: its frames will be refused.
+// Adopts the container's description of the stream, before its first frame. False if it is unsupported: its
+// frames will be refused.
 bool TakeConfiguration(const AudioSpecificConfig& config, DecoderState& state);
 
-// The same for raw access units, which the caller frames.
+// The same for raw access units, supplied by the caller one at a time.
 bool ConfigureRaw(const AudioSpecificConfig& config, DecoderState& state);
 
 }  // namespace UMC::aac

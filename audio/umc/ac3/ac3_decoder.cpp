@@ -17,14 +17,14 @@ constexpr std::uint32_t kBlockAlignment = 16;
 constexpr std::uint32_t kBitsPerSample = 16;
 constexpr double kNoTime = -1.0;
 
-// Speakers as WAVE files name them, by audio coding mode.
+// Speaker mask as in WAVE files, by audio coding mode.
 std::uint32_t ChannelMask(int mode, bool lfe) {
   constexpr std::uint32_t kMasks[8] = {0x3, 0x4, 0x3, 0x7, 0x103, 0x107, 0x33, 0x37};
   constexpr std::uint32_t kLfeMask = 0x8;
   return kMasks[mode] | (lfe ? kLfeMask : 0);
 }
 
-// What every frame's samples are told of. The rest of `info` stays.
+// Describes the samples of every frame. The other fields of `info` are unchanged.
 void DescribeSamples(const ac3::DecoderState& state, AudioStreamInfo& info) {
   info.bitsPerSample = kBitsPerSample;
   info.channels = static_cast<std::uint32_t>(state.options.Channels());
@@ -61,7 +61,7 @@ void DescribeStream(const ac3::BitStreamInformation& info, AC3StreamParams& para
 
 }  // namespace
 
-// The state at its place for the time of one operation.
+// The state, locked in memory for the duration of one operation.
 class AC3Decoder::Locked {
  public:
   explicit Locked(AC3Decoder& decoder) : m_decoder(decoder) {

@@ -19,28 +19,27 @@ class AC3Decoder : public RuntimeClass<AC3Decoder, AudioCodec> {
   AC3Decoder() = default;
   ~AC3Decoder() override;
 
-  // Makes a decoder, with the options of the parameters where any are given, else with the default ones. -995
-  // for parameters that are no AC3DecoderParams, -883 no memory.
+  // Initialises the decoder with the options in the parameters, or with default ones. -995 if the parameters
+  // are not AC3DecoderParams, -883 no memory.
   Status Init(BaseCodecParams* params) override;
-  // Decodes one sync frame: 1536 sample frames of as many channels as the options tell, in the order left,
-  // right, centre, low frequency effects, left surround (or the only one), right surround. They go to the
-  // output's data pointer and become its data. The bytes used are consumed, with what precedes a sync word.
-  // The output gets the input's start time, or where that is -1 the end of the frame before, and its end.
-  // 4: a damaged frame, delivered as silence. -995 null arguments or buffers, -998 before Init, -996 not
-  // enough input for a frame, -879 a frame of a bit stream version that is not served (bsid above 10;
-  // consumed up to the next frame), -896 no room for the output: nothing is consumed then, and a damaged
-  // frame resets the decoder.
+  // Decodes one sync frame: 1536 PCM frames with the channels selected by the options, in the order left,
+  // right, centre, low frequency effects, left surround (or the only one), right surround. They are written
+  // at the output's data pointer and become its data. The bytes used are consumed, including any before the
+  // sync word. The output receives the input's start time, or the previous frame's end if that is -1, and its
+  // end time. 4: a damaged frame, output as silence. -995 null arguments or buffers, -998 before Init, -996
+  // not enough input for a frame, -879 a frame of an unsupported bit stream version (bsid above 10; consumed
+  // up to the next frame), -896 not enough space for the output: nothing is consumed, and a damaged frame
+  // resets the decoder.
   Status GetFrame(MediaData* input, MediaData* output) override;
-  // Describes both streams, and what the last good frame says of itself where the parameters are
-  // AC3StreamParams. 3 before the first good frame, -995 for parameters that are no AudioCodecParams, -998
-  // before Init.
+  // Describes both streams and, if the parameters are AC3StreamParams, the header fields of the last good
+  // frame. 3 before the first good frame, -995 if the parameters are not AudioCodecParams, -998 before Init.
   Status GetInfo(BaseCodecParams* params) override;
-  // Gives the memory back; returns 0.
+  // Frees the memory; returns 0.
   Status Close() override;
-  // Forgets the signal and its time, keeping the options. -998 before Init.
+  // Resets the signal and its time but keeps the options. -998 before Init.
   Status Reset() override;
-  // Takes over the options, each on its own and only where it lies in its range. -995 for parameters that
-  // are no AC3DecoderParams, -998 before Init.
+  // Adopts the options, each individually and only if it is within its range. -995 if the parameters are not
+  // AC3DecoderParams, -998 before Init.
   Status SetParams(BaseCodecParams* params) override;
 
  private:

@@ -1,5 +1,5 @@
-// Everything that a decoder keeps from call to call, and the room it works in: plain data without pointers
-// into itself, for it lives in a block that may lie elsewhere at every call.
+// The state that a decoder keeps from call to call, and its work area: plain data without pointers into
+// itself, as its memory block may move between calls.
 #pragma once
 
 #include <cstdint>
@@ -16,20 +16,20 @@ namespace UMC::ac3 {
 struct DecoderState {
   OutputOptions options;
   bool formatKnown;                // a good frame has been decoded
-  SyncInfo sync;                   // of the last good frame
-  BitStreamInformation info;       // likewise
+  SyncInfo sync;                   // last good frame
+  BitStreamInformation info;       // last good frame
   bool atFrame;                    // the next input begins where the last frame ended
-  std::uint32_t frequency;         // hertz, of the last frame
-  double endTime;                  // seconds, of the last frame
+  std::uint32_t frequency;         // hertz, last frame
+  double endTime;                  // seconds, last frame
   Overlap overlaps[kMaxChannels];  // by output channel
   AudioBlock block;
   TransformScratch scratch;
-  alignas(16) float sums[2][kBins];  // of one output channel's coefficients, without and with block switching
+  alignas(16) float sums[2][kBins];  // one output channel's coefficients, without and with block switching
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 static_assert(sizeof(DecoderState) < 64 * 1024);
 
-// Until the first frame tells.
+// Before the first frame.
 inline constexpr std::uint32_t kDefaultFrequency = 48000;
 
 }  // namespace UMC::ac3

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kHighestBandwidthCode = 60;
 
-// Calls visit(index) for the full bandwidth channels and the LFE channel, while it returns true.
+// Calls visit(index) for the full bandwidth channels and the LFE channel until it returns false.
 template <class Visit>
 bool ForEachChannel(const BitStreamInformation& info, Visit visit) {
   for (int i = 0; i < info.FullChannels(); ++i) {
@@ -20,7 +20,7 @@ bool ForEachChannel(const BitStreamInformation& info, Visit visit) {
   return !info.lfe || visit(kLfe);
 }
 
-// The same with the coupling channel, where it is in use, first.
+// The same, starting with the coupling channel if it is in use.
 template <class Visit>
 bool ForEachCoded(const BitStreamInformation& info, const AudioBlock& block, Visit visit) {
   if (block.coupling.inUse && !visit(kCoupling)) return false;
@@ -179,13 +179,13 @@ class SideInformation {
   AudioBlock& m_block;
 };
 
-// No offset at all stands for no mantissas at all (ATSC A/52, 7.2.2.7).
+// If all offsets are zero, there are no mantissas (ATSC A/52, 7.2.2.7).
 bool HasNoBits(const BitStreamInformation& info, const AudioBlock& block) {
   return block.allocation.coarseSnrOffset == 0 &&
          ForEachCoded(info, block, [&](int i) { return block.channels[i].allocation.fineSnrOffset == 0; });
 }
 
-// Those of the channel's bins, with noise where there are no bits.
+// Makes the coefficients of the channel's bins, with noise where there are no bits.
 void MakeCoefficients(const CodedChannel& channel, const float* mantissas, bool dithered,
                       DitherGenerator& generator, float* coefficients) {
   const auto start = static_cast<std::size_t>(channel.start);
@@ -222,7 +222,7 @@ bool ParseSideInformation(BitWindow& stream, const BitStreamInformation& info, A
 
 bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, AudioBlock& block) {
   const bool noBits = HasNoBits(info, block);
-  // The offset of one channel decides for all: coupling that begins or ends may do so, too.
+  // A change in one channel's offset affects all channels, as does the start or end of coupling.
   if (noBits != block.noBits) MarkAllStale(block);
   block.noBits = noBits;
   return ForEachCoded(info, block, [&](int i) {

@@ -13,33 +13,33 @@
 
 namespace UMC::ac3 {
 
-// One block. What a block does not say is as it was in the block before: the same record serves all blocks
-// of a frame.
+// One block. Fields that a block does not transmit keep their values from the previous block: the same record
+// is used for all blocks of a frame.
 struct AudioBlock {
   bool blockSwitch[kMaxFullChannels];
   bool dither[kMaxFullChannels];
-  std::uint8_t dynamicRange[2];  // words, by programme
+  std::uint8_t dynamicRange[2];  // control words, by programme
   CouplingStrategy coupling;
   CouplingCoordinates coordinates;
   Rematrixing rematrixing;
   SharedAllocation allocation;
-  // Sent in this frame: the first block must have all.
+  // Transmitted in this frame: the first block must transmit all.
   bool couplingKnown, allocationKnown, snrOffsetsKnown, couplingLeakKnown;
-  bool noBits;  // there are no mantissas at all
+  bool noBits;  // there are no mantissas in this block
   CodedChannel channels[kCodedChannels];
 };
 
-// Forgets everything, as the first block of a frame finds it.
+// Resets everything before the first block of a frame.
 void BeginFrame(AudioBlock& block);
 
-// Reads a block up to its mantissas, exponents decoded. False for what no stream may hold.
+// Reads a block up to its mantissas and decodes its exponents. False if the syntax is invalid.
 bool ParseSideInformation(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block);
 
-// Allocates the bits of the channels where something has changed. False for what no stream may hold.
+// Allocates the bits of the channels whose parameters have changed. False if the parameters are invalid.
 bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, AudioBlock& block);
 
-// Reads the mantissas and makes the coefficients of all channels, noise, coupling and rematrixing undone.
-// False for codes that stand for nothing.
+// Reads the mantissas and makes the coefficients of all channels, including noise, decoupling and
+// dematrixing. False for invalid codes.
 bool ParseCoefficients(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
                        DitherGenerator& generator);
 

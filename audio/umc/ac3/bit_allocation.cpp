@@ -24,7 +24,7 @@ constexpr std::array<std::uint8_t, kBins> MakeBandOfBin() {
 
 constexpr auto kBandOfBin = MakeBandOfBin();
 
-// Levels are in units of 1/512 of a factor of 2.
+// Levels are logarithmic: 128 units are a factor of 2 in amplitude (6 dB).
 int LevelOf(std::uint8_t exponent) {
   return 3072 - (exponent << 7);
 }
@@ -34,7 +34,7 @@ int AddLevels(int a, int b) {
   return std::max(a, b) + kLogAddition[difference];
 }
 
-// The compensation of what low frequencies mask less (lowcomp).
+// Compensation for the reduced masking at low frequencies (lowcomp).
 int LowCompensation(int before, int level, int next, int band) {
   if (band >= 20) return std::max(before - 128, 0);
   if (level + 256 == next) return band < 7 ? 384 : 320;
@@ -45,7 +45,7 @@ struct Range {
   int first, end;  // bands
 };
 
-// What the signal masks, by band (7.2.2.4).
+// The masking by the signal, by band (7.2.2.4).
 class Excitation {
  public:
   Excitation(AllocationKind kind, Range range, const int* levels, const SharedAllocation& shared,
@@ -74,9 +74,9 @@ class Excitation {
   }
 
  private:
-  static constexpr int kLowEnd = 22;  // bands with compensation
+  static constexpr int kLowEnd = 22;  // end of the bands with compensation
 
-  // The LFE channel ends with band 6, which therefore has no next one to look at.
+  // The LFE channel ends with band 6, which therefore has no next band.
   [[nodiscard]] bool HasNext(int band) const { return m_kind != AllocationKind::kLfe || band != 6; }
 
   void Compensate(int band) {
@@ -89,14 +89,14 @@ class Excitation {
     m_slowLeak = std::max(m_slowLeak - m_slowDecay, m_levels[band] - m_slowGain);
   }
 
-  // Returns the first band left to do.
+  // Returns the first band left to process.
   int ComputeLow() {
     int band = 0;
     for (; band < 2; ++band) {
       Compensate(band);
       m_excitation[band] = m_levels[band] - m_fastGain - m_compensation;
     }
-    // Up to the first rise there is nothing to leak from.
+    // Until the first rise there is no leak.
     for (bool falling = true; falling && band < 7; ++band) {
       Compensate(band);
       m_fastLeak = m_levels[band] - m_fastGain;
@@ -121,7 +121,7 @@ class Excitation {
   int m_compensation = 0;
 };
 
-// A band's level is the sum of its bins' (7.2.2.3).
+// A band's level is the sum of the levels of its bins (7.2.2.3).
 void IntegrateLevels(int start, int end, const std::uint8_t* exponents, int* levels) {
   for (int bin = start; bin < end;) {
     const int band = kBandOfBin[static_cast<std::size_t>(bin)];

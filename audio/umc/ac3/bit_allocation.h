@@ -1,5 +1,5 @@
-// The bit allocation: how finely each coefficient is quantised, derived from the exponents by a model of
-// masking (ATSC A/52, 7.2).
+// The bit allocation: the quantisation of each coefficient, derived from the exponents by a masking model
+// (ATSC A/52, 7.2).
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace UMC::ac3 {
 
-// Parameters that all channels share, as the codes that are sent.
+// Parameters shared by all channels, as transmitted codes.
 struct SharedAllocation {
   std::uint8_t slowDecay, fastDecay, slowGain, dbPerBit, floor;
   std::uint8_t coarseSnrOffset;
@@ -19,7 +19,7 @@ struct SharedAllocation {
 struct DeltaSegments {
   static constexpr int kMax = 8;
   std::uint8_t count;
-  std::uint8_t offset[kMax];  // from the end of the segment before
+  std::uint8_t offset[kMax];  // from the end of the previous segment
   std::uint8_t length[kMax];
   std::uint8_t step[kMax];  // deltba
 };
@@ -29,7 +29,7 @@ struct ChannelAllocation {
   std::uint8_t fineSnrOffset;
   std::uint8_t fastGain;
   bool hasDelta;
-  DeltaSegments delta;  // the last that were sent, in use where `hasDelta` is set
+  DeltaSegments delta;  // the last ones transmitted; in use if `hasDelta` is set
 };
 
 enum class AllocationKind { kFull, kLfe, kCoupling };
@@ -37,7 +37,7 @@ enum class AllocationKind { kFull, kLfe, kCoupling };
 // Reads the segments of one channel.
 DeltaSegments ParseDeltaSegments(BitWindow& stream);
 
-// Sets the pointers of the bins from `start` to `end`. False for delta segments that leave the bands.
+// Sets the pointers of the bins from `start` to `end`. False if delta segments exceed the bands.
 bool AllocateBits(AllocationKind kind, int start, int end, const std::uint8_t* exponents,
                   const SharedAllocation& shared, const ChannelAllocation& own, int frequencyCode,
                   int rateShift, std::uint8_t* pointers);

@@ -5,7 +5,7 @@
 
 namespace UMC::ac3 {
 
-// Leaks of the masking curve, by their codes (tables 7.6 to 7.11).
+// Leaks of the masking curve, by code (tables 7.6 to 7.11).
 inline constexpr std::uint8_t kSlowDecay[] = {15, 17, 19, 21};
 inline constexpr std::uint8_t kFastDecay[] = {63, 83, 103, 123};
 inline constexpr std::int16_t kSlowGain[] = {1344, 1240, 1144, 1040};
@@ -20,7 +20,7 @@ inline constexpr std::uint8_t kBandStart[] = {0,  1,  2,  3,  4,   5,   6,   7, 
                                               26, 27, 28, 31, 34,  37,  40,  43,  46,  49,  55,  61, 67,
                                               73, 79, 85, 97, 109, 121, 133, 157, 181, 205, 229, 253};
 
-// What half the difference of two levels adds to the larger (table 7.14).
+// The increment of the larger of two levels, by half their difference (table 7.14).
 inline constexpr std::uint8_t kLogAddition[] = {
     64, 63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 52, 51, 50, 49, 48, 47, 47, 46, 45, 44, 44, 43, 42,
     41, 41, 40, 39, 38, 38, 37, 36, 36, 35, 35, 34, 33, 33, 32, 32, 31, 30, 30, 29, 29, 28, 28, 27, 27, 26,

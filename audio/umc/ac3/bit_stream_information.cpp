@@ -7,24 +7,24 @@ namespace UMC::ac3 {
 
 namespace {
 
-// The codes 3 are reserved: the level between serves (5.4.2.4 and 5.4.2.5).
+// Code 3 is reserved: the intermediate level is used (5.4.2.4 and 5.4.2.5).
 constexpr float kCentreLevels[4] = {0.70710678f, 0.59460356f, 0.5f, 0.59460356f};
 constexpr float kSurroundLevels[4] = {0.70710678f, 0.5f, 0.0f, 0.5f};
 
-// Of the alternate syntax: from +3 dB on down by 1.5 dB, then nothing (annex D, 2.3.1). Surround channels
-// have the levels from the fourth on; the codes before it are reserved, and that level serves for them.
+// Levels of the alternate syntax: from +3 dB down in steps of 1.5 dB, then zero (annex D, 2.3.1). Surround
+// channels use the levels from the fourth on; the codes before it are reserved and take that level.
 constexpr float kAlternateLevels[8] = {1.41421356f, 1.18920712f, 1.0f, 0.84089642f,
                                        0.70710678f, 0.59460356f, 0.5f, 0.0f};
 constexpr std::uint32_t kFirstSurroundLevel = 3;
 constexpr std::uint8_t kAlternateVersion = 6;
 
-// Skips a field that a flag announces.
+// Skips a field preceded by a presence flag.
 void SkipOptional(BitWindow& stream, unsigned bits) {
   if (stream.ReadFlag()) stream.Read(bits);
 }
 
-// dialnorm to roomtyp, there once for every programme. Returns dialnorm, which is for the listener's volume,
-// not for the decoder.
+// dialnorm to roomtyp, once per programme. Returns dialnorm, which is for the listener's volume, not for the
+// decoder.
 std::uint8_t ParseProgramme(BitWindow& stream) {
   const auto dialogueLevel = static_cast<std::uint8_t>(stream.Read(5));
   SkipOptional(stream, 8);  // compr
@@ -33,7 +33,7 @@ std::uint8_t ParseProgramme(BitWindow& stream) {
   return dialogueLevel;
 }
 
-// xbsi1: levels of the down-mix that are finer than the others and take their place.
+// xbsi1: downmix levels of finer resolution, which replace the others.
 void ParseAlternateLevels(BitWindow& stream, BitStreamInformation& info) {
   stream.Read(2 + 3 + 3);  // dmixmod, ltrtcmixlev, ltrtsurmixlev
   const std::uint32_t centre = stream.Read(3), surround = stream.Read(3);

@@ -9,11 +9,11 @@ namespace UMC::ac3 {
 
 namespace {
 
-// cplcoexp, cplcomant and mstrcplco (7.4.3), the factor 8 of the reconstruction included.
+// cplcoexp, cplcomant and mstrcplco (7.4.3), including the factor 8 of the reconstruction.
 float ParseCoordinate(BitWindow& stream, int master) {
   const int exponent = static_cast<int>(stream.Read(4));
   const int mantissa = static_cast<int>(stream.Read(4));
-  // Without the hidden bit, one step finer, in the last octave.
+  // The lowest octave has no hidden bit: its mantissa is in units of 1/16, not 1/32.
   const int units = exponent == 15 ? 2 * mantissa : mantissa + 16;
   return std::ldexp(static_cast<float>(units), 3 - 5 - exponent - 3 * master);
 }

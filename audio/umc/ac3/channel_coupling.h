@@ -1,5 +1,5 @@
-// Coupling: the upper bins of several channels coded as one, with coordinates that give each its level back
-// (ATSC A/52, 7.4).
+// Coupling: the upper bins of several channels coded as one, with coordinates that restore each channel's
+// level (ATSC A/52, 7.4).
 #pragma once
 
 #include <cstdint>
@@ -29,18 +29,18 @@ struct CouplingStrategy {
 struct CouplingCoordinates {
   bool known[kMaxFullChannels];
   float factors[kMaxFullChannels][kMaxCouplingBands];
-  bool phaseFlags[kMaxCouplingBands];  // the right channel of 2/0 is negated
+  bool phaseFlags[kMaxCouplingBands];  // the right channel of 2/0 is negated in this band
 };
 
-// Reads a new strategy, from cplinu on. False for one that no stream may have.
+// Reads a new strategy, starting at cplinu. False if it is invalid.
 bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, CouplingStrategy& strategy);
 
-// Reads what a block says of the coordinates of a strategy in use. False where a channel has none.
+// Reads a block's coordinates for a strategy in use. False if a channel has none.
 bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& info,
                               const CouplingStrategy& strategy, CouplingCoordinates& coordinates);
 
-// Gives the upper bins of the full bandwidth channel `channel`, as they come from the coupling channel, its
-// own level.
+// Restores the levels of the upper bins of the full bandwidth channel `channel`, which hold the coupling
+// channel's coefficients.
 void Uncouple(const CouplingStrategy& strategy, const CouplingCoordinates& coordinates, int channel,
               float* coefficients);
 

@@ -1,4 +1,4 @@
-// One channel as it is coded: exponents, their bit allocation, and the coefficients made of them.
+// One coded channel: exponents, their bit allocation, and the resulting coefficients.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 namespace UMC::ac3 {
 
 inline constexpr int kMaxFullChannels = 5;
-// Behind the full bandwidth channels, in the arrays that have them all.
+// Index of the LFE channel, after the full bandwidth channels, in arrays of all channels.
 inline constexpr int kLfe = kMaxFullChannels;
 inline constexpr int kMaxChannels = kLfe + 1;
 inline constexpr int kCoupling = kMaxChannels;
@@ -17,8 +17,7 @@ inline constexpr int kCodedChannels = kMaxChannels + 1;
 inline constexpr int kBins = 256;
 inline constexpr int kLfeEnd = 7;
 
-// Mantissas by the way that they are coded: in groups of pointer 1, 2 and 4, or with a code word of their
-// own.
+// Mantissas by how they are coded: in groups for pointers 1, 2 and 4, or with an individual code word.
 inline constexpr int kGroupKinds = 3;
 inline constexpr int kOwn = kGroupKinds;
 inline constexpr int kMantissaKinds = kGroupKinds + 1;
@@ -26,14 +25,14 @@ inline constexpr int kMantissaKinds = kGroupKinds + 1;
 struct CodedChannel {
   std::int16_t start, end;                  // bins coded in this block
   std::int16_t exponentStart, exponentEnd;  // bins whose exponents are known
-  bool allocationStale;                     // something that `pointers` depend on has changed
+  bool allocationStale;                     // an input of `pointers` has changed
   ChannelAllocation allocation;
   std::uint8_t exponents[kBins];
-  std::uint8_t pointers[kBins];                  // bit allocation pointers (bap) of the bins coded
-  std::uint8_t kindBins[kMantissaKinds][kBins];  // the bins of every kind, rising,
-  std::int16_t kindCounts[kMantissaKinds];       // and how many
-  std::uint8_t ownBits[kBins];                   // of the code words that serve one bin; 0 for other bins
-  alignas(16) float coefficients[kBins];         // full scale being 1; 0 behind the end
+  std::uint8_t pointers[kBins];                  // bit allocation pointers (bap) of the coded bins
+  std::uint8_t kindBins[kMantissaKinds][kBins];  // the bins of each kind, ascending
+  std::int16_t kindCounts[kMantissaKinds];       // number of bins of each kind
+  std::uint8_t ownBits[kBins];                   // bits of code words for a single bin; 0 for other bins
+  alignas(16) float coefficients[kBins];         // full scale is 1; 0 past the end
 };
 
 }  // namespace UMC::ac3

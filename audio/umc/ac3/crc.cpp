@@ -7,9 +7,9 @@ namespace UMC::ac3 {
 namespace {
 
 constexpr unsigned kPolynomial = 0x8005;
-constexpr std::size_t kStep = 8;  // bytes taken at a time
+constexpr std::size_t kStep = 8;  // bytes processed at a time
 
-// [i][b]: the remainder of the byte b with i zero bytes behind it.
+// [i][b]: the remainder of byte b followed by i zero bytes.
 using Tables = std::array<std::array<std::uint16_t, 256>, kStep>;
 
 constexpr Tables MakeTables() {
@@ -22,7 +22,7 @@ constexpr Tables MakeTables() {
       }
       remainder &= 0xFFFF;
       table[byte] = static_cast<std::uint16_t>(remainder);
-      // The next table's bytes are followed by one zero byte more: the register goes on from here.
+      // The next table's bytes are followed by one more zero byte: the register continues from here.
     }
   }
   return tables;
@@ -34,7 +34,7 @@ constexpr std::uint16_t TakeByte(std::uint16_t crc, std::uint8_t byte) {
   return static_cast<std::uint16_t>(crc << 8 ^ kTables[0][byte ^ crc >> 8]);
 }
 
-// [n]: x to the power of 8 n, by which n zero bytes multiply a remainder.
+// [n]: x to the power of 8 n, the factor that appends n zero bytes to a remainder.
 constexpr auto kZeroBytes = [] {
   std::array<std::uint16_t, PassingCrc::kReach> powers{1};
   for (std::size_t n = 1; n < powers.size(); ++n) powers[n] = TakeByte(powers[n - 1], 0);
@@ -63,9 +63,9 @@ std::uint16_t CrcRemainder(const std::uint8_t* data, std::size_t size) {
   return remainder;
 }
 
-// What precedes the part counts as if zeros followed it in the part's place, and is taken away.
+// Bytes before the part contribute as if followed by zeros in the part's place; subtract that.
 std::uint16_t PassingCrc::Remainder(std::size_t begin, std::size_t end) {
-  if (begin > m_position) {  // nothing between was asked for
+  if (begin > m_position) {  // the bytes between were not requested
     m_position = begin;
     m_registers[begin % kReach] = 0;
   }

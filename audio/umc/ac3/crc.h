@@ -6,23 +6,23 @@
 
 namespace UMC::ac3 {
 
-// The remainder of `size` bytes, most significant bit first, by x^16 + x^15 + x^2 + 1, from a register of 0:
-// 0 for bytes that hold their own checksum.
+// The remainder of `size` bytes, most significant bit first, modulo x^16 + x^15 + x^2 + 1, with an initial
+// register of 0. It is 0 for bytes that include their own checksum.
 std::uint16_t CrcRemainder(const std::uint8_t* data, std::size_t size);
 
-// The remainders of parts of some bytes, for the search for frames: parts may overlap as they will, each byte
-// is passed over once.
+// The remainders of parts of a buffer, for the search for frames: parts may overlap in any way, and each byte
+// is processed once.
 class PassingCrc {
  public:
-  // Parts are no longer than this, and none begins so far before the furthest end of those before it.
+  // Maximum length of a part, and maximum distance of its start before the furthest end so far.
   static constexpr std::size_t kReach = 4096;
 
   explicit PassingCrc(const std::uint8_t* data) : m_data(data) {}
 
-  // As CrcRemainder, of the bytes from `begin` to `end` - 1.
+  // As CrcRemainder, for the bytes from `begin` to `end` - 1.
   std::uint16_t Remainder(std::size_t begin, std::size_t end);
 
-  // Bytes passed over so far.
+  // Bytes processed so far.
   [[nodiscard]] std::size_t Passed() const { return m_passed; }
 
  private:
@@ -30,8 +30,8 @@ class PassingCrc {
 
   const std::uint8_t* m_data;
   std::size_t m_passed = 0;
-  std::size_t m_position = 0;              // of the next byte to pass
-  std::uint16_t m_registers[kReach] = {};  // before a byte, by its position modulo kReach
+  std::size_t m_position = 0;              // offset of the next byte to process
+  std::uint16_t m_registers[kReach] = {};  // register before each byte, by its offset modulo kReach
 };
 
 }  // namespace UMC::ac3

@@ -1,4 +1,4 @@
-// Noise in place of coefficients that have no bits (ATSC A/52, 7.3.4).
+// Noise that replaces coefficients without bits (ATSC A/52, 7.3.4).
 #pragma once
 
 #include <cstddef>
@@ -8,14 +8,13 @@
 
 namespace UMC::ac3 {
 
-// The noise of a frame depends on the frame's bytes alone, so that it sounds the same however the decoder
-// came to it.
+// A frame's noise depends only on the frame's bytes, so that it sounds the same wherever decoding started.
 class DitherGenerator {
  public:
-  // Starts from the two checksums of a frame of so many bytes, which all of them are in.
+  // Seeded by the two checksums of a frame of `bytes` bytes, which together depend on all of them.
   DitherGenerator(const std::uint8_t* frame, std::size_t bytes);
 
-  // The noise of the next coefficients, 1 to kMaxNoiseLength of them.
+  // The noise for the next `count` coefficients, 1 to kMaxNoiseLength.
   NoiseSource Take(std::size_t count);
 
  private:

@@ -11,7 +11,7 @@ constexpr float kHalfPower = 0.70710678f;  // -3 dB
 
 enum Speaker : std::int8_t { kLeft, kRight, kCentre, kLeftSurround, kRightSurround, kSurround, kSpeakers };
 
-// The full bandwidth channels of every mode in the order that they are coded.
+// The full bandwidth channels of each mode, in coding order.
 constexpr Speaker kCodedOrder[8][kMaxFullChannels] = {
     {kLeft, kRight},
     {kCentre},
@@ -23,7 +23,7 @@ constexpr Speaker kCodedOrder[8][kMaxFullChannels] = {
     {kLeft, kCentre, kRight, kLeftSurround, kRightSurround},
 };
 
-// The mix of one coded channel into the output's.
+// The gains of one coded channel in the output channels.
 class Mixer {
  public:
   Mixer(const BitStreamInformation& info, int mode, bool lfe, Downmix& downmix)
@@ -36,7 +36,7 @@ class Mixer {
 
   void Mix(Speaker speaker, int channel) {
     m_channel = channel;
-    // Mono is the sum of Lo and Ro, which both have the centre of three front channels with its level.
+    // Mono is the sum of Lo and Ro; the centre of three front channels is in both, at its level.
     const bool isSummed = speaker == kCentre && !Has(kLeft) && m_info.mode != kMono;
     if (Has(speaker) && !isSummed) {
       Add(speaker, 1);
@@ -58,7 +58,7 @@ class Mixer {
           AddToFront(kHalfPower * m_info.surroundLevel);
         }
         break;
-      default:  // one of two surround channels
+      default:  // left or right surround
         if (Has(kSurround)) {
           Add(kSurround, kHalfPower);
         } else {

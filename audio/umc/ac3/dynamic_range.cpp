@@ -3,8 +3,8 @@
 namespace UMC::ac3 {
 
 float DynamicRangeGain(std::uint8_t word) {
-  // By the upper three bits, a signed number of octaves; the others are a fraction of 1/32 units after a
-  // one.
+  // The upper three bits are a signed number of octaves; the others are a fraction in units of 1/32 after an
+  // implicit leading one.
   constexpr float kOctaves[8] = {1.0f, 2.0f, 4.0f, 8.0f, 0.0625f, 0.125f, 0.25f, 0.5f};
   const int fraction = 32 + (word & 0x1F);
   return static_cast<float>(fraction) / 32 * kOctaves[word >> 5];

@@ -8,8 +8,8 @@ namespace UMC::ac3 {
 namespace {
 
 constexpr unsigned kGroupBits = 7;
-constexpr int kGroupSize = 3;      // differences a group
-constexpr unsigned kGroups = 125;  // of five values each
+constexpr int kGroupSize = 3;      // differences per group
+constexpr unsigned kGroups = 125;  // valid group codes: three differences of five values
 
 struct Differences {
   std::int8_t values[kGroupSize];
@@ -52,7 +52,7 @@ bool ParseExponents(BitWindow& stream, ExponentStrategy strategy, int end, std::
   const int bins = BinsPerDifference(strategy);
   const int groupBins = kGroupSize * bins;
   exponents[0] = static_cast<std::uint8_t>(stream.Read(4));
-  // The last group may reach beyond the end, so that all bins have one.
+  // The last group may extend past the end, so that all bins are covered.
   const int groups = (end - 1 + groupBins - kGroupSize) / groupBins;
   return ParseGroups(stream, bins, groups, exponents[0], exponents + 1);
 }

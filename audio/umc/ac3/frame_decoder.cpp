@@ -11,17 +11,17 @@ namespace UMC::ac3 {
 
 namespace {
 
-// A frame in the input, or why there is none.
+// A frame found in the input, or why none was.
 struct Located {
   Status status;      // 0, 4 for a damaged frame, or an error
-  std::size_t start;  // of a good frame
-  std::size_t end;    // of what is consumed
-  bool frameFollows;  // at the end, as far as can be seen
-  SyncInfo sync;      // of the frame, where it can be read
+  std::size_t start;  // offset of a good frame
+  std::size_t end;    // end of the bytes to consume
+  bool frameFollows;  // another frame begins at `end`, as far as can be seen
+  SyncInfo sync;      // header of the frame, if readable
 };
 
-// A damaged frame at the input's start. Its own size counts where another frame or nothing follows there;
-// otherwise the search for the next one begins behind the sync word.
+// A damaged frame at the input's start. Its own size is trusted if another frame, or nothing, follows there;
+// otherwise the search for the next frame begins after the sync word.
 Located Damaged(const FrameRequest& request, const SyncInfo& sync) {
   const std::uint8_t* input = request.input;
   const std::size_t size = request.inputSize;
@@ -31,7 +31,7 @@ Located Damaged(const FrameRequest& request, const SyncInfo& sync) {
   return {UMC_WRN_CRC_MISMATCH, 0, FindFrame(input, 1, size), false, sync};
 }
 
-// The frame at the input's start.
+// Locates the frame at the input's start.
 Located LocateHere(const DecoderState& state, const FrameRequest& request) {
   const std::uint8_t* input = request.input;
   const std::size_t size = request.inputSize;
@@ -50,7 +50,7 @@ Located LocateHere(const DecoderState& state, const FrameRequest& request) {
   return {UMC_OK, 0, sync.bytes, true, sync};
 }
 
-// The first frame behind bytes that are none. What looks like one there must prove it.
+// Locates the first frame after bytes that are not part of one. A candidate must be verified.
 Located LocateBehind(const FrameRequest& request) {
   const std::uint8_t* input = request.input;
   const std::size_t size = request.inputSize;
@@ -70,7 +70,7 @@ Located Locate(const DecoderState& state, const FrameRequest& request) {
   return here ? LocateHere(state, request) : LocateBehind(request);
 }
 
-// Mixes the block's channels and puts out their samples.
+// Downmixes the block's channels and writes their samples.
 class Renderer {
  public:
   Renderer(DecoderState& state, const BitStreamInformation& info)
@@ -78,7 +78,7 @@ class Renderer {
         m_info(info),
         m_mix(MakeDownmix(info, state.options.CodingMode(), state.options.lfe != 0)) {}
 
-  // The block's number in the frame is `index`.
+  // `index` is the block's number in the frame.
   void Render(int index, std::uint8_t* output) {
     const AudioBlock& block = m_state.block;
     const float* samples[kMaxChannels];
@@ -94,7 +94,7 @@ class Renderer {
   }
 
  private:
-  // Sums the coefficients of an output's channels of one kind of transform. False when there are none.
+  // Sums an output's coefficients from channels with one kind of transform. False if there are none.
   bool Sum(int output, bool switched) {
     const AudioBlock& block = m_state.block;
     float* sum = m_state.sums[switched ? 1 : 0];
@@ -119,7 +119,7 @@ class Renderer {
   float m_dynamicRange[2] = {1, 1};
 };
 
-constexpr std::size_t kSyncFields = 40;  // bits ahead of bsi()
+constexpr std::size_t kSyncFields = 40;  // bits before bsi()
 constexpr std::size_t kChecksumBytes = 2;
 
 bool DecodeBlocks(DecoderState& state, const std::uint8_t* frame, const SyncInfo& sync,

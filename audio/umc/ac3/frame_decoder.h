@@ -1,4 +1,4 @@
-// Finding sync frames in bytes, and decoding them.
+// Finds sync frames in a byte stream and decodes them.
 #pragma once
 
 #include <cstddef>
@@ -9,26 +9,26 @@
 
 namespace UMC::ac3 {
 
-// One call's input and room for output.
+// One call's input and output buffer.
 struct FrameRequest {
   const std::uint8_t* input;
   std::size_t inputSize;
-  std::uint8_t* output;  // at any address
+  std::uint8_t* output;  // no particular alignment
   std::size_t outputSize;
-  std::size_t consumed;  // bytes of the input, set whatever the result
+  std::size_t consumed;  // input bytes, set whatever the result
 };
 
-// Bytes of a frame's samples.
+// Bytes of a frame's PCM.
 std::size_t FrameBytes(const DecoderState& state);
 
-// Decodes one frame, or puts out silence for a damaged one (4). A frame is damaged when a checksum does not
-// hold, when it says what no stream may say, and when there is no sync word where the frame before ended.
+// Decodes one frame, or outputs silence for a damaged one (4). A frame is damaged if a checksum fails, if its
+// syntax is invalid, or if there is no sync word where the previous frame ended.
 Status DecodeFrame(DecoderState& state, FrameRequest& request);
 
-// Takes over the options that lie in their ranges. Output of other channels begins afresh.
+// Adopts the options that are within their ranges. A change of output channels resets the overlap.
 void SetOptions(const AC3DecoderParams& params, DecoderState& state);
 
-// Forgets the signal and its time.
+// Resets the signal and its time.
 void ForgetSignal(DecoderState& state);
 
 }  // namespace UMC::ac3

@@ -11,8 +11,8 @@ class CodeWords {
   explicit CodeWords(const BitWindow& stream)
       : m_data(stream.Data()), m_origin(stream.Position()), m_lastByte(stream.Size() - 8) {}
 
-  // Says where the bins from `start` to `end` have their code words; `bits` are those of the word that begins
-  // with a bin.
+  // Computes the positions of the code words of the bins from `start` to `end`; `bits` are the lengths of the
+  // words that begin at each bin.
   void Place(const std::uint8_t* bits, int start, int end) {
     for (int bin = start; bin < end; ++bin) {
       m_positions[bin] = static_cast<std::uint16_t>(m_bits);
@@ -20,10 +20,10 @@ class CodeWords {
     }
   }
 
-  // Of all code words. They must lie in the stream before they are read.
+  // Total length of all code words. They must be within the stream before they are read.
   [[nodiscard]] std::size_t Bits() const { return m_bits; }
 
-  // The 32 bits from the code word on that begins with `bin`; zeros behind the stream's end.
+  // The 32 bits from the start of the code word of `bin`; zeros past the stream's end.
   [[nodiscard]] std::uint32_t At(std::size_t bin) const {
     const std::size_t position = m_origin + m_positions[bin];
     const std::size_t byte = std::min(position / 8, m_lastByte);
@@ -41,7 +41,7 @@ class CodeWords {
 namespace {
 
 constexpr std::size_t kPointers = 16;
-// Pointers below this one have symmetric quantisers, those from it on two's complement (7.3.3).
+// Pointers below this one have symmetric quantisers, the others two's complement (7.3.3).
 constexpr std::size_t kFirstAsymmetric = 6;
 
 // (2 code - (levels - 1)) / levels
@@ -53,11 +53,11 @@ constexpr float SymmetricLevel(unsigned code, unsigned levels) {
 constexpr std::size_t kMaxGroupCodes = 128;
 constexpr std::size_t kRow = 4;
 
-// Several mantissas in one code word, the first the most significant digit.
+// Several mantissas in one code word; the first is the most significant digit.
 struct GroupKind {
   unsigned bits;
   std::size_t size;                                               // mantissas
-  unsigned codes;                                                 // those from this one on stand for nothing
+  unsigned codes;                                                 // number of valid codes
   std::array<std::array<float, kRow>, kMaxGroupCodes> mantissas;  // by code
 };
 
@@ -76,17 +76,17 @@ constexpr GroupKind MakeGroupKind(unsigned bits, std::size_t size, unsigned leve
 constexpr GroupKind kGroups[kGroupKinds] = {MakeGroupKind(5, 3, 3), MakeGroupKind(7, 3, 5),
                                             MakeGroupKind(7, 2, 11)};
 
-// By pointer; kMantissaKinds where there are no bits.
+// By pointer; kMantissaKinds if there are no bits.
 constexpr std::uint8_t kKinds[kPointers] = {
     kMantissaKinds, 0, 1, kOwn, 2, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn, kOwn,
 };
 
-// By pointer, of mantissas that have a code word of their own.
+// Bits of individual code words, by pointer.
 constexpr std::uint8_t kOwnBits[kPointers] = {0, 0, 0, 3, 0, 4, 5, 6, 7, 8, 9, 10, 11, 12, 14, 16};
 
 constexpr float kNoLevel = 2;
 
-// The symmetric ones of these, by pointer and code; kNoLevel for codes that stand for nothing.
+// Levels of the symmetric quantisers among these, by pointer and code; kNoLevel for invalid codes.
 constexpr auto kOwnLevels = [] {
   std::array<std::array<float, 16>, kFirstAsymmetric> table{};
   for (auto& levels : table) levels.fill(kNoLevel);
@@ -95,7 +95,7 @@ constexpr auto kOwnLevels = [] {
   return table;
 }();
 
-// False for codes that stand for nothing.
+// False for invalid codes.
 bool ReadOwn(const CodedChannel& channel, const CodeWords& words, float* mantissas) {
   float largest = 0;
   for (int i = 0; i < channel.kindCounts[kOwn]; ++i) {
@@ -138,8 +138,8 @@ bool MantissaReader::Read(const CodedChannel& channel, float* mantissas) {
   return valid;
 }
 
-// The bits of all code words tell where each of them lies, so that they can be read in any order: a loop for
-// each kind, in which no step waits for the one before.
+// The lengths of all code words determine their positions, so that they can be read in any order: one loop
+// for each kind, without dependencies between steps.
 void MantissaReader::Locate(const CodedChannel& channel, CodeWords& words) const {
   std::uint8_t bits[kBins];
   std::copy(channel.ownBits + channel.start, channel.ownBits + channel.end, bits + channel.start);
@@ -153,7 +153,7 @@ void MantissaReader::Locate(const CodedChannel& channel, CodeWords& words) const
   words.Place(bits, channel.start, channel.end);
 }
 
-// False for codes that stand for nothing.
+// False for invalid codes.
 template <std::size_t kSize>
 bool MantissaReader::ReadGroups(const CodedChannel& channel, std::size_t kind, const CodeWords& words,
                                 float* mantissas) {

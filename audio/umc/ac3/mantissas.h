@@ -1,4 +1,4 @@
-// Mantissas: quantised coefficients, some of them in groups that all channels of a block share (ATSC A/52,
+// Mantissas: quantised coefficients, some of them in groups shared by all channels of a block (ATSC A/52,
 // 7.3).
 #pragma once
 
@@ -12,20 +12,20 @@ namespace UMC::ac3 {
 
 class CodeWords;
 
-// Sorts the bins of a channel with new pointers by the kind of their mantissas.
+// Sorts a channel's bins by the kind of their mantissas, after its pointers have changed.
 void SortMantissas(CodedChannel& channel);
 
-// Reads the mantissas of one block's channels, one channel after the other.
+// Reads the mantissas of one block's channels, in channel order.
 class MantissaReader {
  public:
   explicit MantissaReader(BitWindow& stream) : m_stream(stream) {}
 
-  // Sets the mantissas, -1 to 1, of the channel's bins with bits. False for codes that stand for nothing and
-  // where the stream ends too early.
+  // Sets the mantissas, -1 to 1, of the channel's bins with bits. False for invalid codes and if the stream
+  // ends too early.
   bool Read(const CodedChannel& channel, float* mantissas);
 
  private:
-  // What is left of a code word for the channels to come.
+  // The unused mantissas of a group, for the following channels.
   struct Rest {
     const float* next;
     std::size_t count;

@@ -1,4 +1,4 @@
-// What a decoder can be told about its output.
+// A decoder's output options.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace UMC::ac3 {
 
 struct OutputOptions {
   std::int32_t option1 = 0;
-  std::int32_t mode = 0;  // an audio coding mode; 8 is 7 once more
+  std::int32_t mode = 0;  // an audio coding mode; 8 is equivalent to 7
   std::int32_t lfe = 0;
   std::int32_t option4 = 0;
   std::int32_t option5 = 3;
@@ -24,7 +24,7 @@ struct OutputOptions {
   [[nodiscard]] int Channels() const { return kFullChannels[CodingMode()] + lfe; }
 };
 
-// Takes over the options that lie in their ranges.
+// Adopts the options that are within their ranges.
 void ApplyOptions(const AC3DecoderParams& params, OutputOptions& options);
 
 }  // namespace UMC::ac3

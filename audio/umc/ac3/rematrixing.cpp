@@ -11,7 +11,7 @@ namespace {
 // First bins of the bands, and the end of the last (table 7.25).
 constexpr int kOffsets[kRematrixingBands + 1] = {13, 25, 37, 61, 253};
 
-// Bands below the coupling channel (tables 7.25 to 7.28).
+// Number of bands below the coupling channel (tables 7.25 to 7.28).
 int BandCount(const CouplingStrategy& coupling) {
   if (!coupling.inUse || coupling.beginCode > 2) return 4;
   return coupling.beginCode == 0 ? 2 : 3;

@@ -13,10 +13,10 @@ struct Rematrixing {
   bool flags[kRematrixingBands];
 };
 
-// Reads what a block of a 2/0 stream says. False where there are no flags yet and none come.
+// Reads a block's flags in a 2/0 stream. False if none are transmitted and there are no earlier ones.
 bool ParseRematrixing(BitWindow& stream, const CouplingStrategy& coupling, Rematrixing& rematrixing);
 
-// Makes left and right again of the bins below `end`, where both channels' own bins end.
+// Restores left and right in the bins below `end`, where both channels' own bins end.
 void ApplyRematrixing(const Rematrixing& rematrixing, int end, float* left, float* right);
 
 }  // namespace UMC::ac3

@@ -12,12 +12,12 @@ constexpr unsigned kHighestVersion = 10;
 constexpr unsigned kHighestFullRateVersion = 8;
 
 constexpr std::uint32_t kFrequencies[kFrequencyCodes] = {48000, 44100, 32000};
-// By frmsizecod / 2, in kilobits a second (table 5.18).
+// By frmsizecod / 2, in kilobits per second (table 5.18).
 constexpr std::uint32_t kBitRates[kSizeCodes / 2] = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
                                                      192, 224, 256, 320, 384, 448, 512, 576, 640};
 
-// 16-bit words of a frame: what the bit rate gives in 1536 samples. At 44.1 kHz that is no whole number and
-// the odd codes stand for a word more.
+// Frame size in 16-bit words: 1536 samples at the bit rate. At 44.1 kHz it is not an integer, and odd codes
+// mean one more word.
 std::size_t FrameWords(unsigned frequencyCode, unsigned sizeCode) {
   const std::size_t rate = kBitRates[sizeCode / 2];
   switch (frequencyCode) {
@@ -30,7 +30,7 @@ std::size_t FrameWords(unsigned frequencyCode, unsigned sizeCode) {
   }
 }
 
-// What crc1 protects, in bytes, the sync word included: five eighths of the frame.
+// The bytes protected by crc1, including the sync word: five eighths of the frame.
 std::size_t FirstPart(const SyncInfo& info) {
   const std::size_t words = info.bytes / 2;
   return 2 * (words / 2 + words / 8);

@@ -14,13 +14,13 @@ constexpr double kAlpha = 5;
 constexpr std::size_t kHalf = kBlockSamples / 2;
 constexpr std::size_t kQuarter = kHalf / 2;
 
-// The primitive divides by half of its length, where the standard does not; its sign is the other; and
-// overlapping doubles.
+// The primitive divides by half its length, the standard does not; its sign is inverted; and overlap-add
+// doubles.
 constexpr float kLongScale = -2.0f * 32768 * kBlockSamples;
-// The two short ones are half as long.
+// The two short transforms have half the length.
 constexpr float kShortScale = 0.5f;
 
-// A prepared transform with room for itself. There is enough for both; tests hold it.
+// A prepared transform with its own storage. It is large enough for both lengths; tests verify it.
 class Plan {
  public:
   explicit Plan(int length) {
@@ -43,8 +43,7 @@ class Plan {
   IppsMDCTInvSpec_32f* m_plan = nullptr;
 };
 
-// The window, with the scale of the long transform, and the transforms. Nothing of it is allocated: it cannot
-// be missing.
+// The window, scaled for the long transform, and the transforms. Nothing is allocated, so this cannot fail.
 struct Transforms {
   Transforms() {
     MakeKaiserBesselWindow(kBlockSamples, kAlpha, rise);
@@ -58,15 +57,15 @@ struct Transforms {
   float fall[kBlockSamples];
 };
 
-// Shared by all decoders, made by the first.
+// Shared by all decoders, created on first use.
 const Transforms& SharedTransforms() {
   static const Transforms kTransforms;
   return kTransforms;
 }
 
-// Adds a block's two short transforms to its samples. Their phase differs from that of the primitive by a
-// quarter of their length: the first begins a quarter early, the second late, and what lies beyond the
-// primitive's range repeats with the other sign.
+// Adds a block's two short transforms to its samples. Their phase differs from the primitive's by a quarter
+// of their length: the first begins a quarter early, the second a quarter late; outside the primitive's range
+// the signal repeats with its sign inverted.
 void AddShort(const Transforms& transforms, const float* coefficients, TransformScratch& scratch) {
   float* const halves[2] = {scratch.halves[0], scratch.halves[1]};
   ippsDeinterleave_32f(coefficients, 2, kHalf, halves);

@@ -1,4 +1,4 @@
-// The inverse transform: one of 512 points or two of 256, one window, overlap (ATSC A/52, 7.9).
+// The inverse transform: one of 512 points or two of 256, window and overlap-add (ATSC A/52, 7.9).
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,13 @@
 
 namespace UMC::ac3 {
 
-// An output channel's samples. Blocks of an even and of an odd number take turns: one half receives the
-// block's samples, the other the windowed second half of its transform, to which the next block is added.
+// An output channel's samples. The halves alternate between even and odd blocks: one receives the block's
+// samples, the other the windowed second half of its transform, to which the next block is added.
 struct Overlap {
   alignas(16) float halves[2][kBlockSamples];
 };
 
-// Room for one call.
+// Work area for one call.
 struct TransformScratch {
   alignas(16) float samples[2 * kBlockSamples];
   alignas(16) float halves[2][kBlockSamples / 2];
@@ -22,13 +22,13 @@ struct TransformScratch {
   alignas(16) std::uint8_t work[kBlockSamples * sizeof(float)];
 };
 
-// Makes the window and the transforms that all decoders share, once. The first block would do it otherwise.
+// Creates the window and the transforms shared by all decoders. Otherwise the first block does so.
 void PrepareTransforms();
 
-// Makes the samples of one block, full scale being 32768, of coefficients whose full scale is 1. Those of
-// channels with and without block switching may be there both: the transforms are linear. Either may be null.
-// `block` counts from the first frame on, or from the start of any frame. Returns the samples, which lie in
-// `overlap` until the block after the next.
+// Synthesises the samples of one block, with full scale 32768, from coefficients with full scale 1.
+// Coefficients of channels with and without block switching may both be present, as the transforms are
+// linear; either may be null. `block` counts from the first frame, or from the start of any frame. Returns
+// the samples, which are stored in `overlap` and valid until the block after next.
 const float* SynthesiseBlock(const float* coefficients, const float* switchedCoefficients, int block,
                              Overlap& overlap, TransformScratch& scratch);
 

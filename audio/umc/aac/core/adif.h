@@ -8,8 +8,8 @@ namespace UMC::aac {
 
 inline constexpr std::uint32_t kAdifId = 0x41444946;  // "ADIF"
 
-// Reads the header up to the first raw data block; `program` is the first of its programs. False for a
-// header that is none.
+// Reads the header up to the first raw data block; `program` is the first of its programs. False if it is not
+// a valid header.
 bool ParseAdifHeader(BitWindow& stream, ProgramConfig& program);
 
 }  // namespace UMC::aac

@@ -9,7 +9,7 @@ namespace UMC::aac {
 
 namespace {
 
-// What lies where a header says that its frame ends.
+// What follows a frame, according to its header's length.
 enum class AdtsNext { kHeader, kEnd, kBeyondInput, kOther };
 
 AdtsNext NextOf(const std::uint8_t* data, std::size_t size) {
@@ -74,13 +74,13 @@ std::size_t PartialAdtsPattern(const std::uint8_t* data, std::size_t size, std::
 AdtsStart FindAdtsStart(const std::uint8_t* data, std::size_t size) {
   const std::size_t first = FindAdtsHeader(data, size, AdtsRates::kKnown);
   if (first == size) return {size, false};
-  // Whatever the first header is, the next frame's lies no further than the longest frame after it.
+  // The next frame's header is at most one maximum frame length after the first header.
   const std::size_t end = std::min(size, first + kLongestAdtsFrame + kAdtsHeaderBytes);
   std::size_t likely = end;
   for (std::size_t at = first; at < end;
        at += 1 + FindAdtsHeader(data + at + 1, end - at - 1, AdtsRates::kKnown)) {
     const AdtsNext next = NextOf(data + at, size - at);
-    // Headers with the same pattern may come before, with a damaged length.
+    // Headers with the same pattern may precede it, with a damaged length.
     if (next == AdtsNext::kHeader) return {FindAdtsPattern(data, size, AdtsPattern(data + at)), true};
     const bool fits = next == AdtsNext::kEnd || (next == AdtsNext::kBeyondInput && at == first);
     if (fits && likely == end) likely = at;

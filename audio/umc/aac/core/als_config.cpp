@@ -12,7 +12,7 @@ void SkipBits(BitWindow& stream, std::size_t bits) {
   stream.Seek(stream.Position() + bits);
 }
 
-// header_size or trailer_size: the bytes that follow of what was before or after the sound in its own file.
+// header_size or trailer_size: the size of the data that preceded or followed the audio in its original file.
 std::size_t ReadOriginalSize(BitWindow& stream) {
   constexpr std::uint32_t kNone = 0xFFFFFFFF;
   const auto bytes = stream.Read(32);
@@ -25,7 +25,7 @@ bool ParseAlsConfig(BitWindow& stream, AlsConfig& config) {
   if (stream.Read(32) != kAlsId) return false;
   config.frequency = stream.Read(32);
   const std::uint64_t samples = stream.Read(32);
-  const std::size_t lastChannel = stream.Read(16);  // channels, less 1
+  const std::size_t lastChannel = stream.Read(16);  // channels minus 1
   config.channels = static_cast<std::uint32_t>(lastChannel) + 1;
   stream.Read(3);  // file_type
   const auto resolution = stream.Read(3);

@@ -1,5 +1,5 @@
-// ALSSpecificConfig(): the head of a lossless stream (ISO/IEC 14496-3, 11.6.2). Streams that begin with it
-// are recognised by it; their frames are not decoded.
+// ALSSpecificConfig(): the header of a lossless stream (ISO/IEC 14496-3, 11.6.2). It serves to recognise such
+// streams; their frames are not decoded.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct AlsConfig {
   std::uint32_t channels;
 };
 
-// Reads the configuration, its id included. False for one that is cut off, or that holds reserved values.
+// Reads the configuration, including its id. False if it is truncated or contains reserved values.
 bool ParseAlsConfig(BitWindow& stream, AlsConfig& config);
 
 }  // namespace UMC::aac

@@ -1,4 +1,4 @@
-// What one channel stream of a raw data block says, and the spectrum made of it.
+// One channel stream of a raw data block and its spectrum.
 #pragma once
 
 #include <cstdint>
@@ -9,11 +9,11 @@
 namespace UMC::aac {
 
 inline constexpr int kMaxFrameLength = 1024;
-// Scale factor bands of all groups of a frame.
+// Scale factor bands in all groups of a frame.
 inline constexpr int kMaxGroupedBands = 8 * kMaxShortBands;
 static_assert(kMaxGroupedBands >= kMaxBands);
 
-// Section codebook numbers that are no spectral codes (ISO/IEC 14496-3, 4.6.3 and 4.6.2.3).
+// Section codebook numbers that are not spectral codes (ISO/IEC 14496-3, 4.6.3 and 4.6.2.3).
 inline constexpr int kZeroCodebook = 0;
 inline constexpr int kEscapeCodebook = 11;
 inline constexpr int kReservedCodebook = 12;
@@ -24,11 +24,11 @@ inline constexpr int kIntensityInPhase = 15;
 struct ChannelStream {
   IcsInfo ics;
   TnsData tns;
-  // By IcsInfo::Band. A scale factor is what its band's codebook makes it: for spectral codes the scale
-  // factor proper, for noise its energy, for intensity its position.
+  // By IcsInfo::Band. The meaning of a scale factor depends on its band's codebook: scale factor proper for
+  // spectral codes, energy for noise, position for intensity.
   std::uint8_t codebook[kMaxGroupedBands];
   std::int16_t scaleFactor[kMaxGroupedBands];
-  // Lines in the order of frequency, window after window; once through the filter bank, the samples.
+  // Lines in frequency order, one window after the other; after the filter bank, the samples.
   alignas(16) float spectrum[kMaxFrameLength];
 };
 

@@ -26,8 +26,8 @@ constexpr Code Describe(const IppsVLCTable_32s (&words)[kCount], const IppsVLCTu
   return {words, kCount, tuple};
 }
 
-// By codebook number less 1 (ISO/IEC 14496-3, table 4.151): signed codes count from minus their largest
-// value, unsigned ones from 0.
+// By codebook number minus 1 (ISO/IEC 14496-3, table 4.151): symbols of signed codes start at minus their
+// maximum value, those of unsigned ones at 0.
 constexpr Code kSpectral[] = {Describe(kSpectralCode1, {4, 3, 1}),  Describe(kSpectralCode2, {4, 3, 1}),
                               Describe(kSpectralCode3, {4, 3, 0}),  Describe(kSpectralCode4, {4, 3, 0}),
                               Describe(kSpectralCode5, {2, 9, 4}),  Describe(kSpectralCode6, {2, 9, 4}),
@@ -35,12 +35,12 @@ constexpr Code kSpectral[] = {Describe(kSpectralCode1, {4, 3, 1}),  Describe(kSp
                               Describe(kSpectralCode9, {2, 13, 0}), Describe(kSpectralCode10, {2, 13, 0}),
                               Describe(kSpectralCode11, {2, 17, 0})};
 
-// Values of a pair, with and without signs, and the pairs that have them.
+// Numbers of values in a pair, without and with signs, and of pairs of these values.
 constexpr int kMagnitudes = 17;
 constexpr int kSignedValues = 2 * kMagnitudes - 1;
 constexpr IppsVLCTuple kSignedPairs = {2, kSignedValues, kMagnitudes - 1};
 
-// The code of the escape codebook with the sign bits, which follow its words, as part of them.
+// The escape codebook with the sign bits that follow its code words included in them.
 constexpr auto kSignedEscapeCode = [] {
   std::array<IppsVLCTable_32s, kSignedValues * kSignedValues> words{};
   auto next = words.begin();

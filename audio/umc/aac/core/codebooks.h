@@ -9,14 +9,14 @@ namespace UMC::aac {
 struct Codebooks {
   IppsVLCDecodeSpec_32s scaleFactor;
   IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
-  // The escape codebook once more, its words with the sign bits after them.
+  // The escape codebook again, with code words that include the sign bits.
   IppsVLCDecodeSpec_32s signedEscape;
 };
 
-// Made by the first caller; null where memory was short then.
+// Created on first use; null if memory was exhausted.
 const Codebooks* SharedCodebooks();
 
-// The next difference of the scale factor code, -60 to 60.
+// Reads the next scale factor difference, -60 to 60.
 int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks);
 
 }  // namespace UMC::aac

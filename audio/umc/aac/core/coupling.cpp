@@ -10,7 +10,7 @@ namespace UMC::aac {
 
 namespace {
 
-// cc_scale^-exponent, where the base is 2^(1 / (8 >> scale)), within a float's range.
+// cc_scale^-exponent, where the base is 2^(1 / (8 >> scale)), clamped to a float's range.
 float Gain(unsigned scale, int exponent) {
   const float octaves = static_cast<float>(-exponent) / static_cast<float>(8u >> scale);
   return std::exp2(std::clamp(octaves, -100.0f, 100.0f));

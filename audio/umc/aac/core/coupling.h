@@ -1,5 +1,5 @@
-// Coupling channels: a spectrum or signal that is added to other channels with gains (ISO/IEC 14496-3,
-// 4.6.8.3).
+// Coupling channels: a spectrum or signal that is added to other channels with individual gains (ISO/IEC
+// 14496-3, 4.6.8.3).
 #pragma once
 
 #include <cstdint>
@@ -16,10 +16,10 @@ inline constexpr int kMaxCouplingTargets = 8;
 struct CouplingTarget {
   bool isPair;
   std::uint8_t tag;          // element_instance_tag of the target
-  std::int8_t gainLists[2];  // of the first and second channel; -1: that channel is not coupled
+  std::int8_t gainLists[2];  // of the first and second channel; -1: the channel is not coupled
 };
 
-// Where in the target's decoding the coupling takes place.
+// The stage of the target's decoding at which the coupling takes place.
 enum class CouplingPoint : std::uint8_t { kBeforeTns, kAfterTns, kTimeSignal };
 
 struct Coupling {
@@ -27,15 +27,15 @@ struct Coupling {
   std::uint8_t stream;  // index of the coupling channel's stream
   std::uint8_t targetCount;
   CouplingTarget targets[kMaxCouplingTargets];
-  // By gain list and IcsInfo::Band of the coupling channel; a time signal has one gain a list, the first.
+  // By gain list and IcsInfo::Band of the coupling channel; a time signal uses one gain per list, the first.
   float gains[2 * kMaxCouplingTargets][kMaxGroupedBands];
 };
 
-// Reads coupling_channel_element() from behind its tag. False for what no stream may hold.
+// Reads coupling_channel_element() after its tag. False if the syntax is invalid.
 bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
                    std::int16_t* quantised, ChannelStream& channel, Coupling& coupling);
 
-// Adds the coupling channel's spectrum to a target's.
+// Adds the coupling channel's spectrum to a target channel's.
 void AddCoupledSpectrum(const ChannelStream& source, const float* gains, ChannelStream& target);
 
 }  // namespace UMC::aac

@@ -13,9 +13,9 @@
 namespace UMC::aac {
 
 struct FilterBank {
-  // A transform's size and its two windows.
+  // A transform length with its two windows.
   struct Length {
-    std::size_t half = 0;        // coefficients, and samples of a window's half
+    std::size_t half = 0;        // coefficients; also samples of half a window
     std::vector<float> rise[2];  // by window_shape
     std::vector<std::uint8_t> memory;
     IppsMDCTInvSpec_32f* transform = nullptr;
@@ -73,7 +73,8 @@ void Transform(const FilterBank::Length& length, const float* spectrum, float* s
   ippsMDCTInv_32f(spectrum, samples, length.transform, scratch.work);
 }
 
-// A slope of a short window in the middle of a frame's half: flat before it, silent behind.
+// Overlap-adds with a short window's slope in the middle of half a frame: `tail` alone before the slope,
+// `head` alone after it.
 void OverlapShort(const FilterBank& bank, const float* tail, const float* head, int shape, float* out) {
   const std::size_t half = bank.longWindow.half;
   const std::size_t slope = bank.shortWindow.half;
@@ -83,8 +84,8 @@ void OverlapShort(const FilterBank& bank, const float* tail, const float* head, 
   std::copy(head + start + slope, head + half, out + start + slope);
 }
 
-// Eight short windows, each overlapping the next, in the middle of the frame: their sum from the first
-// window's start on, the first slope still rising and the last still falling.
+// The overlap-added eight short windows in the middle of the frame, from the start of the first one. The
+// first rising and the last falling slope are not applied yet.
 void SynthesiseShort(const FilterBank& bank, int shape, const float* spectrum, FilterBankScratch& scratch) {
   const std::size_t slope = bank.shortWindow.half;
   for (std::size_t i = 0; i < 8; ++i) {
@@ -99,7 +100,8 @@ void SynthesiseShort(const FilterBank& bank, int shape, const float* spectrum, F
   std::copy_n(scratch.samples + 15 * slope, slope, scratch.blocks + 8 * slope);
 }
 
-// Multiplies half a frame by a rising slope; a short one lies in the middle, silent before it, flat behind.
+// Applies a rising slope to half a frame; a short slope is in the middle, with silence before it and unity
+// gain after it.
 void ApplyRise(const FilterBank& bank, int shape, bool isShort, float* half) {
   const std::size_t length = bank.longWindow.half;
   const FilterBank::Length& window = isShort ? bank.shortWindow : bank.longWindow;
@@ -108,7 +110,7 @@ void ApplyRise(const FilterBank& bank, int shape, bool isShort, float* half) {
   for (std::size_t i = 0; i < window.half; ++i) half[start + i] *= window.rise[shape][i];
 }
 
-// The same with a falling slope, flat before a short one.
+// The same with a falling slope, with unity gain before a short one and silence after it.
 void ApplyFall(const FilterBank& bank, int shape, bool isShort, float* half) {
   const std::size_t length = bank.longWindow.half;
   const FilterBank::Length& window = isShort ? bank.shortWindow : bank.longWindow;

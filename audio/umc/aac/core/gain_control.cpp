@@ -4,7 +4,7 @@ namespace UMC::aac {
 
 namespace {
 
-// How a window sequence cuts a frame: the windows, and the bits of aloccode in the first and the others.
+// The windows of a frame by window sequence, and the bits of aloccode in the first and the other windows.
 struct Windows {
   int count;
   unsigned firstBits, otherBits;

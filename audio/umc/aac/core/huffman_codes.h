@@ -1,5 +1,5 @@
-// The noiseless coding's code words (ISO/IEC 14496-3, 4.6.3 and annex 4.A.1): {symbol, code word, length},
-// the scale factor code (table 4.A.1) and the spectral codes 1 to 11 (tables 4.A.2 to 4.A.12).
+// The code words of the noiseless coding (ISO/IEC 14496-3, 4.6.3 and annex 4.A.1): {symbol, code word,
+// length} for the scale factor code (table 4.A.1) and the spectral codes 1 to 11 (tables 4.A.2 to 4.A.12).
 #pragma once
 
 #include "dsp/ipps_vlc.h"

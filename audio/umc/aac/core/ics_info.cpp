@@ -6,7 +6,7 @@ namespace UMC::aac {
 
 namespace {
 
-// What follows predictor_data_present in a long window.
+// Reads what follows predictor_data_present in a long window.
 bool ParsePredictorData(BitWindow& stream, int objectType, IcsInfo& ics, IcsInfo* second) {
   if (objectType == kObjectMain) {
     if (!ParsePredictionData(stream, *ics.bands, ics.maxSfb, ics.prediction)) return false;

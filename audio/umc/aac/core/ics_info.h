@@ -1,5 +1,5 @@
-// ics_info(): how a channel stream's frame is cut into windows, groups and bands (ISO/IEC 14496-3, 4.4.2.1
-// and 4.5.2.3).
+// ics_info(): the division of a channel stream's frame into windows, groups and bands (ISO/IEC 14496-3,
+// 4.4.2.1 and 4.5.2.3).
 #pragma once
 
 #include <cstdint>
@@ -22,24 +22,24 @@ struct IcsInfo {
   std::uint8_t shape;
   std::uint8_t maxSfb;
   std::uint8_t groups;
-  std::uint8_t groupLength[8];  // windows
-  const BandTable* bands;       // of one window
-  PredictionData prediction;    // all zeros where there is none
+  std::uint8_t groupLength[8];  // windows per group
+  const BandTable* bands;       // bands of one window
+  PredictionData prediction;    // all zeros if not present
   LtpData ltp;
 
   [[nodiscard]] bool IsShort() const { return sequence == WindowSequence::kEightShort; }
-  // Lines of one window.
+  // Number of lines in one window.
   [[nodiscard]] int WindowLines() const { return bands->offsets[bands->bands]; }
   // The index of a band among those of all groups.
   [[nodiscard]] int Band(int group, int sfb) const { return group * maxSfb + sfb; }
   [[nodiscard]] int BandCount() const { return groups * maxSfb; }
 };
 
-// Reads ics_info(); where a pair has it in common, `second` is not null and receives the second channel's,
-// which differs in its long-term prediction alone. False for what no stream of the object type may hold.
+// Reads ics_info(). If a pair shares it, `second` is not null and receives the second channel's, which
+// differs only in its long-term prediction. False if the syntax is invalid for the object type.
 bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics, IcsInfo* second);
 
-// Calls visit(band, firstLine, lineCount) for every window's every band, in the order of the lines.
+// Calls visit(band, firstLine, lineCount) for every band of every window, in line order.
 template <class Visit>
 void ForEachWindowBand(const IcsInfo& ics, Visit visit) {
   const int windowLines = ics.WindowLines();

@@ -13,8 +13,8 @@ namespace {
 constexpr int kMaxLtpBands = 40;  // MAX_LTP_LONG_SFB
 constexpr float kCoefficients[8] = {0.570829f, 0.696616f, 0.813004f, 0.911304f,
                                     0.984900f, 1.067894f, 1.194601f, 1.369533f};
-// The signal of `lag` samples ago times the coefficient, for a whole window of the current frame. Behind the
-// past comes the half that the current frame will overlap with, still aliased, and behind that silence.
+// The signal of `lag` samples ago times the coefficient, for a complete window of the current frame. The
+// history is followed by the half that overlaps the current frame, still aliased, then by silence.
 void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpState& state,
               const LtpData& ltp, int frameLength, FilterBankScratch& scratch) {
   float* half = scratch.blocks;
@@ -27,7 +27,7 @@ void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpS
   float* out = scratch.samples;
   for (int i = 0; i < fromPast; ++i) out[i] = coefficient * state.past[kLtpPast + i - lag];
   for (int i = fromPast; i < sounding; ++i) out[i] = coefficient * half[i - lag];
-  // Left alone, it could grow until it is no number.
+  // Prevents unlimited growth up to infinity or NaN.
   ippsLimit_32f_I(kSampleLimit, out, static_cast<std::size_t>(sounding));
   std::fill(out + sounding, out + window, 0.0f);
 }

@@ -1,4 +1,4 @@
-// Long-term prediction of the object type LTP: a frame's spectrum from the signal decoded before (ISO/IEC
+// Long-term prediction of the object type LTP: a frame's spectrum predicted from the decoded signal (ISO/IEC
 // 14496-3, 4.6.6).
 #pragma once
 
@@ -17,30 +17,31 @@ struct LtpData {
   bool present;
   std::uint8_t coefficient;  // ltp_coef
   std::uint16_t lag;         // samples
-  std::uint64_t used;        // ltp_long_used: bit of every band
+  std::uint64_t used;        // ltp_long_used, one bit per band
 };
 
-// Samples that a lag reaches back at most.
+// Maximum reach of a lag, in samples.
 inline constexpr int kLtpPast = 2048;
 
-// A channel's memory from frame to frame; all zeros before the first.
+// A channel's LTP state between frames; all zeros before the first.
 struct LtpState {
-  alignas(16) float past[kLtpPast];  // the last samples of the filter bank, full scale being 32768
-  int unpredicted;                   // frames in a row that used none of them, up to kLtpFading
+  alignas(16) float past[kLtpPast];  // the last output samples of the filter bank, with full scale 32768
+  int unpredicted;                   // consecutive frames without prediction, up to kLtpFading
 };
 
-// So many leave nothing of what was before them in the past and the overlap, whatever the frame length.
+// After this many such frames, neither the history nor the overlap contains earlier samples, for any frame
+// length.
 inline constexpr int kLtpFading = 4;
 
 // Reads ltp_data() of a long window.
 void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp);
 
-// Adds to the spectrum, ahead of TNS, what the stream's prediction gives. `overlap` is the channel's memory
-// of the filter bank as the frame before left it.
+// Adds the stream's prediction to the spectrum, before TNS. `overlap` is the channel's filter bank state
+// after the previous frame.
 void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, LtpState& state,
               FilterBankScratch& scratch, ChannelStream& channel);
 
-// Takes in a frame that the filter bank has made.
+// Appends a frame of filter bank output to the history.
 void UpdateLtp(const float* samples, int frameLength, LtpState& state);
 
 }  // namespace UMC::aac

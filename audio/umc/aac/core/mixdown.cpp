@@ -11,7 +11,7 @@ using enum Speaker;
 
 constexpr float kHalfPower = 0.70710678118654752f;  // 1 / sqrt(2)
 
-// The speakers of a target of so many channels, in the order of output.
+// The speakers of an output with a given number of channels, in output order.
 constexpr Speaker kTargets[kMaxChannels][kMaxChannels] = {
     {kFrontCentre},
     {kFrontLeft, kFrontRight},
@@ -23,7 +23,7 @@ constexpr Speaker kTargets[kMaxChannels][kMaxChannels] = {
     {kFrontLeft, kFrontRight, kFrontCentre, kLfe, kBackLeft, kBackRight, kSideLeft, kSideRight},
 };
 
-// Spreads one stream channel over a target's speakers.
+// Distributes one stream channel to an output's speakers.
 class Folder {
  public:
   Folder(MixMatrix& matrix, int channel, float surroundGain)
@@ -75,7 +75,7 @@ class Folder {
   }
 
  private:
-  // To the rear centre where there is one, else to the front.
+  // To the rear centre if there is one, otherwise to the front.
   void FoldBack(Speaker speaker, float gain) {
     if (m_matrix.outputs == 4) {
       Fold(kBackCentre, gain * kHalfPower);
@@ -89,7 +89,7 @@ class Folder {
   float m_surroundGain;
 };
 
-// matrix_mixdown_idx 0 to 3 (ISO/IEC 14496-3, table 4.70); without one, as index 0.
+// matrix_mixdown_idx 0 to 3 (ISO/IEC 14496-3, table 4.70); index 0 if there is none.
 float SurroundGain(int mixdownIndex) {
   constexpr float kGains[4] = {kHalfPower, 0.5f, kHalfPower / 2, 0.0f};
   return kGains[std::max(mixdownIndex, 0)];

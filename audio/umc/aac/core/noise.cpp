@@ -9,7 +9,7 @@
 namespace UMC::aac {
 
 NoiseGenerator::NoiseGenerator(const std::uint8_t* block, std::size_t size) {
-  // FNV-1a over words of eight bytes, folded to the generator's width.
+  // FNV-1a over eight-byte words, folded to the generator's width.
   std::uint64_t hash = 0xCBF29CE484222325u;
   constexpr std::uint64_t kPrime = 0x100000001B3u;
   std::size_t i = 0;

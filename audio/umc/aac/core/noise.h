@@ -8,13 +8,13 @@
 
 namespace UMC::aac {
 
-// A linear congruential generator. The noise of a block depends on the block's bytes alone, so that a frame
-// sounds the same however the decoder came to it.
+// A linear congruential generator. A block's noise depends only on the block's bytes, so that a frame sounds
+// the same wherever decoding started.
 class NoiseGenerator {
  public:
   NoiseGenerator(const std::uint8_t* block, std::size_t size);
 
-  // Fills `lines` with noise whose squares sum up to 2^(energy / 2).
+  // Fills `lines` with noise whose squares sum to 2^(energy / 2).
   void Fill(int energy, int count, float* lines);
 
  private:
@@ -26,8 +26,8 @@ bool HasNoise(const ChannelStream& channel);
 // Fills the noise bands of one channel.
 void ApplyNoise(ChannelStream& channel, NoiseGenerator& generator);
 
-// The same for a pair with common windows, where bands that are noise in both channels share their shape
-// if `correlated` (by IcsInfo::Band) tells so.
+// The same for a pair with common windows. Bands that are noise in both channels have the same noise where
+// `correlated` (by IcsInfo::Band) is set.
 void ApplyNoise(ChannelStream& left, ChannelStream& right, const std::uint8_t* correlated,
                 NoiseGenerator& generator);
 

@@ -34,7 +34,7 @@ void ApplyPrediction(PredictionState& state, ChannelStream& channel) {
     return;
   }
   state.settled = state.groupsReset == kAllGroups;
-  // Noise and intensity are no signals to predict; noise is none to learn from either.
+  // Noise and intensity bands are not predicted; noise bands also reset their predictors.
   std::uint64_t used = ics.prediction.used, noise = 0;
   for (int sfb = 0; sfb < ics.maxSfb; ++sfb) {
     const std::uint64_t bit = std::uint64_t{1} << sfb;

@@ -1,5 +1,5 @@
-// The pulse tool: up to four lines whose magnitude is raised ahead of inverse quantisation (ISO/IEC
-// 14496-3, 4.6.3.3).
+// The pulse tool: up to four lines whose magnitude is increased before inverse quantisation (ISO/IEC 14496-3,
+// 4.6.3.3).
 #pragma once
 
 #include <cstdint>

@@ -8,11 +8,11 @@ namespace UMC::aac {
 namespace {
 
 struct Offsets {
-  int count;  // of the bands
+  int count;  // number of bands
   std::uint16_t values[kMaxBands + 1];
 };
 
-// swb_offset_long_window for windows of 2048 samples (ISO/IEC 14496-3, tables 4.129 to 4.141); those of
+// swb_offset_long_window for windows of 2048 samples (ISO/IEC 14496-3, tables 4.129 to 4.141); windows of
 // 1920 samples have the same bands up to line 960.
 constexpr Offsets kLong[] = {
     // 96 and 88.2 kHz
@@ -45,7 +45,8 @@ constexpr Offsets kLong[] = {
       288, 308, 328, 348, 372, 396, 420, 448, 476, 508, 544, 580, 620, 664, 712, 764, 820, 880, 944, 1024}},
 };
 
-// swb_offset_short_window for windows of 256 samples; those of 240 have the same bands up to line 120.
+// swb_offset_short_window for windows of 256 samples; windows of 240 samples have the same bands up to line
+// 120.
 constexpr Offsets kShort[] = {
     // 96, 88.2 and 64 kHz
     {12, {0, 4, 8, 12, 16, 20, 24, 32, 40, 48, 64, 92, 128}},

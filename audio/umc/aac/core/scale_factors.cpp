@@ -6,7 +6,7 @@ namespace {
 
 constexpr int kLargestScaleFactor = 255;
 constexpr int kNoiseOffset = 90;       // NOISE_OFFSET
-constexpr unsigned kNoisePcmBits = 9;  // of the first noise energy, sent as it is
+constexpr unsigned kNoisePcmBits = 9;  // bits of the first noise energy, which is PCM-coded
 constexpr int kNoisePcmOffset = 256;
 
 }  // namespace

@@ -20,7 +20,7 @@ bool ParseSectionData(BitWindow& stream, ChannelStream& channel) {
         end += static_cast<int>(increment);
         if (end > ics.maxSfb) return false;
       } while (increment == escape);
-      // Empty sections may not go on for ever.
+      // Prevents an endless run of empty sections.
       if (stream.Overrun()) return false;
       std::fill(channel.codebook + ics.Band(group, sfb), channel.codebook + ics.Band(group, end), codebook);
       sfb = end;

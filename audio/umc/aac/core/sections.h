@@ -1,4 +1,4 @@
-// section_data(): which codebook every band uses (ISO/IEC 14496-3, 4.4.2.1 and 4.6.3.2).
+// section_data(): the codebook of every band (ISO/IEC 14496-3, 4.4.2.1 and 4.6.3.2).
 #pragma once
 
 #include "audio/umc/aac/core/channel_stream.h"
@@ -6,7 +6,7 @@
 
 namespace UMC::aac {
 
-// False for a reserved codebook or sections that do not end where the bands do.
+// False for a reserved codebook or sections that do not end with the bands.
 bool ParseSectionData(BitWindow& stream, ChannelStream& channel);
 
 }  // namespace UMC::aac

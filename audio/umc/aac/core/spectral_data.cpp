@@ -10,15 +10,15 @@ namespace {
 
 constexpr int kScaleFactorOffset = 100;  // SF_OFFSET
 
-// Lines of the escape codebook that repay its larger form, with the signs in its words: it takes fewer steps
-// a pair and more of the cache.
+// From this many lines on, the larger form of the escape codebook, whose words include the signs, pays off:
+// it takes fewer steps per pair but more cache.
 constexpr int kLongRun = 32;
 
 bool IsSpectral(int codebook) {
   return codebook != kZeroCodebook && codebook <= kEscapeCodebook;
 }
 
-// Decodes `count` lines, zeros where the codebook has none.
+// Decodes `count` lines, or zeros if the codebook has none.
 bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, int count,
                  std::int16_t* lines) {
   const auto length = static_cast<std::size_t>(count);
@@ -44,8 +44,8 @@ bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, in
   }
 }
 
-// One group's lines. Bands of one codebook that follow each other in the stream and in the spectrum, as in
-// a group of one window, are read in one go.
+// One group's lines. Bands of one codebook that are adjacent in both the stream and the spectrum, as in a
+// group of one window, are read at once.
 bool ParseGroup(BitWindow& stream, const Codebooks& codebooks, const ChannelStream& channel, int group,
                 std::int16_t* quantised) {
   const IcsInfo& ics = channel.ics;
@@ -79,10 +79,10 @@ bool ParseSpectralData(BitWindow& stream, const Codebooks& codebooks, const Puls
   const auto bandCount = static_cast<std::size_t>(ics.BandCount());
   ippsCalcSF_16s32f(channel.scaleFactor, kScaleFactorOffset, factors, bandCount);
   for (std::size_t band = 0; band < bandCount; ++band) {
-    if (!IsSpectral(channel.codebook[band])) factors[band] = 0;  // a pulse there stays without effect
+    if (!IsSpectral(channel.codebook[band])) factors[band] = 0;  // pulses there have no effect
   }
 
-  // A pulse may lie above the coded lines: without effect as well.
+  // Pulses above the coded lines have no effect either.
   if (pulse.count > 0) std::fill(quantised + codedLines, quantised + windowLines, std::int16_t{0});
 
   int window = 0;

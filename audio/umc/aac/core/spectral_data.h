@@ -1,4 +1,4 @@
-// spectral_data() and what makes coefficients of it: pulses, inverse quantisation, rescaling (ISO/IEC
+// spectral_data() and its conversion to coefficients: pulses, inverse quantisation, rescaling (ISO/IEC
 // 14496-3, 4.6.1 to 4.6.3).
 #pragma once
 
@@ -9,8 +9,8 @@
 
 namespace UMC::aac {
 
-// Reads the quantised lines and fills channel.spectrum. `quantised` is room for a frame's lines. False for
-// bits that no stream may hold.
+// Reads the quantised lines and fills channel.spectrum. `quantised` is a buffer for a frame's lines. False
+// for invalid codes.
 bool ParseSpectralData(BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
                        std::int16_t* quantised, ChannelStream& channel);
 

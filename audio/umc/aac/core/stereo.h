@@ -9,17 +9,17 @@
 namespace UMC::aac {
 
 struct StereoMask {
-  bool sent;                            // ms_mask_present is 1: the flags are the stream's own
-  std::uint8_t used[kMaxGroupedBands];  // by IcsInfo::Band: 1 where the pair is coded as sum and difference
+  bool sent;                            // ms_mask_present is 1: the flags are transmitted
+  std::uint8_t used[kMaxGroupedBands];  // by IcsInfo::Band: 1 if the pair is coded as sum and difference
 };
 
 // Reads ms_mask_present and ms_used. False for the reserved value.
 bool ParseStereoMask(BitWindow& stream, const IcsInfo& ics, StereoMask& mask);
 
-// Undoes M/S where it is used, but for bands that are noise or intensity.
+// Undoes M/S where it is used, except in noise and intensity bands.
 void ApplyMidSide(const StereoMask& mask, ChannelStream& left, ChannelStream& right);
 
-// Makes the right channel's intensity bands of the left ones.
+// Derives the right channel's intensity bands from the left channel's.
 void ApplyIntensity(const StereoMask& mask, const ChannelStream& left, ChannelStream& right);
 
 }  // namespace UMC::aac

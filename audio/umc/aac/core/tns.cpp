@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// The reflection coefficient of a transmitted value, by its resolution of 3 or 4 bits.
+// Reflection coefficients of the transmitted values, by resolution (3 or 4 bits).
 struct Reflections {
   Reflections() {
     for (int bits = 3; bits <= 4; ++bits) {
@@ -28,9 +28,9 @@ struct Reflections {
   float table[2][16] = {};
 };
 
-// y[i] = x[i] - sum of predictor[j] * y[i - 1 - j]; before the first line there is silence.
+// y[i] = x[i] - sum of predictor[j] * y[i - 1 - j], with zeros before the first line.
 void FilterLines(float* line, std::ptrdiff_t step, int count, const float* predictor, int order) {
-  // The history, latest value first, kept twice the length so that it is moved only now and then.
+  // The history, latest value first, in a buffer of twice its length so that it is rarely moved.
   constexpr int kRoom = 64;
   float history[kRoom + kMaxTnsOrderMain] = {};
   int latest = kRoom;
@@ -53,7 +53,7 @@ void FilterLinesBack(float* line, std::ptrdiff_t step, int count, const float* p
   }
 }
 
-// Calls filter(firstLine, step, count, predictor, order) for every filter that covers lines.
+// Calls filter(firstLine, step, count, predictor, order) for every filter with a non-empty range of lines.
 template <class Filter>
 void ForEachFilter(const TnsData& tns, const IcsInfo& ics, float* spectrum, Filter filter) {
   for (int i = 0; i < tns.count; ++i) {

@@ -8,7 +8,7 @@ namespace {
 
 constexpr PsResolution kResolutions[3] = {{10, 5}, {20, 11}, {34, 17}};
 
-// The bands of the other resolution that a band is the weighted mean of: `first` and those that follow it.
+// A band as the weighted mean of bands of the other resolution: `first` and those that follow it.
 struct Mean {
   std::uint8_t first;
   std::uint8_t weights[4];
@@ -27,7 +27,7 @@ constexpr Mean kOf34In20[20] = {{0, {2, 1}},  {1, {1, 2}},  {3, {2, 1}},  {4, {1
                                 {16, {1}},    {17, {1}},    {18, {1}},    {19, {1}},          {20, {1, 1}},
                                 {22, {1, 1}}, {24, {1, 1}}, {26, {1, 1}}, {28, {1, 1, 1, 1}}, {32, {1, 1}}};
 
-// Integers are divided towards zero.
+// Integers are divided with truncation towards zero.
 template <class Sum, class Value>
 void TakeMeans(const Mean* means, const Value* from, int count, Value* to) {
   for (int band = 0; band < count; ++band) {
@@ -42,7 +42,7 @@ void TakeMeans(const Mean* means, const Value* from, int count, Value* to) {
   }
 }
 
-// By way of the middle resolution; a band of the lowest one is two of that.
+// Converts by way of the middle resolution, of which two bands make one of the lowest.
 void MapIndices(const std::int8_t* from, int fromBands, int toBands, int PsResolution::*count,
                 std::int8_t* to) {
   const int low = kResolutions[0].*count, middle = kResolutions[1].*count, high = kResolutions[2].*count;

@@ -5,7 +5,7 @@
 
 namespace UMC::aac {
 
-// For differences between bands (index 0) and between envelopes (index 1). Symbols count from the smallest
+// For differences between bands (index 0) and between envelopes (index 1). Symbol 0 is the smallest
 // difference.
 struct PsCodebooks {
   IppsVLCDecodeSpec_32s iidDefault[2];
@@ -15,7 +15,7 @@ struct PsCodebooks {
   IppsVLCDecodeSpec_32s opd[2];
 };
 
-// Made by the first caller; null where memory was short then.
+// Created on first use; null if memory was exhausted.
 const PsCodebooks* SharedPsCodebooks();
 
 }  // namespace UMC::aac

@@ -64,7 +64,7 @@ class PsParser {
     return true;
   }
 
-  // Makes m_last the last envelope of the payload before, in the resolution of this one.
+  // Sets m_last to the previous payload's last envelope, in this payload's resolution.
   void RecallLast() {
     if (m_before.envelopeCount == 0) return;
     const PsEnvelope& last = m_before.envelopes[m_before.envelopeCount - 1];
@@ -76,11 +76,11 @@ class PsParser {
     MapPsPhases(last.opd, iidBefore.phaseBands, iid.phaseBands, m_last.opd);
   }
 
-  // The envelope that differences of envelope i in time refer to.
+  // The reference of time differences in envelope i.
   const PsEnvelope& Earlier(int i) const { return i == 0 ? m_last : m_data.envelopes[i - 1]; }
 
-  // The next difference, its symbol counted from 0, added to the index that it refers to: that of the same
-  // band of `earlier`, or without one that of the band before.
+  // Reads the next difference, whose symbols start at 0, and adds it to its reference: the index of the same
+  // band in `earlier` or, if that is null, of the previous band.
   int ReadSum(const IppsVLCDecodeSpec_32s& code, const std::int8_t* earlier, int band, int lower) {
     Ipp16s symbol = 0;
     ippsVLCDecodeOne_1u16s(&m_stream, &symbol, &code);
@@ -118,7 +118,7 @@ class PsParser {
     std::size_t bytes = m_stream.Read(4);
     if (bytes == 15) bytes += m_stream.Read(8);
     const std::size_t end = m_stream.Position() + 8 * bytes;
-    // Extensions of other kinds have no length of their own.
+    // Extensions of other kinds have no length field of their own.
     while (m_stream.Position() + 7 < end && m_stream.Read(2) == kPhaseExtension) ParsePhaseExtension();
     if (m_stream.Position() > end) return false;
     m_stream.Seek(end);
@@ -135,7 +135,7 @@ class PsParser {
     m_stream.Read(1);  // reserved_ps
   }
 
-  // Returns whether they are coded in the direction of time.
+  // Returns whether the differences are over time.
   bool ParsePhases(const IppsVLCDecodeSpec_32s* codes, int i,
                    std::int8_t (PsEnvelope::*phases)[kMaxPsPhaseBands]) {
     const bool inTime = m_stream.ReadFlag();
@@ -148,7 +148,7 @@ class PsParser {
     return inTime;
   }
 
-  // Without an envelope up to the frame's end, the last one goes on there.
+  // If no envelope extends to the frame's end, the last one is repeated there.
   void ReachEnd() {
     const int count = m_data.envelopeCount;
     if (count > 0 && m_data.envelopes[count - 1].border == m_slots - 1) return;

@@ -13,7 +13,7 @@ constexpr std::uint32_t kSlotPeriod = 420;
 static_assert(kSlotPeriod % kPsAllPassDelay == 0 && kSlotPeriod % kPsLongDelay == 0);
 static_assert(kSlotPeriod % 3 == 0 && kSlotPeriod % 4 == 0 && kSlotPeriod % 5 == 0);
 
-// Puts a slot into its place in a delay line and takes what was there.
+// Writes a slot into a delay line and reads the slot it replaces.
 void Exchange(const float* in, float* line, float* out, int count) {
   for (int i = 0; i < count; ++i) {
     const float held = line[i];
@@ -27,7 +27,7 @@ void SumPowers(const PsConfiguration& configuration, const float* powers, float*
   for (int k = 0; k < configuration.hybridBands; ++k) sums[configuration.bandOf[k]] += powers[k];
 }
 
-// Transient reduction (8.6.4.5.3): the gain of a parameter band of the given power.
+// Transient reduction (8.6.4.5.3): the gain for a parameter band of the given power.
 float TransientGain(float power, float& peak, float& smoothPower, float& smoothDifference) {
   constexpr float kPeakDecay = 0.76592833836465f;
   constexpr float kSmoothing = 0.25f;
@@ -72,7 +72,7 @@ void Decorrelate(const PsConfiguration& configuration, PsDecorrelatorState& stat
     links[link] = rows + state.slot % delay;
     rows += delay;
   }
-  // In rising order: what the filters write behind their bands is written over.
+  // In ascending order: values written past a filter's bands are overwritten by the next.
   kernels.allPass(configuration.allPass, {waiting[0], waiting[1]}, links, out);
   const int allPassBands = configuration.allPassBands;
   std::copy_n(in.re, allPassBands, waiting[0]);

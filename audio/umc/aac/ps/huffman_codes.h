@@ -1,5 +1,5 @@
 // The code words of parametric stereo (ISO/IEC 14496-3, annex 8.B): {symbol, code word, length}. The symbol
-// is the difference, increased for IID and ICC so that the smallest one is 0.
+// is the difference; for IID and ICC it is offset so that the smallest difference is 0.
 #pragma once
 
 #include "dsp/ipps_vlc.h"

@@ -18,7 +18,7 @@ void GatherPsInput(const Ipp32fc (*qmf)[kIppsSbrBands], int slots, PsHybridState
 void AnalyseHybrid(const PsConfiguration& configuration, const PsHybridInput& input, int slot,
                    const Ipp32fc* qmf, PsSpectrum hybrid) {
   const PsKernels& kernels = ActiveKernels().ps;
-  // In rising order: what a bank writes behind its filters in use is written over.
+  // In ascending order: values written past a bank's active filters are overwritten by the next.
   for (int band = 0; band < configuration.splitQmfBands; ++band) {
     const int first = configuration.firstOf[band];
     kernels.filter(configuration.filters[band], input.samples[band] + slot,

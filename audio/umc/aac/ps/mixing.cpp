@@ -10,7 +10,7 @@ namespace {
 
 using Phase = std::complex<float>;
 
-// The mixer's order: left and right of the direct signal, then of the decorrelated one.
+// The order in the mixer: left and right of the direct signal, then of the decorrelated one.
 enum { kH11, kH12, kH21, kH22, kImaginary };
 
 Phase Turn(std::int8_t eighths) {
@@ -20,7 +20,7 @@ Phase Turn(std::int8_t eighths) {
   return kTurns[eighths & 7];
 }
 
-// The direction of a phase and the two before it, weighted; never zero, for the last one weighs most.
+// The weighted direction of a phase and the two before it; never zero, as the latest has the largest weight.
 Phase Smooth(std::int8_t now, std::int8_t before, std::int8_t earlier) {
   const Phase sum = Turn(now) + 0.5f * Turn(before) + 0.25f * Turn(earlier);
   return sum / std::abs(sum);
@@ -66,7 +66,7 @@ PsCoefficients MakeCoefficients(const PsConfiguration& configuration, const PsDa
   return made;
 }
 
-// Spreads the coefficients over the hybrid bands.
+// Copies the coefficients to the hybrid bands.
 void Spread(const PsConfiguration& configuration, const PsCoefficients& coefficients,
             float (&spread)[8][kPsHybridBands]) {
   for (int kind = 0; kind < 8; ++kind) {

@@ -6,31 +6,31 @@
 
 namespace UMC::aac {
 
-// By parameter band, as they are at the end of the last envelope: those of PsMixer.
+// The coefficients of PsMixer by parameter band, at the end of the last envelope.
 struct PsCoefficients {
   float h[8][kMaxPsBands];
 };
 
 struct PsMixingState {
   PsCoefficients last;
-  // Phases of the last two envelopes that had any, the later one first: overall ones and differences, in
+  // Phases of the last two envelopes with phases, latest first: overall phases and phase differences, in
   // eighths of a turn.
   std::int8_t opd[2][kMaxPsPhaseBands];
   std::int8_t ipd[2][kMaxPsPhaseBands];
 };
 
-// Before the first parameters both channels are the direct signal.
+// Before the first parameters, both channels are the direct signal.
 void StartMixing(PsMixingState& state);
 
-// Takes over the other configuration's state.
+// Converts the state to the other configuration.
 void ConvertMixing(const PsConfiguration& from, const PsConfiguration& to, PsMixingState& state);
 
-// Makes `mixer` run from the last envelope's coefficients to those of `envelope` within `slots` slots, and
-// keeps these. Returns whether any of the coefficients on the way is complex.
+// Sets `mixer` to interpolate from the last envelope's coefficients to those of `envelope` over `slots`
+// slots, and keeps the latter. Returns whether any of the interpolated coefficients is complex.
 bool AimMixer(const PsConfiguration& configuration, const PsData& data, const PsEnvelope& envelope, int slots,
               PsMixingState& state, PsMixer& mixer);
 
-// Makes `mixer` stay with the last envelope's coefficients. Returns whether any of them is complex.
+// Sets `mixer` to hold the last envelope's coefficients. Returns whether any of them is complex.
 bool HoldMixer(const PsConfiguration& configuration, const PsMixingState& state, PsMixer& mixer);
 
 }  // namespace UMC::aac

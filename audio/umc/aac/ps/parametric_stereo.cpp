@@ -8,7 +8,7 @@ namespace UMC::aac {
 
 namespace {
 
-// Whether a payload asks for 34 bands; one without parameters leaves it as it was.
+// Whether a payload requires 34 bands; a payload without parameters leaves this unchanged.
 bool WantsWide(const PsData& data, bool before) {
   if (!data.iidEnabled && !data.iccEnabled) return before;
   const auto isWide = [](bool enabled, int mode) {
@@ -17,7 +17,7 @@ bool WantsWide(const PsData& data, bool before) {
   return isWide(data.iidEnabled, data.iidMode) || isWide(data.iccEnabled, data.iccMode);
 }
 
-// Changes between the configurations where the payload asks for it.
+// Switches between the configurations when a payload requires it.
 void AdoptConfiguration(const PsData& data, PsState& state) {
   const bool wide = WantsWide(data, state.wide);
   if (!state.started) {
@@ -30,7 +30,7 @@ void AdoptConfiguration(const PsData& data, PsState& state) {
   state.wide = wide;
 }
 
-// Makes stereo of the slots [first, end).
+// Mixes the slots [first, end) to stereo.
 void MixSlots(const PsConfiguration& configuration, bool phases, int first, int end, PsState& state,
               PsScratch& scratch, Ipp32fc (*left)[kIppsSbrBands], Ipp32fc (*right)[kIppsSbrBands]) {
   const PsKernels& kernels = ActiveKernels().ps;

@@ -1,4 +1,4 @@
-// Parametric stereo: two channels of one and the parameters that describe their difference (ISO/IEC 14496-3,
+// Parametric stereo: two channels from one and parameters that describe their difference (ISO/IEC 14496-3,
 // subpart 8).
 #pragma once
 
@@ -13,7 +13,7 @@
 namespace UMC::aac {
 
 struct PsState {
-  bool started;            // the first header has come
+  bool started;            // the first header has been received
   bool wide;               // 34 bands
   std::uint32_t payloads;  // PsData::payloads at the last frame
   PsHybridState hybrid;
@@ -22,7 +22,7 @@ struct PsState {
 };
 static_assert(std::is_trivially_copyable_v<PsState>);
 
-// Room to work in.
+// Work area.
 struct PsScratch {
   PsHybridInput input;
   PsMixer mixer;
@@ -34,10 +34,10 @@ struct PsScratch {
 };
 static_assert(std::is_trivially_copyable_v<PsScratch>);
 
-// Makes a frame of two channels. `left` comes as the mono signal, `slots` (32 or 30) QMF slots and
-// kPsLookAhead that follow, of which the bands from kMaxPsSplitQmfBands on do not count, and leaves as the
-// left channel; `right` receives the other one, `slots` slots. Both are the mono signal ahead of the first
-// header; without a payload since the last frame the parameters stay.
+// Expands a frame to two channels. On input `left` is the mono signal: `slots` (32 or 30) QMF slots, then
+// kPsLookAhead more, in which the bands from kMaxPsSplitQmfBands on are ignored. On output it is the left
+// channel, and `right` the right channel, `slots` slots each. Before the first header both are the mono
+// signal; without a new payload since the last frame the parameters are unchanged.
 void ApplyParametricStereo(const PsData& data, PsState& state, PsScratch& scratch, int slots,
                            Ipp32fc (*left)[kIppsSbrBands], Ipp32fc (*right)[kIppsSbrBands]);
 

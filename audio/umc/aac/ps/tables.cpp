@@ -13,7 +13,7 @@ namespace {
 using std::numbers::pi;
 using std::numbers::sqrt2;
 
-// Prototype filters of the hybrid banks, from their middle outwards (tables 8.39 and 8.40).
+// Prototype filters of the hybrid banks, from the centre tap outwards (tables 8.39 and 8.40).
 struct Prototype {
   int phases;      // Q
   bool modulated;  // by complex exponentials (type A), else by cosines (type B)
@@ -39,7 +39,7 @@ constexpr Prototype kSplit4Of34 = {
     true,
     {0.25, 0.23279856662996, 0.16486303567403, 0.07778723915851, 0.0, -0.04871498374946, -0.05908211155639}};
 
-// Makes filter `place` of a bank the sum of the prototype's filters q that `phases` lists.
+// Sets filter `place` of a bank to the sum of the prototype's filters q listed in `phases`.
 void AddFilter(const Prototype& prototype, std::initializer_list<int> phases, int place, PsFilterBank& bank) {
   for (int i = 0; i <= PsFilterBank::kReach; ++i) {
     std::complex<double> tap = 0;
@@ -60,7 +60,7 @@ void AddFilters(const Prototype& prototype, PsFilterBank& bank) {
 
 void SetFilters20(PsConfiguration& made) {
   PsFilterBank* banks = made.filters;
-  // Neighbours of the frequencies beyond the band's middle are added up (figure 8.20).
+  // Above the band's middle, filters of mirrored frequencies are added in pairs (figure 8.20).
   AddFilter(kSplit8Of20, {6}, 0, banks[0]);
   AddFilter(kSplit8Of20, {7}, 1, banks[0]);
   AddFilter(kSplit8Of20, {0}, 2, banks[0]);
@@ -68,7 +68,7 @@ void SetFilters20(PsConfiguration& made) {
   AddFilter(kSplit8Of20, {2, 5}, 4, banks[0]);
   AddFilter(kSplit8Of20, {3, 4}, 5, banks[0]);
   banks[0].filters = 8;
-  // Odd QMF bands run backwards.
+  // Odd QMF bands have a reversed frequency order.
   AddFilter(kSplit2Of20, {1}, 0, banks[1]);
   AddFilter(kSplit2Of20, {0}, 1, banks[1]);
   AddFilter(kSplit2Of20, {0}, 0, banks[2]);
@@ -86,8 +86,8 @@ void SetFilters34(PsConfiguration& made) {
   std::copy(std::begin(kFirst), std::end(kFirst), made.firstOf);
 }
 
-// Parameter bands of the hybrid bands (tables 8.48 and 8.49): those of the split ones, then how many of the
-// others each further band has.
+// Parameter bands of the hybrid bands (tables 8.48 and 8.49): those of the split bands, then how many of the
+// others belong to each further parameter band.
 constexpr std::uint8_t kSplitBandOf20[] = {1, 0, 0, 1, 2, 3, 4, 5, 6, 7};
 constexpr int kWidths20[] = {1, 1, 1, 1, 1, 1, 2, 3, 4, 5, 12, 29};  // from band 8 on
 constexpr std::uint8_t kSplitBandOf34[] = {0, 1, 2, 3, 4,  5,  6,  6, 7,  2,  1,  0,  10, 10, 4,  5,
@@ -106,7 +106,7 @@ constexpr int kCentre20[] = {-3, -1, 1, 3, 5, 7, 10, 14, 18, 22};
 constexpr int kCentre34[] = {2,  6,  10, 14, 18, 22, 26, 30, 34,  -10, -6, -2, 51,  57,  15,  21,
                              27, 33, 39, 45, 54, 66, 78, 42, 102, 66,  78, 90, 102, 114, 126, 90};
 
-// Sets the all-pass filters (8.6.4.5.2). Behind band `cutoff` they fade.
+// Sets the all-pass filters (8.6.4.5.2). They fade out above band `cutoff`.
 template <class Centres>
 void SetAllPass(const Centres& centres, double unit, int cutoff, PsConfiguration& made) {
   constexpr double kPhase = 0.39;
@@ -131,7 +131,7 @@ void SetAllPass(const Centres& centres, double unit, int cutoff, PsConfiguration
   }
 }
 
-// Level ratios in decibels and coherences of the indices (tables 8.25, 8.26 and 8.28).
+// Level ratios in decibels and coherences, by index (tables 8.25, 8.26 and 8.28).
 constexpr int kIidDefault[] = {0, 2, 4, 7, 10, 14, 18, 25};
 constexpr int kIidFine[] = {0, 2, 4, 6, 8, 10, 13, 16, 19, 22, 25, 30, 35, 40, 45, 50};
 constexpr double kCoherence[] = {1, 0.937, 0.84118, 0.60092, 0.36764, 0, -0.589, -1};

@@ -10,39 +10,39 @@
 
 namespace UMC::aac {
 
-// QMF bands from 0 on that are split, and what they are split into, at most.
+// Maximum number of QMF bands, from 0 on, that are split, and of the resulting hybrid bands.
 inline constexpr int kMaxPsSplitQmfBands = 5;
 inline constexpr int kMaxPsSplitBands = 32;
 inline constexpr int kMaxPsHybridBands = 91;
 static_assert(kMaxPsHybridBands <= kPsHybridBands);
 
-// One of the two configurations of bands.
+// A configuration with 20 or 34 bands.
 struct PsConfiguration {
-  int bands;       // of parameters
-  int phaseBands;  // of phases
+  int bands;       // parameter bands
+  int phaseBands;  // phase bands
   int splitQmfBands;
-  int splitBands;   // hybrid bands that the split QMF bands become; the others follow
-  int hybridBands;  // all of them
-  // Hybrid bands from 0 on that are decorrelated by all-pass filters, and those ahead of which the longer of
-  // the two delays serves the rest.
+  int splitBands;   // hybrid bands of the split QMF bands; the others follow
+  int hybridBands;  // total number of hybrid bands
+  // Hybrid bands from 0 on that are decorrelated by all-pass filters, and the end of those that have the
+  // longer of the two delays.
   int allPassBands;
   int longDelayBands;
-  // Hybrid bands of negative centre frequencies that turn in the other direction: [first, end).
+  // Hybrid bands of negative centre frequencies, which rotate in the opposite direction: [first, end).
   int firstConjugate, endConjugate;
   std::uint8_t bandOf[kMaxPsHybridBands];  // parameter band of each hybrid band
-  // First hybrid band of each split QMF band, and the one behind them.
+  // First hybrid band of each split QMF band, and the one after the last.
   int firstOf[kMaxPsSplitQmfBands + 1];
   PsFilterBank filters[kMaxPsSplitQmfBands];
   PsAllPassBank allPass;
 };
 
-// How the direct (1) and the decorrelated (2) signal enter left (first digit 1) and right.
+// Gains of the direct (1) and the decorrelated (2) signal in left (first digit 1) and right.
 struct PsMixing {
   float h11, h12, h21, h22;
 };
 
 struct PsTables {
-  PsConfiguration configurations[2];  // of 20 and of 34 bands
+  PsConfiguration configurations[2];  // for 20 and for 34 bands
   // By procedure (A, B), quantiser of the IID (default, fine), IID index + 15, ICC index.
   PsMixing mixing[2][2][2 * kLargestIid[1] + 1][kLargestIcc + 1];
 

@@ -1,4 +1,4 @@
-// The prepared Huffman codes of spectral band replication, shared by all decoders.
+// The prepared Huffman codes of SBR, shared by all decoders.
 #pragma once
 
 #include "base/bit_window.h"
@@ -6,19 +6,19 @@
 
 namespace UMC::aac {
 
-// A code for differences between -largest and largest.
+// A code for differences from -largest to largest.
 struct SbrCode {
   IppsVLCDecodeSpec_32s table;
   int largest = 0;
 };
 
-// By [balance][over time]: balance is what the second channel of a coupled pair sends instead of levels.
+// By [balance][over time]: the second channel of a coupled pair transmits balance instead of levels.
 struct SbrCodebooks {
-  SbrCode envelope[2][2][2];  // by bs_amp_res first
+  SbrCode envelope[2][2][2];  // indexed first by bs_amp_res
   SbrCode noise[2][2];
 };
 
-// Made by the first caller; null where memory was short then.
+// Created on first use; null if memory was exhausted.
 const SbrCodebooks* SharedSbrCodebooks();
 
 int ReadSbrDifference(BitWindow& stream, const SbrCode& code);

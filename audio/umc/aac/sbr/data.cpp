@@ -9,7 +9,7 @@ namespace UMC::aac {
 namespace {
 
 constexpr unsigned kCrcBits = 10;
-// bs_extension_id of parametric stereo
+// bs_extension_id of parametric stereo.
 constexpr std::uint32_t kPsExtension = 2;
 // x^10 + x^9 + x^5 + x^4 + x + 1, left-aligned.
 constexpr Ipp32u kCrcPolynomial = 0x233u << (32 - kCrcBits);
@@ -94,7 +94,7 @@ class DataParser {
     for (int i = 0; i < m_tables.bands[1].count; ++i) channel.sinusoids[i] = any && m_stream.ReadFlag();
   }
 
-  // Finds parametric stereo, which comes first: extensions have no length of their own.
+  // Finds parametric stereo, which must come first: extensions have no length field of their own.
   void ParseExtensions() {
     m_data.psBits = 0;
     if (!m_stream.ReadFlag()) return;

@@ -1,4 +1,4 @@
-// sbr_data() of an element: everything a frame says about its replicated band (ISO/IEC 14496-3, 4.4.2.8).
+// sbr_data() of an element: a frame's data about its SBR high band (ISO/IEC 14496-3, 4.4.2.8).
 #pragma once
 
 #include <cstddef>
@@ -12,10 +12,10 @@
 
 namespace UMC::aac {
 
-// Where an element's sbr_extension_data() lies in the bits of its raw data block.
+// The bit range of an element's sbr_extension_data() in its raw data block.
 struct SbrPayload {
   std::size_t position;  // of its first bit
-  std::uint32_t bits;    // fill bits included; 0: there is none
+  std::uint32_t bits;    // including fill bits; 0: no payload
   bool hasCrc;
 };
 
@@ -23,22 +23,22 @@ struct SbrChannelData {
   SbrGrid grid;
   SbrEnvelopeData envelope;
   std::uint8_t inverseFiltering[kMaxSbrNoiseBands];  // bs_invf_mode
-  bool sinusoids[kMaxSbrBands];                      // bs_add_harmonic, by band of high resolution
+  bool sinusoids[kMaxSbrBands];                      // bs_add_harmonic, by high-resolution band
 };
 
 struct SbrData {
   bool coupled;
-  // Where ps_data() lies in the block, as SbrPayload tells; 0 bits: there is none.
+  // The bit range of ps_data() in the block, as in SbrPayload; 0 bits: none.
   std::size_t psPosition;
   std::size_t psBits;
   SbrChannelData channels[2];
 };
 
-// True when the payload's checksum, if it has one, matches; the stream stands behind the checksum then.
+// True if the payload's checksum, if any, matches; the stream is then positioned after it.
 bool CheckSbrCrc(BitWindow& stream, const SbrPayload& payload);
 
-// Reads the data of `channels` channels, up to the payload's end at bit position `end`. False when it goes
-// beyond or says what no stream may say.
+// Reads the data of `channels` channels, up to the payload's end at bit position `end`. False if the data
+// exceed it or their syntax is invalid.
 bool ParseSbrData(BitWindow& stream, std::size_t end, const SbrHeader& header,
                   const SbrFrequencyTables& tables, int slots, int channels, SbrData& data);
 

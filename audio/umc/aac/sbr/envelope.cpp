@@ -7,14 +7,14 @@ namespace UMC::aac {
 
 namespace {
 
-// What start values reach with steps of 1.5 dB and of 3 dB: 2^63.5 and 2^63. Differences that lead beyond are
-// damage, and would end in energies that no float holds.
+// Maximum of the start values with steps of 1.5 dB and of 3 dB: 2^63.5 and 2^63. Differences beyond that are
+// a sign of damage and would lead to energies outside a float's range.
 constexpr int kLargestEnvelope[2] = {127, 63};
 constexpr int kLargestNoise = 30;
 constexpr int kNoiseFloorOffset = 6;
 constexpr int kNoisePanOffset = 12;
 
-// A start value and differences over frequency, or differences over time.
+// Reads a start value and differences over frequency, or differences over time.
 void ParseValues(BitWindow& stream, const SbrCode (&codes)[2], bool overTime, unsigned startBits, int count,
                  std::int16_t* values) {
   if (!overTime) values[0] = static_cast<std::int16_t>(stream.Read(startBits));
@@ -23,7 +23,7 @@ void ParseValues(BitWindow& stream, const SbrCode (&codes)[2], bool overTime, un
   }
 }
 
-// Adds up differences over frequency, or those over time to reference(i). False beyond `largest`.
+// Accumulates differences over frequency, or adds those over time to reference(i). False beyond `largest`.
 template <class Reference>
 bool AddDifferences(bool overTime, int step, int count, int largest, Reference reference,
                     std::int16_t* values) {
@@ -36,7 +36,7 @@ bool AddDifferences(bool overTime, int step, int count, int largest, Reference r
   return true;
 }
 
-// The band of another resolution that a band refers to: the last one that starts no higher.
+// The band of another resolution that a band refers to: the last one that does not start above it.
 template <int kMax>
 int BandAt(const SbrBands<kMax>& bands, std::uint8_t subband) {
   const auto* end = bands.borders + bands.count;

@@ -9,7 +9,7 @@ namespace UMC::aac {
 
 namespace {
 
-// Twice the core's highest, hertz.
+// Twice the maximum core frequency, in hertz.
 constexpr std::uint32_t kHighestFrequency = 2 * 96000;
 
 // Rounds to nearest, halves up (NINT of the standard).
@@ -17,7 +17,7 @@ int Round(double x) {
   return static_cast<int>(std::floor(x + 0.5));
 }
 
-// The lowest border, in hertz, that startMin and (doubled) stopMin are made from.
+// The lowest border, in hertz, from which startMin and (doubled) stopMin are derived.
 int LowestStart(std::uint32_t frequency) {
   return frequency < 32000 ? 3000 : frequency < 64000 ? 4000 : 5000;
 }
@@ -30,15 +30,15 @@ int StartBand(int startFreq, std::uint32_t frequency) {
       {-5, -3, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 16},   // 24 kHz
       {-6, -4, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 16},   // 32 kHz
       {-4, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 16, 20},   // 44.1 to 64 kHz
-      {-2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 16, 20, 24}};  // above
-  // Frequencies in between take the row of the one that their band tables belong to.
+      {-2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 9, 11, 13, 16, 20, 24}};  // above 64 kHz
+  // Frequencies in between use the row of the frequency that determines their band tables.
   constexpr std::uint32_t kFirst[6] = {0, 18783, 23004, 27713, 37566, 75132};
   const auto* row = std::upper_bound(std::begin(kFirst), std::end(kFirst), frequency) - 1;
   const int lowest = Round(LowestStart(frequency) * 128.0 / frequency);
   return lowest + kOffsets[row - kFirst][startFreq];
 }
 
-// The widths of `count` bands between two borders that grow by a constant factor, sorted.
+// The widths of `count` bands between two borders, with a constant ratio of borders; sorted.
 void GeometricWidths(int start, int end, int count, int* widths) {
   const double ratio = static_cast<double>(end) / start;
   int last = start;
@@ -60,7 +60,7 @@ int StopBand(int stopFreq, int k0, std::uint32_t frequency) {
   return std::min(kQmfBands, std::accumulate(widths, widths + stopFreq, lowest));
 }
 
-// Adds bands of the widths behind the master table's last border.
+// Appends bands of the given widths to the master table.
 void AppendWidths(const int* widths, int count, SbrBands<kMaxSbrBands>& master) {
   for (int i = 0; i < count; ++i) {
     master.borders[master.count + 1] = static_cast<std::uint8_t>(master.borders[master.count] + widths[i]);
@@ -83,7 +83,7 @@ bool MakeLinearMaster(const SbrHeader& header, int k0, int k2, SbrBands<kMaxSbrB
   return true;
 }
 
-// bs_freq_scale 1 to 3: so many bands an octave (4.6.18.3.2.3).
+// bs_freq_scale 1 to 3: a given number of bands per octave (4.6.18.3.2.3).
 bool MakeLogarithmicMaster(const SbrHeader& header, int k0, int k2, SbrBands<kMaxSbrBands>& master) {
   constexpr int kBandsAnOctave[4] = {0, 12, 10, 8};
   const int perOctave = kBandsAnOctave[header.freqScale];
@@ -153,7 +153,7 @@ bool MakePatches(std::uint32_t frequency, SbrFrequencyTables& tables) {
   }
   int sourceEnd = k0, targetEnd = tables.kx, sb = 0;
   tables.patchCount = 0;
-  // Every second round at least adds a patch where the bands allow for an end.
+  // If the bands permit termination, at least every other round adds a patch.
   for (int round = 0; sb != end; ++round) {
     if (round > 2 * kMaxSbrPatches + 1) return false;
     int odd = 0;
@@ -238,7 +238,7 @@ void MakeSbrLimiterBands(int limiterBands, SbrFrequencyTables& tables) {
       *++kept = *next;
     }
   }
-  // Where a last patch was left out the last border may be gone: its band belongs to the one below.
+  // If a last patch was left out, the last border may be missing: its band is merged with the one below.
   if (kept == limiter.borders) ++kept;
   *kept = low.borders[low.count];
   limiter.count = static_cast<std::uint8_t>(kept - limiter.borders);

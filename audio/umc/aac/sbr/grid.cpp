@@ -6,10 +6,10 @@ namespace UMC::aac {
 
 namespace {
 
-// Bits of bs_pointer by the count of envelopes: ceil(log2(count + 1)).
+// Bits of bs_pointer by number of envelopes: ceil(log2(count + 1)).
 constexpr unsigned kPointerBits[kMaxSbrEnvelopes + 1] = {0, 1, 2, 2, 3, 3};
 
-// Equal widths. False for more than four envelopes.
+// Envelopes of equal width. False for more than four.
 bool ParseFixed(BitWindow& stream, int slots, SbrGrid& grid) {
   const auto exponent = stream.Read(2);
   if (exponent > 2) return false;
@@ -22,7 +22,7 @@ bool ParseFixed(BitWindow& stream, int slots, SbrGrid& grid) {
   return true;
 }
 
-// Where at least one border is free. Returns bs_pointer.
+// A grid with at least one variable frame border. Returns bs_pointer.
 int ParseVariable(BitWindow& stream, int slots, SbrGrid& grid) {
   const bool leads = grid.frameClass != SbrFrameClass::kFixVar;
   const bool trails = grid.frameClass != SbrFrameClass::kVarFix;
@@ -33,7 +33,7 @@ int ParseVariable(BitWindow& stream, int slots, SbrGrid& grid) {
   const int envelopes = leading + trailing + 1;
   grid.envelopes = static_cast<std::uint8_t>(envelopes);
   if (envelopes > kMaxSbrEnvelopes) return 0;
-  // Borders that lie ahead of the frame become ones that do not rise.
+  // Borders before the frame are clamped to its start, and rejected later as not ascending.
   const auto next = [&] { return static_cast<int>(2 * stream.Read(2) + 2); };
   int border = first;
   grid.borders[0] = static_cast<std::uint8_t>(border);

@@ -1,4 +1,4 @@
-// sbr_grid(): how a frame is divided into envelopes and noise floors (ISO/IEC 14496-3, 4.4.2.8, 4.6.18.3.3).
+// sbr_grid(): the division of a frame into envelopes and noise floors (ISO/IEC 14496-3, 4.4.2.8, 4.6.18.3.3).
 #pragma once
 
 #include <cstdint>
@@ -16,17 +16,17 @@ struct SbrGrid {
   SbrFrameClass frameClass;
   std::uint8_t envelopes;
   std::uint8_t noiseFloors;
-  // In time slots of two QMF samples. A frame's last border may lie up to three slots in the next frame.
+  // In time slots of two QMF samples. A frame's last border may be up to three slots into the next frame.
   std::uint8_t borders[kMaxSbrEnvelopes + 1];         // t_E
   std::uint8_t noiseBorders[kMaxSbrNoiseFloors + 1];  // t_Q
   bool highResolution[kMaxSbrEnvelopes];              // bs_freq_res
-  std::int8_t transient;                              // l_A: index of the envelope of a transient, -1: none
+  std::int8_t transient;                              // l_A: index of the envelope with a transient, -1: none
 
-  // The transient lies at the very end: the next frame's first envelope has it.
+  // The transient is at the very end of the frame: the next frame's first envelope contains it.
   [[nodiscard]] bool EndsInTransient() const { return transient == envelopes; }
 };
 
-// Reads the grid of a frame of `slots` time slots, 16 or 15. False for borders that do not rise.
+// Reads the grid of a frame of `slots` time slots, 16 or 15. False if the borders are not ascending.
 bool ParseSbrGrid(BitWindow& stream, int slots, SbrGrid& grid);
 
 }  // namespace UMC::aac

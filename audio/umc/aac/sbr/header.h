@@ -1,4 +1,4 @@
-// sbr_header(): how spectral band replication is set up (ISO/IEC 14496-3, 4.4.2.8 and 4.5.2.8.1).
+// sbr_header(): the configuration of SBR (ISO/IEC 14496-3, 4.4.2.8 and 4.5.2.8.1).
 #pragma once
 
 #include <cstdint>
@@ -20,11 +20,11 @@ struct SbrHeader {
   bool interpolFreq;
   bool smoothingOff;  // bs_smoothing_mode
 
-  // True when the frequency bands of both are the same, those of the limiter aside.
+  // True if both have the same frequency bands, apart from the limiter's.
   [[nodiscard]] bool HasBandsOf(const SbrHeader& other) const;
 };
 
-// Fields that are not sent take their defaults, not their earlier values.
+// Fields that are not transmitted take their defaults, not their previous values.
 SbrHeader ParseSbrHeader(BitWindow& stream);
 
 }  // namespace UMC::aac

@@ -13,7 +13,7 @@ namespace UMC::aac {
 namespace {
 
 constexpr float kTiny = 1e-12f;                // epsilon_0
-constexpr float kLargestGain = 1e5f;           // of the limiter
+constexpr float kLargestGain = 1e5f;           // maximum gain of the limiter
 constexpr float kLargestBoost = 1.584893192f;  // 4 dB
 constexpr float kLimiterGains[4] = {0.70795f, 1.0f, 1.41254f, 1e10f};
 constexpr float kSmoothing[kSbrSmoothedSlots + 1] = {0.33333333333333f, 0.30150283239582f, 0.21816949906249f,
@@ -26,17 +26,17 @@ constexpr auto kNoise = [] {
 }();
 static_assert(kSbrNoiseLength == kNoisePeriod);
 
-// One envelope's values, by subband from kx on.
+// The values of one envelope, by subband from kx on.
 struct Envelope {
   float wanted[kQmfBands];      // E_orig
   float noise[kQmfBands];       // Q
   float current[kQmfBands];     // E_curr
-  bool sinusoid[kQmfBands];     // S_index: one stands here
-  bool hasSinusoid[kQmfBands];  // S_mapped: one stands in this band
+  bool sinusoid[kQmfBands];     // S_index: this subband has a sinusoid
+  bool hasSinusoid[kQmfBands];  // S_mapped: this band contains a sinusoid
   float sine[kQmfBands];        // S_M
 };
 
-// Moves noise and sinusoids on.
+// Advances the phases of noise and sinusoids.
 void PassSlots(int slots, int bands, SbrAdjusterState& state) {
   state.noiseIndex =
       static_cast<std::uint16_t>((state.noiseIndex + static_cast<std::size_t>(slots * bands)) % kNoisePeriod);
@@ -78,7 +78,7 @@ class Adjuster {
     return m_tables.bands[m_data.grid.highResolution[m_index]];
   }
 
-  // Spreads a value of every band over its subbands.
+  // Copies a value of every band to its subbands.
   template <int kMax, class T>
   void Map(const SbrBands<kMax>& bands, const T* values, T* mapped) const {
     for (int i = 0; i < bands.count; ++i) {
@@ -94,8 +94,8 @@ class Adjuster {
     Map(m_tables.noise, m_levels.noise[second], m_envelope.noise);
   }
 
-  // A sinusoid stands in the middle of its band, from the transient on or, where it goes on from the last
-  // frame, from the start.
+  // A sinusoid is in the middle of its band, from the transient on, or from the start if it continues from
+  // the last frame.
   void MapSinusoids() {
     std::fill_n(m_envelope.sinusoid, m_tables.m, false);
     const auto& high = m_tables.bands[1];
@@ -145,7 +145,7 @@ class Adjuster {
     }
   }
 
-  // Limits the gains of every limiter band, then makes up for what that took.
+  // Limits the gains of every limiter band, then compensates for the lost energy.
   void Limit() {
     SbrGains& gains = m_gains[m_index];
     const auto& limiter = m_tables.limiter;
@@ -215,7 +215,7 @@ class Adjuster {
     }
   }
 
-  // Noise goes where no sinusoid is.
+  // Subbands with a sinusoid get no noise.
   void ApplySlots(int begin, int end, SbrGains& factors) {
     if (begin == end) return;
     for (int i = 0; i < m_tables.m; ++i) {
@@ -234,7 +234,7 @@ class Adjuster {
       const float sine = m_envelope.sine[i];
       if (sine == 0) continue;
       const int band = m_tables.kx + i;
-      // A turn by a quarter each slot, in odd subbands the other way.
+      // Rotates by a quarter turn per slot, in odd subbands in the other direction.
       const float imaginary = band % 2 == 0 ? sine : -sine;
       for (int slot = begin; slot < end; ++slot) {
         Ipp32fc& sample = m_rows[slot][band];
@@ -255,7 +255,7 @@ class Adjuster {
     }
   }
 
-  // Of the last envelope, for the next frame.
+  // Keeps the state after the last envelope for the next frame.
   void Keep() {
     SbrGains recent[kSbrSmoothedSlots];
     for (int i = 0; i < kSbrSmoothedSlots; ++i) recent[i] = *m_recent[i];
@@ -271,12 +271,12 @@ class Adjuster {
   const SbrLevels& m_levels;
   SbrAdjusterState& m_state;
   Ipp32fc (*m_rows)[kQmfBands];
-  int m_index = 0;  // of the envelope being shaped
+  int m_index = 0;  // index of the current envelope
   bool m_transient = false;
   int m_firstSlot = 0, m_endSlot = 0;
   Envelope m_envelope;
   SbrGains m_gains[kMaxSbrEnvelopes];
-  const SbrGains* m_recent[kSbrSmoothedSlots];  // those of the last slots, the latest first
+  const SbrGains* m_recent[kSbrSmoothedSlots];  // gains of the last slots, latest first
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Gives the high band its envelope, noise and sinusoids (ISO/IEC 14496-3, 4.6.18.7).
+// Adjusts the high band: envelope, noise and sinusoids (ISO/IEC 14496-3, 4.6.18.7).
 #pragma once
 
 #include <cstdint>
@@ -11,34 +11,34 @@
 
 namespace UMC::aac {
 
-// Slots that smoothing reaches back (h_SL).
+// Number of previous slots used in smoothing (h_SL).
 inline constexpr int kSbrSmoothedSlots = 4;
 
-// Factors of one slot, by subband from kx on.
+// Gains for one slot, by subband from kx on.
 struct SbrGains {
   float signal[kQmfBands];
   float noise[kQmfBands];
 };
 
-// A channel's memory from frame to frame.
+// A channel's adjuster state between frames.
 struct SbrAdjusterState {
   bool gainsKnown;
-  SbrGains gains[kSbrSmoothedSlots];  // of the last slots, the latest first
-  bool sinusoids[kQmfBands];          // subbands that ended the last frame with a sinusoid
+  SbrGains gains[kSbrSmoothedSlots];  // gains of the last slots, latest first
+  bool sinusoids[kQmfBands];          // subbands with a sinusoid at the end of the last frame
   bool endsInTransient;               // see SbrGrid
   std::uint16_t noiseIndex;
   std::uint8_t sineIndex;
 };
 
-// Shapes a frame's generated band in place; rows as GenerateSbrBand leaves them.
+// Adjusts a frame's generated high band in place; rows as in GenerateSbrBand.
 void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, const SbrChannelData& data,
                    const SbrLevels& levels, SbrAdjusterState& state, Ipp32fc (*rows)[kQmfBands]);
 
-// Puts noise and sinusoids where they are so many slots after the track's start. They repeat, so that the
-// number may wrap.
+// Sets noise and sinusoids to their phases `slots` slots after the track's start. The phases are periodic, so
+// that the number may wrap.
 void PlaceSbrBand(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state);
 
-// Goes on to the next frame from one whose band cannot be shaped: noise and sinusoids stay in step.
+// Skips a frame whose high band cannot be adjusted: noise and sinusoids stay in phase.
 void SkipSbrBand(const SbrFrequencyTables& tables, const SbrGrid& grid, SbrAdjusterState& state);
 
 }  // namespace UMC::aac

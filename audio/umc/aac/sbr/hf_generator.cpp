@@ -7,7 +7,7 @@
 namespace UMC::aac {
 
 void UpdateSbrChirp(const std::uint8_t* modes, int noiseBands, SbrChirp& chirp) {
-  // By the last frame's mode and this one's (table 4.176).
+  // By the modes of the last frame and of this one (table 4.176).
   constexpr float kFactors[4][4] = {{0.0f, 0.6f, 0.9f, 0.98f},
                                     {0.6f, 0.75f, 0.9f, 0.98f},
                                     {0.0f, 0.75f, 0.9f, 0.98f},
@@ -43,7 +43,7 @@ void GenerateSbrBand(const SbrFrequencyTables& tables, const SbrChirp& chirp, in
                 static_cast<std::size_t>(target), patch.count, filter);
     target += patch.count;
   }
-  // Above a last patch that was left out there is nothing to copy.
+  // If a last patch was left out, there is nothing to copy to the subbands above.
   for (int slot = first; slot < end; ++slot) {
     std::fill(rows[slot + kSbrAdjustSlots] + target, rows[slot + kSbrAdjustSlots] + tables.kx + tables.m,
               Ipp32fc{});

@@ -9,24 +9,24 @@
 
 namespace UMC::aac {
 
-// A channel's whitening, by noise band.
+// A channel's inverse filtering, by noise band.
 struct SbrChirp {
   std::uint8_t mode[kMaxSbrNoiseBands];  // bs_invf_mode of the last frame
   float factor[kMaxSbrNoiseBands];       // bwArray
 };
 
-// Slots that X_low holds ahead of a frame (T_HFGen), and of those the ones ahead of its output (T_HFAdj).
+// Slots in X_low before a frame (T_HFGen), and of these the slots before its output (T_HFAdj).
 inline constexpr int kSbrOldSlots = 8;
 inline constexpr int kSbrAdjustSlots = 2;
-// Slots that a frame may generate beyond its end, and that its output is late.
+// Slots that may be generated past a frame's end; also the delay of its output.
 inline constexpr int kSbrAheadSlots = kSbrOldSlots - kSbrAdjustSlots;
 inline constexpr int kSbrRows = kSbrOldSlots + kIppsSbrSlots;
 
-// Takes over a frame's modes.
+// Adopts a frame's modes.
 void UpdateSbrChirp(const std::uint8_t* modes, int noiseBands, SbrChirp& chirp);
 
-// Generates the bands from tables.kx on, in output slots `first` to `end` - 1 of a frame of `slots` slots,
-// from those below. Output slot i is rows[i + kSbrAdjustSlots].
+// Generates the subbands from tables.kx on from the subbands below, in output slots `first` to `end` - 1 of a
+// frame of `slots` slots. Output slot i is rows[i + kSbrAdjustSlots].
 void GenerateSbrBand(const SbrFrequencyTables& tables, const SbrChirp& chirp, int slots, int first, int end,
                      Ipp32fc (*rows)[kQmfBands]);
 

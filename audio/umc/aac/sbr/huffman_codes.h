@@ -1,6 +1,6 @@
-// The code words of spectral band replication (ISO/IEC 14496-3, annex 4.A.6.1): {symbol, code word, length}.
-// A symbol is the difference plus the code's largest difference. "15" and "30" tell the resolution, 1.5 or 3
-// dB a step. Noise floors in the direction of frequency use the envelopes' codes of 3 dB.
+// The code words of SBR (ISO/IEC 14496-3, annex 4.A.6.1): {symbol, code word, length}. A symbol is the
+// difference plus the code's maximum difference. "15" and "30" denote the resolution, 1.5 or 3 dB per step.
+// Noise floors coded over frequency use the envelopes' 3 dB codes.
 #pragma once
 
 #include "dsp/ipps_vlc.h"

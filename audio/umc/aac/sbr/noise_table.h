@@ -1,4 +1,4 @@
-// The noise that spectral band replication adds: table V (ISO/IEC 14496-3, table 4.A.88).
+// The noise added by SBR: table V (ISO/IEC 14496-3, table 4.A.88).
 #pragma once
 
 #include "dsp/ipps_types.h"
