@@ -18,11 +18,11 @@ inline constexpr std::uint32_t MP4_ROOT = Mp4FourCc("root");
 struct Mp4Box {
   std::uint64_t position = 0;   // file offset of the first byte (the size field)
   std::uint32_t type = 0;       // the four type bytes; "root" for the root of the tree
-  std::uint32_t shortsize = 0;  // the 32-bit size field as read; 1: a 64-bit size follows
+  std::uint32_t shortsize = 0;  // 32-bit size field as stored; 1: a 64-bit size follows
   std::uint8_t uuid[16] = {};   // extended type of a "uuid" box
-  std::uint64_t size = 0;       // total size in bytes, header included
+  std::uint64_t size = 0;       // total size in bytes, including the header
   Mp4Payload* data = nullptr;   // payload record of the type; null if it has none
-  Mp4Box* father = nullptr;     // null only for the root
+  Mp4Box* father = nullptr;     // parent box; null only for the root
   Mp4Box* first = nullptr;      // first child
   Mp4Box* last = nullptr;       // last child
   Mp4Box* next = nullptr;       // next sibling
@@ -50,8 +50,8 @@ struct Mp4RootState final : Mp4Payload {
   std::vector<Mp4Box*> boxes;    // top-level boxes in file order
   std::uint64_t overrun = 0;     // bytes by which boxes exceed their parents, total
   Mp4Window window;              // bytes read ahead of the parser
-  // Expected size of the next fragment, bytes: the smaller of the last two, within limits. Files with one
-  // track per fragment alternate between two sizes; few bytes should be read in vain.
+  // Expected size of the next fragment, bytes: the smaller of the last two, within limits, so that few
+  // bytes are read in vain. Sizes alternate in files with one track per fragment.
   std::uint64_t fragmentBytes = 0;
   // Bytes of consecutive small boxes just read; a fragment or a larger box resets it.
   std::uint64_t smallBoxBytes = 0;
@@ -75,7 +75,7 @@ struct Mp4BoxDeleter {
 };
 using Mp4BoxPtr = std::unique_ptr<Mp4Box, Mp4BoxDeleter>;
 
-// Boxes nested deeper than this are not read.
+// Maximum nesting depth; deeper boxes are not read.
 inline constexpr unsigned MP4_MAX_DEPTH = 32;
 // A larger leaf box is not read; a larger top-level container is not read in one go.
 inline constexpr std::uint64_t MP4_MAX_LEAF_BYTES = 256u << 20;
@@ -141,7 +141,7 @@ struct Mp4BoxType {
 // The rows; the first match applies. The last row, of type 0, applies to all types not listed.
 const std::vector<Mp4BoxType>& Mp4BoxTypeTable();
 
-// The row for a type.
+// The row that applies to a type.
 const Mp4BoxType& Mp4FindBoxType(std::uint32_t type);
 
 // Readers shared by several rows.

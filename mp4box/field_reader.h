@@ -1,4 +1,4 @@
-// Reading a payload's fields from bytes in memory.
+// Reads the fields of a payload from memory.
 #pragma once
 
 #include "mp4box/fields.h"

@@ -1,4 +1,4 @@
-// Writing a payload's fields.
+// Writes the fields of a payload.
 #pragma once
 
 #include "mp4box/fields.h"

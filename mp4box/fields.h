@@ -70,9 +70,9 @@ class Mp4Fields {
     integer(name, value, bytes, Mp4Number::Hex);
   }
   void fourcc(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::FourCc); }
-  // 16.16 fixed point, kept as stored.
+  // 16.16 fixed point; the value is the stored integer.
   void fixed16(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::Fixed16); }
-  // 8.8 fixed point, kept as stored.
+  // 8.8 fixed point; the value is the stored integer.
   void fixed8(const char* name, std::uint16_t& value) { integer(name, value, 2, Mp4Number::Fixed8); }
   // 1 to 4 bytes, as specified by another field.
   void unsignedNumber(const char* name, std::uint32_t& value, unsigned bytes) {
@@ -155,7 +155,7 @@ struct Mp4Payload {
   virtual void readInside(const Mp4Payload& /*father*/) {}
 };
 
-// The payload of a full box (ISO/IEC 14496-12, 4.2): version and flags come first.
+// The payload of a full box (ISO/IEC 14496-12, 4.2), which starts with version and flags.
 struct Mp4FullBox : Mp4Payload {
   std::uint8_t version = 0;
   std::uint32_t flags = 0;  // 24 bits

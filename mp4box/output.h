@@ -46,7 +46,7 @@ class Mp4MemoryOutput : public Mp4Output {
 };
 
 bool Mp4WriteBytes(Mp4Output& out, const void* bytes, std::uint32_t count);
-// Big-endian, most significant byte first. Each returns whether all bytes were written.
+// Big-endian. Each returns whether all bytes were written.
 bool Mp4WriteU8(Mp4Output& out, std::uint8_t value);
 bool Mp4WriteU16(Mp4Output& out, std::uint16_t value);
 bool Mp4WriteU24(Mp4Output& out, std::uint32_t value);
@@ -58,10 +58,10 @@ bool Mp4WriteU64(Mp4Output& out, std::uint64_t value);
 // them only if `emit`, so that the sizes of nested descriptors can be computed first.
 unsigned Mp4WriteDescrLength(Mp4Output& out, std::uint32_t value, bool sized, bool emit);
 
-// One box being written.
+// Start and end of a box being written.
 struct Mp4BoxMark {
   std::uint64_t start = 0;  // file offset of the size field
-  std::uint64_t end = 0;    // file offset at which the box ended
+  std::uint64_t end = 0;    // file offset of the end of the box
 };
 
 // Writes a placeholder for the size and, on success, the type.

@@ -1,4 +1,4 @@
-// The plain stream.
+// A stream directly on a host file handle.
 #include "mp4box/stream.h"
 
 #include <algorithm>

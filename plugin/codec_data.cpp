@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint32_t kBoxHeader = 8;
 constexpr std::uint32_t kBitmapHeader = 40;
 
-// Whether the parameter sets lie within the record (ISO/IEC 14496-15, 5.3.3.1).
+// Whether the parameter sets are inside the record (ISO/IEC 14496-15, 5.3.3.1).
 bool holdsItsParameterSets(const std::vector<std::uint8_t>& record) {
   constexpr std::size_t kFixed = 5;
   std::size_t place = kFixed;

@@ -37,7 +37,7 @@ constexpr FormatRecord kFormat = {
     0.0,
 };
 
-// A status or probe result as the 64-bit result of an entry point, widened without sign extension.
+// Zero-extends a status or probe result to the 64-bit result of an entry point.
 std::int64_t widened(std::uint32_t status) {
   return static_cast<std::int64_t>(std::uint64_t{status});
 }

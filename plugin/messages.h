@@ -38,7 +38,7 @@ inline constexpr char kSizeNotRecordable[] = "The picture size cannot be recorde
 inline constexpr char kSampleRateNotRecordable[] = "The audio sample rate cannot be recorded";
 inline constexpr char kConfigurationTooShort[] = "The codec configuration is shorter than it says";
 
-// Operation names of status lines.
+// Operation names in status lines.
 inline constexpr char kOpen[] = "Open";
 inline constexpr char kNoVideoRecord[] = "mov2";
 inline constexpr char kNoChannel[] = "fmp4";

@@ -12,7 +12,7 @@
 inline constexpr std::uint32_t MFX_OPEN = 1;
 inline constexpr std::uint32_t MFX_CLOSE = 2;
 
-// Open flags.
+// Flags of CAMediaFile::Open.
 inline constexpr std::uint32_t MF_OPEN_AUDIO_ONLY = 0x01000000u;
 inline constexpr std::uint32_t MF_OPEN_NO_AUDIO = 0x02000000u;
 
@@ -126,7 +126,7 @@ class VLHOST_API CAMediaFile {
   virtual std::uint32_t AudChan();                      // 17. number of audio channels
   virtual std::uint32_t VidChan();                      // 18. number of video channels
   virtual std::uint32_t InfChan();                      // 19. number of information channels
-  virtual std::uint32_t GetSysInfo(QVRSYSTEM* system);  // 20. copies out the main header
+  virtual std::uint32_t GetSysInfo(QVRSYSTEM* system);  // 20. copies the main header to `system`
   virtual std::uint32_t GetActive();                    // 21. mask of the active channels
   virtual std::uint32_t SetActive(std::uint32_t mask);  // 22
   virtual std::uint32_t WriteUnc(std::uint32_t frame, const void* data,
@@ -243,5 +243,5 @@ class VLHOST_API CAMediaFile {
   std::uint32_t m_currentFrame = QVR_NOT_SET;
   std::uint32_t m_ioAlignment = 4096;  // bytes; sizes of video buffers are rounded up to a multiple
 
-  std::vector<std::unique_ptr<QVRSTREAM>> m_streams;  // in the order of m_AllocAStream
+  std::vector<std::unique_ptr<QVRSTREAM>> m_streams;  // in order of allocation
 };

@@ -19,11 +19,11 @@ inline constexpr std::uint32_t QVR_FCC_AUDS = 0x61756473u;  // "auds"
 inline constexpr std::uint32_t QVR_CAPTIONS_608 = 1;
 inline constexpr std::uint32_t QVR_CAPTIONS_708 = 2;
 
-// DFRAME::flags.
+// Bits of DFRAME::flags.
 inline constexpr std::uint32_t DFRAME_NOT_KEY = 0x80000000u;   // frame that depends on other frames
 inline constexpr std::uint32_t DFRAME_KEY = 0x10000000u;       // a key frame
 inline constexpr std::uint32_t DFRAME_REPEATED = 0x00008000u;  // cleared by every read
-// DFRAME::captionFlags.
+// Bits of DFRAME::captionFlags.
 inline constexpr std::uint32_t DFRAME_CAPTION_608 = 0x0100u;
 inline constexpr std::uint32_t DFRAME_CAPTION_708 = 0x1000u;
 inline constexpr std::uint32_t DFRAME_CAPTION_MASK = 0x3300u;
@@ -38,7 +38,7 @@ inline constexpr std::uint32_t QVR_CODEC_CONFIGURATION_BYTES = 128 * 1024;
 // Bytes of codec configuration that an audio description can hold.
 inline constexpr std::uint32_t QVR_AUDIO_EXTRA_BYTES = 256;
 
-// One stream's time base and identity.
+// The time base and identity of a stream.
 struct QVRSTREAMHEADER {
   std::uint32_t type;     // QVR_FCC_VIDS or QVR_FCC_AUDS
   std::uint32_t handler;  // compression code
@@ -147,8 +147,8 @@ struct QVRINFO {
 struct QVRSTREAM {
   std::uint32_t kind;  // QVR_KIND_VIDEO or QVR_KIND_AUDIO
   std::uint32_t reserved;
-  QVRVIDEO video;  // when kind is QVR_KIND_VIDEO
-  QVRAUDIO audio;  // when kind is QVR_KIND_AUDIO
+  QVRVIDEO video;  // valid if kind is QVR_KIND_VIDEO
+  QVRAUDIO audio;  // valid if kind is QVR_KIND_AUDIO
 };
 
 // One read or write request with its buffer.
@@ -179,7 +179,7 @@ static_assert(sizeof(DFRAME) == 8560, "the host tells descriptors by their size"
 struct MEDIACMD {
   std::uint32_t command;
   std::uint32_t channelMask;
-  std::int32_t speed;  // 65520 is normal speed forward
+  std::int32_t speed;  // 65520: normal forward speed
   std::uint32_t position;
   std::uint32_t flags;
 };

@@ -20,7 +20,7 @@
 #define VLHOST_PRINTF(text, arguments)
 #endif
 
-// Longest path, terminating zero included.
+// Maximum path length in characters, including the terminating zero.
 inline constexpr std::size_t VL_MAX_PATH = 260;
 
 // An open file. Zero means that nothing was opened, all ones that the open failed.
@@ -143,7 +143,7 @@ VLHOST_API void* vlOSLoadLibrary(const char* path, std::uint32_t flags);
 // The address of an exported symbol, or null.
 VLHOST_API void* vlOSGetProcAddress(void* library, const char* name);
 
-// Unloads a library. Returns 1 on success, else 0.
+// Unloads a library. Returns 1 on success, otherwise 0.
 VLHOST_API std::int32_t vlOSFreeLibrary(void* library);
 
 // ---- Locks (recursive). An initialised lock lives as long as the process. ----------------------------
@@ -165,7 +165,7 @@ VLHOST_API void vlOSCopyMemory(void* destination, const void* source, std::size_
 VLHOST_API void CopyMemoryFast(void* destination, const void* source, std::size_t count);
 VLHOST_API void ZeroMemoryFast(void* destination, std::size_t count);
 
-// ---- Configuration: 32-bit values in a text store in the user's configuration folder -----------------
+// ---- Configuration: 32-bit values in a text store in the user's configuration directory --------------
 // The store is "$XDG_CONFIG_HOME/vlhost/vlhost.conf" ("~/.config/...", "%APPDATA%\..."), or the file named by
 // the environment variable VLHOST_CONFIG. A line holds KEY\NAME=VALUE with a decimal value; lines that start
 // with "#" or ";" are comments.

@@ -8,7 +8,7 @@ constexpr std::uint32_t kPacketOffset = 4;
 constexpr std::uint32_t kCountOffset = kPacketOffset + 2;
 constexpr std::uint32_t kDataOffset = kPacketOffset + 3;
 
-// A caption distribution packet (SMPTE ST 334-2) begins with 0x96 0x69 and its own length in bytes.
+// A caption distribution packet (SMPTE ST 334-2) starts with 0x96 0x69 and its length in bytes.
 constexpr std::uint32_t kLengthOffset = 2;
 
 bool startsPacket(const std::uint8_t* data) {

@@ -71,7 +71,7 @@ std::string_view takeLine(std::string_view& text) {
   return line;
 }
 
-// KEY\NAME of a line; empty for comments and foreign lines.
+// KEY\NAME of a line; empty for comments and any other lines.
 std::string_view entryOf(std::string_view line) {
   const std::size_t equals = line.find('=');
   if (equals == std::string_view::npos) return {};

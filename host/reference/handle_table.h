@@ -74,7 +74,7 @@ class HandleTable {
       ++use.m_slot->generation;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_free.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates, see takeSlot
+    m_free.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates; see takeSlot
     return item;
   }
 

@@ -8,7 +8,7 @@ namespace mp4 {
 struct AVCConfigurationBox final : Mp4Payload {
   std::vector<std::uint8_t> record;  // as stored
 
-  // The record's first fields; 0 where it is too short.
+  // The first fields of the record; 0 if it is too short.
   std::uint8_t configurationVersion() const { return at(0); }
   std::uint8_t profileIndication() const { return at(1); }
   std::uint8_t profileCompatibility() const { return at(2); }

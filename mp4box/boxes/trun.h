@@ -72,7 +72,7 @@ class TrackRunBox final : public Mp4FullBox {
     values_.resize(std::size_t{count} * stride());
     sampleCount = count;
   }
-  // Removes the first `count` samples.
+  // Removes the first `count` samples of the run.
   void dropFirst(std::uint32_t count) {
     count = std::min(count, sampleCount);
     values_.erase(values_.begin(),

@@ -33,9 +33,9 @@ struct FragmentEntry {
   std::uint64_t mdatOffset = 0;  // file offset of the box directly after the `moof`
   std::uint64_t mdatSize = 0;    // size of that box, whatever its type
   std::uint32_t videoSamples = 0;
-  std::uint32_t cc608Frames = 0;  // duration in video frames
-  std::uint32_t cc708Frames = 0;  // duration in video frames
-  std::uint32_t audioTicks = 0;   // duration in the audio track's timescale
+  std::uint32_t cc608Frames = 0;  // duration, video frames
+  std::uint32_t cc708Frames = 0;  // duration, video frames
+  std::uint32_t audioTicks = 0;   // duration, ticks of the audio track
 };
 
 // The index of one file. The fragment index of an entry is its sequence number minus 1; sequence numbers that

@@ -8,7 +8,7 @@
 // Each seeks a cursor to the sample that contains the target, with a data window if `loadData` is set.
 // Returns 0, or -1 after reporting the reason. A target past the end of the track fails.
 
-// The sample of a video frame.
+// The sample of video frame `frame`.
 int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
 // The sample at `time`, in ticks of the audio track; cursor.position receives its start.
 int SeekAudioTime(FragmentIndex& index, std::uint64_t time, bool loadData, TrackCursor& cursor);

@@ -53,7 +53,7 @@ inline std::uint32_t SampleDuration(const mp4::TrackRunBox& run, std::uint32_t i
   return run.hasDuration() ? run.duration(index) : d.duration;
 }
 
-// The size of sample `index` of a run, in bytes.
+// The size of sample `index` of a run, bytes.
 inline std::uint32_t SampleSize(const mp4::TrackRunBox& run, std::uint32_t index, const SampleDefaults& d) {
   return run.hasSize() ? run.size(index) : d.size;
 }

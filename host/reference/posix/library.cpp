@@ -20,7 +20,7 @@
 
 namespace {
 
-// ---- Places -------------------------------------------------------------------------------------------
+// ---- Search directories -------------------------------------------------------------------------------
 
 // The directory of a file, with symbolic links resolved and a trailing separator; empty if there is none.
 std::string folderOf(const char* file) {
