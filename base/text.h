@@ -13,9 +13,7 @@ std::string hexText(std::uint64_t value, unsigned digits);
 std::string statusText(std::uint32_t status);
 // A four-character code (file byte order) as four characters; unprintable ones as "\xNN".
 std::string fourCcText(std::uint32_t code);
-// Converts "
-// " line ends to those of the system's text files.
+// Converts "\n" line ends to those of the system's text files.
 std::string systemLines(std::string text);
-// Converts the line ends of any system to "
-// ".
+// Converts the line ends of any system to "\n".
 std::string plainLines(std::string text);

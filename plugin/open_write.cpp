@@ -36,7 +36,7 @@ std::uint32_t CMFFmp4::openWrite() {
   m_videoRecording = std::make_unique<VideoRecording>();
   // The manifest or the playlist would overwrite media of the same name.
   const bool nameTaken = path == manifest || path == VideoPlaylistPath(path);
-  // Stale manifests and playlists refer to deleted media; stale audio would be mistaken for the new recording's.
+  // Stale manifests and playlists refer to deleted media; stale audio would be taken for the new.
   const std::vector<std::string> former = FilesOfFormerRecording(path, manifest);
   const bool created = !nameTaken && m_videoRecording->Create(path);
   if (hasReplaced(m_videoRecording->file()))

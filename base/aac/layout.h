@@ -46,7 +46,7 @@ struct Layout {
   std::uint8_t elementCount;
   std::uint8_t channelCount;
   std::int8_t mixdownIndex;  // matrix_mixdown_idx; -1: not transmitted
-  bool unordered;            // some speakers are unknown: channels are output in listed order
+  bool unordered;            // some speaker positions are guesses: channels are output in listed order
   LayoutElement elements[kMaxChannels];
   Speaker speakers[kMaxChannels];
 

@@ -189,8 +189,8 @@ VLHOST_API void ErrOut(const char* format, ...) VLHOST_PRINTF(1, 2);
 VLHOST_API void ErrFmtOut(std::uint32_t level, std::uint32_t status, std::uint32_t detail, const char* format,
                           ...) VLHOST_PRINTF(4, 5);
 
-// A status word with the name of the operation that returned it, "OPERATION: 0xSTATUS
-// " (eight upper-case digits). `detail1` and `detail2` are reserved for the host; callers here pass 0.
+// A status word with the name of the operation that returned it, "OPERATION: 0xSTATUS\n" (eight upper-case
+// digits). `detail1` and `detail2` are reserved for the host; callers here pass 0.
 VLHOST_API void ErrMsgOut(std::uint32_t status, const char* operation, std::uint32_t detail1,
                           std::uint32_t detail2);
 
