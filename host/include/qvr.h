@@ -160,9 +160,8 @@ struct DFRAME {
   std::uint32_t flags;          // DFRAME_*
   std::uint32_t bytes;          // bytes delivered, or bytes to write
   std::uint8_t* data;           // null if no sample data is requested
-  std::uint32_t
-      dataCapacity;  // bytes available at `data`; 0: the largest sample, or audio by the host's own count
-  std::uint32_t sampleSize;  // header-only request: bytes, the sample
+  std::uint32_t dataCapacity;   // bytes at `data`; 0: the largest sample, or audio as counted by the host
+  std::uint32_t sampleSize;     // header-only request: bytes, the sample
   std::int32_t compositionOffset;
   std::uint32_t reserved;
   std::uint32_t captionFlags;  // DFRAME_CAPTION_*
