@@ -1,11 +1,11 @@
-// A most-significant-bit-first reader over bytes in memory, through a 64-bit window.
+// Reads bits from memory, most significant bit first, through a 64-bit window.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-// The eight bytes at `p`, the first the most significant.
+// The eight bytes at `p` as a big-endian number.
 inline std::uint64_t LoadBigEndian(const std::uint8_t* p) {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   std::uint64_t value;
@@ -18,8 +18,8 @@ inline std::uint64_t LoadBigEndian(const std::uint8_t* p) {
 #endif
 }
 
-// Reads never touch memory outside the given bytes: past their end come zeros, and Overrun() tells so ever
-// after. A parser may therefore run on and ask once at the end.
+// Never reads outside the given bytes: past the end all bits are zero, and Overrun() stays true from then on.
+// A parser may therefore run to completion and check once at the end.
 class BitWindow {
  public:
   BitWindow() = default;
@@ -36,10 +36,10 @@ class BitWindow {
     }
   }
 
-  // The next `count` bits, 1 to 57, without taking them; only what Refill has made available.
+  // The next `count` bits, 1 to 57, without consuming them; limited to the bits that Refill made available.
   [[nodiscard]] std::uint64_t Peek(unsigned count) const { return window_ >> (64 - count); }
 
-  // Takes `count` bits, no more than are available.
+  // Consumes `count` bits; at most as many as are available.
   void Skip(unsigned count) {
     window_ <<= count;
     bits_ -= count;
@@ -56,10 +56,10 @@ class BitWindow {
 
   bool ReadFlag() { return Read(1) != 0; }
 
-  // Bits taken so far; may lie past the end.
+  // Bits consumed so far; may exceed the size of the data.
   [[nodiscard]] std::size_t Position() const { return next_ * 8 - bits_; }
 
-  // Goes to an absolute bit position, which may lie past the end.
+  // Seeks to an absolute bit position, which may be past the end.
   void Seek(std::size_t position) {
     window_ = 0;
     bits_ = 0;
@@ -67,13 +67,13 @@ class BitWindow {
     if (position % 8 != 0) Read(position % 8);
   }
 
-  // Goes on to the next multiple of 8 bits from the start of the data.
+  // Skips to the next multiple of 8 bits from the start of the data.
   void AlignToByte() { Read(static_cast<unsigned>(-Position() % 8)); }
 
-  // Bits not yet taken; 0 past the end.
+  // Bits left; 0 past the end.
   [[nodiscard]] std::size_t Remaining() const { return Overrun() ? 0 : size_ * 8 - Position(); }
 
-  // True once more bits were taken than there are.
+  // True once more bits have been consumed than there are.
   [[nodiscard]] bool Overrun() const { return Position() > size_ * 8; }
 
   [[nodiscard]] const std::uint8_t* Data() const { return data_; }
@@ -91,7 +91,7 @@ class BitWindow {
 
   const std::uint8_t* data_ = nullptr;
   std::size_t size_ = 0;
-  std::size_t next_ = 0;      // index of the first byte not wholly in the window
+  std::size_t next_ = 0;      // index of the first byte not completely in the window
   std::uint64_t window_ = 0;  // the next bits, left-aligned
-  unsigned bits_ = 0;         // how many of them count; those below are right or zero
+  unsigned bits_ = 0;         // valid bits in the window; the bits below are correct or zero
 };

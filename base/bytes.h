@@ -19,7 +19,7 @@ inline std::uint64_t Mp4LoadU64(const std::uint8_t* p) {
   return static_cast<std::uint64_t>(Mp4LoadU32(p)) << 32 | Mp4LoadU32(p + 4);
 }
 
-// A 16.16 fixed-point value as a floating one.
+// Converts a 16.16 fixed-point value to floating point.
 inline double Mp4Fixed16ToDouble(std::uint32_t value) {
   return value * 1.52587890625e-5;
 }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-// Frames a second as numerator / denominator; 0/1 when unknown.
+// Frames per second as numerator / denominator; 0/1 if unknown.
 struct FrameRate {
   std::uint32_t numerator = 0;
   std::uint32_t denominator = 1;
@@ -13,11 +13,11 @@ struct FrameRate {
   double value() const { return denominator ? static_cast<double>(numerator) / denominator : 0.0; }
 };
 
-// The largest product of two factors and a quotient below is held in 128 bits.
+// 128 bits hold the largest product of the factors below.
 __extension__ typedef unsigned __int128 Uint128;
 
-// value * multiplier / divisor, truncated, without losing a bit on the way; held at the largest 64-bit
-// number. A divisor of 0 gives 0.
+// value * multiplier / divisor, truncated, with an exact intermediate product. Saturates at the largest
+// 64-bit number. Returns 0 if the divisor is 0.
 inline std::uint64_t scaleExactly(std::uint64_t value, std::uint64_t multiplier, std::uint64_t divisor) {
   if (divisor == 0) return 0;
   const Uint128 quotient = Uint128{value} * multiplier / divisor;
@@ -25,13 +25,13 @@ inline std::uint64_t scaleExactly(std::uint64_t value, std::uint64_t multiplier,
   return quotient > kMax ? kMax : static_cast<std::uint64_t>(quotient);
 }
 
-// A duration in whole frames: duration / timescale * rate, truncated. Exact: 30030 ticks of 1/30000 s are
-// 30 frames at 30000/1001, which floating point makes 29.
+// A duration in frames: duration / timescale * rate, truncated. Exact: 30030 ticks of 1/30000 s are 30 frames
+// at 30000/1001, where floating point gives 29.
 inline std::uint64_t framesOf(std::uint64_t duration, std::uint32_t timescale, const FrameRate& rate) {
   return scaleExactly(duration, rate.numerator, std::uint64_t{timescale} * rate.denominator);
 }
 
-// Sums that hostile files drive past their type stay at its largest value.
+// Sums that saturate instead of wrapping when hostile files overflow their type.
 template <class T>
 constexpr T saturate(std::uint64_t value) {
   constexpr T kMax = std::numeric_limits<T>::max();

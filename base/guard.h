@@ -1,9 +1,9 @@
-// Memory that runs out is a status, never an exception, once it reaches the interface.
+// Turns out-of-memory exceptions into status values at the interface.
 #pragma once
 
 #include <new>
 
-// What `work` returns, or `failure` when memory was short.
+// Returns the result of `work`, or `failure` if it runs out of memory.
 template <class Result, class Work>
 Result guarded(Result failure, Work work) {
   try {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-// A JSON string, quotes included. ASCII only, so that it is safe on a terminal too; bytes that are not
-// UTF-8 are shown as U+FFFD.
+// A JSON string, including the quotes. Pure ASCII, so that it is safe on a terminal too; invalid UTF-8 is
+// replaced by U+FFFD.
 std::string jsonText(std::string_view text);
-// A JSON number: as few digits as identify the value.
+// A JSON number with the fewest digits that identify the value.
 std::string jsonNumber(double value);

@@ -1,4 +1,4 @@
-// Letter case as formats mean it: that of A to Z, whatever the host's locale is.
+// ASCII letter case (A to Z), independent of the host's locale.
 #pragma once
 
 #include <algorithm>

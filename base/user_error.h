@@ -1,9 +1,9 @@
-// Failures that a person reads.
+// Errors reported to the user.
 #pragma once
 
 #include <stdexcept>
 
-// Why an operation failed, in words for the user that end with what to do next.
+// Why an operation failed, in words for the user; ends with what to do next.
 class UserError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -1,4 +1,4 @@
-// The life of a box.
+// Box accounting, header size and deallocation.
 #include "mp4box/box.h"
 
 #include <algorithm>
@@ -17,9 +17,9 @@ void Mp4RootState::passed(const Mp4Box& box) {
 }
 
 bool Mp4RootState::admit(const Mp4Box& box, bool topLevel) {
-  // A fragment of one short sample has a node for every 16 bytes or so: the bytes of a fragment count twice.
-  // What one box of the top level brings is limited, so that a large one makes no room for many small ones,
-  // and what is too small to be a fragment counts once.
+  // A fragment with one short sample has about one node per 16 bytes, so the bytes of a fragment count twice.
+  // The contribution of each top-level box is limited, so that a large box does not allow for many small
+  // ones, and a box too small to be a fragment counts once.
   constexpr std::uint64_t kFreeNodes = 300'000, kBytesANode = 24, kMostBytes = 64 << 10, kSmallestMoof = 64;
   const bool isFragment = box.type == Mp4FourCc("moof") && box.size >= kSmallestMoof;
   if (topLevel) nodeBytes_ += std::min(box.size, kMostBytes) * (isFragment ? 2 : 1);
@@ -31,7 +31,7 @@ unsigned Mp4BoxHeaderSize(const Mp4Box& box) {
 }
 
 void Mp4BoxFree(Mp4Stream*, Mp4Box* box) {
-  // Down to the first child that is left, and up again from a box without any: no recursion.
+  // Descends to the first remaining child and ascends from boxes without children: no recursion.
   const Mp4Box* const top = box;
   while (box) {
     if (Mp4Box* child = box->first) {

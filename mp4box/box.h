@@ -1,4 +1,4 @@
-// The generic box node, reading a tree of them from a stream, and finding boxes in it by path.
+// The generic box node, reading box trees from a stream, and looking up boxes by path.
 #pragma once
 
 #include <cstdint>
@@ -17,25 +17,25 @@ inline constexpr std::uint32_t MP4_ROOT = Mp4FourCc("root");
 // One box. A box owns its children and its payload; children are kept in file order.
 struct Mp4Box {
   std::uint64_t position = 0;   // file offset of the first byte (the size field)
-  std::uint32_t type = 0;       // the four type bytes; "root" for the tree's root
-  std::uint32_t shortsize = 0;  // the 32-bit size field as read; 1: a 64-bit size follows
-  std::uint8_t uuid[16] = {};   // the extended type of a "uuid" box
-  std::uint64_t size = 0;       // total size in bytes, header included
-  Mp4Payload* data = nullptr;   // the type's payload record, null when there is none
-  Mp4Box* father = nullptr;     // null only for the root
+  std::uint32_t type = 0;       // the four type bytes; "root" for the root of the tree
+  std::uint32_t shortsize = 0;  // 32-bit size field as stored; 1: a 64-bit size follows
+  std::uint8_t uuid[16] = {};   // extended type of a "uuid" box
+  std::uint64_t size = 0;       // total size in bytes, including the header
+  Mp4Payload* data = nullptr;   // payload record of the type; null if it has none
+  Mp4Box* father = nullptr;     // parent box; null only for the root
   Mp4Box* first = nullptr;      // first child
   Mp4Box* last = nullptr;       // last child
   Mp4Box* next = nullptr;       // next sibling
 
-  // Where the last lookup among the children stood, so that "moof[0]", "moof[1]", ... are not each
-  // searched from the first child on.
+  // Result of the last lookup among the children, so that "moof[0]", "moof[1]", ... do not each search from
+  // the first child.
   Mp4Box* found = nullptr;
-  std::uint32_t foundIndex = 0;  // rank of `found` among the children of its type
+  std::uint32_t foundIndex = 0;  // index of `found` among the children of its type
 
   std::uint64_t end() const { return position + size; }
 };
 
-// The record at a box, or null when it has none or one of another type.
+// The payload record of a box; null if it has none or one of another type.
 template <class Payload>
 Payload* Mp4PayloadOf(const Mp4Box* box) {
   static_assert(std::is_final_v<Payload>, "told by its exact type");
@@ -45,20 +45,20 @@ Payload* Mp4PayloadOf(const Mp4Box* box) {
 
 // The payload of the root: how far the top level has been read.
 struct Mp4RootState final : Mp4Payload {
-  std::uint64_t nextOffset = 0;  // offset of the first top-level byte not yet read
-  bool ended = false;            // nothing more can be read there
-  std::vector<Mp4Box*> boxes;    // the top level in file order
-  std::uint64_t overrun = 0;     // bytes by which boxes reached past their fathers, added up
-  Mp4Window window;              // what has been read ahead of the boxes
-  // How long the next fragment is expected to be: the shorter of the last two, within reason. Tracks in
-  // fragments of their own come in two lengths, and what is read in vain should be little.
+  std::uint64_t nextOffset = 0;  // file offset of the first unread top-level byte
+  bool ended = false;            // no more top-level boxes can be read
+  std::vector<Mp4Box*> boxes;    // top-level boxes in file order
+  std::uint64_t overrun = 0;     // bytes by which boxes exceed their parents, total
+  Mp4Window window;              // bytes read ahead of the parser
+  // Expected size of the next fragment, bytes: the smaller of the last two, within limits, so that few
+  // bytes are read in vain. Sizes alternate in files with one track per fragment.
   std::uint64_t fragmentBytes = 0;
-  // Bytes of the small boxes last passed in a row, which a fragment or a larger box ends.
+  // Bytes of consecutive small boxes just read; a fragment or a larger box resets it.
   std::uint64_t smallBoxBytes = 0;
-  // Tells what the next box may be like from one that has been read.
+  // Updates the expectations about the next box from one that has been read.
   void passed(const Mp4Box& box);
-  // Counts a box of the tree. False when there are more than a file may have by what stands in it: a tree of
-  // the smallest boxes would take many times the memory of its file.
+  // Counts a box of the tree. Returns false if there are more than its contents justify: a tree of minimal
+  // boxes would take many times the memory of its file.
   bool admit(const Mp4Box& box, bool topLevel);
   void fields(Mp4Fields&) override {}
 
@@ -66,8 +66,8 @@ struct Mp4RootState final : Mp4Payload {
   void expectFragment(std::uint64_t bytes);
 
   std::uint64_t lastFragmentBytes_ = 0;
-  std::uint64_t nodes_ = 0;      // boxes admitted
-  std::uint64_t nodeBytes_ = 0;  // of the top level, as far as they allow for boxes
+  std::uint64_t nodes_ = 0;      // number of boxes admitted
+  std::uint64_t nodeBytes_ = 0;  // bytes, top-level boxes, capped: the basis of the limit
 };
 
 struct Mp4BoxDeleter {
@@ -75,83 +75,83 @@ struct Mp4BoxDeleter {
 };
 using Mp4BoxPtr = std::unique_ptr<Mp4Box, Mp4BoxDeleter>;
 
-// Boxes nested deeper than this are not read.
+// Maximum nesting depth; deeper boxes are not read.
 inline constexpr unsigned MP4_MAX_DEPTH = 32;
-// A leaf box larger than this is not read, and a container of the top level not in one go.
+// A larger leaf box is not read; a larger top-level container is not read in one go.
 inline constexpr std::uint64_t MP4_MAX_LEAF_BYTES = 256u << 20;
 
-// Reads the top level of the file behind `stream`: all of it, or (`readAll` clear) up to and including the
-// first "moov"; the boxes after that come in through Mp4BoxGet. Returns the root, owned by the caller, or
-// null when it cannot be allocated.
+// Reads the top level of the file of `stream`: all of it, or (`readAll` false) up to and including the first
+// "moov"; Mp4BoxGet reads later boxes on demand. Returns the root, owned by the caller, or null if it cannot
+// be allocated.
 Mp4Box* Mp4ReadRoot(Mp4Stream& stream, bool readAll);
 
-// The box at a path such as "mdia/minf/stbl/stsd" or "moof[%lu]", seen from `box`, or null. An index
-// counts among the children of that type, from 0. Unless `noLoad`, looking for "moof", "mdat" or "sidx"
-// under the root reads further top-level boxes from the stream as needed. A path of 4096 characters and
-// more finds nothing.
+// The box at a path such as "mdia/minf/stbl/stsd" or "moof[%lu]", relative to `box`, or null. An index counts
+// the children of that type, from 0. Unless `noLoad`, looking up "moof", "mdat" or "sidx" under the root
+// reads further top-level boxes from the stream as needed. Returns null for a path of 4096 or more
+// characters.
 Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* format, ...) VLHOST_PRINTF(4, 5);
 
-// The child of `box` of this type and rank, or null; reads nothing.
+// The child of `box` of this type and index, or null; reads nothing.
 Mp4Box* Mp4BoxChild(Mp4Box* box, std::uint32_t type, std::uint32_t index = 0);
 
-// The top-level box that starts at `offset`, reading the top level on as far as that. Null when no box
-// starts there in the tree (`offset` may then lie inside a box).
+// The top-level box that starts at `offset`; reads further top-level boxes up to there. Null if no box of the
+// tree starts at `offset` (it may then be inside a box).
 Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset);
 
-// Frees a box, its subtree and all payloads. Null is nothing to do.
+// Frees a box, its subtree and all payloads. Null is ignored.
 void Mp4BoxFree(Mp4Stream* stream, Mp4Box* box);
 
 // Bytes before the payload: 8, 16, 24 or 32.
 unsigned Mp4BoxHeaderSize(const Mp4Box& box);
 
-// ---- The steps of reading, each of use alone --------------------------------------------------------
+// ---- The steps of reading, each usable on its own ---------------------------------------------------
 
-// Reads the header at the stream's position into `box` without moving. False when there is none, or its
-// size is less than the header itself or reaches past what 64 bits can address. A size of 0 is passed on.
+// Reads the header at the stream's position into `box` without moving. Returns false if there is none, or if
+// its size is less than the header itself or extends past the 64-bit range. A size of 0 is reported as is.
 bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box);
 
-// Reads the box at the stream's position, with all in it. `father` is the root, a box read below it, or null
-// for a box of the top level that stands on its own; it does not get the box as a child. Returns the box,
-// owned by the caller, or null. Leaves the stream anywhere.
+// Reads the box at the stream's position, including its children. `father` is the root, a box below it, or
+// null for an independent top-level box; the box is not added to its children. Returns the box, owned by the
+// caller, or null. The stream's position is unspecified afterwards.
 //
-// Boxes may reach past their fathers. Below one root such overruns may add up to as many bytes as the file
-// has so far; a box that goes further, or overruns its father where there is no root, is not read.
+// Boxes may extend past the end of their parents. Under one root such overruns may add up to the size of the
+// file; a box that exceeds this, or that overruns its parent where there is no root, is not read.
 Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father);
 
-// Moves the stream behind `box`. 1: done; 0: the level ends with it; 2: its size is 0.
+// Seeks the stream to the end of `box`. 1: done; 0: `box` is the last one of its level; 2: its size is 0.
 int Mp4SeekNextBox(Mp4Stream& stream, const Mp4Box& box);
 
-// Reads the children of `father` from the stream's position on.
+// Reads the children of `father` starting at the stream's position.
 bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father);
 
-// Reads one more box of the top level and appends it to the root. Returns whether another may follow.
+// Reads the next top-level box and appends it to the root. Returns whether another may follow.
 bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root);
 
 // ---- The type table ---------------------------------------------------------------------------------
 
-// Reads a box's content; the stream stands at the box's first byte. False drops the box and ends its level.
+// Reads a box's content; the stream is at the first byte of the box. False drops the box and ends its level.
 using Mp4BoxReader = bool (*)(Mp4Stream& stream, Mp4Box& box);
 
 struct Mp4BoxType {
   std::uint32_t type;
   Mp4BoxReader reader;
-  Mp4Payload* (*make)();  // an empty payload record, null for types without one
+  Mp4Payload* (*make)();  // creates an empty payload record; null for types without one
 };
 
-// The rows, the first match counting; the last, of type 0, is the row of every type not listed.
+// The rows; the first match applies. The last row, of type 0, applies to all types not listed.
 const std::vector<Mp4BoxType>& Mp4BoxTypeTable();
 
-// The row for a type.
+// The row that applies to a type.
 const Mp4BoxType& Mp4FindBoxType(std::uint32_t type);
 
-// The readers that rows share.
+// Readers shared by several rows.
 bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box);
 bool Mp4ReadMediaData(Mp4Stream& stream, Mp4Box& box);
 bool Mp4ReadCompressedMovie(Mp4Stream& stream, Mp4Box& box);
 bool Mp4ReadUnknown(Mp4Stream& stream, Mp4Box& box);
-// A leaf: the whole box is read, its payload (the row's `make`) takes its fields.
+// A leaf: reads the complete box into the fields of its payload (created by the row's `make`).
 bool Mp4ReadLeaf(Mp4Stream& stream, Mp4Box& box);
 // A leaf whose fields are followed by child boxes: sample description, sample entries, data references.
 bool Mp4ReadLeafWithChildren(Mp4Stream& stream, Mp4Box& box);
-// The same, with the payload record given rather than found by type; takes ownership of it.
+// As above with a given payload record instead of one chosen by type; takes ownership of it.
 bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> payload, bool children);

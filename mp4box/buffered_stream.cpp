@@ -1,4 +1,4 @@
-// The buffered stream.
+// A stream with read and write buffers.
 #include <algorithm>
 #include <cstring>
 #include <limits>

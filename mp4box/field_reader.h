@@ -1,15 +1,15 @@
-// Reading a payload's fields from bytes in memory.
+// Reads the fields of a payload from memory.
 #pragma once
 
 #include "mp4box/fields.h"
 
-// Fills fields from `payload`, which must outlive it. The first field that does not fit ends the reading:
-// it and all behind it read as zero or empty.
+// Fills fields from `payload`, which must outlive it. Reading ends at the first field that does not fit: that
+// field and all fields after it read as zero or empty.
 class Mp4FieldReader : public Mp4Fields {
  public:
   explicit Mp4FieldReader(std::span<const std::uint8_t> payload) : payload_(payload), left_(payload) {}
 
-  // Bytes taken so far, the unreadable end included once a field did not fit.
+  // Bytes consumed so far; once a field did not fit, this includes the remaining bytes.
   std::uint64_t consumed() const { return payload_.size() - left_.size(); }
 
   bool reading() const override { return true; }
@@ -28,7 +28,7 @@ class Mp4FieldReader : public Mp4Fields {
   void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) override;
 
  private:
-  // The next `count` bytes; none, and no more of anything, when there are not as many.
+  // The next `count` bytes. If fewer are left, returns none and ends the reading.
   std::span<const std::uint8_t> take(std::uint64_t count);
 
   std::span<const std::uint8_t> payload_;

@@ -57,7 +57,7 @@ void Mp4FieldWriter::reserved(unsigned count) {
 }
 
 void Mp4FieldWriter::words(const char*, std::vector<std::uint32_t>& values, std::uint64_t count) {
-  // Tables are long: one write for many numbers.
+  // Tables are long, so many numbers go into one write.
   std::vector<std::uint8_t> block;
   const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(count, values.size()));
   block.reserve(4 * size);

@@ -1,11 +1,11 @@
-// Writing a payload's fields.
+// Writes the fields of a payload.
 #pragma once
 
 #include "mp4box/fields.h"
 #include "mp4box/output.h"
 
-// Writes fields to `out` with the primitives of box writing, whose results it does not look at: a place to
-// write that fails tells its owner itself.
+// Writes fields to `out` with the box writing primitives. Their results are ignored: an output that fails
+// reports this to its owner itself.
 class Mp4FieldWriter : public Mp4Fields {
  public:
   explicit Mp4FieldWriter(Mp4Output& out) : out_(out) {}

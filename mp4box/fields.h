@@ -1,5 +1,5 @@
-// A box's payload is described once, as a walk over its fields in file order. Reading, writing and
-// printing are three visitors of that walk.
+// Each payload is described once, as a walk over its fields in file order. Reading, writing and printing are
+// visitors of this walk.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-// How a number is meant, for visitors that show it.
+// The interpretation of a number, for visitors that print it.
 enum class Mp4Number { Unsigned, Signed, FourCc, Fixed16, Fixed8, Hex };
 
 // One bit field of a packed number; `value` is right-aligned.
@@ -22,18 +22,18 @@ struct Mp4Bits {
 
 // Visits the fields of one payload, big-endian, in file order.
 //
-// A reader takes a field only if all of it fits in what is left; a field that does not fit reads as zero,
-// and so do all fields after it. There is no other failure: a payload is what its bytes give.
+// A reader reads a field only if all of it fits in the remaining bytes; a field that does not fit reads as
+// zero, and so do all fields after it. There are no other errors.
 class Mp4Fields {
  public:
   virtual ~Mp4Fields() = default;
 
-  // Whether fields are being filled (from bytes) rather than taken.
+  // Whether the visitor fills the fields from bytes, rather than reading their values.
   virtual bool reading() const = 0;
-  // Bytes not yet read; all ones when not reading.
+  // Bytes not read yet; all ones if not reading.
   virtual std::uint64_t remaining() const = 0;
-  // The byte `offset` bytes further on, without taking it; 0 past the end and when not reading. For formats
-  // that are told apart by what follows.
+  // The byte `offset` bytes past the current position, without consuming it; 0 past the end or if not
+  // reading. For formats that are distinguished by what follows.
   virtual std::uint8_t ahead(std::uint64_t /*offset*/) const { return 0; }
   std::uint32_t aheadU32(std::uint64_t offset) const {
     return static_cast<std::uint32_t>(ahead(offset)) << 24 |
@@ -70,21 +70,21 @@ class Mp4Fields {
     integer(name, value, bytes, Mp4Number::Hex);
   }
   void fourcc(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::FourCc); }
-  // 16.16 fixed point, kept as stored.
+  // 16.16 fixed point; the value is the stored integer.
   void fixed16(const char* name, std::uint32_t& value) { integer(name, value, 4, Mp4Number::Fixed16); }
-  // 8.8 fixed point, kept as stored.
+  // 8.8 fixed point; the value is the stored integer.
   void fixed8(const char* name, std::uint16_t& value) { integer(name, value, 2, Mp4Number::Fixed8); }
-  // 1 to 4 bytes, as many as another field says.
+  // 1 to 4 bytes, as specified by another field.
   void unsignedNumber(const char* name, std::uint32_t& value, unsigned bytes) {
     integer(name, value, bytes, Mp4Number::Unsigned);
   }
-  // 64 bits when `wide`, else 32 (times and offsets that a version selects).
+  // 64 bits if `wide`, otherwise 32 (times and offsets whose size depends on the version).
   void u32or64(const char* name, std::uint64_t& value, bool wide) {
     integer(name, value, wide ? 8 : 4, Mp4Number::Unsigned);
   }
 
-  // Bit fields packed into one number of `bytes` bytes, the first one in its top bits; the widths add up to
-  // all of its bits.
+  // Bit fields packed into one number of `bytes` bytes, the first in its top bits; the widths add up to all
+  // of its bits.
   virtual void packed(unsigned bytes, std::initializer_list<Mp4Bits> fields) {
     std::uint64_t bits = 0;
     for (const Mp4Bits& field : fields) bits = bits << field.width | (field.value & mask(field.width));
@@ -98,26 +98,26 @@ class Mp4Fields {
 
   // `bytes.size()` bytes.
   virtual void bytes(const char* name, std::span<std::uint8_t> bytes) = 0;
-  // `count` bytes; a reader takes what is there, at most `count`.
+  // `count` bytes; a reader reads the bytes available, at most `count`.
   virtual void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t count) = 0;
-  // Everything that is left.
+  // All remaining bytes.
   void rest(const char* name, std::vector<std::uint8_t>& value) {
     blob(name, value, reading() ? remaining() : value.size());
   }
-  // A text and its terminating zero; a reader also takes one that ends with the payload.
+  // A text with its terminating zero; a reader also accepts one that ends with the payload.
   virtual void text(const char* name, std::string& value) = 0;
-  // `count` characters without a terminating zero; a reader takes what is there, at most `count`.
+  // `count` characters without a terminating zero; a reader reads those available, at most `count`.
   virtual void characters(const char* name, std::string& value, std::uint64_t count) = 0;
   void restCharacters(const char* name, std::string& value) {
     characters(name, value, reading() ? remaining() : value.size());
   }
-  // `count` bytes that mean nothing: written as zero, skipped when read.
+  // `count` reserved bytes: written as zero, skipped by a reader.
   virtual void reserved(unsigned count) = 0;
-  // `count` 32-bit numbers in one go; a reader takes the whole ones that are there, at most `count`.
+  // `count` 32-bit numbers in one go; a reader reads the complete ones available, at most `count`.
   virtual void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count) = 0;
 
-  // `count` entries of at least `entryBytes` bytes each, each visited by `each(entry)`. A reader makes room
-  // for no more entries than the bytes left can hold.
+  // `count` entries of at least `entryBytes` bytes each, visited by `each(entry)`. A reader allocates no more
+  // entries than the remaining bytes can hold.
   template <class T, class Each>
   void entries(const char* name, std::vector<T>& list, std::uint64_t count, unsigned entryBytes, Each each) {
     if (reading()) list.resize(static_cast<std::size_t>(std::min(count, remaining() / entryBytes)));
@@ -131,7 +131,7 @@ class Mp4Fields {
   virtual void endEntry() = 0;
 
  protected:
-  // One number of `bytes` bytes; `value` holds its bits, right-aligned.
+  // One number of `bytes` bytes; `value` holds it right-aligned.
   virtual void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) = 0;
 
  private:
@@ -146,16 +146,16 @@ class Mp4Fields {
   }
 };
 
-// A box's payload record.
+// The payload record of a box.
 struct Mp4Payload {
   virtual ~Mp4Payload() = default;
   // Walks the fields in file order.
   virtual void fields(Mp4Fields& f) = 0;
-  // Told of the payload of the box around it before its fields are read, for formats that depend on that.
+  // Receives the payload of the parent box before the fields are read, for formats that depend on it.
   virtual void readInside(const Mp4Payload& /*father*/) {}
 };
 
-// The payload of a full box (ISO/IEC 14496-12, 4.2): version and flags come first.
+// The payload of a full box (ISO/IEC 14496-12, 4.2), which starts with version and flags.
 struct Mp4FullBox : Mp4Payload {
   std::uint8_t version = 0;
   std::uint32_t flags = 0;  // 24 bits

@@ -1,4 +1,4 @@
-// The boxes of a movie fragment, as records to be set up, filled and written.
+// The boxes of a movie fragment, as records to initialise, fill and write.
 #pragma once
 
 #include "mp4box/boxes/mfhd.h"

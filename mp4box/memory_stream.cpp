@@ -1,4 +1,4 @@
-// The stream over bytes in memory.
+// A stream over bytes in memory.
 #include <algorithm>
 #include <cstring>
 

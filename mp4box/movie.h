@@ -1,4 +1,4 @@
-// The boxes of an initialisation part, as records to be set up, changed and written.
+// The boxes of an initialisation segment, as records to initialise, modify and write.
 #pragma once
 
 #include <array>
@@ -22,18 +22,18 @@
 
 namespace mp4 {
 
-// The tracks of the files written here. A file has at most one of each; they stand in this order.
+// The tracks of the files written here. A file has at most one of each, in this order.
 enum class TrackKind : std::uint8_t { Video, Audio, Captions608, Captions708 };
 
 inline constexpr std::array kTrackKinds = {TrackKind::Video, TrackKind::Audio, TrackKind::Captions608,
                                            TrackKind::Captions708};
 
-// A track's number is fixed, whichever tracks there are.
+// The track ID is fixed, regardless of which other tracks exist.
 constexpr std::uint32_t trackNumber(TrackKind kind) {
   return static_cast<std::uint32_t>(kind) + 1;
 }
 
-// One record for each track that exists.
+// One optional record per track.
 template <class Record>
 class PerTrack {
  public:
@@ -67,16 +67,16 @@ struct TrackSet {
   }
 };
 
-// What the kinds of tracks differ in: the media header and the sample entry.
+// What differs between kinds of tracks: the media header and the sample entry.
 struct VideoMedia {
   VideoMediaHeaderBox vmhd;
   VisualSampleEntry avc1;
-  AVCConfigurationBox avcC;  // without a record a stand-in is written
+  AVCConfigurationBox avcC;  // a default is written if it has no record
 };
 struct AudioMedia {
   SoundMediaHeaderBox smhd;
   AudioSampleEntry mp4a;
-  ESDBox esds;  // written only when it holds a decoder configuration
+  ESDBox esds;  // written only if it holds a decoder configuration
 };
 struct CaptionMedia {
   NullMediaHeaderBox nmhd;

@@ -1,4 +1,4 @@
-// Box writing primitives, and the places boxes are written to.
+// Box writing primitives, and outputs.
 #include "mp4box/output.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ bool Mp4FileOutput::write(const void* bytes, std::uint32_t count) {
     std::uint32_t done = 0;
     failed_ = !vlOSWriteFile(handle_, source, count, &done) || done == 0 || done > count;
     if (failed_) break;
-    source += done;  // the host may have taken less than it was given
+    source += done;  // the host may have accepted fewer bytes than passed
     count -= done;
   }
   return !failed_;
@@ -40,7 +40,7 @@ bool Mp4FileOutput::seek(std::uint64_t offset) {
 }
 
 bool Mp4MemoryOutput::write(const void* source, std::uint32_t count) try {
-  if (position_ > bytes.size()) return false;  // its owner took bytes away
+  if (position_ > bytes.size()) return false;  // the owner removed bytes
   const auto* first = static_cast<const std::uint8_t*>(source);
   const auto over = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, bytes.size() - position_));
   bytes.insert(bytes.end(), first + over, first + count);

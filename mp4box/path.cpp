@@ -1,4 +1,4 @@
-// Finding boxes: by type and rank, by path, by file offset.
+// Looking up boxes: by type and index, by path, by file offset.
 #include <algorithm>
 #include <array>
 #include <cstdarg>
@@ -21,8 +21,8 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Cuts the next token and the separators behind it off `path`. None for an index that is not a number or
-// not closed. An index that 32 bits do not hold comes out as one more than they do.
+// Removes the next token and the separators after it from `path`. Returns nullopt for an index that is not a
+// number or lacks its closing bracket. An index over 32 bits is returned as the 32-bit maximum plus 1.
 std::optional<Token> CutToken(std::string_view& path) {
   Token token;
   std::size_t length = std::min(path.find_first_of("/["), path.size());
@@ -43,7 +43,7 @@ std::optional<Token> CutToken(std::string_view& path) {
   return token;
 }
 
-// The child of this type and rank. With a `stream`, the top level is read on for as long as it takes.
+// The child of this type and index. With a `stream`, reads further top-level boxes as needed.
 Mp4Box* FindChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::uint32_t index) {
   Mp4Box* child = father->first;
   std::uint32_t rank = 0;
@@ -58,7 +58,7 @@ Mp4Box* FindChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::ui
       if (rank == index) return child;
       ++rank;
     }
-    // The last box of a file comes in although nothing follows it: what was appended counts.
+    // The result is ignored: it is false for the last box of a file, which is appended all the same.
     if (!child->next && stream) Mp4ReadNextBox(*stream, father);
     child = child->next;
   }

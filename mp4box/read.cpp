@@ -1,4 +1,4 @@
-// Reading a tree of boxes.
+// Reading box trees.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -21,8 +21,8 @@ namespace {
 // Size, type, 64-bit size and extended type.
 constexpr std::uint64_t kLongestHeader = 32;
 
-// By how many bytes a fragment may be longer than expected and still come in with one read: those of a few
-// samples, for the sound of equal times is not always as many.
+// How many bytes larger than expected a fragment may be and still be read in one go: a few samples more,
+// because equal durations do not always hold the same number of audio samples.
 constexpr std::uint64_t kSlack = 32;
 
 bool IsUnderRoot(const Mp4Box& box) {
@@ -32,10 +32,10 @@ bool IsTopLevel(const Mp4Box& box) {
   return !box.father || IsUnderRoot(box);
 }
 
-// Bytes of the file in memory: the stream's own where it has them there, otherwise read in one go.
+// Bytes of the file in memory: a view into the stream if it holds them, otherwise read in one go.
 class FileBytes {
  public:
-  // Null when not all of them can be had. They live as long as this object and the stream.
+  // Null if not all of them are available. They are valid as long as this object and the stream.
   const std::uint8_t* get(Mp4Stream& stream, std::uint64_t offset, std::uint64_t count) {
     if (const std::uint8_t* bytes = stream.view(offset, count)) return bytes;
     const std::uint64_t size = stream.size();
@@ -55,7 +55,7 @@ void Append(Mp4Box* father, Mp4Box* box) {
   father->last = box;
 }
 
-// Notes a box of the top level. Returns false when memory is short.
+// Records a top-level box. Returns false if memory is short.
 bool Remember(Mp4RootState& state, Mp4Box* box) try {
   state.boxes.push_back(box);
   return true;
@@ -63,9 +63,9 @@ bool Remember(Mp4RootState& state, Mp4Box* box) try {
   return false;
 }
 
-// A box may reach past its father; what stands behind the father is then read once more as what it is
-// there. The bytes read again must not add up to more than the file has, or a file of many boxes that all
-// reach to its end would cost time and memory by the square of its size.
+// A box may extend past the end of its parent; the bytes there are then read again as siblings of the parent.
+// The bytes read again must not exceed the size of the file: a file of many boxes that all extend to its end
+// would otherwise take quadratic time and memory.
 bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
   if (IsTopLevel(box) || box.end() <= box.father->end()) return true;
   if (!state) return false;
@@ -74,7 +74,7 @@ bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
   return state->overrun <= size;
 }
 
-// Whether a box may stand where it does: not too deep, not too far past its father, and not one too many.
+// Whether a box is acceptable: limits on depth, on overrun of its parent and on the number of boxes.
 bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
   unsigned depth = 0;
   Mp4Box* top = nullptr;
@@ -86,13 +86,13 @@ bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
   return ChargeOverrun(stream, box, state) && (!state || state->admit(box, IsTopLevel(box)));
 }
 
-// Once there are more than a few small boxes in a row, as many bytes as they took are read ahead of the next.
+// After more than a few consecutive small boxes, reads ahead as many bytes as they took.
 std::uint64_t AheadOfSmallBoxes(const Mp4RootState& state) {
   constexpr std::uint64_t kFew = 256, kMost = 64 << 10;
   return state.smallBoxBytes < kFew ? 0 : std::min(state.smallBoxBytes, kMost);
 }
 
-// The payload record of a sample entry whose type says nothing: the track's handler tells what it describes.
+// The payload record of a sample entry of unknown type, chosen by the track's handler.
 std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
   Mp4Box* media = Mp4BoxGet(nullptr, &box, true, "../../../..");
   if (!media || media->type != Mp4FourCc("mdia")) return nullptr;
@@ -160,8 +160,8 @@ bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
 bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   auto* state = Mp4PayloadOf<Mp4RootState>(root);
   if (!state || state->ended) return false;
-  // A fragment about as long as those before it comes in with one read, and the header behind it too. So do
-  // many small boxes.
+  // Reads a fragment of about the same size as the previous ones in one go, together with the next header.
+  // Likewise many small boxes.
   const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kSlack : 0;
   const std::uint64_t ahead = std::max(expected, AheadOfSmallBoxes(*state)) + kLongestHeader;
   Mp4WindowStream window(stream, state->window, root->size, ahead);
@@ -194,8 +194,8 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
   const std::uint64_t children = box.position + Mp4BoxHeaderSize(box);
   if (box.size <= Mp4BoxHeaderSize(box) + 8u) return true;
   if (IsTopLevel(box)) {
-    // As much of it as the file holds comes in with one read, where memory allows, and with it the header
-    // of the box behind it.
+    // Reads as much of it as the file contains in one go if memory allows, together with the header of the
+    // next box.
     const std::uint64_t size = std::max(stream.size(), box.position);
     const std::uint64_t held = std::min(box.end(), size) - box.position;
     const std::uint64_t withNext = std::min(held + kLongestHeader, size - box.position);
@@ -210,7 +210,7 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
 
 bool Mp4ReadMediaData(Mp4Stream& stream, Mp4Box& box) {
   if (box.type != Mp4FourCc("free") || !IsUnderRoot(box)) return true;
-  // Padding may hide a movie box, whose first child then stands where the padding's content starts.
+  // A "free" box may contain a movie box, whose first child then starts at the content of the "free" box.
   std::array<std::uint8_t, 44> start{};
   stream.peek(start.data(), start.size());
   const unsigned header = Mp4BoxHeaderSize(box);
@@ -223,7 +223,7 @@ bool Mp4ReadMediaData(Mp4Stream& stream, Mp4Box& box) {
 
 bool Mp4ReadCompressedMovie(Mp4Stream&, Mp4Box& box) {
   const std::uint32_t father = box.father ? box.father->type : 0;
-  // Compressed movie headers are not decompressed: where one counts, it is dropped unread.
+  // Compressed movie headers are not decompressed: inside a movie box they are dropped unread.
   if (father == Mp4FourCc("moov") || father == Mp4FourCc("foov")) return false;
   box.data = Mp4FindBoxType(box.type).make();
   return true;
@@ -256,7 +256,7 @@ bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> 
     taken = reader.consumed();
   }
   box.data = payload.release();
-  // Without room for a child there are none; the box is what its fields are.
+  // If there is no space for a child the box consists of its fields only.
   if (children && stream.seek(box.position + header + taken)) Mp4ReadChildren(stream, &box);
   return true;
 }

@@ -1,4 +1,4 @@
-// The fields of a sample's flags, in "trex", "tfhd" and "trun" (ISO/IEC 14496-12, 8.8.3.1).
+// The fields of the sample flags in "trex", "tfhd" and "trun" (ISO/IEC 14496-12, 8.8.3.1).
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The plain stream.
+// A stream directly on a host file handle.
 #include "mp4box/stream.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 namespace {
 
-// The host counts the bytes of one read or write in 32 bits; more go in several.
+// Host reads and writes have a 32-bit byte count; larger transfers are split.
 constexpr std::int64_t kMostAtOnce = 1 << 30;
 
 }  // namespace
@@ -47,7 +47,7 @@ std::int64_t Mp4Stream::write(const void* buffer, std::int64_t count) {
       ErrOut("fmp4 file_write failure, error: %lu\n", static_cast<unsigned long>(vlOSGetLastError()));
       return -1;
     }
-    total += done;  // the host may have taken less than it was given
+    total += done;  // the host may have accepted fewer bytes than passed
   }
   return total;
 }

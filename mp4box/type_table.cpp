@@ -1,4 +1,4 @@
-// The box types that are known, and how each is read.
+// The known box types and their readers.
 #include <unordered_map>
 
 #include "mp4box/box.h"
@@ -73,12 +73,12 @@ constexpr std::uint32_t type(const char (&text)[5]) {
   return Mp4FourCc(text);
 }
 
-// A type made of "ms" and a 16-bit format tag, as WAVE files use them.
+// A type that consists of "ms" and a 16-bit WAVE format tag.
 constexpr std::uint32_t microsoftType(std::uint16_t tag) {
   return static_cast<std::uint32_t>('m') << 24 | static_cast<std::uint32_t>('s') << 16 | tag;
 }
 
-// A type made of the byte 0xA9 and three letters.
+// A type that consists of the byte 0xA9 and three letters.
 constexpr std::uint32_t textItemType(const char (&letters)[4]) {
   return Mp4FourCc({'\xA9', letters[0], letters[1], letters[2], '\0'});
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-// More than this is not held in a window: it is read to where it is needed.
+// Larger reads bypass the window and go directly to their destination.
 constexpr std::uint64_t kMostBytes = 1 << 20;
 
 }  // namespace
@@ -30,7 +30,7 @@ std::uint64_t Mp4WindowStream::cover(std::uint64_t offset, std::uint64_t count) 
   if (offset >= size_) return 0;
   const std::uint64_t wanted = std::min(std::max(count, ahead_), size_ - offset);
   if (wanted <= held) return held;
-  // What the window holds from `offset` on moves to its front, the rest is read behind it.
+  // Moves the bytes from `offset` on to the front of the window and reads the rest after them.
   std::vector<std::uint8_t>& bytes = window_.bytes;
   if (inside)
     bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(offset - window_.offset));

@@ -1,4 +1,4 @@
-// The boxes of the top level that hold no others.
+// Writes the top-level boxes without children.
 #include "mp4box/write.h"
 
 void Mp4WriteFileType(Mp4Output& out, mp4::FileTypeBox& ftyp) {

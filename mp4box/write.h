@@ -1,5 +1,5 @@
-// Writing boxes from their records. No writer looks at the results of the primitives: a place to write
-// that fails tells its owner itself.
+// Writes boxes from their records. Writers ignore the results of the primitives: an output that fails reports
+// this to its owner itself.
 #pragma once
 
 #include "mp4box/box.h"
@@ -10,7 +10,7 @@
 #include "mp4box/movie.h"
 #include "mp4box/output.h"
 
-// Writes a box without a payload of its own, whose content `children()` writes. Returns where it stands.
+// Writes a box without a payload of its own; `children()` writes its content. Returns its position.
 template <class Children>
 Mp4BoxMark Mp4WriteContainer(Mp4Output& out, std::uint32_t type, Children children) {
   Mp4BoxMark mark;
@@ -20,7 +20,7 @@ Mp4BoxMark Mp4WriteContainer(Mp4Output& out, std::uint32_t type, Children childr
   return mark;
 }
 
-// Writes a box of the payload's fields and, behind them, what `children()` writes. Returns where it stands.
+// Writes a box from the fields of the payload, followed by what `children()` writes. Returns its position.
 template <class Children>
 Mp4BoxMark Mp4WriteBox(Mp4Output& out, std::uint32_t type, Mp4Payload& payload, Children children) {
   return Mp4WriteContainer(out, type, [&] {
@@ -35,23 +35,23 @@ inline Mp4BoxMark Mp4WriteBox(Mp4Output& out, std::uint32_t type, Mp4Payload& pa
 
 void Mp4WriteFileType(Mp4Output& out, mp4::FileTypeBox& ftyp);
 
-// "moov": the header, the movie extends box and a track box for each track that exists.
+// "moov": the header, the movie extends box and one track box per track.
 void Mp4WriteMovie(Mp4Output& out, mp4::Movie& movie);
 
-// "stsd" with the one sample entry that a track's media has.
+// "stsd" with the single sample entry of a track.
 void Mp4WriteSampleDescription(Mp4Output& out, mp4::Track& track);
 
-// Where the tracks' bytes start within the payload of the media data box that follows a fragment. The
-// video's start it.
+// Offsets of the tracks' bytes in the payload of the media data box that follows a fragment. Video is at
+// offset 0.
 struct Mp4DataOffsets {
   std::uint32_t audio = 0;
   std::uint32_t captions608 = 0;
   std::uint32_t captions708 = 0;
 };
 
-// "moof". The runs' data offsets are counted from its first byte, on the understanding that its media data
-// box follows at once; a run whose track fragment has a base offset of its own keeps its data offset.
-// Returns the size of the box in bytes.
+// "moof". Data offsets of the runs are relative to its first byte, assuming that its media data box follows
+// immediately; a run whose track fragment has its own base offset keeps its data offset. Returns the size of
+// the box in bytes.
 std::uint32_t Mp4WriteMovieFragment(Mp4Output& out, mp4::MovieFragment& fragment,
                                     const Mp4DataOffsets& offsets);
 

@@ -1,12 +1,12 @@
-// Writing "moof" and patching the places of the tracks' data into it.
+// Writes "moof" and patches in the data offsets of the tracks.
 #include "mp4box/write.h"
 
 namespace {
 
 using mp4::TrackKind;
 
-constexpr std::uint32_t kMediaDataHeader = 8;  // bytes of the "mdat" header that follows the fragment
-// Where data_offset stands in a "trun": behind the header, version and flags, and sample_count.
+constexpr std::uint32_t kMediaDataHeader = 8;  // bytes, header of the "mdat" that follows the fragment
+// Position of data_offset in a "trun": after the box header, version and flags, and sample_count.
 constexpr std::uint64_t kDataOffsetPlace = 8 + 4 + 4;
 
 std::uint32_t offsetOf(TrackKind kind, const Mp4DataOffsets& offsets) {
@@ -22,7 +22,7 @@ std::uint32_t offsetOf(TrackKind kind, const Mp4DataOffsets& offsets) {
   }
 }
 
-// Whether the run has a data offset that counts from the fragment's first byte.
+// Whether the run has a data offset relative to the first byte of the fragment.
 bool countsFromFragment(const mp4::TrackFragment& track) {
   using Header = mp4::TrackFragmentHeaderBox;
   return track.trun.hasDataOffset() && !(track.tfhd.flags & Header::kBaseDataOffset) &&

@@ -1,4 +1,4 @@
-// Writing "moov" and what it holds, down to the sample tables.
+// Writes "moov" and its contents down to the sample tables.
 #include "mp4box/boxes/dref.h"
 #include "mp4box/boxes/stco.h"
 #include "mp4box/boxes/stsc.h"
@@ -32,7 +32,7 @@ void writeDataInformation(Mp4Output& out) {
   });
 }
 
-// All samples are in movie fragments: the tables are empty.
+// All samples are in movie fragments, so the tables are empty.
 void writeSampleTable(Mp4Output& out, mp4::Track& track) {
   Mp4WriteContainer(out, Mp4FourCc("stbl"), [&] {
     Mp4WriteSampleDescription(out, track);
@@ -52,7 +52,7 @@ void writeMediaInformation(Mp4Output& out, mp4::Track& track) {
     std::visit([&](auto& media) { writeMediaHeader(out, media); }, track.media);
     writeDataInformation(out);
     writeSampleTable(out, track);
-    Mp4WriteBox(out, Mp4FourCc("hdlr"), track.hdlr);  // once more, behind its place in "mdia": intended
+    Mp4WriteBox(out, Mp4FourCc("hdlr"), track.hdlr);  // a second copy after the one in "mdia": intended
   });
 }
 
@@ -81,7 +81,7 @@ void writeMovieExtends(Mp4Output& out, mp4::MovieExtends& mvex) {
 void Mp4WriteMovie(Mp4Output& out, mp4::Movie& movie) {
   Mp4WriteContainer(out, Mp4FourCc("moov"), [&] {
     Mp4WriteBox(out, Mp4FourCc("mvhd"), movie.mvhd);
-    writeMovieExtends(out, movie.mvex);  // ahead of the tracks: intended
+    writeMovieExtends(out, movie.mvex);  // before the tracks: intended
     for (const mp4::TrackKind kind : mp4::kTrackKinds) {
       if (auto& track = movie.tracks[kind]) writeTrack(out, *track);
     }

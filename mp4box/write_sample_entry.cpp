@@ -1,4 +1,4 @@
-// Writing "stsd" with the sample entries: "avc1", "mp4a", "c608" and "c708".
+// Writes "stsd" with the sample entries "avc1", "mp4a", "c608" and "c708".
 #include "mp4box/boxes/stsd.h"
 #include "mp4box/write.h"
 

@@ -1,4 +1,4 @@
-// The disk beneath a file that somebody else writes.
+// Access to the disk copy of a file that is written elsewhere.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 
 namespace os {
 
-// A second opening of a file, beside the handle through which its bytes are written. It stays with the file
-// when that is renamed. Closed when the object goes.
+// A second handle to a file, next to the one through which its bytes are written. It stays with the file when
+// that is renamed. Closed on destruction.
 class DiskFile {
  public:
   DiskFile() = default;
@@ -15,23 +15,23 @@ class DiskFile {
   DiskFile& operator=(const DiskFile&) = delete;
   ~DiskFile() { close(); }
 
-  // Opens the existing file `path` (UTF-8). Returns whether it could be opened.
+  // Opens the existing file `path` (UTF-8). Returns whether that succeeded.
   [[nodiscard]] bool open(const std::string& path);
-  // Waits until all bytes that were written to the file, through whatever handle, have reached the disk.
-  // Returns false when they did not, and when nothing is open.
+  // Waits until all bytes written to the file, through any handle, have reached the disk. Returns false if
+  // this failed or no file is open.
   [[nodiscard]] bool sync();
-  // Takes off what the file holds from byte `size` on; a file that is no longer than that stays as it is.
-  // Returns false when that failed, and when nothing is open.
+  // Truncates the file to `size` bytes; a file that is not longer stays unchanged. Returns false if this
+  // failed or no file is open.
   bool cut(std::uint64_t size);
   void close();
 
  private:
   static constexpr std::intptr_t kNone = -1;
-  std::intptr_t file_ = kNone;  // a descriptor, or a HANDLE
+  std::intptr_t file_ = kNone;  // a file descriptor, or a HANDLE
 };
 
-// Waits until the name of the file `path` (UTF-8) has reached the disk, where names reach it apart from what
-// they name. Returns false when it did not.
+// Waits until the directory entry of the file `path` (UTF-8) has reached the disk, on systems that flush it
+// separately. Returns false on failure.
 bool syncName(const std::string& path);
 
 }  // namespace os

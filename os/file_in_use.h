@@ -1,11 +1,11 @@
-// Whether somebody else is writing a file.
+// Detects whether a file is being written.
 #pragma once
 
 #include <string>
 
 namespace os {
 
-// Whether a program, this one included, has the file open for writing. False where the system cannot tell.
+// Whether any process, including this one, has the file open for writing. False if the system cannot tell.
 bool isBeingWritten(const std::string& path);
 
 }  // namespace os

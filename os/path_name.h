@@ -1,5 +1,5 @@
-// The host's file names, UTF-8 on every system, for the C++ library, which takes a narrow name for the
-// system's own encoding.
+// Converts the host's file names, UTF-8 on every system, for the C++ library, which interprets narrow names
+// in the system's own encoding.
 #pragma once
 
 #include <filesystem>

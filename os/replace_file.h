@@ -1,4 +1,4 @@
-// Replacing a file in one step.
+// Atomic replacement of a file.
 #pragma once
 
 #include <span>
@@ -8,22 +8,22 @@
 
 namespace os {
 
-// What the disk holds if the power fails right after a replacement.
+// The state on disk if the power fails right after a replacement.
 enum class Durability {
-  EitherContent,  // the former content or the new, each complete
-  NewContent,     // the new; costs a wait more
+  EitherContent,  // the previous content or the new one, each complete
+  NewContent,     // the new content; costs an additional flush
 };
 
-// Makes the file `path` (UTF-8) hold the `parts` one after another and nothing else, whether it was there or
-// not. Readers find the former content or the new, and never a part of one. What was a link stays one; on
-// POSIX systems the permissions stay too. On Windows a reader that holds the file is waited for, up to two
-// seconds. A process that ends in the midst of it leaves a file beside `path`, whose name starts with that
-// one's. Returns the system's error, none on success. After one the former content is still
-// there, unless it is the wait for the new name that failed.
+// Makes the file `path` (UTF-8) contain exactly the concatenated `parts`, whether or not it existed. Readers
+// see either the previous content or the new one, never a mixture. A symbolic link stays a link; on POSIX
+// systems the permissions are kept too. On Windows, waits up to two seconds for a reader that holds the file.
+// A process that terminates meanwhile leaves a file next to `path` whose name starts with that of `path`.
+// Returns the system error, none on success. After an error the previous content is still there, unless only
+// the wait for the new name failed.
 [[nodiscard]] std::error_code replaceFile(const std::string& path, std::span<const std::string_view> parts,
                                           Durability durability) noexcept;
 
-// The same with one part, which lasts once this returns.
+// As above with one part; the new content is durable once this returns.
 [[nodiscard]] inline std::error_code replaceFile(const std::string& path, std::string_view content) noexcept {
   return replaceFile(path, std::span(&content, 1), Durability::NewContent);
 }

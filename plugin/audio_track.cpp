@@ -16,41 +16,42 @@ constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
 constexpr std::uint32_t kAac = Mp4FourCc("aac ");
 constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
 
-// An AAC unit that begins with its end carries no channel (id_syn_ele ID_END; ISO/IEC 14496-3, 4.5.2.1).
-// Memory and disks that were never written read so.
+// An AAC access unit that starts with ID_END contains no channels (id_syn_ele; ISO/IEC 14496-3, 4.5.2.1).
+// Memory and disk blocks that were never written look like this.
 constexpr unsigned kAacEnd = 7;
 
-// Larger units are no sound: AAC allows 768 bytes a channel, AC-3 3840.
+// Larger access units cannot be audio: AAC allows 768 bytes per channel, AC-3 3840.
 constexpr std::uint32_t kLargestUnit = 1 << 20;
-// How far ahead of a position decoding starts where the unit before is not enough: so many units and more
-// until the decoder says that it is settled, and not without end, whatever the file says.
+// Pre-roll before a position if the previous access unit is not sufficient: at least this many access units,
+// then more until the decoder has converged, up to a limit in case the file prevents that.
 constexpr std::uint64_t kSettlingUnits = 24;
 constexpr std::uint64_t kLongestLead = 4096;
 
-// Units that are tried before a track is given up: so many in a row at so many places spread over it, which
-// are all units of a short track.
+// Access units to try before giving up on a track: this many in a row at this many positions spread over the
+// track; in a short track these are all access units.
 constexpr std::uint64_t kTriedUnits = 64;
 constexpr std::uint64_t kTriedPlaces = 64;
 
-// No unit is stated to last longer than this, minutes of a gap behind it included.
+// PCM frames, maximum stated duration of an access unit, including minutes of a gap after it.
 constexpr std::uint64_t kLongestUnitFrames = 1 << 24;
 
-// Sample frames that a unit decodes to, at the described rate.
+// PCM frames per decoded access unit, at the described rate.
 std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
   if (audio.codec == kAc3) return kAc3FrameSamples;
   UMC::aac::AudioSpecificConfig config{};
   if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config))
     return kAacFrameSamples;
   const auto frames = static_cast<std::uint64_t>(config.frameLength);
-  // With SBR a unit of the core's length plays at twice the core's rate. What is described at that rate has
-  // it, be it that the configuration does not say so.
+  // With SBR an access unit plays at twice the sample rate of the core. A track described at that rate uses
+  // SBR even if its configuration does not signal it.
   const bool doubled = std::uint64_t{audio.wave.samplesPerSecond} == std::uint64_t{config.frequency} * 2;
   if (!config.sbrSignalled && !doubled) return static_cast<std::uint32_t>(frames);
   const std::uint64_t scaled = scaleExactly(frames, audio.wave.samplesPerSecond, config.frequency);
   return std::max(1u, saturate<std::uint32_t>(scaled));
 }
 
-// What an `esds` of the sample entry, or of QuickTime's "wave" in it, configures; null when there is none.
+// The decoder configuration from an `esds` in the sample entry or in its QuickTime "wave" box; null if there
+// is none.
 const mp4::DecoderConfigDescriptor* findDecoderConfig(Mp4Box* sampleEntry) {
   Mp4Box* const wave = Mp4BoxChild(sampleEntry, Mp4FourCc("wave"));
   for (Mp4Box* const place : {sampleEntry, wave}) {
@@ -104,7 +105,7 @@ void AudioTrack::openDecoder() {
   const QVRWAVE& wave = holder_.audio.wave;
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);
-  // A configuration that is not served has been reported where it is refused.
+  // SetConfiguration reports an unsupported configuration itself.
   if (!decoder_.IsOpen()) messages::reportError(messages::kNothingDecodes);
   decoder_.SetConfiguration(configuration_.data(), configuration_.size());
   if (!decoder_.IsOpen()) setUndecodable();
@@ -116,7 +117,8 @@ void AudioTrack::closeDecoder() {
   decoder_.ReleaseBuffer();
 }
 
-// The description may say less: of AC-3 it counts one channel, and a rate that is not yet the file's own.
+// The description may give a smaller size: for AC-3 it counts one channel, and a rate that is not the file's
+// yet.
 std::uint32_t AudioTrack::deliveredBufferSize(const FrameRate& fps) const {
   const QVRAUDIO& audio = holder_.audio;
   const std::uint64_t frames =
@@ -169,7 +171,7 @@ int AudioTrack::standAt(FragmentIndex& index, const AudioUnit& unit) {
 AudioTrack::Lead AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
   AudioUnit from;
   if (!timeline(index).at(index, first, from) || standAt(index, from) < 0) return Lead::Failed;
-  const bool settled = first == 0;  // nothing is before the first unit
+  const bool settled = first == 0;  // there is no history before the first access unit
   while (number_ < unit.number) {
     if (advance(index) != Outcome::Delivered) return Lead::Failed;
     if (decodeUnit(index) == Unit::NoMemory) return Lead::Failed;
@@ -194,8 +196,8 @@ bool AudioTrack::lastsTooLong() const {
   return clock_.frames(cursor_.sampleDuration()) > kLongestUnitFrames;
 }
 
-// A unit that is damaged, or whose bytes are not there, is silence, and what was ahead of it is nothing to
-// what follows it.
+// An access unit that is damaged, or whose bytes are missing, is replaced by silence, and the decoder history
+// before it is discarded.
 AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   if (decoder_.CheckBuffer(unitFrames(holder_.audio, configuration_)) != 0) return Unit::NoMemory;
   const std::uint64_t start = clock_.position();
@@ -213,7 +215,7 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   clock_.pass(cursor_.sampleDuration());
   cursor_.nextSample();
   ++number_;
-  // Where a unit decodes to more than its time, the next one's place begins all the same.
+  // If an access unit decodes to more than its duration, the next one still starts on time.
   filledTo_ = std::min(start + decoder_.BufferedFrames(), clock_.position());
   lostTo_ = decoded ? start : addSaturated(start, stated);
   return decoded ? Unit::Decoded : Unit::Lost;
@@ -232,7 +234,7 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   const std::int32_t left =
       decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,
                                         static_cast<std::uint32_t>(frames), holder_.audio.wave.channels == 1);
-  // What does not decode behind a whole unit is no loss.
+  // Undecodable data after a complete access unit is not counted as a loss.
   const bool whole = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
   return produced > 0 && (left >= 0 || whole);
 }
@@ -307,7 +309,7 @@ AudioTrack::Outcome AudioTrack::decodeNext(FragmentIndex& index, std::uint64_t p
   return Outcome::Delivered;
 }
 
-// PCM where the decoder holds it, else silence.
+// Outputs PCM where the decoder has it, otherwise silence.
 void AudioTrack::deliver(std::uint64_t position, std::uint64_t count, std::uint8_t* out, Delivery& delivery) {
   const std::uint64_t start = decoder_.BufferStart();
   if (position >= start && position - start < decoder_.BufferedFrames()) {

@@ -1,4 +1,4 @@
-// One audio track being read: its decoder, where it stands, and what it needs to decode a unit.
+// Reads one audio track: its decoder, its position, and the data needed to decode an access unit.
 #pragma once
 
 #include <cstdint>
@@ -11,24 +11,25 @@
 #include "streaming/index/audio_timeline.h"
 #include "streaming/index/track_cursor.h"
 
-// The AudioSpecificConfig in an `esds` of a sample entry, or of QuickTime's "wave" in it; empty when there is
+// The AudioSpecificConfig from an `esds` in a sample entry or in its QuickTime "wave" box; empty if there is
 // none.
 std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry);
 
-// The objectTypeIndication in an `esds` of a sample entry, 0 when there is none.
+// The objectTypeIndication from an `esds` of a sample entry, 0 if there is none.
 std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry);
 
-// The header that goes ahead of each AAC sample of a track, made of its configuration's first two bytes.
+// The ADTS header before each AAC sample of a track, made from the first two bytes of its configuration.
 //
-// Intended, odd as it is: the profile is the object type's low bits as they stand, any channel configuration
-// comes out as 2, and of the frame's length only some bits are carried. Hosts' decoders know it so.
+// Intended, although unusual: the profile is the low bits of the object type, unchanged; any channel
+// configuration is written as 2; and only some bits of the frame length are stored. Hosts' decoders rely on
+// this.
 class AdtsHeader {
  public:
   static constexpr std::uint32_t kBytes = 7;
 
-  // `configuration` holds at least two bytes.
+  // `configuration` must hold at least two bytes.
   explicit AdtsHeader(const std::vector<std::uint8_t>& configuration);
-  // Writes the header of a sample of `sampleBytes` bytes.
+  // Writes the header for a sample of `sampleBytes` bytes.
   void write(std::uint32_t sampleBytes, std::uint8_t* out) const;
 
  private:
@@ -36,85 +37,86 @@ class AdtsHeader {
   std::uint8_t channels_;
 };
 
-// A track's place among the channels, its description, and its reading state.
+// A track's channels, its description, and its read state.
 class AudioTrack {
  public:
-  // `holder` and `decoder` are the media-file object's and outlive the track.
+  // `holder` and `decoder` belong to the media-file object and outlive the track.
   AudioTrack(const IndexedTrack& track, QVRSTREAM& holder, VL_Audio_Decode& decoder,
              std::vector<std::uint8_t> configuration);
 
-  // Opens the decoder that the track's codec needs, unless it is open.
+  // Opens the decoder for the track's codec unless it is open.
   void openDecoder();
-  // Closes it and gives its memory back.
+  // Closes the decoder and releases its memory.
   void closeDecoder();
 
-  // Bytes that hold a video frame's sound as it is delivered, at `fps` frames a second.
+  // Buffer size for the decoded audio of one video frame at `fps` frames per second, bytes.
   std::uint32_t deliveredBufferSize(const FrameRate& fps) const;
 
   const QVRAUDIO& description() const { return holder_.audio; }
   VL_Audio_Decode& decoder() { return decoder_; }
 
-  // Sample frames that the track's samples state to last, all together; 0 where there are none.
+  // Total duration stated by the track's samples, PCM frames; 0 if there are none.
   std::uint64_t statedLength(FragmentIndex& index);
-  // Describes the track as so many sample frames long.
+  // Describes the track as this many PCM frames long.
   void setLength(std::uint32_t frames) { holder_.audio.stream.length = frames; }
 
-  // How reading a range ended.
+  // Result of reading a range.
   enum class Outcome {
-    Delivered,   // as far as the track goes
-    NoRun,       // a run of the fragment being read does not load
-    NoFragment,  // the next fragment does not load
-    End,         // after the last unit, with nothing delivered
-    Refused,     // a unit claims a duration that no unit has, or memory is short
-    Undecodable  // no unit of the track decodes
+    Delivered,   // everything up to the end of the track
+    NoRun,       // a run of the current fragment failed to load
+    NoFragment,  // the next fragment failed to load
+    End,         // past the last access unit, nothing delivered
+    Refused,     // an access unit states an impossible duration, or memory is short
+    Undecodable  // no access unit of the track can be decoded
   };
 
-  // What a read has written.
+  // The output of a read.
   struct Delivery {
     std::uint32_t bytes = 0;
-    std::uint32_t lostUnits = 0;  // units that it came to and that could not be read or decoded
+    std::uint32_t lostUnits = 0;  // access units that could not be read or decoded
   };
 
-  // Stands the track at a position, so that reading on gives what reading from the start gives there: the
-  // unit before is decoded first, for a unit overlaps into the next, and as many before that as the decoder
-  // needs. Returns 0 or -1.
+  // Seeks the track to a position, such that reading from there returns the same samples as reading from the
+  // start: decodes the previous access unit first, because access units overlap, and as much pre-roll before
+  // that as the decoder needs. Returns 0 or -1.
   int seek(FragmentIndex& index, std::uint64_t position);
-  // Whether reading on from the position needs no seek. After a read that failed the track stands nowhere.
+  // Whether reading at the position needs no seek. After a failed read the position is undefined.
   bool standsAt(std::uint64_t position) const { return position_ == position && cursor_.loaded(); }
-  // Writes sample frames [position, position + count), at which the track stands, to `out`, as far as the
-  // track goes; silence where it has gaps, and for the time of units that are lost.
+  // Writes PCM frames [position, position + count) to `out`, up to the end of the track; silence in gaps and
+  // in place of lost access units. The track must be at `position`.
   Outcome read(FragmentIndex& index, std::uint64_t position, std::uint64_t count, std::uint8_t* out,
                Delivery& delivery);
 
-  // Notes that the track's codec is none that is decoded here.
+  // Marks the track's codec as unsupported.
   void setUndecodable() { undecodable_ = true; }
-  // Whether it is known that nothing of the track can be decoded: reading it fails.
+  // Whether the track is known to be undecodable: reading it fails.
   bool undecodable() const { return undecodable_; }
 
-  std::uint32_t nextExpected = QVR_NOT_SET;  // the position that the host reads next when it reads on
+  std::uint32_t nextExpected = QVR_NOT_SET;  // position of the host's next sequential read
 
  private:
   static constexpr std::uint64_t kNowhere = ~std::uint64_t{0};
 
   enum class Unit { Decoded, Lost, NoMemory };
-  // What decoding ahead of a unit has made of the decoder.
+  // State of the decoder after the pre-roll.
   enum class Lead { Failed, Unsettled, Settled };
 
   AudioTimeline& timeline(FragmentIndex& index);
   int standAtPosition(FragmentIndex& index, std::uint64_t position);
-  // Stands the track at a unit, with nothing of the signal known. Returns 0 or -1.
+  // Positions the track at an access unit, with the decoder history reset. Returns 0 or -1.
   int standAt(FragmentIndex& index, const AudioUnit& unit);
-  // Stands the track at `unit`, the units from number `first` on decoded.
+  // Positions the track at `unit` after decoding the access units from number `first` on as pre-roll.
   Lead leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
-  // Whether the unit at the cursor states a duration that no unit has.
+  // Whether the access unit at the cursor states an impossible duration.
   bool lastsTooLong() const;
-  // Decodes the unit at the cursor into the decoder's buffer and passes it.
+  // Decodes the access unit at the cursor into the decoder's buffer and advances past it.
   Unit decodeUnit(FragmentIndex& index);
-  // Hands the unit at the cursor to the decoder. Returns whether it decoded.
+  // Passes the access unit at the cursor to the decoder. Returns whether it was decoded.
   bool feedDecoder(FragmentIndex& index, std::uint64_t frames);
-  // Whether any unit decodes. Leaves the track standing nowhere. Throws std::bad_alloc when memory is short.
+  // Whether any access unit can be decoded. The position is undefined afterwards. Throws std::bad_alloc if
+  // memory is short.
   bool anyUnitDecodes(FragmentIndex& index);
-  // Brings the time of the next unit, or of silence, to a position at which there is none yet.
+  // Makes the next access unit or silence available at a position that has no PCM yet.
   Outcome fill(FragmentIndex& index, std::uint64_t position, Delivery& delivery);
   Outcome decodeNext(FragmentIndex& index, std::uint64_t position, Delivery& delivery);
   void deliver(std::uint64_t position, std::uint64_t count, std::uint8_t* out, Delivery& delivery);
@@ -125,15 +127,15 @@ class AudioTrack {
   VL_Audio_Decode& decoder_;
   std::vector<std::uint8_t> configuration_;
   TrackCursor cursor_;
-  AudioClock clock_;                         // at the cursor's unit
-  std::unique_ptr<AudioTimeline> timeline_;  // made when first needed
-  std::vector<std::uint8_t> unit_;           // a sample behind its header
+  AudioClock clock_;                         // clock at the cursor's access unit
+  std::unique_ptr<AudioTimeline> timeline_;  // created on first use
+  std::vector<std::uint8_t> unit_;           // a header and the sample after it
 
-  std::uint64_t number_ = 0;           // of the cursor's unit, from the track's first
-  std::uint64_t position_ = kNowhere;  // what reading on gives next
-  std::uint64_t filledTo_ = 0;         // PCM of the last unit, or silence, is at hand up to here
-  std::uint64_t lostTo_ = 0;           // where the last unit ends by its stated duration, if it is lost
-  bool losing_ = false;                // the last unit delivered was lost
-  bool everDecoded_ = false;           // some unit of the track has decoded
+  std::uint64_t number_ = 0;           // index of the cursor's access unit in the track, from 0
+  std::uint64_t position_ = kNowhere;  // position of the next sequential read
+  std::uint64_t filledTo_ = 0;         // PCM or silence is available up to here
+  std::uint64_t lostTo_ = 0;           // end of the last access unit by its stated duration, if it was lost
+  bool losing_ = false;                // the last access unit delivered was lost
+  bool everDecoded_ = false;           // some access unit of the track has been decoded
   bool undecodable_ = false;
 };

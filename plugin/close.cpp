@@ -1,4 +1,4 @@
-// Closing a source or a recording.
+// Closes a source or a recording.
 #include "base/guard.h"
 #include "plugin/fmp4_object.h"
 #include "qvrutil.h"
@@ -32,7 +32,7 @@ std::uint32_t CMFFmp4::Close() {
   return whole ? VL_OK : VL_FAILED;
 }
 
-// The sound first, whose last segment the manifest is still to list when the video saves it.
+// Audio first: the manifest must list its last segment before the video saves it.
 bool CMFFmp4::finishRecording() {
   bool whole = true;
   if (m_companion) whole = m_companion->Close() == VL_OK;

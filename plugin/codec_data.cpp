@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint32_t kBoxHeader = 8;
 constexpr std::uint32_t kBitmapHeader = 40;
 
-// Whether the parameter sets lie within the record (ISO/IEC 14496-15, 5.3.3.1).
+// Whether the parameter sets are inside the record (ISO/IEC 14496-15, 5.3.3.1).
 bool holdsItsParameterSets(const std::vector<std::uint8_t>& record) {
   constexpr std::size_t kFixed = 5;
   std::size_t place = kFixed;
@@ -32,7 +32,7 @@ std::optional<std::vector<std::uint8_t>> AvcRecordOf(const QVRVIDEO& video) {
   const std::uint8_t* const box = video.colourTable;
   if (Mp4LoadU32(box + 4) != Mp4FourCc("avcC")) return std::vector<std::uint8_t>();
   const std::uint32_t size = Mp4LoadU32(box);
-  // A bitmap header that tells its whole size bounds what follows it.
+  // A bitmap header that specifies its total size limits the data after it.
   const std::uint32_t told = video.bitmap.size;
   if (size < kBoxHeader || size > sizeof video.colourTable) return std::nullopt;
   if (told > kBitmapHeader && size > told - kBitmapHeader) return std::nullopt;
@@ -51,7 +51,7 @@ std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio) {
     return std::vector<std::uint8_t>(data, data + (wave.extraSize <= kMostCopied ? wave.extraSize : 0));
   }
   if (wave.extraSize < 3) return std::nullopt;
-  // ISO/IEC 14496-3, 1.A.2.2.1 and 1.6.2.1: profile is the object type less 1.
+  // ISO/IEC 14496-3, 1.A.2.2.1 and 1.6.2.1: profile is the object type minus 1.
   const unsigned profile = data[2] >> 6;
   const unsigned samplingIndex = data[2] >> 2 & 0xFu;
   return std::vector<std::uint8_t>{

@@ -1,4 +1,4 @@
-// The codec configurations that a host hands over with its descriptions, as recordings store them.
+// Converts the codec configurations in the host's descriptions to the form stored in recordings.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,14 @@
 
 #include "qvr.h"
 
-// The AVC decoder configuration record of a video description: the payload of its "avcC" box, empty when the
-// description carries no such box. Nothing when box or record are shorter than they say.
+// The AVC decoder configuration record of a video description: the payload of its "avcC" box; empty if there
+// is no such box. Returns nullopt if the box or the record is shorter than it states.
 std::optional<std::vector<std::uint8_t>> AvcRecordOf(const QVRVIDEO& video);
 
-// The AudioSpecificConfig of an audio description: made from an ADTS header, or the codec data itself when
-// shorter than 5 bytes; empty for other codec data. Nothing when the data is shorter than it says.
+// The AudioSpecificConfig of an audio description: derived from an ADTS header, or the codec data itself if
+// it is shorter than 5 bytes; empty for other codec data. Returns nullopt if the data is shorter than it
+// states.
 std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio);
 
-// Samples of one coded frame: 1536 for AC-3, else 1024.
+// PCM frames per access unit: 1536 for AC-3, otherwise 1024.
 std::uint32_t SamplesPerFrameOf(const QVRAUDIO& audio);

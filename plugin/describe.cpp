@@ -1,4 +1,4 @@
-// The descriptions that the object hands the host: defaults, and what follows from a source's numbers.
+// The object's descriptions for the host: defaults, and values derived from the source.
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -23,7 +23,7 @@ std::uint32_t frameHeight(const QVRVIDEO& video) {
 
 }  // namespace
 
-// What a freshly constructed object reports.
+// The description of a newly constructed object.
 void CMFFmp4::resetDescription() {
   m_video = {};
   m_video.fileType = kFileTypeCode;
@@ -61,12 +61,12 @@ void CMFFmp4::resetDescription() {
   recomputeMainHeader();
 }
 
-// The main header follows from the two stream descriptions.
+// Derives the main header from the two stream descriptions.
 void CMFFmp4::recomputeMainHeader() {
   const QVRSTREAMHEADER& video = m_video.stream;
   m_system.microSecondsPerFrame =
       static_cast<std::uint32_t>(std::trunc(1000000.0 / (static_cast<double>(video.rate) / video.scale)));
-  // Intended: bytes a frame times scale over rate, which is no rate of bytes, but what hosts are given.
+  // Intended: bytes per frame times scale over rate, which is not a byte rate, but hosts expect this value.
   m_system.maximumBytesPerSecond =
       saturate<std::uint32_t>(std::uint64_t{m_video.bitmap.sizeImage} * video.scale / video.rate +
                               m_audio.wave.averageBytesPerSecond);
@@ -79,7 +79,7 @@ void CMFFmp4::recomputeMainHeader() {
   m_system.length = video.length;
 }
 
-// Snaps the nominal rate. Returns whether there is a rate by which frames can be addressed.
+// Snaps the nominal rate. Returns whether there is a rate for addressing frames.
 bool CMFFmp4::describeFrameRate() {
   if (!m_nominalRate.known()) return false;
   const FrameRate snapped = SnapFrameRate(m_nominalRate);
@@ -90,8 +90,8 @@ bool CMFFmp4::describeFrameRate() {
   return true;
 }
 
-// The length of a track of sound whose samples state `stated` sample frames. One that states nothing is
-// announced for as long as the picture, counted alike for all tracks.
+// The length of an audio track whose samples state a duration of `stated` PCM frames. A track without stated
+// durations gets the length of the video, computed in the same way for all tracks.
 std::uint32_t CMFFmp4::soundLength(std::uint64_t stated) const {
   if (stated != 0) return saturate<std::uint32_t>(stated);
   return saturate<std::uint32_t>(scaleExactly(
@@ -99,19 +99,19 @@ std::uint32_t CMFFmp4::soundLength(std::uint64_t stated) const {
       m_nominalRate.numerator));
 }
 
-// Streams of a kind that this object's own file has.
+// The number of streams of a kind in this object's own file.
 std::uint32_t CMFFmp4::countStreams(std::uint32_t kind) const {
   const auto isOfKind = [kind](const auto& holder) { return holder->kind == kind; };
   return static_cast<std::uint32_t>(std::count_if(m_streams.begin(), m_streams.end(), isOfKind));
 }
 
-// Lengths from the index, and everything that follows from them.
+// Sets the lengths from the index, and all values derived from them.
 void CMFFmp4::completeDescription() {
   QVRSTREAMHEADER& video = m_video.stream;
   if (!m_index->empty()) {
     const std::uint64_t frames = m_index->total(kVideoTrack);
     if (frames != 0) video.length = saturate<std::uint32_t>(frames);
-    // A picture without sound is announced with sound of its own length.
+    // Video without audio is described with audio of the video's length.
     if (!m_companion) {
       const std::uint64_t ticks = m_index->total(kAudioTrack);
       const std::uint32_t timescale = m_index->track(kAudioTrack).timescale;
@@ -124,7 +124,7 @@ void CMFFmp4::completeDescription() {
     if (holder->kind == QVR_KIND_AUDIO) holder->audio.stream.length = m_audio.stream.length;
     if (holder->kind == QVR_KIND_VIDEO) holder->video.stream = video;
   }
-  // The index counts the first track of sound.
+  // The index covers the first audio track only.
   for (std::size_t i = 1; i < m_audioTracks.size() && !m_index->empty(); ++i)
     m_audioTracks[i]->setLength(soundLength(m_audioTracks[i]->statedLength(*m_index)));
   const RateScale audioTime = ReduceRate(

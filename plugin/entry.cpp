@@ -1,4 +1,4 @@
-// The three functions that the host looks for.
+// The three functions that the host looks up.
 #include <cstdint>
 #include <cstring>
 
@@ -37,7 +37,7 @@ constexpr FormatRecord kFormat = {
     0.0,
 };
 
-// A status or probe result as the 64-bit result of an entry point, widened without sign extension.
+// Zero-extends a status or probe result to the 64-bit result of an entry point.
 std::int64_t widened(std::uint32_t status) {
   return static_cast<std::int64_t>(std::uint64_t{status});
 }
@@ -63,21 +63,21 @@ std::int64_t openObject(CMFFmp4* object, void* argument) {
 
 }  // namespace
 
-// The library entry. `reason` 1 is the process attaching. Returns 1.
+// The library entry point. `reason` 1 is process attach. Returns 1.
 #if defined(_WIN32)
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
   return TRUE;
 }
 #else
-// Threads coming and going are announced to nobody here, so there is nothing to switch off.
+// Thread notifications have no receiver here, so there is nothing to disable.
 FMP4_EXPORT std::int32_t DllMain(void* /*module*/, std::uint32_t /*reason*/, void* /*reserved*/) {
   return 1;
 }
 #endif
 
-// Version query (no name, index all ones), format query (no name, a record to fill), or probe of a file
-// name, `indexOrFlags` then being flags. Returns 23, 0 or 0xE8023026, or the probe's 0 or 0xFFFFFFFF.
+// Version query (no name, index all ones), format query (no name, a record to fill), or probe of a file name,
+// where `indexOrFlags` holds flags. Returns 23; 0 or 0xE8023026; or the probe's 0 or 0xFFFFFFFF.
 FMP4_EXPORT std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_t indexOrFlags, void* out) {
   if (!fileName && indexOrFlags == kVersionQuery) {
     if (out) std::memcpy(out, &kFormatCount, sizeof kFormatCount);
@@ -89,8 +89,8 @@ FMP4_EXPORT std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_
   return 0;
 }
 
-// Creates an object, hands it a command, or closes and destroys it; see the commands above. Returns the
-// object's address for creation, else a status.
+// Creates an object, passes it a command, or closes and destroys it; see the commands above. Returns the
+// address of a created object, otherwise a status.
 FMP4_EXPORT std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void* argument) {
   const bool creates = !object && (command == kCreateOnly || command == MFX_OPEN);
   if (creates) {

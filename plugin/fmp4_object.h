@@ -20,42 +20,42 @@
 #include "streaming/lists/manifest_reader.h"
 #include "streaming/lists/mpd_writer.h"
 
-// The file-type code of the format record, which the object and its descriptions report too.
+// The file-type code of the format record, also reported by the object and its descriptions.
 inline constexpr std::uint32_t kFileTypeCode = 147;
 
-// Frames a second until a source or the host says otherwise, and where there is sound alone.
+// Frames per second until set by a source or the host, and for audio without video.
 inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
 
-// Frames from one key frame to the next until the host says otherwise.
+// Frames per key frame interval until set by the host.
 inline constexpr std::uint32_t kDefaultKeyFrameInterval = 1;
 
-// Audio tracks that one object reads.
+// Maximum number of audio tracks that one object reads.
 inline constexpr std::size_t kAudioTrackSlots = 64;
 
 class CMFFmp4 : public CAMediaFile {
  public:
-  // `fileType` is passed on to the base; the object reports kFileTypeCode.
+  // `fileType` is passed to the base; the object reports kFileTypeCode.
   explicit CMFFmp4(std::uint32_t fileType);
-  // Closes what is open.
+  // Closes an open file.
   ~CMFFmp4() override;
 
   std::uint32_t Open(const char* fileName, std::uint32_t access, std::uint32_t share, void* security,
                      std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags) override;
   std::uint32_t Close() override;
-  // The audio description is that of the file that serves the sound.
+  // The audio description is that of the file containing the audio.
   std::uint32_t GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video, QVRAUDIO* audio,
                             QVRINFO* info) override;
-  // Says what a recording is to hold; the first sample fixes it. An object that reads describes itself so
-  // from then on, with 0 frames once its video is described; what it reads does not change.
+  // Describes what a recording will contain; fixed by the first sample. An object opened for reading reports
+  // this description from then on, with 0 frames once its video is described; its reads do not change.
   std::uint32_t SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
                             const QVRAUDIO* audio, const QVRINFO* info) override;
   std::uint32_t SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) override;
-  // Adds one frame, or one coded frame of sound, to a recording. They are taken in the order of the calls.
+  // Adds one video frame or one audio access unit to a recording, in call order.
   std::uint32_t Write(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask, std::uint32_t mode,
                       DFRAME* descriptor, void* extra) override;
   std::uint32_t Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask, std::uint32_t mode,
                      DFRAME* descriptor, void* extra) override;
-  // 1, whatever is asked.
+  // Returns 1 for any capability.
   std::uint32_t QueryCapability(std::uint32_t capability) override;
   std::uint32_t GetTotalFrames() override;
   std::uint32_t FindKeyFrame(std::uint32_t channelMask, std::int8_t directionMode, std::uint32_t frame,
@@ -65,12 +65,12 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t SetCodecOption(std::uint32_t channelMask, std::uint32_t stream, std::uint32_t option,
                                std::uint32_t value, const CODEC_DESCRIPTION* description) override;
 
-  // What the entry points answer queries with; the host's base keeps both to its own.
+  // For queries at the entry points; the base keeps both protected.
   std::uint32_t openFlags() const { return m_GetOpenFlags(); }
   const char* fileName() const { return m_fileName; }
 
  private:
-  // describe.cpp: the descriptions handed to the host.
+  // describe.cpp: the descriptions for the host.
   void resetDescription();
   void recomputeMainHeader();
   bool describeFrameRate();
@@ -86,7 +86,7 @@ class CMFFmp4 : public CAMediaFile {
   void openCompanion(const std::string& path);
   std::uint32_t positionReaders();
 
-  // track_setup.cpp: from the movie box to tracks, stream records and the nominal frame rate.
+  // track_setup.cpp: derives tracks, stream records and the nominal frame rate from the movie box.
   std::uint32_t setUpTracks();
   std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults);
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
@@ -147,9 +147,9 @@ class CMFFmp4 : public CAMediaFile {
 
   bool hasVideo() const { return m_tracks[kVideoTrack].present(); }
 
-  // Nominal frame rate of the source, as its tracks give it; the description's rate is snapped from it.
+  // Nominal frame rate from the tracks of the source; the described rate is snapped from it.
   FrameRate m_nominalRate = kDefaultFrameRate;
-  // Codec option 8: frames from one key frame to the next when writing.
+  // Codec option 8: key frame interval in frames when writing.
   std::uint32_t m_keyFrameInterval = kDefaultKeyFrameInterval;
 
   std::unique_ptr<Mp4Stream> m_stream;
@@ -157,20 +157,20 @@ class CMFFmp4 : public CAMediaFile {
   std::array<IndexedTrack, kTrackRoles> m_tracks;
   std::unique_ptr<FragmentIndex> m_index;
   TrackCursor m_videoCursor;
-  std::uint32_t m_videoNextExpected = QVR_NOT_SET;  // the frame that follows on from the last request
+  std::uint32_t m_videoNextExpected = QVR_NOT_SET;  // the frame after the last request
   Cc608Reader m_cc608;
-  std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame that m_cc608 was last positioned for
+  std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame of m_cc608's last seek
   TrackCursor m_cc708Cursor;
-  std::unique_ptr<CMFFmp4> m_companion;  // reads or writes the sound that stands in a file of its own
-  std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one an audio track, in their order
+  std::unique_ptr<CMFFmp4> m_companion;                      // reads or writes audio in a separate file
+  std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one per audio track, in order
   std::vector<std::unique_ptr<AudioTrack>> m_audioTracks;
 
-  // A recording.
+  // Recording.
   std::string m_videoPath;
   std::unique_ptr<MpdWriter> m_manifest;
   std::unique_ptr<VideoRecording> m_videoRecording;
   std::unique_ptr<AudioRecording> m_audioRecording;
-  // Of a companion's recording: the owner's geometry, and its manifest (null: none).
+  // In a companion's recording: the owner's geometry and manifest (null: none).
   std::optional<SegmentGeometry> m_ownersGeometry;
   MpdWriter* m_ownersManifest = nullptr;
 };

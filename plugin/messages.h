@@ -1,4 +1,4 @@
-// The texts that the plug-in reports, and how it reports them.
+// The message texts of the plug-in, and how they are reported.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ inline constexpr char kConfigurationTooLong[] = "The codec configuration is too 
 
 // Reading.
 inline constexpr char kNoVideoChunkForFrame[] = "Unable to find correct video chunk for this frame";
-// Misspelt, and known to hosts so.
+// Misspelt; hosts rely on the text.
 inline constexpr char kNoAudioChunkForFrame[] = "Unable to find correct audio chunck for this frame";
 inline constexpr char kNoAudioChunkForSeek[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNo708ChunkForFrame[] = "Unable to find correct cc 708 chunk for this frame";
@@ -38,7 +38,7 @@ inline constexpr char kSizeNotRecordable[] = "The picture size cannot be recorde
 inline constexpr char kSampleRateNotRecordable[] = "The audio sample rate cannot be recorded";
 inline constexpr char kConfigurationTooShort[] = "The codec configuration is shorter than it says";
 
-// Operation names of status lines.
+// Operation names in status lines.
 inline constexpr char kOpen[] = "Open";
 inline constexpr char kNoVideoRecord[] = "mov2";
 inline constexpr char kNoChannel[] = "fmp4";
@@ -57,7 +57,7 @@ inline void reportUnsupportedAudio(const char* codec, std::uint8_t objectType) {
             "WARNING(vlx_fmp4): The audio is %s, object type 0x%02X, which is not supported\n", codec,
             objectType);
 }
-// Told once for units that are lost one after the other.
+// Reported once for consecutive lost access units.
 inline void reportLostAudio(std::uint64_t position) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0,
             "WARNING(vlx_fmp4): The audio cannot be decoded at sample %llu, silence takes its place\n",

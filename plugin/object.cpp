@@ -1,4 +1,4 @@
-// The operations of the media-file object that answer for themselves.
+// The simple operations of the media-file object.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -35,7 +35,7 @@ CMFFmp4::~CMFFmp4() {
   try {
     CMFFmp4::Close();
   } catch (...) {
-    // The object goes whatever closing met; nothing may leave a destructor.
+    // The object is destroyed whatever errors closing returns; nothing may be thrown from a destructor.
   }
 }
 
@@ -48,7 +48,7 @@ std::uint32_t CMFFmp4::GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system,
 
 std::uint32_t CMFFmp4::SetSysInfo(const QVRSYSTEM* system, const QVRVIDEO* video, const QVRAUDIO* audio) {
   if (!video) return CAMediaFile::SetSysInfo(system, video, audio);
-  // The host's frames are 32 bits a pixel, whatever the description says.
+  // The host's frames have 32 bits per pixel, regardless of the description.
   return guarded(VL_FAILED, [&] {
     const auto sized = std::make_unique<QVRVIDEO>(*video);
     QVRBITMAP& bitmap = sized->bitmap;
@@ -83,14 +83,14 @@ std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char*
                                   std::uint32_t* flags, std::uint32_t* extra) {
   if (index != 0) return VL_FAILED;
   store(extra, 0u);
-  // Intended: the codes are in file byte order here, that of the video reversed in its description.
+  // Intended: these codes are in file byte order, although the video description holds its code reversed.
   if (stream < 0) {
     if (shortCode) std::memcpy(shortCode, "AAC", 4);
     if (name) std::strcpy(name, "AAC Audio Stream");
     store(flags, 0x10000040u);
     return Mp4FourCc("mp4a");
   }
-  // Intended: without room for the name the short code is left alone too.
+  // Intended: if `name` is null, the short code is not written either.
   if (name) {
     if (shortCode) std::strcpy(shortCode, "AVC1 h.264");
     std::strcpy(name, "AVC1 h.264");

@@ -1,4 +1,4 @@
-// Opening a source for reading.
+// Opens a source for reading.
 #include "base/guard.h"
 #include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Stands a cursor at the first sample of its track, without its bytes. Returns 0 or -1.
+// Positions a cursor at the first sample of its track, without loading data. Returns 0 or -1.
 int positionOnFirstChunk(FragmentIndex& index, TrackRole role, TrackCursor& cursor) {
   cursor = MakeTrackCursor(index.track(role));
   if (LoadFragment(index, index.nextOccupied(0), 0, false, cursor) < 0) return -1;
@@ -33,11 +33,11 @@ std::uint32_t CMFFmp4::openRead() {
   const bool audioOnly = (m_openFlags & MF_OPEN_AUDIO_ONLY) != 0;
   FileSet files = FindFileSet(m_fileName, audioOnly);
   const std::optional<Manifest> manifest = LoadManifest(files);
-  // Without a picture's file the sound's is the main one.
+  // Without a video file the audio file is the main one.
   const bool fromAudio = audioOnly || files.video.empty();
   const ManifestTrack segments = !manifest ? ManifestTrack{} : fromAudio ? manifest->audio : manifest->video;
   const std::string& source = fromAudio ? files.audio : files.video;
-  // Where a manifest tells the segments, the top level is read as far as they need.
+  // If a manifest specifies the segments, the top level is read only as far as needed.
   const bool readAll = !segments.hasSegmentList && !segments.hasSegmentBase;
   if (const std::uint32_t result = openSource(source.c_str(), readAll); result != VL_OK) return result;
   if (const std::uint32_t result = describeTracks(manifest); result != VL_OK) return result;
@@ -68,7 +68,7 @@ std::uint32_t CMFFmp4::openSource(const char* path, bool readAll) {
   return VL_OK;
 }
 
-// From the tracks, and from the manifest where the tracks do not say.
+// Describes the source from its tracks, and from the manifest where the tracks lack information.
 std::uint32_t CMFFmp4::describeTracks(const std::optional<Manifest>& manifest) {
   m_nominalRate = {};
   if (manifest) {
@@ -90,7 +90,7 @@ std::uint32_t CMFFmp4::describeTracks(const std::optional<Manifest>& manifest) {
   return VL_OK;
 }
 
-// Opened as this object is, by an object of its own. Null when that fails.
+// Opens an audio file in an object of its own, with the arguments of this object's open. Null on failure.
 std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path) const {
   auto file = std::make_unique<CMFFmp4>(kFileTypeCode);
   const std::uint32_t result = file->Open(path.c_str(), m_access, m_share, m_security, m_creation,
@@ -99,7 +99,7 @@ std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path) const {
   return file;
 }
 
-// Sound in a file of its own is served by an object of its own; without it the picture opens alone.
+// Audio in a separate file is read through an object of its own; if that fails, the video opens alone.
 void CMFFmp4::openCompanion(const std::string& path) {
   if (path.empty()) return;
   auto companion = openAudioFile(path);
@@ -124,7 +124,7 @@ std::uint32_t CMFFmp4::positionReaders() {
   if (m_tracks[kCc708Track].present() && positionOnFirstChunk(*m_index, kCc708Track, m_cc708Cursor) < 0) {
     messages::reportError(messages::kNoFirst708Chunk);
   }
-  // Sound may come late or, where it was declared only, never: a fragment to begin with is enough.
+  // Audio may start late or, if only declared, never: any first fragment is sufficient.
   TrackCursor audio = MakeTrackCursor(m_tracks[kAudioTrack]);
   if (m_tracks[kAudioTrack].present() &&
       LoadFragment(*m_index, m_index->nextOccupied(0), 0, false, audio) < 0) {

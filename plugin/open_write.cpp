@@ -1,4 +1,4 @@
-// Opening for writing: the media file, and the manifest that will list it.
+// Opens for writing: creates the media file, and the manifest that will list it.
 #include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
 #include "plugin/status.h"
@@ -13,7 +13,7 @@ std::uint32_t refuse(const char* text) {
   return FMP4_E_CANNOT_CREATE;
 }
 
-// Whether the host has created the file, so that the former media are gone, whatever failed after that.
+// Whether the host has created the file. The previous media are then gone, whatever fails later.
 bool hasReplaced(const RecordedFile& file) {
   return file.handle() != VL_NO_HANDLE;
 }
@@ -34,9 +34,9 @@ std::uint32_t CMFFmp4::openWrite() {
   const std::string path = VideoPath(name);
   const std::string manifest = ManifestPath(name);
   m_videoRecording = std::make_unique<VideoRecording>();
-  // Media under the manifest's or the playlist's own name would be replaced by it.
+  // The manifest or the playlist would overwrite media of the same name.
   const bool nameTaken = path == manifest || path == VideoPlaylistPath(path);
-  // What lists the former media names bytes that are gone, and its sound would be taken for the new one's.
+  // Stale manifests and playlists refer to deleted media; stale audio would be taken for the new.
   const std::vector<std::string> former = FilesOfFormerRecording(path, manifest);
   const bool created = !nameTaken && m_videoRecording->Create(path);
   if (hasReplaced(m_videoRecording->file()))

@@ -1,4 +1,4 @@
-// Reading one frame: its picture, and its captions with it.
+// Reads one video frame with its captions.
 #include <cstring>
 
 #include "base/guard.h"
@@ -11,11 +11,11 @@
 
 namespace {
 
-// What of a descriptor's flags survives a header-only request, and any request for a sample.
+// The descriptor flags kept by a header-only request, and by any request for a sample.
 constexpr std::uint32_t kHeaderOnlyKept = 0x4FFFFFFFu;
 constexpr std::uint32_t kSampleKept = 0x4BFFFFFFu;
 
-// Composition offsets are handed over in whole frames of 1000 ticks.
+// Composition offsets are reported in whole frames of 1000 ticks.
 constexpr std::int64_t kCompositionUnit = 1000;
 
 }  // namespace
@@ -36,7 +36,7 @@ std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint3
 std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                                  std::uint32_t mode, DFRAME* descriptor) {
   const bool hasRecord = m_index && hasVideo() && findChannel(channelMask) == 0;
-  // What the file holds; the described length may be one that the host has set.
+  // The actual length; the described length may have been set by the host.
   const std::uint64_t total = hasRecord ? m_index->total(kVideoTrack) : 0;
   if (!descriptor) return frame < total ? m_index->largestVideoSample() : 0;
   if (!hasRecord) return VL_FAILED;
@@ -48,7 +48,7 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
     return FMP4_E_PAST_END;
   }
   descriptor->flags &= ~DFRAME_REPEATED;
-  // The cursor is asked too: a request for several frames leaves it behind the frame expected next.
+  // Checks the cursor too: a request for several frames leaves it past the expected next frame.
   const bool inPlace = m_videoCursor.loaded() && m_videoCursor.position == frame;
   const bool jumped = frame != m_videoNextExpected || !inPlace;
   if (jumped) {
@@ -69,7 +69,7 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   return VL_OK;
 }
 
-// Timecodes count on from the file's start timecodes.
+// Timecodes continue from the file's start timecodes.
 void CMFFmp4::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
   descriptor.timecode = TCXlat(m_info.startTimecode, frame, m_info.timecodeRate);
   const bool untranslated = descriptor.timecode == frame;
@@ -79,7 +79,7 @@ void CMFFmp4::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
                                  : descriptor.timecode;
 }
 
-// Answers a header-only request; the cursor stays where it is.
+// Handles a header-only request without moving the cursor.
 std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
   if (descriptor.size != sizeof(DFRAME)) return FMP4_E_BAD_DESCRIPTOR_SIZE;
   TrackCursor& cursor = m_videoCursor;
@@ -97,7 +97,7 @@ std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
   return VL_OK;
 }
 
-// Hands over the cursor's sample as it is stored and moves on to the next.
+// Delivers the cursor's sample unchanged and advances to the next one.
 std::uint32_t CMFFmp4::deliverSample(DFRAME& descriptor) {
   TrackCursor& cursor = m_videoCursor;
   const std::uint32_t size = cursor.sampleSize();

@@ -1,4 +1,4 @@
-// Reading a range of sound as PCM.
+// Reads a range of audio as PCM.
 #include <algorithm>
 #include <cstring>
 
@@ -9,11 +9,12 @@
 
 namespace {
 
-// The host counts requests in stereo frames of 16 or 32 bits, whatever the track carries.
+// The host counts requests in stereo PCM frames of 16 or 32 bits per sample, regardless of the track's
+// format.
 constexpr std::uint64_t kBytes16BitStereo = 4;
 constexpr std::uint64_t kBytes32BitStereo = 8;
 
-// Bytes that the host counts a request as. `host` is the format that it was told first.
+// Bytes of a request as counted by the host. `host` is the format described to it first.
 std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uint32_t count) {
   if (host.bitsPerSample == 16) return count * kBytes16BitStereo;
   if (track.bitsPerSample == 16) return std::uint64_t{count} * track.blockAlign;
@@ -22,7 +23,7 @@ std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uin
 
 }  // namespace
 
-// The track that serves a channel; null when none does.
+// The track that contains a channel; null if there is none.
 AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
   if (channel == QVR_NO_CHANNEL) return nullptr;
   for (const auto& track : m_audioTracks) {
@@ -60,7 +61,7 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
     return VL_OK;
   }
   const std::uint64_t wanted = std::min<std::uint64_t>(count, audio.stream.length - frame);
-  // A host that does not say what its buffer holds has made it by its own count or by what it was told.
+  // Without a stated capacity the host sized its buffer by its own count or by the size reported to it.
   const std::uint64_t room =
       descriptor->dataCapacity != 0
           ? descriptor->dataCapacity
@@ -76,7 +77,7 @@ std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std:
                                     std::uint64_t wanted, DFRAME& descriptor) {
   const QVRAUDIO& audio = track.description();
   const std::uint32_t frameSize = track.decoder().FrameSize();
-  // Silence that the description says leads the sound is not in the track.
+  // The leading silence given in the description is not part of the track.
   std::uint64_t position = frame;
   if (position < audio.stream.initialFrames) {
     const std::uint64_t silent = std::min<std::uint64_t>(audio.stream.initialFrames - position, wanted);

@@ -1,4 +1,4 @@
-// The caption bytes that play with a frame.
+// Reads the captions of a frame.
 #include <algorithm>
 #include <array>
 
@@ -17,8 +17,8 @@ constexpr std::size_t kLengthSource = 9;
 
 }  // namespace
 
-// Positions the caption readers at a frame that does not follow on from the one before, or where they have
-// lost their place.
+// Seeks the caption readers to a frame that does not follow the previous one, or after they have lost their
+// position.
 void CMFFmp4::seekCaptions(std::uint32_t frame, bool jumped) {
   if (m_tracks[kCc608Track].present() && (jumped || !m_cc608.cursor.loaded())) seekCc608(frame);
   if (m_tracks[kCc708Track].present()) {
@@ -32,8 +32,8 @@ void CMFFmp4::seekCc608(std::uint32_t frame) {
   if (SeekCc608Frame(*m_index, frame, m_cc608) < 0) m_cc608.forget();
 }
 
-// The byte pair of the frame. Where none is pending for it the frame may lie in the next sample; a place
-// that is not known is looked for anew, so that captions come back behind a damaged stretch.
+// Delivers the byte pair of the frame. If none is pending for it, the frame may be in the next sample; an
+// unknown position is sought again, so that captions resume after a damaged section.
 void CMFFmp4::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
   if (!m_tracks[kCc608Track].present()) return;
   const bool waiting = m_cc608.hasPair() && m_cc608.ccFrame == frame;
@@ -46,7 +46,7 @@ void CMFFmp4::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
   m_cc608.dropPair();
 }
 
-// The caption packet of the frame.
+// Delivers the caption packet of the frame.
 std::uint32_t CMFFmp4::deliverCc708(DFRAME& descriptor) {
   if (!m_tracks[kCc708Track].present() || !m_cc708Cursor.loaded()) return VL_OK;
   switch (AdvanceRun(*m_index, true, m_cc708Cursor)) {
@@ -65,8 +65,8 @@ std::uint32_t CMFFmp4::deliverCc708(DFRAME& descriptor) {
   return VL_OK;
 }
 
-// Copies the packet out of its "ccdp" box. A sample that holds none, or more than the caption area has room
-// for, adds nothing.
+// Copies the packet from its "ccdp" box. A sample without a packet, or with one that exceeds the caption
+// area, adds nothing.
 void CMFFmp4::takeCc708Sample(DFRAME& descriptor) {
   constexpr std::size_t kRoom = sizeof descriptor.captions - kDistributionStart;
   std::array<std::uint8_t, kBoxHeader + kRoom> sample;

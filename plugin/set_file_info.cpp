@@ -1,4 +1,4 @@
-// The host's description of the streams: of what is to be written, or in place of what was read.
+// Accepts the host's stream descriptions, for a recording or to override those of a source.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -16,11 +16,11 @@ namespace {
 constexpr std::uint32_t kEveryChannel = 0xFFFFFFFFu;
 constexpr std::uint32_t kPairedChannels = 0xFFu;
 
-// A sample entry has 16 bits for each side of the picture, and for the sample rate.
+// A sample entry has 16 bits each for width, height and sample rate.
 constexpr std::int64_t kMostPixels = 0xFFFF;
 constexpr std::uint32_t kMostSampleRate = 0xFFFF;
 
-constexpr std::uint32_t kMostAlignment = 16384;  // bytes; beyond it buffers are not rounded up
+constexpr std::uint32_t kMostAlignment = 16384;  // bytes; for larger alignments buffers are not rounded up
 
 std::uint64_t roundUp(std::uint64_t value, std::uint64_t step) {
   return step == 0 ? value : (value + step - 1) / step * step;
@@ -40,7 +40,7 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
 
 std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system,
                                         const QVRVIDEO* video, const QVRAUDIO* audio, const QVRINFO* info) {
-  // Sound that cannot be recorded leaves what was described before as it is.
+  // Audio that cannot be recorded leaves the previous description unchanged.
   const char* const noSound = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
   CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
   if (info) takeInformation(*info);
@@ -58,7 +58,7 @@ std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYST
   return audio ? VL_OK : result;
 }
 
-// The first stream holder that `wanted(holder)` is true for; null when there is none.
+// The first stream holder for which `wanted(holder)` is true; null if there is none.
 template <class Wanted>
 QVRSTREAM* CMFFmp4::findHolder(Wanted wanted) const {
   for (const auto& holder : m_streams) {
@@ -67,7 +67,7 @@ QVRSTREAM* CMFFmp4::findHolder(Wanted wanted) const {
   return nullptr;
 }
 
-// A start timecode that is not set is the longitudinal one, or else the vertical-interval one.
+// An unset start timecode is replaced by the longitudinal one, otherwise by the vertical-interval one.
 void CMFFmp4::takeInformation(const QVRINFO& info) {
   CAMediaFile::SetFileInfo(kEveryChannel, nullptr, nullptr, nullptr, &info);
   if (m_info.startTimecode == QVR_NOT_SET) {
@@ -77,11 +77,11 @@ void CMFFmp4::takeInformation(const QVRINFO& info) {
   qvrInfoSet(this, &m_info);
 }
 
-// Why the video as described cannot be recorded, or null.
+// The reason why the described video cannot be recorded, or null.
 const char* CMFFmp4::videoRefusal() const {
   const QVRSTREAMHEADER& stream = m_video.stream;
-  // A tick is a thousandth of a frame's time. Rates that could not be brought to that are beyond us, and
-  // those of a frame a second and less, which the media timescale takes for rates not yet brought to it.
+  // A tick is 1/1000 of a frame duration. Rejects rates that could not be normalised to that, and rates of
+  // one frame per second and less, which the media timescale cannot distinguish from rates not normalised.
   if (stream.rate <= 1000 || (stream.scale != 1000 && stream.scale != 1001))
     return messages::kRateNotRecordable;
   const auto fits = [](std::int64_t pixels) { return pixels > 0 && pixels <= kMostPixels; };
@@ -90,7 +90,7 @@ const char* CMFFmp4::videoRefusal() const {
   return AvcRecordOf(m_video) ? nullptr : messages::kConfigurationTooShort;
 }
 
-// Why sound that is described so cannot be recorded, or null.
+// The reason why audio of this description cannot be recorded, or null.
 const char* CMFFmp4::audioRefusal(const QVRAUDIO& audio) {
   const std::uint32_t sampleRate = audio.wave.samplesPerSecond;
   if (sampleRate == 0 || sampleRate > kMostSampleRate) return messages::kSampleRateNotRecordable;
@@ -154,7 +154,7 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
   holder->audio = m_audio;
   holder->audio.channelMask = channels;
   m_fixQVRStruct(&holder->audio);
-  // Intended whatever the host asked for: 24-bit samples in 32-bit containers.
+  // Intended regardless of the host's request: 24-bit samples in 32-bit containers.
   QVRWAVE& wave = holder->audio.wave;
   wave.channels = 2;
   wave.bitsPerSample = 24;
@@ -163,8 +163,9 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
   wave.averageBytesPerSecond = wave.blockAlign * wave.samplesPerSecond;
 }
 
-// Sound of a .m4v recording goes into a .m4a file beside it; without that one the video goes on alone. So it
-// does where the two would be one file, and where frames have been written without sound already.
+// The audio of a .m4v recording goes into a .m4a file next to it; if that cannot be opened, only the video is
+// recorded. The same applies if both would be the same file, or if frames have already been written without
+// audio.
 void CMFFmp4::describeToCompanion() {
   if (!m_companion && !m_videoRecording->started()) {
     const std::string path = AudioPath(m_videoPath);

@@ -7,12 +7,13 @@ namespace {
 
 constexpr std::uint16_t kStereo = 2;
 
-// AC-3 is decoded to two channels (ETSI TS 102 366, F.4: the sample entry's own count is to be ignored).
+// AC-3 is decoded to two channels (ETSI TS 102 366, F.4: the channel count of the sample entry is to be
+// ignored).
 SoundFormat formatOfAc3(Mp4Box* sampleEntry) {
   SoundFormat format{kStereo, 0};
-  constexpr std::uint32_t kRates[] = {48000, 44100, 32000, 0};  // by fscod
+  constexpr std::uint32_t kRates[] = {48000, 44100, 32000, 0};  // indexed by fscod
   const auto* stream = Mp4PayloadOf<mp4::AC3SpecificBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("dac3")));
-  // Streams of bsid 9 and 10 have a half and a quarter of the rate.
+  // Streams with bsid 9 or 10 have half or a quarter of the rate.
   if (stream && stream->bsid <= 10)
     format.samplesPerSecond = kRates[stream->fscod] >> (stream->bsid > 8 ? stream->bsid - 8 : 0);
   return format;
@@ -22,7 +23,7 @@ SoundFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
   UMC::aac::AudioSpecificConfig config{};
   if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config))
     return {kStereo, 0};
-  // Parametric stereo makes two channels of one.
+  // Parametric stereo produces two channels from one.
   std::uint16_t channels = config.psSignalled ? kStereo : config.layout.channelCount;
   if (channels == 0) channels = kStereo;
   return {channels, config.sbrSignalled ? config.extensionFrequency : config.frequency};

@@ -1,4 +1,4 @@
-// The PCM that an audio track is delivered as.
+// The PCM format in which an audio track is delivered.
 #pragma once
 
 #include <cstdint>
@@ -7,15 +7,15 @@
 #include "mp4box/box.h"
 #include "mp4box/boxes/audio_entry.h"
 
-// Tracks are decoded to samples of this size, whatever their sample entries say.
+// Bits per decoded sample, regardless of the sample entry.
 inline constexpr std::uint16_t kDecodedBits = 16;
 
 struct SoundFormat {
   std::uint16_t channels = 0;
-  std::uint32_t samplesPerSecond = 0;  // 0: nothing says
+  std::uint32_t samplesPerSecond = 0;  // 0: unspecified
 };
 
-// What a sample entry ("mp4a" or "ac-3", `entry` its payload) says, and where it says nothing of use the
-// codec's configuration: `audioConfiguration` is the AudioSpecificConfig, empty when there is none.
+// The format given by a sample entry ("mp4a" or "ac-3"; `entry` is its payload), and where that has no useful
+// values by the codec configuration. `audioConfiguration` is the AudioSpecificConfig, empty if there is none.
 SoundFormat SoundFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
                           const std::vector<std::uint8_t>& audioConfiguration);

@@ -1,4 +1,4 @@
-// From the movie box to tracks, stream records and the nominal frame rate.
+// Derives tracks, stream records and the nominal frame rate from the movie box.
 #include <cmath>
 #include <cstring>
 
@@ -24,20 +24,20 @@ constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
 constexpr std::uint32_t kC608 = Mp4FourCc("c608");
 constexpr std::uint32_t kC708 = Mp4FourCc("c708");
 
-// Until the index gives the length, a video track is announced as 20 hours at 24 frames a second.
+// Length of a video track until the index provides it: 20 hours at 24 frames per second.
 constexpr std::uint32_t kPlaceholderFrames = 1728000;
 
-// The bitmap header's size counts the codec configuration with the fixed part of a sample entry.
+// The size in the bitmap header includes the codec configuration and the fixed part of a sample entry.
 constexpr std::uint32_t kSampleEntryBytes = 86;
 
 constexpr std::uint32_t kVideoFlagsCleared = 0x0D000000u;
 constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
 
-// Sound a frame, where no video tells how long a frame is.
+// Audio buffers per second if there is no video to give a frame duration.
 constexpr FrameRate kSoundFrameRate{30, 1};
 
-// Intended: descriptions of video hold the code with its four bytes in reversed order, "avc1" as "1cva";
-// EnumCodecs and descriptions of audio have codes in file byte order.
+// Intended: video descriptions hold the code with its four bytes reversed, "avc1" as "1cva"; EnumCodecs and
+// audio descriptions use file byte order.
 constexpr std::uint32_t reversed(std::uint32_t fourcc) {
   return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
 }
@@ -85,7 +85,7 @@ std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const Tra
   }
 }
 
-// The first video track of a file is the one that is read.
+// Only the first video track of a file is read.
 std::uint32_t CMFFmp4::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   const auto* entry = Mp4PayloadOf<mp4::VisualSampleEntry>(sampleEntry);
   if (!entry || hasVideo()) return VL_OK;
@@ -110,7 +110,7 @@ std::uint32_t CMFFmp4::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack&
   return VL_OK;
 }
 
-// The configuration box, header included, goes right behind the bitmap header.
+// Stores the configuration box, including its header, directly after the bitmap header.
 std::uint32_t CMFFmp4::takeCodecConfiguration(const Mp4Box* sampleEntry) {
   const std::uint32_t wanted = sampleEntry->type == kAvc1 ? Mp4FourCc("avcC") : Mp4FourCc("hvcC");
   for (const Mp4Box* child = sampleEntry->first; child; child = child->next) {
@@ -127,8 +127,7 @@ std::uint32_t CMFFmp4::takeCodecConfiguration(const Mp4Box* sampleEntry) {
   return VL_OK;
 }
 
-// The duration that the track's frames nominally have, 0 when nothing tells. Fragments are read as far as
-// they are needed for it.
+// The nominal frame duration of the track, 0 if unknown. Reads as many fragments as necessary.
 std::uint32_t CMFFmp4::nominalDuration(const IndexedTrack& track) {
   NominalDuration nominal(track.trex ? track.trex->defaultSampleDuration : 0);
   for (unsigned long i = 0; !nominal.settled(); ++i) {
@@ -140,7 +139,7 @@ std::uint32_t CMFFmp4::nominalDuration(const IndexedTrack& track) {
   return nominal.value();
 }
 
-// Gives the file `count` more channels, as far as the mask has room. Returns those that it got.
+// Adds `count` channels to the file, as far as the mask permits. Returns the channels added.
 std::uint32_t CMFFmp4::addChannels(std::uint32_t count) {
   const std::uint32_t before = m_audioMask;
   for (; count > 0 && m_audioMask != ~0u; --count) m_audioMask = m_audioMask << 1 | 1;
@@ -163,7 +162,8 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   wave.samplesPerSecond = format.samplesPerSecond;
   wave.bitsPerSample = kDecodedBits;
   const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
-  // Intended: AC-3 keeps the block of one channel, and takes its buffer from the description's rate.
+  // Intended: AC-3 keeps the block alignment of one channel, and its buffer size uses the described frame
+  // rate.
   const bool ac3 = sampleEntry->type == kAc3;
   wave.blockAlign = static_cast<std::uint16_t>(ac3 ? sampleBytes : sampleBytes * wave.channels);
   wave.averageBytesPerSecond =

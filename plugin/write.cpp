@@ -1,4 +1,4 @@
-// Writing one frame, or one coded frame of sound.
+// Writes one video frame or one audio access unit.
 #include "base/guard.h"
 #include "plugin/codec_data.h"
 #include "plugin/fmp4_object.h"
@@ -18,7 +18,7 @@ bool holdsItsBytes(const DFRAME* descriptor) {
   return descriptor && (descriptor->data || descriptor->bytes == 0);
 }
 
-// Starts a recording. One that memory ran out for has no whole movie box, and nothing must follow it.
+// Starts a recording. If memory runs out, its movie box is incomplete, and nothing may follow it.
 template <class Start>
 std::uint32_t started(RecordedFile& file, Start start) {
   if (guarded(false, start)) return VL_OK;
@@ -51,14 +51,14 @@ std::uint32_t CMFFmp4::writeVideo(std::uint32_t frame, std::uint32_t channelMask
   return result;
 }
 
-// Whether the channels are of a pair after the first that the access units of the first hold as well: a host
-// may hand the same one over for each pair.
+// Whether the channels are of a later pair that is already coded in the access units of the first pair: a
+// host may pass the same access unit for each pair.
 bool CMFFmp4::isCodedWithFirstPair(std::uint32_t channelMask) const {
   const std::uint32_t first = findChannel(m_audioMask) / 2 * 2, channel = findChannel(channelMask);
   return (channelMask & m_audioMask) != 0 && channel >= first + 2 && channel - first < m_audio.wave.channels;
 }
 
-// A file has one sound track; it takes the first of the channel pairs.
+// A file has one audio track, for the first of the channel pairs.
 std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descriptor) {
   if (m_audioMask != 0 && isCodedWithFirstPair(channelMask)) return VL_OK;
   const bool recorded = m_audioMask != 0 && findChannel(channelMask) / 2 == findChannel(m_audioMask) / 2;
@@ -76,11 +76,11 @@ std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descr
                                       : refuseChannel(messages::kNoChannel);
 }
 
-// The first sample of either kind fixes what is recorded.
+// The first sample of any kind fixes the recording's format.
 std::uint32_t CMFFmp4::startVideoRecording() {
   RecordedFile& file = m_videoRecording->file();
   if (m_videoRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
-  // What was refused when it was described is not recorded either, nor what a codec option has made of it.
+  // Checked again: a rejected description is kept, and a codec option may have changed an accepted one.
   const char* refusal = videoRefusal();
   if (!refusal && m_audioMask != 0) refusal = audioRefusal(m_audio);
   if (refusal) {

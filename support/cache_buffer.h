@@ -1,4 +1,4 @@
-// A class that hosts find by name in the plug-in and derive from. Nothing in the plug-in uses it.
+// A class that hosts look up by name in the plug-in and derive from. The plug-in itself does not use it.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,8 @@
 #define CACHE_BUFFER_API __attribute__((visibility("default")))
 #endif
 
-// The layout, the order of the virtual operations and the names are the host's. What the two operations do
-// and what the other members mean is told by the host's declaration alone.
+// The layout, the order of the virtual operations and the names are defined by the host. The meaning of the
+// two operations and of the other members is known only from the host's declaration.
 class CACHE_BUFFER_API CCacheBuffer {
  public:
   CCacheBuffer(const CCacheBuffer& other);
@@ -22,13 +22,13 @@ class CACHE_BUFFER_API CCacheBuffer {
  protected:
   CCacheBuffer() = default;
 
-  // The index behind `index`: one further, or (where there is a divisor) further by `amount` divided by it,
-  // the remainder dropped.
+  // The index after `index`: advanced by one or, with a non-zero divisor, by `amount` divided by it,
+  // truncated.
   std::uint64_t m_incCBuf(std::uint64_t index, std::uint32_t amount);
 
   std::uint64_t m_long1 = 0, m_long2 = 0, m_long3 = 0;
   std::uint32_t m_word1 = 0, m_word2 = 0, m_word3 = 0, m_word4 = 0;
   std::uint64_t m_long4 = 0, m_long5 = 0;
-  std::uint32_t m_stepDivisor = 0;  // stands in 64 bits
+  std::uint32_t m_stepDivisor = 0;  // padded to 64 bits
 };
 static_assert(sizeof(void*) != 8 || sizeof(CCacheBuffer) == 72, "hosts free arrays of 72-byte elements");

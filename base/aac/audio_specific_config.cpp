@@ -15,7 +15,7 @@ int ReadObjectType(BitWindow& stream) {
   return static_cast<int>(type == 31 ? 32 + stream.Read(6) : type);
 }
 
-// The frequency in hertz, 0 for a reserved index; `index` is the one whose tables serve it.
+// Returns the frequency in Hz, 0 for a reserved index. `index` receives the index whose tables apply.
 std::uint32_t ReadFrequency(BitWindow& stream, int& index) {
   index = static_cast<int>(stream.Read(4));
   if (index == kSamplingIndexEscape) {
@@ -34,7 +34,7 @@ bool IsGeneralAudio(int objectType) {
     case kObjectLtp:
     case kObjectScalable:
     case 7:   // TwinVQ
-    case 17:  // the error resilient kinds
+    case 17:  // error-resilient (ER) object types
     case 19:
     case 20:
     case 21:
@@ -71,7 +71,7 @@ bool ParseGeneralAudio(BitWindow& stream, AudioSpecificConfig& config) {
   return true;
 }
 
-// SBR and PS announced behind the core's configuration, where older decoders do not look.
+// SBR and PS signalled after the core configuration, where legacy decoders ignore them (backward compatible).
 void ParseTrailingExtension(BitWindow& stream, AudioSpecificConfig& config) {
   if (stream.Remaining() < 16 || stream.Read(11) != kSbrSyncWord) return;
   if (ReadObjectType(stream) != kObjectSbr) return;
@@ -105,7 +105,7 @@ bool ParseAudioSpecificConfig(const std::uint8_t* data, std::size_t size, AudioS
     return !stream.Overrun();
   }
   if (!ParseGeneralAudio(stream, config)) return false;
-  // Some files leave off the last bit, extensionFlag, where it would begin a byte.
+  // Some files omit the last bit, extensionFlag, when it would start a new byte.
   if (stream.Position() > 8 * size + 1) return false;
   if (!config.sbrSignalled) ParseTrailingExtension(stream, config);
   return true;

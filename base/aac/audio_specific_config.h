@@ -1,4 +1,4 @@
-// AudioSpecificConfig(): what the container says about a stream (ISO/IEC 14496-3, 1.6.2.1).
+// AudioSpecificConfig(): the stream parameters given by the container (ISO/IEC 14496-3, 1.6.2.1).
 #pragma once
 
 #include <cstddef>
@@ -19,29 +19,29 @@ inline constexpr int kObjectBsac = 22;
 inline constexpr int kObjectPs = 29;
 inline constexpr int kObjectAls = 36;
 
-// Whether there is a decoder for the object type. ER BSAC, ALS and others would need some of their own.
+// Whether a decoder for the object type is implemented. ER BSAC, ALS and others need decoders of their own.
 inline bool IsServedObjectType(int objectType) {
   return objectType >= kObjectMain && objectType <= kObjectLtp;
 }
 
 struct AudioSpecificConfig {
-  int signalledType;         // the first one: explicit signalling of SBR and PS names 5 or 29 here
-  int objectType;            // of the core
-  int samplingIndex;         // whose tables serve the core
-  std::uint32_t frequency;   // of the core, hertz
-  int channelConfiguration;  // 0: `layout` is a program's
-  Layout layout;             // without channels where the configuration has none that is served
-  int frameLength;           // 1024 or 960
+  int signalledType;         // first object type: 5 or 29 with explicit signalling of SBR or PS
+  int objectType;            // object type of the core
+  int samplingIndex;         // index of the frequency tables for the core
+  std::uint32_t frequency;   // core sampling frequency, Hz
+  int channelConfiguration;  // 0: `layout` comes from the program_config_element
+  Layout layout;             // without channels if the channel configuration is unsupported
+  int frameLength;           // samples, 1024 or 960
   bool sbrSignalled;
   bool psSignalled;
-  std::uint32_t extensionFrequency;  // with SBR, hertz
+  std::uint32_t extensionFrequency;  // SBR output sampling frequency, Hz
 
-  // The program's layout, without channels where the configuration describes none.
+  // The layout of the program_config_element; without channels if there is none.
   [[nodiscard]] Layout Program() const { return channelConfiguration == 0 ? layout : Layout{}; }
 };
 
-// False for a configuration that is cut off, or whose frequency is 0 or reserved. Of object types without
-// general audio coding no more is read than what all have.
+// Returns false if the configuration is truncated, or its frequency is 0 or reserved. For object types other
+// than general audio only the fields common to all types are read.
 bool ParseAudioSpecificConfig(const std::uint8_t* data, std::size_t size, AudioSpecificConfig& config);
 
 }  // namespace UMC::aac

@@ -33,8 +33,8 @@ constexpr ConfigurationElement kBack = {kPair, kBackLeft, kBackRight};
 constexpr ConfigurationElement kRear = {kSingle, kBackCentre};
 constexpr ConfigurationElement kEffects = {kLfeElement, kLfe};
 
-// Configuration 7 is written by nearly everyone for the 7.1 layout that configuration 12 was later added
-// for (ISO/IEC 23001-8): the first pair is the front one, not the one beside the centre.
+// Most encoders signal configuration 7 for the 7.1 layout that was later added as configuration 12 (ISO/IEC
+// 23001-8): the first pair is the front pair, not the one next to the centre.
 constexpr Configuration kConfigurations[] = {
     {1, 1, {kCentre}},
     {2, 1, {kFront}},
@@ -65,7 +65,7 @@ bool HasElements(const Configuration& configuration, const ElementType* seen, in
              [](ElementType type, const ConfigurationElement& element) { return type == element.type; });
 }
 
-// Front elements come from the centre outwards: a single one, the centre, ahead of at most two pairs.
+// Front elements are listed from the centre outwards: an optional single centre, then at most two pairs.
 bool AddFront(const ProgramElements& front, Layout& layout) {
   auto pairsLeft =
       std::count_if(front.items, front.items + front.count, [](const auto& item) { return item.isPair; });
@@ -90,7 +90,7 @@ bool AddFront(const ProgramElements& front, Layout& layout) {
   return true;
 }
 
-// The first pair takes the place's speakers, a single one is the rear centre.
+// The first pair plays on the given speakers, the first single element on the rear centre.
 bool AddSurround(const ProgramElements& elements, Speaker left, Speaker right, Layout& layout) {
   bool pairSeen = false, singleSeen = false;
   for (int i = 0; i < elements.count; ++i) {
@@ -151,7 +151,7 @@ Layout LayoutOfElements(const ElementType* seen, int count) {
   if (known != end) {
     layout = MakeLayout(*known);
   } else {
-    // A centre ahead of all, then pairs from the front to the back, then a rear centre.
+    // A leading centre, then pairs from front to back, then a rear centre.
     constexpr Speaker kPairs[][2] = {
         {kFrontLeft, kFrontRight}, {kBackLeft, kBackRight}, {kSideLeft, kSideRight}};
     std::size_t pairs = 0;

@@ -1,5 +1,5 @@
-// Which channels a stream has, where they play and in which order they come out (ISO/IEC 14496-3, 1.6.3.5
-// and 4.5.1.2).
+// The channels of a stream, their speaker positions and their output order (ISO/IEC 14496-3, 1.6.3.5 and
+// 4.5.1.2).
 #pragma once
 
 #include <cstdint>
@@ -10,14 +10,14 @@ namespace UMC::aac {
 
 inline constexpr int kMaxChannels = 8;
 
-// Elements that carry output channels, by their id_syn_ele.
+// Elements that carry output channels; the values are their id_syn_ele.
 enum class ElementType : std::uint8_t { kSingle = 0, kPair = 1, kLfe = 3 };
 
 inline int ChannelsOf(ElementType type) {
   return type == ElementType::kPair ? 2 : 1;
 }
 
-// Where a channel plays: the bit's number in a WAVE channel mask, which is also the order of output.
+// Speaker position: the bit number in a WAVE channel mask, which is also the output order.
 enum class Speaker : std::uint8_t {
   kFrontLeft,
   kFrontRight,
@@ -36,40 +36,40 @@ enum class Speaker : std::uint8_t {
 struct LayoutElement {
   ElementType type;
   std::uint8_t tag;           // element_instance_tag
-  std::uint8_t firstChannel;  // index of its (first) channel among the layout's
+  std::uint8_t firstChannel;  // index of the element's first channel in the layout
 
   bool operator==(const LayoutElement&) const = default;
 };
 
-// A stream's elements in a fixed order, and their channels' speakers.
+// The elements of a stream in a fixed order, and the speakers of their channels.
 struct Layout {
   std::uint8_t elementCount;
   std::uint8_t channelCount;
-  std::int8_t mixdownIndex;  // matrix_mixdown_idx, -1: not sent
-  bool unordered;            // some speakers are a guess: the channels come out as they are listed
+  std::int8_t mixdownIndex;  // matrix_mixdown_idx; -1: not transmitted
+  bool unordered;            // some speaker positions are guesses: channels are output in listed order
   LayoutElement elements[kMaxChannels];
   Speaker speakers[kMaxChannels];
 
   bool operator==(const Layout&) const = default;
 
-  // Adds an element; false when its channels are too many.
+  // Adds an element. Returns false if the layout would have too many channels.
   bool Add(ElementType type, std::uint8_t tag, Speaker first, Speaker second = Speaker::kUnknown);
 };
 
-// The layout of a channelConfiguration (its elements' tags count up for each type), or one without channels
-// where it has none that is served.
+// The layout of a channelConfiguration; element tags count up per type. Without channels if the configuration
+// is unsupported.
 Layout LayoutOfConfiguration(int channelConfiguration);
 
-// The layout of a program. One without channels when there are too many. The standard lists a place's
-// elements from the centre outwards or from front to back; a program that does not is `unordered`.
+// The layout of a program; without channels if there are too many. The standard lists the elements of each
+// position from the centre outwards or from front to back; a program that does not follow this is
+// `unordered`.
 Layout LayoutOfProgram(const ProgramConfig& program);
 
-// The layout of elements of which no more is known than that they came in this order: that of the channel
-// configuration with these elements, else the likeliest one. The elements' tags do not count.
+// The layout of elements known only by their order: that of the channel configuration with these elements,
+// otherwise the most likely one. Element tags are not meaningful.
 Layout LayoutOfElements(const ElementType* seen, int count);
 
-// Writes the channels' indices in the order of output to `order`: that of their speakers, those that are
-// unknown behind.
+// Writes the channel indices in output order to `order`: sorted by speaker, unknown speakers last.
 void OutputOrder(const Layout& layout, std::uint8_t* order);
 
 }  // namespace UMC::aac

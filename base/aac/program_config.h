@@ -1,4 +1,4 @@
-// program_config_element(): a program's elements and where their channels play (ISO/IEC 14496-3, 4.4.1.1).
+// program_config_element(): the elements of a program and their speaker positions (ISO/IEC 14496-3, 4.4.1.1).
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace UMC::aac {
 
-// Elements of one place: front, side and back have up to 15, low frequency effects up to 3.
+// Elements of one position: front, side and back have up to 15, LFE up to 3.
 struct ProgramElements {
   std::uint8_t count;
   struct Item {
@@ -17,14 +17,14 @@ struct ProgramElements {
 };
 
 struct ProgramConfig {
-  std::uint8_t objectType;  // the profile, one less than the audio object type
+  std::uint8_t objectType;  // profile field: audio object type minus 1
   std::uint8_t samplingIndex;
   ProgramElements front, side, back, lfe;
-  std::int8_t mixdownIndex;  // matrix_mixdown_idx, -1: not sent
+  std::int8_t mixdownIndex;  // matrix_mixdown_idx; -1: not transmitted
 };
 
-// Reads the element from behind its tag; alignment counts from the start of `stream`. False for a sampling
-// frequency index that stands for none.
+// Reads the element, starting after its tag. Alignment is relative to the start of `stream`. Returns false if
+// the sampling frequency index is reserved.
 bool ParseProgramConfig(BitWindow& stream, ProgramConfig& program);
 
 }  // namespace UMC::aac

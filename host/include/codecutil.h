@@ -9,8 +9,8 @@ inline constexpr std::uint32_t QVR_VIDEO_COMPRESSED = 0x00000001u;
 
 extern "C" {
 
-// The drive flags of a video description, refreshed from its compression code: bit QVR_VIDEO_COMPRESSED
-// set for any but uncompressed video, all other bits as they are.
+// The drive flags of a video description, updated from its compression code: sets bit QVR_VIDEO_COMPRESSED
+// for everything except uncompressed video and keeps all other bits.
 VLHOST_API std::uint32_t fccGetDrFlagsVideo(const QVRVIDEO* video);
 
 }  // extern "C"

@@ -7,7 +7,7 @@
 
 extern "C" {
 
-// Milliseconds of a clock that never goes back; where it starts is not defined.
+// Milliseconds of a monotonic clock; its origin is undefined.
 VLHOST_API std::uint64_t vsyncGetCurMs();
 
 }  // extern "C"

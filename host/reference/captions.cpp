@@ -8,7 +8,7 @@ constexpr std::uint32_t kPacketOffset = 4;
 constexpr std::uint32_t kCountOffset = kPacketOffset + 2;
 constexpr std::uint32_t kDataOffset = kPacketOffset + 3;
 
-// A caption distribution packet (SMPTE ST 334-2) begins with 0x96 0x69 and its own length in bytes.
+// A caption distribution packet (SMPTE ST 334-2) starts with 0x96 0x69 and its length in bytes.
 constexpr std::uint32_t kLengthOffset = 2;
 
 bool startsPacket(const std::uint8_t* data) {
@@ -19,12 +19,12 @@ bool startsPacket(const std::uint8_t* data) {
 
 std::uint32_t mfCheck608708(const std::uint8_t* captions, std::uint32_t length) {
   if (captions == nullptr || length > sizeof(DFRAME::captions)) return VL_FAILED;
-  // The packet may stand in the area as it is ...
+  // The packet may be stored directly in the area ...
   if (length > kPacketOffset + kLengthOffset && startsPacket(captions + kPacketOffset)) {
     const std::uint8_t packetLength = captions[kPacketOffset + kLengthOffset];
     return packetLength <= length - kPacketOffset ? VL_OK : VL_FAILED;
   }
-  // ... or be the data of an ancillary packet, whose count then agrees with its length.
+  // ... or be the payload of an ancillary packet, whose data count then matches its length.
   if (length > kDataOffset + kLengthOffset && startsPacket(captions + kDataOffset)) {
     const std::uint8_t packetLength = captions[kDataOffset + kLengthOffset];
     const std::uint8_t count = captions[kCountOffset];

@@ -13,8 +13,8 @@
 
 namespace {
 
-// Values that are set and not yet saved: KEY\NAME to value, by the store they belong to. Everything else is
-// read from the store itself, so what other processes or a person write there is seen and never lost.
+// Values set but not saved yet: KEY\NAME to value, by store. Everything else is read from the store itself,
+// so changes made by other processes or by hand are seen and never lost.
 using Values = std::map<std::string, std::uint32_t, std::less<>>;
 
 struct Unsaved {
@@ -27,10 +27,10 @@ Unsaved& unsaved() {
   return values;
 }
 
-// A store larger than this is no store of ours.
+// A larger file is not accepted as a store.
 constexpr std::uint32_t kMaxStoreBytes = 1 << 20;
 
-// The text of a store, empty for one that does not exist yet; nothing when it cannot be read.
+// The text of a store, empty if it does not exist yet; nullopt if it cannot be read.
 std::optional<std::string> readStore(const std::string& path) {
   if (vlOSFileExists(path.c_str()) == 0) return std::string();
   const VLHANDLE file =
@@ -63,7 +63,7 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-// Takes the first line off `text`, its line end included.
+// Removes the first line, including its line end, from `text`.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end == std::string_view::npos ? end : end + 1);
@@ -71,7 +71,7 @@ std::string_view takeLine(std::string_view& text) {
   return line;
 }
 
-// KEY\NAME of a line, empty for comments and lines that are none of ours.
+// KEY\NAME of a line; empty for comments and any other lines.
 std::string_view entryOf(std::string_view line) {
   const std::size_t equals = line.find('=');
   if (equals == std::string_view::npos) return {};
@@ -100,8 +100,8 @@ std::string formatLine(std::string_view entry, std::uint32_t value) {
   return std::string(entry) + '=' + std::to_string(value) + '\n';
 }
 
-// The store with `values` in it: a value's first line is replaced where it stands, a new one goes to the
-// end, all other lines stay as they are.
+// Merges `values` into the text of a store: the first line of a value is replaced in place, new values are
+// appended, all other lines stay unchanged.
 std::string merge(std::string_view store, Values values) {
   std::string merged;
   while (!store.empty()) {
@@ -119,7 +119,7 @@ std::string merge(std::string_view store, Values values) {
   return merged;
 }
 
-// Whether a line can hold the entry: what is written must read back as itself.
+// Whether a line can hold the entry, that is, whether it reads back unchanged.
 bool isWritable(std::string_view entry) {
   return entry.find('\n') == std::string_view::npos && entryOf(formatLine(entry, 0)) == entry;
 }

@@ -21,9 +21,9 @@ InfoRecords& infoRecords() {
   return records;
 }
 
-// n when rate / scale is the NTSC form of n frames a second, n * 1000 / 1001; else 0. The rates that video
-// is made in are also recognised by their decimal forms (29.97, 23.98): within a quarter of the thousandth
-// that parts them from n itself.
+// Returns n if rate / scale is the NTSC form of n frames per second, n * 1000 / 1001; otherwise 0. Common
+// video rates are also recognised in decimal form (29.97, 23.98), within a quarter of the 1/1000 by which the
+// NTSC rate differs from n.
 std::uint64_t ntscNominal(std::uint64_t rate, std::uint64_t scale) {
   const std::uint64_t n = (rate + scale / 2) / scale;
   const std::uint64_t is = rate * 1001;

@@ -1,4 +1,4 @@
-// Positions and sizes of open files, the same on every system.
+// Positions and sizes of open files, common to all systems.
 #include <cstdint>
 
 #include "host/reference/opened_file.h"
@@ -54,7 +54,7 @@ std::int64_t vlOSTell(VLHANDLE file) {
 
 std::uint32_t vlOSGetFileSize(VLHANDLE file, std::uint32_t* high) {
   const FileTable::Use use = findFile(file);
-  // -1 splits into the two halves that mean failure.
+  // -1 splits into two halves that both signal failure.
   const auto size = static_cast<std::uint64_t>(use ? vlhost::sizeOf(use->system) : -1);
   if (high != nullptr) *high = static_cast<std::uint32_t>(size >> 32);
   return static_cast<std::uint32_t>(size);

@@ -1,4 +1,5 @@
-// Handles that outlive what they name: a stale or invented handle is told from an open one, never followed.
+// Handles that stay safe after their object is gone: a stale or invalid handle is detected, never
+// dereferenced.
 #pragma once
 
 #include <array>
@@ -16,10 +17,10 @@
 
 namespace vlhost {
 
-// A table of T by handle. A handle holds its slot's number, counted from 1, in its low half and the slot's
-// generation in its high half, so it is never VL_NO_HANDLE or near VL_INVALID_HANDLE, and a slot's next
-// tenant has another handle. Looking up takes only the slot's own lock: threads meet only where they use
-// the same handle, or open and close.
+// A table of T by handle. A handle holds its slot number, counted from 1, in the low half and the slot's
+// generation in the high half. It is therefore never VL_NO_HANDLE or near VL_INVALID_HANDLE, and a reused
+// slot gets a different handle. A lookup takes only the slot's own lock: threads contend only if they use the
+// same handle, or open and close.
 template <typename T>
 class HandleTable {
   struct Slot {
@@ -29,7 +30,7 @@ class HandleTable {
   };
 
  public:
-  // Exclusive use of one item, as long as it lives. Empty for a handle that names none.
+  // Exclusive access to one item for the lifetime of this object. Empty if the handle is invalid.
   class Use {
    public:
     Use() = default;
@@ -44,7 +45,7 @@ class HandleTable {
     Slot* m_slot = nullptr;
   };
 
-  // Takes `item` in; VL_INVALID_HANDLE when memory or slots are short, `item` is then left as it was.
+  // Inserts `item`. Returns VL_INVALID_HANDLE and leaves `item` unchanged if memory or slots are exhausted.
   VLHANDLE insert(T& item) {
     const std::optional<std::uint32_t> index = takeSlot();
     if (!index) return VL_INVALID_HANDLE;
@@ -63,7 +64,7 @@ class HandleTable {
     return Use(std::move(lock), slot);
   }
 
-  // Takes the item out, once nobody uses it any more; nothing for a handle that names none.
+  // Waits until the item is unused, then removes and returns it; empty if the handle is invalid.
   std::optional<T> remove(VLHANDLE handle) {
     std::optional<T> item;
     {
@@ -73,7 +74,7 @@ class HandleTable {
       ++use.m_slot->generation;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_free.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates, see takeSlot
+    m_free.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates; see takeSlot
     return item;
   }
 
@@ -96,7 +97,7 @@ class HandleTable {
     return index;
   }
 
-  // Room for every slot in the free list comes with the slots, so that giving one back cannot fail.
+  // Capacity of the free list grows with the slots, so that releasing a slot cannot fail.
   bool addChunk() {
     const std::size_t count = m_owned.size();
     if (count == kChunks) return false;

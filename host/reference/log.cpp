@@ -9,7 +9,7 @@
 
 namespace {
 
-// One lock for the sink and its lines: lines never mix, and a sink that has been replaced is done with.
+// One lock for the sink and its lines: lines never interleave, and a replaced sink is not called any more.
 struct Log {
   std::mutex mutex;
   VLLOGSINK sink = nullptr;
@@ -27,14 +27,14 @@ void deliver(std::uint32_t level, const char* text) {
   if (log.sink != nullptr) {
     log.sink(log.context, level, text);
   } else {
-    // Plain lines come without a line end of their own.
+    // Plain lines carry no line end of their own.
     const std::size_t length = std::strlen(text);
     std::fprintf(stderr, "%s%s", text, length != 0 && text[length - 1] == '\n' ? "" : "\n");
   }
 }
 
-// A line that does not fit the first buffer is formatted again at its full length; where memory is short,
-// the beginning must do.
+// A line that does not fit the first buffer is formatted again at full length; if memory is short, it is
+// truncated.
 void formatAndDeliver(std::uint32_t level, const char* format, va_list arguments) {
   if (format == nullptr) return;
   char text[1024];

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kMaxStreams = 65;  // one video, 64 audio
 
-// The holder of the audio stream that serves a channel; null when none does.
+// The holder of the audio stream that carries a channel; null if there is none.
 const QVRSTREAM* audioHolder(const std::vector<std::unique_ptr<QVRSTREAM>>& streams, std::uint32_t channel) {
   if (channel == QVR_NO_CHANNEL) return nullptr;
   for (const std::unique_ptr<QVRSTREAM>& stream : streams) {
@@ -26,7 +26,7 @@ void copyGiven(Record* to, const Record* from) {
   if (to != nullptr && from != nullptr) *to = *from;
 }
 
-// The size that a box states in its first four bytes.
+// The size stored in the first four bytes of a box.
 std::uint32_t boxSize(const std::uint8_t* box) {
   return std::uint32_t{box[0]} << 24 | std::uint32_t{box[1]} << 16 | std::uint32_t{box[2]} << 8 | box[3];
 }
@@ -179,7 +179,7 @@ std::uint32_t CAMediaFile::m_setOpen(const char* fileName, std::uint32_t access,
                                      std::uint32_t openFlags) {
   const std::size_t length = fileName == nullptr ? 0 : strnlen(fileName, VL_MAX_PATH);
   if (length == 0 || length == VL_MAX_PATH) return VL_FAILED;
-  std::memmove(m_fileName, fileName, length);  // the name may be the one noted already
+  std::memmove(m_fileName, fileName, length);  // the name may alias the recorded one
   std::fill(m_fileName + length, m_fileName + VL_MAX_PATH, '\0');
   m_access = access;
   m_share = share;

@@ -1,4 +1,4 @@
-// The operations that no format of ours needs: they keep their places and say that nobody serves them.
+// The operations that none of our formats needs: they keep their slots and return "unsupported".
 #include "mediafile.h"
 
 // clang-format off

@@ -2,7 +2,7 @@
 
 #include "vlutil.h"
 
-// memmove and memset want real addresses even for no bytes at all.
+// memmove and memset require valid addresses even for zero bytes.
 void vlOSCopyMemory(void* destination, const void* source, std::size_t count) {
   if (count != 0) std::memmove(destination, source, count);
 }

@@ -1,5 +1,5 @@
-// Open files by their handles. A file's position is kept here rather than by the system: moving and asking
-// for it cost no system call.
+// Open files by handle. The file position is kept here rather than by the system, so that seek and tell cost
+// no system call.
 #pragma once
 
 #include <cstdint>
@@ -24,11 +24,10 @@ using FileTable = HandleTable<OpenedFile>;
 
 FileTable& files();
 
-// An open file; none for a handle that names none, which vlOSGetLastError then tells.
+// The open file of a handle. Empty if the handle is invalid, which vlOSGetLastError then reports.
 FileTable::Use findFile(VLHANDLE file);
 
-// What the system brings along: the numbers of its errors, and the size of a file in bytes, or -1
-// (vlOSGetLastError tells why).
+// Provided per system: its error codes, and the size of a file in bytes, or -1 (see vlOSGetLastError).
 struct FileErrors {
   std::uint32_t notOpen, invalid, beforeStart;
 };

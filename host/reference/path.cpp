@@ -34,7 +34,7 @@ std::string_view orEmpty(const char* text) {
   return text == nullptr ? std::string_view() : text;
 }
 
-// What goes between a directory and a name: nothing, or the kind of separator that the directory uses.
+// The separator between a directory and a name: none, or the kind used in the directory.
 std::string_view separatorAfter(std::string_view directory) {
   if (directory.empty() || kSeparators.find(directory.back()) != std::string_view::npos) return "";
   const std::size_t last = directory.find_last_of(kSeparators);
@@ -45,7 +45,7 @@ std::string_view dotBefore(std::string_view extension) {
   return extension.empty() || extension.front() == '.' ? "" : ".";
 }
 
-// Joins the pieces, which may lie in `path` itself. False, `path` unchanged, when they do not fit.
+// Joins the pieces, which may alias `path`. Returns false with `path` unchanged if they do not fit.
 bool join(char* path, std::size_t size, std::initializer_list<std::string_view> pieces) {
   char joined[VL_MAX_PATH] = {};
   std::size_t length = 0;
@@ -66,7 +66,7 @@ std::uint32_t vlOSSplitPath(const char* path, char* drive, char* directory, char
   };
   const std::size_t length = path == nullptr ? VL_MAX_PATH : strnlen(path, VL_MAX_PATH);
   const bool fits = length < VL_MAX_PATH;
-  // The outputs may be where the path lies.
+  // The outputs may alias the path.
   char copy[VL_MAX_PATH];
   if (fits) std::memcpy(copy, path, length);
   const PathParts parts = fits ? split({copy, length}) : PathParts{};

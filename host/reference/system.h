@@ -6,14 +6,14 @@
 
 namespace vlhost {
 
-// Notes the error that vlOSGetLastError answers on this thread.
+// Sets the error that vlOSGetLastError returns on this thread.
 void setLastError(std::uint32_t error);
 
-// Where the configuration store lies; empty when the system names no place for it.
+// The path of the configuration store; empty if the system has no location for it.
 std::string storePath();
 
-// Makes the folders that lead to the file `path`, for this user alone, where they are missing. False on
-// failure (vlOSGetLastError tells why).
+// Creates the missing parent directories of the file `path`, accessible to this user only. Returns false on
+// failure (see vlOSGetLastError).
 bool makeFolders(const std::string& path);
 
 }  // namespace vlhost

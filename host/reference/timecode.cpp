@@ -3,7 +3,7 @@
 
 namespace {
 
-// Frames of 24 hours at a timecode rate; 0 for a rate that is none.
+// Frames per 24 hours at a timecode rate; 0 for an invalid rate.
 std::uint32_t framesPerDay(std::uint32_t timecodeRate) {
   constexpr std::uint32_t kSecondsPerDay = 24 * 60 * 60;
   switch (timecodeRate) {
@@ -12,8 +12,8 @@ std::uint32_t framesPerDay(std::uint32_t timecodeRate) {
     case 2:
       return kSecondsPerDay * 30;
     case 4:
-      // 24 hours hold 2589410.6 frames of 30000/1001 a second. Timecode ends the day on a whole label:
-      // SMPTE ST 12-1 leaves out two labels a minute but in every tenth minute, 108 an hour.
+      // 24 hours hold 2589410.6 frames at 30000/1001 per second. Timecode ends the day on an integral label:
+      // SMPTE ST 12-1 drops two labels per minute except every tenth minute, 108 per hour.
       return kSecondsPerDay * 30 - 24 * 108;
     case 8:
       return kSecondsPerDay * 25;

@@ -1,5 +1,5 @@
-// The audio sample entry (ISO/IEC 14496-12, 12.2.3) with the additions of QuickTime's versions 1 and 2. What
-// configures its codec are child boxes.
+// The audio sample entry (ISO/IEC 14496-12, 12.2.3) with the extensions of QuickTime versions 1 and 2. The
+// codec configuration is in child boxes.
 #pragma once
 
 #include <bit>
@@ -11,28 +11,28 @@ namespace mp4 {
 
 struct AudioSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
-  // QuickTime's fields where ISO/IEC 14496-12 reserves 8 bytes.
-  std::uint16_t version = 0;  // QuickTime's only in a "stsd" of version 0; in one of version 1 that of ISO's
-                              // AudioSampleEntryV1, which adds no fields
+  // QuickTime fields; reserved (8 bytes) in ISO/IEC 14496-12.
+  std::uint16_t version = 0;  // QuickTime version in a "stsd" of version 0; in a "stsd" of version 1 the
+                              // version of AudioSampleEntryV1 (ISO/IEC 14496-12), which adds no fields
   std::uint16_t revisionLevel = 0;
   std::uint32_t vendor = 0;
   std::uint16_t channelCount = 0;
   std::uint16_t sampleSize = 0;  // bits
-  std::int16_t preDefined = 0;   // QuickTime: the compression id
+  std::int16_t preDefined = 0;   // QuickTime: compression ID
   std::uint16_t packetSize = 0;  // reserved
   std::uint32_t sampleRate = 0;  // 16.16 Hz
 
-  bool quickTime = true;  // whether `version` is QuickTime's
+  bool quickTime = true;  // whether `version` is a QuickTime version
 
-  // QuickTime's version 1.
+  // QuickTime version 1.
   std::uint32_t samplesPerPacket = 0;
   std::uint32_t bytesPerPacket = 0;
   std::uint32_t bytesPerFrame = 0;
   std::uint32_t bytesPerSample = 0;
 
-  // QuickTime's version 2, where `channelCount` and `sampleRate` say 3 and 1 whatever the sound.
+  // QuickTime version 2; `channelCount` and `sampleRate` are then always 3 and 1.
   std::uint32_t sizeOfStructOnly = 0;
-  std::uint64_t audioSampleRate = 0;  // Hz, the bits of a 64-bit floating-point number
+  std::uint64_t audioSampleRate = 0;  // Hz, bit pattern of a 64-bit floating-point number
   std::uint32_t numAudioChannels = 0;
   std::uint32_t always7F000000 = 0;
   std::uint32_t constBitsPerChannel = 0;
@@ -40,14 +40,14 @@ struct AudioSampleEntry final : Mp4Payload {
   std::uint32_t constBytesPerAudioPacket = 0;
   std::uint32_t constLpcmFramesPerAudioPacket = 0;
 
-  // What the version's own fields say; 0 where they say nothing of use.
+  // The values from the fields of the version; 0 if they hold nothing useful.
   std::uint32_t channels() const { return fieldVersion() == 2 ? numAudioChannels : channelCount; }
   std::uint32_t samplesPerSecond() const {
     if (fieldVersion() == 2) {
       const auto rate = std::bit_cast<double>(audioSampleRate);
       return rate >= 1 && rate < 0x1p32 ? static_cast<std::uint32_t>(rate) : 0;
     }
-    // AudioSampleEntryV1 says 1 Hz where a box of its own tells the rate.
+    // AudioSampleEntryV1 stores 1 Hz if a separate box specifies the rate.
     const std::uint32_t rate = sampleRate >> 16;
     return rate == 1 && !quickTime ? 0 : rate;
   }
@@ -86,7 +86,7 @@ struct AudioSampleEntry final : Mp4Payload {
   }
 
  private:
-  // The version by which fields are added.
+  // The version that determines the additional fields.
   unsigned fieldVersion() const { return quickTime ? version : 0; }
 };
 

@@ -8,17 +8,16 @@ namespace mp4 {
 struct AVCConfigurationBox final : Mp4Payload {
   std::vector<std::uint8_t> record;  // as stored
 
-  // The record's first fields; 0 where it is too short.
+  // The first fields of the record; 0 if it is too short.
   std::uint8_t configurationVersion() const { return at(0); }
   std::uint8_t profileIndication() const { return at(1); }
   std::uint8_t profileCompatibility() const { return at(2); }
   std::uint8_t levelIndication() const { return at(3); }
-  // Bytes of the length ahead of each NAL unit of a sample.
+  // Bytes of the length prefix of each NAL unit in a sample.
   unsigned nalLengthBytes() const { return (at(4) & 0x03u) + 1; }
 
-  // What is written when the stream gave no record: version, profile, compatibility and level all 1,
-  // four-byte NAL unit lengths, no sequence parameter sets; the count of picture parameter sets is left out:
-  // intended.
+  // Written when the stream provided no record: version, profile, compatibility and level all 1, four-byte
+  // NAL unit lengths, no sequence parameter sets. Intended: the count of picture parameter sets is omitted.
   static AVCConfigurationBox standIn() {
     AVCConfigurationBox box;
     box.record = {1, 1, 1, 1, 0xFC | 0x03, 0xE0 | 0x00};

@@ -1,4 +1,4 @@
-// "cmov": a compressed movie box (QuickTime). What it holds are child boxes.
+// "cmov": a compressed movie box (QuickTime). Its content is in child boxes.
 #pragma once
 
 #include "mp4box/fields.h"

@@ -6,8 +6,8 @@
 namespace mp4 {
 
 struct CopyrightBox final : Mp4FullBox {
-  std::uint16_t language = 0;  // ISO 639-2, three letters less 0x60 in 5 bits each
-  std::string notice;  // as stored: UTF-8, or UTF-16 behind a byte order mark; the ending zero included
+  std::uint16_t language = 0;  // ISO 639-2: three letters minus 0x60, 5 bits each
+  std::string notice;  // as stored: UTF-8, or UTF-16 after a byte order mark; includes the terminating zero
 
   void fields(Mp4Fields& f) override {
     fullBox(f);

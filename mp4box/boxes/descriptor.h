@@ -6,12 +6,12 @@
 
 namespace mp4 {
 
-// 7 bits a byte, most significant group first; every byte but the last has its top bit set.
+// 7 bits per byte, most significant group first; every byte except the last has its top bit set.
 struct DescriptorLength {
   std::uint32_t value = 0;
-  bool padded = false;  // takes 4 bytes whatever the value, as many writers do
+  bool padded = false;  // always 4 bytes, as many writers store it
 
-  // Bytes the length takes.
+  // Bytes of the encoded length.
   std::uint32_t bytes() const {
     Mp4MemoryOutput nowhere;
     return Mp4WriteDescrLength(nowhere, value, !padded, false);

@@ -1,4 +1,4 @@
-// "enda": the byte order of uncompressed sound (QuickTime).
+// "enda": the byte order of uncompressed audio (QuickTime).
 #pragma once
 
 #include "mp4box/fields.h"

@@ -13,13 +13,13 @@ constexpr std::uint8_t kStreamDependence = 0x80;
 constexpr std::uint8_t kUrl = 0x40;
 constexpr std::uint8_t kOcrStream = 0x20;
 
-// The content of one descriptor: where it ends is known from its length.
+// The content of one descriptor, whose end follows from its length.
 class DescriptorContent {
  public:
   DescriptorContent(Mp4Fields& f, std::uint32_t length)
       : f_(f), behind_(f.remaining() - std::min<std::uint64_t>(length, f.remaining())) {}
 
-  // The bytes up to the descriptor's end.
+  // The remaining bytes of the descriptor.
   void rest(std::vector<std::uint8_t>& bytes) {
     const std::uint64_t left = f_.remaining();
     f_.blob("extension", bytes, f_.reading() ? left - std::min(left, behind_) : bytes.size());
@@ -27,7 +27,7 @@ class DescriptorContent {
 
  private:
   Mp4Fields& f_;
-  std::uint64_t behind_;  // bytes left behind the descriptor
+  std::uint64_t behind_;  // bytes after the end of the descriptor
 };
 
 void tag(Mp4Fields& f, std::uint8_t value) {
@@ -42,7 +42,7 @@ void ESDBox::fields(Mp4Fields& f) {
     extension.clear();
     if (f.ahead(0) != kEsDescriptorTag) return;
   } else {
-    // Each length counts the bytes of the lengths inside it: innermost first.
+    // Each length includes the lengths inside it, so the innermost comes first.
     std::uint64_t content = 3 + (dependsOnEsId ? 2 : 0) + (url ? 1 + url->size() : 0) + (ocrEsId ? 2 : 0);
     if (decoderConfig) {
       DecoderConfigDescriptor& config = *decoderConfig;

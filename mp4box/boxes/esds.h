@@ -10,28 +10,28 @@ namespace mp4 {
 
 struct DecoderConfigDescriptor {
   std::uint8_t objectTypeIndication = 0;
-  std::uint8_t streamType = 0;     // the whole byte: streamType 6 bits, upStream 1, reserved 1
+  std::uint8_t streamType = 0;     // complete byte: streamType 6 bits, upStream 1, reserved 1
   std::uint32_t bufferSizeDB = 0;  // 24 bits, bytes
-  std::uint32_t maxBitrate = 0;    // bits a second
-  std::uint32_t avgBitrate = 0;    // bits a second
+  std::uint32_t maxBitrate = 0;    // bits per second
+  std::uint32_t avgBitrate = 0;    // bits per second
   bool hasDecoderSpecificInfo = true;
   std::vector<std::uint8_t> decoderSpecificInfo;  // for AAC the AudioSpecificConfig
-  std::vector<std::uint8_t> extension;            // descriptors behind it, as stored
+  std::vector<std::uint8_t> extension;            // descriptors after decoderSpecificInfo, as stored
 };
 
 struct ESDBox final : Mp4FullBox {
   std::uint16_t esId = 0;
   std::uint8_t esFlags = 0;  // streamDependenceFlag, URL_Flag, OCRstreamFlag, streamPriority 5 bits
-  // Read when the flags say so; written when held, whatever the flags say.
+  // Read if the flags signal them; written if present, regardless of the flags.
   std::optional<std::uint16_t> dependsOnEsId;
   std::optional<std::string> url;
   std::optional<std::uint16_t> ocrEsId;
   std::optional<DecoderConfigDescriptor> decoderConfig;
-  // The descriptors behind the decoder configuration, as stored: at first a SLConfigDescriptor that
-  // predefines 2, the value for MP4 files.
+  // The descriptors after the decoder configuration, as stored; initially an SLConfigDescriptor with
+  // predefined = 2, the value for MP4 files.
   std::vector<std::uint8_t> extension = {0x06, 0x01, 0x02};
 
-  // How the lengths are stored; their values follow from what they enclose.
+  // How the lengths are stored; their values follow from the enclosed content.
   DescriptorLength esLength;
   DescriptorLength decoderConfigLength;
   DescriptorLength decoderSpecificInfoLength;

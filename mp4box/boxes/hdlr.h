@@ -8,12 +8,12 @@
 namespace mp4 {
 
 struct HandlerBox final : Mp4FullBox {
-  std::uint32_t preDefined = 0;  // QuickTime: the component type
+  std::uint32_t preDefined = 0;  // QuickTime: component type
   std::uint32_t handlerType = 0;
   std::array<std::uint32_t, 3> reserved = {};  // QuickTime: manufacturer, flags, flags mask
   std::string name;
-  bool countedName = false;           // QuickTime: the name's length comes first, no zero ends it
-  std::vector<std::uint8_t> padding;  // behind the name
+  bool countedName = false;           // QuickTime: the name has a length prefix and no terminating zero
+  std::vector<std::uint8_t> padding;  // bytes after the name
 
   void fields(Mp4Fields& f) override {
     fullBox(f);
@@ -21,7 +21,7 @@ struct HandlerBox final : Mp4FullBox {
     f.fourcc("handler_type", handlerType);
     for (std::uint32_t& value : reserved) f.u32("reserved", value);
     if (f.reading()) {
-      // A counted name fills the box to its last character; the other form ends with a zero.
+      // A counted name fills the box to its last character; the other form has a terminating zero.
       const std::uint64_t left = f.remaining();
       countedName = left > 1 && f.ahead(0) == left - 1 && f.ahead(left - 1) != 0;
     }

@@ -8,8 +8,8 @@ namespace mp4 {
 struct HintMediaHeaderBox final : Mp4FullBox {
   std::uint16_t maxPduSize = 0;  // bytes
   std::uint16_t avgPduSize = 0;  // bytes
-  std::uint32_t maxBitrate = 0;  // bits a second
-  std::uint32_t avgBitrate = 0;  // bits a second
+  std::uint32_t maxBitrate = 0;  // bits per second
+  std::uint32_t avgBitrate = 0;  // bits per second
 
   void fields(Mp4Fields& f) override {
     fullBox(f);

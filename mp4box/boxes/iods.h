@@ -7,14 +7,14 @@
 namespace mp4 {
 
 struct ObjectDescriptorBox final : Mp4FullBox {
-  std::uint8_t tag = 0;  // 0x10, an initial object descriptor, or 0x11
+  std::uint8_t tag = 0;  // 0x10 (initial object descriptor) or 0x11
   DescriptorLength length;
   std::uint32_t objectDescriptorId = 0;
   std::uint32_t urlFlag = 0;
   std::uint32_t includeInlineProfileLevelFlag = 0;
   std::uint32_t reserved = 0;
   std::string url;                  // only with `urlFlag`
-  std::uint8_t odProfileLevel = 0;  // from here on only without
+  std::uint8_t odProfileLevel = 0;  // this and the following fields: only without `urlFlag`
   std::uint8_t sceneProfileLevel = 0;
   std::uint8_t audioProfileLevel = 0;
   std::uint8_t visualProfileLevel = 0;

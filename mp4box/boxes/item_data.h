@@ -19,7 +19,7 @@ struct ItemDataHeader {
     f.u32("locale", locale);
   }
 
-  // Whether what `f` reads next is such a box and fills what is left.
+  // Whether the next bytes of `f` form such a box that fills the remaining payload.
   static bool follows(const Mp4Fields& f) {
     return f.remaining() >= 16 && f.aheadU32(0) == f.remaining() && f.aheadU32(4) == Mp4FourCc("data");
   }

@@ -8,9 +8,9 @@ namespace mp4 {
 struct MediaHeaderBox final : Mp4FullBox {
   std::uint64_t creationTime = 0;      // seconds since 1904-01-01
   std::uint64_t modificationTime = 0;  // seconds since 1904-01-01
-  std::uint32_t timescale = 0;         // ticks a second
+  std::uint32_t timescale = 0;         // ticks per second
   std::uint64_t duration = 0;          // ticks
-  std::uint16_t language = 0;          // ISO 639-2, three letters less 0x60 in 5 bits each
+  std::uint16_t language = 0;          // ISO 639-2: three letters minus 0x60, 5 bits each
   std::uint16_t preDefined = 0;
 
   void fields(Mp4Fields& f) override {

@@ -1,4 +1,4 @@
-// "meta": metadata (ISO/IEC 14496-12, 8.11.1). What it holds are child boxes.
+// "meta": metadata (ISO/IEC 14496-12, 8.11.1). Its content is in child boxes.
 #pragma once
 
 #include "base/fourcc.h"
@@ -7,10 +7,10 @@
 namespace mp4 {
 
 struct MetaBox final : Mp4FullBox {
-  bool plain = false;  // QuickTime: no version and flags, the children come at once
+  bool plain = false;  // QuickTime: no version and flags, starts with the children
 
   void fields(Mp4Fields& f) override {
-    // The first child is the handler in either form.
+    // In both forms the first child is the handler.
     if (f.reading()) plain = f.aheadU32(4) == Mp4FourCc("hdlr");
     if (!plain) fullBox(f);
   }

@@ -1,4 +1,4 @@
-// "mfro": how large the movie fragment random access box is (ISO/IEC 14496-12, 8.8.11).
+// "mfro": the size of the movie fragment random access box (ISO/IEC 14496-12, 8.8.11).
 #pragma once
 
 #include "mp4box/fields.h"

@@ -11,7 +11,7 @@ namespace mp4 {
 struct MovieHeaderBox final : Mp4FullBox {
   std::uint64_t creationTime = 0;      // seconds since 1904-01-01
   std::uint64_t modificationTime = 0;  // seconds since 1904-01-01
-  std::uint32_t timescale = 0;         // ticks a second
+  std::uint32_t timescale = 0;         // ticks per second
   std::uint64_t duration = 0;          // ticks
   std::uint32_t rate = 0;              // 16.16
   std::uint16_t volume = 0;            // 8.8

@@ -1,4 +1,4 @@
-// "name": the name of a track or an item, all of the payload.
+// "name": the name of a track or an item; fills the payload.
 #pragma once
 
 #include "mp4box/fields.h"

@@ -1,4 +1,4 @@
-// "nmhd": the null media header (ISO/IEC 14496-12, 8.4.5.2). Written only; it reads as a container.
+// "nmhd": the null media header (ISO/IEC 14496-12, 8.4.5.2). Only written; read as a container.
 #pragma once
 
 #include "mp4box/fields.h"

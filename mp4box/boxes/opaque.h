@@ -1,4 +1,4 @@
-// "user", "key ", "iviv", "priv": boxes of protected items, whose content is not kept.
+// "user", "key ", "iviv", "priv": boxes of protected items; their content is ignored.
 #pragma once
 
 #include "mp4box/fields.h"

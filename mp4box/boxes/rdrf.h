@@ -1,4 +1,4 @@
-// "rdrf": where a reference movie lies (QuickTime).
+// "rdrf": the location of a reference movie (QuickTime).
 #pragma once
 
 #include "mp4box/fields.h"
@@ -7,7 +7,7 @@ namespace mp4 {
 
 struct ReferenceMovieDataReferenceBox final : Mp4FullBox {
   std::uint32_t referenceType = 0;      // "url ", "alis"
-  std::vector<std::uint8_t> reference;  // its size is stored ahead of it
+  std::vector<std::uint8_t> reference;  // stored with a size prefix
 
   void fields(Mp4Fields& f) override {
     fullBox(f);

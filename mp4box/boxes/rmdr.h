@@ -6,7 +6,7 @@
 namespace mp4 {
 
 struct ReferenceMovieDataRateBox final : Mp4FullBox {
-  std::uint32_t dataRate = 0;  // hundreds of bits a second
+  std::uint32_t dataRate = 0;  // units of 100 bits per second
 
   void fields(Mp4Fields& f) override {
     fullBox(f);

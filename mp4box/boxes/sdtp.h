@@ -6,7 +6,7 @@
 namespace mp4 {
 
 struct SampleDependencyTypeBox final : Mp4FullBox {
-  // One byte a sample: is_leading, sample_depends_on, sample_is_depended_on, sample_has_redundancy, 2 bits
+  // One byte per sample: is_leading, sample_depends_on, sample_is_depended_on, sample_has_redundancy, 2 bits
   // each.
   std::vector<std::uint8_t> samples;
 

@@ -7,7 +7,7 @@ namespace mp4 {
 
 struct SegmentIndexBox final : Mp4FullBox {
   struct Reference {
-    std::uint32_t referenceType = 0;   // 1 bit; 1: to another segment index
+    std::uint32_t referenceType = 0;   // 1 bit; 1: refers to another segment index
     std::uint32_t referencedSize = 0;  // 31 bits, bytes
     std::uint32_t subsegmentDuration = 0;
     std::uint32_t startsWithSap = 0;  // 1 bit
@@ -15,8 +15,8 @@ struct SegmentIndexBox final : Mp4FullBox {
     std::uint32_t sapDeltaTime = 0;   // 28 bits
   };
 
-  std::uint32_t referenceId = 0;  // a track_ID
-  std::uint32_t timescale = 0;    // ticks a second
+  std::uint32_t referenceId = 0;  // track_ID
+  std::uint32_t timescale = 0;    // ticks per second
   std::uint64_t earliestPresentationTime = 0;
   std::uint64_t firstOffset = 0;      // bytes from the end of this box to the first referenced byte
   std::vector<Reference> references;  // at most 65535

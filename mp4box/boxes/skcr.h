@@ -6,8 +6,8 @@
 namespace mp4 {
 
 struct SkipCryptBox final : Mp4Payload {
-  std::uint32_t initialBytes = 0;    // clear, at the start
-  std::uint32_t encryptedBytes = 0;  // then these two in turn
+  std::uint32_t initialBytes = 0;    // bytes, clear, at the start
+  std::uint32_t encryptedBytes = 0;  // bytes, encrypted; then this and the next alternate
   std::uint32_t clearBytes = 0;
 
   void fields(Mp4Fields& f) override {

@@ -6,7 +6,7 @@
 namespace mp4 {
 
 struct SoundMediaHeaderBox final : Mp4FullBox {
-  std::int16_t balance = 0;  // 8.8, -1.0 left to 1.0 right
+  std::int16_t balance = 0;  // 8.8, -1.0 (left) to 1.0 (right)
 
   void fields(Mp4Fields& f) override {
     fullBox(f);

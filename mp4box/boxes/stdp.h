@@ -1,4 +1,4 @@
-// "stdp": degradation priorities (ISO/IEC 14496-12, 8.5.3), one a sample of the track.
+// "stdp": degradation priorities (ISO/IEC 14496-12, 8.5.3), one per sample of the track.
 #pragma once
 
 #include "mp4box/fields.h"

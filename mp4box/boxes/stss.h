@@ -6,7 +6,7 @@
 namespace mp4 {
 
 struct SyncSampleBox final : Mp4FullBox {
-  std::vector<std::uint32_t> sampleNumbers;  // from 1
+  std::vector<std::uint32_t> sampleNumbers;  // counted from 1
 
   void fields(Mp4Fields& f) override {
     fullBox(f);

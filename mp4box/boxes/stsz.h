@@ -6,8 +6,8 @@
 namespace mp4 {
 
 struct SampleSizeBox final : Mp4FullBox {
-  std::uint32_t sampleSize = 0;   // bytes, the size of every sample; 0: each has its own
-  std::uint32_t sampleCount = 0;  // follows `entrySizes` when there are any
+  std::uint32_t sampleSize = 0;   // bytes, common to all samples; 0: see `entrySizes`
+  std::uint32_t sampleCount = 0;  // follows from `entrySizes` unless that is empty
   std::vector<std::uint32_t> entrySizes;
 
   void fields(Mp4Fields& f) override {

@@ -1,5 +1,5 @@
-// The sample entry of "text" tracks: the text sample description of QuickTime, or, as some writers of MP4
-// files have it, a timed-text sample entry.
+// The sample entry of "text" tracks: a QuickTime text sample description or, as some MP4 writers store it, a
+// timed-text sample entry.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 namespace mp4 {
 
 struct TextSampleEntry final : Mp4Payload {
-  std::optional<TimedTextSampleEntry> timedText;  // held: it stands for all of the following
+  std::optional<TimedTextSampleEntry> timedText;  // if set, it replaces all fields below
   std::uint16_t dataReferenceIndex = 0;
   std::uint32_t displayFlags = 0;
   std::int32_t textJustification = 0;
@@ -20,7 +20,7 @@ struct TextSampleEntry final : Mp4Payload {
   std::uint16_t fontNumber = 0;
   std::uint16_t fontFace = 0;
   std::array<std::uint16_t, 3> foregroundColor = {};  // red, green, blue
-  std::string fontName;                               // its length is stored ahead of it
+  std::string fontName;                               // stored with a length prefix
 
   void fields(Mp4Fields& f) override {
     // The font table is the first child box of a timed-text sample entry.

@@ -1,5 +1,5 @@
-// The text metadata items, whose types are the byte 0xA9 and three letters: QuickTime user data text, or
-// an item under "ilst".
+// The text metadata items, whose types are the byte 0xA9 and three letters: QuickTime user data text, or an
+// item under "ilst".
 #pragma once
 
 #include <optional>
@@ -10,10 +10,10 @@
 namespace mp4 {
 
 struct TextItem final : Mp4Payload {
-  std::optional<ItemDataHeader> data;  // held: the text is the value of a "data" box
+  std::optional<ItemDataHeader> data;  // if set, the text is the value of a "data" box
   std::uint16_t language = 0;          // user data text only
   std::string text;
-  std::vector<std::uint8_t> others;  // user data text in further languages, as stored
+  std::vector<std::uint8_t> others;  // user data text in other languages, as stored
 
   void fields(Mp4Fields& f) override {
     if (f.reading() && ItemDataHeader::follows(f)) data.emplace();

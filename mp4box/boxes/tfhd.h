@@ -15,7 +15,7 @@ struct TrackFragmentHeaderBox final : Mp4FullBox {
   static constexpr std::uint32_t kDefaultBaseIsMoof = 0x020000;
 
   std::uint32_t trackId = 0;
-  // Each stored only when its flag is set.
+  // Each is stored only if its flag is set.
   std::uint64_t baseDataOffset = 0;  // file offset
   std::uint32_t sampleDescriptionIndex = 0;
   std::uint32_t defaultSampleDuration = 0;  // ticks

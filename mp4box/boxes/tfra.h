@@ -9,14 +9,14 @@ struct TrackFragmentRandomAccessBox final : Mp4FullBox {
   struct Entry {
     std::uint64_t time = 0;        // ticks of the media's timescale
     std::uint64_t moofOffset = 0;  // file offset
-    std::uint32_t trafNumber = 0;  // from 1, as the other two
+    std::uint32_t trafNumber = 0;  // from 1, as are the other two
     std::uint32_t trunNumber = 0;
     std::uint32_t sampleNumber = 0;
   };
 
   std::uint32_t trackId = 0;
   std::uint32_t reserved = 0;
-  // Bytes, less 1, of the three numbers of an entry.
+  // Sizes of an entry's three numbers in bytes, minus 1.
   std::uint32_t lengthSizeOfTrafNum = 0;
   std::uint32_t lengthSizeOfTrunNum = 0;
   std::uint32_t lengthSizeOfSampleNum = 0;

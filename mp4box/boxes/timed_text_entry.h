@@ -9,7 +9,7 @@
 namespace mp4 {
 
 struct TimedTextSampleEntry final : Mp4Payload {
-  static constexpr unsigned kBytes = 38;  // up to the child boxes
+  static constexpr unsigned kBytes = 38;  // bytes before the child boxes
 
   std::uint16_t dataReferenceIndex = 0;
   std::uint32_t displayFlags = 0;

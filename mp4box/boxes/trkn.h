@@ -1,4 +1,4 @@
-// "trkn": the place of an item on its medium.
+// "trkn": the position of an item on its medium, such as a track number.
 #pragma once
 
 #include "mp4box/boxes/item_data.h"
@@ -9,8 +9,8 @@ namespace mp4 {
 struct TrackNumberBox final : Mp4Payload {
   ItemDataHeader data;
   std::uint16_t track = 0;
-  std::uint16_t total = 0;            // 0: not told
-  std::vector<std::uint8_t> padding;  // mostly two bytes
+  std::uint16_t total = 0;            // 0: unspecified
+  std::vector<std::uint8_t> padding;  // usually two bytes
 
   void fields(Mp4Fields& f) override {
     data.fields(f);

@@ -17,7 +17,7 @@ class TrackRunBox final : public Mp4FullBox {
   static constexpr std::uint32_t kSampleFlags = 0x000400;
   static constexpr std::uint32_t kCompositionOffset = 0x000800;
 
-  // The per-sample values; those that the flags leave out are 0.
+  // The per-sample values; 0 if the flags omit them.
   struct Sample {
     std::uint32_t duration = 0;  // ticks
     std::uint32_t size = 0;      // bytes
@@ -25,11 +25,11 @@ class TrackRunBox final : public Mp4FullBox {
     std::int64_t compositionOffset = 0;  // ticks, 32 bits: unsigned in version 0, signed in version 1
   };
 
-  // To be set directly only in a run without per-sample values, which may count any number of samples;
-  // otherwise the operations below keep it.
+  // Set directly only in a run without per-sample values, which may have any number of samples; otherwise the
+  // operations below maintain it.
   std::uint32_t sampleCount = 0;
-  std::int32_t dataOffset = 0;         // bytes from the base of the track fragment; only when flagged
-  std::uint32_t firstSampleFlags = 0;  // only when flagged
+  std::int32_t dataOffset = 0;         // bytes, relative to the base of the track fragment; only if flagged
+  std::uint32_t firstSampleFlags = 0;  // only if flagged
 
   bool hasDataOffset() const { return flags & kDataOffset; }
   bool hasFirstSampleFlags() const { return flags & kFirstSampleFlags; }
@@ -38,7 +38,7 @@ class TrackRunBox final : public Mp4FullBox {
   bool hasFlags() const { return flags & kSampleFlags; }
   bool hasCompositionOffset() const { return flags & kCompositionOffset; }
 
-  // The values of sample `i` (below `sampleCount`); each needs its flag.
+  // The values of sample `i` (less than `sampleCount`); each requires its flag.
   std::uint32_t duration(std::size_t i) const { return value(i, kSampleDuration); }
   std::uint32_t size(std::size_t i) const { return value(i, kSampleSize); }
   std::uint32_t sampleFlags(std::size_t i) const { return value(i, kSampleFlags); }
@@ -55,7 +55,7 @@ class TrackRunBox final : public Mp4FullBox {
     return sample;
   }
 
-  // Building a run: set `flags` first. Only flagged values are kept.
+  // Building a run: set `flags` first. Only flagged values are stored.
   void setSample(std::size_t i, const Sample& sample) {
     if (hasDuration()) value(i, kSampleDuration) = sample.duration;
     if (hasSize()) value(i, kSampleSize) = sample.size;
@@ -67,12 +67,12 @@ class TrackRunBox final : public Mp4FullBox {
     resize(sampleCount + 1);
     setSample(sampleCount - 1, sample);
   }
-  // Cuts the run, or lengthens it by samples of all zero values.
+  // Truncates the run, or appends samples whose values are all zero.
   void resize(std::uint32_t count) {
     values_.resize(std::size_t{count} * stride());
     sampleCount = count;
   }
-  // Removes the first `count` samples.
+  // Removes the first `count` samples of the run.
   void dropFirst(std::uint32_t count) {
     count = std::min(count, sampleCount);
     values_.erase(values_.begin(),
@@ -87,7 +87,7 @@ class TrackRunBox final : public Mp4FullBox {
     if (hasFirstSampleFlags()) f.hex("first_sample_flags", firstSampleFlags, 4);
     if (stride() == 0) return;
     f.words("samples", values_, std::uint64_t{sampleCount} * stride());
-    // No more samples than the box holds whole.
+    // Limited to the samples that are complete in the box.
     if (f.reading()) resize(static_cast<std::uint32_t>(values_.size() / stride()));
   }
 
@@ -95,16 +95,16 @@ class TrackRunBox final : public Mp4FullBox {
   static constexpr std::uint32_t kPerSample =
       kSampleDuration | kSampleSize | kSampleFlags | kCompositionOffset;
 
-  // Values a sample.
+  // Number of values per sample.
   unsigned stride() const { return static_cast<unsigned>(std::popcount(flags & kPerSample)); }
-  // Where the value with this flag stands in a sample: behind those of the lower flags.
+  // Index of the value with this flag in sample `i`: after those of the lower flags.
   std::size_t place(std::size_t i, std::uint32_t flag) const {
     return i * stride() + static_cast<std::size_t>(std::popcount(flags & kPerSample & (flag - 1)));
   }
   std::uint32_t value(std::size_t i, std::uint32_t flag) const { return values_[place(i, flag)]; }
   std::uint32_t& value(std::size_t i, std::uint32_t flag) { return values_[place(i, flag)]; }
 
-  // The flagged values of one sample after the other, as in the file.
+  // The flagged values, sample by sample, as in the file.
   std::vector<std::uint32_t> values_;
 };
 

@@ -1,4 +1,4 @@
-// The visual sample entry (ISO/IEC 14496-12, 12.1.3). What configures its codec are child boxes.
+// The visual sample entry (ISO/IEC 14496-12, 12.1.3). The codec configuration is in child boxes.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@ namespace mp4 {
 
 struct VisualSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
-  // QuickTime's fields where ISO/IEC 14496-12 reserves 16 bytes.
+  // QuickTime fields; reserved (16 bytes) in ISO/IEC 14496-12.
   std::uint16_t version = 0;
   std::uint16_t revisionLevel = 0;
   std::uint32_t vendor = 0;
@@ -17,13 +17,13 @@ struct VisualSampleEntry final : Mp4Payload {
   std::uint32_t spatialQuality = 0;
   std::uint16_t width = 0;                           // pixels
   std::uint16_t height = 0;                          // pixels
-  std::uint32_t horizResolution = 0;                 // 16.16 pixels an inch
-  std::uint32_t vertResolution = 0;                  // 16.16 pixels an inch
+  std::uint32_t horizResolution = 0;                 // 16.16 pixels per inch
+  std::uint32_t vertResolution = 0;                  // 16.16 pixels per inch
   std::uint32_t dataSize = 0;                        // reserved
-  std::uint16_t frameCount = 0;                      // frames a sample
-  std::array<std::uint8_t, 32> compressorName = {};  // its length, then so many characters
+  std::uint16_t frameCount = 0;                      // frames per sample
+  std::array<std::uint8_t, 32> compressorName = {};  // length, then characters
   std::uint16_t depth = 0;
-  std::int16_t preDefined = 0;  // -1; QuickTime: the colour table
+  std::int16_t preDefined = 0;  // -1; QuickTime: colour table
 
   void fields(Mp4Fields& f) override {
     f.reserved(6);

@@ -28,7 +28,7 @@ int repeated(Call call) {
 
 bool DiskFile::open(const std::string& path) {
   close();
-  // Waiting for the other end of a pipe that carries the file's name would hang.
+  // Waiting for the other end of a pipe of this name would hang.
   file_ = repeated([&] { return ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); });
   return file_ != kNone;
 }
@@ -53,7 +53,7 @@ void DiskFile::close() {
 bool syncName(const std::string& path) {
   const int folder = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder < 0) return false;
-  // File systems that answer EINVAL keep no names in memory.
+  // File systems that return EINVAL do not cache directory entries.
   const bool isSynced = repeated([folder] { return fsync(folder); }) == 0 || errno == EINVAL;
   const int error = errno;
   ::close(folder);

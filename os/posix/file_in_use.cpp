@@ -8,7 +8,7 @@
 
 namespace os {
 
-// A read lease is given only while nobody has the file open for writing.
+// A read lease is granted only while the file is not open for writing.
 bool isBeingWritten(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) return false;

@@ -17,8 +17,8 @@ namespace os {
 
 namespace {
 
-// A new file beside the one it is to replace, of a name that no other process or thread uses. Gone again
-// unless it was moved there.
+// A temporary file next to the one it replaces, with a name unique across processes and threads. Deleted
+// unless it was moved into place.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::string& target) {
@@ -58,14 +58,15 @@ class TemporaryFile {
     return true;
   }
 
-  // The permissions of the file it replaces, where there is one.
+  // Keeps the permissions of the file it replaces, if there is one.
   bool takePermissions(const std::string& target) {
     struct stat status = {};
     if (stat(target.c_str(), &status) != 0) return errno == ENOENT;
     return fchmod(descriptor_, status.st_mode & 07777) == 0;
   }
 
-  // Its bytes first: a name that reached the disk before them would name nothing after a power cut.
+  // Flush the bytes first: if the name reached the disk before them, a power failure would leave an
+  // incomplete file.
   bool moveTo(const std::string& target) {
     isMoved_ = fsync(descriptor_) == 0 && rename(path_.c_str(), target.c_str()) == 0;
     return isMoved_;
@@ -77,7 +78,7 @@ class TemporaryFile {
   bool isMoved_ = false;
 };
 
-// The file that a chain of links leads to, so that the file is replaced and the links stay.
+// Resolves a chain of symbolic links, so that the target is replaced and the links stay.
 std::string resolved(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
   return real == nullptr ? path : std::string(real.get());

@@ -41,7 +41,7 @@ void DiskFile::close() {
   file_ = kNone;
 }
 
-// The names of a folder are in the file system's journal, before what is written to their files.
+// The file system journals directory entries before the data written to their files.
 bool syncName(const std::string& /*path*/) {
   return true;
 }

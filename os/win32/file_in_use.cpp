@@ -6,7 +6,7 @@
 
 namespace os {
 
-// Opening that shares the file with readers alone fails while somebody has it open for writing.
+// An open that shares the file for reading only fails while any process has it open for writing.
 bool isBeingWritten(const std::string& path) {
   const std::wstring native = nativePath(path.c_str());
   const HANDLE file =

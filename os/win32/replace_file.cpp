@@ -13,13 +13,12 @@ namespace os {
 
 namespace {
 
-// How long a reader that holds the old file is waited for. Readers open it, read it and close it: it is a
-// matter of milliseconds.
+// How long to wait for a reader that holds the old file. Readers open, read and close it within milliseconds.
 constexpr ULONGLONG kLongestWait = 2000;  // milliseconds
 constexpr DWORD kWaitStep = 10;
 
-// A new file beside the one it is to replace, of a name that no other process or thread uses. Gone again
-// unless it was moved there.
+// A temporary file next to the one it replaces, with a name unique across processes and threads. Deleted
+// unless it was moved into place.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::wstring& target) {
@@ -61,8 +60,8 @@ class TemporaryFile {
     return true;
   }
 
-  // Its bytes first: a name that reached the disk before them would name nothing after a power cut. Waits,
-  // not for ever, for a reader that holds the target.
+  // Flush the bytes first: if the name reached the disk before them, a power failure would leave an
+  // incomplete file. Waits for a limited time for a reader that holds the target.
   bool moveTo(const std::wstring& target, DWORD flags) {
     if (!FlushFileBuffers(handle_)) return false;
     isOpen_ = false;
@@ -93,7 +92,7 @@ class TemporaryFile {
   bool isMoved_ = false;
 };
 
-// The file that a chain of links leads to, so that the file is replaced and the links stay.
+// Resolves a chain of symbolic links, so that the target is replaced and the links stay.
 std::wstring resolved(const std::wstring& path) {
   const HANDLE file = CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                   nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);

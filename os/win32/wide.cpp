@@ -12,7 +12,7 @@ constexpr std::wstring_view kShare = L"\\\\";
 std::wstring fullPath(const std::wstring& path) {
   std::wstring full(MAX_PATH, L'\0');
   for (;;) {
-    // Without the terminating zero when it fits, with it when it does not.
+    // The length excludes the terminating zero if it fits, and includes it otherwise.
     const DWORD length =
         GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
     const bool fits = length < full.size();

@@ -1,4 +1,4 @@
-// Names as the rest of the code knows them, UTF-8, and as Windows takes them.
+// Converts names between the UTF-8 of the rest of the code and the form that Windows expects.
 #pragma once
 
 #include <string>
@@ -6,14 +6,14 @@
 
 namespace os {
 
-// UTF-16 of a UTF-8 text; empty for text that is no UTF-8 (the system's last error is then set).
+// Converts UTF-8 to UTF-16; empty if the text is not valid UTF-8 (the system's last error is then set).
 std::wstring wide(std::string_view text);
 
-// UTF-8 of a UTF-16 text.
+// Converts UTF-16 to UTF-8.
 std::string narrow(std::wstring_view text);
 
-// A name in the form that Windows takes at any length: absolute, and with the prefix that lifts the limit of
-// MAX_PATH where it is that long. Empty on failure (the system's last error is then set).
+// A name in the form that Windows accepts at any length: absolute, and with the prefix that lifts the limit
+// of MAX_PATH if it is that long. Empty on failure (the system's last error is then set).
 std::wstring nativePath(const char* path);
 
 }  // namespace os

@@ -10,7 +10,7 @@ void AudioClock::pass(std::uint32_t ticks) {
 }
 
 void AudioClock::pass(std::uint32_t ticks, std::uint32_t count) {
-  // Durations that are exactly what is decoded change nothing between the two.
+  // Stated durations equal to the decoded duration leave the difference unchanged.
   if (std::uint64_t{ticks} * sampleRate_ == std::uint64_t{unitFrames_} * timescale_) {
     ticks_ = addSaturated(ticks_, std::uint64_t{ticks} * count);
     position_ = addSaturated(position_, std::uint64_t{unitFrames_} * count);
@@ -75,7 +75,7 @@ bool AudioTimeline::find(FragmentIndex& index, std::uint64_t position, AudioUnit
     const auto found = lastBefore(index, *behind, [position](const AudioUnit& candidate) {
       return candidate.clock.position() > position;
     });
-    if (!found) continue;  // a fragment of runs without units
+    if (!found) continue;  // a fragment whose runs have no access units
     unit = *found;
     return true;
   }
@@ -90,7 +90,7 @@ bool AudioTimeline::at(FragmentIndex& index, std::uint64_t number, AudioUnit& un
     --behind;
     const auto found = lastBefore(index, *behind,
                                   [number](const AudioUnit& candidate) { return candidate.number > number; });
-    if (!found) continue;  // a fragment of runs without units
+    if (!found) continue;  // a fragment whose runs have no access units
     unit = *found;
     return unit.number == number;
   }

@@ -1,4 +1,4 @@
-// Where each access unit of an audio track plays, in sample frames.
+// The presentation times of an audio track's access units, in PCM frames.
 #pragma once
 
 #include <cstdint>
@@ -7,30 +7,31 @@
 
 #include "streaming/index/fragment_index.h"
 
-// The running place of the next access unit. Units decode to a fixed number of sample frames and follow on
-// from each other; where the durations that the track states run ahead of that by half a unit or more there
-// is a gap, and the next unit stands where the durations put it. Smaller differences are rounding.
+// Tracks the start of the next access unit, in PCM frames. Access units decode to a fixed number of PCM
+// frames and follow each other without gaps. If the durations stated by the track get ahead of this by half
+// an access unit or more there is a gap, and the next access unit starts where the stated durations place it.
+// Smaller differences are rounding.
 class AudioClock {
  public:
   AudioClock() = default;
-  // `unitFrames`: sample frames that a unit decodes to.
+  // `unitFrames`: PCM frames per decoded access unit.
   AudioClock(std::uint32_t timescale, std::uint32_t sampleRate, std::uint32_t unitFrames)
       : timescale_(timescale), sampleRate_(sampleRate), unitFrames_(unitFrames) {}
 
-  // The place of the next unit.
+  // Start of the next access unit, PCM frames.
   std::uint64_t position() const { return position_; }
-  // Passes a unit of `ticks` stated duration.
+  // Advances past an access unit with a stated duration of `ticks`.
   void pass(std::uint32_t ticks);
-  // Passes `count` units of the same duration.
+  // Advances past `count` access units of the same duration.
   void pass(std::uint32_t ticks, std::uint32_t count);
-  // A stated duration in sample frames.
+  // Converts a stated duration to PCM frames.
   std::uint64_t frames(std::uint64_t ticks) const { return scaleExactly(ticks, sampleRate_, timescale_); }
 
  private:
   std::uint32_t timescale_ = 0;
   std::uint32_t sampleRate_ = 0;
   std::uint32_t unitFrames_ = 0;
-  std::uint64_t ticks_ = 0;  // stated durations so far, added up
+  std::uint64_t ticks_ = 0;  // sum of the stated durations so far
   std::uint64_t position_ = 0;
 };
 
@@ -39,39 +40,40 @@ struct AudioUnit {
   std::uint32_t fragmentIndex = 0;
   std::uint32_t trunIndex = 0;
   std::uint32_t sampleIndex = 0;
-  std::uint64_t number = 0;  // counted from the track's first
-  AudioClock clock;          // at the unit
+  std::uint64_t number = 0;  // index in the track, from 0
+  AudioClock clock;          // clock at the start of the access unit
 };
 
-// The places of all units of one track, kept as the clock at the start of each fragment.
+// The start of every access unit of one track, stored as the clock at the start of each fragment.
 class AudioTimeline {
  public:
-  // Goes once over the track's runs; a track that claims more units than its file has bytes ends there.
-  // `start`: the clock ahead of the first unit.
+  // Walks the track's runs once. The timeline ends early if the track claims more access units than the file
+  // has bytes. `start`: the clock before the first access unit.
   AudioTimeline(FragmentIndex& index, const IndexedTrack& track, const AudioClock& start);
 
-  // The last unit that stands at or before `position`. Returns false for a track without units.
+  // Finds the last access unit that starts at or before `position`. Returns false if the track has none.
   bool find(FragmentIndex& index, std::uint64_t position, AudioUnit& unit) const;
-  // The unit of a number. Returns false behind the track's last.
+  // Finds the access unit with this number. Returns false past the end of the track.
   bool at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const;
-  // Stated durations of the whole track, in sample frames.
+  // Sum of the stated durations of the track, PCM frames.
   std::uint64_t length() const { return length_; }
-  // Units of the whole track.
+  // Number of access units in the track.
   std::uint64_t units() const { return units_; }
 
  private:
   struct FragmentStart {
     std::uint32_t fragmentIndex;
-    std::uint64_t number;  // of its first unit
+    std::uint64_t number;  // number of its first access unit
     AudioClock clock;
   };
 
-  // The last unit of a fragment ahead of the one that `stop(unit)` is true for; none when it is the first.
+  // The last access unit of a fragment before the one for which `stop(unit)` is true; none if that is the
+  // first.
   template <class Stop>
   std::optional<AudioUnit> lastBefore(FragmentIndex& index, const FragmentStart& from, Stop stop) const;
 
   IndexedTrack track_;
-  std::vector<FragmentStart> fragments_;  // those that carry units
+  std::vector<FragmentStart> fragments_;  // fragments with access units
   std::uint64_t length_ = 0;
   std::uint64_t units_ = 0;
 };

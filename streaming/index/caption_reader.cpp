@@ -17,16 +17,16 @@ int fail() {
   return -1;
 }
 
-// The place of the current sample's bytes, counted from the current run's first byte.
+// Offset of the current sample's bytes, relative to the first byte of the current run.
 //
-// Intended: the place inside the run is not added, and runs after the first are taken from behind as many
-// bytes as lie between their data and the data of the run before.
+// Intended: the offset inside the run is not added, and for runs after the first the distance from the data
+// of the previous run is added.
 std::int64_t placeInData(const TrackCursor& cursor) {
   if (cursor.trunIndex == 0) return 0;
   return std::int64_t{cursor.run().dataOffset} - cursor.truns[cursor.trunIndex - 1]->dataOffset;
 }
 
-// Takes the current sample's bytes into the buffer, without the header of a "cdat" box around them.
+// Reads the current sample into the buffer, without the header of an enclosing "cdat" box.
 int takeSample(FragmentIndex& index, Cc608Reader& reader) {
   TrackCursor& cursor = reader.cursor;
   reader.forget();
@@ -57,8 +57,8 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
   return 0;
 }
 
-// Moves on to the next sample: of this run, of the next, or of the next fragment whose captions last at least
-// a frame. `start` receives the frame at which it plays. Returns 0 or -1.
+// Moves to the next sample: in this run, in the next run, or in the next fragment whose captions last at
+// least one frame. `start` receives its presentation time in frames. Returns 0 or -1.
 int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& start) {
   TrackCursor& cursor = reader.cursor;
   start = cursor.position + framesOf(cursor.sampleDuration(), cursor.timescale, index.frameRate());

@@ -1,14 +1,14 @@
-// A set of bytes of a file, as ranges.
+// A set of byte ranges of a file.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <map>
 
-// Ranges that touch or overlap become one.
+// Ranges that touch or overlap are merged.
 class FileRanges {
  public:
-  // The end of the range that holds `offset`; `offset` itself when none does.
+  // The end of the range that contains `offset`; `offset` itself if there is none.
   std::uint64_t endOf(std::uint64_t offset) const {
     const auto behind = ranges_.upper_bound(offset);
     return behind == ranges_.begin() ? offset : std::max(offset, std::prev(behind)->second);
@@ -26,5 +26,5 @@ class FileRanges {
   }
 
  private:
-  std::map<std::uint64_t, std::uint64_t> ranges_;  // start, end
+  std::map<std::uint64_t, std::uint64_t> ranges_;  // start to end
 };

@@ -41,7 +41,7 @@ int FragmentIndex::AddFragment(Mp4Box* moof) {
   return 0;
 }
 
-// The box behind the `moof` is its media data. Where the tree is read up to here, reading it on gives both.
+// The box after the `moof` is its media data. If the tree ends here, reading the next box provides both.
 void FragmentIndex::locateMediaData(FragmentEntry& entry) {
   const std::uint64_t end = entry.moof->end();
   entry.mdatOffset = end;
@@ -116,12 +116,12 @@ Mp4Box* FragmentIndex::boxAt(std::uint64_t offset) {
   return (ownBoxes_[offset] = std::move(box)).get();
 }
 
-// `readable` tells whether a box could be read at `start`. Returns false when memory is short.
+// `readable` receives whether a box could be read at `start`. Returns false if memory is short.
 bool FragmentIndex::addFragmentsInRange(std::uint64_t start, std::uint64_t end, bool& readable) {
   readable = true;
   std::uint64_t position = start;
   while (position < end) {
-    // Several indexes of one file (one a track) lead to the same fragments: what has been walked is passed.
+    // Several indexes of one file (one per track) refer to the same fragments: skip those already walked.
     if (const std::uint64_t walked = walked_.endOf(position); walked > position) {
       position = walked;
       continue;
@@ -169,7 +169,7 @@ int FragmentIndex::Build() {
   return 0;
 }
 
-// The top-level box behind another, read from the file when the tree does not reach that far.
+// The top-level box after `box`, read from the file if it is not in the tree yet.
 Mp4Box* FragmentIndex::nextTopLevel(const Mp4Box* box) {
   if (!box->next) Mp4ReadNextBox(stream_, root_);
   return box->next;
@@ -182,7 +182,7 @@ void FragmentIndex::settle() {
   if (!std::is_sorted(entries_.begin(), entries_.end(), byNumber)) {
     std::stable_sort(entries_.begin(), entries_.end(), byNumber);
   }
-  // Of entries with the same number the last one added stays.
+  // Of entries with the same number, the last one added is kept.
   const auto sameNumber = [](const Slot& a, const Slot& b) { return a.sequence == b.sequence; };
   entries_.erase(entries_.begin(), std::unique(entries_.rbegin(), entries_.rend(), sameNumber).base());
   reachable_ = slotAtOrAfter(fragmentCount_);
@@ -201,7 +201,7 @@ void FragmentIndex::settle() {
   }
 }
 
-// The first slot whose fragment index is `fragmentIndex` or more.
+// The first slot whose fragment index is at least `fragmentIndex`.
 std::size_t FragmentIndex::slotAtOrAfter(std::uint32_t fragmentIndex) const {
   const auto found =
       std::lower_bound(entries_.begin(), entries_.end(), fragmentIndex,

@@ -11,7 +11,7 @@ bool isKey(const TrackCursor& cursor, std::uint32_t sample) {
   return SampleKeyFlag(SampleFlags(cursor.run(), sample, cursor.defaults)) == kKey;
 }
 
-// Whether a run's samples after the first all have the same flags.
+// Whether all samples of a run after the first have the same flags.
 bool sameFlagsAfterFirst(const mp4::TrackRunBox& run) {
   return !run.hasFlags();
 }
@@ -26,7 +26,7 @@ bool keyAtOrBefore(const TrackCursor& cursor, std::uint32_t& sample) {
   return true;
 }
 
-// The first key sample of the current run at or after `sample`, likewise.
+// The first key sample of the current run at or after `sample`. Returns whether there is one.
 bool keyAtOrAfter(const TrackCursor& cursor, std::uint32_t& sample) {
   const std::uint32_t count = cursor.run().sampleCount;
   if (sample > 0 && sameFlagsAfterFirst(cursor.run()) && !isKey(cursor, sample)) return false;
@@ -42,8 +42,8 @@ std::uint32_t fail() {
   return kNoKeyFrame;
 }
 
-// Steps back to the last sample of the run before the current one, over fragments that do not carry the
-// track. Returns 1, 0 when there is no run before, -1 when a fragment fails to load.
+// Moves back to the last sample of the previous run, skipping fragments without the track. Returns 1, 0 if
+// there is no previous run, -1 if a fragment fails to load.
 int stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
   std::uint32_t run = cursor.trunIndex;
   std::uint32_t fragment = cursor.fragmentIndex;
@@ -71,7 +71,7 @@ std::uint32_t SampleKeyFlag(std::uint32_t flags) {
 
 std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
   if (SeekVideoFrame(index, frame, false, cursor) < 0) return kNoKeyFrame;
-  std::uint64_t runStart = frame - cursor.sampleIndex;  // the run's first frame
+  std::uint64_t runStart = frame - cursor.sampleIndex;  // first frame of the run
   std::uint32_t sample = cursor.sampleIndex;
   while (!keyAtOrBefore(cursor, sample)) {
     const int step = stepToRunBefore(index, cursor);

@@ -1,11 +1,11 @@
-// The texts that the fragment index reports, and how it reports them.
+// The message texts of the fragment index, and how they are reported.
 #pragma once
 
 #include "vlutil.h"
 
 namespace messages {
 
-// Reported as errors. The track words are mixed up in places, and on purpose: hosts know these texts.
+// Reported as errors. Some name the wrong track, deliberately: hosts rely on these texts.
 inline constexpr char kNoVideoChunk[] = "Unable to find correct video chunk for this frame";
 inline constexpr char kNoAudioChunk[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNoCaptionChunk[] = "Unable to find correct cc chunk for this frame";

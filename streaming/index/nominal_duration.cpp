@@ -4,13 +4,13 @@
 
 namespace {
 
-// Fragments are looked at until they hold so many samples.
+// Fragments are examined until they contain this many samples.
 constexpr std::uint64_t kEnoughSamples = 24;
 
-// And no further than this many fragments that carry the track: samples of no duration never get enough.
+// Limit on the fragments with the track: samples without duration never reach the count above.
 constexpr std::uint32_t kMostFragments = 64;
 
-// A fragment may claim millions of samples, each of its own duration: as many as these tell for all.
+// A fragment may claim millions of samples with individual durations: this many are representative.
 constexpr std::uint64_t kMostSamplesCounted = 1 << 16;
 
 }  // namespace

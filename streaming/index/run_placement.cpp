@@ -6,31 +6,31 @@ constexpr std::uint32_t kTraf = Mp4FourCc("traf");
 
 using Header = mp4::TrackFragmentHeaderBox;
 
-// A file offset moved by a signed distance. Negative results are no place: all ones.
+// A file offset plus a signed distance; all ones if the result would be negative.
 std::uint64_t moved(std::uint64_t base, std::int32_t distance) {
   if (distance >= 0) return addSaturated(base, static_cast<std::uint64_t>(distance));
   const auto back = static_cast<std::uint64_t>(-static_cast<std::int64_t>(distance));
   return base >= back ? base - back : ~std::uint64_t{0};
 }
 
-// Places the runs of one movie fragment one after the other, in file order.
+// Computes the offsets of the runs of one movie fragment, in file order.
 class RunPlacer {
  public:
   RunPlacer(FragmentIndex& index, const FragmentEntry& entry) : index_(index), entry_(entry) {}
 
-  // The runs placed from here on are of the track fragment that `tfhd` heads.
+  // Starts a track fragment: the following runs belong to that of `tfhd`.
   void begin(const Header& tfhd) {
     if (tfhd.flags & Header::kBaseDataOffset) {
       dataEnd_ = tfhd.baseDataOffset;
       hasData_ = true;
     }
-    // Without a base of its own it has the end of the data ahead of it; where there are none, the `moof`.
+    // Without an explicit base it is the end of the preceding data, or the `moof` if there are none.
     fromMoof_ = (tfhd.flags & Header::kBaseDataOffset) == 0 &&
                 ((tfhd.flags & Header::kDefaultBaseIsMoof) != 0 || !hasData_);
     base_ = dataEnd_;
   }
 
-  // Returns where `run` starts.
+  // Returns the file offset of `run`.
   std::uint64_t place(const mp4::TrackRunBox& run, const SampleDefaults& defaults) {
     const std::uint64_t start = run.hasDataOffset() ? offsetFromBase(run.dataOffset)
                                 : hasData_          ? dataEnd_
@@ -41,7 +41,7 @@ class RunPlacer {
   }
 
  private:
-  // Intended: an offset from the `moof` that does not reach past it counts from the box that follows it.
+  // Intended: an offset from the `moof` that does not reach past it is relative to the box that follows it.
   std::uint64_t offsetFromBase(std::int32_t offset) const {
     if (!fromMoof_) return moved(base_, offset);
     const bool past = offset > 0 && static_cast<std::uint64_t>(offset) > entry_.moof->size;
@@ -50,20 +50,20 @@ class RunPlacer {
 
   FragmentIndex& index_;
   const FragmentEntry& entry_;
-  bool fromMoof_ = true;       // whether data offsets count from the `moof`
-  std::uint64_t base_ = 0;     // otherwise what they count from
-  bool hasData_ = false;       // whether anything tells where the next data follow on
-  std::uint64_t dataEnd_ = 0;  // there
+  bool fromMoof_ = true;       // whether data offsets are relative to the `moof`
+  std::uint64_t base_ = 0;     // otherwise the base that they are relative to, file offset
+  bool hasData_ = false;       // whether the end of the preceding data is known
+  std::uint64_t dataEnd_ = 0;  // file offset, end of the preceding data
 };
 
-// Whether nothing in the fragment itself tells where its data are.
+// Whether the position of the data depends on the preceding track fragments.
 bool followsOn(const TrackFragment& fragment) {
   if (fragment.tfhd->flags & Header::kBaseDataOffset) return false;
   if (!(fragment.tfhd->flags & Header::kDefaultBaseIsMoof)) return true;
   return !fragment.truns.empty() && !fragment.truns.front()->hasDataOffset();
 }
 
-// Places the runs of all track fragments ahead of `fragment`, whatever their tracks.
+// Places the runs of all track fragments before `fragment`, of whatever track.
 void placeRunsAhead(FragmentIndex& index, const FragmentEntry& entry, const TrackFragment& fragment,
                     RunPlacer& placer) {
   for (Mp4Box* traf = entry.moof->first; traf != fragment.traf; traf = traf->next) {

@@ -9,15 +9,16 @@ int fail(const char* text) {
   return -1;
 }
 
-// Where a target lies: a fragment's run, and the sample in it.
+// The run of a fragment that contains the target, and the sample in it.
 struct Target {
   std::uint32_t trunIndex = 0;
   SamplePosition sample;
   bool found = false;
 };
 
-// Finds a target among the runs of the loaded fragment, `offset` counting from the fragment's start.
-// `lengthOf(run)` is what a run carries, `positionIn(run, rest)` finds the rest in the run that holds it.
+// Finds a target in the runs of the loaded fragment; `offset` is relative to the start of the fragment.
+// `lengthOf(run)` returns the length of a run, `positionIn(run, rest)` the sample at `rest` in the run that
+// contains it.
 template <class LengthOf, class PositionIn>
 Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf lengthOf, PositionIn positionIn) {
   Target target;
@@ -36,7 +37,7 @@ Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf leng
   return target;
 }
 
-// The shared pattern: find the fragment, load its runs, find the sample, load for reading.
+// Common steps: find the fragment, load its runs, find the sample, load for reading.
 template <class LengthOf, class PositionIn>
 int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, bool loadData, TrackCursor& cursor,
               const char* firstFailure, const char* secondFailure, LengthOf lengthOf, PositionIn positionIn) {
@@ -52,7 +53,7 @@ int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, bool l
   return 0;
 }
 
-// Tracks of one sample a frame.
+// Tracks with one sample per frame.
 int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, bool loadData, TrackCursor& cursor,
               const char* firstFailure) {
   return seekTrack(
@@ -92,7 +93,7 @@ int SeekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, Tr
         return CaptionFramesOf(run, cursor.defaults, cursor.timescale, rate);
       },
       [&cursor, &rate](const mp4::TrackRunBox& run, std::uint64_t rest) {
-        // Durations that are no whole frames add up to less than their run: its last sample takes the rest.
+        // Truncated sample durations add up to less than their run: its last sample takes the rest.
         SamplePosition position;
         const std::uint32_t last = run.sampleCount - 1;
         if (!run.hasDuration()) {

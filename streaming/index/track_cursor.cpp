@@ -9,9 +9,9 @@
 
 namespace {
 
-// Enough to make small samples cheap, little enough to stay in the processor's cache.
+// Large enough to make small samples cheap, small enough to stay in the processor's cache.
 constexpr std::size_t kWindowBytes = 256 * 1024;
-// Samples from this size on go straight to their destination.
+// Samples of at least this size are read directly to their destination.
 constexpr std::uint64_t kDirectBytes = 16 * 1024;
 
 }  // namespace
@@ -57,7 +57,7 @@ int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_
   }
 
   if (!sameFragment) {
-    // Nothing stays of the former fragment, should memory end here.
+    // Keep nothing of the previous fragment in case memory runs out here.
     cursor.truns.clear();
     TrackFragment fragment = ReadTrackFragment(entry->moof, cursor.trackId);
     cursor.tfhd = fragment.tfhd;

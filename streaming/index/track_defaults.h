@@ -1,4 +1,4 @@
-// The values that a movie sets for the samples of its tracks' fragments ("trex").
+// The movie's default values for the samples of track fragments ("trex").
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 #include "mp4box/box.h"
 #include "mp4box/boxes/trex.h"
 
-// By track ID. The boxes belong to the tree.
+// By track ID. The boxes are owned by the tree.
 using TrackDefaults = std::map<std::uint32_t, const mp4::TrackExtendsBox*>;
 
-// Those of a "moov", the first of each track counting; none for null.
+// The defaults in a "moov", the first per track; empty for null.
 TrackDefaults ReadTrackDefaults(Mp4Box* movie);

@@ -9,13 +9,13 @@ constexpr std::uint32_t kTfhd = Mp4FourCc("tfhd");
 constexpr std::uint32_t kTfdt = Mp4FourCc("tfdt");
 constexpr std::uint32_t kTrun = Mp4FourCc("trun");
 
-// The `tfhd` by which `traf` belongs to the track, or null.
+// The `tfhd` that assigns `traf` to the track, or null.
 const Mp4Box* acceptingHeader(const Mp4Box* traf, std::uint32_t trackId) {
   for (const Mp4Box* child = traf->first; child; child = child->next) {
     if (child->type != kTfhd) continue;
     const auto* header = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(child);
     if (!header) return nullptr;
-    // Intended: nothing follows that could tell tracks apart, so the header is taken for any track.
+    // Intended: nothing follows that could distinguish tracks, so the header is accepted for any track.
     if (!child->next) return child;
     if (header->trackId == trackId) return child;
   }

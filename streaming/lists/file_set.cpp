@@ -8,7 +8,7 @@
 
 namespace {
 
-// The name split for finding its neighbours.
+// The file name, split to find related files.
 struct BaseName {
   char drive[VL_MAX_PATH];
   char directory[VL_MAX_PATH];
@@ -16,7 +16,7 @@ struct BaseName {
 
   explicit BaseName(const char* name) { vlOSSplitPath(name, drive, directory, file, nullptr); }
 
-  // The first existing file of this base name among the extensions; empty when there is none.
+  // The first existing file of this base name among the extensions; empty if there is none.
   std::string firstExisting(std::initializer_list<const char*> extensions) const {
     for (const char* extension : extensions) {
       char path[VL_MAX_PATH];
@@ -29,7 +29,7 @@ struct BaseName {
   }
 };
 
-// The file that a manifest's reference leads to. Manifests that hold the bare name are understood too.
+// The file that a manifest refers to. Unencoded names in manifests are accepted too.
 std::string mediaBeside(const std::string& folder, const std::string& reference) {
   const std::string path = folder + NameOfUri(reference), bare = folder + reference;
   return vlOSFileExists(bare.c_str()) && !vlOSFileExists(path.c_str()) ? bare : path;

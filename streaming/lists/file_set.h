@@ -1,4 +1,4 @@
-// Which files belong to the name that a host opens.
+// The files that belong to the name that a host opens.
 #pragma once
 
 #include <optional>
@@ -6,18 +6,18 @@
 
 #include "streaming/lists/manifest_reader.h"
 
-// The files of one presentation; an empty path means that the file is absent.
+// The files of one presentation; the path of an absent file is empty.
 struct FileSet {
   std::string video;
   std::string audio;
   std::string manifest;
 };
 
-// Finds them by name: a manifest's media are looked for beside it, a media file's manifest likewise. Kinds
-// are told by substrings of the whole name, case counting: a.mp4.bak is a video file. `audioOnly` takes the
-// name for the audio file.
+// Finds them by name: the media files next to a manifest, and the manifest next to a media file. Kinds are
+// recognised by case-sensitive substrings of the full name: a.mp4.bak is a video file. `audioOnly` treats the
+// name as the audio file.
 FileSet FindFileSet(const char* name, bool audioOnly);
 
-// Reads the set's manifest, and lets the media it names replace those found by name. None when there is no
-// manifest or it says nothing; the media files then stand alone.
+// Reads the manifest of the set; the media files that it refers to replace those found by name. Returns
+// nullopt if there is no manifest or it contains nothing usable; the media files are then used on their own.
 std::optional<Manifest> LoadManifest(FileSet& files);

@@ -8,23 +8,23 @@
 
 namespace {
 
-// No element of a manifest has as many attributes as this. The parser compares each with all before it.
+// Elements of manifests have fewer attributes than this. The parser compares each with all previous ones.
 constexpr unsigned kMaxAttributes = 256;
 
-// What is markup but no element, by how it starts and ends; the first match counts.
+// Markup other than elements, by start and end; the first match applies.
 struct Markup {
   std::string_view start, end;
 };
 constexpr Markup kNoElements[] = {{"<?", "?>"}, {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<!", ">"}};
 
-// The offset behind the next `mark` at or behind `offset`, or npos.
+// The offset after the next `mark` at or after `offset`, or npos.
 std::size_t behind(std::string_view text, std::string_view mark, std::size_t offset) {
   const std::size_t at = text.find(mark, offset);
   return at == text.npos ? at : at + mark.size();
 }
 
-// Whether an element has more attributes than may be. Follows text that is well-formed; other text may give
-// either answer, for the parser stops there.
+// Whether an element has more attributes than allowed. Assumes well-formed text; the result for other text
+// does not matter, because the parser rejects it.
 bool hasTooManyAttributes(std::string_view text) {
   std::size_t at = 0;
   while ((at = text.find('<', at)) != text.npos) {
@@ -50,8 +50,8 @@ bool hasTooManyAttributes(std::string_view text) {
   return false;
 }
 
-// No less than the memory of the document's nodes. Each "<" may start an element or other markup and end a
-// text, and no attribute goes without "=".
+// An upper bound for the memory of the document's nodes. Each "<" may start an element or other markup and
+// end a text, and each attribute needs an "=".
 std::size_t mostDocumentBytes(std::string_view text) {
   const auto tags = static_cast<std::size_t>(std::count(text.begin(), text.end(), '<'));
   const auto values = static_cast<std::size_t>(std::count(text.begin(), text.end(), '='));

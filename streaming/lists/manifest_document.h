@@ -1,19 +1,19 @@
-// Loading a manifest as an XML document.
+// Loads a manifest as an XML document.
 #pragma once
 
 #include <tinyxml2.h>
 
 #include <string_view>
 
-// A manifest larger than this is not loaded: a day of segments makes less than half of it.
+// Larger manifests are not loaded; the segments of a day take less than half of this.
 inline constexpr std::size_t kMaxManifestBytes = 16u << 20;
-// Nor one whose document might take more memory than this. Manifests take some 5 times their text; a text of
-// the shortest elements would take 30 times.
+// Documents that might take more memory than this are not loaded. Manifests take about 5 times the size of
+// their text; a text of minimal elements would take 30 times.
 inline constexpr std::size_t kMaxDocumentBytes = 192u << 20;
 
-// Parses a text into `document`. Returns whether it is a well-formed document of acceptable size and memory,
-// with no more attributes to an element than manifests have.
+// Parses a text into `document`. Returns whether it is well-formed, within the limits on size and memory, and
+// without elements that have an excessive number of attributes.
 bool ParseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document);
 
-// Loads `path` into `document`. Returns whether ParseManifestDocument took its text.
+// Loads `path` into `document`. Returns whether the file was read and ParseManifestDocument succeeded.
 bool LoadManifestDocument(const char* path, tinyxml2::XMLDocument& document);

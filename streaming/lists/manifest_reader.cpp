@@ -12,12 +12,12 @@ using tinyxml2::XMLElement;
 
 namespace {
 
-// An element and the one around it whose attributes stand in for it.
+// An element and its parent, whose attributes serve as defaults.
 struct Selected {
   const XMLElement* set = nullptr;
   const XMLElement* representation = nullptr;
 
-  // The first of the two that has the attribute decides.
+  // The value of the first of the two that has the attribute.
   const char* attribute(const char* name) const {
     for (const XMLElement* element : {representation, set}) {
       if (const char* value = element ? element->Attribute(name) : nullptr) return value;
@@ -35,7 +35,7 @@ bool isType(const char* mimeType, const char* type) {
   return mimeType && EqualsIgnoringCase(mimeType, type);
 }
 
-// Takes the representations that tell their own type.
+// Selects the representations that specify their own type.
 void selectByRepresentation(const XMLElement* set, Selection& selection) {
   for (const XMLElement* representation = set->FirstChildElement("Representation"); representation;
        representation = representation->NextSiblingElement("Representation")) {
@@ -52,8 +52,8 @@ Selection select(const XMLElement* period) {
   for (const XMLElement* set = period->FirstChildElement("AdaptationSet"); set;
        set = set->NextSiblingElement("AdaptationSet")) {
     if (const char* mimeType = set->Attribute("mimeType")) {
-      // Intended, reversed as it looks: a set that says "video/mp4" of itself is read as the sound, any other
-      // as the picture, and no further set is looked at.
+      // Intended, although it looks reversed: a set with the type "video/mp4" is read as the audio, any other
+      // type as the video, and no further set is examined.
       Selected& selected = isType(mimeType, "video/mp4") ? selection.audio : selection.video;
       selected = {set, set->FirstChildElement("Representation")};
       break;
@@ -64,7 +64,7 @@ Selection select(const XMLElement* period) {
   return selection;
 }
 
-// Without the white space around it (XML 1.0, 2.3): manifests are indented, and written by hand.
+// Strips surrounding white space (XML 1.0, 2.3): manifests are indented, and edited by hand.
 std::string_view trimmed(std::string_view text) {
   constexpr char kWhiteSpace[] = " \t\r\n";
   text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
@@ -84,7 +84,7 @@ std::optional<std::uint32_t> wholeNumberOf(const char* text) {
   return text ? wholeNumber<std::uint32_t>(text) : std::nullopt;
 }
 
-// The offset that a byte range starts with: "1234" of "1234-5678".
+// The start offset of a byte range: "1234" in "1234-5678".
 void addIndexOffset(const XMLElement* element, ManifestTrack& track) {
   const char* range = element->Attribute("indexRange");
   if (!range) return;
@@ -94,7 +94,7 @@ void addIndexOffset(const XMLElement* element, ManifestTrack& track) {
   }
 }
 
-// Whether segments are named one by one, or by a template, rather than as ranges of one file.
+// Whether segments are separate files, given individually or by a template, rather than ranges of one file.
 bool namesSegmentFiles(const XMLElement* element) {
   if (!element) return false;
   if (element->FirstChildElement("SegmentTemplate")) return true;
@@ -126,8 +126,8 @@ ManifestTrack readTrack(const Selected& selected) {
   return track;
 }
 
-// n / d as a fraction of 32-bit numbers: exactly where that can be, otherwise by the last convergent of its
-// continued fraction that fits, so that 29.97002997002997 is 30000/1001. Unknown beyond 32 bits, and for d 0.
+// n / d as a fraction of 32-bit numbers: exact if possible, otherwise the last convergent of its continued
+// fraction that fits, so that 29.97002997002997 becomes 30000/1001. Unknown if it exceeds 32 bits or d is 0.
 FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
   std::uint64_t numerator = 1, denominator = 0, formerNumerator = 0, formerDenominator = 1;
   while (d != 0) {
@@ -142,9 +142,9 @@ FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
   return {static_cast<std::uint32_t>(numerator), static_cast<std::uint32_t>(denominator)};
 }
 
-// A number with any decimals as a fraction: "29.97" is 2997/100. Unknown when it is none or 0.
+// A decimal number as a fraction: "29.97" is 2997/100. Unknown if it is not a number or 0.
 FrameRate decimalNumber(std::string_view text) {
-  // With one more digit the fraction's terms still fit 64 bits; decimals beyond that change nothing.
+  // With one more digit the terms of the fraction still fit 64 bits; further decimals do not matter.
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / 10 - 1;
   text = trimmed(text);
   const std::size_t point = text.find('.');

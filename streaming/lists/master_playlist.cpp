@@ -13,11 +13,11 @@
 namespace {
 
 struct BitRate {
-  double peak = 0;     // bits a second, of the fastest segment
-  double average = 0;  // bits a second, of all
+  double peak = 0;     // bits per second, highest of any segment
+  double average = 0;  // bits per second, average over all segments
 };
 
-// The segments' "#EXTINF:SECONDS," and "#EXT-X-BYTERANGE:LENGTH@OFFSET" lines.
+// Parses the "#EXTINF:SECONDS," and "#EXT-X-BYTERANGE:LENGTH@OFFSET" lines of the segments.
 BitRate bitRateOf(const std::string& playlist) {
   std::istringstream file(playlist);
   BitRate rate;

@@ -14,13 +14,12 @@ std::string hexByte(unsigned value) {
   return {kDigits[value >> 4 & 15], kDigits[value & 15]};
 }
 
-// "mp4a.40." and the audio object type. Intended: it is taken from two bits of the object type byte.
+// "mp4a.40." and the audio object type. Intended: the type is taken from two bits of the object type byte.
 std::string audioCodec(std::uint8_t objectType) {
   return std::string("mp4a.40.").append(hexByte((objectType & 3u) + 2u));
 }
 
-// A text with the characters that are markup written as references. In an attribute's value the quotation
-// marks are among them.
+// Replaces markup characters by character references. In attribute values these include quotation marks.
 std::string escaped(std::string_view text, bool inAttribute) {
   std::string result;
   for (const char c : text) {
@@ -40,10 +39,10 @@ std::string escaped(std::string_view text, bool inAttribute) {
   return result;
 }
 
-// An XML text that grows by elements, one a line, and their attributes.
+// An XML text built from elements, one per line, and their attributes.
 class Xml {
  public:
-  // What a line begins with, `depth` elements deep.
+  // Starts a line, indented for an element at `depth`.
   Xml& line(unsigned depth, std::string_view begin) {
     text.append(depth * std::size_t{4}, ' ').append(begin);
     return *this;
@@ -63,7 +62,7 @@ class Xml {
   std::string text;
 };
 
-// From the end of the representation's attributes to the place of its first segment.
+// From the end of the representation's attributes to the position of its first segment.
 void beginSegmentList(Xml& xml, const MpdSegments& segments) {
   xml.add(">\n");
   xml.line(4, "<BaseURL>").content(UriOfName(segments.mediaName)).add("</BaseURL>\n");
@@ -73,17 +72,17 @@ void beginSegmentList(Xml& xml, const MpdSegments& segments) {
   xml.add("/>\n");
 }
 
-// From the last segment to the end of the media file's set.
+// From the last segment to the end of the media file's adaptation set.
 void endSegmentList(Xml& xml) {
   xml.line(4, "</SegmentList>\n").line(3, "</Representation>\n").line(2, "</AdaptationSet>\n");
 }
 
 constexpr std::string_view kPeriodEnd = "    </Period>\n</MPD>\n";
 
-// A segment's line at its longest: four numbers of 20 digits.
+// Maximum length of a segment's line: four numbers of 20 digits.
 constexpr std::size_t kLongestSegmentLine = 160;
 
-// Appends to a text that has room for it.
+// Appends to a text with sufficient capacity.
 void appendNumber(std::string& text, std::uint64_t value) {
   std::array<char, 20> digits;
   text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), value).ptr);
@@ -121,7 +120,7 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   xml.attribute("codecs", codecs).attribute("width", video.width).attribute("height", video.height);
   xml.attribute("frameRate",
                 std::to_string(video.rate.numerator) + "/" + std::to_string(video.rate.denominator));
-  // Intended: it follows from a buffer that has not been filled yet.
+  // Intended: it would be derived from a buffer that is not filled yet.
   xml.attribute("bandwidth", 0);
   if (video.sound) xml.attribute("audioSamplingRate", video.sound->sampleRate);
   beginSegmentList(xml, video.segments);
@@ -159,7 +158,7 @@ MpdWriter::List MpdWriter::BeginAudio(const MpdAudio& audio) {
   return List::Audio;
 }
 
-// Null for a list that has not been begun.
+// Null if the list has not been started.
 std::string* MpdWriter::segmentsOf(List list) {
   if (list == List::Video) return hasVideo_ ? &text_[VideoSegments] : nullptr;
   return hasAudio_ ? &text_[AudioSegments] : nullptr;
@@ -182,7 +181,7 @@ void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, st
   segments->append("\" indexRange=\"");
   appendNumber(*segments, start);
   segments->append("-");
-  // Intended: the index range names one byte more than the index has.
+  // Intended: the index range includes one byte after the index.
   appendNumber(*segments, indexEnd);
   segments->append("\"/>\n");
 }

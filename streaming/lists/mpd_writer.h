@@ -1,5 +1,5 @@
-// The DASH manifest (ISO/IEC 23009-1, on-demand profile) of a recording: one segment list a media file, kept
-// up to date while the recording grows.
+// Writes the DASH manifest (ISO/IEC 23009-1, on-demand profile) of a recording: one segment list per media
+// file, updated while the recording grows.
 #pragma once
 
 #include <array>
@@ -11,15 +11,15 @@
 #include "base/exact_time.h"
 #include "os/replace_file.h"
 
-// "PT1H2M3.45S" of so many frames.
+// A duration in frames as text: "PT1H2M3.45S".
 std::string DurationText(std::uint64_t frames, const FrameRate& rate);
 
-// What the segment lists of all media files have in common.
+// The properties common to the segment lists of all media files.
 struct MpdSegments {
   std::string mediaName;                // name and extension of the media file
-  std::uint32_t timescale = 0;          // ticks a second
-  std::uint64_t duration = 0;           // ticks of a full segment
-  std::uint64_t initialisationEnd = 0;  // file offset of the initialisation part's last byte
+  std::uint32_t timescale = 0;          // ticks per second
+  std::uint64_t duration = 0;           // ticks, full segment
+  std::uint64_t initialisationEnd = 0;  // file offset of the last byte of the initialisation segment
 };
 
 struct MpdVideo {
@@ -28,26 +28,27 @@ struct MpdVideo {
   std::uint32_t width = 0;   // pixels
   std::uint32_t height = 0;
   FrameRate rate;
-  // Sound in the same file: its object type byte and sample rate.
+  // Audio in the same file: its object type byte and sample rate.
   struct Sound {
     std::uint8_t objectType = 0;
     std::uint32_t sampleRate = 0;
   };
   std::optional<Sound> sound;
   MpdSegments segments;
-  std::string startTime;  // when the recording began: ISO 8601
+  std::string startTime;  // start of the recording, ISO 8601
 };
 
 struct MpdAudio {
   std::uint8_t objectType = 0;
-  std::uint32_t byteRate = 0;  // bytes a second
+  std::uint32_t byteRate = 0;  // bytes per second
   MpdSegments segments;        // the timescale is the sample rate
 };
 
-// The manifest is kept as its text, in pieces: a segment costs its line, and saving the bytes that there are.
+// The manifest is stored as text, in pieces: adding a segment costs one line, saving costs the size of the
+// text.
 //
-// Where memory runs out (std::bad_alloc), nothing has changed. A list that was not begun to its end takes no
-// segments; a manifest that was not takes nothing at all, and is not saved.
+// If memory runs out (std::bad_alloc), nothing changes. A list that was not started completely accepts no
+// segments; a manifest that was not started completely accepts nothing at all and is not saved.
 class MpdWriter {
  public:
   // The segment list of a media file.
@@ -56,25 +57,26 @@ class MpdWriter {
   // Nothing is written before Save().
   explicit MpdWriter(std::string path) : path_(std::move(path)) {}
 
-  // Begins the manifest with the video file; `separateAudio` leaves a place for an audio file's set. Once.
+  // Starts the manifest with the video file; `separateAudio` reserves space for an audio file's adaptation
+  // set. Call once.
   List BeginVideo(const MpdVideo& video, bool separateAudio);
-  // The audio file's part, after BeginVideo() with a place for it.
+  // Starts the audio file's part; requires BeginVideo() with `separateAudio`.
   List BeginAudio(const MpdAudio& audio);
 
-  // Makes room for one more segment in `list`, so that adding it cannot fail.
+  // Reserves memory for one more segment in `list`, so that adding it cannot fail.
   void ReserveSegment(List list);
-  // Adds the segment [start, end) of the list's media file, whose index ends before `indexEnd`.
+  // Adds the segment [start, end) of the list's media file; the segment's index ends before `indexEnd`.
   void AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd);
 
-  // So long is what has been written.
+  // Sets the duration of the presentation, in frames.
   void SetDuration(std::uint64_t frames);
-  // The manifest as it stands.
+  // The current text of the manifest.
   std::string Text() const;
-  // Replaces the file of the manifest in one step. False where that failed: the file saved before stays.
+  // Replaces the manifest file atomically. Returns false on failure; the previously saved file then remains.
   bool Save(os::Durability durability) const;
 
  private:
-  // Where the text goes on from one piece to the next: at the value of the duration, and at each list.
+  // The boundaries between the pieces of text: at the value of the duration, and at each list.
   enum Piece : std::size_t { Start, Duration, Video, VideoSegments, Audio, AudioSegments, End, Count };
   using Pieces = std::array<std::string_view, Count>;
 

@@ -1,5 +1,5 @@
-// The text of an HLS media playlist (RFC 8216, version 7), piece by piece: segments of fragmented MP4 as byte
-// ranges of one media file.
+// The parts of an HLS media playlist (RFC 8216, version 7): segments of fragmented MP4 as byte ranges of one
+// media file.
 #pragma once
 
 #include <cstdint>
@@ -7,21 +7,21 @@
 
 struct PlaylistSettings {
   std::string mediaName;                   // name and extension of the media file
-  double rate = 0;                         // positions a second: the frame rate, or the sample rate
-  std::uint64_t segmentLength = 0;         // positions of a full segment
-  std::uint64_t initialisationLength = 0;  // bytes of the media file ahead of its first segment
-  std::string startTime;                   // when the recording began: ISO 8601
+  double rate = 0;                         // media units per second: the frame rate, or the sample rate
+  std::uint64_t segmentLength = 0;         // media units, full segment
+  std::uint64_t initialisationLength = 0;  // bytes of the media file before its first segment
+  std::string startTime;                   // start of the recording, ISO 8601
 };
 
-// What a media file's playlist begins with.
+// The start of a media file's playlist.
 std::string PlaylistHeader(const PlaylistSettings& settings);
-// The line of the header that names the media file, up to its name's end.
+// The header line that specifies the media file, up to the end of its name.
 std::string PlaylistMapLine(const std::string& mediaName);
-// The segment of the bytes [start, end) of the media file, which lasts for so many positions.
+// The segment at bytes [start, end) of the media file, with a duration of `positions` media units.
 std::string PlaylistEntry(const PlaylistSettings& settings, std::uint64_t positions, std::uint64_t start,
                           std::uint64_t end);
-// What ends the playlist of a recording that has ended.
+// The end of the playlist of a finished recording.
 inline constexpr char kPlaylistEnd[] = "#EXT-X-ENDLIST\n";
 
-// The duration that no segment exceeds by more than its rounding, in seconds.
+// The maximum segment duration apart from rounding, in seconds.
 std::uint32_t PlaylistTargetDuration(std::uint64_t segmentLength, double rate);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// A text file of the C library: its lines end as the system's texts do.
+// A text file of the C library, with the system's line ends.
 std::FILE* create(const std::filesystem::path& path) {
 #if defined(_WIN32)
   return _wfopen(path.c_str(), L"w");
@@ -43,8 +43,8 @@ void PlaylistWriter::append(const std::string& lines) {
   writtenBytes_ = static_cast<std::uintmax_t>(std::ftell(file_.get()));
 }
 
-// Players read the file while it grows: an entry that did not get through whole is taken back, and without
-// its header the file is none.
+// Players read the file while it grows: an incomplete entry is removed, and so is a file without a complete
+// header.
 void PlaylistWriter::takeBack() {
   file_.reset();
   std::error_code ignored;

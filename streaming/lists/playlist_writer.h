@@ -1,4 +1,4 @@
-// An HLS media playlist that grows with its media file.
+// Writes an HLS media playlist that grows with its media file.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,14 @@
 
 #include "streaming/lists/playlist_text.h"
 
-// Closed when the object goes; without End() it then lacks its end marker, as does one whose recording was
-// cut off. A file that cannot be created or written is left alone from there on: no call fails. Where memory
-// runs out (std::bad_alloc), nothing has changed.
+// Closed on destruction; without End() the end marker is missing, as in the playlist of an interrupted
+// recording. If the file cannot be created or written, it is not touched any more, and no call fails. If
+// memory runs out (std::bad_alloc), nothing changes.
 class PlaylistWriter {
  public:
   // Creates the file `path` and writes the header.
   void Start(const std::string& path, const PlaylistSettings& settings);
-  // Adds the bytes [start, end) of the media file, which reach up to the frame or sample `endPosition`.
+  // Adds the bytes [start, end) of the media file, up to the frame or sample `endPosition`.
   void AddSegment(std::uint64_t endPosition, std::uint64_t start, std::uint64_t end);
   void End();
 
@@ -31,6 +31,6 @@ class PlaylistWriter {
   std::filesystem::path path_;
   PlaylistSettings settings_;
   std::unique_ptr<std::FILE, Close> file_;
-  std::uintmax_t writtenBytes_ = 0;  // of complete entries
-  std::uint64_t lastEnd_ = 0;        // position at which the last segment ended
+  std::uintmax_t writtenBytes_ = 0;  // bytes, complete entries only
+  std::uint64_t lastEnd_ = 0;        // end position of the last segment
 };

@@ -5,7 +5,7 @@ namespace {
 constexpr std::string_view kEncoded = " \"#%:<>?[\\]^`{|}";
 constexpr std::string_view kDigits = "0123456789ABCDEF";
 
-// The value of a hexadecimal digit, 16 for anything else.
+// The value of a hexadecimal digit, 16 for any other character.
 unsigned valueOf(char digit) {
   if (digit >= '0' && digit <= '9') return static_cast<unsigned>(digit - '0');
   if (digit >= 'a' && digit <= 'f') return static_cast<unsigned>(digit - 'a' + 10);
@@ -34,7 +34,7 @@ std::string NameOfUri(std::string_view uri) {
     const bool triplet =
         uri[i] == '%' && uri.size() - i > 2 && valueOf(uri[i + 1]) < 16 && valueOf(uri[i + 2]) < 16;
     const unsigned byte = triplet ? valueOf(uri[i + 1]) << 4 | valueOf(uri[i + 2]) : 0;
-    // No name holds a zero, which would cut it off: "%00" stays as it is.
+    // A name cannot contain a zero byte, which would truncate it: "%00" is kept as it is.
     name += byte != 0 ? static_cast<char>(byte) : uri[i];
     if (byte != 0) i += 2;
   }

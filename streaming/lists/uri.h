@@ -1,13 +1,13 @@
-// Names of files as URIs, relative to the list that mentions them (RFC 3986).
+// File names as URIs, relative to the manifest or playlist that refers to them (RFC 3986).
 #pragma once
 
 #include <string>
 #include <string_view>
 
-// The reference that leads to the file `name` beside a list. Percent-encoded is what would end a path or
-// begin something else in it, what no URI may hold, and what would end a quoted string; names in UTF-8 stay
-// readable.
+// The reference to the file `name` next to a manifest or playlist. Percent-encodes characters that would end
+// a path or start another component, those not permitted in URIs, and those that would end a quoted string;
+// UTF-8 names stay readable.
 std::string UriOfName(std::string_view name);
 
-// The name that a reference leads to. A percent sign that encodes nothing stands for itself.
+// The file name of a reference. A percent sign that does not start an encoded byte is kept as it is.
 std::string NameOfUri(std::string_view uri);

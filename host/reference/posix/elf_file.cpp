@@ -23,7 +23,7 @@ using DynamicEntry = ElfW(Dyn);
 
 class InputFile {
  public:
-  // Never waits, as opening a pipe might.
+  // Never blocks, as opening a pipe might.
   explicit InputFile(const std::string& path) : fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat facts = {};
     if (fd_ >= 0 && fstat(fd_, &facts) == 0 && S_ISREG(facts.st_mode))
@@ -39,7 +39,7 @@ class InputFile {
     return offset <= size_ && bytes <= size_ - offset;
   }
 
-  // `count` values from `offset` on; false, without them, when the file does not hold them.
+  // Reads `count` values at `offset`. Returns false without them if the file does not contain them all.
   template <class T>
   bool read(std::uint64_t offset, std::uint64_t count, std::vector<T>& values) const {
     if (count > size_ / sizeof(T) || !holds(offset, count * sizeof(T))) return false;
@@ -71,7 +71,7 @@ bool isOfThisMachine(const Header& header) {
          header.e_ident[EI_DATA] == kOrder && header.e_phentsize == sizeof(Segment);
 }
 
-// Where in the file an address of the loaded library lies; the file's end and beyond when nowhere.
+// The file offset of an address of the loaded library; past the end of the file if there is none.
 std::uint64_t offsetOf(std::uint64_t address, const std::vector<Segment>& segments) {
   for (const Segment& segment : segments) {
     if (segment.p_type == PT_LOAD && address >= segment.p_vaddr &&

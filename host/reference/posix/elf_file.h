@@ -1,4 +1,4 @@
-// The file of a shared library, looked at without running anything of it.
+// Inspects the file of a shared library without running any of its code.
 #pragma once
 
 #include <string>
@@ -6,16 +6,16 @@
 
 namespace vlhost {
 
-// What an ELF file asks for, and whether it holds all that it describes. Of a file that cannot be read, or is
-// no ELF file of this machine, the defaults: why it does not load is for the dynamic loader to tell.
+// The dependencies of an ELF file, and whether the file is complete. Default values if the file cannot be
+// read or is not an ELF file for this machine: the dynamic loader then reports why it does not load.
 struct ElfFile {
-  // False when the file ends before a segment that is to be mapped does: loading it would end the process.
+  // False if the file ends before a segment to be mapped does: loading it would crash the process.
   bool complete = true;
-  // Names of the libraries that it needs (DT_NEEDED), in the file's order.
+  // Names of the required libraries (DT_NEEDED), in file order.
   std::vector<std::string> needed;
 };
 
-// Reads a regular file. Throws std::bad_alloc alone; the memory it takes is in proportion to the file.
+// Reads a regular file. Throws only std::bad_alloc; memory use is proportional to the file size.
 ElfFile readElfFile(const std::string& path);
 
 }  // namespace vlhost

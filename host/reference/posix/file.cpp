@@ -1,4 +1,4 @@
-// Files over POSIX descriptors.
+// Files based on POSIX descriptors.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -26,12 +26,12 @@ void fail(int error) {
   vlhost::setLastError(static_cast<std::uint32_t>(error));
 }
 
-// The flags of open(2), or nothing for a combination that is none.
+// The flags of open(2), or nullopt for an invalid combination.
 std::optional<int> openFlags(std::uint32_t access, std::uint32_t disposition) {
   const bool reads = (access & VL_GENERIC_READ) != 0;
   const bool writes = (access & VL_GENERIC_WRITE) != 0;
   if (!reads && !writes) return std::nullopt;
-  // Waiting for the other end of a pipe that carries a file's name would hang the host.
+  // Waiting for the other end of a pipe of this name would hang the host.
   const int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (!writes ? O_RDONLY : reads ? O_RDWR : O_WRONLY);
   switch (disposition) {
     case VL_OPEN_EXISTING:
@@ -49,7 +49,7 @@ std::optional<int> openFlags(std::uint32_t access, std::uint32_t disposition) {
   }
 }
 
-// Lifts the soft limit on open files to the hard one. False when it is there already.
+// Raises the soft limit on open files to the hard limit. Returns false if it is there already.
 bool raiseDescriptorLimit() {
   rlimit limit = {};
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= limit.rlim_max) return false;
@@ -72,7 +72,7 @@ int openDescriptor(const char* path, int flags) {
   }
 }
 
-// 0 for something that can be read and written at any offset, else the error.
+// Returns 0 if the file can be read and written at any offset, otherwise the error.
 int checkSeekable(int descriptor) {
   struct stat status = {};
   if (fstat(descriptor, &status) != 0) return errno;
@@ -80,8 +80,8 @@ int checkSeekable(int descriptor) {
   return lseek(descriptor, 0, SEEK_CUR) < 0 ? errno : 0;
 }
 
-// Repeats `transfer(bytes done so far)` until `count` bytes are through, it answers 0 (the end) or fails.
-// Advances the position by what got through and returns that; `error` is 0 or the error.
+// Repeats `transfer(bytes done so far)` until `count` bytes are transferred, it returns 0 (end of file) or
+// fails. Advances the position by the number of bytes transferred and returns it; `error` is 0 or the error.
 template <typename Transfer>
 std::uint32_t transferAll(OpenedFile& file, std::uint32_t count, int& error, Transfer transfer) {
   std::uint32_t done = 0;
@@ -178,7 +178,7 @@ std::int32_t vlOSCloseFile(VLHANDLE file) {
     fail(EBADF);
     return 0;
   }
-  // The descriptor is gone even when close reports EINTR; anything else is a write that failed late.
+  // The descriptor is released even if close returns EINTR; any other error is a delayed write failure.
   if (close(removed->system) == 0 || errno == EINTR) return 1;
   fail(errno);
   return 0;

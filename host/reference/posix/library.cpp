@@ -1,4 +1,4 @@
-// Shared libraries, and their Windows names in the system's own form.
+// Shared libraries, and the translation of their Windows names.
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -20,9 +20,9 @@
 
 namespace {
 
-// ---- Places -------------------------------------------------------------------------------------------
+// ---- Search directories -------------------------------------------------------------------------------
 
-// The folder of a file, links followed, with its separator; empty when there is none.
+// The directory of a file, with symbolic links resolved and a trailing separator; empty if there is none.
 std::string folderOf(const char* file) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(file, nullptr), &std::free);
   std::string path = real == nullptr ? "" : real.get();
@@ -30,8 +30,8 @@ std::string folderOf(const char* file) {
   return path;
 }
 
-// The folders beneath which names are looked for: the host library's, then the program's. Never the working
-// folder, where media come from anywhere: a library runs its code as soon as it is loaded.
+// The directories in which names are searched for: the host library's, then the program's. Never the working
+// directory, where media from any source may be: a library runs its code as soon as it is loaded.
 const std::vector<std::string>& hostFolders() {
   static const std::vector<std::string>& folders = *[] {
     Dl_info info = {};
@@ -52,7 +52,7 @@ bool isDigits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// "libNAME.so", "NAME.so.57": a name that needs no translation.
+// "libNAME.so", "NAME.so.57": names that need no translation.
 bool isNativeName(std::string_view name) {
   const std::size_t suffix = name.rfind(".so");
   if (suffix == std::string_view::npos) return false;
@@ -72,7 +72,7 @@ std::string_view withoutDllEnding(std::string_view name) {
   return name;
 }
 
-// The file names that a library's name stands for, in the order in which they are tried.
+// The candidate file names for a library name, in the order in which they are tried.
 std::vector<std::string> nativeNames(std::string_view name) {
   if (isNativeName(name)) return {std::string(name)};
   const std::string_view stem = withoutDllEnding(name);
@@ -90,7 +90,7 @@ struct Unload {
 };
 using Library = std::unique_ptr<void, Unload>;
 
-// Tells why a library does not load, once a process: the same ones are asked for with every track that is
+// Logs why a library does not load, once per process: the same libraries are requested again for every track
 // opened.
 void warn(const std::string& reason) {
   static std::mutex& lock = *new std::mutex;
@@ -111,8 +111,8 @@ bool isLoaded(const std::string& name) {
   return Library(dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD)) != nullptr;
 }
 
-// Loads one file, and first those that it needs and that lie beside it: it binds to them then, as on Windows,
-// where the dynamic loader would look along its search path alone. `seen`: the files that are being loaded.
+// Loads one file, after its dependencies that are in the same directory: it then binds to those, as on
+// Windows. The dynamic loader alone would use only its search path. `seen`: the files being loaded.
 Library loadFile(const std::string& path, std::vector<std::string>& seen) {
   std::error_code missing;
   if (!std::filesystem::is_regular_file(path, missing)) return nullptr;
@@ -135,7 +135,7 @@ Library loadFile(const std::string& path, std::vector<std::string>& seen) {
   return library;
 }
 
-// Loads a bare name along the dynamic loader's search path. That it is nowhere there is not worth a line.
+// Loads a bare name along the dynamic loader's search path. Not finding it there is not logged.
 Library loadFromSearchPath(const std::string& name) {
   Library library(dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library != nullptr) return library;
@@ -148,7 +148,7 @@ Library load(std::string path) {
   std::replace(path.begin(), path.end(), '\\', '/');
   const std::string folder = path.substr(0, path.rfind('/') + 1);  // npos + 1 is 0
   const std::string name = path.substr(folder.size());
-  if (name.empty() || path.find(':') == 1) return nullptr;  // no drives here
+  if (name.empty() || path.find(':') == 1) return nullptr;  // this system has no drives
 
   const std::vector<std::string> names = nativeNames(name);
   const bool absolute = folder.starts_with('/');

@@ -11,7 +11,7 @@ struct Lock {
   Lock* previous = nullptr;
 };
 
-// All of them, which live as long as the process: longer than a library that made one and is unloaded.
+// All locks. They live as long as the process, longer than a library that created one and was unloaded.
 std::atomic<Lock*> latest = nullptr;
 
 std::recursive_mutex* mutexOf(VLCRITICALSECTION* section) {

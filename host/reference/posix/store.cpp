@@ -1,4 +1,4 @@
-// Where the configuration store lies.
+// The location of the configuration store.
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -21,7 +21,7 @@ std::string environment(const char* name) {
 std::string storePath() {
   if (std::string path = environment("VLHOST_CONFIG"); !path.empty()) return path;
   constexpr const char* kStore = "/vlhost/vlhost.conf";
-  // A relative folder is to be ignored (XDG base directory specification).
+  // A relative path must be ignored (XDG Base Directory Specification).
   if (const std::string folder = environment("XDG_CONFIG_HOME"); folder.starts_with('/'))
     return folder + kStore;
   const std::string home = environment("HOME");

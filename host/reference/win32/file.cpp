@@ -1,4 +1,4 @@
-// Files over Windows' handles.
+// Files based on Windows handles.
 #include <windows.h>
 
 #include <cstdint>
@@ -23,15 +23,15 @@ using vlhost::OpenedFile;
 
 namespace {
 
-// What CreateFile takes along with the attributes and would make of a file something else than one with a
-// position.
+// Flags that CreateFile accepts together with the attributes and that would open something other than a
+// seekable file.
 constexpr DWORD kForeignFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_BACKUP_SEMANTICS;
 
 void fail(DWORD error) {
   vlhost::setLastError(error);
 }
 
-// How CreateFile is asked for a disposition, or nothing for a combination that is none.
+// The CreateFile argument for a disposition, or nullopt for an invalid combination.
 std::optional<DWORD> systemDisposition(std::uint32_t access, std::uint32_t disposition) {
   const bool writes = (access & VL_GENERIC_WRITE) != 0;
   if (!writes && (access & VL_GENERIC_READ) == 0) return std::nullopt;

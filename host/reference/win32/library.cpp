@@ -1,4 +1,4 @@
-// Shared libraries by the places that a host looks in.
+// Shared libraries, searched for in the host's directories.
 #include <windows.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::wstring_view kSeparators = L"\\/";
 
-// The folder of a module's file, with its separator; empty when Windows does not tell.
+// The directory of a module's file, with a trailing separator; empty if Windows does not report it.
 std::wstring folderOf(HMODULE module) {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
@@ -25,12 +25,12 @@ std::wstring folderOf(HMODULE module) {
       path.resize(path.find_last_of(kSeparators) + 1);  // npos + 1 is 0
       return path;
     }
-    path.resize(path.size() * 2);  // cut off
+    path.resize(path.size() * 2);  // truncated
   }
 }
 
-// The folders beneath which names are looked for: the host library's, then the program's. Never the working
-// folder, where media come from anywhere: a library runs its code as soon as it is loaded.
+// The directories in which names are searched for: the host library's, then the program's. Never the working
+// directory, where media from any source may be: a library runs its code as soon as it is loaded.
 std::vector<std::wstring> hostFolders() {
   std::vector<std::wstring> folders;
   HMODULE module = nullptr;
@@ -48,9 +48,9 @@ bool exists(const std::wstring& path) {
   return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-// Loads one file by its full path. What it needs is looked for beside it, in the program's folder and among
-// the system's own, but neither in the working folder nor along PATH. A file that is there and does not load
-// is worth a line: nothing else tells why.
+// Loads one file by its full path. Its dependencies are searched for in its directory, in the program's and
+// in the system's, but neither in the working directory nor along PATH. If an existing file does not load,
+// this is logged: nothing else reports why.
 HMODULE loadFile(const std::wstring& path) {
   constexpr DWORD kBesideItFirst = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
   const HMODULE library = LoadLibraryExW(path.c_str(), nullptr, kBesideItFirst);
@@ -80,15 +80,15 @@ HMODULE load(const char* name) {
   const std::size_t slash = path.find_last_of(kSeparators);
   if (path.find(L'.', slash + 1) == path.npos) path += L".dll";  // npos + 1 is 0
   if (hasDrive(path) || isSeparator(path.front())) {
-    // A root without a drive stands for that of the working folder.
+    // A root without a drive is relative to the drive of the working directory.
     if (isSeparator(path.front()) && (path.size() < 2 || !isSeparator(path[1]))) return nullptr;
-    // A drive without a root stands for the folder that is current there.
+    // A drive without a root stands for the current directory on that drive.
     if (hasDrive(path) && (path.size() < 3 || !isSeparator(path[2]))) return nullptr;
     const std::wstring absolute = os::nativePath(os::narrow(path).c_str());
     return absolute.empty() ? nullptr : loadFile(absolute);
   }
-  // As Windows takes a bare name: what is loaded by that name, which other libraries may be bound to, is
-  // taken.
+  // Windows resolves a bare name first to a loaded library of that name, to which other libraries may already
+  // be bound; do the same.
   HMODULE loaded = nullptr;
   if (slash == path.npos && GetModuleHandleExW(0, path.c_str(), &loaded)) return loaded;
   for (const std::wstring& folder : hostFolders()) {
@@ -102,7 +102,7 @@ HMODULE load(const char* name) {
 
 void* vlOSLoadLibrary(const char* path, std::uint32_t /*flags*/) {
   HMODULE library = nullptr;
-  // A server has nobody to answer a message box.
+  // On a server nobody would answer a message box.
   DWORD mode = 0;
   SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &mode);
   SetLastError(ERROR_MOD_NOT_FOUND);

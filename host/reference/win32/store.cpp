@@ -1,4 +1,4 @@
-// Where the configuration store lies.
+// The location of the configuration store.
 #include <windows.h>
 
 #include <string>
@@ -30,7 +30,7 @@ bool makeFolders(const std::string& path) {
     const std::wstring folder = file.substr(0, end);
     if (CreateDirectoryW(folder.c_str(), nullptr)) continue;
     const DWORD error = GetLastError();
-    // The start of a path names a drive or a share, which is there or cannot be made.
+    // The start of a path names a drive or a share, which exists or cannot be created.
     const DWORD attributes = GetFileAttributesW((folder + L'\\').c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES || error == ERROR_ALREADY_EXISTS || end < 4) continue;
     setLastError(error);
