@@ -21,7 +21,7 @@ constexpr std::uint32_t kBufferFactor = 8;
 // Maximum number of PCM frames from one decoder call.
 constexpr std::uint32_t kCallFrames = 4096;
 // Shorter configurations contain neither object type nor sampling frequency.
-constexpr std::size_t kLeastConfigurationBytes = 2;
+constexpr std::size_t kMinConfigurationBytes = 2;
 // The core's object type where the configuration is truncated before it.
 constexpr int kUnknownObjectType = 0;
 // Output size passed to a decoder for output outside the PCM buffer.
@@ -34,9 +34,9 @@ void Warn(const char* text) {
 }
 
 // Logs which feature of a configuration the AAC decoder does not support.
-void WarnOfRefused(const UMC::aac::AudioSpecificConfig& config) {
+void WarnUnsupported(const UMC::aac::AudioSpecificConfig& config) {
   char text[64] = "Audio programs with these channels are not supported";
-  if (!UMC::aac::IsServedObjectType(config.objectType)) {
+  if (!UMC::aac::IsSupportedObjectType(config.objectType)) {
     std::snprintf(text, sizeof text, "Audio object type %d is not supported", config.objectType);
   } else if (config.channelConfiguration != 0) {
     std::snprintf(text, sizeof text, "Audio channel configuration %d is not supported",
@@ -168,11 +168,11 @@ std::int32_t VL_Audio_Decode::DecodeFrameAudio(std::uint8_t* output, std::uint32
                                                std::uint32_t /*reserved*/, std::uint32_t /*channelPair*/,
                                                std::uint32_t duration) {
   if (m_ffmpeg != nullptr)
-    return m_ffmpeg->Decode(output, RoomAt(output), outputBytes, input, inputBytes, duration);
+    return m_ffmpeg->Decode(output, WritableBytesAt(output), outputBytes, input, inputBytes, duration);
   if (m_codec == nullptr) return -1;
   m_input.SetBufferPointer(input, inputBytes);
   m_input.SetDataSize(inputBytes);
-  m_output.SetBufferPointer(output, RoomAt(output));
+  m_output.SetBufferPointer(output, WritableBytesAt(output));
   const UMC::Status status = m_codec->GetFrame(&m_input, &m_output);
   m_memoryShort = status == UMC::UMC_ERR_ALLOC;
   if (status != UMC::UMC_OK) return -1;
@@ -256,16 +256,16 @@ bool VL_Audio_Decode::IsOpen() const {
   return m_codec != nullptr || m_ffmpeg != nullptr;
 }
 
-bool VL_Audio_Decode::Settled() const {
+bool VL_Audio_Decode::Converged() const {
   auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get());
-  return aac == nullptr || aac->Settled();
+  return aac == nullptr || aac->Converged();
 }
 
 void VL_Audio_Decode::SetUnit(std::uint64_t number) {
   if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) aac->SetBlock(number);
 }
 
-void VL_Audio_Decode::ForgetSignal() {
+void VL_Audio_Decode::ResetHistory() {
   if (auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get())) {
     aac->PassLostBlock();
   } else if (m_codec != nullptr) {
@@ -275,14 +275,14 @@ void VL_Audio_Decode::ForgetSignal() {
 
 void VL_Audio_Decode::SetConfiguration(const std::uint8_t* data, std::size_t size) {
   auto* aac = UMC::DynamicCast<UMC::AACDecoder>(m_codec.get());
-  if (aac == nullptr || size < kLeastConfigurationBytes) return;
+  if (aac == nullptr || size < kMinConfigurationBytes) return;
   UMC::aac::AudioSpecificConfig config;
   if (UMC::aac::ParseAudioSpecificConfig(data, size, config)) {
     if (aac->SetConfiguration(config) == UMC::UMC_OK) return;
-  } else if (config.objectType == kUnknownObjectType || UMC::aac::IsServedObjectType(config.objectType)) {
+  } else if (config.objectType == kUnknownObjectType || UMC::aac::IsSupportedObjectType(config.objectType)) {
     return;
   }
-  WarnOfRefused(config);
+  WarnUnsupported(config);
   CloseCodec();
 }
 
@@ -311,7 +311,7 @@ void VL_Audio_Decode::SetBufferedFrames(std::uint32_t frames) {
   m_bufferedBytes = m_frameSize * frames;
 }
 
-std::uint32_t VL_Audio_Decode::RoomAt(const std::uint8_t* output) const {
+std::uint32_t VL_Audio_Decode::WritableBytesAt(const std::uint8_t* output) const {
   const auto at = reinterpret_cast<std::uintptr_t>(output);
   const auto start = reinterpret_cast<std::uintptr_t>(m_buffer);
   if (m_buffer == nullptr || at < start || at > start + m_bufferCapacity) return kOutputBytes;

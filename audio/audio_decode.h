@@ -82,7 +82,7 @@ class VL_Audio_Decode {
 
   // True once the decoder has converged: its output no longer depends on anything before the frames decoded
   // or lost since Reset, except for an overlap into the next frame.
-  [[nodiscard]] bool Settled() const;
+  [[nodiscard]] bool Converged() const;
 
   // True if the last CheckBuffer or decoding call failed because memory was exhausted, which says nothing
   // about its input.
@@ -90,7 +90,7 @@ class VL_Audio_Decode {
 
   // Resets the signal that overlaps into the next frame, after a lost frame. Buffered PCM is kept. An FFmpeg
   // decoder keeps its state, as in Reset.
-  void ForgetSignal();
+  void ResetHistory();
 
   // Passes the AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1) of an AAC track to the decoder, after Init; the
   // headers before its samples hold only part of it. An unsupported configuration closes the decoder, with a
@@ -123,7 +123,7 @@ class VL_Audio_Decode {
   void OpenAc3(const QVRAUDIO& format);
   void SetBufferedFrames(std::uint32_t frames);
   // Number of bytes that may be written at `output`.
-  [[nodiscard]] std::uint32_t RoomAt(const std::uint8_t* output) const;
+  [[nodiscard]] std::uint32_t WritableBytesAt(const std::uint8_t* output) const;
 
   std::uint32_t m_codecCode = 0;
   std::uint32_t m_bitsPerSample = 16;

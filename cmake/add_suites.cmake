@@ -7,6 +7,7 @@ string(REGEX MATCHALL "\n[^ \n]+\\." suites "\n${listing}")  # suites are uninde
 if(NOT suites)
   message(FATAL_ERROR "${NAME} has no tests")
 endif()
+cmake_policy(SET CMP0057 NEW)  # if(IN_LIST)
 include(${LABELS})
 set(commands "")
 foreach(suite IN LISTS suites)

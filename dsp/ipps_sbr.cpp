@@ -59,7 +59,7 @@ void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& bank) {
   }
 }
 
-bool IsServed(std::size_t slots) {
+bool IsSupported(std::size_t slots) {
   return slots >= 1 && slots <= kIppsSbrSlots;
 }
 
@@ -68,7 +68,7 @@ IppStatus Synthesise(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots, 
   if (source == nullptr || destination == nullptr || state == nullptr || bank == nullptr || work == nullptr) {
     return ippStsNullPtrErr;
   }
-  if (!IsServed(slots)) return ippStsSizeErr;
+  if (!IsSupported(slots)) return ippStsSizeErr;
   ActiveKernels().qmfSynthesis(*bank, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
 }
@@ -76,7 +76,7 @@ IppStatus Synthesise(const Ipp32fc (*source)[kIppsSbrBands], std::size_t slots, 
 IppStatus SynthesiseReal(const Ipp32f (*source)[kIppsSbrBands], std::size_t slots, Ipp32f* destination,
                          IppsSynthesisState_SBR_32f* state, const IppsFilterSpec_SBR_32f* bank, Ipp8u* work) {
   if (source == nullptr || bank == nullptr) return ippStsNullPtrErr;
-  if (!IsServed(slots)) return ippStsSizeErr;
+  if (!IsSupported(slots)) return ippStsSizeErr;
   Ipp32fc rows[kIppsSbrSlots][kIppsSbrBands];
   for (std::size_t slot = 0; slot < slots; ++slot) {
     for (Ipp32s k = 0; k < bank->bands; ++k) rows[slot][k] = {source[slot][k], 0};
@@ -142,7 +142,7 @@ IppStatus ippsAnalysisFilter_SBR_RToC_32f32fc_D2L(const Ipp32f* source, std::siz
   if (source == nullptr || destination == nullptr || state == nullptr || bank == nullptr || work == nullptr) {
     return ippStsNullPtrErr;
   }
-  if (!IsServed(slots)) return ippStsSizeErr;
+  if (!IsSupported(slots)) return ippStsSizeErr;
   ActiveKernels().qmfAnalysis(*bank, source, slots, destination, *state, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
 }

@@ -265,9 +265,9 @@ IppStatus DecodeEscapedPairs(BitWindow* stream, Ipp16s* values, std::size_t leng
 IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count, const IppsVLCTuple& tuple,
                                 unsigned primaryBits, IppsVLCDecodeSpec_32s* made) {
   if (words == nullptr || made == nullptr) return ippStsNullPtrErr;
-  const bool dimensionServed = tuple.dimension == 1 || tuple.dimension == 2 || tuple.dimension == 4;
+  const bool dimensionSupported = tuple.dimension == 1 || tuple.dimension == 2 || tuple.dimension == 4;
   const Ipp32s largestModulus = tuple.dimension == 1 ? 32767 : tuple.dimension == 2 ? 181 : 13;
-  if (!dimensionServed || tuple.modulus < 1 || tuple.modulus > largestModulus || primaryBits < 1 ||
+  if (!dimensionSupported || tuple.modulus < 1 || tuple.modulus > largestModulus || primaryBits < 1 ||
       primaryBits > 12) {
     return ippStsBadArgErr;
   }

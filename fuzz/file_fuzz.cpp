@@ -14,7 +14,7 @@
 namespace {
 
 // Maximum number of frames read per input.
-constexpr std::uint32_t kMostFrames = 64;
+constexpr std::uint32_t kMaxFrames = 64;
 // The mode in which the host requests key frames.
 constexpr std::int8_t kVideoDirection = 1;
 
@@ -32,8 +32,8 @@ void read(CMFFmp4& file, std::uint32_t frame, std::uint32_t mode) {
 
 // Ranges of audio from the start, and from anywhere in a track of `total` PCM frames.
 void readSound(CMFFmp4& file, std::uint32_t total, std::minstd_rand& random) {
-  constexpr std::uint32_t kMostSamples = 4096;
-  std::vector<std::uint8_t> buffer(kMostSamples * 16);
+  constexpr std::uint32_t kMaxSamples = 4096;
+  std::vector<std::uint8_t> buffer(kMaxSamples * 16);
   for (std::uint32_t i = 0; i < 16; ++i) {
     DFRAME descriptor{};
     descriptor.size = sizeof descriptor;
@@ -41,15 +41,15 @@ void readSound(CMFFmp4& file, std::uint32_t total, std::minstd_rand& random) {
     descriptor.dataCapacity = static_cast<std::uint32_t>(buffer.size());
     const std::uint64_t anywhere = random() % (std::uint64_t{total} + 2);
     const std::uint32_t from = i % 2 ? QVR_NOT_SET : static_cast<std::uint32_t>(i == 0 ? 0 : anywhere);
-    const auto count = static_cast<std::uint32_t>(random() % kMostSamples);
+    const auto count = static_cast<std::uint32_t>(random() % kMaxSamples);
     file.Read(from, count, 1, QVR_MODE_AUDIO, &descriptor, nullptr);
     if (descriptor.bytes > buffer.size()) std::abort();
   }
 }
 
-void readAll(CMFFmp4& file, std::uint32_t soundFrames, std::minstd_rand random) {
+void readAll(CMFFmp4& file, std::uint32_t audioFrames, std::minstd_rand random) {
   const std::uint32_t total = file.GetTotalFrames();
-  const std::uint32_t frames = std::min(total, kMostFrames);
+  const std::uint32_t frames = std::min(total, kMaxFrames);
   for (std::uint32_t frame = 0; frame <= frames; ++frame) read(file, frame, QVR_MODE_VIDEO);
   for (std::uint32_t i = 0; i < frames; ++i) {
     const auto frame = static_cast<std::uint32_t>(random() % (std::uint64_t{total} + 1));
@@ -58,7 +58,7 @@ void readAll(CMFFmp4& file, std::uint32_t soundFrames, std::minstd_rand random) 
       for (const std::int32_t direction : {0, 1}) file.FindKeyFrame(1, kVideoDirection, frame, direction);
     }
   }
-  readSound(file, soundFrames, random);
+  readSound(file, audioFrames, random);
 }
 
 }  // namespace

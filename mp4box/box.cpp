@@ -4,8 +4,8 @@
 #include <algorithm>
 
 void Mp4RootState::expectFragment(std::uint64_t bytes) {
-  constexpr std::uint64_t kMostExpected = 64 << 10;
-  fragmentBytes = std::min({bytes, lastFragmentBytes_, kMostExpected});
+  constexpr std::uint64_t kMaxExpected = 64 << 10;
+  fragmentBytes = std::min({bytes, lastFragmentBytes_, kMaxExpected});
   lastFragmentBytes_ = bytes;
 }
 
@@ -20,9 +20,9 @@ bool Mp4RootState::admit(const Mp4Box& box, bool topLevel) {
   // A fragment with one short sample has about one node per 16 bytes, so the bytes of a fragment count twice.
   // The contribution of each top-level box is limited, so that a large box does not allow for many small
   // ones, and a box too small to be a fragment counts once.
-  constexpr std::uint64_t kFreeNodes = 300'000, kBytesANode = 24, kMostBytes = 64 << 10, kSmallestMoof = 64;
-  const bool isFragment = box.type == Mp4FourCc("moof") && box.size >= kSmallestMoof;
-  if (topLevel) nodeBytes_ += std::min(box.size, kMostBytes) * (isFragment ? 2 : 1);
+  constexpr std::uint64_t kFreeNodes = 300'000, kBytesANode = 24, kMaxBytes = 64 << 10, kMinMoofBytes = 64;
+  const bool isFragment = box.type == Mp4FourCc("moof") && box.size >= kMinMoofBytes;
+  if (topLevel) nodeBytes_ += std::min(box.size, kMaxBytes) * (isFragment ? 2 : 1);
   return ++nodes_ <= kFreeNodes + nodeBytes_ / kBytesANode;
 }
 

@@ -19,11 +19,11 @@
 namespace {
 
 // Size, type, 64-bit size and extended type.
-constexpr std::uint64_t kLongestHeader = 32;
+constexpr std::uint64_t kMaxHeader = 32;
 
 // How many bytes larger than expected a fragment may be and still be read in one go: a few samples more,
 // because equal durations do not always hold the same number of audio samples.
-constexpr std::uint64_t kSlack = 32;
+constexpr std::uint64_t kFragmentSizeTolerance = 32;
 
 bool IsUnderRoot(const Mp4Box& box) {
   return box.father && box.father->type == MP4_ROOT;
@@ -75,7 +75,7 @@ bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
 }
 
 // Whether a box is acceptable: limits on depth, on overrun of its parent and on the number of boxes.
-bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
+bool isAcceptable(Mp4Stream& stream, const Mp4Box& box) {
   unsigned depth = 0;
   Mp4Box* top = nullptr;
   for (Mp4Box* father = box.father; father; father = father->father) {
@@ -87,7 +87,7 @@ bool MayStand(Mp4Stream& stream, const Mp4Box& box) {
 }
 
 // After more than a few consecutive small boxes, reads ahead as many bytes as they took.
-std::uint64_t AheadOfSmallBoxes(const Mp4RootState& state) {
+std::uint64_t BeforeSmallBoxes(const Mp4RootState& state) {
   constexpr std::uint64_t kFew = 256, kMost = 64 << 10;
   return state.smallBoxBytes < kFew ? 0 : std::min(state.smallBoxBytes, kMost);
 }
@@ -116,7 +116,7 @@ std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
 
 bool Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
   box = Mp4Box{};
-  std::array<std::uint8_t, kLongestHeader> header{};
+  std::array<std::uint8_t, kMaxHeader> header{};
   const std::int64_t peeked = stream.peek(header.data(), header.size());
   if (peeked < 8) return false;
   box.position = stream.tell();
@@ -135,7 +135,7 @@ Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father) try {
   Mp4BoxPtr box(new Mp4Box);
   if (!Mp4ReadBoxHeader(stream, *box) || box->size == 0) return nullptr;
   box->father = father;
-  if (!MayStand(stream, *box) || !Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
+  if (!isAcceptable(stream, *box) || !Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
   return box.release();
 } catch (const std::bad_alloc&) {
   return nullptr;
@@ -162,8 +162,8 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   if (!state || state->ended) return false;
   // Reads a fragment of about the same size as the previous ones in one go, together with the next header.
   // Likewise many small boxes.
-  const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kSlack : 0;
-  const std::uint64_t ahead = std::max(expected, AheadOfSmallBoxes(*state)) + kLongestHeader;
+  const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kFragmentSizeTolerance : 0;
+  const std::uint64_t ahead = std::max(expected, BeforeSmallBoxes(*state)) + kMaxHeader;
   Mp4WindowStream window(stream, state->window, root->size, ahead);
   const bool inMemory = stream.view(state->nextOffset, 0) != nullptr;
   Mp4Stream& source = inMemory ? stream : window;
@@ -198,7 +198,7 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
     // next box.
     const std::uint64_t size = std::max(stream.size(), box.position);
     const std::uint64_t held = std::min(box.end(), size) - box.position;
-    const std::uint64_t withNext = std::min(held + kLongestHeader, size - box.position);
+    const std::uint64_t withNext = std::min(held + kMaxHeader, size - box.position);
     FileBytes bytes;
     if (const std::uint8_t* data = bytes.get(stream, box.position, withNext)) {
       Mp4MemoryStream memory(data, held, box.position);

@@ -7,7 +7,7 @@
 namespace {
 
 // Host reads and writes have a 32-bit byte count; larger transfers are split.
-constexpr std::int64_t kMostAtOnce = 1 << 30;
+constexpr std::int64_t kMaxAtOnce = 1 << 30;
 
 }  // namespace
 
@@ -24,7 +24,7 @@ VLHANDLE Mp4Stream::open(const char* path, std::uint32_t mode) {
 std::int64_t Mp4Stream::read(void* buffer, std::int64_t count) {
   std::int64_t total = 0;
   while (total < count) {
-    const auto wanted = static_cast<std::uint32_t>(std::min(count - total, kMostAtOnce));
+    const auto wanted = static_cast<std::uint32_t>(std::min(count - total, kMaxAtOnce));
     std::uint32_t done = 0;
     if (!vlOSReadFile(handle, static_cast<std::uint8_t*>(buffer) + total, wanted, &done)) {
       ErrOut("fmp4 file_read failure, error: %lu\n", static_cast<unsigned long>(vlOSGetLastError()));
@@ -39,7 +39,7 @@ std::int64_t Mp4Stream::read(void* buffer, std::int64_t count) {
 std::int64_t Mp4Stream::write(const void* buffer, std::int64_t count) {
   std::int64_t total = 0;
   while (total < count) {
-    const auto wanted = static_cast<std::uint32_t>(std::min(count - total, kMostAtOnce));
+    const auto wanted = static_cast<std::uint32_t>(std::min(count - total, kMaxAtOnce));
     std::uint32_t done = 0;
     const bool written =
         vlOSWriteFile(handle, static_cast<const std::uint8_t*>(buffer) + total, wanted, &done);

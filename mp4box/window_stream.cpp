@@ -6,7 +6,7 @@
 namespace {
 
 // Larger reads bypass the window and go directly to their destination.
-constexpr std::uint64_t kMostBytes = 1 << 20;
+constexpr std::uint64_t kMaxBytes = 1 << 20;
 
 }  // namespace
 
@@ -51,7 +51,7 @@ std::int64_t Mp4WindowStream::peek(void* buffer, std::int64_t count) {
 
 std::int64_t Mp4WindowStream::read(void* buffer, std::int64_t count) {
   std::int64_t done = 0;
-  if (static_cast<std::uint64_t>(count) <= kMostBytes) {
+  if (static_cast<std::uint64_t>(count) <= kMaxBytes) {
     done = peek(buffer, count);
   } else if (file_.seek(position_)) {
     done = file_.read(buffer, count);
@@ -61,7 +61,7 @@ std::int64_t Mp4WindowStream::read(void* buffer, std::int64_t count) {
 }
 
 const std::uint8_t* Mp4WindowStream::view(std::uint64_t offset, std::uint64_t count) {
-  if (count > kMostBytes || offset > size_ || count > size_ - offset) return nullptr;
+  if (count > kMaxBytes || offset > size_ || count > size_ - offset) return nullptr;
   if (cover(offset, count) < count) return nullptr;
   return window_.bytes.data() + (offset - window_.offset);
 }

@@ -7,7 +7,7 @@ using mp4::TrackKind;
 
 constexpr std::uint32_t kMediaDataHeader = 8;  // bytes, header of the "mdat" that follows the fragment
 // Position of data_offset in a "trun": after the box header, version and flags, and sample_count.
-constexpr std::uint64_t kDataOffsetPlace = 8 + 4 + 4;
+constexpr std::uint64_t kDataOffsetPosition = 8 + 4 + 4;
 
 std::uint32_t offsetOf(TrackKind kind, const Mp4DataOffsets& offsets) {
   switch (kind) {
@@ -43,7 +43,7 @@ std::uint32_t Mp4WriteMovieFragment(Mp4Output& out, mp4::MovieFragment& fragment
         Mp4WriteBox(out, Mp4FourCc("tfhd"), track->tfhd);
         Mp4WriteBox(out, Mp4FourCc("tfdt"), track->tfdt);
         const Mp4BoxMark trun = Mp4WriteBox(out, Mp4FourCc("trun"), track->trun);
-        if (countsFromFragment(*track)) places[kind] = trun.start + kDataOffsetPlace;
+        if (countsFromFragment(*track)) places[kind] = trun.start + kDataOffsetPosition;
       });
     }
   });

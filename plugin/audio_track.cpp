@@ -21,19 +21,19 @@ constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
 constexpr unsigned kAacEnd = 7;
 
 // Larger access units cannot be audio: AAC allows 768 bytes per channel, AC-3 3840.
-constexpr std::uint32_t kLargestUnit = 1 << 20;
+constexpr std::uint32_t kMaxUnit = 1 << 20;
 // Pre-roll before a position if the previous access unit is not sufficient: at least this many access units,
 // then more until the decoder has converged, up to a limit in case the file prevents that.
-constexpr std::uint64_t kSettlingUnits = 24;
-constexpr std::uint64_t kLongestLead = 4096;
+constexpr std::uint64_t kConvergenceUnits = 24;
+constexpr std::uint64_t kMaxPreRollUnits = 4096;
 
 // Access units to try before giving up on a track: this many in a row at this many positions spread over the
 // track; in a short track these are all access units.
 constexpr std::uint64_t kTriedUnits = 64;
-constexpr std::uint64_t kTriedPlaces = 64;
+constexpr std::uint64_t kTriedPositions = 64;
 
 // PCM frames, maximum stated duration of an access unit, including minutes of a gap after it.
-constexpr std::uint64_t kLongestUnitFrames = 1 << 24;
+constexpr std::uint64_t kMaxUnitFrames = 1 << 24;
 
 // PCM frames per decoded access unit, at the described rate.
 std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
@@ -141,26 +141,26 @@ std::uint64_t AudioTrack::statedLength(FragmentIndex& index) {
 
 int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
   position_ = kNowhere;
-  if (standAtPosition(index, position) < 0) return -1;
+  if (seekToPosition(index, position) < 0) return -1;
   position_ = position;
   return 0;
 }
 
-int AudioTrack::standAtPosition(FragmentIndex& index, std::uint64_t position) {
+int AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
   AudioUnit unit;
   if (!timeline(index).find(index, position, unit)) return -1;
-  for (std::uint64_t ahead = 1;; ahead = std::max(4 * ahead, kSettlingUnits)) {
+  for (std::uint64_t ahead = 1;; ahead = std::max(4 * ahead, kConvergenceUnits)) {
     const std::uint64_t first = unit.number - std::min(ahead, unit.number);
-    const Lead lead = leadIn(index, first, unit);
+    const Lead lead = decodePreRoll(index, first, unit);
     if (lead == Lead::Failed) return -1;
-    if (lead == Lead::Settled || ahead >= kLongestLead) return 0;
+    if (lead == Lead::Converged || ahead >= kMaxPreRollUnits) return 0;
   }
 }
 
-int AudioTrack::standAt(FragmentIndex& index, const AudioUnit& unit) {
+int AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
   decoder_.Reset();
   if (LoadFragment(index, unit.fragmentIndex, unit.trunIndex, true, cursor_) < 0) return -1;
-  cursor_.standAt(unit.sampleIndex);
+  cursor_.seekToUnit(unit.sampleIndex);
   number_ = unit.number;
   clock_ = unit.clock;
   filledTo_ = lostTo_ = clock_.position();
@@ -168,9 +168,9 @@ int AudioTrack::standAt(FragmentIndex& index, const AudioUnit& unit) {
   return 0;
 }
 
-AudioTrack::Lead AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
+AudioTrack::Lead AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
   AudioUnit from;
-  if (!timeline(index).at(index, first, from) || standAt(index, from) < 0) return Lead::Failed;
+  if (!timeline(index).at(index, first, from) || seekToUnit(index, from) < 0) return Lead::Failed;
   const bool settled = first == 0;  // there is no history before the first access unit
   while (number_ < unit.number) {
     if (advance(index) != Outcome::Delivered) return Lead::Failed;
@@ -178,7 +178,7 @@ AudioTrack::Lead AudioTrack::leadIn(FragmentIndex& index, std::uint64_t first, c
     decoder_.RemoveSamples(decoder_.BufferedFrames());
   }
   filledTo_ = clock_.position();
-  return settled || decoder_.Settled() ? Lead::Settled : Lead::Unsettled;
+  return settled || decoder_.Converged() ? Lead::Converged : Lead::NotConverged;
 }
 
 AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
@@ -193,7 +193,7 @@ AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
 }
 
 bool AudioTrack::lastsTooLong() const {
-  return clock_.frames(cursor_.sampleDuration()) > kLongestUnitFrames;
+  return clock_.frames(cursor_.sampleDuration()) > kMaxUnitFrames;
 }
 
 // An access unit that is damaged, or whose bytes are missing, is replaced by silence, and the decoder history
@@ -209,7 +209,7 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   if (decoded) {
     everDecoded_ = true;
   } else {
-    decoder_.ForgetSignal();
+    decoder_.ResetHistory();
     decoder_.RemoveSamples(decoder_.BufferedFrames());
   }
   clock_.pass(cursor_.sampleDuration());
@@ -223,7 +223,7 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
 
 bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   const std::uint32_t size = cursor_.sampleSize();
-  if (size == 0 || size > kLargestUnit) return false;
+  if (size == 0 || size > kMaxUnit) return false;
   const bool headed = holder_.audio.codec == kMp4a && configuration_.size() >= 2;
   const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
   unit_.resize(header + size);
@@ -241,11 +241,11 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
 
 bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {
   const AudioTimeline& units = timeline(index);
-  for (std::uint64_t place = 0; place < kTriedPlaces; ++place) {
-    const std::uint64_t first = scaleExactly(units.units(), place, kTriedPlaces);
-    const std::uint64_t next = scaleExactly(units.units(), place + 1, kTriedPlaces);
+  for (std::uint64_t place = 0; place < kTriedPositions; ++place) {
+    const std::uint64_t first = scaleExactly(units.units(), place, kTriedPositions);
+    const std::uint64_t next = scaleExactly(units.units(), place + 1, kTriedPositions);
     AudioUnit unit;
-    if (first == next || !units.at(index, first, unit) || standAt(index, unit) < 0) continue;
+    if (first == next || !units.at(index, first, unit) || seekToUnit(index, unit) < 0) continue;
     while (number_ < std::min(next, first + kTriedUnits)) {
       if (advance(index) != Outcome::Delivered) break;
       const Unit unit = decodeUnit(index);
@@ -301,7 +301,7 @@ AudioTrack::Outcome AudioTrack::decodeNext(FragmentIndex& index, std::uint64_t p
       messages::reportError(messages::kNothingDecodes);
       return Outcome::Undecodable;
     }
-    return standAtPosition(index, position) < 0 ? Outcome::NoRun : Outcome::Delivered;
+    return seekToPosition(index, position) < 0 ? Outcome::NoRun : Outcome::Delivered;
   }
   if (unit == Unit::Lost) ++delivery.lostUnits;
   if (unit == Unit::Lost && !losing_) messages::reportLostAudio(start);

@@ -81,7 +81,7 @@ class AudioTrack {
   // that as the decoder needs. Returns 0 or -1.
   int seek(FragmentIndex& index, std::uint64_t position);
   // Whether reading at the position needs no seek. After a failed read the position is undefined.
-  bool standsAt(std::uint64_t position) const { return position_ == position && cursor_.loaded(); }
+  bool isAt(std::uint64_t position) const { return position_ == position && cursor_.loaded(); }
   // Writes PCM frames [position, position + count) to `out`, up to the end of the track; silence in gaps and
   // in place of lost access units. The track must be at `position`.
   Outcome read(FragmentIndex& index, std::uint64_t position, std::uint64_t count, std::uint8_t* out,
@@ -99,14 +99,14 @@ class AudioTrack {
 
   enum class Unit { Decoded, Lost, NoMemory };
   // State of the decoder after the pre-roll.
-  enum class Lead { Failed, Unsettled, Settled };
+  enum class Lead { Failed, NotConverged, Converged };
 
   AudioTimeline& timeline(FragmentIndex& index);
-  int standAtPosition(FragmentIndex& index, std::uint64_t position);
+  int seekToPosition(FragmentIndex& index, std::uint64_t position);
   // Positions the track at an access unit, with the decoder history reset. Returns 0 or -1.
-  int standAt(FragmentIndex& index, const AudioUnit& unit);
+  int seekToUnit(FragmentIndex& index, const AudioUnit& unit);
   // Positions the track at `unit` after decoding the access units from number `first` on as pre-roll.
-  Lead leadIn(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
+  Lead decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
   // Whether the access unit at the cursor states an impossible duration.
   bool lastsTooLong() const;
   // Decodes the access unit at the cursor into the decoder's buffer and advances past it.

@@ -17,7 +17,7 @@ std::uint32_t CMFFmp4::Close() {
   m_videoCursor = {};
   m_videoNextExpected = QVR_NOT_SET;
   m_cc608 = {};
-  m_cc608SoughtFrame = QVR_NOT_SET;
+  m_cc608SeekFrame = QVR_NOT_SET;
   m_cc708Cursor = {};
   m_index.reset();
   m_root.reset();

@@ -47,8 +47,8 @@ std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio) {
   const std::uint8_t* const data = wave.extra;
   const bool adts = wave.extraSize >= 2 && data[0] == 0xFF && (data[1] & 0xF0) == 0xF0;
   if (!adts) {
-    constexpr std::uint16_t kMostCopied = 4;
-    return std::vector<std::uint8_t>(data, data + (wave.extraSize <= kMostCopied ? wave.extraSize : 0));
+    constexpr std::uint16_t kMaxCopied = 4;
+    return std::vector<std::uint8_t>(data, data + (wave.extraSize <= kMaxCopied ? wave.extraSize : 0));
   }
   if (wave.extraSize < 3) return std::nullopt;
   // ISO/IEC 14496-3, 1.A.2.2.1 and 1.6.2.1: profile is the object type minus 1.

@@ -139,7 +139,7 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t startVideoRecording();
   std::uint32_t startAudioRecording();
   VideoSettings videoSettings() const;
-  SoundSettings soundSettings() const;
+  AudioSettings audioSettings() const;
   bool isCodedWithFirstPair(std::uint32_t channelMask) const;
 
   // close.cpp
@@ -159,7 +159,7 @@ class CMFFmp4 : public CAMediaFile {
   TrackCursor m_videoCursor;
   std::uint32_t m_videoNextExpected = QVR_NOT_SET;  // the frame after the last request
   Cc608Reader m_cc608;
-  std::uint32_t m_cc608SoughtFrame = QVR_NOT_SET;  // the frame of m_cc608's last seek
+  std::uint32_t m_cc608SeekFrame = QVR_NOT_SET;  // the frame of m_cc608's last seek
   TrackCursor m_cc708Cursor;
   std::unique_ptr<CMFFmp4> m_companion;                      // reads or writes audio in a separate file
   std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one per audio track, in order

@@ -3,7 +3,7 @@
 #include "plugin/messages.h"
 #include "plugin/status.h"
 #include "recording/paths.h"
-#include "recording/write/former_recording.h"
+#include "recording/write/stale_files.h"
 
 namespace {
 
@@ -24,9 +24,9 @@ std::uint32_t CMFFmp4::openWrite() {
   const std::string name = m_fileName;
   if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
     m_audioRecording = std::make_unique<AudioRecording>();
-    const std::string formerList = PlaylistOfFormerSound(name);
+    const std::string previousList = StaleAudioPlaylist(name);
     const bool created = m_audioRecording->Create(name);
-    if (hasReplaced(m_audioRecording->file())) RemoveFormerFile(formerList);
+    if (hasReplaced(m_audioRecording->file())) RemoveStaleFile(previousList);
     if (!created) return refuse(messages::kCannotCreateAudio);
     m_handle = m_audioRecording->file().handle();
     return VL_OK;
@@ -37,10 +37,10 @@ std::uint32_t CMFFmp4::openWrite() {
   // The manifest or the playlist would overwrite media of the same name.
   const bool nameTaken = path == manifest || path == VideoPlaylistPath(path);
   // Stale manifests and playlists refer to deleted media; stale audio would be taken for the new.
-  const std::vector<std::string> former = FilesOfFormerRecording(path, manifest);
+  const std::vector<std::string> former = StaleRecordingFiles(path, manifest);
   const bool created = !nameTaken && m_videoRecording->Create(path);
   if (hasReplaced(m_videoRecording->file()))
-    for (const std::string& file : former) RemoveFormerFile(file);
+    for (const std::string& file : former) RemoveStaleFile(file);
   if (!created) return refuse(messages::kCannotCreateVideo);
   m_handle = m_videoRecording->file().handle();
   m_videoPath = path;

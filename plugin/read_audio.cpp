@@ -90,7 +90,7 @@ std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std:
       return VL_OK;
     }
   }
-  if (!track.standsAt(position)) {
+  if (!track.isAt(position)) {
     track.nextExpected = frame;
     if (track.seek(*m_index, position) < 0) {
       messages::reportSeekFailure();

@@ -28,7 +28,7 @@ void CMFFmp4::seekCaptions(std::uint32_t frame, bool jumped) {
 }
 
 void CMFFmp4::seekCc608(std::uint32_t frame) {
-  m_cc608SoughtFrame = frame;
+  m_cc608SeekFrame = frame;
   if (SeekCc608Frame(*m_index, frame, m_cc608) < 0) m_cc608.forget();
 }
 
@@ -38,7 +38,7 @@ void CMFFmp4::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
   if (!m_tracks[kCc608Track].present()) return;
   const bool waiting = m_cc608.hasPair() && m_cc608.ccFrame == frame;
   const bool due = m_cc608.ccFrame == Cc608Reader::kNoFrame || frame >= m_cc608.ccFrame;
-  if (due && !waiting && m_cc608SoughtFrame != frame) seekCc608(frame);
+  if (due && !waiting && m_cc608SeekFrame != frame) seekCc608(frame);
   if (!m_cc608.hasPair() || m_cc608.ccFrame != frame) return;
   descriptor.captionFlags |= DFRAME_CAPTION_608;
   descriptor.captionBytes = 2;

@@ -17,8 +17,8 @@ constexpr std::uint32_t kEveryChannel = 0xFFFFFFFFu;
 constexpr std::uint32_t kPairedChannels = 0xFFu;
 
 // A sample entry has 16 bits each for width, height and sample rate.
-constexpr std::int64_t kMostPixels = 0xFFFF;
-constexpr std::uint32_t kMostSampleRate = 0xFFFF;
+constexpr std::int64_t kMaxPixels = 0xFFFF;
+constexpr std::uint32_t kMaxSampleRate = 0xFFFF;
 
 constexpr std::uint32_t kMostAlignment = 16384;  // bytes; for larger alignments buffers are not rounded up
 
@@ -84,7 +84,7 @@ const char* CMFFmp4::videoRefusal() const {
   // one frame per second and less, which the media timescale cannot distinguish from rates not normalised.
   if (stream.rate <= 1000 || (stream.scale != 1000 && stream.scale != 1001))
     return messages::kRateNotRecordable;
-  const auto fits = [](std::int64_t pixels) { return pixels > 0 && pixels <= kMostPixels; };
+  const auto fits = [](std::int64_t pixels) { return pixels > 0 && pixels <= kMaxPixels; };
   if (!fits(m_video.bitmap.width) || !fits(std::llabs(std::int64_t{m_video.bitmap.height})))
     return messages::kSizeNotRecordable;
   return AvcRecordOf(m_video) ? nullptr : messages::kConfigurationTooShort;
@@ -93,7 +93,7 @@ const char* CMFFmp4::videoRefusal() const {
 // The reason why audio of this description cannot be recorded, or null.
 const char* CMFFmp4::audioRefusal(const QVRAUDIO& audio) {
   const std::uint32_t sampleRate = audio.wave.samplesPerSecond;
-  if (sampleRate == 0 || sampleRate > kMostSampleRate) return messages::kSampleRateNotRecordable;
+  if (sampleRate == 0 || sampleRate > kMaxSampleRate) return messages::kSampleRateNotRecordable;
   return AudioConfigOf(audio) ? nullptr : messages::kConfigurationTooShort;
 }
 

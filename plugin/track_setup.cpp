@@ -10,7 +10,7 @@
 #include "mp4box/boxes/visual_entry.h"
 #include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
-#include "plugin/sound_format.h"
+#include "plugin/pcm_format.h"
 #include "plugin/status.h"
 #include "streaming/index/nominal_duration.h"
 #include "streaming/index/track_defaults.h"
@@ -34,7 +34,7 @@ constexpr std::uint32_t kVideoFlagsCleared = 0x0D000000u;
 constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
 
 // Audio buffers per second if there is no video to give a frame duration.
-constexpr FrameRate kSoundFrameRate{30, 1};
+constexpr FrameRate kAudioFrameRate{30, 1};
 
 // Intended: video descriptions hold the code with its four bytes reversed, "avc1" as "1cva"; EnumCodecs and
 // audio descriptions use file byte order.
@@ -157,7 +157,7 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   QVRAUDIO audio = m_audio;
   QVRWAVE& wave = audio.wave;
   std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
-  const SoundFormat format = SoundFormatOf(sampleEntry, *entry, configuration);
+  const PcmFormat format = PcmFormatOf(sampleEntry, *entry, configuration);
   wave.channels = format.channels;
   wave.samplesPerSecond = format.samplesPerSecond;
   wave.bitsPerSample = kDecodedBits;
@@ -172,7 +172,7 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   audio.stream.rate = wave.samplesPerSecond;
   audio.stream.scale = 1;
   FrameRate fps = ac3 ? FrameRate{m_video.stream.rate, m_video.stream.scale} : m_nominalRate;
-  if (!ac3 && !(hasVideo() && m_nominalRate.known())) fps = kSoundFrameRate;
+  if (!ac3 && !(hasVideo() && m_nominalRate.known())) fps = kAudioFrameRate;
   audio.bufferSize = saturate<std::uint32_t>(
       static_cast<std::uint64_t>(std::trunc(wave.samplesPerSecond / fps.value() + 1.0)) * wave.blockAlign);
   audio.stream.suggestedBufferSize = audio.bufferSize;

@@ -72,7 +72,7 @@ std::uint32_t CMFFmp4::writeAudio(std::uint32_t channelMask, const DFRAME* descr
   if (!m_videoRecording || m_videoChannels == 0) return refuseChannel(messages::kNoChannel);
   if (const std::uint32_t result = startVideoRecording(); result != VL_OK) return result;
   if (m_companion) return m_companion->writeAudio(channelMask, descriptor);
-  return m_videoRecording->hasSound() ? m_videoRecording->WriteSound(bytes)
+  return m_videoRecording->hasAudio() ? m_videoRecording->WriteAudio(bytes)
                                       : refuseChannel(messages::kNoChannel);
 }
 
@@ -106,7 +106,7 @@ std::uint32_t CMFFmp4::startAudioRecording() {
   }
   const SegmentGeometry geometry = m_ownersGeometry.value_or(GeometryOfInterval(m_keyFrameInterval));
   return started(file, [&] {
-    return m_audioRecording->Start(soundSettings(), geometry, m_nominalRate, m_ownersManifest);
+    return m_audioRecording->Start(audioSettings(), geometry, m_nominalRate, m_ownersManifest);
   });
 }
 
@@ -119,11 +119,11 @@ VideoSettings CMFFmp4::videoSettings() const {
   settings.avcRecord = AvcRecordOf(m_video).value_or(std::vector<std::uint8_t>());
   settings.captions608 = m_info.captions & QVR_CAPTIONS_608;
   settings.captions708 = m_info.captions & QVR_CAPTIONS_708;
-  if (m_audioMask != 0 && !HasSeparateAudio(m_videoPath)) settings.sound = soundSettings();
+  if (m_audioMask != 0 && !HasSeparateAudio(m_videoPath)) settings.sound = audioSettings();
   return settings;
 }
 
-SoundSettings CMFFmp4::soundSettings() const {
+AudioSettings CMFFmp4::audioSettings() const {
   return {m_audio.wave.samplesPerSecond, m_audio.wave.averageBytesPerSecond, SamplesPerFrameOf(m_audio),
           AudioConfigOf(m_audio).value_or(std::vector<std::uint8_t>())};
 }

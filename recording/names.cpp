@@ -121,7 +121,7 @@ std::string fileNameOf(const std::string& path) {
   return vlName(vlPath(path).filename());
 }
 
-RecordingNames namesOfSoundAlone(const std::string& audio) {
+RecordingNames namesOfAudioAlone(const std::string& audio) {
   RecordingNames names;
   names.audio = audio;
   names.audioPlaylist = audioPlaylistOf(vlPath(audio));
@@ -130,7 +130,7 @@ RecordingNames namesOfSoundAlone(const std::string& audio) {
 
 RecordingNames findRecording(const std::string& name) {
   const Path media = findMedia(vlPath(name));
-  if (media.extension() == ".m4a" || media.extension() == ".isma") return namesOfSoundAlone(vlName(media));
+  if (media.extension() == ".m4a" || media.extension() == ".isma") return namesOfAudioAlone(vlName(media));
   RecordingNames names;
   names.video = vlName(media);
   names.manifest = manifestOf(media);

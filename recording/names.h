@@ -18,7 +18,7 @@ struct RecordingNames {
 RecordingNames findRecording(const std::string& name);
 
 // Of sound alone, in the media file `audio`.
-RecordingNames namesOfSoundAlone(const std::string& audio);
+RecordingNames namesOfAudioAlone(const std::string& audio);
 
 // Name and extension of a path.
 std::string fileNameOf(const std::string& path);

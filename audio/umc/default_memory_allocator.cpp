@@ -11,7 +11,7 @@ namespace UMC {
 namespace {
 
 constexpr std::uint32_t kLargestAlignment = 0x100000;
-constexpr std::size_t kSmallestTable = 8;
+constexpr std::size_t kMinTable = 8;
 
 std::uint8_t* Align(std::uint8_t* memory, std::uint32_t alignment) {
   const auto misalignment = reinterpret_cast<std::uintptr_t>(memory) & (alignment - 1);
@@ -113,7 +113,7 @@ DefaultMemoryAllocator::Record* DefaultMemoryAllocator::FindReusable(std::size_t
 
 DefaultMemoryAllocator::Record* DefaultMemoryAllocator::AddRecord() {
   if (m_recordCount == m_recordCapacity) {
-    const std::size_t capacity = std::max(kSmallestTable, 2 * m_recordCapacity);
+    const std::size_t capacity = std::max(kMinTable, 2 * m_recordCapacity);
     auto* records = reinterpret_cast<Record*>(ippsMalloc_8u(capacity * sizeof(Record)));
     if (records == nullptr) return nullptr;
     std::copy(m_records, m_records + m_recordCount, records);

@@ -20,7 +20,7 @@ inline constexpr int kObjectPs = 29;
 inline constexpr int kObjectAls = 36;
 
 // Whether a decoder for the object type is implemented. ER BSAC, ALS and others need decoders of their own.
-inline bool IsServedObjectType(int objectType) {
+inline bool IsSupportedObjectType(int objectType) {
   return objectType >= kObjectMain && objectType <= kObjectLtp;
 }
 

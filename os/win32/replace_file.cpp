@@ -14,7 +14,7 @@ namespace os {
 namespace {
 
 // How long to wait for a reader that holds the old file. Readers open, read and close it within milliseconds.
-constexpr ULONGLONG kLongestWait = 2000;  // milliseconds
+constexpr ULONGLONG kMaxWait = 2000;  // milliseconds
 constexpr DWORD kWaitStep = 10;
 
 // A temporary file next to the one it replaces, with a name unique across processes and threads. Deleted
@@ -72,7 +72,7 @@ class TemporaryFile {
       if (isMoved_) return true;
       const DWORD error = GetLastError();
       const bool isHeld = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
-      if (!isHeld || isFolder(target) || GetTickCount64() - start >= kLongestWait) {
+      if (!isHeld || isFolder(target) || GetTickCount64() - start >= kMaxWait) {
         SetLastError(error);
         return false;
       }

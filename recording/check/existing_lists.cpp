@@ -39,8 +39,8 @@ const XMLElement* segmentListOf(const XMLElement* set) {
 
 }  // namespace
 
-std::optional<FormerManifest> readFormerManifest(const std::string& path,
-                                                 std::uint64_t initialisationLength) {
+std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
+                                                     std::uint64_t initialisationLength) {
   tinyxml2::XMLDocument document;
   if (!LoadManifestDocument(path.c_str(), document)) return std::nullopt;
   const XMLElement* const mpd = document.FirstChildElement("MPD");
@@ -53,25 +53,25 @@ std::optional<FormerManifest> readFormerManifest(const std::string& path,
   const XMLElement* const audioSet = videoSet->NextSiblingElement("AdaptationSet");
   const XMLElement* const audio = representationOf(audioSet);
   const char* const time = mpd->Attribute("availabilityStartTime");
-  FormerManifest former;
+  PreviousManifest former;
   former.startTime = dateTime(time ? time : "");
   former.placesAudio = audioSet != nullptr;
   former.videoSegmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
   if (const XMLElement* const audioList = segmentListOf(audioSet))
     former.audioSegmentTicks = numberOf<std::uint64_t>(audioList->Attribute("duration"));
   const auto bitRate = numberOf<std::uint64_t>(audio ? audio->Attribute("bandwidth") : nullptr);
-  if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu) former.soundByteRate = static_cast<std::uint32_t>(*bitRate / 8);
+  if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu) former.audioByteRate = static_cast<std::uint32_t>(*bitRate / 8);
   return former;
 }
 
-std::optional<FormerPlaylist> readFormerPlaylist(const std::string& path, const std::string& mediaName,
-                                                 std::uint64_t initialisationLength) {
+std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, const std::string& mediaName,
+                                                     std::uint64_t initialisationLength) {
   const std::string map = "#EXT-X-MAP:URI=\"" + UriOfName(mediaName) + "\",BYTERANGE=\"" +
                           std::to_string(initialisationLength) + "@0\"";
   constexpr std::string_view kTarget = "#EXT-X-TARGETDURATION:", kTime = "#EXT-X-PROGRAM-DATE-TIME:";
   constexpr int kHeaderLines = 7;
   std::ifstream file(vlPath(path));
-  FormerPlaylist former;
+  PreviousPlaylist former;
   bool mapped = false;
   std::string line;
   for (int i = 0; i < kHeaderLines && std::getline(file, line); ++i) {

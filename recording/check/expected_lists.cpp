@@ -23,7 +23,7 @@ struct Listed {
 };
 
 // What the former lists of a media file tell of its full segments.
-struct FormerSegment {
+struct PreviousSegment {
   std::optional<std::uint64_t> positions;       // by the manifest
   std::optional<std::uint32_t> targetDuration;  // by the playlist, seconds
 };
@@ -31,7 +31,7 @@ struct FormerSegment {
 // Positions of a full segment. A file of one fragment does not tell, for that one may have been cut short,
 // and a file of none even less: then the former lists are asked.
 std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64_t positionsPerFrame,
-                            const FormerSegment& former) {
+                            const PreviousSegment& former) {
   const std::uint64_t fragments = media.fragmentsPerSegment();
   if (const std::uint64_t frames = media.framesPerFragment()) return frames * fragments * positionsPerFrame;
   if (former.positions) return *former.positions;
@@ -75,7 +75,7 @@ std::uint32_t byteRateOf(const RecordedMedia& audio) {
 }
 
 std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, bool placesAudio,
-                       const std::optional<FormerManifest>& former, const std::string& startTime) {
+                       const std::optional<PreviousManifest>& former, const std::string& startTime) {
   const RecordedMovie& movie = *video.media.movie();
   mp4::AVCConfigurationBox avcC;
   avcC.record = movie.avcRecord;
@@ -93,7 +93,7 @@ std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, 
   addSegments(manifest, manifest.BeginVideo(listed, placesAudio), video.media);
   if (audio) {
     const MpdAudio sound{audio->media.movie()->audioObjectType,
-                         former && former->soundByteRate ? *former->soundByteRate : byteRateOf(audio->media),
+                         former && former->audioByteRate ? *former->audioByteRate : byteRateOf(audio->media),
                          segmentsOf(*audio, 1)};
     addSegments(manifest, manifest.BeginAudio(sound), audio->media);
   }
@@ -124,14 +124,14 @@ std::string firstOf(std::initializer_list<std::string> texts) {
 Recording::Lists Recording::lists() const {
   Lists lists;
   const std::string now = DateTimeNow();
-  std::optional<FormerManifest> manifest;
-  std::optional<FormerPlaylist> videoList, audioList;
+  std::optional<PreviousManifest> manifest;
+  std::optional<PreviousPlaylist> videoList, audioList;
   if (video()) {
-    manifest = readFormerManifest(names_.manifest, video()->initialisationLength());
-    videoList = readFormerPlaylist(names_.videoPlaylist, video()->name(), video()->initialisationLength());
+    manifest = readPreviousManifest(names_.manifest, video()->initialisationLength());
+    videoList = readPreviousPlaylist(names_.videoPlaylist, video()->name(), video()->initialisationLength());
   }
   if (audio())
-    audioList = readFormerPlaylist(names_.audioPlaylist, audio()->name(), audio()->initialisationLength());
+    audioList = readPreviousPlaylist(names_.audioPlaylist, audio()->name(), audio()->initialisationLength());
   const std::string manifestTime = manifest ? manifest->startTime : "";
   const std::string videoTime = videoList ? videoList->startTime : "";
   const std::string audioTime = audioList ? audioList->startTime : "";
@@ -139,15 +139,15 @@ Recording::Lists Recording::lists() const {
   std::optional<Listed> sound;
   if (audio()) {
     const double rate = audio()->movie()->indexedTrack().timescale;
-    const FormerSegment former{manifest ? manifest->audioSegmentTicks : std::nullopt,
-                               audioList ? audioList->targetDuration : std::nullopt};
+    const PreviousSegment former{manifest ? manifest->audioSegmentTicks : std::nullopt,
+                                 audioList ? audioList->targetDuration : std::nullopt};
     sound.emplace(Listed{*audio(), rate, segmentLength(*audio(), rate, kAacFrameSamples, former)});
     lists.audioPlaylist = playlistOf(*sound, firstOf({audioTime, manifestTime, videoTime, now}));
   }
   if (!video()) return lists;
   const double rate = video()->movie()->frameRate().value();
   const std::uint32_t frameTicks = video()->movie()->indexedTrack().defaultSampleDuration;
-  FormerSegment former{std::nullopt, videoList ? videoList->targetDuration : std::nullopt};
+  PreviousSegment former{std::nullopt, videoList ? videoList->targetDuration : std::nullopt};
   if (manifest && manifest->videoSegmentTicks) former.positions = *manifest->videoSegmentTicks / frameTicks;
   const Listed picture{*video(), rate, segmentLength(*video(), rate, 1, former)};
   lists.videoPlaylist = playlistOf(picture, firstOf({videoTime, manifestTime, now}));

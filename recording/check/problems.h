@@ -17,12 +17,12 @@ struct Problem {
 // Problems in the order of their finding. Those beyond a number that anybody reads are only counted.
 class ProblemList {
  public:
-  static constexpr std::size_t kMostKept = 100;
+  static constexpr std::size_t kMaxKept = 100;
 
   void add(Problem problem) {
     ++count_;
     repairable_ = repairable_ && problem.repairable;
-    if (kept_.size() < kMostKept) kept_.push_back(std::move(problem));
+    if (kept_.size() < kMaxKept) kept_.push_back(std::move(problem));
   }
   std::uint64_t count() const { return count_; }
   const std::vector<Problem>& kept() const { return kept_; }

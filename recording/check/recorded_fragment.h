@@ -33,8 +33,8 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
 // Zeros in a row that no coded data have. Coded pictures have no three bytes of them (ISO/IEC
 // 14496-10, 7.4.1), AAC frames at most the 510 of a data stream element; AC-3 pads frames of up to 3840 bytes
 // with them.
-inline constexpr std::ptrdiff_t kFewestUnwritten = 512;
-inline constexpr std::ptrdiff_t kFewestUnwrittenAc3 = 3840;
+inline constexpr std::ptrdiff_t kMinUnwritten = 512;
+inline constexpr std::ptrdiff_t kMinUnwrittenAc3 = 3840;
 
 // Whether the disk lost part of a fragment's data: it then reads as zeros up to the end of a block. At least
 // `fewest` of them count. Reads all of the data.

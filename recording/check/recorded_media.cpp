@@ -109,7 +109,7 @@ void RecordedMedia::dropEmptySegment() {
 
 bool RecordedMedia::isUnwritten(std::uint64_t begin, std::uint64_t end) {
   return hasUnwrittenData(stream_, begin, end,
-                          samplesPerFrame_ == kAc3FrameSamples ? kFewestUnwrittenAc3 : kFewestUnwritten);
+                          samplesPerFrame_ == kAc3FrameSamples ? kMinUnwrittenAc3 : kMinUnwritten);
 }
 
 // Takes the last fragments for none as far as their data did not reach the disk. Those of earlier segments
@@ -138,12 +138,12 @@ void RecordedMedia::complainOfUnwritten() {
 void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchFrom) {
   constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
   if (movie_)
-    behindDamage_ =
+    afterDamage_ =
         findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
-  if (behindDamage_) {
+  if (afterDamage_) {
     complain(end_,
              "the file is damaged (" + reason + "), and whole fragments stand behind the damage, from byte " +
-                 std::to_string(*behindDamage_) + " on",
+                 std::to_string(*afterDamage_) + " on",
              false);
   } else {
     complain(end_,
@@ -218,10 +218,10 @@ std::uint64_t RecordedMedia::soundBytes() const {
       [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundBytes; });
 }
 
-std::uint64_t RecordedMedia::soundFrames() const {
+std::uint64_t RecordedMedia::audioFrames() const {
   return std::accumulate(
       fragments_.begin(), fragments_.end(), std::uint64_t{0},
-      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundFrames; });
+      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.audioFrames; });
 }
 
 std::uint64_t RecordedMedia::framesPerFragment() const {

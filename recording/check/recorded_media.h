@@ -26,7 +26,7 @@ class RecordedMedia {
     std::uint64_t end = 0;      // file offset
     std::uint64_t samples = 0;  // of the track that the indexes time
     std::uint64_t soundBytes = 0;
-    std::uint64_t soundFrames = 0;
+    std::uint64_t audioFrames = 0;
   };
   // A segment reaches from its index to the next one, or to end().
   struct Segment {
@@ -56,9 +56,9 @@ class RecordedMedia {
   // Behind the last fragment that is whole. What follows is left of one that was cut off.
   std::uint64_t end() const { return end_; }
   // Where a whole fragment stands behind damage: the file was not just cut off.
-  const std::optional<std::uint64_t>& behindDamage() const { return behindDamage_; }
+  const std::optional<std::uint64_t>& afterDamage() const { return afterDamage_; }
   std::uint64_t soundBytes() const;
-  std::uint64_t soundFrames() const;
+  std::uint64_t audioFrames() const;
 
   // References that an index has room for; 0 as long as there is no segment.
   std::uint32_t fragmentsPerSegment() const { return fragmentsPerSegment_; }
@@ -104,7 +104,7 @@ class RecordedMedia {
   std::vector<Segment> segments_;
   std::vector<std::size_t> unwritten_;  // fragments whose data were found missing
   std::uint64_t end_ = 0;
-  std::optional<std::uint64_t> behindDamage_;
+  std::optional<std::uint64_t> afterDamage_;
   std::uint32_t fragmentsPerSegment_ = 0;
   std::uint64_t firstIndexTime_ = 0;    // ticks
   std::uint32_t samplesPerFrame_ = 0;   // of coded sound

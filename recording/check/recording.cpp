@@ -39,14 +39,14 @@ Recording::Recording(const std::string& name, RecordedMedia::Data data, const Pr
   }
   if (!main->media->movie()) nothingRecorded(first);
   if (!main->media->movie()->hasVideo()) {
-    names_ = namesOfSoundAlone(first);
+    names_ = namesOfAudioAlone(first);
     audio_ = std::move(main);
     return;
   }
   video_ = std::move(main);
   if (!companion) return;
   // A file of sound of the same name is part of the recording unless its manifest says otherwise.
-  const auto former = readFormerManifest(names_.manifest, video()->initialisationLength());
+  const auto former = readPreviousManifest(names_.manifest, video()->initialisationLength());
   if (former && !former->placesAudio) return;
   try {
     read(*companion, names_.audio, mainSize);

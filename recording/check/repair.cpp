@@ -13,10 +13,10 @@ void refuseWhatIsNotCutOff(const Recording& recording) {
   for (const auto& [path, media] : recording.media()) {
     if (os::isBeingWritten(path))
       throw UserError("'" + path + "' is being written; repair it once that has ended");
-    if (media->behindDamage())
+    if (media->afterDamage())
       throw UserError("'" + path + "' is damaged at byte " + std::to_string(media->end()) +
                       ", and whole fragments stand behind the damage, from byte " +
-                      std::to_string(*media->behindDamage()) +
+                      std::to_string(*media->afterDamage()) +
                       " on: it was not just cut off, and nothing was changed. Get an undamaged copy of it");
   }
 }

@@ -31,20 +31,20 @@ void checkList(const std::string& path, const std::string& expected, Difference 
 }
 
 // Samples of sound last as its track says; AAC's, in recordings.
-double soundSecondsOf(const Recording& recording) {
+double audioSecondsOf(const Recording& recording) {
   const RecordedMedia* const media = recording.audio() ? recording.audio() : recording.video();
   const auto& sound = media->movie()->tracks[mp4::TrackKind::Audio];
   if (!sound || sound->timescale == 0) return 0;
-  return static_cast<double>(media->soundFrames()) * kAacFrameSamples / sound->timescale;
+  return static_cast<double>(media->audioFrames()) * kAacFrameSamples / sound->timescale;
 }
 
 }  // namespace
 
-std::string soundLengthNote(const Verification& result) {
+std::string audioLengthNote(const Verification& result) {
   // Encoders pad sound, and pictures with B-frames are shown later than they are decoded.
   constexpr double kUsual = 1;
-  const double longer = result.soundSeconds - result.seconds;
-  if (result.frames == 0 || result.soundFrames == 0 || std::abs(longer) <= kUsual) return "";
+  const double longer = result.audioSeconds - result.seconds;
+  if (result.frames == 0 || result.audioFrames == 0 || std::abs(longer) <= kUsual) return "";
   return "the sound lasts " + fixedText(std::abs(longer), 3) + " s " + (longer > 0 ? "longer" : "shorter") +
          " than the picture";
 }
@@ -68,7 +68,7 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
     result.files.push_back(media->name());
     result.fragments += media->fragments().size();
     result.segments += media->segments().size();
-    result.soundFrames += media->soundFrames();
+    result.audioFrames += media->audioFrames();
     result.beingWritten = result.beingWritten || os::isBeingWritten(path);
   }
   if (const RecordedMedia* const video = recording.video()) {
@@ -78,7 +78,7 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
     const RecordedMedia* const audio = recording.audio();
     result.seconds = static_cast<double>(audio->positions()) / audio->movie()->indexedTrack().timescale;
   }
-  result.soundSeconds = soundSecondsOf(recording);
+  result.audioSeconds = audioSecondsOf(recording);
   const RecordingNames& names = recording.names();
   const Recording::Lists lists = recording.lists();
   checkList(names.manifest, lists.manifest, manifestDifference, result);

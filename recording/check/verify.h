@@ -9,18 +9,18 @@
 struct Verification {
   std::vector<std::string> files;  // looked at: name and extension
   std::uint64_t frames = 0;        // of video
-  std::uint64_t soundFrames = 0;   // coded ones
+  std::uint64_t audioFrames = 0;   // coded ones
   std::uint64_t fragments = 0;     // of all media files
   std::uint64_t segments = 0;
   double seconds = 0;         // of the video, or else of the sound
-  double soundSeconds = 0;    // of the sound; both begin at 0
+  double audioSeconds = 0;    // of the sound; both begin at 0
   bool beingWritten = false;  // somebody is recording it
   ProblemList problems;
 };
 
 // What the user should know of a picture and a sound that do not end together, empty when they do. It is no
 // problem of the recording: its source may be so.
-std::string soundLengthNote(const Verification& result);
+std::string audioLengthNote(const Verification& result);
 
 // Throws UserError when `name` belongs to no recording, or to one that holds nothing.
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress = {});

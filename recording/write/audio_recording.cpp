@@ -17,7 +17,7 @@ using mp4::TrackKind;
 // Hours of sound: only rates that no video has ask for more.
 constexpr std::uint32_t kMostFramesPerFragment = 1u << 20;
 
-constexpr mp4::TrackSet kSoundAlone = {.audio = true};
+constexpr mp4::TrackSet kAudioAlone = {.audio = true};
 
 }  // namespace
 
@@ -25,7 +25,7 @@ bool AudioRecording::Create(const std::string& path) {
   return file_.Create(path, AudioPlaylistPath(path));
 }
 
-bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+bool AudioRecording::Start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
                            MpdWriter* manifest) {
   started_ = true;
   sound_ = sound;
@@ -38,8 +38,8 @@ bool AudioRecording::Start(const SoundSettings& sound, const SegmentGeometry& ge
 
   mp4::Movie movie;
   movie.mvhd = Mp4SetUpMovieHeader();
-  movie.mvex = Mp4SetUpMovieExtends(kSoundAlone, rate.denominator, false);
-  movie.tracks[TrackKind::Audio] = SetUpSoundTrack(sound);
+  movie.mvex = Mp4SetUpMovieExtends(kAudioAlone, rate.denominator, false);
+  movie.tracks[TrackKind::Audio] = SetUpAudioTrack(sound);
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
   segments.timescale = sound.sampleRate;
@@ -68,20 +68,20 @@ std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
   }
   run_.append({}, frame);
   // The frame has been taken: what memory is short for is done with a later one, or at the end.
-  return guarded(VL_OK, [this] { return cutWhatIsReady(); });
+  return guarded(VL_OK, [this] { return emitReadyFragments(); });
 }
 
-std::uint32_t AudioRecording::cutWhatIsReady() {
+std::uint32_t AudioRecording::emitReadyFragments() {
   if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
   while (run_.count() >= framesPerFragment_) {
-    if (!cutFragment(framesPerFragment_, framesPerFragment_ * kAacFrameSamples)) return VL_FAILED;
+    if (!emitFragment(framesPerFragment_, framesPerFragment_ * kAacFrameSamples)) return VL_FAILED;
     if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
   }
   return VL_OK;
 }
 
-bool AudioRecording::cutFragment(std::uint32_t frames, std::uint32_t duration) {
-  mp4::MovieFragment fragment = Mp4SetUpFragment(0, kSoundAlone);
+bool AudioRecording::emitFragment(std::uint32_t frames, std::uint32_t duration) {
+  mp4::MovieFragment fragment = Mp4SetUpFragment(0, kAudioAlone);
   mp4::TrackFragment& track = *fragment.tracks[TrackKind::Audio];
   SetDecodeTime(track, position_);
   TrackBytes bytes;
@@ -94,8 +94,8 @@ bool AudioRecording::cutFragment(std::uint32_t frames, std::uint32_t duration) {
 
 // What waits for a fragment to be full.
 bool AudioRecording::cutLast() {
-  if (cutWhatIsReady() != VL_OK) return false;
-  return run_.count() == 0 || cutFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
+  if (emitReadyFragments() != VL_OK) return false;
+  return run_.count() == 0 || emitFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
 }
 
 bool AudioRecording::Finish() {

@@ -18,7 +18,7 @@ class AudioRecording {
   bool started() const { return started_; }
   // Writes the initialisation part and begins playlist and part of the manifest (null: none), which its owner
   // saves. `rate` and `geometry` say how long a fragment is. False when the file cannot be written.
-  bool Start(const SoundSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+  bool Start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
              MpdWriter* manifest);
 
   // Takes one coded frame. Returns a status.
@@ -27,13 +27,13 @@ class AudioRecording {
   bool Finish();
 
  private:
-  bool cutFragment(std::uint32_t frames, std::uint32_t duration);
-  std::uint32_t cutWhatIsReady();
+  bool emitFragment(std::uint32_t frames, std::uint32_t duration);
+  std::uint32_t emitReadyFragments();
   bool cutLast();
 
   RecordedFile file_;
   bool started_ = false;
-  SoundSettings sound_;
+  AudioSettings sound_;
   std::uint32_t framesPerFragment_ = 0;  // coded frames
   SampleRun run_;
   std::uint64_t position_ = 0;  // samples written

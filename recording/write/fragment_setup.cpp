@@ -4,7 +4,7 @@
 
 #include "recording/write/default_boxes.h"
 
-mp4::Track SetUpSoundTrack(const SoundSettings& sound) {
+mp4::Track SetUpAudioTrack(const AudioSettings& sound) {
   mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), sound.sampleRate);
   mp4::DecoderConfigDescriptor& config = std::get<mp4::AudioMedia>(track.media).esds.decoderConfig.emplace();
   config.objectTypeIndication = kAudioObjectType;

@@ -18,7 +18,7 @@ constexpr bool fitsFragment(std::uint64_t bytes, std::uint64_t samples) {
 }
 
 // A sound track with its decoder configuration.
-mp4::Track SetUpSoundTrack(const SoundSettings& sound);
+mp4::Track SetUpAudioTrack(const AudioSettings& sound);
 
 // In 64 bits where 32 do not hold it.
 void SetDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks);

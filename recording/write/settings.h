@@ -8,7 +8,7 @@
 #include "base/exact_time.h"
 #include "recording/segment_geometry.h"
 
-struct SoundSettings {
+struct AudioSettings {
   std::uint32_t sampleRate = 0;
   std::uint32_t byteRate = 0;               // bytes a second
   std::uint32_t samplesPerFrame = 0;        // of a coded frame
@@ -23,7 +23,7 @@ struct VideoSettings {
   std::vector<std::uint8_t> avcRecord;  // AVC decoder configuration record
   bool captions608 = false;
   bool captions708 = false;
-  std::optional<SoundSettings> sound;  // in the same file
+  std::optional<AudioSettings> sound;  // in the same file
 };
 
 // Ticks of a video frame: the rate's numerator is the timescale.

@@ -23,7 +23,7 @@ constexpr std::uint32_t kSyncSample = mp4::kDependsOnNone;
 constexpr std::uint32_t kOtherSample = mp4::kDependsOnOthers | mp4::kNonSync;
 
 // Fragments' worth of frames that wait for sound which does not come.
-constexpr std::uint32_t kPatience = 2;
+constexpr std::uint32_t kMaxAudioLagFragments = 2;
 
 constexpr std::uint32_t kPairBytes = 2;
 
@@ -62,7 +62,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   settings_ = settings;
   const FrameRate& rate = settings_.rate;
   const SegmentGeometry& geometry = settings_.geometry;
-  tracks_ = {true, hasSound(), settings.captions608, settings.captions708};
+  tracks_ = {true, hasAudio(), settings.captions608, settings.captions708};
 
   mp4::Movie movie;
   movie.mvhd = Mp4SetUpMovieHeader();
@@ -76,7 +76,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   } else {
     avcC.record = settings_.avcRecord;
   }
-  if (hasSound()) movie.tracks[TrackKind::Audio] = SetUpSoundTrack(*settings_.sound);
+  if (hasAudio()) movie.tracks[TrackKind::Audio] = SetUpAudioTrack(*settings_.sound);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
         Mp4SetUp608Track(mp4::trackNumber(TrackKind::Captions608), rate.numerator);
@@ -105,7 +105,7 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
   listed.height = absolute(settings_.height);
   listed.rate = rate;
   listed.startTime = DateTimeNow();
-  if (hasSound()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
+  if (hasAudio()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
   listed.segments = {file_.name(), rate.numerator, segments.duration, file_.initialisationLength() - 1};
   file_.ListIn(*manifest, manifest->BeginVideo(listed, separateAudio));
   return true;
@@ -135,7 +135,7 @@ std::uint32_t VideoRecording::WriteVideo(const DFRAME& frame) {
   video_.append(sample, {frame.data, frame.bytes});
   appendCaptions(frame);
   ++frames_;
-  return cutWhatIsReady();
+  return emitReadyFragments();
 }
 
 // Ahead of taking a frame, so that no track can be left behind the others.
@@ -165,29 +165,29 @@ void VideoRecording::appendCaptions(const DFRAME& frame) {
   cc708_.append({}, std::span(box).first(size));
 }
 
-std::uint32_t VideoRecording::WriteSound(std::span<const std::uint8_t> frame) {
+std::uint32_t VideoRecording::WriteAudio(std::span<const std::uint8_t> frame) {
   if (file_.failed()) return VL_FAILED;
   if (!takes(frame.size()) || !sound_.reserve(static_cast<std::uint32_t>(frame.size()))) {
     ErrOut("%s", messages::kNoVideoBuffer);  // intended: the text of the video
     return VL_FAILED;
   }
   sound_.append({}, frame);
-  return cutWhatIsReady();
+  return emitReadyFragments();
 }
 
 // Coded frames of sound that belong to the frames written so far and `moreFrames`, less those written.
 // Counted from the start: what a fragment's share loses to rounding comes with a later one.
-std::uint32_t VideoRecording::soundDue(std::uint32_t moreFrames) const {
+std::uint32_t VideoRecording::audioDue(std::uint32_t moreFrames) const {
   const FrameRate& rate = settings_.rate;
   const std::uint64_t all =
       scaleExactly(framesWritten_ + moreFrames, std::uint64_t{settings_.sound->sampleRate} * rate.denominator,
                    std::uint64_t{rate.numerator} * kAacFrameSamples);
-  return all > soundFramesWritten_ ? saturate<std::uint32_t>(all - soundFramesWritten_) : 0;
+  return all > audioFramesWritten_ ? saturate<std::uint32_t>(all - audioFramesWritten_) : 0;
 }
 
 // Cuts every fragment that is complete. The samples have been taken by now: what memory is short for is done
 // with a later one, or at the end.
-std::uint32_t VideoRecording::cutWhatIsReady() {
+std::uint32_t VideoRecording::emitReadyFragments() {
   return guarded(VL_OK, [this] { return cutAllThatAre(); });
 }
 
@@ -198,21 +198,21 @@ std::uint32_t VideoRecording::cutAllThatAre() {
   if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
   while (video_.count() >= frames) {
     std::uint32_t sound = 0;
-    if (hasSound()) {
+    if (hasAudio()) {
       // The end of a segment waits for the next frame: should none come, it takes all the sound that is left.
       if (video_.count() == frames && file_.oneFragmentShort()) return VL_OK;
-      sound = soundDue(frames);
-      if (sound_.count() < sound && video_.count() < frames * (1 + kPatience)) return VL_OK;
+      sound = audioDue(frames);
+      if (sound_.count() < sound && video_.count() < frames * (1 + kMaxAudioLagFragments)) return VL_OK;
       sound = std::min(sound, sound_.count());
     }
-    if (!cutFragment(frames, sound)) return VL_FAILED;
+    if (!emitFragment(frames, sound)) return VL_FAILED;
     if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
   }
   return VL_OK;
 }
 
-// Writes the first `frames` frames, with their captions, and `soundFrames` frames of sound.
-bool VideoRecording::cutFragment(std::uint32_t frames, std::uint32_t soundFrames) {
+// Writes the first `frames` frames, with their captions, and `audioFrames` frames of sound.
+bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrames) {
   // Sound that outlasts the picture goes alone.
   const mp4::TrackSet tracks = frames != 0 ? tracks_ : mp4::TrackSet{.audio = true};
   mp4::MovieFragment fragment = Mp4SetUpFragment(0, tracks);
@@ -229,8 +229,8 @@ bool VideoRecording::cutFragment(std::uint32_t frames, std::uint32_t soundFrames
     }
   }
   if (auto& track = fragment.tracks[TrackKind::Audio]) {
-    SetDecodeTime(*track, soundFramesWritten_ * kAacFrameSamples);
-    bytesOf(bytes, TrackKind::Audio) = sound_.take(soundFrames, track->trun);
+    SetDecodeTime(*track, audioFramesWritten_ * kAacFrameSamples);
+    bytesOf(bytes, TrackKind::Audio) = sound_.take(audioFrames, track->trun);
   }
   if (auto& track = fragment.tracks[TrackKind::Captions608]) {
     SetDecodeTime(*track, time);
@@ -242,11 +242,11 @@ bool VideoRecording::cutFragment(std::uint32_t frames, std::uint32_t soundFrames
   }
   if (!file_.AddFragment(fragment, bytes, {duration, false})) return false;
   video_.drop(frames);
-  sound_.drop(soundFrames);
+  sound_.drop(audioFrames);
   if (tracks.captions608) cc608_.erase(cc608_.begin(), cc608_.begin() + frames * kPairBytes);
   if (tracks.captions708) cc708_.drop(frames);
   framesWritten_ += frames;
-  soundFramesWritten_ += soundFrames;
+  audioFramesWritten_ += audioFrames;
   return true;
 }
 
@@ -288,13 +288,13 @@ bool VideoRecording::Finish() {
   // Frames that waited for sound are still cut as ever.
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
   // Memory that runs out here must not keep the segment from being finished.
-  const auto cut = [this](std::uint32_t count, std::uint32_t soundFrames) {
+  const auto cut = [this](std::uint32_t count, std::uint32_t audioFrames) {
     return guarded(false, [&] {
-      return (!file_.segmentFull() || finishSegment(framesWritten_)) && cutFragment(count, soundFrames);
+      return (!file_.segmentFull() || finishSegment(framesWritten_)) && emitFragment(count, audioFrames);
     });
   };
   while (whole && video_.count() > frames) {
-    whole = cut(frames, hasSound() ? std::min(soundDue(frames), sound_.count()) : 0);
+    whole = cut(frames, hasAudio() ? std::min(audioDue(frames), sound_.count()) : 0);
   }
   // Sound without any frame is dropped: players need a picture in every segment.
   const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;

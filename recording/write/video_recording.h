@@ -25,9 +25,9 @@ class VideoRecording {
   // Takes the frame of a descriptor, with its captions. Returns a status.
   std::uint32_t WriteVideo(const DFRAME& frame);
   // Whether sound goes into this file.
-  bool hasSound() const { return settings_.sound.has_value(); }
+  bool hasAudio() const { return settings_.sound.has_value(); }
   // Takes one coded frame of sound. Returns a status.
-  std::uint32_t WriteSound(std::span<const std::uint8_t> frame);
+  std::uint32_t WriteAudio(std::span<const std::uint8_t> frame);
 
   // Frames taken.
   std::uint64_t frames() const { return frames_; }
@@ -40,10 +40,10 @@ class VideoRecording {
   bool reserveCaptions();
   void appendCaptions(const DFRAME& frame);
 
-  std::uint32_t soundDue(std::uint32_t moreFrames) const;
-  std::uint32_t cutWhatIsReady();
+  std::uint32_t audioDue(std::uint32_t moreFrames) const;
+  std::uint32_t emitReadyFragments();
   std::uint32_t cutAllThatAre();
-  bool cutFragment(std::uint32_t frames, std::uint32_t soundFrames);
+  bool emitFragment(std::uint32_t frames, std::uint32_t audioFrames);
   std::span<const std::uint8_t> takeCc608(std::uint32_t frames, mp4::TrackFragment& track);
   bool finishSegment(std::uint64_t endFrame);
   void saveManifest(std::uint64_t frames, os::Durability durability);
@@ -62,5 +62,5 @@ class VideoRecording {
   std::vector<std::uint8_t> cc608Sample_;  // that of the fragment being cut
   std::uint64_t frames_ = 0;
   std::uint64_t framesWritten_ = 0;
-  std::uint64_t soundFramesWritten_ = 0;
+  std::uint64_t audioFramesWritten_ = 0;
 };

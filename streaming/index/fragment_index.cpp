@@ -21,7 +21,7 @@ FragmentIndex::FragmentIndex(Mp4Stream& stream, Mp4Box* root,
 int FragmentIndex::AddFragment(Mp4Box* moof) {
   const auto* header = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof, kMfhd));
   if (!header) return 0;
-  settled_ = false;
+  converged_ = false;
   if (header->sequenceNumber == 0) {
     fragmentCount_ = 0;
     return 0;
@@ -176,8 +176,8 @@ Mp4Box* FragmentIndex::nextTopLevel(const Mp4Box* box) {
 }
 
 void FragmentIndex::settle() {
-  if (settled_) return;
-  settled_ = true;
+  if (converged_) return;
+  converged_ = true;
   const auto byNumber = [](const Slot& a, const Slot& b) { return a.sequence < b.sequence; };
   if (!std::is_sorted(entries_.begin(), entries_.end(), byNumber)) {
     std::stable_sort(entries_.begin(), entries_.end(), byNumber);

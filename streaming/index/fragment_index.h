@@ -124,7 +124,7 @@ class FragmentIndex {
   std::vector<Slot> entries_;                                 // sorted by sequence number after settle()
   std::size_t reachable_ = 0;                                 // number of slots below fragmentCount_
   std::array<std::vector<std::uint64_t>, kTrackRoles> sums_;  // running sums of the reachable slots
-  bool settled_ = true;
+  bool converged_ = true;
   std::uint32_t fragmentCount_ = 0;
   std::uint32_t largestVideoSample_ = 0;
   std::optional<TrackDefaults> movieDefaults_;   // read on first use

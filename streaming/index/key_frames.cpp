@@ -1,5 +1,5 @@
-#include "streaming/index/messages.h"
 #include "mp4box/sample_flags.h"
+#include "streaming/index/messages.h"
 #include "streaming/index/seek.h"
 
 namespace {

@@ -11,7 +11,7 @@ constexpr std::uint64_t kEnoughSamples = 24;
 constexpr std::uint32_t kMostFragments = 64;
 
 // A fragment may claim millions of samples with individual durations: this many are representative.
-constexpr std::uint64_t kMostSamplesCounted = 1 << 16;
+constexpr std::uint64_t kMaxSamplesCounted = 1 << 16;
 
 }  // namespace
 
@@ -21,7 +21,7 @@ void NominalDuration::addFragment(const TrackFragment& fragment, const SampleDef
       addSamples(defaults.duration, run->sampleCount);
       continue;
     }
-    for (std::uint32_t i = 0; i < run->sampleCount && samples_ < kMostSamplesCounted; ++i) {
+    for (std::uint32_t i = 0; i < run->sampleCount && samples_ < kMaxSamplesCounted; ++i) {
       addSamples(run->duration(i));
     }
   }
@@ -30,7 +30,7 @@ void NominalDuration::addFragment(const TrackFragment& fragment, const SampleDef
 
 void NominalDuration::addSamples(std::uint32_t duration, std::uint64_t count) {
   carried_ = carried_ || count != 0;
-  if (duration == 0 || count == 0 || settled() || samples_ >= kMostSamplesCounted) return;
+  if (duration == 0 || count == 0 || settled() || samples_ >= kMaxSamplesCounted) return;
   samples_ += count;
   samplesOf_[duration] += count;
 }

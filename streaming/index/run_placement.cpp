@@ -64,8 +64,8 @@ bool followsOn(const TrackFragment& fragment) {
 }
 
 // Places the runs of all track fragments before `fragment`, of whatever track.
-void placeRunsAhead(FragmentIndex& index, const FragmentEntry& entry, const TrackFragment& fragment,
-                    RunPlacer& placer) {
+void placePrecedingRuns(FragmentIndex& index, const FragmentEntry& entry, const TrackFragment& fragment,
+                        RunPlacer& placer) {
   for (Mp4Box* traf = entry.moof->first; traf != fragment.traf; traf = traf->next) {
     const auto* tfhd =
         traf->type == kTraf ? Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd"))) : nullptr;
@@ -85,7 +85,7 @@ std::vector<std::uint64_t> PlaceRuns(FragmentIndex& index, const FragmentEntry& 
   std::vector<std::uint64_t> starts;
   if (!fragment.tfhd) return starts;
   RunPlacer placer(index, entry);
-  if (followsOn(fragment)) placeRunsAhead(index, entry, fragment, placer);
+  if (followsOn(fragment)) placePrecedingRuns(index, entry, fragment, placer);
   placer.begin(*fragment.tfhd);
   starts.reserve(fragment.truns.size());
   for (const mp4::TrackRunBox* run : fragment.truns) starts.push_back(placer.place(*run, defaults));

@@ -48,7 +48,7 @@ int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, bool l
     cursor.clear();
     return fail(secondFailure);
   }
-  cursor.standAt(found.sample.index);
+  cursor.seekToUnit(found.sample.index);
   cursor.position = place.start + found.sample.start;
   return 0;
 }

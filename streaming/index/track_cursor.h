@@ -44,7 +44,7 @@ struct TrackCursor {
   std::uint32_t sampleFlags() const { return SampleFlags(run(), sampleIndex, defaults); }
 
   // Moves to a sample of the current run.
-  void standAt(std::uint32_t sample) {
+  void seekToUnit(std::uint32_t sample) {
     sampleIndex = sample;
     sampleOffset = SizeOfSamples(run(), sample, defaults);
   }

@@ -129,13 +129,13 @@ ManifestTrack readTrack(const Selected& selected) {
 // n / d as a fraction of 32-bit numbers: exact if possible, otherwise the last convergent of its continued
 // fraction that fits, so that 29.97002997002997 becomes 30000/1001. Unknown if it exceeds 32 bits or d is 0.
 FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
-  std::uint64_t numerator = 1, denominator = 0, formerNumerator = 0, formerDenominator = 1;
+  std::uint64_t numerator = 1, denominator = 0, previousNumerator = 0, previousDenominator = 1;
   while (d != 0) {
-    const Uint128 nextNumerator = Uint128{n / d} * numerator + formerNumerator;
-    const Uint128 nextDenominator = Uint128{n / d} * denominator + formerDenominator;
+    const Uint128 nextNumerator = Uint128{n / d} * numerator + previousNumerator;
+    const Uint128 nextDenominator = Uint128{n / d} * denominator + previousDenominator;
     if (std::max(nextNumerator, nextDenominator) > std::numeric_limits<std::uint32_t>::max()) break;
-    formerNumerator = std::exchange(numerator, static_cast<std::uint64_t>(nextNumerator));
-    formerDenominator = std::exchange(denominator, static_cast<std::uint64_t>(nextDenominator));
+    previousNumerator = std::exchange(numerator, static_cast<std::uint64_t>(nextNumerator));
+    previousDenominator = std::exchange(denominator, static_cast<std::uint64_t>(nextDenominator));
     n = std::exchange(d, n % d);
   }
   if (numerator == 0 || denominator == 0) return {};

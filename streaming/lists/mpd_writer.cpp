@@ -80,7 +80,7 @@ void endSegmentList(Xml& xml) {
 constexpr std::string_view kPeriodEnd = "    </Period>\n</MPD>\n";
 
 // Maximum length of a segment's line: four numbers of 20 digits.
-constexpr std::size_t kLongestSegmentLine = 160;
+constexpr std::size_t kMaxSegmentLine = 160;
 
 // Appends to a text with sufficient capacity.
 void appendNumber(std::string& text, std::uint64_t value) {
@@ -166,8 +166,8 @@ std::string* MpdWriter::segmentsOf(List list) {
 
 void MpdWriter::ReserveSegment(List list) {
   std::string* const segments = segmentsOf(list);
-  if (!segments || segments->capacity() - segments->size() >= kLongestSegmentLine) return;
-  segments->reserve(segments->size() * 2 + kLongestSegmentLine);
+  if (!segments || segments->capacity() - segments->size() >= kMaxSegmentLine) return;
+  segments->reserve(segments->size() * 2 + kMaxSegmentLine);
 }
 
 void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd) {

@@ -200,7 +200,7 @@ TEST(AacConfiguration, CountsForAProgramInABlock) {
   }
 }
 
-TEST(AacConfiguration, RefusesWhatIsNotServedAndTellsOfIt) {
+TEST(AacConfiguration, RefusesWhatIsNotSupportedAndTellsOfIt) {
   const std::pair<unsigned, std::uint32_t> types[] = {{8, 0},  {17, 0}, {19, 0},  {20, 0}, {21, 0}, {22, 64},
                                                       {23, 0}, {34, 0}, {36, 32}, {39, 0}, {42, 0}};
   const Bytes frame = WrapAdts({Blocks(8, Pair(), 1)[0]}, {});

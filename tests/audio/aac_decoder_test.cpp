@@ -254,7 +254,7 @@ TEST(AacDecoder, ReadsTheHeadOfLosslessStreamsButNotTheirFrames) {
   EXPECT_EQ(0, reserved.Decode(adts));
 }
 
-TEST(AacDecoder, SkipsGarbageAheadOfAHeader) {
+TEST(AacDecoder, SkipsGarbageBeforeAHeader) {
   const Bytes frame = Stream(Blocks(Stereo(), 1));
   TestDecoder decoder;
   EXPECT_EQ(0, decoder.Decode(Bytes(100, 0x55) + frame));
@@ -275,7 +275,7 @@ TEST(AacDecoder, WaitsForTheWholeFrame) {
   EXPECT_EQ(DecodeBlocks(blocks), TestDecoder().DecodeByteByByte(stream));
 }
 
-TEST(AacDecoder, DropsWhatIsLeftBehindAFrameUnlessItMayBeginTheNext) {
+TEST(AacDecoder, DropsWhatIsLeftAfterAFrameUnlessItMayBeginTheNext) {
   const auto frames = SplitAdts(Stream(Blocks(Stereo(), 2)));
   TestDecoder decoder;
   EXPECT_EQ(0, decoder.Decode(frames[0] + Bytes(5, 0)));
@@ -304,7 +304,7 @@ Bytes OddHeader(const Bytes& block, int objectType, int samplingIndex, int chann
   return header + block;
 }
 
-TEST(AacDecoder, DecodesSamplesBehindTheReadersHeader) {
+TEST(AacDecoder, DecodesSamplesAfterTheReadersHeader) {
   const InfoCase cases[] = {
       {"mono", {{E::kSce, 0}}, 1, 1, 0},
       {"stereo", {{E::kCpe, 0}}, 2, 2, 0},
@@ -356,7 +356,7 @@ TEST(AacDecoder, RefusesFramesThatAreTooLongForTheirChannels) {
   EXPECT_EQ(frame.size(), known.Left());
 }
 
-TEST(AacDecoder, KeepsLongFramesOfManyChannelsBehindAHeaderThatTellsTwo) {
+TEST(AacDecoder, KeepsLongFramesOfManyChannelsAfterAHeaderThatTellsTwo) {
   GeneratorOptions options;
   options.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
   // A stream whose first frame is too long for two channels.

@@ -77,13 +77,13 @@ TEST(AacReset, ForgetsHowManyChannelsThereWere) {
 TEST(AacReset, UnsettlesTheDecoder) {
   const auto frames = Generate(8, Core(E::kCpe), 2, 2);
   TestDecoder decoder;
-  EXPECT_FALSE(decoder.Decoder().Settled());
+  EXPECT_FALSE(decoder.Decoder().Converged());
   ASSERT_EQ(0, decoder.Decode(frames[0]));
-  EXPECT_TRUE(decoder.Decoder().Settled());
+  EXPECT_TRUE(decoder.Decoder().Converged());
   ASSERT_EQ(0, decoder.Decoder().Reset());
-  EXPECT_FALSE(decoder.Decoder().Settled());
+  EXPECT_FALSE(decoder.Decoder().Converged());
   ASSERT_EQ(0, decoder.Decode(frames[1]));
-  EXPECT_TRUE(decoder.Decoder().Settled());
+  EXPECT_TRUE(decoder.Decoder().Converged());
 }
 
 TEST(AacReset, LeavesThePatternOfHeaders) {

@@ -215,7 +215,7 @@ TEST(LongTermPrediction, ContinuesAPeriodicSignal) {
   const FilterBank& bank = *SharedFilterBank(1024);
   const auto channel = LongChannel(3);
   auto state = std::make_unique<LtpState>();
-  for (int i = 0; i < kLtpPast; ++i) state->past[i] = sine(i);
+  for (int i = 0; i < kLtpHistory; ++i) state->past[i] = sine(i);
   const auto overlap = std::make_unique<FilterBankState>();
   *overlap = {};
   // As the last frame's transform leaves it: a half and its mirror, each under the window.
@@ -244,11 +244,11 @@ TEST(LongTermPrediction, KeepsTheLastSamples) {
   std::vector<float> first(960, 1.0f), second(960, 2.0f);
   UpdateLtp(first.data(), 960, *state);
   UpdateLtp(second.data(), 960, *state);
-  EXPECT_EQ(0, state->past[kLtpPast - 1921]);
-  EXPECT_EQ(1, state->past[kLtpPast - 1920]);
-  EXPECT_EQ(1, state->past[kLtpPast - 961]);
-  EXPECT_EQ(2, state->past[kLtpPast - 960]);
-  EXPECT_EQ(2, state->past[kLtpPast - 1]);
+  EXPECT_EQ(0, state->past[kLtpHistory - 1921]);
+  EXPECT_EQ(1, state->past[kLtpHistory - 1920]);
+  EXPECT_EQ(1, state->past[kLtpHistory - 961]);
+  EXPECT_EQ(2, state->past[kLtpHistory - 960]);
+  EXPECT_EQ(2, state->past[kLtpHistory - 1]);
 }
 
 TEST(GainControl, HasFieldsByTheWindowSequence) {

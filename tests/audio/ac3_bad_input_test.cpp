@@ -118,7 +118,7 @@ TEST(Ac3BadInput, ADamagedLastFrameIsConsumedWhole) {
   EXPECT_EQ(0u, decoder.Left());
 }
 
-TEST(Ac3BadInput, AnythingBehindTheHeaderUnderRightChecksums) {
+TEST(Ac3BadInput, AnythingAfterTheHeaderUnderRightChecksums) {
   std::mt19937 random(3);
   const auto frames = Frames(3);
   int damaged = 0;

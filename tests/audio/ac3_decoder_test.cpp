@@ -302,7 +302,7 @@ TEST(Ac3Decoder, SkipsWhatPrecedesTheFirstFrame) {
   EXPECT_EQ(0u, other.Left());
 }
 
-TEST(Ac3Decoder, DoesNotBelieveASyncWordBehindGarbageWithoutItsChecksums) {
+TEST(Ac3Decoder, DoesNotBelieveASyncWordAfterGarbageWithoutItsChecksums) {
   const Bytes frame = Frames(2)[1];
   Bytes imposter = frame;
   imposter[200] ^= 1;

@@ -19,7 +19,7 @@ void Ac3Generator::Note(const std::string& what) {
 Bytes Ac3Generator::NextFrame() {
   const std::vector<std::string> seen = m_seen;
   for (m_percent = 100; !WriteFrame(); m_percent = m_percent * 4 / 5) m_seen = seen;
-  m_leadIn = false;
+  m_preRoll = false;
   Bytes frame = m_bits.Bytes();
   frame.resize(m_sync.bytes);
   SetAc3Checksums(frame.data(), frame.size());
@@ -81,7 +81,7 @@ std::vector<int> Ac3Generator::Coded() const {
 void Ac3Generator::WriteBlock(bool first) {
   const bool anySwitch = m_options.blockSwitch && Chance(50);
   for (int i = 0; i < m_channels; ++i) {
-    m_block.blockSwitch[i] = Flag(anySwitch ? 40 : 0, m_leadIn && i == 0);
+    m_block.blockSwitch[i] = Flag(anySwitch ? 40 : 0, m_preRoll && i == 0);
     if (m_block.blockSwitch[i]) Note("block switch");
   }
   for (int i = 0; i < m_channels; ++i) Write(m_options.dither ? 1 : 0, 1);
@@ -248,7 +248,7 @@ void Ac3Generator::WriteAllocation(bool first) {
     shared.floor = draw(0, 7, 3);
   }
   if (Flag(30, first || m_newStrategy)) {  // snroffste
-    m_noBits = m_leadIn || Chance(5);
+    m_noBits = m_preRoll || Chance(5);
     shared.coarseSnrOffset = m_noBits ? draw(0, 0, 6) : draw(1, std::max(60 * m_percent / 100, 1), 6);
     for (const int i : Coded()) {
       m_block.channels[i].allocation.fineSnrOffset = m_noBits ? draw(0, 0, 4) : draw(0, 15, 4);

@@ -35,7 +35,7 @@ class Ac3Generator {
  public:
   // The first frame is silent with one channel switched: there a witness gets over an overlap of its own.
   Ac3Generator(unsigned seed, Ac3GeneratorOptions options)
-      : m_options(options), m_random(seed), m_leadIn(options.blockSwitch) {}
+      : m_options(options), m_random(seed), m_preRoll(options.blockSwitch) {}
 
   // A whole frame, both checksums right.
   std::vector<std::uint8_t> NextFrame();
@@ -83,7 +83,7 @@ class Ac3Generator {
 
   Ac3GeneratorOptions m_options;
   std::mt19937 m_random;
-  bool m_leadIn;
+  bool m_preRoll;
   BitWriter m_bits;
   UMC::ac3::AudioBlock m_block{};
   UMC::ac3::SyncInfo m_sync{};

@@ -52,9 +52,9 @@ TEST(Ac3Crc, PassesOverTheBytesOnceHoweverManyPartsAreAskedFor) {
   for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
   PassingCrc crc(bytes.data());
   std::size_t furthest = 0;
-  constexpr std::size_t kFirst = 5000, kLargestFrame = 3840;
-  for (std::size_t start = kFirst; start + kLargestFrame <= bytes.size(); start += 2) {
-    const std::size_t size = random() % (kLargestFrame - 4) + 4, middle = start + size * 5 / 8;
+  constexpr std::size_t kFirst = 5000, kMaxFrame = 3840;
+  for (std::size_t start = kFirst; start + kMaxFrame <= bytes.size(); start += 2) {
+    const std::size_t size = random() % (kMaxFrame - 4) + 4, middle = start + size * 5 / 8;
     ASSERT_EQ(CrcRemainder(&bytes[start], middle - start), crc.Remainder(start, middle)) << start;
     ASSERT_EQ(CrcRemainder(&bytes[middle], start + size - middle), crc.Remainder(middle, start + size));
     furthest = std::max(furthest, start + size);

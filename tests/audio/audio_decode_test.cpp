@@ -254,7 +254,7 @@ TEST(AudioDecode, APullOutsideTheBufferEmptiesIt) {
   }
 }
 
-TEST(AudioDecode, NeverCopiesFromBehindItsBuffer) {
+TEST(AudioDecode, NeverCopiesFromAfterItsBuffer) {
   // Frames of 80 bytes are told, of one byte are counted: a pull takes more than the frames it counts.
   constexpr std::uint32_t kHeld = 4096, kCapacity = 200000, kTold = 80;
   for (const std::uint32_t frames : {kHeld / 2, kHeld}) {  // to the end of what is held, and beyond

@@ -62,7 +62,7 @@ TEST(BadInput, RandomBytes) {
   }
 }
 
-TEST(BadInput, RandomBytesBehindAHeaderLeaveTheDecoderUsable) {
+TEST(BadInput, RandomBytesAfterAHeaderLeaveTheDecoderUsable) {
   const auto good = Frames(false);
   std::mt19937 random(4);
   TestDecoder decoder;

@@ -122,7 +122,7 @@ BitWriter CoarsePayload(bool header, bool inTime, const std::vector<int>& differ
   return bits;
 }
 
-TEST(PsDataParser, HasNoMeaningAheadOfAHeader) {
+TEST(PsDataParser, HasNoMeaningBeforeAHeader) {
   PsData data{};
   EXPECT_FALSE(Parse(CoarsePayload(false, false, std::vector<int>(10, 0)), data));
   EXPECT_FALSE(data.headerSeen);
@@ -312,7 +312,7 @@ PsData Constant(int iidMode, int iccMode, int iid, int icc) {
   return data;
 }
 
-TEST(ParametricStereo, CopiesMonoAheadOfTheFirstHeader) {
+TEST(ParametricStereo, CopiesMonoBeforeTheFirstHeader) {
   Stereo stereo(1);
   stereo.Noise();
   stereo.Apply(PsData{});

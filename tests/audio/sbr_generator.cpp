@@ -11,7 +11,7 @@ using namespace UMC::aac;
 namespace {
 
 // fill_element()'s count can tell no more.
-constexpr std::size_t kMostBytes = 269;
+constexpr std::size_t kMaxBytes = 269;
 
 struct Code {
   const IppsVLCTable_32s* words;
@@ -63,7 +63,7 @@ std::vector<std::uint8_t> SbrGenerator::NextPayload() {
     for (std::size_t i = 0; i < m_bits.Bits(); ++i)
       payload.Write(m_bits.Bytes()[i / 8] >> (7 - i % 8) & 1u, 1);
     payload.Align();
-    if (payload.Bytes().size() <= kMostBytes) return payload.Bytes();
+    if (payload.Bytes().size() <= kMaxBytes) return payload.Bytes();
     const auto random = m_random;
     *this = before;
     m_random = random;

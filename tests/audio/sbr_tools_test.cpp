@@ -336,7 +336,7 @@ TEST(SbrEnvelope, HasDifferencesWithinTheRangeOfStartValues) {
   EXPECT_FALSE(DecodesEnvelope(true, 0, -1));
 }
 
-TEST(FillElement, FindsThePayloadBehindOtherOnes) {
+TEST(FillElement, FindsThePayloadAfterOtherOnes) {
   BitWriter bits;
   bits.Write(15, 4);
   bits.Write(20 - 14, 8);  // 20 bytes

@@ -9,9 +9,9 @@ namespace {
 
 using namespace UMC::aac;
 
-class Settling : public testing::TestWithParam<int> {};
+class Converging : public testing::TestWithParam<int> {};
 
-TEST_P(Settling, IsOnceSettledWhatADecoderFromTheStartIs) {
+TEST_P(Converging, OnceConvergedEqualsADecoderFromTheStart) {
   GeneratorOptions options;
   options.objectType = GetParam();
   options.elements = {{GeneratedElement::kSce, 0}, {GeneratedElement::kCpe, 0}};
@@ -31,14 +31,14 @@ TEST_P(Settling, IsOnceSettledWhatADecoderFromTheStartIs) {
   int settled = 0;
   for (std::size_t start = 10; start < 200; start += 10) {
     ASSERT_EQ(0, decoder.Decoder().Reset());
-    EXPECT_FALSE(decoder.Decoder().Settled());
+    EXPECT_FALSE(decoder.Decoder().Converged());
     bool before = false;
     for (std::size_t i = start; i < start + 100; ++i) {
       ASSERT_EQ(0, decoder.Decode(frames[i]));
       if (before) {
         ASSERT_EQ(expected[i], decoder.Last()) << start << ' ' << i;
       }
-      const bool now = decoder.Decoder().Settled();
+      const bool now = decoder.Decoder().Converged();
       EXPECT_FALSE(before && !now) << start << ' ' << i;
       before = now;
     }
@@ -47,7 +47,7 @@ TEST_P(Settling, IsOnceSettledWhatADecoderFromTheStartIs) {
   EXPECT_GE(settled, 3);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Settling, testing::Values(kObjectMain, kObjectLtp));
+INSTANTIATE_TEST_SUITE_P(All, Converging, testing::Values(kObjectMain, kObjectLtp));
 
 // HE-AAC of a mono or stereo core, whose bands stay.
 std::vector<Bytes> ReplicatedFrames(int count, bool stereo) {
@@ -101,7 +101,7 @@ TEST(NumberedBlocks, SoundAlikeInAllDecoders) {
       if (before && !isLost(i)) {
         ASSERT_EQ(whole.Last(), late.Last()) << start << ' ' << i;
       }
-      before = late.Decoder().Settled();
+      before = late.Decoder().Converged();
     }
     settled += before ? 1 : 0;
   }

@@ -219,7 +219,7 @@ TEST(StereoStream, HasTwoChannelsFromItsFirstPayloadOnWhereNoneAreAskedFor) {
   EXPECT_EQ(1u, info.m_input.channels);
 }
 
-TEST(StereoStream, IsOnceSettledWhatADecoderFromTheStartIs) {
+TEST(StereoStream, OnceConvergedEqualsADecoderFromTheStart) {
   const auto frames = SplitAdts(Generate(
       8, [](int) { return PsGeneratorOptions{.phases = true, .headerPeriod = 20}; }, 240));
   TestDecoder whole(2, 0);
@@ -238,7 +238,7 @@ TEST(StereoStream, IsOnceSettledWhatADecoderFromTheStartIs) {
       if (before) {
         ASSERT_EQ(expected[i], decoder.Last()) << start << ' ' << i;
       }
-      const bool now = decoder.Decoder().Settled();
+      const bool now = decoder.Decoder().Converged();
       EXPECT_FALSE(before && !now) << start << ' ' << i;
       // A header of parametric stereo comes with every block whose number 20 divides.
       if (now && !before) {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kFileBytes = 1 << 20;
 // The smallest boxes make the largest trees: a node and a payload record for eight bytes.
-constexpr std::size_t kMostMemoryAByte = 48;
+constexpr std::size_t kMaxMemoryAByte = 48;
 // What an object takes whatever the file: descriptions, sample windows.
 constexpr std::size_t kMemoryOfAnObject = 8 << 20;
 
@@ -115,7 +115,7 @@ TEST_P(HostileFiles, CostMemoryByTheirSize) {
       for (const std::int32_t direction : {0, 1}) file->FindKeyFrame(1, 1, 0, direction);
     }
   }
-  EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject + kMostMemoryAByte * bytes.size());
+  EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject + kMaxMemoryAByte * bytes.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(All, HostileFiles, testing::ValuesIn(kHostile),
@@ -153,7 +153,7 @@ TEST(HostileManifests, CostMemoryByTheirSize) {
     const MediaFile file = openFile(folder.file("clip.mpd"));
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(readForward(*file).pictures, "012345");
-    EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject + kMostMemoryAByte * text.size());
+    EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject + kMaxMemoryAByte * text.size());
   }
 }
 

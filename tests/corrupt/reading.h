@@ -48,10 +48,10 @@ inline void readOne(CAMediaFile& file, std::uint32_t frame, FramesRead& read) {
 }
 
 // Frames of a file that claims thousands of millions of them that are read.
-inline constexpr std::uint32_t kMostFramesRead = 8;
+inline constexpr std::uint32_t kMaxFramesRead = 8;
 
 inline FramesRead noFramesOf(CAMediaFile& file) {
-  const std::uint32_t frames = std::min(file.GetTotalFrames(), kMostFramesRead);
+  const std::uint32_t frames = std::min(file.GetTotalFrames(), kMaxFramesRead);
   return {std::string(frames, ' '), std::string(frames, '.'), std::string(frames, '.')};
 }
 

@@ -142,7 +142,7 @@ TEST_F(MediaFile, NewObjectIsClosedAndHasNothing) {
   EXPECT_EQ(info.captions, 0u);
 }
 
-TEST_F(MediaFile, OpenNotesItsArgumentsAndTheNameBehindTheTable) {
+TEST_F(MediaFile, OpenNotesItsArgumentsAndTheNameAfterTheTable) {
   int security = 0;
   EXPECT_EQ(file().Open("/media/clip.mp4", 0xC0000000u, 3, &security, 2, 5, 0x01000000u), VL_OK);
   EXPECT_EQ(storedName(file()), "/media/clip.mp4");
@@ -418,7 +418,7 @@ TEST_F(MediaFile, AudioDescriptionIsMadeConsistent) {
   file().m_fixQVRStruct(nullptr);
 }
 
-TEST_F(MediaFile, CodecConfigurationIsTheBoxBehindTheBitmapHeader) {
+TEST_F(MediaFile, CodecConfigurationIsTheBoxAfterTheBitmapHeader) {
   std::uint32_t bytes = 7;
   EXPECT_EQ(file().m_GetCodecPrivateData(&bytes), nullptr);
   EXPECT_EQ(bytes, 0u);

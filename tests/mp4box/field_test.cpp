@@ -39,7 +39,7 @@ TEST(FieldReader, TakesNumbersMostSignificantByteFirst) {
   EXPECT_EQ(fields.consumed(), 22u);
 }
 
-TEST(FieldReader, GivesZeroForAFieldThatDoesNotFitAndForAllBehindIt) {
+TEST(FieldReader, GivesZeroForAFieldThatDoesNotFitAndForAllAfterIt) {
   const Bytes bytes = {1, 2, 3};
   Mp4FieldReader fields(bytes);
   std::uint8_t first = 9, last = 9;
@@ -87,7 +87,7 @@ TEST(FieldReader, EndsATextAtItsZeroOrWithThePayload) {
   EXPECT_EQ(text, "");
 }
 
-TEST(FieldReader, TakesWholeWordsAndNothingBehindAMissingOne) {
+TEST(FieldReader, TakesWholeWordsAndNothingAfterAMissingOne) {
   const Bytes bytes = {0, 0, 0, 1, 0, 0, 0, 2, 5, 6};
   Mp4FieldReader fields(bytes);
   std::vector<std::uint32_t> words;

@@ -44,7 +44,7 @@ TEST_F(Path, FindsBoxesByType) {
   EXPECT_EQ(get("trak"), nullptr);
 }
 
-TEST_F(Path, RootFatherSelfAndNothing) {
+TEST_F(Path, RootParentSelfAndNothing) {
   Mp4Box* moov = get("moov");
   Mp4Box* trak = get("moov/trak");
   EXPECT_EQ(from(trak, "/"), root_.get());

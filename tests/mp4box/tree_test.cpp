@@ -37,7 +37,7 @@ unsigned depthOf(const Mp4Box& box) {
 
 // ---- The root ---------------------------------------------------------------------------------------
 
-TEST(ReadRoot, StopsBehindTheFirstMovieBox) {
+TEST(ReadRoot, StopsAfterTheFirstMovieBox) {
   const Bytes bytes = join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})}), moofBox(1),
                             box("mdat", {zeros(10)}), box("moov", {mvhdBox()})});
   TreeFile file(bytes);
@@ -260,7 +260,7 @@ TEST(ReadBox, OnItsOwn) {
   EXPECT_EQ(file.stream.reads, 2);
 }
 
-TEST(ReadBox, DoesNotJoinItsFather) {
+TEST(ReadBox, DoesNotJoinItsParent) {
   TreeFile file(join({ftypBox(), moofBox(1)}));
   const Mp4BoxPtr root = file.root();
   file.stream.seek(16);
@@ -305,7 +305,7 @@ TEST(Level, EndsWithMediaDataThatReachesPastTheFile) {
   EXPECT_EQ(treeOf(join({ftypBox(), boxOfSize(5000, "mdat", {zeros(50)})})), "ftyp mdat");
 }
 
-TEST(Level, EndsWithAChildThatReachesPastItsFather) {
+TEST(Level, EndsWithAChildThatReachesPastItsParent) {
   // "tkhd" takes 8 bytes from behind its "trak": it is read whole, and the "trak" ends with it; the "moov"
   // goes on where the "trak" ended.
   const Bytes overrun = box("trak", {boxOfSize(108, "tkhd", {zeros(92)})});
@@ -394,7 +394,7 @@ TEST(Padding, OfOtherContentIsLeftAlone) {
   EXPECT_EQ(treeOf(box("wide", {mvhdBox()})), "wide");
 }
 
-TEST(Padding, DoesNotLookIntoTheBoxBehindIt) {
+TEST(Padding, DoesNotLookIntoTheBoxAfterIt) {
   EXPECT_EQ(treeOf(join({box("free"), mvhdBox()})), "free mvhd");
 }
 
@@ -491,7 +491,7 @@ TEST_F(SampleEntryByHandler, OutsideATrackLeavesItWithoutPayload) {
   EXPECT_EQ(entry->data, nullptr);
 }
 
-TEST_F(SampleEntryByHandler, HasTheBoxesBehindItsFieldsAsChildren) {
+TEST_F(SampleEntryByHandler, HasTheBoxesAfterItsFieldsAsChildren) {
   const Bytes pasp = box("pasp", {u32(1), u32(1)});
   const Mp4Box* entry =
       read(trackWith(handlerBox("vide"), box("hvc1", {zeros(78), box("hvcC", {zeros(4)}), pasp})));
@@ -642,8 +642,8 @@ TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllowFor) {
   EXPECT_EQ(childCount(*flat.root()), 450000u) << "300000, and one more for every 24 bytes";
   TreeFile nested(box("moov", {box("trak", {repeat(box("free"), kBoxes)})}));
   EXPECT_EQ(boxesIn(*nested.root()), 300000u + (64 << 10) / 24);
-  TreeFile behindMuch(join({box("mdat", {zeros(1 << 20)}), repeat(box("free"), kBoxes)}));
-  EXPECT_EQ(childCount(*behindMuch.root()), 454095u) << "64 KiB of the large one count";
+  TreeFile afterMuch(join({box("mdat", {zeros(1 << 20)}), repeat(box("free"), kBoxes)}));
+  EXPECT_EQ(childCount(*afterMuch.root()), 454095u) << "64 KiB of the large one count";
 }
 
 // One access unit of silence a fragment, hours of it.
@@ -661,7 +661,7 @@ TEST(Hostile, FragmentsOfOneSmallSampleHaveRoomForTheirBoxes) {
   EXPECT_EQ(childCount(*empty.root()), 450000u);
 }
 
-TEST(Hostile, ReadingAheadOfSmallBoxesEndsWithTheFirstLargeOne) {
+TEST(Hostile, ReadingBeforeSmallBoxesEndsWithTheFirstLargeOne) {
   TreeFile file(join({repeat(box("free"), 1000), box("mdat", {zeros(1 << 20)}), box("free"),
                       box("mdat", {zeros(1 << 20)}), box("free")}));
   EXPECT_EQ(childCount(*file.root()), 1004u);
@@ -692,7 +692,7 @@ TEST(Hostile, LeavesThatAllReachToTheEndAreReadOnce) {
   EXPECT_LE(leafBytes(*root), 2 * root->size);
 }
 
-TEST(Hostile, ContainersThatReachPastTheirFathersAreReadAgainABoundedNumberOfTimes) {
+TEST(Hostile, ContainersThatReachPastTheirParentsAreReadAgainABoundedNumberOfTimes) {
   // A "trak" of 20 bytes holds a "mdia" that reaches to the end over all the next ones.
   constexpr std::uint32_t kTracks = 5000;
   Bytes tracks;
@@ -751,7 +751,7 @@ TEST(Free, ChildrenFirstInOrderEachWithItsOwn) {
   EXPECT_EQ(freed, "23140");
 }
 
-TEST(Free, OfABoxLeavesItsFatherAlone) {
+TEST(Free, OfABoxLeavesItsParentAlone) {
   std::string freed;
   Mp4Box father;
   auto* box = new Mp4Box;

@@ -77,7 +77,7 @@ TEST(TypeTable, ReadsTheseLeavesEachWithAPayloadOfItsOwn) {
   EXPECT_EQ(payloads.count(nullptr), 0u);
 }
 
-TEST(TypeTable, ReadsChildrenBehindTheFieldsOfThese) {
+TEST(TypeTable, ReadsChildrenAfterTheFieldsOfThese) {
   EXPECT_EQ(forEachType("stsd|dref|meta|mp4s",
                         [](const Mp4BoxType& row) {
                           EXPECT_EQ(row.reader, Mp4ReadLeafWithChildren);

@@ -52,7 +52,7 @@ TEST(Fragment, SetsUpOnlyTracksThatExist) {
   EXPECT_FALSE(fragment.tracks[TrackKind::Captions708]);
 }
 
-TEST(Fragment, OfVideoOnlyPlacesItsDataBehindTheMediaDataHeader) {
+TEST(Fragment, OfVideoOnlyPlacesItsDataAfterTheMediaDataHeader) {
   auto fragment = Mp4SetUpFragment(1, {.video = true});
   auto& video = *fragment.tracks[TrackKind::Video];
   video.tfdt.baseMediaDecodeTime = 5005;
@@ -138,7 +138,7 @@ TEST(Fragment, RunWithoutDataOffsetIsNotPatched) {
                                       fullBox("trun", 0, 0x000200, {u32(1), u32(5)})})}));
 }
 
-TEST(Fragment, BehindOtherBytesCountsFromItsOwnStart) {
+TEST(Fragment, AfterOtherBytesCountsFromItsOwnStart) {
   auto fragment = Mp4SetUpFragment(1, {.audio = true});
   Mp4MemoryOutput alone, behind;
   Mp4WriteMovieFragment(alone, fragment, {.audio = 5});

@@ -18,9 +18,9 @@ LogLine error(const std::string& text) {
   return {VL_LOG_ERROR, "ERROR(vlx_fmp4): " + text + "\n"};
 }
 
-RecordingDescription withSound() {
+RecordingDescription withAudio() {
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   return d;
 }
 
@@ -39,9 +39,9 @@ TEST(BadRecording, WritingBeforeTheDescriptionIsReported) {
 TEST(BadRecording, ChannelsThatTheFileDoesNotHaveAreReported) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
-  MediaFile sounding = startRecording(folder.file("b.mp4"), withSound());
+  MediaFile sounding = startRecording(folder.file("b.mp4"), withAudio());
   MediaFile sound = createFile(folder.file("c.m4a"), MF_OPEN_AUDIO_ONLY);
-  describeSound(*sound, withSound());
+  describeSound(*sound, withAudio());
   LogCapture log;
   EXPECT_EQ(writeSample(*file, 2, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
   EXPECT_EQ(writeSample(*file, 0, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
@@ -67,7 +67,7 @@ TEST(BadRecording, ASourceThatIsReadTakesNoSamples) {
 
 TEST(BadRecording, RequestsWithoutWhatTheyAnnounceFail) {
   const TempFolder folder;
-  const MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  const MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   DFRAME descriptor{};
   descriptor.size = sizeof descriptor;
   descriptor.bytes = 10;
@@ -104,7 +104,7 @@ TEST(BadRecording, AFrameOfAHundredMegabytesIsTaken) {
 
 TEST(BadRecording, WhatAFragmentCannotHoldIsRefusedBeforeItIsLookedAt) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   writeFrames(*file, 1);
   LogCapture log;
   std::uint8_t byte = 0;
@@ -156,14 +156,14 @@ TEST(BadRecording, SampleRatesBeyond16BitsAreRefused) {
   const MediaFile file = createFile(folder.file("out.mp4"));
   LogCapture log;
   for (const std::uint32_t rate : {0u, 65536u, 96000u, 0xFFFFFFFFu}) {
-    RecordingDescription d = withSound();
+    RecordingDescription d = withAudio();
     d.sampleRate = rate;
     EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu) << rate;
   }
   EXPECT_EQ(log.lines.size(), 4u);
   EXPECT_THAT(log.lines, testing::Each(error("The audio sample rate cannot be recorded")));
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));
-  RecordingDescription d = withSound();
+  RecordingDescription d = withAudio();
   d.sampleRate = 65535;
   EXPECT_EQ(describeSound(*file, d), VL_OK);
 }
@@ -187,7 +187,7 @@ TEST(BadRecording, CodecDataShorterThanItSaysIsRefused) {
     d.configuration = configuration;
     EXPECT_EQ(describeVideo(*file, d), 0xFFFFFFFFu);
   }
-  RecordingDescription d = withSound();
+  RecordingDescription d = withAudio();
   d.soundConfiguration = {0xFF, 0xF1};
   EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu);
   QVRAUDIO audio = describe(*file).audio;
@@ -251,20 +251,20 @@ TEST(BadRecording, AListWhoseNameDoesNotFitLeavesTheMediaAlone) {
 TEST(BadRecording, ListsOfTheRecordingThatIsReplacedGoWithIt) {
   const TempFolder folder;
   {
-    MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+    MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
     writeFrames(*file, 31);
     writeSound(*file, 49);
     EXPECT_EQ(closeFile(file), VL_OK);
   }
-  const MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  const MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   for (const char* name : {"out.mpd", "out.m3u8", "outA.m3u8"})
     EXPECT_FALSE(std::filesystem::exists(folder.file(name))) << name << " names bytes that are gone";
 }
 
-TEST(BadRecording, SoundIsNotWrittenOverThePicture) {
+TEST(BadRecording, AudioIsNotWrittenOverThePicture) {
   const TempFolder folder;
   const std::string path = folder.file("out.m4v.m4a");
-  MediaFile file = startRecording(path, withSound());
+  MediaFile file = startRecording(path, withAudio());
   ASSERT_NE(file, nullptr);
   writeFrames(*file, 3);
   EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(1, 20)), 0xFFFFFFFFu);
@@ -285,11 +285,11 @@ TEST(BadRecording, WhatWasRefusedWhenDescribedIsNotRecorded) {
   EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 2u);
 }
 
-TEST(BadRecording, ASecondSoundDescriptionThatIsRefusedLeavesTheFirst) {
+TEST(BadRecording, ASecondAudioDescriptionThatIsRefusedLeavesTheFirst) {
   const TempFolder folder;
   for (const char* name : {"out.mp4", "out.ismv"}) {
-    MediaFile file = startRecording(folder.file(name), withSound());
-    RecordingDescription refused = withSound();
+    MediaFile file = startRecording(folder.file(name), withAudio());
+    RecordingDescription refused = withAudio();
     refused.sampleRate = 96000;
     LogCapture log;
     EXPECT_EQ(describeSound(*file, refused), 0xFFFFFFFFu);
@@ -315,11 +315,11 @@ TEST(BadRecording, AVideoDescriptionThatIsRefusedIsToldAtTheWriteAsWell) {
   EXPECT_THAT(log.lines, ElementsAre(error("The picture size cannot be recorded")));
 }
 
-TEST(BadRecording, SoundDescribedBehindTheFirstFrameIsRefusedAndMakesNoFile) {
+TEST(BadRecording, AudioDescribedAfterTheFirstFrameIsRefusedAndMakesNoFile) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrames(*file, 1);
-  describeSound(*file, withSound());
+  describeSound(*file, withAudio());
   EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(1, 20)), 0xFFFFFFFFu);
   EXPECT_EQ(closeFile(file), VL_OK);
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));

@@ -14,7 +14,7 @@
 #include "tests/support/temp_folder.h"
 
 // A coded stereo sound at 48 kHz.
-struct CodedSound {
+struct CodedAudio {
   std::uint32_t unitFrames;
   Bytes sampleEntry;
   std::vector<Bytes> units;
@@ -45,35 +45,35 @@ inline std::vector<Bytes> codedSweeps(const std::vector<std::string>& codec) {
 }
 
 // Made once a test program.
-inline const CodedSound& aacSound() {
-  static const CodedSound sound = {1024, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox()),
+inline const CodedAudio& aacAudio() {
+  static const CodedAudio sound = {1024, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox()),
                                    codedSweeps({"-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"})};
   return sound;
 }
-inline const CodedSound& ac3Sound() {
-  static const CodedSound sound = {1536, audioEntry("ac-3", 2, 16, 48000),
+inline const CodedAudio& ac3Audio() {
+  static const CodedAudio sound = {1536, audioEntry("ac-3", 2, 16, 48000),
                                    codedSweeps({"-c:a", "ac3", "-b:a", "192k"})};
   return sound;
 }
 
 // HE-AAC, whose configuration tells the core alone.
-inline CodedSound heAacSoundOf(const char* file, std::uint16_t configuration) {
-  CodedSound sound = {2048, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x40, configuration)), {}};
+inline CodedAudio heAacAudioOf(const char* file, std::uint16_t configuration) {
+  CodedAudio sound = {2048, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x40, configuration)), {}};
   for (const Bytes& frame : SplitAdts(readFile(std::string(VL_TEST_DATA) + "/" + file)))
     sound.units.emplace_back(frame.begin() + 7, frame.end());
   return sound;
 }
-inline const CodedSound& heAacSound() {
-  static const CodedSound sound = heAacSoundOf("he_v1_stereo_48k.aac", 0x1310);
+inline const CodedAudio& heAacAudio() {
+  static const CodedAudio sound = heAacAudioOf("he_v1_stereo_48k.aac", 0x1310);
   return sound;
 }
-inline const CodedSound& heAacV2Sound() {
-  static const CodedSound sound = heAacSoundOf("he_v2_48k.aac", 0x1308);
+inline const CodedAudio& heAacV2Audio() {
+  static const CodedAudio sound = heAacAudioOf("he_v2_48k.aac", 0x1308);
   return sound;
 }
 
 // The sound as the one run of its track, each unit as long as it decodes to.
-inline RunSpec runOf(const CodedSound& sound) {
+inline RunSpec runOf(const CodedAudio& sound) {
   RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
   for (const Bytes& unit : sound.units) run.samples.push_back({unit, sound.unitFrames});
   return run;
@@ -83,7 +83,7 @@ inline RunSpec runOf(const CodedSound& sound) {
 using SoundTrack = std::pair<Bytes, RunSpec>;
 
 // A file of such tracks, of one fragment.
-inline Bytes soundFile(const std::vector<SoundTrack>& tracks) {
+inline Bytes audioFile(const std::vector<SoundTrack>& tracks) {
   std::vector<TrackSpec> specs;
   std::vector<TrafSpec> trafs;
   std::uint32_t trackId = 2;
@@ -107,13 +107,13 @@ struct BuiltFile {
     writeFile(path, bytes);
     file = openFile(path);
   }
-  explicit BuiltFile(const std::vector<SoundTrack>& tracks) : BuiltFile(soundFile(tracks)) {}
+  explicit BuiltFile(const std::vector<SoundTrack>& tracks) : BuiltFile(audioFile(tracks)) {}
   CAMediaFile& operator*() const { return *file; }
 };
 
 // A sound whose run `change` has changed.
 template <class Change>
-BuiltFile builtClip(const CodedSound& sound, Change change) {
+BuiltFile builtClip(const CodedAudio& sound, Change change) {
   RunSpec run = runOf(sound);
   change(run);
   return BuiltFile({SoundTrack{sound.sampleEntry, run}});

@@ -142,7 +142,7 @@ TEST(Captions, PairsWithoutABoxAroundThemAreTakenWhole) {
   for (const std::uint32_t frame : everyOrder()) EXPECT_EQ(clip.cc608(frame), pairOf(frame)) << frame;
 }
 
-TEST(Captions, FramesBehindASamplesLastPairHaveNone) {
+TEST(Captions, FramesAfterASamplesLastPairHaveNone) {
   const Clip clip(clipWith([](std::uint32_t f) {
     SampleSpec sample{box("cdat", {pairs(f * kFragmentFrames, 2)}), kFragmentFrames * 1001};
     return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sample}}}, {}};
@@ -176,7 +176,7 @@ TEST(Captions, SeveralSamplesOfARunAllReadTheRunsStart) {
   }
 }
 
-TEST(Captions, RunsAfterTheFirstAreTakenBehindTheLengthOfTheRunBefore) {
+TEST(Captions, RunsAfterTheFirstAreTakenAfterTheLengthOfTheRunBefore) {
   // Second runs begin where the system looks for them: one length of the first run behind their start.
   const auto captionsOf = [](std::uint32_t f) {
     const std::uint32_t first = f * kFragmentFrames;

@@ -105,7 +105,7 @@ TEST(Channels, OfTwoAndSixTheFirstTwoServeTheFirstTrack) {
 }
 
 // AC-3 takes the channels that its sample entry states and delivers two of them.
-TEST(Channels, BehindAc3OfSixChannelsTheNextTrackServesTheSeventh) {
+TEST(Channels, AfterAc3OfSixChannelsTheNextTrackServesTheSeventh) {
   const Clip made(tones(440, "5.1", 6) + tones(1300, "stereo", 2),
                   std::vector<std::string>{"-map", "0:a", "-map", "1:a", "-c:a:0", "ac3", "-c:a:1", "aac",
                                            "-aac_pns", "0"} +

@@ -40,22 +40,22 @@ std::string markOf(const Bytes& frame) {
 }
 
 // The coded frames of a stream of AAC-LC, one channel, without their ADTS headers.
-std::vector<Bytes> codedSound() {
+std::vector<Bytes> codedAudio() {
   constexpr std::ptrdiff_t kHeader = 7;
   std::vector<Bytes> frames = SplitAdts(readFile(VL_TEST_DATA "/lc_mono_16k.aac"));
   for (Bytes& frame : frames) frame.erase(frame.begin(), frame.begin() + kHeader);
   return frames;
 }
 
-void record(const std::string& path, std::uint32_t frameSize, const std::function<void()>& behindFrame) {
+void record(const std::string& path, std::uint32_t frameSize, const std::function<void()>& afterFrame) {
   RecordingDescription d;
-  d.soundMask = 1;
+  d.audioMask = 1;
   d.channels = 1;
   d.sampleRate = kSampleRate;
   d.soundConfiguration = {0x14, 0x08};
   d.captions = QVR_CAPTIONS_608;
   MediaFile file = startRecording(path, d, 2);
-  const std::vector<Bytes> coded = codedSound();
+  const std::vector<Bytes> coded = codedAudio();
   Bytes bytes(frameSize);
   std::uint32_t sounds = 0;
   for (std::uint32_t i = 0; i < kFrames; ++i) {
@@ -72,7 +72,7 @@ void record(const std::string& path, std::uint32_t frameSize, const std::functio
     frame.captions[0] = static_cast<std::uint8_t>(i);
     frame.captionBytes = 2;
     ASSERT_EQ(file->Write(i, 1, 1, QVR_MODE_VIDEO, &frame, nullptr), VL_OK);
-    behindFrame();
+    afterFrame();
   }
   EXPECT_EQ(closeFile(file), VL_OK);
 }

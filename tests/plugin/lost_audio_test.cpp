@@ -20,16 +20,16 @@ using testing::ElementsAre;
 
 enum class Codec { Aac, Ac3, HeAac, HeAacV2 };
 
-const CodedSound& soundOf(Codec codec) {
+const CodedAudio& audioOf(Codec codec) {
   switch (codec) {
     case Codec::Aac:
-      return aacSound();
+      return aacAudio();
     case Codec::Ac3:
-      return ac3Sound();
+      return ac3Audio();
     case Codec::HeAac:
-      return heAacSound();
+      return heAacAudio();
     default:
-      return heAacV2Sound();
+      return heAacV2Audio();
   }
 }
 
@@ -70,7 +70,7 @@ void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
 // ---- Places -----------------------------------------------------------------------------------------
 
 TEST(LostAudio, ARequestWithoutABufferMovesNothing) {
-  const BuiltFile clip({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+  const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
   const Samples whole = readAll(*clip, lengthOf(*clip));
   ASSERT_EQ(readSound(*clip, 30000, 1000).status, VL_OK);
   DFRAME d{};
@@ -81,18 +81,18 @@ TEST(LostAudio, ARequestWithoutABufferMovesNothing) {
   EXPECT_EQ(next.samples, part(whole, 4810, 1000));
 }
 
-TEST(LostAudio, ARefusedRequestLeavesTheSoundAheadOfItReadable) {
-  const BuiltFile sound({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+TEST(LostAudio, ARefusedRequestLeavesTheAudioBeforeItReadable) {
+  const BuiltFile sound({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
   const Samples whole = readAll(*sound, 4096);
-  const BuiltFile clip = builtClip(aacSound(), [](RunSpec& run) { run.samples[5].duration = 0x1800000; });
+  const BuiltFile clip = builtClip(aacAudio(), [](RunSpec& run) { run.samples[5].duration = 0x1800000; });
   EXPECT_EQ(readSound(*clip, 4096, 4096).status, 0xFFFFFFFEu);
   const Sound ahead = readSound(*clip, 4096, 1024);
   EXPECT_EQ(ahead.status, VL_OK);
   EXPECT_EQ(ahead.samples, part(whole, 4096, 1024));
 }
 
-TEST(LostAudio, AnAnswerWithoutSoundDeliversNoBytes) {
-  const BuiltFile clip({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+TEST(LostAudio, AnAnswerWithoutAudioDeliversNoBytes) {
+  const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
   const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
   DFRAME d{};
   d.size = sizeof d;
@@ -107,12 +107,12 @@ TEST(LostAudio, AnAnswerWithoutSoundDeliversNoBytes) {
 // ---- Lengths ----------------------------------------------------------------------------------------
 
 TEST(AudioLength, EachTrackHasItsOwnAndIsReadToItsEnd) {
-  RunSpec shorter = runOf(aacSound());
+  RunSpec shorter = runOf(aacAudio());
   shorter.samples.resize(10);
   const BuiltFile clip(
-      {SoundTrack{aacSound().sampleEntry, shorter}, SoundTrack{aacSound().sampleEntry, runOf(aacSound())}});
+      {SoundTrack{aacAudio().sampleEntry, shorter}, SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
   ASSERT_NE(clip.file, nullptr);
-  const auto units = static_cast<std::uint32_t>(aacSound().units.size());
+  const auto units = static_cast<std::uint32_t>(aacAudio().units.size());
   EXPECT_EQ(describe(*clip, 1).audio.stream.length, 10u * 1024);
   EXPECT_EQ(describe(*clip, 4).audio.stream.length, units * 1024);
   const Sound last = readSound(*clip, units * 1024 - 1000, 1000, 2, 4);
@@ -123,10 +123,10 @@ TEST(AudioLength, EachTrackHasItsOwnAndIsReadToItsEnd) {
 
 TEST(AudioLength, IsCountedInSamplesOfTheTracksOwnRate) {
   const Bytes slower = audioEntry("mp4a", 2, 16, 32000, elementaryStreamBox(0x40, 0x1290));
-  RunSpec run = runOf(aacSound());
+  RunSpec run = runOf(aacAudio());
   for (SampleSpec& unit : run.samples) unit.duration = 1536;  // 1024 samples in ticks of 1/48000 s
-  const BuiltFile clip({SoundTrack{aacSound().sampleEntry, runOf(aacSound())}, SoundTrack{slower, run}});
-  const auto units = static_cast<std::uint32_t>(aacSound().units.size());
+  const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}, SoundTrack{slower, run}});
+  const auto units = static_cast<std::uint32_t>(aacAudio().units.size());
   EXPECT_EQ(describe(*clip, 4).audio.wave.samplesPerSecond, 32000u);
   EXPECT_EQ(describe(*clip, 1).audio.stream.length, units * 1024);
   EXPECT_EQ(describe(*clip, 4).audio.stream.length, units * 1024);
@@ -145,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(Of, LostUnit, testing::Values(Codec::Aac, Codec::Ac3, C
 
 // However a unit is lost, it is silent, and what follows it sounds as if nothing had been before.
 TEST_P(LostUnit, IsSilentAndReadAlikeFromAnyPlace) {
-  const CodedSound& sound = soundOf(GetParam());
+  const CodedAudio& sound = audioOf(GetParam());
   const std::uint32_t length = sound.unitFrames;
   const std::vector<void (*)(SampleSpec&)> losses = {
       [](SampleSpec& unit) { unit.data.clear(); }, [](SampleSpec& unit) { unit.data.resize(5); },
@@ -167,7 +167,7 @@ TEST_P(LostUnit, IsSilentAndReadAlikeFromAnyPlace) {
 }
 
 TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
-  const CodedSound& sound = soundOf(GetParam());
+  const CodedAudio& sound = audioOf(GetParam());
   const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
     for (std::size_t i = run.samples.size() - 3; i < run.samples.size(); ++i)
       std::fill(run.samples[i].data.begin(), run.samples[i].data.end(), std::uint8_t{0xFF});
@@ -184,7 +184,7 @@ TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
 
 // Seen by the host as one event, whatever the size of its requests.
 TEST_P(LostUnit, IsToldOnceWithThoseThatFollowIt) {
-  const CodedSound& sound = soundOf(GetParam());
+  const CodedAudio& sound = audioOf(GetParam());
   const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
     for (const std::size_t i : {5u, 6u, 7u, 12u}) run.samples[i].data.clear();
   });
@@ -195,7 +195,7 @@ TEST_P(LostUnit, IsToldOnceWithThoseThatFollowIt) {
 }
 
 TEST_P(LostUnit, AtTheStartIsSilenceToo) {
-  const CodedSound& sound = soundOf(GetParam());
+  const CodedAudio& sound = audioOf(GetParam());
   const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
     for (std::size_t i = 0; i < 12; ++i) run.samples[i].data.assign(40, 0);
   });
@@ -207,8 +207,8 @@ TEST_P(LostUnit, AtTheStartIsSilenceToo) {
 }
 
 TEST_P(LostUnit, WhoseBytesTheFileDoesNotHoldIsSilent) {
-  const CodedSound& sound = soundOf(GetParam());
-  Bytes bytes = soundFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
+  const CodedAudio& sound = audioOf(GetParam());
+  Bytes bytes = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
   bytes.resize(bytes.size() - sound.units.back().size() - 100);
   const BuiltFile clip(bytes);
   ASSERT_NE(clip.file, nullptr);
@@ -219,7 +219,7 @@ TEST_P(LostUnit, WhoseBytesTheFileDoesNotHoldIsSilent) {
 }
 
 TEST_P(LostUnit, AllOfThemAreToldOnceAndTheTrackFails) {
-  const BuiltFile clip = builtClip(soundOf(GetParam()), [](RunSpec& run) {
+  const BuiltFile clip = builtClip(audioOf(GetParam()), [](RunSpec& run) {
     for (SampleSpec& unit : run.samples) unit.data.assign(40, 0);
   });
   ASSERT_NE(clip.file, nullptr);
@@ -235,8 +235,8 @@ TEST_P(LostUnit, AllOfThemAreToldOnceAndTheTrackFails) {
 
 // Bits flipped anywhere in the media data: what a read gives depends on the file alone.
 TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPlace) {
-  const CodedSound& sound = soundOf(GetParam());
-  const Bytes good = soundFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
+  const CodedAudio& sound = audioOf(GetParam());
+  const Bytes good = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
   std::size_t mediaBytes = 0;
   for (const Bytes& unit : sound.units) mediaBytes += unit.size();
   std::mt19937 random(3 + static_cast<unsigned>(GetParam()));
@@ -267,7 +267,7 @@ TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPlace) {
 
 TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsToldAtOpeningAndFails) {
   const BuiltFile clip(
-      {SoundTrack{audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x6B)), runOf(aacSound())}});
+      {SoundTrack{audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x6B)), runOf(aacAudio())}});
   LogCapture log;
   const MediaFile file = openFile(clip.path);
   ASSERT_NE(file, nullptr);

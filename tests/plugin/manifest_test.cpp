@@ -56,7 +56,7 @@ std::uint32_t audioLength(CAMediaFile& file) {
   return describe(file).audio.stream.length;
 }
 
-TEST(Manifest, PictureAndSoundBesideItAreFoundByName) {
+TEST(Manifest, PictureAndAudioBesideItAreFoundByName) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
   writeFile(folder.file("clip.m4a"), sound(3));
@@ -118,7 +118,7 @@ TEST(Manifest, AManifestThatIsBrokenIsIgnored) {
   }
 }
 
-TEST(Manifest, ASetThatSaysVideoOfItselfGivesTheSound) {
+TEST(Manifest, ASetThatSaysVideoOfItselfGivesTheAudio) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   writeFile(folder.file("tone.dat"), sound(3));
@@ -170,7 +170,7 @@ TEST(Manifest, SegmentRangesLeadToTheFragments) {
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL indexRange='99999999-'/></SegmentList>"), 4u);
 }
 
-TEST(Manifest, AnAudioOnlyOpenUsesTheSoundsSegments) {
+TEST(Manifest, AnAudioOnlyOpenUsesTheAudioSegments) {
   const Folder folder;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   TrafSpec traf;
@@ -187,7 +187,7 @@ TEST(Manifest, AnAudioOnlyOpenUsesTheSoundsSegments) {
   EXPECT_EQ(audioLength(*file), 1024u);
 }
 
-TEST(Companion, SoundThatCannotBeOpenedLeavesThePictureAlone) {
+TEST(Companion, AudioThatCannotBeOpenedLeavesThePictureAlone) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   folder.manifest("clip.mpd", representation("audio/mp4", "missing.dat"));
@@ -198,7 +198,7 @@ TEST(Companion, SoundThatCannotBeOpenedLeavesThePictureAlone) {
   EXPECT_EQ(file->Channels(), 0u);
 }
 
-TEST(Companion, SoundNamedAsThePictureItselfIsNotOpenedTwice) {
+TEST(Companion, AudioNamedAsThePictureItselfIsNotOpenedTwice) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   folder.manifest("clip.mpd", representation("audio/mp4", "clip.mp4"));
@@ -209,7 +209,7 @@ TEST(Companion, SoundNamedAsThePictureItselfIsNotOpenedTwice) {
   EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(Companion, ItsSoundIsPartOfTheDescription) {
+TEST(Companion, ItsAudioIsPartOfTheDescription) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
   writeFile(folder.file("clip.m4a"), sound(3));
@@ -228,7 +228,7 @@ TEST(Companion, ItsSoundIsPartOfTheDescription) {
   EXPECT_EQ(describe(*alone).system.streams, 1u);
 }
 
-TEST(Companion, ItsSoundStandsInForTheMainFilesOwn) {
+TEST(Companion, ItsAudioStandsInForTheMainFilesOwn) {
   const Folder folder;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   TrafSpec video, own;

@@ -55,7 +55,7 @@ Samples placed(const std::vector<float>& decoded, const std::vector<Packet>& pac
 
 class MuxedRates : public testing::TestWithParam<Case> {};
 
-TEST_P(MuxedRates, RateFramesDurationAndSoundAreRightInEveryMuxing) {
+TEST_P(MuxedRates, RateFramesDurationAndAudioAreRightInEveryMuxing) {
   const auto& [rate, bFrames] = GetParam();
   const TempFolder folder;
   const std::string source = folder.file("source.mp4"), path = folder.file("clip.mp4");

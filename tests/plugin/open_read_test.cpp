@@ -198,7 +198,7 @@ TEST(Open, Ac3KeepsTheBlockOfOneChannel) {
   EXPECT_EQ(clip.file->Channels(), 63u);
 }
 
-TEST(Open, ASourceOfSoundAloneTakesTheNtscRate) {
+TEST(Open, ASourceOfAudioAloneTakesTheNtscRate) {
   TrackSpec audio{2, "soun", 44100, audioEntry("mp4a", 1, 16, 44100), 1024};
   TrafSpec sound;
   sound.trackId = 2;
@@ -247,7 +247,7 @@ TEST(Open, AnAudioTrackWithEmptyRunsAloneLeavesThePictureReadable) {
   EXPECT_EQ(readFrame(*clip.file, 1).data, sampleOf(10, 2).data);
 }
 
-TEST(Open, SoundOfAFileWithoutFragmentsEndsTheOpen) {
+TEST(Open, AudioOfAFileWithoutFragmentsEndsTheOpen) {
   LogCapture log;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   const OpenedFile clip(fileOf({audio}, {}), "clip.mp4", MF_OPEN_AUDIO_ONLY);
@@ -256,7 +256,7 @@ TEST(Open, SoundOfAFileWithoutFragmentsEndsTheOpen) {
 }
 
 // A cut ahead of which all sound lies, as stream copying makes it: the track is declared and empty.
-TEST(Open, ACutBehindTheEndOfTheSoundOpens) {
+TEST(Open, ACutAfterTheEndOfTheAudioOpens) {
   const TempFolder folder;
   makeMedia(folder.file("whole.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
                                           std::vector<std::string>{"-c:a", "aac"});
@@ -270,7 +270,7 @@ TEST(Open, ACutBehindTheEndOfTheSoundOpens) {
   EXPECT_EQ(describe(*file).system.rate, 25u);
 }
 
-TEST(Open, APictureWithoutSoundHasTheSoundsLengthOfItsDuration) {
+TEST(Open, APictureWithoutAudioHasTheAudioLengthOfItsDuration) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize};
   for (std::uint32_t i = 0; i < 50; ++i) run.samples.push_back(sampleOf(10, i));

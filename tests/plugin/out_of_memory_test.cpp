@@ -97,7 +97,7 @@ TEST(OutOfMemory, DescribedStreamsWithoutHoldersAreReported) {
   const MediaFile file = createFile(folder.file("out.mp4"));
   ASSERT_NE(file, nullptr);
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   LogCapture log;
   const FailingNew failing(sizeof(QVRSTREAM));
   EXPECT_EQ(describeVideo(*file, d), 0xE8022007u);
@@ -110,7 +110,7 @@ TEST(OutOfMemory, DescribedStreamsWithoutHoldersAreReported) {
 TEST(OutOfMemory, NoDescriptionThatFailsForAnAllocationReachesTheHostAsMoreThanAStatus) {
   const TempFolder folder;
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   for (std::size_t bytes = 1; bytes <= 512; ++bytes) {
     LogCapture log;
     const MediaFile file = createFile(folder.file("out.mp4"));
@@ -140,9 +140,9 @@ TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
 }
 
 // The reader's place does not run ahead of a request that memory ended: what it did not get is still there.
-TEST(OutOfMemory, SoundThatARequestDidNotGetIsReadByTheNext) {
+TEST(OutOfMemory, AudioThatARequestDidNotGetIsReadByTheNext) {
   constexpr std::size_t kLargeUnit = 9000, kHeader = 7;
-  const CodedSound& sound = aacSound();
+  const CodedAudio& sound = aacAudio();
   const BuiltFile clip = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
   const BuiltFile other = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
   const Samples expected = readSound(*other, 4096, 4096).samples;
@@ -158,8 +158,8 @@ TEST(OutOfMemory, SoundThatARequestDidNotGetIsReadByTheNext) {
 }
 
 // HE-AAC takes memory with the first unit that decodes.
-CodedSound heAacSound() {
-  CodedSound sound{2048, audioEntry("mp4a", 2, 16, 24000, elementaryStreamBox(0x40, 0x1310)), {}};
+CodedAudio heAacAudio() {
+  CodedAudio sound{2048, audioEntry("mp4a", 2, 16, 24000, elementaryStreamBox(0x40, 0x1310)), {}};
   const Bytes stream = readFile(std::string(VL_TEST_DATA) + "/he_v1_stereo_48k.aac");
   constexpr std::size_t kHeader = 7;
   for (std::size_t at = 0; at + kHeader < stream.size() && sound.units.size() < 12;) {
@@ -173,8 +173,8 @@ CodedSound heAacSound() {
 }
 
 // Whatever a first read gets no memory for: it fails or delivers all, and later reads deliver all.
-TEST(OutOfMemory, AFirstReadOfSoundThatFailsLosesNothing) {
-  const CodedSound sound = heAacSound();
+TEST(OutOfMemory, AFirstReadOfAudioThatFailsLosesNothing) {
+  const CodedAudio sound = heAacAudio();
   for (const bool damaged : {false, true}) {
     const BuiltFile clip = builtClip(sound, [&](RunSpec& run) {
       if (damaged) run.samples[0].data.assign(40, 0xFF);

@@ -38,14 +38,14 @@ void expectTheSame(const std::string& source, const std::string& recording) {
   EXPECT_TRUE(std::equal(was.begin() + 2 * kUnit, was.end(), is.begin() + kUnit));
 }
 
-TEST(PackageRoundTrip, PictureAndSoundInFilesOfTheirOwn) {
+TEST(PackageRoundTrip, PictureAndAudioInFilesOfTheirOwn) {
   const TempFolder folder;
   const std::string source = makeSource(folder, 0);
   runOrThrow({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.mp4")});
   expectTheSame(source, folder.file("out.mpd"));
 }
 
-TEST(PackageRoundTrip, PictureAndSoundInOneFile) {
+TEST(PackageRoundTrip, PictureAndAudioInOneFile) {
   const TempFolder folder;
   const std::string source = makeSource(folder, 0);
   runOrThrow({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.ismv")});

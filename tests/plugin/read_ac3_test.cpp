@@ -25,7 +25,7 @@ constexpr std::size_t kFrame = 1536;  // sample frames that one sync frame decod
 
 // What ffmpeg's decoder makes of the track's packets, from the first on, without gains for dynamic range; 1.0
 // is full scale.
-std::vector<float> ffmpegSound(const Clip& clip) {
+std::vector<float> ffmpegAudio(const Clip& clip) {
   const std::string packets = clip.folder.file("packets.ac3"), raw = clip.folder.file("packets.f32");
   runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", clip.path, "-map", "0:a:0", "-c", "copy", "-f",
               "ac3", packets});
@@ -74,7 +74,7 @@ TEST(ReadAc3, GivesFfmpegsSamplesAtTheTracksPositions) {
     ASSERT_NE(clip.file, nullptr);
     const Samples ours = readAll(*clip, lengthOf(*clip));
     EXPECT_EQ(ours.size(), ffprobePackets(clip.path, "a:0", {"-ignore_editlist", "1"}).size() * 2 * kFrame);
-    const std::vector<float> theirs = ffmpegSound(clip);
+    const std::vector<float> theirs = ffmpegAudio(clip);
     EXPECT_GT(loudnessOf(theirs), 5000);
     EXPECT_LT(differenceOf(ours, theirs), 1.5) << rate;
   }
@@ -86,7 +86,7 @@ TEST(ReadAc3, MixesFiveOneToTwoChannelsThatCannotExceedFullScale) {
       {"-b:a", "640k", "-center_mixlev", "0.5", "-surround_mixlev", "0.5"});
   ASSERT_NE(clip.file, nullptr);
   const Samples ours = readAll(*clip, 4096);
-  const std::vector<float> theirs = ffmpegSound(clip);
+  const std::vector<float> theirs = ffmpegAudio(clip);
   ASSERT_EQ(theirs.size() / 6, ours.size() / 2);
   std::vector<float> mixed;
   // Left, right, centre, low frequencies, left and right surround (ATSC A/52, 7.8.2).
@@ -136,7 +136,7 @@ TEST(ReadAc3, TheTwoChannelsAreDescribedWithTheBlockOfOne) {
 }
 
 // A host that allocates what it is told, and says no more of its buffer, is not written past.
-TEST(ReadAc3, TheBufferSizeToldHoldsBothChannelsOfAFramesSound) {
+TEST(ReadAc3, TheBufferSizeToldHoldsBothChannelsOfAFramesAudio) {
   const Clip clip = sweepClip();
   const std::uint32_t told = clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
   EXPECT_EQ(told, (48000 / 25 + 1) * 4);

@@ -18,7 +18,7 @@ namespace {
 using testing::Contains;
 
 // What ffmpeg's decoder makes of the track's packets, as 16-bit samples.
-Samples ffmpegSound(const TempFolder& folder, const std::string& clip, const std::string& stream = "0:a:0") {
+Samples ffmpegAudio(const TempFolder& folder, const std::string& clip, const std::string& stream = "0:a:0") {
   Samples samples;
   for (const float value : ffmpegPackets(folder, clip, stream))
     samples.push_back(static_cast<std::int16_t>(std::clamp(std::lround(value), -32768l, 32767l)));
@@ -40,7 +40,7 @@ TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
   const Clip clip = sweepClip();
   ASSERT_NE(clip.file, nullptr);
   const Samples ours = readAll(*clip, lengthOf(*clip));
-  const Samples theirs = ffmpegSound(clip.folder, clip.path);
+  const Samples theirs = ffmpegAudio(clip.folder, clip.path);
   ASSERT_EQ(ours.size(), lengthOf(*clip) * 2u);
   ASSERT_GE(theirs.size(), ours.size());
   EXPECT_LE(largestDifference(ours, theirs), 1);
@@ -54,7 +54,7 @@ TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowThoseOfTheTrackBefore) {
                     h264Codec(12, 0) + kStereoAac + order + implicit);
     ASSERT_NE(clip.file, nullptr);
     const Samples ours = readAll(*clip, 4096);
-    const Samples theirs = ffmpegSound(clip.folder, clip.path);
+    const Samples theirs = ffmpegAudio(clip.folder, clip.path);
     ASSERT_EQ(ours.size(), lengthOf(*clip) * 2u);
     ASSERT_GE(theirs.size(), ours.size());
     EXPECT_LE(largestDifference(ours, theirs), 1);
@@ -87,7 +87,7 @@ TEST(ReadAudio, TheLongFirstUnitBesideBFramesIsFollowedBySilence) {
   const std::vector<Packet> packets = ffprobePackets(clip.path, "a:0", {"-ignore_editlist", "1"});
   const std::int64_t gap = packets[1].dts - packets[0].dts - 1024;
   const Samples ours = readAll(*clip, 4096);
-  const Samples theirs = ffmpegSound(clip.folder, clip.path);
+  const Samples theirs = ffmpegAudio(clip.folder, clip.path);
   if (gap >= 512) {
     for (std::size_t i = 2048; i < 2048 + static_cast<std::size_t>(gap) * 2; ++i) ASSERT_EQ(ours[i], 0) << i;
   }
@@ -154,7 +154,7 @@ TEST(ReadAudio, WithoutADescriptorTellsTheBufferSize) {
   EXPECT_EQ(clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr), describe(*clip).audio.bufferSize);
 }
 
-TEST(ReadAudio, WithoutSoundOrWithSoundSwitchedOffReportsSo) {
+TEST(ReadAudio, WithoutAudioOrWithAudioSwitchedOffReportsSo) {
   const Clip clip = sweepClip();
   const LogLine line{VL_LOG_PLAIN, "ReadFMP4(0xE8021001)"};
   const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
@@ -180,7 +180,7 @@ TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
 // A track that claims six channels of units most of which do not decode: silence of twelve bytes a frame,
 // where the host counts four.
 TEST(ReadAudio, ABufferOfUnknownSizeIsFilledNoFurtherThanWasTold) {
-  RunSpec run = runOf(aacSound());
+  RunSpec run = runOf(aacAudio());
   for (int i = 0; i < 10; ++i) run.samples[static_cast<std::size_t>(i)].data.assign(64, 0);
   const BuiltFile clip({SoundTrack{audioEntry("mp4a", 6, 16, 48000, elementaryStreamBox()), run}});
   const MediaFile& file = clip.file;
@@ -198,7 +198,7 @@ TEST(ReadAudio, ABufferOfUnknownSizeIsFilledNoFurtherThanWasTold) {
   EXPECT_EQ(buffer[told], 0xEE);
 }
 
-TEST(ReadAudio, PictureAndSoundReadInTurnsDoNotDisturbEachOther) {
+TEST(ReadAudio, PictureAndAudioReadInTurnsDoNotDisturbEachOther) {
   const Clip clip = sweepClip();
   const Samples whole = readAll(*clip, lengthOf(*clip));
   const std::vector<Packet> packets = ffprobePackets(clip.path, "v:0");
@@ -220,7 +220,7 @@ TEST(ReadAudio, EachOfTwoTracksHasItsOwnPair) {
   const Sound first = readSound(*clip, 10000, 5000, 2, 1), second = readSound(*clip, 10000, 5000, 2, 4);
   ASSERT_EQ(first.samples.size(), 10000u);
   ASSERT_EQ(second.samples.size(), 10000u);
-  const Samples theirs = ffmpegSound(clip.folder, clip.path, "0:a:1");  // mono
+  const Samples theirs = ffmpegAudio(clip.folder, clip.path, "0:a:1");  // mono
   for (std::size_t i = 0; i < 5000; ++i) ASSERT_NEAR(second.samples[i * 2], theirs[10000 + i], 1) << i;
   EXPECT_NE(first.samples, second.samples);
 }
@@ -230,7 +230,7 @@ TEST(ReadAudio, EachOfTwoTracksHasItsOwnPair) {
 // A tone whose run `change` has changed.
 template <class Change>
 BuiltFile changedTone(Change change) {
-  return builtClip(aacSound(), change);
+  return builtClip(aacAudio(), change);
 }
 
 TEST(ReadAudio, ADamagedUnitIsSilenceOfItsLengthAndTheNextDecodesAgain) {
@@ -284,7 +284,7 @@ TEST(ReadAudio, ADurationThatNoUnitHasIsRefused) {
   EXPECT_EQ(readSound(*clip.file, 5 * 1024 + 0x40000000, 1000).status, VL_OK);
 }
 
-TEST(ReadAudio, BehindTheLastUnitFailsOnlyWhenNothingIsHeld) {
+TEST(ReadAudio, AfterTheLastUnitFailsOnlyWhenNothingIsHeld) {
   // The description says twice the sound that the units hold.
   const BuiltFile clip = changedTone([](RunSpec& run) { run.samples.back().duration = 60000; });
   const std::uint32_t held = lengthOf(*clip.file) - 60000 + 1024;
@@ -298,7 +298,7 @@ TEST(ReadAudio, BehindTheLastUnitFailsOnlyWhenNothingIsHeld) {
       Contains(LogLine{0xC0000000, "ERROR(vlx_fmp4): Unable to find correct audio chunck for this frame\n"}));
 }
 
-TEST(ReadAudio, SoundOfAManifestsOwnFileIsReadThroughThePictureObject) {
+TEST(ReadAudio, AudioOfAManifestsOwnFileIsReadThroughThePictureObject) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mpd"),
             pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(25, 0) + kStereoAac +

@@ -13,9 +13,9 @@ namespace {
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-RecordingDescription withSound() {
+RecordingDescription withAudio() {
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   return d;
 }
 
@@ -42,7 +42,7 @@ std::map<std::string, Bytes> contentOf(const TempFolder& folder) {
 void record(const std::string& path, const RecordingDescription& d, std::uint32_t frames = 31) {
   MediaFile file = startRecording(path, d);
   writeFrames(*file, frames);
-  if (d.soundMask != 0) writeSound(*file, frames * 3 / 2);
+  if (d.audioMask != 0) writeSound(*file, frames * 3 / 2);
   EXPECT_EQ(closeFile(file), VL_OK);
 }
 
@@ -57,7 +57,7 @@ std::uint32_t openAgain(CAMediaFile& file, const std::string& path) {
 void recordWith(MediaFile& file, const TempFolder& folder) {
   ASSERT_EQ(openAgain(*file, folder.file("out.mp4")), VL_OK);
   ASSERT_EQ(describeVideo(*file, {}), VL_OK);
-  ASSERT_EQ(describeSound(*file, withSound()), VL_OK);
+  ASSERT_EQ(describeSound(*file, withAudio()), VL_OK);
   writeFrames(*file, 70);
   writeSound(*file, 110);
   ASSERT_EQ(closeFile(file), VL_OK);
@@ -71,7 +71,7 @@ MediaFile usedObject(const TempFolder& folder) {
   d.width = 64;
   d.height = -48;
   d.captions = QVR_CAPTIONS_608 | QVR_CAPTIONS_708;
-  d.soundMask = 0xF;
+  d.audioMask = 0xF;
   d.sampleRate = 44100;
   MediaFile file = startRecording(folder.file("before.mp4"), d, 15);
   writeFrames(*file, 40);
@@ -117,10 +117,10 @@ TEST(RecordAgain, AUsedObjectRecordsTheSameBytesAsANewOne) {
 TEST(RecordAgain, WhatIsDescribedWhileClosedLeavesNoHolderForTheNextOpen) {
   const TempFolder folder;
   MediaFile file = usedObject(folder);
-  describeSound(*file, withSound());
+  describeSound(*file, withAudio());
   ASSERT_EQ(openAgain(*file, folder.file("out.mp4")), VL_OK);
   EXPECT_EQ(describeVideo(*file, {}), VL_OK);
-  EXPECT_EQ(describeSound(*file, withSound()), VL_OK);
+  EXPECT_EQ(describeSound(*file, withAudio()), VL_OK);
   const QVRWAVE wave = describe(*file, 3).audio.wave;
   EXPECT_EQ(wave.bitsPerSample, 24u);
   EXPECT_EQ(wave.blockAlign, 8u);
@@ -129,19 +129,19 @@ TEST(RecordAgain, WhatIsDescribedWhileClosedLeavesNoHolderForTheNextOpen) {
 
 // ---- Under a used name ------------------------------------------------------------------------------
 
-TEST(RecordAgain, UnderANameWhatTheFormerRecordingLeftGoes) {
+TEST(RecordAgain, UnderANameWhatThePreviousRecordingLeftGoes) {
   for (const char* name : {"out.mp4", "out.m4v"}) {
     const TempFolder folder;
-    record(folder.file("out.mp4"), withSound());
+    record(folder.file("out.mp4"), withAudio());
     writeFile(folder.file("out.master.m3u8"), text("#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nout.m3u8\n"));
     const MediaFile file = createFile(folder.file(name));
     EXPECT_THAT(namesIn(folder), UnorderedElementsAre("out.m4v"));
   }
 }
 
-TEST(RecordAgain, WithoutSoundTheOldSoundIsNotPlayed) {
+TEST(RecordAgain, WithoutAudioTheOldAudioIsNotPlayed) {
   const TempFolder folder;
-  record(folder.file("out.mp4"), withSound());
+  record(folder.file("out.mp4"), withAudio());
   record(folder.file("out.mp4"), {}, 2);
   EXPECT_THAT(namesIn(folder), UnorderedElementsAre("out.m4v", "out.mpd", "out.m3u8"));
   const MediaFile read = openFile(folder.file("out.mpd"));
@@ -150,10 +150,10 @@ TEST(RecordAgain, WithoutSoundTheOldSoundIsNotPlayed) {
 }
 
 // Cut off before the first segment: nothing lists the sound yet.
-TEST(RecordAgain, TheSoundOfAnInterruptedRecordingGoesToo) {
+TEST(RecordAgain, TheAudioOfAnInterruptedRecordingGoesToo) {
   const TempFolder folder, interrupted;
   {
-    MediaFile file = startRecording(interrupted.file("out.mp4"), withSound());
+    MediaFile file = startRecording(interrupted.file("out.mp4"), withAudio());
     writeSound(*file, 60);
     writeFrames(*file, 40);
     for (const std::string& name : namesIn(interrupted))
@@ -166,7 +166,7 @@ TEST(RecordAgain, TheSoundOfAnInterruptedRecordingGoesToo) {
 
 TEST(RecordAgain, AnotherRecordingKeepsItsLists) {
   const TempFolder folder;
-  record(folder.file("fooA.mp4"), withSound());
+  record(folder.file("fooA.mp4"), withAudio());
   record(folder.file("foo.mp4"), {});
   const auto before = contentOf(folder);
   record(folder.file("foo.mp4"), {});
@@ -177,7 +177,7 @@ TEST(RecordAgain, AnotherRecordingKeepsItsLists) {
   }
 }
 
-TEST(RecordAgain, SoundThatIsNotTheFormerRecordingsStays) {
+TEST(RecordAgain, AudioThatIsNotThePreviousRecordingsStays) {
   const TempFolder folder;
   record(folder.file("out.mp4"), {});
   writeFile(folder.file("out.m4a"), Bytes(1000, 7));
@@ -187,13 +187,13 @@ TEST(RecordAgain, SoundThatIsNotTheFormerRecordingsStays) {
   EXPECT_EQ(textOf(folder.file("outA.m3u8")), "#EXTM3U\nsong.mp3\n");
 }
 
-TEST(RecordAgain, SoundThatAnotherObjectIsAboutToRecordStays) {
+TEST(RecordAgain, AudioThatAnotherObjectIsAboutToRecordStays) {
   const TempFolder folder;
-  record(folder.file("out.mp4"), withSound());
+  record(folder.file("out.mp4"), withAudio());
   MediaFile sound = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   MediaFile video = startRecording(folder.file("out.mp4"));
   ASSERT_TRUE(std::filesystem::exists(folder.file("out.m4a")));
-  EXPECT_EQ(describeSound(*sound, withSound()), VL_OK);
+  EXPECT_EQ(describeSound(*sound, withAudio()), VL_OK);
   writeFrames(*video, 3);
   writeSound(*sound, 3);
   EXPECT_EQ(closeFile(sound), VL_OK);
@@ -201,15 +201,15 @@ TEST(RecordAgain, SoundThatAnotherObjectIsAboutToRecordStays) {
   EXPECT_NE(openFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY), nullptr);
 }
 
-TEST(RecordAgain, SoundThatAnotherObjectHasRecordedSinceStays) {
+TEST(RecordAgain, AudioThatAnotherObjectHasRecordedSinceStays) {
   const TempFolder folder;
-  record(folder.file("out.mp4"), withSound());
+  record(folder.file("out.mp4"), withAudio());
   for (const std::string& name : namesIn(folder)) {
     const std::filesystem::path file = folder.file(name);
     std::filesystem::last_write_time(file, std::filesystem::last_write_time(file) - std::chrono::hours(1));
   }
   MediaFile sound = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
-  EXPECT_EQ(describeSound(*sound, withSound()), VL_OK);
+  EXPECT_EQ(describeSound(*sound, withAudio()), VL_OK);
   writeSound(*sound, 30);
   ASSERT_EQ(closeFile(sound), VL_OK);
   const Bytes recorded = readFile(folder.file("out.m4a"));

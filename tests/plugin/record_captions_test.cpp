@@ -75,7 +75,7 @@ TEST(RecordCaptions, ComeBackWithTheirFrames) {
   }
 }
 
-TEST(RecordCaptions, TracksStandBehindTheVideoWithTheStatedFields) {
+TEST(RecordCaptions, TracksStandAfterTheVideoWithTheStatedFields) {
   const TempFolder folder;
   RecordingDescription d;
   d.captions = QVR_CAPTIONS_608 | QVR_CAPTIONS_708;

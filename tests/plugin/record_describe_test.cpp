@@ -53,13 +53,13 @@ TEST(OpenWrite, SmoothNamesGetAnXmlManifest) {
   EXPECT_THAT(namesIn(folder), ElementsAre("out.ismv", "out.m3u8", "out.xml"));
 }
 
-TEST(OpenWrite, SoundAloneIsExactlyThatFileWithoutAManifest) {
+TEST(OpenWrite, AudioAloneIsExactlyThatFileWithoutAManifest) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   ASSERT_NE(file, nullptr);
   EXPECT_THAT(namesIn(folder), ElementsAre("out.m4a"));
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   EXPECT_EQ(describeSound(*file, d), VL_OK);
   writeSound(*file, 5);
   EXPECT_EQ(closeFile(file), VL_OK);
@@ -201,13 +201,13 @@ TEST(SetFileInfo, OnlyAnM4vFileGetsACompanion) {
   for (const auto& [name, companion] : {std::pair{"out.mp4", true}, {"b.m4v", true}, {"c.ismv", false}}) {
     const TempFolder folder;
     RecordingDescription d;
-    d.soundMask = 3;
+    d.audioMask = 3;
     const MediaFile file = startRecording(folder.file(name), d);
     EXPECT_EQ(namesIn(folder).size(), companion ? 2u : 1u) << name;
   }
   const TempFolder folder;
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   const MediaFile file = startRecording(folder.file("out.mp4"), d);
   EXPECT_EQ(readFile(folder.file("out.m4a")), kFileType);
 }
@@ -216,7 +216,7 @@ TEST(SetFileInfo, ACompanionThatCannotBeCreatedLeavesTheVideoAlone) {
   const TempFolder folder;
   std::filesystem::create_directory(folder.file("out.m4a"));
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   LogCapture log;
   MediaFile file = startRecording(folder.file("out.mp4"), d);
   writeFrames(*file, 3);

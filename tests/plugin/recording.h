@@ -43,7 +43,7 @@ struct RecordingDescription {
   std::int32_t width = 320;
   std::int32_t height = 180;
   Bytes configuration = avcBox();
-  std::uint32_t soundMask = 0;
+  std::uint32_t audioMask = 0;
   std::uint32_t sampleRate = 48000;
   std::uint16_t channels = 2;
   Bytes soundConfiguration = join({u8(0x11), u8(0x90)});
@@ -71,7 +71,7 @@ inline std::uint32_t describeSound(CAMediaFile& file, const RecordingDescription
   audio.wave.averageBytesPerSecond = 16000;
   audio.wave.extraSize = static_cast<std::uint16_t>(d.soundConfiguration.size());
   std::copy(d.soundConfiguration.begin(), d.soundConfiguration.end(), audio.wave.extra);
-  return file.SetFileInfo(d.soundMask, nullptr, nullptr, &audio, nullptr);
+  return file.SetFileInfo(d.audioMask, nullptr, nullptr, &audio, nullptr);
 }
 
 // An object that is ready to take samples.
@@ -81,7 +81,7 @@ inline MediaFile startRecording(const std::string& path, const RecordingDescript
   if (!file) return file;
   file->SetCodecOption(1, 0, 8, interval, nullptr);
   EXPECT_EQ(describeVideo(*file, d), VL_OK);
-  if (d.soundMask != 0) {
+  if (d.audioMask != 0) {
     EXPECT_EQ(describeSound(*file, d), VL_OK);
   }
   return file;

@@ -58,7 +58,7 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
   RecordingDescription d;
   d.rate = kRates[c.rate].rate;
   d.scale = kRates[c.rate].scale;
-  d.soundMask = c.sound == Case::None ? 0 : 3;
+  d.audioMask = c.sound == Case::None ? 0 : 3;
   MediaFile file = startRecording(folder.file(c.sound == Case::Inside ? "out.ismv" : "out.mp4"), d, interval);
   std::uint32_t sound = 0;
   for (std::uint32_t i = 0; i < c.frames; ++i) {

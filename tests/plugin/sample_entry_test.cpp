@@ -14,12 +14,12 @@
 namespace {
 
 // A file's bytes, of which fields of the sound's sample description can be set.
-struct SoundFile {
+struct AudioFile {
   TempFolder folder;
   std::string path = folder.file("clip.mp4");
   Bytes bytes;
 
-  explicit SoundFile(const std::vector<std::string>& arguments) {
+  explicit AudioFile(const std::vector<std::string>& arguments) {
     makeMedia(path, arguments);
     bytes = readFile(path);
   }
@@ -52,7 +52,7 @@ std::vector<std::string> stereoTone(int sampleRate = 48000) {
 }
 
 TEST(SampleEntry, OfVersion1InADescriptionOfVersion1HasNoMoreFields) {
-  SoundFile sound(stereoTone() + kAac + fragmented());
+  AudioFile sound(stereoTone() + kAac + fragmented());
   const Samples expected = readAll(*sound.open(), 4096);
   EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
   sound.setVersionOfDescription(1);
@@ -70,7 +70,7 @@ TEST(SampleEntry, OfVersion1InADescriptionOfVersion1HasNoMoreFields) {
 // others have theirs.
 TEST(SampleEntry, OfQuickTimesVersionsGivesWhatFfmpegDecodes) {
   for (const int rate : {44100, 96000}) {
-    const SoundFile sound(stereoTone(rate) + kAac + fragmented() + std::vector<std::string>{"-f", "mov"});
+    const AudioFile sound(stereoTone(rate) + kAac + fragmented() + std::vector<std::string>{"-f", "mov"});
     const MediaFile file = sound.open();
     ASSERT_NE(file, nullptr);
     const QVRWAVE wave = describe(*file).audio.wave;
@@ -87,9 +87,9 @@ TEST(SampleEntry, OfQuickTimesVersionsGivesWhatFfmpegDecodes) {
   }
 }
 
-TEST(SampleEntry, DecodedSoundHas16BitsWhateverItSays) {
+TEST(SampleEntry, DecodedAudioHas16BitsWhateverItSays) {
   for (const auto& [type, codec] : {std::pair{"mp4a", kAac}, std::pair{"ac-3", kAc3}}) {
-    SoundFile sound(stereoTone() + codec + fragmented("+delay_moov"));
+    AudioFile sound(stereoTone() + codec + fragmented("+delay_moov"));
     const Samples expected = readAll(*sound.open(), 4096);
     EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
     for (const unsigned bits : {0u, 8u, 12u, 20u, 24u, 32u, 65535u}) {
@@ -104,7 +104,7 @@ TEST(SampleEntry, DecodedSoundHas16BitsWhateverItSays) {
 
 TEST(SampleEntry, WithoutChannelsTakesThoseOfItsConfiguration) {
   for (const int channels : {1, 2, 6}) {
-    SoundFile sound(toneInput(0.5) + std::vector<std::string>{"-ac", std::to_string(channels)} + kAac +
+    AudioFile sound(toneInput(0.5) + std::vector<std::string>{"-ac", std::to_string(channels)} + kAac +
                     fragmented());
     sound.setChannels("mp4a", 0);
     const MediaFile file = sound.open();
@@ -115,7 +115,7 @@ TEST(SampleEntry, WithoutChannelsTakesThoseOfItsConfiguration) {
 
 TEST(SampleEntry, OfAc3WithoutChannelsAndRateIsStereoOfItsConfigurationsRate) {
   for (const int rate : {32000, 44100, 48000}) {
-    SoundFile sound(stereoTone(rate) + kAc3 + fragmented("+delay_moov"));
+    AudioFile sound(stereoTone(rate) + kAc3 + fragmented("+delay_moov"));
     const Samples expected = readAll(*sound.open(), 4096);
     sound.setChannels("ac-3", 0);
     sound.setRate("ac-3", 0);

@@ -16,14 +16,14 @@ std::vector<std::uint8_t> withZeros(std::ptrdiff_t from, std::ptrdiff_t to) {
 }
 
 bool isUnwritten(const std::vector<std::uint8_t>& bytes, std::uint64_t begin, std::uint64_t end,
-                 std::ptrdiff_t fewest = kFewestUnwritten) {
+                 std::ptrdiff_t fewest = kMinUnwritten) {
   Mp4MemoryStream stream(bytes.data(), bytes.size());
   return hasUnwrittenData(stream, begin, end, fewest);
 }
 
 TEST(UnwrittenData, IsABlockOfZeros) {
   EXPECT_TRUE(isUnwritten(withZeros(4096, 8192), 100, 12288));
-  EXPECT_TRUE(isUnwritten(withZeros(4096, 8192), 100, 12288, kFewestUnwrittenAc3));
+  EXPECT_TRUE(isUnwritten(withZeros(4096, 8192), 100, 12288, kMinUnwrittenAc3));
   EXPECT_FALSE(isUnwritten(withZeros(4097, 8192), 100, 12288));
   EXPECT_FALSE(isUnwritten(withZeros(4096, 8191), 100, 12288));
 }
@@ -36,8 +36,8 @@ TEST(UnwrittenData, IsWhatAFragmentHasOfSuchABlock) {
 }
 
 TEST(UnwrittenData, IsNotThePaddingOfAnAc3Frame) {
-  EXPECT_FALSE(isUnwritten(withZeros(8192, 12031), 100, 12031, kFewestUnwrittenAc3));
-  EXPECT_TRUE(isUnwritten(withZeros(8192, 12032), 100, 12032, kFewestUnwrittenAc3));
+  EXPECT_FALSE(isUnwritten(withZeros(8192, 12031), 100, 12031, kMinUnwrittenAc3));
+  EXPECT_TRUE(isUnwritten(withZeros(8192, 12032), 100, 12032, kMinUnwrittenAc3));
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ constexpr std::uint32_t kFrames = 24 * kHourFrames;
 constexpr std::uint32_t kFramesPerFragment = 30, kFragmentsPerSegment = 10;
 
 // Coded frames of sound that play until the end of so many frames of video.
-std::uint64_t soundUntil(std::uint64_t frames) {
+std::uint64_t audioUntil(std::uint64_t frames) {
   return frames * kScale * kSampleRate / (kRate * 1024ull);
 }
 
@@ -33,14 +33,14 @@ Memory recordDay(const std::string& path) {
   RecordingDescription d;
   d.rate = kRate;
   d.scale = kScale;
-  d.soundMask = 3;
+  d.audioMask = 3;
   Memory memory;
   const CountingNew counting;
   MediaFile file = startRecording(path, d, 30);
   const Bytes coded = {1, 2, 3};
   std::uint64_t sounds = 0;
   for (std::uint32_t i = 0; i < kFrames; ++i) {
-    for (; sounds < soundUntil(i + 1); ++sounds) {
+    for (; sounds < audioUntil(i + 1); ++sounds) {
       if (writeSample(*file, 3, QVR_MODE_AUDIO, coded) != VL_OK) ADD_FAILURE() << "sound " << sounds;
     }
     const auto flags = i % 30 == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
@@ -72,7 +72,7 @@ TEST_P(Day, StaysFlatInStepWholeAndQuickToOpen) {
     const Verification verification = verifyRecording(path);
     EXPECT_EQ(verification.problems.count(), 0u) << problemsOf(verification);
     EXPECT_EQ(verification.frames, kFrames);
-    EXPECT_EQ(verification.soundFrames, soundUntil(kFrames));
+    EXPECT_EQ(verification.audioFrames, audioUntil(kFrames));
     EXPECT_LE(counting.peakBytes(), kFragments * 400 + (16u << 20));
   }
   EXPECT_TRUE(repairRecording(path).empty());
@@ -87,7 +87,7 @@ TEST_P(Day, StaysFlatInStepWholeAndQuickToOpen) {
             ->baseMediaDecodeTime;
       };
       ASSERT_EQ(time("traf/tfdt"), fragment * kFramesPerFragment * kScale);
-      ASSERT_EQ(time("traf[1]/tfdt"), soundUntil(fragment * kFramesPerFragment) * 1024);
+      ASSERT_EQ(time("traf[1]/tfdt"), audioUntil(fragment * kFramesPerFragment) * 1024);
       ++fragment;
     }
     EXPECT_EQ(fragment, kFragments);

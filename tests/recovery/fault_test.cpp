@@ -45,7 +45,7 @@ TEST_P(Faults, AtAnyCallLeaveWhatWasListedAndARepairableRest) {
     const bool ofMedia = at == HostCallKind::Write || at == HostCallKind::Flush;
     // The host is told of media that were not written; lists are nobody's affair.
     const bool opened = n > 1;
-    const bool companionNotCreated = n == 2 && kind.soundApart();
+    const bool companionNotCreated = n == 2 && kind.audioApart();
     if (ofMedia && !companionNotCreated) {
       EXPECT_FALSE(outcome.took && outcome.closed);
     }
@@ -65,13 +65,13 @@ std::string nameOf(const testing::TestParamInfo<std::pair<Kind, Fault>>& info) {
   const std::string what = fault == Fault::Fail    ? "Fail"
                            : fault == Fault::Short ? "ComeUpShort"
                                                    : "FindTheDiskFull";
-  return std::string(!kind.hasSound ? "Picture" : kind.soundApart() ? "SoundApart" : "AllInOne") + what;
+  return std::string(!kind.hasAudio ? "Picture" : kind.audioApart() ? "SoundApart" : "AllInOne") + what;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Recording, Faults,
-    testing::Values(std::pair{kSoundApart, Fault::Fail}, std::pair{kSoundApart, Fault::Short},
-                    std::pair{kSoundApart, Fault::DiskFull}, std::pair{kAllInOne, Fault::Fail},
+    testing::Values(std::pair{kAudioApart, Fault::Fail}, std::pair{kAudioApart, Fault::Short},
+                    std::pair{kAudioApart, Fault::DiskFull}, std::pair{kAllInOne, Fault::Fail},
                     std::pair{kAllInOne, Fault::Short}, std::pair{kAllInOne, Fault::DiskFull}),
     nameOf);
 
@@ -81,8 +81,8 @@ INSTANTIATE_TEST_SUITE_P(
 std::map<std::string, Bytes> cutOff() {
   const TempFolder folder;
   std::map<std::string, Bytes> files;
-  MediaFile file = startKind(folder, kSoundApart);
-  writeAll(*file, kSoundApart, kSegmentFrames + 7);
+  MediaFile file = startKind(folder, kAudioApart);
+  writeAll(*file, kAudioApart, kSegmentFrames + 7);
   files = filesOf(folder);
   for (const char* name : {"out.m4v", "out.m4a"}) files[name].resize(files[name].size() - 3);
   return files;

@@ -53,10 +53,10 @@ TEST_P(Killed, AtFiftyMomentsARecordingKeepsWhatItListed) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kPictureAlone, kSoundApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kPictureAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
-                           return !info.param.hasSound      ? "Picture"
-                                  : info.param.soundApart() ? "SoundApart"
+                           return !info.param.hasAudio      ? "Picture"
+                                  : info.param.audioApart() ? "SoundApart"
                                                             : "AllInOne";
                          });
 
@@ -73,8 +73,8 @@ TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesWhole) {
   std::map<std::string, Bytes> before, whole;
   {
     const TempFolder folder;
-    MediaFile file = startKind(folder, kSoundApart);
-    writeAll(*file, kSoundApart, kSegmentFrames + 7);
+    MediaFile file = startKind(folder, kAudioApart);
+    writeAll(*file, kAudioApart, kSegmentFrames + 7);
     before = filesOf(folder);
   }
   {
@@ -125,12 +125,12 @@ void recordSource(Source& source, const TempFolder& folder) {
   RecordingDescription d;
   const auto size = static_cast<std::uint32_t>(source.video.configuration.size());
   d.configuration = join({u32(8 + size), Bytes{'a', 'v', 'c', 'C'}, source.video.configuration});
-  d.soundMask = 3;
+  d.audioMask = 3;
   d.soundConfiguration = {source.audio.configuration.begin(), source.audio.configuration.begin() + 2};
   MediaFile file = startRecording(folder.file("out.mp4"), d, 5);
   std::uint32_t sounds = 0, i = 0;
   for (const SourceSample& sample : source.video.samples) {
-    for (; sounds < soundOf(i + 1) && sounds < source.audio.samples.size(); ++sounds)
+    for (; sounds < audioOf(i + 1) && sounds < source.audio.samples.size(); ++sounds)
       writeSample(*file, 3, QVR_MODE_AUDIO, source.bytes(source.audio.samples[sounds]), sounds);
     writeSample(*file, 1, QVR_MODE_VIDEO, source.bytes(sample), i++,
                 sample.key ? DFRAME_KEY : DFRAME_NOT_KEY);

@@ -86,8 +86,8 @@ TEST_P(MemoryEnds, WhereverASourceIsRead) {
   makeMedia(folder.file("clip.mp4"), pictureInput(1) + toneInput(1) + h264Codec(15) + fragmented() +
                                          std::vector<std::string>{"-c:a", "aac"});
   {
-    MediaFile file = startKind(folder, kSoundApart);
-    ASSERT_TRUE(writeAll(*file, kSoundApart, kSegmentFrames + 7));
+    MediaFile file = startKind(folder, kAudioApart);
+    ASSERT_TRUE(writeAll(*file, kAudioApart, kSegmentFrames + 7));
     file = startKind(folder, kAllInOne);
     ASSERT_TRUE(writeAll(*file, kAllInOne, kSegmentFrames + 7));
   }
@@ -135,7 +135,7 @@ struct Material {
 
   explicit Material(const Kind& kind) {
     for (std::uint32_t i = 0; i < kFrames; ++i) pictures.push_back(picture(i));
-    for (std::uint32_t i = 0; kind.hasSound && i < soundOf(kFrames); ++i) sounds.push_back(sound(i));
+    for (std::uint32_t i = 0; kind.hasAudio && i < audioOf(kFrames); ++i) sounds.push_back(sound(i));
     const Described defaults = describe(*createObject());
     *host.video = *defaults.video;
     host.audio = defaults.audio;
@@ -175,10 +175,10 @@ Recorded record(const std::string& path, const Kind& kind, Material& material) {
   if (!file) return recorded;
   file->SetCodecOption(1, 0, 8, kInterval, nullptr);
   file->SetFileInfo(1, nullptr, material.host.video.get(), nullptr, &material.host.info);
-  if (kind.hasSound) file->SetFileInfo(3, nullptr, nullptr, &material.host.audio, nullptr);
+  if (kind.hasAudio) file->SetFileInfo(3, nullptr, nullptr, &material.host.audio, nullptr);
   std::uint32_t sounds = 0;
   for (std::uint32_t i = 0; i < kFrames; ++i) {
-    for (; kind.hasSound && sounds < soundOf(i + 1); ++sounds)
+    for (; kind.hasAudio && sounds < audioOf(i + 1); ++sounds)
       writeSample(*file, 3, QVR_MODE_AUDIO, material.sounds[sounds], sounds);
     const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
     if (writeSample(*file, 1, QVR_MODE_VIDEO, material.pictures[i], i, flags) == VL_OK) ++recorded.frames;
@@ -190,7 +190,7 @@ Recorded record(const std::string& path, const Kind& kind, Material& material) {
 }
 
 TEST_P(MemoryEnds, WhereverARecordingIsMade) {
-  for (const Kind& kind : {kPictureAlone, kSoundApart, kAllInOne}) {
+  for (const Kind& kind : {kPictureAlone, kAudioApart, kAllInOne}) {
     Material material(kind);
     const std::size_t allocations = sweep([&](std::size_t before) {
       const TempFolder folder;

@@ -22,7 +22,7 @@ inline constexpr std::uint32_t kInterval = 2;
 inline constexpr std::uint32_t kFragmentFrames = 2;
 inline constexpr std::uint32_t kSegmentFrames = 20;
 // Coded frames of sound in a fragment of a file of its own: 3.13 for two frames of video, rounded up.
-inline constexpr std::uint32_t kSoundFragmentFrames = 4;
+inline constexpr std::uint32_t kAudioFragmentFrames = 4;
 
 // Small frames, no two of one size beside each other.
 inline Bytes picture(std::uint32_t frame) {
@@ -33,32 +33,32 @@ inline Bytes sound(std::uint32_t frame) {
 }
 
 // Coded frames of sound that play until the end of so many frames of video.
-inline std::uint32_t soundOf(std::uint32_t frames) {
+inline std::uint32_t audioOf(std::uint32_t frames) {
   return static_cast<std::uint32_t>(std::uint64_t{frames} * 48000 * 1001 / (30000ull * 1024));
 }
 
 struct Kind {
   const char* name;  // that the recording is asked for by
-  bool hasSound;
+  bool hasAudio;
   std::uint32_t captions;
 
-  bool soundApart() const { return hasSound && media() == "out.m4v"; }
+  bool audioApart() const { return hasAudio && media() == "out.m4v"; }
   std::string media() const { return std::string(name) == "out.mp4" ? "out.m4v" : name; }
   std::string manifest() const { return std::string(name) == "out.mp4" ? "out.mpd" : "out.xml"; }
 };
 inline constexpr Kind kPictureAlone{"out.mp4", false, 0};
-inline constexpr Kind kSoundApart{"out.mp4", true, 0};
+inline constexpr Kind kAudioApart{"out.mp4", true, 0};
 inline constexpr Kind kAllInOne{"out.ismv", true, QVR_CAPTIONS_608 | QVR_CAPTIONS_708};
 
 inline MediaFile startKind(const TempFolder& folder, const Kind& kind) {
   RecordingDescription d;
-  d.soundMask = kind.hasSound ? 3 : 0;
+  d.audioMask = kind.hasAudio ? 3 : 0;
   d.captions = kind.captions;
   MediaFile file = createFile(folder.file(kind.name));
   if (!file) return file;
   file->SetCodecOption(1, 0, 8, kInterval, nullptr);
   describeVideo(*file, d);
-  if (kind.hasSound) describeSound(*file, d);
+  if (kind.hasAudio) describeSound(*file, d);
   return file;
 }
 
@@ -66,7 +66,7 @@ inline MediaFile startKind(const TempFolder& folder, const Kind& kind) {
 inline bool writeAll(CAMediaFile& file, const Kind& kind, std::uint32_t frames) {
   std::uint32_t sounds = 0;
   for (std::uint32_t i = 0; i < frames; ++i) {
-    for (; kind.hasSound && sounds < soundOf(i + 1); ++sounds) {
+    for (; kind.hasAudio && sounds < audioOf(i + 1); ++sounds) {
       if (writeSample(file, 3, QVR_MODE_AUDIO, sound(sounds), sounds) != VL_OK) return false;
     }
     const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
@@ -188,7 +188,7 @@ inline void expectFrames(const std::string& path, std::uint32_t frames) {
 }
 
 // Every coded frame of sound is there.
-inline void expectSound(const std::string& path, std::uint32_t frames) {
+inline void expectAudio(const std::string& path, std::uint32_t frames) {
   SourceFile file(path);
   const SourceTrack* const track = file.trackOfHandler(Mp4FourCc("soun"));
   ASSERT_EQ(track ? track->samples.size() : 0, frames) << path;
@@ -217,15 +217,15 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
   }
   const auto listed = listedIn(folder);
   const std::uint32_t frames = wholeSamples(media);
-  const std::string soundFile = folder.file(kind.soundApart() ? "out.m4a" : kind.media());
+  const std::string audioFile = folder.file(kind.audioApart() ? "out.m4a" : kind.media());
   const std::uint32_t sounds =
-      !kind.hasSound ? 0 : wholeSamples(soundFile, kind.soundApart() ? "traf" : "traf[1]");
+      !kind.hasAudio ? 0 : wholeSamples(audioFile, kind.audioApart() ? "traf" : "traf[1]");
 
   repairRecording(media);
   const Verification verification = verifyRecording(media);
   EXPECT_EQ(verification.problems.count(), 0u) << problemsOf(verification);
   EXPECT_EQ(verification.frames, frames);
-  EXPECT_EQ(verification.soundFrames, sounds);
+  EXPECT_EQ(verification.audioFrames, sounds);
   expectListsWhole(folder);
   for (const auto& [name, before] : listed) {
     const auto after = listedIn(folder)[name];
@@ -239,7 +239,7 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
     expectFrames(media, frames);
     expectFrames(folder.file(kind.manifest()), frames);
   }
-  if (sounds != 0) expectSound(soundFile, sounds);
+  if (sounds != 0) expectAudio(audioFile, sounds);
 
   const auto once = filesOf(folder);
   EXPECT_TRUE(repairRecording(media).empty());

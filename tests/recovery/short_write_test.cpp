@@ -23,7 +23,7 @@ std::map<std::string, Bytes> recorded(const Kind& kind) {
 
 TEST(ShortWrites, ARecordingIsTheSame) {
   setFaults({});
-  for (const Kind& kind : {kSoundApart, kAllInOne}) {
+  for (const Kind& kind : {kAudioApart, kAllInOne}) {
     const auto whole = recorded(kind);
     const LimitedWrites limited(7);
     EXPECT_EQ(recorded(kind), whole) << kind.name;

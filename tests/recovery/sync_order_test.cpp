@@ -47,7 +47,7 @@ class Disk {
 
 class SyncOrder : public testing::TestWithParam<Kind> {};
 
-TEST_P(SyncOrder, MediaReachTheDiskAheadOfTheListsThatNameThem) {
+TEST_P(SyncOrder, MediaReachTheDiskBeforeTheListsThatNameThem) {
   const Kind& kind = GetParam();
   const TempFolder folder;
   setFaults({});
@@ -57,7 +57,7 @@ TEST_P(SyncOrder, MediaReachTheDiskAheadOfTheListsThatNameThem) {
   ASSERT_EQ(closeFile(file), VL_OK);
   // Each of five segments is listed in a playlist of its file; the manifest is saved after each of the video,
   // and once more at the end.
-  EXPECT_GE(disk.listings, kind.soundApart() ? 16 : 11);
+  EXPECT_GE(disk.listings, kind.audioApart() ? 16 : 11);
 }
 
 TEST_P(SyncOrder, ASegmentWaitsOnceForEachFileAndOnceForTheManifest) {
@@ -66,17 +66,17 @@ TEST_P(SyncOrder, ASegmentWaitsOnceForEachFileAndOnceForTheManifest) {
   setFaults({});
   MediaFile file = startKind(folder, kind);
   ASSERT_TRUE(writeAll(*file, kind, 4 * kSegmentFrames + 1));
-  const std::uint64_t soundSegments =
-      kind.soundApart() ? soundOf(4 * kSegmentFrames + 1) / (kSoundFragmentFrames * 10) : 0;
-  EXPECT_EQ(diskWaits().data, 4 + soundSegments);
+  const std::uint64_t audioSegments =
+      kind.audioApart() ? audioOf(4 * kSegmentFrames + 1) / (kAudioFragmentFrames * 10) : 0;
+  EXPECT_EQ(diskWaits().data, 4 + audioSegments);
   EXPECT_EQ(diskWaits().replacements, 4u);
-  EXPECT_EQ(diskWaits().names, kind.soundApart() ? 3u : 2u) << "of the media and the manifest, at the first";
+  EXPECT_EQ(diskWaits().names, kind.audioApart() ? 3u : 2u) << "of the media and the manifest, at the first";
   ASSERT_EQ(closeFile(file), VL_OK);
-  EXPECT_EQ(diskWaits().data, 5 + soundSegments + (kind.soundApart() ? 1 : 0));
-  EXPECT_EQ(diskWaits().names, kind.soundApart() ? 4u : 3u);
+  EXPECT_EQ(diskWaits().data, 5 + audioSegments + (kind.audioApart() ? 1 : 0));
+  EXPECT_EQ(diskWaits().names, kind.audioApart() ? 4u : 3u);
 }
 
-TEST_P(SyncOrder, RepairedMediaReachTheDiskAheadOfTheLists) {
+TEST_P(SyncOrder, RepairedMediaReachTheDiskBeforeTheLists) {
   const Kind& kind = GetParam();
   const TempFolder folder;
   {
@@ -96,13 +96,13 @@ TEST_P(SyncOrder, RepairedMediaReachTheDiskAheadOfTheLists) {
   ASSERT_NE(firstList, calls.begin());
   EXPECT_EQ(*std::prev(firstList), HostCallKind::Flush);
   EXPECT_EQ(std::count(firstList, calls.end(), HostCallKind::Write), 0);
-  EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Write), kind.soundApart() ? 2 : 1);
+  EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Write), kind.audioApart() ? 2 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kPictureAlone, kSoundApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kPictureAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
-                           return !info.param.hasSound      ? "Picture"
-                                  : info.param.soundApart() ? "SoundApart"
+                           return !info.param.hasAudio      ? "Picture"
+                                  : info.param.audioApart() ? "SoundApart"
                                                             : "AllInOne";
                          });
 

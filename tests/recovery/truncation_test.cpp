@@ -64,8 +64,8 @@ TEST_P(Truncated, AtEveryByteOfItsLastTwoFragmentsIsMadeWhole) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Recording, Truncated,
-                         testing::Values(Cut{kSoundApart, "out.m4v", kSegmentFrames + 6, "Video"},
-                                         Cut{kSoundApart, "out.m4a", kSegmentFrames + 6, "Sound"},
+                         testing::Values(Cut{kAudioApart, "out.m4v", kSegmentFrames + 6, "Video"},
+                                         Cut{kAudioApart, "out.m4a", kSegmentFrames + 6, "Sound"},
                                          // The last fragment has a segment to itself.
                                          Cut{kPictureAlone, "out.m4v", kSegmentFrames + 1,
                                              "VideoAcrossSegments"},
@@ -94,7 +94,7 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
   for (std::uint32_t frames = kFragmentFrames; frames <= 2 * kSegmentFrames + kFragmentFrames;
        frames += kFragmentFrames) {
     for (std::uint32_t i = frames - kFragmentFrames; i < frames; ++i) {
-      for (; kind.hasSound && sounds < soundOf(i + 1); ++sounds)
+      for (; kind.hasAudio && sounds < audioOf(i + 1); ++sounds)
         ASSERT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, sound(sounds), sounds), VL_OK);
       ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, picture(i), i,
                             i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
@@ -105,17 +105,17 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
     repairRecording(cut.file(kind.media()));
 
     // With sound in the same file a segment's last fragment waits for the frame after it.
-    const bool waits = kind.hasSound && !kind.soundApart() && frames % kSegmentFrames == 0;
+    const bool waits = kind.hasAudio && !kind.audioApart() && frames % kSegmentFrames == 0;
     const std::uint32_t wholeFrames = waits ? frames - kFragmentFrames : frames;
     // Of sound apart, whole fragments only.
-    const std::uint32_t wholeSounds =
-        kind.soundApart() ? sounds / kSoundFragmentFrames * kSoundFragmentFrames : soundOf(wholeFrames);
-    if (kind.soundApart() && wholeSounds == 0) continue;  // its file would not have been begun
+    const std::uint32_t wholeAudio =
+        kind.audioApart() ? sounds / kAudioFragmentFrames * kAudioFragmentFrames : audioOf(wholeFrames);
+    if (kind.audioApart() && wholeAudio == 0) continue;  // its file would not have been begun
     const TempFolder reference;
     MediaFile ended = startKind(reference, kind);
     std::uint32_t written = 0;
     for (std::uint32_t i = 0; i < wholeFrames; ++i) {
-      for (; kind.hasSound && written < std::min(soundOf(i + 1), wholeSounds); ++written)
+      for (; kind.hasAudio && written < std::min(audioOf(i + 1), wholeAudio); ++written)
         ASSERT_EQ(writeSample(*ended, 3, QVR_MODE_AUDIO, sound(written), written), VL_OK);
       ASSERT_EQ(writeSample(*ended, 1, QVR_MODE_VIDEO, picture(i), i,
                             i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
@@ -124,7 +124,7 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
     ASSERT_EQ(closeFile(ended), VL_OK);
     auto is = withoutDates(filesOf(cut)), due = withoutDates(filesOf(reference));
     // Before the first segment is listed nothing says what bit rate the host announced.
-    if (kind.soundApart() && !filesOf(folder).contains("out.mpd")) {
+    if (kind.audioApart() && !filesOf(folder).contains("out.mpd")) {
       for (auto* files : {&is, &due}) {
         Bytes& bytes = (*files)["out.mpd"];
         const std::string text = std::regex_replace(std::string(bytes.begin(), bytes.end()),
@@ -139,15 +139,15 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, CutOff, testing::Values(kPictureAlone, kSoundApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, CutOff, testing::Values(kPictureAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
-                           return !info.param.hasSound      ? "Picture"
-                                  : info.param.soundApart() ? "SoundApart"
+                           return !info.param.hasAudio      ? "Picture"
+                                  : info.param.audioApart() ? "SoundApart"
                                                             : "AllInOne";
                          });
 
 TEST(Repaired, KeepsWhenTheRecordingBegan) {
-  const auto files = recorded(kSoundApart, kSegmentFrames + 6);
+  const auto files = recorded(kAudioApart, kSegmentFrames + 6);
   const TempFolder folder;
   fill(folder, files);
   std::filesystem::resize_file(folder.file("out.m4v"), files.at("out.m4v").size() - 1);
@@ -163,7 +163,7 @@ TEST(Repaired, KeepsWhenTheRecordingBegan) {
 }
 
 TEST(Repaired, WithoutAnyListGetsAllOfThem) {
-  auto files = recorded(kSoundApart, kSegmentFrames + 6);
+  auto files = recorded(kAudioApart, kSegmentFrames + 6);
   const auto due = withoutDates(files);
   for (const char* name : {"out.mpd", "out.m3u8", "outA.m3u8"}) files.erase(name);
   const TempFolder folder;
@@ -173,7 +173,7 @@ TEST(Repaired, WithoutAnyListGetsAllOfThem) {
   EXPECT_EQ(is.at("out.m3u8"), due.at("out.m3u8"));
   EXPECT_EQ(is.at("outA.m3u8"), due.at("outA.m3u8"));
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("<BaseURL>out.m4a</BaseURL>"));
-  expectRepairable(folder, kSoundApart);
+  expectRepairable(folder, kAudioApart);
 }
 
 TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {

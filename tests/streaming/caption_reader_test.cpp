@@ -107,7 +107,7 @@ TEST(Cc608Reader, ThePlaceInsideARunIsNotAdded) {
   EXPECT_EQ(captions.at(3), pairs(2, 1));
 }
 
-TEST(Cc608Reader, LaterRunsAreTakenFromBehindTheLengthOfTheRunBefore) {
+TEST(Cc608Reader, LaterRunsAreTakenFromAfterTheLengthOfTheRunBefore) {
   // The second run's bytes are looked for one run length behind its start, bounded by the track's bytes.
   CaptionFile captions(captionFragment(
       1, 0,

@@ -223,7 +223,7 @@ Bytes hidden(const Bytes& content) {
   return box("mdat", {content});
 }
 
-TEST(FragmentIndex, IndexesThatStartEverEarlierAddTheFragmentsBehindThemOnce) {
+TEST(FragmentIndex, IndexesThatStartEverEarlierAddTheFragmentsAfterThemOnce) {
   constexpr std::uint32_t kIndexes = 200, kFragments = 200;
   Bytes prelude;  // boxes that all end where the fragments start
   for (std::uint32_t i = 0; i < kIndexes; ++i) {

@@ -116,7 +116,7 @@ MpdVideo video() {
   return video;
 }
 
-TEST(MpdWriter, WritesPictureAndSoundInTheirPlaces) {
+TEST(MpdWriter, WritesPictureAndAudioInTheirPlaces) {
   MpdWriter manifest("");
   const MpdWriter::List pictures = manifest.BeginVideo(video(), true);
   const MpdWriter::List sounds = manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
@@ -157,7 +157,7 @@ TEST(MpdWriter, WritesPictureAndSoundInTheirPlaces) {
       "</MPD>\n");
 }
 
-TEST(MpdWriter, NamesTheSoundOfTheSameFile) {
+TEST(MpdWriter, NamesTheAudioOfTheSameFile) {
   MpdVideo both = video();
   both.sound = {0x40, 44100};
   MpdWriter manifest("");
@@ -169,7 +169,7 @@ TEST(MpdWriter, NamesTheSoundOfTheSameFile) {
   EXPECT_THAT(manifest.Text(), Not(HasSubstr("<AdaptationSet/>")));
 }
 
-TEST(MpdWriter, LeavesAPlaceForSoundThatDoesNotCome) {
+TEST(MpdWriter, LeavesAPlaceForAudioThatDoesNotCome) {
   MpdWriter manifest("");
   manifest.BeginVideo(video(), true);
   EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));

@@ -51,7 +51,7 @@ TEST(ReadManifest, TheFirstRepresentationOfAKindCounts) {
   EXPECT_EQ(manifest->video.baseUrl, "v.m4v");
 }
 
-TEST(ReadManifest, ASetThatSaysVideoOfItselfIsReadAsTheSound) {
+TEST(ReadManifest, ASetThatSaysVideoOfItselfIsReadAsTheAudio) {
   const auto manifest =
       readSets(set("<Representation><BaseURL>x.m4v</BaseURL></Representation>", "mimeType='video/mp4'"));
   EXPECT_EQ(manifest->audio.baseUrl, "x.m4v");

@@ -49,7 +49,7 @@ TEST(SeekVideoFrame, FindsEveryFrameOfSeveralRunsAndFragments) {
   }
 }
 
-TEST(SeekVideoFrame, BehindTheLastFrameFailsWithBothMessages) {
+TEST(SeekVideoFrame, AfterTheLastFrameFailsWithBothMessages) {
   IndexedFile file(twoRuns(1));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
@@ -124,7 +124,7 @@ TEST(RunPlace, ABaseDataOffsetCountsFromTheFile) {
   EXPECT_EQ(readSample(index, cursor), Bytes(ahead.begin() + 18, ahead.begin() + 23));
 }
 
-TEST(RunPlace, AnOffsetThatDoesNotReachBehindTheFragmentCountsFromTheMediaData) {
+TEST(RunPlace, AnOffsetThatDoesNotReachAfterTheFragmentCountsFromTheMediaData) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize, {sampleOf(5, 1)}};
   run.dataOffset = 8;
@@ -212,7 +212,7 @@ TEST(RunPlace, ALaterTrackIsPlacedByTheFragmentWhereItsFlagSaysSo) {
   EXPECT_EQ(readTrack(file, kAudioTrack), kAudioOfThree);
 }
 
-TEST(RunPlace, ARunWithoutAnOffsetStartsBehindTheHeaderOf64BitMediaData) {
+TEST(RunPlace, ARunWithoutAnOffsetStartsAfterTheHeaderOf64BitMediaData) {
   TrafSpec traf;
   traf.runs = {RunSpec{kRunSize, {sampleOf(5, 1), sampleOf(6, 2)}}};
   const Bytes whole = fragment(1, {traf});

@@ -30,7 +30,7 @@ TEST(AnnexB, ReplacesLengthsByStartCodes) {
   EXPECT_EQ(stream, join({{0xAA}, kStart, kSlice, kStart, {0x41}}));
 }
 
-TEST(AnnexB, PutsParameterSetsAheadOfAKeyFrame) {
+TEST(AnnexB, PutsParameterSetsBeforeAKeyFrame) {
   const auto annexB = AnnexB::fromConfiguration(avcConfiguration(4));
   ASSERT_TRUE(annexB);
   Bytes stream;

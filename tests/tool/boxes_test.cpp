@@ -119,7 +119,7 @@ TEST(Boxes, ExtendedTypeIsShown) {
             "0123456789abcdeffedcba9876543210");
 }
 
-TEST(Boxes, BytesBehindTheLastBoxAreAFailure) {
+TEST(Boxes, BytesAfterTheLastBoxAreAFailure) {
   const TempFolder folder;
   const std::string file = folder.file("small.bin");
   writeFile(file, join({smallFile(), zeros(20)}));

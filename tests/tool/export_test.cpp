@@ -122,7 +122,7 @@ TEST(Export, FramesShowTheSameCaptions) {
   EXPECT_TRUE(lines[2].ends_with(",8080,")) << lines[2];
 }
 
-TEST(Export, SoundIsAWaveFileOfTheWholeTrack) {
+TEST(Export, AudioIsAWaveFileOfTheWholeTrack) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
@@ -156,7 +156,7 @@ TEST(Export, Ac3OfSixChannelsIsAWaveFileOfTwo) {
             std::to_string(ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size() * 1536 - 256));
 }
 
-TEST(Export, SelectedFramesGiveTheirPartOfTheSound) {
+TEST(Export, SelectedFramesGiveTheirPartOfTheAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), whole = folder.file("whole.wav"),
                     part = folder.file("part.wav");
@@ -173,7 +173,7 @@ TEST(Export, SelectedFramesGiveTheirPartOfTheSound) {
 }
 
 // Frames, ticks and samples multiplied are more than 64 bits hold.
-TEST(Export, SoundEndsBeforeFramesHoweverFar) {
+TEST(Export, AudioEndsBeforeFramesHoweverFar) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"),
             pictureInput(1, "25") + toneInput(1) + h264Codec(25, 0) +

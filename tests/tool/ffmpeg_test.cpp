@@ -53,7 +53,7 @@ struct Installed {
   }
 };
 
-TEST(FFmpeg, IsFoundBesideTheProgramAheadOfItsFormatsFolder) {
+TEST(FFmpeg, IsFoundBesideTheProgramBeforeItsFormatsFolder) {
   const Installed installed;
   EXPECT_THAT(installed.log(), HasSubstr("FFMPEG DLLs (AvCodec) will not load"));
   installed.putFFmpegIn(installed.folder.path() / "Extended_formats");

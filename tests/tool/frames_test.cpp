@@ -100,7 +100,7 @@ TEST(Frames, JsonHoldsTheColumns) {
   EXPECT_EQ(frames[59]["key"], 0);
 }
 
-TEST(Frames, OfSoundAloneAreAFailure) {
+TEST(Frames, OfAudioAloneAreAFailure) {
   const TempFolder folder;
   const std::string file = folder.file("sound.m4a");
   makeMedia(

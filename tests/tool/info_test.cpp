@@ -23,7 +23,7 @@ std::int64_t lengthOf(const std::vector<Packet>& packets) {
   return packets.back().dts + packets.back().duration - packets.front().dts;
 }
 
-TEST(Info, JsonDescribesPictureAndSound) {
+TEST(Info, JsonDescribesPictureAndAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, pictureInput(2, "30000/1001", "320x180") + toneInput(2.048) + h264Codec() +
@@ -75,7 +75,7 @@ TEST(Info, Ac3IsDescribedAsItIsDelivered) {
 }
 
 // A pair of files is one presentation, whichever of its names is asked for.
-TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsSound) {
+TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsAudio) {
   const TempFolder folder;
   makeMedia(folder.file("source.mp4"), pictureInput(2, "25", "160x96") + toneInput(2.048) + h264Codec(25) +
                                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
@@ -131,7 +131,7 @@ TEST(Info, EachAudioTrackIsDescribedOnce) {
   EXPECT_THAT(described, testing::ElementsAre("mp4a 1", "mp4a 6", "ac-3 2", "mp4a 1", "mp4a 2"));
 }
 
-TEST(Info, ARecordingWhoseSoundNeverCameIsDescribed) {
+TEST(Info, ARecordingWhoseAudioNeverCameIsDescribed) {
   const TempFolder folder;
   makeMedia(folder.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
                                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
@@ -175,7 +175,7 @@ TEST(Info, TextSaysTheSame) {
                             "duration: 1.0 seconds\n");
 }
 
-TEST(Info, SoundAloneIsDescribedWithoutVideo) {
+TEST(Info, AudioAloneIsDescribedWithoutVideo) {
   const TempFolder folder;
   const std::string file = folder.file("sound.M4A");
   makeMedia(folder.file("sound.mp4"),

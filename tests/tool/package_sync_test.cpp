@@ -80,7 +80,7 @@ TEST_F(InStep, FragmentsWithAnEditList) {
   staysInStep(made({"-i", source(2), "-c", "copy", "-movflags", "frag_keyframe+delay_moov"}));
 }
 
-TEST_F(InStep, SoundThatStartsLate) {
+TEST_F(InStep, AudioThatStartsLate) {
   const std::string file = source(2);
   const Options late = {"-i",   file,  "-itsoffset", "2",   "-i", file,
                         "-map", "0:v", "-map",       "1:a", "-c", "copy"};
@@ -89,7 +89,7 @@ TEST_F(InStep, SoundThatStartsLate) {
   staysInStep(made(late + Options{"-movflags", "frag_keyframe+delay_moov"}));
 }
 
-TEST_F(InStep, SoundThatStartsLateIsSilentUntilThen) {
+TEST_F(InStep, AudioThatStartsLateIsSilentUntilThen) {
   const std::string file = source(0);
   made({"-i", file, "-itsoffset", "2", "-i", file, "-map", "0:v", "-map", "1:a", "-c", "copy"});
   ASSERT_EQ(
@@ -116,7 +116,7 @@ TEST_F(InStep, PicturesThatStartLate) {
   EXPECT_NEAR(tones[1] - flashes[2], -1, kHalfUnit + kFound);
 }
 
-TEST_F(InStep, SoundWithAGap) {
+TEST_F(InStep, AudioWithAGap) {
   const std::string file = source(2);
   makeMedia(folder_.file("sound.mp4"), {"-i", file, "-vn", "-c", "copy"});
   makeMedia(folder_.file("first.mp4"), {"-i", folder_.file("sound.mp4"), "-t", "1.2", "-c", "copy"});
@@ -128,7 +128,7 @@ TEST_F(InStep, SoundWithAGap) {
   staysInStep(gap);
 }
 
-TEST_F(InStep, PicturesAndSoundWithAGap) {
+TEST_F(InStep, PicturesAndAudioWithAGap) {
   const std::string file = source(0);
   makeMedia(folder_.file("first.mp4"), {"-i", file, "-t", "1.4", "-c", "copy"});
   std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 3\nfile b0.mp4\n";
@@ -170,7 +170,7 @@ TEST_F(InStep, APartOfTheSource) {
   EXPECT_NEAR(tones[0], flashes[0], kHalfUnit + kFound);
 }
 
-TEST_F(InStep, ExportedSoundStartsWithTheFirstPicture) {
+TEST_F(InStep, ExportedAudioStartsWithTheFirstPicture) {
   for (const int bFrames : {0, 2}) {
     const std::string file = source(bFrames);
     ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
@@ -183,7 +183,7 @@ TEST_F(InStep, ExportedSoundStartsWithTheFirstPicture) {
   }
 }
 
-TEST_F(InStep, ExportedSoundOfASourceHonoursItsEditList) {
+TEST_F(InStep, ExportedAudioOfASourceHonoursItsEditList) {
   const std::string file = source(2);
   const Options late = {"-i",   file,  "-itsoffset", "1",   "-i", file,
                         "-map", "0:v", "-map",       "1:a", "-c", "copy"};
@@ -217,16 +217,16 @@ TEST_F(InStep, CaptionsWhoseTrackStartsLate) {
 
 // ---- Sound that does not play with the chosen frames -------------------------------------------------
 
-class ShortSound : public testing::Test {
+class ShortAudio : public testing::Test {
  protected:
-  ShortSound() {
+  ShortAudio() {
     makeMedia(folder_.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25) +
                                               Options{"-c:a", "aac", "-ac", "2"});
   }
   TempFolder folder_;
 };
 
-TEST_F(ShortSound, AStartAfterItsEndGivesARecordingWithoutSound) {
+TEST_F(ShortAudio, AStartAfterItsEndGivesARecordingWithoutAudio) {
   for (const char* output : {"out.mp4", "both.ismv"}) {
     const RunResult result = fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output",
                                    folder_.file(output), "--start", "50"});
@@ -242,7 +242,7 @@ TEST_F(ShortSound, AStartAfterItsEndGivesARecordingWithoutSound) {
   EXPECT_EQ(fmp4({"--quiet", "verify", folder_.file("out.mpd")}).exitCode, 0);
 }
 
-TEST_F(ShortSound, ThatBeginsAfterTheChosenFramesIsLeftOut) {
+TEST_F(ShortAudio, ThatBeginsAfterTheChosenFramesIsLeftOut) {
   makeMedia(folder_.file("late.mp4"),
             {"-i", folder_.file("source.mp4"), "-itsoffset", "2", "-i", folder_.file("source.mp4"), "-map",
              "0:v", "-map", "1:a", "-c", "copy"});
@@ -252,7 +252,7 @@ TEST_F(ShortSound, ThatBeginsAfterTheChosenFramesIsLeftOut) {
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4a")));
 }
 
-TEST_F(ShortSound, IsKeptAsFarAsItGoes) {
+TEST_F(ShortAudio, IsKeptAsFarAsItGoes) {
   ASSERT_EQ(fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4"),
                   "--start", "0", "--count", "75"})
                 .exitCode,

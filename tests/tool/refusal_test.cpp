@@ -79,7 +79,7 @@ TEST(Refusal, NamesCodecsThatAreNotSupported) {
   }
 }
 
-TEST(Refusal, NamesCodecsOfSoundThatAreNotSupported) {
+TEST(Refusal, NamesCodecsOfAudioThatAreNotSupported) {
   const TempFolder folder;
   const std::string opus = folder.file("opus.m4a"), dolby = folder.file("dolby.m4a");
   makeMedia(opus, toneInput(0.5) + std::vector<std::string>{"-c:a", "libopus", "-f", "mp4"} + fragmented());
@@ -197,7 +197,7 @@ TEST(OtherTracks, AreListedWithTheReason) {
                         "not read: track 3 (soun, Opus): Opus is not supported\n"));
 }
 
-TEST(OtherTracks, ExplainWhyThereIsNoSoundToExport) {
+TEST(OtherTracks, ExplainWhyThereIsNoAudioToExport) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, pictureInput(0.4) + toneInput(0.4) + h264Codec() +

@@ -65,7 +65,7 @@ TEST(Usage, HelpListsEveryCommand) {
     EXPECT_THAT(result.out, HasSubstr(command));
 }
 
-TEST(Usage, GlobalOptionsMayStandBehindTheCommand) {
+TEST(Usage, GlobalOptionsMayStandAfterTheCommand) {
   const RunResult result = fmp4({"version", "--plugin", "no-such-plugin"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: the plug-in 'no-such-plugin' cannot be loaded; give its path with --plugin\n");

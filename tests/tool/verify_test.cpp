@@ -175,24 +175,24 @@ TEST_F(Verify, FindsWhatAnIndexSaysWrong) {
 }
 
 // Changes a byte behind the first occurrence of a box type.
-Bytes changed(Bytes bytes, const char* type, std::ptrdiff_t behindType) {
+Bytes changed(Bytes bytes, const char* type, std::ptrdiff_t afterType) {
   const Bytes name(type, type + 4);
   const auto at = std::search(bytes.begin(), bytes.end(), name.begin(), name.end());
-  *(at + behindType) ^= 1;
+  *(at + afterType) ^= 1;
   return bytes;
 }
 
 TEST_F(Verify, TellsWhatCannotBeRepaired) {
   struct Damage {
     const char* type;
-    std::ptrdiff_t behindType;
+    std::ptrdiff_t afterType;
     const char* message;
   };
-  for (const auto& [type, behindType, message] :
+  for (const auto& [type, afterType, message] :
        {Damage{"mfhd", 11, "the fragment has sequence number 0 where 1 is due"},
         Damage{"tfdt", 11, "track 1 has decode time 1 where 0 is due"},
         Damage{"stts", 11, "the sample tables of track 1 are not empty"}}) {
-    Bytes bytes = changed(files_->at("out.m4v"), type, behindType);
+    Bytes bytes = changed(files_->at("out.m4v"), type, afterType);
     writeFile(folder_.file("out.m4v"), bytes);
     const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
     EXPECT_EQ(found.exitCode, 1);
@@ -204,10 +204,10 @@ TEST_F(Verify, TellsWhatCannotBeRepaired) {
 }
 
 TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
-  for (const auto& [type, behindType, message] :
+  for (const auto& [type, afterType, message] :
        {std::tuple{"moof", 3, "no fragment stands here"},
         std::tuple{"trun", 11, "the data offset of track 1 does not lead to where its samples are"}}) {
-    writeFile(folder_.file("out.m4v"), changed(files_->at("out.m4v"), type, behindType));
+    writeFile(folder_.file("out.m4v"), changed(files_->at("out.m4v"), type, afterType));
     const Bytes before = readFile(folder_.file("out.m4v"));
     EXPECT_THAT(fmp4({"verify", folder_.file("out.m4v")}).out,
                 HasSubstr("whole fragments stand behind the damage"));

@@ -11,7 +11,7 @@
 #include "tool/host/codec_configuration.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
-#include "tool/host/undecoded_sound.h"
+#include "tool/host/undecoded_audio.h"
 
 namespace {
 
@@ -103,7 +103,7 @@ Json describeTracks(const std::vector<OtherTrack>& tracks) {
 
 // Says of the sound that is not decoded why.
 void addReasons(Json& streams, const std::string& name) {
-  const std::vector<std::string> reasons = undecodedSound(name);
+  const std::vector<std::string> reasons = undecodedAudio(name);
   for (std::size_t i = 0; i < std::min(streams.size(), reasons.size()); ++i)
     if (!reasons[i].empty()) streams[i]["why"] = reasons[i];
 }

@@ -59,7 +59,7 @@ void writeMasterPlaylist(const Packager& packager, const PackageOptions& options
   MasterPlaylist master = packager.master();
   const std::filesystem::path output = vlPath(options.output);
   master.video = readPlaylist(std::filesystem::path(output).replace_extension(".m3u8"));
-  if (HasSeparateAudio(VideoPath(options.output)) && packager.recordsSound())
+  if (HasSeparateAudio(VideoPath(options.output)) && packager.recordsAudio())
     master.audio = readPlaylist(outputsOf(output).back());
   const std::string text = masterPlaylistText(master);
   const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
@@ -100,14 +100,14 @@ void packageFile(const Plugin& plugin, const PackageOptions& options) {
 // Whether a stream has told enough to begin recording: how far apart its key frames are, and whether sound
 // comes with the pictures. It is not waited for forever.
 bool knowsEnough(FragmentStream& source) {
-  constexpr double kMostSeconds = 10;
+  constexpr double kMaxSeconds = 10;
   const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
   const SourceTrack* const audio = source.trackOfHandler(Mp4FourCc("soun"));
   if (video->samples.empty()) return false;
   const auto keys = std::count_if(video->samples.begin(), video->samples.end(),
                                   [](const SourceSample& sample) { return sample.key; });
   const std::uint64_t ticks = video->nextDecodeTime - video->samples.front().decodeTime;
-  if (static_cast<double>(ticks) / video->timescale >= kMostSeconds) return true;
+  if (static_cast<double>(ticks) / video->timescale >= kMaxSeconds) return true;
   return keys >= 2 && (!audio || !audio->samples.empty());
 }
 

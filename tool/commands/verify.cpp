@@ -36,12 +36,12 @@ void printJson(const Verification& result, const std::string& name) {
                        {"whole", result.problems.count() == 0},
                        {"files", result.files},
                        {"frames", result.frames},
-                       {"soundFrames", result.soundFrames},
+                       {"soundFrames", result.audioFrames},
                        {"fragments", result.fragments},
                        {"segments", result.segments},
                        {"durationSeconds", result.seconds},
-                       {"soundSeconds", result.soundSeconds},
-                       {"note", soundLengthNote(result)},
+                       {"soundSeconds", result.audioSeconds},
+                       {"note", audioLengthNote(result)},
                        {"beingWritten", result.beingWritten},
                        {"problemCount", result.problems.count()},
                        {"problems", problems},
@@ -57,9 +57,9 @@ void printText(const Verification& result, const std::string& name) {
   }
   const std::uint64_t count = result.problems.count(), kept = result.problems.kept().size();
   if (count > kept) std::cout << "... and " << count - kept << " more\n";
-  if (const std::string note = soundLengthNote(result); !note.empty()) std::cout << "note: " << note << '\n';
+  if (const std::string note = audioLengthNote(result); !note.empty()) std::cout << "note: " << note << '\n';
   if (count == 0) {
-    std::cout << name << " is whole: " << result.frames << " frames, " << result.soundFrames
+    std::cout << name << " is whole: " << result.frames << " frames, " << result.audioFrames
               << " coded frames of sound, " << result.fragments << " fragments, " << result.segments
               << " segments in " << result.files.size() << " files\n";
   } else {

@@ -7,14 +7,14 @@
 #include "base/exact_time.h"
 #include "base/text.h"
 #include "base/user_error.h"
+#include "tool/export/audio_skew.h"
 #include "tool/export/export_streams.h"
-#include "tool/export/lost_sound.h"
+#include "tool/export/lost_audio.h"
 #include "tool/export/output_file.h"
-#include "tool/export/sound_skew.h"
 #include "tool/export/wave_header.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
-#include "tool/host/undecoded_sound.h"
+#include "tool/host/undecoded_audio.h"
 #include "tool/terminal/progress.h"
 
 namespace {
@@ -36,7 +36,7 @@ struct SampleRange {
 SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system, const QVRAUDIO& audio,
                         const std::string& name) {
   const auto total = static_cast<std::int64_t>(audio.stream.length);
-  const auto skew = static_cast<std::int64_t>(std::llround(soundSkew(name) * audio.wave.samplesPerSecond));
+  const auto skew = static_cast<std::int64_t>(std::llround(audioSkew(name) * audio.wave.samplesPerSecond));
   // Held where it ends the sound with any skew.
   const std::uint64_t most = audio.stream.length + static_cast<std::uint64_t>(std::abs(skew));
   const auto sampleOf = [&](std::uint64_t frame) {
@@ -55,9 +55,9 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
 }
 
 // Writes the sound of a range, block by block.
-class SoundExport {
+class AudioExport {
  public:
-  SoundExport(CAMediaFile& file, const WaveFormat& format, OutputFile& output)
+  AudioExport(CAMediaFile& file, const WaveFormat& format, OutputFile& output)
       : file_(file),
         format_(format),
         output_(output),
@@ -143,7 +143,7 @@ class SoundExport {
 };
 
 std::string whyNothing(const std::string& name, std::uint32_t status) {
-  const std::vector<std::string> reasons = undecodedSound(name);
+  const std::vector<std::string> reasons = undecodedAudio(name);
   if (!reasons.empty() && !reasons.front().empty()) return reasons.front();
   return "nothing of it decodes (status " + statusText(status) + "); 'fmp4 info' shows its codec";
 }
@@ -161,7 +161,7 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
   OutputFile output(request.output, request.input);
-  SoundExport sound(file, format, output);
+  AudioExport sound(file, format, output);
   output.make([&] {
     output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
     const std::uint32_t status = sound.run(range);

@@ -31,13 +31,13 @@ MovieSamples MovieFile::movieSamples() {
 }
 
 OpenedFiles openedFiles(const std::string& name) {
-  const bool audioOnly = isSoundName(name);
+  const bool audioOnly = isAudioName(name);
   FileSet files = FindFileSet(name.c_str(), audioOnly);
   LoadManifest(files);
   if (audioOnly || files.video.empty()) return {files.audio, {}};
   return {files.video, files.audio};
 }
 
-bool isSoundName(const std::string& name) {
+bool isAudioName(const std::string& name) {
   return EndsIgnoringCase(name, ".m4a") || EndsIgnoringCase(name, ".isma");
 }

@@ -43,4 +43,4 @@ struct OpenedFiles {
 OpenedFiles openedFiles(const std::string& name);
 
 // Whether a name says that its file holds sound alone (".m4a", ".isma").
-bool isSoundName(const std::string& name);
+bool isAudioName(const std::string& name);

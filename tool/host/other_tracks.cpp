@@ -15,7 +15,7 @@
 namespace {
 
 // As many sound tracks as the plug-in reads.
-constexpr unsigned kMostSoundTracks = 64;
+constexpr unsigned kMaxAudioTracks = 64;
 
 template <class Payload>
 const Payload* payloadAt(Mp4Box* box, const char* path) {
@@ -58,7 +58,7 @@ class TrackChoice {
       case Mp4FourCc("mp4a"):
       case Mp4FourCc("ac-3"):
         if (!Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry)) break;
-        return soundTracks_++ < kMostSoundTracks ? "" : "only the first 64 audio tracks are read";
+        return audioTracks_++ < kMaxAudioTracks ? "" : "only the first 64 audio tracks are read";
       case Mp4FourCc("c608"):
       case Mp4FourCc("c708"):
         return "";
@@ -71,7 +71,7 @@ class TrackChoice {
  private:
   Mp4Stream& stream_;
   unsigned videoTracks_ = 0;
-  unsigned soundTracks_ = 0;
+  unsigned audioTracks_ = 0;
 };
 
 }  // namespace

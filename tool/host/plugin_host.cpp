@@ -90,7 +90,7 @@ MediaFile Plugin::open(const std::string& file) const {
   request.access = VL_GENERIC_READ;
   request.fileName = file.c_str();
   request.creation = VL_OPEN_EXISTING;
-  if (isSoundName(file)) request.openFlags = MF_OPEN_AUDIO_ONLY;
+  if (isAudioName(file)) request.openFlags = MF_OPEN_AUDIO_ONLY;
   MediaFile object = make(request);
   if (!object) throw UserError(openRefusal(file, lastLoggedError()));
   if (const std::string warning = leftOutSamples(file); !warning.empty())

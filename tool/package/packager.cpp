@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t kStereo = 3;  // channel mask of the sound
 constexpr std::uint32_t kKeyFrameIntervalOption = 8;
-constexpr std::uint32_t kMostCopiedConfiguration = 4;
+constexpr std::uint32_t kMaxCopiedConfiguration = 4;
 
 // Access units that sound may be off the time of its source, and seconds by which source times may be
 // rounded.
@@ -84,7 +84,7 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
       video_(videoOf(source)),
       times_(video_, plan_),
       captionOrigin_(captionOrigin(source, plan_, times_)),
-      audio_(findSound()),
+      audio_(findAudio()),
       cc608_(source, source.trackOfCodec(Mp4FourCc("c608"))),
       cc708_(source, source.trackOfCodec(Mp4FourCc("c708"))),
       file_(plugin.create(options.output)) {
@@ -99,7 +99,7 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
 }
 
 // Null when there is no sound to be recorded.
-SourceTrack* Packager::findSound() {
+SourceTrack* Packager::findAudio() {
   SourceTrack* const track = source_.trackOfHandler(Mp4FourCc("soun"));
   if (!track || options_.noAudio) return nullptr;
   if (!isAac(*track))
@@ -112,18 +112,18 @@ SourceTrack* Packager::findSound() {
                     "' has AAC with 960 samples a frame, which a recording cannot time: it counts 1024. "
                     "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac makes such of it");
   silence_ = silentAccessUnit(track->configuration);
-  track->wanted = soundPlays(*track);
+  track->wanted = audioPlays(*track);
   if (track->wanted) return track;
   warn_("no sound plays with the chosen frames; the recording has none");
   return nullptr;
 }
 
 // Whether any sound that is known by now is to be recorded.
-bool Packager::soundPlays(SourceTrack& track) const {
+bool Packager::audioPlays(SourceTrack& track) const {
   const double end = times_.firstPicture() + static_cast<double>(frameLimit_) * times_.frameSeconds();
   return std::any_of(track.samples.begin(), track.samples.end(), [&](const SourceSample& sample) {
     const auto time = times_.recorded(track.present(sample));
-    return time && *time >= -kTolerance * soundSeconds() && *time < end && !isLeftOut(track, sample);
+    return time && *time >= -kTolerance * audioSeconds() && *time < end && !isLeftOut(track, sample);
   });
 }
 
@@ -140,7 +140,7 @@ bool Packager::isLeftOut(const SourceTrack& track, const SourceSample& sample) c
 }
 
 // Seconds of an access unit.
-double Packager::soundSeconds() const {
+double Packager::audioSeconds() const {
   return static_cast<double>(kAacFrameSamples) / audioConfig_.frequency;
 }
 
@@ -192,12 +192,12 @@ void Packager::describeAudio(QVRAUDIO& audio) const {
   std::uint64_t bytes = 0;
   for (const SourceSample& sample : audio_->samples) bytes += sample.size;
   const double perSecond =
-      static_cast<double>(bytes) / (static_cast<double>(audio_->samples.size()) * soundSeconds());
+      static_cast<double>(bytes) / (static_cast<double>(audio_->samples.size()) * audioSeconds());
   audio.wave.averageBytesPerSecond = static_cast<std::uint32_t>(std::min(perSecond, 4294967295.0));
   // Longer configurations are not stored; their first two bytes describe the core.
   const auto& config = audio_->configuration;
   audio.wave.extraSize =
-      static_cast<std::uint16_t>(config.size() <= kMostCopiedConfiguration ? config.size() : 2);
+      static_cast<std::uint16_t>(config.size() <= kMaxCopiedConfiguration ? config.size() : 2);
   std::copy_n(config.begin(), audio.wave.extraSize, audio.wave.extra);
 }
 
@@ -207,15 +207,15 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
     for (; video_.next < video_.samples.size() && frames_ < frameLimit_ && !ended(); ++video_.next) {
       times_.add(video_.samples[video_.next]);
       // Sound is written before the picture that it plays with.
-      writeSoundUpTo(static_cast<double>(frames_ + 1) * times_.frameSeconds(), true);
+      writeAudioUpTo(static_cast<double>(frames_ + 1) * times_.frameSeconds(), true);
       writeFrame(video_.samples[video_.next]);
       show(++frames_);
     }
     whole = video_.next == video_.samples.size();
   } while (frames_ < frameLimit_ && !ended() && source_.more());
-  writeSoundUpTo(times_.end(), true);
+  writeAudioUpTo(times_.end(), true);
   // What the picture does not cover belongs to it only when all of it was asked for.
-  if (whole) writeSoundUpTo(kEndless, false);
+  if (whole) writeAudioUpTo(kEndless, false);
   tellWhatWasLeftOut();
 }
 
@@ -253,16 +253,16 @@ void Packager::addCaptions(std::uint64_t frame) {
 
 // Writes the sound of the recording that starts before `end`, in seconds. `fill`: gaps become silence;
 // otherwise a gap ends it.
-void Packager::writeSoundUpTo(double end, bool fill) {
+void Packager::writeAudioUpTo(double end, bool fill) {
   if (!audio_) return;
   for (; audio_->next < audio_->samples.size();) {
     const SourceSample& sample = audio_->samples[audio_->next];
     const auto time = isLeftOut(*audio_, sample) ? std::nullopt : times_.recorded(audio_->present(sample));
-    const double position = static_cast<double>(accessUnits_) * soundSeconds();
-    const double late = time ? *time - soundOffset_ - position : 0;
-    const double most = kTolerance * soundSeconds() + (followsSource_ ? kRounding : 0);
+    const double position = static_cast<double>(accessUnits_) * audioSeconds();
+    const double late = time ? *time - audioOffset_ - position : 0;
+    const double most = kTolerance * audioSeconds() + (followsSource_ ? kRounding : 0);
     if (!time || late < -most) {
-      if (time && accessUnits_ == 0) leadingSound_ = std::max(leadingSound_, -late);
+      if (time && accessUnits_ == 0) leadingAudio_ = std::max(leadingAudio_, -late);
       if (time && accessUnits_ != 0) ++overlaps_;
       ++audio_->next;
       continue;
@@ -274,7 +274,7 @@ void Packager::writeSoundUpTo(double end, bool fill) {
       writeAccessUnit(*silence_);
       continue;
     }
-    if (late > most) soundOffset_ += late;
+    if (late > most) audioOffset_ += late;
     ++audio_->next;
     writeAccessUnit(source_.read(sample));
   }
@@ -295,12 +295,12 @@ void Packager::tellWhatWasLeftOut() const {
   const auto seconds = [](double value) {
     return std::to_string(static_cast<std::uint64_t>(std::llround(value * 1000))) + " ms";
   };
-  if (plan_.first == 0 && leadingSound_ > kPriming)
-    warn_("the source's sound begins " + seconds(leadingSound_) +
+  if (plan_.first == 0 && leadingAudio_ > kPriming)
+    warn_("the source's sound begins " + seconds(leadingAudio_) +
           " before its picture; that part is left out");
-  if (soundOffset_ > 0)
+  if (audioOffset_ > 0)
     warn_("gaps in sound of this configuration cannot be filled with silence; it comes up to " +
-          seconds(soundOffset_) + " early");
+          seconds(audioOffset_) + " early");
   if (overlaps_ != 0)
     warn_(std::to_string(overlaps_) +
           " access units of the source's sound overlap with others and are left out");

@@ -35,15 +35,15 @@ class Packager {
   void finish();
 
   std::uint64_t frames() const { return frames_; }
-  bool recordsSound() const { return audio_ != nullptr; }
+  bool recordsAudio() const { return audio_ != nullptr; }
   // What is known of the master playlist, but for the lists that it joins.
   MasterPlaylist master() const;
 
  private:
-  SourceTrack* findSound();
-  bool soundPlays(SourceTrack& track) const;
+  SourceTrack* findAudio();
+  bool audioPlays(SourceTrack& track) const;
   bool isLeftOut(const SourceTrack& track, const SourceSample& sample) const;
-  double soundSeconds() const;
+  double audioSeconds() const;
 
   void describe();
   void describeVideo(QVRVIDEO& video) const;
@@ -51,7 +51,7 @@ class Packager {
 
   void writeFrame(const SourceSample& sample);
   void addCaptions(std::uint64_t frame);
-  void writeSoundUpTo(double end, bool fill);
+  void writeAudioUpTo(double end, bool fill);
   void writeAccessUnit(std::span<std::uint8_t> bytes);
   void tellWhatWasLeftOut() const;
 
@@ -73,8 +73,8 @@ class Packager {
   std::uint64_t frames_ = 0;       // written
   std::uint64_t accessUnits_ = 0;  // written, silent ones included
   bool followsSource_ = false;     // the last one is of the source
-  double soundOffset_ = 0;         // seconds of gaps that could not be filled
-  double leadingSound_ = 0;        // seconds of sound before the picture
+  double audioOffset_ = 0;         // seconds of gaps that could not be filled
+  double leadingAudio_ = 0;        // seconds of sound before the picture
   std::uint64_t overlaps_ = 0;     // access units for which there was no time
   DFRAME descriptor_ = {};
   std::vector<std::uint8_t> frameBytes_;

@@ -35,7 +35,7 @@ PictureTimes::PictureTimes(const SourceTrack& video, const PackagePlan& plan)
     firstPicture_ = std::min(firstPicture_, shown * frameSeconds_);
     shifts.push_back(edits_.present(frame.presentationTime(), timescale_) - shown * frameSeconds_);
   }
-  shift_ = formerShift_ = median(std::move(shifts));
+  shift_ = previousShift_ = median(std::move(shifts));
 }
 
 void PictureTimes::add(const SourceSample& frame) {
@@ -43,13 +43,13 @@ void PictureTimes::add(const SourceSample& frame) {
   const double wait = follows ? static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ : 0;
   decodeTime_ = frame.decodeTime;
   if (wait <= frameSeconds_ + kOutage) return;
-  formerShift_ = shift_;
+  previousShift_ = shift_;
   shift_ += wait - frameSeconds_;
   from_ = edits_.present(frame.presentationTime(), timescale_);
 }
 
 std::optional<double> PictureTimes::recorded(double seconds) const {
   if (seconds >= from_) return seconds - shift_;
-  const double before = seconds - formerShift_;
+  const double before = seconds - previousShift_;
   return before < from_ - shift_ ? std::optional(before) : std::nullopt;
 }

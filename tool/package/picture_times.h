@@ -37,5 +37,5 @@ class PictureTimes {
   std::uint64_t decodeTime_ = 0;  // of the frame before, ticks
   double shift_ = 0;              // seconds that the recording is earlier than the source, from `from_` on
   double from_ = -std::numeric_limits<double>::infinity();
-  double formerShift_ = 0;
+  double previousShift_ = 0;
 };

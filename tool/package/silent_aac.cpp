@@ -52,7 +52,7 @@ std::optional<std::vector<std::uint8_t>> silentAccessUnit(std::span<const std::u
   UMC::aac::AudioSpecificConfig parsed{};
   if (!UMC::aac::ParseAudioSpecificConfig(config.data(), config.size(), parsed)) return std::nullopt;
   const UMC::aac::Layout& layout = parsed.layout;
-  if (!UMC::aac::IsServedObjectType(parsed.objectType) || layout.elementCount == 0) return std::nullopt;
+  if (!UMC::aac::IsSupportedObjectType(parsed.objectType) || layout.elementCount == 0) return std::nullopt;
   BitWriter bits;
   for (unsigned i = 0; i < layout.elementCount; ++i) {
     const auto& [type, tag, firstChannel] = layout.elements[i];

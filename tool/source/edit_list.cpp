@@ -7,10 +7,10 @@ namespace {
 
 constexpr std::int64_t kEmptyEdit = -1;
 // Edit lists of real files have a handful of entries. They are searched for every sample.
-constexpr std::size_t kMostEdits = 1024;
+constexpr std::size_t kMaxEdits = 1024;
 
 // Times are held below what their sums could overflow.
-constexpr std::int64_t kMostTicks = std::int64_t{1} << 60;
+constexpr std::int64_t kMaxTicks = std::int64_t{1} << 60;
 
 }  // namespace
 
@@ -20,9 +20,9 @@ EditList::EditList(const mp4::EditListBox& box, std::uint32_t movieTimescale, st
   double start = 0;
   for (const auto& entry : box.entries) {
     const double duration = static_cast<double>(entry.segmentDuration) / movieTimescale;
-    if (entry.mediaTime != kEmptyEdit && entry.mediaTime >= 0 && edits_.size() < kMostEdits) {
-      const std::int64_t begin = std::min(entry.mediaTime, kMostTicks);
-      const double ticks = std::min(std::ceil(duration * timescale), static_cast<double>(kMostTicks));
+    if (entry.mediaTime != kEmptyEdit && entry.mediaTime >= 0 && edits_.size() < kMaxEdits) {
+      const std::int64_t begin = std::min(entry.mediaTime, kMaxTicks);
+      const double ticks = std::min(std::ceil(duration * timescale), static_cast<double>(kMaxTicks));
       edits_.push_back({start, begin, begin + static_cast<std::int64_t>(ticks)});
     }
     start += duration;

@@ -13,12 +13,12 @@
 
 namespace {
 
-constexpr std::uint64_t kMostBoxBytes = 64u << 20;  // of a "moov" or "moof"
-constexpr std::uint64_t kMostDataBytes = 1u << 30;  // of a "mdat"
-constexpr std::size_t kMostHeldBytes = 64u << 20;   // of samples that wait for the pictures they go with
-constexpr std::size_t kMostHeldSamples = 1u << 20;  // the same, of one track
-constexpr std::size_t kMostSamples = 1u << 22;      // of all tracks, in one fragment and before it
-constexpr std::size_t kPiece = 1u << 20;            // memory is taken as bytes arrive
+constexpr std::uint64_t kMaxBoxBytes = 64u << 20;  // of a "moov" or "moof"
+constexpr std::uint64_t kMaxDataBytes = 1u << 30;  // of a "mdat"
+constexpr std::size_t kMaxHeldBytes = 64u << 20;   // of samples that wait for the pictures they go with
+constexpr std::size_t kMaxHeldSamples = 1u << 20;  // the same, of one track
+constexpr std::size_t kMaxSamples = 1u << 22;      // of all tracks, in one fragment and before it
+constexpr std::size_t kPiece = 1u << 20;           // memory is taken as bytes arrive
 
 [[noreturn]] void damaged(const std::string& what) {
   throw UserError("the input is damaged: " + what + "; what came before is recorded");
@@ -116,7 +116,7 @@ bool FragmentStream::takeMovie(std::vector<std::uint8_t>& bytes) {
   Header header;
   while (takeHeader(header)) {
     if (header.type == Mp4FourCc("moov")) {
-      if (header.payload > kMostBoxBytes) damaged("its movie box is too large");
+      if (header.payload > kMaxBoxBytes) damaged("its movie box is too large");
       bytes = header.bytes;
       return takePayload(header.payload, bytes);
     }
@@ -141,12 +141,12 @@ bool FragmentStream::readFragment() {
   while (takeHeader(header)) {
     if (header.type == Mp4FourCc("moof")) {
       if (!moof.empty()) damaged("a fragment has no media data");
-      if (header.payload > kMostBoxBytes) damaged("the boxes of a fragment are too large");
+      if (header.payload > kMaxBoxBytes) damaged("the boxes of a fragment are too large");
       moofOffset = offset_ - header.bytes.size();
       moof = header.bytes;
       if (!takePayload(header.payload, moof)) return false;
     } else if (header.type == Mp4FourCc("mdat") && !moof.empty()) {
-      if (header.payload > kMostDataBytes) damaged("the media data of a fragment are too large");
+      if (header.payload > kMaxDataBytes) damaged("the media data of a fragment are too large");
       const std::uint64_t dataOffset = offset_;
       const std::size_t dataPlace = data_.size();
       if (!takePayload(header.payload, data_)) return false;
@@ -171,9 +171,9 @@ void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint
     held.push_back(track.samples.size());
     count += track.samples.size();
   }
-  if (count > kMostSamples) damaged("a fragment counts too many samples");
+  if (count > kMaxSamples) damaged("a fragment counts too many samples");
   const std::uint64_t dataSize = data_.size() - dataPlace;
-  ::readFragment(movie_.get(), box.get(), kMostSamples, tracks_);
+  ::readFragment(movie_.get(), box.get(), kMaxSamples, tracks_);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     for (SourceSample& sample : std::span(tracks_[i].samples).subspan(held[i])) {
       const std::uint64_t place = sample.offset - dataOffset;
@@ -189,7 +189,7 @@ std::span<std::uint8_t> FragmentStream::read(const SourceSample& sample) {
 }
 
 bool FragmentStream::holdsMuch() const {
-  return data_.size() > kMostHeldBytes;
+  return data_.size() > kMaxHeldBytes;
 }
 
 void FragmentStream::forgetUsed() {
@@ -204,8 +204,8 @@ void FragmentStream::forgetUsed() {
       sample.offset = spare_.size();
       spare_.insert(spare_.end(), bytes.begin(), bytes.end());
     }
-    if (track.samples.size() > kMostHeldSamples) damaged("one of its tracks runs too far ahead of the video");
+    if (track.samples.size() > kMaxHeldSamples) damaged("one of its tracks runs too far ahead of the video");
   }
-  if (spare_.size() > kMostHeldBytes) damaged("one of its tracks runs too far ahead of the video");
+  if (spare_.size() > kMaxHeldBytes) damaged("one of its tracks runs too far ahead of the video");
   data_.swap(spare_);
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "mp4box/sample_flags.h"
 #include "base/user_error.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/avcC.h"
@@ -23,6 +22,7 @@
 #include "mp4box/boxes/trex.h"
 #include "mp4box/boxes/trun.h"
 #include "mp4box/boxes/visual_entry.h"
+#include "mp4box/sample_flags.h"
 
 namespace {
 

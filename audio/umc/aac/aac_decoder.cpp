@@ -48,16 +48,16 @@ std::uint32_t ChannelMask(std::uint32_t channels) {
 }
 
 // Adopts the requested output channels if the downmix supports their number, otherwise the stream's own.
-void TakeOutputWishes(const AudioCodecParams& params, aac::DecoderState& state) {
+void ReadOutputOptions(const AudioCodecParams& params, aac::DecoderState& state) {
   const std::uint32_t channels = params.m_output.channels;
   state.outputChannels = channels <= aac::kMaxChannels ? static_cast<int>(channels) : 0;
   state.outputFrequency = params.m_output.sampleFrequency;
 }
 
 AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
-  const bool served = state.form != aac::StreamForm::kUnserved;
+  const bool served = state.form != aac::StreamForm::kUnsupported;
   AudioStreamInfo info;
-  info.channels = served ? static_cast<std::uint32_t>(state.mix.outputs) : state.unservedChannels;
+  info.channels = served ? static_cast<std::uint32_t>(state.mix.outputs) : state.unsupportedChannels;
   info.sampleFrequency = served ? aac::OutputFrequency(state) : state.config.frequency;
   info.bitsPerSample = kBitsPerSample;
   info.streamType = UMC_STREAM_PCM;
@@ -102,7 +102,7 @@ Status AACDecoder::Init(BaseCodecParams* params) {
     if (status == UMC_OK) {
       aac::DecoderState& state = locked.State();
       if (auto* options = DynamicCast<AACDecoderParams>(params)) aac::ApplyOptions(*options, state.options);
-      if (audio != nullptr) TakeOutputWishes(*audio, state);
+      if (audio != nullptr) ReadOutputOptions(*audio, state);
       if (configured && !aac::ConfigureRaw(config, state)) status = UMC_ERR_CONFIGURATION;
     }
   }
@@ -146,7 +146,7 @@ Status AACDecoder::GetInfo(BaseCodecParams* params) {
 
   audio->m_output = OutputInfo(state);
   audio->m_input = audio->m_output;
-  if (state.form != aac::StreamForm::kUnserved) audio->m_input.channels = state.layout.channelCount;
+  if (state.form != aac::StreamForm::kUnsupported) audio->m_input.channels = state.layout.channelCount;
   audio->m_input.channelMask = ChannelMask(audio->m_input.channels);
   audio->m_input.streamType = UMC_STREAM_AAC;
   audio->m_input.streamSubtype = ProfileFlags(state.config.objectType) + (state.sbrSeen ? kProfileSbr : 0) +
@@ -163,7 +163,7 @@ Status AACDecoder::Reset() {
   aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::Restart(locked);
-  if (locked.Sbr() != nullptr) aac::DoubtSbrHeaders(*locked.Sbr());
+  if (locked.Sbr() != nullptr) aac::InvalidateSbrHeaders(*locked.Sbr());
   locked.State().blank = false;
   return UMC_OK;
 }
@@ -183,9 +183,9 @@ Status AACDecoder::SetBlock(std::uint64_t number) {
   return UMC_OK;
 }
 
-bool AACDecoder::Settled() {
+bool AACDecoder::Converged() {
   const aac::LockedMemory locked(m_memory);
-  return locked && aac::IsSettled(locked);
+  return locked && aac::IsConverged(locked);
 }
 
 Status AACDecoder::SetConfiguration(const aac::AudioSpecificConfig& config) {
@@ -201,7 +201,7 @@ Status AACDecoder::SetParams(BaseCodecParams* params) {
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
   aac::DecoderState& state = locked.State();
   aac::ApplyOptions(*options, state.options);
-  TakeOutputWishes(*options, state);
+  ReadOutputOptions(*options, state);
   aac::UpdateMix(state);
   return UMC_OK;
 }

@@ -52,7 +52,7 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   // True once the decoder has converged: its output does not depend on blocks before those decoded or lost
   // since Init or Reset, except for an overlap of one block. Predictors, SBR and parametric stereo have
   // longer memories. False before the first block.
-  bool Settled();
+  bool Converged();
   // Passes the container's description of access units that follow ADTS headers, between Init and the first
   // frame. It overrides those headers, which contain less: no frame length, only listed frequencies, neither
   // SBR nor parametric stereo, no program. From then on GetInfo can answer. -899 for an unsupported

@@ -48,7 +48,7 @@ class LockedMemory {
   [[nodiscard]] PredictionArea* Predictions() const { return m_predictions; }
 
   // Allocate the area unless it exists: the first is zeroed, the second must be initialised by
-  // ForgetPredictions. False without memory.
+  // ResetPredictions. False without memory.
   bool MakeSbr();
   bool MakePredictions();
 

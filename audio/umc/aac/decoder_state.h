@@ -17,18 +17,18 @@ namespace UMC::aac {
 // Maximum number of output samples per block and channel.
 inline constexpr int kMaxOutputLength = 2 * kMaxFrameLength;
 
-// kUnserved: the stream is known but unsupported; its frames are not decoded.
-enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kUnserved = 3 };
+// kUnsupported: the stream is known but unsupported; its frames are not decoded.
+enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kUnsupported = 3 };
 
 struct DecoderState {
   StreamForm form;
-  bool configured;                 // by parameters: the caller supplies complete access units
-  bool told;                       // `config` is the container's and overrides the headers
-  bool formatKnown;                // GetInfo can answer
-  bool patternProven;              // more than one header has `pattern`, so it is certainly the stream's
-  std::uint32_t pattern;           // ADTS header bits under kAdtsPatternMask
-  AudioSpecificConfig config;      // the container's, or from the stream's first header
-  std::uint32_t unservedChannels;  // number of channels of an unsupported stream
+  bool configured;                    // by parameters: the caller supplies complete access units
+  bool told;                          // `config` is the container's and overrides the headers
+  bool formatKnown;                   // GetInfo can answer
+  bool patternProven;                 // more than one header has `pattern`, so it is certainly the stream's
+  std::uint32_t pattern;              // ADTS header bits under kAdtsPatternMask
+  AudioSpecificConfig config;         // the container's, or from the stream's first header
+  std::uint32_t unsupportedChannels;  // number of channels of an unsupported stream
   DecoderOptions options;
   int outputChannels;             // requested; 0: as in the stream
   std::uint32_t outputFrequency;  // requested, hertz: the core's frequency keeps SBR from doubling it, twice

@@ -195,7 +195,7 @@ BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, con
 }
 
 void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
-                        const ChannelPast* past, FilterBankScratch& scratch, RawDataBlock& block) {
+                        const ChannelHistory* past, FilterBankScratch& scratch, RawDataBlock& block) {
   ChannelStream* streams = block.streams;
   const auto predict = [&](int stream) {
     if (past[stream].prediction != nullptr) ApplyPrediction(*past[stream].prediction, streams[stream]);

@@ -67,7 +67,7 @@ BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, con
                               int objectType, RawDataBlock& block, Ipp32u* crc);
 
 // A channel's history as used by the spectral tools: its overlap and its prediction state.
-struct ChannelPast {
+struct ChannelHistory {
   const FilterBankState* overlap;
   PredictionState* prediction;  // null for other object types
   LtpState* ltp;                // null for other object types
@@ -76,7 +76,7 @@ struct ChannelPast {
 // Applies noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on
 // `data`, the block's bytes; `past` has the history of every stream.
 void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
-                        const ChannelPast* past, FilterBankScratch& scratch, RawDataBlock& block);
+                        const ChannelHistory* past, FilterBankScratch& scratch, RawDataBlock& block);
 
 // The generator polynomial and initial register of the ADTS checksum, as in ippsCRC32_8u.
 inline constexpr Ipp32u kAdtsCrcPolynomial = 0x80050000u;

@@ -41,23 +41,23 @@ bool IsPredictive(int objectType) {
   return objectType == kObjectMain || objectType == kObjectLtp;
 }
 
-void ForgetPrediction(int objectType, PredictionMemory& memory) {
+void ResetPrediction(int objectType, PredictionMemory& memory) {
   if (objectType == kObjectMain) StartPrediction(memory.prediction);
   if (objectType == kObjectLtp) memory.ltp = {};
 }
 
-void ForgetPredictions(int objectType, PredictionArea& area) {
-  for (PredictionMemory& memory : area.channels) ForgetPrediction(objectType, memory);
-  for (PredictionMemory& memory : area.couplings) ForgetPrediction(objectType, memory);
+void ResetPredictions(int objectType, PredictionArea& area) {
+  for (PredictionMemory& memory : area.channels) ResetPrediction(objectType, memory);
+  for (PredictionMemory& memory : area.couplings) ResetPrediction(objectType, memory);
 }
 
 // Resets the overlap into the next block and all other channel state.
-void ForgetChannels(LockedMemory& memory) {
+void ResetChannels(LockedMemory& memory) {
   DecoderState& state = memory.State();
   std::fill_n(state.channels, kMaxChannels, FilterBankState{});
   std::fill_n(state.couplings, kMaxCouplings, FilterBankState{});
-  if (memory.Predictions() != nullptr) ForgetPredictions(state.config.objectType, *memory.Predictions());
-  if (memory.Sbr() != nullptr) ForgetSbr(*memory.Sbr());
+  if (memory.Predictions() != nullptr) ResetPredictions(state.config.objectType, *memory.Predictions());
+  if (memory.Sbr() != nullptr) ResetSbr(*memory.Sbr());
 }
 
 // Calls visit(channel of the layout, index of its stream) for every channel in the block.
@@ -71,27 +71,28 @@ void ForEachCarried(const DecoderState& state, const RawDataBlock& block, Visit 
 }
 
 // Finds the history of every stream in the block. `area` is for predictive object types.
-void FindPasts(DecoderState& state, const RawDataBlock& block, PredictionArea* area, ChannelPast* pasts) {
+void FindHistories(DecoderState& state, const RawDataBlock& block, PredictionArea* area,
+                   ChannelHistory* pasts) {
   const int type = state.config.objectType;
-  const auto setPast = [&](int stream, const FilterBankState& overlap, PredictionMemory* memory) {
+  const auto setHistory = [&](int stream, const FilterBankState& overlap, PredictionMemory* memory) {
     pasts[stream] = {&overlap, type == kObjectMain ? &memory->prediction : nullptr,
                      type == kObjectLtp ? &memory->ltp : nullptr};
   };
   const bool predictive = IsPredictive(type);
   ForEachCarried(state, block, [&](int channel, int stream) {
-    setPast(stream, state.channels[channel], predictive ? &area->channels[channel] : nullptr);
+    setHistory(stream, state.channels[channel], predictive ? &area->channels[channel] : nullptr);
   });
   for (int i = 0; i < block.couplingCount; ++i) {
-    setPast(block.couplings[i].stream, state.couplings[i], predictive ? &area->couplings[i] : nullptr);
+    setHistory(block.couplings[i].stream, state.couplings[i], predictive ? &area->couplings[i] : nullptr);
   }
 }
 
 // Whether no channel's prediction depends on anything before the start of its signal.
-bool ArePredictionsSettled(const DecoderState& state, const PredictionArea* area) {
+bool ArePredictionsConverged(const DecoderState& state, const PredictionArea* area) {
   if (!IsPredictive(state.config.objectType)) return true;
   const auto settled = [&](const PredictionMemory& memory) {
     return state.config.objectType == kObjectMain ? memory.prediction.settled
-                                                  : memory.ltp.unpredicted == kLtpFading;
+                                                  : memory.ltp.unpredicted == kLtpConvergenceFrames;
   };
   return std::all_of(area->channels, area->channels + state.layout.channelCount, settled) &&
          std::all_of(area->couplings, area->couplings + state.couplingsInUse, settled);
@@ -156,7 +157,7 @@ void SynthesiseChannels(DecoderState& state, WorkArea& work, PredictionArea* pre
 
 // Consecutive complete blocks after which earlier blocks have decayed from all recursive filters and smoothed
 // factors.
-constexpr int kFadingBlocks = 16;
+constexpr int kConvergenceBlocks = 16;
 
 // Reads the parametric stereo data that ReadSbrPayload has found in the element of a mono layout. False while
 // they depend on payloads that were not received.
@@ -176,8 +177,8 @@ bool ReadPsPayload(DecoderState& state, BitWindow& stream, SbrArea& sbr) {
 
 // Adds an element's high band; `samples` are those of the core by channel, then those of the output. Returns
 // whether the data of all earlier blocks it depends on were available.
-bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream, SbrArea& sbr,
-                   float** samples) {
+bool DecodeSbrElement(DecoderState& state, int index, const SbrPayload& payload, BitWindow stream,
+                      SbrArea& sbr, float** samples) {
   const SbrFormat format = FormatOf(state);
   const LayoutElement& place = state.layout.elements[index];
   const int count = ChannelsOf(place.type);
@@ -203,7 +204,7 @@ bool ReplicateBand(DecoderState& state, int index, const SbrPayload& payload, Bi
 }
 
 // Adds the high bands. `data` are the block's bytes.
-void ReplicateBands(LockedMemory& memory, const std::uint8_t* data, std::size_t size, float** samples) {
+void DecodeSbrElements(LockedMemory& memory, const std::uint8_t* data, std::size_t size, float** samples) {
   DecoderState& state = memory.State();
   const RawDataBlock& block = memory.Work().block;
   SbrArea& sbr = *memory.Sbr();
@@ -214,11 +215,11 @@ void ReplicateBands(LockedMemory& memory, const std::uint8_t* data, std::size_t 
   for (int i = 0; i < block.elementCount; ++i) {
     payloads[&PlaceOf(state, block, i) - state.layout.elements] = block.elements[i].sbr;
   }
-  bool complete = ArePredictionsSettled(state, memory.Predictions());
+  bool complete = ArePredictionsConverged(state, memory.Predictions());
   for (int i = 0; i < state.layout.elementCount; ++i) {
-    complete &= ReplicateBand(state, i, payloads[i], BitWindow(data, size), sbr, samples);
+    complete &= DecodeSbrElement(state, i, payloads[i], BitWindow(data, size), sbr, samples);
   }
-  sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kFadingBlocks) : 0;
+  sbr.completeBlocks = complete ? std::min(sbr.completeBlocks + 1, kConvergenceBlocks) : 0;
 }
 
 // Makes the signal of an independently switched coupling channel. With SBR it passes through the filter banks
@@ -241,13 +242,13 @@ const float* MakeCoupledSignal(LockedMemory& memory, const FilterBank& bank, int
 }
 
 // Resets the coupling channels from index `first` on, which the block does not have.
-void ForgetCouplings(LockedMemory& memory, int first) {
+void ResetCouplings(LockedMemory& memory, int first) {
   DecoderState& state = memory.State();
   for (int i = first; i < state.couplingsInUse; ++i) {
     state.couplings[i] = {};
     if (memory.Sbr() != nullptr) memory.Sbr()->couplings[i] = {};
     if (memory.Predictions() != nullptr) {
-      ForgetPrediction(state.config.objectType, memory.Predictions()->couplings[i]);
+      ResetPrediction(state.config.objectType, memory.Predictions()->couplings[i]);
     }
   }
 }
@@ -267,7 +268,7 @@ void CoupleSignals(LockedMemory& memory, const FilterBank& bank, float* const* s
       if (HasParametricStereo(state)) ippsAddProductC_32f(signal, gains[0], samples[1], length);
     });
   }
-  ForgetCouplings(memory, block.couplingCount);
+  ResetCouplings(memory, block.couplingCount);
   state.couplingsInUse = block.couplingCount;
 }
 
@@ -332,7 +333,7 @@ bool AdoptLayout(LockedMemory& memory) {
   }
   if (layout != state.layout) {
     state.layout = layout;
-    ForgetChannels(memory);
+    ResetChannels(memory);
     if (memory.Sbr() != nullptr) std::fill_n(memory.Sbr()->elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
@@ -349,7 +350,7 @@ bool MakeAreas(LockedMemory& memory) {
   const DecoderState& state = memory.State();
   if (IsPredictive(state.config.objectType) && memory.Predictions() == nullptr) {
     if (!memory.MakePredictions()) return false;
-    ForgetPredictions(state.config.objectType, *memory.Predictions());
+    ResetPredictions(state.config.objectType, *memory.Predictions());
   }
   return !(HasSbr(state) || CarriesSbr(memory.Work().block)) || memory.MakeSbr();
 }
@@ -357,10 +358,10 @@ bool MakeAreas(LockedMemory& memory) {
 void Restart(LockedMemory& memory) {
   DecoderState& state = memory.State();
   if (state.started) {
-    ForgetChannels(memory);
+    ResetChannels(memory);
   } else if (memory.Predictions() != nullptr) {
     // Nothing has been predicted yet, but the object type may have changed.
-    ForgetPredictions(state.config.objectType, *memory.Predictions());
+    ResetPredictions(state.config.objectType, *memory.Predictions());
   }
   state.started = state.sbrSeen = state.psSeen = false;
   state.program = state.config.Program();
@@ -387,12 +388,12 @@ void AdoptSbr(LockedMemory& memory, const std::uint8_t* data, std::size_t size) 
   }
 }
 
-bool IsSettled(const LockedMemory& memory) {
+bool IsConverged(const LockedMemory& memory) {
   const DecoderState& state = memory.State();
   if (state.blank) return true;
   if (!state.started) return false;
-  if (!HasSbr(state)) return ArePredictionsSettled(state, memory.Predictions());
-  return memory.Sbr() != nullptr && memory.Sbr()->completeBlocks >= kFadingBlocks;
+  if (!HasSbr(state)) return ArePredictionsConverged(state, memory.Predictions());
+  return memory.Sbr() != nullptr && memory.Sbr()->completeBlocks >= kConvergenceBlocks;
 }
 
 bool HasSbr(const DecoderState& state) {
@@ -419,12 +420,12 @@ void RenderBlock(LockedMemory& memory, const std::uint8_t* data, std::size_t siz
   DecoderState& state = memory.State();
   WorkArea& work = memory.Work();
   const FilterBank& bank = *SharedFilterBank(state.config.frameLength);
-  ChannelPast pasts[kMaxStreams];
-  FindPasts(state, work.block, memory.Predictions(), pasts);
+  ChannelHistory pasts[kMaxStreams];
+  FindHistories(state, work.block, memory.Predictions(), pasts);
   ApplySpectralTools(data, size, bank, pasts, work.scratch, work.block);
   float* samples[kMaxChannels];
   SynthesiseChannels(state, work, memory.Predictions(), bank, samples);
-  if (HasSbr(state)) ReplicateBands(memory, data, size, samples);
+  if (HasSbr(state)) DecodeSbrElements(memory, data, size, samples);
   CoupleSignals(memory, bank, samples);
   WriteSamples(state, work, samples, output);
 }

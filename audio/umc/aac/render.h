@@ -34,7 +34,7 @@ void AdoptSbr(LockedMemory& memory, const std::uint8_t* data, std::size_t size);
 
 // Whether the decoder has converged: the output does not depend on blocks before those since Reset, including
 // lost ones, except for an overlap of one block. False before the first block.
-bool IsSettled(const LockedMemory& memory);
+bool IsConverged(const LockedMemory& memory);
 
 // Whether SBR is active, even if only to maintain the sampling frequency: it is signalled, a block carried
 // it, or twice the core's frequency is requested.

@@ -222,7 +222,7 @@ Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& reque
   const DecoderState& state = memory.State();
   request.consumed = start;
   AdtsHeader header;
-  if (request.inputSize - start < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
+  if (request.inputSize - start < kAdtsProbeBytes) return UMC_ERR_NOT_ENOUGH_DATA;
   if (!ParseAdtsHeader(request.input + start, header)) {
     request.consumed += kSkippedBytes;
     return UMC_ERR_INVALID_STREAM;
@@ -245,7 +245,7 @@ Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& reque
 
 // The first frame of an ADTS stream.
 Status StartAdts(LockedMemory& memory, FrameRequest& request) {
-  if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
+  if (request.inputSize < kAdtsProbeBytes) return UMC_ERR_NOT_ENOUGH_DATA;
   DecoderState& state = memory.State();
   // The container's access units have a header each, so that the first one is trusted.
   AdtsStart found{FindAdtsHeader(request.input, request.inputSize, AdtsRates::kAny), true};
@@ -268,7 +268,7 @@ Status StartAdts(LockedMemory& memory, FrameRequest& request) {
 
 Status DecodeAdts(LockedMemory& memory, FrameRequest& request) {
   DecoderState& state = memory.State();
-  if (request.inputSize < kAdtsLookBytes) return UMC_ERR_NOT_ENOUGH_DATA;
+  if (request.inputSize < kAdtsProbeBytes) return UMC_ERR_NOT_ENOUGH_DATA;
   const std::size_t start = FindAdtsPattern(request.input, request.inputSize, state.pattern);
   if (start == request.inputSize) {
     // The only header with this pattern may have been a damaged one.
@@ -289,12 +289,12 @@ Status StartAls(DecoderState& state, FrameRequest& request) {
   BitWindow stream(request.input, request.inputSize);
   AlsConfig als;
   if (ParseAlsConfig(stream, als)) {
-    state.form = StreamForm::kUnserved;
+    state.form = StreamForm::kUnsupported;
     state.formatKnown = true;
     state.config = {};
     state.config.objectType = kObjectAls;
     state.config.frequency = als.frequency;
-    state.unservedChannels = als.channels;
+    state.unsupportedChannels = als.channels;
   }
   request.consumed = std::min((stream.Position() + 7) / 8, request.inputSize);
   return UMC_ERR_CONFIGURATION;
@@ -320,7 +320,7 @@ Status DecodeFrame(LockedMemory& memory, FrameRequest& request) {
     case StreamForm::kAdts:
       status = DecodeAdts(memory, request);
       break;
-    case StreamForm::kUnserved:
+    case StreamForm::kUnsupported:
       status = UMC_ERR_CONFIGURATION;
       break;
     default:
@@ -333,9 +333,9 @@ Status DecodeFrame(LockedMemory& memory, FrameRequest& request) {
 bool TakeConfiguration(const AudioSpecificConfig& config, DecoderState& state) {
   state.told = state.formatKnown = true;
   state.config = config;
-  if (!IsServedObjectType(config.objectType) || config.layout.channelCount == 0) {
-    state.form = StreamForm::kUnserved;
-    state.unservedChannels = config.layout.channelCount;
+  if (!IsSupportedObjectType(config.objectType) || config.layout.channelCount == 0) {
+    state.form = StreamForm::kUnsupported;
+    state.unsupportedChannels = config.layout.channelCount;
     return false;
   }
   state.layout = config.layout;

@@ -163,7 +163,7 @@ Status AC3Decoder::Close() {
 Status AC3Decoder::Reset() {
   Locked locked(*this);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
-  ac3::ForgetSignal(locked.State());
+  ac3::ResetHistory(locked.State());
   return UMC_OK;
 }
 

@@ -51,7 +51,7 @@ Located LocateHere(const DecoderState& state, const FrameRequest& request) {
 }
 
 // Locates the first frame after bytes that are not part of one. A candidate must be verified.
-Located LocateBehind(const FrameRequest& request) {
+Located LocateNext(const FrameRequest& request) {
   const std::uint8_t* input = request.input;
   const std::size_t size = request.inputSize;
   PassingCrc crc(input);
@@ -67,7 +67,7 @@ Located LocateBehind(const FrameRequest& request) {
 
 Located Locate(const DecoderState& state, const FrameRequest& request) {
   const bool here = state.atFrame || (request.inputSize >= 2 && IsSyncWord(request.input));
-  return here ? LocateHere(state, request) : LocateBehind(request);
+  return here ? LocateHere(state, request) : LocateNext(request);
 }
 
 // Downmixes the block's channels and writes their samples.
@@ -145,7 +145,7 @@ bool DecodeBlocks(DecoderState& state, const std::uint8_t* frame, const SyncInfo
   return true;
 }
 
-void ForgetOverlaps(DecoderState& state) {
+void ResetOverlaps(DecoderState& state) {
   std::memset(state.overlaps, 0, sizeof state.overlaps);
 }
 
@@ -164,7 +164,7 @@ Status DecodeFrame(DecoderState& state, FrameRequest& request) {
   }
   if (request.outputSize < FrameBytes(state)) {
     request.consumed = 0;
-    if (located.status != UMC_OK) ForgetSignal(state);
+    if (located.status != UMC_OK) ResetHistory(state);
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
   request.consumed = located.end;
@@ -172,7 +172,7 @@ Status DecodeFrame(DecoderState& state, FrameRequest& request) {
   if (located.sync.frequency != 0) state.frequency = located.sync.frequency;
   const std::uint8_t* frame = request.input + located.start;
   if (located.status == UMC_OK && DecodeBlocks(state, frame, located.sync, request.output)) return UMC_OK;
-  ForgetOverlaps(state);
+  ResetOverlaps(state);
   std::memset(request.output, 0, FrameBytes(state));
   return UMC_WRN_CRC_MISMATCH;
 }
@@ -182,11 +182,11 @@ void SetOptions(const AC3DecoderParams& params, DecoderState& state) {
   ApplyOptions(params, state.options);
   const bool sameChannels =
       state.options.CodingMode() == before.CodingMode() && state.options.lfe == before.lfe;
-  if (!sameChannels) ForgetOverlaps(state);
+  if (!sameChannels) ResetOverlaps(state);
 }
 
-void ForgetSignal(DecoderState& state) {
-  ForgetOverlaps(state);
+void ResetHistory(DecoderState& state) {
+  ResetOverlaps(state);
   state.atFrame = false;
   state.endTime = 0;
 }

@@ -29,6 +29,6 @@ Status DecodeFrame(DecoderState& state, FrameRequest& request);
 void SetOptions(const AC3DecoderParams& params, DecoderState& state);
 
 // Resets the signal and its time.
-void ForgetSignal(DecoderState& state);
+void ResetHistory(DecoderState& state);
 
 }  // namespace UMC::ac3

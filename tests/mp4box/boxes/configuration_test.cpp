@@ -86,7 +86,7 @@ TEST(ESD, WritesFieldsThatAreHeldWhateverTheFlagsSay) {
                                  Bytes{0x05, 0x00}, Bytes{0x06, 0x01, 0x02}}));
 }
 
-TEST(ESD, ReadsADecoderConfigurationWithoutSpecificInfoOrWithMoreBehindIt) {
+TEST(ESD, ReadsADecoderConfigurationWithoutSpecificInfoOrWithMoreAfterIt) {
   const Bytes config = join({u8(0x6B), u8(0x15), u24(0), u32(1), u32(2)});
   const auto none = readExactly<mp4::ESDBox>(
       join({u32(0), Bytes{0x03, 0x15}, u16(0), u8(0), Bytes{0x04, 0x0D}, config, Bytes{0x06, 0x01, 0x02}}));

@@ -125,7 +125,7 @@ TEST(Handler, TakesANameWhoseFirstLetterLooksLikeItsLength) {
   EXPECT_FALSE(hdlr.countedName);
 }
 
-TEST(Handler, KeepsWhatStandsBehindItsName) {
+TEST(Handler, KeepsWhatStandsAfterItsName) {
   const auto hdlr = readExactly<mp4::HandlerBox>(
       join({u32(0), u32(0), text("mdir"), text("appl"), zeros(8), u8(0), u8(0)}));
   EXPECT_EQ(hdlr.name, "");

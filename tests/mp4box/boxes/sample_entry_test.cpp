@@ -124,7 +124,7 @@ TEST(CaptionSampleEntry, Takes8Bytes) {
   EXPECT_EQ(readExactly<mp4::CaptionSampleEntry>(join({zeros(6), u16(3)})).dataReferenceIndex, 3);
 }
 
-TEST(TimedTextSampleEntry, Takes38BytesAheadOfItsFontTable) {
+TEST(TimedTextSampleEntry, Takes38BytesBeforeItsFontTable) {
   const Bytes bytes = join({zeros(6), u16(1), u32(0x20), u8(1), u8(0xFF), u32(0x10203040), u16(1), u16(2),
                             u16(3), u16(0xFFFF), u16(4), u16(5), u16(6), u8(7), u8(18), u32(0xFFFEFDFC)});
   ASSERT_EQ(bytes.size(), 38u);

@@ -250,7 +250,7 @@ TEST_F(LiveInput, InputWithoutVideoIsNotWaitedForForever) {
   const Bytes header(live_.begin(), live_.begin() + static_cast<std::ptrdiff_t>(fragments().front()));
   live_ = readFile(folder_.file("sound.mp4"));
   const auto first = static_cast<std::ptrdiff_t>(fragments().front());
-  const Bytes soundHeader(live_.begin(), live_.begin() + first);
+  const Bytes audioHeader(live_.begin(), live_.begin() + first);
   Bytes sound(live_.begin() + first, live_.end());
   const auto fedBeforeTheEnd = [&](const Bytes& beginning) {
     constexpr std::size_t kMost = 100u << 20;
@@ -262,7 +262,7 @@ TEST_F(LiveInput, InputWithoutVideoIsNotWaitedForForever) {
     EXPECT_THAT(recorder.errors(), HasSubstr("has no video"));
     return fed;
   };
-  EXPECT_LT(fedBeforeTheEnd(soundHeader), 4u << 20) << "no video track";
+  EXPECT_LT(fedBeforeTheEnd(audioHeader), 4u << 20) << "no video track";
   const Bytes tfhd = {'t', 'f', 'h', 'd'};
   for (auto at = sound.begin(); (at = std::search(at, sound.end(), tfhd.begin(), tfhd.end())) != sound.end();
        at += 12)

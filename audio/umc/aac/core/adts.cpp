@@ -75,7 +75,7 @@ AdtsStart FindAdtsStart(const std::uint8_t* data, std::size_t size) {
   const std::size_t first = FindAdtsHeader(data, size, AdtsRates::kKnown);
   if (first == size) return {size, false};
   // The next frame's header is at most one maximum frame length after the first header.
-  const std::size_t end = std::min(size, first + kLongestAdtsFrame + kAdtsHeaderBytes);
+  const std::size_t end = std::min(size, first + kMaxAdtsFrame + kAdtsHeaderBytes);
   std::size_t likely = end;
   for (std::size_t at = first; at < end;
        at += 1 + FindAdtsHeader(data + at + 1, end - at - 1, AdtsRates::kKnown)) {

@@ -8,9 +8,9 @@ namespace UMC::aac {
 
 inline constexpr std::size_t kAdtsHeaderBytes = 7;
 // The longest frame that a header can specify.
-inline constexpr std::size_t kLongestAdtsFrame = 8191;
+inline constexpr std::size_t kMaxAdtsFrame = 8191;
 // Bytes needed to inspect a frame: its header and a checksum.
-inline constexpr std::size_t kAdtsLookBytes = 9;
+inline constexpr std::size_t kAdtsProbeBytes = 9;
 
 struct AdtsHeader {
   int profile;               // audio object type minus 1

@@ -12,7 +12,7 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr int kLargestDifference = 60;
+constexpr int kMaxDifference = 60;
 constexpr unsigned kFirstLevelBits = 9;
 
 struct Code {
@@ -64,8 +64,7 @@ std::unique_ptr<const Codebooks> MakeCodebooks() {
   const auto prepare = [](const Code& code, IppsVLCDecodeSpec_32s& table) {
     return ippsVLCDecodeInit_32s(code.words, code.count, code.tuple, kFirstLevelBits, &table) == ippStsNoErr;
   };
-  if (!prepare(Describe(kScaleFactorCode, {1, 2 * kLargestDifference + 1, 0}), made->scaleFactor))
-    return nullptr;
+  if (!prepare(Describe(kScaleFactorCode, {1, 2 * kMaxDifference + 1, 0}), made->scaleFactor)) return nullptr;
   for (std::size_t i = 0; i < std::size(kSpectral); ++i) {
     if (!prepare(kSpectral[i], made->spectral[i + 1])) return nullptr;
   }
@@ -86,7 +85,7 @@ const Codebooks* SharedCodebooks() {
 int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks) {
   Ipp16s symbol = 0;
   ippsVLCDecodeOne_1u16s(&stream, &symbol, &codebooks.scaleFactor);
-  return symbol - kLargestDifference;
+  return symbol - kMaxDifference;
 }
 
 }  // namespace UMC::aac

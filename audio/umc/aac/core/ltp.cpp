@@ -22,11 +22,11 @@ void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpS
   const float coefficient = kCoefficients[ltp.coefficient];
   const int lag = ltp.lag;
   const int window = 2 * frameLength;
-  const int fromPast = std::min(lag, window);
+  const int fromHistory = std::min(lag, window);
   const int sounding = std::min(lag + frameLength, window);
   float* out = scratch.samples;
-  for (int i = 0; i < fromPast; ++i) out[i] = coefficient * state.past[kLtpPast + i - lag];
-  for (int i = fromPast; i < sounding; ++i) out[i] = coefficient * half[i - lag];
+  for (int i = 0; i < fromHistory; ++i) out[i] = coefficient * state.past[kLtpHistory + i - lag];
+  for (int i = fromHistory; i < sounding; ++i) out[i] = coefficient * half[i - lag];
   // Prevents unlimited growth up to infinity or NaN.
   ippsLimit_32f_I(kSampleLimit, out, static_cast<std::size_t>(sounding));
   std::fill(out + sounding, out + window, 0.0f);
@@ -47,7 +47,7 @@ void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, LtpState& 
               FilterBankScratch& scratch, ChannelStream& channel) {
   const IcsInfo& ics = channel.ics;
   const LtpData& ltp = ics.ltp;
-  if (state.unpredicted < kLtpFading) state.unpredicted = ltp.present ? 0 : state.unpredicted + 1;
+  if (state.unpredicted < kLtpConvergenceFrames) state.unpredicted = ltp.present ? 0 : state.unpredicted + 1;
   if (!ltp.present) return;
   Estimate(bank, overlap, state, ltp, ics.WindowLines(), scratch);
   float* predicted = scratch.blocks;
@@ -62,8 +62,8 @@ void ApplyLtp(const FilterBank& bank, const FilterBankState& overlap, LtpState& 
 }
 
 void UpdateLtp(const float* samples, int frameLength, LtpState& state) {
-  std::copy(state.past + frameLength, state.past + kLtpPast, state.past);
-  std::copy_n(samples, frameLength, state.past + kLtpPast - frameLength);
+  std::copy(state.past + frameLength, state.past + kLtpHistory, state.past);
+  std::copy_n(samples, frameLength, state.past + kLtpHistory - frameLength);
 }
 
 }  // namespace UMC::aac

@@ -21,17 +21,17 @@ struct LtpData {
 };
 
 // Maximum reach of a lag, in samples.
-inline constexpr int kLtpPast = 2048;
+inline constexpr int kLtpHistory = 2048;
 
 // A channel's LTP state between frames; all zeros before the first.
 struct LtpState {
-  alignas(16) float past[kLtpPast];  // the last output samples of the filter bank, with full scale 32768
-  int unpredicted;                   // consecutive frames without prediction, up to kLtpFading
+  alignas(16) float past[kLtpHistory];  // the last output samples of the filter bank, with full scale 32768
+  int unpredicted;                      // consecutive frames without prediction, up to kLtpConvergenceFrames
 };
 
 // After this many such frames, neither the history nor the overlap contains earlier samples, for any frame
 // length.
-inline constexpr int kLtpFading = 4;
+inline constexpr int kLtpConvergenceFrames = 4;
 
 // Reads ltp_data() of a long window.
 void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp);

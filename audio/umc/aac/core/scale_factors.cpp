@@ -4,7 +4,7 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr int kLargestScaleFactor = 255;
+constexpr int kMaxScaleFactor = 255;
 constexpr int kNoiseOffset = 90;       // NOISE_OFFSET
 constexpr unsigned kNoisePcmBits = 9;  // bits of the first noise energy, which is PCM-coded
 constexpr int kNoisePcmOffset = 256;
@@ -34,7 +34,7 @@ bool ParseScaleFactorData(BitWindow& stream, const Codebooks& codebooks, int glo
         break;
       default:
         value = scaleFactor += ReadScaleFactorDifference(stream, codebooks);
-        if (value < 0 || value > kLargestScaleFactor) return false;
+        if (value < 0 || value > kMaxScaleFactor) return false;
     }
     channel.scaleFactor[band] = static_cast<std::int16_t>(value);
   }

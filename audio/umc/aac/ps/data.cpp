@@ -22,10 +22,10 @@ class PsParser {
     if (!m_data.headerSeen || !ParseBorders()) return false;
     RecallLast();
     const IppsVLCDecodeSpec_32s* iidCodes = m_data.FineIid() ? m_codebooks.iidFine : m_codebooks.iidDefault;
-    const int largestIid = kLargestIid[m_data.FineIid() ? 1 : 0];
+    const int largestIid = kMaxIid[m_data.FineIid() ? 1 : 0];
     const bool parsed = ParseIndices(m_data.iidEnabled, m_data.iidMode, iidCodes, {-largestIid, largestIid},
                                      &PsEnvelope::iid, m_data.iidKnown) &&
-                        ParseIndices(m_data.iccEnabled, m_data.iccMode, m_codebooks.icc, {0, kLargestIcc},
+                        ParseIndices(m_data.iccEnabled, m_data.iccMode, m_codebooks.icc, {0, kMaxIcc},
                                      &PsEnvelope::icc, m_data.iccKnown) &&
                         ParseExtensions();
     if (!parsed) return false;

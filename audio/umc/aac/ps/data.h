@@ -13,8 +13,8 @@ namespace UMC::aac {
 inline constexpr int kMaxPsEnvelopes = 5;
 
 // Maximum magnitude of an IID index for the default and the fine quantiser, and maximum ICC index.
-inline constexpr int kLargestIid[2] = {7, 15};
-inline constexpr int kLargestIcc = 7;
+inline constexpr int kMaxIid[2] = {7, 15};
+inline constexpr int kMaxIcc = 7;
 
 // Indices, one per band of their resolution; 0 if not transmitted.
 struct PsEnvelope {

@@ -48,7 +48,7 @@ PsCoefficients MakeCoefficients(const PsConfiguration& configuration, const PsDa
   PsCoefficients made{};
   const auto& mixing = SharedPsTables().mixing[data.MixingB() ? 1 : 0][data.FineIid() ? 1 : 0];
   for (int band = 0; band < configuration.bands; ++band) {
-    const PsMixing& h = mixing[iid[band] + kLargestIid[1]][icc[band]];
+    const PsMixing& h = mixing[iid[band] + kMaxIid[1]][icc[band]];
     Phase first = 1, second = 1;
     if (data.phasesEnabled && band < configuration.phaseBands) {
       first = Smooth(opd[band], state.opd[0][band], state.opd[1][band]);

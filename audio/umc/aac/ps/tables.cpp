@@ -166,12 +166,12 @@ PsMixing MixingB(double ratio, double coherence) {
 
 void SetMixing(PsTables& made) {
   for (int fine = 0; fine < 2; ++fine) {
-    for (int iid = -kLargestIid[fine]; iid <= kLargestIid[fine]; ++iid) {
+    for (int iid = -kMaxIid[fine]; iid <= kMaxIid[fine]; ++iid) {
       const int decibels = fine != 0 ? kIidFine[std::abs(iid)] : kIidDefault[std::abs(iid)];
       const double ratio = std::pow(10, (iid < 0 ? -decibels : decibels) / 20.0);
-      for (int icc = 0; icc <= kLargestIcc; ++icc) {
-        made.mixing[0][fine][iid + kLargestIid[1]][icc] = MixingA(ratio, kCoherence[icc]);
-        made.mixing[1][fine][iid + kLargestIid[1]][icc] = MixingB(ratio, kCoherence[icc]);
+      for (int icc = 0; icc <= kMaxIcc; ++icc) {
+        made.mixing[0][fine][iid + kMaxIid[1]][icc] = MixingA(ratio, kCoherence[icc]);
+        made.mixing[1][fine][iid + kMaxIid[1]][icc] = MixingB(ratio, kCoherence[icc]);
       }
     }
   }

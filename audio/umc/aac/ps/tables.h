@@ -44,7 +44,7 @@ struct PsMixing {
 struct PsTables {
   PsConfiguration configurations[2];  // for 20 and for 34 bands
   // By procedure (A, B), quantiser of the IID (default, fine), IID index + 15, ICC index.
-  PsMixing mixing[2][2][2 * kLargestIid[1] + 1][kLargestIcc + 1];
+  PsMixing mixing[2][2][2 * kMaxIid[1] + 1][kMaxIcc + 1];
 
   [[nodiscard]] const PsConfiguration& Of(bool wide) const { return configurations[wide ? 1 : 0]; }
 };

@@ -9,8 +9,8 @@ namespace {
 
 // Maximum of the start values with steps of 1.5 dB and of 3 dB: 2^63.5 and 2^63. Differences beyond that are
 // a sign of damage and would lead to energies outside a float's range.
-constexpr int kLargestEnvelope[2] = {127, 63};
-constexpr int kLargestNoise = 30;
+constexpr int kMaxEnvelope[2] = {127, 63};
+constexpr int kMaxNoise = 30;
 constexpr int kNoiseFloorOffset = 6;
 constexpr int kNoisePanOffset = 12;
 
@@ -73,7 +73,7 @@ bool DecodeSbrDifferences(const SbrFrequencyTables& tables, const SbrGrid& grid,
     const auto reference = [&](int band) {
       return memory.envelope[sameBands ? band : BandAt(before, bands.borders[band])];
     };
-    if (!AddDifferences(data.envelopeOverTime[i], step, bands.count, kLargestEnvelope[data.ampRes], reference,
+    if (!AddDifferences(data.envelopeOverTime[i], step, bands.count, kMaxEnvelope[data.ampRes], reference,
                         data.envelope[i])) {
       return false;
     }
@@ -82,7 +82,7 @@ bool DecodeSbrDifferences(const SbrFrequencyTables& tables, const SbrGrid& grid,
   }
   for (int i = 0; i < grid.noiseFloors; ++i) {
     const auto reference = [&](int band) { return memory.noise[band]; };
-    if (!AddDifferences(data.noiseOverTime[i], step, tables.noise.count, kLargestNoise, reference,
+    if (!AddDifferences(data.noiseOverTime[i], step, tables.noise.count, kMaxNoise, reference,
                         data.noise[i])) {
       return false;
     }

@@ -12,9 +12,9 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr float kTiny = 1e-12f;                // epsilon_0
-constexpr float kLargestGain = 1e5f;           // maximum gain of the limiter
-constexpr float kLargestBoost = 1.584893192f;  // 4 dB
+constexpr float kTiny = 1e-12f;            // epsilon_0
+constexpr float kMaxGain = 1e5f;           // maximum gain of the limiter
+constexpr float kMaxBoost = 1.584893192f;  // 4 dB
 constexpr float kLimiterGains[4] = {0.70795f, 1.0f, 1.41254f, 1e10f};
 constexpr float kSmoothing[kSbrSmoothedSlots + 1] = {0.33333333333333f, 0.30150283239582f, 0.21816949906249f,
                                                      0.11516383427084f, 0.03183050093751f};
@@ -157,7 +157,7 @@ class Adjuster {
         current += m_envelope.current[i];
       }
       const float largest =
-          std::min(kLargestGain, kLimiterGains[m_header.limiterGains] * std::sqrt(wanted / current));
+          std::min(kMaxGain, kLimiterGains[m_header.limiterGains] * std::sqrt(wanted / current));
       float reached = kTiny;
       for (int i = begin; i < end; ++i) {
         if (gains.signal[i] > largest) {
@@ -171,7 +171,7 @@ class Adjuster {
           reached += gains.noise[i] * gains.noise[i];
         }
       }
-      const float boost = std::min(kLargestBoost, std::sqrt(wanted / reached));
+      const float boost = std::min(kMaxBoost, std::sqrt(wanted / reached));
       for (int i = begin; i < end; ++i) {
         gains.signal[i] *= boost;
         gains.noise[i] *= boost;
@@ -286,7 +286,7 @@ void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, co
   Adjuster(header, tables, data, levels, state, rows).Adjust();
 }
 
-void PlaceSbrBand(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state) {
+void SetSbrPhase(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state) {
   state.noiseIndex = 0;
   state.sineIndex = 0;
   PassSlots(static_cast<int>(slots % kNoisePeriod), tables.m, state);

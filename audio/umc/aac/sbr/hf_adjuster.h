@@ -36,7 +36,7 @@ void AdjustSbrBand(const SbrHeader& header, const SbrFrequencyTables& tables, co
 
 // Sets noise and sinusoids to their phases `slots` slots after the track's start. The phases are periodic, so
 // that the number may wrap.
-void PlaceSbrBand(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state);
+void SetSbrPhase(const SbrFrequencyTables& tables, std::uint64_t slots, SbrAdjusterState& state);
 
 // Skips a frame whose high band cannot be adjusted: noise and sinusoids stay in phase.
 void SkipSbrBand(const SbrFrequencyTables& tables, const SbrGrid& grid, SbrAdjusterState& state);

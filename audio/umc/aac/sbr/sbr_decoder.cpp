@@ -38,7 +38,7 @@ std::unique_ptr<const SbrFilterBanks> MakeFilterBanks() {
 bool AdoptHeader(const SbrHeader& header, std::uint32_t frequency, int channelCount, SbrElementState& element,
                  SbrChannelState* channels) {
   const bool hasNewBands = !element.headerKnown || !header.HasBandsOf(element.header);
-  element.phaseUnsure |= hasNewBands && element.started && !element.headerSeen;
+  element.noisePhaseUnknown |= hasNewBands && element.started && !element.headerSeen;
   element.headerSeen = true;
   if (hasNewBands) {
     if (!MakeSbrFrequencyTables(header, frequency, element.tables)) return false;
@@ -100,18 +100,18 @@ bool DecodeLevels(int channelCount, const SbrFrequencyTables& tables, SbrChannel
 // A decoder that starts in mid-stream cannot know the phase of noise and sinusoids after earlier losses and
 // damage. Derived from the block number, the phase is the same in every decoder, and in an undamaged stream
 // it equals that of decoding from the start.
-void PlaceNoise(const SbrFormat& format, const SbrData& data, int channelCount, SbrElementState& element,
-                SbrChannelState* channels) {
+void SetNoisePhase(const SbrFormat& format, const SbrData& data, int channelCount, SbrElementState& element,
+                   SbrChannelState* channels) {
   const auto slots = static_cast<std::uint64_t>(format.coreFrameLength / kIppsSbrAnalysisBands);
   for (int i = 0; i < channelCount; ++i) {
-    PlaceSbrBand(element.tables, format.block * slots + 2u * data.channels[i].grid.borders[0],
-                 channels[i].adjuster);
+    SetSbrPhase(element.tables, format.block * slots + 2u * data.channels[i].grid.borders[0],
+                channels[i].adjuster);
   }
-  element.phaseUnsure = false;
+  element.noisePhaseUnknown = false;
 }
 
 // Resets the high band before the next frame.
-void ForgetHighBand(SbrChannelState& channel) {
+void ResetHighBand(SbrChannelState& channel) {
   channel.envelope.known = false;
   channel.adjuster.gainsKnown = false;
   channel.adjuster.endsInTransient = false;
@@ -176,7 +176,7 @@ SbrFrame MakeSubbands(const SbrFormat& format, const SbrElementState& element, b
     GenerateSbrBand(tables, channel.chirp, slots, range.firstSlot, range.endSlot, rows);
     AdjustSbrBand(element.header, tables, data, scratch.levels[index], channel.adjuster, rows);
   } else {
-    ForgetHighBand(channel);
+    ResetHighBand(channel);
   }
   const SbrFrame frame = rows + kSbrAdjustSlots;
   JoinBands(range, slots, channel, frame);
@@ -204,8 +204,8 @@ const SbrFilterBanks* SharedSbrFilterBanks() {
   return shared.Get(MakeFilterBanks);
 }
 
-void ForgetSbr(SbrArea& sbr) {
-  for (SbrElementState& element : sbr.elements) element.started = element.phaseUnsure = false;
+void ResetSbr(SbrArea& sbr) {
+  for (SbrElementState& element : sbr.elements) element.started = element.noisePhaseUnknown = false;
   std::fill_n(sbr.channels, kMaxChannels, SbrChannelState{});
   std::fill_n(sbr.couplings, kMaxCouplings, SbrChannelState{});
   sbr.psData = {};
@@ -213,12 +213,12 @@ void ForgetSbr(SbrArea& sbr) {
   sbr.completeBlocks = 0;
 }
 
-void DoubtSbrHeaders(SbrArea& sbr) {
+void InvalidateSbrHeaders(SbrArea& sbr) {
   for (SbrElementState& element : sbr.elements) element.headerSeen = false;
 }
 
 bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {
-  if (element.phaseUnsure) return false;
+  if (element.noisePhaseUnknown) return false;
   return bits == 0 ? element.headerSeen || !element.headerKnown : element.headerSeen && hasHighBand;
 }
 
@@ -231,10 +231,10 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
     element.headerKnown &= parsed;
   }
   if (parsed && !element.started) {
-    for (int i = 0; i < channelCount; ++i) element.phaseUnsure |= data.channels[i].grid.borders[0] != 0;
+    for (int i = 0; i < channelCount; ++i) element.noisePhaseUnknown |= data.channels[i].grid.borders[0] != 0;
   }
   element.started = true;
-  if (parsed && format.numbered) PlaceNoise(format, data, channelCount, element, channels);
+  if (parsed && format.numbered) SetNoisePhase(format, data, channelCount, element, channels);
   return parsed && DecodeLevels(channelCount, element.tables, channels, scratch);
 }
 

@@ -43,10 +43,10 @@ struct SbrElementState {
   SbrFrequencyTables tables;  // derived from the header
   bool headerSeen;            // a header has been received since the decoder's Reset
   // State of the signal since its start.
-  bool started;      // a block has been read
-  bool phaseUnsure;  // the noise phase may differ from that of a signal that started a multiple of 16 blocks
-                     // earlier: the first block did not begin at its start, or the header came only in a
-                     // later one
+  bool started;            // a block has been read
+  bool noisePhaseUnknown;  // the noise phase may differ from that of a signal that started a multiple of 16
+                           // blocks earlier: the first block did not begin at its start, or the header came
+                           // only in a later one
 };
 
 // Whether the element's block, with a payload of `bits` bits, was decoded as by a decoder that has processed
@@ -78,10 +78,10 @@ struct SbrArea {
 static_assert(std::is_trivially_copyable_v<SbrArea>);
 
 // Resets the signal, but keeps the elements' headers.
-void ForgetSbr(SbrArea& sbr);
+void ResetSbr(SbrArea& sbr);
 
 // From here on the headers are treated as those of another position, until new ones arrive.
-void DoubtSbrHeaders(SbrArea& sbr);
+void InvalidateSbrHeaders(SbrArea& sbr);
 
 // The filter banks, shared by all decoders.
 struct SbrFilterBanks;

@@ -17,18 +17,18 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-RecordingDescription withSound(std::uint32_t sampleRate = 48000) {
+RecordingDescription withAudio(std::uint32_t sampleRate = 48000) {
   RecordingDescription d;
-  d.soundMask = 3;
+  d.audioMask = 3;
   d.sampleRate = sampleRate;
   return d;
 }
 
 // ---- A file of its own ------------------------------------------------------------------------------
 
-TEST(SoundApart, ListsBothFilesInOneManifest) {
+TEST(AudioApart, ListsBothFilesInOneManifest) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   writeFrames(*file, 30);
   writeSound(*file, 49);
   EXPECT_EQ(closeFile(file), VL_OK);
@@ -80,9 +80,9 @@ TEST(SoundApart, ListsBothFilesInOneManifest) {
             "#EXT-X-ENDLIST\n");
 }
 
-TEST(SoundApart, AFragmentHasTheStatedFields) {
+TEST(AudioApart, AFragmentHasTheStatedFields) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.mp4"), withSound());
+  MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   writeFrames(*file, 1);
   writeSound(*file, 49);
   EXPECT_EQ(closeFile(file), VL_OK);
@@ -108,9 +108,9 @@ TEST(SoundApart, AFragmentHasTheStatedFields) {
   EXPECT_EQ(sidx->references[2].startsWithSap, 0u);
 }
 
-TEST(SoundApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
+TEST(AudioApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
   const TempFolder folder;
-  RecordingDescription d = withSound(44100);
+  RecordingDescription d = withAudio(44100);
   d.rate = 25;
   d.scale = 1;
   MediaFile file = startRecording(folder.file("out.mp4"), d, 12);
@@ -128,9 +128,9 @@ TEST(SoundApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("timescale=\"44100\" duration=\"215040\""));
 }
 
-TEST(SoundApart, WholeSegmentsAreListedAtOnceAndInTheManifestWithTheNextOfTheVideo) {
+TEST(AudioApart, WholeSegmentsAreListedAtOnceAndInTheManifestWithTheNextOfTheVideo) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.mp4"), withSound(), 2);
+  MediaFile file = startRecording(folder.file("out.mp4"), withAudio(), 2);
   writeFrames(*file, 1);
   // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 frames, 40 to a segment.
   writeSound(*file, 40);
@@ -145,10 +145,10 @@ TEST(SoundApart, WholeSegmentsAreListedAtOnceAndInTheManifestWithTheNextOfTheVid
   EXPECT_EQ(std::filesystem::file_size(folder.file("out.m4a")), size);
 }
 
-TEST(SoundApart, SoundAloneUsesTheUsualRateAndGeometry) {
+TEST(AudioApart, AudioAloneUsesTheUsualRateAndGeometry) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
-  ASSERT_EQ(describeSound(*file, withSound()), VL_OK);
+  ASSERT_EQ(describeSound(*file, withAudio()), VL_OK);
   writeSound(*file, 48);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
@@ -156,7 +156,7 @@ TEST(SoundApart, SoundAloneUsesTheUsualRateAndGeometry) {
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references.size(), 10u);
 }
 
-TEST(SoundApart, Ac3FramesLastLongerInTheLastReferenceAlone) {
+TEST(AudioApart, Ac3FramesLastLongerInTheLastReferenceAlone) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   QVRAUDIO audio = describe(*file).audio;
@@ -170,10 +170,10 @@ TEST(SoundApart, Ac3FramesLastLongerInTheLastReferenceAlone) {
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references[1].subsegmentDuration, 3072u);
 }
 
-TEST(SoundApart, TimesThatOutgrow32BitsTakeVersionOne) {
+TEST(AudioApart, TimesThatOutgrow32BitsTakeVersionOne) {
   // At 1.001 pictures a second a fragment has 1405 frames of sound, 1438720 samples; 2^32 lie in number 2985.
   const TempFolder folder;
-  RecordingDescription d = withSound();
+  RecordingDescription d = withAudio();
   d.rate = 1001;
   d.scale = 1000;
   MediaFile file = startRecording(folder.file("out.mp4"), d);
@@ -202,7 +202,7 @@ TEST(SoundApart, TimesThatOutgrow32BitsTakeVersionOne) {
 Bytes storedConfiguration(const Bytes& given, std::uint16_t channels = 2) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
-  RecordingDescription d = withSound();
+  RecordingDescription d = withAudio();
   d.soundConfiguration = given;
   d.channels = channels;
   EXPECT_EQ(describeSound(*file, d), VL_OK);
@@ -218,14 +218,14 @@ Bytes storedConfiguration(const Bytes& given, std::uint16_t channels = 2) {
   return esds->decoderConfig->decoderSpecificInfo;
 }
 
-TEST(SoundConfiguration, ShortOnesAreCopiedLongOnesAreNot) {
+TEST(AudioConfiguration, ShortOnesAreCopiedLongOnesAreNot) {
   EXPECT_EQ(storedConfiguration({0x11, 0x90}), Bytes({0x11, 0x90}));
   EXPECT_EQ(storedConfiguration({0x13, 0x10, 0x56, 0xE5}), Bytes({0x13, 0x10, 0x56, 0xE5}));
   EXPECT_EQ(storedConfiguration({0x13, 0x10, 0x56, 0xE5, 0x98}), Bytes());
   EXPECT_EQ(storedConfiguration({}), Bytes());
 }
 
-TEST(SoundConfiguration, IsMadeFromAnAdtsHeader) {
+TEST(AudioConfiguration, IsMadeFromAnAdtsHeader) {
   // AAC LC (profile 1) at 48000 Hz (index 3), and at 44100 Hz (index 4) with 6 channels.
   EXPECT_EQ(storedConfiguration({0xFF, 0xF1, 0x4C, 0x80, 0, 0, 0}), Bytes({0x11, 0x90}));
   EXPECT_EQ(storedConfiguration({0xFF, 0xF9, 0x50, 0x80, 0, 0, 0}, 6), Bytes({0x12, 0x30}));
@@ -233,7 +233,7 @@ TEST(SoundConfiguration, IsMadeFromAnAdtsHeader) {
 
 // ---- The same file ----------------------------------------------------------------------------------
 
-std::vector<std::uint32_t> soundCounts(BoxFile& boxes) {
+std::vector<std::uint32_t> audioCounts(BoxFile& boxes) {
   std::vector<std::uint32_t> counts;
   for (Mp4Box* box = boxes.root->first; box; box = box->next) {
     if (box->type != Mp4FourCc("moof")) continue;
@@ -247,10 +247,10 @@ std::vector<std::uint32_t> soundCounts(BoxFile& boxes) {
 }
 
 // A host may hand the same access unit over once for each pair of its channels.
-TEST(SoundApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
+TEST(AudioApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
   const TempFolder folder;
   RecordingDescription d;
-  d.soundMask = 0x3F;
+  d.audioMask = 0x3F;
   d.channels = 6;
   MediaFile file = startRecording(folder.file("out.mp4"), d);
   writeFrames(*file, 3);
@@ -262,7 +262,7 @@ TEST(SoundApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
   EXPECT_EQ(closeFile(file), VL_OK);
   EXPECT_EQ(BoxFile(folder.file("out.m4a")).get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 4u);
 
-  d.soundMask = 0x0F;
+  d.audioMask = 0x0F;
   d.channels = 2;
   file = startRecording(folder.file("two.mp4"), d);
   writeFrames(*file, 1);
@@ -270,15 +270,15 @@ TEST(SoundApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
       << "a second stereo stream has no track";
 }
 
-TEST(SoundInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {
+TEST(AudioInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeSound(*file, 500);
   writeFrames(*file, 300);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   // 46.92 a fragment, and in the last one what is left of 500.
-  EXPECT_THAT(soundCounts(boxes), ElementsAre(46, 47, 47, 47, 47, 47, 47, 47, 47, 78));
+  EXPECT_THAT(audioCounts(boxes), ElementsAre(46, 47, 47, 47, 47, 47, 47, 47, 47, 78));
   EXPECT_EQ(boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2]/traf[1]/tfdt")->baseMediaDecodeTime,
             93u * 1024);
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof/traf[1]/trun")->dataOffset,
@@ -287,9 +287,9 @@ TEST(SoundInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references[0].subsegmentDuration, 30030u);
 }
 
-TEST(SoundInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
+TEST(AudioInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   for (std::uint32_t i = 0; i < 300; ++i) {
     writeSound(*file, i % 2 + 1);
     writeFrames(*file, 1);
@@ -298,7 +298,7 @@ TEST(SoundInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   EXPECT_EQ(boxes.at("sidx[1]"), nullptr);
-  const auto counts = soundCounts(boxes);
+  const auto counts = audioCounts(boxes);
   EXPECT_EQ(counts.size(), 10u);
   EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), 0u), 450u + 60);
   const std::string playlist = textOf(folder.file("out.m3u8"));
@@ -307,9 +307,9 @@ TEST(SoundInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
   EXPECT_THAT(textOf(folder.file("out.xml")), HasSubstr("mediaPresentationDuration=\"PT0H0M10.01S\""));
 }
 
-TEST(SoundInside, WithoutAnyFrameMakesNoSegment) {
+TEST(AudioInside, WithoutAnyFrameMakesNoSegment) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeSound(*file, 60);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
@@ -318,9 +318,9 @@ TEST(SoundInside, WithoutAnyFrameMakesNoSegment) {
   EXPECT_EQ(textOf(folder.file("out.m3u8")).find("#EXTINF"), std::string::npos);
 }
 
-TEST(SoundInside, IsDescribedWithTheVideo) {
+TEST(AudioInside, IsDescribedWithTheVideo) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeFrames(*file, 1);
   EXPECT_EQ(closeFile(file), VL_OK);
   const std::string manifest = textOf(folder.file("out.xml"));
@@ -331,9 +331,9 @@ TEST(SoundInside, IsDescribedWithTheVideo) {
   EXPECT_NE(boxes.at("moov/mvex/trex[1]"), nullptr);
 }
 
-TEST(SoundInside, ACutWaitsForTheWholeCountOfAFragment) {
+TEST(AudioInside, ACutWaitsForTheWholeCountOfAFragment) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   const auto size = [&] { return std::filesystem::file_size(folder.file("out.ismv")); };
   writeFrames(*file, 30);
   writeSound(*file, 45);
@@ -342,12 +342,12 @@ TEST(SoundInside, ACutWaitsForTheWholeCountOfAFragment) {
   EXPECT_GT(size(), before);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
-  EXPECT_THAT(soundCounts(boxes), ElementsAre(46));
+  EXPECT_THAT(audioCounts(boxes), ElementsAre(46));
 }
 
-TEST(SoundInside, SoundThatNeverComesHoldsTheVideoUpForTwoFragmentsOnly) {
+TEST(AudioInside, AudioThatNeverComesHoldsTheVideoUpForTwoFragmentsOnly) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   const auto size = [&] { return std::filesystem::file_size(folder.file("out.ismv")); };
   writeFrames(*file, 89);
   const auto before = size();
@@ -356,32 +356,32 @@ TEST(SoundInside, SoundThatNeverComesHoldsTheVideoUpForTwoFragmentsOnly) {
   writeFrames(*file, 60, 90);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
-  EXPECT_THAT(soundCounts(boxes), ElementsAre(0, 0, 0, 0, 0));
+  EXPECT_THAT(audioCounts(boxes), ElementsAre(0, 0, 0, 0, 0));
   for (const char* moof : {"moof/traf/trun", "moof[4]/traf/trun"})
     EXPECT_EQ(boxes.get<mp4::TrackRunBox>(moof)->sampleCount, 30u);
 }
 
-TEST(SoundInside, SoundThatEndsEarlyAndSoundThatComesLateAreAllWritten) {
+TEST(AudioInside, AudioThatEndsEarlyAndAudioThatComesLateAreAllWritten) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeSound(*file, 60);
   writeFrames(*file, 120);
   writeSound(*file, 40, 60);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   std::uint32_t sum = 0;
-  for (const std::uint32_t count : soundCounts(boxes)) sum += count;
+  for (const std::uint32_t count : audioCounts(boxes)) sum += count;
   EXPECT_EQ(sum, 100u);
 }
 
-TEST(SoundInside, SoundBehindTheLastWholeFragmentGoesAlone) {
+TEST(AudioInside, AudioAfterTheLastWholeFragmentGoesAlone) {
   const TempFolder folder;
-  MediaFile file = startRecording(folder.file("out.ismv"), withSound());
+  MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeFrames(*file, 30);
   writeSound(*file, 48);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
-  EXPECT_THAT(soundCounts(boxes), ElementsAre(46, 2));
+  EXPECT_THAT(audioCounts(boxes), ElementsAre(46, 2));
   EXPECT_EQ(boxes.get<mp4::TrackFragmentHeaderBox>("moof[1]/traf/tfhd")->trackId, 2u);
   EXPECT_EQ(boxes.at("moof[1]/traf[1]"), nullptr);
   const MediaFile read = openFile(folder.file("out.xml"));

@@ -7,4 +7,4 @@
 // For each track of sound that the plug-in reads of what goes by `name`, a media file or a manifest, in their
 // order, why it is not decoded: "MPEG-1 layer 3, object type 0x6B: not supported"; empty for one of a codec
 // that is. No entries where the file cannot be read.
-std::vector<std::string> undecodedSound(const std::string& name);
+std::vector<std::string> undecodedAudio(const std::string& name);

@@ -10,12 +10,12 @@
 // Bits per decoded sample, regardless of the sample entry.
 inline constexpr std::uint16_t kDecodedBits = 16;
 
-struct SoundFormat {
+struct PcmFormat {
   std::uint16_t channels = 0;
   std::uint32_t samplesPerSecond = 0;  // 0: unspecified
 };
 
 // The format given by a sample entry ("mp4a" or "ac-3"; `entry` is its payload), and where that has no useful
 // values by the codec configuration. `audioConfiguration` is the AudioSpecificConfig, empty if there is none.
-SoundFormat SoundFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
-                          const std::vector<std::uint8_t>& audioConfiguration);
+PcmFormat PcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
+                      const std::vector<std::uint8_t>& audioConfiguration);

@@ -1,4 +1,4 @@
-#include "tool/host/undecoded_sound.h"
+#include "tool/host/undecoded_audio.h"
 
 #include <array>
 #include <cstdio>
@@ -93,7 +93,7 @@ std::string whyUndecoded(const std::string& path, std::uint32_t trackId, Mp4Box*
 
 }  // namespace
 
-std::vector<std::string> undecodedSound(const std::string& name) {
+std::vector<std::string> undecodedAudio(const std::string& name) {
   const OpenedFiles files = openedFiles(name);
   const std::string& path = files.companion.empty() ? files.media : files.companion;
   std::vector<std::string> reasons;

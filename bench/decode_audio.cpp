@@ -38,7 +38,7 @@ Command ffmpegDecoding(const std::string& stream) {
 }
 
 // Ten minutes repeated from a four-second sample stream, with frames of 2048 samples at 48 kHz.
-void writeReplicated(const std::string& sampleName, const std::string& stream) {
+void writeRepeated(const std::string& sampleName, const std::string& stream) {
   const auto sample = readFile(VL_TEST_DATA "/" + sampleName);
   std::vector<std::uint8_t> whole;
   for (int i = 0; i < 145; ++i) whole.insert(whole.end(), sample.begin(), sample.end());
@@ -59,7 +59,7 @@ int main() {
   for (const auto& [name, sample] : {std::pair<std::string, std::string>{"HE-AAC", "he_v1_stereo_48k.aac"},
                                      {"HE-AAC v2", "he_v2_48k.aac"}}) {
     const std::string stream = folder.file("he.aac");
-    writeReplicated(sample, stream);
+    writeRepeated(sample, stream);
     met = report("ffmpeg's user time over ours", ratio(name, stream, ffmpegDecoding(stream)), ">=", 1) && met;
     met = report("faad's user time over ours",
                  ratio(name, stream, {"faad", "-q", "-f", "2", "-o", "/dev/null", stream}), ">=", 2) &&

@@ -8,7 +8,7 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
-#include "tool/export/lost_sound.h"
+#include "tool/export/lost_audio.h"
 #include "tool/export/wave_header.h"
 
 namespace {
@@ -44,7 +44,7 @@ struct DamagedClip {
   }
 };
 
-TEST(ExportLostSound, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
+TEST(ExportLostAudio, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
   for (const auto& [codec, unitFrames] : {std::pair{"aac", 1024}, std::pair{"ac3", 1536}}) {
     const DamagedClip clip(codec, 4.096, {70, 71});
     const RunResult result = clip.exported();
@@ -65,7 +65,7 @@ TEST(ExportLostSound, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
   }
 }
 
-TEST(ExportLostSound, TheLastUnitsTakeNothingOfTheFileAlong) {
+TEST(ExportLostAudio, TheLastUnitsTakeNothingOfTheFileAlong) {
   for (const char* codec : {"aac", "ac3"}) {
     const DamagedClip clip(codec, 2.048, {-1, -2, -3});
     const RunResult result = clip.exported();
@@ -75,7 +75,7 @@ TEST(ExportLostSound, TheLastUnitsTakeNothingOfTheFileAlong) {
   }
 }
 
-TEST(ExportLostSound, SoundThatEndsAheadOfItsStatedLengthIsExportedAsFarAsItGoes) {
+TEST(ExportLostAudio, AudioThatEndsBeforeItsStatedLengthIsExportedAsFarAsItGoes) {
   const DamagedClip clip("aac", 2, {});
   Bytes bytes = readFile(clip.path);
   // The duration of the last sample grows by two seconds: the last field of 1024 in the last run.
@@ -89,7 +89,7 @@ TEST(ExportLostSound, SoundThatEndsAheadOfItsStatedLengthIsExportedAsFarAsItGoes
   EXPECT_GE(clip.samples().size(), (clip.packets - 1) * 1024 * 4);
 }
 
-TEST(ExportLostSound, OfWhichNothingDecodesFailsAndLeavesNoFile) {
+TEST(ExportLostAudio, OfWhichNothingDecodesFailsAndLeavesNoFile) {
   DamagedClip clip("aac", 1, {});
   std::vector<int> all(clip.packets);
   for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
@@ -104,7 +104,7 @@ TEST(ExportLostSound, OfWhichNothingDecodesFailsAndLeavesNoFile) {
   EXPECT_FALSE(std::filesystem::exists(dead.output));
 }
 
-TEST(ExportLostSound, SilenceBeforeItDoesNotPassForSound) {
+TEST(ExportLostAudio, SilenceBeforeItDoesNotPassForAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(1, "25", "160x96") + std::vector<std::string>{"-itsoffset", "0.5"} +
@@ -116,7 +116,7 @@ TEST(ExportLostSound, SilenceBeforeItDoesNotPassForSound) {
   EXPECT_FALSE(std::filesystem::exists(output));
 }
 
-TEST(ExportLostSound, OfACodecThatIsNotDecodedNamesIt) {
+TEST(ExportLostAudio, OfACodecThatIsNotDecodedNamesIt) {
   struct Case {
     const char* codec;
     int rate;

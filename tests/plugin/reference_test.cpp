@@ -88,7 +88,7 @@ TEST_P(Witness, EveryFrameIsWhatFfprobeReadsInAnyOrder) {
 std::vector<std::string> flags(const char* value) {
   return {"-movflags", value};
 }
-std::vector<std::string> soundFirst(const char* value) {
+std::vector<std::string> audioFirst(const char* value) {
   return {"-map", "1:a", "-map", "0:v", "-movflags", value};
 }
 std::vector<std::string> pieces(const char* microseconds) {
@@ -121,9 +121,9 @@ const Case kCases[] = {
     {"dash_global_index_hevc", flags("dash+global_sidx+frag_keyframe+empty_moov"), Case::Hevc},
     {"delay_moov", flags("frag_keyframe+delay_moov")},
     {"implicit_base", flags("frag_keyframe+empty_moov+omit_tfhd_offset")},
-    {"implicit_base_sound_first", soundFirst("frag_keyframe+empty_moov+omit_tfhd_offset")},
-    {"explicit_base_sound_first", soundFirst("frag_keyframe+empty_moov")},
-    {"default_base_sound_first", soundFirst("frag_keyframe+empty_moov+default_base_moof")},
+    {"implicit_base_sound_first", audioFirst("frag_keyframe+empty_moov+omit_tfhd_offset")},
+    {"explicit_base_sound_first", audioFirst("frag_keyframe+empty_moov")},
+    {"default_base_sound_first", audioFirst("frag_keyframe+empty_moov+default_base_moof")},
     {"pieces_of_300_ms", pieces("300000")},
     {"pieces_of_300_ms_hevc", pieces("300000"), Case::Hevc},
     {"pieces_delayed", {"-movflags", "delay_moov", "-frag_duration", "500000"}},

@@ -1,4 +1,4 @@
-#include "recording/write/former_recording.h"
+#include "recording/write/stale_files.h"
 
 #include <chrono>
 #include <filesystem>
@@ -78,7 +78,7 @@ bool lists(const std::string& playlist, const std::string& media) {
 
 // Whether the sound file beside a video file belongs to the recording there: its manifest names the one with
 // the other. A recording that was interrupted before there was a manifest is known by how both files begin.
-bool isSoundOf(const std::string& video, const std::string& manifest, const std::string& audio) {
+bool isAudioOf(const std::string& video, const std::string& manifest, const std::string& audio) {
   const std::string begin = fileType();
   // Another object may have created it just now, to record into: then it holds its type and nothing else.
   if (sizeOf(audio) <= begin.size()) return false;
@@ -94,7 +94,7 @@ bool isSoundOf(const std::string& video, const std::string& manifest, const std:
 
 }  // namespace
 
-std::vector<std::string> FilesOfFormerRecording(const std::string& video, const std::string& manifest) {
+std::vector<std::string> StaleRecordingFiles(const std::string& video, const std::string& manifest) {
   std::vector<std::string> files = {manifest};
   const std::string playlist = VideoPlaylistPath(video);
   if (lists(playlist, video)) files.push_back(playlist);
@@ -102,20 +102,20 @@ std::vector<std::string> FilesOfFormerRecording(const std::string& video, const 
   if (names(master, std::string("\n").append(UriOfName(nameOf(playlist))))) files.push_back(master);
   const std::string audio = AudioPath(video);
   if (!HasSeparateAudio(video) || audio == video) return files;
-  const bool isItsSound = isSoundOf(video, manifest, audio);
-  if (isItsSound) files.push_back(audio);
-  if (isItsSound || !vlOSFileExists(audio.c_str())) {
-    if (const std::string list = PlaylistOfFormerSound(audio); !list.empty()) files.push_back(list);
+  const bool isItsAudio = isAudioOf(video, manifest, audio);
+  if (isItsAudio) files.push_back(audio);
+  if (isItsAudio || !vlOSFileExists(audio.c_str())) {
+    if (const std::string list = StaleAudioPlaylist(audio); !list.empty()) files.push_back(list);
   }
   return files;
 }
 
-std::string PlaylistOfFormerSound(const std::string& audio) {
+std::string StaleAudioPlaylist(const std::string& audio) {
   const std::string playlist = AudioPlaylistPath(audio);
   return lists(playlist, audio) ? playlist : std::string();
 }
 
-void RemoveFormerFile(const std::string& path) {
+void RemoveStaleFile(const std::string& path) {
   std::error_code ignored;
   const std::filesystem::path file = vlPath(path);
   if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))

@@ -1,4 +1,4 @@
-#include "plugin/sound_format.h"
+#include "plugin/pcm_format.h"
 
 #include "base/aac/audio_specific_config.h"
 #include "mp4box/boxes/dac3.h"
@@ -9,8 +9,8 @@ constexpr std::uint16_t kStereo = 2;
 
 // AC-3 is decoded to two channels (ETSI TS 102 366, F.4: the channel count of the sample entry is to be
 // ignored).
-SoundFormat formatOfAc3(Mp4Box* sampleEntry) {
-  SoundFormat format{kStereo, 0};
+PcmFormat formatOfAc3(Mp4Box* sampleEntry) {
+  PcmFormat format{kStereo, 0};
   constexpr std::uint32_t kRates[] = {48000, 44100, 32000, 0};  // indexed by fscod
   const auto* stream = Mp4PayloadOf<mp4::AC3SpecificBox>(Mp4BoxChild(sampleEntry, Mp4FourCc("dac3")));
   // Streams with bsid 9 or 10 have half or a quarter of the rate.
@@ -19,7 +19,7 @@ SoundFormat formatOfAc3(Mp4Box* sampleEntry) {
   return format;
 }
 
-SoundFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
+PcmFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
   UMC::aac::AudioSpecificConfig config{};
   if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config))
     return {kStereo, 0};
@@ -31,9 +31,9 @@ SoundFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
 
 }  // namespace
 
-SoundFormat SoundFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
-                          const std::vector<std::uint8_t>& audioConfiguration) {
-  SoundFormat format =
+PcmFormat PcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
+                      const std::vector<std::uint8_t>& audioConfiguration) {
+  PcmFormat format =
       sampleEntry->type == Mp4FourCc("ac-3") ? formatOfAc3(sampleEntry) : formatOfAac(audioConfiguration);
   const std::uint32_t channels = entry.channels(), rate = entry.samplesPerSecond();
   if (channels > 0 && channels <= 0xFFFF) format.channels = static_cast<std::uint16_t>(channels);

@@ -1,4 +1,4 @@
-#include "tool/export/sound_skew.h"
+#include "tool/export/audio_skew.h"
 
 #include <algorithm>
 #include <cmath>
@@ -76,11 +76,11 @@ double measuredSkew(const std::string& file) {
 
 }  // namespace
 
-double soundSkew(const std::string& file) try {
+double audioSkew(const std::string& file) try {
   // More is damage.
-  constexpr double kMostSeconds = 3600;
+  constexpr double kMaxSeconds = 3600;
   const double skew = measuredSkew(file);
-  return std::abs(skew) <= kMostSeconds ? skew : 0;
+  return std::abs(skew) <= kMaxSeconds ? skew : 0;
 } catch (const UserError&) {
   return 0;
 }

@@ -1,4 +1,4 @@
-#include "tool/export/lost_sound.h"
+#include "tool/export/lost_audio.h"
 
 #include <algorithm>
 #include <cstdio>
