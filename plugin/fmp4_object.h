@@ -13,6 +13,7 @@
 #include "plugin/audio_track.h"
 #include "recording/write/audio_recording.h"
 #include "recording/write/video_recording.h"
+#include "streaming/index/audio_track_slots.h"
 #include "streaming/index/caption_reader.h"
 #include "streaming/index/fragment_index.h"
 #include "streaming/index/track_cursor.h"
@@ -28,9 +29,6 @@ inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
 
 // Frames per key frame interval until set by the host.
 inline constexpr std::uint32_t kDefaultKeyFrameInterval = 1;
-
-// Maximum number of audio tracks that one object reads.
-inline constexpr std::size_t kAudioTrackSlots = 64;
 
 class CMFFmp4 : public CAMediaFile {
  public:

@@ -192,24 +192,51 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
              false);
   }
   for (const TrackKind kind : mp4::kTrackKinds) {
-    const auto& run = fragment.runs[kind];
-    if (!run) continue;
-    std::uint64_t& time = times_[kind] ? *times_[kind] : times_[kind].emplace(0);
-    if (run->decodeTime != time) {
-      complain(fragment.start,
-               "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
-                   std::to_string(run->decodeTime) + " where " + std::to_string(time) + " is due",
-               false);
-    }
-    time = run->decodeTime + run->ticks;
+    if (const auto& run = fragment.runs[kind]) checkTime(kind, *run, fragment.start);
   }
-  const auto& sound = fragment.runs[TrackKind::Audio];
-  if (!sound || samplesPerFrame_ != 0 || sound->bytes < 2) return;
+  if (const auto& sound = fragment.runs[TrackKind::Audio]) takeSamplesPerFrame(*sound);
+}
+
+// Holds the decode time of a run against the runs before it. `offset` is that of its fragment.
+void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint64_t offset) {
+  const bool first = !times_[kind];
+  if (first) times_[kind].emplace().begin = run.decodeTime;
+  Times& times = *times_[kind];
+  if (run.decodeTime != times.end) {
+    complain(offset,
+             "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
+                 std::to_string(run.decodeTime) + " where " + std::to_string(times.end) + " is due",
+             false);
+    if (!first) times.jumps.push_back({fragments_.size(), times.end, run.decodeTime});
+  }
+  times.end = run.decodeTime + run.ticks;
+}
+
+void RecordedMedia::takeSamplesPerFrame(const RecordedRun& sound) {
+  if (samplesPerFrame_ != 0 || sound.bytes < 2) return;
   // AC-3 starts each frame with this word (ATSC A/52, 5.4.1.1).
   std::uint8_t word[2] = {};
-  stream_.seek(sound->offset);
+  stream_.seek(sound.offset);
   stream_.peek(word, sizeof word);
   samplesPerFrame_ = word[0] == 0x0B && word[1] == 0x77 ? kAc3FrameSamples : kAacFrameSamples;
+}
+
+std::optional<TrackTimeline> RecordedMedia::timeline(TrackKind kind) const {
+  if (!times_[kind]) return std::nullopt;
+  const RecordedTrack& track = *movie_->tracks[kind];
+  const auto seconds = [&](std::uint64_t ticks) { return static_cast<double>(ticks) / track.timescale; };
+  const std::uint64_t played =
+      kind == TrackKind::Audio ? audioFrames() * kAacFrameSamples : positions() * track.defaultSampleDuration;
+  if (played == 0) return std::nullopt;
+  TrackTimeline timeline;
+  timeline.begin = seconds(times_[kind]->begin);
+  timeline.end = timeline.begin + seconds(played);
+  for (const Times::Jump& jump : times_[kind]->jumps) {
+    if (jump.fragment >= fragments_.size()) break;  // one that does not count
+    timeline.gaps.push_back({seconds(jump.from), seconds(jump.to)});
+    timeline.end += timeline.gaps.back().to - timeline.gaps.back().from;
+  }
+  return timeline;
 }
 
 std::uint64_t RecordedMedia::soundBytes() const {

@@ -12,6 +12,7 @@
 #include "recording/check/problems.h"
 #include "recording/check/recorded_fragment.h"
 #include "recording/check/recorded_movie.h"
+#include "recording/check/track_timeline.h"
 
 // Why a file is no recorded media file at all.
 class NotRecorded : public std::runtime_error {
@@ -59,6 +60,8 @@ class RecordedMedia {
   const std::optional<std::uint64_t>& afterDamage() const { return afterDamage_; }
   std::uint64_t soundBytes() const;
   std::uint64_t audioFrames() const;
+  // Of the video or the sound; nothing when the file has no samples of it.
+  std::optional<TrackTimeline> timeline(mp4::TrackKind kind) const;
 
   // References that an index has room for; 0 as long as there is no segment.
   std::uint32_t fragmentsPerSegment() const { return fragmentsPerSegment_; }
@@ -86,6 +89,8 @@ class RecordedMedia {
   void complainOfUnwritten();
   void explainRest(const std::string& reason, std::uint64_t searchFrom);
   void checkFragment(const RecordedFragment& fragment);
+  void checkTime(mp4::TrackKind kind, const RecordedRun& run, std::uint64_t offset);
+  void takeSamplesPerFrame(const RecordedRun& sound);
   void checkGeometry();
   void checkIndexes();
   void explainIndex(const Segment& segment, const std::vector<std::uint8_t>& expected);
@@ -106,7 +111,20 @@ class RecordedMedia {
   std::uint64_t end_ = 0;
   std::optional<std::uint64_t> afterDamage_;
   std::uint32_t fragmentsPerSegment_ = 0;
-  std::uint64_t firstIndexTime_ = 0;    // ticks
-  std::uint32_t samplesPerFrame_ = 0;   // of coded sound
-  mp4::PerTrack<std::uint64_t> times_;  // decode times behind the last fragment, ticks
+  std::uint64_t firstIndexTime_ = 0;   // ticks
+  std::uint32_t samplesPerFrame_ = 0;  // of coded sound
+
+  // Decode times of a track, in its ticks.
+  struct Times {
+    // A fragment that does not follow on.
+    struct Jump {
+      std::size_t fragment;
+      std::uint64_t from;
+      std::uint64_t to;
+    };
+    std::uint64_t begin = 0;  // of the first run
+    std::uint64_t end = 0;    // of the last run
+    std::vector<Jump> jumps;
+  };
+  mp4::PerTrack<Times> times_;
 };

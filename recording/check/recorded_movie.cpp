@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/text.h"
+#include "streaming/index/track_defaults.h"
 
 namespace {
 
@@ -47,15 +48,6 @@ bool tablesEmpty(Mp4Stream& stream, Mp4Box* stbl) {
   return true;
 }
 
-const mp4::TrackExtendsBox* trackExtends(Mp4Box* moov, std::uint32_t trackId) {
-  Mp4Box* const mvex = Mp4BoxChild(moov, Mp4FourCc("mvex"));
-  for (const Mp4Box* child = mvex ? mvex->first : nullptr; child; child = child->next) {
-    const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child);
-    if (trex && trex->trackId == trackId) return trex;
-  }
-  return nullptr;
-}
-
 void takeVideo(Mp4Box* entry, RecordedMovie& movie) {
   if (const auto* visual = Mp4PayloadOf<mp4::VisualSampleEntry>(entry)) {
     movie.width = visual->width;
@@ -72,7 +64,7 @@ void takeAudio(Mp4Box* entry, RecordedMovie& movie) {
 }
 
 // The reason why the track is none of a recording, or nothing.
-std::string readTrack(Mp4Stream& stream, Mp4Box* moov, Mp4Box* trak, RecordedMovie& movie,
+std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* trak, RecordedMovie& movie,
                       const Complain& complain) {
   const auto* tkhd = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd");
   const auto* mdhd = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd");
@@ -86,7 +78,7 @@ std::string readTrack(Mp4Stream& stream, Mp4Box* moov, Mp4Box* trak, RecordedMov
   if (tkhd->trackId != mp4::trackNumber(*kind) || movie.tracks[*kind])
     return name + " should be the only one of its type, with the number " +
            std::to_string(mp4::trackNumber(*kind));
-  const auto* trex = trackExtends(moov, tkhd->trackId);
+  const auto* trex = DefaultsOfTrack(defaults, tkhd->trackId);
   if (!trex || mdhd->timescale == 0) return name + " lacks its timescale or the defaults of its fragments";
   if (!tablesEmpty(stream, stbl))
     complain("the sample tables of " + name + " are not empty, though all its samples are in fragments");
@@ -106,8 +98,9 @@ FrameRate RecordedMovie::frameRate() const {
 std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, std::string& reason,
                                                const Complain& complain) {
   RecordedMovie movie;
+  const TrackDefaults defaults = ReadTrackDefaults(moov);
   for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i) {
-    reason = readTrack(stream, moov, trak, movie, complain);
+    reason = readTrack(stream, defaults, trak, movie, complain);
     if (!reason.empty()) return std::nullopt;
   }
   if (!movie.hasVideo() && !movie.tracks[TrackKind::Audio]) {

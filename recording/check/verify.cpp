@@ -1,11 +1,9 @@
 #include "recording/check/verify.h"
 
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 
 #include "base/audio_units.h"
-#include "base/number_text.h"
 #include "os/file_in_use.h"
 #include "os/path_name.h"
 #include "recording/check/list_difference.h"
@@ -38,16 +36,15 @@ double audioSecondsOf(const Recording& recording) {
   return static_cast<double>(media->audioFrames()) * kAacFrameSamples / sound->timescale;
 }
 
-}  // namespace
-
-std::string audioLengthNote(const Verification& result) {
-  // Encoders pad sound, and pictures with B-frames are shown later than they are decoded.
-  constexpr double kUsual = 1;
-  const double longer = result.audioSeconds - result.seconds;
-  if (result.frames == 0 || result.audioFrames == 0 || std::abs(longer) <= kUsual) return "";
-  return "the sound lasts " + fixedText(std::abs(longer), 3) + " s " + (longer > 0 ? "longer" : "shorter") +
-         " than the picture";
+std::vector<std::string> notesOf(const Recording& recording) {
+  if (!recording.video()) return {};
+  const RecordedMedia& ofAudio = recording.audio() ? *recording.audio() : *recording.video();
+  const auto picture = recording.video()->timeline(mp4::TrackKind::Video);
+  const auto sound = ofAudio.timeline(mp4::TrackKind::Audio);
+  return picture && sound ? timelineNotes(*picture, *sound) : std::vector<std::string>();
 }
+
+}  // namespace
 
 std::optional<std::string> readList(const std::string& path) {
   std::error_code error;
@@ -79,6 +76,7 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
     result.seconds = static_cast<double>(audio->positions()) / audio->movie()->indexedTrack().timescale;
   }
   result.audioSeconds = audioSecondsOf(recording);
+  result.notes = notesOf(recording);
   const RecordingNames& names = recording.names();
   const Recording::Lists lists = recording.lists();
   checkList(names.manifest, lists.manifest, manifestDifference, result);

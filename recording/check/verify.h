@@ -13,14 +13,11 @@ struct Verification {
   std::uint64_t fragments = 0;     // of all media files
   std::uint64_t segments = 0;
   double seconds = 0;         // of the video, or else of the sound
-  double audioSeconds = 0;    // of the sound; both begin at 0
+  double audioSeconds = 0;    // of the sound that there is
   bool beingWritten = false;  // somebody is recording it
   ProblemList problems;
+  std::vector<std::string> notes;  // what else the user should know
 };
-
-// What the user should know of a picture and a sound that do not end together, empty when they do. It is no
-// problem of the recording: its source may be so.
-std::string audioLengthNote(const Verification& result);
 
 // Throws UserError when `name` belongs to no recording, or to one that holds nothing.
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress = {});

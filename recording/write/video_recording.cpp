@@ -60,22 +60,30 @@ bool VideoRecording::Create(const std::string& path) {
 bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
   started_ = true;
   settings_ = settings;
-  const FrameRate& rate = settings_.rate;
-  const SegmentGeometry& geometry = settings_.geometry;
   tracks_ = {true, hasAudio(), settings.captions608, settings.captions708};
+  mp4::Movie described = movie();
+  if (!file_.Start(described, segments())) return false;
+  startPlaylist();
+  manifest_ = manifest;
+  if (manifest_) startManifest(separateAudio);
+  return true;
+}
 
+mp4::AVCConfigurationBox VideoRecording::avcConfiguration() const {
+  mp4::AVCConfigurationBox avcC = mp4::AVCConfigurationBox::standIn();
+  if (!settings_.avcRecord.empty()) avcC.record = settings_.avcRecord;
+  return avcC;
+}
+
+mp4::Movie VideoRecording::movie() const {
+  const FrameRate& rate = settings_.rate;
   mp4::Movie movie;
   movie.mvhd = Mp4SetUpMovieHeader();
   movie.mvex = Mp4SetUpMovieExtends(tracks_, rate.denominator, false);
   mp4::Track& video = movie.tracks[TrackKind::Video].emplace(
       Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
                          static_cast<std::uint32_t>(settings_.width), settings_.height));
-  mp4::AVCConfigurationBox& avcC = std::get<mp4::VideoMedia>(video.media).avcC;
-  if (settings_.avcRecord.empty()) {
-    avcC = mp4::AVCConfigurationBox::standIn();
-  } else {
-    avcC.record = settings_.avcRecord;
-  }
+  std::get<mp4::VideoMedia>(video.media).avcC = avcConfiguration();
   if (hasAudio()) movie.tracks[TrackKind::Audio] = SetUpAudioTrack(*settings_.sound);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
@@ -85,30 +93,41 @@ bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, b
     movie.tracks[TrackKind::Captions708] =
         Mp4SetUp708Track(mp4::trackNumber(TrackKind::Captions708), rate.numerator);
   }
-  const std::uint64_t segmentFrames =
-      std::uint64_t{geometry.framesPerFragment} * geometry.fragmentsPerSegment;
+  return movie;
+}
+
+std::uint64_t VideoRecording::segmentFrames() const {
+  return std::uint64_t{settings_.geometry.framesPerFragment} * settings_.geometry.fragmentsPerSegment;
+}
+
+SegmentSettings VideoRecording::segments() const {
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Video);
-  segments.timescale = rate.numerator;
+  segments.timescale = settings_.rate.numerator;
   segments.firstPresentationTime = kFirstVideoIndexTime;
-  segments.duration = segmentFrames * frameTicks(rate);
-  segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
-  if (!file_.Start(movie, segments)) return false;
+  segments.duration = segmentFrames() * frameTicks(settings_.rate);
+  segments.fragmentsPerSegment = settings_.geometry.fragmentsPerSegment;
+  return segments;
+}
 
-  file_.ListIn({file_.name(), rate.value(), segmentFrames, file_.initialisationLength(), DateTimeNow()});
-  manifest_ = manifest;
-  if (!manifest) return true;
+void VideoRecording::startPlaylist() {
+  file_.ListIn(
+      {file_.name(), settings_.rate.value(), segmentFrames(), file_.initialisationLength(), DateTimeNow()});
+}
+
+void VideoRecording::startManifest(bool separateAudio) {
+  const mp4::AVCConfigurationBox avcC = avcConfiguration();
   MpdVideo listed;
   listed.profile = avcC.profileIndication();
   listed.level = avcC.levelIndication();
   listed.width = static_cast<std::uint32_t>(settings_.width);
   listed.height = absolute(settings_.height);
-  listed.rate = rate;
+  listed.rate = settings_.rate;
   listed.startTime = DateTimeNow();
   if (hasAudio()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
-  listed.segments = {file_.name(), rate.numerator, segments.duration, file_.initialisationLength() - 1};
-  file_.ListIn(*manifest, manifest->BeginVideo(listed, separateAudio));
-  return true;
+  listed.segments = {file_.name(), settings_.rate.numerator, segmentFrames() * frameTicks(settings_.rate),
+                     file_.initialisationLength() - 1};
+  file_.ListIn(*manifest_, manifest_->BeginVideo(listed, separateAudio));
 }
 
 // Whether one fragment could hold all that waits and `moreBytes` on top.

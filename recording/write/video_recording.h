@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "mp4box/boxes/avcC.h"
+#include "mp4box/movie.h"
 #include "qvr.h"
 #include "recording/write/recorded_file.h"
 #include "recording/write/sample_run.h"
@@ -36,6 +38,13 @@ class VideoRecording {
   bool Finish();
 
  private:
+  mp4::AVCConfigurationBox avcConfiguration() const;
+  mp4::Movie movie() const;
+  std::uint64_t segmentFrames() const;
+  SegmentSettings segments() const;
+  void startPlaylist();
+  void startManifest(bool separateAudio);
+
   bool takes(std::uint64_t moreBytes) const;
   bool reserveCaptions();
   void appendCaptions(const DFRAME& frame);

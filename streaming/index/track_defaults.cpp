@@ -8,3 +8,8 @@ TrackDefaults ReadTrackDefaults(Mp4Box* movie) {
   }
   return defaults;
 }
+
+const mp4::TrackExtendsBox* DefaultsOfTrack(const TrackDefaults& defaults, std::uint32_t trackId) {
+  const auto found = defaults.find(trackId);
+  return found == defaults.end() ? nullptr : found->second;
+}

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <random>
+#include <set>
 
+#include "tests/recovery/live_recording.h"
 #include "tests/recovery/recovery.h"
 #include "tests/support/ffmpeg.h"
 
@@ -173,6 +175,72 @@ TEST(KilledRecording, OfRealMediaDecodesAsFarAsItIsListedAndAllOfItOnceRepaired)
     const auto originals = ffprobePackets(media.file("source.mp4"), "v:0");
     for (std::size_t p = 0; p < packets.size(); ++p) EXPECT_EQ(packets[p].crc32, originals[p].crc32) << p;
   }
+}
+
+// ---- Recordings of an input that is still arriving ----------------------------------------------------
+
+// The calls of a recording at which it is killed: all but for writes, of which every eighth is enough.
+struct Moment {
+  HostCallKind kind;
+  std::uint64_t step;  // of a write: halfway
+};
+
+std::vector<Moment> momentsOf(const Bytes& live) {
+  const TempFolder folder;
+  std::vector<Moment> moments;
+  unsigned writes = 0;
+  setFaults({});
+  observeHostCalls([&](const HostCall& call) {
+    const bool isWrite = call.kind == HostCallKind::Write;
+    if (isWrite && writes++ % 8 != 0) return;
+    moments.push_back({call.kind, hostSteps() - (isWrite ? call.bytes / 2 : 0)});
+  });
+  recordLive(live, folder.file("out.mp4"));
+  observeHostCalls({});
+  return moments;
+}
+
+TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsFarAsItIsListedAndAllOfItOnceRepaired) {
+  const TempFolder media;
+  const std::string input = media.file("live.mp4");
+  makeMedia(input, pictureInput(4, "25", "160x96") + toneInput(4) + h264Codec(5, 0) +
+                       std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented());
+  const Bytes live = readFile(input);
+  const auto originals = ffprobePackets(input, "v:0");
+  const std::vector<Moment> moments = momentsOf(live);
+  std::set<HostCallKind> kinds;
+  std::set<std::size_t> listed, repaired;
+  for (const Moment& moment : moments) {
+    SCOPED_TRACE("step " + std::to_string(moment.step));
+    kinds.insert(moment.kind);
+    const TempFolder folder;
+    const std::string video = folder.file("out.m4v");
+    ASSERT_TRUE(killedAfter(moment.step, [&] { recordLive(live, folder.file("out.mp4")); }));
+    expectListsWhole(folder);
+    const std::size_t segments = listedIn(folder)["out.m3u8"].size();
+    if (segments != 0 && listed.insert(segments).second) {
+      const std::string ended = textOf(folder.file("out.m3u8")) + "#EXT-X-ENDLIST\n";
+      writeFile(folder.file("listed.m3u8"), {ended.begin(), ended.end()});
+      EXPECT_TRUE(decodes(folder.file("listed.m3u8")));
+    }
+    if (!hasMovie(video)) {
+      EXPECT_THROW(repairRecording(video), UserError);
+      continue;
+    }
+    repairRecording(video);
+    const Verification verification = verifyRecording(video);
+    EXPECT_EQ(verification.problems.count(), 0u) << problemsOf(verification);
+    const std::size_t frames = verification.frames;
+    if (frames == 0 || !repaired.insert(frames).second) continue;
+    EXPECT_TRUE(decodes(video));
+    const auto packets = ffprobePackets(video, "v:0");
+    ASSERT_EQ(packets.size(), frames);
+    for (std::size_t p = 0; p < frames; ++p) EXPECT_EQ(packets[p].crc32, originals[p].crc32) << p;
+  }
+  EXPECT_EQ(kinds, (std::set{HostCallKind::Write, HostCallKind::Flush, HostCallKind::FlushNew,
+                             HostCallKind::FlushName, HostCallKind::Replace, HostCallKind::FlushStream}));
+  EXPECT_EQ(listed, (std::set<std::size_t>{1, 2}));
+  EXPECT_GE(repaired.size(), 10u);
 }
 
 // A recording that was ended, cut within its last two fragments.

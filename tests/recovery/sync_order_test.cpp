@@ -11,13 +11,20 @@ class Disk {
   }
   ~Disk() { observeHostCalls({}); }
 
-  int listings = 0;  // that named segments
+  int listings = 0;      // that named segments
+  bool hasName = false;  // the last replacement lasts by its name
 
  private:
   void take(const HostCall& call) {
     if (call.kind == HostCallKind::Flush) {
       lasting_[fileNameOf(call.path)] = readFile(call.path);
+    } else if (call.kind == HostCallKind::FlushNew) {
+      lastingList_ = call.content;
+    } else if (call.kind == HostCallKind::FlushName) {
+      hasName = true;
     } else if (call.kind == HostCallKind::Replace) {
+      EXPECT_EQ(lastingList_, call.content) << "its bytes before its name";
+      hasName = false;
       check(segmentsOfManifest(call.content));
     } else if (call.kind == HostCallKind::FlushStream) {
       for (const char* name : {"out.m3u8", "outA.m3u8"}) {
@@ -43,6 +50,7 @@ class Disk {
 
   const TempFolder& folder_;
   std::map<std::string, Bytes> lasting_;
+  std::string lastingList_;  // of the last file that is to replace another
 };
 
 class SyncOrder : public testing::TestWithParam<Kind> {};
@@ -58,6 +66,7 @@ TEST_P(SyncOrder, MediaReachTheDiskBeforeTheListsThatNameThem) {
   // Each of five segments is listed in a playlist of its file; the manifest is saved after each of the video,
   // and once more at the end.
   EXPECT_GE(disk.listings, kind.audioApart() ? 16 : 11);
+  EXPECT_TRUE(disk.hasName);
 }
 
 TEST_P(SyncOrder, ASegmentWaitsOnceForEachFileAndOnceForTheManifest) {
@@ -91,10 +100,11 @@ TEST_P(SyncOrder, RepairedMediaReachTheDiskBeforeTheLists) {
   repairRecording(folder.file(kind.media()));
   observeHostCalls({});
   // Each media file: the index, the wait for it; then the lists.
-  const auto firstList = std::find(calls.begin(), calls.end(), HostCallKind::Replace);
+  const auto firstList = std::find(calls.begin(), calls.end(), HostCallKind::FlushNew);
   ASSERT_NE(firstList, calls.end());
   ASSERT_NE(firstList, calls.begin());
   EXPECT_EQ(*std::prev(firstList), HostCallKind::Flush);
+  EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Replace), 0);
   EXPECT_EQ(std::count(firstList, calls.end(), HostCallKind::Write), 0);
   EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Write), kind.audioApart() ? 2 : 1);
 }

@@ -54,7 +54,8 @@ Verdict judge(HostCallKind kind, std::uint64_t bytes) {
   s.steps += 1 + bytes;
   const FaultPlan& plan = s.plan;
   if (plan.fault == Fault::Kill && s.steps >= plan.at) return {true, plan.at - before - 1, true};
-  const bool writes = kind != HostCallKind::Flush && kind != HostCallKind::Cut;
+  const bool writes =
+      kind == HostCallKind::Write || kind == HostCallKind::Replace || kind == HostCallKind::FlushStream;
   const bool now = plan.fault != Fault::None && plan.fault != Fault::Kill && s.calls == plan.at;
   const bool still = plan.fault == Fault::DiskFull && s.calls > plan.at && writes;
   if (!now && !still) return {};
@@ -162,7 +163,13 @@ extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
   struct stat status = {};
   const bool isFolder = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
   ++(isFolder ? state().waits.names : state().waits.replacements);
-  return 0;
+  const HostCallKind kind = isFolder ? HostCallKind::FlushName : HostCallKind::FlushNew;
+  return judged(kind, EIO, [&] {
+    const std::string path = pathOf(descriptor);
+    std::string content = isFolder ? "" : contentOf(path.c_str());
+    tell(kind, path, 0, content.size(), std::move(content));
+    return 0;
+  });
 }
 
 extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {

@@ -1,23 +1,31 @@
 // A layer between the program under test and its host library and system, which lets calls that write fail,
 // come up short, find the disk full, or be the last ones of the process; and which notes them.
 //
-// A program that links it has every call of vlOSWriteFile, every wait for a file's data to reach the disk,
-// every renaming of a file to replace another, every flush of a C stream but the standard ones, and every
-// cutting of a file pass here, whichever library makes it. Nobody waits for the disk itself.
+// A program that links it has every call of vlOSWriteFile, every wait for a file's data or for a name to
+// reach the disk, every renaming of a file to replace another, every flush of a C stream but the standard
+// ones, and every cutting of a file pass here, whichever library makes it. Nobody waits for the disk itself.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <string>
 
-enum class HostCallKind { Write, Flush, Replace, FlushStream, Cut };
+enum class HostCallKind {
+  Write,
+  Flush,      // waits for the data of a file that is written in place
+  FlushNew,   // waits for a file that is to replace another
+  FlushName,  // waits for the names in a folder
+  Replace,
+  FlushStream,
+  Cut
+};
 
 struct HostCall {
   HostCallKind kind;
-  std::string path;          // of Write, Flush, Replace and Cut
+  std::string path;          // of all but FlushStream; of Replace: the file that is replaced
   std::uint64_t offset = 0;  // of Write: where in the file; of Cut: what stays
   std::uint64_t bytes = 0;   // of Write
-  std::string content;       // of Replace
+  std::string content;       // of FlushNew and Replace
 };
 
 enum class Fault {

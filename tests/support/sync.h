@@ -32,6 +32,17 @@ inline std::vector<double> risingTimes(const std::filesystem::path& file, const 
   return times;
 }
 
+// When each picture is shown.
+inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
+  const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+                                       "frame=pts_time", "-of", "csv=print_section=0", file.string()});
+  std::vector<double> times;
+  std::istringstream lines(result.out);
+  for (std::string line; std::getline(lines, line);)
+    if (!line.empty()) times.push_back(std::stod(line));
+  return times;
+}
+
 // When pictures become white.
 inline std::vector<double> flashTimes(const std::filesystem::path& file) {
   return risingTimes(file, "-vf", "signalstats,", "lavfi.signalstats.YAVG", 128);
@@ -43,9 +54,10 @@ inline std::vector<double> toneTimes(const std::filesystem::path& file) {
       "lavfi.astats.Overall.RMS_level", -22);
 }
 
-// Inputs: black pictures at 25 a second that flash, and silence at 48000 Hz that sounds, both for 0.2 s at
-// each of `times`.
-inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times) {
+// Inputs: black pictures at `rate` a second that flash, and silence at 48000 Hz that sounds, both for 0.2 s
+// at each of `times`.
+inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times,
+                                                   const std::string& rate = "25") {
   std::string when;
   for (const std::string& time : times)
     when += (when.empty() ? "between(t," : "+between(t,") + time + "," + time + "+0.19)";
@@ -53,8 +65,8 @@ inline std::vector<std::string> flashAndToneInputs(double seconds, const std::ve
   return {"-f",
           "lavfi",
           "-i",
-          "color=black:size=160x96:rate=25:duration=" + length + ",drawbox=color=white:t=fill:enable='" +
-              when + "'",
+          "color=black:size=160x96:rate=" + rate + ":duration=" + length +
+              ",drawbox=color=white:t=fill:enable='" + when + "'",
           "-f",
           "lavfi",
           "-i",

@@ -203,6 +203,93 @@ TEST_F(Verify, TellsWhatCannotBeRepaired) {
   }
 }
 
+// Moves the decode times of a track from its fragment number `first` on.
+Bytes withLaterTimes(Bytes bytes, std::uint32_t track, int first, std::uint32_t ticks) {
+  const Bytes header = {'t', 'f', 'h', 'd'}, time = {'t', 'f', 'd', 't'};
+  auto at = bytes.begin();
+  for (int number = 0;;) {
+    constexpr std::ptrdiff_t kToFields = 8;  // after type, version and flags
+    const auto tfhd = std::search(at, bytes.end(), header.begin(), header.end());
+    if (tfhd == bytes.end()) return bytes;
+    at = std::search(tfhd, bytes.end(), time.begin(), time.end()) + kToFields;
+    if (Mp4LoadU32(&*(tfhd + kToFields)) != track || number++ < first) continue;
+    const Bytes later = u32(Mp4LoadU32(&*at) + ticks);
+    std::copy(later.begin(), later.end(), at);
+  }
+}
+
+// Offset of a fragment, counted from 0.
+std::string fragmentOffset(const Bytes& bytes, int number) {
+  const Bytes name = {'m', 'o', 'o', 'f'};
+  auto at = bytes.begin();
+  for (int i = 0; i <= number; ++i) at = std::search(at, bytes.end(), name.begin(), name.end()) + 4;
+  return std::to_string(at - 8 - bytes.begin());
+}
+
+constexpr const char* kOneProblem =
+    " is not whole: 1 problem; not all of this can be repaired; 'fmp4 repair' does what can be, or get an "
+    "undamaged copy\n";
+
+TEST_F(Verify, SaysThatTheAudioBeginsLaterThanThePicture) {
+  const Bytes bytes = withLaterTimes(files_->at("out.m4a"), 2, 0, 2 * 48000);
+  writeFile(folder_.file("out.m4a"), bytes);
+  const std::string name = folder_.file("out.mpd");
+  const RunResult found = fmp4({"verify", name});
+  EXPECT_EQ(found.exitCode, 1);
+  EXPECT_EQ(found.out, "out.m4a: byte " + fragmentOffset(bytes, 0) +
+                           ": track 2 has decode time 96000 where 0 is due\n"
+                           "note: the sound begins 2.000 s after the picture\n"
+                           "note: the sound ends 2.011 s after the picture\n" +
+                           name + kOneProblem);
+  const auto report = nlohmann::json::parse(fmp4({"verify", "--json", name}).out);
+  EXPECT_EQ(report["notes"], nlohmann::json({"the sound begins 2.000 s after the picture",
+                                             "the sound ends 2.011 s after the picture"}));
+}
+
+TEST_F(Verify, SaysThatThePictureBeginsLaterThanTheAudio) {
+  const Bytes bytes = withLaterTimes(files_->at("both.ismv"), 1, 0, 18000);  // 0.6 s
+  writeFile(folder_.file("both.ismv"), bytes);
+  const std::string name = folder_.file("both.ismv");
+  EXPECT_EQ(fmp4({"verify", name}).out, "both.ismv: byte " + fragmentOffset(bytes, 0) +
+                                            ": track 1 has decode time 18000 where 0 is due\n"
+                                            "note: the sound begins 0.600 s before the picture\n" +
+                                            name + kOneProblem);
+}
+
+TEST_F(Verify, SaysWhereOnlyOneOfAudioAndPicturePauses) {
+  const Bytes sound = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000);
+  writeFile(folder_.file("out.m4a"), sound);
+  const std::string name = folder_.file("out.mpd"),
+                    problem = "out.m4a: byte " + fragmentOffset(sound, 2) +
+                              ": track 2 has decode time 97152 where 49152 is due\n";
+  EXPECT_EQ(fmp4({"verify", name}).out, problem +
+                                            "note: the sound pauses for 1.000 s at 1.024 s, the picture does "
+                                            "not\n"
+                                            "note: the sound ends 1.011 s after the picture\n" +
+                                            name + kOneProblem);
+
+  // A second pause.
+  writeFile(folder_.file("out.m4a"), withLaterTimes(sound, 2, 4, 28800));
+  EXPECT_THAT(fmp4({"verify", name}).out,
+              HasSubstr("note: the sound pauses for 1.000 s at 1.024 s, the picture does not; the first of 2 "
+                        "such pauses\n"));
+}
+
+TEST_F(Verify, TakesAPauseOfAudioAndPictureForOne) {
+  const Bytes sound = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000),
+              picture = withLaterTimes(files_->at("out.m4v"), 1, 2, 30000);
+  writeFile(folder_.file("out.m4a"), sound);
+  writeFile(folder_.file("out.m4v"), picture);
+  const std::string name = folder_.file("out.mpd");
+  EXPECT_EQ(fmp4({"verify", name}).out,
+            "out.m4v: byte " + fragmentOffset(picture, 2) +
+                ": track 1 has decode time 60000 where 30000 is due\n"
+                "out.m4a: byte " +
+                fragmentOffset(sound, 2) + ": track 2 has decode time 97152 where 49152 is due\n" + name +
+                " is not whole: 2 problems; not all of this can be repaired; 'fmp4 repair' does what can be, "
+                "or get an undamaged copy\n");
+}
+
 TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
   for (const auto& [type, afterType, message] :
        {std::tuple{"moof", 3, "no fragment stands here"},

@@ -41,7 +41,7 @@ void printJson(const Verification& result, const std::string& name) {
                        {"segments", result.segments},
                        {"durationSeconds", result.seconds},
                        {"soundSeconds", result.audioSeconds},
-                       {"note", audioLengthNote(result)},
+                       {"notes", result.notes},
                        {"beingWritten", result.beingWritten},
                        {"problemCount", result.problems.count()},
                        {"problems", problems},
@@ -57,7 +57,7 @@ void printText(const Verification& result, const std::string& name) {
   }
   const std::uint64_t count = result.problems.count(), kept = result.problems.kept().size();
   if (count > kept) std::cout << "... and " << count - kept << " more\n";
-  if (const std::string note = audioLengthNote(result); !note.empty()) std::cout << "note: " << note << '\n';
+  for (const std::string& note : result.notes) std::cout << "note: " << note << '\n';
   if (count == 0) {
     std::cout << name << " is whole: " << result.frames << " frames, " << result.audioFrames
               << " coded frames of sound, " << result.fragments << " fragments, " << result.segments

@@ -63,14 +63,8 @@ double measuredSkew(const std::string& file) {
   const RecordingNames names = mediaOf(file);
   Beginning media(names.video);
   const SourceTrack* const video = media.track(Mp4FourCc("vide"));
-  const std::uint32_t duration = video ? video->nominalDuration.value() : 0;
-  if (duration == 0) return 0;
-  PackagePlan plan;
-  plan.rate = video->timescale;
-  plan.scale = duration;
-  plan.count = static_cast<std::uint32_t>(video->samples.size());
-  plan.chooseOffsets(*video);
-  const PictureTimes times(*video, plan);
+  if (!video) return 0;
+  const PictureTimes times(*video, PackagePlan::asRead(*video));
   return times.firstPicture() - times.recorded(soundStart(media, names)).value_or(0);
 }
 

@@ -1,7 +1,9 @@
+#include <memory>
 #include <string>
 
 #include "base/text.h"
 #include "base/user_error.h"
+#include "tool/export/edited_captions.h"
 #include "tool/export/export_streams.h"
 #include "tool/export/output_file.h"
 #include "tool/host/captions.h"
@@ -15,11 +17,13 @@ void exportCaptions(CAMediaFile& file, const ExportRequest& request) {
     throw UserError("'" + request.input + "' has no caption track; 'fmp4 info' shows what it has");
   VideoReader reader(file, request.input);
   const FrameRange range = reader.range(request.selection);
+  const std::unique_ptr<EditedCaptions> edited = EditedCaptions::of(request.input);
   OutputFile output(request.output, request.input);
   output.make([&] {
     Progress progress("exporting captions", range.count);
     for (std::uint32_t i = 0; i < range.count; ++i) {
-      const DFRAME& descriptor = reader.read(range.from + i);
+      DFRAME descriptor = reader.read(range.from + i);
+      if (edited) edited->replaceIn(descriptor, range.from + i);
       const std::string pair = hexText(captionPair(descriptor)), packet = hexText(captionPacket(descriptor));
       if (!pair.empty() || !packet.empty()) {
         const std::string line = "{\"frame\": " + std::to_string(range.from + i) + ", \"cc608\": \"" + pair +

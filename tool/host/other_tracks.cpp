@@ -9,13 +9,11 @@
 #include "mp4box/boxes/hdlr.h"
 #include "mp4box/boxes/tkhd.h"
 #include "mp4box/boxes/visual_entry.h"
+#include "streaming/index/audio_track_slots.h"
 #include "tool/host/codec_names.h"
 #include "tool/host/movie_file.h"
 
 namespace {
-
-// As many sound tracks as the plug-in reads.
-constexpr unsigned kMaxAudioTracks = 64;
 
 template <class Payload>
 const Payload* payloadAt(Mp4Box* box, const char* path) {
@@ -58,7 +56,8 @@ class TrackChoice {
       case Mp4FourCc("mp4a"):
       case Mp4FourCc("ac-3"):
         if (!Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry)) break;
-        return audioTracks_++ < kMaxAudioTracks ? "" : "only the first 64 audio tracks are read";
+        if (audioTracks_++ < kAudioTrackSlots) return "";
+        return "only the first " + std::to_string(kAudioTrackSlots) + " audio tracks are read";
       case Mp4FourCc("c608"):
       case Mp4FourCc("c708"):
         return "";

@@ -177,6 +177,17 @@ void chooseInterval(const SourceTrack& video, const PackageOptions& options, Pac
 
 }  // namespace
 
+PackagePlan PackagePlan::asRead(const SourceTrack& video) {
+  PackagePlan plan;
+  plan.rate = video.timescale;
+  plan.scale = video.nominalDuration.value();
+  if (plan.rate == 0 || plan.scale == 0 || video.samples.empty())
+    throw UserError("the source does not say how long its frames last");
+  plan.count = static_cast<std::uint32_t>(video.samples.size());
+  plan.chooseOffsets(video);
+  return plan;
+}
+
 void PackagePlan::chooseOffsets(const SourceTrack& video) {
   leastOffset = 0;
   for (const SourceSample& sample : chosen(video, *this))

@@ -26,6 +26,10 @@ struct PackagePlan {
   std::int64_t leastOffset = 0;  // the lowest composition offset, where it is below zero, in ticks
   double frameTicks = 1;         // ticks of the source a frame
 
+  // That of a track's samples as the plug-in reads them: all, at the rate that most of them have. Throws
+  // UserError when they have none.
+  static PackagePlan asRead(const SourceTrack& video);
+
   double framesPerSecond() const { return static_cast<double>(rate) / scale; }
   // Takes the offsets of the chosen frames into account, once these and the rate are known.
   void chooseOffsets(const SourceTrack& video);

@@ -49,20 +49,6 @@ bool isAac(const SourceTrack& track) {
          std::find(kAac.begin(), kAac.end(), track.objectType) != kAac.end() && configurationOf(track);
 }
 
-// Without edit lists captions are timed like the frames' decoding, as recordings have them; with them, like
-// the pictures' presentation.
-double captionOrigin(SampleSource& source, const PackagePlan& plan, const PictureTimes& times) {
-  const SourceTrack& video = videoOf(source);
-  bool edited = !video.edits.empty();
-  for (const SourceTrack& track : source.tracks())
-    edited = edited || (track.handler == Mp4FourCc("clcp") && !track.edits.empty());
-  if (edited) return times.firstPicture();
-  const SourceSample& first = video.samples[plan.first];
-  SourceSample decoded = first;
-  decoded.compositionOffset = 0;
-  return times.recorded(video.present(decoded)).value_or(0);
-}
-
 }  // namespace
 
 void checkVideo(SampleSource& source) {
@@ -83,7 +69,6 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
       warn_(std::move(warn)),
       video_(videoOf(source)),
       times_(video_, plan_),
-      captionOrigin_(captionOrigin(source, plan_, times_)),
       audio_(findAudio()),
       cc608_(source, source.trackOfCodec(Mp4FourCc("c608"))),
       cc708_(source, source.trackOfCodec(Mp4FourCc("c708"))),
@@ -243,10 +228,7 @@ void Packager::writeFrame(const SourceSample& sample) {
 }
 
 void Packager::addCaptions(std::uint64_t frame) {
-  const auto frameOf = [this](double seconds) {
-    const double time = times_.recorded(seconds).value_or(times_.end()) - captionOrigin_;
-    return static_cast<std::int64_t>(std::clamp(std::round(time / times_.frameSeconds()), -1e15, 1e15));
-  };
+  const auto frameOf = [this](double seconds) { return times_.frameOf(seconds); };
   cc608_.addTo(descriptor_, static_cast<std::int64_t>(frame), frameOf);
   cc708_.addTo(descriptor_, static_cast<std::int64_t>(frame), frameOf);
 }

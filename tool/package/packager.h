@@ -62,7 +62,6 @@ class Packager {
   Warn warn_;
   SourceTrack& video_;
   PictureTimes times_;
-  double captionOrigin_;
   UMC::aac::AudioSpecificConfig audioConfig_{};
   std::optional<std::vector<std::uint8_t>> silence_;  // an access unit of it; nothing where none is known
   SourceTrack* audio_;                                // null: no sound is recorded

@@ -1,6 +1,7 @@
 #include "tool/package/picture_times.h"
 
 #include <algorithm>
+#include <cmath>
 #include <span>
 #include <vector>
 
@@ -52,4 +53,10 @@ std::optional<double> PictureTimes::recorded(double seconds) const {
   if (seconds >= from_) return seconds - shift_;
   const double before = seconds - previousShift_;
   return before < from_ - shift_ ? std::optional(before) : std::nullopt;
+}
+
+std::int64_t PictureTimes::frameOf(double seconds) const {
+  constexpr double kMost = 1e15;  // that a double counts exactly
+  const double frame = std::round(recorded(seconds).value_or(end()) / frameSeconds_);
+  return static_cast<std::int64_t>(std::clamp(frame, -kMost, kMost));
 }

@@ -22,6 +22,10 @@ class PictureTimes {
   // Nothing where it falls into a while without pictures.
   std::optional<double> recorded(double seconds) const;
 
+  // The recorded frame whose time of decoding is nearest to that, below zero if before the first; after the
+  // last one taken in where it falls into such a while.
+  std::int64_t frameOf(double seconds) const;
+
   // When the recording shows its first picture, and when the last of the frames taken in ends, in seconds.
   double firstPicture() const { return firstPicture_; }
   double end() const { return static_cast<double>(frames_) * frameSeconds_ + firstPicture_; }

@@ -23,6 +23,8 @@
 #include "mp4box/boxes/trun.h"
 #include "mp4box/boxes/visual_entry.h"
 #include "mp4box/sample_flags.h"
+#include "streaming/index/track_defaults.h"
+#include "streaming/index/track_fragment.h"
 
 namespace {
 
@@ -173,50 +175,19 @@ NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExte
 
 // ---- Fragments --------------------------------------------------------------------------------------
 
-const mp4::TrackExtendsBox* trackExtends(Mp4Box* moov, std::uint32_t trackId) {
-  Mp4Box* const mvex = Mp4BoxChild(moov, Mp4FourCc("mvex"));
-  for (const Mp4Box* child = mvex ? mvex->first : nullptr; child; child = child->next) {
-    const auto* trex = Mp4PayloadOf<mp4::TrackExtendsBox>(child);
-    if (trex && trex->trackId == trackId) return trex;
-  }
-  return nullptr;
-}
-
-// The values that a track fragment's samples have where its runs give none.
-struct Defaults {
-  std::uint32_t duration = 0;
-  std::uint32_t size = 0;
-  std::uint32_t flags = 0;
-
-  Defaults(const mp4::TrackFragmentHeaderBox& tfhd, const mp4::TrackExtendsBox* trex) {
-    using Header = mp4::TrackFragmentHeaderBox;
-    if (trex) *this = {trex->defaultSampleDuration, trex->defaultSampleSize, trex->defaultSampleFlags};
-    if (tfhd.flags & Header::kDefaultSampleDuration) duration = tfhd.defaultSampleDuration;
-    if (tfhd.flags & Header::kDefaultSampleSize) size = tfhd.defaultSampleSize;
-    if (tfhd.flags & Header::kDefaultSampleFlags) flags = tfhd.defaultSampleFlags;
-  }
-
- private:
-  Defaults(std::uint32_t d, std::uint32_t s, std::uint32_t f) : duration(d), size(s), flags(f) {}
-};
-
-void readRun(const mp4::TrackRunBox& run, const Defaults& defaults, std::uint64_t fileSize,
+void readRun(const mp4::TrackRunBox& run, const SampleDefaults& defaults, std::uint64_t fileSize,
              SourceTrack& track, std::uint64_t& time, std::uint64_t& offset) {
   // A run without values of its own may count any number of samples; each that is there takes a byte.
   if (track.samples.size() + run.sampleCount > fileSize) damaged("it counts more samples than it has bytes");
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
     SourceSample sample;
     sample.offset = offset;
-    sample.size = run.hasSize() ? run.size(i) : defaults.size;
-    sample.duration = run.hasDuration() ? run.duration(i) : defaults.duration;
+    sample.size = SampleSize(run, i, defaults);
+    sample.duration = SampleDuration(run, i, defaults);
     sample.decodeTime = time;
     if (run.hasCompositionOffset())
       sample.compositionOffset = static_cast<std::int32_t>(run.compositionOffset(i));
-    const bool first = i == 0 && run.hasFirstSampleFlags();
-    const std::uint32_t flags = first            ? run.firstSampleFlags
-                                : run.hasFlags() ? run.sampleFlags(i)
-                                                 : defaults.flags;
-    sample.key = !(flags & mp4::kNonSync);
+    sample.key = !(SampleFlags(run, i, defaults) & mp4::kNonSync);
     track.samples.push_back(sample);
     track.nominalDuration.addSamples(sample.duration);
     offset += sample.size;
@@ -230,8 +201,9 @@ std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
   std::vector<SourceTrack> tracks;
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i)
     tracks.push_back(readTrack(moov, trak, end));
+  const TrackDefaults defaults = ReadTrackDefaults(moov);
   for (SourceTrack& track : tracks)
-    track.nominalDuration = nominalDurationOf(track, trackExtends(moov, track.trackId));
+    track.nominalDuration = nominalDurationOf(track, DefaultsOfTrack(defaults, track.trackId));
   return tracks;
 }
 
@@ -239,6 +211,7 @@ std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
 // fragment's start (ISO/IEC 14496-12, 8.8.7).
 void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks) {
   std::uint64_t dataEnd = moof->position;
+  const TrackDefaults trackDefaults = ReadTrackDefaults(moov);
   for (Mp4Box* traf = moof->first; traf; traf = traf->next) {
     if (traf->type != Mp4FourCc("traf")) continue;
     const auto* tfhd = payloadAt<mp4::TrackFragmentHeaderBox>(traf, "tfhd");
@@ -246,7 +219,7 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
     const auto track = std::find_if(tracks.begin(), tracks.end(),
                                     [&](const SourceTrack& t) { return t.trackId == tfhd->trackId; });
     if (track == tracks.end()) continue;
-    const Defaults defaults(*tfhd, trackExtends(moov, tfhd->trackId));
+    const SampleDefaults defaults(tfhd, DefaultsOfTrack(trackDefaults, tfhd->trackId));
     const bool placed = tfhd->flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset;
     const bool fromFragment = tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultBaseIsMoof;
     const std::uint64_t base = placed ? tfhd->baseDataOffset : fromFragment ? moof->position : dataEnd;

@@ -7,7 +7,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <random>
 #include <span>
 
 #include "tests/support/box_builder.h"
@@ -96,14 +95,6 @@ std::vector<std::string> noise(int seconds) {
       "-c:v",     "libx264", "-preset", "ultrafast",
       "-g",       "25",      "-qp",     "20",
       "-pix_fmt", "yuv420p", "-c:a",    "aac"};
-}
-
-void expectDecodes(const std::string& file) {
-  const RunResult result = run(std::vector<std::string>{"ffmpeg", "-nostdin", "-xerror", "-v", "error"} +
-                               (file.ends_with(".m3u8") ? hlsOptions() : std::vector<std::string>()) +
-                               std::vector<std::string>{"-i", file, "-f", "null", "-"});
-  EXPECT_EQ(result.exitCode, 0) << file;
-  EXPECT_EQ(result.err, "") << file;
 }
 
 class LiveInput : public testing::Test {
@@ -302,37 +293,6 @@ TEST_F(LiveInput, TakesAsManyFramesAsAreAskedFor) {
   EXPECT_EQ(run({"sh", "-c", command}).exitCode, 0);
   EXPECT_EQ(recordedFrames(), 60u);
   expectWhole();
-}
-
-// Twenty moments at random, told by how much the program has read.
-TEST_F(LiveInput, KilledAtAnyMomentItKeepsWhatItListed) {
-  makeMedia(folder_.file("noise.mp4"),
-            noise(4) + std::vector<std::string>{"-g", "5", "-movflags",
-                                                "frag_keyframe+empty_moov+default_base_moof"});
-  live_ = readFile(folder_.file("noise.mp4"));
-  std::mt19937 random(20161122);
-  int listed = 0;
-  for (int i = 0; i < 20; ++i) {
-    const std::size_t size = live_.size() / 8 + random() % (live_.size() * 7 / 8);
-    SCOPED_TRACE(size);
-    const TempFolder folder;
-    Recorder recorder(folder.file("out.mp4"), folder_);
-    ASSERT_TRUE(recorder.feed(std::span(live_).first(size)));
-    recorder.signal(SIGKILL);
-    ASSERT_EQ(recorder.end(), 128 + SIGKILL);
-    if (!std::filesystem::exists(folder.file("out.m3u8"))) continue;
-    const std::string list = textOf(folder.file("out.m3u8"));
-    if (list.find("#EXTINF") != std::string::npos) {
-      ++listed;
-      const std::string ended = list + "#EXT-X-ENDLIST\n";
-      writeFile(folder.file("listed.m3u8"), {ended.begin(), ended.end()});
-      expectDecodes(folder.file("listed.m3u8"));
-    }
-    EXPECT_EQ(fmp4({"repair", folder.file("out.m4v")}).exitCode, 0);
-    EXPECT_EQ(fmp4({"verify", folder.file("out.m4v")}).exitCode, 0);
-    expectDecodes(folder.file("out.m4v"));
-  }
-  EXPECT_GT(listed, 5);
 }
 
 TEST_F(LiveInput, NeedsNoMoreMemoryForALongInputThanForAShortOne) {

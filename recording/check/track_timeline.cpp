@@ -1,0 +1,80 @@
+#include "recording/check/track_timeline.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+#include "base/number_text.h"
+
+namespace {
+
+using Gap = TrackTimeline::Gap;
+
+// Differences that nobody is told of, in seconds. Encoders pad the end of the sound, and pictures with
+// B-frames are shown later than they are decoded.
+constexpr double kUsual = 0.5;
+constexpr double kUsualAtEnd = 1;
+
+std::string secondsText(double seconds) {
+  return fixedText(seconds, 3) + " s";
+}
+
+// The whiles in which nothing plays, one after the other.
+std::vector<Gap> pausesOf(const TrackTimeline& track) {
+  std::vector<Gap> gaps;
+  std::copy_if(track.gaps.begin(), track.gaps.end(), std::back_inserter(gaps),
+               [](const Gap& gap) { return gap.to > gap.from; });
+  std::sort(gaps.begin(), gaps.end(), [](const Gap& a, const Gap& b) { return a.from < b.from; });
+  std::vector<Gap> pauses;
+  for (const Gap& gap : gaps) {
+    if (pauses.empty() || gap.from > pauses.back().to)
+      pauses.push_back(gap);
+    else
+      pauses.back().to = std::max(pauses.back().to, gap.to);
+  }
+  return pauses;
+}
+
+// The pauses of a track in which the other one goes on.
+std::vector<Gap> pausesAlone(const TrackTimeline& track, const TrackTimeline& other) {
+  const std::vector<Gap> theirs = pausesOf(other);
+  std::vector<Gap> alone;
+  auto next = theirs.begin();
+  for (const Gap& pause : pausesOf(track)) {
+    double seconds = pause.to - pause.from;
+    while (next != theirs.end() && next->to <= pause.from) ++next;
+    for (auto their = next; their != theirs.end() && their->from < pause.to; ++their)
+      seconds -= std::min(their->to, pause.to) - std::max(their->from, pause.from);
+    if (seconds > kUsual) alone.push_back(pause);
+  }
+  return alone;
+}
+
+void noteDifference(const char* verb, double picture, double sound, double usual,
+                    std::vector<std::string>& notes) {
+  const double later = sound - picture;
+  if (std::abs(later) <= usual) return;
+  notes.push_back(std::string("the sound ") + verb + " " + secondsText(std::abs(later)) +
+                  (later > 0 ? " after" : " before") + " the picture");
+}
+
+void notePauses(const char* name, const std::vector<Gap>& pauses, const char* otherName,
+                std::vector<std::string>& notes) {
+  if (pauses.empty()) return;
+  const Gap& first = pauses.front();
+  std::string note = std::string("the ") + name + " pauses for " + secondsText(first.to - first.from) +
+                     " at " + secondsText(first.from) + ", the " + otherName + " does not";
+  if (pauses.size() > 1) note += "; the first of " + std::to_string(pauses.size()) + " such pauses";
+  notes.push_back(std::move(note));
+}
+
+}  // namespace
+
+std::vector<std::string> timelineNotes(const TrackTimeline& picture, const TrackTimeline& sound) {
+  std::vector<std::string> notes;
+  noteDifference("begins", picture.begin, sound.begin, kUsual, notes);
+  notePauses("picture", pausesAlone(picture, sound), "sound", notes);
+  notePauses("sound", pausesAlone(sound, picture), "picture", notes);
+  noteDifference("ends", picture.end, sound.end, kUsualAtEnd, notes);
+  return notes;
+}

@@ -1,0 +1,6 @@
+// How many audio tracks of a file are read: its first ones.
+#pragma once
+
+#include <cstddef>
+
+inline constexpr std::size_t kAudioTrackSlots = 64;

@@ -1,0 +1,30 @@
+// The captions of a file whose edit lists move them, which the plug-in leaves to its host.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "tool/package/package_plan.h"
+#include "tool/package/picture_times.h"
+#include "tool/source/source_captions.h"
+#include "tool/source/source_file.h"
+
+class EditedCaptions {
+ public:
+  // Null when no edit list of the file that the plug-in opens for `name` moves captions against pictures.
+  // Throws UserError when the file is damaged or has no pictures.
+  static std::unique_ptr<EditedCaptions> of(const std::string& name);
+
+  // Replaces the captions in the descriptor of a frame. Ask for frames in rising order.
+  void replaceIn(DFRAME& descriptor, std::uint32_t frame);
+
+ private:
+  explicit EditedCaptions(const std::string& path);
+  const SourceTrack& video();
+
+  SourceFile source_;
+  PictureTimes times_;
+  SourceCaptions cc608_;
+  SourceCaptions cc708_;
+};
