@@ -24,7 +24,7 @@ audio/umc/ac3: base dsp audio/umc host/include
 audio: base dsp audio/umc audio/umc/aac audio/umc/ac3 host/include
 recording: base os mp4box streaming/lists host/include
 recording/write: base os mp4box streaming/lists recording host/include
-recording/check: base os mp4box streaming/lists recording host/include
+recording/check: base os mp4box streaming/index streaming/lists recording host/include
 plugin: base os mp4box streaming/index streaming/lists audio recording recording/write host/include
 support:
 tool/terminal: base os mp4box host/include

@@ -71,9 +71,10 @@ run_tests() {
   ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure "${@:2}"
 }
 
-# The served page in Chromium, and ffmpeg over HTTP.
+# The served page in Chromium, and ffmpeg over HTTP; beside them the recording of a minute, which is mostly waited for.
 run_players() {
-  FMP4=$PWD/build/dev/bin/fmp4 node --test --test-reporter=spec tests/players/players.test.mjs >build/dev/players.log ||
+  FMP4=$PWD/build/dev/bin/fmp4 node --test --test-concurrency=2 --test-reporter=spec tests/players/*.test.mjs \
+    >build/dev/players.log ||
     { sed -n '/failing tests/,$p' build/dev/players.log; return 1; }
 }
 
@@ -97,6 +98,8 @@ box 150000 -dict=fuzz/boxes.dict fuzz/seeds/box
 manifest 300000 -dict=fuzz/manifest.dict fuzz/seeds/manifest
 file 12000 -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
 recording 20000 -dict=fuzz/boxes.dict fuzz/seeds/recording
+source 15000 -dict=fuzz/boxes.dict fuzz/seeds/source tests/corrupt
+package 4000 -dict=fuzz/boxes.dict fuzz/seeds/source
 aac_decoder 15000 fuzz/seeds/aac_decoder
 ac3_decoder 30000 fuzz/seeds/ac3_decoder
 aac_wrapper 15000 fuzz/seeds/aac_wrapper

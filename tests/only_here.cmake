@@ -44,6 +44,8 @@ set(VL_WINDOWS_TESTS
   host/win32/config_test.cpp
   # Library names and places.
   host/win32/library_test.cpp
+  # Requests of the console to end, and pipes through which nothing was written.
+  tool/win32/live_input_test.cpp
   # Playlists are texts, whose lines end as Windows ends them.
   plugin/win32/line_ends_test.cpp
   # The export and import tables as objdump prints them.

@@ -1,19 +1,43 @@
-// A recording that is being made: ffmpeg sends a source at its own pace, `fmp4 package -` records it.
+// Recordings that are being made: ffmpeg sends a source at its own pace, any number of `fmp4 package -` record it.
 import {spawn} from 'node:child_process';
 import {once} from 'node:events';
 import fs from 'node:fs/promises';
 import path from 'node:path';
 
-export class LiveRecording {
-  // Starts it. `name` of the recording in `folder`.
-  constructor(fmp4, source, folder, name) {
-    this.playlist = path.join(folder, `${name}.m3u8`);
+export class LiveFeed {
+  #recorders = [];
+
+  // Starts the feed.
+  constructor(source) {
     const sender = spawn('ffmpeg', ['-nostdin', '-v', 'error', '-re', '-i', source, '-c', 'copy', '-movflags',
       'frag_keyframe+empty_moov+default_base_moof', '-f', 'mp4', 'pipe:1'], {stdio: ['ignore', 'pipe', 'inherit']});
-    this.recorder = spawn(fmp4, ['--quiet', 'package', '-', '--output', path.join(folder, `${name}.mp4`)],
+    // A recorder that was killed must not hold up the others.
+    sender.stdout.on('data', (bytes) => this.#recorders.forEach(({stdin}) => stdin.write(bytes)));
+    sender.stdout.on('end', () => this.#recorders.forEach(({stdin}) => stdin.end()));
+  }
+
+  // Starts to record as `output`. To be called at once after the feed's start, so that nothing has been sent.
+  record(fmp4, output) {
+    const recorder = spawn(fmp4, ['--quiet', 'package', '-', '--output', output],
       {stdio: ['pipe', 'ignore', 'inherit']});
-    sender.stdout.pipe(this.recorder.stdin);
-    this.ended = once(this.recorder, 'exit');
+    recorder.stdin.on('error', () => {});
+    this.#recorders.push(recorder);
+    return new LiveRecording(recorder, output);
+  }
+}
+
+class LiveRecording {
+  #recorder;
+  #exit;
+
+  constructor(recorder, output) {
+    this.playlist = path.format({...path.parse(output), base: '', ext: '.m3u8'});
+    this.#recorder = recorder;
+    this.#exit = once(recorder, 'exit');
+  }
+
+  get ended() {
+    return this.#recorder.exitCode !== null;
   }
 
   // Waits until so many segments are listed.
@@ -25,9 +49,14 @@ export class LiveRecording {
     }
   }
 
-  // Waits for its end and gives the recorder's exit code.
+  // Waits for its end. Gives the recorder's exit code and the signal that ended it.
   async end() {
-    const [code] = await this.ended;
-    return code;
+    const [code, signal] = await this.#exit;
+    return {code, signal};
+  }
+
+  kill() {
+    this.#recorder.kill('SIGKILL');
+    return this.end();
   }
 }

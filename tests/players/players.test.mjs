@@ -5,9 +5,11 @@ import os from 'node:os';
 import path from 'node:path';
 import {after, before, test} from 'node:test';
 import {chromium} from 'playwright-core';
+import {assertNear, kSoundOverhang, numbers} from './checks.mjs';
+import {anyExtension, pictures} from './decoded.mjs';
 import {GrowingRecording} from './growing.mjs';
-import {LiveRecording} from './live.mjs';
-import {execute, makeSource, record, recordings, run, undivided} from './recordings.mjs';
+import * as names from './names.mjs';
+import {execute, record, recordings, run, undivided} from './recordings.mjs';
 import {serve} from './server.mjs';
 import {Viewer} from './viewer.mjs';
 
@@ -17,9 +19,8 @@ const shots = process.env.SHOTS;
 const kSpeed = 8;
 const kSeeks = 5;
 const kEndFrames = 4;  // that may be missing
-const kAheadFrames = 24;  // that Chromium decodes ahead, and again when a player leaps to the first picture
-
-const kSoundOverhang = 0.05;  // seconds that coded sound may last beyond the pictures
+// That Chromium decodes ahead, and again when a player leaps: to the first picture, or dash.js at the end.
+const kAheadFrames = 24;
 
 const kLeapBack = 0.6;  // seconds from the end, where dash.js now and then pauses
 
@@ -58,35 +59,10 @@ after(async () => {
   await fs.rm(folder, {recursive: true});
 });
 
-// Numbers from 0 up to `below` that are the same in every run (Lehmer).
-function numbers(seed, count, below) {
-  let state = seed;
-  return Array.from({length: count}, () => {
-    state = state * 48271 % 2147483647;
-    return state % below;
-  });
-}
-
-function assertNear(value, expected, tolerance) {
-  assert.ok(Math.abs(value - expected) <= tolerance, `${value} is not ${expected} within ${tolerance}`);
-}
-
-// The MD5 of every picture that ffmpeg decodes.
-async function pictures(input, options = []) {
-  const text = await run('ffmpeg', '-nostdin', '-v', 'error', '-xerror', ...options, '-i', input, '-map', '0:v:0',
-    '-fps_mode', 'passthrough', '-f', 'framemd5', '-');
-  return text.split('\n').filter((line) => line && !line.startsWith('#'))
-    .map((line) => line.split(',').at(-1).trim());
-}
-
-// What makes ffmpeg take media of any extension, where it has to be told.
-const anyExtension = (await run('ffmpeg', '-v', 'error', '-h', 'demuxer=hls')).includes('extension_picky') ?
-  ['-extension_picky', '0'] : [];
-
 for (const [index, recording] of recordings.entries()) {
   const frameSeconds = recording.rate[1] / recording.rate[0];
   for (const {player, delaysStart, delaysEnd, endsWithSound} of players) {
-    test(`${player} plays ${recording.name} to the end and seeks in it`, async () => {
+    test(names.plays(player)(recording.name), async () => {
       const viewer = await Viewer.open(browser, server.address, recording.name, player);
       const delay = recording.delayed * frameSeconds;
       // Sound in the same file begins at zero, so that nothing is shifted.
@@ -109,7 +85,8 @@ for (const [index, recording] of recordings.entries()) {
       assert.equal(seen.spoiled, 0);
       if (player !== 'dash.js') assert.equal(seen.ended, true);
       assertNear(seen.time, end, seen.ended ? kSoundOverhang : kLeapBack);
-      const most = recording.frames + (recording.delayed ? kAheadFrames : 0);
+      const leaps = recording.delayed || player === 'dash.js';
+      const most = recording.frames + (leaps ? kAheadFrames : 0);
       assert.ok(seen.pictures >= recording.frames - kEndFrames && seen.pictures <= most,
         `${seen.pictures} pictures of ${recording.frames}`);
 
@@ -131,13 +108,20 @@ for (const [index, recording] of recordings.entries()) {
       });
       continue;
     }
-    test(`ffmpeg decodes ${recording.name}${list} over HTTP to the last picture`, async () => {
+    test(names.decodes(recording.name, list), async () => {
       const decoded = await pictures(`${server.address}media/${encodeURIComponent(recording.name)}${list}`, options);
       assert.equal(decoded.length, recording.frames);
       assert.deepEqual(decoded, await pictures(sources[recording.name]));
     });
   }
 }
+
+// What the players play above: the sound that is left over at the end makes no segment of its own.
+test('a recording in one file ends with its last whole segment', async () => {
+  const list = await fs.readFile(path.join(media, 'one-file-full.m3u8'), 'utf8');
+  assert.deepEqual([...list.matchAll(/#EXTINF:(.*),/g)].map(([, seconds]) => seconds), ['4.000', '4.000']);
+  assert.match(list, /#EXT-X-ENDLIST\n$/);
+});
 
 test('ffmpeg that minds extensions refuses .m4v in playlists unless told', async () => {
   const decoding = pictures(`${server.address}media/pal.master.m3u8`);
@@ -192,37 +176,9 @@ for (const {player} of players) {
   });
 }
 
-for (const player of ['hls.js', 'shaka-hls']) {
-  test(`a recording is watched with ${player} while it is made`, async () => {
-    const recording = {name: `live-${player.replace('.', '-')}`, rate: [25, 1], frames: 300, delayed: 2, sound: true,
-      width: 320, height: 180};
-    const source = await makeSource(recording, folder);
-    const live = new LiveRecording(fmp4, source, media, recording.name);
-    await live.segments(1);
-    const viewer = await Viewer.open(browser, server.address, recording.name, player);
-    assert.match(await viewer.page.textContent('#facts'), /not ended$/);
-    if (shots) await viewer.page.screenshot({path: path.join(shots, `${recording.name}.png`)});
-    const seekableTo = (seconds) => viewer.page.waitForFunction((to) => {
-      const {seekable} = document.getElementById('video');
-      return seekable.length && seekable.end(seekable.length - 1) > to;
-    }, seconds);
-    await seekableTo(7);
-    await viewer.seek((2 + 150.5) / 25);
-    await viewer.sees(150);
-    await viewer.seek(0.1);
-    await viewer.play(1);
-    assert.equal(await live.end(), 0);
-    await viewer.page.waitForFunction(() => document.getElementById('facts').textContent.endsWith('00:00:12.000'));
-    await viewer.page.waitForFunction(() => document.getElementById('video').ended);
-    assertNear(await viewer.video((video) => video.currentTime), 12.08, kSoundOverhang);
-    assert.deepEqual(await viewer.messages(), []);
-    await viewer.close();
-  });
-}
-
 // What a static manifest is to these players: they read it once.
 for (const player of ['dash.js', 'shaka-dash']) {
-  test(`${player} shows of a recording in progress what there was when it was opened`, async () => {
+  test(names.showsWhatThereWas(player), async () => {
     const growing = new GrowingRecording(media, 'ntsc-b-sound', `static-${player.replace('.', '-')}`);
     await growing.write(1);
     const viewer = await Viewer.open(browser, server.address, growing.name, player);
@@ -288,8 +244,25 @@ test('ffprobe ignores byte ranges of manifests on the disk and warns', async () 
   assert.match(stderr, /Found duplicated MOOV Atom\. Skipped it/);
 });
 
-test('MediaInfo describes media, manifest and playlists', async () => {
-  const described = (file) => run('mediainfo', '--Output=General;%Format% %VideoCount%', path.join(media, file));
-  for (const [suffix, format] of [['.m4v', 'MPEG-4'], ['.mpd', 'DASH MPD'], ['.m3u8', 'HLS'], ['.master.m3u8', 'HLS']])
-    assert.equal((await described(`ntsc-b-sound${suffix}`)).trim(), `${format} 1`);
-});
+for (const {name, extension, sound} of recordings) {
+  const [mediaFile, manifest] = extension === '.ismv' ? [extension, '.xml'] : ['.m4v', '.mpd'];
+  for (const list of [manifest, '.m3u8', '.master.m3u8']) {
+    test(names.describes('ffprobe', name, list), async () => {
+      const options = list === manifest ? [] : anyExtension;
+      const described = await run('ffprobe', '-v', 'error', ...options, '-show_entries', 'stream=codec_name', '-of',
+        'csv=p=0', `${server.address}media/${encodeURIComponent(name)}${list}`);
+      // ffprobe tells of a stream once more for each program that it is in.
+      const codecs = [...new Set(described.split('\n').filter(Boolean))].sort();
+      const hasSound = sound && (list !== '.m3u8' || mediaFile === '.ismv');
+      assert.deepEqual(codecs, hasSound ? ['aac', 'h264'] : ['h264']);
+    });
+  }
+  for (const [suffix, format] of [[mediaFile, 'MPEG-4'], [manifest, 'DASH MPD'], ['.m3u8', 'HLS'],
+    ['.master.m3u8', 'HLS']]) {
+    test(names.describes('MediaInfo', name, suffix), async () => {
+      const described =
+        await run('mediainfo', '--Output=General;%Format% %VideoCount%', path.join(media, `${name}${suffix}`));
+      assert.equal(described.trim(), `${format} 1`);
+    });
+  }
+}

@@ -1,12 +1,12 @@
 // Recordings for the players: made by ffmpeg, recorded by `fmp4 package`. Every picture carries its number, least
-// significant bit first, as ten squares in its upper left corner.
+// significant bit first, as eleven squares in its upper left corner.
 import {execFile} from 'node:child_process';
 import {promisify} from 'node:util';
 import path from 'node:path';
 
 export const execute = promisify(execFile);
 
-export const kNumberBits = 10;
+export const kNumberBits = 11;
 export const kSquare = 16;  // pixels
 
 // Frames from key frame to key frame, which is also the length of a fragment below 31; ten fragments are a segment.

@@ -1,3 +1,18 @@
+// Runs in the page: makes pictureNumber(), which reads the number in the picture on the screen.
+function definePictureNumber({bits, square}) {
+  const canvas = document.createElement('canvas');
+  const context = canvas.getContext('2d', {willReadFrequently: true});
+  globalThis.pictureNumber = () => {
+    canvas.width = bits * square;
+    canvas.height = square;
+    context.drawImage(document.getElementById('video'), 0, 0);
+    let number = 0;
+    for (let bit = 0; bit < bits; ++bit)
+      number += (context.getImageData((bit + 0.5) * square, square / 2, 1, 1).data[0] > 127) << bit;
+    return number;
+  };
+}
+
 // A served page in Chromium, worked as a person would.
 import assert from 'node:assert/strict';
 import {kNumberBits, kSquare} from './recordings.mjs';
@@ -12,6 +27,7 @@ export class Viewer {
     const viewer = new Viewer();
     viewer.page = await browser.newPage({viewport: {width: 1280, height: 800}});
     viewer.page.setDefaultTimeout(kPatience);
+    await viewer.page.addInitScript(definePictureNumber, {bits: kNumberBits, square: kSquare});
     viewer.complaints = [];
     viewer.page.on('pageerror', (error) => viewer.complaints.push(error.message));
     viewer.page.on('console', (message) => {
@@ -60,19 +76,24 @@ export class Viewer {
     });
   }
 
-  // The number in the picture on the screen.
-  pictureNumber() {
-    return this.page.locator('#video').evaluate((video, {bits, square}) => {
-      const canvas = document.createElement('canvas');
-      canvas.width = video.videoWidth;
-      canvas.height = square;
-      const context = canvas.getContext('2d');
-      context.drawImage(video, 0, 0);
-      let number = 0;
-      for (let bit = 0; bit < bits; ++bit)
-        number += (context.getImageData((bit + 0.5) * square, square / 2, 1, 1).data[0] > 127) << bit;
-      return number;
-    }, {bits: kNumberBits, square: kSquare});
+  // From now on notes about a picture a second on the screen. It was due at a time of the media between that of which
+  // the browser told last and the one that is played; on busy machines they differ.
+  async watch() {
+    await this.video((video) => {
+      globalThis.watched = [];
+      const note = (_, {mediaTime: from}) => {
+        const {watched} = globalThis;
+        if (Math.floor(from) !== Math.floor(watched.at(-1)?.from ?? -1))
+          watched.push({from, number: globalThis.pictureNumber(), to: video.currentTime});
+        video.requestVideoFrameCallback(note);
+      };
+      video.requestVideoFrameCallback(note);
+    });
+  }
+
+  // What has been noted: [{number, from, to}].
+  watched() {
+    return this.page.evaluate(() => globalThis.watched);
   }
 
   // Waits for a picture on the screen.
@@ -80,11 +101,19 @@ export class Viewer {
     const end = Date.now() + kPatience;
     let seen;
     do {
-      seen = await this.pictureNumber();
+      seen = await this.page.evaluate(() => globalThis.pictureNumber());
       if (seen === number) return;
       await this.page.waitForTimeout(20);
     } while (Date.now() < end);
     assert.equal(seen, number, 'number of the picture on the screen');
+  }
+
+  // Waits until the player has learned of media beyond `seconds`.
+  async canSeekBeyond(seconds) {
+    await this.page.waitForFunction((to) => {
+      const {seekable} = document.getElementById('video');
+      return seekable.length && seekable.end(seekable.length - 1) > to;
+    }, seconds);
   }
 
   async seek(seconds) {

@@ -13,12 +13,13 @@
 
 namespace {
 
-constexpr std::uint64_t kMaxBoxBytes = 64u << 20;  // of a "moov" or "moof"
-constexpr std::uint64_t kMaxDataBytes = 1u << 30;  // of a "mdat"
-constexpr std::size_t kMaxHeldBytes = 64u << 20;   // of samples that wait for the pictures they go with
-constexpr std::size_t kMaxHeldSamples = 1u << 20;  // the same, of one track
-constexpr std::size_t kMaxSamples = 1u << 22;      // of all tracks, in one fragment and before it
-constexpr std::size_t kPiece = 1u << 20;           // memory is taken as bytes arrive
+constexpr std::uint64_t kMaxBoxBytes = 64u << 20;   // of a "moov" or "moof"
+constexpr std::uint64_t kMaxDataBytes = 1u << 30;   // of a "mdat"
+constexpr std::size_t kMaxHeldBytes = 64u << 20;    // of samples that wait for the pictures they go with
+constexpr std::size_t kMaxHeldSamples = 1u << 20;   // the same, of one track
+constexpr std::size_t kMaxSamples = 1u << 22;       // of all tracks, in one fragment and before it
+constexpr std::size_t kMaxEmptySamples = 1u << 16;  // of one fragment; all others take a byte
+constexpr std::size_t kPiece = 1u << 20;            // memory is taken as bytes arrive
 
 [[noreturn]] void damaged(const std::string& what) {
   throw UserError("the input is damaged: " + what + "; what came before is recorded");
@@ -166,13 +167,15 @@ void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint
                                 std::uint64_t dataOffset, std::size_t dataPlace) {
   const Mp4BoxPtr box = parse(moof, Mp4FourCc("moof"), moofOffset);
   std::vector<std::size_t> held;
-  std::uint64_t count = samplesOf(*box);
+  const std::uint64_t dataSize = data_.size() - dataPlace;
+  const std::uint64_t added = samplesOf(*box);
+  std::uint64_t count = added;
   for (const SourceTrack& track : tracks_) {
     held.push_back(track.samples.size());
     count += track.samples.size();
   }
-  if (count > kMaxSamples) damaged("a fragment counts too many samples");
-  const std::uint64_t dataSize = data_.size() - dataPlace;
+  if (added > dataSize + kMaxEmptySamples || count > kMaxSamples)
+    damaged("a fragment counts too many samples");
   ::readFragment(movie_.get(), box.get(), kMaxSamples, tracks_);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     for (SourceSample& sample : std::span(tracks_[i].samples).subspan(held[i])) {

@@ -51,10 +51,12 @@ inline HANDLE inheritable(const wchar_t* path, DWORD access) {
                      access == GENERIC_READ ? OPEN_EXISTING : CREATE_ALWAYS, 0, nullptr);
 }
 
-inline PROCESS_INFORMATION start(const std::vector<std::string>& command, STARTUPINFOW& startup) {
+inline PROCESS_INFORMATION start(const std::vector<std::string>& command, STARTUPINFOW& startup,
+                                 DWORD flags = 0) {
   std::wstring line = commandLine(command);
   PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
+  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup,
+                      &process))
     throw std::runtime_error("cannot start " + command[0] + ": " + std::to_string(GetLastError()));
   return process;
 }

@@ -4,19 +4,56 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 
 #include "base/user_error.h"
 
 namespace {
 
 std::atomic<bool> endAsked = false;
+
 HANDLE reader = nullptr;  // the thread that reads
+std::mutex readingMutex;
+bool reading = false;
+
+// While it lives, requests to end cancel what the thread waits for. Leaving waits for a cancel under way,
+// which would otherwise meet the thread's next access to a file.
+class Reading {
+ public:
+  Reading() { set(true); }
+  ~Reading() { set(false); }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+ private:
+  static void set(bool value) {
+    const std::lock_guard lock(readingMutex);
+    reading = value;
+  }
+};
+
+// Returns whether there was a read to cancel.
+bool cancelRead() {
+  const std::lock_guard lock(readingMutex);
+  if (reading) CancelSynchronousIo(reader);
+  return reading;
+}
 
 // Runs in a thread of its own.
 BOOL WINAPI askForEnd(DWORD event) {
-  if ((event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) || endAsked.exchange(true)) return FALSE;
-  CancelSynchronousIo(reader);
-  return TRUE;
+  constexpr DWORD kPause = 10;  // milliseconds
+  const bool first = !endAsked.exchange(true);
+  // A cancel that comes before the read has begun is lost.
+  while (cancelRead()) Sleep(kPause);
+  // The system ends the process when these return, and after some seconds anyhow. It ends by itself before.
+  if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
+    Sleep(INFINITE);
+  return first;
+}
+
+// What a failed read means: a pipe whose other end was closed has ended.
+bool isEnd(DWORD error) {
+  return error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
 }
 
 }  // namespace
@@ -35,11 +72,19 @@ bool endRequested() {
 
 std::size_t readStandardInput(std::span<std::uint8_t> bytes) {
   constexpr std::size_t kMost = 1u << 20;
-  if (endAsked) return 0;
-  DWORD count = 0;
+  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
   const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMost));
-  if (ReadFile(GetStdHandle(STD_INPUT_HANDLE), bytes.data(), wanted, &count, nullptr)) return count;
-  // A pipe whose other end was closed has ended.
-  if (endAsked || GetLastError() == ERROR_BROKEN_PIPE) return 0;
-  throw UserError("standard input cannot be read");
+  const Reading underWay;
+  while (!endAsked) {
+    DWORD count = 0;
+    if (ReadFile(input, bytes.data(), wanted, &count, nullptr)) {
+      // A pipe also hands on that somebody wrote no bytes.
+      if (count != 0 || GetFileType(input) != FILE_TYPE_PIPE) return count;
+    } else if (isEnd(GetLastError())) {
+      return 0;
+    } else if (!endAsked) {
+      throw UserError("standard input cannot be read");
+    }
+  }
+  return 0;
 }

@@ -1,0 +1,123 @@
+// Any bytes as the source of a recording: as a file, and as live input that arrives in pieces. Its frames are
+// planned, timed by its edit lists and read as packaging does it.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <span>
+#include <vector>
+
+#include "base/fourcc.h"
+#include "base/user_error.h"
+#include "tool/package/package_plan.h"
+#include "tool/package/picture_times.h"
+#include "tool/source/fragment_stream.h"
+#include "tool/source/source_captions.h"
+#include "tool/source/source_tracks.h"
+
+namespace {
+
+constexpr std::size_t kMaxSamples = 4096;  // of one track that are looked at
+
+std::uint64_t sum = 0;  // of what is read, so that reading is not left out
+
+// Every sample held by a source: its time and its bytes.
+void readHeld(SampleSource& source) {
+  for (SourceTrack& track : source.tracks()) {
+    double last = 0;
+    for (std::size_t i = track.next; i < std::min(track.samples.size(), track.next + kMaxSamples); ++i) {
+      const SourceSample& sample = track.samples[i];
+      last = std::max(last, track.present(sample));
+      track.edits.hides(sample.presentationTime(), sample.presentationTime() + sample.duration);
+      for (const std::uint8_t byte : source.read(sample)) sum += byte;
+    }
+    if (!(last <= std::numeric_limits<double>::max())) std::abort();
+  }
+}
+
+// Goes through the pictures as packaging does, with the captions that play along.
+void goThrough(SampleSource& source) {
+  SourceTrack* const found = source.trackOfHandler(Mp4FourCc("vide"));
+  if (!found || found->samples.empty()) return;
+  SourceTrack& video = *found;
+  PackageOptions options;
+  PackagePlan plan = planPackage(video, options, [](const std::string&) {});
+  PictureTimes times(video, plan);
+  SourceCaptions cc608(source, source.trackOfCodec(Mp4FourCc("c608")));
+  SourceCaptions cc708(source, source.trackOfCodec(Mp4FourCc("c708")));
+  video.wanted = true;
+  video.next = plan.first;
+  std::int64_t frame = 0;
+  const auto frameOf = [&](double seconds) {
+    const double time = times.recorded(seconds).value_or(times.end());
+    return static_cast<std::int64_t>(std::clamp(time / times.frameSeconds(), -1e15, 1e15));
+  };
+  DFRAME descriptor = {};
+  do {
+    readHeld(source);
+    for (; video.next < video.samples.size(); ++video.next, ++frame) {
+      if (frame >= static_cast<std::int64_t>(kMaxSamples)) return;
+      times.add(video.samples[video.next]);
+      plan.compositionOffset(video.samples[video.next]);
+      descriptor.captionBytes = 0;
+      cc608.addTo(descriptor, frame, frameOf);
+      cc708.addTo(descriptor, frame, frameOf);
+      if (descriptor.captionBytes > sizeof descriptor.captions) std::abort();
+    }
+  } while (source.more());
+}
+
+// All of it is there.
+class BytesAsFile : public SampleSource {
+ public:
+  explicit BytesAsFile(std::span<const std::uint8_t> bytes) : bytes_(bytes.begin(), bytes.end()) {
+    Mp4MemoryStream stream(bytes_.data(), bytes_.size());
+    const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+    if (root) tracks_ = readTracks(root.get(), bytes_.size());
+  }
+
+  const std::string& path() const override { return path_; }
+  std::vector<SourceTrack>& tracks() override { return tracks_; }
+  bool more() override { return false; }
+  std::span<std::uint8_t> read(const SourceSample& sample) override {
+    if (sample.offset > bytes_.size() || sample.size > bytes_.size() - sample.offset)
+      throw UserError("outside");
+    return std::span(bytes_).subspan(sample.offset, sample.size);
+  }
+
+ private:
+  std::string path_ = "file";
+  std::vector<std::uint8_t> bytes_;
+  std::vector<SourceTrack> tracks_;
+};
+
+void readAsFile(std::span<const std::uint8_t> bytes) try {
+  BytesAsFile file(bytes);
+  goThrough(file);
+} catch (const UserError&) {
+}
+
+// The last byte tells how large the pieces are that arrive, and whether the end was asked for.
+void readAsItArrives(std::span<const std::uint8_t> bytes) try {
+  const std::uint8_t choice = bytes.empty() ? 0 : bytes.back();
+  const auto arrive = [&bytes, choice](std::span<std::uint8_t> piece) {
+    const std::size_t count = std::min({piece.size(), bytes.size(), 16 * std::size_t{choice} + 1});
+    if (count != 0) std::memcpy(piece.data(), bytes.data(), count);
+    bytes = bytes.subspan(count);
+    return count;
+  };
+  FragmentStream stream("live input", {arrive, [choice] { return choice % 2 != 0; }});
+  for (int i = 0; i < choice % 4 && stream.readFragment(); ++i) {
+  }
+  goThrough(stream);
+} catch (const UserError&) {
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  readAsFile({data, size});
+  readAsItArrives({data, size});
+  return 0;
+}
