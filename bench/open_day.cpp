@@ -28,9 +28,9 @@ int main() {
   // file of one fragment is the program's own.
   const long base = measureProgram({tool, "--quiet", "info", tiny}).peakKilobytes;
   for (const auto& [name, path] :
-       {std::pair("plain", plain), std::pair("a segment index for every 10 fragments", indexed)}) {
+       {std::pair("plain", plain), std::pair("an index for every 10 fragments", indexed)}) {
     const long peak = measureProgram({tool, "--quiet", "info", path}).peakKilobytes;
-    const std::string what = std::string("bytes of memory a fragment, ") + name;
+    const std::string what = std::string("bytes of memory per fragment, ") + name;
     met = report(what.c_str(), static_cast<double>(peak - base) * 1024 / day.fragments, "<=", 3000) && met;
   }
 
@@ -48,7 +48,7 @@ int main() {
   const double open = medianOf(ours, &Measured::wallSeconds),
                probe = medianOf(theirs, &Measured::wallSeconds);
   std::printf("open %.3f s, ffprobe %.3f s (wall, median of 7, files in the page cache)\n", open, probe);
-  std::printf("fmp4 info as a whole, closing included: %.3f s\n",
+  std::printf("fmp4 info, whole process: %.3f s\n",
               measureProgram({tool, "--quiet", "info", plain}).wallSeconds);
   met = report("ffprobe's time over ours", probe / open, ">=", 4) && met;
   return met ? 0 : 1;

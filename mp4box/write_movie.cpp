@@ -52,7 +52,8 @@ void writeMediaInformation(Mp4Output& out, mp4::Track& track) {
     std::visit([&](auto& media) { writeMediaHeader(out, media); }, track.media);
     writeDataInformation(out);
     writeSampleTable(out, track);
-    Mp4WriteBox(out, Mp4FourCc("hdlr"), track.hdlr);  // a second copy after the one in "mdia": intended
+    Mp4WriteBox(out, Mp4FourCc("hdlr"),
+                track.hdlr);  // a second copy after the one in "mdia": intended (quirk 44)
   });
 }
 
@@ -81,7 +82,7 @@ void writeMovieExtends(Mp4Output& out, mp4::MovieExtends& mvex) {
 void Mp4WriteMovie(Mp4Output& out, mp4::Movie& movie) {
   Mp4WriteContainer(out, Mp4FourCc("moov"), [&] {
     Mp4WriteBox(out, Mp4FourCc("mvhd"), movie.mvhd);
-    writeMovieExtends(out, movie.mvex);  // before the tracks: intended
+    writeMovieExtends(out, movie.mvex);  // before the tracks: intended (quirk 44)
     for (const mp4::TrackKind kind : mp4::kTrackKinds) {
       if (auto& track = movie.tracks[kind]) writeTrack(out, *track);
     }

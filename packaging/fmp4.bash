@@ -10,6 +10,7 @@ _fmp4() {
   done
   local options="--help --plugin --quiet"
   case $command in
+    "") options+=" --version" ;;
     info | boxes | verify) options+=" --json" ;;
     frames) options+=" --json --from --count --random" ;;
     export) options+=" --video --audio --captions --from --count" ;;

@@ -20,9 +20,9 @@ std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry);
 
 // The ADTS header before each AAC sample of a track, made from the first two bytes of its configuration.
 //
-// Intended, although unusual: the profile is the low bits of the object type, unchanged; any channel
-// configuration is written as 2; and only some bits of the frame length are stored. Hosts' decoders rely on
-// this.
+// Intended (quirk 24), although unusual: the profile is the low bits of the object type, unchanged; any
+// channel configuration is written as 2; and only some bits of the frame length are stored. Hosts' decoders
+// rely on this.
 class AdtsHeader {
  public:
   static constexpr std::uint32_t kBytes = 7;

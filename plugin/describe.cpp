@@ -66,7 +66,8 @@ void CMFFmp4::recomputeMainHeader() {
   const QVRSTREAMHEADER& video = m_video.stream;
   m_system.microSecondsPerFrame =
       static_cast<std::uint32_t>(std::trunc(1000000.0 / (static_cast<double>(video.rate) / video.scale)));
-  // Intended: bytes per frame times scale over rate, which is not a byte rate, but hosts expect this value.
+  // Intended (quirk 3): bytes per frame times scale over rate, which is not a byte rate, but hosts expect
+  // this value.
   m_system.maximumBytesPerSecond =
       saturate<std::uint32_t>(std::uint64_t{m_video.bitmap.sizeImage} * video.scale / video.rate +
                               m_audio.wave.averageBytesPerSecond);

@@ -23,7 +23,7 @@ inline constexpr char kConfigurationTooLong[] = "The codec configuration is too 
 
 // Reading.
 inline constexpr char kNoVideoChunkForFrame[] = "Unable to find correct video chunk for this frame";
-// Misspelt; hosts rely on the text.
+// Intended (quirk 11): misspelt, and known to hosts so.
 inline constexpr char kNoAudioChunkForFrame[] = "Unable to find correct audio chunck for this frame";
 inline constexpr char kNoAudioChunkForSeek[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNo708ChunkForFrame[] = "Unable to find correct cc 708 chunk for this frame";

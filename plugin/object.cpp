@@ -83,14 +83,15 @@ std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char*
                                   std::uint32_t* flags, std::uint32_t* extra) {
   if (index != 0) return VL_FAILED;
   store(extra, 0u);
-  // Intended: these codes are in file byte order, although the video description holds its code reversed.
+  // Intended (quirk 4): these codes are in file byte order, although the video description holds its code
+  // reversed.
   if (stream < 0) {
     if (shortCode) std::memcpy(shortCode, "AAC", 4);
     if (name) std::strcpy(name, "AAC Audio Stream");
     store(flags, 0x10000040u);
     return Mp4FourCc("mp4a");
   }
-  // Intended: if `name` is null, the short code is not written either.
+  // Intended (quirk 5): if `name` is null, the short code is not written either.
   if (name) {
     if (shortCode) std::strcpy(shortCode, "AVC1 h.264");
     std::strcpy(name, "AVC1 h.264");

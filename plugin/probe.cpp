@@ -33,8 +33,8 @@ std::uint32_t probeManifest(const char* fileName) {
   return refuse(messages::kNoManifest);
 }
 
-// Intended: the stream, box tree and open file of an accepted file are kept, because hosts rely on the file
-// staying open after the probe. This is the only place that gives up ownership.
+// Intended (quirk 1): the stream, box tree and open file of an accepted file are kept, because hosts rely on
+// the file staying open after the probe. This is the only place that gives up ownership.
 void keepReaderOpen(std::unique_ptr<Mp4Stream> stream, Mp4BoxPtr root) {
 #if defined(FMP4_LEAK_CHECKED)
   __lsan_ignore_object(stream.get());

@@ -154,7 +154,7 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
   holder->audio = m_audio;
   holder->audio.channelMask = channels;
   m_fixQVRStruct(&holder->audio);
-  // Intended regardless of the host's request: 24-bit samples in 32-bit containers.
+  // Intended (quirk 6) regardless of the host's request: 24-bit samples in 32-bit containers.
   QVRWAVE& wave = holder->audio.wave;
   wave.channels = 2;
   wave.bitsPerSample = 24;

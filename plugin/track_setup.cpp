@@ -36,8 +36,8 @@ constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
 // Audio buffers per second if there is no video to give a frame duration.
 constexpr FrameRate kAudioFrameRate{30, 1};
 
-// Intended: video descriptions hold the code with its four bytes reversed, "avc1" as "1cva"; EnumCodecs and
-// audio descriptions use file byte order.
+// Intended (quirk 4): video descriptions hold the code with its four bytes reversed, "avc1" as "1cva";
+// EnumCodecs and audio descriptions use file byte order.
 constexpr std::uint32_t reversed(std::uint32_t fourcc) {
   return fourcc >> 24 | (fourcc >> 8 & 0xFF00u) | (fourcc << 8 & 0xFF0000u) | fourcc << 24;
 }
@@ -162,8 +162,8 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   wave.samplesPerSecond = format.samplesPerSecond;
   wave.bitsPerSample = kDecodedBits;
   const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
-  // Intended: AC-3 keeps the block alignment of one channel, and its buffer size uses the described frame
-  // rate.
+  // Intended (quirk 7): AC-3 keeps the block alignment of one channel, and its buffer size uses the described
+  // frame rate.
   const bool ac3 = sampleEntry->type == kAc3;
   wave.blockAlign = static_cast<std::uint16_t>(ac3 ? sampleBytes : sampleBytes * wave.channels);
   wave.averageBytesPerSecond =

@@ -100,8 +100,7 @@ Path findMedia(const Path& name) {
     media = with(name, ".m4v");  // recorded under that name
   }
   if (!media)
-    throw UserError("'" + vlName(name) +
-                    "' belongs to no recording: no media file of it is there; check the name");
+    throw UserError("'" + vlName(name) + "' belongs to no recording: it has no media file; check the name");
   // Sound that stands beside a picture is part of its recording.
   if (media->extension() == ".m4a" && isFile(with(*media, ".m4v"))) return with(*media, ".m4v");
   return *media;

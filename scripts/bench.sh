@@ -1,13 +1,69 @@
 #!/usr/bin/env bash
-# Builds the release preset and runs every measurement. Exit 0 only when all targets are met.
+# Builds the release preset, runs every measurement and writes docs/performance.md from what they print. Exit 0 only
+# when all targets are met.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
-cmake --preset release >/dev/null
+launcher=()
+if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+cmake --preset release "${launcher[@]}" >/dev/null
 cmake --build --preset release -j "$(nproc)"
+
+load() { cut -d' ' -f1 /proc/loadavg; }
+version_of() { dpkg-query --show --showformat='${Version}' "$1"; }
+
+# section TITLE: the output of a measurement as a table of its figures and a list of what else it says.
+section() {
+  printf '\n## %s\n\n| figure | measured | target | |\n|---|---:|---:|---|\n' "$1"
+  awk '
+    function trimmed(text) { gsub(/^ +| +$/, "", text); return text }
+    match($0, / +[-0-9.]+ +target [<>]= /) {
+      split(trimmed(substr($0, RSTART)), word, " +")
+      printf "| %s | %s | %s %s | %s |\n", trimmed(substr($0, 1, RSTART - 1)), word[1], word[3], word[4], word[5]
+      next
+    }
+    { notes = notes "- " $0 "\n" }
+    END { if (notes != "") printf "\n%s", notes }'
+}
+
+started=$(load)
+sections=
+# write_document: all that has been measured so far, so that a run that is interrupted leaves what it has.
+write_document() {
+  cat >docs/performance.md <<END
+# Performance
+
+\`scripts/bench.sh\` measures this and writes this page. Ratios are of medians, from runs that take turns on one
+machine; they say more than the times beside them. Other work on the machine shows in the load average.
+
+| | |
+|---|---|
+| date | $(date -u +%F) |
+| processor | $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(nproc) processors |
+| memory | $(awk '/^MemTotal/ { printf "%.0f GB", $2 / 1e6 }' /proc/meminfo) |
+| system | $(. /etc/os-release && echo "$PRETTY_NAME") |
+| load average before and after | $started, $(load) |
+| compiler | $(g++ --version | head -n 1) |
+| version | $(sed -n 's/^project(vlx_fmp4 VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt) |
+| compared with | ffmpeg $(version_of ffmpeg), faad $(version_of faad), a52dec $(version_of liba52-0.7.4-dev) |
+$sections
+END
+}
+
 missed=0
-for bench in build/release/bin/bench_*; do
-  echo "== ${bench##*/}"
-  "$bench" || missed=1
-done
+# measure PROGRAM TITLE
+measure() {
+  local output
+  echo "== $1"
+  output=$("build/release/bin/$1") || missed=1
+  echo "$output"
+  sections+=$(section "$2" <<<"$output")
+  sections+=$'\n'
+  write_document
+}
+measure bench_open_day "Opening a recording of a day"
+measure bench_read_frames "Reading every frame"
+measure bench_decode_sound "Decoding AAC"
+measure bench_decode_surround "Decoding AC-3"
+measure bench_record "Recording"
 exit "$missed"

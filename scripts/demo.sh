@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and shows the main job on real media: a fragmented MP4 is described,
-# read frame by frame, exported and recorded anew, and what comes out is held against the source. Fails if
-# anything is off.
+# read frame by frame, exported and recorded again, and the results are compared with the source. Fails if anything
+# differs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 folder=build/demo
 source=$folder/source.mp4
 exported=$folder/exported.h264
-sound=$folder/exported.wav
+audio=$folder/exported.wav
 fmp4=build/release/bin/fmp4
 
 fail() {
@@ -16,7 +16,7 @@ fail() {
   exit 1
 }
 title() { printf '\n== %s\n' "$*"; }
-# The MD5 of every decoded picture, in order of presentation.
+# The MD5 of every decoded frame, in order of presentation.
 picture_hashes() {
   ffmpeg -nostdin -v error -i "$1" -map 0:v:0 -fps_mode passthrough -f framemd5 - |
     awk '!/^#/ { print $NF }'
@@ -61,24 +61,24 @@ title "fmp4 export --video"
 ls -l "$exported"
 picture_hashes "$source" >"$folder/source.md5"
 picture_hashes "$exported" >"$folder/exported.md5"
-cmp "$folder/source.md5" "$folder/exported.md5" || fail "the export does not decode to the source's pictures"
+cmp "$folder/source.md5" "$folder/exported.md5" || fail "the export does not decode to the source's frames"
 pictures=$(wc -l <"$folder/exported.md5")
-[[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames, $pictures pictures instead of 300"
+[[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames read, $pictures decoded, instead of 300"
 
 title "fmp4 export --audio"
-"$fmp4" --quiet export "$source" --audio "$sound"
-ls -l "$sound"
-samples=$(ffprobe -v error -select_streams a:0 -show_entries stream=duration_ts -of csv=p=0 "$sound")
+"$fmp4" --quiet export "$source" --audio "$audio"
+ls -l "$audio"
+samples=$(ffprobe -v error -select_streams a:0 -show_entries stream=duration_ts -of csv=p=0 "$audio")
 described=$("$fmp4" --quiet info --json "$source" | sed -n 's/.*"samples": *\([0-9]*\).*/\1/p')
-[[ $samples -eq $described ]] || fail "$samples samples of sound instead of $described"
+[[ $samples -eq $described ]] || fail "$samples PCM frames of audio instead of $described"
 # A tone at ffmpeg's level: the mean volume of the export and of ffmpeg's own decoding agree within 0.1 dB.
 mean_volume() {
   ffmpeg -nostdin -v info -i "$1" -vn -af atrim=start=1:end=9,volumedetect -f null - 2>&1 |
     sed -n 's/.*mean_volume: \(.*\) dB/\1/p'
 }
-awk -v a="$(mean_volume "$sound")" -v b="$(mean_volume "$source")" \
+awk -v a="$(mean_volume "$audio")" -v b="$(mean_volume "$source")" \
   'BEGIN { d = a - b; exit !(a != "" && b != "" && d < 0.11 && d > -0.11) }' ||
-  fail "the exported sound is not at the level of ffmpeg's decoding"
+  fail "the exported audio is not at the level of ffmpeg's decoding"
 
 title "fmp4 package"
 recording=$folder/recording
@@ -90,19 +90,19 @@ for file in "$recording.m4v" "$recording.m4a"; do
   ffmpeg -nostdin -xerror -v error -i "$file" -f null - || fail "ffmpeg does not decode $file"
 done
 picture_hashes "$recording.m4v" >"$folder/recording.md5"
-cmp "$folder/source.md5" "$folder/recording.md5" || fail "the recording does not decode to the source's pictures"
+cmp "$folder/source.md5" "$folder/recording.md5" || fail "the recording does not decode to the source's frames"
 
 title "Summary"
 cat <<END
 read      $frames frames, in sequence and shuffled: the same
           sizes, key frames and bytes as ffprobe finds
-exported  $pictures pictures, decoded by ffmpeg bit for bit as from the source
-          $samples samples of sound, at the level that ffmpeg decodes
-recorded  $pictures pictures with sound, read back through the manifest: the same
+exported  $pictures frames, decoded by ffmpeg bit for bit as from the source
+          $samples PCM frames of audio, at the level that ffmpeg decodes
+recorded  $pictures frames with audio, read back through the manifest: the same
           frames, and decoded by ffmpeg bit for bit as from the source
 play      $source
           $exported
-          $sound
+          $audio
           ffplay $recording.m4v
           DASH: $recording.mpd and HLS: $recording.master.m3u8, in a browser:
           $fmp4 serve $folder

@@ -11,7 +11,7 @@ linux=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libtinyxml2-dev libcli11-dev nlohmann-json3-dev libhwy-dev zlib1g-dev libcpp-httplib-dev
   locales  # one with decimal commas
-  ffmpeg mediainfo faad liba52-0.7.4-dev  # make the tests' media and bear witness (a52dec is in the last); run as programs only
+  ffmpeg mediainfo faad liba52-0.7.4-dev  # make the tests' media, reference decoders (a52dec is in the last); run as programs only
   chromium  # runs the served page
 )
 # A Node.js from elsewhere may bring npm along, and then excludes Debian's packages.

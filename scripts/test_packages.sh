@@ -75,7 +75,7 @@ try_debian() {
   bash -c 'source /usr/share/bash-completion/completions/fmp4
     COMP_WORDS=(fmp4 pa) COMP_CWORD=1 && _fmp4 && [[ ${COMPREPLY[*]} == package ]]' || fail "completion"
   as_root dpkg --purge fmp4 >/dev/null
-  [[ ! -e /usr/lib/fmp4 ]] || fail "files stay behind"
+  [[ ! -e /usr/lib/fmp4 ]] || fail "files remain"
 }
 
 try_windows() {

@@ -18,6 +18,8 @@ set(VL_LINUX_TESTS
   examples/posix/installed_package_test.cpp
   # The export table as nm prints it.
   plugin/posix/exports_test.cpp
+  # The open files of a process, as Linux lists them.
+  plugin/posix/probe_test.cpp
   # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows
   # binds names to libraries.
   corrupt_test
@@ -32,6 +34,8 @@ set(VL_LINUX_TESTS
   audio/ffmpeg_loader_test.cpp
   # The same, in processes that are made by copying, to be killed.
   recovery/kill_test.cpp
+  # Documents are the same on both systems, and the completion is a shell's.
+  docs_test
   # Links and pipes as parts of a folder, and signals that end a program.
   tool/posix/serve_test.cpp)
 

@@ -29,12 +29,14 @@ int runCommand(const Invocation& invocation) {
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   prepareStreams();
-  CLI::App app("Looks into fragmented MP4 presentations through the media-file plug-in.", "fmp4");
+  CLI::App app("Inspects, exports, records and checks fragmented MP4 through the media-file plug-in.",
+               "fmp4");
   app.require_subcommand(1);
   app.fallthrough();
   Invocation invocation;
   app.add_option("--plugin", invocation.plugin, "The plug-in library to load")->capture_default_str();
   app.add_flag("--quiet", invocation.quiet, "Hide the host's log");
+  app.set_version_flag("--version", "fmp4 " + programVersion(), "Print the program's version and exit");
   addProbeCommand(app, invocation);
   addInfoCommand(app, invocation);
   addFramesCommand(app, invocation);

@@ -47,12 +47,12 @@ std::string attributeDifference(const XMLElement* expected, const XMLElement* ac
     const char* const is = actual->Attribute(due->Name());
     if (!is) return placeOf(expected) + " lacks " + due->Name() + "=" + quoted(due->Value());
     if (std::string_view(is) != due->Value())
-      return placeOf(expected) + " has " + due->Name() + "=" + quoted(is) + " where the media make it " +
+      return placeOf(expected) + " has " + due->Name() + "=" + quoted(is) + ", but the media say " +
              quoted(due->Value());
   }
   for (const XMLAttribute* is = actual->FirstAttribute(); is; is = is->Next()) {
     if (!expected->Attribute(is->Name()))
-      return placeOf(expected) + " has a " + quoted(is->Name()) + " too many";
+      return placeOf(expected) + " has a " + quoted(is->Name()) + " that recordings do not have";
   }
   return "";
 }
@@ -60,18 +60,18 @@ std::string attributeDifference(const XMLElement* expected, const XMLElement* ac
 // No deeper than `expected` is.
 std::string elementDifference(const XMLElement* expected, const XMLElement* actual) {
   if (std::string_view(expected->Name()) != actual->Name())
-    return quoted(actual->Name()) + " stands where " + placeOf(expected) + " should";
+    return quoted(actual->Name()) + " is where " + placeOf(expected) + " should";
   std::string difference = attributeDifference(expected, actual);
   if (difference.empty() && std::string_view(orEmpty(expected->GetText())) != orEmpty(actual->GetText()))
-    difference = placeOf(expected) + " says " + quoted(orEmpty(actual->GetText())) +
-                 " where the media make it " + quoted(orEmpty(expected->GetText()));
+    difference = placeOf(expected) + " says " + quoted(orEmpty(actual->GetText())) + ", but the media say " +
+                 quoted(orEmpty(expected->GetText()));
   const XMLElement* due = expected->FirstChildElement();
   const XMLElement* is = actual->FirstChildElement();
   for (; difference.empty() && due && is; due = due->NextSiblingElement(), is = is->NextSiblingElement())
     difference = elementDifference(due, is);
   if (!difference.empty()) return difference;
   if (due) return placeOf(due) + " is missing";
-  if (is) return quoted(is->Name()) + " is one too many in " + placeOf(expected);
+  if (is) return quoted(is->Name()) + " should not be in " + placeOf(expected);
   return "";
 }
 
@@ -84,18 +84,17 @@ std::string playlistDifference(std::string_view expected, std::string_view actua
     const bool ended = rest.size() > is.size();
     if (rest.empty()) {
       if (expected.empty()) return "its end marker " + quoted(due) + " is missing";
-      return "it ends ahead of line " + std::to_string(line) + ", " + quoted(due);
+      return "it ends before line " + std::to_string(line) + ", " + quoted(due);
     }
     if (is != due || !ended)
-      return "line " + std::to_string(line) + " says " + quoted(is) + " where the media make it " +
-             quoted(due);
+      return "line " + std::to_string(line) + " says " + quoted(is) + ", but the media say " + quoted(due);
   }
-  return actual.empty() ? "" : "it goes on behind its end with " + quoted(takeLine(actual));
+  return actual.empty() ? "" : "it continues after its end with " + quoted(takeLine(actual));
 }
 
 std::string manifestDifference(std::string_view expected, std::string_view actual) {
   tinyxml2::XMLDocument due, is;
-  if (!ParseManifestDocument(actual, is) || !is.RootElement()) return "it is no whole XML document";
+  if (!ParseManifestDocument(actual, is) || !is.RootElement()) return "it is not a complete XML document";
   if (!ParseManifestDocument(expected, due) || !due.RootElement()) return "";
   return elementDifference(due.RootElement(), is.RootElement());
 }

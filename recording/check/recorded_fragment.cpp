@@ -54,7 +54,7 @@ std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, st
   if (Mp4BoxChild(traf, Mp4FourCc("trun"), 1)) return name + " has more than one run in a fragment";
   const auto kind = kindOf(tfhd->trackId);
   if (!kind || !movie.tracks[*kind]) return "the fragment has samples of " + name + ", which does not exist";
-  if (fragment.runs[*kind]) return name + " stands twice in a fragment";
+  if (fragment.runs[*kind]) return name + " appears twice in a fragment";
   RecordedRun& run = fragment.runs[*kind].emplace();
   run.decodeTime = tfdt->baseMediaDecodeTime;
   sumUp(*trun, *tfhd, *movie.tracks[*kind], run);
@@ -62,7 +62,7 @@ std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, st
                       !(tfhd->flags & Header::kBaseDataOffset) && (tfhd->flags & Header::kDefaultBaseIsMoof);
   run.offset = moof->position + static_cast<std::uint64_t>(placed ? trun->dataOffset : 0);
   if (!placed || run.offset != dataEnd)
-    return "the data offset of " + name + " does not lead to where its samples are";
+    return "the data offset of " + name + " does not point to its samples";
   if (run.bytes > fragment.end - dataEnd) return "the samples of " + name + " exceed the media data";
   dataEnd += run.bytes;
   return "";
@@ -90,8 +90,8 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   const std::uint64_t size = stream.size();
   Mp4Box header;
   if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header) || header.type != Mp4FourCc("moof"))
-    return "no fragment stands here";
-  if (header.size < 8 || header.size > size - offset) return "the fragment's boxes are cut off";
+    return "there is no fragment here";
+  if (header.size < 8 || header.size > size - offset) return "the fragment's boxes are truncated";
   const Mp4BoxPtr moof(Mp4ReadBox(stream, nullptr));
   const auto* mfhd =
       moof ? Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), Mp4FourCc("mfhd"))) : nullptr;
@@ -100,7 +100,7 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   fragment.start = offset;
   fragment.sequenceNumber = mfhd->sequenceNumber;
   fragment.end = mediaDataEnd(stream, moof->end());
-  if (fragment.end == 0) return "the fragment's media data are missing or cut off";
+  if (fragment.end == 0) return "the fragment's media data are missing or truncated";
   std::uint64_t dataEnd = moof->end() + kMediaDataHeader;
   if (moof->first->type != Mp4FourCc("mfhd")) return "the fragment's header is not at its start";
   Mp4Box* child = moof->first->next;
@@ -110,7 +110,7 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   }
   if (child || moof->last->end() != moof->end() || moof->first == moof->last)
     return "the fragment does not consist of its header and its tracks";
-  if (dataEnd != fragment.end) return "the samples of the fragment are not as many bytes as its media data";
+  if (dataEnd != fragment.end) return "the fragment's samples do not add up to its media data";
   return fragment;
 }
 

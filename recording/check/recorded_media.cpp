@@ -41,7 +41,7 @@ RecordedMedia::RecordedMedia(Mp4Stream& stream, const std::string& name, Data da
                              const std::function<void(std::uint64_t)>& progress)
     : stream_(stream), name_(name), data_(data), problems_(problems), size_(stream.size()) {
   readInitialisation([this](const std::string& text) { complain(0, text, false); });
-  std::string stop = movie_ ? readSegments(progress) : "the movie box is cut off";
+  std::string stop = movie_ ? readSegments(progress) : "the movie box is truncated";
   const std::uint64_t searchFrom = end_;
   if (dropUnwrittenEnd()) stop = "the media data were never written";
   if (end_ < size_) explainRest(stop, searchFrom);
@@ -57,7 +57,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
     return stream_.seek(offset) && Mp4ReadBoxHeader(stream_, header) && header.type == type;
   };
   if (!startsHere(0, Mp4FourCc("ftyp")) || header.size > size_)
-    throw NotRecorded("does not begin with a whole file type box");
+    throw NotRecorded("does not begin with a complete file type box");
   const Mp4BoxPtr ftyp(Mp4ReadBox(stream_, nullptr));
   const auto* brands = Mp4PayloadOf<mp4::FileTypeBox>(ftyp.get());
   if (!brands || brands->majorBrand != Mp4FourCc("iso5"))
@@ -67,7 +67,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   if (!startsHere(end_, Mp4FourCc("moov"))) {
     // What was cut off within its header may still become one.
     if (size_ - end_ < 8) return;
-    throw NotRecorded("has no movie box behind its file type box");
+    throw NotRecorded("has no movie box after its file type box");
   }
   if (header.size > size_ - end_) return;
   const Mp4BoxPtr moov(Mp4ReadBox(stream_, nullptr));
@@ -91,7 +91,7 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
       reason = readIndex(offset);
       if (reason.empty()) offset = segments_.back().indexEnd;
     } else if (segments_.empty()) {
-      reason = "no segment index leads the first fragment";
+      reason = "no segment index precedes the first fragment";
     } else {
       reason = readFragment(offset);
       offset = end_;
@@ -142,13 +142,13 @@ void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchF
         findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
   if (afterDamage_) {
     complain(end_,
-             "the file is damaged (" + reason + "), and whole fragments stand behind the damage, from byte " +
+             "the file is damaged (" + reason + "), and complete fragments follow the damage, from byte " +
                  std::to_string(*afterDamage_) + " on",
              false);
   } else {
     complain(end_,
-             "the recording was cut off: the last " + count(size_ - end_, "byte") +
-                 " of the file are nothing whole (" + reason + ")",
+             "the recording was interrupted: the last " + count(size_ - end_, "byte") +
+                 " of the file contain no complete fragment (" + reason + ")",
              true);
   }
 }
@@ -158,7 +158,7 @@ std::string RecordedMedia::readIndex(std::uint64_t offset) {
   if (!segments_.empty() && segments_.back().fragments == 0) return "one segment index follows another";
   const Mp4BoxPtr box(stream_.seek(offset) ? Mp4ReadBox(stream_, nullptr) : nullptr);
   const auto* index = Mp4PayloadOf<SegmentIndexBox>(box.get());
-  if (!index) return "the segment index is cut off";
+  if (!index) return "the segment index is truncated";
   if (segments_.empty()) {
     fragmentsPerSegment_ = static_cast<std::uint32_t>(index->references.size());
     firstIndexTime_ = index->earliestPresentationTime;
@@ -187,8 +187,8 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
   const std::uint64_t expected = fragments_.size() + 1;
   if (fragment.sequenceNumber != expected) {
     complain(fragment.start,
-             "the fragment has sequence number " + std::to_string(fragment.sequenceNumber) + " where " +
-                 std::to_string(expected) + " is due",
+             "the fragment has sequence number " + std::to_string(fragment.sequenceNumber) + ", expected " +
+                 std::to_string(expected),
              false);
   }
   for (const TrackKind kind : mp4::kTrackKinds) {
@@ -205,7 +205,7 @@ void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint6
   if (run.decodeTime != times.end) {
     complain(offset,
              "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
-                 std::to_string(run.decodeTime) + " where " + std::to_string(times.end) + " is due",
+                 std::to_string(run.decodeTime) + ", expected " + std::to_string(times.end),
              false);
     if (!first) times.jumps.push_back({fragments_.size(), times.end, run.decodeTime});
   }
@@ -263,8 +263,8 @@ std::uint64_t RecordedMedia::indexTicks(const Fragment& fragment) const {
   return positions(fragment);
 }
 
-// Frames of video or samples of sound. Intended: the last fragment of sound, when it is not full, counts by
-// its codec's frame, all others by that of AAC.
+// Frames of video or samples of sound. Intended (quirk 41): the last fragment of sound, when it is not full,
+// counts by its codec's frame, all others by that of AAC.
 std::uint64_t RecordedMedia::positions(const Fragment& fragment) const {
   if (movie_->hasVideo()) return fragment.samples;
   const bool last = &fragment == &fragments_.back() && fragment.samples < framesPerFragment();
@@ -301,7 +301,7 @@ void RecordedMedia::checkGeometry() {
     if (segments_[i].fragments == fragmentsPerSegment_) continue;
     complain(segments_[i].start,
              "the segment holds " + count(segments_[i].fragments, "fragment") +
-                 " where its index has room for " + std::to_string(fragmentsPerSegment_),
+                 ", but its index has room for " + std::to_string(fragmentsPerSegment_),
              false);
   }
 }
@@ -317,7 +317,7 @@ std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) cons
   index.earliestPresentationTime =
       (video ? kFirstVideoIndexTime : FirstAudioIndexTime(step)) + ordinal * step;
   index.version = index.earliestPresentationTime > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
-  // Intended: references that are not used are there too, all zero.
+  // Intended (quirk 39): references that are not used are there too, all zero.
   index.references.resize(fragmentsPerSegment_);
   for (std::size_t i = 0; i < std::min<std::size_t>(segment.fragments, fragmentsPerSegment_); ++i) {
     const Fragment& fragment = fragments_[segment.firstFragment + i];
@@ -351,7 +351,7 @@ void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::
   const auto expected = parseIndex(expectedBytes);
   if (!stored || !expected || storedBytes->size() != expectedBytes.size())
     return complain(segment.start,
-                    "the index of the segment does not fit its fragments, nor can it be made to", false);
+                    "the index of the segment does not fit its fragments and cannot be corrected", false);
   if (isEmpty(*stored)) return complain(segment.start, "the index of the segment was not completed", true);
   for (std::size_t i = 0; i < expected->references.size(); ++i) {
     const auto& is = stored->references[i];
@@ -360,16 +360,16 @@ void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::
       return complain(segment.start,
                       "reference " + std::to_string(i) + " of the index says " +
                           count(is.referencedSize, "byte") + " and " + count(is.subsegmentDuration, "tick") +
-                          " where the fragment has " + std::to_string(due.referencedSize) + " and " +
+                          ", but the fragment has " + std::to_string(due.referencedSize) + " and " +
                           std::to_string(due.subsegmentDuration),
                       true);
   }
   if (stored->earliestPresentationTime != expected->earliestPresentationTime)
     return complain(segment.start,
                     "the index starts at tick " + std::to_string(stored->earliestPresentationTime) +
-                        " where " + std::to_string(expected->earliestPresentationTime) + " is due",
+                        ", expected " + std::to_string(expected->earliestPresentationTime),
                     true);
-  complain(segment.start, "the index differs from that of its fragments", true);
+  complain(segment.start, "the index does not match its fragments", true);
 }
 
 void RecordedMedia::complain(std::uint64_t offset, std::string text, bool repairable) {

@@ -74,7 +74,7 @@ std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* 
   if (!tkhd || !mdhd || !entry) return "a track of the movie box lacks its header or its sample description";
   const std::string name = "track " + std::to_string(tkhd->trackId);
   const std::optional<TrackKind> kind = kindOf(entry->type);
-  if (!kind) return name + " is of type '" + fourCcText(entry->type) + "', which recordings do not hold";
+  if (!kind) return name + " is of type '" + fourCcText(entry->type) + "', which recordings never have";
   if (tkhd->trackId != mp4::trackNumber(*kind) || movie.tracks[*kind])
     return name + " should be the only one of its type, with the number " +
            std::to_string(mp4::trackNumber(*kind));
@@ -104,11 +104,11 @@ std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, 
     if (!reason.empty()) return std::nullopt;
   }
   if (!movie.hasVideo() && !movie.tracks[TrackKind::Audio]) {
-    reason = "the movie box describes neither video nor sound";
+    reason = "the movie box describes neither video nor audio";
     return std::nullopt;
   }
   if (movie.indexedTrack().defaultSampleDuration == 0) {
-    reason = "the movie box gives no duration of a frame";
+    reason = "the movie box gives no frame duration";
     return std::nullopt;
   }
   return movie;

@@ -6,7 +6,7 @@
 namespace {
 
 [[noreturn]] void nothingRecorded(const std::string& path) {
-  throw UserError("'" + path + "' ends ahead of its movie box: nothing was recorded that could be played");
+  throw UserError("'" + path + "' ends before its movie box: it has nothing that could be played");
 }
 
 }  // namespace

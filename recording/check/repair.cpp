@@ -12,18 +12,18 @@ namespace {
 void refuseWhatIsNotCutOff(const Recording& recording) {
   for (const auto& [path, media] : recording.media()) {
     if (os::isBeingWritten(path))
-      throw UserError("'" + path + "' is being written; repair it once that has ended");
+      throw UserError("'" + path + "' is being written; repair it when that has ended");
     if (media->afterDamage())
       throw UserError("'" + path + "' is damaged at byte " + std::to_string(media->end()) +
-                      ", and whole fragments stand behind the damage, from byte " +
+                      ", and complete fragments follow the damage, from byte " +
                       std::to_string(*media->afterDamage()) +
-                      " on: it was not just cut off, and nothing was changed. Get an undamaged copy of it");
+                      " on: it was not merely interrupted, and nothing was changed. Get an undamaged copy");
   }
 }
 
 [[noreturn]] void cannotWrite(const std::string& path) {
   throw UserError("'" + path +
-                  "' could not be written; make room on the disk and repair again, nothing is lost");
+                  "' could not be written; make room on the disk and repair again; nothing is lost");
 }
 
 // Writes the indexes that are not as they should be. Returns how many.
@@ -56,12 +56,12 @@ void repairMedia(const std::string& path, const RecordedMedia& media, std::vecto
   if (media.size() == media.end()) return;
   if (!disk.cut(media.end()) || !disk.sync()) cannotWrite(path);
   done.push_back(media.name() + ": " + std::to_string(media.size() - media.end()) +
-                 " bytes behind the last whole fragment removed");
+                 " bytes after the last complete fragment removed");
 }
 
 void writeList(const std::string& path, const std::string& text, std::vector<std::string>& done) {
   if (os::replaceFile(path, text)) cannotWrite(path);
-  done.push_back(fileNameOf(path) + ": written anew");
+  done.push_back(fileNameOf(path) + ": rewritten");
 }
 
 void repairList(const std::string& path, const std::string& expected, std::vector<std::string>& done) {

@@ -54,8 +54,8 @@ void noteDifference(const char* verb, double picture, double sound, double usual
                     std::vector<std::string>& notes) {
   const double later = sound - picture;
   if (std::abs(later) <= usual) return;
-  notes.push_back(std::string("the sound ") + verb + " " + secondsText(std::abs(later)) +
-                  (later > 0 ? " after" : " before") + " the picture");
+  notes.push_back(std::string("the audio ") + verb + " " + secondsText(std::abs(later)) +
+                  (later > 0 ? " after" : " before") + " the video");
 }
 
 void notePauses(const char* name, const std::vector<Gap>& pauses, const char* otherName,
@@ -73,8 +73,8 @@ void notePauses(const char* name, const std::vector<Gap>& pauses, const char* ot
 std::vector<std::string> timelineNotes(const TrackTimeline& picture, const TrackTimeline& sound) {
   std::vector<std::string> notes;
   noteDifference("begins", picture.begin, sound.begin, kUsual, notes);
-  notePauses("picture", pausesAlone(picture, sound), "sound", notes);
-  notePauses("sound", pausesAlone(sound, picture), "picture", notes);
+  notePauses("video", pausesAlone(picture, sound), "audio", notes);
+  notePauses("audio", pausesAlone(sound, picture), "video", notes);
   noteDifference("ends", picture.end, sound.end, kUsualAtEnd, notes);
   return notes;
 }

@@ -63,7 +63,7 @@ std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
   if (file_.failed()) return VL_FAILED;
   if (!fitsFragment(run_.bytes() + frame.size(), run_.count() + 1) ||
       !run_.reserve(static_cast<std::uint32_t>(frame.size()))) {
-    ErrOut("%s", messages::kNoVideoBuffer);  // intended: the text of the video
+    ErrOut("%s", messages::kNoVideoBuffer);  // intended (quirk 11): the text for video
     return VL_FAILED;
   }
   run_.append({}, frame);

@@ -7,7 +7,7 @@ namespace {
 
 using mp4::TrackKind;
 
-// Seconds since 1904-01-01, for every creation and modification time: intended to be the same in every
+// Seconds since 1904-01-01, for every creation and modification time. Intended (quirk 43): the same in every
 // file, so that equal input makes equal files.
 constexpr std::uint32_t kFixedTime = 0xCE5F9D88;
 
@@ -28,7 +28,7 @@ std::uint32_t videoTimescale(std::uint32_t rate) {
 mp4::Track setUpTrack(std::uint32_t trackId, std::uint32_t timescale, std::uint32_t handlerType,
                       const char* handlerName) {
   mp4::Track track;
-  // Matrix and volume stay all zero unless the track is video: intended.
+  // Intended (quirk 44): matrix and volume stay zero unless the track is video.
   track.tkhd.flags = kInFile;
   track.tkhd.creationTime = kFixedTime;
   track.tkhd.modificationTime = kFixedTime;
@@ -105,7 +105,7 @@ mp4::MovieHeaderBox Mp4SetUpMovieHeader() {
   mvhd.rate = 0x00010000;
   mvhd.volume = 0x0100;
   mvhd.matrix = mp4::kUnityMatrix;
-  mvhd.nextTrackId = 2;  // intended, whichever tracks there are
+  mvhd.nextTrackId = 2;  // intended (quirk 44), whichever tracks there are
   return mvhd;
 }
 
@@ -134,7 +134,7 @@ mp4::Track Mp4SetUpAudioTrack(std::uint32_t trackId, std::uint32_t sampleRate) {
   mp4::Track track = setUpTrack(trackId, sampleRate, Mp4FourCc("soun"), "Veltrane Audio Handler");
   mp4::AudioMedia media;
   media.mp4a.dataReferenceIndex = kThisFile;
-  // Intended whatever the source is: the decoder configuration tells what the stream really holds.
+  // Intended (quirk 42), whatever the source is: the decoder configuration says what the stream holds.
   media.mp4a.channelCount = 2;
   media.mp4a.sampleSize = 16;
   media.mp4a.sampleRate = sampleRate << 16;

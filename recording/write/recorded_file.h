@@ -61,7 +61,7 @@ class RecordedFile {
   void giveUp() { failed_ = true; }
 
   bool segmentOpen() const { return references_ != 0; }
-  // Intended: with no room for references a segment is never full.
+  // Intended (quirk 40): with no room for references a segment is never full.
   bool segmentFull() const { return segmentOpen() && references_ == settings_.fragmentsPerSegment; }
   // Whether the next fragment completes its segment.
   bool oneFragmentShort() const { return references_ + 1 == settings_.fragmentsPerSegment; }

@@ -187,7 +187,7 @@ void VideoRecording::appendCaptions(const DFRAME& frame) {
 std::uint32_t VideoRecording::WriteAudio(std::span<const std::uint8_t> frame) {
   if (file_.failed()) return VL_FAILED;
   if (!takes(frame.size()) || !sound_.reserve(static_cast<std::uint32_t>(frame.size()))) {
-    ErrOut("%s", messages::kNoVideoBuffer);  // intended: the text of the video
+    ErrOut("%s", messages::kNoVideoBuffer);  // intended (quirk 11): the text for video
     return VL_FAILED;
   }
   sound_.append({}, frame);

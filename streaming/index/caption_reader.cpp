@@ -19,8 +19,8 @@ int fail() {
 
 // Offset of the current sample's bytes, relative to the first byte of the current run.
 //
-// Intended: the offset inside the run is not added, and for runs after the first the distance from the data
-// of the previous run is added.
+// Intended (quirk 16): the offset inside the run is not added, and for runs after the first the distance from
+// the data of the previous run is added.
 std::int64_t placeInData(const TrackCursor& cursor) {
   if (cursor.trunIndex == 0) return 0;
   return std::int64_t{cursor.run().dataOffset} - cursor.truns[cursor.trunIndex - 1]->dataOffset;

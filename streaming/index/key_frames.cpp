@@ -63,7 +63,7 @@ int stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
 }  // namespace
 
 std::uint32_t SampleKeyFlag(std::uint32_t flags) {
-  // Intended: the masked value can never equal 2, so the non-sync bit alone decides.
+  // Intended (quirk 17): the masked value can never equal 2, so the non-sync bit alone decides.
   const std::uint32_t dependsOn = flags & mp4::kDependsOnMask;
   if (dependsOn == 2) return kKey;
   return flags & mp4::kNonSync ? kNotKey : kKey;

@@ -5,7 +5,7 @@
 
 namespace messages {
 
-// Reported as errors. Some name the wrong track, deliberately: hosts rely on these texts.
+// Reported as errors. Intended (quirk 11): the track words are mixed up in places; hosts know these texts.
 inline constexpr char kNoVideoChunk[] = "Unable to find correct video chunk for this frame";
 inline constexpr char kNoAudioChunk[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNoCaptionChunk[] = "Unable to find correct cc chunk for this frame";

@@ -41,7 +41,8 @@ class RunPlacer {
   }
 
  private:
-  // Intended: an offset from the `moof` that does not reach past it is relative to the box that follows it.
+  // Intended (quirk 15): an offset from the `moof` that does not reach past it is relative to the box that
+  // follows it.
   std::uint64_t offsetFromBase(std::int32_t offset) const {
     if (!fromMoof_) return moved(base_, offset);
     const bool past = offset > 0 && static_cast<std::uint64_t>(offset) > entry_.moof->size;

@@ -15,7 +15,8 @@ const Mp4Box* acceptingHeader(const Mp4Box* traf, std::uint32_t trackId) {
     if (child->type != kTfhd) continue;
     const auto* header = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(child);
     if (!header) return nullptr;
-    // Intended: nothing follows that could distinguish tracks, so the header is accepted for any track.
+    // Intended (quirk 14): nothing follows that could distinguish tracks, so the header is accepted for any
+    // track.
     if (!child->next) return child;
     if (header->trackId == trackId) return child;
   }

@@ -25,9 +25,9 @@ struct SampleDefaults {
   SampleDefaults(const mp4::TrackFragmentHeaderBox* tfhd, const mp4::TrackExtendsBox* trex);
 };
 
-// The `traf` of a track in a `moof`, or null. A `traf` belongs to the track if one of its `tfhd` specifies
-// that track; a `tfhd` that is the last child of its `traf` is accepted for any track (deliberately), and one
-// without payload rejects its `traf`.
+// The `traf` of a track in a `moof`, or null. A `traf` belongs to the track when one of its `tfhd` names
+// it; a `tfhd` that is the last child of its `traf` is taken whatever track it names (quirk 14), and
+// one without payload rejects its `traf`.
 Mp4Box* FindTrackFragment(const Mp4Box* moof, std::uint32_t trackId);
 
 // The header that assigns a `traf` found by FindTrackFragment to the track; null if it has none.

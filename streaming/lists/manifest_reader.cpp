@@ -52,8 +52,8 @@ Selection select(const XMLElement* period) {
   for (const XMLElement* set = period->FirstChildElement("AdaptationSet"); set;
        set = set->NextSiblingElement("AdaptationSet")) {
     if (const char* mimeType = set->Attribute("mimeType")) {
-      // Intended, although it looks reversed: a set with the type "video/mp4" is read as the audio, any other
-      // type as the video, and no further set is examined.
+      // Intended (quirk 13), although it looks reversed: a set with the type "video/mp4" is read as the
+      // audio, any other type as the video, and no further set is examined.
       Selected& selected = isType(mimeType, "video/mp4") ? selection.audio : selection.video;
       selected = {set, set->FirstChildElement("Representation")};
       break;

@@ -14,7 +14,8 @@ std::string hexByte(unsigned value) {
   return {kDigits[value >> 4 & 15], kDigits[value & 15]};
 }
 
-// "mp4a.40." and the audio object type. Intended: the type is taken from two bits of the object type byte.
+// "mp4a.40." and the audio object type. Intended (quirk 50): the type is taken from two bits of the object
+// type byte.
 std::string audioCodec(std::uint8_t objectType) {
   return std::string("mp4a.40.").append(hexByte((objectType & 3u) + 2u));
 }
@@ -120,7 +121,7 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   xml.attribute("codecs", codecs).attribute("width", video.width).attribute("height", video.height);
   xml.attribute("frameRate",
                 std::to_string(video.rate.numerator) + "/" + std::to_string(video.rate.denominator));
-  // Intended: it would be derived from a buffer that is not filled yet.
+  // Intended (quirk 48): it would be derived from a buffer that is not filled yet.
   xml.attribute("bandwidth", 0);
   if (video.sound) xml.attribute("audioSamplingRate", video.sound->sampleRate);
   beginSegmentList(xml, video.segments);
@@ -181,7 +182,7 @@ void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, st
   segments->append("\" indexRange=\"");
   appendNumber(*segments, start);
   segments->append("-");
-  // Intended: the index range includes one byte after the index.
+  // Intended (quirk 49): the index range includes one byte after the index.
   appendNumber(*segments, indexEnd);
   segments->append("\"/>\n");
 }

@@ -10,17 +10,17 @@ constexpr char kPlaylist[] = "#EXTM3U\n#EXTINF:1.000,\nout.m4v\n#EXT-X-ENDLIST\n
 TEST(PlaylistDifference, NamesTheFirstLineThatDiffers) {
   EXPECT_EQ(playlistDifference(kPlaylist, kPlaylist), "");
   EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n#EXTINF:2.000,\nout.m4v\n#EXT-X-ENDLIST\n"),
-            "line 2 says \"#EXTINF:2.000,\" where the media make it \"#EXTINF:1.000,\"");
+            "line 2 says \"#EXTINF:2.000,\", but the media say \"#EXTINF:1.000,\"");
   EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n#EXTINF:1.000,\nout.m4v\n"),
             "its end marker \"#EXT-X-ENDLIST\" is missing");
   EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n#EXTINF:1.0"),
-            "line 2 says \"#EXTINF:1.0\" where the media make it \"#EXTINF:1.000,\"");
-  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n"), "it ends ahead of line 2, \"#EXTINF:1.000,\"");
-  EXPECT_EQ(playlistDifference(kPlaylist, ""), "it ends ahead of line 1, \"#EXTM3U\"");
+            "line 2 says \"#EXTINF:1.0\", but the media say \"#EXTINF:1.000,\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n"), "it ends before line 2, \"#EXTINF:1.000,\"");
+  EXPECT_EQ(playlistDifference(kPlaylist, ""), "it ends before line 1, \"#EXTM3U\"");
   EXPECT_EQ(playlistDifference(kPlaylist, std::string(kPlaylist) + "more\n"),
-            "it goes on behind its end with \"more\"");
+            "it continues after its end with \"more\"");
   EXPECT_EQ(playlistDifference(kPlaylist, "#EXTM3U\n\x1b[31m\n"),
-            "line 2 says \"\\u001b[31m\" where the media make it \"#EXTINF:1.000,\"");
+            "line 2 says \"\\u001b[31m\", but the media say \"#EXTINF:1.000,\"");
 }
 
 constexpr char kManifest[] =
@@ -35,23 +35,23 @@ TEST(ManifestDifference, NamesThePlaceThatDiffers) {
   EXPECT_EQ(
       manifestDifference(kManifest, with(kManifest, "<Set/>", "\n  <!-- laid out -->\n  <Set></Set>\n")), "");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "2-3", "2-4")),
-            "MPD/Set[1]/Url[1] has r=\"2-4\" where the media make it \"2-3\"");
+            "MPD/Set[1]/Url[1] has r=\"2-4\", but the media say \"2-3\"");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, " a=\"1\"", "")), "MPD lacks a=\"1\"");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, " a=\"1\"", " a=\"1\" b=\"2\"")),
-            "MPD has a \"b\" too many");
+            "MPD has a \"b\" that recordings do not have");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "<Url r=\"2-3\"/>", "")),
             "MPD/Set[1]/Url[1] is missing");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "<Set/>", "<Set><Url/></Set>")),
-            "\"Url\" is one too many in MPD/Set");
+            "\"Url\" should not be in MPD/Set");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "out.m4v", "x")),
-            "MPD/Base says \"x\" where the media make it \"out.m4v\"");
+            "MPD/Base says \"x\", but the media say \"out.m4v\"");
   EXPECT_EQ(manifestDifference(kManifest, with(kManifest, "<Set/>", "<Other/>")),
-            "\"Other\" stands where MPD/Set should");
+            "\"Other\" is where MPD/Set should");
 }
 
 TEST(ManifestDifference, WhatIsNoDocumentIsSaidToBeNone) {
   for (const char* text : {"", "<MPD", "<!-- nothing else -->", "<?xml version=\"1.0\"?>"}) {
-    EXPECT_EQ(manifestDifference(kManifest, text), "it is no whole XML document") << text;
+    EXPECT_EQ(manifestDifference(kManifest, text), "it is not a complete XML document") << text;
     EXPECT_EQ(manifestDifference(text, kManifest), "") << text;
   }
 }

@@ -189,7 +189,7 @@ TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {
   fill(folder, files);
   const Verification found = verifyRecording(folder.file("out.m4v"));
   EXPECT_FALSE(found.problems.repairable());
-  EXPECT_THAT(problemsOf(found), HasSubstr("whole fragments stand behind the damage"));
+  EXPECT_THAT(problemsOf(found), HasSubstr("complete fragments follow the damage"));
   EXPECT_THROW(repairRecording(folder.file("out.m4v")), UserError);
   EXPECT_EQ(filesOf(folder), files);
 }

@@ -139,8 +139,8 @@ TEST(Boxes, LastBoxThatReachesPastTheEndIsAFailure) {
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(json::parse(result.out)["boxes"].size(), 4u);
   EXPECT_EQ(result.err, "fmp4: '" + file +
-                            "' is cut off: its last box says it ends at byte 160, the file ends at byte 72; "
-                            "get a whole copy of it\n");
+                            "' is truncated: its last box should end at byte 160, the file ends at byte 72; "
+                            "get a complete copy\n");
 }
 
 TEST(Boxes, EmptyAndMissingFilesAreFailures) {

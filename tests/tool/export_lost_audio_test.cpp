@@ -53,7 +53,7 @@ TEST(ExportLostAudio, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
     const auto tenths = [](int n) {
       return "0:00:0" + std::to_string(n / 10) + "." + std::to_string(n % 10);
     };
-    EXPECT_EQ(result.err, "fmp4: of the sound of '" + clip.path +
+    EXPECT_EQ(result.err, "fmp4: of the audio of '" + clip.path +
                               "' 2 access units could not be decoded; silence takes their place: " +
                               tenths(from) + " to " + tenths(to) + "\n");
     EXPECT_EQ(ffprobeStreamEntry(clip.output, "a:0", "duration_ts"),
@@ -97,8 +97,8 @@ TEST(ExportLostAudio, OfWhichNothingDecodesFailsAndLeavesNoFile) {
   const RunResult result = dead.exported();
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err,
-            "fmp4: the sound of '" + dead.path +
-                "' cannot be decoded: nothing of it decodes (status 0xFFFFFFFF); 'fmp4 info' shows "
+            "fmp4: the audio of '" + dead.path +
+                "' cannot be decoded: none of it can be decoded (status 0xFFFFFFFF); 'fmp4 info' shows "
                 "its codec; the partial '" +
                 dead.output + "' has been removed\n");
   EXPECT_FALSE(std::filesystem::exists(dead.output));
@@ -152,7 +152,7 @@ TEST(LostSound, NeighbouringPlacesAreOneAndOnlySomeAreTold) {
   lost.addUnits(12 * 3600000 + 100, 12 * 3600000 + 200, 2);
   const std::string text = lost.text("a.mp4");
   EXPECT_THAT(text,
-              testing::StartsWith("of the sound of 'a.mp4' 15 access units could not be decoded; silence "
+              testing::StartsWith("of the audio of 'a.mp4' 15 access units could not be decoded; silence "
                                   "takes their place: 0:00:00.0 to 0:00:00.1, 1:00:00.0 to "));
   EXPECT_THAT(text, testing::EndsWith("9:00:00.0 to 9:00:00.1 and 3 more places"));
 }
@@ -160,11 +160,11 @@ TEST(LostSound, NeighbouringPlacesAreOneAndOnlySomeAreTold) {
 TEST(LostSound, AnEarlyEndIsTold) {
   LostSound lost(48000);
   lost.setEnd(72000);
-  EXPECT_EQ(lost.text("a.mp4"), "the sound of 'a.mp4' ends at 0:00:01.5, before its stated length");
+  EXPECT_EQ(lost.text("a.mp4"), "the audio of 'a.mp4' ends at 0:00:01.5, before its stated length");
   lost.addUnits(0, 4800, 1);
   EXPECT_EQ(
       lost.text("a.mp4"),
-      "of the sound of 'a.mp4' 1 access unit could not be decoded; silence takes their place: 0:00:00.0 "
+      "of the audio of 'a.mp4' 1 access unit could not be decoded; silence takes their place: 0:00:00.0 "
       "to 0:00:00.1; it ends at 0:00:01.5, before its stated length");
 }
 
@@ -173,7 +173,7 @@ TEST(LostSound, PartsThatWereNotDeliveredAreTold) {
   lost.addGap(48000, 96000);
   EXPECT_EQ(
       lost.text("a.mp4"),
-      "of the sound of 'a.mp4' parts could not be read; silence takes their place: 0:00:01.0 to 0:00:02.0");
+      "of the audio of 'a.mp4' parts could not be read; silence takes their place: 0:00:01.0 to 0:00:02.0");
 }
 
 }  // namespace

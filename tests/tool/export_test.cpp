@@ -77,7 +77,7 @@ TEST(Export, DamagedFrameIsNamedAndThePartialFileRemoved) {
   const RunResult result = fmp4({"--quiet", "export", file, "--video", stream});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: frame 20 of '" + file +
-                            "' is damaged: a length in it reaches past its end; export what lies around it "
+                            "' is damaged: a length in it reaches past its end; export the frames around it "
                             "with --from and --count; the partial '" +
                             stream + "' has been removed\n");
   EXPECT_FALSE(std::filesystem::exists(stream));
@@ -190,7 +190,7 @@ TEST(Export, StreamsThatAreNotThereAreNamed) {
   const std::string file = folder.file("clip.mp4"), output = folder.file("out");
   makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
   EXPECT_EQ(fmp4({"--quiet", "export", file, "--audio", output}).err,
-            "fmp4: '" + file + "' has no sound; 'fmp4 info' shows what it has\n");
+            "fmp4: '" + file + "' has no audio; 'fmp4 info' shows what it has\n");
   EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output}).err,
             "fmp4: '" + file + "' has no caption track; 'fmp4 info' shows what it has\n");
   EXPECT_FALSE(std::filesystem::exists(output));

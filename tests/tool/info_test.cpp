@@ -262,7 +262,7 @@ TEST(Info, NameWithoutItsMediaIsExplained) {
           "in .mp4\n");
   EXPECT_EQ(openFailure(upper),
             "fmp4: '" + upper +
-                "' could not be opened: the plug-in tells files by their names; give it one "
+                "' could not be opened: the plug-in recognises files by their names; give it one "
                 "that ends in .mp4, .m4v, .m4a, .mpd or .xml, in lower case\n");
   EXPECT_EQ(openFailure(manifest),
             "fmp4: '" + manifest +

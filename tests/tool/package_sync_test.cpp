@@ -161,8 +161,8 @@ TEST_F(InStep, PicturesThatStartLate) {
   const RunResult result =
       fmp4({"--quiet", "package", folder_.file("made.mp4"), "--output", folder_.file("out.mp4")});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(result.err, HasSubstr("warning: the source's sound begins 9"));
-  EXPECT_THAT(result.err, HasSubstr(" ms before its picture; that part is left out"));
+  EXPECT_THAT(result.err, HasSubstr("warning: the source's audio begins 9"));
+  EXPECT_THAT(result.err, HasSubstr(" ms before its video; that part is left out"));
   const auto flashes = flashTimes(folder_.file("out.m4v")), tones = toneTimes(folder_.file("out.m4a"));
   ASSERT_EQ(flashes.size(), 3u);
   ASSERT_EQ(tones.size(), 2u);
@@ -341,7 +341,7 @@ TEST_F(ShortAudio, AStartAfterItsEndGivesARecordingWithoutAudio) {
     const RunResult result = fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output",
                                    folder_.file(output), "--start", "50"});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "fmp4: warning: no sound plays with the chosen frames; the recording has none\n");
+    EXPECT_EQ(result.err, "fmp4: warning: no audio plays with the chosen frames; the recording has none\n");
   }
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4a")));
   EXPECT_FALSE(std::filesystem::exists(folder_.file("outA.m3u8")));
@@ -371,8 +371,8 @@ TEST_F(ShortAudio, IsKeptAsFarAsItGoes) {
   const RunResult verified = fmp4({"--quiet", "verify", folder_.file("out.mpd")});
   EXPECT_EQ(verified.exitCode, 0);
   EXPECT_THAT(verified.out,
-              testing::AllOf(testing::StartsWith("note: the sound ends 1.9"),
-                             HasSubstr(" s before the picture\n"), HasSubstr(" is whole: 75 frames, ")));
+              testing::AllOf(testing::StartsWith("note: the audio ends 1.9"),
+                             HasSubstr(" s before the video\n"), HasSubstr(" is intact: 75 frames, ")));
 }
 
 }  // namespace

@@ -187,7 +187,7 @@ TEST_F(Package, OtherCodecsAreRefusedWithTheWayOut) {
   EXPECT_THAT(refusal("hevc.mp4"), HasSubstr("has video of type 'hvc1'; recordings take H.264 (avc1)"));
   EXPECT_THAT(
       refusal("ac3.mp4"),
-      HasSubstr("has sound of type 'ac-3', which a recording cannot hold: it takes AAC (mp4a). --no-audio "
+      HasSubstr("has audio of type 'ac-3', which a recording cannot hold: it takes AAC (mp4a). --no-audio "
                 "leaves it out"));
   EXPECT_THAT(refusal("mp3.mp4"), HasSubstr("--no-audio leaves it out"));
   EXPECT_THAT(refusal("sound.mp4"), HasSubstr("has no video"));
@@ -272,7 +272,7 @@ TEST_F(Package, FramesOfNoCommonDurationAreRecordedAtTheirMean) {
             join({fileTypeBox(), movieBox({videoTrack(1, 24500, 0)}), fragment(1, {traf})}));
   const RunResult result = fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_THAT(result.err, HasSubstr("differently long; in the recording they all last 1/20 s"));
+  EXPECT_THAT(result.err, HasSubstr("vary in duration; in the recording they all last 1/20 s"));
 }
 
 TEST_F(Package, CarriesCaptions) {

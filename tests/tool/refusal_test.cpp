@@ -106,11 +106,11 @@ TEST(Refusal, OfHalfAPresentationNamesTheOtherHalf) {
             "'" + segment +
                 "' could not be opened: it is a media segment without its initialisation: it "
                 "has movie fragments but no movie box. Put the initialisation segment before "
-                "it, cat init.mp4 segment.m4s > whole.mp4\n");
+                "it, cat init.mp4 segment.m4s > complete.mp4\n");
   EXPECT_EQ(reasonFor(initialisation),
             "'" + initialisation +
                 "' is an initialisation segment alone: it has no movie fragments. Put "
-                "its media segments after it, cat init.mp4 segment.m4s > whole.mp4\n");
+                "its media segments after it, cat init.mp4 segment.m4s > complete.mp4\n");
 }
 
 TEST(Refusal, OfWhatIsNoMp4SaysWhatItIs) {
@@ -122,19 +122,18 @@ TEST(Refusal, OfWhatIsNoMp4SaysWhatItIs) {
   };
   const std::string subject = "'" + file + "' ";
   EXPECT_EQ(reasonForContent(""), subject + "is empty\n");
-  EXPECT_EQ(reasonForContent("some text, longer than a box's header"), subject + "is no MP4\n");
+  EXPECT_EQ(reasonForContent("some text, longer than a box's header"), subject + "is not MP4\n");
   EXPECT_EQ(reasonForContent("#EXTM3U\n#EXT-X-VERSION:7\n"),
             subject + "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it\n");
-  EXPECT_EQ(reasonForContent("\x1A\x45\xDF\xA3 and more"),
-            subject + "is no MP4 but a Matroska or WebM file\n");
+  EXPECT_EQ(reasonForContent("\x1A\x45\xDF\xA3 and more"), subject + "is a Matroska or WebM file, not MP4\n");
   EXPECT_EQ(reasonForContent("G" + std::string(187, ' ') + "G" + std::string(187, ' ')),
-            subject + "is no MP4 but an MPEG transport stream\n");
+            subject + "is an MPEG transport stream, not MP4\n");
   EXPECT_EQ(reasonForContent("<?xml version='1.0'?><MPD/>"),
-            subject + "is no MP4 but an XML document; the name of a manifest ends in .mpd or .xml\n");
+            subject + "is an XML document, not MP4; the name of a manifest ends in .mpd or .xml\n");
   EXPECT_EQ(reasonForContent(std::string("\0\0\0\x10"
                                          "ftypiso5\0\0\2\0",
                                          16)),
-            subject + "has no movie box; get a whole copy of it\n");
+            subject + "has no movie box; get a complete copy\n");
   std::filesystem::create_directory(folder.file("folder.mp4"));
   EXPECT_EQ(reasonFor(folder.file("folder.mp4")),
             "'" + folder.file("folder.mp4") + "' is a folder; give a file in it\n");
@@ -206,7 +205,7 @@ TEST(OtherTracks, ExplainWhyThereIsNoAudioToExport) {
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(
       result.err,
-      "fmp4: '" + file + "' has no sound that can be read: track 2 (soun, ec-3): E-AC-3 is not supported\n");
+      "fmp4: '" + file + "' has no audio that can be read: track 2 (soun, ec-3): E-AC-3 is not supported\n");
 }
 
 // ffmpeg puts what comes ahead of the first fragment into the movie box, unless told otherwise.

@@ -198,14 +198,14 @@ TEST_F(Serve, ListsRecordings) {
   const auto list = nlohmann::json::parse(response.body);
   ASSERT_EQ(list.size(), 2u);  // and the playlist of another name
   EXPECT_EQ(list[1], nlohmann::json::parse(R"({"name": "news", "manifest": "news.mpd",
-      "playlist": "news.m3u8", "soundPlaylist": "", "bytes": 5, "inProgress": true})"));
+      "playlist": "news.m3u8", "audioPlaylist": "", "bytes": 5, "inProgress": true})"));
 }
 
 // One line a recording: name, manifest, playlist, playlist of sound, bytes, whether it goes on.
 std::vector<std::string> listed(const TempFolder& folder) {
   std::vector<std::string> lines;
   for (const FolderRecording& each : listRecordings(folder.path()))
-    lines.push_back(each.name + " " + each.manifest + " " + each.playlist + " " + each.soundPlaylist + " " +
+    lines.push_back(each.name + " " + each.manifest + " " + each.playlist + " " + each.audioPlaylist + " " +
                     std::to_string(each.bytes) + (each.inProgress ? " open" : ""));
   return lines;
 }
@@ -256,8 +256,9 @@ TEST(ServeCommand, PortInUseIsExplained) {
   const std::string port = std::to_string(other.start(0));
   const RunResult result = fmp4({"serve", folder.path().string(), "--port", port});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.err, "fmp4: port " + port +
-                            " cannot be had; is it in use? Give another with --port, 0 takes a free one\n");
+  EXPECT_EQ(result.err,
+            "fmp4: port " + port +
+                " cannot be opened; is it in use? Give another with --port; 0 picks a free one\n");
 }
 
 TEST(ServeCommand, FolderThatIsNoneIsExplained) {

@@ -76,7 +76,7 @@ TEST_F(Verify, ARecordingIsWholeByEveryNameOfIt) {
                            "out.master.m3u8", "both.ismv", "both.xml", "both.m3u8", "both.master.m3u8"}) {
     const RunResult result = fmp4({"verify", folder_.file(name)});
     EXPECT_EQ(result.exitCode, 0) << name << '\n' << result.out;
-    EXPECT_THAT(result.out, StartsWith(folder_.file(name) + " is whole: 120 frames, "));
+    EXPECT_THAT(result.out, StartsWith(folder_.file(name) + " is intact: 120 frames, "));
     EXPECT_THAT(result.err, IsEmpty());
   }
   EXPECT_THAT(fmp4({"verify", folder_.file("out.mpd")}).out, HasSubstr(" in 6 files\n"));
@@ -86,7 +86,7 @@ TEST_F(Verify, ARecordingIsWholeByEveryNameOfIt) {
 TEST_F(Verify, AWholeRecordingIsNotTouchedByRepair) {
   const RunResult result = fmp4({"repair", folder_.file("out.mpd")});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.out, folder_.file("out.mpd") + " is whole: nothing to repair\n");
+  EXPECT_EQ(result.out, folder_.file("out.mpd") + " is intact: nothing to repair\n");
   for (const auto& [name, bytes] : *files_) EXPECT_EQ(readFile(folder_.file(name)), bytes) << name;
 }
 
@@ -95,7 +95,7 @@ TEST_F(Verify, JsonSaysTheSame) {
   const RunResult result = fmp4({"verify", "--json", folder_.file("out.m4a")});
   EXPECT_EQ(result.exitCode, 1);
   const auto report = nlohmann::json::parse(result.out);
-  EXPECT_EQ(report["whole"], false);
+  EXPECT_EQ(report["intact"], false);
   EXPECT_EQ(report["frames"], 120);
   EXPECT_EQ(report["durationSeconds"], 4.0);
   EXPECT_EQ(report["files"],
@@ -111,15 +111,14 @@ TEST_F(Verify, SaysWhereTheFileWasCutOffAndThatItsListsKnowMore) {
   std::filesystem::resize_file(folder_.file("out.m4v"), size - 100);
   const std::string found = foundAndRepaired();
   EXPECT_THAT(found, HasSubstr("out.m4v: byte "));
-  EXPECT_THAT(found, HasSubstr("the recording was cut off: the last "));
-  EXPECT_THAT(found, HasSubstr("(the fragment's media data are missing or cut off)"));
+  EXPECT_THAT(found, HasSubstr("the recording was interrupted: the last "));
+  EXPECT_THAT(found, HasSubstr("(the fragment's media data are missing or truncated)"));
   EXPECT_THAT(found, HasSubstr("reference 7 of the index says "));
   EXPECT_THAT(found,
-              HasSubstr("out.mpd: MPD has mediaPresentationDuration=\"PT0H0M4.00S\" where the media make it "
+              HasSubstr("out.mpd: MPD has mediaPresentationDuration=\"PT0H0M4.00S\", but the media say "
                         "\"PT0H0M3.50S\""));
-  EXPECT_THAT(
-      found,
-      HasSubstr("out.m3u8: line 8 says \"#EXTINF:4.000,\" where the media make it \"#EXTINF:3.500,\""));
+  EXPECT_THAT(found,
+              HasSubstr("out.m3u8: line 8 says \"#EXTINF:4.000,\", but the media say \"#EXTINF:3.500,\""));
   EXPECT_THAT(found, HasSubstr("out.master.m3u8: line 5 says "));
   EXPECT_THAT(text("out.mpd"), HasSubstr("PT0H0M3.50S"));
 }
@@ -156,7 +155,7 @@ TEST_F(Verify, FindsWhatListsSayWrong) {
   EXPECT_THAT(ranges, HasSubstr("out.m3u8: line 6 says "));
   EXPECT_THAT(ranges, HasSubstr("SegmentURL has mediaRange=\"9"));
   edit("out.mpd", "</MPD>", "");
-  EXPECT_THAT(foundAndRepaired(), HasSubstr("out.mpd: it is no whole XML document"));
+  EXPECT_THAT(foundAndRepaired(), HasSubstr("out.mpd: it is not a complete XML document"));
   EXPECT_EQ(readFile(folder_.file("out.m3u8")).size(), files_->at("out.m3u8").size());
 }
 
@@ -189,8 +188,8 @@ TEST_F(Verify, TellsWhatCannotBeRepaired) {
     const char* message;
   };
   for (const auto& [type, afterType, message] :
-       {Damage{"mfhd", 11, "the fragment has sequence number 0 where 1 is due"},
-        Damage{"tfdt", 11, "track 1 has decode time 1 where 0 is due"},
+       {Damage{"mfhd", 11, "the fragment has sequence number 0, expected 1"},
+        Damage{"tfdt", 11, "track 1 has decode time 1, expected 0"},
         Damage{"stts", 11, "the sample tables of track 1 are not empty"}}) {
     Bytes bytes = changed(files_->at("out.m4v"), type, afterType);
     writeFile(folder_.file("out.m4v"), bytes);
@@ -227,7 +226,7 @@ std::string fragmentOffset(const Bytes& bytes, int number) {
 }
 
 constexpr const char* kOneProblem =
-    " is not whole: 1 problem; not all of this can be repaired; 'fmp4 repair' does what can be, or get an "
+    " is not intact: 1 problem; not all of this can be repaired; 'fmp4 repair' does what it can, or get an "
     "undamaged copy\n";
 
 TEST_F(Verify, SaysThatTheAudioBeginsLaterThanThePicture) {
@@ -237,13 +236,13 @@ TEST_F(Verify, SaysThatTheAudioBeginsLaterThanThePicture) {
   const RunResult found = fmp4({"verify", name});
   EXPECT_EQ(found.exitCode, 1);
   EXPECT_EQ(found.out, "out.m4a: byte " + fragmentOffset(bytes, 0) +
-                           ": track 2 has decode time 96000 where 0 is due\n"
-                           "note: the sound begins 2.000 s after the picture\n"
-                           "note: the sound ends 2.011 s after the picture\n" +
+                           ": track 2 has decode time 96000, expected 0\n"
+                           "note: the audio begins 2.000 s after the video\n"
+                           "note: the audio ends 2.011 s after the video\n" +
                            name + kOneProblem);
   const auto report = nlohmann::json::parse(fmp4({"verify", "--json", name}).out);
-  EXPECT_EQ(report["notes"], nlohmann::json({"the sound begins 2.000 s after the picture",
-                                             "the sound ends 2.011 s after the picture"}));
+  EXPECT_EQ(report["notes"], nlohmann::json({"the audio begins 2.000 s after the video",
+                                             "the audio ends 2.011 s after the video"}));
 }
 
 TEST_F(Verify, SaysThatThePictureBeginsLaterThanTheAudio) {
@@ -251,8 +250,8 @@ TEST_F(Verify, SaysThatThePictureBeginsLaterThanTheAudio) {
   writeFile(folder_.file("both.ismv"), bytes);
   const std::string name = folder_.file("both.ismv");
   EXPECT_EQ(fmp4({"verify", name}).out, "both.ismv: byte " + fragmentOffset(bytes, 0) +
-                                            ": track 1 has decode time 18000 where 0 is due\n"
-                                            "note: the sound begins 0.600 s before the picture\n" +
+                                            ": track 1 has decode time 18000, expected 0\n"
+                                            "note: the audio begins 0.600 s before the video\n" +
                                             name + kOneProblem);
 }
 
@@ -261,17 +260,17 @@ TEST_F(Verify, SaysWhereOnlyOneOfAudioAndPicturePauses) {
   writeFile(folder_.file("out.m4a"), sound);
   const std::string name = folder_.file("out.mpd"),
                     problem = "out.m4a: byte " + fragmentOffset(sound, 2) +
-                              ": track 2 has decode time 97152 where 49152 is due\n";
+                              ": track 2 has decode time 97152, expected 49152\n";
   EXPECT_EQ(fmp4({"verify", name}).out, problem +
-                                            "note: the sound pauses for 1.000 s at 1.024 s, the picture does "
+                                            "note: the audio pauses for 1.000 s at 1.024 s, the video does "
                                             "not\n"
-                                            "note: the sound ends 1.011 s after the picture\n" +
+                                            "note: the audio ends 1.011 s after the video\n" +
                                             name + kOneProblem);
 
   // A second pause.
   writeFile(folder_.file("out.m4a"), withLaterTimes(sound, 2, 4, 28800));
   EXPECT_THAT(fmp4({"verify", name}).out,
-              HasSubstr("note: the sound pauses for 1.000 s at 1.024 s, the picture does not; the first of 2 "
+              HasSubstr("note: the audio pauses for 1.000 s at 1.024 s, the video does not; the first of 2 "
                         "such pauses\n"));
 }
 
@@ -281,26 +280,27 @@ TEST_F(Verify, TakesAPauseOfAudioAndPictureForOne) {
   writeFile(folder_.file("out.m4a"), sound);
   writeFile(folder_.file("out.m4v"), picture);
   const std::string name = folder_.file("out.mpd");
-  EXPECT_EQ(fmp4({"verify", name}).out,
-            "out.m4v: byte " + fragmentOffset(picture, 2) +
-                ": track 1 has decode time 60000 where 30000 is due\n"
-                "out.m4a: byte " +
-                fragmentOffset(sound, 2) + ": track 2 has decode time 97152 where 49152 is due\n" + name +
-                " is not whole: 2 problems; not all of this can be repaired; 'fmp4 repair' does what can be, "
-                "or get an undamaged copy\n");
+  EXPECT_EQ(
+      fmp4({"verify", name}).out,
+      "out.m4v: byte " + fragmentOffset(picture, 2) +
+          ": track 1 has decode time 60000, expected 30000\n"
+          "out.m4a: byte " +
+          fragmentOffset(sound, 2) + ": track 2 has decode time 97152, expected 49152\n" + name +
+          " is not intact: 2 problems; not all of this can be repaired; 'fmp4 repair' does what it can, "
+          "or get an undamaged copy\n");
 }
 
 TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
   for (const auto& [type, afterType, message] :
-       {std::tuple{"moof", 3, "no fragment stands here"},
-        std::tuple{"trun", 11, "the data offset of track 1 does not lead to where its samples are"}}) {
+       {std::tuple{"moof", 3, "there is no fragment here"},
+        std::tuple{"trun", 11, "the data offset of track 1 does not point to its samples"}}) {
     writeFile(folder_.file("out.m4v"), changed(files_->at("out.m4v"), type, afterType));
     const Bytes before = readFile(folder_.file("out.m4v"));
     EXPECT_THAT(fmp4({"verify", folder_.file("out.m4v")}).out,
-                HasSubstr("whole fragments stand behind the damage"));
+                HasSubstr("complete fragments follow the damage"));
     const RunResult refused = fmp4({"repair", folder_.file("out.m4v")});
     EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_THAT(refused.err, HasSubstr("it was not just cut off, and nothing was changed"));
+    EXPECT_THAT(refused.err, HasSubstr("it was not merely interrupted, and nothing was changed"));
     EXPECT_EQ(readFile(folder_.file("out.m4v")), before);
   }
 }
@@ -318,7 +318,8 @@ Bytes withUnwrittenData(Bytes bytes, int fragment) {
 TEST_F(Verify, TakesFragmentsAtTheEndWhoseDataWereNeverWrittenForCutOff) {
   writeFile(folder_.file("out.m4v"), withUnwrittenData(withUnwrittenData(files_->at("out.m4v"), 6), 7));
   const std::string found = foundAndRepaired();
-  EXPECT_THAT(found, HasSubstr("of the file are nothing whole (the media data were never written)"));
+  EXPECT_THAT(found,
+              HasSubstr("of the file contain no complete fragment (the media data were never written)"));
   EXPECT_THAT(text("out.mpd"), HasSubstr("PT0H0M3.00S"));
 }
 
@@ -328,7 +329,7 @@ TEST_F(Verify, TellsOfFragmentsAmidWholeOnesWhoseDataWereNeverWritten) {
   const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
   EXPECT_EQ(found.exitCode, 1);
   EXPECT_THAT(found.out, HasSubstr("part of the fragment's media data was never written"));
-  EXPECT_THAT(found.out, HasSubstr("is not whole: 1 problem; not all of this can be repaired"));
+  EXPECT_THAT(found.out, HasSubstr("is not intact: 1 problem; not all of this can be repaired"));
   EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).exitCode, 1);
   EXPECT_EQ(readFile(folder_.file("out.m4v")), bytes);
 }
@@ -343,13 +344,13 @@ TEST_F(Verify, RefusesWhatIsNoRecording) {
   };
   EXPECT_THAT(refused("missing.m4v"), HasSubstr("belongs to no recording"));
   writeFile(folder_.file("text.m4v"), {'h', 'e', 'l', 'l', 'o'});
-  EXPECT_THAT(refused("text.m4v"), HasSubstr("does not begin with a whole file type box"));
+  EXPECT_THAT(refused("text.m4v"), HasSubstr("does not begin with a complete file type box"));
   makeMedia(folder_.file("plain.mp4"), pictureInput(0.2) + h264Codec());
   EXPECT_THAT(refused("plain.mp4"), HasSubstr("has a file type other than that of recordings"));
   Bytes start = files_->at("out.m4v");
   start.resize(200);
   writeFile(folder_.file("start.m4v"), start);
-  EXPECT_THAT(refused("start.m4v"), HasSubstr("ends ahead of its movie box: nothing was recorded"));
+  EXPECT_THAT(refused("start.m4v"), HasSubstr("ends before its movie box: it has nothing"));
 }
 
 TEST_F(Verify, AListLeadsToNoFileButThoseBesideIt) {

@@ -65,8 +65,8 @@ bool fillsFile(const Mp4Box& root, const std::string& file) {
     std::cerr << "holds no readable box at byte " << end << ", " << root.size - end
               << " bytes before its end; what follows is damaged or not MP4\n";
   else
-    std::cerr << "is cut off: its last box says it ends at byte " << end << ", the file ends at byte "
-              << root.size << "; get a whole copy of it\n";
+    std::cerr << "is truncated: its last box should end at byte " << end << ", the file ends at byte "
+              << root.size << "; get a complete copy\n";
   return false;
 }
 
@@ -92,7 +92,7 @@ bool boxes(const BoxesOptions& options) {
 }  // namespace
 
 void addBoxesCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command = app.add_subcommand("boxes", "Print the tree of boxes of an MP4 file");
+  CLI::App* const command = app.add_subcommand("boxes", "Print the box tree of an MP4 file");
   const auto options = std::make_shared<BoxesOptions>();
   command->add_option("FILE", options->file, "The file to read")->required();
   command->add_flag("--json", options->json, "Print JSON, every field in full");

@@ -26,3 +26,6 @@ void addVerifyCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);
 void addServeCommand(CLI::App& app, Invocation& invocation);
 void addVersionCommand(CLI::App& app, Invocation& invocation);
+
+// The version of the program, "0.1.0".
+std::string programVersion();

@@ -27,7 +27,7 @@ bool exportStreams(const Invocation& invocation, const ExportOptions& options) {
 }  // namespace
 
 void addExportCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command = app.add_subcommand("export", "Write streams of a file to files of their own");
+  CLI::App* const command = app.add_subcommand("export", "Write the streams of a file to separate files");
   const auto options = std::make_shared<ExportOptions>();
   command->add_option("FILE", options->file, "The file to read")->required();
   CLI::Option_group* const outputs = command->add_option_group("outputs", "At least one of");
@@ -35,8 +35,8 @@ void addExportCommand(CLI::App& app, Invocation& invocation) {
       ->add_option("--video", options->video,
                    "Write the video as an elementary stream with start codes (H.264 or HEVC)")
       ->type_name("OUT");
-  outputs->add_option("--audio", options->audio, "Write the sound as a WAV file")->type_name("OUT.wav");
-  outputs->add_option("--captions", options->captions, "Write the captions as JSON lines, one a frame")
+  outputs->add_option("--audio", options->audio, "Write the audio as a WAV file")->type_name("OUT.wav");
+  outputs->add_option("--captions", options->captions, "Write the captions as JSON lines, one per frame")
       ->type_name("OUT.json");
   outputs->require_option(1, 0);
   addFrameSelection(*command, options->selection);

@@ -153,7 +153,8 @@ void addFramesCommand(CLI::App& app, Invocation& invocation) {
   command->add_flag("--json", options->json, "Print JSON instead of CSV");
   addFrameSelection(*command, options->selection);
   command
-      ->add_option("--random", options->seed, "Read in an order shuffled by this seed; print in frame order")
+      ->add_option("--random", options->seed,
+                   "Read in an order shuffled with this seed; print in frame order")
       ->type_name("SEED");
   command->callback([&invocation, options] {
     invocation.command = [&invocation, options] { return frames(invocation, *options); };

@@ -144,8 +144,8 @@ bool package(const Invocation& invocation, const PackageOptions& options) {
 }  // namespace
 
 void addPackageCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command =
-      app.add_subcommand("package", "Record the samples of an MP4 as fragments, with DASH and HLS lists");
+  CLI::App* const command = app.add_subcommand(
+      "package", "Record the samples of an MP4 as fragments, with a manifest and playlists");
   const auto options = std::make_shared<PackageOptions>();
   command
       ->add_option(
@@ -157,10 +157,12 @@ void addPackageCommand(CLI::App& app, Invocation& invocation) {
                    "The recording's name: OUT.mp4 becomes OUT.m4v and OUT.m4a, OUT.ismv holds both")
       ->type_name("OUT")
       ->required();
-  command->add_option("--gop", options->interval, "Frames from one key frame to the next; else the source's")
+  command
+      ->add_option("--gop", options->interval,
+                   "Frames from one key frame to the next; by default the source's")
       ->type_name("N")
       ->check(CLI::PositiveNumber);
-  command->add_flag("--no-audio", options->noAudio, "Leave the sound out");
+  command->add_flag("--no-audio", options->noAudio, "Leave the audio out");
   command->add_option("--start", options->start, "The first frame to take, a key frame")->type_name("N");
   command->add_option("--count", options->count, "How many frames to take")
       ->type_name("N")

@@ -22,7 +22,7 @@ bool probe(const Invocation& invocation, const std::vector<std::string>& files) 
 }  // namespace
 
 void addProbeCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command = app.add_subcommand("probe", "Ask whether the plug-in takes files");
+  CLI::App* const command = app.add_subcommand("probe", "Ask the plug-in whether it accepts files");
   const auto files = std::make_shared<std::vector<std::string>>();
   command->add_option("FILE", *files, "Files to ask about")->required();
   command->callback([&invocation, files] {

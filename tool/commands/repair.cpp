@@ -17,8 +17,8 @@ bool repair(const std::string& name) {
   for (const std::string& sentence : done) std::cout << sentence << '\n';
   const Verification after = verifyRecording(name, RecordingProgress("verifying"));
   if (after.problems.count() != 0)
-    throw UserError("'" + name + "' is still not whole; 'fmp4 verify' says what is wrong");
-  std::cout << name << (done.empty() ? " is whole: nothing to repair" : " is whole again") << '\n';
+    throw UserError("'" + name + "' is still not intact; 'fmp4 verify' says what is wrong");
+  std::cout << name << (done.empty() ? " is intact: nothing to repair" : " is intact again") << '\n';
   return true;
 }
 
@@ -27,8 +27,8 @@ bool repair(const std::string& name) {
 void addRepairCommand(CLI::App& app, Invocation& invocation) {
   CLI::App* const command = app.add_subcommand(
       "repair",
-      "Make a recording whole that was cut off: remove what is left of its last fragment, complete the "
-      "segment index, end the manifest and the playlists. Nothing whole is ever removed");
+      "Repair an interrupted recording: remove what follows its last complete fragment, complete the segment "
+      "index, rewrite the manifest and playlists");
   const auto name = std::make_shared<std::string>();
   command->add_option("NAME", *name, "A media file, the manifest or a playlist of the recording")->required();
   command->callback([&invocation, name] { invocation.command = [name] { return repair(*name); }; });

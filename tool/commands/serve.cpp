@@ -53,7 +53,7 @@ void addServeCommand(CLI::App& app, Invocation& invocation) {
       "serve", "Serve a folder on the loopback address, with a page that plays its recordings");
   const auto options = std::make_shared<ServeOptions>();
   command->add_option("FOLDER", options->folder, "The folder with the recordings")->required();
-  command->add_option("--port", options->port, "The port to answer at; 0 takes a free one")
+  command->add_option("--port", options->port, "The port to listen on; 0 picks a free one")
       ->type_name("N")
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();

@@ -19,9 +19,9 @@ struct VerifyOptions {
 
 std::string adviceFor(const Verification& result, const std::string& name) {
   if (result.problems.count() == 0) return "";
-  if (result.beingWritten) return "it is being recorded; verify it once that has ended";
+  if (result.beingWritten) return "it is being recorded; verify it when that has ended";
   if (result.problems.repairable()) return "run: fmp4 repair " + name;
-  return "not all of this can be repaired; 'fmp4 repair' does what can be, or get an undamaged copy";
+  return "not all of this can be repaired; 'fmp4 repair' does what it can, or get an undamaged copy";
 }
 
 void printJson(const Verification& result, const std::string& name) {
@@ -33,14 +33,14 @@ void printJson(const Verification& result, const std::string& name) {
                         {"repairable", problem.repairable}});
   }
   const Json report = {{"recording", name},
-                       {"whole", result.problems.count() == 0},
+                       {"intact", result.problems.count() == 0},
                        {"files", result.files},
                        {"frames", result.frames},
-                       {"soundFrames", result.audioFrames},
+                       {"audioAccessUnits", result.audioFrames},
                        {"fragments", result.fragments},
                        {"segments", result.segments},
                        {"durationSeconds", result.seconds},
-                       {"soundSeconds", result.audioSeconds},
+                       {"audioSeconds", result.audioSeconds},
                        {"notes", result.notes},
                        {"beingWritten", result.beingWritten},
                        {"problemCount", result.problems.count()},
@@ -59,11 +59,11 @@ void printText(const Verification& result, const std::string& name) {
   if (count > kept) std::cout << "... and " << count - kept << " more\n";
   for (const std::string& note : result.notes) std::cout << "note: " << note << '\n';
   if (count == 0) {
-    std::cout << name << " is whole: " << result.frames << " frames, " << result.audioFrames
-              << " coded frames of sound, " << result.fragments << " fragments, " << result.segments
+    std::cout << name << " is intact: " << result.frames << " frames, " << result.audioFrames
+              << " audio access units, " << result.fragments << " fragments, " << result.segments
               << " segments in " << result.files.size() << " files\n";
   } else {
-    std::cout << name << " is not whole: " << count << (count == 1 ? " problem; " : " problems; ")
+    std::cout << name << " is not intact: " << count << (count == 1 ? " problem; " : " problems; ")
               << adviceFor(result, name) << '\n';
   }
 }

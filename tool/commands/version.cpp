@@ -9,7 +9,8 @@ namespace {
 
 bool version(const Invocation& invocation) {
   const Plugin plugin(invocation.plugin);
-  std::cout << "interface version: " << plugin.interfaceVersion() << '\n'
+  std::cout << "program version: " << programVersion() << '\n'
+            << "interface version: " << plugin.interfaceVersion() << '\n'
             << "format records: " << plugin.formatCount() << '\n';
   for (std::uint32_t index = 0; index < plugin.formatCount(); ++index) {
     const FormatRecord record = plugin.formatRecord(index);
@@ -25,8 +26,12 @@ bool version(const Invocation& invocation) {
 
 }  // namespace
 
+std::string programVersion() {
+  return FMP4_VERSION;
+}
+
 void addVersionCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command =
-      app.add_subcommand("version", "Print the plug-in's interface version and format record");
+  CLI::App* const command = app.add_subcommand(
+      "version", "Print the program's version, and the plug-in's interface version and format record");
   command->callback([&invocation] { invocation.command = [&invocation] { return version(invocation); }; });
 }

@@ -46,7 +46,7 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
   };
   const std::int64_t begin = sampleOf(selection.from);
   if (begin >= total)
-    throw UserError("the sound of '" + name + "' ends before frame " + std::to_string(selection.from));
+    throw UserError("the audio of '" + name + "' ends before frame " + std::to_string(selection.from));
   const std::int64_t end =
       selection.count ? std::min(sampleOf(std::uint64_t{selection.from} + *selection.count), total) : total;
   const std::int64_t from = std::max<std::int64_t>(begin, 0), to = std::max<std::int64_t>(end, 0);
@@ -145,7 +145,7 @@ class AudioExport {
 std::string whyNothing(const std::string& name, std::uint32_t status) {
   const std::vector<std::string> reasons = undecodedAudio(name);
   if (!reasons.empty() && !reasons.front().empty()) return reasons.front();
-  return "nothing of it decodes (status " + statusText(status) + "); 'fmp4 info' shows its codec";
+  return "none of it can be decoded (status " + statusText(status) + "); 'fmp4 info' shows its codec";
 }
 
 }  // namespace
@@ -156,7 +156,7 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   file.GetFileInfo(kFirstPair, &system, nullptr, &audio, nullptr);
   const QVRWAVE& wave = audio.wave;
   if (file.Channels() == 0 || wave.channels == 0)
-    throw UserError("'" + request.input + "' has no sound" +
+    throw UserError("'" + request.input + "' has no audio" +
                     whyThereIsNone(request.input, Mp4FourCc("soun")));
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
@@ -166,7 +166,7 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
     output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
     const std::uint32_t status = sound.run(range);
     if (status != VL_OK && !sound.anyRead())
-      throw UserError("the sound of '" + request.input +
+      throw UserError("the audio of '" + request.input +
                       "' cannot be decoded: " + whyNothing(request.input, status));
     const std::uint8_t padding = 0;
     if (sound.written() % 2 != 0) output.write({&padding, 1});

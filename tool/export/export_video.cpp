@@ -18,7 +18,7 @@ AnnexB annexBOf(CAMediaFile& file, const std::string& name) {
   auto annexB = AnnexB::fromConfiguration(codecConfiguration(*video));
   if (!annexB)
     throw UserError("'" + name +
-                    "' has no sound H.264 or HEVC configuration, without which its video cannot be decoded; "
+                    "' has no valid H.264 or HEVC configuration, without which its video cannot be decoded; "
                     "'fmp4 boxes' shows what it has");
   return *annexB;
 }
@@ -39,7 +39,7 @@ void exportVideo(CAMediaFile& file, const ExportRequest& request) {
       stream.clear();
       if (!annexB.append(reader.sample(), key, stream))
         throw UserError("frame " + std::to_string(frame) + " of '" + request.input +
-                        "' is damaged: a length in it reaches past its end; export what lies around it with "
+                        "' is damaged: a length in it reaches past its end; export the frames around it with "
                         "--from and --count");
       output.write(stream);
       progress.show(i + 1);

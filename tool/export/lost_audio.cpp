@@ -33,8 +33,8 @@ void LostSound::addGap(std::uint64_t from, std::uint64_t to) {
 std::string LostSound::text(const std::string& name) const {
   const std::string ends =
       end_ ? "ends at " + timeText(*end_, sampleRate_) + ", before its stated length" : std::string();
-  if (places_.empty()) return ends.empty() ? ends : "the sound of '" + name + "' " + ends;
-  return "of the sound of '" + name + "' " + placesText() + (ends.empty() ? ends : "; it " + ends);
+  if (places_.empty()) return ends.empty() ? ends : "the audio of '" + name + "' " + ends;
+  return "of the audio of '" + name + "' " + placesText() + (ends.empty() ? ends : "; it " + ends);
 }
 
 std::string LostSound::placesText() const {

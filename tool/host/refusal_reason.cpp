@@ -55,11 +55,11 @@ std::string otherKind(Mp4Stream& stream) {
   const std::string_view text(start.data(), start.size());
   if (text.starts_with("#EXTM3U"))
     return "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it";
-  if (text.starts_with("\x1A\x45\xDF\xA3")) return "is no MP4 but a Matroska or WebM file";
-  if (text.starts_with('\x47') && text[188] == '\x47') return "is no MP4 but an MPEG transport stream";
+  if (text.starts_with("\x1A\x45\xDF\xA3")) return "is a Matroska or WebM file, not MP4";
+  if (text.starts_with('\x47') && text[188] == '\x47') return "is an MPEG transport stream, not MP4";
   if (text.find("<MPD") != text.npos || text.starts_with("<?xml"))
-    return "is no MP4 but an XML document; the name of a manifest ends in .mpd or .xml";
-  return "is no MP4";
+    return "is an XML document, not MP4; the name of a manifest ends in .mpd or .xml";
+  return "is not MP4";
 }
 
 // ---- What is one ------------------------------------------------------------------------------------
@@ -67,16 +67,15 @@ std::string otherKind(Mp4Stream& stream) {
 std::string withoutMovie(MovieFile& movie) {
   if (movie.hasFragments())
     return "is a media segment without its initialisation: it has movie fragments but no movie box. Put the "
-           "initialisation segment before it, cat init.mp4 segment.m4s > whole.mp4";
-  return startsLikeMp4(*movie.root()) ? "has no movie box; get a whole copy of it"
-                                      : otherKind(movie.stream());
+           "initialisation segment before it, cat init.mp4 segment.m4s > complete.mp4";
+  return startsLikeMp4(*movie.root()) ? "has no movie box; get a complete copy" : otherKind(movie.stream());
 }
 
 std::string withoutFragments(MovieFile& movie, const std::string& file) {
   const MovieSamples samples = movie.movieSamples();
   if (samples.frames == 0 && samples.sounds == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
     return "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
-           "cat init.mp4 segment.m4s > whole.mp4";
+           "cat init.mp4 segment.m4s > complete.mp4";
   return "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
          "again by\n  " +
          fragmentingCommand(file);
@@ -114,7 +113,8 @@ std::string withoutMedia(const std::string& file) {
            "name beside it; without one, give the media file a name that ends in .mp4";
   if (contains(file, ".mpd") || contains(file, ".xml"))
     return "it names no media file, and there is none of its name (.mp4, .m4v or .m4a) beside it";
-  return "the plug-in tells files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or .xml, "
+  return "the plug-in recognises files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or "
+         ".xml, "
          "in lower case";
 }
 

@@ -34,6 +34,6 @@ const DFRAME& VideoReader::read(std::uint32_t frame) {
   const std::uint32_t status = file_.Read(frame, 1, kVideoChannel, QVR_MODE_VIDEO, &descriptor_, nullptr);
   if (status != VL_OK || descriptor_.bytes > descriptor_.dataCapacity)
     throw UserError("frame " + std::to_string(frame) + " of '" + name_ + "' could not be read (status " +
-                    statusText(status) + "); --from and --count read what lies around it");
+                    statusText(status) + "); --from and --count read the frames around it");
   return descriptor_;
 }

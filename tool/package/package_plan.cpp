@@ -123,7 +123,7 @@ void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
   const auto allButLast = std::span(video.samples).first(video.samples.size() - 1);
   if (!std::all_of(allButLast.begin(), allButLast.end(),
                    [&](const SourceSample& sample) { return duration.isOf(sample); }))
-    warn("the source's frames last differently long; in the recording they all last " +
+    warn("the source's frames vary in duration; in the recording they all last " +
          std::to_string(plan.scale) + "/" + std::to_string(plan.rate) + " s");
 }
 
@@ -142,7 +142,7 @@ std::uint32_t keyFrameDistance(std::span<const SourceSample> frames, const Warn&
   if (counts.size() > 1)
     warn("the source's key frames are not evenly spaced; segments are cut for one every " +
          std::to_string(common->first) +
-         " frames, and some will not start with a key frame (--gop N says otherwise)");
+         " frames, and some will not start with a key frame (--gop N overrides that)");
   return static_cast<std::uint32_t>(common->first);
 }
 
@@ -163,7 +163,7 @@ void chooseInterval(const SourceTrack& video, const PackageOptions& options, Pac
     plan.interval = *options.interval;
     if (!givesSegments(plan.interval))
       warn("an interval of " + std::to_string(plan.interval) +
-           " frames cannot be cut into segments: the recording will be one that players refuse");
+           " frames cannot be cut into segments: some players will refuse the recording");
     return;
   }
   const std::uint32_t distance = keyFrameDistance(chosen(video, plan), warn);

@@ -78,7 +78,7 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
   descriptor_.size = sizeof(DFRAME);
   if (video_.edits.severalParts() || (audio_ && audio_->edits.severalParts()))
     warn_(
-        "the source's edit list joins several parts; parts of the picture that it hides between them are "
+        "the source's edit list joins several parts; parts of the video that it hides between them are "
         "recorded too");
   describe();
 }
@@ -88,18 +88,18 @@ SourceTrack* Packager::findAudio() {
   SourceTrack* const track = source_.trackOfHandler(Mp4FourCc("soun"));
   if (!track || options_.noAudio) return nullptr;
   if (!isAac(*track))
-    throw UserError("'" + source_.path() + "' has sound of type '" + fourCcText(track->codec) +
+    throw UserError("'" + source_.path() + "' has audio of type '" + fourCcText(track->codec) +
                     "', which a recording cannot hold: it takes AAC (mp4a). --no-audio leaves it out, ffmpeg "
-                    "-c:v copy -c:a aac makes AAC of it");
+                    "-c:v copy -c:a aac converts it");
   audioConfig_ = *configurationOf(*track);
   if (audioConfig_.frameLength != kAacFrameSamples)
     throw UserError("'" + source_.path() +
                     "' has AAC with 960 samples a frame, which a recording cannot time: it counts 1024. "
-                    "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac makes such of it");
+                    "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac converts it");
   silence_ = silentAccessUnit(track->configuration);
   track->wanted = audioPlays(*track);
   if (track->wanted) return track;
-  warn_("no sound plays with the chosen frames; the recording has none");
+  warn_("no audio plays with the chosen frames; the recording has none");
   return nullptr;
 }
 
@@ -267,7 +267,7 @@ void Packager::writeAccessUnit(std::span<std::uint8_t> bytes) {
   descriptor_.bytes = static_cast<std::uint32_t>(bytes.size());
   checkStatus(file_->Write(static_cast<std::uint32_t>(accessUnits_), 1, kStereo, QVR_MODE_AUDIO, &descriptor_,
                            nullptr),
-              "sound frame " + std::to_string(accessUnits_));
+              "audio access unit " + std::to_string(accessUnits_));
   ++accessUnits_;
 }
 
@@ -278,12 +278,10 @@ void Packager::tellWhatWasLeftOut() const {
     return std::to_string(static_cast<std::uint64_t>(std::llround(value * 1000))) + " ms";
   };
   if (plan_.first == 0 && leadingAudio_ > kPriming)
-    warn_("the source's sound begins " + seconds(leadingAudio_) +
-          " before its picture; that part is left out");
+    warn_("the source's audio begins " + seconds(leadingAudio_) + " before its video; that part is left out");
   if (audioOffset_ > 0)
-    warn_("gaps in sound of this configuration cannot be filled with silence; it comes up to " +
+    warn_("gaps in audio of this configuration cannot be filled with silence; it comes up to " +
           seconds(audioOffset_) + " early");
   if (overlaps_ != 0)
-    warn_(std::to_string(overlaps_) +
-          " access units of the source's sound overlap with others and are left out");
+    warn_(std::to_string(overlaps_) + " access units of the source's audio overlap others and are left out");
 }

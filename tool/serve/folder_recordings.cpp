@@ -74,7 +74,7 @@ FolderRecording describe(const fs::path& folder, const std::string& name) {
   const std::string video = existing(name + ".m3u8");
   recording.playlist = existing(name + std::string(kMaster));
   if (recording.playlist.empty()) recording.playlist = video;
-  recording.soundPlaylist = existing(name + "A.m3u8");
+  recording.audioPlaylist = existing(name + "A.m3u8");
   recording.inProgress = !video.empty() && isOpen(folder / vlPath(video));
   for (const char* extension : {".m4v", ".m4a", ".ismv", ".isma", ".mp4"}) {
     const auto size = fs::file_size(folder / vlPath(name + extension), error);
@@ -97,7 +97,7 @@ std::string recordingsJson(const std::vector<FolderRecording>& recordings) {
     list.push_back({{"name", recording.name},
                     {"manifest", recording.manifest},
                     {"playlist", recording.playlist},
-                    {"soundPlaylist", recording.soundPlaylist},
+                    {"audioPlaylist", recording.audioPlaylist},
                     {"bytes", recording.bytes},
                     {"inProgress", recording.inProgress}});
   return list.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);

@@ -11,7 +11,7 @@ struct FolderRecording {
   std::string name;      // base name of its files
   std::string manifest;  // DASH
   std::string playlist;  // HLS: the master playlist once there is one, else the media playlist of the video
-  std::string soundPlaylist;  // HLS: the media playlist of sound kept apart
+  std::string audioPlaylist;  // HLS: the media playlist of sound kept apart
   std::uint64_t bytes = 0;    // of its media
   bool inProgress = false;    // its playlist has no end yet
 };

@@ -92,8 +92,8 @@ int WebServer::start(int port) {
     port = server_.bind_to_any_port(kAddress);
   else if (!server_.bind_to_port(kAddress, port))
     throw UserError("port " + std::to_string(port) +
-                    " cannot be had; is it in use? Give another with --port, 0 takes a free one");
-  if (port <= 0) throw UserError("no port can be had on " + std::string(kAddress));
+                    " cannot be opened; is it in use? Give another with --port; 0 picks a free one");
+  if (port <= 0) throw UserError("no port can be opened on " + std::string(kAddress));
   answering_ = std::thread([this] { server_.listen_after_bind(); });
   // The library does not stop what has not begun.
   while (!server_.is_running()) std::this_thread::yield();

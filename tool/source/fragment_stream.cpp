@@ -70,7 +70,7 @@ bool FragmentStream::take(std::span<std::uint8_t> bytes, bool betweenBoxes) {
     offset_ += count;
     if (count != 0) continue;
     if (input_.endAsked() || (betweenBoxes && taken == 0)) return false;
-    damaged("it breaks off inside a box, after " + std::to_string(offset_) + " bytes");
+    damaged("it ends inside a box, after " + std::to_string(offset_) + " bytes");
   }
   return true;
 }
@@ -175,7 +175,7 @@ void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint
     count += track.samples.size();
   }
   if (added > dataSize + kMaxEmptySamples || count > kMaxSamples)
-    damaged("a fragment counts too many samples");
+    damaged("a fragment claims too many samples");
   ::readFragment(movie_.get(), box.get(), kMaxSamples, tracks_);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     for (SourceSample& sample : std::span(tracks_[i].samples).subspan(held[i])) {

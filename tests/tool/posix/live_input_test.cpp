@@ -195,7 +195,7 @@ TEST_F(LiveInput, InputThatBreaksOffIsRecordedUpToThere) {
   Recorder recorder(output(), folder_);
   ASSERT_TRUE(recorder.feed(std::span(live_).first(fragments().back() + 500)));
   EXPECT_EQ(recorder.end(), 1);
-  EXPECT_THAT(recorder.errors(), HasSubstr("fmp4: the input is damaged: it breaks off inside a box, after"));
+  EXPECT_THAT(recorder.errors(), HasSubstr("fmp4: the input is damaged: it ends inside a box, after"));
   expectWhole();
   EXPECT_EQ(recordedFrames(), 25 * (fragments().size() - 1));
 }
@@ -285,7 +285,7 @@ TEST_F(LiveInput, FragmentsThatMakeNoSenseAreDamage) {
     const Bytes traf =
         box("traf", {fullBox("tfhd", 0, 0x20010, {u32(2), u32(0)}), fullBox("trun", 0, 0, {u32(count)})});
     expectDamage(join({box("moof", {traf, box("free", {zeros(6u << 20)})}), box("mdat")}),
-                 "a fragment counts too many samples");
+                 "a fragment claims too many samples");
   }
 }
 

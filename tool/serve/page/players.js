@@ -10,7 +10,7 @@ function script(name) {
       const element = document.createElement('script');
       element.src = `/page/${name}`;
       element.onload = resolve;
-      element.onerror = () => reject(new Error(`/page/${name} cannot be had`));
+      element.onerror = () => reject(new Error(`/page/${name} cannot be loaded`));
       document.head.append(element);
     }));
   }
@@ -65,9 +65,9 @@ async function startBrowser(video, url, report) {
 
 // While a recording goes on there is no master playlist yet: one is made here of its two media playlists.
 function playlistUrl(recording) {
-  if (recording.playlist.endsWith('.master.m3u8') || !recording.soundPlaylist) return mediaUrl(recording.playlist);
+  if (recording.playlist.endsWith('.master.m3u8') || !recording.audioPlaylist) return mediaUrl(recording.playlist);
   const master = '#EXTM3U\n#EXT-X-VERSION:7\n' +
-    `#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID="audio",NAME="Audio",DEFAULT=YES,URI="${mediaUrl(recording.soundPlaylist)}"\n` +
+    `#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID="audio",NAME="Audio",DEFAULT=YES,URI="${mediaUrl(recording.audioPlaylist)}"\n` +
     `#EXT-X-STREAM-INF:BANDWIDTH=1,AUDIO="audio"\n${mediaUrl(recording.playlist)}\n`;
   return URL.createObjectURL(new Blob([master], {type: kHls}));
 }

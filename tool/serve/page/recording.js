@@ -23,7 +23,7 @@ export function mediaUrl(file) {
 
 export async function listRecordings() {
   const response = await fetch('/recordings.json');
-  if (!response.ok) throw new Error(`the list of recordings cannot be had (${response.status})`);
+  if (!response.ok) throw new Error(`the list of recordings could not be loaded (${response.status})`);
   return response.json();
 }
 
