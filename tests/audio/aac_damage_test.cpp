@@ -58,7 +58,7 @@ class DamagedFirstHeader : public testing::TestWithParam<std::pair<int, int>> {
   Samples expected;
 };
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItInOneInput) {
+TEST_P(DamagedFirstHeader, KeepsTheFramesAfterItInOneInput) {
   TestDecoder decoder;
   decoder.SetInput(Join(frames));
   Samples samples;
@@ -70,7 +70,7 @@ TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItInOneInput) {
   ExpectTheOthers(samples);
 }
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItOneByOne) {
+TEST_P(DamagedFirstHeader, KeepsTheFramesAfterItOneByOne) {
   TestDecoder decoder;
   Samples samples;
   for (const Bytes& frame : frames) {
@@ -80,7 +80,7 @@ TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItOneByOne) {
   ExpectTheOthers(samples);
 }
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItAsTheyComeIn) {
+TEST_P(DamagedFirstHeader, KeepsTheFramesAfterItAsTheyArrive) {
   TestDecoder decoder;
   Samples samples;
   Bytes held;
