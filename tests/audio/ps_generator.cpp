@@ -77,8 +77,7 @@ void PsGenerator::WriteExtension(const PsGeneratorOptions& options, BitWriter& b
   extension.Write(0, 2);
   extension.Write(options.phases ? 1 : 0, 1);
   const int bands = kPhaseBands[m_phaseMode % 3];
-  // By resolution: the bands of negative centre frequencies, and the band of the two above them.
-  // them.
+  // By resolution: the bands of negative centre frequencies, and the band of the two above the highest one.
   const std::vector<int> lowest[3] = {{0, 3}, {0, 1, 6}, {0, 1, 2, 10}};
   const std::vector<int> still = options.lowestPhases ? std::vector<int>() : lowest[m_phaseMode % 3];
   const Parameter ipd = {"ipd", {kIpdFrequencyCode, kIpdTimeCode},

@@ -54,7 +54,7 @@ class SbrGenerator {
     int lead = 0;  // where the next frame starts
     bool known = false;
     bool highResolution = false;
-    std::vector<int> envelope, noise;  // the last ones, in the steps that are sent
+    std::vector<int> envelope, noise;  // the last ones, in quantiser steps
   };
 
   int Random(int low, int high);
