@@ -76,7 +76,7 @@ set(VL_LONG_WINDOWS_TESTS
   # A day of frames one by one, in code that knows no system.
   Cc608Reader.*OverADay
   # Nearly all its time is the test's own spectrum analysis.
-  NoiseSubstitution.HasTheWitnesssBandEnergies)
+  NoiseSubstitution.HasTheBandEnergiesOfTheReference)
 
 if(WIN32)
   set(VL_OTHER_SYSTEMS_TESTS ${VL_LINUX_TESTS})

@@ -1,4 +1,4 @@
-// What a container says about access units that follow ADTS headers, which say less.
+// What a container specifies for access units after ADTS headers, which carry less.
 #include <gtest/gtest.h>
 
 #include "base/aac/audio_specific_config.h"
@@ -18,7 +18,7 @@ UMC::Status Tell(UMC::AACDecoder& decoder, const ConfigOptions& options) {
   return decoder.SetConfiguration(config);
 }
 
-// A decoder that was told, for twice the core's frequency where there is SBR.
+// A decoder configured for twice the core's frequency if there is SBR.
 struct ToldDecoder : TestDecoder {
   explicit ToldDecoder(const ConfigOptions& options, std::uint32_t channels = 0) : TestDecoder(channels, 0) {
     EXPECT_EQ(0, Tell(Decoder(), options));
@@ -51,7 +51,7 @@ GeneratorOptions Pair(int samplingIndex = 3, int frameLength = 1024) {
   return options;
 }
 
-// The samples of access units after headers, each of `perBlock`.
+// The samples of access units after headers, `perBlock` of each.
 Samples DecodeAfterHeaders(TestDecoder& decoder, const std::vector<GeneratedBlock>& blocks,
                            const AdtsOptions& header, std::size_t perBlock) {
   Samples all;
@@ -63,7 +63,7 @@ Samples DecodeAfterHeaders(TestDecoder& decoder, const std::vector<GeneratedBloc
   return all;
 }
 
-// The samples of the same access units alone, as a configuration describes them.
+// The samples of the same access units without headers, as a configuration describes them.
 Samples DecodeConfigured(const std::vector<GeneratedBlock>& blocks, const ConfigOptions& options) {
   TestDecoder decoder(configurationOf(options), 0);
   Samples all;
@@ -86,15 +86,15 @@ TEST(AacConfiguration, CountsForTheHeadersProfile) {
   }
 }
 
-TEST(AacConfiguration, TellsTheFrameLength) {
+TEST(AacConfiguration, HasTheFrameLength) {
   const auto blocks = Blocks(1, Pair(3, 960));
   const ConfigOptions options{.frameLength = 960};
   ToldDecoder told(options);
   EXPECT_EQ(DecodeConfigured(blocks, options), DecodeAfterHeaders(told, blocks, {}, 2 * 960));
 }
 
-TEST(AacConfiguration, TellsAFrequencyThatIsWrittenOut) {
-  // Headers can only say that it is; the tables are those of the nearest listed one, 44.1 kHz.
+TEST(AacConfiguration, HasAFrequencyWrittenInFull) {
+  // Headers can only signal that it is; the tables are those of the nearest listed one, 44.1 kHz.
   const auto blocks = Blocks(2, Pair(4));
   ToldDecoder told({.frequency = 44056});
   TestDecoder listed;
@@ -113,7 +113,7 @@ TEST(AacConfiguration, DoublesTheFrequencyBeforeTheFirstPayload) {
     EXPECT_EQ(0x100u + 1, InfoOf(told.Decoder()).input.streamSubtype);
     EXPECT_EQ(expected, DecodeAfterHeaders(told, core, {.samplingIndex = 6}, 2 * 2048));
   }
-  // Not signalled, but asked for.
+  // Not signalled, but requested.
   UMC::AACDecoderParams params;
   params.m_sbrDownSampled = 0;
   params.m_output.sampleFrequency = 48000;
@@ -129,7 +129,7 @@ TEST(AacConfiguration, KeepsTheFrequencyOfAnExtensionAtTheCoresOwn) {
   EXPECT_EQ(24000u, InfoOf(told.Decoder()).output.sampleFrequency);
 }
 
-TEST(AacConfiguration, TellsTwoChannelsBeforeTheFirstParametricStereo) {
+TEST(AacConfiguration, HasTwoChannelsBeforeTheFirstParametricStereo) {
   GeneratorOptions generated;
   generated.samplingIndex = 6;
   generated.elements = {{E::kSce, 0}};
@@ -169,8 +169,8 @@ ConfigOptions ProgramOf(std::vector<std::pair<bool, unsigned>> fronts) {
   return options;
 }
 
-TEST(AacConfiguration, TellsTheProgram) {
-  // The stream's pairs come in the other order than the program's.
+TEST(AacConfiguration, HasTheProgram) {
+  // The stream's pairs come in a different order from the program's.
   GeneratorOptions generated;
   generated.elements = {{E::kCpe, 3}, {E::kCpe, 7}, {E::kSce, 0}};
   const auto blocks = Blocks(6, generated);
@@ -186,7 +186,7 @@ TEST(AacConfiguration, TellsTheProgram) {
 TEST(AacConfiguration, CountsForAProgramInABlock) {
   GeneratorOptions generated;
   generated.elements = {{E::kSce, 0}, {E::kSce, 1}};
-  generated.writeProgram = true;  // both in front: a centre and one of an unknown place
+  generated.writeProgram = true;  // both in front: a centre and one at an unknown position
   const auto blocks = Blocks(7, generated, 3);
   const ConfigOptions options = ProgramOf({{false, 1}, {false, 0}});
   ToldDecoder told(options);
@@ -200,7 +200,7 @@ TEST(AacConfiguration, CountsForAProgramInABlock) {
   }
 }
 
-TEST(AacConfiguration, RefusesWhatIsNotSupportedAndTellsOfIt) {
+TEST(AacConfiguration, ReportsUnsupportedConfigurations) {
   const std::pair<unsigned, std::uint32_t> types[] = {{8, 0},  {17, 0}, {19, 0},  {20, 0}, {21, 0}, {22, 64},
                                                       {23, 0}, {34, 0}, {36, 32}, {39, 0}, {42, 0}};
   const Bytes frame = WrapAdts({Blocks(8, Pair(), 1)[0]}, {});

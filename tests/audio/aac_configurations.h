@@ -10,7 +10,7 @@
 struct ConfigOptions {
   unsigned objectType = 2;  // of the core
   unsigned samplingIndex = 3;
-  std::uint32_t frequency = 0;  // written out in the index's place, hertz; 0: the index is written
+  std::uint32_t frequency = 0;  // written in place of the index, hertz; 0: the index is written
   unsigned channelConfiguration = 2;
   unsigned frameLength = 1024;
   enum Signalling { kNone, kExplicit, kBackwardCompatible } signalling = kNone;  // of SBR

@@ -1,4 +1,4 @@
-// Damaged ADTS streams: what is whole decodes.
+// Damaged ADTS streams: intact frames decode.
 #include <gtest/gtest.h>
 
 #include "tests/audio/aac_generator.h"
@@ -34,8 +34,8 @@ Samples Tail(const Samples& samples, std::size_t count) {
   return {samples.end() - static_cast<std::ptrdiff_t>(std::min(count, samples.size())), samples.end()};
 }
 
-// A first header that is damaged in what all headers of a stream have in common: another layout of the block,
-// a wrong table, or no header at all.
+// A first header damaged in the fields that all headers of a stream share: a different layout of the block, a
+// wrong table, or no header at all.
 class DamagedFirstHeader : public testing::TestWithParam<std::pair<int, int>> {
  protected:
   static constexpr int kFrames = 12;
@@ -47,7 +47,7 @@ class DamagedFirstHeader : public testing::TestWithParam<std::pair<int, int>> {
     std::uint8_t& damaged = frames[0][static_cast<std::size_t>(byte)];
     damaged = static_cast<std::uint8_t>(damaged ^ 1 << bit);
   }
-  // All but the first frame, and what overlaps with it.
+  // All but the first frame and the overlap with it.
   void ExpectTheOthers(const Samples& samples) const {
     constexpr std::size_t kCount = (kFrames - 2) * 2 * 1024;
     EXPECT_GE(samples.size(), kCount);
@@ -58,7 +58,7 @@ class DamagedFirstHeader : public testing::TestWithParam<std::pair<int, int>> {
   Samples expected;
 };
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItInOneInput) {
+TEST_P(DamagedFirstHeader, KeepsTheFramesAfterItInOneInput) {
   TestDecoder decoder;
   decoder.SetInput(Join(frames));
   Samples samples;
@@ -70,7 +70,7 @@ TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItInOneInput) {
   ExpectTheOthers(samples);
 }
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItOneByOne) {
+TEST_P(DamagedFirstHeader, KeepsTheFramesAfterItOneByOne) {
   TestDecoder decoder;
   Samples samples;
   for (const Bytes& frame : frames) {
@@ -80,11 +80,11 @@ TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItOneByOne) {
   ExpectTheOthers(samples);
 }
 
-TEST_P(DamagedFirstHeader, LeavesTheFramesAfterItAsTheyComeIn) {
+TEST_P(DamagedFirstHeader, KeepsTheFramesAfterItAsTheyArrive) {
   TestDecoder decoder;
   Samples samples;
   Bytes held;
-  // Pieces that end anywhere in a frame.
+  // Pieces that end at any byte of a frame.
   const Bytes stream = Join(frames);
   constexpr std::size_t kPiece = 200;
   for (std::size_t at = 0; at < stream.size(); at += kPiece) {
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(All, DamagedFirstHeader,
                                          std::pair{1, 1}, std::pair{2, 7}, std::pair{2, 6}, std::pair{2, 5},
                                          std::pair{2, 4}, std::pair{2, 3}, std::pair{2, 2}));
 
-TEST(DamagedLength, OfTheFirstFrameLeavesThatFrameToo) {
+TEST(DamagedLength, OfTheFirstFrameKeepsThatFrame) {
   const auto frames = Frames(Blocks(32, {{E::kCpe, 0}}, 6));
   const Samples expected = TestDecoder().DecodeAll(Join(frames));
   auto damaged = frames;
@@ -114,7 +114,7 @@ TEST(DamagedLength, OfTheFirstFrameLeavesThatFrameToo) {
   EXPECT_EQ(expected, TestDecoder().DecodeAll(Join(damaged)));
 }
 
-TEST(BlocksOfAFrame, StayBeforeABadOne) {
+TEST(BlocksOfAFrame, KeepsTheBlocksBeforeABadOne) {
   const auto blocks = Blocks(33, {{E::kCpe, 0}}, 5);
   const Bytes next = WrapAdts({blocks[4]}, {});
   for (const bool protect : {false, true}) {
@@ -137,16 +137,16 @@ TEST(BlocksOfAFrame, StayBeforeABadOne) {
   }
 }
 
-// Frames of one kind, and then of another that has more to say than the first kind may.
+// Frames of one kind, followed by frames with more channels than the first kind may have.
 struct Change {
   const char* name;
   std::vector<GeneratedElement> before, after;
-  int headerBefore, headerAfter;  // channel configurations that the headers tell
+  int headerBefore, headerAfter;  // channel configurations in the headers
 };
 
 class ChannelChange : public testing::TestWithParam<Change> {};
 
-TEST_P(ChannelChange, ToMoreOfThemDecodesFromTheFirstFrameOn) {
+TEST_P(ChannelChange, ToMoreChannelsDecodesFromTheFirstFrame) {
   const Change& change = GetParam();
   const auto before = Frames(Blocks(34, change.before, 5), {.channelConfiguration = change.headerBefore});
   auto after = Frames(Blocks(35, change.after, 40), {.channelConfiguration = change.headerAfter});
@@ -176,12 +176,12 @@ INSTANTIATE_TEST_SUITE_P(All, ChannelChange,
                          testing::Values(Change{"MonoToStereo", kMono, kStereo, 1, 2},
                                          Change{"MonoToSurround", kMono, kSurround, 1, 6},
                                          Change{"StereoToSurround", kStereo, kSurround, 2, 6},
-                                         // As the headers are that come out of a track.
+                                         // As the headers from a track are.
                                          Change{"MonoToSurroundAfterOneHeader", kMono, kSurround, 2, 2},
                                          Change{"StereoToSurroundAfterNoCount", kStereo, kSurround, 0, 0}),
                          [](const auto& change) { return change.param.name; });
 
-TEST(FrameLength, BeyondThatOfItsElementsIsRefusedWhateverCameBefore) {
+TEST(FrameLength, BeyondThatOfItsElementsIsRejected) {
   const auto surround = Frames(Blocks(36, kSurround, 1), {.channelConfiguration = 6});
   const auto mono = Frames(Blocks(37, kMono, 2), {.channelConfiguration = 1});
   Bytes padded = mono[1] + Bytes(8191 - mono[1].size(), 0);
@@ -200,7 +200,7 @@ TEST(FrameLength, BeyondThatOfItsElementsIsRefusedWhateverCameBefore) {
   }
 }
 
-TEST(EmptyBlock, OfAStreamWithAnUnusedProgramGoesOnWithTheLayoutBefore) {
+TEST(EmptyBlock, OfAStreamWithAnUnusedProgramKeepsTheLayoutBefore) {
   GeneratorOptions listed;
   listed.elements = {{E::kCpe, 5}};
   listed.writeProgram = true;
@@ -211,7 +211,7 @@ TEST(EmptyBlock, OfAStreamWithAnUnusedProgramGoesOnWithTheLayoutBefore) {
   ASSERT_EQ(0, decoder.Decode(program));
   ASSERT_EQ(0, decoder.Decode(frames[0]));
   ASSERT_EQ(0, decoder.Decode(empty));
-  // What overlaps from the frame before is not lost.
+  // The overlap from the frame before is not lost.
   EXPECT_EQ(2u * 1024, decoder.Last().size());
   EXPECT_NE(Samples(2 * 1024), decoder.Last());
 }

@@ -50,7 +50,7 @@ TEST(AacDecoder, NeedsParametersOfAnyClass) {
   EXPECT_EQ(0, decoder.Init(&audio));
 }
 
-TEST(AacDecoder, RefusesConfigurationsThatItDoesNotServe) {
+TEST(AacDecoder, RejectsUnsupportedConfigurations) {
   const auto init = [](Bytes config) {
     UMC::AACDecoder decoder;
     UMC::AACDecoderParams params;
@@ -67,7 +67,7 @@ TEST(AacDecoder, RefusesConfigurationsThatItDoesNotServe) {
   params.m_input.streamType = 2065;
   EXPECT_EQ(-876, decoder.Init(&params));
   EXPECT_EQ(0, init({0x11, 0x90}));              // LC, 48 kHz, stereo
-  EXPECT_EQ(-899, init({0x11}));                 // cut off
+  EXPECT_EQ(-899, init({0x11}));                 // truncated
   EXPECT_EQ(-899, init({0x16, 0x90}));           // a reserved frequency
   EXPECT_EQ(-899, init({0x11, 0xC0}));           // a reserved channel configuration
   EXPECT_EQ(-899, init({0xB1, 0x90, 0, 0}));     // ER BSAC
@@ -126,7 +126,7 @@ TEST(AacDecoder, DescribesTheStream) {
   }
 }
 
-TEST(AacDecoder, TellsTheProfile) {
+TEST(AacDecoder, ReportsTheProfile) {
   const std::uint32_t flags[4] = {4, 1, 8, 2};
   for (int profile = 0; profile < 4; ++profile) {
     TestDecoder decoder;
@@ -146,7 +146,7 @@ TEST(AacDecoder, DescribesAConfiguredStreamAtOnce) {
   EXPECT_EQ(44100u, params.m_output.sampleFrequency);
 }
 
-TEST(AacDecoder, TellsTheFormatWithTheSamples) {
+TEST(AacDecoder, ReportsTheFormatWithTheSamples) {
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
   ASSERT_EQ(0, decoder.Init(&params));
@@ -160,10 +160,10 @@ TEST(AacDecoder, TellsTheFormatWithTheSamples) {
   EXPECT_EQ(2u, output.m_info.channels);
   EXPECT_EQ(48000u, output.m_info.sampleFrequency);
   ASSERT_EQ(0, decoder.GetFrame(&input, &output));
-  EXPECT_EQ(8192u, output.GetDataSize()) << "samples go behind those that are there";
+  EXPECT_EQ(8192u, output.GetDataSize()) << "samples are appended";
 }
 
-TEST(AacDecoder, NeedsRoomForTheSamples) {
+TEST(AacDecoder, NeedsSpaceForTheSamples) {
   const auto blocks = Blocks(Stereo(), 1);
   Bytes stream = Stream(blocks);
   UMC::AACDecoder decoder;
@@ -179,7 +179,7 @@ TEST(AacDecoder, NeedsRoomForTheSamples) {
   EXPECT_EQ(4096u, enough.GetDataSize());
 }
 
-TEST(AacDecoder, TellsUnknownFormsFromShortInput) {
+TEST(AacDecoder, DistinguishesUnsupportedFromShortInput) {
   TestDecoder decoder;
   EXPECT_EQ(-996, decoder.Decode(Bytes(8, 0xFF)));
   EXPECT_EQ(8u, decoder.Left());
@@ -190,8 +190,7 @@ TEST(AacDecoder, TellsUnknownFormsFromShortInput) {
   EXPECT_EQ(0, decoder.Decode(Stream(Blocks(Stereo(), 1))));
 }
 
-// The head of a lossless stream of 10000 samples, of which what was around the sound in its own file is kept
-// or is not known.
+// The header of a lossless stream of 10000 samples, with or without the original file's header and trailer.
 Bytes AlsHead(unsigned resolution, bool everything, bool kept = true) {
   BitWriter bits;
   bits.Write(0x414C5300, 32);
@@ -218,20 +217,20 @@ Bytes AlsHead(unsigned resolution, bool everything, bool kept = true) {
   for (int i = 0; kept && i < 5; ++i) bits.Write(0x55, 8);
   if (everything) {
     bits.Write(0xDEADBEEF, 32);
-    for (int i = 0; i < 5; ++i) bits.Write(1000, 32);  // random access units of 2048 samples
+    for (int i = 0; i < 5; ++i) bits.Write(1000, 32);  // random access units of 2048 PCM frames
     bits.Write(1, 32);
     bits.Write(0xAA, 8);
   }
   return bits.Bytes();
 }
 
-TEST(AacDecoder, ReadsTheHeadOfLosslessStreamsButNotTheirFrames) {
+TEST(AacDecoder, ReadsHeadersOfLosslessStreamsButNotTheirFrames) {
   const Bytes adts = Stream(Blocks(Stereo(), 1));
   for (const Bytes& head : {AlsHead(1, false), AlsHead(1, true), AlsHead(1, false, false)}) {
     TestDecoder decoder;
     EXPECT_EQ(-899, decoder.Decode(head + adts));
     EXPECT_EQ(adts.size(), decoder.Left());
-    EXPECT_EQ(-899, decoder.Decode(adts)) << "a frame of the lossless stream by now";
+    EXPECT_EQ(-899, decoder.Decode(adts)) << "taken for a frame of the lossless stream";
     EXPECT_EQ(adts.size(), decoder.Left());
     UMC::AudioCodecParams params;
     ASSERT_EQ(0, decoder.Decoder().GetInfo(&params));
@@ -269,13 +268,13 @@ TEST(AacDecoder, SkipsGarbageBeforeAHeader) {
   EXPECT_EQ(8u, decoder.Left());
 }
 
-TEST(AacDecoder, WaitsForTheWholeFrame) {
+TEST(AacDecoder, WaitsForTheCompleteFrame) {
   const auto blocks = Blocks(Stereo(), 3);
   const Bytes stream = Stream(blocks);
   EXPECT_EQ(DecodeBlocks(blocks), TestDecoder().DecodeByteByByte(stream));
 }
 
-TEST(AacDecoder, DropsWhatIsLeftAfterAFrameUnlessItMayBeginTheNext) {
+TEST(AacDecoder, DropsBytesAfterAFrameUnlessTheyMayBeginTheNext) {
   const auto frames = SplitAdts(Stream(Blocks(Stereo(), 2)));
   TestDecoder decoder;
   EXPECT_EQ(0, decoder.Decode(frames[0] + Bytes(5, 0)));
@@ -331,7 +330,7 @@ TEST(AacDecoder, DecodesSamplesAfterTheReadersHeader) {
   }
 }
 
-TEST(AacDecoder, RefusesFramesThatAreTooLongForTheirChannels) {
+TEST(AacDecoder, RejectsFramesThatAreTooLongForTheirChannels) {
   const auto blocks = Blocks(Stereo(), 2);
   Bytes frame = WrapAdts({blocks[0]}, {});
   const auto announce = [](Bytes bytes, std::size_t length) {
@@ -341,7 +340,7 @@ TEST(AacDecoder, RefusesFramesThatAreTooLongForTheirChannels) {
     return bytes;
   };
   const Bytes padded = frame + Bytes(8191 - frame.size(), 0);
-  // A stream's first frame, then one of a stream that is known to be stereo.
+  // A stream's first frame, followed by one of a stream that is known to be stereo.
   TestDecoder fresh, known;
   ASSERT_EQ(0, known.Decode(WrapAdts({blocks[1]}, {})));
   for (TestDecoder* decoder : {&fresh, &known}) {
@@ -351,12 +350,12 @@ TEST(AacDecoder, RefusesFramesThatAreTooLongForTheirChannels) {
     EXPECT_EQ(frame.size() - 3, decoder->Left());
     EXPECT_EQ(0, decoder->Decode(announce(padded, 2 * 768 + 7)));
   }
-  // Longer than the input, but not too long.
+  // Longer than the input, but not too long for its channels.
   EXPECT_EQ(-996, known.Decode(announce(frame, 2 * 768 + 7)));
   EXPECT_EQ(frame.size(), known.Left());
 }
 
-TEST(AacDecoder, KeepsLongFramesOfManyChannelsAfterAHeaderThatTellsTwo) {
+TEST(AacDecoder, KeepsLongFramesOfManyChannelsAfterAHeaderThatSignalsTwo) {
   GeneratorOptions options;
   options.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
   // A stream whose first frame is too long for two channels.
@@ -368,7 +367,7 @@ TEST(AacDecoder, KeepsLongFramesOfManyChannelsAfterAHeaderThatTellsTwo) {
   EXPECT_EQ(20u * 1024 * 6, TestDecoder().DecodeAll(stream).size());
 }
 
-TEST(AacDecoder, ChecksTheChecksum) {
+TEST(AacDecoder, VerifiesTheCrc) {
   GeneratorOptions options;
   options.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kLfe, 0}};
   options.otherElements = true;
@@ -440,7 +439,7 @@ TEST(AacDecoder, DecodesAdif) {
   EXPECT_EQ(48000u, params.m_input.sampleFrequency);
   EXPECT_EQ(1u, params.m_input.streamSubtype);
 
-  // Cut anywhere, it waits for more.
+  // Truncated at any byte, it waits for more.
   for (std::size_t size = 4; size < header.Bytes().size() + 20; ++size) {
     TestDecoder waiting;
     EXPECT_EQ(-996,
@@ -461,7 +460,7 @@ TEST(AacDecoder, LeavesTheInputOfAConfiguredStreamAlone) {
   EXPECT_EQ(-896, decoder.Decode(Bytes(blocks[0].bytes.begin(), blocks[0].bytes.begin() + 30)));
 }
 
-TEST(AacDecoder, ForgetsTheSignalOnReset) {
+TEST(AacDecoder, ResetsTheSignal) {
   const auto blocks = Blocks(Stereo(), 4);
   const auto frames = SplitAdts(Stream(blocks));
   TestDecoder fresh, used;
@@ -473,7 +472,7 @@ TEST(AacDecoder, ForgetsTheSignalOnReset) {
   EXPECT_EQ(fresh.Last(), used.Last());
 }
 
-TEST(AacDecoder, MakesTheSameSamplesWhereverItStarted) {
+TEST(AacDecoder, DecodesTheSameSamplesFromAnyStart) {
   GeneratorOptions options = Stereo();
   options.noise = options.intensity = true;
   const auto frames = SplitAdts(Stream(Blocks(options, 30)));

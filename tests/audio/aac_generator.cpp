@@ -25,7 +25,7 @@ const Book kBooks[12] = {{nullptr, 0, 0, 0, false},          {kSpectralCode1, 4,
                          {kSpectralCode8, 2, 8, 0, false},   {kSpectralCode9, 2, 13, 0, false},
                          {kSpectralCode10, 2, 13, 0, false}, {kSpectralCode11, 2, 17, 0, false}};
 
-// A scale factor that brings a codebook's largest values near some thousand.
+// A scale factor that scales a codebook's largest values to some thousand.
 int ScaleFactorOf(int codebook) {
   if (codebook == kEscapeCodebook) return 100 - 8;
   const Book& book = kBooks[codebook];
@@ -106,7 +106,7 @@ void AacGenerator::WriteBlock() {
   m_block.bytes = m_bits.Bytes();
 }
 
-// Sequences follow each other as they may; low frequency effects are always long sine windows.
+// Sequences follow each other as the syntax permits; low frequency effects are always long sine windows.
 IcsInfo AacGenerator::NextIcs(int element, bool lfe) {
   IcsInfo ics{};
   int& sequence = m_sequences[static_cast<std::size_t>(element)];
@@ -138,9 +138,9 @@ void AacGenerator::WriteIcsInfo(const IcsInfo& ics, bool commonWindow, bool righ
   if (!ics.IsShort()) {
     m_bits.Write(ics.maxSfb, 6);
     const bool main = m_options.objectType == kObjectMain, ltp = m_options.objectType == kObjectLtp;
-    // Two limits are the witness's. It keeps the flags of bands that a frame does not send, where the
-    // standard has none: Main frames with prediction send all. And it looks for the long-term prediction of
-    // both channels of a pair when the first has predictor data: so has the second then.
+    // Two limits are the reference decoder's. It keeps the flags of bands that a frame does not send, where
+    // the standard has none: Main frames with prediction send all. And it looks for the long-term prediction
+    // of both channels of a pair when the first has predictor data: so the second has it too.
     const bool possible = !lfe && (main ? ics.maxSfb >= ics.bands->predictionBands : ltp);
     const bool present = possible && (ltp && right ? m_predictorData : Chance(70));
     m_predictorData = present;
@@ -282,7 +282,7 @@ void AacGenerator::WriteTns(const IcsInfo& ics) {
       m_bits.Write(static_cast<unsigned>(compress), 1);
       const auto bits = static_cast<unsigned>(3 + resolution - compress);
       for (int j = 0; j < order; ++j) {
-        // Small ones: the filter's gain stays within bounds.
+        // Small ones: the filter's gain stays bounded.
         const int coefficient = Random(j < 2 ? -2 : -1, 1);
         m_bits.Write(static_cast<unsigned>(coefficient) & ((1u << bits) - 1), bits);
       }
@@ -333,7 +333,7 @@ void AacGenerator::WriteChannel(const IcsInfo& ics, bool commonWindow, bool righ
   if (!commonWindow) WriteIcsInfo(ics, false, right, lfe);
   m_codebooks = WriteSections(ics, commonWindow && right);
   WriteScaleFactors(m_codebooks, globalGain);
-  // Pulses lie among the coded lines.
+  // Pulses are among the coded lines.
   const int lines = ics.bands->offsets[ics.maxSfb];
   const bool pulse = m_options.pulse && !ics.IsShort() && ics.maxSfb > 0 && Chance(50);
   m_bits.Write(pulse ? 1 : 0, 1);
@@ -385,7 +385,7 @@ void AacGenerator::WritePair(const GeneratedElement& element, int index) {
       m_bits.Write(static_cast<unsigned>(Random(0, 1)), 1);
     Note("ms mask " + std::to_string(mask));
   } else {
-    // Another cut of the same sequence: both channels switch together.
+    // A different grouping of the same sequence: both channels switch together.
     rightIcs.maxSfb = static_cast<std::uint8_t>(Random(0, ics.bands->bands));
     Note("separate windows");
   }

@@ -27,18 +27,18 @@ struct GeneratorOptions {
   int samplingIndex = 3;
   int frameLength = 1024;
   std::vector<GeneratedElement> elements;
-  bool writeProgram = false;  // a program config element ahead of every block
+  bool writeProgram = false;  // a program config element before every block
   bool noise = false;
   bool intensity = false;
   bool midSide = false;
   bool pulse = false;
   bool tns = false;
-  bool independentCoupling = false;  // of coupling channels; else they couple spectra
+  bool independentCoupling = false;  // coupling channels couple the signal; else spectra
   bool otherElements = false;        // data stream and fill elements in between
   std::optional<SbrGeneratorOptions> sbr;
 };
 
-// Bits that an ADTS checksum protects: the first of them, how many it counts, how many are there.
+// Bits that an ADTS checksum protects: the first, how many it covers, how many there are.
 struct ProtectedBits {
   std::size_t start, counted, sent;
 };
@@ -53,7 +53,7 @@ class AacGenerator {
   AacGenerator(unsigned seed, GeneratorOptions options);
   GeneratedBlock NextBlock();
 
-  // What may be in a block and was, by name, over all blocks so far: to see that a test means what it says.
+  // The tools and modes used, by name, over all blocks so far: proves that a test covers what it claims.
   std::vector<std::string> Seen() const;
 
  private:
@@ -84,19 +84,19 @@ class AacGenerator {
 
   GeneratorOptions m_options;
   std::mt19937 m_random;
-  std::mt19937 m_gainRandom;  // for gain control alone: blocks with and without it have the same sound
+  std::mt19937 m_gainRandom;  // for gain control alone: blocks with and without it have the same audio
   BitWriter m_bits;
   GeneratedBlock m_block;
   int m_stereoMask = 0;          // ms_mask_present of the pair being written
   bool m_predictorData = false;  // predictor_data_present of the last ics_info
-  int m_bandsInPercent = 100;    // of the bands there are, at most
+  int m_bandsInPercent = 100;    // of the available bands, at most
   std::vector<int> m_sequences;  // the last window sequence of every element
   std::vector<int> m_codebooks;  // of the channel stream written last
   std::vector<std::string> m_seen;
   std::vector<SbrGenerator> m_sbr;  // of every element
 };
 
-// ADTS around blocks that make up one frame, 1 to 4 of them.
+// ADTS around blocks that make up one frame, 1 to 4 blocks.
 struct AdtsOptions {
   int profile = 1;
   int samplingIndex = 3;
@@ -105,7 +105,7 @@ struct AdtsOptions {
 };
 std::vector<std::uint8_t> WrapAdts(const std::vector<GeneratedBlock>& blocks, const AdtsOptions& options);
 
-// LOAS around one access unit (ISO/IEC 14496-3, 1.7), which can tell a frame length of 960.
+// LOAS around one access unit (ISO/IEC 14496-3, 1.7), which can signal a frame length of 960.
 std::vector<std::uint8_t> WrapLoas(const std::vector<std::uint8_t>& block, int samplingIndex, int frameLength,
                                    int channelConfiguration);
 

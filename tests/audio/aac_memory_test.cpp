@@ -1,4 +1,4 @@
-// What memory a decoder takes for which stream.
+// How much memory a decoder takes for each kind of stream.
 #include <gtest/gtest.h>
 
 #include "audio/umc/aac/decoder_state.h"
@@ -12,7 +12,7 @@ namespace {
 using namespace UMC::aac;
 using E = GeneratedElement;
 
-// Tells how much was taken.
+// Reports how much was taken.
 class CountingAllocator : public UMC::DefaultMemoryAllocator {
  public:
   UMC::Status Alloc(UMC::MemoryId* id, std::size_t size, std::uint32_t flags,
@@ -35,7 +35,7 @@ Bytes Stream(int objectType, bool sbr) {
   return stream;
 }
 
-// Decodes ten frames; the statuses that are not 0, at most one.
+// Decodes ten frames; returns the nonzero statuses, at most one.
 UMC::Status DecodeWith(UMC::MemoryAllocator& allocator, Bytes stream) {
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
@@ -61,7 +61,7 @@ TEST(AacMemory, OfAnLcStreamStaysBelow400Kilobytes) {
   EXPECT_LT(BytesFor(kObjectLc, false), 400u * 1000);
 }
 
-TEST(AacMemory, GrowsByWhatTheStreamHas) {
+TEST(AacMemory, GrowsWithTheToolsOfTheStream) {
   const std::size_t lc = BytesFor(kObjectLc, false);
   EXPECT_EQ(lc, BytesFor(kObjectSsr, false));
   EXPECT_EQ(lc + sizeof(SbrArea), BytesFor(kObjectLc, true));
@@ -69,7 +69,7 @@ TEST(AacMemory, GrowsByWhatTheStreamHas) {
   EXPECT_EQ(lc + sizeof(PredictionArea), BytesFor(kObjectLtp, false));
 }
 
-TEST(AacMemory, ThatIsMissingForAStreamIsReported) {
+TEST(AacMemory, ReportsMissingMemoryForAStream) {
   for (const auto& [objectType, sbr] : {std::pair{int{kObjectLc}, true}, {int{kObjectMain}, false}}) {
     ScarceAllocator two(2), three(3);
     EXPECT_EQ(-883, DecodeWith(two, Stream(objectType, sbr)));
@@ -77,7 +77,7 @@ TEST(AacMemory, ThatIsMissingForAStreamIsReported) {
   }
 }
 
-TEST(AacMemory, MayMoveWhateverTheStreamHas) {
+TEST(AacMemory, MayMoveForEveryKindOfStream) {
   for (const auto& [objectType, sbr] :
        {std::pair{int{kObjectLc}, true}, {int{kObjectMain}, true}, {int{kObjectLtp}, false}}) {
     MovingAllocator allocator;

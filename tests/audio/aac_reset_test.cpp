@@ -1,4 +1,4 @@
-// Reset: what the signal taught a decoder is gone, what its configuration says stays.
+// Reset clears what a decoder learnt from the signal and keeps its configuration.
 #include <gtest/gtest.h>
 
 #include "tests/audio/aac_generator.h"
@@ -67,14 +67,14 @@ TEST(AacReset, ForgetsTheProgramOfABlock) {
   ExpectAlikeAfterReset(Generate(4, listed, 3, 0), Generate(5, other, 3, 0));
 }
 
-TEST(AacReset, ForgetsHowManyChannelsThereWere) {
+TEST(AacReset, ForgetsTheNumberOfChannels) {
   GeneratorOptions surround = Core(E::kSce);
   surround.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
   ExpectAlikeAfterReset(Generate(6, surround, 3, 6), Generate(7, Core(E::kSce), 3, 1));
   ExpectAlikeAfterReset(Generate(7, Core(E::kSce), 3, 1), Generate(6, surround, 3, 6));
 }
 
-TEST(AacReset, UnsettlesTheDecoder) {
+TEST(AacReset, LeavesTheDecoderUnconverged) {
   const auto frames = Generate(8, Core(E::kCpe), 2, 2);
   TestDecoder decoder;
   EXPECT_FALSE(decoder.Decoder().Converged());
@@ -86,7 +86,7 @@ TEST(AacReset, UnsettlesTheDecoder) {
   EXPECT_TRUE(decoder.Decoder().Converged());
 }
 
-TEST(AacReset, LeavesThePatternOfHeaders) {
+TEST(AacReset, KeepsThePatternOfHeaders) {
   const auto frames = Generate(9, Core(E::kCpe), 3, 2);
   GeneratorOptions otherRate = Core(E::kCpe);
   otherRate.samplingIndex = 3;

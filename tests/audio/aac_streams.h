@@ -1,4 +1,4 @@
-// Decoding whole AAC streams in tests.
+// Decoding complete AAC streams in tests.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The tools alone, against their definitions.
+// The tools one by one, against their definitions.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -82,7 +82,7 @@ TEST(Tns, FiltersUpAndDown) {
   }
 }
 
-TEST(Tns, AnalysisIsTheReverse) {
+TEST(Tns, AnalysisIsTheInverse) {
   IcsInfo ics{};
   ics.bands = &BandsOf(3, 1024).longWindow;
   TnsData tns{};
@@ -111,7 +111,7 @@ std::unique_ptr<ChannelStream> LongChannel(int samplingIndex) {
   return channel;
 }
 
-TEST(PredictionTest, ReadsTheFlagsOfTheBandsThatAreSentAndPredicted) {
+TEST(PredictionTest, ReadsTheFlagsOfBandsThatAreSentAndPredicted) {
   const BandTable& bands = BandsOf(3, 1024).longWindow;
   for (const int maxSfb : {3, 40, 49}) {
     BitWriter bits;
@@ -152,7 +152,7 @@ TEST(PredictionTest, FollowsASteadyLineUntilItIsReset) {
   EXPECT_NEAR(1000, channel->spectrum[671], 100);
   EXPECT_EQ(0, channel->spectrum[672]);
 
-  // Only bands that say so, and none of noise or intensity.
+  // Only bands that are flagged, and none of noise or intensity.
   state = learnt;
   channel->codebook[1] = kNoiseCodebook;
   channel->codebook[2] = kIntensityInPhase;
@@ -165,7 +165,7 @@ TEST(PredictionTest, FollowsASteadyLineUntilItIsReset) {
   EXPECT_EQ(0x3F80, state.predictors.variance1[offsets[1]]) << "noise resets its lines";
   EXPECT_NE(0x3F80, state.predictors.variance1[offsets[2]]);
 
-  // A group's lines lie 30 apart, and are reset behind the prediction.
+  // A group's lines are 30 apart, and are reset after the prediction.
   state = learnt;
   channel->ics.prediction.resetGroup = 30;
   predict(~std::uint64_t{0});
@@ -182,7 +182,7 @@ TEST(PredictionTest, FollowsASteadyLineUntilItIsReset) {
   for (const std::uint16_t variance : state.predictors.variance1) EXPECT_EQ(0x3F80, variance);
 }
 
-TEST(PredictionTest, StartsAnewWhereASignalGrowsBeyondAllBounds) {
+TEST(PredictionTest, ResetsWhereASignalOverflows) {
   const auto channel = LongChannel(3);
   PredictionState state;
   StartPrediction(state);
@@ -192,7 +192,7 @@ TEST(PredictionTest, StartsAnewWhereASignalGrowsBeyondAllBounds) {
   EXPECT_EQ(0, state.predictors.r0[0]);
 }
 
-TEST(LongTermPrediction, ReadsTheFlagsOfTheBandsThatAreSent) {
+TEST(LongTermPrediction, ReadsTheFlagsOfSentBands) {
   BitWriter bits;
   bits.Write(1234, 11);
   bits.Write(5, 3);
@@ -207,7 +207,7 @@ TEST(LongTermPrediction, ReadsTheFlagsOfTheBandsThatAreSent) {
   EXPECT_EQ(14u + 40, stream.Position());
 }
 
-// With a signal of a period that is the lag, the prediction of a whole frame goes on with the signal.
+// With a signal whose period is the lag, the prediction of a complete frame continues the signal.
 TEST(LongTermPrediction, ContinuesAPeriodicSignal) {
   const auto sine = [](int i) {
     return static_cast<float>(10000 * std::sin(2 * std::numbers::pi * i / 128));
@@ -218,7 +218,7 @@ TEST(LongTermPrediction, ContinuesAPeriodicSignal) {
   for (int i = 0; i < kLtpHistory; ++i) state->past[i] = sine(i);
   const auto overlap = std::make_unique<FilterBankState>();
   *overlap = {};
-  // As the last frame's transform leaves it: a half and its mirror, each under the window.
+  // As the last frame's transform leaves it: a half and its mirror, each windowed.
   std::vector<float> rise(1024);
   UMC::MakeSineWindow(1024, rise.data());
   for (int i = 0; i < 1024; ++i) {
@@ -230,7 +230,7 @@ TEST(LongTermPrediction, ContinuesAPeriodicSignal) {
   ApplyLtp(bank, *overlap, *state, scratch, *channel);
   SynthesiseFrame(bank, WindowSequence::kOnlyLong, kSineShape, *overlap, scratch, channel->spectrum);
   for (int i = 0; i < 1024; ++i) {
-    // The tail's share comes as it is, the prediction's times its coefficient.
+    // The tail's share is unscaled, the prediction's is multiplied by its coefficient.
     const double w = rise[static_cast<std::size_t>(i)], fall = rise[static_cast<std::size_t>(1023 - i)];
     const double predicted = w * (w * sine(i) - fall * sine(1023 - i));
     const double tail = fall * (fall * sine(i) + w * sine(1023 - i));
@@ -252,7 +252,7 @@ TEST(LongTermPrediction, KeepsTheLastSamples) {
 }
 
 TEST(GainControl, HasFieldsByTheWindowSequence) {
-  // Two bands of one adjustment a window.
+  // Two bands of one adjustment per window.
   const std::size_t windows[4] = {1, 2, 8, 2};
   const unsigned firstBits[4] = {5, 4, 2, 4}, otherBits[4] = {0, 2, 2, 5};
   for (std::size_t sequence = 0; sequence < 4; ++sequence) {
@@ -271,7 +271,7 @@ TEST(GainControl, HasFieldsByTheWindowSequence) {
   }
 }
 
-TEST(Noise, HasTheEnergyThatWasSentAndDependsOnTheBytesAlone) {
+TEST(Noise, HasTheSentEnergyAndDependsOnTheBytesAlone) {
   const std::uint8_t bytes[20] = {1, 2, 3}, others[20] = {1, 2, 4};
   for (const int energy : {-10, 0, 40, 101}) {
     std::vector<float> noise(32), again(32), other(32);
@@ -287,15 +287,15 @@ TEST(Noise, HasTheEnergyThatWasSentAndDependsOnTheBytesAlone) {
   }
 }
 
-TEST(Mixdown, CopiesMonoToBothOfTwo) {
+TEST(Mixdown, CopiesMonoToBothChannelsOfStereo) {
   const MixMatrix mix = MakeMixMatrix(LayoutOfConfiguration(1), 2);
   EXPECT_EQ(1.0f, mix.gains[0][0]);
   EXPECT_EQ(1.0f, mix.gains[1][0]);
 }
 
-TEST(Mixdown, PutsAsManyChannelsInWaveOrder) {
+TEST(Mixdown, OrdersEqualChannelCountsAsInWave) {
   const MixMatrix mix = MakeMixMatrix(LayoutOfConfiguration(6), 6);
-  // Left, right, centre, low frequencies, surround pair, out of: centre, left, right, surround pair, low.
+  // Left, right, centre, LFE, surround pair, from: centre, left, right, surround pair, LFE.
   const int from[6] = {1, 2, 0, 5, 3, 4};
   for (int i = 0; i < 6; ++i) {
     for (int j = 0; j < 6; ++j) EXPECT_EQ(j == from[i] ? 1.0f : 0.0f, mix.gains[i][j]);
@@ -343,7 +343,7 @@ TEST(Mixdown, NeverExceedsFullScale) {
   }
 }
 
-TEST(Options, AreTakenOverOnlyWhereTheyAreKnown) {
+TEST(Options, AreTakenOnlyWhereTheyAreKnown) {
   DecoderOptions options;
   UMC::AACDecoderParams params;
   const auto apply = [&](int mode, int flag, int level, int stereo, int layer) {
@@ -365,7 +365,7 @@ TEST(Options, AreTakenOverOnlyWhereTheyAreKnown) {
   EXPECT_EQ((std::vector<int>{28, 1, 8, 0, 5}), apply(28, 1, 8, 0, 5));
 }
 
-TEST(AudioSpecificConfigTest, ReadsEveryWayToSignalSbr) {
+TEST(AudioSpecificConfigTest, ReadsEverySignallingOfSbr) {
   AudioSpecificConfig config;
   const std::uint8_t plain[] = {0x11, 0x90};
   ASSERT_TRUE(ParseAudioSpecificConfig(plain, 2, config));

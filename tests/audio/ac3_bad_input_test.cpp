@@ -1,5 +1,5 @@
-// Damaged frames: each is 1536 frames of silence, and the decoder goes on. Whatever the bytes, a call ends
-// with one of its statuses. Run with the sanitizers this also shows that nothing outside the input is read.
+// Damaged frames: each is 1536 PCM frames of silence, and the decoder continues. Whatever the bytes, a call
+// ends with one of its statuses. Under the sanitizers this also shows that nothing outside the input is read.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -25,7 +25,7 @@ std::vector<Bytes> Frames(int count, int sizeCode = 20) {
 
 const Samples kSilence(2 * kAc3FrameSamples, 0);
 
-// The statuses of all frames in a stream, until one is an error.
+// The statuses of all frames in a stream up to the first error.
 std::vector<UMC::Status> Statuses(const Bytes& stream) {
   TestAc3Decoder decoder;
   std::vector<UMC::Status> statuses;
@@ -43,10 +43,10 @@ std::vector<UMC::Status> Statuses(const Bytes& stream) {
 
 const std::vector<UMC::Status> kOneDamaged = {0, 4, 0, 0};
 
-TEST(Ac3BadInput, EveryBitFlipIsNoticed) {
+TEST(Ac3BadInput, EveryBitFlipIsDetected) {
   auto frames = Frames(4, 0);
-  // The LFE channel and the modes do not matter here: all bytes but those of the sync information, whose
-  // damage may look like another size or version.
+  // The LFE channel and the modes do not matter here: all bytes except the sync information, whose damage may
+  // look like another size or version.
   for (std::size_t at = 6; at < frames[1].size(); ++at) {
     frames[1][at] ^= static_cast<std::uint8_t>(1 << at % 8);
     ASSERT_EQ(kOneDamaged, Statuses(Joined(frames))) << at;
@@ -78,7 +78,7 @@ TEST(Ac3BadInput, FrameSizeCodesOutOfRange) {
   }
 }
 
-TEST(Ac3BadInput, OtherFrameSizesThanTheFramesOwn) {
+TEST(Ac3BadInput, FrameSizesOtherThanTheFramesOwn) {
   for (const int code : {0, 12, 19, 21, 22, 30}) {
     auto frames = Frames(4);
     frames[1][4] = static_cast<std::uint8_t>(code);
@@ -106,8 +106,9 @@ TEST(Ac3BadInput, EveryTruncationOfAFrame) {
   }
 }
 
-// The frame's own size counts at the end of the input, whatever looks like a sync word inside the frame.
-TEST(Ac3BadInput, ADamagedLastFrameIsConsumedWhole) {
+// The frame's own size counts at the end of the input, even if something inside the frame looks like a sync
+// word.
+TEST(Ac3BadInput, ADamagedLastFrameIsConsumedCompletely) {
   auto frames = Frames(2);
   const std::uint8_t imposter[] = {0x0B, 0x77, 0, 0, 20, 8 << 3};
   std::copy(std::begin(imposter), std::end(imposter), frames[0].begin() + 100);
@@ -118,7 +119,7 @@ TEST(Ac3BadInput, ADamagedLastFrameIsConsumedWhole) {
   EXPECT_EQ(0u, decoder.Left());
 }
 
-TEST(Ac3BadInput, AnythingAfterTheHeaderUnderRightChecksums) {
+TEST(Ac3BadInput, AnyBytesAfterTheHeaderUnderValidChecksums) {
   std::mt19937 random(3);
   const auto frames = Frames(3);
   int damaged = 0;
@@ -137,7 +138,7 @@ TEST(Ac3BadInput, AnythingAfterTheHeaderUnderRightChecksums) {
     ASSERT_EQ(kSilence, decoder.Last());
   }
   EXPECT_GT(damaged, 1000);
-  // Behind a damaged frame it goes on as from the start.
+  // After a damaged frame it continues as from the start.
   Bytes wrong = frames[0];
   wrong[50] ^= 1;
   ASSERT_EQ(4, decoder.Decode(wrong));
@@ -167,7 +168,7 @@ TEST(Ac3BadInput, RandomBytes) {
   }
 }
 
-TEST(Ac3BadInput, FormatsThatChangeInMidStream) {
+TEST(Ac3BadInput, FormatChangesInMidStream) {
   TestAc3Decoder decoder;
   for (int i = 0; i < 60; ++i) {
     Ac3GeneratorOptions options;

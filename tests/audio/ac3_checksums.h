@@ -1,4 +1,4 @@
-// Makes sync frames' checksums right (ATSC A/52, 7.10.1).
+// Makes sync frames' checksums valid (ATSC A/52, 7.10.1).
 #pragma once
 
 #include <cstddef>
@@ -8,15 +8,15 @@
 #include "audio/umc/ac3/crc.h"
 #include "audio/umc/ac3/sync_frame.h"
 
-// `frame` is a whole frame of `bytes` bytes.
+// `frame` is a complete frame of `bytes` bytes.
 inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {
   const auto put = [](unsigned word, std::uint8_t* to) {
     to[0] = static_cast<std::uint8_t>(word >> 8);
     to[1] = static_cast<std::uint8_t>(word);
   };
   const std::size_t words = bytes / 2, first = 2 * (words / 2 + words / 8);
-  // The first checksum stands ahead of what it protects: it is what makes the remainder 0 in the end, found
-  // by running the register backwards.
+  // The first checksum precedes what it protects: it is what makes the remainder 0 in the end, found by
+  // running the register backwards.
   put(0, frame + 2);
   unsigned remainder = UMC::ac3::CrcRemainder(frame + 2, first - 2);
   for (std::size_t bit = 0; bit < 8 * (first - 2); ++bit) {
@@ -26,7 +26,7 @@ inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {
   put(UMC::ac3::CrcRemainder(frame + first, bytes - first - 2), frame + bytes - 2);
 }
 
-// Does so for all that looks like frames, one behind the other from the start on.
+// Does so for everything that looks like frames, one after the other from the start.
 inline void RepairAc3Checksums(std::vector<std::uint8_t>& bytes) {
   UMC::ac3::SyncInfo info{};
   for (std::size_t at = 0; bytes.size() - at >= UMC::ac3::kSyncInfoBytes; at += info.bytes) {

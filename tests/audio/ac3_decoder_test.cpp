@@ -31,14 +31,14 @@ TEST(Ac3Decoder, ReportsMissingArgumentsAndState) {
   ExpectMissingArgumentsAndStateToBeReported<UMC::AC3Decoder, UMC::AC3DecoderParams>();
 }
 
-TEST(Ac3Decoder, TellsThatItIsNotInitialisedBeforeAnythingElse) {
+TEST(Ac3Decoder, ReportsThatItIsNotInitialisedFirst) {
   UMC::AC3Decoder decoder;
   UMC::MediaData data(64);
   EXPECT_EQ(-998, decoder.GetFrame(nullptr, &data));
   EXPECT_EQ(-998, decoder.GetFrame(&data, nullptr));
 }
 
-TEST(Ac3Decoder, BeginsWithItsOwnOptionsWhereNoneAreGiven) {
+TEST(Ac3Decoder, StartsWithDefaultOptionsWhereNoneAreGiven) {
   const Bytes frame = Frames(1)[0];
   UMC::AC3Decoder decoder;
   ASSERT_EQ(0, decoder.Init(nullptr));
@@ -50,13 +50,13 @@ TEST(Ac3Decoder, BeginsWithItsOwnOptionsWhereNoneAreGiven) {
   EXPECT_EQ(2u * 3072, output.GetDataSize());
 }
 
-TEST(Ac3Decoder, RefusesOptionsThatAreNone) {
+TEST(Ac3Decoder, RejectsInvalidOptions) {
   UMC::AC3Decoder decoder;
   UMC::BaseCodecParams base;
   UMC::AudioCodecParams audio;
   EXPECT_EQ(-995, decoder.Init(&base));
   EXPECT_EQ(-995, decoder.Init(&audio));
-  EXPECT_EQ(-998, decoder.Reset()) << "nothing was made";
+  EXPECT_EQ(-998, decoder.Reset()) << "nothing was initialised";
 }
 
 TEST(Ac3Decoder, ReportsMissingMemory) {
@@ -110,7 +110,7 @@ TEST(Ac3Decoder, DescribesBothStreams) {
   EXPECT_EQ(0x0Fu, params.m_output.channelMask);
 }
 
-TEST(Ac3Decoder, TellsWhatTheStreamSaysOfItself) {
+TEST(Ac3Decoder, ReportsTheStreamsInformation) {
   const auto describe = [](const Ac3GeneratorOptions& options) {
     TestAc3Decoder decoder;
     EXPECT_EQ(0, decoder.Decode(Frames(1, options)[0]));
@@ -135,7 +135,7 @@ TEST(Ac3Decoder, TellsWhatTheStreamSaysOfItself) {
   EXPECT_EQ((std::vector<std::uint32_t>{6, 4, 0, 1, 0, 27, 27, 448000}), describe(options));
 }
 
-TEST(Ac3Decoder, TellsTheFormatWithTheSamples) {
+TEST(Ac3Decoder, ReportsTheFormatWithTheSamples) {
   Bytes stream = Joined(Frames(2));
   UMC::AC3Decoder decoder;
   UMC::AC3DecoderParams params;
@@ -154,12 +154,12 @@ TEST(Ac3Decoder, TellsTheFormatWithTheSamples) {
     EXPECT_EQ(48000u, output.m_info.sampleFrequency);
     EXPECT_EQ(16u, output.m_info.bitsPerSample);
     EXPECT_EQ(1u, output.m_isSigned);
-    EXPECT_EQ(1.5, output.m_info.duration) << "what the decoder does not know stays";
+    EXPECT_EQ(1.5, output.m_info.duration) << "fields unknown to the decoder are kept";
     EXPECT_EQ(7u, output.m_info.streamSubtype);
   }
 }
 
-TEST(Ac3Decoder, PutsOutAsManyChannelsAsTheModeHas) {
+TEST(Ac3Decoder, OutputsAsManyChannelsAsTheModeHas) {
   const std::size_t channels[9] = {2, 1, 2, 3, 3, 4, 4, 5, 5};
   for (int mode = 0; mode <= 8; ++mode) {
     for (const bool lfe : {false, true}) {
@@ -174,7 +174,7 @@ TEST(Ac3Decoder, PutsOutAsManyChannelsAsTheModeHas) {
   }
 }
 
-TEST(Ac3Decoder, TakesOnlyOptionsWithinTheirRanges) {
+TEST(Ac3Decoder, AcceptsOnlyOptionsWithinTheirRanges) {
   const Bytes frame = Frames(1)[0];
   UMC::AC3DecoderParams params;
   TestAc3Decoder decoder;
@@ -223,7 +223,7 @@ TEST(Ac3Decoder, KeepsTheTimeLine) {
   EXPECT_EQ(start + static_cast<double>(1536.0f / 22050.0f), end);
 }
 
-TEST(Ac3Decoder, NeedsRoomForTheSamples) {
+TEST(Ac3Decoder, NeedsSpaceForTheSamples) {
   auto frames = Frames(2);
   UMC::AC3Decoder decoder;
   UMC::AC3DecoderParams params;
@@ -239,7 +239,7 @@ TEST(Ac3Decoder, NeedsRoomForTheSamples) {
   EXPECT_EQ(0u, small.GetDataSize());
   EXPECT_EQ(0, decode(frames[0], enough));
   EXPECT_EQ(0u, input.GetDataSize());
-  // A damaged frame without room resets the decoder: its time begins again.
+  // A damaged frame without output space resets the decoder: its time starts again.
   Bytes damaged = frames[1];
   damaged[200] ^= 0x10;
   EXPECT_EQ(-896, decode(damaged, small));
@@ -248,7 +248,7 @@ TEST(Ac3Decoder, NeedsRoomForTheSamples) {
   EXPECT_EQ(0, enough.GetTime());
 }
 
-TEST(Ac3Decoder, DecodesTheSameFromOneFrameBefore) {
+TEST(Ac3Decoder, ConvergesAfterOneFrameOfPreRoll) {
   Ac3GeneratorOptions options;
   options.dither = true;
   options.sizeCode = 20;
@@ -268,7 +268,7 @@ TEST(Ac3Decoder, DecodesTheSameFromOneFrameBefore) {
 }
 
 TEST(Ac3Decoder, DithersDifferentlyInEveryChannel) {
-  // No bits at all: what is heard is noise.
+  // No bits at all: only noise is audible.
   Ac3GeneratorOptions options;
   options.mode = 2;
   options.dither = true;
@@ -285,7 +285,7 @@ TEST(Ac3Decoder, DithersDifferentlyInEveryChannel) {
   EXPECT_NE(left, right);
 }
 
-TEST(Ac3Decoder, WaitsForTheWholeFrame) {
+TEST(Ac3Decoder, WaitsForTheCompleteFrame) {
   const Bytes stream = Joined(Frames(3));
   EXPECT_EQ(TestAc3Decoder().DecodeAll(stream), TestAc3Decoder().DecodeByteByByte(stream));
 }
@@ -302,7 +302,7 @@ TEST(Ac3Decoder, SkipsWhatPrecedesTheFirstFrame) {
   EXPECT_EQ(0u, other.Left());
 }
 
-TEST(Ac3Decoder, DoesNotBelieveASyncWordAfterGarbageWithoutItsChecksums) {
+TEST(Ac3Decoder, IgnoresASyncWordAfterGarbageWithoutValidChecksums) {
   const Bytes frame = Frames(2)[1];
   Bytes imposter = frame;
   imposter[200] ^= 1;
@@ -313,7 +313,7 @@ TEST(Ac3Decoder, DoesNotBelieveASyncWordAfterGarbageWithoutItsChecksums) {
   EXPECT_EQ(0u, decoder.Left());
 }
 
-TEST(Ac3Decoder, RefusesOtherVersions) {
+TEST(Ac3Decoder, RejectsOtherVersions) {
   const auto frames = Frames(2);
   for (int version = 11; version < 32; ++version) {
     Bytes other = frames[0];

@@ -1,4 +1,4 @@
-// What ffmpeg's encoder makes, held against the witnesses.
+// Streams of ffmpeg's encoder, against the reference decoders.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Expressions of ffmpeg's aevalsrc, by the number of the channel.
+// Expressions of ffmpeg's aevalsrc, by channel number.
 std::string Expression(const std::string& signal, int channel) {
   const std::string c = std::to_string(channel + 1);
   if (signal == "tones") return "0.25*sin(2*PI*" + c + "*440*t)";
@@ -34,7 +34,7 @@ void Encode(const std::string& file, const std::string& signal, const Layout& la
             int kilobits, const std::vector<std::string>& options = {}) {
   std::string expressions;
   for (int i = 0; i < layout.channels; ++i) expressions += (i == 0 ? "" : "|") + Expression(signal, i);
-  // Noise is compared by its mean power, which takes more of it.
+  // Noise is compared by its mean power, which takes longer signals.
   const std::string seconds = signal == "tones" ? "1.5" : "5";
   makeMedia(file, std::vector<std::string>{"-f", "lavfi", "-i",
                                            "aevalsrc=" + expressions + ":s=" + std::to_string(frequency) +
@@ -45,13 +45,13 @@ void Encode(const std::string& file, const std::string& signal, const Layout& la
 
 const std::vector<std::string> kNoDynamicRange = {"-drc_scale", "0"};
 
-// As 16-bit samples, so that two decoders' samples are rounded and limited both.
+// As 16-bit samples, so that both decoders' samples are rounded and limited.
 std::vector<float> Rounded(std::vector<float> samples) {
   for (float& sample : samples) sample = std::nearbyint(std::clamp(sample, -32768.0f, 32767.0f));
   return samples;
 }
 
-// The mean square of the difference of every frame.
+// The mean square of the difference of each frame.
 std::vector<double> FramePowers(const std::vector<float>& a, const std::vector<float>& b, int channels) {
   EXPECT_EQ(a.size(), b.size());
   const std::size_t frame = kAc3FrameSamples * static_cast<std::size_t>(channels);
@@ -71,10 +71,10 @@ double Mean(const std::vector<double>& values) {
   return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
 }
 
-// That what differs by noise alone differs by no more than `self`, which is noise as well: both are powers of
-// the same frames. Their mean excess is a sample of something random, as each noise is drawn but once; it
-// counts as more than nothing when it is three of its standard errors. The variance of a rounding is left
-// to decoders whose floats differ in the last bits.
+// Checks that a difference due to noise alone is no larger than `self`, which is due to noise as well: both
+// are powers of the same frames. Their mean excess is a random sample, as each noise is drawn only once; it
+// counts as nonzero when it is three of its standard errors. The variance of rounding allows for decoders
+// whose floats differ in the last bits.
 void ExpectNoMoreNoise(const std::vector<double>& powers, const std::vector<double>& self) {
   constexpr double kRounding = 1.0 / 12;
   ASSERT_EQ(self.size(), powers.size());
@@ -84,12 +84,13 @@ void ExpectNoMoreNoise(const std::vector<double>& powers, const std::vector<doub
   for (std::size_t i = 0; i < powers.size(); ++i) squares[i] = (excess[i] - mean) * (excess[i] - mean);
   const double standardError = std::sqrt(Mean(squares) / static_cast<double>(powers.size()));
   EXPECT_LE(mean, 3 * standardError + kRounding)
-      << std::sqrt(Mean(powers)) << " RMS where the witness differs from itself by " << std::sqrt(Mean(self));
+      << std::sqrt(Mean(powers)) << " RMS where the reference differs from itself by "
+      << std::sqrt(Mean(self));
 }
 
-// Tones as close as 1.5 steps of 16 bits; noise, which is dithered where it has no bits, no farther than the
-// witness is from itself with other noise. Tones are compared like noise where too few bits are left for
-// them, so that the witness's own dither takes most of those 1.5 steps.
+// Tones within 1.5 steps of 16 bits; noise, which is dithered where it has no bits, no further than the
+// reference is from itself with other noise. Tones are compared like noise where too few bits are left for
+// them, so that the reference's own dither takes most of those 1.5 steps.
 void ExpectLikeFfmpeg(const std::string& signal, const Layout& layout, int frequency, int kilobits) {
   constexpr double kMuchDither = 1;
   SCOPED_TRACE(signal + " " + layout.name + " " + std::to_string(frequency) + " " + std::to_string(kilobits) +
@@ -212,7 +213,7 @@ TEST_P(EncodedLayout, MixesToStereoWithTheStreamsLevels) {
   }
 }
 
-// The alternate syntax (ATSC A/52, annex D) has finer levels, and one for Lt/Rt beside that for Lo/Ro.
+// The alternate syntax (ATSC A/52, annex D) has finer levels, and one for Lt/Rt beside the one for Lo/Ro.
 TEST_P(LevelledLayout, MixesToStereoWithTheLevelsOfTheAlternateSyntax) {
   const Layout& layout = GetParam();
   for (const auto& [centre, surround] : {std::pair{1.414, 0.841}, {1.0, 0.595}, {0.0, 0.0}}) {

@@ -1,4 +1,4 @@
-// Random valid frames, without dither, against the witnesses.
+// Random valid frames, without dither, against the reference decoders.
 #include <gtest/gtest.h>
 
 #include "tests/audio/ac3_generator.h"
@@ -38,7 +38,7 @@ TEST_P(GeneratedMode, DecodesEveryStrategyLikeFfmpeg) {
     Ac3GeneratorOptions options;
     options.mode = GetParam();
     options.lfe = lfe;
-    // Which of the two programmes' dynamic range words is for the LFE channel is not told.
+    // Which of the two programmes' dynamic range words applies to the LFE channel is unspecified.
     options.dynamicRange = options.mode != 0 || !lfe;
     Ac3Generator generator(static_cast<unsigned>(GetParam()), options);
     const Bytes stream = Generate(generator, 150);
@@ -59,9 +59,9 @@ TEST_P(GeneratedMode, DecodesEveryStrategyLikeFfmpeg) {
   }
 }
 
-// In stereo, where the other witness has its own gain for a single channel. It takes phase flags over from
-// one strategy to the next, the coupling channel's delta segments to start with band 0, and one dynamic range
-// word for two programmes.
+// In stereo, because the other reference has its own gain for a single channel. It carries phase flags over
+// from one strategy to the next, starts the coupling channel's delta segments at band 0, and uses one dynamic
+// range word for two programmes.
 TEST_P(GeneratedMode, MixesToStereoLikeA52dec) {
   if (GetParam() == 1) return;
   Ac3GeneratorOptions options;

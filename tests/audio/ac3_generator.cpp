@@ -33,7 +33,7 @@ bool Ac3Generator::WriteFrame() {
   ParseSyncInfo(m_bits.Bytes().data(), m_sync);
   BeginFrame(m_block);
   for (int i = 0; i < kBlocks; ++i) WriteBlock(i == 0);
-  // Behind the blocks: auxdatae, crcrsv, crc2.
+  // After the blocks: auxdatae, crcrsv, crc2.
   return m_bits.Bits() + 18 <= 8 * m_sync.bytes;
 }
 
@@ -86,7 +86,7 @@ void Ac3Generator::WriteBlock(bool first) {
   }
   for (int i = 0; i < m_channels; ++i) Write(m_options.dither ? 1 : 0, 1);
   for (int i = 0; i < (m_options.mode == kDualMono ? 2 : 1); ++i) {
-    // Down to -12 dB, and no louder than a little.
+    // Down to -12 dB, and only slightly louder.
     if (Flag(m_options.dynamicRange ? 30 : 0)) Write(Chance(50) ? Random(0xC0, 0xFF) : Random(0, 8), 8);
   }
   WriteCoupling(first);
@@ -263,8 +263,8 @@ void Ac3Generator::WriteAllocation(bool first) {
 }
 
 void Ac3Generator::WriteDelta(bool first) {
-  // Segments of the coupling channel are for its bands: every strategy tells anew whether it has any, also
-  // because a witness takes up those of an earlier frame where none does.
+  // Segments of the coupling channel are for its bands: every strategy signals anew whether it has any, also
+  // because a reference decoder takes up those of an earlier frame where none does.
   const bool forced = m_options.couplingDelta && m_newStrategy && m_block.coupling.inUse;
   if (!Flag(m_options.delta ? 30 * m_percent / 100 : 0, m_options.delta && forced)) return;
   std::vector<int> channels = Coded();

@@ -1,6 +1,6 @@
-// Makes sync frames that are random but valid, far beyond what encoders write: every exponent strategy,
-// delta bit allocation, block switching by channel, coupling of any structure that comes and goes, phase
-// flags, parameters that are reused or not, in every mode, rate and size (ATSC A/52, 5.3).
+// Makes sync frames that are random but valid, far beyond what encoders write: every exponent strategy, delta
+// bit allocation, block switching by channel, coupling of any structure that comes and goes, phase flags,
+// parameters that are reused or not, in every mode, rate and size (ATSC A/52, 5.3).
 #pragma once
 
 #include <cstdint>
@@ -27,20 +27,21 @@ struct Ac3GeneratorOptions {
   bool dynamicRange = true;
   int lowestExponent = 5;  // keeps the level down
   int serviceType = 0;     // bsmod
-  int surroundMode = 0;    // dsurmod, of the mode 2/0
+  int surroundMode = 0;    // dsurmod, for mode 2/0
   int dialogueLevel = 0;   // dialnorm; 0: any
 };
 
 class Ac3Generator {
  public:
-  // The first frame is silent with one channel switched: there a witness gets over an overlap of its own.
+  // The first frame is silent with one channel switched: there a reference decoder recovers from an overlap
+  // of its own.
   Ac3Generator(unsigned seed, Ac3GeneratorOptions options)
       : m_options(options), m_random(seed), m_preRoll(options.blockSwitch) {}
 
-  // A whole frame, both checksums right.
+  // A complete frame, both checksums valid.
   std::vector<std::uint8_t> NextFrame();
 
-  // What may be in a frame and was, by name, over all frames so far: to see that a test means what it says.
+  // The tools and modes used, by name, over all frames so far: proves that a test covers what it claims.
   const std::vector<std::string>& Seen() const { return m_seen; }
 
  private:
@@ -48,7 +49,7 @@ class Ac3Generator {
     return low + static_cast<int>(m_random() % static_cast<unsigned>(high - low + 1));
   }
   bool Chance(int percent) { return Random(0, 99) < percent; }
-  // Writes a flag that is set with this chance, or for sure.
+  // Writes a flag that is set with this chance, or always.
   bool Flag(int percent, bool forced = false) {
     const bool set = forced || Chance(percent);
     Write(set ? 1 : 0, 1);
@@ -79,7 +80,7 @@ class Ac3Generator {
   UMC::ac3::DeltaSegments WriteSegments(int firstBand);
   void WriteMantissas(int channel);
   void Allocate(int channel);
-  std::vector<int> Coded() const;  // the coupling channel where it is in use, the others behind it
+  std::vector<int> Coded() const;  // the coupling channel where it is in use, the others after it
 
   Ac3GeneratorOptions m_options;
   std::mt19937 m_random;
@@ -90,7 +91,7 @@ class Ac3Generator {
   int m_channels = 0;          // full bandwidth ones
   bool m_newStrategy = false;  // the block has a coupling strategy of its own
   bool m_noBits = false;       // nor any mantissas
-  int m_percent = 100;         // of what there might be, so that the frame fits
+  int m_percent = 100;         // of the possible maximum, so that the frame fits
   int m_left[6] = {};          // mantissas left of a group, by pointer
   std::vector<std::string> m_seen;
 };

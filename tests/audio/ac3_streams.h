@@ -1,4 +1,4 @@
-// Decoding whole AC-3 streams in tests.
+// Decoding complete AC-3 streams in tests.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 
 inline constexpr std::size_t kAc3FrameSamples = 1536;
 
-// A decoder for an output of the audio coding mode `mode`.
+// A decoder whose output has the audio coding mode `mode`.
 class TestAc3Decoder : public StreamDecoder<UMC::AC3Decoder> {
  public:
   explicit TestAc3Decoder(int mode = 0, bool lfe = false) : StreamDecoder(6 * kAc3FrameSamples) {
@@ -26,7 +26,7 @@ class TestAc3Decoder : public StreamDecoder<UMC::AC3Decoder> {
   UMC::AC3DecoderParams m_params;
 };
 
-// The frames of a stream, by the sizes that their headers tell.
+// The frames of a stream, by the sizes in their headers.
 inline std::vector<Bytes> SplitAc3(const Bytes& stream) {
   std::vector<Bytes> frames;
   UMC::ac3::SyncInfo info{};
@@ -44,7 +44,7 @@ inline Bytes Joined(const std::vector<Bytes>& frames) {
   return stream;
 }
 
-// The root of the mean square of the difference, full scale being 32768.
+// The root mean square of the difference, full scale being 32768.
 inline double RmsDifference(const Samples& ours, const std::vector<float>& witness) {
   EXPECT_EQ(witness.size(), ours.size());
   double sum = 0;
@@ -56,7 +56,7 @@ inline double RmsDifference(const Samples& ours, const std::vector<float>& witne
   return count == 0 ? 0 : std::sqrt(sum / static_cast<double>(count));
 }
 
-// What a52dec makes of a file: two channels, full scale being 32768.
+// A file decoded by a52dec: two channels, full scale being 32768.
 inline std::vector<float> A52Decode(const std::filesystem::path& file) {
   const std::string wave = runOrThrow({"a52dec", "-o", "wav", file.string()}).out;
   constexpr std::size_t kHeaderBytes = 44;

@@ -1,4 +1,4 @@
-// The tools alone, against their definitions.
+// The tools one by one, against their definitions.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -45,8 +45,8 @@ TEST(Ac3Crc, IsTheRemainderOfTheBits) {
   }
 }
 
-// Overlapping parts, as frames that are looked for at every other byte have them.
-TEST(Ac3Crc, PassesOverTheBytesOnceHoweverManyPartsAreAskedFor) {
+// Overlapping parts, as a search for frames at every other byte needs them.
+TEST(Ac3Crc, ReadsTheBytesOnceHoweverManyPartsAreRequested) {
   std::mt19937 random(2);
   std::vector<std::uint8_t> bytes(20000);
   for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
@@ -58,13 +58,13 @@ TEST(Ac3Crc, PassesOverTheBytesOnceHoweverManyPartsAreAskedFor) {
     ASSERT_EQ(CrcRemainder(&bytes[start], middle - start), crc.Remainder(start, middle)) << start;
     ASSERT_EQ(CrcRemainder(&bytes[middle], start + size - middle), crc.Remainder(middle, start + size));
     furthest = std::max(furthest, start + size);
-    if (start == 12000) start += 4000;  // nothing was looked for between
+    if (start == 12000) start += 4000;  // no search in between
   }
   EXPECT_LE(crc.Passed(), furthest - kFirst);
   EXPECT_GT(crc.Passed(), 10000u);
 }
 
-TEST(Ac3SyncInfo, TellsTheFrameSizesOfTheStandard) {
+TEST(Ac3SyncInfo, HasTheFrameSizesOfTheStandard) {
   const auto bytes = [](int frequencyCode, int sizeCode) {
     const std::uint8_t header[6] = {
         0x0B, 0x77, 0, 0, static_cast<std::uint8_t>(frequencyCode << 6 | sizeCode), 8 << 3};
@@ -93,7 +93,7 @@ TEST(Ac3DynamicRange, HasTheStandardsGains) {
   }
 }
 
-// bsi() of a mode with one programme. `alternate`: xbsi1, where it is there.
+// bsi() of a mode with one programme. `alternate`: xbsi1, if present.
 BitStreamInformation ParseInformation(int version, int mode, int centre, int surround,
                                       std::optional<std::uint32_t> alternate = {}) {
   BitWriter bits;
@@ -118,7 +118,7 @@ BitStreamInformation ParseInformation(int version, int mode, int centre, int sur
   return info;
 }
 
-TEST(Ac3Information, KeepsWhatTheStreamSaysOfItself) {
+TEST(Ac3Information, KeepsTheStreamsInformation) {
   const BitStreamInformation surround = ParseInformation(8, 7, 0, 0);
   EXPECT_EQ(8, surround.version);
   EXPECT_EQ(5, surround.serviceType);
@@ -131,7 +131,7 @@ TEST(Ac3Information, KeepsWhatTheStreamSaysOfItself) {
 }
 
 TEST(Ac3Information, HasTheLevelsOfTheDownMix) {
-  // Reserved codes stand for the level between (ATSC A/52, 5.4.2.4 and 5.4.2.5).
+  // Reserved codes mean the level between (ATSC A/52, 5.4.2.4 and 5.4.2.5).
   const double centres[4] = {0.707107, 0.594604, 0.5, 0.594604}, surrounds[4] = {0.707107, 0.5, 0, 0.5};
   for (int code = 0; code < 4; ++code) {
     for (int mode = 0; mode < 8; ++mode) {
@@ -147,7 +147,7 @@ TEST(Ac3Information, HasTheLevelsOfTheDownMix) {
 TEST(Ac3Information, TakesTheLevelsOfTheAlternateSyntax) {
   const double levels[8] = {1.414214, 1.189207, 1, 0.840896, 0.707107, 0.594604, 0.5, 0};
   for (unsigned code = 0; code < 8; ++code) {
-    // Lt/Rt levels, which do not count here, are others.
+    // Lt/Rt levels, which do not count here, differ.
     const std::uint32_t xbsi1 = 2u << 12 | (7 - code) << 9 | (7 - code) << 6 | code << 3 | code;
     const BitStreamInformation info = ParseInformation(6, 7, 0, 0, xbsi1);
     EXPECT_NEAR(levels[code], info.centreLevel, 1e-6);
@@ -159,7 +159,7 @@ TEST(Ac3Information, TakesTheLevelsOfTheAlternateSyntax) {
   EXPECT_NEAR(0.594604, ParseInformation(6, 7, 1, 1).centreLevel, 1e-6) << "without xbsi1";
 }
 
-TEST(Ac3Mantissas, RefuseTheCodesBeyondEveryGroup) {
+TEST(Ac3Mantissas, RejectCodesBeyondEveryGroup) {
   struct Group {
     std::uint8_t pointer;
     unsigned bits, codes, size;
@@ -209,7 +209,7 @@ TEST(Ac3Coupling, HasCoordinatesWithoutAHiddenBitInTheLastOctave) {
   EXPECT_EQ(8 * 31.0f / 32 * 0x1p-3f, factors[3]);
 }
 
-// One block of 2/0 up to its mantissas, everything in it sent anew; with both channels coupled, or with none.
+// One block of 2/0 up to its mantissas, everything sent anew; with both channels coupled, or neither.
 void WriteSideInformation(bool isCoupled, bool hasLeak, BitWriter& bits) {
   constexpr unsigned kNoDifferences = 62;  // of a group of three exponents
   bits.Write(0, 2 + 2 + 1);                // blksw, dithflag, dynrnge
@@ -261,13 +261,13 @@ TEST(Ac3Block, NeedsNewLeakValuesWhereCouplingBeginsAgain) {
     return parsed;
   };
   const Step first{true, true}, again{true, false}, off{false, false};
-  EXPECT_EQ((std::vector<bool>{true, true}), areParsed({first, again})) << "those of the block before serve";
+  EXPECT_EQ((std::vector<bool>{true, true}), areParsed({first, again})) << "those of the block before apply";
   EXPECT_EQ((std::vector<bool>{true, true, true}), areParsed({first, off, first}));
   EXPECT_EQ((std::vector<bool>{true, true, false}), areParsed({first, off, again}));
   EXPECT_EQ((std::vector<bool>{false}), areParsed({again}));
 }
 
-// No offset of any channel stands for no bits in all channels, also where only coupling that ends had one.
+// If no channel has an offset, no channel has bits, also if only coupling that ends had one.
 TEST(Ac3Block, LosesAllBitsWithTheLastOffset) {
   auto block = std::make_unique<AudioBlock>();
   BeginFrame(*block);
@@ -321,7 +321,7 @@ TEST(Ac3Exponents, AddUpDifferencesForOneTwoOrFourBins) {
   }
 }
 
-TEST(Ac3Exponents, RefuseWhatLiesOutside) {
+TEST(Ac3Exponents, RejectValuesOutOfRange) {
   const auto parse = [](int first, int group) {
     BitWriter bits;
     bits.Write(static_cast<unsigned>(first), 4);
@@ -338,7 +338,7 @@ TEST(Ac3Exponents, RefuseWhatLiesOutside) {
   EXPECT_FALSE(parse(10, 127));
 }
 
-TEST(Ac3BitAllocation, RefusesDeltaSegmentsBeyondTheBands) {
+TEST(Ac3BitAllocation, RejectsDeltaSegmentsBeyondTheBands) {
   std::uint8_t exponents[256] = {}, pointers[256];
   SharedAllocation shared{};
   ChannelAllocation own{};
@@ -373,7 +373,7 @@ TEST(Ac3Downmix, IsLoRoWithTheStreamsLevels) {
   }
 }
 
-// What 7.8 has every channel give to the channels of the output, before all are scaled alike.
+// The contributions of every channel to the output channels by 7.8, before all are scaled alike.
 enum Place { kL, kR, kC, kLs, kRs, kS };
 using Gains = std::map<Place, double>;
 

@@ -15,7 +15,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t kPcmBytes = 1536 * 4;  // of one sync frame
 
-// Sync frames of a tone at 48 kHz in a row; they are all of `kbits` * 4 bytes (ATSC A/52, table 5.18).
+// Sync frames of a tone at 48 kHz in a row, all of `kbits` * 4 bytes (ATSC A/52, table 5.18).
 Bytes framesOf(int kbits, int channels = 2) {
   const TempFolder folder;
   makeMedia(folder.file("tone.ac3"),
@@ -28,7 +28,7 @@ Bytes firstFrames(const Bytes& frames, int kbits, int count) {
   return {frames.begin(), frames.begin() + kbits * 4 * count};
 }
 
-// The wrapper as the reader has it: set to the channels that the description tells after opening.
+// The wrapper as the reader uses it: set to the described channels after opening.
 class Wrapper : public VL_Audio_Decode {
  public:
   explicit Wrapper(std::uint32_t codec = VL_FCC_AC3, std::uint16_t channels = 2) {
@@ -58,7 +58,7 @@ class Wrapper : public VL_Audio_Decode {
   std::uint32_t produced = 0;
 };
 
-TEST(Ac3Wrapper, OpensForBothCodesAndTellsTwoChannels) {
+TEST(Ac3Wrapper, OpensForBothCodesWithTwoChannels) {
   for (const std::uint32_t codec : {VL_FCC_AC3, VL_FCC_EAC3}) {
     for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{6}}) {
       const Wrapper wrapper(codec, channels);
@@ -81,9 +81,9 @@ TEST(Ac3Wrapper, StopsWhenLessThan1536BytesAreLeft) {
   const Bytes frames = framesOf(96);  // of 384 bytes
   Wrapper wrapper;
   EXPECT_EQ(wrapper.feed(firstFrames(frames, 96, 4)), 0);
-  EXPECT_EQ(wrapper.produced, kPcmBytes) << "1152 bytes are left behind the first";
+  EXPECT_EQ(wrapper.produced, kPcmBytes) << "1152 bytes remain after the first";
   EXPECT_EQ(wrapper.feed(firstFrames(frames, 96, 5)), 0);
-  EXPECT_EQ(wrapper.produced, 2 * kPcmBytes) << "1536 are behind the first, 1152 behind the second";
+  EXPECT_EQ(wrapper.produced, 2 * kPcmBytes) << "1536 remain after the first, 1152 after the second";
 }
 
 TEST(Ac3Wrapper, ADamagedFrameFailsAndTheNextDecodes) {
@@ -98,7 +98,7 @@ TEST(Ac3Wrapper, ADamagedFrameFailsAndTheNextDecodes) {
   EXPECT_EQ(wrapper.produced, kPcmBytes);
 }
 
-TEST(Ac3Wrapper, ResetForgetsTheSignal) {
+TEST(Ac3Wrapper, ResetClearsTheSignal) {
   const Bytes frames = framesOf(448);
   const Bytes third(frames.begin() + 2 * 1792, frames.begin() + 3 * 1792);
   const auto pulled = [](Wrapper& wrapper) {

@@ -42,7 +42,7 @@ Samples Linear(const std::vector<Bytes>& frames) {
   return TestDecoder().DecodeAll(stream);
 }
 
-// The wrapper, its buffer given back at the end.
+// The wrapper, whose buffer is released at the end.
 class Wrapper : public VL_Audio_Decode {
  public:
   ~Wrapper() override { ReleaseBuffer(); }
@@ -51,7 +51,7 @@ class Wrapper : public VL_Audio_Decode {
     return DecodeFrameAudioBuffered(frame.data(), static_cast<std::uint32_t>(frame.size()), &lastBytes, 0, 0,
                                     1024, 0);
   }
-  // The samples that a pull delivers.
+  // The samples that a pull returns.
   Samples Pull(std::uint64_t position, std::uint32_t frames) {
     Samples room(100000);
     std::uint32_t offset = 6;
@@ -104,7 +104,7 @@ TEST(AudioDecode, Handles24BitStereoInFramesOfEightBytes) {
   EXPECT_EQ(24u, wrapper.BitsPerSample());
 }
 
-TEST(AudioDecode, StaysNotOpenWithoutADecoder) {
+TEST(AudioDecode, StaysClosedWithoutADecoder) {
   for (const std::uint32_t codec : {VL_FCC_AES3, VL_FCC_MP1, VL_FCC_MP2, VL_FCC_MP3}) {
     Wrapper wrapper;
     QVRAUDIO format = Format(codec);
@@ -130,7 +130,7 @@ TEST(AudioDecode, AllocatesAFixedFirstBufferAndThenWhatIsNeeded) {
   EXPECT_EQ(200032u, wrapper.BufferCapacity());
 }
 
-TEST(AudioDecode, ReportsABufferThatCannotBe) {
+TEST(AudioDecode, ReportsABufferThatCannotBeAllocated) {
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
@@ -146,7 +146,7 @@ TEST(AudioDecode, ReportsABufferThatCannotBe) {
   EXPECT_EQ(200000u, wrapper.BufferCapacity());
 }
 
-TEST(AudioDecode, DecodesOneCallsWorth) {
+TEST(AudioDecode, DecodesTheInputOfOneCall) {
   const auto frames = StereoFrames(2);
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
@@ -166,7 +166,7 @@ TEST(AudioDecode, DecodesOneCallsWorth) {
   EXPECT_EQ(5u, bytes);
 }
 
-TEST(AudioDecode, BuffersAWholeInput) {
+TEST(AudioDecode, BuffersACompleteInput) {
   const auto frames = StereoFrames(5);
   const Samples all = Linear(frames);
   Wrapper wrapper;
@@ -186,7 +186,7 @@ TEST(AudioDecode, BuffersAWholeInput) {
   EXPECT_EQ(all, wrapper.Pull(0, 5120));
 }
 
-TEST(AudioDecode, KeepsWhatWasDecodedBeforeAFailure) {
+TEST(AudioDecode, KeepsSamplesDecodedBeforeAFailure) {
   const auto frames = StereoFrames(2);
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
@@ -228,7 +228,7 @@ TEST(AudioDecode, APullBeyondTheBufferTakesAsManyFramesAsItHolds) {
   EXPECT_EQ(2048u, wrapper.BufferStart());
   EXPECT_EQ(0u, wrapper.BufferedFrames());
 
-  // From the middle it counts from there: the end of what it copies is left over from before.
+  // From the middle it counts from there: the end of the copy is left over from before.
   Wrapper other;
   other.Init(&format);
   other.Feed(frames[0] + frames[1]);
@@ -255,9 +255,9 @@ TEST(AudioDecode, APullOutsideTheBufferEmptiesIt) {
 }
 
 TEST(AudioDecode, NeverCopiesFromAfterItsBuffer) {
-  // Frames of 80 bytes are told, of one byte are counted: a pull takes more than the frames it counts.
+  // The frame size is set to 80 bytes but counted as one: a pull takes more than the frames it counts.
   constexpr std::uint32_t kHeld = 4096, kCapacity = 200000, kTold = 80;
-  for (const std::uint32_t frames : {kHeld / 2, kHeld}) {  // to the end of what is held, and beyond
+  for (const std::uint32_t frames : {kHeld / 2, kHeld}) {  // to the end of the buffered samples, and beyond
     Wrapper wrapper;
     QVRAUDIO format = Format(kMp4a, 2, 16);
     wrapper.Init(&format);
@@ -305,7 +305,7 @@ TEST(AudioDecode, RemovesFramesFromTheHead) {
   EXPECT_EQ(0xE8023027u, wrapper.RemoveSamples(1));
 }
 
-TEST(AudioDecode, ResetForgetsPcmAndSignal) {
+TEST(AudioDecode, ResetDropsPcmAndSignal) {
   const auto frames = StereoFrames(3);
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
@@ -337,7 +337,7 @@ TEST(AudioDecode, DeliversTheChannelsOfTheDescription) {
   }
 }
 
-TEST(AudioDecode, DecodesToAnyPlaceInItsBuffer) {
+TEST(AudioDecode, DecodesToAnyOffsetInItsBuffer) {
   const auto frames = StereoFrames(2);
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a, 1, 8);
@@ -345,7 +345,7 @@ TEST(AudioDecode, DecodesToAnyPlaceInItsBuffer) {
   wrapper.Feed(frames[0]);
   wrapper.RemoveSamples(1);
   wrapper.Feed(frames[1]);
-  // Two bytes a sample, one channel: mono, of which the first byte is gone.
+  // Two bytes a sample, one channel: mono, with its first byte missing.
   Bytes room(4095);
   std::uint32_t offset = 0;
   wrapper.PullAudio(1, 4095, room.data(), &offset);
@@ -354,8 +354,8 @@ TEST(AudioDecode, DecodesToAnyPlaceInItsBuffer) {
   EXPECT_EQ(0, std::memcmp(room.data(), reinterpret_cast<const std::uint8_t*>(expected.data()) + 1, 4095));
 }
 
-// Two bytes each, and none of them complete.
-TEST(AudioDecode, AConfigurationThatIsCutOffCountsByItsObjectType) {
+// Two bytes each, all truncated.
+TEST(AudioDecode, OpensATruncatedConfigurationByItsObjectType) {
   struct {
     Bytes configuration;
     bool open;
@@ -363,7 +363,7 @@ TEST(AudioDecode, AConfigurationThatIsCutOffCountsByItsObjectType) {
       {{0x89, 0x91}, false},  // 17 with an extension
       {{0xA1, 0x90}, false},  // 20, which has a layer
       {{0x11, 0x91}, true},   // 2 with an extension
-      {{0x2B, 0x11}, true},   // 5, whose core's is not there
+      {{0x2B, 0x11}, true},   // 5, whose core's is missing
   };
   for (const auto& [configuration, open] : cases) {
     Wrapper decoder;
@@ -376,7 +376,7 @@ TEST(AudioDecode, AConfigurationThatIsCutOffCountsByItsObjectType) {
   }
 }
 
-TEST(AudioDecode, FramesOfNoSizeFail) {
+TEST(AudioDecode, FramesOfSizeZeroFail) {
   Wrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   format.wave.blockAlign = 0;

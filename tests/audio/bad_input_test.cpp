@@ -1,5 +1,5 @@
-// Whatever the bytes, a call ends with one of its statuses, and a good frame decodes again afterwards. Run
-// with the sanitizers this also shows that nothing outside the input is read.
+// Whatever the bytes, a call ends with one of its statuses, and a good frame decodes again afterwards. Under
+// the sanitizers this also shows that nothing outside the input is read.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -41,7 +41,7 @@ void DecodeHostile(TestDecoder& decoder, const Bytes& bytes) {
 }
 
 void ExpectDecodesAgain(TestDecoder& decoder, const std::vector<Bytes>& good) {
-  // The first good frame overlaps with what was before.
+  // The first good frame overlaps with the one before.
   ASSERT_EQ(0, decoder.Decode(good[0]));
   ASSERT_EQ(0, decoder.Decode(good[1]));
   TestDecoder fresh;
@@ -85,7 +85,7 @@ TEST(BadInput, EveryTruncationOfAGoodFrame) {
     ASSERT_EQ(-996,
               decoder.Decode(Bytes(good[2].begin(), good[2].begin() + static_cast<std::ptrdiff_t>(size))));
     ASSERT_EQ(size, decoder.Left());
-    // The same with a header that agrees to the length.
+    // The same with a header that states that length.
     Bytes cut(good[2].begin(), good[2].begin() + static_cast<std::ptrdiff_t>(size));
     if (size < 9) continue;
     cut[3] = static_cast<std::uint8_t>((cut[3] & 0xFC) | size >> 11);
@@ -135,13 +135,13 @@ TEST(BadInput, AnnouncedLengthsBeyondTheInput) {
     frame[3] = static_cast<std::uint8_t>((frame[3] & 0xFC) | length >> 11);
     frame[4] = static_cast<std::uint8_t>(length >> 3);
     frame[5] = static_cast<std::uint8_t>((frame[5] & 0x1F) | (length & 7) << 5);
-    // More than four channels and a coupling one may have is no such frame.
+    // A length beyond that of four channels and a coupling channel is not a frame of this stream.
     const bool tooLong = length > 7 + 5 * 768;
     EXPECT_EQ(tooLong ? -881 : length > frame.size() ? -996 : 0, decoder.Decode(frame)) << length;
   }
 }
 
-TEST(BadInput, ChannelCountsThatChangeInMidStream) {
+TEST(BadInput, ChannelCountChangesInMidStream) {
   const std::vector<std::vector<GeneratedElement>> layouts = {
       {{E::kSce, 0}},
       {{E::kCpe, 0}},
@@ -162,7 +162,7 @@ TEST(BadInput, ChannelCountsThatChangeInMidStream) {
   }
 }
 
-TEST(BadInput, RatesThatChangeInMidStreamAreNotThisStreamsFrames) {
+TEST(BadInput, RateChangesInMidStreamAreNotThisStreamsFrames) {
   GeneratorOptions options;
   options.elements = {{E::kCpe, 0}};
   AacGenerator generator(1, options);

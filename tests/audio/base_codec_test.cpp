@@ -20,7 +20,7 @@ TEST(BaseCodec, DoesNotProvideWhatCodecsAdd) {
   EXPECT_EQ(0, codec.SetTrickPlayMode(1));
 }
 
-TEST(BaseCodec, MakesAnAllocatorOfItsOwn) {
+TEST(BaseCodec, CreatesItsOwnAllocator) {
   AudioCodec codec;
   BaseCodecParams params;
   EXPECT_EQ(nullptr, codec.LockMemory(1));
@@ -34,10 +34,10 @@ TEST(BaseCodec, MakesAnAllocatorOfItsOwn) {
 TEST(BaseCodec, NeedsNoParameters) {
   AudioCodec codec;
   EXPECT_EQ(0, codec.Init(nullptr));
-  EXPECT_EQ(-999, codec.UnlockMemory(1)) << "its allocator is there";
+  EXPECT_EQ(-999, codec.UnlockMemory(1)) << "its allocator exists";
 }
 
-// An allocator of earlier parameters may be gone when Init comes again.
+// An allocator of earlier parameters may be gone when Init is called again.
 TEST(BaseCodec, DoesNotKeepABorrowedAllocatorBeyondTheNextInit) {
   AudioCodec codec;
   BaseCodecParams params;
@@ -49,10 +49,10 @@ TEST(BaseCodec, DoesNotKeepABorrowedAllocatorBeyondTheNextInit) {
   ASSERT_NE(nullptr, codec.LockMemory(id));
   params.m_allocator = nullptr;
   ASSERT_EQ(0, codec.Init(&params));
-  EXPECT_EQ(nullptr, codec.LockMemory(id)) << "it has one of its own now";
+  EXPECT_EQ(nullptr, codec.LockMemory(id)) << "it has its own one now";
 }
 
-TEST(BaseCodec, GoesBackToTheAllocatorThatWasSet) {
+TEST(BaseCodec, ReturnsToTheAllocatorThatWasSet) {
   AudioCodec codec;
   BaseCodecParams params;
   DefaultMemoryAllocator set, borrowed;

@@ -1,4 +1,4 @@
-// What every decoder of the codec framework owes its caller.
+// What every decoder of the codec framework guarantees its caller.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -37,7 +37,7 @@ TEST(Deinterleave, DoesNothingForNoFramesAndNoChannel) {
   EXPECT_EQ(Pairs(4, 7), pairs);
 }
 
-TEST(Deinterleave, FillsUpALastChannelWithSilence) {
+TEST(Deinterleave, FillsAMissingLastChannelWithSilence) {
   Pairs pairs(4, 7);
   VLAudioDeinterleaveBWF16nchanto32stereo(kSource.data() + 14, pairs.data(), 1, 2, 1, false);
   EXPECT_EQ((Pairs{0x00111200, 0, 7, 7}), pairs);

@@ -1,4 +1,4 @@
-// What ffmpeg's encoder makes, held against ffmpeg's decoder.
+// Streams of ffmpeg's encoder, against ffmpeg's decoder.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Expressions of ffmpeg's aevalsrc, by the number of the channel.
+// Expressions of ffmpeg's aevalsrc, by channel number.
 std::string Expression(const std::string& signal, int channel) {
   const std::string c = std::to_string(channel + 1);
   if (signal == "music") {
@@ -70,7 +70,7 @@ TEST_P(EncodedBitRate, DecodesLikeFfmpeg) {
 
 INSTANTIATE_TEST_SUITE_P(All, EncodedBitRate, testing::Values(16, 32, 64, 96, 192, 320, 512));
 
-// How many of a stream's channel frames use prediction of their object type, and how many are short.
+// How many of a stream's channel frames use their object type's prediction, and how many are short.
 struct Uses {
   int predicted = 0, shortWindows = 0;
 };
@@ -109,7 +109,7 @@ struct Predicted {
 class Prediction : public testing::TestWithParam<Predicted> {
  protected:
   // Encodes the signals and compares. The streams must use short windows, and prediction more often than
-  // said.
+  // stated.
   template <class Compare>
   void DecodeAll(const std::vector<std::string>& options, int objectType, int predicted, Compare compare) {
     const auto& [rate, layout, channels, kilobits, coder] = GetParam();
@@ -226,7 +226,7 @@ std::vector<double> BandPowers(const std::vector<float>& samples, std::size_t ch
   return powers;
 }
 
-TEST(NoiseSubstitution, HasTheWitnesssBandEnergies) {
+TEST(NoiseSubstitution, HasTheBandEnergiesOfTheReference) {
   TempFolder folder;
   const std::string file = folder.file("a.aac");
   makeMedia(file,

@@ -1,5 +1,5 @@
-// The libraries that are looked for, in which order, and what is told of it; with libraries that stand in for
-// FFmpeg's and a clock that stands still.
+// Which libraries are searched for, in which order, and what is logged; with stand-ins for FFmpeg's libraries
+// and a clock that only the tests advance.
 #include "audio/ffmpeg_loader.h"
 
 #include <dlfcn.h>
@@ -21,10 +21,10 @@ namespace {
 
 std::uint64_t now = 0;  // milliseconds
 
-// What is asked of the host: libraries, with the flags.
+// Libraries requested from the host, with their flags.
 std::vector<std::pair<std::string, std::uint32_t>> asked;
 int askedOfNoLibrary = 0;
-std::string hidden;  // a library of this name is not there
+std::string hidden;  // a library of this name is not found
 
 // The host's own function of this name.
 template <class Function>
@@ -70,7 +70,7 @@ const LogLine kNoAvutil = {
     0u, "STATUS(vlx_Fmp4): FFMPEG DLLs (AvUtil) will not load, extra codecs will not be available.\n"};
 const LogLine kIncomplete = {0u, "STATUS(vlx_Fmp4): Unable to find proc in FFMPEG dll\n"};
 
-TEST(FFmpegLoader, LoadsBothFromAnyPlaceAndTellsTheVersion) {
+TEST(FFmpegLoader, LoadsBothFromAnyPlaceAndLogsTheVersion) {
   for (const char* folder : {kBesideHost, kSearchPath, kFormats}) {
     inFFmpegPlace([folder] {
       const FFmpegPlace place;
@@ -83,7 +83,7 @@ TEST(FFmpegLoader, LoadsBothFromAnyPlaceAndTellsTheVersion) {
   }
 }
 
-TEST(FFmpegLoader, AsksForAvcodecInEveryPlaceThenForAvutil) {
+TEST(FFmpegLoader, SearchesEveryPlaceForAvcodecThenForAvutil) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -99,7 +99,7 @@ TEST(FFmpegLoader, AsksForAvcodecInEveryPlaceThenForAvutil) {
   });
 }
 
-TEST(FFmpegLoader, LoadsOnceAndTellsTheVersionEachTime) {
+TEST(FFmpegLoader, LoadsOnceAndLogsTheVersionEachTime) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -130,7 +130,7 @@ TEST(FFmpegLoader, LoadsOnceOnManyThreads) {
   });
 }
 
-TEST(FFmpegLoader, MakesAMissingSettingSwitchedOn) {
+TEST(FFmpegLoader, CreatesAMissingSettingSwitchedOn) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.putBoth();
@@ -139,7 +139,7 @@ TEST(FFmpegLoader, MakesAMissingSettingSwitchedOn) {
   });
 }
 
-TEST(FFmpegLoader, MakesASettingThatIsNoNumberAnew) {
+TEST(FFmpegLoader, ReplacesASettingThatIsNotANumber) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.setStore("# mine\n" + std::string(FFmpegPlace::kEntry) + "never\n");
@@ -175,13 +175,13 @@ TEST(FFmpegLoader, TheSettingIsReadAtEachCall) {
   });
 }
 
-TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
+TEST(FFmpegLoader, LogsAMissingAvcodecOnceInTenSeconds) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.put(kAvutilFile);
     LogCapture log;
-    // The first time at the clock's very start, too.
+    // Also at the clock's very start.
     for (const std::uint64_t time : {0u, 1u, 9999u, 10000u, 10001u, 19999u, 20000u}) {
       now = time;
       EXPECT_EQ(LoadFFmpeg(), -2);
@@ -195,7 +195,7 @@ TEST(FFmpegLoader, AMissingAvcodecIsToldOnceInTenSeconds) {
   });
 }
 
-TEST(FFmpegLoader, AMissingAvutilIsToldEachTimeAndAvcodecLoadedOnce) {
+TEST(FFmpegLoader, LogsAMissingAvutilEachTimeAndLoadsAvcodecOnce) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -212,7 +212,7 @@ TEST(FFmpegLoader, AMissingAvutilIsToldEachTimeAndAvcodecLoadedOnce) {
   });
 }
 
-TEST(FFmpegLoader, AnAvcodecWhoseAvutilIsNowhereIsToldWithTheReason) {
+TEST(FFmpegLoader, LogsWhyAnAvcodecWithoutItsAvutilFails) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -227,7 +227,7 @@ TEST(FFmpegLoader, AnAvcodecWhoseAvutilIsNowhereIsToldWithTheReason) {
 
 // ---- One libavutil -----------------------------------------------------------------------------------
 
-// Without this entry point, which is optional, it is told apart from the other.
+// Without this entry point, which is optional, it can be distinguished from the other.
 const StandIn kOtherCopy = {.missing = "av_log_format_line"};
 
 bool isOtherCopy() {
@@ -252,7 +252,7 @@ TEST(FFmpegLoader, AvcodecUsesTheAvutilBesideItWhateverTheSearchPathHas) {
   }
 }
 
-TEST(FFmpegLoader, AnotherAvutilThanAvcodecsIsPassedOver) {
+TEST(FFmpegLoader, SkipsAnAvutilOtherThanAvcodecs) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -265,7 +265,7 @@ TEST(FFmpegLoader, AnotherAvutilThanAvcodecsIsPassedOver) {
   });
 }
 
-TEST(FFmpegLoader, AnAvcodecThatUsesAnotherAvutilIsRefused) {
+TEST(FFmpegLoader, RejectsAnAvcodecThatUsesAnotherAvutil) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -299,7 +299,7 @@ void PrintTo(const Missing& missing, std::ostream* out) {
 
 class WithoutEntryPoint : public testing::TestWithParam<Missing> {};
 
-TEST_P(WithoutEntryPoint, IsRefusedUnlessItIsOptional) {
+TEST_P(WithoutEntryPoint, IsRejectedUnlessItIsOptional) {
   inFFmpegPlace([] {
     const auto [library, name, accepted] = GetParam();
     const FFmpegPlace place;
@@ -313,7 +313,7 @@ TEST_P(WithoutEntryPoint, IsRefusedUnlessItIsOptional) {
       return;
     }
     EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kIncomplete));
-    // The libraries stay, and so does the answer.
+    // The libraries stay loaded, and the result stays the same.
     log.lines.clear();
     EXPECT_EQ(LoadFFmpeg(), -1);
     EXPECT_THAT(log.lines, ElementsAre(kIncomplete));
@@ -336,7 +336,7 @@ INSTANTIATE_TEST_SUITE_P(
         Missing{kAvcodecFile, "avcodec_decode_audio4", false},
         Missing{kAvcodecFile, "avcodec_register_all", false},
         Missing{kAvcodecFile, "avcodec_flush_buffers", false},
-        // libavutil's takes its place.
+        // libavutil's is used instead.
         Missing{kAvcodecFile, "av_free", true}, Missing{kAvcodecFile, "av_init_packet", false},
         Missing{kAvcodecFile, "av_new_packet", false}, Missing{kAvcodecFile, "av_free_packet", false},
         Missing{kAvcodecFile, "av_fast_padded_malloc", false}, Missing{kAvutilFile, "av_frame_alloc", false},
@@ -367,7 +367,7 @@ void tellVersions(unsigned avcodec, unsigned avutil) {
   setEnvironment(kStandInAvutilVersion, std::to_string(avutil).c_str());
 }
 
-TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {
+TEST(FFmpegLoader, AcceptsEveryReleaseOfItsGeneration) {
   for (const auto& release : {std::pair{version(57, 24, 102), version(55, 17, 103)},
                               std::pair{version(57, 48, 101), version(55, 28, 100)},
                               std::pair{version(57, 107, 100), version(55, 78, 100)}}) {
@@ -383,7 +383,7 @@ TEST(FFmpegLoader, TakesEveryReleaseOfItsGeneration) {
   }
 }
 
-TEST(FFmpegLoader, AnAvcodecOfAnotherGenerationOrProjectIsNotTaken) {
+TEST(FFmpegLoader, RejectsAnAvcodecOfAnotherGenerationOrProject) {
   for (const unsigned avcodec : {version(58, 18, 100), version(56, 60, 100), version(57, 23, 100),
                                  version(57, 25, 0), version(57, 107, 99), 0u}) {
     inFFmpegPlace([&] {
@@ -399,7 +399,7 @@ TEST(FFmpegLoader, AnAvcodecOfAnotherGenerationOrProjectIsNotTaken) {
   }
 }
 
-TEST(FFmpegLoader, AnAvutilOfAnotherGenerationOrProjectIsNotTaken) {
+TEST(FFmpegLoader, RejectsAnAvutilOfAnotherGenerationOrProject) {
   for (const unsigned avutil : {version(56, 14, 100), version(54, 31, 100), version(55, 17, 0)}) {
     inFFmpegPlace([&] {
       const FFmpegPlace place;
@@ -413,12 +413,12 @@ TEST(FFmpegLoader, AnAvutilOfAnotherGenerationOrProjectIsNotTaken) {
   }
 }
 
-TEST(FFmpegLoader, AfterOneOfAnotherGenerationTheNextPlaceIsTried) {
+TEST(FFmpegLoader, TriesTheNextPlaceAfterOneOfAnotherGeneration) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
     place.putBoth(kBesideHost, kWithVersion);
-    place.putBoth(kFormats);  // tells no version
+    place.putBoth(kFormats);  // has no version function
     tellVersions(version(58, 18, 100), version(56, 14, 100));
     LogCapture log;
     EXPECT_EQ(LoadFFmpeg(), 0);
@@ -430,7 +430,7 @@ TEST(FFmpegLoader, AfterOneOfAnotherGenerationTheNextPlaceIsTried) {
 
 // ---- Unloading ---------------------------------------------------------------------------------------
 
-TEST(FFmpegLoader, UnloadsAvcodecAloneAndLoadsItAgain) {
+TEST(FFmpegLoader, UnloadsOnlyAvcodecAndLoadsItAgain) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);
@@ -446,7 +446,7 @@ TEST(FFmpegLoader, UnloadsAvcodecAloneAndLoadsItAgain) {
   });
 }
 
-TEST(FFmpegLoader, GivesFFmpegItsLogBackAtTheEnd) {
+TEST(FFmpegLoader, RestoresFFmpegsLogAtTheEnd) {
   const std::string log = inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);

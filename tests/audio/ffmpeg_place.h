@@ -29,14 +29,14 @@ inline constexpr char kBesideHost[] = ".";
 inline constexpr char kFormats[] = "Extended_formats";
 inline constexpr char kSearchPath[] = "search_path";  // of the dynamic loader, on Linux
 
-// One of the libraries that are built to stand in for FFmpeg's.
+// One of the stand-ins for FFmpeg's libraries.
 struct StandIn {
   std::string from = "ffmpeg_stand_in";  // folder of the build
-  std::string missing = "";              // an entry point that it shall not have: it bears another name
+  std::string missing = "";              // an entry point to omit: it is given another name
 };
 
-// The folder of the host library in a process that inFFmpegPlace started: no libraries of FFmpeg yet, and a
-// store of its own, which is empty.
+// The folder of the host library in a process that inFFmpegPlace started: no FFmpeg libraries yet, and its
+// own, empty store.
 class FFmpegPlace {
  public:
   static constexpr char kVariable[] = "VL_FFMPEG_PLACE";
@@ -55,7 +55,7 @@ class FFmpegPlace {
 
   void allow(bool allowed) const { setStore(std::string(kEntry) + (allowed ? "1\n" : "0\n")); }
   void setStore(const std::string& text) const { writeFile(store(), {text.begin(), text.end()}); }
-  // The store's text, empty when there is none.
+  // The store's text, empty if there is none.
   std::string storeText() const {
     if (!std::filesystem::exists(store())) return {};
     const std::vector<std::uint8_t> bytes = readFile(store());
@@ -82,8 +82,8 @@ class FFmpegPlace {
   std::filesystem::path folder_ = vlPath(std::getenv(kVariable));
 };
 
-// Runs a part of a test in a process whose program and host library lie in a folder of their own: `body`
-// makes it an FFmpegPlace. Its failures are the test's. Returns what it wrote to standard error.
+// Runs a part of a test in a process whose program and host library are in a folder of their own: `body`
+// turns it into an FFmpegPlace. Its failures are the test's. Returns its standard error.
 template <class Body>
 std::string inFFmpegPlace(Body body) {
   const std::filesystem::path program = thisProgram();

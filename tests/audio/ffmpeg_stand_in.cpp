@@ -1,7 +1,7 @@
-// Stands in for libavcodec 57 (STAND_IN_AVCODEC) or libavutil 55 of FFmpeg 3.4: exports the entry points that
-// the loader asks for and nothing else, with a decoder that puts out what its packets tell, and insists on
-// all that the real one insists on. libavcodec needs libavutil by name. With STAND_IN_VERSION they tell their
-// versions too.
+// Stands in for libavcodec 57 (STAND_IN_AVCODEC) or libavutil 55 of FFmpeg 3.4: exports only the entry points
+// that the loader requests, with a decoder that outputs what its packets specify and requires everything that
+// the real one requires. libavcodec needs libavutil by name. With STAND_IN_VERSION they also report their
+// versions.
 #include "tests/audio/ffmpeg_stand_in.h"
 
 #include <algorithm>
@@ -29,7 +29,7 @@ constexpr char kName[] = "avcodec";
 constexpr char kName[] = "avutil";
 #endif
 
-// The log shows when the library comes and goes.
+// The log shows when the library is loaded and unloaded.
 __attribute__((constructor)) void loaded() {
   ErrOut("%s loaded", kName);
 }
@@ -63,7 +63,7 @@ extern "C" void av_frame_unref(void* frame);
 
 namespace {
 
-// A codec and the number that contexts of it hold.
+// A codec and the value that its contexts hold.
 struct Codec {
   const char* name;
   int id;
@@ -80,18 +80,18 @@ constexpr int kInvalidArgument = -22, kInvalidData = -1094995529, kBug = -558323
 
 using Bytes = std::vector<std::uint8_t>;
 
-// A decoder's own, from its opening to its closing.
+// A decoder's own data, from opening to closing.
 struct Decoder {
   // The samples of the last frame, until the next call.
   Bytes planeA;
   Bytes planeB;
-  Bytes current;  // the packet being decoded, from its first byte that is still to be
+  Bytes current;  // the packet being decoded, from its first byte not yet decoded
   Bytes queued;   // the one after it
-  int rest = 0;   // bytes of a packet that was decoded in part: the size of the only packet that may follow
+  int rest = 0;   // bytes left of a partly decoded packet: the size of the only packet that may follow
   bool ended = false;
 };
 
-// What a frame is: samples, their form, and the bytes that it was coded in.
+// A frame: samples, their format, and its coded size.
 struct Coded {
   StandInPacket head;
   const std::uint8_t* planes;
@@ -101,7 +101,7 @@ struct Coded {
 std::atomic<int> busy{0};
 std::atomic<bool> registered{false};
 
-// A call that must not meet another on a second thread. Long enough for others to run into it.
+// A call that must not overlap with another thread's. Long enough for others to run into it.
 struct Exclusive {
   bool alone = busy.fetch_add(1) == 0;
   Exclusive() { std::this_thread::yield(); }
@@ -141,7 +141,7 @@ int readStandIn(const Bytes& packet, Coded& coded) {
   return coded.head.result == 0 ? static_cast<int>(packet.size()) : coded.head.result;
 }
 
-// Decodes what the current packet begins with. Returns its bytes, or the error.
+// Decodes the frame at the start of the current packet. Returns its size in bytes, or the error.
 int decodeFrame(Decoder& decoder, void* context, void* frame, int* gotFrame) {
   Coded coded = {};
   Bytes samples;
@@ -162,7 +162,7 @@ int decodeFrame(Decoder& decoder, void* context, void* frame, int* gotFrame) {
 }
 
 // Takes a packet, or the rest of the one before, and decodes up to a frame. Returns the bytes used, or the
-// error, with which the current packet is given up but not the one queued.
+// error, on which the current packet is dropped but not the queued one.
 int decodePacket(Decoder& decoder, void* context, void* frame, int* gotFrame, const Bytes& packet) {
   if (decoder.rest > 0 && decoder.rest != static_cast<int>(packet.size())) return kInvalidArgument;
   if (decoder.rest == 0) {
@@ -184,7 +184,7 @@ int decodePacket(Decoder& decoder, void* context, void* frame, int* gotFrame, co
   return static_cast<int>(std::min(used, packet.size()));
 }
 
-// Only data and size are set, and what comes after the data is zero as far as decoders read.
+// Only data and size are set, and the padding that decoders read after the data is zero.
 bool isProper(const void* packet) {
   constexpr std::size_t kData = 24, kSizeEnd = 36, kPadding = 32;
   const auto* const bytes = static_cast<const std::uint8_t*>(packet);
@@ -246,7 +246,7 @@ ENTRY int avcodec_decode_audio4(void* context, void* frame, int* gotFrame, const
   return result;
 }
 ENTRY void av_free(void*) {
-  std::abort();  // libavutil's is the one to be called
+  std::abort();  // libavutil's must be called instead
 }
 
 UNCALLED(avcodec_register)
@@ -273,7 +273,7 @@ ENTRY unsigned avcodec_version() {
 
 namespace {
 
-// The size of a frame is libavutil's affair: no other copy of it can take a frame of this one.
+// The size of a frame belongs to libavutil: no other copy of it can take a frame of this one.
 constexpr std::size_t kFrameSize = 528;
 const char thisCopy = 0;
 

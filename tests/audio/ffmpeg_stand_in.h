@@ -1,12 +1,12 @@
-// What a packet tells the decoder that stands in for FFmpeg's: what to answer, and the samples to put out. It
-// takes sync frames of AC-3, too, and puts out their first checksum for every sample.
+// Packets that tell the stand-in's decoder what to answer and which samples to output. It also takes sync
+// frames of AC-3, and outputs their first checksum for every sample.
 #pragma once
 
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
-// The head of a packet; the bytes of plane A follow, then those of plane B.
+// The header of a packet; the bytes of plane A follow, then those of plane B.
 struct StandInPacket {
   std::int32_t result = 0;  // what the call returns; 0: the bytes of the packet
   std::int32_t gotFrame = 1;
@@ -25,10 +25,10 @@ inline std::vector<std::uint8_t> packetBytes(const StandInPacket& head,
   return bytes;
 }
 
-// Leaves the stand-in without its decoder of E-AC-3.
+// Makes the stand-in lack its E-AC-3 decoder.
 inline constexpr char kStandInLacksEac3[] = "STAND_IN_LACKS_EAC3";
 // Makes the stand-in's decoders fail to open.
 inline constexpr char kStandInRefusesToOpen[] = "STAND_IN_REFUSES_TO_OPEN";
-// The versions that the stand-ins with version functions tell: a number, decimal.
+// The versions that stand-ins with version functions report: a number, decimal.
 inline constexpr char kStandInAvcodecVersion[] = "STAND_IN_AVCODEC_VERSION";
 inline constexpr char kStandInAvutilVersion[] = "STAND_IN_AVUTIL_VERSION";

@@ -1,5 +1,5 @@
-// The decode wrapper with FFmpeg: which codecs it opens, what it decodes with, and every cell of the table by
-// which samples are converted.
+// The decode wrapper with FFmpeg: which codecs it opens, what it decodes with, and every cell of the sample
+// conversion table.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -37,7 +37,7 @@ QVRAUDIO formatOf(std::uint32_t codec, std::uint16_t channels = 2) {
   return format;
 }
 
-// A place with FFmpeg, switched on. For processes of their own.
+// A place with FFmpeg, switched on. For separate processes.
 struct WithFFmpeg {
   FFmpegPlace place;
   WithFFmpeg() {
@@ -86,7 +86,7 @@ TEST(FFmpegWrapper, MpegAudioStaysClosedWithoutFFmpeg) {
   }
 }
 
-TEST(FFmpegWrapper, IsAskedForByEveryCodecAndUsedForItsOwn) {
+TEST(FFmpegWrapper, IsLoadedForEveryCodecAndUsedForItsOwn) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     const LogLine version = {VL_LOG_PLAIN, "\n FFMPEG Version of a stand-in (log taken, level 48). "};
@@ -114,7 +114,7 @@ TEST(FFmpegWrapper, DecodesAc3AndEac3WithOneDecoderAndAlwaysToTwoChannels) {
   });
 }
 
-TEST(FFmpegWrapper, WithoutADecoderOfEac3ItsOwnDecodesAc3) {
+TEST(FFmpegWrapper, WithoutEac3ItsOwnDecoderDecodesAc3) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     setEnvironment(kStandInLacksEac3, "1");
@@ -126,7 +126,7 @@ TEST(FFmpegWrapper, WithoutADecoderOfEac3ItsOwnDecodesAc3) {
   });
 }
 
-TEST(FFmpegWrapper, SwitchedOffLaterIsNotUsedAnyMore) {
+TEST(FFmpegWrapper, SwitchedOffLaterIsNoLongerUsed) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     const Wrapper before(VL_FCC_MP2);
@@ -155,7 +155,7 @@ TEST(FFmpegWrapper, ADecoderThatDoesNotOpenIsReportedAndFails) {
   });
 }
 
-TEST(FFmpegWrapper, InitAnewClosesTheDecoderBefore) {
+TEST(FFmpegWrapper, ASecondInitClosesTheDecoderBefore) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
@@ -193,7 +193,7 @@ struct Decoded {
 
 constexpr std::int16_t kUnwritten = 0x7777;
 
-// What one call makes of the first bytes of an input.
+// The result of one call on the first bytes of an input.
 Decoded decodeWith(Wrapper& wrapper, Bytes& input, std::size_t inputBytes, std::uint32_t duration = 1152) {
   Decoded decoded;
   decoded.values.assign(0xFFFFF / 2 + 1, kUnwritten);
@@ -206,7 +206,7 @@ Decoded decodeWith(Wrapper& wrapper, Bytes& input, std::size_t inputBytes, std::
   return decoded;
 }
 
-// What one call makes of a packet with `rest` bytes after it.
+// The result of one call on a packet followed by `rest` bytes.
 Decoded decode(const StandInPacket& head, const Bytes& planes, std::uint32_t duration, std::size_t rest = 0) {
   Bytes packet = packetBytes(head, planes);
   packet.resize(packet.size() + rest);
@@ -215,7 +215,7 @@ Decoded decode(const StandInPacket& head, const Bytes& planes, std::uint32_t dur
   return decodeWith(wrapper, packet, packet.size(), duration);
 }
 
-TEST(FFmpegWrapper, TellsWhatIsLeftOfTheInput) {
+TEST(FFmpegWrapper, ReportsWhatIsLeftOfTheInput) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     const StandInPacket head = {.samples = 1, .planeABytes = 4};
@@ -247,7 +247,7 @@ TEST(FFmpegWrapper, AFailureGivesNoSamples) {
   });
 }
 
-TEST(FFmpegWrapper, HandsOverALongInputWhole) {
+TEST(FFmpegWrapper, PassesALongInputInOneCall) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     EXPECT_EQ(decode({.samples = 1, .planeABytes = 4}, {1, 2, 3, 4}, 1, 200000).left, 0);
@@ -280,7 +280,7 @@ Bytes frameOf(std::int16_t value, std::size_t bytes) {
   return frame;
 }
 
-// What the wrapper buffers of one unit after the other, each of which it must take as a whole.
+// The buffered samples of one access unit after the other, each of which must be consumed completely.
 Values bufferUnits(Wrapper& wrapper, const std::vector<Bytes>& units) {
   std::uint32_t bytes = 0;
   for (Bytes unit : units) {
@@ -310,7 +310,7 @@ TEST(FFmpegWrapper, ALongInputOfManyFramesIsDecodedToItsEnd) {
   });
 }
 
-TEST(FFmpegWrapper, Ac3UnitsWithBytesAfterTheirFrameAllDecode) {
+TEST(FFmpegWrapper, DecodesAc3UnitsWithBytesAfterTheirFrame) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const std::size_t after : {1u, 2u, 100u, 1535u}) {
@@ -327,8 +327,8 @@ TEST(FFmpegWrapper, Ac3UnitsWithBytesAfterTheirFrameAllDecode) {
   });
 }
 
-// By the rule that less than 1536 bytes are no frame.
-TEST(FFmpegWrapper, OfTwoShortAc3FramesInAUnitTheFirstIsHeard) {
+// By the rule that less than 1536 bytes are not a frame.
+TEST(FFmpegWrapper, OfTwoShortAc3FramesInAUnitDecodesTheFirst) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_AC3);
@@ -345,26 +345,26 @@ TEST(FFmpegWrapper, OfTwoShortAc3FramesInAUnitTheFirstIsHeard) {
   });
 }
 
-TEST(FFmpegWrapper, AUnitWhoseFrameIsDamagedToAShorterOneCostsNoOther) {
+TEST(FFmpegWrapper, AUnitWithAShortenedFrameAffectsNoOther) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_AC3);
     Bytes damaged = frameOf(5, 768);
-    damaged[0] = 64;  // the bytes that its frame has, the low ones of a little-endian number
+    damaged[0] = 64;  // its frame's size, the low bytes of a little-endian number
     damaged[1] = 0;
     EXPECT_EQ(bufferUnits(wrapper, {frameOf(1, 768), damaged, frameOf(7, 768), frameOf(9, 768)}),
               (Values{2, 1, 6, 5, 8, 7, 10, 9}));
   });
 }
 
-TEST(FFmpegWrapper, ARestThatTheCallerDoesNotComeBackForCostsNoOtherPacket) {
+TEST(FFmpegWrapper, AnAbandonedRestAffectsNoOtherPacket) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
     Bytes first = frameOf(3, 100);
     first.resize(300);
     EXPECT_EQ(decodeWith(wrapper, first, first.size()).left, 200);
-    // As many bytes as were left, but others.
+    // As many bytes as were left, but different ones.
     Bytes second = frameOf(20, 200);
     const Decoded decoded = decodeWith(wrapper, second, second.size());
     EXPECT_EQ(decoded.left, 0);
@@ -387,7 +387,7 @@ TEST(FFmpegWrapper, AFailureLeavesNoRest) {
 
 // ---- The buffer --------------------------------------------------------------------------------------
 
-TEST(FFmpegWrapper, BuffersAWholeInputAndKeepsItsSignalOnReset) {
+TEST(FFmpegWrapper, BuffersACompleteInputAndKeepsItsSignalOnReset) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
@@ -439,11 +439,11 @@ TEST(FFmpegWrapper, WritesNoFurtherThanItsBuffer) {
   });
 }
 
-TEST(FFmpegWrapper, WhatIsLostWithTheBufferIsNotCounted) {
+TEST(FFmpegWrapper, DoesNotCountSamplesLostWithTheBuffer) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     Wrapper wrapper(VL_FCC_MP3);
-    wrapper.SetFrameSize(1 << 18);  // the second frame finds the first buffer too small, and no larger one
+    wrapper.SetFrameSize(1 << 18);  // the second frame needs a larger buffer than the first and gets none
     Bytes unit = frameOf(3, 100);
     unit.resize(200);
     LogCapture log;
@@ -475,7 +475,7 @@ Bytes bytesOf(const std::vector<Sample>& samples) {
   return bytes;
 }
 
-// A frame of given planes through the wrapper, its duration long enough for every limit.
+// Passes a frame of given planes through the wrapper, its duration long enough for every limit.
 template <class Sample>
 Values convert(int format, int channels, int frames, const std::vector<Sample>& a,
                const std::vector<Sample>& b = {}, std::uint32_t duration = 1000) {
@@ -495,7 +495,7 @@ Values convert(int format, int channels, int frames, const std::vector<Sample>& 
 
 constexpr std::int16_t W = kUnwritten;
 
-// Samples that show where they come from: n stands for a sample that converts to n.
+// Samples that show their origin: n means a sample that converts to n.
 template <class Sample>
 Sample sampleOf(int n);
 template <>
@@ -526,7 +526,7 @@ std::vector<Sample> samplesOf(const std::vector<int>& numbers) {
   return samples;
 }
 
-// What is expected of a cell, in the same numbers.
+// The expected values of a cell, in the same notation.
 template <class Sample>
 void expectCell(int format, int channels, int frames, const std::vector<int>& a, const std::vector<int>& b,
                 Values expected) {
@@ -535,7 +535,7 @@ void expectCell(int format, int channels, int frames, const std::vector<int>& a,
       if (value != W) value = static_cast<std::int16_t>(value * 256);
   EXPECT_EQ(convert(format, channels, frames, samplesOf<Sample>(a), samplesOf<Sample>(b)), expected)
       << "format " << format << ", " << channels << " channels, plane B "
-      << (b.empty() ? "missing" : "there");
+      << (b.empty() ? "missing" : "present");
 }
 
 TEST(SampleConverter, InterleavedTakesTheSecondChannelThenTheFirst) {
@@ -612,19 +612,19 @@ TEST(SampleConverter, Planar32BitTakesPlaneBOrSilenceThenPlaneA) {
   });
 }
 
-TEST(SampleConverter, Interleaved32BitStepsOverItsChannelsOnlyWithPlaneB) {
+TEST(SampleConverter, Interleaved32BitSkipsOverItsChannelsOnlyWithPlaneB) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     expectCell<std::int32_t>(2, 2, 3, {1, 2, 3, 4, 5, 6}, {}, {0, 1, 0, 2, 0, 3});
     expectCell<std::int32_t>(2, 6, 1, {1, 2, 3, 4, 5, 6}, {}, {0, 1});
     expectCell<std::int32_t>(2, 1, 3, {1, 2, 3}, {}, {0, 1, 0, 2, 0, 3});
     expectCell<std::int32_t>(2, 2, 3, {1, 2, 3, 4, 5, 6}, {11, 12, 13, 14, 15, 16}, {12, 1, 14, 3, 16, 5});
-    // One sample in of the last frame is outside.
+    // One sample of the last frame's input is outside.
     expectCell<std::int32_t>(2, 1, 3, {1, 2, 3}, {11, 12, 13}, {12, 1, 13, 2, 13, 3});
   });
 }
 
-TEST(SampleConverter, AMissingPlaneAIsPassedOverOrSilent) {
+TEST(SampleConverter, AMissingPlaneAIsSkippedOrSilent) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     for (const int format : {0, 1, 4, 5, 6, 9})
@@ -636,7 +636,7 @@ TEST(SampleConverter, AMissingPlaneAIsPassedOverOrSilent) {
   });
 }
 
-TEST(SampleConverter, EightBitsMoveUpAsTheyAre) {
+TEST(SampleConverter, EightBitsAreShiftedUp) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     EXPECT_EQ(convert<std::uint8_t>(0, 1, 5, {0, 1, 127, 128, 255}),
@@ -685,7 +685,7 @@ void expectRealsToWrap(int format) {
   EXPECT_EQ(convert<Real>(format, 1, static_cast<int>(input.size()), input), expected);
 }
 
-TEST(SampleConverter, RealsAreCutTowardsZeroAndWrap) {
+TEST(SampleConverter, FloatsAreTruncatedTowardsZeroAndWrap) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     expectRealsToWrap<float>(8);
@@ -693,8 +693,8 @@ TEST(SampleConverter, RealsAreCutTowardsZeroAndWrap) {
   });
 }
 
-// Frames that come out of 100, by format and channels, when the unit's duration is one frame: 64 bytes.
-TEST(SampleConverter, IsHeldTo64BytesAFrameOfTheDurationButForFloats) {
+// Frames produced from 100, by format and channels, when the unit's duration is one frame: 64 bytes.
+TEST(SampleConverter, IsLimitedTo64BytesAFrameOfTheDurationExceptForFloats) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     const auto framesOut = [](int format, int channels, std::size_t sampleBytes, std::uint32_t duration = 1) {
@@ -718,7 +718,7 @@ TEST(SampleConverter, IsHeldTo64BytesAFrameOfTheDurationButForFloats) {
   });
 }
 
-TEST(SampleConverter, FormatsAndCountsThatAreNoneGiveNothing) {
+TEST(SampleConverter, InvalidFormatsAndCountsGiveNothing) {
   inFFmpegPlace([] {
     const WithFFmpeg on;
     const std::vector<std::int16_t> plane(16);

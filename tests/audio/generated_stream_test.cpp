@@ -1,4 +1,4 @@
-// Random valid blocks against the witnesses.
+// Random valid blocks against the reference decoders.
 #include <gtest/gtest.h>
 
 #include "tests/audio/aac_generator.h"
@@ -117,7 +117,7 @@ TEST_P(SamplingIndex, DecodesPrediction) {
   for (int order = 1; order <= 20; ++order)
     EXPECT_TRUE(Saw(generated, "long tns order " + std::to_string(order)));
   // The predictors hold eight bits of mantissa: where two decoders differ in a float's last bit, one of many
-  // values is cut to a neighbour.
+  // values is truncated to a neighbour.
   TempFolder folder;
   writeFile(folder.file("a.aac"), generated.stream);
   EXPECT_LT(RootMeanSquare(TestDecoder().DecodeAll(generated.stream),
@@ -165,7 +165,7 @@ TEST(GeneratedStream, CouplesSpectraBeforeAndAfterTns) {
   ExpectLikeFfmpeg(generated);
 }
 
-TEST(GeneratedStream, PassesOverGainControl) {
+TEST(GeneratedStream, SkipsGainControl) {
   GeneratorOptions options;
   options.elements = {{E::kCpe, 0}};
   options.midSide = options.intensity = options.pulse = options.tns = true;

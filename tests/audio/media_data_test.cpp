@@ -38,7 +38,7 @@ TEST(MediaData, IsEmptyAtFirst) {
   EXPECT_EQ(-995, data.GetTime(&time, nullptr));
 }
 
-TEST(MediaData, AllocatesABufferOfItsOwn) {
+TEST(MediaData, AllocatesItsOwnBuffer) {
   MediaData data(16);
   ASSERT_NE(nullptr, data.GetBufferPointer());
   EXPECT_EQ(data.GetBufferPointer(), data.GetDataPointer());
@@ -47,7 +47,7 @@ TEST(MediaData, AllocatesABufferOfItsOwn) {
   EXPECT_EQ(0, data.SetDataSize(16));
 }
 
-TEST(MediaData, DescribesMemoryOfOthers) {
+TEST(MediaData, DescribesBorrowedMemory) {
   MediaData data(16);
   std::uint8_t bytes[8];
   EXPECT_EQ(0, data.SetBufferPointer(bytes, sizeof bytes));
@@ -57,7 +57,7 @@ TEST(MediaData, DescribesMemoryOfOthers) {
   EXPECT_EQ(0u, data.GetDataSize());
 }
 
-TEST(MediaData, RefusesDataBeyondTheBuffer) {
+TEST(MediaData, RejectsDataBeyondTheBuffer) {
   MediaData data;
   EXPECT_EQ(-995, data.SetDataSize(0));
   std::uint8_t bytes[8];
@@ -87,7 +87,7 @@ TEST(MediaData, MovesTheDataPointerBothWaysWithinItsBounds) {
   EXPECT_EQ(bytes, data.GetDataPointer());
 }
 
-TEST(MediaData, ResetKeepsTheBufferAndCloseGivesItUp) {
+TEST(MediaData, ResetKeepsTheBufferAndCloseReleasesIt) {
   std::uint8_t bytes[8];
   MediaData data;
   data.SetBufferPointer(bytes, sizeof bytes);
@@ -111,7 +111,7 @@ TEST(MediaData, ResetKeepsTheBufferAndCloseGivesItUp) {
   EXPECT_EQ(nullptr, own.GetBufferPointer());
 }
 
-TEST(MediaData, MovesDataToAnotherUpToItsRoom) {
+TEST(MediaData, MovesDataToAnotherUpToItsCapacity) {
   std::vector<std::uint8_t> from(10), to(12, 0);
   std::iota(from.begin(), from.end(), std::uint8_t{1});
   MediaData source, target;
@@ -125,7 +125,7 @@ TEST(MediaData, MovesDataToAnotherUpToItsRoom) {
 
   target.SetBufferPointer(to.data(), to.size());
   target.SetDataSize(5);
-  target.MoveDataPointer(3);  // two bytes of data, room for seven behind them
+  target.MoveDataPointer(3);  // two bytes of data, space for seven after them
   EXPECT_EQ(0, source.MoveDataTo(&target));
   EXPECT_EQ(9u, target.GetDataSize());
   EXPECT_EQ((std::vector<std::uint8_t>{0, 0, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7}), to);
@@ -152,14 +152,14 @@ TEST(MediaData, AssignmentSharesTheBytesButNeverOwnsThem) {
     EXPECT_EQ(1.0, StartOf(copy));
     EXPECT_EQ(2.0, EndOf(copy));
   }
-  static_cast<std::uint8_t*>(owner.GetBufferPointer())[7] = 1;  // still there
+  static_cast<std::uint8_t*>(owner.GetBufferPointer())[7] = 1;  // still allocated
   const MediaData& self = owner;
   owner = self;
   EXPECT_EQ(8u, owner.GetBufferSize());
   static_cast<std::uint8_t*>(owner.GetBufferPointer())[7] = 2;
 }
 
-// A view of its bytes, moved on, hands its place back to the owner.
+// A view of its bytes, advanced, hands its position back to the owner.
 TEST(MediaData, TakesItsOwnBytesBackFromAView) {
   MediaData view;
   {
@@ -169,7 +169,7 @@ TEST(MediaData, TakesItsOwnBytesBackFromAView) {
     view.MoveDataPointer(3);
     owner = view;
     EXPECT_EQ(5u, owner.GetDataSize());
-    static_cast<std::uint8_t*>(owner.GetDataPointer())[4] = 1;  // still there
+    static_cast<std::uint8_t*>(owner.GetDataPointer())[4] = 1;  // still allocated
     // Also a view that begins inside.
     MediaData inside;
     inside.SetBufferPointer(static_cast<std::uint8_t*>(owner.GetBufferPointer()) + 2, 4);
@@ -177,7 +177,7 @@ TEST(MediaData, TakesItsOwnBytesBackFromAView) {
     EXPECT_EQ(4u, owner.GetBufferSize());
     static_cast<std::uint8_t*>(owner.GetBufferPointer())[3] = 2;
   }
-  // Other bytes take the place of those that it owns.
+  // Other bytes replace those that it owns.
   std::uint8_t others[4];
   MediaData elsewhere, owner(8);
   elsewhere.SetBufferPointer(others, sizeof others);
@@ -185,7 +185,7 @@ TEST(MediaData, TakesItsOwnBytesBackFromAView) {
   EXPECT_EQ(others, owner.GetBufferPointer());
 }
 
-TEST(MediaData, HandsItsWordsOnWithTheData) {
+TEST(MediaData, CopiesItsFieldsWithTheData) {
   std::uint8_t from[4] = {}, to[4];
   MediaData source, target, copy;
   source.SetBufferPointer(from, sizeof from);
@@ -196,7 +196,7 @@ TEST(MediaData, HandsItsWordsOnWithTheData) {
   copy = source;
   EXPECT_EQ(2u, copy.GetFrameType());
   EXPECT_EQ(0x11u, copy.GetFlags());
-  EXPECT_EQ(0u, copy.GetInvalid()) << "not among what is copied";
+  EXPECT_EQ(0u, copy.GetInvalid()) << "is not copied";
   target.SetBufferPointer(to, sizeof to);
   ASSERT_EQ(0, source.MoveDataTo(&target));
   EXPECT_EQ(2u, target.GetFrameType());

@@ -8,7 +8,7 @@
 
 #include "audio/umc/default_memory_allocator.h"
 
-// The address sanitizer stops at requests that no machine can meet, unless told otherwise.
+// The address sanitizer stops at requests that no machine can meet unless configured otherwise.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
   return "allocator_may_return_null=1";
@@ -19,7 +19,7 @@ namespace {
 using UMC::DefaultMemoryAllocator;
 using UMC::MemoryId;
 
-TEST(DefaultMemoryAllocator, RefusesBadArguments) {
+TEST(DefaultMemoryAllocator, RejectsBadArguments) {
   DefaultMemoryAllocator allocator;
   MemoryId id = 7;
   EXPECT_EQ(-876, allocator.Alloc(nullptr, 16, 0, 16));
@@ -81,7 +81,7 @@ TEST(DefaultMemoryAllocator, CountsLocks) {
   EXPECT_EQ(-999, allocator.Unlock(id));
 }
 
-TEST(DefaultMemoryAllocator, DoesNotKnowOtherIdentifiers) {
+TEST(DefaultMemoryAllocator, RejectsUnknownIdentifiers) {
   DefaultMemoryAllocator allocator;
   EXPECT_EQ(nullptr, allocator.Lock(0));
   EXPECT_EQ(nullptr, allocator.Lock(5));
@@ -90,7 +90,7 @@ TEST(DefaultMemoryAllocator, DoesNotKnowOtherIdentifiers) {
   EXPECT_EQ(-999, allocator.Free(0));
 }
 
-TEST(DefaultMemoryAllocator, UsesFreedMemoryAgainWhereItIsLargeEnough) {
+TEST(DefaultMemoryAllocator, ReusesFreedMemoryWhereItIsLargeEnough) {
   DefaultMemoryAllocator allocator;
   MemoryId id = 0, larger = 0, smaller = 0;
   ASSERT_EQ(0, allocator.Alloc(&id, 1000, 0, 16));
@@ -120,7 +120,7 @@ TEST(DefaultMemoryAllocator, FreesALockedBlockOnceItIsUnlocked) {
   EXPECT_EQ(memory, allocator.Lock(other));
 }
 
-TEST(DefaultMemoryAllocator, CloseGivesEverythingBackAndLeavesItUsable) {
+TEST(DefaultMemoryAllocator, CloseReleasesEverythingAndLeavesItUsable) {
   DefaultMemoryAllocator allocator;
   MemoryId id = 0;
   ASSERT_EQ(0, allocator.Alloc(&id, 1000, 0, 16));
@@ -131,7 +131,7 @@ TEST(DefaultMemoryAllocator, CloseGivesEverythingBackAndLeavesItUsable) {
   EXPECT_NE(nullptr, allocator.Lock(id));
 }
 
-TEST(DefaultMemoryAllocator, ServesSeveralThreads) {
+TEST(DefaultMemoryAllocator, IsThreadSafe) {
   DefaultMemoryAllocator allocator;
   std::vector<int> failures(4, 0);
   std::vector<std::thread> threads;
@@ -152,7 +152,7 @@ TEST(DefaultMemoryAllocator, ServesSeveralThreads) {
   EXPECT_EQ(std::vector<int>(4, 0), failures);
 }
 
-TEST(Mutex, IsTakenAgainByItsHolderOnly) {
+TEST(Mutex, IsRecursiveForItsHolderOnly) {
   UMC::Mutex mutex;
   {
     UMC::ScopedLock lock(mutex);

@@ -1,5 +1,5 @@
-// A frame far louder than any signal, whose levels no longer fit a number when they are squared or filtered,
-// leaves nothing behind in the decoder: soon it goes on as after a quiet frame in its place.
+// A frame far louder than any signal, whose levels overflow when they are squared or filtered, leaves no
+// trace in the decoder: soon the output is the same as after a quiet frame in its place.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -18,14 +18,14 @@ using namespace UMC::aac;
 
 constexpr int kBands = 30;
 
-// Of a frame: below what can be heard, beyond all that a stream may mean, and beyond what a number holds.
+// Levels of a frame: inaudible, beyond anything a stream may contain, and beyond what a number holds.
 enum class Level { kQuiet, kLoud, kInfinite };
 
-// An individual_channel_stream() of one long window, its bands of noise or of lines that are all 1.
+// An individual_channel_stream() of one long window, its bands either noise or lines that are all 1.
 void WriteChannel(Level level, bool noise, int samplingIndex, BitWriter& bits) {
   const bool infinite = level == Level::kInfinite;
   bits.Write(level == Level::kQuiet ? 90 : 255, 8);  // global_gain
-  bits.Write(0, 4);                                  // a long window, a sine's
+  bits.Write(0, 4);                                  // a long sine window
   bits.Write(kBands, 6);
   bits.Write(0, 1);  // predictor_data_present
   bits.Write(noise ? kNoiseCodebook : 1, 4);
@@ -36,7 +36,7 @@ void WriteChannel(Level level, bool noise, int samplingIndex, BitWriter& bits) {
     bits.Write(static_cast<unsigned>(word.code), static_cast<unsigned>(word.length));
   }
   bits.Write(0, 1);                 // pulse_data_present
-  bits.Write(infinite ? 1 : 0, 1);  // tns_data_present: a filter that rings as long as any
+  bits.Write(infinite ? 1 : 0, 1);  // tns_data_present: a filter that rings as long as possible
   if (infinite) {
     bits.Write(0b011, 3);  // one filter, of the finer resolution
     bits.Write(kBands, 6);
@@ -52,7 +52,7 @@ void WriteChannel(Level level, bool noise, int samplingIndex, BitWriter& bits) {
   }
 }
 
-// The payload of spectral band replication in a fill element, taken from a frame's block.
+// The SBR payload in a fill element, taken from a frame's block.
 void WritePayload(const Bytes& block, const SbrPayload& payload, BitWriter& bits) {
   if (payload.bits == 0) return;
   const std::uint32_t bytes = (payload.bits + 4) / 8;
@@ -65,7 +65,7 @@ void WritePayload(const Bytes& block, const SbrPayload& payload, BitWriter& bits
   for (std::uint32_t i = 0; i < payload.bits; ++i) bits.Write(source.Read(1), 1);
 }
 
-// A frame in the place of another one of a single element, whose header and payload it keeps.
+// A frame that replaces another one of a single element, with its header and payload.
 Bytes Replacement(const Bytes& frame, int objectType, Level level, bool noise) {
   const int samplingIndex = frame[2] >> 2 & 15;
   const Bytes block(frame.begin() + 7, frame.end());
@@ -89,8 +89,8 @@ Bytes Replacement(const Bytes& frame, int objectType, Level level, bool noise) {
                                          .channelConfiguration = parsed->channelCount});
 }
 
-// Decodes the frames with one of them replaced, and returns how many frames behind it the last one lies that
-// depends on its level.
+// Decodes the frames with one of them replaced, and returns how many frames after it the output still depends
+// on its level.
 int FramesToRecover(const std::vector<Bytes>& frames, int objectType, Level level, bool noise) {
   constexpr std::size_t kReplaced = 20;
   TestDecoder loud(0, 0), quiet(0, 0);
@@ -120,7 +120,7 @@ void ExpectToRecover(const std::vector<Bytes>& frames, int objectType, int atMos
 
 struct Stream {
   const char* name;
-  int frames;  // until what is left of one before cannot be heard
+  int frames;  // until the rest of one before is inaudible
 };
 
 class OverloadedSample : public testing::TestWithParam<Stream> {};
@@ -136,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(All, OverloadedSample,
 
 class OverloadedPrediction : public testing::TestWithParam<int> {};
 
-TEST_P(OverloadedPrediction, RecoversAsPredictorsStartAnew) {
+TEST_P(OverloadedPrediction, RecoversAsPredictorsAreReset) {
   GeneratorOptions options;
   options.objectType = GetParam();
   options.elements = {{GeneratedElement::kCpe, 0}};

@@ -74,7 +74,7 @@ TEST(PsDataParser, ReadsEveryResolutionQuantiserBorderAndDirection) {
   }
 }
 
-TEST(PsDataParser, FollowsModesThatChange) {
+TEST(PsDataParser, FollowsModeChanges) {
   PsGenerator generator(2);
   PsData data{};
   for (int i = 0; i < 200; ++i) {
@@ -86,7 +86,7 @@ TEST(PsDataParser, FollowsModesThatChange) {
   }
 }
 
-TEST(PsDataParser, RefusesAPayloadCutShortAndKeepsTheLastOne) {
+TEST(PsDataParser, RejectsATruncatedPayloadAndKeepsTheLastOne) {
   PsGenerator generator(3);
   const PsGeneratorOptions options{.iidMode = 5, .iccMode = 2, .phases = true};
   BitWriter first, second;
@@ -94,7 +94,7 @@ TEST(PsDataParser, RefusesAPayloadCutShortAndKeepsTheLastOne) {
   generator.Write(options, second);
   PsData data{};
   ASSERT_TRUE(Parse(first, data));
-  // Every bit of the extension counts, its filling aside.
+  // Every bit of the extension counts except its padding.
   for (std::size_t bits = 0; bits < second.Bits(); ++bits) {
     PsData cut = data;
     BitWindow stream(second.Bytes().data(), second.Bytes().size());
@@ -105,7 +105,7 @@ TEST(PsDataParser, RefusesAPayloadCutShortAndKeepsTheLastOne) {
   EXPECT_TRUE(Parse(second, data));
 }
 
-// A payload of 10 bands of IID in one envelope. `inTime` tells the direction, `differences` the symbols.
+// A payload of 10 bands of IID in one envelope. `inTime` sets the direction, `differences` the symbols.
 BitWriter CoarsePayload(bool header, bool inTime, const std::vector<int>& differences, int mode = 0) {
   BitWriter bits;
   bits.Write(header ? 1 : 0, 1);
@@ -122,7 +122,7 @@ BitWriter CoarsePayload(bool header, bool inTime, const std::vector<int>& differ
   return bits;
 }
 
-TEST(PsDataParser, HasNoMeaningBeforeAHeader) {
+TEST(PsDataParser, IsUnusableBeforeAHeader) {
   PsData data{};
   EXPECT_FALSE(Parse(CoarsePayload(false, false, std::vector<int>(10, 0)), data));
   EXPECT_FALSE(data.headerSeen);
@@ -130,7 +130,7 @@ TEST(PsDataParser, HasNoMeaningBeforeAHeader) {
   EXPECT_TRUE(Parse(CoarsePayload(false, false, std::vector<int>(10, 0)), data));
 }
 
-TEST(PsDataParser, RefusesReservedModesAndIndicesOutOfRange) {
+TEST(PsDataParser, RejectsReservedModesAndIndicesOutOfRange) {
   PsData data{};
   EXPECT_FALSE(Parse(CoarsePayload(true, false, std::vector<int>(34, 0), 6), data));
   EXPECT_FALSE(Parse(CoarsePayload(true, false, std::vector<int>(34, 0), 7), data));
@@ -141,7 +141,7 @@ TEST(PsDataParser, RefusesReservedModesAndIndicesOutOfRange) {
   EXPECT_EQ(7, data.envelopes[0].iid[9]);
 }
 
-TEST(PsDataParser, KnowsIndicesThatRestOnOnesItHasNotSeen) {
+TEST(PsDataParser, MarksIndicesThatDependOnUnseenOnes) {
   PsData data{};
   const std::vector<int> still(10, 0);
   EXPECT_TRUE(Parse(CoarsePayload(true, true, still), data));
@@ -154,7 +154,7 @@ TEST(PsDataParser, KnowsIndicesThatRestOnOnesItHasNotSeen) {
   EXPECT_TRUE(data.Known());
 }
 
-TEST(PsDataParser, RefersToTheResolutionBefore) {
+TEST(PsDataParser, ConvertsFromTheResolutionBefore) {
   PsData data{};
   ASSERT_TRUE(Parse(CoarsePayload(true, false, {1, 1, 1, 0, 0, 0, 0, 0, 0, -1}), data));
   ASSERT_TRUE(Parse(CoarsePayload(true, true, std::vector<int>(20, 0), 1), data));
@@ -170,7 +170,7 @@ TEST(PsBands, MapsIndicesByTheTables) {
   std::int8_t narrow[20], wide[34], mapped[34];
   for (int i = 0; i < 20; ++i) narrow[i] = static_cast<std::int8_t>(i - 10);
   MapPsIndices(narrow, 20, 34, mapped);
-  // Means are cut towards zero: of -10 and -9, of -8 and -7.
+  // Means are truncated towards zero: of -10 and -9, of -8 and -7.
   const std::int8_t expected[34] = {-10, -9, -9, -8, -7, -7, -6, -6, -5, -5, -4, -3, -2, -2, -1, -1, 0,
                                     1,   2,  3,  4,  4,  5,  5,  6,  6,  7,  7,  8,  8,  8,  8,  9,  9};
   EXPECT_TRUE(std::equal(expected, expected + 34, mapped));
@@ -194,7 +194,7 @@ TEST(PsBands, MapsPhasesByTheTables) {
   EXPECT_TRUE(std::equal(wide, wide + 17, mapped));
 }
 
-TEST(PsBands, MapsCoefficientsThereAndBackWhereBandsAreAlike) {
+TEST(PsBands, MapsCoefficientsThereAndBackWhereBandsMatch) {
   float narrow[20], wide[34], back[20];
   for (int i = 0; i < 20; ++i) narrow[i] = static_cast<float>(i) * 0.5f;
   MapPsCoefficients(narrow, 20, 34, wide);
@@ -238,8 +238,8 @@ TEST(PsTables, MixByBothProcedures) {
   }
 }
 
-// Of signals of the same power that do not correlate, the mix has the power, ratio and coherence asked for.
-TEST(PsTables, MixToThePowerLevelAndCoherenceAskedFor) {
+// For uncorrelated signals of equal power, the mix has the requested power, ratio and coherence.
+TEST(PsTables, MixToTheRequestedPowerLevelAndCoherence) {
   const double coherences[] = {1, 0.937, 0.84118, 0.60092, 0.36764, 0, -0.589, -1};
   const double fine[] = {0, 2, 4, 6, 8, 10, 13, 16, 19, 22, 25, 30, 35, 40, 45, 50};
   for (int procedure = 0; procedure < 2; ++procedure) {
@@ -265,7 +265,7 @@ struct Frame {
   Ipp32fc right[kSlots][kIppsSbrBands];
 };
 
-// A mono signal through frame after frame.
+// Passes a mono signal through, frame by frame.
 class Stereo {
  public:
   explicit Stereo(unsigned seed) : m_random(seed) {}
@@ -324,8 +324,8 @@ TEST(ParametricStereo, CopiesMonoBeforeTheFirstHeader) {
   }
 }
 
-// Equal levels and full coherence leave the hybrid banks alone with the signal.
-TEST(ParametricStereo, SplitsAndJoinsTheLowBandsWithoutATrace) {
+// With equal levels and full coherence only the hybrid filter banks act on the signal.
+TEST(ParametricStereo, SplitsAndJoinsTheLowBandsPerfectly) {
   for (const int mode : {1, 2}) {
     Stereo stereo(2);
     for (int frame = 0; frame < 3; ++frame) {
@@ -343,7 +343,7 @@ TEST(ParametricStereo, SplitsAndJoinsTheLowBandsWithoutATrace) {
   }
 }
 
-// Of noise, the decorrelated signal does what the mixing supposes of it.
+// For noise, the decorrelated signal behaves as the mixing assumes.
 TEST(ParametricStereo, ReachesPowerLevelAndCoherenceInEveryBandOfNoise) {
   const double coherences[] = {1, 0.937, 0.84118, 0.60092, 0.36764, 0, -0.589, -1};
   const double fine[] = {0, 2, 4, 6, 8, 10, 13, 16, 19, 22, 25, 30, 35, 40, 45, 50};
@@ -373,8 +373,8 @@ TEST(ParametricStereo, ReachesPowerLevelAndCoherenceInEveryBandOfNoise) {
           EXPECT_NEAR((iid < 0 ? -1 : 1) * fine[std::abs(iid)], 10 * std::log10(left[band] / right[band]),
                       1.5)
               << mode << ' ' << iccMode << ' ' << iid << ' ' << band;
-          // Bands that are split are too narrow for their delays to take all likeness away; in other narrow
-          // ones noise has transients, where the decorrelated signal is held back.
+          // Bands that are split are too narrow for their delays to remove all correlation; in other narrow
+          // ones noise has transients, where the decorrelated signal is attenuated.
           EXPECT_NEAR(rho, cross[band] / std::sqrt(left[band] * right[band]),
                       band < kMaxPsSplitQmfBands ? 0.2 : 0.12)
               << mode << ' ' << iccMode << ' ' << iid << ' ' << band;
@@ -385,12 +385,12 @@ TEST(ParametricStereo, ReachesPowerLevelAndCoherenceInEveryBandOfNoise) {
   }
 }
 
-TEST(ParametricStereo, RunsFromEnvelopeToEnvelopeInStraightLines) {
+TEST(ParametricStereo, InterpolatesLinearlyBetweenEnvelopes) {
   Stereo stereo(4);
   PsData data = Constant(1, 1, 0, 0);
   stereo.Noise();
   stereo.Apply(data);
-  // Full coherence throughout: all of it is the direct signal's coefficients.
+  // Full coherence throughout: the direct signal's coefficients are all there is.
   data.payloads = 2;
   data.envelopeCount = 2;
   data.envelopes[1] = data.envelopes[0];
@@ -421,7 +421,7 @@ TEST(ParametricStereo, KeepsTheParametersWithoutAPayload) {
     EXPECT_NEAR(h * stereo.Mono().left[slot][50].re, stereo.Now().left[slot][50].re, 1e-2) << slot;
 }
 
-TEST(ParametricStereo, TurnsTheChannelsByThePhases) {
+TEST(ParametricStereo, RotatesTheChannelsByThePhases) {
   Stereo stereo(6);
   PsData data = Constant(1, 1, 0, 0);
   data.extensionEnabled = data.phasesEnabled = true;
@@ -432,7 +432,7 @@ TEST(ParametricStereo, TurnsTheChannelsByThePhases) {
     stereo.Noise();
     stereo.Apply(data);
   }
-  // Band 4 has phases, band 40 has none. Left is turned by OPD, right by OPD - IPD.
+  // Band 4 has phases, band 40 has none. Left is rotated by OPD, right by OPD - IPD.
   for (int slot = 0; slot < kSlots; ++slot) {
     const auto value = [slot](const Ipp32fc(*qmf)[kIppsSbrBands], int band) {
       return std::complex<double>(qmf[slot][band].re, qmf[slot][band].im);
@@ -456,7 +456,7 @@ TEST(ParametricStereo, ConvertsItsCoefficientsWhenTheBandsChange) {
   stereo.Noise();
   stereo.Apply(data);
   EXPECT_TRUE(stereo.State().wide);
-  // The same level before and behind: nothing moves in between.
+  // The same level before and after: nothing changes in between.
   const double ratio = std::pow(10, 25 / 20.0);
   const double h = std::numbers::sqrt2 * ratio / std::hypot(1, ratio);
   for (int slot = 0; slot < kSlots; ++slot)
@@ -469,8 +469,8 @@ TEST(ParametricStereo, ConvertsItsCoefficientsWhenTheBandsChange) {
   EXPECT_TRUE(stereo.State().wide);
 }
 
-// A click into the all-pass filters comes out with the same energy, and a click that comes at once is no
-// decorrelated signal.
+// A click into the all-pass filters comes out with the same energy; a click that comes out at once is not
+// decorrelated.
 TEST(PsDecorrelator, KeepsTheEnergyOfEveryBand) {
   for (const bool wide : {false, true}) {
     const PsConfiguration& configuration = SharedPsTables().Of(wide);
@@ -496,11 +496,11 @@ TEST(PsDecorrelator, KeepsTheEnergyOfEveryBand) {
   }
 }
 
-TEST(PsDecorrelator, HoldsTransientsBack) {
+TEST(PsDecorrelator, AttenuatesTransients) {
   const PsConfiguration& configuration = SharedPsTables().Of(false);
   PsDecorrelatorState state{};
   float in[2][kPsHybridBands] = {}, out[2][kPsHybridBands], powers[kPsHybridBands], gains[kPsHybridBands];
-  // A click in band 12, which is parameter band 10 alone. The formulae by hand:
+  // A click in band 12, which alone is parameter band 10. The formulae by hand:
   double peak = 0, power = 0, difference = 0;
   for (int slot = 0; slot < 20; ++slot) {
     const double p = slot == 3 ? 10000 : 1;
@@ -518,7 +518,7 @@ TEST(PsDecorrelator, HoldsTransientsBack) {
   }
 }
 
-TEST(PsDecorrelator, ForgetsWhatIsNoNumberAndWhatDiedAway) {
+TEST(PsDecorrelator, ClearsNonFiniteAndDecayedValues) {
   const PsConfiguration& configuration = SharedPsTables().Of(true);
   PsDecorrelatorState state{};
   float in[2][kPsHybridBands] = {}, out[2][kPsHybridBands], powers[kPsHybridBands], gains[kPsHybridBands];

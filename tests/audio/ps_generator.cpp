@@ -22,7 +22,7 @@ struct PsGenerator::Parameter {
   bool wraps;  // modulo 8
   int bands;
   std::int8_t* (*indices)(PsEnvelope&);
-  std::vector<int> still{};  // bands that have index 0
+  std::vector<int> still{};  // bands whose index is 0
   int constant = -1;
 };
 
@@ -31,7 +31,7 @@ void PsGenerator::Note(const std::string& what) {
 }
 
 void PsGenerator::WriteIndices(const Parameter& parameter, std::size_t envelope, BitWriter& bits) {
-  // The first envelope behind other modes has nothing to refer to.
+  // The first envelope after other modes has nothing to refer to.
   const bool inTime = !(m_modesChanged && envelope == 0) && Random(0, 1) == 1;
   const std::int8_t* earlier = parameter.indices(envelope == 0 ? m_last : m_envelopes[envelope - 1]);
   std::int8_t* indices = parameter.indices(m_envelopes[envelope]);
@@ -77,7 +77,7 @@ void PsGenerator::WriteExtension(const PsGeneratorOptions& options, BitWriter& b
   extension.Write(0, 2);
   extension.Write(options.phases ? 1 : 0, 1);
   const int bands = kPhaseBands[m_phaseMode % 3];
-  // By resolution: the bands of negative centre frequencies, and that of the two above the highest of them.
+  // By resolution: the bands of negative centre frequencies, and the band of the two above the highest one.
   const std::vector<int> lowest[3] = {{0, 3}, {0, 1, 6}, {0, 1, 2, 10}};
   const std::vector<int> still = options.lowestPhases ? std::vector<int>() : lowest[m_phaseMode % 3];
   const Parameter ipd = {"ipd", {kIpdFrequencyCode, kIpdTimeCode},
@@ -96,7 +96,7 @@ void PsGenerator::WriteExtension(const PsGeneratorOptions& options, BitWriter& b
   }
   extension.Write(0, 1);
   if (options.otherExtension && Random(0, 1) == 1) {
-    // Readers that take the next bits for further extensions find no others than these.
+    // Readers that take the next bits for further extensions find only these.
     for (int i = Random(4, 20); i > 0; --i) extension.Write(3, 2);
     Note("other extension");
   }

@@ -1,5 +1,5 @@
 // Makes payloads of parametric stereo that are random but valid: every resolution, quantiser, border and
-// direction of coding (ISO/IEC 14496-3, 8.4.2).
+// coding direction (ISO/IEC 14496-3, 8.4.2).
 #pragma once
 
 #include <cstdint>
@@ -14,13 +14,13 @@ struct PsGeneratorOptions {
   int iidMode = 1;           // -1: no IID
   int iccMode = 1;           // -1: no ICC
   bool phases = false;       // IPD and OPD
-  bool lowestPhases = true;  // other than 0 in the bands of negative frequencies too
+  bool lowestPhases = true;  // nonzero in the bands of negative frequencies too
   int constantPhase = -1;    // in all bands, 0 to 7; -1: random
   bool singleEnvelopes = false;
-  bool otherExtension = false;  // extensions that have no meaning behind those that have
+  bool otherExtension = false;  // reserved extensions after the defined ones
   bool variableBorders = false;
   bool emptyFrames = false;  // some payloads have no envelopes
-  int headerPeriod = 1;      // payloads from a header to the next; the first and one of other modes have one
+  int headerPeriod = 1;      // payloads between headers; the first one and every mode change have one
   int slots = 32;
 };
 
@@ -33,9 +33,9 @@ class PsGenerator {
   // Appends a payload.
   void Write(const PsGeneratorOptions& options, BitWriter& bits);
 
-  // What the last payload says, as far as there are bands; envelopes up to the frame's end.
+  // The content of the last payload, as far as there are bands; envelopes up to the frame's end.
   const std::vector<UMC::aac::PsEnvelope>& Envelopes() const { return m_envelopes; }
-  // What may be in a payload and was, by name, over all payloads so far.
+  // The modes used, by name, over all payloads so far.
   const std::vector<std::string>& Seen() const { return m_seen; }
 
  private:

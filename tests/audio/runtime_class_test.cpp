@@ -38,7 +38,7 @@ TEST(RuntimeClass, KnowsItselfAndItsBasesByFunctionAndByName) {
   EXPECT_FALSE(params.IsClassNamed(""));
 }
 
-// As another module's copy of a class would be: the same name, another function.
+// Like another module's copy of a class: the same name, another function.
 class Elsewhere : public RuntimeClass<Elsewhere> {
  public:
   static const char* ClassName() { return "MediaData"; }
@@ -50,7 +50,7 @@ TEST(RuntimeClass, KnowsAnotherModulesCopyByName) {
   EXPECT_TRUE(data.IsClassNamed(Elsewhere::ClassName()));
 }
 
-TEST(RuntimeClass, CastsDownOnlyWhatIsOne) {
+TEST(RuntimeClass, CastsDownOnlyToItsOwnClasses) {
   AACDecoderParams aac;
   BaseCodecParams* base = &aac;
   EXPECT_EQ(&aac, DynamicCast<AACDecoderParams>(base));

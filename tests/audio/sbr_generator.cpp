@@ -10,7 +10,7 @@ using namespace UMC::aac;
 
 namespace {
 
-// fill_element()'s count can tell no more.
+// fill_element()'s count goes no further.
 constexpr std::size_t kMaxBytes = 269;
 
 struct Code {
@@ -53,7 +53,7 @@ std::vector<std::uint8_t> SbrGenerator::NextPayload() {
     BitWriter payload;
     payload.Write(m_options.crc ? 14 : 13, 4);
     if (m_options.crc) {
-      // All behind the checksum, the fill bits included, counts.
+      // Everything after the checksum counts, the fill bits included.
       BitWriter covered = m_bits;
       while ((4 + 10 + covered.Bits()) % 8 != 0) covered.Write(0, 1);
       Ipp32u crc = 0;
@@ -71,7 +71,7 @@ std::vector<std::uint8_t> SbrGenerator::NextPayload() {
   }
 }
 
-// One whose bands are within the limits.
+// A header whose bands are within the limits.
 SbrHeader SbrGenerator::RandomHeader() {
   for (;;) {
     SbrHeader header{};
@@ -89,7 +89,7 @@ SbrHeader SbrGenerator::RandomHeader() {
     SbrFrequencyTables tables;
     if (!MakeSbrFrequencyTables(header, m_frequency, tables) || tables.patchCount > 5) continue;
     // Where a last patch was left out, the standard's limiter bands (4.6.18.3.2.3) may end below the last
-    // subband and say nothing about the rest; witnesses differ there.
+    // subband and leave the rest undefined; reference decoders differ there.
     int copied = tables.kx;
     for (int i = 0; i < tables.patchCount; ++i) copied += tables.patches[i].count;
     if (copied < tables.kx + tables.m && header.limiterBands != 0) continue;
@@ -222,7 +222,7 @@ void SbrGenerator::WriteInverseFiltering() {
   }
 }
 
-// Values that go up and down a little, no further from the reference than a code allows.
+// Values that vary a little, no further from the reference than a code allows.
 std::vector<int> SbrGenerator::Walk(int count, int lowest, int highest, const std::vector<int>* reference,
                                     int largest) {
   std::vector<int> values;
@@ -259,7 +259,7 @@ void SbrGenerator::WriteEnvelopes(Channel& channel, const std::vector<bool>& dir
     const bool high = channel.grid.highResolution[i];
     const auto& bands = m_tables.bands[high];
     const bool overTime = directions[static_cast<std::size_t>(i)];
-    // The last envelope in this one's bands: of a wider band the same value, of narrower ones the first.
+    // The last envelope in this one's bands: for a wider band the same value, for narrower ones the first.
     std::vector<int> reference;
     for (int band = 0; overTime && band < bands.count; ++band) {
       const auto& before = m_tables.bands[channel.highResolution];
@@ -344,7 +344,7 @@ void SbrGenerator::WriteData() {
   Channel& left = m_channels[0];
   Channel& right = m_channels[1];
   std::vector<bool> directions[2];
-  // One grid for both starts at one place.
+  // One grid for both starts at the same place.
   bool coupled = m_channelCount == 2 && left.lead == right.lead && Chance(m_options.coupledPercent);
   if (m_channelCount == 2) m_bits.Write(coupled, 1);
   if (coupled != m_coupled) left.known = right.known = false;

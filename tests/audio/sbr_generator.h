@@ -21,14 +21,14 @@
 struct SbrGeneratorOptions {
   bool headerChanges = true;  // bands change now and then
   bool timeCoding = true;     // differences over time
-  bool smoothing = true;      // may be on
-  int headerPercent = 20;     // of the frames behind the first that repeat the header
-  bool sendHeader = true;     // else the data stand without the header that they follow
+  bool smoothing = true;      // may be used
+  int headerPercent = 20;     // of the frames after the first, those that repeat the header
+  bool sendHeader = true;     // else the data come without the header that they need
   bool crc = false;
   bool otherExtensions = true;  // unknown ones
   int coupledPercent = 50;      // of the frames of a pair
-  int timeCodingPercent = 50;   // of what may be differences over time
-  // Of a single channel's frame, counted from 0: the payload of parametric stereo, if it has one.
+  int timeCodingPercent = 50;   // of the values that may be coded over time
+  // For a single channel's frame, counted from 0: the payload of parametric stereo, if it has one.
   std::function<std::optional<PsGeneratorOptions>(int)> ps;
 };
 
@@ -41,7 +41,7 @@ class SbrGenerator {
   // The bytes of an extension payload: extension_type, data, fill bits.
   std::vector<std::uint8_t> NextPayload();
 
-  // What was in the payloads so far, by name.
+  // The tools and modes used in the payloads so far, by name.
   const std::set<std::string>& Seen() const { return m_seen; }
   const std::vector<std::string>& SeenOfPs() const { return m_ps.Seen(); }
 
@@ -54,7 +54,7 @@ class SbrGenerator {
     int lead = 0;  // where the next frame starts
     bool known = false;
     bool highResolution = false;
-    std::vector<int> envelope, noise;  // the last ones, in the steps that are sent
+    std::vector<int> envelope, noise;  // the last ones, in quantiser steps
   };
 
   int Random(int low, int high);

@@ -1,4 +1,4 @@
-// Streams with spectral band replication against the witnesses.
+// Streams with SBR against the reference decoders.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,12 +13,12 @@ namespace {
 
 using E = GeneratedElement;
 
-// A decoder for twice the core's rate.
+// A decoder at twice the core's rate.
 struct FullRateDecoder : TestDecoder {
   FullRateDecoder() : TestDecoder(0, 0) {}
 };
 
-// One of two channels that ffmpeg makes of every mono stream with SBR, which might turn out to have
+// One of the two channels that ffmpeg makes of every mono stream with SBR, as it might turn out to have
 // parametric stereo.
 std::vector<float> FirstOfTwo(const std::vector<float>& samples) {
   std::vector<float> first;
@@ -136,7 +136,7 @@ TEST(SbrStream, DecodesPayloadsWithChecksums) {
   EXPECT_LT(RmsAgainstFfmpeg(Generate(4, options, 2), false), 1);
 }
 
-// The second witness computes in fixed point and leaves out its first frame.
+// faad computes in fixed point and omits its first frame.
 TEST(SbrStream, DecodesLikeFaad) {
   const auto path = std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac";
   const RunResult result = runOrThrow({"faad", "-q", "-f", "2", "-w", path.string()});
@@ -160,7 +160,7 @@ GeneratorOptions Core(int channels, int samplingIndex = 6, int frameLength = 102
   return options;
 }
 
-// AudioSpecificConfig with SBR ahead of the core's object type.
+// AudioSpecificConfig with SBR before the core's object type.
 Bytes ExplicitConfig(int samplingIndex, int extensionIndex, int channels, int frameLength = 1024) {
   BitWriter bits;
   bits.Write(5, 5);
@@ -190,7 +190,7 @@ std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& option
   return blocks;
 }
 
-// Through the filter banks alone the core comes out late by theirs and the high band's delay.
+// Through the filter banks alone the core is delayed by theirs and the high band's delay.
 void ExpectLateCore(const Samples& ours, const Samples& core, std::size_t delay) {
   double sum = 0;
   ASSERT_EQ(core.size(), ours.size());
@@ -204,7 +204,7 @@ void ExpectLateCore(const Samples& ours, const Samples& core, std::size_t delay)
 
 constexpr std::size_t kCoreDelay = 289 + 6 * 32;
 
-TEST(SbrStream, DownSampledWithoutPayloadIsTheCoreLate) {
+TEST(SbrStream, DownSampledWithoutPayloadIsTheDelayedCore) {
   for (const int frameLength : {1024, 960}) {
     SCOPED_TRACE(frameLength);
     const auto blocks = Blocks(5, Core(1, 6, frameLength), 40);
@@ -216,7 +216,7 @@ TEST(SbrStream, DownSampledWithoutPayloadIsTheCoreLate) {
   }
 }
 
-TEST(SbrStream, WithoutAHeaderIsTheCoreLate) {
+TEST(SbrStream, WithoutAHeaderIsTheDelayedCore) {
   GeneratorOptions options = Core(1);
   const auto core = Blocks(6, options, 40);
   options.sbr.emplace();
@@ -231,7 +231,7 @@ TEST(SbrStream, WithoutAHeaderIsTheCoreLate) {
   EXPECT_EQ(40u * 2048, FullRateDecoder().DecodeAll(stream).size());
 }
 
-// What is below 8 kHz of a stereo signal, at 24 kHz, `step` being 2 for one at 48 kHz: one filter sampled at
+// The part below 8 kHz of a stereo signal, at 24 kHz, `step` being 2 for one at 48 kHz: one filter sampled at
 // both rates.
 std::vector<double> LowBand(const std::vector<double>& samples, int step) {
   constexpr double kCutOff = 8500.0 / 48000, kHalf = 192, kBeta = 10;
@@ -295,7 +295,7 @@ TEST(SbrStream, SignalledExplicitlyDecodesAsImplicitly) {
   EXPECT_EQ(FullRateDecoder().DecodeAll(stream), samples);
 }
 
-TEST(SbrStream, ThatTurnsOutLaterDoublesFromThenOn) {
+TEST(SbrStream, DetectedLaterDoublesTheRateFromThenOn) {
   GeneratorOptions options = Core(2);
   const Generated plain = Generate(8, options, 2, 5);
   options.sbr.emplace();
@@ -319,7 +319,7 @@ Description DescriptionOf(UMC::AACDecoder& decoder) {
   return {params.m_output.sampleFrequency, params.m_input.streamSubtype};
 }
 
-TEST(SbrStream, IsDescribedOnceItIsSeenOrSignalled) {
+TEST(SbrStream, IsDescribedOnceItIsDetectedOrSignalled) {
   const auto frames = SplitAdts(readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac"));
   FullRateDecoder implicit;
   ASSERT_EQ(0, implicit.Decode(frames[0]));
@@ -336,7 +336,7 @@ TEST(SbrStream, IsDescribedOnceItIsSeenOrSignalled) {
   EXPECT_EQ(0x100u + 16 + 1, DescriptionOf(signalled.Decoder()).profile);
 }
 
-TEST(SbrStream, KeepsTheCoresFrequencyWhereThatIsAskedFor) {
+TEST(SbrStream, KeepsTheCoresFrequencyOnRequest) {
   const Bytes stream = readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac");
   UMC::AACDecoderParams params;
   params.m_sbrDownSampled = 0;
@@ -347,7 +347,7 @@ TEST(SbrStream, KeepsTheCoresFrequencyWhereThatIsAskedFor) {
   EXPECT_EQ(24000u, DescriptionOf(asked.Decoder()).frequency);
 }
 
-TEST(SbrStream, NeedsRoomForTwiceTheSamples) {
+TEST(SbrStream, NeedsSpaceForTwiceTheSamples) {
   auto frame = SplitAdts(readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac"))[0];
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
@@ -365,7 +365,7 @@ TEST(SbrStream, NeedsRoomForTwiceTheSamples) {
   EXPECT_EQ(0, decode(room.size()));
 }
 
-TEST(SbrStream, ResetForgetsTheSignal) {
+TEST(SbrStream, ResetClearsTheSignal) {
   const Bytes stream = readFile(std::filesystem::path(VL_TEST_DATA) / "he_v1_51_48k.aac");
   FullRateDecoder decoder;
   const Samples first = decoder.DecodeAll(stream);

@@ -1,4 +1,4 @@
-// The tools of spectral band replication, one by one.
+// The SBR tools, one by one.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -125,8 +125,8 @@ TEST(SbrFrequencyTables, FollowFromTheHeader) {
   }
 }
 
-// The stop frequency of bs_stop_freq 0 to 13 by sampling frequency, as far as it lies above the start and
-// within the limits.
+// The stop frequency of bs_stop_freq 0 to 13 by sampling frequency, where it is above the start and within
+// the limits.
 TEST(SbrFrequencyTables, StopWhereTheHeaderSays) {
   struct Stops {
     std::uint32_t frequency;
@@ -156,7 +156,7 @@ TEST(SbrFrequencyTables, StopWhereTheHeaderSays) {
   EXPECT_GT(checked, 500);
 }
 
-// Every header either makes tables within the limits or none (4.6.18.3.6).
+// Every header makes either tables within the limits or none (4.6.18.3.6).
 TEST(SbrFrequencyTables, StayWithinTheLimitsForEveryHeader) {
   int made = 0;
   for (const std::uint32_t frequency : {14700u, 16000u, 22050u, 24000u, 32000u, 44100u, 48000u, 64000u,
@@ -196,7 +196,7 @@ TEST(SbrFrequencyTables, StayWithinTheLimitsForEveryHeader) {
   EXPECT_GT(made, 10000);
 }
 
-// Reads what the generator writes: all of it makes sense, whatever the grid.
+// Reads what the generator writes: all of it is valid, whatever the grid.
 class GeneratedPayload : public testing::TestWithParam<std::tuple<int, int, bool>> {};
 
 struct Element {
@@ -213,7 +213,7 @@ bool Read(const std::vector<std::uint8_t>& payload, int channels, int frameLengt
                         scratch);
 }
 
-TEST_P(GeneratedPayload, IsReadWhole) {
+TEST_P(GeneratedPayload, IsReadCompletely) {
   const auto [channels, frameLength, crc] = GetParam();
   SbrGeneratorOptions options;
   options.crc = crc;
@@ -287,7 +287,7 @@ TEST(SbrPayload, NeedsAHeaderFirstAndAfterDamage) {
   }
 }
 
-TEST(SbrPayload, ThatIsCutOffIsRefused) {
+TEST(SbrPayload, IsRejectedWhenTruncated) {
   SbrGenerator generator(1, 2, 48000, 16, {});
   const auto payload = generator.NextPayload();
   for (std::size_t size = 1; size + 2 < payload.size(); ++size) {
@@ -314,7 +314,7 @@ TEST(SbrPayload, OverTimeNeedsTheFrameBefore) {
   EXPECT_LT(refused, 50);
 }
 
-// Two bands of an envelope that starts at `first` and goes on `difference` steps higher.
+// Two bands of an envelope that starts at `first` and continues `difference` steps higher.
 bool DecodesEnvelope(bool ampRes, std::int16_t first, std::int16_t difference) {
   SbrFrequencyTables tables{};
   tables.bands[0].count = 2;
@@ -336,7 +336,7 @@ TEST(SbrEnvelope, HasDifferencesWithinTheRangeOfStartValues) {
   EXPECT_FALSE(DecodesEnvelope(true, 0, -1));
 }
 
-TEST(FillElement, FindsThePayloadAfterOtherOnes) {
+TEST(FillElement, FindsThePayloadAfterOthers) {
   BitWriter bits;
   bits.Write(15, 4);
   bits.Write(20 - 14, 8);  // 20 bytes
@@ -369,7 +369,7 @@ TEST(FillElement, FindsThePayloadAfterOtherOnes) {
   EXPECT_EQ(start + 160, stream.Position());
 }
 
-TEST(SbrDecoder, HoldsItsMemoryInAnAreaOfItsOwn) {
+TEST(SbrDecoder, KeepsItsMemoryInItsOwnArea) {
   EXPECT_LT(sizeof(SbrArea), 420u * 1024);
 }
 

@@ -1,5 +1,5 @@
-// A decoder that starts in the middle of a stream with prediction tells from when on it decodes like one that
-// started with the stream.
+// A decoder that starts in the middle of a stream with prediction reports from when on its output equals that
+// of one that started with the stream.
 #include <gtest/gtest.h>
 
 #include "tests/audio/aac_generator.h"
@@ -49,7 +49,7 @@ TEST_P(Converging, OnceConvergedEqualsADecoderFromTheStart) {
 
 INSTANTIATE_TEST_SUITE_P(All, Converging, testing::Values(kObjectMain, kObjectLtp));
 
-// HE-AAC of a mono or stereo core, whose bands stay.
+// HE-AAC of a mono or stereo core whose bands do not change.
 std::vector<Bytes> ReplicatedFrames(int count, bool stereo) {
   GeneratorOptions options;
   options.samplingIndex = 6;
@@ -65,7 +65,7 @@ std::vector<Bytes> ReplicatedFrames(int count, bool stereo) {
   return frames;
 }
 
-TEST(NumberedBlocks, SoundLikeOthersWhereTheStreamIsWhole) {
+TEST(NumberedBlocks, DecodeLikeUnnumberedOnesInAnIntactStream) {
   for (const bool stereo : {false, true}) {
     TestDecoder plain(0, 0), numbered(0, 0);
     const auto frames = ReplicatedFrames(100, stereo);
@@ -78,8 +78,8 @@ TEST(NumberedBlocks, SoundLikeOthersWhereTheStreamIsWhole) {
   }
 }
 
-// Once they are settled, wherever they start and whatever was lost on the way.
-TEST(NumberedBlocks, SoundAlikeInAllDecoders) {
+// Once they have converged, wherever they start and whatever was lost on the way.
+TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
   const auto frames = ReplicatedFrames(120, true);
   const auto isLost = [](std::size_t number) { return number == 30 || number == 31; };
   const auto pass = [&](TestDecoder& decoder, std::size_t number) {

@@ -10,7 +10,7 @@ namespace {
 
 using UMC::SharedObject;
 
-TEST(SharedObject, IsTriedAgainAfterAFailure) {
+TEST(SharedObject, IsRetriedAfterAFailure) {
   SharedObject<int> shared;
   int calls = 0;
   const auto make = [&]() -> std::unique_ptr<const int> {

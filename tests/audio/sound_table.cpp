@@ -1,5 +1,5 @@
-// Prints how far the decoders' samples are from those of other decoders, as the tables of docs/sound.md:
-// scripts/sound_table.sh puts them there. Streams are made by ffmpeg or at random, or lie in tests/data.
+// Prints how far the decoders' samples are from those of other decoders, as the tables of docs/sound.md,
+// where scripts/sound_table.sh puts them. Streams are made by ffmpeg or at random, or come from tests/data.
 #include <cstdio>
 
 #include "tests/audio/aac_streams.h"
@@ -44,7 +44,7 @@ void PrintHead() {
   std::printf("| stream | reference decoder | largest difference | RMS |\n|---|---|---:|---:|\n");
 }
 
-// References that leave out their first frames are compared with the rest of ours.
+// References that omit their first frames are compared with the rest of ours.
 void PrintRow(const std::string& stream, const char* reference, const Samples& ours,
               const std::vector<float>& expected) {
   const auto missing =
@@ -65,7 +65,7 @@ std::vector<float> FaadDecode(const std::string& file) {
   return {samples.begin(), samples.end()};
 }
 
-// Where a reference makes two channels of one.
+// Where a reference outputs one channel as two.
 std::vector<float> FirstOfTwo(const std::vector<float>& samples) {
   std::vector<float> first;
   for (std::size_t i = 0; i < samples.size(); i += 2) first.push_back(samples[i]);
@@ -111,7 +111,7 @@ void PrintEncodedAac(const char* tools, const Source& source, const std::vector<
 struct Sample {
   const char* tools;
   const char* name;
-  bool isMonoWithSbr;  // of whose one channel both references make two
+  bool isMonoWithSbr;  // both references output its one channel as two
   bool withFaad;
 };
 
@@ -142,7 +142,7 @@ void PrintAac() {
                   noNoise + std::vector<std::string>{"-profile:a", "aac_main", "-aac_pred", "1"});
   PrintEncodedAac("LTP", {"tones", "stereo", 2, 64},
                   noNoise + std::vector<std::string>{"-profile:a", "aac_ltp", "-aac_ltp", "1"});
-  // Below 24 kHz faad takes all streams for such with spectral band replication.
+  // Below 24 kHz faad takes every stream as one with SBR.
   for (const Sample& sample : {Sample{"LC, mono", "lc_mono_16k.aac", false, false},
                                {"LC, 4.0", "lc_40_48k.aac", false, false},
                                {"LC, 5.1", "lc_51_48k.aac", false, false},
@@ -158,8 +158,8 @@ void PrintAac() {
 
 const std::vector<std::string> kNoDynamicRange = {"-drc_scale", "0"};
 
-// All channels against ffmpeg's, their mix to stereo against a52dec's. Noise is drawn anew by each decoder:
-// ffmpeg against itself tells how far apart that is.
+// All channels against ffmpeg's, their stereo mix against a52dec's. Each decoder draws its own noise: ffmpeg
+// against itself shows how far apart that is.
 void PrintEncodedAc3(const Source& source, int mode, bool lfe) {
   TempFolder folder;
   const std::string file = folder.file("a.ac3"), name = NameOf(source);
@@ -175,15 +175,15 @@ void PrintEncodedAc3(const Source& source, int mode, bool lfe) {
   }
 }
 
-// Valid frames with every tool in them, but noise, which no two decoders draw alike.
+// Valid frames with every tool in them except noise, which no two decoders draw alike.
 void PrintGeneratedAc3(int mode) {
   constexpr int kFrames = 60;
   TempFolder folder;
   const std::string file = folder.file("a.ac3");
   Ac3GeneratorOptions options;
   options.mode = mode;
-  // What ffmpeg and a52dec do otherwise: one dynamic range word for two programmes, and in a52dec phase flags
-  // and the origin of the coupling channel's delta segments.
+  // Where ffmpeg and a52dec differ: one dynamic range word for two programmes, and in a52dec phase flags and
+  // the origin of the coupling channel's delta segments.
   options.dynamicRange = mode != 0;
   options.phaseFlags = options.couplingDelta = false;
   Ac3Generator generator(static_cast<unsigned>(mode) + 1, options);

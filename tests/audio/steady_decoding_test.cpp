@@ -1,5 +1,5 @@
-// What decoders do with memory: steady decoding allocates nothing, and memory that was short once disables
-// nothing. A program of its own: it counts every allocation, and refuses some.
+// Decoders and memory: steady decoding allocates nothing, and a temporary shortage disables nothing. A
+// separate program: it counts every allocation, and makes some fail.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@
 
 namespace {
 std::atomic<int> allocations{0};
-// While it is set, none but aligned memory can be had.
+// While it is set, only aligned allocations succeed.
 std::atomic<bool> onlyAligned{false};
 
 void* allocate(std::size_t size) {
@@ -25,7 +25,7 @@ void* allocate(std::size_t size) {
   return onlyAligned ? nullptr : std::malloc(size);
 }
 
-// Fresh memory holds ones, by which words that are not written first look like anything else.
+// Fresh memory is filled with ones, so that words read before they are written do not look like zeros.
 void* fill(void* memory, std::size_t size) {
   if (memory != nullptr) std::fill_n(static_cast<std::uint32_t*>(memory), size / sizeof(std::uint32_t), 1u);
   return memory;
@@ -80,8 +80,8 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 
 namespace {
 
-// Before all that decodes: what decoders share is made by the first.
-TEST(ScarceMemory, DisablesNoDecoderForGood) {
+// Before all tests that decode: the first decoder creates what decoders share.
+TEST(ScarceMemory, DisablesNoDecoderPermanently) {
   inOwnProcess([] {
     UMC::DefaultMemoryAllocator allocator;
     UMC::AACDecoderParams params;
@@ -95,7 +95,7 @@ TEST(ScarceMemory, DisablesNoDecoderForGood) {
     const UMC::Status ac3 = ac3Decoder.Init(&ac3Params);
     onlyAligned = false;
     EXPECT_EQ(-883, withoutTables);
-    EXPECT_EQ(0, ac3) << "has no need of any but its own block";
+    EXPECT_EQ(0, ac3) << "needs only its own block";
     EXPECT_EQ(0, decoder.Init(&params));
   });
 }

@@ -1,4 +1,4 @@
-// Streams with parametric stereo, whole, against the witness.
+// Complete streams with parametric stereo, against the reference decoders.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,7 +18,7 @@ Samples Decode(const Bytes& stream, std::uint32_t channels = 0) {
 
 constexpr std::size_t kBlockSamples = 2 * 2048;
 
-// Of the difference to the witness, over one channel of two and the blocks that are `counted`.
+// The RMS difference from the reference, over one of two channels and the blocks that are `counted`.
 template <class Counted>
 double Rms(const Samples& ours, const std::vector<float>& witness, std::size_t channel, Counted counted) {
   EXPECT_EQ(witness.size(), ours.size());
@@ -33,7 +33,7 @@ double Rms(const Samples& ours, const std::vector<float>& witness, std::size_t c
   return std::sqrt(sum / static_cast<double>(count));
 }
 
-// Ahead of the first block, decoders suppose different parameters.
+// Before the first block, decoders assume different parameters.
 bool AfterTheFirst(std::size_t block) {
   return block > 0;
 }
@@ -74,7 +74,7 @@ TEST(StereoStream, DecodesAccessUnitsOfAConfigurationThatSignalsIt) {
 
 constexpr int kBlocks = 60;
 
-// Random blocks; `ps(i)` is what block i carries.
+// Random blocks; `ps(i)` is the payload of block i.
 Bytes Generate(unsigned seed, std::function<std::optional<PsGeneratorOptions>(int)> ps,
                int blocks = kBlocks) {
   GeneratorOptions options;
@@ -107,8 +107,8 @@ TEST_P(StereoModes, DecodeLikeFfmpeg) {
   ExpectLikeFfmpeg(Generate(1, [&](int) { return options; }));
 }
 
-// The hybrid bands of negative frequencies turn the other way all through an envelope (ISO/IEC 14496-3,
-// 8.6.4.6.3 and 8.6.4.6.4); ffmpeg lets them do so only at its end, and of 34 bands two more, whose centre
+// The hybrid bands of negative frequencies are rotated the other way throughout an envelope (ISO/IEC 14496-3,
+// 8.6.4.6.3 and 8.6.4.6.4); ffmpeg does so only at its end, and with 34 bands for two more, whose centre
 // frequencies are positive (table 8.42). Their bands have no phase here.
 TEST_P(PhaseModes, DecodeLikeFfmpeg) {
   const auto [iid, icc] = GetParam();
@@ -122,7 +122,7 @@ TEST_P(PhaseModes, DecodeLikeFfmpeg) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, StereoModes, testing::Combine(testing::Range(-1, 6), testing::Range(-1, 6)));
-// Without an iid_mode, how many phases there are is anyone's guess.
+// Without an iid_mode, the number of phases is undefined.
 INSTANTIATE_TEST_SUITE_P(All, PhaseModes, testing::Combine(testing::Range(0, 6), testing::Range(-1, 6)));
 
 TEST(StereoStream, ModesThatChangeDecodeLikeFfmpeg) {
@@ -132,8 +132,8 @@ TEST(StereoStream, ModesThatChangeDecodeLikeFfmpeg) {
   }));
 }
 
-// The coefficients run in straight lines from and to those without phases (8.6.4.6.4); in ffmpeg their
-// imaginary parts jump. Where the lines have ended both are the same.
+// The coefficients are interpolated linearly from and to those without phases (8.6.4.6.4); in ffmpeg their
+// imaginary parts jump. Once the interpolation has ended both are the same.
 TEST(StereoStream, PhasesThatComeAndGoDecodeLikeFfmpeg) {
   const Bytes stream = Generate(3, [](int block) {
     return PsGeneratorOptions{.phases = block % 8 < 4, .lowestPhases = false, .otherExtension = true};
@@ -141,8 +141,8 @@ TEST(StereoStream, PhasesThatComeAndGoDecodeLikeFfmpeg) {
   ExpectLikeFfmpeg(stream, [](std::size_t block) { return block % 4 >= 2; });
 }
 
-// With one envelope: ffmpeg goes through several ones of the last payload again, where the last parameters
-// stay as they are (8.6.4.6.2).
+// With one envelope: ffmpeg repeats all envelopes of the last payload, where the last parameters remain
+// unchanged (8.6.4.6.2).
 TEST(StereoStream, BlocksWithoutAPayloadDecodeLikeFfmpeg) {
   ExpectLikeFfmpeg(Generate(4, [](int block) {
     return block < 4 || block % 3 == 0 ? std::optional(PsGeneratorOptions{.singleEnvelopes = true})
@@ -150,7 +150,7 @@ TEST(StereoStream, BlocksWithoutAPayloadDecodeLikeFfmpeg) {
   }));
 }
 
-// faad's samples; it leaves out the first block's.
+// faad's samples; it omits the first block's.
 Samples FaadDecode(const TempFolder& folder, const std::string& file) {
   runOrThrow({"faad", "-q", "-f", "2", "-o", folder.file("a.pcm"), file});
   const Bytes bytes = readFile(folder.file("a.pcm"));
@@ -159,7 +159,7 @@ Samples FaadDecode(const TempFolder& folder, const std::string& file) {
   return samples;
 }
 
-// The other witness for the lowest bands. It departs in single blocks; most are to be the same.
+// The other reference for the lowest bands. It deviates in single blocks; most must be equal.
 TEST(StereoStream, PhasesOfTheLowestBandsDecodeLikeFaad) {
   const Bytes stream = Generate(
       5, [](int) { return PsGeneratorOptions{.phases = true, .constantPhase = 1, .singleEnvelopes = true}; });
@@ -185,7 +185,7 @@ std::optional<PsGeneratorOptions> Coarse(int /*block*/) {
   return PsGeneratorOptions{.iidMode = 0, .iccMode = 0};
 }
 
-TEST(StereoStream, StaysOutWhereOneChannelIsAskedFor) {
+TEST(StereoStream, IsNotAppliedWhereOneChannelIsRequested) {
   const Samples with = Decode(Generate(5, Coarse), 1);
   EXPECT_EQ(2048u * kBlocks, with.size());
   EXPECT_EQ(Decode(Generate(5, None), 1), with);
@@ -196,7 +196,7 @@ TEST(StereoStream, StartsWithItsFirstPayload) {
   const Samples late =
       Decode(Generate(6, [](int block) { return block < 10 ? None(block) : Coarse(block); }), 2);
   ASSERT_EQ(without.size(), late.size());
-  // Both channels are the one that there is, until the parameters come.
+  // Both channels are equal until the parameters come.
   const auto start = late.begin() + 2 * 2048 * 10;
   EXPECT_TRUE(std::equal(late.begin(), start, without.begin()));
   bool alike = true;
@@ -204,7 +204,7 @@ TEST(StereoStream, StartsWithItsFirstPayload) {
   EXPECT_FALSE(alike);
 }
 
-TEST(StereoStream, HasTwoChannelsFromItsFirstPayloadOnWhereNoneAreAskedFor) {
+TEST(StereoStream, HasTwoChannelsFromItsFirstPayloadWhereNoneAreRequested) {
   const auto frames =
       SplitAdts(Generate(7, [](int block) { return block < 1 ? None(block) : Coarse(block); }));
   TestDecoder decoder(0, 0);
@@ -240,7 +240,7 @@ TEST(StereoStream, OnceConvergedEqualsADecoderFromTheStart) {
       }
       const bool now = decoder.Decoder().Converged();
       EXPECT_FALSE(before && !now) << start << ' ' << i;
-      // A header of parametric stereo comes with every block whose number 20 divides.
+      // A header of parametric stereo comes with every block whose number is a multiple of 20.
       if (now && !before) {
         EXPECT_GE(i, (start + 19) / 20 * 20 + 15);
       }

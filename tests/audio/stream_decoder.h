@@ -1,4 +1,4 @@
-// Decoding whole streams in tests, with any decoder of the codec framework.
+// Decoding complete streams in tests, with any decoder of the codec framework.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 #include "audio/umc/media_data.h"
 #include "tests/audio/streams.h"
 
-// A decoder with its descriptors, to be opened by what derives from this. The input is a block of exactly its
-// size, so that a sanitizer sees any read beyond.
+// A decoder with its descriptors, opened by derived classes. The input is a block of exactly its size, so
+// that a sanitizer detects any read beyond.
 template <class Codec>
 class StreamDecoder {
  public:
@@ -33,14 +33,14 @@ class StreamDecoder {
     SetInput(bytes);
     return Decode();
   }
-  // All frames of a stream, damaged ones as what is put out for them.
+  // All frames of a stream, damaged ones as the samples output for them.
   Samples DecodeAll(const Bytes& stream) {
     SetInput(stream);
     Samples all;
     while (Decode() >= 0) all.insert(all.end(), m_last.begin(), m_last.end());
     return all;
   }
-  // The same where the stream comes in byte by byte: a frame is waited for.
+  // The same for a stream that arrives byte by byte: the decoder waits for a frame.
   Samples DecodeByteByByte(const Bytes& stream) {
     Samples all;
     Bytes held;

@@ -1,4 +1,4 @@
-// Bytes and samples of whole streams, and the witnesses' readings of them.
+// Bytes and samples of complete streams, and their decoding by the reference decoders.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
   return left;
 }
 
-// The frames of an ADTS stream, by the lengths that their headers tell.
+// The frames of an ADTS stream, by the lengths in their headers.
 inline std::vector<Bytes> SplitAdts(const Bytes& stream) {
   std::vector<Bytes> frames;
   for (std::size_t at = 0; at + 7 <= stream.size();) {
@@ -36,8 +36,7 @@ inline std::vector<Bytes> SplitAdts(const Bytes& stream) {
   return frames;
 }
 
-// What ffmpeg's decoder makes of a file, full scale being 32768, not rounded. `filters`: options for the
-// output.
+// A file decoded by ffmpeg, full scale being 32768, not rounded. `filters`: options for the output.
 inline std::vector<float> FfmpegDecode(const std::filesystem::path& file,
                                        const std::vector<std::string>& options = {},
                                        const std::vector<std::string>& filters = {}) {
@@ -50,7 +49,7 @@ inline std::vector<float> FfmpegDecode(const std::filesystem::path& file,
   return samples;
 }
 
-// The largest difference once the witness's samples are rounded and limited.
+// The largest difference once the reference's samples are rounded and limited.
 inline int LargestDifference(const Samples& ours, const std::vector<float>& witness) {
   EXPECT_EQ(witness.size(), ours.size());
   int largest = 0;
@@ -61,7 +60,7 @@ inline int LargestDifference(const Samples& ours, const std::vector<float>& witn
   return largest;
 }
 
-// The root of the mean square of the differences, the witness's samples rounded and limited likewise.
+// The root mean square of the differences, the reference's samples rounded and limited likewise.
 inline double RootMeanSquare(const Samples& ours, const std::vector<float>& witness) {
   EXPECT_EQ(witness.size(), ours.size());
   const std::size_t count = std::min(ours.size(), witness.size());

@@ -1,4 +1,4 @@
-// Allocators that make things hard for a decoder.
+// Allocators that put a decoder under stress.
 #pragma once
 
 #include <cstddef>
@@ -46,7 +46,7 @@ class MovingAllocator : public UMC::MemoryAllocator {
   UMC::Status Free(UMC::MemoryId) override { return 0; }
   UMC::Status Close() override { return 0; }
 
-  // Locks that are held.
+  // Locks currently held.
   [[nodiscard]] int Locks() const { return m_locks; }
   [[nodiscard]] int Moves() const { return m_moves; }
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-// The bytes in a block of exactly their size, so that a sanitizer sees any read beyond.
+// The bytes in a block of exactly their size, so that a sanitizer detects any read beyond.
 struct Bytes {
   explicit Bytes(std::vector<std::uint8_t> from) : size(from.size()), data(new std::uint8_t[from.size()]) {
     std::copy(from.begin(), from.end(), data.get());
@@ -31,7 +31,7 @@ TEST(BitWindow, ReadsMostSignificantBitsFirst) {
   EXPECT_FALSE(window.Overrun());
 }
 
-TEST(BitWindow, GivesZerosPastTheEndAndRemembersIt) {
+TEST(BitWindow, ReturnsZerosPastTheEndAndRemembersIt) {
   const Bytes bytes({0xFF});
   BitWindow window = bytes.Window();
   EXPECT_EQ(0xFF00u, window.Read(16));
@@ -42,7 +42,7 @@ TEST(BitWindow, GivesZerosPastTheEndAndRemembersIt) {
   EXPECT_EQ(48u, window.Position());
 }
 
-TEST(BitWindow, ReadsNothingFromNothing) {
+TEST(BitWindow, ReadsNothingFromAnEmptyBlock) {
   BitWindow window;
   EXPECT_EQ(0u, window.Remaining());
   EXPECT_EQ(0u, window.Read(1));

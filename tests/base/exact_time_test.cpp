@@ -8,7 +8,7 @@ TEST(FrameRate, DurationsInFramesAreExactWhereFloatingPointIsNot) {
   EXPECT_EQ(framesOf(60060, 60000, {60000, 1001}), 60u);
 }
 
-TEST(FrameRate, ADayOfTicksComesOutToTheFrame) {
+TEST(FrameRate, CountsADayOfTicksToTheFrame) {
   // 2,589,408 frames of 1001/30000 s: 24 hours less 19.2 ms.
   EXPECT_EQ(framesOf(2589408ull * 1001, 30000, {30000, 1001}), 2589408u);
   EXPECT_EQ(framesOf(5178816ull * 1001, 60000, {60000, 1001}), 5178816u);
@@ -21,10 +21,10 @@ TEST(FrameRate, AnUnknownTimescaleGivesNoFrames) {
 
 TEST(FrameRate, ProductsBeyond64BitsStayExact) {
   EXPECT_EQ(scaleExactly(~0ull, 1000, 1000), ~0ull);
-  EXPECT_EQ(scaleExactly(~0ull, 2, 1), ~0ull) << "held at the largest number";
+  EXPECT_EQ(scaleExactly(~0ull, 2, 1), ~0ull) << "saturated";
 }
 
-TEST(FrameRate, SumsStayAtTheLargestNumber) {
+TEST(FrameRate, SumsSaturate) {
   EXPECT_EQ(addSaturated(~0ull - 1, 1), ~0ull);
   EXPECT_EQ(addSaturated(~0ull, 5), ~0ull);
   EXPECT_EQ(saturate<std::uint32_t>(1ull << 40), 0xFFFFFFFFu);

@@ -1,4 +1,4 @@
-// What comes of each damaged file.
+// The result of reading each damaged file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ const std::vector<std::string> kNoRate = {error("No frame rate in the file, cann
 const std::vector<std::string> kNoChunk = {"fmp4 - Moof index beyond end",
                                            error("Unable to find correct video chunk")};
 
-// A file, what its open says, how many frames it then has, and what they are; none where it does not open.
+// A file, what opening it logs, how many frames it then has, and which; none if it does not open.
 struct Case {
   std::string name;
   std::vector<std::string> log;
@@ -44,21 +44,21 @@ const std::vector<Case> kCases = {
     {"cut_inside_the_last_media_data.mp4", kQuiet, 6, {"01234x", "0123..", "0123.."}},
     {"no_movie_box.mp4", kNoTracks},
     {"no_fragment_header.mp4", kQuiet, 4, {"0145", "0145", "0145"}},
-    // The captions stay with the frame numbers that they count themselves.
+    // The captions keep the frame numbers that they count themselves.
     {"no_track_fragment_header.mp4", kQuiet, 4, {"2345", "0123", "0123"}},
 
     {"box_size_0.mp4", kQuiet, 2, {"01", "01", "01"}},
     {"box_size_1_and_no_room_for_the_64_bit_size.mp4", kQuiet, 4, {"0123", "0123", "0123"}},
     {"box_size_7.mp4", kQuiet, 2, {"01", "01", "01"}},
     {"box_size_past_the_father.mp4", kQuiet, 4, {"2345", "0123", "0123"}},
-    // The fragment's boxes are there; what should follow it is not.
+    // The fragment's boxes are present; what should follow them is missing.
     {"box_size_past_the_file.mp4", kQuiet, 4, {"01xx", "01..", "01.."}},
     {"box_size_past_64_bits.mp4", kNoChunk},
     {"media_data_size_past_the_file.mp4", kQuiet, 2, {"01", "01", "01"}},
     {"nested_400_deep.mp4", kNoTracks},
 
     {"entry_count_all_ones.mp4", kQuiet, 6, {"012345", "012345", "012345"}},
-    // Thousands of millions of samples of no size: there are as many frames, of no bytes.
+    // Billions of samples of size 0: as many frames, without bytes.
     {"sample_count_all_ones_without_fields.mp4", kQuiet, 0xFFFFFFFF, {"01      ", "012345..", "012345.."}},
     {"sample_count_all_ones_with_sizes.mp4", kQuiet, 6, {"012345", "012345", "012345"}},
     {"sample_size_all_ones.mp4", kQuiet, 6, {"01xx45", "01..45", "01..45"}},
@@ -76,7 +76,7 @@ const std::vector<Case> kCases = {
 
     {"data_offset_past_the_file.mp4", kQuiet, 6, {"01xx45", "01..45", "01..45"}},
     {"data_offset_negative.mp4", kQuiet, 6, {"01xx45", "01..45", "01..45"}},
-    // One byte ahead of the media data there are bytes, though not those of the frame.
+    // One byte before the media data there are bytes, though not the frame's.
     {"data_offset_all_ones.mp4", kQuiet, 6, {"01??45", "012345", "012345"}},
     {"data_offsets_overlapping.mp4", kQuiet, 6, {"012?45", "012345", "012345"}},
 
@@ -105,11 +105,11 @@ std::string pathOf(const std::string& name) {
 
 class DamagedFiles : public testing::TestWithParam<Case> {};
 
-TEST_P(DamagedFiles, OpenOrFailAsTheyShould) {
+TEST_P(DamagedFiles, OpenOrFailAsExpected) {
   LogCapture log;
   const MediaFile file = openFile(pathOf(GetParam().name));
   std::vector<std::string> lines;
-  // Every file with sound tells that the tests have FFmpeg switched off.
+  // Every file with audio logs that the tests have FFmpeg switched off.
   for (const LogLine& line : log.lines)
     if (line.level != VL_LOG_CAUTION) lines.push_back(line.text);
   EXPECT_THAT(lines, ElementsAreArray(GetParam().log));
@@ -118,7 +118,7 @@ TEST_P(DamagedFiles, OpenOrFailAsTheyShould) {
   EXPECT_EQ(file->GetTotalFrames(), GetParam().total);
   EXPECT_EQ(readForward(*file), GetParam().frames);
   EXPECT_EQ(readShuffled(*file), GetParam().frames);
-  // Closed and opened over, it is as it was.
+  // Closed and opened again, it reads the same.
   file->Close();
   ASSERT_EQ(file->Open(pathOf(GetParam().name).c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr,
                        VL_OPEN_EXISTING, 0, 0),
@@ -126,7 +126,7 @@ TEST_P(DamagedFiles, OpenOrFailAsTheyShould) {
   EXPECT_EQ(readForward(*file), GetParam().frames);
 }
 
-TEST_P(DamagedFiles, CostNoMoreThanWholeOnes) {
+TEST_P(DamagedFiles, CostNoMoreThanIntactOnes) {
   LogCapture log;
   const HostReads before = hostReads();
   const CountingNew counting;
@@ -134,7 +134,7 @@ TEST_P(DamagedFiles, CostNoMoreThanWholeOnes) {
     readForward(*file);
     readShuffled(*file);
   }
-  // A window a track, the descriptions; the files have less than four kilobytes.
+  // One window per track, the descriptions; the files have less than four kilobytes.
   EXPECT_LT(counting.peakBytes(), 2u << 20);
   EXPECT_LT(hostReads().calls - before.calls, 60u);
 }
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(All, DamagedFiles, testing::ValuesIn(kCases), [](const 
   return name;
 });
 
-TEST(DamagedFilesOnDisk, AreWhatTheyWereMadeAs) {
+TEST(DamagedFilesOnDisk, MatchTheirGenerator) {
   std::vector<std::string> cases;
   for (const Case& one : kCases) cases.push_back(one.name);
   std::vector<std::string> made;
@@ -155,7 +155,7 @@ TEST(DamagedFilesOnDisk, AreWhatTheyWereMadeAs) {
     EXPECT_EQ(readFile(pathOf(file.name)), file.bytes) << file.name;
     EXPECT_LE(file.bytes.size(), 4096u) << file.name;
   }
-  EXPECT_EQ(cases, made) << "each is tested";
+  EXPECT_EQ(cases, made) << "each has a case";
 }
 
 }  // namespace

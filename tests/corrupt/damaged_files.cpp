@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t kMost = 0xFFFFFFFF;
 constexpr std::uint32_t kVideoId = 1, kAudioId = 2, kCc608Id = 3, kCc708Id = 4;
 
-// What a file is made of; a defect changes some of it.
+// The parts of a file; a defect changes some of them.
 struct Parts {
   std::vector<TrackSpec> tracks = {videoTrack(kVideoId),
                                    {kAudioId, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024},
@@ -45,7 +45,7 @@ struct Parts {
       pairs = join({pairs, cc608PairOf(frame)});
       packets.samples.push_back({box("ccdp", {cc708PacketOf(frame)})});
     }
-    // One caption sample a fragment holds the pairs of all its frames.
+    // One caption sample per fragment holds the pairs of all its frames.
     RunSpec captions{kRunDataOffset | kRunSize | kRunDuration};
     captions.samples = {{box("cdat", {pairs}), 1001 * kFramesPerFragment}};
     video.runs = {pictures};
@@ -67,7 +67,7 @@ Bytes madeWith(const std::function<void(Parts&)>& defect) {
   return parts.bytes();
 }
 
-// The place of the `rank`th box of a type, by the four characters of it.
+// The offset of the `rank`th box of a type, given by its four characters.
 std::size_t placeOf(const Bytes& bytes, std::string_view type, std::size_t rank = 0) {
   auto at = bytes.begin();
   for (;; ++at, --rank) {
@@ -83,7 +83,7 @@ Bytes cutAt(std::size_t size) {
   return bytes;
 }
 
-// The whole file with bytes written over it, `offset` bytes behind the start of a box.
+// The intact file with bytes overwritten, `offset` bytes after the start of a box.
 Bytes withBytes(std::string_view type, std::size_t rank, std::size_t offset, const Bytes& over) {
   Bytes bytes = wholeFile();
   std::copy(over.begin(), over.end(),
@@ -94,7 +94,7 @@ Bytes withSize(std::string_view type, std::size_t rank, std::uint64_t size) {
   return withBytes(type, rank, 0, u32(size));
 }
 
-// The whole file with bytes between its movie box and its fragments.
+// The intact file with bytes between its movie box and its fragments.
 Bytes withAhead(const Bytes& more) {
   const Bytes whole = wholeFile();
   const auto at = whole.begin() + static_cast<std::ptrdiff_t>(placeOf(whole, "moof"));
@@ -122,7 +122,7 @@ Bytes cc608PairOf(std::uint32_t frame) {
   return join({u8(0x80 + frame), u8(0x20 + frame)});
 }
 Bytes cc708PacketOf(std::uint32_t frame) {
-  // A caption distribution packet of its header alone: marks, length, rate, flags, number.
+  // A caption distribution packet with only its header: marks, length, rate, flags, number.
   return join({u8(0x96), u8(0x69), u8(7), u8(0x4F), u8(0x43), u16(frame)});
 }
 

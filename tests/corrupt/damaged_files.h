@@ -1,4 +1,4 @@
-// The damaged files of this folder, and how each is made from a whole one.
+// The damaged files of this folder, and how each is made from an intact one.
 #pragma once
 
 #include <string>
@@ -11,13 +11,13 @@ struct DamagedFile {
   Bytes bytes;
 };
 
-// The whole file has a track each of picture (ID 1), sound (2), CEA-608 (3) and CEA-708 captions (4), in
+// The intact file has one track each of video (ID 1), audio (2), CEA-608 (3) and CEA-708 captions (4), in
 // three fragments of kFramesPerFragment frames.
 inline constexpr std::uint32_t kFragments = 3;
 inline constexpr std::uint32_t kFramesPerFragment = 2;
 inline constexpr std::uint32_t kFrames = kFragments * kFramesPerFragment;
 
-// What the whole file has for a frame.
+// The intact file's content of a frame.
 Bytes pictureOf(std::uint32_t frame);
 Bytes cc608PairOf(std::uint32_t frame);
 // The caption area's bytes from 4 on.
@@ -25,5 +25,5 @@ Bytes cc708PacketOf(std::uint32_t frame);
 
 Bytes wholeFile();
 
-// All of them, the whole file first.
+// All of them, the intact file first.
 std::vector<DamagedFile> damagedFiles();

@@ -1,5 +1,5 @@
-// Files of a megabyte made to cost as much as they can: memory goes with the size of the file, not with what
-// the file claims.
+// Files of a megabyte made to cost as much as possible: memory grows with the size of the file, not with what
+// it claims.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,10 +18,10 @@ namespace {
 constexpr std::size_t kFileBytes = 1 << 20;
 // The smallest boxes make the largest trees: a node and a payload record for eight bytes.
 constexpr std::size_t kMaxMemoryAByte = 48;
-// What an object takes whatever the file: descriptions, sample windows.
+// What an object takes for any file: descriptions, sample windows.
 constexpr std::size_t kMemoryOfAnObject = 8 << 20;
 
-// As many as a megabyte holds.
+// As many as fit into a megabyte.
 Bytes megabyteOf(const Bytes& part) {
   return repeat(part, kFileBytes / part.size());
 }
@@ -100,7 +100,7 @@ const std::vector<Hostile> kHostile = {
 
 class HostileFiles : public testing::TestWithParam<Hostile> {};
 
-TEST_P(HostileFiles, CostMemoryByTheirSize) {
+TEST_P(HostileFiles, CostMemoryByFileSize) {
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
   const Bytes bytes = GetParam().bytes();
@@ -138,7 +138,7 @@ void writeText(const std::string& path, const std::string& text) {
   writeFile(path, Bytes(text.begin(), text.end()));
 }
 
-TEST(HostileManifests, CostMemoryByTheirSize) {
+TEST(HostileManifests, CostMemoryByFileSize) {
   const TempFolder folder;
   writeFile(folder.file("clip.mp4"), wholeFile());
   std::string elements = "<MPD>",
@@ -157,7 +157,7 @@ TEST(HostileManifests, CostMemoryByTheirSize) {
   }
 }
 
-TEST(HostileManifests, OfAHundredMegabytesArePassedOver) {
+TEST(HostileManifests, OfAHundredMegabytesAreIgnored) {
   const TempFolder folder;
   writeFile(folder.file("clip.mp4"), wholeFile());
   writeText(folder.file("clip.mpd"), "<MPD/>");
@@ -169,7 +169,7 @@ TEST(HostileManifests, OfAHundredMegabytesArePassedOver) {
   EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject);
 }
 
-// A picture whose rate only its manifest tells.
+// A video whose rate is only in its manifest.
 TEST(HostLocale, OfDecimalCommasReadsRatesWithPoints) {
   const TempFolder folder;
   TrackSpec track = videoTrack();
@@ -193,7 +193,7 @@ TEST(HostLocale, OfDecimalCommasReadsRatesWithPoints) {
   EXPECT_EQ(openFile(folder.file("clip.mpd")), nullptr);
 }
 
-TEST(LongNames, AreRefusedByTheProbe) {
+TEST(LongNames, AreRejectedByTheProbe) {
   for (const std::size_t length : {260u, 261u, 5000u, 100000u}) {
     for (const char* extension : {".mp4", ".xml"}) {
       const std::string name = "/" + std::string(length - 5, 'n') + extension;

@@ -1,4 +1,4 @@
-// Writes the damaged files anew: make_damaged_files FOLDER
+// Regenerates the damaged files: make_damaged_files FOLDER
 #include <cstdio>
 
 #include "tests/corrupt/damaged_files.h"

@@ -1,4 +1,4 @@
-// Reading all of a file through the plug-in, and noting what came.
+// Reads all of a file through the plug-in and records the result.
 #pragma once
 
 #include <algorithm>
@@ -9,8 +9,8 @@
 #include "tests/corrupt/damaged_files.h"
 #include "tests/plugin/loaded_plugin.h"
 
-// One character a frame: which frame of the whole file it is that came, ' ' for no bytes, '?' for others, 'x'
-// for a status of failure; for captions '.' where the frame brought none.
+// One character per frame: the number of the intact file's frame that was read, ' ' for no bytes, '?' for
+// other bytes, 'x' for a status of failure; for captions '.' if the frame brought none.
 struct FramesRead {
   std::string pictures;
   std::string cc608;
@@ -29,7 +29,7 @@ inline char whichFrame(const Bytes& bytes, Bytes (*ofFrame)(std::uint32_t)) {
   return '?';
 }
 
-// Reads one frame and notes it at its place.
+// Reads one frame and records it at its index.
 inline void readOne(CAMediaFile& file, std::uint32_t frame, FramesRead& read) {
   const VideoFrame got = readFrame(file, frame);
   if (got.status != VL_OK) {
@@ -47,7 +47,7 @@ inline void readOne(CAMediaFile& file, std::uint32_t frame, FramesRead& read) {
   }
 }
 
-// Frames of a file that claims thousands of millions of them that are read.
+// Frames that are read of a file that claims billions.
 inline constexpr std::uint32_t kMaxFramesRead = 8;
 
 inline FramesRead noFramesOf(CAMediaFile& file) {

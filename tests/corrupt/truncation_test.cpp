@@ -1,4 +1,4 @@
-// A file with picture, sound and both kinds of captions, cut at every byte.
+// A file with video, audio and both kinds of captions, truncated at every byte.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 const std::string kWhole = "012345";
 
-// Whether what came is of the frame that was asked for, or a failure.
+// Whether the result is the requested frame or a failure.
 bool rightOrFailed(const std::string& read) {
   for (std::size_t i = 0; i < read.size(); ++i) {
     if (read[i] != kWhole[i] && read[i] != 'x') return false;
@@ -29,13 +29,13 @@ bool rightOrNone(const std::string& read) {
   return true;
 }
 
-TEST(Truncation, AtAnyByteEitherFailsTheOpenWithAnErrorOrGivesTheFramesThatAreThere) {
+TEST(Truncation, AtAnyByteFailsToOpenOrReadsTheFramesThatRemain) {
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
   const Bytes whole = wholeFile();
   std::uint32_t opened = 0, frames = 0;
   for (std::size_t size = 0; size <= whole.size(); ++size) {
-    SCOPED_TRACE("cut at " + std::to_string(size));
+    SCOPED_TRACE("truncated at " + std::to_string(size));
     writeFile(path, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
     LogCapture log;
     const MediaFile file = openFile(path);

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr Ipp16u kOne = 0x3F80;  // the variance of a predictor in its first state
+constexpr Ipp16u kOne = 0x3F80;  // the initial variance of a predictor
 
 IppsFDPState_32f Adapted() {
   IppsFDPState_32f state;
@@ -16,12 +16,12 @@ IppsFDPState_32f Adapted() {
   for (int i = 0; i < 3; ++i) {
     std::vector<float> lines(kFdpLines, 100.0f);
     EXPECT_EQ(ippStsNoErr, ippsFDPInv_32f_I(lines.data(), offsets, 1, 0, &state));
-    EXPECT_EQ(std::vector<float>(kFdpLines, 100.0f), lines) << "what is not used stays";
+    EXPECT_EQ(std::vector<float>(kFdpLines, 100.0f), lines) << "unused lines are kept";
   }
   return state;
 }
 
-TEST(Fdp, AdaptsByTheRecurrencesInNumbersOf16Bits) {
+TEST(Fdp, AdaptsByTheRecurrencesIn16BitNumbers) {
   IppsFDPState_32f state;
   ippsFDPInit_32f(&state);
   const Ipp16u offsets[] = {0, 1};
@@ -34,14 +34,14 @@ TEST(Fdp, AdaptsByTheRecurrencesInNumbersOf16Bits) {
   EXPECT_EQ(0, state.r1[0]);
   EXPECT_EQ(0, state.correlation1[0]);
 
-  // k1 is still 0: the second value goes in as it is, and meets the first in the correlation.
+  // k1 is still 0: the second value goes in unchanged, and meets the first in the correlation.
   line = 2;
   ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
   EXPECT_EQ(2, line);
   EXPECT_EQ(0x40B7, state.correlation1[0]);  // 5.71875
   EXPECT_EQ(0x412F, state.variance1[0]);     // 4.8994140625 + (8.176025390625 + 4) / 2 = 10.98...
   EXPECT_EQ(0x3FF4, state.r0[0]);            // 1.90625
-  EXPECT_EQ(0x402E, state.r1[0]);            // 2.7252..., cut to 2.71875
+  EXPECT_EQ(0x402E, state.r1[0]);            // 2.7252..., truncated to 2.71875
 
   // k1 = 5.71875 * (0.953125 / 10.9375, rounded to 0.08691...), k2 = 0.
   line = 0;
@@ -50,7 +50,7 @@ TEST(Fdp, AdaptsByTheRecurrencesInNumbersOf16Bits) {
   EXPECT_NE(0, line);
 }
 
-TEST(Fdp, ResetsGroupsOfLinesThatLieThirtyApart) {
+TEST(Fdp, ResetsGroupsOfLinesThirtyApart) {
   for (std::size_t group = 1; group <= 30; ++group) {
     IppsFDPState_32f state = Adapted();
     ASSERT_EQ(ippStsNoErr, ippsFDPResetGroup_32f(group, &state));
@@ -60,7 +60,7 @@ TEST(Fdp, ResetsGroupsOfLinesThatLieThirtyApart) {
   }
 }
 
-// Half a unit of the last place goes away from zero: 305/128 becomes 306/128.
+// Half a unit in the last place is rounded away from zero: 305/128 becomes 306/128.
 TEST(Fdp, RoundsHalvesOfThePredictionAwayFromZero) {
   const Ipp16u offsets[] = {0, 1};
   for (const bool isNegative : {false, true}) {
@@ -75,12 +75,12 @@ TEST(Fdp, RoundsHalvesOfThePredictionAwayFromZero) {
   }
 }
 
-TEST(Fdp, BeginsAnewWhereEitherVarianceGrowsBeyondAllBounds) {
+TEST(Fdp, ResetsWhereEitherVarianceOverflows) {
   const Ipp16u offsets[] = {0, 1};
   for (const bool isSecond : {false, true}) {
     IppsFDPState_32f state;
     ASSERT_EQ(ippStsNoErr, ippsFDPInit_32f(&state));
-    (isSecond ? state.r1 : state.r0)[0] = 0x5F80;  // 2^64, the square of which is no float
+    (isSecond ? state.r1 : state.r0)[0] = 0x5F80;  // 2^64, whose square overflows a float
     float line = 1;
     ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
     EXPECT_EQ(1, line);
@@ -91,7 +91,7 @@ TEST(Fdp, BeginsAnewWhereEitherVarianceGrowsBeyondAllBounds) {
   }
 }
 
-TEST(Fdp, BeginsInTheFirstStateWhateverTheMemoryHeld) {
+TEST(Fdp, StartsFromTheInitialStateWhateverTheMemoryHeld) {
   IppsFDPState_32f state, reset = Adapted();
   std::memset(&state, 0xEE, sizeof state);
   ASSERT_EQ(ippStsNoErr, ippsFDPInit_32f(&state));
@@ -108,7 +108,7 @@ TEST(Fdp, ResetsRangesOfLines) {
   }
 }
 
-TEST(Fdp, RefusesWhatDoesNotFit) {
+TEST(Fdp, RejectsInvalidArguments) {
   IppsFDPState_32f state;
   ASSERT_EQ(ippStsNoErr, ippsFDPReset_32f(&state));
   std::vector<float> lines(1024);

@@ -66,7 +66,7 @@ std::vector<float> Noise(std::size_t count, unsigned seed) {
   return values;
 }
 
-// Within some millionths of the expected values' size.
+// Within some millionths of the expected values' magnitude.
 void ExpectNear(const std::vector<double>& expected, const std::vector<float>& values) {
   ASSERT_EQ(expected.size(), values.size());
   double power = 0, worst = 0;
@@ -146,7 +146,7 @@ TEST(Mdct, KeepsWorkingWhenThePlanIsMoved) {
   EXPECT_EQ(before, after);
 }
 
-TEST(Mdct, RefusesLengthsWithoutAPlan) {
+TEST(Mdct, RejectsLengthsWithoutAPlan) {
   Ipp32s planBytes = 0, workBytes = 0;
   for (const Ipp32s length : {-16, 0, 8, 20, 2050, 112, 1 << 20}) {
     EXPECT_EQ(ippStsSizeErr, ippsMDCTInvGetSize_32f(length, &planBytes, &workBytes)) << length;

@@ -4,7 +4,7 @@
 
 #include "dsp/ipps_memory.h"
 
-// The address sanitizer stops at requests that no machine can meet, unless told otherwise.
+// The address sanitizer stops at requests that no machine can meet unless configured otherwise.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
   return "allocator_may_return_null=1";
@@ -23,7 +23,7 @@ TEST(Memory, AlignsEveryBlock) {
   ippsFree(nullptr);
 }
 
-TEST(Memory, RefusesNothingAndTooMuch) {
+TEST(Memory, RejectsZeroAndTooLargeSizes) {
   EXPECT_EQ(nullptr, ippsMalloc_8u(0));
   EXPECT_EQ(nullptr, ippsMalloc_8u(std::numeric_limits<std::size_t>::max() / 4));
 }

@@ -1,4 +1,4 @@
-// The kernels of parametric stereo, against their definitions and for every instruction set.
+// The kernels of parametric stereo, against their definitions and with every instruction set.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -48,7 +48,7 @@ TEST(PsKernels, FilterAroundTheMiddleSample) {
       PsFilterBank bank;
       noise.Fill(bank.re);
       noise.Fill(bank.im);
-      for (float& part : bank.im[0]) part = 0;  // conjugate to itself
+      for (float& part : bank.im[0]) part = 0;  // its own conjugate
       bank.filters = filters;
       Ipp32fc samples[13];
       noise.Fill(samples);
@@ -67,7 +67,7 @@ TEST(PsKernels, FilterAroundTheMiddleSample) {
   }
 }
 
-TEST(PsKernels, TakeSpectraApartAndMeasureThem) {
+TEST(PsKernels, DeinterleaveSpectraAndComputeTheirPower) {
   for (const KernelSet& set : AllKernelSets()) {
     SCOPED_TRACE(set.name);
     for (const std::size_t length : {59u, 61u, 64u, 71u, 91u}) {
@@ -120,7 +120,7 @@ TEST(PsKernels, PassAllLinks) {
   }
 }
 
-TEST(PsKernels, MixWithCoefficientsThatRun) {
+TEST(PsKernels, MixWithInterpolatedCoefficients) {
   for (const KernelSet& set : AllKernelSets()) {
     SCOPED_TRACE(set.name);
     for (const bool phases : {false, true}) {

@@ -144,7 +144,7 @@ TEST(SbrFilterBank, SynthesisEqualsItsDefinitionWithEveryInstructionSet) {
   }
 }
 
-TEST(SbrFilterBank, ReturnsTheSignalLate) {
+TEST(SbrFilterBank, ReconstructsTheSignalDelayed) {
   constexpr std::size_t kSlots = 32, kDelay = 289;
   const auto samples = Noise(32 * kSlots * 4);
   Bank analysis(ippsAnalysisFilterInit_SBR_RToC_32f32fc);
@@ -253,7 +253,7 @@ TEST(RealSbrFilterBank, SynthesisEqualsItsDefinition) {
   }
 }
 
-TEST(RealSbrFilterBank, ReturnsTheSignalLate) {
+TEST(RealSbrFilterBank, ReconstructsTheSignalDelayed) {
   constexpr std::size_t kSlots = 32, kDelay = 289;
   const auto samples = Noise(32 * kSlots * 4);
   Bank analysis(ippsAnalysisFilterInit_SBR_RToR_32f);
@@ -274,7 +274,7 @@ TEST(RealSbrFilterBank, ReturnsTheSignalLate) {
   EXPECT_LT(largest, 3e-3);
 }
 
-TEST(RealSbrFilterBank, RefusesWhatItCannotFilter) {
+TEST(RealSbrFilterBank, RejectsInvalidArguments) {
   Bank analysis(ippsAnalysisFilterInit_SBR_RToR_32f), synthesis(ippsSynthesisFilterInit_SBR_RToR_32f);
   IppsAnalysisState_SBR_32f analysisState{};
   IppsSynthesisState_SBR_32f state{};
@@ -296,7 +296,7 @@ TEST(RealSbrFilterBank, RefusesWhatItCannotFilter) {
   EXPECT_EQ(ippStsNullPtrErr, analyse(nullptr, 1));
 }
 
-TEST(SbrFilterBank, RefusesWhatItCannotFilter) {
+TEST(SbrFilterBank, RejectsInvalidArguments) {
   Bank bank(ippsSynthesisFilterInit_SBR_CToR_32fc32f);
   IppsSynthesisState_SBR_32f state{};
   Row rows[1] = {};
@@ -357,7 +357,7 @@ TEST(SbrPrediction, FindsTheCoefficientsOfARecursion) {
   }
 }
 
-TEST(SbrPrediction, IsNoneForSilenceAndForWhatGrows) {
+TEST(SbrPrediction, IsZeroForSilenceAndForGrowingSignals) {
   std::vector<Ipp32fc> samples(40 * kIppsSbrBands);
   auto* rows = reinterpret_cast<Row*>(samples.data());
   for (std::size_t n = 0; n < 40; ++n) rows[n][1] = {static_cast<float>(std::pow(5.0, n) * 1e-12), 0};

@@ -34,7 +34,7 @@ TEST(Pow43, RaisesMagnitudesToFourThirds) {
   }
 }
 
-TEST(Pow43, LimitsWhatNoStreamMayHold) {
+TEST(Pow43, LimitsValuesThatNoStreamMayContain) {
   const Ipp16s source[2] = {-32768, 32767};
   float powers[2];
   ippsPow43_16s32f(source, powers, 2);
@@ -42,7 +42,7 @@ TEST(Pow43, LimitsWhatNoStreamMayHold) {
   EXPECT_FLOAT_EQ(165113.494082945f, powers[1]);
 }
 
-TEST(Limit, KeepsToTheLimitAndClearsWhatIsNoNumber) {
+TEST(Limit, ClampsToTheLimitAndClearsNaN) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   const float given[7] = {-kInfinity, -2.5f, -2, 0.25f, 2, 3e38f, std::numeric_limits<float>::quiet_NaN()};
   const float limited[7] = {-2, -2, -2, 0.25f, 2, 2, 0};
@@ -54,7 +54,7 @@ TEST(Limit, KeepsToTheLimitAndClearsWhatIsNoNumber) {
   }
 }
 
-TEST(CalcSF, RaisesTwoToQuarters) {
+TEST(CalcSF, RaisesTwoToQuarterPowers) {
   std::vector<Ipp16s> source;
   for (Ipp16s i = 0; i < 256; ++i) source.push_back(i);
   std::vector<float> factors(source.size());
@@ -126,7 +126,7 @@ TEST(Vector, MultipliesVectorsWithEveryInstructionSet) {
   }
 }
 
-TEST(Vector, FlipsTheOrderOfValues) {
+TEST(Vector, ReversesTheOrderOfValues) {
   for (const std::size_t length : kLengths) {
     const auto source = Noise(length + 1, 2);
     std::vector<float> flipped(length + 1, 77);
@@ -153,7 +153,7 @@ TEST(Vector, OverlapsAndAddsWithEveryInstructionSet) {
   }
 }
 
-TEST(Deinterleave, TakesChannelsApartWithEveryInstructionSet) {
+TEST(Deinterleave, DeinterleavesWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
     for (std::size_t channels = 1; channels <= 4; ++channels) {
       for (const std::size_t length : kLengths) {
@@ -207,12 +207,12 @@ TEST(Join, WritesToAnyAddress) {
   }
 }
 
-TEST(Join, RoundsTiesToEvenAndTakesWhatIsNoNumberAsSilence) {
+TEST(Join, RoundsTiesToEvenAndOutputsNaNAsSilence) {
   const float infinity = std::numeric_limits<float>::infinity();
   const float nan = std::numeric_limits<float>::quiet_NaN();
   std::vector<float> source;
   std::vector<Ipp16s> expected;
-  for (int i = 0; i < 4; ++i) {  // enough for whole vectors and a remainder
+  for (int i = 0; i < 4; ++i) {  // enough for full vectors and a remainder
     for (const auto& [value, rounded] : std::vector<std::pair<float, Ipp16s>>{{0.5f, 0},
                                                                               {1.5f, 2},
                                                                               {-2.5f, -2},

@@ -9,7 +9,7 @@
 
 namespace {
 
-// A string of 0 and 1 as bytes, filled up with zeros.
+// A string of 0 and 1 as bytes, padded with zeros.
 std::vector<Ipp8u> Pack(const std::string& bits) {
   std::vector<Ipp8u> bytes((bits.size() + 7) / 8);
   for (std::size_t i = 0; i < bits.size(); ++i) {
@@ -66,7 +66,7 @@ TEST(Vlc, DecodesEverySymbolWithAnyFirstLevel) {
   }
 }
 
-// Random tuples through a random code, with signs and escapes as the caller's writer adds them.
+// Random tuples through a random code, with signs and escapes as the caller's writer appends them.
 struct TupleRun {
   std::string bits;
   std::vector<Ipp16s> values;
@@ -143,7 +143,7 @@ TEST(Vlc, DecodesSignedPairsWithEscapes) {
   ExpectRoundTrip({2, 33, 16}, 1089, true, true, ippsVLCDecodeEscBlock_AAC_1u16s);
 }
 
-// Decodes a pair of an escape with a prefix of so many ones and a 0.
+// Decodes a pair whose escape has a prefix of `prefix` ones and a 0.
 IppStatus DecodeEscape(int prefix, const IppsVLCTuple& tuple, const std::string& signs,
                        BlockFunction decode) {
   std::mt19937 random(2);
@@ -163,14 +163,14 @@ IppStatus DecodeEscape(int prefix, const IppsVLCTuple& tuple, const std::string&
   return status;
 }
 
-TEST(Vlc, RefusesAnEscapePrefixOfNine) {
+TEST(Vlc, RejectsAnEscapePrefixOfNine) {
   EXPECT_EQ(ippStsNoErr, DecodeEscape(8, {2, 17, 0}, "0", ippsVLCDecodeUTupleEscBlock_AAC_1u16s));
   EXPECT_EQ(ippStsVLCInputDataErr, DecodeEscape(9, {2, 17, 0}, "0", ippsVLCDecodeUTupleEscBlock_AAC_1u16s));
   EXPECT_EQ(ippStsNoErr, DecodeEscape(8, {2, 33, 16}, "", ippsVLCDecodeEscBlock_AAC_1u16s));
   EXPECT_EQ(ippStsVLCInputDataErr, DecodeEscape(9, {2, 33, 16}, "", ippsVLCDecodeEscBlock_AAC_1u16s));
 }
 
-TEST(Vlc, TakesZerosPastTheEndOfTheStream) {
+TEST(Vlc, ReadsZerosPastTheEndOfTheStream) {
   IppsVLCDecodeSpec_32s table;
   ASSERT_EQ(ippStsNoErr, ippsVLCDecodeInit_32s(kSmallCode.data(), kSmallCode.size(), {1, 3, 0}, 4, &table));
   BitWindow stream;
@@ -180,7 +180,7 @@ TEST(Vlc, TakesZerosPastTheEndOfTheStream) {
   EXPECT_TRUE(stream.Overrun());
 }
 
-TEST(Vlc, RefusesCodesThatAreNotCompleteAndPrefixFree) {
+TEST(Vlc, RejectsCodesThatAreNotCompleteAndPrefixFree) {
   IppsVLCDecodeSpec_32s table;
   const auto init = [&](std::vector<IppsVLCTable_32s> words, unsigned primaryBits) {
     return ippsVLCDecodeInit_32s(words.data(), words.size(), {1, 3, 0}, primaryBits, &table);

@@ -19,32 +19,32 @@ std::vector<std::uint8_t> ancillary(std::uint8_t count, std::uint8_t length, std
   return area;
 }
 
-TEST(Captions, AncillaryPacketThatAgreesWithItselfIsSound) {
+TEST(Captions, ConsistentAncillaryPacketIsValid) {
   EXPECT_EQ(check(ancillary(20, 20, 20)), VL_OK);
 }
 
-TEST(Captions, DataCountThatIsNotThePacketLengthIsNotSound) {
+TEST(Captions, DataCountThatIsNotThePacketLengthIsInvalid) {
   EXPECT_EQ(check(ancillary(19, 20, 20)), VL_FAILED);
   EXPECT_EQ(check(ancillary(21, 20, 21)), VL_FAILED);
 }
 
-TEST(Captions, AncillaryPacketThatOutrunsTheAreaIsNotSound) {
+TEST(Captions, AncillaryPacketThatOverrunsTheAreaIsInvalid) {
   EXPECT_EQ(check(ancillary(21, 21, 20)), VL_FAILED);
   EXPECT_EQ(check(ancillary(255, 255, 20)), VL_FAILED);
 }
 
-TEST(Captions, BarePacketMustLieWithinTheArea) {
+TEST(Captions, BarePacketMustFitTheArea) {
   EXPECT_EQ(check({0, 0, 0, 0, 0x96, 0x69, 5, 1, 2}), VL_OK);
   EXPECT_EQ(check({0, 0, 0, 0, 0x96, 0x69, 6, 1, 2}), VL_FAILED);
 }
 
-TEST(Captions, OtherCaptionDataIsSound) {
+TEST(Captions, OtherCaptionDataIsValid) {
   EXPECT_EQ(check({0, 0, 0, 0, 0x03, 0xFF, 0x80, 0x80}), VL_OK);
   EXPECT_EQ(check({0x94, 0x2C}), VL_OK);
   EXPECT_EQ(check({0, 0, 0, 0, 0x96, 0x69}), VL_OK);
 }
 
-TEST(Captions, NoAreaAndOneLargerThanADescriptorHoldsAreNotSound) {
+TEST(Captions, MissingAndOversizedAreasAreInvalid) {
   EXPECT_EQ(mfCheck608708(nullptr, 0), VL_FAILED);
   EXPECT_EQ(check(std::vector<std::uint8_t>(sizeof(DFRAME::captions))), VL_OK);
   EXPECT_EQ(check(std::vector<std::uint8_t>(sizeof(DFRAME::captions) + 1)), VL_FAILED);

@@ -1,4 +1,4 @@
-// The host's configuration store in a file of a test's own.
+// The host's configuration store in a file of the test's own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ inline std::uint32_t set(const char* key, const char* name, std::uint32_t value)
 inline std::optional<std::uint32_t> get(const char* key, const char* name) {
   std::uint32_t value = 12345;
   if (vlCFGValueDword(VL_CFG_DEFAULT_ROOT, key, name, &value, VL_CFG_READ) == VL_OK) return value;
-  EXPECT_EQ(value, 12345u) << "a value that does not exist leaves the variable alone";
+  EXPECT_EQ(value, 12345u) << "a missing value leaves the variable unchanged";
   return std::nullopt;
 }
 

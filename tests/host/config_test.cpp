@@ -12,12 +12,12 @@ namespace {
 
 using namespace config_test;
 
-TEST_F(Config, ValueThatDoesNotExistIsReportedAndNothingIsWritten) {
+TEST_F(Config, MissingValueIsReportedAndNothingIsWritten) {
   EXPECT_EQ(get(kKey, kName), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(m_store));
 }
 
-TEST_F(Config, SetValueIsReadBackAndReachesTheDiskWithSave) {
+TEST_F(Config, SetValueIsReadBackAndReachesTheDiskOnSave) {
   EXPECT_EQ(set(kKey, kName, 1), VL_OK);
   EXPECT_EQ(get(kKey, kName), 1u);
   EXPECT_FALSE(std::filesystem::exists(m_store));
@@ -26,7 +26,7 @@ TEST_F(Config, SetValueIsReadBackAndReachesTheDiskWithSave) {
   EXPECT_EQ(get(kKey, kName), 1u);
 }
 
-TEST_F(Config, WholeRangeOf32BitsIsHeld) {
+TEST_F(Config, FullRangeOf32BitsIsKept) {
   EXPECT_EQ(set("K", "Most", 4294967295u), VL_OK);
   EXPECT_EQ(set("K", "Least", 0), VL_OK);
   EXPECT_EQ(save(), VL_OK);
@@ -52,7 +52,7 @@ TEST_F(Config, SavingKeepsCommentsAndUnknownLines) {
             "# K\\A=9\n; K\\A=8\n\nnot a setting\nK\\A=2\nOther\\X=text = more\nK\\A=3\nK\\B=5\n");
 }
 
-TEST_F(Config, ValueThatIsNoNumberDoesNotExistUntilItIsSet) {
+TEST_F(Config, ValueThatIsNotANumberIsMissingUntilItIsSet) {
   for (const char* text : {"", "x", "-1", "4294967296", "1 2", "0x10", "1.5"}) {
     writeStore(std::string("K\\A=") + text + "\n");
     EXPECT_EQ(get("K", "A"), std::nullopt) << text;
@@ -62,12 +62,12 @@ TEST_F(Config, ValueThatIsNoNumberDoesNotExistUntilItIsSet) {
   EXPECT_EQ(textOf(m_store), "K\\A=4\n");
 }
 
-TEST_F(Config, SavingWithoutChangesTouchesNothing) {
+TEST_F(Config, SavingWithoutChangesWritesNothing) {
   EXPECT_EQ(save(), VL_OK);
   EXPECT_FALSE(std::filesystem::exists(m_store));
 }
 
-TEST_F(Config, FailedSaveKeepsWhatWasSet) {
+TEST_F(Config, FailedSaveKeepsTheValues) {
   std::filesystem::create_directory(m_store);
   EXPECT_EQ(set("K", "A", 2), VL_OK);
   EXPECT_EQ(save(), VL_FAILED);
@@ -77,7 +77,7 @@ TEST_F(Config, FailedSaveKeepsWhatWasSet) {
   EXPECT_EQ(textOf(m_store), "K\\A=2\n");
 }
 
-TEST_F(Config, StoreTooLargeToBeOneIsLeftAlone) {
+TEST_F(Config, OversizedStoreIsLeftUnchanged) {
   const std::string large((1 << 20) + 1, '#');
   writeStore(large);
   EXPECT_EQ(get("K", "A"), std::nullopt);
@@ -88,7 +88,7 @@ TEST_F(Config, StoreTooLargeToBeOneIsLeftAlone) {
   EXPECT_EQ(save(), VL_OK);
 }
 
-TEST_F(Config, ArgumentsThatNoLineCanHoldAreRefused) {
+TEST_F(Config, ArgumentsThatNoLineCanHoldAreRejected) {
   EXPECT_EQ(set("K", "A=B", 1), VL_FAILED);
   EXPECT_EQ(set("K", "A\nB", 1), VL_FAILED);
   EXPECT_EQ(set("#K", "A", 1), VL_FAILED);
@@ -102,7 +102,7 @@ TEST_F(Config, ArgumentsThatNoLineCanHoldAreRefused) {
   EXPECT_EQ(vlCFGSave(0, 0), VL_FAILED);
 }
 
-TEST_F(Config, ThreadsSetReadAndSaveAtOnce) {
+TEST_F(Config, ThreadsSetReadAndSaveConcurrently) {
   std::vector<std::thread> threads;
   for (std::uint32_t number = 0; number < 4; ++number) {
     threads.emplace_back([number] {

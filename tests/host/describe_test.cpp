@@ -59,7 +59,7 @@ TEST(RateScale, OtherRatesAreInThousandths) {
   EXPECT_EQ(normalized(2, 3), Pair(667, 1000));
 }
 
-TEST(RateScale, WhatCannotBeBroughtIntoTheFormStays) {
+TEST(RateScale, RatesThatCannotBeConvertedAreKept) {
   EXPECT_EQ(normalized(0, 1), Pair(0, 1));
   EXPECT_EQ(normalized(25, 0), Pair(25, 0));
   EXPECT_EQ(normalized(1, 3000), Pair(1, 3000));
@@ -79,7 +79,7 @@ TEST(Aspect, IsWidthToHeightReduced) {
   EXPECT_EQ(aspect(1, std::numeric_limits<std::int32_t>::min()), Pair(1, 2147483648u));
 }
 
-TEST(Aspect, IsNothingWithoutAPicture) {
+TEST(Aspect, IsZeroWithoutAVideo) {
   EXPECT_EQ(aspect(0, 480), Pair(0, 0));
   EXPECT_EQ(aspect(-720, 480), Pair(0, 0));
   EXPECT_EQ(aspect(720, 0), Pair(0, 0));
@@ -98,7 +98,7 @@ TEST(Channels, AreCountedAndFoundFromTheLowestBit) {
   EXPECT_EQ(findChannel(0), 0xFFFFFFFFu);
 }
 
-TEST(InfoRecord, IsKeptByOwnerUntilDeleted) {
+TEST(InfoRecord, IsKeptByItsOwnerUntilDeleted) {
   const int first = 0;
   const int second = 0;
   QVRINFO info = {};
@@ -129,7 +129,7 @@ TEST(InfoRecord, NullArgumentsFail) {
   EXPECT_EQ(qvrInfoGet(&info, nullptr), VL_FAILED);
 }
 
-TEST(InfoRecord, ThreadsUseTheirOwnRecordsAtOnce) {
+TEST(InfoRecord, ThreadsUseTheirOwnRecordsConcurrently) {
   std::vector<std::thread> threads;
   for (std::uint32_t number = 0; number < 4; ++number) {
     threads.emplace_back([number] {
@@ -146,7 +146,7 @@ TEST(InfoRecord, ThreadsUseTheirOwnRecordsAtOnce) {
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST(CodecUtility, CompressedAudioIsToldByItsCode) {
+TEST(CodecUtility, CompressedAudioIsRecognisedByItsCode) {
   for (const std::uint32_t code : {0x6D703461u, 0x61616320u, 0x61632D33u, 0x65616333u, 0x65632D33u,
                                    0x2E6D7031u, 0x2E6D7032u, 0x2E6D7033u}) {
     EXPECT_EQ(fccIsCompressedAudio(code), 1) << std::hex << code;

@@ -22,7 +22,7 @@ TEST_F(File, ReadsBackWhatWasWrittenAtThePosition) {
   EXPECT_EQ(readFile(m_path).size(), 100u);
 }
 
-TEST_F(File, ReadsShortOnlyAtTheEnd) {
+TEST_F(File, ReadsAreShortOnlyAtTheEnd) {
   writeFile(m_path, counting(10));
   const VLHANDLE file = openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING);
   EXPECT_EQ(vlOSSeek(file, -3, VL_SEEK_END), 7);
@@ -43,14 +43,14 @@ TEST_F(File, SeekGoesPastTheEndButNotBeforeTheStart) {
   EXPECT_EQ(vlOSSeek(file, 0, 3), -1);
   EXPECT_EQ(vlOSSeek(file, INT64_MAX, VL_SEEK_CURRENT), -1);
   EXPECT_EQ(vlOSGetLastError(), kErrorBeforeStart);
-  EXPECT_EQ(vlOSTell(file), 6) << "a refused seek moves nothing";
+  EXPECT_EQ(vlOSTell(file), 6) << "a rejected seek moves nothing";
   write(file, {1});
   EXPECT_EQ(vlOSSeek(file, 0, VL_SEEK_END), 7);
   EXPECT_EQ(vlOSCloseFile(file), 1);
   EXPECT_EQ(readFile(m_path), (Bytes{0, 0, 0, 0, 0, 0, 1}));
 }
 
-TEST_F(File, SizeIsTheLiveOne) {
+TEST_F(File, SizeIsAlwaysCurrent) {
   const VLHANDLE writer = openFile(m_path, VL_GENERIC_WRITE, VL_CREATE_ALWAYS);
   const VLHANDLE reader = openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING);
   EXPECT_EQ(sizeOf(reader), 0u);
@@ -63,7 +63,7 @@ TEST_F(File, SizeIsTheLiveOne) {
 }
 
 TEST_F(File, OffsetsGoBeyond4GiB) {
-  constexpr std::int64_t kFar = 0x140000000;  // 5 GiB, all but the last byte a hole
+  constexpr std::int64_t kFar = 0x140000000;  // 5 GiB, a hole except for the last byte
   const VLHANDLE file = openFile(m_path, kReadWrite, VL_CREATE_ALWAYS);
   EXPECT_EQ(vlOSSeek(file, kFar, VL_SEEK_BEGIN), kFar);
   write(file, {0x5A});
@@ -76,7 +76,7 @@ TEST_F(File, OffsetsGoBeyond4GiB) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, DispositionsDecideWhatIsMadeAndKept) {
+TEST_F(File, DispositionsDecideWhatIsCreatedAndKept) {
   EXPECT_EQ(openFile(m_path, kReadWrite, VL_OPEN_EXISTING), VL_INVALID_HANDLE);
   EXPECT_EQ(vlOSGetLastError(), kErrorNotFound);
   EXPECT_EQ(vlOSFileExists(m_path.c_str()), 0);
@@ -102,7 +102,7 @@ TEST_F(File, DispositionsDecideWhatIsMadeAndKept) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, CreationWantsWriteAccess) {
+TEST_F(File, CreationRequiresWriteAccess) {
   EXPECT_EQ(openFile(m_path, VL_GENERIC_READ, VL_CREATE_NEW), VL_INVALID_HANDLE);
   EXPECT_EQ(openFile(m_path, VL_GENERIC_READ, VL_OPEN_ALWAYS), VL_INVALID_HANDLE);
   EXPECT_EQ(vlOSFileExists(m_path.c_str()), 0);
@@ -114,7 +114,7 @@ TEST_F(File, CreationWantsWriteAccess) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, ArgumentsThatMeanNothingAreRefused) {
+TEST_F(File, InvalidArgumentsAreRejected) {
   writeFile(m_path, counting(8));
   EXPECT_EQ(openFile(m_path, 0, VL_OPEN_EXISTING), VL_INVALID_HANDLE);
   EXPECT_EQ(openFile(m_path, kReadWrite, 0), VL_INVALID_HANDLE);
@@ -129,7 +129,7 @@ TEST_F(File, ArgumentsThatMeanNothingAreRefused) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, FoldersAreRefused) {
+TEST_F(File, FoldersAreRejected) {
   const std::string folder = m_folder.path().string();
   EXPECT_EQ(openFile(folder, VL_GENERIC_READ, VL_OPEN_EXISTING), VL_INVALID_HANDLE);
   EXPECT_EQ(vlOSGetLastError(), kErrorIsFolder);
@@ -137,7 +137,7 @@ TEST_F(File, FoldersAreRefused) {
   EXPECT_EQ(vlOSFileExists(folder.c_str()), 0);
 }
 
-TEST_F(File, AccessThatWasNotAskedForIsRefused) {
+TEST_F(File, AccessThatWasNotRequestedIsDenied) {
   writeFile(m_path, counting(8));
   const VLHANDLE reader = openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING);
   std::uint32_t done = 7;
@@ -153,11 +153,11 @@ TEST_F(File, AccessThatWasNotAskedForIsRefused) {
   EXPECT_EQ(vlOSCloseFile(writer), 1);
 }
 
-TEST_F(File, HandlesThatAreNotOpenFailEverywhere) {
+TEST_F(File, InvalidHandlesFailEverywhere) {
   const VLHANDLE closed = openFile(m_path, kReadWrite, VL_CREATE_ALWAYS);
   EXPECT_EQ(vlOSCloseFile(closed), 1);
   const VLHANDLE successor = openFile(m_path, kReadWrite, VL_CREATE_ALWAYS);
-  EXPECT_NE(successor, closed) << "a closed handle does not come back to life";
+  EXPECT_NE(successor, closed) << "a closed handle is not reused";
   for (const VLHANDLE file : {VL_NO_HANDLE, VL_INVALID_HANDLE, VL_INVALID_HANDLE - 1, closed, successor + 1,
                               successor ^ 0x8000000000000000u, VLHANDLE{0x100000}, VLHANDLE{0x100001}}) {
     char byte = 0;
@@ -178,7 +178,7 @@ TEST_F(File, HandlesThatAreNotOpenFailEverywhere) {
   EXPECT_EQ(vlOSCloseFile(successor), 1);
 }
 
-TEST_F(File, LastErrorIsTheThreadsOwn) {
+TEST_F(File, LastErrorIsPerThread) {
   EXPECT_EQ(openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING), VL_INVALID_HANDLE);
   std::thread([] {
     EXPECT_EQ(vlOSGetLastError(), 0u);
@@ -188,7 +188,7 @@ TEST_F(File, LastErrorIsTheThreadsOwn) {
   EXPECT_EQ(vlOSGetLastError(), kErrorNotFound);
 }
 
-TEST_F(File, ThreadsOpenUseAndCloseAtOnce) {
+TEST_F(File, ThreadsOpenUseAndCloseConcurrently) {
   std::vector<std::thread> threads;
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([this, number] {
@@ -206,7 +206,7 @@ TEST_F(File, ThreadsOpenUseAndCloseAtOnce) {
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST_F(File, ThreadsThatShareAHandleGetEachByteOnce) {
+TEST_F(File, ThreadsThatShareAHandleReadEachByteOnce) {
   writeFile(m_path, Bytes(4000, 1));
   const VLHANDLE file = openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING);
   std::atomic<std::uint32_t> total = 0;
@@ -223,7 +223,7 @@ TEST_F(File, ThreadsThatShareAHandleGetEachByteOnce) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, ClosingUnderAReaderIsSafe) {
+TEST_F(File, ClosingDuringAReadIsSafe) {
   writeFile(m_path, counting(100));
   for (int i = 0; i < 100; ++i) {
     const VLHANDLE file = openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING);

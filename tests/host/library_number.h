@@ -1,4 +1,4 @@
-// Which of the libraries made for the tests the host has loaded.
+// Which of the libraries built for the tests the host has loaded.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 #include "vlutil.h"
 
-// The number that a library tells of itself: -1 when it is not loaded, 0 when it is none of this test's.
+// The number that a library reports: -1 when it is not loaded, 0 when it is not one of this test's.
 inline int numberOf(const std::string& path) {
   void* library = vlOSLoadLibrary(path.c_str(), 2);
   if (library == nullptr) return -1;

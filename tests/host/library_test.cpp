@@ -1,4 +1,4 @@
-// Loading libraries, as far as it is the same on every system.
+// Loading libraries, where it is the same on every system.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(Library, WhatIsNotThereIsNotLoaded) {
+TEST(Library, MissingLibraryIsNotLoaded) {
   for (const char* path : {"", "/", "\\", "hosttest-none-1.dll", "C:\\Program Files\\FFMpeg\\avcodec-57.dll",
                            "hosttest_formats\\", "-57.dll", ".dll"}) {
     EXPECT_EQ(vlOSLoadLibrary(path, 2), nullptr) << path;

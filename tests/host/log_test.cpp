@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(Log, LinesReachTheSinkAsTheCallerWroteThem) {
+TEST(Log, LinesReachTheSinkUnchanged) {
   LogCapture log;
   ErrFmtOut(VL_LOG_ERROR, 0, 0, "ERROR(vlx_fmp4): %s\n", "Cannot open file");
   ErrFmtOut(VL_LOG_STATUS, 0, 0, "STATUS(vlx_Fmp4): %s\n", "ok");
@@ -26,7 +26,7 @@ TEST(Log, LinesReachTheSinkAsTheCallerWroteThem) {
                                              {VL_LOG_RESULT, ": 0x0000000A\n"}}));
 }
 
-TEST(Log, LinesOfAnyLengthArriveWhole) {
+TEST(Log, LinesOfAnyLengthArriveComplete) {
   LogCapture log;
   for (const std::size_t length : {1022u, 1023u, 1024u, 1025u, 200000u}) {
     const std::string text(length, 'x');
@@ -45,7 +45,7 @@ TEST(Log, GoesToStandardErrorWithoutASink) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "plain 7\nWARNING(vlx_fmp4): text\n");
 }
 
-TEST(Log, ThreadsHandLinesOverOneAtATime) {
+TEST(Log, ThreadsDeliverLinesOneAtATime) {
   LogCapture log;
   std::vector<std::thread> threads;
   for (int number = 0; number < 4; ++number) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-// A plug-in's object with the protected side opened up.
+// A plug-in's object with its protected members made public.
 class TestFile : public CAMediaFile {
  public:
   using CAMediaFile::CAMediaFile;
@@ -65,7 +65,7 @@ class MediaFile : public testing::Test {
   const std::unique_ptr<TestFile> m_file = std::make_unique<TestFile>(147u);
 };
 
-// The name that stands right behind the pointer to the table of virtual operations.
+// The name that is stored right after the pointer to the table of virtual operations.
 std::string storedName(const CAMediaFile& file) {
   return reinterpret_cast<const char*>(&file) + sizeof(void*);
 }
@@ -86,8 +86,8 @@ std::vector<std::size_t> slotsOf(Operations... operations) {
   return {slotOf(operations)...};
 }
 
-// The destructor is operation 1 and takes two places, 0 and 1: operation n stands in place n.
-TEST(MediaFileTable, OperationsStandInTheirOrder) {
+// The destructor is operation 1 and takes two slots, 0 and 1: operation n is in slot n.
+TEST(MediaFileTable, OperationsAreInOrder) {
   using F = CAMediaFile;
   const std::vector<std::size_t> slots = slotsOf(
       &F::Open, &F::Close, &F::GetFileInfo, &F::SetFileInfo, &F::SetSysInfo, &F::SetMode, &F::Write, &F::Read,
@@ -104,11 +104,11 @@ TEST(MediaFileTable, OperationsStandInTheirOrder) {
       &F::reserved70, &F::reserved71, &F::reserved72, &F::reserved73, &F::reserved74, &F::reserved75,
       &F::reserved76, &F::reserved77, &F::reserved78, &F::reserved79, &F::reserved80, &F::reserved81,
       &F::reserved82);
-  ASSERT_EQ(slots.size(), 81u) << "82 operations, the destructor aside";
+  ASSERT_EQ(slots.size(), 81u) << "82 operations except the destructor";
   for (std::size_t i = 0; i < slots.size(); ++i) EXPECT_EQ(slots[i], i + 2);
 }
 
-// A new operation of a derived class takes the place after the last one.
+// A new operation of a derived class takes the slot after the last one.
 TEST(MediaFileTable, EndsWithTheLastReservedOperation) {
   class Longer : public CAMediaFile {
    public:
@@ -120,7 +120,7 @@ TEST(MediaFileTable, EndsWithTheLastReservedOperation) {
 }
 #endif
 
-TEST_F(MediaFile, NewObjectIsClosedAndHasNothing) {
+TEST_F(MediaFile, NewObjectIsClosedAndEmpty) {
   EXPECT_EQ(file().m_GetFileType(), 147u);
   EXPECT_EQ(file().Status(), 0u);
   EXPECT_EQ(file().GetCurFrame(), 0xFFFFFFFFu);
@@ -142,7 +142,7 @@ TEST_F(MediaFile, NewObjectIsClosedAndHasNothing) {
   EXPECT_EQ(info.captions, 0u);
 }
 
-TEST_F(MediaFile, OpenNotesItsArgumentsAndTheNameAfterTheTable) {
+TEST_F(MediaFile, OpenStoresItsArgumentsAndTheNameAfterTheTable) {
   int security = 0;
   EXPECT_EQ(file().Open("/media/clip.mp4", 0xC0000000u, 3, &security, 2, 5, 0x01000000u), VL_OK);
   EXPECT_EQ(storedName(file()), "/media/clip.mp4");
@@ -156,7 +156,7 @@ TEST_F(MediaFile, OpenNotesItsArgumentsAndTheNameAfterTheTable) {
   EXPECT_EQ(file().Close(), VL_OK);
   EXPECT_EQ(file().Status(), 0u);
   EXPECT_EQ(storedName(file()), "/media/clip.mp4");
-  EXPECT_TRUE(file().m_fCreateFile()) << "closing may still ask";
+  EXPECT_TRUE(file().m_fCreateFile()) << "closing may still query it";
   EXPECT_EQ(file().Open("b", 0x80000000u, 3, nullptr, 3, 0, 0), VL_OK);
   EXPECT_EQ(file().Status(), 1u);
   EXPECT_EQ(std::memcmp(storedName(file()).c_str(), "b", 2), 0);
@@ -176,10 +176,10 @@ TEST_F(MediaFile, NameMustFit) {
   EXPECT_EQ(storedName(file()), longest);
   EXPECT_EQ(file().m_setOpen(reinterpret_cast<char*>(&file()) + sizeof(void*) + 200, 2, 0, nullptr, 0, 0, 0),
             VL_OK);
-  EXPECT_EQ(storedName(file()), longest.substr(200)) << "the name may be a piece of the one noted";
+  EXPECT_EQ(storedName(file()), longest.substr(200)) << "the name may be part of the stored one";
 }
 
-TEST_F(MediaFile, CreatesWithWriteAccessAndACreatingDispositionOnly) {
+TEST_F(MediaFile, CreatesOnlyWithWriteAccessAndACreatingDisposition) {
   const auto creates = [this](std::uint32_t access, std::uint32_t creation) {
     EXPECT_EQ(file().m_setOpen("x", access, 0, nullptr, creation, 0, 0), VL_OK);
     return file().m_fCreateFile();
@@ -192,14 +192,14 @@ TEST_F(MediaFile, CreatesWithWriteAccessAndACreatingDispositionOnly) {
   EXPECT_FALSE(creates(VL_GENERIC_READ | VL_GENERIC_WRITE, 0));
 }
 
-TEST_F(MediaFile, OpeningAgainDropsWhatWasKnownOfTheStreams) {
+TEST_F(MediaFile, ReopeningDropsTheStreamsDescriptions) {
   ASSERT_EQ(file().m_setOpen("x", VL_GENERIC_READ, 3, nullptr, 3, 0, 0), VL_OK);
   addStream(QVR_KIND_AUDIO, 7, 0x3);
   file().m_audioMask = 3;
   file().m_videoChannels = 1;
   file().m_currentFrame = 5;
   file().m_setClose();
-  EXPECT_EQ(codecFor(3), 7u) << "closing keeps the holders";
+  EXPECT_EQ(codecFor(3), 7u) << "closing keeps the slots";
   ASSERT_EQ(file().m_setOpen("y", VL_GENERIC_READ, 3, nullptr, 3, 0, 0), VL_OK);
   EXPECT_EQ(codecFor(3), 0u);
   EXPECT_EQ(file().Channels(), 0u);
@@ -207,7 +207,7 @@ TEST_F(MediaFile, OpeningAgainDropsWhatWasKnownOfTheStreams) {
   EXPECT_EQ(file().GetCurFrame(), QVR_NOT_SET);
 }
 
-TEST_F(MediaFile, DescriptionsSetAreHandedOut) {
+TEST_F(MediaFile, ReturnsTheDescriptionsThatWereSet) {
   const auto video = std::make_unique<QVRVIDEO>();
   video->stream.length = 250;
   video->bitmap.width = 1280;
@@ -246,7 +246,7 @@ TEST_F(MediaFile, DescriptionsSetAreHandedOut) {
   EXPECT_EQ(file().GetSysInfo(nullptr), VL_FAILED);
 }
 
-TEST_F(MediaFile, AudioDescriptionIsThatOfTheStreamThatServesTheMasksFirstChannel) {
+TEST_F(MediaFile, AudioDescriptionIsThatOfTheStreamOfTheMasksFirstChannel) {
   file().m_audio.codec = 99;
   addStream(QVR_KIND_AUDIO, 10, 0x3F);
   addStream(QVR_KIND_VIDEO, 11, 0x40);
@@ -262,7 +262,7 @@ TEST_F(MediaFile, AudioDescriptionIsThatOfTheStreamThatServesTheMasksFirstChanne
   EXPECT_EQ(codecFor(0), 99u);
 }
 
-TEST_F(MediaFile, HoldersAreZeroedAndRunOutAfter65) {
+TEST_F(MediaFile, SlotsAreZeroedAndLimitedTo65) {
   for (int i = 0; i < 65; ++i) {
     QVRSTREAM* stream = file().m_AllocAStream();
     ASSERT_NE(stream, nullptr);
@@ -313,7 +313,7 @@ TEST_F(MediaFile, CommandsReachTheOverridingOperations) {
   EXPECT_EQ(recording.calls, "open name 1 2 none 3 4 5\nclose\nclose\n");
 }
 
-TEST_F(MediaFile, BaseServesNoFormat) {
+TEST_F(MediaFile, BaseSupportsNoFormat) {
   DFRAME frame = {};
   MEDIACMD command = {};
   EXPECT_EQ(file().Read(0, 1, 1, QVR_MODE_VIDEO, &frame, nullptr), VL_E_NOT_SUPPORTED);
@@ -327,7 +327,7 @@ TEST_F(MediaFile, BaseServesNoFormat) {
   EXPECT_EQ(file().SetMode(nullptr), VL_FAILED);
 }
 
-TEST_F(MediaFile, OperationsNobodyServesSaySo) {
+TEST_F(MediaFile, UnsupportedOperationsSaySo) {
   TestFile& f = file();
   const std::vector<std::uint32_t> answers = {f.WriteUnc(0, nullptr, 0),
                                               f.ReadUnc(0, nullptr, 0),
@@ -434,7 +434,7 @@ TEST_F(MediaFile, CodecConfigurationIsTheBoxAfterTheBitmapHeader) {
   EXPECT_EQ(file().m_GetCodecPrivateData(nullptr), found);
 }
 
-TEST_F(MediaFile, CodecConfigurationThatIsNoBoxOrTooLargeIsRefused) {
+TEST_F(MediaFile, CodecConfigurationThatIsNotABoxOrTooLargeIsRejected) {
   file().m_video.bitmap.compression = 0x31637661u;
   std::vector<std::uint8_t> box(QVR_CODEC_CONFIGURATION_BYTES + 1);
   const auto store = [&](std::uint32_t stated, std::uint32_t bytes) {
@@ -461,7 +461,7 @@ TEST_F(MediaFile, CodecConfigurationThatIsNoBoxOrTooLargeIsRefused) {
   }
 }
 
-TEST_F(MediaFile, FileTypeAndHandleAreThePlugInsToSet) {
+TEST_F(MediaFile, PlugInSetsFileTypeAndHandle) {
   file().m_SetFileType(200);
   EXPECT_EQ(file().m_GetFileType(), 200u);
   file().m_handle = 77;

@@ -65,7 +65,7 @@ TEST(SplitPath, OutputsMayBeNullOrThePathItself) {
   EXPECT_EQ(vlOSSplitPath("x", nullptr, nullptr, nullptr, nullptr), VL_OK);
 }
 
-TEST(SplitPath, PathThatIsTooLongOrNullEmptiesAllOutputs) {
+TEST(SplitPath, PathThatIsTooLongOrNullClearsAllOutputs) {
   const std::string longest(VL_MAX_PATH - 1, 'a');
   EXPECT_EQ(split(longest), (Parts{"", "", longest, ""}));
   for (const std::string& path : {longest + 'a', std::string(100000, '/')}) {
@@ -79,7 +79,7 @@ TEST(SplitPath, PathThatIsTooLongOrNullEmptiesAllOutputs) {
   EXPECT_EQ(vlOSSplitPath(nullptr, nullptr, nullptr, nullptr, nullptr), VL_FAILED);
 }
 
-TEST(MakePath, PutsBackWhatSplitPathTookApart) {
+TEST(MakePath, RejoinsWhatSplitPathSplit) {
   for (const std::string path :
        {"/media/in/clip.mp4", "C:\\media\\clip.mp4", "clip", "a/b.c/d.e.f", "x:y", "a."}) {
     const Parts parts = split(path);
@@ -116,13 +116,13 @@ TEST(MakePath, ResultNeverExceedsTheLongestPath) {
   EXPECT_STREQ(path, "");
 }
 
-TEST(MakePath, PartsMayLieInTheResult) {
+TEST(MakePath, PartsMayBeInsideTheResult) {
   char path[VL_MAX_PATH] = "clip";
   EXPECT_EQ(vlOSMakePath(path, sizeof path, nullptr, "/media", path, path), VL_OK);
   EXPECT_STREQ(path, "/media/clip.clip");
 }
 
-TEST(ChangeExtension, ReplacesAddsAndTakesAway) {
+TEST(ChangeExtension, ReplacesAddsAndRemoves) {
   EXPECT_EQ(withExtension("/media/clip.mp4", ".m4v"), "/media/clip.m4v");
   EXPECT_EQ(withExtension("/media/clip", ".mpd"), "/media/clip.mpd");
   EXPECT_EQ(withExtension("/media.d/clip", ".mpd"), "/media.d/clip.mpd");
@@ -132,13 +132,13 @@ TEST(ChangeExtension, ReplacesAddsAndTakesAway) {
   EXPECT_EQ(withExtension("clip.mp4", nullptr), "clip");
 }
 
-TEST(ChangeExtension, ResultThatDoesNotFitLeavesThePath) {
+TEST(ChangeExtension, ResultThatDoesNotFitKeepsThePath) {
   char path[9] = "clip.mp4";
   EXPECT_EQ(ChangeFileExtension(path, sizeof path, ".mpeg"), VL_FAILED);
   EXPECT_STREQ(path, "clip.mp4");
   EXPECT_EQ(ChangeFileExtension(path, sizeof path, ".m4v"), VL_OK);
   EXPECT_STREQ(path, "clip.m4v");
-  EXPECT_EQ(ChangeFileExtension(path, 8, ".m"), VL_FAILED) << "no end within the buffer";
+  EXPECT_EQ(ChangeFileExtension(path, 8, ".m"), VL_FAILED) << "no terminator within the buffer";
   EXPECT_EQ(ChangeFileExtension(nullptr, 9, ".m"), VL_FAILED);
 
   char longPath[2 * VL_MAX_PATH];

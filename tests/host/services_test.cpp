@@ -12,7 +12,7 @@
 
 namespace {
 
-// Locks that nothing ends: they live as long as the program.
+// Locks that nothing destroys: they live as long as the program.
 VLCRITICALSECTION recursive, shared;
 
 TEST(Lock, IsRecursiveAndKeepsOtherThreadsOut) {
@@ -57,7 +57,7 @@ TEST(Lock, UninitialisedOneLocksNothing) {
   vlOSLeaveCriticalSection(nullptr);
 }
 
-TEST(DateTime, TwoTextsMakeOneUtcDateTime) {
+TEST(DateTime, TwoTextsFormOneUtcDateTime) {
   using namespace std::chrono;
   char date[64];
   char time[64];

@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(DiskFile, WaitsForWhatAnotherHandleWrote) {
+TEST(DiskFile, SyncsWhatAnotherHandleWrote) {
   const TempFolder folder;
   const std::string path = folder.file("media.bin");
   std::ofstream writer(path, std::ios::binary);
@@ -18,10 +18,10 @@ TEST(DiskFile, WaitsForWhatAnotherHandleWrote) {
   writer << "abc" << std::flush;
   EXPECT_TRUE(file.sync());
   EXPECT_TRUE(os::syncName(path));
-  EXPECT_EQ(readFile(path).size(), 3u) << "opening it has changed nothing";
+  EXPECT_EQ(readFile(path).size(), 3u) << "opening it changed nothing";
 }
 
-TEST(DiskFile, CutsAfterAByteAndNeverLengthens) {
+TEST(DiskFile, TruncatesAfterAByteAndNeverExtends) {
   const TempFolder folder;
   const std::string path = folder.file("media.bin");
   writeFile(path, {1, 2, 3, 4, 5});
@@ -35,7 +35,7 @@ TEST(DiskFile, CutsAfterAByteAndNeverLengthens) {
   EXPECT_EQ(readFile(path).size(), 0u);
 }
 
-TEST(DiskFile, OpensNothingThatIsNotThereAndDoesNothingThen) {
+TEST(DiskFile, DoesNothingForAMissingFile) {
   const TempFolder folder;
   os::DiskFile file;
   EXPECT_FALSE(file.sync());
@@ -51,7 +51,7 @@ TEST(DiskFile, OpensNothingThatIsNotThereAndDoesNothingThen) {
 }
 
 #if !defined(_WIN32)
-TEST(DiskFile, StaysWithAFileThatIsRenamed) {
+TEST(DiskFile, FollowsARenamedFile) {
   const TempFolder folder;
   writeFile(folder.file("media.bin"), {1, 2, 3});
   os::DiskFile file;

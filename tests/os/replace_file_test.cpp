@@ -16,7 +16,7 @@ std::size_t filesIn(const TempFolder& folder) {
   return static_cast<std::size_t>(std::distance(Iterator(folder.path()), Iterator()));
 }
 
-TEST(ReplaceFile, MakesAFileAndReplacesItLeavingNothingElse) {
+TEST(ReplaceFile, CreatesAFileAndReplacesItLeavingNothingElse) {
   const TempFolder folder;
   const std::string path = folder.file("list.txt");
   EXPECT_TRUE(replaced(path, "first"));
@@ -28,7 +28,7 @@ TEST(ReplaceFile, MakesAFileAndReplacesItLeavingNothingElse) {
   EXPECT_EQ(filesIn(folder), 1u);
 }
 
-TEST(ReplaceFile, JoinsItsPartsWhateverThePromise) {
+TEST(ReplaceFile, JoinsItsPartsWhateverTheDurability) {
   const TempFolder folder;
   const std::string path = folder.file("list.txt");
   const std::string_view parts[] = {"one ", "", "two ", "three"};
@@ -41,13 +41,13 @@ TEST(ReplaceFile, JoinsItsPartsWhateverThePromise) {
   EXPECT_EQ(contentOf(path), "");
 }
 
-TEST(ReplaceFile, FailsWithoutAFolderAndKeepsWhatIsThere) {
+TEST(ReplaceFile, FailsWithoutAFolderAndKeepsTheOldFile) {
   const TempFolder folder;
   EXPECT_EQ(os::replaceFile(folder.file("missing/list.txt"), "x").value(), static_cast<int>(kErrorNoFolder));
   std::filesystem::create_directory(folder.file("taken"));
   EXPECT_TRUE(os::replaceFile(folder.file("taken"), "x"));
   EXPECT_TRUE(std::filesystem::is_directory(folder.file("taken")));
-  EXPECT_EQ(filesIn(folder), 1u) << "nothing half made is left";
+  EXPECT_EQ(filesIn(folder), 1u) << "no temporary file is left";
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ inline Bytes repeat(const Bytes& part, std::size_t times) {
   return all;
 }
 
-// A box whose size field says `size` whatever it holds.
+// A box whose size field is `size` whatever it holds.
 inline Bytes boxOfSize(std::uint64_t size, std::string_view type, std::initializer_list<Bytes> parts = {}) {
   return join({u32(size), text(type), join(parts)});
 }
@@ -60,12 +60,12 @@ inline Bytes box(std::string_view type, std::initializer_list<Bytes> parts = {})
   const Bytes payload = join(parts);
   return boxOfSize(8 + payload.size(), type, {payload});
 }
-// With version and flags ahead of the fields.
+// With version and flags before the fields.
 inline Bytes fullBox(std::string_view type, std::uint8_t version, std::uint32_t flags,
                      std::initializer_list<Bytes> parts = {}) {
   return box(type, {u8(version), u24(flags), join(parts)});
 }
-// With a 64-bit size that says `size` whatever the box holds.
+// With a 64-bit size field of `size` whatever the box holds.
 inline Bytes largeBoxOfSize(std::uint64_t size, std::string_view type,
                             std::initializer_list<Bytes> parts = {}) {
   return boxOfSize(1, type, {u64(size), join(parts)});

@@ -1,4 +1,4 @@
-// Locales that the system may not have ready.
+// Locales that the system may not have installed.
 #pragma once
 
 #include <clocale>
@@ -10,7 +10,7 @@
 #include "tests/support/temp_folder.h"
 
 // While one is alive, the process runs under a locale compiled for it: of `language` ("de_DE") in `charset`
-// ("UTF-8"); on Windows `windowsName`. One at a time. Throws std::runtime_error when that cannot be had.
+// ("UTF-8"); on Windows `windowsName`. One at a time. Throws std::runtime_error when it is not available.
 class CompiledLocale {
  public:
   CompiledLocale(const std::string& language, const std::string& charset, const char* windowsName) {

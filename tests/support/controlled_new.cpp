@@ -19,7 +19,7 @@ std::size_t usableSize(void* memory) {
 
 thread_local std::size_t failingBytes = 0;
 
-// The allocation that fails, and whether it has been met.
+// The allocation to fail, and whether it was reached.
 struct Failing {
   bool armed = false;
   bool met = false;
@@ -63,7 +63,7 @@ void* allocateOrThrow(std::size_t bytes) {
   if (!memory) throw std::bad_alloc();
   return memory;
 }
-// Blocks that want an alignment fail on demand, too, and are not counted.
+// Aligned allocations also fail on demand, and are not counted.
 void* allocateAligned(std::size_t bytes, std::align_val_t alignment) noexcept {
   if (fails(bytes)) return nullptr;
   const auto boundary = static_cast<std::size_t>(alignment);
@@ -85,7 +85,7 @@ void release(void* memory) noexcept {
   std::free(memory);
 }
 
-// Where the counting began.
+// Where counting began.
 std::int64_t startBytes = 0;
 std::size_t startAllocations = 0;
 

@@ -1,4 +1,4 @@
-// Memory that is counted, and runs out on demand: linked in, it replaces the program's operator new.
+// Counts memory and makes it run out on demand: linked in, it replaces the program's operator new.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +14,8 @@ class FailingNew {
 
 enum class Failures { One, AllFromThere };
 
-// While one is alive, an allocation of this thread fails, after `before` more have succeeded, and so do all
-// that follow it if those are to fail too. One at a time.
+// While one is alive, an allocation of this thread fails after `before` more have succeeded, and optionally
+// so do all that follow it. One at a time.
 class FailingNewAt {
  public:
   explicit FailingNewAt(std::size_t before, Failures failures = Failures::One);
@@ -23,18 +23,18 @@ class FailingNewAt {
   FailingNewAt(const FailingNewAt&) = delete;
   FailingNewAt& operator=(const FailingNewAt&) = delete;
 
-  // Whether the allocation has been asked for.
+  // Whether the allocation was requested.
   bool met() const;
 };
 
-// Counts what all threads allocate from its beginning on. One at a time.
+// Counts the allocations of all threads from its creation on. One at a time.
 class CountingNew {
  public:
   CountingNew();
   CountingNew(const CountingNew&) = delete;
   CountingNew& operator=(const CountingNew&) = delete;
 
-  // The most memory that was in use at once beyond what was in use at the beginning, in bytes.
+  // The peak memory in use beyond what was in use at the beginning, in bytes.
   std::size_t peakBytes() const;
   // The number of allocations.
   std::size_t allocations() const;

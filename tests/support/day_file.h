@@ -1,4 +1,4 @@
-// Long recordings without their pictures: every box is there, the media data are holes in a sparse file.
+// Long recordings without their media: every box is present, the media data are holes in a sparse file.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +8,7 @@
 
 struct DayFile {
   std::uint32_t fragments = 86400;        // of one second
-  std::uint32_t fragmentsPerSegment = 0;  // above 0: a segment index ahead of each so many fragments
+  std::uint32_t fragmentsPerSegment = 0;  // above 0: a segment index before each so many fragments
   static constexpr std::uint32_t kVideoSamples = 30;
   static constexpr std::uint32_t kAudioSamples = 47;
   static constexpr std::uint32_t kVideoBytes = 20000;  // of the smallest sample
@@ -52,7 +52,7 @@ struct DayFile {
     return bytes;
   }
 
-  // The "moof" alone: what `fragment` builds, with sizes stated rather than data carried.
+  // The "moof" alone: what `fragment` builds, with sizes stated instead of data included.
   static Bytes fragmentHead(std::uint32_t sequence) {
     const auto build = [sequence](std::uint32_t videoStart, std::uint32_t audioStart) {
       Bytes videoSamples, audioSamples;

@@ -1,11 +1,11 @@
-// Environment variables, for good or for the length of a test.
+// Environment variables, permanently or for the duration of a test.
 #pragma once
 
 #include <cstdlib>
 #include <optional>
 #include <string>
 
-// Sets one, or takes it away (null), for this program and those it starts.
+// Sets one, or removes it (null), for this program and those it starts.
 inline void setEnvironment(const char* name, const char* value) {
 #if defined(_WIN32)
   _putenv_s(name, value == nullptr ? "" : value);
@@ -18,7 +18,7 @@ inline void setEnvironment(const char* name, const char* value) {
 #endif
 }
 
-// The same until it is gone.
+// The same until its destruction.
 class Environment {
  public:
   Environment(const char* name, const char* value) : m_name(name) {

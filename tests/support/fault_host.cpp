@@ -40,11 +40,11 @@ Function* next(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-// What becomes of a call that is to write so many bytes.
+// The outcome of a call that is to write so many bytes.
 struct Verdict {
   bool fails = false;
-  std::uint64_t bytes = 0;  // of a failing write: those that get through
-  bool kills = false;       // behind those bytes
+  std::uint64_t bytes = 0;  // of a failing write: those written
+  bool kills = false;       // after those bytes
 };
 
 Verdict judge(HostCallKind kind, std::uint64_t bytes) {
@@ -84,7 +84,7 @@ std::string contentOf(const char* path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// What a call answers that was judged before it was made: the verdict's failure, or what `work` answers,
+// The result of a call that was judged before it was made: the verdict's failure, or the result of `work`,
 // which is 0 on success.
 template <class Work>
 int judged(HostCallKind kind, int error, Work work) {
@@ -182,7 +182,7 @@ extern "C" __attribute__((visibility("default"))) int rename(const char* from, c
   });
 }
 
-// What waits in a stream whose flush fails gets through when it is closed, as it may on a real disk.
+// Data buffered in a stream whose flush fails are written when it is closed, as may happen on a real disk.
 extern "C" __attribute__((visibility("default"))) int fflush(std::FILE* stream) {
   static const auto flush = next<int(std::FILE*)>("fflush");
   if (!stream || stream == stdin || stream == stdout || stream == stderr) return flush(stream);

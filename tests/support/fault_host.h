@@ -1,9 +1,9 @@
-// A layer between the program under test and its host library and system, which lets calls that write fail,
-// come up short, find the disk full, or be the last ones of the process; and which notes them.
+// A layer between the program under test and its host library and system. It makes calls that write fail,
+// write too little, find the disk full, or kill the process; and it records them.
 //
-// A program that links it has every call of vlOSWriteFile, every wait for a file's data or for a name to
-// reach the disk, every renaming of a file to replace another, every flush of a C stream but the standard
-// ones, and every cutting of a file pass here, whichever library makes it. Nobody waits for the disk itself.
+// In a program that links it, every call of vlOSWriteFile, every sync of a file's data or of a name to disk,
+// every renaming of a file to replace another, every flush of a C stream except the standard ones, and every
+// truncation of a file goes through here, whichever library makes it. No call waits for the disk itself.
 #pragma once
 
 #include <cstdint>
@@ -31,15 +31,15 @@ struct HostCall {
 enum class Fault {
   None,
   Fail,      // the call does nothing and fails
-  Short,     // half of what was to be written is, and the call fails; other calls do nothing and fail
-  DiskFull,  // from this call on nothing more can be written: half of the first, nothing of the others
-  Kill,      // the process gets SIGKILL
+  Short,     // half of the bytes are written, and the call fails; other calls do nothing and fail
+  DiskFull,  // from this call on the disk is full: half of the first is written, nothing of the others
+  Kill,      // the process receives SIGKILL
 };
 
 struct FaultPlan {
   Fault fault = Fault::None;
-  // The call that it happens at, counted from 1. For Kill in steps instead, of which every call is one and
-  // every byte that it is to write one more: the process ends behind that byte.
+  // The call at which it happens, counted from 1. For Kill it counts steps instead: one for every call and
+  // one for every byte to be written; the process ends after that byte.
   std::uint64_t at = 0;
 };
 
@@ -48,15 +48,14 @@ void setFaults(FaultPlan plan);
 // Calls and steps since then.
 std::uint64_t hostCalls();
 std::uint64_t hostSteps();
-// The kind of the call that failed first; only behind one that did.
+// The kind of the call that failed first; only after one did.
 HostCallKind faultedKind();
 bool faultHappened();
 
-// From here on the host takes no more than so many bytes in a write, and reports success; 0: all of them.
+// From here on the host writes at most so many bytes per call, and reports success; 0: all of them.
 void limitHostWrites(std::uint32_t bytes);
 
-// The waits for the disk since setFaults: those for data, and those for names and for files that are to
-// replace others.
+// The syncs to disk since setFaults: those of data, and those of names and of files that replace others.
 struct DiskWaits {
   std::uint64_t data = 0;
   std::uint64_t replacements = 0;
@@ -64,5 +63,5 @@ struct DiskWaits {
 };
 DiskWaits diskWaits();
 
-// Gets every call once it has been done and has succeeded; empty: nobody.
+// Receives every call after it has succeeded; empty: no observer.
 void observeHostCalls(std::function<void(const HostCall&)> observer);

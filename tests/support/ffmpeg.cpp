@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Whether the output is made of generated input alone, so that the command says all about it.
+// Whether the output is made from generated input alone, so that the command defines it completely.
 bool isGenerated(const fs::path& output, const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (arguments[i] == "-i" && (i < 2 || arguments[i - 2] != "-f" || arguments[i - 1] != "lavfi"))
@@ -17,11 +17,12 @@ bool isGenerated(const fs::path& output, const std::vector<std::string>& argumen
     if (arguments[i].find(output.parent_path().string()) != std::string::npos) return false;
   }
   const std::string extension = output.extension().string();
-  return extension != ".mpd" && extension != ".m3u8";  // these come with media beside them
+  return extension != ".mpd" && extension != ".m3u8";  // these come with separate media files
 }
 
-// Runs the command, which lacks its output, and puts what it makes into the cache, with the words of the
-// command beside it. Both are made apart and renamed, the words last: other tests may be making the same.
+// Runs the command, whose output is still missing, and puts its result into the cache, with the text of the
+// command beside it. Both are made under temporary names and renamed, the text last: other tests may be
+// making the same.
 void makeKept(const fs::path& kept, const fs::path& wordsFile, std::vector<std::string> command,
               const std::string& words) {
   fs::create_directories(kept.parent_path());

@@ -1,5 +1,4 @@
-// Media made by the installed ffmpeg, and what ffprobe and ffmpeg find in media: the witnesses that
-// readings are held against.
+// Media made by the installed ffmpeg, and what ffprobe and ffmpeg find in media: the reference for readings.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +11,7 @@
 
 // Makes `output` with ffmpeg: inputs, then options, in `arguments`. One thread and no dates or versions in
 // the output, so that a run is repeatable; generated media are made once and kept in build/media. Throws
-// std::runtime_error with ffmpeg's words on failure.
+// std::runtime_error with ffmpeg's message on failure.
 void makeMedia(const std::filesystem::path& output, const std::vector<std::string>& arguments);
 template <class... Arguments>
 void makeMedia(const std::filesystem::path& output, const Arguments&... arguments) {
@@ -26,7 +25,7 @@ inline std::vector<std::string> operator+(std::vector<std::string> left,
   return left;
 }
 
-// Input: a moving picture with a counter, `seconds` long. `rate` as ffmpeg takes it ("30000/1001").
+// Input: a moving test video with a counter, `seconds` long. `rate` as ffmpeg takes it ("30000/1001").
 inline std::vector<std::string> pictureInput(double seconds, const std::string& rate = "30000/1001",
                                              const std::string& size = "320x180") {
   return {"-f", "lavfi", "-i",
@@ -59,7 +58,7 @@ inline std::vector<std::string> hevcCodec(int keyInterval = 30, int bFrames = 2)
           "log-level=error:pools=none:frame-threads=1:open-gop=0:scenecut=0:keyint=" + interval +
               ":min-keyint=" + interval + ":bframes=" + std::to_string(bFrames)};
 }
-// Container options: a fragment at every key frame behind an empty movie box.
+// Container options: a fragment at every key frame after an empty movie box.
 inline std::vector<std::string> fragmented(const std::string& moreFlags = "") {
   return {"-movflags", "+frag_keyframe+empty_moov+default_base_moof" + moreFlags};
 }
@@ -75,7 +74,7 @@ struct Packet {
   std::string crc32;  // IEEE CRC-32 of the bytes, 8 lower-case hexadecimal digits
 };
 
-// The packets of one stream ("v:0", "a:1"). `options` go to ffprobe ahead of the file. Throws
+// The packets of one stream ("v:0", "a:1"). `options` are passed to ffprobe before the file. Throws
 // std::runtime_error when ffprobe fails.
 inline std::vector<Packet> ffprobePackets(const std::filesystem::path& file, const std::string& stream,
                                           const std::vector<std::string>& options = {}) {
@@ -87,7 +86,7 @@ inline std::vector<Packet> ffprobePackets(const std::filesystem::path& file, con
   std::vector<Packet> packets;
   std::istringstream lines(result.out);
   for (std::string line; std::getline(lines, line);) {
-    if (line.find("size=") == std::string::npos) continue;  // side data of the packet before
+    if (line.find("size=") == std::string::npos) continue;  // side data of the previous packet
     Packet packet;
     std::istringstream fields(line);
     for (std::string field; std::getline(fields, field, '|');) {
@@ -126,7 +125,7 @@ inline std::string ffprobeStreamEntry(const std::filesystem::path& file, const s
   return text.substr(0, text.find('\n'));
 }
 
-// Options that let ffmpeg read local HLS playlists of any file names, where it must be told.
+// Options that let ffmpeg read local HLS playlists of any file names, where it needs them.
 inline std::vector<std::string> hlsOptions() {
   const std::string help = runOrThrow({"ffmpeg", "-v", "error", "-h", "demuxer=hls"}).out;
   std::vector<std::string> options = {"-allowed_extensions", "ALL"};
@@ -135,7 +134,7 @@ inline std::vector<std::string> hlsOptions() {
   return options;
 }
 
-// The MD5 of every decoded picture, in order of presentation.
+// The MD5 of every decoded frame, in order of presentation.
 inline std::vector<std::string> pictureHashes(const std::filesystem::path& file) {
   const RunResult result =
       runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-threads", "1", "-i", file.string(), "-map", "0:v:0",

@@ -1,5 +1,5 @@
-// Linked into every test program: switches FFmpeg off for it and for what it starts, so that what they find
-// does not depend on the machine, and keeps them off the user's configuration store.
+// Linked into every test program: switches FFmpeg off for it and its child processes, so that results do not
+// depend on the machine, and keeps them away from the user's configuration store.
 #include <unistd.h>
 
 #include <string>
@@ -16,7 +16,7 @@ class FFmpegOff {
     writeFile(folder_->file("vlhost.conf"), {text.begin(), text.end()});
     setEnvironment("VLHOST_CONFIG", folder_->file("vlhost.conf").c_str());
   }
-  // The folder stays when a child of the test program ends.
+  // The folder remains when a child of the test program ends.
   ~FFmpegOff() {
     if (getpid() == process_) delete folder_;
   }

@@ -26,7 +26,7 @@ struct RunSpec {
   std::vector<SampleSpec> samples = {};
   std::uint8_t version = 0;
   std::uint32_t firstFlags = 0;
-  std::optional<std::uint32_t> dataOffset = std::nullopt;  // where the file shall lie about it
+  std::optional<std::uint32_t> dataOffset = std::nullopt;  // stated instead of the true offset
   std::optional<std::uint32_t> count = std::nullopt;       // likewise
 };
 
@@ -37,10 +37,10 @@ struct TrafSpec {
   std::uint64_t decodeTime = 0;
   std::uint32_t duration = 0, size = 0, sampleFlags = 0;  // defaults, written when flagged
   std::uint64_t base = 0;                                 // written when flagged
-  bool bare = false;                                      // a "tfhd" and nothing else
+  bool bare = false;                                      // only a "tfhd"
 };
 
-// A sample of `size` bytes that tells itself apart from others by its `seed`.
+// A sample of `size` bytes that its `seed` makes distinct from others.
 inline SampleSpec sampleOf(std::uint32_t size, std::uint32_t seed, std::uint32_t duration = 0,
                            std::uint32_t flags = 0, std::int32_t composition = 0) {
   SampleSpec sample{Bytes(size), duration, flags, composition};
@@ -64,7 +64,7 @@ inline Bytes runBox(const RunSpec& run, std::uint32_t dataOffset) {
   return fullBox("trun", run.version, run.flags, {fields});
 }
 
-// A "moof" and the "mdat" behind it, the runs' bytes one after the other. `sequence` none: no "mfhd".
+// A "moof" and the "mdat" after it, the runs' bytes one after the other. `sequence` none: no "mfhd".
 inline Bytes fragment(std::optional<std::uint32_t> sequence, const std::vector<TrafSpec>& trafs) {
   const auto build = [&](std::uint32_t payloadStart) {
     Bytes content;
@@ -135,7 +135,7 @@ inline Bytes audioEntry(std::string_view type, std::uint16_t channels, std::uint
 inline Bytes captionEntry(std::string_view type) {
   return box(type, {zeros(6), u16(1)});
 }
-// A decoder configuration that names a profile and level and carries no parameter sets.
+// A decoder configuration with a profile and level but no parameter sets.
 inline Bytes avcConfiguration() {
   return box("avcC", {u8(1), u8(0x64), u8(0), u8(0x1F), u8(0xFF), u8(0xE0), u8(0)});
 }

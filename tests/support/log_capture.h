@@ -1,4 +1,4 @@
-// The host's log, kept for as long as a test looks at it.
+// The host's log, kept while a test examines it.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ struct LogLine {
   bool operator==(const LogLine&) const = default;
 };
 
-// Takes every line of the host's log until it goes out of scope. One at a time.
+// Captures every line of the host's log until it goes out of scope. One at a time.
 class LogCapture {
  public:
   LogCapture() {

@@ -1,4 +1,4 @@
-// Parts of a test that run in a process of their own, with whose end what they loaded is gone.
+// Parts of a test that run in separate processes, whose loaded libraries are gone when they end.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ inline std::filesystem::path thisProgram() {
 #endif
 }
 
-// How many parts the running test has started so far, this one not counted.
+// How many parts the running test has started so far, not counting this one.
 inline int partsBefore() {
   const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
   static const testing::TestInfo* counted = nullptr;
@@ -36,12 +36,12 @@ inline int partsBefore() {
   return part;
 }
 
-// `program`, a copy of this one, is started for the running test alone, and runs but this part of it there.
-// The failures of `body` are the test's. Returns what the part wrote to standard error.
+// Starts `program`, a copy of this one, for the running test alone, where it runs only this part. The
+// failures of `body` are the test's. Returns the part's standard error.
 template <class Body>
 std::string inProcessOf(const std::filesystem::path& program, Body body) {
   constexpr char kVariable[] = "VL_OWN_PROCESS_PART";
-  constexpr int kPassed = 77;  // not 0, with which a program that never came to this part ends
+  constexpr int kPassed = 77;  // not 0, the exit code of a program that never reached this part
   const std::string part = std::to_string(partsBefore());
   if (const char* const asked = std::getenv(kVariable)) {
     if (part != asked) return {};
@@ -52,7 +52,7 @@ std::string inProcessOf(const std::filesystem::path& program, Body body) {
   const Environment environment(kVariable, part.c_str());
   const RunResult result =
       run({vlName(program), std::string("--gtest_filter=") + test->test_suite_name() + "." + test->name()});
-  EXPECT_EQ(result.exitCode, kPassed) << "in the process of its own:\n" << result.out << result.err;
+  EXPECT_EQ(result.exitCode, kPassed) << "in the separate process:\n" << result.out << result.err;
   return result.err;
 }
 

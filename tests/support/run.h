@@ -1,4 +1,4 @@
-// Runs a program and keeps what it prints.
+// Runs a program and keeps its output.
 #pragma once
 
 #include <stdexcept>
@@ -13,10 +13,10 @@ struct RunResult {
 
 // Runs `command` (the program, found along PATH, and its arguments; no shell) with an empty standard input
 // and waits for its end. Throws std::runtime_error when it cannot be started. Programs given by name alone
-// are the development machine's, Linux programs, those given by a path are ours.
+// are the development machine's, Linux programs; those given by a path are ours.
 inline RunResult run(const std::vector<std::string>& command);
 
-// The same for a program that must succeed: throws std::runtime_error with what it said otherwise.
+// The same for a program that must succeed: throws std::runtime_error with its output otherwise.
 inline RunResult runOrThrow(const std::vector<std::string>& command) {
   RunResult result = run(command);
   if (result.exitCode != 0) {

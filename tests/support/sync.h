@@ -8,7 +8,7 @@
 
 #include "tests/support/ffmpeg.h"
 
-// The times in seconds, as the file has them, at which the values that a filter of ffmpeg gives under `tag`
+// The times in seconds, as stored in the file, at which the values that an ffmpeg filter reports under `tag`
 // rise above `threshold`.
 inline std::vector<double> risingTimes(const std::filesystem::path& file, const std::string& option,
                                        const std::string& filters, const std::string& tag, double threshold) {
@@ -32,6 +32,7 @@ inline std::vector<double> risingTimes(const std::filesystem::path& file, const 
   return times;
 }
 
+<<<<<<< HEAD
 // When each picture is shown.
 inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
   const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
@@ -44,20 +45,29 @@ inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
 }
 
 // When pictures become white.
+=======
+// When frames turn white.
+>>>>>>> words-a
 inline std::vector<double> flashTimes(const std::filesystem::path& file) {
   return risingTimes(file, "-vf", "signalstats,", "lavfi.signalstats.YAVG", 128);
 }
-// When sound becomes loud, to a millisecond.
+// When audio turns loud, to a millisecond.
 inline std::vector<double> toneTimes(const std::filesystem::path& file) {
   return risingTimes(
       file, "-af", "aformat=channel_layouts=mono:sample_fmts=flt,asetnsamples=48,astats=metadata=1:reset=1,a",
       "lavfi.astats.Overall.RMS_level", -22);
 }
 
+<<<<<<< HEAD
 // Inputs: black pictures at `rate` a second that flash, and silence at 48000 Hz that sounds, both for 0.2 s
 // at each of `times`.
 inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times,
                                                    const std::string& rate = "25") {
+=======
+// Inputs: black video at 25 frames per second with white flashes, and silence at 48000 Hz with tones, both
+// for 0.2 s at each of `times`.
+inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times) {
+>>>>>>> words-a
   std::string when;
   for (const std::string& time : times)
     when += (when.empty() ? "between(t," : "+between(t,") + time + "," + time + "+0.19)";

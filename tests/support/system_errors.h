@@ -1,4 +1,4 @@
-// What vlOSGetLastError answers on each system.
+// The values of vlOSGetLastError on each system.
 #pragma once
 
 #include <cstdint>

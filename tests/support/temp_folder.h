@@ -1,4 +1,4 @@
-// A folder of a test's own, and whole files in it.
+// A folder of the test's own, and complete files in it.
 #pragma once
 
 #include <unistd.h>
@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-// An empty folder in the system's place for temporary files, removed with all it holds at the end of the
-// test. Its name says nothing: file kinds are recognised by texts anywhere in a path.
+// An empty folder in the system's place for temporary files, removed with its content at the end of the test.
+// Its name is neutral: file kinds are recognised by texts anywhere in a path.
 class TempFolder {
  public:
   TempFolder() {

@@ -1,4 +1,4 @@
-// A host whose letters have a case of their own.
+// A host whose letters have special case rules.
 #pragma once
 
 #include <cctype>

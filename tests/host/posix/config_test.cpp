@@ -28,10 +28,10 @@ TEST_F(Config, SavingReplacesTheFileAndKeepsItsPermissionsAndLinks) {
   EXPECT_TRUE(std::filesystem::is_symlink(link));
   EXPECT_EQ(textOf(m_store), "K\\A=2\n");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder.path()), {}), 2)
-      << "no temporary file stays";
+      << "no temporary file remains";
 }
 
-TEST_F(Config, StoreLiesInTheConfigurationFolder) {
+TEST_F(Config, StoreIsInTheConfigurationFolder) {
   const Environment none("VLHOST_CONFIG", nullptr);
   const Environment home("HOME", m_folder.file("home").c_str());
   {

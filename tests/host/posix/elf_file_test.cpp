@@ -43,7 +43,7 @@ TEST(ElfFile, NamesTheNeededLibrariesInOrder) {
   }
 }
 
-TEST(ElfFile, WhatIsNoneNeedsNothing) {
+TEST(ElfFile, OtherFilesNeedNothing) {
   const TempFolder folder;
   writeFile(folder.file("text"), std::vector<std::uint8_t>(1000, 'x'));
   for (const std::string& file : {folder.file("text"), folder.file("missing"), folder.path().string()}) {
@@ -52,13 +52,13 @@ TEST(ElfFile, WhatIsNoneNeedsNothing) {
   }
 }
 
-TEST(ElfFile, IsIncompleteWhereItEndsBeforeItsSegmentsDo) {
+TEST(ElfFile, IsIncompleteWhereItEndsBeforeItsSegments) {
   const TempFolder folder;
   const std::string copy = folder.file("copy.so");
   std::filesystem::copy_file(kLibrary, copy);
   const std::uintmax_t whole = std::filesystem::file_size(copy);
   bool complete = true;
-  // Down to the header alone: complete without its last sections, which nothing maps, and then never again.
+  // Down to the header alone: complete while only its last sections, which are not mapped, are missing.
   for (std::uintmax_t size = whole; size >= 64; size -= 16) {
     std::filesystem::resize_file(copy, size);
     const bool now = readElfFile(copy).complete;
@@ -69,8 +69,8 @@ TEST(ElfFile, IsIncompleteWhereItEndsBeforeItsSegmentsDo) {
   EXPECT_FALSE(complete);
 }
 
-// Nothing is read or kept outside the file, whatever it says; sanitizers see to that.
-TEST(ElfFile, DamageIsReadWithoutHarm) {
+// Nothing is read or kept outside the file, whatever it claims; sanitizers check that.
+TEST(ElfFile, DamageIsHarmless) {
   const std::vector<std::uint8_t> whole = readFile(kLibrary);
   const TempFolder folder;
   writeFile(folder.file("damaged"), whole);
@@ -88,7 +88,7 @@ TEST(ElfFile, DamageIsReadWithoutHarm) {
     }
     put(place, whole[place]);
   }
-  EXPECT_GT(without, 0) << "places that matter were damaged";
+  EXPECT_GT(without, 0) << "relevant bytes were damaged";
   EXPECT_EQ(readElfFile(folder.file("damaged")).needed, needed);
 }
 

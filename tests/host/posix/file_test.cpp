@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST_F(File, PipesAreRefused) {
+TEST_F(File, PipesAreRejected) {
   ASSERT_EQ(mkfifo(m_path.c_str(), 0600), 0);
   EXPECT_EQ(openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING), VL_INVALID_HANDLE);
   EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(ESPIPE));
@@ -20,7 +20,7 @@ TEST_F(File, PipesAreRefused) {
 
 TEST_F(File, CountMayBeTheLargestOf32Bits) {
   writeFile(m_path, counting(300));
-  // Addresses only: pages come with the bytes that arrive.
+  // Addresses only: pages are allocated as the bytes arrive.
   void* buffer =
       mmap(nullptr, kAllOnes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   ASSERT_NE(buffer, MAP_FAILED);
@@ -33,7 +33,7 @@ TEST_F(File, CountMayBeTheLargestOf32Bits) {
   munmap(buffer, kAllOnes);
 }
 
-TEST_F(File, WriteThatIsCutShortTellsHowFarItCame) {
+TEST_F(File, ShortWriteReportsTheBytesWritten) {
   rlimit old = {};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
   signal(SIGXFSZ, SIG_IGN);
@@ -54,7 +54,7 @@ TEST_F(File, WriteThatIsCutShortTellsHowFarItCame) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, FullDeviceTakesNothing) {
+TEST_F(File, FullDeviceAcceptsNothing) {
   const VLHANDLE file = openFile("/dev/full", kReadWrite, VL_OPEN_EXISTING);
   std::uint32_t done = 7;
   EXPECT_EQ(vlOSWriteFile(file, "x", 1, &done), 0);
@@ -64,8 +64,8 @@ TEST_F(File, FullDeviceTakesNothing) {
   EXPECT_EQ(vlOSCloseFile(file), 1);
 }
 
-TEST_F(File, DescriptorsDoNotReachOtherPrograms) {
-  // The lowest free descriptor is the one that the open takes.
+TEST_F(File, DescriptorsAreNotInherited) {
+  // The open takes the lowest free descriptor.
   const int next = dup(0);
   ASSERT_GE(next, 0);
   close(next);
@@ -88,7 +88,7 @@ TEST_F(File, MoreFilesThanTheSoftLimitCanBeOpen) {
     ASSERT_NE(file, VL_INVALID_HANDLE) << i;
     files.insert(file);
   }
-  EXPECT_EQ(files.size(), 600u) << "no handle is given twice";
+  EXPECT_EQ(files.size(), 600u) << "no handle is returned twice";
   rlimit raised = {};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &raised), 0);
   EXPECT_EQ(raised.rlim_cur, old.rlim_max);

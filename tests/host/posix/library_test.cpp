@@ -39,12 +39,12 @@ TEST(Library, NameWithoutAVersionIsTriedWithAndWithoutPrefix) {
   EXPECT_EQ(numberOf("hosttestboth.so"), 4);
 }
 
-TEST(Library, NameIsFoundAlongTheSystemsSearchPathToo) {
+TEST(Library, NameIsAlsoFoundAlongTheSystemsSearchPath) {
   EXPECT_EQ(numberOf("m-6.dll"), 0);
   EXPECT_EQ(numberOf("libm.so.6"), 0);
 }
 
-TEST(Library, RelativeFolderIsLookedForBeneathTheHostAndNeverBeneathTheWorkingFolder) {
+TEST(Library, RelativeFolderIsSearchedOnlyBelowTheHost) {
   const TempFolder folder;
   const fs::path formats = folder.path() / "hosttest_formats";
   fs::create_directory(formats);
@@ -62,7 +62,7 @@ TEST(Library, RelativeFolderIsLookedForBeneathTheHostAndNeverBeneathTheWorkingFo
     EXPECT_EQ(numberOf(name), -1) << name;
 }
 
-TEST(Library, NameIsFoundBesideTheProgramToo) {
+TEST(Library, NameIsAlsoFoundBesideTheProgram) {
   const TempFolder folder;
   const fs::path formats = folder.path() / "hosttest_formats";
   fs::create_directory(formats);
@@ -78,26 +78,26 @@ TEST(Library, NameIsFoundBesideTheProgramToo) {
   });
 }
 
-TEST(Library, NativePathIsLoadedAsItIs) {
+TEST(Library, NativePathIsLoadedUnchanged) {
   EXPECT_EQ(numberOf(kBin + "/hosttestplain.so"), 2);
   EXPECT_EQ(numberOf(kBin + "/hosttest_elsewhere/libhosttestfolder.so.57"), 6);
-  EXPECT_EQ(numberOf("C:hosttestplain.so"), -1) << "a drive is none";
+  EXPECT_EQ(numberOf("C:hosttestplain.so"), -1) << "a drive letter is not a native path";
 }
 
-// ---- What a library needs ----------------------------------------------------------------------------
+// ---- Dependencies of a library -----------------------------------------------------------------------
 
 TEST(Library, BindsToTheLibrariesBesideIt) {
   EXPECT_EQ(numberOf(kBin + "/hosttest_formats/libhosttestasking.so"), 7);
   EXPECT_EQ(numberOf("hosttest_formats\\hosttestasking.dll"), 7);
 }
 
-TEST(Library, BindsToTheLibrariesBesideItWhateverTheSearchPathHas) {
+TEST(Library, PrefersTheLibrariesBesideItToTheSearchPath) {
   const std::string elsewhere = kBin + "/hosttest_elsewhere";
   const Environment searchPath("LD_LIBRARY_PATH", elsewhere.c_str());
   inProcessOf(thisProgram(), [] { EXPECT_EQ(numberOf("hosttest_formats\\hosttestasking.dll"), 7); });
 }
 
-TEST(Library, BindsToTheSearchPathsLibraryWhereNoneLiesBesideIt) {
+TEST(Library, BindsToTheSearchPathsLibraryWhereNoneIsBesideIt) {
   const TempFolder folder;
   fs::copy_file(kBin + "/hosttest_formats/libhosttestasking.so", folder.path() / "libhosttestasking.so");
   const std::string elsewhere = kBin + "/hosttest_elsewhere";
@@ -105,7 +105,7 @@ TEST(Library, BindsToTheSearchPathsLibraryWhereNoneLiesBesideIt) {
   inProcessOf(thisProgram(), [&] { EXPECT_EQ(numberOf(folder.file("libhosttestasking.so")), 8); });
 }
 
-TEST(Library, ThatNeedsItselfIsNotLoadedForEver) {
+TEST(Library, ThatNeedsItselfDoesNotLoadForever) {
   std::vector<std::uint8_t> bytes = readFile(kBin + "/hosttest_formats/libhosttestasking.so");
   const std::string needed = "libhosttestneeded.so", itself = "libhosttestasking.so";
   for (auto at = bytes.begin();
@@ -113,12 +113,12 @@ TEST(Library, ThatNeedsItselfIsNotLoadedForEver) {
     at = std::copy(itself.begin(), itself.end(), at);
   const TempFolder folder;
   writeFile(folder.file(itself), bytes);
-  EXPECT_EQ(numberOf(folder.file(itself)), -1) << "its symbols are nowhere";
+  EXPECT_EQ(numberOf(folder.file(itself)), -1) << "its symbols are not defined anywhere";
 }
 
-// ---- What the log tells ------------------------------------------------------------------------------
+// ---- Log messages ------------------------------------------------------------------------------------
 
-TEST(Library, FileThatDoesNotLoadIsLoggedOnceWithItsReason) {
+TEST(Library, FileThatFailsToLoadIsLoggedOnceWithItsReason) {
   const TempFolder folder;
   const std::string path = folder.file("broken.so");
   writeFile(path, {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});
@@ -130,7 +130,7 @@ TEST(Library, FileThatDoesNotLoadIsLoggedOnceWithItsReason) {
 }
 
 // Loading it would end the process.
-TEST(Library, FileThatIsCutOffIsNotLoaded) {
+TEST(Library, TruncatedFileIsNotLoaded) {
   std::vector<std::uint8_t> bytes = readFile(kBin + "/hosttest_formats/libhosttestneeded.so");
   bytes.resize(bytes.size() / 4);  // within its segments, which debug information follows
   const TempFolder folder;
@@ -141,7 +141,7 @@ TEST(Library, FileThatIsCutOffIsNotLoaded) {
                                                                  ": the file is cut off\n"}));
 }
 
-TEST(Library, WhyOneOfTheSearchPathDoesNotLoadIsLoggedAndThatThereIsNoneIsNot) {
+TEST(Library, LoadFailureOnTheSearchPathIsLoggedButNotAbsence) {
   const TempFolder folder;
   writeFile(folder.file("libhosttestbroken.so.3"), {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});
   const Environment searchPath("LD_LIBRARY_PATH", folder.path().c_str());

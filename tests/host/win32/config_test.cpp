@@ -4,7 +4,7 @@ namespace {
 
 using namespace config_test;
 
-TEST_F(Config, StoreLiesInTheUsersApplicationData) {
+TEST_F(Config, StoreIsInTheUsersApplicationData) {
   const Environment none("VLHOST_CONFIG", nullptr);
   const Environment data("APPDATA", m_folder.file("settings").c_str());
   EXPECT_EQ(set(kKey, kName, 1), VL_OK);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// A folder below `m_folder` and a file in it, with names that no single code page holds.
+// A folder below `m_folder` and a file in it, with names that no single code page can encode.
 const std::string kFolder = "Ordner mit Größe";
 const std::string kName = "Aufnahme Nº 1 – 東京 🎬.bin";
 
@@ -26,7 +26,7 @@ TEST_F(File, NamesAreUtf8WithEitherSeparatorAndADrive) {
   EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(ERROR_NO_UNICODE_TRANSLATION));
 }
 
-TEST_F(File, NamesMayBeLongerThanWindowsTakesWithoutAPrefix) {
+TEST_F(File, NamesMayExceedWindowsLimitWithoutAPrefix) {
   std::string path = vlName(m_folder.path());
   for (int i = 0; i < 4; ++i) {
     path += "/" + std::string(100, static_cast<char>('a' + i));
@@ -63,14 +63,14 @@ TEST_F(File, ShareModeDecidesWhoElseMayOpen) {
   EXPECT_EQ(vlOSCloseFile(alone), 1);
 }
 
-TEST_F(File, WhatIsNoDiskFileIsRefused) {
+TEST_F(File, OtherThanDiskFilesAreRejected) {
   EXPECT_EQ(openFile("NUL", kReadWrite, VL_OPEN_EXISTING), VL_INVALID_HANDLE);
   EXPECT_EQ(vlOSGetLastError(), static_cast<std::uint32_t>(ERROR_SEEK_ON_DEVICE));
 }
 
-TEST_F(File, HandlesDoNotReachOtherPrograms) {
+TEST_F(File, HandlesAreNotInherited) {
   const VLHANDLE file = openFile(m_path, kReadWrite, VL_CREATE_ALWAYS);
-  // A program started with what can be inherited does not keep the file from being replaced.
+  // A program started with all inheritable handles does not keep the file from being replaced.
   STARTUPINFOA startup = {};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process = {};

@@ -20,12 +20,12 @@ TEST(Library, NameIsFoundBesideTheHost) {
   EXPECT_EQ(numberOf("hosttestversioned-58.dll"), -1);
 }
 
-TEST(Library, NameIsFoundAlongTheSystemsSearchPathToo) {
+TEST(Library, NameIsAlsoFoundAlongTheSystemsSearchPath) {
   EXPECT_EQ(numberOf("version.dll"), 0);
   EXPECT_EQ(numberOf("version"), 0);
 }
 
-TEST(Library, RelativeFolderIsLookedForBeneathTheHostAndNeverBeneathTheWorkingFolder) {
+TEST(Library, RelativeFolderIsSearchedOnlyBelowTheHost) {
   EXPECT_EQ(numberOf("hosttest_formats\\hosttestfolder-57.dll"), 5);
   EXPECT_EQ(numberOf("hosttest_formats/hosttestfolder-57.dll"), 5);
   const TempFolder folder;
@@ -47,7 +47,7 @@ TEST(Library, RelativeFolderIsLookedForBeneathTheHostAndNeverBeneathTheWorkingFo
   }
 }
 
-TEST(Library, PathWithADriveIsLoadedAsItIs) {
+TEST(Library, PathWithADriveIsLoadedUnchanged) {
   const TempFolder folder;
   const std::filesystem::path place = folder.path() / vlPath("Größe 東京");
   std::filesystem::create_directory(place);
@@ -55,10 +55,10 @@ TEST(Library, PathWithADriveIsLoadedAsItIs) {
   const std::string path = vlName(place / "named.dll");
   ASSERT_EQ(path.substr(1, 2), ":\\");
   EXPECT_EQ(numberOf(path), 6);
-  EXPECT_EQ(numberOf(path.substr(0, path.size() - 4)), 6) << "the extension may be left out";
+  EXPECT_EQ(numberOf(path.substr(0, path.size() - 4)), 6) << "the extension may be omitted";
 }
 
-TEST(Library, FileThatDoesNotLoadIsLoggedWithItsReason) {
+TEST(Library, FileThatFailsToLoadIsLoggedWithItsReason) {
   const TempFolder folder;
   const std::string path = folder.file("broken.dll");
   writeFile(path, {'n', 'o', ' ', 'l', 'i', 'b', 'r', 'a', 'r', 'y'});

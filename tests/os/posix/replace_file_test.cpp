@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(ReplaceFile, GivesANewFileThePermissionsOfAnyNewFileAndKeepsThoseOfAnOldOne) {
+TEST(ReplaceFile, GivesNewFilesDefaultPermissionsAndKeepsThoseOfOldOnes) {
   const TempFolder folder;
   const std::string path = folder.file("list.txt");
   const mode_t mask = umask(022);
@@ -26,7 +26,7 @@ TEST(ReplaceFile, GivesANewFileThePermissionsOfAnyNewFileAndKeepsThoseOfAnOldOne
   EXPECT_EQ(status.st_mode & 07777u, 0640u);
 }
 
-TEST(ReplaceFile, LeavesAReaderWithTheContentItHasOpened) {
+TEST(ReplaceFile, LeavesAReaderTheContentItHasOpened) {
   const TempFolder folder;
   const std::string path = folder.file("list.txt");
   writeFile(path, {'o', 'l', 'd'});
@@ -35,7 +35,7 @@ TEST(ReplaceFile, LeavesAReaderWithTheContentItHasOpened) {
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old");
 }
 
-TEST(ReplaceFile, KeepsALinkALink) {
+TEST(ReplaceFile, KeepsASymbolicLink) {
   const TempFolder folder;
   writeFile(folder.file("real.txt"), {'o'});
   std::filesystem::create_symlink("real.txt", folder.file("link.txt"));

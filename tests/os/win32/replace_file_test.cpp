@@ -32,7 +32,7 @@ TEST(ReplaceFile, WaitsForAReaderThatHoldsTheFile) {
   EXPECT_EQ(readFile(path).size(), 5u);
 }
 
-TEST(ReplaceFile, GivesUpOnAReaderThatStaysAndKeepsWhatIsThere) {
+TEST(ReplaceFile, GivesUpOnAPersistentReaderAndKeepsTheOldFile) {
   const TempFolder folder;
   const std::string path = folder.file("list.txt");
   writeFile(path, {'o', 'l', 'd'});
@@ -40,7 +40,7 @@ TEST(ReplaceFile, GivesUpOnAReaderThatStaysAndKeepsWhatIsThere) {
   EXPECT_TRUE(os::replaceFile(path, "newer"));
   EXPECT_EQ(vlOSCloseFile(reader), 1);
   EXPECT_EQ(readFile(path).size(), 3u);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "nothing half made";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "no temporary file";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What run.h declares, over posix_spawn.
+// Implements run.h with posix_spawn.
 #pragma once
 
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// What run.h declares, for tests that run under Wine: our programs are started as Windows starts them, Linux
+// Implements run.h for tests that run under Wine: our programs are started as Windows starts them, Linux
 // programs through a script that Wine can start but not wait for.
 #pragma once
 
@@ -21,7 +21,7 @@
 
 namespace run_details {
 
-// One argument of a command line, as CommandLineToArgvW takes it apart.
+// One argument of a command line, as CommandLineToArgvW parses it.
 inline std::wstring quoted(const std::wstring& argument) {
   std::wstring text = L"\"";
   std::size_t backslashes = 0;
@@ -85,7 +85,7 @@ inline RunResult runLinux(const std::vector<std::string>& command, const TempFol
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
   start(bridged, startup);
-  const std::filesystem::path code = folder.path() / "code";  // there once the program has ended
+  const std::filesystem::path code = folder.path() / "code";  // exists once the program has ended
   const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(5);
   while (!std::filesystem::exists(code)) {
     if (std::chrono::steady_clock::now() > end) throw std::runtime_error(command[0] + " does not end");
