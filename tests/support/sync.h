@@ -32,7 +32,6 @@ inline std::vector<double> risingTimes(const std::filesystem::path& file, const 
   return times;
 }
 
-<<<<<<< HEAD
 // When each picture is shown.
 inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
   const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
@@ -45,9 +44,6 @@ inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
 }
 
 // When pictures become white.
-=======
-// When frames turn white.
->>>>>>> words-a
 inline std::vector<double> flashTimes(const std::filesystem::path& file) {
   return risingTimes(file, "-vf", "signalstats,", "lavfi.signalstats.YAVG", 128);
 }
@@ -58,16 +54,9 @@ inline std::vector<double> toneTimes(const std::filesystem::path& file) {
       "lavfi.astats.Overall.RMS_level", -22);
 }
 
-<<<<<<< HEAD
-// Inputs: black pictures at `rate` a second that flash, and silence at 48000 Hz that sounds, both for 0.2 s
-// at each of `times`.
-inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times,
-                                                   const std::string& rate = "25") {
-=======
 // Inputs: black video at 25 frames per second with white flashes, and silence at 48000 Hz with tones, both
 // for 0.2 s at each of `times`.
 inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times) {
->>>>>>> words-a
   std::string when;
   for (const std::string& time : times)
     when += (when.empty() ? "between(t," : "+between(t,") + time + "," + time + "+0.19)";
