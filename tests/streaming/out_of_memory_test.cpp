@@ -1,4 +1,4 @@
-// What the index says when memory runs out.
+// What the index reports when memory runs out.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
