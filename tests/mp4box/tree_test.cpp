@@ -335,7 +335,7 @@ TEST(Container, OfEightBytesHasNoChildren) {
   EXPECT_EQ(treeOf(largeBox("moov", {box("free"), box("skip")})), "moov(free skip)");
 }
 
-TEST(Container, NullMediaHeaderIsOneWithoutChildren) {
+TEST(Container, NullMediaHeaderIsAContainerWithoutChildren) {
   EXPECT_EQ(treeOf(box("minf", {fullBox("nmhd", 0, 0), box("stbl")})), "minf(nmhd stbl)");
 }
 

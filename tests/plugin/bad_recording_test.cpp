@@ -168,13 +168,13 @@ TEST(BadRecording, SampleRatesBeyond16BitsAreRefused) {
   EXPECT_EQ(describeSound(*file, d), VL_OK);
 }
 
-TEST(BadRecording, CodecDataShorterThanItSaysIsRefused) {
+TEST(BadRecording, CodecDataShorterThanItStatesIsRefused) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   LogCapture log;
   const Bytes damaged[] = {
       boxOfSize(7, "avcC"),           // smaller than its own header
-      boxOfSize(0xFFFFFFFF, "avcC"),  // larger than the field
+      boxOfSize(0xFFFFFFFF, "avcC"),  // larger than the buffer
       boxOfSize(128 * 1024 + 1, "avcC"),
       box("avcC"),  // no record
       box("avcC", {u8(1), u8(0x64), u8(0), u8(30), u8(0xFF)}),

@@ -78,7 +78,7 @@ void expectTrack(const TwoTracks& clip, std::uint32_t channel, int track, std::u
   EXPECT_EQ(sound.samples, expected.samples);
 }
 
-TEST(Channels, OfTwoMonoTracksEachHasOne) {
+TEST(Channels, EachOfTwoMonoTracksHasOneChannel) {
   const TwoTracks clip(tones(440, "mono", 1) + tones(880, "mono", 1), 1, 1);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.file->Channels(), 0x3u);

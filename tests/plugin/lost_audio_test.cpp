@@ -263,7 +263,7 @@ TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPosition) {
   EXPECT_GT(filesWithLoss, 50);
 }
 
-// ---- Unsupported codecs -------------------------------------------------------------------------------
+// ---- Unsupported codecs -----------------------------------------------------------------------------
 
 TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsReportedAtOpenAndFails) {
   const BuiltFile clip(

@@ -165,7 +165,7 @@ TEST(Manifest, SegmentRangesLeadToTheFragments) {
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL " + range(first) + "/><SegmentURL " + range(second) +
                        "/></SegmentList>"),
             4u);
-  EXPECT_EQ(framesWith("<SegmentBase " + range(first) + "/>"), 2u) << "only what the one index lists";
+  EXPECT_EQ(framesWith("<SegmentBase " + range(first) + "/>"), 2u) << "only what that index lists";
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL indexRange='x'/></SegmentList>"), 4u)
       << "the file's own indexes";
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL indexRange='99999999-'/></SegmentList>"), 4u);

@@ -118,7 +118,7 @@ TEST(AudioApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
   writeFrames(*file, 1);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
-  // 44100 * 12 / 25 = 21168 samples: 21 frames, 21504 samples; ten to a segment.
+  // 44100 * 12 / 25 = 21168 samples: 21 access units, 21504 samples; ten fragments per segment.
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 21u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->earliestPresentationTime, 215040u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[1]")->earliestPresentationTime, 430080u);
@@ -132,7 +132,7 @@ TEST(AudioApart, CompleteSegmentsAreListedAtOnceAndEnterTheManifestWithTheNextVi
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio(), 2);
   writeFrames(*file, 1);
-  // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 frames, 40 to a segment.
+  // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 access units, 40 per segment.
   writeSound(*file, 40);
   EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:0.853,\n"));
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "it is saved once for all tracks";

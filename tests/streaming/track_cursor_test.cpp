@@ -254,7 +254,7 @@ TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
     ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
     Bytes bytes(50);
     const int result = ReadSample(index, cursor, bytes.data());
-    // One byte before the media data is inside the file: the bytes there are the sample, as the file says.
+    // One byte before the media data is still inside the file and is read as the sample.
     EXPECT_EQ(result, offset == 0xFFFFFFFFu ? 0 : -1) << offset;
   }
 }

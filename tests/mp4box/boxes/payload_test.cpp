@@ -126,7 +126,7 @@ TEST(Payload, EveryKindTruncatedAtAnyByteReadsAsZerosFromThere) {
       payload->fields(fill);
       const Bytes whole = bytesOf(*payload);
       for (std::size_t size = 0; size <= whole.size(); ++size) {
-        SCOPED_TRACE(kind.name + " cut at " + std::to_string(size) + ", seed " + std::to_string(seed));
+        SCOPED_TRACE(kind.name + " truncated at " + std::to_string(size) + ", seed " + std::to_string(seed));
         const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
         const auto part = kind.empty();
         CheckingReader fields(cut);
