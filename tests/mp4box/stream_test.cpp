@@ -357,7 +357,7 @@ TEST_F(BufferedStream, WriteDoesNotRunPastTheLargestOffset) {
   EXPECT_EQ(writeBytes(*stream, text("a")), -1);
 }
 
-TEST_F(BufferedStream, OpenDiscardsTheFormerBuffer) {
+TEST_F(BufferedStream, OpenFlushesAndStartsAtZero) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, text("abc"));
   stream->open(path_.c_str(), MP4_MODE_READ);

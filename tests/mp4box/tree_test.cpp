@@ -662,7 +662,7 @@ TEST(Hostile, FragmentsOfOneSmallSampleHaveRoomForTheirBoxes) {
   EXPECT_EQ(childCount(*empty.root()), 450000u);
 }
 
-TEST(Hostile, ReadingBeforeSmallBoxesEndsWithTheFirstLargeOne) {
+TEST(Hostile, ReadAheadForSmallBoxesEndsWithTheFirstLargeOne) {
   TreeFile file(join({repeat(box("free"), 1000), box("mdat", {zeros(1 << 20)}), box("free"),
                       box("mdat", {zeros(1 << 20)}), box("free")}));
   EXPECT_EQ(childCount(*file.root()), 1004u);

@@ -13,7 +13,7 @@ namespace {
 
 using testing::Each;
 
-TEST(VersionQuery, AnswersTheInterfaceVersionAndTheFormatCount) {
+TEST(VersionQuery, ReturnsTheInterfaceVersionAndTheFormatCount) {
   std::array<std::uint32_t, 2> out = {0xAAAAAAAA, 0xAAAAAAAA};
   EXPECT_EQ(plugin().check(nullptr, 0xFFFFFFFF, out.data()), 23);
   EXPECT_EQ(out[0], 1u);
@@ -67,7 +67,7 @@ TEST(FormatQuery, NeverLogs) {
   EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(DllMain, AnswersTrueForEveryReason) {
+TEST(DllMain, ReturnsTrueForEveryReason) {
   using Entry = std::int32_t (*)(void*, std::uint32_t, void*);
   const auto entry = reinterpret_cast<Entry>(vlOSGetProcAddress(plugin().library, "DllMain"));
   ASSERT_NE(entry, nullptr);

@@ -112,7 +112,7 @@ TEST(ReadAc3, SampleBySampleGivesTheSameSamples) {
   expectSingleReadsToAgree(sweepClip(), 13000, 18000);
 }
 
-TEST(ReadAc3, RandomReadsGiveWhatReadingFromTheStartGives) {
+TEST(ReadAc3, RandomReadsMatchReadingFromTheStart) {
   expectRandomReadsToAgree(sweepClip());
 }
 

@@ -46,7 +46,7 @@ TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
   EXPECT_LE(largestDifference(ours, theirs), 1);
 }
 
-TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowThoseOfTheTrackBefore) {
+TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowsThePreviousTracks) {
   const std::vector<std::string> implicit = {"-movflags", "frag_keyframe+empty_moov+omit_tfhd_offset"};
   for (const std::vector<std::string>& order :
        {std::vector<std::string>{"-map", "0:v", "-map", "1:a"}, {"-map", "1:a", "-map", "0:v"}}) {
@@ -70,7 +70,7 @@ TEST(ReadAudio, SampleBySampleGivesTheSameSamples) {
   expectSingleReadsToAgree(sweepClip(), 20000, 24000);
 }
 
-TEST(ReadAudio, RandomReadsGiveWhatReadingFromTheStartGives) {
+TEST(ReadAudio, RandomReadsMatchReadingFromTheStart) {
   expectRandomReadsToAgree(sweepClip());
 }
 

@@ -187,7 +187,7 @@ TEST(ReadVideo, ARequestForSeveralFramesDoesNotShiftTheNext) {
   EXPECT_EQ(readFrame(*clip, 3).data, frameData(3));
 }
 
-TEST(ReadVideo, CountsTimecodesOnFromTheStart) {
+TEST(ReadVideo, CountsTimecodesFromTheStart) {
   const Clip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(7, 1, 1, QVR_MODE_VIDEO, &d, nullptr), VL_OK);

@@ -108,7 +108,7 @@ TEST(AudioApart, AFragmentHasTheStatedFields) {
   EXPECT_EQ(sidx->references[2].startsWithSap, 0u);
 }
 
-TEST(AudioApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
+TEST(AudioApart, SharesTheVideosGeometryAndContinuesSegmentTimes) {
   const TempFolder folder;
   RecordingDescription d = withAudio(44100);
   d.rate = 25;
@@ -128,7 +128,7 @@ TEST(AudioApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("timescale=\"44100\" duration=\"215040\""));
 }
 
-TEST(AudioApart, CompleteSegmentsAreListedAtOnceAndEnterTheManifestWithTheNextVideoSegment) {
+TEST(AudioApart, CompleteSegmentsAreListedAtOnceAndInTheManifestWithTheVideo) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio(), 2);
   writeFrames(*file, 1);

@@ -50,7 +50,7 @@ Captions captionsOf(std::uint32_t frame) {
           frame % 4 != 3 ? packetOf(frame, static_cast<std::uint8_t>(10 + frame % 50)) : Bytes()};
 }
 
-TEST(RecordCaptions, ComeBackWithTheirFrames) {
+TEST(RecordCaptions, ReadBackWithTheirFrames) {
   for (const std::uint32_t count : {1u, 29u, 30u, 31u, 65u, 320u}) {
     const TempFolder folder;
     RecordingDescription d;

@@ -229,7 +229,7 @@ TEST(SampleSize, HasATableOnlyWithoutACommonSize) {
   EXPECT_THAT(cut.entrySizes, ElementsAre(10u));
 }
 
-TEST(PaddingBits, PacksTwoSamplesAByte) {
+TEST(PaddingBits, PacksTwoSamplesPerByte) {
   const auto padb = readExactly<mp4::PaddingBitsBox>(join({u32(0), u32(3), u8(0x17), u8(0x20)}));
   EXPECT_EQ(padb.sampleCount, 3u);
   EXPECT_THAT(padb.pads, ElementsAre(0x17, 0x20));
