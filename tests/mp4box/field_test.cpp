@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(FieldReader, TakesNumbersMostSignificantByteFirst) {
+TEST(FieldReader, ReadsBigEndianNumbers) {
   const Bytes bytes = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x11,
                        0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0xFF, 0xFE, 0xFF, 0xFF};
   Mp4FieldReader fields(bytes);
@@ -39,14 +39,14 @@ TEST(FieldReader, TakesNumbersMostSignificantByteFirst) {
   EXPECT_EQ(fields.consumed(), 22u);
 }
 
-TEST(FieldReader, GivesZeroForAFieldThatDoesNotFitAndForAllAfterIt) {
+TEST(FieldReader, ReadsZeroFromTheFirstFieldThatDoesNotFitOn) {
   const Bytes bytes = {1, 2, 3};
   Mp4FieldReader fields(bytes);
   std::uint8_t first = 9, last = 9;
   std::uint32_t wide = 9;
   fields.u8("first", first);
   fields.u32("wide", wide);
-  fields.u8("last", last);  // two bytes are there, but behind a field that did not fit
+  fields.u8("last", last);  // two bytes remain, but after a field that did not fit
   EXPECT_EQ(first, 1);
   EXPECT_EQ(wide, 0u);
   EXPECT_EQ(last, 0);
@@ -63,7 +63,7 @@ TEST(FieldReader, ClearsBytesThatDoNotFit) {
   EXPECT_EQ(fields.remaining(), 0u);
 }
 
-TEST(FieldReader, TakesOfABlobWhatIsThere) {
+TEST(FieldReader, TruncatesABlobToTheBytesPresent) {
   const Bytes bytes = {1, 2, 3};
   Mp4FieldReader fields(bytes);
   std::vector<std::uint8_t> blob;
@@ -73,7 +73,7 @@ TEST(FieldReader, TakesOfABlobWhatIsThere) {
   EXPECT_THAT(blob, IsEmpty());
 }
 
-TEST(FieldReader, EndsATextAtItsZeroOrWithThePayload) {
+TEST(FieldReader, EndsATextAtItsZeroOrThePayloadsEnd) {
   const Bytes bytes = {'a', 'b', 0, 0, 'c'};
   Mp4FieldReader fields(bytes);
   std::string text;
@@ -87,7 +87,7 @@ TEST(FieldReader, EndsATextAtItsZeroOrWithThePayload) {
   EXPECT_EQ(text, "");
 }
 
-TEST(FieldReader, TakesWholeWordsAndNothingAfterAMissingOne) {
+TEST(FieldReader, ReadsCompleteWordsAndNothingAfterAMissingOne) {
   const Bytes bytes = {0, 0, 0, 1, 0, 0, 0, 2, 5, 6};
   Mp4FieldReader fields(bytes);
   std::vector<std::uint32_t> words;
@@ -98,7 +98,7 @@ TEST(FieldReader, TakesWholeWordsAndNothingAfterAMissingOne) {
   EXPECT_EQ(byte, 0);
 }
 
-TEST(FieldReader, MakesNoMoreEntriesThanTheBytesHold) {
+TEST(FieldReader, MakesNoMoreEntriesThanTheBytesAllow) {
   const Bytes bytes = {1, 2, 3, 4, 5};
   Mp4FieldReader fields(bytes);
   std::vector<std::uint16_t> entries;
@@ -107,7 +107,7 @@ TEST(FieldReader, MakesNoMoreEntriesThanTheBytesHold) {
   EXPECT_THAT(entries, ElementsAre(0x0102, 0x0304));
 }
 
-TEST(FieldReader, LooksAheadWithoutTaking) {
+TEST(FieldReader, PeeksWithoutConsuming) {
   const Bytes bytes = {1, 2, 3, 4, 5};
   Mp4FieldReader fields(bytes);
   fields.reserved(1);
@@ -120,7 +120,7 @@ TEST(FieldReader, LooksAheadWithoutTaking) {
   EXPECT_EQ(fields.consumed(), 1u);
 }
 
-TEST(FieldReader, SplitsPackedNumbersFromTheTopBitOn) {
+TEST(FieldReader, SplitsPackedNumbersFromTheTopBit) {
   const Bytes bytes = {0xA0, 0x00, 0x00, 0x07};
   Mp4FieldReader fields(bytes);
   std::uint32_t a = 0, b = 0, c = 0;

@@ -30,7 +30,7 @@ TEST(WriteNumbers, BigEndianMostSignificantByteFirst) {
                                      0x9A, 0xBC, 0xDE, 0xF0, 0x12, 0x34));
 }
 
-TEST(WriteNumbers, TwentyFourBitsCutOffWhatIsAbove) {
+TEST(WriteNumbers, TwentyFourBitsDropHigherBits) {
   Mp4MemoryOutput out;
   EXPECT_TRUE(Mp4WriteU24(out, 0xFF010203));
   EXPECT_THAT(out.bytes, ElementsAre(1, 2, 3));
@@ -61,7 +61,7 @@ TEST(WriteDescrLength, TakesFourBytesWhenNotSized) {
   EXPECT_THAT(descrLength(2097152, false), ElementsAre(0x81, 0x80, 0x80, 0x00));
 }
 
-TEST(WriteDescrLength, OnlyCountsWhenNotToEmit) {
+TEST(WriteDescrLength, OnlyCountsWhenNotEmitting) {
   Mp4MemoryOutput out;
   EXPECT_EQ(Mp4WriteDescrLength(out, 127, true, false), 1u);
   EXPECT_EQ(Mp4WriteDescrLength(out, 128, true, false), 2u);
@@ -103,7 +103,7 @@ TEST(WriteBox, BoxesNest) {
   EXPECT_EQ(outer.end, 33u);
 }
 
-// Says it stands where it is told to, so that a box of 4 GiB need not be written.
+// Reports the position it is given, so that a box of 4 GiB need not be written.
 class FarOutput : public Mp4MemoryOutput {
  public:
   std::uint64_t tell() override { return far + Mp4MemoryOutput::tell(); }
@@ -113,7 +113,7 @@ class FarOutput : public Mp4MemoryOutput {
   std::uint64_t far = 0;
 };
 
-TEST(WriteBox, SizeOfFourGibibytesAndMoreIsCutTo32Bits) {
+TEST(WriteBox, SizeOfFourGibibytesAndMoreIsTruncatedTo32Bits) {
   FarOutput out;
   Mp4BoxMark mark;
   Mp4BoxBegin(out, mark, Mp4FourCc("mdat"));
@@ -165,7 +165,7 @@ TEST(MemoryOutput, OverwritesAndExtends) {
   EXPECT_TRUE(out.seek(5));
 }
 
-TEST(MemoryOutput, ToldOfBytesTakenAwayByASeek) {
+TEST(MemoryOutput, FailsAfterItsBytesAreTakenUntilASeek) {
   Mp4MemoryOutput out;
   EXPECT_TRUE(out.write("abcd", 4));
   out.bytes.clear();

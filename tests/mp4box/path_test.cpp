@@ -162,8 +162,8 @@ TEST(OnDemand, LookupReadsExactlyUpToTheBoxAskedFor) {
   EXPECT_EQ(sixth->position, kFirstFragment + 5 * kFragment);
   EXPECT_EQ(childCount(*root), 13u);
   EXPECT_EQ(root->last, sixth);
-  // One for the first, whose header came in with the movie box, two for the second, and one for each of the
-  // four that are as long as those before. The "mdat" headers come in with them.
+  // One read for the first, whose header was read with the movie box, two for the second, and one for each of
+  // the four that are as long as the previous one. The "mdat" headers are read with them.
   EXPECT_EQ(file.stream.reads, 7);
 
   file.stream.reads = 0;
@@ -185,7 +185,7 @@ TEST(OnDemand, WalksTheWholeFileOneBoxAtATime) {
     ++count;
   }
   EXPECT_EQ(count, kFragments);
-  // One a fragment, once two of them have told how long they are.
+  // One per fragment, once two of them have shown their length.
   EXPECT_EQ(file.stream.reads, static_cast<int>(kFragments) + 1);
   EXPECT_EQ(childCount(*root), 2u + 2 * kFragments);
 }
@@ -219,7 +219,7 @@ TEST(OnDemand, TheLastBoxOfAFileIsFound) {
   EXPECT_EQ(Mp4BoxGet(&file.stream, other.get(), false, "moof[1]"), nullptr);
 }
 
-TEST(OnDemand, ATailThatIsNoBoxEndsTheFile) {
+TEST(OnDemand, ATailThatIsNotABoxEndsTheFile) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox()}), moofBox(1), u32(0), text("mdat"), zeros(50)}));
   const Mp4BoxPtr root = file.root(false);
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "mdat"), nullptr);
@@ -230,7 +230,7 @@ TEST(OnDemand, ATailThatIsNoBoxEndsTheFile) {
   EXPECT_EQ(file.stream.reads, 0);
 }
 
-TEST(OnDemand, OnlyFragmentsMediaDataAndIndicesAreReadFor) {
+TEST(OnDemand, ReadsOnlyForFragmentsMediaDataAndIndices) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox()}), box("free", {zeros(4)}), moofBox(1), box("mdat"),
                       box("sidx", {zeros(24)}), box("skip")}));
   const Mp4BoxPtr root = file.root(false);
@@ -255,7 +255,7 @@ TEST(OnDemand, OnlyTheRootGrows) {
   EXPECT_EQ(childCount(*root), 2u);
 }
 
-TEST(OnDemand, NotWhenForbidden) {
+TEST(OnDemand, ReadsNothingWhenForbidden) {
   TreeFile file(fragmentedFile(2));
   const Mp4BoxPtr root = file.root(false);
   file.stream.reads = 0;
@@ -281,7 +281,7 @@ TEST(OnDemand, SeeksInBetweenDoNotMatter) {
   EXPECT_EQ(childCount(*root), 10u);
 }
 
-TEST(OnDemand, GoesOnPastFourGibibytes) {
+TEST(OnDemand, ContinuesPastFourGibibytes) {
   constexpr std::uint64_t kMediaBytes = 5ull << 30;
   TempFolder folder;
   const std::string path = folder.file("boxes");
@@ -314,7 +314,7 @@ TEST(BoxAt, ReadsTheTopLevelAsFarAsTheOffset) {
   ASSERT_NE(moof, nullptr);
   EXPECT_EQ(moof, root->last);
   EXPECT_EQ(childCount(*root), 9u);
-  // A lookup by path goes on from there, and the other way round.
+  // A lookup by path continues from there, and vice versa.
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "moof[3]"), moof);
   const Mp4Box* fifth = Mp4BoxGet(&file.stream, root.get(), false, "moof[4]");
   file.stream.reads = 0;

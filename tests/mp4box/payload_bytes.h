@@ -1,4 +1,4 @@
-// A payload's bytes, there and back.
+// Reading a payload from its bytes and writing it again.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ Payload read(const Bytes& bytes) {
   return payload;
 }
 
-// Reads a payload that takes all of `bytes` and writes the very same.
+// Reads a payload, which is expected to consume all of `bytes` and to write the same bytes again.
 template <class Payload>
 Payload readExactly(const Bytes& bytes) {
   Payload payload;

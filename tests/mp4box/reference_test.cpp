@@ -1,4 +1,4 @@
-// Files written here as other programs see them, and files of other programs written again here.
+// Files written here as other programs read them, and files of other programs rewritten here.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -19,7 +19,7 @@ using mp4::TrackKind;
 using testing::HasSubstr;
 using testing::IsSupersetOf;
 
-// ---- Written again ----------------------------------------------------------------------------------
+// ---- Rewritten --------------------------------------------------------------------------------------
 
 class Rewriter {
  public:
@@ -30,7 +30,7 @@ class Rewriter {
     EXPECT_EQ(root->last->end(), file_.size());
   }
 
-  std::set<std::string> types;  // of the boxes that were written again
+  std::set<std::string> types;  // of the boxes that were rewritten
 
  private:
   void visit(Mp4Box& box) {
@@ -39,7 +39,7 @@ class Rewriter {
     const std::uint64_t start = box.position + Mp4BoxHeaderSize(box);
     const std::uint64_t end = box.first ? box.first->position : box.end();
     ASSERT_LE(end, file_.size());
-    // Sound configuration of QuickTime repeats the entry's type as a box that is no sample entry.
+    // QuickTime's audio configuration repeats the entry's type as a box that is not a sample entry.
     if (box.data && !(type == "mp4a" && typeName(*box.father) == "wave")) {
       const Bytes stored(file_.begin() + static_cast<std::ptrdiff_t>(start),
                          file_.begin() + static_cast<std::ptrdiff_t>(end));
@@ -64,7 +64,7 @@ std::set<std::string> typesWrittenAgain(const std::string& name, const std::vect
 
 const std::vector<std::string> kAac = {"-c:a", "aac", "-b:a", "96k"};
 
-TEST(OtherWriters, FragmentedFilesAreWrittenAgainByteForByte) {
+TEST(OtherWriters, FragmentedFilesAreRewrittenByteForByte) {
   EXPECT_THAT(typesWrittenAgain("a.mp4", pictureInput(1) + toneInput(1) + h264Codec(10) + kAac +
                                              fragmented("+global_sidx+frag_discont")),
               IsSupersetOf({"ftyp", "mvhd", "tkhd", "mdhd", "hdlr", "vmhd", "smhd", "dref", "url ",
@@ -72,19 +72,19 @@ TEST(OtherWriters, FragmentedFilesAreWrittenAgainByteForByte) {
                             "stco", "trex", "sidx", "mfhd", "tfhd", "tfdt", "trun", "tfra", "mfro"}));
 }
 
-TEST(OtherWriters, FragmentsWithBaseOffsetsAreWrittenAgainByteForByte) {
+TEST(OtherWriters, FragmentsWithBaseOffsetsAreRewrittenByteForByte) {
   EXPECT_THAT(typesWrittenAgain(
                   "a.mp4", pictureInput(1) + toneInput(1) + h264Codec(10) + kAac +
                                std::vector<std::string>{"-movflags", "frag_keyframe", "-frag_size", "3000"}),
               IsSupersetOf({"trun", "tfhd", "stss", "ctts"}));
 }
 
-TEST(OtherWriters, SmoothFilesAreWrittenAgainByteForByte) {
+TEST(OtherWriters, SmoothFilesAreRewrittenByteForByte) {
   EXPECT_THAT(typesWrittenAgain("a.ismv", pictureInput(1) + toneInput(1) + h264Codec(10) + kAac),
               IsSupersetOf({"mfhd", "tfhd", "trun", "tfra", "mfro"}));
 }
 
-TEST(OtherWriters, PlainFilesWithMetadataAreWrittenAgainByteForByte) {
+TEST(OtherWriters, PlainFilesWithMetadataAreRewrittenByteForByte) {
   const TempFolder folder;
   const std::string chapters = folder.file("chapters");
   const std::string words =
@@ -107,7 +107,7 @@ TEST(OtherWriters, PlainFilesWithMetadataAreWrittenAgainByteForByte) {
                                                             "trkn", "tx3g", "chap", "chpl", "text"}));
 }
 
-TEST(OtherWriters, QuickTimeFilesAreWrittenAgainByteForByte) {
+TEST(OtherWriters, QuickTimeFilesAreRewrittenByteForByte) {
   EXPECT_THAT(typesWrittenAgain("a.mov",
                                 pictureInput(1) + toneInput(1) + h264Codec(10) +
                                     std::vector<std::string>{"-c:a", "pcm_s24le", "-metadata", "title=Name"}),
@@ -120,7 +120,7 @@ TEST(OtherWriters, QuickTimeFilesAreWrittenAgainByteForByte) {
               IsSupersetOf({"stsd"}));
 }
 
-// ---- As others see it -------------------------------------------------------------------------------
+// ---- As other programs read it ----------------------------------------------------------------------
 
 // A fragmented file with the samples of a file that ffmpeg made: one fragment of all four tracks.
 struct Presentation {
@@ -134,7 +134,7 @@ constexpr std::uint32_t kFrames = 30;
 // CEA-608: resume caption loading, row 15, "Hello", erase displayed memory, end of caption.
 const Bytes kHello608 = {0x94, 0x20, 0x94, 0x70, 0xC8, 0xE5, 0xEC, 0xEC, 0xEF, 0x80, 0x94, 0x2C, 0x94, 0x2F};
 
-// Appends the samples of a track's runs to `bytes` and to `run`, `most` of them at most.
+// Appends the samples of a track's runs to `bytes` and to `run`, no more than `most` of them.
 void takeSamples(const Bytes& file, Mp4Box* root, std::uint32_t trackId, std::uint32_t most, Bytes& bytes,
                  mp4::TrackRunBox& run) {
   for (Mp4Box* moof = root->first; moof; moof = moof->next) {
@@ -180,7 +180,7 @@ Presentation presentationOf(const Bytes& source) {
   p.fragment = Mp4SetUpFragment(1, all);
   takeSamples(source, root.get(), 1, kFrames, p.video, p.fragment.tracks[TrackKind::Video]->trun);
   takeSamples(source, root.get(), 2, 46, p.audio, p.fragment.tracks[TrackKind::Audio]->trun);
-  // One sample of a "cdat" box with a byte pair a frame, and one packet a frame.
+  // One sample of a "cdat" box with a byte pair per frame, and one packet per frame.
   auto& cc608 = *p.fragment.tracks[TrackKind::Captions608];
   p.captions608 = box("cdat", {kHello608, repeat({0x80, 0x80}, kFrames - kHello608.size() / 2)});
   cc608.tfhd.defaultSampleDuration = 1001 * kFrames;
@@ -242,7 +242,7 @@ class WrittenFile : public testing::Test {
     return ffprobeStreamEntry(path(), stream, entry);
   }
 
-  // The packets of the source that were taken are those that the written file has.
+  // The written file has exactly the packets that were taken from the source.
   void expectPackets(const std::string& stream, const std::vector<Packet>& expected,
                      std::size_t count) const {
     const std::vector<Packet> packets = ffprobePackets(path(), stream);
@@ -259,13 +259,13 @@ class WrittenFile : public testing::Test {
   std::array<std::vector<Packet>, 2> sourcePackets_;
 };
 
-TEST_F(WrittenFile, IsSameInMemoryAsOnDisk) {
+TEST_F(WrittenFile, IsTheSameInMemoryAsOnDisk) {
   Mp4MemoryOutput out;
   writePresentation(out, presentation_);
   EXPECT_EQ(out.bytes, readFile(path()));
 }
 
-TEST_F(WrittenFile, ReadsBackAndIsWrittenAgainByteForByte) {
+TEST_F(WrittenFile, ReadsBackAndIsRewrittenByteForByte) {
   const Bytes file = readFile(path());
   EXPECT_THAT(Rewriter(file).types,
               IsSupersetOf({"ftyp", "mvhd", "trex", "tkhd", "mdhd", "hdlr", "vmhd", "smhd",
@@ -288,7 +288,7 @@ TEST_F(WrittenFile, ReadsBackAndIsWrittenAgainByteForByte) {
       "mdat");
 }
 
-TEST_F(WrittenFile, IsUnderstoodByFfprobe) {
+TEST_F(WrittenFile, IsReadByFfprobe) {
   EXPECT_EQ(probed("v:0", "codec_name"), "h264");
   EXPECT_EQ(probed("v:0", "width"), "320");
   EXPECT_EQ(probed("v:0", "height"), "180");
@@ -304,13 +304,13 @@ TEST_F(WrittenFile, IsUnderstoodByFfprobe) {
   expectPackets("a:0", sourcePackets_[1], 46);
 }
 
-TEST_F(WrittenFile, IsDecodedByFfmpegWithoutComplaint) {
+TEST_F(WrittenFile, IsDecodedByFfmpegWithoutErrors) {
   const RunResult result = runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-xerror", "-i", path(), "-map",
                                        "0:v", "-map", "0:a", "-f", "null", "-"});
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(WrittenFile, IsUnderstoodByMediainfo) {
+TEST_F(WrittenFile, IsReadByMediainfo) {
   const auto report = [&](const std::string& what) {
     const std::string text = runOrThrow({"mediainfo", "--ParseSpeed=1", "--Inform=" + what, path()}).out;
     return text.substr(0, text.find('\n'));

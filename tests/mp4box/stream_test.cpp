@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int64_t kBuffer = 10 * 1024 * 1024;
 
-// Keeps the lines of the host's log for as long as it lives.
+// Captures the lines of the host's log during its lifetime.
 class LogLines {
  public:
   LogLines() {
@@ -115,7 +115,7 @@ TEST_F(PlainStream, OpenForUpdateKeepsTheBytes) {
   EXPECT_EQ(onDisk(), text("abXYef"));
 }
 
-TEST_F(PlainStream, UpdateCountsMoreThanCreate) {
+TEST_F(PlainStream, UpdateTakesPrecedenceOverCreate) {
   file(text("abc"));
   Mp4Stream stream;
   stream.open(path_.c_str(), MP4_MODE_UPDATE | MP4_MODE_CREATE);
@@ -132,7 +132,7 @@ TEST_F(PlainStream, OpenToCreateReplacesAFile) {
   EXPECT_EQ(readBytes(stream, 3), text("new"));
 }
 
-TEST_F(PlainStream, OpeningAgainClosesWhatWasOpen) {
+TEST_F(PlainStream, OpeningAgainClosesTheOpenFile) {
   file(text("abc"));
   Mp4Stream stream;
   const VLHANDLE first = stream.open(path_.c_str(), MP4_MODE_READ);
@@ -162,7 +162,7 @@ TEST_F(PlainStream, PeekDoesNotMove) {
   EXPECT_EQ(stream.tell(), 2u);
 }
 
-TEST_F(PlainStream, SeeksNoFurtherThanAHostOffsetReaches) {
+TEST_F(PlainStream, SeeksNoFurtherThanTheLargestHostOffset) {
   Mp4Stream stream;
   stream.open(file(text("abc")).c_str(), MP4_MODE_READ);
   EXPECT_TRUE(stream.seek(1));
@@ -176,7 +176,7 @@ TEST_F(PlainStream, HasNothingInMemory) {
   EXPECT_EQ(stream.view(0, 1), nullptr);
 }
 
-TEST_F(PlainStream, CloseForgetsTheHandle) {
+TEST_F(PlainStream, CloseClearsTheHandle) {
   Mp4Stream stream;
   EXPECT_EQ(stream.close(), 0);
   stream.handle = VL_INVALID_HANDLE;
@@ -188,7 +188,7 @@ TEST_F(PlainStream, CloseForgetsTheHandle) {
   EXPECT_EQ(vlOSCloseFile(handle), 0);
 }
 
-TEST_F(PlainStream, EndOfLifeCloses) {
+TEST_F(PlainStream, DestructorCloses) {
   VLHANDLE handle = VL_NO_HANDLE;
   {
     Mp4Stream stream;
@@ -202,7 +202,7 @@ TEST_F(PlainStream, SizeOfNothingIsZero) {
   EXPECT_EQ(stream.size(), 0u);
 }
 
-TEST_F(PlainStream, FailedReadIsPrintedAndGivesZero) {
+TEST_F(PlainStream, FailedReadIsLoggedAndGivesZero) {
   const LogLines log;
   Mp4Stream stream;
   char byte = 0;
@@ -211,7 +211,7 @@ TEST_F(PlainStream, FailedReadIsPrintedAndGivesZero) {
                              "fmp4 file_read failure, error: " + std::to_string(vlOSGetLastError()) + "\n"));
 }
 
-TEST_F(PlainStream, FailedWriteIsPrintedAndNegative) {
+TEST_F(PlainStream, FailedWriteIsLoggedAndNegative) {
   Mp4Stream stream;
   stream.open(file(text("abc")).c_str(), MP4_MODE_READ);
   const LogLines log;
@@ -220,7 +220,7 @@ TEST_F(PlainStream, FailedWriteIsPrintedAndNegative) {
                              "fmp4 file_write failure, error: " + std::to_string(vlOSGetLastError()) + "\n"));
 }
 
-TEST_F(PlainStream, CountsBelowOneAreNothingToDo) {
+TEST_F(PlainStream, CountsBelowOneDoNothing) {
   const LogLines log;
   Mp4Stream stream;
   EXPECT_EQ(stream.read(nullptr, 0), 0);
@@ -259,12 +259,12 @@ TEST_F(BufferedStream, WriteOfOneByteMoreGoesStraightToTheFile) {
   EXPECT_EQ(sizeOnDisk(), 0xA00001u);
 }
 
-TEST_F(BufferedStream, WritesThatContinueWaitTogetherBelowTheBufferSize) {
+TEST_F(BufferedStream, ContiguousWritesAreBufferedBelowTheBufferSize) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, Bytes(kBuffer - 2, 1));
   writeBytes(*stream, Bytes(1, 2));
   EXPECT_EQ(sizeOnDisk(), 0u);
-  // One more would fill it: what waits goes out, the new byte waits.
+  // One more byte would fill it: the buffered bytes are written, the new one is buffered.
   writeBytes(*stream, Bytes(1, 3));
   EXPECT_EQ(sizeOnDisk(), 0x9FFFFFu);
   stream->close();
@@ -275,7 +275,7 @@ TEST_F(BufferedStream, WritesThatContinueWaitTogetherBelowTheBufferSize) {
   EXPECT_EQ(bytes[0x9FFFFF], 3);
 }
 
-TEST_F(BufferedStream, WriteElsewhereSendsOutWhatWaits) {
+TEST_F(BufferedStream, WriteElsewhereFlushesTheBuffer) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, text("abcd"));
   EXPECT_TRUE(stream->seek(8));
@@ -290,7 +290,7 @@ TEST_F(BufferedStream, WriteElsewhereSendsOutWhatWaits) {
   EXPECT_EQ(onDisk(), join({text("aXcd"), zeros(4), text("efgh")}));
 }
 
-TEST_F(BufferedStream, LargeWriteFollowsWhatWaits) {
+TEST_F(BufferedStream, LargeWriteFollowsTheBufferedBytes) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, text("ab"));
   writeBytes(*stream, Bytes(kBuffer + 1, 7));
@@ -300,7 +300,7 @@ TEST_F(BufferedStream, LargeWriteFollowsWhatWaits) {
   EXPECT_EQ(onDisk(), join({text("ab"), Bytes(kBuffer + 1, 7), text("yz")}));
 }
 
-TEST_F(BufferedStream, CloseWritesWhatWaitsBeforeTheHandleIsClosed) {
+TEST_F(BufferedStream, CloseFlushesBeforeTheHandleIsClosed) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, text("last words"));
   const VLHANDLE handle = stream->handle;
@@ -311,14 +311,14 @@ TEST_F(BufferedStream, CloseWritesWhatWaitsBeforeTheHandleIsClosed) {
   EXPECT_EQ(stream->close(), 0);
 }
 
-TEST_F(BufferedStream, EndOfLifeWritesWhatWaits) {
+TEST_F(BufferedStream, DestructorFlushes) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, text("last words"));
   stream.reset();
   EXPECT_EQ(onDisk(), text("last words"));
 }
 
-TEST_F(BufferedStream, CloseTellsOfAFailedWriteAndStillCloses) {
+TEST_F(BufferedStream, CloseReportsAFailedWriteAndStillCloses) {
   file(text("abc"));
   auto stream = buffered(MP4_MODE_READ);
   const VLHANDLE handle = stream->handle;
@@ -330,7 +330,7 @@ TEST_F(BufferedStream, CloseTellsOfAFailedWriteAndStillCloses) {
   EXPECT_EQ(onDisk(), text("abc"));
 }
 
-TEST_F(BufferedStream, WriteTellsOfAFailedFlush) {
+TEST_F(BufferedStream, WriteReportsAFailedFlush) {
   file(text("abc"));
   auto stream = buffered(MP4_MODE_READ);
   EXPECT_EQ(writeBytes(*stream, text("xyz")), 3);
@@ -341,7 +341,7 @@ TEST_F(BufferedStream, WriteTellsOfAFailedFlush) {
   EXPECT_LT(stream->close(), 0);
 }
 
-TEST_F(BufferedStream, FailedSeeksGiveAllOnes) {
+TEST_F(BufferedStream, FailedSeeksReturnAllOnes) {
   Mp4BufferedStream stream(std::make_unique<Mp4Stream>());
   char byte = 0;
   EXPECT_EQ(stream.read(&byte, 1), -1);
@@ -357,7 +357,7 @@ TEST_F(BufferedStream, WriteDoesNotRunPastTheLargestOffset) {
   EXPECT_EQ(writeBytes(*stream, text("a")), -1);
 }
 
-TEST_F(BufferedStream, OpenStartsAfresh) {
+TEST_F(BufferedStream, OpenFlushesAndStartsAtZero) {
   auto stream = buffered(MP4_MODE_CREATE);
   writeBytes(*stream, text("abc"));
   stream->open(path_.c_str(), MP4_MODE_READ);
@@ -367,7 +367,7 @@ TEST_F(BufferedStream, OpenStartsAfresh) {
 
 // ---- The buffered stream: reading -------------------------------------------------------------------
 
-// A change behind the stream's back tells what is read from the file from what is read from the buffer.
+// A change behind the stream's back tells bytes read from the file apart from bytes read from the buffer.
 void change(const std::string& path, std::uint64_t offset, const Bytes& bytes) {
   Mp4Stream stream;
   stream.open(path.c_str(), MP4_MODE_UPDATE);
@@ -423,7 +423,7 @@ TEST_F(BufferedStream, ReadEndsWithTheFile) {
   EXPECT_EQ(readBytes(*stream, 100), text("ef"));
 }
 
-TEST_F(BufferedStream, ReadOfCountsBelowOneIsNothing) {
+TEST_F(BufferedStream, ReadOfCountsBelowOneDoesNothing) {
   file(text("abcdef"));
   auto stream = buffered(MP4_MODE_READ);
   EXPECT_EQ(stream->read(nullptr, 0), 0);
@@ -441,7 +441,7 @@ TEST_F(BufferedStream, PeekGoesToTheFileAndDoesNotMove) {
   EXPECT_EQ(readBytes(*stream, 3), text("cde"));
 }
 
-TEST_F(BufferedStream, BytesThatWaitAreNotOnReadYet) {
+TEST_F(BufferedStream, BufferedWritesAreNotReadYet) {
   file(text("abcdef"));
   auto stream = buffered(MP4_MODE_UPDATE);
   writeBytes(*stream, text("XY"));

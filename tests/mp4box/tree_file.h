@@ -1,4 +1,4 @@
-// A file of given bytes, opened as a stream that counts what it asks of the host.
+// A file of given bytes, opened as a stream that counts its host reads.
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Reading trees of boxes, whole ones and hostile ones.
+// Reading trees of boxes, well-formed and hostile.
 #include <gmock/gmock.h>
 
 #include <array>
@@ -70,7 +70,7 @@ TEST(ReadRoot, OfAnEmptyFileHasNoChildren) {
   EXPECT_EQ(root->last, nullptr);
 }
 
-TEST(ReadRoot, OfNothingOpenHasNoChildren) {
+TEST(ReadRoot, OfAClosedStreamHasNoChildren) {
   vlSetLogSink([](void*, std::uint32_t, const char*) {}, nullptr);
   Mp4Stream stream;
   const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
@@ -80,7 +80,7 @@ TEST(ReadRoot, OfNothingOpenHasNoChildren) {
   EXPECT_EQ(root->first, nullptr);
 }
 
-TEST(ReadRoot, BoxesKnowTheirPlaceAndTheirFamily) {
+TEST(ReadRoot, BoxesKnowTheirOffsetParentAndSiblings) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})})}));
   const Mp4BoxPtr root = file.root();
   const Mp4Box* ftyp = root->first;
@@ -137,7 +137,7 @@ TEST(ReadRoot, TakesFewHostReads) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox(), repeat(box("trak", {tkhdBox(), tkhdBox()}), 50)}),
                       moofBox(1), box("mdat", {zeros(1000)}), box("skip", {zeros(1000)})}));
   file.root();
-  // The first two headers, the rest of each container with the header behind it, and the header of the last
+  // The first two headers, the rest of each container with the header after it, and the header of the last
   // box.
   EXPECT_EQ(file.stream.reads, 5);
 }
@@ -200,11 +200,11 @@ TEST(BoxHeader, NeedsEightBytes) {
   EXPECT_TRUE(headerOf(box("mdat")).read);
 }
 
-TEST(BoxHeader, PassesOnASizeOfZero) {
+TEST(BoxHeader, KeepsASizeOfZero) {
   const Header zero = headerOf(boxOfSize(0, "mdat"));
   EXPECT_TRUE(zero.read);
   EXPECT_EQ(zero.box.size, 0u);
-  // So does one whose 64-bit size is not all there.
+  // So does one whose 64-bit size is incomplete.
   const Header cut = headerOf(boxOfSize(1, "mdat", {u32(0), u24(1)}));
   EXPECT_TRUE(cut.read);
   EXPECT_EQ(cut.box.size, 0u);
@@ -227,7 +227,7 @@ TEST(BoxHeader, FailsForAnEndThat64BitsDoNotHold) {
   EXPECT_FALSE(headerOf(largeBoxOfSize(kMost, "mdat"), 100).read);
 }
 
-TEST(SeekNextBox, TellsDoneEndOrNoSize) {
+TEST(SeekNextBox, ReportsDoneEndOrNoSize) {
   TreeFile file(join({box("mdat"), box("mdat"), box("mdat")}));
   Mp4Box father, child;
   father.size = 24;
@@ -295,7 +295,8 @@ TEST(Level, EndsWithABoxThatReachesPast64Bits) {
 }
 
 TEST(Level, EndsWithALeafThatFailed) {
-  // "tkhd" claims more than the file has: it is absent, its father stays, and so does what follows that.
+  // "tkhd" claims more than the file has: it is absent; its parent stays, and so does what follows the
+  // parent.
   EXPECT_EQ(
       treeOf(join({box("moov", {mvhdBox(), boxOfSize(5000, "tkhd"), box("trak", {tkhdBox()})}), ftypBox()})),
       "moov(mvhd) ftyp");
@@ -306,8 +307,8 @@ TEST(Level, EndsWithMediaDataThatReachesPastTheFile) {
 }
 
 TEST(Level, EndsWithAChildThatReachesPastItsParent) {
-  // "tkhd" takes 8 bytes from behind its "trak": it is read whole, and the "trak" ends with it; the "moov"
-  // goes on where the "trak" ended.
+  // "tkhd" takes 8 bytes from after its "trak": it is read completely, and the "trak" ends with it; the
+  // "moov" continues where the "trak" ended.
   const Bytes overrun = box("trak", {boxOfSize(108, "tkhd", {zeros(92)})});
   ASSERT_EQ(overrun.size(), 108u);
   const Bytes file = box("moov", {overrun, box("free"), box("trak", {tkhdBox()}), mvhdBox()});
@@ -326,7 +327,7 @@ TEST(Level, ChildOfTheTopLevelCannotReachPastItsBytes) {
 
 // ---- Containers -------------------------------------------------------------------------------------
 
-TEST(Container, OfOneEightByteBoxHasNoChildren) {
+TEST(Container, OfEightBytesHasNoChildren) {
   EXPECT_EQ(treeOf(box("moov", {box("free")})), "moov");
   EXPECT_EQ(treeOf(largeBox("moov", {box("free")})), "moov");
   EXPECT_EQ(treeOf(box("moov", {box("free", {u8(0)})})), "moov(free)");
@@ -334,7 +335,7 @@ TEST(Container, OfOneEightByteBoxHasNoChildren) {
   EXPECT_EQ(treeOf(largeBox("moov", {box("free"), box("skip")})), "moov(free skip)");
 }
 
-TEST(Container, NullMediaHeaderIsOneWithoutChildren) {
+TEST(Container, NullMediaHeaderIsAContainerWithoutChildren) {
   EXPECT_EQ(treeOf(box("minf", {fullBox("nmhd", 0, 0), box("stbl")})), "minf(nmhd stbl)");
 }
 
@@ -350,7 +351,7 @@ TEST(Container, UnknownTypesAreKeptWithoutContent) {
   EXPECT_EQ(root->first->first->data, nullptr);
 }
 
-TEST(Container, LeavesTakeTheirFields) {
+TEST(Container, LeavesReadTheirFields) {
   TreeFile file(box("moof", {box("traf", {fullBox("tfhd", 0, 0x10, {u32(7), u32(99)})})}));
   const Mp4BoxPtr root = file.root();
   const auto* tfhd =
@@ -361,7 +362,7 @@ TEST(Container, LeavesTakeTheirFields) {
   EXPECT_EQ(tfhd->defaultSampleSize, 99u);
 }
 
-TEST(Container, PayloadIsOnlyFoundAsWhatItIs) {
+TEST(Container, PayloadIsFoundByItsOwnTypeOnly) {
   TreeFile file(box("moov", {mvhdBox()}));
   const Mp4BoxPtr root = file.root();
   const Mp4Box* mvhd = root->first->first;
@@ -373,7 +374,7 @@ TEST(Container, PayloadIsOnlyFoundAsWhatItIs) {
 
 // ---- Padding that hides a movie box, compressed movie boxes -----------------------------------------
 
-TEST(Padding, ThatWrapsAMovieHeaderIsAMovieBoxInHiding) {
+TEST(Padding, ThatWrapsAMovieHeaderIsAHiddenMovieBox) {
   TreeFile file(join({ftypBox(), box("free", {mvhdBox(), box("trak", {tkhdBox()})}), box("mdat")}));
   const Mp4BoxPtr root = file.root();
   EXPECT_EQ(childrenOf(*root), "ftyp foov(mvhd trak(tkhd)) mdat");
@@ -499,7 +500,7 @@ TEST_F(SampleEntryByHandler, HasTheBoxesAfterItsFieldsAsChildren) {
   EXPECT_EQ(childrenOf(*entry), "hvcC pasp");
 }
 
-TEST_F(SampleEntryByHandler, ListedTypesAreWhatTheyAreWhateverTheHandler) {
+TEST_F(SampleEntryByHandler, ListedTypesDoNotDependOnTheHandler) {
   const Mp4Box* entry = read(trackWith(handlerBox("soun"), box("avc1", {zeros(78)})));
   EXPECT_NE(Mp4PayloadOf<mp4::VisualSampleEntry>(entry), nullptr);
 }
@@ -522,7 +523,7 @@ TEST(SampleDescription, WithoutEntriesIsKept) {
 TEST(Hostile, TruncationAtAnyByte) {
   const Bytes whole = join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})}),
                             largeBox("mdat", {zeros(5)}), moofBox(1), box("mdat", {zeros(20)})});
-  // What of the top level is there: leaves only whole, the others as soon as their headers are.
+  // The top-level boxes that are present: leaves only if complete, others as soon as their headers are.
   const std::array<std::size_t, 5> needed = {16, 16 + 8, 232 + 16, 253 + 8, 325 + 8};
   ASSERT_EQ(whole.size(), 353u);
   for (std::size_t length = 0; length <= whole.size(); ++length) {
@@ -537,7 +538,7 @@ TEST(Hostile, TruncationAtAnyByte) {
   }
 }
 
-TEST(Hostile, TruncatedMovieBoxKeepsTheChildrenThatAreThere) {
+TEST(Hostile, TruncatedMovieBoxKeepsTheChildrenPresent) {
   const Bytes moov = box("moov", {mvhdBox(), box("trak", {tkhdBox(), tkhdBox()})});
   const auto cut = [&](std::size_t bytes) {
     return treeOf(Bytes(moov.begin(), moov.end() - static_cast<int>(bytes)));
@@ -552,20 +553,20 @@ TEST(Hostile, TruncatedMovieBoxKeepsTheChildrenThatAreThere) {
   EXPECT_EQ(cut(193), "moov");
 }
 
-TEST(Hostile, LeafThatClaimsFourGibibytesIsNotReadFor) {
+TEST(Hostile, LeafThatClaimsFourGibibytesIsNotRead) {
   TreeFile file(join({ftypBox(), boxOfSize(0xFFFFFFFF, "sidx", {zeros(100)})}));
   const Mp4BoxPtr root = file.root();
   EXPECT_EQ(childrenOf(*root), "ftyp");
   EXPECT_EQ(file.stream.largestRead, 32);
 }
 
-TEST(Hostile, LeafThatClaimsOneByteMoreThanTheFileIsNotReadFor) {
+TEST(Hostile, LeafThatClaimsOneByteMoreThanTheFileIsNotRead) {
   TreeFile file(join({ftypBox(), boxOfSize(109, "sidx", {zeros(100)})}));
   EXPECT_EQ(childrenOf(*file.root()), "ftyp");
   EXPECT_EQ(file.stream.largestRead, 32);
 }
 
-TEST(Hostile, LeafLargerThanTheLimitIsNotReadFor) {
+TEST(Hostile, LeafLargerThanTheLimitIsNotRead) {
   TempFolder folder;
   const std::string path = folder.file("boxes");
   writeFile(path, boxOfSize(MP4_MAX_LEAF_BYTES + 1, "sidx"));
@@ -598,7 +599,7 @@ TEST(Hostile, ContainerThatClaimsMoreThanTheFileIsReadAsFarAsItGoes) {
   EXPECT_EQ(file.stream.largestRead, 84);
 }
 
-TEST(Hostile, NestingIsReadToALimit) {
+TEST(Hostile, NestingIsLimited) {
   Bytes bytes;
   constexpr unsigned kLevels = 10000;
   for (unsigned level = 0; level < kLevels; ++level) {
@@ -613,7 +614,7 @@ TEST(Hostile, NestingIsReadToALimit) {
 }
 
 TEST(Hostile, ContainersThatAllReachToTheEndCountOncePerLevel) {
-  // Every box claims all the bytes behind it.
+  // Every box claims all the bytes after it.
   constexpr std::uint32_t kBoxes = 20000;
   Bytes bytes;
   for (std::uint32_t i = 0; i < kBoxes; ++i) {
@@ -625,7 +626,7 @@ TEST(Hostile, ContainersThatAllReachToTheEndCountOncePerLevel) {
   EXPECT_LE(boxesIn(*root), 32u);
 }
 
-TEST(Hostile, EightByteBoxesByTheHundredThousand) {
+TEST(Hostile, HundredsOfThousandsOfEightByteBoxes) {
   constexpr std::uint32_t kBoxes = 300000;
   TreeFile flat(repeat(box("free"), kBoxes));
   EXPECT_EQ(childCount(*flat.root()), kBoxes);
@@ -636,7 +637,7 @@ TEST(Hostile, EightByteBoxesByTheHundredThousand) {
   EXPECT_EQ(nested.stream.reads, 2);
 }
 
-TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllowFor) {
+TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllow) {
   constexpr std::uint32_t kBoxes = 1000000;
   TreeFile flat(repeat(box("free"), kBoxes));
   EXPECT_EQ(childCount(*flat.root()), 450000u) << "300000, and one more for every 24 bytes";
@@ -646,7 +647,7 @@ TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllowFor) {
   EXPECT_EQ(childCount(*afterMuch.root()), 454095u) << "64 KiB of the large one count";
 }
 
-// One access unit of silence a fragment, hours of it.
+// One access unit of silence per fragment, for hours.
 TEST(Hostile, FragmentsOfOneSmallSampleHaveRoomForTheirBoxes) {
   constexpr std::uint32_t kFragments = 140000;
   const Bytes moof =
@@ -656,12 +657,12 @@ TEST(Hostile, FragmentsOfOneSmallSampleHaveRoomForTheirBoxes) {
   ASSERT_EQ(moof.size(), 88u);
   TreeFile file(repeat(join({moof, box("mdat", {zeros(6)})}), kFragments));
   EXPECT_EQ(childCount(*file.root()), 2 * kFragments);
-  // Empty ones have no more than their bytes give them.
+  // Empty ones have no more boxes than their bytes allow.
   TreeFile empty(repeat(box("moof"), 1000000));
   EXPECT_EQ(childCount(*empty.root()), 450000u);
 }
 
-TEST(Hostile, ReadingBeforeSmallBoxesEndsWithTheFirstLargeOne) {
+TEST(Hostile, ReadAheadForSmallBoxesEndsWithTheFirstLargeOne) {
   TreeFile file(join({repeat(box("free"), 1000), box("mdat", {zeros(1 << 20)}), box("free"),
                       box("mdat", {zeros(1 << 20)}), box("free")}));
   EXPECT_EQ(childCount(*file.root()), 1004u);
@@ -678,7 +679,7 @@ std::uint64_t leafBytes(const Mp4Box& box) {
 }
 
 TEST(Hostile, LeavesThatAllReachToTheEndAreReadOnce) {
-  // Each "trak" of 16 bytes holds an "avcC" that takes all that follows.
+  // Each "trak" of 16 bytes holds an "avcC" that claims all that follows.
   constexpr std::uint32_t kTracks = 20000;
   Bytes tracks;
   for (std::uint32_t i = 0; i < kTracks; ++i) {
@@ -693,7 +694,7 @@ TEST(Hostile, LeavesThatAllReachToTheEndAreReadOnce) {
 }
 
 TEST(Hostile, ContainersThatReachPastTheirParentsAreReadAgainABoundedNumberOfTimes) {
-  // A "trak" of 20 bytes holds a "mdia" that reaches to the end over all the next ones.
+  // A "trak" of 20 bytes holds a "mdia" that extends to the end, over all that follow.
   constexpr std::uint32_t kTracks = 5000;
   Bytes tracks;
   for (std::uint32_t i = 0; i < kTracks; ++i) {
@@ -716,7 +717,7 @@ TEST(Hostile, OverrunsAreSharedByAllBoxesOfAFile) {
 
 // ---- Freeing ----------------------------------------------------------------------------------------
 
-TEST(Free, OfNothingIsNothing) {
+TEST(Free, OfNullDoesNothing) {
   Mp4BoxFree(nullptr, nullptr);
 }
 
@@ -730,7 +731,7 @@ struct Witness : Mp4Payload {
   char name_;
 };
 
-TEST(Free, ChildrenFirstInOrderEachWithItsOwn) {
+TEST(Free, ChildrenFirstInOrderEachWithItsPayload) {
   std::string freed;
   const auto make = [&](char name, Mp4Box* father) {
     auto* box = new Mp4Box;

@@ -38,7 +38,7 @@ int forEachType(const std::string& list, Check check) {
   return count;
 }
 
-TEST(TypeTable, Has186RowsTheLastOfThemForEveryOtherType) {
+TEST(TypeTable, Has186RowsTheLastOneForAnyOtherType) {
   const auto& table = Mp4BoxTypeTable();
   EXPECT_EQ(table.size(), 22u + 54 + 2 + 4 + 24 + 35 + 33 + 4 + 7 + 1);
   EXPECT_EQ(table.back().type, 0u);
@@ -46,7 +46,7 @@ TEST(TypeTable, Has186RowsTheLastOfThemForEveryOtherType) {
   EXPECT_EQ(table.back().make, nullptr);
 }
 
-TEST(TypeTable, OnlyOneTypeStandsTwice) {
+TEST(TypeTable, OnlyOneTypeIsListedTwice) {
   std::map<std::uint32_t, int> rows;
   for (const Mp4BoxType& row : Mp4BoxTypeTable()) ++rows[row.type];
   for (const auto& [type, count] : rows) EXPECT_EQ(count, type == code("\xA9grp") ? 2 : 1) << type;
@@ -63,7 +63,7 @@ TEST(TypeTable, ReadsContainersWithoutAPayload) {
   EXPECT_EQ(count, 22);
 }
 
-TEST(TypeTable, ReadsTheseLeavesEachWithAPayloadOfItsOwn) {
+TEST(TypeTable, ReadsTheseLeavesEachWithItsOwnPayload) {
   std::set<Mp4Payload* (*)()> payloads;
   const int count = forEachType(
       "ftyp|sidx|mvhd|tkhd|mdhd|hdlr|vmhd|smhd|hmhd|url |urn |stts|ctts|stsz|stsc|stss|stsh|stdp|padb|elst|"
@@ -91,7 +91,7 @@ TEST(TypeTable, ReadsTheCompressedMovieBoxInItsOwnWay) {
   EXPECT_NE(Mp4FindBoxType(code("cmov")).make, nullptr);
 }
 
-TEST(TypeTable, PassesOverMediaDataAndPadding) {
+TEST(TypeTable, SkipsMediaDataAndPadding) {
   EXPECT_EQ(forEachType("mdat|skip|free|wide",
                         [](const Mp4BoxType& row) {
                           EXPECT_EQ(row.reader, Mp4ReadMediaData);

@@ -98,7 +98,7 @@ TEST(Fragment, OfFourTracksPlacesTheDataOfEach) {
                         fullBox("trun", 0, 0x000201, {u32(1), u32(size + 1359), u32(8)})})}));
 }
 
-TEST(Fragment, RunOfNoSamplesHasOnlyItsHead) {
+TEST(Fragment, EmptyRunHasOnlyItsHeader) {
   auto fragment = Mp4SetUpFragment(1, {.video = true});
   fragment.tracks[TrackKind::Video]->trun.flags |= mp4::TrackRunBox::kFirstSampleFlags;
   fragment.tracks[TrackKind::Video]->trun.firstSampleFlags = 0x02000000;
@@ -119,7 +119,7 @@ TEST(Fragment, WithABaseOffsetKeepsItsDataOffset) {
                                                  fullBox("trun", 0, 0x000E01, {u32(0), u32(8)})})}));
 }
 
-TEST(Fragment, WhoseOffsetsDoNotCountFromItKeepsItsDataOffset) {
+TEST(Fragment, WithoutDefaultBaseIsMoofKeepsItsDataOffset) {
   auto fragment = Mp4SetUpFragment(1, {.video = true});
   fragment.tracks[TrackKind::Video]->tfhd.flags = 0;
   EXPECT_EQ(

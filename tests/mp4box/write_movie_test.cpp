@@ -159,7 +159,7 @@ TEST(SampleDescription, HoldsTheAvcConfigurationOfTheStream) {
             sampleDescriptionOf(box("avc1", {kVisualFields, box("avcC", {record})})));
 }
 
-TEST(SampleDescription, WithoutAvcConfigurationHoldsAStandInOf14Bytes) {
+TEST(SampleDescription, WithoutAvcConfigurationHoldsAPlaceholderOf14Bytes) {
   mp4::Track track = Mp4SetUpVideoTrack(1, 25, 1280, 720);
   EXPECT_EQ(kStandInAvcConfiguration.size(), 14u);
   EXPECT_EQ(sampleDescription(track),

@@ -15,8 +15,8 @@ std::array<std::uint8_t, 7> headerOf(std::uint8_t asc0, std::uint8_t asc1, std::
   return bytes;
 }
 
-TEST(AdtsHeader, IsBuiltFromTheConfigurationInItsOwnWay) {
-  // LC, 48 kHz, stereo: 0x11 0x90. The object type's low bits stand where the profile goes.
+TEST(AdtsHeader, IsBuiltFromTheConfigurationWithItsOwnLayout) {
+  // LC, 48 kHz, stereo: 0x11 0x90. The object type's low bits are written as the profile.
   EXPECT_THAT(headerOf(0x11, 0x90, 93), ElementsAre(0xFF, 0xF1, 0x8C, 0x80, 100 >> 3, (100 & 3) << 5, 0));
 }
 
@@ -30,16 +30,15 @@ TEST(AdtsHeader, CarriesTheLengthWithoutItsBitTwoAndWithoutItsHighBits) {
   EXPECT_EQ(length(3000), std::pair((3007 >> 3) & 0xFF, (3007 & 3) << 5));
 }
 
-TEST(AdtsHeader, EveryChannelConfigurationWithItsTwoTopBitsClearedIsNone) {
-  // The third byte takes the configuration's two low bits where the frame has them: 1 and 2 and 3 come out
-  // as 2.
+TEST(AdtsHeader, TheChannelConfigurationIsTwoUnlessItsLowBitsAreZero) {
+  // Only the configuration's two low bits count: 1, 2 and 3 become 2, and 0 stays 0.
   for (std::uint8_t configuration = 0; configuration < 8; ++configuration) {
     const auto asc1 = static_cast<std::uint8_t>(0x80 | configuration << 3);
     EXPECT_EQ(headerOf(0x11, asc1, 10)[3], configuration % 4 ? 0x80 : 0x00) << int{configuration};
   }
 }
 
-TEST(AdtsHeader, TheSamplingFrequencyIndexStandsInItsPlace) {
+TEST(AdtsHeader, TheSamplingFrequencyIndexIsInItsField) {
   for (std::uint8_t index = 0; index < 13; ++index) {
     const auto asc0 = static_cast<std::uint8_t>(2 << 3 | index >> 1);
     const auto asc1 = static_cast<std::uint8_t>((index & 1) << 7 | 2 << 3);

@@ -1,4 +1,4 @@
-// Recordings that go wrong: what is refused, and what stays whole.
+// Recordings that fail: what is refused, and what stays intact.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TEST(BadRecording, WritingBeforeTheDescriptionIsReported) {
   EXPECT_EQ(readFile(folder.file("out.m4v")).size(), 28u);
 }
 
-TEST(BadRecording, ChannelsThatTheFileDoesNotHaveAreReported) {
+TEST(BadRecording, MissingChannelsAreReported) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   MediaFile sounding = startRecording(folder.file("b.mp4"), withAudio());
@@ -52,7 +52,7 @@ TEST(BadRecording, ChannelsThatTheFileDoesNotHaveAreReported) {
   EXPECT_THAT(log.lines, ElementsAre(noVideo, noVideo, noSound, noSound, noVideo));
 }
 
-TEST(BadRecording, ASourceThatIsReadTakesNoSamples) {
+TEST(BadRecording, AnObjectThatReadsTakesNoSamples) {
   const TempFolder folder;
   {
     const MediaFile file = startRecording(folder.file("out.mp4"));
@@ -65,7 +65,7 @@ TEST(BadRecording, ASourceThatIsReadTakesNoSamples) {
   EXPECT_EQ(log.lines.size(), 2u);
 }
 
-TEST(BadRecording, RequestsWithoutWhatTheyAnnounceFail) {
+TEST(BadRecording, RequestsWithoutDescriptorOrDataFail) {
   const TempFolder folder;
   const MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   DFRAME descriptor{};
@@ -75,10 +75,10 @@ TEST(BadRecording, RequestsWithoutWhatTheyAnnounceFail) {
     EXPECT_EQ(file->Write(0, 1, 3, mode, nullptr, nullptr), 0xFFFFFFFFu);
     EXPECT_EQ(file->Write(0, 1, 3, mode, &descriptor, nullptr), 0xFFFFFFFFu);
   }
-  EXPECT_EQ(file->Write(0, 1, 3, 2, &descriptor, nullptr), VL_OK) << "neither video nor sound";
+  EXPECT_EQ(file->Write(0, 1, 3, 2, &descriptor, nullptr), VL_OK) << "neither video nor audio";
 }
 
-TEST(BadRecording, EmptyFramesKeepTheirPlace) {
+TEST(BadRecording, EmptyFramesAreKept) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   for (std::uint32_t i = 0; i < 31; ++i)
@@ -90,7 +90,7 @@ TEST(BadRecording, EmptyFramesKeepTheirPlace) {
   EXPECT_EQ(readFrame(*read, 29).data, frameBytes(29, 50));
 }
 
-TEST(BadRecording, AFrameOfAHundredMegabytesIsTaken) {
+TEST(BadRecording, AFrameOfAHundredMegabytesIsRecorded) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   const Bytes large = frameBytes(1, 100u << 20);
@@ -102,7 +102,7 @@ TEST(BadRecording, AFrameOfAHundredMegabytesIsTaken) {
   EXPECT_EQ(readFrame(*read, 2).data, frameBytes(2));
 }
 
-TEST(BadRecording, WhatAFragmentCannotHoldIsRefusedBeforeItIsLookedAt) {
+TEST(BadRecording, SamplesTooLargeForAFragmentAreRefusedUnread) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   writeFrames(*file, 1);
@@ -168,13 +168,13 @@ TEST(BadRecording, SampleRatesBeyond16BitsAreRefused) {
   EXPECT_EQ(describeSound(*file, d), VL_OK);
 }
 
-TEST(BadRecording, CodecDataShorterThanItSaysIsRefused) {
+TEST(BadRecording, CodecDataShorterThanItStatesIsRefused) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   LogCapture log;
   const Bytes damaged[] = {
-      boxOfSize(7, "avcC"),           // less than its own header
-      boxOfSize(0xFFFFFFFF, "avcC"),  // more than there is room for
+      boxOfSize(7, "avcC"),           // smaller than its own header
+      boxOfSize(0xFFFFFFFF, "avcC"),  // larger than the buffer
       boxOfSize(128 * 1024 + 1, "avcC"),
       box("avcC"),  // no record
       box("avcC", {u8(1), u8(0x64), u8(0), u8(30), u8(0xFF)}),
@@ -197,7 +197,7 @@ TEST(BadRecording, CodecDataShorterThanItSaysIsRefused) {
   EXPECT_THAT(log.lines, testing::Each(error("The codec configuration is shorter than it says")));
 }
 
-TEST(BadRecording, ABitmapHeaderThatTellsItsSizeBoundsTheConfiguration) {
+TEST(BadRecording, ABitmapHeaderWithASizeBoundsTheConfiguration) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   const Described d = describe(*file);
@@ -211,7 +211,7 @@ TEST(BadRecording, ABitmapHeaderThatTellsItsSizeBoundsTheConfiguration) {
   EXPECT_EQ(file->SetFileInfo(1, nullptr, d.video.get(), nullptr, nullptr), VL_OK);
 }
 
-TEST(BadRecording, WithoutAConfigurationAStandInIsWritten) {
+TEST(BadRecording, WithoutAConfigurationAPlaceholderIsWritten) {
   const TempFolder folder;
   RecordingDescription d;
   d.configuration = {};
@@ -223,7 +223,7 @@ TEST(BadRecording, WithoutAConfigurationAStandInIsWritten) {
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("codecs=\"avc1.010001\""));
 }
 
-TEST(BadRecording, AManifestThatCannotBeSavedHarmsNothingElse) {
+TEST(BadRecording, AManifestThatCannotBeSavedLeavesTheRestIntact) {
   const TempFolder folder;
   std::filesystem::create_directory(folder.file("out.mpd"));
   std::filesystem::create_directory(folder.file("out.m3u8"));
@@ -233,7 +233,7 @@ TEST(BadRecording, AManifestThatCannotBeSavedHarmsNothingElse) {
   EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 301u);
 }
 
-TEST(BadRecording, AListWhoseNameDoesNotFitLeavesTheMediaAlone) {
+TEST(BadRecording, APlaylistWhoseNameIsTooLongLeavesTheMediaIntact) {
   const TempFolder folder;
   // 259 characters: the media's name fits, the playlist's is one longer.
   const std::string start = folder.file("");
@@ -248,7 +248,7 @@ TEST(BadRecording, AListWhoseNameDoesNotFitLeavesTheMediaAlone) {
   EXPECT_EQ(read->GetTotalFrames(), 3u);
 }
 
-TEST(BadRecording, ListsOfTheRecordingThatIsReplacedGoWithIt) {
+TEST(BadRecording, ManifestAndPlaylistsOfAReplacedRecordingAreRemoved) {
   const TempFolder folder;
   {
     MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
@@ -261,7 +261,7 @@ TEST(BadRecording, ListsOfTheRecordingThatIsReplacedGoWithIt) {
     EXPECT_FALSE(std::filesystem::exists(folder.file(name))) << name << " names bytes that are gone";
 }
 
-TEST(BadRecording, AudioIsNotWrittenOverThePicture) {
+TEST(BadRecording, AudioDoesNotOverwriteTheVideo) {
   const TempFolder folder;
   const std::string path = folder.file("out.m4v.m4a");
   MediaFile file = startRecording(path, withAudio());
@@ -272,7 +272,7 @@ TEST(BadRecording, AudioIsNotWrittenOverThePicture) {
   EXPECT_EQ(openFile(path)->GetTotalFrames(), 3u);
 }
 
-TEST(BadRecording, WhatWasRefusedWhenDescribedIsNotRecorded) {
+TEST(BadRecording, ARefusedDescriptionIsNotRecorded) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   RecordingDescription refused;
@@ -285,7 +285,7 @@ TEST(BadRecording, WhatWasRefusedWhenDescribedIsNotRecorded) {
   EXPECT_EQ(openFile(folder.file("out.m4v"))->GetTotalFrames(), 2u);
 }
 
-TEST(BadRecording, ASecondAudioDescriptionThatIsRefusedLeavesTheFirst) {
+TEST(BadRecording, ARefusedSecondAudioDescriptionKeepsTheFirst) {
   const TempFolder folder;
   for (const char* name : {"out.mp4", "out.ismv"}) {
     MediaFile file = startRecording(folder.file(name), withAudio());
@@ -306,7 +306,7 @@ TEST(BadRecording, ASecondAudioDescriptionThatIsRefusedLeavesTheFirst) {
   }
 }
 
-TEST(BadRecording, AVideoDescriptionThatIsRefusedIsToldAtTheWriteAsWell) {
+TEST(BadRecording, AnUnusableFrameSizeIsReportedAtTheWriteToo) {
   const TempFolder folder;
   const MediaFile file = startRecording(folder.file("out.mp4"));
   file->SetCodecOption(1, 0, 3, 0, nullptr);  // no width
@@ -315,7 +315,7 @@ TEST(BadRecording, AVideoDescriptionThatIsRefusedIsToldAtTheWriteAsWell) {
   EXPECT_THAT(log.lines, ElementsAre(error("The picture size cannot be recorded")));
 }
 
-TEST(BadRecording, AudioDescribedAfterTheFirstFrameIsRefusedAndMakesNoFile) {
+TEST(BadRecording, AudioDescribedAfterTheFirstFrameIsRefusedAndCreatesNoFile) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrames(*file, 1);
@@ -325,7 +325,7 @@ TEST(BadRecording, AudioDescribedAfterTheFirstFrameIsRefusedAndMakesNoFile) {
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));
 }
 
-TEST(BadRecording, RatesOfAFrameASecondAndLessAreRefused) {
+TEST(BadRecording, RatesOfOneFramePerSecondAndLessAreRefused) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   for (const auto& [rate, scale] : {std::pair(1u, 1u), std::pair(1u, 2u), std::pair(1001u, 1000u)}) {
@@ -336,7 +336,7 @@ TEST(BadRecording, RatesOfAFrameASecondAndLessAreRefused) {
   }
 }
 
-TEST(BadRecording, PictureSizesBeyond16BitsAreRefused) {
+TEST(BadRecording, FrameSizesBeyond16BitsAreRefused) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   LogCapture log;

@@ -1,4 +1,4 @@
-// Audio files whose access units are the packets of real ones, changed at will.
+// Audio files built from the access units of real ones, with any changes.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
-// A coded stereo sound at 48 kHz.
+// Coded stereo audio at 48 kHz.
 struct CodedAudio {
   std::uint32_t unitFrames;
   Bytes sampleEntry;
@@ -27,7 +27,7 @@ inline Bytes elementaryStreamBox(std::uint8_t objectType = 0x40, std::uint16_t c
                   u32(0), u8(5), u8(2), u16(configuration), u8(6), u8(1), u8(2)});
 }
 
-// The packets that ffmpeg makes of a second of two sweeps, which tell every place from every other.
+// The packets that ffmpeg makes of a second of two sweeps, in which no two positions are alike.
 inline std::vector<Bytes> codedSweeps(const std::vector<std::string>& codec) {
   const TempFolder folder;
   const std::string source = folder.file("source.mp4");
@@ -44,7 +44,7 @@ inline std::vector<Bytes> codedSweeps(const std::vector<std::string>& codec) {
   return packets;
 }
 
-// Made once a test program.
+// Made once per test program.
 inline const CodedAudio& aacAudio() {
   static const CodedAudio sound = {1024, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox()),
                                    codedSweeps({"-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"})};
@@ -56,7 +56,7 @@ inline const CodedAudio& ac3Audio() {
   return sound;
 }
 
-// HE-AAC, whose configuration tells the core alone.
+// HE-AAC, whose configuration signals the core only.
 inline CodedAudio heAacAudioOf(const char* file, std::uint16_t configuration) {
   CodedAudio sound = {2048, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x40, configuration)), {}};
   for (const Bytes& frame : SplitAdts(readFile(std::string(VL_TEST_DATA) + "/" + file)))
@@ -72,17 +72,17 @@ inline const CodedAudio& heAacV2Audio() {
   return sound;
 }
 
-// The sound as the one run of its track, each unit as long as it decodes to.
+// The audio as the only run of its track, each access unit with the duration it decodes to.
 inline RunSpec runOf(const CodedAudio& sound) {
   RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
   for (const Bytes& unit : sound.units) run.samples.push_back({unit, sound.unitFrames});
   return run;
 }
 
-// A track of a file: its sample entry and its units.
+// A track of a file: its sample entry and its access units.
 using SoundTrack = std::pair<Bytes, RunSpec>;
 
-// A file of such tracks, of one fragment.
+// A file of such tracks with a single fragment.
 inline Bytes audioFile(const std::vector<SoundTrack>& tracks) {
   std::vector<TrackSpec> specs;
   std::vector<TrafSpec> trafs;
@@ -111,7 +111,7 @@ struct BuiltFile {
   CAMediaFile& operator*() const { return *file; }
 };
 
-// A sound whose run `change` has changed.
+// Audio whose run `change` has modified.
 template <class Change>
 BuiltFile builtClip(const CodedAudio& sound, Change change) {
   RunSpec run = runOf(sound);

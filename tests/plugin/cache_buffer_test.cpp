@@ -1,4 +1,4 @@
-// The class that hosts derive from, as they do it.
+// The class that hosts derive from, used as they use it.
 #include "support/cache_buffer.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ TEST(CacheBuffer, WithoutADivisorTheIndexAdvancesByOneWhateverTheAmount) {
   EXPECT_EQ(buffer.increment(~0ull, 1), 0u);
 }
 
-TEST(CacheBuffer, WithADivisorTheIndexAdvancesByWholeSteps) {
+TEST(CacheBuffer, WithADivisorTheIndexAdvancesByCompleteSteps) {
   Buffer buffer(4096);
   EXPECT_EQ(buffer.increment(100, 10000), 102u);
   EXPECT_EQ(buffer.increment(100, 8192), 102u);

@@ -1,4 +1,4 @@
-// Caption bytes beside the frames.
+// Captions delivered with the frames.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ Bytes pairs(std::uint32_t first, std::uint32_t count) {
   return bytes;
 }
 
-// A caption distribution packet of `length` bytes that tells itself apart by its frame.
+// A caption distribution packet of `length` bytes that is unique to its frame.
 Bytes distributionPacket(std::uint32_t frame, std::uint8_t length = 20) {
   Bytes packet = sampleOf(length, frame).data;
   packet[0] = 0x96;
@@ -76,7 +76,7 @@ Bytes clipWith(CaptionsOf captionsOf, std::uint32_t timescale = 30000) {
   return content;
 }
 
-// As our own recordings hold them: one boxed sample a fragment.
+// As in our own recordings: one boxed sample per fragment.
 RunSpec one608Sample(std::uint32_t fragmentIndex) {
   SampleSpec sample{box("cdat", {pairs(fragmentIndex * kFragmentFrames, kFragmentFrames)}),
                     kFragmentFrames * 1001};
@@ -122,7 +122,7 @@ std::vector<std::uint32_t> everyOrder() {
   return order;
 }
 
-TEST(Captions, PairsOfOneSampleAFragmentComeWithTheirFrameInAnyOrder) {
+TEST(Captions, PairsOfOneSamplePerFragmentComeWithTheirFrameInAnyOrder) {
   const Clip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {}}; }));
   ASSERT_NE(clip.file, nullptr);
   for (const std::uint32_t frame : everyOrder()) EXPECT_EQ(clip.cc608(frame), pairOf(frame)) << frame;
@@ -134,7 +134,7 @@ TEST(Captions, TheDescriptorCountsThePair) {
   EXPECT_EQ(readFrame(*clip.file, 3).descriptor.captionFlags, 0x100u);
 }
 
-TEST(Captions, PairsWithoutABoxAroundThemAreTakenWhole) {
+TEST(Captions, PairsWithoutABoxAroundThemAreReadUnchanged) {
   const Clip clip(clipWith([](std::uint32_t f) {
     SampleSpec sample{pairs(f * kFragmentFrames, kFragmentFrames), kFragmentFrames * 1001};
     return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sample}}}, {}};
@@ -162,8 +162,8 @@ TEST(Captions, ASampleTooShortForAPairHasNone) {
   for (const std::uint32_t frame : everyOrder()) EXPECT_EQ(clip.cc608(frame), Bytes()) << frame;
 }
 
-TEST(Captions, SeveralSamplesOfARunAllReadTheRunsStart) {
-  // The system does not add a sample's place inside its run: every sample of this run gives its first pair.
+TEST(Captions, AllSamplesOfARunReadTheRunsStart) {
+  // The offset of a sample inside its run is not added: every sample of this run gives its first pair.
   const auto captionsOf = [](std::uint32_t f) {
     RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
     for (std::uint32_t i = 0; i < kFragmentFrames; ++i)
@@ -176,20 +176,20 @@ TEST(Captions, SeveralSamplesOfARunAllReadTheRunsStart) {
   }
 }
 
-TEST(Captions, RunsAfterTheFirstAreTakenAfterTheLengthOfTheRunBefore) {
-  // Second runs begin where the system looks for them: one length of the first run behind their start.
+TEST(Captions, LaterRunsAreReadFromAfterTheLengthOfTheRunBefore) {
+  // Second runs begin where they are read: the length of the first run after their start.
   const auto captionsOf = [](std::uint32_t f) {
     const std::uint32_t first = f * kFragmentFrames;
     RunSpec head{kRunDataOffset | kRunSize | kRunDuration, {{pairs(first, 1), 1001}}};
     RunSpec tail{kRunDataOffset | kRunSize | kRunDuration, {{pairs(first + 1, 4), 4 * 1001}}};
     return Tracks{{head, tail}, {}};
   };
-  // What follows the last run in the file is read with it.
+  // The bytes after the last run in the file are read with it.
   const Clip clip(join({clipWith(captionsOf), box("free", {zeros(16)})}));
   LogCapture log;
   for (const std::uint32_t frame : everyOrder()) {
     const std::uint32_t inFragment = frame % kFragmentFrames;
-    // The last frame's place lies one pair behind the track's bytes: what stands there is another box's.
+    // The last frame's pair would be one pair after the track's bytes, where another box begins.
     if (inFragment == 4) continue;
     EXPECT_EQ(clip.cc608(frame), inFragment == 0 ? pairOf(frame) : pairOf(frame + 1)) << frame;
   }
@@ -209,7 +209,7 @@ TEST(Captions, PacketsComeWithTheirFrameInAnyOrder) {
   }
 }
 
-TEST(Captions, OtherPayloadsStandAtByteFour) {
+TEST(Captions, OtherPayloadsStartAtByteFour) {
   const Bytes payload =
       join({u8(1), u8(2), u8(3), u8(4), u8(5), u8(9), u8(7), u8(8), u8(9), u8(10), u8(11), u8(12)});
   const Clip clip(clipWith([&payload](std::uint32_t) {
@@ -218,14 +218,14 @@ TEST(Captions, OtherPayloadsStandAtByteFour) {
     return Tracks{{}, {run}};
   }));
   const Bytes area = clip.cc708(2);
-  // Byte 6 of the area takes byte 9, the count is that and 7.
+  // Byte 6 of the area is byte 9 of the packet, and the count is that plus 7.
   ASSERT_EQ(area.size(), 9u + 7);
   EXPECT_EQ(Bytes(area.begin() + 4, area.begin() + 6), Bytes({1, 2}));
   EXPECT_EQ(area[6], 9);
   EXPECT_EQ(Bytes(area.begin() + 7, area.begin() + 16), Bytes({4, 5, 9, 7, 8, 9, 10, 11, 12}));
 }
 
-TEST(Captions, SamplesThatHoldNoPacketAddNothing) {
+TEST(Captions, SamplesWithoutAPacketAddNothing) {
   const Bytes samples[] = {
       box("ccdx", {distributionPacket(1)}),  // another type
       ccdp({}),                              // a box of 8 bytes
@@ -271,7 +271,7 @@ TEST(Captions, BothKindsComeTogether) {
   }
 }
 
-TEST(Captions, APacketTrackThatEndsEarlyIsReportedAndThePictureGoesOn) {
+TEST(Captions, APacketTrackThatEndsEarlyIsReportedAndTheVideoContinues) {
   const Clip clip(clipWith([](std::uint32_t f) {
     RunSpec run = run708(f);
     if (f == kFragments - 1) run.samples.resize(2);
@@ -286,7 +286,7 @@ TEST(Captions, APacketTrackThatEndsEarlyIsReportedAndThePictureGoesOn) {
 }
 
 TEST(Captions, APairTrackThatStartsLateCountsItsFramesFromItsFirstFragment) {
-  // The first caption fragment lies at frame 5, yet its captions are those of the first frames.
+  // The first caption fragment is at frame 5, yet its captions are those of the first frames.
   const Clip clip(clipWith([](std::uint32_t f) {
     if (f == 0) return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {}}}, {}};
     return Tracks{{one608Sample(f)}, {}};

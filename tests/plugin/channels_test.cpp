@@ -1,4 +1,4 @@
-// Which of several audio tracks serves which channel.
+// Which of several audio tracks a channel selects.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@
 
 namespace {
 
-// Input: as many tones as channels, the first of `frequency` hertz and each a tenth higher than the one
-// before.
+// Input: as many tones as channels, the first of `frequency` hertz and each a tenth higher than the
+// previous one.
 std::vector<std::string> tones(double frequency, const std::string& layout, int channels) {
   std::string expressions;
   for (int i = 0; i < channels; ++i, frequency *= 1.1) {
@@ -25,8 +25,8 @@ std::vector<std::string> tones(double frequency, const std::string& layout, int 
   return {"-f", "lavfi", "-i", "aevalsrc=" + expressions + ":c=" + layout + ":s=48000:d=1"};
 }
 
-// Writes the channel count into the sample entry of an audio track, the `number`th of its type, as other
-// muxers than ffmpeg do, which says 2 in each.
+// Writes the channel count into the `number`th sample entry of an audio type, as muxers other than ffmpeg
+// do, which writes 2 in each.
 void stateChannels(const std::string& path, std::string_view type, int number, std::uint8_t count) {
   Bytes content = readFile(path);
   const Bytes wanted = text(type);
@@ -36,11 +36,11 @@ void stateChannels(const std::string& path, std::string_view type, int number, s
     entry = std::search(entry, content.end(), wanted.begin(), wanted.end());
     ASSERT_NE(entry, content.end());
   }
-  entry[4 + 8 + 8 + 1] = count;  // type, fields of any entry, reserved; the low byte
+  entry[4 + 8 + 8 + 1] = count;  // type, fields of any entry, reserved, high byte of the count
   writeFile(path, content);
 }
 
-// Two AAC tracks of so many channels each, opened, and each of them alone in a file of its own.
+// Two AAC tracks with the given channel counts, opened, and each of them in a file of its own.
 struct TwoTracks {
   TempFolder folder;
   std::string path = folder.file("clip.mp4");
@@ -63,7 +63,7 @@ struct TwoTracks {
   }
 };
 
-// The channel serves the track, and is described as that.
+// The channel selects the track and is described as that track.
 void expectTrack(const TwoTracks& clip, std::uint32_t channel, int track, std::uint16_t channels) {
   SCOPED_TRACE(channel);
   const Described described = describe(*clip.file, 1u << channel);
@@ -78,17 +78,17 @@ void expectTrack(const TwoTracks& clip, std::uint32_t channel, int track, std::u
   EXPECT_EQ(sound.samples, expected.samples);
 }
 
-TEST(Channels, OfTwoMonoTracksEachServesOne) {
+TEST(Channels, EachOfTwoMonoTracksHasOneChannel) {
   const TwoTracks clip(tones(440, "mono", 1) + tones(880, "mono", 1), 1, 1);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.file->Channels(), 0x3u);
   expectTrack(clip, 0, 0, 1);
   expectTrack(clip, 1, 1, 1);
   EXPECT_NE(readSound(*clip.file, 0, 9000, 1, 0x1).samples, readSound(*clip.file, 0, 9000, 1, 0x2).samples);
-  EXPECT_EQ(readSound(*clip.file, 0, 10, 1, 0x4).status, 0xE8021001u) << "outside of the mask";
+  EXPECT_EQ(readSound(*clip.file, 0, 10, 1, 0x4).status, 0xE8021001u) << "outside the mask";
 }
 
-TEST(Channels, OfSixAndTwoTheFirstSixServeTheFirstTrack) {
+TEST(Channels, OfSixAndTwoTheFirstSixSelectTheFirstTrack) {
   const TwoTracks clip(tones(440, "5.1", 6) + tones(1300, "stereo", 2), 6, 2);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.file->Channels(), 0xFFu);
@@ -96,7 +96,7 @@ TEST(Channels, OfSixAndTwoTheFirstSixServeTheFirstTrack) {
   for (const std::uint32_t channel : {6u, 7u}) expectTrack(clip, channel, 1, 2);
 }
 
-TEST(Channels, OfTwoAndSixTheFirstTwoServeTheFirstTrack) {
+TEST(Channels, OfTwoAndSixTheFirstTwoSelectTheFirstTrack) {
   const TwoTracks clip(tones(1300, "stereo", 2) + tones(440, "5.1", 6), 2, 6);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.file->Channels(), 0xFFu);
@@ -104,8 +104,8 @@ TEST(Channels, OfTwoAndSixTheFirstTwoServeTheFirstTrack) {
   for (const std::uint32_t channel : {2u, 4u, 7u}) expectTrack(clip, channel, 1, 6);
 }
 
-// AC-3 takes the channels that its sample entry states and delivers two of them.
-TEST(Channels, AfterAc3OfSixChannelsTheNextTrackServesTheSeventh) {
+// AC-3 occupies the channels that its sample entry states and delivers two.
+TEST(Channels, AfterAc3OfSixChannelsTheSeventhSelectsTheNextTrack) {
   const Clip made(tones(440, "5.1", 6) + tones(1300, "stereo", 2),
                   std::vector<std::string>{"-map", "0:a", "-map", "1:a", "-c:a:0", "ac3", "-c:a:1", "aac",
                                            "-aac_pns", "0"} +

@@ -1,4 +1,4 @@
-// SetFileInfo on an object that reads: the host's description takes the place of the file's.
+// SetFileInfo on an object that reads: the host's description replaces the file's.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Four frames at 25 a second, on the given tracks besides.
+// Four frames at 25 per second, beside the given tracks.
 struct Source {
   TempFolder folder;
   MediaFile file;
@@ -30,7 +30,7 @@ TrackSpec audioTrack(std::uint32_t id, std::uint16_t channels) {
   return {id, "soun", 48000, audioEntry("mp4a", channels, 16, 48000), 1024};
 }
 
-TEST(SetFileInfoOfASource, AStartTimecodeThatIsNotSetTakesTheNextThatIs) {
+TEST(SetFileInfoOfASource, AnUnsetStartTimecodeFallsBackToTheNextSetOne) {
   const Source source;
   ASSERT_NE(source.file, nullptr);
   QVRINFO info = describe(*source.file).info;
@@ -47,7 +47,7 @@ TEST(SetFileInfoOfASource, AStartTimecodeThatIsNotSetTakesTheNextThatIs) {
 
   info.startTimecodeLtc = 70;
   source.file->SetFileInfo(1, nullptr, nullptr, nullptr, &info);
-  EXPECT_EQ(readFrame(*source.file, 3).descriptor.timecode, 73u) << "the longitudinal one first";
+  EXPECT_EQ(readFrame(*source.file, 3).descriptor.timecode, 73u) << "the longitudinal one takes precedence";
 }
 
 TEST(SetFileInfoOfASource, TheSystemsFrameCountRaisesTheLength) {
@@ -61,7 +61,7 @@ TEST(SetFileInfoOfASource, TheSystemsFrameCountRaisesTheLength) {
   EXPECT_EQ(source.file->SetFileInfo(1, &system, nullptr, nullptr, nullptr), VL_OK);
   EXPECT_EQ(source.file->GetTotalFrames(), 9999u);
   EXPECT_EQ(readFrame(*source.file, 3).data, sampleOf(10, 3).data);
-  EXPECT_EQ(readFrame(*source.file, 4).status, 0xE8024029u) << "the file holds no more than before";
+  EXPECT_EQ(readFrame(*source.file, 4).status, 0xE8024029u) << "the file has no more than before";
 }
 
 TEST(SetFileInfoOfASource, TheRateIsNormalisedAndTheBuffersAreSized) {
@@ -81,10 +81,10 @@ TEST(SetFileInfoOfASource, TheRateIsNormalisedAndTheBuffersAreSized) {
   EXPECT_EQ(now.video->bufferSize, 692224u) << "rounded up to the next 4096 bytes";
   EXPECT_EQ(now.video->stream.length, 0u);
   EXPECT_EQ(source.file->VidChan(), 1u);
-  EXPECT_EQ(readFrame(*source.file, 3).data, sampleOf(10, 3).data) << "what is read stays";
+  EXPECT_EQ(readFrame(*source.file, 3).data, sampleOf(10, 3).data) << "the frames read stay the same";
 }
 
-TEST(SetFileInfoOfASource, WhatCouldNotBeRecordedIsTaken) {
+TEST(SetFileInfoOfASource, ADescriptionThatCannotBeRecordedIsAccepted) {
   const Source source;
   ASSERT_NE(source.file, nullptr);
   const Described d = describe(*source.file);
@@ -98,7 +98,7 @@ TEST(SetFileInfoOfASource, WhatCouldNotBeRecordedIsTaken) {
   EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(SetFileInfoOfASource, ChannelsThatItHasNotGetHoldersOfTheForcedFormat) {
+TEST(SetFileInfoOfASource, MissingChannelsGetHoldersOfTheForcedFormat) {
   const Source source({audioTrack(2, 2)});
   ASSERT_NE(source.file, nullptr);
   QVRAUDIO audio = describe(*source.file).audio;
@@ -115,7 +115,7 @@ TEST(SetFileInfoOfASource, ChannelsThatItHasNotGetHoldersOfTheForcedFormat) {
   EXPECT_EQ(added.wave.blockAlign, 8u);
 }
 
-TEST(SetFileInfoOfASource, AChannelBesideOneThatATrackServesGetsNoHolder) {
+TEST(SetFileInfoOfASource, ASecondChannelOfAPairWithATrackGetsNoHolder) {
   const Source source({audioTrack(2, 1)});
   ASSERT_NE(source.file, nullptr);
   QVRAUDIO audio = describe(*source.file).audio;
@@ -125,7 +125,7 @@ TEST(SetFileInfoOfASource, AChannelBesideOneThatATrackServesGetsNoHolder) {
   EXPECT_EQ(describe(*source.file, 0x1).audio.wave.bitsPerSample, 16u);
 }
 
-TEST(SetFileInfoOfASource, ADescribedObjectOpensAFileAllTheSame) {
+TEST(SetFileInfoOfASource, ADescribedObjectCanStillOpenAFile) {
   const Source source;
   const MediaFile file = createObject();
   const Described d = describe(*file);

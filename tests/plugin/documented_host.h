@@ -1,4 +1,4 @@
-// What the documented host has for a plug-in to import.
+// The symbols that the documented host exports to plug-ins.
 #pragma once
 
 #include <cxxabi.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-// Functions of its libraries.
+// Functions of the host's libraries.
 inline constexpr std::string_view kHostFunctions[] = {
     "mfCheck608708",
     // files
@@ -31,7 +31,7 @@ inline constexpr std::string_view kHostFunctions[] = {
     // clock, codecs, timecode
     "vsyncGetCurMs", "fccGetDrFlagsVideo", "TCXlat"};
 
-// Members of CAMediaFile; "reserved" stands for all its reserved places.
+// Members of CAMediaFile; "reserved" means all its reserved entries.
 inline constexpr std::string_view kMediaFileMembers[] = {"CAMediaFile",
                                                          "~CAMediaFile",
                                                          "Open",

@@ -13,7 +13,7 @@ namespace {
 
 using testing::Each;
 
-TEST(VersionQuery, AnswersTheInterfaceVersionAndTheFormatCount) {
+TEST(VersionQuery, ReturnsTheInterfaceVersionAndTheFormatCount) {
   std::array<std::uint32_t, 2> out = {0xAAAAAAAA, 0xAAAAAAAA};
   EXPECT_EQ(plugin().check(nullptr, 0xFFFFFFFF, out.data()), 23);
   EXPECT_EQ(out[0], 1u);
@@ -49,7 +49,7 @@ TEST(FormatQuery, FillsTheRecordOf56Bytes) {
   for (std::size_t i = 56; i < 64; ++i) EXPECT_EQ(record[i], 0xEE) << "the record ends at 56, not " << i;
 }
 
-TEST(FormatQuery, AnyOtherIndexIsRefusedAndLeavesTheBufferAlone) {
+TEST(FormatQuery, AnyOtherIndexIsRefusedAndLeavesTheBufferUntouched) {
   for (const std::uint32_t index : {1u, 2u, 0xFFFFFFFEu}) {
     std::array<unsigned char, 56> record;
     record.fill(0xEE);
@@ -67,7 +67,7 @@ TEST(FormatQuery, NeverLogs) {
   EXPECT_TRUE(log.lines.empty());
 }
 
-TEST(DllMain, AnswersTrueForEveryReason) {
+TEST(DllMain, ReturnsTrueForEveryReason) {
   using Entry = std::int32_t (*)(void*, std::uint32_t, void*);
   const auto entry = reinterpret_cast<Entry>(vlOSGetProcAddress(plugin().library, "DllMain"));
   ASSERT_NE(entry, nullptr);
@@ -81,7 +81,7 @@ TEST(MediaFileEntry, CreateOnlyGivesAnUnopenedObject) {
   EXPECT_EQ(file->Status(), 0u);
 }
 
-TEST(MediaFileEntry, CreationWithoutAnArgumentGivesNothing) {
+TEST(MediaFileEntry, CreationWithoutAnArgumentDoesNothing) {
   EXPECT_EQ(plugin().media(nullptr, 0, nullptr), 0);
   EXPECT_EQ(plugin().media(nullptr, 1, nullptr), 0);
 }
@@ -107,7 +107,7 @@ TEST(MediaFileEntry, OpensAndAnswersQueriesForNameAndFlags) {
   EXPECT_EQ(plugin().media(file.get(), 0x7FFFFFFF, name.data()), 0);
   EXPECT_EQ(std::string(name.data()), path);
   EXPECT_STREQ(reinterpret_cast<const char*>(file.get()) + sizeof(void*), path.c_str())
-      << "the name stands right behind the table of virtual operations";
+      << "the name comes right after the virtual table pointer";
 }
 
 TEST(MediaFileEntry, QueriesWithoutObjectOrResultAreRefused) {
@@ -127,7 +127,7 @@ TEST(MediaFileEntry, OtherCommandsGoToTheObject) {
   EXPECT_EQ(plugin().media(nullptr, 3, &argument), 0);
 }
 
-TEST(MediaFileEntry, CloseWithoutAnObjectIsNothing) {
+TEST(MediaFileEntry, CloseWithoutAnObjectDoesNothing) {
   std::uint64_t argument = 0;
   EXPECT_EQ(plugin().media(nullptr, 2, &argument), 0);
 }

@@ -15,7 +15,7 @@ struct Folder : TempFolder {
   }
 };
 
-TEST(FileSet, AManifestsMediaStandBesideIt) {
+TEST(FileSet, AManifestsMediaAreInItsFolder) {
   const Folder folder;
   folder.make({"clip.m4v", "clip.m4a"});
   const FileSet files = folder.find("clip.mpd");
@@ -38,7 +38,7 @@ TEST(FileSet, AManifestWithoutMediaHasNone) {
   EXPECT_EQ(files.audio, "");
 }
 
-TEST(FileSet, AMediaFilesManifestStandsBesideIt) {
+TEST(FileSet, AMediaFilesManifestIsInItsFolder) {
   const Folder folder;
   EXPECT_EQ(folder.find("clip.mp4").manifest, "");
   folder.make({"clip.xml"});
@@ -47,7 +47,7 @@ TEST(FileSet, AMediaFilesManifestStandsBesideIt) {
   EXPECT_EQ(folder.find("clip.mp4").manifest, folder.file("clip.mpd"));
 }
 
-TEST(FileSet, KindsAreToldBySubstringsOfTheName) {
+TEST(FileSet, KindsAreRecognisedBySubstringsOfTheName) {
   const Folder folder;
   EXPECT_EQ(folder.find("a.mp4.bak").video, folder.file("a.mp4.bak"));
   EXPECT_EQ(folder.find("a.m4v").video, folder.file("a.m4v"));
@@ -55,11 +55,11 @@ TEST(FileSet, KindsAreToldBySubstringsOfTheName) {
   EXPECT_EQ(folder.find("a.m4a").video, "");
   EXPECT_EQ(folder.find("a.m4a.mp4").video, folder.file("a.m4a.mp4"));
   EXPECT_EQ(folder.find("a.m4a.mp4").audio, "");
-  EXPECT_EQ(folder.find("A.MP4").video, "") << "case counts";
+  EXPECT_EQ(folder.find("A.MP4").video, "") << "case matters";
   EXPECT_EQ(folder.find("a.ismv").video, "");
 }
 
-TEST(FileSet, TheAudioOnlyOpenTakesTheNameForTheAudioFile) {
+TEST(FileSet, AnAudioOnlyOpenUsesTheNameAsTheAudioFile) {
   const Folder folder;
   const FileSet files = folder.find("a.mp4", true);
   EXPECT_EQ(files.audio, folder.file("a.mp4"));

@@ -1,6 +1,6 @@
-// Recordings beyond 4 GiB, whose offsets take more than 32 bits: pictures, sound and captions in one file,
-// held against a small recording of the same. What has been written is turned into holes as it grows, so that
-// the file takes little of the disk.
+// Recordings beyond 4 GiB, whose offsets take more than 32 bits: video, audio and captions in one file,
+// compared with a small recording of the same. As the file grows, what has been written is turned into holes,
+// so that it takes little disk space.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -39,7 +39,7 @@ std::string markOf(const Bytes& frame) {
   return {frame.begin(), std::find(frame.begin(), frame.end(), '.')};
 }
 
-// The coded frames of a stream of AAC-LC, one channel, without their ADTS headers.
+// The access units of a mono AAC-LC stream, without their ADTS headers.
 std::vector<Bytes> codedAudio() {
   constexpr std::ptrdiff_t kHeader = 7;
   std::vector<Bytes> frames = SplitAdts(readFile(VL_TEST_DATA "/lc_mono_16k.aac"));
@@ -59,7 +59,7 @@ void record(const std::string& path, std::uint32_t frameSize, const std::functio
   Bytes bytes(frameSize);
   std::uint32_t sounds = 0;
   for (std::uint32_t i = 0; i < kFrames; ++i) {
-    // As much sound as plays until the end of the frame.
+    // The audio that plays until the end of the frame.
     for (; sounds < (i + 1) * kSampleRate / 30 / 1024; ++sounds)
       ASSERT_EQ(writeSample(*file, 1, QVR_MODE_AUDIO, coded.at(sounds), sounds), VL_OK);
     mark(bytes, i);
@@ -83,7 +83,7 @@ TEST(LargeFile, IsRecordedListedAndReadBeyond4GiB) {
   record(smallPath, 20, [] {});
   std::uint64_t written = 0;
   record(path, kFrameBytes, [&] {
-    // All but the first frames, and the boxes, marks and ends of the others, become holes.
+    // All becomes holes except the first frames, and the boxes, marks and ends of the others.
     const std::uint64_t size = std::filesystem::file_size(path);
     if (size <= written + kFrameBytes + (1u << 20)) return;
     punchHole(path, size - 2 * std::uint64_t{kFrameBytes} + 4096, size - kFrameBytes - 4096);

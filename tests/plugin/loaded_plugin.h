@@ -21,7 +21,7 @@ struct Plugin {
   Media media = reinterpret_cast<Media>(vlOSGetProcAddress(library, "xMediaFile"));
 };
 
-// Loaded once a test program.
+// Loaded once per test program.
 inline const Plugin& plugin() {
   static const Plugin loaded;
   return loaded;
@@ -55,7 +55,7 @@ inline MediaFile openFile(const std::string& path, std::uint32_t openFlags = 0) 
   return MediaFile(objectOf(plugin().media(nullptr, 1, &request)));
 }
 
-// One frame as it was delivered.
+// One frame as delivered.
 struct VideoFrame {
   std::uint32_t status = 0;
   std::vector<std::uint8_t> data;

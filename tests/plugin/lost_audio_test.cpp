@@ -1,5 +1,5 @@
-// Sound of which units are damaged, missing or not to be decoded at all: silence in their time, and the same
-// samples whatever the order of reading.
+// Audio whose access units are damaged, missing or cannot be decoded: silence in their place, and the same
+// samples in any order of reading.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -38,7 +38,7 @@ Samples part(const Samples& samples, std::size_t from, std::size_t frames) {
                  samples.begin() + static_cast<std::ptrdiff_t>(2 * (from + frames)));
 }
 
-// The units lost among those that a read of the whole track comes to.
+// The lost access units that a read of the entire track reports.
 std::uint32_t lostUnitsOf(CAMediaFile& file) {
   Samples samples(std::size_t{lengthOf(file)} * 2);
   DFRAME d{};
@@ -55,7 +55,7 @@ LogLine lostLine(std::uint64_t position) {
                               std::to_string(position) + ", silence takes its place\n"};
 }
 
-// Reads of `count` frames, each by an object that has read nothing before, give what `whole` has there.
+// Reads of `count` PCM frames, each by a fresh object, give the samples that `whole` has there.
 void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
                              const std::vector<std::uint32_t>& positions, std::uint32_t count) {
   for (const std::uint32_t at : positions) {
@@ -67,9 +67,9 @@ void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
   }
 }
 
-// ---- Places -----------------------------------------------------------------------------------------
+// ---- Positions --------------------------------------------------------------------------------------
 
-TEST(LostAudio, ARequestWithoutABufferMovesNothing) {
+TEST(LostAudio, ARequestWithoutABufferDoesNotDisturbTheNext) {
   const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
   const Samples whole = readAll(*clip, lengthOf(*clip));
   ASSERT_EQ(readSound(*clip, 30000, 1000).status, VL_OK);
@@ -81,7 +81,7 @@ TEST(LostAudio, ARequestWithoutABufferMovesNothing) {
   EXPECT_EQ(next.samples, part(whole, 4810, 1000));
 }
 
-TEST(LostAudio, ARefusedRequestLeavesTheAudioBeforeItReadable) {
+TEST(LostAudio, ARefusedRequestLeavesEarlierAudioReadable) {
   const BuiltFile sound({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
   const Samples whole = readAll(*sound, 4096);
   const BuiltFile clip = builtClip(aacAudio(), [](RunSpec& run) { run.samples[5].duration = 0x1800000; });
@@ -143,8 +143,8 @@ class LostUnit : public testing::TestWithParam<Codec> {};
 INSTANTIATE_TEST_SUITE_P(Of, LostUnit, testing::Values(Codec::Aac, Codec::Ac3, Codec::HeAac, Codec::HeAacV2),
                          nameOf);
 
-// However a unit is lost, it is silent, and what follows it sounds as if nothing had been before.
-TEST_P(LostUnit, IsSilentAndReadAlikeFromAnyPlace) {
+// However an access unit is lost, it is silent, and the next one decodes as if it were the first.
+TEST_P(LostUnit, IsSilentAndReadsAlikeFromAnyPosition) {
   const CodedAudio& sound = audioOf(GetParam());
   const std::uint32_t length = sound.unitFrames;
   const std::vector<void (*)(SampleSpec&)> losses = {
@@ -182,8 +182,8 @@ TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
                           7000);
 }
 
-// Seen by the host as one event, whatever the size of its requests.
-TEST_P(LostUnit, IsToldOnceWithThoseThatFollowIt) {
+// Reported to the host as one event, whatever the size of its requests.
+TEST_P(LostUnit, IsReportedOnceWithThoseThatFollowIt) {
   const CodedAudio& sound = audioOf(GetParam());
   const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
     for (const std::size_t i : {5u, 6u, 7u, 12u}) run.samples[i].data.clear();
@@ -206,7 +206,7 @@ TEST_P(LostUnit, AtTheStartIsSilenceToo) {
   expectFreshReadsToAgree(clip.path, whole, {0, 3000, 12 * sound.unitFrames, 13 * sound.unitFrames}, 2000);
 }
 
-TEST_P(LostUnit, WhoseBytesTheFileDoesNotHoldIsSilent) {
+TEST_P(LostUnit, WhoseBytesAreMissingFromTheFileIsSilent) {
   const CodedAudio& sound = audioOf(GetParam());
   Bytes bytes = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
   bytes.resize(bytes.size() - sound.units.back().size() - 100);
@@ -218,7 +218,7 @@ TEST_P(LostUnit, WhoseBytesTheFileDoesNotHoldIsSilent) {
   EXPECT_THAT(part(whole, lengthOf(*clip) - 2 * sound.unitFrames, 2 * sound.unitFrames), Each(0));
 }
 
-TEST_P(LostUnit, AllOfThemAreToldOnceAndTheTrackFails) {
+TEST_P(LostUnit, AllOfThemAreReportedOnceAndTheTrackFails) {
   const BuiltFile clip = builtClip(audioOf(GetParam()), [](RunSpec& run) {
     for (SampleSpec& unit : run.samples) unit.data.assign(40, 0);
   });
@@ -233,8 +233,8 @@ TEST_P(LostUnit, AllOfThemAreToldOnceAndTheTrackFails) {
                              VL_LOG_ERROR, "ERROR(vlx_fmp4): No unit of the audio track can be decoded\n"}));
 }
 
-// Bits flipped anywhere in the media data: what a read gives depends on the file alone.
-TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPlace) {
+// Bits flipped anywhere in the media data: what a read gives depends only on the file.
+TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPosition) {
   const CodedAudio& sound = audioOf(GetParam());
   const Bytes good = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
   std::size_t mediaBytes = 0;
@@ -263,9 +263,9 @@ TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPlace) {
   EXPECT_GT(filesWithLoss, 50);
 }
 
-// ---- Codecs that are not decoded ----------------------------------------------------------------------
+// ---- Unsupported codecs -----------------------------------------------------------------------------
 
-TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsToldAtOpeningAndFails) {
+TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsReportedAtOpenAndFails) {
   const BuiltFile clip(
       {SoundTrack{audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x6B)), runOf(aacAudio())}});
   LogCapture log;
@@ -280,7 +280,7 @@ TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsToldAtOpeningAndFails) {
   EXPECT_THAT(log.lines, testing::IsEmpty());
 }
 
-TEST(UndecodedAudio, Mp3OfFfmpegFails) {
+TEST(UndecodedAudio, Mp3FromFfmpegFails) {
   const Clip clip(toneInput(1), std::vector<std::string>{"-c:a", "libmp3lame"} + kFragments);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(readSound(*clip, 0, 1000).status, 0xFFFFFFFFu);

@@ -1,4 +1,4 @@
-// Opening presentations through their manifests, and pictures with sound in a file of its own.
+// Opening presentations through their manifests, and video with audio in a separate file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -56,7 +56,7 @@ std::uint32_t audioLength(CAMediaFile& file) {
   return describe(file).audio.stream.length;
 }
 
-TEST(Manifest, PictureAndAudioBesideItAreFoundByName) {
+TEST(Manifest, VideoAndAudioBesideItAreFoundByName) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
   writeFile(folder.file("clip.m4a"), sound(3));
@@ -69,7 +69,7 @@ TEST(Manifest, PictureAndAudioBesideItAreFoundByName) {
   EXPECT_EQ(readFrame(*file, 2).data, sampleOf(10, 2).data);
 }
 
-TEST(Manifest, TheBaseUrlReplacesTheNameFoundBeside) {
+TEST(Manifest, TheBaseUrlReplacesTheNameFoundInTheFolder) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   writeFile(folder.file("other.dat"), picture(7));
@@ -81,7 +81,7 @@ TEST(Manifest, TheBaseUrlReplacesTheNameFoundBeside) {
   EXPECT_EQ(byManifest->GetTotalFrames(), 7u);
   EXPECT_EQ(audioLength(*byManifest), 2048u);
   const MediaFile byMedia = folder.open("clip.mp4");
-  ASSERT_NE(byMedia, nullptr) << "a media file's manifest counts too";
+  ASSERT_NE(byMedia, nullptr) << "a media file's manifest is read too";
   EXPECT_EQ(byMedia->GetTotalFrames(), 7u);
   EXPECT_EQ(audioLength(*byMedia), 2048u);
 }
@@ -106,7 +106,7 @@ TEST(Manifest, SmoothNamesOpenThroughTheManifestOfTheirBaseName) {
   }
 }
 
-TEST(Manifest, AManifestThatIsBrokenIsIgnored) {
+TEST(Manifest, ABrokenManifestIsIgnored) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   for (const char* text : {"", "<MPD>", "<Other/>", "<MPD/>", "<MPD><Period/></MPD>", "\xFF\xFE\x01"}) {
@@ -114,11 +114,11 @@ TEST(Manifest, AManifestThatIsBrokenIsIgnored) {
     const MediaFile file = folder.open("clip.mp4");
     ASSERT_NE(file, nullptr) << text;
     EXPECT_EQ(file->GetTotalFrames(), 4u);
-    EXPECT_NE(folder.open("clip.mpd"), nullptr) << "its media stand beside it";
+    EXPECT_NE(folder.open("clip.mpd"), nullptr) << "its media are in its folder";
   }
 }
 
-TEST(Manifest, ASetThatSaysVideoOfItselfGivesTheAudio) {
+TEST(Manifest, ASetDeclaredAsVideoGivesTheAudio) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   writeFile(folder.file("tone.dat"), sound(3));
@@ -132,7 +132,7 @@ TEST(Manifest, ASetThatSaysVideoOfItselfGivesTheAudio) {
   EXPECT_EQ(audioLength(*file), 3u * 1024);
 }
 
-TEST(Manifest, SuppliesTheRateThatTheTrackDoesNotTell) {
+TEST(Manifest, SuppliesTheRateThatTheTrackLacks) {
   const Folder folder;
   writeFile(folder.file("media.dat"), picture(4, 0));
   folder.manifest("clip.mpd", representation("video/mp4", "media.dat", "frameRate='60000/1001'"));
@@ -141,7 +141,8 @@ TEST(Manifest, SuppliesTheRateThatTheTrackDoesNotTell) {
   EXPECT_EQ(describe(*file).video->stream.rate, 60000u);
   EXPECT_EQ(describe(*file).video->stream.scale, 1001u);
   writeFile(folder.file("media.dat"), picture(4, 1));
-  EXPECT_EQ(describe(*folder.open("clip.mpd")).video->stream.rate, 25u) << "the track's own rate comes first";
+  EXPECT_EQ(describe(*folder.open("clip.mpd")).video->stream.rate, 25u)
+      << "the track's own rate takes precedence";
 }
 
 TEST(Manifest, SegmentRangesLeadToTheFragments) {
@@ -164,7 +165,7 @@ TEST(Manifest, SegmentRangesLeadToTheFragments) {
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL " + range(first) + "/><SegmentURL " + range(second) +
                        "/></SegmentList>"),
             4u);
-  EXPECT_EQ(framesWith("<SegmentBase " + range(first) + "/>"), 2u) << "only what the one index lists";
+  EXPECT_EQ(framesWith("<SegmentBase " + range(first) + "/>"), 2u) << "only what that index lists";
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL indexRange='x'/></SegmentList>"), 4u)
       << "the file's own indexes";
   EXPECT_EQ(framesWith("<SegmentList><SegmentURL indexRange='99999999-'/></SegmentList>"), 4u);
@@ -187,7 +188,7 @@ TEST(Manifest, AnAudioOnlyOpenUsesTheAudioSegments) {
   EXPECT_EQ(audioLength(*file), 1024u);
 }
 
-TEST(Companion, AudioThatCannotBeOpenedLeavesThePictureAlone) {
+TEST(Companion, AudioThatCannotBeOpenedLeavesTheVideoReadable) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   folder.manifest("clip.mpd", representation("audio/mp4", "missing.dat"));
@@ -198,7 +199,7 @@ TEST(Companion, AudioThatCannotBeOpenedLeavesThePictureAlone) {
   EXPECT_EQ(file->Channels(), 0u);
 }
 
-TEST(Companion, AudioNamedAsThePictureItselfIsNotOpenedTwice) {
+TEST(Companion, AudioWithTheVideosNameIsNotOpenedTwice) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   folder.manifest("clip.mpd", representation("audio/mp4", "clip.mp4"));
@@ -228,7 +229,7 @@ TEST(Companion, ItsAudioIsPartOfTheDescription) {
   EXPECT_EQ(describe(*alone).system.streams, 1u);
 }
 
-TEST(Companion, ItsAudioStandsInForTheMainFilesOwn) {
+TEST(Companion, ItsAudioReplacesTheMainFilesOwn) {
   const Folder folder;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   TrafSpec video, own;
@@ -246,7 +247,7 @@ TEST(Companion, ItsAudioStandsInForTheMainFilesOwn) {
   EXPECT_EQ(d.audio.stream.length, 3u * 1024);
 }
 
-TEST(Companion, SetFileInfoOnAReadingObjectMakesNone) {
+TEST(Companion, SetFileInfoOnAReadingObjectCreatesNone) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
   writeFile(folder.file("clip.m4a"), sound(3));
@@ -262,7 +263,7 @@ TEST(Companion, SetFileInfoOnAReadingObjectMakesNone) {
   EXPECT_EQ(readFrame(*file, 1).data, sampleOf(10, 1).data);
 }
 
-TEST(Manifest, LongNamesAndTextsThatAreNoNamesFailWithAMessage) {
+TEST(Manifest, OverlongAndInvalidNamesFailWithAMessage) {
   const Folder folder;
   for (const std::string& url :
        {std::string(5000, 'x'), std::string("../../../../nowhere"), std::string("http://a/b.mp4")}) {
@@ -273,7 +274,7 @@ TEST(Manifest, LongNamesAndTextsThatAreNoNamesFailWithAMessage) {
   }
 }
 
-// What ffmpeg's own DASH writer makes, in one file a representation.
+// The output of ffmpeg's own DASH writer, one file per representation.
 TEST(Witness, FfmpegsDashOutputOpensThroughItsManifest) {
   const Folder folder;
   makeMedia(folder.file("clip.mpd"),

@@ -1,4 +1,4 @@
-// Rate, length and sound of what ffmpeg makes of one source in its ways to fragment, at every broadcast rate.
+// Rate, length and audio of one source as ffmpeg muxes it in its ways to fragment, at every broadcast rate.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,8 +39,8 @@ const std::vector<std::vector<std::string>> kMuxings = {
     {"-movflags", "empty_moov", "-frag_duration", "300000"},
 };
 
-// The decoded units where their decoding times put them: behind each other, or later where the time is ahead
-// by half a unit or more.
+// The decoded access units at their decoding times: after each other, or later where the time exceeds the end
+// of the previous one by half a unit or more.
 Samples placed(const std::vector<float>& decoded, const std::vector<Packet>& packets) {
   Samples track;
   for (std::size_t i = 0; i < packets.size() && (i + 1) * kUnit * 2 <= decoded.size(); ++i) {
@@ -93,8 +93,8 @@ TEST_P(MuxedRates, RateFramesDurationAndAudioAreRightInEveryMuxing) {
   }
 }
 
-// Sound is left out of this: where every frame is a fragment, ffmpeg states a duration of 0 for some of its
-// units, and a track is as long as it states.
+// Without audio: where every frame is a fragment, ffmpeg states a duration of 0 for some access units, and
+// a track is as long as it states.
 TEST_P(MuxedRates, AFragmentForEveryFrameHasTheSameRate) {
   const auto& [rate, bFrames] = GetParam();
   const TempFolder folder;

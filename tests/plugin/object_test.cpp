@@ -75,7 +75,7 @@ TEST(NewObject, ReportsItsDefaults) {
   EXPECT_EQ(file->QueryCapability(0xFFFFFFFF), 1u);
 }
 
-TEST(SetSysInfo, MakesTheFrameSizeFourBytesAPixel) {
+TEST(SetSysInfo, MakesTheFrameSizeFourBytesPerPixel) {
   const MediaFile file = createObject();
   Described d = describe(*file);
   d.video->bitmap.width = 720;
@@ -128,7 +128,7 @@ TEST(EnumCodecs, NullPointersAreSkipped) {
   EXPECT_EQ(file->EnumCodecs(0, 0, nullptr, nullptr, nullptr, nullptr), 0x61766331u);
   CodecRow row;
   file->EnumCodecs(0, 0, row.shortCode.data(), nullptr, nullptr, nullptr);
-  EXPECT_STREQ(row.shortCode.data(), "") << "in the video row both texts hang on the name pointer";
+  EXPECT_STREQ(row.shortCode.data(), "") << "in the video row both texts depend on the name pointer";
   file->EnumCodecs(0, 0, nullptr, row.name.data(), nullptr, nullptr);
   EXPECT_STREQ(row.name.data(), "AVC1 h.264");
 }
@@ -148,7 +148,7 @@ TEST(EnumCodecs, ThereIsOneOfEach) {
   }
 }
 
-TEST(SetCodecOption, SetsHeightAndWidthAndAnswersTheBasesResult) {
+TEST(SetCodecOption, SetsHeightAndWidthAndReturnsTheBasesResult) {
   const MediaFile file = createObject();
   CODEC_DESCRIPTION codec{};
   const std::uint32_t base = file->SetCodecOption(1, 0, 99, 5, &codec);
@@ -160,13 +160,13 @@ TEST(SetCodecOption, SetsHeightAndWidthAndAnswersTheBasesResult) {
   EXPECT_EQ(d.video->bitmap.height, 1080);
 }
 
-TEST(FindKeyFrame, WithoutAnOpenSourceGivesTheFrameBack) {
+TEST(FindKeyFrame, WithoutAnOpenSourceReturnsTheFrame) {
   const MediaFile file = createObject();
   EXPECT_EQ(file->FindKeyFrame(1, 1, 77, 1), 77u);
   EXPECT_EQ(file->FindKeyFrame(1, 1, 77, 0), 77u);
 }
 
-TEST(Close, TwiceIsHarmlessAndTheObjectCanBeUsedOn) {
+TEST(Close, TwiceIsHarmlessAndTheObjectStaysUsable) {
   const MediaFile file = createObject();
   EXPECT_EQ(file->Close(), VL_OK);
   EXPECT_EQ(file->Close(), VL_OK);

@@ -19,7 +19,7 @@ LogLine error(const std::string& text) {
   return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
 }
 
-// One fragment of three frames on track 1, whatever else `trafs` adds.
+// One fragment of three frames on track 1, and what `trafs` adds.
 Bytes threeFrames(std::uint32_t runFlags = kRunDataOffset | kRunSize, std::uint32_t duration = 0,
                   std::uint32_t fragmentFlags = kBaseIsMoof) {
   TrafSpec traf;
@@ -118,9 +118,9 @@ TEST(Open, LooksForTheDurationInTheFirstFragmentThatCarriesTheTrack) {
   EXPECT_EQ(clip.described.video->stream.rate, 50u);
 }
 
-// Muxers lengthen the first frame of a recording whose sound has begun before it, and write that as the
-// fragment's default.
-TEST(Open, AFirstFrameThatIsLengthenedDoesNotTellTheRate) {
+// Muxers lengthen the first frame of a recording whose audio starts before its video, and write that
+// duration as the fragment's default.
+TEST(Open, ALengthenedFirstFrameDoesNotSetTheRate) {
   TrafSpec traf;
   traf.flags = kBaseIsMoof | kDefaultDuration;
   traf.duration = 786;
@@ -146,10 +146,10 @@ TEST(Open, TheRateIsThatOfMostFramesInTheFirstFragments) {
       fileOf({videoTrack(1, 25000, 0)}, join({fragment(1, {traf(11, 500)}), fragment(2, {traf(12, 1000)}),
                                               fragment(3, {traf(1, 500)}), fragment(4, {traf(90, 100)})})));
   ASSERT_NE(clip.file, nullptr);
-  EXPECT_EQ(clip.described.video->stream.rate, 50u) << "of two durations of 12 frames each the smaller";
+  EXPECT_EQ(clip.described.video->stream.rate, 50u) << "the smaller of two durations of 12 frames each";
 }
 
-TEST(Open, AVideoTrackWithoutAnyRateIsRefusedWithAMessage) {
+TEST(Open, AVideoTrackWithoutARateIsRefusedWithAMessage) {
   LogCapture log;
   const OpenedFile none(fileOf({videoTrack(1, 25000, 0)}, threeFrames()));
   EXPECT_EQ(none.file, nullptr);
@@ -157,7 +157,7 @@ TEST(Open, AVideoTrackWithoutAnyRateIsRefusedWithAMessage) {
   const OpenedFile noTimescale(fileOf({videoTrack(1, 0, 1000)}, threeFrames()));
   EXPECT_EQ(noTimescale.file, nullptr);
   const OpenedFile belowOne(fileOf({videoTrack(1, 1, 2)}, threeFrames()));
-  EXPECT_EQ(belowOne.file, nullptr) << "half a frame a second snaps to none";
+  EXPECT_EQ(belowOne.file, nullptr) << "half a frame per second snaps to none";
 }
 
 TEST(Open, DescribesTheAudioTracks) {
@@ -179,12 +179,12 @@ TEST(Open, DescribesTheAudioTracks) {
   EXPECT_EQ(described.stream.length, 3u * 1024);
   EXPECT_EQ(clip.described.system.streams, 2u);
   EXPECT_EQ(clip.described.system.maximumBytesPerSecond, 34594u + 192000);
-  EXPECT_EQ(clip.file->Channels(), 3u) << "one bit a channel";
+  EXPECT_EQ(clip.file->Channels(), 3u) << "one bit per channel";
   EXPECT_EQ(clip.described.info.audioRate, 480480);
   EXPECT_EQ(clip.described.info.audioScale, 300);
 }
 
-TEST(Open, Ac3KeepsTheBlockOfOneChannel) {
+TEST(Open, Ac3HasTheBlockAlignOfOneChannel) {
   TrackSpec audio{2, "soun", 48000, audioEntry("ac-3", 6, 16, 48000), 1536};
   TrafSpec sound;
   sound.trackId = 2;
@@ -192,13 +192,13 @@ TEST(Open, Ac3KeepsTheBlockOfOneChannel) {
   const OpenedFile clip(fileOf({audio}, fragment(1, {sound})), "clip.m4a");
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.described.audio.codec, 0x61632D33u);
-  EXPECT_EQ(clip.described.audio.wave.channels, 2) << "as it is delivered";
+  EXPECT_EQ(clip.described.audio.wave.channels, 2) << "as delivered";
   EXPECT_EQ(clip.described.audio.wave.blockAlign, 2);
   EXPECT_EQ(clip.described.audio.bufferSize, 1602u * 2);
   EXPECT_EQ(clip.file->Channels(), 63u);
 }
 
-TEST(Open, ASourceOfAudioAloneTakesTheNtscRate) {
+TEST(Open, AnAudioOnlySourceTakesTheNtscRate) {
   TrackSpec audio{2, "soun", 44100, audioEntry("mp4a", 1, 16, 44100), 1024};
   TrafSpec sound;
   sound.trackId = 2;
@@ -214,7 +214,7 @@ TEST(Open, ASourceOfAudioAloneTakesTheNtscRate) {
   EXPECT_EQ(clip.file->GetTotalFrames(), 0u);
 }
 
-TEST(Open, AudioWithoutDurationsLastsAsLongAsThePicture) {
+TEST(Open, AudioWithoutDurationsLastsAsLongAsTheVideo) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 0};
   TrafSpec video, sound;
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2), sampleOf(10, 3)}}};
@@ -225,7 +225,7 @@ TEST(Open, AudioWithoutDurationsLastsAsLongAsThePicture) {
   EXPECT_EQ(clip.described.audio.stream.length, 3u * 1920);
 }
 
-TEST(Open, AnAudioTrackThatNoFragmentCarriesLeavesThePictureReadable) {
+TEST(Open, AnAudioTrackInNoFragmentLeavesTheVideoReadable) {
   LogCapture log;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   const OpenedFile clip(fileOf({videoTrack(), audio}, threeFrames()));
@@ -233,10 +233,10 @@ TEST(Open, AnAudioTrackThatNoFragmentCarriesLeavesThePictureReadable) {
   EXPECT_THAT(log.lines, Not(Contains(error("Unable to find correct audio chunk"))));
   EXPECT_EQ(clip.file->GetTotalFrames(), 3u);
   EXPECT_EQ(readFrame(*clip.file, 2).data, sampleOf(30, 3).data);
-  EXPECT_EQ(clip.file->Channels(), 0x3u) << "as it is declared";
+  EXPECT_EQ(clip.file->Channels(), 0x3u) << "as declared";
 }
 
-TEST(Open, AnAudioTrackWithEmptyRunsAloneLeavesThePictureReadable) {
+TEST(Open, AnAudioTrackWithOnlyEmptyRunsLeavesTheVideoReadable) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   TrafSpec video, sound;
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
@@ -247,7 +247,7 @@ TEST(Open, AnAudioTrackWithEmptyRunsAloneLeavesThePictureReadable) {
   EXPECT_EQ(readFrame(*clip.file, 1).data, sampleOf(10, 2).data);
 }
 
-TEST(Open, AudioOfAFileWithoutFragmentsEndsTheOpen) {
+TEST(Open, AudioOfAFileWithoutFragmentsFailsTheOpen) {
   LogCapture log;
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   const OpenedFile clip(fileOf({audio}, {}), "clip.mp4", MF_OPEN_AUDIO_ONLY);
@@ -255,7 +255,7 @@ TEST(Open, AudioOfAFileWithoutFragmentsEndsTheOpen) {
   EXPECT_THAT(log.lines, Contains(error("Unable to find correct audio chunk")));
 }
 
-// A cut ahead of which all sound lies, as stream copying makes it: the track is declared and empty.
+// A cut after the end of all audio, as stream copying makes it: the audio track is declared and empty.
 TEST(Open, ACutAfterTheEndOfTheAudioOpens) {
   const TempFolder folder;
   makeMedia(folder.file("whole.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
@@ -270,19 +270,20 @@ TEST(Open, ACutAfterTheEndOfTheAudioOpens) {
   EXPECT_EQ(describe(*file).system.rate, 25u);
 }
 
-TEST(Open, APictureWithoutAudioHasTheAudioLengthOfItsDuration) {
+TEST(Open, VideoWithoutAudioHasTheAudioLengthOfItsDuration) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize};
   for (std::uint32_t i = 0; i < 50; ++i) run.samples.push_back(sampleOf(10, i));
   traf.runs = {run};
   const OpenedFile clip(fileOf({videoTrack(1, 25, 1)}, fragment(1, {traf})));
   ASSERT_NE(clip.file, nullptr);
-  EXPECT_EQ(clip.described.audio.stream.length, 96000u) << "50 frames at 25 a second, 48000 samples a second";
+  EXPECT_EQ(clip.described.audio.stream.length, 96000u)
+      << "50 frames at 25 per second, 48000 samples per second";
   EXPECT_EQ(clip.described.system.streams, 1u);
   EXPECT_EQ(clip.file->Channels(), 0u);
 }
 
-TEST(Open, CaptionTracksThatNoFragmentCarriesAreReportedAndTheFileOpens) {
+TEST(Open, CaptionTracksInNoFragmentAreReportedAndTheFileOpens) {
   LogCapture log;
   TrackSpec cc608{3, "clcp", 30000, captionEntry("c608"), 1001};
   TrackSpec cc708{4, "clcp", 30000, captionEntry("c708"), 1001};
@@ -319,7 +320,7 @@ TEST(Open, CaptionTracksAreAnnounced) {
   EXPECT_EQ(one.described.info.captions, QVR_CAPTIONS_708);
 }
 
-TEST(Open, CodecsThatAreNotReadAreSkipped) {
+TEST(Open, UnsupportedCodecsAreSkipped) {
   TrackSpec vp9{1, "vide", 30000, visualEntry("vp09", 320, 180, {}), 1001};
   LogCapture log;
   const OpenedFile clip(fileOf({vp9}, threeFrames()));
@@ -327,7 +328,7 @@ TEST(Open, CodecsThatAreNotReadAreSkipped) {
   EXPECT_THAT(log.lines, ElementsAre(error("No track that can be read")));
 }
 
-TEST(Open, AConfigurationOf64KibIsTakenAndALongerThanTheDescriptionIsRefused) {
+TEST(Open, AConfigurationOf64KibIsReadAndOneLongerThanTheDescriptionIsRefused) {
   const auto clipWith = [](std::uint32_t bytes) {
     TrackSpec video = videoTrack();
     video.sampleEntry = visualEntry("hvc1", 320, 180, box("hvcC", {sampleOf(bytes - 8, 1).data}));
@@ -343,7 +344,7 @@ TEST(Open, AConfigurationOf64KibIsTakenAndALongerThanTheDescriptionIsRefused) {
   EXPECT_THAT(log.lines, ElementsAre(error("The codec configuration is too long")));
 }
 
-TEST(Open, ANameWithoutKnownPartOrAMissingFileCannotBeOpened) {
+TEST(Open, AnUnknownNameOrAMissingFileCannotBeOpened) {
   const TempFolder folder;
   writeFile(folder.file("clip.dat"), fileOf({videoTrack()}, threeFrames()));
   for (const char* name : {"clip.dat", "missing.mp4", "clip.ismv"}) {

@@ -1,4 +1,4 @@
-// What is said and answered when memory runs out.
+// What is logged and returned when memory runs out.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ struct Clip : TempFolder {
   }
 };
 
-TEST(OutOfMemory, WithoutARootTheProbeAndTheOpenSaySo) {
+TEST(OutOfMemory, WithoutARootTheProbeAndTheOpenReportIt) {
   const Clip clip;
   LogCapture log;
   {
@@ -47,7 +47,7 @@ TEST(OutOfMemory, WithoutARootTheProbeAndTheOpenSaySo) {
   EXPECT_NE(openFile(clip.path), nullptr);
 }
 
-TEST(OutOfMemory, AFrameWithoutASampleWindowFailsAndReadsLater) {
+TEST(OutOfMemory, AFrameWithoutASampleWindowFailsAndIsReadLater) {
   const Clip clip;
   const MediaFile file = openFile(clip.path);
   ASSERT_NE(file, nullptr);
@@ -63,7 +63,7 @@ TEST(OutOfMemory, AFrameWithoutASampleWindowFailsAndReadsLater) {
   EXPECT_EQ(readFrame(*file, 1).data, sampleOf(10, 2).data);
 }
 
-TEST(OutOfMemory, AVideoTrackWithoutAStreamHolderEndsTheOpen) {
+TEST(OutOfMemory, AVideoTrackWithoutAStreamHolderFailsTheOpen) {
   const Clip clip;
   const MediaFile file = createObject();
   const auto open = [&] {
@@ -107,7 +107,7 @@ TEST(OutOfMemory, DescribedStreamsWithoutHoldersAreReported) {
   EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_RESULT, "Open: 0xE8022007\n"}));
 }
 
-TEST(OutOfMemory, NoDescriptionThatFailsForAnAllocationReachesTheHostAsMoreThanAStatus) {
+TEST(OutOfMemory, FailedAllocationsInDescriptionsGiveTheHostAStatusOnly) {
   const TempFolder folder;
   RecordingDescription d;
   d.audioMask = 3;
@@ -123,7 +123,7 @@ TEST(OutOfMemory, NoDescriptionThatFailsForAnAllocationReachesTheHostAsMoreThanA
   }
 }
 
-TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
+TEST(OutOfMemory, FailedSmallAllocationsGiveTheHostAStatusOnly) {
   const Clip clip;
   for (std::size_t bytes = 1; bytes <= 512; ++bytes) {
     LogCapture log;
@@ -136,11 +136,11 @@ TEST(OutOfMemory, NoSmallAllocationThatFailsReachesTheHostAsMoreThanAStatus) {
     file->Read(1, 1, 1, QVR_MODE_VIDEO, &d, nullptr);
     file->FindKeyFrame(1, 1, 1, 0);
   }
-  EXPECT_NE(openFile(clip.path), nullptr) << "and with memory the file opens";
+  EXPECT_NE(openFile(clip.path), nullptr) << "with memory the file opens";
 }
 
-// The reader's place does not run ahead of a request that memory ended: what it did not get is still there.
-TEST(OutOfMemory, AudioThatARequestDidNotGetIsReadByTheNext) {
+// The reader's position does not advance for a request that ran out of memory: its samples are still there.
+TEST(OutOfMemory, AudioOfAFailedRequestIsReadByTheNext) {
   constexpr std::size_t kLargeUnit = 9000, kHeader = 7;
   const CodedAudio& sound = aacAudio();
   const BuiltFile clip = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
@@ -157,7 +157,7 @@ TEST(OutOfMemory, AudioThatARequestDidNotGetIsReadByTheNext) {
   }
 }
 
-// HE-AAC takes memory with the first unit that decodes.
+// HE-AAC allocates memory with the first access unit that decodes.
 CodedAudio heAacAudio() {
   CodedAudio sound{2048, audioEntry("mp4a", 2, 16, 24000, elementaryStreamBox(0x40, 0x1310)), {}};
   const Bytes stream = readFile(std::string(VL_TEST_DATA) + "/he_v1_stereo_48k.aac");
@@ -172,8 +172,8 @@ CodedAudio heAacAudio() {
   return sound;
 }
 
-// Whatever a first read gets no memory for: it fails or delivers all, and later reads deliver all.
-TEST(OutOfMemory, AFirstReadOfAudioThatFailsLosesNothing) {
+// Whichever allocation of a first read fails: it fails or delivers all, and later reads deliver all.
+TEST(OutOfMemory, AFailedFirstReadOfAudioLosesNothing) {
   const CodedAudio sound = heAacAudio();
   for (const bool damaged : {false, true}) {
     const BuiltFile clip = builtClip(sound, [&](RunSpec& run) {
@@ -217,7 +217,7 @@ LogLine plain(const char* text) {
   return {VL_LOG_PLAIN, text};
 }
 
-TEST(OutOfMemory, AVideoBufferThatCannotGrowFailsItsFrameAndTakesTheNext) {
+TEST(OutOfMemory, AVideoBufferThatCannotGrowFailsItsFrameAndAcceptsTheNext) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   LogCapture log;
@@ -239,7 +239,7 @@ TEST(OutOfMemory, ACc608BufferThatCannotGrowFailsItsFrame) {
   ASSERT_EQ(writeCaptioned(*file, 0, 100), VL_OK);
   LogCapture log;
   {
-    const FailingNew failing(6);  // room for three pairs
+    const FailingNew failing(6);  // capacity for three pairs
     EXPECT_EQ(writeCaptioned(*file, 1, 100), 0xFFFFFFFFu);
   }
   EXPECT_THAT(log.lines, ElementsAre(plain("fmp4 - Failed to allocate cc608 buffer for writing")));
@@ -254,7 +254,7 @@ TEST(OutOfMemory, ACc708BufferThatCannotGrowFailsItsFrame) {
   MediaFile file = startRecording(folder.file("out.mp4"), d);
   LogCapture log;
   {
-    const FailingNew failing(0x10000);  // the picture's buffer is larger
+    const FailingNew failing(0x10000);  // the frame's buffer is larger
     EXPECT_EQ(writeCaptioned(*file, 0, 100000), 0xFFFFFFFFu);
   }
   EXPECT_THAT(log.lines, ElementsAre(plain("fmp4 - Failed to allocate cc708 buffer for writing")));
@@ -262,20 +262,22 @@ TEST(OutOfMemory, ACc708BufferThatCannotGrowFailsItsFrame) {
   EXPECT_EQ(closeFile(file), VL_OK);
 }
 
-TEST(OutOfMemory, ARecordingWithoutItsMovieBoxTakesNoFrames) {
+TEST(OutOfMemory, ARecordingWithoutItsMovieBoxRefusesFrames) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   {
-    const FailingNew failing(8192 + QVR_CODEC_CONFIGURATION_BYTES);  // room for the movie box
+    const FailingNew failing(8192 + QVR_CODEC_CONFIGURATION_BYTES);  // memory for the movie box
     EXPECT_EQ(writeCaptioned(*file, 0, 100), 0xFFFFFFFFu);
   }
-  EXPECT_EQ(writeCaptioned(*file, 0, 100), 0xFFFFFFFFu) << "nothing may follow a file type box alone";
+  EXPECT_EQ(writeCaptioned(*file, 0, 100), 0xFFFFFFFFu)
+      << "nothing may follow a file type box without a movie box";
   closeFile(file);
   EXPECT_EQ(BoxFile(folder.file("out.m4v")).topLevel(), "ftyp");
 }
 
-// Whatever the last cut asks memory for, the segment before it is finished and listed, and the host is told.
-TEST(OutOfMemory, ALastCutWithoutMemoryLeavesTheFragmentsBeforeItListed) {
+// Whichever allocation of the last fragment fails, the segment before it is finished and listed, and the host
+// gets an error.
+TEST(OutOfMemory, ALastFragmentWithoutMemoryLeavesThoseBeforeItListed) {
   RecordingDescription d;
   d.captions = QVR_CAPTIONS_608 | QVR_CAPTIONS_708;
   unsigned failed = 0;
@@ -296,7 +298,7 @@ TEST(OutOfMemory, ALastCutWithoutMemoryLeavesTheFragmentsBeforeItListed) {
     ASSERT_TRUE(frames == 37 || (frames == 30 && status != VL_OK)) << bytes << " bytes: " << frames;
     ASSERT_EQ(readFrame(*read, frames - 1).data, frameBytes(frames - 1)) << bytes;
   }
-  EXPECT_GT(failed, 0u) << "no allocation was met";
+  EXPECT_GT(failed, 0u) << "no allocation was hit";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Real media recorded by `fmp4 package` and read back: the same pictures and the same sound.
+// Real media recorded by `fmp4 package` and read back: the same video and the same audio.
 #include <gtest/gtest.h>
 
 #include "tests/plugin/loaded_plugin.h"
@@ -29,23 +29,23 @@ void expectTheSame(const std::string& source, const std::string& recording) {
     ASSERT_EQ(a.key(), b.key()) << frame;
   }
   const Samples was = readAll(*before, 4096), is = readAll(*after, 1602);
-  // The source's edit list hides its first unit, which leads in the second. Without it that one begins
-  // differently.
+  // The source's edit list hides its first access unit, the pre-roll of the second. Without it the second
+  // begins differently.
   constexpr std::ptrdiff_t kUnit = 2 * 1024;
-  // A recording counts whole units where the source's last one may be stated shorter.
+  // A recording counts complete access units; the source may state a shorter last one.
   ASSERT_GE(is.size() + kUnit, was.size());
   ASSERT_LT(is.size(), was.size());
   EXPECT_TRUE(std::equal(was.begin() + 2 * kUnit, was.end(), is.begin() + kUnit));
 }
 
-TEST(PackageRoundTrip, PictureAndAudioInFilesOfTheirOwn) {
+TEST(PackageRoundTrip, VideoAndAudioInSeparateFiles) {
   const TempFolder folder;
   const std::string source = makeSource(folder, 0);
   runOrThrow({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.mp4")});
   expectTheSame(source, folder.file("out.mpd"));
 }
 
-TEST(PackageRoundTrip, PictureAndAudioInOneFile) {
+TEST(PackageRoundTrip, VideoAndAudioInOneFile) {
   const TempFolder folder;
   const std::string source = makeSource(folder, 0);
   runOrThrow({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.ismv")});

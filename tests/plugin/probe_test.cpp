@@ -28,7 +28,7 @@ void writeText(const std::string& path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
-TEST(Probe, ManifestsAndSmoothNamesAreAcceptedUnseen) {
+TEST(Probe, ManifestsAndSmoothNamesAreAcceptedUnread) {
   LogCapture log;
   for (const char* name : {"/nowhere/a.MPD", "/nowhere/a.mpd", "a.ismv", "a.IsMa", "a.ism", "a.ISMC"}) {
     EXPECT_EQ(probe(name), kAccepted) << name;
@@ -46,7 +46,7 @@ TEST(Probe, NullAndEmptyNamesAreAccepted) {
   EXPECT_EQ(probe(""), kAccepted);
 }
 
-TEST(Probe, FlagBit30AcceptsAnyNameUnseen) {
+TEST(Probe, FlagBit30AcceptsAnyNameUnread) {
   LogCapture log;
   EXPECT_EQ(probe("/nowhere/anything.txt", 0x40000000), kAccepted);
   EXPECT_EQ(probe("/nowhere/a.mp4", 0x40000001), kAccepted);
@@ -85,7 +85,7 @@ TEST(Probe, APlainFileIsRefused) {
   EXPECT_THAT(log.lines, ElementsAre(error("No moof, not a fragmented mp4")));
 }
 
-TEST(Probe, WhatIsNoBoxFileIsRefused) {
+TEST(Probe, FilesWithoutBoxesAreRefused) {
   const TempFolder folder;
   writeText(folder.file("text.mp4"), "hello, this is not a film");
   writeText(folder.file("empty.mp4"), "");
@@ -103,7 +103,7 @@ TEST(Probe, AMissingFileCannotBeOpened) {
   EXPECT_THAT(log.lines, ElementsAre(error("Cannot open file")));
 }
 
-TEST(Probe, AManifestNestedTooDeepOrTooLargeIsRefused) {
+TEST(Probe, AManifestTooDeepOrTooLargeIsRefused) {
   const TempFolder folder;
   std::string deep = "<MPD>";
   for (int i = 0; i < 100000; ++i) deep += "<a>";

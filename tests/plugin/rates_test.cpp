@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(ReduceRate, TakesOneStepByHundredOrByTen) {
+TEST(ReduceRate, DividesOnceByAHundredOrByTen) {
   const auto reduced = [](std::int64_t rate, std::int64_t scale) {
     const RateScale value = ReduceRate({rate, scale});
     return std::pair(value.rate, value.scale);

@@ -1,4 +1,4 @@
-// AC-3 tracks read through the plug-in: always two channels, at any range and in any order.
+// AC-3 tracks read through the plug-in: always two channels, any range, in any order.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,9 +21,9 @@ namespace {
 using testing::Contains;
 using testing::Each;
 
-constexpr std::size_t kFrame = 1536;  // sample frames that one sync frame decodes to
+constexpr std::size_t kFrame = 1536;  // PCM frames that one sync frame decodes to
 
-// What ffmpeg's decoder makes of the track's packets, from the first on, without gains for dynamic range; 1.0
+// The output of ffmpeg's decoder for the track's packets, from the first on, without dynamic range gains; 1.0
 // is full scale.
 std::vector<float> ffmpegAudio(const Clip& clip) {
   const std::string packets = clip.folder.file("packets.ac3"), raw = clip.folder.file("packets.f32");
@@ -37,7 +37,7 @@ std::vector<float> ffmpegAudio(const Clip& clip) {
   return values;
 }
 
-// RMS in 16-bit units of what two signals differ by; they are equally long.
+// RMS difference of two signals of equal length, in 16-bit units.
 double differenceOf(const Samples& ours, const std::vector<float>& theirs) {
   EXPECT_EQ(ours.size(), theirs.size());
   double sum = 0;
@@ -54,7 +54,7 @@ double loudnessOf(const std::vector<float>& values) {
   return 32768.0 * std::sqrt(sum / static_cast<double>(values.size()));
 }
 
-// A clip of picture and AC-3. `expressions`: ffmpeg's, one a channel, divided by "|".
+// A clip of video and AC-3. `expressions`: ffmpeg's, one per channel, separated by "|".
 Clip ac3Clip(const std::string& expressions, const std::vector<std::string>& options = {},
              int sampleRate = 48000) {
   const std::vector<std::string> input = {"-f", "lavfi", "-i",
@@ -63,7 +63,7 @@ Clip ac3Clip(const std::string& expressions, const std::vector<std::string>& opt
               h264Codec(25, 0) + std::vector<std::string>{"-c:a", "ac3"} + options + kFragments);
 }
 
-// Two sweeps, which tell every place from every other.
+// Two sweeps, in which no two positions are alike.
 Clip sweepClip(int sampleRate = 48000) {
   return ac3Clip("0.4*sin(200*t*t*6.28)+0.1*sin(5000*t)|0.4*cos(300*t*t*6.28)", {"-b:a", "448k"}, sampleRate);
 }
@@ -99,7 +99,7 @@ TEST(ReadAc3, MixesFiveOneToTwoChannelsThatCannotExceedFullScale) {
   expectRandomReadsToAgree(clip);
 }
 
-TEST(ReadAc3, OneChannelGoesToBoth) {
+TEST(ReadAc3, MonoGoesToBothChannels) {
   const Clip clip = ac3Clip("0.5*sin(2000*t)");
   expectBothChannelsAlike(clip, 5000);
 }
@@ -112,7 +112,7 @@ TEST(ReadAc3, SampleBySampleGivesTheSameSamples) {
   expectSingleReadsToAgree(sweepClip(), 13000, 18000);
 }
 
-TEST(ReadAc3, RandomReadsGiveWhatReadingFromTheStartGives) {
+TEST(ReadAc3, RandomReadsMatchReadingFromTheStart) {
   expectRandomReadsToAgree(sweepClip());
 }
 
@@ -122,7 +122,7 @@ TEST(ReadAc3, RandomReadsAgreeWithDitherToo) {
       Clip(noise, std::vector<std::string>{"-ac", "2", "-c:a", "ac3", "-b:a", "96k"} + kFragments));
 }
 
-TEST(ReadAc3, TheTwoChannelsAreDescribedWithTheBlockOfOne) {
+TEST(ReadAc3, TheTwoChannelsAreDescribedWithTheBlockAlignOfOne) {
   const Clip clip = ac3Clip("0|0|0|0|0|0:c=5.1");
   ASSERT_NE(clip.file, nullptr);
   const QVRAUDIO audio = describe(*clip).audio;
@@ -135,8 +135,8 @@ TEST(ReadAc3, TheTwoChannelsAreDescribedWithTheBlockOfOne) {
   EXPECT_EQ(audio.stream.length, 63u * kFrame);
 }
 
-// A host that allocates what it is told, and says no more of its buffer, is not written past.
-TEST(ReadAc3, TheBufferSizeToldHoldsBothChannelsOfAFramesAudio) {
+// The buffer of a host that allocates the reported size, and states no capacity, is not overrun.
+TEST(ReadAc3, TheReportedBufferSizeHoldsBothChannelsOfAFramesAudio) {
   const Clip clip = sweepClip();
   const std::uint32_t told = clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
   EXPECT_EQ(told, (48000 / 25 + 1) * 4);
@@ -162,7 +162,7 @@ TEST(ReadAc3, ABufferTooSmallForBothChannelsIsRefusedUnwritten) {
   EXPECT_THAT(buffer, Each(0xEE));
 }
 
-TEST(ReadAc3, AtTheEndComesShort) {
+TEST(ReadAc3, IsShortAtTheEnd) {
   const Clip clip = sweepClip();
   LogCapture log;
   EXPECT_EQ(readSound(*clip, lengthOf(*clip) - 100, 1000).samples.size(), 200u);
@@ -192,8 +192,8 @@ TEST(ReadAc3, ADamagedFrameIsSilenceOfItsLengthAndTheNextDecodesAgain) {
 
 // ---- With FFmpeg -------------------------------------------------------------------------------------
 
-// A track of six channels whose units tell the stand-in what to put out: unit u has 6 * 1536 float samples,
-// frame i of its first channel being 2 * (u * 1536 + i) and of its second one more.
+// A track of six channels whose units give the stand-in's output: unit u has 6 * 1536 float samples, where
+// PCM frame i is 2 * (u * 1536 + i) in its first channel and one more in its second.
 std::vector<std::uint8_t> clipForTheStandIn(int units) {
   TrafSpec traf;
   traf.trackId = 2;
@@ -243,7 +243,7 @@ TEST(ReadAc3, FFmpegsFramesAreReadAsPairsWhateverTheTrackHas) {
   });
 }
 
-TEST(ReadAc3, FFmpegStaysLoadedWhenThePluginGoesAndHasItsLogBack) {
+TEST(ReadAc3, FFmpegStaysLoadedAfterThePluginAndGetsItsLogBack) {
   inFFmpegPlace([] {
     const FFmpegPlace place;
     place.allow(true);

@@ -1,4 +1,4 @@
-// Sound read through the plug-in: any range, in any order, at the track's positions.
+// Audio read through the plug-in: any range, in any order, at the track's positions.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 using testing::Contains;
 
-// What ffmpeg's decoder makes of the track's packets, as 16-bit samples.
+// The output of ffmpeg's decoder for the track's packets, as 16-bit samples.
 Samples ffmpegAudio(const TempFolder& folder, const std::string& clip, const std::string& stream = "0:a:0") {
   Samples samples;
   for (const float value : ffmpegPackets(folder, clip, stream))
@@ -27,7 +27,7 @@ Samples ffmpegAudio(const TempFolder& folder, const std::string& clip, const std
 
 const std::vector<std::string> kStereoAac = {"-ac", "2", "-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"};
 
-// A clip of picture and a sweep, which tells every place from every other.
+// A clip of video and a sweep, in which no two positions are alike.
 Clip sweepClip(int bFrames = 0, const std::vector<std::string>& audio = kStereoAac, int sampleRate = 48000) {
   const std::vector<std::string> sweep = {
       "-f", "lavfi", "-i",
@@ -46,7 +46,7 @@ TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
   EXPECT_LE(largestDifference(ours, theirs), 1);
 }
 
-TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowThoseOfTheTrackBefore) {
+TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowsThePreviousTracks) {
   const std::vector<std::string> implicit = {"-movflags", "frag_keyframe+empty_moov+omit_tfhd_offset"};
   for (const std::vector<std::string>& order :
        {std::vector<std::string>{"-map", "0:v", "-map", "1:a"}, {"-map", "1:a", "-map", "0:v"}}) {
@@ -70,7 +70,7 @@ TEST(ReadAudio, SampleBySampleGivesTheSameSamples) {
   expectSingleReadsToAgree(sweepClip(), 20000, 24000);
 }
 
-TEST(ReadAudio, RandomReadsGiveWhatReadingFromTheStartGives) {
+TEST(ReadAudio, RandomReadsMatchReadingFromTheStart) {
   expectRandomReadsToAgree(sweepClip());
 }
 
@@ -97,14 +97,14 @@ TEST(ReadAudio, TheLongFirstUnitBesideBFramesIsFollowedBySilence) {
   expectRandomReadsToAgree(clip);
 }
 
-TEST(ReadAudio, MonoGoesToBothChannelsOfADescriptionThatSaysTwo) {
+TEST(ReadAudio, MonoGoesToBothChannelsOfAStereoDescription) {
   const Clip clip(toneInput(1), std::vector<std::string>{"-ac", "1", "-c:a", "aac"} + kFragments);
   ASSERT_NE(clip.file, nullptr);
   ASSERT_EQ(describe(*clip).audio.wave.channels, 2) << "ffmpeg writes 2 for every layout";
   expectBothChannelsAlike(clip, 1000);
 }
 
-TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeLine) {
+TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeline) {
   const std::vector<std::string> input = {
       "-f", "lavfi", "-i",
       "aevalsrc=0.5*sin(2000*t)|0.5*sin(3000*t)|0.5*sin(4000*t)|0|0.5*sin(5000*t)|0.5*sin(6000*t):c=5.1:d=1"};
@@ -115,7 +115,7 @@ TEST(ReadAudio, FiveOneIsMixedDownWithoutShiftingTheTimeLine) {
 }
 
 // An explicitly signalled track plays at twice its core's rate.
-TEST(ReadAudio, BandReplicationGivesFfmpegsSamplesAtTheTracksPositions) {
+TEST(ReadAudio, SbrGivesFfmpegsSamplesAtTheTracksPositions) {
   const std::string path = VL_TEST_DATA "/he_v1_48k_explicit.mp4";
   const MediaFile file = openFile(path);
   ASSERT_NE(file, nullptr);
@@ -129,11 +129,11 @@ TEST(ReadAudio, ARateThatTheSampleEntryCannotHoldComesFromTheConfiguration) {
   EXPECT_NEAR(lengthOf(*clip), 2 * 96000, 2048);
 }
 
-TEST(ReadAudio, PastTheTrackFailsAndAtItsEndComesShort) {
+TEST(ReadAudio, FailsPastTheTrackAndIsShortAtItsEnd) {
   const Clip clip = sweepClip();
   const std::uint32_t total = lengthOf(*clip);
   EXPECT_EQ(readSound(*clip, total + 1, 10).status, 0xFFFFFFFFu);
-  EXPECT_EQ(readSound(*clip, total, 10).status, 0xFFFFFFFFu) << "nothing is held there";
+  EXPECT_EQ(readSound(*clip, total, 10).status, 0xFFFFFFFFu) << "no samples are there";
   LogCapture log;
   const Sound sound = readSound(*clip, total - 100, 1000);
   EXPECT_EQ(sound.status, VL_OK);
@@ -149,12 +149,12 @@ TEST(ReadAudio, AllOnesContinuesWhereTheLastRequestEnded) {
             Samples(whole.begin() + 5700 * 2, whole.begin() + 6200 * 2));
 }
 
-TEST(ReadAudio, WithoutADescriptorTellsTheBufferSize) {
+TEST(ReadAudio, WithoutADescriptorReturnsTheBufferSize) {
   const Clip clip = sweepClip();
   EXPECT_EQ(clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr), describe(*clip).audio.bufferSize);
 }
 
-TEST(ReadAudio, WithoutAudioOrWithAudioSwitchedOffReportsSo) {
+TEST(ReadAudio, ReportsMissingOrDisabledAudio) {
   const Clip clip = sweepClip();
   const LogLine line{VL_LOG_PLAIN, "ReadFMP4(0xE8021001)"};
   const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
@@ -177,9 +177,9 @@ TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
   EXPECT_THAT(buffer, testing::Each(0xEE));
 }
 
-// A track that claims six channels of units most of which do not decode: silence of twelve bytes a frame,
-// where the host counts four.
-TEST(ReadAudio, ABufferOfUnknownSizeIsFilledNoFurtherThanWasTold) {
+// A track that claims six channels, most of whose units do not decode: silence of twelve bytes per PCM frame,
+// where the host expects four.
+TEST(ReadAudio, ABufferOfUnknownSizeIsFilledUpToTheReportedSizeOnly) {
   RunSpec run = runOf(aacAudio());
   for (int i = 0; i < 10; ++i) run.samples[static_cast<std::size_t>(i)].data.assign(64, 0);
   const BuiltFile clip({SoundTrack{audioEntry("mp4a", 6, 16, 48000, elementaryStreamBox()), run}});
@@ -198,7 +198,7 @@ TEST(ReadAudio, ABufferOfUnknownSizeIsFilledNoFurtherThanWasTold) {
   EXPECT_EQ(buffer[told], 0xEE);
 }
 
-TEST(ReadAudio, PictureAndAudioReadInTurnsDoNotDisturbEachOther) {
+TEST(ReadAudio, InterleavedVideoAndAudioReadsDoNotDisturbEachOther) {
   const Clip clip = sweepClip();
   const Samples whole = readAll(*clip, lengthOf(*clip));
   const std::vector<Packet> packets = ffprobePackets(clip.path, "v:0");
@@ -210,7 +210,7 @@ TEST(ReadAudio, PictureAndAudioReadInTurnsDoNotDisturbEachOther) {
   }
 }
 
-TEST(ReadAudio, EachOfTwoTracksHasItsOwnPair) {
+TEST(ReadAudio, EachOfTwoTracksHasItsOwnChannelPair) {
   const Clip clip(
       toneInput(1) +
           std::vector<std::string>{"-f", "lavfi", "-i", "sine=frequency=880:sample_rate=32000:duration=1"},
@@ -270,7 +270,7 @@ TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
   }
 }
 
-TEST(ReadAudio, ADurationThatNoUnitHasIsRefused) {
+TEST(ReadAudio, ADurationThatNoUnitCanHaveIsRefused) {
   const BuiltFile clip = changedTone([](RunSpec& run) { run.samples[5].duration = 0x40000000; });
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(readSound(*clip.file, 0, 1000).status, VL_OK);
@@ -280,12 +280,12 @@ TEST(ReadAudio, ADurationThatNoUnitHasIsRefused) {
   d.data = buffer.data();
   EXPECT_EQ(clip.file->Read(5 * 1024, 1000, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFEu);
   EXPECT_EQ(d.bytes, 0u);
-  // The units behind it are read all the same.
+  // The units after it are still read.
   EXPECT_EQ(readSound(*clip.file, 5 * 1024 + 0x40000000, 1000).status, VL_OK);
 }
 
-TEST(ReadAudio, AfterTheLastUnitFailsOnlyWhenNothingIsHeld) {
-  // The description says twice the sound that the units hold.
+TEST(ReadAudio, AfterTheLastUnitFailsOnlyWithoutRemainingSamples) {
+  // The description states twice the duration of the units.
   const BuiltFile clip = changedTone([](RunSpec& run) { run.samples.back().duration = 60000; });
   const std::uint32_t held = lengthOf(*clip.file) - 60000 + 1024;
   LogCapture log;
@@ -298,7 +298,7 @@ TEST(ReadAudio, AfterTheLastUnitFailsOnlyWhenNothingIsHeld) {
       Contains(LogLine{0xC0000000, "ERROR(vlx_fmp4): Unable to find correct audio chunck for this frame\n"}));
 }
 
-TEST(ReadAudio, AudioOfAManifestsOwnFileIsReadThroughThePictureObject) {
+TEST(ReadAudio, AudioOfASeparateFileIsReadThroughTheVideoObject) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mpd"),
             pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(25, 0) + kStereoAac +

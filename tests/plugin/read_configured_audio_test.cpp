@@ -1,4 +1,4 @@
-// AAC tracks whose configuration says what the headers ahead of their samples cannot.
+// AAC tracks whose configuration signals what the ADTS headers before their samples cannot.
 #include <gtest/gtest.h>
 
 #include "tests/audio/aac_configurations.h"
@@ -27,7 +27,7 @@ Bytes esds(const Bytes& configuration) {
 
 struct Track {
   Bytes configuration;
-  std::uint16_t channels = 2;  // of the sample entry, as is the rate
+  std::uint16_t channels = 2;  // in the sample entry, as is the rate
   std::uint32_t rate = 48000;
   std::uint32_t unitFrames = 1024;  // at that rate
 };
@@ -63,7 +63,7 @@ GeneratorOptions pairOf(int samplingIndex = 3, int frameLength = 1024) {
   return options;
 }
 
-TEST(ReadConfiguredAudio, FramesOf960SamplesAreThoseThatFfmpegDecodes) {
+TEST(ReadConfiguredAudio, FramesOf960SamplesMatchFfmpeg) {
   const TempFolder folder;
   const auto blocks = blocksOf(1, pairOf(3, 960), 60);
   writeTrack(folder.file("a.mp4"),
@@ -76,8 +76,8 @@ TEST(ReadConfiguredAudio, FramesOf960SamplesAreThoseThatFfmpegDecodes) {
   EXPECT_LE(LargestDifference(ours, FfmpegDecode(folder.file("a.loas"))), 1);
 }
 
-// Their noise repeats after another number of blocks than that of frames of 1024 samples.
-TEST(ReadConfiguredAudio, HeAacOf960SamplesIsReadAlikeFromAnyPlace) {
+// Their noise repeats after a different number of blocks than with frames of 1024 samples.
+TEST(ReadConfiguredAudio, HeAacOf960SamplesReadsAlikeFromAnyPosition) {
   const TempFolder folder;
   for (const bool stereo : {false, true}) {
     GeneratorOptions options = pairOf(6, 960);
@@ -95,7 +95,7 @@ TEST(ReadConfiguredAudio, HeAacOf960SamplesIsReadAlikeFromAnyPlace) {
   }
 }
 
-TEST(ReadConfiguredAudio, AFrequencyThatIsWrittenOutIsHeard) {
+TEST(ReadConfiguredAudio, AnExplicitFrequencyMatchesFfmpeg) {
   const TempFolder folder;
   const auto blocks = blocksOf(2, pairOf(4), 60);
   writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.frequency = 44100}), .rate = 44100},
@@ -107,8 +107,8 @@ TEST(ReadConfiguredAudio, AFrequencyThatIsWrittenOutIsHeard) {
             1);
 }
 
-// Ahead of the first payload of spectral band replication, or without any.
-TEST(ReadConfiguredAudio, ATrackAnnouncedAtTheDoubledRateKeepsItsTimeLine) {
+// Before the first SBR payload, or without any.
+TEST(ReadConfiguredAudio, ATrackSignalledAtTheDoubledRateKeepsItsTimeline) {
   const TempFolder folder;
   const auto blocks = blocksOf(3, pairOf(6), 60);
   const Bytes announced[] = {
@@ -126,7 +126,7 @@ TEST(ReadConfiguredAudio, ATrackAnnouncedAtTheDoubledRateKeepsItsTimeLine) {
   EXPECT_LT(RootMeanSquare(readings[0], FfmpegDecode(folder.file("a.mp4"), {"-c:a", "aac"})), 1.0);
 }
 
-TEST(ReadConfiguredAudio, WhatIsNotSupportedIsSaidAndNotDecoded) {
+TEST(ReadConfiguredAudio, UnsupportedConfigurationsAreReportedAndNotDecoded) {
   const TempFolder folder;
   const auto blocks = blocksOf(4, pairOf(), 20);
   const std::pair<ConfigOptions, std::string> cases[] = {
@@ -145,8 +145,8 @@ TEST(ReadConfiguredAudio, WhatIsNotSupportedIsSaidAndNotDecoded) {
   }
 }
 
-// One configuration for what changes: the units count.
-TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPlace) {
+// One configuration for a stream that changes: what the access units contain decides.
+TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPosition) {
   const TempFolder folder;
   GeneratorOptions mono = pairOf(), surround = pairOf();
   mono.elements = {{E::kSce, 0}};
@@ -161,7 +161,7 @@ TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPlace) {
   const Samples ours = readInEveryWay(folder.file("a.mp4"), 2);
   ASSERT_EQ(40u * 1024 * 2, ours.size());
 
-  // The second part is what a track of nothing else gives, but for the overlap into its first unit.
+  // The second part equals a track of that part alone, except for the overlap into its first access unit.
   writeTrack(folder.file("b.mp4"), {.configuration = configurationOf({.channelConfiguration = 6})}, more);
   const Samples alone = readInEveryWay(folder.file("b.mp4"), 2);
   EXPECT_EQ(alone, Samples(ours.end() - static_cast<std::ptrdiff_t>(alone.size()), ours.end()));

@@ -1,4 +1,4 @@
-// HE-AAC tracks read through the plug-in: signalled in every way, in any order, at any described format.
+// HE-AAC tracks read through the plug-in: all kinds of signalling, in any order, in any described format.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,7 +19,7 @@ std::string dataFile(const std::string& name) {
   return std::string(VL_TEST_DATA) + "/" + name;
 }
 
-// Puts an ADTS stream into fragments of half a second. Its configuration tells the core alone.
+// Muxes an ADTS stream into fragments of half a second. Its configuration signals the core only.
 std::string fragment(const TempFolder& folder, const std::string& adts) {
   const std::string clip = folder.file("clip.mp4");
   runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-y", "-i", adts, "-c", "copy", "-bsf:a", "aac_adtstoasc",
@@ -29,7 +29,7 @@ std::string fragment(const TempFolder& folder, const std::string& adts) {
 
 class Implicit : public testing::TestWithParam<const char*> {};
 
-TEST_P(Implicit, IsReadLikeFfmpegReadsTheStream) {
+TEST_P(Implicit, MatchesFfmpegsDecodingOfTheStream) {
   const TempFolder folder;
   const std::string adts = dataFile(GetParam());
   const Samples ours = readInEveryWay(fragment(folder, adts), 2);
@@ -39,7 +39,7 @@ TEST_P(Implicit, IsReadLikeFfmpegReadsTheStream) {
 INSTANTIATE_TEST_SUITE_P(All, Implicit,
                          testing::Values("he_v1_stereo_48k.aac", "he_v1_mono_48k.aac", "he_v2_48k.aac"));
 
-TEST(ReadHeAudio, ExplicitSignallingIsReadAlike) {
+TEST(ReadHeAudio, ExplicitSignallingDecodesAlike) {
   const TempFolder folder;
   const Samples ours = readInEveryWay(dataFile("he_v1_48k_explicit.mp4"), 2);
   const std::string adts = folder.file("a.aac");
@@ -48,7 +48,7 @@ TEST(ReadHeAudio, ExplicitSignallingIsReadAlike) {
   EXPECT_LT(RootMeanSquare(ours, FfmpegDecode(adts, {"-c:a", "aac"})), 1.0);
 }
 
-// Boxes on the way to the configuration, the outermost first, and how far behind each one's start its
+// Boxes on the way to the configuration, the outermost first, and how far after each one's start its
 // children begin.
 constexpr struct {
   const char* type;
@@ -87,8 +87,8 @@ Bytes extendConfiguration(Bytes file, const Bytes& more) {
   const std::size_t entry = grown.back();
   const std::size_t esds = findChild(file, entry + 36, entry + bigEndian(file, entry), "esds");
   grown.push_back(esds);
-  // The descriptors' lengths are written in four bytes each: that of the stream, of the decoder's
-  // configuration, of the specific information that ends it.
+  // The descriptors' lengths are written in four bytes each: of the elementary stream, of the decoder
+  // configuration, of the decoder-specific information that ends it.
   std::size_t at = esds + 12, behind = 0;
   for (const auto& [tag, fields] : {std::pair{3, 3}, {4, 13}, {5, 0}}) {
     if (file[at] != tag) throw std::runtime_error("no such descriptor");
@@ -105,7 +105,7 @@ Bytes extendConfiguration(Bytes file, const Bytes& more) {
   return file;
 }
 
-TEST(ReadHeAudio, BackwardCompatibleSignallingIsReadAlike) {
+TEST(ReadHeAudio, BackwardCompatibleSignallingDecodesAlike) {
   const TempFolder folder;
   const std::string clip = fragment(folder, dataFile("he_v2_48k.aac"));
   BitWriter more;
@@ -121,10 +121,10 @@ TEST(ReadHeAudio, BackwardCompatibleSignallingIsReadAlike) {
   EXPECT_EQ(readInEveryWay(extended, 2), readInEveryWay(clip, 2, 0));
 }
 
-TEST(ReadHeAudio, OfATrackDescribedAsMonoTheOneChannelIsRead) {
+TEST(ReadHeAudio, ATrackDescribedAsMonoIsReadAsOneChannel) {
   const Samples mono = readInEveryWay(dataFile("he_v2_48k_explicit.mp4"), 1);
   ASSERT_EQ(98u * 2048, mono.size());
-  // It is the one that parametric stereo makes two of, of nearly its power.
+  // It is the downmix from which parametric stereo makes two channels, with nearly the same power.
   const TempFolder folder;
   const Samples stereo = readInEveryWay(fragment(folder, dataFile("he_v2_48k.aac")), 2, 0);
   double one = 0, two = 0;
@@ -133,7 +133,7 @@ TEST(ReadHeAudio, OfATrackDescribedAsMonoTheOneChannelIsRead) {
   EXPECT_NEAR(1, two / (2 * one), 0.1);
 }
 
-TEST(ReadHeAudio, ATrackDescribedAtItsCoresRateKeepsItsTimeLine) {
+TEST(ReadHeAudio, ATrackDescribedAtItsCoreRateKeepsItsTimeline) {
   const TempFolder folder;
   const std::string clip = fragment(folder, dataFile("he_v1_stereo_48k.aac"));
   const Samples full = readInEveryWay(clip, 2, 0);
@@ -145,7 +145,7 @@ TEST(ReadHeAudio, ATrackDescribedAtItsCoresRateKeepsItsTimeLine) {
   writeFile(clip, bytes);
   const Samples half = readInEveryWay(clip, 2);
   ASSERT_EQ(full.size() / 2, half.size());
-  // Nothing of this stream's low tones is lost: every other sample, as late as the filter banks differ.
+  // This stream's low tones are complete: every other sample, delayed by the filter banks' difference.
   double best = 1e9, power = 0;
   for (int shift = -2; shift <= 2; ++shift) {
     double sum = 0;
@@ -160,7 +160,7 @@ TEST(ReadHeAudio, ATrackDescribedAtItsCoresRateKeepsItsTimeLine) {
   EXPECT_LT(std::sqrt(best / power), 0.2);
 }
 
-// Rare headers, and differences over time that go on for long: only the decoder can tell where to start.
+// Rare headers and long chains of time-differential coding: only the decoder knows where to start.
 TEST(ReadHeAudio, RandomReadsAgreeWhereHeadersAreRare) {
   const TempFolder folder;
   for (const bool stereo : {false, true}) {

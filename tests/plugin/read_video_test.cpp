@@ -76,7 +76,7 @@ TEST(ReadVideo, GivesEveryFrameForwardBackwardAndShuffled) {
   }
 }
 
-TEST(ReadVideo, WithoutADescriptorTellsTheLargestSample) {
+TEST(ReadVideo, WithoutADescriptorReturnsTheLargestSample) {
   const Clip clip;
   EXPECT_EQ(clip->Read(0, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr), 20 + kFrames - 1);
   EXPECT_EQ(clip->Read(kFrames, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr), 0u);
@@ -102,7 +102,7 @@ TEST(ReadVideo, OtherChannelsAndClosedFilesHaveNoFrames) {
   EXPECT_EQ(closed->Read(0, 1, 1, QVR_MODE_VIDEO, &d, nullptr), 0xFFFFFFFFu);
 }
 
-TEST(ReadVideo, OtherModesAreNothingToDo) {
+TEST(ReadVideo, OtherModesDoNothing) {
   const Clip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(0, 1, 1, 2, &d, nullptr), VL_OK);
@@ -110,7 +110,7 @@ TEST(ReadVideo, OtherModesAreNothingToDo) {
   EXPECT_EQ(d.bytes, 0u);
 }
 
-TEST(ReadVideo, AHeaderOnlyRequestDescribesTheSampleAndStaysThere) {
+TEST(ReadVideo, AHeaderOnlyRequestDescribesTheSampleWithoutAdvancing) {
   const Clip clip;
   DFRAME d = headerRequest();
   d.flags = 0xFFFFFFFF;
@@ -130,7 +130,7 @@ TEST(ReadVideo, AHeaderOnlyRequestNeedsADescriptorOfItsSize) {
   EXPECT_EQ(clip->Read(5, 1, 1, QVR_MODE_VIDEO | 0x08000000, &d, nullptr), 0xE8024018u);
 }
 
-TEST(ReadVideo, KeepsTheFlagsThatAreNotItsOwn) {
+TEST(ReadVideo, KeepsTheHostsOtherFlags) {
   const Clip clip;
   std::vector<std::uint8_t> buffer(100);
   DFRAME d = headerRequest();
@@ -146,7 +146,7 @@ TEST(ReadVideo, KeepsTheFlagsThatAreNotItsOwn) {
   EXPECT_EQ(d.reserved, 0u);
 }
 
-TEST(ReadVideo, WithoutCompositionOffsetsLeavesTheMemberAlone) {
+TEST(ReadVideo, WithoutCompositionOffsetsLeavesTheMemberUnchanged) {
   const Clip clip(twelveFrames(kRunDataOffset | kRunSize | kRunFlags));
   DFRAME d = headerRequest();
   d.compositionOffset = 4711;
@@ -154,7 +154,7 @@ TEST(ReadVideo, WithoutCompositionOffsetsLeavesTheMemberAlone) {
   EXPECT_EQ(d.compositionOffset, 4711);
 }
 
-TEST(ReadVideo, WithoutABufferTellsTheSizeAndMovesOn) {
+TEST(ReadVideo, WithoutABufferReportsTheSizeAndAdvances) {
   const Clip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(4, 1, 1, QVR_MODE_VIDEO, &d, nullptr), VL_OK);
@@ -170,7 +170,7 @@ TEST(ReadVideo, ABufferTooSmallIsRefusedUnwritten) {
   d.dataCapacity = 30;
   LogCapture log;
   EXPECT_EQ(clip->Read(11, 1, 1, QVR_MODE_VIDEO, &d, nullptr), 0xFFFFFFFFu);
-  EXPECT_EQ(d.bytes, 31u) << "what would have been needed";
+  EXPECT_EQ(d.bytes, 31u) << "the size needed";
   EXPECT_THAT(buffer, testing::Each(0xEE));
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_ERROR,
@@ -187,7 +187,7 @@ TEST(ReadVideo, ARequestForSeveralFramesDoesNotShiftTheNext) {
   EXPECT_EQ(readFrame(*clip, 3).data, frameData(3));
 }
 
-TEST(ReadVideo, CountsTimecodesOnFromTheStart) {
+TEST(ReadVideo, CountsTimecodesFromTheStart) {
   const Clip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(7, 1, 1, QVR_MODE_VIDEO, &d, nullptr), VL_OK);
@@ -196,7 +196,7 @@ TEST(ReadVideo, CountsTimecodesOnFromTheStart) {
   EXPECT_EQ(clip->GetCurFrame(), 7u);
 }
 
-TEST(ReadVideo, AFrameWhoseBytesAreCutOffFailsAndTheOthersStillRead) {
+TEST(ReadVideo, ATruncatedFrameFailsAndTheOthersAreStillRead) {
   Bytes content = twelveFrames();
   content.resize(content.size() - 10);
   const Clip clip(content);
@@ -212,7 +212,7 @@ TEST(ReadVideo, AFrameWhoseBytesAreCutOffFailsAndTheOthersStillRead) {
   EXPECT_EQ(readFrame(*clip, 11).status, 0xFFFFFFFFu);
 }
 
-TEST(ReadVideo, AudioRequestsReportThatThereIsNone) {
+TEST(ReadVideo, AudioRequestsReportThatThereIsNoAudio) {
   const Clip clip;
   LogCapture log;
   DFRAME d = headerRequest();
@@ -220,7 +220,7 @@ TEST(ReadVideo, AudioRequestsReportThatThereIsNone) {
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "ReadFMP4(0xE8021001)"}));
 }
 
-TEST(FindKeyFrame, AnswersTheHostsQuery) {
+TEST(FindKeyFrame, AnswersTheHostsQueries) {
   const Clip clip;
   for (std::uint32_t frame = 0; frame < kFrames; ++frame) {
     EXPECT_EQ(clip->FindKeyFrame(1, 1, frame, 0), frame / 4 * 4) << frame;

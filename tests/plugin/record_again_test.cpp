@@ -1,4 +1,4 @@
-// Recording again: with an object that has recorded before, and under a name that has been recorded before.
+// Recording again: with a used object, and under a used name.
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -26,7 +26,7 @@ std::vector<std::string> namesIn(const TempFolder& folder) {
   return names;
 }
 
-// All files of a folder, the lists without their dates.
+// All files of a folder, manifests and playlists without their dates.
 std::map<std::string, Bytes> contentOf(const TempFolder& folder) {
   std::map<std::string, Bytes> files;
   for (const std::string& name : namesIn(folder)) {
@@ -53,7 +53,7 @@ std::uint32_t openAgain(CAMediaFile& file, const std::string& path) {
   return file.MFXCmd(MFX_OPEN, &request);
 }
 
-// Records the same as ever, with an object that is not open.
+// Always makes the same recording, with an object that is not open.
 void recordWith(MediaFile& file, const TempFolder& folder) {
   ASSERT_EQ(openAgain(*file, folder.file("out.mp4")), VL_OK);
   ASSERT_EQ(describeVideo(*file, {}), VL_OK);
@@ -63,7 +63,7 @@ void recordWith(MediaFile& file, const TempFolder& folder) {
   ASSERT_EQ(closeFile(file), VL_OK);
 }
 
-// One that has recorded and read, with every option and description different from what is usual.
+// An object that has recorded and read, with every option and description different from the usual.
 MediaFile usedObject(const TempFolder& folder) {
   RecordingDescription d;
   d.rate = 25;
@@ -114,7 +114,7 @@ TEST(RecordAgain, AUsedObjectRecordsTheSameBytesAsANewOne) {
   EXPECT_THAT(namesIn(with), UnorderedElementsAre("out.m4v", "out.m4a", "out.mpd", "out.m3u8", "outA.m3u8"));
 }
 
-TEST(RecordAgain, WhatIsDescribedWhileClosedLeavesNoHolderForTheNextOpen) {
+TEST(RecordAgain, ADescriptionWhileClosedLeavesNoHolderForTheNextOpen) {
   const TempFolder folder;
   MediaFile file = usedObject(folder);
   describeSound(*file, withAudio());
@@ -129,7 +129,7 @@ TEST(RecordAgain, WhatIsDescribedWhileClosedLeavesNoHolderForTheNextOpen) {
 
 // ---- Under a used name ------------------------------------------------------------------------------
 
-TEST(RecordAgain, UnderANameWhatThePreviousRecordingLeftGoes) {
+TEST(RecordAgain, FilesOfThePreviousRecordingAreRemoved) {
   for (const char* name : {"out.mp4", "out.m4v"}) {
     const TempFolder folder;
     record(folder.file("out.mp4"), withAudio());
@@ -149,8 +149,8 @@ TEST(RecordAgain, WithoutAudioTheOldAudioIsNotPlayed) {
   EXPECT_EQ(read->Channels(), 0u);
 }
 
-// Cut off before the first segment: nothing lists the sound yet.
-TEST(RecordAgain, TheAudioOfAnInterruptedRecordingGoesToo) {
+// Interrupted before the first segment: no manifest or playlist names the audio yet.
+TEST(RecordAgain, TheAudioOfAnInterruptedRecordingIsRemovedToo) {
   const TempFolder folder, interrupted;
   {
     MediaFile file = startRecording(interrupted.file("out.mp4"), withAudio());
@@ -164,7 +164,7 @@ TEST(RecordAgain, TheAudioOfAnInterruptedRecordingGoesToo) {
   EXPECT_THAT(namesIn(folder), UnorderedElementsAre("out.m4v"));
 }
 
-TEST(RecordAgain, AnotherRecordingKeepsItsLists) {
+TEST(RecordAgain, AnotherRecordingKeepsItsPlaylists) {
   const TempFolder folder;
   record(folder.file("fooA.mp4"), withAudio());
   record(folder.file("foo.mp4"), {});
@@ -177,7 +177,7 @@ TEST(RecordAgain, AnotherRecordingKeepsItsLists) {
   }
 }
 
-TEST(RecordAgain, AudioThatIsNotThePreviousRecordingsStays) {
+TEST(RecordAgain, AudioOfOtherRecordingsStays) {
   const TempFolder folder;
   record(folder.file("out.mp4"), {});
   writeFile(folder.file("out.m4a"), Bytes(1000, 7));
@@ -187,7 +187,7 @@ TEST(RecordAgain, AudioThatIsNotThePreviousRecordingsStays) {
   EXPECT_EQ(textOf(folder.file("outA.m3u8")), "#EXTM3U\nsong.mp3\n");
 }
 
-TEST(RecordAgain, AudioThatAnotherObjectIsAboutToRecordStays) {
+TEST(RecordAgain, AudioOpenInAnotherObjectStays) {
   const TempFolder folder;
   record(folder.file("out.mp4"), withAudio());
   MediaFile sound = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
@@ -201,7 +201,7 @@ TEST(RecordAgain, AudioThatAnotherObjectIsAboutToRecordStays) {
   EXPECT_NE(openFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY), nullptr);
 }
 
-TEST(RecordAgain, AudioThatAnotherObjectHasRecordedSinceStays) {
+TEST(RecordAgain, AudioRecordedSinceByAnotherObjectStays) {
   const TempFolder folder;
   record(folder.file("out.mp4"), withAudio());
   for (const std::string& name : namesIn(folder)) {
@@ -218,8 +218,8 @@ TEST(RecordAgain, AudioThatAnotherObjectHasRecordedSinceStays) {
   EXPECT_EQ(readFile(folder.file("out.m4a")), recorded);
 }
 
-// Linux takes such names, Windows refuses them.
-TEST(RecordAgain, ANameThatIsNotUtf8LeavesTheHostUnharmed) {
+// Linux accepts such names, Windows refuses them.
+TEST(RecordAgain, ANameThatIsNotUtf8IsHandledSafely) {
   const TempFolder folder;
   std::string path = folder.file("x");
   path.replace(path.size() - 1, 1, "\xFF.mp4");

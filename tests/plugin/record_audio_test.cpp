@@ -1,4 +1,4 @@
-// Recording sound: in a file of its own, and beside the picture.
+// Recording audio: in a separate file, and in the video's file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ RecordingDescription withAudio(std::uint32_t sampleRate = 48000) {
   return d;
 }
 
-// ---- A file of its own ------------------------------------------------------------------------------
+// ---- A separate file --------------------------------------------------------------------------------
 
 TEST(AudioApart, ListsBothFilesInOneManifest) {
   const TempFolder folder;
@@ -93,7 +93,7 @@ TEST(AudioApart, AFragmentHasTheStatedFields) {
   EXPECT_EQ(header->defaultSampleFlags, 0u);
   const auto* run = boxes.get<mp4::TrackRunBox>("moof/traf/trun");
   EXPECT_EQ(run->flags, 0x000201u);
-  EXPECT_EQ(run->sampleCount, 47u) << "48048 samples, rounded up to whole frames";
+  EXPECT_EQ(run->sampleCount, 47u) << "48048 samples, rounded up to complete access units";
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof[1]/traf/trun")->sampleCount, 2u);
   EXPECT_EQ(boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[1]/traf/tfdt")->baseMediaDecodeTime, 48128u);
   const auto* sidx = boxes.get<mp4::SegmentIndexBox>("sidx");
@@ -108,34 +108,34 @@ TEST(AudioApart, AFragmentHasTheStatedFields) {
   EXPECT_EQ(sidx->references[2].startsWithSap, 0u);
 }
 
-TEST(AudioApart, SharesTheGeometryOfTheVideoAndCountsSegmentsOn) {
+TEST(AudioApart, SharesTheVideosGeometryAndContinuesSegmentTimes) {
   const TempFolder folder;
   RecordingDescription d = withAudio(44100);
   d.rate = 25;
   d.scale = 1;
   MediaFile file = startRecording(folder.file("out.mp4"), d, 12);
-  writeSound(*file, 250);  // ahead of any picture
+  writeSound(*file, 250);  // before any frame
   writeFrames(*file, 1);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
-  // 44100 * 12 / 25 = 21168 samples: 21 frames, 21504 samples; ten to a segment.
+  // 44100 * 12 / 25 = 21168 samples: 21 access units, 21504 samples; ten fragments per segment.
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 21u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->earliestPresentationTime, 215040u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[1]")->earliestPresentationTime, 430080u);
   EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXT-X-TARGETDURATION:5\n"));
   EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:4.876,\n"));
-  EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:0.929,\n")) << "40 frames are left";
+  EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:0.929,\n")) << "40 access units remain";
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("timescale=\"44100\" duration=\"215040\""));
 }
 
-TEST(AudioApart, WholeSegmentsAreListedAtOnceAndInTheManifestWithTheNextOfTheVideo) {
+TEST(AudioApart, CompleteSegmentsAreListedAtOnceAndInTheManifestWithTheVideo) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio(), 2);
   writeFrames(*file, 1);
-  // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 frames, 40 to a segment.
+  // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 access units, 40 per segment.
   writeSound(*file, 40);
   EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:0.853,\n"));
-  EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "it is saved for all tracks at once";
+  EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "it is saved once for all tracks";
   writeFrames(*file, 19, 1);
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("<BaseURL>out.m4a</BaseURL>"));
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("mediaRange=\"661-"));
@@ -145,7 +145,7 @@ TEST(AudioApart, WholeSegmentsAreListedAtOnceAndInTheManifestWithTheNextOfTheVid
   EXPECT_EQ(std::filesystem::file_size(folder.file("out.m4a")), size);
 }
 
-TEST(AudioApart, AudioAloneUsesTheUsualRateAndGeometry) {
+TEST(AudioApart, AudioOnlyUsesTheDefaultRateAndGeometry) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   ASSERT_EQ(describeSound(*file, withAudio()), VL_OK);
@@ -156,7 +156,7 @@ TEST(AudioApart, AudioAloneUsesTheUsualRateAndGeometry) {
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references.size(), 10u);
 }
 
-TEST(AudioApart, Ac3FramesLastLongerInTheLastReferenceAlone) {
+TEST(AudioApart, Ac3FramesLastLongerOnlyInTheLastReference) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   QVRAUDIO audio = describe(*file).audio;
@@ -171,7 +171,7 @@ TEST(AudioApart, Ac3FramesLastLongerInTheLastReferenceAlone) {
 }
 
 TEST(AudioApart, TimesThatOutgrow32BitsTakeVersionOne) {
-  // At 1.001 pictures a second a fragment has 1405 frames of sound, 1438720 samples; 2^32 lie in number 2985.
+  // At 1.001 frames per second a fragment has 1405 access units, 1438720 samples; number 2985 passes 2^32.
   const TempFolder folder;
   RecordingDescription d = withAudio();
   d.rate = 1001;
@@ -193,7 +193,7 @@ TEST(AudioApart, TimesThatOutgrow32BitsTakeVersionOne) {
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[297]")->earliestPresentationTime, 4287385600u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[298]")->version, 1u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx[298]")->earliestPresentationTime, 4301772800u);
-  EXPECT_EQ(boxes.at("sidx[298]")->size, 160u) << "8 more bytes, room and content alike";
+  EXPECT_EQ(boxes.at("sidx[298]")->size, 160u) << "8 more bytes, reserved and used alike";
   EXPECT_EQ(boxes.at("sidx[299]"), nullptr);
 }
 
@@ -218,14 +218,14 @@ Bytes storedConfiguration(const Bytes& given, std::uint16_t channels = 2) {
   return esds->decoderConfig->decoderSpecificInfo;
 }
 
-TEST(AudioConfiguration, ShortOnesAreCopiedLongOnesAreNot) {
+TEST(AudioConfiguration, OnlyShortOnesAreCopied) {
   EXPECT_EQ(storedConfiguration({0x11, 0x90}), Bytes({0x11, 0x90}));
   EXPECT_EQ(storedConfiguration({0x13, 0x10, 0x56, 0xE5}), Bytes({0x13, 0x10, 0x56, 0xE5}));
   EXPECT_EQ(storedConfiguration({0x13, 0x10, 0x56, 0xE5, 0x98}), Bytes());
   EXPECT_EQ(storedConfiguration({}), Bytes());
 }
 
-TEST(AudioConfiguration, IsMadeFromAnAdtsHeader) {
+TEST(AudioConfiguration, IsDerivedFromAnAdtsHeader) {
   // AAC LC (profile 1) at 48000 Hz (index 3), and at 44100 Hz (index 4) with 6 channels.
   EXPECT_EQ(storedConfiguration({0xFF, 0xF1, 0x4C, 0x80, 0, 0, 0}), Bytes({0x11, 0x90}));
   EXPECT_EQ(storedConfiguration({0xFF, 0xF9, 0x50, 0x80, 0, 0, 0}, 6), Bytes({0x12, 0x30}));
@@ -246,8 +246,8 @@ std::vector<std::uint32_t> audioCounts(BoxFile& boxes) {
   return counts;
 }
 
-// A host may hand the same access unit over once for each pair of its channels.
-TEST(AudioApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
+// A host may deliver the same access unit once for each pair of its channels.
+TEST(AudioApart, ChannelPairsOfOneAccessUnitAreRecordedOnce) {
   const TempFolder folder;
   RecordingDescription d;
   d.audioMask = 0x3F;
@@ -270,14 +270,14 @@ TEST(AudioApart, PairsThatOneAccessUnitHoldsAreRecordedOnce) {
       << "a second stereo stream has no track";
 }
 
-TEST(AudioInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {
+TEST(AudioInside, TheRunningTotalDecidesWhenAFragmentGetsOneMore) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeSound(*file, 500);
   writeFrames(*file, 300);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
-  // 46.92 a fragment, and in the last one what is left of 500.
+  // 46.92 per fragment, and in the last one the remainder of 500.
   EXPECT_THAT(audioCounts(boxes), ElementsAre(46, 47, 47, 47, 47, 47, 47, 47, 47, 78));
   EXPECT_EQ(boxes.get<mp4::TrackFragmentDecodeTimeBox>("moof[2]/traf[1]/tfdt")->baseMediaDecodeTime,
             93u * 1024);
@@ -287,7 +287,7 @@ TEST(AudioInside, TheRunningTotalDecidesWhenAFragmentTakesOneMore) {
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references[0].subsegmentDuration, 30030u);
 }
 
-TEST(AudioInside, WhatIsLeftAtASegmentsEndMakesNoSegmentOfItsOwn) {
+TEST(AudioInside, TheRemainderAtASegmentsEndMakesNoSegmentOfItsOwn) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   for (std::uint32_t i = 0; i < 300; ++i) {
@@ -331,7 +331,7 @@ TEST(AudioInside, IsDescribedWithTheVideo) {
   EXPECT_NE(boxes.at("moov/mvex/trex[1]"), nullptr);
 }
 
-TEST(AudioInside, ACutWaitsForTheWholeCountOfAFragment) {
+TEST(AudioInside, AFragmentWaitsForItsCompleteAudio) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   const auto size = [&] { return std::filesystem::file_size(folder.file("out.ismv")); };
@@ -345,7 +345,7 @@ TEST(AudioInside, ACutWaitsForTheWholeCountOfAFragment) {
   EXPECT_THAT(audioCounts(boxes), ElementsAre(46));
 }
 
-TEST(AudioInside, AudioThatNeverComesHoldsTheVideoUpForTwoFragmentsOnly) {
+TEST(AudioInside, MissingAudioDelaysTheVideoByTwoFragmentsOnly) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   const auto size = [&] { return std::filesystem::file_size(folder.file("out.ismv")); };
@@ -361,7 +361,7 @@ TEST(AudioInside, AudioThatNeverComesHoldsTheVideoUpForTwoFragmentsOnly) {
     EXPECT_EQ(boxes.get<mp4::TrackRunBox>(moof)->sampleCount, 30u);
 }
 
-TEST(AudioInside, AudioThatEndsEarlyAndAudioThatComesLateAreAllWritten) {
+TEST(AudioInside, AudioThatEndsEarlyOrComesLateIsAllWritten) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeSound(*file, 60);
@@ -374,7 +374,7 @@ TEST(AudioInside, AudioThatEndsEarlyAndAudioThatComesLateAreAllWritten) {
   EXPECT_EQ(sum, 100u);
 }
 
-TEST(AudioInside, AudioAfterTheLastWholeFragmentGoesAlone) {
+TEST(AudioInside, AudioAfterTheLastCompleteFragmentGetsItsOwn) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeFrames(*file, 30);

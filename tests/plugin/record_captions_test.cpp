@@ -1,4 +1,4 @@
-// Recording captions beside the frames, and reading them back.
+// Recording captions with the frames, and reading them back.
 #include <gtest/gtest.h>
 
 #include "mp4box/boxes/tfhd.h"
@@ -50,7 +50,7 @@ Captions captionsOf(std::uint32_t frame) {
           frame % 4 != 3 ? packetOf(frame, static_cast<std::uint8_t>(10 + frame % 50)) : Bytes()};
 }
 
-TEST(RecordCaptions, ComeBackWithTheirFrames) {
+TEST(RecordCaptions, ReadBackWithTheirFrames) {
   for (const std::uint32_t count : {1u, 29u, 30u, 31u, 65u, 320u}) {
     const TempFolder folder;
     RecordingDescription d;
@@ -64,7 +64,7 @@ TEST(RecordCaptions, ComeBackWithTheirFrames) {
     for (std::uint32_t i = 0; i < count; ++i) {
       const DFRAME frame = readFrame(*read, i).descriptor;
       const Captions expected = captionsOf(i);
-      EXPECT_TRUE(frame.captionFlags & DFRAME_CAPTION_608) << "a place is kept for every frame's pair";
+      EXPECT_TRUE(frame.captionFlags & DFRAME_CAPTION_608) << "every frame has an entry for a pair";
       EXPECT_EQ(frame.captions[0], expected.pair ? static_cast<std::uint8_t>(i) : 0x80) << i;
       EXPECT_EQ(frame.captions[1], expected.pair ? static_cast<std::uint8_t>(0x80 + i) : 0x80) << i;
       EXPECT_EQ((frame.captionFlags & DFRAME_CAPTION_708) != 0, !expected.packet.empty()) << i;
@@ -75,7 +75,7 @@ TEST(RecordCaptions, ComeBackWithTheirFrames) {
   }
 }
 
-TEST(RecordCaptions, TracksStandAfterTheVideoWithTheStatedFields) {
+TEST(RecordCaptions, TracksComeAfterTheVideoWithTheStatedFields) {
   const TempFolder folder;
   RecordingDescription d;
   d.captions = QVR_CAPTIONS_608 | QVR_CAPTIONS_708;
@@ -109,7 +109,7 @@ TEST(RecordCaptions, TracksStandAfterTheVideoWithTheStatedFields) {
                                                      box("ccdp", {packetOf(0, 12)}), box("ccdp")}));
 }
 
-TEST(RecordCaptions, AreLeftOutWhereTheDescriptionNamesNone) {
+TEST(RecordCaptions, AreOmittedIfTheDescriptionHasNone) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrame(*file, 0, {true, packetOf(0)});
@@ -120,7 +120,7 @@ TEST(RecordCaptions, AreLeftOutWhereTheDescriptionNamesNone) {
   EXPECT_EQ(boxes.at("mdat")->size, 108u);
 }
 
-TEST(RecordCaptions, APacketThatIsNotWhatItClaimsIsLeftOut) {
+TEST(RecordCaptions, APacketOfTheWrongSizeIsOmitted) {
   const TempFolder folder;
   RecordingDescription d;
   d.captions = QVR_CAPTIONS_708;
@@ -134,7 +134,7 @@ TEST(RecordCaptions, APacketThatIsNotWhatItClaimsIsLeftOut) {
   }
   descriptor.captions[4] = 0x61;
   descriptor.captions[5] = 0x01;
-  descriptor.captions[6] = 20;  // the packet says otherwise
+  descriptor.captions[6] = 20;  // the packet states another size
   std::copy_n(packetOf(0, 30).begin(), 30, descriptor.captions + 7);
   descriptor.captionBytes = 37;
   ASSERT_EQ(file->Write(0, 1, 1, QVR_MODE_VIDEO, &descriptor, nullptr), VL_OK);

@@ -1,4 +1,4 @@
-// Opening for writing, and the host's description of what is to be written.
+// Opening for writing, and the host's description of the streams to write.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -32,13 +32,13 @@ TEST(OpenWrite, AnMp4NameBecomesAnM4vFileThatStartsWithItsType) {
   EXPECT_EQ(kFileType.size(), 28u);
 }
 
-TEST(OpenWrite, OtherNamesAreKept) {
+TEST(OpenWrite, OtherNamesAreUsedUnchanged) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.ismv"));
   EXPECT_THAT(namesIn(folder), ElementsAre("out.ismv"));
 }
 
-TEST(OpenWrite, ReplacesWhatIsThere) {
+TEST(OpenWrite, ReplacesAnExistingFile) {
   const TempFolder folder;
   writeFile(folder.file("out.m4v"), Bytes(1000, 7));
   const MediaFile file = createFile(folder.file("out.mp4"));
@@ -53,7 +53,7 @@ TEST(OpenWrite, SmoothNamesGetAnXmlManifest) {
   EXPECT_THAT(namesIn(folder), ElementsAre("out.ismv", "out.m3u8", "out.xml"));
 }
 
-TEST(OpenWrite, AudioAloneIsExactlyThatFileWithoutAManifest) {
+TEST(OpenWrite, AudioOnlyIsExactlyThatFileWithoutAManifest) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   ASSERT_NE(file, nullptr);
@@ -87,8 +87,8 @@ TEST(OpenWrite, AFileThatCannotBeCreatedIsReported) {
   EXPECT_EQ(open(folder.file("out.mp4"), 0), VL_OK) << "the object can be opened again";
 }
 
-TEST(OpenWrite, AFolderThatTakesNoFilesIsReported) {
-  // Nobody creates files here, the superuser included.
+TEST(OpenWrite, AReadOnlyFolderIsReported) {
+  // No user can create files here, not even the superuser.
   const MediaFile file = createObject();
   LogCapture log;
   EXPECT_EQ(file->Open("/proc/self/out.mp4", VL_GENERIC_READ | VL_GENERIC_WRITE, 3, nullptr, VL_CREATE_ALWAYS,
@@ -100,7 +100,7 @@ TEST(OpenWrite, AFolderThatTakesNoFilesIsReported) {
                           LogLine{VL_LOG_PLAIN, "fmp4OpenWrite(0xE802500C)"}));
 }
 
-TEST(OpenWrite, MediaUnderTheNameOfItsOwnListsAreRefused) {
+TEST(OpenWrite, MediaNamedAsTheirOwnManifestOrPlaylistAreRefused) {
   const TempFolder folder;
   LogCapture log;
   EXPECT_EQ(createFile(folder.file("out.mpd")), nullptr);
@@ -138,7 +138,7 @@ TEST(SetFileInfo, TakesTheLengthAsTotalOnce) {
   EXPECT_EQ(describe(*file).video->stream.length, 0u);
 }
 
-TEST(SetFileInfo, AnswersForWhatItWasGiven) {
+TEST(SetFileInfo, ReturnsTheResultsForWhatItWasGiven) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   const Described defaults = describe(*file);
@@ -152,7 +152,7 @@ TEST(SetFileInfo, AnswersForWhatItWasGiven) {
   EXPECT_EQ(describe(*file).video->stream.length, 77u) << "never lowered";
 }
 
-TEST(SetFileInfo, AStartTimecodeThatIsNotSetTakesTheNextThatIs) {
+TEST(SetFileInfo, AnUnsetStartTimecodeFallsBackToTheNextSetOne) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
   const auto started = [&](std::uint32_t first, std::uint32_t second, std::uint32_t third) {
@@ -212,7 +212,7 @@ TEST(SetFileInfo, OnlyAnM4vFileGetsACompanion) {
   EXPECT_EQ(readFile(folder.file("out.m4a")), kFileType);
 }
 
-TEST(SetFileInfo, ACompanionThatCannotBeCreatedLeavesTheVideoAlone) {
+TEST(SetFileInfo, ACompanionThatCannotBeCreatedLeavesTheVideoIntact) {
   const TempFolder folder;
   std::filesystem::create_directory(folder.file("out.m4a"));
   RecordingDescription d;

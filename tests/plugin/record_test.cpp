@@ -39,7 +39,7 @@ TEST_P(Geometry, FollowsFromTheKeyFrameInterval) {
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, expected.frames);
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof[1]/traf/trun")->sampleCount, 1u);
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references.size(), expected.fragments);
-  EXPECT_EQ(boxes.at("sidx")->size, 32 + 12 * expected.fragments) << "room and content are equal";
+  EXPECT_EQ(boxes.at("sidx")->size, 32 + 12 * expected.fragments) << "reserved and used size are equal";
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -53,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
                     GeometryCase{360, 30, 0}, GeometryCase{0, 30, 10}, GeometryCase{0xFFFFFFFF, 17, 0}),
     [](const auto& info) { return "Interval" + std::to_string(info.param.interval); });
 
-TEST(Record, AFewFramesMakeOneFragmentOneSegmentAndCompleteLists) {
+TEST(Record, AFewFramesMakeOneFragmentOneSegmentAndCompletePlaylists) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrames(*file, 7);
@@ -130,8 +130,8 @@ TEST(Record, AFragmentHasTheStatedFields) {
   EXPECT_EQ(run->dataOffset, static_cast<std::int32_t>(boxes.at("moof")->size + 8));
   EXPECT_EQ(run->size(0), 10u);
   EXPECT_EQ(run->size(1), 11u);
-  EXPECT_EQ(run->sampleFlags(0), 0x02000000u) << "depends on no other";
-  EXPECT_EQ(run->sampleFlags(1), 0x01010000u) << "depends on others, no sync sample";
+  EXPECT_EQ(run->sampleFlags(0), 0x02000000u) << "depends on no other sample";
+  EXPECT_EQ(run->sampleFlags(1), 0x01010000u) << "depends on others, not a sync sample";
   EXPECT_EQ(run->compositionOffset(0), 2 * 1001);
   EXPECT_EQ(run->compositionOffset(1), 3 * 1001);
   const Bytes content = readFile(folder.file("out.m4v"));
@@ -141,7 +141,7 @@ TEST(Record, AFragmentHasTheStatedFields) {
             join({frameBytes(0, 10), frameBytes(1, 11)}));
 }
 
-TEST(Record, OffsetsBelowZeroTakeARunOfVersionOneAndReadBack) {
+TEST(Record, NegativeOffsetsTakeAVersion1RunAndReadBack) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), {}, 2);
   for (std::uint32_t i = 0; i < 4; ++i)
@@ -155,7 +155,7 @@ TEST(Record, OffsetsBelowZeroTakeARunOfVersionOneAndReadBack) {
   EXPECT_EQ(readFrame(*read, 1).descriptor.compositionOffset, -1);
 }
 
-TEST(Record, WholeSegmentsAreListedAtOnceAndClosingAddsNothing) {
+TEST(Record, CompleteSegmentsAreListedAtOnceAndClosingAddsNothing) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrames(*file, 299);
@@ -173,7 +173,7 @@ TEST(Record, WholeSegmentsAreListedAtOnceAndClosingAddsNothing) {
   EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::EndsWith("out.m4v\n#EXT-X-ENDLIST\n"));
 }
 
-TEST(Record, SegmentsTouchAndTheirIndexesCountOn) {
+TEST(Record, SegmentsAreContiguousAndSoAreTheirIndexTimes) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), {}, 2);
   writeFrames(*file, 45);
@@ -219,7 +219,7 @@ TEST(Record, SegmentsTouchAndTheirIndexesCountOn) {
   EXPECT_THAT(manifest, HasSubstr("<SegmentList timescale=\"30000\" duration=\"20020\">"));
 }
 
-TEST(Record, WholeRatesCountThousandths) {
+TEST(Record, IntegerRatesCountThousandths) {
   const TempFolder folder;
   RecordingDescription d;
   d.rate = 30;
@@ -237,7 +237,7 @@ TEST(Record, WholeRatesCountThousandths) {
   EXPECT_THAT(manifest, HasSubstr("timescale=\"30000\" duration=\"300000\""));
 }
 
-TEST(Record, WithoutRoomForReferencesTheRecordingIsOneSegmentThatReadsBack) {
+TEST(Record, WithoutReservedReferencesTheRecordingIsOneReadableSegment) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), {}, 37);
   writeFrames(*file, 100);
@@ -257,7 +257,7 @@ TEST(Record, WithoutRoomForReferencesTheRecordingIsOneSegmentThatReadsBack) {
   }
 }
 
-TEST(Record, LaterOpensOfOneObjectStartAfresh) {
+TEST(Record, ReopeningAnObjectStartsANewRecording) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("one.mp4"));
   writeFrames(*file, 31);
@@ -286,7 +286,7 @@ TEST(Record, DestroyingAnOpenRecordingFinishesIt) {
   EXPECT_EQ(openFile(folder.file("out.mpd"))->GetTotalFrames(), 3u);
 }
 
-TEST(Record, NothingWrittenLeavesOnlyTheFileType) {
+TEST(Record, WithoutFramesOnlyTheFileTypeIsWritten) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   EXPECT_EQ(closeFile(file), VL_OK);

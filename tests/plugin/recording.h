@@ -1,4 +1,4 @@
-// Recording through the plug-in as a host does, and looking at what it has written.
+// Recording through the plug-in as a host does, and inspecting what it has written.
 #pragma once
 
 #include <algorithm>
@@ -36,7 +36,7 @@ inline Bytes avcBox() {
                       u8(1), u16(2), Bytes{0x68, 9}});
 }
 
-// What a host says about the streams of a recording.
+// A host's description of the streams of a recording.
 struct RecordingDescription {
   std::uint32_t rate = 30000;
   std::uint32_t scale = 1001;
@@ -74,7 +74,7 @@ inline std::uint32_t describeSound(CAMediaFile& file, const RecordingDescription
   return file.SetFileInfo(d.audioMask, nullptr, nullptr, &audio, nullptr);
 }
 
-// An object that is ready to take samples.
+// An object that is ready to accept samples.
 inline MediaFile startRecording(const std::string& path, const RecordingDescription& d = {},
                                 std::uint32_t interval = 1) {
   MediaFile file = createFile(path);
@@ -87,7 +87,7 @@ inline MediaFile startRecording(const std::string& path, const RecordingDescript
   return file;
 }
 
-// The bytes of a frame that tell it apart from others.
+// The bytes of a frame, unique to it.
 inline Bytes frameBytes(std::uint32_t frame, std::size_t size = 100) {
   Bytes bytes(size);
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(frame * 31 + i * 7);
@@ -152,13 +152,13 @@ struct BoxFile {
   Mp4BoxPtr root;
 };
 
-// The lines of a text, however the system ends them.
+// The lines of a text, whatever the system's line ending.
 inline std::string textOf(const std::string& path) {
   std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// With every date and time replaced by "NOW".
+// The text with every date and time replaced by "NOW".
 inline std::string withoutTime(std::string text) {
   for (std::size_t place = 0; (place = text.find("20", place)) != std::string::npos; ++place) {
     const std::size_t length = std::strlen("2016-09-21T08:15:30.250Z");

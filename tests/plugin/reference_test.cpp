@@ -1,4 +1,4 @@
-// What the plug-in reads, held against what ffprobe reads of the same file.
+// What the plug-in reads, compared with what ffprobe reads from the same file.
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -40,7 +40,7 @@ std::string crcOf(const std::vector<std::uint8_t>& bytes) {
 
 class Witness : public testing::TestWithParam<Case> {};
 
-TEST_P(Witness, EveryFrameIsWhatFfprobeReadsInAnyOrder) {
+TEST_P(Witness, EveryFrameMatchesFfprobeInAnyOrder) {
   const Case& c = GetParam();
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");

@@ -1,4 +1,4 @@
-// What is recorded reads back the same, by its media and by its manifest.
+// What is recorded reads back the same, through its media and through its manifest.
 #include <gtest/gtest.h>
 
 #include "tests/plugin/recording.h"
@@ -12,7 +12,7 @@ constexpr Rate kRates[] = {{24000, 1001}, {24, 1}, {25, 1},       {30000, 1001},
                            {30, 1},       {50, 1}, {60000, 1001}, {60, 1}};
 constexpr std::uint32_t kIntervals[] = {1, 2, 12, 15, 24, 25, 30, 37, 48, 50, 60, 90, 120, 250};
 
-// The frames of a fragment and the fragments of a segment, as the recording's own test has them.
+// Frames per fragment and fragments per segment, as in the test of recording.
 struct Geometry {
   std::uint32_t frames, fragments;
 };
@@ -26,7 +26,7 @@ struct Case {
   enum Sound { None, Apart, Inside } sound;
 };
 
-// Every interval with every rate; lengths and sound run through all their values beside each.
+// Every interval with every rate; lengths and audio cycle through all their values.
 std::vector<Case> cases() {
   std::vector<Case> all;
   for (std::size_t i = 0; i < std::size(kIntervals); ++i) {

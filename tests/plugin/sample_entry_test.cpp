@@ -1,4 +1,4 @@
-// Audio sample entries of other makers: versions, fields that say nothing of use.
+// Audio sample entries of other writers: their versions, and fields without useful values.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-// A file's bytes, of which fields of the sound's sample description can be set.
+// A file's bytes, in which fields of the audio sample description can be set.
 struct AudioFile {
   TempFolder folder;
   std::string path = folder.file("clip.mp4");
@@ -23,7 +23,7 @@ struct AudioFile {
     makeMedia(path, arguments);
     bytes = readFile(path);
   }
-  // The place of a box's four type characters.
+  // The offset of a box's four type characters.
   std::ptrdiff_t typeOf(std::string_view type) const {
     const auto at = std::search(bytes.begin(), bytes.end(), type.begin(), type.end());
     if (at == bytes.end()) throw std::runtime_error("no such box");
@@ -51,7 +51,7 @@ std::vector<std::string> stereoTone(int sampleRate = 48000) {
   return toneInput(1, sampleRate) + std::vector<std::string>{"-ac", "2"};
 }
 
-TEST(SampleEntry, OfVersion1InADescriptionOfVersion1HasNoMoreFields) {
+TEST(SampleEntry, Version1InAVersion1DescriptionHasNoMoreFields) {
   AudioFile sound(stereoTone() + kAac + fragmented());
   const Samples expected = readAll(*sound.open(), 4096);
   EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
@@ -66,9 +66,9 @@ TEST(SampleEntry, OfVersion1InADescriptionOfVersion1HasNoMoreFields) {
   }
 }
 
-// QuickTime's entries: version 1 up to 65535 Hz, beyond that version 2, which says 3 channels and 1 Hz where
-// others have theirs.
-TEST(SampleEntry, OfQuickTimesVersionsGivesWhatFfmpegDecodes) {
+// QuickTime's entries: version 1 up to 65535 Hz, above that version 2, which has 3 channels and 1 Hz in the
+// fields of the other versions.
+TEST(SampleEntry, OfQuickTimesVersionsMatchesFfmpeg) {
   for (const int rate : {44100, 96000}) {
     const AudioFile sound(stereoTone(rate) + kAac + fragmented() + std::vector<std::string>{"-f", "mov"});
     const MediaFile file = sound.open();
@@ -87,7 +87,7 @@ TEST(SampleEntry, OfQuickTimesVersionsGivesWhatFfmpegDecodes) {
   }
 }
 
-TEST(SampleEntry, DecodedAudioHas16BitsWhateverItSays) {
+TEST(SampleEntry, DecodedAudioHas16BitsWhateverItStates) {
   for (const auto& [type, codec] : {std::pair{"mp4a", kAac}, std::pair{"ac-3", kAc3}}) {
     AudioFile sound(stereoTone() + codec + fragmented("+delay_moov"));
     const Samples expected = readAll(*sound.open(), 4096);

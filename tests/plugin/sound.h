@@ -1,4 +1,4 @@
-// Sound read through the plug-in as 16-bit samples.
+// Audio read through the plug-in as 16-bit samples.
 #pragma once
 
 #include <gtest/gtest.h>

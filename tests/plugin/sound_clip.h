@@ -1,4 +1,4 @@
-// Clips with sound, opened, and what is held of every reading of one.
+// Clips with audio, opened, and checks that hold for every way of reading one.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
-// Container options: many fragments, behind a movie box that waits for the first packets' configuration.
+// Container options: many fragments, after a movie box that waits for the first packets' configuration.
 inline const std::vector<std::string> kFragments = {"-movflags", "delay_moov", "-frag_duration", "300000"};
 
 // A clip in a folder of its own, opened.
@@ -39,7 +39,7 @@ inline int largestDifference(const Samples& a, const Samples& b) {
   return largest;
 }
 
-// 300 ranges in random order give what reading from the start gives there.
+// 300 ranges in random order give the same samples as reading from the start.
 inline void expectRandomReadsToAgree(const Clip& clip) {
   ASSERT_NE(clip.file, nullptr);
   const Samples whole = readAll(*clip, lengthOf(*clip));
@@ -63,7 +63,7 @@ inline void expectBlocksToAgree(const Clip& clip, const std::vector<std::uint32_
   for (const std::uint32_t block : blocks) EXPECT_EQ(readAll(*clip, block), whole) << block;
 }
 
-// Sample frames [from, to), each by a request of its own.
+// PCM frames [from, to), each with a request of its own.
 inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::uint32_t to) {
   ASSERT_NE(clip.file, nullptr);
   const Samples whole = readAll(*clip, lengthOf(*clip));
@@ -113,7 +113,7 @@ inline Samples readInEveryWay(const std::string& clip, std::uint32_t channels, i
   return whole;
 }
 
-// What ffmpeg's decoder makes of a track's packets, from the first on, full scale being 32768, not rounded.
+// The output of ffmpeg's decoder for a track's packets, from the first on, not rounded; full scale is 32768.
 inline std::vector<float> ffmpegPackets(const TempFolder& folder, const std::string& clip,
                                         const std::string& stream = "0:a:0") {
   const std::string adts = folder.file("packets.aac");

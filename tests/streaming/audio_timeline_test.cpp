@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint32_t kAudioRole = kAudioTrack;
 
-// Audio fragments whose units have the durations given, one list a run.
+// Audio fragments whose access units have the given durations, one list per run.
 Bytes audioFragment(std::uint32_t sequence, const std::vector<std::vector<std::uint32_t>>& runs) {
   TrafSpec traf;
   traf.trackId = 2;
@@ -30,7 +30,7 @@ struct Timed {
         index(file.with(kAudioTrack, timescale, trackDefaults(1024)).build()),
         timeline(index, file.tracks[kAudioRole], AudioClock(timescale, sampleRate, 1024)) {}
 
-  // The start of the unit that holds a position.
+  // The start of the access unit that contains a position.
   std::uint64_t startAt(std::uint64_t position) {
     AudioUnit unit;
     EXPECT_TRUE(timeline.find(index, position, unit));
@@ -69,7 +69,7 @@ TEST(AudioTimeline, UnitsAreCountedOverRunsAndFragments) {
   EXPECT_FALSE(timed.timeline.at(timed.index, 5, unit));
 }
 
-TEST(AudioTimeline, AStatedDurationHalfAUnitLongerIsAGap) {
+TEST(AudioTimeline, ADurationHalfAUnitTooLongIsAGap) {
   Timed gap(audioFragment(1, {{1024 + 512, 1024}}));
   EXPECT_EQ(gap.startAt(1535), 0u);
   EXPECT_EQ(gap.startAt(1536), 1536u);
@@ -85,7 +85,7 @@ TEST(AudioTimeline, RoundingThatAddsUpToHalfAUnitIsAGapToo) {
   EXPECT_EQ(timed.startAt(3672), 3672u);
 }
 
-TEST(AudioTimeline, DurationsShorterThanWhatIsDecodedMoveNothing) {
+TEST(AudioTimeline, DurationsShorterThanTheDecodedUnitsShiftNothing) {
   Timed timed(audioFragment(1, {{0, 0, 0}}));
   EXPECT_EQ(timed.startAt(2047), 1024u);
   EXPECT_EQ(timed.startAt(99999), 2048u);
@@ -101,13 +101,13 @@ TEST(AudioTimeline, AnotherTimescaleIsConvertedExactly) {
   for (std::uint64_t unit = 0; unit < 400; ++unit) EXPECT_EQ(timed.startAt(unit * 1024 + 5), unit * 1024);
 }
 
-TEST(AudioTimeline, ADayOfDefaultDurationsIsPassedAsAWhole) {
+TEST(AudioTimeline, ADayOfDefaultDurationsIsSkippedAtOnce) {
   TrafSpec traf;
   traf.trackId = 2;
   RunSpec run{kRunDataOffset};
   run.count = 4000000;
   traf.runs = {run};
-  // The bytes of the units are there.
+  // The file has the units' bytes.
   IndexedFile file(join({fragment(1, {traf}), box("free", {zeros(4000000)})}));
   file.with(kAudioTrack, 48000, trackDefaults(1024, 1));
   FragmentIndex& index = file.build();

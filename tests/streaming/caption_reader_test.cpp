@@ -37,7 +37,7 @@ struct CaptionFile {
       : file(std::move(content)), index(file.with(kCc608Track, 30000, trackDefaults(1001)).build()) {
     reader.cursor = file.cursor(kCc608Track);
   }
-  // The pair that plays at a frame after seeking it, or an empty text.
+  // The pair that plays at a frame after a seek to it, or an empty text.
   Bytes at(std::uint64_t frame) {
     if (SeekCc608Frame(index, frame, reader) < 0 || !reader.hasPair() || reader.ccFrame != frame) return {};
     return {reader.pair()[0], reader.pair()[1]};
@@ -49,13 +49,13 @@ TEST(Cc608Reader, ABoxHeaderAroundTheSampleIsStripped) {
   for (std::uint32_t frame : {0u, 3u, 1u, 2u}) EXPECT_EQ(captions.at(frame), pairs(1 + frame, 1)) << frame;
 }
 
-TEST(Cc608Reader, ASampleWithoutBoxHeaderIsCopiedWhole) {
+TEST(Cc608Reader, ASampleWithoutBoxHeaderIsCopiedUnchanged) {
   CaptionFile captions(captionFragment(1, 0, {{captionSample(pairs(1, 6), 6)}}));
   for (std::uint32_t frame = 0; frame < 6; ++frame)
     EXPECT_EQ(captions.at(frame), pairs(1 + frame, 1)) << frame;
 }
 
-TEST(Cc608Reader, ABoxOfAnotherTypeIsCopiedWhole) {
+TEST(Cc608Reader, ABoxOfAnotherTypeIsCopiedUnchanged) {
   const Bytes other = box("cdt2", {pairs(1, 2)});
   CaptionFile captions(captionFragment(1, 0, {{captionSample(other, 6)}}));
   EXPECT_EQ(captions.at(0), Bytes(other.begin(), other.begin() + 2));
@@ -68,7 +68,7 @@ TEST(Cc608Reader, FragmentsFollowEachOther) {
     EXPECT_EQ(captions.at(frame), pairs(1 + frame, 1)) << frame;
 }
 
-TEST(Cc608Reader, WhereASampleHasNoneLeftTheNextFragmentsPairsAreFoundAtTheirFrame) {
+TEST(Cc608Reader, AfterASamplesLastPairTheNextFragmentsPairsKeepTheirFrame) {
   // Frames 0 to 4 belong to the first sample, which has pairs for 0 and 1 only.
   CaptionFile captions(join({captionFragment(1, 0, {{captionSample(pairs(1, 2), 5)}}),
                              captionFragment(2, 5, {{captionSample(pairs(6, 2), 5)}})}));
@@ -78,7 +78,7 @@ TEST(Cc608Reader, WhereASampleHasNoneLeftTheNextFragmentsPairsAreFoundAtTheirFra
   EXPECT_EQ(captions.reader.pair()[0], 6);
 }
 
-TEST(Cc608Reader, AFragmentWhoseCaptionsLastNoWholeFrameIsSteppedOver) {
+TEST(Cc608Reader, AFragmentOfCaptionsShorterThanAFrameIsSkipped) {
   TrafSpec brief;
   brief.trackId = 3;
   brief.decodeTime = 5 * 1001;
@@ -98,7 +98,7 @@ TEST(Cc608Reader, FramesOfLaterFragmentsCountFromTheFirstCaptionFragment) {
   EXPECT_EQ(captions.reader.ccFrame, 5u);
 }
 
-TEST(Cc608Reader, ThePlaceInsideARunIsNotAdded) {
+TEST(Cc608Reader, TheOffsetInsideARunIsNotAdded) {
   // Both samples' bytes are taken from the start of their run: that is how the system reads them.
   CaptionFile captions(
       captionFragment(1, 0, {{captionSample(pairs(1, 2), 2), captionSample(pairs(3, 2), 2)}}));
@@ -108,7 +108,7 @@ TEST(Cc608Reader, ThePlaceInsideARunIsNotAdded) {
 }
 
 TEST(Cc608Reader, LaterRunsAreTakenFromAfterTheLengthOfTheRunBefore) {
-  // The second run's bytes are looked for one run length behind its start, bounded by the track's bytes.
+  // The second run's bytes are expected one run length after its start, bounded by the track's bytes.
   CaptionFile captions(captionFragment(
       1, 0,
       {{captionSample(pairs(1, 1), 1)}, {captionSample(pairs(2, 1), 1), captionSample(pairs(3, 1), 1)}}));
@@ -116,7 +116,7 @@ TEST(Cc608Reader, LaterRunsAreTakenFromAfterTheLengthOfTheRunBefore) {
   EXPECT_EQ(captions.at(1), pairs(3, 1));
 }
 
-TEST(Cc608Reader, APlaceOutsideTheTracksBytesGivesNoCaptions) {
+TEST(Cc608Reader, AnOffsetOutsideTheTracksBytesGivesNoCaptions) {
   TrafSpec traf;
   traf.trackId = 3;
   traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {captionSample(pairs(1, 1), 1)}},

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(FileRanges, OffsetsOutsideAnyRangeEndWhereTheyAre) {
+TEST(FileRanges, AnOffsetOutsideEveryRangeIsItsOwnEnd) {
   FileRanges ranges;
   EXPECT_EQ(ranges.endOf(5), 5u);
   ranges.add(10, 20);
@@ -15,7 +15,7 @@ TEST(FileRanges, OffsetsOutsideAnyRangeEndWhereTheyAre) {
   EXPECT_EQ(ranges.endOf(21), 21u);
 }
 
-TEST(FileRanges, ThoseThatTouchOrOverlapBecomeOne) {
+TEST(FileRanges, AdjacentAndOverlappingOnesMerge) {
   FileRanges ranges;
   ranges.add(10, 20);
   ranges.add(30, 40);

@@ -12,7 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// The places of an index that hold a fragment.
+// The slots of an index that hold a fragment.
 std::vector<std::uint32_t> occupied(FragmentIndex& index) {
   std::vector<std::uint32_t> places;
   for (std::uint32_t i = index.nextOccupied(0); i < index.fragmentCount(); i = index.nextOccupied(i + 1)) {
@@ -24,7 +24,7 @@ std::vector<std::uint32_t> occupied(FragmentIndex& index) {
 TEST(FragmentIndex, EntriesLandAtTheirSequenceNumberWhateverTheOrderOfDiscovery) {
   IndexedFile file(join({videoFragment(3, 30), videoFragment(1, 10), videoFragment(2, 20)}));
   FragmentIndex& index = file.build();
-  // The count follows the last one added: place 2 is not reached.
+  // The count follows the last one added: slot 2 is not reached.
   EXPECT_EQ(index.fragmentCount(), 2u);
   EXPECT_THAT(occupied(index), ElementsAre(0u, 1u));
   EXPECT_EQ(index.entry(0)->videoSamples, 10u);
@@ -41,7 +41,7 @@ TEST(FragmentIndex, SequenceNumberZeroSetsTheCountToZero) {
   EXPECT_EQ(index.entry(0), nullptr);
 }
 
-TEST(FragmentIndex, FragmentsAfterNumberZeroCountAgainBesideTheEarlierOnes) {
+TEST(FragmentIndex, FragmentsAfterNumberZeroCountWithTheEarlierOnes) {
   IndexedFile file(join({videoFragment(1, 10), videoFragment(0, 30), videoFragment(2, 20)}));
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.fragmentCount(), 2u);
@@ -56,7 +56,7 @@ TEST(FragmentIndex, ARepeatedNumberReplacesItsEntry) {
   EXPECT_EQ(index.total(kVideoTrack), 35u);
 }
 
-TEST(FragmentIndex, NumbersThatStartAnywhereAndLeaveGapsAreEmptyPlaces) {
+TEST(FragmentIndex, NumbersThatStartAnywhereAndLeaveGapsGiveEmptySlots) {
   IndexedFile file(join({videoFragment(0xFFFFFFF0, 10), videoFragment(0xFFFFFFFF, 20)}));
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.fragmentCount(), 0xFFFFFFFFu);
@@ -78,7 +78,7 @@ TEST(FragmentIndex, AFragmentWithoutHeaderIsNotAdded) {
   EXPECT_EQ(index.total(kVideoTrack), 4u);
 }
 
-TEST(FragmentIndex, EntriesTellWhereTheMediaDataIs) {
+TEST(FragmentIndex, EntriesGiveTheMediaDataOffset) {
   const Bytes first = videoFragment(1, 3);
   IndexedFile file(join({first, videoFragment(2, 2)}));
   FragmentIndex& index = file.build();
@@ -117,7 +117,7 @@ TEST(FragmentIndex, TheDurationDefaultOfTheTrackFragmentComesFirst) {
   EXPECT_EQ(file.build().entry(0)->audioTicks, 2u * 960 + 100);
 }
 
-TEST(FragmentIndex, ARunThatClaimsFourThousandMillionSamplesIsKeptAsACount) {
+TEST(FragmentIndex, ARunThatClaimsFourBillionSamplesIsKeptAsACount) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset, {}};
   run.count = 0xFFFFFFFF;
@@ -166,7 +166,7 @@ TEST(FragmentIndex, AReferenceMaySpanSeveralFragments) {
   EXPECT_EQ(index.total(kVideoTrack), 7u);
 }
 
-TEST(FragmentIndex, UnusedReferencesAtTheEndOfAFileEndTheWalkQuietly) {
+TEST(FragmentIndex, UnusedReferencesAtTheEndOfAFileEndTheWalkSilently) {
   const Bytes a = videoFragment(1, 5);
   IndexedFile file(join({sidxBox({{static_cast<std::uint32_t>(a.size())}, {0}, {0}, {0}}), a}));
   LogCapture log;
@@ -194,12 +194,12 @@ TEST(FragmentIndex, SeveralIndexesOfTheSameFragmentsAddThemOnce) {
   EXPECT_EQ(index.total(kVideoTrack), 11u);
 }
 
-TEST(FragmentIndex, WhenEveryIndexLeadsNowhereTheFragmentsAreFoundWithoutIt) {
+TEST(FragmentIndex, IfNoIndexLeadsToFragmentsTheyAreFoundWithout) {
   IndexedFile file(join({sidxBox({{0}, {0}}), videoFragment(1, 10), videoFragment(2, 20)}));
   EXPECT_EQ(file.build().total(kVideoTrack), 30u);
 }
 
-TEST(FragmentIndex, AnIndexWithoutPayloadOrAPlaceWithoutABoxIsRefused) {
+TEST(FragmentIndex, AnIndexWithoutPayloadOrAnOffsetWithoutABoxIsRefused) {
   IndexedFile file(videoFragment(1, 10));
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.AddFragmentsFromSidx(file.root->first), -1);
@@ -207,7 +207,7 @@ TEST(FragmentIndex, AnIndexWithoutPayloadOrAPlaceWithoutABoxIsRefused) {
   EXPECT_EQ(index.AddFragmentsAt(~0ull), -1);
 }
 
-TEST(FragmentIndex, AnIndexNamedByItsOffsetIsFollowed) {
+TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
   const Bytes a = videoFragment(1, 10), b = videoFragment(2, 20);
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});
   IndexedFile file(join({a, named, b}), false);
@@ -218,12 +218,12 @@ TEST(FragmentIndex, AnIndexNamedByItsOffsetIsFollowed) {
   EXPECT_EQ(index.total(kVideoTrack), 20u);
 }
 
-// Media data whose content is boxes that no walk over the top level meets.
+// Media data that contains boxes, which a walk over the top level does not visit.
 Bytes hidden(const Bytes& content) {
   return box("mdat", {content});
 }
 
-TEST(FragmentIndex, IndexesThatStartEverEarlierAddTheFragmentsAfterThemOnce) {
+TEST(FragmentIndex, IndexesAtDescendingOffsetsAddTheFragmentsAfterThemOnce) {
   constexpr std::uint32_t kIndexes = 200, kFragments = 200;
   Bytes prelude;  // boxes that all end where the fragments start
   for (std::uint32_t i = 0; i < kIndexes; ++i) {
@@ -272,7 +272,7 @@ TEST(FragmentIndex, BoxesReadOutsideTheTopLevelAddUpToNoMoreThanTheFile) {
   EXPECT_LT(counting.peakBytes(), 64 * file.bytes.size());
 }
 
-TEST(FragmentIndex, ATrackFragmentOfAHeaderAloneIsTakenForAnyTrack) {
+TEST(FragmentIndex, ATrackFragmentWithOnlyAHeaderMatchesAnyTrack) {
   TrafSpec bare;
   bare.trackId = 9;
   bare.bare = true;

@@ -35,7 +35,7 @@ struct IndexedFile {
     tracks[role] = {role + 1u, timescale, &defaults[role]};
     return *this;
   }
-  // Video at 30000/1001 and an index made of the whole file.
+  // Video at 30000/1001 and an index of the entire file.
   FragmentIndex& build(FrameRate rate = {30000, 1001}) {
     if (!tracks[kVideoTrack].present()) with(kVideoTrack, 30000, trackDefaults(1001));
     index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, rate);

@@ -20,7 +20,7 @@ TEST(SampleKeyFlag, OnlyTheNonSyncBitDecides) {
   EXPECT_EQ(SampleKeyFlag(0), 0x10000000u);
   EXPECT_EQ(SampleKeyFlag(0x00010000), 0x80000000u);
   EXPECT_EQ(SampleKeyFlag(0x02000000), 0x10000000u);
-  EXPECT_EQ(SampleKeyFlag(0x02010000), 0x80000000u) << "depends on no other, yet the bit decides";
+  EXPECT_EQ(SampleKeyFlag(0x02010000), 0x80000000u) << "depends on no other sample, yet the bit decides";
   EXPECT_EQ(SampleKeyFlag(0x01010000), 0x80000000u);
   EXPECT_EQ(SampleKeyFlag(2), 0x10000000u);
   EXPECT_EQ(SampleKeyFlag(0xFFFEFFFF), 0x10000000u);
@@ -74,7 +74,7 @@ TEST(FindKeyFrame, UsesTheFirstSampleFlagsAndTheDefaults) {
   EXPECT_EQ(FindKeyFrameBackward(index, 5, cursor), 3u);
 }
 
-TEST(FindKeyFrame, AHugeRunOfDefaultsIsAnsweredWithoutWalkingIt) {
+TEST(FindKeyFrame, AHugeRunOfDefaultsIsSearchedWithoutWalkingIt) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunFirstFlags, {}};
   run.count = 0xFFFFFFF0;

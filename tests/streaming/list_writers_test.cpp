@@ -17,7 +17,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-// The lines of a text, however the system ends them.
+// The lines of a text, whatever the system's line ending.
 std::string textOf(const std::string& path) {
   std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), {}};
@@ -30,7 +30,7 @@ TEST(DurationText, CountsHoursMinutesAndHundredths) {
   EXPECT_EQ(DurationText(5400, {30, 1}), "PT0H3M0.00S");
   EXPECT_EQ(DurationText(5400, {30000, 1000}), "PT0H3M0.00S");
   EXPECT_EQ(DurationText(1, {30000, 1001}), "PT0H0M0.03S");
-  EXPECT_EQ(DurationText(107892, {30000, 1001}), "PT0H59M60.00S") << "as the two decimals round";
+  EXPECT_EQ(DurationText(107892, {30000, 1001}), "PT0H59M60.00S") << "rounded to two decimals";
   EXPECT_EQ(DurationText(25u * 86400, {25, 1}), "PT24H0M0.00S");
 }
 
@@ -71,7 +71,7 @@ TEST(PlaylistWriter, ListsEachSegmentAtOnceAndEnds) {
             first + "#EXTINF:0.234,\n#EXT-X-BYTERANGE:100@5000000000\nout.m4v\n#EXT-X-ENDLIST\n");
 }
 
-TEST(PlaylistWriter, StartedAgainReplacesWhatWasThere) {
+TEST(PlaylistWriter, StartedAgainReplacesTheFile) {
   const TempFolder folder;
   PlaylistWriter playlist;
   playlist.Start(folder.file("out.m3u8"), settings());
@@ -82,7 +82,7 @@ TEST(PlaylistWriter, StartedAgainReplacesWhatWasThere) {
             std::string(kHeader) + "#EXTINF:5.005,\n#EXT-X-BYTERANGE:299@701\nout.m4v\n");
 }
 
-TEST(PlaylistWriter, WithoutAFileEveryCallIsNothing) {
+TEST(PlaylistWriter, IgnoresCallsWithoutAFile) {
   const TempFolder folder;
   PlaylistWriter playlist;
   playlist.AddSegment(1, 2, 3);
@@ -93,7 +93,7 @@ TEST(PlaylistWriter, WithoutAFileEveryCallIsNothing) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
-TEST(PlaylistText, RoundsItsTargetDurationAndHoldsItAtTheLargestNumber) {
+TEST(PlaylistText, RoundsAndSaturatesItsTargetDuration) {
   EXPECT_EQ(PlaylistTargetDuration(300, 30000.0 / 1001), 10u);
   EXPECT_EQ(PlaylistTargetDuration(481280, 48000), 10u);
   EXPECT_EQ(PlaylistTargetDuration(14, 30), 0u);
@@ -116,7 +116,7 @@ MpdVideo video() {
   return video;
 }
 
-TEST(MpdWriter, WritesPictureAndAudioInTheirPlaces) {
+TEST(MpdWriter, WritesVideoAndAudioSetsInOrder) {
   MpdWriter manifest("");
   const MpdWriter::List pictures = manifest.BeginVideo(video(), true);
   const MpdWriter::List sounds = manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
@@ -169,7 +169,7 @@ TEST(MpdWriter, NamesTheAudioOfTheSameFile) {
   EXPECT_THAT(manifest.Text(), Not(HasSubstr("<AdaptationSet/>")));
 }
 
-TEST(MpdWriter, LeavesAPlaceForAudioThatDoesNotCome) {
+TEST(MpdWriter, HasAnEmptySetForAudioThatNeverComes) {
   MpdWriter manifest("");
   manifest.BeginVideo(video(), true);
   EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));
@@ -185,7 +185,7 @@ TEST(MpdWriter, WritesMarkupAsReferencesAndNamesAsUris) {
   EXPECT_THAT(manifest.Text(), HasSubstr("publishTime=\"&lt;&amp;&quot;&apos;&gt;\""));
 }
 
-TEST(MpdWriter, RefusesWhatHasNotBeenBegun) {
+TEST(MpdWriter, IgnoresListsThatHaveNotBegun) {
   MpdWriter manifest("");
   manifest.SetDuration(30);
   manifest.ReserveSegment(MpdWriter::List::Video);
@@ -199,8 +199,8 @@ TEST(MpdWriter, RefusesWhatHasNotBeenBegun) {
   EXPECT_EQ(manifest.Text(), begun);
 }
 
-// Memory that ends while it is begun leaves one that refuses everything, and one that can be begun again.
-TEST(MpdWriter, IsBegunWholeOrNotAtAll) {
+// Running out of memory at the beginning leaves a manifest that ignores all calls and can begin again.
+TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
   MpdWriter whole("");
   whole.BeginVideo(video(), true);
   whole.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
@@ -227,7 +227,7 @@ TEST(MpdWriter, IsBegunWholeOrNotAtAll) {
   EXPECT_GT(failed, 20u);
 }
 
-TEST(MpdWriter, ASegmentCostsItsLineAndSavingTheBytesThatThereAre) {
+TEST(MpdWriter, AddingASegmentAndSavingAllocateLittle) {
   const TempFolder folder;
   MpdWriter manifest(folder.file("out.mpd"));
   const MpdWriter::List list = manifest.BeginVideo(video(), false);
@@ -237,15 +237,15 @@ TEST(MpdWriter, ASegmentCostsItsLineAndSavingTheBytesThatThereAre) {
     manifest.AddSegment(list, 701 + i * 1000, 1701 + i * 1000, 853 + i * 1000);
     manifest.SetDuration(i * 300);
   }
-  EXPECT_LE(counting.allocations(), 20u) << "the text doubles its room now and then";
+  EXPECT_LE(counting.allocations(), 20u) << "the text doubles its capacity now and then";
   EXPECT_LE(counting.peakBytes(), kSegments * 300);
   const std::size_t before = counting.allocations();
   manifest.Save(os::Durability::EitherContent);
-  EXPECT_LE(counting.allocations() - before, 10u) << "the manifest is not printed, nor copied";
+  EXPECT_LE(counting.allocations() - before, 10u) << "the manifest is neither printed nor copied";
   EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
 }
 
-TEST(MpdWriter, SavesWhatIsThereAndNothingBefore) {
+TEST(MpdWriter, SavesOnlyOnceBegun) {
   const TempFolder folder;
   MpdWriter manifest(folder.file("out.mpd"));
   manifest.SetDuration(10);

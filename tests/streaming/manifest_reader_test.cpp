@@ -34,7 +34,7 @@ TEST(ReadManifest, NeedsAPeriodWithAnAdaptationSet) {
   EXPECT_TRUE(readSets("<AdaptationSet/>"));
 }
 
-TEST(ReadManifest, RepresentationsTellTheirTypeWhateverTheCaseAndOrder) {
+TEST(ReadManifest, RepresentationsGiveTheirTypeInAnyCaseAndOrder) {
   const auto manifest = readSets(set(kAudio) + set(kVideo));
   EXPECT_EQ(manifest->video.baseUrl, "v.m4v");
   EXPECT_EQ(manifest->audio.baseUrl, "a.m4a");
@@ -43,7 +43,7 @@ TEST(ReadManifest, RepresentationsTellTheirTypeWhateverTheCaseAndOrder) {
   EXPECT_EQ(oneSet->audio.baseUrl, "a.m4a");
 }
 
-TEST(ReadManifest, TheFirstRepresentationOfAKindCounts) {
+TEST(ReadManifest, TheFirstRepresentationOfAKindIsUsed) {
   const auto manifest =
       readSets(set(std::string(kVideo) +
                    "<Representation mimeType='video/mp4'><BaseURL>low.m4v</BaseURL></Representation>") +
@@ -51,21 +51,21 @@ TEST(ReadManifest, TheFirstRepresentationOfAKindCounts) {
   EXPECT_EQ(manifest->video.baseUrl, "v.m4v");
 }
 
-TEST(ReadManifest, ASetThatSaysVideoOfItselfIsReadAsTheAudio) {
+TEST(ReadManifest, ASetDeclaredAsVideoIsReadAsTheAudio) {
   const auto manifest =
       readSets(set("<Representation><BaseURL>x.m4v</BaseURL></Representation>", "mimeType='video/mp4'"));
   EXPECT_EQ(manifest->audio.baseUrl, "x.m4v");
   EXPECT_EQ(manifest->video.baseUrl, "");
 }
 
-TEST(ReadManifest, ASetThatSaysAnythingElseOfItselfIsReadAsThePicture) {
+TEST(ReadManifest, ASetDeclaredAsAnythingElseIsReadAsTheVideo) {
   const auto manifest =
       readSets(set("<Representation><BaseURL>x.m4a</BaseURL></Representation>", "mimeType='audio/mp4'"));
   EXPECT_EQ(manifest->video.baseUrl, "x.m4a");
   EXPECT_EQ(manifest->audio.baseUrl, "");
 }
 
-TEST(ReadManifest, ASetThatTellsItsTypeEndsTheWalk) {
+TEST(ReadManifest, ASetThatDeclaresItsTypeEndsTheWalk) {
   const auto manifest = readSets(
       set(kAudio) + set("<Representation><BaseURL>x</BaseURL></Representation>", "mimeType='text/vtt'") +
       set(kVideo));
@@ -85,7 +85,7 @@ TEST(ReadManifest, AttributesComeFromTheRepresentationThenFromTheSet) {
   EXPECT_EQ(manifest->audioSamplingRate, 44100u);
 }
 
-TEST(ReadManifest, SampleRateStandsInForAudioSamplingRate) {
+TEST(ReadManifest, SampleRateReplacesAMissingAudioSamplingRate) {
   EXPECT_EQ(readSets(set("<Representation mimeType='audio/mp4' sampleRate='32000'/>"))->audioSamplingRate,
             32000u);
   EXPECT_EQ(readSets(set("<Representation mimeType='audio/mp4' sampleRate='1' audioSamplingRate='2'/>"))
@@ -109,7 +109,7 @@ TEST(ReadManifest, SegmentListsAndBasesGiveTheOffsetsOfTheirIndexes) {
   EXPECT_THAT(base->video.indexOffsets, ElementsAre(700u));
 }
 
-TEST(ReadManifest, RangesAndNumbersThatAreNoneAreLeftOut) {
+TEST(ReadManifest, InvalidRangesAndNumbersAreIgnored) {
   const auto manifest = readSets(
       set("<Representation mimeType='video/mp4' width='wide' height='-5' frameRate='fast'><SegmentList>"
           "<SegmentURL indexRange=''/><SegmentURL indexRange='-5'/><SegmentURL indexRange='x-y'/>"
@@ -122,7 +122,7 @@ TEST(ReadManifest, RangesAndNumbersThatAreNoneAreLeftOut) {
   EXPECT_FALSE(manifest->frameRate.known());
 }
 
-TEST(ReadManifest, WhiteSpaceAroundTextsAndNumbersIsNoPartOfThem) {
+TEST(ReadManifest, WhiteSpaceAroundTextsAndNumbersIsIgnored) {
   const auto manifest = readSets(
       set("<Representation mimeType='video/mp4' width=' 640 ' height='\n360'><BaseURL>\n   a  b.m4v\t\n"
           "</BaseURL><SegmentBase indexRange=' 700 - 800'/></Representation>"));
@@ -135,7 +135,7 @@ TEST(ReadManifest, WhiteSpaceAroundTextsAndNumbersIsNoPartOfThem) {
             "");
 }
 
-TEST(ReadManifest, TellsSegmentsThatAreFilesOfTheirOwn) {
+TEST(ReadManifest, RecognisesSegmentsInFilesOfTheirOwn) {
   const auto hasSegmentFiles = [](const std::string& content, const std::string& beside = "") {
     return readSets(set(beside + "<Representation mimeType='video/mp4'>" + content + "</Representation>"))
         ->video.hasSegmentFiles;
@@ -147,7 +147,7 @@ TEST(ReadManifest, TellsSegmentsThatAreFilesOfTheirOwn) {
   EXPECT_TRUE(hasSegmentFiles("<SegmentList><SegmentURL media='1.m4s'/></SegmentList>"));
 }
 
-// Where the letters' case is not that of English: a small I is dotless there.
+// In a locale whose letter case is not that of English: its lower-case I is dotless.
 TEST(ReadManifest, MimeTypesAreComparedAlikeInEveryLocale) {
   const TurkishLocale locale;
   const auto manifest =
@@ -170,7 +170,7 @@ std::string attributes(int count) {
   return text;
 }
 
-TEST(ManifestDocument, TakesElementsOfAsManyAttributesAsManifestsHaveAndNoMore) {
+TEST(ManifestDocument, LimitsTheAttributesOfAnElement) {
   EXPECT_TRUE(parses("<MPD" + attributes(256) + "/>"));
   EXPECT_FALSE(parses("<MPD" + attributes(257) + "/>"));
   EXPECT_FALSE(parses("<MPD" + attributes(1000000) + "/>")) << "which the parser would compare pair by pair";
@@ -184,7 +184,7 @@ TEST(ManifestDocument, CountsTheAttributesOfOneElementAndOfNothingElse) {
   EXPECT_TRUE(parses("<MPD>" + std::string(1000, '\'') + "</MPD>"));
 }
 
-// `content` as often as makes a manifest as large as is taken.
+// `content` repeated up to the largest manifest that is accepted.
 std::string largestManifestOf(const std::string& content) {
   const std::string start = "<MPD><Period>", end = "</Period></MPD>";
   std::string text = start;
@@ -202,7 +202,7 @@ TEST(ManifestDocument, OfTheLargestSizeTakesLessThan250Megabytes) {
   EXPECT_FALSE(parses(segments + std::string(kMaxManifestBytes + 1 - segments.size(), ' ')));
 }
 
-TEST(ManifestDocument, IsRefusedUnreadWhereItsNodesWouldTakeMoreMemory) {
+TEST(ManifestDocument, IsRefusedUnparsedIfItsNodesWouldTakeMoreMemory) {
   for (const char* shortest : {"<a/>", "<a>b</a>", "<a b=''/>", "<!---->c", "<?d?>"}) {
     const std::string text = largestManifestOf(shortest);
     const CountingNew counting;
@@ -211,7 +211,7 @@ TEST(ManifestDocument, IsRefusedUnreadWhereItsNodesWouldTakeMoreMemory) {
   }
 }
 
-TEST(ManifestDocument, WhatIsNotWellFormedIsNone) {
+TEST(ManifestDocument, MalformedXmlIsRefused) {
   for (const char* text :
        {"", " ", "<", "<MPD", "<MPD a", "<MPD a='", "<!--", "<?", "<![CDATA[", "<!", "<MPD>"}) {
     EXPECT_FALSE(parses(text)) << text;
@@ -254,7 +254,7 @@ TEST(ParseFrameRate, TakesWhiteSpaceAroundItsNumbers) {
   }
 }
 
-TEST(ParseFrameRate, WhatIsNoRateIsUnknown) {
+TEST(ParseFrameRate, InvalidRatesAreUnknown) {
   for (const char* text : {"", "x", "25fps", "-25", "25/0", "0/1", "0", "1/2/3", "1e3", "nan", "25,0", "/",
                            "25/", "99999999999999999999", "4294967296", "2 5", "25.0x", "."}) {
     EXPECT_FALSE(ParseFrameRate(text).known()) << text;

@@ -1,4 +1,4 @@
-// Which duration counts as a track's where its samples differ.
+// Which duration counts as a track's when its samples differ.
 #include "streaming/index/nominal_duration.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ struct Group {
   std::uint64_t count;
 };
 
-// Each list is a fragment. Those behind the one that settles it are given too.
+// Each list is a fragment. Those after the one that settles it are given too.
 std::uint32_t nominalOf(const std::vector<std::vector<Group>>& fragments, std::uint32_t trackDefault = 0) {
   NominalDuration nominal(trackDefault);
   for (const auto& fragment : fragments) {
@@ -33,7 +33,7 @@ TEST(NominalDuration, IsTheOneThatMostSamplesHave) {
   EXPECT_EQ(nominalOf({{{300, 3}, {200, 5}, {300, 4}, {200, 1}}}), 300u);
 }
 
-TEST(NominalDuration, OfEquallyCommonOnesTheSmallestCounts) {
+TEST(NominalDuration, IsTheSmallestOfEquallyCommonOnes) {
   EXPECT_EQ(nominalOf({{{300, 3}, {200, 3}, {400, 2}}}), 200u);
   EXPECT_EQ(nominalOf({{{200, 3}, {300, 3}}}), 200u);
 }
@@ -44,7 +44,7 @@ TEST(NominalDuration, LooksAtAsManyFragmentsAsHold24Samples) {
   EXPECT_EQ(nominalOf({{{500, 12}}, {}, {{500, 12}}, {{1000, 30}}}), 500u);
   NominalDuration nominal;
   nominal.addSamples(500, 24);
-  EXPECT_FALSE(nominal.settled()) << "a fragment is taken whole";
+  EXPECT_FALSE(nominal.settled()) << "a fragment counts completely";
   nominal.addSamples(1000, 25);
   nominal.endFragment();
   EXPECT_TRUE(nominal.settled());
@@ -68,14 +68,14 @@ TEST(NominalDuration, LooksAtNoMoreThan64FragmentsThatCarryTheTrack) {
   EXPECT_EQ(nominal.value(), 500u);
 }
 
-TEST(NominalDuration, SamplesOfNoDurationSayNothing) {
+TEST(NominalDuration, SamplesWithoutDurationAreIgnored) {
   EXPECT_EQ(nominalOf({{{0, 20}, {500, 1}}}), 500u);
   EXPECT_EQ(nominalOf({{{0, 30}}, {{500, 3}}, {{0, 50}}}), 500u);
   EXPECT_EQ(nominalOf({{{0, 30}}}), 0u);
   EXPECT_EQ(nominalOf({}), 0u);
 }
 
-TEST(NominalDuration, OfAFragmentIsOfItsSamplesOwnDurationsAndOfItsDefault) {
+TEST(NominalDuration, OfAFragmentCountsItsSamplesDurationsAndItsDefault) {
   TrafSpec traf;
   traf.flags = kBaseIsMoof | kDefaultDuration;
   traf.duration = 700;
@@ -98,7 +98,7 @@ TEST(NominalDuration, AFragmentOfMillionsOfDurationsCostsBoundedMemory) {
   for (std::uint32_t i = 0; i < 3'000'000; ++i) nominal.addSamples(1000 + i);
   nominal.addSamples(9, 5'000'000);
   nominal.endFragment();
-  EXPECT_EQ(nominal.value(), 7u) << "the first 65,536 tell for all";
+  EXPECT_EQ(nominal.value(), 7u) << "the first 65,536 decide for all";
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Counts what is asked of the host.
+// Counts the reads and bytes asked of the host.
 class CountingStream : public Mp4Stream {
  public:
   std::int64_t read(void* buffer, std::int64_t count) override {
@@ -39,7 +39,7 @@ struct OpenedDay {
   Mp4BoxPtr root;
   std::array<IndexedTrack, kTrackRoles> tracks;
   std::unique_ptr<FragmentIndex> index;
-  std::size_t memory = 0;  // peak of what opening added
+  std::size_t memory = 0;  // peak added by opening
 
   explicit OpenedDay(std::uint32_t fragmentsPerSegment) {
     day.fragments = 2000;
@@ -65,7 +65,7 @@ TEST_P(OpenCost, ReadsTheFragmentHeadersAndLittleElse) {
   EXPECT_LE(opened.stream.reads, opened.day.fragments * 13 / 10 + 20);
 }
 
-TEST_P(OpenCost, StaysBelowThreeKilobytesAFragment) {
+TEST_P(OpenCost, StaysBelowThreeKilobytesPerFragment) {
   const OpenedDay opened(GetParam());
   EXPECT_LT(opened.memory / opened.day.fragments, 3000u);
 }
@@ -76,7 +76,7 @@ TEST_P(OpenCost, ASeekReadsOneSampleAndNothingElse) {
   for (const std::uint32_t frame : {59999u, 0u, 30000u, 12345u}) {
     opened.stream.reads = opened.stream.bytes = 0;
     ASSERT_EQ(SeekVideoFrame(*opened.index, frame, true, cursor), 0);
-    EXPECT_EQ(opened.stream.reads, 0u) << "the index knows the place";
+    EXPECT_EQ(opened.stream.reads, 0u) << "the index knows the offset";
     Bytes sample(cursor.sampleSize());
     ASSERT_EQ(ReadSample(*opened.index, cursor, sample.data()), 0);
     EXPECT_EQ(opened.stream.reads, 1u);

@@ -1,4 +1,4 @@
-// What the index says when memory runs out.
+// What the index reports when memory runs out.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndSaysSo) {
+TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndReportsIt) {
   IndexedFile file(join({videoFragment(1, 3), videoFragment(2, 3)}));
   file.with(kVideoTrack, 30000, trackDefaults(1001));
   FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});

@@ -62,7 +62,7 @@ TEST(SeekVideoFrame, AfterTheLastFrameFailsWithBothMessages) {
   EXPECT_FALSE(cursor.loaded());
 }
 
-TEST(LoadFragment, AnEmptyPlaceIsReportedAndClearsTheCursor) {
+TEST(LoadFragment, AnEmptySlotIsReportedAndClearsTheCursor) {
   IndexedFile file(twoRuns(3));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
@@ -87,7 +87,7 @@ TEST(LoadFragment, LoadingWithoutDataFreesTheWindow) {
   EXPECT_FALSE(cursor.loaded());
 }
 
-TEST(AdvanceRun, GoesOnOverRunsEmptyPlacesAndFragmentsWithoutTheTrack) {
+TEST(AdvanceRun, ContinuesOverRunsEmptySlotsAndFragmentsWithoutTheTrack) {
   IndexedFile file(join({twoRuns(1), videoFragment(2, 4, 7), twoRuns(9)}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
@@ -98,7 +98,7 @@ TEST(AdvanceRun, GoesOnOverRunsEmptyPlacesAndFragmentsWithoutTheTrack) {
   EXPECT_EQ(frames[5], sampleOf(5, 90).data);
 }
 
-TEST(AdvanceRun, PassesRunsWithoutSamples) {
+TEST(AdvanceRun, SkipsEmptyRuns) {
   TrafSpec traf;
   traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}, RunSpec{kRunDataOffset | kRunSize, {}},
                RunSpec{kRunDataOffset | kRunSize, {sampleOf(6, 2)}}};
@@ -124,7 +124,7 @@ TEST(RunPlace, ABaseDataOffsetCountsFromTheFile) {
   EXPECT_EQ(readSample(index, cursor), Bytes(ahead.begin() + 18, ahead.begin() + 23));
 }
 
-TEST(RunPlace, AnOffsetThatDoesNotReachAfterTheFragmentCountsFromTheMediaData) {
+TEST(RunPlace, AnOffsetInsideTheFragmentCountsFromTheMediaData) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize, {sampleOf(5, 1)}};
   run.dataOffset = 8;
@@ -155,8 +155,8 @@ std::vector<Bytes> readTrack(IndexedFile& file, TrackRole role) {
   return readOn(*file.index, cursor);
 }
 
-// A fragment of a track that is not read (9), a video track and an audio track. Runs have the data offsets
-// given; none: no offset. The track that is not read has the sizes of its samples from the movie.
+// A fragment of a track that is not read (9), a video track and an audio track. Runs have the given data
+// offsets; none: no offset. The track that is not read takes its sample sizes from the movie.
 Bytes threeTracks(std::uint32_t flags, std::array<std::optional<std::uint32_t>, 3> offsets) {
   const auto traf = [flags](std::uint32_t track, std::uint32_t runFlags, std::vector<SampleSpec> samples,
                             std::optional<std::uint32_t> offset) {
@@ -183,7 +183,7 @@ struct ThreeTracks : IndexedFile {
 const std::vector<Bytes> kVideoOfThree = {sampleOf(5, 3).data, sampleOf(6, 4).data};
 const std::vector<Bytes> kAudioOfThree = {sampleOf(7, 5).data};
 
-// ISO/IEC 14496-12, 8.8.7: where neither `tfhd` nor a flag of it says otherwise.
+// ISO/IEC 14496-12, 8.8.7: unless the `tfhd` or its flags say otherwise.
 TEST(RunPlace, OffsetsOfALaterTrackCountFromTheEndOfTheDataOfTheOneBefore) {
   const Bytes measured = threeTracks(0, {0, 0, 0});
   const auto mediaData = static_cast<std::uint32_t>(measured.size() - 118);
@@ -204,7 +204,7 @@ TEST(RunPlace, ALaterTrackWithoutOffsetsFollowsTheOneBeforeWhateverTheBase) {
   }
 }
 
-TEST(RunPlace, ALaterTrackIsPlacedByTheFragmentWhereItsFlagSaysSo) {
+TEST(RunPlace, ALaterTrackCountsFromTheFragmentIfItsFlagSaysSo) {
   const Bytes measured = threeTracks(kBaseIsMoof, {0, 0, 0});
   const auto mediaData = static_cast<std::uint32_t>(measured.size() - 118);
   ThreeTracks file(threeTracks(kBaseIsMoof, {mediaData, mediaData + 100, mediaData + 111}));
@@ -223,8 +223,8 @@ TEST(RunPlace, ARunWithoutAnOffsetStartsAfterTheHeaderOf64BitMediaData) {
   EXPECT_THAT(readTrack(file, kVideoTrack), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data));
 }
 
-// Looking for each run's start from the first run on would take minutes.
-TEST(RunPlace, RunsByTheHundredThousandWithoutAnOffsetArePassedInOneWalk) {
+// Looking up each run's start from the first run on would take minutes.
+TEST(RunPlace, HundredsOfThousandsOfRunsWithoutAnOffsetTakeOneWalk) {
   constexpr std::size_t kRuns = 200000;
   const Bytes runs = repeat(fullBox("trun", 0, 0, {u32(0)}), kRuns);
   const Bytes last = fullBox("trun", 0, kRunSize, {u32(1), u32(4)});
@@ -254,12 +254,12 @@ TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
     ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
     Bytes bytes(50);
     const int result = ReadSample(index, cursor, bytes.data());
-    // One byte ahead of the media data is inside the file: what stands there is what the file says.
+    // One byte before the media data is still inside the file and is read as the sample.
     EXPECT_EQ(result, offset == 0xFFFFFFFFu ? 0 : -1) << offset;
   }
 }
 
-TEST(ReadSample, LargeSamplesAndRunsBeyondTheWindowComeWhole) {
+TEST(ReadSample, LargeSamplesAndRunsBeyondTheWindowAreReadCompletely) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize, {}};
   for (std::uint32_t i = 0; i < 40; ++i) run.samples.push_back(sampleOf(i % 3 ? 30000 : 100000, i));
@@ -302,7 +302,7 @@ TEST(SeekAudioTime, FindsTheSampleThatPlaysAtATime) {
                                   "ERROR(vlx_Fmp4): Unable to find correct audio chunk for this frame\n"}));
 }
 
-TEST(SeekCc708Frame, HasOneSampleAFrameAndItsOwnMessages) {
+TEST(SeekCc708Frame, HasOneSamplePerFrameAndItsOwnMessages) {
   TrafSpec captions;
   captions.trackId = 4;
   captions.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(4, 1), sampleOf(5, 2)}},
@@ -324,7 +324,7 @@ TEST(SampleDefaults, TheTrackFragmentComesBeforeTheTrack) {
   mp4::TrackFragmentHeaderBox tfhd;
   tfhd.flags = kDefaultSize;
   tfhd.defaultSampleSize = 20;
-  tfhd.defaultSampleDuration = 10;  // not flagged: not meant
+  tfhd.defaultSampleDuration = 10;  // not flagged, so not used
   const SampleDefaults defaults(&tfhd, &trex);
   EXPECT_EQ(defaults.duration, 1u);
   EXPECT_EQ(defaults.size, 20u);

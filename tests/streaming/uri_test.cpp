@@ -1,4 +1,4 @@
-// Names as lists refer to them.
+// File names as manifests and playlists refer to them.
 #include "streaming/lists/uri.h"
 
 #include <gtest/gtest.h>
@@ -10,25 +10,25 @@ TEST(Uri, OfAnOrdinaryNameIsTheName) {
   EXPECT_EQ(UriOfName("Größe 東京.m4v"), "Größe%20東京.m4v");
 }
 
-TEST(Uri, EncodesWhatWouldMeanSomethingElse) {
+TEST(Uri, EncodesCharactersWithAnotherMeaning) {
   EXPECT_EQ(UriOfName("a b#1 50% \"q\" c:d?e.m4v"), "a%20b%231%2050%25%20%22q%22%20c%3Ad%3Fe.m4v");
   EXPECT_EQ(UriOfName("line\nend\x7f"), "line%0Aend%7F");
 }
 
-TEST(Uri, LeadsBackToTheName) {
+TEST(Uri, DecodesToTheName) {
   std::string name;
   for (int c = 1; c < 256; ++c) name += static_cast<char>(c);
   EXPECT_EQ(NameOfUri(UriOfName(name)), name);
 }
 
-TEST(Uri, APercentSignThatEncodesNothingStandsForItself) {
+TEST(Uri, APercentSignThatEncodesNothingIsKept) {
   EXPECT_EQ(NameOfUri("50%.m4v"), "50%.m4v");
   EXPECT_EQ(NameOfUri("%4"), "%4");
   EXPECT_EQ(NameOfUri("%zz%2g%"), "%zz%2g%");
   EXPECT_EQ(NameOfUri("%C3%b6"), "ö");
 }
 
-TEST(Uri, NoEncodedZeroCutsAName) {
+TEST(Uri, AnEncodedZeroDoesNotTruncateAName) {
   EXPECT_EQ(NameOfUri("a%00b%20c.m4v"), "a%00b c.m4v");
 }
 

@@ -43,13 +43,13 @@ TEST(AC3Specific, SplitsItsBits) {
   EXPECT_EQ(dac3.reserved, 0u);
 }
 
-TEST(Endian, TellsTheByteOrder) {
+TEST(Endian, DetectsTheByteOrder) {
   EXPECT_EQ(readExactly<mp4::EndianBox>(u16(1)).littleEndian, 1);
 }
 
 const Bytes kAacConfig = {0x11, 0x90};
 
-TEST(ESD, ReadsWhatOtherWritersPad) {
+TEST(ESD, ReadsLengthsThatOtherWritersPad) {
   const auto esds = readExactly<mp4::ESDBox>(
       join({u32(0), Bytes{0x03, 0x80, 0x80, 0x80, 0x22}, u16(1), u8(0), Bytes{0x04, 0x80, 0x80, 0x80, 0x14},
             u8(0x40), u8(0x15), u24(6144), u32(352000), u32(128000), Bytes{0x05, 0x80, 0x80, 0x80, 0x02},
@@ -65,7 +65,7 @@ TEST(ESD, ReadsWhatOtherWritersPad) {
   EXPECT_EQ(esds.decoderConfig->decoderSpecificInfo, kAacConfig);
 }
 
-TEST(ESD, ReadsTheFieldsThatItsFlagsTell) {
+TEST(ESD, ReadsTheFieldsItsFlagsSignal) {
   const auto esds = readExactly<mp4::ESDBox>(join(
       {u32(0), Bytes{0x03, 0x1F}, u16(7), u8(0xE5), u16(8), u8(3), text("url"), u16(9), Bytes{0x04, 0x0F},
        u8(0x40), u8(0x15), u24(1), u32(2), u32(3), Bytes{0x05, 0x00}, Bytes{0x06, 0x01, 0x02}}));
@@ -78,7 +78,7 @@ TEST(ESD, ReadsTheFieldsThatItsFlagsTell) {
   EXPECT_THAT(esds.decoderConfig->decoderSpecificInfo, IsEmpty());
 }
 
-TEST(ESD, WritesFieldsThatAreHeldWhateverTheFlagsSay) {
+TEST(ESD, WritesFieldsThatAreSetWhateverTheFlagsSay) {
   mp4::ESDBox esds;
   esds.esFlags = 0xE0;
   esds.decoderConfig.emplace();
@@ -101,7 +101,7 @@ TEST(ESD, ReadsADecoderConfigurationWithoutSpecificInfoOrWithMoreAfterIt) {
   EXPECT_THAT(more.extension, ElementsAre(0x06, 0x01, 0x02));
 }
 
-TEST(ESD, KeepsDescriptorsThatAreNoDecoderConfiguration) {
+TEST(ESD, KeepsOtherDescriptors) {
   const auto esds =
       readExactly<mp4::ESDBox>(join({u32(0), Bytes{0x03, 0x06}, u16(1), u8(0), Bytes{0x06, 0x01, 0x02}}));
   EXPECT_FALSE(esds.decoderConfig);
@@ -127,7 +127,7 @@ TEST(ESD, ReadsFieldsInOrderWhateverTheLengthsSay) {
   }
 }
 
-TEST(ESD, TakesOfTheSpecificInfoWhatIsThere) {
+TEST(ESD, TruncatesTheSpecificInfoToTheBytesPresent) {
   const auto esds = read<mp4::ESDBox>(join({u32(0), Bytes{3, 25}, u16(9), u8(0), Bytes{4, 17}, zeros(13),
                                             Bytes{5, 0xFF, 0xFF, 0xFF, 0x7F}, kAacConfig}));
   ASSERT_TRUE(esds.decoderConfig);
@@ -138,7 +138,7 @@ TEST(ESD, TakesOfTheSpecificInfoWhatIsThere) {
 TEST(ESD, SizesItsLengthsFromTheInsideOut) {
   mp4::ESDBox esds;
   esds.decoderConfig.emplace();
-  // One byte more tips a length over to two bytes, which counts in those around it.
+  // One more byte makes a length take two bytes, which the enclosing lengths count too.
   const auto lengths = [&](std::size_t count) {
     esds.decoderConfig->decoderSpecificInfo.assign(count, 0);
     return bytesOf(esds).size() - count - 4 - 3 - 3 - 13 - 3;

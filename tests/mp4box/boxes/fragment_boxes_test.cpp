@@ -42,7 +42,7 @@ TEST(FragmentTimes, Have64BitsInVersion1) {
             0x700000000u);
 }
 
-TEST(TrackFragmentHeader, HasTheFieldsThatItsFlagsTell) {
+TEST(TrackFragmentHeader, HasTheFieldsItsFlagsSignal) {
   const auto all = readExactly<mp4::TrackFragmentHeaderBox>(
       join({u32(0x03003B), u32(1), u64(0x100000000), u32(2), u32(3), u32(4), u32(5)}));
   EXPECT_EQ(all.trackId, 1u);
@@ -62,7 +62,7 @@ TEST(TrackFragmentHeader, HasTheFieldsThatItsFlagsTell) {
   EXPECT_EQ(readExactly<mp4::TrackFragmentHeaderBox>(join({u32(0x030000), u32(3)})).trackId, 3u);
 }
 
-TEST(TrackRun, HasTheValuesThatItsFlagsTell) {
+TEST(TrackRun, HasTheValuesItsFlagsSignal) {
   const auto all = readExactly<mp4::TrackRunBox>(
       join({u32(0x000F05), u32(2), u32(0xFFFFFFF8), u32(0x02000000), u32(1), u32(2), u32(3), u32(4),  //
             u32(5), u32(6), u32(7), u32(0xFFFFFFFF)}));
@@ -105,7 +105,7 @@ TEST(TrackRun, WithoutPerSampleValuesCountsAnyNumber) {
   EXPECT_EQ(run.sample(0xFFFFFFFE).size, 0u);
 }
 
-TEST(TrackRun, HoldsNoMoreSamplesThanItsBytesGive) {
+TEST(TrackRun, HoldsNoMoreSamplesThanItsBytesAllow) {
   for (std::size_t cut = 0; cut < 16; ++cut) {
     const Bytes bytes = join({u32(0x000300), u32(0xFFFFFFFF), u32(1), u32(2), zeros(cut)});
     auto run = read<mp4::TrackRunBox>(bytes);
@@ -164,7 +164,7 @@ TEST(SegmentIndex, Has64BitTimesInVersion1) {
   EXPECT_EQ(sidx.references.size(), 2u);
 }
 
-TEST(SegmentIndex, HoldsNoMoreReferencesThanItsBytesGive) {
+TEST(SegmentIndex, HoldsNoMoreReferencesThanItsBytesAllow) {
   EXPECT_EQ(read<mp4::SegmentIndexBox>(join({zeros(20), u16(0), u16(0xFFFF), kReferences, zeros(11)}))
                 .references.size(),
             2u);

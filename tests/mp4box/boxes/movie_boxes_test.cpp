@@ -107,7 +107,7 @@ TEST(Handler, EndsItsNameWithAZero) {
   EXPECT_FALSE(hdlr.countedName);
 }
 
-TEST(Handler, TakesACountedNameAsQuickTimeWritesIt) {
+TEST(Handler, ReadsACountedQuickTimeName) {
   const auto hdlr = readExactly<mp4::HandlerBox>(
       join({u32(0), text("mhlr"), text("soun"), text("appl"), zeros(8), u8(5), text("Sound")}));
   EXPECT_EQ(hdlr.preDefined, Mp4FourCc("mhlr"));
@@ -116,8 +116,8 @@ TEST(Handler, TakesACountedNameAsQuickTimeWritesIt) {
   EXPECT_TRUE(hdlr.countedName);
 }
 
-TEST(Handler, TakesANameWhoseFirstLetterLooksLikeItsLength) {
-  // "A" is 65: a name of 65 characters and its zero.
+TEST(Handler, ReadsANameWhoseFirstLetterLooksLikeItsLength) {
+  // "A" is 65: a name of 65 characters including its terminating zero.
   const std::string name(65, 'A');
   const auto hdlr =
       readExactly<mp4::HandlerBox>(join({u32(0), u32(0), text("vide"), zeros(12), text(name), u8(0)}));
@@ -125,7 +125,7 @@ TEST(Handler, TakesANameWhoseFirstLetterLooksLikeItsLength) {
   EXPECT_FALSE(hdlr.countedName);
 }
 
-TEST(Handler, KeepsWhatStandsAfterItsName) {
+TEST(Handler, KeepsTheBytesAfterItsName) {
   const auto hdlr = readExactly<mp4::HandlerBox>(
       join({u32(0), u32(0), text("mdir"), text("appl"), zeros(8), u8(0), u8(0)}));
   EXPECT_EQ(hdlr.name, "");
@@ -153,7 +153,7 @@ TEST(MediaHeaders, ReadTheirFields) {
   EXPECT_EQ(hmhd.avgBitrate, 48000u);
 }
 
-TEST(DataEntryUrl, StoresALocationOnlyWithoutFlagsAndWhenOneIsHeld) {
+TEST(DataEntryUrl, StoresALocationOnlyWithoutFlagsAndWhenSet) {
   EXPECT_EQ(readExactly<mp4::DataEntryUrlBox>(u32(1)).location, std::nullopt);
   EXPECT_EQ(readExactly<mp4::DataEntryUrlBox>(u32(0)).location, std::nullopt);
   EXPECT_EQ(readExactly<mp4::DataEntryUrlBox>(join({u32(0), u8(0)})).location, "");
@@ -164,7 +164,7 @@ TEST(DataEntryUrl, StoresALocationOnlyWithoutFlagsAndWhenOneIsHeld) {
   EXPECT_EQ(bytesOf(url), u32(1));
 }
 
-TEST(DataEntryUrn, HasANameAndPerhapsALocation) {
+TEST(DataEntryUrn, HasANameAndAnOptionalLocation) {
   const auto name = readExactly<mp4::DataEntryUrnBox>(join({u32(0), text("urn:x"), u8(0)}));
   EXPECT_EQ(name.name, "urn:x");
   EXPECT_EQ(name.location, std::nullopt);
@@ -198,7 +198,7 @@ TEST(SampleTables, ReadTheirEntries) {
               ElementsAre(0x100000000u));
 }
 
-TEST(SampleTables, HoldNoMoreEntriesThanTheBytesGive) {
+TEST(SampleTables, HoldNoMoreEntriesThanTheBytesAllow) {
   EXPECT_EQ(
       read<mp4::TimeToSampleBox>(join({u32(0), u32(0xFFFFFFFF), u32(3), u32(1001), u32(1)})).entries.size(),
       1u);
@@ -229,7 +229,7 @@ TEST(SampleSize, HasATableOnlyWithoutACommonSize) {
   EXPECT_THAT(cut.entrySizes, ElementsAre(10u));
 }
 
-TEST(PaddingBits, PacksTwoSamplesAByte) {
+TEST(PaddingBits, PacksTwoSamplesPerByte) {
   const auto padb = readExactly<mp4::PaddingBitsBox>(join({u32(0), u32(3), u8(0x17), u8(0x20)}));
   EXPECT_EQ(padb.sampleCount, 3u);
   EXPECT_THAT(padb.pads, ElementsAre(0x17, 0x20));

@@ -1,4 +1,4 @@
-// What holds for every payload: written, it reads back as it was; cut short, it reads as zeros.
+// Every payload reads back as it was written; fields beyond the end of a truncated one read as zeros.
 #include <gmock/gmock.h>
 
 #include <memory>
@@ -25,7 +25,7 @@ struct Kind {
   std::unique_ptr<Mp4Payload> empty() const { return std::unique_ptr<Mp4Payload>(make()); }
 };
 
-// Every payload of the type table, once, and those that no type of it has.
+// Every payload of the type table, once, and those that the table does not use.
 std::vector<Kind> everyKind() {
   std::vector<Kind> kinds;
   std::set<Mp4Payload* (*)()> seen;
@@ -59,7 +59,7 @@ void expectRoundTrip(const Kind& kind, Mp4Payload& payload) {
 
 constexpr unsigned kSeeds = 40;
 
-// Reads numbers and keeps whether each one had its bytes.
+// Reads numbers and records for each whether its bytes were present.
 class CheckingReader : public Mp4FieldReader {
  public:
   explicit CheckingReader(const Bytes& payload) : Mp4FieldReader(payload), payload_(payload) {}
@@ -118,7 +118,7 @@ TEST(Payload, EveryKindCanBeWrittenEmpty) {
   }
 }
 
-TEST(Payload, EveryKindCutAtAnyByteReadsAsZerosFromThere) {
+TEST(Payload, EveryKindTruncatedAtAnyByteReadsAsZerosFromThere) {
   for (const Kind& kind : everyKind()) {
     for (unsigned seed = 0; seed < 8; ++seed) {
       const auto payload = kind.empty();
@@ -126,19 +126,19 @@ TEST(Payload, EveryKindCutAtAnyByteReadsAsZerosFromThere) {
       payload->fields(fill);
       const Bytes whole = bytesOf(*payload);
       for (std::size_t size = 0; size <= whole.size(); ++size) {
-        SCOPED_TRACE(kind.name + " cut at " + std::to_string(size) + ", seed " + std::to_string(seed));
+        SCOPED_TRACE(kind.name + " truncated at " + std::to_string(size) + ", seed " + std::to_string(seed));
         const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
         const auto part = kind.empty();
         CheckingReader fields(cut);
         part->fields(fields);
-        // Whatever was read can be written, and no table is longer than its bytes.
+        // Whatever was read can be written, and no table is longer than its bytes allow.
         EXPECT_LE(bytesOf(*part).size(), whole.size() + 60);
       }
     }
   }
 }
 
-TEST(Payload, AnyBytesAreReadWithoutHarm) {
+TEST(Payload, ArbitraryBytesAreReadSafely) {
   std::mt19937 random(20);
   for (const Kind& kind : everyKind()) {
     for (int round = 0; round < 300; ++round) {
@@ -150,7 +150,7 @@ TEST(Payload, AnyBytesAreReadWithoutHarm) {
       payload->fields(fields);
       const Bytes written = bytesOf(*payload);
       EXPECT_LE(written.size(), bytes.size() + 128);
-      // What was understood is stable: it reads back as itself.
+      // What was parsed is stable: written, it reads back the same.
       const auto back = kind.empty();
       Mp4FieldReader again(written);
       back->fields(again);

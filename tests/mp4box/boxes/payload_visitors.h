@@ -8,7 +8,7 @@
 
 #include "mp4box/fields.h"
 
-// Fills a payload with random values, in every field what its width allows, and with short tables.
+// Fills a payload with random values, each within the width of its field, and with short tables.
 class FillingVisitor : public Mp4Fields {
  public:
   explicit FillingVisitor(unsigned seed) : random_(seed) {}
@@ -51,7 +51,7 @@ class FillingVisitor : public Mp4Fields {
   std::mt19937_64 random_;
 };
 
-// Lists what a payload would write.
+// Lists the values that a payload would write.
 class ListingVisitor : public Mp4Fields {
  public:
   std::vector<std::string> values;

@@ -56,7 +56,7 @@ TEST(AudioSampleEntry, Takes28Bytes) {
   EXPECT_EQ(entry.sampleRate, 48000u << 16);
 }
 
-TEST(AudioSampleEntry, Takes16BytesMoreInQuickTimesVersion1) {
+TEST(AudioSampleEntry, Takes16MoreBytesInQuickTimeVersion1) {
   const auto entry = readExactly<mp4::AudioSampleEntry>(
       join({kAudioStart, u16(1), kAudioFormat, u32(1024), u32(1), u32(2), u32(3)}));
   EXPECT_EQ(entry.samplesPerPacket, 1024u);
@@ -65,7 +65,7 @@ TEST(AudioSampleEntry, Takes16BytesMoreInQuickTimesVersion1) {
   EXPECT_EQ(entry.bytesPerSample, 3u);
 }
 
-TEST(AudioSampleEntry, Takes36BytesMoreInQuickTimesVersion2) {
+TEST(AudioSampleEntry, Takes36MoreBytesInQuickTimeVersion2) {
   const auto entry = readExactly<mp4::AudioSampleEntry>(
       join({kAudioStart, u16(2), kAudioFormat, u32(72), u64(0x40E7700000000000), u32(2), u32(0x7F000000),
             u32(16), u32(0xC), u32(4), u32(1)}));
@@ -80,7 +80,7 @@ TEST(AudioSampleEntry, Takes36BytesMoreInQuickTimesVersion2) {
 }
 
 // ISO/IEC 14496-12, 12.2.3: AudioSampleEntryV1.
-TEST(AudioSampleEntry, TakesNoMoreBytesInASampleDescriptionOfVersion1) {
+TEST(AudioSampleEntry, TakesNoMoreBytesInAVersion1SampleDescription) {
   for (const unsigned version : {1u, 2u}) {
     const Bytes bytes = join({kAudioStart, u16(version), kAudioFormat, zeros(36)});
     mp4::SampleDescriptionBox description;
@@ -100,7 +100,7 @@ TEST(AudioSampleEntry, TakesNoMoreBytesInASampleDescriptionOfVersion1) {
   }
 }
 
-TEST(AudioSampleEntry, OfQuickTimesVersion2HasARateOnlyWhereItsNumberIsOne) {
+TEST(AudioSampleEntry, OfQuickTimeVersion2RejectsInvalidRates) {
   const auto rateOf = [](std::uint64_t bits) {
     const auto entry = read<mp4::AudioSampleEntry>(
         join({kAudioStart, u16(2), kAudioFormat, u32(72), u64(bits), u32(8), u32(0x7F000000), zeros(16)}));
@@ -109,10 +109,10 @@ TEST(AudioSampleEntry, OfQuickTimesVersion2HasARateOnlyWhereItsNumberIsOne) {
   };
   EXPECT_EQ(rateOf(0x40F7700000000000), 96000u);
   EXPECT_EQ(rateOf(0x3FE0000000000000), 0u) << "a half";
-  EXPECT_EQ(rateOf(0xC0F7700000000000), 0u) << "below zero";
+  EXPECT_EQ(rateOf(0xC0F7700000000000), 0u) << "negative";
   EXPECT_EQ(rateOf(0x41F0000000000000), 0u) << "2 to the power of 32";
   EXPECT_EQ(rateOf(0x41EFFFFFFFE00000), 0xFFFFFFFFu);
-  EXPECT_EQ(rateOf(0x7FF8000000000000), 0u) << "no number";
+  EXPECT_EQ(rateOf(0x7FF8000000000000), 0u) << "NaN";
   EXPECT_EQ(rateOf(0x7FF0000000000000), 0u) << "infinite";
 }
 

@@ -43,7 +43,7 @@ TEST(TextItem, ReadsAnItemOfAnItemList) {
   EXPECT_EQ(item.text, "Title");
 }
 
-TEST(TextItem, TakesOfUserDataTextWhatIsThere) {
+TEST(TextItem, TruncatesUserDataTextToTheBytesPresent) {
   EXPECT_EQ(read<mp4::TextItem>(join({u16(500), u16(1), text("Title")})).text, "Title");
 }
 
@@ -66,7 +66,7 @@ TEST(Copyright, KeepsItsNoticeAsStored) {
   readExactly<mp4::CopyrightBox>(join({u32(0), u16(0), Bytes{0xFE, 0xFF, 0, 'a', 0, 0}}));
 }
 
-TEST(Name, IsAllOfThePayload) {
+TEST(Name, IsTheEntirePayload) {
   EXPECT_EQ(readExactly<mp4::NameBox>(text("Track")).name, "Track");
 }
 

@@ -28,7 +28,7 @@ std::vector<std::string> symbolsOf(const std::string& library, const std::string
     std::string name, kind;
     words >> name >> kind;
     name = name.substr(0, name.find('@'));
-    // The names of the linker's own section marks and of sanitizer tables are nobody's code.
+    // The linker's section symbols and sanitizer tables are not part of the interface.
     if (kind == "A" || name.starts_with("__start_") || name.starts_with("__stop_")) continue;
     names.push_back(name);
   }
@@ -37,14 +37,14 @@ std::vector<std::string> symbolsOf(const std::string& library, const std::string
 
 TEST(Exports, AreExactlyWhatTheHostLooksFor) {
   const std::vector<std::string> names = symbolsOf("vlx_fmp4.so", "--defined-only");
-  // Of CCacheBuffer: copy constructor (of a base, for the class is abstract), assignment, virtual table,
-  // m_incCBuf.
+  // Of CCacheBuffer: copy constructor (the base object's, since the class is abstract), assignment, virtual
+  // table, m_incCBuf.
   EXPECT_THAT(names, testing::UnorderedElementsAre("DllMain", "xCheckVersionAndFile", "xMediaFile",
                                                    "_ZN12CCacheBufferC2ERKS_", "_ZN12CCacheBufferaSERKS_",
                                                    "_ZTV12CCacheBuffer", "_ZN12CCacheBuffer9m_incCBufEmj"));
 }
 
-TEST(Imports, OfTheHostAreWhatTheDocumentedHostHas) {
+TEST(Imports, OfTheHostAreInTheDocumentedHost) {
   const std::vector<std::string> ofHost = symbolsOf("libvlhost.so", "--defined-only");
   unsigned imported = 0;
   for (const std::string& name : symbolsOf("vlx_fmp4.so", "--undefined-only")) {
@@ -55,8 +55,8 @@ TEST(Imports, OfTheHostAreWhatTheDocumentedHostHas) {
   EXPECT_GT(imported, 50u);
 }
 
-// Nothing that the host's library does not have is taken for the system's.
-TEST(Imports, ComeFromTheHostAndLibrariesOfTheSystem) {
+// No symbol that the host's library lacks is mistaken for one of the system's.
+TEST(Imports, ComeFromTheHostAndSystemLibraries) {
   const std::string dynamic = runOrThrow({"readelf", "-d", VL_BIN_DIR "/vlx_fmp4.so"}).out;
   std::vector<std::string> needed;
   for (std::size_t at = 0; (at = dynamic.find("Shared library: [", at)) != dynamic.npos;) {
@@ -70,7 +70,7 @@ TEST(Imports, ComeFromTheHostAndLibrariesOfTheSystem) {
   }
 }
 
-TEST(Headers, OfTheHostDeclareWhatTheDocumentedHostHas) {
+TEST(Headers, OfTheHostDeclareTheDocumentedHost) {
   const std::regex function("\nVLHOST_API\\s+[^;{(]*?(\\w+)\\(");
   unsigned declared = 0;
   for (const auto& header : std::filesystem::directory_iterator(VL_CORRUPT_FILES "/../../host/include")) {

@@ -1,4 +1,4 @@
-// Recordings that their disk has no room for.
+// Recordings that run out of disk space.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -17,7 +17,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// No file grows beyond `bytes` while it lives: the write that would is cut short.
+// No file grows beyond `bytes` during its lifetime: a write past the limit is truncated.
 class FullDisk {
  public:
   explicit FullDisk(std::uint64_t bytes) {
@@ -36,7 +36,7 @@ class FullDisk {
   rlimit old_ = {};
 };
 
-TEST(BadRecording, ADeviceThatIsFullIsNoFileToWriteTo) {
+TEST(BadRecording, AFullDeviceCannotBeOpenedForWriting) {
   const TempFolder folder;
   std::filesystem::create_symlink("/dev/full", folder.file("out.m4v"));
   LogCapture log;
@@ -48,8 +48,8 @@ TEST(BadRecording, ADeviceThatIsFullIsNoFileToWriteTo) {
                           LogLine{VL_LOG_PLAIN, "fmp4OpenWrite(0xE802500C)"}));
 }
 
-// The former media are gone by then.
-TEST(BadRecording, ListsGoWithTheMediaThatTheyListAlsoWhereTheNewOnesCannotBeWritten) {
+// The previous media are gone by then.
+TEST(BadRecording, OldManifestAndPlaylistsAreRemovedEvenIfNewOnesCannotBeWritten) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0));
@@ -61,7 +61,7 @@ TEST(BadRecording, ListsGoWithTheMediaThatTheyListAlsoWhereTheNewOnesCannotBeWri
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m3u8")));
 }
 
-TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
+TEST(BadRecording, AFullDiskEndsTheRecordingAndListedSegmentsStillPlay) {
   for (const std::uint64_t space : {1000u, 20000u, 37000u, 38000u, 60000u}) {
     const TempFolder folder;
     MediaFile file = startRecording(folder.file("out.mp4"));
@@ -72,17 +72,18 @@ TEST(BadRecording, ADiskThatFillsUpEndsTheRecordingAndWhatWasListedStillPlays) {
       LogCapture log;
       while (writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(written), written) == VL_OK) ++written;
       EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "fmp4 file_write failure, error: 27\n"}));
-      EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu) << "no more is taken";
+      EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu)
+          << "no more frames are accepted";
       EXPECT_EQ(closeFile(file), 0xFFFFFFFFu);
     }
     BoxFile boxes(folder.file("out.m4v"));
     EXPECT_EQ(boxes.root->last->end(), std::filesystem::file_size(folder.file("out.m4v")))
-        << "nothing half written is left";
+        << "no partial file is left";
     if (space == 1000) {
       EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::Not(HasSubstr("#EXTINF")));
       continue;
     }
-    // Whole fragments, all of them listed.
+    // Complete fragments, all of them listed.
     const std::uint32_t frames = written / 30 * 30;
     ASSERT_GT(frames, 0u);
     const MediaFile read = openFile(folder.file("out.mpd"));

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What objdump tells of a library's tables.
+// What objdump prints of a library's tables.
 std::string tablesOf(const std::string& library) {
   return runOrThrow({"x86_64-w64-mingw32-objdump", "-p", std::string(VL_BIN_DIR "/") + library}).out;
 }
@@ -21,8 +21,8 @@ TEST(Exports, AreExactlyWhatTheHostLooksFor) {
   std::string line;
   std::getline(lines, line);
   while (std::getline(lines, line) && !line.empty()) names.push_back(line.substr(line.rfind(' ') + 1));
-  // Of CCacheBuffer: copy constructor (of a base, for the class is abstract), assignment, virtual table,
-  // m_incCBuf.
+  // Of CCacheBuffer: copy constructor (the base object's, since the class is abstract), assignment, virtual
+  // table, m_incCBuf.
   EXPECT_THAT(names, testing::UnorderedElementsAre("DllMain", "xCheckVersionAndFile", "xMediaFile",
                                                    "_ZN12CCacheBufferC2ERKS_", "_ZN12CCacheBufferaSERKS_",
                                                    "_ZTV12CCacheBuffer", "_ZN12CCacheBuffer9m_incCBufEyj"));
@@ -38,13 +38,13 @@ std::vector<std::string> importsOf(const std::string& library) {
   return names;
 }
 
-TEST(Imports, AreTheHostAndWindowsAlone) {
+TEST(Imports, AreTheHostAndWindowsOnly) {
   EXPECT_THAT(importsOf("vlx_fmp4.dll"),
               testing::UnorderedElementsAre("KERNEL32.dll", "msvcrt.dll", "vlhost.dll"));
   EXPECT_THAT(importsOf("vlhost.dll"), testing::UnorderedElementsAre("KERNEL32.dll", "msvcrt.dll"));
 }
 
-// The names that a library imports from another, as the table has them.
+// The names that a library imports from another, as the table lists them.
 std::vector<std::string> importedFrom(const std::string& library, const std::string& from) {
   const std::string tables = tablesOf(library);
   std::istringstream lines(tables.substr(tables.find("DLL Name: " + from)));
@@ -56,7 +56,7 @@ std::vector<std::string> importedFrom(const std::string& library, const std::str
   return names;
 }
 
-TEST(Imports, OfTheHostAreWhatTheDocumentedHostHas) {
+TEST(Imports, OfTheHostAreInTheDocumentedHost) {
   std::vector<std::string> names = importedFrom("vlx_fmp4.dll", "vlhost.dll");
   ASSERT_GT(names.size(), 50u);
   names.erase(names.begin());  // the heading of the columns

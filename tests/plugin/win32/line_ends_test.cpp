@@ -29,7 +29,7 @@ TEST(LineEnds, APlaylistMayBeReadWhileItGrows) {
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrames(*file, 301);
   EXPECT_THAT(textOf(folder.file("out.m3u8")), testing::HasSubstr("#EXTINF"));
-  EXPECT_EQ(openFile(folder.file("out.mpd"))->GetTotalFrames(), 300u) << "and so may the media";
+  EXPECT_EQ(openFile(folder.file("out.mpd"))->GetTotalFrames(), 300u) << "and so can the media";
   EXPECT_EQ(closeFile(file), VL_OK);
 }
 
