@@ -7,7 +7,7 @@
 std::string WithExtension(const std::string& path, const char* extension);
 
 // Of a recording opened by `name`: the media file (NAME.mp4 is recorded as NAME.m4v) and the manifest.
-// Intended: the texts are looked for in the whole path.
+// The texts are looked for in the whole path, as when a file is opened for reading (quirk 10).
 std::string VideoPath(const std::string& name);
 std::string ManifestPath(const std::string& name);
 

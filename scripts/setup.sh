@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 linux=(
   g++ clang libclang-rt-14-dev  # both compilers, and the sanitizers' run time
   cmake ninja-build pkg-config ccache clang-format
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev
   libtinyxml2-dev libcli11-dev nlohmann-json3-dev libhwy-dev zlib1g-dev libcpp-httplib-dev
   locales  # one with decimal commas
   ffmpeg mediainfo faad liba52-0.7.4-dev  # make the tests' media, reference decoders (a52dec is in the last); run as programs only
