@@ -1,21 +1,18 @@
 // Reads bits from memory, most significant bit first, through a 64-bit window.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "base/compiler.h"
+
 // The eight bytes at `p` as a big-endian number.
 inline std::uint64_t LoadBigEndian(const std::uint8_t* p) {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   std::uint64_t value;
   std::memcpy(&value, p, sizeof value);
-  return __builtin_bswap64(value);
-#else
-  std::uint64_t value = 0;
-  for (int i = 0; i < 8; ++i) value = value << 8 | p[i];
-  return value;
-#endif
+  return std::endian::native == std::endian::little ? swapBytes(value) : value;
 }
 
 // Never reads outside the given bytes: past the end all bits are zero, and Overrun() stays true from then on.

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "base/compiler.h"
+
 // Frames per second as numerator / denominator; 0/1 if unknown.
 struct FrameRate {
   std::uint32_t numerator = 0;
@@ -13,16 +15,10 @@ struct FrameRate {
   double value() const { return denominator ? static_cast<double>(numerator) / denominator : 0.0; }
 };
 
-// 128 bits hold the largest product of the factors below.
-__extension__ typedef unsigned __int128 Uint128;
-
 // value * multiplier / divisor, truncated, with an exact intermediate product. Saturates at the largest
 // 64-bit number. Returns 0 if the divisor is 0.
 inline std::uint64_t scaleExactly(std::uint64_t value, std::uint64_t multiplier, std::uint64_t divisor) {
-  if (divisor == 0) return 0;
-  const Uint128 quotient = Uint128{value} * multiplier / divisor;
-  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
-  return quotient > kMax ? kMax : static_cast<std::uint64_t>(quotient);
+  return divisor == 0 ? 0 : multiplyDivide(value, multiplier, divisor);
 }
 
 // A duration in frames: duration / timescale * rate, truncated. Exact: 30030 ticks of 1/30000 s are 30 frames

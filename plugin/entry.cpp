@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/compiler.h"
 #include "base/guard.h"
 #include "plugin/fmp4_object.h"
 #include "plugin/probe.h"
@@ -9,10 +10,6 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-// Exported by exports.def.
-#define FMP4_EXPORT extern "C"
-#else
-#define FMP4_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
 
 namespace {
@@ -71,14 +68,15 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
 }
 #else
 // Thread notifications have no receiver here, so there is nothing to disable.
-FMP4_EXPORT std::int32_t DllMain(void* /*module*/, std::uint32_t /*reason*/, void* /*reserved*/) {
+extern "C" VL_EXPORTED std::int32_t DllMain(void* /*module*/, std::uint32_t /*reason*/, void* /*reserved*/) {
   return 1;
 }
 #endif
 
 // Version query (no name, index all ones), format query (no name, a record to fill), or probe of a file name,
 // where `indexOrFlags` holds flags. Returns 23; 0 or 0xE8023026; or the probe's 0 or 0xFFFFFFFF.
-FMP4_EXPORT std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_t indexOrFlags, void* out) {
+extern "C" VL_EXPORTED std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_t indexOrFlags,
+                                                         void* out) {
   if (!fileName && indexOrFlags == kVersionQuery) {
     if (out) std::memcpy(out, &kFormatCount, sizeof kFormatCount);
     return kInterfaceVersion;
@@ -91,7 +89,7 @@ FMP4_EXPORT std::int64_t xCheckVersionAndFile(const char* fileName, std::uint32_
 
 // Creates an object, passes it a command, or closes and destroys it; see the commands above. Returns the
 // address of a created object, otherwise a status.
-FMP4_EXPORT std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void* argument) {
+extern "C" VL_EXPORTED std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t command, void* argument) {
   const bool creates = !object && (command == kCreateOnly || command == MFX_OPEN);
   if (creates) {
     if (argument) object = createObject(argument);

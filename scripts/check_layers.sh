@@ -26,7 +26,7 @@ recording: base os mp4box streaming/lists host/include
 recording/write: base os mp4box streaming/lists recording host/include
 recording/check: base os mp4box streaming/index streaming/lists recording host/include
 plugin: base os mp4box streaming/index streaming/lists audio recording recording/write host/include
-support:
+support: base
 tool/terminal: base os mp4box host/include
 tool/source: base os mp4box streaming/index host/include tool/terminal
 tool/host: base os mp4box streaming/index streaming/lists host/include host/reference tool/terminal tool/source

@@ -3,15 +3,11 @@
 
 #include <cstdint>
 
-#if defined(_WIN32)
-#define CACHE_BUFFER_API  // exported by the plug-in's exports.def
-#else
-#define CACHE_BUFFER_API __attribute__((visibility("default")))
-#endif
+#include "base/compiler.h"
 
 // The layout, the order of the virtual operations and the names are defined by the host. The meaning of the
 // two operations and of the other members is known only from the host's declaration.
-class CACHE_BUFFER_API CCacheBuffer {
+class VL_EXPORTED CCacheBuffer {
  public:
   CCacheBuffer(const CCacheBuffer& other);
   CCacheBuffer& operator=(const CCacheBuffer& other);

@@ -1,5 +1,6 @@
 // Positions and sizes of open files, common to all systems.
 #include <cstdint>
+#include <limits>
 
 #include "host/reference/opened_file.h"
 #include "host/reference/system.h"
@@ -38,13 +39,13 @@ std::int64_t vlOSSeek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) 
     vlhost::setLastError(kFileErrors.invalid);
     return -1;
   }
-  std::int64_t target = 0;
-  if (__builtin_add_overflow(base, offset, &target) || target < 0) {
+  const bool overflows = offset > 0 && base > std::numeric_limits<std::int64_t>::max() - offset;
+  if (overflows || base + offset < 0) {
     vlhost::setLastError(kFileErrors.beforeStart);
     return -1;
   }
-  use->position = target;
-  return target;
+  use->position = base + offset;
+  return use->position;
 }
 
 std::int64_t vlOSTell(VLHANDLE file) {

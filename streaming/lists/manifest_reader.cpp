@@ -130,12 +130,13 @@ ManifestTrack readTrack(const Selected& selected) {
 // fraction that fits, so that 29.97002997002997 becomes 30000/1001. Unknown if it exceeds 32 bits or d is 0.
 FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
   std::uint64_t numerator = 1, denominator = 0, previousNumerator = 0, previousDenominator = 1;
-  while (d != 0) {
-    const Uint128 nextNumerator = Uint128{n / d} * numerator + previousNumerator;
-    const Uint128 nextDenominator = Uint128{n / d} * denominator + previousDenominator;
-    if (std::max(nextNumerator, nextDenominator) > std::numeric_limits<std::uint32_t>::max()) break;
-    previousNumerator = std::exchange(numerator, static_cast<std::uint64_t>(nextNumerator));
-    previousDenominator = std::exchange(denominator, static_cast<std::uint64_t>(nextDenominator));
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint32_t>::max();
+  while (d != 0 && n / d <= kMax) {  // all products fit 64 bits
+    const std::uint64_t nextNumerator = n / d * numerator + previousNumerator;
+    const std::uint64_t nextDenominator = n / d * denominator + previousDenominator;
+    if (std::max(nextNumerator, nextDenominator) > kMax) break;
+    previousNumerator = std::exchange(numerator, nextNumerator);
+    previousDenominator = std::exchange(denominator, nextDenominator);
     n = std::exchange(d, n % d);
   }
   if (numerator == 0 || denominator == 0) return {};
