@@ -17,9 +17,8 @@ class MemoryEnds : public testing::TestWithParam<Failures> {
   }
   ~MemoryEnds() override { vlSetLogSink(nullptr, nullptr); }
 
-  // Calls `use(n)`, in which allocation fails after n successful ones, for every n until none fails. Returns
-  // how
-  // many allocations there were. `use` returns whether one failed.
+  // Calls `use(n)`, in which allocation fails after n successful ones, for every n until none fails. `use`
+  // returns whether one failed. Returns the number of allocations.
   template <class Use>
   static std::size_t sweep(Use use) {
     std::size_t before = 0;
