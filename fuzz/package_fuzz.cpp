@@ -1,5 +1,5 @@
-// Any bytes as live input that is packaged: planned, recorded through the plug-in, ended. What comes of it is
-// whole.
+// Any bytes as live input that is packaged: planned, recorded through the plug-in, ended. The result is
+// intact.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   return 0;
 }
 
-// The last byte chooses between sound apart and sound in the same file.
+// The last byte selects audio in a file of its own or in the same file.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const Plugin plugin("vlx_fmp4");
   const TempFolder folder;

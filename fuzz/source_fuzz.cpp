@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t kMaxSamples = 4096;  // of one track that are looked at
 
-std::uint64_t sum = 0;  // of what is read, so that reading is not left out
+std::uint64_t sum = 0;  // of what is read, so that the reads are not optimised away
 
 // Every sample held by a source: its time and its bytes.
 void readHeld(SampleSource& source) {
@@ -36,7 +36,7 @@ void readHeld(SampleSource& source) {
   }
 }
 
-// Goes through the pictures as packaging does, with the captions that play along.
+// Goes through the frames as packaging does, with the captions shown during them.
 void goThrough(SampleSource& source) {
   SourceTrack* const found = source.trackOfHandler(Mp4FourCc("vide"));
   if (!found || found->samples.empty()) return;
@@ -98,7 +98,7 @@ void readAsFile(std::span<const std::uint8_t> bytes) try {
 } catch (const UserError&) {
 }
 
-// The last byte tells how large the pieces are that arrive, and whether the end was asked for.
+// The last byte sets the size of the arriving pieces, and whether the end is requested.
 void readAsItArrives(std::span<const std::uint8_t> bytes) try {
   const std::uint8_t choice = bytes.empty() ? 0 : bytes.back();
   const auto arrive = [&bytes, choice](std::span<std::uint8_t> piece) {

@@ -12,7 +12,7 @@ cmake --build --preset release -j "$(nproc)"
 load() { cut -d' ' -f1 /proc/loadavg; }
 version_of() { dpkg-query --show --showformat='${Version}' "$1"; }
 
-# section TITLE: the output of a measurement as a table of its figures and a list of what else it says.
+# section TITLE: the output of a measurement as a table of its figures and a list of its other lines.
 section() {
   printf '\n## %s\n\n| figure | measured | target | |\n|---|---:|---:|---|\n' "$1"
   awk '

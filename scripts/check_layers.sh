@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Holds every #include to the order of the modules: names those that point back up, and fails if there are any.
+# Checks every #include against the order of the modules: prints those that point back up, and fails if there are any.
 # A layer is a folder; a file belongs to the longest one that holds it. Headers without a folder are the host's.
 set -euo pipefail
 cd "$(dirname "$0")/.."

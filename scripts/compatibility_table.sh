@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tries what plays recordings and puts the table into docs/compatibility.md.
+# Runs the tests with players and writes their results as the table of docs/compatibility.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh

@@ -16,7 +16,7 @@ fail() {
   exit 1
 }
 title() { printf '\n== %s\n' "$*"; }
-# The MD5 of every decoded frame, in order of presentation.
+# The MD5 of every decoded frame, in presentation order.
 picture_hashes() {
   ffmpeg -nostdin -v error -i "$1" -map 0:v:0 -fps_mode passthrough -f framemd5 - |
     awk '!/^#/ { print $NF }'

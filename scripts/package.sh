@@ -20,7 +20,7 @@ configure_and_build() {
   cmake --build --preset "$1" -j "$(nproc)" --target fmp4 vlx_fmp4
 }
 
-# What the binaries and the served page hold of others' work, with the words that their licences want repeated.
+# The third-party works in the binaries and the served page, with the notices that their licences require.
 # Usage: licences DEBIAN_PACKAGE...
 licences() {
   local package player

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and is not there yet: Debian 12 packages, as root or through sudo, and
-# the npm packages that the package-lock.json files pin, into node_modules beside them. For Linux, or for what is
-# named: `setup.sh windows` for the cross build, its libraries included, `setup.sh wine` for running it.
+# the npm packages that the package-lock.json files pin, into node_modules beside them. For Linux, or as named:
+# `setup.sh windows` for the cross build, its libraries included, `setup.sh wine` for running it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

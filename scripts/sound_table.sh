@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures how far the decoders are from other decoders and puts the tables into docs/sound.md.
+# Compares the decoders with reference decoders and writes the tables of docs/sound.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh

@@ -4,7 +4,7 @@
 #   test.sh        format, layers, headers, the build as shipped (GCC) and all its native tests
 #   test.sh all    also the sanitizers (Clang), the players, the fuzz targets, Windows (where the cross build and
 #                  Wine can be installed) and the packages
-#   test.sh quick  for the hand: format, layers, what changed is built, and the tests that take seconds
+#   test.sh quick  while working: format, layers, what changed is built, and the tests that take seconds
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -30,7 +30,7 @@ step() {
   timings+=("$(printf '%5d s  %s' $((SECONDS - start)) "$name")")
 }
 
-# Without a preprocessor run of its own ahead of each compilation, which an empty cache would cost.
+# Without a separate preprocessor run before each compilation, which an empty cache would cost.
 export CCACHE_DEPEND=1
 export CCACHE_SLOPPINESS=pch_defines,time_macros  # for the tests' precompiled headers
 
@@ -71,15 +71,15 @@ run_tests() {
   ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure "${@:2}"
 }
 
-# The served page in Chromium, and ffmpeg over HTTP; beside them the recording of a minute, which is mostly waited for.
+# The served page in Chromium, and ffmpeg over HTTP; in parallel the recording of a minute, which is mostly waiting.
 run_players() {
   FMP4=$PWD/build/dev/bin/fmp4 node --test --test-concurrency=2 --test-reporter=spec tests/players/*.test.mjs \
     >build/dev/players.log ||
     { sed -n '/failing tests/,$p' build/dev/players.log; return 1; }
 }
 
-# fuzz TARGET RUNS [OPTION...] CORPUS...: a look for inputs that crash, hang or eat memory, always at the same ones,
-# however fast the machine; what is new in them is left under build/asan/fuzz, with the target's output.
+# fuzz TARGET RUNS [OPTION...] CORPUS...: looks for inputs that crash, hang or exhaust memory, the same search on every
+# machine, however fast; new inputs are left under build/asan/fuzz, with the target's output.
 fuzz() {
   local target=$1 runs=$2 folder=build/asan/fuzz/$1
   shift 2

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the packages and tries them as users do: unpacked or installed, then version, probe, info, export and
-# package on real media. What the two systems make of the same source is the same, byte for byte, but for
-# dates and the line ends of playlists. `test_packages.sh debian` tries that one alone.
+# package on real media. What the two systems make of the same source is the same, byte for byte, except for dates and
+# the line ends of playlists. `test_packages.sh debian` tries that one alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -58,7 +58,7 @@ try() {
     "${fmp4[@]}" verify "Aufnahme Nº 1.m4v" >verify.txt || fail "$1: verify: $(cat verify.txt)"
     try_serving "$1" "${fmp4[@]}"
     rm clip.mp4
-    # Dates and line ends apart.
+    # Except for dates and line ends.
     sed -i -E 's/\r$//; s/20[0-9-]{8}T[0-9:.]+Z/NOW/g' ./*.mpd ./*.m3u8
   )
 }
@@ -66,7 +66,7 @@ try() {
 try_debian() {
   scripts/package.sh debian
   local package=build/packages/fmp4_${version}_amd64.deb
-  # Trying it ends with its removal.
+  # The trial ends with its removal.
   if dpkg-query --show fmp4 >/dev/null 2>&1; then fail "fmp4 is installed already; purge it to try another"; fi
   as_root dpkg --install "$package" >/dev/null
   try debian fmp4

@@ -1,15 +1,14 @@
 #!/usr/bin/env bash
 # Builds the libraries that the Windows cross build links, from Debian's source packages, into
 # ${XDG_CACHE_HOME:-~/.cache}/fmp4-windows; header-only ones are taken from their installed Debian packages.
-# Does nothing for what is there already in the installed version.
+# Skips what is already there in the installed version.
 set -euo pipefail
 toolchain=$(cd "$(dirname "$0")/.." && pwd)/cmake/windows.cmake
 prefix=${XDG_CACHE_HOME:-$HOME/.cache}/fmp4-windows
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# The mirrors that this machine is set up for, as sources of source packages, in a configuration of our own:
-# the machine's stays as it is.
+# This machine's mirrors, as sources of source packages, in a separate configuration: the machine's own stays unchanged.
 enable_sources() {
   [[ -d $scratch/apt ]] && return
   mkdir -p "$scratch"/apt/{parts,lists/partial}
@@ -27,7 +26,7 @@ Dir::Etc::SourceParts "$scratch/apt/parts";
 Dir::State::Lists "$scratch/apt/lists";
 APT::Sandbox::User "root";
 END
-  APT_CONFIG=$scratch/apt/apt.conf apt-get update -qq || true  # a mirror without sources is none of ours
+  APT_CONFIG=$scratch/apt/apt.conf apt-get update -qq || true  # a mirror without sources does no harm
 }
 
 # build SOURCE_PACKAGE BINARY_PACKAGE [CMAKE_OPTION...]: the version of the installed BINARY_PACKAGE.

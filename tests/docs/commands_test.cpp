@@ -37,7 +37,7 @@ std::string helpOf(const std::vector<std::string>& command) {
   return runOrThrow(words).out;
 }
 
-// The first words of the indented lines: options as they are listed, and the names of commands.
+// The first words of the indented lines: listed options and names of commands.
 std::vector<std::string> entriesOf(const std::string& help) {
   std::vector<std::string> entries;
   for (const std::string& line : linesOfText(help)) {
@@ -74,7 +74,7 @@ TEST(CommandDocuments, TheManualPageListsThem) {
   Commands listed;
   bool title = false;
   for (std::string line : linesOfFile(kTree / "packaging/fmp4.1")) {
-    // Without the marks of type faces, and with plain hyphens.
+    // Without font markup, and with plain hyphens.
     line = std::regex_replace(line, std::regex(R"(\\f[BIR]|")"), "");
     line = std::regex_replace(line, std::regex(R"(\\-)"), "-");
     std::istringstream words(line);
@@ -114,7 +114,7 @@ TEST(CommandDocuments, TheCompletionOffersThem) {
   std::set<std::string> names;
   for (const auto& [name, options] : programsCommands()) {
     if (!name.empty()) names.insert(name);
-    // Those of the program are taken after a command as well.
+    // The program's own options are accepted after a command as well.
     std::set<std::string> expected = programsCommands().at("");
     if (!name.empty()) expected.erase("--version");
     expected.insert(options.begin(), options.end());

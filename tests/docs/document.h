@@ -9,7 +9,7 @@
 
 #include "tests/support/places.h"
 
-// The source tree, whose tests/data the tests know.
+// The source tree, found from its tests/data.
 inline const std::filesystem::path kTree = std::filesystem::path(VL_TEST_DATA).parent_path().parent_path();
 
 inline std::vector<std::string> linesOfFile(const std::filesystem::path& path) {
@@ -32,7 +32,7 @@ inline std::vector<std::string> cellsOf(const std::string& line) {
   return cells;
 }
 
-// What stands between the first two backticks; empty without them.
+// The text between the first two backticks; empty without them.
 inline std::string codeIn(const std::string& text) {
   const std::size_t start = text.find('`'), end = text.find('`', start + 1);
   return start == text.npos || end == text.npos ? "" : text.substr(start + 1, end - start - 1);

@@ -19,7 +19,7 @@ namespace {
 
 using nlohmann::json;
 
-// Of each key, as a path ("audio[].codec"), what it may hold: "string", "number", "null", "optional", ...
+// The types that each key, as a path ("audio[].codec"), may hold: "string", "number", "null", "optional", ...
 using Keys = std::map<std::string, std::set<std::string>>;
 
 std::set<std::string> wordsOf(std::string text) {
@@ -78,7 +78,7 @@ using Arguments = std::vector<std::string>;
 TEST(JsonDocument, NamesTheKeysOfInfo) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  // Two pictures, of which one is read; two tracks of sound, of which one is decoded.
+  // Two video tracks, one of them read; two audio tracks, one of them decoded.
   makeMedia(file, pictureInput(1) + toneInput(1) +
                       Arguments{"-map", "0:v", "-map", "0:v", "-map", "1:a", "-map", "1:a"} + h264Codec() +
                       Arguments{"-c:a:0", "aac", "-c:a:1", "libmp3lame"} + fragmented("+delay_moov"));

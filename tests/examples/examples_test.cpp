@@ -44,7 +44,7 @@ TEST_F(Examples, DescribeRefusesAFileWithoutBoxes) {
   EXPECT_EQ(linesOf(result.out), std::vector<std::string>{"refused"});
 }
 
-// Sizes and key frames as the tool lists them; 1920 samples of two channels of 16 bits a frame.
+// Sizes and key frames as the tool lists them; each frame has 1920 PCM frames of two 16-bit channels.
 TEST_F(Examples, ReadFramesDeliversFramesAndTheirAudio) {
   const std::vector<std::string> rows = linesOf(fmp4({"--quiet", "frames", clip_, "--from", "10"}).out);
   const std::vector<std::string> lines = linesOf(example("read_frames", {clip_, "10", "5"}).out);

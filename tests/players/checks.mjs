@@ -1,9 +1,9 @@
-// What the tests share: numbers that are the same in every run, and times held against each other.
+// What the tests share: reproducible numbers, and comparisons with a tolerance.
 import assert from 'node:assert/strict';
 
-export const kSoundOverhang = 0.05;  // seconds that coded sound may last beyond the pictures
+export const kSoundOverhang = 0.05;  // seconds that coded audio may last past the video
 
-// Numbers from 0 up to `below` that are the same in every run (Lehmer).
+// Reproducible numbers from 0 up to `below` (Lehmer).
 export function numbers(seed, count, below) {
   let state = seed;
   return Array.from({length: count}, () => {

@@ -37,7 +37,7 @@ const forms = [
   {manifest: '.xml', recordings: recordings.filter(({extension}) => extension === '.ismv')},
 ];
 
-// What became of one test for each recording of a form: "plays 7 of 7".
+// How many recordings of a form passed a test: "plays 7 of 7".
 function count(passed, verb, testOf, {recordings, manifest}) {
   if (!testOf) return '';
   const successes = recordings.filter(({name}) => passed.has(testOf(name, manifest))).length;

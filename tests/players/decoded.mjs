@@ -1,7 +1,7 @@
-// Pictures as ffmpeg decodes them.
+// Frames as ffmpeg decodes them.
 import {run} from './recordings.mjs';
 
-// The MD5 of every picture that ffmpeg decodes.
+// The MD5 of every frame that ffmpeg decodes.
 export async function pictures(input, options = []) {
   const text = await run('ffmpeg', '-nostdin', '-v', 'error', '-xerror', ...options, '-i', input, '-map', '0:v:0',
     '-fps_mode', 'passthrough', '-f', 'framemd5', '-');
@@ -9,9 +9,9 @@ export async function pictures(input, options = []) {
     .map((line) => line.split(',').at(-1).trim());
 }
 
-// What makes ffmpeg take media of any extension in playlists, where it has to be told.
+// The options with which ffmpeg accepts media of any extension in playlists; older versions need none.
 export const anyExtension = (await run('ffmpeg', '-v', 'error', '-h', 'demuxer=hls')).includes('extension_picky') ?
   ['-extension_picky', '0'] : [];
 
-// The same for playlists on the local disk, where ffmpeg minds extensions in one more way.
+// The same for playlists on the local disk, where ffmpeg checks extensions in one more way.
 export const anyLocalExtension = ['-allowed_extensions', 'ALL', ...anyExtension];

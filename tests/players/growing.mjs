@@ -1,4 +1,4 @@
-// A recording that goes on: the files of a finished one, as they stood after each of its segments.
+// A recording in progress: the files of a finished one, as they were after each of its segments.
 import fs from 'node:fs/promises';
 import path from 'node:path';
 
@@ -14,7 +14,7 @@ export class GrowingRecording {
   #read(suffix, coding) {
     return fs.readFile(path.join(this.folder, this.finished + suffix), coding);
   }
-  // Replaced at once, as the recorder does it.
+  // Replaced atomically, as the recorder does it.
   async #replace(suffix, content) {
     const file = path.join(this.folder, this.name + suffix);
     await fs.writeFile(`${file}.new`, content);
@@ -24,7 +24,7 @@ export class GrowingRecording {
     return text.replaceAll(`${this.finished}.m4`, `${this.name}.m4`);
   }
 
-  // Leaves the files as they stand with `segments` whole segments.
+  // Makes the files what they are after `segments` complete segments.
   async write(segments) {
     let seconds = 0;
     for (const [list, mediaFile] of [['.m3u8', '.m4v'], ['A.m3u8', '.m4a']]) {
@@ -45,7 +45,7 @@ export class GrowingRecording {
     await this.#replace('.mpd', this.#renamed(manifest));
   }
 
-  // The whole recording.
+  // The complete recording.
   async end() {
     for (const suffix of ['.m4v', '.m4a']) await this.#replace(suffix, await this.#read(suffix));
     for (const suffix of ['.mpd', '.m3u8', 'A.m3u8', '.master.m3u8']) {

@@ -1,4 +1,4 @@
-// Recordings that are being made: ffmpeg sends a source at its own pace, any number of `fmp4 package -` record it.
+// Recordings in progress: ffmpeg sends a source in real time, and any number of `fmp4 package -` record it.
 import {spawn} from 'node:child_process';
 import {once} from 'node:events';
 import fs from 'node:fs/promises';
@@ -16,7 +16,7 @@ export class LiveFeed {
     sender.stdout.on('end', () => this.#recorders.forEach(({stdin}) => stdin.end()));
   }
 
-  // Starts to record as `output`. To be called at once after the feed's start, so that nothing has been sent.
+  // Starts to record as `output`. Must be called right after the feed's start, before anything has been sent.
   record(fmp4, output) {
     const recorder = spawn(fmp4, ['--quiet', 'package', '-', '--output', output],
       {stdio: ['pipe', 'ignore', 'inherit']});
@@ -49,7 +49,7 @@ class LiveRecording {
     }
   }
 
-  // Waits for its end. Gives the recorder's exit code and the signal that ended it.
+  // Waits for its end. Returns the recorder's exit code and the signal that ended it.
   async end() {
     const [code, signal] = await this.#exit;
     return {code, signal};

@@ -1,5 +1,5 @@
 // A recording of a minute that is fed in real time: players follow it while it is made, and it is killed. FMP4 names
-// the program; SHOTS a folder for pictures of the page.
+// the program; SHOTS a folder for screenshots of the page.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
 import os from 'node:os';
@@ -22,7 +22,7 @@ const kRate = 25;
 const kMinute = {name: 'minute', rate: [kRate, 1], frames: 60 * kRate, delayed: 2, sound: true, width: 320,
   height: 180};
 const kSegmentFrames = 100;
-const kFollowedSegments = 12;  // of fifteen, so that slow machines learn of them before the end
+const kFollowedSegments = 12;  // of fifteen, so that slow machines see them before the end
 const kWatched = 50;  // seconds of the minute, at least
 
 const kEarliest = 3000, kLatest = 59000;  // milliseconds
@@ -39,7 +39,7 @@ async function verdict(command, file) {
   return {code, line: stdout.trimEnd().split('\n').at(-1)};
 }
 
-// The first pictures of the source, `count` of them.
+// Checks that `decoded` are the first `count` frames of the source.
 function assertFirst(count, decoded) {
   assert.deepEqual(decoded, originals.slice(0, count));
 }
@@ -118,13 +118,13 @@ describe('a minute in real time', {concurrency: 2 + kills.length}, () => {
       assertNear(await viewer.video((video) => video.duration), end, kSoundOverhang);
       assert.ok(await viewer.video((video) => video.currentTime) >= end - kSoundOverhang);
       const watched = await viewer.watched();
-      assert.ok(watched.length >= kWatched, `${watched.length} pictures watched`);
+      assert.ok(watched.length >= kWatched, `${watched.length} frames watched`);
       assert.ok(watched.at(-1).number >= frames - kRate);
       for (const {number, from, to} of watched) {
         const [first, played] = [from, to].map((time) => Math.floor(time * kRate + 0.5) - delayed);
-        // A picture may come to the screen just before its time.
+        // A frame may be displayed just before its time.
         const last = Math.max(first, played);
-        assert.ok(first <= number && number <= last, `picture ${number} of ${first} to ${last}`);
+        assert.ok(first <= number && number <= last, `frame ${number} of ${first} to ${last}`);
       }
       assert.deepEqual(await viewer.messages(), []);
       await viewer.close();

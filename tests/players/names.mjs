@@ -3,6 +3,6 @@
 export const plays = (player) => (name) => `${player} plays ${name} to the end and seeks in it`;
 export const follows = (player) => `${player} follows a recording while it is made`;
 export const showsWhatThereWas = (player) =>
-  `${player} shows of a recording in progress what there was when it was opened`;
-export const decodes = (name, list) => `ffmpeg decodes ${name}${list} over HTTP to the last picture`;
+  `${player} shows a recording in progress as it was when opened`;
+export const decodes = (name, list) => `ffmpeg decodes ${name}${list} over HTTP to the last frame`;
 export const describes = (program, name, list) => `${program} describes ${name}${list}`;

@@ -1,4 +1,4 @@
-// Recordings in the players that people use. FMP4 names the program; SHOTS a folder for pictures of the page.
+// Recordings in common players. FMP4 names the program; SHOTS a folder for screenshots of the page.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
 import os from 'node:os';
@@ -19,13 +19,13 @@ const shots = process.env.SHOTS;
 const kSpeed = 8;
 const kSeeks = 5;
 const kEndFrames = 4;  // that may be missing
-// That Chromium decodes ahead, and again when a player leaps: to the first picture, or dash.js at the end.
+// Frames that Chromium decodes in advance, and again when a player jumps: to the first frame, or dash.js at the end.
 const kAheadFrames = 24;
 
 const kLeapBack = 0.6;  // seconds from the end, where dash.js now and then pauses
 
-// Where B-frames delay the first picture: whether it is shown that late, or at zero, and whether the end is as late,
-// or where the manifest says. Sound that goes with the delayed pictures lasts as long as they do.
+// Where B-frames delay the first frame: whether it is shown that late, or at zero, and whether the end is as late, or
+// where the manifest says. Audio of the delayed video lasts as long as the video.
 const players = [
   {player: 'hls.js', delaysStart: true, delaysEnd: true},
   {player: 'dash.js', delaysStart: true, delaysEnd: false},
@@ -65,7 +65,7 @@ for (const [index, recording] of recordings.entries()) {
     test(names.plays(player)(recording.name), async () => {
       const viewer = await Viewer.open(browser, server.address, recording.name, player);
       const delay = recording.delayed * frameSeconds;
-      // Sound in the same file begins at zero, so that nothing is shifted.
+      // Audio in the same file begins at zero, so nothing is shifted.
       const origin = delaysStart || recording.extension === '.ismv' ? delay : 0;
       const endsLate = delaysEnd || (endsWithSound && recording.sound);
       const end = recording.frames * frameSeconds + (endsLate ? delay : 0);
@@ -88,7 +88,7 @@ for (const [index, recording] of recordings.entries()) {
       const leaps = recording.delayed || player === 'dash.js';
       const most = recording.frames + (leaps ? kAheadFrames : 0);
       assert.ok(seen.pictures >= recording.frames - kEndFrames && seen.pictures <= most,
-        `${seen.pictures} pictures of ${recording.frames}`);
+        `${seen.pictures} frames of ${recording.frames}`);
 
       for (const frame of numbers(index + 1, kSeeks, recording.frames - kEndFrames)) {
         await viewer.seek(origin + (frame + 0.5) * frameSeconds);
@@ -101,9 +101,9 @@ for (const [index, recording] of recordings.entries()) {
 
   const manifest = recording.extension === '.ismv' ? '.xml' : '.mpd';
   for (const [list, options] of [[manifest, []], ['.master.m3u8', anyExtension], ['.m3u8', anyExtension]]) {
-    // ffmpeg's reader of manifests takes all packets of a representation for those of one stream.
+    // ffmpeg's manifest reader takes all packets of a representation to be of one stream.
     if (list === '.xml') {
-      test(`ffmpeg mixes up picture and sound of ${recording.name}${list}`, async () => {
+      test(`ffmpeg mixes up video and audio of ${recording.name}${list}`, async () => {
         await assert.rejects(pictures(`${server.address}media/${recording.name}${list}`), /Invalid NAL unit size/);
       });
       continue;
@@ -116,14 +116,14 @@ for (const [index, recording] of recordings.entries()) {
   }
 }
 
-// What the players play above: the sound that is left over at the end makes no segment of its own.
-test('a recording in one file ends with its last whole segment', async () => {
+// What the players play above: the audio left over at the end gets no segment of its own.
+test('a recording in one file ends with its last complete segment', async () => {
   const list = await fs.readFile(path.join(media, 'one-file-full.m3u8'), 'utf8');
   assert.deepEqual([...list.matchAll(/#EXTINF:(.*),/g)].map(([, seconds]) => seconds), ['4.000', '4.000']);
   assert.match(list, /#EXT-X-ENDLIST\n$/);
 });
 
-test('ffmpeg that minds extensions refuses .m4v in playlists unless told', async () => {
+test('ffmpeg that checks extensions refuses .m4v in playlists by default', async () => {
   const decoding = pictures(`${server.address}media/pal.master.m3u8`);
   if (anyExtension.length === 0)
     assert.equal((await decoding).length, 175);
@@ -176,7 +176,7 @@ for (const {player} of players) {
   });
 }
 
-// What a static manifest is to these players: they read it once.
+// These players read a static manifest only once.
 for (const player of ['dash.js', 'shaka-dash']) {
   test(names.showsWhatThereWas(player), async () => {
     const growing = new GrowingRecording(media, 'ntsc-b-sound', `static-${player.replace('.', '-')}`);
@@ -197,7 +197,7 @@ for (const player of ['dash.js', 'shaka-dash']) {
 }
 
 for (const player of ['hls.js', 'shaka-dash', 'shaka-hls']) {
-  test(`${player} plays segments of no stated length`, async () => {
+  test(`${player} plays segments without a stated duration`, async () => {
     const viewer = await Viewer.open(browser, server.address, undivided.name, player);
     await viewer.playToEnd(kSpeed);
     assert.ok(await viewer.video((video) => video.getVideoPlaybackQuality().totalVideoFrames) >=
@@ -207,7 +207,7 @@ for (const player of ['hls.js', 'shaka-dash', 'shaka-hls']) {
   });
 }
 
-test('dash.js loads no segments of no stated length, and says nothing', async () => {
+test('dash.js loads no segments without a stated duration, and reports nothing', async () => {
   const viewer = await Viewer.goTo(browser, server.address, undivided.name, 'dash.js');
   await viewer.page.waitForFunction(() => document.getElementById('video').readyState >= HTMLMediaElement.HAVE_METADATA);
   await viewer.page.waitForTimeout(3000);
@@ -216,20 +216,20 @@ test('dash.js loads no segments of no stated length, and says nothing', async ()
   await viewer.close();
 });
 
-test('Chromium refuses segments of no stated length', async () => {
+test('Chromium refuses segments without a stated duration', async () => {
   const viewer = await Viewer.open(browser, server.address, undivided.name, 'browser');
   assert.deepEqual(await viewer.messages(), ['4: PipelineStatus::DEMUXER_ERROR_COULD_NOT_PARSE']);
   await viewer.close();
 });
 
-test('ffmpeg refuses segments of no stated length', async () => {
+test('ffmpeg refuses segments without a stated duration', async () => {
   for (const [list, options] of [['.mpd', []], ['.m3u8', anyExtension], ['.m4v', []]]) {
     await assert.rejects(pictures(`${server.address}media/${undivided.name}${list}`, options),
       /error reading header\n.*Invalid data found when processing input/);
   }
 });
 
-test('ffprobe takes the first time of an index into the duration', async () => {
+test('ffprobe counts the first time of an index in the duration', async () => {
   const duration = async (file) => Number(await run('ffprobe', '-v', 'error', '-show_entries', 'format=duration', '-of',
     'csv=p=0', `${server.address}media/ntsc-b-sound${file}`));
   const video = 230 * 1001 / 30000, soundSegment = 10 * 16 * 1024 / 48000;
@@ -251,7 +251,7 @@ for (const {name, extension, sound} of recordings) {
       const options = list === manifest ? [] : anyExtension;
       const described = await run('ffprobe', '-v', 'error', ...options, '-show_entries', 'stream=codec_name', '-of',
         'csv=p=0', `${server.address}media/${encodeURIComponent(name)}${list}`);
-      // ffprobe tells of a stream once more for each program that it is in.
+      // ffprobe lists a stream again for each program that it is in.
       const codecs = [...new Set(described.split('\n').filter(Boolean))].sort();
       const hasSound = sound && (list !== '.m3u8' || mediaFile === '.ismv');
       assert.deepEqual(codecs, hasSound ? ['aac', 'h264'] : ['h264']);

@@ -1,4 +1,4 @@
-// Recordings for the players: made by ffmpeg, recorded by `fmp4 package`. Every picture carries its number, least
+// Recordings for the players: made by ffmpeg, recorded by `fmp4 package`. Every frame shows its number, least
 // significant bit first, as eleven squares in its upper left corner.
 import {execFile} from 'node:child_process';
 import {promisify} from 'node:util';
@@ -9,10 +9,10 @@ export const execute = promisify(execFile);
 export const kNumberBits = 11;
 export const kSquare = 16;  // pixels
 
-// Frames from key frame to key frame, which is also the length of a fragment below 31; ten fragments are a segment.
+// The key-frame interval in frames, which is also the length of a fragment below 31; ten fragments are a segment.
 const kInterval = 10;
 
-// `delayed`: frames that B-frames hold the first picture back.
+// `delayed`: frames by which B-frames delay the first frame.
 export const recordings = [
   {name: 'ntsc-b-sound', rate: [30000, 1001], frames: 230, delayed: 2, sound: true, width: 640, height: 360},
   {name: 'ntsc-b', rate: [30000, 1001], frames: 200, delayed: 2, sound: false, width: 320, height: 180},
@@ -20,16 +20,16 @@ export const recordings = [
   {name: 'pal-b-sound', rate: [25, 1], frames: 190, delayed: 2, sound: true, width: 384, height: 288},
   {name: 'pal', rate: [25, 1], frames: 175, delayed: 0, sound: false, width: 256, height: 144},
   {name: 'short', rate: [25, 1], frames: 25, delayed: 2, sound: true, width: 320, height: 180},
-  // A name whose characters mean something in URIs.
+  // A name with URI-reserved characters.
   {name: 'odd #1 "50%"', rate: [25, 1], frames: 60, delayed: 2, sound: true, width: 320, height: 180},
-  // Sound in the file of the picture. The second ends with a segment.
+  // Audio in the video file. The second ends with a segment.
   {name: 'one-file', rate: [30000, 1001], frames: 230, delayed: 2, sound: true, width: 320, height: 180,
     extension: '.ismv'},
   {name: 'one-file-full', rate: [25, 1], frames: 200, delayed: 2, sound: true, width: 320, height: 180,
     extension: '.ismv'},
 ];
 
-// An interval of key frames that cannot be divided gives segments of no fragments: a "sidx" without references, a
+// A key-frame interval that cannot be divided gives segments without fragments: a "sidx" without references, a
 // segment duration and a target duration of 0. The recorder warns of it.
 export const undivided =
   {name: 'undivided', rate: [25, 1], frames: 100, delayed: 2, sound: false, width: 320, height: 180, interval: 37};
@@ -63,7 +63,7 @@ export async function makeSource(recording, sources, captions) {
   return source;
 }
 
-// Makes the recording in `folder`, and its source, which it gives back.
+// Makes the recording in `folder`, and its source, whose path it returns.
 export async function record(fmp4, recording, folder, sources, captions) {
   const {name, interval = kInterval, extension = '.mp4'} = recording;
   const source = await makeSource(recording, sources, captions);

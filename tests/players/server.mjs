@@ -8,7 +8,7 @@ export async function serve(fmp4, folder) {
   const [line] = await once(readline.createInterface({input: process.stdout}), 'line');
   return {
     address: JSON.parse(line).address,
-    // Ends it and gives its exit code.
+    // Ends it and returns its exit code.
     async stop() {
       process.kill('SIGTERM');
       const [code] = await once(process, 'exit');

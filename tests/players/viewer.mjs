@@ -1,4 +1,4 @@
-// Runs in the page: makes pictureNumber(), which reads the number in the picture on the screen.
+// Runs in the page: makes pictureNumber(), which reads the number in the displayed frame.
 function definePictureNumber({bits, square}) {
   const canvas = document.createElement('canvas');
   const context = canvas.getContext('2d', {willReadFrequently: true});
@@ -13,7 +13,7 @@ function definePictureNumber({bits, square}) {
   };
 }
 
-// A served page in Chromium, worked as a person would.
+// A served page in Chromium, used as a person would.
 import assert from 'node:assert/strict';
 import {kNumberBits, kSquare} from './recordings.mjs';
 
@@ -37,7 +37,7 @@ export class Viewer {
     return viewer;
   }
 
-  // The same, and waits for a picture or an error.
+  // The same, and waits for a frame or an error.
   static async open(browser, address, recording, player) {
     const viewer = await Viewer.goTo(browser, address, recording, player);
     await viewer.page.waitForFunction(() =>
@@ -50,8 +50,8 @@ export class Viewer {
     return this.page.close();
   }
 
-  // What the player said, and what the browser complained of. Left out: hls.js finding playback slow with seconds
-  // of media in its buffer, which is the speed of the machine.
+  // The messages of the player and the errors of the browser, without those in which hls.js finds playback slow with
+  // seconds of media in its buffer: that is the speed of the machine.
   async messages() {
     const said = await this.page.locator('#messages li').allTextContents();
     return [...said.filter((text) => !(Number(kStall.exec(text)?.[1]) > 0.5)), ...this.complaints];
@@ -66,7 +66,7 @@ export class Viewer {
     await this.page.click('#play');
   }
 
-  // dash.js now and then leaps from the end to half a second before it, and pauses there.
+  // dash.js now and then jumps from the end to half a second before it, and pauses there.
   async playToEnd(speed) {
     await this.play(speed);
     await this.page.waitForFunction(() => {
@@ -76,8 +76,8 @@ export class Viewer {
     });
   }
 
-  // From now on notes about a picture a second on the screen. It was due at a time of the media between that of which
-  // the browser told last and the one that is played; on busy machines they differ.
+  // From now on records about one displayed frame a second. Its media time is between the one that the browser reported
+  // last and the playback position; on busy machines they differ.
   async watch() {
     await this.video((video) => {
       globalThis.watched = [];
@@ -91,12 +91,12 @@ export class Viewer {
     });
   }
 
-  // What has been noted: [{number, from, to}].
+  // What has been recorded: [{number, from, to}].
   watched() {
     return this.page.evaluate(() => globalThis.watched);
   }
 
-  // Waits for a picture on the screen.
+  // Waits for a frame to be displayed.
   async sees(number) {
     const end = Date.now() + kPatience;
     let seen;
@@ -105,10 +105,10 @@ export class Viewer {
       if (seen === number) return;
       await this.page.waitForTimeout(20);
     } while (Date.now() < end);
-    assert.equal(seen, number, 'number of the picture on the screen');
+    assert.equal(seen, number, 'number of the displayed frame');
   }
 
-  // Waits until the player has learned of media beyond `seconds`.
+  // Waits until the player knows of media past `seconds`.
   async canSeekBeyond(seconds) {
     await this.page.waitForFunction((to) => {
       const {seekable} = document.getElementById('video');

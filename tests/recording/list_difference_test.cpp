@@ -1,4 +1,4 @@
-// In what lists differ from those that go with the media, in words.
+// How lists differ from the expected ones, in words.
 #include "recording/check/list_difference.h"
 
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ TEST(ManifestDifference, NamesThePlaceThatDiffers) {
             "\"Other\" is where MPD/Set should");
 }
 
-TEST(ManifestDifference, WhatIsNoDocumentIsSaidToBeNone) {
+TEST(ManifestDifference, ReportsWhatIsNotADocument) {
   for (const char* text : {"", "<MPD", "<!-- nothing else -->", "<?xml version=\"1.0\"?>"}) {
     EXPECT_EQ(manifestDifference(kManifest, text), "it is not a complete XML document") << text;
     EXPECT_EQ(manifestDifference(text, kManifest), "") << text;

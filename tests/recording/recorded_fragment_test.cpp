@@ -1,4 +1,4 @@
-// What is known of a fragment on the disk.
+// The state of a fragment on the disk.
 #include "recording/check/recorded_fragment.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Three blocks of a disk, with zeros from one byte to another.
+// Three disk blocks with a range of zero bytes.
 std::vector<std::uint8_t> withZeros(std::ptrdiff_t from, std::ptrdiff_t to) {
   std::vector<std::uint8_t> bytes(3 * 4096, 1);
   std::fill(bytes.begin() + from, bytes.begin() + to, 0);
@@ -28,7 +28,7 @@ TEST(UnwrittenData, IsABlockOfZeros) {
   EXPECT_FALSE(isUnwritten(withZeros(4096, 8191), 100, 12288));
 }
 
-TEST(UnwrittenData, IsWhatAFragmentHasOfSuchABlock) {
+TEST(UnwrittenData, IsThePartOfSuchABlockInAFragment) {
   EXPECT_TRUE(isUnwritten(withZeros(8192, 8704), 100, 8704));
   EXPECT_FALSE(isUnwritten(withZeros(8192, 8703), 100, 8703));
   EXPECT_TRUE(isUnwritten(withZeros(3584, 4096), 3584, 8192));

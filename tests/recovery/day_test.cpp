@@ -1,5 +1,5 @@
-// A day of recording: flat memory, sound and picture in step to the sample, whole, and opened and sought at
-// the price of any other. Five frames a second, so that it stays a test; bench/record.cpp has a full one.
+// A day of recording: constant memory, audio and video in sync to the sample, intact, and as cheap to open
+// and to seek as any other. Five frames a second keep it short; bench/record.cpp records at the full rate.
 #include <random>
 
 #include "mp4box/boxes/tfdt.h"
@@ -14,7 +14,7 @@ constexpr std::uint32_t kHourFrames = 3600 * kRate / kScale;
 constexpr std::uint32_t kFrames = 24 * kHourFrames;
 constexpr std::uint32_t kFramesPerFragment = 30, kFragmentsPerSegment = 10;
 
-// Coded frames of sound that play until the end of so many frames of video.
+// Access units of audio that play until the end of so many video frames.
 std::uint64_t audioUntil(std::uint64_t frames) {
   return frames * kScale * kSampleRate / (kRate * 1024ull);
 }
@@ -23,7 +23,7 @@ Bytes dayPicture(std::uint32_t frame) {
   return join({u32(frame), u8(7)});
 }
 
-// Records the day; tells the most memory that it took at once, of its first hour and of all.
+// Records the day; returns the peak memory of its first hour and of the whole day.
 struct Memory {
   std::size_t firstHour = 0;
   std::size_t day = 0;
@@ -41,7 +41,7 @@ Memory recordDay(const std::string& path) {
   std::uint64_t sounds = 0;
   for (std::uint32_t i = 0; i < kFrames; ++i) {
     for (; sounds < audioUntil(i + 1); ++sounds) {
-      if (writeSample(*file, 3, QVR_MODE_AUDIO, coded) != VL_OK) ADD_FAILURE() << "sound " << sounds;
+      if (writeSample(*file, 3, QVR_MODE_AUDIO, coded) != VL_OK) ADD_FAILURE() << "access unit " << sounds;
     }
     const auto flags = i % 30 == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
     if (writeSample(*file, 1, QVR_MODE_VIDEO, dayPicture(i), i, flags) != VL_OK)
@@ -55,7 +55,7 @@ Memory recordDay(const std::string& path) {
 
 class Day : public testing::TestWithParam<const char*> {};
 
-TEST_P(Day, StaysFlatInStepWholeAndQuickToOpen) {
+TEST_P(Day, StaysInSyncIntactAndCheapToOpenInConstantMemory) {
   const TempFolder folder;
   const std::string path = folder.file(GetParam());
   const bool apart = path.ends_with(".m4v");
@@ -63,7 +63,7 @@ TEST_P(Day, StaysFlatInStepWholeAndQuickToOpen) {
   constexpr std::uint64_t kSegments = (kFragments + kFragmentsPerSegment - 1) / kFragmentsPerSegment;
 
   const Memory memory = recordDay(path);
-  // What grows is the text of the manifest, which doubles its room now and then.
+  // Only the text of the manifest grows, in a buffer that doubles now and then.
   EXPECT_LE(memory.day, memory.firstHour + kSegments * (apart ? 2 : 1) * 300)
       << "first hour " << memory.firstHour;
 

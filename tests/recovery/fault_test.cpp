@@ -1,4 +1,4 @@
-// Writes, waits for the disk and replacements that fail at any point of a recording.
+// Writes, flushes and file replacements that fail at any point of a recording.
 #include "tests/recovery/recovery.h"
 #include "tests/support/log_capture.h"
 
@@ -8,8 +8,8 @@ namespace {
 constexpr std::uint32_t kFrames = 2 * kSegmentFrames + 7;
 
 struct Outcome {
-  bool took = true;    // every sample
-  bool closed = true;  // without complaint
+  bool took = true;    // every sample was accepted
+  bool closed = true;  // without an error
 };
 
 Outcome record(const TempFolder& folder, const Kind& kind, FaultPlan plan) {
@@ -25,7 +25,7 @@ Outcome record(const TempFolder& folder, const Kind& kind, FaultPlan plan) {
 
 class Faults : public testing::TestWithParam<std::pair<Kind, Fault>> {};
 
-TEST_P(Faults, AtAnyCallLeaveWhatWasListedAndARepairableRest) {
+TEST_P(Faults, AtAnyCallKeepListedMediaAndLeaveTheRestRepairable) {
   const auto& [kind, fault] = GetParam();
   std::uint64_t calls = 0;
   {
@@ -43,7 +43,7 @@ TEST_P(Faults, AtAnyCallLeaveWhatWasListedAndARepairableRest) {
     const HostCallKind at = faultedKind();
     setFaults({});
     const bool ofMedia = at == HostCallKind::Write || at == HostCallKind::Flush;
-    // The host is told of media that were not written; lists are nobody's affair.
+    // The host gets an error when media were not written, but not for lists.
     const bool opened = n > 1;
     const bool companionNotCreated = n == 2 && kind.audioApart();
     if (ofMedia && !companionNotCreated) {
@@ -54,7 +54,7 @@ TEST_P(Faults, AtAnyCallLeaveWhatWasListedAndARepairableRest) {
     }
     if (!opened) continue;
     expectListsWhole(folder);
-    // Without its file for sound the recording takes no sound.
+    // Without its audio file the recording accepts no audio.
     expectRepairable(folder, companionNotCreated ? kPictureAlone : kind);
     if (testing::Test::HasFailure()) break;
   }
@@ -77,7 +77,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Repair itself ----------------------------------------------------------------------------------
 
-// A recording with sound apart, cut off within the second segment, its last fragments torn.
+// A recording with a separate audio file, interrupted within the second segment, its last fragments
+// truncated.
 std::map<std::string, Bytes> cutOff() {
   const TempFolder folder;
   std::map<std::string, Bytes> files;
@@ -88,7 +89,7 @@ std::map<std::string, Bytes> cutOff() {
   return files;
 }
 
-TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesWhole) {
+TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesIntact) {
   const auto before = cutOff();
   std::map<std::string, Bytes> whole;
   {

@@ -1,4 +1,4 @@
-// A process that is killed in the midst of recording, and of repairing.
+// A process that is killed while it records, and while it repairs.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Runs `work` in a process of its own that gets SIGKILL behind `steps` steps. Returns whether it got it.
+// Runs `work` in a process of its own that gets SIGKILL after `steps` steps. Returns whether it was killed.
 template <class Work>
 bool killedAfter(std::uint64_t steps, Work work) {
   const pid_t child = fork();
@@ -28,7 +28,7 @@ bool killedAfter(std::uint64_t steps, Work work) {
 
 class Killed : public testing::TestWithParam<Kind> {};
 
-TEST_P(Killed, AtFiftyMomentsARecordingKeepsWhatItListed) {
+TEST_P(Killed, AtFiftyMomentsKeepsWhatIsListed) {
   const Kind& kind = GetParam();
   constexpr std::uint32_t kFrames = 4 * kSegmentFrames + 7;
   const auto record = [&kind](const TempFolder& folder) {
@@ -62,8 +62,8 @@ INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kPictureAlone, kAudi
                                                             : "AllInOne";
                          });
 
-// The files of a folder but for what a process that was killed had written to replace a list with: a file
-// beside it, named after it, the process and a number.
+// The files of a folder except the temporary file with which a killed process meant to replace a list: it is
+// beside the list, named after it, the process and a number.
 std::map<std::string, Bytes> recordingIn(const TempFolder& folder) {
   static const std::regex temporary(".*\\.[0-9]+-[0-9]+");
   std::map<std::string, Bytes> files = filesOf(folder);
@@ -71,7 +71,7 @@ std::map<std::string, Bytes> recordingIn(const TempFolder& folder) {
   return files;
 }
 
-TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesWhole) {
+TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesIntact) {
   std::map<std::string, Bytes> before, whole;
   {
     const TempFolder folder;
@@ -96,7 +96,7 @@ TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesWhole) {
   }
 }
 
-// ---- Pictures and sound that a decoder takes --------------------------------------------------------
+// ---- Video and audio that a decoder accepts --------------------------------------------------------
 
 bool decodes(const std::string& file) {
   const bool playlist = file.ends_with(".m3u8");
@@ -107,7 +107,7 @@ bool decodes(const std::string& file) {
   return result.exitCode == 0 && result.err.empty();
 }
 
-// The coded frames of a source, to be recorded.
+// The frames and access units of a source, to be recorded.
 struct Source {
   SourceFile file;
   const SourceTrack& video;
@@ -140,7 +140,7 @@ void recordSource(Source& source, const TempFolder& folder) {
   closeFile(file);
 }
 
-TEST(KilledRecording, OfRealMediaDecodesAsFarAsItIsListedAndAllOfItOnceRepaired) {
+TEST(KilledRecording, OfRealMediaDecodesAsListedAndFullyOnceRepaired) {
   const TempFolder media;
   makeMedia(media.file("source.mp4"), pictureInput(5, "30000/1001", "160x96") + toneInput(5) +
                                           h264Codec(5, 0) +
@@ -179,7 +179,7 @@ TEST(KilledRecording, OfRealMediaDecodesAsFarAsItIsListedAndAllOfItOnceRepaired)
 
 // ---- Recordings of an input that is still arriving ----------------------------------------------------
 
-// The calls of a recording at which it is killed: all but for writes, of which every eighth is enough.
+// The calls of a recording at which it is killed: every eighth write, and all other calls.
 struct Moment {
   HostCallKind kind;
   std::uint64_t step;  // of a write: halfway
@@ -200,7 +200,7 @@ std::vector<Moment> momentsOf(const Bytes& live) {
   return moments;
 }
 
-TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsFarAsItIsListedAndAllOfItOnceRepaired) {
+TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsListedAndFullyOnceRepaired) {
   const TempFolder media;
   const std::string input = media.file("live.mp4");
   makeMedia(input, pictureInput(4, "25", "160x96") + toneInput(4) + h264Codec(5, 0) +
@@ -243,7 +243,7 @@ TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsFarAsItIsListedAndAllOfItOnc
   EXPECT_GE(repaired.size(), 10u);
 }
 
-// A recording that was ended, cut within its last two fragments.
+// A recording that was ended, truncated within its last two fragments.
 TEST(TruncatedRecording, OfRealMediaDecodesOnceRepaired) {
   const TempFolder media;
   makeMedia(media.file("source.mp4"), pictureInput(4, "30000/1001", "160x96") + toneInput(4) +

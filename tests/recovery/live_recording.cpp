@@ -16,7 +16,7 @@ void recordLive(const Bytes& live, const std::string& output) {
     return count;
   };
   FragmentStream source("live", {read, [] { return false; }});
-  // Two groups of pictures tell how far apart key frames are.
+  // Two key-frame intervals of frames are enough to determine the interval.
   source.readFragment();
   source.readFragment();
   constexpr std::uint64_t kMaxFrames = 100'000;

@@ -1,4 +1,4 @@
-// Memory that ends at any allocation of probing, opening, describing, reading, seeking, recording and
+// Allocations that fail at any point of probing, opening, describing, reading, seeking, recording and
 // closing: nothing crashes, no exception reaches the host, and what was listed plays.
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/movie.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// One allocation fails, or all from one on.
+// One allocation fails, or one and all after it.
 class MemoryEnds : public testing::TestWithParam<Failures> {
  protected:
   MemoryEnds() {
@@ -17,8 +17,8 @@ class MemoryEnds : public testing::TestWithParam<Failures> {
   }
   ~MemoryEnds() override { vlSetLogSink(nullptr, nullptr); }
 
-  // Calls `use(n)`, which holds memory back after n allocations, for every n until memory lasts. Returns how
-  // many allocations there were. `use` answers whether memory ended.
+  // Calls `use(n)`, in which allocation fails after n successful ones, for every n until none fails. `use`
+  // returns whether one failed. Returns the number of allocations.
   template <class Use>
   static std::size_t sweep(Use use) {
     std::size_t before = 0;
@@ -26,8 +26,8 @@ class MemoryEnds : public testing::TestWithParam<Failures> {
     return before;
   }
 
-  // Does `work` with `before` allocations. Returns whether it needed more; an exception that comes out of it
-  // is a failure of the test.
+  // Does `work` with `before` allocations. Returns whether it needed more; an exception out of it fails the
+  // test.
   template <class Work>
   static bool withMemory(std::size_t before, Work work) {
     bool crossed = false, met = false;
@@ -98,12 +98,12 @@ TEST_P(MemoryEnds, WhereverASourceIsRead) {
         sweep([&](std::size_t before) { return withMemory(before, [&] { useSource(host, path); }); });
     EXPECT_GT(allocations, 100u) << name;
     const MediaFile file = openFile(path);
-    ASSERT_NE(file, nullptr) << "with memory it opens";
+    ASSERT_NE(file, nullptr) << "opens with enough memory";
     EXPECT_EQ(host.read(*file, 20, 1, QVR_MODE_VIDEO), VL_OK) << name;
   }
 }
 
-// A file may be refused for want of memory. The probe that accepts it holds it from then on.
+// A file may be refused for lack of memory. The probe that accepts it keeps it open.
 TEST_P(MemoryEnds, WhereverAFileIsProbed) {
   const TempFolder folder;
   MediaFile file = startKind(folder, kAllInOne);
@@ -120,7 +120,7 @@ TEST_P(MemoryEnds, WhereverAFileIsProbed) {
       return withMemory(before, [&] { answer = plugin().check(path.c_str(), 0, nullptr); });
     });
     EXPECT_GT(allocations, 3u) << name;
-    EXPECT_EQ(answer, 0) << "with memory it is accepted";
+    EXPECT_EQ(answer, 0) << "accepted with enough memory";
   }
 }
 
@@ -128,7 +128,7 @@ TEST_P(MemoryEnds, WhereverAFileIsProbed) {
 
 constexpr std::uint32_t kFrames = kSegmentFrames + 7;
 
-// What is to be recorded, ready to be handed over.
+// The samples to be recorded, ready to be written.
 struct Material {
   std::vector<Bytes> pictures, sounds;
   Host host;
@@ -150,7 +150,7 @@ struct Material {
   }
 };
 
-// Frames of video in a file, counted by hand: a fragment at the end may hold sound alone.
+// Video frames in a file, counted here: a fragment at the end may hold audio only.
 std::uint32_t framesIn(const std::string& path) {
   BoxFile file(path);
   std::uint32_t frames = 0;
@@ -164,8 +164,8 @@ std::uint32_t framesIn(const std::string& path) {
 }
 
 struct Recorded {
-  std::uint32_t frames = 0;  // that were taken
-  bool closed = false;       // without complaint
+  std::uint32_t frames = 0;  // accepted
+  bool closed = false;       // without an error
 };
 
 Recorded record(const std::string& path, const Kind& kind, Material& material) {
@@ -199,7 +199,7 @@ TEST_P(MemoryEnds, WhereverARecordingIsMade) {
       const bool ended = withMemory(before, [&] { recorded = record(path, kind, material); });
       SCOPED_TRACE(std::to_string(before) + " allocations of " + kind.name);
       expectListsWhole(folder);
-      // What the host was told to be taken is there.
+      // All frames that were accepted are there.
       if (recorded.closed && recorded.frames != 0) {
         EXPECT_EQ(framesIn(folder.file(kind.media())), recorded.frames);
       }

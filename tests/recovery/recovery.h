@@ -1,4 +1,4 @@
-// Recordings that are made to be cut off, and what must be true of them whatever happened.
+// Recordings that are made to be interrupted, and what must hold for them whatever happened.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,10 +21,10 @@
 inline constexpr std::uint32_t kInterval = 2;
 inline constexpr std::uint32_t kFragmentFrames = 2;
 inline constexpr std::uint32_t kSegmentFrames = 20;
-// Coded frames of sound in a fragment of a file of its own: 3.13 for two frames of video, rounded up.
+// Access units in a fragment of a separate audio file: 3.13 for two video frames, rounded up.
 inline constexpr std::uint32_t kAudioFragmentFrames = 4;
 
-// Small frames, no two of one size beside each other.
+// Small frames; consecutive ones differ in size.
 inline Bytes picture(std::uint32_t frame) {
   return frameBytes(frame, 10 + frame % 7);
 }
@@ -32,13 +32,13 @@ inline Bytes sound(std::uint32_t frame) {
   return frameBytes(frame, 5 + frame % 3);
 }
 
-// Coded frames of sound that play until the end of so many frames of video.
+// Access units of audio that play until the end of so many video frames.
 inline std::uint32_t audioOf(std::uint32_t frames) {
   return static_cast<std::uint32_t>(std::uint64_t{frames} * 48000 * 1001 / (30000ull * 1024));
 }
 
 struct Kind {
-  const char* name;  // that the recording is asked for by
+  const char* name;  // given for the recording
   bool hasAudio;
   std::uint32_t captions;
 
@@ -62,7 +62,7 @@ inline MediaFile startKind(const TempFolder& folder, const Kind& kind) {
   return file;
 }
 
-// Frames of video, each behind the sound that it plays with. Returns whether all were taken.
+// Writes video frames, each after the audio that plays with it. Returns whether all were accepted.
 inline bool writeAll(CAMediaFile& file, const Kind& kind, std::uint32_t frames) {
   std::uint32_t sounds = 0;
   for (std::uint32_t i = 0; i < frames; ++i) {
@@ -87,7 +87,7 @@ inline void fill(const TempFolder& folder, const std::map<std::string, Bytes>& f
   for (const auto& [name, bytes] : files) writeFile(folder.file(name), bytes);
 }
 
-// Samples of a track of the fragments that stand whole in a file, counted by hand.
+// Samples of a track in the complete fragments of a file, counted here.
 inline std::uint32_t wholeSamples(const std::string& path, const std::string& track = "traf") {
   const std::uint64_t size = std::filesystem::file_size(path);
   BoxFile file(path);
@@ -109,7 +109,7 @@ struct ListedSegment {
   bool operator==(const ListedSegment&) const = default;
 };
 
-// The segments of a playlist, whose lines must all be whole.
+// The segments of a playlist, whose lines must all be complete.
 inline std::vector<ListedSegment> segmentsOfPlaylist(const std::string& text) {
   if (text.empty()) return {};  // created, and its header not written yet
   static const std::regex header(
@@ -126,11 +126,11 @@ inline std::vector<ListedSegment> segmentsOfPlaylist(const std::string& text) {
   for (std::smatch match; std::regex_search(rest, match, entry, std::regex_constants::match_continuous);
        rest = match.suffix())
     segments.push_back({match[3], std::stoull(match[2]), std::stoull(match[2]) + std::stoull(match[1])});
-  EXPECT_EQ(rest, "") << "entries are whole";
+  EXPECT_EQ(rest, "") << "entries are complete";
   return segments;
 }
 
-// The segments of a manifest, which must be a whole document.
+// The segments of a manifest, which must be a complete document.
 inline std::vector<ListedSegment> segmentsOfManifest(const std::string& text) {
   EXPECT_EQ(text.rfind("</MPD>\n"), text.size() - 7) << text;
   static const std::regex part("<BaseURL>([^<]+)</BaseURL>|mediaRange=\"([0-9]+)-([0-9]+)\"");
@@ -145,7 +145,7 @@ inline std::vector<ListedSegment> segmentsOfManifest(const std::string& text) {
   return segments;
 }
 
-// What all lists of a folder name, by the list.
+// The segments that the lists of a folder name, by list.
 inline std::map<std::string, std::vector<ListedSegment>> listedIn(const TempFolder& folder) {
   std::map<std::string, std::vector<ListedSegment>> lists;
   for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
@@ -157,7 +157,7 @@ inline std::map<std::string, std::vector<ListedSegment>> listedIn(const TempFold
   return lists;
 }
 
-// A listed segment is on the disk: an index, then whole fragments, as many bytes as the index says.
+// A listed segment is on the disk: an index, then complete fragments, as many bytes as the index says.
 inline void expectWhole(const TempFolder& folder, const ListedSegment& segment) {
   const Bytes bytes = readFile(folder.file(segment.media));
   ASSERT_LE(segment.end, bytes.size()) << segment.media;
@@ -179,7 +179,7 @@ inline void expectListsWhole(const TempFolder& folder) {
   }
 }
 
-// Every frame of video reads back through the plug-in, and nothing but them.
+// Every video frame, and nothing else, reads back through the plug-in.
 inline void expectFrames(const std::string& path, std::uint32_t frames) {
   const MediaFile file = openFile(path);
   ASSERT_NE(file, nullptr) << path;
@@ -188,7 +188,7 @@ inline void expectFrames(const std::string& path, std::uint32_t frames) {
     ASSERT_EQ(readFrame(*file, i).data, picture(i)) << path << ' ' << i;
 }
 
-// Every coded frame of sound is there.
+// Every access unit of audio is there.
 inline void expectAudio(const std::string& path, std::uint32_t frames) {
   SourceFile file(path);
   const SourceTrack* const track = file.trackOfHandler(Mp4FourCc("soun"));
@@ -206,7 +206,7 @@ inline std::string problemsOf(const Verification& verification) {
   return text;
 }
 
-// Whether a media file holds its initialisation part whole.
+// Whether a media file has its complete initialisation part.
 inline bool hasMovie(const std::string& path) {
   constexpr std::uint64_t kFileType = 28;
   const std::uint64_t size = std::filesystem::file_size(path);
@@ -215,8 +215,8 @@ inline bool hasMovie(const std::string& path) {
   return file.topLevel().starts_with("ftyp moov") && file.root->first->next->end() <= size;
 }
 
-// Repairs what is left of a recording and holds the result against what was whole before: nothing of it is
-// lost, all of it is listed, verification is content, and a second repair changes nothing.
+// Repairs what is left of a recording and compares the result with what was complete before: nothing of it is
+// lost, all of it is listed, verification finds no problem, and a second repair changes nothing.
 inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
   const std::string media = folder.file(kind.media());
   if (!hasMovie(media)) {

@@ -1,10 +1,10 @@
-// A host that takes less of a write than it is given, and says how much.
+// A host that writes less than requested, and reports how much.
 #include "mp4box/output.h"
 #include "tests/recovery/recovery.h"
 
 namespace {
 
-// The host takes no more than so many bytes at a time while it lives.
+// While it lives, the host writes no more than so many bytes at a time.
 class LimitedWrites {
  public:
   explicit LimitedWrites(std::uint32_t bytes) { limitHostWrites(bytes); }

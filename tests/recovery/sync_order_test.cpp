@@ -1,9 +1,9 @@
-// What a list names is on the disk before the list names it, at every segment.
+// What a list names is durable before the list names it, at every segment.
 #include "tests/recovery/recovery.h"
 
 namespace {
 
-// What would be found on the disk if the power failed: every file as it was when the host last waited for it.
+// What a power cut would leave on the disk: every file as it was at its last flush.
 class Disk {
  public:
   explicit Disk(const TempFolder& folder) : folder_(folder) {
@@ -12,7 +12,7 @@ class Disk {
   ~Disk() { observeHostCalls({}); }
 
   int listings = 0;      // that named segments
-  bool hasName = false;  // the last replacement lasts by its name
+  bool hasName = false;  // the name of the last replacement is durable
 
  private:
   void take(const HostCall& call) {
@@ -69,7 +69,7 @@ TEST_P(SyncOrder, MediaReachTheDiskBeforeTheListsThatNameThem) {
   EXPECT_TRUE(disk.hasName);
 }
 
-TEST_P(SyncOrder, ASegmentWaitsOnceForEachFileAndOnceForTheManifest) {
+TEST_P(SyncOrder, ASegmentFlushesEachFileAndTheManifestOnce) {
   const Kind& kind = GetParam();
   const TempFolder folder;
   setFaults({});
@@ -99,7 +99,7 @@ TEST_P(SyncOrder, RepairedMediaReachTheDiskBeforeTheLists) {
   observeHostCalls([&](const HostCall& call) { calls.push_back(call.kind); });
   repairRecording(folder.file(kind.media()));
   observeHostCalls({});
-  // Each media file: the index, the wait for it; then the lists.
+  // For each media file the index and its flush; then the lists.
   const auto firstList = std::find(calls.begin(), calls.end(), HostCallKind::FlushNew);
   ASSERT_NE(firstList, calls.end());
   ASSERT_NE(firstList, calls.begin());

@@ -1,5 +1,5 @@
-// A recording cut at every byte of its last two fragments; and what repair makes of one against what ending
-// it there would have written.
+// A recording truncated at every byte of its last two fragments; and the result of a repair, compared with
+// what ending the recording there would have written.
 #include <gmock/gmock.h>
 
 #include "tests/recovery/recovery.h"
@@ -8,7 +8,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// Where the last two fragments of a file begin, which may lie in two segments.
+// Where the last two fragments of a file begin; they may be in two segments.
 std::uint64_t lastTwoFragments(const std::string& path) {
   std::vector<std::uint64_t> starts;
   BoxFile file(path);
@@ -34,14 +34,14 @@ struct Cut {
 };
 
 #if defined(_WIN32)
-constexpr std::uint64_t kStep = 13;  // files cost more time there
+constexpr std::uint64_t kStep = 13;  // files are slower there
 #else
 constexpr std::uint64_t kStep = 1;
 #endif
 
 class Truncated : public testing::TestWithParam<Cut> {};
 
-TEST_P(Truncated, AtEveryByteOfItsLastTwoFragmentsIsMadeWhole) {
+TEST_P(Truncated, AtEveryByteOfItsLastTwoFragmentsIsRepaired) {
   const auto& [kind, media, frames, name] = GetParam();
   const auto files = recorded(kind, frames);
   std::uint64_t from = 0;
@@ -85,8 +85,8 @@ std::map<std::string, Bytes> withoutDates(std::map<std::string, Bytes> files) {
 
 class CutOff : public testing::TestWithParam<Kind> {};
 
-// Frames by frames: the files as the recording left them, without having been ended.
-TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
+// Frame by frame: the files that a recording leaves when it is interrupted.
+TEST_P(CutOff, IsRepairedToWhatEndingItWouldHaveWritten) {
   const Kind& kind = GetParam();
   const TempFolder folder;
   MediaFile file = startKind(folder, kind);
@@ -104,13 +104,13 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
     fill(cut, filesOf(folder));
     repairRecording(cut.file(kind.media()));
 
-    // With sound in the same file a segment's last fragment waits for the frame after it.
+    // With audio in the same file a segment's last fragment waits for the next frame.
     const bool waits = kind.hasAudio && !kind.audioApart() && frames % kSegmentFrames == 0;
     const std::uint32_t wholeFrames = waits ? frames - kFragmentFrames : frames;
-    // Of sound apart, whole fragments only.
+    // Of separate audio, complete fragments only.
     const std::uint32_t wholeAudio =
         kind.audioApart() ? sounds / kAudioFragmentFrames * kAudioFragmentFrames : audioOf(wholeFrames);
-    if (kind.audioApart() && wholeAudio == 0) continue;  // its file would not have been begun
+    if (kind.audioApart() && wholeAudio == 0) continue;  // its file would not exist
     const TempFolder reference;
     MediaFile ended = startKind(reference, kind);
     std::uint32_t written = 0;
@@ -123,7 +123,7 @@ TEST_P(CutOff, IsRepairedToWhatEndingItThereWouldHaveWritten) {
     }
     ASSERT_EQ(closeFile(ended), VL_OK);
     auto is = withoutDates(filesOf(cut)), due = withoutDates(filesOf(reference));
-    // Before the first segment is listed nothing says what bit rate the host announced.
+    // Until the first segment is listed, no file contains the bit rate that the host specified.
     if (kind.audioApart() && !filesOf(folder).contains("out.mpd")) {
       for (auto* files : {&is, &due}) {
         Bytes& bytes = (*files)["out.mpd"];
@@ -194,7 +194,7 @@ TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {
   EXPECT_EQ(filesOf(folder), files);
 }
 
-TEST(Repaired, WhatIsBeingWrittenIsLeftAlone) {
+TEST(Repaired, ARecordingInProgressIsLeftAlone) {
   const TempFolder folder;
   MediaFile file = startKind(folder, kPictureAlone);
   writeAll(*file, kPictureAlone, kSegmentFrames + 6);

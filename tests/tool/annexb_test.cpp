@@ -46,7 +46,7 @@ TEST(AnnexB, KeepsTheAccessUnitDelimiterFirst) {
   EXPECT_EQ(stream, join({kStart, kDelimiter, kStart, kSps, kStart, kPps, kStart, kSlice, kStart, kSlice}));
 }
 
-TEST(AnnexB, TakesTheLengthSizeFromTheConfiguration) {
+TEST(AnnexB, ReadsTheLengthSizeFromTheConfiguration) {
   for (const unsigned lengthBytes : {1u, 2u, 3u, 4u}) {
     const auto annexB = AnnexB::fromConfiguration(avcConfiguration(lengthBytes));
     ASSERT_TRUE(annexB);
@@ -56,7 +56,7 @@ TEST(AnnexB, TakesTheLengthSizeFromTheConfiguration) {
   }
 }
 
-TEST(AnnexB, TakesTheParameterSetsOfAllHevcArrays) {
+TEST(AnnexB, WritesTheParameterSetsOfAllHevcArrays) {
   const auto annexB = AnnexB::fromConfiguration(hevcConfiguration());
   ASSERT_TRUE(annexB);
   const Bytes delimiter = {0x46, 0x01, 0x10}, slice = {0x26, 0x01};
@@ -74,7 +74,7 @@ TEST(AnnexB, TakesTheParameterSetsOfAllHevcArrays) {
                           slice}));
 }
 
-TEST(AnnexB, SkipsUnitsOfNoBytes) {
+TEST(AnnexB, SkipsEmptyUnits) {
   const auto annexB = AnnexB::fromConfiguration(avcConfiguration(4));
   ASSERT_TRUE(annexB);
   Bytes stream;
@@ -82,7 +82,7 @@ TEST(AnnexB, SkipsUnitsOfNoBytes) {
   EXPECT_EQ(stream, join({kStart, kSlice}));
 }
 
-TEST(AnnexB, RefusesLengthsThatReachPastTheSample) {
+TEST(AnnexB, RefusesLengthsPastTheSampleEnd) {
   const auto annexB = AnnexB::fromConfiguration(avcConfiguration(4));
   ASSERT_TRUE(annexB);
   const Bytes before = {0xAA};
@@ -94,7 +94,7 @@ TEST(AnnexB, RefusesLengthsThatReachPastTheSample) {
   }
 }
 
-TEST(AnnexB, RefusesConfigurationsCutOffAnywhere) {
+TEST(AnnexB, RefusesTruncatedConfigurations) {
   for (const Bytes& whole : {avcConfiguration(4), hevcConfiguration()}) {
     EXPECT_TRUE(AnnexB::fromConfiguration(whole));
     for (std::size_t size = 0; size < whole.size(); ++size)
@@ -102,7 +102,7 @@ TEST(AnnexB, RefusesConfigurationsCutOffAnywhere) {
   }
 }
 
-TEST(AnnexB, RefusesOtherConfigurations) {
+TEST(AnnexB, RefusesConfigurationsOfOtherCodecs) {
   EXPECT_FALSE(AnnexB::fromConfiguration(box("esds", {zeros(64)})));
 }
 

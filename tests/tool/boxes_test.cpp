@@ -18,7 +18,7 @@ Bytes smallFile() {
                box("moof", {fullBox("mfhd", 0, 0, {u32(7)})}), box("free", {zeros(4)})});
 }
 
-TEST(Boxes, TextHasOneIndentedLineABox) {
+TEST(Boxes, TextHasOneIndentedLinePerBox) {
   const TempFolder folder;
   const std::string file = folder.file("small.bin");
   writeFile(file, smallFile());
@@ -63,7 +63,7 @@ TEST(Boxes, JsonHoldsTheTree) {
                    {"boxes", json::array()}}}));
 }
 
-// The nodes of a type, wherever they are.
+// All nodes of a type, at any depth.
 void collect(const json& boxes, const std::string& type, std::vector<json>& found) {
   for (const json& box : boxes) {
     if (box["type"] == type) found.push_back(box);
@@ -76,7 +76,7 @@ std::vector<json> boxesOf(const json& tree, const std::string& type) {
   return found;
 }
 
-TEST(Boxes, OfARealFileAddUpAndAgreeWithFfprobe) {
+TEST(Boxes, AddUpAndAgreeWithFfprobe) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, pictureInput(2) + toneInput(2) + h264Codec(30) + fragmented());
@@ -119,7 +119,7 @@ TEST(Boxes, ExtendedTypeIsShown) {
             "0123456789abcdeffedcba9876543210");
 }
 
-TEST(Boxes, BytesAfterTheLastBoxAreAFailure) {
+TEST(Boxes, BytesAfterTheLastBoxFail) {
   const TempFolder folder;
   const std::string file = folder.file("small.bin");
   writeFile(file, join({smallFile(), zeros(20)}));
@@ -131,7 +131,7 @@ TEST(Boxes, BytesAfterTheLastBoxAreAFailure) {
                             "damaged or not MP4\n");
 }
 
-TEST(Boxes, LastBoxThatReachesPastTheEndIsAFailure) {
+TEST(Boxes, TruncatedLastBoxFails) {
   const TempFolder folder;
   const std::string file = folder.file("small.bin");
   writeFile(file, join({smallFile(), boxOfSize(100, "mdat", {zeros(4)})}));
@@ -143,7 +143,7 @@ TEST(Boxes, LastBoxThatReachesPastTheEndIsAFailure) {
                             "get a complete copy\n");
 }
 
-TEST(Boxes, EmptyAndMissingFilesAreFailures) {
+TEST(Boxes, EmptyAndMissingFilesFail) {
   const TempFolder folder;
   const std::string file = folder.file("empty.bin");
   writeFile(file, {});

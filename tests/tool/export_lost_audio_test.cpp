@@ -1,4 +1,4 @@
-// Sound exported from files that are damaged, or whose sound is of a codec that is not decoded.
+// Audio exported from damaged files, or from files whose audio codec is unsupported.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ namespace {
 using testing::HasSubstr;
 using Bytes = std::vector<std::uint8_t>;
 
-// A clip of sound alone whose packets `damaged` are overwritten.
+// An audio-only clip whose packets `damaged` are overwritten.
 struct DamagedClip {
   TempFolder folder;
   std::string path = folder.file("clip.mp4"), output = folder.file("sound.wav");
@@ -44,7 +44,7 @@ struct DamagedClip {
   }
 };
 
-TEST(ExportLostAudio, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
+TEST(ExportLostAudio, KeepsTheDurationAndReportsWhatIsMissing) {
   for (const auto& [codec, unitFrames] : {std::pair{"aac", 1024}, std::pair{"ac3", 1536}}) {
     const DamagedClip clip(codec, 4.096, {70, 71});
     const RunResult result = clip.exported();
@@ -65,7 +65,7 @@ TEST(ExportLostAudio, TheWaveFileIsCompleteAndALineSaysWhatIsMissing) {
   }
 }
 
-TEST(ExportLostAudio, TheLastUnitsTakeNothingOfTheFileAlong) {
+TEST(ExportLostAudio, LostLastUnitsKeepTheRestOfTheFile) {
   for (const char* codec : {"aac", "ac3"}) {
     const DamagedClip clip(codec, 2.048, {-1, -2, -3});
     const RunResult result = clip.exported();
@@ -75,7 +75,7 @@ TEST(ExportLostAudio, TheLastUnitsTakeNothingOfTheFileAlong) {
   }
 }
 
-TEST(ExportLostAudio, AudioThatEndsBeforeItsStatedLengthIsExportedAsFarAsItGoes) {
+TEST(ExportLostAudio, AudioShorterThanStatedIsExportedUpToItsEnd) {
   const DamagedClip clip("aac", 2, {});
   Bytes bytes = readFile(clip.path);
   // The duration of the last sample grows by two seconds: the last field of 1024 in the last run.
@@ -89,7 +89,7 @@ TEST(ExportLostAudio, AudioThatEndsBeforeItsStatedLengthIsExportedAsFarAsItGoes)
   EXPECT_GE(clip.samples().size(), (clip.packets - 1) * 1024 * 4);
 }
 
-TEST(ExportLostAudio, OfWhichNothingDecodesFailsAndLeavesNoFile) {
+TEST(ExportLostAudio, UndecodableAudioFailsAndLeavesNoFile) {
   DamagedClip clip("aac", 1, {});
   std::vector<int> all(clip.packets);
   for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
@@ -104,7 +104,7 @@ TEST(ExportLostAudio, OfWhichNothingDecodesFailsAndLeavesNoFile) {
   EXPECT_FALSE(std::filesystem::exists(dead.output));
 }
 
-TEST(ExportLostAudio, SilenceBeforeItDoesNotPassForAudio) {
+TEST(ExportLostAudio, LeadingSilenceIsNotTakenForAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(1, "25", "160x96") + std::vector<std::string>{"-itsoffset", "0.5"} +
@@ -116,7 +116,7 @@ TEST(ExportLostAudio, SilenceBeforeItDoesNotPassForAudio) {
   EXPECT_FALSE(std::filesystem::exists(output));
 }
 
-TEST(ExportLostAudio, OfACodecThatIsNotDecodedNamesIt) {
+TEST(ExportLostAudio, NamesAnUnsupportedCodec) {
   struct Case {
     const char* codec;
     int rate;
@@ -140,11 +140,11 @@ TEST(ExportLostAudio, OfACodecThatIsNotDecodedNamesIt) {
   }
 }
 
-TEST(LostSound, NothingLostIsNothingToSay) {
+TEST(LostSound, ReportsNothingWithoutLoss) {
   EXPECT_EQ(LostSound(48000).text("a.mp4"), "");
 }
 
-TEST(LostSound, NeighbouringPlacesAreOneAndOnlySomeAreTold) {
+TEST(LostSound, MergesAdjacentPlacesAndReportsOnlySome) {
   LostSound lost(1000);
   lost.addUnits(0, 100, 1);
   lost.addUnits(100, 200, 0);
@@ -157,7 +157,7 @@ TEST(LostSound, NeighbouringPlacesAreOneAndOnlySomeAreTold) {
   EXPECT_THAT(text, testing::EndsWith("9:00:00.0 to 9:00:00.1 and 3 more places"));
 }
 
-TEST(LostSound, AnEarlyEndIsTold) {
+TEST(LostSound, ReportsAnEarlyEnd) {
   LostSound lost(48000);
   lost.setEnd(72000);
   EXPECT_EQ(lost.text("a.mp4"), "the audio of 'a.mp4' ends at 0:00:01.5, before its stated length");
@@ -168,7 +168,7 @@ TEST(LostSound, AnEarlyEndIsTold) {
       "to 0:00:00.1; it ends at 0:00:01.5, before its stated length");
 }
 
-TEST(LostSound, PartsThatWereNotDeliveredAreTold) {
+TEST(LostSound, ReportsUndeliveredParts) {
   LostSound lost(48000);
   lost.addGap(48000, 96000);
   EXPECT_EQ(

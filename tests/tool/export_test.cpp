@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(Export, H264DecodesToTheSourcesPictures) {
+TEST(Export, H264DecodesToTheSourceFrames) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
   makeMedia(file, pictureInput(2) + h264Codec(15, 3) + fragmented());
@@ -23,7 +23,7 @@ TEST(Export, H264DecodesToTheSourcesPictures) {
   EXPECT_EQ(pictureHashes(stream), expected);
 }
 
-TEST(Export, HevcDecodesToTheSourcesPictures) {
+TEST(Export, HevcDecodesToTheSourceFrames) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.hevc");
   makeMedia(file, pictureInput(2) + hevcCodec(15) + fragmented());
@@ -34,7 +34,7 @@ TEST(Export, HevcDecodesToTheSourcesPictures) {
   EXPECT_EQ(pictureHashes(stream), expected);
 }
 
-TEST(Export, EveryKeyFrameCanBeStartedFrom) {
+TEST(Export, DecodesFromEveryKeyFrame) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
   makeMedia(file, pictureInput(2) + h264Codec(15, 0) + fragmented());
@@ -57,7 +57,7 @@ TEST(Export, KeepsTheSourceWhenNamedAsOutput) {
   EXPECT_EQ(readFile(file), before);
 }
 
-TEST(Export, OutputThatCannotBeCreatedIsNamed) {
+TEST(Export, ReportsAnOutputThatCannotBeCreated) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("missing/clip.h264");
   makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
@@ -66,8 +66,8 @@ TEST(Export, OutputThatCannotBeCreatedIsNamed) {
   EXPECT_EQ(result.err, "fmp4: '" + output + "' cannot be created; check the folder and its permissions\n");
 }
 
-// A length in frame 20 that reaches past the frame's end.
-TEST(Export, DamagedFrameIsNamedAndThePartialFileRemoved) {
+// A NAL unit length in frame 20 that exceeds the frame.
+TEST(Export, ReportsADamagedFrameAndRemovesThePartialFile) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
   makeMedia(file, pictureInput(1) + h264Codec() + fragmented());
@@ -83,7 +83,7 @@ TEST(Export, DamagedFrameIsNamedAndThePartialFileRemoved) {
   EXPECT_FALSE(std::filesystem::exists(stream));
 }
 
-// The captions of a two-frame file with both kinds, as it stands on disk.
+// The captions of a two-frame file with both kinds, as stored on disk.
 std::string captionedFile(const TempFolder& folder) {
   TrafSpec video, pairs, packets;
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
@@ -102,7 +102,7 @@ std::string captionedFile(const TempFolder& folder) {
   return path;
 }
 
-TEST(Export, CaptionsAreJsonLinesOneAFrame) {
+TEST(Export, CaptionsAreOneJsonLinePerFrame) {
   const TempFolder folder;
   const std::string file = captionedFile(folder), output = folder.file("captions.json");
   const RunResult result = fmp4({"export", file, "--captions", output});
@@ -122,7 +122,7 @@ TEST(Export, FramesShowTheSameCaptions) {
   EXPECT_TRUE(lines[2].ends_with(",8080,")) << lines[2];
 }
 
-TEST(Export, AudioIsAWaveFileOfTheWholeTrack) {
+TEST(Export, AudioIsAWaveFileOfTheCompleteTrack) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
@@ -133,14 +133,13 @@ TEST(Export, AudioIsAWaveFileOfTheWholeTrack) {
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "codec_name"), "pcm_s16le");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "sample_rate"), "48000");
   EXPECT_EQ(ffprobeStreamEntry(output, "a:0", "channels"), "2");
-  // What the encoder puts ahead of the sound is ahead of the first picture too, whose time is in coarser
-  // ticks.
+  // The encoder's priming also comes before the first frame, whose time is in coarser ticks.
   const auto units = ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size();
   EXPECT_NEAR(std::stoi(ffprobeStreamEntry(output, "a:0", "duration_ts")), static_cast<int>(units - 1) * 1024,
               4);
 }
 
-TEST(Export, Ac3OfSixChannelsIsAWaveFileOfTwo) {
+TEST(Export, SixChannelAc3IsAStereoWaveFile) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
   makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
@@ -156,7 +155,7 @@ TEST(Export, Ac3OfSixChannelsIsAWaveFileOfTwo) {
             std::to_string(ffprobePackets(file, "a:0", {"-ignore_editlist", "1"}).size() * 1536 - 256));
 }
 
-TEST(Export, SelectedFramesGiveTheirPartOfTheAudio) {
+TEST(Export, SelectedFramesSelectTheirAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), whole = folder.file("whole.wav"),
                     part = folder.file("part.wav");
@@ -172,8 +171,8 @@ TEST(Export, SelectedFramesGiveTheirPartOfTheAudio) {
                          all.begin() + static_cast<std::ptrdiff_t>(header + 10 * 1920 * 4)));
 }
 
-// Frames, ticks and samples multiplied are more than 64 bits hold.
-TEST(Export, AudioEndsBeforeFramesHoweverFar) {
+// The product of frames, ticks and samples exceeds 64 bits.
+TEST(Export, AudioEndsBeforeAnyLaterFrame) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"),
             pictureInput(1, "25") + toneInput(1) + h264Codec(25, 0) +
@@ -185,7 +184,7 @@ TEST(Export, AudioEndsBeforeFramesHoweverFar) {
   EXPECT_THAT(result.err, testing::HasSubstr("ends before frame 960767921"));
 }
 
-TEST(Export, StreamsThatAreNotThereAreNamed) {
+TEST(Export, ReportsMissingStreams) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("out");
   makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());

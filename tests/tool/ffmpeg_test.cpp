@@ -25,7 +25,7 @@ constexpr const char* kProgram[] = {"fmp4.exe", "vlhost.dll", "vlx_fmp4.dll"};
 constexpr const char* kProgram[] = {"fmp4", "libvlhost.so", "vlx_fmp4.so"};
 #endif
 
-// The program with its libraries in a folder of its own, and a clip with sound.
+// The program with its libraries in a folder of its own, and a clip with audio.
 struct Installed {
   TempFolder folder;
   std::string clip = folder.file("clip.mp4");
@@ -39,7 +39,7 @@ struct Installed {
     for (const char* file : {kAvcodecFile, kAvutilFile})
       fs::copy_file(fs::path(VL_BIN_DIR) / "ffmpeg_stand_in" / file, place / file);
   }
-  // The program's result, with a store of its own.
+  // Runs the program with its own settings store.
   RunResult fmp4(std::vector<std::string> arguments) const {
     const Environment store("VLHOST_CONFIG", folder.file("vlhost.conf").c_str());
     arguments.insert(arguments.begin(), folder.file("fmp4"));
@@ -59,7 +59,7 @@ TEST(FFmpeg, IsFoundBesideTheProgramBeforeItsFormatsFolder) {
   installed.putFFmpegIn(installed.folder.path() / "Extended_formats");
   EXPECT_THAT(installed.log(), HasSubstr("\n FFMPEG Version of a stand-in (log taken, level 48). "));
   installed.putFFmpegIn(installed.folder.path());
-  // Nothing is to be had from the folder any more.
+  // The libraries in the folder are no longer usable.
   for (const auto& file : fs::directory_iterator(installed.folder.path() / "Extended_formats"))
     fs::resize_file(file, 0);
   EXPECT_THAT(installed.log(), HasSubstr("\n FFMPEG Version of a stand-in (log taken, level 48). "));
@@ -82,7 +82,7 @@ TEST(FFmpeg, IsNotFoundInTheWorkingFolder) {
 
 // ---- AC-3 --------------------------------------------------------------------------------------------
 
-// A second of AC-3 at 192 kbit/s as ffmpeg encodes it, cut into its sync frames.
+// One second of AC-3 at 192 kbit/s, encoded by ffmpeg and split into sync frames.
 std::vector<Bytes> syncFrames() {
   constexpr std::size_t kFrameBytes = 768;
   const TempFolder folder;
@@ -96,7 +96,7 @@ std::vector<Bytes> syncFrames() {
   return frames;
 }
 
-// A fragmented file of these frames, a unit each, with bytes after every one.
+// A fragmented file with one of these frames per access unit, each followed by extra bytes.
 Bytes fileOf(const std::vector<Bytes>& frames, std::size_t bytesAfter) {
   RunSpec units{kRunDataOffset | kRunSize | kRunDuration};
   for (const Bytes& frame : frames) units.samples.push_back({join({frame, zeros(bytesAfter)}), 1536});
@@ -107,7 +107,7 @@ Bytes fileOf(const std::vector<Bytes>& frames, std::size_t bytesAfter) {
   return join({fileTypeBox(), movieBox({audio}), fragment(1, {track})});
 }
 
-TEST(FFmpeg, Ac3UnitsWithBytesAfterTheirFrameDecodeWholeWithItAndWithoutIt) {
+TEST(FFmpeg, Ac3UnitsWithTrailingBytesDecodeFullyWithAndWithoutIt) {
   const Installed installed;
   const std::vector<Bytes> frames = syncFrames();
   ASSERT_EQ(frames.size(), 32u);
@@ -126,7 +126,7 @@ TEST(FFmpeg, Ac3UnitsWithBytesAfterTheirFrameDecodeWholeWithItAndWithoutIt) {
     ASSERT_GE(sounds[0].size(), frames.size() * kUnitBytes);
     EXPECT_EQ(sounds[1], sounds[0]);
     EXPECT_EQ(sounds[2], sounds[0]);
-    // The stand-in puts out each frame's first checksum.
+    // The stand-in library outputs the first checksum of each frame.
     const std::size_t start = sounds[0].size() - frames.size() * kUnitBytes;
     for (std::size_t unit = 0; hasFFmpeg && unit < frames.size(); ++unit) {
       EXPECT_EQ(sounds[0][start + unit * kUnitBytes], frames[unit][3]) << unit;
@@ -137,7 +137,7 @@ TEST(FFmpeg, Ac3UnitsWithBytesAfterTheirFrameDecodeWholeWithItAndWithoutIt) {
 
 // ---- The setting -------------------------------------------------------------------------------------
 
-TEST(FFmpeg, SwitchedOffInTheStoreIsNotLoaded) {
+TEST(FFmpeg, IsNotLoadedWhenDisabledInTheStore) {
   const Installed installed;
   installed.putFFmpegIn(installed.folder.path());
   const std::string store = "Framewright\\Codecs\\FFMPEG\\AllowFFMPEG=0\n";

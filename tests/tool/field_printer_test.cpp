@@ -61,7 +61,7 @@ struct Repeated : Mp4Payload {
   }
 };
 
-TEST(FieldPrinter, NumbersNamesThatComeAgain) {
+TEST(FieldPrinter, NumbersRepeatedNames) {
   Repeated repeated;
   EXPECT_EQ(print(repeated, FieldStyle::Text),
             "tag=0x03 length=5 tag_2=0x04 length_2=5 tag_3=0x05 length_3=5 code=\"\\x00\\xFFa\"\"");
@@ -70,7 +70,7 @@ TEST(FieldPrinter, NumbersNamesThatComeAgain) {
             "\"tag_3\": \"0x05\", \"length_3\": 5, \"code\": \"\\\\x00\\\\xFFa\\\"\"");
 }
 
-// Lists of `count` entries, numbers and bytes, the entries holding lists of their own.
+// Lists of `count` entries, numbers and bytes, with nested lists in the entries.
 struct Lists : Mp4Payload {
   struct Entry {
     std::uint32_t value = 0;
@@ -95,7 +95,7 @@ struct Lists : Mp4Payload {
   }
 };
 
-TEST(FieldPrinter, JsonHoldsListsInFull) {
+TEST(FieldPrinter, JsonHasCompleteLists) {
   Lists lists(20);
   const auto object = nlohmann::json::parse("{" + print(lists, FieldStyle::Json) + "}");
   ASSERT_EQ(object["entry"].size(), 20u);
@@ -116,7 +116,7 @@ TEST(FieldPrinter, TextShortensLongLists) {
                 "bytes=\"abababababababababababababababab\"...(20 bytes) last=1");
 }
 
-TEST(FieldPrinter, TextShowsShortListsWhole) {
+TEST(FieldPrinter, TextShowsShortListsInFull) {
   Lists lists(1);
   lists.entries[0].inner.clear();
   EXPECT_EQ(print(lists, FieldStyle::Text), "entry=[{value=0}] words=[9] bytes=\"ab\" last=1");

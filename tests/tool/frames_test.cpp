@@ -15,14 +15,14 @@ using testing::HasSubstr;
 
 constexpr char kHeader[] = "frame,size,key,compositionOffset,crc32,cc608,cc708";
 
-// Two seconds in two groups of pictures.
+// Two seconds with two key frames.
 std::string makeClip(const TempFolder& folder) {
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, pictureInput(2) + h264Codec(30) + fragmented());
   return file;
 }
 
-// What the frames of `file` should be listed as, after ffprobe. Offsets are in thousandths of a tick.
+// The expected listing of the frames of `file`, from ffprobe. Offsets are in thousandths of a tick.
 std::vector<std::string> expectedRows(const std::string& file) {
   std::vector<std::string> rows;
   for (const Packet& packet : ffprobePackets(file, "v:0")) {
@@ -34,7 +34,7 @@ std::vector<std::string> expectedRows(const std::string& file) {
   return rows;
 }
 
-TEST(Frames, AreThoseThatFfprobeFinds) {
+TEST(Frames, MatchFfprobe) {
   const TempFolder folder;
   const std::string file = makeClip(folder);
   const RunResult result = fmp4({"--quiet", "frames", file});
@@ -48,7 +48,7 @@ TEST(Frames, AreThoseThatFfprobeFinds) {
   EXPECT_EQ(lines, expectedRows(file));
 }
 
-TEST(Frames, ReadInAShuffledOrderAreTheSame) {
+TEST(Frames, AreTheSameInShuffledOrder) {
   const TempFolder folder;
   const std::string file = makeClip(folder);
   const RunResult inOrder = fmp4({"frames", file});
@@ -72,7 +72,7 @@ TEST(Frames, FromAndCountSelect) {
             (std::vector<std::string>{kHeader, rows[57], rows[58], rows[59]}));
 }
 
-TEST(Frames, PastTheEndIsAFailure) {
+TEST(Frames, PastTheEndFail) {
   const TempFolder folder;
   const std::string file = makeClip(folder);
   const RunResult result = fmp4({"--quiet", "frames", file, "--from", "60"});
@@ -81,7 +81,7 @@ TEST(Frames, PastTheEndIsAFailure) {
   EXPECT_EQ(result.err, "fmp4: '" + file + "' has 60 frames, counted from 0; there is no frame 60\n");
 }
 
-TEST(Frames, JsonHoldsTheColumns) {
+TEST(Frames, JsonHasTheColumns) {
   const TempFolder folder;
   const std::string file = makeClip(folder);
   const Packet first = ffprobePackets(file, "v:0")[0];
@@ -100,7 +100,7 @@ TEST(Frames, JsonHoldsTheColumns) {
   EXPECT_EQ(frames[59]["key"], 0);
 }
 
-TEST(Frames, OfAudioAloneAreAFailure) {
+TEST(Frames, OfAudioOnlyFilesFail) {
   const TempFolder folder;
   const std::string file = folder.file("sound.m4a");
   makeMedia(
@@ -112,7 +112,7 @@ TEST(Frames, OfAudioAloneAreAFailure) {
   EXPECT_EQ(result.err, "fmp4: '" + file + "' has no video stream; 'fmp4 info' shows what it has\n");
 }
 
-TEST(Frames, CutOffFileGivesItsFramesUpToTheCut) {
+TEST(Frames, TruncatedFileGivesItsFramesUpToTheCut) {
   const TempFolder folder;
   const std::string file = makeClip(folder);
   const std::vector<Packet> packets = ffprobePackets(file, "v:0");

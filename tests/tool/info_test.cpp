@@ -17,13 +17,13 @@ using nlohmann::json;
 
 const Bytes kAvcC = text("avcC");
 
-// The length of a stream in ticks. ffprobe knows the decoding times from the file, but takes an AAC packet
-// to last its 1024 samples: the tones here fill their last packet.
+// The duration of a stream in ticks. ffprobe reads decode times from the file, but assumes that an AAC packet
+// lasts 1024 PCM frames: the tones here fill their last packet.
 std::int64_t lengthOf(const std::vector<Packet>& packets) {
   return packets.back().dts + packets.back().duration - packets.front().dts;
 }
 
-TEST(Info, JsonDescribesPictureAndAudio) {
+TEST(Info, JsonDescribesVideoAndAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, pictureInput(2, "30000/1001", "320x180") + toneInput(2.048) + h264Codec() +
@@ -33,7 +33,7 @@ TEST(Info, JsonDescribesPictureAndAudio) {
   EXPECT_EQ(result.err, "");
   json info = json::parse(result.out);
 
-  // The configuration is the box as it stands in the file, header included: "avcC" and a size before it.
+  // The configuration is the box as stored in the file, header included: a size, then "avcC".
   const Bytes bytes = readFile(file);
   const auto type = std::search(bytes.begin(), bytes.end(), kAvcC.begin(), kAvcC.end());
   ASSERT_NE(type, bytes.end());
@@ -74,7 +74,7 @@ TEST(Info, Ac3IsDescribedAsItIsDelivered) {
                                   {"samples", 63 * 1536}}}));
 }
 
-// A pair of files is one presentation, whichever of its names is asked for.
+// A pair of files is one recording, whichever of its names is given.
 TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsAudio) {
   const TempFolder folder;
   makeMedia(folder.file("source.mp4"), pictureInput(2, "25", "160x96") + toneInput(2.048) + h264Codec(25) +
@@ -95,7 +95,7 @@ TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsAudio) {
   EXPECT_TRUE(alone["video"].is_null());
   EXPECT_EQ(alone["audio"], sound);
 
-  // Why its sound is not decoded is told by the file that holds it.
+  // The file that holds the audio says why it is not decoded.
   makeMedia(folder.file("mp3.mp4"),
             toneInput(2) + std::vector<std::string>{"-c:a", "libmp3lame"} + fragmented("+delay_moov"));
   std::filesystem::rename(folder.file("mp3.mp4"), folder.file("out.m4a"));
@@ -131,7 +131,7 @@ TEST(Info, EachAudioTrackIsDescribedOnce) {
   EXPECT_THAT(described, testing::ElementsAre("mp4a 1", "mp4a 6", "ac-3 2", "mp4a 1", "mp4a 2"));
 }
 
-TEST(Info, ARecordingWhoseAudioNeverCameIsDescribed) {
+TEST(Info, ARecordingThatGotNoAudioIsDescribed) {
   const TempFolder folder;
   makeMedia(folder.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
                                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
@@ -175,7 +175,7 @@ TEST(Info, TextSaysTheSame) {
                             "duration: 1.0 seconds\n");
 }
 
-TEST(Info, AudioAloneIsDescribedWithoutVideo) {
+TEST(Info, AudioOnlyIsDescribedWithoutVideo) {
   const TempFolder folder;
   const std::string file = folder.file("sound.M4A");
   makeMedia(folder.file("sound.mp4"),
@@ -217,13 +217,13 @@ TEST(Info, TheAdviceForAPlainFileWorks) {
   EXPECT_EQ(fmp4({"info", folder.file("fragmented.mp4")}).exitCode, 0);
 }
 
-TEST(Info, MissingFileIsNamed) {
+TEST(Info, ReportsAMissingFile) {
   const RunResult result = fmp4({"--quiet", "info", "missing.mp4"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: 'missing.mp4' does not exist; check the name\n");
 }
 
-TEST(Info, XmlThatIsNoManifestIsRefused) {
+TEST(Info, RefusesXmlThatIsNotAManifest) {
   const TempFolder folder;
   const std::string file = folder.file("list.xml");
   writeFile(file, {'<', 'a', '/', '>'});
@@ -242,11 +242,11 @@ std::string openFailure(const std::string& file) {
   return result.err;
 }
 
-TEST(Info, NameThatTheProbeTakesUnseenMustExist) {
+TEST(Info, NameThatTheProbeDoesNotOpenMustExist) {
   EXPECT_EQ(openFailure("missing.mpd"), "fmp4: 'missing.mpd' does not exist; check the name\n");
 }
 
-TEST(Info, NameWithoutItsMediaIsExplained) {
+TEST(Info, ReportsANameWithoutMedia) {
   const TempFolder folder;
   const std::string smooth = folder.file("clip.ismv"), upper = folder.file("CLIP.MP4"),
                     manifest = folder.file("alone.mpd");

@@ -17,7 +17,7 @@ std::string makeClip(const TempFolder& folder, const std::filesystem::path& file
   return vlName(file);
 }
 
-TEST(Names, OfAnyScriptAndWithSpacesServeEveryCommand) {
+TEST(Names, OfAnyScriptAndWithSpacesWorkInEveryCommand) {
   const TempFolder folder;
   const std::filesystem::path place = folder.path() / vlPath("Ordner mit Größe");
   std::filesystem::create_directory(place);
@@ -43,7 +43,7 @@ std::string textOf(const std::filesystem::path& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-TEST(Names, WithCharactersThatMeanSomethingInUrisAreEncodedInLists) {
+TEST(Names, WithUriReservedCharactersAreEncodedInLists) {
   const TempFolder folder;
   const std::string clip = makeClip(folder, folder.path() / "clip 100%.mp4");
   ASSERT_EQ(fmp4({"--quiet", "package", clip, "--output", folder.file("a b#1 50%25.mp4")}).exitCode, 0);
@@ -66,8 +66,8 @@ TEST(Names, WithCharactersThatMeanSomethingInUrisAreEncodedInLists) {
   EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", folder.file("a b#1 50%25.mpd")}).out).size(), 31u);
 }
 
-// As lists were written before.
-TEST(Names, ThatStandInListsAsTheyAreAreFoundToo) {
+// As earlier versions wrote lists.
+TEST(Names, UnencodedInListsAreFoundToo) {
   const TempFolder folder;
   const std::string clip = makeClip(folder, folder.path() / "clip.mp4");
   ASSERT_EQ(fmp4({"--quiet", "package", clip, "--no-audio", "--output", folder.file("a%41.mp4")}).exitCode,
@@ -78,14 +78,14 @@ TEST(Names, ThatStandInListsAsTheyAreAreFoundToo) {
   EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", folder.file("other.mpd")}).out).size(), 31u);
 }
 
-TEST(Names, MayBeAsLongAsTheHostTakes) {
+TEST(Names, MayBeAsLongAsTheHostAllows) {
   const TempFolder folder;
   const std::string start = vlName(folder.path() / "");
   const std::filesystem::path longest = vlPath(start + std::string(255 - start.size(), 'x') + ".mp4");
   const std::string clip = makeClip(folder, longest);
   ASSERT_EQ(clip.size(), 259u);
   EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", clip}).out).size(), 31u);
-  // Lists are written beside it by longer names, of 255 bytes at the most.
+  // The lists beside it have longer names, of at most 255 bytes.
   const std::string output = vlName(folder.path() / std::string(235 - start.size(), 'y')) + ".mp4";
   const RunResult packaged = fmp4({"--quiet", "package", clip, "--output", output});
   EXPECT_EQ(packaged.exitCode, 0) << packaged.err;

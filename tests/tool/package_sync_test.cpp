@@ -1,4 +1,4 @@
-// Sound, captions and pictures keep their distance from each other when they are packaged.
+// Audio, captions and video stay in sync when they are packaged.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -23,18 +23,18 @@ using testing::Not;
 
 using Options = std::vector<std::string>;
 
-// Half an access unit at 48000 Hz, and the millisecond in which the start of a tone is found.
+// Half an access unit at 48000 Hz, and the precision, a millisecond, with which the start of a tone is found.
 constexpr double kHalfUnit = 512.0 / 48000, kFound = 0.0015;
 constexpr double kFrame = 0.04;
 
 const Options kFragmented = {"-movflags", "frag_keyframe+empty_moov+default_base_moof"};
 
-// When the byte pairs of captions play that say something.
+// The times of the caption byte pairs that are not padding.
 using CaptionTimes = std::map<std::string, double>;
 const std::string kNoCaption = "8080";
 
-// By the times of their track as ffprobe has them: its samples hold a pair a frame, each after a byte that
-// tells its field.
+// From the track's times in ffprobe: its samples hold one pair per frame, each after a byte that gives its
+// field.
 CaptionTimes captionTimes(const std::string& recording) {
   const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-select_streams", "s:0", "-show_packets",
                                        "-show_data", "-show_entries", "packet=pts_time,data", recording});
@@ -59,7 +59,7 @@ CaptionTimes captionTimes(const std::string& recording) {
   return times;
 }
 
-// By the frames that an export names.
+// From the frame numbers of an export.
 CaptionTimes exportedCaptions(const std::string& file, const std::string& output) {
   EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output}).exitCode, 0);
   const auto bytes = readFile(output);
@@ -81,12 +81,12 @@ class InStep : public testing::Test {
                         Options{"-c:a", "aac", "-ac", "2"});
     return file;
   }
-  // `options` with the source above, or two of it, as their inputs.
+  // `options` with the source above as their input, once or twice.
   std::string made(const Options& options) {
     makeMedia(folder_.file("made.mp4"), options);
     return folder_.file("made.mp4");
   }
-  // A list for ffmpeg of the sound of a source without what plays from 1.2 to 1.7 s.
+  // An ffmpeg concat list of a source's audio without what plays from 1.2 to 1.7 s.
   std::string audioWithAGap(const std::string& source) {
     makeMedia(folder_.file("sound.mp4"), {"-i", source, "-vn", "-c", "copy"});
     makeMedia(folder_.file("first.mp4"), {"-i", folder_.file("sound.mp4"), "-t", "1.2", "-c", "copy"});
@@ -94,7 +94,7 @@ class InStep : public testing::Test {
     std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 1.7\nfile second.mp4\n";
     return folder_.file("parts.txt");
   }
-  // Packages a source and holds the distance of each tone from its flash against that in the source.
+  // Packages a source and compares the delay of each tone from its flash with that in the source.
   void staysInStep(const std::string& source, const std::string& warning = "") {
     const auto sourceFlashes = flashTimes(source), sourceTones = toneTimes(source);
     for (const char* output : {"out.mp4", "both.ismv"}) {
@@ -154,10 +154,10 @@ TEST_F(InStep, AudioThatStartsLateIsSilentUntilThen) {
   EXPECT_EQ(levels.out, std::string(static_cast<std::size_t>(1.9 * 48000) * 2, '\0'));
 }
 
-TEST_F(InStep, PicturesThatStartLate) {
+TEST_F(InStep, VideoThatStartsLate) {
   const std::string file = source(2);
   made({"-itsoffset", "1", "-i", file, "-i", file, "-map", "0:v", "-map", "1:a", "-c", "copy"});
-  // The tone at 0.4 s comes before the pictures.
+  // The tone at 0.4 s comes before the video.
   const RunResult result =
       fmp4({"--quiet", "package", folder_.file("made.mp4"), "--output", folder_.file("out.mp4")});
   EXPECT_EQ(result.exitCode, 0);
@@ -178,7 +178,7 @@ TEST_F(InStep, AudioWithAGap) {
   staysInStep(gap);
 }
 
-TEST_F(InStep, PicturesAndAudioWithAGap) {
+TEST_F(InStep, VideoAndAudioWithAGap) {
   const std::string file = source(0);
   makeMedia(folder_.file("first.mp4"), {"-i", file, "-t", "1.4", "-c", "copy"});
   std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 3\nfile b0.mp4\n";
@@ -191,7 +191,7 @@ TEST_F(InStep, PicturesAndAudioWithAGap) {
   for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(tones[i], flashes[i], kFrame / 2 + kHalfUnit + kFound) << i;
 }
 
-TEST_F(InStep, ACutKeepsTheGroupOfPicturesThatItNeeds) {
+TEST_F(InStep, ACutKeepsTheFramesFromItsKeyFrame) {
   const std::string file = source(2);
   made({"-ss", "1.52", "-i", file, "-c", "copy"});
   const RunResult result =
@@ -220,7 +220,7 @@ TEST_F(InStep, APartOfTheSource) {
   EXPECT_NEAR(tones[0], flashes[0], kHalfUnit + kFound);
 }
 
-TEST_F(InStep, ExportedAudioStartsWithTheFirstPicture) {
+TEST_F(InStep, ExportedAudioStartsWithTheFirstFrame) {
   for (const int bFrames : {0, 2}) {
     const std::string file = source(bFrames);
     ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
@@ -233,8 +233,8 @@ TEST_F(InStep, ExportedAudioStartsWithTheFirstPicture) {
   }
 }
 
-// Exports the sound of a source and holds its tones, which start with the first picture, against those of the
-// source. The first picture may be one that an edit list hides.
+// Exports the audio of a source and compares its tones, whose times count from the first frame, with those of
+// the source. The first frame may be one that an edit list hides.
 void exportsInStep(const TempFolder& folder, const std::string& source) {
   ASSERT_EQ(fmp4({"--quiet", "export", source, "--audio", folder.file("out.wav")}).exitCode, 0);
   const double first = pictureTimes(source).at(0);
@@ -259,7 +259,7 @@ TEST_F(InStep, ExportedAudioKeepsTheGapsOfItsSource) {
   }
 }
 
-TEST_F(InStep, ExportedAudioStartsWithPicturesThatStartLate) {
+TEST_F(InStep, ExportedAudioStartsWithVideoThatStartsLate) {
   const std::string file = source(2);
   for (const Options& fragmenting : kFragmentings)
     exportsInStep(folder_, made(Options{"-itsoffset", "1", "-i", file, "-i", file, "-map", "0:v", "-map",
@@ -267,14 +267,14 @@ TEST_F(InStep, ExportedAudioStartsWithPicturesThatStartLate) {
                                 fragmenting));
 }
 
-TEST_F(InStep, ExportedAudioGoesWithThePicturesThatACutHides) {
+TEST_F(InStep, ExportedAudioStartsWithFramesThatACutHides) {
   const std::string file = source(2);
   for (const Options& fragmenting : kFragmentings)
     exportsInStep(folder_, made(Options{"-ss", "1.52", "-i", file, "-c", "copy"} + fragmenting));
   EXPECT_NEAR(pictureTimes(folder_.file("made.mp4")).at(0), -13 * kFrame, 0.001) << "hidden in the last one";
 }
 
-// Times that drift from each other show at the end of a longer source.
+// Drift shows at the end of a longer source.
 TEST_F(InStep, AtTheEndOfTwelveSeconds) {
   const std::string file = folder_.file("long.mp4");
   makeMedia(file, flashAndToneInputs(12, {"0.4", "11.75"}, "30000/1001") + h264Codec(30, 2) +
@@ -325,7 +325,7 @@ TEST_F(InStep, CaptionsWhoseTrackStartsLate) {
   }
 }
 
-// ---- Sound that does not play with the chosen frames -------------------------------------------------
+// ---- Audio that does not play with the chosen frames -------------------------------------------------
 
 class ShortAudio : public testing::Test {
  protected:
@@ -336,7 +336,7 @@ class ShortAudio : public testing::Test {
   TempFolder folder_;
 };
 
-TEST_F(ShortAudio, AStartAfterItsEndGivesARecordingWithoutAudio) {
+TEST_F(ShortAudio, AStartPastItsEndMakesARecordingWithoutAudio) {
   for (const char* output : {"out.mp4", "both.ismv"}) {
     const RunResult result = fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output",
                                    folder_.file(output), "--start", "50"});
@@ -352,7 +352,7 @@ TEST_F(ShortAudio, AStartAfterItsEndGivesARecordingWithoutAudio) {
   EXPECT_EQ(fmp4({"--quiet", "verify", folder_.file("out.mpd")}).exitCode, 0);
 }
 
-TEST_F(ShortAudio, ThatBeginsAfterTheChosenFramesIsLeftOut) {
+TEST_F(ShortAudio, IsLeftOutWhenItBeginsAfterTheChosenFrames) {
   makeMedia(folder_.file("late.mp4"),
             {"-i", folder_.file("source.mp4"), "-itsoffset", "2", "-i", folder_.file("source.mp4"), "-map",
              "0:v", "-map", "1:a", "-c", "copy"});
@@ -362,7 +362,7 @@ TEST_F(ShortAudio, ThatBeginsAfterTheChosenFramesIsLeftOut) {
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4a")));
 }
 
-TEST_F(ShortAudio, IsKeptAsFarAsItGoes) {
+TEST_F(ShortAudio, IsKeptUpToItsEnd) {
   ASSERT_EQ(fmp4({"--quiet", "package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4"),
                   "--start", "0", "--count", "75"})
                 .exitCode,

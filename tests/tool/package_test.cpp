@@ -19,7 +19,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Ten seconds and a bit with B-frames and sound, made once.
+// A little over ten seconds with B-frames and audio, made once for all tests.
 class Package : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -64,7 +64,7 @@ TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
   const auto video = ffprobePackets(folder_.file("out.m4v"), "v:0");
   const auto audio = ffprobePackets(folder_.file("out.m4a"), "a:0");
   ASSERT_EQ(video.size(), sourceVideo.size());
-  // The pictures are shown two frames late, by 66.7 ms; 21.3 of them are the priming of the sound.
+  // The frames are shown two frames late, by 66.7 ms; 21.3 ms of that are the priming of the audio.
   constexpr std::size_t kSilent = 2;
   ASSERT_EQ(audio.size(), kSilent + sourceAudio.size());
   for (std::size_t i = 0; i < video.size(); ++i) {
@@ -74,7 +74,7 @@ TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
   }
   for (std::size_t i = 0; i < sourceAudio.size(); ++i) {
     EXPECT_EQ(audio[kSilent + i].size, sourceAudio[i].size);
-    // The first has side data, behind which ffprobe prints its hash.
+    // The first has side data, after which ffprobe prints its hash.
     if (i != 0) {
       EXPECT_EQ(audio[kSilent + i].crc32, sourceAudio[i].crc32);
     }
@@ -83,7 +83,7 @@ TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
   EXPECT_EQ(pictureHashes(folder_.file("out.m4v")), pictureHashes(source()));
 }
 
-TEST_F(Package, GivesTheSourcesFramesBackByEveryName) {
+TEST_F(Package, ReadsBackTheSourceFramesByEveryName) {
   const auto expected = frames(fragmentedSource());
   EXPECT_EQ(fmp4({"package", fragmentedSource(), "--output", folder_.file("out.mp4")}).exitCode, 0);
   EXPECT_EQ(fmp4({"package", source(), "--output", folder_.file("both.ismv")}).exitCode, 0);
@@ -103,7 +103,7 @@ TEST_F(Package, ARecordingCanBePackagedAgainUnchanged) {
   EXPECT_EQ(readFile(folder_.file("one.ismv")), readFile(folder_.file("two.ismv")));
 }
 
-TEST_F(Package, JoinsThePlaylistsInOne) {
+TEST_F(Package, WritesAMasterPlaylist) {
   ASSERT_EQ(fmp4({"package", source(), "--output", folder_.file("out.mp4")}).exitCode, 0);
   const auto bytes = readFile(folder_.file("out.master.m3u8"));
   const auto lines = linesOf({bytes.begin(), bytes.end()});
@@ -120,7 +120,7 @@ TEST_F(Package, JoinsThePlaylistsInOne) {
   EXPECT_EQ(lines[5], "out.m3u8");
 }
 
-TEST_F(Package, TakesTheFramesThatAreAskedFor) {
+TEST_F(Package, RecordsTheRequestedFrames) {
   ASSERT_EQ(fmp4({"package", source(), "--output", folder_.file("out.mp4"), "--start", "60", "--count", "45",
                   "--no-audio"})
                 .exitCode,
@@ -139,7 +139,7 @@ TEST_F(Package, TakesTheFramesThatAreAskedFor) {
               HasSubstr("the source has 315 frames, counted from 0; there is no frame 315"));
 }
 
-TEST_F(Package, AnIntervalThatIsGivenCutsTheFragments) {
+TEST_F(Package, AGivenIntervalSetsTheFragments) {
   ASSERT_EQ(
       fmp4({"package", source(), "--output", folder_.file("out.mp4"), "--no-audio", "--gop", "15"}).exitCode,
       0);
@@ -152,7 +152,7 @@ TEST_F(Package, AnIntervalThatIsGivenCutsTheFragments) {
   EXPECT_THAT(prime.err, HasSubstr("fmp4: warning: an interval of 37 frames cannot be cut into segments"));
 }
 
-TEST_F(Package, KeyFramesThatCannotBeCutIntoSegmentsAreToldAndWorkedAround) {
+TEST_F(Package, ReportsAndWorksAroundIndivisibleKeyFrameIntervals) {
   makeMedia(folder_.file("prime.mp4"), pictureInput(5) + h264Codec(37));
   const RunResult result = fmp4({"package", folder_.file("prime.mp4"), "--output", folder_.file("out.mp4")});
   EXPECT_EQ(result.exitCode, 0);
@@ -162,7 +162,7 @@ TEST_F(Package, KeyFramesThatCannotBeCutIntoSegmentsAreToldAndWorkedAround) {
   decodes(folder_.file("out.m3u8"));
 }
 
-TEST_F(Package, UnevenKeyFramesAreTold) {
+TEST_F(Package, ReportsUnevenKeyFrames) {
   makeMedia(folder_.file("uneven.mp4"), pictureInput(5) + h264Codec(250) +
                                             std::vector<std::string>{"-force_key_frames", "0.5,1.5,2.5,2.8"});
   const RunResult result = fmp4({"package", folder_.file("uneven.mp4"), "--output", folder_.file("out.mp4")});
@@ -172,7 +172,7 @@ TEST_F(Package, UnevenKeyFramesAreTold) {
                         "cut for one every 30 frames"));
 }
 
-TEST_F(Package, OtherCodecsAreRefusedWithTheWayOut) {
+TEST_F(Package, RefusesOtherCodecsWithAdvice) {
   makeMedia(folder_.file("hevc.mp4"), pictureInput(1) + hevcCodec());
   makeMedia(folder_.file("ac3.mp4"),
             pictureInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "ac3"});
@@ -199,7 +199,7 @@ TEST_F(Package, OtherCodecsAreRefusedWithTheWayOut) {
 }
 
 // The frame length flag is set in the AudioSpecificConfig of AAC LC at 48000 Hz in two channels.
-TEST_F(Package, AacOf960SamplesAFrameIsRefusedWithTheWayOut) {
+TEST_F(Package, RefusesAacOf960SamplesWithAdvice) {
   Bytes bytes = readFile(source());
   const Bytes config = {0x11, 0x90, 0x56, 0xE5};
   const auto place = std::search(bytes.begin(), bytes.end(), config.begin(), config.end());
@@ -213,7 +213,7 @@ TEST_F(Package, AacOf960SamplesAFrameIsRefusedWithTheWayOut) {
   EXPECT_THAT(result.err, HasSubstr("ffmpeg -c:v copy -c:a aac"));
 }
 
-TEST_F(Package, TheSourceIsNeverWrittenOver) {
+TEST_F(Package, NeverOverwritesTheSource) {
   std::filesystem::copy(source(), folder_.file("clip.m4v"));
   for (const char* output : {"clip.mp4", "clip.m4v"}) {
     const RunResult result = fmp4({"package", folder_.file("clip.m4v"), "--output", folder_.file(output)});
@@ -223,7 +223,7 @@ TEST_F(Package, TheSourceIsNeverWrittenOver) {
   EXPECT_EQ(readFile(folder_.file("clip.m4v")), readFile(source()));
 }
 
-TEST_F(Package, AFolderThatIsNotThereIsTold) {
+TEST_F(Package, ReportsAMissingFolder) {
   const RunResult result = fmp4({"package", source(), "--output", folder_.file("missing/out.mp4")});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_THAT(result.err, HasSubstr("missing/out.mp4' cannot be created; check the folder"));
@@ -240,8 +240,8 @@ TEST_F(Package, RatesAreKept) {
   }
 }
 
-// What ffmpeg makes of a live source: the first frame lasts until the sound begins.
-TEST_F(Package, ALengthenedFirstFrameDoesNotTellTheRate) {
+// ffmpeg on a live source: the first frame lasts until the audio begins.
+TEST_F(Package, ALengthenedFirstFrameDoesNotAffectTheRate) {
   makeMedia(folder_.file("source.mp4"),
             pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(12, 0) +
                 std::vector<std::string>{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov"});
@@ -252,8 +252,8 @@ TEST_F(Package, ALengthenedFirstFrameDoesNotTellTheRate) {
   EXPECT_THAT(std::string(manifest.begin(), manifest.end()), HasSubstr("frameRate=\"25000/1000\""));
 }
 
-// Frames of 33 and 34 ms: most last 33, and all of them tell 29.97 a second.
-TEST_F(Package, ARateRoundedToMillisecondsIsThatOfAllFrames) {
+// Frames of 33 and 34 ms: most last 33, and all together average 29.97 a second.
+TEST_F(Package, ARateRoundedToMillisecondsIsRecovered) {
   makeMedia(folder_.file("source.mp4"), pictureInput(4, "30000/1001", "160x96") + h264Codec(12) +
                                             std::vector<std::string>{"-video_track_timescale", "1000"});
   const RunResult result = fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")});
@@ -263,7 +263,7 @@ TEST_F(Package, ARateRoundedToMillisecondsIsThatOfAllFrames) {
   EXPECT_THAT(std::string(manifest.begin(), manifest.end()), HasSubstr("frameRate=\"30000/1001\""));
 }
 
-TEST_F(Package, FramesOfNoCommonDurationAreRecordedAtTheirMean) {
+TEST_F(Package, FramesOfVaryingDurationAreRecordedAtTheirMean) {
   RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
   for (std::uint32_t i = 0; i < 30; ++i) run.samples.push_back(sampleOf(10, i, 500 + 50 * i));
   TrafSpec traf;
@@ -276,7 +276,8 @@ TEST_F(Package, FramesOfNoCommonDurationAreRecordedAtTheirMean) {
 }
 
 TEST_F(Package, CarriesCaptions) {
-  // Ten frames in two fragments with a pair a frame in one sample each, and a packet a frame.
+  // Ten frames in two fragments with one pair per frame, in one sample per fragment, and one packet per
+  // frame.
   const auto packet = [](std::uint32_t frame) {
     Bytes bytes = sampleOf(15, frame).data;
     bytes[0] = 0x96;
@@ -313,7 +314,7 @@ TEST_F(Package, CarriesCaptions) {
   EXPECT_EQ(frames(folder_.file("out.m4v")), expected);
 }
 
-TEST_F(Package, DamagedSourcesEndWithAMessage) {
+TEST_F(Package, ReportsDamagedSources) {
   const auto whole = readFile(source());
   for (const std::size_t size : {std::size_t{0}, std::size_t{100}, whole.size() / 2}) {
     writeFile(folder_.file("cut.mp4"), {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});

@@ -1,4 +1,4 @@
-// What the program says of files that cannot be read, or not wholly.
+// What the program says about files that cannot be read, or only in part.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 const std::vector<std::string> kAac = {"-c:a", "aac"};
 
-// What `fmp4 --quiet info` says on standard error of a file that it does not open, without the program's
+// What `fmp4 --quiet info` prints on standard error for a file that it does not open, without the program's
 // name.
 std::string reasonFor(const std::string& file) {
   const RunResult result = fmp4({"--quiet", "info", file});
@@ -27,7 +27,7 @@ std::string reasonFor(const std::string& file) {
   return result.err.substr(std::min<std::size_t>(result.err.size(), 6));
 }
 
-// Writes four characters over all others of the kind.
+// Replaces every occurrence of a four-character code.
 void replaceAll(const std::string& file, const std::string& from, const std::string& to) {
   Bytes bytes = readFile(file);
   auto at = bytes.begin();
@@ -36,7 +36,7 @@ void replaceAll(const std::string& file, const std::string& from, const std::str
   writeFile(file, bytes);
 }
 
-// The offset of a box of the top level.
+// The offset of a top-level box.
 std::ptrdiff_t offsetOf(const Bytes& bytes, std::string_view type) {
   return std::search(bytes.begin(), bytes.end(), type.begin(), type.end()) - bytes.begin() - 4;
 }
@@ -60,7 +60,7 @@ TEST(Refusal, OfEncryptedTracksNamesTheScheme) {
   EXPECT_THAT(reasonFor(file), HasSubstr("encrypted H.264 (scheme cbcs)"));
 }
 
-TEST(Refusal, NamesCodecsThatAreNotSupported) {
+TEST(Refusal, NamesUnsupportedCodecs) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
@@ -79,7 +79,7 @@ TEST(Refusal, NamesCodecsThatAreNotSupported) {
   }
 }
 
-TEST(Refusal, NamesCodecsOfAudioThatAreNotSupported) {
+TEST(Refusal, NamesUnsupportedAudioCodecs) {
   const TempFolder folder;
   const std::string opus = folder.file("opus.m4a"), dolby = folder.file("dolby.m4a");
   makeMedia(opus, toneInput(0.5) + std::vector<std::string>{"-c:a", "libopus", "-f", "mp4"} + fragmented());
@@ -93,7 +93,7 @@ TEST(Refusal, NamesCodecsOfAudioThatAreNotSupported) {
   EXPECT_THAT(reasonFor(dolby), HasSubstr(": track 1 (soun, .mp3): MP3 is not supported\n"));
 }
 
-TEST(Refusal, OfHalfAPresentationNamesTheOtherHalf) {
+TEST(Refusal, OfHalfARecordingNamesTheOtherHalf) {
   const TempFolder folder;
   const std::string whole = folder.file("whole.mp4"), segment = folder.file("segment.mp4"),
                     initialisation = folder.file("init.mp4");
@@ -113,7 +113,7 @@ TEST(Refusal, OfHalfAPresentationNamesTheOtherHalf) {
                 "its media segments after it, cat init.mp4 segment.m4s > complete.mp4\n");
 }
 
-TEST(Refusal, OfWhatIsNoMp4SaysWhatItIs) {
+TEST(Refusal, OfOtherFormatsNamesTheFormat) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   const auto reasonForContent = [&](const std::string& content) {
@@ -139,7 +139,7 @@ TEST(Refusal, OfWhatIsNoMp4SaysWhatItIs) {
             "'" + folder.file("folder.mp4") + "' is a folder; give a file in it\n");
 }
 
-TEST(Refusal, OfAManifestTellsOfItsMedia) {
+TEST(Refusal, OfAManifestNamesItsMedia) {
   const TempFolder folder;
   const std::string manifest = folder.file("clip.mpd"), media = folder.file("video.dat");
   const auto naming = [&](const std::string& content) {
@@ -165,7 +165,7 @@ TEST(Refusal, OfAManifestTellsOfItsMedia) {
                 "' has no track that can be read: track 1 (vide, av01): AV1 is not supported\n");
 }
 
-// Where the file itself looks right, the plug-in's own words stand in the message.
+// Where the file itself looks right, the message quotes the plug-in.
 TEST(Refusal, OtherwiseQuotesThePlugIn) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
@@ -208,7 +208,7 @@ TEST(OtherTracks, ExplainWhyThereIsNoAudioToExport) {
       "fmp4: '" + file + "' has no audio that can be read: track 2 (soun, ec-3): E-AC-3 is not supported\n");
 }
 
-// ffmpeg puts what comes ahead of the first fragment into the movie box, unless told otherwise.
+// By default ffmpeg describes the samples before the first fragment in the movie box.
 TEST(LeftOutSamples, OfTheMovieBoxAreCounted) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");

@@ -19,7 +19,7 @@ constexpr const char* kMaster = "#EXTM3U\nnews.m3u8\n";
 constexpr const char* kOpen = "#EXTM3U\n#EXTINF:1.000,\nnews.m4v\n";
 constexpr const char* kEnded = "#EXTM3U\n#EXTINF:1.000,\nnews.m4v\n#EXT-X-ENDLIST\n";
 
-TEST_F(Serve, GivesWholeFilesThatAreNotToBeKept) {
+TEST_F(Serve, SendsCompleteFilesThatMustNotBeCached) {
   const httplib::Response response = get("/media/digits.m4v");
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "0123456789");
@@ -29,14 +29,14 @@ TEST_F(Serve, GivesWholeFilesThatAreNotToBeKept) {
   EXPECT_EQ(response.get_header_value("Cache-Control"), "no-store");
 }
 
-TEST_F(Serve, GivesEmptyFilesAndFilesOfSubfoldersAndOfAnyName) {
+TEST_F(Serve, SendsEmptyFilesAndFilesOfSubfoldersAndOfAnyName) {
   EXPECT_EQ(get("/media/empty.m4v").status, 200);
   EXPECT_EQ(get("/media/empty.m4v").body, "");
   EXPECT_EQ(get("/media/sub/inner.mpd").body, "inner");
   EXPECT_EQ(get("/media/a%20b+%25%C3%BC.m3u8").body, "named");
 }
 
-TEST_F(Serve, HeadGivesTheHeadersOfTheWholeFileAlone) {
+TEST_F(Serve, HeadSendsOnlyTheHeadersOfTheCompleteFile) {
   const httplib::Result result = client_->Head("/media/digits.m4v", {{"Range", "bytes=2-3"}});
   ASSERT_TRUE(result);
   EXPECT_EQ(result->status, 200);
@@ -52,7 +52,7 @@ struct RangeCase {
 };
 class SatisfiableRange : public Serve, public testing::WithParamInterface<RangeCase> {};
 
-TEST_P(SatisfiableRange, GivesItsBytes) {
+TEST_P(SatisfiableRange, SendsItsBytes) {
   const httplib::Response response = range(GetParam().asked);
   EXPECT_EQ(response.status, 206);
   EXPECT_EQ(response.body, GetParam().bytes);
@@ -92,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(Serve, MalformedRange,
                          testing::Values("bytes=5-2", "bytes=x", "bytes=", "bytes=1-2-3", "lines=0-1",
                                          "bytes=99999999999999999999-", "bytes=0-99999999999999999999"));
 
-TEST_F(Serve, AnswersSeveralRangesWithTheWholeFile) {
+TEST_F(Serve, AnswersSeveralRangesWithTheCompleteFile) {
   const httplib::Response response = range("bytes=0-1,-2");
   EXPECT_EQ(response.status, 200);
   EXPECT_EQ(response.body, "0123456789");
@@ -103,7 +103,7 @@ TEST_F(Serve, RangesOfAnEmptyFileAreRefused) {
   EXPECT_EQ(range("bytes=0-", "/media/empty.m4v").status, 416);
 }
 
-TEST_F(Serve, GivesWhatAGrowingFileHoldsByThen) {
+TEST_F(Serve, SendsTheCurrentBytesOfAGrowingFile) {
   EXPECT_EQ(range("bytes=8-").body, "89");
   std::ofstream(media_ / "digits.m4v", std::ios::app) << "ABC";
   const httplib::Response response = range("bytes=8-");
@@ -111,7 +111,7 @@ TEST_F(Serve, GivesWhatAGrowingFileHoldsByThen) {
   EXPECT_EQ(response.get_header_value("Content-Range"), "bytes 8-12/13");
 }
 
-TEST_F(Serve, GivesLargeFilesInPieces) {
+TEST_F(Serve, SendsLargeFilesInPieces) {
   std::vector<std::uint8_t> bytes(3'000'001);
   for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
   writeFile(media_ / "large.m4a", bytes);
@@ -137,7 +137,7 @@ INSTANTIATE_TEST_SUITE_P(Serve, Escape,
                                          "/media/digits.m4v%00", "/media/", "/media/.", "/media/sub",
                                          "/media/digits.m4v/", "/media", "/secret.m4v", "/page/"));
 
-TEST_F(Serve, FolderWithTheSameStartOfItsNameIsOutside) {
+TEST_F(Serve, FolderWhoseNameHasTheSamePrefixIsOutside) {
   std::filesystem::create_directory(outside_.path() / "mediaplus");
   writeText(outside_.path() / "mediaplus" / "secret.m4v", "secret");
   EXPECT_EQ(get("/media/../mediaplus/secret.m4v").status, 404);
@@ -157,19 +157,19 @@ TEST_F(Serve, OtherMethodsAreRefused) {
   EXPECT_EQ(get("/media/digits.m4v").body, "0123456789");
 }
 
-TEST_F(Serve, AnswersToTheLoopbackNamesAlone) {
+TEST_F(Serve, AnswersOnlyToLoopbackNames) {
   EXPECT_EQ(get("/media/digits.m4v", {{"Host", "localhost:1234"}}).status, 200);
   EXPECT_EQ(get("/media/digits.m4v", {{"Host", "127.0.0.1"}}).status, 200);
   EXPECT_EQ(get("/media/digits.m4v", {{"Host", "elsewhere.example"}}).status, 403);
   EXPECT_EQ(get("/media/digits.m4v", {{"Host", "localhost.elsewhere.example:80"}}).status, 403);
 }
 
-TEST_F(Serve, ListensOnTheLoopbackAddressAlone) {
+TEST_F(Serve, ListensOnlyOnTheLoopbackAddress) {
   EXPECT_FALSE(httplib::Client("127.0.0.2", port_).Get("/"));
   EXPECT_FALSE(httplib::Client("::1", port_).Get("/"));
 }
 
-TEST_F(Serve, GivesThePageAndItsParts) {
+TEST_F(Serve, SendsThePageAndItsParts) {
   EXPECT_EQ(get("/").body, "<p>page</p>");
   EXPECT_EQ(get("/").get_header_value("Content-Type"), "text/html; charset=utf-8");
   EXPECT_EQ(get("/page/page.js").get_header_value("Content-Type"), "text/javascript; charset=utf-8");
@@ -201,7 +201,7 @@ TEST_F(Serve, ListsRecordings) {
       "playlist": "news.m3u8", "audioPlaylist": "", "bytes": 5, "inProgress": true})"));
 }
 
-// One line a recording: name, manifest, playlist, playlist of sound, bytes, whether it goes on.
+// One line per recording: name, manifest, playlist, audio playlist, bytes, whether it is in progress.
 std::vector<std::string> listed(const TempFolder& folder) {
   std::vector<std::string> lines;
   for (const FolderRecording& each : listRecordings(folder.path()))
@@ -221,7 +221,7 @@ TEST(RecordingList, JoinsTheFilesOfARecording) {
   EXPECT_THAT(listed(folder), ElementsAre("news news.mpd news.master.m3u8 newsA.m3u8 8"));
 }
 
-TEST(RecordingList, TellsRecordingsThatHaveNotEnded) {
+TEST(RecordingList, MarksRecordingsThatHaveNotEnded) {
   const TempFolder folder;
   writeText(folder.file("news.m3u8"), kOpen);
   writeText(folder.file("early.m3u8"), "#EXTM3U\n");
@@ -250,7 +250,7 @@ TEST(RecordingList, FolderWithoutRecordingsGivesAnEmptyList) {
   EXPECT_EQ(recordingsJson({}), "[]");
 }
 
-TEST(ServeCommand, PortInUseIsExplained) {
+TEST(ServeCommand, ReportsAPortInUse) {
   const TempFolder folder;
   WebServer other(folder.path(), folder.path());
   const std::string port = std::to_string(other.start(0));
@@ -261,7 +261,7 @@ TEST(ServeCommand, PortInUseIsExplained) {
                 " cannot be opened; is it in use? Give another with --port; 0 picks a free one\n");
 }
 
-TEST(ServeCommand, FolderThatIsNoneIsExplained) {
+TEST(ServeCommand, ReportsAFolderThatIsNone) {
   const TempFolder folder;
   writeText(folder.file("file"), "x");
   for (const auto& [name, why] :

@@ -1,4 +1,4 @@
-// A folder that is served, and a client.
+// A served folder and a client for it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -31,7 +31,7 @@ class Serve : public testing::Test {
     server_.emplace(media_, page_);
     port_ = server_->start(0);
     client_.emplace("127.0.0.1", port_);
-    client_->set_url_encode(false);  // paths go out as they stand
+    client_->set_url_encode(false);  // paths are sent unchanged
   }
 
   httplib::Response get(const std::string& path, const httplib::Headers& headers = {}) {

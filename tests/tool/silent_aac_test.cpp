@@ -1,4 +1,4 @@
-// Access units of silence, held against ffmpeg's decoder.
+// Silent access units, with ffmpeg as the reference decoder.
 #include "tool/package/silent_aac.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// All access units of a file of sound replaced by silent ones; what they were longer is zero.
+// An audio file with all access units replaced by silent ones, padded with zeros to the original size.
 void silence(const std::string& path, const Bytes& unit) {
   SourceFile file(path);
   Bytes bytes = readFile(path);
@@ -26,7 +26,7 @@ void silence(const std::string& path, const Bytes& unit) {
   writeFile(path, bytes);
 }
 
-// What ffmpeg decodes, or its complaints.
+// ffmpeg's output, or its error messages.
 std::string decoded(const std::string& path) {
   const RunResult result =
       run({"ffmpeg", "-nostdin", "-v", "error", "-xerror", "-i", path, "-f", "s16le", "-"});
@@ -93,22 +93,22 @@ TEST(SilentAccessUnit, DecodesToSilenceInTheLayoutsOfLaterEditions) {
 }
 
 TEST(SilentAccessUnit, OfStereoIsThisManyBits) {
-  // Identifier and tag of a pair, its window in common, 11 bits a channel, and the end.
+  // Identifier and tag of a channel pair, its common window, 11 bits per channel, and the end.
   const auto unit = silentAccessUnit(Bytes{0x11, 0x90});
   ASSERT_TRUE(unit);
   EXPECT_EQ(*unit, (Bytes{0x21, 0, 0, 0, 0, 0x1C}));
 }
 
-TEST(SilentAccessUnit, IsThatOfTheCoreWithBandReplication) {
+TEST(SilentAccessUnit, IsThatOfTheCoreWithSbr) {
   EXPECT_EQ(silentAccessUnit(Bytes{0x2B, 0x11, 0x88, 0x00}), silentAccessUnit(Bytes{0x13, 0x10}));
   EXPECT_TRUE(silentAccessUnit(Bytes{0x2B, 0x11, 0x88, 0x00}));
 }
 
-TEST(SilentAccessUnit, IsNotKnownOfOtherObjectTypesReservedLayoutsAndWhatIsCutOff) {
+TEST(SilentAccessUnit, IsUnavailableForOtherTypesReservedLayoutsAndTruncation) {
   EXPECT_FALSE(silentAccessUnit(Bytes{0xB9, 0x90}));              // 23: low delay
   EXPECT_FALSE(silentAccessUnit(Bytes{0x11, 0xC0}));              // configuration 8
   EXPECT_FALSE(silentAccessUnit(Bytes{0x11, 0x80}));              // 0, without its program config element
-  EXPECT_FALSE(silentAccessUnit(Bytes{0x11, 0x80, 0x04, 0xFF}));  // cut off within it
+  EXPECT_FALSE(silentAccessUnit(Bytes{0x11, 0x80, 0x04, 0xFF}));  // truncated within it
   EXPECT_FALSE(silentAccessUnit(Bytes{}));
 }
 

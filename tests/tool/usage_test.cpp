@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class Help : public testing::TestWithParam<std::string> {};
 
-TEST_P(Help, IsAResultOfEveryCommand) {
+TEST_P(Help, IsPrintedOnStandardOutput) {
   const RunResult result = fmp4({GetParam(), "--help"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.out, HasSubstr("Usage: fmp4 " + GetParam()));
@@ -65,18 +65,18 @@ TEST(Usage, HelpListsEveryCommand) {
     EXPECT_THAT(result.out, HasSubstr(command));
 }
 
-TEST(Usage, GlobalOptionsMayStandAfterTheCommand) {
+TEST(Usage, GlobalOptionsMayFollowTheCommand) {
   const RunResult result = fmp4({"version", "--plugin", "no-such-plugin"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: the plug-in 'no-such-plugin' cannot be loaded; give its path with --plugin\n");
 }
 
-TEST(Usage, PluginIsTakenFromAPath) {
+TEST(Usage, PluginIsLoadedFromAPath) {
   EXPECT_EQ(fmp4({"--plugin", VL_BIN_DIR "/vlx_fmp4", "version"}).exitCode, 0);
 }
 
-// As on any command line, though the host does not look there.
-TEST(Usage, PluginsPathStartsFromTheWorkingFolder) {
+// As on any command line, although the host itself does not search there.
+TEST(Usage, PluginPathIsRelativeToTheWorkingFolder) {
   const std::filesystem::path bin = VL_BIN_DIR, before = std::filesystem::current_path();
   std::filesystem::current_path(bin.parent_path());
   const RunResult result = fmp4({"--plugin", (bin.filename() / "vlx_fmp4").string(), "version"});
@@ -84,7 +84,7 @@ TEST(Usage, PluginsPathStartsFromTheWorkingFolder) {
   EXPECT_EQ(result.exitCode, 0) << result.err;
 }
 
-TEST(Usage, LibraryThatIsNoPluginIsRefused) {
+TEST(Usage, RefusesALibraryThatIsNotAPlugin) {
   const std::string library = VL_BIN_DIR "/vlhost";
   const RunResult result = fmp4({"--plugin", library, "version"});
   EXPECT_EQ(result.exitCode, 1);
@@ -93,7 +93,7 @@ TEST(Usage, LibraryThatIsNoPluginIsRefused) {
                             "give --plugin the path of vlx_fmp4\n");
 }
 
-TEST(Usage, NameTooLongForTheHostIsExplained) {
+TEST(Usage, ReportsANameTooLongForTheHost) {
   const std::string name(300, 'a');
   const RunResult result = fmp4({"--quiet", "info", "--plugin", "vlx_fmp4", name});
   EXPECT_EQ(result.exitCode, 1);

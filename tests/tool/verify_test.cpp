@@ -22,7 +22,7 @@ using testing::StartsWith;
 
 using Files = std::map<std::string, Bytes>;
 
-// Four seconds with sound in fragments of half a second, packaged once.
+// Four seconds with audio in half-second fragments, packaged once for all tests.
 class Verify : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -44,7 +44,7 @@ class Verify : public testing::Test {
     for (const auto& [name, bytes] : *files_) writeFile(folder_.file(name), bytes);
   }
 
-  // The lines of a text, however the system ends them.
+  // The lines of a text, with the system's line ends as \n.
   std::string text(const std::string& name) const {
     std::ifstream file(folder_.file(name));
     return {std::istreambuf_iterator<char>(file), {}};
@@ -56,7 +56,7 @@ class Verify : public testing::Test {
     changed.replace(at, from.size(), to);
     std::ofstream(folder_.file(name)) << changed;
   }
-  // What verification of the recording says of this damage; repair then puts it right.
+  // What `verify` prints about this damage, which `repair` then mends.
   std::string foundAndRepaired() {
     const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
     EXPECT_EQ(found.exitCode, 1);
@@ -71,7 +71,7 @@ class Verify : public testing::Test {
 };
 Files* Verify::files_ = nullptr;
 
-TEST_F(Verify, ARecordingIsWholeByEveryNameOfIt) {
+TEST_F(Verify, ARecordingIsIntactByAnyOfItsNames) {
   for (const char* name : {"out.mp4", "out.m4v", "out.m4a", "out.mpd", "out.m3u8", "outA.m3u8",
                            "out.master.m3u8", "both.ismv", "both.xml", "both.m3u8", "both.master.m3u8"}) {
     const RunResult result = fmp4({"verify", folder_.file(name)});
@@ -83,7 +83,7 @@ TEST_F(Verify, ARecordingIsWholeByEveryNameOfIt) {
   EXPECT_THAT(fmp4({"verify", folder_.file("both.xml")}).out, HasSubstr(" in 4 files\n"));
 }
 
-TEST_F(Verify, AWholeRecordingIsNotTouchedByRepair) {
+TEST_F(Verify, RepairLeavesAnIntactRecordingUnchanged) {
   const RunResult result = fmp4({"repair", folder_.file("out.mpd")});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, folder_.file("out.mpd") + " is intact: nothing to repair\n");
@@ -106,7 +106,7 @@ TEST_F(Verify, JsonSaysTheSame) {
   EXPECT_EQ(report["problemCount"], report["problems"].size());
 }
 
-TEST_F(Verify, SaysWhereTheFileWasCutOffAndThatItsListsKnowMore) {
+TEST_F(Verify, ReportsWhereTheFileIsTruncatedAndThatListsNameMore) {
   const std::uint64_t size = files_->at("out.m4v").size();
   std::filesystem::resize_file(folder_.file("out.m4v"), size - 100);
   const std::string found = foundAndRepaired();
@@ -123,7 +123,7 @@ TEST_F(Verify, SaysWhereTheFileWasCutOffAndThatItsListsKnowMore) {
   EXPECT_THAT(text("out.mpd"), HasSubstr("PT0H0M3.50S"));
 }
 
-TEST_F(Verify, MissesListsThatAreNotThere) {
+TEST_F(Verify, ReportsMissingLists) {
   std::filesystem::remove(folder_.file("out.mpd"));
   std::filesystem::remove(folder_.file("outA.m3u8"));
   const std::string found = foundAndRepaired();
@@ -132,10 +132,10 @@ TEST_F(Verify, MissesListsThatAreNotThere) {
   EXPECT_EQ(readFile(folder_.file("outA.m3u8")).size(), files_->at("outA.m3u8").size());
 }
 
-TEST_F(Verify, FindsWhatListsSayWrong) {
+TEST_F(Verify, FindsErrorsInLists) {
   edit("out.m3u8", "#EXT-X-ENDLIST\n", "");
   edit("out.mpd", "<Initialization range=\"0-", "<Initialization rang=\"0-");
-  // A manifest of other media tells no start; that of the playlist may be a millisecond later.
+  // A manifest of other media gives no start; the playlist's may be a millisecond later.
   const auto between = [](const std::string& text, const std::string& before, char behind) {
     const std::size_t start = text.find(before) + before.size();
     return text.substr(start, text.find(behind, start) - start);
@@ -159,7 +159,7 @@ TEST_F(Verify, FindsWhatListsSayWrong) {
   EXPECT_EQ(readFile(folder_.file("out.m3u8")).size(), files_->at("out.m3u8").size());
 }
 
-TEST_F(Verify, FindsWhatAnIndexSaysWrong) {
+TEST_F(Verify, FindsErrorsInAnIndex) {
   Bytes bytes = files_->at("out.m4v");
   const Bytes name = {'s', 'i', 'd', 'x'};
   const auto index = std::search(bytes.begin(), bytes.end(), name.begin(), name.end());
@@ -173,7 +173,7 @@ TEST_F(Verify, FindsWhatAnIndexSaysWrong) {
   EXPECT_EQ(readFile(folder_.file("out.m4v")), files_->at("out.m4v"));
 }
 
-// Changes a byte behind the first occurrence of a box type.
+// Changes a byte after the first occurrence of a box type.
 Bytes changed(Bytes bytes, const char* type, std::ptrdiff_t afterType) {
   const Bytes name(type, type + 4);
   const auto at = std::search(bytes.begin(), bytes.end(), name.begin(), name.end());
@@ -181,7 +181,7 @@ Bytes changed(Bytes bytes, const char* type, std::ptrdiff_t afterType) {
   return bytes;
 }
 
-TEST_F(Verify, TellsWhatCannotBeRepaired) {
+TEST_F(Verify, ReportsWhatCannotBeRepaired) {
   struct Damage {
     const char* type;
     std::ptrdiff_t afterType;
@@ -202,7 +202,7 @@ TEST_F(Verify, TellsWhatCannotBeRepaired) {
   }
 }
 
-// Moves the decode times of a track from its fragment number `first` on.
+// Delays the decode times of a track by `ticks` from its fragment `first` on, counted from 0.
 Bytes withLaterTimes(Bytes bytes, std::uint32_t track, int first, std::uint32_t ticks) {
   const Bytes header = {'t', 'f', 'h', 'd'}, time = {'t', 'f', 'd', 't'};
   auto at = bytes.begin();
@@ -229,7 +229,7 @@ constexpr const char* kOneProblem =
     " is not intact: 1 problem; not all of this can be repaired; 'fmp4 repair' does what it can, or get an "
     "undamaged copy\n";
 
-TEST_F(Verify, SaysThatTheAudioBeginsLaterThanThePicture) {
+TEST_F(Verify, ReportsAudioThatBeginsAfterTheVideo) {
   const Bytes bytes = withLaterTimes(files_->at("out.m4a"), 2, 0, 2 * 48000);
   writeFile(folder_.file("out.m4a"), bytes);
   const std::string name = folder_.file("out.mpd");
@@ -245,7 +245,7 @@ TEST_F(Verify, SaysThatTheAudioBeginsLaterThanThePicture) {
                                              "the audio ends 2.011 s after the video"}));
 }
 
-TEST_F(Verify, SaysThatThePictureBeginsLaterThanTheAudio) {
+TEST_F(Verify, ReportsVideoThatBeginsAfterTheAudio) {
   const Bytes bytes = withLaterTimes(files_->at("both.ismv"), 1, 0, 18000);  // 0.6 s
   writeFile(folder_.file("both.ismv"), bytes);
   const std::string name = folder_.file("both.ismv");
@@ -255,7 +255,7 @@ TEST_F(Verify, SaysThatThePictureBeginsLaterThanTheAudio) {
                                             name + kOneProblem);
 }
 
-TEST_F(Verify, SaysWhereOnlyOneOfAudioAndPicturePauses) {
+TEST_F(Verify, ReportsAGapInOnlyAudioOrVideo) {
   const Bytes sound = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000);
   writeFile(folder_.file("out.m4a"), sound);
   const std::string name = folder_.file("out.mpd"),
@@ -267,14 +267,14 @@ TEST_F(Verify, SaysWhereOnlyOneOfAudioAndPicturePauses) {
                                             "note: the audio ends 1.011 s after the video\n" +
                                             name + kOneProblem);
 
-  // A second pause.
+  // A second gap.
   writeFile(folder_.file("out.m4a"), withLaterTimes(sound, 2, 4, 28800));
   EXPECT_THAT(fmp4({"verify", name}).out,
               HasSubstr("note: the audio pauses for 1.000 s at 1.024 s, the video does not; the first of 2 "
                         "such pauses\n"));
 }
 
-TEST_F(Verify, TakesAPauseOfAudioAndPictureForOne) {
+TEST_F(Verify, ACommonGapIsNotAnOffsetOfAudioAndVideo) {
   const Bytes sound = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000),
               picture = withLaterTimes(files_->at("out.m4v"), 1, 2, 30000);
   writeFile(folder_.file("out.m4a"), sound);
@@ -290,7 +290,7 @@ TEST_F(Verify, TakesAPauseOfAudioAndPictureForOne) {
           "or get an undamaged copy\n");
 }
 
-TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
+TEST_F(Verify, DistinguishesDamageInTheMiddleFromATruncatedEnd) {
   for (const auto& [type, afterType, message] :
        {std::tuple{"moof", 3, "there is no fragment here"},
         std::tuple{"trun", 11, "the data offset of track 1 does not point to its samples"}}) {
@@ -305,7 +305,7 @@ TEST_F(Verify, TellsDamageInTheMiddleFromACutOffEnd) {
   }
 }
 
-// What a disk holds that lost its power ahead of the data of a fragment, counted from the first.
+// The file after a power cut before the data of a fragment, counted from 0, were written.
 Bytes withUnwrittenData(Bytes bytes, int fragment) {
   const Bytes name = {'m', 'd', 'a', 't'};
   auto at = bytes.begin();
@@ -315,7 +315,7 @@ Bytes withUnwrittenData(Bytes bytes, int fragment) {
   return bytes;
 }
 
-TEST_F(Verify, TakesFragmentsAtTheEndWhoseDataWereNeverWrittenForCutOff) {
+TEST_F(Verify, TreatsUnwrittenFragmentsAtTheEndAsTruncation) {
   writeFile(folder_.file("out.m4v"), withUnwrittenData(withUnwrittenData(files_->at("out.m4v"), 6), 7));
   const std::string found = foundAndRepaired();
   EXPECT_THAT(found,
@@ -323,7 +323,7 @@ TEST_F(Verify, TakesFragmentsAtTheEndWhoseDataWereNeverWrittenForCutOff) {
   EXPECT_THAT(text("out.mpd"), HasSubstr("PT0H0M3.00S"));
 }
 
-TEST_F(Verify, TellsOfFragmentsAmidWholeOnesWhoseDataWereNeverWritten) {
+TEST_F(Verify, ReportsUnwrittenFragmentsAmongCompleteOnes) {
   const Bytes bytes = withUnwrittenData(files_->at("out.m4v"), 2);
   writeFile(folder_.file("out.m4v"), bytes);
   const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
@@ -334,7 +334,7 @@ TEST_F(Verify, TellsOfFragmentsAmidWholeOnesWhoseDataWereNeverWritten) {
   EXPECT_EQ(readFile(folder_.file("out.m4v")), bytes);
 }
 
-TEST_F(Verify, RefusesWhatIsNoRecording) {
+TEST_F(Verify, RefusesWhatIsNotARecording) {
   const auto refused = [this](const std::string& name) {
     const RunResult result = fmp4({"verify", folder_.file(name)});
     EXPECT_EQ(result.exitCode, 1);
@@ -353,7 +353,7 @@ TEST_F(Verify, RefusesWhatIsNoRecording) {
   EXPECT_THAT(refused("start.m4v"), HasSubstr("ends before its movie box: it has nothing"));
 }
 
-TEST_F(Verify, AListLeadsToNoFileButThoseBesideIt) {
+TEST_F(Verify, ListsLeadOnlyToFilesBesideThem) {
   std::filesystem::create_directory(folder_.file("lists"));
   const std::string manifest = text("out.mpd");
   for (const char* name : {"../out.m4v", "/dev/zero", "..", ""}) {

@@ -20,7 +20,7 @@ TEST(Version, PrintsTheProgramsVersionTheInterfacesAndTheFormatRecord) {
                             "further flags: 0xF1000000\n");
 }
 
-TEST(Version, IsAnOptionOfTheProgramToo) {
+TEST(Version, IsAlsoAnOptionOfTheProgram) {
   const RunResult result = fmp4({"--version"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.err, "");

@@ -48,7 +48,7 @@ TEST(WaveHeader, BeyondFourGibibytesIsRf64) {
   EXPECT_EQ(numberAt(head, 100, 4), 0xFFFFFFFFu);
 }
 
-TEST(WaveHeader, MoreThanTwoChannelsNameTheirSpeakers) {
+TEST(WaveHeader, MoreThanTwoChannelsHaveASpeakerMask) {
   const auto head = waveHeader({48000, 6, 16}, 0);
   EXPECT_EQ(numberAt(head, 56, 2), 0xFFFEu);
   EXPECT_EQ(numberAt(head, 76, 4), 0x3Fu);

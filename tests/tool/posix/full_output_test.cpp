@@ -1,4 +1,4 @@
-// Outputs that take nothing.
+// Outputs that accept no data.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,7 +8,7 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
-TEST(Usage, FullStandardOutputIsAFailure) {
+TEST(Usage, FullStandardOutputFails) {
   const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 version >/dev/full"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: standard output could not be written; is its disk full?\n");

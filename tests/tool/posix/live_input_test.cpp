@@ -86,7 +86,7 @@ std::string textOf(const std::string& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-// Pictures and sound with many bytes.
+// Video and audio at a high bit rate.
 std::vector<std::string> noise(int seconds) {
   const std::string length = std::to_string(seconds);
   return {
@@ -131,7 +131,7 @@ class LiveInput : public testing::Test {
   Bytes live_;
 };
 
-TEST_F(LiveInput, MakesTheRecordingThatItsFileMakes) {
+TEST_F(LiveInput, MakesTheSameRecordingAsTheFile) {
   Recorder recorder(output(), folder_);
   ASSERT_TRUE(recorder.feed(live_));
   ASSERT_EQ(recorder.end(), 0) << recorder.errors();
@@ -148,7 +148,7 @@ TEST_F(LiveInput, MakesTheRecordingThatItsFileMakes) {
   for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(tones[i], flashes[i], 512.0 / 48000 + 0.0015);
 }
 
-// The parts of a file of a recording that are finished once so many fragments have arrived.
+// Complete parts of a recorded file are there before the input ends.
 TEST_F(LiveInput, RecordsFragmentsAsTheyComplete) {
   makeMedia(folder_.file("short.mp4"),
             pictureInput(2, "25", "160x96") + h264Codec(2, 0) +
@@ -157,7 +157,7 @@ TEST_F(LiveInput, RecordsFragmentsAsTheyComplete) {
   const auto starts = fragments();
   ASSERT_EQ(starts.size(), 25u);
   Recorder recorder(output(), folder_);
-  // 10 fragments of 2 frames are a segment. What has been listed is there while the input stays open.
+  // 10 fragments of 2 frames are a segment. What is listed is on the disk while the input is still open.
   ASSERT_TRUE(recorder.feed(std::span(live_).first(starts[21])));
   for (int i = 0;
        i < 600 && textOf(folder_.file("out.m3u8")).find("#EXTINF:0.800,\n", 240) == std::string::npos; ++i)
@@ -172,10 +172,10 @@ TEST_F(LiveInput, RecordsFragmentsAsTheyComplete) {
   EXPECT_EQ(recordedFrames(), 50u);
 }
 
-TEST_F(LiveInput, SignalsEndTheRecordingWhole) {
+TEST_F(LiveInput, SignalsLeaveAnIntactRecording) {
   for (const int signal : {SIGINT, SIGTERM}) {
     Recorder recorder(output(), folder_);
-    // In the midst of the last fragment; the one before it has been read when the movie file says so.
+    // In the middle of the last fragment; the previous one has been read when the movie file shows it.
     ASSERT_TRUE(recorder.feed(std::span(live_).first(fragments().back() + 100)));
     for (int i = 0; i < 600 && (!std::filesystem::exists(folder_.file("out.m4v")) ||
                                 std::filesystem::file_size(folder_.file("out.m4v")) < 1000);
@@ -191,7 +191,7 @@ TEST_F(LiveInput, SignalsEndTheRecordingWhole) {
   }
 }
 
-TEST_F(LiveInput, InputThatBreaksOffIsRecordedUpToThere) {
+TEST_F(LiveInput, TruncatedInputIsRecordedUpToItsEnd) {
   Recorder recorder(output(), folder_);
   ASSERT_TRUE(recorder.feed(std::span(live_).first(fragments().back() + 500)));
   EXPECT_EQ(recorder.end(), 1);
@@ -200,7 +200,7 @@ TEST_F(LiveInput, InputThatBreaksOffIsRecordedUpToThere) {
   EXPECT_EQ(recordedFrames(), 25 * (fragments().size() - 1));
 }
 
-TEST_F(LiveInput, InputThatIsDamagedIsRecordedUpToThere) {
+TEST_F(LiveInput, DamagedInputIsRecordedUpToTheDamage) {
   const auto starts = fragments();
   for (const std::uint8_t size : {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{7}, std::uint8_t{255}}) {
     Bytes bytes = live_;
@@ -214,7 +214,7 @@ TEST_F(LiveInput, InputThatIsDamagedIsRecordedUpToThere) {
   }
 }
 
-TEST_F(LiveInput, InputThatIsNoFragmentedMp4IsRefused) {
+TEST_F(LiveInput, RefusesInputThatIsNotFragmentedMp4) {
   const auto refusal = [&](const Bytes& input) {
     Recorder recorder(output(), folder_);
     recorder.feed(input);
@@ -233,8 +233,8 @@ TEST_F(LiveInput, InputThatIsNoFragmentedMp4IsRefused) {
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
 }
 
-// Fragments of sound alone, without end.
-TEST_F(LiveInput, InputWithoutVideoIsNotWaitedForForever) {
+// Audio-only fragments without end.
+TEST_F(LiveInput, DoesNotWaitForeverForVideo) {
   makeMedia(
       folder_.file("sound.mp4"),
       toneInput(60) + std::vector<std::string>{"-c:a", "aac", "-frag_duration", "1000000"} + fragmented());
@@ -262,7 +262,7 @@ TEST_F(LiveInput, InputWithoutVideoIsNotWaitedForForever) {
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
 }
 
-TEST_F(LiveInput, FragmentsThatMakeNoSenseAreDamage) {
+TEST_F(LiveInput, ContradictoryFragmentsAreDamage) {
   const auto starts = fragments();
   const auto part = [&](std::size_t from, std::size_t to) {
     return Bytes(live_.begin() + static_cast<std::ptrdiff_t>(from),
@@ -280,7 +280,7 @@ TEST_F(LiveInput, FragmentsThatMakeNoSenseAreDamage) {
   expectDamage(join({part(starts[5], starts[5] + moofSize), part(starts[5], starts[6])}),
                "a fragment has no media data");
   expectDamage(boxOfSize(0, "mdat"), "the box 'mdat' has no size but lasts until the end of the input");
-  // Samples without bytes, which a few bytes of boxes can count without end.
+  // Empty samples: a few bytes of boxes can state any number of them.
   for (const std::uint32_t count : {70'000u, 5'000'000u}) {
     const Bytes traf =
         box("traf", {fullBox("tfhd", 0, 0x20010, {u32(2), u32(0)}), fullBox("trun", 0, 0, {u32(count)})});
@@ -289,7 +289,7 @@ TEST_F(LiveInput, FragmentsThatMakeNoSenseAreDamage) {
   }
 }
 
-TEST_F(LiveInput, TakesAsManyFramesAsAreAskedFor) {
+TEST_F(LiveInput, RecordsTheRequestedNumberOfFrames) {
   const std::string command = "'" VL_BIN_DIR "/fmp4' --quiet package - --count 60 --output '" + output() +
                               "' <'" + folder_.file("live.mp4") + "'";
   EXPECT_EQ(run({"sh", "-c", command}).exitCode, 0);
@@ -297,8 +297,8 @@ TEST_F(LiveInput, TakesAsManyFramesAsAreAskedFor) {
   expectWhole();
 }
 
-TEST_F(LiveInput, NeedsNoMoreMemoryForALongInputThanForAShortOne) {
-  // A minute and six of them, of noise.
+TEST_F(LiveInput, MemoryDoesNotGrowWithTheInput) {
+  // Noise, the second time ten times as long.
   makeMedia(folder_.file("noise.mp4"), noise(4));
   long peaks[2] = {};
   std::uintmax_t sizes[2] = {};
@@ -306,7 +306,7 @@ TEST_F(LiveInput, NeedsNoMoreMemoryForALongInputThanForAShortOne) {
     const std::string input = folder_.file("long.mp4");
     makeMedia(input, "-stream_loop", i == 0 ? "4" : "49", "-i", folder_.file("noise.mp4"), "-c", "copy",
               "-movflags", "frag_keyframe+empty_moov+default_base_moof");
-    // Piece by piece: a new process counts what the one before it held.
+    // In pieces: the peak memory of a new process includes that of the process that started it.
     std::ifstream file(input, std::ios::binary);
     Recorder recorder(output(), folder_);
     for (Bytes piece(65536); file; sizes[i] += static_cast<std::uintmax_t>(file.gcount())) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST_F(Serve, LinksLeadNowhereOutsideTheFolder) {
+TEST_F(Serve, LinksOutOfTheFolderAreNotFollowed) {
   std::filesystem::create_symlink("../secret.m4v", media_ / "out.m4v");
   std::filesystem::create_symlink(outside_.path(), media_ / "up");
   std::filesystem::create_symlink("digits.m4v", media_ / "within.m4v");

@@ -52,7 +52,7 @@ class Recorder {
     if (input_) CloseHandle(input_);
     input_ = nullptr;
   }
-  // Presses Ctrl-C in its console, which reaches everybody who is attached to it.
+  // Presses Ctrl-C in its console, which reaches every process attached to it.
   bool askForEnd() {
     FreeConsole();
     SetConsoleCtrlHandler([](DWORD) { return TRUE; }, TRUE);
@@ -60,7 +60,7 @@ class Recorder {
     FreeConsole();
     return asked;
   }
-  // Waits and gives the exit code.
+  // Waits and returns the exit code.
   DWORD wait() {
     constexpr DWORD kMaxAudioLagFragments = 60'000;  // milliseconds
     EXPECT_EQ(WaitForSingleObject(process_.hProcess, kMaxAudioLagFragments), WAIT_OBJECT_0)
@@ -117,7 +117,7 @@ TEST_F(LiveInput, IsRecordedUpToItsEnd) {
   expectWhole(100);
 }
 
-TEST_F(LiveInput, WritingNothingIsNotItsEnd) {
+TEST_F(LiveInput, AnEmptyWriteIsNotItsEnd) {
   Recorder recorder(folder_.file("out.mp4"), errors());
   const std::span<const std::uint8_t> bytes(live_);
   ASSERT_TRUE(recorder.feed(bytes.first(lastFragment())));
@@ -130,7 +130,7 @@ TEST_F(LiveInput, WritingNothingIsNotItsEnd) {
 }
 
 // The pipe stays open, so that the program waits in a read.
-TEST_F(LiveInput, ARequestToEndEndsTheRecordingWhole) {
+TEST_F(LiveInput, ARequestToEndLeavesAnIntactRecording) {
   Recorder recorder(folder_.file("out.mp4"), errors());
   ASSERT_TRUE(recorder.feed(std::span(live_).first(lastFragment() + 100)));
   awaitRecording();
