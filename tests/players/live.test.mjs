@@ -56,7 +56,7 @@ async function checkKilled({folder: killed, media, live}) {
   const file = path.join(killed, media);
   const {code, line} = await verdict('verify', file);
   assert.equal(code, 1);
-  assert.match(line, /is not whole: \d+ problems?; run: fmp4 repair/);
+  assert.match(line, /is not intact: \d+ problems?; run: fmp4 repair/);
 
   const list = await fs.readFile(live.playlist, 'utf8');
   const listed = kSegmentFrames * (list.split('#EXTINF').length - 1);
@@ -64,7 +64,7 @@ async function checkKilled({folder: killed, media, live}) {
   await fs.writeFile(ended, `${list}#EXT-X-ENDLIST\n`);
   assertFirst(listed, listed ? await pictures(ended, anyLocalExtension) : []);
 
-  assert.deepEqual(await verdict('repair', file), {code: 0, line: `${file} is whole again`});
+  assert.deepEqual(await verdict('repair', file), {code: 0, line: `${file} is intact again`});
   assert.equal((await verdict('verify', file)).code, 0);
   const kept = await pictures(live.playlist, anyLocalExtension);
   assert.ok(kept.length > 0 && kept.length >= listed);
