@@ -31,8 +31,8 @@ class Recording {
   // The media files by path, including those without a movie box.
   std::vector<std::pair<std::string, const RecordedMedia*>> media() const;
 
-  // The lists as the end of the recording would have written them; empty: there is none. What only a former
-  // list can know (when the recording began, the bit rate of its sound) is taken from the one that is there.
+  // The manifest and playlists that the recording has once it has ended; empty when there is none. What only
+  // an existing one can say (when the recording began, the bit rate of its audio) is taken from it.
   struct Lists {
     std::string manifest;
     std::string videoPlaylist;

@@ -103,7 +103,7 @@ SourceTrack* Packager::findAudio() {
   return nullptr;
 }
 
-// Whether any audio known so far is to be recorded.
+// Whether any audio known so far will be recorded.
 bool Packager::audioPlays(SourceTrack& track) const {
   const double end = times_.firstPicture() + static_cast<double>(frameLimit_) * times_.frameSeconds();
   return std::any_of(track.samples.begin(), track.samples.end(), [&](const SourceSample& sample) {

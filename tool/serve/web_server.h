@@ -13,7 +13,7 @@
 //   /page/NAME        the files that the page is made of
 //   /recordings.json  the recordings of the folder (folder_recordings.h)
 //   /media/NAME       a file of the folder
-// Nothing is to be kept by the client: files grow while they are served.
+// Clients must not cache anything: files grow while they are served.
 class WebServer {
  public:
   // Throws UserError when a folder cannot be read.

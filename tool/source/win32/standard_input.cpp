@@ -17,7 +17,7 @@ std::mutex readingMutex;
 bool reading = false;
 
 // While it exists, requests to end cancel the thread's wait. The destructor waits for a cancel in progress,
-// which would otherwise hit the thread's next file access.
+// which could otherwise hit the thread's next file access.
 class Reading {
  public:
   Reading() { set(true); }
