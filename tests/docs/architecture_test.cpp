@@ -10,7 +10,7 @@ namespace {
 
 TEST(ArchitectureDocument, NamesFilesThatExist) {
   // A path has a slash and ends with an extension; a command or a folder in backticks has no such end.
-  static const std::regex kPath(R"(`"?([\w.-]+(?:/[\w.-]+)*/[\w-]+(?:\.[\w-]+)+)"?`)");
+  static const std::regex kPath(R"re(`"?([\w.-]+(?:/[\w.-]+)*/[\w-]+(?:\.[\w-]+)+)"?`)re");
   std::size_t paths = 0;
   for (const std::string& line : linesOfFile(kTree / "docs/architecture.md"))
     for (std::sregex_iterator match(line.begin(), line.end(), kPath), end; match != end; ++match, ++paths)
