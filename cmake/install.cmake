@@ -1,5 +1,5 @@
-# What is installed, in the places of a Linux system: programs, the host library with its plug-in beside it, headers,
-# and the CMake package of the host library: find_package(vlhost).
+# What is installed, in the folders of a Linux system: programs, the host library with its plug-in beside it,
+# headers, and the CMake package of the host library, for find_package(vlhost).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

@@ -26,14 +26,14 @@ function(vl_module target)
   endif()
 endfunction()
 
-# vl_unoptimized(target): code that is not speed-critical, compiled without optimisation in a third of the
+# vl_unoptimized(target): code that is not speed-critical, compiled without optimisation, in a third of the
 # time.
 function(vl_unoptimized target)
   target_compile_options(${target} PRIVATE -O0)
 endfunction()
 
-# vl_optimize_sources(sources...): those sources of such a target that process millions of values.
+# vl_optimize_sources(sources...): the sources of such a target that process millions of values.
 function(vl_optimize_sources)
-  # A precompiled header fits one level of optimization only.
+  # A precompiled header serves one level of optimisation only.
   set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1 SKIP_PRECOMPILE_HEADERS ON)
 endfunction()

@@ -1,4 +1,4 @@
-// Loads the plug-in and makes its objects, the way a host does: what the three examples share.
+// Loads the plug-in and creates its objects, as a host does: shared by the three examples.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 class Plugin {
  public:
-  // Closes and destroys an object through the plug-in that made it.
+  // Closes and destroys an object through the plug-in that created it.
   struct Closer {
     const Plugin* plugin;
     void operator()(CAMediaFile* object) const {
@@ -21,7 +21,7 @@ class Plugin {
   };
   using File = std::unique_ptr<CAMediaFile, Closer>;
 
-  // A name without a folder is looked for beside the program and beside the host library.
+  // A name without a folder is searched for beside the program and beside the host library.
   explicit Plugin(const char* name = "vlx_fmp4") {
     constexpr std::uint32_t kBesideHostFirst = 2, kVersionQuery = 0xFFFFFFFFu, kInterfaceVersion = 23;
     void* const library = vlOSLoadLibrary(name, kBesideHostFirst);

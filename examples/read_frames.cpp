@@ -1,5 +1,5 @@
 // Reads frames and the audio that plays with them: read_frames FILE FIRST COUNT
-// Prints a line a frame: its number, its size, whether it is a key frame, and the bytes of PCM.
+// Prints a line for each frame: its number, its size, whether it is a key frame, and the bytes of PCM.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t kVideo = 1, kFirstPair = 3;  // channel masks
 
-// One frame, compressed as it is stored.
+// One compressed frame, as it is stored.
 bool readFrame(CAMediaFile& file, std::uint32_t frame, std::vector<std::uint8_t>& buffer, DFRAME& request) {
   request = {};
   request.size = sizeof request;
@@ -23,7 +23,7 @@ bool readFrame(CAMediaFile& file, std::uint32_t frame, std::vector<std::uint8_t>
   return file.Read(frame, 1, kVideo, QVR_MODE_VIDEO, &request, nullptr) == VL_OK;
 }
 
-// `count` samples of every channel from `position` on, as PCM.
+// `count` samples of every channel, starting at `position`, as PCM.
 std::uint32_t readAudio(CAMediaFile& file, std::uint64_t position, std::uint32_t count,
                         std::vector<std::uint8_t>& buffer, DFRAME& request) {
   request = {};
@@ -45,7 +45,7 @@ int main(int argc, char** argv) try {
   file->GetFileInfo(kVideo, nullptr, video.get(), nullptr, nullptr);
   if (file->AudChan() != 0) file->GetFileInfo(kFirstPair, nullptr, nullptr, &audio, nullptr);
 
-  // A read without a descriptor answers the size of the largest frame.
+  // A read without a descriptor returns the size of the largest frame.
   std::vector<std::uint8_t> frameBuffer(file->Read(0, 1, kVideo, QVR_MODE_VIDEO, nullptr, nullptr));
   const double samplesPerFrame =
       static_cast<double>(audio.wave.samplesPerSecond) * video->stream.scale / video->stream.rate;

@@ -1,4 +1,4 @@
-// Records the video of a file anew: record SOURCE OUTPUT.mp4
+// Copies the video of a file into a new recording: record SOURCE OUTPUT.mp4
 // Makes OUTPUT.m4v, its manifest OUTPUT.mpd and its playlist OUTPUT.m3u8.
 #include <cstdio>
 #include <exception>
@@ -15,7 +15,7 @@ int main(int argc, char** argv) try {
   const Plugin::File source = plugin.open(argv[1]);
   const Plugin::File output = plugin.create(argv[2]);
 
-  // The description says what is recorded: size, rate and codec configuration.
+  // The description specifies the video: size, rate and codec configuration.
   const auto video = std::make_unique<QVRVIDEO>();
   source->GetFileInfo(kVideo, nullptr, video.get(), nullptr, nullptr);
   if (output->SetFileInfo(kVideo, nullptr, video.get(), nullptr, nullptr) != VL_OK)
@@ -28,12 +28,12 @@ int main(int argc, char** argv) try {
     request->size = sizeof *request;
     request->data = buffer.data();
     request->dataCapacity = static_cast<std::uint32_t>(buffer.size());
-    // What was read is written as it is: bytes, key flag, composition offset.
+    // Each frame is written as it was read: bytes, key flag, composition offset.
     if (source->Read(frame, 1, kVideo, QVR_MODE_VIDEO, request.get(), nullptr) != VL_OK ||
         output->Write(frame, 1, kVideo, QVR_MODE_VIDEO, request.get(), nullptr) != VL_OK)
       return std::fprintf(stderr, "frame %u cannot be copied\n", frame), 1;
   }
-  // Closing completes the last segment and lists it; its result says whether all of it reached the disk.
+  // Closing completes and lists the last segment; its result is whether everything reached the disk.
   MFXCLOSE closing = {};
   return output->MFXCmd(MFX_CLOSE, &closing) == VL_OK ? 0 : 1;
 } catch (const std::exception& error) {

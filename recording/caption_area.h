@@ -1,4 +1,4 @@
-// The caption area of a descriptor: the CEA-608 pair in front, the CEA-708 packet from byte 4 on.
+// The caption area of a descriptor: the CEA-608 pair first, the CEA-708 packet from byte 4 on.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 namespace caption_area {
 
 inline constexpr std::size_t kPacketStart = 4;
-// A caption distribution packet (SMPTE ST 334-2) goes behind the word 353 and a byte of its own.
+// A caption distribution packet (SMPTE ST 334-2) follows the word 353 and a length byte.
 inline constexpr std::size_t kDistributionStart = 7;
 inline constexpr std::uint16_t kDistributionWord = 353;
 

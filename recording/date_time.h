@@ -1,4 +1,4 @@
-// The present, as manifests and playlists state it.
+// The current time, as manifests and playlists state it.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// The texts that recording reports, and how it reports them.
+// The messages that recording reports, and how it reports them.
 #pragma once
 
 #include "vlutil.h"

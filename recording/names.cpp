@@ -34,7 +34,7 @@ std::string audioPlaylistOf(const Path& audio) {
   return vlName(path);
 }
 
-// The file of this name beside a list, when it can only mean that.
+// The file of this name beside a manifest or playlist, if the reference can only mean that.
 std::optional<Path> fileBeside(const Path& list, const std::string& mediaName) {
   const Path name = vlPath(mediaName);
   const bool plain = !mediaName.empty() && name.filename() == name && mediaName != "." && mediaName != "..";
@@ -43,7 +43,7 @@ std::optional<Path> fileBeside(const Path& list, const std::string& mediaName) {
   return isFile(path) ? std::optional(path) : std::nullopt;
 }
 
-// The media file that a list's reference leads to. Lists that hold the bare name are understood too.
+// The media file that a reference leads to. References with the bare name are accepted too.
 std::optional<Path> beside(const Path& list, const std::string& reference) {
   const auto file = fileBeside(list, NameOfUri(reference));
   return file ? file : fileBeside(list, reference);
@@ -56,7 +56,7 @@ std::optional<Path> mediaInManifest(const Path& manifest) {
   return read ? beside(manifest, read->video.baseUrl) : std::nullopt;
 }
 
-// The URI that the map of a playlist names.
+// The URI in the map of a playlist.
 std::optional<Path> mediaInPlaylist(const Path& playlist) {
   constexpr std::string_view kMap = "#EXT-X-MAP:URI=\"";
   std::ifstream file(playlist);
@@ -69,7 +69,7 @@ std::optional<Path> mediaInPlaylist(const Path& playlist) {
   return std::nullopt;
 }
 
-// The media file that a list tells of by its own name.
+// The media file that a manifest or playlist of this name belongs to.
 std::optional<Path> mediaByName(const Path& list) {
   std::string stem = vlName(list.stem());
   constexpr std::string_view kMaster = ".master";
@@ -101,14 +101,14 @@ Path findMedia(const Path& name) {
   }
   if (!media)
     throw UserError("'" + vlName(name) + "' belongs to no recording: it has no media file; check the name");
-  // Sound that stands beside a picture is part of its recording.
+  // An audio file beside a video file is part of its recording.
   if (media->extension() == ".m4a" && isFile(with(*media, ".m4v"))) return with(*media, ".m4v");
   return *media;
 }
 
 std::string manifestOf(const Path& video) {
   const std::string mpd = with(video, ".mpd"), xml = with(video, ".xml");
-  // Recording looks for the text in the whole path, which may have been another then.
+  // Recording looks for the text in the whole path, which may have been another one then.
   const bool smooth = contains(video, ".ism");
   if (smooth && !isFile(xml) && isFile(mpd)) return mpd;
   return smooth ? xml : mpd;

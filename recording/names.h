@@ -3,9 +3,9 @@
 
 #include <string>
 
-// Paths, whether the files are there or not; empty where a recording has no such file.
+// Paths, whether the files exist or not; empty where a recording has no such file.
 struct RecordingNames {
-  std::string video;          // empty for sound alone
+  std::string video;          // empty for audio alone
   std::string audio;          // beside the video, or alone
   std::string manifest;       // only with video
   std::string videoPlaylist;  // only with video
@@ -17,7 +17,7 @@ struct RecordingNames {
 // Throws UserError when no media file is there.
 RecordingNames findRecording(const std::string& name);
 
-// Of sound alone, in the media file `audio`.
+// The files of a recording of audio alone, in the media file `audio`.
 RecordingNames namesOfAudioAlone(const std::string& audio);
 
 // Name and extension of a path.

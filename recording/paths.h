@@ -1,9 +1,9 @@
-// How the files of a recording are named, beside each other.
+// How the files of a recording are named.
 #pragma once
 
 #include <string>
 
-// The path with another extension; empty where that makes it too long.
+// The path with another extension; empty when that makes it too long.
 std::string WithExtension(const std::string& path, const char* extension);
 
 // Of a recording opened by `name`: the media file (NAME.mp4 is recorded as NAME.m4v) and the manifest.
@@ -15,8 +15,8 @@ std::string ManifestPath(const std::string& name);
 bool HasSeparateAudio(const std::string& video);
 std::string AudioPath(const std::string& video);
 
-// The playlists of media files, and the one that joins them.
+// The playlists of media files, and the master playlist.
 std::string VideoPlaylistPath(const std::string& video);
-// Beside that of the video: the end of the name tells them apart.
+// Beside that of the video; the end of the name differs.
 std::string AudioPlaylistPath(const std::string& audio);
 std::string MasterPlaylistPath(const std::string& video);

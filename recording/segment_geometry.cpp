@@ -11,8 +11,8 @@ constexpr std::uint32_t kMaxFragments = 10;
 SegmentGeometry GeometryOfInterval(std::uint32_t interval) {
   if (interval <= 1) return {kMaxFramesPerFragment, kMaxFragments};
   if (interval <= kMaxFramesPerFragment) return {interval, kMaxFragments};
-  // Dividing the interval by 2, 3, 4 and on gives falling quotients; the first that divides it counts. 1
-  // always does, so the search ends.
+  // Dividing the interval by 2, 3, 4 and so on gives decreasing quotients; the first that divides it is
+  // taken. 1 always does, so the search ends.
   std::uint32_t frames = kMaxFramesPerFragment;
   while (interval % frames != 0) --frames;
   const std::uint32_t divisor = interval / (frames + 1) + 1;  // the first with this quotient

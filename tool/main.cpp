@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
   try {
     std::vector<std::string> arguments = commandLine(argc, argv);
     arguments.erase(arguments.begin());
-    std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+    std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
     app.parse(std::move(arguments));
     return runCommand(invocation);
   } catch (const CLI::ParseError& error) {

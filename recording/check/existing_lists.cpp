@@ -22,7 +22,7 @@ std::optional<Number> numberOf(const char* text) {
   return value;
 }
 
-// The text where it can be a date and time: it goes into lists again.
+// The text if it can be a date and time: it is written into manifest and playlists again.
 std::string dateTime(std::string_view text) {
   constexpr std::string_view kCharacters = "0123456789TZ:.+-";
   return text.size() <= 40 && text.find_first_not_of(kCharacters) == text.npos ? std::string(text) : "";
@@ -75,7 +75,7 @@ std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, co
   bool mapped = false;
   std::string line;
   for (int i = 0; i < kHeaderLines && std::getline(file, line); ++i) {
-    if (line.ends_with('\r')) line.pop_back();  // as Windows ends lines
+    if (line.ends_with('\r')) line.pop_back();  // Windows line end
     if (line == map) mapped = true;
     if (line.starts_with(kTarget)) former.targetDuration = numberOf<std::uint32_t>(&line[kTarget.size()]);
     if (line.starts_with(kTime)) former.startTime = dateTime(std::string_view(line).substr(kTime.size()));

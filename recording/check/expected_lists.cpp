@@ -1,4 +1,4 @@
-// The manifest and the playlists that a recording has once it has ended.
+// The manifest and the playlists that a complete recording has.
 #include <algorithm>
 #include <filesystem>
 
@@ -15,21 +15,21 @@ namespace {
 
 using mp4::TrackKind;
 
-// One media file as its lists see it.
+// One media file as manifest and playlists see it.
 struct Listed {
   const RecordedMedia& media;
-  double rate = 0;                  // positions a second
-  std::uint64_t segmentLength = 0;  // positions
+  double rate = 0;                  // frames or samples a second
+  std::uint64_t segmentLength = 0;  // frames or samples
 };
 
-// What the former lists of a media file tell of its full segments.
+// What the existing manifest and playlist of a media file say of its full segments.
 struct PreviousSegment {
-  std::optional<std::uint64_t> positions;       // by the manifest
+  std::optional<std::uint64_t> positions;       // frames or samples, by the manifest
   std::optional<std::uint32_t> targetDuration;  // by the playlist, seconds
 };
 
-// Positions of a full segment. A file of one fragment does not tell, for that one may have been cut short,
-// and a file of none even less: then the former lists are asked.
+// Frames or samples of a full segment. The only fragment of a file may be a short one, and a file without
+// fragments says nothing: the existing manifest and playlist are then asked.
 std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64_t positionsPerFrame,
                             const PreviousSegment& former) {
   const std::uint64_t fragments = media.fragmentsPerSegment();
@@ -67,7 +67,7 @@ void addSegments(MpdWriter& manifest, MpdWriter::List list, const RecordedMedia&
     manifest.AddSegment(list, segment.start, media.endOffset(segment), segment.indexEnd);
 }
 
-// Bytes a second of the sound that there is.
+// Bytes a second of the audio present.
 std::uint32_t byteRateOf(const RecordedMedia& audio) {
   const std::uint64_t rate = audio.movie()->indexedTrack().timescale;
   return static_cast<std::uint32_t>(
@@ -114,7 +114,7 @@ std::string masterOf(const Recording& recording, const Recording::Lists& lists) 
   return masterPlaylistText(master);
 }
 
-// The first that is given.
+// The first that has a value.
 std::string firstOf(std::initializer_list<std::string> texts) {
   return *std::find_if(texts.begin(), texts.end(), [](const std::string& text) { return !text.empty(); });
 }

@@ -10,13 +10,13 @@ namespace {
 using tinyxml2::XMLAttribute;
 using tinyxml2::XMLElement;
 
-// As much of a text as a message can bear.
+// Longest part of a text that a message quotes, in bytes.
 std::string quoted(std::string_view text) {
   constexpr std::size_t kMost = 120;
   return text.size() <= kMost ? jsonText(text) : jsonText(text.substr(0, kMost)) + "...";
 }
 
-// Takes the next line off `text`, without its end, which may be that of Windows.
+// Removes the next line from `text` and returns it without its line end, which may be that of Windows.
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = std::min(text.find('\n'), text.size());
   std::string_view line = text.substr(0, end);
@@ -29,7 +29,7 @@ const char* orEmpty(const char* text) {
   return text ? text : "";
 }
 
-// "MPD/Period/AdaptationSet[1]": an element's place, its rank among those of its name counted from 0.
+// "MPD/Period/AdaptationSet[1]": the path of an element, with its index, from 0, among siblings of its name.
 std::string placeOf(const XMLElement* element) {
   unsigned rank = 0;
   for (const XMLElement* before = element->PreviousSiblingElement(element->Name()); before;
@@ -57,7 +57,7 @@ std::string attributeDifference(const XMLElement* expected, const XMLElement* ac
   return "";
 }
 
-// No deeper than `expected` is.
+// Recursion is no deeper than `expected` is.
 std::string elementDifference(const XMLElement* expected, const XMLElement* actual) {
   if (std::string_view(expected->Name()) != actual->Name())
     return quoted(actual->Name()) + " is where " + placeOf(expected) + " should";

@@ -9,12 +9,12 @@
 
 struct Problem {
   std::string file;                     // name and extension
-  std::optional<std::uint64_t> offset;  // of the byte in the file where it begins
+  std::optional<std::uint64_t> offset;  // in the file, of the first byte concerned
   std::string text;
   bool repairable = false;
 };
 
-// Problems in the order of their finding. Those beyond a number that anybody reads are only counted.
+// Problems in the order in which they were found. Those beyond what anybody would read are only counted.
 class ProblemList {
  public:
   static constexpr std::size_t kMaxKept = 100;
@@ -26,7 +26,7 @@ class ProblemList {
   }
   std::uint64_t count() const { return count_; }
   const std::vector<Problem>& kept() const { return kept_; }
-  // Whether all can be put right.
+  // Whether all can be repaired.
   bool repairable() const { return repairable_; }
 
  private:

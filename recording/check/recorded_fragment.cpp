@@ -24,7 +24,7 @@ std::optional<TrackKind> kindOf(std::uint32_t trackId) {
   return std::nullopt;
 }
 
-// Sample counts and bytes are bounded by the media data, which are checked against the sums below.
+// Sample counts and bytes are bounded by the media data: sums are checked against these below.
 void sumUp(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack& track, RecordedRun& run) {
   const std::uint64_t duration =
       tfhd.flags & Header::kDefaultSampleDuration ? tfhd.defaultSampleDuration : track.defaultSampleDuration;
@@ -43,7 +43,7 @@ void sumUp(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack
   }
 }
 
-// The reason why a track fragment is none, or nothing. `dataEnd` is where the data of the track before end.
+// Why a track fragment is invalid, or nothing. `dataEnd` is the end of the previous track's data.
 std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, std::uint64_t& dataEnd,
                       RecordedFragment& fragment) {
   const auto* tfhd = Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd")));
@@ -68,7 +68,7 @@ std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, st
   return "";
 }
 
-// The end of the "mdat" at `offset`, 0 when none stands there whole.
+// The end of the "mdat" at `offset`; 0 when no complete one is there.
 std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
   Mp4Box mdat;
   const std::uint64_t size = stream.size();
@@ -78,7 +78,7 @@ std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
   return whole ? offset + mdat.size : 0;
 }
 
-// Whether all of one byte or more are zero: the first is, and each is like the one before.
+// Whether all of one or more bytes are zero: the first is, and each equals the one before.
 bool isZero(const std::uint8_t* bytes, std::ptrdiff_t count) {
   return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, static_cast<std::size_t>(count - 1)) == 0;
 }
@@ -139,13 +139,13 @@ bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end,
 std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,
                                           std::uint32_t sequenceNumber) {
   constexpr std::size_t kPiece = 1u << 20;
-  // Size and type of the "moof", and its whole "mfhd": size, type, version and flags, sequence number.
+  // Size and type of the "moof", and its complete "mfhd": size, type, version and flags, sequence number.
   constexpr std::size_t kStart = 8 + 16;
   constexpr std::array<std::uint8_t, 4> kType = {'m', 'o', 'o', 'f'};
   std::vector<std::uint8_t> bytes;
   const std::uint64_t size = stream.size();
   for (std::uint64_t offset = from; offset < size; offset += kPiece) {
-    // Pieces overlap, so that no start is cut in two.
+    // Pieces overlap, so that no start is split between two.
     bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kPiece + kStart - 1, size - offset)));
     const auto count = static_cast<std::int64_t>(bytes.size());
     if (!stream.seek(offset) || stream.read(bytes.data(), count) != count) return std::nullopt;

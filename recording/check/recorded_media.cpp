@@ -15,7 +15,7 @@ namespace {
 using mp4::SegmentIndexBox;
 using mp4::TrackKind;
 
-// Where the first index of video starts, in ticks.
+// Time of the first segment index of a video file, in ticks.
 
 std::optional<SegmentIndexBox> parseIndex(const std::vector<std::uint8_t>& bytes) {
   Mp4MemoryStream memory(bytes.data(), bytes.size());
@@ -65,7 +65,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   end_ = ftyp->end();
   if (end_ == size_) return;
   if (!startsHere(end_, Mp4FourCc("moov"))) {
-    // What was cut off within its header may still become one.
+    // A file truncated within its header may still become a recording.
     if (size_ - end_ < 8) return;
     throw NotRecorded("has no movie box after its file type box");
   }
@@ -78,7 +78,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   end_ = initialisationLength_ = moov->end();
 }
 
-// Reads on as long as whole fragments follow. Returns why it stopped.
+// Reads on as long as complete fragments follow. Returns why it stopped.
 std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>& progress) {
   std::string reason;
   std::uint64_t offset = end_;
@@ -101,7 +101,7 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
   return reason.empty() ? "no fragment follows the segment index" : reason;
 }
 
-// An index that no fragment follows is what a recording leaves that was cut off behind it.
+// An index without a fragment is what a recording leaves when it is interrupted right after the index.
 void RecordedMedia::dropEmptySegment() {
   if (!segments_.empty() && segments_.back().fragments == 0) segments_.pop_back();
   if (segments_.empty()) fragmentsPerSegment_ = 0;
@@ -112,8 +112,8 @@ bool RecordedMedia::isUnwritten(std::uint64_t begin, std::uint64_t end) {
                           samplesPerFrame_ == kAc3FrameSamples ? kMinUnwrittenAc3 : kMinUnwritten);
 }
 
-// Takes the last fragments for none as far as their data did not reach the disk. Those of earlier segments
-// did: each segment is synchronised when it ends. Whether there were any.
+// Drops the last fragments if their data did not reach the disk. Those of earlier segments did: each segment
+// is synchronised when it ends. Returns whether any were dropped.
 bool RecordedMedia::dropUnwrittenEnd() {
   const std::size_t synchronised = segments_.size() < 2 ? 0 : segments_[segments_.size() - 2].firstFragment;
   const std::size_t before = fragments_.size();
@@ -134,7 +134,7 @@ void RecordedMedia::complainOfUnwritten() {
   }
 }
 
-// Says what is behind the last whole fragment. Behind `searchFrom` whole ones may stand.
+// Reports what follows the last complete fragment. Complete ones may follow `searchFrom`.
 void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchFrom) {
   constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
   if (movie_)
@@ -153,7 +153,7 @@ void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchF
   }
 }
 
-// Empty, or why no index can stand here.
+// Empty, or why there is no valid index here.
 std::string RecordedMedia::readIndex(std::uint64_t offset) {
   if (!segments_.empty() && segments_.back().fragments == 0) return "one segment index follows another";
   const Mp4BoxPtr box(stream_.seek(offset) ? Mp4ReadBox(stream_, nullptr) : nullptr);
@@ -167,7 +167,7 @@ std::string RecordedMedia::readIndex(std::uint64_t offset) {
   return "";
 }
 
-// Empty, or why no whole fragment stands here.
+// Empty, or why there is no complete fragment here.
 std::string RecordedMedia::readFragment(std::uint64_t offset) {
   const auto read = readRecordedFragment(stream_, offset, *movie_);
   if (const auto* reason = std::get_if<std::string>(&read)) return *reason;
@@ -197,7 +197,7 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
   if (const auto& sound = fragment.runs[TrackKind::Audio]) takeSamplesPerFrame(*sound);
 }
 
-// Holds the decode time of a run against the runs before it. `offset` is that of its fragment.
+// Checks the decode time of a run against the runs before it. `offset` is that of its fragment.
 void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint64_t offset) {
   const bool first = !times_[kind];
   if (first) times_[kind].emplace().begin = run.decodeTime;
@@ -232,7 +232,7 @@ std::optional<TrackTimeline> RecordedMedia::timeline(TrackKind kind) const {
   timeline.begin = seconds(times_[kind]->begin);
   timeline.end = timeline.begin + seconds(played);
   for (const Times::Jump& jump : times_[kind]->jumps) {
-    if (jump.fragment >= fragments_.size()) break;  // one that does not count
+    if (jump.fragment >= fragments_.size()) break;  // in a dropped fragment
     timeline.gaps.push_back({seconds(jump.from), seconds(jump.to)});
     timeline.end += timeline.gaps.back().to - timeline.gaps.back().from;
   }
@@ -253,7 +253,7 @@ std::uint64_t RecordedMedia::audioFrames() const {
 
 std::uint64_t RecordedMedia::framesPerFragment() const {
   if (fragments_.size() >= 2 && fragments_[1].samples != 0) return fragments_[0].samples;
-  // The first index of sound is timed as if a segment had gone before it.
+  // The first index of audio is timed as if a segment had preceded it.
   const std::uint64_t segmentFrames = std::uint64_t{fragmentsPerSegment_} * kAacFrameSamples;
   return movie_->hasVideo() || segmentFrames == 0 ? 0 : firstIndexTime_ / segmentFrames;
 }
@@ -263,8 +263,8 @@ std::uint64_t RecordedMedia::indexTicks(const Fragment& fragment) const {
   return positions(fragment);
 }
 
-// Frames of video or samples of sound. Intended (quirk 41): the last fragment of sound, when it is not full,
-// counts by its codec's frame, all others by that of AAC.
+// Video frames or audio samples. Intended (quirk 41): the last audio fragment, when it is not full, counts by
+// its codec's frame, all others by that of AAC.
 std::uint64_t RecordedMedia::positions(const Fragment& fragment) const {
   if (movie_->hasVideo()) return fragment.samples;
   const bool last = &fragment == &fragments_.back() && fragment.samples < framesPerFragment();
@@ -317,7 +317,7 @@ std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) cons
   index.earliestPresentationTime =
       (video ? kFirstVideoIndexTime : FirstAudioIndexTime(step)) + ordinal * step;
   index.version = index.earliestPresentationTime > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
-  // Intended (quirk 39): references that are not used are there too, all zero.
+  // Intended (quirk 39): unused references are present too, all zero.
   index.references.resize(fragmentsPerSegment_);
   for (std::size_t i = 0; i < std::min<std::size_t>(segment.fragments, fragmentsPerSegment_); ++i) {
     const Fragment& fragment = fragments_[segment.firstFragment + i];

@@ -14,7 +14,7 @@
 #include "recording/check/recorded_movie.h"
 #include "recording/check/track_timeline.h"
 
-// Why a file is no recorded media file at all.
+// Why a file is no recorded media file.
 class NotRecorded : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -25,11 +25,11 @@ class RecordedMedia {
   struct Fragment {
     std::uint64_t start = 0;    // file offset
     std::uint64_t end = 0;      // file offset
-    std::uint64_t samples = 0;  // of the track that the indexes time
+    std::uint64_t samples = 0;  // of the track that the segment indexes time
     std::uint64_t soundBytes = 0;
     std::uint64_t audioFrames = 0;
   };
-  // A segment reaches from its index to the next one, or to end().
+  // A segment extends from its index to the next one, or to end().
   struct Segment {
     std::uint64_t start = 0;     // file offset of its index
     std::uint64_t indexEnd = 0;  // file offset
@@ -37,45 +37,45 @@ class RecordedMedia {
     std::size_t fragments = 0;
   };
 
-  // What is read of the media data: those of the last two segments, which may not have reached the disk when
-  // the power failed, or all.
+  // How much media data to read: that of the last two segments, which may not have reached the disk when the
+  // power failed, or all.
   enum class Data { Last, All };
 
-  // Reads the file behind `stream` (which must outlive the object), called `name`. Adds to `problems` what is
-  // wrong. Memory follows the number of fragments. Throws NotRecorded when the file starts with no file type
-  // box of a recording, or its movie box is none.
+  // Reads the file of `stream` (which must outlive the object), called `name`. Adds problems to `problems`.
+  // Memory grows with the number of fragments. Throws NotRecorded when the file does not start with the file
+  // type box of a recording, or when its movie box is not that of one.
   RecordedMedia(Mp4Stream& stream, const std::string& name, Data data, ProblemList& problems,
                 const std::function<void(std::uint64_t)>& progress = {});
 
   const std::string& name() const { return name_; }
   std::uint64_t size() const { return size_; }
-  // Nothing where the file ends ahead of its whole movie box: it then holds no samples.
+  // Nothing when the file ends before its movie box is complete: it then holds no samples.
   const std::optional<RecordedMovie>& movie() const { return movie_; }
   std::uint64_t initialisationLength() const { return initialisationLength_; }
   const std::vector<Fragment>& fragments() const { return fragments_; }
   const std::vector<Segment>& segments() const { return segments_; }
-  // Behind the last fragment that is whole. What follows is left of one that was cut off.
+  // File offset after the last complete fragment. What follows is the rest of an interrupted one.
   std::uint64_t end() const { return end_; }
-  // Where a whole fragment stands behind damage: the file was not just cut off.
+  // File offset of a complete fragment that follows damage: the file was not just interrupted.
   const std::optional<std::uint64_t>& afterDamage() const { return afterDamage_; }
   std::uint64_t soundBytes() const;
   std::uint64_t audioFrames() const;
-  // Of the video or the sound; nothing when the file has no samples of it.
+  // Decode times of the video or audio track; nothing when the file has no samples of it.
   std::optional<TrackTimeline> timeline(mp4::TrackKind kind) const;
 
-  // References that an index has room for; 0 as long as there is no segment.
+  // References that an index has space for; 0 while there is no segment.
   std::uint32_t fragmentsPerSegment() const { return fragmentsPerSegment_; }
-  // Frames of every fragment but the last, coded ones of sound; 0 when the file does not tell.
+  // Video frames or access units of every fragment but the last; 0 when the file does not show it.
   std::uint64_t framesPerFragment() const;
-  // Frames of video, or samples of sound, of a segment and of all.
+  // Duration of a segment and of the file: video frames or audio samples.
   std::uint64_t positions(const Segment& segment) const;
   std::uint64_t positions() const;
-  // Behind the segment's last fragment.
+  // File offset after the segment's last fragment.
   std::uint64_t endOffset(const Segment& segment) const;
 
-  // The index that a whole segment has, as it is stored.
+  // The expected index of a complete segment, as it is stored.
   std::vector<std::uint8_t> indexBytes(const Segment& segment) const;
-  // Those that are stored in the file, nothing when they cannot be read.
+  // The actual references in the file; nothing when they cannot be read.
   std::optional<std::vector<std::uint8_t>> storedIndexBytes(const Segment& segment) const;
 
  private:
@@ -107,23 +107,23 @@ class RecordedMedia {
   std::uint64_t initialisationLength_ = 0;
   std::vector<Fragment> fragments_;
   std::vector<Segment> segments_;
-  std::vector<std::size_t> unwritten_;  // fragments whose data were found missing
+  std::vector<std::size_t> unwritten_;  // fragments whose data never reached the disk
   std::uint64_t end_ = 0;
   std::optional<std::uint64_t> afterDamage_;
   std::uint32_t fragmentsPerSegment_ = 0;
   std::uint64_t firstIndexTime_ = 0;   // ticks
-  std::uint32_t samplesPerFrame_ = 0;  // of coded sound
+  std::uint32_t samplesPerFrame_ = 0;  // audio samples of an access unit
 
   // Decode times of a track, in its ticks.
   struct Times {
-    // A fragment that does not follow on.
+    // A fragment that does not continue where the previous one ended.
     struct Jump {
       std::size_t fragment;
       std::uint64_t from;
       std::uint64_t to;
     };
-    std::uint64_t begin = 0;  // of the first run
-    std::uint64_t end = 0;    // of the last run
+    std::uint64_t begin = 0;  // ticks, of the first run
+    std::uint64_t end = 0;    // ticks, after the last run
     std::vector<Jump> jumps;
   };
   mp4::PerTrack<Times> times_;

@@ -16,7 +16,7 @@ const Payload* payloadAt(Mp4Box* box, const char* path) {
   return Mp4PayloadOf<Payload>(Mp4BoxGet(nullptr, box, true, "%s", path));
 }
 
-// The kind of a track whose sample entry is of this type.
+// The kind of a track with a sample entry of this type.
 std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
   switch (sampleEntry) {
     case Mp4FourCc("avc1"):
@@ -32,7 +32,7 @@ std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
   }
 }
 
-// All samples are in fragments: a table has version, flags and counts, all zero, and nothing else.
+// All samples are in fragments: a sample table has version, flags and counts, all zero, and nothing else.
 bool tablesEmpty(Mp4Stream& stream, Mp4Box* stbl) {
   constexpr std::size_t kHeader = 8, kMost = 20;
   for (const std::uint32_t type :
@@ -63,7 +63,7 @@ void takeAudio(Mp4Box* entry, RecordedMovie& movie) {
   movie.audioConfig = esds->decoderConfig->decoderSpecificInfo;
 }
 
-// The reason why the track is none of a recording, or nothing.
+// Why the track is not one of a recording, or nothing.
 std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* trak, RecordedMovie& movie,
                       const Complain& complain) {
   const auto* tkhd = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd");

@@ -29,11 +29,11 @@ struct RecordedMovie {
   // The track that the segment indexes time.
   mp4::TrackKind indexedKind() const { return hasVideo() ? mp4::TrackKind::Video : mp4::TrackKind::Audio; }
   const RecordedTrack& indexedTrack() const { return *tracks[indexedKind()]; }
-  // Of the video: its timescale is the numerator, the duration of a frame the denominator.
+  // Of the video: its timescale is the numerator of the frame rate, the duration of a frame the denominator.
   FrameRate frameRate() const;
 };
 
-// What a "moov" box describes that was read from `stream`. Nothing when it is no movie box of a recording;
-// `reason` then says why. `complain` gets what is wrong with one that is.
+// What a "moov" box read from `stream` describes. Nothing when it is not the movie box of a recording;
+// `reason` then says why. `complain` receives the problems of one that is.
 std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, std::string& reason,
                                                const std::function<void(const std::string&)>& complain);

@@ -11,7 +11,7 @@ namespace {
 
 }  // namespace
 
-// Null when there is no file, or one that was not begun as a recording.
+// Null when there is no file, or one in which no recording was begun.
 std::unique_ptr<Recording::File> Recording::open(const std::string& path) {
   auto file = std::make_unique<File>();
   const VLHANDLE handle = file->stream.open(path.c_str(), MP4_MODE_READ);
@@ -45,7 +45,7 @@ Recording::Recording(const std::string& name, RecordedMedia::Data data, const Pr
   }
   video_ = std::move(main);
   if (!companion) return;
-  // A file of sound of the same name is part of the recording unless its manifest says otherwise.
+  // An audio file of the same name is part of the recording unless the manifest says otherwise.
   const auto former = readPreviousManifest(names_.manifest, video()->initialisationLength());
   if (former && !former->placesAudio) return;
   try {
@@ -53,7 +53,7 @@ Recording::Recording(const std::string& name, RecordedMedia::Data data, const Pr
     if (companion->media->movie() && companion->media->movie()->hasVideo()) return;
     audio_ = std::move(companion);
   } catch (const NotRecorded&) {
-    // It was never begun: the recording went on without it.
+    // It was never begun: the recording went on without audio.
   }
 }
 

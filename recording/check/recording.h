@@ -1,4 +1,4 @@
-// A recording on the disk: its media files, read, and the lists that go with them.
+// A recording on the disk: its media files, as read, and the manifest and playlists that they imply.
 #pragma once
 
 #include <functional>
@@ -12,7 +12,7 @@
 
 class Recording {
  public:
-  // Gets the bytes read of all media files, and how many they have.
+  // Receives the bytes read so far and the total bytes of all media files.
   using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
   // Reads the media files of the recording that `name` belongs to. Throws UserError when there is none, or it
@@ -22,22 +22,22 @@ class Recording {
   Recording& operator=(const Recording&) = delete;
 
   const RecordingNames& names() const { return names_; }
-  // Null: no such file. Each has its movie box.
+  // Null when there is no such file. Each has its movie box.
   const RecordedMedia* video() const { return video_ ? &*video_->media : nullptr; }
   const RecordedMedia* audio() const { return audio_ && audio_->media->movie() ? &*audio_->media : nullptr; }
-  // What is wrong with the media files.
+  // Problems of the media files.
   const ProblemList& problems() const { return problems_; }
 
-  // The media files, those without a movie box included, by path.
+  // The media files by path, including those without a movie box.
   std::vector<std::pair<std::string, const RecordedMedia*>> media() const;
 
-  // The lists as the end of the recording would have written them; empty: there is none. What only a former
-  // list can know (when the recording began, the bit rate of its sound) is taken from the one that is there.
+  // The manifest and playlists that the recording has once it has ended; empty when there is none. What only
+  // an existing one can say (when the recording began, the bit rate of its audio) is taken from it.
   struct Lists {
     std::string manifest;
     std::string videoPlaylist;
     std::string audioPlaylist;
-    std::string masterPlaylist;  // only where there is one
+    std::string masterPlaylist;  // only where one exists
   };
   Lists lists() const;
 

@@ -26,13 +26,13 @@ void refuseWhatIsNotCutOff(const Recording& recording) {
                   "' could not be written; make room on the disk and repair again; nothing is lost");
 }
 
-// Writes the indexes that are not as they should be. Returns how many.
+// Writes the indexes that differ from the expected ones. Returns how many.
 std::size_t completeIndexes(Mp4Stream& out, const std::string& path, const RecordedMedia& media) {
   std::size_t completed = 0;
   for (const RecordedMedia::Segment& segment : media.segments()) {
     const auto due = media.indexBytes(segment);
     const auto is = media.storedIndexBytes(segment);
-    // One that needs another size cannot be put right in its place.
+    // An index that needs another size cannot be rewritten in place.
     if (!is || *is == due || is->size() != due.size()) continue;
     const auto size = static_cast<std::int64_t>(due.size());
     if (!out.seek(segment.start) || out.write(due.data(), size) != size) cannotWrite(path);
@@ -41,7 +41,7 @@ std::size_t completeIndexes(Mp4Stream& out, const std::string& path, const Recor
   return completed;
 }
 
-// The indexes reach the disk ahead of anything that relies on them.
+// The indexes reach the disk before anything that relies on them.
 void repairMedia(const std::string& path, const RecordedMedia& media, std::vector<std::string>& done) {
   Mp4Stream out;
   os::DiskFile disk;
@@ -68,7 +68,7 @@ void repairList(const std::string& path, const std::string& expected, std::vecto
   if (!expected.empty() && readList(path) != expected) writeList(path, expected, done);
 }
 
-// One that recording keeps: a text, which may have come from another system.
+// A start time that recording keeps; it may come from another system.
 void repairPlaylist(const std::string& path, const std::string& expected, std::vector<std::string>& done) {
   const auto is = readList(path);
   if (expected.empty() || (is && plainLines(*is) == expected)) return;

@@ -1,4 +1,4 @@
-// Makes a recording whole that was cut off.
+// Repairs an interrupted recording.
 #pragma once
 
 #include <string>
@@ -6,11 +6,11 @@
 
 #include "recording/check/recording.h"
 
-// Brings a recording into the state that ending it behind its last whole fragment would have left: segment
-// indexes completed, what follows the last whole fragment removed, manifest and playlists rewritten and
-// ended. What is as it should be is not written. Every step leaves a recording that can be repaired again,
-// and nothing whole is ever touched, whenever the power fails.
+// Brings a recording into the state that it would have if it had ended after its last complete fragment:
+// segment indexes completed, what follows that fragment removed, manifest and playlists rewritten and ended.
+// What is already right is not written. Whenever the power fails, the recording can be repaired again, and
+// nothing complete is ever touched.
 //
-// Returns what was done, a sentence each. Throws UserError, nothing changed, when the recording is being
-// written, or is damaged in its middle; and when a file cannot be written.
+// Returns what was done, a sentence each. Throws UserError, with nothing changed, when the recording is being
+// written or is damaged before its end; and when a file cannot be written.
 std::vector<std::string> repairRecording(const std::string& name, const Recording::Progress& progress = {});

@@ -10,8 +10,8 @@ namespace {
 
 using Gap = TrackTimeline::Gap;
 
-// Differences that nobody is told of, in seconds. Encoders pad the end of the sound, and pictures with
-// B-frames are shown later than they are decoded.
+// Differences that are not reported, in seconds. Encoders pad the end of the audio, and video with B-frames
+// is displayed later than it is decoded.
 constexpr double kUsual = 0.5;
 constexpr double kUsualAtEnd = 1;
 
@@ -19,7 +19,7 @@ std::string secondsText(double seconds) {
   return fixedText(seconds, 3) + " s";
 }
 
-// The whiles in which nothing plays, one after the other.
+// The intervals in which a track does not play, in order.
 std::vector<Gap> pausesOf(const TrackTimeline& track) {
   std::vector<Gap> gaps;
   std::copy_if(track.gaps.begin(), track.gaps.end(), std::back_inserter(gaps),
@@ -35,7 +35,7 @@ std::vector<Gap> pausesOf(const TrackTimeline& track) {
   return pauses;
 }
 
-// The pauses of a track in which the other one goes on.
+// The pauses of a track during which the other one plays.
 std::vector<Gap> pausesAlone(const TrackTimeline& track, const TrackTimeline& other) {
   const std::vector<Gap> theirs = pausesOf(other);
   std::vector<Gap> alone;

@@ -28,7 +28,7 @@ void checkList(const std::string& path, const std::string& expected, Difference 
   if (!found.empty()) result.problems.add({name, std::nullopt, found, true});
 }
 
-// Samples of sound last as its track says; AAC's, in recordings.
+// Audio sample durations are those of the track: those of AAC, in recordings.
 double audioSecondsOf(const Recording& recording) {
   const RecordedMedia* const media = recording.audio() ? recording.audio() : recording.video();
   const auto& sound = media->movie()->tracks[mp4::TrackKind::Audio];

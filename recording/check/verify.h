@@ -1,4 +1,4 @@
-// Checks a recording: its media against themselves, and its lists against the media.
+// Verifies a recording: its media against themselves, its manifest and playlists against the media.
 #pragma once
 
 #include <string>
@@ -7,14 +7,14 @@
 #include "recording/check/recording.h"
 
 struct Verification {
-  std::vector<std::string> files;  // looked at: name and extension
-  std::uint64_t frames = 0;        // of video
-  std::uint64_t audioFrames = 0;   // coded ones
-  std::uint64_t fragments = 0;     // of all media files
+  std::vector<std::string> files;  // verified files: name and extension
+  std::uint64_t frames = 0;        // video frames
+  std::uint64_t audioFrames = 0;   // access units
+  std::uint64_t fragments = 0;     // fragments of all media files
   std::uint64_t segments = 0;
-  double seconds = 0;         // of the video, or else of the sound
-  double audioSeconds = 0;    // of the sound that there is
-  bool beingWritten = false;  // somebody is recording it
+  double seconds = 0;         // duration of the video, or else of the audio
+  double audioSeconds = 0;    // duration of the audio present
+  bool beingWritten = false;  // another program is recording it
   ProblemList problems;
   std::vector<std::string> notes;  // what else the user should know
 };
@@ -22,5 +22,5 @@ struct Verification {
 // Throws UserError when `name` belongs to no recording, or to one that holds nothing.
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress = {});
 
-// The text of a list on the disk; nothing when it is not there or too large to be one.
+// The text of a manifest or playlist on the disk; nothing when it is missing or too large to be one.
 std::optional<std::string> readList(const std::string& path);

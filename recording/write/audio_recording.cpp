@@ -14,7 +14,7 @@ namespace {
 
 using mp4::TrackKind;
 
-// Hours of sound: only rates that no video has ask for more.
+// Enough for hours of audio: only rates that no video has need more.
 constexpr std::uint32_t kMostFramesPerFragment = 1u << 20;
 
 constexpr mp4::TrackSet kAudioAlone = {.audio = true};
@@ -67,7 +67,7 @@ std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
     return VL_FAILED;
   }
   run_.append({}, frame);
-  // The frame has been taken: what memory is short for is done with a later one, or at the end.
+  // The frame has been taken: what memory is too short for is written with a later one, or at the end.
   return guarded(VL_OK, [this] { return emitReadyFragments(); });
 }
 
@@ -92,7 +92,7 @@ bool AudioRecording::emitFragment(std::uint32_t frames, std::uint32_t duration) 
   return true;
 }
 
-// What waits for a fragment to be full.
+// Access units that wait until a fragment is full.
 bool AudioRecording::cutLast() {
   if (emitReadyFragments() != VL_OK) return false;
   return run_.count() == 0 || emitFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
@@ -100,7 +100,7 @@ bool AudioRecording::cutLast() {
 
 bool AudioRecording::Finish() {
   bool whole = !file_.failed();
-  // Memory that runs out here must not keep the segment from being finished.
+  // Running out of memory here must not prevent the segment from being finished.
   if (whole && started_) whole = guarded(false, [this] { return cutLast(); });
   if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.FinishSegment(position_); }) && whole;
   file_.Close();

@@ -1,4 +1,4 @@
-// Recording sound into a file of its own.
+// Records audio into a file of its own.
 #pragma once
 
 #include <cstdint>
@@ -11,19 +11,20 @@
 
 class AudioRecording {
  public:
-  // Creates the file, before anything else. False when that fails.
+  // Creates the file; to be called first. False when that fails.
   bool Create(const std::string& path);
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }
-  // Writes the initialisation part and begins playlist and part of the manifest (null: none), which its owner
-  // saves. `rate` and `geometry` say how long a fragment is. False when the file cannot be written.
+  // Writes the initialisation part and begins the playlist and the audio part of the manifest (null: none),
+  // which its owner saves. `rate` and `geometry` determine the duration of a fragment. False when the file
+  // cannot be written.
   bool Start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
              MpdWriter* manifest);
 
-  // Takes one coded frame. Returns a status.
+  // Takes one access unit. Returns a status.
   std::uint32_t Write(std::span<const std::uint8_t> frame);
-  // Writes what is left and ends playlist and file. False when something could not be written.
+  // Writes the waiting access units and ends playlist and file. False when something could not be written.
   bool Finish();
 
  private:
@@ -34,7 +35,7 @@ class AudioRecording {
   RecordedFile file_;
   bool started_ = false;
   AudioSettings sound_;
-  std::uint32_t framesPerFragment_ = 0;  // coded frames
+  std::uint32_t framesPerFragment_ = 0;  // access units
   SampleRun run_;
   std::uint64_t position_ = 0;  // samples written
 };

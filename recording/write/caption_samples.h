@@ -1,4 +1,4 @@
-// The captions of a frame as a recording stores them.
+// The captions of a frame, as samples of a recording.
 #pragma once
 
 #include <array>
@@ -7,10 +7,10 @@
 
 #include "qvr.h"
 
-// The frame's CEA-608 byte pair; 80 80, which shows nothing, where it has none, so that later pairs keep
-// their frame.
+// The frame's CEA-608 byte pair; 80 80, which displays nothing, when it has none, so that later pairs stay
+// with their frame.
 std::array<std::uint8_t, 2> Cc608PairOf(const DFRAME& frame);
 
-// The frame's CEA-708 packet, of a descriptor's caption area: a caption distribution packet without the word
-// and the length ahead of it, or other caption data as it is. Empty where it has none that is sound.
+// The frame's CEA-708 packet, from a descriptor's caption area: a caption distribution packet without the
+// word and the length before it, or other caption data unchanged. Empty when there is no valid one.
 std::span<const std::uint8_t> Cc708PacketOf(const DFRAME& frame);

@@ -57,7 +57,7 @@ std::uint32_t defaultSampleDuration(TrackKind kind, std::uint32_t videoScale) {
     case TrackKind::Audio:
       return kAacFrameSamples;
     case TrackKind::Captions608:
-      return 0;  // each fragment tells its own
+      return 0;  // each fragment has its own
     default:
       return videoScale == 1001 ? 1001 : 1000;
   }
@@ -134,7 +134,7 @@ mp4::Track Mp4SetUpAudioTrack(std::uint32_t trackId, std::uint32_t sampleRate) {
   mp4::Track track = setUpTrack(trackId, sampleRate, Mp4FourCc("soun"), "Veltrane Audio Handler");
   mp4::AudioMedia media;
   media.mp4a.dataReferenceIndex = kThisFile;
-  // Intended (quirk 42), whatever the source is: the decoder configuration says what the stream holds.
+  // Intended (quirk 42), whatever the source is: the decoder configuration specifies the stream.
   media.mp4a.channelCount = 2;
   media.mp4a.sampleSize = 16;
   media.mp4a.sampleRate = sampleRate << 16;

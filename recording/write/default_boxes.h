@@ -1,4 +1,4 @@
-// Records as a new file starts with: every default value that the format or this system chooses.
+// Boxes as a new file starts with: every default value that the format or this system chooses.
 #pragma once
 
 #include "mp4box/boxes/ftyp.h"
@@ -12,7 +12,7 @@ mp4::FileTypeBox Mp4SetUpFileType();
 mp4::MovieHeaderBox Mp4SetUpMovieHeader();
 
 // The tracks, without samples, durations 0. `width` and `height` are pixels; a negative height means that
-// the rows run bottom-up. `videoRate` is the numerator of the frame rate: up to 1000 it counts frames a
+// rows are stored bottom-up. `videoRate` is the numerator of the frame rate: up to 1000 it is in frames a
 // second, and the timescale of the track is 1000 times as much; above that it is the timescale itself.
 mp4::Track Mp4SetUpVideoTrack(std::uint32_t trackId, std::uint32_t videoRate, std::uint32_t width,
                               std::int32_t height);

@@ -1,4 +1,4 @@
-// What the recordings of video and of sound have in common.
+// What the recordings of video and of audio have in common.
 #pragma once
 
 #include "mp4box/fragment.h"
@@ -9,16 +9,16 @@
 // The decoder configuration's object type byte: MPEG-4 audio.
 inline constexpr std::uint8_t kAudioObjectType = 0x40;
 
-// Whether one fragment can hold so many bytes in so many samples: a reference says its size in 31 bits, and
-// its data offsets are 32 bits with a sign.
+// Whether one fragment can hold this many bytes in this many samples: a reference has 31 bits for its size,
+// and its data offsets are signed 32-bit numbers.
 constexpr bool fitsFragment(std::uint64_t bytes, std::uint64_t samples) {
-  constexpr std::uint64_t kBoxBytes = 4096;       // more than the boxes take but for
-  constexpr std::uint64_t kBoxBytesASample = 16;  // what they take a sample, at most
+  constexpr std::uint64_t kBoxBytes = 4096;       // more than the boxes take without samples
+  constexpr std::uint64_t kBoxBytesASample = 16;  // maximum that they take for each sample
   return bytes + samples * kBoxBytesASample + kBoxBytes <= RecordedFile::kMaxFragmentBytes;
 }
 
-// A sound track with its decoder configuration.
+// An audio track with its decoder configuration.
 mp4::Track SetUpAudioTrack(const AudioSettings& sound);
 
-// In 64 bits where 32 do not hold it.
+// Version 1, with 64-bit fields, if 32 bits cannot hold the value.
 void SetDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks);

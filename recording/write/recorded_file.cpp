@@ -27,11 +27,11 @@ Mp4DataOffsets dataOffsets(const TrackBytes& bytes) {
   return offsets;
 }
 
-// Room is made before boxes are written to memory, which then cannot fail. A movie box holds four tracks at
-// most, and one codec configuration.
+// Memory is reserved before boxes are written to it, which then cannot fail. A movie box holds at most four
+// tracks and one codec configuration.
 constexpr std::size_t kMovieRoom = 8192 + QVR_CODEC_CONFIGURATION_BYTES;
 
-// More than the boxes ahead of a fragment's bytes take.
+// More than the boxes before a fragment's media data take.
 std::size_t headRoom(const mp4::MovieFragment& fragment, std::uint32_t references) {
   std::size_t room = 1024 + std::size_t{references} * 12;
   for (const mp4::TrackKind kind : mp4::kTrackKinds) {
@@ -90,9 +90,9 @@ void RecordedFile::clearHead(std::size_t room) {
   head_.seek(0);
 }
 
-// Leaves room for the index; its content follows once the segment is complete.
+// Reserves the space of the index; its content follows once the segment is complete.
 void RecordedFile::beginSegment() {
-  // A segment that is begun can be listed.
+  // Memory is reserved now, so that a segment once begun can be listed.
   if (manifest_) manifest_->ReserveSegment(list_);
   index_ = {};
   index_.referenceId = settings_.trackNumber;
@@ -150,8 +150,8 @@ bool RecordedFile::FinishSegment(std::uint64_t endPosition) {
   return true;
 }
 
-// The one wait that each segment of a file needs: a list must not reach the disk before what it names. The
-// file's name changes no more once it is there.
+// The one wait that each segment of a file needs: playlist and manifest must not reach the disk before the
+// media that they name. The file's name does not change once it is there.
 bool RecordedFile::syncToDisk() {
   if (!disk_.sync()) {
     failed_ = true;

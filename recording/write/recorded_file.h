@@ -21,52 +21,52 @@ using TrackBytes = std::array<std::span<const std::uint8_t>, mp4::kTrackKinds.si
 // What a fragment adds to the index of its segment.
 struct FragmentReference {
   std::uint32_t duration = 0;  // ticks of the index
-  bool startsWithSap = false;  // and then of type 1
+  bool startsWithSap = false;  // of type 1
 };
 
 struct SegmentSettings {
   std::uint32_t trackNumber = 0;            // the track that the indexes time
   std::uint32_t timescale = 0;              // ticks a second
-  std::uint64_t firstPresentationTime = 0;  // ticks, of the first index
+  std::uint64_t firstPresentationTime = 0;  // ticks, in the first index
   std::uint64_t duration = 0;               // ticks from one index to the next
-  std::uint32_t fragmentsPerSegment = 0;    // and references that an index has room for
+  std::uint32_t fragmentsPerSegment = 0;    // also the references that an index has space for
 };
 
 class RecordedFile {
  public:
-  // The bytes of a fragment, of which a reference can say the size.
+  // Maximum bytes of a fragment whose size a reference can hold.
   static constexpr std::uint32_t kMaxFragmentBytes = 0x7FFFFFFF;
 
-  // Creates the file, replacing what is there, and writes the file type box. False when that fails.
+  // Creates the file, replacing an existing one, and writes the file type box. False when that fails.
   bool Create(const std::string& path, const std::string& playlistPath);
   VLHANDLE handle() const { return stream_.handle; }
   const std::string& path() const { return path_; }
-  // Name and extension, by which playlist and manifest call the file.
+  // Name and extension, as playlist and manifest refer to the file.
   std::string name() const;
 
-  // Writes the movie box. From here on segments can be written.
+  // Writes the movie box. After that segments can be written.
   bool Start(mp4::Movie& movie, const SegmentSettings& settings);
-  // Bytes ahead of the first segment.
+  // Bytes before the first segment.
   std::uint64_t initialisationLength() const { return initialisationLength_; }
-  // Where finished segments are listed.
+  // Where completed segments are listed.
   void ListIn(const PlaylistSettings& playlist);
   void ListIn(MpdWriter& manifest, MpdWriter::List list);
 
-  // Writes a fragment, ahead of it the room for an index where a segment begins. Sequence number and data
-  // offsets are filled in. A write that fails is reported, and what it left is taken off the file; no
-  // fragment follows it. Where memory runs out (std::bad_alloc), nothing has changed.
+  // Writes a fragment, and before it the space of an index where a segment starts. Fills in sequence number
+  // and data offsets. A failed write is reported, what it left is removed from the file, and no further
+  // fragment is written. When memory runs out (std::bad_alloc), nothing has changed.
   bool AddFragment(mp4::MovieFragment& fragment, const TrackBytes& bytes, const FragmentReference& reference);
   bool failed() const { return failed_; }
-  // No fragment is written from here on.
+  // No fragment is written from now on.
   void giveUp() { failed_ = true; }
 
   bool segmentOpen() const { return references_ != 0; }
-  // Intended (quirk 40): with no room for references a segment is never full.
+  // Intended (quirk 40): with no space for references a segment is never full.
   bool segmentFull() const { return segmentOpen() && references_ == settings_.fragmentsPerSegment; }
   // Whether the next fragment completes its segment.
   bool oneFragmentShort() const { return references_ + 1 == settings_.fragmentsPerSegment; }
-  // Completes the open segment's index, waits for the disk and lists the segment, which reaches up to
-  // `endPosition` in frames or samples. False, nothing listed, when that fails. Where memory runs out
+  // Completes the open segment's index, waits for the disk and lists the segment, which ends at `endPosition`
+  // in video frames or audio samples. False, with nothing listed, when that fails. When memory runs out
   // (std::bad_alloc), the segment stays open, to be finished later.
   bool FinishSegment(std::uint64_t endPosition);
 
@@ -86,9 +86,9 @@ class RecordedFile {
   SegmentSettings settings_;
   std::uint64_t initialisationLength_ = 0;
   bool failed_ = false;
-  bool named_ = false;  // the disk has the file's name
+  bool named_ = false;  // the file's name is on the disk
 
-  Mp4MemoryOutput head_;  // what goes ahead of a fragment's bytes
+  Mp4MemoryOutput head_;  // what precedes a fragment's media data
   std::uint32_t sequenceNumber_ = 0;
   std::uint64_t end_ = 0;  // after the last fragment that is complete
 

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr std::size_t kSpare = 4096;         // bytes beyond the sample that made a buffer grow
-constexpr std::size_t kSmallStep = 0x10000;  // a buffer grows by at least so much
+constexpr std::size_t kSmallStep = 0x10000;  // minimum by which a buffer grows
 
 template <class Item>
 void dropFront(std::vector<Item>& items, std::size_t& first, std::size_t count) {

@@ -1,4 +1,4 @@
-// The samples of one track that wait to be written, in order.
+// The samples of one track that wait to be written, in decoding order.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,10 @@
 
 class SampleRun {
  public:
-  // Makes room for one more sample of `size` bytes. False, nothing changed, when memory is short. Room once
-  // made is kept.
+  // Reserves memory for one more sample of `size` bytes and keeps it. False, with nothing changed, when
+  // memory is short.
   bool reserve(std::uint32_t size);
-  // Takes a sample for which there is room; its size is that of `bytes`.
+  // Takes a sample for which memory is reserved; its size is that of `bytes`.
   void append(mp4::TrackRunBox::Sample sample, std::span<const std::uint8_t> bytes);
 
   std::uint32_t count() const { return static_cast<std::uint32_t>(samples_.size() - firstSample_); }
@@ -21,11 +21,11 @@ class SampleRun {
   // Appends the values of the first `count` samples to `run` and returns their bytes, which stay valid until
   // the next change.
   std::span<const std::uint8_t> take(std::uint32_t count, mp4::TrackRunBox& run) const;
-  // Forgets the first `count` samples.
+  // Drops the first `count` samples.
   void drop(std::uint32_t count);
 
  private:
-  // What has been dropped stays in front until it outweighs the rest: a long backlog is not moved each time.
+  // Dropped samples stay in front until they outweigh the rest: a long backlog is not moved each time.
   std::vector<mp4::TrackRunBox::Sample> samples_;
   std::size_t firstSample_ = 0;
   std::vector<std::uint8_t> data_;

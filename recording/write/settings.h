@@ -1,4 +1,4 @@
-// What a recording is to be, fixed when its first sample comes.
+// The settings of a recording, fixed when its first sample arrives.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 struct AudioSettings {
   std::uint32_t sampleRate = 0;
   std::uint32_t byteRate = 0;               // bytes a second
-  std::uint32_t samplesPerFrame = 0;        // of a coded frame
+  std::uint32_t samplesPerFrame = 0;        // audio samples of an access unit
   std::vector<std::uint8_t> configuration;  // AudioSpecificConfig
 };
 
@@ -19,7 +19,7 @@ struct VideoSettings {
   SegmentGeometry geometry;
   FrameRate rate;                       // over 1000 or 1001
   std::int32_t width = 0;               // pixels
-  std::int32_t height = 0;              // negative: rows bottom-up
+  std::int32_t height = 0;              // negative: rows are stored bottom-up
   std::vector<std::uint8_t> avcRecord;  // AVC decoder configuration record
   bool captions608 = false;
   bool captions708 = false;

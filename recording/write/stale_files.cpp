@@ -32,8 +32,8 @@ bool opens(Mp4Stream& file, const std::string& path) {
   return handle != VL_NO_HANDLE && handle != VL_INVALID_HANDLE;
 }
 
-// The first bytes of a file, at most `count`; empty for what cannot be read. It is read through the host,
-// which takes every name.
+// The first bytes of a file, at most `count`; empty when it cannot be read. It is read through the host,
+// which accepts every name.
 std::string beginningOf(const std::string& path, std::size_t count) {
   Mp4Stream file;
   if (!opens(file, path)) return {};
@@ -47,7 +47,7 @@ std::uint64_t sizeOf(const std::string& path) {
   return opens(file, path) ? file.size() : 0;
 }
 
-// Whether a file has been written to long after another. The files of one recording are written together.
+// Whether a file was last written long after another. The files of one recording are written together.
 bool isLaterThan(const std::string& path, const std::string& other) {
   constexpr std::chrono::minutes kTogether{1};
   std::error_code failed, otherFailed;
@@ -60,7 +60,7 @@ bool beginsWith(const std::string& path, const std::string& text) {
   return beginningOf(path, text.size()) == text;
 }
 
-// The box that every recording begins with.
+// The file type box, with which every recording begins.
 std::string fileType() {
   Mp4MemoryOutput out;
   mp4::FileTypeBox box = Mp4SetUpFileType();
@@ -76,14 +76,14 @@ bool lists(const std::string& playlist, const std::string& media) {
   return names(playlist, PlaylistMapLine(nameOf(media)));
 }
 
-// Whether the sound file beside a video file belongs to the recording there: its manifest names the one with
-// the other. A recording that was interrupted before there was a manifest is known by how both files begin.
+// Whether the audio file beside a video file belongs to the existing recording: its manifest names both. A
+// recording that was interrupted before it had a manifest is recognised by the first bytes of both files.
 bool isAudioOf(const std::string& video, const std::string& manifest, const std::string& audio) {
   const std::string begin = fileType();
-  // Another object may have created it just now, to record into: then it holds its type and nothing else.
+  // Another object may have just created it, to record into: then it holds only its file type box.
   if (sizeOf(audio) <= begin.size()) return false;
   const bool listed = vlOSFileExists(manifest.c_str());
-  // Or it is recording into it, or has done so.
+  // Or another object is recording into it, or has done so.
   if (isLaterThan(audio, listed ? manifest : video)) return false;
   if (!listed) return beginsWith(video, begin) && beginsWith(audio, begin);
   tinyxml2::XMLDocument document;

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-// The files beside the media file `video` that belong to the recording which it holds so far, and to no
-// other: its manifest, its playlists, and its sound in a file of its own. To be asked before the media file
-// is replaced.
+// The files beside the media file `video` that belong to its existing recording and to no other: its
+// manifest, its playlists, and its audio in a file of its own. To be called before the media file is
+// replaced.
 std::vector<std::string> StaleRecordingFiles(const std::string& video, const std::string& manifest);
 
-// The playlist of the sound file `audio`, where it lists that file and no other; else empty.
+// The playlist of the audio file `audio` when it lists that file and no other; otherwise empty.
 std::string StaleAudioPlaylist(const std::string& audio);
 
-// Removes a file. What is a link or a folder stays.
+// Removes a file. A link or a folder stays.
 void RemoveStaleFile(const std::string& path);

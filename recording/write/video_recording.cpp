@@ -22,7 +22,7 @@ using mp4::TrackKind;
 constexpr std::uint32_t kSyncSample = mp4::kDependsOnNone;
 constexpr std::uint32_t kOtherSample = mp4::kDependsOnOthers | mp4::kNonSync;
 
-// Fragments' worth of frames that wait for sound which does not come.
+// Maximum fragments' worth of frames that wait for audio that does not arrive.
 constexpr std::uint32_t kMaxAudioLagFragments = 2;
 
 constexpr std::uint32_t kPairBytes = 2;
@@ -130,7 +130,7 @@ void VideoRecording::startManifest(bool separateAudio) {
   file_.ListIn(*manifest_, manifest_->BeginVideo(listed, separateAudio));
 }
 
-// Whether one fragment could hold all that waits and `moreBytes` on top.
+// Whether one fragment could hold everything that waits and `moreBytes` more.
 bool VideoRecording::takes(std::uint64_t moreBytes) const {
   const std::uint64_t samples = std::uint64_t{video_.count()} + sound_.count() + cc708_.count() + 2;
   return fitsFragment(video_.bytes() + sound_.bytes() + cc608_.size() + cc708_.bytes() + moreBytes, samples);
@@ -157,7 +157,7 @@ std::uint32_t VideoRecording::WriteVideo(const DFRAME& frame) {
   return emitReadyFragments();
 }
 
-// Ahead of taking a frame, so that no track can be left behind the others.
+// Before a frame is taken, so that its tracks stay in step.
 bool VideoRecording::reserveCaptions() {
   if (tracks_.captions608 && !reserveMore(cc608_, kPairBytes)) {
     ErrOut("%s", messages::kNoCc608Buffer);
@@ -194,8 +194,8 @@ std::uint32_t VideoRecording::WriteAudio(std::span<const std::uint8_t> frame) {
   return emitReadyFragments();
 }
 
-// Coded frames of sound that belong to the frames written so far and `moreFrames`, less those written.
-// Counted from the start: what a fragment's share loses to rounding comes with a later one.
+// Access units that belong to the frames written so far and `moreFrames`, less those written. Counted from
+// the start: what rounding takes from one fragment comes with a later one.
 std::uint32_t VideoRecording::audioDue(std::uint32_t moreFrames) const {
   const FrameRate& rate = settings_.rate;
   const std::uint64_t all =
@@ -204,13 +204,13 @@ std::uint32_t VideoRecording::audioDue(std::uint32_t moreFrames) const {
   return all > audioFramesWritten_ ? saturate<std::uint32_t>(all - audioFramesWritten_) : 0;
 }
 
-// Cuts every fragment that is complete. The samples have been taken by now: what memory is short for is done
+// Emits every complete fragment. The samples have been taken by now: what memory is too short for is written
 // with a later one, or at the end.
 std::uint32_t VideoRecording::emitReadyFragments() {
   return guarded(VL_OK, [this] { return cutAllThatAre(); });
 }
 
-// A fragment is complete once its frames are there, and its sound is there or has been waited for long
+// A fragment is complete once its frames are there, and its audio is there or has been waited for long
 // enough.
 std::uint32_t VideoRecording::cutAllThatAre() {
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
@@ -218,7 +218,8 @@ std::uint32_t VideoRecording::cutAllThatAre() {
   while (video_.count() >= frames) {
     std::uint32_t sound = 0;
     if (hasAudio()) {
-      // The end of a segment waits for the next frame: should none come, it takes all the sound that is left.
+      // The end of a segment waits for the next frame: if none comes, the segment takes all the remaining
+      // audio.
       if (video_.count() == frames && file_.oneFragmentShort()) return VL_OK;
       sound = audioDue(frames);
       if (sound_.count() < sound && video_.count() < frames * (1 + kMaxAudioLagFragments)) return VL_OK;
@@ -230,9 +231,9 @@ std::uint32_t VideoRecording::cutAllThatAre() {
   return VL_OK;
 }
 
-// Writes the first `frames` frames, with their captions, and `audioFrames` frames of sound.
+// Writes the first `frames` frames, with their captions, and `audioFrames` access units.
 bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrames) {
-  // Sound that outlasts the picture goes alone.
+  // Audio that outlasts the video is written alone.
   const mp4::TrackSet tracks = frames != 0 ? tracks_ : mp4::TrackSet{.audio = true};
   mp4::MovieFragment fragment = Mp4SetUpFragment(0, tracks);
   const std::uint32_t duration = frames * frameTicks(settings_.rate);
@@ -241,7 +242,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
   if (auto& track = fragment.tracks[TrackKind::Video]) {
     SetDecodeTime(*track, time);
     bytesOf(bytes, TrackKind::Video) = video_.take(frames, track->trun);
-    // Offsets below zero need the run's second version, in which they have a sign.
+    // Negative offsets need version 1 of the run, in which they are signed.
     for (std::uint32_t i = 0; i < frames; ++i) {
       if (track->trun.compositionOffset(i) > std::numeric_limits<std::int32_t>::max())
         track->trun.version = 1;
@@ -269,7 +270,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
   return true;
 }
 
-// The pairs of a fragment's frames are one sample, which lasts as long as the fragment.
+// The byte pairs of a fragment's frames are one sample, whose duration is that of the fragment.
 std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp4::TrackFragment& track) {
   const auto pairs = std::span(cc608_).first(frames * kPairBytes);
   const auto header = boxHeader(static_cast<std::uint32_t>(8 + pairs.size()), Mp4FourCc("cdat"));
@@ -283,17 +284,18 @@ std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp
 
 bool VideoRecording::finishSegment(std::uint64_t endFrame) {
   if (!file_.FinishSegment(endFrame)) return false;
-  // The name of the manifest must last from the first time on; a later one that does not leaves, after a
-  // power cut, the manifest before it, whose segments are all there.
+  // The manifest's name must be durable from the first time on. If a later version is lost in a power cut,
+  // the one before it remains, whose segments are all there.
   saveManifest(endFrame, manifestSaved_ ? os::Durability::EitherContent : os::Durability::NewContent);
   return true;
 }
 
-// Saves the manifest for all its media files: once a segment of the video, after the wait for the disk that
-// each file makes for itself. Segments of separate audio are in it from the next time on.
+// Saves the manifest for all its media files: once a segment of the video, after each file has waited for the
+// disk. Segments of separate audio are in it from the next time on.
 //
-// So a segment of a recording with separate audio costs three waits: two for the media, which have to be
-// there before the list, and one for the bytes of the list, which have to be there before its name.
+// So a segment of a recording with separate audio costs three waits: two for the media, which have to be on
+// the disk before the manifest, and one for the bytes of the manifest, which have to be there before its
+// name.
 void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durability) {
   if (!manifest_) return;
   manifestSaved_ = guarded(manifestSaved_, [&] {
@@ -304,9 +306,9 @@ void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durabilit
 
 bool VideoRecording::Finish() {
   bool whole = !file_.failed();
-  // Frames that waited for sound are still cut as ever.
+  // Frames that waited for audio are still emitted as always.
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
-  // Memory that runs out here must not keep the segment from being finished.
+  // Running out of memory here must not prevent the segment from being finished.
   const auto cut = [this](std::uint32_t count, std::uint32_t audioFrames) {
     return guarded(false, [&] {
       return (!file_.segmentFull() || finishSegment(framesWritten_)) && emitFragment(count, audioFrames);
@@ -315,7 +317,7 @@ bool VideoRecording::Finish() {
   while (whole && video_.count() > frames) {
     whole = cut(frames, hasAudio() ? std::min(audioDue(frames), sound_.count()) : 0);
   }
-  // Sound without any frame is dropped: players need a picture in every segment.
+  // Audio without any frame is dropped: players need a frame in every segment.
   const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;
   if (whole && hasFrames && (video_.count() != 0 || sound_.count() != 0))
     whole = cut(video_.count(), sound_.count());

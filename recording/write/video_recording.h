@@ -1,4 +1,4 @@
-// Recording video, with its captions and, where it has no file of its own, its sound.
+// Records video, with its captions and, unless it has a file of its own, its audio.
 #pragma once
 
 #include <cstdint>
@@ -15,26 +15,26 @@
 
 class VideoRecording {
  public:
-  // Creates the file, before anything else. False when that fails.
+  // Creates the file; to be called first. False when that fails.
   bool Create(const std::string& path);
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }
-  // Writes the initialisation part and begins playlist and manifest (null: none), in the latter with a place
-  // for sound in a file of its own. False when the file cannot be written.
+  // Writes the initialisation part and begins playlist and manifest (null: none), the latter with an entry
+  // for audio in a file of its own. False when the file cannot be written.
   bool Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio);
 
   // Takes the frame of a descriptor, with its captions. Returns a status.
   std::uint32_t WriteVideo(const DFRAME& frame);
-  // Whether sound goes into this file.
+  // Whether this file has an audio track.
   bool hasAudio() const { return settings_.sound.has_value(); }
-  // Takes one coded frame of sound. Returns a status.
+  // Takes one access unit. Returns a status.
   std::uint32_t WriteAudio(std::span<const std::uint8_t> frame);
 
-  // Frames taken.
+  // Frames taken so far.
   std::uint64_t frames() const { return frames_; }
 
-  // Writes what is left and ends playlist and file. False when something could not be written.
+  // Writes what still waits and ends playlist and file. False when something could not be written.
   bool Finish();
 
  private:
@@ -67,8 +67,8 @@ class VideoRecording {
   SampleRun video_;
   SampleRun sound_;
   SampleRun cc708_;
-  std::vector<std::uint8_t> cc608_;        // one byte pair a waiting frame
-  std::vector<std::uint8_t> cc608Sample_;  // that of the fragment being cut
+  std::vector<std::uint8_t> cc608_;        // a byte pair for each waiting frame
+  std::vector<std::uint8_t> cc608Sample_;  // that of the fragment being emitted
   std::uint64_t frames_ = 0;
   std::uint64_t framesWritten_ = 0;
   std::uint64_t audioFramesWritten_ = 0;

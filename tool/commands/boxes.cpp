@@ -18,7 +18,7 @@ struct BoxesOptions {
   bool json = false;
 };
 
-// What every line or object says of a box, its fields last.
+// What every line or object shows of a box, its fields last.
 void printTextBox(const Mp4Box& box, std::size_t depth) {
   std::cout << std::setw(12) << box.position << ' ' << std::setw(12) << box.size << "  "
             << std::string(2 * depth, ' ') << fourCcText(box.type);
@@ -54,7 +54,7 @@ void printJsonLevel(const Mp4Box& father, std::size_t depth) {
   std::cout << ']';
 }
 
-// Whether the boxes of the top level fill the file; complains if not.
+// Whether the top-level boxes fill the file; reports it if not.
 bool fillsFile(const Mp4Box& root, const std::string& file) {
   const std::uint64_t end = root.last != nullptr ? root.last->end() : 0;
   if (end == root.size && end > 0) return true;

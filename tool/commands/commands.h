@@ -1,4 +1,4 @@
-// The commands of the program, one file each (beside this header).
+// The commands of the program, each in a file of its own beside this header.
 #pragma once
 
 #include <functional>
@@ -8,11 +8,11 @@ namespace CLI {
 class App;
 }
 
-// What the command line asks for. Parsing it chooses `command`, which does the work afterwards.
+// What the command line requests. Parsing it sets `command`, which then does the work.
 struct Invocation {
   std::string plugin = "vlx_fmp4";  // name or path of the plug-in library
   bool quiet = false;               // hides the host's log
-  std::function<bool()> command;    // false: it did its work and the answer is a failure
+  std::function<bool()> command;    // false: it succeeded, and the answer is negative
 };
 
 // Each adds its command, options and help to `app`. Commands throw UserError when they cannot do their work.

@@ -79,14 +79,14 @@ class RowPrinter {
   bool first_ = true;
 };
 
-// The frames of a range, each once, in an order that depends on the seed alone: the generator is fixed by
-// the C++ standard, the library's shuffle and distributions are not. It is a Fisher-Yates shuffle that notes
-// only the places it has changed, so that what a file claims to hold costs nothing.
+// The frames of a range, each once, in an order that depends on the seed alone: the C++ standard specifies
+// the generator, but not the library's shuffle and distributions. A Fisher-Yates shuffle that stores only the
+// entries it has changed, so that memory does not grow with the frames that a file claims to hold.
 class ShuffledFrames {
  public:
   ShuffledFrames(const FrameRange& range, std::uint64_t seed) : range_(range), generator_(seed) {}
 
-  // Call it no more often than the range has frames.
+  // To be called no more often than the range has frames.
   std::uint32_t next() {
     const auto place = static_cast<std::uint32_t>(taken_ + generator_() % (range_.count - taken_));
     const std::uint32_t chosen = at(place);

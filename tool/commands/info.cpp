@@ -22,7 +22,7 @@ struct InfoOptions {
   bool json = false;
 };
 
-// The video description carries the codec's four characters in reversed order.
+// The video description holds the codec's four characters in reverse order.
 std::string videoCodecText(std::uint32_t handler) {
   std::string text = fourCcText(handler);
   std::reverse(text.begin(), text.end());
@@ -70,7 +70,7 @@ Json describe(CAMediaFile& file, const std::string& name) {
     description["video"] = describeVideo(*video);
     duration = seconds(double{1} * video->stream.length * video->stream.scale, video->stream.rate);
   }
-  // Each stream serves some of the channels, the first of them the lowest.
+  // Each stream has some of the channels; the first stream has the lowest.
   for (std::uint32_t channels = file.Channels(); channels != 0;) {
     const std::uint32_t lowest = channels & (~channels + 1);
     QVRAUDIO audio = {};
@@ -86,7 +86,7 @@ Json describe(CAMediaFile& file, const std::string& name) {
   return description;
 }
 
-// The four characters of a code, null where there is none.
+// The four characters of a code, null when it is 0.
 Json code(std::uint32_t fourCc) {
   return fourCc == 0 ? Json() : Json(fourCcText(fourCc));
 }
@@ -101,7 +101,7 @@ Json describeTracks(const std::vector<OtherTrack>& tracks) {
   return list;
 }
 
-// Says of the sound that is not decoded why.
+// Reports why audio is not decoded.
 void addReasons(Json& streams, const std::string& name) {
   const std::vector<std::string> reasons = undecodedAudio(name);
   for (std::size_t i = 0; i < std::min(streams.size(), reasons.size()); ++i)

@@ -30,7 +30,7 @@ void warn(const std::string& text) {
   std::cerr << "fmp4: warning: " << text << '\n';
 }
 
-// The files that packaging may write over.
+// The files that packaging may replace.
 std::vector<std::filesystem::path> outputsOf(const std::filesystem::path& output) {
   std::vector<std::filesystem::path> files = {output};
   for (const char* extension : {".m4v", ".m4a", ".mpd", ".xml", ".m3u8", ".master.m3u8"})
@@ -66,7 +66,7 @@ void writeMasterPlaylist(const Packager& packager, const PackageOptions& options
   if (os::replaceFile(path, text)) throw UserError("'" + path + "' could not be written; is the disk full?");
 }
 
-// Records what comes; whatever goes wrong on the way, what came before is a whole recording.
+// Records what arrives; whatever fails later, what came before is a complete recording.
 void record(Packager& packager, const PackageOptions& options,
             const std::function<void(std::uint64_t)>& show) {
   std::exception_ptr failure;
@@ -97,8 +97,8 @@ void packageFile(const Plugin& plugin, const PackageOptions& options) {
     throw UserError("interrupted; the recording ends after " + std::to_string(packager.frames()) + " frames");
 }
 
-// Whether a stream has told enough to begin recording: how far apart its key frames are, and whether sound
-// comes with the pictures. It is not waited for forever.
+// Whether a stream has shown enough to begin recording: its key-frame interval, and whether the video has
+// audio. The wait for it is bounded.
 bool knowsEnough(FragmentStream& source) {
   constexpr double kMaxSeconds = 10;
   const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));

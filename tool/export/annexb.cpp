@@ -9,7 +9,7 @@ constexpr std::size_t kBoxHeaderBytes = 8;
 
 using Bytes = std::span<const std::uint8_t>;
 
-// Takes bytes off the front. Past the end it gives zeros and remembers.
+// Takes bytes from the front. Past the end it returns zeros and sets a flag.
 class Cursor {
  public:
   explicit Cursor(Bytes bytes) : left_(bytes) {}
@@ -43,7 +43,7 @@ void appendUnit(Bytes unit, std::vector<std::uint8_t>& stream) {
   stream.insert(stream.end(), unit.begin(), unit.end());
 }
 
-// `count` units behind 16-bit lengths, as configurations store parameter sets.
+// `count` NAL units, each after a 16-bit length, as configurations store parameter sets.
 void takeParameterSets(Cursor& cursor, std::uint32_t count, std::vector<std::uint8_t>& stream) {
   for (; count > 0 && !cursor.failed(); --count) {
     const Bytes unit = cursor.take(cursor.number(2));
@@ -69,7 +69,7 @@ std::optional<AnnexB> AnnexB::fromConfiguration(Bytes configuration) {
     cursor.take(21);  // version, profile, tier, level, formats, rates
     AnnexB hevc(Codec::Hevc, (cursor.number(1) & 3) + 1);
     for (std::uint32_t arrays = cursor.number(1); arrays > 0; --arrays) {
-      cursor.take(1);  // completeness and unit type
+      cursor.take(1);  // completeness and NAL unit type
       takeParameterSets(cursor, cursor.number(2), hevc.parameterSets_);
     }
     if (!cursor.failed()) return hevc;

@@ -1,5 +1,5 @@
-// Turns video samples as MP4 stores them (ISO/IEC 14496-15: network abstraction layer units behind their
-// lengths) into an elementary stream with start codes (Annex B of ISO/IEC 14496-10 and 23008-2).
+// Converts video samples as MP4 stores them (ISO/IEC 14496-15: each NAL unit after its length) into an
+// elementary stream with start codes (Annex B of ISO/IEC 14496-10 and 23008-2).
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,13 @@
 
 class AnnexB {
  public:
-  // `configuration` is an "avcC" or "hvcC" box, header included. Nothing when it is neither or is damaged.
+  // `configuration` is an "avcC" or "hvcC" box, including its header. Nothing when it is neither or is
+  // damaged.
   static std::optional<AnnexB> fromConfiguration(std::span<const std::uint8_t> configuration);
 
-  // Appends one sample to `stream`, with the configuration's parameter sets at its start when it is a key
-  // frame (behind an access unit delimiter, which must stay first). False, `stream` unchanged, when a length
-  // reaches past the sample's end.
+  // Appends one sample to `stream`. A key frame gets the configuration's parameter sets at its start (after
+  // an access unit delimiter, which must stay first). False, `stream` unchanged, when a length extends past
+  // the sample's end.
   bool append(std::span<const std::uint8_t> sample, bool key, std::vector<std::uint8_t>& stream) const;
 
  private:

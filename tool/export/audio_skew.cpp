@@ -38,7 +38,7 @@ class Beginning {
   FragmentStream stream_;
 };
 
-// The files that hold the picture and, if apart, the sound.
+// The files with the video and, if separate, the audio.
 RecordingNames mediaOf(const std::string& file) {
   RecordingNames names;
   try {
@@ -49,7 +49,7 @@ RecordingNames mediaOf(const std::string& file) {
   return names;
 }
 
-// When the first access unit plays, from which on the plug-in counts, in seconds.
+// When the first access unit plays, in seconds: the plug-in's position 0.
 double soundStart(Beginning& media, const RecordingNames& names) {
   if (const SourceTrack* const audio = media.track(Mp4FourCc("soun")))
     return audio->present(audio->samples.front());
@@ -71,7 +71,7 @@ double measuredSkew(const std::string& file) {
 }  // namespace
 
 double audioSkew(const std::string& file) try {
-  // More is damage.
+  // More indicates damage.
   constexpr double kMaxSeconds = 3600;
   const double skew = measuredSkew(file);
   return std::abs(skew) <= kMaxSeconds ? skew : 0;

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Whether the movie has captions, and an edit list of them or of its pictures.
+// Whether the movie has captions, and an edit list for them or for its video.
 bool movesCaptions(Mp4Box* movie) {
   bool captions = false, edits = false;
   for (std::uint32_t i = 0; Mp4Box* const trak = movie ? Mp4BoxChild(movie, Mp4FourCc("trak"), i) : nullptr;

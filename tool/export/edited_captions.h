@@ -1,4 +1,4 @@
-// The captions of a file whose edit lists move them, which the plug-in leaves to its host.
+// Captions moved by edit lists, which the plug-in leaves to its host.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +12,11 @@
 
 class EditedCaptions {
  public:
-  // Null when no edit list of the file that the plug-in opens for `name` moves captions against pictures.
-  // Throws UserError when the file is damaged or has no pictures.
+  // Null when no edit list of the file that the plug-in opens for `name` moves captions relative to the
+  // video. Throws UserError when the file is damaged or has no video.
   static std::unique_ptr<EditedCaptions> of(const std::string& name);
 
-  // Replaces the captions in the descriptor of a frame. Ask for frames in rising order.
+  // Replaces the captions in the descriptor of a frame. Frames must be requested in ascending order.
   void replaceIn(DFRAME& descriptor, std::uint32_t frame);
 
  private:

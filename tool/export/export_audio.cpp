@@ -21,12 +21,12 @@ namespace {
 
 // The first audio track's channel pair.
 constexpr std::uint32_t kFirstPair = 1;
-// Blocks that a second of sound is asked for in, which is how exactly a lost place is told.
+// Blocks in which a second of audio is read: the precision with which lost audio is reported.
 constexpr std::uint32_t kBlocksASecond = 10;
-// A unit claims a duration that none has: there may be sound after it.
+// An access unit claims an impossible duration: audio may follow it.
 constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
 
-// Sample frames that the selected frames play over, after `silence` of them where the sound starts late.
+// PCM frames during which the selected frames play, after `silence` of them when the audio starts late.
 struct SampleRange {
   std::uint64_t from;
   std::uint64_t count;
@@ -37,7 +37,7 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
                         const std::string& name) {
   const auto total = static_cast<std::int64_t>(audio.stream.length);
   const auto skew = static_cast<std::int64_t>(std::llround(audioSkew(name) * audio.wave.samplesPerSecond));
-  // Held where it ends the sound with any skew.
+  // Clamped so that the audio ends there with any skew.
   const std::uint64_t most = audio.stream.length + static_cast<std::uint64_t>(std::abs(skew));
   const auto sampleOf = [&](std::uint64_t frame) {
     const std::uint64_t sample =
@@ -54,7 +54,7 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
           static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
 }
 
-// Writes the sound of a range, block by block.
+// Writes the audio of a range, block by block.
 class AudioExport {
  public:
   AudioExport(CAMediaFile& file, const WaveFormat& format, OutputFile& output)
@@ -65,8 +65,8 @@ class AudioExport {
         block_(std::size_t{blockFrames_} * format.frameBytes()),
         lost_(format.sampleRate) {}
 
-  // A place that cannot be read is silence where sound follows it, else the end. Returns the status of the
-  // last block that could not be read, VL_OK where all could.
+  // Audio that cannot be read is silence if audio follows, else the end. Returns the status of the last block
+  // that could not be read, VL_OK when all could.
   std::uint32_t run(const SampleRange& range) {
     Progress progress("exporting sound", range.count);
     std::uint32_t failure = VL_OK;

@@ -1,4 +1,4 @@
-// The streams of an open file written to files of their own. Each throws UserError when it cannot.
+// Exports the streams of an open file to files of their own. Each function throws UserError when it cannot.
 #pragma once
 
 #include <string>
@@ -6,18 +6,18 @@
 #include "mediafile.h"
 #include "tool/host/frame_selection.h"
 
-// What to export of which file.
+// What to export, and from which file.
 struct ExportRequest {
   std::string input;
   std::string output;
   FrameSelection selection;
 };
 
-// Video as an elementary stream with start codes, parameter sets ahead of every key frame (ISO/IEC 14496-10
-// and 23008-2, Annex B).
+// Video as an elementary stream with start codes, parameter sets before every key frame (ISO/IEC 14496-10 and
+// 23008-2, Annex B).
 void exportVideo(CAMediaFile& file, const ExportRequest& request);
-// Sound as a WAV file of 16-bit PCM, an RF64 one (EBU Tech 3306) beyond 4 GiB. Selected frames are those of
-// the picture, or of the file's frame rate where there is none.
+// Audio as a WAV file of 16-bit PCM, as RF64 (EBU Tech 3306) above 4 GiB. The selected frames are video
+// frames, or frames at the file's frame rate when it has no video.
 void exportAudio(CAMediaFile& file, const ExportRequest& request);
 // Captions as JSON lines, one for each frame that has any: {"frame": 7, "cc608": "9420", "cc708": ""}.
 void exportCaptions(CAMediaFile& file, const ExportRequest& request);

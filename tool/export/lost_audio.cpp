@@ -5,7 +5,7 @@
 
 namespace {
 
-// Places that are told.
+// Maximum number of intervals that are listed.
 constexpr std::size_t kPlacesTold = 10;
 
 // "0:01:23.4".

@@ -1,4 +1,4 @@
-// What of exported sound could not be delivered, and where.
+// Which exported audio was lost, and where.
 #pragma once
 
 #include <cstdint>
@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-// Positions are in sample frames; they are given in rising order.
+// Positions are PCM frames; they must be given in ascending order.
 class LostSound {
  public:
   explicit LostSound(std::uint32_t sampleRate) : sampleRate_(sampleRate) {}
 
-  // So many access units within [from, to) decoded to nothing.
+  // `units` access units within [from, to) could not be decoded.
   void addUnits(std::uint64_t from, std::uint64_t to, std::uint32_t units);
-  // Nothing was delivered of [from, to).
+  // None of [from, to) was delivered.
   void addGap(std::uint64_t from, std::uint64_t to);
 
-  // The sound ends at `position`, before its stated end.
+  // The audio ends at `position`, before its stated end.
   void setEnd(std::uint64_t position) { end_ = position; }
 
-  // In one line without its end, `name` being the file's; empty when nothing was lost.
+  // The report in one line, without line end; `name` is the file's. Empty when nothing was lost.
   std::string text(const std::string& name) const;
 
  private:

@@ -1,4 +1,4 @@
-// A file that a command makes.
+// A file that a command writes.
 #pragma once
 
 #include <cstdint>
@@ -7,25 +7,26 @@
 #include <span>
 #include <string>
 
-// It is removed again unless it is finished. Every operation throws UserError when the file cannot be made.
+// It is removed unless it is finished. Every operation throws UserError when the file cannot be written.
 class OutputFile {
  public:
-  // `input`: the file being read, which is not to be overwritten.
+  // `input`: the file being read, which must not be overwritten.
   OutputFile(const std::string& path, const std::string& input);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
   void write(std::span<const std::uint8_t> bytes);
-  // Replaces what stands at the start of the file; writing goes on at its end.
+  // Replaces the first bytes of the file; writing continues at its end.
   void rewriteStart(std::span<const std::uint8_t> bytes);
 
-  // Runs `work`, which writes the whole file. A UserError out of it also says that the partial file is gone.
+  // Runs `work`, which writes the whole file. A UserError from it also says that the partial file was
+  // removed.
   void make(const std::function<void()>& work);
 
  private:
   void check();
-  // Removes the file, unless it is a device. Returns whether it did.
+  // Removes the file, unless it is a device. Returns whether it was removed.
   bool remove();
 
   std::string path_;

@@ -9,7 +9,7 @@ constexpr std::uint16_t kPcm = 1;
 constexpr std::uint16_t kExtensible = 0xFFFE;
 constexpr std::uint32_t kDs64Bytes = 28;
 constexpr std::uint32_t kFormatBytes = 40;
-constexpr std::uint32_t kBeyond = 0xFFFFFFFFu;  // the size stands in the "ds64" chunk
+constexpr std::uint32_t kBeyond = 0xFFFFFFFFu;  // the "ds64" chunk has the size
 
 // Speakers by channel count: mono, stereo, L R C, L R C Cs, L R C Ls Rs, 5.1, 6.1, 7.1.
 constexpr std::uint32_t kSpeakers[] = {0, 0x4, 0x3, 0x7, 0x107, 0x37, 0x3F, 0x13F, 0x63F};
@@ -26,7 +26,8 @@ class LittleEndian {
 }  // namespace
 
 std::vector<std::uint8_t> waveHeader(const WaveFormat& format, std::uint64_t dataBytes) {
-  // Behind the first eight bytes: the form type, three chunk headers and two chunks, and an even data chunk.
+  // After the first eight bytes: the form type, three chunk headers and two chunks, and a data chunk padded
+  // to an even size.
   const std::uint64_t riffBytes = 4 + 3 * 8 + kDs64Bytes + kFormatBytes + dataBytes + dataBytes % 2;
   const bool wide = riffBytes >= kBeyond;
   LittleEndian head;

@@ -1,4 +1,4 @@
-// The head of a WAV file.
+// The header of a WAV file.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,6 @@ struct WaveFormat {
   std::uint32_t frameBytes() const { return channels * (bitsPerSample / 8u); }
 };
 
-// Everything ahead of the samples, of the same length whatever their number: RIFF, or RF64 (EBU Tech 3306)
-// where 32 bits cannot hold the sizes.
+// Everything before the samples, of the same length for any number of samples: RIFF, or RF64 (EBU Tech 3306)
+// when 32 bits cannot hold the sizes.
 std::vector<std::uint8_t> waveHeader(const WaveFormat& format, std::uint64_t dataBytes);

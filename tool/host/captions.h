@@ -8,5 +8,5 @@
 
 // The CEA-608 pair, empty when the frame has none.
 std::span<const std::uint8_t> captionPair(const DFRAME& descriptor);
-// The CEA-708 packet as it stands in the caption area from byte 4 on, empty when the frame has none.
+// The CEA-708 packet, as stored in the caption area from byte 4 on; empty when the frame has none.
 std::span<const std::uint8_t> captionPacket(const DFRAME& descriptor);

@@ -1,4 +1,4 @@
-// Where a video description keeps the decoder's configuration.
+// Where a video description holds the codec configuration.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,6 @@
 
 #include "qvr.h"
 
-// The configuration box behind the bitmap header ("avcC", "hvcC"), its header included; empty when its size
-// does not fit there. The bytes are the description's.
+// The configuration box after the bitmap header ("avcC", "hvcC"), including its own header; empty when its
+// size does not fit the description. The bytes are owned by the description.
 std::span<const std::uint8_t> codecConfiguration(const QVRVIDEO& video);

@@ -13,7 +13,7 @@ struct CodecName {
   const char* name;
 };
 
-// The registered types that files of today and of the last decades carry (mp4ra.org, QuickTime).
+// The registered types found in files of today and of the last decades (mp4ra.org, QuickTime).
 constexpr CodecName kNames[] = {
     // Video.
     {Mp4FourCc("avc1"), "H.264"},

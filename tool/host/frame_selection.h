@@ -1,4 +1,4 @@
-// Which frames of a file a command works on.
+// The frames of a file that a command works on.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace CLI {
 class App;
 }
 
-// What `--from` and `--count` say; without a count, everything that follows.
+// The values of `--from` and `--count`; without a count, all frames that follow.
 struct FrameSelection {
   std::uint32_t from = 0;
   std::optional<std::uint32_t> count;

@@ -21,7 +21,7 @@ Log& theLog() {
   return log;
 }
 
-// The words of "ERROR(vlx_fmp4): words\n".
+// The text in "ERROR(vlx_fmp4): text\n".
 std::string_view wordsOf(std::string_view line) {
   constexpr std::string_view kPrefixEnd = "): ";
   const std::size_t prefix = line.find(kPrefixEnd);
@@ -34,7 +34,7 @@ void takeLine(void* context, std::uint32_t level, const char* text) {
   const std::lock_guard<std::mutex> lock(log.mutex);
   const std::string_view line(text);
   if (level == VL_LOG_ERROR) log.lastError = wordsOf(line);
-  // Plain lines come without a line end of their own.
+  // Plain lines come without a line end.
   if (!log.quiet) std::fprintf(stderr, "%s%s", text, line.ends_with('\n') ? "" : "\n");
 }
 

@@ -3,10 +3,10 @@
 
 #include <string>
 
-// Takes over the host's log for the rest of the program. Its lines go on to standard error, unless `quiet`.
+// Takes over the host's log until the program ends. Its lines go to standard error, unless `quiet`.
 void takeHostLog(bool quiet);
 
-// The words of the last error that the plug-in logged, without prefix and line end; empty when there was none
-// since the log was taken over or forgetLoggedError() called.
+// The text of the last error that the plug-in logged, without prefix and line end; empty when there was none
+// since the log was taken over or forgetLoggedError() was called.
 std::string lastLoggedError();
 void forgetLoggedError();

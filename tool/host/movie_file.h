@@ -1,4 +1,4 @@
-// A media file looked into beside the plug-in, to tell what it makes of it.
+// Looks into a media file without the plug-in, to explain what the plug-in makes of it.
 #pragma once
 
 #include <cstdint>
@@ -6,26 +6,26 @@
 
 #include "mp4box/box.h"
 
-// Samples that a movie lists in its own tables, outside of fragments.
+// Samples that a movie has in its own sample tables, outside fragments.
 struct MovieSamples {
   std::uint64_t frames = 0;  // of the first video track with any
-  std::uint64_t sounds = 0;  // coded ones, of the first audio track with any
+  std::uint64_t sounds = 0;  // access units of the first audio track with any
 };
 
 class MovieFile {
  public:
-  // Opens `path` and reads its boxes up to the movie. The file may be of any kind, or not there.
+  // Opens `path` and reads its boxes up to the movie. The file may be of any format, or missing.
   explicit MovieFile(const std::string& path);
 
   bool isOpen() const { return root_ != nullptr; }
-  // Why it is not, in the system's words.
+  // Why it is not open, in the system's words.
   const std::string& openError() const { return openError_; }
 
-  // Of an open file; the boxes are the object's.
+  // For an open file; the object owns the boxes.
   Mp4Stream& stream() { return stream_; }
   Mp4Box* root() { return root_.get(); }
   Mp4Box* movie() { return Mp4BoxChild(root(), Mp4FourCc("moov")); }
-  // Whether there is a fragment, for which the file is read on.
+  // Whether there is a fragment; reads on in the file to find out.
   bool hasFragments() { return Mp4BoxGet(&stream_, root(), false, "moof") != nullptr; }
   MovieSamples movieSamples();
 
@@ -35,12 +35,12 @@ class MovieFile {
   std::string openError_;
 };
 
-// The files that the plug-in opens for a name: its own, or those that a manifest names.
+// The files that the plug-in opens for a name: the named file, or those that a manifest names.
 struct OpenedFiles {
-  std::string media;      // empty where there is none
-  std::string companion;  // of the sound, where it has a file of its own
+  std::string media;      // empty when there is none
+  std::string companion;  // with the audio, if it has a file of its own
 };
 OpenedFiles openedFiles(const std::string& name);
 
-// Whether a name says that its file holds sound alone (".m4a", ".isma").
+// Whether a file has audio alone by its name (".m4a", ".isma").
 bool isAudioName(const std::string& name);

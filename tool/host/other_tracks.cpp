@@ -25,7 +25,7 @@ bool isEncrypted(std::uint32_t codec) {
          codec == Mp4FourCc("encs") || codec == Mp4FourCc("drmi") || codec == Mp4FourCc("drms");
 }
 
-// "encrypted H.264 (scheme cenc)": the protection scheme is told by the "sinf" in the sample entry (ISO/IEC
+// "encrypted H.264 (scheme cenc)": the "sinf" in the sample entry names the protection scheme (ISO/IEC
 // 14496-12, 8.12).
 std::string describeEncryption(Mp4Stream& stream, Mp4Box* sampleEntry) {
   std::string text = "encrypted";
@@ -38,7 +38,7 @@ std::string describeEncryption(Mp4Stream& stream, Mp4Box* sampleEntry) {
   return read ? text + " (scheme " + fourCcText(Mp4LoadU32(type.data())) + ")" : text;
 }
 
-// Goes through the tracks of a movie as the plug-in does when it opens one, and tells why it passes one over.
+// Walks the tracks of a movie as the plug-in does when it opens one, and says why it ignores a track.
 class TrackChoice {
  public:
   explicit TrackChoice(Mp4Stream& stream) : stream_(stream) {}

@@ -1,4 +1,4 @@
-// The tracks of a movie that the plug-in passes over.
+// The tracks of a movie that the plug-in ignores.
 #pragma once
 
 #include <cstdint>
@@ -9,21 +9,21 @@
 
 struct OtherTrack {
   std::uint32_t id = 0;
-  std::uint32_t handler = 0;  // "vide", "soun", "subt", ...; 0 where the track has none
-  std::uint32_t codec = 0;    // type of the sample entry; 0 where the track has none
+  std::uint32_t handler = 0;  // "vide", "soun", "subt", ...; 0 when the track has none
+  std::uint32_t codec = 0;    // type of the sample entry; 0 when the track has none
   std::string why;            // "AV1 is not supported"
 };
 
-// Those of the movie below `root`, in their order; none where it holds no "moov". `stream` is the file's.
+// The ignored tracks of the movie below `root`, in file order; none without a "moov". `stream` is the file's.
 std::vector<OtherTrack> otherTracks(Mp4Stream& stream, Mp4Box* root);
 
-// Those of the files that the plug-in opens for a name.
+// The ignored tracks of the files that the plug-in opens for a name.
 std::vector<OtherTrack> otherTracksOf(const std::string& name);
 
-// One of them in words: "track 2 (soun, Opus): Opus is not supported".
+// Describes one track: "track 2 (soun, Opus): Opus is not supported".
 std::string trackText(const OtherTrack& track);
-// All of them, joined by "; ".
+// Describes all of them, joined by "; ".
 std::string trackTexts(const std::vector<OtherTrack>& tracks);
 
-// Why a file has no track of a handler ("soun", "vide") to be read, as what follows "has no sound".
+// Why a file has no supported track of a handler ("soun", "vide"), as the text after "has no sound".
 std::string whyThereIsNone(const std::string& name, std::uint32_t handler);

@@ -28,8 +28,8 @@ Function exportOf(void* library, const std::string& libraryName, const char* nam
   return reinterpret_cast<Function>(address);
 }
 
-// A library as the host takes its name. A path given on a command line starts from the working folder, where
-// the host itself does not look.
+// A library name as the host takes it. A path on the command line is relative to the working folder, where
+// the host itself does not search.
 std::string libraryName(const std::string& given) {
   const std::filesystem::path path = vlPath(given);
   return path.has_parent_path() ? vlName(std::filesystem::absolute(path)) : given;

@@ -7,12 +7,12 @@
 
 #include "mediafile.h"
 
-class CMFFmp4;  // the plug-in's own class; to its users it is a CAMediaFile
+class CMFFmp4;  // the plug-in's own class; its users see a CAMediaFile
 
 using CheckVersionAndFile = std::int64_t (*)(const char* fileName, std::uint32_t indexOrFlags, void* out);
 using MediaFileCommand = std::int64_t (*)(CMFFmp4* object, std::uint32_t command, void* argument);
 
-// Closes and destroys a media-file object through the plug-in that made it.
+// Closes and destroys a media-file object through the plug-in that created it.
 struct MediaFileCloser {
   MediaFileCommand command;
   void operator()(CAMediaFile* object) const;
@@ -26,8 +26,8 @@ inline constexpr std::uint32_t kVideoChannel = 1;
 // accepted probes outlive this object.
 class Plugin {
  public:
-  // Loads the library `name` (a name without a folder is looked for beside the program first). Throws
-  // UserError when it is missing, lacks an export or speaks another version of the interface.
+  // Loads the library `name` (a name without a folder is searched for beside the program first). Throws
+  // UserError when it is missing, lacks an export or implements another version of the interface.
   explicit Plugin(const std::string& name);
 
   std::uint32_t interfaceVersion() const { return interfaceVersion_; }
@@ -35,12 +35,12 @@ class Plugin {
   // The format record `index`. Throws UserError when the plug-in has none.
   FormatRecord formatRecord(std::uint32_t index) const;
 
-  // Whether the plug-in takes the file.
+  // Whether the plug-in accepts the file.
   bool probe(const std::string& file) const;
-  // Opens a file for reading, audio only if its name says so (".m4a", ".isma"). Warns of samples that are not
-  // read. Throws UserError with the reason when the plug-in refuses it or fails to open it.
+  // Opens a file for reading, for audio only if its name says so (".m4a", ".isma"). Warns of samples that are
+  // not read. Throws UserError with the reason when the plug-in refuses the file or fails to open it.
   MediaFile open(const std::string& file) const;
-  // Creates a file for writing; what is there is replaced. Throws UserError when the plug-in cannot.
+  // Creates a file for writing, replacing an existing one. Throws UserError when the plug-in cannot.
   MediaFile create(const std::string& file) const;
 
  private:

@@ -13,7 +13,7 @@
 
 namespace {
 
-// `text` as one word of a POSIX shell command.
+// `text` quoted as one word of a POSIX shell command.
 std::string shellQuoted(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
@@ -25,7 +25,7 @@ bool isFolder(const std::string& file) {
   return std::filesystem::is_directory(vlPath(file), ignored);
 }
 
-// What keeps a file of any kind from being read.
+// What prevents any file from being read.
 std::optional<std::string> fileTrouble(const std::string& file) {
   if (isFolder(file)) return "is a folder; give a file in it";
   if (vlOSFileExists(file.c_str()) == 0) return "does not exist; check the name";
@@ -35,9 +35,9 @@ std::optional<std::string> fileTrouble(const std::string& file) {
   return std::nullopt;
 }
 
-// ---- What is no MP4 ---------------------------------------------------------------------------------
+// ---- Files that are not MP4 -------------------------------------------------------------------------
 
-// Box types that files start with (ISO/IEC 14496-12, table 1, and QuickTime).
+// Types of the first box of a file (ISO/IEC 14496-12, table 1, and QuickTime).
 bool startsLikeMp4(const Mp4Box& root) {
   constexpr std::array kTypes = {Mp4FourCc("ftyp"), Mp4FourCc("styp"), Mp4FourCc("moov"), Mp4FourCc("moof"),
                                  Mp4FourCc("mdat"), Mp4FourCc("sidx"), Mp4FourCc("ssix"), Mp4FourCc("prft"),
@@ -47,7 +47,7 @@ bool startsLikeMp4(const Mp4Box& root) {
   return root.first && std::find(kTypes.begin(), kTypes.end(), root.first->type) != kTypes.end();
 }
 
-// What a file is that is no MP4, by how it starts.
+// The format of a file that is not MP4, by its first bytes.
 std::string otherKind(Mp4Stream& stream) {
   std::array<char, 189> start{};
   stream.seek(0);
@@ -62,7 +62,7 @@ std::string otherKind(Mp4Stream& stream) {
   return "is not MP4";
 }
 
-// ---- What is one ------------------------------------------------------------------------------------
+// ---- MP4 files --------------------------------------------------------------------------------------
 
 std::string withoutMovie(MovieFile& movie) {
   if (movie.hasFragments())
@@ -81,7 +81,7 @@ std::string withoutFragments(MovieFile& movie, const std::string& file) {
          fragmentingCommand(file);
 }
 
-// Why none of a movie's tracks can be read; none when one can.
+// Why no track of a movie can be read; nothing when one can.
 std::optional<std::string> withoutReadableTrack(MovieFile& movie) {
   const std::vector<OtherTrack> others = otherTracks(movie.stream(), movie.root());
   if (Mp4BoxChild(movie.movie(), Mp4FourCc("trak"), static_cast<std::uint32_t>(others.size())))
@@ -90,7 +90,7 @@ std::optional<std::string> withoutReadableTrack(MovieFile& movie) {
   return "has no track that can be read: " + trackTexts(others);
 }
 
-// What is wrong with a media file, as what follows its name; none when it looks right.
+// The problem of a media file, as the text after its name; nothing when none is found.
 std::optional<std::string> mediaTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
@@ -106,7 +106,7 @@ bool contains(const std::string& name, const char* part) {
   return name.find(part) != std::string::npos;
 }
 
-// Why no media file goes by a name.
+// Why a name leads to no media file.
 std::string withoutMedia(const std::string& file) {
   if (contains(file, ".ism"))
     return "the media of Smooth Streaming names are found through a DASH manifest (.mpd or .xml) of the same "
@@ -118,7 +118,7 @@ std::string withoutMedia(const std::string& file) {
          "in lower case";
 }
 
-// Whether a manifest's media are in a file for each segment.
+// Whether a manifest has a file for each segment.
 bool namesSegmentFiles(const std::string& file) {
   FileSet files = FindFileSet(file.c_str(), false);
   const std::optional<Manifest> manifest = LoadManifest(files);

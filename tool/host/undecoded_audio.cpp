@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint8_t kMpeg2Audio = 0x69, kMpeg1Audio = 0x6B, kMpeg4Audio = 0x40;
 
-// Audio object types of ISO/IEC 14496-3, table 1.17, that are not decoded.
+// Unsupported audio object types of ISO/IEC 14496-3, table 1.17.
 struct ObjectTypeName {
   int type;
   const char* name;
@@ -42,8 +42,8 @@ constexpr std::array kUndecodedTypes = {ObjectTypeName{6, "AAC scalable"},
                                         ObjectTypeName{39, "AAC ELD"},
                                         ObjectTypeName{42, "xHE-AAC"}};
 
-// The layer that the first frame of MPEG-1 or MPEG-2 audio states (ISO/IEC 11172-3, 2.4.2.3), 0 where there
-// is none to be seen.
+// The layer in the header of the first MPEG-1 or MPEG-2 audio frame (ISO/IEC 11172-3, 2.4.2.3), 0 when it
+// cannot be read.
 unsigned firstLayer(const std::string& path, std::uint32_t trackId) {
   constexpr std::uint32_t kHeaderBytes = 4, kSync = 0xFFE00000u;
   try {
@@ -57,7 +57,7 @@ unsigned firstLayer(const std::string& path, std::uint32_t trackId) {
       return (header & kSync) == kSync && layer != 0 ? 4 - layer : 0;
     }
   } catch (const UserError&) {
-    return 0;  // the tracks of a damaged file have no layer to tell
+    return 0;  // the layer is unknown in damaged files
   }
   return 0;
 }

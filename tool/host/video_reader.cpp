@@ -11,7 +11,7 @@
 VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (file_.VidChan() == 0)
     throw UserError("'" + name_ + "' has no video stream" + whyThereIsNone(name_, Mp4FourCc("vide")));
-  // Without a descriptor the answer is the size of the largest sample.
+  // Without a descriptor the result is the size of the largest sample.
   const std::uint32_t largest = file_.Read(0, 1, kVideoChannel, QVR_MODE_VIDEO, nullptr, nullptr);
   descriptor_.dataCapacity = std::max(largest, std::uint32_t{1});
   buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(descriptor_.dataCapacity);
@@ -29,7 +29,7 @@ FrameRange VideoReader::range(const FrameSelection& selection) const {
 }
 
 const DFRAME& VideoReader::read(std::uint32_t frame) {
-  descriptor_.compositionOffset = 0;  // a run without offsets leaves it as it is
+  descriptor_.compositionOffset = 0;  // a run without offsets leaves it unchanged
   descriptor_.bytes = 0;
   const std::uint32_t status = file_.Read(frame, 1, kVideoChannel, QVR_MODE_VIDEO, &descriptor_, nullptr);
   if (status != VL_OK || descriptor_.bytes > descriptor_.dataCapacity)

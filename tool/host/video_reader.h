@@ -14,18 +14,18 @@ class VideoReader {
   // `file` must outlive the reader. Throws UserError when it has no video stream. `name` is for messages.
   VideoReader(CAMediaFile& file, std::string name);
 
-  // The frames of the file that are selected. Throws UserError when the file ends before the first.
+  // The selected frames of the file. Throws UserError when the file ends before the first.
   FrameRange range(const FrameSelection& selection) const;
 
-  // Reads one frame. The descriptor and the sample's bytes stay valid until the next read. Throws UserError
-  // when the plug-in cannot deliver it.
+  // Reads one frame. The descriptor and the sample's bytes are valid until the next read. Throws UserError
+  // when the plug-in cannot deliver the frame.
   const DFRAME& read(std::uint32_t frame);
   std::span<const std::uint8_t> sample() const { return {buffer_.get(), descriptor_.bytes}; }
 
  private:
   CAMediaFile& file_;
   std::string name_;
-  // Holds the largest sample. Left unset, for a damaged file may claim more than it will ever fill.
+  // Holds the largest sample. Uninitialised, since a damaged file may claim more than it will ever fill.
   std::unique_ptr<std::uint8_t[]> buffer_;
   DFRAME descriptor_ = {};
 };

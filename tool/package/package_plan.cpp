@@ -16,7 +16,7 @@ using Warn = std::function<void(const std::string&)>;
 
 constexpr std::uint32_t kUsualInterval = 30;
 
-// Where decoding has to start for the first frame that the edit list shows.
+// Where decoding has to start for the first frame that the edit list displays.
 std::uint32_t firstNeeded(const SourceTrack& video, const Warn& warn) {
   std::size_t first = 0, hidden = 0;
   for (std::size_t i = 0; i < video.samples.size(); ++i) {
@@ -31,7 +31,7 @@ std::uint32_t firstNeeded(const SourceTrack& video, const Warn& warn) {
   return static_cast<std::uint32_t>(first);
 }
 
-// Frames up to the last one that the edit list shows; at least 1.
+// Frames up to the last one that the edit list displays; at least 1.
 std::size_t shownFrames(const SourceTrack& video) {
   std::size_t frames = video.samples.size();
   while (frames > 1 && video.samples[frames - 1].presentationTime() >= video.edits.shownEnd()) --frames;
@@ -61,8 +61,8 @@ std::span<const SourceSample> chosen(const SourceTrack& video, const PackagePlan
   return std::span(video.samples).subspan(plan.first, plan.count);
 }
 
-// What frames of the source last, but for rounding: a timescale may have no whole number of ticks for it, and
-// containers that the source went through before may have rounded it to milliseconds.
+// The frame duration of the source, up to rounding: a timescale may have no whole number of ticks for it, and
+// containers that the source went through earlier may have rounded it to milliseconds.
 struct FrameDuration {
   std::uint32_t nominal;   // ticks
   std::uint32_t rounding;  // ticks, less than half a frame
@@ -77,7 +77,7 @@ struct FrameDuration {
   }
 };
 
-// Frames and what they last together.
+// Frames and their total duration.
 struct Frames {
   std::uint64_t count = 0;
   std::uint64_t ticks = 0;
@@ -88,8 +88,8 @@ struct Frames {
   }
 };
 
-// The frames that tell the rate: those that last as most of them do, whose mean has no rounding in it. Where
-// most last otherwise, the mean of all keeps the picture with the sound.
+// The frames that determine the rate: those of the most common duration, whose mean has no rounding error. If
+// most frames have another duration, the mean of all keeps the video in step with the audio.
 Frames framesForRate(const SourceTrack& video, const FrameDuration& duration) {
   Frames nominal, all;
   for (const SourceSample& sample : video.samples) {
@@ -99,7 +99,7 @@ Frames framesForRate(const SourceTrack& video, const FrameDuration& duration) {
   return nominal.count * 2 > all.count ? nominal : all;
 }
 
-// Frames of a recording last equally long.
+// The frames of a recording all have the same duration.
 void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
   const FrameDuration duration(video);
   const Frames frames = framesForRate(video, duration);
@@ -127,7 +127,7 @@ void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
          std::to_string(plan.scale) + "/" + std::to_string(plan.rate) + " s");
 }
 
-// The distance from key frame to key frame that is the most common; 0 when there is only one.
+// The most common key-frame interval; 0 when there is only one key frame.
 std::uint32_t keyFrameDistance(std::span<const SourceSample> frames, const Warn& warn) {
   std::map<std::size_t, std::size_t> counts;
   std::size_t last = 0;
@@ -150,7 +150,7 @@ bool givesSegments(std::uint32_t interval) {
   return GeometryOfInterval(interval).fragmentsPerSegment != 0;
 }
 
-// The largest part of an interval that can be cut into segments.
+// The largest divisor of an interval that can be divided into segments.
 std::uint32_t usablePart(std::uint32_t interval) {
   for (std::uint32_t part = kUsualInterval; part > 1; --part)
     if (interval % part == 0) return part;

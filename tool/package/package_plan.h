@@ -1,4 +1,4 @@
-// What packaging makes of a source's numbers: its frame rate, its key-frame interval, its frames.
+// Derives a recording's numbers from its source: frame rate, key-frame interval, frames.
 #pragma once
 
 #include <cstdint>
@@ -11,32 +11,32 @@
 struct PackageOptions {
   std::string input;
   std::string output;
-  std::optional<std::uint32_t> interval;  // frames from one key frame to the next
+  std::optional<std::uint32_t> interval;  // key-frame interval
   bool noAudio = false;
   std::uint32_t start = 0;
   std::optional<std::uint32_t> count;
 };
 
 struct PackagePlan {
-  std::uint32_t first = 0;  // of the source's frames
+  std::uint32_t first = 0;  // index in the source
   std::uint32_t count = 0;
   std::uint32_t rate = 0;  // frames a second: rate / scale
   std::uint32_t scale = 1;
   std::uint32_t interval = 1;    // the host's codec option 8
-  std::int64_t leastOffset = 0;  // the lowest composition offset, where it is below zero, in ticks
-  double frameTicks = 1;         // ticks of the source a frame
+  std::int64_t leastOffset = 0;  // minimum composition offset, if negative, in ticks
+  double frameTicks = 1;         // ticks of the source for each frame
 
-  // That of a track's samples as the plug-in reads them: all, at the rate that most of them have. Throws
-  // UserError when they have none.
+  // The plan for all samples of a track as the plug-in reads them, at the rate of most of them. Throws
+  // UserError when there are none.
   static PackagePlan asRead(const SourceTrack& video);
 
   double framesPerSecond() const { return static_cast<double>(rate) / scale; }
-  // Takes the offsets of the chosen frames into account, once these and the rate are known.
+  // Applies the composition offsets of the chosen frames, once these and the rate are known.
   void chooseOffsets(const SourceTrack& video);
-  // Of a frame of the source, in whole frames, counted from the lowest.
+  // Composition offset of a source frame, in whole frames above the minimum.
   std::int32_t compositionOffset(const SourceSample& frame) const;
 };
 
-// Throws UserError when the source cannot be packaged so; tells `warn` what the user should know.
+// Throws UserError when the source cannot be packaged this way; passes warnings for the user to `warn`.
 PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options,
                         const std::function<void(const std::string&)>& warn);

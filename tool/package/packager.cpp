@@ -15,12 +15,12 @@
 
 namespace {
 
-constexpr std::uint32_t kStereo = 3;  // channel mask of the sound
+constexpr std::uint32_t kStereo = 3;  // channel mask of the audio
 constexpr std::uint32_t kKeyFrameIntervalOption = 8;
 constexpr std::uint32_t kMaxCopiedConfiguration = 4;
 
-// Access units that sound may be off the time of its source, and seconds by which source times may be
-// rounded.
+// Access units by which audio may deviate from the time of its source, and seconds by which source times may
+// be rounded.
 constexpr double kTolerance = 0.5;
 constexpr double kRounding = 0.001;
 
@@ -83,7 +83,7 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
   describe();
 }
 
-// Null when there is no sound to be recorded.
+// Null when there is no audio to record.
 SourceTrack* Packager::findAudio() {
   SourceTrack* const track = source_.trackOfHandler(Mp4FourCc("soun"));
   if (!track || options_.noAudio) return nullptr;
@@ -103,7 +103,7 @@ SourceTrack* Packager::findAudio() {
   return nullptr;
 }
 
-// Whether any sound that is known by now is to be recorded.
+// Whether any audio known so far will be recorded.
 bool Packager::audioPlays(SourceTrack& track) const {
   const double end = times_.firstPicture() + static_cast<double>(frameLimit_) * times_.frameSeconds();
   return std::any_of(track.samples.begin(), track.samples.end(), [&](const SourceSample& sample) {
@@ -112,8 +112,8 @@ bool Packager::audioPlays(SourceTrack& track) const {
   });
 }
 
-// Whether the edit list hides an access unit for good: not if it leads in the first one that plays, nor if it
-// goes with pictures that are recorded although they are hidden.
+// Whether the edit list hides an access unit for good: not if it is pre-roll of the first one that plays, nor
+// if it plays with video that is recorded although it is hidden.
 bool Packager::isLeftOut(const SourceTrack& track, const SourceSample& sample) const {
   const std::int64_t begin = sample.presentationTime(), end = begin + sample.duration;
   if (!track.edits.hides(begin, end)) return false;
@@ -124,7 +124,7 @@ bool Packager::isLeftOut(const SourceTrack& track, const SourceSample& sample) c
              video_.edits.present(video_.edits.empty() ? 0 : video_.edits.firstShown(), video_.timescale);
 }
 
-// Seconds of an access unit.
+// Duration of an access unit, in seconds.
 double Packager::audioSeconds() const {
   return static_cast<double>(kAacFrameSamples) / audioConfig_.frequency;
 }
@@ -191,7 +191,7 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
   do {
     for (; video_.next < video_.samples.size() && frames_ < frameLimit_ && !ended(); ++video_.next) {
       times_.add(video_.samples[video_.next]);
-      // Sound is written before the picture that it plays with.
+      // Audio is written before the frame that it plays with.
       writeAudioUpTo(static_cast<double>(frames_ + 1) * times_.frameSeconds(), true);
       writeFrame(video_.samples[video_.next]);
       show(++frames_);
@@ -199,7 +199,7 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
     whole = video_.next == video_.samples.size();
   } while (frames_ < frameLimit_ && !ended() && source_.more());
   writeAudioUpTo(times_.end(), true);
-  // What the picture does not cover belongs to it only when all of it was asked for.
+  // Audio outside the video is recorded only when all of the video was requested.
   if (whole) writeAudioUpTo(kEndless, false);
   tellWhatWasLeftOut();
 }
@@ -233,8 +233,8 @@ void Packager::addCaptions(std::uint64_t frame) {
   cc708_.addTo(descriptor_, static_cast<std::int64_t>(frame), frameOf);
 }
 
-// Writes the sound of the recording that starts before `end`, in seconds. `fill`: gaps become silence;
-// otherwise a gap ends it.
+// Writes the audio of the recording that starts before `end`, in seconds. `fill`: gaps become silence;
+// otherwise a gap ends the audio.
 void Packager::writeAudioUpTo(double end, bool fill) {
   if (!audio_) return;
   for (; audio_->next < audio_->samples.size();) {
@@ -272,7 +272,7 @@ void Packager::writeAccessUnit(std::span<std::uint8_t> bytes) {
 }
 
 void Packager::tellWhatWasLeftOut() const {
-  // Of what an encoder puts before the sound nothing is missed.
+  // Nothing is lost with an encoder's priming.
   constexpr double kPriming = 0.2;
   const auto seconds = [](double value) {
     return std::to_string(static_cast<std::uint64_t>(std::llround(value * 1000))) + " ms";

@@ -23,12 +23,12 @@ class Packager {
  public:
   using Warn = std::function<void(const std::string&)>;
 
-  // Creates the recording. The samples that `source` knows by now decide what it is to be; `frames` are the
-  // most that it takes. Throws UserError when it cannot be made.
+  // Creates the recording. The samples that `source` has so far determine its settings; `frames` is the
+  // maximum that it takes. Throws UserError when the recording cannot be created.
   Packager(const Plugin& plugin, SampleSource& source, const PackageOptions& options, const PackagePlan& plan,
            std::uint64_t frames, Warn warn);
 
-  // Records all there is, until `ended` says so after some frame; `show` gets the number of frames done.
+  // Records everything, until `ended` returns true after a frame; `show` receives the number of frames done.
   // Throws UserError when something cannot be read or written; what came before it is recorded.
   void run(const std::function<void(std::uint64_t)>& show, const std::function<bool()>& ended);
   // Ends the recording.
@@ -36,7 +36,7 @@ class Packager {
 
   std::uint64_t frames() const { return frames_; }
   bool recordsAudio() const { return audio_ != nullptr; }
-  // What is known of the master playlist, but for the lists that it joins.
+  // What is known for the master playlist, except the playlists that it joins.
   MasterPlaylist master() const;
 
  private:
@@ -63,18 +63,18 @@ class Packager {
   SourceTrack& video_;
   PictureTimes times_;
   UMC::aac::AudioSpecificConfig audioConfig_{};
-  std::optional<std::vector<std::uint8_t>> silence_;  // an access unit of it; nothing where none is known
-  SourceTrack* audio_;                                // null: no sound is recorded
+  std::optional<std::vector<std::uint8_t>> silence_;  // an access unit of silence; nothing when unknown
+  SourceTrack* audio_;                                // null: no audio is recorded
   SourceCaptions cc608_;
   SourceCaptions cc708_;
   MediaFile file_;
 
   std::uint64_t frames_ = 0;       // written
   std::uint64_t accessUnits_ = 0;  // written, silent ones included
-  bool followsSource_ = false;     // the last one is of the source
+  bool followsSource_ = false;     // the last one came from the source
   double audioOffset_ = 0;         // seconds of gaps that could not be filled
-  double leadingAudio_ = 0;        // seconds of sound before the picture
-  std::uint64_t overlaps_ = 0;     // access units for which there was no time
+  double leadingAudio_ = 0;        // seconds of audio before the video
+  std::uint64_t overlaps_ = 0;     // access units that had no time left
   DFRAME descriptor_ = {};
   std::vector<std::uint8_t> frameBytes_;
 };

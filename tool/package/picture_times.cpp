@@ -7,10 +7,10 @@
 
 namespace {
 
-// Frames whose times decide by how much the recording is earlier than the source: enough to outvote odd ones.
+// Frames whose times determine the shift between source and recording: enough to outvote odd ones.
 constexpr std::size_t kVoters = 256;
 
-// A longer wait for the next frame than this is a while without pictures, in seconds.
+// A longer wait for the next frame is a pause of the video, in seconds.
 constexpr double kOutage = 0.5;
 
 double median(std::vector<double> values) {
@@ -56,7 +56,7 @@ std::optional<double> PictureTimes::recorded(double seconds) const {
 }
 
 std::int64_t PictureTimes::frameOf(double seconds) const {
-  constexpr double kMost = 1e15;  // that a double counts exactly
+  constexpr double kMost = 1e15;  // the maximum that a double counts exactly
   const double frame = std::round(recorded(seconds).value_or(end()) / frameSeconds_);
   return static_cast<std::int64_t>(std::clamp(frame, -kMost, kMost));
 }

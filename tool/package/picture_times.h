@@ -1,4 +1,4 @@
-// From the times of a source to those of its recording, in which the pictures set the pace.
+// Converts times of a source into times of its recording, whose pace the video sets.
 #pragma once
 
 #include <cstdint>
@@ -7,26 +7,25 @@
 
 #include "tool/package/package_plan.h"
 
-// A recording's frames follow each other evenly from 0 on. Sound and captions of the source keep their
-// distance from the pictures; where the source has no pictures for a while, that while is left out of them
-// too.
+// A recording's frames follow each other evenly from 0 on. Audio and captions of the source keep their
+// distance from the video; when the source's video pauses, the pause is removed from them too.
 class PictureTimes {
  public:
-  // Looks at the first frames that are to be recorded: samples of `video` from plan.first on.
+  // Looks at the first frames to be recorded: samples of `video` from plan.first on.
   PictureTimes(const SourceTrack& video, const PackagePlan& plan);
 
-  // Takes in the next frame that is recorded.
+  // Adds the next recorded frame.
   void add(const SourceSample& frame);
 
-  // When what the source plays at `seconds` plays in the recording, below zero if before its first frame.
-  // Nothing where it falls into a while without pictures.
+  // When the recording plays what the source plays at `seconds`; negative before the first frame. Nothing
+  // during a pause of the video.
   std::optional<double> recorded(double seconds) const;
 
-  // The recorded frame whose time of decoding is nearest to that, below zero if before the first; after the
-  // last one taken in where it falls into such a while.
+  // The recorded frame with the nearest decode time, negative before the first; during a pause, the frame
+  // after the last one added.
   std::int64_t frameOf(double seconds) const;
 
-  // When the recording shows its first picture, and when the last of the frames taken in ends, in seconds.
+  // When the recording displays its first frame, and when the last frame added ends, in seconds.
   double firstPicture() const { return firstPicture_; }
   double end() const { return static_cast<double>(frames_) * frameSeconds_ + firstPicture_; }
   double frameSeconds() const { return frameSeconds_; }
@@ -38,7 +37,7 @@ class PictureTimes {
   double firstPicture_ = 0;
   std::uint64_t frames_ = 0;
 
-  std::uint64_t decodeTime_ = 0;  // of the frame before, ticks
+  std::uint64_t decodeTime_ = 0;  // of the previous frame, ticks
   double shift_ = 0;              // seconds that the recording is earlier than the source, from `from_` on
   double from_ = -std::numeric_limits<double>::infinity();
   double previousShift_ = 0;

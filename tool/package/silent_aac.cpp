@@ -31,7 +31,7 @@ void putWindow(BitWriter& bits) {
   bits.put(0, 1);          // no prediction
 }
 
-// An individual_channel_stream (4.4.2.7), but for its ics_info.
+// An individual_channel_stream (4.4.2.7) without its ics_info.
 void putChannel(BitWriter& bits, bool ownWindow) {
   bits.put(0, 8);  // global gain
   if (ownWindow) putWindow(bits);
@@ -39,7 +39,7 @@ void putChannel(BitWriter& bits, bool ownWindow) {
 }
 
 void putPair(BitWriter& bits) {
-  bits.put(1, 1);  // one window for both channels
+  bits.put(1, 1);  // common_window
   putWindow(bits);
   bits.put(0, 2);  // no mid/side stereo
   putChannel(bits, false);

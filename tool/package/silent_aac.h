@@ -1,4 +1,4 @@
-// Access units of AAC in which nothing sounds.
+// AAC access units of silence.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,6 @@
 #include <vector>
 
 // The access unit of silence for a configuration (AudioSpecificConfig, ISO/IEC 14496-3, 1.6.2.1): a raw data
-// block whose elements are those of the configuration's channel layout, none with a scale factor band in use.
-// Nothing for object types whose access units are built otherwise, and for layouts that are reserved.
+// block with the elements of the configuration's channel layout, none with a scale factor band in use.
+// Nothing for object types with other access units, and for reserved layouts.
 std::optional<std::vector<std::uint8_t>> silentAccessUnit(std::span<const std::uint8_t> config);

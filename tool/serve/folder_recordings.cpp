@@ -30,10 +30,10 @@ bool isManifest(const fs::path& path) {
          (path.extension() == ".xml" && startOf(path).find("<MPD") != std::string::npos);
 }
 
-// Whether the playlist lacks its end: recording goes on, or was cut off.
+// Whether the playlist lacks its end: the recording goes on, or was interrupted.
 bool isOpen(const fs::path& playlist) {
   constexpr std::string_view kEnd = "\n#EXT-X-ENDLIST\n";
-  constexpr std::streamoff kTail = kEnd.size() + 1;  // lines may end as those of Windows
+  constexpr std::streamoff kTail = kEnd.size() + 1;  // lines may have Windows line ends
   std::ifstream file(playlist, std::ios::binary | std::ios::ate);
   const std::streamoff size = file.tellg();
   if (size < kTail) return true;
@@ -43,8 +43,8 @@ bool isOpen(const fs::path& playlist) {
   return !plainLines(tail).ends_with(kEnd);
 }
 
-// The base names of manifests and of media playlists. A playlist of sound has the letter A behind the name of
-// the recording it belongs to.
+// The base names of manifests and of media playlists. The name of an audio playlist is that of its recording
+// followed by the letter A.
 std::set<std::string> namesIn(const fs::path& folder) {
   std::set<std::string> names;
   std::error_code error;

@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-// Files are named relative to the folder; empty: there is none.
+// Files are named relative to the folder; empty when there is none.
 struct FolderRecording {
   std::string name;      // base name of its files
   std::string manifest;  // DASH
-  std::string playlist;  // HLS: the master playlist once there is one, else the media playlist of the video
-  std::string audioPlaylist;  // HLS: the media playlist of sound kept apart
-  std::uint64_t bytes = 0;    // of its media
+  std::string playlist;  // HLS: the master playlist if there is one, else the media playlist of the video
+  std::string audioPlaylist;  // HLS: the media playlist of separate audio
+  std::uint64_t bytes = 0;    // bytes of its media files
   bool inProgress = false;    // its playlist has no end yet
 };
 
-// The recordings that lie in `folder` itself, by name. A file that comes or goes meanwhile is in the list or
-// not; nothing fails.
+// The recordings directly in `folder`, by name. A file that appears or disappears meanwhile may or may not be
+// in the list; nothing fails.
 std::vector<FolderRecording> listRecordings(const std::filesystem::path& folder);
 
 // The same as a JSON array of objects with the members above.

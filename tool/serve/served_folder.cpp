@@ -25,7 +25,7 @@ std::optional<ServedFile> ServedFolder::find(const std::string& name) const {
   // A NUL would end the name early for the operating system.
   if (name.find('\0') != std::string::npos) return std::nullopt;
   const fs::path relative = vlPath(name);
-  // Some systems take a file's name with a separator behind it.
+  // Some systems accept a file name followed by a separator.
   if (!relative.has_filename()) return std::nullopt;
   std::error_code error;
   const fs::path path = fs::canonical(root_ / relative, error);

@@ -1,4 +1,4 @@
-// Files that the server gives out.
+// Files that the server delivers.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +8,10 @@
 
 struct ServedFile {
   std::filesystem::path path;
-  std::uint64_t size = 0;  // bytes, at the moment of asking
+  std::uint64_t size = 0;  // bytes, at the time of the request
 };
 
-// A folder whose files, and no others, can be asked for.
+// A folder: only its files can be requested.
 class ServedFolder {
  public:
   // Throws UserError when `folder` is not a folder that can be read.
@@ -19,8 +19,8 @@ class ServedFolder {
 
   const std::filesystem::path& path() const { return root_; }
 
-  // The regular file of a decoded, relative URL path ("news.m4v", "may/news.m4v"). None when there is no
-  // such file or the name leads out of the folder, by "..", by an absolute path or through a link.
+  // The regular file of a decoded, relative URL path ("news.m4v", "may/news.m4v"). None when there is no such
+  // file or the name leads out of the folder, by "..", by an absolute path or through a link.
   std::optional<ServedFile> find(const std::string& name) const;
 
  private:

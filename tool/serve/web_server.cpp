@@ -13,10 +13,11 @@ namespace {
 
 constexpr const char* kAddress = "127.0.0.1";
 constexpr std::size_t kThreads = 32;        // a browser keeps six connections open
-constexpr time_t kKeepAliveSeconds = 1;     // also the longest that the end waits for idle connections
+constexpr time_t kKeepAliveSeconds = 1;     // also the longest wait for idle connections at the end
 constexpr std::size_t kPiece = 256 * 1024;  // bytes read and sent at a time
 
-// Whether the client means this machine. A page elsewhere whose name was made to lead here does not.
+// Whether the client addressed this machine by name. A foreign page whose host name was made to resolve to
+// this machine does not.
 bool namesLoopback(std::string host) {
   host.resize(std::min(host.size(), host.rfind(':')));
   return host == kAddress || host == "localhost";
@@ -38,12 +39,12 @@ void refuse(httplib::Response& response, int status, const std::string& why) {
   response.set_content(why + "\n", "text/plain; charset=utf-8");
 }
 
-// One server a port. The library would share it with others of the same user.
+// One server per port. The library would share it with other servers of the same user.
 void claimPort(socket_t socket) {
 #ifdef _WIN32
   constexpr int kOption = SO_EXCLUSIVEADDRUSE;
 #else
-  constexpr int kOption = SO_REUSEADDR;  // also soon after an end
+  constexpr int kOption = SO_REUSEADDR;  // a port can be reused soon after its server ended
 #endif
   const int on = 1;
   setsockopt(socket, SOL_SOCKET, kOption, reinterpret_cast<const char*>(&on), sizeof on);
@@ -75,7 +76,7 @@ WebServer::WebServer(const std::filesystem::path& media, const std::filesystem::
   server_.set_default_headers({{"Cache-Control", "no-store"},
                                {"X-Content-Type-Options", "nosniff"},
                                {"Cross-Origin-Resource-Policy", "same-origin"}});
-  // Not by the library's patterns: names come from outside, and these search by recursion.
+  // Not matched with the library's patterns: names come from outside, and matching is recursive.
   server_.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
     answer(request, response);
     return httplib::Server::HandlerResponse::Handled;
@@ -95,7 +96,7 @@ int WebServer::start(int port) {
                     " cannot be opened; is it in use? Give another with --port; 0 picks a free one");
   if (port <= 0) throw UserError("no port can be opened on " + std::string(kAddress));
   answering_ = std::thread([this] { server_.listen_after_bind(); });
-  // The library does not stop what has not begun.
+  // The library does not stop a server that has not started.
   while (!server_.is_running()) std::this_thread::yield();
   return port;
 }
@@ -121,7 +122,7 @@ void WebServer::answerFile(const ServedFolder& folder, const std::string& name,
                            const httplib::Request& request, httplib::Response& response) const {
   const auto file = folder.find(name);
   if (!file) return refuse(response, 404, "there is no such file");
-  // The library cuts the content by the request's ranges, but does not hold them against its size.
+  // The library cuts the content by the request's ranges, but does not check them against its size.
   httplib::Ranges& ranges = const_cast<httplib::Request&>(request).ranges;
   if (request.method == "HEAD") ranges.clear();
   const bool ranged = !ranges.empty();
@@ -130,8 +131,8 @@ void WebServer::answerFile(const ServedFolder& folder, const std::string& name,
     response.set_header("Content-Range", "bytes */" + std::to_string(file->size));
     return refuse(response, 416, "the file has " + std::to_string(file->size) + " bytes");
   }
-  // Several ranges are answered with the whole file, as RFC 9110, 14.2 lets a server: no player asks for
-  // them, and the library states a wrong size with each.
+  // Several ranges are answered with the whole file, as RFC 9110, 14.2 allows: no player requests them, and
+  // the library states a wrong size for each.
   if (ranges.size() > 1) ranges.clear();
   response.set_header("Accept-Ranges", "bytes");
   if (file->size == 0) return response.set_content("", contentTypeOf(file->path));

@@ -1,4 +1,4 @@
-// The web server of `fmp4 serve`: files as they are, with byte ranges, on the loopback address alone.
+// The web server of `fmp4 serve`: files as stored, with byte ranges, on the loopback address only.
 #pragma once
 
 #include <httplib.h>
@@ -13,7 +13,7 @@
 //   /page/NAME        the files that the page is made of
 //   /recordings.json  the recordings of the folder (folder_recordings.h)
 //   /media/NAME       a file of the folder
-// Nothing is to be kept by the client: files grow while they are served.
+// Clients must not cache anything: files grow while they are served.
 class WebServer {
  public:
   // Throws UserError when a folder cannot be read.
@@ -21,8 +21,8 @@ class WebServer {
 
   ~WebServer();
 
-  // Takes `port`, or a free one for 0, answers there on threads of its own until it is destroyed, and returns
-  // the port. Throws UserError when it cannot be had.
+  // Listens on `port`, or on a free one for 0, and answers on threads of its own until it is destroyed.
+  // Returns the port. Throws UserError when the port is not available.
   int start(int port);
 
  private:
@@ -36,6 +36,6 @@ class WebServer {
   std::thread answering_;
 };
 
-// The ranges of `asked` that a file of `size` bytes can satisfy, first and last byte, cut at its end (RFC
-// 9110, 14.1.2). As the library gives them: -1 for a first or last byte that is not stated.
+// The ranges of `asked` that a file of `size` bytes can satisfy, first and last byte, clamped to its end (RFC
+// 9110, 14.1.2). As in the library, -1 is a first or last byte that is not stated.
 httplib::Ranges satisfiableRanges(const httplib::Ranges& asked, std::uint64_t size);

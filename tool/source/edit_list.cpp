@@ -9,7 +9,7 @@ constexpr std::int64_t kEmptyEdit = -1;
 // Edit lists of real files have a handful of entries. They are searched for every sample.
 constexpr std::size_t kMaxEdits = 1024;
 
-// Times are held below what their sums could overflow.
+// Times are clamped so that their sums cannot overflow.
 constexpr std::int64_t kMaxTicks = std::int64_t{1} << 60;
 
 }  // namespace

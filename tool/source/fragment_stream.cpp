@@ -13,19 +13,19 @@
 
 namespace {
 
-constexpr std::uint64_t kMaxBoxBytes = 64u << 20;   // of a "moov" or "moof"
-constexpr std::uint64_t kMaxDataBytes = 1u << 30;   // of a "mdat"
-constexpr std::size_t kMaxHeldBytes = 64u << 20;    // of samples that wait for the pictures they go with
-constexpr std::size_t kMaxHeldSamples = 1u << 20;   // the same, of one track
-constexpr std::size_t kMaxSamples = 1u << 22;       // of all tracks, in one fragment and before it
-constexpr std::size_t kMaxEmptySamples = 1u << 16;  // of one fragment; all others take a byte
-constexpr std::size_t kPiece = 1u << 20;            // memory is taken as bytes arrive
+constexpr std::uint64_t kMaxBoxBytes = 64u << 20;   // maximum for a "moov" or "moof"
+constexpr std::uint64_t kMaxDataBytes = 1u << 30;   // maximum for a "mdat"
+constexpr std::size_t kMaxHeldBytes = 64u << 20;    // samples that wait for their video
+constexpr std::size_t kMaxHeldSamples = 1u << 20;   // samples that wait, for each track
+constexpr std::size_t kMaxSamples = 1u << 22;       // all tracks, in one fragment and before it
+constexpr std::size_t kMaxEmptySamples = 1u << 16;  // in one fragment; all others take a byte
+constexpr std::size_t kPiece = 1u << 20;            // memory is allocated as bytes arrive
 
 [[noreturn]] void damaged(const std::string& what) {
   throw UserError("the input is damaged: " + what + "; what came before is recorded");
 }
 
-// `offset` of the bytes in the stream.
+// `offset` is the position of the bytes in the stream.
 Mp4BoxPtr parse(const std::vector<std::uint8_t>& bytes, std::uint32_t type, std::uint64_t offset) {
   Mp4MemoryStream memory(bytes.data(), bytes.size(), offset);
   Mp4BoxPtr box(Mp4ReadBox(memory, nullptr));
@@ -33,7 +33,7 @@ Mp4BoxPtr parse(const std::vector<std::uint8_t>& bytes, std::uint32_t type, std:
   return box;
 }
 
-// Samples that the runs of a fragment count. Runs without values of their own may count any number.
+// The sample counts of a fragment's runs. Runs without values of their own may state any count.
 std::uint64_t samplesOf(const Mp4Box& moof) {
   std::uint64_t count = 0;
   for (const Mp4Box* traf = moof.first; traf; traf = traf->next) {
@@ -61,7 +61,7 @@ FragmentStream::FragmentStream(std::string name, Input input)
         "+frag_keyframe+empty_moov+default_base_moof makes a fragmented one");
 }
 
-// False at the end. Within a box the end is damage unless it was asked for.
+// False at the end. An end within a box is damage, unless the end was requested.
 bool FragmentStream::take(std::span<std::uint8_t> bytes, bool betweenBoxes) {
   std::size_t taken = 0;
   while (taken < bytes.size()) {
@@ -161,7 +161,7 @@ bool FragmentStream::readFragment() {
   return false;
 }
 
-// The samples that a fragment's boxes tell of, whose data came at `dataOffset` of the stream and are held
+// The samples that a fragment's boxes describe, whose data came at `dataOffset` of the stream and are held
 // from `dataPlace` on.
 void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint64_t moofOffset,
                                 std::uint64_t dataOffset, std::size_t dataPlace) {

@@ -1,4 +1,4 @@
-// A fragmented MP4 that is read as it arrives, one movie fragment at a time.
+// A fragmented MP4 read as it arrives, one movie fragment at a time.
 #pragma once
 
 #include <cstdint>
@@ -13,9 +13,9 @@
 class FragmentStream : public SampleSource {
  public:
   struct Input {
-    // Reads some bytes, waiting for them. Returns how many; 0: there are none any more.
+    // Reads some bytes, waiting for them. Returns how many; 0 at the end.
     std::function<std::size_t(std::span<std::uint8_t>)> read;
-    // Whether the end came because it was asked for, and the input may break off anywhere.
+    // Whether the end was requested, so that the input may end anywhere.
     std::function<bool()> endAsked;
   };
 
@@ -25,19 +25,19 @@ class FragmentStream : public SampleSource {
   const std::string& path() const override { return name_; }
   std::vector<SourceTrack>& tracks() override { return tracks_; }
   std::span<std::uint8_t> read(const SourceSample& sample) override;
-  // Forgets the samples that have been used and reads the next fragment. Throws UserError when the input is
-  // damaged or breaks off.
+  // Drops the samples that have been used and reads the next fragment. Throws UserError when the input is
+  // damaged or truncated.
   bool more() override;
-  // Reads the next fragment beside what is held. False at the end.
+  // Reads the next fragment and keeps the samples held. False at the end.
   bool readFragment();
-  // Whether as much is held as a recording needs at most; readFragment() alone forgets nothing.
+  // Whether the maximum that a recording needs is held; readFragment() alone drops nothing.
   bool holdsMuch() const;
 
  private:
   struct Header {
     std::uint32_t type = 0;
     std::uint64_t payload = 0;        // bytes
-    std::vector<std::uint8_t> bytes;  // as they came
+    std::vector<std::uint8_t> bytes;  // as received
   };
 
   bool take(std::span<std::uint8_t> bytes, bool betweenBoxes);
@@ -54,6 +54,6 @@ class FragmentStream : public SampleSource {
   std::uint64_t offset_ = 0;  // in the stream
   Mp4BoxPtr movie_;
   std::vector<SourceTrack> tracks_;
-  std::vector<std::uint8_t> data_;  // of the samples held; their offsets lead into it
+  std::vector<std::uint8_t> data_;  // of the samples held; their offsets point into it
   std::vector<std::uint8_t> spare_;
 };

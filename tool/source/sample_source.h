@@ -1,4 +1,4 @@
-// What packaging takes samples from: a file, or a stream that is still arriving (ISO/IEC 14496-12).
+// The source of samples for packaging: a file, or a stream that is still arriving (ISO/IEC 14496-12).
 #pragma once
 
 #include <algorithm>
@@ -18,7 +18,8 @@ struct SourceSample {
   std::uint32_t duration = 0;          // ticks
   std::int64_t compositionOffset = 0;  // ticks
 
-  // Ticks of the track, before its edit list is applied. Held where sums cannot overflow.
+  // Display time in ticks of the track, before its edit list is applied. Clamped so that sums cannot
+  // overflow.
   std::int64_t presentationTime() const {
     constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
     return static_cast<std::int64_t>(std::min(decodeTime, kMost)) + compositionOffset;
@@ -30,16 +31,16 @@ struct SourceTrack {
   std::uint32_t handler = 0;    // "vide", "soun", "clcp", ...
   std::uint32_t codec = 0;      // type of the sample entry
   std::uint32_t timescale = 0;  // ticks a second
-  std::uint32_t width = 0;      // of video, pixels
+  std::uint32_t width = 0;      // video only, pixels
   std::uint32_t height = 0;
-  std::uint32_t channels = 0;               // of sound
+  std::uint32_t channels = 0;               // audio only
   std::vector<std::uint8_t> configuration;  // AVC decoder configuration record, or AudioSpecificConfig
-  std::uint8_t objectType = 0;              // of sound: objectTypeIndication
+  std::uint8_t objectType = 0;              // audio only: objectTypeIndication
   EditList edits;
   NominalDuration nominalDuration;
   std::vector<SourceSample> samples;
   bool wanted = false;               // its samples will be used
-  std::size_t next = 0;              // the first one that has not been used
+  std::size_t next = 0;              // index of the first unused sample
   std::uint64_t nextDecodeTime = 0;  // after the last sample, ticks
 
   // When a sample plays, in seconds of the presentation.
@@ -53,15 +54,14 @@ class SampleSource {
   virtual ~SampleSource() = default;
 
   virtual const std::string& path() const = 0;
-  // The tracks with the samples that are known so far. Users move each track's `next` on.
+  // The tracks with the samples known so far. Users advance each track's `next`.
   virtual std::vector<SourceTrack>& tracks() = 0;
-  // Gets further samples, forgetting those that have been used. False when there are none.
+  // Gets more samples and drops those that have been used. False when there are none.
   virtual bool more() = 0;
-  // A sample's bytes, valid until the next call. Throws UserError when the source does not hold them.
+  // A sample's bytes, valid until the next call. Throws UserError when the source does not have them.
   virtual std::span<std::uint8_t> read(const SourceSample& sample) = 0;
 
-  // The first track of a kind, told by its handler or by the type of its sample entry; null when there is
-  // none.
+  // The first track of a kind, by its handler or by the type of its sample entry; null when there is none.
   SourceTrack* trackOfHandler(std::uint32_t handler) {
     return firstTrack([handler](const SourceTrack& track) { return track.handler == handler; });
   }
@@ -73,7 +73,7 @@ class SampleSource {
   template <class Fits>
   SourceTrack* firstTrack(Fits fits) {
     std::vector<SourceTrack>& all = tracks();
-    // One with samples first: others may stand for something else.
+    // Prefers a track with samples: others may be placeholders.
     SourceTrack* found = nullptr;
     for (SourceTrack& track : all) {
       if (!fits(track)) continue;

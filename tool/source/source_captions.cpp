@@ -9,11 +9,11 @@ namespace {
 
 constexpr std::size_t kBoxHeader = 8;
 // The caption area of a descriptor: the packet from byte 4 on; a caption distribution packet (SMPTE ST 334-2)
-// behind the word 353 and its own length.
+// follows the word 353 and its own length.
 constexpr std::size_t kPacketStart = 4;
 constexpr std::size_t kDistributionStart = 7;
 
-// What the sample's box of this type holds; a sample without one is taken whole.
+// The payload of the sample's box of this type; a sample without one is taken as it is.
 std::vector<std::uint8_t> payloadOf(std::span<const std::uint8_t> sample, std::uint32_t type) {
   const bool boxed = sample.size() >= kBoxHeader && Mp4LoadU32(sample.data() + 4) == type;
   const std::size_t start = boxed ? kBoxHeader : 0;

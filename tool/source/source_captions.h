@@ -8,17 +8,17 @@
 #include "qvr.h"
 #include "tool/source/sample_source.h"
 
-// One caption track ("c608" or "c708") read along with the video: ask for frames in rising order.
+// One caption track ("c608" or "c708") read in step with the video: request frames in ascending order.
 class SourceCaptions {
  public:
-  // Null `track`: there are none.
+  // Null `track`: no captions.
   SourceCaptions(SampleSource& source, SourceTrack* track) : source_(source), track_(track) {
     if (track_) track_->wanted = true;
   }
 
   bool present() const { return track_ != nullptr; }
-  // Adds what plays with frame `frame` to a descriptor. `frameOf` gives the frame that plays at a time of the
-  // track's presentation in seconds, below zero before the first.
+  // Adds the captions of frame `frame` to a descriptor. `frameOf` returns the frame that plays at a time of
+  // the track's presentation in seconds, negative before the first.
   void addTo(DFRAME& descriptor, std::int64_t frame, const std::function<std::int64_t(double)>& frameOf);
 
  private:
@@ -28,5 +28,5 @@ class SourceCaptions {
   SampleSource& source_;
   SourceTrack* track_;
   std::int64_t start_ = 0;             // first frame of the current sample
-  std::vector<std::uint8_t> payload_;  // what the current sample's box holds
+  std::vector<std::uint8_t> payload_;  // payload of the current sample's box
 };

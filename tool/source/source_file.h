@@ -17,7 +17,7 @@ class SourceFile : public SampleSource {
 
   const std::string& path() const override { return path_; }
   std::vector<SourceTrack>& tracks() override { return tracks_; }
-  // A file is known whole.
+  // All samples of a file are known from the start.
   bool more() override { return false; }
   std::span<std::uint8_t> read(const SourceSample& sample) override;
 

@@ -61,7 +61,7 @@ void takeTimes(Mp4Box* table, std::vector<SourceSample>& samples) {
       for (std::uint32_t i = 0; i < entry.sampleCount && next < samples.size(); ++i) take();
     }
   }
-  while (next < samples.size()) take();  // a table that ends early: its last delta goes on
+  while (next < samples.size()) take();  // a table that ends early: its last delta continues
 }
 
 void takeCompositionOffsets(Mp4Box* table, std::vector<SourceSample>& samples) {
@@ -70,7 +70,7 @@ void takeCompositionOffsets(Mp4Box* table, std::vector<SourceSample>& samples) {
   std::size_t next = 0;
   for (const auto& entry : ctts->entries) {
     for (std::uint32_t i = 0; i < entry.sampleCount && next < samples.size(); ++i) {
-      // Offsets below zero stand in tables of version 0 too, written by QuickTime.
+      // Negative offsets occur in tables of version 0 too, written by QuickTime.
       samples[next++].compositionOffset = static_cast<std::int32_t>(entry.sampleOffset);
     }
   }
@@ -109,7 +109,7 @@ void takePlaces(Mp4Box* table, std::vector<SourceSample>& samples) {
 void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
   const auto* stsz = payloadAt<mp4::SampleSizeBox>(table, "stsz");
   if (!stsz || stsz->sampleCount == 0) return;
-  // Samples of one size have no entry each to bound their number; the file's size does.
+  // Samples of equal size have no table entries to bound their number; the file's size does.
   if (stsz->sampleSize != 0 && stsz->sampleCount > fileSize / stsz->sampleSize)
     damaged("its samples are larger than the file");
   track.samples.resize(stsz->sampleCount);
@@ -177,7 +177,7 @@ NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExte
 
 void readRun(const mp4::TrackRunBox& run, const SampleDefaults& defaults, std::uint64_t fileSize,
              SourceTrack& track, std::uint64_t& time, std::uint64_t& offset) {
-  // A run without values of its own may count any number of samples; each that is there takes a byte.
+  // A run without values of its own may state any sample count; each sample present takes a byte.
   if (track.samples.size() + run.sampleCount > fileSize) damaged("it counts more samples than it has bytes");
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
     SourceSample sample;
@@ -207,8 +207,8 @@ std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
   return tracks;
 }
 
-// Where the runs of one fragment lie whose data is not placed: behind those of the track before, or at the
-// fragment's start (ISO/IEC 14496-12, 8.8.7).
+// Where runs without a data offset start: after those of the previous track, or at the start of the fragment
+// (ISO/IEC 14496-12, 8.8.7).
 void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks) {
   std::uint64_t dataEnd = moof->position;
   const TrackDefaults trackDefaults = ReadTrackDefaults(moov);

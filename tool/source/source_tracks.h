@@ -1,4 +1,4 @@
-// From a tree of boxes to the tracks of a file and their samples.
+// Converts a tree of boxes into the tracks of a file and their samples.
 #pragma once
 
 #include <vector>
@@ -10,7 +10,7 @@
 // Throws UserError when tables contradict each other or `fileSize`.
 std::vector<SourceTrack> readTracks(Mp4Box* root, std::uint64_t fileSize);
 
-// The same in steps, for a file that is not there as a whole: the tracks of a movie box, then the samples of
-// one movie fragment after the other, which lie at or before `end`.
+// The same in steps, for a file that is not complete yet: the tracks of a movie box, then the samples of each
+// movie fragment, with data at or before `end`.
 std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end);
 void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks);

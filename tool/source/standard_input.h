@@ -1,11 +1,11 @@
-// Standard input as bytes, and requests to end (SIGINT, SIGTERM, Ctrl-C) heeded while waiting for it.
+// Standard input as bytes, and requests to end (SIGINT, SIGTERM, Ctrl-C), which interrupt waiting for it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
-// From now on a request to end only makes endRequested() true. A second one ends the program.
+// After this call a request to end only makes endRequested() true. A second one ends the program.
 void heedEndRequests();
 bool endRequested();
 

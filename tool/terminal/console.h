@@ -7,7 +7,7 @@
 // The program's arguments in UTF-8, its name first.
 std::vector<std::string> commandLine(int argc, char** argv);
 
-// Standard output and standard error take bytes as they are, and a terminal shows them as UTF-8.
+// Standard output and standard error take bytes unchanged, and a terminal shows them as UTF-8.
 void prepareStreams();
 
 // Whether a standard stream (1 output, 2 error) is a terminal.

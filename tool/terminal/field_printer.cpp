@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the text style shows of a long field.
+// Maximum that the text style shows of a long field.
 constexpr std::uint64_t kShownEntries = 4;
 constexpr std::size_t kShownBytes = 16;
 
@@ -105,23 +105,23 @@ class FieldPrinter : public Mp4Fields {
   }
 
  private:
-  // One object: the payload, or an entry of a list.
+  // An open object: the payload, or a list entry.
   struct Level {
-    std::vector<std::pair<const char*, unsigned>> names;  // of its fields, with how often each came
-    const char* list = nullptr;                           // the list of entries that is open in it
+    std::vector<std::pair<const char*, unsigned>> names;  // names of its fields, with their counts
+    const char* list = nullptr;                           // name of its open list of entries
     std::uint64_t entries = 0;                            // in that list so far
   };
 
   bool inFull(std::uint64_t entry) const { return json_ || entry <= kShownEntries; }
 
-  // Starts a field: ends what is open before it and prints its name. False when nothing is to be printed.
+  // Starts a field: closes what is open before it and prints its name. False when nothing is to be printed.
   bool key(const char* name) {
     endFields();
     if (hidden_ > 0) return false;
     printKey(name);
     return true;
   }
-  // A name that comes again is numbered ("tag", "tag_2"), so that no two keys of an object are the same.
+  // A repeated name is numbered ("tag", "tag_2"), so that the keys of an object are unique.
   void printKey(const char* name) {
     auto& names = levels_.back().names;
     if (!names.empty()) out_ << (json_ ? ", " : " ");
@@ -165,8 +165,8 @@ class FieldPrinter : public Mp4Fields {
   std::ostream& out_;
   bool json_;
   std::vector<Level> levels_ = std::vector<Level>(1);
-  unsigned hidden_ = 0;  // entries open around here that are not shown
-  // Numbers of one name that came one after the other (a matrix), not yet printed.
+  unsigned hidden_ = 0;  // enclosing entries that are not shown
+  // Consecutive numbers of one name (a matrix), not yet printed.
   const char* numbersName_ = nullptr;
   std::vector<std::string> numbers_;
 };

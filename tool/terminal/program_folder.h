@@ -1,8 +1,8 @@
-// Where the program lies.
+// The folder of the program.
 #pragma once
 
 #include <filesystem>
 
-// The folder that holds the running program, whatever links led to it. Throws UserError when the system does
-// not tell.
+// The folder of the running program, with links resolved. Throws UserError when the system does not report
+// it.
 std::filesystem::path programFolder();

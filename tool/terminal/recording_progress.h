@@ -7,7 +7,7 @@
 
 #include "tool/terminal/progress.h"
 
-// To be called with the bytes done and those of all files.
+// To be called with the bytes read so far and the total of all files.
 class RecordingProgress {
  public:
   explicit RecordingProgress(std::string label) : label_(std::move(label)) {}
@@ -18,5 +18,5 @@ class RecordingProgress {
 
  private:
   std::string label_;
-  std::shared_ptr<Progress> bar_;  // goes with the last copy
+  std::shared_ptr<Progress> bar_;  // shared by all copies
 };

@@ -1,9 +1,9 @@
-// The CEA-608 captions that a recording keeps in a track of their own ("c608"), read from its segments as they are
-// played and shown as a text track of the video, whichever player shows the pictures.
+// The CEA-608 captions that a recording stores in a track of their own ("c608"), read from its segments during playback
+// and displayed as a text track of the video, in either player.
 import {Cea608} from './cea608.js';
 import {mediaUrl} from './recording.js';
 
-// The boxes of `view`, each {type, body}; what is cut off at the end is left out.
+// The boxes of `view`, each {type, body}; a truncated box at the end is left out.
 function* boxesIn(view) {
   for (let at = 0; at + 8 <= view.byteLength;) {
     const size = view.getUint32(at);
@@ -36,7 +36,7 @@ function captionTrackIn(movie) {
   return undefined;
 }
 
-// The sample sizes of a run, taken from its own fields or from the default.
+// The sample sizes of a run, from its own fields or from the default.
 function sizesOf(run, defaultSize) {
   const flags = run.getUint32(0) & 0xffffff, count = run.getUint32(4);
   const fields = [0x100, 0x200, 0x400, 0x800].filter((flag) => flags & flag);
@@ -83,7 +83,7 @@ function pairsIn(segment, track, frameRate) {
   return pairs;
 }
 
-// The texts that pairs put on the screen, each {start, end, text}.
+// The texts that byte pairs display, each {start, end, text}.
 function cuesOf(pairs, end) {
   const cues = [], decoder = new Cea608();
   let current = {start: 0, text: ''};
@@ -111,7 +111,7 @@ export class CaptionTrack {
   #pairs = new Map();  // segment number to a promise of its pairs
   #done = new Set();   // segments with cues in the text track
 
-  // Of a described recording; null when it has no captions of its own.
+  // Captions of a described recording; null when it has no caption track.
   static async of(description, video) {
     if (!description?.file) return null;
     const movie = find(await bytesOf(description.file, description.initialization), 'moov');
@@ -126,7 +126,7 @@ export class CaptionTrack {
     this.#shown.mode = 'disabled';
   }
 
-  // Of the same recording, with more segments.
+  // The same recording with more segments.
   set description(description) {
     this.#description = description;
   }
@@ -135,14 +135,14 @@ export class CaptionTrack {
     this.#shown.mode = on ? 'showing' : 'hidden';
   }
 
-  // Sees to the captions around `seconds`, when they are to be seen.
+  // Updates the captions around `seconds` when they are visible.
   async show(seconds) {
     if (this.#shown.mode !== 'showing') return;
     const segment = Math.floor(seconds / this.#description.segmentSeconds);
     await Promise.all([this.#add(segment), this.#add(segment + 1)]);
   }
 
-  // A caption may be loaded in one segment and appear in the next, so that the one before is read too.
+  // A caption may be loaded in one segment and appear in the next, so the previous one is read too.
   async #add(segment) {
     if (this.#done.has(segment) || !this.#description.segments[segment]) return;
     this.#done.add(segment);

@@ -1,5 +1,5 @@
-// CEA-608 captions of channel 1 (ANSI/CTA-608-E): byte pairs in, one a frame, texts on the screen out. Rows are
-// kept, columns, colours and styles are not.
+// CEA-608 captions of channel 1 (ANSI/CTA-608-E): byte pairs in, one for each frame; displayed texts out. Rows are
+// kept; columns, colours and styles are not.
 
 const kRows = [11, 11, 1, 2, 3, 4, 12, 13, 14, 15, 5, 6, 7, 8, 9, 10];  // by bits of a preamble address code
 const kBasic = new Map(Object.entries({
@@ -20,7 +20,7 @@ export class Cea608 {
   #row = 15;
   #last = 0;  // control code that a repetition would double
 
-  // Takes the two bytes of a frame, parity and all.
+  // Takes the two bytes of a frame, including parity.
   push(first, second) {
     const high = first & 0x7f, low = second & 0x7f;
     if (high === 0 && low === 0) return;
@@ -40,11 +40,11 @@ export class Cea608 {
     if (low >= 0x40) this.#moveTo(kRows[(high & 7) << 1 | low >> 5 & 1]);
     else if (high === 0x14) this.#control(low);
     else if (high === 0x11 && low >= 0x30) this.#put(kSpecial[low - 0x30]);
-    else if (high === 0x11) this.#put(' ');  // a mid-row code takes a cell
+    else if (high === 0x11) this.#put(' ');  // a mid-row code occupies a cell
     else if (kExtended[high]) this.#replace(kExtended[high][low - 0x20]);
   }
 
-  // What the screen shows, rows from top to bottom.
+  // The displayed text, rows from top to bottom.
   get text() {
     return [...this.#displayed].sort(([a], [b]) => a - b).map(([, text]) => text.trim()).filter(Boolean).join('\n');
   }
@@ -60,7 +60,7 @@ export class Cea608 {
   #put(character) {
     if (this.#mode) this.#memory.set(this.#row, (this.#memory.get(this.#row) ?? '') + character);
   }
-  // An extended character stands behind a basic one for receivers that lack it.
+  // An extended character follows a basic one, for receivers that lack it.
   #replace(character) {
     this.#backspace();
     this.#put(character);
@@ -84,7 +84,7 @@ export class Cea608 {
       case 0x24: this.#memory.delete(this.#row); break;
       case 0x25: case 0x26: case 0x27: this.#roll(low - 0x23); break;
       case 0x29: this.#mode = 'paint'; break;
-      case 0x2a: case 0x2b: this.#mode = null; break;  // text mode, which is no caption
+      case 0x2a: case 0x2b: this.#mode = null; break;  // text mode, not captions
       case 0x2c: this.#displayed.clear(); break;
       case 0x2d: this.#carriageReturn(); break;
       case 0x2e: this.#hidden.clear(); break;

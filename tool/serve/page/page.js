@@ -1,17 +1,17 @@
-// The page: the list of recordings, and the chosen one under a player. The address says what is shown:
-// #NAME or #NAME/PLAYER, each part percent-encoded.
+// The page: the list of recordings, and the chosen one in a player. The address specifies what is shown: #NAME or
+// #NAME/PLAYER, each part percent-encoded.
 import {CaptionTrack} from './captions.js';
 import {players} from './players.js';
 import {describeRecording, listRecordings} from './recording.js';
 
-const kListSeconds = 3;  // between looks at the folder
+const kListSeconds = 3;  // interval between checks of the folder
 
 const at = (id) => document.getElementById(id);
 const video = at('video');
 
 let shown = null;  // {recording, description, captions, stop}
-let pictureTime = 0;  // media time of the picture on the screen, seconds
-let firstPicture = 0;  // that of the recording's first picture: decoding B-frames delays it
+let pictureTime = 0;  // media time of the displayed frame, seconds
+let firstPicture = 0;  // that of the recording's first frame: B-frames delay it
 
 // ---- the list
 
@@ -85,7 +85,7 @@ function showPlayers(recording, chosen) {
   at('player').replaceChildren(...playable.map(([name, {label}]) => new Option(label, name, false, name === chosen)));
 }
 
-// hls.js follows a recording that goes on; the manifest is static, and read once.
+// hls.js follows a recording in progress; the manifest is static and read once.
 function defaultPlayer(recording) {
   return recording.playlist ? 'hls.js' : 'dash.js';
 }
@@ -110,7 +110,7 @@ async function show(recording, player) {
   await showList();
 }
 
-// One at a time: the next begins when the one before is up.
+// One at a time: the next starts when the previous one is ready.
 let showing = Promise.resolve();
 function showAddressed() {
   const [name, player] = location.hash.slice(1).split('/').map(decodeURIComponent);
@@ -122,7 +122,7 @@ function showAddressed() {
   }).catch((error) => report({text: String(error), fatal: true}));
 }
 
-// Looks anew at a shown recording that had not ended.
+// Checks a displayed recording that had not ended for changes.
 async function follow(recordings) {
   if (!shown?.recording.inProgress) return;
   const recording = recordings.find(({name}) => name === shown.recording.name);
@@ -141,7 +141,7 @@ function seekableRange() {
   return seekable.length ? [seekable.start(0), seekable.end(seekable.length - 1)] : [0, 0];
 }
 
-const kMostDelayedFrames = 16;  // of the pictures that H.264 lets a decoder hold back
+const kMostDelayedFrames = 16;  // maximum frames that H.264 lets a decoder hold back
 
 function frameShown(rate) {
   const {buffered} = video;
@@ -179,7 +179,7 @@ function togglePlay() {
     video.pause();
 }
 
-// Seeks to the middle of the frame's time, so that rounding cannot lead to a neighbour.
+// Seeks to the middle of the frame's time, so that rounding cannot select a neighbour.
 function step(frames) {
   const rate = shown?.description?.frameRate;
   if (!rate) return;
@@ -219,7 +219,7 @@ at('captions').onclick = toggleCaptions;
 at('whole').onclick = toggleWhole;
 at('position').oninput = () => { video.currentTime = Number(at('position').value); };
 at('speed').onchange = setSpeed;
-video.addEventListener('playing', setSpeed);  // players set it back
+video.addEventListener('playing', setSpeed);  // players reset it
 at('volume').oninput = () => { video.volume = Number(at('volume').value); };
 at('player').onchange = () => {
   location.hash = `${encodeURIComponent(shown.recording.name)}/${at('player').value}`;

@@ -1,8 +1,8 @@
-// The players, all used in one way: start(video, recording, report) makes `video` play a recording and gives back
-// a function that ends it. Every error a player tells of is reported as {text, fatal}.
+// The players, all used the same way: start(video, recording, report) makes `video` play a recording and returns a
+// function that stops it. Every error of a player is reported as {text, fatal}.
 import {mediaUrl} from './recording.js';
 
-// Loads a script of the page once.
+// Loads a script once per page.
 const scripts = new Map();
 function script(name) {
   if (!scripts.has(name)) {
@@ -63,7 +63,7 @@ async function startBrowser(video, url, report) {
   };
 }
 
-// While a recording goes on there is no master playlist yet: one is made here of its two media playlists.
+// A recording in progress has no master playlist yet: one is made here of its two media playlists.
 function playlistUrl(recording) {
   if (recording.playlist.endsWith('.master.m3u8') || !recording.audioPlaylist) return mediaUrl(recording.playlist);
   const master = '#EXTM3U\n#EXT-X-VERSION:7\n' +

@@ -1,12 +1,12 @@
-// What the page knows of a recording, beyond the server's list: what its DASH manifest says.
+// What the page knows of a recording beyond the server's list: what its DASH manifest says.
 
-// The time that ISO 8601 durations of manifests state, in seconds.
+// The duration in seconds of an ISO 8601 duration in a manifest.
 function secondsOf(duration) {
   const parts = /^PT(?:(\d+)H)?(?:(\d+)M)?(?:([\d.]+)S)?$/.exec(duration ?? '');
   return parts ? Number(parts[1] ?? 0) * 3600 + Number(parts[2] ?? 0) * 60 + Number(parts[3] ?? 0) : 0;
 }
 
-// The name of a file that a relative reference leads to.
+// The file name of a relative reference.
 function nameOf(reference) {
   return reference.replace(/(?:%[0-9a-f]{2})+/gi, (bytes) => {
     try {
@@ -27,8 +27,8 @@ export async function listRecordings() {
   return response.json();
 }
 
-// `text` of a manifest, read into width, height, frameRate (frames a second), codecs, seconds, and the video's media
-// file with its initialisation and segments ({first, last} bytes), each segmentSeconds long but the last.
+// Parses the `text` of a manifest into width, height, frameRate (frames a second), codecs, seconds, and the video's
+// media file with its initialisation part and segments ({first, last} bytes), each segmentSeconds long except the last.
 export function readManifest(text) {
   const root = new DOMParser().parseFromString(text, 'text/xml').documentElement;
   const representations = [...root.getElementsByTagName('Representation')];
@@ -54,7 +54,7 @@ export function readManifest(text) {
   };
 }
 
-// The same of a recording of the list; null when it has no manifest.
+// The same for a recording of the list; null when it has no manifest.
 export async function describeRecording(recording) {
   if (!recording.manifest) return null;
   const response = await fetch(mediaUrl(recording.manifest));

@@ -16,8 +16,8 @@ namespace {
 std::atomic<bool> endAsked = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "it is set in a signal handler");
 
-// A byte in this pipe wakes up who waits for input: a signal between a look at `endAsked` and the wait would
-// otherwise be missed.
+// A byte in this pipe wakes the thread that waits for input: otherwise a signal between the check of
+// `endAsked` and the wait would be missed.
 std::array<int, 2> wakeUp = {-1, -1};
 
 void askForEnd(int) {

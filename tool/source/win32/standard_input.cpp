@@ -12,12 +12,12 @@ namespace {
 
 std::atomic<bool> endAsked = false;
 
-HANDLE reader = nullptr;  // the thread that reads
+HANDLE reader = nullptr;  // the reading thread
 std::mutex readingMutex;
 bool reading = false;
 
-// While it lives, requests to end cancel what the thread waits for. Leaving waits for a cancel under way,
-// which would otherwise meet the thread's next access to a file.
+// While it exists, requests to end cancel the thread's wait. The destructor waits for a cancel in progress,
+// which could otherwise hit the thread's next file access.
 class Reading {
  public:
   Reading() { set(true); }
@@ -43,15 +43,16 @@ bool cancelRead() {
 BOOL WINAPI askForEnd(DWORD event) {
   constexpr DWORD kPause = 10;  // milliseconds
   const bool first = !endAsked.exchange(true);
-  // A cancel that comes before the read has begun is lost.
+  // A cancel before the read has begun has no effect.
   while (cancelRead()) Sleep(kPause);
-  // The system ends the process when these return, and after some seconds anyhow. It ends by itself before.
+  // The system ends the process when these return, and after some seconds in any case. The process ends by
+  // itself before.
   if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
     Sleep(INFINITE);
   return first;
 }
 
-// What a failed read means: a pipe whose other end was closed has ended.
+// Interprets a failed read: a pipe whose other end was closed has ended.
 bool isEnd(DWORD error) {
   return error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
 }
@@ -78,7 +79,7 @@ std::size_t readStandardInput(std::span<std::uint8_t> bytes) {
   while (!endAsked) {
     DWORD count = 0;
     if (ReadFile(input, bytes.data(), wanted, &count, nullptr)) {
-      // A pipe also hands on that somebody wrote no bytes.
+      // A pipe also delivers writes of no bytes.
       if (count != 0 || GetFileType(input) != FILE_TYPE_PIPE) return count;
     } else if (isEnd(GetLastError())) {
       return 0;

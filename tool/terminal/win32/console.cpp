@@ -1,7 +1,7 @@
 #include "tool/terminal/console.h"
 
 #include <windows.h>
-// After <windows.h>, which it builds on.
+// After <windows.h>, which it depends on.
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
@@ -10,7 +10,7 @@
 
 #include "os/path_name.h"
 
-// What `main` is given is in the system's own encoding, which cannot hold every name.
+// The arguments of `main` are in the system's own encoding, which cannot represent every name.
 std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
   int count = 0;
   const std::unique_ptr<LPWSTR, decltype(&LocalFree)> arguments(CommandLineToArgvW(GetCommandLineW(), &count),
