@@ -63,8 +63,7 @@ class Recorder {
   // Waits and returns the exit code.
   DWORD wait() {
     constexpr DWORD kTimeout = 60'000;  // milliseconds
-    EXPECT_EQ(WaitForSingleObject(process_.hProcess, kTimeout), WAIT_OBJECT_0)
-        << "it does not end";
+    EXPECT_EQ(WaitForSingleObject(process_.hProcess, kTimeout), WAIT_OBJECT_0) << "it does not end";
     DWORD code = 0;
     GetExitCodeProcess(process_.hProcess, &code);
     return code;
