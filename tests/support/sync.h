@@ -32,7 +32,7 @@ inline std::vector<double> risingTimes(const std::filesystem::path& file, const 
   return times;
 }
 
-// When each picture is shown.
+// When each frame is shown.
 inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
   const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
                                        "frame=pts_time", "-of", "csv=print_section=0", file.string()});
@@ -43,7 +43,7 @@ inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
   return times;
 }
 
-// When pictures become white.
+// When frames turn white.
 inline std::vector<double> flashTimes(const std::filesystem::path& file) {
   return risingTimes(file, "-vf", "signalstats,", "lavfi.signalstats.YAVG", 128);
 }
@@ -54,9 +54,10 @@ inline std::vector<double> toneTimes(const std::filesystem::path& file) {
       "lavfi.astats.Overall.RMS_level", -22);
 }
 
-// Inputs: black video at 25 frames per second with white flashes, and silence at 48000 Hz with tones, both
-// for 0.2 s at each of `times`.
-inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times) {
+// Inputs: black video at `rate` frames per second with white flashes, and silence at 48000 Hz with tones,
+// both for 0.2 s at each of `times`.
+inline std::vector<std::string> flashAndToneInputs(double seconds, const std::vector<std::string>& times,
+                                                   const std::string& rate = "25") {
   std::string when;
   for (const std::string& time : times)
     when += (when.empty() ? "between(t," : "+between(t,") + time + "," + time + "+0.19)";
