@@ -4,8 +4,9 @@
 
 #include "audio/umc/aac/core/codebooks.h"
 #include "audio/umc/aac/core/filter_bank.h"
+#include "audio/umc/aac/decoder_history.h"
+#include "audio/umc/aac/output_format.h"
 #include "audio/umc/aac/ps/codebooks.h"
-#include "audio/umc/aac/render.h"
 #include "audio/umc/aac/sbr/codebooks.h"
 #include "audio/umc/aac/sbr/sbr_decoder.h"
 #include "audio/umc/aac/stream_decoder.h"

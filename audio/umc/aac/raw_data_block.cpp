@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "audio/umc/aac/core/individual_channel_stream.h"
-#include "audio/umc/aac/core/noise.h"
 #include "audio/umc/aac/fill_element.h"
 #include "dsp/ipps_crc.h"
 
@@ -175,75 +174,12 @@ class BlockParser {
   Ipp32u* m_crc;
 };
 
-// Adds the spectra of coupling channels for the coupling point `point`.
-void CoupleSpectra(RawDataBlock& block, CouplingPoint point) {
-  for (int i = 0; i < block.couplingCount; ++i) {
-    if (block.couplings[i].point != point) continue;
-    const ChannelStream& source = block.streams[block.couplings[i].stream];
-    ForEachCoupled(block, i, [&](const float* gains, ChannelStream& target) {
-      AddCoupledSpectrum(source, gains, target);
-    });
-  }
-}
-
 }  // namespace
 
 BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
                               int objectType, RawDataBlock& block, Ipp32u* crc) {
   if (BlockParser(stream, codebooks, bands, objectType, block, crc).Parse()) return BlockStatus::kOk;
   return stream.Overrun() ? BlockStatus::kOverrun : BlockStatus::kInvalid;
-}
-
-void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
-                        const ChannelHistory* past, FilterBankScratch& scratch, RawDataBlock& block) {
-  ChannelStream* streams = block.streams;
-  const auto predict = [&](int stream) {
-    if (past[stream].prediction != nullptr) ApplyPrediction(*past[stream].prediction, streams[stream]);
-  };
-  const auto predictLongTerm = [&](int stream) {
-    if (past[stream].ltp == nullptr) return;
-    ApplyLtp(bank, *past[stream].overlap, *past[stream].ltp, scratch, streams[stream]);
-  };
-
-  const bool noise = std::any_of(streams, streams + block.streamCount, HasNoise);
-  NoiseGenerator generator(data, noise ? size : 0);
-
-  for (int i = 0; i < block.couplingCount; ++i) {
-    const int stream = block.couplings[i].stream;
-    ChannelStream& channel = streams[stream];
-    ApplyNoise(channel, generator);
-    predict(stream);
-    predictLongTerm(stream);
-    ApplyTns(channel.tns, channel.ics, channel.spectrum);
-  }
-  for (int i = 0; i < block.elementCount; ++i) {
-    const BlockElement& element = block.elements[i];
-    ChannelStream& first = streams[element.stream];
-    const int channels = ChannelsOf(element.type);
-    if (channels == 2 && element.commonWindow) {
-      ChannelStream& second = streams[element.stream + 1];
-      ApplyNoise(first, second, element.mask.used, generator);
-      ApplyMidSide(element.mask, first, second);
-      predict(element.stream);
-      predict(element.stream + 1);
-      ApplyIntensity(element.mask, first, second);
-    } else {
-      for (int stream = element.stream; stream < element.stream + channels; ++stream) {
-        ApplyNoise(streams[stream], generator);
-        predict(stream);
-      }
-    }
-  }
-  CoupleSpectra(block, CouplingPoint::kBeforeTns);
-  for (int i = 0; i < block.elementCount; ++i) {
-    const BlockElement& element = block.elements[i];
-    for (int channel = 0; channel < ChannelsOf(element.type); ++channel) {
-      ChannelStream& target = streams[element.stream + channel];
-      predictLongTerm(element.stream + channel);
-      ApplyTns(target.tns, target.ics, target.spectrum);
-    }
-  }
-  CoupleSpectra(block, CouplingPoint::kAfterTns);
 }
 
 }  // namespace UMC::aac

@@ -6,7 +6,6 @@
 #include "audio/umc/aac/core/channel_stream.h"
 #include "audio/umc/aac/core/codebooks.h"
 #include "audio/umc/aac/core/coupling.h"
-#include "audio/umc/aac/core/filter_bank.h"
 #include "audio/umc/aac/core/stereo.h"
 #include "audio/umc/aac/sbr/data.h"
 #include "base/aac/layout.h"
@@ -65,18 +64,6 @@ enum class BlockStatus { kOk, kInvalid, kOverrun };
 // streams; only `block` changes. `crc`, if not null, is updated with the bits that an ADTS checksum protects.
 BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
                               int objectType, RawDataBlock& block, Ipp32u* crc);
-
-// A channel's history as used by the spectral tools: its overlap and its prediction state.
-struct ChannelHistory {
-  const FilterBankState* overlap;
-  PredictionState* prediction;  // null for other object types
-  LtpState* ltp;                // null for other object types
-};
-
-// Applies noise substitution, joint stereo, prediction, coupling of spectra and TNS. The noise depends on
-// `data`, the block's bytes; `past` has the history of every stream.
-void ApplySpectralTools(const std::uint8_t* data, std::size_t size, const FilterBank& bank,
-                        const ChannelHistory* past, FilterBankScratch& scratch, RawDataBlock& block);
 
 // The generator polynomial and initial register of the ADTS checksum, as in ippsCRC32_8u.
 inline constexpr Ipp32u kAdtsCrcPolynomial = 0x80050000u;

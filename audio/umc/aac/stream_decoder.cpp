@@ -2,10 +2,13 @@
 
 #include <algorithm>
 
+#include "audio/umc/aac/block_decoder.h"
 #include "audio/umc/aac/core/adif.h"
 #include "audio/umc/aac/core/adts.h"
 #include "audio/umc/aac/core/als_config.h"
-#include "audio/umc/aac/render.h"
+#include "audio/umc/aac/decoder_history.h"
+#include "audio/umc/aac/decoder_state.h"
+#include "audio/umc/aac/output_format.h"
 #include "dsp/ipps_crc.h"
 
 namespace UMC::aac {
@@ -34,24 +37,17 @@ BlockStatus Parse(LockedMemory& memory, BitWindow& stream, Ipp32u* crc) {
                            config.objectType, memory.Work().block, crc);
 }
 
-// Renders the parsed block; the output must have space for `blocks` blocks like it. `start` is the block's
+// Decodes the parsed block; the output must have space for `blocks` blocks like it. `start` is the block's
 // first byte in the stream.
-Status Render(LockedMemory& memory, const BitWindow& stream, std::size_t start, int blocks,
-              FrameRequest& request) {
-  DecoderState& state = memory.State();
-  if (!AdoptLayout(memory)) return UMC_ERR_INVALID_STREAM;
-  if (!MakeAreas(memory)) return UMC_ERR_ALLOC;
-  const std::size_t end = stream.Position() / 8;
-  AdoptSbr(memory, stream.Data() + start, end - start);
-  const std::size_t largest = LargestRenderedBytes(state, memory.Work().block);
-  if (largest * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
+Status DecodeParsed(LockedMemory& memory, const BitWindow& stream, std::size_t start, int blocks,
+                    FrameRequest& request) {
+  BlockDecoder block(memory, {stream.Data() + start, stream.Data() + stream.Position() / 8});
+  const Status prepared = block.Prepare();
+  if (prepared != UMC_OK) return prepared;
+  if (block.LargestOutput() * static_cast<std::size_t>(blocks) > request.outputSize - request.produced) {
     return UMC_ERR_NOT_ENOUGH_BUFFER;
   }
-  RenderBlock(memory, stream.Data() + start, end - start,
-              reinterpret_cast<std::int16_t*>(request.output + request.produced));
-  request.produced += RenderedBytes(state);
-  state.started = state.formatKnown = true;
-  ++state.block;
+  request.produced += block.Decode(reinterpret_cast<std::int16_t*>(request.output + request.produced));
   return UMC_OK;
 }
 
@@ -62,7 +58,7 @@ Status DecodeRaw(LockedMemory& memory, FrameRequest& request) {
   const BlockStatus parsed = Parse(memory, stream, nullptr);
   if (parsed == BlockStatus::kOverrun && !configured) return UMC_ERR_NOT_ENOUGH_DATA;
   Status status = StatusOf(parsed);
-  if (status == UMC_OK) status = Render(memory, stream, 0, 1, request);
+  if (status == UMC_OK) status = DecodeParsed(memory, stream, 0, 1, request);
   if (configured) return status;
   if (status == UMC_OK) {
     request.consumed += stream.Position() / 8;
@@ -191,8 +187,8 @@ class AdtsFrame {
       if (length != UMC_OK) return length;
     }
     if (parsed != BlockStatus::kOk) return Refuse(StatusOf(parsed));
-    const Status rendered = Render(m_memory, stream, start, m_header.blocks - index, m_request);
-    return rendered == UMC_ERR_INVALID_STREAM ? Refuse(rendered) : rendered;
+    const Status status = DecodeParsed(m_memory, stream, start, m_header.blocks - index, m_request);
+    return status == UMC_ERR_INVALID_STREAM ? Refuse(status) : status;
   }
 
   // Checks a frame that is too long for its header's number of channels against the channels it actually has.

@@ -63,6 +63,10 @@ struct SbrScratch {
   PsScratch ps;
 };
 
+// Consecutive complete blocks after which earlier blocks have decayed from all recursive filters and smoothed
+// factors.
+inline constexpr int kSbrConvergenceBlocks = 16;
+
 // The SBR state of a decoder: a separate block, since streams without SBR do not need it.
 struct SbrArea {
   SbrElementState elements[kMaxChannels];    // by element of the layout
@@ -70,7 +74,7 @@ struct SbrArea {
   SbrChannelState couplings[kMaxCouplings];  // coupling channels in the time domain: only delayed
   PsData psData;                             // for a layout of one channel only
   PsState ps;
-  int completeBlocks;  // consecutive blocks up to and including the last
+  int completeBlocks;  // consecutive ones up to and including the last, at most kSbrConvergenceBlocks
   SbrScratch scratch;
   alignas(16) float output[kMaxChannels][kMaxSbrFrameLength];
   alignas(16) float coupled[kMaxSbrFrameLength];
