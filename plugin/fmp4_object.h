@@ -68,7 +68,7 @@ class CMFFmp4 : public CAMediaFile {
   const char* fileName() const { return m_fileName; }
 
  private:
-  // describe.cpp: the descriptions for the host.
+  // source_describe.cpp: the descriptions for the host.
   void resetDescription();
   void recomputeMainHeader();
   bool describeFrameRate();
@@ -76,7 +76,7 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t countStreams(std::uint32_t kind) const;
   void completeDescription();
 
-  // open_read.cpp
+  // source_open.cpp
   std::uint32_t openRead();
   std::uint32_t openSource(const char* path, bool readAll);
   std::uint32_t describeTracks(const std::optional<Manifest>& manifest);
@@ -84,7 +84,7 @@ class CMFFmp4 : public CAMediaFile {
   void openCompanion(const std::string& path);
   std::uint32_t positionReaders();
 
-  // track_setup.cpp: derives tracks, stream records and the nominal frame rate from the movie box.
+  // source_tracks.cpp: derives tracks, stream records and the nominal frame rate from the movie box.
   std::uint32_t setUpTracks();
   std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults);
   std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
@@ -93,28 +93,28 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t addChannels(std::uint32_t count);
   std::uint32_t nominalDuration(const IndexedTrack& track);
 
-  // read_audio.cpp
+  // source_audio.cpp
   AudioTrack* audioTrackOf(std::uint32_t channel);
   std::uint32_t readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                           std::uint32_t mode, DFRAME* descriptor, void* extra);
   std::uint32_t deliverAudio(AudioTrack& track, std::uint32_t frame, std::uint32_t count,
                              std::uint64_t wanted, DFRAME& descriptor);
 
-  // read.cpp
+  // source_video.cpp
   std::uint32_t readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                           std::uint32_t mode, DFRAME* descriptor);
   void setTimecodes(DFRAME& descriptor, std::uint32_t frame) const;
   std::uint32_t describeSample(DFRAME& descriptor);
   std::uint32_t deliverSample(DFRAME& descriptor);
 
-  // read_captions.cpp
+  // source_captions.cpp
   void seekCaptions(std::uint32_t frame, bool jumped);
   void seekCc608(std::uint32_t frame);
   void deliverCc608(DFRAME& descriptor, std::uint32_t frame);
   std::uint32_t deliverCc708(DFRAME& descriptor);
   void takeCc708Sample(DFRAME& descriptor);
 
-  // open_write.cpp
+  // recorder_open.cpp
   std::uint32_t openWrite();
 
   // set_file_info.cpp
@@ -131,7 +131,7 @@ class CMFFmp4 : public CAMediaFile {
   void addAudioHolder(std::uint32_t pair);
   void describeToCompanion();
 
-  // write.cpp
+  // recorder_write.cpp
   std::uint32_t writeVideo(std::uint32_t frame, std::uint32_t channelMask, const DFRAME* descriptor);
   std::uint32_t writeAudio(std::uint32_t channelMask, const DFRAME* descriptor);
   std::uint32_t startVideoRecording();
