@@ -11,7 +11,11 @@ install(TARGETS vlx_fmp4
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS fmp4 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-set_target_properties(fmp4 PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+# As built: where the two differ, CMake pads the built one with empty entries, which the loader takes for the working
+# folder.
+set_target_properties(fmp4 PROPERTIES
+  BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN:$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(vlhost PROPERTIES INSTALL_RPATH "")
 install(DIRECTORY host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlhost)
 install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/page DESTINATION ${CMAKE_INSTALL_BINDIR})
 

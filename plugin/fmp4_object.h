@@ -1,34 +1,15 @@
 // The media-file object: one fragmented MP4 presentation, read or written through the host's interface.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "mediafile.h"
-#include "mp4box/box.h"
-#include "plugin/audio_track.h"
-#include "recording/write/audio_recording.h"
-#include "recording/write/video_recording.h"
-#include "streaming/index/audio_track_slots.h"
-#include "streaming/index/caption_reader.h"
-#include "streaming/index/fragment_index.h"
-#include "streaming/index/track_cursor.h"
-#include "streaming/index/track_defaults.h"
-#include "streaming/lists/manifest_reader.h"
-#include "streaming/lists/mpd_writer.h"
+#include "plugin/host_view.h"
+#include "plugin/recorder.h"
 
-// The file-type code of the format record, also reported by the object and its descriptions.
-inline constexpr std::uint32_t kFileTypeCode = 147;
-
-// Frames per second until set by a source or the host, and for audio without video.
-inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
-
-// Frames per key frame interval until set by the host.
-inline constexpr std::uint32_t kDefaultKeyFrameInterval = 1;
+class Source;
 
 class CMFFmp4 : public CAMediaFile {
  public:
@@ -67,55 +48,20 @@ class CMFFmp4 : public CAMediaFile {
   std::uint32_t openFlags() const { return m_GetOpenFlags(); }
   const char* fileName() const { return m_fileName; }
 
+  // What the host sees of this object: for its source and recorder, and for those of the owner of a
+  // companion.
+  HostView host();
+  // The recorder while the object is open for writing, otherwise null. Owned by the object.
+  Recorder* recorder() const { return m_recorder.get(); }
+
  private:
-  // describe.cpp: the descriptions for the host.
-  void resetDescription();
-  void recomputeMainHeader();
-  bool describeFrameRate();
-  std::uint32_t soundLength(std::uint64_t stated) const;
-  std::uint32_t countStreams(std::uint32_t kind) const;
-  void completeDescription();
-
-  // open_read.cpp
+  // open.cpp
   std::uint32_t openRead();
-  std::uint32_t openSource(const char* path, bool readAll);
-  std::uint32_t describeTracks(const std::optional<Manifest>& manifest);
-  std::unique_ptr<CMFFmp4> openAudioFile(const std::string& path) const;
-  void openCompanion(const std::string& path);
-  std::uint32_t positionReaders();
-
-  // track_setup.cpp: derives tracks, stream records and the nominal frame rate from the movie box.
-  std::uint32_t setUpTracks();
-  std::uint32_t setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults);
-  std::uint32_t setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track);
-  void setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track);
-  std::uint32_t takeCodecConfiguration(const Mp4Box* sampleEntry);
-  std::uint32_t addChannels(std::uint32_t count);
-  std::uint32_t nominalDuration(const IndexedTrack& track);
-
-  // read_audio.cpp
-  AudioTrack* audioTrackOf(std::uint32_t channel);
-  std::uint32_t readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                          std::uint32_t mode, DFRAME* descriptor, void* extra);
-  std::uint32_t deliverAudio(AudioTrack& track, std::uint32_t frame, std::uint32_t count,
-                             std::uint64_t wanted, DFRAME& descriptor);
-
-  // read.cpp
-  std::uint32_t readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                          std::uint32_t mode, DFRAME* descriptor);
-  void setTimecodes(DFRAME& descriptor, std::uint32_t frame) const;
-  std::uint32_t describeSample(DFRAME& descriptor);
-  std::uint32_t deliverSample(DFRAME& descriptor);
-
-  // read_captions.cpp
-  void seekCaptions(std::uint32_t frame, bool jumped);
-  void seekCc608(std::uint32_t frame);
-  void deliverCc608(DFRAME& descriptor, std::uint32_t frame);
-  std::uint32_t deliverCc708(DFRAME& descriptor);
-  void takeCc708Sample(DFRAME& descriptor);
-
-  // open_write.cpp
   std::uint32_t openWrite();
+  std::unique_ptr<CMFFmp4> openAudioFile(const std::string& path) const;
+
+  // object.cpp: the object of the audio file beside this one; null if there is none.
+  CMFFmp4* companion() const;
 
   // set_file_info.cpp
   std::uint32_t takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
@@ -123,52 +69,14 @@ class CMFFmp4 : public CAMediaFile {
   template <class Wanted>
   QVRSTREAM* findHolder(Wanted wanted) const;
   void takeInformation(const QVRINFO& info);
-  const char* videoRefusal() const;
-  static const char* audioRefusal(const QVRAUDIO& audio);
   std::uint32_t takeVideo();
   void takeVideoSizes();
   void takeAudio(std::uint32_t channelMask);
   void addAudioHolder(std::uint32_t pair);
   void describeToCompanion();
 
-  // write.cpp
-  std::uint32_t writeVideo(std::uint32_t frame, std::uint32_t channelMask, const DFRAME* descriptor);
-  std::uint32_t writeAudio(std::uint32_t channelMask, const DFRAME* descriptor);
-  std::uint32_t startVideoRecording();
-  std::uint32_t startAudioRecording();
-  VideoSettings videoSettings() const;
-  AudioSettings audioSettings() const;
-  bool isCodedWithFirstPair(std::uint32_t channelMask) const;
-
-  // close.cpp
-  bool finishRecording();
-
-  bool hasVideo() const { return m_tracks[kVideoTrack].present(); }
-
-  // Nominal frame rate from the tracks of the source; the described rate is snapped from it.
-  FrameRate m_nominalRate = kDefaultFrameRate;
-  // Codec option 8: key frame interval in frames when writing.
-  std::uint32_t m_keyFrameInterval = kDefaultKeyFrameInterval;
-
-  std::unique_ptr<Mp4Stream> m_stream;
-  Mp4BoxPtr m_root;
-  std::array<IndexedTrack, kTrackRoles> m_tracks;
-  std::unique_ptr<FragmentIndex> m_index;
-  TrackCursor m_videoCursor;
-  std::uint32_t m_videoNextExpected = QVR_NOT_SET;  // the frame after the last request
-  Cc608Reader m_cc608;
-  std::uint32_t m_cc608SeekFrame = QVR_NOT_SET;  // the frame of m_cc608's last seek
-  TrackCursor m_cc708Cursor;
-  std::unique_ptr<CMFFmp4> m_companion;                      // reads or writes audio in a separate file
-  std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one per audio track, in order
-  std::vector<std::unique_ptr<AudioTrack>> m_audioTracks;
-
-  // Recording.
-  std::string m_videoPath;
-  std::unique_ptr<MpdWriter> m_manifest;
-  std::unique_ptr<VideoRecording> m_videoRecording;
-  std::unique_ptr<AudioRecording> m_audioRecording;
-  // In a companion's recording: the owner's geometry and manifest (null: none).
-  std::optional<SegmentGeometry> m_ownersGeometry;
-  MpdWriter* m_ownersManifest = nullptr;
+  RecordingOptions m_recordingOptions;
+  // While open, one of the two.
+  std::unique_ptr<Source> m_source;
+  std::unique_ptr<Recorder> m_recorder;
 };

@@ -1,5 +1,4 @@
 // The simple operations of the media-file object.
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -7,8 +6,8 @@
 #include "base/guard.h"
 #include "codecutil.h"
 #include "plugin/fmp4_object.h"
+#include "plugin/source.h"
 #include "qvrutil.h"
-#include "streaming/index/seek.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ void store(T* out, T value) {
 
 CMFFmp4::CMFFmp4(std::uint32_t fileType) : CAMediaFile(fileType) {
   m_SetFileType(kFileTypeCode);
-  resetDescription();
+  host().resetDescriptions();
 }
 
 CMFFmp4::~CMFFmp4() {
@@ -39,10 +38,21 @@ CMFFmp4::~CMFFmp4() {
   }
 }
 
+HostView CMFFmp4::host() {
+  return {m_system,       m_video,     m_audio,
+          m_info,         m_audioMask, m_videoChannels,
+          m_currentFrame, m_streams,   [this] { return m_AllocAStream(); }};
+}
+
+CMFFmp4* CMFFmp4::companion() const {
+  return m_source ? m_source->companion() : m_recorder ? m_recorder->companion() : nullptr;
+}
+
 std::uint32_t CMFFmp4::GetFileInfo(std::uint32_t channelMask, QVRSYSTEM* system, QVRVIDEO* video,
                                    QVRAUDIO* audio, QVRINFO* info) {
   const std::uint32_t result = CAMediaFile::GetFileInfo(channelMask, system, video, audio, info);
-  if (m_companion && audio) m_companion->GetFileInfo(channelMask, nullptr, nullptr, audio, nullptr);
+  if (CMFFmp4* const file = companion(); file && audio)
+    file->GetFileInfo(channelMask, nullptr, nullptr, audio, nullptr);
   return result;
 }
 
@@ -68,15 +78,9 @@ std::uint32_t CMFFmp4::GetTotalFrames() {
 
 std::uint32_t CMFFmp4::FindKeyFrame(std::uint32_t channelMask, std::int8_t directionMode, std::uint32_t frame,
                                     std::int32_t direction) {
-  const bool video = findChannel(channelMask) == 0 && m_index && hasVideo();
+  const bool video = findChannel(channelMask) == 0 && m_source;
   if (directionMode != kVideoDirectionMode || !video) return frame;
-  const bool forward = direction == kForward;
-  const std::uint32_t found = guarded(kNoKeyFrame, [&] {
-    return forward ? FindKeyFrameForward(*m_index, frame, m_videoCursor)
-                   : FindKeyFrameBackward(*m_index, frame, m_videoCursor);
-  });
-  if (found == kNoKeyFrame) return frame;
-  return forward ? std::max(found, frame) : std::min(found, frame);
+  return m_source->findKeyFrame(frame, direction == kForward);
 }
 
 std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char* shortCode, char* name,
@@ -110,7 +114,7 @@ std::uint32_t CMFFmp4::SetCodecOption(std::uint32_t channelMask, std::uint32_t s
       m_video.bitmap.width = static_cast<std::int32_t>(value);
       break;
     case kOptionKeyFrameInterval:
-      m_keyFrameInterval = value;
+      m_recordingOptions.keyFrameInterval = value;
       break;
     default:
       break;

@@ -11,6 +11,9 @@ struct RateScale {
   std::int64_t scale = 0;
 };
 
+// Frames per second until set by a source or the host, and for audio without video.
+inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
+
 // One step of reduction: divides both by 100 if both are multiples of it, otherwise by 10 if possible. Only
 // one step is taken: 60000/1000 becomes 600/10.
 RateScale ReduceRate(RateScale value);

@@ -4,21 +4,17 @@
 #include <cstring>
 
 #include "base/guard.h"
-#include "plugin/codec_data.h"
 #include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
+#include "plugin/recorder.h"
+#include "plugin/refusals.h"
 #include "plugin/status.h"
 #include "qvrutil.h"
-#include "recording/paths.h"
 
 namespace {
 
 constexpr std::uint32_t kEveryChannel = 0xFFFFFFFFu;
 constexpr std::uint32_t kPairedChannels = 0xFFu;
-
-// A sample entry has 16 bits each for width, height and sample rate.
-constexpr std::int64_t kMaxPixels = 0xFFFF;
-constexpr std::uint32_t kMaxSampleRate = 0xFFFF;
 
 constexpr std::uint32_t kMostAlignment = 16384;  // bytes; for larger alignments buffers are not rounded up
 
@@ -41,7 +37,7 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
 std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system,
                                         const QVRVIDEO* video, const QVRAUDIO* audio, const QVRINFO* info) {
   // Audio that cannot be recorded leaves the previous description unchanged.
-  const char* const noSound = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
+  const char* const noSound = m_fCreateFile() && audio ? AudioRefusal(*audio) : nullptr;
   CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
@@ -77,31 +73,11 @@ void CMFFmp4::takeInformation(const QVRINFO& info) {
   qvrInfoSet(this, &m_info);
 }
 
-// The reason why the described video cannot be recorded, or null.
-const char* CMFFmp4::videoRefusal() const {
-  const QVRSTREAMHEADER& stream = m_video.stream;
-  // A tick is 1/1000 of a frame duration. Rejects rates that could not be normalised to that, and rates of
-  // one frame per second and less, which the media timescale cannot distinguish from rates not normalised.
-  if (stream.rate <= 1000 || (stream.scale != 1000 && stream.scale != 1001))
-    return messages::kRateNotRecordable;
-  const auto fits = [](std::int64_t pixels) { return pixels > 0 && pixels <= kMaxPixels; };
-  if (!fits(m_video.bitmap.width) || !fits(std::llabs(std::int64_t{m_video.bitmap.height})))
-    return messages::kSizeNotRecordable;
-  return AvcRecordOf(m_video) ? nullptr : messages::kConfigurationTooShort;
-}
-
-// The reason why audio of this description cannot be recorded, or null.
-const char* CMFFmp4::audioRefusal(const QVRAUDIO& audio) {
-  const std::uint32_t sampleRate = audio.wave.samplesPerSecond;
-  if (sampleRate == 0 || sampleRate > kMaxSampleRate) return messages::kSampleRateNotRecordable;
-  return AudioConfigOf(audio) ? nullptr : messages::kConfigurationTooShort;
-}
-
 std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
-  m_nominalRate = {stream.rate, stream.scale};
-  if (const char* const refusal = m_fCreateFile() ? videoRefusal() : nullptr) return refuse(refusal);
+  m_recordingOptions.rate = {stream.rate, stream.scale};
+  if (const char* const refusal = m_fCreateFile() ? VideoRefusal(m_video) : nullptr) return refuse(refusal);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
   QVRSTREAM* holder = findHolder([](const QVRSTREAM& stream) { return stream.kind == QVR_KIND_VIDEO; });
@@ -136,7 +112,7 @@ void CMFFmp4::takeAudio(std::uint32_t channelMask) {
     wanted &= ~(3u << (2 * pair));
     addAudioHolder(pair);
   }
-  if (HasSeparateAudio(m_videoPath)) describeToCompanion();
+  if (m_recorder) describeToCompanion();
 }
 
 void CMFFmp4::addAudioHolder(std::uint32_t pair) {
@@ -167,9 +143,8 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
 // recorded. The same applies if both would be the same file, or if frames have already been written without
 // audio.
 void CMFFmp4::describeToCompanion() {
-  if (!m_companion && !m_videoRecording->started()) {
-    const std::string path = AudioPath(m_videoPath);
-    if (!path.empty() && path != m_videoPath) m_companion = openAudioFile(path);
-  }
-  if (m_companion) m_companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
+  if (const std::string path = m_recorder->companionPath(); !path.empty())
+    m_recorder->join(openAudioFile(path));
+  if (CMFFmp4* const companion = m_recorder->companion())
+    companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
 }

@@ -200,7 +200,7 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
 // Checks the decode time of a run against the runs before it. `offset` is that of its fragment.
 void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint64_t offset) {
   const bool first = !times_[kind];
-  if (first) times_[kind].emplace().begin = run.decodeTime;
+  if (first) (times_[kind] = Times()).value().begin = run.decodeTime;
   Times& times = *times_[kind];
   if (run.decodeTime != times.end) {
     complain(offset,

@@ -1,9 +1,6 @@
 // Reads one video frame with its captions.
-#include <cstring>
-
-#include "base/guard.h"
-#include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
+#include "plugin/source.h"
 #include "plugin/status.h"
 #include "qvrutil.h"
 #include "streaming/index/seek.h"
@@ -20,22 +17,9 @@ constexpr std::int64_t kCompositionUnit = 1000;
 
 }  // namespace
 
-std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                            std::uint32_t mode, DFRAME* descriptor, void* extra) {
-  switch (mode & 0xFF) {
-    case QVR_MODE_VIDEO:
-      return guarded(VL_FAILED, [&] { return readVideo(frame, count, channelMask, mode, descriptor); });
-    case QVR_MODE_AUDIO:
-      return guarded(VL_FAILED,
-                     [&] { return readAudio(frame, count, channelMask, mode, descriptor, extra); });
-    default:
-      return VL_OK;
-  }
-}
-
-std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                                 std::uint32_t mode, DFRAME* descriptor) {
-  const bool hasRecord = m_index && hasVideo() && findChannel(channelMask) == 0;
+std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                                std::uint32_t mode, DFRAME* descriptor) {
+  const bool hasRecord = hasVideo() && findChannel(channelMask) == 0;
   // The actual length; the described length may have been set by the host.
   const std::uint64_t total = hasRecord ? m_index->total(kVideoTrack) : 0;
   if (!descriptor) return frame < total ? m_index->largestVideoSample() : 0;
@@ -65,22 +49,23 @@ std::uint32_t CMFFmp4::readVideo(std::uint32_t frame, std::uint32_t count, std::
   deliverCc608(*descriptor, frame);
   if (const std::uint32_t result = deliverCc708(*descriptor); result != VL_OK) return result;
   m_videoNextExpected = frame + count;
-  m_currentFrame = frame;
+  m_host.currentFrame = frame;
   return VL_OK;
 }
 
 // Timecodes continue from the file's start timecodes.
-void CMFFmp4::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
-  descriptor.timecode = TCXlat(m_info.startTimecode, frame, m_info.timecodeRate);
+void Source::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
+  descriptor.timecode = TCXlat(m_host.info.startTimecode, frame, m_host.info.timecodeRate);
   const bool untranslated = descriptor.timecode == frame;
-  const bool startSet = m_info.startTimecode != QVR_NOT_SET || m_info.startTimecodeLtc != QVR_NOT_SET;
+  const bool startSet =
+      m_host.info.startTimecode != QVR_NOT_SET || m_host.info.startTimecodeLtc != QVR_NOT_SET;
   descriptor.timecodeOther = untranslated && startSet
-                                 ? TCXlat(m_info.startTimecodeLtc, frame, m_info.timecodeRate)
+                                 ? TCXlat(m_host.info.startTimecodeLtc, frame, m_host.info.timecodeRate)
                                  : descriptor.timecode;
 }
 
 // Handles a header-only request without moving the cursor.
-std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
+std::uint32_t Source::describeSample(DFRAME& descriptor) {
   if (descriptor.size != sizeof(DFRAME)) return FMP4_E_BAD_DESCRIPTOR_SIZE;
   TrackCursor& cursor = m_videoCursor;
   descriptor.flags &= kHeaderOnlyKept;
@@ -98,7 +83,7 @@ std::uint32_t CMFFmp4::describeSample(DFRAME& descriptor) {
 }
 
 // Delivers the cursor's sample unchanged and advances to the next one.
-std::uint32_t CMFFmp4::deliverSample(DFRAME& descriptor) {
+std::uint32_t Source::deliverSample(DFRAME& descriptor) {
   TrackCursor& cursor = m_videoCursor;
   const std::uint32_t size = cursor.sampleSize();
   descriptor.bytes = size;

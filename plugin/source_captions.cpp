@@ -3,8 +3,8 @@
 #include <array>
 
 #include "base/bytes.h"
-#include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
+#include "plugin/source.h"
 #include "recording/caption_area.h"
 #include "streaming/index/seek.h"
 
@@ -19,7 +19,7 @@ constexpr std::size_t kLengthSource = 9;
 
 // Seeks the caption readers to a frame that does not follow the previous one, or after they have lost their
 // position.
-void CMFFmp4::seekCaptions(std::uint32_t frame, bool jumped) {
+void Source::seekCaptions(std::uint32_t frame, bool jumped) {
   if (m_tracks[kCc608Track].present() && (jumped || !m_cc608.cursor.loaded())) seekCc608(frame);
   if (m_tracks[kCc708Track].present()) {
     const bool inPlace = m_cc708Cursor.loaded() && m_cc708Cursor.position == frame;
@@ -27,14 +27,14 @@ void CMFFmp4::seekCaptions(std::uint32_t frame, bool jumped) {
   }
 }
 
-void CMFFmp4::seekCc608(std::uint32_t frame) {
+void Source::seekCc608(std::uint32_t frame) {
   m_cc608SeekFrame = frame;
   if (SeekCc608Frame(*m_index, frame, m_cc608) < 0) m_cc608.forget();
 }
 
 // Delivers the byte pair of the frame. If none is pending for it, the frame may be in the next sample; an
 // unknown position is sought again, so that captions resume after a damaged section.
-void CMFFmp4::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
+void Source::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
   if (!m_tracks[kCc608Track].present()) return;
   const bool waiting = m_cc608.hasPair() && m_cc608.ccFrame == frame;
   const bool due = m_cc608.ccFrame == Cc608Reader::kNoFrame || frame >= m_cc608.ccFrame;
@@ -47,7 +47,7 @@ void CMFFmp4::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
 }
 
 // Delivers the caption packet of the frame.
-std::uint32_t CMFFmp4::deliverCc708(DFRAME& descriptor) {
+std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
   if (!m_tracks[kCc708Track].present() || !m_cc708Cursor.loaded()) return VL_OK;
   switch (AdvanceRun(*m_index, true, m_cc708Cursor)) {
     case Advance::NoRun:
@@ -67,7 +67,7 @@ std::uint32_t CMFFmp4::deliverCc708(DFRAME& descriptor) {
 
 // Copies the packet from its "ccdp" box. A sample without a packet, or with one that exceeds the caption
 // area, adds nothing.
-void CMFFmp4::takeCc708Sample(DFRAME& descriptor) {
+void Source::takeCc708Sample(DFRAME& descriptor) {
   constexpr std::size_t kRoom = sizeof descriptor.captions - kDistributionStart;
   std::array<std::uint8_t, kBoxHeader + kRoom> sample;
   const std::size_t held = std::min<std::size_t>(m_cc708Cursor.sampleSize(), sample.size());

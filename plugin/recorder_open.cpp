@@ -1,6 +1,9 @@
-// Opens for writing: creates the media file, and the manifest that will list it.
+// Opens a recording: creates the media file, and the manifest that will list it.
+#include <utility>
+
 #include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
+#include "plugin/recorder.h"
 #include "plugin/status.h"
 #include "recording/paths.h"
 #include "recording/write/stale_files.h"
@@ -20,17 +23,22 @@ bool hasReplaced(const RecordedFile& file) {
 
 }  // namespace
 
-std::uint32_t CMFFmp4::openWrite() {
-  const std::string name = m_fileName;
-  if (m_openFlags & MF_OPEN_AUDIO_ONLY) {
-    m_audioRecording = std::make_unique<AudioRecording>();
-    const std::string previousList = StaleAudioPlaylist(name);
-    const bool created = m_audioRecording->Create(name);
-    if (hasReplaced(m_audioRecording->file())) RemoveStaleFile(previousList);
-    if (!created) return refuse(messages::kCannotCreateAudio);
-    m_handle = m_audioRecording->file().handle();
-    return VL_OK;
-  }
+Recorder::Recorder(HostView host, const RecordingOptions& options)
+    : m_host(std::move(host)), m_options(options) {}
+
+Recorder::~Recorder() = default;
+
+std::uint32_t Recorder::createAudio(const std::string& name) {
+  m_audioRecording = std::make_unique<AudioRecording>();
+  const std::string previousList = StaleAudioPlaylist(name);
+  const bool created = m_audioRecording->Create(name);
+  if (hasReplaced(m_audioRecording->file())) RemoveStaleFile(previousList);
+  if (!created) return refuse(messages::kCannotCreateAudio);
+  m_handle = m_audioRecording->file().handle();
+  return VL_OK;
+}
+
+std::uint32_t Recorder::createVideo(const std::string& name) {
   const std::string path = VideoPath(name);
   const std::string manifest = ManifestPath(name);
   m_videoRecording = std::make_unique<VideoRecording>();
@@ -46,4 +54,14 @@ std::uint32_t CMFFmp4::openWrite() {
   m_videoPath = path;
   m_manifest = std::make_unique<MpdWriter>(manifest);
   return VL_OK;
+}
+
+std::string Recorder::companionPath() const {
+  if (m_companion || !HasSeparateAudio(m_videoPath) || m_videoRecording->started()) return {};
+  const std::string path = AudioPath(m_videoPath);
+  return path == m_videoPath ? std::string() : path;
+}
+
+void Recorder::join(std::unique_ptr<CMFFmp4> companion) {
+  m_companion = std::move(companion);
 }

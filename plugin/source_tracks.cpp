@@ -1,6 +1,5 @@
 // Derives tracks, stream records and the nominal frame rate from the movie box.
 #include <cmath>
-#include <cstring>
 
 #include "base/bytes.h"
 #include "mp4box/audio_object_type.h"
@@ -8,9 +7,9 @@
 #include "mp4box/boxes/mdhd.h"
 #include "mp4box/boxes/tkhd.h"
 #include "mp4box/boxes/visual_entry.h"
-#include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
 #include "plugin/pcm_format.h"
+#include "plugin/source.h"
 #include "plugin/status.h"
 #include "streaming/index/nominal_duration.h"
 #include "streaming/index/track_defaults.h"
@@ -44,8 +43,8 @@ constexpr std::uint32_t reversed(std::uint32_t fourcc) {
 
 }  // namespace
 
-std::uint32_t CMFFmp4::setUpTracks() {
-  Mp4Box* movie = Mp4BoxGet(m_stream.get(), m_root.get(), false, "moov");
+std::uint32_t Source::setUpTracks() {
+  Mp4Box* movie = Mp4BoxGet(&m_stream, m_root.get(), false, "moov");
   if (!movie) return VL_OK;
   const TrackDefaults defaults = ReadTrackDefaults(movie);
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
@@ -54,7 +53,7 @@ std::uint32_t CMFFmp4::setUpTracks() {
   return VL_OK;
 }
 
-std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults) {
+std::uint32_t Source::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults) {
   const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, Mp4FourCc("tkhd")));
   Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
   if (!sampleEntry) return VL_OK;
@@ -86,52 +85,53 @@ std::uint32_t CMFFmp4::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const Tra
 }
 
 // Only the first video track of a file is read.
-std::uint32_t CMFFmp4::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track) {
+std::uint32_t Source::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   const auto* entry = Mp4PayloadOf<mp4::VisualSampleEntry>(sampleEntry);
   if (!entry || hasVideo()) return VL_OK;
   m_tracks[kVideoTrack] = track;
   m_nominalRate = {track.timescale, nominalDuration(track)};
   if (!m_nominalRate.known()) m_nominalRate = {};
 
-  m_video.bitmap.width = static_cast<std::int16_t>(entry->width);
-  m_video.bitmap.height = static_cast<std::int16_t>(entry->height);
-  m_video.stream.frameRight = m_video.bitmap.width;
-  m_video.stream.frameBottom = m_video.bitmap.height;
-  m_video.stream.length = kPlaceholderFrames;
-  m_video.stream.handler = m_video.bitmap.compression = reversed(sampleEntry->type);
-  m_video.flags = (m_video.flags & ~kVideoFlagsCleared) | kVideoFlagsSet;
+  m_host.video.bitmap.width = static_cast<std::int16_t>(entry->width);
+  m_host.video.bitmap.height = static_cast<std::int16_t>(entry->height);
+  m_host.video.stream.frameRight = m_host.video.bitmap.width;
+  m_host.video.stream.frameBottom = m_host.video.bitmap.height;
+  m_host.video.stream.length = kPlaceholderFrames;
+  m_host.video.stream.handler = m_host.video.bitmap.compression = reversed(sampleEntry->type);
+  m_host.video.flags = (m_host.video.flags & ~kVideoFlagsCleared) | kVideoFlagsSet;
   if (const std::uint32_t result = takeCodecConfiguration(sampleEntry); result != VL_OK) return result;
 
-  QVRSTREAM* holder = m_AllocAStream();
+  QVRSTREAM* holder = m_host.addStream();
   if (!holder) return FMP4_E_NO_VIDEO_HOLDER;
   holder->kind = QVR_KIND_VIDEO;
-  holder->video = m_video;
-  m_videoChannels = 1;
+  holder->video = m_host.video;
+  m_host.videoChannels = 1;
   return VL_OK;
 }
 
 // Stores the configuration box, including its header, directly after the bitmap header.
-std::uint32_t CMFFmp4::takeCodecConfiguration(const Mp4Box* sampleEntry) {
+std::uint32_t Source::takeCodecConfiguration(const Mp4Box* sampleEntry) {
   const std::uint32_t wanted = sampleEntry->type == kAvc1 ? Mp4FourCc("avcC") : Mp4FourCc("hvcC");
   for (const Mp4Box* child = sampleEntry->first; child; child = child->next) {
     if (child->type != wanted) continue;
-    if (child->size > sizeof m_video.colourTable) {
+    if (child->size > sizeof m_host.video.colourTable) {
       messages::reportError(messages::kConfigurationTooLong);
       return VL_FAILED;
     }
     const auto size = static_cast<std::uint32_t>(child->size);
-    if (!m_stream->seek(child->position) || m_stream->read(m_video.colourTable, size) != size) return VL_OK;
-    m_video.bitmap.size = size + kSampleEntryBytes;
+    if (!m_stream.seek(child->position) || m_stream.read(m_host.video.colourTable, size) != size)
+      return VL_OK;
+    m_host.video.bitmap.size = size + kSampleEntryBytes;
     return VL_OK;
   }
   return VL_OK;
 }
 
 // The nominal frame duration of the track, 0 if unknown. Reads as many fragments as necessary.
-std::uint32_t CMFFmp4::nominalDuration(const IndexedTrack& track) {
+std::uint32_t Source::nominalDuration(const IndexedTrack& track) {
   NominalDuration nominal(track.trex ? track.trex->defaultSampleDuration : 0);
   for (unsigned long i = 0; !nominal.settled(); ++i) {
-    const Mp4Box* moof = Mp4BoxGet(m_stream.get(), m_root.get(), false, "moof[%lu]", i);
+    const Mp4Box* moof = Mp4BoxGet(&m_stream, m_root.get(), false, "moof[%lu]", i);
     if (!moof) break;
     const TrackFragment fragment = ReadTrackFragment(moof, track.trackId);
     nominal.addFragment(fragment, SampleDefaults(fragment.tfhd, track.trex));
@@ -140,44 +140,48 @@ std::uint32_t CMFFmp4::nominalDuration(const IndexedTrack& track) {
 }
 
 // Adds `count` channels to the file, as far as the mask permits. Returns the channels added.
-std::uint32_t CMFFmp4::addChannels(std::uint32_t count) {
-  const std::uint32_t before = m_audioMask;
-  for (; count > 0 && m_audioMask != ~0u; --count) m_audioMask = m_audioMask << 1 | 1;
-  return m_audioMask & ~before;
+std::uint32_t Source::addChannels(std::uint32_t count) {
+  const std::uint32_t before = m_host.audioMask;
+  for (; count > 0 && m_host.audioMask != ~0u; --count) m_host.audioMask = m_host.audioMask << 1 | 1;
+  return m_host.audioMask & ~before;
 }
 
-void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
-  const auto* entry = Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry);
-  if (!entry || m_audioTracks.size() >= kAudioTrackSlots) return;
-  QVRSTREAM* holder = m_AllocAStream();
-  if (!holder) {
-    ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
-    return;
-  }
-  QVRAUDIO audio = m_audio;
+// Describes an audio track of a codec (four characters in file byte order), apart from its channel mask.
+QVRAUDIO Source::describeAudio(std::uint32_t codec, const PcmFormat& format) const {
+  QVRAUDIO audio = m_host.audio;
   QVRWAVE& wave = audio.wave;
-  std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
-  const PcmFormat format = PcmFormatOf(sampleEntry, *entry, configuration);
   wave.channels = format.channels;
   wave.samplesPerSecond = format.samplesPerSecond;
   wave.bitsPerSample = kDecodedBits;
   const std::uint32_t sampleBytes = (wave.bitsPerSample + 7u) / 8u;
   // Intended (quirk 7): AC-3 keeps the block alignment of one channel, and its buffer size uses the described
   // frame rate.
-  const bool ac3 = sampleEntry->type == kAc3;
+  const bool ac3 = codec == kAc3;
   wave.blockAlign = static_cast<std::uint16_t>(ac3 ? sampleBytes : sampleBytes * wave.channels);
   wave.averageBytesPerSecond =
       saturate<std::uint32_t>(std::uint64_t{wave.blockAlign} * wave.samplesPerSecond);
-  audio.codec = audio.stream.handler = sampleEntry->type;
+  audio.codec = audio.stream.handler = codec;
   audio.stream.rate = wave.samplesPerSecond;
   audio.stream.scale = 1;
-  FrameRate fps = ac3 ? FrameRate{m_video.stream.rate, m_video.stream.scale} : m_nominalRate;
+  FrameRate fps = ac3 ? FrameRate{m_host.video.stream.rate, m_host.video.stream.scale} : m_nominalRate;
   if (!ac3 && !(hasVideo() && m_nominalRate.known())) fps = kAudioFrameRate;
   audio.bufferSize = saturate<std::uint32_t>(
       static_cast<std::uint64_t>(std::trunc(wave.samplesPerSecond / fps.value() + 1.0)) * wave.blockAlign);
   audio.stream.suggestedBufferSize = audio.bufferSize;
+  return audio;
+}
 
-  audio.channelMask = addChannels(wave.channels);
+void Source::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
+  const auto* entry = Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry);
+  if (!entry || m_audioTracks.size() >= kAudioTrackSlots) return;
+  QVRSTREAM* holder = m_host.addStream();
+  if (!holder) {
+    ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
+    return;
+  }
+  std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
+  QVRAUDIO audio = describeAudio(sampleEntry->type, PcmFormatOf(sampleEntry, *entry, configuration));
+  audio.channelMask = addChannels(audio.wave.channels);
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = audio;
   VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];
@@ -188,6 +192,6 @@ void CMFFmp4::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   }
   if (!m_tracks[kAudioTrack].present()) {
     m_tracks[kAudioTrack] = track;
-    m_audio = audio;
+    m_host.audio = audio;
   }
 }

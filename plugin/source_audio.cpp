@@ -4,6 +4,7 @@
 
 #include "plugin/fmp4_object.h"
 #include "plugin/messages.h"
+#include "plugin/source.h"
 #include "plugin/status.h"
 #include "qvrutil.h"
 
@@ -21,10 +22,30 @@ std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uin
   return count * kBytes32BitStereo;
 }
 
+// The status of a read. Reports why it failed.
+std::uint32_t statusOf(AudioTrack::Outcome outcome) {
+  switch (outcome) {
+    case AudioTrack::Outcome::NoRun:
+      messages::reportError(messages::kNoVideoChunkForFrame);
+      return VL_FAILED;
+    case AudioTrack::Outcome::NoFragment:
+    case AudioTrack::Outcome::End:
+      messages::reportError(messages::kNoAudioChunkForFrame);
+      return VL_FAILED;
+    case AudioTrack::Outcome::Refused:
+      return FMP4_E_DURATION;
+    case AudioTrack::Outcome::Undecodable:
+      return VL_FAILED;
+    case AudioTrack::Outcome::Delivered:
+      break;
+  }
+  return VL_OK;
+}
+
 }  // namespace
 
 // The track that contains a channel; null if there is none.
-AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
+AudioTrack* Source::audioTrackOf(std::uint32_t channel) {
   if (channel == QVR_NO_CHANNEL) return nullptr;
   for (const auto& track : m_audioTracks) {
     if (track->description().channelMask & 1u << channel) return track.get();
@@ -32,21 +53,25 @@ AudioTrack* CMFFmp4::audioTrackOf(std::uint32_t channel) {
   return nullptr;
 }
 
-std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
-                                 std::uint32_t mode, DFRAME* descriptor, void* extra) {
-  if (m_companion) return m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
+std::uint32_t Source::refuseAudio(DFRAME* descriptor) {
   if (descriptor) descriptor->bytes = descriptor->lostUnits = 0;
+  messages::reportRead(FMP4_E_NO_AUDIO);
+  return FMP4_E_NO_AUDIO;
+}
+
+std::uint32_t Source::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
+                                std::uint32_t mode, DFRAME* descriptor, void* extra) {
+  if (m_companion) return m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
   AudioTrack* track = audioTrackOf(findChannel(channelMask));
-  if (!m_index || !track || (m_openFlags & MF_OPEN_NO_AUDIO)) {
-    messages::reportRead(FMP4_E_NO_AUDIO);
-    return FMP4_E_NO_AUDIO;
-  }
+  if (!track || (m_openFlags & MF_OPEN_NO_AUDIO)) return refuseAudio(descriptor);
+  if (descriptor) descriptor->bytes = descriptor->lostUnits = 0;
   const QVRAUDIO& audio = track->description();
   if (frame == QVR_NOT_SET) frame = track->nextExpected == QVR_NOT_SET ? 0 : track->nextExpected;
   if (frame > audio.stream.length) return VL_FAILED;
   const bool leads = fccIsCompressedAudio(audio.codec) && frame < audio.stream.initialFrames;
-  const std::uint32_t told = track->deliveredBufferSize({m_video.stream.rate, m_video.stream.scale});
-  if (!descriptor) return leads ? m_audio.wave.blockAlign * 2u : told;
+  const std::uint32_t told =
+      track->deliveredBufferSize({m_host.video.stream.rate, m_host.video.stream.scale});
+  if (!descriptor) return leads ? m_host.audio.wave.blockAlign * 2u : told;
 
   if (track->undecodable()) return VL_FAILED;
   if (frame == audio.stream.length && count != 0) {
@@ -65,7 +90,7 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
   const std::uint64_t room =
       descriptor->dataCapacity != 0
           ? descriptor->dataCapacity
-          : std::max<std::uint64_t>(RequestedBytes(m_audio.wave, audio.wave, count), told);
+          : std::max<std::uint64_t>(RequestedBytes(m_host.audio.wave, audio.wave, count), told);
   if (wanted * frameSize > std::min<std::uint64_t>(room, 0xFFFFFFFFu)) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
@@ -73,8 +98,8 @@ std::uint32_t CMFFmp4::readAudio(std::uint32_t frame, std::uint32_t count, std::
   return deliverAudio(*track, frame, count, wanted, *descriptor);
 }
 
-std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std::uint32_t count,
-                                    std::uint64_t wanted, DFRAME& descriptor) {
+std::uint32_t Source::deliverAudio(AudioTrack& track, std::uint32_t frame, std::uint32_t count,
+                                   std::uint64_t wanted, DFRAME& descriptor) {
   const QVRAUDIO& audio = track.description();
   const std::uint32_t frameSize = track.decoder().FrameSize();
   // The leading silence given in the description is not part of the track.
@@ -98,25 +123,13 @@ std::uint32_t CMFFmp4::deliverAudio(AudioTrack& track, std::uint32_t frame, std:
     }
   }
   AudioTrack::Delivery delivery;
-  switch (track.read(*m_index, position, wanted, descriptor.data + descriptor.bytes, delivery)) {
-    case AudioTrack::Outcome::NoRun:
-      messages::reportError(messages::kNoVideoChunkForFrame);
-      return VL_FAILED;
-    case AudioTrack::Outcome::NoFragment:
-    case AudioTrack::Outcome::End:
-      messages::reportError(messages::kNoAudioChunkForFrame);
-      return VL_FAILED;
-    case AudioTrack::Outcome::Undecodable:
-      return VL_FAILED;
-    case AudioTrack::Outcome::Refused:
-      descriptor.bytes = 0;
-      return FMP4_E_DURATION;
-    case AudioTrack::Outcome::Delivered:
-      break;
-  }
+  const AudioTrack::Outcome outcome =
+      track.read(*m_index, position, wanted, descriptor.data + descriptor.bytes, delivery);
+  if (outcome == AudioTrack::Outcome::Refused) descriptor.bytes = 0;
+  if (const std::uint32_t result = statusOf(outcome); result != VL_OK) return result;
   descriptor.bytes += delivery.bytes;
   descriptor.lostUnits = delivery.lostUnits;
-  const std::uint64_t requested = RequestedBytes(m_audio.wave, audio.wave, count);
+  const std::uint64_t requested = RequestedBytes(m_host.audio.wave, audio.wave, count);
   if (descriptor.bytes != requested) messages::reportShort(descriptor.bytes / frameSize, count);
   track.nextExpected = frame + count;
   return VL_OK;

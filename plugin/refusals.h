@@ -1,0 +1,9 @@
+// What of the host's descriptions cannot be recorded.
+#pragma once
+
+#include "qvr.h"
+
+// The reason why the described video cannot be recorded, or null.
+const char* VideoRefusal(const QVRVIDEO& video);
+// The reason why audio of this description cannot be recorded, or null.
+const char* AudioRefusal(const QVRAUDIO& audio);

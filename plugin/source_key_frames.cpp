@@ -1,0 +1,16 @@
+// Finds key frames of a source.
+#include <algorithm>
+
+#include "base/guard.h"
+#include "plugin/source.h"
+#include "streaming/index/seek.h"
+
+std::uint32_t Source::findKeyFrame(std::uint32_t frame, bool forward) {
+  if (!hasVideo()) return frame;
+  const std::uint32_t found = guarded(kNoKeyFrame, [&] {
+    return forward ? FindKeyFrameForward(*m_index, frame, m_videoCursor)
+                   : FindKeyFrameBackward(*m_index, frame, m_videoCursor);
+  });
+  if (found == kNoKeyFrame) return frame;
+  return forward ? std::max(found, frame) : std::min(found, frame);
+}
