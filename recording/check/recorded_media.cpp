@@ -200,8 +200,8 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
 // Checks the decode time of a run against the runs before it. `offset` is that of its fragment.
 void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint64_t offset) {
   const bool first = !times_[kind];
-  if (first) (times_[kind] = Times()).value().begin = run.decodeTime;
-  Times& times = *times_[kind];
+  if (first) times_[kind].emplace().begin = run.decodeTime;
+  RecordedTimes& times = *times_[kind];
   if (run.decodeTime != times.end) {
     complain(offset,
              "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
@@ -231,7 +231,7 @@ std::optional<TrackTimeline> RecordedMedia::timeline(TrackKind kind) const {
   TrackTimeline timeline;
   timeline.begin = seconds(times_[kind]->begin);
   timeline.end = timeline.begin + seconds(played);
-  for (const Times::Jump& jump : times_[kind]->jumps) {
+  for (const RecordedTimes::Jump& jump : times_[kind]->jumps) {
     if (jump.fragment >= fragments_.size()) break;  // in a dropped fragment
     timeline.gaps.push_back({seconds(jump.from), seconds(jump.to)});
     timeline.end += timeline.gaps.back().to - timeline.gaps.back().from;

@@ -20,6 +20,19 @@ class NotRecorded : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Decode times of a track, in its ticks.
+struct RecordedTimes {
+  // A fragment that does not continue where the previous one ended.
+  struct Jump {
+    std::size_t fragment;
+    std::uint64_t from;
+    std::uint64_t to;
+  };
+  std::uint64_t begin = 0;  // ticks, of the first run
+  std::uint64_t end = 0;    // ticks, after the last run
+  std::vector<Jump> jumps;
+};
+
 class RecordedMedia {
  public:
   struct Fragment {
@@ -114,17 +127,5 @@ class RecordedMedia {
   std::uint64_t firstIndexTime_ = 0;   // ticks
   std::uint32_t samplesPerFrame_ = 0;  // audio samples of an access unit
 
-  // Decode times of a track, in its ticks.
-  struct Times {
-    // A fragment that does not continue where the previous one ended.
-    struct Jump {
-      std::size_t fragment;
-      std::uint64_t from;
-      std::uint64_t to;
-    };
-    std::uint64_t begin = 0;  // ticks, of the first run
-    std::uint64_t end = 0;    // ticks, after the last run
-    std::vector<Jump> jumps;
-  };
-  mp4::PerTrack<Times> times_;
+  mp4::PerTrack<RecordedTimes> times_;
 };
