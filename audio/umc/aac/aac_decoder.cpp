@@ -56,10 +56,10 @@ void ReadOutputOptions(const AudioCodecParams& params, aac::DecoderState& state)
 }
 
 AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
-  const bool served = state.form != aac::StreamForm::kUnsupported;
+  const bool supported = state.form != aac::StreamForm::kUnsupported;
   AudioStreamInfo info;
-  info.channels = served ? static_cast<std::uint32_t>(state.mix.outputs) : state.unsupportedChannels;
-  info.sampleFrequency = served ? aac::OutputFrequency(state) : state.config.frequency;
+  info.channels = supported ? static_cast<std::uint32_t>(state.mix.outputs) : state.unsupportedChannels;
+  info.sampleFrequency = supported ? aac::OutputFrequency(state) : state.config.frequency;
   info.bitsPerSample = kBitsPerSample;
   info.streamType = UMC_STREAM_PCM;
   info.channelMask = ChannelMask(info.channels);
