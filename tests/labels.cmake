@@ -5,6 +5,7 @@
 set(VL_MATRIX_SUITES
   "ac3_test: All/(EncodedBitRate|Generated.*|LevelledLayout)"
   "audio_test: All/(EncodedBitRate|PhaseModes|SamplingIndex|SbrSamplingIndex|StereoModes)"
+  "docs_test: .*"
   "examples_test: InstalledPackage"
   "plugin_test: (Broadcast/MuxedRates|Muxings/.*|LargeFile)"
   "streaming_test: Layouts/OpenCost"
