@@ -9,6 +9,8 @@
 class TurkishLocale : public CompiledLocale {
  public:
   TurkishLocale() : CompiledLocale("tr_TR", "ISO-8859-9", "Turkish_Turkey.1254") {
+#if !defined(_WIN32)  // Wine's C library has the locale, but English case rules in it
     if (std::tolower('I') == 'i') throw std::runtime_error("no dotless i");
+#endif
   }
 };
