@@ -38,9 +38,12 @@ TEST(Names, OfAnyScriptAndWithSpacesWorkInEveryCommand) {
   EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", vlName(place / vlPath("Kopie €.mpd"))}).out).size(), 31u);
 }
 
+// The text of a list, with lines that end in "\n" on every system.
 std::string textOf(const std::filesystem::path& path) {
   const auto bytes = readFile(path.string());
-  return {bytes.begin(), bytes.end()};
+  std::string text(bytes.begin(), bytes.end());
+  std::erase(text, '\r');
+  return text;
 }
 
 TEST(Names, WithUriReservedCharactersAreEncodedInLists) {
