@@ -150,7 +150,7 @@ bool day(const TempFolder& folder) {
          flat;
 }
 
-// An hour at 60 frames per second with a key frame every second frame: 10,800 segments, each of which is
+// An hour at 60 frames per second with a key frame every second frame: 10,800 segments, each
 // listed and waited for. Measured in wall-clock time, as waiting is the main cost.
 bool shortSegments(const TempFolder& folder) {
   const std::string path = folder.file("short.m4v");

@@ -7,7 +7,7 @@
 
 namespace UMC::aac {
 
-// Mixes the channels, of which there are RenderedChannels, to those of the output and interleaves them as
+// Mixes the RenderedChannels(state) channels to those of the output and interleaves them as
 // 16-bit samples. `output` has space for OutputBytes.
 void WritePcm(LockedMemory& memory, const float* const* samples, std::int16_t* output);
 

@@ -42,7 +42,7 @@ void TakeMeans(const Mean* means, const Value* from, int count, Value* to) {
   }
 }
 
-// Converts by way of the middle resolution, of which two bands make one of the lowest.
+// Converts through the middle resolution: two of its bands make one of the lowest.
 void MapIndices(const std::int8_t* from, int fromBands, int toBands, int PsResolution::*count,
                 std::int8_t* to) {
   const int low = kResolutions[0].*count, middle = kResolutions[1].*count, high = kResolutions[2].*count;
