@@ -63,7 +63,7 @@ measure() {
 }
 measure bench_open_day "Opening a recording of a day"
 measure bench_read_frames "Reading every frame"
-measure bench_decode_sound "Decoding AAC"
+measure bench_decode_audio "Decoding AAC"
 measure bench_decode_surround "Decoding AC-3"
 measure bench_record "Recording"
 exit "$missed"
