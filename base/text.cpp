@@ -31,6 +31,18 @@ std::string statusText(std::uint32_t status) {
   return "0x" + digitsOf(status, 8, kUpper);
 }
 
+std::string clockText(double seconds) {
+  constexpr double kMax = 1e12;
+  const auto milliseconds =
+      seconds >= 0 && seconds < kMax ? static_cast<std::uint64_t>(seconds * 1000 + 0.5) : std::uint64_t{0};
+  const auto padded = [](std::uint64_t value, std::size_t digits) {
+    std::string text = std::to_string(value);
+    return text.size() < digits ? std::string(digits - text.size(), '0') + text : text;
+  };
+  return padded(milliseconds / 3'600'000, 2) + ':' + padded(milliseconds / 60'000 % 60, 2) + ':' +
+         padded(milliseconds / 1000 % 60, 2) + '.' + padded(milliseconds % 1000, 3);
+}
+
 std::string fourCcText(std::uint32_t code) {
   std::string text;
   for (int shift = 24; shift >= 0; shift -= 8) {

@@ -8,17 +8,17 @@ _fmp4() {
       break
     fi
   done
-  local options="--help --plugin --quiet"
+  local options="--help --plugin --quiet --no-progress"
   case $command in
     "") options+=" --version" ;;
     info | boxes | verify) options+=" --json" ;;
-    frames) options+=" --json --from --count --random" ;;
-    export) options+=" --video --audio --captions --from --count" ;;
-    package) options+=" --output --gop --no-audio --start --count" ;;
+    frames) options+=" --json --from --to --count --random" ;;
+    export) options+=" --video --audio --captions --from --to --count --exact --force" ;;
+    package) options+=" --output --gop --no-audio --start --count --force --json" ;;
     serve) options+=" --port --json" ;;
   esac
   case $previous in
-    --from | --count | --random | --gop | --start | --port) return ;;  # numbers
+    --from | --to | --count | --random | --gop | --start | --port) return ;;  # numbers
   esac
   if [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")

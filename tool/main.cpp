@@ -10,7 +10,9 @@
 #include "base/user_error.h"
 #include "tool/commands/commands.h"
 #include "tool/host/host_log.h"
+#include "tool/terminal/command_name.h"
 #include "tool/terminal/console.h"
+#include "tool/terminal/progress.h"
 
 namespace {
 
@@ -19,9 +21,17 @@ constexpr int kWrongUsage = 2;
 
 int runCommand(const Invocation& invocation) {
   takeHostLog(invocation.quiet);
+  if (invocation.noProgress) Progress::hide();
   const bool succeeded = invocation.command();
   if (!std::cout.flush()) throw UserError("standard output could not be written; is its disk full?");
   return succeeded ? EXIT_SUCCESS : kOperationFailed;
+}
+
+std::vector<std::string> commandsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+    names.push_back(command->get_name());
+  return names;
 }
 
 }  // namespace
@@ -35,7 +45,8 @@ int main(int argc, char** argv) {
   app.fallthrough();
   Invocation invocation;
   app.add_option("--plugin", invocation.plugin, "The plug-in library to load")->capture_default_str();
-  app.add_flag("--quiet", invocation.quiet, "Hide the host's log");
+  app.add_flag("-q,--quiet", invocation.quiet, "Hide the host's log");
+  app.add_flag("--no-progress", invocation.noProgress, "Draw no progress bar");
   app.set_version_flag("--version", "fmp4 " + programVersion(), "Print the program's version and exit");
   addProbeCommand(app, invocation);
   addInfoCommand(app, invocation);
@@ -51,6 +62,11 @@ int main(int argc, char** argv) {
   try {
     std::vector<std::string> arguments = commandLine(argc, argv);
     arguments.erase(arguments.begin());
+    arguments = withHelpAsOption(std::move(arguments));
+    if (const std::string trouble = unknownCommand(arguments, commandsOf(app)); !trouble.empty()) {
+      std::cerr << "fmp4: " << trouble << '\n';
+      return kWrongUsage;
+    }
     std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
     app.parse(std::move(arguments));
     return runCommand(invocation);

@@ -65,8 +65,9 @@ const Commands& programsCommands() {
 
 TEST(CommandDocuments, TheProgramHasCommandsWithOptions) {
   EXPECT_EQ(programsCommands().at("frames"),
-            (std::set<std::string>{"--count", "--from", "--json", "--random"}));
-  EXPECT_EQ(programsCommands().at(""), (std::set<std::string>{"--plugin", "--quiet", "--version"}));
+            (std::set<std::string>{"--count", "--from", "--json", "--random", "--to"}));
+  EXPECT_EQ(programsCommands().at(""),
+            (std::set<std::string>{"--no-progress", "--plugin", "--quiet", "--version"}));
   EXPECT_TRUE(programsCommands().at("probe").empty());
 }
 

@@ -45,6 +45,74 @@ TEST(Export, DecodesFromEveryKeyFrame) {
   EXPECT_EQ(pictureHashes(stream), std::vector<std::string>(all.begin() + 30, all.begin() + 45));
 }
 
+TEST(Export, BeginsAtTheKeyFrameBeforeAndSaysSo) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
+  makeMedia(file, pictureInput(2) + h264Codec(15, 0) + fragmented());
+  const RunResult result =
+      fmp4({"--quiet", "export", file, "--video", stream, "--from", "00:00:01.301", "--count", "3"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.err,
+            "fmp4: the video begins at frame 30, the key frame before frame 39, which takes 9 more frames\n");
+  const std::vector<std::string> all = pictureHashes(file);
+  EXPECT_EQ(pictureHashes(stream), std::vector<std::string>(all.begin() + 30, all.begin() + 42));
+
+  const RunResult exact = fmp4({"--quiet", "export", file, "--video", folder.file("exact.h264"), "--from",
+                                "39", "--count", "3", "--exact"});
+  EXPECT_EQ(exact.exitCode, 1);
+  EXPECT_EQ(exact.err,
+            "fmp4: frame 39 of '" + file +
+                "' is not a key frame and cannot be decoded without those before it; give --from 30, "
+                "or leave --exact out to export from there\n");
+  EXPECT_FALSE(std::filesystem::exists(folder.file("exact.h264")));
+}
+
+TEST(Export, EndsBeforeThePlaceGivenByTo) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, pictureInput(1) + h264Codec(15, 0) + fragmented());
+  const auto rows = [&file](const std::vector<std::string>& selection) {
+    return linesOf(fmp4(std::vector<std::string>{"--quiet", "frames", file} + selection).out);
+  };
+  const std::vector<std::string> all = rows({});
+  ASSERT_EQ(all.size(), 31u);
+  std::vector<std::string> expected = {all[0]};
+  expected.insert(expected.end(), all.begin() + 11, all.begin() + 21);
+  EXPECT_EQ(rows({"--from", "10", "--to", "00:00:00:20"}), expected);
+  EXPECT_EQ(rows({"--from", "10", "--count", "0.334"}), expected);
+
+  const RunResult nothing = fmp4({"--quiet", "frames", file, "--from", "10", "--to", "10"});
+  EXPECT_EQ(nothing.exitCode, 1);
+  EXPECT_EQ(nothing.err,
+            "fmp4: no frame is selected: --to is frame 10, which is not taken, and --from frame 10\n");
+}
+
+TEST(Export, ReplacesAFileWithForceAlone) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
+  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  writeFile(stream, Bytes{1, 2, 3});
+  const RunResult refused = fmp4({"--quiet", "export", file, "--video", stream});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_EQ(refused.err,
+            "fmp4: '" + stream + "' exists; --force replaces it, or give another name for the output\n");
+  EXPECT_EQ(readFile(stream), (Bytes{1, 2, 3}));
+  EXPECT_EQ(fmp4({"--quiet", "export", file, "--video", stream, "--force"}).exitCode, 0);
+  EXPECT_GT(readFile(stream).size(), 3u);
+}
+
+TEST(Export, RefusesOneFileForTwoOutputs) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4"), output = folder.file("same");
+  makeMedia(file, pictureInput(0.2) + toneInput(0.2) + h264Codec() + fragmented());
+  const RunResult result =
+      fmp4({"--quiet", "export", file, "--video", output, "--audio", folder.file("./same")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err,
+            "fmp4: '" + folder.file("./same") + "' is named for two outputs; give each a name of its own\n");
+  EXPECT_FALSE(std::filesystem::exists(output));
+}
+
 TEST(Export, KeepsTheSourceWhenNamedAsOutput) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");

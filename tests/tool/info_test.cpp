@@ -172,7 +172,7 @@ TEST(Info, TextSaysTheSame) {
                             " bytes of codec configuration\n"
                             "audio: none\n"
                             "captions: none\n"
-                            "duration: 1.0 seconds\n");
+                            "duration: 00:00:01.000\n");
 }
 
 TEST(Info, AudioOnlyIsDescribedWithoutVideo) {

@@ -61,7 +61,7 @@ CaptionTimes captionTimes(const std::string& recording) {
 
 // From the frame numbers of an export.
 CaptionTimes exportedCaptions(const std::string& file, const std::string& output) {
-  EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output}).exitCode, 0);
+  EXPECT_EQ(fmp4({"--quiet", "export", "--force", file, "--captions", output}).exitCode, 0);
   const auto bytes = readFile(output);
   CaptionTimes times;
   for (const std::string& line : linesOf({bytes.begin(), bytes.end()})) {
@@ -223,9 +223,11 @@ TEST_F(InStep, APartOfTheSource) {
 TEST_F(InStep, ExportedAudioStartsWithTheFirstFrame) {
   for (const int bFrames : {0, 2}) {
     const std::string file = source(bFrames);
-    ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
+    ASSERT_EQ(fmp4({"--quiet", "package", "--force", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
     ASSERT_EQ(
-        fmp4({"--quiet", "export", folder_.file("out.mpd"), "--audio", folder_.file("out.wav")}).exitCode, 0);
+        fmp4({"--quiet", "export", "--force", folder_.file("out.mpd"), "--audio", folder_.file("out.wav")})
+            .exitCode,
+        0);
     const auto expected = toneTimes(file), tones = toneTimes(folder_.file("out.wav"));
     ASSERT_EQ(tones.size(), expected.size());
     for (std::size_t i = 0; i < tones.size(); ++i)
@@ -289,7 +291,8 @@ TEST_F(InStep, ExportedAudioOfASourceHonoursItsEditList) {
                         "-map", "0:v", "-map",       "1:a", "-c", "copy"};
   for (const char* flags : {"frag_keyframe+delay_moov", "frag_keyframe+empty_moov+default_base_moof"}) {
     const std::string fragmented = made(late + Options{"-movflags", flags});
-    ASSERT_EQ(fmp4({"--quiet", "export", fragmented, "--audio", folder_.file("out.wav")}).exitCode, 0);
+    ASSERT_EQ(fmp4({"--quiet", "export", "--force", fragmented, "--audio", folder_.file("out.wav")}).exitCode,
+              0);
     const auto tones = toneTimes(folder_.file("out.wav"));
     ASSERT_EQ(tones.size(), 3u);
     EXPECT_NEAR(tones[0], 1.4, 0.003) << flags;
@@ -308,7 +311,7 @@ TEST_F(InStep, CaptionsWhoseTrackStartsLate) {
                                "1",  "-c",     "copy"};
     makeMedia(file, captioned);
     ASSERT_THAT(flashTimes(file), testing::ElementsAre(1, 2));
-    ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
+    ASSERT_EQ(fmp4({"--quiet", "package", "--force", file, "--output", folder_.file("out.mp4")}).exitCode, 0);
     const auto flashes = flashTimes(folder_.file("out.m4v"));
     ASSERT_EQ(flashes.size(), 2u);
     const auto captions = captionTimes(folder_.file("out.m4v"));

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 
+#include "os/path_name.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/fragments.h"
@@ -53,6 +55,76 @@ class Package : public testing::Test {
   TempFolder folder_;
 };
 TempFolder* Package::media_ = nullptr;
+
+TEST_F(Package, SaysWhatItMade) {
+  const RunResult result =
+      fmp4({"--quiet", "package", source(), "--count", "60", "--output", folder_.file("a.mp4")});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  std::string files;
+  for (const char* name : {"a.m4v", "a.m4a", "aA.m3u8", "a.mpd", "a.m3u8", "a.master.m3u8"})
+    files += (files.empty() ? "" : ", ") + std::string(name) + " (" +
+             std::to_string(std::filesystem::file_size(folder_.file(name))) + " bytes)";
+  EXPECT_EQ(result.out, "recorded 60 frames, 00:00:02.002, in " + files + "\n");
+}
+
+TEST_F(Package, ReplacesARecordingWithForceAlone) {
+  const std::vector<std::string> command = {
+      "--quiet", "package", source(), "--count", "30", "--output", folder_.file("a.mp4")};
+  ASSERT_EQ(fmp4(command).exitCode, 0);
+  const Bytes before = readFile(folder_.file("a.m4v"));
+  const RunResult refused = fmp4(command + std::vector<std::string>{"--start", "30"});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_EQ(refused.err,
+            "fmp4: '" + folder_.file("a.m4v") +
+                "' exists; --force replaces that recording, or give another name for the output\n");
+  EXPECT_EQ(readFile(folder_.file("a.m4v")), before);
+  EXPECT_EQ(fmp4(command + std::vector<std::string>{"--start", "30", "--force"}).exitCode, 0);
+  EXPECT_NE(readFile(folder_.file("a.m4v")), before);
+}
+
+// Another program's handle stands for one that records.
+TEST_F(Package, RefusesARecordingThatIsBeingMade) {
+  ASSERT_EQ(
+      fmp4({"--quiet", "package", source(), "--count", "30", "--output", folder_.file("a.mp4")}).exitCode, 0);
+  const std::ofstream held(vlPath(folder_.file("a.m4a")), std::ios::app | std::ios::binary);
+  ASSERT_TRUE(held);
+  const RunResult result =
+      fmp4({"--quiet", "package", source(), "--force", "--output", folder_.file("a.mp4")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err,
+            "fmp4: '" + folder_.file("a.m4a") +
+                "' is being written by another program; give another name for the output, or wait "
+                "for its end\n");
+}
+
+TEST_F(Package, RefusesNamesThatNoRecordingHas) {
+  for (const char* name : {"a.mkv", "a.MP4", "a", "a.mpd"}) {
+    const std::string output = folder_.file(name);
+    const RunResult result = fmp4({"--quiet", "package", source(), "--output", output});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err,
+              "fmp4: '" + output +
+                  "' is no name for a recording; give one that ends in .mp4 (video and audio in files "
+                  "of their own, .m4v and .m4a) or .ismv (both in one file)\n");
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+}
+
+// The first frame's bytes are beyond the end of the file.
+TEST_F(Package, LeavesNothingBehindWhenItRecordsNothing) {
+  const std::string damaged = folder_.file("damaged.mp4");
+  makeMedia(damaged, pictureInput(1) + h264Codec());
+  const auto mdat = static_cast<std::uintmax_t>(ffprobePackets(damaged, "v:0")[0].offset);
+  Bytes bytes = readFile(damaged);
+  const auto moov = std::search(bytes.begin(), bytes.end(), std::begin("moov"), std::end("moov") - 1) - 4;
+  ASSERT_GT(static_cast<std::uintmax_t>(moov - bytes.begin()), mdat) << "the movie box comes last";
+  const Bytes movie(moov, bytes.end());
+  bytes.resize(mdat - 8);
+  writeFile(damaged, join({bytes, movie}));
+  const RunResult result = fmp4({"--quiet", "package", damaged, "--output", folder_.file("a.mp4")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1) << "the source alone";
+}
 
 TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
   const RunResult result = fmp4({"package", source(), "--output", folder_.file("out.mp4")});
@@ -233,7 +305,9 @@ TEST_F(Package, RatesAreKept) {
   for (const auto& [rate, kept] :
        {std::pair{"24000/1001", "24000/1001"}, {"25", "25000/1000"}, {"60", "60000/1000"}}) {
     makeMedia(folder_.file("source.mp4"), pictureInput(1, rate) + h264Codec(12));
-    ASSERT_EQ(fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")}).exitCode, 0);
+    ASSERT_EQ(fmp4({"package", folder_.file("source.mp4"), "--force", "--output", folder_.file("out.mp4")})
+                  .exitCode,
+              0);
     const auto manifest = readFile(folder_.file("out.mpd"));
     EXPECT_THAT(std::string(manifest.begin(), manifest.end()),
                 HasSubstr("frameRate=\"" + std::string(kept) + "\""));

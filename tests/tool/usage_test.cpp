@@ -42,6 +42,27 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"repair"}, std::vector<std::string>{"repair", "--json", "file"},
         std::vector<std::string>{"version", "file"}, std::vector<std::string>{"probe", "--plugin"}));
 
+TEST(Usage, AskedForAnUnknownCommandItNamesTheClosest) {
+  const RunResult result = fmp4({"--quiet", "infos", "file"});
+  EXPECT_EQ(result.exitCode, kWrongUsage);
+  EXPECT_EQ(result.err,
+            "fmp4: there is no command 'infos'; did you mean 'info'? fmp4 --help lists the commands\n");
+  EXPECT_EQ(fmp4({"transmogrify"}).err,
+            "fmp4: there is no command 'transmogrify'; fmp4 --help lists the commands\n");
+}
+
+TEST(Usage, HelpIsACommandToo) {
+  EXPECT_EQ(fmp4({"help"}).out, fmp4({"--help"}).out);
+  EXPECT_EQ(fmp4({"help", "frames"}).out, fmp4({"frames", "--help"}).out);
+  EXPECT_EQ(fmp4({"help", "nonsense"}).exitCode, kWrongUsage);
+}
+
+TEST(Usage, APlaceThatIsNoneIsExplained) {
+  const RunResult result = fmp4({"frames", "file", "--from", "12:"});
+  EXPECT_EQ(result.exitCode, kWrongUsage);
+  EXPECT_THAT(result.err, HasSubstr("'12:' is no place in a file; give a frame number"));
+}
+
 class Help : public testing::TestWithParam<std::string> {};
 
 TEST_P(Help, IsPrintedOnStandardOutput) {

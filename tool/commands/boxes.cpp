@@ -95,6 +95,6 @@ void addBoxesCommand(CLI::App& app, Invocation& invocation) {
   CLI::App* const command = app.add_subcommand("boxes", "Print the box tree of an MP4 file");
   const auto options = std::make_shared<BoxesOptions>();
   command->add_option("FILE", options->file, "The file to read")->required();
-  command->add_flag("--json", options->json, "Print JSON, every field in full");
+  command->add_flag("-j,--json", options->json, "Print JSON, every field in full");
   command->callback([&invocation, options] { invocation.command = [options] { return boxes(*options); }; });
 }

@@ -12,6 +12,7 @@ class App;
 struct Invocation {
   std::string plugin = "vlx_fmp4";  // name or path of the plug-in library
   bool quiet = false;               // hides the host's log
+  bool noProgress = false;          // draws no progress bar
   std::function<bool()> command;    // false: it succeeded, and the answer is negative
 };
 

@@ -1,6 +1,12 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
 #include <memory>
+#include <string>
+#include <vector>
 
+#include "base/user_error.h"
+#include "os/path_name.h"
 #include "tool/commands/commands.h"
 #include "tool/export/export_streams.h"
 #include "tool/host/plugin_host.h"
@@ -13,14 +19,33 @@ struct ExportOptions {
   std::string audio;
   std::string captions;
   FrameSelection selection;
+  bool force = false;
+  bool exact = false;
 };
 
+// Throws UserError when two of the outputs are the same file.
+void checkDifferent(const ExportOptions& options) {
+  std::vector<std::filesystem::path> seen;
+  for (const std::string& output : {options.video, options.audio, options.captions}) {
+    if (output.empty()) continue;
+    std::error_code ignored;
+    const std::filesystem::path path = std::filesystem::weakly_canonical(vlPath(output), ignored);
+    if (std::find(seen.begin(), seen.end(), path) != seen.end())
+      throw UserError("'" + output + "' is named for two outputs; give each a name of its own");
+    seen.push_back(path);
+  }
+}
+
 bool exportStreams(const Invocation& invocation, const ExportOptions& options) {
+  checkDifferent(options);
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
-  if (!options.video.empty()) exportVideo(*file, {options.file, options.video, options.selection});
-  if (!options.audio.empty()) exportAudio(*file, {options.file, options.audio, options.selection});
-  if (!options.captions.empty()) exportCaptions(*file, {options.file, options.captions, options.selection});
+  const auto request = [&options](const std::string& output) {
+    return ExportRequest{options.file, output, options.selection, options.force, options.exact};
+  };
+  if (!options.video.empty()) exportVideo(*file, request(options.video));
+  if (!options.audio.empty()) exportAudio(*file, request(options.audio));
+  if (!options.captions.empty()) exportCaptions(*file, request(options.captions));
   return true;
 }
 
@@ -40,6 +65,10 @@ void addExportCommand(CLI::App& app, Invocation& invocation) {
       ->type_name("OUT.json");
   outputs->require_option(1, 0);
   addFrameSelection(*command, options->selection);
+  command->add_flag(
+      "--exact", options->exact,
+      "Refuse video that cannot be decoded from --from, instead of beginning at the key frame before");
+  command->add_flag("-f,--force", options->force, "Replace files that exist");
   command->callback([&invocation, options] {
     invocation.command = [&invocation, options] { return exportStreams(invocation, *options); };
   });

@@ -150,7 +150,7 @@ void addFramesCommand(CLI::App& app, Invocation& invocation) {
   CLI::App* const command = app.add_subcommand("frames", "Read video frames and list them");
   const auto options = std::make_shared<FramesOptions>();
   command->add_option("FILE", options->file, "The file to read")->required();
-  command->add_flag("--json", options->json, "Print JSON instead of CSV");
+  command->add_flag("-j,--json", options->json, "Print JSON instead of CSV");
   addFrameSelection(*command, options->selection);
   command
       ->add_option("--random", options->seed,

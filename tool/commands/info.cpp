@@ -127,8 +127,8 @@ void printText(const Json& description) {
               << audio["bitsPerSample"] << " bits, " << audio["samples"] << " samples\n";
   const bool has608 = description["captions608"], has708 = description["captions708"];
   std::cout << "captions:" << (has608 ? " CEA-608" : "") << (has708 ? " CEA-708" : "")
-            << (has608 || has708 ? "\n" : " none\n") << "duration: " << description["durationSeconds"]
-            << " seconds\n";
+            << (has608 || has708 ? "\n" : " none\n")
+            << "duration: " << clockText(description["durationSeconds"]) << '\n';
 }
 
 bool info(const Invocation& invocation, const InfoOptions& options) {
@@ -153,7 +153,7 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
   CLI::App* const command = app.add_subcommand("info", "Print the plug-in's description of a file");
   const auto options = std::make_shared<InfoOptions>();
   command->add_option("FILE", options->file, "The file to describe")->required();
-  command->add_flag("--json", options->json, "Print JSON");
+  command->add_flag("-j,--json", options->json, "Print JSON");
   command->callback([&invocation, options] {
     invocation.command = [&invocation, options] { return info(invocation, *options); };
   });

@@ -6,15 +6,17 @@
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "base/fourcc.h"
+#include "base/text.h"
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "os/replace_file.h"
-#include "recording/paths.h"
 #include "streaming/lists/master_playlist.h"
 #include "tool/commands/commands.h"
 #include "tool/host/plugin_host.h"
+#include "tool/package/output_files.h"
 #include "tool/package/package_plan.h"
 #include "tool/package/packager.h"
 #include "tool/source/fragment_stream.h"
@@ -24,29 +26,12 @@
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 constexpr const char* kStandardInput = "-";
 
 void warn(const std::string& text) {
   std::cerr << "fmp4: warning: " << text << '\n';
-}
-
-// The files that packaging may replace.
-std::vector<std::filesystem::path> outputsOf(const std::filesystem::path& output) {
-  std::vector<std::filesystem::path> files = {output};
-  for (const char* extension : {".m4v", ".m4a", ".mpd", ".xml", ".m3u8", ".master.m3u8"})
-    files.push_back(std::filesystem::path(output).replace_extension(extension));
-  std::filesystem::path audioList = std::filesystem::path(output).replace_extension();
-  audioList += "A.m3u8";
-  files.push_back(audioList);
-  return files;
-}
-
-void refuseToOverwrite(const PackageOptions& options) {
-  std::error_code ignored;
-  for (const auto& file : outputsOf(vlPath(options.output)))
-    if (std::filesystem::equivalent(vlPath(options.input), file, ignored))
-      throw UserError("packaging would write over its source '" + vlName(file) +
-                      "'; give another name for the output");
 }
 
 MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
@@ -55,20 +40,42 @@ MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
   return {vlName(path.filename()), {std::istreambuf_iterator<char>(file), {}}};
 }
 
-void writeMasterPlaylist(const Packager& packager, const PackageOptions& options) {
+void writeMasterPlaylist(const Packager& packager, const OutputFiles& files) {
   MasterPlaylist master = packager.master();
-  const std::filesystem::path output = vlPath(options.output);
-  master.video = readPlaylist(std::filesystem::path(output).replace_extension(".m3u8"));
-  if (HasSeparateAudio(VideoPath(options.output)) && packager.recordsAudio())
-    master.audio = readPlaylist(outputsOf(output).back());
+  master.video = readPlaylist(files.videoPlaylist());
+  if (!files.audioPlaylist().empty() && packager.recordsAudio())
+    master.audio = readPlaylist(files.audioPlaylist());
   const std::string text = masterPlaylistText(master);
-  const std::string path = vlName(std::filesystem::path(output).replace_extension(".master.m3u8"));
+  const std::string path = vlName(files.masterPlaylist());
   if (os::replaceFile(path, text)) throw UserError("'" + path + "' could not be written; is the disk full?");
 }
 
+// Says what was made: the recording's length and its files with their sizes.
+void report(const Packager& packager, const PackageOptions& options, const OutputFiles& files) {
+  Json list = Json::array();
+  std::string text;
+  for (const auto& path : files.existing()) {
+    std::error_code ignored;
+    const std::uint64_t bytes = std::filesystem::file_size(path, ignored);
+    list.push_back({{"file", vlName(path)}, {"bytes", bytes}});
+    text += (text.empty() ? "" : ", ") + vlName(path.filename()) + " (" + std::to_string(bytes) + " bytes)";
+  }
+  const double seconds = static_cast<double>(packager.frames()) / packager.framesPerSecond();
+  if (options.json) {
+    const Json made = {{"recording", options.output},
+                       {"frames", packager.frames()},
+                       {"audioAccessUnits", packager.accessUnits()},
+                       {"durationSeconds", seconds},
+                       {"files", list}};
+    std::cout << made.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
+  } else {
+    std::cout << "recorded " << packager.frames() << " frames, " << clockText(seconds) << ", in " << text
+              << '\n';
+  }
+}
+
 // Records what arrives; whatever fails later, what came before is a complete recording.
-void record(Packager& packager, const PackageOptions& options,
-            const std::function<void(std::uint64_t)>& show) {
+void record(Packager& packager, const OutputFiles& files, const std::function<void(std::uint64_t)>& show) {
   std::exception_ptr failure;
   try {
     packager.run(show, endRequested);
@@ -77,24 +84,41 @@ void record(Packager& packager, const PackageOptions& options,
   }
   try {
     packager.finish();
-    if (packager.frames() != 0) writeMasterPlaylist(packager, options);
+    if (packager.frames() != 0) writeMasterPlaylist(packager, files);
   } catch (const UserError&) {
     if (!failure) throw;
   }
   if (failure) std::rethrow_exception(failure);
 }
 
+// Records up to `frames` frames of `source`.
+void packageSource(const Plugin& plugin, SampleSource& source, const PackageOptions& options,
+                   const PackagePlan& plan, std::uint64_t frames,
+                   const std::function<void(std::uint64_t)>& show) {
+  const OutputFiles files(options.output);
+  files.check(options.input, options.force);
+  std::uint64_t recorded = 0;
+  try {
+    Packager packager(plugin, source, options, plan, frames, warn);
+    record(packager, files, [&](std::uint64_t done) { show(recorded = done); });
+    report(packager, options, files);
+  } catch (const UserError&) {
+    if (recorded == 0) files.removeNew();
+    throw;
+  }
+}
+
 void packageFile(const Plugin& plugin, const PackageOptions& options) {
   SourceFile source(options.input);
-  refuseToOverwrite(options);
   heedEndRequests();
   checkVideo(source);
   const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
-  Packager packager(plugin, source, options, plan, plan.count, warn);
   Progress progress("packaging", plan.count);
-  record(packager, options, [&progress](std::uint64_t frames) { progress.show(frames); });
-  if (endRequested() && packager.frames() < plan.count)
-    throw UserError("interrupted; the recording ends after " + std::to_string(packager.frames()) + " frames");
+  std::uint64_t recorded = 0;
+  packageSource(plugin, source, options, plan, plan.count,
+                [&](std::uint64_t frames) { progress.show(recorded = frames); });
+  if (endRequested() && recorded < plan.count)
+    throw UserError("interrupted; the recording ends after " + std::to_string(recorded) + " frames");
 }
 
 // Whether a stream has shown enough to begin recording: its key-frame interval, and whether the video has
@@ -127,8 +151,7 @@ void packageStream(const Plugin& plugin, const PackageOptions& options) {
   checkVideo(source);
   const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
   const std::uint64_t frames = options.count ? *options.count : std::numeric_limits<std::uint32_t>::max();
-  Packager packager(plugin, source, options, plan, frames, warn);
-  record(packager, options, [](std::uint64_t) {});
+  packageSource(plugin, source, options, plan, frames, [](std::uint64_t) {});
 }
 
 bool package(const Invocation& invocation, const PackageOptions& options) {
@@ -153,7 +176,7 @@ void addPackageCommand(CLI::App& app, Invocation& invocation) {
           "The MP4 to read, plain or fragmented; - reads a fragmented one from standard input as it arrives")
       ->required();
   command
-      ->add_option("--output", options->output,
+      ->add_option("-o,--output", options->output,
                    "The recording's name: OUT.mp4 becomes OUT.m4v and OUT.m4a, OUT.ismv holds both")
       ->type_name("OUT")
       ->required();
@@ -167,6 +190,8 @@ void addPackageCommand(CLI::App& app, Invocation& invocation) {
   command->add_option("--count", options->count, "How many frames to take")
       ->type_name("N")
       ->check(CLI::PositiveNumber);
+  command->add_flag("-f,--force", options->force, "Replace a recording of the same name");
+  command->add_flag("-j,--json", options->json, "Print what was recorded as JSON");
   command->callback([&invocation, options] {
     invocation.command = [&invocation, options] { return package(invocation, *options); };
   });

@@ -57,6 +57,6 @@ void addServeCommand(CLI::App& app, Invocation& invocation) {
       ->type_name("N")
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
-  command->add_flag("--json", options->json, "Print the address as JSON");
+  command->add_flag("-j,--json", options->json, "Print the address as JSON");
   command->callback([&invocation, options] { invocation.command = [options] { return serve(*options); }; });
 }

@@ -83,6 +83,6 @@ void addVerifyCommand(CLI::App& app, Invocation& invocation) {
   const auto options = std::make_shared<VerifyOptions>();
   command->add_option("NAME", options->name, "A media file, the manifest or a playlist of the recording")
       ->required();
-  command->add_flag("--json", options->json, "Print JSON");
+  command->add_flag("-j,--json", options->json, "Print JSON");
   command->callback([&invocation, options] { invocation.command = [options] { return verify(*options); }; });
 }

@@ -44,11 +44,12 @@ SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system
         scaleExactly(frame, std::uint64_t{system.scale} * audio.wave.samplesPerSecond, system.rate);
     return static_cast<std::int64_t>(std::min(sample, most)) + skew;
   };
-  const std::int64_t begin = sampleOf(selection.from);
+  const FrameRange selected = selection.range({system.rate, system.scale});
+  const std::int64_t begin = sampleOf(selected.from);
   if (begin >= total)
-    throw UserError("the audio of '" + name + "' ends before frame " + std::to_string(selection.from));
+    throw UserError("the audio of '" + name + "' ends before frame " + std::to_string(selected.from));
   const std::int64_t end =
-      selection.count ? std::min(sampleOf(std::uint64_t{selection.from} + *selection.count), total) : total;
+      selection.hasEnd() ? std::min(sampleOf(std::uint64_t{selected.from} + selected.count), total) : total;
   const std::int64_t from = std::max<std::int64_t>(begin, 0), to = std::max<std::int64_t>(end, 0);
   return {static_cast<std::uint64_t>(from), static_cast<std::uint64_t>(std::max(to - from, std::int64_t{0})),
           static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
@@ -160,7 +161,7 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
                     whyThereIsNone(request.input, Mp4FourCc("soun")));
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
-  OutputFile output(request.output, request.input);
+  OutputFile output(request.output, request.input, request.force);
   AudioExport sound(file, format, output);
   output.make([&] {
     output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));

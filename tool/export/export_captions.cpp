@@ -18,7 +18,7 @@ void exportCaptions(CAMediaFile& file, const ExportRequest& request) {
   VideoReader reader(file, request.input);
   const FrameRange range = reader.range(request.selection);
   const std::unique_ptr<EditedCaptions> edited = EditedCaptions::of(request.input);
-  OutputFile output(request.output, request.input);
+  OutputFile output(request.output, request.input, request.force);
   output.make([&] {
     Progress progress("exporting captions", range.count);
     for (std::uint32_t i = 0; i < range.count; ++i) {

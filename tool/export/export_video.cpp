@@ -1,4 +1,7 @@
+#include <cstdint>
+#include <iostream>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "base/user_error.h"
@@ -23,13 +26,31 @@ AnnexB annexBOf(CAMediaFile& file, const std::string& name) {
   return *annexB;
 }
 
+constexpr std::int8_t kAnyMode = 1;
+constexpr std::int32_t kBackward = 0;
+
+// The frames to export: the selected ones, and those before them that they need to be decoded.
+FrameRange decodableRange(CAMediaFile& file, const VideoReader& reader, const ExportRequest& request) {
+  const FrameRange selected = reader.range(request.selection);
+  const std::uint32_t key = file.FindKeyFrame(kVideoChannel, kAnyMode, selected.from, kBackward);
+  if (key == selected.from) return selected;
+  const std::string keyText = std::to_string(key), fromText = std::to_string(selected.from);
+  if (request.exact)
+    throw UserError("frame " + fromText + " of '" + request.input +
+                    "' is not a key frame and cannot be decoded without those before it; give --from " +
+                    keyText + ", or leave --exact out to export from there");
+  std::cerr << "fmp4: the video begins at frame " << key << ", the key frame before frame " << fromText
+            << ", which takes " << selected.from - key << " more frames\n";
+  return {key, selected.count + (selected.from - key)};
+}
+
 }  // namespace
 
 void exportVideo(CAMediaFile& file, const ExportRequest& request) {
   VideoReader reader(file, request.input);
-  const FrameRange range = reader.range(request.selection);
+  const FrameRange range = decodableRange(file, reader, request);
   const AnnexB annexB = annexBOf(file, request.input);
-  OutputFile output(request.output, request.input);
+  OutputFile output(request.output, request.input, request.force);
   output.make([&] {
     Progress progress("exporting video", range.count);
     std::vector<std::uint8_t> stream;

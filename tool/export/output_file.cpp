@@ -5,11 +5,15 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 
-OutputFile::OutputFile(const std::string& path, const std::string& input) : path_(path) {
+OutputFile::OutputFile(const std::string& path, const std::string& input, bool replace) : path_(path) {
   std::error_code ignored;
   if (std::filesystem::equivalent(vlPath(input), vlPath(path), ignored))
     throw UserError("'" + path + "' is the file to be exported; give another name for the output");
-  file_.open(vlPath(path), std::ios::binary);
+  const std::filesystem::path file = vlPath(path);
+  if (!replace && std::filesystem::is_regular_file(file, ignored) &&
+      !std::filesystem::is_empty(file, ignored))
+    throw UserError("'" + path + "' exists; --force replaces it, or give another name for the output");
+  file_.open(file, std::ios::binary);
   if (!file_) throw UserError("'" + path_ + "' cannot be created; check the folder and its permissions");
 }
 

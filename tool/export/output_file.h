@@ -10,8 +10,9 @@
 // It is removed unless it is finished. Every operation throws UserError when the file cannot be written.
 class OutputFile {
  public:
-  // `input`: the file being read, which must not be overwritten.
-  OutputFile(const std::string& path, const std::string& input);
+  // `input`: the file being read, which must not be overwritten. `replace`: an existing file with content may
+  // be.
+  OutputFile(const std::string& path, const std::string& input, bool replace);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();

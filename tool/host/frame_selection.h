@@ -4,15 +4,11 @@
 #include <cstdint>
 #include <optional>
 
+#include "tool/host/frame_place.h"
+
 namespace CLI {
 class App;
 }
-
-// The values of `--from` and `--count`; without a count, all frames that follow.
-struct FrameSelection {
-  std::uint32_t from = 0;
-  std::optional<std::uint32_t> count;
-};
 
 // Frames `from` to `from + count - 1`.
 struct FrameRange {
@@ -20,5 +16,17 @@ struct FrameRange {
   std::uint32_t count;
 };
 
-// Adds `--from` and `--count` to a command; `selection` must outlive it.
+// The values of `--from`, `--to` and `--count`; without the last two, all frames that follow.
+struct FrameSelection {
+  FramePlace from{0};
+  std::optional<FramePlace> to;  // the frame after the last
+  std::optional<FramePlace> count;
+
+  // The selected frames at a frame rate, whatever the file holds; without an end up to the largest number.
+  // Throws UserError when they end before they begin.
+  FrameRange range(const FrameRate& rate) const;
+  bool hasEnd() const { return to || count; }
+};
+
+// Adds `--from`, `--to` and `--count` to a command; `selection` must outlive it.
 void addFrameSelection(CLI::App& command, FrameSelection& selection);

@@ -20,12 +20,14 @@ VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), nam
 }
 
 FrameRange VideoReader::range(const FrameSelection& selection) const {
+  QVRSYSTEM system{};
+  file_.GetFileInfo(kVideoChannel, &system, nullptr, nullptr, nullptr);
+  const FrameRange selected = selection.range({system.rate, system.scale});
   const std::uint32_t total = file_.GetTotalFrames();
-  if (selection.from >= total)
+  if (selected.from >= total)
     throw UserError("'" + name_ + "' has " + std::to_string(total) +
-                    " frames, counted from 0; there is no frame " + std::to_string(selection.from));
-  const std::uint32_t left = total - selection.from;
-  return {selection.from, std::min(selection.count.value_or(left), left)};
+                    " frames, counted from 0; there is no frame " + std::to_string(selected.from));
+  return {selected.from, std::min(selected.count, total - selected.from)};
 }
 
 const DFRAME& VideoReader::read(std::uint32_t frame) {

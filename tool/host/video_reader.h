@@ -14,7 +14,7 @@ class VideoReader {
   // `file` must outlive the reader. Throws UserError when it has no video stream. `name` is for messages.
   VideoReader(CAMediaFile& file, std::string name);
 
-  // The selected frames of the file. Throws UserError when the file ends before the first.
+  // The selected frames of the file. Throws UserError when it ends before the first of them.
   FrameRange range(const FrameSelection& selection) const;
 
   // Reads one frame. The descriptor and the sample's bytes are valid until the next read. Throws UserError

@@ -15,6 +15,8 @@ struct PackageOptions {
   bool noAudio = false;
   std::uint32_t start = 0;
   std::optional<std::uint32_t> count;
+  bool force = false;  // replace a recording of the same name
+  bool json = false;
 };
 
 struct PackagePlan {

@@ -35,6 +35,8 @@ class Packager {
   void finish();
 
   std::uint64_t frames() const { return frames_; }
+  double framesPerSecond() const { return plan_.framesPerSecond(); }
+  std::uint64_t accessUnits() const { return accessUnits_; }  // of audio, silent ones included
   bool recordsAudio() const { return audio_ != nullptr; }
   // What is known for the master playlist, except the playlists that it joins.
   MasterPlaylist master() const;

@@ -12,7 +12,7 @@ constexpr std::uint64_t kBarWidth = 40;  // characters
 }  // namespace
 
 Progress::Progress(std::string label, std::uint64_t total, bool visible)
-    : label_(std::move(label)), total_(total), visible_(visible && total > 0 && isTerminal(2)) {}
+    : label_(std::move(label)), total_(total), visible_(visible && !hidden_ && total > 0 && isTerminal(2)) {}
 
 Progress::~Progress() {
   if (visible_) std::cerr << '\r' << std::string(label_.size() + kBarWidth + 9, ' ') << '\r' << std::flush;

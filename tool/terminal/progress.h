@@ -13,10 +13,15 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
+  // From now on nothing is drawn.
+  static void hide() { hidden_ = true; }
+
   // Reports that `done` steps are done.
   void show(std::uint64_t done);
 
  private:
+  static inline bool hidden_ = false;
+
   std::string label_;
   std::uint64_t total_;
   bool visible_;

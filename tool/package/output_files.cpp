@@ -1,0 +1,70 @@
+#include "tool/package/output_files.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/user_error.h"
+#include "os/file_in_use.h"
+#include "os/path_name.h"
+
+namespace {
+
+// The plug-in decides by these how a recording is made.
+constexpr std::array kExtensions = {".mp4", ".m4v", ".ismv"};
+
+}  // namespace
+
+OutputFiles::OutputFiles(const std::string& output) {
+  const std::filesystem::path path = vlPath(output);
+  const std::string extension = vlName(path.extension());
+  if (std::find(kExtensions.begin(), kExtensions.end(), extension) == kExtensions.end())
+    throw UserError(
+        "'" + output +
+        "' is no name for a recording; give one that ends in .mp4 (video and audio in files of their "
+        "own, .m4v and .m4a) or .ismv (both in one file)");
+  const auto named = [&path](const char* ending) {
+    return std::filesystem::path(path).replace_extension(ending);
+  };
+  const bool separateAudio = extension != ".ismv";
+  videoPlaylist_ = named(".m3u8");
+  masterPlaylist_ = named(".master.m3u8");
+  files_ = {separateAudio ? named(".m4v") : path};
+  if (separateAudio) {
+    audioPlaylist_ = named("");
+    audioPlaylist_ += "A.m3u8";
+    files_.insert(files_.end(), {named(".m4a"), audioPlaylist_});
+  }
+  files_.insert(files_.end(), {named(separateAudio ? ".mpd" : ".xml"), videoPlaylist_, masterPlaylist_});
+  former_ = existing();
+}
+
+void OutputFiles::check(const std::string& input, bool replace) const {
+  std::error_code ignored;
+  for (const auto& file : former_) {
+    if (std::filesystem::equivalent(vlPath(input), file, ignored))
+      throw UserError("packaging would write over its source '" + vlName(file) +
+                      "'; give another name for the output");
+    if (os::isBeingWritten(vlName(file)))
+      throw UserError("'" + vlName(file) +
+                      "' is being written by another program; give another name for the "
+                      "output, or wait for its end");
+  }
+  if (!former_.empty() && !replace)
+    throw UserError("'" + vlName(former_.front()) +
+                    "' exists; --force replaces that recording, or give another name for the output");
+}
+
+void OutputFiles::removeNew() const {
+  std::error_code ignored;
+  for (const auto& file : existing())
+    if (std::find(former_.begin(), former_.end(), file) == former_.end())
+      std::filesystem::remove(file, ignored);
+}
+
+std::vector<std::filesystem::path> OutputFiles::existing() const {
+  std::vector<std::filesystem::path> found;
+  std::error_code ignored;
+  for (const auto& file : files_)
+    if (std::filesystem::exists(file, ignored)) found.push_back(file);
+  return found;
+}
