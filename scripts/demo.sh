@@ -57,7 +57,7 @@ tail -n +2 "$folder/frames.csv" | cut -d, -f2,3,5 | cmp - "$folder/ffprobe.csv" 
 frames=$(tail -n +2 "$folder/frames.csv" | wc -l)
 
 title "fmp4 export --video"
-"$fmp4" --quiet export "$source" --video "$exported"
+"$fmp4" --quiet export "$source" --force --video "$exported"
 ls -l "$exported"
 picture_hashes "$source" >"$folder/source.md5"
 picture_hashes "$exported" >"$folder/exported.md5"
@@ -66,7 +66,7 @@ pictures=$(wc -l <"$folder/exported.md5")
 [[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames read, $pictures decoded, instead of 300"
 
 title "fmp4 export --audio"
-"$fmp4" --quiet export "$source" --audio "$audio"
+"$fmp4" --quiet export "$source" --force --audio "$audio"
 ls -l "$audio"
 samples=$(ffprobe -v error -select_streams a:0 -show_entries stream=duration_ts -of csv=p=0 "$audio")
 # Exported audio begins with the first picture, which B-frames delay.
@@ -85,7 +85,7 @@ awk -v a="$(mean_volume "$audio")" -v b="$(mean_volume "$source")" \
 
 title "fmp4 package"
 recording=$folder/recording
-"$fmp4" package "$source" --output "$recording.mp4"
+"$fmp4" package "$source" --force --output "$recording.mp4"
 ls -l "$folder"/recording*
 "$fmp4" --quiet frames "$recording.mpd" | cmp - "$folder/frames.csv" ||
   fail "the recording, read through its manifest, has other frames than the source"

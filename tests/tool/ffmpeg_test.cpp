@@ -117,7 +117,7 @@ TEST(FFmpeg, Ac3UnitsWithTrailingBytesDecodeFullyWithAndWithoutIt) {
     for (const std::size_t bytesAfter : {0u, 2u, 100u}) {
       const std::string file = installed.folder.file("units.mp4"), sound = installed.folder.file("units.wav");
       writeFile(file, fileOf(frames, bytesAfter));
-      const RunResult result = installed.fmp4({"export", file, "--audio", sound});
+      const RunResult result = installed.fmp4({"export", file, "--force", "--audio", sound});
       EXPECT_EQ(result.exitCode, 0) << result.err;
       EXPECT_EQ(result.err.find("eac3 opened") != std::string::npos, hasFFmpeg);
       sounds.push_back(readFile(sound));

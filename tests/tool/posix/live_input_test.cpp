@@ -32,7 +32,8 @@ class Recorder {
       close(ends[0]);
       close(ends[1]);
       if (!freopen(errors_.c_str(), "w", stderr)) _exit(126);
-      execl(VL_BIN_DIR "/fmp4", "fmp4", "--quiet", "package", "-", "--output", output.c_str(), nullptr);
+      execl(VL_BIN_DIR "/fmp4", "fmp4", "--quiet", "package", "-", "--force", "--output", output.c_str(),
+            nullptr);
       _exit(127);
     }
     close(ends[0]);

@@ -28,8 +28,9 @@ class Recorder {
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = readEnd;
     startup.hStdOutput = startup.hStdError = run_details::inheritable(vlPath(errors).c_str(), GENERIC_WRITE);
-    process_ = run_details::start({VL_BIN_DIR "/fmp4", "--quiet", "package", "-", "--output", output},
-                                  startup, CREATE_NO_WINDOW);
+    process_ =
+        run_details::start({VL_BIN_DIR "/fmp4", "--quiet", "package", "-", "--force", "--output", output},
+                           startup, CREATE_NO_WINDOW);
     CloseHandle(readEnd);
     CloseHandle(startup.hStdError);
   }
