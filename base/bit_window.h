@@ -9,7 +9,7 @@
 #include "base/compiler.h"
 
 // The eight bytes at `p` as a big-endian number.
-inline std::uint64_t LoadBigEndian(const std::uint8_t* p) {
+inline std::uint64_t loadBigEndian(const std::uint8_t* p) {
   std::uint64_t value;
   std::memcpy(&value, p, sizeof value);
   return std::endian::native == std::endian::little ? swapBytes(value) : value;
@@ -25,7 +25,7 @@ class BitWindow {
   // Makes at least 56 bits available to Peek and Skip.
   void Refill() {
     if (size_ >= 8 && next_ <= size_ - 8) [[likely]] {
-      window_ |= LoadBigEndian(data_ + next_) >> bits_;
+      window_ |= loadBigEndian(data_ + next_) >> bits_;
       next_ += (63 - bits_) >> 3;
       bits_ |= 56;
     } else {

@@ -4,15 +4,15 @@
 #include <algorithm>
 #include <string_view>
 
-constexpr char AsciiLower(char c) {
+constexpr char asciiLower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return AsciiLower(x) == AsciiLower(y); });
+                    [](char x, char y) { return asciiLower(x) == asciiLower(y); });
 }
 
-constexpr bool EndsIgnoringCase(std::string_view text, std::string_view ending) {
-  return text.size() >= ending.size() && EqualsIgnoringCase(text.substr(text.size() - ending.size()), ending);
+constexpr bool endsIgnoringCase(std::string_view text, std::string_view ending) {
+  return text.size() >= ending.size() && equalsIgnoringCase(text.substr(text.size() - ending.size()), ending);
 }

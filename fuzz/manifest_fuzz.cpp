@@ -8,11 +8,11 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
-  const FrameRate rate = ParseFrameRate(text.c_str());
+  const FrameRate rate = parseFrameRate(text.c_str());
   // Unknown, or a fraction with a non-zero divisor.
   if (rate.denominator == 0 || (rate.numerator == 0 && rate.denominator != 1)) std::abort();
 
   tinyxml2::XMLDocument document;
-  if (ParseManifestDocument(text, document)) ReadManifest(document);
+  if (parseManifestDocument(text, document)) readManifest(document);
   return 0;
 }

@@ -9,7 +9,7 @@
 namespace {
 
 template <unsigned Count>
-bool WriteBigEndian(Mp4Output& out, std::uint64_t value) {
+bool writeBigEndian(Mp4Output& out, std::uint64_t value) {
   std::array<std::uint8_t, Count> bytes;
   for (unsigned i = Count; i-- > 0; value >>= 8) bytes[i] = static_cast<std::uint8_t>(value);
   return out.write(bytes.data(), Count);
@@ -61,19 +61,19 @@ bool Mp4WriteBytes(Mp4Output& out, const void* bytes, std::uint32_t count) {
   return out.write(bytes, count);
 }
 bool Mp4WriteU8(Mp4Output& out, std::uint8_t value) {
-  return WriteBigEndian<1>(out, value);
+  return writeBigEndian<1>(out, value);
 }
 bool Mp4WriteU16(Mp4Output& out, std::uint16_t value) {
-  return WriteBigEndian<2>(out, value);
+  return writeBigEndian<2>(out, value);
 }
 bool Mp4WriteU24(Mp4Output& out, std::uint32_t value) {
-  return WriteBigEndian<3>(out, value);
+  return writeBigEndian<3>(out, value);
 }
 bool Mp4WriteU32(Mp4Output& out, std::uint32_t value) {
-  return WriteBigEndian<4>(out, value);
+  return writeBigEndian<4>(out, value);
 }
 bool Mp4WriteU64(Mp4Output& out, std::uint64_t value) {
-  return WriteBigEndian<8>(out, value);
+  return writeBigEndian<8>(out, value);
 }
 
 unsigned Mp4WriteDescrLength(Mp4Output& out, std::uint32_t value, bool sized, bool emit) {

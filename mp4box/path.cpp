@@ -17,13 +17,13 @@ struct Token {
   std::uint64_t index = 0;
 };
 
-bool IsDigit(char c) {
+bool isDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
 // Removes the next token and the separators after it from `path`. Returns nullopt for an index that is not a
 // number or lacks its closing bracket. An index over 32 bits is returned as the 32-bit maximum plus 1.
-std::optional<Token> CutToken(std::string_view& path) {
+std::optional<Token> cutToken(std::string_view& path) {
   Token token;
   std::size_t length = std::min(path.find_first_of("/["), path.size());
   if (length == 0 && path.front() == '/') length = 1;
@@ -33,9 +33,9 @@ std::optional<Token> CutToken(std::string_view& path) {
   if (path.starts_with('[')) {
     path.remove_prefix(1);
     const std::size_t close = path.find(']');
-    if (close == path.npos || !IsDigit(path.front())) return std::nullopt;
+    if (close == path.npos || !isDigit(path.front())) return std::nullopt;
     constexpr std::uint64_t kTooLarge = std::uint64_t{std::numeric_limits<std::uint32_t>::max()} + 1;
-    for (std::size_t i = 0; IsDigit(path[i]); ++i)
+    for (std::size_t i = 0; isDigit(path[i]); ++i)
       token.index = std::min(token.index * 10 + static_cast<unsigned>(path[i] - '0'), kTooLarge);
     path.remove_prefix(close + 1);
   }
@@ -44,7 +44,7 @@ std::optional<Token> CutToken(std::string_view& path) {
 }
 
 // The child of this type and index. With a `stream`, reads further top-level boxes as needed.
-Mp4Box* FindChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::uint32_t index) {
+Mp4Box* findChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::uint32_t index) {
   Mp4Box* child = father->first;
   std::uint32_t rank = 0;
   if (father->found && father->found->type == type && father->foundIndex <= index) {
@@ -65,7 +65,7 @@ Mp4Box* FindChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::ui
   return nullptr;
 }
 
-Mp4Box* ChildAt(Mp4Box* father, std::uint64_t place) {
+Mp4Box* childAt(Mp4Box* father, std::uint64_t place) {
   Mp4Box* child = father->first;
   while (child && place-- > 0) child = child->next;
   return child;
@@ -79,12 +79,12 @@ Mp4Box* Step(Mp4Stream* stream, Mp4Box* box, const Token& token) {
   if (token.name == ".") return box;
   if (token.name == "..") return box->father;
   if (token.index > std::numeric_limits<std::uint32_t>::max()) return nullptr;
-  if (token.name.empty()) return ChildAt(box, token.index);
+  if (token.name.empty()) return childAt(box, token.index);
   if (token.name.size() != 4) return nullptr;
 
   const std::uint32_t type = Mp4LoadU32(reinterpret_cast<const std::uint8_t*>(token.name.data()));
   const bool loads = type == Mp4FourCc("moof") || type == Mp4FourCc("mdat") || type == Mp4FourCc("sidx");
-  return FindChild(loads ? stream : nullptr, box, type, static_cast<std::uint32_t>(token.index));
+  return findChild(loads ? stream : nullptr, box, type, static_cast<std::uint32_t>(token.index));
 }
 
 }  // namespace
@@ -100,7 +100,7 @@ Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* forma
 
   std::string_view path(text.data(), static_cast<std::size_t>(length));
   while (box && !path.empty()) {
-    const std::optional<Token> token = CutToken(path);
+    const std::optional<Token> token = cutToken(path);
     if (!token) return nullptr;
     box = Step(noLoad ? nullptr : stream, box, *token);
   }
@@ -108,7 +108,7 @@ Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* forma
 }
 
 Mp4Box* Mp4BoxChild(Mp4Box* box, std::uint32_t type, std::uint32_t index) {
-  return box ? FindChild(nullptr, box, type, index) : nullptr;
+  return box ? findChild(nullptr, box, type, index) : nullptr;
 }
 
 Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset) {

@@ -25,11 +25,11 @@ constexpr std::uint64_t kMaxHeader = 32;
 // because equal durations do not always hold the same number of audio samples.
 constexpr std::uint64_t kFragmentSizeTolerance = 32;
 
-bool IsUnderRoot(const Mp4Box& box) {
+bool isUnderRoot(const Mp4Box& box) {
   return box.father && box.father->type == MP4_ROOT;
 }
-bool IsTopLevel(const Mp4Box& box) {
-  return !box.father || IsUnderRoot(box);
+bool isTopLevel(const Mp4Box& box) {
+  return !box.father || isUnderRoot(box);
 }
 
 // Bytes of the file in memory: a view into the stream if it holds them, otherwise read in one go.
@@ -66,8 +66,8 @@ bool Remember(Mp4RootState& state, Mp4Box* box) try {
 // A box may extend past the end of its parent; the bytes there are then read again as siblings of the parent.
 // The bytes read again must not exceed the size of the file: a file of many boxes that all extend to its end
 // would otherwise take quadratic time and memory.
-bool ChargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
-  if (IsTopLevel(box) || box.end() <= box.father->end()) return true;
+bool chargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
+  if (isTopLevel(box) || box.end() <= box.father->end()) return true;
   if (!state) return false;
   const std::uint64_t size = stream.size();
   state->overrun += std::min(box.end(), size) - std::min(box.father->end(), size);
@@ -83,17 +83,17 @@ bool isAcceptable(Mp4Stream& stream, const Mp4Box& box) {
     top = father;
   }
   auto* const state = Mp4PayloadOf<Mp4RootState>(top);
-  return ChargeOverrun(stream, box, state) && (!state || state->admit(box, IsTopLevel(box)));
+  return chargeOverrun(stream, box, state) && (!state || state->admit(box, isTopLevel(box)));
 }
 
 // After more than a few consecutive small boxes, reads ahead as many bytes as they took.
-std::uint64_t BeforeSmallBoxes(const Mp4RootState& state) {
+std::uint64_t beforeSmallBoxes(const Mp4RootState& state) {
   constexpr std::uint64_t kFew = 256, kMost = 64 << 10;
   return state.smallBoxBytes < kFew ? 0 : std::min(state.smallBoxBytes, kMost);
 }
 
 // The payload record of a sample entry of unknown type, chosen by the track's handler.
-std::unique_ptr<Mp4Payload> MakeSampleEntryByHandler(Mp4Box& box) {
+std::unique_ptr<Mp4Payload> makeSampleEntryByHandler(Mp4Box& box) {
   Mp4Box* media = Mp4BoxGet(nullptr, &box, true, "../../../..");
   if (!media || media->type != Mp4FourCc("mdia")) return nullptr;
   const auto* handler = Mp4PayloadOf<mp4::HandlerBox>(Mp4BoxChild(media, Mp4FourCc("hdlr")));
@@ -163,7 +163,7 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   // Reads a fragment of about the same size as the previous ones in one go, together with the next header.
   // Likewise many small boxes.
   const std::uint64_t expected = state->fragmentBytes > 0 ? state->fragmentBytes + kFragmentSizeTolerance : 0;
-  const std::uint64_t ahead = std::max(expected, BeforeSmallBoxes(*state)) + kMaxHeader;
+  const std::uint64_t ahead = std::max(expected, beforeSmallBoxes(*state)) + kMaxHeader;
   Mp4WindowStream window(stream, state->window, root->size, ahead);
   const bool inMemory = stream.view(state->nextOffset, 0) != nullptr;
   Mp4Stream& source = inMemory ? stream : window;
@@ -193,7 +193,7 @@ Mp4Box* Mp4ReadRoot(Mp4Stream& stream, bool readAll) {
 bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
   const std::uint64_t children = box.position + Mp4BoxHeaderSize(box);
   if (box.size <= Mp4BoxHeaderSize(box) + 8u) return true;
-  if (IsTopLevel(box)) {
+  if (isTopLevel(box)) {
     // Reads as much of it as the file contains in one go if memory allows, together with the header of the
     // next box.
     const std::uint64_t size = std::max(stream.size(), box.position);
@@ -209,7 +209,7 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
 }
 
 bool Mp4ReadMediaData(Mp4Stream& stream, Mp4Box& box) {
-  if (box.type != Mp4FourCc("free") || !IsUnderRoot(box)) return true;
+  if (box.type != Mp4FourCc("free") || !isUnderRoot(box)) return true;
   // A "free" box may contain a movie box, whose first child then starts at the content of the "free" box.
   std::array<std::uint8_t, 44> start{};
   stream.peek(start.data(), start.size());
@@ -231,7 +231,7 @@ bool Mp4ReadCompressedMovie(Mp4Stream&, Mp4Box& box) {
 
 bool Mp4ReadUnknown(Mp4Stream& stream, Mp4Box& box) {
   if (!box.father || box.father->type != Mp4FourCc("stsd")) return true;
-  std::unique_ptr<Mp4Payload> payload = MakeSampleEntryByHandler(box);
+  std::unique_ptr<Mp4Payload> payload = makeSampleEntryByHandler(box);
   return !payload || Mp4ReadPayload(stream, box, std::move(payload), true);
 }
 

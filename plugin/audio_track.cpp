@@ -63,12 +63,12 @@ const mp4::DecoderConfigDescriptor* findDecoderConfig(Mp4Box* sampleEntry) {
 
 }  // namespace
 
-std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry) {
+std::vector<std::uint8_t> findAudioSpecificConfig(Mp4Box* sampleEntry) {
   const mp4::DecoderConfigDescriptor* config = findDecoderConfig(sampleEntry);
   return config ? config->decoderSpecificInfo : std::vector<std::uint8_t>{};
 }
 
-std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry) {
+std::uint8_t findAudioObjectType(Mp4Box* sampleEntry) {
   const mp4::DecoderConfigDescriptor* config = findDecoderConfig(sampleEntry);
   return config ? config->objectTypeIndication : std::uint8_t{0};
 }
@@ -96,7 +96,7 @@ AudioTrack::AudioTrack(const IndexedTrack& track, QVRSTREAM& holder, VL_Audio_De
       holder_(holder),
       decoder_(decoder),
       configuration_(std::move(configuration)),
-      cursor_(MakeTrackCursor(track)) {}
+      cursor_(makeTrackCursor(track)) {}
 
 void AudioTrack::openDecoder() {
   const std::uint32_t codec = holder_.audio.codec;
@@ -182,7 +182,7 @@ AudioTrack::Lead AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t f
 }
 
 AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
-  switch (AdvanceRun(index, true, cursor_)) {
+  switch (advanceRun(index, true, cursor_)) {
     case Advance::NoRun:
       return Outcome::NoRun;
     case Advance::NoFragment:
@@ -228,7 +228,7 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
   unit_.resize(header + size);
   if (headed) AdtsHeader(configuration_).write(size, unit_.data());
-  if (ReadSample(index, cursor_, unit_.data() + header) < 0) return false;
+  if (readSample(index, cursor_, unit_.data() + header) < 0) return false;
   if (headed && unit_[header] >> 5 == kAacEnd) return false;
   std::uint32_t produced = 0;
   const std::int32_t left =

@@ -13,10 +13,10 @@
 
 // The AudioSpecificConfig from an `esds` in a sample entry or in its QuickTime "wave" box; empty if there is
 // none.
-std::vector<std::uint8_t> FindAudioSpecificConfig(Mp4Box* sampleEntry);
+std::vector<std::uint8_t> findAudioSpecificConfig(Mp4Box* sampleEntry);
 
 // The objectTypeIndication from an `esds` of a sample entry, 0 if there is none.
-std::uint8_t FindAudioObjectType(Mp4Box* sampleEntry);
+std::uint8_t findAudioObjectType(Mp4Box* sampleEntry);
 
 // The ADTS header before each AAC sample of a track, made from the first two bytes of its configuration.
 //

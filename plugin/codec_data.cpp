@@ -28,7 +28,7 @@ bool holdsItsParameterSets(const std::vector<std::uint8_t>& record) {
 
 }  // namespace
 
-std::optional<std::vector<std::uint8_t>> AvcRecordOf(const QVRVIDEO& video) {
+std::optional<std::vector<std::uint8_t>> avcRecordOf(const QVRVIDEO& video) {
   const std::uint8_t* const box = video.colourTable;
   if (Mp4LoadU32(box + 4) != Mp4FourCc("avcC")) return std::vector<std::uint8_t>();
   const std::uint32_t size = Mp4LoadU32(box);
@@ -41,7 +41,7 @@ std::optional<std::vector<std::uint8_t>> AvcRecordOf(const QVRVIDEO& video) {
   return record;
 }
 
-std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio) {
+std::optional<std::vector<std::uint8_t>> audioConfigOf(const QVRAUDIO& audio) {
   const QVRWAVE& wave = audio.wave;
   if (wave.extraSize > sizeof wave.extra) return std::nullopt;
   const std::uint8_t* const data = wave.extra;
@@ -59,6 +59,6 @@ std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio) {
       static_cast<std::uint8_t>((samplingIndex & 1) << 7 | (wave.channels & 0xFu) << 3)};
 }
 
-std::uint32_t SamplesPerFrameOf(const QVRAUDIO& audio) {
+std::uint32_t samplesPerFrameOf(const QVRAUDIO& audio) {
   return audio.codec == Mp4FourCc("ac-3") ? kAc3FrameSamples : kAacFrameSamples;
 }

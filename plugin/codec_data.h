@@ -9,12 +9,12 @@
 
 // The AVC decoder configuration record of a video description: the payload of its "avcC" box; empty if there
 // is no such box. Returns nullopt if the box or the record is shorter than it states.
-std::optional<std::vector<std::uint8_t>> AvcRecordOf(const QVRVIDEO& video);
+std::optional<std::vector<std::uint8_t>> avcRecordOf(const QVRVIDEO& video);
 
 // The AudioSpecificConfig of an audio description: derived from an ADTS header, or the codec data itself if
 // it is shorter than 5 bytes; empty for other codec data. Returns nullopt if the data is shorter than it
 // states.
-std::optional<std::vector<std::uint8_t>> AudioConfigOf(const QVRAUDIO& audio);
+std::optional<std::vector<std::uint8_t>> audioConfigOf(const QVRAUDIO& audio);
 
 // PCM frames per access unit: 1536 for AC-3, otherwise 1024.
-std::uint32_t SamplesPerFrameOf(const QVRAUDIO& audio);
+std::uint32_t samplesPerFrameOf(const QVRAUDIO& audio);

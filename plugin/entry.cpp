@@ -81,7 +81,7 @@ extern "C" VL_EXPORTED std::int64_t xCheckVersionAndFile(const char* fileName, s
     if (out) std::memcpy(out, &kFormatCount, sizeof kFormatCount);
     return kInterfaceVersion;
   }
-  if (fileName || !out) return widened(ProbeFile(fileName, indexOrFlags));
+  if (fileName || !out) return widened(probeFile(fileName, indexOrFlags));
   if (indexOrFlags != 0) return widened(FMP4_E_BAD_FORMAT_INDEX);
   std::memcpy(out, &kFormat, sizeof kFormat);
   return 0;

@@ -31,7 +31,7 @@ PcmFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
 
 }  // namespace
 
-PcmFormat PcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
+PcmFormat pcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
                       const std::vector<std::uint8_t>& audioConfiguration) {
   PcmFormat format =
       sampleEntry->type == Mp4FourCc("ac-3") ? formatOfAc3(sampleEntry) : formatOfAac(audioConfiguration);

@@ -17,5 +17,5 @@ struct PcmFormat {
 
 // The format given by a sample entry ("mp4a" or "ac-3"; `entry` is its payload), and where that has no useful
 // values by the codec configuration. `audioConfiguration` is the AudioSpecificConfig, empty if there is none.
-PcmFormat PcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
+PcmFormat pcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
                       const std::vector<std::uint8_t>& audioConfiguration);

@@ -29,7 +29,7 @@ std::uint32_t refuse(const char* text) {
 
 std::uint32_t probeManifest(const char* fileName) {
   tinyxml2::XMLDocument document;
-  if (LoadManifestDocument(fileName, document) && document.FirstChildElement("MPD")) return VL_OK;
+  if (loadManifestDocument(fileName, document) && document.FirstChildElement("MPD")) return VL_OK;
   return refuse(messages::kNoManifest);
 }
 
@@ -59,14 +59,14 @@ std::uint32_t probeByExtension(const char* fileName) {
   char extension[VL_MAX_PATH];
   vlOSSplitPath(fileName, nullptr, nullptr, nullptr, extension);
   for (const char* accepted : {".ismv", ".isma", ".mpd", ".ism", ".ismc"}) {
-    if (EqualsIgnoringCase(extension, accepted)) return VL_OK;
+    if (equalsIgnoringCase(extension, accepted)) return VL_OK;
   }
-  return EqualsIgnoringCase(extension, ".xml") ? probeManifest(fileName) : probeBoxFile(fileName);
+  return equalsIgnoringCase(extension, ".xml") ? probeManifest(fileName) : probeBoxFile(fileName);
 }
 
 }  // namespace
 
-std::uint32_t ProbeFile(const char* fileName, std::uint32_t flags) {
+std::uint32_t probeFile(const char* fileName, std::uint32_t flags) {
   if (!fileName || !*fileName || (flags & kProbeNameOnly)) return VL_OK;
   return guarded(VL_FAILED, [fileName] { return probeByExtension(fileName); });
 }

@@ -9,4 +9,4 @@ inline constexpr std::uint32_t kProbeNameOnly = 0x40000000u;
 // Accepts manifests and Smooth Streaming files by extension, ".xml" files by their root element, and any
 // other file that contains a movie fragment. A null or empty name is accepted. Returns 0, or 0xFFFFFFFF after
 // reporting the reason.
-std::uint32_t ProbeFile(const char* fileName, std::uint32_t flags);
+std::uint32_t probeFile(const char* fileName, std::uint32_t flags);

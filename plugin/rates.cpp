@@ -2,14 +2,14 @@
 
 #include <initializer_list>
 
-RateScale ReduceRate(RateScale value) {
+RateScale reduceRate(RateScale value) {
   for (const std::int64_t step : {std::int64_t{100}, std::int64_t{10}}) {
     if (value.rate % step == 0 && value.scale % step == 0) return {value.rate / step, value.scale / step};
   }
   return value;
 }
 
-FrameRate SnapFrameRate(const FrameRate& nominal) {
+FrameRate snapFrameRate(const FrameRate& nominal) {
   const auto below = [&nominal](std::uint64_t limit) {
     return nominal.numerator < limit * nominal.denominator;
   };
@@ -27,7 +27,7 @@ FrameRate SnapFrameRate(const FrameRate& nominal) {
   return hundredths;
 }
 
-std::uint32_t TimecodeRateOf(std::uint32_t rate) {
+std::uint32_t timecodeRateOf(std::uint32_t rate) {
   switch (rate) {
     case 24000:
     case 2398:

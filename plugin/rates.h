@@ -16,11 +16,11 @@ inline constexpr FrameRate kDefaultFrameRate{30000, 1001};
 
 // One step of reduction: divides both by 100 if both are multiples of it, otherwise by 10 if possible. Only
 // one step is taken: 60000/1000 becomes 600/10.
-RateScale ReduceRate(RateScale value);
+RateScale reduceRate(RateScale value);
 
 // The broadcast rate for a nominal rate. The thresholds and the gaps between them are fixed rules: 48 frames
 // per second become 30/1, 120 become 12000/100.
-FrameRate SnapFrameRate(const FrameRate& nominal);
+FrameRate snapFrameRate(const FrameRate& nominal);
 
 // The host's timecode rate flag for a snapped rate.
-std::uint32_t TimecodeRateOf(std::uint32_t rate);
+std::uint32_t timecodeRateOf(std::uint32_t rate);

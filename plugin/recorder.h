@@ -40,14 +40,14 @@ class Recorder {
   [[nodiscard]] std::uint32_t createVideo(const std::string& name);
   [[nodiscard]] std::uint32_t createAudio(const std::string& name);
   // The handle of the created media file, which the recorder owns.
-  VLHANDLE handle() const { return m_handle; }
+  VLHANDLE handle() const { return handle_; }
 
   // The path of the audio file that is still to be created beside the video; empty if there is none to be.
   std::string companionPath() const;
   // Puts the audio into an object that has created companionPath(); null: only the video is recorded.
   void join(std::unique_ptr<CMFFmp4> companion);
   // The object that records audio beside the video; null if there is none. Owned by the recorder.
-  CMFFmp4* companion() const { return m_companion.get(); }
+  CMFFmp4* companion() const { return companion_.get(); }
 
   // Add one video frame, and one audio access unit for the channels of the mask. The first sample of any kind
   // fixes the recording's format. Return a status.
@@ -73,13 +73,13 @@ class Recorder {
   bool isCodedWithFirstPair(std::uint32_t channelMask) const;
 
   // In the reverse order of destruction: each member may use those above it.
-  HostView m_host;
-  const RecordingOptions& m_options;
-  VLHANDLE m_handle = VL_NO_HANDLE;
-  std::string m_videoPath;
-  std::optional<Owner> m_owner;
-  std::unique_ptr<MpdWriter> m_manifest;
-  std::unique_ptr<AudioRecording> m_audioRecording;
-  std::unique_ptr<VideoRecording> m_videoRecording;
-  std::unique_ptr<CMFFmp4> m_companion;
+  HostView host_;
+  const RecordingOptions& options_;
+  VLHANDLE handle_ = VL_NO_HANDLE;
+  std::string videoPath_;
+  std::optional<Owner> owner_;
+  std::unique_ptr<MpdWriter> manifest_;
+  std::unique_ptr<AudioRecording> audioRecording_;
+  std::unique_ptr<VideoRecording> videoRecording_;
+  std::unique_ptr<CMFFmp4> companion_;
 };

@@ -24,44 +24,44 @@ bool hasReplaced(const RecordedFile& file) {
 }  // namespace
 
 Recorder::Recorder(HostView host, const RecordingOptions& options)
-    : m_host(std::move(host)), m_options(options) {}
+    : host_(std::move(host)), options_(options) {}
 
 Recorder::~Recorder() = default;
 
 std::uint32_t Recorder::createAudio(const std::string& name) {
-  m_audioRecording = std::make_unique<AudioRecording>();
-  const std::string previousList = StaleAudioPlaylist(name);
-  const bool created = m_audioRecording->Create(name);
-  if (hasReplaced(m_audioRecording->file())) RemoveStaleFile(previousList);
+  audioRecording_ = std::make_unique<AudioRecording>();
+  const std::string previousList = staleAudioPlaylist(name);
+  const bool created = audioRecording_->Create(name);
+  if (hasReplaced(audioRecording_->file())) removeStaleFile(previousList);
   if (!created) return refuse(messages::kCannotCreateAudio);
-  m_handle = m_audioRecording->file().handle();
+  handle_ = audioRecording_->file().handle();
   return VL_OK;
 }
 
 std::uint32_t Recorder::createVideo(const std::string& name) {
-  const std::string path = VideoPath(name);
-  const std::string manifest = ManifestPath(name);
-  m_videoRecording = std::make_unique<VideoRecording>();
+  const std::string path = videoPath(name);
+  const std::string manifest = manifestPath(name);
+  videoRecording_ = std::make_unique<VideoRecording>();
   // The manifest or the playlist would overwrite media of the same name.
-  const bool nameTaken = path == manifest || path == VideoPlaylistPath(path);
+  const bool nameTaken = path == manifest || path == videoPlaylistPath(path);
   // Stale manifests and playlists refer to deleted media; stale audio would be taken for the new.
-  const std::vector<std::string> former = StaleRecordingFiles(path, manifest);
-  const bool created = !nameTaken && m_videoRecording->Create(path);
-  if (hasReplaced(m_videoRecording->file()))
-    for (const std::string& file : former) RemoveStaleFile(file);
+  const std::vector<std::string> former = staleRecordingFiles(path, manifest);
+  const bool created = !nameTaken && videoRecording_->Create(path);
+  if (hasReplaced(videoRecording_->file()))
+    for (const std::string& file : former) removeStaleFile(file);
   if (!created) return refuse(messages::kCannotCreateVideo);
-  m_handle = m_videoRecording->file().handle();
-  m_videoPath = path;
-  m_manifest = std::make_unique<MpdWriter>(manifest);
+  handle_ = videoRecording_->file().handle();
+  videoPath_ = path;
+  manifest_ = std::make_unique<MpdWriter>(manifest);
   return VL_OK;
 }
 
 std::string Recorder::companionPath() const {
-  if (m_companion || !HasSeparateAudio(m_videoPath) || m_videoRecording->started()) return {};
-  const std::string path = AudioPath(m_videoPath);
-  return path == m_videoPath ? std::string() : path;
+  if (companion_ || !hasSeparateAudio(videoPath_) || videoRecording_->started()) return {};
+  const std::string path = audioPath(videoPath_);
+  return path == videoPath_ ? std::string() : path;
 }
 
 void Recorder::join(std::unique_ptr<CMFFmp4> companion) {
-  m_companion = std::move(companion);
+  companion_ = std::move(companion);
 }

@@ -31,98 +31,97 @@ std::uint32_t started(RecordedFile& file, Start start) {
 }  // namespace
 
 std::uint32_t Recorder::writeVideo(std::uint32_t frame, std::uint32_t channelMask, const DFRAME* descriptor) {
-  if (!m_videoRecording || m_host.videoChannels == 0 || findChannel(channelMask) != 0)
+  if (!videoRecording_ || host_.videoChannels == 0 || findChannel(channelMask) != 0)
     return refuseChannel(messages::kNoVideoRecord);
   if (!holdsItsBytes(descriptor)) return VL_FAILED;
   if (const std::uint32_t result = startVideoRecording(); result != VL_OK) return result;
-  const std::uint32_t result = m_videoRecording->WriteVideo(*descriptor);
-  m_host.video.stream.length = saturate<std::uint32_t>(m_videoRecording->frames());
-  m_host.currentFrame = frame;
+  const std::uint32_t result = videoRecording_->writeVideo(*descriptor);
+  host_.video.stream.length = saturate<std::uint32_t>(videoRecording_->frames());
+  host_.currentFrame = frame;
   return result;
 }
 
 // Whether the channels are of a later pair that is already coded in the access units of the first pair: a
 // host may pass the same access unit for each pair.
 bool Recorder::isCodedWithFirstPair(std::uint32_t channelMask) const {
-  const std::uint32_t first = findChannel(m_host.audioMask) / 2 * 2, channel = findChannel(channelMask);
-  return (channelMask & m_host.audioMask) != 0 && channel >= first + 2 &&
-         channel - first < m_host.audio.wave.channels;
+  const std::uint32_t first = findChannel(host_.audioMask) / 2 * 2, channel = findChannel(channelMask);
+  return (channelMask & host_.audioMask) != 0 && channel >= first + 2 &&
+         channel - first < host_.audio.wave.channels;
 }
 
 // A file has one audio track, for the first of the channel pairs.
 std::uint32_t Recorder::writeAudio(std::uint32_t channelMask, const DFRAME* descriptor) {
-  if (m_host.audioMask != 0 && isCodedWithFirstPair(channelMask)) return VL_OK;
+  if (host_.audioMask != 0 && isCodedWithFirstPair(channelMask)) return VL_OK;
   const bool recorded =
-      m_host.audioMask != 0 && findChannel(channelMask) / 2 == findChannel(m_host.audioMask) / 2;
+      host_.audioMask != 0 && findChannel(channelMask) / 2 == findChannel(host_.audioMask) / 2;
   if (!recorded) return refuseChannel(messages::kNoChannel);
   if (!holdsItsBytes(descriptor)) return VL_FAILED;
   const std::span<const std::uint8_t> bytes(descriptor->data, descriptor->bytes);
-  if (m_audioRecording) {
+  if (audioRecording_) {
     const std::uint32_t result = startAudioRecording();
-    return result == VL_OK ? m_audioRecording->Write(bytes) : result;
+    return result == VL_OK ? audioRecording_->Write(bytes) : result;
   }
-  if (!m_videoRecording || m_host.videoChannels == 0) return refuseChannel(messages::kNoChannel);
+  if (!videoRecording_ || host_.videoChannels == 0) return refuseChannel(messages::kNoChannel);
   if (const std::uint32_t result = startVideoRecording(); result != VL_OK) return result;
-  if (m_companion) return m_companion->recorder()->writeAudio(channelMask, descriptor);
-  return m_videoRecording->hasAudio() ? m_videoRecording->WriteAudio(bytes)
-                                      : refuseChannel(messages::kNoChannel);
+  if (companion_) return companion_->recorder()->writeAudio(channelMask, descriptor);
+  return videoRecording_->hasAudio() ? videoRecording_->WriteAudio(bytes)
+                                     : refuseChannel(messages::kNoChannel);
 }
 
 // The first sample of any kind fixes the recording's format.
 std::uint32_t Recorder::startVideoRecording() {
-  RecordedFile& file = m_videoRecording->file();
-  if (m_videoRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
+  RecordedFile& file = videoRecording_->file();
+  if (videoRecording_->started()) return file.failed() ? VL_FAILED : VL_OK;
   // Checked again: a rejected description is kept, and a codec option may have changed an accepted one.
-  const char* refusal = VideoRefusal(m_host.video);
-  if (!refusal && m_host.audioMask != 0) refusal = AudioRefusal(m_host.audio);
+  const char* refusal = videoRefusal(host_.video);
+  if (!refusal && host_.audioMask != 0) refusal = audioRefusal(host_.audio);
   if (refusal) {
     messages::reportError(refusal);
     return VL_FAILED;
   }
   const VideoSettings settings = videoSettings();
-  if (m_companion)
-    m_companion->recorder()->m_owner = Owner{settings.geometry, settings.rate, m_manifest.get()};
+  if (companion_) companion_->recorder()->owner_ = Owner{settings.geometry, settings.rate, manifest_.get()};
   return started(file,
-                 [&] { return m_videoRecording->Start(settings, m_manifest.get(), m_companion != nullptr); });
+                 [&] { return videoRecording_->Start(settings, manifest_.get(), companion_ != nullptr); });
 }
 
 std::uint32_t Recorder::startAudioRecording() {
-  RecordedFile& file = m_audioRecording->file();
-  if (m_audioRecording->started()) return file.failed() ? VL_FAILED : VL_OK;
-  if (const char* const refusal = AudioRefusal(m_host.audio)) {
+  RecordedFile& file = audioRecording_->file();
+  if (audioRecording_->started()) return file.failed() ? VL_FAILED : VL_OK;
+  if (const char* const refusal = audioRefusal(host_.audio)) {
     messages::reportError(refusal);
     return VL_FAILED;
   }
   const Owner owner =
-      m_owner.value_or(Owner{GeometryOfInterval(m_options.keyFrameInterval), m_options.rate, nullptr});
+      owner_.value_or(Owner{geometryOfInterval(options_.keyFrameInterval), options_.rate, nullptr});
   return started(file, [&] {
-    return m_audioRecording->Start(audioSettings(), owner.geometry, owner.rate, owner.manifest);
+    return audioRecording_->Start(audioSettings(), owner.geometry, owner.rate, owner.manifest);
   });
 }
 
 VideoSettings Recorder::videoSettings() const {
   VideoSettings settings;
-  settings.geometry = GeometryOfInterval(m_options.keyFrameInterval);
-  settings.rate = m_options.rate;
-  settings.width = m_host.video.bitmap.width;
-  settings.height = m_host.video.bitmap.height;
-  settings.avcRecord = AvcRecordOf(m_host.video).value_or(std::vector<std::uint8_t>());
-  settings.captions608 = m_host.info.captions & QVR_CAPTIONS_608;
-  settings.captions708 = m_host.info.captions & QVR_CAPTIONS_708;
-  if (m_host.audioMask != 0 && !HasSeparateAudio(m_videoPath)) settings.sound = audioSettings();
+  settings.geometry = geometryOfInterval(options_.keyFrameInterval);
+  settings.rate = options_.rate;
+  settings.width = host_.video.bitmap.width;
+  settings.height = host_.video.bitmap.height;
+  settings.avcRecord = avcRecordOf(host_.video).value_or(std::vector<std::uint8_t>());
+  settings.captions608 = host_.info.captions & QVR_CAPTIONS_608;
+  settings.captions708 = host_.info.captions & QVR_CAPTIONS_708;
+  if (host_.audioMask != 0 && !hasSeparateAudio(videoPath_)) settings.sound = audioSettings();
   return settings;
 }
 
 AudioSettings Recorder::audioSettings() const {
-  return {m_host.audio.wave.samplesPerSecond, m_host.audio.wave.averageBytesPerSecond,
-          SamplesPerFrameOf(m_host.audio), AudioConfigOf(m_host.audio).value_or(std::vector<std::uint8_t>())};
+  return {host_.audio.wave.samplesPerSecond, host_.audio.wave.averageBytesPerSecond,
+          samplesPerFrameOf(host_.audio), audioConfigOf(host_.audio).value_or(std::vector<std::uint8_t>())};
 }
 
 // Audio first: the manifest must list its last segment before the video saves it.
 bool Recorder::finish() {
   bool whole = true;
-  if (m_companion) whole = m_companion->Close() == VL_OK;
-  if (m_videoRecording) whole = m_videoRecording->Finish() && whole;
-  if (m_audioRecording) whole = m_audioRecording->Finish() && whole;
+  if (companion_) whole = companion_->Close() == VL_OK;
+  if (videoRecording_) whole = videoRecording_->Finish() && whole;
+  if (audioRecording_) whole = audioRecording_->Finish() && whole;
   return whole;
 }

@@ -14,7 +14,7 @@ constexpr std::uint32_t kMaxSampleRate = 0xFFFF;
 
 }  // namespace
 
-const char* VideoRefusal(const QVRVIDEO& video) {
+const char* videoRefusal(const QVRVIDEO& video) {
   const QVRSTREAMHEADER& stream = video.stream;
   // A tick is 1/1000 of a frame duration. Rejects rates that could not be normalised to that, and rates of
   // one frame per second and less, which the media timescale cannot distinguish from rates not normalised.
@@ -23,11 +23,11 @@ const char* VideoRefusal(const QVRVIDEO& video) {
   const auto fits = [](std::int64_t pixels) { return pixels > 0 && pixels <= kMaxPixels; };
   if (!fits(video.bitmap.width) || !fits(std::llabs(std::int64_t{video.bitmap.height})))
     return messages::kSizeNotRecordable;
-  return AvcRecordOf(video) ? nullptr : messages::kConfigurationTooShort;
+  return avcRecordOf(video) ? nullptr : messages::kConfigurationTooShort;
 }
 
-const char* AudioRefusal(const QVRAUDIO& audio) {
+const char* audioRefusal(const QVRAUDIO& audio) {
   const std::uint32_t sampleRate = audio.wave.samplesPerSecond;
   if (sampleRate == 0 || sampleRate > kMaxSampleRate) return messages::kSampleRateNotRecordable;
-  return AudioConfigOf(audio) ? nullptr : messages::kConfigurationTooShort;
+  return audioConfigOf(audio) ? nullptr : messages::kConfigurationTooShort;
 }

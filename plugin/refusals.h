@@ -4,6 +4,6 @@
 #include "qvr.h"
 
 // The reason why the described video cannot be recorded, or null.
-const char* VideoRefusal(const QVRVIDEO& video);
+const char* videoRefusal(const QVRVIDEO& video);
 // The reason why audio of this description cannot be recorded, or null.
-const char* AudioRefusal(const QVRAUDIO& audio);
+const char* audioRefusal(const QVRAUDIO& audio);

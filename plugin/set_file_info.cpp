@@ -37,7 +37,7 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
 std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system,
                                         const QVRVIDEO* video, const QVRAUDIO* audio, const QVRINFO* info) {
   // Audio that cannot be recorded leaves the previous description unchanged.
-  const char* const noSound = m_fCreateFile() && audio ? AudioRefusal(*audio) : nullptr;
+  const char* const noSound = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
   CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
@@ -77,7 +77,7 @@ std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
   m_recordingOptions.rate = {stream.rate, stream.scale};
-  if (const char* const refusal = m_fCreateFile() ? VideoRefusal(m_video) : nullptr) return refuse(refusal);
+  if (const char* const refusal = m_fCreateFile() ? videoRefusal(m_video) : nullptr) return refuse(refusal);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
   QVRSTREAM* holder = findHolder([](const QVRSTREAM& stream) { return stream.kind == QVR_KIND_VIDEO; });

@@ -42,16 +42,16 @@ class Source {
   // ends a successful open.
   [[nodiscard]] std::uint32_t open(const char* fileName, std::uint32_t openFlags);
   // The handle of the open file, which the source owns.
-  VLHANDLE handle() const { return m_handle; }
+  VLHANDLE handle() const { return handle_; }
   // The path of the audio file that belongs beside the open one; empty if there is none.
-  const std::string& companionPath() const { return m_companionPath; }
+  const std::string& companionPath() const { return companionPath_; }
   // Takes the audio from an object that has opened companionPath(), and describes it as this file's.
   void join(std::unique_ptr<CMFFmp4> companion);
   // Describes lengths, and all values derived from them.
   void completeDescription();
 
   // The object that reads the audio file beside this one; null if there is none. Owned by the source.
-  CMFFmp4* companion() const { return m_companion.get(); }
+  CMFFmp4* companion() const { return companion_.get(); }
 
   // Reads video frame `frame` with its captions into `descriptor`; the host's next request is expected
   // `count` frames later. A `mode` with QVR_MODE_HEADER_ONLY describes the frame and leaves the position.
@@ -71,7 +71,7 @@ class Source {
   std::uint32_t findKeyFrame(std::uint32_t frame, bool forward);
 
  private:
-  bool hasVideo() const { return m_tracks[kVideoTrack].present(); }
+  bool hasVideo() const { return tracks_[kVideoTrack].present(); }
 
   // source_open.cpp
   std::uint32_t openFile(const char* path, bool readAll);
@@ -110,21 +110,21 @@ class Source {
   void takeCc708Sample(DFRAME& descriptor);
 
   // In the reverse order of destruction: each member may use those above it.
-  HostView m_host;
-  std::uint32_t m_openFlags = 0;
-  FrameRate m_nominalRate;  // from the tracks; the described rate is snapped from it
-  Mp4Stream m_stream;
-  VLHANDLE m_handle = VL_NO_HANDLE;
-  Mp4BoxPtr m_root;
-  std::array<IndexedTrack, kTrackRoles> m_tracks;
-  std::optional<FragmentIndex> m_index;
-  TrackCursor m_videoCursor;
-  std::uint32_t m_videoNextExpected = QVR_NOT_SET;  // the frame after the last request
-  Cc608Reader m_cc608;
-  std::uint32_t m_cc608SeekFrame = QVR_NOT_SET;  // the frame of m_cc608's last seek
-  TrackCursor m_cc708Cursor;
-  std::array<VL_Audio_Decode, kAudioTrackSlots> m_decoders;  // one per audio track, in order
-  std::vector<std::unique_ptr<AudioTrack>> m_audioTracks;
-  std::string m_companionPath;
-  std::unique_ptr<CMFFmp4> m_companion;
+  HostView host_;
+  std::uint32_t openFlags_ = 0;
+  FrameRate nominalRate_;  // from the tracks; the described rate is snapped from it
+  Mp4Stream stream_;
+  VLHANDLE handle_ = VL_NO_HANDLE;
+  Mp4BoxPtr root_;
+  std::array<IndexedTrack, kTrackRoles> tracks_;
+  std::optional<FragmentIndex> index_;
+  TrackCursor videoCursor_;
+  std::uint32_t videoNextExpected_ = QVR_NOT_SET;  // the frame after the last request
+  Cc608Reader cc608_;
+  std::uint32_t cc608SeekFrame_ = QVR_NOT_SET;  // the frame of cc608_'s last seek
+  TrackCursor cc708Cursor_;
+  std::array<VL_Audio_Decode, kAudioTrackSlots> decoders_;  // one per audio track, in order
+  std::vector<std::unique_ptr<AudioTrack>> audioTracks_;
+  std::string companionPath_;
+  std::unique_ptr<CMFFmp4> companion_;
 };

@@ -16,7 +16,7 @@ constexpr std::uint64_t kBytes16BitStereo = 4;
 constexpr std::uint64_t kBytes32BitStereo = 8;
 
 // Bytes of a request as counted by the host. `host` is the format described to it first.
-std::uint64_t RequestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uint32_t count) {
+std::uint64_t requestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uint32_t count) {
   if (host.bitsPerSample == 16) return count * kBytes16BitStereo;
   if (track.bitsPerSample == 16) return std::uint64_t{count} * track.blockAlign;
   return count * kBytes32BitStereo;
@@ -47,7 +47,7 @@ std::uint32_t statusOf(AudioTrack::Outcome outcome) {
 // The track that contains a channel; null if there is none.
 AudioTrack* Source::audioTrackOf(std::uint32_t channel) {
   if (channel == QVR_NO_CHANNEL) return nullptr;
-  for (const auto& track : m_audioTracks) {
+  for (const auto& track : audioTracks_) {
     if (track->description().channelMask & 1u << channel) return track.get();
   }
   return nullptr;
@@ -61,17 +61,16 @@ std::uint32_t Source::refuseAudio(DFRAME* descriptor) {
 
 std::uint32_t Source::readAudio(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                                 std::uint32_t mode, DFRAME* descriptor, void* extra) {
-  if (m_companion) return m_companion->Read(frame, count, channelMask, mode, descriptor, extra);
+  if (companion_) return companion_->Read(frame, count, channelMask, mode, descriptor, extra);
   AudioTrack* track = audioTrackOf(findChannel(channelMask));
-  if (!track || (m_openFlags & MF_OPEN_NO_AUDIO)) return refuseAudio(descriptor);
+  if (!track || (openFlags_ & MF_OPEN_NO_AUDIO)) return refuseAudio(descriptor);
   if (descriptor) descriptor->bytes = descriptor->lostUnits = 0;
   const QVRAUDIO& audio = track->description();
   if (frame == QVR_NOT_SET) frame = track->nextExpected == QVR_NOT_SET ? 0 : track->nextExpected;
   if (frame > audio.stream.length) return VL_FAILED;
   const bool leads = fccIsCompressedAudio(audio.codec) && frame < audio.stream.initialFrames;
-  const std::uint32_t told =
-      track->deliveredBufferSize({m_host.video.stream.rate, m_host.video.stream.scale});
-  if (!descriptor) return leads ? m_host.audio.wave.blockAlign * 2u : told;
+  const std::uint32_t told = track->deliveredBufferSize({host_.video.stream.rate, host_.video.stream.scale});
+  if (!descriptor) return leads ? host_.audio.wave.blockAlign * 2u : told;
 
   if (track->undecodable()) return VL_FAILED;
   if (frame == audio.stream.length && count != 0) {
@@ -90,7 +89,7 @@ std::uint32_t Source::readAudio(std::uint32_t frame, std::uint32_t count, std::u
   const std::uint64_t room =
       descriptor->dataCapacity != 0
           ? descriptor->dataCapacity
-          : std::max<std::uint64_t>(RequestedBytes(m_host.audio.wave, audio.wave, count), told);
+          : std::max<std::uint64_t>(requestedBytes(host_.audio.wave, audio.wave, count), told);
   if (wanted * frameSize > std::min<std::uint64_t>(room, 0xFFFFFFFFu)) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
@@ -117,19 +116,19 @@ std::uint32_t Source::deliverAudio(AudioTrack& track, std::uint32_t frame, std::
   }
   if (!track.isAt(position)) {
     track.nextExpected = frame;
-    if (track.seek(*m_index, position) < 0) {
+    if (track.seek(*index_, position) < 0) {
       messages::reportSeekFailure();
       return VL_FAILED;
     }
   }
   AudioTrack::Delivery delivery;
   const AudioTrack::Outcome outcome =
-      track.read(*m_index, position, wanted, descriptor.data + descriptor.bytes, delivery);
+      track.read(*index_, position, wanted, descriptor.data + descriptor.bytes, delivery);
   if (outcome == AudioTrack::Outcome::Refused) descriptor.bytes = 0;
   if (const std::uint32_t result = statusOf(outcome); result != VL_OK) return result;
   descriptor.bytes += delivery.bytes;
   descriptor.lostUnits = delivery.lostUnits;
-  const std::uint64_t requested = RequestedBytes(m_host.audio.wave, audio.wave, count);
+  const std::uint64_t requested = requestedBytes(host_.audio.wave, audio.wave, count);
   if (descriptor.bytes != requested) messages::reportShort(descriptor.bytes / frameSize, count);
   track.nextExpected = frame + count;
   return VL_OK;

@@ -20,36 +20,36 @@ constexpr std::size_t kLengthSource = 9;
 // Seeks the caption readers to a frame that does not follow the previous one, or after they have lost their
 // position.
 void Source::seekCaptions(std::uint32_t frame, bool jumped) {
-  if (m_tracks[kCc608Track].present() && (jumped || !m_cc608.cursor.loaded())) seekCc608(frame);
-  if (m_tracks[kCc708Track].present()) {
-    const bool inPlace = m_cc708Cursor.loaded() && m_cc708Cursor.position == frame;
-    if (!inPlace) SeekCc708Frame(*m_index, frame, true, m_cc708Cursor);
+  if (tracks_[kCc608Track].present() && (jumped || !cc608_.cursor.loaded())) seekCc608(frame);
+  if (tracks_[kCc708Track].present()) {
+    const bool inPlace = cc708Cursor_.loaded() && cc708Cursor_.position == frame;
+    if (!inPlace) SeekCc708Frame(*index_, frame, true, cc708Cursor_);
   }
 }
 
 void Source::seekCc608(std::uint32_t frame) {
-  m_cc608SeekFrame = frame;
-  if (SeekCc608Frame(*m_index, frame, m_cc608) < 0) m_cc608.forget();
+  cc608SeekFrame_ = frame;
+  if (SeekCc608Frame(*index_, frame, cc608_) < 0) cc608_.forget();
 }
 
 // Delivers the byte pair of the frame. If none is pending for it, the frame may be in the next sample; an
 // unknown position is sought again, so that captions resume after a damaged section.
 void Source::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
-  if (!m_tracks[kCc608Track].present()) return;
-  const bool waiting = m_cc608.hasPair() && m_cc608.ccFrame == frame;
-  const bool due = m_cc608.ccFrame == Cc608Reader::kNoFrame || frame >= m_cc608.ccFrame;
-  if (due && !waiting && m_cc608SeekFrame != frame) seekCc608(frame);
-  if (!m_cc608.hasPair() || m_cc608.ccFrame != frame) return;
+  if (!tracks_[kCc608Track].present()) return;
+  const bool waiting = cc608_.hasPair() && cc608_.ccFrame == frame;
+  const bool due = cc608_.ccFrame == Cc608Reader::kNoFrame || frame >= cc608_.ccFrame;
+  if (due && !waiting && cc608SeekFrame_ != frame) seekCc608(frame);
+  if (!cc608_.hasPair() || cc608_.ccFrame != frame) return;
   descriptor.captionFlags |= DFRAME_CAPTION_608;
   descriptor.captionBytes = 2;
-  std::copy_n(m_cc608.pair(), 2, descriptor.captions);
-  m_cc608.dropPair();
+  std::copy_n(cc608_.pair(), 2, descriptor.captions);
+  cc608_.dropPair();
 }
 
 // Delivers the caption packet of the frame.
 std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
-  if (!m_tracks[kCc708Track].present() || !m_cc708Cursor.loaded()) return VL_OK;
-  switch (AdvanceRun(*m_index, true, m_cc708Cursor)) {
+  if (!tracks_[kCc708Track].present() || !cc708Cursor_.loaded()) return VL_OK;
+  switch (advanceRun(*index_, true, cc708Cursor_)) {
     case Advance::NoRun:
       messages::reportError(messages::kNoVideoChunkForFrame);
       return VL_FAILED;
@@ -60,8 +60,8 @@ std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
       break;
   }
   takeCc708Sample(descriptor);
-  m_cc708Cursor.nextSample();
-  ++m_cc708Cursor.position;
+  cc708Cursor_.nextSample();
+  ++cc708Cursor_.position;
   return VL_OK;
 }
 
@@ -70,10 +70,9 @@ std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
 void Source::takeCc708Sample(DFRAME& descriptor) {
   constexpr std::size_t kRoom = sizeof descriptor.captions - kDistributionStart;
   std::array<std::uint8_t, kBoxHeader + kRoom> sample;
-  const std::size_t held = std::min<std::size_t>(m_cc708Cursor.sampleSize(), sample.size());
-  const std::uint64_t offset = addSaturated(m_cc708Cursor.runOffset(), m_cc708Cursor.sampleOffset);
-  if (held <= kBoxHeader || ReadThroughWindow(*m_index, m_cc708Cursor, offset, held, sample.data()) < 0)
-    return;
+  const std::size_t held = std::min<std::size_t>(cc708Cursor_.sampleSize(), sample.size());
+  const std::uint64_t offset = addSaturated(cc708Cursor_.runOffset(), cc708Cursor_.sampleOffset);
+  if (held <= kBoxHeader || readThroughWindow(*index_, cc708Cursor_, offset, held, sample.data()) < 0) return;
   const std::uint32_t boxSize = Mp4LoadU32(sample.data());
   if (boxSize <= kBoxHeader || boxSize > held || Mp4LoadU32(sample.data() + 4) != kPacketBox) return;
   const std::uint8_t* payload = sample.data() + kBoxHeader;

@@ -11,17 +11,17 @@
 // Describes the source from its tracks, and from the manifest where the tracks lack information.
 std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
   if (manifest) {
-    if (manifest->width) m_host.video.bitmap.width = static_cast<std::int32_t>(*manifest->width);
-    if (manifest->height) m_host.video.bitmap.height = static_cast<std::int32_t>(*manifest->height);
-    if (manifest->audioSamplingRate) m_host.audio.wave.samplesPerSecond = *manifest->audioSamplingRate;
+    if (manifest->width) host_.video.bitmap.width = static_cast<std::int32_t>(*manifest->width);
+    if (manifest->height) host_.video.bitmap.height = static_cast<std::int32_t>(*manifest->height);
+    if (manifest->audioSamplingRate) host_.audio.wave.samplesPerSecond = *manifest->audioSamplingRate;
   }
   if (const std::uint32_t result = setUpTracks(); result != VL_OK) return result;
-  if (!hasVideo() && m_host.streams.empty()) {
+  if (!hasVideo() && host_.streams.empty()) {
     messages::reportError(messages::kNoTracks);
     return VL_FAILED;
   }
-  if (!m_nominalRate.known() && manifest) m_nominalRate = manifest->frameRate;
-  if (!m_nominalRate.known() && !hasVideo()) m_nominalRate = kDefaultFrameRate;
+  if (!nominalRate_.known() && manifest) nominalRate_ = manifest->frameRate;
+  if (!nominalRate_.known() && !hasVideo()) nominalRate_ = kDefaultFrameRate;
   if (!describeFrameRate()) {
     messages::reportError(messages::kNoFrameRate);
     return VL_FAILED;
@@ -31,12 +31,12 @@ std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
 
 // Snaps the nominal rate. Returns whether there is a rate for addressing frames.
 bool Source::describeFrameRate() {
-  if (!m_nominalRate.known()) return false;
-  const FrameRate snapped = SnapFrameRate(m_nominalRate);
+  if (!nominalRate_.known()) return false;
+  const FrameRate snapped = snapFrameRate(nominalRate_);
   if (!snapped.known()) return false;
-  m_host.video.stream.rate = snapped.numerator;
-  m_host.video.stream.scale = snapped.denominator;
-  m_host.info.timecodeRate = TimecodeRateOf(snapped.numerator);
+  host_.video.stream.rate = snapped.numerator;
+  host_.video.stream.scale = snapped.denominator;
+  host_.info.timecodeRate = timecodeRateOf(snapped.numerator);
   return true;
 }
 
@@ -44,44 +44,43 @@ bool Source::describeFrameRate() {
 // durations gets the length of the video, computed in the same way for all tracks.
 std::uint32_t Source::audioLength(std::uint64_t stated) const {
   if (stated != 0) return saturate<std::uint32_t>(stated);
-  return saturate<std::uint32_t>(
-      scaleExactly(m_host.video.stream.length,
-                   std::uint64_t{m_nominalRate.denominator} * m_host.audio.wave.samplesPerSecond,
-                   m_nominalRate.numerator));
+  return saturate<std::uint32_t>(scaleExactly(
+      host_.video.stream.length, std::uint64_t{nominalRate_.denominator} * host_.audio.wave.samplesPerSecond,
+      nominalRate_.numerator));
 }
 
 void Source::completeDescription() {
-  QVRSTREAMHEADER& video = m_host.video.stream;
-  if (!m_index->empty()) {
-    const std::uint64_t frames = m_index->total(kVideoTrack);
+  QVRSTREAMHEADER& video = host_.video.stream;
+  if (!index_->empty()) {
+    const std::uint64_t frames = index_->total(kVideoTrack);
     if (frames != 0) video.length = saturate<std::uint32_t>(frames);
     // Video without audio is described with audio of the video's length.
-    if (!m_companion) {
-      const std::uint64_t ticks = m_index->total(kAudioTrack);
-      const std::uint32_t timescale = m_index->track(kAudioTrack).timescale;
-      m_host.audio.stream.length =
-          audioLength(ticks ? scaleExactly(ticks, m_host.audio.wave.samplesPerSecond, timescale) : 0);
+    if (!companion_) {
+      const std::uint64_t ticks = index_->total(kAudioTrack);
+      const std::uint32_t timescale = index_->track(kAudioTrack).timescale;
+      host_.audio.stream.length =
+          audioLength(ticks ? scaleExactly(ticks, host_.audio.wave.samplesPerSecond, timescale) : 0);
     }
-    video.suggestedBufferSize = std::max(video.suggestedBufferSize, m_index->largestVideoSample());
+    video.suggestedBufferSize = std::max(video.suggestedBufferSize, index_->largestVideoSample());
   }
-  for (const auto& holder : m_host.streams) {
-    if (holder->kind == QVR_KIND_AUDIO) holder->audio.stream.length = m_host.audio.stream.length;
+  for (const auto& holder : host_.streams) {
+    if (holder->kind == QVR_KIND_AUDIO) holder->audio.stream.length = host_.audio.stream.length;
     if (holder->kind == QVR_KIND_VIDEO) holder->video.stream = video;
   }
   // The index covers the first audio track only.
-  for (std::size_t i = 1; i < m_audioTracks.size() && !m_index->empty(); ++i)
-    m_audioTracks[i]->setLength(audioLength(m_audioTracks[i]->statedLength(*m_index)));
+  for (std::size_t i = 1; i < audioTracks_.size() && !index_->empty(); ++i)
+    audioTracks_[i]->setLength(audioLength(audioTracks_[i]->statedLength(*index_)));
   const RateScale audioTime =
-      ReduceRate({static_cast<std::int64_t>(std::uint64_t{m_host.audio.wave.samplesPerSecond} * video.scale),
+      reduceRate({static_cast<std::int64_t>(std::uint64_t{host_.audio.wave.samplesPerSecond} * video.scale),
                   video.rate});
-  m_host.info.audioRate = audioTime.rate;
-  m_host.info.audioScale = audioTime.scale;
-  vidGetAspectRatio(&m_host.video, &m_host.info.aspectX, &m_host.info.aspectY);
-  if (hasVideo()) m_host.video.flags = fccGetDrFlagsVideo(&m_host.video);
-  m_host.info.captions = (m_tracks[kCc608Track].present() ? QVR_CAPTIONS_608 : 0) |
-                         (m_tracks[kCc708Track].present() ? QVR_CAPTIONS_708 : 0);
-  m_host.system.streams =
-      m_host.countStreams(QVR_KIND_VIDEO) +
-      (m_companion ? m_companion->host().countStreams(QVR_KIND_AUDIO) : m_host.countStreams(QVR_KIND_AUDIO));
-  m_host.recomputeMainHeader();
+  host_.info.audioRate = audioTime.rate;
+  host_.info.audioScale = audioTime.scale;
+  vidGetAspectRatio(&host_.video, &host_.info.aspectX, &host_.info.aspectY);
+  if (hasVideo()) host_.video.flags = fccGetDrFlagsVideo(&host_.video);
+  host_.info.captions = (tracks_[kCc608Track].present() ? QVR_CAPTIONS_608 : 0) |
+                        (tracks_[kCc708Track].present() ? QVR_CAPTIONS_708 : 0);
+  host_.system.streams =
+      host_.countStreams(QVR_KIND_VIDEO) +
+      (companion_ ? companion_->host().countStreams(QVR_KIND_AUDIO) : host_.countStreams(QVR_KIND_AUDIO));
+  host_.recomputeMainHeader();
 }

@@ -8,8 +8,8 @@
 std::uint32_t Source::findKeyFrame(std::uint32_t frame, bool forward) {
   if (!hasVideo()) return frame;
   const std::uint32_t found = guarded(kNoKeyFrame, [&] {
-    return forward ? FindKeyFrameForward(*m_index, frame, m_videoCursor)
-                   : FindKeyFrameBackward(*m_index, frame, m_videoCursor);
+    return forward ? FindKeyFrameForward(*index_, frame, videoCursor_)
+                   : FindKeyFrameBackward(*index_, frame, videoCursor_);
   });
   if (found == kNoKeyFrame) return frame;
   return forward ? std::max(found, frame) : std::min(found, frame);

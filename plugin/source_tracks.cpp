@@ -44,9 +44,9 @@ constexpr std::uint32_t reversed(std::uint32_t fourcc) {
 }  // namespace
 
 std::uint32_t Source::setUpTracks() {
-  Mp4Box* movie = Mp4BoxGet(&m_stream, m_root.get(), false, "moov");
+  Mp4Box* movie = Mp4BoxGet(&stream_, root_.get(), false, "moov");
   if (!movie) return VL_OK;
-  const TrackDefaults defaults = ReadTrackDefaults(movie);
+  const TrackDefaults defaults = readTrackDefaults(movie);
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
     if (const std::uint32_t result = setUpTrack(trak, i + 1, defaults); result != VL_OK) return result;
   }
@@ -74,10 +74,10 @@ std::uint32_t Source::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const Trac
       setUpAudio(sampleEntry, track);
       return VL_OK;
     case kC608:
-      m_tracks[kCc608Track] = track;
+      tracks_[kCc608Track] = track;
       return VL_OK;
     case kC708:
-      m_tracks[kCc708Track] = track;
+      tracks_[kCc708Track] = track;
       return VL_OK;
     default:
       return VL_OK;
@@ -88,24 +88,24 @@ std::uint32_t Source::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const Trac
 std::uint32_t Source::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& track) {
   const auto* entry = Mp4PayloadOf<mp4::VisualSampleEntry>(sampleEntry);
   if (!entry || hasVideo()) return VL_OK;
-  m_tracks[kVideoTrack] = track;
-  m_nominalRate = {track.timescale, nominalDuration(track)};
-  if (!m_nominalRate.known()) m_nominalRate = {};
+  tracks_[kVideoTrack] = track;
+  nominalRate_ = {track.timescale, nominalDuration(track)};
+  if (!nominalRate_.known()) nominalRate_ = {};
 
-  m_host.video.bitmap.width = static_cast<std::int16_t>(entry->width);
-  m_host.video.bitmap.height = static_cast<std::int16_t>(entry->height);
-  m_host.video.stream.frameRight = m_host.video.bitmap.width;
-  m_host.video.stream.frameBottom = m_host.video.bitmap.height;
-  m_host.video.stream.length = kPlaceholderFrames;
-  m_host.video.stream.handler = m_host.video.bitmap.compression = reversed(sampleEntry->type);
-  m_host.video.flags = (m_host.video.flags & ~kVideoFlagsCleared) | kVideoFlagsSet;
+  host_.video.bitmap.width = static_cast<std::int16_t>(entry->width);
+  host_.video.bitmap.height = static_cast<std::int16_t>(entry->height);
+  host_.video.stream.frameRight = host_.video.bitmap.width;
+  host_.video.stream.frameBottom = host_.video.bitmap.height;
+  host_.video.stream.length = kPlaceholderFrames;
+  host_.video.stream.handler = host_.video.bitmap.compression = reversed(sampleEntry->type);
+  host_.video.flags = (host_.video.flags & ~kVideoFlagsCleared) | kVideoFlagsSet;
   if (const std::uint32_t result = takeCodecConfiguration(sampleEntry); result != VL_OK) return result;
 
-  QVRSTREAM* holder = m_host.addStream();
+  QVRSTREAM* holder = host_.addStream();
   if (!holder) return FMP4_E_NO_VIDEO_HOLDER;
   holder->kind = QVR_KIND_VIDEO;
-  holder->video = m_host.video;
-  m_host.videoChannels = 1;
+  holder->video = host_.video;
+  host_.videoChannels = 1;
   return VL_OK;
 }
 
@@ -114,14 +114,13 @@ std::uint32_t Source::takeCodecConfiguration(const Mp4Box* sampleEntry) {
   const std::uint32_t wanted = sampleEntry->type == kAvc1 ? Mp4FourCc("avcC") : Mp4FourCc("hvcC");
   for (const Mp4Box* child = sampleEntry->first; child; child = child->next) {
     if (child->type != wanted) continue;
-    if (child->size > sizeof m_host.video.colourTable) {
+    if (child->size > sizeof host_.video.colourTable) {
       messages::reportError(messages::kConfigurationTooLong);
       return VL_FAILED;
     }
     const auto size = static_cast<std::uint32_t>(child->size);
-    if (!m_stream.seek(child->position) || m_stream.read(m_host.video.colourTable, size) != size)
-      return VL_OK;
-    m_host.video.bitmap.size = size + kSampleEntryBytes;
+    if (!stream_.seek(child->position) || stream_.read(host_.video.colourTable, size) != size) return VL_OK;
+    host_.video.bitmap.size = size + kSampleEntryBytes;
     return VL_OK;
   }
   return VL_OK;
@@ -131,9 +130,9 @@ std::uint32_t Source::takeCodecConfiguration(const Mp4Box* sampleEntry) {
 std::uint32_t Source::nominalDuration(const IndexedTrack& track) {
   NominalDuration nominal(track.trex ? track.trex->defaultSampleDuration : 0);
   for (unsigned long i = 0; !nominal.settled(); ++i) {
-    const Mp4Box* moof = Mp4BoxGet(&m_stream, m_root.get(), false, "moof[%lu]", i);
+    const Mp4Box* moof = Mp4BoxGet(&stream_, root_.get(), false, "moof[%lu]", i);
     if (!moof) break;
-    const TrackFragment fragment = ReadTrackFragment(moof, track.trackId);
+    const TrackFragment fragment = readTrackFragment(moof, track.trackId);
     nominal.addFragment(fragment, SampleDefaults(fragment.tfhd, track.trex));
   }
   return nominal.value();
@@ -141,14 +140,14 @@ std::uint32_t Source::nominalDuration(const IndexedTrack& track) {
 
 // Adds `count` channels to the file, as far as the mask permits. Returns the channels added.
 std::uint32_t Source::addChannels(std::uint32_t count) {
-  const std::uint32_t before = m_host.audioMask;
-  for (; count > 0 && m_host.audioMask != ~0u; --count) m_host.audioMask = m_host.audioMask << 1 | 1;
-  return m_host.audioMask & ~before;
+  const std::uint32_t before = host_.audioMask;
+  for (; count > 0 && host_.audioMask != ~0u; --count) host_.audioMask = host_.audioMask << 1 | 1;
+  return host_.audioMask & ~before;
 }
 
 // Describes an audio track of a codec (four characters in file byte order), apart from its channel mask.
 QVRAUDIO Source::describeAudio(std::uint32_t codec, const PcmFormat& format) const {
-  QVRAUDIO audio = m_host.audio;
+  QVRAUDIO audio = host_.audio;
   QVRWAVE& wave = audio.wave;
   wave.channels = format.channels;
   wave.samplesPerSecond = format.samplesPerSecond;
@@ -163,8 +162,8 @@ QVRAUDIO Source::describeAudio(std::uint32_t codec, const PcmFormat& format) con
   audio.codec = audio.stream.handler = codec;
   audio.stream.rate = wave.samplesPerSecond;
   audio.stream.scale = 1;
-  FrameRate fps = ac3 ? FrameRate{m_host.video.stream.rate, m_host.video.stream.scale} : m_nominalRate;
-  if (!ac3 && !(hasVideo() && m_nominalRate.known())) fps = kAudioFrameRate;
+  FrameRate fps = ac3 ? FrameRate{host_.video.stream.rate, host_.video.stream.scale} : nominalRate_;
+  if (!ac3 && !(hasVideo() && nominalRate_.known())) fps = kAudioFrameRate;
   audio.bufferSize = saturate<std::uint32_t>(
       static_cast<std::uint64_t>(std::trunc(wave.samplesPerSecond / fps.value() + 1.0)) * wave.blockAlign);
   audio.stream.suggestedBufferSize = audio.bufferSize;
@@ -173,25 +172,25 @@ QVRAUDIO Source::describeAudio(std::uint32_t codec, const PcmFormat& format) con
 
 void Source::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
   const auto* entry = Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry);
-  if (!entry || m_audioTracks.size() >= kAudioTrackSlots) return;
-  QVRSTREAM* holder = m_host.addStream();
+  if (!entry || audioTracks_.size() >= kAudioTrackSlots) return;
+  QVRSTREAM* holder = host_.addStream();
   if (!holder) {
     ErrMsgOut(FMP4_E_NO_STREAM_HOLDER, messages::kOpen, 0, 0);
     return;
   }
-  std::vector<std::uint8_t> configuration = FindAudioSpecificConfig(sampleEntry);
-  QVRAUDIO audio = describeAudio(sampleEntry->type, PcmFormatOf(sampleEntry, *entry, configuration));
+  std::vector<std::uint8_t> configuration = findAudioSpecificConfig(sampleEntry);
+  QVRAUDIO audio = describeAudio(sampleEntry->type, pcmFormatOf(sampleEntry, *entry, configuration));
   audio.channelMask = addChannels(audio.wave.channels);
   holder->kind = QVR_KIND_AUDIO;
   holder->audio = audio;
-  VL_Audio_Decode& decoder = m_decoders[m_audioTracks.size()];
-  m_audioTracks.push_back(std::make_unique<AudioTrack>(track, *holder, decoder, std::move(configuration)));
-  if (const std::uint8_t objectType = FindAudioObjectType(sampleEntry); Mp4OtherAudioCodec(objectType)) {
+  VL_Audio_Decode& decoder = decoders_[audioTracks_.size()];
+  audioTracks_.push_back(std::make_unique<AudioTrack>(track, *holder, decoder, std::move(configuration)));
+  if (const std::uint8_t objectType = findAudioObjectType(sampleEntry); Mp4OtherAudioCodec(objectType)) {
     messages::reportUnsupportedAudio(Mp4OtherAudioCodec(objectType), objectType);
-    m_audioTracks.back()->setUndecodable();
+    audioTracks_.back()->setUndecodable();
   }
-  if (!m_tracks[kAudioTrack].present()) {
-    m_tracks[kAudioTrack] = track;
-    m_host.audio = audio;
+  if (!tracks_[kAudioTrack].present()) {
+    tracks_[kAudioTrack] = track;
+    host_.audio = audio;
   }
 }

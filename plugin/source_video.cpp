@@ -21,26 +21,26 @@ std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::u
                                 std::uint32_t mode, DFRAME* descriptor) {
   const bool hasRecord = hasVideo() && findChannel(channelMask) == 0;
   // The actual length; the described length may have been set by the host.
-  const std::uint64_t total = hasRecord ? m_index->total(kVideoTrack) : 0;
-  if (!descriptor) return frame < total ? m_index->largestVideoSample() : 0;
+  const std::uint64_t total = hasRecord ? index_->total(kVideoTrack) : 0;
+  if (!descriptor) return frame < total ? index_->largestVideoSample() : 0;
   if (!hasRecord) return VL_FAILED;
   descriptor->frame = frame;
   setTimecodes(*descriptor, frame);
   if (frame >= total) {
     descriptor->bytes = 0;
-    m_videoNextExpected = frame + 1;
+    videoNextExpected_ = frame + 1;
     return FMP4_E_PAST_END;
   }
   descriptor->flags &= ~DFRAME_REPEATED;
   // Checks the cursor too: a request for several frames leaves it past the expected next frame.
-  const bool inPlace = m_videoCursor.loaded() && m_videoCursor.position == frame;
-  const bool jumped = frame != m_videoNextExpected || !inPlace;
+  const bool inPlace = videoCursor_.loaded() && videoCursor_.position == frame;
+  const bool jumped = frame != videoNextExpected_ || !inPlace;
   if (jumped) {
-    m_videoNextExpected = frame;
-    if (SeekVideoFrame(*m_index, frame, true, m_videoCursor) < 0) return VL_FAILED;
+    videoNextExpected_ = frame;
+    if (SeekVideoFrame(*index_, frame, true, videoCursor_) < 0) return VL_FAILED;
   }
   seekCaptions(frame, jumped);
-  if (AdvanceRun(*m_index, true, m_videoCursor) != Advance::Ready) {
+  if (advanceRun(*index_, true, videoCursor_) != Advance::Ready) {
     messages::reportError(messages::kNoVideoChunkForFrame);
     return VL_FAILED;
   }
@@ -48,32 +48,31 @@ std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::u
   if (const std::uint32_t result = deliverSample(*descriptor); result != VL_OK) return result;
   deliverCc608(*descriptor, frame);
   if (const std::uint32_t result = deliverCc708(*descriptor); result != VL_OK) return result;
-  m_videoNextExpected = frame + count;
-  m_host.currentFrame = frame;
+  videoNextExpected_ = frame + count;
+  host_.currentFrame = frame;
   return VL_OK;
 }
 
 // Timecodes continue from the file's start timecodes.
 void Source::setTimecodes(DFRAME& descriptor, std::uint32_t frame) const {
-  descriptor.timecode = TCXlat(m_host.info.startTimecode, frame, m_host.info.timecodeRate);
+  descriptor.timecode = TCXlat(host_.info.startTimecode, frame, host_.info.timecodeRate);
   const bool untranslated = descriptor.timecode == frame;
-  const bool startSet =
-      m_host.info.startTimecode != QVR_NOT_SET || m_host.info.startTimecodeLtc != QVR_NOT_SET;
+  const bool startSet = host_.info.startTimecode != QVR_NOT_SET || host_.info.startTimecodeLtc != QVR_NOT_SET;
   descriptor.timecodeOther = untranslated && startSet
-                                 ? TCXlat(m_host.info.startTimecodeLtc, frame, m_host.info.timecodeRate)
+                                 ? TCXlat(host_.info.startTimecodeLtc, frame, host_.info.timecodeRate)
                                  : descriptor.timecode;
 }
 
 // Handles a header-only request without moving the cursor.
 std::uint32_t Source::describeSample(DFRAME& descriptor) {
   if (descriptor.size != sizeof(DFRAME)) return FMP4_E_BAD_DESCRIPTOR_SIZE;
-  TrackCursor& cursor = m_videoCursor;
+  TrackCursor& cursor = videoCursor_;
   descriptor.flags &= kHeaderOnlyKept;
   descriptor.sampleSize = cursor.sampleSize();
   descriptor.firstByte = 0;
   const std::uint64_t offset = addSaturated(cursor.runOffset(), cursor.sampleOffset);
   if (descriptor.sampleSize != 0 &&
-      ReadThroughWindow(*m_index, cursor, offset, 1, &descriptor.firstByte) < 0) {
+      readThroughWindow(*index_, cursor, offset, 1, &descriptor.firstByte) < 0) {
     cursor.clear();
     messages::reportError(messages::kNoVideoChunkForFrame);
     return VL_FAILED;
@@ -84,14 +83,14 @@ std::uint32_t Source::describeSample(DFRAME& descriptor) {
 
 // Delivers the cursor's sample unchanged and advances to the next one.
 std::uint32_t Source::deliverSample(DFRAME& descriptor) {
-  TrackCursor& cursor = m_videoCursor;
+  TrackCursor& cursor = videoCursor_;
   const std::uint32_t size = cursor.sampleSize();
   descriptor.bytes = size;
   if (descriptor.data && descriptor.dataCapacity != 0 && size > descriptor.dataCapacity) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
   }
-  if (descriptor.data && ReadSample(*m_index, cursor, descriptor.data) < 0) {
+  if (descriptor.data && readSample(*index_, cursor, descriptor.data) < 0) {
     descriptor.bytes = 0;
     cursor.clear();
     messages::reportError(messages::kNoVideoChunkForFrame);

@@ -6,7 +6,7 @@
 #include "vlutil.h"
 
 // ISO 8601: "2016-09-21T08:15:30.250Z".
-inline std::string DateTimeNow() {
+inline std::string dateTimeNow() {
   char date[64] = "", time[64] = "";
   vlOSGetDateTimeString(date, sizeof date, time, sizeof time);
   return std::string(date) + time;

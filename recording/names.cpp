@@ -45,14 +45,14 @@ std::optional<Path> fileBeside(const Path& list, const std::string& mediaName) {
 
 // The media file that a reference leads to. References with the bare name are accepted too.
 std::optional<Path> beside(const Path& list, const std::string& reference) {
-  const auto file = fileBeside(list, NameOfUri(reference));
+  const auto file = fileBeside(list, nameOfUri(reference));
   return file ? file : fileBeside(list, reference);
 }
 
 std::optional<Path> mediaInManifest(const Path& manifest) {
   tinyxml2::XMLDocument document;
-  if (!LoadManifestDocument(vlName(manifest).c_str(), document)) return std::nullopt;
-  const auto read = ReadManifest(document);
+  if (!loadManifestDocument(vlName(manifest).c_str(), document)) return std::nullopt;
+  const auto read = readManifest(document);
   return read ? beside(manifest, read->video.baseUrl) : std::nullopt;
 }
 
@@ -135,7 +135,7 @@ RecordingNames findRecording(const std::string& name) {
   names.manifest = manifestOf(media);
   names.videoPlaylist = with(media, ".m3u8");
   names.masterPlaylist = with(media, ".master.m3u8");
-  if (HasSeparateAudio(names.video)) {
+  if (hasSeparateAudio(names.video)) {
     names.audio = with(media, ".m4a");
     names.audioPlaylist = audioPlaylistOf(vlPath(names.audio));
   }

@@ -4,19 +4,19 @@
 #include <string>
 
 // The path with another extension; empty when that makes it too long.
-std::string WithExtension(const std::string& path, const char* extension);
+std::string withExtension(const std::string& path, const char* extension);
 
 // Of a recording opened by `name`: the media file (NAME.mp4 is recorded as NAME.m4v) and the manifest.
 // The texts are looked for in the whole path, as when a file is opened for reading (quirk 10).
-std::string VideoPath(const std::string& name);
-std::string ManifestPath(const std::string& name);
+std::string videoPath(const std::string& name);
+std::string manifestPath(const std::string& name);
 
 // Whether the recording in the media file `video` has its audio in a file of its own, and that file.
-bool HasSeparateAudio(const std::string& video);
-std::string AudioPath(const std::string& video);
+bool hasSeparateAudio(const std::string& video);
+std::string audioPath(const std::string& video);
 
 // The playlists of media files, and the master playlist.
-std::string VideoPlaylistPath(const std::string& video);
+std::string videoPlaylistPath(const std::string& video);
 // Beside that of the video; the end of the name differs.
-std::string AudioPlaylistPath(const std::string& audio);
-std::string MasterPlaylistPath(const std::string& video);
+std::string audioPlaylistPath(const std::string& audio);
+std::string masterPlaylistPath(const std::string& video);

@@ -8,7 +8,7 @@ constexpr std::uint32_t kMaxFragments = 10;
 
 }  // namespace
 
-SegmentGeometry GeometryOfInterval(std::uint32_t interval) {
+SegmentGeometry geometryOfInterval(std::uint32_t interval) {
   if (interval <= 1) return {kMaxFramesPerFragment, kMaxFragments};
   if (interval <= kMaxFramesPerFragment) return {interval, kMaxFragments};
   // Dividing the interval by 2, 3, 4 and so on gives decreasing quotients; the first that divides it is

@@ -11,7 +11,7 @@ inline constexpr std::uint64_t kFirstVideoIndexTime = 1001;
 
 // Time of the first segment index of an audio file, in samples. Intended (quirk 38): as if a segment, of that
 // many samples, had preceded it.
-constexpr std::uint64_t FirstAudioIndexTime(std::uint64_t segmentSamples) {
+constexpr std::uint64_t firstAudioIndexTime(std::uint64_t segmentSamples) {
   return segmentSamples;
 }
 
@@ -24,4 +24,4 @@ struct SegmentGeometry {
 // a fragment takes the largest divisor of the interval that is at most 30 frames. Intervals without a good
 // divisor, primes among them, and those above 300 give 0 fragments a segment: the recording is then one
 // segment, whose index has no references. Intended (quirk 40): some players refuse it.
-SegmentGeometry GeometryOfInterval(std::uint32_t keyFrameInterval);
+SegmentGeometry geometryOfInterval(std::uint32_t keyFrameInterval);

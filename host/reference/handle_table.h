@@ -34,15 +34,15 @@ class HandleTable {
   class Use {
    public:
     Use() = default;
-    Use(std::unique_lock<std::mutex> lock, Slot* slot) : m_lock(std::move(lock)), m_slot(slot) {}
-    explicit operator bool() const { return m_slot != nullptr; }
-    T& operator*() const { return *m_slot->item; }
-    T* operator->() const { return &*m_slot->item; }
+    Use(std::unique_lock<std::mutex> lock, Slot* slot) : lock_(std::move(lock)), slot_(slot) {}
+    explicit operator bool() const { return slot_ != nullptr; }
+    T& operator*() const { return *slot_->item; }
+    T* operator->() const { return &*slot_->item; }
 
    private:
     friend class HandleTable;
-    std::unique_lock<std::mutex> m_lock;
-    Slot* m_slot = nullptr;
+    std::unique_lock<std::mutex> lock_;
+    Slot* slot_ = nullptr;
   };
 
   // Inserts `item`. Returns VL_INVALID_HANDLE and leaves `item` unchanged if memory or slots are exhausted.
@@ -70,11 +70,11 @@ class HandleTable {
     {
       const Use use = find(handle);
       if (!use) return item;
-      item.swap(use.m_slot->item);
-      ++use.m_slot->generation;
+      item.swap(use.slot_->item);
+      ++use.slot_->generation;
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_free.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates; see takeSlot
+    const std::lock_guard<std::mutex> lock(mutex_);
+    free_.push_back(static_cast<std::uint32_t>(handle) - 1);  // never allocates; see takeSlot
     return item;
   }
 
@@ -85,39 +85,39 @@ class HandleTable {
 
   Slot* slotAt(std::uint64_t index) {
     if (index >= std::uint64_t{kChunks} * kChunkSlots) return nullptr;
-    Chunk* chunk = m_chunks[index / kChunkSlots].load(std::memory_order_acquire);
+    Chunk* chunk = chunks_[index / kChunkSlots].load(std::memory_order_acquire);
     return chunk == nullptr ? nullptr : &(*chunk)[index % kChunkSlots];
   }
 
   std::optional<std::uint32_t> takeSlot() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_free.empty() && !addChunk()) return std::nullopt;
-    const std::uint32_t index = m_free.back();
-    m_free.pop_back();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (free_.empty() && !addChunk()) return std::nullopt;
+    const std::uint32_t index = free_.back();
+    free_.pop_back();
     return index;
   }
 
   // Capacity of the free list grows with the slots, so that releasing a slot cannot fail.
   bool addChunk() {
-    const std::size_t count = m_owned.size();
+    const std::size_t count = owned_.size();
     if (count == kChunks) return false;
     try {
-      m_free.reserve((count + 1) * kChunkSlots);
-      m_owned.push_back(std::make_unique<Chunk>());
+      free_.reserve((count + 1) * kChunkSlots);
+      owned_.push_back(std::make_unique<Chunk>());
     } catch (const std::bad_alloc&) {
       return false;
     }
     for (std::uint32_t i = kChunkSlots; i-- > 0;) {
-      m_free.push_back(static_cast<std::uint32_t>(count) * kChunkSlots + i);
+      free_.push_back(static_cast<std::uint32_t>(count) * kChunkSlots + i);
     }
-    m_chunks[count].store(m_owned.back().get(), std::memory_order_release);
+    chunks_[count].store(owned_.back().get(), std::memory_order_release);
     return true;
   }
 
-  std::mutex m_mutex;  // guards m_owned and m_free
-  std::vector<std::unique_ptr<Chunk>> m_owned;
-  std::vector<std::uint32_t> m_free;
-  std::array<std::atomic<Chunk*>, kChunks> m_chunks = {};
+  std::mutex mutex_;  // guards owned_ and free_
+  std::vector<std::unique_ptr<Chunk>> owned_;
+  std::vector<std::uint32_t> free_;
+  std::array<std::atomic<Chunk*>, kChunks> chunks_ = {};
 };
 
 }  // namespace vlhost

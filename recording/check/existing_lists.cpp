@@ -42,7 +42,7 @@ const XMLElement* segmentListOf(const XMLElement* set) {
 std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
                                                      std::uint64_t initialisationLength) {
   tinyxml2::XMLDocument document;
-  if (!LoadManifestDocument(path.c_str(), document)) return std::nullopt;
+  if (!loadManifestDocument(path.c_str(), document)) return std::nullopt;
   const XMLElement* const mpd = document.FirstChildElement("MPD");
   const XMLElement* const period = mpd ? mpd->FirstChildElement("Period") : nullptr;
   const XMLElement* const videoSet = period ? period->FirstChildElement("AdaptationSet") : nullptr;
@@ -66,7 +66,7 @@ std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
 
 std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, const std::string& mediaName,
                                                      std::uint64_t initialisationLength) {
-  const std::string map = "#EXT-X-MAP:URI=\"" + UriOfName(mediaName) + "\",BYTERANGE=\"" +
+  const std::string map = "#EXT-X-MAP:URI=\"" + uriOfName(mediaName) + "\",BYTERANGE=\"" +
                           std::to_string(initialisationLength) + "@0\"";
   constexpr std::string_view kTarget = "#EXT-X-TARGETDURATION:", kTime = "#EXT-X-PROGRAM-DATE-TIME:";
   constexpr int kHeaderLines = 7;

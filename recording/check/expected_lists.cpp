@@ -39,7 +39,7 @@ std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64
   if (former.targetDuration && has == 0) return static_cast<std::uint64_t>(*former.targetDuration * rate);
   const auto lengthOf = [&](std::uint64_t frames) { return frames * fragments * positionsPerFrame; };
   const auto fits = [&](std::uint64_t frames) {
-    return !former.targetDuration || PlaylistTargetDuration(lengthOf(frames), rate) == *former.targetDuration;
+    return !former.targetDuration || playlistTargetDuration(lengthOf(frames), rate) == *former.targetDuration;
   };
   for (std::uint64_t frames = kMaxFramesPerFragment; !fits(has) && frames > has; --frames) {
     if (fits(frames)) return lengthOf(frames);
@@ -51,9 +51,9 @@ std::string playlistOf(const Listed& listed, const std::string& startTime) {
   const RecordedMedia& media = listed.media;
   const PlaylistSettings settings{media.name(), listed.rate, listed.segmentLength,
                                   media.initialisationLength(), startTime};
-  std::string text = PlaylistHeader(settings);
+  std::string text = playlistHeader(settings);
   for (const RecordedMedia::Segment& segment : media.segments())
-    text += PlaylistEntry(settings, media.positions(segment), segment.start, media.endOffset(segment));
+    text += playlistEntry(settings, media.positions(segment), segment.start, media.endOffset(segment));
   return text + kPlaylistEnd;
 }
 
@@ -90,12 +90,12 @@ std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, 
   listed.segments = segmentsOf(video, movie.indexedTrack().defaultSampleDuration);
   listed.startTime = startTime;
   MpdWriter manifest("");
-  addSegments(manifest, manifest.BeginVideo(listed, placesAudio), video.media);
+  addSegments(manifest, manifest.beginVideo(listed, placesAudio), video.media);
   if (audio) {
     const MpdAudio sound{audio->media.movie()->audioObjectType,
                          former && former->audioByteRate ? *former->audioByteRate : byteRateOf(audio->media),
                          segmentsOf(*audio, 1)};
-    addSegments(manifest, manifest.BeginAudio(sound), audio->media);
+    addSegments(manifest, manifest.beginAudio(sound), audio->media);
   }
   manifest.SetDuration(video.media.positions());
   return manifest.Text();
@@ -123,7 +123,7 @@ std::string firstOf(std::initializer_list<std::string> texts) {
 
 Recording::Lists Recording::lists() const {
   Lists lists;
-  const std::string now = DateTimeNow();
+  const std::string now = dateTimeNow();
   std::optional<PreviousManifest> manifest;
   std::optional<PreviousPlaylist> videoList, audioList;
   if (video()) {

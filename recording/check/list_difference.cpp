@@ -94,7 +94,7 @@ std::string playlistDifference(std::string_view expected, std::string_view actua
 
 std::string manifestDifference(std::string_view expected, std::string_view actual) {
   tinyxml2::XMLDocument due, is;
-  if (!ParseManifestDocument(actual, is) || !is.RootElement()) return "it is not a complete XML document";
-  if (!ParseManifestDocument(expected, due) || !due.RootElement()) return "";
+  if (!parseManifestDocument(actual, is) || !is.RootElement()) return "it is not a complete XML document";
+  if (!parseManifestDocument(expected, due) || !due.RootElement()) return "";
   return elementDifference(due.RootElement(), is.RootElement());
 }

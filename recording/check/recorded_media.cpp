@@ -315,7 +315,7 @@ std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) cons
   index.referenceId = mp4::trackNumber(movie_->indexedKind());
   index.timescale = movie_->indexedTrack().timescale;
   index.earliestPresentationTime =
-      (video ? kFirstVideoIndexTime : FirstAudioIndexTime(step)) + ordinal * step;
+      (video ? kFirstVideoIndexTime : firstAudioIndexTime(step)) + ordinal * step;
   index.version = index.earliestPresentationTime > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
   // Intended (quirk 39): unused references are present too, all zero.
   index.references.resize(fragmentsPerSegment_);

@@ -78,7 +78,7 @@ std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* 
   if (tkhd->trackId != mp4::trackNumber(*kind) || movie.tracks[*kind])
     return name + " should be the only one of its type, with the number " +
            std::to_string(mp4::trackNumber(*kind));
-  const auto* trex = DefaultsOfTrack(defaults, tkhd->trackId);
+  const auto* trex = defaultsOfTrack(defaults, tkhd->trackId);
   if (!trex || mdhd->timescale == 0) return name + " lacks its timescale or the defaults of its fragments";
   if (!tablesEmpty(stream, stbl))
     complain("the sample tables of " + name + " are not empty, though all its samples are in fragments");
@@ -98,7 +98,7 @@ FrameRate RecordedMovie::frameRate() const {
 std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, std::string& reason,
                                                const Complain& complain) {
   RecordedMovie movie;
-  const TrackDefaults defaults = ReadTrackDefaults(moov);
+  const TrackDefaults defaults = readTrackDefaults(moov);
   for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i) {
     reason = readTrack(stream, defaults, trak, movie, complain);
     if (!reason.empty()) return std::nullopt;

@@ -22,7 +22,7 @@ constexpr mp4::TrackSet kAudioAlone = {.audio = true};
 }  // namespace
 
 bool AudioRecording::Create(const std::string& path) {
-  return file_.Create(path, AudioPlaylistPath(path));
+  return file_.Create(path, audioPlaylistPath(path));
 }
 
 bool AudioRecording::Start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
@@ -43,15 +43,15 @@ bool AudioRecording::Start(const AudioSettings& sound, const SegmentGeometry& ge
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
   segments.timescale = sound.sampleRate;
-  segments.firstPresentationTime = FirstAudioIndexTime(segmentSamples);
+  segments.firstPresentationTime = firstAudioIndexTime(segmentSamples);
   segments.duration = segmentSamples;
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.Start(movie, segments)) return false;
 
-  file_.ListIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
-                file_.initialisationLength(), DateTimeNow()});
+  file_.listIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
+                file_.initialisationLength(), dateTimeNow()});
   if (manifest) {
-    file_.ListIn(*manifest, manifest->BeginAudio({kAudioObjectType,
+    file_.listIn(*manifest, manifest->beginAudio({kAudioObjectType,
                                                   sound.byteRate,
                                                   {file_.name(), sound.sampleRate, segmentSamples,
                                                    file_.initialisationLength() - 1}}));
@@ -72,10 +72,10 @@ std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
 }
 
 std::uint32_t AudioRecording::emitReadyFragments() {
-  if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
+  if (file_.segmentFull() && !file_.finishSegment(position_)) return VL_FAILED;
   while (run_.count() >= framesPerFragment_) {
     if (!emitFragment(framesPerFragment_, framesPerFragment_ * kAacFrameSamples)) return VL_FAILED;
-    if (file_.segmentFull() && !file_.FinishSegment(position_)) return VL_FAILED;
+    if (file_.segmentFull() && !file_.finishSegment(position_)) return VL_FAILED;
   }
   return VL_OK;
 }
@@ -83,7 +83,7 @@ std::uint32_t AudioRecording::emitReadyFragments() {
 bool AudioRecording::emitFragment(std::uint32_t frames, std::uint32_t duration) {
   mp4::MovieFragment fragment = Mp4SetUpFragment(0, kAudioAlone);
   mp4::TrackFragment& track = *fragment.tracks[TrackKind::Audio];
-  SetDecodeTime(track, position_);
+  setDecodeTime(track, position_);
   TrackBytes bytes;
   bytes[static_cast<std::size_t>(TrackKind::Audio)] = run_.take(frames, track.trun);
   if (!file_.AddFragment(fragment, bytes, {duration, true})) return false;
@@ -102,7 +102,7 @@ bool AudioRecording::Finish() {
   bool whole = !file_.failed();
   // Running out of memory here must not prevent the segment from being finished.
   if (whole && started_) whole = guarded(false, [this] { return cutLast(); });
-  if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.FinishSegment(position_); }) && whole;
+  if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.finishSegment(position_); }) && whole;
   file_.Close();
   return whole;
 }

@@ -3,12 +3,12 @@
 #include "mediafile.h"
 #include "recording/caption_area.h"
 
-std::array<std::uint8_t, 2> Cc608PairOf(const DFRAME& frame) {
+std::array<std::uint8_t, 2> cc608PairOf(const DFRAME& frame) {
   if (!(frame.captionFlags & DFRAME_CAPTION_608)) return {0x80, 0x80};
   return {frame.captions[0], frame.captions[1]};
 }
 
-std::span<const std::uint8_t> Cc708PacketOf(const DFRAME& frame) {
+std::span<const std::uint8_t> cc708PacketOf(const DFRAME& frame) {
   const std::uint8_t* const area = frame.captions;
   const std::uint32_t length = frame.captionBytes;
   if (!(frame.captionFlags & DFRAME_CAPTION_708) || length <= caption_area::kDistributionStart ||

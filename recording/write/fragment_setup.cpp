@@ -15,7 +15,7 @@ mp4::Track SetUpAudioTrack(const AudioSettings& sound) {
   return track;
 }
 
-void SetDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks) {
+void setDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks) {
   track.tfdt.version = ticks > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
   track.tfdt.baseMediaDecodeTime = ticks;
 }

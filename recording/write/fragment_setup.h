@@ -21,4 +21,4 @@ constexpr bool fitsFragment(std::uint64_t bytes, std::uint64_t samples) {
 mp4::Track SetUpAudioTrack(const AudioSettings& sound);
 
 // Version 1, with 64-bit fields, if 32 bits cannot hold the value.
-void SetDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks);
+void setDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks);

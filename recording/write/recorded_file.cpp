@@ -75,11 +75,11 @@ bool RecordedFile::Start(mp4::Movie& movie, const SegmentSettings& settings) {
   return true;
 }
 
-void RecordedFile::ListIn(const PlaylistSettings& playlist) {
+void RecordedFile::listIn(const PlaylistSettings& playlist) {
   playlist_.Start(playlistPath_, playlist);
 }
 
-void RecordedFile::ListIn(MpdWriter& manifest, MpdWriter::List list) {
+void RecordedFile::listIn(MpdWriter& manifest, MpdWriter::List list) {
   manifest_ = &manifest;
   list_ = list;
 }
@@ -93,7 +93,7 @@ void RecordedFile::clearHead(std::size_t room) {
 // Reserves the space of the index; its content follows once the segment is complete.
 void RecordedFile::beginSegment() {
   // Memory is reserved now, so that a segment once begun can be listed.
-  if (manifest_) manifest_->ReserveSegment(list_);
+  if (manifest_) manifest_->reserveSegment(list_);
   index_ = {};
   index_.referenceId = settings_.trackNumber;
   index_.timescale = settings_.timescale;
@@ -137,7 +137,7 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
   return true;
 }
 
-bool RecordedFile::FinishSegment(std::uint64_t endPosition) {
+bool RecordedFile::finishSegment(std::uint64_t endPosition) {
   clearHead(headRoom({}, settings_.fragmentsPerSegment));
   Mp4WriteSegmentIndex(head_, index_);
   if (!write(segmentStart_, head_.bytes) || !syncToDisk()) {

@@ -49,8 +49,8 @@ class RecordedFile {
   // Bytes before the first segment.
   std::uint64_t initialisationLength() const { return initialisationLength_; }
   // Where completed segments are listed.
-  void ListIn(const PlaylistSettings& playlist);
-  void ListIn(MpdWriter& manifest, MpdWriter::List list);
+  void listIn(const PlaylistSettings& playlist);
+  void listIn(MpdWriter& manifest, MpdWriter::List list);
 
   // Writes a fragment, and before it the space of an index where a segment starts. Fills in sequence number
   // and data offsets. A failed write is reported, what it left is removed from the file, and no further
@@ -68,7 +68,7 @@ class RecordedFile {
   // Completes the open segment's index, waits for the disk and lists the segment, which ends at `endPosition`
   // in video frames or audio samples. False, with nothing listed, when that fails. When memory runs out
   // (std::bad_alloc), the segment stays open, to be finished later.
-  bool FinishSegment(std::uint64_t endPosition);
+  bool finishSegment(std::uint64_t endPosition);
 
   // Ends the playlist and closes the file.
   void Close();

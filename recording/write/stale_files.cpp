@@ -73,7 +73,7 @@ bool names(const std::string& list, const std::string& text) {
 }
 
 bool lists(const std::string& playlist, const std::string& media) {
-  return names(playlist, PlaylistMapLine(nameOf(media)));
+  return names(playlist, playlistMapLine(nameOf(media)));
 }
 
 // Whether the audio file beside a video file belongs to the existing recording: its manifest names both. A
@@ -87,35 +87,35 @@ bool isAudioOf(const std::string& video, const std::string& manifest, const std:
   if (isLaterThan(audio, listed ? manifest : video)) return false;
   if (!listed) return beginsWith(video, begin) && beginsWith(audio, begin);
   tinyxml2::XMLDocument document;
-  if (!LoadManifestDocument(manifest.c_str(), document)) return false;
-  const std::optional<Manifest> read = ReadManifest(document);
-  return read && NameOfUri(read->audio.baseUrl) == nameOf(audio);
+  if (!loadManifestDocument(manifest.c_str(), document)) return false;
+  const std::optional<Manifest> read = readManifest(document);
+  return read && nameOfUri(read->audio.baseUrl) == nameOf(audio);
 }
 
 }  // namespace
 
-std::vector<std::string> StaleRecordingFiles(const std::string& video, const std::string& manifest) {
+std::vector<std::string> staleRecordingFiles(const std::string& video, const std::string& manifest) {
   std::vector<std::string> files = {manifest};
-  const std::string playlist = VideoPlaylistPath(video);
+  const std::string playlist = videoPlaylistPath(video);
   if (lists(playlist, video)) files.push_back(playlist);
-  const std::string master = MasterPlaylistPath(video);
-  if (names(master, std::string("\n").append(UriOfName(nameOf(playlist))))) files.push_back(master);
-  const std::string audio = AudioPath(video);
-  if (!HasSeparateAudio(video) || audio == video) return files;
+  const std::string master = masterPlaylistPath(video);
+  if (names(master, std::string("\n").append(uriOfName(nameOf(playlist))))) files.push_back(master);
+  const std::string audio = audioPath(video);
+  if (!hasSeparateAudio(video) || audio == video) return files;
   const bool isItsAudio = isAudioOf(video, manifest, audio);
   if (isItsAudio) files.push_back(audio);
   if (isItsAudio || !vlOSFileExists(audio.c_str())) {
-    if (const std::string list = StaleAudioPlaylist(audio); !list.empty()) files.push_back(list);
+    if (const std::string list = staleAudioPlaylist(audio); !list.empty()) files.push_back(list);
   }
   return files;
 }
 
-std::string StaleAudioPlaylist(const std::string& audio) {
-  const std::string playlist = AudioPlaylistPath(audio);
+std::string staleAudioPlaylist(const std::string& audio) {
+  const std::string playlist = audioPlaylistPath(audio);
   return lists(playlist, audio) ? playlist : std::string();
 }
 
-void RemoveStaleFile(const std::string& path) {
+void removeStaleFile(const std::string& path) {
   std::error_code ignored;
   const std::filesystem::path file = vlPath(path);
   if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))

@@ -54,7 +54,7 @@ std::uint32_t absolute(std::int32_t value) {
 }  // namespace
 
 bool VideoRecording::Create(const std::string& path) {
-  return file_.Create(path, VideoPlaylistPath(path));
+  return file_.Create(path, videoPlaylistPath(path));
 }
 
 bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
@@ -111,8 +111,8 @@ SegmentSettings VideoRecording::segments() const {
 }
 
 void VideoRecording::startPlaylist() {
-  file_.ListIn(
-      {file_.name(), settings_.rate.value(), segmentFrames(), file_.initialisationLength(), DateTimeNow()});
+  file_.listIn(
+      {file_.name(), settings_.rate.value(), segmentFrames(), file_.initialisationLength(), dateTimeNow()});
 }
 
 void VideoRecording::startManifest(bool separateAudio) {
@@ -123,11 +123,11 @@ void VideoRecording::startManifest(bool separateAudio) {
   listed.width = static_cast<std::uint32_t>(settings_.width);
   listed.height = absolute(settings_.height);
   listed.rate = settings_.rate;
-  listed.startTime = DateTimeNow();
+  listed.startTime = dateTimeNow();
   if (hasAudio()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
   listed.segments = {file_.name(), settings_.rate.numerator, segmentFrames() * frameTicks(settings_.rate),
                      file_.initialisationLength() - 1};
-  file_.ListIn(*manifest_, manifest_->BeginVideo(listed, separateAudio));
+  file_.listIn(*manifest_, manifest_->beginVideo(listed, separateAudio));
 }
 
 // Whether one fragment could hold everything that waits and `moreBytes` more.
@@ -136,7 +136,7 @@ bool VideoRecording::takes(std::uint64_t moreBytes) const {
   return fitsFragment(video_.bytes() + sound_.bytes() + cc608_.size() + cc708_.bytes() + moreBytes, samples);
 }
 
-std::uint32_t VideoRecording::WriteVideo(const DFRAME& frame) {
+std::uint32_t VideoRecording::writeVideo(const DFRAME& frame) {
   if (file_.failed()) return VL_FAILED;
   const std::int64_t offset = std::int64_t{frame.compositionOffset} * frameTicks(settings_.rate);
   if (offset != static_cast<std::int32_t>(offset)) {
@@ -172,11 +172,11 @@ bool VideoRecording::reserveCaptions() {
 
 void VideoRecording::appendCaptions(const DFRAME& frame) {
   if (tracks_.captions608) {
-    const auto pair = Cc608PairOf(frame);
+    const auto pair = cc608PairOf(frame);
     cc608_.insert(cc608_.end(), pair.begin(), pair.end());
   }
   if (!tracks_.captions708) return;
-  const auto packet = Cc708PacketOf(frame);
+  const auto packet = cc708PacketOf(frame);
   const auto size = static_cast<std::uint32_t>(caption_area::kBoxHeader + packet.size());
   std::array<std::uint8_t, caption_area::kBoxHeader + sizeof frame.captions> box;
   const auto header = boxHeader(size, caption_area::kPacketBox);
@@ -240,7 +240,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
   const std::uint64_t time = framesWritten_ * frameTicks(settings_.rate);
   TrackBytes bytes;
   if (auto& track = fragment.tracks[TrackKind::Video]) {
-    SetDecodeTime(*track, time);
+    setDecodeTime(*track, time);
     bytesOf(bytes, TrackKind::Video) = video_.take(frames, track->trun);
     // Negative offsets need version 1 of the run, in which they are signed.
     for (std::uint32_t i = 0; i < frames; ++i) {
@@ -249,15 +249,15 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
     }
   }
   if (auto& track = fragment.tracks[TrackKind::Audio]) {
-    SetDecodeTime(*track, audioFramesWritten_ * kAacFrameSamples);
+    setDecodeTime(*track, audioFramesWritten_ * kAacFrameSamples);
     bytesOf(bytes, TrackKind::Audio) = sound_.take(audioFrames, track->trun);
   }
   if (auto& track = fragment.tracks[TrackKind::Captions608]) {
-    SetDecodeTime(*track, time);
+    setDecodeTime(*track, time);
     bytesOf(bytes, TrackKind::Captions608) = takeCc608(frames, *track);
   }
   if (auto& track = fragment.tracks[TrackKind::Captions708]) {
-    SetDecodeTime(*track, time);
+    setDecodeTime(*track, time);
     bytesOf(bytes, TrackKind::Captions708) = cc708_.take(frames, track->trun);
   }
   if (!file_.AddFragment(fragment, bytes, {duration, false})) return false;
@@ -283,7 +283,7 @@ std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp
 }
 
 bool VideoRecording::finishSegment(std::uint64_t endFrame) {
-  if (!file_.FinishSegment(endFrame)) return false;
+  if (!file_.finishSegment(endFrame)) return false;
   // The manifest's name must be durable from the first time on. If a later version is lost in a power cut,
   // the one before it remains, whose segments are all there.
   saveManifest(endFrame, manifestSaved_ ? os::Durability::EitherContent : os::Durability::NewContent);

@@ -25,7 +25,7 @@ class VideoRecording {
   bool Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio);
 
   // Takes the frame of a descriptor, with its captions. Returns a status.
-  std::uint32_t WriteVideo(const DFRAME& frame);
+  std::uint32_t writeVideo(const DFRAME& frame);
   // Whether this file has an audio track.
   bool hasAudio() const { return settings_.sound.has_value(); }
   // Takes one access unit. Returns a status.

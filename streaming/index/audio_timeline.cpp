@@ -26,7 +26,7 @@ AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, co
   std::uint64_t unitsLeft = index.stream().size();
   for (std::uint32_t place = index.nextOccupied(0); place < index.fragmentCount();
        place = index.nextOccupied(place + 1)) {
-    const TrackFragment fragment = ReadTrackFragment(index.entry(place)->moof, track.trackId);
+    const TrackFragment fragment = readTrackFragment(index.entry(place)->moof, track.trackId);
     if (fragment.truns.empty()) continue;
     for (const mp4::TrackRunBox* run : fragment.truns) {
       if (run->sampleCount > unitsLeft) return;
@@ -36,7 +36,7 @@ AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, co
     const SampleDefaults defaults(fragment.tfhd, track.trex);
     for (const mp4::TrackRunBox* run : fragment.truns) {
       units_ += run->sampleCount;
-      ticks = addSaturated(ticks, DurationOfSamples(*run, run->sampleCount, defaults));
+      ticks = addSaturated(ticks, durationOfSamples(*run, run->sampleCount, defaults));
       if (run->hasDuration()) {
         for (std::uint32_t i = 0; i < run->sampleCount; ++i) clock.pass(run->duration(i));
       } else {
@@ -51,14 +51,14 @@ template <class Stop>
 std::optional<AudioUnit> AudioTimeline::lastBefore(FragmentIndex& index, const FragmentStart& from,
                                                    Stop stop) const {
   std::optional<AudioUnit> last;
-  const TrackFragment fragment = ReadTrackFragment(index.entry(from.fragmentIndex)->moof, track_.trackId);
+  const TrackFragment fragment = readTrackFragment(index.entry(from.fragmentIndex)->moof, track_.trackId);
   const SampleDefaults defaults(fragment.tfhd, track_.trex);
   AudioUnit unit{from.fragmentIndex, 0, 0, from.number, from.clock};
   for (const mp4::TrackRunBox* run : fragment.truns) {
     for (unit.sampleIndex = 0; unit.sampleIndex < run->sampleCount; ++unit.sampleIndex) {
       if (stop(unit)) return last;
       last = unit;
-      unit.clock.pass(SampleDuration(*run, unit.sampleIndex, defaults));
+      unit.clock.pass(durationOfSample(*run, unit.sampleIndex, defaults));
       ++unit.number;
     }
     ++unit.trunIndex;

@@ -32,7 +32,7 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
   reader.forget();
   std::uint64_t trackBytes = 0;
   for (const mp4::TrackRunBox* run : cursor.truns) {
-    trackBytes = addSaturated(trackBytes, SizeOfSamples(*run, run->sampleCount, cursor.defaults));
+    trackBytes = addSaturated(trackBytes, sizeOfSamples(*run, run->sampleCount, cursor.defaults));
   }
   const std::int64_t place = placeInData(cursor);
   const std::uint64_t size = cursor.sampleSize();
@@ -50,7 +50,7 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
     messages::reportPlain(messages::kNoCaptionMemory);
     return -1;
   }
-  if (ReadThroughWindow(index, cursor, offset, size, reader.buffer.data()) < 0) return fail();
+  if (readThroughWindow(index, cursor, offset, size, reader.buffer.data()) < 0) return fail();
   const bool boxed = size >= kBoxHeader && Mp4LoadU32(reader.buffer.data() + 4) == kCdat;
   reader.consumed = boxed ? kBoxHeader : 0;
   reader.pending = size - reader.consumed;
@@ -71,7 +71,7 @@ int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& s
     if (LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex + 1, true, cursor) < 0) return -1;
   }
   if (cursor.moof != fragment) {
-    const std::uint64_t frame = FrameOfDecodeTime(index, cursor);
+    const std::uint64_t frame = frameOfDecodeTime(index, cursor);
     start = frame > reader.ccBaseFrame ? frame - reader.ccBaseFrame : 0;
   }
   cursor.position = start;
@@ -93,7 +93,7 @@ void Cc608Reader::forget() {
 }
 
 int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader) {
-  if (SeekCc608Sample(index, frame, true, reader.cursor) < 0 || takeSample(index, reader) < 0) return -1;
+  if (seekCc608Sample(index, frame, true, reader.cursor) < 0 || takeSample(index, reader) < 0) return -1;
   reader.ccFrame = reader.cursor.position;
   while (reader.hasPair() && reader.ccFrame < frame) reader.dropPair();
   if (reader.hasPair()) return 0;
@@ -103,6 +103,6 @@ int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reade
   return 0;
 }
 
-std::uint64_t FrameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor) {
+std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor) {
   return cursor.tfdt ? framesOf(cursor.tfdt->baseMediaDecodeTime, cursor.timescale, index.frameRate()) : 0;
 }

@@ -30,4 +30,4 @@ struct Cc608Reader {
 int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader);
 
 // The video frame at a fragment's decode time: baseMediaDecodeTime in frames, truncated.
-std::uint64_t FrameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor);
+std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor);

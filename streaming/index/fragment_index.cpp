@@ -66,7 +66,7 @@ const mp4::TrackExtendsBox* FragmentIndex::trackDefaults(std::uint32_t trackId) 
   for (const IndexedTrack& track : tracks_) {
     if (track.present() && track.trackId == trackId) return track.trex;
   }
-  if (!movieDefaults_) movieDefaults_ = ReadTrackDefaults(Mp4BoxChild(root_, Mp4FourCc("moov")));
+  if (!movieDefaults_) movieDefaults_ = readTrackDefaults(Mp4BoxChild(root_, Mp4FourCc("moov")));
   const auto found = movieDefaults_->find(trackId);
   return found != movieDefaults_->end() ? found->second : nullptr;
 }
@@ -76,7 +76,7 @@ void FragmentIndex::countSamples(FragmentEntry& entry) {
   for (unsigned role = 0; role < kTrackRoles; ++role) {
     const IndexedTrack& track = tracks_[role];
     if (!track.present()) continue;
-    const Mp4Box* traf = FindTrackFragment(entry.moof, track.trackId);
+    const Mp4Box* traf = findTrackFragment(entry.moof, track.trackId);
     if (!traf) continue;
     const SampleDefaults defaults(TrackFragmentHeader(traf, track.trackId), track.trex);
     for (const Mp4Box* child = traf->first; child; child = child->next) {
@@ -85,14 +85,14 @@ void FragmentIndex::countSamples(FragmentEntry& entry) {
       switch (role) {
         case kVideoTrack:
           counts[role] += run->sampleCount;
-          largestVideoSample_ = std::max(largestVideoSample_, LargestSampleOf(*run, defaults));
+          largestVideoSample_ = std::max(largestVideoSample_, largestSampleOf(*run, defaults));
           break;
         case kAudioTrack:
-          counts[role] = addSaturated(counts[role], DurationOfSamples(*run, run->sampleCount, defaults));
+          counts[role] = addSaturated(counts[role], durationOfSamples(*run, run->sampleCount, defaults));
           break;
         default:
           counts[role] =
-              addSaturated(counts[role], CaptionFramesOf(*run, defaults, track.timescale, frameRate_));
+              addSaturated(counts[role], captionFramesOf(*run, defaults, track.timescale, frameRate_));
           break;
       }
     }

@@ -8,7 +8,7 @@ constexpr std::uint32_t kKey = 0x10000000u;
 constexpr std::uint32_t kNotKey = 0x80000000u;
 
 bool isKey(const TrackCursor& cursor, std::uint32_t sample) {
-  return SampleKeyFlag(SampleFlags(cursor.run(), sample, cursor.defaults)) == kKey;
+  return SampleKeyFlag(flagsOfSample(cursor.run(), sample, cursor.defaults)) == kKey;
 }
 
 // Whether all samples of a run after the first have the same flags.
@@ -90,7 +90,7 @@ std::uint32_t FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame, Tra
   while (!keyAtOrAfter(cursor, sample)) {
     runStart += cursor.run().sampleCount;
     cursor.sampleIndex = cursor.run().sampleCount;
-    if (AdvanceRun(index, false, cursor) != Advance::Ready) return fail();
+    if (advanceRun(index, false, cursor) != Advance::Ready) return fail();
     sample = 0;
   }
   return saturate<std::uint32_t>(runStart + sample);

@@ -35,7 +35,7 @@ class RunPlacer {
     const std::uint64_t start = run.hasDataOffset() ? offsetFromBase(run.dataOffset)
                                 : hasData_          ? dataEnd_
                                                     : index_.mediaDataStart(entry_);
-    dataEnd_ = addSaturated(start, SizeOfSamples(run, run.sampleCount, defaults));
+    dataEnd_ = addSaturated(start, sizeOfSamples(run, run.sampleCount, defaults));
     hasData_ = true;
     return start;
   }
@@ -81,7 +81,7 @@ void placePrecedingRuns(FragmentIndex& index, const FragmentEntry& entry, const 
 
 }  // namespace
 
-std::vector<std::uint64_t> PlaceRuns(FragmentIndex& index, const FragmentEntry& entry,
+std::vector<std::uint64_t> placeRuns(FragmentIndex& index, const FragmentEntry& entry,
                                      const TrackFragment& fragment, const SampleDefaults& defaults) {
   std::vector<std::uint64_t> starts;
   if (!fragment.tfhd) return starts;

@@ -10,5 +10,5 @@
 // The file offset of the first byte of each run of `fragment`, in order; all ones for a run with an invalid
 // offset. `defaults` apply to the samples of `fragment`. The preceding track fragments are examined only if
 // its position depends on them.
-std::vector<std::uint64_t> PlaceRuns(FragmentIndex& index, const FragmentEntry& entry,
+std::vector<std::uint64_t> placeRuns(FragmentIndex& index, const FragmentEntry& entry,
                                      const TrackFragment& fragment, const SampleDefaults& defaults);

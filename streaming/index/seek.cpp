@@ -78,19 +78,19 @@ int SeekAudioTime(FragmentIndex& index, std::uint64_t time, bool loadData, Track
   return seekTrack(
       index, kAudioTrack, time, loadData, cursor, messages::kNoAudioChunk, messages::kNoVideoChunk,
       [&cursor](const mp4::TrackRunBox& run) {
-        return DurationOfSamples(run, run.sampleCount, cursor.defaults);
+        return durationOfSamples(run, run.sampleCount, cursor.defaults);
       },
       [&cursor](const mp4::TrackRunBox& run, std::uint64_t rest) {
-        return SampleAtTime(run, rest, cursor.defaults);
+        return sampleAtTime(run, rest, cursor.defaults);
       });
 }
 
-int SeekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
+int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
   const FrameRate& rate = index.frameRate();
   return seekTrack(
       index, kCc608Track, frame, loadData, cursor, messages::kNoCaptionChunk, messages::kNoVideoChunk,
       [&cursor, &rate](const mp4::TrackRunBox& run) {
-        return CaptionFramesOf(run, cursor.defaults, cursor.timescale, rate);
+        return captionFramesOf(run, cursor.defaults, cursor.timescale, rate);
       },
       [&cursor, &rate](const mp4::TrackRunBox& run, std::uint64_t rest) {
         // Truncated sample durations add up to less than their run: its last sample takes the rest.

@@ -13,7 +13,7 @@ int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, bool loadData, Tra
 // The sample at `time`, in ticks of the audio track; cursor.position receives its start.
 int SeekAudioTime(FragmentIndex& index, std::uint64_t time, bool loadData, TrackCursor& cursor);
 // The CEA-608 sample at a video frame; cursor.position receives its first frame.
-int SeekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
+int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
 // The CEA-708 sample of a video frame; there is one per frame.
 int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
 

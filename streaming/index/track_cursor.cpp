@@ -28,7 +28,7 @@ void TrackCursor::clear() {
   trunIndex = 0;
 }
 
-TrackCursor MakeTrackCursor(const IndexedTrack& track) {
+TrackCursor makeTrackCursor(const IndexedTrack& track) {
   TrackCursor cursor;
   cursor.trackId = track.trackId;
   cursor.trex = track.trex;
@@ -59,11 +59,11 @@ int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_
   if (!sameFragment) {
     // Keep nothing of the previous fragment in case memory runs out here.
     cursor.truns.clear();
-    TrackFragment fragment = ReadTrackFragment(entry->moof, cursor.trackId);
+    TrackFragment fragment = readTrackFragment(entry->moof, cursor.trackId);
     cursor.tfhd = fragment.tfhd;
     cursor.tfdt = fragment.tfdt;
     cursor.defaults = SampleDefaults(cursor.tfhd, cursor.trex);
-    cursor.runOffsets = PlaceRuns(index, *entry, fragment, cursor.defaults);
+    cursor.runOffsets = placeRuns(index, *entry, fragment, cursor.defaults);
     cursor.truns = std::move(fragment.truns);
   }
   cursor.moof = entry->moof;
@@ -87,7 +87,7 @@ int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_
   return 0;
 }
 
-Advance AdvanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor) {
+Advance advanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor) {
   while (cursor.truns.empty() || cursor.atRunEnd()) {
     if (cursor.trunIndex + 1 < cursor.truns.size()) {
       if (LoadFragment(index, cursor.fragmentIndex, cursor.trunIndex + 1, loadData, cursor) < 0) {
@@ -101,12 +101,12 @@ Advance AdvanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor) {
   return Advance::Ready;
 }
 
-int ReadSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination) {
-  return ReadThroughWindow(index, cursor, addSaturated(cursor.runOffset(), cursor.sampleOffset),
+int readSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination) {
+  return readThroughWindow(index, cursor, addSaturated(cursor.runOffset(), cursor.sampleOffset),
                            cursor.sampleSize(), destination);
 }
 
-int ReadThroughWindow(FragmentIndex& index, TrackCursor& cursor, std::uint64_t offset, std::uint64_t count,
+int readThroughWindow(FragmentIndex& index, TrackCursor& cursor, std::uint64_t offset, std::uint64_t count,
                       std::uint8_t* destination) {
   if (count == 0) return 0;
   const std::uint64_t windowEnd = cursor.windowOffset + cursor.windowFill;

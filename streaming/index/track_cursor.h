@@ -39,14 +39,14 @@ struct TrackCursor {
   std::uint64_t runOffset() const { return runOffsets[trunIndex]; }
   // Whether the cursor is past the last sample of its run.
   bool atRunEnd() const { return sampleIndex >= run().sampleCount; }
-  std::uint32_t sampleSize() const { return SampleSize(run(), sampleIndex, defaults); }
-  std::uint32_t sampleDuration() const { return SampleDuration(run(), sampleIndex, defaults); }
-  std::uint32_t sampleFlags() const { return SampleFlags(run(), sampleIndex, defaults); }
+  std::uint32_t sampleSize() const { return sizeOfSample(run(), sampleIndex, defaults); }
+  std::uint32_t sampleDuration() const { return durationOfSample(run(), sampleIndex, defaults); }
+  std::uint32_t sampleFlags() const { return flagsOfSample(run(), sampleIndex, defaults); }
 
   // Moves to a sample of the current run.
   void seekToUnit(std::uint32_t sample) {
     sampleIndex = sample;
-    sampleOffset = SizeOfSamples(run(), sample, defaults);
+    sampleOffset = sizeOfSamples(run(), sample, defaults);
   }
   // Moves to the next sample of the current run.
   void nextSample() {
@@ -58,7 +58,7 @@ struct TrackCursor {
 };
 
 // A cursor for a track of the index, with no fragment loaded.
-TrackCursor MakeTrackCursor(const IndexedTrack& track);
+TrackCursor makeTrackCursor(const IndexedTrack& track);
 
 // Loads the runs of a fragment and moves to the first sample of run `trunIndex`. Allocates a data window if
 // `loadData` is set, otherwise frees it. Does nothing if `loadData` is set and the run is already loaded with
@@ -73,12 +73,12 @@ enum class Advance { Ready, NoRun, NoFragment };
 // If the cursor is past the last sample of its run, moves it to the next run with samples: of this fragment,
 // or of the next one with the track. NoRun: a run of the same fragment failed to load; NoFragment: no further
 // fragment contains the track.
-Advance AdvanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor);
+Advance advanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor);
 
 // Copies the bytes of the current sample to `destination` (sampleSize() bytes) without advancing. Returns 0,
 // or -1 if the file does not contain all of them.
-int ReadSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination);
+int readSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination);
 
 // Copies `count` bytes from a file offset through the cursor's window. Returns 0 or -1.
-int ReadThroughWindow(FragmentIndex& index, TrackCursor& cursor, std::uint64_t offset, std::uint64_t count,
+int readThroughWindow(FragmentIndex& index, TrackCursor& cursor, std::uint64_t offset, std::uint64_t count,
                       std::uint8_t* destination);

@@ -1,6 +1,6 @@
 #include "streaming/index/track_defaults.h"
 
-TrackDefaults ReadTrackDefaults(Mp4Box* movie) {
+TrackDefaults readTrackDefaults(Mp4Box* movie) {
   TrackDefaults defaults;
   const Mp4Box* const extends = Mp4BoxChild(movie, Mp4FourCc("mvex"));
   for (const Mp4Box* child = extends ? extends->first : nullptr; child; child = child->next) {
@@ -9,7 +9,7 @@ TrackDefaults ReadTrackDefaults(Mp4Box* movie) {
   return defaults;
 }
 
-const mp4::TrackExtendsBox* DefaultsOfTrack(const TrackDefaults& defaults, std::uint32_t trackId) {
+const mp4::TrackExtendsBox* defaultsOfTrack(const TrackDefaults& defaults, std::uint32_t trackId) {
   const auto found = defaults.find(trackId);
   return found == defaults.end() ? nullptr : found->second;
 }

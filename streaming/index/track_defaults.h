@@ -11,7 +11,7 @@
 using TrackDefaults = std::map<std::uint32_t, const mp4::TrackExtendsBox*>;
 
 // The defaults in a "moov", the first per track; empty for null.
-TrackDefaults ReadTrackDefaults(Mp4Box* movie);
+TrackDefaults readTrackDefaults(Mp4Box* movie);
 
 // Those of one track; null when it has none.
-const mp4::TrackExtendsBox* DefaultsOfTrack(const TrackDefaults& defaults, std::uint32_t trackId);
+const mp4::TrackExtendsBox* defaultsOfTrack(const TrackDefaults& defaults, std::uint32_t trackId);

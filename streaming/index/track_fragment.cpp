@@ -39,7 +39,7 @@ SampleDefaults::SampleDefaults(const mp4::TrackFragmentHeaderBox* tfhd, const mp
   }
 }
 
-Mp4Box* FindTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
+Mp4Box* findTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   for (Mp4Box* child = moof->first; child; child = child->next) {
     if (child->type == kTraf && acceptingHeader(child, trackId)) return child;
   }
@@ -54,9 +54,9 @@ const mp4::TrackRunBox* TrackRun(const Mp4Box* child) {
   return child->type == kTrun ? Mp4PayloadOf<mp4::TrackRunBox>(child) : nullptr;
 }
 
-TrackFragment ReadTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
+TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   TrackFragment fragment;
-  fragment.traf = FindTrackFragment(moof, trackId);
+  fragment.traf = findTrackFragment(moof, trackId);
   if (!fragment.traf) return fragment;
   fragment.tfhd = TrackFragmentHeader(fragment.traf, trackId);
   for (const Mp4Box* child = fragment.traf->first; child; child = child->next) {
@@ -69,16 +69,16 @@ TrackFragment ReadTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   return fragment;
 }
 
-std::uint64_t DurationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
+std::uint64_t durationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
   if (!run.hasDuration()) return std::uint64_t{count} * d.duration;
   std::uint64_t sum = 0;
   for (std::uint32_t i = 0; i < count; ++i) sum += run.duration(i);
   return sum;
 }
 
-std::uint64_t CaptionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
+std::uint64_t captionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
                               const FrameRate& rate) {
-  if (!run.hasDuration()) return framesOf(DurationOfSamples(run, run.sampleCount, d), timescale, rate);
+  if (!run.hasDuration()) return framesOf(durationOfSamples(run, run.sampleCount, d), timescale, rate);
   std::uint64_t frames = 0;
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
     frames = addSaturated(frames, framesOf(run.duration(i), timescale, rate));
@@ -86,21 +86,21 @@ std::uint64_t CaptionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults&
   return frames;
 }
 
-std::uint64_t SizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
+std::uint64_t sizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
   if (!run.hasSize()) return std::uint64_t{count} * d.size;
   std::uint64_t sum = 0;
   for (std::uint32_t i = 0; i < count; ++i) sum += run.size(i);
   return sum;
 }
 
-std::uint32_t LargestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d) {
+std::uint32_t largestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d) {
   if (!run.hasSize()) return run.sampleCount ? d.size : 0;
   std::uint32_t largest = 0;
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) largest = std::max(largest, run.size(i));
   return largest;
 }
 
-SamplePosition SampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d) {
+SamplePosition sampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d) {
   SamplePosition position;
   if (!run.hasDuration()) {
     position.index = d.duration ? saturate<std::uint32_t>(time / d.duration) : run.sampleCount;

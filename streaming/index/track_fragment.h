@@ -28,9 +28,9 @@ struct SampleDefaults {
 // The `traf` of a track in a `moof`, or null. A `traf` belongs to the track when one of its `tfhd` names
 // it; a `tfhd` that is the last child of its `traf` is taken whatever track it names (quirk 14), and
 // one without payload rejects its `traf`.
-Mp4Box* FindTrackFragment(const Mp4Box* moof, std::uint32_t trackId);
+Mp4Box* findTrackFragment(const Mp4Box* moof, std::uint32_t trackId);
 
-// The header that assigns a `traf` found by FindTrackFragment to the track; null if it has none.
+// The header that assigns a `traf` found by findTrackFragment to the track; null if it has none.
 const mp4::TrackFragmentHeaderBox* TrackFragmentHeader(const Mp4Box* traf, std::uint32_t trackId);
 
 // The run in a child of a `traf`, or null if the child is another box.
@@ -45,39 +45,40 @@ struct TrackFragment {
 };
 
 // Finds the track's part; all empty if the fragment has none.
-TrackFragment ReadTrackFragment(const Mp4Box* moof, std::uint32_t trackId);
+TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId);
 
 // The duration of sample `index` of a run, ticks of the track.
-inline std::uint32_t SampleDuration(const mp4::TrackRunBox& run, std::uint32_t index,
-                                    const SampleDefaults& d) {
+inline std::uint32_t durationOfSample(const mp4::TrackRunBox& run, std::uint32_t index,
+                                      const SampleDefaults& d) {
   return run.hasDuration() ? run.duration(index) : d.duration;
 }
 
 // The size of sample `index` of a run, bytes.
-inline std::uint32_t SampleSize(const mp4::TrackRunBox& run, std::uint32_t index, const SampleDefaults& d) {
+inline std::uint32_t sizeOfSample(const mp4::TrackRunBox& run, std::uint32_t index, const SampleDefaults& d) {
   return run.hasSize() ? run.size(index) : d.size;
 }
 
 // The flags of sample `index` of a run (ISO/IEC 14496-12, 8.8.3.1).
-inline std::uint32_t SampleFlags(const mp4::TrackRunBox& run, std::uint32_t index, const SampleDefaults& d) {
+inline std::uint32_t flagsOfSample(const mp4::TrackRunBox& run, std::uint32_t index,
+                                   const SampleDefaults& d) {
   if (index == 0 && run.hasFirstSampleFlags()) return run.firstSampleFlags;
   return run.hasFlags() ? run.sampleFlags(index) : d.flags;
 }
 
 // The total duration of the first `count` samples of a run; constant time for a run whose samples have no
 // durations of their own.
-std::uint64_t DurationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
+std::uint64_t durationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
 
 // The duration of a caption run in video frames: truncated per sample if the samples have durations of their
 // own, otherwise truncated once.
-std::uint64_t CaptionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
+std::uint64_t captionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
                               const FrameRate& rate);
 
 // The total size of the first `count` samples of a run; likewise.
-std::uint64_t SizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
+std::uint64_t sizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
 
 // The largest sample size in a run.
-std::uint32_t LargestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d);
+std::uint32_t largestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d);
 
 // The sample of a run at a given time.
 struct SamplePosition {
@@ -86,4 +87,4 @@ struct SamplePosition {
 };
 
 // The first sample of a run that ends more than `time` ticks after the start of the run.
-SamplePosition SampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d);
+SamplePosition sampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d);

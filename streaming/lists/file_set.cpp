@@ -31,13 +31,13 @@ struct BaseName {
 
 // The file that a manifest refers to. Unencoded names in manifests are accepted too.
 std::string mediaBeside(const std::string& folder, const std::string& reference) {
-  const std::string path = folder + NameOfUri(reference), bare = folder + reference;
+  const std::string path = folder + nameOfUri(reference), bare = folder + reference;
   return vlOSFileExists(bare.c_str()) && !vlOSFileExists(path.c_str()) ? bare : path;
 }
 
 }  // namespace
 
-FileSet FindFileSet(const char* name, bool audioOnly) {
+FileSet findFileSet(const char* name, bool audioOnly) {
   const auto contains = [name](const char* part) { return std::strstr(name, part) != nullptr; };
   const BaseName base(name);
   FileSet files;
@@ -58,10 +58,10 @@ FileSet FindFileSet(const char* name, bool audioOnly) {
   return files;
 }
 
-std::optional<Manifest> LoadManifest(FileSet& files) {
+std::optional<Manifest> loadManifest(FileSet& files) {
   tinyxml2::XMLDocument document;
-  if (files.manifest.empty() || !LoadManifestDocument(files.manifest.c_str(), document)) return std::nullopt;
-  std::optional<Manifest> manifest = ReadManifest(document);
+  if (files.manifest.empty() || !loadManifestDocument(files.manifest.c_str(), document)) return std::nullopt;
+  std::optional<Manifest> manifest = readManifest(document);
   if (!manifest) return manifest;
   const BaseName base(files.manifest.c_str());
   const std::string folder = std::string(base.drive) + base.directory;

@@ -16,8 +16,8 @@ struct FileSet {
 // Finds them by name: the media files next to a manifest, and the manifest next to a media file. Kinds are
 // recognised by case-sensitive substrings of the full name: a.mp4.bak is a video file. `audioOnly` treats the
 // name as the audio file.
-FileSet FindFileSet(const char* name, bool audioOnly);
+FileSet findFileSet(const char* name, bool audioOnly);
 
 // Reads the manifest of the set; the media files that it refers to replace those found by name. Returns
 // nullopt if there is no manifest or it contains nothing usable; the media files are then used on their own.
-std::optional<Manifest> LoadManifest(FileSet& files);
+std::optional<Manifest> loadManifest(FileSet& files);

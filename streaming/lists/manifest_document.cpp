@@ -61,12 +61,12 @@ std::size_t mostDocumentBytes(std::string_view text) {
 
 }  // namespace
 
-bool ParseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document) {
+bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document) {
   return text.size() <= kMaxManifestBytes && mostDocumentBytes(text) <= kMaxDocumentBytes &&
          !hasTooManyAttributes(text) && document.Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS;
 }
 
-bool LoadManifestDocument(const char* path, tinyxml2::XMLDocument& document) {
+bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document) {
   Mp4Stream file;
   const VLHANDLE handle = file.open(path, MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return false;
@@ -75,5 +75,5 @@ bool LoadManifestDocument(const char* path, tinyxml2::XMLDocument& document) {
   std::vector<char> text(static_cast<std::size_t>(size));
   const auto count = static_cast<std::int64_t>(size);
   return file.read(text.data(), count) == count &&
-         ParseManifestDocument({text.data(), text.size()}, document);
+         parseManifestDocument({text.data(), text.size()}, document);
 }

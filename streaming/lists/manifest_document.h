@@ -13,7 +13,7 @@ inline constexpr std::size_t kMaxDocumentBytes = 192u << 20;
 
 // Parses a text into `document`. Returns whether it is well-formed, within the limits on size and memory, and
 // without elements that have an excessive number of attributes.
-bool ParseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document);
+bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document);
 
-// Loads `path` into `document`. Returns whether the file was read and ParseManifestDocument succeeded.
-bool LoadManifestDocument(const char* path, tinyxml2::XMLDocument& document);
+// Loads `path` into `document`. Returns whether the file was read and parseManifestDocument succeeded.
+bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document);

@@ -32,7 +32,7 @@ struct Selection {
 };
 
 bool isType(const char* mimeType, const char* type) {
-  return mimeType && EqualsIgnoringCase(mimeType, type);
+  return mimeType && equalsIgnoringCase(mimeType, type);
 }
 
 // Selects the representations that specify their own type.
@@ -164,7 +164,7 @@ FrameRate decimalNumber(std::string_view text) {
 
 }  // namespace
 
-FrameRate ParseFrameRate(const char* text) {
+FrameRate parseFrameRate(const char* text) {
   if (!text) return {};
   const std::string_view whole(text);
   const std::size_t slash = whole.find('/');
@@ -174,7 +174,7 @@ FrameRate ParseFrameRate(const char* text) {
                     std::uint64_t{first.denominator} * second.numerator);
 }
 
-std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document) {
+std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document) {
   const XMLElement* root = document.FirstChildElement("MPD");
   const XMLElement* period = root ? root->FirstChildElement("Period") : nullptr;
   if (!period || !period->FirstChildElement("AdaptationSet")) return std::nullopt;
@@ -182,7 +182,7 @@ std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document) {
   Manifest manifest;
   manifest.video = readTrack(selection.video);
   manifest.audio = readTrack(selection.audio);
-  manifest.frameRate = ParseFrameRate(selection.video.attribute("frameRate"));
+  manifest.frameRate = parseFrameRate(selection.video.attribute("frameRate"));
   manifest.width = wholeNumberOf(selection.video.attribute("width"));
   manifest.height = wholeNumberOf(selection.video.attribute("height"));
   manifest.audioSamplingRate = wholeNumberOf(selection.audio.attribute("audioSamplingRate"));

@@ -31,8 +31,8 @@ struct Manifest {
 };
 
 // Reads a manifest. Returns nullopt if the document has no "MPD" with a "Period" and an "AdaptationSet".
-std::optional<Manifest> ReadManifest(const tinyxml2::XMLDocument& document);
+std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document);
 
 // A frame rate as text, "30000/1001" or "29.97", with any number of decimals; unknown if it is not a number.
 // Rounded if 32-bit terms cannot hold it exactly: 24.999999999999996 is 25/1. Independent of the locale.
-FrameRate ParseFrameRate(const char* text);
+FrameRate parseFrameRate(const char* text);

@@ -62,13 +62,13 @@ std::string masterPlaylistText(const MasterPlaylist& master) {
     rate.peak += audio.peak;
     rate.average += audio.average;
     text << "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"audio\",NAME=\"Audio\",DEFAULT=YES,AUTOSELECT=YES,URI=\""
-         << UriOfName(master.audio->name) << "\"\n";
+         << uriOfName(master.audio->name) << "\"\n";
   }
   text << "#EXT-X-STREAM-INF:BANDWIDTH=" << std::llround(std::ceil(rate.peak))
        << ",AVERAGE-BANDWIDTH=" << std::llround(std::ceil(rate.average)) << ",CODECS=\"" << master.codecs
        << "\",RESOLUTION=" << master.width << 'x' << master.height << ",FRAME-RATE=" << std::fixed
        << std::setprecision(3) << master.framesPerSecond;
   if (master.audio) text << ",AUDIO=\"audio\"";
-  text << '\n' << UriOfName(master.video.name) << '\n';
+  text << '\n' << uriOfName(master.video.name) << '\n';
   return text.str();
 }

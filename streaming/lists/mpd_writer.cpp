@@ -66,7 +66,7 @@ class Xml {
 // From the end of the representation's attributes to the position of its first segment.
 void beginSegmentList(Xml& xml, const MpdSegments& segments) {
   xml.add(">\n");
-  xml.line(4, "<BaseURL>").content(UriOfName(segments.mediaName)).add("</BaseURL>\n");
+  xml.line(4, "<BaseURL>").content(uriOfName(segments.mediaName)).add("</BaseURL>\n");
   xml.line(4, "<SegmentList").attribute("timescale", segments.timescale);
   xml.attribute("duration", segments.duration).add(">\n");
   xml.line(5, "<Initialization").attribute("range", "0-" + std::to_string(segments.initialisationEnd));
@@ -91,7 +91,7 @@ void appendNumber(std::string& text, std::uint64_t value) {
 
 }  // namespace
 
-std::string DurationText(std::uint64_t frames, const FrameRate& rate) {
+std::string durationText(std::uint64_t frames, const FrameRate& rate) {
   const double seconds = static_cast<double>(frames) / rate.value();
   const auto hours = static_cast<std::uint64_t>(seconds / 3600);
   const auto minutes = static_cast<std::uint64_t>(std::fmod(seconds, 3600) / 60);
@@ -99,7 +99,7 @@ std::string DurationText(std::uint64_t frames, const FrameRate& rate) {
          fixedText(std::fmod(std::fmod(seconds, 3600), 60), 2) + "S";
 }
 
-MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio) {
+MpdWriter::List MpdWriter::beginVideo(const MpdVideo& video, bool separateAudio) {
   std::array<std::string, Count> text;
   Xml start;
   start.line(0, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
@@ -113,7 +113,7 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   Xml xml;
   xml.add("\"").attribute("availabilityStartTime", video.startTime);
   xml.attribute("publishTime", video.startTime).add(">\n");
-  xml.line(1, "<Period").attribute("start", DurationText(0, video.rate)).attribute("id", 1).add(">\n");
+  xml.line(1, "<Period").attribute("start", durationText(0, video.rate)).attribute("id", 1).add(">\n");
   xml.line(2, "<AdaptationSet>\n");
   xml.line(3, "<Representation").attribute("id", 1).attribute("mimeType", "video/mp4");
   std::string codecs = "avc1." + hexByte(video.profile) + "00" + hexByte(video.level);
@@ -139,7 +139,7 @@ MpdWriter::List MpdWriter::BeginVideo(const MpdVideo& video, bool separateAudio)
   return List::Video;
 }
 
-MpdWriter::List MpdWriter::BeginAudio(const MpdAudio& audio) {
+MpdWriter::List MpdWriter::beginAudio(const MpdAudio& audio) {
   if (!hasVideo_) return List::Audio;
   Xml xml;
   endSegmentList(xml);
@@ -165,7 +165,7 @@ std::string* MpdWriter::segmentsOf(List list) {
   return hasAudio_ ? &text_[AudioSegments] : nullptr;
 }
 
-void MpdWriter::ReserveSegment(List list) {
+void MpdWriter::reserveSegment(List list) {
   std::string* const segments = segmentsOf(list);
   if (!segments || segments->capacity() - segments->size() >= kMaxSegmentLine) return;
   segments->reserve(segments->size() * 2 + kMaxSegmentLine);
@@ -174,7 +174,7 @@ void MpdWriter::ReserveSegment(List list) {
 void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd) {
   std::string* const segments = segmentsOf(list);
   if (!segments) return;
-  ReserveSegment(list);
+  reserveSegment(list);
   segments->append("                    <SegmentURL mediaRange=\"");
   appendNumber(*segments, start);
   segments->append("-");
@@ -188,7 +188,7 @@ void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, st
 }
 
 void MpdWriter::SetDuration(std::uint64_t frames) {
-  if (hasVideo_) text_[Duration] = DurationText(frames, rate_);
+  if (hasVideo_) text_[Duration] = durationText(frames, rate_);
 }
 
 MpdWriter::Pieces MpdWriter::pieces() const {

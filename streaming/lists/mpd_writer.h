@@ -12,7 +12,7 @@
 #include "os/replace_file.h"
 
 // A duration in frames as text: "PT1H2M3.45S".
-std::string DurationText(std::uint64_t frames, const FrameRate& rate);
+std::string durationText(std::uint64_t frames, const FrameRate& rate);
 
 // The properties common to the segment lists of all media files.
 struct MpdSegments {
@@ -59,12 +59,12 @@ class MpdWriter {
 
   // Starts the manifest with the video file; `separateAudio` reserves space for an audio file's adaptation
   // set. Call once.
-  List BeginVideo(const MpdVideo& video, bool separateAudio);
-  // Starts the audio file's part; requires BeginVideo() with `separateAudio`.
-  List BeginAudio(const MpdAudio& audio);
+  List beginVideo(const MpdVideo& video, bool separateAudio);
+  // Starts the audio file's part; requires beginVideo() with `separateAudio`.
+  List beginAudio(const MpdAudio& audio);
 
   // Reserves memory for one more segment in `list`, so that adding it cannot fail.
-  void ReserveSegment(List list);
+  void reserveSegment(List list);
   // Adds the segment [start, end) of the list's media file; the segment's index ends before `indexEnd`.
   void AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd);
 

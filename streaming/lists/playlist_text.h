@@ -14,14 +14,14 @@ struct PlaylistSettings {
 };
 
 // The start of a media file's playlist.
-std::string PlaylistHeader(const PlaylistSettings& settings);
+std::string playlistHeader(const PlaylistSettings& settings);
 // The header line that specifies the media file, up to the end of its name.
-std::string PlaylistMapLine(const std::string& mediaName);
+std::string playlistMapLine(const std::string& mediaName);
 // The segment at bytes [start, end) of the media file, with a duration of `positions` media units.
-std::string PlaylistEntry(const PlaylistSettings& settings, std::uint64_t positions, std::uint64_t start,
+std::string playlistEntry(const PlaylistSettings& settings, std::uint64_t positions, std::uint64_t start,
                           std::uint64_t end);
 // The end of the playlist of a finished recording.
 inline constexpr char kPlaylistEnd[] = "#EXT-X-ENDLIST\n";
 
 // The maximum segment duration apart from rounding, in seconds.
-std::uint32_t PlaylistTargetDuration(std::uint64_t segmentLength, double rate);
+std::uint32_t playlistTargetDuration(std::uint64_t segmentLength, double rate);

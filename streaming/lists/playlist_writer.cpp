@@ -22,13 +22,13 @@ void PlaylistWriter::Start(const std::string& path, const PlaylistSettings& sett
   settings_ = settings;
   lastEnd_ = 0;
   writtenBytes_ = 0;
-  const std::string header = PlaylistHeader(settings);
+  const std::string header = playlistHeader(settings);
   file_.reset(create(path_));
   append(header);
 }
 
 void PlaylistWriter::AddSegment(std::uint64_t endPosition, std::uint64_t start, std::uint64_t end) {
-  append(PlaylistEntry(settings_, endPosition - lastEnd_, start, end));
+  append(playlistEntry(settings_, endPosition - lastEnd_, start, end));
   lastEnd_ = endPosition;
 }
 

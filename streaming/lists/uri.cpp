@@ -15,7 +15,7 @@ unsigned valueOf(char digit) {
 
 }  // namespace
 
-std::string UriOfName(std::string_view name) {
+std::string uriOfName(std::string_view name) {
   std::string uri;
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
@@ -28,7 +28,7 @@ std::string UriOfName(std::string_view name) {
   return uri;
 }
 
-std::string NameOfUri(std::string_view uri) {
+std::string nameOfUri(std::string_view uri) {
   std::string name;
   for (std::size_t i = 0; i < uri.size(); ++i) {
     const bool triplet =

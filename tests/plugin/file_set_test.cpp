@@ -11,7 +11,7 @@ struct Folder : TempFolder {
     for (const char* name : names) writeFile(file(name), {});
   }
   FileSet find(const char* name, bool audioOnly = false) const {
-    return FindFileSet(file(name).c_str(), audioOnly);
+    return findFileSet(file(name).c_str(), audioOnly);
   }
 };
 

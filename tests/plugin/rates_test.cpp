@@ -4,7 +4,7 @@
 
 TEST(ReduceRate, DividesOnceByAHundredOrByTen) {
   const auto reduced = [](std::int64_t rate, std::int64_t scale) {
-    const RateScale value = ReduceRate({rate, scale});
+    const RateScale value = reduceRate({rate, scale});
     return std::pair(value.rate, value.scale);
   };
   EXPECT_EQ(reduced(30000, 1001), std::pair(std::int64_t{30000}, std::int64_t{1001}));
@@ -48,22 +48,22 @@ TEST(SnapFrameRate, FollowsTheTableGapsIncluded) {
       {{120000, 1001}, 11900, 100},
   };
   for (const auto& row : rows) {
-    const FrameRate snapped = SnapFrameRate(row.nominal);
+    const FrameRate snapped = snapFrameRate(row.nominal);
     EXPECT_EQ(snapped.numerator, row.rate) << row.nominal.value();
     EXPECT_EQ(snapped.denominator, row.scale) << row.nominal.value();
   }
 }
 
 TEST(TimecodeRateOf, KnowsTheBroadcastRates) {
-  EXPECT_EQ(TimecodeRateOf(24), 1u);
-  EXPECT_EQ(TimecodeRateOf(24000), 128u);
-  EXPECT_EQ(TimecodeRateOf(2398), 128u);
-  EXPECT_EQ(TimecodeRateOf(25), 8u);
-  EXPECT_EQ(TimecodeRateOf(50), 8u);
-  EXPECT_EQ(TimecodeRateOf(30), 2u);
-  EXPECT_EQ(TimecodeRateOf(60), 2u);
-  EXPECT_EQ(TimecodeRateOf(30000), 4u);
-  EXPECT_EQ(TimecodeRateOf(60000), 4u);
-  EXPECT_EQ(TimecodeRateOf(2997), 4u);
-  EXPECT_EQ(TimecodeRateOf(12000), 1u);
+  EXPECT_EQ(timecodeRateOf(24), 1u);
+  EXPECT_EQ(timecodeRateOf(24000), 128u);
+  EXPECT_EQ(timecodeRateOf(2398), 128u);
+  EXPECT_EQ(timecodeRateOf(25), 8u);
+  EXPECT_EQ(timecodeRateOf(50), 8u);
+  EXPECT_EQ(timecodeRateOf(30), 2u);
+  EXPECT_EQ(timecodeRateOf(60), 2u);
+  EXPECT_EQ(timecodeRateOf(30000), 4u);
+  EXPECT_EQ(timecodeRateOf(60000), 4u);
+  EXPECT_EQ(timecodeRateOf(2997), 4u);
+  EXPECT_EQ(timecodeRateOf(12000), 1u);
 }

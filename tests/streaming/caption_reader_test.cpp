@@ -176,7 +176,7 @@ void expectNoDrift(std::uint32_t timescale, std::uint32_t framesPerSecond) {
     EXPECT_EQ(reader.ccFrame, frame);
     EXPECT_EQ(Bytes(reader.pair(), reader.pair() + 2), u16(frame)) << frame;
   }
-  EXPECT_EQ(FrameOfDecodeTime(index, reader.cursor), last / framesPerSecond * framesPerSecond);
+  EXPECT_EQ(frameOfDecodeTime(index, reader.cursor), last / framesPerSecond * framesPerSecond);
 }
 
 TEST(Cc608Reader, CaptionsOfA2997RecordingDoNotDriftOverADay) {

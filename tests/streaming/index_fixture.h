@@ -42,7 +42,7 @@ struct IndexedFile {
     index->Build();
     return *index;
   }
-  TrackCursor cursor(TrackRole role) const { return MakeTrackCursor(tracks[role]); }
+  TrackCursor cursor(TrackRole role) const { return makeTrackCursor(tracks[role]); }
 };
 
 // A video fragment of `frames` frames of 10 bytes each, the first a key frame.

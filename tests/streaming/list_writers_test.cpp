@@ -26,12 +26,12 @@ std::string textOf(const std::string& path) {
 // ---- Durations --------------------------------------------------------------------------------------
 
 TEST(DurationText, CountsHoursMinutesAndHundredths) {
-  EXPECT_EQ(DurationText(0, {30000, 1001}), "PT0H0M0.00S");
-  EXPECT_EQ(DurationText(5400, {30, 1}), "PT0H3M0.00S");
-  EXPECT_EQ(DurationText(5400, {30000, 1000}), "PT0H3M0.00S");
-  EXPECT_EQ(DurationText(1, {30000, 1001}), "PT0H0M0.03S");
-  EXPECT_EQ(DurationText(107892, {30000, 1001}), "PT0H59M60.00S") << "rounded to two decimals";
-  EXPECT_EQ(DurationText(25u * 86400, {25, 1}), "PT24H0M0.00S");
+  EXPECT_EQ(durationText(0, {30000, 1001}), "PT0H0M0.00S");
+  EXPECT_EQ(durationText(5400, {30, 1}), "PT0H3M0.00S");
+  EXPECT_EQ(durationText(5400, {30000, 1000}), "PT0H3M0.00S");
+  EXPECT_EQ(durationText(1, {30000, 1001}), "PT0H0M0.03S");
+  EXPECT_EQ(durationText(107892, {30000, 1001}), "PT0H59M60.00S") << "rounded to two decimals";
+  EXPECT_EQ(durationText(25u * 86400, {25, 1}), "PT24H0M0.00S");
 }
 
 // ---- Playlists --------------------------------------------------------------------------------------
@@ -94,12 +94,12 @@ TEST(PlaylistWriter, IgnoresCallsWithoutAFile) {
 }
 
 TEST(PlaylistText, RoundsAndSaturatesItsTargetDuration) {
-  EXPECT_EQ(PlaylistTargetDuration(300, 30000.0 / 1001), 10u);
-  EXPECT_EQ(PlaylistTargetDuration(481280, 48000), 10u);
-  EXPECT_EQ(PlaylistTargetDuration(14, 30), 0u);
-  EXPECT_EQ(PlaylistTargetDuration(15, 30), 1u);
-  EXPECT_EQ(PlaylistTargetDuration(0, 30), 0u);
-  EXPECT_EQ(PlaylistTargetDuration(~0ull, 1), 0xFFFFFFFFu);
+  EXPECT_EQ(playlistTargetDuration(300, 30000.0 / 1001), 10u);
+  EXPECT_EQ(playlistTargetDuration(481280, 48000), 10u);
+  EXPECT_EQ(playlistTargetDuration(14, 30), 0u);
+  EXPECT_EQ(playlistTargetDuration(15, 30), 1u);
+  EXPECT_EQ(playlistTargetDuration(0, 30), 0u);
+  EXPECT_EQ(playlistTargetDuration(~0ull, 1), 0xFFFFFFFFu);
 }
 
 // ---- Manifests --------------------------------------------------------------------------------------
@@ -118,8 +118,8 @@ MpdVideo video() {
 
 TEST(MpdWriter, WritesVideoAndAudioSetsInOrder) {
   MpdWriter manifest("");
-  const MpdWriter::List pictures = manifest.BeginVideo(video(), true);
-  const MpdWriter::List sounds = manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  const MpdWriter::List pictures = manifest.beginVideo(video(), true);
+  const MpdWriter::List sounds = manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
   manifest.AddSegment(sounds, 661, 2181, 813);
   manifest.AddSegment(pictures, 701, 4305, 853);
   manifest.AddSegment(pictures, 4305, 6000000000, 4457);
@@ -161,7 +161,7 @@ TEST(MpdWriter, NamesTheAudioOfTheSameFile) {
   MpdVideo both = video();
   both.sound = {0x40, 44100};
   MpdWriter manifest("");
-  manifest.BeginVideo(both, false);
+  manifest.beginVideo(both, false);
   EXPECT_THAT(manifest.Text(), HasSubstr("codecs=\"avc1.64001e,mp4a.40.02\""));
   EXPECT_THAT(manifest.Text(), HasSubstr("bandwidth=\"0\" audioSamplingRate=\"44100\">"));
   EXPECT_THAT(manifest.Text(), HasSubstr("mediaPresentationDuration=\"PT0S\""))
@@ -171,7 +171,7 @@ TEST(MpdWriter, NamesTheAudioOfTheSameFile) {
 
 TEST(MpdWriter, HasAnEmptySetForAudioThatNeverComes) {
   MpdWriter manifest("");
-  manifest.BeginVideo(video(), true);
+  manifest.beginVideo(video(), true);
   EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));
 }
 
@@ -180,7 +180,7 @@ TEST(MpdWriter, WritesMarkupAsReferencesAndNamesAsUris) {
   named.segments.mediaName = "a<b>&\"c'.m4v";
   named.startTime = "<&\"'>";
   MpdWriter manifest("");
-  manifest.BeginVideo(named, false);
+  manifest.beginVideo(named, false);
   EXPECT_THAT(manifest.Text(), HasSubstr("<BaseURL>a%3Cb%3E&amp;%22c'.m4v</BaseURL>"));
   EXPECT_THAT(manifest.Text(), HasSubstr("publishTime=\"&lt;&amp;&quot;&apos;&gt;\""));
 }
@@ -188,12 +188,12 @@ TEST(MpdWriter, WritesMarkupAsReferencesAndNamesAsUris) {
 TEST(MpdWriter, IgnoresListsThatHaveNotBegun) {
   MpdWriter manifest("");
   manifest.SetDuration(30);
-  manifest.ReserveSegment(MpdWriter::List::Video);
+  manifest.reserveSegment(MpdWriter::List::Video);
   manifest.AddSegment(MpdWriter::List::Video, 1, 2, 3);
   manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
-  manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
   EXPECT_EQ(manifest.Text(), "");
-  manifest.BeginVideo(video(), true);
+  manifest.beginVideo(video(), true);
   const std::string begun = manifest.Text();
   manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
   EXPECT_EQ(manifest.Text(), begun);
@@ -202,8 +202,8 @@ TEST(MpdWriter, IgnoresListsThatHaveNotBegun) {
 // Running out of memory at the beginning leaves a manifest that ignores all calls and can begin again.
 TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
   MpdWriter whole("");
-  whole.BeginVideo(video(), true);
-  whole.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  whole.beginVideo(video(), true);
+  whole.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
   unsigned failed = 0;
   for (bool met = true; met; ++failed) {
     MpdWriter manifest("");
@@ -211,8 +211,8 @@ TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
     {
       const FailingNewAt failing(failed);
       try {
-        manifest.BeginVideo(video(), true);
-        manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+        manifest.beginVideo(video(), true);
+        manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
       } catch (const std::bad_alloc&) {
       }
       met = failing.met();
@@ -220,8 +220,8 @@ TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
     if (!met) break;
     manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
     EXPECT_THAT(manifest.Text(), Not(HasSubstr("SegmentURL"))) << failed;
-    manifest.BeginVideo(video(), true);
-    manifest.BeginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+    manifest.beginVideo(video(), true);
+    manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
     EXPECT_EQ(manifest.Text(), whole.Text()) << failed;
   }
   EXPECT_GT(failed, 20u);
@@ -230,7 +230,7 @@ TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
 TEST(MpdWriter, AddingASegmentAndSavingAllocateLittle) {
   const TempFolder folder;
   MpdWriter manifest(folder.file("out.mpd"));
-  const MpdWriter::List list = manifest.BeginVideo(video(), false);
+  const MpdWriter::List list = manifest.beginVideo(video(), false);
   const CountingNew counting;
   constexpr std::uint64_t kSegments = 10000;
   for (std::uint64_t i = 0; i < kSegments; ++i) {
@@ -251,7 +251,7 @@ TEST(MpdWriter, SavesOnlyOnceBegun) {
   manifest.SetDuration(10);
   manifest.Save(os::Durability::NewContent);
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "not begun";
-  const MpdWriter::List list = manifest.BeginVideo(video(), false);
+  const MpdWriter::List list = manifest.beginVideo(video(), false);
   manifest.Save(os::Durability::NewContent);
   EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
   manifest.AddSegment(list, 701, 4305, 853);

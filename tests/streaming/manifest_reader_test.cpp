@@ -14,7 +14,7 @@ using testing::ElementsAre;
 std::optional<Manifest> read(const std::string& text) {
   tinyxml2::XMLDocument document;
   EXPECT_EQ(document.Parse(text.c_str()), tinyxml2::XML_SUCCESS);
-  return ReadManifest(document);
+  return readManifest(document);
 }
 std::optional<Manifest> readSets(const std::string& sets) {
   return read("<MPD mediaPresentationDuration=\"PT9S\"><Period>" + sets + "</Period></MPD>");
@@ -162,7 +162,7 @@ struct RateText {
 
 bool parses(const std::string& text) {
   tinyxml2::XMLDocument document;
-  return ParseManifestDocument(text, document);
+  return parseManifestDocument(text, document);
 }
 std::string attributes(int count) {
   std::string text;
@@ -227,7 +227,7 @@ TEST(ParseFrameRate, TakesFractionsAndPlainNumbers) {
        {RateText{"30000/1001", 30000, 1001}, RateText{"25", 25, 1}, RateText{"29.97", 2997, 100},
         RateText{"24/1", 24, 1}, RateText{"59.940", 2997, 50}, RateText{"119.88/2", 2997, 50},
         RateText{"50/2", 25, 1}}) {
-    const FrameRate rate = ParseFrameRate(c.text);
+    const FrameRate rate = parseFrameRate(c.text);
     EXPECT_EQ(rate.numerator, c.numerator) << c.text;
     EXPECT_EQ(rate.denominator, c.denominator) << c.text;
   }
@@ -240,7 +240,7 @@ TEST(ParseFrameRate, TakesAnyNumberOfDecimals) {
         RateText{"59.94005994005994005994005994005994005994", 60000, 1001}, RateText{"1.0000000001", 1, 1},
         RateText{"4294967295.99999999999999999999", 4294967295, 1}, RateText{"0000000025.5", 51, 2},
         RateText{".5", 1, 2}}) {
-    const FrameRate rate = ParseFrameRate(c.text);
+    const FrameRate rate = parseFrameRate(c.text);
     EXPECT_EQ(rate.numerator, c.numerator) << c.text;
     EXPECT_EQ(rate.denominator, c.denominator) << c.text;
   }
@@ -248,7 +248,7 @@ TEST(ParseFrameRate, TakesAnyNumberOfDecimals) {
 
 TEST(ParseFrameRate, TakesWhiteSpaceAroundItsNumbers) {
   for (const char* text : {" 30000/1001", "30000/1001\n", "\t30000 / 1001\r\n"}) {
-    const FrameRate rate = ParseFrameRate(text);
+    const FrameRate rate = parseFrameRate(text);
     EXPECT_EQ(rate.numerator, 30000u) << text;
     EXPECT_EQ(rate.denominator, 1001u) << text;
   }
@@ -257,16 +257,16 @@ TEST(ParseFrameRate, TakesWhiteSpaceAroundItsNumbers) {
 TEST(ParseFrameRate, InvalidRatesAreUnknown) {
   for (const char* text : {"", "x", "25fps", "-25", "25/0", "0/1", "0", "1/2/3", "1e3", "nan", "25,0", "/",
                            "25/", "99999999999999999999", "4294967296", "2 5", "25.0x", "."}) {
-    EXPECT_FALSE(ParseFrameRate(text).known()) << text;
+    EXPECT_FALSE(parseFrameRate(text).known()) << text;
   }
-  EXPECT_FALSE(ParseFrameRate(nullptr).known());
+  EXPECT_FALSE(parseFrameRate(nullptr).known());
 }
 
 TEST(ParseFrameRate, DoesNotDependOnTheLocale) {
   const CommaLocale locale;
-  EXPECT_EQ(ParseFrameRate("29.97").numerator, 2997u);
-  EXPECT_EQ(ParseFrameRate("29.97").denominator, 100u);
-  EXPECT_FALSE(ParseFrameRate("29,97").known());
+  EXPECT_EQ(parseFrameRate("29.97").numerator, 2997u);
+  EXPECT_EQ(parseFrameRate("29.97").denominator, 100u);
+  EXPECT_FALSE(parseFrameRate("29,97").known());
 }
 
 }  // namespace

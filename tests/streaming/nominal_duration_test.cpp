@@ -86,7 +86,7 @@ TEST(NominalDuration, OfAFragmentCountsItsSamplesDurationsAndItsDefault) {
   Mp4MemoryStream stream(bytes.data(), bytes.size());
   const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
   ASSERT_NE(root, nullptr);
-  const TrackFragment track = ReadTrackFragment(root->first, 1);
+  const TrackFragment track = readTrackFragment(root->first, 1);
   NominalDuration nominal;
   nominal.addFragment(track, SampleDefaults(track.tfhd, nullptr));
   EXPECT_EQ(nominal.value(), 700u);

@@ -72,13 +72,13 @@ TEST_P(OpenCost, StaysBelowThreeKilobytesPerFragment) {
 
 TEST_P(OpenCost, ASeekReadsOneSampleAndNothingElse) {
   OpenedDay opened(GetParam());
-  TrackCursor cursor = MakeTrackCursor(opened.tracks[kVideoTrack]);
+  TrackCursor cursor = makeTrackCursor(opened.tracks[kVideoTrack]);
   for (const std::uint32_t frame : {59999u, 0u, 30000u, 12345u}) {
     opened.stream.reads = opened.stream.bytes = 0;
     ASSERT_EQ(SeekVideoFrame(*opened.index, frame, true, cursor), 0);
     EXPECT_EQ(opened.stream.reads, 0u) << "the index knows the offset";
     Bytes sample(cursor.sampleSize());
-    ASSERT_EQ(ReadSample(*opened.index, cursor, sample.data()), 0);
+    ASSERT_EQ(readSample(*opened.index, cursor, sample.data()), 0);
     EXPECT_EQ(opened.stream.reads, 1u);
   }
 }

@@ -13,14 +13,14 @@ using testing::ElementsAre;
 
 Bytes readSample(FragmentIndex& index, TrackCursor& cursor) {
   Bytes bytes(cursor.sampleSize());
-  EXPECT_EQ(ReadSample(index, cursor, bytes.data()), 0);
+  EXPECT_EQ(readSample(index, cursor, bytes.data()), 0);
   return bytes;
 }
 
 // All frames from the cursor's sample on.
 std::vector<Bytes> readOn(FragmentIndex& index, TrackCursor& cursor) {
   std::vector<Bytes> frames;
-  while (AdvanceRun(index, true, cursor) == Advance::Ready) {
+  while (advanceRun(index, true, cursor) == Advance::Ready) {
     frames.push_back(readSample(index, cursor));
     cursor.nextSample();
   }
@@ -235,10 +235,10 @@ TEST(RunPlace, HundredsOfThousandsOfRunsWithoutAnOffsetTakeOneWalk) {
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   ASSERT_EQ(LoadFragment(index, 0, 0, true, cursor), 0);
-  ASSERT_EQ(AdvanceRun(index, true, cursor), Advance::Ready);
+  ASSERT_EQ(advanceRun(index, true, cursor), Advance::Ready);
   EXPECT_EQ(cursor.trunIndex, kRuns);
   Bytes bytes(4);
-  ASSERT_EQ(ReadSample(index, cursor, bytes.data()), 0);
+  ASSERT_EQ(readSample(index, cursor, bytes.data()), 0);
   EXPECT_EQ(bytes, text("data"));
 }
 
@@ -253,7 +253,7 @@ TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
     TrackCursor cursor = file.cursor(kVideoTrack);
     ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
     Bytes bytes(50);
-    const int result = ReadSample(index, cursor, bytes.data());
+    const int result = readSample(index, cursor, bytes.data());
     // One byte before the media data is still inside the file and is read as the sample.
     EXPECT_EQ(result, offset == 0xFFFFFFFFu ? 0 : -1) << offset;
   }
@@ -338,12 +338,12 @@ TEST(SampleFlags, TheFirstSampleHasItsOwn) {
   run.addSample({0, 0, 0x22, 0});
   run.firstSampleFlags = 0x33;
   const SampleDefaults none(nullptr, nullptr);
-  EXPECT_EQ(SampleFlags(run, 0, none), 0x33u);
-  EXPECT_EQ(SampleFlags(run, 1, none), 0x22u);
+  EXPECT_EQ(flagsOfSample(run, 0, none), 0x33u);
+  EXPECT_EQ(flagsOfSample(run, 1, none), 0x22u);
   run.flags = kRunFirstFlags;
   run.resize(2);
   mp4::TrackExtendsBox trex = trackDefaults(0, 0, 0x44);
-  EXPECT_EQ(SampleFlags(run, 1, SampleDefaults(nullptr, &trex)), 0x44u);
+  EXPECT_EQ(flagsOfSample(run, 1, SampleDefaults(nullptr, &trex)), 0x44u);
 }
 
 }  // namespace

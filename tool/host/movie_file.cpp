@@ -32,12 +32,12 @@ MovieSamples MovieFile::movieSamples() {
 
 OpenedFiles openedFiles(const std::string& name) {
   const bool audioOnly = isAudioName(name);
-  FileSet files = FindFileSet(name.c_str(), audioOnly);
-  LoadManifest(files);
+  FileSet files = findFileSet(name.c_str(), audioOnly);
+  loadManifest(files);
   if (audioOnly || files.video.empty()) return {files.audio, {}};
   return {files.video, files.audio};
 }
 
 bool isAudioName(const std::string& name) {
-  return EndsIgnoringCase(name, ".m4a") || EndsIgnoringCase(name, ".isma");
+  return endsIgnoringCase(name, ".m4a") || endsIgnoringCase(name, ".isma");
 }

@@ -120,8 +120,8 @@ std::string withoutMedia(const std::string& file) {
 
 // Whether a manifest has a file for each segment.
 bool namesSegmentFiles(const std::string& file) {
-  FileSet files = FindFileSet(file.c_str(), false);
-  const std::optional<Manifest> manifest = LoadManifest(files);
+  FileSet files = findFileSet(file.c_str(), false);
+  const std::optional<Manifest> manifest = loadManifest(files);
   return manifest && (manifest->video.hasSegmentFiles || manifest->audio.hasSegmentFiles);
 }
 
@@ -135,7 +135,7 @@ std::string fragmentingCommand(const std::string& file) {
 std::string probeRefusal(const std::string& file) {
   const std::string subject = "'" + file + "' ";
   if (const auto trouble = fileTrouble(file)) return subject + *trouble;
-  if (EndsIgnoringCase(file, ".xml"))
+  if (endsIgnoringCase(file, ".xml"))
     return subject + "is not a DASH manifest: its root element is not MPD; give the media file itself";
   MovieFile movie(file);
   return subject + (movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie));

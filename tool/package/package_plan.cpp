@@ -147,7 +147,7 @@ std::uint32_t keyFrameDistance(std::span<const SourceSample> frames, const Warn&
 }
 
 bool givesSegments(std::uint32_t interval) {
-  return GeometryOfInterval(interval).fragmentsPerSegment != 0;
+  return geometryOfInterval(interval).fragmentsPerSegment != 0;
 }
 
 // The largest divisor of an interval that can be divided into segments.

@@ -182,12 +182,12 @@ void readRun(const mp4::TrackRunBox& run, const SampleDefaults& defaults, std::u
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
     SourceSample sample;
     sample.offset = offset;
-    sample.size = SampleSize(run, i, defaults);
-    sample.duration = SampleDuration(run, i, defaults);
+    sample.size = sizeOfSample(run, i, defaults);
+    sample.duration = durationOfSample(run, i, defaults);
     sample.decodeTime = time;
     if (run.hasCompositionOffset())
       sample.compositionOffset = static_cast<std::int32_t>(run.compositionOffset(i));
-    sample.key = !(SampleFlags(run, i, defaults) & mp4::kNonSync);
+    sample.key = !(flagsOfSample(run, i, defaults) & mp4::kNonSync);
     track.samples.push_back(sample);
     track.nominalDuration.addSamples(sample.duration);
     offset += sample.size;
@@ -201,9 +201,9 @@ std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
   std::vector<SourceTrack> tracks;
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i)
     tracks.push_back(readTrack(moov, trak, end));
-  const TrackDefaults defaults = ReadTrackDefaults(moov);
+  const TrackDefaults defaults = readTrackDefaults(moov);
   for (SourceTrack& track : tracks)
-    track.nominalDuration = nominalDurationOf(track, DefaultsOfTrack(defaults, track.trackId));
+    track.nominalDuration = nominalDurationOf(track, defaultsOfTrack(defaults, track.trackId));
   return tracks;
 }
 
@@ -211,7 +211,7 @@ std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
 // (ISO/IEC 14496-12, 8.8.7).
 void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks) {
   std::uint64_t dataEnd = moof->position;
-  const TrackDefaults trackDefaults = ReadTrackDefaults(moov);
+  const TrackDefaults trackDefaults = readTrackDefaults(moov);
   for (Mp4Box* traf = moof->first; traf; traf = traf->next) {
     if (traf->type != Mp4FourCc("traf")) continue;
     const auto* tfhd = payloadAt<mp4::TrackFragmentHeaderBox>(traf, "tfhd");
@@ -219,7 +219,7 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
     const auto track = std::find_if(tracks.begin(), tracks.end(),
                                     [&](const SourceTrack& t) { return t.trackId == tfhd->trackId; });
     if (track == tracks.end()) continue;
-    const SampleDefaults defaults(tfhd, DefaultsOfTrack(trackDefaults, tfhd->trackId));
+    const SampleDefaults defaults(tfhd, defaultsOfTrack(trackDefaults, tfhd->trackId));
     const bool placed = tfhd->flags & mp4::TrackFragmentHeaderBox::kBaseDataOffset;
     const bool fromFragment = tfhd->flags & mp4::TrackFragmentHeaderBox::kDefaultBaseIsMoof;
     const std::uint64_t base = placed ? tfhd->baseDataOffset : fromFragment ? moof->position : dataEnd;
