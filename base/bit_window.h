@@ -15,6 +15,8 @@ inline std::uint64_t loadBigEndian(const std::uint8_t* p) {
   return std::endian::native == std::endian::little ? swapBytes(value) : value;
 }
 
+// NOLINTBEGIN(readability-identifier-naming): the decoders' reader, named as their functions are.
+
 // Never reads outside the given bytes: past the end all bits are zero, and Overrun() stays true from then on.
 // A parser may therefore run to completion and check once at the end.
 class BitWindow {
@@ -92,3 +94,4 @@ class BitWindow {
   std::uint64_t window_ = 0;  // the next bits, left-aligned
   unsigned bits_ = 0;         // valid bits in the window; the bits below are correct or zero
 };
+// NOLINTEND(readability-identifier-naming)

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <new>
 
 namespace {
@@ -16,28 +15,6 @@ bool writeBigEndian(Mp4Output& out, std::uint64_t value) {
 }
 
 }  // namespace
-
-bool Mp4FileOutput::write(const void* bytes, std::uint32_t count) {
-  const auto* source = static_cast<const std::uint8_t*>(bytes);
-  while (count != 0 && !failed_) {
-    std::uint32_t done = 0;
-    failed_ = !vlOSWriteFile(handle_, source, count, &done) || done == 0 || done > count;
-    if (failed_) break;
-    source += done;  // the host may have accepted fewer bytes than passed
-    count -= done;
-  }
-  return !failed_;
-}
-
-std::uint64_t Mp4FileOutput::tell() {
-  return static_cast<std::uint64_t>(vlOSTell(handle_));
-}
-
-bool Mp4FileOutput::seek(std::uint64_t offset) {
-  failed_ = failed_ || offset > std::numeric_limits<std::int64_t>::max() ||
-            vlOSSeek(handle_, static_cast<std::int64_t>(offset), VL_SEEK_BEGIN) < 0;
-  return !failed_;
-}
 
 bool Mp4MemoryOutput::write(const void* source, std::uint32_t count) try {
   if (position_ > bytes.size()) return false;  // the owner removed bytes

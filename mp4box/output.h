@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "vlutil.h"
-
 // The destination of boxes. The size of a box is patched in when the box is closed, so an output must be
 // seekable.
 class Mp4Output {
@@ -15,21 +13,6 @@ class Mp4Output {
   virtual bool write(const void* bytes, std::uint32_t count) = 0;
   virtual std::uint64_t tell() = 0;
   virtual bool seek(std::uint64_t offset) = 0;
-};
-
-// Directly to a host file: one host write per primitive. Box writers do not check each write: a failure is
-// recorded, and nothing is written after it.
-class Mp4FileOutput : public Mp4Output {
- public:
-  explicit Mp4FileOutput(VLHANDLE handle) : handle_(handle) {}
-  bool failed() const { return failed_; }
-  bool write(const void* bytes, std::uint32_t count) override;
-  std::uint64_t tell() override;
-  bool seek(std::uint64_t offset) override;
-
- private:
-  VLHANDLE handle_;
-  bool failed_ = false;
 };
 
 // To memory, so that a complete fragment takes one host write. Offset 0 is the first byte of `bytes`.

@@ -31,7 +31,7 @@ Recorder::~Recorder() = default;
 std::uint32_t Recorder::createAudio(const std::string& name) {
   audioRecording_ = std::make_unique<AudioRecording>();
   const std::string previousList = staleAudioPlaylist(name);
-  const bool created = audioRecording_->Create(name);
+  const bool created = audioRecording_->create(name);
   if (hasReplaced(audioRecording_->file())) removeStaleFile(previousList);
   if (!created) return refuse(messages::kCannotCreateAudio);
   handle_ = audioRecording_->file().handle();
@@ -46,7 +46,7 @@ std::uint32_t Recorder::createVideo(const std::string& name) {
   const bool nameTaken = path == manifest || path == videoPlaylistPath(path);
   // Stale manifests and playlists refer to deleted media; stale audio would be taken for the new.
   const std::vector<std::string> former = staleRecordingFiles(path, manifest);
-  const bool created = !nameTaken && videoRecording_->Create(path);
+  const bool created = !nameTaken && videoRecording_->create(path);
   if (hasReplaced(videoRecording_->file()))
     for (const std::string& file : former) removeStaleFile(file);
   if (!created) return refuse(messages::kCannotCreateVideo);

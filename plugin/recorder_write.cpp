@@ -82,7 +82,7 @@ std::uint32_t Recorder::startVideoRecording() {
   const VideoSettings settings = videoSettings();
   if (companion_) companion_->recorder()->owner_ = Owner{settings.geometry, settings.rate, manifest_.get()};
   return started(file,
-                 [&] { return videoRecording_->Start(settings, manifest_.get(), companion_ != nullptr); });
+                 [&] { return videoRecording_->start(settings, manifest_.get(), companion_ != nullptr); });
 }
 
 std::uint32_t Recorder::startAudioRecording() {
@@ -95,7 +95,7 @@ std::uint32_t Recorder::startAudioRecording() {
   const Owner owner =
       owner_.value_or(Owner{geometryOfInterval(options_.keyFrameInterval), options_.rate, nullptr});
   return started(file, [&] {
-    return audioRecording_->Start(audioSettings(), owner.geometry, owner.rate, owner.manifest);
+    return audioRecording_->start(audioSettings(), owner.geometry, owner.rate, owner.manifest);
   });
 }
 
@@ -121,7 +121,7 @@ AudioSettings Recorder::audioSettings() const {
 bool Recorder::finish() {
   bool whole = true;
   if (companion_) whole = companion_->Close() == VL_OK;
-  if (videoRecording_) whole = videoRecording_->Finish() && whole;
-  if (audioRecording_) whole = audioRecording_->Finish() && whole;
+  if (videoRecording_) whole = videoRecording_->finish() && whole;
+  if (audioRecording_) whole = audioRecording_->finish() && whole;
   return whole;
 }

@@ -41,7 +41,7 @@ std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags) {
   if (const std::uint32_t result = describeTracks(manifest); result != VL_OK) return result;
   index_.emplace(stream_, root_.get(), tracks_, nominalRate_);
   for (const std::uint64_t offset : segments.indexOffsets) index_->AddFragmentsAt(offset);
-  if (index_->empty() && index_->Build() < 0) return VL_FAILED;
+  if (index_->empty() && index_->build() < 0) return VL_FAILED;
   if (const std::uint32_t result = positionReaders(); result != VL_OK) return result;
   for (const auto& track : audioTracks_) track->openDecoder();
   if (!audioOnly && files.audio != source) companionPath_ = files.audio;

@@ -97,8 +97,8 @@ std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, 
                          segmentsOf(*audio, 1)};
     addSegments(manifest, manifest.beginAudio(sound), audio->media);
   }
-  manifest.SetDuration(video.media.positions());
-  return manifest.Text();
+  manifest.setDuration(video.media.positions());
+  return manifest.text();
 }
 
 std::string masterOf(const Recording& recording, const Recording::Lists& lists) {

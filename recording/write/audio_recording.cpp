@@ -21,11 +21,11 @@ constexpr mp4::TrackSet kAudioAlone = {.audio = true};
 
 }  // namespace
 
-bool AudioRecording::Create(const std::string& path) {
-  return file_.Create(path, audioPlaylistPath(path));
+bool AudioRecording::create(const std::string& path) {
+  return file_.create(path, audioPlaylistPath(path));
 }
 
-bool AudioRecording::Start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+bool AudioRecording::start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
                            MpdWriter* manifest) {
   started_ = true;
   sound_ = sound;
@@ -46,7 +46,7 @@ bool AudioRecording::Start(const AudioSettings& sound, const SegmentGeometry& ge
   segments.firstPresentationTime = firstAudioIndexTime(segmentSamples);
   segments.duration = segmentSamples;
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
-  if (!file_.Start(movie, segments)) return false;
+  if (!file_.start(movie, segments)) return false;
 
   file_.listIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
                 file_.initialisationLength(), dateTimeNow()});
@@ -98,11 +98,11 @@ bool AudioRecording::cutLast() {
   return run_.count() == 0 || emitFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
 }
 
-bool AudioRecording::Finish() {
+bool AudioRecording::finish() {
   bool whole = !file_.failed();
   // Running out of memory here must not prevent the segment from being finished.
   if (whole && started_) whole = guarded(false, [this] { return cutLast(); });
   if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.finishSegment(position_); }) && whole;
-  file_.Close();
+  file_.close();
   return whole;
 }

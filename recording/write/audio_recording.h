@@ -12,20 +12,20 @@
 class AudioRecording {
  public:
   // Creates the file; to be called first. False when that fails.
-  bool Create(const std::string& path);
+  bool create(const std::string& path);
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }
   // Writes the initialisation part and begins the playlist and the audio part of the manifest (null: none),
   // which its owner saves. `rate` and `geometry` determine the duration of a fragment. False when the file
   // cannot be written.
-  bool Start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+  bool start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
              MpdWriter* manifest);
 
   // Takes one access unit. Returns a status.
   std::uint32_t Write(std::span<const std::uint8_t> frame);
   // Writes the waiting access units and ends playlist and file. False when something could not be written.
-  bool Finish();
+  bool finish();
 
  private:
   bool emitFragment(std::uint32_t frames, std::uint32_t duration);

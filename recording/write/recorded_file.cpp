@@ -42,7 +42,7 @@ std::size_t headRoom(const mp4::MovieFragment& fragment, std::uint32_t reference
 
 }  // namespace
 
-bool RecordedFile::Create(const std::string& path, const std::string& playlistPath) {
+bool RecordedFile::create(const std::string& path, const std::string& playlistPath) {
   const VLHANDLE file = vlOSCreateFile(path.c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE, VL_SHARE_READ_WRITE,
                                        nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
   if (file >= VL_INVALID_HANDLE - 1) return false;
@@ -64,7 +64,7 @@ std::string RecordedFile::name() const {
   return std::string(file) + extension;
 }
 
-bool RecordedFile::Start(mp4::Movie& movie, const SegmentSettings& settings) {
+bool RecordedFile::start(mp4::Movie& movie, const SegmentSettings& settings) {
   settings_ = settings;
   nextPresentationTime_ = settings.firstPresentationTime;
   clearHead(kMovieRoom);
@@ -76,7 +76,7 @@ bool RecordedFile::Start(mp4::Movie& movie, const SegmentSettings& settings) {
 }
 
 void RecordedFile::listIn(const PlaylistSettings& playlist) {
-  playlist_.Start(playlistPath_, playlist);
+  playlist_.start(playlistPath_, playlist);
 }
 
 void RecordedFile::listIn(MpdWriter& manifest, MpdWriter::List list) {
@@ -161,7 +161,7 @@ bool RecordedFile::syncToDisk() {
   return true;
 }
 
-void RecordedFile::Close() {
+void RecordedFile::close() {
   playlist_.End();
   disk_.close();
   stream_.close();

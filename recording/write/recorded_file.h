@@ -38,14 +38,14 @@ class RecordedFile {
   static constexpr std::uint32_t kMaxFragmentBytes = 0x7FFFFFFF;
 
   // Creates the file, replacing an existing one, and writes the file type box. False when that fails.
-  bool Create(const std::string& path, const std::string& playlistPath);
+  bool create(const std::string& path, const std::string& playlistPath);
   VLHANDLE handle() const { return stream_.handle; }
   const std::string& path() const { return path_; }
   // Name and extension, as playlist and manifest refer to the file.
   std::string name() const;
 
   // Writes the movie box. After that segments can be written.
-  bool Start(mp4::Movie& movie, const SegmentSettings& settings);
+  bool start(mp4::Movie& movie, const SegmentSettings& settings);
   // Bytes before the first segment.
   std::uint64_t initialisationLength() const { return initialisationLength_; }
   // Where completed segments are listed.
@@ -71,7 +71,7 @@ class RecordedFile {
   bool finishSegment(std::uint64_t endPosition);
 
   // Ends the playlist and closes the file.
-  void Close();
+  void close();
 
  private:
   void clearHead(std::size_t room);

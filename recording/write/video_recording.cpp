@@ -53,16 +53,16 @@ std::uint32_t absolute(std::int32_t value) {
 
 }  // namespace
 
-bool VideoRecording::Create(const std::string& path) {
-  return file_.Create(path, videoPlaylistPath(path));
+bool VideoRecording::create(const std::string& path) {
+  return file_.create(path, videoPlaylistPath(path));
 }
 
-bool VideoRecording::Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
+bool VideoRecording::start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio) {
   started_ = true;
   settings_ = settings;
   tracks_ = {true, hasAudio(), settings.captions608, settings.captions708};
   mp4::Movie described = movie();
-  if (!file_.Start(described, segments())) return false;
+  if (!file_.start(described, segments())) return false;
   startPlaylist();
   manifest_ = manifest;
   if (manifest_) startManifest(separateAudio);
@@ -299,12 +299,12 @@ bool VideoRecording::finishSegment(std::uint64_t endFrame) {
 void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durability) {
   if (!manifest_) return;
   manifestSaved_ = guarded(manifestSaved_, [&] {
-    manifest_->SetDuration(frames);
-    return manifest_->Save(durability) || manifestSaved_;
+    manifest_->setDuration(frames);
+    return manifest_->save(durability) || manifestSaved_;
   });
 }
 
-bool VideoRecording::Finish() {
+bool VideoRecording::finish() {
   bool whole = !file_.failed();
   // Frames that waited for audio are still emitted as always.
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
@@ -323,6 +323,6 @@ bool VideoRecording::Finish() {
     whole = cut(video_.count(), sound_.count());
   if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
   if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
-  file_.Close();
+  file_.close();
   return whole;
 }

@@ -16,13 +16,13 @@
 class VideoRecording {
  public:
   // Creates the file; to be called first. False when that fails.
-  bool Create(const std::string& path);
+  bool create(const std::string& path);
   RecordedFile& file() { return file_; }
 
   bool started() const { return started_; }
   // Writes the initialisation part and begins playlist and manifest (null: none), the latter with an entry
   // for audio in a file of its own. False when the file cannot be written.
-  bool Start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio);
+  bool start(const VideoSettings& settings, MpdWriter* manifest, bool separateAudio);
 
   // Takes the frame of a descriptor, with its captions. Returns a status.
   std::uint32_t writeVideo(const DFRAME& frame);
@@ -35,7 +35,7 @@ class VideoRecording {
   std::uint64_t frames() const { return frames_; }
 
   // Writes what still waits and ends playlist and file. False when something could not be written.
-  bool Finish();
+  bool finish();
 
  private:
   mp4::AVCConfigurationBox avcConfiguration() const;

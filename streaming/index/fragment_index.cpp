@@ -78,9 +78,9 @@ void FragmentIndex::countSamples(FragmentEntry& entry) {
     if (!track.present()) continue;
     const Mp4Box* traf = findTrackFragment(entry.moof, track.trackId);
     if (!traf) continue;
-    const SampleDefaults defaults(TrackFragmentHeader(traf, track.trackId), track.trex);
+    const SampleDefaults defaults(trackFragmentHeader(traf, track.trackId), track.trex);
     for (const Mp4Box* child = traf->first; child; child = child->next) {
-      const auto* run = TrackRun(child);
+      const auto* run = trackRun(child);
       if (!run) continue;
       switch (role) {
         case kVideoTrack:
@@ -158,7 +158,7 @@ int FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
   return box ? AddFragmentsFromSidx(box) : -1;
 }
 
-int FragmentIndex::Build() {
+int FragmentIndex::build() {
   for (const Mp4Box* box = root_->first; box; box = nextTopLevel(box)) {
     if (Mp4PayloadOf<mp4::SegmentIndexBox>(box) && AddFragmentsFromSidx(box) < 0) return -1;
   }

@@ -59,7 +59,7 @@ class FragmentIndex {
   int AddFragmentsAt(std::uint64_t fileOffset);
   // Builds the index of a complete file from its top-level `sidx` boxes, or from its `moof` boxes if there is
   // no `sidx` or none refers to a fragment. Returns 0 or -1.
-  int Build();
+  int build();
 
   // The sequence number of the last fragment added, which need not be the largest.
   std::uint32_t fragmentCount() const { return fragmentCount_; }

@@ -74,7 +74,7 @@ void placePrecedingRuns(FragmentIndex& index, const FragmentEntry& entry, const 
     placer.begin(*tfhd);
     const SampleDefaults defaults(tfhd, index.trackDefaults(tfhd->trackId));
     for (const Mp4Box* child = traf->first; child; child = child->next) {
-      if (const auto* run = TrackRun(child)) placer.place(*run, defaults);
+      if (const auto* run = trackRun(child)) placer.place(*run, defaults);
     }
   }
 }

@@ -46,11 +46,11 @@ Mp4Box* findTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   return nullptr;
 }
 
-const mp4::TrackFragmentHeaderBox* TrackFragmentHeader(const Mp4Box* traf, std::uint32_t trackId) {
+const mp4::TrackFragmentHeaderBox* trackFragmentHeader(const Mp4Box* traf, std::uint32_t trackId) {
   return Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(acceptingHeader(traf, trackId));
 }
 
-const mp4::TrackRunBox* TrackRun(const Mp4Box* child) {
+const mp4::TrackRunBox* trackRun(const Mp4Box* child) {
   return child->type == kTrun ? Mp4PayloadOf<mp4::TrackRunBox>(child) : nullptr;
 }
 
@@ -58,9 +58,9 @@ TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   TrackFragment fragment;
   fragment.traf = findTrackFragment(moof, trackId);
   if (!fragment.traf) return fragment;
-  fragment.tfhd = TrackFragmentHeader(fragment.traf, trackId);
+  fragment.tfhd = trackFragmentHeader(fragment.traf, trackId);
   for (const Mp4Box* child = fragment.traf->first; child; child = child->next) {
-    if (const auto* run = TrackRun(child)) {
+    if (const auto* run = trackRun(child)) {
       fragment.truns.push_back(run);
     } else if (child->type == kTfdt && !fragment.tfdt) {
       fragment.tfdt = Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(child);

@@ -31,10 +31,10 @@ struct SampleDefaults {
 Mp4Box* findTrackFragment(const Mp4Box* moof, std::uint32_t trackId);
 
 // The header that assigns a `traf` found by findTrackFragment to the track; null if it has none.
-const mp4::TrackFragmentHeaderBox* TrackFragmentHeader(const Mp4Box* traf, std::uint32_t trackId);
+const mp4::TrackFragmentHeaderBox* trackFragmentHeader(const Mp4Box* traf, std::uint32_t trackId);
 
 // The run in a child of a `traf`, or null if the child is another box.
-const mp4::TrackRunBox* TrackRun(const Mp4Box* child);
+const mp4::TrackRunBox* trackRun(const Mp4Box* child);
 
 // The part of a movie fragment that belongs to one track. The box tree owns the boxes pointed to.
 struct TrackFragment {

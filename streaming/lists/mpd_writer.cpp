@@ -187,7 +187,7 @@ void MpdWriter::AddSegment(List list, std::uint64_t start, std::uint64_t end, st
   segments->append("\"/>\n");
 }
 
-void MpdWriter::SetDuration(std::uint64_t frames) {
+void MpdWriter::setDuration(std::uint64_t frames) {
   if (hasVideo_) text_[Duration] = durationText(frames, rate_);
 }
 
@@ -197,12 +197,12 @@ MpdWriter::Pieces MpdWriter::pieces() const {
   return pieces;
 }
 
-std::string MpdWriter::Text() const {
+std::string MpdWriter::text() const {
   std::string text;
   for (const std::string_view piece : pieces()) text.append(piece);
   return text;
 }
 
-bool MpdWriter::Save(os::Durability durability) const {
+bool MpdWriter::save(os::Durability durability) const {
   return hasVideo_ && !os::replaceFile(path_, pieces(), durability);
 }

@@ -54,7 +54,7 @@ class MpdWriter {
   // The segment list of a media file.
   enum class List { Video, Audio };
 
-  // Nothing is written before Save().
+  // Nothing is written before save().
   explicit MpdWriter(std::string path) : path_(std::move(path)) {}
 
   // Starts the manifest with the video file; `separateAudio` reserves space for an audio file's adaptation
@@ -69,11 +69,11 @@ class MpdWriter {
   void AddSegment(List list, std::uint64_t start, std::uint64_t end, std::uint64_t indexEnd);
 
   // Sets the duration of the presentation, in frames.
-  void SetDuration(std::uint64_t frames);
+  void setDuration(std::uint64_t frames);
   // The current text of the manifest.
-  std::string Text() const;
+  std::string text() const;
   // Replaces the manifest file atomically. Returns false on failure; the previously saved file then remains.
-  bool Save(os::Durability durability) const;
+  bool save(os::Durability durability) const;
 
  private:
   // The boundaries between the pieces of text: at the value of the duration, and at each list.

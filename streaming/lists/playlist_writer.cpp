@@ -17,7 +17,7 @@ std::FILE* create(const std::filesystem::path& path) {
 
 }  // namespace
 
-void PlaylistWriter::Start(const std::string& path, const PlaylistSettings& settings) {
+void PlaylistWriter::start(const std::string& path, const PlaylistSettings& settings) {
   path_ = vlPath(path);
   settings_ = settings;
   lastEnd_ = 0;

@@ -15,7 +15,7 @@
 class PlaylistWriter {
  public:
   // Creates the file `path` and writes the header.
-  void Start(const std::string& path, const PlaylistSettings& settings);
+  void start(const std::string& path, const PlaylistSettings& settings);
   // Adds the bytes [start, end) of the media file, up to the frame or sample `endPosition`.
   void AddSegment(std::uint64_t endPosition, std::uint64_t start, std::uint64_t end);
   void End();

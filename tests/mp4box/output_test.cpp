@@ -2,11 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <limits>
-
 #include "base/fourcc.h"
 #include "tests/support/box_builder.h"
-#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -173,44 +170,6 @@ TEST(MemoryOutput, FailsAfterItsBytesAreTakenUntilASeek) {
   EXPECT_TRUE(out.seek(0));
   EXPECT_TRUE(out.write("e", 1));
   EXPECT_EQ(out.bytes, text("e"));
-}
-
-TEST(FileOutput, WritesTellsAndSeeksTheHostFile) {
-  const TempFolder folder;
-  const std::string path = folder.file("out");
-  const VLHANDLE handle = vlOSCreateFile(path.c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE,
-                                         VL_SHARE_READ_WRITE, nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
-  Mp4FileOutput out(handle);
-  Mp4BoxMark mark;
-  Mp4BoxBegin(out, mark, Mp4FourCc("free"));
-  EXPECT_TRUE(Mp4WriteU32(out, 0x01020304));
-  Mp4BoxEnd(out, mark);
-  EXPECT_EQ(out.tell(), 12u);
-  EXPECT_FALSE(out.seek(std::numeric_limits<std::uint64_t>::max()));
-  EXPECT_EQ(vlOSCloseFile(handle), 1);
-  EXPECT_EQ(readFile(path), box("free", {u32(0x01020304)}));
-}
-
-TEST(FileOutput, FailsOnAHandleThatIsNotOpen) {
-  Mp4FileOutput out(VL_NO_HANDLE);
-  EXPECT_FALSE(out.write("a", 1));
-  EXPECT_FALSE(out.seek(0));
-}
-
-TEST(FileOutput, KeepsItsFailureAndWritesNothingAfterIt) {
-  const TempFolder folder;
-  const std::string path = folder.file("out");
-  const VLHANDLE handle = vlOSCreateFile(path.c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE,
-                                         VL_SHARE_READ_WRITE, nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
-  Mp4FileOutput out(handle);
-  EXPECT_TRUE(out.write("ab", 2));
-  EXPECT_FALSE(out.failed());
-  EXPECT_FALSE(out.seek(std::numeric_limits<std::uint64_t>::max()));
-  EXPECT_TRUE(out.failed());
-  EXPECT_FALSE(out.write("c", 1));
-  EXPECT_FALSE(out.seek(0));
-  EXPECT_EQ(vlOSCloseFile(handle), 1);
-  EXPECT_EQ(readFile(path), text("ab"));
 }
 
 }  // namespace

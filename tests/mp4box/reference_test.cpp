@@ -229,12 +229,9 @@ class WrittenFile : public testing::Test {
     presentation_ = presentationOf(readFile(source));
     sourcePackets_ = {ffprobePackets(source, "v:0"), ffprobePackets(source, "a:0")};
 
-    const VLHANDLE handle = vlOSCreateFile(path().c_str(), VL_GENERIC_READ | VL_GENERIC_WRITE,
-                                           VL_SHARE_READ_WRITE, nullptr, VL_CREATE_ALWAYS, 0, VL_NO_HANDLE);
-    EXPECT_NE(handle, VL_INVALID_HANDLE);
-    Mp4FileOutput out(handle);
+    Mp4MemoryOutput out;
     writePresentation(out, presentation_);
-    EXPECT_EQ(vlOSCloseFile(handle), 1);
+    writeFile(path(), out.bytes);
   }
 
   std::string path() const { return folder_.file("written.m4v"); }

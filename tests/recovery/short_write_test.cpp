@@ -30,7 +30,7 @@ TEST(ShortWrites, ARecordingIsTheSame) {
   }
 }
 
-TEST(ShortWrites, AStreamAndAFileOutputWriteAllAndCountIt) {
+TEST(ShortWrites, StreamsWriteAllAndCountIt) {
   setFaults({});
   const TempFolder folder;
   const Bytes bytes = frameBytes(1, 100);
@@ -39,11 +39,8 @@ TEST(ShortWrites, AStreamAndAFileOutputWriteAllAndCountIt) {
     Mp4Stream stream;
     stream.open(folder.file("plain").c_str(), MP4_MODE_CREATE);
     EXPECT_EQ(stream.write(bytes.data(), 100), 100);
-    Mp4FileOutput output(stream.handle);
-    EXPECT_TRUE(output.write(bytes.data(), 100));
-    EXPECT_EQ(output.tell(), 200u);
   }
-  EXPECT_EQ(readFile(folder.file("plain")), join({bytes, bytes}));
+  EXPECT_EQ(readFile(folder.file("plain")), bytes);
   {
     auto plain = std::make_unique<Mp4Stream>();
     plain->open(folder.file("buffered").c_str(), MP4_MODE_CREATE);

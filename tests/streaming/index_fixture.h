@@ -39,7 +39,7 @@ struct IndexedFile {
   FragmentIndex& build(FrameRate rate = {30000, 1001}) {
     if (!tracks[kVideoTrack].present()) with(kVideoTrack, 30000, trackDefaults(1001));
     index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, rate);
-    index->Build();
+    index->build();
     return *index;
   }
   TrackCursor cursor(TrackRole role) const { return makeTrackCursor(tracks[role]); }

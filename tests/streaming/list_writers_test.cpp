@@ -52,7 +52,7 @@ constexpr char kHeader[] =
 TEST(PlaylistWriter, BeginsWithTheHeaderAndIsReadableAtOnce) {
   const TempFolder folder;
   PlaylistWriter playlist;
-  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.start(folder.file("out.m3u8"), settings());
   EXPECT_EQ(textOf(folder.file("out.m3u8")), kHeader);
 }
 
@@ -60,7 +60,7 @@ TEST(PlaylistWriter, ListsEachSegmentAtOnceAndEnds) {
   const CommaLocale locale;
   const TempFolder folder;
   PlaylistWriter playlist;
-  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.start(folder.file("out.m3u8"), settings());
   playlist.AddSegment(300, 701, 5000000000);
   const std::string first =
       std::string(kHeader) + "#EXTINF:10.010,\n#EXT-X-BYTERANGE:4999999299@701\nout.m4v\n";
@@ -74,9 +74,9 @@ TEST(PlaylistWriter, ListsEachSegmentAtOnceAndEnds) {
 TEST(PlaylistWriter, StartedAgainReplacesTheFile) {
   const TempFolder folder;
   PlaylistWriter playlist;
-  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.start(folder.file("out.m3u8"), settings());
   playlist.AddSegment(300, 701, 1000);
-  playlist.Start(folder.file("out.m3u8"), settings());
+  playlist.start(folder.file("out.m3u8"), settings());
   playlist.AddSegment(150, 701, 1000);
   EXPECT_EQ(textOf(folder.file("out.m3u8")),
             std::string(kHeader) + "#EXTINF:5.005,\n#EXT-X-BYTERANGE:299@701\nout.m4v\n");
@@ -87,7 +87,7 @@ TEST(PlaylistWriter, IgnoresCallsWithoutAFile) {
   PlaylistWriter playlist;
   playlist.AddSegment(1, 2, 3);
   playlist.End();
-  playlist.Start(folder.file("missing/out.m3u8"), settings());
+  playlist.start(folder.file("missing/out.m3u8"), settings());
   playlist.AddSegment(300, 701, 1000);
   playlist.End();
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
@@ -123,9 +123,9 @@ TEST(MpdWriter, WritesVideoAndAudioSetsInOrder) {
   manifest.AddSegment(sounds, 661, 2181, 813);
   manifest.AddSegment(pictures, 701, 4305, 853);
   manifest.AddSegment(pictures, 4305, 6000000000, 4457);
-  manifest.SetDuration(5400);
+  manifest.setDuration(5400);
   EXPECT_EQ(
-      manifest.Text(),
+      manifest.text(),
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" minBufferTime=\"PT1.500000S\" type=\"static\" "
       "profiles=\"urn:mpeg:dash:profile:isoff-on-demand:2011\" "
@@ -162,17 +162,17 @@ TEST(MpdWriter, NamesTheAudioOfTheSameFile) {
   both.sound = {0x40, 44100};
   MpdWriter manifest("");
   manifest.beginVideo(both, false);
-  EXPECT_THAT(manifest.Text(), HasSubstr("codecs=\"avc1.64001e,mp4a.40.02\""));
-  EXPECT_THAT(manifest.Text(), HasSubstr("bandwidth=\"0\" audioSamplingRate=\"44100\">"));
-  EXPECT_THAT(manifest.Text(), HasSubstr("mediaPresentationDuration=\"PT0S\""))
+  EXPECT_THAT(manifest.text(), HasSubstr("codecs=\"avc1.64001e,mp4a.40.02\""));
+  EXPECT_THAT(manifest.text(), HasSubstr("bandwidth=\"0\" audioSamplingRate=\"44100\">"));
+  EXPECT_THAT(manifest.text(), HasSubstr("mediaPresentationDuration=\"PT0S\""))
       << "until something is written";
-  EXPECT_THAT(manifest.Text(), Not(HasSubstr("<AdaptationSet/>")));
+  EXPECT_THAT(manifest.text(), Not(HasSubstr("<AdaptationSet/>")));
 }
 
 TEST(MpdWriter, HasAnEmptySetForAudioThatNeverComes) {
   MpdWriter manifest("");
   manifest.beginVideo(video(), true);
-  EXPECT_THAT(manifest.Text(), HasSubstr("        <AdaptationSet/>\n"));
+  EXPECT_THAT(manifest.text(), HasSubstr("        <AdaptationSet/>\n"));
 }
 
 TEST(MpdWriter, WritesMarkupAsReferencesAndNamesAsUris) {
@@ -181,22 +181,22 @@ TEST(MpdWriter, WritesMarkupAsReferencesAndNamesAsUris) {
   named.startTime = "<&\"'>";
   MpdWriter manifest("");
   manifest.beginVideo(named, false);
-  EXPECT_THAT(manifest.Text(), HasSubstr("<BaseURL>a%3Cb%3E&amp;%22c'.m4v</BaseURL>"));
-  EXPECT_THAT(manifest.Text(), HasSubstr("publishTime=\"&lt;&amp;&quot;&apos;&gt;\""));
+  EXPECT_THAT(manifest.text(), HasSubstr("<BaseURL>a%3Cb%3E&amp;%22c'.m4v</BaseURL>"));
+  EXPECT_THAT(manifest.text(), HasSubstr("publishTime=\"&lt;&amp;&quot;&apos;&gt;\""));
 }
 
 TEST(MpdWriter, IgnoresListsThatHaveNotBegun) {
   MpdWriter manifest("");
-  manifest.SetDuration(30);
+  manifest.setDuration(30);
   manifest.reserveSegment(MpdWriter::List::Video);
   manifest.AddSegment(MpdWriter::List::Video, 1, 2, 3);
   manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
   manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
-  EXPECT_EQ(manifest.Text(), "");
+  EXPECT_EQ(manifest.text(), "");
   manifest.beginVideo(video(), true);
-  const std::string begun = manifest.Text();
+  const std::string begun = manifest.text();
   manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
-  EXPECT_EQ(manifest.Text(), begun);
+  EXPECT_EQ(manifest.text(), begun);
 }
 
 // Running out of memory at the beginning leaves a manifest that ignores all calls and can begin again.
@@ -219,10 +219,10 @@ TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
     }
     if (!met) break;
     manifest.AddSegment(MpdWriter::List::Audio, 1, 2, 3);
-    EXPECT_THAT(manifest.Text(), Not(HasSubstr("SegmentURL"))) << failed;
+    EXPECT_THAT(manifest.text(), Not(HasSubstr("SegmentURL"))) << failed;
     manifest.beginVideo(video(), true);
     manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
-    EXPECT_EQ(manifest.Text(), whole.Text()) << failed;
+    EXPECT_EQ(manifest.text(), whole.text()) << failed;
   }
   EXPECT_GT(failed, 20u);
 }
@@ -235,29 +235,29 @@ TEST(MpdWriter, AddingASegmentAndSavingAllocateLittle) {
   constexpr std::uint64_t kSegments = 10000;
   for (std::uint64_t i = 0; i < kSegments; ++i) {
     manifest.AddSegment(list, 701 + i * 1000, 1701 + i * 1000, 853 + i * 1000);
-    manifest.SetDuration(i * 300);
+    manifest.setDuration(i * 300);
   }
   EXPECT_LE(counting.allocations(), 20u) << "the text doubles its capacity now and then";
   EXPECT_LE(counting.peakBytes(), kSegments * 300);
   const std::size_t before = counting.allocations();
-  manifest.Save(os::Durability::EitherContent);
+  manifest.save(os::Durability::EitherContent);
   EXPECT_LE(counting.allocations() - before, 10u) << "the manifest is neither printed nor copied";
-  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
+  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.text());
 }
 
 TEST(MpdWriter, SavesOnlyOnceBegun) {
   const TempFolder folder;
   MpdWriter manifest(folder.file("out.mpd"));
-  manifest.SetDuration(10);
-  manifest.Save(os::Durability::NewContent);
+  manifest.setDuration(10);
+  manifest.save(os::Durability::NewContent);
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "not begun";
   const MpdWriter::List list = manifest.beginVideo(video(), false);
-  manifest.Save(os::Durability::NewContent);
-  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
+  manifest.save(os::Durability::NewContent);
+  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.text());
   manifest.AddSegment(list, 701, 4305, 853);
   EXPECT_THAT(textOf(folder.file("out.mpd")), Not(HasSubstr("SegmentURL")));
-  manifest.Save(os::Durability::NewContent);
-  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.Text());
+  manifest.save(os::Durability::NewContent);
+  EXPECT_EQ(textOf(folder.file("out.mpd")), manifest.text());
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ struct OpenedDay {
     tracks[kVideoTrack] = {1, 30, nullptr};
     tracks[kAudioTrack] = {2, 48000, nullptr};
     index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, FrameRate{30, 1});
-    EXPECT_EQ(index->Build(), 0);
+    EXPECT_EQ(index->build(), 0);
     EXPECT_EQ(index->total(kVideoTrack), 2000u * DayFile::kVideoSamples);
     memory = counting.peakBytes();
   }
