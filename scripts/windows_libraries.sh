@@ -49,12 +49,11 @@ build() {
 
 mkdir -p "$prefix/include" "$prefix/share/cmake"
 build tinyxml2 libtinyxml2-dev
-build highway libhwy-dev -DHWY_ENABLE_TESTS=OFF -DHWY_ENABLE_EXAMPLES=OFF -DHWY_ENABLE_CONTRIB=OFF
 build googletest libgtest-dev
 # To the loopback address alone, and nothing is compressed.
 build cpp-httplib libcpp-httplib-dev -DHTTPLIB_COMPILE=ON -DHTTPLIB_USE_OPENSSL_IF_AVAILABLE=OFF \
   -DHTTPLIB_USE_ZLIB_IF_AVAILABLE=OFF -DHTTPLIB_USE_BROTLI_IF_AVAILABLE=OFF
-rm -rf "$prefix"/{include,share/cmake}/{CLI,CLI11,nlohmann,nlohmann_json}
-cp -r /usr/include/{CLI,nlohmann} "$prefix/include/"
+rm -rf "$prefix"/{include,share/cmake}/{CLI,CLI11,nlohmann,nlohmann_json,hwy}
+cp -r /usr/include/{CLI,nlohmann,hwy} "$prefix/include/"
 cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$prefix/share/cmake/"
 echo "windows libraries: ready in $prefix"

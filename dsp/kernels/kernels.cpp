@@ -1,12 +1,12 @@
 #include "dsp/kernels/kernels.h"
 
-#if !defined(VL_DSP_SIMD)
-const Kernels* SimdKernels() {
+#if !defined(VL_SIMD)
+const Kernels* SimdKernels(InstructionSet) {
   return nullptr;
 }
 #endif
 
 const Kernels& ActiveKernels() {
-  static const Kernels& active = SimdKernels() != nullptr ? *SimdKernels() : PlainKernels();
-  return active;
+  static const Kernels* const simd = SimdKernels(ProcessorInstructionSet());
+  return simd != nullptr ? *simd : PlainKernels();
 }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "base/instruction_set.h"
 #include "dsp/block_float.h"
 #include "dsp/high_band.h"
 #include "dsp/ipps_sbr.h"
@@ -100,9 +101,8 @@ struct Kernels {
 // The plain C++ kernels.
 const Kernels& PlainKernels();
 
-// The vector kernels for the best instruction set of this machine; null if it has none or the library was
-// built without them.
-const Kernels* SimdKernels();
+// The vector kernels for an instruction set; null if it has no vectors or the library was built without them.
+const Kernels* SimdKernels(InstructionSet set);
 
 // The active kernels, selected once: vector kernels if available.
 const Kernels& ActiveKernels();

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/instruction_set.h"
 #include "dsp/kernels/kernels.h"
 #include "dsp/qmf_plan.h"
 
@@ -102,12 +103,10 @@ const Kernels* GetKernels() {
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace vl_dsp {
-HWY_EXPORT(GetKernels);
-}  // namespace vl_dsp
-
-const Kernels* SimdKernels() {
+const Kernels* SimdKernels(InstructionSet set) {
   using namespace vl_dsp;
-  return HWY_DYNAMIC_DISPATCH(GetKernels)();
+  static constexpr decltype(&HWY_STATIC_DISPATCH(GetKernels)) kBuilds[] =
+      VL_BUILDS_BY_INSTRUCTION_SET(GetKernels);
+  return BuildFor(set, kBuilds)();
 }
 #endif

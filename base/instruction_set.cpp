@@ -1,0 +1,23 @@
+#include "base/instruction_set.h"
+
+#if defined(__x86_64__)
+// The features that Highway lets the compiler use for each of its targets.
+InstructionSet ProcessorInstructionSet() {
+  __builtin_cpu_init();
+  if (!__builtin_cpu_supports("ssse3")) return InstructionSet::Baseline;
+  if (!__builtin_cpu_supports("sse4.1") || !__builtin_cpu_supports("sse4.2") ||
+      !__builtin_cpu_supports("pclmul") || !__builtin_cpu_supports("aes"))
+    return InstructionSet::Ssse3;
+  if (!__builtin_cpu_supports("avx") || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") ||
+      !__builtin_cpu_supports("bmi2") || !__builtin_cpu_supports("fma"))
+    return InstructionSet::Sse4;
+  if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512vl") ||
+      !__builtin_cpu_supports("avx512dq") || !__builtin_cpu_supports("avx512bw"))
+    return InstructionSet::Avx2;
+  return InstructionSet::Avx512;
+}
+#else
+InstructionSet ProcessorInstructionSet() {
+  return InstructionSet::Baseline;
+}
+#endif
