@@ -1,5 +1,3 @@
-#include <zlib.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
@@ -9,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/crc32.h"
 #include "base/text.h"
 #include "tool/commands/commands.h"
 #include "tool/host/captions.h"
@@ -43,7 +42,7 @@ Row readRow(VideoReader& reader, std::uint32_t frame) {
              descriptor.bytes,
              (descriptor.flags & DFRAME_KEY) != 0,
              descriptor.compositionOffset,
-             static_cast<std::uint32_t>(crc32_z(0, sample.data(), sample.size())),
+             Crc32(sample),
              {},
              {}};
   row.cc608 = hexText(captionPair(descriptor));

@@ -1,0 +1,15 @@
+// The 32-bit cyclic redundancy check of ISO/IEC 3309, as PNG and gzip use it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/instruction_set.h"
+
+// `set` is at most that of the processor; any gives the same result.
+std::uint32_t Crc32(std::span<const std::uint8_t> bytes, InstructionSet set);
+
+inline std::uint32_t Crc32(std::span<const std::uint8_t> bytes) {
+  static const InstructionSet set = ProcessorInstructionSet();
+  return Crc32(bytes, set);
+}
