@@ -10,7 +10,9 @@ install(TARGETS vlhost vl_host_include EXPORT vlhost
 install(TARGETS vlx_fmp4
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS fmp4 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS fmp4 fmp4_serve
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 # As built: where the two differ, CMake pads the built one with empty entries, which the loader takes for the working
 # folder.
 set_target_properties(fmp4 PROPERTIES

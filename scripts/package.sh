@@ -42,12 +42,12 @@ make_windows() {
   local folder=$packages/fmp4-$version-windows
   rm -rf "$folder" "$folder.zip"
   mkdir -p "$folder"
-  cp build/windows/bin/{vlx_fmp4.dll,vlhost.dll,fmp4.exe} "$folder"
+  cp build/windows/bin/{vlx_fmp4.dll,vlhost.dll,fmp4_serve.dll,fmp4.exe} "$folder"
   x86_64-w64-mingw32-strip "$folder"/*.dll "$folder"/*.exe
   cp -r build/windows/bin/page "$folder"
   # Text for Windows: lines end as its editors expect.
   licences libtinyxml2-dev libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev \
-    libz-mingw-w64-dev g++-mingw-w64-x86-64-posix mingw-w64-common | sed 's/$/\r/' >"$folder/THIRD-PARTY-LICENCES.txt"
+    g++-mingw-w64-x86-64-posix mingw-w64-common | sed 's/$/\r/' >"$folder/THIRD-PARTY-LICENCES.txt"
   sed "s/@VERSION@/$version/; s/\$/\r/" packaging/README-windows.txt >"$folder/README.txt"
   (cd "$packages" && cmake -E tar cf "fmp4-$version-windows.zip" --format=zip "fmp4-$version-windows")
   rm -rf "$folder"
@@ -60,7 +60,7 @@ debian_dependencies() {
   scratch=$(mktemp -d)
   mkdir "$scratch/debian"
   printf 'Source: fmp4\n\nPackage: fmp4\nArchitecture: amd64\n' >"$scratch/debian/control"
-  (cd "$scratch" && dpkg-shlibdeps -O --warnings=0 -l"$root/usr/lib/fmp4" "$root"/usr/lib/fmp4/{fmp4,vlx_fmp4.so,libvlhost.so}) |
+  (cd "$scratch" && dpkg-shlibdeps -O --warnings=0 -l"$root/usr/lib/fmp4" "$root"/usr/lib/fmp4/{fmp4,fmp4_serve.so,vlx_fmp4.so,libvlhost.so}) |
     sed 's/^shlibs:Depends=//'
   rm -rf "$scratch"
 }
@@ -70,7 +70,7 @@ make_debian() {
   configure_and_build dev
   local root=$PWD/$packages/debian
   rm -rf "$root"
-  install -D -t "$root/usr/lib/fmp4" "build/dev/bin"/{fmp4,vlx_fmp4.so,libvlhost.so}
+  install -D -t "$root/usr/lib/fmp4" "build/dev/bin"/{fmp4,fmp4_serve.so,vlx_fmp4.so,libvlhost.so}
   strip --strip-unneeded "$root"/usr/lib/fmp4/*
   chmod 644 "$root"/usr/lib/fmp4/*.so
   install -D -m 644 -t "$root/usr/lib/fmp4/page" "build/dev/bin"/page/*

@@ -1,16 +1,16 @@
 #include <CLI/CLI.hpp>
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <iostream>
 #include <memory>
-#include <thread>
 
 #include "base/json_text.h"
+#include "base/user_error.h"
 #include "os/path_name.h"
 #include "tool/commands/commands.h"
-#include "tool/serve/web_server.h"
+#include "tool/serve/server_library.h"
 #include "tool/terminal/program_folder.h"
+#include "vlutil.h"
 
 namespace {
 
@@ -37,12 +37,26 @@ void announce(const ServeOptions& options, int port) {
   std::cout.flush();
 }
 
+ServeFolder loadServer() {
+  constexpr std::uint32_t kLoadBesideHostFirst = 2;
+  void* const library = vlOSLoadLibrary(kServerLibrary, kLoadBesideHostFirst);
+  void* const function = vlOSGetProcAddress(library, kServeFolder);
+  if (function == nullptr)
+    throw UserError(std::string("the library '") + kServerLibrary +
+                    "' cannot be loaded; it is installed beside the program");
+  return reinterpret_cast<ServeFolder>(function);
+}
+
 bool serve(const ServeOptions& options) {
-  WebServer server(vlPath(options.folder), programFolder() / "page");
+  const ServeFolder serveFolder = loadServer();
+  std::string failure;
   std::signal(SIGINT, askForEnd);
   std::signal(SIGTERM, askForEnd);
-  announce(options, server.start(options.port));
-  while (!endAsked) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  const bool served =
+      serveFolder({options.folder, vlName(programFolder() / "page"), options.port,
+                   [&options](int port) { announce(options, port); }, [] { return endAsked.load(); },
+                   [&failure](const std::string& reason) { failure = reason; }});
+  if (!served) throw UserError(failure);
   return true;
 }
 
