@@ -15,6 +15,12 @@ inline std::uint64_t loadBigEndian(const std::uint8_t* p) {
   return std::endian::native == std::endian::little ? swapBytes(value) : value;
 }
 
+// Writes the eight bytes of a big-endian number.
+inline void storeBigEndian(std::uint64_t value, std::uint8_t* p) {
+  if constexpr (std::endian::native == std::endian::little) value = swapBytes(value);
+  std::memcpy(p, &value, sizeof value);
+}
+
 // NOLINTBEGIN(readability-identifier-naming): the decoders' reader, named as their functions are.
 
 // Never reads outside the given bytes: past the end all bits are zero, and Overrun() stays true from then on.

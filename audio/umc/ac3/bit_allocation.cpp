@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "audio/umc/ac3/bit_allocation_tables.h"
 #include "audio/umc/ac3/exponents.h"
@@ -23,6 +24,22 @@ constexpr std::array<std::uint8_t, kBins> MakeBandOfBin() {
 }
 
 constexpr auto kBandOfBin = MakeBandOfBin();
+
+// Pointers of a band's bins by exponent: an entry is a step of the level above the mask (32 units, 7.2.2.7),
+// so that a larger exponent is kExponentSteps entries further back. Before the steps of kPointer there is no
+// bit, after them the number of bits no longer grows.
+constexpr int kExponentSteps = 4;
+constexpr int kStepsBelow = kExponentSteps * kMaxExponent;
+constexpr int kHighestStep = kStepsBelow + static_cast<int>(std::size(kPointer)) - 1;
+
+constexpr auto kPointerOfStep = [] {
+  std::array<std::uint8_t, kStepsBelow + kHighestStep + 1> pointers{};
+  for (int step = 0; step <= kHighestStep; ++step) {
+    const auto known = static_cast<std::size_t>(std::min(step, static_cast<int>(std::size(kPointer)) - 1));
+    pointers[static_cast<std::size_t>(kStepsBelow + step)] = kPointer[known];
+  }
+  return pointers;
+}();
 
 // Levels are logarithmic: 128 units are a factor of 2 in amplitude (6 dB).
 int LevelOf(std::uint8_t exponent) {
@@ -181,9 +198,9 @@ bool AllocateBits(AllocationKind kind, int start, int end, const std::uint8_t* e
     const int band = kBandOfBin[static_cast<std::size_t>(bin)];
     const int bandEnd = std::min<int>(kBandStart[band + 1], end);
     const int masked = (std::max(mask[band] - snrOffset - floor, 0) & 0x1FE0) + floor;
-    for (; bin < bandEnd; ++bin) {
-      pointers[bin] = kPointer[std::clamp((LevelOf(exponents[bin]) - masked) >> 5, 0, 63)];
-    }
+    const int step = std::clamp((LevelOf(0) - masked) >> 5, 0, kHighestStep);
+    const std::uint8_t* const ofExponentZero = kPointerOfStep.data() + kStepsBelow + step;
+    for (; bin < bandEnd; ++bin) pointers[bin] = *(ofExponentZero - kExponentSteps * exponents[bin]);
   }
   return true;
 }

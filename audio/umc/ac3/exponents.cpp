@@ -31,19 +31,34 @@ constexpr int BinsPerDifference(ExponentStrategy strategy) {
   return 1 << (static_cast<int>(strategy) - 1);
 }
 
-bool ParseGroups(BitWindow& stream, int bins, int groups, int exponent, std::uint8_t* out) {
-  const auto step = static_cast<std::size_t>(bins);
+// Reads from a copy of the stream, which stores of bytes cannot change.
+template <int kBins>
+bool ParseGroups(BitWindow& stream, int groups, int exponent, std::uint8_t* out) {
+  BitWindow window = stream;
   for (int i = 0; i < groups; ++i) {
-    const std::uint32_t group = stream.Read(kGroupBits);
+    const std::uint32_t group = window.Read(kGroupBits);
     if (group >= kGroups) return false;
     for (const int difference : kDifferences[group].values) {
       exponent += difference;
       if (exponent < 0 || exponent > kMaxExponent) return false;
-      std::memset(out, exponent, step);
-      out += step;
+      std::memset(out, exponent, kBins);
+      out += kBins;
     }
   }
+  stream = window;
   return true;
+}
+
+// `exponent` is the reference of the first difference.
+bool ParseGroups(BitWindow& stream, ExponentStrategy strategy, int groups, int exponent, std::uint8_t* out) {
+  switch (strategy) {
+    case ExponentStrategy::kD15:
+      return ParseGroups<BinsPerDifference(ExponentStrategy::kD15)>(stream, groups, exponent, out);
+    case ExponentStrategy::kD25:
+      return ParseGroups<BinsPerDifference(ExponentStrategy::kD25)>(stream, groups, exponent, out);
+    default:
+      return ParseGroups<BinsPerDifference(ExponentStrategy::kD45)>(stream, groups, exponent, out);
+  }
 }
 
 }  // namespace
@@ -54,14 +69,14 @@ bool ParseExponents(BitWindow& stream, ExponentStrategy strategy, int end, std::
   exponents[0] = static_cast<std::uint8_t>(stream.Read(4));
   // The last group may extend past the end, so that all bins are covered.
   const int groups = (end - 1 + groupBins - kGroupSize) / groupBins;
-  return ParseGroups(stream, bins, groups, exponents[0], exponents + 1);
+  return ParseGroups(stream, strategy, groups, exponents[0], exponents + 1);
 }
 
 bool ParseCouplingExponents(BitWindow& stream, ExponentStrategy strategy, int start, int end,
                             std::uint8_t* exponents) {
   const int bins = BinsPerDifference(strategy);
   const int reference = static_cast<int>(stream.Read(4)) * 2;
-  return ParseGroups(stream, bins, (end - start) / (kGroupSize * bins), reference, exponents + start);
+  return ParseGroups(stream, strategy, (end - start) / (kGroupSize * bins), reference, exponents + start);
 }
 
 }  // namespace UMC::ac3

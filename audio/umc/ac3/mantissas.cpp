@@ -5,6 +5,11 @@
 
 namespace UMC::ac3 {
 
+// Bins whose positions are computed at once: the lengths of their code words, at most 16 bits each, add up in
+// a byte.
+constexpr int kRun = 8;
+static_assert(kBins % kRun == 0);
+
 // A channel's code words in a stream of eight bytes or more.
 class CodeWords {
  public:
@@ -12,12 +17,19 @@ class CodeWords {
       : m_data(stream.Data()), m_origin(stream.Position()), m_lastByte(stream.Size() - 8) {}
 
   // Computes the positions of the code words of the bins from `start` to `end`; `bits` are the lengths of the
-  // words that begin at each bin.
+  // words that begin at each bin, 0 for all other bins.
   void Place(const std::uint8_t* bits, int start, int end) {
-    for (int bin = start; bin < end; ++bin) {
-      m_positions[bin] = static_cast<std::uint16_t>(m_bits);
-      m_bits += bits[bin];
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    std::size_t position = m_origin;
+    for (int bin = start / kRun * kRun; bin < end; bin += kRun) {
+      // Byte i of the product is the sum of the lengths from bin i on.
+      const std::uint64_t sums = loadBigEndian(bits + bin) * kOnes;
+      const std::uint64_t total = sums >> 56;
+      storeBigEndian(total * kOnes - sums, m_offsets + bin);
+      m_runs[bin / kRun] = position;
+      position += total;
     }
+    m_bits = position - m_origin;
   }
 
   // Total length of all code words. They must be within the stream before they are read.
@@ -25,9 +37,9 @@ class CodeWords {
 
   // The 32 bits from the start of the code word of `bin`; zeros past the stream's end.
   [[nodiscard]] std::uint32_t At(std::size_t bin) const {
-    const std::size_t position = m_origin + m_positions[bin];
+    const std::size_t position = m_runs[bin / kRun] + m_offsets[bin];
     const std::size_t byte = std::min(position / 8, m_lastByte);
-    return static_cast<std::uint32_t>(LoadBigEndian(m_data + byte) << (position - 8 * byte) >> 32);
+    return static_cast<std::uint32_t>(loadBigEndian(m_data + byte) << (position - 8 * byte) >> 32);
   }
 
  private:
@@ -35,7 +47,8 @@ class CodeWords {
   std::size_t m_origin;
   std::size_t m_lastByte;
   std::size_t m_bits = 0;
-  std::uint16_t m_positions[kBins];  // bits from the origin
+  std::size_t m_runs[kBins / kRun];  // positions in the stream, bits
+  std::uint8_t m_offsets[kBins];     // bits from the run's position
 };
 
 namespace {
@@ -141,7 +154,7 @@ bool MantissaReader::Read(const CodedChannel& channel, float* mantissas) {
 // The lengths of all code words determine their positions, so that they can be read in any order: one loop
 // for each kind, without dependencies between steps.
 void MantissaReader::Locate(const CodedChannel& channel, CodeWords& words) const {
-  std::uint8_t bits[kBins];
+  std::uint8_t bits[kBins] = {};
   std::copy(channel.ownBits + channel.start, channel.ownBits + channel.end, bits + channel.start);
   for (std::size_t kind = 0; kind < kGroupKinds; ++kind) {
     const GroupKind& group = kGroups[kind];
