@@ -22,6 +22,10 @@ struct OneLane {
   static V MulAdd(V a, V b, V c) { return a * b + c; }     // a b + c
   static V NegMulAdd(V a, V b, V c) { return c - a * b; }  // c - a b
   static V Neg(V a) { return -a; }
+  static V Div(V a, V b) { return a / b; }
+  static V Abs(V a) { return std::fabs(a); }
+  // x where a < b, else y
+  static V WhereLess(V a, V b, V x, V y) { return a < b ? x : y; }
   static V Reverse(V a) { return a; }
   // a0 b0 a1 b1 ... in memory
   static void LoadPairs(const float* p, V& a, V& b) {

@@ -42,6 +42,9 @@ class Lanes {
   static HWY_INLINE V MulAdd(V a, V b, V c) { return hn::MulAdd(a, b, c); }
   static HWY_INLINE V NegMulAdd(V a, V b, V c) { return hn::NegMulAdd(a, b, c); }
   static HWY_INLINE V Neg(V a) { return hn::Neg(a); }
+  static HWY_INLINE V Div(V a, V b) { return hn::Div(a, b); }
+  static HWY_INLINE V Abs(V a) { return hn::Abs(a); }
+  static HWY_INLINE V WhereLess(V a, V b, V x, V y) { return hn::IfThenElse(hn::Lt(a, b), x, y); }
   static HWY_INLINE V Reverse(V a) { return hn::Reverse(D(), a); }
   static HWY_INLINE void LoadPairs(const float* p, V& a, V& b) { hn::LoadInterleaved2(D(), p, a, b); }
   static HWY_INLINE void StorePairs(V a, V b, float* p) { hn::StoreInterleaved2(a, b, D(), p); }

@@ -47,6 +47,16 @@ struct PsMixer {
   Ipp32f step[8][kPsHybridBands];  // added before every slot
 };
 
+// The state of the transient detector, by parameter band, and the vector size that its bands are rounded up
+// to.
+inline constexpr std::size_t kPsTransientStep = 16;
+inline constexpr std::size_t kPsTransientBands = 48;
+struct PsTransients {
+  Ipp32f peak[kPsTransientBands];        // decaying
+  Ipp32f power[kPsTransientBands];       // smoothed
+  Ipp32f difference[kPsTransientBands];  // peak minus power, smoothed
+};
+
 struct PsKernels {
   // The outputs of a bank for the middle one of 13 complex samples in time order.
   void (*filter)(const PsFilterBank& bank, const Ipp32fc* samples, PsSpectrum out);
@@ -56,6 +66,10 @@ struct PsKernels {
   void (*split)(const Ipp32fc* in, PsSpectrum out, std::size_t length);
   // One slot through a bank. `links` hold each link's state from its delay ago, and receive its new state.
   void (*allPass)(const PsAllPassBank& bank, PsSpectrum in, PsAllPassRow* const* links, PsSpectrum out);
+  // The gains for a slot's powers by parameter band (8.6.4.5.3); `bands` is a multiple of kPsTransientStep.
+  void (*transientGains)(PsTransients& state, const Ipp32f* powers, Ipp32f* gains, std::size_t bands);
+  // Sets values to zero whose magnitudes are not between `smallest` and `largest`, and NaNs.
+  void (*sweep)(Ipp32f* values, std::size_t length, Ipp32f smallest, Ipp32f largest);
   // Mixes bands `first` to `end` - 1 of `s` and of `d` times `gains`, with the mixer's next coefficients,
   // which are complex if `phases` is set.
   void (*mix)(PsMixer& mixer, bool phases, std::size_t first, std::size_t end, PsSpectrum s, PsSpectrum d,

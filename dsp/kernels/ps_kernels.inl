@@ -57,6 +57,38 @@ inline void PsAllPass(const PsAllPassBank& bank, PsSpectrum in, PsAllPassRow* co
   });
 }
 
+inline void PsTransientGains(PsTransients& state, const Ipp32f* powers, Ipp32f* gains, std::size_t bands) {
+  constexpr float kPeakDecay = 0.76592833836465f;
+  constexpr float kSmoothing = 0.25f;
+  constexpr float kImpact = 1.5f;
+  PsTransients* running = &state;
+  ForLanes(0, bands, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto follow = [=](float* smooth, typename L::V value) VL_LANES_ATTR {
+      const auto before = L::Load(smooth + i);
+      const auto next = L::MulAdd(L::Set(kSmoothing), L::Sub(value, before), before);
+      L::Store(next, smooth + i);
+      return next;
+    };
+    const auto power = L::Load(powers + i);
+    const auto decayed = L::Mul(L::Load(running->peak + i), L::Set(kPeakDecay));
+    const auto peak = L::WhereLess(decayed, power, power, decayed);
+    L::Store(peak, running->peak + i);
+    const auto smooth = follow(running->power, power);
+    const auto limit = L::Mul(L::Set(kImpact), follow(running->difference, L::Sub(peak, power)));
+    L::Store(L::WhereLess(smooth, limit, L::Div(smooth, limit), L::Set(1)), gains + i);
+  });
+}
+
+inline void PsSweep(Ipp32f* values, std::size_t length, Ipp32f smallest, Ipp32f largest) {
+  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto value = L::Load(values + i), zero = L::Set(0), magnitude = L::Abs(value);
+    const auto kept = L::WhereLess(L::Set(smallest), magnitude, value, zero);
+    L::Store(L::WhereLess(magnitude, L::Set(largest), kept, zero), values + i);
+  });
+}
+
 // The mixer's coefficients of one kind from `k` on, advanced by one slot.
 template <class L>
 inline typename L::V PsNextCoefficients(PsMixer& mixer, int kind, std::size_t k) {
@@ -99,4 +131,5 @@ inline void PsMix(PsMixer& mixer, bool phases, std::size_t first, std::size_t en
   }
 }
 
-inline constexpr PsKernels kPsKernels = {PsFilter, PsPower, PsSplit, PsAllPass, PsMix};
+inline constexpr PsKernels kPsKernels = {PsFilter,         PsPower, PsSplit, PsAllPass,
+                                         PsTransientGains, PsSweep, PsMix};

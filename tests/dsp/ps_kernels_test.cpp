@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
+#include <limits>
 #include <memory>
 #include <random>
 #include <vector>
@@ -116,6 +118,54 @@ TEST(PsKernels, PassAllLinks) {
         ExpectNear(x, out.At(k));
       }
       EXPECT_EQ(Value(0), out.At(static_cast<std::size_t>(bands)));
+    }
+  }
+}
+
+TEST(PsKernels, ReduceTransientsAlikeInEveryBand) {
+  for (const KernelSet& set : AllKernelSets()) {
+    SCOPED_TRACE(set.name);
+    Noise noise(5);
+    PsTransients state{};
+    double peak[kPsTransientBands] = {}, power[kPsTransientBands] = {}, difference[kPsTransientBands] = {};
+    int reduced = 0;
+    for (int slot = 0; slot < 40; ++slot) {
+      float powers[kPsTransientBands], gains[kPsTransientBands];
+      for (float& value : powers) value = std::abs(noise()) * (slot % 8 == 0 ? 100.0f : 1.0f);
+      set.kernels->ps.transientGains(state, powers, gains, 2 * kPsTransientStep);
+      for (std::size_t i = 0; i < 2 * kPsTransientStep; ++i) {
+        const double now = powers[i];
+        peak[i] = std::max(peak[i] * 0.76592833836465, now);
+        power[i] += 0.25 * (now - power[i]);
+        difference[i] += 0.25 * (peak[i] - now - difference[i]);
+        const double limit = 1.5 * difference[i];
+        EXPECT_NEAR(limit > power[i] ? power[i] / limit : 1, gains[i], 1e-5);
+        if (gains[i] < 1) ++reduced;
+      }
+    }
+    EXPECT_GT(reduced, 100);
+    EXPECT_EQ(0, state.peak[2 * kPsTransientStep]);
+  }
+}
+
+TEST(PsKernels, SweepDecayedAndNonFiniteValues) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  for (const KernelSet& set : AllKernelSets()) {
+    SCOPED_TRACE(set.name);
+    for (const std::size_t length : {1u, 7u, 29u, 112u}) {
+      const std::vector<float> kinds = {1,      -2,        1e-18f,     -1e-19f, 2e-18f, 1e18f,
+                                        -9e17f, kInfinity, -kInfinity, kNaN,    0,      -0.5f};
+      const std::vector<float> swept = {1, -2, 0, 0, 2e-18f, 0, -9e17f, 0, 0, 0, 0, -0.5f};
+      std::vector<float> values(length + 1, kNaN), expected(length);
+      for (std::size_t i = 0; i < length; ++i) {
+        values[i] = kinds[i % kinds.size()];
+        expected[i] = swept[i % kinds.size()];
+      }
+      set.kernels->ps.sweep(values.data(), length, 1e-18f, 1e18f);
+      EXPECT_TRUE(std::isnan(values.back()));
+      values.pop_back();
+      EXPECT_EQ(expected, values);
     }
   }
 }

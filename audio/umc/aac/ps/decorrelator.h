@@ -19,10 +19,7 @@ struct PsDecorrelatorState {
   PsAllPassRow links[3 + 4 + 5];
   float longDelay[kPsLongDelay][2][kPsLongDelayBands];
   float shortDelay[2][kPsShortDelayBands];
-  // By parameter band.
-  float peak[kMaxPsBands];
-  float power[kMaxPsBands];       // smoothed
-  float difference[kMaxPsBands];  // peak minus power, smoothed
+  PsTransients transients;
 };
 
 // Makes the decorrelated signal of a slot, and the gains that attenuate it at transients. `powers` is a

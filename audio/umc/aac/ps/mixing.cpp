@@ -66,17 +66,32 @@ PsCoefficients MakeCoefficients(const PsConfiguration& configuration, const PsDa
   return made;
 }
 
-// Copies the coefficients to the hybrid bands.
-void Spread(const PsConfiguration& configuration, const PsCoefficients& coefficients,
+// Copies the coefficients of the first `kinds` kinds to the hybrid bands.
+void Spread(const PsConfiguration& configuration, const PsCoefficients& coefficients, int kinds,
             float (&spread)[8][kPsHybridBands]) {
-  for (int kind = 0; kind < 8; ++kind) {
-    for (int k = 0; k < configuration.hybridBands; ++k) {
-      spread[kind][k] = coefficients.h[kind][configuration.bandOf[k]];
-    }
+  for (int kind = 0; kind < kinds; ++kind) {
+    SpreadPsBands(configuration, coefficients.h[kind], spread[kind]);
   }
-  for (int kind = kImaginary; kind < 8; ++kind) {
+  for (int kind = kImaginary; kind < kinds; ++kind) {
     for (int k = configuration.firstConjugate; k < configuration.endConjugate; ++k) spread[kind][k] *= -1;
   }
+}
+
+// The number of kinds that the mixer uses.
+int KindsOf(bool isComplex) {
+  return isComplex ? 8 : kImaginary;
+}
+
+// The change per slot.
+PsCoefficients StepBetween(const PsCoefficients& from, const PsCoefficients& to, int bands, int slots) {
+  PsCoefficients step{};
+  const float share = 1.0f / static_cast<float>(slots);
+  for (int kind = 0; kind < 8; ++kind) {
+    for (int band = 0; band < bands; ++band) {
+      step.h[kind][band] = (to.h[kind][band] - from.h[kind][band]) * share;
+    }
+  }
+  return step;
 }
 
 }  // namespace
@@ -97,22 +112,20 @@ void ConvertMixing(const PsConfiguration& from, const PsConfiguration& to, PsMix
 
 bool AimMixer(const PsConfiguration& configuration, const PsData& data, const PsEnvelope& envelope, int slots,
               PsMixingState& state, PsMixer& mixer) {
-  const bool wasComplex = HoldMixer(configuration, state, mixer);
+  const PsCoefficients before = state.last;
   state.last = MakeCoefficients(configuration, data, envelope, state);
-  Spread(configuration, state.last, mixer.step);
-  const float share = 1.0f / static_cast<float>(slots);
-  for (int kind = 0; kind < 8; ++kind) {
-    for (int k = 0; k < configuration.hybridBands; ++k) {
-      mixer.step[kind][k] = (mixer.step[kind][k] - mixer.h[kind][k]) * share;
-    }
-  }
-  return wasComplex || IsComplex(state.last);
+  const bool isComplex = IsComplex(before) || IsComplex(state.last);
+  const int kinds = KindsOf(isComplex);
+  Spread(configuration, before, kinds, mixer.h);
+  Spread(configuration, StepBetween(before, state.last, configuration.bands, slots), kinds, mixer.step);
+  return isComplex;
 }
 
 bool HoldMixer(const PsConfiguration& configuration, const PsMixingState& state, PsMixer& mixer) {
-  Spread(configuration, state.last, mixer.h);
+  const bool isComplex = IsComplex(state.last);
+  Spread(configuration, state.last, KindsOf(isComplex), mixer.h);
   std::fill_n(&mixer.step[0][0], 8 * kPsHybridBands, 0.0f);
-  return IsComplex(state.last);
+  return isComplex;
 }
 
 }  // namespace UMC::aac
