@@ -4,21 +4,18 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 
 #include "dsp/kernels/kernels.h"
 
 namespace {
 
-// Indexed by the value's 16 bits, so that lookups need no test of its sign or magnitude.
-using Pow43Table = std::array<Ipp32f, 0x10000>;
+using Pow43Table = std::array<Ipp32f, kPow43Limit + 1>;
 
 Pow43Table MakePow43Table() {
   Pow43Table table{};
-  Ipp32f power = 0;
-  for (Ipp32s i = 1; i <= 0x8000; ++i) {
-    if (i <= kPow43Limit) power = static_cast<Ipp32f>(i * std::cbrt(static_cast<double>(i)));
-    table[static_cast<Ipp16u>(i)] = power;
-    table[static_cast<Ipp16u>(-i)] = -power;
+  for (Ipp32s i = 1; i <= kPow43Limit; ++i) {
+    table[static_cast<std::size_t>(i)] = static_cast<Ipp32f>(i * std::cbrt(static_cast<double>(i)));
   }
   return table;
 }
@@ -30,12 +27,17 @@ Ipp32f PowerOfTwo(Ipp32s exponent) {
 
 }  // namespace
 
+const Ipp32f* Pow43Powers() {
+  static const Pow43Table kTable = MakePow43Table();
+  return kTable.data();
+}
+
 IppStatus ippsPow43_16s32f(const Ipp16s* source, Ipp32f* destination, std::size_t length) {
   if (source == nullptr || destination == nullptr) return ippStsNullPtrErr;
-  static const Pow43Table kTable = MakePow43Table();
-  const Ipp32f* table = kTable.data();
+  const Ipp32f* powers = Pow43Powers();
   for (std::size_t i = 0; i < length; ++i) {
-    destination[i] = table[static_cast<Ipp16u>(source[i])];
+    const Ipp32f power = powers[std::min(std::abs(Ipp32s{source[i]}), kPow43Limit)];
+    destination[i] = source[i] < 0 ? -power : power;
   }
   return ippStsNoErr;
 }

@@ -11,6 +11,9 @@ inline constexpr Ipp32s kPow43Limit = 8191;
 // destination[i] = sign(source[i]) * |source[i]|^(4/3); magnitudes are clamped to kPow43Limit.
 IppStatus ippsPow43_16s32f(const Ipp16s* source, Ipp32f* destination, std::size_t length);
 
+// i^(4/3) for i from 0 to kPow43Limit; computed on first use.
+const Ipp32f* Pow43Powers();
+
 // destination[i] = 2^((source[i] - offset) / 4); exponents outside a float's range are clamped to +-120.
 IppStatus ippsCalcSF_16s32f(const Ipp16s* source, Ipp32s offset, Ipp32f* destination, std::size_t length);
 

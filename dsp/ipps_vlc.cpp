@@ -1,17 +1,15 @@
 #include "dsp/ipps_vlc.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <new>
 #include <type_traits>
 
+#include "dsp/vlc_lookup.h"
+
 namespace {
 
 using Entry = IppsVLCDecodeSpec_32s::Entry;
-
-constexpr Ipp16s kEscape = 16;
-constexpr unsigned kMaxEscapePrefix = 8;
 
 // Fills the table entries [first, first + count); false if one of them is already in use.
 bool Fill(std::vector<Entry>& entries, std::size_t first, std::size_t count, const Entry& entry) {
@@ -94,16 +92,6 @@ IppStatus Build(const IppsVLCTable_32s* words, std::size_t count, const IppsVLCT
   return complete ? ippStsNoErr : ippStsVLCUsrTblCodeErr;
 }
 
-// The next symbol in the window, which holds at least kMaxVLCLength bits; they are not consumed.
-inline Entry Look(const BitWindow& window, const Entry* entries, unsigned primaryBits) {
-  const Entry entry = entries[window.Peek(primaryBits)];
-  if ((entry.length & IppsVLCDecodeSpec_32s::kLink) == 0) [[likely]]
-    return entry;
-  const unsigned bits = entry.length & ~unsigned{IppsVLCDecodeSpec_32s::kLink};
-  const std::uint64_t pattern = window.Peek(primaryBits + bits) & ((std::uint64_t{1} << bits) - 1);
-  return entries[static_cast<std::size_t>(entry.value) + pattern];
-}
-
 // For a tuple of kDimension values, indexed by the set of its non-zero values and the next kDimension bits of
 // the stream: all ones in the position of every value that these bits make negative.
 template <int kDimension>
@@ -148,48 +136,28 @@ inline Packed<kDimension> Negate(Packed<kDimension> packed, Packed<kDimension> m
   return (packed ^ mask) + (mask & kOnes);
 }
 
-// Calls take(i) for the offset of every tuple in `length` values. The window always holds enough bits: one
-// refill provides for two tuples with their signs.
-template <int kDimension, class Take>
-inline void ForTuples(BitWindow& window, std::size_t length, Take take) {
-  static_assert(2 * (kMaxVLCLength + kDimension) <= 56);
-  std::size_t i = 0;
-  for (; i + 2 * kDimension <= length; i += 2 * kDimension) {
-    window.Refill();
-    take(i);
-    take(i + kDimension);
-  }
-  if (i < length) {
-    window.Refill();
-    take(i);
-  }
-}
-
 template <int kDimension>
 void DecodeSigned(BitWindow* stream, Ipp16s* values, std::size_t length, const IppsVLCDecodeSpec_32s& table) {
   BitWindow window = *stream;
   const Entry* entries = table.entries.data();
   const Ipp16s* tuples = table.tuples.data();
   const unsigned primaryBits = table.primaryBits;
-  ForTuples<kDimension>(window, length, [&](std::size_t i) {
-    const Entry entry = Look(window, entries, primaryBits);
+  ForVlcTuples<kDimension>(window, length, [&](std::size_t i) {
+    const Entry entry = LookUpVlc(window, entries, primaryBits);
     window.Skip(entry.length);
     std::memcpy(values + i, tuples + entry.value * kDimension, kDimension * sizeof(Ipp16s));
   });
   *stream = window;
 }
 
-// Number of bits set in a four-bit number.
-constexpr Ipp8u kBitCount[16] = {0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4};
-
 // Decodes the next tuple and its signs from the window, which holds enough bits for both.
 template <int kDimension>
 inline Packed<kDimension> TakeUnsigned(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
                                        unsigned primaryBits) {
-  const Entry entry = Look(window, entries, primaryBits);
+  const Entry entry = LookUpVlc(window, entries, primaryBits);
   window.Skip(entry.length);
   const auto signs = window.Peek(kDimension);
-  window.Skip(kBitCount[entry.nonZero]);
+  window.Skip(kVlcBitCount[entry.nonZero]);
   return Negate<kDimension>(LoadPacked<kDimension>(tuples + entry.value * kDimension),
                             LoadPacked<kDimension>(kSignMasks<kDimension>.lanes[entry.nonZero][signs]));
 }
@@ -201,7 +169,7 @@ void DecodeUnsigned(BitWindow* stream, Ipp16s* values, std::size_t length,
   const Entry* entries = table.entries.data();
   const Ipp16s* tuples = table.tuples.data();
   const unsigned primaryBits = table.primaryBits;
-  ForTuples<kDimension>(window, length, [&](std::size_t i) {
+  ForVlcTuples<kDimension>(window, length, [&](std::size_t i) {
     const auto packed = TakeUnsigned<kDimension>(window, entries, tuples, primaryBits);
     std::memcpy(values + i, &packed, sizeof packed);
   });
@@ -210,20 +178,10 @@ void DecodeUnsigned(BitWindow* stream, Ipp16s* values, std::size_t length,
 
 // Replaces an escape value by the magnitude of its escape sequence. False if the prefix is too long.
 inline bool TakeEscape(BitWindow& window, Ipp16s& value) {
-  if (value != kEscape && value != -kEscape) return true;
-  window.Refill();
-  unsigned prefix = 0;
-  while (prefix <= kMaxEscapePrefix && window.Peek(1) != 0) {
-    window.Skip(1);
-    ++prefix;
-  }
-  if (prefix > kMaxEscapePrefix) return false;
-  window.Skip(1);
-  const unsigned bits = prefix + 4;
-  const auto magnitude = static_cast<Ipp32s>((1u << bits) + window.Peek(bits));
-  window.Skip(bits);
+  if (value != kVlcEscape && value != -kVlcEscape) return true;
+  const Ipp32s magnitude = TakeEscapeSequence(window);
   value = static_cast<Ipp16s>(value < 0 ? -magnitude : magnitude);
-  return true;
+  return magnitude != 0;
 }
 
 bool IsDecodable(const BitWindow* stream, const Ipp16s* values, const IppsVLCDecodeSpec_32s* table) {
@@ -233,7 +191,7 @@ bool IsDecodable(const BitWindow* stream, const Ipp16s* values, const IppsVLCDec
 // Decodes the next pair of signed values from the window, which holds enough bits for it.
 inline Packed<2> TakeSignedPair(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
                                 unsigned primaryBits) {
-  const Entry entry = Look(window, entries, primaryBits);
+  const Entry entry = LookUpVlc(window, entries, primaryBits);
   window.Skip(entry.length);
   return LoadPacked<2>(tuples + entry.value * 2);
 }
@@ -281,7 +239,7 @@ IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count
 IppStatus ippsVLCDecodeOne_1u16s(BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, value, table)) return ippStsNullPtrErr;
   stream->Refill();
-  const Entry entry = Look(*stream, table->entries.data(), table->primaryBits);
+  const Entry entry = LookUpVlc(*stream, table->entries.data(), table->primaryBits);
   stream->Skip(entry.length);
   *value = entry.value;
   return ippStsNoErr;

@@ -359,6 +359,10 @@ inline void ScaleBands(float* values, const float* factors, const Ipp16u* offset
   for (std::size_t b = 0; b < bands; ++b) {
     const std::size_t end = offsets[b + 1];
     std::size_t i = offsets[b];
+    const auto wideFactor = WideLanes::Set(factors[b]);
+    for (; i + WideLanes::Count() <= end; i += WideLanes::Count()) {
+      WideLanes::Store(WideLanes::Mul(WideLanes::Load(values + i), wideFactor), values + i);
+    }
     const auto factor = FourLanes::Set(factors[b]);
     for (; i + FourLanes::Count() <= end; i += FourLanes::Count()) {
       FourLanes::Store(FourLanes::Mul(FourLanes::Load(values + i), factor), values + i);

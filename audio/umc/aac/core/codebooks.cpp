@@ -4,6 +4,7 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "audio/umc/aac/core/huffman_codes.h"
 #include "audio/umc/shared_object.h"
@@ -12,7 +13,6 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr int kMaxDifference = 60;
 constexpr unsigned kFirstLevelBits = 9;
 
 struct Code {
@@ -58,13 +58,30 @@ constexpr auto kSignedEscapeCode = [] {
 }();
 constexpr unsigned kSignedFirstLevelBits = 10;
 
+// Books 1, 2, 5 and 6 are signed.
+constexpr bool HasSignBits(std::size_t book) {
+  return book == 3 || book == 4 || book >= 7;
+}
+
+bool PreparePowers(Codebooks& made) {
+  for (std::size_t book = 1; book <= std::size(kSpectral); ++book) {
+    const bool escapes = book == std::size(kSpectral);
+    if (PrepareVlcPowers(made.spectral[book], HasSignBits(book), escapes, &made.powers[book]) !=
+        ippStsNoErr) {
+      return false;
+    }
+  }
+  return PrepareVlcPowers(made.signedEscape, false, true, &made.signedEscapePowers) == ippStsNoErr;
+}
+
 std::unique_ptr<const Codebooks> MakeCodebooks() {
   std::unique_ptr<Codebooks> made(new (std::nothrow) Codebooks);
   if (made == nullptr) return nullptr;
   const auto prepare = [](const Code& code, IppsVLCDecodeSpec_32s& table) {
     return ippsVLCDecodeInit_32s(code.words, code.count, code.tuple, kFirstLevelBits, &table) == ippStsNoErr;
   };
-  if (!prepare(Describe(kScaleFactorCode, {1, 2 * kMaxDifference + 1, 0}), made->scaleFactor)) return nullptr;
+  if (!prepare(Describe(kScaleFactorCode, {1, 2 * kMaxScaleFactorDifference + 1, 0}), made->scaleFactor))
+    return nullptr;
   for (std::size_t i = 0; i < std::size(kSpectral); ++i) {
     if (!prepare(kSpectral[i], made->spectral[i + 1])) return nullptr;
   }
@@ -72,7 +89,7 @@ std::unique_ptr<const Codebooks> MakeCodebooks() {
                             kSignedFirstLevelBits, &made->signedEscape) != ippStsNoErr) {
     return nullptr;
   }
-  return made;
+  return PreparePowers(*made) ? std::move(made) : nullptr;
 }
 
 }  // namespace
@@ -80,12 +97,6 @@ std::unique_ptr<const Codebooks> MakeCodebooks() {
 const Codebooks* SharedCodebooks() {
   static SharedObject<Codebooks> shared;
   return shared.Get(MakeCodebooks);
-}
-
-int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks) {
-  Ipp16s symbol = 0;
-  ippsVLCDecodeOne_1u16s(&stream, &symbol, &codebooks.scaleFactor);
-  return symbol - kMaxDifference;
 }
 
 }  // namespace UMC::aac

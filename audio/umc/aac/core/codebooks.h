@@ -2,7 +2,8 @@
 #pragma once
 
 #include "base/bit_window.h"
-#include "dsp/ipps_vlc.h"
+#include "dsp/vlc_lookup.h"
+#include "dsp/vlc_powers.h"
 
 namespace UMC::aac {
 
@@ -11,12 +12,23 @@ struct Codebooks {
   IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
   // The escape codebook again, with code words that include the sign bits.
   IppsVLCDecodeSpec_32s signedEscape;
+  // The same with the powers of the lines.
+  VlcPowers powers[12];
+  VlcPowers signedEscapePowers;
 };
 
 // Created on first use; null if memory was exhausted.
 const Codebooks* SharedCodebooks();
 
-// Reads the next scale factor difference, -60 to 60.
-int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks);
+inline constexpr int kMaxScaleFactorDifference = 60;
+
+// Reads the next scale factor difference, at most kMaxScaleFactorDifference either way.
+inline int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks) {
+  stream.Refill();
+  const auto entry =
+      LookUpVlc(stream, codebooks.scaleFactor.entries.data(), codebooks.scaleFactor.primaryBits);
+  stream.Skip(entry.length);
+  return entry.value - kMaxScaleFactorDifference;
+}
 
 }  // namespace UMC::aac

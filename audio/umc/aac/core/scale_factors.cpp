@@ -13,6 +13,7 @@ constexpr int kNoisePcmOffset = 256;
 
 bool ParseScaleFactorData(BitWindow& stream, const Codebooks& codebooks, int globalGain,
                           ChannelStream& channel) {
+  BitWindow window = stream;  // in registers
   int scaleFactor = globalGain;
   int position = 0;
   int energy = globalGain - kNoiseOffset;
@@ -24,20 +25,21 @@ bool ParseScaleFactorData(BitWindow& stream, const Codebooks& codebooks, int glo
         break;
       case kIntensityInPhase:
       case kIntensityOutOfPhase:
-        value = position += ReadScaleFactorDifference(stream, codebooks);
+        value = position += ReadScaleFactorDifference(window, codebooks);
         break;
       case kNoiseCodebook:
-        energy += firstNoise ? static_cast<int>(stream.Read(kNoisePcmBits)) - kNoisePcmOffset
-                             : ReadScaleFactorDifference(stream, codebooks);
+        energy += firstNoise ? static_cast<int>(window.Read(kNoisePcmBits)) - kNoisePcmOffset
+                             : ReadScaleFactorDifference(window, codebooks);
         firstNoise = false;
         value = energy;
         break;
       default:
-        value = scaleFactor += ReadScaleFactorDifference(stream, codebooks);
+        value = scaleFactor += ReadScaleFactorDifference(window, codebooks);
         if (value < 0 || value > kMaxScaleFactor) return false;
     }
     channel.scaleFactor[band] = static_cast<std::int16_t>(value);
   }
+  stream = window;
   return true;
 }
 

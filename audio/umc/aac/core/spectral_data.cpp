@@ -44,10 +44,23 @@ bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, in
   }
 }
 
-// One group's lines. Bands of one codebook that are adjacent in both the stream and the spectrum, as in a
-// group of one window, are read at once.
+// The same to the powers of the lines.
+bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, int count, float* lines) {
+  const auto length = static_cast<std::size_t>(count);
+  if (!IsSpectral(codebook)) {
+    std::fill_n(lines, length, 0.0f);
+    return true;
+  }
+  const bool large = codebook == kEscapeCodebook && count >= kLongRun;
+  return DecodeVlcPowers(&stream, lines, length,
+                         large ? codebooks.signedEscapePowers : codebooks.powers[codebook]) == ippStsNoErr;
+}
+
+// One group's lines, quantised or their powers. Bands of one codebook that are adjacent in both the stream
+// and the spectrum, as in a group of one window, are read at once.
+template <class Line>
 bool ParseGroup(BitWindow& stream, const Codebooks& codebooks, const ChannelStream& channel, int group,
-                std::int16_t* quantised) {
+                Line* lines) {
   const IcsInfo& ics = channel.ics;
   const std::uint16_t* offsets = ics.bands->offsets;
   const std::uint8_t* codebook = channel.codebook + ics.Band(group, 0);
@@ -58,12 +71,24 @@ bool ParseGroup(BitWindow& stream, const Codebooks& codebooks, const ChannelStre
     while (windows == 1 && end < ics.maxSfb && codebook[end] == codebook[sfb]) ++end;
     for (int window = 0; window < windows; ++window) {
       if (!DecodeLines(stream, codebooks, codebook[sfb], offsets[end] - offsets[sfb],
-                       quantised + window * ics.WindowLines() + offsets[sfb])) {
+                       lines + window * ics.WindowLines() + offsets[sfb])) {
         return false;
       }
     }
     sfb = end;
   }
+  return true;
+}
+
+// The powers of the lines of a long window with pulses, which move the quantised lines.
+bool ParseWithPulses(BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
+                     std::int16_t* quantised, ChannelStream& channel) {
+  const int codedLines = channel.ics.bands->offsets[channel.ics.maxSfb];
+  // Pulses above the coded lines have no effect.
+  std::fill(quantised + codedLines, quantised + channel.ics.WindowLines(), std::int16_t{0});
+  if (!ParseGroup(stream, codebooks, channel, 0, quantised)) return false;
+  ApplyPulse(pulse, quantised);
+  ippsPow43_16s32f(quantised, channel.spectrum, static_cast<std::size_t>(codedLines));
   return true;
 }
 
@@ -82,16 +107,13 @@ bool ParseSpectralData(BitWindow& stream, const Codebooks& codebooks, const Puls
     if (!IsSpectral(channel.codebook[band])) factors[band] = 0;  // pulses there have no effect
   }
 
-  // Pulses above the coded lines have no effect either.
-  if (pulse.count > 0) std::fill(quantised + codedLines, quantised + windowLines, std::int16_t{0});
-
+  if (pulse.count > 0 && !ParseWithPulses(stream, codebooks, pulse, quantised, channel)) return false;
   int window = 0;
   for (int group = 0; group < ics.groups; ++group) {
-    if (!ParseGroup(stream, codebooks, channel, group, quantised + window * windowLines)) return false;
-    if (pulse.count > 0) ApplyPulse(pulse, quantised);
+    float* const first = channel.spectrum + window * windowLines;
+    if (pulse.count == 0 && !ParseGroup(stream, codebooks, channel, group, first)) return false;
     for (int i = 0; i < ics.groupLength[group]; ++i, ++window) {
       float* lines = channel.spectrum + window * windowLines;
-      ippsPow43_16s32f(quantised + window * windowLines, lines, static_cast<std::size_t>(codedLines));
       ippsScale_32f_I(lines, factors + ics.Band(group, 0), ics.bands->offsets, ics.maxSfb);
       std::fill(lines + codedLines, lines + windowLines, 0.0f);
     }
