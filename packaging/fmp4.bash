@@ -13,12 +13,16 @@ _fmp4() {
     "") options+=" --version" ;;
     info | boxes | verify) options+=" --json" ;;
     frames) options+=" --json --from --to --count --random" ;;
-    export) options+=" --video --audio --captions --from --to --count --exact --force" ;;
+    export) options+=" --video --audio --captions --channel --service --from --to --count --exact --force" ;;
     package) options+=" --output --gop --no-audio --start --count --force --json" ;;
     serve) options+=" --port --json" ;;
   esac
   case $previous in
-    --from | --to | --count | --random | --gop | --start | --port) return ;;  # numbers
+    --from | --to | --count | --random | --gop | --start | --port | --service) return ;;  # numbers
+    --channel)
+      mapfile -t COMPREPLY < <(compgen -W "CC1 CC2 CC3 CC4" -- "$word")
+      return
+      ;;
   esac
   if [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")

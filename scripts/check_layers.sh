@@ -11,6 +11,7 @@ base:
 os: base
 host/include:
 host/reference: base os host/include
+captions: base
 dsp: base
 mp4box: base host/include
 streaming/index: base mp4box host/include
@@ -28,17 +29,17 @@ recording/check: base os mp4box streaming/index streaming/lists recording host/i
 plugin: base os mp4box streaming/index streaming/lists audio recording recording/write host/include
 support: base
 tool/terminal: base os mp4box host/include
-tool/source: base os mp4box streaming/index host/include tool/terminal
+tool/source: base os captions mp4box streaming/index host/include tool/terminal
 tool/host: base os mp4box streaming/index streaming/lists host/include host/reference tool/terminal tool/source
 tool/package: base os mp4box recording streaming/lists host/include tool/terminal tool/source tool/host
-tool/export: base os mp4box recording host/include tool/terminal tool/source tool/host tool/package
+tool/export: base os captions mp4box recording host/include tool/terminal tool/source tool/host tool/package
 tool/serve: base os streaming/lists recording tool/terminal
-tool/commands: base os mp4box streaming/lists recording recording/check host/include tool/terminal tool/source tool/host tool/package tool/export tool/serve
+tool/commands: base os captions mp4box streaming/lists recording recording/check host/include tool/terminal tool/source tool/host tool/package tool/export tool/serve
 tool: base tool/commands tool/terminal tool/host
 EOF_LAYERS
 }
 
-find base os host dsp mp4box streaming audio recording plugin support tool \
+find base os host captions dsp mp4box streaming audio recording plugin support tool \
   -name node_modules -prune -o \( -name '*.h' -o -name '*.cpp' -o -name '*.inl' \) -print |
   xargs awk '
     function layer(path) {

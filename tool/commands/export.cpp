@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct ExportOptions {
   std::string video;
   std::string audio;
   std::string captions;
+  std::string channel;
+  unsigned service = 0;
   FrameSelection selection;
   bool force = false;
   bool exact = false;
@@ -36,6 +39,39 @@ void checkDifferent(const ExportOptions& options) {
   }
 }
 
+// The channel of --channel or --service.
+std::optional<captions::CaptionChannel> channelOf(const ExportOptions& options) {
+  using captions::CaptionChannel;
+  if (options.service != 0) return CaptionChannel{CaptionChannel::Standard::Cea708, options.service};
+  if (options.channel.empty()) return std::nullopt;
+  return CaptionChannel{CaptionChannel::Standard::Cea608,
+                        static_cast<unsigned>(options.channel.back() - '0')};
+}
+
+// --captions, and which of them.
+void addCaptionOptions(CLI::App& command, CLI::Option_group& outputs, ExportOptions& options) {
+  CLI::Option* const captions =
+      outputs
+          .add_option(
+              "--captions", options.captions,
+              "Write captions as SubRip (.srt), WebVTT (.vtt), Scenarist (.scc), or all their bytes as "
+              "JSON lines (.json), one per frame")
+          ->type_name("OUT");
+  CLI::Option* const channel = command
+                                   .add_option("--channel", options.channel,
+                                               "The CEA-608 captions to write, CC1 to CC4; by default CC1")
+                                   ->type_name("CC")
+                                   ->transform(CLI::IsMember({"CC1", "CC2", "CC3", "CC4"}, CLI::ignore_case))
+                                   ->needs(captions);
+  command
+      .add_option("--service", options.service,
+                  "The CEA-708 captions to write, 1 to 63; by default 1 where there are no CEA-608 captions")
+      ->type_name("N")
+      ->check(CLI::Range(1, 63))
+      ->needs(captions)
+      ->excludes(channel);
+}
+
 bool exportStreams(const Invocation& invocation, const ExportOptions& options) {
   checkDifferent(options);
   const Plugin plugin(invocation.plugin);
@@ -45,7 +81,7 @@ bool exportStreams(const Invocation& invocation, const ExportOptions& options) {
   };
   if (!options.video.empty()) exportVideo(*file, request(options.video));
   if (!options.audio.empty()) exportAudio(*file, request(options.audio));
-  if (!options.captions.empty()) exportCaptions(*file, request(options.captions));
+  if (!options.captions.empty()) exportCaptions(*file, {request(options.captions), channelOf(options)});
   return true;
 }
 
@@ -61,8 +97,7 @@ void addExportCommand(CLI::App& app, Invocation& invocation) {
                    "Write the video as an elementary stream with start codes (H.264 or HEVC)")
       ->type_name("OUT");
   outputs->add_option("--audio", options->audio, "Write the audio as a WAV file")->type_name("OUT.wav");
-  outputs->add_option("--captions", options->captions, "Write the captions as JSON lines, one per frame")
-      ->type_name("OUT.json");
+  addCaptionOptions(*command, *outputs, *options);
   outputs->require_option(1, 0);
   addFrameSelection(*command, options->selection);
   command->add_flag(

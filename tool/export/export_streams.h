@@ -1,8 +1,10 @@
 // Exports the streams of an open file to files of their own. Each function throws UserError when it cannot.
 #pragma once
 
+#include <optional>
 #include <string>
 
+#include "captions/caption_cues.h"
 #include "mediafile.h"
 #include "tool/host/frame_selection.h"
 
@@ -21,5 +23,13 @@ void exportVideo(CAMediaFile& file, const ExportRequest& request);
 // Audio as a WAV file of 16-bit PCM, as RF64 (EBU Tech 3306) above 4 GiB. The selected frames are video
 // frames, or frames at the file's frame rate when it has no video.
 void exportAudio(CAMediaFile& file, const ExportRequest& request);
-// Captions as JSON lines, one for each frame that has any: {"frame": 7, "cc608": "9420", "cc708": ""}.
-void exportCaptions(CAMediaFile& file, const ExportRequest& request);
+
+// Which captions to export; by default CC1 if there are CEA-608 captions, else service 1.
+struct CaptionRequest {
+  ExportRequest streams;
+  std::optional<captions::CaptionChannel> channel;
+};
+
+// Captions in the format that the extension of the output names: SubRip (.srt) or WebVTT (.vtt) with the text
+// of a channel, Scenarist (.scc) with the byte pairs of its field, or the bytes of all of them as JSON lines.
+void exportCaptions(CAMediaFile& file, const CaptionRequest& request);

@@ -26,6 +26,10 @@ void OutputFile::write(std::span<const std::uint8_t> bytes) {
   check();
 }
 
+void OutputFile::write(std::string_view text) {
+  write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+}
+
 void OutputFile::rewriteStart(std::span<const std::uint8_t> bytes) {
   file_.seekp(0);
   write(bytes);

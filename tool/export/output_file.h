@@ -6,6 +6,7 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 
 // It is removed unless it is finished. Every operation throws UserError when the file cannot be written.
 class OutputFile {
@@ -18,6 +19,7 @@ class OutputFile {
   ~OutputFile();
 
   void write(std::span<const std::uint8_t> bytes);
+  void write(std::string_view text);
   // Replaces the first bytes of the file; writing continues at its end.
   void rewriteStart(std::span<const std::uint8_t> bytes);
 

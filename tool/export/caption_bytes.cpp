@@ -1,0 +1,19 @@
+#include "tool/export/caption_bytes.h"
+
+#include <string>
+
+#include "base/text.h"
+#include "tool/export/caption_frames.h"
+#include "tool/export/output_file.h"
+
+void exportCaptionBytes(CAMediaFile& file, const ExportRequest& request) {
+  CaptionFrames frames(file, request);
+  OutputFile output(request.output, request.input, request.force);
+  output.make([&] {
+    frames.read(0, [&](const FrameCaptions& captions) {
+      if (captions.pair.empty() && captions.packet.empty()) return;
+      output.write("{\"frame\": " + std::to_string(captions.frame) + ", \"cc608\": \"" +
+                   hexText(captions.pair) + "\", \"cc708\": \"" + hexText(captions.packet) + "\"}\n");
+    });
+  });
+}
