@@ -11,6 +11,7 @@
 
 #include "captions/cc_data.h"
 #include "captions/cea608_decoder.h"
+#include "captions/cea708_decoder.h"
 #include "captions/cue_builder.h"
 
 namespace captions {
@@ -30,6 +31,8 @@ struct CaptionChannel {
 // if any of them displays something.
 class CaptionCues {
  public:
+  explicit CaptionCues(double framesPerSecond) : services_(framesPerSecond) {}
+
   // Adds what a frame has: its CEA-608 pair of field 1 and its caption distribution packet, either of which
   // may be empty. Frames must ascend.
   void add(std::int64_t frame, std::span<const std::uint8_t> pair, std::span<const std::uint8_t> packet);
@@ -50,6 +53,8 @@ class CaptionCues {
   bool hasPairs_ = false;
   std::array<Channel608, 4> packets_ = {Channel608(Cea608Channel::CC1), Channel608(Cea608Channel::CC2),
                                         Channel608(Cea608Channel::CC3), Channel608(Cea608Channel::CC4)};
+  Cea708Decoder services_;
+  std::map<unsigned, CueBuilder> serviceCues_;
 };
 
 }  // namespace captions

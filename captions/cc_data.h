@@ -32,6 +32,11 @@ std::vector<CcConstruct> parseConstructs(std::span<const std::uint8_t> bytes);
 // checked: a file does not lose bits as an ancillary data line does, and some writers leave it 0.
 std::vector<CcConstruct> parseDistributionPacket(std::span<const std::uint8_t> packet);
 
+// A caption distribution packet of at most kMaxConstructs constructs, with the code for the nearest frame
+// rate that it can name. `sequence` counts the packets.
+std::vector<std::uint8_t> distributionPacket(std::span<const CcConstruct> constructs, double framesPerSecond,
+                                             std::uint16_t sequence);
+
 // Whether a CEA-608 pair displays nothing: null characters with or without parity.
 inline bool isNullPair(std::span<const std::uint8_t, 2> pair) {
   return (pair[0] & 0x7F) == 0 && (pair[1] & 0x7F) == 0;

@@ -144,7 +144,7 @@ void Cea708Service::execute(std::int64_t frame, Bytes code) {
 void Cea708Service::control(std::uint8_t code) {
   Cea708Window* const window = current();
   if (!window) return;
-  changed_ = true;
+  changed_ = changed_ || window->visible();
   if (code == kBackspace) window->backspace();
   if (code == kFormFeed) window->formFeed();
   if (code == kCarriageReturn) window->carriageReturn();
@@ -203,7 +203,7 @@ void Cea708Service::changeWindows(std::uint8_t code, unsigned mask) {
 void Cea708Service::changeCurrent(Bytes code) {
   Cea708Window* const window = current();
   if (!window) return;
-  changed_ = true;
+  changed_ = changed_ || window->visible();
   TextStyle& pen = window->pen();
   if (code[0] == kSetPenAttributes) {
     pen.italics = (code[2] & 0x80) != 0;

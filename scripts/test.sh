@@ -60,7 +60,7 @@ check_headers() {
   local header headers=()
   while IFS= read -r -d '' header; do
     own_source "$header" || headers+=("$header")
-  done < <(sources '*.h' base os host dsp mp4box streaming audio recording plugin support tool)
+  done < <(sources '*.h' base os host captions dsp mp4box streaming audio recording plugin support tool)
   printf '%s\0' "${headers[@]}" | xargs -0 -P "$(nproc)" -I HEADER sh -c '
     echo "#include \"$1\"" | g++ -std=c++20 -I. -Ihost/include -Ihost/reference/include -fsyntax-only -x c++ - ||
       { echo "$1 does not compile alone" >&2; exit 1; }' sh HEADER
@@ -106,6 +106,8 @@ aac_wrapper 15000 fuzz/seeds/aac_wrapper
 ac3_wrapper 15000 fuzz/seeds/ac3_wrapper
 sbr 6000 fuzz/seeds/sbr
 ps 4000 fuzz/seeds/ps
+captions608 60000 fuzz/seeds/captions608
+captions708 100000 fuzz/seeds/captions708
 EOF
 }
 

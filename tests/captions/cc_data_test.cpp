@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 namespace {
 
 using captions::CcConstruct;
@@ -43,6 +45,29 @@ TEST(DistributionPacket, ACutPacketHasItsFirstConstructs) {
     const std::size_t whole3 = size < 14 ? 0 : std::min<std::size_t>((size - 14) / 3, 4);
     EXPECT_EQ(parseDistributionPacket(cut).size(), whole3) << size;
   }
+}
+
+// SMPTE ST 334-2, 5: 29.97 frames a second, packet 0x0102.
+TEST(DistributionPacket, IsWrittenWithItsChecksum) {
+  const Bytes packet = captions::distributionPacket(kConstructs, 29.97, 0x0102);
+  const Bytes expected = {0x96, 0x69, 25,   0x4F, 0x43, 0x01, 0x02,         0x72, 0xE4,
+                          0xFC, 0x94, 0x20, 0xF9, 0x80, 0x80, 0xFF,         0x02, 0x21,
+                          0xFE, 0x41, 0x42, 0x74, 0x01, 0x02, packet.back()};
+  EXPECT_EQ(packet, expected);
+  EXPECT_EQ(std::accumulate(packet.begin(), packet.end(), 0u) % 256, 0u);
+  EXPECT_EQ(parseDistributionPacket(packet), kConstructs);
+}
+
+TEST(DistributionPacket, NamesTheNearestRate) {
+  const std::pair<double, unsigned> kRates[] = {{10, 1}, {23.976, 1}, {24, 2}, {25, 3},    {29.97, 4},
+                                                {30, 5}, {48, 6},     {50, 6}, {59.94, 7}, {60, 8}};
+  for (const auto& [rate, code] : kRates)
+    EXPECT_EQ(captions::distributionPacket({}, rate, 0)[3], code << 4 | 0x0F) << rate;
+}
+
+TEST(DistributionPacket, HasNoMoreConstructsThanItCanCount) {
+  const std::vector<CcConstruct> many(40, kConstructs[0]);
+  EXPECT_EQ(parseDistributionPacket(captions::distributionPacket(many, 30, 0)).size(), 31u);
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ std::string trimmed(const std::string& text) {
 }
 
 std::vector<TimedText> decoded(const Stream& stream) {
-  captions::CaptionCues cues;
+  captions::CaptionCues cues(30);
   for (const auto& [first, pairs] : stream)
     for (std::size_t i = 0; i < pairs.size(); ++i)
       cues.add(first + static_cast<std::int64_t>(i), pairs[i], {});

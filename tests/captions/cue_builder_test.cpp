@@ -69,7 +69,7 @@ void addPairs(CaptionCues& cues, std::int64_t first, const Pairs& pairs) {
 constexpr CaptionChannel kCc1 = {CaptionChannel::Standard::Cea608, 1};
 
 TEST(CaptionCues, PopOnCuesBeginAndEndWithTheFirstOfTheirCodes) {
-  CaptionCues cues;
+  CaptionCues cues(30);
   addPairs(cues, 0, code(RCL) + code(pac(15)) + chars("Hi") + code(EOC));
   addPairs(cues, 20, code(EDM));
   auto result = cues.finish(30);
@@ -78,7 +78,7 @@ TEST(CaptionCues, PopOnCuesBeginAndEndWithTheFirstOfTheirCodes) {
 }
 
 TEST(CaptionCues, RollUpCuesBeginWithTheCarriageReturn) {
-  CaptionCues cues;
+  CaptionCues cues(30);
   addPairs(cues, 0, code(RU2) + code(CR) + chars("one1"));  // typed in frames 4 and 5
   addPairs(cues, 40, code(CR) + chars("two2"));             // frames 42 and 43
   addPairs(cues, 80, code(CR) + chars("3"));
@@ -96,7 +96,7 @@ std::vector<std::uint8_t> packetOf(const std::vector<std::array<std::uint8_t, 3>
 }
 
 TEST(CaptionCues, PacketsHaveTheChannelsOfBothFields) {
-  CaptionCues cues;
+  CaptionCues cues(30);
   const Pairs one = code(RDC) + code(pac(15)) + chars("one1"),
               three = code(RDC) + code(pac(15)) + chars("333");
   for (std::size_t i = 0; i < one.size(); ++i)
@@ -111,7 +111,7 @@ TEST(CaptionCues, PacketsHaveTheChannelsOfBothFields) {
 TEST(CaptionCues, PairsOfTheirOwnComeBeforeThoseInPackets) {
   const Pairs own = code(RDC) + code(pac(15)) + chars("own"), other = code(RDC) + code(pac(1)) + chars("pkt");
   for (const bool displayed : {true, false}) {
-    CaptionCues cues;
+    CaptionCues cues(30);
     for (std::size_t i = 0; i < own.size(); ++i)
       cues.add(static_cast<std::int64_t>(i), displayed ? own[i] : Pair{0x80, 0x80},
                packetOf({{0xFC, other[i][0], other[i][1]}}));

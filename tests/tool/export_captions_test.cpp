@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/captions/cea608_stream.h"
+#include "tests/captions/cea708_stream.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
@@ -186,6 +187,45 @@ TEST(ExportCaptions, AnEmptyChannelNamesThoseThatAreNot) {
   EXPECT_EQ(result.err,
             "fmp4: CC1 of '" + file + "' has no captions; those that have any: CC3 (--channel CC3)\n");
   EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+// A service of CEA-708 in the packets of a file without CEA-608.
+TEST(ExportCaptions, OfAService) {
+  using cea708::operator+;
+  const TempFolder folder;
+  RunSpec picture, packets;
+  const std::vector<cea708::Bytes> blocks = {
+      cea708::block(1, cea708::DFx(0, {.vertical = 50, .horizontal = 50, .anchor = 1, .windowStyle = 3}) +
+                           cea708::chars("Service one")),
+      cea708::block(2, cea708::DFx(1, {}) + cea708::chars("two")), cea708::block(1, cea708::DLW(0xFF))};
+  for (unsigned i = 0; i < blocks.size(); ++i) {
+    picture.samples.push_back(sampleOf(10, i));
+    const auto constructs = cea708::constructs(cea708::packet(i, blocks[i]));
+    packets.samples.push_back(
+        {box("ccdp", {captions::distributionPacket(constructs, 29.97, static_cast<std::uint16_t>(i))})});
+  }
+  TrafSpec video, c708;
+  video.runs = {picture};
+  c708.trackId = 4;
+  c708.runs = {packets};
+  const std::string file = folder.file("clip.mp4"), output = folder.file("out.vtt");
+  writeFile(file,
+            join({fileTypeBox(), movieBox({videoTrack(), {4, "clcp", 30000, captionEntry("c708"), 1001}}),
+                  fragment(1, {video, c708})}));
+  const RunResult first = fmp4({"--quiet", "export", file, "--captions", output});
+  ASSERT_EQ(first.exitCode, 0) << first.err;
+  EXPECT_EQ(first.err, "fmp4: '" + output + "' has 1 caption of service 1\n");
+  EXPECT_EQ(
+      textOf(output),
+      "WEBVTT\n\n00:00:00.000 --> 00:00:00.067 line:50% position:50%,center align:center\nService one\n\n");
+  ASSERT_EQ(fmp4({"--quiet", "export", file, "--captions", output, "--service", "2"}).exitCode, 0);
+  EXPECT_EQ(textOf(output),
+            "WEBVTT\n\n00:00:00.033 --> 00:00:00.100 line:10% position:10%,line-left align:left\ntwo\n\n");
+  EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output, "--service", "3"}).err,
+            "fmp4: service 3 of '" + file +
+                "' has no captions; those that have any: service 1, service 2 (--service 1)\n");
+  EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", folder.file("out.scc")}).err,
+            "fmp4: an .scc file holds CEA-608; service 1 is CEA-708, which .srt and .vtt hold as text\n");
 }
 
 TEST(ExportCaptions, NothingDisplayedIsSaid) {

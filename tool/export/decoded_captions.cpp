@@ -44,7 +44,7 @@ DecodedCaptions decodeCaptions(CAMediaFile& file, const CaptionRequest& request,
   CaptionFrames frames(file, request.streams);
   const FrameRange range = frames.range();
   const FrameRate rate = rateOf(file, request.streams.input);
-  captions::CaptionCues decoder;
+  captions::CaptionCues decoder(rate.value());
   frames.read(static_cast<std::uint32_t>(std::lround(kLeadSeconds * rate.value())), [&](FrameCaptions frame) {
     decoder.add(frame.frame, frame.pair, frame.distributionPacket());
     if (frame.frame < range.from) return;

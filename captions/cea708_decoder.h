@@ -1,0 +1,29 @@
+// Decodes all caption services of CEA-708 (CTA-708-E).
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+
+#include "captions/cea708_packets.h"
+#include "captions/cea708_service.h"
+
+namespace captions {
+
+class Cea708Decoder {
+ public:
+  explicit Cea708Decoder(double framesPerSecond) : framesPerSecond_(framesPerSecond) {}
+
+  // Adds a construct of frame `frame`; frames must not descend. When a packet was lost, all windows go: what
+  // they would show is unknown.
+  void add(std::int64_t frame, const CcConstruct& construct);
+  // Ends a frame: passes what each service displays to `show` where that may have changed.
+  void endFrame(std::int64_t frame, const std::function<void(unsigned service, const Caption&)>& show);
+
+ private:
+  double framesPerSecond_;
+  Cea708Packets packets_;
+  std::map<unsigned, Cea708Service> services_;
+};
+
+}  // namespace captions

@@ -1,0 +1,78 @@
+#include "captions/sei_captions.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/captions/sei_stream.h"
+
+namespace {
+
+using captions::CcConstruct;
+using captions::CcType;
+using captions::constructsInAccessUnit;
+using namespace sei;
+
+const std::vector<CcConstruct> kConstructs = {{CcType::Field1, true, {0x94, 0x20}},
+                                              {CcType::Field2, true, {0x00, 0x00}},
+                                              {CcType::PacketStart, true, {0x02, 0x00}},
+                                              {CcType::PacketData, true, {0x00, 0x00}}};
+
+// NAL units after lengths of `lengthBytes`.
+Bytes accessUnit(const std::vector<Bytes>& nalUnits, unsigned lengthBytes = 4) {
+  Bytes unit;
+  for (const Bytes& nal : nalUnits) {
+    for (unsigned i = lengthBytes; i-- > 0;) unit.push_back(static_cast<std::uint8_t>(nal.size() >> 8 * i));
+    unit.insert(unit.end(), nal.begin(), nal.end());
+  }
+  return unit;
+}
+
+const Bytes kDelimiter = {0x09, 0xF0}, kSlice = {0x65, 0x88, 0x80, 0x10};
+
+TEST(SeiCaptions, AreFoundAmongNalUnits) {
+  const Bytes nal = captionSei(kConstructs);
+  for (const unsigned lengthBytes : {1u, 2u, 4u})
+    EXPECT_EQ(constructsInAccessUnit(accessUnit({kDelimiter, nal, kSlice}, lengthBytes), lengthBytes),
+              kConstructs);
+  EXPECT_TRUE(constructsInAccessUnit(accessUnit({kDelimiter, kSlice}), 4).empty());
+  EXPECT_TRUE(constructsInAccessUnit({}, 4).empty());
+}
+
+// Two zeros before a byte below 4 are kept apart in a NAL unit.
+TEST(SeiCaptions, AreFoundAfterEmulationPrevention) {
+  Bytes payload = {5, 6, 0, 0, 0, 0, 0, 1};
+  const Bytes captions = captionMessage(kConstructs);
+  payload.insert(payload.end(), captions.begin(), captions.end());
+  const Bytes nal = seiNalUnit(payload);
+  EXPECT_EQ(nal.size(), 1 + payload.size() + 2 + 1);
+  EXPECT_EQ(constructsInAccessUnit(accessUnit({nal}), 4), kConstructs);
+}
+
+TEST(SeiCaptions, ComeAfterOtherMessages) {
+  Bytes payload = {5, 0xFF, 45};
+  payload.insert(payload.end(), 300, 0x55);
+  const Bytes captions = captionMessage(kConstructs);
+  payload.insert(payload.end(), captions.begin(), captions.end());
+  EXPECT_EQ(constructsInAccessUnit(accessUnit({seiNalUnit(payload)}), 4), kConstructs);
+}
+
+TEST(SeiCaptions, OfAnotherKindAreNotTaken) {
+  for (const std::size_t place : {2u, 4u, 5u, 9u}) {  // country, provider, identifier, type code
+    Bytes message = captionMessage(kConstructs);
+    message[place] ^= 1;
+    EXPECT_TRUE(constructsInAccessUnit(accessUnit({seiNalUnit(message)}), 4).empty()) << place;
+  }
+  Bytes notToProcess = captionMessage(kConstructs);
+  notToProcess[10] &= 0xBF;
+  EXPECT_TRUE(constructsInAccessUnit(accessUnit({seiNalUnit(notToProcess)}), 4).empty());
+}
+
+TEST(SeiCaptions, CutAnywhereAreSafe) {
+  const Bytes whole = accessUnit({kDelimiter, captionSei(kConstructs), kSlice});
+  for (std::size_t size = 0; size < whole.size(); ++size)
+    EXPECT_LE(
+        constructsInAccessUnit(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)), 4)
+            .size(),
+        kConstructs.size());
+}
+
+}  // namespace
