@@ -14,7 +14,7 @@ _fmp4() {
     info | boxes | verify) options+=" --json" ;;
     frames) options+=" --json --from --to --count --random" ;;
     export) options+=" --video --audio --captions --channel --service --from --to --count --exact --force" ;;
-    package) options+=" --output --gop --no-audio --start --count --force --json" ;;
+    package) options+=" --output --gop --no-audio --captions --start --count --force --json" ;;
     serve) options+=" --port --json" ;;
   esac
   case $previous in

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -154,6 +155,13 @@ void packageStream(const Plugin& plugin, const PackageOptions& options) {
   packageSource(plugin, source, options, plan, frames, [](std::uint64_t) {});
 }
 
+std::map<std::string, CaptionSource> captionSources() {
+  return {{"auto", CaptionSource::Auto},
+          {"track", CaptionSource::Track},
+          {"sei", CaptionSource::Sei},
+          {"none", CaptionSource::None}};
+}
+
 bool package(const Invocation& invocation, const PackageOptions& options) {
   const Plugin plugin(invocation.plugin);
   if (options.input == kStandardInput) {
@@ -186,6 +194,13 @@ void addPackageCommand(CLI::App& app, Invocation& invocation) {
       ->type_name("N")
       ->check(CLI::PositiveNumber);
   command->add_flag("--no-audio", options->noAudio, "Leave the audio out");
+  command
+      ->add_option(
+          "--captions", options->captions,
+          "Where captions come from: caption tracks (track), the video (sei), neither (none), or the video "
+          "where there is no track (auto, the default)")
+      ->type_name("SOURCE")
+      ->transform(CLI::CheckedTransformer(captionSources(), CLI::ignore_case));
   command->add_option("--start", options->start, "The first frame to take, a key frame")->type_name("N");
   command->add_option("--count", options->count, "How many frames to take")
       ->type_name("N")

@@ -8,11 +8,16 @@
 
 #include "tool/source/sample_source.h"
 
+// Where the captions of a recording come from: the source's caption tracks, its video (supplemental
+// enhancement information of H.264), or the first of these that has any.
+enum class CaptionSource { Auto, Track, Sei, None };
+
 struct PackageOptions {
   std::string input;
   std::string output;
   std::optional<std::uint32_t> interval;  // key-frame interval
   bool noAudio = false;
+  CaptionSource captions = CaptionSource::Auto;
   std::uint32_t start = 0;
   std::optional<std::uint32_t> count;
   bool force = false;  // replace a recording of the same name

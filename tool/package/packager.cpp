@@ -10,6 +10,7 @@
 #include "base/fourcc.h"
 #include "base/text.h"
 #include "base/user_error.h"
+#include "captions/sei_captions.h"
 #include "recording/segment_geometry.h"
 #include "tool/package/silent_aac.h"
 
@@ -34,6 +35,12 @@ void checkStatus(std::uint32_t status, const std::string& what) {
 
 SourceTrack& videoOf(SampleSource& source) {
   return *source.trackOfHandler(Mp4FourCc("vide"));
+}
+
+// Bytes of the lengths before NAL units (ISO/IEC 14496-15, 5.3.3.1).
+unsigned lengthBytesOf(const SourceTrack& video) {
+  constexpr std::size_t kPlace = 4;
+  return video.configuration.size() > kPlace ? (video.configuration[kPlace] & 3u) + 1 : 4;
 }
 
 std::optional<UMC::aac::AudioSpecificConfig> configurationOf(const SourceTrack& track) {
@@ -70,8 +77,9 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
       video_(videoOf(source)),
       times_(video_, plan_),
       audio_(findAudio()),
-      cc608_(source, source.trackOfCodec(Mp4FourCc("c608"))),
-      cc708_(source, source.trackOfCodec(Mp4FourCc("c708"))),
+      cc608_(source, findCaptions(Mp4FourCc("c608"))),
+      cc708_(source, findCaptions(Mp4FourCc("c708"))),
+      videoCaptions_(findVideoCaptions()),
       file_(plugin.create(options.output)) {
   video_.wanted = true;
   video_.next = plan_.first;
@@ -101,6 +109,34 @@ SourceTrack* Packager::findAudio() {
   if (track->wanted) return track;
   warn_("no audio plays with the chosen frames; the recording has none");
   return nullptr;
+}
+
+// Null when there is no such track, or none is to be recorded.
+SourceTrack* Packager::findCaptions(std::uint32_t codec) {
+  const bool tracks = options_.captions == CaptionSource::Auto || options_.captions == CaptionSource::Track;
+  return tracks ? source_.trackOfCodec(codec) : nullptr;
+}
+
+std::optional<VideoCaptions> Packager::findVideoCaptions() {
+  const bool automatic = options_.captions == CaptionSource::Auto && !cc608_.present() && !cc708_.present() &&
+                         videoHasCaptions();
+  if (!automatic && options_.captions != CaptionSource::Sei) return std::nullopt;
+  return VideoCaptions(lengthBytesOf(video_), plan_.framesPerSecond());
+}
+
+// Whether the first frames to be recorded have captions; encoders put them into every frame, empty ones too.
+bool Packager::videoHasCaptions() {
+  constexpr std::size_t kFrames = 300;
+  const auto frames = std::span(video_.samples).subspan(plan_.first);
+  try {
+    return std::any_of(
+        frames.begin(), frames.begin() + static_cast<std::ptrdiff_t>(std::min(frames.size(), kFrames)),
+        [this](const SourceSample& sample) {
+          return !captions::constructsInAccessUnit(source_.read(sample), lengthBytesOf(video_)).empty();
+        });
+  } catch (const UserError&) {
+    return false;  // recording comes to the damage too, and says so
+  }
 }
 
 // Whether any audio known so far will be recorded.
@@ -147,7 +183,8 @@ void Packager::describe() {
   file_->GetFileInfo(kVideoChannel, nullptr, video.get(), &audio, &info);
   describeVideo(*video);
   if (audio_) describeAudio(audio);
-  info.captions = (cc608_.present() ? QVR_CAPTIONS_608 : 0) | (cc708_.present() ? QVR_CAPTIONS_708 : 0);
+  info.captions = (cc608_.present() || videoCaptions_ ? QVR_CAPTIONS_608 : 0) |
+                  (cc708_.present() || videoCaptions_ ? QVR_CAPTIONS_708 : 0);
   checkStatus(file_->SetFileInfo(audio_ ? kStereo : kVideoChannel, nullptr, video.get(),
                                  audio_ ? &audio : nullptr, &info),
               "the description of '" + options_.output + "'");
@@ -216,6 +253,10 @@ void Packager::writeFrame(const SourceSample& sample) {
   descriptor_.flags = sample.key ? DFRAME_KEY : DFRAME_NOT_KEY;
   descriptor_.compositionOffset = plan_.compositionOffset(sample);
   descriptor_.captionFlags = descriptor_.captionBytes = 0;
+  if (videoCaptions_) {
+    videoCaptions_->add(bytes, frames_, plan_.compositionOffset(sample));
+    videoCaptions_->addTo(descriptor_, frames_);
+  }
   if (cc608_.present() || cc708_.present()) {
     // Captions are read through the same buffer.
     frameBytes_.assign(bytes.begin(), bytes.end());
@@ -282,6 +323,8 @@ void Packager::tellWhatWasLeftOut() const {
   if (audioOffset_ > 0)
     warn_("gaps in audio of this configuration cannot be filled with silence; it comes up to " +
           seconds(audioOffset_) + " early");
+  if (videoCaptions_ && !videoCaptions_->found())
+    warn_("the source's video has no captions; the recording's caption tracks are empty");
   if (overlaps_ != 0)
     warn_(std::to_string(overlaps_) + " access units of the source's audio overlap others and are left out");
 }

@@ -15,6 +15,7 @@
 #include "tool/package/package_plan.h"
 #include "tool/package/picture_times.h"
 #include "tool/source/source_captions.h"
+#include "tool/source/video_captions.h"
 
 // Throws UserError when `source` has no video that can be recorded.
 void checkVideo(SampleSource& source);
@@ -43,6 +44,9 @@ class Packager {
 
  private:
   SourceTrack* findAudio();
+  SourceTrack* findCaptions(std::uint32_t codec);
+  std::optional<VideoCaptions> findVideoCaptions();
+  bool videoHasCaptions();
   bool audioPlays(SourceTrack& track) const;
   bool isLeftOut(const SourceTrack& track, const SourceSample& sample) const;
   double audioSeconds() const;
@@ -69,6 +73,7 @@ class Packager {
   SourceTrack* audio_;                                // null: no audio is recorded
   SourceCaptions cc608_;
   SourceCaptions cc708_;
+  std::optional<VideoCaptions> videoCaptions_;  // nothing: not recorded
   MediaFile file_;
 
   std::uint64_t frames_ = 0;       // written

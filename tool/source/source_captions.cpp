@@ -42,27 +42,32 @@ void SourceCaptions::addTo(DFRAME& descriptor, std::int64_t frame,
   if (is608)
     addPair(descriptor, frame - start_);
   else if (moved && frame == start_)
-    addPacket(descriptor);
+    addPacketTo(descriptor, payload_);
 }
 
 void SourceCaptions::addPair(DFRAME& descriptor, std::int64_t index) const {
   if (index < 0 || static_cast<std::uint64_t>(index) >= payload_.size() / 2) return;
-  descriptor.captionFlags |= DFRAME_CAPTION_608;
-  descriptor.captionBytes = std::max(descriptor.captionBytes, 2u);
-  std::copy_n(payload_.begin() + static_cast<std::ptrdiff_t>(2 * index), 2, descriptor.captions);
+  const auto place = static_cast<std::size_t>(2 * index);
+  addPairTo(descriptor, {payload_[place], payload_[place + 1]});
 }
 
-void SourceCaptions::addPacket(DFRAME& descriptor) const {
-  if (payload_.empty() || payload_.size() > sizeof descriptor.captions - kDistributionStart) return;
+void addPairTo(DFRAME& descriptor, const std::array<std::uint8_t, 2>& pair) {
+  descriptor.captionFlags |= DFRAME_CAPTION_608;
+  descriptor.captionBytes = std::max(descriptor.captionBytes, 2u);
+  std::copy(pair.begin(), pair.end(), descriptor.captions);
+}
+
+void addPacketTo(DFRAME& descriptor, std::span<const std::uint8_t> packet) {
+  if (packet.empty() || packet.size() > sizeof descriptor.captions - kDistributionStart) return;
   std::uint8_t* const area = descriptor.captions;
-  const bool distribution = payload_.size() >= 3 && payload_[0] == 0x96 && payload_[1] == 0x69;
+  const bool distribution = packet.size() >= 3 && packet[0] == 0x96 && packet[1] == 0x69;
   if (distribution) {
     area[kPacketStart] = 0x61;
     area[kPacketStart + 1] = 0x01;
-    area[kPacketStart + 2] = payload_[2];
+    area[kPacketStart + 2] = packet[2];
   }
   const std::size_t start = distribution ? kDistributionStart : kPacketStart;
-  std::copy(payload_.begin(), payload_.end(), area + start);
+  std::copy(packet.begin(), packet.end(), area + start);
   descriptor.captionFlags |= DFRAME_CAPTION_708;
-  descriptor.captionBytes = static_cast<std::uint32_t>(start + payload_.size());
+  descriptor.captionBytes = static_cast<std::uint32_t>(start + packet.size());
 }

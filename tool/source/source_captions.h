@@ -1,12 +1,19 @@
 // The captions of a source, frame by frame.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <vector>
 
 #include "qvr.h"
 #include "tool/source/sample_source.h"
+
+// Adds a CEA-608 pair to a descriptor.
+void addPairTo(DFRAME& descriptor, const std::array<std::uint8_t, 2>& pair);
+// Adds CEA-708 data to a descriptor as a host does; data that the caption area cannot hold are left out.
+void addPacketTo(DFRAME& descriptor, std::span<const std::uint8_t> packet);
 
 // One caption track ("c608" or "c708") read in step with the video: request frames in ascending order.
 class SourceCaptions {
@@ -23,7 +30,6 @@ class SourceCaptions {
 
  private:
   void addPair(DFRAME& descriptor, std::int64_t index) const;
-  void addPacket(DFRAME& descriptor) const;
 
   SampleSource& source_;
   SourceTrack* track_;
