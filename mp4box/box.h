@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <type_traits>
 #include <typeinfo>
@@ -9,6 +10,7 @@
 
 #include "base/fourcc.h"
 #include "mp4box/fields.h"
+#include "mp4box/file_bytes.h"
 #include "mp4box/stream.h"
 #include "mp4box/window_stream.h"
 
@@ -45,11 +47,13 @@ Payload* Mp4PayloadOf(const Mp4Box* box) {
 
 // The payload of the root: how far the top level has been read.
 struct Mp4RootState final : Mp4Payload {
-  std::uint64_t nextOffset = 0;  // file offset of the first unread top-level byte
-  bool ended = false;            // no more top-level boxes can be read
-  std::vector<Mp4Box*> boxes;    // top-level boxes in file order
-  std::uint64_t overrun = 0;     // bytes by which boxes exceed their parents, total
-  Mp4Window window;              // bytes read ahead of the parser
+  std::uint64_t nextOffset = 0;                  // file offset of the first unread top-level byte
+  bool ended = false;                            // no more top-level boxes can be read
+  std::vector<Mp4Box*> boxes;                    // top-level boxes in file order
+  std::uint64_t overrun = 0;                     // bytes by which boxes exceed their parents, total
+  std::uint64_t maxOverrun = ~std::uint64_t{0};  // its limit, if smaller than the file
+  bool memoryShort = false;                      // a box is missing for want of memory
+  Mp4Window window;                              // bytes read ahead of the parser
   // Expected size of the next fragment, bytes: the smaller of the last two, within limits, so that few
   // bytes are read in vain. Sizes alternate in files with one track per fragment.
   std::uint64_t fragmentBytes = 0;
@@ -77,8 +81,6 @@ using Mp4BoxPtr = std::unique_ptr<Mp4Box, Mp4BoxDeleter>;
 
 // Maximum nesting depth; deeper boxes are not read.
 inline constexpr unsigned MP4_MAX_DEPTH = 32;
-// A larger leaf box is not read; a larger top-level container is not read in one go.
-inline constexpr std::uint64_t MP4_MAX_LEAF_BYTES = 256u << 20;
 
 // Reads the top level of the file of `stream`: all of it, or (`readAll` false) up to and including the first
 // "moov"; Mp4BoxGet reads later boxes on demand. Returns the root, owned by the caller, or null if it cannot
@@ -126,6 +128,14 @@ bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father);
 
 // Reads the next top-level box and appends it to the root. Returns whether another may follow.
 bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root);
+
+// Receives a top-level box: its header, and a stream at its first byte through which its bytes can be read.
+// Neither may be kept.
+using Mp4BoxVisitor = std::function<void(Mp4Stream& stream, const Mp4Box& header)>;
+
+// Passes the next top-level box to `visit` instead of reading it into the tree, which never contains it then.
+// Returns whether another may follow.
+bool Mp4PassNextBox(Mp4Stream& stream, Mp4Box* root, const Mp4BoxVisitor& visit);
 
 // ---- The type table ---------------------------------------------------------------------------------
 

@@ -14,6 +14,7 @@
 #include "mp4box/boxes/timed_text_entry.h"
 #include "mp4box/boxes/visual_entry.h"
 #include "mp4box/field_reader.h"
+#include "mp4box/file_bytes.h"
 #include "mp4box/window_stream.h"
 
 namespace {
@@ -31,24 +32,6 @@ bool isUnderRoot(const Mp4Box& box) {
 bool isTopLevel(const Mp4Box& box) {
   return !box.father || isUnderRoot(box);
 }
-
-// Bytes of the file in memory: a view into the stream if it holds them, otherwise read in one go.
-class FileBytes {
- public:
-  // Null if not all of them are available. They are valid as long as this object and the stream.
-  const std::uint8_t* get(Mp4Stream& stream, std::uint64_t offset, std::uint64_t count) {
-    if (const std::uint8_t* bytes = stream.view(offset, count)) return bytes;
-    const std::uint64_t size = stream.size();
-    if (count > MP4_MAX_LEAF_BYTES || offset > size || count > size - offset) return nullptr;
-    read_.reset(new (std::nothrow) std::uint8_t[static_cast<std::size_t>(count)]);
-    if (!read_ || !stream.seek(offset)) return nullptr;
-    const auto wanted = static_cast<std::int64_t>(count);
-    return stream.read(read_.get(), wanted) == wanted ? read_.get() : nullptr;
-  }
-
- private:
-  std::unique_ptr<std::uint8_t[]> read_;
-};
 
 void Append(Mp4Box* father, Mp4Box* box) {
   (father->first ? father->last->next : father->first) = box;
@@ -71,7 +54,13 @@ bool chargeOverrun(Mp4Stream& stream, const Mp4Box& box, Mp4RootState* state) {
   if (!state) return false;
   const std::uint64_t size = stream.size();
   state->overrun += std::min(box.end(), size) - std::min(box.father->end(), size);
-  return state->overrun <= size;
+  return state->overrun <= std::min(size, state->maxOverrun);
+}
+
+// Notes in the root above `father`, if there is one, that a box is missing for want of memory.
+void noteShortMemory(Mp4Box* father) {
+  while (father && father->father) father = father->father;
+  if (auto* const state = Mp4PayloadOf<Mp4RootState>(father)) state->memoryShort = true;
 }
 
 // Whether a box is acceptable: limits on depth, on overrun of its parent and on the number of boxes.
@@ -138,6 +127,7 @@ Mp4Box* Mp4ReadBox(Mp4Stream& stream, Mp4Box* father) try {
   if (!isAcceptable(stream, *box) || !Mp4FindBoxType(box->type).reader(stream, *box)) return nullptr;
   return box.release();
 } catch (const std::bad_alloc&) {
+  noteShortMemory(father);
   return nullptr;
 }
 
@@ -157,7 +147,12 @@ bool Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
   return true;
 }
 
-bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
+namespace {
+
+// Reads the next top-level box with `read(source)`, which receives a stream at its first byte and returns the
+// box, or null if it cannot be read. Returns whether another may follow.
+template <class Read>
+bool readNext(Mp4Stream& stream, Mp4Box* root, Read read) {
   auto* state = Mp4PayloadOf<Mp4RootState>(root);
   if (!state || state->ended) return false;
   // Reads a fragment of about the same size as the previous ones in one go, together with the next header.
@@ -169,14 +164,35 @@ bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
   Mp4Stream& source = inMemory ? stream : window;
   state->ended = true;
   if (!source.seek(state->nextOffset)) return false;
-  Mp4BoxPtr read(Mp4ReadBox(source, root));
-  if (!read || !Remember(*state, read.get())) return false;
-  Mp4Box* box = read.release();
-  Append(root, box);
+  const Mp4Box* const box = read(source);
+  if (!box) return false;
   state->passed(*box);
   state->nextOffset = box->end();
   state->ended = Mp4SeekNextBox(source, *box) == 0;
   return !state->ended;
+}
+
+}  // namespace
+
+bool Mp4ReadNextBox(Mp4Stream& stream, Mp4Box* root) {
+  return readNext(stream, root, [root](Mp4Stream& source) -> const Mp4Box* {
+    Mp4BoxPtr read(Mp4ReadBox(source, root));
+    if (!read || !Remember(*Mp4PayloadOf<Mp4RootState>(root), read.get())) return nullptr;
+    Mp4Box* const box = read.release();
+    Append(root, box);
+    return box;
+  });
+}
+
+bool Mp4PassNextBox(Mp4Stream& stream, Mp4Box* root, const Mp4BoxVisitor& visit) {
+  Mp4Box header;
+  return readNext(stream, root, [&](Mp4Stream& source) -> const Mp4Box* {
+    if (!Mp4ReadBoxHeader(source, header) || header.size == 0) return nullptr;
+    header.father = root;
+    if (!isAcceptable(source, header)) return nullptr;
+    visit(source, header);
+    return &header;
+  });
 }
 
 Mp4Box* Mp4ReadRoot(Mp4Stream& stream, bool readAll) {
@@ -199,7 +215,7 @@ bool Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
     const std::uint64_t size = std::max(stream.size(), box.position);
     const std::uint64_t held = std::min(box.end(), size) - box.position;
     const std::uint64_t withNext = std::min(held + kMaxHeader, size - box.position);
-    FileBytes bytes;
+    Mp4FileBytes bytes;
     if (const std::uint8_t* data = bytes.get(stream, box.position, withNext)) {
       Mp4MemoryStream memory(data, held, box.position);
       return memory.seek(children) && Mp4ReadChildren(memory, &box);
@@ -247,7 +263,7 @@ bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> 
   const unsigned header = Mp4BoxHeaderSize(box);
   std::uint64_t taken = 0;
   {
-    FileBytes bytes;
+    Mp4FileBytes bytes;
     const std::uint8_t* data = bytes.get(stream, box.position, box.size);
     if (!data) return false;
     if (box.father && box.father->data) payload->readInside(*box.father->data);

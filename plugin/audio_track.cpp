@@ -96,7 +96,7 @@ AudioTrack::AudioTrack(const IndexedTrack& track, QVRSTREAM& holder, VL_Audio_De
       holder_(holder),
       decoder_(decoder),
       configuration_(std::move(configuration)),
-      cursor_(makeTrackCursor(track)) {}
+      cursor_(track) {}
 
 void AudioTrack::openDecoder() {
   const std::uint32_t codec = holder_.audio.codec;
@@ -126,12 +126,17 @@ std::uint32_t AudioTrack::deliveredBufferSize(const FrameRate& fps) const {
   return std::max(audio.bufferSize, saturate<std::uint32_t>(frames * decoder_.FrameSize()));
 }
 
+AudioClock AudioTrack::startClock() const {
+  return AudioClock(track_.timescale, holder_.audio.wave.samplesPerSecond,
+                    unitFrames(holder_.audio, configuration_));
+}
+
+void AudioTrack::countIn(FragmentIndex& index) {
+  counted_ = index.countAudio(track_, startClock());
+}
+
 AudioTimeline& AudioTrack::timeline(FragmentIndex& index) {
-  if (!timeline_) {
-    const AudioClock start(track_.timescale, holder_.audio.wave.samplesPerSecond,
-                           unitFrames(holder_.audio, configuration_));
-    timeline_ = std::make_unique<AudioTimeline>(index, track_, start);
-  }
+  if (!timeline_) timeline_ = std::make_unique<AudioTimeline>(index, track_, counted_, startClock());
   return *timeline_;
 }
 
@@ -159,8 +164,8 @@ int AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
 
 int AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
   decoder_.Reset();
-  if (LoadFragment(index, unit.fragmentIndex, unit.trunIndex, true, cursor_) < 0) return -1;
-  cursor_.seekToUnit(unit.sampleIndex);
+  if (cursor_.LoadFragment(index, unit.fragmentIndex, unit.trunIndex) < 0) return -1;
+  cursor_.seek(unit.sampleIndex);
   number_ = unit.number;
   clock_ = unit.clock;
   filledTo_ = lostTo_ = clock_.position();
@@ -182,7 +187,7 @@ AudioTrack::Lead AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t f
 }
 
 AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
-  switch (advanceRun(index, true, cursor_)) {
+  switch (cursor_.advance(index)) {
     case Advance::NoRun:
       return Outcome::NoRun;
     case Advance::NoFragment:
@@ -213,7 +218,7 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
     decoder_.RemoveSamples(decoder_.BufferedFrames());
   }
   clock_.pass(cursor_.sampleDuration());
-  cursor_.nextSample();
+  cursor_.next();
   ++number_;
   // If an access unit decodes to more than its duration, the next one still starts on time.
   filledTo_ = std::min(start + decoder_.BufferedFrames(), clock_.position());
@@ -228,7 +233,7 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
   unit_.resize(header + size);
   if (headed) AdtsHeader(configuration_).write(size, unit_.data());
-  if (readSample(index, cursor_, unit_.data() + header) < 0) return false;
+  if (cursor_.read(index, unit_.data() + header) < 0) return false;
   if (headed && unit_[header] >> 5 == kAacEnd) return false;
   std::uint32_t produced = 0;
   const std::int32_t left =

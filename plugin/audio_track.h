@@ -44,6 +44,9 @@ class AudioTrack {
   AudioTrack(const IndexedTrack& track, QVRSTREAM& holder, VL_Audio_Decode& decoder,
              std::vector<std::uint8_t> configuration);
 
+  // Has the index count the track's access units. Called once, before the index is built.
+  void countIn(FragmentIndex& index);
+
   // Opens the decoder for the track's codec unless it is open.
   void openDecoder();
   // Closes the decoder and releases its memory.
@@ -101,6 +104,7 @@ class AudioTrack {
   // State of the decoder after the pre-roll.
   enum class Lead { Failed, NotConverged, Converged };
 
+  AudioClock startClock() const;
   AudioTimeline& timeline(FragmentIndex& index);
   int seekToPosition(FragmentIndex& index, std::uint64_t position);
   // Positions the track at an access unit, with the decoder history reset. Returns 0 or -1.
@@ -127,6 +131,7 @@ class AudioTrack {
   VL_Audio_Decode& decoder_;
   std::vector<std::uint8_t> configuration_;
   TrackCursor cursor_;
+  std::size_t counted_ = 0;                  // the track's number in the index
   AudioClock clock_;                         // clock at the cursor's access unit
   std::unique_ptr<AudioTimeline> timeline_;  // created on first use
   std::vector<std::uint8_t> unit_;           // a header and the sample after it

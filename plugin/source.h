@@ -74,7 +74,7 @@ class Source {
   bool hasVideo() const { return tracks_[kVideoTrack].present(); }
 
   // source_open.cpp
-  std::uint32_t openFile(const char* path, bool readAll);
+  std::uint32_t openFile(const char* path);
   std::uint32_t positionReaders();
 
   // source_tracks.cpp: derives tracks, stream records and the nominal frame rate from the movie box.

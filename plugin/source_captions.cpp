@@ -23,7 +23,7 @@ void Source::seekCaptions(std::uint32_t frame, bool jumped) {
   if (tracks_[kCc608Track].present() && (jumped || !cc608_.cursor.loaded())) seekCc608(frame);
   if (tracks_[kCc708Track].present()) {
     const bool inPlace = cc708Cursor_.loaded() && cc708Cursor_.position == frame;
-    if (!inPlace) SeekCc708Frame(*index_, frame, true, cc708Cursor_);
+    if (!inPlace) SeekCc708Frame(*index_, frame, cc708Cursor_);
   }
 }
 
@@ -49,7 +49,7 @@ void Source::deliverCc608(DFRAME& descriptor, std::uint32_t frame) {
 // Delivers the caption packet of the frame.
 std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
   if (!tracks_[kCc708Track].present() || !cc708Cursor_.loaded()) return VL_OK;
-  switch (advanceRun(*index_, true, cc708Cursor_)) {
+  switch (cc708Cursor_.advance(*index_)) {
     case Advance::NoRun:
       messages::reportError(messages::kNoVideoChunkForFrame);
       return VL_FAILED;
@@ -60,7 +60,7 @@ std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
       break;
   }
   takeCc708Sample(descriptor);
-  cc708Cursor_.nextSample();
+  cc708Cursor_.next();
   ++cc708Cursor_.position;
   return VL_OK;
 }
@@ -71,8 +71,9 @@ void Source::takeCc708Sample(DFRAME& descriptor) {
   constexpr std::size_t kRoom = sizeof descriptor.captions - kDistributionStart;
   std::array<std::uint8_t, kBoxHeader + kRoom> sample;
   const std::size_t held = std::min<std::size_t>(cc708Cursor_.sampleSize(), sample.size());
-  const std::uint64_t offset = addSaturated(cc708Cursor_.runOffset(), cc708Cursor_.sampleOffset);
-  if (held <= kBoxHeader || readThroughWindow(*index_, cc708Cursor_, offset, held, sample.data()) < 0) return;
+  if (held <= kBoxHeader ||
+      cc708Cursor_.readAt(*index_, cc708Cursor_.sampleOffset(), held, sample.data()) < 0)
+    return;
   const std::uint32_t boxSize = Mp4LoadU32(sample.data());
   if (boxSize <= kBoxHeader || boxSize > held || Mp4LoadU32(sample.data() + 4) != kPacketBox) return;
   const std::uint8_t* payload = sample.data() + kBoxHeader;

@@ -12,9 +12,9 @@ namespace {
 
 // Positions a cursor at the first sample of its track, without loading data. Returns 0 or -1.
 int positionOnFirstChunk(FragmentIndex& index, TrackRole role, TrackCursor& cursor) {
-  cursor = makeTrackCursor(index.track(role));
-  if (LoadFragment(index, index.nextOccupied(0), 0, false, cursor) < 0) return -1;
-  return advanceRun(index, false, cursor) == Advance::Ready ? 0 : -1;
+  cursor = TrackCursor(index.track(role));
+  if (cursor.LocateFragment(index, index.nextOccupied(0), 0) < 0) return -1;
+  return cursor.advance(index) == Advance::Ready ? 0 : -1;
 }
 
 }  // namespace
@@ -35,11 +35,10 @@ std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags) {
   const bool fromAudio = audioOnly || files.video.empty();
   const ManifestTrack segments = !manifest ? ManifestTrack{} : fromAudio ? manifest->audio : manifest->video;
   const std::string& source = fromAudio ? files.audio : files.video;
-  // If a manifest specifies the segments, the top level is read only as far as needed.
-  const bool readAll = !segments.hasSegmentList && !segments.hasSegmentBase;
-  if (const std::uint32_t result = openFile(source.c_str(), readAll); result != VL_OK) return result;
+  if (const std::uint32_t result = openFile(source.c_str()); result != VL_OK) return result;
   if (const std::uint32_t result = describeTracks(manifest); result != VL_OK) return result;
   index_.emplace(stream_, root_.get(), tracks_, nominalRate_);
+  for (const auto& track : audioTracks_) track->countIn(*index_);
   for (const std::uint64_t offset : segments.indexOffsets) index_->AddFragmentsAt(offset);
   if (index_->empty() && index_->build() < 0) return VL_FAILED;
   if (const std::uint32_t result = positionReaders(); result != VL_OK) return result;
@@ -48,14 +47,15 @@ std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags) {
   return VL_OK;
 }
 
-std::uint32_t Source::openFile(const char* path, bool readAll) {
+std::uint32_t Source::openFile(const char* path) {
   const VLHANDLE handle = stream_.open(path, MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) {
     messages::reportError(messages::kCannotOpenFile);
     return VL_FAILED;
   }
   handle_ = handle;
-  root_.reset(Mp4ReadRoot(stream_, readAll));
+  // The index walks what comes after the movie box.
+  root_.reset(Mp4ReadRoot(stream_, false));
   if (!root_) {
     messages::reportError(messages::kNoFileRoot);
     return VL_FAILED;
@@ -79,8 +79,8 @@ std::uint32_t Source::positionReaders() {
     messages::reportError(messages::kNoFirst708Chunk);
   }
   // Audio may start late or, if only declared, never: any first fragment is sufficient.
-  TrackCursor audio = makeTrackCursor(tracks_[kAudioTrack]);
-  if (tracks_[kAudioTrack].present() && LoadFragment(*index_, index_->nextOccupied(0), 0, false, audio) < 0) {
+  TrackCursor audio(tracks_[kAudioTrack]);
+  if (tracks_[kAudioTrack].present() && audio.LocateFragment(*index_, index_->nextOccupied(0), 0) < 0) {
     messages::reportError(messages::kNoFirstAudioChunk);
     return VL_FAILED;
   }

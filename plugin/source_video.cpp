@@ -37,10 +37,10 @@ std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::u
   const bool jumped = frame != videoNextExpected_ || !inPlace;
   if (jumped) {
     videoNextExpected_ = frame;
-    if (SeekVideoFrame(*index_, frame, true, videoCursor_) < 0) return VL_FAILED;
+    if (SeekVideoFrame(*index_, frame, videoCursor_) < 0) return VL_FAILED;
   }
   seekCaptions(frame, jumped);
-  if (advanceRun(*index_, true, videoCursor_) != Advance::Ready) {
+  if (videoCursor_.advance(*index_) != Advance::Ready) {
     messages::reportError(messages::kNoVideoChunkForFrame);
     return VL_FAILED;
   }
@@ -70,9 +70,8 @@ std::uint32_t Source::describeSample(DFRAME& descriptor) {
   descriptor.flags &= kHeaderOnlyKept;
   descriptor.sampleSize = cursor.sampleSize();
   descriptor.firstByte = 0;
-  const std::uint64_t offset = addSaturated(cursor.runOffset(), cursor.sampleOffset);
   if (descriptor.sampleSize != 0 &&
-      readThroughWindow(*index_, cursor, offset, 1, &descriptor.firstByte) < 0) {
+      cursor.readAt(*index_, cursor.sampleOffset(), 1, &descriptor.firstByte) < 0) {
     cursor.clear();
     messages::reportError(messages::kNoVideoChunkForFrame);
     return VL_FAILED;
@@ -90,7 +89,7 @@ std::uint32_t Source::deliverSample(DFRAME& descriptor) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
   }
-  if (descriptor.data && readSample(*index_, cursor, descriptor.data) < 0) {
+  if (descriptor.data && cursor.read(*index_, descriptor.data) < 0) {
     descriptor.bytes = 0;
     cursor.clear();
     messages::reportError(messages::kNoVideoChunkForFrame);
@@ -99,10 +98,10 @@ std::uint32_t Source::deliverSample(DFRAME& descriptor) {
   const mp4::TrackRunBox& run = cursor.run();
   if (run.hasCompositionOffset()) {
     descriptor.compositionOffset =
-        static_cast<std::int32_t>(run.compositionOffset(cursor.sampleIndex) / kCompositionUnit);
+        static_cast<std::int32_t>(run.compositionOffset(cursor.sampleIndex()) / kCompositionUnit);
   }
   descriptor.flags = (descriptor.flags & kSampleKept) | SampleKeyFlag(cursor.sampleFlags());
-  cursor.nextSample();
+  cursor.next();
   ++cursor.position;
   descriptor.reserved = 0;
   descriptor.captionFlags &= ~DFRAME_CAPTION_MASK;

@@ -2,61 +2,100 @@
 
 #include <algorithm>
 
-void AudioClock::pass(std::uint32_t ticks) {
-  ticks_ = addSaturated(ticks_, ticks);
-  const std::uint64_t next = addSaturated(position_, unitFrames_);
-  const std::uint64_t stated = frames(ticks_);
-  position_ = stated >= addSaturated(next, unitFrames_ / 2) ? stated : next;
-}
+namespace {
 
-void AudioClock::pass(std::uint32_t ticks, std::uint32_t count) {
-  // Stated durations equal to the decoded duration leave the difference unchanged.
-  if (std::uint64_t{ticks} * sampleRate_ == std::uint64_t{unitFrames_} * timescale_) {
-    ticks_ = addSaturated(ticks_, std::uint64_t{ticks} * count);
-    position_ = addSaturated(position_, std::uint64_t{unitFrames_} * count);
-    return;
-  }
-  for (; count > 0; --count) pass(ticks);
-}
+// Every so many fragments have their start stored.
+constexpr std::size_t kStartInterval = 64;
 
-AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, const AudioClock& start)
-    : track_(track) {
-  AudioClock clock = start;
+}  // namespace
+
+AudioTimeline::AudioTimeline(FragmentIndex& index, const IndexedTrack& track, std::size_t audio,
+                             const AudioClock& start)
+    : track_(track), audio_(audio) {
+  FragmentStart at{0, 0, start};
   std::uint64_t ticks = 0;
   std::uint64_t unitsLeft = index.stream().size();
-  for (std::uint32_t place = index.nextOccupied(0); place < index.fragmentCount();
-       place = index.nextOccupied(place + 1)) {
-    const TrackFragment fragment = readTrackFragment(index.entry(place)->moof, track.trackId);
-    if (fragment.truns.empty()) continue;
-    for (const mp4::TrackRunBox* run : fragment.truns) {
-      if (run->sampleCount > unitsLeft) return;
-      unitsLeft -= run->sampleCount;
-    }
-    fragments_.push_back({place, units_, clock});
-    const SampleDefaults defaults(fragment.tfhd, track.trex);
-    for (const mp4::TrackRunBox* run : fragment.truns) {
-      units_ += run->sampleCount;
-      ticks = addSaturated(ticks, durationOfSamples(*run, run->sampleCount, defaults));
-      if (run->hasDuration()) {
-        for (std::uint32_t i = 0; i < run->sampleCount; ++i) clock.pass(run->duration(i));
-      } else {
-        clock.pass(defaults.duration, run->sampleCount);
-      }
-    }
-    length_ = start.frames(ticks);
+  bool mayGap = false;
+  const std::size_t fragments = index.occupied();
+  while (at.rank < fragments) {
+    if (at.rank % kStartInterval == 0 || mayGap) starts_.push_back(at);
+    const std::uint32_t units = index.audioAmount(audio, at.rank).units;
+    if (units == AudioAmount::kUnknown || units > unitsLeft) break;
+    unitsLeft -= units;
+    mayGap = !pass(index, at, ticks);
   }
+  end_ = at.rank;
+  units_ = at.number;
+  length_ = start.frames(ticks);
+}
+
+bool AudioTimeline::pass(FragmentIndex& index, FragmentStart& at, std::uint64_t& ticks) const {
+  const AudioAmount& amount = index.audioAmount(audio_, at.rank);
+  const bool counted = at.clock.pass(amount);
+  ticks = addSaturated(ticks, counted ? amount.ticks : passUnits(index, at));
+  at.number += amount.units;
+  ++at.rank;
+  return counted;
+}
+
+std::uint64_t AudioTimeline::passUnits(FragmentIndex& index, FragmentStart& at) const {
+  const Runs runs = load(index, at.rank);
+  const SampleDefaults defaults(runs.part.tfhd, track_.trex);
+  std::uint64_t ticks = 0;
+  for (const mp4::TrackRunBox* run : runs.part.truns) {
+    ticks = addSaturated(ticks, durationOfSamples(*run, run->sampleCount, defaults));
+    if (run->hasDuration()) {
+      for (std::uint32_t i = 0; i < run->sampleCount; ++i) at.clock.pass(run->duration(i));
+    } else {
+      at.clock.pass(defaults.duration, run->sampleCount);
+    }
+  }
+  return ticks;
+}
+
+AudioTimeline::Runs AudioTimeline::load(FragmentIndex& index, std::size_t rank) const {
+  ReadWindow none;
+  Runs runs;
+  const FragmentEntry* const entry = index.entry(index.fragmentIndexAt(rank));
+  if (entry) runs.loaded = index.load(*entry, none);
+  if (runs.loaded) runs.part = readTrackFragment(runs.loaded->moof, track_.trackId);
+  return runs;
 }
 
 template <class Stop>
-std::optional<AudioUnit> AudioTimeline::lastBefore(FragmentIndex& index, const FragmentStart& from,
-                                                   Stop stop) const {
+std::optional<AudioTimeline::FragmentStart> AudioTimeline::lastFragmentBefore(FragmentIndex& index,
+                                                                              Stop stop) const {
+  auto after = std::partition_point(starts_.begin(), starts_.end(), [&stop](const FragmentStart& start) {
+    return !stop(start.number, start.clock);
+  });
+  std::size_t limit = after == starts_.end() ? end_ : after->rank;
+  while (after != starts_.begin()) {
+    std::optional<FragmentStart> last;
+    FragmentStart at = *--after;
+    const std::size_t first = at.rank;
+    std::uint64_t ticks = 0;
+    while (at.rank < limit && !stop(at.number, at.clock)) {
+      if (index.audioAmount(audio_, at.rank).units != 0) last = at;
+      if (at.rank + 1 == limit) break;
+      pass(index, at, ticks);
+    }
+    if (last) return last;
+    limit = first;
+  }
+  return std::nullopt;
+}
+
+template <class Stop>
+std::optional<AudioUnit> AudioTimeline::lastBefore(FragmentIndex& index, Stop stop) const {
+  const std::optional<FragmentStart> from = lastFragmentBefore(index, stop);
+  if (!from) return std::nullopt;
   std::optional<AudioUnit> last;
-  const TrackFragment fragment = readTrackFragment(index.entry(from.fragmentIndex)->moof, track_.trackId);
-  const SampleDefaults defaults(fragment.tfhd, track_.trex);
-  AudioUnit unit{from.fragmentIndex, 0, 0, from.number, from.clock};
-  for (const mp4::TrackRunBox* run : fragment.truns) {
+  const Runs runs = load(index, from->rank);
+  const SampleDefaults defaults(runs.part.tfhd, track_.trex);
+  AudioUnit unit{index.fragmentIndexAt(from->rank), 0, 0, from->number, from->clock};
+  for (const mp4::TrackRunBox* run : runs.part.truns) {
     for (unit.sampleIndex = 0; unit.sampleIndex < run->sampleCount; ++unit.sampleIndex) {
-      if (stop(unit)) return last;
+      if (stop(unit.number, unit.clock)) return last;
       last = unit;
       unit.clock.pass(durationOfSample(*run, unit.sampleIndex, defaults));
       ++unit.number;
@@ -67,32 +106,15 @@ std::optional<AudioUnit> AudioTimeline::lastBefore(FragmentIndex& index, const F
 }
 
 bool AudioTimeline::find(FragmentIndex& index, std::uint64_t position, AudioUnit& unit) const {
-  auto behind = std::upper_bound(
-      fragments_.begin(), fragments_.end(), position,
-      [](std::uint64_t wanted, const FragmentStart& start) { return wanted < start.clock.position(); });
-  while (behind != fragments_.begin()) {
-    --behind;
-    const auto found = lastBefore(index, *behind, [position](const AudioUnit& candidate) {
-      return candidate.clock.position() > position;
-    });
-    if (!found) continue;  // a fragment whose runs have no access units
-    unit = *found;
-    return true;
-  }
-  return false;
+  const auto found = lastBefore(
+      index, [position](std::uint64_t, const AudioClock& clock) { return clock.position() > position; });
+  if (found) unit = *found;
+  return found.has_value();
 }
 
 bool AudioTimeline::at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const {
-  auto behind = std::upper_bound(
-      fragments_.begin(), fragments_.end(), number,
-      [](std::uint64_t wanted, const FragmentStart& start) { return wanted < start.number; });
-  while (behind != fragments_.begin()) {
-    --behind;
-    const auto found = lastBefore(index, *behind,
-                                  [number](const AudioUnit& candidate) { return candidate.number > number; });
-    if (!found) continue;  // a fragment whose runs have no access units
-    unit = *found;
-    return unit.number == number;
-  }
-  return false;
+  const auto found =
+      lastBefore(index, [number](std::uint64_t candidate, const AudioClock&) { return candidate > number; });
+  if (found) unit = *found;
+  return found && unit.number == number;
 }

@@ -2,38 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
+#include "streaming/index/audio_clock.h"
 #include "streaming/index/fragment_index.h"
-
-// Tracks the start of the next access unit, in PCM frames. Access units decode to a fixed number of PCM
-// frames and follow each other without gaps. If the durations stated by the track get ahead of this by half
-// an access unit or more there is a gap, and the next access unit starts where the stated durations place it.
-// Smaller differences are rounding.
-class AudioClock {
- public:
-  AudioClock() = default;
-  // `unitFrames`: PCM frames per decoded access unit.
-  AudioClock(std::uint32_t timescale, std::uint32_t sampleRate, std::uint32_t unitFrames)
-      : timescale_(timescale), sampleRate_(sampleRate), unitFrames_(unitFrames) {}
-
-  // Start of the next access unit, PCM frames.
-  std::uint64_t position() const { return position_; }
-  // Advances past an access unit with a stated duration of `ticks`.
-  void pass(std::uint32_t ticks);
-  // Advances past `count` access units of the same duration.
-  void pass(std::uint32_t ticks, std::uint32_t count);
-  // Converts a stated duration to PCM frames.
-  std::uint64_t frames(std::uint64_t ticks) const { return scaleExactly(ticks, sampleRate_, timescale_); }
-
- private:
-  std::uint32_t timescale_ = 0;
-  std::uint32_t sampleRate_ = 0;
-  std::uint32_t unitFrames_ = 0;
-  std::uint64_t ticks_ = 0;  // sum of the stated durations so far
-  std::uint64_t position_ = 0;
-};
 
 // An access unit of a track.
 struct AudioUnit {
@@ -44,12 +18,14 @@ struct AudioUnit {
   AudioClock clock;          // clock at the start of the access unit
 };
 
-// The start of every access unit of one track, stored as the clock at the start of each fragment.
+// The start of every access unit of one track, from the clock at the start of some fragments and the counts
+// of the others.
 class AudioTimeline {
  public:
-  // Walks the track's runs once. The timeline ends early if the track claims more access units than the file
-  // has bytes. `start`: the clock before the first access unit.
-  AudioTimeline(FragmentIndex& index, const IndexedTrack& track, const AudioClock& start);
+  // `audio`: the number of the track in the index, which countAudio gave. Only fragments that may contain a
+  // gap are read again. The timeline ends early if the track claims more access units than the file has
+  // bytes. `start`: the clock before the first access unit.
+  AudioTimeline(FragmentIndex& index, const IndexedTrack& track, std::size_t audio, const AudioClock& start);
 
   // Finds the last access unit that starts at or before `position`. Returns false if the track has none.
   bool find(FragmentIndex& index, std::uint64_t position, AudioUnit& unit) const;
@@ -61,19 +37,35 @@ class AudioTimeline {
   std::uint64_t units() const { return units_; }
 
  private:
+  // The start of the fragment of a rank in the index.
   struct FragmentStart {
-    std::uint32_t fragmentIndex;
-    std::uint64_t number;  // number of its first access unit
+    std::size_t rank = 0;
+    std::uint64_t number = 0;  // number of its first access unit
     AudioClock clock;
   };
 
-  // The last access unit of a fragment before the one for which `stop(unit)` is true; none if that is the
-  // first.
+  // The track's part of a fragment; without runs if it cannot be read.
+  struct Runs {
+    std::shared_ptr<const LoadedFragment> loaded;
+    TrackFragment part;
+  };
+
+  // Passes a fragment, and adds its stated duration to `ticks`. Returns whether the counts were sufficient.
+  bool pass(FragmentIndex& index, FragmentStart& at, std::uint64_t& ticks) const;
+  // Passes the access units of a fragment one by one. Returns their stated duration.
+  std::uint64_t passUnits(FragmentIndex& index, FragmentStart& at) const;
+  Runs load(FragmentIndex& index, std::size_t rank) const;
+  // The last access unit before the first one for which `stop(number, clock)` is true, and its fragment; none
+  // if that is the first of the track.
   template <class Stop>
-  std::optional<AudioUnit> lastBefore(FragmentIndex& index, const FragmentStart& from, Stop stop) const;
+  std::optional<AudioUnit> lastBefore(FragmentIndex& index, Stop stop) const;
+  template <class Stop>
+  std::optional<FragmentStart> lastFragmentBefore(FragmentIndex& index, Stop stop) const;
 
   IndexedTrack track_;
-  std::vector<FragmentStart> fragments_;  // fragments with access units
+  std::size_t audio_;
+  std::vector<FragmentStart> starts_;  // at intervals, and after each fragment that may contain a gap
+  std::size_t end_ = 0;                // rank after the last fragment of the timeline
   std::uint64_t length_ = 0;
   std::uint64_t units_ = 0;
 };

@@ -22,8 +22,8 @@ int fail() {
 // Intended (quirk 16): the offset inside the run is not added, and for runs after the first the distance from
 // the data of the previous run is added.
 std::int64_t placeInData(const TrackCursor& cursor) {
-  if (cursor.trunIndex == 0) return 0;
-  return std::int64_t{cursor.run().dataOffset} - cursor.truns[cursor.trunIndex - 1]->dataOffset;
+  if (cursor.trunIndex() == 0) return 0;
+  return std::int64_t{cursor.run().dataOffset} - cursor.truns()[cursor.trunIndex() - 1]->dataOffset;
 }
 
 // Reads the current sample into the buffer, without the header of an enclosing "cdat" box.
@@ -31,8 +31,8 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
   TrackCursor& cursor = reader.cursor;
   reader.forget();
   std::uint64_t trackBytes = 0;
-  for (const mp4::TrackRunBox* run : cursor.truns) {
-    trackBytes = addSaturated(trackBytes, sizeOfSamples(*run, run->sampleCount, cursor.defaults));
+  for (const mp4::TrackRunBox* run : cursor.truns()) {
+    trackBytes = addSaturated(trackBytes, sizeOfSamples(*run, run->sampleCount, cursor.defaults()));
   }
   const std::int64_t place = placeInData(cursor);
   const std::uint64_t size = cursor.sampleSize();
@@ -50,7 +50,7 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
     messages::reportPlain(messages::kNoCaptionMemory);
     return -1;
   }
-  if (readThroughWindow(index, cursor, offset, size, reader.buffer.data()) < 0) return fail();
+  if (cursor.readAt(index, offset, size, reader.buffer.data()) < 0) return fail();
   const bool boxed = size >= kBoxHeader && Mp4LoadU32(reader.buffer.data() + 4) == kCdat;
   reader.consumed = boxed ? kBoxHeader : 0;
   reader.pending = size - reader.consumed;
@@ -61,16 +61,16 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
 // least one frame. `start` receives its presentation time in frames. Returns 0 or -1.
 int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& start) {
   TrackCursor& cursor = reader.cursor;
-  start = cursor.position + framesOf(cursor.sampleDuration(), cursor.timescale, index.frameRate());
-  cursor.nextSample();
-  const Mp4Box* fragment = cursor.moof;
+  start = cursor.position + framesOf(cursor.sampleDuration(), cursor.timescale(), index.frameRate());
+  cursor.next();
+  const std::uint32_t fragment = cursor.fragmentIndex();
   while (cursor.atRunEnd()) {
-    const bool lastRun = cursor.trunIndex + 1 == cursor.truns.size();
+    const bool lastRun = cursor.trunIndex() + 1 == cursor.truns().size();
     const std::uint32_t next =
-        lastRun ? index.nextCarrying(kCc608Track, cursor.fragmentIndex + 1) : cursor.fragmentIndex;
-    if (LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex + 1, true, cursor) < 0) return -1;
+        lastRun ? index.nextCarrying(kCc608Track, cursor.fragmentIndex() + 1) : cursor.fragmentIndex();
+    if (cursor.LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex() + 1) < 0) return -1;
   }
-  if (cursor.moof != fragment) {
+  if (cursor.fragmentIndex() != fragment) {
     const std::uint64_t frame = frameOfDecodeTime(index, cursor);
     start = frame > reader.ccBaseFrame ? frame - reader.ccBaseFrame : 0;
   }
@@ -93,7 +93,7 @@ void Cc608Reader::forget() {
 }
 
 int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader) {
-  if (seekCc608Sample(index, frame, true, reader.cursor) < 0 || takeSample(index, reader) < 0) return -1;
+  if (seekCc608Sample(index, frame, reader.cursor) < 0 || takeSample(index, reader) < 0) return -1;
   reader.ccFrame = reader.cursor.position;
   while (reader.hasPair() && reader.ccFrame < frame) reader.dropPair();
   if (reader.hasPair()) return 0;
@@ -104,5 +104,6 @@ int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reade
 }
 
 std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor) {
-  return cursor.tfdt ? framesOf(cursor.tfdt->baseMediaDecodeTime, cursor.timescale, index.frameRate()) : 0;
+  return cursor.tfdt() ? framesOf(cursor.tfdt()->baseMediaDecodeTime, cursor.timescale(), index.frameRate())
+                       : 0;
 }

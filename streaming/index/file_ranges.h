@@ -14,15 +14,17 @@ class FileRanges {
     return behind == ranges_.begin() ? offset : std::max(offset, std::prev(behind)->second);
   }
 
-  // Adds [start, end).
+  // Adds [start, end). Allocates nothing where it continues a range.
   void add(std::uint64_t start, std::uint64_t end) {
-    auto range = ranges_.upper_bound(start);
-    if (range != ranges_.begin() && std::prev(range)->second >= start) start = (--range)->first;
-    while (range != ranges_.end() && range->first <= end) {
-      end = std::max(end, range->second);
-      range = ranges_.erase(range);
+    if (end <= start) return;
+    auto after = ranges_.upper_bound(start);
+    const bool continues = after != ranges_.begin() && std::prev(after)->second >= start;
+    const auto range = continues ? std::prev(after) : ranges_.emplace_hint(after, start, end);
+    range->second = std::max(range->second, end);
+    while (after != ranges_.end() && after->first <= range->second) {
+      range->second = std::max(range->second, after->second);
+      after = ranges_.erase(after);
     }
-    if (end > start) ranges_.emplace(start, end);
   }
 
  private:

@@ -3,63 +3,236 @@
 #include <algorithm>
 #include <new>
 
-#include "mp4box/boxes/mfhd.h"
 #include "mp4box/boxes/sidx.h"
+#include "mp4box/file_bytes.h"
+#include "mp4box/fragment_tree.h"
 #include "streaming/index/messages.h"
 
 namespace {
 
 constexpr std::uint32_t kMoof = Mp4FourCc("moof");
-constexpr std::uint32_t kMfhd = Mp4FourCc("mfhd");
+constexpr std::uint32_t kSidx = Mp4FourCc("sidx");
+
+// Size, type, 64-bit size and extended type.
+constexpr std::uint64_t kMaxHeader = 32;
+
+// Size of the box at an offset, 0 if there is none.
+std::uint64_t sizeOfBoxAt(Mp4Stream& stream, std::uint64_t offset) {
+  Mp4Box header;
+  return stream.seek(offset) && Mp4ReadBoxHeader(stream, header) ? header.size : 0;
+}
 
 }  // namespace
 
 FragmentIndex::FragmentIndex(Mp4Stream& stream, Mp4Box* root,
                              const std::array<IndexedTrack, kTrackRoles>& tracks, FrameRate frameRate)
-    : stream_(stream), root_(root), tracks_(tracks), frameRate_(frameRate) {}
+    : stream_(stream), root_(root), tracks_(tracks), frameRate_(frameRate), counter_(tracks, frameRate) {}
 
-int FragmentIndex::AddFragment(Mp4Box* moof) {
-  const auto* header = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof, kMfhd));
-  if (!header) return 0;
-  converged_ = false;
-  if (header->sequenceNumber == 0) {
-    fragmentCount_ = 0;
+std::size_t FragmentIndex::countAudio(const IndexedTrack& track, const AudioClock& start) {
+  audio_.emplace_back();
+  return counter_.addAudio(track, start);
+}
+
+// ---- Adding fragments -------------------------------------------------------------------------------
+
+int FragmentIndex::AddFragment(const Mp4Box* moof) {
+  return orOutOfMemory([&] { return addTree(moof), 0; });
+}
+
+int FragmentIndex::AddFragmentsFromSidx(const Mp4Box* sidx) {
+  return orOutOfMemory([&] { return addReferences(sidx) ? 0 : -1; });
+}
+
+int FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
+  return orOutOfMemory([&] {
+    if (!indexOffsets_.insert(fileOffset).second) return 0;
+    return addReferences(indexAt(fileOffset).get()) ? 0 : -1;
+  });
+}
+
+int FragmentIndex::build() {
+  return orOutOfMemory([&] {
+    addIndexes();
+    if (empty()) addAllFragments();
     return 0;
-  }
-  Slot slot{header->sequenceNumber, {}};
-  slot.entry.moof = moof;
-  locateMediaData(slot.entry);
-  countSamples(slot.entry);
-  try {
-    entries_.push_back(slot);
-  } catch (const std::bad_alloc&) {
-    entries_ = {};
-    messages::reportIndexError(messages::kNoMoofArrayMemory);
-    return -1;
-  }
-  fragmentCount_ = slot.sequence;
-  return 0;
+  });
 }
 
-// The box after the `moof` is its media data. If the tree ends here, reading the next box provides both.
-void FragmentIndex::locateMediaData(FragmentEntry& entry) {
-  const std::uint64_t end = entry.moof->end();
-  entry.mdatOffset = end;
-  Mp4Box header;
-  if (entry.moof->next) {
-    entry.mdatSize = entry.moof->next->size;
-  } else if (const Mp4Box* box = Mp4BoxAt(stream_, root_, end)) {
-    entry.mdatSize = box->size;
-  } else if (stream_.seek(end) && Mp4ReadBoxHeader(stream_, header)) {
-    entry.mdatSize = header.size;
+template <class Work>
+int FragmentIndex::orOutOfMemory(Work work) try {
+  return work();
+} catch (const std::bad_alloc&) {
+  entries_ = {};
+  for (auto& amounts : audio_) amounts = {};
+  order_ = {};
+  settled_ = false;
+  messages::reportIndexError(messages::kNoMoofArrayMemory);
+  return -1;
+}
+
+void FragmentIndex::addTree(const Mp4Box* moof) {
+  const FragmentCounts& counts = counter_.count(moof);
+  if (!counts.hasHeader) return;
+  const std::uint64_t next = moof->next ? moof->next->size : sizeOfBoxAt(stream_, moof->end());
+  addEntry(keep(*moof, counts, next));
+}
+
+std::uint32_t FragmentIndex::keep(const Mp4Box& moof, const FragmentCounts& counts, std::uint64_t mdatSize) {
+  const auto& amounts = counts.amounts;
+  const auto number = static_cast<std::uint32_t>(entries_.size());
+  for (std::size_t i = 0; i < audio_.size(); ++i) audio_[i].push_back(counts.audio[i]);
+  entries_.push_back({moof.position, moof.size, mdatSize, counts.sequenceNumber, amounts[kVideoTrack],
+                      amounts[kCc608Track], amounts[kCc708Track], amounts[kAudioTrack],
+                      counts.largestVideoSample});
+  return number;
+}
+
+void FragmentIndex::addEntry(std::uint32_t number) {
+  const FragmentEntry& entry = entries_[number];
+  settled_ = false;
+  if (entry.sequenceNumber != 0) {
+    order_.push_back(number);
+    largestVideoSample_ = std::max(largestVideoSample_, entry.largestVideoSample);
+  }
+  fragmentCount_ = entry.sequenceNumber;
+}
+
+void FragmentIndex::addIndexes() {
+  for (const Mp4Box* box = root_->first; box; box = box->next) {
+    if (box->type == kSidx) addReferences(box);
+  }
+  for (std::size_t i = 0;; ++i) {
+    while (i == passedIndexes_.size()) {
+      if (!walkOn()) return;
+    }
+    addReferences(indexAt(passedIndexes_[i]).get());
   }
 }
 
-std::uint64_t FragmentIndex::mediaDataStart(const FragmentEntry& entry) {
+void FragmentIndex::addAllFragments() {
+  // Without any fragment of the index, those walked over are all that have been read.
+  const auto walked = static_cast<std::uint32_t>(entries_.size());
+  for (const Mp4Box* box = root_->first; box; box = box->next) {
+    if (box->type == kMoof) addTree(box);
+  }
+  for (std::uint32_t i = 0; i < walked; ++i) addEntry(i);
+}
+
+bool FragmentIndex::addReferences(const Mp4Box* sidx) {
+  const auto* index = Mp4PayloadOf<mp4::SegmentIndexBox>(sidx);
+  if (!index) return false;
+  walked_.add(sidx->position, sidx->end());
+  std::uint64_t start = addSaturated(sidx->end(), index->firstOffset);
+  for (const auto& reference : index->references) {
+    const std::uint64_t end = addSaturated(start, reference.referencedSize);
+    if (!addFragmentsInRange(start, end)) break;
+    start = end;
+  }
+  return true;
+}
+
+// Returns whether a box could be read at `start`.
+bool FragmentIndex::addFragmentsInRange(std::uint64_t start, std::uint64_t end) {
+  std::uint64_t position = start;
+  while (position < end) {
+    // Several indexes of one file (one per track) refer to the same fragments: skip those already walked.
+    if (const std::uint64_t walked = walked_.endOf(position); walked > position) {
+      position = walked;
+      continue;
+    }
+    const std::optional<Found> found = boxAt(position);
+    if (!found) return position != start;
+    if (found->moof) addTree(found->moof);
+    if (found->entry != kNoEntry) addEntry(found->entry);
+    walked_.add(position, found->end);
+    position = found->end;
+  }
+  return true;
+}
+
+// ---- Finding boxes ----------------------------------------------------------------------------------
+
+bool FragmentIndex::walkOn() {
+  last_.reset();
+  Mp4PassNextBox(stream_, root_, [this](Mp4Stream& stream, const Mp4Box& header) {
+    Found found{header.position, header.end()};
+    if (header.type == kMoof) found.entry = countFragment(stream, header);
+    if (header.type == kSidx) {
+      ownIndex_ = readIndex(stream, header);
+      passedIndexes_.push_back(header.position);
+    }
+    last_ = found;
+  });
+  return last_.has_value();
+}
+
+void FragmentIndex::walkTo(std::uint64_t offset) {
+  const auto* top = Mp4PayloadOf<Mp4RootState>(root_);
+  while (top && top->nextOffset <= offset && walkOn()) {
+  }
+}
+
+std::optional<FragmentIndex::Found> FragmentIndex::boxAt(std::uint64_t offset) {
+  walkTo(offset);
+  if (last_ && last_->start == offset) return last_;
+  if (const Mp4Box* box = Mp4BoxAt(stream_, root_, offset)) {
+    return Found{offset, box->end(), box->type == kMoof ? box : nullptr};
+  }
   Mp4Box header;
-  const Mp4Box* box = entry.moof->next;
-  if (!box && stream_.seek(entry.mdatOffset) && Mp4ReadBoxHeader(stream_, header)) box = &header;
-  return box ? addSaturated(entry.mdatOffset, Mp4BoxHeaderSize(*box)) : entry.mdatOffset;
+  if (!readSeparately(offset, header)) return std::nullopt;
+  Found found{offset, header.end()};
+  if (header.type == kMoof) found.entry = countFragment(stream_, header);
+  return found;
+}
+
+FragmentIndex::IndexBox FragmentIndex::indexAt(std::uint64_t offset) {
+  walkTo(offset);
+  if (ownIndex_ && ownIndex_->position == offset) return {std::move(ownIndex_), nullptr};
+  if (const Mp4Box* box = Mp4BoxAt(stream_, root_, offset)) return {nullptr, box};
+  Mp4Box header;
+  if (!readSeparately(offset, header) || header.type != kSidx) return {};
+  return {readIndex(stream_, header), nullptr};
+}
+
+// The header of a box that is not at hand. Returns false if there is none, or after the bytes of all these
+// boxes add up to more than the file.
+bool FragmentIndex::readSeparately(std::uint64_t offset, Mp4Box& header) {
+  if (!stream_.seek(offset) || !Mp4ReadBoxHeader(stream_, header) || header.size == 0) return false;
+  header.father = root_;
+  const bool isRead = header.type == kMoof || header.type == kSidx;
+  ownBytes_ = addSaturated(ownBytes_, isRead ? std::max(header.size, kMaxHeader) : kMaxHeader);
+  return ownBytes_ <= root_->size;
+}
+
+Mp4BoxPtr FragmentIndex::readIndex(Mp4Stream& stream, const Mp4Box& header) {
+  Mp4BoxPtr box(new Mp4Box(header));
+  return Mp4ReadLeaf(stream, *box) ? std::move(box) : nullptr;
+}
+
+std::uint32_t FragmentIndex::countFragment(Mp4Stream& stream, const Mp4Box& header) {
+  const std::uint64_t left = root_->size - std::min(header.position, root_->size);
+  const std::uint64_t held = std::min(header.size, left);
+  Mp4FileBytes bytes;
+  const std::uint8_t* data = bytes.get(stream, header.position, std::min(held + kMaxHeader, left));
+  const FragmentCounts* counts =
+      data && held == header.size ? counter_.countBytes({data, static_cast<std::size_t>(held)}) : nullptr;
+  if (!counts) {
+    Mp4BoxPtr tree;
+    if (data) {
+      Mp4MemoryStream memory(data, held, header.position);
+      tree = Mp4ReadFragmentTree(memory, header.position, root_->size);
+    } else {
+      tree = Mp4ReadFragmentTree(stream, header.position, root_->size);
+    }
+    if (!tree) return kNoEntry;
+    counts = &counter_.count(tree->first);
+  }
+  if (!counts->hasHeader) return kNoEntry;
+  return keep(header, *counts, sizeOfBoxAt(stream, header.end()));
+}
+
+std::shared_ptr<const LoadedFragment> FragmentIndex::load(const FragmentEntry& entry, ReadWindow& window) {
+  return loader_.load(stream_, root_->size, entry.moofOffset, entry.moofSize, window);
 }
 
 const mp4::TrackExtendsBox* FragmentIndex::trackDefaults(std::uint32_t trackId) {
@@ -71,180 +244,111 @@ const mp4::TrackExtendsBox* FragmentIndex::trackDefaults(std::uint32_t trackId) 
   return found != movieDefaults_->end() ? found->second : nullptr;
 }
 
-void FragmentIndex::countSamples(FragmentEntry& entry) {
-  std::array<std::uint64_t, kTrackRoles> counts{};
-  for (unsigned role = 0; role < kTrackRoles; ++role) {
-    const IndexedTrack& track = tracks_[role];
-    if (!track.present()) continue;
-    const Mp4Box* traf = findTrackFragment(entry.moof, track.trackId);
-    if (!traf) continue;
-    const SampleDefaults defaults(trackFragmentHeader(traf, track.trackId), track.trex);
-    for (const Mp4Box* child = traf->first; child; child = child->next) {
-      const auto* run = trackRun(child);
-      if (!run) continue;
-      switch (role) {
-        case kVideoTrack:
-          counts[role] += run->sampleCount;
-          largestVideoSample_ = std::max(largestVideoSample_, largestSampleOf(*run, defaults));
-          break;
-        case kAudioTrack:
-          counts[role] = addSaturated(counts[role], durationOfSamples(*run, run->sampleCount, defaults));
-          break;
-        default:
-          counts[role] =
-              addSaturated(counts[role], captionFramesOf(*run, defaults, track.timescale, frameRate_));
-          break;
-      }
-    }
+// ---- Looking up -------------------------------------------------------------------------------------
+
+std::uint32_t FragmentIndex::amount(const FragmentEntry& entry, TrackRole role) {
+  switch (role) {
+    case kVideoTrack:
+      return entry.videoSamples;
+    case kAudioTrack:
+      return entry.audioTicks;
+    case kCc608Track:
+      return entry.cc608Frames;
+    default:
+      return entry.cc708Frames;
   }
-  entry.videoSamples = saturate<std::uint32_t>(counts[kVideoTrack]);
-  entry.audioTicks = saturate<std::uint32_t>(counts[kAudioTrack]);
-  entry.cc608Frames = saturate<std::uint32_t>(counts[kCc608Track]);
-  entry.cc708Frames = saturate<std::uint32_t>(counts[kCc708Track]);
-}
-
-Mp4Box* FragmentIndex::boxAt(std::uint64_t offset) {
-  if (Mp4Box* box = Mp4BoxAt(stream_, root_, offset)) return box;
-  if (const auto own = ownBoxes_.find(offset); own != ownBoxes_.end()) return own->second.get();
-  Mp4Box header;
-  if (!stream_.seek(offset) || !Mp4ReadBoxHeader(stream_, header)) return nullptr;
-  const std::uint64_t size = stream_.size();
-  ownBytes_ = addSaturated(ownBytes_, std::min(header.end(), size) - std::min(offset, size));
-  if (ownBytes_ > size) return nullptr;
-  Mp4BoxPtr box(Mp4ReadBox(stream_, root_));
-  if (!box) return nullptr;
-  return (ownBoxes_[offset] = std::move(box)).get();
-}
-
-// `readable` receives whether a box could be read at `start`. Returns false if memory is short.
-bool FragmentIndex::addFragmentsInRange(std::uint64_t start, std::uint64_t end, bool& readable) {
-  readable = true;
-  std::uint64_t position = start;
-  while (position < end) {
-    // Several indexes of one file (one per track) refer to the same fragments: skip those already walked.
-    if (const std::uint64_t walked = walked_.endOf(position); walked > position) {
-      position = walked;
-      continue;
-    }
-    Mp4Box* box = boxAt(position);
-    if (!box) {
-      readable = position != start;
-      break;
-    }
-    if (box->type == kMoof && AddFragment(box) < 0) return false;
-    walked_.add(position, box->end());
-    position = box->end();
-  }
-  return true;
-}
-
-int FragmentIndex::AddFragmentsFromSidx(const Mp4Box* sidx) {
-  const auto* index = Mp4PayloadOf<mp4::SegmentIndexBox>(sidx);
-  if (!index) return -1;
-  std::uint64_t start = addSaturated(sidx->end(), index->firstOffset);
-  for (const auto& reference : index->references) {
-    const std::uint64_t end = addSaturated(start, reference.referencedSize);
-    bool readable = true;
-    if (!addFragmentsInRange(start, end, readable)) return -1;
-    if (!readable) break;
-    start = end;
-  }
-  return 0;
-}
-
-int FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
-  if (!indexOffsets_.insert(fileOffset).second) return 0;
-  const Mp4Box* box = boxAt(fileOffset);
-  return box ? AddFragmentsFromSidx(box) : -1;
-}
-
-int FragmentIndex::build() {
-  for (const Mp4Box* box = root_->first; box; box = nextTopLevel(box)) {
-    if (Mp4PayloadOf<mp4::SegmentIndexBox>(box) && AddFragmentsFromSidx(box) < 0) return -1;
-  }
-  if (!empty()) return 0;
-  for (Mp4Box* box = root_->first; box; box = nextTopLevel(box)) {
-    if (box->type == kMoof && AddFragment(box) < 0) return -1;
-  }
-  return 0;
-}
-
-// The top-level box after `box`, read from the file if it is not in the tree yet.
-Mp4Box* FragmentIndex::nextTopLevel(const Mp4Box* box) {
-  if (!box->next) Mp4ReadNextBox(stream_, root_);
-  return box->next;
 }
 
 void FragmentIndex::settle() {
-  if (converged_) return;
-  converged_ = true;
-  const auto byNumber = [](const Slot& a, const Slot& b) { return a.sequence < b.sequence; };
-  if (!std::is_sorted(entries_.begin(), entries_.end(), byNumber)) {
-    std::stable_sort(entries_.begin(), entries_.end(), byNumber);
+  if (settled_) return;
+  settled_ = true;
+  const auto byNumber = [this](std::uint32_t a, std::uint32_t b) {
+    return entries_[a].sequenceNumber < entries_[b].sequenceNumber;
+  };
+  if (!std::is_sorted(order_.begin(), order_.end(), byNumber)) {
+    std::stable_sort(order_.begin(), order_.end(), byNumber);
   }
   // Of entries with the same number, the last one added is kept.
-  const auto sameNumber = [](const Slot& a, const Slot& b) { return a.sequence == b.sequence; };
-  entries_.erase(entries_.begin(), std::unique(entries_.rbegin(), entries_.rend(), sameNumber).base());
-  reachable_ = slotAtOrAfter(fragmentCount_);
-  for (unsigned role = 0; role < kTrackRoles; ++role) {
-    std::vector<std::uint64_t>& sums = sums_[role];
-    sums.clear();
-    if (!tracks_[role].present()) continue;
-    sums.reserve(reachable_);
-    std::uint64_t sum = 0;
-    for (std::size_t i = 0; i < reachable_; ++i) {
-      const FragmentEntry& entry = entries_[i].entry;
-      const std::uint32_t fields[kTrackRoles] = {entry.videoSamples, entry.audioTicks, entry.cc608Frames,
-                                                 entry.cc708Frames};
-      sums.push_back(sum += fields[role]);
-    }
-  }
+  const auto sameNumber = [this](std::uint32_t a, std::uint32_t b) {
+    return entries_[a].sequenceNumber == entries_[b].sequenceNumber;
+  };
+  order_.erase(order_.begin(), std::unique(order_.rbegin(), order_.rend(), sameNumber).base());
+  reachable_ = rankAtOrAfter(fragmentCount_);
+  for (unsigned role = 0; role < kTrackRoles; ++role) sumUp(static_cast<TrackRole>(role));
 }
 
-// The first slot whose fragment index is at least `fragmentIndex`.
-std::size_t FragmentIndex::slotAtOrAfter(std::uint32_t fragmentIndex) const {
-  const auto found =
-      std::lower_bound(entries_.begin(), entries_.end(), fragmentIndex,
-                       [](const Slot& slot, std::uint32_t wanted) { return slot.sequence - 1 < wanted; });
-  return static_cast<std::size_t>(found - entries_.begin());
+void FragmentIndex::sumUp(TrackRole role) {
+  std::vector<std::uint64_t>& sums = sums_[role];
+  sums.clear();
+  if (!tracks_[role].present()) return;
+  sums.reserve(reachable_ / kSumInterval + 2);
+  std::uint64_t sum = 0;
+  for (std::size_t rank = 0; rank < reachable_; ++rank) {
+    if (rank % kSumInterval == 0) sums.push_back(sum);
+    sum += amount(at(rank), role);
+  }
+  sums.push_back(sum);
+}
+
+std::uint64_t FragmentIndex::sumBefore(TrackRole role, std::size_t rank) const {
+  std::uint64_t sum = sums_[role][rank / kSumInterval];
+  for (std::size_t i = rank / kSumInterval * kSumInterval; i < rank; ++i) sum += amount(at(i), role);
+  return sum;
+}
+
+// The first entry whose fragment index is at least `fragmentIndex`.
+std::size_t FragmentIndex::rankAtOrAfter(std::uint32_t fragmentIndex) const {
+  const auto found = std::lower_bound(order_.begin(), order_.end(), fragmentIndex,
+                                      [this](std::uint32_t number, std::uint32_t wanted) {
+                                        return entries_[number].sequenceNumber - 1 < wanted;
+                                      });
+  return static_cast<std::size_t>(found - order_.begin());
 }
 
 const FragmentEntry* FragmentIndex::entry(std::uint32_t fragmentIndex) {
   settle();
-  const std::size_t slot = slotAtOrAfter(fragmentIndex);
-  if (slot >= reachable_ || entries_[slot].sequence - 1 != fragmentIndex) return nullptr;
-  return &entries_[slot].entry;
+  const std::size_t rank = rankAtOrAfter(fragmentIndex);
+  if (rank >= reachable_ || fragmentIndexAt(rank) != fragmentIndex) return nullptr;
+  return &at(rank);
 }
 
 std::uint32_t FragmentIndex::nextOccupied(std::uint32_t fragmentIndex) {
   settle();
-  const std::size_t slot = slotAtOrAfter(fragmentIndex);
-  return slot < reachable_ ? entries_[slot].sequence - 1 : fragmentCount_;
+  const std::size_t rank = rankAtOrAfter(fragmentIndex);
+  return rank < reachable_ ? fragmentIndexAt(rank) : fragmentCount_;
 }
 
 std::uint32_t FragmentIndex::previousOccupied(std::uint32_t fragmentIndex) {
   settle();
-  const std::size_t slot = std::min(slotAtOrAfter(fragmentIndex), reachable_);
-  return slot > 0 ? entries_[slot - 1].sequence - 1 : fragmentCount_;
+  const std::size_t rank = std::min(rankAtOrAfter(fragmentIndex), reachable_);
+  return rank > 0 ? fragmentIndexAt(rank - 1) : fragmentCount_;
 }
 
 FragmentIndex::Place FragmentIndex::find(TrackRole role, std::uint64_t target) {
-  settle();
+  const std::uint64_t sumOfAll = total(role);
+  if (target >= sumOfAll) return {fragmentCount_, sumOfAll};
+  // The total, which comes last, is larger: the entry lies before it.
   const std::vector<std::uint64_t>& sums = sums_[role];
-  const auto found = std::upper_bound(sums.begin(), sums.end(), target);
-  if (found == sums.end()) return {fragmentCount_, sums.empty() ? 0 : sums.back()};
-  const auto slot = static_cast<std::size_t>(found - sums.begin());
-  return {entries_[slot].sequence - 1, slot ? sums[slot - 1] : 0};
+  const auto block = std::upper_bound(sums.begin(), sums.end(), target) - sums.begin() - 1;
+  std::size_t rank = static_cast<std::size_t>(block) * kSumInterval;
+  std::uint64_t sum = sums[static_cast<std::size_t>(block)];
+  for (; sum + amount(at(rank), role) <= target; ++rank) sum += amount(at(rank), role);
+  return {fragmentIndexAt(rank), sum};
 }
 
 std::uint32_t FragmentIndex::nextCarrying(TrackRole role, std::uint32_t fragmentIndex) {
   settle();
   if (!tracks_[role].present()) return fragmentCount_;
-  const std::size_t slot = std::min(slotAtOrAfter(fragmentIndex), reachable_);
-  return find(role, slot > 0 ? sums_[role][slot - 1] : 0).fragmentIndex;
+  const std::size_t rank = std::min(rankAtOrAfter(fragmentIndex), reachable_);
+  return find(role, sumBefore(role, rank)).fragmentIndex;
 }
 
 std::uint64_t FragmentIndex::total(TrackRole role) {
   settle();
   return sums_[role].empty() ? 0 : sums_[role].back();
+}
+
+std::size_t FragmentIndex::occupied() {
+  settle();
+  return reachable_;
 }

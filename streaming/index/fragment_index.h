@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <map>
+#include <deque>
+#include <memory>
 #include <optional>
 #include <set>
 #include <vector>
@@ -12,45 +13,47 @@
 #include "base/exact_time.h"
 #include "mp4box/box.h"
 #include "streaming/index/file_ranges.h"
+#include "streaming/index/fragment_counter.h"
+#include "streaming/index/fragment_loader.h"
 #include "streaming/index/track_defaults.h"
-#include "streaming/index/track_fragment.h"
-
-// The tracks that the index covers; values are array indices.
-enum TrackRole : unsigned { kVideoTrack, kAudioTrack, kCc608Track, kCc708Track, kTrackRoles };
-
-// One track as described by the movie box.
-struct IndexedTrack {
-  std::uint32_t trackId = kNoTrack;
-  std::uint32_t timescale = 0;                 // ticks per second
-  const mp4::TrackExtendsBox* trex = nullptr;  // null: the file has no defaults, all count as 0
-
-  bool present() const { return trackId != kNoTrack; }
-};
 
 // One movie fragment.
 struct FragmentEntry {
-  Mp4Box* moof = nullptr;        // owned by the box tree or the index; null marks an empty slot
-  std::uint64_t mdatOffset = 0;  // file offset of the box directly after the `moof`
-  std::uint64_t mdatSize = 0;    // size of that box, whatever its type
+  std::uint64_t moofOffset = 0;  // file offset of the `moof`
+  std::uint64_t moofSize = 0;    // bytes
+  std::uint64_t mdatSize = 0;    // size of the box directly after the `moof`, whatever its type
+  std::uint32_t sequenceNumber = 0;
   std::uint32_t videoSamples = 0;
-  std::uint32_t cc608Frames = 0;  // duration, video frames
-  std::uint32_t cc708Frames = 0;  // duration, video frames
-  std::uint32_t audioTicks = 0;   // duration, ticks of the audio track
+  std::uint32_t cc608Frames = 0;         // duration, video frames
+  std::uint32_t cc708Frames = 0;         // duration, video frames
+  std::uint32_t audioTicks = 0;          // duration, ticks of the audio track
+  std::uint32_t largestVideoSample = 0;  // bytes
+
+  // File offset of the box directly after the `moof`.
+  std::uint64_t mdatOffset() const { return moofOffset + moofSize; }
 };
 
 // The index of one file. The fragment index of an entry is its sequence number minus 1; sequence numbers that
 // do not occur leave empty positions. Memory is proportional to the number of fragments, not to their
 // sequence numbers.
+//
+// Of a fragment the index keeps where it is and what the lookups need to know of it; its boxes are read again
+// when a cursor enters it.
 class FragmentIndex {
  public:
-  // The caller keeps ownership of `stream` and `root`, which must outlive the index. `frameRate` converts
-  // caption durations to video frames.
+  // The caller keeps ownership of `stream` and `root`, which must outlive the index. Top-level boxes that are
+  // not in the tree yet are walked, but not added to it. `frameRate` converts caption durations to video
+  // frames.
   FragmentIndex(Mp4Stream& stream, Mp4Box* root, const std::array<IndexedTrack, kTrackRoles>& tracks,
                 FrameRate frameRate);
 
+  // Also counts the access units of an audio track, for the timeline of a clock that starts like `start`; to
+  // be called before fragments are added. Returns the track's number, from 0.
+  std::size_t countAudio(const IndexedTrack& track, const AudioClock& start);
+
   // Adds one parsed `moof`. An existing entry with the same sequence number is replaced; number 0 sets the
   // count to 0. Returns 0, or -1 if memory is short (which empties the index).
-  int AddFragment(Mp4Box* moof);
+  int AddFragment(const Mp4Box* moof);
   // Adds all fragments that start inside a reference of `sidx`. Stops without error at a reference where no
   // box can be read. Returns 0, or -1 if `sidx` has no payload or memory is short.
   int AddFragmentsFromSidx(const Mp4Box* sidx);
@@ -63,7 +66,7 @@ class FragmentIndex {
 
   // The sequence number of the last fragment added, which need not be the largest.
   std::uint32_t fragmentCount() const { return fragmentCount_; }
-  bool empty() const { return entries_.empty(); }
+  bool empty() const { return order_.empty(); }
   // The entry at a fragment index; null if it is empty, or at or past the count.
   const FragmentEntry* entry(std::uint32_t fragmentIndex);
   // The first occupied fragment index at or after `fragmentIndex`; fragmentCount() if there is none.
@@ -85,8 +88,18 @@ class FragmentIndex {
   // The total amount of a track: frames, or ticks for audio.
   std::uint64_t total(TrackRole role);
 
-  // File offset of the first byte after the header of the box that follows an entry's `moof`.
-  std::uint64_t mediaDataStart(const FragmentEntry& entry);
+  // The occupied fragment indexes below the count, in order, by rank from 0.
+  std::size_t occupied();
+  std::uint32_t fragmentIndexAt(std::size_t rank) const { return at(rank).sequenceNumber - 1; }
+  // What the fragment of a rank contains of an audio track counted by countAudio.
+  const AudioAmount& audioAmount(std::size_t audio, std::size_t rank) const {
+    return audio_[audio][order_[rank]];
+  }
+
+  // The parsed fragment of an entry, through `window` if that is open. Null if it cannot be read, throws
+  // std::bad_alloc if memory is short.
+  std::shared_ptr<const LoadedFragment> load(const FragmentEntry& entry, ReadWindow& window);
+
   // The defaults of any track of the movie, indexed or not; null if it has none.
   const mp4::TrackExtendsBox* trackDefaults(std::uint32_t trackId);
 
@@ -100,36 +113,86 @@ class FragmentIndex {
   }
 
  private:
-  struct Slot {
-    std::uint32_t sequence;  // fragment index + 1
-    FragmentEntry entry;
+  static constexpr std::uint32_t kNoEntry = 0xFFFFFFFFu;
+  // Running sums are kept for every so many entries.
+  static constexpr std::size_t kSumInterval = 64;
+
+  // A box of the file.
+  struct Found {
+    std::uint64_t start = 0;
+    std::uint64_t end = 0;
+    const Mp4Box* moof = nullptr;    // a fragment in the tree
+    std::uint32_t entry = kNoEntry;  // a fragment that has been counted
+  };
+  // A box of the tree, or one that is owned.
+  struct IndexBox {
+    Mp4BoxPtr own;
+    const Mp4Box* inTree = nullptr;
+
+    const Mp4Box* get() const { return own ? own.get() : inTree; }
   };
 
-  // The top-level box at an offset: from the tree, or read separately and then owned by the index. The latter
+  // The result of `work`; if memory runs out, empties the index, reports that and returns -1.
+  template <class Work>
+  int orOutOfMemory(Work work);
+  void addTree(const Mp4Box* moof);
+  void addEntry(std::uint32_t number);
+  // Stores what has been counted of a fragment. Returns its place in `entries_`.
+  std::uint32_t keep(const Mp4Box& moof, const FragmentCounts& counts, std::uint64_t mdatSize);
+  void addIndexes();
+  void addAllFragments();
+  // Adds the fragments that a `sidx` refers to. Returns false if it has no payload.
+  bool addReferences(const Mp4Box* sidx);
+  bool addFragmentsInRange(std::uint64_t start, std::uint64_t end);
+
+  // Walks to the next top-level box, which `last_` then describes. Returns false at the end.
+  bool walkOn();
+  // Walks until a top-level box that starts at `offset` has been met.
+  void walkTo(std::uint64_t offset);
+  // The box at an offset, or its segment index: by walking on, from the tree, or read separately. The latter
   // are limited to the size of the file in total, because an index or a manifest may specify arbitrary
   // offsets, and many of them.
-  Mp4Box* boxAt(std::uint64_t offset);
-  Mp4Box* nextTopLevel(const Mp4Box* box);
-  void locateMediaData(FragmentEntry& entry);
-  void countSamples(FragmentEntry& entry);
-  bool addFragmentsInRange(std::uint64_t start, std::uint64_t end, bool& readable);
-  // Sorts the slots by sequence number and updates the sums after additions.
+  std::optional<Found> boxAt(std::uint64_t offset);
+  IndexBox indexAt(std::uint64_t offset);
+  bool readSeparately(std::uint64_t offset, Mp4Box& header);
+  static Mp4BoxPtr readIndex(Mp4Stream& stream, const Mp4Box& header);
+  // Reads and counts the fragment with this header. Returns its place in `entries_`, kNoEntry if it has no
+  // `mfhd`.
+  std::uint32_t countFragment(Mp4Stream& stream, const Mp4Box& header);
+
+  // Sorts the entries by sequence number and updates the sums after additions.
   void settle();
-  std::size_t slotAtOrAfter(std::uint32_t fragmentIndex) const;
+  void sumUp(TrackRole role);
+  const FragmentEntry& at(std::size_t rank) const { return entries_[order_[rank]]; }
+  static std::uint32_t amount(const FragmentEntry& entry, TrackRole role);
+  std::uint64_t sumBefore(TrackRole role, std::size_t rank) const;
+  std::size_t rankAtOrAfter(std::uint32_t fragmentIndex) const;
 
   Mp4Stream& stream_;
   Mp4Box* root_;
   std::array<IndexedTrack, kTrackRoles> tracks_;
   FrameRate frameRate_;
-  std::vector<Slot> entries_;                                 // sorted by sequence number after settle()
-  std::size_t reachable_ = 0;                                 // number of slots below fragmentCount_
-  std::array<std::vector<std::uint64_t>, kTrackRoles> sums_;  // running sums of the reachable slots
-  bool converged_ = true;
+  FragmentCounter counter_;
+  FragmentLoader loader_;
+  std::optional<TrackDefaults> movieDefaults_;  // read on first use
+
+  // All fragments that have been read, in that order, whether or not they are part of the index. Blocks of
+  // constant size: growing never copies.
+  std::deque<FragmentEntry> entries_;
+  std::vector<std::deque<AudioAmount>> audio_;  // for each audio track, by entry
+  // The entries of the index: in the order of their addition, by sequence number after settle().
+  std::vector<std::uint32_t> order_;
+  bool settled_ = true;
+  std::size_t reachable_ = 0;  // number of entries below fragmentCount_
+  // The sums of the amounts before every kSumInterval-th reachable entry, and their total at the end.
+  std::array<std::vector<std::uint64_t>, kTrackRoles> sums_;
   std::uint32_t fragmentCount_ = 0;
   std::uint32_t largestVideoSample_ = 0;
-  std::optional<TrackDefaults> movieDefaults_;   // read on first use
-  std::map<std::uint64_t, Mp4BoxPtr> ownBoxes_;  // by offset
-  std::uint64_t ownBytes_ = 0;
-  FileRanges walked_;                     // ranges whose fragments have been added
-  std::set<std::uint64_t> indexOffsets_;  // offsets passed to AddFragmentsAt
+
+  std::optional<Found> last_;                // the top-level box walked to last
+  Mp4BoxPtr ownIndex_;                       // the `sidx` walked over last
+  std::deque<std::uint64_t> passedIndexes_;  // offsets of the top-level `sidx` boxes walked over
+  std::uint64_t ownBytes_ = 0;               // bytes of the boxes read separately
+  FileRanges walked_;                        // ranges whose fragments have been added
+  std::set<std::uint64_t> indexOffsets_;     // offsets passed to AddFragmentsAt
 };

@@ -8,7 +8,7 @@ constexpr std::uint32_t kKey = 0x10000000u;
 constexpr std::uint32_t kNotKey = 0x80000000u;
 
 bool isKey(const TrackCursor& cursor, std::uint32_t sample) {
-  return SampleKeyFlag(flagsOfSample(cursor.run(), sample, cursor.defaults)) == kKey;
+  return SampleKeyFlag(flagsOfSample(cursor.run(), sample, cursor.defaults())) == kKey;
 }
 
 // Whether all samples of a run after the first have the same flags.
@@ -45,18 +45,18 @@ std::uint32_t fail() {
 // Moves back to the last sample of the previous run, skipping fragments without the track. Returns 1, 0 if
 // there is no previous run, -1 if a fragment fails to load.
 int stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
-  std::uint32_t run = cursor.trunIndex;
-  std::uint32_t fragment = cursor.fragmentIndex;
+  std::uint32_t run = cursor.trunIndex();
+  std::uint32_t fragment = cursor.fragmentIndex();
   for (;;) {
     while (run > 0) {
       --run;
-      if (cursor.truns[run]->sampleCount == 0) continue;
-      return LoadFragment(index, fragment, run, false, cursor) < 0 ? -1 : 1;
+      if (cursor.truns()[run]->sampleCount == 0) continue;
+      return cursor.LocateFragment(index, fragment, run) < 0 ? -1 : 1;
     }
     fragment = index.previousOccupied(fragment);
     if (fragment == index.fragmentCount()) return 0;
-    if (LoadFragment(index, fragment, 0, false, cursor) < 0) return -1;
-    run = static_cast<std::uint32_t>(cursor.truns.size());
+    if (cursor.LocateFragment(index, fragment, 0) < 0) return -1;
+    run = static_cast<std::uint32_t>(cursor.truns().size());
   }
 }
 
@@ -70,9 +70,9 @@ std::uint32_t SampleKeyFlag(std::uint32_t flags) {
 }
 
 std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
-  if (SeekVideoFrame(index, frame, false, cursor) < 0) return kNoKeyFrame;
-  std::uint64_t runStart = frame - cursor.sampleIndex;  // first frame of the run
-  std::uint32_t sample = cursor.sampleIndex;
+  if (LocateVideoFrame(index, frame, cursor) < 0) return kNoKeyFrame;
+  std::uint64_t runStart = frame - cursor.sampleIndex();  // first frame of the run
+  std::uint32_t sample = cursor.sampleIndex();
   while (!keyAtOrBefore(cursor, sample)) {
     const int step = stepToRunBefore(index, cursor);
     if (step < 0) return fail();
@@ -84,13 +84,13 @@ std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, Tr
 }
 
 std::uint32_t FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
-  if (SeekVideoFrame(index, frame, false, cursor) < 0) return kNoKeyFrame;
-  std::uint64_t runStart = frame - cursor.sampleIndex;
-  std::uint32_t sample = cursor.sampleIndex;
+  if (LocateVideoFrame(index, frame, cursor) < 0) return kNoKeyFrame;
+  std::uint64_t runStart = frame - cursor.sampleIndex();
+  std::uint32_t sample = cursor.sampleIndex();
   while (!keyAtOrAfter(cursor, sample)) {
     runStart += cursor.run().sampleCount;
-    cursor.sampleIndex = cursor.run().sampleCount;
-    if (advanceRun(index, false, cursor) != Advance::Ready) return fail();
+    cursor.seek(cursor.run().sampleCount);
+    if (cursor.advance(index) != Advance::Ready) return fail();
     sample = 0;
   }
   return saturate<std::uint32_t>(runStart + sample);

@@ -16,7 +16,7 @@ std::uint64_t moved(std::uint64_t base, std::int32_t distance) {
 // Computes the offsets of the runs of one movie fragment, in file order.
 class RunPlacer {
  public:
-  RunPlacer(FragmentIndex& index, const FragmentEntry& entry) : index_(index), entry_(entry) {}
+  explicit RunPlacer(const LoadedFragment& loaded) : loaded_(loaded) {}
 
   // Starts a track fragment: the following runs belong to that of `tfhd`.
   void begin(const Header& tfhd) {
@@ -34,7 +34,7 @@ class RunPlacer {
   std::uint64_t place(const mp4::TrackRunBox& run, const SampleDefaults& defaults) {
     const std::uint64_t start = run.hasDataOffset() ? offsetFromBase(run.dataOffset)
                                 : hasData_          ? dataEnd_
-                                                    : index_.mediaDataStart(entry_);
+                                                    : loaded_.mediaDataStart;
     dataEnd_ = addSaturated(start, sizeOfSamples(run, run.sampleCount, defaults));
     hasData_ = true;
     return start;
@@ -45,12 +45,11 @@ class RunPlacer {
   // follows it.
   std::uint64_t offsetFromBase(std::int32_t offset) const {
     if (!fromMoof_) return moved(base_, offset);
-    const bool past = offset > 0 && static_cast<std::uint64_t>(offset) > entry_.moof->size;
-    return moved(past ? entry_.moof->position : entry_.mdatOffset, offset);
+    const bool past = offset > 0 && static_cast<std::uint64_t>(offset) > loaded_.moof->size;
+    return moved(past ? loaded_.moof->position : loaded_.moof->end(), offset);
   }
 
-  FragmentIndex& index_;
-  const FragmentEntry& entry_;
+  const LoadedFragment& loaded_;
   bool fromMoof_ = true;       // whether data offsets are relative to the `moof`
   std::uint64_t base_ = 0;     // otherwise the base that they are relative to, file offset
   bool hasData_ = false;       // whether the end of the preceding data is known
@@ -65,9 +64,9 @@ bool followsOn(const TrackFragment& fragment) {
 }
 
 // Places the runs of all track fragments before `fragment`, of whatever track.
-void placePrecedingRuns(FragmentIndex& index, const FragmentEntry& entry, const TrackFragment& fragment,
+void placePrecedingRuns(FragmentIndex& index, const LoadedFragment& loaded, const TrackFragment& fragment,
                         RunPlacer& placer) {
-  for (Mp4Box* traf = entry.moof->first; traf != fragment.traf; traf = traf->next) {
+  for (Mp4Box* traf = loaded.moof->first; traf != fragment.traf; traf = traf->next) {
     const auto* tfhd =
         traf->type == kTraf ? Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd"))) : nullptr;
     if (!tfhd) continue;
@@ -81,12 +80,12 @@ void placePrecedingRuns(FragmentIndex& index, const FragmentEntry& entry, const 
 
 }  // namespace
 
-std::vector<std::uint64_t> placeRuns(FragmentIndex& index, const FragmentEntry& entry,
+std::vector<std::uint64_t> placeRuns(FragmentIndex& index, const LoadedFragment& loaded,
                                      const TrackFragment& fragment, const SampleDefaults& defaults) {
   std::vector<std::uint64_t> starts;
   if (!fragment.tfhd) return starts;
-  RunPlacer placer(index, entry);
-  if (followsOn(fragment)) placePrecedingRuns(index, entry, fragment, placer);
+  RunPlacer placer(loaded);
+  if (followsOn(fragment)) placePrecedingRuns(index, loaded, fragment, placer);
   placer.begin(*fragment.tfhd);
   starts.reserve(fragment.truns.size());
   for (const mp4::TrackRunBox* run : fragment.truns) starts.push_back(placer.place(*run, defaults));

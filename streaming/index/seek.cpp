@@ -23,7 +23,7 @@ template <class LengthOf, class PositionIn>
 Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf lengthOf, PositionIn positionIn) {
   Target target;
   std::uint64_t start = 0;
-  for (const mp4::TrackRunBox* run : cursor.truns) {
+  for (const mp4::TrackRunBox* run : cursor.truns()) {
     const std::uint64_t end = addSaturated(start, lengthOf(*run));
     if (end > offset) {
       target.sample = positionIn(*run, offset - start);
@@ -37,27 +37,30 @@ Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf leng
   return target;
 }
 
-// Common steps: find the fragment, load its runs, find the sample, load for reading.
+// TrackCursor::LoadFragment or LocateFragment.
+using Load = int (TrackCursor::*)(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex);
+
+// Common steps: find the fragment, enter it, find the sample, load the run for what comes next.
 template <class LengthOf, class PositionIn>
-int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, bool loadData, TrackCursor& cursor,
+int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, Load load, TrackCursor& cursor,
               const char* firstFailure, const char* secondFailure, LengthOf lengthOf, PositionIn positionIn) {
   const FragmentIndex::Place place = index.find(role, target);
-  if (LoadFragment(index, place.fragmentIndex, 0, false, cursor) < 0) return fail(firstFailure);
+  if (cursor.EnterFragment(index, place.fragmentIndex) < 0) return fail(firstFailure);
   const Target found = findInRuns(cursor, target - place.start, lengthOf, positionIn);
-  if (!found.found || LoadFragment(index, place.fragmentIndex, found.trunIndex, loadData, cursor) < 0) {
+  if (!found.found || (cursor.*load)(index, place.fragmentIndex, found.trunIndex) < 0) {
     cursor.clear();
     return fail(secondFailure);
   }
-  cursor.seekToUnit(found.sample.index);
+  cursor.seek(found.sample.index);
   cursor.position = place.start + found.sample.start;
   return 0;
 }
 
 // Tracks with one sample per frame.
-int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, bool loadData, TrackCursor& cursor,
+int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, Load load, TrackCursor& cursor,
               const char* firstFailure) {
   return seekTrack(
-      index, role, frame, loadData, cursor, firstFailure, messages::kNoVideoChunk,
+      index, role, frame, load, cursor, firstFailure, messages::kNoVideoChunk,
       [](const mp4::TrackRunBox& run) { return std::uint64_t{run.sampleCount}; },
       [](const mp4::TrackRunBox&, std::uint64_t rest) {
         return SamplePosition{static_cast<std::uint32_t>(rest), rest};
@@ -66,45 +69,51 @@ int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, bool lo
 
 }  // namespace
 
-int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
-  return seekFrame(index, kVideoTrack, frame, loadData, cursor, messages::kNoVideoChunk);
+int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+  return seekFrame(index, kVideoTrack, frame, &TrackCursor::LoadFragment, cursor, messages::kNoVideoChunk);
 }
 
-int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
-  return seekFrame(index, kCc708Track, frame, loadData, cursor, messages::kNoAudioChunk);
+int LocateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+  return seekFrame(index, kVideoTrack, frame, &TrackCursor::LocateFragment, cursor, messages::kNoVideoChunk);
 }
 
-int SeekAudioTime(FragmentIndex& index, std::uint64_t time, bool loadData, TrackCursor& cursor) {
+int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+  return seekFrame(index, kCc708Track, frame, &TrackCursor::LoadFragment, cursor, messages::kNoAudioChunk);
+}
+
+int SeekAudioTime(FragmentIndex& index, std::uint64_t time, TrackCursor& cursor) {
   return seekTrack(
-      index, kAudioTrack, time, loadData, cursor, messages::kNoAudioChunk, messages::kNoVideoChunk,
+      index, kAudioTrack, time, &TrackCursor::LoadFragment, cursor, messages::kNoAudioChunk,
+      messages::kNoVideoChunk,
       [&cursor](const mp4::TrackRunBox& run) {
-        return durationOfSamples(run, run.sampleCount, cursor.defaults);
+        return durationOfSamples(run, run.sampleCount, cursor.defaults());
       },
       [&cursor](const mp4::TrackRunBox& run, std::uint64_t rest) {
-        return sampleAtTime(run, rest, cursor.defaults);
+        return sampleAtTime(run, rest, cursor.defaults());
       });
 }
 
-int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor) {
+int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
   const FrameRate& rate = index.frameRate();
   return seekTrack(
-      index, kCc608Track, frame, loadData, cursor, messages::kNoCaptionChunk, messages::kNoVideoChunk,
+      index, kCc608Track, frame, &TrackCursor::LoadFragment, cursor, messages::kNoCaptionChunk,
+      messages::kNoVideoChunk,
       [&cursor, &rate](const mp4::TrackRunBox& run) {
-        return captionFramesOf(run, cursor.defaults, cursor.timescale, rate);
+        return captionFramesOf(run, cursor.defaults(), cursor.timescale(), rate);
       },
       [&cursor, &rate](const mp4::TrackRunBox& run, std::uint64_t rest) {
         // Truncated sample durations add up to less than their run: its last sample takes the rest.
         SamplePosition position;
         const std::uint32_t last = run.sampleCount - 1;
         if (!run.hasDuration()) {
-          const std::uint64_t each = framesOf(cursor.defaults.duration, cursor.timescale, rate);
+          const std::uint64_t each = framesOf(cursor.defaults().duration, cursor.timescale(), rate);
           position.index = each && rest / each < last ? static_cast<std::uint32_t>(rest / each) : last;
           position.start = position.index * each;
           return position;
         }
         for (; position.index < last; ++position.index) {
           const std::uint64_t end =
-              position.start + framesOf(run.duration(position.index), cursor.timescale, rate);
+              position.start + framesOf(run.duration(position.index), cursor.timescale(), rate);
           if (end > rest) break;
           position.start = end;
         }

@@ -5,17 +5,20 @@
 
 #include "streaming/index/track_cursor.h"
 
-// Each seeks a cursor to the sample that contains the target, with a data window if `loadData` is set.
-// Returns 0, or -1 after reporting the reason. A target past the end of the track fails.
+// Each seeks a cursor to the sample that contains the target, with a data window. Returns 0, or -1 after
+// reporting the reason. A target past the end of the track fails.
 
 // The sample of video frame `frame`.
-int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
+int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
 // The sample at `time`, in ticks of the audio track; cursor.position receives its start.
-int SeekAudioTime(FragmentIndex& index, std::uint64_t time, bool loadData, TrackCursor& cursor);
+int SeekAudioTime(FragmentIndex& index, std::uint64_t time, TrackCursor& cursor);
 // The CEA-608 sample at a video frame; cursor.position receives its first frame.
-int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
+int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
 // The CEA-708 sample of a video frame; there is one per frame.
-int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, bool loadData, TrackCursor& cursor);
+int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
+
+// As SeekVideoFrame, for looking at the sample without reading it: frees the cursor's window.
+int LocateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
 
 // Returned by a key frame search if loading a fragment failed.
 inline constexpr std::uint32_t kNoKeyFrame = 0xFFFFFFFFu;

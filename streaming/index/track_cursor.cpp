@@ -1,134 +1,97 @@
 #include "streaming/index/track_cursor.h"
 
-#include <algorithm>
-#include <cstring>
-#include <new>
-
 #include "streaming/index/messages.h"
 #include "streaming/index/run_placement.h"
 
-namespace {
-
-// Large enough to make small samples cheap, small enough to stay in the processor's cache.
-constexpr std::size_t kWindowBytes = 256 * 1024;
-// Samples of at least this size are read directly to their destination.
-constexpr std::uint64_t kDirectBytes = 16 * 1024;
-
-}  // namespace
-
 void TrackCursor::clear() {
-  moof = nullptr;
-  tfhd = nullptr;
-  data.reset();
-  dataCapacity = 0;
-  windowFill = 0;
-  tfdt = nullptr;
-  truns.clear();
-  runOffsets.clear();
-  trunIndex = 0;
+  fragment_.reset();
+  part_ = {};
+  runOffsets_.clear();
+  trunIndex_ = 0;
+  window_.close();
 }
 
-TrackCursor makeTrackCursor(const IndexedTrack& track) {
-  TrackCursor cursor;
-  cursor.trackId = track.trackId;
-  cursor.trex = track.trex;
-  cursor.timescale = track.timescale;
-  return cursor;
+int TrackCursor::fail(const char* text) {
+  messages::reportPlain(text);
+  clear();
+  return -1;
 }
 
-int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex, bool loadData,
-                 TrackCursor& cursor) {
-  const bool sameFragment = cursor.moof && cursor.fragmentIndex == fragmentIndex && !cursor.truns.empty();
-  if (loadData && sameFragment && cursor.trunIndex == trunIndex && cursor.loaded()) return 0;
-
-  const FragmentEntry* entry = nullptr;
-  const char* failure = nullptr;
-  if (fragmentIndex >= index.fragmentCount()) {
-    failure = messages::kMoofIndexBeyondEnd;
-  } else if (index.empty()) {
-    failure = messages::kNoMoofArray;
-  } else if (entry = index.entry(fragmentIndex); !entry) {
-    failure = messages::kNoMoofBox;
+const FragmentEntry* TrackCursor::entryAt(FragmentIndex& index, std::uint32_t fragmentIndex) {
+  const char* failure = messages::kMoofIndexBeyondEnd;
+  if (fragmentIndex < index.fragmentCount()) {
+    if (const FragmentEntry* entry = index.entry(fragmentIndex)) return entry;
+    failure = index.empty() ? messages::kNoMoofArray : messages::kNoMoofBox;
   }
-  if (failure) {
-    messages::reportPlain(failure);
-    cursor.clear();
-    return -1;
-  }
+  fail(failure);
+  return nullptr;
+}
 
-  if (!sameFragment) {
+int TrackCursor::LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex) {
+  if (loaded() && fragmentIndex_ == fragmentIndex && trunIndex_ == trunIndex) return 0;
+  const FragmentEntry* const entry = entryAt(index, fragmentIndex);
+  if (!entry) return -1;
+  if (!window_.open()) return fail(messages::kNoSampleMemory);
+  return enter(index, *entry, trunIndex);
+}
+
+int TrackCursor::LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex) {
+  window_.close();
+  const FragmentEntry* const entry = entryAt(index, fragmentIndex);
+  return entry ? enter(index, *entry, trunIndex) : -1;
+}
+
+int TrackCursor::EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex) {
+  const FragmentEntry* const entry = entryAt(index, fragmentIndex);
+  return entry ? enter(index, *entry, 0) : -1;
+}
+
+int TrackCursor::enter(FragmentIndex& index, const FragmentEntry& entry, std::uint32_t trunIndex) {
+  const std::uint32_t fragmentIndex = entry.sequenceNumber - 1;
+  if (!fragment_ || fragmentIndex_ != fragmentIndex || truns().empty()) {
     // Keep nothing of the previous fragment in case memory runs out here.
-    cursor.truns.clear();
-    TrackFragment fragment = readTrackFragment(entry->moof, cursor.trackId);
-    cursor.tfhd = fragment.tfhd;
-    cursor.tfdt = fragment.tfdt;
-    cursor.defaults = SampleDefaults(cursor.tfhd, cursor.trex);
-    cursor.runOffsets = placeRuns(index, *entry, fragment, cursor.defaults);
-    cursor.truns = std::move(fragment.truns);
+    part_ = {};
+    fragment_ = index.load(entry, window_);
+    if (!fragment_) return fail(messages::kNoMoofBox);
+    TrackFragment part = readTrackFragment(fragment_->moof, track_.trackId);
+    defaults_ = SampleDefaults(part.tfhd, track_.trex);
+    runOffsets_ = placeRuns(index, *fragment_, part, defaults_);
+    part_ = std::move(part);
+    fragmentIndex_ = fragmentIndex;
   }
-  cursor.moof = entry->moof;
-  cursor.fragmentIndex = fragmentIndex;
-  if (!loadData) {
-    cursor.data.reset();
-    cursor.dataCapacity = 0;
-    cursor.windowFill = 0;
-  } else if (!cursor.data) {
-    cursor.data.reset(new (std::nothrow) std::uint8_t[kWindowBytes]);
-    if (!cursor.data) {
-      cursor.clear();
-      messages::reportPlain(messages::kNoSampleMemory);
-      return -1;
-    }
-    cursor.dataCapacity = kWindowBytes;
-  }
-  cursor.trunIndex = trunIndex;
-  cursor.sampleIndex = 0;
-  cursor.sampleOffset = 0;
+  trunIndex_ = trunIndex;
+  sampleIndex_ = 0;
+  bytesBefore_ = 0;
   return 0;
 }
 
-Advance advanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor) {
-  while (cursor.truns.empty() || cursor.atRunEnd()) {
-    if (cursor.trunIndex + 1 < cursor.truns.size()) {
-      if (LoadFragment(index, cursor.fragmentIndex, cursor.trunIndex + 1, loadData, cursor) < 0) {
-        return Advance::NoRun;
-      }
+void TrackCursor::seek(std::uint32_t sample) {
+  sampleIndex_ = sample;
+  bytesBefore_ = sizeOfSamples(run(), sample, defaults_);
+}
+
+void TrackCursor::next() {
+  bytesBefore_ = addSaturated(bytesBefore_, sampleSize());
+  ++sampleIndex_;
+}
+
+Advance TrackCursor::advance(FragmentIndex& index) {
+  const auto load = window_.isOpen() ? &TrackCursor::LoadFragment : &TrackCursor::LocateFragment;
+  while (truns().empty() || atRunEnd()) {
+    if (trunIndex_ + 1 < truns().size()) {
+      if ((this->*load)(index, fragmentIndex_, trunIndex_ + 1) < 0) return Advance::NoRun;
       continue;
     }
-    const std::uint32_t next = index.nextOccupied(cursor.fragmentIndex + 1);
-    if (LoadFragment(index, next, 0, loadData, cursor) < 0) return Advance::NoFragment;
+    if ((this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0) < 0) return Advance::NoFragment;
   }
   return Advance::Ready;
 }
 
-int readSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination) {
-  return readThroughWindow(index, cursor, addSaturated(cursor.runOffset(), cursor.sampleOffset),
-                           cursor.sampleSize(), destination);
+int TrackCursor::read(FragmentIndex& index, std::uint8_t* destination) {
+  return readAt(index, sampleOffset(), sampleSize(), destination);
 }
 
-int readThroughWindow(FragmentIndex& index, TrackCursor& cursor, std::uint64_t offset, std::uint64_t count,
-                      std::uint8_t* destination) {
-  if (count == 0) return 0;
-  const std::uint64_t windowEnd = cursor.windowOffset + cursor.windowFill;
-  if (cursor.windowFill && offset >= cursor.windowOffset && offset < windowEnd) {
-    const std::uint64_t held = std::min(count, windowEnd - offset);
-    std::memcpy(destination, cursor.data.get() + (offset - cursor.windowOffset), held);
-    destination += held;
-    offset += held;
-    count -= held;
-  }
-  if (count == 0) return 0;
-  Mp4Stream& stream = index.stream();
-  if (!stream.seek(offset)) return -1;
-  if (count >= kDirectBytes) {
-    return stream.read(destination, static_cast<std::int64_t>(count)) == static_cast<std::int64_t>(count)
-               ? 0
-               : -1;
-  }
-  const std::int64_t got = stream.read(cursor.data.get(), static_cast<std::int64_t>(cursor.dataCapacity));
-  cursor.windowOffset = offset;
-  cursor.windowFill = got > 0 ? static_cast<std::size_t>(got) : 0;
-  if (cursor.windowFill < count) return -1;
-  std::memcpy(destination, cursor.data.get(), count);
-  return 0;
+int TrackCursor::readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count,
+                        std::uint8_t* destination) {
+  return window_.read(index.stream(), offset, count, destination) ? 0 : -1;
 }

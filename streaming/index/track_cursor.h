@@ -6,79 +6,94 @@
 #include <vector>
 
 #include "streaming/index/fragment_index.h"
-
-struct TrackCursor {
-  Mp4Box* moof = nullptr;           // the loaded fragment; null if none
-  std::uint32_t fragmentIndex = 0;  // fragment index of `moof`
-  const mp4::TrackFragmentHeaderBox* tfhd = nullptr;
-  // A window over the sample bytes, allocated by a load with data. It is filled when a sample is read:
-  // scrubbing reads single frames, playback reads ahead, and neither holds a complete fragment.
-  std::unique_ptr<std::uint8_t[]> data;
-  std::size_t dataCapacity = 0;
-  const mp4::TrackExtendsBox* trex = nullptr;
-  const mp4::TrackFragmentDecodeTimeBox* tfdt = nullptr;
-  std::vector<const mp4::TrackRunBox*> truns;
-  std::vector<std::uint64_t> runOffsets;  // file offset of the first byte of each run
-  std::uint32_t trackId = kNoTrack;
-  std::uint32_t trunIndex = 0;    // current run in `truns`
-  std::uint32_t sampleIndex = 0;  // current sample in that run; the run's sample count past its end
-  std::uint32_t timescale = 0;    // ticks per second
-
-  // Position of the current sample in the track: frames for video and CEA-708, ticks for audio, the sample's
-  // first frame for CEA-608.
-  std::uint64_t position = 0;
-  SampleDefaults defaults{nullptr, nullptr};
-  std::uint64_t sampleOffset = 0;  // bytes of the run before the current sample
-  std::uint64_t windowOffset = 0;  // file offset of data[0]
-  std::size_t windowFill = 0;      // bytes used in `data`
-
-  // Whether a fragment is loaded with its data window.
-  bool loaded() const { return moof && tfhd && data && !truns.empty(); }
-  const mp4::TrackRunBox& run() const { return *truns[trunIndex]; }
-  // File offset of the current run's first byte.
-  std::uint64_t runOffset() const { return runOffsets[trunIndex]; }
-  // Whether the cursor is past the last sample of its run.
-  bool atRunEnd() const { return sampleIndex >= run().sampleCount; }
-  std::uint32_t sampleSize() const { return sizeOfSample(run(), sampleIndex, defaults); }
-  std::uint32_t sampleDuration() const { return durationOfSample(run(), sampleIndex, defaults); }
-  std::uint32_t sampleFlags() const { return flagsOfSample(run(), sampleIndex, defaults); }
-
-  // Moves to a sample of the current run.
-  void seekToUnit(std::uint32_t sample) {
-    sampleIndex = sample;
-    sampleOffset = sizeOfSamples(run(), sample, defaults);
-  }
-  // Moves to the next sample of the current run.
-  void nextSample() {
-    sampleOffset = addSaturated(sampleOffset, sampleSize());
-    ++sampleIndex;
-  }
-  // Releases the fragment and the window; the track is kept.
-  void clear();
-};
-
-// A cursor for a track of the index, with no fragment loaded.
-TrackCursor makeTrackCursor(const IndexedTrack& track);
-
-// Loads the runs of a fragment and moves to the first sample of run `trunIndex`. Allocates a data window if
-// `loadData` is set, otherwise frees it. Does nothing if `loadData` is set and the run is already loaded with
-// data. A fragment without the track loads with no runs. Returns 0, or -1 with the cursor cleared after
-// reporting the reason.
-int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex, bool loadData,
-                 TrackCursor& cursor);
+#include "streaming/index/read_window.h"
 
 // Result of moving a cursor to the next available sample.
 enum class Advance { Ready, NoRun, NoFragment };
 
-// If the cursor is past the last sample of its run, moves it to the next run with samples: of this fragment,
-// or of the next one with the track. NoRun: a run of the same fragment failed to load; NoFragment: no further
-// fragment contains the track.
-Advance advanceRun(FragmentIndex& index, bool loadData, TrackCursor& cursor);
+class TrackCursor {
+ public:
+  // A cursor without a track.
+  TrackCursor() = default;
+  // A cursor for a track of the index, with no fragment loaded.
+  explicit TrackCursor(const IndexedTrack& track) : track_(track) {}
 
-// Copies the bytes of the current sample to `destination` (sampleSize() bytes) without advancing. Returns 0,
-// or -1 if the file does not contain all of them.
-int readSample(FragmentIndex& index, TrackCursor& cursor, std::uint8_t* destination);
+  // Each loads the runs of a fragment and moves to the first sample of run `trunIndex`. A fragment without
+  // the track loads with no runs. Returns 0, or -1 with the cursor cleared after reporting the reason.
+  //
+  // For reading samples: allocates a data window. Does nothing if the run is already loaded with one.
+  int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex);
+  // For looking at samples without reading them: frees the data window.
+  int LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex);
+  // For looking at samples before one of the above: keeps the data window, if there is one.
+  int EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex);
 
-// Copies `count` bytes from a file offset through the cursor's window. Returns 0 or -1.
-int readThroughWindow(FragmentIndex& index, TrackCursor& cursor, std::uint64_t offset, std::uint64_t count,
-                      std::uint8_t* destination);
+  // Whether a fragment is loaded with its data window.
+  bool loaded() const { return moof() && tfhd() && window_.isOpen() && !truns().empty(); }
+  // Releases the fragment and the window; the track is kept.
+  void clear();
+
+  // The loaded fragment; null if none. Shared with the index, and valid while it is loaded here.
+  const Mp4Box* moof() const { return fragment_ ? fragment_->moof : nullptr; }
+  std::uint32_t fragmentIndex() const { return fragmentIndex_; }
+  // Its part of the track.
+  const mp4::TrackFragmentHeaderBox* tfhd() const { return part_.tfhd; }
+  const mp4::TrackFragmentDecodeTimeBox* tfdt() const { return part_.tfdt; }
+  const std::vector<const mp4::TrackRunBox*>& truns() const { return part_.truns; }
+  const SampleDefaults& defaults() const { return defaults_; }
+  std::uint32_t timescale() const { return track_.timescale; }  // ticks per second
+
+  // The current run, which exists if the fragment has runs.
+  std::uint32_t trunIndex() const { return trunIndex_; }
+  const mp4::TrackRunBox& run() const { return *truns()[trunIndex_]; }
+  // File offset of the current run's first byte.
+  std::uint64_t runOffset() const { return runOffsets_[trunIndex_]; }
+  // Whether the cursor is past the last sample of its run.
+  bool atRunEnd() const { return sampleIndex_ >= run().sampleCount; }
+
+  // The current sample of the run; the run's sample count past its end.
+  std::uint32_t sampleIndex() const { return sampleIndex_; }
+  std::uint32_t sampleSize() const { return sizeOfSample(run(), sampleIndex_, defaults_); }
+  std::uint32_t sampleDuration() const { return durationOfSample(run(), sampleIndex_, defaults_); }
+  std::uint32_t sampleFlags() const { return flagsOfSample(run(), sampleIndex_, defaults_); }
+  // File offset of its first byte.
+  std::uint64_t sampleOffset() const { return addSaturated(runOffset(), bytesBefore_); }
+
+  // Moves to a sample of the current run.
+  void seek(std::uint32_t sample);
+  // Moves to the next sample of the current run.
+  void next();
+  // If the cursor is past the last sample of its run, moves it to the next run with samples: of this
+  // fragment, or of the next one with the track. A data window stays. NoRun: a run of the same fragment
+  // failed to load; NoFragment: no further fragment contains the track.
+  Advance advance(FragmentIndex& index);
+
+  // Copies the bytes of the current sample to `destination` (sampleSize() bytes) without advancing. Returns
+  // 0, or -1 if the file does not contain all of them.
+  int read(FragmentIndex& index, std::uint8_t* destination);
+  // Copies `count` bytes from a file offset through the cursor's window. Returns 0 or -1.
+  int readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count, std::uint8_t* destination);
+
+  // Position of the current sample in the track, kept by whoever seeks: frames for video and CEA-708, ticks
+  // for audio, the sample's first frame for CEA-608.
+  std::uint64_t position = 0;
+
+ private:
+  // The entry of a fragment; null, with the cursor cleared, after reporting that there is none.
+  const FragmentEntry* entryAt(FragmentIndex& index, std::uint32_t fragmentIndex);
+  int enter(FragmentIndex& index, const FragmentEntry& entry, std::uint32_t trunIndex);
+  int fail(const char* text);
+
+  IndexedTrack track_;
+  std::shared_ptr<const LoadedFragment> fragment_;
+  std::uint32_t fragmentIndex_ = 0;
+  TrackFragment part_;  // in the tree of `fragment_`
+  SampleDefaults defaults_{nullptr, nullptr};
+  std::vector<std::uint64_t> runOffsets_;  // file offset of the first byte of each run
+  std::uint32_t trunIndex_ = 0;
+  std::uint32_t sampleIndex_ = 0;
+  std::uint64_t bytesBefore_ = 0;  // bytes of the run before the current sample
+  // Filled when a sample is read: scrubbing reads single frames, playback reads ahead, and neither holds a
+  // complete fragment.
+  ReadWindow window_;
+};

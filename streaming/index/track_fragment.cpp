@@ -69,35 +69,11 @@ TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   return fragment;
 }
 
-std::uint64_t durationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
-  if (!run.hasDuration()) return std::uint64_t{count} * d.duration;
-  std::uint64_t sum = 0;
-  for (std::uint32_t i = 0; i < count; ++i) sum += run.duration(i);
-  return sum;
-}
-
-std::uint64_t captionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
-                              const FrameRate& rate) {
-  if (!run.hasDuration()) return framesOf(durationOfSamples(run, run.sampleCount, d), timescale, rate);
-  std::uint64_t frames = 0;
-  for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
-    frames = addSaturated(frames, framesOf(run.duration(i), timescale, rate));
-  }
-  return frames;
-}
-
 std::uint64_t sizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
   if (!run.hasSize()) return std::uint64_t{count} * d.size;
   std::uint64_t sum = 0;
   for (std::uint32_t i = 0; i < count; ++i) sum += run.size(i);
   return sum;
-}
-
-std::uint32_t largestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d) {
-  if (!run.hasSize()) return run.sampleCount ? d.size : 0;
-  std::uint32_t largest = 0;
-  for (std::uint32_t i = 0; i < run.sampleCount; ++i) largest = std::max(largest, run.size(i));
-  return largest;
 }
 
 SamplePosition sampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d) {

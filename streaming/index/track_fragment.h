@@ -1,6 +1,7 @@
 // The part of a movie fragment that belongs to one track, and the values of its samples.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -66,19 +67,39 @@ inline std::uint32_t flagsOfSample(const mp4::TrackRunBox& run, std::uint32_t in
 }
 
 // The total duration of the first `count` samples of a run; constant time for a run whose samples have no
-// durations of their own.
-std::uint64_t durationOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
+// durations of their own. A run is a mp4::TrackRunBox or a RunBytes.
+template <class Run>
+std::uint64_t durationOfSamples(const Run& run, std::uint32_t count, const SampleDefaults& d) {
+  if (!run.hasDuration()) return std::uint64_t{count} * d.duration;
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < count; ++i) sum += run.duration(i);
+  return sum;
+}
 
 // The duration of a caption run in video frames: truncated per sample if the samples have durations of their
 // own, otherwise truncated once.
-std::uint64_t captionFramesOf(const mp4::TrackRunBox& run, const SampleDefaults& d, std::uint32_t timescale,
-                              const FrameRate& rate);
+template <class Run>
+std::uint64_t captionFramesOf(const Run& run, const SampleDefaults& d, std::uint32_t timescale,
+                              const FrameRate& rate) {
+  if (!run.hasDuration()) return framesOf(durationOfSamples(run, run.sampleCount, d), timescale, rate);
+  std::uint64_t frames = 0;
+  for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
+    frames = addSaturated(frames, framesOf(run.duration(i), timescale, rate));
+  }
+  return frames;
+}
 
 // The total size of the first `count` samples of a run; likewise.
 std::uint64_t sizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
 
 // The largest sample size in a run.
-std::uint32_t largestSampleOf(const mp4::TrackRunBox& run, const SampleDefaults& d);
+template <class Run>
+std::uint32_t largestSampleOf(const Run& run, const SampleDefaults& d) {
+  if (!run.hasSize()) return run.sampleCount ? d.size : 0;
+  std::uint32_t largest = 0;
+  for (std::uint32_t i = 0; i < run.sampleCount; ++i) largest = std::max(largest, run.size(i));
+  return largest;
+}
 
 // The sample of a run at a given time.
 struct SamplePosition {

@@ -12,6 +12,7 @@
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/boxes/timed_text_entry.h"
 #include "mp4box/boxes/visual_entry.h"
+#include "mp4box/file_bytes.h"
 #include "tests/mp4box/tree_file.h"
 #include "vlhost.h"
 

@@ -27,8 +27,13 @@ struct Timed {
 
   explicit Timed(Bytes content, std::uint32_t timescale = 48000, std::uint32_t sampleRate = 48000)
       : file(std::move(content)),
-        index(file.with(kAudioTrack, timescale, trackDefaults(1024)).build()),
-        timeline(index, file.tracks[kAudioRole], AudioClock(timescale, sampleRate, 1024)) {}
+        index(counting(file.with(kAudioTrack, timescale, trackDefaults(1024)), timescale, sampleRate)),
+        timeline(index, file.tracks[kAudioRole], 0, *file.clock) {}
+
+  static FragmentIndex& counting(IndexedFile& file, std::uint32_t timescale, std::uint32_t sampleRate) {
+    file.clock = AudioClock(timescale, sampleRate, 1024);
+    return file.build();
+  }
 
   // The start of the access unit that contains a position.
   std::uint64_t startAt(std::uint64_t position) {
@@ -110,8 +115,9 @@ TEST(AudioTimeline, ADayOfDefaultDurationsIsSkippedAtOnce) {
   // The file has the units' bytes.
   IndexedFile file(join({fragment(1, {traf}), box("free", {zeros(4000000)})}));
   file.with(kAudioTrack, 48000, trackDefaults(1024, 1));
+  file.clock = AudioClock(48000, 48000, 1024);
   FragmentIndex& index = file.build();
-  AudioTimeline timeline(index, file.tracks[kAudioRole], AudioClock(48000, 48000, 1024));
+  AudioTimeline timeline(index, file.tracks[kAudioRole], 0, *file.clock);
   EXPECT_EQ(timeline.length(), 4000000ull * 1024);
   AudioUnit unit;
   ASSERT_TRUE(timeline.find(index, 3999999ull * 1024, unit));

@@ -83,8 +83,8 @@ TEST(FragmentIndex, EntriesGiveTheMediaDataOffset) {
   IndexedFile file(join({first, videoFragment(2, 2)}));
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.entry(0)->mdatSize, 8u + 30u);
-  EXPECT_EQ(index.entry(0)->mdatOffset, first.size() - 38u);
-  EXPECT_EQ(index.entry(1)->mdatOffset, file.bytes.size() - 28u);
+  EXPECT_EQ(index.entry(0)->mdatOffset(), first.size() - 38u);
+  EXPECT_EQ(index.entry(1)->mdatOffset(), file.bytes.size() - 28u);
 }
 
 TEST(FragmentIndex, ALargeSizedMediaDataBoxGivesIts64BitSize) {
@@ -127,9 +127,9 @@ TEST(FragmentIndex, ARunThatClaimsFourBillionSamplesIsKeptAsACount) {
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.entry(0)->videoSamples, 0xFFFFFFFFu);
   TrackCursor cursor = file.cursor(kVideoTrack);
-  EXPECT_EQ(SeekVideoFrame(index, 0xFFFFFFFE, false, cursor), 0);
-  EXPECT_EQ(cursor.sampleIndex, 0xFFFFFFFEu);
-  EXPECT_EQ(cursor.sampleOffset, 0xFFFFFFFEull * 7);
+  EXPECT_EQ(LocateVideoFrame(index, 0xFFFFFFFE, cursor), 0);
+  EXPECT_EQ(cursor.sampleIndex(), 0xFFFFFFFEu);
+  EXPECT_EQ(cursor.sampleOffset() - cursor.runOffset(), 7ull * 0xFFFFFFFEull);
 }
 
 TEST(FragmentIndex, CaptionDurationsAreFramesTruncatedBySampleOrByRun) {
@@ -210,7 +210,7 @@ TEST(FragmentIndex, AnIndexWithoutPayloadOrAnOffsetWithoutABoxIsRefused) {
 TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
   const Bytes a = videoFragment(1, 10), b = videoFragment(2, 20);
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});
-  IndexedFile file(join({a, named, b}), false);
+  IndexedFile file(join({a, named, b}));
   file.with(kVideoTrack, 30000, trackDefaults(1001));
   FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});
   EXPECT_EQ(index.AddFragmentsAt(a.size()), 0);

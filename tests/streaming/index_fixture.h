@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "streaming/index/fragment_index.h"
 #include "streaming/index/track_cursor.h"
@@ -18,6 +19,24 @@ inline mp4::TrackExtendsBox trackDefaults(std::uint32_t duration, std::uint32_t 
   return trex;
 }
 
+// A tree that ends before the first fragment or segment index.
+inline Mp4BoxPtr treeBeforeFragments(Mp4MemoryStream& stream) {
+  Mp4MemoryStream nothing(nullptr, 0);
+  Mp4BoxPtr root(Mp4ReadRoot(nothing, false));
+  auto* const top = Mp4PayloadOf<Mp4RootState>(root.get());
+  root->size = stream.size();
+  top->ended = false;
+  Mp4Box header;
+  while (stream.seek(top->nextOffset) && Mp4ReadBoxHeader(stream, header) &&
+         header.type != Mp4FourCc("moof") && header.type != Mp4FourCc("sidx") &&
+         Mp4ReadNextBox(stream, root.get())) {
+  }
+  return root;
+}
+
+// What of the top level is in the tree; the index walks the rest.
+enum class Tree { BeforeFragments, All };
+
 // Tracks 1 to 4 are video, audio and the two caption tracks; those with defaults given are present.
 struct IndexedFile {
   Bytes bytes;
@@ -25,10 +44,13 @@ struct IndexedFile {
   Mp4BoxPtr root;
   std::array<mp4::TrackExtendsBox, kTrackRoles> defaults;
   std::array<IndexedTrack, kTrackRoles> tracks;
+  std::optional<AudioClock> clock;  // of the audio track, to count its access units as number 0
   std::unique_ptr<FragmentIndex> index;
 
-  explicit IndexedFile(Bytes content, bool readAll = true)
-      : bytes(std::move(content)), stream(bytes.data(), bytes.size()), root(Mp4ReadRoot(stream, readAll)) {}
+  explicit IndexedFile(Bytes content, Tree tree = Tree::BeforeFragments)
+      : bytes(std::move(content)),
+        stream(bytes.data(), bytes.size()),
+        root(tree == Tree::All ? Mp4BoxPtr(Mp4ReadRoot(stream, true)) : treeBeforeFragments(stream)) {}
 
   IndexedFile& with(TrackRole role, std::uint32_t timescale, const mp4::TrackExtendsBox& trex) {
     defaults[role] = trex;
@@ -39,10 +61,11 @@ struct IndexedFile {
   FragmentIndex& build(FrameRate rate = {30000, 1001}) {
     if (!tracks[kVideoTrack].present()) with(kVideoTrack, 30000, trackDefaults(1001));
     index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, rate);
+    if (clock) index->countAudio(tracks[kAudioTrack], *clock);
     index->build();
     return *index;
   }
-  TrackCursor cursor(TrackRole role) const { return makeTrackCursor(tracks[role]); }
+  TrackCursor cursor(TrackRole role) const { return TrackCursor(tracks[role]); }
 };
 
 // A video fragment of `frames` frames of 10 bytes each, the first a key frame.

@@ -92,7 +92,7 @@ TEST(FindKeyFrame, FreesTheWindowSoThatTheNextReadSeeks) {
   IndexedFile file(framesOf(1, "K.."));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 1, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 1, cursor), 0);
   ASSERT_TRUE(cursor.loaded());
   EXPECT_EQ(FindKeyFrameBackward(index, 2, cursor), 0u);
   EXPECT_FALSE(cursor.loaded());

@@ -1,6 +1,7 @@
 // What opening a long recording costs, in host reads, bytes and memory rather than in seconds.
 #include <gtest/gtest.h>
 
+#include "streaming/index/audio_timeline.h"
 #include "streaming/index/fragment_index.h"
 #include "streaming/index/seek.h"
 #include "tests/support/controlled_new.h"
@@ -39,7 +40,8 @@ struct OpenedDay {
   Mp4BoxPtr root;
   std::array<IndexedTrack, kTrackRoles> tracks;
   std::unique_ptr<FragmentIndex> index;
-  std::size_t memory = 0;  // peak added by opening
+  std::size_t memory = 0;       // peak added by opening
+  std::size_t allocations = 0;  // by opening
 
   explicit OpenedDay(std::uint32_t fragmentsPerSegment) {
     day.fragments = 2000;
@@ -47,40 +49,78 @@ struct OpenedDay {
     day.write(folder.file("day.mp4"));
     stream.open(folder.file("day.mp4").c_str(), MP4_MODE_READ);
     const CountingNew counting;
-    root.reset(Mp4ReadRoot(stream, true));
+    root.reset(Mp4ReadRoot(stream, false));
     tracks[kVideoTrack] = {1, 30, nullptr};
     tracks[kAudioTrack] = {2, 48000, nullptr};
     index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, FrameRate{30, 1});
+    index->countAudio(tracks[kAudioTrack], AudioClock(48000, 48000, 1024));
     EXPECT_EQ(index->build(), 0);
     EXPECT_EQ(index->total(kVideoTrack), 2000u * DayFile::kVideoSamples);
     memory = counting.peakBytes();
+    allocations = counting.allocations();
   }
+
+  // Starts counting reads anew.
+  void forgetReads() { stream.reads = stream.bytes = 0; }
 };
 
 class OpenCost : public testing::TestWithParam<std::uint32_t> {};
 
-TEST_P(OpenCost, ReadsTheFragmentHeadersAndLittleElse) {
+TEST_P(OpenCost, ReadsEachFragmentHeaderOnceAndLittleElse) {
   const OpenedDay opened(GetParam());
+  const std::uint32_t indexes = GetParam() ? opened.day.fragments / GetParam() : 0;
   EXPECT_LE(opened.stream.bytes, opened.day.moofBytes * 6 / 5 + 64 * opened.day.fragments);
-  EXPECT_LE(opened.stream.reads, opened.day.fragments * 13 / 10 + 20);
+  EXPECT_LE(opened.stream.reads, opened.day.fragments + indexes + 20);
 }
 
-TEST_P(OpenCost, StaysBelowThreeKilobytesPerFragment) {
+TEST_P(OpenCost, StaysBelowAHundredBytesPerFragmentAndAllocatesBlocks) {
   const OpenedDay opened(GetParam());
-  EXPECT_LT(opened.memory / opened.day.fragments, 3000u);
+  EXPECT_LT(opened.memory / opened.day.fragments, 100u);
+  EXPECT_LT(opened.allocations, opened.day.fragments * 7 / 10 + 100);
 }
 
-TEST_P(OpenCost, ASeekReadsOneSampleAndNothingElse) {
+TEST_P(OpenCost, AJumpReadsAFragmentHeaderAndOneSample) {
   OpenedDay opened(GetParam());
-  TrackCursor cursor = makeTrackCursor(opened.tracks[kVideoTrack]);
+  TrackCursor cursor(opened.tracks[kVideoTrack]);
   for (const std::uint32_t frame : {59999u, 0u, 30000u, 12345u}) {
-    opened.stream.reads = opened.stream.bytes = 0;
-    ASSERT_EQ(SeekVideoFrame(*opened.index, frame, true, cursor), 0);
-    EXPECT_EQ(opened.stream.reads, 0u) << "the index knows the offset";
+    opened.forgetReads();
+    ASSERT_EQ(SeekVideoFrame(*opened.index, frame, cursor), 0);
     Bytes sample(cursor.sampleSize());
-    ASSERT_EQ(readSample(*opened.index, cursor, sample.data()), 0);
-    EXPECT_EQ(opened.stream.reads, 1u);
+    ASSERT_EQ(cursor.read(*opened.index, sample.data()), 0);
+    EXPECT_LE(opened.stream.reads, 2u) << frame;
+    EXPECT_LE(opened.stream.bytes, 4096 + sample.size()) << frame;
   }
+}
+
+TEST_P(OpenCost, TheNextSamplesOfAFragmentReadNothingElse) {
+  OpenedDay opened(GetParam());
+  TrackCursor cursor(opened.tracks[kVideoTrack]);
+  ASSERT_EQ(SeekVideoFrame(*opened.index, 30000, cursor), 0);
+  Bytes sample(1 << 20);
+  for (std::uint32_t i = 0; i < DayFile::kVideoSamples; ++i) {
+    ASSERT_EQ(cursor.advance(*opened.index), Advance::Ready);
+    opened.forgetReads();
+    ASSERT_EQ(cursor.read(*opened.index, sample.data()), 0);
+    EXPECT_LE(opened.stream.reads, 1u) << i;
+    EXPECT_LE(opened.stream.bytes, cursor.sampleSize()) << i;
+    cursor.next();
+  }
+}
+
+TEST_P(OpenCost, TheAudioTimelineReadsNothingAndKeepsLittle) {
+  OpenedDay opened(GetParam());
+  opened.forgetReads();
+  const CountingNew counting;
+  const AudioTimeline timeline(*opened.index, opened.tracks[kAudioTrack], 0, AudioClock(48000, 48000, 1024));
+  EXPECT_EQ(opened.stream.reads, 0u);
+  EXPECT_LT(counting.peakBytes(), opened.day.fragments * 4u);
+  EXPECT_EQ(timeline.units(), 2000u * DayFile::kAudioSamples);
+  AudioUnit unit;
+  ASSERT_TRUE(timeline.at(*opened.index, 1234 * DayFile::kAudioSamples + 5, unit));
+  EXPECT_EQ(unit.fragmentIndex, 1234u);
+  EXPECT_EQ(unit.sampleIndex, 5u);
+  EXPECT_EQ(unit.clock.position(), (1234u * DayFile::kAudioSamples + 5) * 1024u);
+  EXPECT_EQ(opened.stream.reads, 1u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, OpenCost, testing::Values(0u, 10u), [](const auto& info) {

@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 
 TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndReportsIt) {
-  IndexedFile file(join({videoFragment(1, 3), videoFragment(2, 3)}));
+  IndexedFile file(join({videoFragment(1, 3), videoFragment(2, 3)}), Tree::All);
   file.with(kVideoTrack, 30000, trackDefaults(1001));
   FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});
   Mp4Box* first = Mp4BoxChild(file.root.get(), Mp4FourCc("moof"), 0);
@@ -20,15 +20,15 @@ TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndReportsIt) {
   ASSERT_EQ(index.AddFragment(first), 0);
   LogCapture log;
   {
-    // Two entries of 48 bytes.
-    const FailingNew failing(96);
+    // The order of two entries.
+    const FailingNew failing(2 * sizeof(std::uint32_t));
     EXPECT_EQ(index.AddFragment(second), -1);
   }
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_ERROR, "ERROR(vlx_Fmp4): Unable to allocate moof array\n"}));
   log.lines.clear();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  EXPECT_EQ(LoadFragment(index, 0, 0, false, cursor), -1);
+  EXPECT_EQ(cursor.LocateFragment(index, 0, 0), -1);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof Array"}));
 }
 

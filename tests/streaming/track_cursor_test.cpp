@@ -13,16 +13,16 @@ using testing::ElementsAre;
 
 Bytes readSample(FragmentIndex& index, TrackCursor& cursor) {
   Bytes bytes(cursor.sampleSize());
-  EXPECT_EQ(readSample(index, cursor, bytes.data()), 0);
+  EXPECT_EQ(cursor.read(index, bytes.data()), 0);
   return bytes;
 }
 
 // All frames from the cursor's sample on.
 std::vector<Bytes> readOn(FragmentIndex& index, TrackCursor& cursor) {
   std::vector<Bytes> frames;
-  while (advanceRun(index, true, cursor) == Advance::Ready) {
+  while (cursor.advance(index) == Advance::Ready) {
     frames.push_back(readSample(index, cursor));
-    cursor.nextSample();
+    cursor.next();
   }
   return frames;
 }
@@ -42,7 +42,7 @@ TEST(SeekVideoFrame, FindsEveryFrameOfSeveralRunsAndFragments) {
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   for (std::uint32_t frame : {9u, 0u, 4u, 5u, 2u, 8u, 3u, 7u, 1u, 6u}) {
-    ASSERT_EQ(SeekVideoFrame(index, frame, true, cursor), 0);
+    ASSERT_EQ(SeekVideoFrame(index, frame, cursor), 0);
     EXPECT_EQ(cursor.position, frame);
     const std::uint32_t seed = (frame / 5 + 1) * 10 + frame % 5;
     EXPECT_EQ(readSample(index, cursor), sampleOf(5 + frame % 5, seed).data) << frame;
@@ -54,7 +54,7 @@ TEST(SeekVideoFrame, AfterTheLastFrameFailsWithBothMessages) {
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   LogCapture log;
-  EXPECT_EQ(SeekVideoFrame(index, 5, true, cursor), -1);
+  EXPECT_EQ(SeekVideoFrame(index, 5, cursor), -1);
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Moof index beyond end"},
                           LogLine{VL_LOG_ERROR,
@@ -66,24 +66,22 @@ TEST(LoadFragment, AnEmptySlotIsReportedAndClearsTheCursor) {
   IndexedFile file(twoRuns(3));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(LoadFragment(index, 2, 0, true, cursor), 0);
+  ASSERT_EQ(cursor.LoadFragment(index, 2, 0), 0);
   ASSERT_TRUE(cursor.loaded());
   LogCapture log;
-  EXPECT_EQ(LoadFragment(index, 1, 0, true, cursor), -1);
+  EXPECT_EQ(cursor.LoadFragment(index, 1, 0), -1);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof box at this index"}));
   EXPECT_FALSE(cursor.loaded());
-  EXPECT_EQ(cursor.moof, nullptr);
-  EXPECT_EQ(cursor.dataCapacity, 0u);
+  EXPECT_EQ(cursor.moof(), nullptr);
 }
 
 TEST(LoadFragment, LoadingWithoutDataFreesTheWindow) {
   IndexedFile file(twoRuns(1));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(LoadFragment(index, 0, 0, true, cursor), 0);
-  EXPECT_NE(cursor.data, nullptr);
-  ASSERT_EQ(LoadFragment(index, 0, 1, false, cursor), 0);
-  EXPECT_EQ(cursor.data, nullptr);
+  ASSERT_EQ(cursor.LoadFragment(index, 0, 0), 0);
+  EXPECT_TRUE(cursor.loaded());
+  ASSERT_EQ(cursor.LocateFragment(index, 0, 1), 0);
   EXPECT_FALSE(cursor.loaded());
 }
 
@@ -91,7 +89,7 @@ TEST(AdvanceRun, ContinuesOverRunsEmptySlotsAndFragmentsWithoutTheTrack) {
   IndexedFile file(join({twoRuns(1), videoFragment(2, 4, 7), twoRuns(9)}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
   const std::vector<Bytes> frames = readOn(index, cursor);
   ASSERT_EQ(frames.size(), 10u);
   EXPECT_EQ(frames[4], sampleOf(9, 14).data);
@@ -105,7 +103,7 @@ TEST(AdvanceRun, SkipsEmptyRuns) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
   EXPECT_THAT(readOn(index, cursor), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data));
 }
 
@@ -120,7 +118,7 @@ TEST(RunPlace, ABaseDataOffsetCountsFromTheFile) {
   IndexedFile file(join({ahead, fragment(1, {traf})}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
   EXPECT_EQ(readSample(index, cursor), Bytes(ahead.begin() + 18, ahead.begin() + 23));
 }
 
@@ -132,7 +130,7 @@ TEST(RunPlace, AnOffsetInsideTheFragmentCountsFromTheMediaData) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
   EXPECT_EQ(readSample(index, cursor), sampleOf(5, 1).data);
 }
 
@@ -143,7 +141,7 @@ TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
   EXPECT_THAT(readOn(index, cursor), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data,
                                                  sampleOf(7, 3).data, sampleOf(8, 4).data));
 }
@@ -151,7 +149,7 @@ TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
 // Reads all of a track of one fragment.
 std::vector<Bytes> readTrack(IndexedFile& file, TrackRole role) {
   TrackCursor cursor = file.cursor(role);
-  EXPECT_EQ(LoadFragment(*file.index, 0, 0, true, cursor), 0);
+  EXPECT_EQ(cursor.LoadFragment(*file.index, 0, 0), 0);
   return readOn(*file.index, cursor);
 }
 
@@ -192,7 +190,7 @@ TEST(RunPlace, OffsetsOfALaterTrackCountFromTheEndOfTheDataOfTheOneBefore) {
   EXPECT_EQ(readTrack(file, kAudioTrack), kAudioOfThree);
   ThreeTracks moved(threeTracks(0, {mediaData, 2, static_cast<std::uint32_t>(-2)}));
   TrackCursor cursor = moved.cursor(kAudioTrack);
-  ASSERT_EQ(LoadFragment(*moved.index, 0, 0, true, cursor), 0);
+  ASSERT_EQ(cursor.LoadFragment(*moved.index, 0, 0), 0);
   EXPECT_EQ(cursor.runOffset(), moved.bytes.size() - 7);
 }
 
@@ -234,11 +232,11 @@ TEST(RunPlace, HundredsOfThousandsOfRunsWithoutAnOffsetTakeOneWalk) {
   IndexedFile file(join({moof, box("mdat", {text("data")})}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(LoadFragment(index, 0, 0, true, cursor), 0);
-  ASSERT_EQ(advanceRun(index, true, cursor), Advance::Ready);
-  EXPECT_EQ(cursor.trunIndex, kRuns);
+  ASSERT_EQ(cursor.LoadFragment(index, 0, 0), 0);
+  ASSERT_EQ(cursor.advance(index), Advance::Ready);
+  EXPECT_EQ(cursor.trunIndex(), kRuns);
   Bytes bytes(4);
-  ASSERT_EQ(readSample(index, cursor, bytes.data()), 0);
+  ASSERT_EQ(cursor.read(index, bytes.data()), 0);
   EXPECT_EQ(bytes, text("data"));
 }
 
@@ -251,9 +249,9 @@ TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
     IndexedFile file(fragment(1, {traf}));
     FragmentIndex& index = file.build();
     TrackCursor cursor = file.cursor(kVideoTrack);
-    ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+    ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
     Bytes bytes(50);
-    const int result = readSample(index, cursor, bytes.data());
+    const int result = cursor.read(index, bytes.data());
     // One byte before the media data is still inside the file and is read as the sample.
     EXPECT_EQ(result, offset == 0xFFFFFFFFu ? 0 : -1) << offset;
   }
@@ -267,7 +265,7 @@ TEST(ReadSample, LargeSamplesAndRunsBeyondTheWindowAreReadCompletely) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, true, cursor), 0);
+  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
   const std::vector<Bytes> frames = readOn(index, cursor);
   ASSERT_EQ(frames.size(), 40u);
   for (std::uint32_t i = 0; i < 40; ++i) EXPECT_EQ(frames[i], run.samples[i].data) << i;
@@ -290,12 +288,12 @@ TEST(SeekAudioTime, FindsTheSampleThatPlaysAtATime) {
                      {2048, 2048, 6}, {2147, 2048, 6}, {2148, 2148, 7},       {4147, 2148, 7},
                      {4148, 4148, 4}, {8295, 6296, 7}, {4148 + 1024, 5172, 5}};
   for (const auto& c : cases) {
-    ASSERT_EQ(SeekAudioTime(index, c.time, true, cursor), 0);
+    ASSERT_EQ(SeekAudioTime(index, c.time, cursor), 0);
     EXPECT_EQ(cursor.position, c.start) << c.time;
     EXPECT_EQ(cursor.sampleSize(), c.size) << c.time;
   }
   LogCapture log;
-  EXPECT_EQ(SeekAudioTime(index, 8296, true, cursor), -1);
+  EXPECT_EQ(SeekAudioTime(index, 8296, cursor), -1);
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Moof index beyond end"},
                           LogLine{VL_LOG_ERROR,
@@ -311,10 +309,10 @@ TEST(SeekCc708Frame, HasOneSamplePerFrameAndItsOwnMessages) {
   file.with(kCc708Track, 30000, trackDefaults(1001));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kCc708Track);
-  ASSERT_EQ(SeekCc708Frame(index, 2, true, cursor), 0);
+  ASSERT_EQ(SeekCc708Frame(index, 2, cursor), 0);
   EXPECT_EQ(readSample(index, cursor), sampleOf(6, 3).data);
   LogCapture log;
-  EXPECT_EQ(SeekCc708Frame(index, 3, true, cursor), -1);
+  EXPECT_EQ(SeekCc708Frame(index, 3, cursor), -1);
   ASSERT_EQ(log.lines.size(), 2u);
   EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct audio chunk for this frame\n");
 }

@@ -1,0 +1,57 @@
+// A run of samples read where its bytes lie.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <span>
+
+#include "base/bytes.h"
+#include "mp4box/boxes/trun.h"
+
+// The durations and sizes of the samples of a "trun", with the meaning and the limits of mp4::TrackRunBox,
+// but without copying them. Fields that do not fit read as 0, and so do all after them.
+class RunBytes {
+ public:
+  // `payload`: the box after its header; it must outlive this.
+  explicit RunBytes(std::span<const std::uint8_t> payload) : left_(payload) {
+    using Run = mp4::TrackRunBox;
+    flags_ = take() & 0xFFFFFF;
+    sampleCount = take();
+    if (flags_ & Run::kDataOffset) take();
+    if (flags_ & Run::kFirstSampleFlags) take();
+    stride_ = placeOf(Run::kCompositionOffset << 1);
+    sizePlace_ = placeOf(Run::kSampleSize);
+    if (stride_ == 0) return;
+    sampleCount = static_cast<std::uint32_t>(std::min<std::uint64_t>(sampleCount, left_.size() / stride_));
+  }
+
+  std::uint32_t sampleCount = 0;  // samples that are complete in the box
+
+  bool hasDuration() const { return flags_ & mp4::TrackRunBox::kSampleDuration; }
+  bool hasSize() const { return flags_ & mp4::TrackRunBox::kSampleSize; }
+  // The values of sample `i` (less than `sampleCount`); each requires its flag.
+  std::uint32_t duration(std::size_t i) const { return Mp4LoadU32(&left_[i * stride_]); }
+  std::uint32_t size(std::size_t i) const { return Mp4LoadU32(&left_[i * stride_ + sizePlace_]); }
+
+ private:
+  std::uint32_t take() {
+    if (left_.size() < 4) {
+      left_ = {};
+      return 0;
+    }
+    const std::uint32_t value = Mp4LoadU32(left_.data());
+    left_ = left_.subspan(4);
+    return value;
+  }
+  // Bytes of a sample's values before that of `flag`.
+  std::size_t placeOf(std::uint32_t flag) const {
+    constexpr std::uint32_t kPerSample = 0xF00;
+    return 4 * static_cast<std::size_t>(std::popcount(flags_ & kPerSample & (flag - 1)));
+  }
+
+  std::span<const std::uint8_t> left_;
+  std::uint32_t flags_ = 0;
+  std::size_t stride_ = 0;  // bytes per sample
+  std::size_t sizePlace_ = 0;
+};
