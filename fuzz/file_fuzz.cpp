@@ -1,5 +1,5 @@
 // A complete file through the media-file object: open, describe, read frames, captions and audio in varying
-// order, find key frames, close.
+// order, find key frames, close. Its fragments are also counted both ways, by their bytes and by their trees.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "plugin/fmp4_object.h"
+#include "tests/support/counted_twice.h"
 #include "tests/support/temp_folder.h"
 #include "vlhost.h"
 
@@ -70,6 +71,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 // The input is the file. Its last byte, sample data in an intact file, determines the read order.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (CountedTwice({data, size}).different) std::abort();
   static const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
   writeFile(path, {data, data + size});
