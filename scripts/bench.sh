@@ -62,6 +62,7 @@ measure() {
   write_document
 }
 measure bench_open_day "Opening a recording of a day"
+measure bench_random_frames "Reading frames at random"
 measure bench_read_frames "Reading every frame"
 measure bench_decode_audio "Decoding AAC"
 measure bench_decode_surround "Decoding AC-3"
