@@ -172,7 +172,7 @@ void Cea708Service::defineWindow(unsigned number, Bytes parameters) {
   definition.relative = (parameters[1] & 0x80) != 0;
   definition.anchorVertical = parameters[1] & 0x7Fu;
   definition.anchorHorizontal = parameters[2];
-  definition.anchorPoint = std::min(parameters[3] >> 4, 8);
+  definition.anchorPoint = std::min<unsigned>(parameters[3] >> 4, 8);
   definition.rows = (parameters[3] & 0x0Fu) + 1;
   definition.columns = (parameters[4] & 0x3Fu) + 1;
   const unsigned windowStyle = parameters[5] >> 3 & 7u, penStyle = parameters[5] & 7u;

@@ -106,7 +106,7 @@ aac_wrapper 15000 fuzz/seeds/aac_wrapper
 ac3_wrapper 15000 fuzz/seeds/ac3_wrapper
 sbr 6000 fuzz/seeds/sbr
 ps 4000 fuzz/seeds/ps
-captions608 60000 fuzz/seeds/captions608
+captions608 30000 fuzz/seeds/captions608
 captions708 100000 fuzz/seeds/captions708
 EOF
 }

@@ -98,7 +98,7 @@ std::vector<std::string> cuesOf(const std::string& subRip) {
   for (std::string line; std::getline(lines, line);) {
     std::smatch match;
     if (std::regex_search(line, match, kTimes)) {
-      const auto frame = [&match](int i) {
+      const auto frame = [&match](std::size_t i) {
         const double seconds = std::stoi(match[i + 2]) + std::stoi(match[i + 3]) / 1000.0;
         return std::to_string(std::lround(seconds * 30000 / 1001));
       };

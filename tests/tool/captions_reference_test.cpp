@@ -70,7 +70,7 @@ std::vector<TimedText> ffmpegDecodes(const Stream& stream) {
   for (std::string line; std::getline(lines, line);) {
     std::smatch match;
     if (std::regex_search(line, match, kTimes)) {
-      const auto time = [&match](int i) {
+      const auto time = [&match](std::size_t i) {
         return ((std::stoll(match[i]) * 60 + std::stoll(match[i + 1])) * 60 + std::stoll(match[i + 2])) *
                    1000 +
                std::stoll(match[i + 3]);
