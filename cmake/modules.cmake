@@ -1,7 +1,7 @@
 # Settings shared by all modules: warnings as errors in our own code, sanitizers on request.
 
 option(VL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
-option(VL_FUZZ "Build the fuzz targets, and every module so that they see what it covers; needs Clang" OFF)
+option(VL_FUZZ "Build the fuzz targets, and every library so that they see what it covers; needs Clang" OFF)
 if(VL_FUZZ AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   message(FATAL_ERROR "VL_FUZZ needs Clang")
 endif()
@@ -21,8 +21,17 @@ function(vl_module target)
     target_compile_options(${target} PRIVATE ${VL_SANITIZERS} -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE ${VL_SANITIZERS})
   endif()
-  if(VL_FUZZ)
+  # The code under test says what it covers; the programs around it need not.
+  get_target_property(type ${target} TYPE)
+  if(VL_FUZZ AND NOT type STREQUAL "EXECUTABLE")
     target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
+endfunction()
+
+# vl_hot(target): code that also sanitizers and fuzz targets run for most of their time.
+function(vl_hot target)
+  if(VL_SANITIZE)
+    target_compile_options(${target} PRIVATE -O2)
   endif()
 endfunction()
 
@@ -36,4 +45,22 @@ endfunction()
 function(vl_optimize_sources)
   # A precompiled header serves one level of optimisation only.
   set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1 SKIP_PRECOMPILE_HEADERS ON)
+endfunction()
+
+option(VL_UNITY "Compile sources in batches where no symbols of a library depend on it: tests and the program" ON)
+
+# vl_unity(target): compiles its sources in batches, at least two where there are enough of them, so that templates
+# which all of them use are instantiated once a batch. Names in anonymous namespaces must differ within a target.
+# Sources with options of their own stay by themselves.
+function(vl_unity target)
+  if(NOT VL_UNITY)
+    return()
+  endif()
+  get_target_property(sources ${target} SOURCES)
+  list(LENGTH sources count)
+  math(EXPR batch "(${count} + 1) / 2")
+  if(batch GREATER 8)
+    set(batch 8)
+  endif()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${batch})
 endfunction()
