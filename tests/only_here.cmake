@@ -74,7 +74,7 @@ set(VL_LONG_WINDOWS_TESTS
   All/PhaseModes.*/4?
   Ac3BadInput.FrameSizeCodesOutOfRange
   # A day of frames one by one, in code that knows no system.
-  Cc608Reader.*OverADay
+  Cc608OfADay.*
   # A file name inside a filter graph, where it is not translated for ffmpeg.
   PackageCaptions.AreThoseThatFfmpegFindsInTheSource
   # Nearly all its time is the test's own spectrum analysis.

@@ -11,6 +11,7 @@
 #include "tests/plugin/sound.h"
 #include "tests/plugin/sound_clip.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/sanitized.h"
 
 namespace {
 
@@ -161,7 +162,8 @@ TEST_P(LostUnit, IsSilentAndReadsAlikeFromAnyPosition) {
     EXPECT_EQ(lostUnitsOf(*clip), 1u);
     std::vector<std::uint32_t> positions;
     const std::uint32_t units = lengthOf(*clip) / length;
-    for (std::uint32_t unit = 18; unit < std::min(60u, units); ++unit) positions.push_back(unit * length);
+    for (std::uint32_t unit = 18; unit < std::min(60u, units); unit += ofSanitized(1u, 5u))
+      positions.push_back(unit * length);
     expectFreshReadsToAgree(clip.path, whole, positions, length);
   }
 }
@@ -234,14 +236,15 @@ TEST_P(LostUnit, AllOfThemAreReportedOnceAndTheTrackFails) {
 }
 
 // Bits flipped anywhere in the media data: what a read gives depends only on the file.
-TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPosition) {
+TEST_P(LostUnit, DamagedFilesReadAlikeFromAnyPosition) {
   const CodedAudio& sound = audioOf(GetParam());
   const Bytes good = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
   std::size_t mediaBytes = 0;
   for (const Bytes& unit : sound.units) mediaBytes += unit.size();
   std::mt19937 random(3 + static_cast<unsigned>(GetParam()));
+  const int files = ofSanitized(100, 20);
   int filesWithLoss = 0;
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < files; ++i) {
     SCOPED_TRACE(i);
     Bytes bytes = good;
     for (auto flips = 1 + random() % 12; flips > 0; --flips)
@@ -260,7 +263,7 @@ TEST_P(LostUnit, AHundredDamagedFilesReadAlikeFromAnyPosition) {
     expectFreshReadsToAgree(clip.path, whole, {static_cast<std::uint32_t>(random() % (total - 5000))}, 5000);
     if (HasFatalFailure()) return;
   }
-  EXPECT_GT(filesWithLoss, 50);
+  EXPECT_GT(filesWithLoss, files / 2);
 }
 
 // ---- Unsupported codecs -----------------------------------------------------------------------------

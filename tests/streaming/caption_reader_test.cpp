@@ -179,11 +179,11 @@ void expectNoDrift(std::uint32_t timescale, std::uint32_t framesPerSecond) {
   EXPECT_EQ(frameOfDecodeTime(index, reader.cursor), last / framesPerSecond * framesPerSecond);
 }
 
-TEST(Cc608Reader, CaptionsOfA2997RecordingDoNotDriftOverADay) {
+TEST(Cc608OfADay, DoNotDriftAt2997) {
   expectNoDrift(30000, 30);
 }
 
-TEST(Cc608Reader, CaptionsOfA5994RecordingDoNotDriftOverADay) {
+TEST(Cc608OfADay, DoNotDriftAt5994) {
   expectNoDrift(60000, 60);
 }
 
