@@ -14,6 +14,8 @@ using namespace UMC::aac;
 
 namespace {
 
+constexpr int kMaxFrames = 24;  // an input of empty payloads alone would be thousands
+
 struct Room {
   PsData data;
   PsState state;
@@ -28,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size < 1) return 0;
   const int slots = (data[0] & 1) != 0 ? 30 : 32;
   const auto room = std::make_unique<Room>();
-  for (std::size_t at = 1; at < size;) {
+  int frames = 0;
+  for (std::size_t at = 1; at < size && frames < kMaxFrames; ++frames) {
     const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
     // A block of exactly this size, so that the sanitizer detects any read past its end.
     std::vector<std::uint8_t> bytes(data + at + 1, data + at + 1 + length);
