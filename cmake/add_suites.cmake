@@ -22,7 +22,8 @@ foreach(suite IN LISTS suites)
     endforeach()
   endforeach()
   string(TOLOWER "${labels}" labels)
+  list(LENGTH labels cost)  # the longest first, so that none is alone at the end
   string(APPEND commands "add_test([=[${NAME}: ${title}]=] [=[${PROGRAM}]=] [=[--gtest_filter=${suite}*]=])\n"
-    "set_tests_properties([=[${NAME}: ${title}]=] PROPERTIES LABELS \"${labels}\")\n")
+    "set_tests_properties([=[${NAME}: ${title}]=] PROPERTIES LABELS \"${labels}\" COST ${cost})\n")
 endforeach()
 file(WRITE ${FILE} "${commands}")

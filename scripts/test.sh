@@ -5,18 +5,24 @@
 #   test.sh all    also the sanitizers (Clang), the players, the fuzz targets, Windows (where the cross build and
 #                  Wine can be installed) and the packages
 #   test.sh quick  while working: format, layers, what changed is built, and the tests that take seconds
+# With --times after the gear, the times of its steps are written to docs/testing.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-gear=${1:-native}
-case $gear in
-  native | all | quick) ;;
-  *)
-    echo "test: give all, quick or nothing" >&2
-    exit 2
-    ;;
-esac
+gear=native
+keep_times=false
+for word in "$@"; do
+  case $word in
+    native | all | quick) gear=$word ;;
+    --times) keep_times=true ;;
+    *)
+      echo "test: give all, quick or nothing, and --times to write the steps' times down" >&2
+      exit 2
+      ;;
+  esac
+done
 
+load_before=$(cut -d ' ' -f 1 /proc/loadavg)
 timings=()
 # step NAME COMMAND...: runs a command and notes how long it took; a failure ends the run.
 step() {
@@ -28,6 +34,32 @@ step() {
     exit 1
   fi
   timings+=("$(printf '%5d s  %s' $((SECONDS - start)) "$name")")
+}
+
+# start_beside NAME COMMAND...: begins a step that mostly waits, to run beside those after it. finish_beside ends it
+# as `step` would; what it prints appears then.
+beside=""
+start_beside() {
+  beside=$1 beside_start=$SECONDS
+  shift
+  echo "== $beside (beside what follows)"
+  set -m  # in a process group of its own, which an early end of this script ends as well
+  { "$@" && echo "$SECONDS" >build/beside.end; } >build/beside.log 2>&1 &
+  beside_job=$!
+  set +m
+  trap 'kill -- "-$beside_job" 2>/dev/null || true' EXIT
+}
+finish_beside() {
+  local passed=true
+  wait "$beside_job" || passed=false
+  trap - EXIT
+  echo "== $beside, which ran beside"
+  cat build/beside.log
+  if ! $passed; then
+    echo "test: FAILED at: $beside, after $SECONDS s" >&2
+    exit 1
+  fi
+  timings+=("$(printf '%5d s  %s' $(($(<build/beside.end) - beside_start)) "$beside, beside those above")")
 }
 
 # Without a separate preprocessor run before each compilation, which an empty cache would cost.
@@ -66,9 +98,9 @@ check_headers() {
       { echo "$1 does not compile alone" >&2; exit 1; }' sh HEADER
 }
 
-# run_tests PRESET [OPTION...]
+# run_tests PRESET [OPTION...]: one more at a time than there are processors, as some wait.
 run_tests() {
-  ctest --test-dir "build/$1" -j "$(nproc)" --output-on-failure "${@:2}"
+  ctest --test-dir "build/$1" -j $(($(nproc) + 1)) --output-on-failure "${@:2}"
 }
 
 # The served page in Chromium, and ffmpeg over HTTP; in parallel the recording of a minute, which is mostly waiting.
@@ -104,8 +136,8 @@ aac_decoder 15000 fuzz/seeds/aac_decoder
 ac3_decoder 30000 fuzz/seeds/ac3_decoder
 aac_wrapper 15000 fuzz/seeds/aac_wrapper
 ac3_wrapper 15000 fuzz/seeds/ac3_wrapper
-sbr 6000 fuzz/seeds/sbr
-ps 4000 fuzz/seeds/ps
+sbr 6000 -max_len=600 fuzz/seeds/sbr
+ps 4000 -max_len=600 fuzz/seeds/ps
 captions608 30000 fuzz/seeds/captions608
 captions708 100000 fuzz/seeds/captions708
 EOF
@@ -129,8 +161,9 @@ else
   step "tests dev" run_tests dev
 fi
 if [[ $gear == all ]]; then
-  step "players" run_players
+  start_beside "players" run_players
   compiled asan
+  finish_beside
   step "tests asan" run_tests asan --label-exclude matrix
   step "fuzz" fuzz_all
   if ! scripts/setup.sh windows; then
@@ -162,4 +195,21 @@ if [[ $gear == all ]]; then
   if [[ -z $not_run ]]; then checks="and $(tests_run windows) as Windows programs, $checks"; fi
   checks+=", packages"
 fi
+# The part of docs/testing.md between this gear's comment and the next end.
+write_times() {
+  local table
+  table=$(
+    printf '%s, %s processors%s, load average %s before and %s after; %s s in all%s\n\n' \
+      "$(date +%F)" "$(nproc)" "$(awk -F ': *' '/^model name/ { print " (" $2 ")"; exit }' /proc/cpuinfo)" \
+      "$load_before" "$(cut -d ' ' -f 1 /proc/loadavg)" "$SECONDS" "${not_run,,}"
+    printf '| step | seconds |\n|---|---:|\n'
+    printf '%s\n' "${timings[@]}" | sed -E 's/^ *([0-9]+) s  (.*)$/| \2 | \1 |/'
+  )
+  TABLE=$table awk -v start="<!-- times: $gear -->" '
+    $0 == "<!-- end -->" { inside = 0 }
+    !inside { print }
+    $0 == start { inside = 1; print ""; print ENVIRON["TABLE"]; print "" }' docs/testing.md >build/testing.md
+  cp build/testing.md docs/testing.md
+}
+if $keep_times; then write_times; fi
 echo "test: all passed: $passed tests, $checks, in $SECONDS s$not_run"
