@@ -35,13 +35,6 @@ Info InfoOf(UMC::AACDecoder& decoder) {
   return {params.m_input, params.m_output};
 }
 
-std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& options, int count = 30) {
-  AacGenerator generator(seed, options);
-  std::vector<GeneratedBlock> blocks;
-  for (int i = 0; i < count; ++i) blocks.push_back(generator.NextBlock());
-  return blocks;
-}
-
 GeneratorOptions Pair(int samplingIndex = 3, int frameLength = 1024) {
   GeneratorOptions options;
   options.samplingIndex = samplingIndex;

@@ -20,7 +20,7 @@ std::vector<GeneratedBlock> Blocks(const GeneratorOptions& options, int count, u
   return blocks;
 }
 
-GeneratorOptions Stereo() {
+GeneratorOptions StereoPair() {
   GeneratorOptions options;
   options.elements = {{E::kCpe, 0}};
   options.midSide = options.tns = true;
@@ -130,7 +130,7 @@ TEST(AacDecoder, ReportsTheProfile) {
   const std::uint32_t flags[4] = {4, 1, 8, 2};
   for (int profile = 0; profile < 4; ++profile) {
     TestDecoder decoder;
-    ASSERT_EQ(0, decoder.Decode(Stream(Blocks(Stereo(), 1), {.profile = profile})));
+    ASSERT_EQ(0, decoder.Decode(Stream(Blocks(StereoPair(), 1), {.profile = profile})));
     UMC::AudioCodecParams params;
     ASSERT_EQ(0, decoder.Decoder().GetInfo(&params));
     EXPECT_EQ(flags[profile], params.m_input.streamSubtype);
@@ -150,7 +150,7 @@ TEST(AacDecoder, ReportsTheFormatWithTheSamples) {
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
   ASSERT_EQ(0, decoder.Init(&params));
-  Bytes stream = Stream(Blocks(Stereo(), 2));
+  Bytes stream = Stream(Blocks(StereoPair(), 2));
   UMC::MediaData input;
   input.SetBufferPointer(stream.data(), stream.size());
   input.SetDataSize(stream.size());
@@ -164,7 +164,7 @@ TEST(AacDecoder, ReportsTheFormatWithTheSamples) {
 }
 
 TEST(AacDecoder, NeedsSpaceForTheSamples) {
-  const auto blocks = Blocks(Stereo(), 1);
+  const auto blocks = Blocks(StereoPair(), 1);
   Bytes stream = Stream(blocks);
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;
@@ -187,7 +187,7 @@ TEST(AacDecoder, DistinguishesUnsupportedFromShortInput) {
   EXPECT_EQ(2u, decoder.Left());
   EXPECT_EQ(-899, decoder.Decode(Bytes{'A', 'L', 'S', 0, 1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(0u, decoder.Left());
-  EXPECT_EQ(0, decoder.Decode(Stream(Blocks(Stereo(), 1))));
+  EXPECT_EQ(0, decoder.Decode(Stream(Blocks(StereoPair(), 1))));
 }
 
 // The header of a lossless stream of 10000 samples, with or without the original file's header and trailer.
@@ -225,7 +225,7 @@ Bytes AlsHead(unsigned resolution, bool everything, bool kept = true) {
 }
 
 TEST(AacDecoder, ReadsHeadersOfLosslessStreamsButNotTheirFrames) {
-  const Bytes adts = Stream(Blocks(Stereo(), 1));
+  const Bytes adts = Stream(Blocks(StereoPair(), 1));
   for (const Bytes& head : {AlsHead(1, false), AlsHead(1, true), AlsHead(1, false, false)}) {
     TestDecoder decoder;
     EXPECT_EQ(-899, decoder.Decode(head + adts));
@@ -254,7 +254,7 @@ TEST(AacDecoder, ReadsHeadersOfLosslessStreamsButNotTheirFrames) {
 }
 
 TEST(AacDecoder, SkipsGarbageBeforeAHeader) {
-  const Bytes frame = Stream(Blocks(Stereo(), 1));
+  const Bytes frame = Stream(Blocks(StereoPair(), 1));
   TestDecoder decoder;
   EXPECT_EQ(0, decoder.Decode(Bytes(100, 0x55) + frame));
   EXPECT_EQ(0u, decoder.Left());
@@ -269,13 +269,13 @@ TEST(AacDecoder, SkipsGarbageBeforeAHeader) {
 }
 
 TEST(AacDecoder, WaitsForTheCompleteFrame) {
-  const auto blocks = Blocks(Stereo(), 3);
+  const auto blocks = Blocks(StereoPair(), 3);
   const Bytes stream = Stream(blocks);
   EXPECT_EQ(DecodeBlocks(blocks), TestDecoder().DecodeByteByByte(stream));
 }
 
 TEST(AacDecoder, DropsBytesAfterAFrameUnlessTheyMayBeginTheNext) {
-  const auto frames = SplitAdts(Stream(Blocks(Stereo(), 2)));
+  const auto frames = SplitAdts(Stream(Blocks(StereoPair(), 2)));
   TestDecoder decoder;
   EXPECT_EQ(0, decoder.Decode(frames[0] + Bytes(5, 0)));
   EXPECT_EQ(0u, decoder.Left());
@@ -331,7 +331,7 @@ TEST(AacDecoder, DecodesSamplesAfterTheReadersHeader) {
 }
 
 TEST(AacDecoder, RejectsFramesThatAreTooLongForTheirChannels) {
-  const auto blocks = Blocks(Stereo(), 2);
+  const auto blocks = Blocks(StereoPair(), 2);
   Bytes frame = WrapAdts({blocks[0]}, {});
   const auto announce = [](Bytes bytes, std::size_t length) {
     bytes[3] = static_cast<std::uint8_t>((bytes[3] & 0xFC) | length >> 11);
@@ -386,7 +386,7 @@ TEST(AacDecoder, VerifiesTheCrc) {
 }
 
 TEST(AacDecoder, DecodesFramesOfSeveralBlocks) {
-  GeneratorOptions options = Stereo();
+  GeneratorOptions options = StereoPair();
   const auto blocks = Blocks(options, 12);
   const Samples expected = DecodeBlocks(blocks);
   for (const bool protect : {false, true}) {
@@ -412,7 +412,7 @@ TEST(AacDecoder, DecodesFramesOfSeveralBlocks) {
 }
 
 TEST(AacDecoder, DecodesAdif) {
-  const auto blocks = Blocks(Stereo(), 10);
+  const auto blocks = Blocks(StereoPair(), 10);
   BitWriter header;
   header.Write(0x41444946, 32);
   header.Write(0, 4);  // no copyright, constant rate
@@ -448,7 +448,7 @@ TEST(AacDecoder, DecodesAdif) {
 }
 
 TEST(AacDecoder, LeavesTheInputOfAConfiguredStreamAlone) {
-  const auto blocks = Blocks(Stereo(), 10);
+  const auto blocks = Blocks(StereoPair(), 10);
   TestDecoder decoder(MakeConfig(3, 1024, 2));
   Samples samples;
   for (const auto& block : blocks) {
@@ -461,7 +461,7 @@ TEST(AacDecoder, LeavesTheInputOfAConfiguredStreamAlone) {
 }
 
 TEST(AacDecoder, ResetsTheSignal) {
-  const auto blocks = Blocks(Stereo(), 4);
+  const auto blocks = Blocks(StereoPair(), 4);
   const auto frames = SplitAdts(Stream(blocks));
   TestDecoder fresh, used;
   ASSERT_EQ(0, fresh.Decode(frames[3]));
@@ -473,7 +473,7 @@ TEST(AacDecoder, ResetsTheSignal) {
 }
 
 TEST(AacDecoder, DecodesTheSameSamplesFromAnyStart) {
-  GeneratorOptions options = Stereo();
+  GeneratorOptions options = StereoPair();
   options.noise = options.intensity = true;
   const auto frames = SplitAdts(Stream(Blocks(options, 30)));
   TestDecoder linear;
@@ -491,7 +491,7 @@ TEST(AacDecoder, DecodesTheSameSamplesFromAnyStart) {
 }
 
 TEST(AacDecoder, WorksWhileItsMemoryMoves) {
-  GeneratorOptions options = Stereo();
+  GeneratorOptions options = StereoPair();
   options.pulse = true;
   const auto blocks = Blocks(options, 10);
   Bytes stream = Stream(blocks);

@@ -519,6 +519,13 @@ void AacGenerator::WriteSbr(std::size_t element) {
   m_bits.WriteBytes(payload);
 }
 
+std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& options, int count) {
+  AacGenerator generator(seed, options);
+  std::vector<GeneratedBlock> blocks;
+  for (int i = 0; i < count; ++i) blocks.push_back(generator.NextBlock());
+  return blocks;
+}
+
 std::vector<std::uint8_t> WrapAdts(const std::vector<GeneratedBlock>& blocks, const AdtsOptions& options) {
   const std::size_t count = blocks.size();
   std::size_t length = 7 + (options.protect ? 2 * count : 0);

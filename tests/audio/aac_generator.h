@@ -96,6 +96,9 @@ class AacGenerator {
   std::vector<SbrGenerator> m_sbr;  // of every element
 };
 
+// The first blocks of a generated stream.
+std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& options, int count = 30);
+
 // ADTS around blocks that make up one frame, 1 to 4 blocks.
 struct AdtsOptions {
   int profile = 1;

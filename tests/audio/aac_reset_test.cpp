@@ -13,8 +13,8 @@ std::vector<Bytes> Frames(const char* name) {
   return SplitAdts(readFile(std::filesystem::path(VL_TEST_DATA) / name));
 }
 
-std::vector<Bytes> Generate(unsigned seed, const GeneratorOptions& options, int count,
-                            int channelConfiguration) {
+std::vector<Bytes> GenerateFrames(unsigned seed, const GeneratorOptions& options, int count,
+                                  int channelConfiguration) {
   AacGenerator generator(seed, options);
   std::vector<Bytes> frames;
   for (int i = 0; i < count; ++i) {
@@ -50,13 +50,13 @@ void ExpectAlikeAfterReset(const std::vector<Bytes>& before, const std::vector<B
 }
 
 TEST(AacReset, ForgetsSpectralBandReplication) {
-  ExpectAlikeAfterReset(Frames("he_v1_stereo_48k.aac"), Generate(1, Core(E::kCpe), 5, 2));
+  ExpectAlikeAfterReset(Frames("he_v1_stereo_48k.aac"), GenerateFrames(1, Core(E::kCpe), 5, 2));
 }
 
 TEST(AacReset, ForgetsParametricStereo) {
   GeneratorOptions mono = Core(E::kSce);
   mono.sbr.emplace();
-  ExpectAlikeAfterReset(Frames("he_v2_48k.aac"), Generate(2, mono, 5, 1));
+  ExpectAlikeAfterReset(Frames("he_v2_48k.aac"), GenerateFrames(2, mono, 5, 1));
 }
 
 TEST(AacReset, ForgetsTheProgramOfABlock) {
@@ -64,18 +64,18 @@ TEST(AacReset, ForgetsTheProgramOfABlock) {
   listed.elements = {{E::kSce, 0}, {E::kSce, 1}};
   other.elements = {{E::kSce, 1}, {E::kSce, 0}};
   listed.writeProgram = true;
-  ExpectAlikeAfterReset(Generate(4, listed, 3, 0), Generate(5, other, 3, 0));
+  ExpectAlikeAfterReset(GenerateFrames(4, listed, 3, 0), GenerateFrames(5, other, 3, 0));
 }
 
 TEST(AacReset, ForgetsTheNumberOfChannels) {
   GeneratorOptions surround = Core(E::kSce);
   surround.elements = {{E::kSce, 0}, {E::kCpe, 0}, {E::kCpe, 1}, {E::kLfe, 0}};
-  ExpectAlikeAfterReset(Generate(6, surround, 3, 6), Generate(7, Core(E::kSce), 3, 1));
-  ExpectAlikeAfterReset(Generate(7, Core(E::kSce), 3, 1), Generate(6, surround, 3, 6));
+  ExpectAlikeAfterReset(GenerateFrames(6, surround, 3, 6), GenerateFrames(7, Core(E::kSce), 3, 1));
+  ExpectAlikeAfterReset(GenerateFrames(7, Core(E::kSce), 3, 1), GenerateFrames(6, surround, 3, 6));
 }
 
 TEST(AacReset, LeavesTheDecoderUnconverged) {
-  const auto frames = Generate(8, Core(E::kCpe), 2, 2);
+  const auto frames = GenerateFrames(8, Core(E::kCpe), 2, 2);
   TestDecoder decoder;
   EXPECT_FALSE(decoder.Decoder().Converged());
   ASSERT_EQ(0, decoder.Decode(frames[0]));
@@ -87,14 +87,14 @@ TEST(AacReset, LeavesTheDecoderUnconverged) {
 }
 
 TEST(AacReset, KeepsThePatternOfHeaders) {
-  const auto frames = Generate(9, Core(E::kCpe), 3, 2);
+  const auto frames = GenerateFrames(9, Core(E::kCpe), 3, 2);
   GeneratorOptions otherRate = Core(E::kCpe);
   otherRate.samplingIndex = 3;
   TestDecoder decoder;
   ASSERT_EQ(0, decoder.Decode(frames[0]));
   ASSERT_EQ(0, decoder.Decode(frames[1]));
   ASSERT_EQ(0, decoder.Decoder().Reset());
-  EXPECT_EQ(-996, decoder.Decode(Generate(10, otherRate, 1, 2)[0]));
+  EXPECT_EQ(-996, decoder.Decode(GenerateFrames(10, otherRate, 1, 2)[0]));
   EXPECT_EQ(0, decoder.Decode(frames[2]));
 }
 

@@ -29,9 +29,9 @@ Bytes firstFrames(const Bytes& frames, int kbits, int count) {
 }
 
 // The wrapper as the reader uses it: set to the described channels after opening.
-class Wrapper : public VL_Audio_Decode {
+class Ac3Wrapper : public VL_Audio_Decode {
  public:
-  explicit Wrapper(std::uint32_t codec = VL_FCC_AC3, std::uint16_t channels = 2) {
+  explicit Ac3Wrapper(std::uint32_t codec = VL_FCC_AC3, std::uint16_t channels = 2) {
     format.codec = codec;
     format.wave = {.formatTag = 1,
                    .channels = channels,
@@ -47,7 +47,7 @@ class Wrapper : public VL_Audio_Decode {
     SetChannels(format.wave.channels);
     SetFrameSize(2u * format.wave.channels);
   }
-  ~Wrapper() override { ReleaseBuffer(); }
+  ~Ac3Wrapper() override { ReleaseBuffer(); }
 
   std::int32_t feed(Bytes input) {
     return DecodeFrameAudioBuffered(input.data(), static_cast<std::uint32_t>(input.size()), &produced, 0, 0,
@@ -61,7 +61,7 @@ class Wrapper : public VL_Audio_Decode {
 TEST(Ac3Wrapper, OpensForBothCodesWithTwoChannels) {
   for (const std::uint32_t codec : {VL_FCC_AC3, VL_FCC_EAC3}) {
     for (const std::uint16_t channels : {std::uint16_t{1}, std::uint16_t{6}}) {
-      const Wrapper wrapper(codec, channels);
+      const Ac3Wrapper wrapper(codec, channels);
       EXPECT_TRUE(wrapper.IsOpen());
       EXPECT_EQ(wrapper.format.wave.channels, 2);
     }
@@ -70,7 +70,7 @@ TEST(Ac3Wrapper, OpensForBothCodesWithTwoChannels) {
 
 TEST(Ac3Wrapper, DecodesAnyNumberOfChannelsToPairs) {
   for (const int channels : {1, 2, 6}) {
-    Wrapper wrapper(VL_FCC_AC3, static_cast<std::uint16_t>(channels));
+    Ac3Wrapper wrapper(VL_FCC_AC3, static_cast<std::uint16_t>(channels));
     EXPECT_EQ(wrapper.feed(firstFrames(framesOf(448, channels), 448, 3)), 0);
     EXPECT_EQ(wrapper.produced, 3 * kPcmBytes);
     EXPECT_EQ(wrapper.BufferedFrames(), 3u * 1536);
@@ -79,7 +79,7 @@ TEST(Ac3Wrapper, DecodesAnyNumberOfChannelsToPairs) {
 
 TEST(Ac3Wrapper, StopsWhenLessThan1536BytesAreLeft) {
   const Bytes frames = framesOf(96);  // of 384 bytes
-  Wrapper wrapper;
+  Ac3Wrapper wrapper;
   EXPECT_EQ(wrapper.feed(firstFrames(frames, 96, 4)), 0);
   EXPECT_EQ(wrapper.produced, kPcmBytes) << "1152 bytes remain after the first";
   EXPECT_EQ(wrapper.feed(firstFrames(frames, 96, 5)), 0);
@@ -90,7 +90,7 @@ TEST(Ac3Wrapper, ADamagedFrameFailsAndTheNextDecodes) {
   const Bytes frames = framesOf(448);
   Bytes damaged = firstFrames(frames, 448, 1);
   for (std::size_t i = 100; i < 120; ++i) damaged[i] ^= 0x55;
-  Wrapper wrapper;
+  Ac3Wrapper wrapper;
   EXPECT_EQ(wrapper.feed(damaged), -1);
   EXPECT_EQ(wrapper.produced, 0u);
   EXPECT_EQ(wrapper.BufferedFrames(), 0u);
@@ -101,14 +101,14 @@ TEST(Ac3Wrapper, ADamagedFrameFailsAndTheNextDecodes) {
 TEST(Ac3Wrapper, ResetClearsTheSignal) {
   const Bytes frames = framesOf(448);
   const Bytes third(frames.begin() + 2 * 1792, frames.begin() + 3 * 1792);
-  const auto pulled = [](Wrapper& wrapper) {
+  const auto pulled = [](Ac3Wrapper& wrapper) {
     Bytes pcm(kPcmBytes);
     std::uint32_t offset = 0;
     wrapper.PullAudio(wrapper.BufferStart(), 1536, pcm.data(), &offset);
     EXPECT_EQ(offset, kPcmBytes);
     return pcm;
   };
-  Wrapper fresh, used;
+  Ac3Wrapper fresh, used;
   fresh.feed(third);
   used.feed(firstFrames(frames, 448, 2));
   EXPECT_EQ(used.Reset(), 0u);

@@ -43,9 +43,9 @@ Samples Linear(const std::vector<Bytes>& frames) {
 }
 
 // The wrapper, whose buffer is released at the end.
-class Wrapper : public VL_Audio_Decode {
+class AacWrapper : public VL_Audio_Decode {
  public:
-  ~Wrapper() override { ReleaseBuffer(); }
+  ~AacWrapper() override { ReleaseBuffer(); }
 
   std::int32_t Feed(Bytes frame) {
     return DecodeFrameAudioBuffered(frame.data(), static_cast<std::uint32_t>(frame.size()), &lastBytes, 0, 0,
@@ -67,7 +67,7 @@ Samples Part(const Samples& all, std::size_t firstFrame, std::size_t frames) {
 }
 
 TEST(AudioDecode, HasItsDefaults) {
-  const Wrapper wrapper;
+  const AacWrapper wrapper;
   EXPECT_EQ(0u, wrapper.CodecCode());
   EXPECT_EQ(16u, wrapper.BitsPerSample());
   EXPECT_EQ(0u, wrapper.BytesPerSecond());
@@ -81,7 +81,7 @@ TEST(AudioDecode, HasItsDefaults) {
 }
 
 TEST(AudioDecode, TakesTheDescription) {
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a, 6, 16);
   EXPECT_EQ(0u, wrapper.Init(&format));
   EXPECT_TRUE(wrapper.IsOpen());
@@ -96,7 +96,7 @@ TEST(AudioDecode, TakesTheDescription) {
 }
 
 TEST(AudioDecode, Handles24BitStereoInFramesOfEightBytes) {
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a, 2, 24);
   ASSERT_EQ(6u, format.wave.blockAlign);
   wrapper.Init(&format);
@@ -106,7 +106,7 @@ TEST(AudioDecode, Handles24BitStereoInFramesOfEightBytes) {
 
 TEST(AudioDecode, StaysClosedWithoutADecoder) {
   for (const std::uint32_t codec : {VL_FCC_AES3, VL_FCC_MP1, VL_FCC_MP2, VL_FCC_MP3}) {
-    Wrapper wrapper;
+    AacWrapper wrapper;
     QVRAUDIO format = Format(codec);
     EXPECT_EQ(0u, wrapper.Init(&format));
     EXPECT_FALSE(wrapper.IsOpen());
@@ -119,7 +119,7 @@ TEST(AudioDecode, StaysClosedWithoutADecoder) {
 }
 
 TEST(AudioDecode, AllocatesAFixedFirstBufferAndThenWhatIsNeeded) {
-  Wrapper wrapper;  // frames of four bytes
+  AacWrapper wrapper;  // frames of four bytes
   EXPECT_EQ(0u, wrapper.CheckBuffer(1000000));
   EXPECT_EQ(200000u, wrapper.BufferCapacity());
   EXPECT_EQ(0u, wrapper.CheckBuffer(6250));
@@ -131,7 +131,7 @@ TEST(AudioDecode, AllocatesAFixedFirstBufferAndThenWhatIsNeeded) {
 }
 
 TEST(AudioDecode, ReportsABufferThatCannotBeAllocated) {
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   ASSERT_EQ(0, wrapper.Feed(StereoFrames(1)[0]));
@@ -148,7 +148,7 @@ TEST(AudioDecode, ReportsABufferThatCannotBeAllocated) {
 
 TEST(AudioDecode, DecodesTheInputOfOneCall) {
   const auto frames = StereoFrames(2);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   Bytes input = frames[0] + frames[1];
@@ -169,7 +169,7 @@ TEST(AudioDecode, DecodesTheInputOfOneCall) {
 TEST(AudioDecode, BuffersACompleteInput) {
   const auto frames = StereoFrames(5);
   const Samples all = Linear(frames);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   EXPECT_EQ(0, wrapper.Feed(frames[0] + frames[1]));
@@ -188,7 +188,7 @@ TEST(AudioDecode, BuffersACompleteInput) {
 
 TEST(AudioDecode, KeepsSamplesDecodedBeforeAFailure) {
   const auto frames = StereoFrames(2);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   EXPECT_EQ(-1, wrapper.Feed(frames[0] + Bytes(frames[1].begin(), frames[1].begin() + 40)));
@@ -203,7 +203,7 @@ TEST(AudioDecode, KeepsSamplesDecodedBeforeAFailure) {
 TEST(AudioDecode, PullsFromInsideTheBufferAndKeepsTheTail) {
   const auto frames = StereoFrames(2);
   const Samples all = Linear(frames);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   wrapper.Feed(frames[0] + frames[1]);
@@ -220,7 +220,7 @@ TEST(AudioDecode, PullsFromInsideTheBufferAndKeepsTheTail) {
 TEST(AudioDecode, APullBeyondTheBufferTakesAsManyFramesAsItHolds) {
   const auto frames = StereoFrames(2);
   const Samples all = Linear(frames);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   wrapper.Feed(frames[0] + frames[1]);
@@ -229,7 +229,7 @@ TEST(AudioDecode, APullBeyondTheBufferTakesAsManyFramesAsItHolds) {
   EXPECT_EQ(0u, wrapper.BufferedFrames());
 
   // From the middle it counts from there: the end of the copy is left over from before.
-  Wrapper other;
+  AacWrapper other;
   other.Init(&format);
   other.Feed(frames[0] + frames[1]);
   const Samples pulled = other.Pull(2000, 100);
@@ -242,7 +242,7 @@ TEST(AudioDecode, APullBeyondTheBufferTakesAsManyFramesAsItHolds) {
 TEST(AudioDecode, APullOutsideTheBufferEmptiesIt) {
   const auto frames = StereoFrames(1);
   for (const std::uint64_t position : {std::uint64_t{99}, std::uint64_t{100 + 1024}, std::uint64_t{5000}}) {
-    Wrapper wrapper;
+    AacWrapper wrapper;
     QVRAUDIO format = Format(kMp4a);
     wrapper.Init(&format);
     wrapper.Feed(frames[0]);
@@ -258,7 +258,7 @@ TEST(AudioDecode, NeverCopiesFromAfterItsBuffer) {
   // The frame size is set to 80 bytes but counted as one: a pull takes more than the frames it counts.
   constexpr std::uint32_t kHeld = 4096, kCapacity = 200000, kTold = 80;
   for (const std::uint32_t frames : {kHeld / 2, kHeld}) {  // to the end of the buffered samples, and beyond
-    Wrapper wrapper;
+    AacWrapper wrapper;
     QVRAUDIO format = Format(kMp4a, 2, 16);
     wrapper.Init(&format);
     wrapper.SetFrameSize(1);
@@ -274,7 +274,7 @@ TEST(AudioDecode, NeverCopiesFromAfterItsBuffer) {
 }
 
 TEST(AudioDecode, ForgetsFramesOfAnotherSize) {
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   wrapper.SetFrameSize(4);
@@ -289,7 +289,7 @@ TEST(AudioDecode, ForgetsFramesOfAnotherSize) {
 TEST(AudioDecode, RemovesFramesFromTheHead) {
   const auto frames = StereoFrames(1);
   const Samples all = Linear(frames);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   EXPECT_EQ(0xE8023027u, wrapper.RemoveSamples(1));
@@ -307,7 +307,7 @@ TEST(AudioDecode, RemovesFramesFromTheHead) {
 
 TEST(AudioDecode, ResetDropsPcmAndSignal) {
   const auto frames = StereoFrames(3);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   for (const auto& frame : frames) wrapper.Feed(frame);
@@ -318,14 +318,14 @@ TEST(AudioDecode, ResetDropsPcmAndSignal) {
   EXPECT_EQ(0u, wrapper.BufferedBytes());
   EXPECT_EQ(0, wrapper.Feed(frames[2]));
   EXPECT_EQ(Linear({frames[2]}), wrapper.Pull(0, 1024));
-  EXPECT_EQ(0u, Wrapper().Reset());
+  EXPECT_EQ(0u, AacWrapper().Reset());
 }
 
 TEST(AudioDecode, DeliversTheChannelsOfTheDescription) {
   GeneratorOptions options;
   options.elements = {{E::kSce, 0}};
   const Bytes mono = WrapAdts({AacGenerator(1, options).NextBlock()}, {.channelConfiguration = 1});
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   wrapper.Init(&format);
   EXPECT_EQ(0, wrapper.Feed(mono));
@@ -339,7 +339,7 @@ TEST(AudioDecode, DeliversTheChannelsOfTheDescription) {
 
 TEST(AudioDecode, DecodesToAnyOffsetInItsBuffer) {
   const auto frames = StereoFrames(2);
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a, 1, 8);
   wrapper.Init(&format);
   wrapper.Feed(frames[0]);
@@ -366,7 +366,7 @@ TEST(AudioDecode, OpensATruncatedConfigurationByItsObjectType) {
       {{0x2B, 0x11}, true},   // 5, whose core's is missing
   };
   for (const auto& [configuration, open] : cases) {
-    Wrapper decoder;
+    AacWrapper decoder;
     QVRAUDIO format = Format(kMp4a);
     decoder.Init(&format);
     LogCapture log;
@@ -377,7 +377,7 @@ TEST(AudioDecode, OpensATruncatedConfigurationByItsObjectType) {
 }
 
 TEST(AudioDecode, FramesOfSizeZeroFail) {
-  Wrapper wrapper;
+  AacWrapper wrapper;
   QVRAUDIO format = Format(kMp4a);
   format.wave.blockAlign = 0;
   wrapper.Init(&format);

@@ -118,12 +118,12 @@ void ExpectToRecover(const std::vector<Bytes>& frames, int objectType, int atMos
   }
 }
 
-struct Stream {
+struct OverloadedStream {
   const char* name;
   int frames;  // until the rest of one before is inaudible
 };
 
-class OverloadedSample : public testing::TestWithParam<Stream> {};
+class OverloadedSample : public testing::TestWithParam<OverloadedStream> {};
 
 TEST_P(OverloadedSample, Recovers) {
   const auto path = std::filesystem::path(VL_TEST_DATA) / GetParam().name;
@@ -131,8 +131,10 @@ TEST_P(OverloadedSample, Recovers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, OverloadedSample,
-                         testing::Values(Stream{"lc_mono_16k.aac", 1}, Stream{"he_v1_mono_48k.aac", 3},
-                                         Stream{"he_v1_stereo_48k.aac", 3}, Stream{"he_v2_48k.aac", 8}));
+                         testing::Values(OverloadedStream{"lc_mono_16k.aac", 1},
+                                         OverloadedStream{"he_v1_mono_48k.aac", 3},
+                                         OverloadedStream{"he_v1_stereo_48k.aac", 3},
+                                         OverloadedStream{"he_v2_48k.aac", 8}));
 
 class OverloadedPrediction : public testing::TestWithParam<int> {};
 

@@ -183,13 +183,6 @@ Samples DecodeBlocks(TestDecoder& decoder, const std::vector<GeneratedBlock>& bl
   return all;
 }
 
-std::vector<GeneratedBlock> Blocks(unsigned seed, const GeneratorOptions& options, int count) {
-  AacGenerator generator(seed, options);
-  std::vector<GeneratedBlock> blocks;
-  for (int i = 0; i < count; ++i) blocks.push_back(generator.NextBlock());
-  return blocks;
-}
-
 // Through the filter banks alone the core is delayed by theirs and the high band's delay.
 void ExpectLateCore(const Samples& ours, const Samples& core, std::size_t delay) {
   double sum = 0;

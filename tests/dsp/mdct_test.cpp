@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <numbers>
 #include <random>
 #include <vector>
 
@@ -9,8 +10,6 @@
 #include "tests/dsp/kernel_sets.h"
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 template <class Transform, auto kGetSize, auto kInit>
 struct Prepared {
@@ -35,8 +34,8 @@ std::vector<double> Definition(const std::vector<float>& coefficients) {
   for (std::size_t i = 0; i < length; ++i) {
     double sum = 0;
     for (std::size_t k = 0; k < coefficients.size(); ++k) {
-      sum += coefficients[k] *
-             std::cos(2 * kPi / n * (static_cast<double>(i) + n0) * (static_cast<double>(k) + 0.5));
+      sum += coefficients[k] * std::cos(2 * std::numbers::pi / n * (static_cast<double>(i) + n0) *
+                                        (static_cast<double>(k) + 0.5));
     }
     samples[i] = 2 / n * sum;
   }
@@ -50,15 +49,15 @@ std::vector<double> ForwardDefinition(const std::vector<float>& samples) {
   for (std::size_t k = 0; k < coefficients.size(); ++k) {
     double sum = 0;
     for (std::size_t i = 0; i < samples.size(); ++i) {
-      sum +=
-          samples[i] * std::cos(2 * kPi / n * (static_cast<double>(i) + n0) * (static_cast<double>(k) + 0.5));
+      sum += samples[i] * std::cos(2 * std::numbers::pi / n * (static_cast<double>(i) + n0) *
+                                   (static_cast<double>(k) + 0.5));
     }
     coefficients[k] = 2 * sum;
   }
   return coefficients;
 }
 
-std::vector<float> Noise(std::size_t count, unsigned seed) {
+std::vector<float> LoudNoise(std::size_t count, unsigned seed) {
   std::mt19937 random(seed);
   std::uniform_real_distribution<float> uniform(-32768, 32767);
   std::vector<float> values(count);
@@ -67,7 +66,7 @@ std::vector<float> Noise(std::size_t count, unsigned seed) {
 }
 
 // Within some millionths of the expected values' magnitude.
-void ExpectNear(const std::vector<double>& expected, const std::vector<float>& values) {
+void ExpectNearOnAverage(const std::vector<double>& expected, const std::vector<float>& values) {
   ASSERT_EQ(expected.size(), values.size());
   double power = 0, worst = 0;
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -82,26 +81,26 @@ class MdctLength : public testing::TestWithParam<Ipp32s> {};
 TEST_P(MdctLength, EqualsItsDefiningSumWithEveryInstructionSet) {
   const Ipp32s length = GetParam();
   Plan plan(length);
-  const auto coefficients = Noise(static_cast<std::size_t>(length) / 2, 7);
+  const auto coefficients = LoudNoise(static_cast<std::size_t>(length) / 2, 7);
   const auto expected = Definition(coefficients);
   for (const auto& set : AllKernelSets()) {
     SCOPED_TRACE(set.name);
     std::vector<float> samples(static_cast<std::size_t>(length), 1e9f);
     set.kernels->mdctInverse(*plan.plan, coefficients.data(), samples.data(), plan.work.data());
-    ExpectNear(expected, samples);
+    ExpectNearOnAverage(expected, samples);
   }
 }
 
 TEST_P(MdctLength, ForwardEqualsItsDefiningSumWithEveryInstructionSet) {
   const Ipp32s length = GetParam();
   ForwardPlan plan(length);
-  const auto samples = Noise(static_cast<std::size_t>(length), 8);
+  const auto samples = LoudNoise(static_cast<std::size_t>(length), 8);
   const auto expected = ForwardDefinition(samples);
   for (const auto& set : AllKernelSets()) {
     SCOPED_TRACE(set.name);
     std::vector<float> coefficients(static_cast<std::size_t>(length) / 2, 1e9f);
     set.kernels->mdctForward(*plan.plan, samples.data(), coefficients.data(), plan.work.data());
-    ExpectNear(expected, coefficients);
+    ExpectNearOnAverage(expected, coefficients);
   }
 }
 
@@ -121,7 +120,7 @@ TEST(Mdct, ForwardAndInverseGiveTheSignalAndItsAlias) {
   constexpr std::size_t kLength = 256, kHalf = kLength / 2;
   ForwardPlan forward(kLength);
   Plan inverse(kLength);
-  const auto signal = Noise(kLength, 5);
+  const auto signal = LoudNoise(kLength, 5);
   std::vector<float> coefficients(kHalf), samples(kLength);
   ASSERT_EQ(ippStsNoErr, ippsMDCTFwd_32f(signal.data(), coefficients.data(), forward.plan,
                                          reinterpret_cast<Ipp8u*>(forward.work.data())));
@@ -135,7 +134,7 @@ TEST(Mdct, ForwardAndInverseGiveTheSignalAndItsAlias) {
 
 TEST(Mdct, KeepsWorkingWhenThePlanIsMoved) {
   Plan plan(256);
-  const auto coefficients = Noise(128, 3);
+  const auto coefficients = LoudNoise(128, 3);
   std::vector<float> before(256), after(256);
   auto* work = reinterpret_cast<Ipp8u*>(plan.work.data());
   ippsMDCTInv_32f(coefficients.data(), before.data(), plan.plan, work);

@@ -17,8 +17,6 @@ namespace {
 using Complex = std::complex<double>;
 using Row = Ipp32fc[kIppsSbrBands];
 
-constexpr double kPi = std::numbers::pi;
-
 struct Bank {
   using Init = IppStatus (*)(IppsFilterSpec_SBR_32f**, Ipp8u*);
   explicit Bank(Init init) : memory(ippsFilterGetSize_SBR_32f()), work(ippsFilterGetWorkSize_SBR_32f()) {
@@ -29,7 +27,7 @@ struct Bank {
   IppsFilterSpec_SBR_32f* prepared = nullptr;
 };
 
-std::vector<float> Noise(std::size_t count) {
+std::vector<float> UnitNoise(std::size_t count) {
   std::mt19937 random(3);
   std::uniform_real_distribution<float> uniform(-1, 1);
   std::vector<float> values(count);
@@ -38,7 +36,7 @@ std::vector<float> Noise(std::size_t count) {
 }
 
 std::vector<Ipp32fc> NoiseRows(std::size_t rows) {
-  const auto values = Noise(2 * rows * kIppsSbrBands);
+  const auto values = UnitNoise(2 * rows * kIppsSbrBands);
   std::vector<Ipp32fc> samples;
   for (std::size_t i = 0; i < values.size(); i += 2) samples.push_back({values[i], values[i + 1]});
   return samples;
@@ -60,7 +58,8 @@ std::vector<Complex> AnalysisDefinition(const std::vector<float>& samples) {
     for (int k = 0; k < 32; ++k) {
       Complex sum;
       for (int n = 0; n < 64; ++n) {
-        sum += u[static_cast<std::size_t>(n)] * std::polar(1.0, kPi / 64 * (k + 0.5) * (2 * n - 0.5));
+        sum += u[static_cast<std::size_t>(n)] *
+               std::polar(1.0, std::numbers::pi / 64 * (k + 0.5) * (2 * n - 0.5));
       }
       result.push_back(2.0 * sum);
     }
@@ -77,8 +76,8 @@ std::vector<double> SynthesisDefinition(const std::vector<Ipp32fc>& samples, std
     for (std::size_t n = 0; n < 2 * bands; ++n) {
       Complex sum;
       for (std::size_t k = 0; k < bands; ++k) {
-        const double angle = kPi / (2 * static_cast<double>(bands)) * (static_cast<double>(k) + 0.5) *
-                             (2 * static_cast<double>(n) - offset);
+        const double angle = std::numbers::pi / (2 * static_cast<double>(bands)) *
+                             (static_cast<double>(k) + 0.5) * (2 * static_cast<double>(n) - offset);
         sum += At(samples[slot * kIppsSbrBands + k]) / 64.0 * std::polar(1.0, angle);
       }
       v[n] = sum.real();
@@ -99,7 +98,7 @@ TEST(SbrFilterBank, AnalysisEqualsItsDefinitionWithEveryInstructionSet) {
   for (const KernelSet& set : AllKernelSets()) {
     for (const std::size_t slots : {32u, 30u, 1u, 5u}) {
       SCOPED_TRACE(set.name + " " + std::to_string(slots));
-      const auto samples = Noise(32 * slots * 3);
+      const auto samples = UnitNoise(32 * slots * 3);
       const auto expected = AnalysisDefinition(samples);
       Bank bank(ippsAnalysisFilterInit_SBR_RToC_32f32fc);
       IppsAnalysisState_SBR_32f state{};
@@ -146,7 +145,7 @@ TEST(SbrFilterBank, SynthesisEqualsItsDefinitionWithEveryInstructionSet) {
 
 TEST(SbrFilterBank, ReconstructsTheSignalDelayed) {
   constexpr std::size_t kSlots = 32, kDelay = 289;
-  const auto samples = Noise(32 * kSlots * 4);
+  const auto samples = UnitNoise(32 * kSlots * 4);
   Bank analysis(ippsAnalysisFilterInit_SBR_RToC_32f32fc);
   Bank down(ippsSynthesisDownFilterInit_SBR_CToR_32fc32f);
   IppsAnalysisState_SBR_32f analysisState{};
@@ -176,7 +175,8 @@ std::vector<double> RealAnalysisDefinition(const std::vector<float>& samples) {
     for (int k = 0; k < 32; ++k) {
       double sum = 0;
       for (int n = 0; n < 64; ++n)
-        sum += u[static_cast<std::size_t>(n)] * 2 * std::cos(kPi / 64 * (k + 0.5) * (2 * n - 96));
+        sum +=
+            u[static_cast<std::size_t>(n)] * 2 * std::cos(std::numbers::pi / 64 * (k + 0.5) * (2 * n - 96));
       result.push_back(sum);
     }
   }
@@ -191,8 +191,8 @@ std::vector<double> RealSynthesisDefinition(const std::vector<float>& samples, s
     for (std::size_t n = 0; n < 2 * bands; ++n) {
       v[n] = 0;
       for (std::size_t k = 0; k < bands; ++k) {
-        const double angle =
-            kPi / (2 * size) * (static_cast<double>(k) + 0.5) * (2 * static_cast<double>(n) - size);
+        const double angle = std::numbers::pi / (2 * size) * (static_cast<double>(k) + 0.5) *
+                             (2 * static_cast<double>(n) - size);
         v[n] += samples[slot * kIppsSbrBands + k] / 32.0 * std::cos(angle);
       }
     }
@@ -212,7 +212,7 @@ using RealRow = Ipp32f[kIppsSbrBands];
 
 TEST(RealSbrFilterBank, AnalysisEqualsItsDefinition) {
   for (const std::size_t slots : {32u, 30u, 1u, 5u}) {
-    const auto samples = Noise(32 * slots * 3);
+    const auto samples = UnitNoise(32 * slots * 3);
     const auto expected = RealAnalysisDefinition(samples);
     Bank bank(ippsAnalysisFilterInit_SBR_RToR_32f);
     IppsAnalysisState_SBR_32f state{};
@@ -234,7 +234,7 @@ TEST(RealSbrFilterBank, SynthesisEqualsItsDefinition) {
     const auto filter =
         bands == 64 ? ippsSynthesisFilter_SBR_RToR_32f_D2L : ippsSynthesisDownFilter_SBR_RToR_32f_D2L;
     for (const std::size_t slots : {32u, 30u, 1u, 5u}) {
-      const auto samples = Noise(slots * 3 * kIppsSbrBands);
+      const auto samples = UnitNoise(slots * 3 * kIppsSbrBands);
       const auto expected = RealSynthesisDefinition(samples, bands);
       Bank bank(bands == 64 ? ippsSynthesisFilterInit_SBR_RToR_32f
                             : ippsSynthesisDownFilterInit_SBR_RToR_32f);
@@ -255,7 +255,7 @@ TEST(RealSbrFilterBank, SynthesisEqualsItsDefinition) {
 
 TEST(RealSbrFilterBank, ReconstructsTheSignalDelayed) {
   constexpr std::size_t kSlots = 32, kDelay = 289;
-  const auto samples = Noise(32 * kSlots * 4);
+  const auto samples = UnitNoise(32 * kSlots * 4);
   Bank analysis(ippsAnalysisFilterInit_SBR_RToR_32f);
   Bank down(ippsSynthesisDownFilterInit_SBR_RToR_32f);
   IppsAnalysisState_SBR_32f analysisState{};
@@ -372,9 +372,9 @@ TEST(SbrPrediction, IsZeroForSilenceAndForGrowingSignals) {
 TEST(HighBand, FiltersMeasuresAndShapesWithEveryInstructionSet) {
   constexpr std::size_t kCount = 6, kSource = 3, kTarget = 30;
   const auto samples = NoiseRows(kCount + 2), noise = NoiseRows((kNoisePeriod + kNoiseRepeat) / 64 + 1);
-  const auto gains = Noise(64), noiseGains = Noise(64);
+  const auto gains = UnitNoise(64), noiseGains = UnitNoise(64);
   PatchFilter filter;
-  const auto coefficients = Noise(256);
+  const auto coefficients = UnitNoise(256);
   std::memcpy(&filter, coefficients.data(), sizeof filter);
   for (const KernelSet& set : AllKernelSets()) {
     for (std::size_t bands = 1; bands <= 26; ++bands) {

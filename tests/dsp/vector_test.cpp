@@ -11,7 +11,7 @@
 
 namespace {
 
-std::vector<float> Noise(std::size_t count, unsigned seed, float limit = 40000) {
+std::vector<float> RandomValues(std::size_t count, unsigned seed, float limit = 40000) {
   std::mt19937 random(seed);
   std::uniform_real_distribution<float> uniform(-limit, limit);
   std::vector<float> values(count);
@@ -20,7 +20,7 @@ std::vector<float> Noise(std::size_t count, unsigned seed, float limit = 40000) 
 }
 
 // Lengths around every vector width.
-const std::vector<std::size_t> kLengths = {0, 1, 3, 4, 7, 8, 15, 16, 17, 31, 33, 120, 128, 1023, 1024};
+const std::vector<std::size_t> kVectorLengths = {0, 1, 3, 4, 7, 8, 15, 16, 17, 31, 33, 120, 128, 1023, 1024};
 
 TEST(Pow43, RaisesMagnitudesToFourThirds) {
   std::vector<Ipp16s> source;
@@ -46,7 +46,7 @@ TEST(Limit, ClampsToTheLimitAndClearsNaN) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   const float given[7] = {-kInfinity, -2.5f, -2, 0.25f, 2, 3e38f, std::numeric_limits<float>::quiet_NaN()};
   const float limited[7] = {-2, -2, -2, 0.25f, 2, 2, 0};
-  for (const std::size_t length : kLengths) {
+  for (const std::size_t length : kVectorLengths) {
     std::vector<float> values(length + 1);
     for (std::size_t i = 0; i < length; ++i) values[i] = given[i % 7];
     ASSERT_EQ(ippStsNoErr, ippsLimit_32f_I(2, values.data(), length));
@@ -73,7 +73,7 @@ TEST(CalcSF, RaisesTwoToQuarterPowers) {
 TEST(Vector, ScalesBandsWithEveryInstructionSet) {
   const Ipp16u offsets[6] = {0, 4, 12, 12, 33, 40};
   const float factors[5] = {2, -3, 100, 0.5f, 0};
-  const auto source = Noise(44, 1);
+  const auto source = RandomValues(44, 1);
   for (const auto& set : AllKernelSets()) {
     auto values = source;
     set.kernels->scaleBands(values.data(), factors, offsets, 5);
@@ -86,8 +86,8 @@ TEST(Vector, ScalesBandsWithEveryInstructionSet) {
 
 TEST(Vector, MultipliesAndAddsWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
-    for (const std::size_t length : kLengths) {
-      const auto a = Noise(length + 1, 2), b = Noise(length + 1, 3);
+    for (const std::size_t length : kVectorLengths) {
+      const auto a = RandomValues(length + 1, 2), b = RandomValues(length + 1, 3);
       auto product = a, sums = b, left = a, right = b;
       set.kernels->mulC(product.data(), 0.3f, length);
       set.kernels->addProductC(a.data(), 0.3f, sums.data(), length);
@@ -108,9 +108,9 @@ TEST(Vector, MultipliesAndAddsWithEveryInstructionSet) {
 
 TEST(Vector, MultipliesVectorsWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
-    for (const std::size_t length : kLengths) {
-      const auto a = Noise(length + 1, 2), b = Noise(length + 1, 3);
-      auto product = Noise(length + 1, 4), sums = Noise(length + 1, 5);
+    for (const std::size_t length : kVectorLengths) {
+      const auto a = RandomValues(length + 1, 2), b = RandomValues(length + 1, 3);
+      auto product = RandomValues(length + 1, 4), sums = RandomValues(length + 1, 5);
       const auto before = sums;
       const float guard = product[length];
       set.kernels->mul(a.data(), b.data(), product.data(), length);
@@ -127,8 +127,8 @@ TEST(Vector, MultipliesVectorsWithEveryInstructionSet) {
 }
 
 TEST(Vector, ReversesTheOrderOfValues) {
-  for (const std::size_t length : kLengths) {
-    const auto source = Noise(length + 1, 2);
+  for (const std::size_t length : kVectorLengths) {
+    const auto source = RandomValues(length + 1, 2);
     std::vector<float> flipped(length + 1, 77);
     ASSERT_EQ(ippStsNoErr, ippsFlip_32f(source.data(), flipped.data(), length));
     for (std::size_t i = 0; i < length; ++i) EXPECT_EQ(source[length - 1 - i], flipped[i]);
@@ -138,9 +138,10 @@ TEST(Vector, ReversesTheOrderOfValues) {
 
 TEST(Vector, OverlapsAndAddsWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
-    for (const std::size_t length : kLengths) {
-      const auto tail = Noise(length, 4), head = Noise(length, 5), rise = Noise(length, 6, 1);
-      auto sums = Noise(length + 1, 7);
+    for (const std::size_t length : kVectorLengths) {
+      const auto tail = RandomValues(length, 4), head = RandomValues(length, 5),
+                 rise = RandomValues(length, 6, 1);
+      auto sums = RandomValues(length + 1, 7);
       const float guard = sums[length];
       set.kernels->overlapAdd(tail.data(), head.data(), rise.data(), sums.data(), length);
       for (std::size_t i = 0; i < length; ++i) {
@@ -156,8 +157,8 @@ TEST(Vector, OverlapsAndAddsWithEveryInstructionSet) {
 TEST(Deinterleave, DeinterleavesWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
     for (std::size_t channels = 1; channels <= 4; ++channels) {
-      for (const std::size_t length : kLengths) {
-        const auto source = Noise(length * channels, 8);
+      for (const std::size_t length : kVectorLengths) {
+        const auto source = RandomValues(length * channels, 8);
         std::vector<std::vector<float>> planes(channels, std::vector<float>(length + 1, 77));
         std::vector<float*> pointers;
         for (auto& plane : planes) pointers.push_back(plane.data());
@@ -174,10 +175,10 @@ TEST(Deinterleave, DeinterleavesWithEveryInstructionSet) {
 TEST(Join, RoundsSaturatesAndInterleavesWithEveryInstructionSet) {
   for (const auto& set : AllKernelSets()) {
     for (std::size_t channels = 1; channels <= 8; ++channels) {
-      for (const std::size_t length : kLengths) {
+      for (const std::size_t length : kVectorLengths) {
         std::vector<std::vector<float>> planes;
         std::vector<const float*> pointers;
-        for (std::size_t c = 0; c < channels; ++c) planes.push_back(Noise(length, 10 + unsigned(c)));
+        for (std::size_t c = 0; c < channels; ++c) planes.push_back(RandomValues(length, 10 + unsigned(c)));
         for (const auto& plane : planes) pointers.push_back(plane.data());
         std::vector<Ipp16s> joined(length * channels + 1, 77);
         set.kernels->join(pointers.data(), channels, length, joined.data());
@@ -194,7 +195,7 @@ TEST(Join, RoundsSaturatesAndInterleavesWithEveryInstructionSet) {
 }
 
 TEST(Join, WritesToAnyAddress) {
-  const auto left = Noise(37, 1), right = Noise(37, 2), third = Noise(37, 3);
+  const auto left = RandomValues(37, 1), right = RandomValues(37, 2), third = RandomValues(37, 3);
   const float* planes[3] = {left.data(), right.data(), third.data()};
   for (const auto& set : AllKernelSets()) {
     for (std::size_t channels = 1; channels <= 3; ++channels) {

@@ -14,16 +14,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-LogLine error(const std::string& text) {
-  return {VL_LOG_ERROR, "ERROR(vlx_fmp4): " + text + "\n"};
-}
-
-RecordingDescription withAudio() {
-  RecordingDescription d;
-  d.audioMask = 3;
-  return d;
-}
-
 TEST(BadRecording, WritingBeforeTheDescriptionIsReported) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.mp4"));
@@ -131,7 +121,7 @@ TEST(BadRecording, CompositionOffsetsBeyond32BitsOfTicksAreRefused) {
   LogCapture log;
   for (const std::int32_t offset : {2145339, -2145340, 0x7FFFFFFF, -0x7FFFFFFF - 1})
     EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0), 0, 0, offset), 0xFFFFFFFFu) << offset;
-  EXPECT_THAT(log.lines, testing::Each(error("The composition offset is too large")));
+  EXPECT_THAT(log.lines, testing::Each(pluginError("The composition offset is too large")));
   EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0), 0, 0, 2145338), VL_OK);
 }
 
@@ -147,7 +137,7 @@ TEST(BadRecording, RatesThatCannotBeTimedAreRefused) {
     EXPECT_EQ(describeVideo(*file, d), 0xFFFFFFFFu) << rate << '/' << scale;
   }
   EXPECT_EQ(log.lines.size(), 5u);
-  EXPECT_THAT(log.lines, testing::Each(error("The frame rate cannot be recorded")));
+  EXPECT_THAT(log.lines, testing::Each(pluginError("The frame rate cannot be recorded")));
   EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
 }
 
@@ -161,7 +151,7 @@ TEST(BadRecording, SampleRatesBeyond16BitsAreRefused) {
     EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu) << rate;
   }
   EXPECT_EQ(log.lines.size(), 4u);
-  EXPECT_THAT(log.lines, testing::Each(error("The audio sample rate cannot be recorded")));
+  EXPECT_THAT(log.lines, testing::Each(pluginError("The audio sample rate cannot be recorded")));
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));
   RecordingDescription d = withAudio();
   d.sampleRate = 65535;
@@ -194,7 +184,7 @@ TEST(BadRecording, CodecDataShorterThanItStatesIsRefused) {
   audio.wave.extraSize = 257;
   EXPECT_EQ(file->SetFileInfo(3, nullptr, nullptr, &audio, nullptr), 0xFFFFFFFFu);
   EXPECT_EQ(log.lines.size(), 10u);
-  EXPECT_THAT(log.lines, testing::Each(error("The codec configuration is shorter than it says")));
+  EXPECT_THAT(log.lines, testing::Each(pluginError("The codec configuration is shorter than it says")));
 }
 
 TEST(BadRecording, ABitmapHeaderWithASizeBoundsTheConfiguration) {
@@ -206,7 +196,7 @@ TEST(BadRecording, ABitmapHeaderWithASizeBoundsTheConfiguration) {
   d.video->bitmap.size = static_cast<std::uint32_t>(40 + configuration.size() - 1);
   LogCapture log;
   EXPECT_EQ(file->SetFileInfo(1, nullptr, d.video.get(), nullptr, nullptr), 0xFFFFFFFFu);
-  EXPECT_THAT(log.lines, Contains(error("The codec configuration is shorter than it says")));
+  EXPECT_THAT(log.lines, Contains(pluginError("The codec configuration is shorter than it says")));
   ++d.video->bitmap.size;
   EXPECT_EQ(file->SetFileInfo(1, nullptr, d.video.get(), nullptr, nullptr), VL_OK);
 }
@@ -293,7 +283,7 @@ TEST(BadRecording, ARefusedSecondAudioDescriptionKeepsTheFirst) {
     refused.sampleRate = 96000;
     LogCapture log;
     EXPECT_EQ(describeSound(*file, refused), 0xFFFFFFFFu);
-    EXPECT_THAT(log.lines, ElementsAre(error("The audio sample rate cannot be recorded")));
+    EXPECT_THAT(log.lines, ElementsAre(pluginError("The audio sample rate cannot be recorded")));
     log.lines.clear();
     EXPECT_EQ(describe(*file, 0x30).audio.wave.samplesPerSecond, 48000u);
     writeFrames(*file, 31);
@@ -312,7 +302,7 @@ TEST(BadRecording, AnUnusableFrameSizeIsReportedAtTheWriteToo) {
   file->SetCodecOption(1, 0, 3, 0, nullptr);  // no width
   LogCapture log;
   EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
-  EXPECT_THAT(log.lines, ElementsAre(error("The picture size cannot be recorded")));
+  EXPECT_THAT(log.lines, ElementsAre(pluginError("The picture size cannot be recorded")));
 }
 
 TEST(BadRecording, AudioDescribedAfterTheFirstFrameIsRefusedAndCreatesNoFile) {

@@ -36,8 +36,8 @@ Bytes ccdp(const Bytes& payload) {
 }
 
 constexpr std::uint32_t kFragmentFrames = 5;
-constexpr std::uint32_t kFragments = 3;
-constexpr std::uint32_t kFrames = kFragmentFrames * kFragments;
+constexpr std::uint32_t kFragmentCount = 3;
+constexpr std::uint32_t kCaptionedFrames = kFragmentFrames * kFragmentCount;
 
 struct Tracks {
   std::vector<RunSpec> cc608;  // of one fragment
@@ -55,7 +55,7 @@ Bytes clipWith(CaptionsOf captionsOf, std::uint32_t timescale = 30000) {
   if (has608) tracks.push_back(cc608);
   if (has708) tracks.push_back(cc708);
   Bytes content = join({fileTypeBox(), movieBox(tracks)});
-  for (std::uint32_t f = 0; f < kFragments; ++f) {
+  for (std::uint32_t f = 0; f < kFragmentCount; ++f) {
     RunSpec picture{kRunDataOffset | kRunSize};
     for (std::uint32_t i = 0; i < kFragmentFrames; ++i)
       picture.samples.push_back(sampleOf(10, f * kFragmentFrames + i));
@@ -90,10 +90,10 @@ RunSpec run708(std::uint32_t fragmentIndex) {
   return run;
 }
 
-struct Clip {
+struct CaptionedClip {
   TempFolder folder;
   MediaFile file;
-  explicit Clip(const Bytes& content) {
+  explicit CaptionedClip(const Bytes& content) {
     writeFile(folder.file("clip.mp4"), content);
     file = openFile(folder.file("clip.mp4"));
   }
@@ -114,28 +114,28 @@ struct Clip {
 
 std::vector<std::uint32_t> everyOrder() {
   std::vector<std::uint32_t> order;
-  for (std::uint32_t i = 0; i < kFrames; ++i) order.push_back(i);
-  for (std::uint32_t i = kFrames; i-- > 0;) order.push_back(i);
-  std::vector<std::uint32_t> shuffled(order.begin(), order.begin() + kFrames);
+  for (std::uint32_t i = 0; i < kCaptionedFrames; ++i) order.push_back(i);
+  for (std::uint32_t i = kCaptionedFrames; i-- > 0;) order.push_back(i);
+  std::vector<std::uint32_t> shuffled(order.begin(), order.begin() + kCaptionedFrames);
   std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(3));
   order.insert(order.end(), shuffled.begin(), shuffled.end());
   return order;
 }
 
 TEST(Captions, PairsOfOneSamplePerFragmentComeWithTheirFrameInAnyOrder) {
-  const Clip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {}}; }));
+  const CaptionedClip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {}}; }));
   ASSERT_NE(clip.file, nullptr);
   for (const std::uint32_t frame : everyOrder()) EXPECT_EQ(clip.cc608(frame), pairOf(frame)) << frame;
 }
 
 TEST(Captions, TheDescriptorCountsThePair) {
-  const Clip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {}}; }));
+  const CaptionedClip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {}}; }));
   EXPECT_EQ(readFrame(*clip.file, 3).descriptor.captionBytes, 2u);
   EXPECT_EQ(readFrame(*clip.file, 3).descriptor.captionFlags, 0x100u);
 }
 
 TEST(Captions, PairsWithoutABoxAroundThemAreReadUnchanged) {
-  const Clip clip(clipWith([](std::uint32_t f) {
+  const CaptionedClip clip(clipWith([](std::uint32_t f) {
     SampleSpec sample{pairs(f * kFragmentFrames, kFragmentFrames), kFragmentFrames * 1001};
     return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sample}}}, {}};
   }));
@@ -143,7 +143,7 @@ TEST(Captions, PairsWithoutABoxAroundThemAreReadUnchanged) {
 }
 
 TEST(Captions, FramesAfterASamplesLastPairHaveNone) {
-  const Clip clip(clipWith([](std::uint32_t f) {
+  const CaptionedClip clip(clipWith([](std::uint32_t f) {
     SampleSpec sample{box("cdat", {pairs(f * kFragmentFrames, 2)}), kFragmentFrames * 1001};
     return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sample}}}, {}};
   }));
@@ -154,7 +154,7 @@ TEST(Captions, FramesAfterASamplesLastPairHaveNone) {
 }
 
 TEST(Captions, ASampleTooShortForAPairHasNone) {
-  const Clip clip(clipWith([](std::uint32_t) {
+  const CaptionedClip clip(clipWith([](std::uint32_t) {
     SampleSpec sample{u8(0x14), kFragmentFrames * 1001};
     return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {sample}}}, {}};
   }));
@@ -170,7 +170,7 @@ TEST(Captions, AllSamplesOfARunReadTheRunsStart) {
       run.samples.push_back({pairOf(f * kFragmentFrames + i), 1001});
     return Tracks{{run}, {}};
   };
-  const Clip clip(clipWith(captionsOf));
+  const CaptionedClip clip(clipWith(captionsOf));
   for (const std::uint32_t frame : everyOrder()) {
     EXPECT_EQ(clip.cc608(frame), pairOf(frame / kFragmentFrames * kFragmentFrames)) << frame;
   }
@@ -185,7 +185,7 @@ TEST(Captions, LaterRunsAreReadFromAfterTheLengthOfTheRunBefore) {
     return Tracks{{head, tail}, {}};
   };
   // The bytes after the last run in the file are read with it.
-  const Clip clip(join({clipWith(captionsOf), box("free", {zeros(16)})}));
+  const CaptionedClip clip(join({clipWith(captionsOf), box("free", {zeros(16)})}));
   LogCapture log;
   for (const std::uint32_t frame : everyOrder()) {
     const std::uint32_t inFragment = frame % kFragmentFrames;
@@ -196,7 +196,7 @@ TEST(Captions, LaterRunsAreReadFromAfterTheLengthOfTheRunBefore) {
 }
 
 TEST(Captions, PacketsComeWithTheirFrameInAnyOrder) {
-  const Clip clip(clipWith([](std::uint32_t f) { return Tracks{{}, {run708(f)}}; }));
+  const CaptionedClip clip(clipWith([](std::uint32_t f) { return Tracks{{}, {run708(f)}}; }));
   ASSERT_NE(clip.file, nullptr);
   for (const std::uint32_t frame : everyOrder()) {
     const Bytes area = clip.cc708(frame);
@@ -212,7 +212,7 @@ TEST(Captions, PacketsComeWithTheirFrameInAnyOrder) {
 TEST(Captions, OtherPayloadsStartAtByteFour) {
   const Bytes payload =
       join({u8(1), u8(2), u8(3), u8(4), u8(5), u8(9), u8(7), u8(8), u8(9), u8(10), u8(11), u8(12)});
-  const Clip clip(clipWith([&payload](std::uint32_t) {
+  const CaptionedClip clip(clipWith([&payload](std::uint32_t) {
     RunSpec run{kRunDataOffset | kRunSize};
     for (std::uint32_t i = 0; i < kFragmentFrames; ++i) run.samples.push_back({ccdp(payload)});
     return Tracks{{}, {run}};
@@ -234,13 +234,13 @@ TEST(Captions, SamplesWithoutAPacketAddNothing) {
       Bytes(),
   };
   for (const Bytes& bytes : samples) {
-    const Clip clip(clipWith([&bytes](std::uint32_t) {
+    const CaptionedClip clip(clipWith([&bytes](std::uint32_t) {
       RunSpec run{kRunDataOffset | kRunSize};
       for (std::uint32_t i = 0; i < kFragmentFrames; ++i) run.samples.push_back({bytes});
       return Tracks{{}, {run}};
     }));
     ASSERT_NE(clip.file, nullptr);
-    for (std::uint32_t frame = 0; frame < kFrames; ++frame) {
+    for (std::uint32_t frame = 0; frame < kCaptionedFrames; ++frame) {
       const VideoFrame read = readFrame(*clip.file, frame);
       EXPECT_EQ(read.status, VL_OK);
       EXPECT_EQ(read.descriptor.captionFlags, 0u);
@@ -250,7 +250,7 @@ TEST(Captions, SamplesWithoutAPacketAddNothing) {
 }
 
 TEST(Captions, ABoxLongerThanTheCaptionAreaAddsNothingAndTheNextOneIsRead) {
-  const Clip clip(clipWith([](std::uint32_t f) {
+  const CaptionedClip clip(clipWith([](std::uint32_t f) {
     RunSpec run = run708(f);
     run.samples[1] = {ccdp(sampleOf(9000, 1).data)};
     return Tracks{{}, {run}};
@@ -261,7 +261,7 @@ TEST(Captions, ABoxLongerThanTheCaptionAreaAddsNothingAndTheNextOneIsRead) {
 }
 
 TEST(Captions, BothKindsComeTogether) {
-  const Clip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {run708(f)}}; }));
+  const CaptionedClip clip(clipWith([](std::uint32_t f) { return Tracks{{one608Sample(f)}, {run708(f)}}; }));
   for (const std::uint32_t frame : everyOrder()) {
     const VideoFrame read = readFrame(*clip.file, frame);
     EXPECT_EQ(read.descriptor.captionFlags, 0x1100u);
@@ -272,14 +272,14 @@ TEST(Captions, BothKindsComeTogether) {
 }
 
 TEST(Captions, APacketTrackThatEndsEarlyIsReportedAndTheVideoContinues) {
-  const Clip clip(clipWith([](std::uint32_t f) {
+  const CaptionedClip clip(clipWith([](std::uint32_t f) {
     RunSpec run = run708(f);
-    if (f == kFragments - 1) run.samples.resize(2);
+    if (f == kFragmentCount - 1) run.samples.resize(2);
     return Tracks{{}, {run}};
   }));
-  ASSERT_EQ(clip.cc708(kFrames - 4).size(), 27u);
+  ASSERT_EQ(clip.cc708(kCaptionedFrames - 4).size(), 27u);
   LogCapture log;
-  EXPECT_EQ(clip.cc708(kFrames - 3), Bytes());
+  EXPECT_EQ(clip.cc708(kCaptionedFrames - 3), Bytes());
   EXPECT_THAT(log.lines,
               Contains(LogLine{VL_LOG_ERROR,
                                "ERROR(vlx_fmp4): Unable to find correct cc 708 chunk for this frame\n"}));
@@ -287,7 +287,7 @@ TEST(Captions, APacketTrackThatEndsEarlyIsReportedAndTheVideoContinues) {
 
 TEST(Captions, APairTrackThatStartsLateCountsItsFramesFromItsFirstFragment) {
   // The first caption fragment is at frame 5, yet its captions are those of the first frames.
-  const Clip clip(clipWith([](std::uint32_t f) {
+  const CaptionedClip clip(clipWith([](std::uint32_t f) {
     if (f == 0) return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {}}}, {}};
     return Tracks{{one608Sample(f)}, {}};
   }));

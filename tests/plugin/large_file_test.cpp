@@ -19,10 +19,10 @@ using testing::Each;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr std::uint32_t kFrames = 70;
+constexpr std::uint32_t kLargeFrames = 70;
 constexpr std::uint32_t kFrameBytes = 64u << 20;
 constexpr std::uint64_t k4GiB = std::uint64_t{1} << 32;
-constexpr std::uint32_t kSampleRate = 16000;
+constexpr std::uint32_t kMonoSampleRate = 16000;
 
 void punchHole(const std::string& path, std::uint64_t start, std::uint64_t end) {
   runOrThrow({"fallocate", "--punch-hole", "--offset", std::to_string(start), "--length",
@@ -51,16 +51,16 @@ void record(const std::string& path, std::uint32_t frameSize, const std::functio
   RecordingDescription d;
   d.audioMask = 1;
   d.channels = 1;
-  d.sampleRate = kSampleRate;
+  d.sampleRate = kMonoSampleRate;
   d.soundConfiguration = {0x14, 0x08};
   d.captions = QVR_CAPTIONS_608;
   MediaFile file = startRecording(path, d, 2);
   const std::vector<Bytes> coded = codedAudio();
   Bytes bytes(frameSize);
   std::uint32_t sounds = 0;
-  for (std::uint32_t i = 0; i < kFrames; ++i) {
+  for (std::uint32_t i = 0; i < kLargeFrames; ++i) {
     // The audio that plays until the end of the frame.
-    for (; sounds < (i + 1) * kSampleRate / 30 / 1024; ++sounds)
+    for (; sounds < (i + 1) * kMonoSampleRate / 30 / 1024; ++sounds)
       ASSERT_EQ(writeSample(*file, 1, QVR_MODE_AUDIO, coded.at(sounds), sounds), VL_OK);
     mark(bytes, i);
     DFRAME frame{};
@@ -108,7 +108,7 @@ TEST(LargeFile, IsRecordedListedAndReadBeyond4GiB) {
   for (const std::string& name : {path, folder.file("large.xml")}) {
     const MediaFile read = openFile(name);
     ASSERT_NE(read, nullptr) << name;
-    EXPECT_EQ(read->GetTotalFrames(), kFrames);
+    EXPECT_EQ(read->GetTotalFrames(), kLargeFrames);
     for (const std::uint32_t i : {69u, 0u, 67u}) {
       const VideoFrame frame = readFrame(*read, i);
       EXPECT_EQ(markOf(frame.data), "frame " + std::to_string(i));

@@ -16,10 +16,6 @@ namespace {
 
 using testing::Contains;
 
-LogLine error(const std::string& text) {
-  return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
-}
-
 Bytes picture(std::uint32_t frames, std::uint32_t duration = 1) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize};
@@ -270,7 +266,7 @@ TEST(Manifest, OverlongAndInvalidNamesFailWithAMessage) {
     folder.manifest("clip.mpd", representation("video/mp4", url.c_str()));
     LogCapture log;
     EXPECT_EQ(folder.open("clip.mpd"), nullptr);
-    EXPECT_THAT(log.lines, Contains(error("Cannot open file")));
+    EXPECT_THAT(log.lines, Contains(pluginError("Cannot open file")));
   }
 }
 

@@ -19,7 +19,7 @@ struct Rate {
   std::uint32_t scale;
 };
 
-struct Case {
+struct MuxedCase {
   Rate rate;
   int bFrames;
 };
@@ -53,7 +53,7 @@ Samples placed(const std::vector<float>& decoded, const std::vector<Packet>& pac
   return track;
 }
 
-class MuxedRates : public testing::TestWithParam<Case> {};
+class MuxedRates : public testing::TestWithParam<MuxedCase> {};
 
 TEST_P(MuxedRates, RateFramesDurationAndAudioAreRightInEveryMuxing) {
   const auto& [rate, bFrames] = GetParam();
@@ -109,8 +109,8 @@ TEST_P(MuxedRates, AFragmentForEveryFrameHasTheSameRate) {
   EXPECT_EQ(system.totalFrames, ffprobePackets(path, "v:0").size());
 }
 
-std::vector<Case> cases() {
-  std::vector<Case> all;
+std::vector<MuxedCase> muxedCases() {
+  std::vector<MuxedCase> all;
   for (const Rate& rate : {Rate{"24", "24", 24, 1},
                            {"25", "25", 25, 1},
                            {"29_97", "30000/1001", 30000, 1001},
@@ -123,8 +123,8 @@ std::vector<Case> cases() {
   return all;
 }
 
-INSTANTIATE_TEST_SUITE_P(Broadcast, MuxedRates, testing::ValuesIn(cases()),
-                         [](const testing::TestParamInfo<Case>& info) {
+INSTANTIATE_TEST_SUITE_P(Broadcast, MuxedRates, testing::ValuesIn(muxedCases()),
+                         [](const testing::TestParamInfo<MuxedCase>& info) {
                            return std::string(info.param.rate.name) + (info.param.bFrames ? "_b" : "_no_b");
                          });
 

@@ -15,10 +15,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 
-LogLine error(const std::string& text) {
-  return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
-}
-
 // One fragment of three frames on track 1, and what `trafs` adds.
 Bytes threeFrames(std::uint32_t runFlags = kRunDataOffset | kRunSize, std::uint32_t duration = 0,
                   std::uint32_t fragmentFlags = kBaseIsMoof) {
@@ -153,7 +149,7 @@ TEST(Open, AVideoTrackWithoutARateIsRefusedWithAMessage) {
   LogCapture log;
   const OpenedFile none(fileOf({videoTrack(1, 25000, 0)}, threeFrames()));
   EXPECT_EQ(none.file, nullptr);
-  EXPECT_THAT(log.lines, Contains(error("No frame rate in the file, cannot address its frames")));
+  EXPECT_THAT(log.lines, Contains(pluginError("No frame rate in the file, cannot address its frames")));
   const OpenedFile noTimescale(fileOf({videoTrack(1, 0, 1000)}, threeFrames()));
   EXPECT_EQ(noTimescale.file, nullptr);
   const OpenedFile belowOne(fileOf({videoTrack(1, 1, 2)}, threeFrames()));
@@ -230,7 +226,7 @@ TEST(Open, AnAudioTrackInNoFragmentLeavesTheVideoReadable) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   const OpenedFile clip(fileOf({videoTrack(), audio}, threeFrames()));
   ASSERT_NE(clip.file, nullptr);
-  EXPECT_THAT(log.lines, Not(Contains(error("Unable to find correct audio chunk"))));
+  EXPECT_THAT(log.lines, Not(Contains(pluginError("Unable to find correct audio chunk"))));
   EXPECT_EQ(clip.file->GetTotalFrames(), 3u);
   EXPECT_EQ(readFrame(*clip.file, 2).data, sampleOf(30, 3).data);
   EXPECT_EQ(clip.file->Channels(), 0x3u) << "as declared";
@@ -252,7 +248,7 @@ TEST(Open, AudioOfAFileWithoutFragmentsFailsTheOpen) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
   const OpenedFile clip(fileOf({audio}, {}), "clip.mp4", MF_OPEN_AUDIO_ONLY);
   EXPECT_EQ(clip.file, nullptr);
-  EXPECT_THAT(log.lines, Contains(error("Unable to find correct audio chunk")));
+  EXPECT_THAT(log.lines, Contains(pluginError("Unable to find correct audio chunk")));
 }
 
 // A cut after the end of all audio, as stream copying makes it: the audio track is declared and empty.
@@ -289,8 +285,8 @@ TEST(Open, CaptionTracksInNoFragmentAreReportedAndTheFileOpens) {
   TrackSpec cc708{4, "clcp", 30000, captionEntry("c708"), 1001};
   const OpenedFile clip(fileOf({videoTrack(), cc608, cc708}, threeFrames()));
   EXPECT_NE(clip.file, nullptr);
-  EXPECT_THAT(log.lines, Contains(error("Unable to find correct cc 608 chunk")));
-  EXPECT_THAT(log.lines, Contains(error("Unable to find correct cc 708 chunk")));
+  EXPECT_THAT(log.lines, Contains(pluginError("Unable to find correct cc 608 chunk")));
+  EXPECT_THAT(log.lines, Contains(pluginError("Unable to find correct cc 708 chunk")));
 }
 
 TEST(Open, TracksWithoutHeaderAreNumberedInOrder) {
@@ -325,7 +321,7 @@ TEST(Open, UnsupportedCodecsAreSkipped) {
   LogCapture log;
   const OpenedFile clip(fileOf({vp9}, threeFrames()));
   EXPECT_EQ(clip.file, nullptr);
-  EXPECT_THAT(log.lines, ElementsAre(error("No track that can be read")));
+  EXPECT_THAT(log.lines, ElementsAre(pluginError("No track that can be read")));
 }
 
 TEST(Open, AConfigurationOf64KibIsReadAndOneLongerThanTheDescriptionIsRefused) {
@@ -341,7 +337,7 @@ TEST(Open, AConfigurationOf64KibIsReadAndOneLongerThanTheDescriptionIsRefused) {
   EXPECT_EQ(large.described.video->colourTable[0xFFFF], sampleOf(0x10000 - 8, 1).data.back());
   LogCapture log;
   EXPECT_EQ(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES + 8)).file, nullptr);
-  EXPECT_THAT(log.lines, ElementsAre(error("The codec configuration is too long")));
+  EXPECT_THAT(log.lines, ElementsAre(pluginError("The codec configuration is too long")));
 }
 
 TEST(Open, AnUnknownNameOrAMissingFileCannotBeOpened) {
@@ -350,7 +346,7 @@ TEST(Open, AnUnknownNameOrAMissingFileCannotBeOpened) {
   for (const char* name : {"clip.dat", "missing.mp4", "clip.ismv"}) {
     LogCapture log;
     EXPECT_EQ(openFile(folder.file(name)), nullptr);
-    EXPECT_THAT(log.lines, ElementsAre(error("Cannot open file"))) << name;
+    EXPECT_THAT(log.lines, ElementsAre(pluginError("Cannot open file"))) << name;
   }
 }
 
@@ -364,7 +360,7 @@ TEST(Open, APlainFileHasNoFirstChunk) {
   LogCapture log;
   const OpenedFile clip(fileOf({videoTrack()}, box("mdat", {zeros(100)})));
   EXPECT_EQ(clip.file, nullptr);
-  EXPECT_THAT(log.lines, Contains(error("Unable to find correct video chunk")));
+  EXPECT_THAT(log.lines, Contains(pluginError("Unable to find correct video chunk")));
 }
 
 TEST(Open, NamesOf260CharactersAndMoreAreRefused) {

@@ -20,10 +20,6 @@ using testing::ElementsAre;
 
 constexpr std::size_t kSampleWindowBytes = 256 * 1024;
 
-LogLine error(const std::string& text) {
-  return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
-}
-
 struct Clip : TempFolder {
   std::string path = file("clip.mp4");
   Clip() {
@@ -39,11 +35,11 @@ TEST(OutOfMemory, WithoutARootTheProbeAndTheOpenReportIt) {
   {
     const FailingNew failing(sizeof(Mp4Box));
     EXPECT_EQ(plugin().check(clip.path.c_str(), 0, nullptr), 0xFFFFFFFF);
-    EXPECT_THAT(log.lines, ElementsAre(error("Cannot find file root")));
+    EXPECT_THAT(log.lines, ElementsAre(pluginError("Cannot find file root")));
     log.lines.clear();
     EXPECT_EQ(openFile(clip.path), nullptr);
   }
-  EXPECT_THAT(log.lines, ElementsAre(error("Cannot find file root")));
+  EXPECT_THAT(log.lines, ElementsAre(pluginError("Cannot find file root")));
   EXPECT_NE(openFile(clip.path), nullptr);
 }
 

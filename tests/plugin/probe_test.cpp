@@ -20,10 +20,6 @@ constexpr std::int64_t kRefused = 0xFFFFFFFF;
 std::int64_t probe(const std::string& name, std::uint32_t flags = 0) {
   return plugin().check(name.c_str(), flags, nullptr);
 }
-LogLine error(const std::string& text) {
-  return {0xC0000000, "ERROR(vlx_fmp4): " + text + "\n"};
-}
-
 void writeText(const std::string& path, const std::string& text) {
   std::ofstream(path) << text;
 }
@@ -65,7 +61,7 @@ TEST(Probe, AnXmlFileIsAcceptedByItsRootElement) {
   for (const char* name : {"other.xml", "broken.xml", "empty.xml", "missing.xml"}) {
     log.lines.clear();
     EXPECT_EQ(probe(folder.file(name)), kRefused) << name;
-    EXPECT_THAT(log.lines, ElementsAre(error("Couldn't open mpd"))) << name;
+    EXPECT_THAT(log.lines, ElementsAre(pluginError("Couldn't open mpd"))) << name;
   }
 }
 
@@ -82,7 +78,7 @@ TEST(Probe, APlainFileIsRefused) {
   makeMedia(folder.file("plain.mp4"), pictureInput(0.2) + h264Codec());
   LogCapture log;
   EXPECT_EQ(probe(folder.file("plain.mp4")), kRefused);
-  EXPECT_THAT(log.lines, ElementsAre(error("No moof, not a fragmented mp4")));
+  EXPECT_THAT(log.lines, ElementsAre(pluginError("No moof, not a fragmented mp4")));
 }
 
 TEST(Probe, FilesWithoutBoxesAreRefused) {
@@ -92,7 +88,7 @@ TEST(Probe, FilesWithoutBoxesAreRefused) {
   for (const char* name : {"text.mp4", "empty.mp4"}) {
     LogCapture log;
     EXPECT_EQ(probe(folder.file(name)), kRefused);
-    EXPECT_THAT(log.lines, ElementsAre(error("No moof, not a fragmented mp4")));
+    EXPECT_THAT(log.lines, ElementsAre(pluginError("No moof, not a fragmented mp4")));
   }
 }
 
@@ -100,7 +96,7 @@ TEST(Probe, AMissingFileCannotBeOpened) {
   const TempFolder folder;
   LogCapture log;
   EXPECT_EQ(probe(folder.file("missing.mp4")), kRefused);
-  EXPECT_THAT(log.lines, ElementsAre(error("Cannot open file")));
+  EXPECT_THAT(log.lines, ElementsAre(pluginError("Cannot open file")));
 }
 
 TEST(Probe, AManifestTooDeepOrTooLargeIsRefused) {
@@ -113,7 +109,7 @@ TEST(Probe, AManifestTooDeepOrTooLargeIsRefused) {
   for (const char* name : {"deep.xml", "large.xml"}) {
     LogCapture log;
     EXPECT_EQ(probe(folder.file(name)), kRefused) << name;
-    EXPECT_THAT(log.lines, ElementsAre(error("Couldn't open mpd"))) << name;
+    EXPECT_THAT(log.lines, ElementsAre(pluginError("Couldn't open mpd"))) << name;
   }
 }
 

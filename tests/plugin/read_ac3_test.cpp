@@ -64,13 +64,13 @@ Clip ac3Clip(const std::string& expressions, const std::vector<std::string>& opt
 }
 
 // Two sweeps, in which no two positions are alike.
-Clip sweepClip(int sampleRate = 48000) {
+Clip ac3SweepClip(int sampleRate = 48000) {
   return ac3Clip("0.4*sin(200*t*t*6.28)+0.1*sin(5000*t)|0.4*cos(300*t*t*6.28)", {"-b:a", "448k"}, sampleRate);
 }
 
 TEST(ReadAc3, GivesFfmpegsSamplesAtTheTracksPositions) {
   for (const int rate : {48000, 44100, 32000}) {
-    const Clip clip = sweepClip(rate);
+    const Clip clip = ac3SweepClip(rate);
     ASSERT_NE(clip.file, nullptr);
     const Samples ours = readAll(*clip, lengthOf(*clip));
     EXPECT_EQ(ours.size(), ffprobePackets(clip.path, "a:0", {"-ignore_editlist", "1"}).size() * 2 * kFrame);
@@ -105,15 +105,15 @@ TEST(ReadAc3, MonoGoesToBothChannels) {
 }
 
 TEST(ReadAc3, BlocksOfAnySizeGiveTheSameSamples) {
-  expectBlocksToAgree(sweepClip(), {1001, 1536, 1602, 333});
+  expectBlocksToAgree(ac3SweepClip(), {1001, 1536, 1602, 333});
 }
 
 TEST(ReadAc3, SampleBySampleGivesTheSameSamples) {
-  expectSingleReadsToAgree(sweepClip(), 13000, 18000);
+  expectSingleReadsToAgree(ac3SweepClip(), 13000, 18000);
 }
 
 TEST(ReadAc3, RandomReadsMatchReadingFromTheStart) {
-  expectRandomReadsToAgree(sweepClip());
+  expectRandomReadsToAgree(ac3SweepClip());
 }
 
 TEST(ReadAc3, RandomReadsAgreeWithDitherToo) {
@@ -137,7 +137,7 @@ TEST(ReadAc3, TheTwoChannelsAreDescribedWithTheBlockAlignOfOne) {
 
 // The buffer of a host that allocates the reported size, and states no capacity, is not overrun.
 TEST(ReadAc3, TheReportedBufferSizeHoldsBothChannelsOfAFramesAudio) {
-  const Clip clip = sweepClip();
+  const Clip clip = ac3SweepClip();
   const std::uint32_t told = clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
   EXPECT_EQ(told, (48000 / 25 + 1) * 4);
   const std::uint32_t frames = told / 4;
@@ -152,7 +152,7 @@ TEST(ReadAc3, TheReportedBufferSizeHoldsBothChannelsOfAFramesAudio) {
 }
 
 TEST(ReadAc3, ABufferTooSmallForBothChannelsIsRefusedUnwritten) {
-  const Clip clip = sweepClip();
+  const Clip clip = ac3SweepClip();
   std::vector<std::uint8_t> buffer(399, 0xEE);
   DFRAME d{};
   d.size = sizeof d;
@@ -163,14 +163,14 @@ TEST(ReadAc3, ABufferTooSmallForBothChannelsIsRefusedUnwritten) {
 }
 
 TEST(ReadAc3, IsShortAtTheEnd) {
-  const Clip clip = sweepClip();
+  const Clip clip = ac3SweepClip();
   LogCapture log;
   EXPECT_EQ(readSound(*clip, lengthOf(*clip) - 100, 1000).samples.size(), 200u);
   EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "Wrong samples returned 100 requested 1000"}));
 }
 
 TEST(ReadAc3, ADamagedFrameIsSilenceOfItsLengthAndTheNextDecodesAgain) {
-  const Clip clip = sweepClip();
+  const Clip clip = ac3SweepClip();
   const Samples whole = readAll(*clip, 4096);
   std::vector<std::uint8_t> bytes = readFile(clip.path);
   const Packet packet = ffprobePackets(clip.path, "a:0", {"-ignore_editlist", "1"})[20];

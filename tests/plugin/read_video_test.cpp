@@ -13,7 +13,7 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 
-constexpr std::uint32_t kFrames = 12;
+constexpr std::uint32_t kVideoFrames = 12;
 
 Bytes frameData(std::uint32_t frame) {
   return sampleOf(20 + frame, frame).data;
@@ -40,10 +40,10 @@ Bytes twelveFrames(std::uint32_t runFlags = kRunDataOffset | kRunSize | kRunFlag
   return content;
 }
 
-struct Clip {
+struct VideoClip {
   TempFolder folder;
   MediaFile file;
-  explicit Clip(const Bytes& content = twelveFrames()) {
+  explicit VideoClip(const Bytes& content = twelveFrames()) {
     writeFile(folder.file("clip.mp4"), content);
     file = openFile(folder.file("clip.mp4"));
   }
@@ -58,12 +58,12 @@ DFRAME headerRequest() {
 }
 
 TEST(ReadVideo, GivesEveryFrameForwardBackwardAndShuffled) {
-  const Clip clip;
+  const VideoClip clip;
   ASSERT_NE(clip.file, nullptr);
   std::vector<std::uint32_t> order;
-  for (std::uint32_t i = 0; i < kFrames; ++i) order.push_back(i);
-  for (std::uint32_t i = kFrames; i-- > 0;) order.push_back(i);
-  for (std::uint32_t i = 0; i < 60; ++i) order.push_back(i * 7 % kFrames);
+  for (std::uint32_t i = 0; i < kVideoFrames; ++i) order.push_back(i);
+  for (std::uint32_t i = kVideoFrames; i-- > 0;) order.push_back(i);
+  for (std::uint32_t i = 0; i < 60; ++i) order.push_back(i * 7 % kVideoFrames);
   for (const std::uint32_t frame : order) {
     const VideoFrame read = readFrame(*clip, frame);
     ASSERT_EQ(read.status, VL_OK);
@@ -77,14 +77,14 @@ TEST(ReadVideo, GivesEveryFrameForwardBackwardAndShuffled) {
 }
 
 TEST(ReadVideo, WithoutADescriptorReturnsTheLargestSample) {
-  const Clip clip;
-  EXPECT_EQ(clip->Read(0, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr), 20 + kFrames - 1);
-  EXPECT_EQ(clip->Read(kFrames, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr), 0u);
+  const VideoClip clip;
+  EXPECT_EQ(clip->Read(0, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr), 20 + kVideoFrames - 1);
+  EXPECT_EQ(clip->Read(kVideoFrames, 1, 1, QVR_MODE_VIDEO, nullptr, nullptr), 0u);
 }
 
 TEST(ReadVideo, AtOrPastTheEndDeliversNothing) {
-  const Clip clip;
-  for (const std::uint32_t frame : {kFrames, kFrames + 1, 0xFFFFFFFFu}) {
+  const VideoClip clip;
+  for (const std::uint32_t frame : {kVideoFrames, kVideoFrames + 1, 0xFFFFFFFFu}) {
     DFRAME d = headerRequest();
     d.bytes = 77;
     EXPECT_EQ(clip->Read(frame, 1, 1, QVR_MODE_VIDEO, &d, nullptr), 0xE8024029u);
@@ -94,7 +94,7 @@ TEST(ReadVideo, AtOrPastTheEndDeliversNothing) {
 }
 
 TEST(ReadVideo, OtherChannelsAndClosedFilesHaveNoFrames) {
-  const Clip clip;
+  const VideoClip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(0, 1, 2, QVR_MODE_VIDEO, &d, nullptr), 0xFFFFFFFFu);
   EXPECT_EQ(clip->Read(0, 1, 0, QVR_MODE_VIDEO, &d, nullptr), 0xFFFFFFFFu);
@@ -103,7 +103,7 @@ TEST(ReadVideo, OtherChannelsAndClosedFilesHaveNoFrames) {
 }
 
 TEST(ReadVideo, OtherModesDoNothing) {
-  const Clip clip;
+  const VideoClip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(0, 1, 1, 2, &d, nullptr), VL_OK);
   EXPECT_EQ(clip->Read(0, 1, 1, 0x1FF, &d, nullptr), VL_OK);
@@ -111,7 +111,7 @@ TEST(ReadVideo, OtherModesDoNothing) {
 }
 
 TEST(ReadVideo, AHeaderOnlyRequestDescribesTheSampleWithoutAdvancing) {
-  const Clip clip;
+  const VideoClip clip;
   DFRAME d = headerRequest();
   d.flags = 0xFFFFFFFF;
   EXPECT_EQ(clip->Read(5, 1, 1, QVR_MODE_VIDEO | 0x08000000, &d, nullptr), VL_OK);
@@ -124,14 +124,14 @@ TEST(ReadVideo, AHeaderOnlyRequestDescribesTheSampleWithoutAdvancing) {
 }
 
 TEST(ReadVideo, AHeaderOnlyRequestNeedsADescriptorOfItsSize) {
-  const Clip clip;
+  const VideoClip clip;
   DFRAME d = headerRequest();
   d.size = sizeof(DFRAME) - 1;
   EXPECT_EQ(clip->Read(5, 1, 1, QVR_MODE_VIDEO | 0x08000000, &d, nullptr), 0xE8024018u);
 }
 
 TEST(ReadVideo, KeepsTheHostsOtherFlags) {
-  const Clip clip;
+  const VideoClip clip;
   std::vector<std::uint8_t> buffer(100);
   DFRAME d = headerRequest();
   d.data = buffer.data();
@@ -147,7 +147,7 @@ TEST(ReadVideo, KeepsTheHostsOtherFlags) {
 }
 
 TEST(ReadVideo, WithoutCompositionOffsetsLeavesTheMemberUnchanged) {
-  const Clip clip(twelveFrames(kRunDataOffset | kRunSize | kRunFlags));
+  const VideoClip clip(twelveFrames(kRunDataOffset | kRunSize | kRunFlags));
   DFRAME d = headerRequest();
   d.compositionOffset = 4711;
   EXPECT_EQ(clip->Read(4, 1, 1, QVR_MODE_VIDEO, &d, nullptr), VL_OK);
@@ -155,7 +155,7 @@ TEST(ReadVideo, WithoutCompositionOffsetsLeavesTheMemberUnchanged) {
 }
 
 TEST(ReadVideo, WithoutABufferReportsTheSizeAndAdvances) {
-  const Clip clip;
+  const VideoClip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(4, 1, 1, QVR_MODE_VIDEO, &d, nullptr), VL_OK);
   EXPECT_EQ(d.bytes, 24u);
@@ -163,7 +163,7 @@ TEST(ReadVideo, WithoutABufferReportsTheSizeAndAdvances) {
 }
 
 TEST(ReadVideo, ABufferTooSmallIsRefusedUnwritten) {
-  const Clip clip;
+  const VideoClip clip;
   std::vector<std::uint8_t> buffer(30, 0xEE);
   DFRAME d = headerRequest();
   d.data = buffer.data();
@@ -178,7 +178,7 @@ TEST(ReadVideo, ABufferTooSmallIsRefusedUnwritten) {
 }
 
 TEST(ReadVideo, ARequestForSeveralFramesDoesNotShiftTheNext) {
-  const Clip clip;
+  const VideoClip clip;
   std::vector<std::uint8_t> buffer(100);
   DFRAME d = headerRequest();
   d.data = buffer.data();
@@ -188,7 +188,7 @@ TEST(ReadVideo, ARequestForSeveralFramesDoesNotShiftTheNext) {
 }
 
 TEST(ReadVideo, CountsTimecodesFromTheStart) {
-  const Clip clip;
+  const VideoClip clip;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(7, 1, 1, QVR_MODE_VIDEO, &d, nullptr), VL_OK);
   EXPECT_EQ(d.timecode, 7u) << "no start timecode: the frame number";
@@ -199,9 +199,9 @@ TEST(ReadVideo, CountsTimecodesFromTheStart) {
 TEST(ReadVideo, ATruncatedFrameFailsAndTheOthersAreStillRead) {
   Bytes content = twelveFrames();
   content.resize(content.size() - 10);
-  const Clip clip(content);
+  const VideoClip clip(content);
   ASSERT_NE(clip.file, nullptr);
-  EXPECT_EQ(clip->GetTotalFrames(), kFrames);
+  EXPECT_EQ(clip->GetTotalFrames(), kVideoFrames);
   EXPECT_EQ(readFrame(*clip, 10).data, frameData(10));
   LogCapture log;
   EXPECT_EQ(readFrame(*clip, 11).status, 0xFFFFFFFFu);
@@ -213,7 +213,7 @@ TEST(ReadVideo, ATruncatedFrameFailsAndTheOthersAreStillRead) {
 }
 
 TEST(ReadVideo, AudioRequestsReportThatThereIsNoAudio) {
-  const Clip clip;
+  const VideoClip clip;
   LogCapture log;
   DFRAME d = headerRequest();
   EXPECT_EQ(clip->Read(0, 100, 1, QVR_MODE_AUDIO, &d, nullptr), 0xE8021001u);
@@ -221,12 +221,12 @@ TEST(ReadVideo, AudioRequestsReportThatThereIsNoAudio) {
 }
 
 TEST(FindKeyFrame, AnswersTheHostsQueries) {
-  const Clip clip;
-  for (std::uint32_t frame = 0; frame < kFrames; ++frame) {
+  const VideoClip clip;
+  for (std::uint32_t frame = 0; frame < kVideoFrames; ++frame) {
     EXPECT_EQ(clip->FindKeyFrame(1, 1, frame, 0), frame / 4 * 4) << frame;
     EXPECT_EQ(clip->FindKeyFrame(1, 1, frame, -1), frame / 4 * 4) << frame;
     const std::uint32_t next = (frame + 3) / 4 * 4;
-    EXPECT_EQ(clip->FindKeyFrame(1, 1, frame, 1), next < kFrames ? next : frame) << frame;
+    EXPECT_EQ(clip->FindKeyFrame(1, 1, frame, 1), next < kVideoFrames ? next : frame) << frame;
     EXPECT_EQ(clip->FindKeyFrame(1, 0, frame, 1), frame) << "another mode";
     EXPECT_EQ(clip->FindKeyFrame(2, 1, frame, 1), frame) << "no video channel";
   }
@@ -235,7 +235,7 @@ TEST(FindKeyFrame, AnswersTheHostsQueries) {
 }
 
 TEST(FindKeyFrame, BetweenReadsDoesNotDisturbThem) {
-  const Clip clip;
+  const VideoClip clip;
   EXPECT_EQ(readFrame(*clip, 2).data, frameData(2));
   EXPECT_EQ(clip->FindKeyFrame(1, 1, 11, 0), 8u);
   EXPECT_EQ(readFrame(*clip, 3).data, frameData(3));

@@ -13,19 +13,6 @@ namespace {
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-RecordingDescription withAudio() {
-  RecordingDescription d;
-  d.audioMask = 3;
-  return d;
-}
-
-std::vector<std::string> namesIn(const TempFolder& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
-    names.push_back(entry.path().filename().string());
-  return names;
-}
-
 // All files of a folder, manifests and playlists without their dates.
 std::map<std::string, Bytes> contentOf(const TempFolder& folder) {
   std::map<std::string, Bytes> files;

@@ -17,13 +17,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-RecordingDescription withAudio(std::uint32_t sampleRate = 48000) {
-  RecordingDescription d;
-  d.audioMask = 3;
-  d.sampleRate = sampleRate;
-  return d;
-}
-
 // ---- A separate file --------------------------------------------------------------------------------
 
 TEST(AudioApart, ListsBothFilesInOneManifest) {

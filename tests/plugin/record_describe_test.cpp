@@ -12,14 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 
-std::vector<std::string> namesIn(const TempFolder& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
-    names.push_back(entry.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 const Bytes kFileType = box("ftyp", {text("iso5"), u32(8191), text("iso5"), text("dash"), text("msix")});
 
 TEST(OpenWrite, AnMp4NameBecomesAnM4vFileThatStartsWithItsType) {

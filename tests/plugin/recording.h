@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -49,6 +50,14 @@ struct RecordingDescription {
   Bytes soundConfiguration = join({u8(0x11), u8(0x90)});
   std::uint32_t captions = 0;
 };
+
+// Two channels of audio beside the video.
+inline RecordingDescription withAudio(std::uint32_t sampleRate = 48000) {
+  RecordingDescription d;
+  d.audioMask = 3;
+  d.sampleRate = sampleRate;
+  return d;
+}
 
 inline std::uint32_t describeVideo(CAMediaFile& file, const RecordingDescription& d) {
   const Described defaults = describe(file);
@@ -166,4 +175,13 @@ inline std::string withoutTime(std::string text) {
       text.replace(place, length, "NOW");
   }
   return text;
+}
+
+// The names of all files in a folder, sorted.
+inline std::vector<std::string> namesIn(const TempFolder& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-struct Case {
+struct ReferenceCase {
   const char* name;
   std::vector<std::string> muxing;
   enum { H264, H264NoB, Hevc } codec = H264;
@@ -21,11 +21,11 @@ struct Case {
   double seconds = 2;
 };
 
-std::vector<std::string> codecOf(const Case& c) {
+std::vector<std::string> codecOf(const ReferenceCase& c) {
   switch (c.codec) {
-    case Case::H264NoB:
+    case ReferenceCase::H264NoB:
       return h264Codec(12, 0);
-    case Case::Hevc:
+    case ReferenceCase::Hevc:
       return hevcCodec(12);
     default:
       return h264Codec(12, 2);
@@ -38,10 +38,10 @@ std::string crcOf(const std::vector<std::uint8_t>& bytes) {
   return text;
 }
 
-class Witness : public testing::TestWithParam<Case> {};
+class Witness : public testing::TestWithParam<ReferenceCase> {};
 
 TEST_P(Witness, EveryFrameMatchesFfprobeInAnyOrder) {
-  const Case& c = GetParam();
+  const ReferenceCase& c = GetParam();
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
   std::vector<std::string> arguments = pictureInput(c.seconds, c.rate, "160x96");
@@ -98,51 +98,52 @@ std::vector<std::string> timescale(const char* value) {
   return {"-movflags", "frag_keyframe+empty_moov", "-video_track_timescale", value};
 }
 
-const Case kCases[] = {
+const ReferenceCase kCases[] = {
     {"key_fragments", flags("frag_keyframe+empty_moov")},
-    {"key_fragments_no_b", flags("frag_keyframe+empty_moov"), Case::H264NoB},
-    {"key_fragments_silent", flags("frag_keyframe+empty_moov"), Case::H264, false},
-    {"key_fragments_hevc", flags("frag_keyframe+empty_moov"), Case::Hevc},
+    {"key_fragments_no_b", flags("frag_keyframe+empty_moov"), ReferenceCase::H264NoB},
+    {"key_fragments_silent", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, false},
+    {"key_fragments_hevc", flags("frag_keyframe+empty_moov"), ReferenceCase::Hevc},
     {"default_base", flags("frag_keyframe+empty_moov+default_base_moof")},
-    {"default_base_hevc", flags("frag_keyframe+empty_moov+default_base_moof"), Case::Hevc, false},
+    {"default_base_hevc", flags("frag_keyframe+empty_moov+default_base_moof"), ReferenceCase::Hevc, false},
     {"every_frame", flags("frag_every_frame+empty_moov")},
-    {"every_frame_no_b_silent", flags("frag_every_frame+empty_moov"), Case::H264NoB, false},
+    {"every_frame_no_b_silent", flags("frag_every_frame+empty_moov"), ReferenceCase::H264NoB, false},
     {"separate_moof", flags("frag_keyframe+empty_moov+separate_moof")},
     {"separate_moof_default_base", flags("frag_keyframe+empty_moov+separate_moof+default_base_moof")},
-    {"separate_moof_hevc", flags("frag_keyframe+empty_moov+separate_moof"), Case::Hevc},
+    {"separate_moof_hevc", flags("frag_keyframe+empty_moov+separate_moof"), ReferenceCase::Hevc},
     {"cmaf", flags("cmaf+frag_keyframe+empty_moov")},
-    {"cmaf_silent", flags("cmaf+frag_keyframe+empty_moov"), Case::H264, false},
-    {"cmaf_hevc", flags("cmaf+frag_keyframe+empty_moov"), Case::Hevc},
+    {"cmaf_silent", flags("cmaf+frag_keyframe+empty_moov"), ReferenceCase::H264, false},
+    {"cmaf_hevc", flags("cmaf+frag_keyframe+empty_moov"), ReferenceCase::Hevc},
     {"dash", flags("dash+frag_keyframe+empty_moov")},
-    {"dash_no_b_silent", flags("dash+frag_keyframe+empty_moov"), Case::H264NoB, false},
-    {"dash_hevc", flags("dash+frag_keyframe+empty_moov"), Case::Hevc},
+    {"dash_no_b_silent", flags("dash+frag_keyframe+empty_moov"), ReferenceCase::H264NoB, false},
+    {"dash_hevc", flags("dash+frag_keyframe+empty_moov"), ReferenceCase::Hevc},
     {"dash_global_index", flags("dash+global_sidx+frag_keyframe+empty_moov")},
-    {"dash_global_index_silent", flags("dash+global_sidx+frag_keyframe+empty_moov"), Case::H264, false},
-    {"dash_global_index_hevc", flags("dash+global_sidx+frag_keyframe+empty_moov"), Case::Hevc},
+    {"dash_global_index_silent", flags("dash+global_sidx+frag_keyframe+empty_moov"), ReferenceCase::H264,
+     false},
+    {"dash_global_index_hevc", flags("dash+global_sidx+frag_keyframe+empty_moov"), ReferenceCase::Hevc},
     {"delay_moov", flags("frag_keyframe+delay_moov")},
     {"implicit_base", flags("frag_keyframe+empty_moov+omit_tfhd_offset")},
     {"implicit_base_sound_first", audioFirst("frag_keyframe+empty_moov+omit_tfhd_offset")},
     {"explicit_base_sound_first", audioFirst("frag_keyframe+empty_moov")},
     {"default_base_sound_first", audioFirst("frag_keyframe+empty_moov+default_base_moof")},
     {"pieces_of_300_ms", pieces("300000")},
-    {"pieces_of_300_ms_hevc", pieces("300000"), Case::Hevc},
+    {"pieces_of_300_ms_hevc", pieces("300000"), ReferenceCase::Hevc},
     {"pieces_delayed", {"-movflags", "delay_moov", "-frag_duration", "500000"}},
-    {"rate_23_976", flags("frag_keyframe+empty_moov"), Case::H264, true, "24000/1001"},
-    {"rate_24", flags("frag_keyframe+empty_moov"), Case::H264, false, "24"},
-    {"rate_25", flags("frag_keyframe+empty_moov"), Case::H264, true, "25"},
-    {"rate_30", flags("frag_keyframe+empty_moov"), Case::H264, false, "30"},
-    {"rate_48", flags("frag_keyframe+empty_moov"), Case::H264, false, "48"},
-    {"rate_50", flags("frag_keyframe+empty_moov"), Case::H264, true, "50"},
-    {"rate_59_94", flags("frag_keyframe+empty_moov"), Case::H264, true, "60000/1001"},
-    {"rate_60", flags("frag_keyframe+empty_moov"), Case::H264, false, "60"},
-    {"rate_120", flags("frag_keyframe+empty_moov"), Case::H264, true, "120"},
+    {"rate_23_976", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, true, "24000/1001"},
+    {"rate_24", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, false, "24"},
+    {"rate_25", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, true, "25"},
+    {"rate_30", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, false, "30"},
+    {"rate_48", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, false, "48"},
+    {"rate_50", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, true, "50"},
+    {"rate_59_94", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, true, "60000/1001"},
+    {"rate_60", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, false, "60"},
+    {"rate_120", flags("frag_keyframe+empty_moov"), ReferenceCase::H264, true, "120"},
     {"timescale_1000", timescale("1000")},
     {"timescale_12345", timescale("12345")},
     {"timescale_10000000", timescale("10000000")},
 };
 
 INSTANTIATE_TEST_SUITE_P(Muxings, Witness, testing::ValuesIn(kCases),
-                         [](const testing::TestParamInfo<Case>& info) {
+                         [](const testing::TestParamInfo<ReferenceCase>& info) {
                            return std::string(info.param.name);
                          });
 

@@ -5,21 +5,22 @@
 
 namespace {
 
-struct Rate {
+struct RecordedRate {
   std::uint32_t rate, scale;
 };
-constexpr Rate kRates[] = {{24000, 1001}, {24, 1}, {25, 1},       {30000, 1001},
-                           {30, 1},       {50, 1}, {60000, 1001}, {60, 1}};
+constexpr RecordedRate kRates[] = {{24000, 1001}, {24, 1}, {25, 1},       {30000, 1001},
+                                   {30, 1},       {50, 1}, {60000, 1001}, {60, 1}};
 constexpr std::uint32_t kIntervals[] = {1, 2, 12, 15, 24, 25, 30, 37, 48, 50, 60, 90, 120, 250};
 
 // Frames per fragment and fragments per segment, as in the test of recording.
-struct Geometry {
+struct RecordedGeometry {
   std::uint32_t frames, fragments;
 };
-constexpr Geometry kGeometries[] = {{30, 10}, {2, 10},  {12, 10}, {15, 10}, {24, 10}, {25, 10}, {30, 10},
-                                    {1, 0},   {24, 10}, {25, 10}, {30, 10}, {30, 9},  {30, 8},  {25, 10}};
+constexpr RecordedGeometry kGeometries[] = {{30, 10}, {2, 10},  {12, 10}, {15, 10}, {24, 10},
+                                            {25, 10}, {30, 10}, {1, 0},   {24, 10}, {25, 10},
+                                            {30, 10}, {30, 9},  {30, 8},  {25, 10}};
 
-struct Case {
+struct RoundTripCase {
   std::size_t interval;  // into kIntervals
   std::size_t rate;      // into kRates
   std::uint32_t frames;
@@ -27,17 +28,18 @@ struct Case {
 };
 
 // Every interval with every rate; lengths and audio cycle through all their values.
-std::vector<Case> cases() {
-  std::vector<Case> all;
+std::vector<RoundTripCase> roundTripCases() {
+  std::vector<RoundTripCase> all;
   for (std::size_t i = 0; i < std::size(kIntervals); ++i) {
-    const Geometry g = kGeometries[i];
+    const RecordedGeometry g = kGeometries[i];
     const std::uint32_t segment = g.fragments != 0 ? g.frames * g.fragments : 10;
     const std::uint32_t lengths[] = {1,           g.frames > 1 ? g.frames - 1 : 1,
                                      g.frames,    g.frames + 1,
                                      segment - 1, segment,
                                      segment + 1, 2 * segment};
     for (std::size_t r = 0; r < std::size(kRates); ++r)
-      all.push_back({i, r, lengths[(i + r) % std::size(lengths)], static_cast<Case::Sound>((i + 2 * r) % 3)});
+      all.push_back(
+          {i, r, lengths[(i + r) % std::size(lengths)], static_cast<RoundTripCase::Sound>((i + 2 * r) % 3)});
   }
   return all;
 }
@@ -49,20 +51,21 @@ bool isKey(std::uint32_t frame, std::uint32_t interval) {
   return frame % std::max(interval, 2u) == 0;
 }
 
-class RoundTrip : public testing::TestWithParam<Case> {};
+class RoundTrip : public testing::TestWithParam<RoundTripCase> {};
 
 TEST_P(RoundTrip, GivesTheSameFrames) {
-  const Case c = GetParam();
+  const RoundTripCase c = GetParam();
   const std::uint32_t interval = kIntervals[c.interval];
   const TempFolder folder;
   RecordingDescription d;
   d.rate = kRates[c.rate].rate;
   d.scale = kRates[c.rate].scale;
-  d.audioMask = c.sound == Case::None ? 0 : 3;
-  MediaFile file = startRecording(folder.file(c.sound == Case::Inside ? "out.ismv" : "out.mp4"), d, interval);
+  d.audioMask = c.sound == RoundTripCase::None ? 0 : 3;
+  MediaFile file =
+      startRecording(folder.file(c.sound == RoundTripCase::Inside ? "out.ismv" : "out.mp4"), d, interval);
   std::uint32_t sound = 0;
   for (std::uint32_t i = 0; i < c.frames; ++i) {
-    while (c.sound != Case::None && sound * 1024.0 / 48000 < (i + 1.0) * d.scale / d.rate)
+    while (c.sound != RoundTripCase::None && sound * 1024.0 / 48000 < (i + 1.0) * d.scale / d.rate)
       writeSound(*file, 1, sound++);
     ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(i, sizeOf(i)), i,
                           isKey(i, interval) ? DFRAME_KEY : DFRAME_NOT_KEY, static_cast<std::int32_t>(i % 5)),
@@ -72,7 +75,7 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
 
   // Smooth Streaming names are found through their manifest only.
   std::vector<std::string> names = {"out.mpd", "out.m4v"};
-  if (c.sound == Case::Inside) names = {"out.xml"};
+  if (c.sound == RoundTripCase::Inside) names = {"out.xml"};
   for (const std::string& name : names) {
     const MediaFile read = openFile(folder.file(name));
     ASSERT_NE(read, nullptr) << name;
@@ -89,21 +92,21 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
       EXPECT_EQ(frame.key(), isKey(i, interval)) << name << ' ' << i;
       EXPECT_EQ(frame.descriptor.compositionOffset, static_cast<std::int32_t>(i % 5)) << name << ' ' << i;
     }
-    if (c.sound != Case::None && name != "out.m4v") {
+    if (c.sound != RoundTripCase::None && name != "out.m4v") {
       EXPECT_EQ(described.audio.stream.length, sound * 1024) << name;
       EXPECT_EQ(described.audio.wave.samplesPerSecond, 48000u);
     }
   }
 }
 
-std::string nameOf(const testing::TestParamInfo<Case>& info) {
-  const Case& c = info.param;
+std::string roundTripName(const testing::TestParamInfo<RoundTripCase>& info) {
+  const RoundTripCase& c = info.param;
   constexpr const char* kSound[] = {"Silent", "SoundApart", "SoundInside"};
-  return "Interval" + std::to_string(kIntervals[c.interval]) + "Rate" + std::to_string(kRates[c.rate].rate) +
-         "Over" + std::to_string(kRates[c.rate].scale) + "Frames" + std::to_string(c.frames) +
-         kSound[c.sound];
+  return "Interval" + std::to_string(kIntervals[c.interval]) + "RecordedRate" +
+         std::to_string(kRates[c.rate].rate) + "Over" + std::to_string(kRates[c.rate].scale) + "Frames" +
+         std::to_string(c.frames) + kSound[c.sound];
 }
 
-INSTANTIATE_TEST_SUITE_P(Recordings, RoundTrip, testing::ValuesIn(cases()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Recordings, RoundTrip, testing::ValuesIn(roundTripCases()), roundTripName);
 
 }  // namespace

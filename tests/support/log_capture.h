@@ -13,6 +13,11 @@ struct LogLine {
   bool operator==(const LogLine&) const = default;
 };
 
+// The line with which the plug-in reports an error.
+inline LogLine pluginError(const std::string& text) {
+  return {VL_LOG_ERROR, "ERROR(vlx_fmp4): " + text + "\n"};
+}
+
 // Captures every line of the host's log until it goes out of scope. One at a time.
 class LogCapture {
  public:

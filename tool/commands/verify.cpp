@@ -49,7 +49,7 @@ void printJson(const Verification& result, const std::string& name) {
   std::cout << report.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
 }
 
-void printText(const Verification& result, const std::string& name) {
+void printResult(const Verification& result, const std::string& name) {
   for (const Problem& problem : result.problems.kept()) {
     std::cout << problem.file << ": ";
     if (problem.offset) std::cout << "byte " << *problem.offset << ": ";
@@ -70,7 +70,7 @@ void printText(const Verification& result, const std::string& name) {
 
 bool verify(const VerifyOptions& options) {
   const Verification result = verifyRecording(options.name, RecordingProgress("verifying"));
-  (options.json ? printJson : printText)(result, options.name);
+  (options.json ? printJson : printResult)(result, options.name);
   return result.problems.count() == 0;
 }
 

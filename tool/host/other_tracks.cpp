@@ -16,7 +16,7 @@
 namespace {
 
 template <class Payload>
-const Payload* payloadAt(Mp4Box* box, const char* path) {
+const Payload* trackPayload(Mp4Box* box, const char* path) {
   return Mp4PayloadOf<Payload>(Mp4BoxGet(nullptr, box, true, "%s", path));
 }
 
@@ -29,7 +29,7 @@ bool isEncrypted(std::uint32_t codec) {
 // 14496-12, 8.12).
 std::string describeEncryption(Mp4Stream& stream, Mp4Box* sampleEntry) {
   std::string text = "encrypted";
-  if (const auto* original = payloadAt<mp4::OriginalFormatBox>(sampleEntry, "sinf/frma"))
+  if (const auto* original = trackPayload<mp4::OriginalFormatBox>(sampleEntry, "sinf/frma"))
     text.append(" ").append(codecName(original->dataFormat));
   const Mp4Box* const scheme = Mp4BoxGet(nullptr, sampleEntry, true, "sinf/schm");
   std::array<std::uint8_t, 4> type{};
@@ -84,9 +84,9 @@ std::vector<OtherTrack> otherTracks(Mp4Stream& stream, Mp4Box* root) {
     OtherTrack track;
     track.why = choice.whyNot(sampleEntry);
     if (track.why.empty()) continue;
-    const auto* header = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd");
+    const auto* header = trackPayload<mp4::TrackHeaderBox>(trak, "tkhd");
     track.id = header ? header->trackId : i + 1;
-    if (const auto* handler = payloadAt<mp4::HandlerBox>(trak, "mdia/hdlr"))
+    if (const auto* handler = trackPayload<mp4::HandlerBox>(trak, "mdia/hdlr"))
       track.handler = handler->handlerType;
     if (sampleEntry) track.codec = sampleEntry->type;
     tracks.push_back(std::move(track));

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kAddress = "127.0.0.1";
 constexpr std::size_t kThreads = 32;        // a browser keeps six connections open
 constexpr time_t kKeepAliveSeconds = 1;     // also the longest wait for idle connections at the end
-constexpr std::size_t kPiece = 256 * 1024;  // bytes read and sent at a time
+constexpr std::size_t kSentPiece = 256 * 1024;  // bytes read and sent at a time
 
 // Whether the client addressed this machine by name. A foreign page whose host name was made to resolve to
 // this machine does not.
@@ -25,9 +25,9 @@ bool namesLoopback(std::string host) {
 
 httplib::ContentProvider contentOf(const ServedFile& file) {
   const auto stream = std::make_shared<std::ifstream>(file.path, std::ios::binary);
-  const auto piece = std::make_shared<std::vector<char>>(kPiece);
+  const auto piece = std::make_shared<std::vector<char>>(kSentPiece);
   return [stream, piece](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-    const std::size_t count = std::min(length, kPiece);
+    const std::size_t count = std::min(length, kSentPiece);
     stream->seekg(static_cast<std::streamoff>(offset));
     if (!stream->read(piece->data(), static_cast<std::streamsize>(count))) return false;
     return sink.write(piece->data(), count);

@@ -82,7 +82,7 @@ class Recorder {
   rusage usage_ = {};
 };
 
-std::string textOf(const std::string& path) {
+std::string contentOf(const std::string& path) {
   const Bytes bytes = readFile(path);
   return {bytes.begin(), bytes.end()};
 }
@@ -124,8 +124,8 @@ class LiveInput : public testing::Test {
     const RunResult result = fmp4({"--quiet", "verify", folder_.file("out.mpd")});
     EXPECT_EQ(result.exitCode, 0) << result.out;
     for (const char* name : {"out.m3u8", "outA.m3u8"})
-      EXPECT_TRUE(textOf(folder_.file(name)).ends_with("#EXT-X-ENDLIST\n")) << name;
-    EXPECT_THAT(textOf(folder_.file("out.master.m3u8")), HasSubstr("out.m3u8"));
+      EXPECT_TRUE(contentOf(folder_.file(name)).ends_with("#EXT-X-ENDLIST\n")) << name;
+    EXPECT_THAT(contentOf(folder_.file("out.master.m3u8")), HasSubstr("out.m3u8"));
   }
 
   TempFolder folder_;
@@ -161,9 +161,9 @@ TEST_F(LiveInput, RecordsFragmentsAsTheyComplete) {
   // 10 fragments of 2 frames are a segment. What is listed is on the disk while the input is still open.
   ASSERT_TRUE(recorder.feed(std::span(live_).first(starts[21])));
   for (int i = 0;
-       i < 600 && textOf(folder_.file("out.m3u8")).find("#EXTINF:0.800,\n", 240) == std::string::npos; ++i)
+       i < 600 && contentOf(folder_.file("out.m3u8")).find("#EXTINF:0.800,\n", 240) == std::string::npos; ++i)
     usleep(100'000);
-  const std::string listed = textOf(folder_.file("out.m3u8"));
+  const std::string listed = contentOf(folder_.file("out.m3u8"));
   EXPECT_EQ(std::string::npos, listed.find("#EXT-X-ENDLIST"));
   std::size_t segments = 0;
   for (std::size_t at = 0; (at = listed.find("#EXTINF:0.800,\n", at)) != std::string::npos; ++at) ++segments;
