@@ -88,7 +88,8 @@ inline void expectBothChannelsAlike(const Clip& clip, int level) {
 }
 
 // Reads the whole track at once, in blocks and at random: all must give the same. Returns its samples.
-inline Samples readInEveryWay(const std::string& clip, std::uint32_t channels, int reads = ofSanitized(60, 15)) {
+inline Samples readInEveryWay(const std::string& clip, std::uint32_t channels,
+                              int reads = ofSanitized(60, 15)) {
   const MediaFile opened = openFile(clip);
   EXPECT_NE(opened, nullptr);
   if (opened == nullptr) return {};

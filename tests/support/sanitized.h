@@ -1,5 +1,6 @@
-// Whether the tests run under the address sanitizer. There, code takes ten times as long, and what sanitizers find
-// is in the code that a case runs, not in its numbers: long series are sampled. The build as shipped runs them all.
+// Whether the tests run under the address sanitizer. There, code takes ten times as long, and what sanitizers
+// find is in the code that a case runs, not in its numbers: long series are sampled. The build as shipped
+// runs them all.
 #pragma once
 
 #if defined(__SANITIZE_ADDRESS__)
