@@ -6,6 +6,7 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,7 +18,7 @@
 
 struct Measured {
   double wallSeconds = 0;
-  double cpuSeconds = 0;   // user and system; 0 for parts of this process
+  double cpuSeconds = 0;   // user and system
   double userSeconds = 0;  // 0 for parts of this process
   long peakKilobytes = 0;  // 0 for parts of this process
 };
@@ -53,11 +54,18 @@ inline Measured measureProgram(const std::vector<std::string>& command) {
 // Times a part of this process.
 template <class Work>
 Measured measureWork(Work work) {
+  const auto cpuSeconds = [] {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+  };
+  const double cpuStart = cpuSeconds();
   const auto start = std::chrono::steady_clock::now();
   work();
   const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
   Measured measured;
   measured.wallSeconds = wall.count();
+  measured.cpuSeconds = cpuSeconds() - cpuStart;
   return measured;
 }
 

@@ -22,10 +22,6 @@ constexpr unsigned kAacEnd = 7;
 
 // Larger access units cannot be audio: AAC allows 768 bytes per channel, AC-3 3840.
 constexpr std::uint32_t kMaxUnit = 1 << 20;
-// Pre-roll before a position if the previous access unit is not sufficient: at least this many access units,
-// then more until the decoder has converged, up to a limit in case the file prevents that.
-constexpr std::uint64_t kConvergenceUnits = 24;
-constexpr std::uint64_t kMaxPreRollUnits = 4096;
 
 // Access units to try before giving up on a track: this many in a row at this many positions spread over the
 // track; in a short track these are all access units.
@@ -154,12 +150,8 @@ int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
 int AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
   AudioUnit unit;
   if (!timeline(index).find(index, position, unit)) return -1;
-  for (std::uint64_t ahead = 1;; ahead = std::max(4 * ahead, kConvergenceUnits)) {
-    const std::uint64_t first = unit.number - std::min(ahead, unit.number);
-    const Lead lead = decodePreRoll(index, first, unit);
-    if (lead == Lead::Failed) return -1;
-    if (lead == Lead::Converged || ahead >= kMaxPreRollUnits) return 0;
-  }
+  const auto decodeFrom = [&](std::uint64_t first) { return decodePreRoll(index, first, unit); };
+  return preRoll_.decodeBefore(unit.number, decodeFrom) ? 0 : -1;
 }
 
 int AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
@@ -173,17 +165,20 @@ int AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
   return 0;
 }
 
-AudioTrack::Lead AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
+PreRollResult AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
   AudioUnit from;
-  if (!timeline(index).at(index, first, from) || seekToUnit(index, from) < 0) return Lead::Failed;
-  const bool settled = first == 0;  // there is no history before the first access unit
+  if (!timeline(index).at(index, first, from) || seekToUnit(index, from) < 0) return {};
+  PreRollResult result;
   while (number_ < unit.number) {
-    if (advance(index) != Outcome::Delivered) return Lead::Failed;
-    if (decodeUnit(index) == Unit::NoMemory) return Lead::Failed;
+    if (advance(index) != Outcome::Delivered || decodeUnit(index) == Unit::NoMemory) return {};
     decoder_.RemoveSamples(decoder_.BufferedFrames());
+    if (result.converged) ++result.spare;
+    // Lost access units may have taken it back.
+    if (!result.converged || number_ == unit.number) result.converged = decoder_.Converged();
   }
   filledTo_ = clock_.position();
-  return settled || decoder_.Converged() ? Lead::Converged : Lead::NotConverged;
+  result.decoded = true;
+  return result;
 }
 
 AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {

@@ -7,6 +7,7 @@
 
 #include "audio/audio_decode.h"
 #include "base/exact_time.h"
+#include "plugin/pre_roll.h"
 #include "qvr.h"
 #include "streaming/index/audio_timeline.h"
 #include "streaming/index/track_cursor.h"
@@ -101,8 +102,6 @@ class AudioTrack {
   static constexpr std::uint64_t kNowhere = ~std::uint64_t{0};
 
   enum class Unit { Decoded, Lost, NoMemory };
-  // State of the decoder after the pre-roll.
-  enum class Lead { Failed, NotConverged, Converged };
 
   AudioClock startClock() const;
   AudioTimeline& timeline(FragmentIndex& index);
@@ -110,7 +109,7 @@ class AudioTrack {
   // Positions the track at an access unit, with the decoder history reset. Returns 0 or -1.
   int seekToUnit(FragmentIndex& index, const AudioUnit& unit);
   // Positions the track at `unit` after decoding the access units from number `first` on as pre-roll.
-  Lead decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
+  PreRollResult decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
   // Whether the access unit at the cursor states an impossible duration.
   bool lastsTooLong() const;
   // Decodes the access unit at the cursor into the decoder's buffer and advances past it.
@@ -135,6 +134,7 @@ class AudioTrack {
   AudioClock clock_;                         // clock at the cursor's access unit
   std::unique_ptr<AudioTimeline> timeline_;  // created on first use
   std::vector<std::uint8_t> unit_;           // a header and the sample after it
+  PreRoll preRoll_;
 
   std::uint64_t number_ = 0;           // index of the cursor's access unit in the track, from 0
   std::uint64_t position_ = kNowhere;  // position of the next sequential read
