@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "dsp/ipps_vector.h"
 #include "dsp/ipps_vlc.h"
+#include "dsp/vlc_powers.h"
 
 namespace {
 
@@ -102,6 +104,19 @@ TupleRun MakeRun(const std::vector<IppsVLCTable_32s>& words, const IppsVLCTuple&
   return run;
 }
 
+// The same code decodes to the powers of the values.
+void ExpectPowers(const TupleRun& run, const IppsVLCDecodeSpec_32s& table, bool isSigned, bool escapes,
+                  const std::vector<Ipp8u>& bytes) {
+  VlcPowers powers;
+  ASSERT_EQ(ippStsNoErr, PrepareVlcPowers(table, !isSigned, escapes, &powers));
+  std::vector<Ipp32f> expected(run.values.size()), lines(run.values.size());
+  ippsPow43_16s32f(run.values.data(), expected.data(), expected.size());
+  BitWindow stream(bytes.data(), bytes.size());
+  ASSERT_EQ(ippStsNoErr, DecodeVlcPowers(&stream, lines.data(), lines.size(), powers));
+  EXPECT_EQ(expected, lines);
+  EXPECT_EQ(run.bits.size(), stream.Position());
+}
+
 using BlockFunction = IppStatus (*)(BitWindow*, Ipp16s*, std::size_t, const IppsVLCDecodeSpec_32s*);
 
 void ExpectRoundTrip(const IppsVLCTuple& tuple, std::size_t symbols, bool isSigned, bool escapes,
@@ -118,6 +133,7 @@ void ExpectRoundTrip(const IppsVLCTuple& tuple, std::size_t symbols, bool isSign
   EXPECT_EQ(run.values, values);
   EXPECT_EQ(run.bits.size(), stream.Position());
   EXPECT_FALSE(stream.Overrun());
+  if (tuple.dimension > 1) ExpectPowers(run, table, isSigned, escapes, bytes);
 }
 
 TEST(Vlc, DecodesSignedSingles) {
@@ -157,6 +173,11 @@ IppStatus DecodeEscape(int prefix, const IppsVLCTuple& tuple, const std::string&
   BitWindow stream(bytes.data(), bytes.size());
   Ipp16s pair[2] = {};
   const IppStatus status = decode(&stream, pair, 2, &table);
+  VlcPowers powers;
+  EXPECT_EQ(ippStsNoErr, PrepareVlcPowers(table, !signs.empty(), true, &powers));
+  BitWindow again(bytes.data(), bytes.size());
+  Ipp32f lines[2];
+  EXPECT_EQ(status, DecodeVlcPowers(&again, lines, 2, powers));
   if (status == ippStsNoErr) {
     EXPECT_EQ(16 << prefix, pair[0]);
   }
