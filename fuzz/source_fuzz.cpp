@@ -27,10 +27,10 @@ void readHeld(SampleSource& source) {
   for (SourceTrack& track : source.tracks()) {
     double last = 0;
     for (std::size_t i = track.next; i < std::min(track.samples.size(), track.next + kMaxSamples); ++i) {
-      const SourceSample& sample = track.samples[i];
+      const SourceSample sample = track.samples[i];
       last = std::max(last, track.present(sample));
       track.edits.hides(sample.presentationTime(), sample.presentationTime() + sample.duration);
-      for (const std::uint8_t byte : source.read(sample)) sum += byte;
+      for (const std::uint8_t byte : source.read(track, i)) sum += byte;
     }
     if (!(last <= std::numeric_limits<double>::max())) std::abort();
   }
@@ -73,14 +73,14 @@ class BytesAsFile : public SampleSource {
  public:
   explicit BytesAsFile(std::span<const std::uint8_t> bytes) : bytes_(bytes.begin(), bytes.end()) {
     Mp4MemoryStream stream(bytes_.data(), bytes_.size());
-    const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
-    if (root) tracks_ = readTracks(root.get(), bytes_.size());
+    tracks_ = readTracks(stream);
   }
 
   const std::string& path() const override { return path_; }
   std::vector<SourceTrack>& tracks() override { return tracks_; }
   bool more() override { return false; }
-  std::span<std::uint8_t> read(const SourceSample& sample) override {
+  std::span<std::uint8_t> read(const SourceTrack& track, std::size_t index) override {
+    const SourceSample sample = track.samples[index];
     if (sample.offset > bytes_.size() || sample.size > bytes_.size() - sample.offset)
       throw UserError("outside");
     return std::span(bytes_).subspan(sample.offset, sample.size);

@@ -24,6 +24,7 @@ set(VL_LINUX_TESTS
   # binds names to libraries.
   corrupt_test
   plugin_memory_test
+  tool_source_test
   recovery_day_test
   recovery_memory_test
   recovery/../support/fault_host.cpp

@@ -117,8 +117,8 @@ struct Source {
       : file(path),
         video(*file.trackOfHandler(Mp4FourCc("vide"))),
         audio(*file.trackOfHandler(Mp4FourCc("soun"))) {}
-  Bytes bytes(const SourceSample& sample) {
-    const auto span = file.read(sample);
+  Bytes bytes(const SourceTrack& track, std::size_t index) {
+    const auto span = file.read(track, index);
     return {span.begin(), span.end()};
   }
 };
@@ -131,11 +131,12 @@ void recordSource(Source& source, const TempFolder& folder) {
   d.soundConfiguration = {source.audio.configuration.begin(), source.audio.configuration.begin() + 2};
   MediaFile file = startRecording(folder.file("out.mp4"), d, 5);
   std::uint32_t sounds = 0, i = 0;
-  for (const SourceSample& sample : source.video.samples) {
+  for (const SourceSample sample : source.video.samples) {
     for (; sounds < audioOf(i + 1) && sounds < source.audio.samples.size(); ++sounds)
-      writeSample(*file, 3, QVR_MODE_AUDIO, source.bytes(source.audio.samples[sounds]), sounds);
-    writeSample(*file, 1, QVR_MODE_VIDEO, source.bytes(sample), i++,
+      writeSample(*file, 3, QVR_MODE_AUDIO, source.bytes(source.audio, sounds), sounds);
+    writeSample(*file, 1, QVR_MODE_VIDEO, source.bytes(source.video, i), i,
                 sample.key ? DFRAME_KEY : DFRAME_NOT_KEY);
+    ++i;
   }
   closeFile(file);
 }

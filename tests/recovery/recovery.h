@@ -194,7 +194,7 @@ inline void expectAudio(const std::string& path, std::uint32_t frames) {
   const SourceTrack* const track = file.trackOfHandler(Mp4FourCc("soun"));
   ASSERT_EQ(track ? track->samples.size() : 0, frames) << path;
   for (std::uint32_t i = 0; i < frames; ++i) {
-    const auto bytes = file.read(track->samples[i]);
+    const auto bytes = file.read(*track, i);
     ASSERT_EQ(Bytes(bytes.begin(), bytes.end()), sound(i)) << path << ' ' << i;
   }
 }

@@ -18,7 +18,7 @@ using Bytes = std::vector<std::uint8_t>;
 void silence(const std::string& path, const Bytes& unit) {
   SourceFile file(path);
   Bytes bytes = readFile(path);
-  for (const SourceSample& sample : file.tracks().front().samples) {
+  for (const SourceSample sample : file.tracks().front().samples) {
     const auto place = bytes.begin() + static_cast<std::ptrdiff_t>(sample.offset);
     ASSERT_GE(sample.size, unit.size());
     std::fill_n(std::copy(unit.begin(), unit.end(), place), sample.size - unit.size(), std::uint8_t{0});

@@ -50,7 +50,7 @@ unsigned firstLayer(const std::string& path, std::uint32_t trackId) {
     SourceFile file(path);
     for (const SourceTrack& track : file.tracks()) {
       if (track.trackId != trackId || track.samples.empty()) continue;
-      const auto frame = file.read(track.samples.front());
+      const auto frame = file.read(track, 0);
       if (frame.size() < kHeaderBytes) return 0;
       const std::uint32_t header = Mp4LoadU32(frame.data());
       const std::uint32_t layer = header >> 17 & 3;  // counts backwards, 0 is reserved

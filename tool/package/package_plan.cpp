@@ -5,7 +5,6 @@
 #include <limits>
 #include <map>
 #include <numeric>
-#include <span>
 
 #include "base/user_error.h"
 #include "recording/segment_geometry.h"
@@ -57,8 +56,8 @@ void chooseFrames(const SourceTrack& video, const PackageOptions& options, Packa
   plan.count = static_cast<std::uint32_t>(std::min<std::size_t>(options.count.value_or(0xFFFFFFFFu), left));
 }
 
-std::span<const SourceSample> chosen(const SourceTrack& video, const PackagePlan& plan) {
-  return std::span(video.samples).subspan(plan.first, plan.count);
+SampleList::Part chosen(const SourceTrack& video, const PackagePlan& plan) {
+  return video.samples.part(plan.first, plan.count);
 }
 
 // The frame duration of the source, up to rounding: a timescale may have no whole number of ticks for it, and
@@ -92,7 +91,7 @@ struct Frames {
 // most frames have another duration, the mean of all keeps the video in step with the audio.
 Frames framesForRate(const SourceTrack& video, const FrameDuration& duration) {
   Frames nominal, all;
-  for (const SourceSample& sample : video.samples) {
+  for (const SourceSample sample : video.samples) {
     all.add(sample);
     if (duration.isOf(sample)) nominal.add(sample);
   }
@@ -120,7 +119,7 @@ void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
     throw UserError("the source has a frame rate that cannot be recorded");
   plan.rate = static_cast<std::uint32_t>(rate);
   plan.scale = static_cast<std::uint32_t>(scale);
-  const auto allButLast = std::span(video.samples).first(video.samples.size() - 1);
+  const auto allButLast = video.samples.part(0, video.samples.size() - 1);
   if (!std::all_of(allButLast.begin(), allButLast.end(),
                    [&](const SourceSample& sample) { return duration.isOf(sample); }))
     warn("the source's frames vary in duration; in the recording they all last " +
@@ -128,7 +127,7 @@ void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
 }
 
 // The most common key-frame interval; 0 when there is only one key frame.
-std::uint32_t keyFrameDistance(std::span<const SourceSample> frames, const Warn& warn) {
+std::uint32_t keyFrameDistance(const SampleList::Part& frames, const Warn& warn) {
   std::map<std::size_t, std::size_t> counts;
   std::size_t last = 0;
   for (std::size_t i = 1; i < frames.size(); ++i) {
@@ -190,8 +189,8 @@ PackagePlan PackagePlan::asRead(const SourceTrack& video) {
 
 void PackagePlan::chooseOffsets(const SourceTrack& video) {
   leastOffset = 0;
-  for (const SourceSample& sample : chosen(video, *this))
-    leastOffset = std::min(leastOffset, sample.compositionOffset);
+  for (const SourceSample sample : chosen(video, *this))
+    leastOffset = std::min<std::int64_t>(leastOffset, sample.compositionOffset);
   frameTicks = static_cast<double>(video.timescale) / framesPerSecond();
 }
 

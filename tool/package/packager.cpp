@@ -127,13 +127,12 @@ std::optional<VideoCaptions> Packager::findVideoCaptions() {
 // Whether the first frames to be recorded have captions; encoders put them into every frame, empty ones too.
 bool Packager::videoHasCaptions() {
   constexpr std::size_t kFrames = 300;
-  const auto frames = std::span(video_.samples).subspan(plan_.first);
+  const std::size_t end = std::min(video_.samples.size(), plan_.first + kFrames);
   try {
-    return std::any_of(
-        frames.begin(), frames.begin() + static_cast<std::ptrdiff_t>(std::min(frames.size(), kFrames)),
-        [this](const SourceSample& sample) {
-          return !captions::constructsInAccessUnit(source_.read(sample), lengthBytesOf(video_)).empty();
-        });
+    for (std::size_t i = plan_.first; i < end; ++i)
+      if (!captions::constructsInAccessUnit(source_.read(video_, i), lengthBytesOf(video_)).empty())
+        return true;
+    return false;
   } catch (const UserError&) {
     return false;  // recording comes to the damage too, and says so
   }
@@ -212,7 +211,7 @@ void Packager::describeAudio(QVRAUDIO& audio) const {
   audio.wave.samplesPerSecond = audioConfig_.frequency;
   audio.wave.channels = static_cast<std::uint16_t>(audio_->channels);
   std::uint64_t bytes = 0;
-  for (const SourceSample& sample : audio_->samples) bytes += sample.size;
+  for (const SourceSample sample : audio_->samples) bytes += sample.size;
   const double perSecond =
       static_cast<double>(bytes) / (static_cast<double>(audio_->samples.size()) * audioSeconds());
   audio.wave.averageBytesPerSecond = static_cast<std::uint32_t>(std::min(perSecond, 4294967295.0));
@@ -230,7 +229,7 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
       times_.add(video_.samples[video_.next]);
       // Audio is written before the frame that it plays with.
       writeAudioUpTo(static_cast<double>(frames_ + 1) * times_.frameSeconds(), true);
-      writeFrame(video_.samples[video_.next]);
+      writeFrame(video_.next);
       show(++frames_);
     }
     whole = video_.next == video_.samples.size();
@@ -246,8 +245,9 @@ void Packager::finish() {
   checkStatus(file_->MFXCmd(MFX_CLOSE, &request), "the end of '" + options_.output + "'");
 }
 
-void Packager::writeFrame(const SourceSample& sample) {
-  const auto bytes = source_.read(sample);
+void Packager::writeFrame(std::size_t index) {
+  const SourceSample sample = video_.samples[index];
+  const auto bytes = source_.read(video_, index);
   descriptor_.data = bytes.data();
   descriptor_.bytes = static_cast<std::uint32_t>(bytes.size());
   descriptor_.flags = sample.key ? DFRAME_KEY : DFRAME_NOT_KEY;
@@ -257,12 +257,7 @@ void Packager::writeFrame(const SourceSample& sample) {
     videoCaptions_->add(bytes, frames_, plan_.compositionOffset(sample));
     videoCaptions_->addTo(descriptor_, frames_);
   }
-  if (cc608_.present() || cc708_.present()) {
-    // Captions are read through the same buffer.
-    frameBytes_.assign(bytes.begin(), bytes.end());
-    descriptor_.data = frameBytes_.data();
-    addCaptions(frames_);
-  }
+  addCaptions(frames_);
   checkStatus(file_->Write(static_cast<std::uint32_t>(frames_), 1, kVideoChannel, QVR_MODE_VIDEO,
                            &descriptor_, nullptr),
               "frame " + std::to_string(frames_));
@@ -279,7 +274,7 @@ void Packager::addCaptions(std::uint64_t frame) {
 void Packager::writeAudioUpTo(double end, bool fill) {
   if (!audio_) return;
   for (; audio_->next < audio_->samples.size();) {
-    const SourceSample& sample = audio_->samples[audio_->next];
+    const SourceSample sample = audio_->samples[audio_->next];
     const auto time = isLeftOut(*audio_, sample) ? std::nullopt : times_.recorded(audio_->present(sample));
     const double position = static_cast<double>(accessUnits_) * audioSeconds();
     const double late = time ? *time - audioOffset_ - position : 0;
@@ -298,8 +293,7 @@ void Packager::writeAudioUpTo(double end, bool fill) {
       continue;
     }
     if (late > most) audioOffset_ += late;
-    ++audio_->next;
-    writeAccessUnit(source_.read(sample));
+    writeAccessUnit(source_.read(*audio_, audio_->next++));
   }
 }
 

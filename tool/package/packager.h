@@ -55,7 +55,7 @@ class Packager {
   void describeVideo(QVRVIDEO& video) const;
   void describeAudio(QVRAUDIO& audio) const;
 
-  void writeFrame(const SourceSample& sample);
+  void writeFrame(std::size_t index);
   void addCaptions(std::uint64_t frame);
   void writeAudioUpTo(double end, bool fill);
   void writeAccessUnit(std::span<std::uint8_t> bytes);
@@ -83,5 +83,4 @@ class Packager {
   double leadingAudio_ = 0;        // seconds of audio before the video
   std::uint64_t overlaps_ = 0;     // access units that had no time left
   DFRAME descriptor_ = {};
-  std::vector<std::uint8_t> frameBytes_;
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <span>
 #include <vector>
 
 namespace {
@@ -23,11 +22,11 @@ double median(std::vector<double> values) {
 
 PictureTimes::PictureTimes(const SourceTrack& video, const PackagePlan& plan)
     : edits_(video.edits), timescale_(video.timescale), frameSeconds_(1 / plan.framesPerSecond()) {
-  const auto all = std::span(video.samples).subspan(plan.first);
-  const auto frames = all.first(std::min({all.size(), kVoters, std::size_t{plan.count}}));
+  const std::size_t all = video.samples.size() - plan.first;
+  const auto frames = video.samples.part(plan.first, std::min({all, kVoters, std::size_t{plan.count}}));
   std::vector<double> shifts;
   firstPicture_ = std::numeric_limits<double>::infinity();
-  for (const SourceSample& frame : frames) {
+  for (const SourceSample frame : frames) {
     if (!shifts.empty() && frame.decodeTime > decodeTime_ &&
         static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ > frameSeconds_ + kOutage)
       break;

@@ -166,28 +166,29 @@ bool FragmentStream::readFragment() {
 void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint64_t moofOffset,
                                 std::uint64_t dataOffset, std::size_t dataPlace) {
   const Mp4BoxPtr box = parse(moof, Mp4FourCc("moof"), moofOffset);
-  std::vector<std::size_t> held;
   const std::uint64_t dataSize = data_.size() - dataPlace;
   const std::uint64_t added = samplesOf(*box);
   std::uint64_t count = added;
-  for (const SourceTrack& track : tracks_) {
-    held.push_back(track.samples.size());
-    count += track.samples.size();
-  }
+  for (const SourceTrack& track : tracks_) count += track.samples.size();
   if (added > dataSize + kMaxEmptySamples || count > kMaxSamples)
     damaged("a fragment claims too many samples");
+  std::vector<SampleList> waiting;
+  for (SourceTrack& track : tracks_) waiting.push_back(std::exchange(track.samples, {}));
   ::readFragment(movie_.get(), box.get(), kMaxSamples, tracks_);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
-    for (SourceSample& sample : std::span(tracks_[i].samples).subspan(held[i])) {
+    for (SourceSample sample : tracks_[i].samples) {
       const std::uint64_t place = sample.offset - dataOffset;
       if (sample.offset < dataOffset || place > dataSize || sample.size > dataSize - place)
         damaged("a sample lies outside of its fragment's media data");
       sample.offset = dataPlace + place;
+      waiting[i].push_back(sample);
     }
+    tracks_[i].samples = std::move(waiting[i]);
   }
 }
 
-std::span<std::uint8_t> FragmentStream::read(const SourceSample& sample) {
+std::span<std::uint8_t> FragmentStream::read(const SourceTrack& track, std::size_t index) {
+  const SourceSample sample = track.samples[index];
   return std::span(data_).subspan(static_cast<std::size_t>(sample.offset), sample.size);
 }
 
@@ -198,15 +199,16 @@ bool FragmentStream::holdsMuch() const {
 void FragmentStream::forgetUsed() {
   spare_.clear();
   for (SourceTrack& track : tracks_) {
-    track.samples.erase(track.samples.begin(),
-                        track.samples.begin() + static_cast<std::ptrdiff_t>(track.next));
-    track.next = 0;
-    if (!track.wanted) track.samples.clear();
-    for (SourceSample& sample : track.samples) {
-      const auto bytes = read(sample);
+    SampleList waiting;
+    for (std::size_t i = track.next; track.wanted && i < track.samples.size(); ++i) {
+      const auto bytes = read(track, i);
+      SourceSample sample = track.samples[i];
       sample.offset = spare_.size();
       spare_.insert(spare_.end(), bytes.begin(), bytes.end());
+      waiting.push_back(sample);
     }
+    track.samples = std::move(waiting);
+    track.next = 0;
     if (track.samples.size() > kMaxHeldSamples) damaged("one of its tracks runs too far ahead of the video");
   }
   if (spare_.size() > kMaxHeldBytes) damaged("one of its tracks runs too far ahead of the video");

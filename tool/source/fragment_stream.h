@@ -24,7 +24,7 @@ class FragmentStream : public SampleSource {
 
   const std::string& path() const override { return name_; }
   std::vector<SourceTrack>& tracks() override { return tracks_; }
-  std::span<std::uint8_t> read(const SourceSample& sample) override;
+  std::span<std::uint8_t> read(const SourceTrack& track, std::size_t index) override;
   // Drops the samples that have been used and reads the next fragment. Throws UserError when the input is
   // damaged or truncated.
   bool more() override;

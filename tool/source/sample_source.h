@@ -1,7 +1,7 @@
 // The source of samples for packaging: a file, or a stream that is still arriving (ISO/IEC 14496-12).
 #pragma once
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -9,22 +9,7 @@
 
 #include "streaming/index/nominal_duration.h"
 #include "tool/source/edit_list.h"
-
-struct SourceSample {
-  std::uint64_t offset = 0;  // of the first byte, as SampleSource::read() takes it
-  std::uint32_t size = 0;    // bytes
-  bool key = true;
-  std::uint64_t decodeTime = 0;        // ticks of the track
-  std::uint32_t duration = 0;          // ticks
-  std::int64_t compositionOffset = 0;  // ticks
-
-  // Display time in ticks of the track, before its edit list is applied. Clamped so that sums cannot
-  // overflow.
-  std::int64_t presentationTime() const {
-    constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
-    return static_cast<std::int64_t>(std::min(decodeTime, kMost)) + compositionOffset;
-  }
-};
+#include "tool/source/sample_list.h"
 
 struct SourceTrack {
   std::uint32_t trackId = 0;
@@ -38,7 +23,7 @@ struct SourceTrack {
   std::uint8_t objectType = 0;              // audio only: objectTypeIndication
   EditList edits;
   NominalDuration nominalDuration;
-  std::vector<SourceSample> samples;
+  SampleList samples;
   bool wanted = false;               // its samples will be used
   std::size_t next = 0;              // index of the first unused sample
   std::uint64_t nextDecodeTime = 0;  // after the last sample, ticks
@@ -58,8 +43,9 @@ class SampleSource {
   virtual std::vector<SourceTrack>& tracks() = 0;
   // Gets more samples and drops those that have been used. False when there are none.
   virtual bool more() = 0;
-  // A sample's bytes, valid until the next call. Throws UserError when the source does not have them.
-  virtual std::span<std::uint8_t> read(const SourceSample& sample) = 0;
+  // The bytes of a sample of one of the tracks, valid until the next call for that track, and of more().
+  // Throws UserError when the source does not have them.
+  virtual std::span<std::uint8_t> read(const SourceTrack& track, std::size_t index) = 0;
 
   // The first track of a kind, by its handler or by the type of its sample entry; null when there is none.
   SourceTrack* trackOfHandler(std::uint32_t handler) {

@@ -32,11 +32,10 @@ void SourceCaptions::addTo(DFRAME& descriptor, std::int64_t frame,
   const bool is608 = track_->codec == Mp4FourCc("c608");
   bool moved = false;
   for (; track_->next < track_->samples.size(); ++track_->next) {
-    const SourceSample& sample = track_->samples[track_->next];
-    const std::int64_t start = frameOf(track_->present(sample));
+    const std::int64_t start = frameOf(track_->present(track_->samples[track_->next]));
     if (start > frame) break;
     start_ = start;
-    payload_ = payloadOf(source_.read(sample), is608 ? Mp4FourCc("cdat") : Mp4FourCc("ccdp"));
+    payload_ = payloadOf(source_.read(*track_, track_->next), is608 ? Mp4FourCc("cdat") : Mp4FourCc("ccdp"));
     moved = true;
   }
   if (is608)

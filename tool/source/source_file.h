@@ -19,13 +19,22 @@ class SourceFile : public SampleSource {
   std::vector<SourceTrack>& tracks() override { return tracks_; }
   // All samples of a file are known from the start.
   bool more() override { return false; }
-  std::span<std::uint8_t> read(const SourceSample& sample) override;
+  std::span<std::uint8_t> read(const SourceTrack& track, std::size_t index) override;
 
  private:
+  // Bytes of a track that follow each other in the file.
+  struct Window {
+    std::uint64_t offset = 0;  // in the file
+    std::uint64_t count = 0;
+    std::unique_ptr<std::uint8_t[]> bytes;
+    std::uint64_t capacity = 0;
+  };
+
+  void fill(Window& window, std::uint64_t offset, std::uint64_t count);
+
   std::string path_;
   Mp4Stream stream_;
   std::uint64_t size_ = 0;  // bytes
   std::vector<SourceTrack> tracks_;
-  std::unique_ptr<std::uint8_t[]> buffer_;
-  std::uint32_t capacity_ = 0;
+  std::vector<Window> windows_;  // one for each track
 };

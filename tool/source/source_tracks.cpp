@@ -23,6 +23,7 @@
 #include "mp4box/boxes/trun.h"
 #include "mp4box/boxes/visual_entry.h"
 #include "mp4box/sample_flags.h"
+#include "mp4box/window_stream.h"
 #include "streaming/index/track_defaults.h"
 #include "streaming/index/track_fragment.h"
 
@@ -46,50 +47,97 @@ std::vector<std::uint64_t> chunkOffsets(Mp4Box* table) {
   return {};
 }
 
-void takeTimes(Mp4Box* table, std::vector<SourceSample>& samples) {
-  std::size_t next = 0;
-  std::uint64_t time = 0;
-  std::uint32_t delta = 0;
-  const auto take = [&] {
-    samples[next].decodeTime = time;
-    samples[next++].duration = delta;
-    time += delta;
-  };
-  if (const auto* stts = payloadAt<mp4::TimeToSampleBox>(table, "stts")) {
-    for (const auto& entry : stts->entries) {
-      delta = entry.sampleDelta;
-      for (std::uint32_t i = 0; i < entry.sampleCount && next < samples.size(); ++i) take();
+// A table whose entries apply to a number of samples each.
+template <class Entry>
+class EntryOfSamples {
+ public:
+  // Null: there is no table.
+  explicit EntryOfSamples(const std::vector<Entry>* entries) : entries_(entries) {}
+
+  // The entry of the next sample; null after the last.
+  const Entry* next() {
+    if (!entries_) return nullptr;
+    while (entry_ < entries_->size() && taken_ == (*entries_)[entry_].sampleCount) {
+      ++entry_;
+      taken_ = 0;
+    }
+    if (entry_ == entries_->size()) return nullptr;
+    ++taken_;
+    return &(*entries_)[entry_];
+  }
+
+ private:
+  const std::vector<Entry>* entries_;
+  std::size_t entry_ = 0;
+  std::uint32_t taken_ = 0;
+};
+
+template <class Payload>
+auto* entriesOf(const Payload* table) {
+  return table ? &table->entries : nullptr;
+}
+
+// Appends the samples of a track's tables to it, in order.
+class TableSamples {
+ public:
+  TableSamples(Mp4Box* table, const mp4::SampleSizeBox& sizes, SampleList& samples)
+      : sizes_(sizes),
+        times_(entriesOf(payloadAt<mp4::TimeToSampleBox>(table, "stts"))),
+        compositionOffsets_(entriesOf(payloadAt<mp4::CompositionOffsetBox>(table, "ctts"))),
+        samples_(samples) {
+    if (const auto* stts = payloadAt<mp4::TimeToSampleBox>(table, "stts"); stts && !stts->entries.empty())
+      lastDelta_ = stts->entries.back().sampleDelta;
+    if (const auto* stss = payloadAt<mp4::SyncSampleBox>(table, "stss")) {
+      allKeys_ = false;
+      keys_ = stss->sampleNumbers;
+      std::sort(keys_.begin(), keys_.end());
     }
   }
-  while (next < samples.size()) take();  // a table that ends early: its last delta continues
-}
 
-void takeCompositionOffsets(Mp4Box* table, std::vector<SourceSample>& samples) {
-  const auto* ctts = payloadAt<mp4::CompositionOffsetBox>(table, "ctts");
-  if (!ctts) return;
-  std::size_t next = 0;
-  for (const auto& entry : ctts->entries) {
-    for (std::uint32_t i = 0; i < entry.sampleCount && next < samples.size(); ++i) {
-      // Negative offsets occur in tables of version 0 too, written by QuickTime.
-      samples[next++].compositionOffset = static_cast<std::int32_t>(entry.sampleOffset);
-    }
+  bool done() const { return samples_.size() == sizes_.sampleCount; }
+
+  // Appends the next sample, which lies at `offset`. Returns its size.
+  std::uint32_t add(std::uint64_t offset) {
+    const std::size_t index = samples_.size();
+    SourceSample sample;
+    sample.offset = offset;
+    sample.size = sizes_.sampleSize != 0 ? sizes_.sampleSize : sizes_.entrySizes[index];
+    sample.key = isKey(index + 1);
+    sample.decodeTime = time_;
+    // A table that ends early: its last delta continues.
+    const auto* entry = times_.next();
+    sample.duration = entry ? entry->sampleDelta : lastDelta_;
+    // Negative offsets occur in tables of version 0 too, written by QuickTime.
+    if (const auto* shift = compositionOffsets_.next())
+      sample.compositionOffset = static_cast<std::int32_t>(shift->sampleOffset);
+    time_ += sample.duration;
+    samples_.push_back(sample);
+    return sample.size;
   }
-}
 
-void takeSyncSamples(Mp4Box* table, std::vector<SourceSample>& samples) {
-  const auto* stss = payloadAt<mp4::SyncSampleBox>(table, "stss");
-  if (!stss) return;
-  for (SourceSample& sample : samples) sample.key = false;
-  for (const std::uint32_t number : stss->sampleNumbers) {
-    if (number >= 1 && number <= samples.size()) samples[number - 1].key = true;
+ private:
+  // To be asked in ascending order.
+  bool isKey(std::size_t number) {
+    while (nextKey_ < keys_.size() && keys_[nextKey_] < number) ++nextKey_;
+    return allKeys_ || (nextKey_ < keys_.size() && keys_[nextKey_] == number);
   }
-}
 
-void takePlaces(Mp4Box* table, std::vector<SourceSample>& samples) {
+  const mp4::SampleSizeBox& sizes_;
+  EntryOfSamples<decltype(mp4::TimeToSampleBox::entries)::value_type> times_;
+  EntryOfSamples<decltype(mp4::CompositionOffsetBox::entries)::value_type> compositionOffsets_;
+  std::uint32_t lastDelta_ = 0;
+  std::uint64_t time_ = 0;
+  bool allKeys_ = true;
+  std::vector<std::uint32_t> keys_;  // sample numbers
+  std::size_t nextKey_ = 0;
+  SampleList& samples_;
+};
+
+// Adds the samples of all chunks.
+void addChunks(Mp4Box* table, TableSamples& samples) {
   const std::vector<std::uint64_t> chunks = chunkOffsets(table);
   const auto* stsc = payloadAt<mp4::SampleToChunkBox>(table, "stsc");
   if (!stsc || stsc->entries.empty()) damaged("its samples have no chunks");
-  std::size_t next = 0;
   for (std::size_t i = 0; i < stsc->entries.size(); ++i) {
     const auto& entry = stsc->entries[i];
     const std::uint64_t last =
@@ -97,13 +145,11 @@ void takePlaces(Mp4Box* table, std::vector<SourceSample>& samples) {
     if (entry.firstChunk == 0 || entry.firstChunk >= last) damaged("its runs of chunks are out of order");
     for (std::uint64_t chunk = entry.firstChunk; chunk < last && chunk <= chunks.size(); ++chunk) {
       std::uint64_t offset = chunks[chunk - 1];
-      for (std::uint32_t k = 0; k < entry.samplesPerChunk && next < samples.size(); ++k) {
-        samples[next].offset = offset;
-        offset += samples[next++].size;
-      }
+      for (std::uint32_t k = 0; k < entry.samplesPerChunk && !samples.done(); ++k)
+        offset += samples.add(offset);
     }
   }
-  if (next < samples.size()) damaged("its chunks hold fewer samples than it has sizes of");
+  if (!samples.done()) damaged("its chunks hold fewer samples than it has sizes of");
 }
 
 void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
@@ -112,14 +158,10 @@ void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
   // Samples of equal size have no table entries to bound their number; the file's size does.
   if (stsz->sampleSize != 0 && stsz->sampleCount > fileSize / stsz->sampleSize)
     damaged("its samples are larger than the file");
-  track.samples.resize(stsz->sampleCount);
-  for (std::uint32_t i = 0; i < stsz->sampleCount; ++i)
-    track.samples[i].size = stsz->sampleSize != 0 ? stsz->sampleSize : stsz->entrySizes[i];
-  takeTimes(table, track.samples);
-  track.nextDecodeTime = track.samples.back().decodeTime + track.samples.back().duration;
-  takeCompositionOffsets(table, track.samples);
-  takeSyncSamples(table, track.samples);
-  takePlaces(table, track.samples);
+  TableSamples samples(table, *stsz, track.samples);
+  addChunks(table, samples);
+  const SourceSample last = track.samples.back();
+  track.nextDecodeTime = last.decodeTime + last.duration;
 }
 
 // ---- Tracks -----------------------------------------------------------------------------------------
@@ -168,7 +210,7 @@ SourceTrack readTrack(Mp4Box* moov, Mp4Box* trak, std::uint64_t fileSize) {
 // The sample table of a plain file counts as one fragment.
 NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExtendsBox* trex) {
   NominalDuration nominal(trex ? trex->defaultSampleDuration : 0);
-  for (const SourceSample& sample : track.samples) nominal.addSamples(sample.duration);
+  for (const SourceSample sample : track.samples) nominal.addSamples(sample.duration);
   nominal.endFragment();
   return nominal;
 }
@@ -239,12 +281,25 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
   }
 }
 
-std::vector<SourceTrack> readTracks(Mp4Box* root, std::uint64_t fileSize) {
-  Mp4Box* const moov = Mp4BoxGet(nullptr, root, true, "moov");
+// The boxes of a fragment are needed for its samples only; all of them together take many times their size.
+std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
+  constexpr std::uint64_t kAhead = 4096;  // bytes; the boxes of a second take about a thousand
+  const std::uint64_t size = stream.size();
+  const Mp4BoxPtr root(Mp4ReadRoot(stream, false));
+  Mp4Box* const moov = root ? Mp4BoxGet(nullptr, root.get(), true, "moov") : nullptr;
   if (!moov) throw UserError("the source holds no movie box; give an MP4 file");
-  std::vector<SourceTrack> tracks = readMovie(moov, fileSize);
-  for (Mp4Box* box = root->first; box; box = box->next) {
-    if (box->type == Mp4FourCc("moof")) readFragment(moov, box, fileSize, tracks);
+  std::vector<SourceTrack> tracks = readMovie(moov, size);
+  Mp4Window window;
+  Mp4WindowStream file(stream, window, size, kAhead);
+  Mp4Box header;
+  for (bool more = file.seek(0); more && Mp4ReadBoxHeader(file, header);) {
+    header.father = root.get();
+    if (header.type == Mp4FourCc("moof")) {
+      const Mp4BoxPtr moof(Mp4ReadBox(file, root.get()));
+      if (!moof) break;
+      readFragment(moov, moof.get(), size, tracks);
+    }
+    more = Mp4SeekNextBox(file, header) == 1;
   }
   return tracks;
 }

@@ -4,11 +4,12 @@
 #include <vector>
 
 #include "mp4box/box.h"
+#include "mp4box/stream.h"
 #include "tool/source/sample_source.h"
 
-// The tracks of the movie box below `root`, with the samples of their tables and of the file's fragments.
-// Throws UserError when tables contradict each other or `fileSize`.
-std::vector<SourceTrack> readTracks(Mp4Box* root, std::uint64_t fileSize);
+// The tracks of the first movie box of a file, with the samples of their tables and of the file's fragments.
+// Throws UserError when there is no movie box, or tables contradict each other or the size of the file.
+std::vector<SourceTrack> readTracks(Mp4Stream& stream);
 
 // The same in steps, for a file that is not complete yet: the tracks of a movie box, then the samples of each
 // movie fragment, with data at or before `end`.
