@@ -18,9 +18,10 @@
 
 struct Measured {
   double wallSeconds = 0;
-  double cpuSeconds = 0;   // user and system
-  double userSeconds = 0;  // 0 for parts of this process
-  long peakKilobytes = 0;  // 0 for parts of this process
+  double cpuSeconds = 0;    // user and system
+  double userSeconds = 0;   // 0 for parts of this process
+  long peakKilobytes = 0;   // 0 for parts of this process
+  double writtenBytes = 0;  // to files; 0 for parts of this process
 };
 
 // Runs a program with its output discarded. Throws std::runtime_error if it fails.
@@ -48,7 +49,7 @@ inline Measured measureProgram(const std::vector<std::string>& command) {
     return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
   };
   return {wall.count(), seconds(usage.ru_utime) + seconds(usage.ru_stime), seconds(usage.ru_utime),
-          usage.ru_maxrss};
+          usage.ru_maxrss, static_cast<double>(usage.ru_oublock) * 512};
 }
 
 // Times a part of this process.
@@ -93,9 +94,41 @@ void alternate(int rounds, std::vector<Measured>& first, std::vector<Measured>& 
   }
 }
 
+// A figure and by how much it varies from run to run; negative: that is not known.
+struct Figure {
+  double value = 0;
+  double spread = -1;
+};
+
+// Half the interquartile range of values.
+inline double spreadOf(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return (values[values.size() * 3 / 4] - values[values.size() / 4]) / 2;
+}
+
+// The median of one figure with its spread, times `unit`.
+inline Figure figureOf(const std::vector<Measured>& measured, double Measured::*figure, double unit = 1) {
+  std::vector<double> values;
+  for (const Measured& m : measured) values.push_back(m.*figure * unit);
+  return {median(values), spreadOf(values)};
+}
+
+// The ratio of the medians, with the spread of the rounds' ratios.
+inline Figure ratioOf(const std::vector<Measured>& first, const std::vector<Measured>& second,
+                      double Measured::*figure) {
+  std::vector<double> ratios;
+  for (std::size_t i = 0; i < first.size(); ++i) ratios.push_back(first[i].*figure / second[i].*figure);
+  return {medianOf(first, figure) / medianOf(second, figure), spreadOf(ratios)};
+}
+
 // Prints a figure with its target and returns whether it is met.
-inline bool report(const char* what, double value, const char* relation, double target) {
-  const bool met = relation[0] == '<' ? value <= target : value >= target;
-  std::printf("%-62s %10.2f   target %s %g   %s\n", what, value, relation, target, met ? "met" : "MISSED");
+inline bool report(const char* what, const Figure& figure, const char* relation, double target) {
+  const bool met = relation[0] == '<' ? figure.value <= target : figure.value >= target;
+  std::printf("%-62s %10.2f   spread ", what, figure.value);
+  std::printf(figure.spread < 0 ? "-" : "%.3f", figure.spread);
+  std::printf("   target %s %g   %s\n", relation, target, met ? "met" : "MISSED");
   return met;
+}
+inline bool report(const char* what, double value, const char* relation, double target) {
+  return report(what, Figure{value}, relation, target);
 }

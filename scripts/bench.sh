@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds the release preset, runs every measurement and writes docs/performance.md from what they print. Exit 0 only
-# when all targets are met.
+# Builds the release preset and runs every measurement. What they print becomes docs/performance.md, unless a figure is
+# worse than the one that stands there by more than its noise; `bench.sh --accept` takes it all the same. Exit 0 only
+# when nothing is worse and all targets are met.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -14,12 +15,13 @@ version_of() { dpkg-query --show --showformat='${Version}' "$1"; }
 
 # section TITLE: the output of a measurement as a table of its figures and a list of its other lines.
 section() {
-  printf '\n## %s\n\n| figure | measured | target | |\n|---|---:|---:|---|\n' "$1"
+  printf '\n## %s\n\n| figure | measured | spread | target | |\n|---|---:|---:|---:|---|\n' "$1"
   awk '
     function trimmed(text) { gsub(/^ +| +$/, "", text); return text }
-    match($0, / +[-0-9.]+ +target [<>]= /) {
+    match($0, / +[-0-9.]+ +spread [-0-9.]+ +target [<>]= /) {
       split(trimmed(substr($0, RSTART)), word, " +")
-      printf "| %s | %s | %s %s | %s |\n", trimmed(substr($0, 1, RSTART - 1)), word[1], word[3], word[4], word[5]
+      printf "| %s | %s | %s | %s %s | %s |\n",
+        trimmed(substr($0, 1, RSTART - 1)), word[1], word[3], word[5], word[6], word[7]
       next
     }
     { notes = notes "- " $0 "\n" }
@@ -28,13 +30,15 @@ section() {
 
 started=$(load)
 sections=
-# write_document: all that has been measured so far, so that a run that is interrupted leaves what it has.
-write_document() {
-  cat >docs/performance.md <<END
+page=build/performance.md
+# write_page: all that has been measured so far, so that a run that is interrupted leaves what it has.
+write_page() {
+  cat >"$page" <<END
 # Performance
 
 \`scripts/bench.sh\` measures this and writes this page. Ratios are of medians, from runs that take turns on one
-machine; they say more than the times beside them. Other work on the machine shows in the load average.
+machine; they say more than the times beside them. The spread is half the interquartile range of the rounds' ratios:
+the next run must not be worse by more. Other work on the machine shows in the load average.
 
 | | |
 |---|---|
@@ -59,8 +63,9 @@ measure() {
   echo "$output"
   sections+=$(section "$2" <<<"$output")
   sections+=$'\n'
-  write_document
+  write_page
 }
+measure bench_load "Starting"
 measure bench_open_day "Opening a recording of a day"
 measure bench_random_frames "Reading frames at random"
 measure bench_read_frames "Reading every frame"
@@ -68,4 +73,14 @@ measure bench_decode_audio "Decoding AAC"
 measure bench_decode_surround "Decoding AC-3"
 measure bench_random_audio "Audio at random positions"
 measure bench_record "Recording"
+measure bench_package_day "Packaging a day"
+
+# Figures of another machine are no measure for this one.
+processor() { grep '^| processor' "$1"; }
+if [[ ${1:-} != --accept && $(processor "$page") == "$(processor docs/performance.md)" ]] &&
+  ! scripts/compare_performance.sh docs/performance.md "$page"; then
+  echo "bench: FAILED: the figures above are worse than in docs/performance.md; see $page" >&2
+  exit 1
+fi
+cp "$page" docs/performance.md
 exit "$missed"
