@@ -13,6 +13,7 @@ constexpr std::uint32_t kMoof = Mp4FourCc("moof");
 constexpr std::uint32_t kMfhd = Mp4FourCc("mfhd");
 constexpr std::uint32_t kTraf = Mp4FourCc("traf");
 constexpr std::uint32_t kTfhd = Mp4FourCc("tfhd");
+constexpr std::uint32_t kTfdt = Mp4FourCc("tfdt");
 constexpr std::uint32_t kTrun = Mp4FourCc("trun");
 
 template <class Payload>
@@ -138,6 +139,7 @@ class FragmentCounter::Walk {
 
   // Whether a box between those that are counted changes nothing: one without children that is always read.
   static bool otherBox(const BoxWalk& box) {
+    if (box.type() == kMfhd || box.type() == kTfhd || box.type() == kTfdt) return true;
     const Mp4BoxReader reader = Mp4FindBoxType(box.type()).reader;
     return reader == Mp4ReadLeaf || reader == Mp4ReadUnknown || reader == Mp4ReadMediaData;
   }

@@ -16,12 +16,6 @@ constexpr std::uint32_t kSidx = Mp4FourCc("sidx");
 // Size, type, 64-bit size and extended type.
 constexpr std::uint64_t kMaxHeader = 32;
 
-// Size of the box at an offset, 0 if there is none.
-std::uint64_t sizeOfBoxAt(Mp4Stream& stream, std::uint64_t offset) {
-  Mp4Box header;
-  return stream.seek(offset) && Mp4ReadBoxHeader(stream, header) ? header.size : 0;
-}
-
 }  // namespace
 
 FragmentIndex::FragmentIndex(Mp4Stream& stream, Mp4Box* root,
@@ -62,9 +56,9 @@ template <class Work>
 int FragmentIndex::orOutOfMemory(Work work) try {
   return work();
 } catch (const std::bad_alloc&) {
-  entries_ = {};
-  for (auto& amounts : audio_) amounts = {};
-  order_ = {};
+  entries_.clear();
+  for (auto& amounts : audio_) amounts.clear();
+  order_.clear();
   settled_ = false;
   messages::reportIndexError(messages::kNoMoofArrayMemory);
   return -1;
@@ -73,15 +67,14 @@ int FragmentIndex::orOutOfMemory(Work work) try {
 void FragmentIndex::addTree(const Mp4Box* moof) {
   const FragmentCounts& counts = counter_.count(moof);
   if (!counts.hasHeader) return;
-  const std::uint64_t next = moof->next ? moof->next->size : sizeOfBoxAt(stream_, moof->end());
-  addEntry(keep(*moof, counts, next));
+  addEntry(keep(*moof, counts));
 }
 
-std::uint32_t FragmentIndex::keep(const Mp4Box& moof, const FragmentCounts& counts, std::uint64_t mdatSize) {
+std::uint32_t FragmentIndex::keep(const Mp4Box& moof, const FragmentCounts& counts) {
   const auto& amounts = counts.amounts;
   const auto number = static_cast<std::uint32_t>(entries_.size());
   for (std::size_t i = 0; i < audio_.size(); ++i) audio_[i].push_back(counts.audio[i]);
-  entries_.push_back({moof.position, moof.size, mdatSize, counts.sequenceNumber, amounts[kVideoTrack],
+  entries_.push_back({moof.position, moof.size, counts.sequenceNumber, amounts[kVideoTrack],
                       amounts[kCc608Track], amounts[kCc708Track], amounts[kAudioTrack],
                       counts.largestVideoSample});
   return number;
@@ -227,8 +220,12 @@ std::uint32_t FragmentIndex::countFragment(Mp4Stream& stream, const Mp4Box& head
     if (!tree) return kNoEntry;
     counts = &counter_.count(tree->first);
   }
-  if (!counts->hasHeader) return kNoEntry;
-  return keep(header, *counts, sizeOfBoxAt(stream, header.end()));
+  return counts->hasHeader ? keep(header, *counts) : kNoEntry;
+}
+
+std::uint64_t FragmentIndex::mdatSize(const FragmentEntry& entry) {
+  Mp4Box header;
+  return stream_.seek(entry.mdatOffset()) && Mp4ReadBoxHeader(stream_, header) ? header.size : 0;
 }
 
 std::shared_ptr<const LoadedFragment> FragmentIndex::load(const FragmentEntry& entry, ReadWindow& window) {

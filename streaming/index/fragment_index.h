@@ -21,7 +21,6 @@
 struct FragmentEntry {
   std::uint64_t moofOffset = 0;  // file offset of the `moof`
   std::uint64_t moofSize = 0;    // bytes
-  std::uint64_t mdatSize = 0;    // size of the box directly after the `moof`, whatever its type
   std::uint32_t sequenceNumber = 0;
   std::uint32_t videoSamples = 0;
   std::uint32_t cc608Frames = 0;         // duration, video frames
@@ -96,6 +95,9 @@ class FragmentIndex {
     return audio_[audio][order_[rank]];
   }
 
+  // The size of the box directly after an entry's `moof`, whatever its type, 0 if there is none. Nothing here
+  // needs it: it is read when asked for.
+  std::uint64_t mdatSize(const FragmentEntry& entry);
   // The parsed fragment of an entry, through `window` if that is open. Null if it cannot be read, throws
   // std::bad_alloc if memory is short.
   std::shared_ptr<const LoadedFragment> load(const FragmentEntry& entry, ReadWindow& window);
@@ -138,7 +140,7 @@ class FragmentIndex {
   void addTree(const Mp4Box* moof);
   void addEntry(std::uint32_t number);
   // Stores what has been counted of a fragment. Returns its place in `entries_`.
-  std::uint32_t keep(const Mp4Box& moof, const FragmentCounts& counts, std::uint64_t mdatSize);
+  std::uint32_t keep(const Mp4Box& moof, const FragmentCounts& counts);
   void addIndexes();
   void addAllFragments();
   // Adds the fragments that a `sidx` refers to. Returns false if it has no payload.
@@ -181,7 +183,7 @@ class FragmentIndex {
   std::deque<FragmentEntry> entries_;
   std::vector<std::deque<AudioAmount>> audio_;  // for each audio track, by entry
   // The entries of the index: in the order of their addition, by sequence number after settle().
-  std::vector<std::uint32_t> order_;
+  std::deque<std::uint32_t> order_;
   bool settled_ = true;
   std::size_t reachable_ = 0;  // number of entries below fragmentCount_
   // The sums of the amounts before every kSumInterval-th reachable entry, and their total at the end.

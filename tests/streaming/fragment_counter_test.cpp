@@ -146,7 +146,7 @@ TEST(FragmentCounter, WalkingAndTheTreeGiveTheSameIndex) {
       const FragmentEntry& a = *walked.index->entry(walked.index->fragmentIndexAt(i));
       const FragmentEntry& b = *tree.index->entry(tree.index->fragmentIndexAt(i));
       EXPECT_EQ(a.moofOffset, b.moofOffset) << file.path();
-      EXPECT_EQ(a.mdatSize, b.mdatSize) << file.path();
+      EXPECT_EQ(a.moofSize, b.moofSize) << file.path();
       EXPECT_EQ(a.videoSamples, b.videoSamples) << file.path();
       EXPECT_EQ(a.cc608Frames, b.cc608Frames) << file.path();
     }

@@ -82,7 +82,7 @@ TEST(FragmentIndex, EntriesGiveTheMediaDataOffset) {
   const Bytes first = videoFragment(1, 3);
   IndexedFile file(join({first, videoFragment(2, 2)}));
   FragmentIndex& index = file.build();
-  EXPECT_EQ(index.entry(0)->mdatSize, 8u + 30u);
+  EXPECT_EQ(index.mdatSize(*index.entry(0)), 8u + 30u);
   EXPECT_EQ(index.entry(0)->mdatOffset(), first.size() - 38u);
   EXPECT_EQ(index.entry(1)->mdatOffset(), file.bytes.size() - 28u);
 }
@@ -93,7 +93,8 @@ TEST(FragmentIndex, ALargeSizedMediaDataBoxGivesIts64BitSize) {
   Bytes moof = fragment(1, {traf});
   moof.resize(moof.size() - 13);
   IndexedFile file(join({moof, largeBox("mdat", {zeros(5)})}));
-  EXPECT_EQ(file.build().entry(0)->mdatSize, 21u);
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.mdatSize(*index.entry(0)), 21u);
 }
 
 TEST(FragmentIndex, TheDurationOfARunWithoutItsOwnComesFromTheTrackDefaults) {
