@@ -98,9 +98,8 @@ TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"),
             pictureInput(1) + toneInput(1) + h264Codec() + Arguments{"-c:a", "aac"} + fragmented());
-  expectDocumented(
-      "fmp4 package --json INPUT.mp4",
-      printedBy({"package", "--json", folder.file("clip.mp4"), "--output", folder.file("out.mp4")}));
+  expectDocumented("fmp4 package --json INPUT.mp4", printedBy({"package", "--json", folder.file("clip.mp4"),
+                                                               "--output", folder.file("out.mp4")}));
   const std::filesystem::path media = folder.file("out.m4v");
   std::filesystem::resize_file(media, std::filesystem::file_size(media) - 1);
   expectDocumented("fmp4 verify --json NAME", printedBy({"verify", "--json", media.string()}));
