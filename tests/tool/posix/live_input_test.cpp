@@ -49,7 +49,7 @@ class Recorder {
 
   bool feed(std::span<const std::uint8_t> bytes) {
     while (!bytes.empty()) {
-      const ssize_t count = write(input_, bytes.data(), bytes.size());
+      const ssize_t count = ::write(input_, bytes.data(), bytes.size());
       if (count <= 0) return false;
       bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
