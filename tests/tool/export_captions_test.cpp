@@ -218,7 +218,7 @@ TEST(ExportCaptions, OfAService) {
   EXPECT_EQ(
       textOf(output),
       "WEBVTT\n\n00:00:00.000 --> 00:00:00.067 line:50% position:50%,center align:center\nService one\n\n");
-  ASSERT_EQ(fmp4({"--quiet", "export", file, "--captions", output, "--service", "2"}).exitCode, 0);
+  ASSERT_EQ(fmp4({"--quiet", "export", "--force", file, "--captions", output, "--service", "2"}).exitCode, 0);
   EXPECT_EQ(textOf(output),
             "WEBVTT\n\n00:00:00.033 --> 00:00:00.100 line:10% position:10%,line-left align:left\ntwo\n\n");
   EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output, "--service", "3"}).err,

@@ -167,8 +167,8 @@ TEST(PackageCaptions, AreTakenFromWhereTheOptionSays) {
   for (const auto& [source, expected] :
        {std::pair("track", "captions: none"), std::pair("none", "captions: none"),
         std::pair("SEI", "captions: CEA-608 CEA-708"), std::pair("auto", "captions: CEA-608 CEA-708")}) {
-    const RunResult result =
-        fmp4({"--quiet", "package", clip, "--output", folder.file("out.mp4"), "--captions", source});
+    const RunResult result = fmp4(
+        {"--quiet", "package", "--force", clip, "--output", folder.file("out.mp4"), "--captions", source});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_THAT(fmp4({"--quiet", "info", folder.file("out.m4v")}).out, HasSubstr(expected)) << source;
   }
@@ -181,7 +181,7 @@ TEST(PackageCaptions, AVideoWithoutAnyIsSaidWhereTheyWereAskedFor) {
   EXPECT_THAT(
       fmp4({"--quiet", "package", clip, "--output", folder.file("out.mp4"), "--captions", "sei"}).err,
       HasSubstr("warning: the source's video has no captions; the recording's caption tracks are empty\n"));
-  EXPECT_EQ(fmp4({"--quiet", "package", clip, "--output", folder.file("out.mp4")}).err, "");
+  EXPECT_EQ(fmp4({"--quiet", "package", "--force", clip, "--output", folder.file("out.mp4")}).err, "");
   EXPECT_THAT(fmp4({"--quiet", "info", folder.file("out.m4v")}).out, HasSubstr("captions: none"));
 }
 

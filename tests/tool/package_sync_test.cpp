@@ -98,7 +98,8 @@ class InStep : public testing::Test {
   void staysInStep(const std::string& source, const std::string& warning = "") {
     const auto sourceFlashes = flashTimes(source), sourceTones = toneTimes(source);
     for (const char* output : {"out.mp4", "both.ismv"}) {
-      const RunResult result = fmp4({"--quiet", "package", source, "--output", folder_.file(output)});
+      const RunResult result =
+          fmp4({"--quiet", "package", "--force", source, "--output", folder_.file(output)});
       ASSERT_EQ(result.exitCode, 0) << result.err;
       EXPECT_THAT(result.err,
                   warning.empty() ? IsEmpty() : testing::Matcher<std::string>(HasSubstr(warning)));
@@ -238,7 +239,7 @@ TEST_F(InStep, ExportedAudioStartsWithTheFirstFrame) {
 // Exports the audio of a source and compares its tones, whose times count from the first frame, with those of
 // the source. The first frame may be one that an edit list hides.
 void exportsInStep(const TempFolder& folder, const std::string& source) {
-  ASSERT_EQ(fmp4({"--quiet", "export", source, "--audio", folder.file("out.wav")}).exitCode, 0);
+  ASSERT_EQ(fmp4({"--quiet", "export", "--force", source, "--audio", folder.file("out.wav")}).exitCode, 0);
   const double first = pictureTimes(source).at(0);
   std::vector<double> expected;
   for (const double tone : toneTimes(source))
