@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 linux=(
   g++ clang libclang-rt-14-dev  # both compilers, and the sanitizers' run time
-  cmake ninja-build pkg-config ccache clang-format
+  cmake ninja-build pkg-config ccache clang-format clang-tidy
   libgtest-dev libgmock-dev
   libtinyxml2-dev libcli11-dev nlohmann-json3-dev libhwy-dev zlib1g-dev libcpp-httplib-dev
   locales  # one with decimal commas
