@@ -36,32 +36,6 @@ step() {
   timings+=("$(printf '%5d s  %s' $((SECONDS - start)) "$name")")
 }
 
-# start_beside NAME COMMAND...: begins a step that mostly waits, to run beside those after it. finish_beside ends it
-# as `step` would; what it prints appears then.
-beside=""
-start_beside() {
-  beside=$1 beside_start=$SECONDS
-  shift
-  echo "== $beside (beside what follows)"
-  set -m  # in a process group of its own, which an early end of this script ends as well
-  { "$@" && echo "$SECONDS" >build/beside.end; } >build/beside.log 2>&1 &
-  beside_job=$!
-  set +m
-  trap 'kill -- "-$beside_job" 2>/dev/null || true' EXIT
-}
-finish_beside() {
-  local passed=true
-  wait "$beside_job" || passed=false
-  trap - EXIT
-  echo "== $beside, which ran beside"
-  cat build/beside.log
-  if ! $passed; then
-    echo "test: FAILED at: $beside, after $SECONDS s" >&2
-    exit 1
-  fi
-  timings+=("$(printf '%5d s  %s' $(($(<build/beside.end) - beside_start)) "$beside, beside those above")")
-}
-
 # Without a separate preprocessor run before each compilation, which an empty cache would cost.
 export CCACHE_DEPEND=1
 export CCACHE_SLOPPINESS=pch_defines,time_macros  # for the tests' precompiled headers
@@ -161,9 +135,8 @@ else
   step "tests dev" run_tests dev
 fi
 if [[ $gear == all ]]; then
-  start_beside "players" run_players
+  step "players" run_players
   compiled asan
-  finish_beside
   step "tests asan" run_tests asan --label-exclude matrix
   step "fuzz" fuzz_all
   if ! scripts/setup.sh windows; then
