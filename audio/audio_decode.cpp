@@ -13,6 +13,8 @@
 #include "base/aac/audio_specific_config.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kFirstBufferBytes = 200000;
@@ -317,3 +319,5 @@ std::uint32_t VL_Audio_Decode::WritableBytesAt(const std::uint8_t* output) const
   if (m_buffer == nullptr || at < start || at > start + m_bufferCapacity) return kOutputBytes;
   return std::min(static_cast<std::uint32_t>(start + m_bufferCapacity - at), kOutputBytes);
 }
+
+}  // namespace fmp4

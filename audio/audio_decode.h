@@ -10,6 +10,8 @@
 #include "audio/umc/base_codec.h"
 #include "qvr.h"
 
+namespace fmp4 {
+
 // RemoveSamples on an empty buffer.
 inline constexpr std::uint32_t VL_E_AUDIO_EMPTY = 0xE8023027u;
 // The PCM buffer could not be allocated.
@@ -142,3 +144,5 @@ class VL_Audio_Decode {
   bool m_memoryShort = false;
   std::uint8_t* m_buffer = nullptr;  // allocated by malloc
 };
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+namespace fmp4 {
+
 namespace {
 
 // The sample's `width` bytes as a number in bits 8 and up.
@@ -38,3 +40,5 @@ std::uint32_t VLAudioDeinterleaveBWF16nchanto32stereo(const std::uint8_t* source
                                                       std::uint32_t frames, bool littleEndian) {
   return Deinterleave(source, destination, firstChannel, channels, frames, littleEndian, 2);
 }
+
+}  // namespace fmp4

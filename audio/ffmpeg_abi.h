@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace ffmpeg57 {
+namespace fmp4::ffmpeg57 {
 
 // Allocated and owned by the libraries; their fields are read by offset.
 struct Codec;
@@ -107,4 +107,4 @@ struct Functions {
   const char* (*av_version_info)();
 };
 
-}  // namespace ffmpeg57
+}  // namespace fmp4::ffmpeg57

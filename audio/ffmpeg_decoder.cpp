@@ -10,6 +10,8 @@
 #include "audio/sample_converter.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 using ffmpeg57::FieldAt;
 
 std::unique_ptr<FFmpegDecoder> FFmpegDecoder::Open(ffmpeg57::CodecId id) {
@@ -104,3 +106,5 @@ bool FFmpegDecoder::DecodeOnce(bool& gotFrame) {
   m_rest -= consumed < 0 ? m_rest : std::min(static_cast<std::uint32_t>(consumed), m_rest);
   return consumed >= 0;
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "audio/ffmpeg_abi.h"
 
+namespace fmp4 {
+
 // May exist only while FFmpeg is loaded. Not thread-safe.
 class FFmpegDecoder {
  public:
@@ -44,3 +46,5 @@ class FFmpegDecoder {
   std::uint32_t m_rest = 0;                  // bytes at the end of the packet still to be decoded
   const std::uint8_t* m_next = nullptr;      // their address in the caller's input; never dereferenced
 };
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "vlsync.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 using ffmpeg57::Functions;
@@ -279,3 +281,5 @@ FFmpegLock::FFmpegLock() {
 FFmpegLock::~FFmpegLock() {
   vlOSLeaveCriticalSection(&state().lock);
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "audio/ffmpeg_abi.h"
 
+namespace fmp4 {
+
 // FFmpeg can be used.
 inline constexpr std::int32_t VL_FFMPEG_AVAILABLE = 0;
 // FFmpeg is switched off, or its libraries lack a required function.
@@ -32,3 +34,5 @@ class FFmpegLock {
   FFmpegLock(const FFmpegLock&) = delete;
   FFmpegLock& operator=(const FFmpegLock&) = delete;
 };
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "audio/ffmpeg_abi.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::size_t kValueBytes = sizeof(std::int16_t);
@@ -171,3 +173,5 @@ std::uint32_t ConvertSamples(const DecodedSamples& source, std::uint8_t* destina
   }
   return static_cast<std::uint32_t>(frames * kPairBytes);
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace fmp4 {
+
 // The samples of one decoded frame, as its decoder describes them.
 struct DecodedSamples {
   const std::uint8_t* planeA;  // the frame's first plane; all channels interleaved in non-planar formats
@@ -18,3 +20,5 @@ struct DecodedSamples {
 // for invalid formats and counts.
 std::uint32_t ConvertSamples(const DecodedSamples& source, std::uint8_t* destination, std::uint64_t byteLimit,
                              std::uint64_t frameLimit);
+
+}  // namespace fmp4

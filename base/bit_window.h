@@ -8,6 +8,8 @@
 
 #include "base/compiler.h"
 
+namespace fmp4 {
+
 // The eight bytes at `p` as a big-endian number.
 inline std::uint64_t loadBigEndian(const std::uint8_t* p) {
   std::uint64_t value;
@@ -101,3 +103,5 @@ class BitWindow {
   unsigned bits_ = 0;         // valid bits in the window; the bits below are correct or zero
 };
 // NOLINTEND(readability-identifier-naming)
+
+}  // namespace fmp4

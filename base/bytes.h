@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace fmp4 {
+
 inline std::uint16_t Mp4LoadU16(const std::uint8_t* p) {
   return static_cast<std::uint16_t>(p[0] << 8 | p[1]);
 }
@@ -23,3 +25,5 @@ inline std::uint64_t Mp4LoadU64(const std::uint8_t* p) {
 inline double Mp4Fixed16ToDouble(std::uint32_t value) {
   return value * 1.52587890625e-5;
 }
+
+}  // namespace fmp4

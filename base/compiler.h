@@ -9,6 +9,8 @@
 #include <stdlib.h>
 #endif
 
+namespace fmp4 {
+
 // A function or class that the plug-in exports. On Windows plugin/exports.def lists the exports.
 #if defined(_WIN32)
 #define VL_EXPORTED
@@ -38,3 +40,5 @@ inline std::uint64_t multiplyDivide(std::uint64_t a, std::uint64_t b, std::uint6
   return quotient > ~std::uint64_t{0} ? ~std::uint64_t{0} : static_cast<std::uint64_t>(quotient);
 #endif
 }
+
+}  // namespace fmp4

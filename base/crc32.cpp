@@ -4,6 +4,8 @@
 
 #include "base/crc32_fold.h"
 
+namespace fmp4 {
+
 namespace {
 
 // By table and byte: the remainder of the byte followed by as many zero bytes as the table's number.
@@ -57,3 +59,5 @@ Crc32Folding::Fold Crc32Folding::of(InstructionSet) {
   return nullptr;
 }
 #endif
+
+}  // namespace fmp4

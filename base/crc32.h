@@ -6,6 +6,8 @@
 
 #include "base/instruction_set.h"
 
+namespace fmp4 {
+
 // `set` is at most that of the processor; any gives the same result.
 std::uint32_t Crc32(std::span<const std::uint8_t> bytes, InstructionSet set);
 
@@ -13,3 +15,5 @@ inline std::uint32_t Crc32(std::span<const std::uint8_t> bytes) {
   static const InstructionSet set = ProcessorInstructionSet();
   return Crc32(bytes, set);
 }
+
+}  // namespace fmp4

@@ -7,7 +7,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace vl_crc32 {
+namespace fmp4 {
 namespace HWY_NAMESPACE {
 
 // Without an instruction for it, carry-less multiplication is slower than tables.
@@ -74,13 +74,16 @@ Crc32Folding::Fold GetFold() {
 #endif
 
 }  // namespace HWY_NAMESPACE
-}  // namespace vl_crc32
+}  // namespace fmp4
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
+namespace fmp4 {
+
 Crc32Folding::Fold Crc32Folding::of(InstructionSet set) {
-  using namespace vl_crc32;
   static constexpr decltype(&HWY_STATIC_DISPATCH(GetFold)) kBuilds[] = VL_BUILDS_BY_INSTRUCTION_SET(GetFold);
   return BuildFor(set, kBuilds)();
 }
+
+}  // namespace fmp4
 #endif

@@ -10,6 +10,8 @@
 
 #include "base/instruction_set.h"
 
+namespace fmp4 {
+
 // value * x, modulo the polynomial of the check, which is this and x^32.
 constexpr std::uint32_t Crc32TimesX(std::uint32_t value) {
   return value >> 1 ^ ((value & 1) != 0 ? 0xEDB88320 : 0);
@@ -24,3 +26,5 @@ struct Crc32Folding {
   // Null: the instruction set has no carry-less multiplication.
   static Fold of(InstructionSet set);
 };
+
+}  // namespace fmp4

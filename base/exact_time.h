@@ -6,6 +6,8 @@
 
 #include "base/compiler.h"
 
+namespace fmp4 {
+
 // Frames per second as numerator / denominator; 0/1 if unknown.
 struct FrameRate {
   std::uint32_t numerator = 0;
@@ -36,3 +38,5 @@ constexpr T saturate(std::uint64_t value) {
 constexpr std::uint64_t addSaturated(std::uint64_t a, std::uint64_t b) {
   return a > ~b ? ~std::uint64_t{0} : a + b;
 }
+
+}  // namespace fmp4

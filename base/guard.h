@@ -3,6 +3,8 @@
 
 #include <new>
 
+namespace fmp4 {
+
 // Returns the result of `work`, or `failure` if it runs out of memory.
 template <class Result, class Work>
 Result guarded(Result failure, Work work) {
@@ -12,3 +14,5 @@ Result guarded(Result failure, Work work) {
     return failure;
   }
 }
+
+}  // namespace fmp4

@@ -1,5 +1,7 @@
 #include "base/instruction_set.h"
 
+namespace fmp4 {
+
 #if defined(__x86_64__)
 // The features that Highway lets the compiler use for each of its targets.
 InstructionSet ProcessorInstructionSet() {
@@ -21,3 +23,5 @@ InstructionSet ProcessorInstructionSet() {
   return InstructionSet::Baseline;
 }
 #endif
+
+}  // namespace fmp4

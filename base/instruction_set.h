@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+namespace fmp4 {
+
 // Each set includes the ones before it.
 enum class InstructionSet {
   Baseline,  // what every processor of the architecture has
@@ -32,3 +34,5 @@ Function BuildFor(InstructionSet set, Function const (&builds)[count]) {
   while (builds[index] == nullptr) --index;
   return builds[index];
 }
+
+}  // namespace fmp4

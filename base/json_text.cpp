@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+namespace fmp4 {
+
 std::string jsonText(std::string_view text) {
   return nlohmann::json(text).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
@@ -9,3 +11,5 @@ std::string jsonText(std::string_view text) {
 std::string jsonNumber(double value) {
   return nlohmann::json(value).dump();
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <string_view>
 
+namespace fmp4 {
+
 constexpr char asciiLower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
@@ -16,3 +18,5 @@ constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
 constexpr bool endsIgnoringCase(std::string_view text, std::string_view ending) {
   return text.size() >= ending.size() && equalsIgnoringCase(text.substr(text.size() - ending.size()), ending);
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <string>
 
+namespace fmp4 {
+
 // With `decimals` digits after the decimal point, like printf's %f in the "C" locale.
 inline std::string fixedText(double value, int decimals) {
   char text[400];  // the largest number has 309 digits before the decimal point
@@ -11,3 +13,5 @@ inline std::string fixedText(double value, int decimals) {
       std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
   return error == std::errc() ? std::string(text, end) : std::string();
 }
+
+}  // namespace fmp4

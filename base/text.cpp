@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 namespace {
 constexpr char kLower[] = "0123456789abcdef";
 constexpr char kUpper[] = "0123456789ABCDEF";
@@ -77,3 +79,5 @@ std::string plainLines(std::string text) {
   text.resize(kept);
   return text;
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <span>
 #include <string>
 
+namespace fmp4 {
+
 // Two lower-case hexadecimal digits per byte.
 std::string hexText(std::span<const std::uint8_t> bytes);
 // `digits` lower-case hexadecimal digits.
@@ -20,3 +22,5 @@ std::string fourCcText(std::uint32_t code);
 std::string systemLines(std::string text);
 // Converts the line ends of any system to "\n".
 std::string plainLines(std::string text);
+
+}  // namespace fmp4

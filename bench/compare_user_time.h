@@ -8,6 +8,8 @@
 
 #include "bench/measure.h"
 
+namespace fmp4 {
+
 using Command = std::vector<std::string>;
 
 struct UserTimes {
@@ -43,3 +45,5 @@ inline bool reportUserTimes(const std::string& what, const UserTimes& times, dou
   const bool met = report(what.c_str(), times.ratio(), ">=", target);
   return report((what + ", start-up taken off").c_str(), times.netRatio(), ">=", target) && met;
 }
+
+}  // namespace fmp4

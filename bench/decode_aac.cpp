@@ -3,6 +3,8 @@
 #include "audio/umc/aac/aac_decoder.h"
 #include "bench/decode_file.h"
 
+using namespace fmp4;
+
 int main(int count, char** arguments) {
   UMC::AACDecoder decoder;
   UMC::AACDecoderParams params;

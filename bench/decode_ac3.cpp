@@ -3,6 +3,8 @@
 #include "audio/umc/ac3/ac3_decoder.h"
 #include "bench/decode_file.h"
 
+using namespace fmp4;
+
 int main(int count, char** arguments) {
   UMC::AC3Decoder decoder;
   UMC::AC3DecoderParams params;

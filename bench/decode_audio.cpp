@@ -7,6 +7,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Drifting tones, bursts and noise, which exercise an encoder's tools.
@@ -53,6 +55,10 @@ void writeRepeated(const std::string& sampleName, const std::string& stream) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   const TempFolder folder;

@@ -9,6 +9,8 @@
 
 #include "audio/umc/base_codec.h"
 
+namespace fmp4 {
+
 // The main function of a program that takes IN [OUT.pcm]; without OUT.pcm, the PCM is discarded.
 inline int DecodeFile(UMC::AudioCodec& decoder, UMC::BaseCodecParams& params, int count, char** arguments) {
   struct CloseFile {
@@ -48,3 +50,5 @@ inline int DecodeFile(UMC::AudioCodec& decoder, UMC::BaseCodecParams& params, in
   std::fprintf(stderr, "%llu frames\n", frames);
   return 0;
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Drifting tones, bursts and noise, different in every channel.
@@ -18,6 +20,10 @@ const std::string kChannels = kTones + "+0.08*(random(0)-0.5)|" + kTones +
                               "0.2*sin(1100*2*PI*t)+0.05*(random(5)-0.5)";
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   const TempFolder folder;

@@ -8,6 +8,8 @@
 #include "mediafile.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 using MediaFileEntry = std::int64_t (*)(CAMediaFile*, std::uint32_t, void*);
 
 inline MediaFileEntry mediaFileEntry() {
@@ -36,3 +38,5 @@ class OpenRecording {
   MediaFileEntry entry_;
   CAMediaFile* file_;
 };
+
+}  // namespace fmp4

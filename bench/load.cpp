@@ -11,6 +11,8 @@
 #include "bench/measure.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr int kRounds = 200;
@@ -43,6 +45,10 @@ Measured load(const char* library) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   std::vector<Measured> plugin, plain, version, nothing;

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 struct Measured {
   double wallSeconds = 0;
   double cpuSeconds = 0;    // user and system
@@ -132,3 +134,5 @@ inline bool report(const char* what, const Figure& figure, const char* relation,
 inline bool report(const char* what, double value, const char* relation, double target) {
   return report(what, Figure{value}, relation, target);
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+using namespace fmp4;
+
 int main() {
   const TempFolder folder;
   const std::string tool = VL_BIN_DIR "/fmp4";

@@ -7,6 +7,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr double kMinute = 60;
@@ -25,6 +27,10 @@ double sizeOf(const std::string& path) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   const TempFolder folder;

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 std::uint32_t load(const std::uint8_t* p) {
@@ -43,6 +45,10 @@ void walkFragment(const std::uint8_t* moof, std::uint32_t size) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main(int count, char** arguments) {
   const int file = count == 2 ? open(arguments[1], O_RDONLY) : -1;

@@ -14,6 +14,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -120,6 +122,10 @@ bool measure(const char* name, const std::string& sampleName, std::uint32_t fram
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   bool met = measure("AAC-LC", "lc_51_48k.aac", 1024);

@@ -11,11 +11,17 @@
 #include "tests/support/day_file.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kFrames = 10000;
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   const TempFolder folder;

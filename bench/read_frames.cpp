@@ -7,6 +7,8 @@
 #include "tests/support/day_file.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kFragments = 1500;  // about a gigabyte
@@ -27,6 +29,10 @@ bool listing(const std::string& path) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   const TempFolder folder;

@@ -14,6 +14,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr double kSourceSeconds = 10;
@@ -175,6 +177,10 @@ bool shortSegments(const TempFolder& folder) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() {
   const TempFolder folder;

@@ -1,6 +1,6 @@
 #include "captions/caption.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -48,4 +48,4 @@ void appendUtf8(std::string& text, char16_t character) {
   }
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

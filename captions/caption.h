@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace captions {
+namespace fmp4::captions {
 
 // A colour of CTA-708-E: each component 0 to 3. CEA-608 uses 0 and 3 only.
 struct Colour {
@@ -88,4 +88,4 @@ TextRow textRowOf(const Cell* cells, unsigned count, unsigned row);
 // Appends a character of the basic multilingual plane in UTF-8; surrogates become "_".
 void appendUtf8(std::string& text, char16_t character);
 
-}  // namespace captions
+}  // namespace fmp4::captions

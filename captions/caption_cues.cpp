@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace captions {
+namespace fmp4::captions {
 
 std::string CaptionChannel::name() const {
   return (standard == Standard::Cea608 ? "CC" : "service ") + std::to_string(number);
@@ -45,4 +45,4 @@ std::map<CaptionChannel, std::vector<Cue>> CaptionCues::finish(std::int64_t end)
   return result;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -14,7 +14,7 @@
 #include "captions/cea708_decoder.h"
 #include "captions/cue_builder.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 // A caption channel of CEA-608 or a caption service of CEA-708.
 struct CaptionChannel {
@@ -57,4 +57,4 @@ class CaptionCues {
   std::map<unsigned, CueBuilder> serviceCues_;
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <iterator>
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -70,4 +70,4 @@ std::vector<std::uint8_t> distributionPacket(std::span<const CcConstruct> constr
   return packet;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace captions {
+namespace fmp4::captions {
 
 // In the order of cc_type.
 enum class CcType : std::uint8_t { Field1, Field2, PacketData, PacketStart };
@@ -42,4 +42,4 @@ inline bool isNullPair(std::span<const std::uint8_t, 2> pair) {
   return (pair[0] & 0x7F) == 0 && (pair[1] & 0x7F) == 0;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -1,6 +1,6 @@
 #include "captions/cea608_characters.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 char16_t basicCharacter(std::uint8_t code) {
   switch (code) {
@@ -50,4 +50,4 @@ char16_t extendedCharacter(std::uint8_t set, std::uint8_t code) {
   return (set & 1 ? kPortugueseGermanDanish : kSpanishFrench)[code & 0x1F];
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

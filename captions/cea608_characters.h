@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace captions {
+namespace fmp4::captions {
 
 // Displayed in place of a character that was damaged.
 inline constexpr char16_t kSolidBlock = u'\u2588';
@@ -15,4 +15,4 @@ char16_t specialCharacter(std::uint8_t code);
 // The extended sets: 0x12 (Spanish, French) and 0x13 (Portuguese, German, Danish) with `code` 0x20 to 0x3F.
 char16_t extendedCharacter(std::uint8_t set, std::uint8_t code);
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -7,7 +7,7 @@
 #include "captions/cea608_characters.h"
 #include "captions/text_grid.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -249,4 +249,4 @@ void Cea608Decoder::tab(unsigned columns) {
   column_ = std::min(column_ + columns, kCea608Columns - 1);
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

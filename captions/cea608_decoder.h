@@ -6,7 +6,7 @@
 
 #include "captions/caption.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 // CC1 and CC2 are in the pairs of field 1, CC3 and CC4 in those of field 2.
 enum class Cea608Channel : std::uint8_t { CC1, CC2, CC3, CC4 };
@@ -67,4 +67,4 @@ class Cea608Decoder {
   unsigned nullPairs_ = 0;                        // since then
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -1,6 +1,6 @@
 #include "captions/cea708_characters.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 char16_t plainCharacter(std::uint8_t code) {
   return code == 0x7F ? u'\u266a' : char16_t{code};  // ASCII with a music note, ISO 8859-1
@@ -29,4 +29,4 @@ char16_t extendedSetCharacter(std::uint8_t code) {
   return kUnknownCharacter;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

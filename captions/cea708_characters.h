@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace captions {
+namespace fmp4::captions {
 
 // Displayed in place of a character that the sets do not have.
 inline constexpr char16_t kUnknownCharacter = u'_';
@@ -13,4 +13,4 @@ char16_t plainCharacter(std::uint8_t code);
 // G2 and G3, after EXT1: the same codes. 0 for the transparent spaces.
 char16_t extendedSetCharacter(std::uint8_t code);
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -1,6 +1,6 @@
 #include "captions/cea708_decoder.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 void Cea708Decoder::add(std::int64_t frame, const CcConstruct& construct) {
   packets_.add(
@@ -21,4 +21,4 @@ void Cea708Decoder::endFrame(std::int64_t frame,
   }
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

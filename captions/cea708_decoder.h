@@ -8,7 +8,7 @@
 #include "captions/cea708_packets.h"
 #include "captions/cea708_service.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 class Cea708Decoder {
  public:
@@ -26,4 +26,4 @@ class Cea708Decoder {
   std::map<unsigned, Cea708Service> services_;
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

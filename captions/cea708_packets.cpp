@@ -1,6 +1,6 @@
 #include "captions/cea708_packets.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -52,4 +52,4 @@ void Cea708Packets::complete(const Take& take, const std::function<void()>& lost
   expected_ = 0;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

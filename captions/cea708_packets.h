@@ -10,7 +10,7 @@
 
 #include "captions/cc_data.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 inline constexpr unsigned kMaxService = 63;
 
@@ -32,4 +32,4 @@ class Cea708Packets {
   std::optional<std::uint8_t> sequence_;  // number of the last packet
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -7,7 +7,7 @@
 #include "base/bytes.h"
 #include "captions/cea708_characters.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -231,4 +231,4 @@ Cea708Window* Cea708Service::current() {
   return current_ && windows_[*current_] ? &*windows_[*current_] : nullptr;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

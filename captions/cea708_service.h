@@ -10,7 +10,7 @@
 #include "captions/caption.h"
 #include "captions/cea708_window.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 class Cea708Service {
  public:
@@ -52,4 +52,4 @@ class Cea708Service {
   std::optional<std::int64_t> resume_;  // the frame in which a delay ends
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

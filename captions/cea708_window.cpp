@@ -5,7 +5,7 @@
 
 #include "captions/text_grid.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -130,4 +130,4 @@ void Cea708Window::addTo(Caption& caption, unsigned number) const {
       addRow(caption, grid, std::move(text));
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -7,7 +7,7 @@
 
 #include "captions/caption.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 // The parameters of DefineWindow.
 struct Cea708Definition {
@@ -65,4 +65,4 @@ class Cea708Window {
   unsigned penColumn_ = 0;  // the number of columns: after the last
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -54,4 +54,4 @@ std::vector<Cue> CueBuilder::finish(std::int64_t end) {
   return std::exchange(cues_, {});
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

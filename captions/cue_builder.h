@@ -6,7 +6,7 @@
 
 #include "captions/caption.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 // Displayed from frame `first` up to frame `end`, which is not included.
 struct Cue {
@@ -33,4 +33,4 @@ class CueBuilder {
   std::int64_t lastChange_ = 0;
 };
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -78,4 +78,4 @@ std::vector<CcConstruct> constructsInAccessUnit(Bytes accessUnit, unsigned lengt
   return constructs;
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

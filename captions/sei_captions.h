@@ -8,11 +8,11 @@
 
 #include "captions/cc_data.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 // The constructs in an access unit whose NAL units follow their lengths of `lengthBytes` (1 to 4); none when
 // it has none. Any bytes are safe: what is damaged ends the search.
 std::vector<CcConstruct> constructsInAccessUnit(std::span<const std::uint8_t> accessUnit,
                                                 unsigned lengthBytes);
 
-}  // namespace captions
+}  // namespace fmp4::captions

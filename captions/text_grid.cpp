@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace captions {
+namespace fmp4::captions {
 
 namespace {
 
@@ -51,4 +51,4 @@ void addRow(Caption& caption, const TextGrid& grid, TextRow row) {
   caption.blocks.push_back({grid.window, top, across, alignment, {std::move(row)}});
 }
 
-}  // namespace captions
+}  // namespace fmp4::captions

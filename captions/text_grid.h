@@ -5,7 +5,7 @@
 
 #include "captions/caption.h"
 
-namespace captions {
+namespace fmp4::captions {
 
 // A grid of characters; places and sizes in percent of the picture.
 struct TextGrid {
@@ -22,4 +22,4 @@ struct TextGrid {
 // and aligned with each other, else as a block of its own.
 void addRow(Caption& caption, const TextGrid& grid, TextRow row);
 
-}  // namespace captions
+}  // namespace fmp4::captions

@@ -7,6 +7,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // Maximum number of coefficients per call.
 inline constexpr std::size_t kMaxNoiseLength = 256;
 
@@ -38,3 +40,5 @@ inline constexpr NoiseJumps kNoiseJumps = [] {
 // Exponents are at most 126. Draws one value per coefficient, whether it is used or not.
 void ApplyExponents(const Ipp32f* mantissas, const Ipp8u* exponents, const Ipp8u* bits,
                     const NoiseSource& noise, Ipp32f* destination, std::size_t length);
+
+}  // namespace UMC

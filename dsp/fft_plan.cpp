@@ -3,6 +3,8 @@
 #include <cmath>
 #include <initializer_list>
 
+namespace UMC {
+
 Ipp32s LayOutFftPasses(Ipp32s points, Ipp32s firstValue, FftPass* passes, Ipp32s* values) {
   Ipp32s count = 0;
   Ipp32s remaining = points;
@@ -36,3 +38,5 @@ void FillTwiddles(const FftPass& pass, Ipp32f* values) {
     }
   }
 }
+
+}  // namespace UMC

@@ -5,6 +5,8 @@
 
 #include "dsp/kernels/kernels.h"
 
+namespace UMC {
+
 // Splits a transform of `points` points into at most kMaxFftPasses passes, whose twiddle factors start at
 // index `firstValue`. `*values` receives the index after the last factor. Returns the number of passes, or 0
 // if the size has prime factors other than 2, 3 and 5.
@@ -12,3 +14,5 @@ Ipp32s LayOutFftPasses(Ipp32s points, Ipp32s firstValue, FftPass* passes, Ipp32s
 
 // Writes a pass's twiddle factors into `values` at its offset.
 void FillTwiddles(const FftPass& pass, Ipp32f* values);
+
+}  // namespace UMC

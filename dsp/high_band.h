@@ -6,6 +6,8 @@
 
 #include "dsp/ipps_sbr.h"
 
+namespace UMC {
+
 // The coefficients of the filter x[n] + first x[n - 1] + second x[n - 2], by target subband; real and
 // imaginary parts are stored separately.
 struct PatchFilter {
@@ -31,3 +33,5 @@ void BandEnergies(const Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::
 // kNoisePeriod + kNoiseRepeat values.
 void ShapeBands(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first, std::size_t bands,
                 const Ipp32f* gains, const Ipp32f* noiseGains, const Ipp32fc* noise, std::size_t noiseStart);
+
+}  // namespace UMC

@@ -1,5 +1,7 @@
 #include "dsp/ipps_crc.h"
 
+namespace UMC {
+
 IppStatus ippsCRC32_8u(const Ipp8u* source, std::size_t bitOffset, std::size_t bitCount, Ipp32u polynomial,
                        Ipp32u* crc) {
   if (crc == nullptr) return ippStsNullPtrErr;
@@ -12,3 +14,5 @@ IppStatus ippsCRC32_8u(const Ipp8u* source, std::size_t bitOffset, std::size_t b
   *crc = state;
   return ippStsNoErr;
 }
+
+}  // namespace UMC

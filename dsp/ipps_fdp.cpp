@@ -3,6 +3,8 @@
 #include <bit>
 #include <cmath>
 
+namespace UMC {
+
 namespace {
 
 constexpr Ipp32f kAttenuation = 0.953125f;  // a and b
@@ -95,3 +97,5 @@ IppStatus ippsFDPInv_32f_I(Ipp32f* lines, const Ipp16u* offsets, std::size_t ban
   }
   return ippStsNoErr;
 }
+
+}  // namespace UMC

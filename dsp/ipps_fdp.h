@@ -7,6 +7,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // Maximum number of predicted lines, at any sampling frequency.
 inline constexpr std::size_t kFdpLines = 672;
 // Reset groups are numbered from 1.
@@ -38,3 +40,5 @@ IppStatus ippsFDPResetLines_32f(std::size_t begin, std::size_t end, IppsFDPState
 // more than 64 bands or kFdpLines lines.
 IppStatus ippsFDPInv_32f_I(Ipp32f* lines, const Ipp16u* offsets, std::size_t bands, std::uint64_t used,
                            IppsFDPState_32f* state);
+
+}  // namespace UMC

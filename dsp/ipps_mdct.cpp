@@ -6,6 +6,8 @@
 #include "dsp/fft_plan.h"
 #include "dsp/kernels/kernels.h"
 
+namespace UMC {
+
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
@@ -88,3 +90,5 @@ IppStatus ippsMDCTFwd_32f(const Ipp32f* source, Ipp32f* destination, const IppsM
   ActiveKernels().mdctForward(*plan, source, destination, reinterpret_cast<Ipp32f*>(work));
   return ippStsNoErr;
 }
+
+}  // namespace UMC

@@ -3,6 +3,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // Prepared transforms: plain data that may be moved as a block of bytes between calls.
 struct IppsMDCTInvSpec_32f;
 struct IppsMDCTFwdSpec_32f;
@@ -29,3 +31,5 @@ IppStatus ippsMDCTFwdInit_32f(IppsMDCTFwdSpec_32f** plan, Ipp32s length, Ipp8u* 
 // / 2, N = length: reads N windowed samples and writes N / 2 coefficients. The buffers must not overlap.
 IppStatus ippsMDCTFwd_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTFwdSpec_32f* plan,
                           Ipp8u* work);
+
+}  // namespace UMC

@@ -5,6 +5,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // Every block is aligned to this many bytes.
 inline constexpr std::size_t kIppsAlignment = 64;
 
@@ -17,3 +19,5 @@ void ippsFree(void* block);
 
 // Copies `length` bytes between buffers that do not overlap.
 IppStatus ippsCopy_8u(const Ipp8u* source, Ipp8u* destination, std::size_t length);
+
+}  // namespace UMC

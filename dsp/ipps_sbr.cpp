@@ -8,6 +8,8 @@
 #include "dsp/qmf_plan.h"
 #include "dsp/qmf_window.h"
 
+namespace UMC {
+
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
@@ -248,3 +250,5 @@ IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands],
   }
   return ippStsNoErr;
 }
+
+}  // namespace UMC

@@ -6,6 +6,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 inline constexpr int kIppsSbrBands = 64;
 inline constexpr int kIppsSbrAnalysisBands = 32;
 // Maximum number of slots per call.
@@ -73,3 +75,5 @@ IppStatus ippsSynthesisDownFilter_SBR_RToR_32f_D2L(const Ipp32f (*source)[kIppsS
 // two rows; `source` has length + 2 rows. Both are 0 where the magnitude of either is 4 or more.
 IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length,
                                          std::size_t bands, Ipp32fc* alpha0, Ipp32fc* alpha1);
+
+}  // namespace UMC

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace UMC {
+
 using Ipp8u = std::uint8_t;
 using Ipp16s = std::int16_t;
 using Ipp16u = std::uint16_t;
@@ -26,3 +28,5 @@ inline constexpr IppStatus ippStsMemAllocErr = -9;
 inline constexpr IppStatus ippStsVLCUsrTblCodeErr = -102;
 // Bits that match no valid code.
 inline constexpr IppStatus ippStsVLCInputDataErr = -103;
+
+}  // namespace UMC

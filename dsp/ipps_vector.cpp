@@ -8,6 +8,8 @@
 
 #include "dsp/kernels/kernels.h"
 
+namespace UMC {
+
 namespace {
 
 using Pow43Table = std::array<Ipp32f, kPow43Limit + 1>;
@@ -125,3 +127,5 @@ IppStatus ippsJoin_32f16s_D2L(const Ipp32f* const* source, std::size_t channels,
   ActiveKernels().join(source, channels, length, destination);
   return ippStsNoErr;
 }
+
+}  // namespace UMC

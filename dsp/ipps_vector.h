@@ -5,6 +5,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // Maximum magnitude of a quantised coefficient (ISO/IEC 14496-3, 4.6.1).
 inline constexpr Ipp32s kPow43Limit = 8191;
 
@@ -55,3 +57,5 @@ IppStatus ippsDeinterleave_32f(const Ipp32f* source, std::size_t channels, std::
 // saturated; NaN becomes 0. The destination needs no alignment.
 IppStatus ippsJoin_32f16s_D2L(const Ipp32f* const* source, std::size_t channels, std::size_t length,
                               Ipp16s* destination);
+
+}  // namespace UMC

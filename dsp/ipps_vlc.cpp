@@ -7,6 +7,8 @@
 
 #include "dsp/vlc_lookup.h"
 
+namespace UMC {
+
 namespace {
 
 using Entry = IppsVLCDecodeSpec_32s::Entry;
@@ -137,8 +139,9 @@ inline Packed<kDimension> Negate(Packed<kDimension> packed, Packed<kDimension> m
 }
 
 template <int kDimension>
-void DecodeSigned(BitWindow* stream, Ipp16s* values, std::size_t length, const IppsVLCDecodeSpec_32s& table) {
-  BitWindow window = *stream;
+void DecodeSigned(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
+                  const IppsVLCDecodeSpec_32s& table) {
+  fmp4::BitWindow window = *stream;
   const Entry* entries = table.entries.data();
   const Ipp16s* tuples = table.tuples.data();
   const unsigned primaryBits = table.primaryBits;
@@ -152,7 +155,7 @@ void DecodeSigned(BitWindow* stream, Ipp16s* values, std::size_t length, const I
 
 // Decodes the next tuple and its signs from the window, which holds enough bits for both.
 template <int kDimension>
-inline Packed<kDimension> TakeUnsigned(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
+inline Packed<kDimension> TakeUnsigned(fmp4::BitWindow& window, const Entry* entries, const Ipp16s* tuples,
                                        unsigned primaryBits) {
   const Entry entry = LookUpVlc(window, entries, primaryBits);
   window.Skip(entry.length);
@@ -163,9 +166,9 @@ inline Packed<kDimension> TakeUnsigned(BitWindow& window, const Entry* entries, 
 }
 
 template <int kDimension>
-void DecodeUnsigned(BitWindow* stream, Ipp16s* values, std::size_t length,
+void DecodeUnsigned(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                     const IppsVLCDecodeSpec_32s& table) {
-  BitWindow window = *stream;
+  fmp4::BitWindow window = *stream;
   const Entry* entries = table.entries.data();
   const Ipp16s* tuples = table.tuples.data();
   const unsigned primaryBits = table.primaryBits;
@@ -177,19 +180,19 @@ void DecodeUnsigned(BitWindow* stream, Ipp16s* values, std::size_t length,
 }
 
 // Replaces an escape value by the magnitude of its escape sequence. False if the prefix is too long.
-inline bool TakeEscape(BitWindow& window, Ipp16s& value) {
+inline bool TakeEscape(fmp4::BitWindow& window, Ipp16s& value) {
   if (value != kVlcEscape && value != -kVlcEscape) return true;
   const Ipp32s magnitude = TakeEscapeSequence(window);
   value = static_cast<Ipp16s>(value < 0 ? -magnitude : magnitude);
   return magnitude != 0;
 }
 
-bool IsDecodable(const BitWindow* stream, const Ipp16s* values, const IppsVLCDecodeSpec_32s* table) {
+bool IsDecodable(const fmp4::BitWindow* stream, const Ipp16s* values, const IppsVLCDecodeSpec_32s* table) {
   return stream != nullptr && values != nullptr && table != nullptr && !table->entries.empty();
 }
 
 // Decodes the next pair of signed values from the window, which holds enough bits for it.
-inline Packed<2> TakeSignedPair(BitWindow& window, const Entry* entries, const Ipp16s* tuples,
+inline Packed<2> TakeSignedPair(fmp4::BitWindow& window, const Entry* entries, const Ipp16s* tuples,
                                 unsigned primaryBits) {
   const Entry entry = LookUpVlc(window, entries, primaryBits);
   window.Skip(entry.length);
@@ -198,12 +201,12 @@ inline Packed<2> TakeSignedPair(BitWindow& window, const Entry* entries, const I
 
 // Decodes pairs with escape sequences; kTake decodes a pair without them.
 template <auto kTake>
-IppStatus DecodeEscapedPairs(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus DecodeEscapedPairs(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                              const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, values, table)) return ippStsNullPtrErr;
   if (table->dimension != 2) return ippStsBadArgErr;
   if (length % 2 != 0) return ippStsSizeErr;
-  BitWindow window = *stream;
+  fmp4::BitWindow window = *stream;
   const Entry* entries = table->entries.data();
   const Ipp16s* tuples = table->tuples.data();
   const unsigned primaryBits = table->primaryBits;
@@ -236,7 +239,7 @@ IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count
   }
 }
 
-IppStatus ippsVLCDecodeOne_1u16s(BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table) {
+IppStatus ippsVLCDecodeOne_1u16s(fmp4::BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, value, table)) return ippStsNullPtrErr;
   stream->Refill();
   const Entry entry = LookUpVlc(*stream, table->entries.data(), table->primaryBits);
@@ -245,7 +248,7 @@ IppStatus ippsVLCDecodeOne_1u16s(BitWindow* stream, Ipp16s* value, const IppsVLC
   return ippStsNoErr;
 }
 
-IppStatus ippsVLCDecodeBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeBlock_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                    const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, values, table)) return ippStsNullPtrErr;
   if (length % static_cast<std::size_t>(table->dimension) != 0) return ippStsSizeErr;
@@ -259,7 +262,7 @@ IppStatus ippsVLCDecodeBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_
   return ippStsNoErr;
 }
 
-IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeUTupleBlock_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                          const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, values, table)) return ippStsNullPtrErr;
   if (table->dimension == 1) return ippStsBadArgErr;
@@ -272,12 +275,14 @@ IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std:
   return ippStsNoErr;
 }
 
-IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                           const IppsVLCDecodeSpec_32s* table) {
   return DecodeEscapedPairs<TakeSignedPair>(stream, values, length, table);
 }
 
-IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                                 const IppsVLCDecodeSpec_32s* table) {
   return DecodeEscapedPairs<TakeUnsigned<2>>(stream, values, length, table);
 }
+
+}  // namespace UMC

@@ -7,6 +7,8 @@
 #include "base/bit_window.h"
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // One code word: `length` bits, right-aligned in `code`, transmitted most significant bit first.
 struct IppsVLCTable_32s {
   Ipp32s value;
@@ -51,23 +53,25 @@ IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count
 
 // Decodes one symbol's number. Like all functions below, it reads zeros past the end of the stream; the
 // stream records the overrun.
-IppStatus ippsVLCDecodeOne_1u16s(BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table);
+IppStatus ippsVLCDecodeOne_1u16s(fmp4::BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table);
 
 // Decodes tuples of signed values until `length` values, a multiple of the dimension, have been written.
-IppStatus ippsVLCDecodeBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeBlock_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                    const IppsVLCDecodeSpec_32s* table);
 
 // Decodes tuples of magnitudes: after the code word comes one sign bit (1: negative) for every non-zero
 // value.
-IppStatus ippsVLCDecodeUTupleBlock_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeUTupleBlock_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                          const IppsVLCDecodeSpec_32s* table);
 
 // Decodes pairs of signed values until `length` values have been written. A value of 16 or -16 announces an
 // escape sequence after its pair's code word: N ones, a zero, a word of N + 4 bits; the magnitude is 2^(N +
 // 4) + word (ISO/IEC 14496-3, 4.6.3.3). ippStsVLCInputDataErr when N exceeds 8.
-IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeEscBlock_AAC_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                           const IppsVLCDecodeSpec_32s* table);
 
 // Decodes pairs of magnitudes with sign bits: the escape sequences follow the sign bits.
-IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(BitWindow* stream, Ipp16s* values, std::size_t length,
+IppStatus ippsVLCDecodeUTupleEscBlock_AAC_1u16s(fmp4::BitWindow* stream, Ipp16s* values, std::size_t length,
                                                 const IppsVLCDecodeSpec_32s* table);
+
+}  // namespace UMC

@@ -4,6 +4,8 @@
 #include "dsp/ipps_sbr.h"
 #include "dsp/kernels/kernels.h"
 
+namespace UMC {
+
 // Slots per batch. Transforms process these side by side: a row holds one band or sample of each slot.
 inline constexpr int kQmfBatch = 16;
 // Length of a row of all slots, preceded by those of earlier calls.
@@ -28,3 +30,5 @@ struct IppsFilterSpec_SBR_32f {
 
 // Floats in a call's work buffer: rows of all slots, inputs and results of two transforms, their passes.
 inline constexpr int kQmfWorkFloats = 2 * kIppsSbrBands * kQmfPitch + 6 * kIppsSbrBands * kQmfBatch;
+
+}  // namespace UMC

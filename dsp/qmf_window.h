@@ -3,6 +3,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 inline constexpr int kQmfWindowLength = 640;
 inline constexpr Ipp32f kQmfWindow[kQmfWindowLength] = {  // c[0] onwards
     0.0f,
@@ -645,3 +647,5 @@ inline constexpr Ipp32f kQmfWindow[kQmfWindowLength] = {  // c[0] onwards
     -0.00049475180896f,
     -0.00056176925738f,
     -0.00055252865047f};
+
+}  // namespace UMC

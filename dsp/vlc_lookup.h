@@ -5,8 +5,10 @@
 
 #include "dsp/ipps_vlc.h"
 
+namespace UMC {
+
 // The next symbol in the window, which holds at least kMaxVLCLength bits; they are not consumed.
-inline IppsVLCDecodeSpec_32s::Entry LookUpVlc(const BitWindow& window,
+inline IppsVLCDecodeSpec_32s::Entry LookUpVlc(const fmp4::BitWindow& window,
                                               const IppsVLCDecodeSpec_32s::Entry* entries,
                                               unsigned primaryBits) {
   const IppsVLCDecodeSpec_32s::Entry entry = entries[window.Peek(primaryBits)];
@@ -20,7 +22,7 @@ inline IppsVLCDecodeSpec_32s::Entry LookUpVlc(const BitWindow& window,
 // Calls take(i) for the offset of every tuple in `length` values. The window always holds enough bits: one
 // refill provides for two tuples with their signs.
 template <int kDimension, class Take>
-inline void ForVlcTuples(BitWindow& window, std::size_t length, Take take) {
+inline void ForVlcTuples(fmp4::BitWindow& window, std::size_t length, Take take) {
   static_assert(2 * (kMaxVLCLength + kDimension) <= 56);
   std::size_t i = 0;
   for (; i + 2 * kDimension <= length; i += 2 * kDimension) {
@@ -42,7 +44,7 @@ inline constexpr Ipp32s kVlcEscape = 16;
 inline constexpr unsigned kMaxVlcEscapePrefix = 8;
 
 // Consumes an escape sequence and returns its magnitude, or 0 if the prefix is too long.
-inline Ipp32s TakeEscapeSequence(BitWindow& window) {
+inline Ipp32s TakeEscapeSequence(fmp4::BitWindow& window) {
   window.Refill();
   unsigned prefix = 0;
   while (prefix <= kMaxVlcEscapePrefix && window.Peek(1) != 0) {
@@ -56,3 +58,5 @@ inline Ipp32s TakeEscapeSequence(BitWindow& window) {
   window.Skip(bits);
   return magnitude;
 }
+
+}  // namespace UMC

@@ -10,6 +10,8 @@
 #include "dsp/ipps_vector.h"
 #include "dsp/vlc_lookup.h"
 
+namespace UMC {
+
 namespace {
 
 using Entry = IppsVLCDecodeSpec_32s::Entry;
@@ -64,7 +66,7 @@ struct Tables {
 
 // Decodes the next tuple, and its signs if there are any, from the window, which holds enough bits for both.
 template <int kDimension, bool kSigns>
-inline void TakeTuple(BitWindow& window, const Tables& tables, Ipp32f* lines) {
+inline void TakeTuple(fmp4::BitWindow& window, const Tables& tables, Ipp32f* lines) {
   const Entry entry = LookUpVlc(window, tables.entries, tables.primaryBits);
   window.Skip(entry.length);
   Words<kDimension> words = LoadWords<kDimension>(tables.tuples + entry.value * kDimension);
@@ -78,18 +80,19 @@ inline void TakeTuple(BitWindow& window, const Tables& tables, Ipp32f* lines) {
 }
 
 template <int kDimension, bool kSigns>
-void DecodeTuples(BitWindow* stream, Ipp32f* lines, std::size_t length, const Tables& tables) {
-  BitWindow window = *stream;
+void DecodeTuples(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length, const Tables& tables) {
+  fmp4::BitWindow window = *stream;
   ForVlcTuples<kDimension>(window, length,
                            [&](std::size_t i) { TakeTuple<kDimension, kSigns>(window, tables, lines + i); });
   *stream = window;
 }
 
 template <bool kSigns>
-IppStatus DecodeEscapedPairs(BitWindow* stream, Ipp32f* lines, std::size_t length, const Tables& tables) {
+IppStatus DecodeEscapedPairs(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length,
+                             const Tables& tables) {
   const Ipp32f* powers = Pow43Powers();
   const Ipp32f escape = powers[kVlcEscape];
-  BitWindow window = *stream;
+  fmp4::BitWindow window = *stream;
   for (std::size_t i = 0; i < length; i += 2) {
     window.Refill();
     TakeTuple<2, kSigns>(window, tables, lines + i);
@@ -120,7 +123,8 @@ IppStatus PrepareVlcPowers(const IppsVLCDecodeSpec_32s& code, bool signBits, boo
   return ippsPow43_16s32f(code.tuples.data(), made->tuples.data(), code.tuples.size());
 }
 
-IppStatus DecodeVlcPowers(BitWindow* stream, Ipp32f* lines, std::size_t length, const VlcPowers& powers) {
+IppStatus DecodeVlcPowers(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length,
+                          const VlcPowers& powers) {
   if (stream == nullptr || lines == nullptr || powers.code == nullptr) return ippStsNullPtrErr;
   if (length % static_cast<std::size_t>(powers.code->dimension) != 0) return ippStsSizeErr;
   const Tables tables(powers);
@@ -135,3 +139,5 @@ IppStatus DecodeVlcPowers(BitWindow* stream, Ipp32f* lines, std::size_t length, 
   }
   return ippStsNoErr;
 }
+
+}  // namespace UMC

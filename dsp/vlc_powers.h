@@ -7,6 +7,8 @@
 
 #include "dsp/ipps_vlc.h"
 
+namespace UMC {
+
 // A prepared code with the powers of its tuples.
 struct VlcPowers {
   const IppsVLCDecodeSpec_32s* code = nullptr;  // outlives this
@@ -20,4 +22,7 @@ IppStatus PrepareVlcPowers(const IppsVLCDecodeSpec_32s& code, bool signBits, boo
 
 // Decodes `length` lines, a multiple of the dimension: ippsPow43_16s32f of what the functions of ipps_vlc.h
 // decode from the same code. ippStsVLCInputDataErr for an invalid escape sequence.
-IppStatus DecodeVlcPowers(BitWindow* stream, Ipp32f* lines, std::size_t length, const VlcPowers& powers);
+IppStatus DecodeVlcPowers(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length,
+                          const VlcPowers& powers);
+
+}  // namespace UMC

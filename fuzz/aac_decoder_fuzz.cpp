@@ -9,6 +9,8 @@
 #include "audio/umc/aac/aac_decoder.h"
 #include "base/aac/audio_specific_config.h"
 
+namespace fmp4 {
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   const bool configured = (data[0] & 1) != 0;
@@ -45,3 +47,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

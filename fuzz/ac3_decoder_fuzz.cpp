@@ -8,6 +8,8 @@
 #include "audio/umc/ac3/ac3_decoder.h"
 #include "tests/audio/ac3_checksums.h"
 
+namespace fmp4 {
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   std::vector<std::uint8_t> bytes(data + 1, data + size);
@@ -37,3 +39,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

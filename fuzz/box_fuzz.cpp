@@ -9,6 +9,8 @@
 #include "tests/mp4box/boxes/payload_visitors.h"
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The four bytes of a type as text.
@@ -59,3 +61,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
   return 0;
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "captions/caption_cues.h"
 
+namespace fmp4 {
+
 using namespace captions;
 
 namespace {
@@ -39,3 +41,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "captions/cea708_service.h"
 #include "captions/sei_captions.h"
 
+namespace fmp4 {
+
 using namespace captions;
 
 namespace {
@@ -75,3 +77,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

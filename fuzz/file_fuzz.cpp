@@ -12,6 +12,8 @@
 #include "tests/support/temp_folder.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Maximum number of frames read per input.
@@ -87,3 +89,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   file.Close();
   return 0;
 }
+
+}  // namespace fmp4

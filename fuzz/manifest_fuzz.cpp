@@ -6,6 +6,8 @@
 
 #include "streaming/lists/manifest_reader.h"
 
+namespace fmp4 {
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
   const FrameRate rate = parseFrameRate(text.c_str());
@@ -16,3 +18,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (parseManifestDocument(text, document)) readManifest(document);
   return 0;
 }
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "tool/source/fragment_stream.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint64_t kMaxFrames = 512;
@@ -59,3 +61,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

@@ -10,6 +10,10 @@
 
 #include "audio/umc/aac/ps/parametric_stereo.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 using namespace UMC::aac;
 
 namespace {
@@ -59,3 +63,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "recording/check/list_difference.h"
 #include "recording/check/recorded_media.h"
 
+namespace fmp4 {
+
 namespace {
 
 // No scanned range is outside the file, and the complete ones cover it up to its end.
@@ -42,3 +44,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   manifestDifference(first, second);
   return 0;
 }
+
+}  // namespace fmp4

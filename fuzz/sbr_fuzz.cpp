@@ -13,6 +13,8 @@
 #include "audio/umc/aac/core/scale_factor_bands.h"
 #include "audio/umc/aac/sbr/sbr_decoder.h"
 
+namespace fmp4 {
+
 using namespace UMC::aac;
 
 namespace {
@@ -61,3 +63,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   return 0;
 }
+
+}  // namespace fmp4

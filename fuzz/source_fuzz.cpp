@@ -16,6 +16,8 @@
 #include "tool/source/source_captions.h"
 #include "tool/source/source_tracks.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::size_t kMaxSamples = 4096;  // of one track that are looked at
@@ -121,3 +123,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   readAsItArrives({data, size});
   return 0;
 }
+
+}  // namespace fmp4

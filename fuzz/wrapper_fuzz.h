@@ -10,6 +10,8 @@
 #include "base/bit_window.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 // The input is the format and a list of operations, two bytes each; a sample's bytes follow its operation.
 // prepare(sample) may modify a sample before it is decoded.
 template <class Prepare>
@@ -71,3 +73,5 @@ void FuzzWrapper(std::uint32_t codec, const std::uint8_t* data, std::size_t size
   }
   wrapper.ReleaseBuffer();
 }
+
+}  // namespace fmp4

@@ -1,5 +1,7 @@
 #include "mp4box/audio_object_type.h"
 
+namespace fmp4 {
+
 const char* Mp4OtherAudioCodec(std::uint8_t objectTypeIndication) {
   switch (objectTypeIndication) {
     case 0x69:
@@ -29,3 +31,5 @@ const char* Mp4OtherAudioCodec(std::uint8_t objectTypeIndication) {
       return nullptr;
   }
 }
+
+}  // namespace fmp4

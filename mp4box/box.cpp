@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 void Mp4RootState::expectFragment(std::uint64_t bytes) {
   constexpr std::uint64_t kMaxExpected = 64 << 10;
   fragmentBytes = std::min({bytes, lastFragmentBytes_, kMaxExpected});
@@ -49,3 +51,5 @@ void Mp4BoxFree(Mp4Stream*, Mp4Box* box) {
 void Mp4BoxDeleter::operator()(Mp4Box* box) const {
   Mp4BoxFree(nullptr, box);
 }
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "mp4box/stream.h"
 #include "mp4box/window_stream.h"
 
+namespace fmp4 {
+
 inline constexpr std::uint32_t MP4_ROOT = Mp4FourCc("root");
 
 // One box. A box owns its children and its payload; children are kept in file order.
@@ -165,3 +167,5 @@ bool Mp4ReadLeaf(Mp4Stream& stream, Mp4Box& box);
 bool Mp4ReadLeafWithChildren(Mp4Stream& stream, Mp4Box& box);
 // As above with a given payload record instead of one chosen by type; takes ownership of it.
 bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> payload, bool children);
+
+}  // namespace fmp4

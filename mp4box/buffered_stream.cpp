@@ -5,6 +5,8 @@
 
 #include "mp4box/stream.h"
 
+namespace fmp4 {
+
 Mp4BufferedStream::Mp4BufferedStream(std::unique_ptr<Mp4Stream> plain)
     : readBuffer_(new std::uint8_t[kBufferBytes]), writeBuffer_(new std::uint8_t[kBufferBytes]) {
   position_ = std::max<std::int64_t>(0, static_cast<std::int64_t>(plain->tell()));
@@ -93,3 +95,5 @@ std::int64_t Mp4BufferedStream::flush() {
   writeFill_ = 0;
   return 0;
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "base/bytes.h"
 
+namespace fmp4 {
+
 std::span<const std::uint8_t> Mp4FieldReader::take(std::uint64_t count) {
   if (count > left_.size()) {
     left_ = {};
@@ -54,3 +56,5 @@ void Mp4FieldReader::words(const char*, std::vector<std::uint32_t>& values, std:
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = Mp4LoadU32(&taken[4 * i]);
   if (values.size() < count) left_ = {};
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include "mp4box/fields.h"
 
+namespace fmp4 {
+
 // Fills fields from `payload`, which must outlive it. Reading ends at the first field that does not fit: that
 // field and all fields after it read as zero or empty.
 class Mp4FieldReader : public Mp4Fields {
@@ -34,3 +36,5 @@ class Mp4FieldReader : public Mp4Fields {
   std::span<const std::uint8_t> payload_;
   std::span<const std::uint8_t> left_;
 };
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace fmp4 {
+
 void Mp4FieldWriter::write(const void* data, std::size_t size, std::uint64_t count) {
   auto* bytes = static_cast<const std::uint8_t*>(data);
   std::uint64_t left = std::min<std::uint64_t>(count, size);
@@ -67,3 +69,5 @@ void Mp4FieldWriter::words(const char*, std::vector<std::uint32_t>& values, std:
   }
   write(block.data(), block.size(), block.size());
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "mp4box/fields.h"
 #include "mp4box/output.h"
 
+namespace fmp4 {
+
 // Writes fields to `out` with the box writing primitives. Their results are ignored: an output that fails
 // reports this to its owner itself.
 class Mp4FieldWriter : public Mp4Fields {
@@ -30,3 +32,5 @@ class Mp4FieldWriter : public Mp4Fields {
 
   Mp4Output& out_;
 };
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include <type_traits>
 #include <vector>
 
+namespace fmp4 {
+
 // The interpretation of a number, for visitors that print it.
 enum class Mp4Number { Unsigned, Signed, FourCc, Fixed16, Fixed8, Hex };
 
@@ -165,3 +167,5 @@ struct Mp4FullBox : Mp4Payload {
     f.hex("flags", flags, 3);
   }
 };
+
+}  // namespace fmp4

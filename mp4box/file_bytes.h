@@ -7,6 +7,8 @@
 
 #include "mp4box/stream.h"
 
+namespace fmp4 {
+
 // A larger leaf box is not read; a larger top-level container is not read in one go.
 inline constexpr std::uint64_t MP4_MAX_LEAF_BYTES = 256u << 20;
 
@@ -28,3 +30,5 @@ class Mp4FileBytes {
  private:
   std::unique_ptr<std::uint8_t[]> read_;
 };
+
+}  // namespace fmp4

@@ -7,7 +7,7 @@
 #include "mp4box/boxes/trun.h"
 #include "mp4box/movie.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TrackFragment {
   TrackFragmentHeaderBox tfhd;
@@ -20,4 +20,4 @@ struct MovieFragment {
   PerTrack<TrackFragment> tracks;
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+namespace fmp4 {
+
 namespace {
 
 // Boxes of a fragment that extend past their parents may make it this many times as long to read.
@@ -25,3 +27,5 @@ Mp4BoxPtr Mp4ReadFragmentTree(Mp4Stream& stream, std::uint64_t position, std::ui
   if (state->memoryShort) throw std::bad_alloc();
   return box ? std::move(root) : nullptr;
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "mp4box/stream.h"
 
+namespace fmp4 {
+
 VLHANDLE Mp4MemoryStream::open(const char*, std::uint32_t) {
   return VL_NO_HANDLE;
 }
@@ -36,3 +38,5 @@ const std::uint8_t* Mp4MemoryStream::view(std::uint64_t offset, std::uint64_t co
   if (offset < base_ || offset - base_ > count_ || count > count_ - (offset - base_)) return nullptr;
   return data_ + (offset - base_);
 }
+
+}  // namespace fmp4

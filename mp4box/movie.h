@@ -20,7 +20,7 @@
 #include "mp4box/boxes/visual_entry.h"
 #include "mp4box/boxes/vmhd.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 // The tracks of the files written here. A file has at most one of each, in this order.
 enum class TrackKind : std::uint8_t { Video, Audio, Captions608, Captions708 };
@@ -102,4 +102,4 @@ struct Movie {
   PerTrack<Track> tracks;
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -5,6 +5,8 @@
 #include <array>
 #include <new>
 
+namespace fmp4 {
+
 namespace {
 
 template <unsigned Count>
@@ -77,3 +79,5 @@ void Mp4BoxEnd(Mp4Output& out, Mp4BoxMark& mark) {
   Mp4WriteU32(out, static_cast<std::uint32_t>(mark.end - mark.start));
   out.seek(mark.end);
 }
+
+}  // namespace fmp4

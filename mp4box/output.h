@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace fmp4 {
+
 // The destination of boxes. The size of a box is patched in when the box is closed, so an output must be
 // seekable.
 class Mp4Output {
@@ -51,3 +53,5 @@ struct Mp4BoxMark {
 void Mp4BoxBegin(Mp4Output& out, Mp4BoxMark& mark, std::uint32_t type);
 // Patches the size in, always in 32-bit form: the size of a box of 4 GiB or more is truncated to 32 bits.
 void Mp4BoxEnd(Mp4Output& out, Mp4BoxMark& mark);
+
+}  // namespace fmp4

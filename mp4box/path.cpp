@@ -10,6 +10,8 @@
 #include "base/bytes.h"
 #include "mp4box/box.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Token {
@@ -123,3 +125,5 @@ Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset) {
   Mp4Box* box = *std::prev(behind);
   return box->position == offset ? box : nullptr;
 }
+
+}  // namespace fmp4

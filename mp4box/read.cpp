@@ -17,6 +17,8 @@
 #include "mp4box/file_bytes.h"
 #include "mp4box/window_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Size, type, 64-bit size and extended type.
@@ -276,3 +278,5 @@ bool Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload> 
   if (children && stream.seek(box.position + header + taken)) Mp4ReadChildren(stream, &box);
   return true;
 }
+
+}  // namespace fmp4

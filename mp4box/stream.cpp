@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace fmp4 {
+
 namespace {
 
 // Host reads and writes have a 32-bit byte count; larger transfers are split.
@@ -89,3 +91,5 @@ const std::uint8_t* Mp4Stream::view(std::uint64_t, std::uint64_t) {
 Mp4Stream::~Mp4Stream() {
   Mp4Stream::close();
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 // Mode bits of Mp4Stream::open. The low two bits hold the access mode.
 inline constexpr std::uint32_t MP4_MODE_ACCESS = 3;
 inline constexpr std::uint32_t MP4_MODE_READ = 1;    // read only
@@ -102,3 +104,5 @@ class Mp4MemoryStream : public Mp4Stream {
   std::uint64_t base_;
   std::uint64_t position_;
 };
+
+}  // namespace fmp4

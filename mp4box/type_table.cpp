@@ -62,6 +62,8 @@
 #include "mp4box/boxes/visual_entry.h"
 #include "mp4box/boxes/vmhd.h"
 
+namespace fmp4 {
+
 namespace {
 
 template <class Payload>
@@ -321,3 +323,5 @@ const Mp4BoxType& Mp4FindBoxType(std::uint32_t type) {
   const auto found = rows.find(type);
   return found != rows.end() ? *found->second : Mp4BoxTypeTable().back();
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace fmp4 {
+
 namespace {
 
 // Larger reads bypass the window and go directly to their destination.
@@ -65,3 +67,5 @@ const std::uint8_t* Mp4WindowStream::view(std::uint64_t offset, std::uint64_t co
   if (cover(offset, count) < count) return nullptr;
   return window_.bytes.data() + (offset - window_.offset);
 }
+
+}  // namespace fmp4

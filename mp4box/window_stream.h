@@ -6,6 +6,8 @@
 
 #include "mp4box/stream.h"
 
+namespace fmp4 {
+
 // The bytes of a file read by a window stream; they outlive the stream.
 struct Mp4Window {
   std::vector<std::uint8_t> bytes;
@@ -43,3 +45,5 @@ class Mp4WindowStream : public Mp4Stream {
   std::uint64_t ahead_;
   std::uint64_t position_ = 0;
 };
+
+}  // namespace fmp4

@@ -1,6 +1,8 @@
 // Writes the top-level boxes without children.
 #include "mp4box/write.h"
 
+namespace fmp4 {
+
 void Mp4WriteFileType(Mp4Output& out, mp4::FileTypeBox& ftyp) {
   Mp4WriteBox(out, Mp4FourCc("ftyp"), ftyp);
 }
@@ -12,3 +14,5 @@ void Mp4WriteMediaData(Mp4Output& out, const void* bytes, std::uint32_t count) {
 void Mp4WriteSegmentIndex(Mp4Output& out, mp4::SegmentIndexBox& sidx) {
   Mp4WriteBox(out, Mp4FourCc("sidx"), sidx);
 }
+
+}  // namespace fmp4

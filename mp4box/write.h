@@ -10,6 +10,8 @@
 #include "mp4box/movie.h"
 #include "mp4box/output.h"
 
+namespace fmp4 {
+
 // Writes a box without a payload of its own; `children()` writes its content. Returns its position.
 template <class Children>
 Mp4BoxMark Mp4WriteContainer(Mp4Output& out, std::uint32_t type, Children children) {
@@ -59,3 +61,5 @@ std::uint32_t Mp4WriteMovieFragment(Mp4Output& out, mp4::MovieFragment& fragment
 void Mp4WriteMediaData(Mp4Output& out, const void* bytes, std::uint32_t count);
 
 void Mp4WriteSegmentIndex(Mp4Output& out, mp4::SegmentIndexBox& sidx);
+
+}  // namespace fmp4

@@ -1,6 +1,8 @@
 // Writes "moof" and patches in the data offsets of the tracks.
 #include "mp4box/write.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -57,3 +59,5 @@ std::uint32_t Mp4WriteMovieFragment(Mp4Output& out, mp4::MovieFragment& fragment
   out.seek(moof.end);
   return size;
 }
+
+}  // namespace fmp4

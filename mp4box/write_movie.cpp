@@ -7,6 +7,8 @@
 #include "mp4box/boxes/url.h"
 #include "mp4box/write.h"
 
+namespace fmp4 {
+
 namespace {
 
 void writeMediaHeader(Mp4Output& out, mp4::VideoMedia& media) {
@@ -88,3 +90,5 @@ void Mp4WriteMovie(Mp4Output& out, mp4::Movie& movie) {
     }
   });
 }
+
+}  // namespace fmp4

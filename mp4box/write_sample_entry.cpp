@@ -2,6 +2,8 @@
 #include "mp4box/boxes/stsd.h"
 #include "mp4box/write.h"
 
+namespace fmp4 {
+
 namespace {
 
 void writeAvcConfiguration(Mp4Output& out, mp4::AVCConfigurationBox& avcC) {
@@ -33,3 +35,5 @@ void Mp4WriteSampleDescription(Mp4Output& out, mp4::Track& track) {
   Mp4WriteBox(out, Mp4FourCc("stsd"), stsd,
               [&] { std::visit([&](auto& media) { writeSampleEntry(out, media); }, track.media); });
 }
+
+}  // namespace fmp4

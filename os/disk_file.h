@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace os {
+namespace fmp4::os {
 
 // A second handle to a file, next to the one through which its bytes are written. It stays with the file when
 // that is renamed. Closed on destruction.
@@ -34,4 +34,4 @@ class DiskFile {
 // separately. Returns false on failure.
 bool syncName(const std::string& path);
 
-}  // namespace os
+}  // namespace fmp4::os

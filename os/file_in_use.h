@@ -3,9 +3,9 @@
 
 #include <string>
 
-namespace os {
+namespace fmp4::os {
 
 // Whether any process, including this one, has the file open for writing. False if the system cannot tell.
 bool isBeingWritten(const std::string& path);
 
-}  // namespace os
+}  // namespace fmp4::os

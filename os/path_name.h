@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <string>
 
+namespace fmp4 {
+
 inline std::filesystem::path vlPath(const std::string& name) {
   return std::u8string(name.begin(), name.end());
 }
@@ -13,3 +15,5 @@ inline std::string vlName(const std::filesystem::path& path) {
   const std::u8string name = path.u8string();
   return {name.begin(), name.end()};
 }
+
+}  // namespace fmp4

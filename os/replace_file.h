@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace os {
+namespace fmp4::os {
 
 // The state on disk if the power fails right after a replacement.
 enum class Durability {
@@ -28,4 +28,4 @@ enum class Durability {
   return replaceFile(path, std::span(&content, 1), Durability::NewContent);
 }
 
-}  // namespace os
+}  // namespace fmp4::os

@@ -10,6 +10,8 @@
 #include "mp4box/boxes/esds.h"
 #include "plugin/messages.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
@@ -320,3 +322,5 @@ void AudioTrack::deliver(std::uint64_t position, std::uint64_t count, std::uint8
   std::memset(out + delivery.bytes, 0, silent);
   delivery.bytes += static_cast<std::uint32_t>(silent);
 }
+
+}  // namespace fmp4

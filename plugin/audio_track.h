@@ -12,6 +12,8 @@
 #include "streaming/index/audio_timeline.h"
 #include "streaming/index/track_cursor.h"
 
+namespace fmp4 {
+
 // The AudioSpecificConfig from an `esds` in a sample entry or in its QuickTime "wave" box; empty if there is
 // none.
 std::vector<std::uint8_t> findAudioSpecificConfig(Mp4Box* sampleEntry);
@@ -144,3 +146,5 @@ class AudioTrack {
   bool everDecoded_ = false;           // some access unit of the track has been decoded
   bool undecodable_ = false;
 };
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "plugin/source.h"
 #include "qvrutil.h"
 
+namespace fmp4 {
+
 std::uint32_t CMFFmp4::Close() {
   qvrInfoDelete(this);
   m_setClose();
@@ -18,3 +20,5 @@ std::uint32_t CMFFmp4::Close() {
   host().resetDescriptions();
   return whole ? VL_OK : VL_FAILED;
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "base/bytes.h"
 #include "base/fourcc.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kBoxHeader = 8;
@@ -62,3 +64,5 @@ std::optional<std::vector<std::uint8_t>> audioConfigOf(const QVRAUDIO& audio) {
 std::uint32_t samplesPerFrameOf(const QVRAUDIO& audio) {
   return audio.codec == Mp4FourCc("ac-3") ? kAc3FrameSamples : kAacFrameSamples;
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "qvr.h"
 
+namespace fmp4 {
+
 // The AVC decoder configuration record of a video description: the payload of its "avcC" box; empty if there
 // is no such box. Returns nullopt if the box or the record is shorter than it states.
 std::optional<std::vector<std::uint8_t>> avcRecordOf(const QVRVIDEO& video);
@@ -18,3 +20,5 @@ std::optional<std::vector<std::uint8_t>> audioConfigOf(const QVRAUDIO& audio);
 
 // PCM frames per access unit: 1536 for AC-3, otherwise 1024.
 std::uint32_t samplesPerFrameOf(const QVRAUDIO& audio);
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include <windows.h>
 #endif
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kVersionQuery = 0xFFFFFFFFu;
@@ -120,3 +122,5 @@ extern "C" VL_EXPORTED std::int64_t xMediaFile(CMFFmp4* object, std::uint32_t co
 
 static_assert(sizeof(xCheckVersionAndFile(nullptr, 0, nullptr)) == 8);
 static_assert(sizeof(xMediaFile(nullptr, 0, nullptr)) == 8);
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "plugin/host_view.h"
 #include "plugin/recorder.h"
 
+namespace fmp4 {
+
 class Source;
 
 class CMFFmp4 : public CAMediaFile {
@@ -80,3 +82,5 @@ class CMFFmp4 : public CAMediaFile {
   std::unique_ptr<Source> m_source;
   std::unique_ptr<Recorder> m_recorder;
 };
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "base/exact_time.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr char kStreamName[] = "Fmp4";
@@ -79,3 +81,5 @@ std::uint32_t HostView::countStreams(std::uint32_t kind) const {
   const auto isOfKind = [kind](const auto& holder) { return holder->kind == kind; };
   return static_cast<std::uint32_t>(std::count_if(streams.begin(), streams.end(), isOfKind));
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 
 #include "mediafile.h"
 
+namespace fmp4 {
+
 // The file-type code of the format record, also reported by the object and its descriptions.
 inline constexpr std::uint32_t kFileTypeCode = 147;
 
@@ -32,3 +34,5 @@ struct HostView {
   // The number of streams of a kind (QVR_KIND_*) in this object's own file.
   std::uint32_t countStreams(std::uint32_t kind) const;
 };
+
+}  // namespace fmp4

@@ -6,7 +6,7 @@
 #include "recording/messages.h"
 #include "vlutil.h"
 
-namespace messages {
+namespace fmp4::messages {
 
 // Probing and opening.
 inline constexpr char kCannotOpenFile[] = "Cannot open file";
@@ -67,4 +67,4 @@ inline void reportRead(std::uint32_t status) {
   ErrOut("ReadFMP4(0x%lX)", static_cast<unsigned long>(status));
 }
 
-}  // namespace messages
+}  // namespace fmp4::messages

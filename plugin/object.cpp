@@ -9,6 +9,8 @@
 #include "plugin/source.h"
 #include "qvrutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kOptionHeight = 2;
@@ -121,3 +123,5 @@ std::uint32_t CMFFmp4::SetCodecOption(std::uint32_t channelMask, std::uint32_t s
   }
   return CAMediaFile::SetCodecOption(channelMask, stream, option, value, description);
 }
+
+}  // namespace fmp4

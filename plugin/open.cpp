@@ -5,6 +5,8 @@
 #include "plugin/source.h"
 #include "qvrutil.h"
 
+namespace fmp4 {
+
 std::uint32_t CMFFmp4::Open(const char* fileName, std::uint32_t access, std::uint32_t share, void* security,
                             std::uint32_t creation, std::uint32_t attributes, std::uint32_t openFlags) {
   if (m_isOpen) Close();
@@ -46,3 +48,5 @@ std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path) const {
   if (result != VL_OK) file.reset();
   return file;
 }
+
+}  // namespace fmp4

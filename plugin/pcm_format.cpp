@@ -3,6 +3,8 @@
 #include "base/aac/audio_specific_config.h"
 #include "mp4box/boxes/dac3.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint16_t kStereo = 2;
@@ -40,3 +42,5 @@ PcmFormat pcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
   if (rate > 0) format.samplesPerSecond = rate;
   return format;
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "mp4box/box.h"
 #include "mp4box/boxes/audio_entry.h"
 
+namespace fmp4 {
+
 // Bits per decoded sample, regardless of the sample entry.
 inline constexpr std::uint16_t kDecodedBits = 16;
 
@@ -19,3 +21,5 @@ struct PcmFormat {
 // values by the codec configuration. `audioConfiguration` is the AudioSpecificConfig, empty if there is none.
 PcmFormat pcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
                       const std::vector<std::uint8_t>& audioConfiguration);
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace fmp4 {
+
 // The result of decoding the pre-roll of a position.
 struct PreRollResult {
   bool decoded = false;     // false: a failure, which more pre-roll does not mend
@@ -60,3 +62,5 @@ class PreRoll {
   std::uint64_t smallestSpare_ = kNoSpare;
   int seeks_ = 0;  // since `units_` changed
 };
+
+}  // namespace fmp4

@@ -20,6 +20,8 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+namespace fmp4 {
+
 namespace {
 
 std::uint32_t refuse(const char* text) {
@@ -70,3 +72,5 @@ std::uint32_t probeFile(const char* fileName, std::uint32_t flags) {
   if (!fileName || !*fileName || (flags & kProbeNameOnly)) return VL_OK;
   return guarded(VL_FAILED, [fileName] { return probeByExtension(fileName); });
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace fmp4 {
+
 // Probe flag: do not access the file; every name is accepted.
 inline constexpr std::uint32_t kProbeNameOnly = 0x40000000u;
 
@@ -10,3 +12,5 @@ inline constexpr std::uint32_t kProbeNameOnly = 0x40000000u;
 // other file that contains a movie fragment. A null or empty name is accepted. Returns 0, or 0xFFFFFFFF after
 // reporting the reason.
 std::uint32_t probeFile(const char* fileName, std::uint32_t flags);
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <initializer_list>
 
+namespace fmp4 {
+
 RateScale reduceRate(RateScale value) {
   for (const std::int64_t step : {std::int64_t{100}, std::int64_t{10}}) {
     if (value.rate % step == 0 && value.scale % step == 0) return {value.rate / step, value.scale / step};
@@ -46,3 +48,5 @@ std::uint32_t timecodeRateOf(std::uint32_t rate) {
       return 1;
   }
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "base/exact_time.h"
 
+namespace fmp4 {
+
 // A rate and its scale.
 struct RateScale {
   std::int64_t rate = 0;
@@ -24,3 +26,5 @@ FrameRate snapFrameRate(const FrameRate& nominal);
 
 // The host's timecode rate flag for a snapped rate.
 std::uint32_t timecodeRateOf(std::uint32_t rate);
+
+}  // namespace fmp4

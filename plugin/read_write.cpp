@@ -4,6 +4,8 @@
 #include "plugin/recorder.h"
 #include "plugin/source.h"
 
+namespace fmp4 {
+
 std::uint32_t CMFFmp4::Read(std::uint32_t frame, std::uint32_t count, std::uint32_t channelMask,
                             std::uint32_t mode, DFRAME* descriptor, void* extra) {
   switch (mode & 0xFF) {
@@ -40,3 +42,5 @@ std::uint32_t CMFFmp4::Write(std::uint32_t frame, std::uint32_t /*count*/, std::
     return write(none);
   });
 }
+
+}  // namespace fmp4

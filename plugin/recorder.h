@@ -13,6 +13,8 @@
 #include "recording/write/video_recording.h"
 #include "streaming/lists/mpd_writer.h"
 
+namespace fmp4 {
+
 class CMFFmp4;
 
 // What the host asks of a recording beside the descriptions; it may do so before it opens one.
@@ -83,3 +85,5 @@ class Recorder {
   std::unique_ptr<VideoRecording> videoRecording_;
   std::unique_ptr<CMFFmp4> companion_;
 };
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "recording/paths.h"
 #include "recording/write/stale_files.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::uint32_t refuse(const char* text) {
@@ -65,3 +67,5 @@ std::string Recorder::companionPath() const {
 void Recorder::join(std::unique_ptr<CMFFmp4> companion) {
   companion_ = std::move(companion);
 }
+
+}  // namespace fmp4

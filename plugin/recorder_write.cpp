@@ -9,6 +9,8 @@
 #include "qvrutil.h"
 #include "recording/paths.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::uint32_t refuseChannel(const char* record) {
@@ -125,3 +127,5 @@ bool Recorder::finish() {
   if (audioRecording_) whole = audioRecording_->finish() && whole;
   return whole;
 }
+
+}  // namespace fmp4

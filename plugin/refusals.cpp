@@ -6,6 +6,8 @@
 #include "plugin/codec_data.h"
 #include "plugin/messages.h"
 
+namespace fmp4 {
+
 namespace {
 
 // A sample entry has 16 bits each for width, height and sample rate.
@@ -31,3 +33,5 @@ const char* audioRefusal(const QVRAUDIO& audio) {
   if (sampleRate == 0 || sampleRate > kMaxSampleRate) return messages::kSampleRateNotRecordable;
   return audioConfigOf(audio) ? nullptr : messages::kConfigurationTooShort;
 }
+
+}  // namespace fmp4

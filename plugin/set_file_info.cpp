@@ -11,6 +11,8 @@
 #include "plugin/status.h"
 #include "qvrutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kEveryChannel = 0xFFFFFFFFu;
@@ -148,3 +150,5 @@ void CMFFmp4::describeToCompanion() {
   if (CMFFmp4* const companion = m_recorder->companion())
     companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
 }
+
+}  // namespace fmp4

@@ -20,6 +20,8 @@
 #include "streaming/index/track_defaults.h"
 #include "streaming/lists/manifest_reader.h"
 
+namespace fmp4 {
+
 class CMFFmp4;
 
 // An open file: its box tree, its fragment index, and the reading position of each track. Destroying it
@@ -128,3 +130,5 @@ class Source {
   std::string companionPath_;
   std::unique_ptr<CMFFmp4> companion_;
 };
+
+}  // namespace fmp4

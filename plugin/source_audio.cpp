@@ -8,6 +8,8 @@
 #include "plugin/status.h"
 #include "qvrutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The host counts requests in stereo PCM frames of 16 or 32 bits per sample, regardless of the track's
@@ -133,3 +135,5 @@ std::uint32_t Source::deliverAudio(AudioTrack& track, std::uint32_t frame, std::
   track.nextExpected = frame + count;
   return VL_OK;
 }
+
+}  // namespace fmp4

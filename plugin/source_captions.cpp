@@ -8,6 +8,8 @@
 #include "recording/caption_area.h"
 #include "streaming/index/seek.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace caption_area;
@@ -93,3 +95,5 @@ void Source::takeCc708Sample(DFRAME& descriptor) {
   descriptor.captionFlags |= DFRAME_CAPTION_708;
   descriptor.captionBytes = length;
 }
+
+}  // namespace fmp4

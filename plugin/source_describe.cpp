@@ -8,6 +8,8 @@
 #include "plugin/source.h"
 #include "qvrutil.h"
 
+namespace fmp4 {
+
 // Describes the source from its tracks, and from the manifest where the tracks lack information.
 std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
   if (manifest) {
@@ -84,3 +86,5 @@ void Source::completeDescription() {
       (companion_ ? companion_->host().countStreams(QVR_KIND_AUDIO) : host_.countStreams(QVR_KIND_AUDIO));
   host_.recomputeMainHeader();
 }
+
+}  // namespace fmp4

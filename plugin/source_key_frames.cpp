@@ -5,6 +5,8 @@
 #include "plugin/source.h"
 #include "streaming/index/seek.h"
 
+namespace fmp4 {
+
 std::uint32_t Source::findKeyFrame(std::uint32_t frame, bool forward) {
   if (!hasVideo()) return frame;
   const std::uint32_t found = guarded(kNoKeyFrame, [&] {
@@ -14,3 +16,5 @@ std::uint32_t Source::findKeyFrame(std::uint32_t frame, bool forward) {
   if (found == kNoKeyFrame) return frame;
   return forward ? std::max(found, frame) : std::min(found, frame);
 }
+
+}  // namespace fmp4

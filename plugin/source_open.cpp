@@ -8,6 +8,8 @@
 #include "streaming/lists/file_set.h"
 #include "streaming/lists/manifest_reader.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Positions a cursor at the first sample of its track, without loading data. Returns 0 or -1.
@@ -93,3 +95,5 @@ void Source::join(std::unique_ptr<CMFFmp4> companion) {
   host_.audio = audio.audio;
   companion_ = std::move(companion);
 }
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "streaming/index/nominal_duration.h"
 #include "streaming/index/track_defaults.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kAvc1 = Mp4FourCc("avc1");
@@ -194,3 +196,5 @@ void Source::setUpAudio(Mp4Box* sampleEntry, const IndexedTrack& track) {
     host_.audio = audio;
   }
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "streaming/index/seek.h"
 #include "tcxlat.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The descriptor flags kept by a header-only request, and by any request for a sample.
@@ -108,3 +110,5 @@ std::uint32_t Source::deliverSample(DFRAME& descriptor) {
   descriptor.captionBytes = 0;
   return VL_OK;
 }
+
+}  // namespace fmp4

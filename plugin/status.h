@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace fmp4 {
+
 inline constexpr std::uint32_t FMP4_E_NO_AUDIO = 0xE8021001u;
 inline constexpr std::uint32_t FMP4_E_DURATION = 0xFFFFFFFEu;  // the duration of a sample is rejected
 inline constexpr std::uint32_t FMP4_E_NO_STREAM_HOLDER = 0xE8022007u;
@@ -15,3 +17,5 @@ inline constexpr std::uint32_t FMP4_E_CANNOT_CREATE = 0xE802500Cu;
 
 // Returned by xMediaFile queries with a null object or a null result pointer.
 inline constexpr std::int64_t FMP4_BAD_ARGUMENT = -33;
+
+}  // namespace fmp4

@@ -6,7 +6,7 @@
 
 #include "base/fourcc.h"
 
-namespace caption_area {
+namespace fmp4::caption_area {
 
 inline constexpr std::size_t kPacketStart = 4;
 // A caption distribution packet (SMPTE ST 334-2) follows the word 353 and a length byte.
@@ -17,4 +17,4 @@ inline constexpr std::uint16_t kDistributionWord = 353;
 inline constexpr std::uint32_t kPacketBox = Mp4FourCc("ccdp");
 inline constexpr std::uint32_t kBoxHeader = 8;
 
-}  // namespace caption_area
+}  // namespace fmp4::caption_area

@@ -3,7 +3,7 @@
 
 #include "vlutil.h"
 
-namespace messages {
+namespace fmp4::messages {
 
 inline constexpr char kOffsetTooLarge[] = "The composition offset is too large";
 inline constexpr char kNoVideoBuffer[] = "fmp4 - Failed to allocate video buffer for writing";
@@ -14,4 +14,4 @@ inline void reportError(const char* text) {
   ErrFmtOut(VL_LOG_ERROR, 0, 0, "ERROR(vlx_fmp4): %s\n", text);
 }
 
-}  // namespace messages
+}  // namespace fmp4::messages

@@ -11,6 +11,8 @@
 #include "streaming/lists/manifest_reader.h"
 #include "streaming/lists/uri.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Path = std::filesystem::path;
@@ -141,3 +143,5 @@ RecordingNames findRecording(const std::string& name) {
   }
   return names;
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace fmp4 {
+
 // Paths, whether the files exist or not; empty where a recording has no such file.
 struct RecordingNames {
   std::string video;          // empty for audio alone
@@ -22,3 +24,5 @@ RecordingNames namesOfAudioAlone(const std::string& audio);
 
 // Name and extension of a path.
 std::string fileNameOf(const std::string& path);
+
+}  // namespace fmp4

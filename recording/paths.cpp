@@ -2,6 +2,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 bool contains(const std::string& path, const char* part) {
@@ -46,3 +48,5 @@ std::string audioPlaylistPath(const std::string& audio) {
   vlOSMakePath(path, sizeof path, drive, folder, (std::string(name) + "A").c_str(), ".m3u8");
   return path;
 }
+
+}  // namespace fmp4

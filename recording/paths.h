@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace fmp4 {
+
 // The path with another extension; empty when that makes it too long.
 std::string withExtension(const std::string& path, const char* extension);
 
@@ -20,3 +22,5 @@ std::string videoPlaylistPath(const std::string& video);
 // Beside that of the video; the end of the name differs.
 std::string audioPlaylistPath(const std::string& audio);
 std::string masterPlaylistPath(const std::string& video);
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kMaxFragments = 10;
@@ -18,3 +20,5 @@ SegmentGeometry geometryOfInterval(std::uint32_t interval) {
   const std::uint32_t divisor = interval / (frames + 1) + 1;  // the first with this quotient
   return {frames, kMaxFragments - kMaxFragments % divisor};
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace fmp4 {
+
 // Maximum video frames of a movie fragment.
 inline constexpr std::uint32_t kMaxFramesPerFragment = 30;
 
@@ -25,3 +27,5 @@ struct SegmentGeometry {
 // divisor, primes among them, and those above 300 give 0 fragments a segment: the recording is then one
 // segment, whose index has no references. Intended (quirk 40): some players refuse it.
 SegmentGeometry geometryOfInterval(std::uint32_t keyFrameInterval);
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "tool/terminal/console.h"
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr int kOperationFailed = 1;
@@ -35,6 +37,10 @@ std::vector<std::string> commandsOf(const CLI::App& app) {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);

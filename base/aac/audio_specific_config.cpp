@@ -10,13 +10,13 @@ namespace {
 constexpr std::uint32_t kSbrSyncWord = 0x2B7;
 constexpr std::uint32_t kPsSyncWord = 0x548;
 
-int ReadObjectType(BitWindow& stream) {
+int ReadObjectType(fmp4::BitWindow& stream) {
   const auto type = stream.Read(5);
   return static_cast<int>(type == 31 ? 32 + stream.Read(6) : type);
 }
 
 // Returns the frequency in Hz, 0 for a reserved index. `index` receives the index whose tables apply.
-std::uint32_t ReadFrequency(BitWindow& stream, int& index) {
+std::uint32_t ReadFrequency(fmp4::BitWindow& stream, int& index) {
   index = static_cast<int>(stream.Read(4));
   if (index == kSamplingIndexEscape) {
     const auto frequency = stream.Read(24);
@@ -47,7 +47,7 @@ bool IsGeneralAudio(int objectType) {
 }
 
 // GASpecificConfig()
-bool ParseGeneralAudio(BitWindow& stream, AudioSpecificConfig& config) {
+bool ParseGeneralAudio(fmp4::BitWindow& stream, AudioSpecificConfig& config) {
   config.frameLength = stream.ReadFlag() ? 960 : 1024;
   if (stream.ReadFlag()) stream.Read(14);  // coreCoderDelay
   const bool extended = stream.ReadFlag();
@@ -72,7 +72,7 @@ bool ParseGeneralAudio(BitWindow& stream, AudioSpecificConfig& config) {
 }
 
 // SBR and PS signalled after the core configuration, where legacy decoders ignore them (backward compatible).
-void ParseTrailingExtension(BitWindow& stream, AudioSpecificConfig& config) {
+void ParseTrailingExtension(fmp4::BitWindow& stream, AudioSpecificConfig& config) {
   if (stream.Remaining() < 16 || stream.Read(11) != kSbrSyncWord) return;
   if (ReadObjectType(stream) != kObjectSbr) return;
   config.sbrSignalled = stream.ReadFlag();
@@ -86,7 +86,7 @@ void ParseTrailingExtension(BitWindow& stream, AudioSpecificConfig& config) {
 
 bool ParseAudioSpecificConfig(const std::uint8_t* data, std::size_t size, AudioSpecificConfig& config) {
   config = {};
-  BitWindow stream(data, size);
+  fmp4::BitWindow stream(data, size);
   config.objectType = config.signalledType = ReadObjectType(stream);
   config.frequency = ReadFrequency(stream, config.samplingIndex);
   config.channelConfiguration = static_cast<int>(stream.Read(4));

@@ -6,7 +6,7 @@ namespace UMC::aac {
 
 namespace {
 
-void ParseElements(BitWindow& stream, bool pairs, ProgramElements& elements) {
+void ParseElements(fmp4::BitWindow& stream, bool pairs, ProgramElements& elements) {
   for (int i = 0; i < elements.count; ++i) {
     elements.items[i].isPair = pairs && stream.ReadFlag();
     elements.items[i].tag = static_cast<std::uint8_t>(stream.Read(4));
@@ -15,7 +15,7 @@ void ParseElements(BitWindow& stream, bool pairs, ProgramElements& elements) {
 
 }  // namespace
 
-bool ParseProgramConfig(BitWindow& stream, ProgramConfig& program) {
+bool ParseProgramConfig(fmp4::BitWindow& stream, ProgramConfig& program) {
   program.objectType = static_cast<std::uint8_t>(stream.Read(2));
   program.samplingIndex = static_cast<std::uint8_t>(stream.Read(4));
   program.front.count = static_cast<std::uint8_t>(stream.Read(4));

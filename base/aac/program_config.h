@@ -25,6 +25,6 @@ struct ProgramConfig {
 
 // Reads the element, starting after its tag. Alignment is relative to the start of `stream`. Returns false if
 // the sampling frequency index is reserved.
-bool ParseProgramConfig(BitWindow& stream, ProgramConfig& program);
+bool ParseProgramConfig(fmp4::BitWindow& stream, ProgramConfig& program);
 
 }  // namespace UMC::aac

@@ -10,6 +10,8 @@
 #include "dsp/ipps_types.h"
 #include "dsp/kernels/ps_kernels.h"
 
+namespace UMC {
+
 // One pass of a mixed-radix fast Fourier transform (Stockham's autosort form): radix x span transforms of
 // `radix` points, with results in natural order.
 struct FftPass {
@@ -102,7 +104,9 @@ struct Kernels {
 const Kernels& PlainKernels();
 
 // The vector kernels for an instruction set; null if it has no vectors or the library was built without them.
-const Kernels* SimdKernels(InstructionSet set);
+const Kernels* SimdKernels(fmp4::InstructionSet set);
 
 // The active kernels, selected once: vector kernels if available.
 const Kernels& ActiveKernels();
+
+}  // namespace UMC

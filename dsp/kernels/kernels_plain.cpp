@@ -11,6 +11,7 @@
 #define VL_LANES_ATTR
 #define VL_LANES_INLINE inline
 
+namespace UMC {
 namespace {
 
 struct OneLane;
@@ -31,3 +32,5 @@ const Kernels& PlainKernels() {
       ShapeRows,        kPsKernels};
   return kKernels;
 }
+
+}  // namespace UMC

@@ -22,7 +22,7 @@
 #define VL_LANES_INLINE HWY_INLINE
 
 HWY_BEFORE_NAMESPACE();
-namespace vl_dsp {
+namespace UMC {
 namespace HWY_NAMESPACE {
 namespace {
 
@@ -102,14 +102,17 @@ const Kernels* GetKernels() {
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace vl_dsp
+}  // namespace UMC
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-const Kernels* SimdKernels(InstructionSet set) {
-  using namespace vl_dsp;
+namespace UMC {
+
+const Kernels* SimdKernels(fmp4::InstructionSet set) {
   static constexpr decltype(&HWY_STATIC_DISPATCH(GetKernels)) kBuilds[] =
       VL_BUILDS_BY_INSTRUCTION_SET(GetKernels);
   return BuildFor(set, kBuilds)();
 }
+
+}  // namespace UMC
 #endif

@@ -6,6 +6,8 @@
 
 #include "dsp/ipps_types.h"
 
+namespace UMC {
+
 // A bank of filters with a common complex input. For the output at time t, y[q] = sum over i from -6 to 6 of
 // tap(q, i) * x[t - i], where tap(q, -i) is the conjugate of tap(q, i).
 struct PsFilterBank {
@@ -75,3 +77,5 @@ struct PsKernels {
   void (*mix)(PsMixer& mixer, bool phases, std::size_t first, std::size_t end, PsSpectrum s, PsSpectrum d,
               const Ipp32f* gains, Ipp32fc* left, Ipp32fc* right);
 };
+
+}  // namespace UMC

@@ -152,7 +152,7 @@ std::uint32_t save(const std::string& path) {
   const std::optional<std::string> store = readStore(path);
   if (!store || !vlhost::makeFolders(path)) return VL_FAILED;
   const std::string merged = merge(*store, values);
-  if (const std::error_code error = os::replaceFile(path, merged)) {
+  if (const std::error_code error = fmp4::os::replaceFile(path, merged)) {
     vlhost::setLastError(static_cast<std::uint32_t>(error.value()));
     return VL_FAILED;
   }

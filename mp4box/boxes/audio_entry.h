@@ -7,7 +7,7 @@
 #include "mp4box/boxes/stsd.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct AudioSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
@@ -90,4 +90,4 @@ struct AudioSampleEntry final : Mp4Payload {
   unsigned fieldVersion() const { return quickTime ? version : 0; }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct AVCConfigurationBox final : Mp4Payload {
   std::vector<std::uint8_t> record;  // as stored
@@ -31,4 +31,4 @@ struct AVCConfigurationBox final : Mp4Payload {
   std::uint8_t at(std::size_t i) const { return i < record.size() ? record[i] : std::uint8_t{0}; }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ChapterReferenceBox final : Mp4Payload {
   std::vector<std::uint32_t> trackIds;
@@ -13,4 +13,4 @@ struct ChapterReferenceBox final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

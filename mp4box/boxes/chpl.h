@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ChapterListBox final : Mp4FullBox {
   struct Chapter {
@@ -26,4 +26,4 @@ struct ChapterListBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct CompressedMovieDataBox final : Mp4Payload {
   std::uint32_t uncompressedSize = 0;  // bytes
@@ -15,4 +15,4 @@ struct CompressedMovieDataBox final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

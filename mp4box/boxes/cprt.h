@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct CopyrightBox final : Mp4FullBox {
   std::uint16_t language = 0;  // ISO 639-2: three letters minus 0x60, 5 bits each
@@ -16,4 +16,4 @@ struct CopyrightBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct CompositionOffsetBox final : Mp4FullBox {
   struct Entry {
@@ -31,4 +31,4 @@ struct CompositionOffsetBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct AC3SpecificBox final : Mp4Payload {
   std::uint32_t fscod = 0;
@@ -25,4 +25,4 @@ struct AC3SpecificBox final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct DataCompressionBox final : Mp4Payload {
   std::uint32_t algorithm = 0;  // "zlib" and others
@@ -11,4 +11,4 @@ struct DataCompressionBox final : Mp4Payload {
   void fields(Mp4Fields& f) override { f.fourcc("algorithm", algorithm); }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

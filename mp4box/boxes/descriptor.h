@@ -4,7 +4,7 @@
 #include "mp4box/fields.h"
 #include "mp4box/output.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 // 7 bits per byte, most significant group first; every byte except the last has its top bit set.
 struct DescriptorLength {
@@ -37,4 +37,4 @@ struct DescriptorLength {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct EndianBox final : Mp4Payload {
   std::uint16_t littleEndian = 0;  // 1: little-endian, 0: big-endian
@@ -11,4 +11,4 @@ struct EndianBox final : Mp4Payload {
   void fields(Mp4Fields& f) override { f.u16("littleEndian", littleEndian); }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace mp4 {
+namespace fmp4::mp4 {
 namespace {
 
 constexpr std::uint8_t kEsDescriptorTag = 0x03;
@@ -97,4 +97,4 @@ void ESDBox::fields(Mp4Fields& f) {
   es.rest(extension);
 }
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

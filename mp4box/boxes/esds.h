@@ -6,7 +6,7 @@
 #include "mp4box/boxes/descriptor.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct DecoderConfigDescriptor {
   std::uint8_t objectTypeIndication = 0;
@@ -39,4 +39,4 @@ struct ESDBox final : Mp4FullBox {
   void fields(Mp4Fields& f) override;
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct FileTypeBox final : Mp4Payload {
   std::uint32_t majorBrand = 0;
@@ -18,4 +18,4 @@ struct FileTypeBox final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -5,7 +5,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct HandlerBox final : Mp4FullBox {
   std::uint32_t preDefined = 0;  // QuickTime: component type
@@ -36,4 +36,4 @@ struct HandlerBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct HintMediaHeaderBox final : Mp4FullBox {
   std::uint16_t maxPduSize = 0;  // bytes
@@ -21,4 +21,4 @@ struct HintMediaHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -4,7 +4,7 @@
 #include "mp4box/boxes/descriptor.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ObjectDescriptorBox final : Mp4FullBox {
   std::uint8_t tag = 0;  // 0x10 (initial object descriptor) or 0x11
@@ -45,4 +45,4 @@ struct ObjectDescriptorBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

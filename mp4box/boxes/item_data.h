@@ -4,7 +4,7 @@
 #include "base/fourcc.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ItemDataHeader {
   std::uint32_t size = 0;  // bytes, header and value
@@ -25,4 +25,4 @@ struct ItemDataHeader {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -5,7 +5,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 // {a, b, u, c, d, v, x, y, w}: u, v and w are 2.30 fixed point, the others 16.16.
 using Matrix = std::array<std::uint32_t, 9>;
@@ -16,4 +16,4 @@ inline void matrixFields(Mp4Fields& f, Matrix& matrix) {
   for (std::uint32_t& value : matrix) f.hex("matrix", value, 4);
 }
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct MediaHeaderBox final : Mp4FullBox {
   std::uint64_t creationTime = 0;      // seconds since 1904-01-01
@@ -25,4 +25,4 @@ struct MediaHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct MovieExtendsHeaderBox final : Mp4FullBox {
   std::uint64_t fragmentDuration = 0;  // ticks of the movie's timescale
@@ -14,4 +14,4 @@ struct MovieExtendsHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

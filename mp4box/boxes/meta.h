@@ -4,7 +4,7 @@
 #include "base/fourcc.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct MetaBox final : Mp4FullBox {
   bool plain = false;  // QuickTime: no version and flags, starts with the children
@@ -16,4 +16,4 @@ struct MetaBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

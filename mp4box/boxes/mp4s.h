@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct MpegSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
@@ -14,4 +14,4 @@ struct MpegSampleEntry final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -6,7 +6,7 @@
 #include "mp4box/boxes/matrix.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct MovieHeaderBox final : Mp4FullBox {
   std::uint64_t creationTime = 0;      // seconds since 1904-01-01
@@ -35,4 +35,4 @@ struct MovieHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct NameBox final : Mp4Payload {
   std::string name;  // as stored
@@ -11,4 +11,4 @@ struct NameBox final : Mp4Payload {
   void fields(Mp4Fields& f) override { f.restCharacters("name", name); }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

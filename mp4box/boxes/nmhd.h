@@ -3,10 +3,10 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct NullMediaHeaderBox final : Mp4FullBox {
   void fields(Mp4Fields& f) override { fullBox(f); }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

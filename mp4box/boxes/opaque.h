@@ -3,10 +3,10 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct OpaqueBox final : Mp4Payload {
   void fields(Mp4Fields&) override {}
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ReferenceMovieDataReferenceBox final : Mp4FullBox {
   std::uint32_t referenceType = 0;      // "url ", "alis"
@@ -18,4 +18,4 @@ struct ReferenceMovieDataReferenceBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

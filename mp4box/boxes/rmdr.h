@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ReferenceMovieDataRateBox final : Mp4FullBox {
   std::uint32_t dataRate = 0;  // units of 100 bits per second
@@ -14,4 +14,4 @@ struct ReferenceMovieDataRateBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

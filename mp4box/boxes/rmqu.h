@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ReferenceMovieQualityBox final : Mp4Payload {
   std::uint32_t quality = 0;
@@ -11,4 +11,4 @@ struct ReferenceMovieQualityBox final : Mp4Payload {
   void fields(Mp4Fields& f) override { f.u32("quality", quality); }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

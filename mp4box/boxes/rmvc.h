@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ReferenceMovieVersionCheckBox final : Mp4FullBox {
   std::uint32_t softwarePackage = 0;
@@ -20,4 +20,4 @@ struct ReferenceMovieVersionCheckBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SampleDependencyTypeBox final : Mp4FullBox {
   // One byte per sample: is_leading, sample_depends_on, sample_is_depended_on, sample_has_redundancy, 2 bits
@@ -16,4 +16,4 @@ struct SampleDependencyTypeBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SegmentIndexBox final : Mp4FullBox {
   struct Reference {
@@ -41,4 +41,4 @@ struct SegmentIndexBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

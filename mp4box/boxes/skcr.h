@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SkipCryptBox final : Mp4Payload {
   std::uint32_t initialBytes = 0;    // bytes, clear, at the start
@@ -17,4 +17,4 @@ struct SkipCryptBox final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

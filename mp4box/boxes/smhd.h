@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SoundMediaHeaderBox final : Mp4FullBox {
   std::int16_t balance = 0;  // 8.8, -1.0 (left) to 1.0 (right)
@@ -15,4 +15,4 @@ struct SoundMediaHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ChunkOffsetBox final : Mp4FullBox {
   std::vector<std::uint32_t> chunkOffsets;  // file offsets
@@ -28,4 +28,4 @@ struct ChunkLargeOffsetBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

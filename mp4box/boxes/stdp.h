@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct DegradationPriorityBox final : Mp4FullBox {
   std::vector<std::uint16_t> priorities;
@@ -15,4 +15,4 @@ struct DegradationPriorityBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

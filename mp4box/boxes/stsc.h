@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SampleToChunkBox final : Mp4FullBox {
   struct Entry {
@@ -25,4 +25,4 @@ struct SampleToChunkBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

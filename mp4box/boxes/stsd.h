@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SampleDescriptionBox final : Mp4FullBox {
   std::uint32_t entryCount = 0;
@@ -14,4 +14,4 @@ struct SampleDescriptionBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

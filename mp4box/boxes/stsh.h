@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct ShadowSyncSampleBox final : Mp4FullBox {
   struct Entry {
@@ -23,4 +23,4 @@ struct ShadowSyncSampleBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

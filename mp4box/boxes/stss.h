@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SyncSampleBox final : Mp4FullBox {
   std::vector<std::uint32_t> sampleNumbers;  // counted from 1
@@ -16,4 +16,4 @@ struct SyncSampleBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct SampleSizeBox final : Mp4FullBox {
   std::uint32_t sampleSize = 0;   // bytes, common to all samples; 0: see `entrySizes`
@@ -21,4 +21,4 @@ struct SampleSizeBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

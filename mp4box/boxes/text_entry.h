@@ -8,7 +8,7 @@
 #include "base/fourcc.h"
 #include "mp4box/boxes/timed_text_entry.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TextSampleEntry final : Mp4Payload {
   std::optional<TimedTextSampleEntry> timedText;  // if set, it replaces all fields below
@@ -43,4 +43,4 @@ struct TextSampleEntry final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -7,7 +7,7 @@
 #include "mp4box/boxes/item_data.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TextItem final : Mp4Payload {
   std::optional<ItemDataHeader> data;  // if set, the text is the value of a "data" box
@@ -30,4 +30,4 @@ struct TextItem final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

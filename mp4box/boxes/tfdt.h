@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TrackFragmentDecodeTimeBox final : Mp4FullBox {
   std::uint64_t baseMediaDecodeTime = 0;  // ticks
@@ -14,4 +14,4 @@ struct TrackFragmentDecodeTimeBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

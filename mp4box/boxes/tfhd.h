@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TrackFragmentHeaderBox final : Mp4FullBox {
   static constexpr std::uint32_t kBaseDataOffset = 0x000001;
@@ -33,4 +33,4 @@ struct TrackFragmentHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TrackFragmentRandomAccessBox final : Mp4FullBox {
   struct Entry {
@@ -44,4 +44,4 @@ struct TrackFragmentRandomAccessBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -6,7 +6,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TimedTextSampleEntry final : Mp4Payload {
   static constexpr unsigned kBytes = 38;  // bytes before the child boxes
@@ -42,4 +42,4 @@ struct TimedTextSampleEntry final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

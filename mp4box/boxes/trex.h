@@ -3,7 +3,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TrackExtendsBox final : Mp4FullBox {
   std::uint32_t trackId = 0;
@@ -22,4 +22,4 @@ struct TrackExtendsBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

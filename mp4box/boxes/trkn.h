@@ -4,7 +4,7 @@
 #include "mp4box/boxes/item_data.h"
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct TrackNumberBox final : Mp4Payload {
   ItemDataHeader data;
@@ -21,4 +21,4 @@ struct TrackNumberBox final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

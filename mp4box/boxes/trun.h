@@ -6,7 +6,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 class TrackRunBox final : public Mp4FullBox {
  public:
@@ -108,4 +108,4 @@ class TrackRunBox final : public Mp4FullBox {
   std::vector<std::uint32_t> values_;
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -5,7 +5,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct DataEntryUrlBox final : Mp4FullBox {
   static constexpr std::uint32_t kSameFile = 0x000001;
@@ -20,4 +20,4 @@ struct DataEntryUrlBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

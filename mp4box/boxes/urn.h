@@ -5,7 +5,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct DataEntryUrnBox final : Mp4FullBox {
   std::string name;
@@ -19,4 +19,4 @@ struct DataEntryUrnBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

@@ -5,7 +5,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct VisualSampleEntry final : Mp4Payload {
   std::uint16_t dataReferenceIndex = 0;
@@ -45,4 +45,4 @@ struct VisualSampleEntry final : Mp4Payload {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

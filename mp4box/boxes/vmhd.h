@@ -5,7 +5,7 @@
 
 #include "mp4box/fields.h"
 
-namespace mp4 {
+namespace fmp4::mp4 {
 
 struct VideoMediaHeaderBox final : Mp4FullBox {
   std::uint16_t graphicsMode = 0;
@@ -18,4 +18,4 @@ struct VideoMediaHeaderBox final : Mp4FullBox {
   }
 };
 
-}  // namespace mp4
+}  // namespace fmp4::mp4

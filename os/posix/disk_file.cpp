@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-namespace os {
+namespace fmp4::os {
 
 namespace {
 
@@ -61,4 +61,4 @@ bool syncName(const std::string& path) {
   return isSynced;
 }
 
-}  // namespace os
+}  // namespace fmp4::os

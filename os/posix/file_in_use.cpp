@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#endif
 
-namespace os {
+namespace fmp4::os {
 
+#if defined(__linux__)
 // A read lease is granted only while the file is not open for writing.
 bool isBeingWritten(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -16,9 +18,10 @@ bool isBeingWritten(const std::string& path) {
   close(descriptor);
   return refused;
 }
-}  // namespace os
 #else
-bool os::isBeingWritten(const std::string&) {
+bool isBeingWritten(const std::string&) {
   return false;
 }
 #endif
+
+}  // namespace fmp4::os

@@ -13,7 +13,7 @@
 
 #include "os/disk_file.h"
 
-namespace os {
+namespace fmp4::os {
 
 namespace {
 
@@ -103,4 +103,4 @@ std::error_code replaceFile(const std::string& path, std::span<const std::string
   }
 }
 
-}  // namespace os
+}  // namespace fmp4::os

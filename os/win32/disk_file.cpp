@@ -4,7 +4,7 @@
 
 #include "os/win32/wide.h"
 
-namespace os {
+namespace fmp4::os {
 
 namespace {
 
@@ -46,4 +46,4 @@ bool syncName(const std::string& /*path*/) {
   return true;
 }
 
-}  // namespace os
+}  // namespace fmp4::os

@@ -4,7 +4,7 @@
 
 #include "os/win32/wide.h"
 
-namespace os {
+namespace fmp4::os {
 
 // An open that shares the file for reading only fails while any process has it open for writing.
 bool isBeingWritten(const std::string& path) {
@@ -16,4 +16,4 @@ bool isBeingWritten(const std::string& path) {
   return false;
 }
 
-}  // namespace os
+}  // namespace fmp4::os

@@ -9,7 +9,7 @@
 
 #include "os/win32/wide.h"
 
-namespace os {
+namespace fmp4::os {
 
 namespace {
 
@@ -124,4 +124,4 @@ std::error_code replaceFile(const std::string& path, std::span<const std::string
   }
 }
 
-}  // namespace os
+}  // namespace fmp4::os

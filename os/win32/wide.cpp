@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-namespace os {
+namespace fmp4::os {
 
 namespace {
 
@@ -52,4 +52,4 @@ std::wstring nativePath(const char* path) {
   return std::wstring(kAnyLength) + L"UNC\\" + full.substr(kShare.size());
 }
 
-}  // namespace os
+}  // namespace fmp4::os

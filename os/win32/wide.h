@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace os {
+namespace fmp4::os {
 
 // Converts UTF-8 to UTF-16; empty if the text is not valid UTF-8 (the system's last error is then set).
 std::wstring wide(std::string_view text);
@@ -16,4 +16,4 @@ std::string narrow(std::wstring_view text);
 // of MAX_PATH if it is that long. Empty on failure (the system's last error is then set).
 std::wstring nativePath(const char* path);
 
-}  // namespace os
+}  // namespace fmp4::os

@@ -9,6 +9,8 @@
 #include "streaming/lists/manifest_document.h"
 #include "streaming/lists/uri.h"
 
+namespace fmp4 {
+
 namespace {
 
 using tinyxml2::XMLElement;
@@ -82,3 +84,5 @@ std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, co
   }
   return mapped ? std::optional(former) : std::nullopt;
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+namespace fmp4 {
+
 struct PreviousManifest {
   std::string startTime;                           // ISO 8601; empty: unspecified
   bool placesAudio = false;                        // whether audio has a file of its own
@@ -26,3 +28,5 @@ struct PreviousPlaylist {
 // Nothing when the playlist is missing, or of another media file.
 std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, const std::string& mediaName,
                                                      std::uint64_t initialisationLength);
+
+}  // namespace fmp4

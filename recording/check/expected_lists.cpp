@@ -11,6 +11,8 @@
 #include "streaming/lists/master_playlist.h"
 #include "streaming/lists/playlist_text.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -158,3 +160,5 @@ Recording::Lists Recording::lists() const {
     lists.masterPlaylist = masterOf(*this, lists);
   return lists;
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "base/json_text.h"
 #include "streaming/lists/manifest_document.h"
 
+namespace fmp4 {
+
 namespace {
 
 using tinyxml2::XMLAttribute;
@@ -98,3 +100,5 @@ std::string manifestDifference(std::string_view expected, std::string_view actua
   if (!parseManifestDocument(expected, due) || !due.RootElement()) return "";
   return elementDifference(due.RootElement(), is.RootElement());
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+namespace fmp4 {
+
 struct Problem {
   std::string file;                     // name and extension
   std::optional<std::uint64_t> offset;  // in the file, of the first byte concerned
@@ -34,3 +36,5 @@ class ProblemList {
   std::uint64_t count_ = 0;
   bool repairable_ = true;
 };
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/boxes/trun.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -163,3 +165,5 @@ std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,
   }
   return std::nullopt;
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 
 #include "recording/check/recorded_movie.h"
 
+namespace fmp4 {
+
 // What a fragment holds of one track.
 struct RecordedRun {
   std::uint64_t decodeTime = 0;  // ticks
@@ -44,3 +46,5 @@ bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end,
 // is followed by a "mdat", both within the file; nothing when there is none. Reads the rest of the file.
 std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,
                                           std::uint32_t sequenceNumber);
+
+}  // namespace fmp4

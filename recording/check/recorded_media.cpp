@@ -10,6 +10,8 @@
 #include "mp4box/write.h"
 #include "recording/segment_geometry.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::SegmentIndexBox;
@@ -375,3 +377,5 @@ void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::
 void RecordedMedia::complain(std::uint64_t offset, std::string text, bool repairable) {
   problems_.add({name_, offset, std::move(text), repairable});
 }
+
+}  // namespace fmp4

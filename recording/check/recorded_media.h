@@ -14,6 +14,8 @@
 #include "recording/check/recorded_movie.h"
 #include "recording/check/track_timeline.h"
 
+namespace fmp4 {
+
 // Why a file is no recorded media file.
 class NotRecorded : public std::runtime_error {
  public:
@@ -129,3 +131,5 @@ class RecordedMedia {
 
   mp4::PerTrack<RecordedTimes> times_;
 };
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "base/text.h"
 #include "streaming/index/track_defaults.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -113,3 +115,5 @@ std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, 
   }
   return movie;
 }
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "mp4box/box.h"
 #include "mp4box/movie.h"
 
+namespace fmp4 {
+
 struct RecordedTrack {
   std::uint32_t timescale = 0;              // ticks a second
   std::uint32_t defaultSampleDuration = 0;  // ticks
@@ -37,3 +39,5 @@ struct RecordedMovie {
 // `reason` then says why. `complain` receives the problems of one that is.
 std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, std::string& reason,
                                                const std::function<void(const std::string&)>& complain);
+
+}  // namespace fmp4

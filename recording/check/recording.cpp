@@ -3,6 +3,8 @@
 #include "base/user_error.h"
 #include "recording/check/existing_lists.h"
 
+namespace fmp4 {
+
 namespace {
 
 [[noreturn]] void nothingRecorded(const std::string& path) {
@@ -63,3 +65,5 @@ std::vector<std::pair<std::string, const RecordedMedia*>> Recording::media() con
   if (audio_) files.emplace_back(names_.audio, audio_->media.get());
   return files;
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "recording/names.h"
 #include "streaming/lists/mpd_writer.h"
 
+namespace fmp4 {
+
 class Recording {
  public:
   // Receives the bytes read so far and the total bytes of all media files.
@@ -54,3 +56,5 @@ class Recording {
   std::unique_ptr<File> audio_;
   ProblemList problems_;
 };
+
+}  // namespace fmp4

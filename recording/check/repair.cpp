@@ -7,6 +7,8 @@
 #include "os/replace_file.h"
 #include "recording/check/verify.h"
 
+namespace fmp4 {
+
 namespace {
 
 void refuseWhatIsNotCutOff(const Recording& recording) {
@@ -90,3 +92,5 @@ std::vector<std::string> repairRecording(const std::string& name, const Recordin
   repairList(names.manifest, lists.manifest, done);
   return done;
 }
+
+}  // namespace fmp4

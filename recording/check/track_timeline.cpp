@@ -6,6 +6,8 @@
 
 #include "base/number_text.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Gap = TrackTimeline::Gap;
@@ -78,3 +80,5 @@ std::vector<std::string> timelineNotes(const TrackTimeline& picture, const Track
   noteDifference("ends", picture.end, sound.end, kUsualAtEnd, notes);
   return notes;
 }
+
+}  // namespace fmp4

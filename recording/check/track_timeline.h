@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // When a track plays by its decode times, in seconds.
 struct TrackTimeline {
   // Where a fragment does not continue the previous one.
@@ -19,3 +21,5 @@ struct TrackTimeline {
 // What the user should know of video and audio that do not begin, pause and end together; empty when they do.
 // This is not a problem in itself: the source may be like that.
 std::vector<std::string> timelineNotes(const TrackTimeline& picture, const TrackTimeline& sound);
+
+}  // namespace fmp4

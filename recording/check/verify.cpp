@@ -10,6 +10,8 @@
 #include "recording/segment_geometry.h"
 #include "streaming/lists/manifest_document.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Difference = std::string (*)(std::string_view expected, std::string_view actual);
@@ -85,3 +87,5 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
   checkList(names.masterPlaylist, lists.masterPlaylist, playlistDifference, result);
   return result;
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "recording/check/recording.h"
 
+namespace fmp4 {
+
 struct Verification {
   std::vector<std::string> files;  // verified files: name and extension
   std::uint64_t frames = 0;        // video frames
@@ -24,3 +26,5 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
 
 // The text of a manifest or playlist on the disk; nothing when it is missing or too large to be one.
 std::optional<std::string> readList(const std::string& path);
+
+}  // namespace fmp4

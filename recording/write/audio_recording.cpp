@@ -10,6 +10,8 @@
 #include "recording/write/default_boxes.h"
 #include "recording/write/fragment_setup.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -106,3 +108,5 @@ bool AudioRecording::finish() {
   file_.close();
   return whole;
 }
+
+}  // namespace fmp4

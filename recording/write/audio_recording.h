@@ -9,6 +9,8 @@
 #include "recording/write/sample_run.h"
 #include "recording/write/settings.h"
 
+namespace fmp4 {
+
 class AudioRecording {
  public:
   // Creates the file; to be called first. False when that fails.
@@ -39,3 +41,5 @@ class AudioRecording {
   SampleRun run_;
   std::uint64_t position_ = 0;  // samples written
 };
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include "mediafile.h"
 #include "recording/caption_area.h"
 
+namespace fmp4 {
+
 std::array<std::uint8_t, 2> cc608PairOf(const DFRAME& frame) {
   if (!(frame.captionFlags & DFRAME_CAPTION_608)) return {0x80, 0x80};
   return {frame.captions[0], frame.captions[1]};
@@ -20,3 +22,5 @@ std::span<const std::uint8_t> cc708PacketOf(const DFRAME& frame) {
   const std::size_t start = wrapped ? caption_area::kDistributionStart : caption_area::kPacketStart;
   return {area + start, length - start};
 }
+
+}  // namespace fmp4

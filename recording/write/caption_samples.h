@@ -7,6 +7,8 @@
 
 #include "qvr.h"
 
+namespace fmp4 {
+
 // The frame's CEA-608 byte pair; 80 80, which displays nothing, when it has none, so that later pairs stay
 // with their frame.
 std::array<std::uint8_t, 2> cc608PairOf(const DFRAME& frame);
@@ -14,3 +16,5 @@ std::array<std::uint8_t, 2> cc608PairOf(const DFRAME& frame);
 // The frame's CEA-708 packet, from a descriptor's caption area: a caption distribution packet without the
 // word and the length before it, or other caption data unchanged. Empty when there is no valid one.
 std::span<const std::uint8_t> cc708PacketOf(const DFRAME& frame);
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include "base/audio_units.h"
 #include "base/fourcc.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -178,3 +180,5 @@ mp4::MovieFragment Mp4SetUpFragment(std::uint32_t sequenceNumber, mp4::TrackSet 
   }
   return fragment;
 }
+
+}  // namespace fmp4

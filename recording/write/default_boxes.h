@@ -5,6 +5,8 @@
 #include "mp4box/fragment.h"
 #include "mp4box/movie.h"
 
+namespace fmp4 {
+
 // "iso5", version 8191, compatible with "iso5", "dash" and "msix".
 mp4::FileTypeBox Mp4SetUpFileType();
 
@@ -26,3 +28,5 @@ mp4::MovieExtends Mp4SetUpMovieExtends(mp4::TrackSet tracks, std::uint32_t video
 
 // A fragment of `tracks`, without samples, decode times 0.
 mp4::MovieFragment Mp4SetUpFragment(std::uint32_t sequenceNumber, mp4::TrackSet tracks);
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "recording/write/default_boxes.h"
 
+namespace fmp4 {
+
 mp4::Track SetUpAudioTrack(const AudioSettings& sound) {
   mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), sound.sampleRate);
   mp4::DecoderConfigDescriptor& config = std::get<mp4::AudioMedia>(track.media).esds.decoderConfig.emplace();
@@ -19,3 +21,5 @@ void setDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks) {
   track.tfdt.version = ticks > std::numeric_limits<std::uint32_t>::max() ? 1 : 0;
   track.tfdt.baseMediaDecodeTime = ticks;
 }
+
+}  // namespace fmp4

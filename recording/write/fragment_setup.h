@@ -6,6 +6,8 @@
 #include "recording/write/recorded_file.h"
 #include "recording/write/settings.h"
 
+namespace fmp4 {
+
 // The decoder configuration's object type byte: MPEG-4 audio.
 inline constexpr std::uint8_t kAudioObjectType = 0x40;
 
@@ -22,3 +24,5 @@ mp4::Track SetUpAudioTrack(const AudioSettings& sound);
 
 // Version 1, with 64-bit fields, if 32 bits cannot hold the value.
 void setDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks);
+
+}  // namespace fmp4

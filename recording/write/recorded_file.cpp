@@ -6,6 +6,8 @@
 #include "qvr.h"
 #include "recording/write/default_boxes.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kMediaDataHeader = 8;
@@ -174,3 +176,5 @@ bool RecordedFile::write(std::uint64_t offset, std::span<const std::uint8_t> byt
   disk_.cut(end_);
   return false;
 }
+
+}  // namespace fmp4

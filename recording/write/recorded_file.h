@@ -15,6 +15,8 @@
 #include "streaming/lists/mpd_writer.h"
 #include "streaming/lists/playlist_writer.h"
 
+namespace fmp4 {
+
 // The bytes that the tracks of one fragment contribute, by mp4::TrackKind.
 using TrackBytes = std::array<std::span<const std::uint8_t>, mp4::kTrackKinds.size()>;
 
@@ -102,3 +104,5 @@ class RecordedFile {
   MpdWriter* manifest_ = nullptr;
   MpdWriter::List list_ = MpdWriter::List::Video;
 };
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::size_t kSpare = 4096;         // bytes beyond the sample that made a buffer grow
@@ -49,3 +51,5 @@ void SampleRun::drop(std::uint32_t count) {
   dropFront(samples_, firstSample_, count);
   dropFront(data_, firstByte_, size);
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "mp4box/boxes/trun.h"
 
+namespace fmp4 {
+
 class SampleRun {
  public:
   // Reserves memory for one more sample of `size` bytes and keeps it. False, with nothing changed, when
@@ -31,3 +33,5 @@ class SampleRun {
   std::vector<std::uint8_t> data_;
   std::size_t firstByte_ = 0;
 };
+
+}  // namespace fmp4

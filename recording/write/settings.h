@@ -8,6 +8,8 @@
 #include "base/exact_time.h"
 #include "recording/segment_geometry.h"
 
+namespace fmp4 {
+
 struct AudioSettings {
   std::uint32_t sampleRate = 0;
   std::uint32_t byteRate = 0;               // bytes a second
@@ -30,3 +32,5 @@ struct VideoSettings {
 constexpr std::uint32_t frameTicks(const FrameRate& rate) {
   return rate.denominator == 1001 ? 1001 : 1000;
 }
+
+}  // namespace fmp4

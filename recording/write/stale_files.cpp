@@ -16,6 +16,8 @@
 #include "streaming/lists/uri.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The header of a playlist, which names its media, is shorter than this.
@@ -121,3 +123,5 @@ void removeStaleFile(const std::string& path) {
   if (std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)))
     std::filesystem::remove(file, ignored);
 }
+
+}  // namespace fmp4

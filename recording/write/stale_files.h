@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // The files beside the media file `video` that belong to its existing recording and to no other: its
 // manifest, its playlists, and its audio in a file of its own. To be called before the media file is
 // replaced.
@@ -14,3 +16,5 @@ std::string staleAudioPlaylist(const std::string& audio);
 
 // Removes a file. A link or a folder stays.
 void removeStaleFile(const std::string& path);
+
+}  // namespace fmp4

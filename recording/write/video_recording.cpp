@@ -15,6 +15,8 @@
 #include "recording/write/default_boxes.h"
 #include "recording/write/fragment_setup.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -326,3 +328,5 @@ bool VideoRecording::finish() {
   file_.close();
   return whole;
 }
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "recording/write/sample_run.h"
 #include "recording/write/settings.h"
 
+namespace fmp4 {
+
 class VideoRecording {
  public:
   // Creates the file; to be called first. False when that fails.
@@ -73,3 +75,5 @@ class VideoRecording {
   std::uint64_t framesWritten_ = 0;
   std::uint64_t audioFramesWritten_ = 0;
 };
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 void AudioClock::pass(std::uint32_t ticks) {
   ticks_ = addSaturated(ticks_, ticks);
   const std::uint64_t next = addSaturated(position_, unitFrames_);
@@ -48,3 +50,5 @@ AudioAmount AudioCount::amount() const {
   amount.lead = known ? saturate<std::uint32_t>(lead_) : AudioAmount::kUnknown;
   return amount;
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "base/exact_time.h"
 
+namespace fmp4 {
+
 // What a fragment contains of an audio track, as far as an AudioClock needs it.
 struct AudioAmount {
   static constexpr std::uint32_t kUnknown = 0xFFFFFFFFu;
@@ -65,3 +67,5 @@ class AudioCount {
   std::uint64_t ticks_ = 0;
   std::uint64_t lead_ = 0;
 };
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 namespace {
 
 // Every so many fragments have their start stored.
@@ -118,3 +120,5 @@ bool AudioTimeline::at(FragmentIndex& index, std::uint64_t number, AudioUnit& un
   if (found) unit = *found;
   return found && unit.number == number;
 }
+
+}  // namespace fmp4

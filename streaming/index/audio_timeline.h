@@ -9,6 +9,8 @@
 #include "streaming/index/audio_clock.h"
 #include "streaming/index/fragment_index.h"
 
+namespace fmp4 {
+
 // An access unit of a track.
 struct AudioUnit {
   std::uint32_t fragmentIndex = 0;
@@ -69,3 +71,5 @@ class AudioTimeline {
   std::uint64_t length_ = 0;
   std::uint64_t units_ = 0;
 };
+
+}  // namespace fmp4

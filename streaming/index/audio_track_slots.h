@@ -3,4 +3,8 @@
 
 #include <cstddef>
 
+namespace fmp4 {
+
 inline constexpr std::size_t kAudioTrackSlots = 64;
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "base/bytes.h"
 #include "base/fourcc.h"
 
+namespace fmp4 {
+
 // The boxes that fill a range of bytes one after another, each with a 32-bit size: what writers put into a
 // movie fragment. Anything else is irregular, and the tree reader says what it means.
 class BoxWalk {
@@ -39,3 +41,5 @@ class BoxWalk {
   std::uint32_t type_ = 0;
   std::span<const std::uint8_t> payload_;
 };
+
+}  // namespace fmp4

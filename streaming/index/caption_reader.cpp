@@ -7,6 +7,8 @@
 #include "streaming/index/messages.h"
 #include "streaming/index/seek.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kCdat = Mp4FourCc("cdat");
@@ -107,3 +109,5 @@ std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& c
   return cursor.tfdt() ? framesOf(cursor.tfdt()->baseMediaDecodeTime, cursor.timescale(), index.frameRate())
                        : 0;
 }
+
+}  // namespace fmp4

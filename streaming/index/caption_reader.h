@@ -6,6 +6,8 @@
 
 #include "streaming/index/track_cursor.h"
 
+namespace fmp4 {
+
 // The byte pairs of one caption track: one pair per frame, from samples that contain runs of pairs.
 struct Cc608Reader {
   TrackCursor cursor;
@@ -31,3 +33,5 @@ int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reade
 
 // The video frame at a fragment's decode time: baseMediaDecodeTime in frames, truncated.
 std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor);
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <map>
 
+namespace fmp4 {
+
 // Ranges that touch or overlap are merged.
 class FileRanges {
  public:
@@ -30,3 +32,5 @@ class FileRanges {
  private:
   std::map<std::uint64_t, std::uint64_t> ranges_;  // start to end
 };
+
+}  // namespace fmp4

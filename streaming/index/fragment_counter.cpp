@@ -7,6 +7,8 @@
 #include "streaming/index/box_walk.h"
 #include "streaming/index/run_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kMoof = Mp4FourCc("moof");
@@ -185,3 +187,5 @@ const FragmentCounts* FragmentCounter::countBytes(std::span<const std::uint8_t> 
   start();
   return Walk(*this).fragment(moof) ? &result() : nullptr;
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "streaming/index/audio_clock.h"
 #include "streaming/index/track_fragment.h"
 
+namespace fmp4 {
+
 // The tracks that the index covers; values are array indices.
 enum TrackRole : unsigned { kVideoTrack, kAudioTrack, kCc608Track, kCc708Track, kTrackRoles };
 
@@ -69,3 +71,5 @@ class FragmentCounter {
   std::vector<AudioCount> audio_;
   FragmentCounts counts_;
 };
+
+}  // namespace fmp4

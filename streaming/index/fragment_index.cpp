@@ -8,6 +8,8 @@
 #include "mp4box/fragment_tree.h"
 #include "streaming/index/messages.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kMoof = Mp4FourCc("moof");
@@ -349,3 +351,5 @@ std::size_t FragmentIndex::occupied() {
   settle();
   return reachable_;
 }
+
+}  // namespace fmp4

@@ -17,6 +17,8 @@
 #include "streaming/index/fragment_loader.h"
 #include "streaming/index/track_defaults.h"
 
+namespace fmp4 {
+
 // One movie fragment.
 struct FragmentEntry {
   std::uint64_t moofOffset = 0;  // file offset of the `moof`
@@ -198,3 +200,5 @@ class FragmentIndex {
   FileRanges walked_;                        // ranges whose fragments have been added
   std::set<std::uint64_t> indexOffsets_;     // offsets passed to AddFragmentsAt
 };
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "mp4box/file_bytes.h"
 #include "mp4box/fragment_tree.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Size, type, 64-bit size and extended type of the box that follows.
@@ -68,3 +70,5 @@ std::shared_ptr<const LoadedFragment> FragmentLoader::read(Mp4Stream& file, std:
   const Mp4Box* const moof = loaded->moof;
   return moof && moof->type == Mp4FourCc("moof") && moof->size == size ? loaded : nullptr;
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "mp4box/box.h"
 #include "streaming/index/read_window.h"
 
+namespace fmp4 {
+
 // A parsed movie fragment.
 struct LoadedFragment {
   Mp4BoxPtr root;
@@ -36,3 +38,5 @@ class FragmentLoader {
   std::array<Kept, 8> kept_;
   std::vector<std::uint8_t> bytes_;  // of the fragment being read, if no window holds it
 };
+
+}  // namespace fmp4

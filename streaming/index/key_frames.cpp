@@ -2,6 +2,8 @@
 #include "streaming/index/messages.h"
 #include "streaming/index/seek.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kKey = 0x10000000u;
@@ -95,3 +97,5 @@ std::uint32_t FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame, Tra
   }
   return saturate<std::uint32_t>(runStart + sample);
 }
+
+}  // namespace fmp4

@@ -3,7 +3,7 @@
 
 #include "vlutil.h"
 
-namespace messages {
+namespace fmp4::messages {
 
 // Reported as errors. Intended (quirk 11): the track words are mixed up in places; hosts know these texts.
 inline constexpr char kNoVideoChunk[] = "Unable to find correct video chunk for this frame";
@@ -25,4 +25,4 @@ inline void reportPlain(const char* text) {
   ErrOut("%s", text);
 }
 
-}  // namespace messages
+}  // namespace fmp4::messages

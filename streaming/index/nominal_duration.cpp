@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace fmp4 {
+
 namespace {
 
 // Fragments are examined until they contain this many samples.
@@ -55,3 +57,5 @@ std::uint32_t NominalDuration::value() const {
   }
   return nominal;
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "streaming/index/track_fragment.h"
 
+namespace fmp4 {
+
 // The default duration of the track if it has one; otherwise the most common sample duration in the first
 // fragments with the track, 64 at most. A single sample is not reliable: muxers lengthen the first one of a
 // live recording until the audio starts.
@@ -37,3 +39,5 @@ class NominalDuration {
   std::uint32_t fragments_ = 0;                       // number of fragments with the track
   bool carried_ = false;                              // whether the current fragment contains the track
 };
+
+}  // namespace fmp4

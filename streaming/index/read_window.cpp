@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+namespace fmp4 {
+
 namespace {
 
 // Large enough to make small samples cheap, small enough to stay in the processor's cache.
@@ -70,3 +72,5 @@ bool ReadWindow::read(Mp4Stream& file, std::uint64_t offset, std::uint64_t count
   if (bytes) std::memcpy(destination, bytes, count);
   return bytes != nullptr;
 }
+
+}  // namespace fmp4

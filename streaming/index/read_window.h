@@ -6,6 +6,8 @@
 
 #include "mp4box/stream.h"
 
+namespace fmp4 {
+
 // Holds bytes of a file in memory. After a jump it reads little more than is asked for; the further reading
 // goes on from there, the more it reads ahead. So scrubbing costs single samples, and playback few reads.
 class ReadWindow {
@@ -40,3 +42,5 @@ class ReadWindow {
   std::uint64_t ahead_ = 0;   // bytes of the last read, 0 before the first
   std::uint64_t asked_ = 0;   // end of the bytes last asked for
 };
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "base/bytes.h"
 #include "mp4box/boxes/trun.h"
 
+namespace fmp4 {
+
 // The durations and sizes of the samples of a "trun", with the meaning and the limits of mp4::TrackRunBox,
 // but without copying them. Fields that do not fit read as 0, and so do all after them.
 class RunBytes {
@@ -55,3 +57,5 @@ class RunBytes {
   std::size_t stride_ = 0;  // bytes per sample
   std::size_t sizePlace_ = 0;
 };
+
+}  // namespace fmp4

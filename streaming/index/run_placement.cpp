@@ -1,5 +1,7 @@
 #include "streaming/index/run_placement.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kTraf = Mp4FourCc("traf");
@@ -91,3 +93,5 @@ std::vector<std::uint64_t> placeRuns(FragmentIndex& index, const LoadedFragment&
   for (const mp4::TrackRunBox* run : fragment.truns) starts.push_back(placer.place(*run, defaults));
   return starts;
 }
+
+}  // namespace fmp4

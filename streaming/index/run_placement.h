@@ -7,8 +7,12 @@
 #include "streaming/index/fragment_index.h"
 #include "streaming/index/track_fragment.h"
 
+namespace fmp4 {
+
 // The file offset of the first byte of each run of `fragment`, a part of `loaded`, in order; all ones for a
 // run with an invalid offset. `defaults` apply to the samples of `fragment`. The preceding track fragments
 // are examined only if its position depends on them.
 std::vector<std::uint64_t> placeRuns(FragmentIndex& index, const LoadedFragment& loaded,
                                      const TrackFragment& fragment, const SampleDefaults& defaults);
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include "streaming/index/messages.h"
 
+namespace fmp4 {
+
 namespace {
 
 int fail(const char* text) {
@@ -120,3 +122,5 @@ int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, TrackCursor& curs
         return position;
       });
 }
+
+}  // namespace fmp4

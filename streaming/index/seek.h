@@ -5,6 +5,8 @@
 
 #include "streaming/index/track_cursor.h"
 
+namespace fmp4 {
+
 // Each seeks a cursor to the sample that contains the target, with a data window. Returns 0, or -1 after
 // reporting the reason. A target past the end of the track fails.
 
@@ -31,3 +33,5 @@ std::uint32_t SampleKeyFlag(std::uint32_t flags);
 std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor);
 // The key frame at or after `frame`; kNoKeyFrame if there is none. Frees the cursor's window too.
 std::uint32_t FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor);
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include "streaming/index/messages.h"
 #include "streaming/index/run_placement.h"
 
+namespace fmp4 {
+
 void TrackCursor::clear() {
   fragment_.reset();
   part_ = {};
@@ -95,3 +97,5 @@ int TrackCursor::readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_
                         std::uint8_t* destination) {
   return window_.read(index.stream(), offset, count, destination) ? 0 : -1;
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "streaming/index/fragment_index.h"
 #include "streaming/index/read_window.h"
 
+namespace fmp4 {
+
 // Result of moving a cursor to the next available sample.
 enum class Advance { Ready, NoRun, NoFragment };
 
@@ -97,3 +99,5 @@ class TrackCursor {
   // complete fragment.
   ReadWindow window_;
 };
+
+}  // namespace fmp4

@@ -1,5 +1,7 @@
 #include "streaming/index/track_defaults.h"
 
+namespace fmp4 {
+
 TrackDefaults readTrackDefaults(Mp4Box* movie) {
   TrackDefaults defaults;
   const Mp4Box* const extends = Mp4BoxChild(movie, Mp4FourCc("mvex"));
@@ -13,3 +15,5 @@ const mp4::TrackExtendsBox* defaultsOfTrack(const TrackDefaults& defaults, std::
   const auto found = defaults.find(trackId);
   return found == defaults.end() ? nullptr : found->second;
 }
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kTraf = Mp4FourCc("traf");
@@ -92,3 +94,5 @@ SamplePosition sampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, con
   }
   return position;
 }
+
+}  // namespace fmp4

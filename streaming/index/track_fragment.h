@@ -12,6 +12,8 @@
 #include "mp4box/boxes/trex.h"
 #include "mp4box/boxes/trun.h"
 
+namespace fmp4 {
+
 // The track ID of an absent track.
 inline constexpr std::uint32_t kNoTrack = 0xFFFFFFFFu;
 
@@ -109,3 +111,5 @@ struct SamplePosition {
 
 // The first sample of a run that ends more than `time` ticks after the start of the run.
 SamplePosition sampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d);
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "streaming/lists/uri.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The file name, split to find related files.
@@ -69,3 +71,5 @@ std::optional<Manifest> loadManifest(FileSet& files) {
   if (!manifest->audio.baseUrl.empty()) files.audio = mediaBeside(folder, manifest->audio.baseUrl);
   return manifest;
 }
+
+}  // namespace fmp4

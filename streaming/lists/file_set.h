@@ -6,6 +6,8 @@
 
 #include "streaming/lists/manifest_reader.h"
 
+namespace fmp4 {
+
 // The files of one presentation; the path of an absent file is empty.
 struct FileSet {
   std::string video;
@@ -21,3 +23,5 @@ FileSet findFileSet(const char* name, bool audioOnly);
 // Reads the manifest of the set; the media files that it refers to replace those found by name. Returns
 // nullopt if there is no manifest or it contains nothing usable; the media files are then used on their own.
 std::optional<Manifest> loadManifest(FileSet& files);
+
+}  // namespace fmp4

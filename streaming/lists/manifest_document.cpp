@@ -6,6 +6,8 @@
 
 #include "mp4box/stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Elements of manifests have fewer attributes than this. The parser compares each with all previous ones.
@@ -77,3 +79,5 @@ bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document) {
   return file.read(text.data(), count) == count &&
          parseManifestDocument({text.data(), text.size()}, document);
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+namespace fmp4 {
+
 // Larger manifests are not loaded; the segments of a day take less than half of this.
 inline constexpr std::size_t kMaxManifestBytes = 16u << 20;
 // Documents that might take more memory than this are not loaded. Manifests take about 5 times the size of
@@ -17,3 +19,5 @@ bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& documen
 
 // Loads `path` into `document`. Returns whether the file was read and parseManifestDocument succeeded.
 bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document);
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 
 #include "base/letter_case.h"
 
+namespace fmp4 {
+
 using tinyxml2::XMLElement;
 
 namespace {
@@ -191,3 +193,5 @@ std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document) {
   }
   return manifest;
 }
+
+}  // namespace fmp4

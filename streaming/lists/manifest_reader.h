@@ -10,6 +10,8 @@
 #include "base/exact_time.h"
 #include "streaming/lists/manifest_document.h"
 
+namespace fmp4 {
+
 // One representation, as far as specified.
 struct ManifestTrack {
   std::string baseUrl;  // reference to the media file, relative to the manifest; empty if unspecified
@@ -36,3 +38,5 @@ std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document);
 // A frame rate as text, "30000/1001" or "29.97", with any number of decimals; unknown if it is not a number.
 // Rounded if 32-bit terms cannot hold it exactly: 24.999999999999996 is 25/1. Independent of the locale.
 FrameRate parseFrameRate(const char* text);
+
+}  // namespace fmp4

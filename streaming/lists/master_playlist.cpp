@@ -10,6 +10,8 @@
 #include "base/text.h"
 #include "streaming/lists/uri.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct BitRate {
@@ -72,3 +74,5 @@ std::string masterPlaylistText(const MasterPlaylist& master) {
   text << '\n' << uriOfName(master.video.name) << '\n';
   return text.str();
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 
+namespace fmp4 {
+
 struct MasterPlaylist {
   struct Media {
     std::string name;  // file name of the media playlist, with extension
@@ -24,3 +26,5 @@ std::string codecsText(std::span<const std::uint8_t> avcRecord, std::span<const 
 
 // The complete text. Bandwidths are computed from the segments of the media playlists.
 std::string masterPlaylistText(const MasterPlaylist& master);
+
+}  // namespace fmp4

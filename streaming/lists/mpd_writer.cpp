@@ -7,6 +7,8 @@
 #include "base/number_text.h"
 #include "streaming/lists/uri.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string hexByte(unsigned value) {
@@ -206,3 +208,5 @@ std::string MpdWriter::text() const {
 bool MpdWriter::save(os::Durability durability) const {
   return hasVideo_ && !os::replaceFile(path_, pieces(), durability);
 }
+
+}  // namespace fmp4

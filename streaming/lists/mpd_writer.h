@@ -11,6 +11,8 @@
 #include "base/exact_time.h"
 #include "os/replace_file.h"
 
+namespace fmp4 {
+
 // A duration in frames as text: "PT1H2M3.45S".
 std::string durationText(std::uint64_t frames, const FrameRate& rate);
 
@@ -89,3 +91,5 @@ class MpdWriter {
   bool hasAudio_ = false;
   std::array<std::string, Count> text_;
 };
+
+}  // namespace fmp4

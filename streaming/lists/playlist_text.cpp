@@ -6,6 +6,8 @@
 #include "base/number_text.h"
 #include "streaming/lists/uri.h"
 
+namespace fmp4 {
+
 std::uint32_t playlistTargetDuration(std::uint64_t segmentLength, double rate) {
   constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
   return static_cast<std::uint32_t>(std::min(static_cast<double>(segmentLength) / rate + 0.5, kMost));
@@ -38,3 +40,5 @@ std::string playlistEntry(const PlaylistSettings& settings, std::uint64_t positi
          std::to_string(end - start) + "@" + std::to_string(start) + "\n" + uriOfName(settings.mediaName) +
          "\n";
 }
+
+}  // namespace fmp4

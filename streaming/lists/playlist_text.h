@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+namespace fmp4 {
+
 struct PlaylistSettings {
   std::string mediaName;                   // name and extension of the media file
   double rate = 0;                         // media units per second: the frame rate, or the sample rate
@@ -25,3 +27,5 @@ inline constexpr char kPlaylistEnd[] = "#EXT-X-ENDLIST\n";
 
 // The maximum segment duration apart from rounding, in seconds.
 std::uint32_t playlistTargetDuration(std::uint64_t segmentLength, double rate);
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "os/path_name.h"
 
+namespace fmp4 {
+
 namespace {
 
 // A text file of the C library, with the system's line ends.
@@ -53,3 +55,5 @@ void PlaylistWriter::takeBack() {
   else
     std::filesystem::resize_file(path_, writtenBytes_, ignored);
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 
 #include "streaming/lists/playlist_text.h"
 
+namespace fmp4 {
+
 // Closed on destruction; without End() the end marker is missing, as in the playlist of an interrupted
 // recording. If the file cannot be created or written, it is not touched any more, and no call fails. If
 // memory runs out (std::bad_alloc), nothing changes.
@@ -34,3 +36,5 @@ class PlaylistWriter {
   std::uintmax_t writtenBytes_ = 0;  // bytes, complete entries only
   std::uint64_t lastEnd_ = 0;        // end position of the last segment
 };
+
+}  // namespace fmp4

@@ -1,5 +1,7 @@
 #include "streaming/lists/uri.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::string_view kEncoded = " \"#%:<>?[\\]^`{|}";
@@ -40,3 +42,5 @@ std::string nameOfUri(std::string_view uri) {
   }
   return name;
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/aac_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC::aac;
@@ -223,3 +225,5 @@ TEST(AacConfiguration, NeedsADecoder) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "tests/audio/bit_writer.h"
 
+namespace fmp4 {
+
 struct ConfigOptions {
   unsigned objectType = 2;  // of the core
   unsigned samplingIndex = 3;
@@ -57,3 +59,5 @@ inline std::vector<std::uint8_t> configurationOf(const ConfigOptions& options) {
   bits.Align();
   return bits.Bytes();
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/aac_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -217,3 +219,5 @@ TEST(EmptyBlock, OfAStreamWithAnUnusedProgramKeepsTheLayoutBefore) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

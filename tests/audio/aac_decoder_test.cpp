@@ -9,6 +9,8 @@
 #include "tests/audio/codec_contract.h"
 #include "tests/audio/test_allocators.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -511,3 +513,5 @@ TEST(AacDecoder, WorksWhileItsMemoryMoves) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

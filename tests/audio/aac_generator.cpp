@@ -8,6 +8,10 @@
 #include "audio/umc/aac/core/huffman_codes.h"
 #include "dsp/ipps_crc.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 using namespace UMC::aac;
 
 namespace {
@@ -611,3 +615,5 @@ std::vector<std::uint8_t> WrapLoas(const std::vector<std::uint8_t>& block, int s
   bits.WriteBytes(element.Bytes());
   return bits.Bytes();
 }
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "tests/audio/bit_writer.h"
 #include "tests/audio/sbr_generator.h"
 
+namespace fmp4 {
+
 // An element of every block.
 struct GeneratedElement {
   enum Kind { kSce, kCpe, kCce, kLfe } kind;
@@ -114,3 +116,5 @@ std::vector<std::uint8_t> WrapLoas(const std::vector<std::uint8_t>& block, int s
 
 // An AudioSpecificConfig of the object type LC.
 std::vector<std::uint8_t> MakeConfig(int samplingIndex, int frameLength, int channelConfiguration);
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/audio/aac_streams.h"
 #include "tests/audio/test_allocators.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC::aac;
@@ -87,3 +89,5 @@ TEST(AacMemory, MayMoveForEveryKindOfStream) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "tests/audio/aac_streams.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -99,3 +101,5 @@ TEST(AacReset, KeepsThePatternOfHeaders) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "audio/umc/aac/aac_decoder.h"
 #include "tests/audio/stream_decoder.h"
 
+namespace fmp4 {
+
 class TestDecoder : public StreamDecoder<UMC::AACDecoder> {
  public:
   explicit TestDecoder(std::uint32_t outputChannels = 0, std::int32_t sbrDownSampled = 1)
@@ -35,3 +37,5 @@ class TestDecoder : public StreamDecoder<UMC::AACDecoder> {
   Bytes m_config;
   UMC::MediaData m_configData;
 };
+
+}  // namespace fmp4

@@ -19,6 +19,8 @@
 #include "base/aac/audio_specific_config.h"
 #include "tests/audio/bit_writer.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC::aac;
@@ -411,3 +413,5 @@ TEST(SamplingIndex, FollowsTheTableOfRanges) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

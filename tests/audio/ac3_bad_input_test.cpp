@@ -9,6 +9,8 @@
 #include "tests/audio/ac3_generator.h"
 #include "tests/audio/ac3_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 const std::set<UMC::Status> kStatuses = {0, 4, -879, -996};
@@ -185,3 +187,5 @@ TEST(Ac3BadInput, FormatChangesInMidStream) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

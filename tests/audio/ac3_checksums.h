@@ -8,6 +8,8 @@
 #include "audio/umc/ac3/crc.h"
 #include "audio/umc/ac3/sync_frame.h"
 
+namespace fmp4 {
+
 // `frame` is a complete frame of `bytes` bytes.
 inline void SetAc3Checksums(std::uint8_t* frame, std::size_t bytes) {
   const auto put = [](unsigned word, std::uint8_t* to) {
@@ -35,3 +37,5 @@ inline void RepairAc3Checksums(std::vector<std::uint8_t>& bytes) {
     SetAc3Checksums(&bytes[at], info.bytes);
   }
 }
+
+}  // namespace fmp4

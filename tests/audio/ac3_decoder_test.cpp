@@ -9,6 +9,8 @@
 #include "tests/audio/codec_contract.h"
 #include "tests/audio/test_allocators.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::vector<Bytes> Frames(int count, Ac3GeneratorOptions options = {}, unsigned seed = 1) {
@@ -326,3 +328,5 @@ TEST(Ac3Decoder, RejectsOtherVersions) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

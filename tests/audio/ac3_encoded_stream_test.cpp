@@ -8,6 +8,8 @@
 
 #include "tests/audio/ac3_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Expressions of ffmpeg's aevalsrc, by channel number.
@@ -250,3 +252,5 @@ TEST_P(LayoutOfSeveral, DecodesTonesLikeA52dec) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "tests/audio/ac3_generator.h"
 #include "tests/audio/ac3_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 Bytes Generate(Ac3Generator& generator, int frames) {
@@ -111,3 +113,5 @@ TEST_P(GeneratedVersion, DecodesLikeFfmpeg) {
 INSTANTIATE_TEST_SUITE_P(All, GeneratedVersion, testing::Values(0, 1, 4, 6, 7, 8, 9, 10));
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "audio/umc/ac3/bit_allocation_tables.h"
 #include "tests/audio/ac3_checksums.h"
 
+namespace fmp4 {
+
 using namespace UMC::ac3;
 
 namespace {
@@ -349,3 +351,5 @@ void Ac3Generator::WriteMantissas(int index) {
     if (pointer < 6) m_left[pointer] = quantiser.size - 1;
   }
 }
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "audio/umc/ac3/sync_frame.h"
 #include "tests/audio/bit_writer.h"
 
+namespace fmp4 {
+
 struct Ac3GeneratorOptions {
   int frequencyCode = 0;  // fscod
   int sizeCode = 36;      // frmsizecod
@@ -95,3 +97,5 @@ class Ac3Generator {
   int m_left[6] = {};          // mantissas left of a group, by pointer
   std::vector<std::string> m_seen;
 };
+
+}  // namespace fmp4

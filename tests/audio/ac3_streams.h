@@ -11,6 +11,8 @@
 #include "audio/umc/ac3/sync_frame.h"
 #include "tests/audio/stream_decoder.h"
 
+namespace fmp4 {
+
 inline constexpr std::size_t kAc3FrameSamples = 1536;
 
 // A decoder whose output has the audio coding mode `mode`.
@@ -68,3 +70,5 @@ inline std::vector<float> A52Decode(const std::filesystem::path& file) {
   }
   return samples;
 }
+
+}  // namespace fmp4

@@ -25,6 +25,8 @@
 #include "audio/umc/mdct_windows.h"
 #include "tests/audio/bit_writer.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC::ac3;
@@ -524,3 +526,5 @@ TEST(Ac3Transform, IsTheDefiningSumOverlapped) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -117,3 +119,5 @@ TEST(Ac3Wrapper, ResetClearsTheSignal) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/audio/aac_streams.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -385,3 +387,5 @@ TEST(AudioDecode, FramesOfSizeZeroFail) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

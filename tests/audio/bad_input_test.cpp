@@ -8,6 +8,8 @@
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/aac_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -208,3 +210,5 @@ TEST(BadInput, ABlockWithoutChannels) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

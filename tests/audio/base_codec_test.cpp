@@ -4,6 +4,8 @@
 
 #include "audio/umc/default_memory_allocator.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC;
@@ -98,3 +100,5 @@ TEST(BaseCodec, UsesTheAllocatorThatWasSet) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace fmp4 {
+
 class BitWriter {
  public:
   void Write(std::uint64_t value, unsigned bits) {
@@ -28,3 +30,5 @@ class BitWriter {
   std::vector<std::uint8_t> m_bytes;
   std::size_t m_bits = 0;
 };
+
+}  // namespace fmp4

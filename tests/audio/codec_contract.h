@@ -6,6 +6,8 @@
 #include "audio/umc/codec_params.h"
 #include "audio/umc/media_data.h"
 
+namespace fmp4 {
+
 // `Params` are the decoder's own.
 template <class Decoder, class Params>
 void ExpectMissingArgumentsAndStateToBeReported() {
@@ -35,3 +37,5 @@ void ExpectMissingArgumentsAndStateToBeReported() {
   EXPECT_EQ(0, decoder.Close());
   EXPECT_EQ(-998, decoder.Reset());
 }
+
+}  // namespace fmp4

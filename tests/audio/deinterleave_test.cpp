@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 using Pairs = std::vector<std::int32_t>;
@@ -44,3 +46,5 @@ TEST(Deinterleave, FillsAMissingLastChannelWithSilence) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tests/audio/aac_streams.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Expressions of ffmpeg's aevalsrc, by channel number.
@@ -248,3 +250,5 @@ TEST(NoiseSubstitution, HasTheBandEnergiesOfTheReference) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -17,6 +17,8 @@
 #include "tests/support/log_capture.h"
 #include "vlsync.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::uint64_t now = 0;  // milliseconds
@@ -457,3 +459,5 @@ TEST(FFmpegLoader, RestoresFFmpegsLogAtTheEnd) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 // File names of the libraries.
 #if defined(_WIN32)
 inline constexpr char kHostFile[] = "vlhost.dll";
@@ -101,3 +103,5 @@ std::string inFFmpegPlace(Body body) {
   const Environment place(FFmpegPlace::kVariable, vlName(folder.path()).c_str());
   return inProcessOf(folder.path() / program.filename(), body);
 }
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 #define ENTRY extern "C" __attribute__((visibility("default")))
 // An entry point that is never called.
 #define UNCALLED(name) \
@@ -345,3 +347,5 @@ ENTRY unsigned avutil_version() {
 #endif
 
 #endif
+
+}  // namespace fmp4

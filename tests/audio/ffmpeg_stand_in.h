@@ -6,6 +6,8 @@
 #include <cstring>
 #include <vector>
 
+namespace fmp4 {
+
 // The header of a packet; the bytes of plane A follow, then those of plane B.
 struct StandInPacket {
   std::int32_t result = 0;  // what the call returns; 0: the bytes of the packet
@@ -32,3 +34,5 @@ inline constexpr char kStandInRefusesToOpen[] = "STAND_IN_REFUSES_TO_OPEN";
 // The versions that stand-ins with version functions report: a number, decimal.
 inline constexpr char kStandInAvcodecVersion[] = "STAND_IN_AVCODEC_VERSION";
 inline constexpr char kStandInAvutilVersion[] = "STAND_IN_AVUTIL_VERSION";
+
+}  // namespace fmp4

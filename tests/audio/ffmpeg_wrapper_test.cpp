@@ -14,6 +14,8 @@
 #include "tests/audio/ffmpeg_stand_in.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -733,3 +735,5 @@ TEST(SampleConverter, InvalidFormatsAndCountsGiveNothing) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/aac_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -194,3 +196,5 @@ TEST(GeneratedStream, DecodesSevenPointOneWithAllTools) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

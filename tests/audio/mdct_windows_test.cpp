@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 using UMC::MakeKaiserBesselWindow, UMC::MakeSineWindow;
@@ -32,3 +34,5 @@ TEST(Windows, HaveTheStandardsValues) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

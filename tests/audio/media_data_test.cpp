@@ -9,6 +9,8 @@
 
 #include "audio/umc/audio_data.h"
 
+namespace fmp4 {
+
 namespace {
 
 using UMC::MediaData;
@@ -216,3 +218,5 @@ TEST(AudioData, IsMediaDataWithAFormat) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

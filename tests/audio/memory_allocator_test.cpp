@@ -8,6 +8,8 @@
 
 #include "audio/umc/default_memory_allocator.h"
 
+namespace fmp4 {
+
 // The address sanitizer stops at requests that no machine can meet unless configured otherwise.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
@@ -188,3 +190,5 @@ TEST(ScopedLock, DoesNotReleaseMoreThanItTook) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -12,6 +12,10 @@
 #include "tests/audio/bit_writer.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 using namespace UMC::aac;
@@ -153,3 +157,5 @@ TEST_P(OverloadedPrediction, RecoversAsPredictorsAreReset) {
 INSTANTIATE_TEST_SUITE_P(All, OverloadedPrediction, testing::Values(kObjectMain, kObjectLtp));
 
 }  // namespace
+
+}  // namespace fmp4

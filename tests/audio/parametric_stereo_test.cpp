@@ -14,6 +14,10 @@
 #include "tests/audio/bit_writer.h"
 #include "tests/audio/ps_generator.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 using namespace UMC::aac;
@@ -538,3 +542,5 @@ TEST(PsDecorrelator, ClearsNonFiniteAndDecayedValues) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,10 @@
 
 #include "audio/umc/aac/ps/huffman_codes.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 using namespace UMC::aac;
 
 namespace {
@@ -159,3 +163,5 @@ void PsGenerator::Write(const PsGeneratorOptions& options, BitWriter& bits) {
   }
   m_last = m_envelopes.back();
 }
+
+}  // namespace fmp4

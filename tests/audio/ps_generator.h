@@ -10,6 +10,8 @@
 #include "audio/umc/aac/ps/data.h"
 #include "tests/audio/bit_writer.h"
 
+namespace fmp4 {
+
 struct PsGeneratorOptions {
   int iidMode = 1;           // -1: no IID
   int iccMode = 1;           // -1: no ICC
@@ -57,3 +59,5 @@ class PsGenerator {
   std::vector<UMC::aac::PsEnvelope> m_envelopes;
   std::vector<std::string> m_seen;
 };
+
+}  // namespace fmp4

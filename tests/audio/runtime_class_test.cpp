@@ -7,6 +7,8 @@
 #include "audio/umc/codec_params.h"
 #include "audio/umc/default_memory_allocator.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC;
@@ -90,3 +92,5 @@ TEST(CodecParams, HaveTheirDefaults) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

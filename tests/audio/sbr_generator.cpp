@@ -6,6 +6,10 @@
 #include "audio/umc/aac/sbr/huffman_codes.h"
 #include "dsp/ipps_crc.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 using namespace UMC::aac;
 
 namespace {
@@ -376,3 +380,5 @@ void SbrGenerator::WriteData() {
     WriteExtensions();
   }
 }
+
+}  // namespace fmp4

@@ -18,6 +18,8 @@
 #include "tests/audio/bit_writer.h"
 #include "tests/audio/ps_generator.h"
 
+namespace fmp4 {
+
 struct SbrGeneratorOptions {
   bool headerChanges = true;  // bands change now and then
   bool timeCoding = true;     // differences over time
@@ -91,3 +93,5 @@ class SbrGenerator {
   PsGenerator m_ps;
   std::set<std::string> m_seen;
 };
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/audio/bit_writer.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -367,3 +369,5 @@ TEST(SbrStream, ResetClearsTheSignal) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tests/audio/bit_writer.h"
 #include "tests/audio/sbr_generator.h"
 
+namespace fmp4 {
+
 using namespace UMC::aac;
 
 namespace {
@@ -374,3 +376,5 @@ TEST(SbrDecoder, KeepsItsMemoryInItsOwnArea) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

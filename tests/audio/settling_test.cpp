@@ -5,6 +5,8 @@
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/aac_streams.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace UMC::aac;
@@ -109,3 +111,5 @@ TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 using UMC::SharedObject;
@@ -40,3 +42,5 @@ TEST(SharedObject, IsMadeOnceForAllThreads) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/audio/ac3_streams.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 namespace {
 
 // ---- Streams -----------------------------------------------------------------------------------------
@@ -208,6 +210,10 @@ void PrintAc3() {
 }
 
 }  // namespace
+
+}  // namespace fmp4
+
+using namespace fmp4;
 
 int main() try {
   std::printf("### AAC\n\n");

@@ -15,6 +15,8 @@
 #include "tests/audio/ac3_generator.h"
 #include "tests/support/own_process.h"
 
+namespace fmp4 {
+
 namespace {
 std::atomic<int> allocations{0};
 // While it is set, only aligned allocations succeed.
@@ -165,3 +167,5 @@ TEST(SteadyDecoding, OfAc3AllocatesNothing) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/audio/aac_streams.h"
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 namespace {
 
 using std::filesystem::path;
@@ -252,3 +254,5 @@ TEST(StereoStream, OnceConvergedEqualsADecoderFromTheStart) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

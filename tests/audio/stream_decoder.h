@@ -9,6 +9,8 @@
 #include "audio/umc/media_data.h"
 #include "tests/audio/streams.h"
 
+namespace fmp4 {
+
 // A decoder with its descriptors, opened by derived classes. The input is a block of exactly its size, so
 // that a sanitizer detects any read beyond.
 template <class Codec>
@@ -73,3 +75,5 @@ class StreamDecoder {
   Samples m_room;
   Samples m_last;
 };
+
+}  // namespace fmp4

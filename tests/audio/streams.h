@@ -15,6 +15,8 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 using Bytes = std::vector<std::uint8_t>;
 using Samples = std::vector<std::int16_t>;
 
@@ -71,3 +73,5 @@ inline double RootMeanSquare(const Samples& ours, const std::vector<float>& witn
   }
   return std::sqrt(sum / static_cast<double>(count));
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 
 #include "audio/umc/default_memory_allocator.h"
 
+namespace fmp4 {
+
 // Has no more than so many blocks.
 class ScarceAllocator : public UMC::DefaultMemoryAllocator {
  public:
@@ -58,3 +60,5 @@ class MovingAllocator : public UMC::MemoryAllocator {
   int m_locks = 0;
   int m_moves = 0;
 };
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 // The bytes in a block of exactly their size, so that a sanitizer detects any read beyond.
@@ -93,3 +95,5 @@ TEST(BitWindow, AgreesWithBitByBitReadingForAnyWidths) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 std::vector<std::uint8_t> noise(std::size_t count) {
@@ -51,3 +53,5 @@ TEST_P(Crc32Of, DigitsIsTheCheckValueOfTheAlgorithm) {
 INSTANTIATE_TEST_SUITE_P(Sets, Crc32Of, testing::Range(0, 5));
 
 }  // namespace
+
+}  // namespace fmp4

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace fmp4 {
+
 TEST(FrameRate, DurationsInFramesAreExactWhereFloatingPointIsNot) {
   EXPECT_EQ(framesOf(30030, 30000, {30000, 1001}), 30u);
   EXPECT_EQ(framesOf(30029, 30000, {30000, 1001}), 29u);
@@ -30,3 +32,5 @@ TEST(FrameRate, SumsSaturate) {
   EXPECT_EQ(saturate<std::uint32_t>(1ull << 40), 0xFFFFFFFFu);
   EXPECT_EQ(saturate<std::uint32_t>(7), 7u);
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include <numeric>
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CcConstruct;
@@ -71,3 +73,5 @@ TEST(DistributionPacket, HasNoMoreConstructsThanItCanCount) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

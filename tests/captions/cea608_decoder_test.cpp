@@ -6,6 +6,8 @@
 
 #include "tests/captions/cea608_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::Alignment;
@@ -309,3 +311,5 @@ TEST(Cea608, AnyBytesAreSafe) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

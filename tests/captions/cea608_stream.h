@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace cea608 {
+namespace fmp4::cea608 {
 
 using Pair = std::array<std::uint8_t, 2>;
 using Pairs = std::vector<Pair>;
@@ -66,4 +66,4 @@ inline Pairs operator+(Pairs left, const Pairs& right) {
   return left;
 }
 
-}  // namespace cea608
+}  // namespace fmp4::cea608

@@ -6,6 +6,8 @@
 
 #include "tests/captions/cea708_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CcConstruct;
@@ -93,3 +95,5 @@ TEST(Cea708Packets, ABlockLongerThanItsPacketIsDropped) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "tests/captions/cea708_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::Alignment;
@@ -251,3 +253,5 @@ TEST(Cea708, ChangesAreTold) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,7 +9,7 @@
 
 #include "captions/cc_data.h"
 
-namespace cea708 {
+namespace fmp4::cea708 {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -106,4 +106,4 @@ inline std::vector<captions::CcConstruct> constructs(const Bytes& packet) {
   return result;
 }
 
-}  // namespace cea708
+}  // namespace fmp4::cea708

@@ -5,6 +5,8 @@
 #include "captions/caption_cues.h"
 #include "tests/captions/cea608_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::Caption;
@@ -125,3 +127,5 @@ TEST(CaptionChannelName, IsTheUsualOne) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "tests/captions/sei_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CcConstruct;
@@ -76,3 +78,5 @@ TEST(SeiCaptions, CutAnywhereAreSafe) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,7 +7,7 @@
 
 #include "captions/cc_data.h"
 
-namespace sei {
+namespace fmp4::sei {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -45,4 +45,4 @@ inline Bytes captionSei(std::span<const captions::CcConstruct> constructs) {
   return seiNalUnit(captionMessage(constructs));
 }
 
-}  // namespace sei
+}  // namespace fmp4::sei

@@ -11,6 +11,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAreArray;
@@ -159,3 +161,5 @@ TEST(DamagedFilesOnDisk, MatchTheirGenerator) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

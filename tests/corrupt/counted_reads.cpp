@@ -6,6 +6,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::atomic<std::uint64_t> calls = 0;
@@ -27,3 +29,5 @@ std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std:
   if (done) *done = got;
   return result;
 }
+
+}  // namespace fmp4

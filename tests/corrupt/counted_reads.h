@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace fmp4 {
+
 struct HostReads {
   std::uint64_t calls = 0;
   std::uint64_t bytes = 0;  // returned
@@ -10,3 +12,5 @@ struct HostReads {
 
 // All reads of this program's threads since its start. Linked in, this file intercepts the host's read call.
 HostReads hostReads();
+
+}  // namespace fmp4

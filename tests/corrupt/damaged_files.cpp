@@ -7,6 +7,8 @@
 
 #include "tests/support/fragments.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kMost = 0xFFFFFFFF;
@@ -233,3 +235,5 @@ std::vector<DamagedFile> damagedFiles() {
             "<BaseURL>no_frame_duration.mp4</BaseURL></Representation></AdaptationSet></Period></MPD>")},
   };
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 struct DamagedFile {
   std::string name;  // the defect, and the extension
   Bytes bytes;
@@ -27,3 +29,5 @@ Bytes wholeFile();
 
 // All of them, the intact file first.
 std::vector<DamagedFile> damagedFiles();
+
+}  // namespace fmp4

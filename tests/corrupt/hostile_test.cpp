@@ -13,6 +13,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::size_t kFileBytes = 1 << 20;
@@ -206,3 +208,5 @@ TEST(LongNames, AreRejectedByTheProbe) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "tests/corrupt/damaged_files.h"
 #include "tests/support/temp_folder.h"
 
+using namespace fmp4;
+
 int main(int count, char** arguments) {
   if (count != 2) {
     std::fprintf(stderr, "usage: make_damaged_files FOLDER\n");

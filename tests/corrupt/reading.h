@@ -9,6 +9,8 @@
 #include "tests/corrupt/damaged_files.h"
 #include "tests/plugin/loaded_plugin.h"
 
+namespace fmp4 {
+
 // One character per frame: the number of the intact file's frame that was read, ' ' for no bytes, '?' for
 // other bytes, 'x' for a status of failure; for captions '.' if the frame brought none.
 struct FramesRead {
@@ -70,3 +72,5 @@ inline FramesRead readShuffled(CAMediaFile& file) {
   for (const std::uint32_t frame : order) readOne(file, frame, read);
   return read;
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::AllOf;
@@ -61,3 +63,5 @@ TEST(Truncation, AtAnyByteFailsToOpenOrReadsTheFramesThatRemain) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "tests/docs/document.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(ArchitectureDocument, NamesFilesThatExist) {
@@ -19,3 +21,5 @@ TEST(ArchitectureDocument, NamesFilesThatExist) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

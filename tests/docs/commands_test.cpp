@@ -9,6 +9,8 @@
 #include "tests/docs/document.h"
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The options of each command by its name, without --help; those of the program itself have none.
@@ -126,3 +128,5 @@ TEST(CommandDocuments, TheCompletionOffersThem) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 
 #include "tests/support/places.h"
 
+namespace fmp4 {
+
 // The source tree, found from its tests/data.
 inline const std::filesystem::path kTree = std::filesystem::path(VL_TEST_DATA).parent_path().parent_path();
 
@@ -37,3 +39,5 @@ inline std::string codeIn(const std::string& text) {
   const std::size_t start = text.find('`'), end = text.find('`', start + 1);
   return start == text.npos || end == text.npos ? "" : text.substr(start + 1, end - start - 1);
 }
+
+}  // namespace fmp4

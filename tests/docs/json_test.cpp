@@ -15,6 +15,8 @@
 #include "tests/support/temp_folder.h"
 #include "tool/serve/folder_recordings.h"
 
+namespace fmp4 {
+
 namespace {
 
 using nlohmann::json;
@@ -107,3 +109,5 @@ TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

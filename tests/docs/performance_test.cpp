@@ -6,6 +6,8 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // What is worse in a page that has this row than in one that has that row.
@@ -62,3 +64,5 @@ TEST(Performance, TheDocumentHasFiguresThatCanBeCompared) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

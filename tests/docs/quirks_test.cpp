@@ -8,6 +8,8 @@
 
 #include "tests/docs/document.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The text of all sources below a folder.
@@ -69,3 +71,5 @@ TEST(QuirksDocument, HasEveryEntryThatTheCodeRefersTo) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

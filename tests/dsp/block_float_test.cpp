@@ -9,6 +9,10 @@
 
 #include "tests/dsp/kernel_sets.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 constexpr std::size_t kLengths[] = {0, 1, 3, 7, 16, 133, kMaxNoiseLength};
@@ -49,3 +53,5 @@ TEST(BlockFloat, LeavesSilenceWithoutNoise) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,10 @@
 
 #include "dsp/ipps_crc.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 const auto* const kDigits = reinterpret_cast<const Ipp8u*>("123456789");
@@ -40,3 +44,5 @@ TEST(Crc, TakesZeroBitsForANullSource) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,10 @@
 
 #include "dsp/ipps_fdp.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 constexpr Ipp16u kOne = 0x3F80;  // the initial variance of a predictor
@@ -125,3 +129,5 @@ TEST(Fdp, RejectsInvalidArguments) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -1,5 +1,9 @@
 #include "tests/dsp/kernel_sets.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 std::vector<KernelSet> AllKernelSets() {
   constexpr const char* kNames[] = {"baseline", "SSSE3", "SSE4", "AVX2", "AVX-512"};
   std::vector<KernelSet> sets = {{"plain", &PlainKernels()}};
@@ -9,3 +13,5 @@ std::vector<KernelSet> AllKernelSets() {
   }
   return sets;
 }
+
+}  // namespace fmp4

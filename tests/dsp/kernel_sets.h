@@ -6,6 +6,10 @@
 
 #include "dsp/kernels/kernels.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 struct KernelSet {
   std::string name;
   const Kernels* kernels;
@@ -13,3 +17,5 @@ struct KernelSet {
 
 // The plain kernels first, then one set per vector instruction set.
 std::vector<KernelSet> AllKernelSets();
+
+}  // namespace fmp4

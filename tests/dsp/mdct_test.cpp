@@ -9,6 +9,10 @@
 #include "dsp/ipps_mdct.h"
 #include "tests/dsp/kernel_sets.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 template <class Transform, auto kGetSize, auto kInit>
@@ -160,3 +164,5 @@ TEST(Mdct, RejectsLengthsWithoutAPlan) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

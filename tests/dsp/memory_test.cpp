@@ -4,6 +4,10 @@
 
 #include "dsp/ipps_memory.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 // The address sanitizer stops at requests that no machine can meet unless configured otherwise.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
@@ -39,3 +43,5 @@ TEST(Memory, CopiesBytes) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

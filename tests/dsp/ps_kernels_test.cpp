@@ -11,6 +11,10 @@
 
 #include "tests/dsp/kernel_sets.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 using Value = std::complex<double>;
@@ -209,3 +213,5 @@ TEST(PsKernels, MixWithInterpolatedCoefficients) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

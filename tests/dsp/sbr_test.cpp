@@ -12,6 +12,10 @@
 #include "dsp/qmf_window.h"
 #include "tests/dsp/kernel_sets.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 using Complex = std::complex<double>;
@@ -417,3 +421,5 @@ TEST(HighBand, FiltersMeasuresAndShapesWithEveryInstructionSet) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

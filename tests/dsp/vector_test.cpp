@@ -9,6 +9,10 @@
 #include "dsp/ipps_vector.h"
 #include "tests/dsp/kernel_sets.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 std::vector<float> RandomValues(std::size_t count, unsigned seed, float limit = 40000) {
@@ -288,3 +292,5 @@ TEST(Vector, ForwardsToTheActiveKernels) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

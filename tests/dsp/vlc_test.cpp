@@ -9,6 +9,10 @@
 #include "dsp/ipps_vlc.h"
 #include "dsp/vlc_powers.h"
 
+namespace fmp4 {
+
+using namespace UMC;
+
 namespace {
 
 // A string of 0 and 1 as bytes, padded with zeros.
@@ -245,3 +249,5 @@ TEST(Vlc, ReportsBadArguments) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

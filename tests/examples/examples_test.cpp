@@ -4,6 +4,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Runs an example; its lines end in "\n" on every system.
@@ -71,3 +73,5 @@ TEST_F(Examples, RecordMakesARecordingThatVerifies) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

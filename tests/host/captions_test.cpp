@@ -5,6 +5,8 @@
 
 #include "mediafile.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::uint32_t check(const std::vector<std::uint8_t>& area) {
@@ -51,3 +53,5 @@ TEST(Captions, MissingAndOversizedAreasAreInvalid) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,7 +11,7 @@
 #include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
-namespace config_test {
+namespace fmp4::config_test {
 
 inline constexpr const char* kKey = "Framewright\\Codecs\\FFMPEG";
 inline constexpr const char* kName = "AllowFFMPEG";
@@ -45,4 +45,4 @@ class Config : public testing::Test {
   Environment m_environment{"VLHOST_CONFIG", m_store.c_str()};
 };
 
-}  // namespace config_test
+}  // namespace fmp4::config_test

@@ -8,6 +8,8 @@
 
 #include "tests/host/config_store.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace config_test;
@@ -123,3 +125,5 @@ TEST_F(Config, ThreadsSetReadAndSaveConcurrently) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "qvrutil.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Pair = std::pair<std::uint32_t, std::uint32_t>;
@@ -170,3 +172,5 @@ TEST(CodecUtility, DriveFlagsFollowTheCompression) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

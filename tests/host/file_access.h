@@ -11,6 +11,8 @@
 #include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 using Bytes = std::vector<std::uint8_t>;
 
 inline constexpr std::uint32_t kReadWrite = VL_GENERIC_READ | VL_GENERIC_WRITE;
@@ -52,3 +54,5 @@ class File : public testing::Test {
   TempFolder m_folder;
   const std::string m_path = m_folder.file("data.bin");
 };
+
+}  // namespace fmp4

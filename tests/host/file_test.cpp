@@ -4,6 +4,8 @@
 #include "tests/host/file_access.h"
 #include "tests/support/system_errors.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST_F(File, ReadsBackWhatWasWrittenAtThePosition) {
@@ -241,3 +243,5 @@ TEST_F(File, ClosingDuringAReadIsSafe) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 // The number that a library reports: -1 when it is not loaded, 0 when it is not one of this test's.
 inline int numberOf(const std::string& path) {
   void* library = vlOSLoadLibrary(path.c_str(), 2);
@@ -30,3 +32,5 @@ class WorkingFolder {
  private:
   std::filesystem::path m_old;
 };
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(Library, MissingLibraryIsNotLoaded) {
@@ -29,3 +31,5 @@ TEST(Library, SymbolsAreFoundOrNull) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

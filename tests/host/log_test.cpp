@@ -8,6 +8,8 @@
 #include "tests/support/log_capture.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(Log, LinesReachTheSinkUnchanged) {
@@ -67,3 +69,5 @@ TEST(Log, ThreadsDeliverLinesOneAtATime) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

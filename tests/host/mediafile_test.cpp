@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 // A plug-in's object with its protected members made public.
@@ -469,3 +471,5 @@ TEST_F(MediaFile, PlugInSetsFileTypeAndHandle) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Parts {
@@ -148,3 +150,5 @@ TEST(ChangeExtension, ResultThatDoesNotFitKeepsThePath) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

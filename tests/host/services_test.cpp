@@ -10,6 +10,8 @@
 #include "vlsync.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Locks that nothing destroys: they live as long as the program.
@@ -117,3 +119,5 @@ TEST(Memory, CopiesAndClears) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

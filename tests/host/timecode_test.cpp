@@ -3,6 +3,8 @@
 #include "qvr.h"
 #include "tcxlat.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(Timecode, IsTheStartPlusTheFrame) {
@@ -34,3 +36,5 @@ TEST(Timecode, UnknownRateDoesNotWrap) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

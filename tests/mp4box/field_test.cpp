@@ -7,6 +7,8 @@
 #include "mp4box/field_writer.h"
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -163,3 +165,5 @@ TEST(FieldWriter, WritesEveryKindOfField) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

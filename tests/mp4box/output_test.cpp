@@ -5,6 +5,8 @@
 #include "base/fourcc.h"
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -173,3 +175,5 @@ TEST(MemoryOutput, FailsAfterItsBytesAreTakenUntilASeek) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "mp4box/box.h"
 #include "tests/mp4box/tree_file.h"
 
+namespace fmp4 {
+
 namespace {
 
 Bytes movieFile() {
@@ -353,3 +355,5 @@ TEST(BoxAt, WalksForwardOverAHundredThousandBoxes) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

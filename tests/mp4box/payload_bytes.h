@@ -7,6 +7,8 @@
 #include "mp4box/field_writer.h"
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 inline Bytes bytesOf(Mp4Payload& payload) {
   Mp4MemoryOutput out;
   Mp4FieldWriter fields(out);
@@ -32,3 +34,5 @@ Payload readExactly(const Bytes& bytes) {
   EXPECT_EQ(bytesOf(payload), bytes);
   return payload;
 }
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tests/mp4box/tree_file.h"
 #include "tests/support/ffmpeg.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -322,3 +324,5 @@ TEST_F(WrittenFile, IsReadByMediainfo) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "tests/support/temp_folder.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::int64_t kBuffer = 10 * 1024 * 1024;
@@ -500,3 +502,5 @@ TEST(MemoryStream, OpensWritesAndClosesNothing) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tests/support/box_builder.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 class CountingStream : public Mp4Stream {
  public:
   std::int64_t read(void* buffer, std::int64_t count) override {
@@ -81,3 +83,5 @@ inline Bytes moofBox(std::uint32_t sequence) {
   return box("moof", {mfhdBox(sequence), box("traf", {fullBox("tfhd", 0, 0, {u32(1)}),
                                                       fullBox("trun", 0, 0, {u32(0)}), box("free")})});
 }
+
+}  // namespace fmp4

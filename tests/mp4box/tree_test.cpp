@@ -16,6 +16,8 @@
 #include "tests/mp4box/tree_file.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string treeOf(const Bytes& bytes) {
@@ -777,3 +779,5 @@ TEST(Free, DoesNotRecurse) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "mp4box/boxes/text_item.h"
 #include "mp4box/boxes/visual_entry.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::uint32_t code(const std::string& text) {
@@ -174,3 +176,5 @@ TEST(TypeTable, FindsTheFirstRowOfAType) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "recording/write/default_boxes.h"
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -182,3 +184,5 @@ TEST(SegmentIndex, PacksItsReferences) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

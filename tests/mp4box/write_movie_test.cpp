@@ -5,6 +5,8 @@
 #include "recording/write/default_boxes.h"
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using mp4::TrackKind;
@@ -220,3 +222,5 @@ TEST(MovieExtends, NumbersTracksByKind) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

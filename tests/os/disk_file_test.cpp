@@ -7,6 +7,8 @@
 
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(DiskFile, SyncsWhatAnotherHandleWrote) {
@@ -65,3 +67,5 @@ TEST(DiskFile, FollowsARenamedFile) {
 #endif
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/support/system_errors.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::size_t filesIn(const TempFolder& folder) {
@@ -51,3 +53,5 @@ TEST(ReplaceFile, FailsWithoutAFolderAndKeepsTheOldFile) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

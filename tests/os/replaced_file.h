@@ -7,6 +7,8 @@
 #include "os/replace_file.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 inline std::string contentOf(const std::string& path) {
   const auto bytes = readFile(path);
   return {bytes.begin(), bytes.end()};
@@ -15,3 +17,5 @@ inline std::string contentOf(const std::string& path) {
 inline bool replaced(const std::string& path, const std::string& content) {
   return !os::replaceFile(path, content);
 }
+
+}  // namespace fmp4

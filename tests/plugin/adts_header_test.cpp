@@ -5,6 +5,8 @@
 
 #include "plugin/audio_track.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -47,3 +49,5 @@ TEST(AdtsHeader, TheSamplingFrequencyIndexIsInItsField) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

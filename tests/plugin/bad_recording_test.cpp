@@ -8,6 +8,8 @@
 #include "tests/plugin/recording.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -343,3 +345,5 @@ TEST(BadRecording, FrameSizesBeyond16BitsAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

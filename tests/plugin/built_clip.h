@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 // Coded stereo audio at 48 kHz.
 struct CodedAudio {
   std::uint32_t unitFrames;
@@ -118,3 +120,5 @@ BuiltFile builtClip(const CodedAudio& sound, Change change) {
   change(run);
   return BuiltFile({SoundTrack{sound.sampleEntry, run}});
 }
+
+}  // namespace fmp4

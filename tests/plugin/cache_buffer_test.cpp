@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace fmp4 {
+
 namespace {
 
 class Buffer : public CCacheBuffer {
@@ -60,3 +62,5 @@ TEST(CacheBuffer, IsAsLargeAsTheHostsElements) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -297,3 +299,5 @@ TEST(Captions, APairTrackThatStartsLateCountsItsFramesFromItsFirstFragment) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

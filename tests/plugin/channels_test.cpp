@@ -12,6 +12,8 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Input: as many tones as channels, the first of `frequency` hertz and each a tenth higher than the
@@ -132,3 +134,5 @@ TEST(Channels, AfterAc3OfSixChannelsTheSeventhSelectsTheNextTrack) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Four frames at 25 per second, beside the given tracks.
@@ -140,3 +142,5 @@ TEST(SetFileInfoOfASource, ADescribedObjectCanStillOpenAFile) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

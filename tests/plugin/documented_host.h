@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+namespace fmp4 {
+
 // Functions of the host's libraries.
 inline constexpr std::string_view kHostFunctions[] = {
     "mfCheck608708",
@@ -123,3 +125,5 @@ inline bool isOfTheDocumentedHost(const std::string& symbol) {
   if (name.starts_with("reserved")) name = "reserved";
   return among(name, kMediaFileMembers);
 }
+
+}  // namespace fmp4

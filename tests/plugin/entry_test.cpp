@@ -9,6 +9,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Each;
@@ -133,3 +135,5 @@ TEST(MediaFileEntry, CloseWithoutAnObjectDoesNothing) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Folder : TempFolder {
@@ -67,3 +69,5 @@ TEST(FileSet, AnAudioOnlyOpenUsesTheNameAsTheAudioFile) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

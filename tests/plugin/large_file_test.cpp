@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Each;
@@ -126,3 +128,5 @@ TEST(LargeFile, IsRecordedListedAndReadBeyond4GiB) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "tests/support/places.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 struct Plugin {
   void* library = vlOSLoadLibrary(VL_BIN_DIR "/vlx_fmp4", 2);
 
@@ -89,3 +91,5 @@ inline Described describe(CAMediaFile& file, std::uint32_t mask = 1) {
   EXPECT_EQ(file.GetFileInfo(mask, &d.system, d.video.get(), &d.audio, &d.info), VL_OK);
   return d;
 }
+
+}  // namespace fmp4

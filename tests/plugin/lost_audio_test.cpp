@@ -13,6 +13,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/sanitized.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -290,3 +292,5 @@ TEST(UndecodedAudio, Mp3FromFfmpegFails) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -298,3 +300,5 @@ TEST(Witness, FfmpegsDashOutputOpensThroughItsManifest) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

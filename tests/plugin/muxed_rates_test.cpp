@@ -10,6 +10,8 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Rate {
@@ -129,3 +131,5 @@ INSTANTIATE_TEST_SUITE_P(Broadcast, MuxedRates, testing::ValuesIn(muxedCases()),
                          });
 
 }  // namespace
+
+}  // namespace fmp4

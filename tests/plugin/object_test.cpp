@@ -4,6 +4,8 @@
 
 #include "tests/plugin/loaded_plugin.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(NewObject, ReportsItsDefaults) {
@@ -174,3 +176,5 @@ TEST(Close, TwiceIsHarmlessAndTheObjectStaysUsable) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

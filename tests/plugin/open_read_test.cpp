@@ -9,6 +9,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -390,3 +392,5 @@ TEST(Open, AgainAfterCloseAndOverAnOpenFile) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -298,3 +300,5 @@ TEST(OutOfMemory, ALastFragmentWithoutMemoryLeavesThoseBeforeItListed) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

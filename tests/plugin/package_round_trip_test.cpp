@@ -7,6 +7,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The source is fragmented, so that it and its recording are read by the same reader.
@@ -53,3 +55,5 @@ TEST(PackageRoundTrip, VideoAndAudioInOneFile) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include <random>
 
+namespace fmp4 {
+
 namespace {
 
 // A track in which decoding converges `settling` access units after the first place, every `period` access
@@ -104,3 +106,5 @@ TEST(PreRoll, EndsWhereNothingConverges) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/support/turkish_locale.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -114,3 +116,5 @@ TEST(Probe, AManifestTooDeepOrTooLargeIsRefused) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

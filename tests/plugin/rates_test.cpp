@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace fmp4 {
+
 TEST(ReduceRate, DividesOnceByAHundredOrByTen) {
   const auto reduced = [](std::int64_t rate, std::int64_t scale) {
     const RateScale value = reduceRate({rate, scale});
@@ -67,3 +69,5 @@ TEST(TimecodeRateOf, KnowsTheBroadcastRates) {
   EXPECT_EQ(timecodeRateOf(2997), 4u);
   EXPECT_EQ(timecodeRateOf(12000), 1u);
 }
+
+}  // namespace fmp4

@@ -16,6 +16,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -262,3 +264,5 @@ TEST(ReadAc3, FFmpegStaysLoadedAfterThePluginAndGetsItsLogBack) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -312,3 +314,5 @@ TEST(ReadAudio, AudioOfASeparateFileIsReadThroughTheVideoObject) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using E = GeneratedElement;
@@ -168,3 +170,5 @@ TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPosition) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

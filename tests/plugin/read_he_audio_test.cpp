@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string dataFile(const std::string& name) {
@@ -185,3 +187,5 @@ TEST(ReadHeAudio, RandomReadsAgreeWhereHeadersAreRare) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "tests/audio/streams.h"
 #include "tests/plugin/sound_clip.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Predicted {
@@ -43,3 +45,5 @@ INSTANTIATE_TEST_SUITE_P(All, ReadPredicted,
                                          Predicted{"aac_ltp", "-aac_ltp", kSteady}));
 
 }  // namespace
+
+}  // namespace fmp4

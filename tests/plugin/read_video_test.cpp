@@ -8,6 +8,8 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -242,3 +244,5 @@ TEST(FindKeyFrame, BetweenReadsDoesNotDisturbThem) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

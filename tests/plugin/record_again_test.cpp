@@ -8,6 +8,8 @@
 
 #include "tests/plugin/recording.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -218,3 +220,5 @@ TEST(RecordAgain, ANameThatIsNotUtf8IsHandledSafely) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "mp4box/boxes/trun.h"
 #include "tests/plugin/recording.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -382,3 +384,5 @@ TEST(AudioInside, AudioAfterTheLastCompleteFragmentGetsItsOwn) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "mp4box/boxes/trun.h"
 #include "tests/plugin/recording.h"
 
+namespace fmp4 {
+
 namespace {
 
 // A caption distribution packet of `length` bytes.
@@ -146,3 +148,5 @@ TEST(RecordCaptions, APacketOfTheWrongSizeIsOmitted) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

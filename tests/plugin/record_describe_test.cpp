@@ -8,6 +8,8 @@
 #include "tests/support/log_capture.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -220,3 +222,5 @@ TEST(SetFileInfo, ACompanionThatCannotBeCreatedLeavesTheVideoIntact) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "mp4box/boxes/trun.h"
 #include "tests/plugin/recording.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -296,3 +298,5 @@ TEST(Record, WithoutFramesOnlyTheFileTypeIsWritten) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

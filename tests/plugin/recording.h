@@ -14,6 +14,8 @@
 #include "tests/support/box_builder.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 inline MFXOPEN writeRequest(const std::string& path, std::uint32_t openFlags = 0) {
   return {147,
           VL_GENERIC_READ | VL_GENERIC_WRITE,
@@ -185,3 +187,5 @@ inline std::vector<std::string> namesIn(const TempFolder& folder) {
   std::sort(names.begin(), names.end());
   return names;
 }
+
+}  // namespace fmp4

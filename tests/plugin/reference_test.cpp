@@ -10,6 +10,8 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct ReferenceCase {
@@ -148,3 +150,5 @@ INSTANTIATE_TEST_SUITE_P(Muxings, Witness, testing::ValuesIn(kCases),
                          });
 
 }  // namespace
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include "tests/plugin/recording.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct RecordedRate {
@@ -110,3 +112,5 @@ std::string roundTripName(const testing::TestParamInfo<RoundTripCase>& info) {
 INSTANTIATE_TEST_SUITE_P(Recordings, RoundTrip, testing::ValuesIn(roundTripCases()), roundTripName);
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // A file's bytes, in which fields of the audio sample description can be set.
@@ -128,3 +130,5 @@ TEST(SampleEntry, OfAc3WithoutChannelsAndRateIsStereoOfItsConfigurationsRate) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 
 #include "tests/plugin/loaded_plugin.h"
 
+namespace fmp4 {
+
 using Samples = std::vector<std::int16_t>;
 
 struct Sound {
@@ -43,3 +45,5 @@ inline Samples readAll(CAMediaFile& file, std::uint32_t block, std::uint32_t cha
   }
   return all;
 }
+
+}  // namespace fmp4

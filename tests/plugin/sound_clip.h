@@ -17,6 +17,8 @@
 #include "tests/support/sanitized.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 // Container options: many fragments, after a movie box that waits for the first packets' configuration.
 inline const std::vector<std::string> kFragments = {"-movflags", "delay_moov", "-frag_duration", "300000"};
 
@@ -123,3 +125,5 @@ inline std::vector<float> ffmpegPackets(const TempFolder& folder, const std::str
               "adts", adts});
   return FfmpegDecode(adts, {"-c:a", "aac"});
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace fmp4 {
+
 namespace {
 
 constexpr char kPlaylist[] = "#EXTM3U\n#EXTINF:1.000,\nout.m4v\n#EXT-X-ENDLIST\n";
@@ -57,3 +59,5 @@ TEST(ManifestDifference, ReportsWhatIsNotADocument) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 // Three disk blocks with a range of zero bytes.
@@ -41,3 +43,5 @@ TEST(UnwrittenData, IsNotThePaddingOfAnAc3Frame) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

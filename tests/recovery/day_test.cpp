@@ -7,6 +7,8 @@
 #include "tests/recovery/recovery.h"
 #include "tests/support/controlled_new.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kRate = 5000, kScale = 1001, kSampleRate = 48000;
@@ -113,3 +115,5 @@ INSTANTIATE_TEST_SUITE_P(Recording, Day, testing::Values("out.m4v", "out.ismv"),
 });
 
 }  // namespace
+
+}  // namespace fmp4

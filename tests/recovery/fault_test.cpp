@@ -2,6 +2,8 @@
 #include "tests/recovery/recovery.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Two full segments and a part of a third, whose last fragment is not full.
@@ -119,3 +121,5 @@ TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesIntact) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/recovery/recovery.h"
 #include "tests/support/ffmpeg.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Runs `work` in a process of its own that gets SIGKILL after `steps` steps. Returns whether it was killed.
@@ -276,3 +278,5 @@ TEST(TruncatedRecording, OfRealMediaDecodesOnceRepaired) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

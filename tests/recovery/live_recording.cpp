@@ -7,6 +7,8 @@
 #include "tool/package/packager.h"
 #include "tool/source/fragment_stream.h"
 
+namespace fmp4 {
+
 void recordLive(const Bytes& live, const std::string& output) {
   std::size_t done = 0;
   const auto read = [&](std::span<std::uint8_t> bytes) {
@@ -29,3 +31,5 @@ void recordLive(const Bytes& live, const std::string& output) {
   packager.run([](std::uint64_t) {}, [] { return false; });
   packager.finish();
 }
+
+}  // namespace fmp4

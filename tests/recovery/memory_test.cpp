@@ -7,6 +7,8 @@
 #include "tests/support/ffmpeg.h"
 #include "vlhost.h"
 
+namespace fmp4 {
+
 namespace {
 
 // One allocation fails, or one and all after it.
@@ -213,3 +215,5 @@ INSTANTIATE_TEST_SUITE_P(AnAllocation, MemoryEnds, testing::Values(Failures::One
                          [](const auto& info) { return info.param == Failures::One ? "Once" : "ForGood"; });
 
 }  // namespace
+
+}  // namespace fmp4

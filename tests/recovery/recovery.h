@@ -17,6 +17,8 @@
 #include "tests/support/fault_host.h"
 #include "tool/source/source_file.h"
 
+namespace fmp4 {
+
 // A key frame every two frames: fragments of 2 frames, segments of 20.
 inline constexpr std::uint32_t kInterval = 2;
 inline constexpr std::uint32_t kFragmentFrames = 2;
@@ -253,3 +255,5 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
   EXPECT_TRUE(repairRecording(media).empty());
   EXPECT_EQ(filesOf(folder), once) << "a second repair changes nothing";
 }
+
+}  // namespace fmp4

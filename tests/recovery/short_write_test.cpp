@@ -2,6 +2,8 @@
 #include "mp4box/output.h"
 #include "tests/recovery/recovery.h"
 
+namespace fmp4 {
+
 namespace {
 
 // While it lives, the host writes no more than so many bytes at a time.
@@ -52,3 +54,5 @@ TEST(ShortWrites, StreamsWriteAllAndCountIt) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -1,6 +1,8 @@
 // What a list names is durable before the list names it, at every segment.
 #include "tests/recovery/recovery.h"
 
+namespace fmp4 {
+
 namespace {
 
 // What a power cut would leave on the disk: every file as it was at its last flush.
@@ -117,3 +119,5 @@ INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kPictureAlone, kA
                          });
 
 }  // namespace
+
+}  // namespace fmp4

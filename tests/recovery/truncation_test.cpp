@@ -5,6 +5,8 @@
 #include "tests/recovery/recovery.h"
 #include "tests/support/sanitized.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -208,3 +210,5 @@ TEST(Repaired, ARecordingInProgressIsLeftAlone) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "tests/streaming/index_fixture.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kAudioRole = kAudioTrack;
@@ -141,3 +143,5 @@ TEST(AudioTimeline, ATrackWithoutUnitsHasNone) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

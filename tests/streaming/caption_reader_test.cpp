@@ -6,6 +6,8 @@
 #include "tests/streaming/index_fixture.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 Bytes pairs(std::uint32_t first, std::uint32_t count) {
@@ -188,3 +190,5 @@ TEST(Cc608OfADay, DoNotDriftAt5994) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

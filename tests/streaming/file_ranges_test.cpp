@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace fmp4 {
+
 namespace {
 
 TEST(FileRanges, AnOffsetOutsideEveryRangeIsItsOwnEnd) {
@@ -39,3 +41,5 @@ TEST(FileRanges, OneInsideAnotherChangesNothing) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

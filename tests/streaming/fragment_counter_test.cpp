@@ -9,6 +9,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Layout {
@@ -154,3 +156,5 @@ TEST(FragmentCounter, WalkingAndTheTreeGiveTheSameIndex) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

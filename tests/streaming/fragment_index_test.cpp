@@ -8,6 +8,8 @@
 #include "tests/support/controlled_new.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -314,3 +316,5 @@ TEST(FragmentIndex, DescendingNumbersCostNoMoreThanAscendingOnes) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/support/box_builder.h"
 #include "tests/support/fragments.h"
 
+namespace fmp4 {
+
 // Track defaults as a "trex" gives them.
 inline mp4::TrackExtendsBox trackDefaults(std::uint32_t duration, std::uint32_t size = 0,
                                           std::uint32_t flags = 0) {
@@ -79,3 +81,5 @@ inline Bytes videoFragment(std::uint32_t sequence, std::uint32_t frames, std::ui
   traf.runs = {run};
   return fragment(sequence, {traf});
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "tests/streaming/index_fixture.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Fragments of one run each; 'K' is a key frame, '.' another.
@@ -99,3 +101,5 @@ TEST(FindKeyFrame, FreesTheWindowSoThatTheNextReadSeeks) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

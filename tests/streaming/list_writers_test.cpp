@@ -12,6 +12,8 @@
 #include "tests/support/controlled_new.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -261,3 +263,5 @@ TEST(MpdWriter, SavesOnlyOnceBegun) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/support/controlled_new.h"
 #include "tests/support/turkish_locale.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -270,3 +272,5 @@ TEST(ParseFrameRate, DoesNotDependOnTheLocale) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

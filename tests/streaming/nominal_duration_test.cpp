@@ -5,6 +5,8 @@
 
 #include "tests/streaming/index_fixture.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Group {
@@ -102,3 +104,5 @@ TEST(NominalDuration, AFragmentOfMillionsOfDurationsCostsBoundedMemory) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

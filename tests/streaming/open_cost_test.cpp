@@ -8,6 +8,8 @@
 #include "tests/support/day_file.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Counts the reads and bytes asked of the host.
@@ -128,3 +130,5 @@ INSTANTIATE_TEST_SUITE_P(Layouts, OpenCost, testing::Values(0u, 10u), [](const a
 });
 
 }  // namespace
+
+}  // namespace fmp4

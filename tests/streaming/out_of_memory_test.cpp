@@ -7,6 +7,8 @@
 #include "tests/support/controlled_new.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -53,3 +55,5 @@ TEST(OutOfMemory, CaptionsWithoutABufferAreReported) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/streaming/index_fixture.h"
 #include "tests/support/log_capture.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -345,3 +347,5 @@ TEST(SampleFlags, TheFirstSampleHasItsOwn) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

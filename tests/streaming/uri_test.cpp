@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace fmp4 {
+
 namespace {
 
 TEST(Uri, OfAnOrdinaryNameIsTheName) {
@@ -33,3 +35,5 @@ TEST(Uri, AnEncodedZeroDoesNotTruncateAName) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+namespace fmp4 {
+
 using Bytes = std::vector<std::uint8_t>;
 
 inline Bytes join(std::initializer_list<Bytes> parts) {
@@ -74,3 +76,5 @@ inline Bytes largeBox(std::string_view type, std::initializer_list<Bytes> parts 
   const Bytes payload = join(parts);
   return largeBoxOfSize(16 + payload.size(), type, {payload});
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "tests/support/compiled_locale.h"
 
+namespace fmp4 {
+
 // While one is alive, the process runs under a German locale.
 class CommaLocale : public CompiledLocale {
  public:
@@ -14,3 +16,5 @@ class CommaLocale : public CompiledLocale {
     if (std::string(text) != "1,5") throw std::runtime_error("no decimal commas");
   }
 };
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/support/environment.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 // While one is alive, the process runs under a locale compiled for it: of `language` ("de_DE") in `charset`
 // ("UTF-8"); on Windows `windowsName`. One at a time. Throws std::runtime_error when it is not available.
 class CompiledLocale {
@@ -36,3 +38,5 @@ class CompiledLocale {
   TempFolder folder_;
   Environment place_{"LOCPATH", folder_.path().string().c_str()};
 };
+
+}  // namespace fmp4

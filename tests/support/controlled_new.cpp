@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <new>
 
+namespace fmp4 {
+
 namespace {
 
 std::size_t usableSize(void* memory) {
@@ -167,3 +169,5 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
   releaseAligned(memory);
 }
+
+}  // namespace fmp4

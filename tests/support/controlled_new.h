@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+namespace fmp4 {
+
 // While one is alive, allocations of exactly `bytes` bytes fail on this thread. One at a time.
 class FailingNew {
  public:
@@ -39,3 +41,5 @@ class CountingNew {
   // The number of allocations.
   std::size_t allocations() const;
 };
+
+}  // namespace fmp4

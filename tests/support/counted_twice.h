@@ -9,6 +9,8 @@
 #include "mp4box/fragment_tree.h"
 #include "streaming/index/fragment_counter.h"
 
+namespace fmp4 {
+
 inline bool operator==(const AudioAmount& a, const AudioAmount& b) {
   return a.units == b.units && a.ticks == b.ticks && a.lead == b.lead;
 }
@@ -57,3 +59,5 @@ struct CountedTwice {
     if (!same) ++different;
   }
 };
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "tests/support/fragments.h"
 
+namespace fmp4 {
+
 struct DayFile {
   std::uint32_t fragments = 86400;        // of one second
   std::uint32_t fragmentsPerSegment = 0;  // above 0: a segment index before each so many fragments
@@ -76,3 +78,5 @@ struct DayFile {
     return build(size + 8, size + 8 + mediaBytes() - kAudioSamples * kAudioBytes);
   }
 };
+
+}  // namespace fmp4

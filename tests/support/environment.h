@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+namespace fmp4 {
+
 // Sets one, or removes it (null), for this program and those it starts.
 inline void setEnvironment(const char* name, const char* value) {
 #if defined(_WIN32)
@@ -33,3 +35,5 @@ class Environment {
   const char* m_name;
   std::optional<std::string> m_old;
 };
+
+}  // namespace fmp4

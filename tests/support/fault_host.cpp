@@ -15,6 +15,8 @@
 
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct State {
@@ -214,3 +216,5 @@ extern "C" __attribute__((visibility("default"))) int ftruncate(int descriptor, 
     return result;
   });
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include <functional>
 #include <string>
 
+namespace fmp4 {
+
 enum class HostCallKind {
   Write,
   Flush,      // waits for the data of a file that is written in place
@@ -65,3 +67,5 @@ DiskWaits diskWaits();
 
 // Receives every call after it has succeeded; empty: no observer.
 void observeHostCalls(std::function<void(const HostCall&)> observer);
+
+}  // namespace fmp4

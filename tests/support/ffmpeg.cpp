@@ -5,6 +5,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -60,3 +62,5 @@ void makeMedia(const fs::path& output, const std::vector<std::string>& arguments
     makeKept(kept, wordsFile, command, words);
   fs::copy_file(kept, output, fs::copy_options::overwrite_existing);
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 // Makes `output` with ffmpeg: inputs, then options, in `arguments`. One thread and no dates or versions in
 // the output, so that a run is repeatable; generated media are made once and kept in build/media. Throws
 // std::runtime_error with ffmpeg's message on failure.
@@ -145,3 +147,5 @@ inline std::vector<std::string> pictureHashes(const std::filesystem::path& file)
     if (!line.empty() && line[0] != '#') hashes.push_back(line.substr(line.rfind(' ') + 1));
   return hashes;
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/support/environment.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 class FFmpegOff {
@@ -31,3 +33,5 @@ class FFmpegOff {
 const FFmpegOff ffmpegOff;
 
 }  // namespace
+
+}  // namespace fmp4

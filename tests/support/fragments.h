@@ -8,6 +8,8 @@
 
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 inline constexpr std::uint32_t kRunDataOffset = 0x001, kRunFirstFlags = 0x004, kRunDuration = 0x100,
                                kRunSize = 0x200, kRunFlags = 0x400, kRunComposition = 0x800;
 inline constexpr std::uint32_t kBaseOffset = 0x01, kDefaultDuration = 0x08, kDefaultSize = 0x10,
@@ -174,3 +176,5 @@ inline TrackSpec videoTrack(std::uint32_t id = 1, std::uint32_t timescale = 3000
                             std::uint32_t duration = 1001) {
   return {id, "vide", timescale, visualEntry("avc1", 320, 180, avcConfiguration()), duration};
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "vlhost.h"
 
+namespace fmp4 {
+
 struct LogLine {
   std::uint32_t level;
   std::string text;
@@ -34,3 +36,5 @@ class LogCapture {
 
   std::vector<LogLine> lines;
 };
+
+}  // namespace fmp4

@@ -15,6 +15,8 @@
 #include <windows.h>
 #endif
 
+namespace fmp4 {
+
 // The file of this program.
 inline std::filesystem::path thisProgram() {
 #if defined(_WIN32)
@@ -61,3 +63,5 @@ template <class Body>
 void inOwnProcess(Body body) {
   inProcessOf(thisProgram(), body);
 }
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 struct RunResult {
   int exitCode = -1;  // 128 + N when signal N ended the program
   std::string out;    // standard output, every byte
@@ -26,6 +28,8 @@ inline RunResult runOrThrow(const std::vector<std::string>& command) {
   }
   return result;
 }
+
+}  // namespace fmp4
 
 #if defined(_WIN32)
 #include "tests/support/win32/run.h"

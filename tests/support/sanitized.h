@@ -3,6 +3,8 @@
 // runs them all.
 #pragma once
 
+namespace fmp4 {
+
 #if defined(__SANITIZE_ADDRESS__)
 inline constexpr bool kSanitized = true;
 #elif defined(__has_feature)
@@ -20,3 +22,5 @@ template <class Count>
 constexpr Count ofSanitized(Count all, Count some) {
   return kSanitized ? some : all;
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 
 #include "tests/support/ffmpeg.h"
 
+namespace fmp4 {
+
 // The times in seconds, as stored in the file, at which the values that an ffmpeg filter reports under `tag`
 // rise above `threshold`.
 inline std::vector<double> risingTimes(const std::filesystem::path& file, const std::string& option,
@@ -72,3 +74,5 @@ inline std::vector<std::string> flashAndToneInputs(double seconds, const std::ve
           "-i",
           "aevalsrc=exprs='0.5*sin(2*PI*1000*t)*gt(" + when + ",0)':s=48000:d=" + length};
 }
+
+}  // namespace fmp4

@@ -5,6 +5,13 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#else
+#include <cerrno>
+#endif
+
+namespace fmp4 {
+
+#if defined(_WIN32)
 inline constexpr std::uint32_t kErrorNotFound = ERROR_FILE_NOT_FOUND;
 inline constexpr std::uint32_t kErrorNoFolder = ERROR_PATH_NOT_FOUND;
 inline constexpr std::uint32_t kErrorExists = ERROR_FILE_EXISTS;
@@ -14,7 +21,6 @@ inline constexpr std::uint32_t kErrorNoAccess = ERROR_ACCESS_DENIED;
 inline constexpr std::uint32_t kErrorInvalid = ERROR_INVALID_PARAMETER;
 inline constexpr std::uint32_t kErrorBeforeStart = ERROR_NEGATIVE_SEEK;
 #else
-#include <cerrno>
 inline constexpr std::uint32_t kErrorNotFound = ENOENT;
 inline constexpr std::uint32_t kErrorNoFolder = ENOENT;
 inline constexpr std::uint32_t kErrorExists = EEXIST;
@@ -24,3 +30,5 @@ inline constexpr std::uint32_t kErrorNoAccess = EBADF;
 inline constexpr std::uint32_t kErrorInvalid = EINVAL;
 inline constexpr std::uint32_t kErrorBeforeStart = EINVAL;
 #endif
+
+}  // namespace fmp4

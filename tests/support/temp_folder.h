@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // An empty folder in the system's place for temporary files, removed with its content at the end of the test.
 // Its name is neutral: file kinds are recognised by texts anywhere in a path.
 class TempFolder {
@@ -50,3 +52,5 @@ inline std::vector<std::uint8_t> readFile(const std::filesystem::path& path) {
   if (!file) throw std::runtime_error("cannot read " + path.string());
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
+
+}  // namespace fmp4

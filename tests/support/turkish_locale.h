@@ -5,6 +5,8 @@
 
 #include "tests/support/compiled_locale.h"
 
+namespace fmp4 {
+
 // While one is alive, the process runs under a Turkish locale of single-byte characters.
 class TurkishLocale : public CompiledLocale {
  public:
@@ -14,3 +16,5 @@ class TurkishLocale : public CompiledLocale {
 #endif
   }
 };
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "tests/support/box_builder.h"
 
+namespace fmp4 {
+
 namespace {
 
 const Bytes kStart = {0, 0, 0, 1};
@@ -107,3 +109,5 @@ TEST(AnnexB, RefusesConfigurationsOfOtherCodecs) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using nlohmann::json;
@@ -158,3 +160,5 @@ TEST(Boxes, EmptyAndMissingFilesFail) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tests/support/temp_folder.h"
 #include "tool/export/scenarist.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace cea608;
@@ -153,3 +155,5 @@ TEST(Cea608Reference, TabsAndMidRowCodes) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tool/export/subrip.h"
 #include "tool/export/web_vtt.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace cea608;
@@ -255,3 +257,5 @@ TEST(ExportCaptions, OtherExtensionsAndOptionsThatDoNotFitAreRefused) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tool/export/lost_audio.h"
 #include "tool/export/wave_header.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -177,3 +179,5 @@ TEST(LostSound, ReportsUndeliveredParts) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

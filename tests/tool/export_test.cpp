@@ -8,6 +8,8 @@
 #include "tests/tool/fmp4.h"
 #include "tool/export/wave_header.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(Export, H264DecodesToTheSourceFrames) {
@@ -264,3 +266,5 @@ TEST(Export, ReportsMissingStreams) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

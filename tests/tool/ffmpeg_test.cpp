@@ -13,6 +13,8 @@
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -149,3 +151,5 @@ TEST(FFmpeg, IsNotLoadedWhenDisabledInTheStore) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+namespace fmp4 {
+
 namespace {
 
 std::string print(Mp4Payload& payload, FieldStyle style) {
@@ -125,3 +127,5 @@ TEST(FieldPrinter, TextShowsShortListsInFull) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/support/places.h"
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 inline RunResult fmp4(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {VL_BIN_DIR "/fmp4"};
   command.insert(command.end(), arguments.begin(), arguments.end());
@@ -23,3 +25,5 @@ inline std::vector<std::string> linesOf(const std::string& text) {
   }
   return lines;
 }
+
+}  // namespace fmp4

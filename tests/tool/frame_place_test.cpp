@@ -5,6 +5,8 @@
 
 #include "base/user_error.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr FrameRate kPal{25, 1};
@@ -81,3 +83,5 @@ TEST(FramePlace, IsNothingElse) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Each;
@@ -125,3 +127,5 @@ TEST(Frames, TruncatedFileGivesItsFramesUpToTheCut) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

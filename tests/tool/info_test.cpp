@@ -11,6 +11,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using nlohmann::json;
@@ -271,3 +273,5 @@ TEST(Info, ReportsANameWithoutMedia) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

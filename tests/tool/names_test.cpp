@@ -9,6 +9,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string makeClip(const TempFolder& folder, const std::filesystem::path& file) {
@@ -96,3 +98,5 @@ TEST(Names, MayBeAsLongAsTheHostAllows) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

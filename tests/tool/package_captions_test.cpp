@@ -16,6 +16,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CcConstruct;
@@ -186,3 +188,5 @@ TEST(PackageCaptions, AVideoWithoutAnyIsSaidWhereTheyWereAskedFor) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -15,6 +15,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -380,3 +382,5 @@ TEST_F(ShortAudio, IsKeptUpToItsEnd) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

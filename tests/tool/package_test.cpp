@@ -14,6 +14,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -400,3 +402,5 @@ TEST_F(Package, ReportsDamagedSources) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -39,3 +41,5 @@ TEST(Probe, QuietHidesTheHostsLog) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using nlohmann::json;
@@ -227,3 +229,5 @@ TEST(LeftOutSamples, OfTheMovieBoxAreCounted) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include <random>
 
+namespace fmp4 {
+
 namespace {
 
 bool operator==(const SourceSample& a, const SourceSample& b) {
@@ -83,3 +85,5 @@ TEST(SampleList, AnEmptyOneHasNone) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/tool/serving.h"
 #include "tool/serve/folder_recordings.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -274,3 +276,5 @@ TEST(ServeCommand, ReportsAFolderThatIsNone) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

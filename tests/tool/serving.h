@@ -11,6 +11,8 @@
 #include "tests/support/temp_folder.h"
 #include "tool/serve/web_server.h"
 
+namespace fmp4 {
+
 inline void writeText(const std::filesystem::path& path, const std::string& text) {
   writeFile(path, {text.begin(), text.end()});
 }
@@ -49,3 +51,5 @@ class Serve : public testing::Test {
   std::optional<httplib::Client> client_;
   int port_ = 0;
 };
+
+}  // namespace fmp4

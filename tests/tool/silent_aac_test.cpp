@@ -10,6 +10,8 @@
 #include "tests/support/temp_folder.h"
 #include "tool/source/source_file.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -113,3 +115,5 @@ TEST(SilentAccessUnit, IsUnavailableForOtherTypesReservedLayoutsAndTruncation) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/support/temp_folder.h"
 #include "tool/source/source_file.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Reads the samples of all tracks, a second of each in turn. Returns their bytes.
@@ -52,3 +54,5 @@ TEST(SourceCost, OpeningTakesOneReadAFragmentAndFewBytesASample) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -124,3 +126,5 @@ TEST(Usage, ReportsANameTooLongForTheHost) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -366,3 +368,5 @@ TEST_F(Verify, ListsLeadOnlyToFilesBesideThem) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

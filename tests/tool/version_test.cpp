@@ -2,6 +2,8 @@
 
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(Version, PrintsTheProgramsVersionTheInterfacesAndTheFormatRecord) {
@@ -28,3 +30,5 @@ TEST(Version, IsAlsoAnOptionOfTheProgram) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace fmp4 {
+
 namespace {
 
 std::string textAt(const std::vector<std::uint8_t>& bytes, std::size_t offset) {
@@ -56,3 +58,5 @@ TEST(WaveHeader, MoreThanTwoChannelsHaveASpeakerMask) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tool/commands/commands.h"
 #include "tool/terminal/field_printer.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct BoxesOptions {
@@ -98,3 +100,5 @@ void addBoxesCommand(CLI::App& app, Invocation& invocation) {
   command->add_flag("-j,--json", options->json, "Print JSON, every field in full");
   command->callback([&invocation, options] { invocation.command = [options] { return boxes(*options); }; });
 }
+
+}  // namespace fmp4

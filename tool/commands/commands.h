@@ -8,6 +8,8 @@ namespace CLI {
 class App;
 }
 
+namespace fmp4 {
+
 // What the command line requests. Parsing it sets `command`, which then does the work.
 struct Invocation {
   std::string plugin = "vlx_fmp4";  // name or path of the plug-in library
@@ -30,3 +32,5 @@ void addVersionCommand(CLI::App& app, Invocation& invocation);
 
 // The version of the program, "0.1.0".
 std::string programVersion();
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "tool/export/export_streams.h"
 #include "tool/host/plugin_host.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct ExportOptions {
@@ -108,3 +110,5 @@ void addExportCommand(CLI::App& app, Invocation& invocation) {
     invocation.command = [&invocation, options] { return exportStreams(invocation, *options); };
   });
 }
+
+}  // namespace fmp4

@@ -16,6 +16,8 @@
 #include "tool/host/video_reader.h"
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct FramesOptions {
@@ -159,3 +161,5 @@ void addFramesCommand(CLI::App& app, Invocation& invocation) {
     invocation.command = [&invocation, options] { return frames(invocation, *options); };
   });
 }
+
+}  // namespace fmp4

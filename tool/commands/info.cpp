@@ -13,6 +13,8 @@
 #include "tool/host/plugin_host.h"
 #include "tool/host/undecoded_audio.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -158,3 +160,5 @@ void addInfoCommand(CLI::App& app, Invocation& invocation) {
     invocation.command = [&invocation, options] { return info(invocation, *options); };
   });
 }
+
+}  // namespace fmp4

@@ -25,6 +25,8 @@
 #include "tool/source/standard_input.h"
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -211,3 +213,5 @@ void addPackageCommand(CLI::App& app, Invocation& invocation) {
     invocation.command = [&invocation, options] { return package(invocation, *options); };
   });
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "tool/commands/commands.h"
 #include "tool/host/plugin_host.h"
 
+namespace fmp4 {
+
 namespace {
 
 bool probe(const Invocation& invocation, const std::vector<std::string>& files) {
@@ -29,3 +31,5 @@ void addProbeCommand(CLI::App& app, Invocation& invocation) {
     invocation.command = [&invocation, files] { return probe(invocation, *files); };
   });
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "tool/terminal/progress.h"
 #include "tool/terminal/recording_progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 bool repair(const std::string& name) {
@@ -33,3 +35,5 @@ void addRepairCommand(CLI::App& app, Invocation& invocation) {
   command->add_option("NAME", *name, "A media file, the manifest or a playlist of the recording")->required();
   command->callback([&invocation, name] { invocation.command = [name] { return repair(*name); }; });
 }
+
+}  // namespace fmp4

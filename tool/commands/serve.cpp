@@ -12,6 +12,8 @@
 #include "tool/terminal/program_folder.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct ServeOptions {
@@ -74,3 +76,5 @@ void addServeCommand(CLI::App& app, Invocation& invocation) {
   command->add_flag("-j,--json", options->json, "Print the address as JSON");
   command->callback([&invocation, options] { invocation.command = [options] { return serve(*options); }; });
 }
+
+}  // namespace fmp4

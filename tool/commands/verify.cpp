@@ -8,6 +8,8 @@
 #include "tool/commands/commands.h"
 #include "tool/terminal/recording_progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -86,3 +88,5 @@ void addVerifyCommand(CLI::App& app, Invocation& invocation) {
   command->add_flag("-j,--json", options->json, "Print JSON");
   command->callback([&invocation, options] { invocation.command = [options] { return verify(*options); }; });
 }
+
+}  // namespace fmp4

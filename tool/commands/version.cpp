@@ -5,6 +5,8 @@
 #include "tool/commands/commands.h"
 #include "tool/host/plugin_host.h"
 
+namespace fmp4 {
+
 namespace {
 
 bool version(const Invocation& invocation) {
@@ -35,3 +37,5 @@ void addVersionCommand(CLI::App& app, Invocation& invocation) {
       "version", "Print the program's version, and the plug-in's interface version and format record");
   command->callback([&invocation] { invocation.command = [&invocation] { return version(invocation); }; });
 }
+
+}  // namespace fmp4

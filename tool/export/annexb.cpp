@@ -3,6 +3,8 @@
 #include "base/bytes.h"
 #include "base/fourcc.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::size_t kBoxHeaderBytes = 8;
@@ -97,3 +99,5 @@ bool AnnexB::append(Bytes sample, bool key, std::vector<std::uint8_t>& stream) c
 bool AnnexB::isDelimiter(std::uint8_t firstByte) const {
   return codec_ == Codec::Avc ? (firstByte & 0x1F) == 9 : (firstByte >> 1 & 0x3F) == 35;
 }
+
+}  // namespace fmp4

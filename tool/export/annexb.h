@@ -7,6 +7,8 @@
 #include <span>
 #include <vector>
 
+namespace fmp4 {
+
 class AnnexB {
  public:
   // `configuration` is an "avcC" or "hvcC" box, including its header. Nothing when it is neither or is
@@ -28,3 +30,5 @@ class AnnexB {
   unsigned lengthBytes_;                     // 1 to 4
   std::vector<std::uint8_t> parameterSets_;  // with start codes
 };
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tool/package/picture_times.h"
 #include "tool/source/fragment_stream.h"
 
+namespace fmp4 {
+
 namespace {
 
 // A media file, read as far as needed.
@@ -78,3 +80,5 @@ double audioSkew(const std::string& file) try {
 } catch (const UserError&) {
   return 0;
 }
+
+}  // namespace fmp4

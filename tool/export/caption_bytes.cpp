@@ -6,6 +6,8 @@
 #include "tool/export/caption_frames.h"
 #include "tool/export/output_file.h"
 
+namespace fmp4 {
+
 void exportCaptionBytes(CAMediaFile& file, const ExportRequest& request) {
   CaptionFrames frames(file, request);
   OutputFile output(request.output, request.input, request.force);
@@ -17,3 +19,5 @@ void exportCaptionBytes(CAMediaFile& file, const ExportRequest& request) {
     });
   });
 }
+
+}  // namespace fmp4

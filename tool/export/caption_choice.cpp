@@ -2,6 +2,8 @@
 
 #include "base/user_error.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CaptionChannel;
@@ -30,3 +32,5 @@ CaptionChannel chosenChannel(const std::optional<CaptionChannel>& asked,
                     listed(withCaptions) + " (" + optionFor(*withCaptions.begin()) + ")");
   return channel;
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include "tool/host/captions.h"
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 CAMediaFile& withCaptions(CAMediaFile& file, const std::string& name) {
@@ -40,3 +42,5 @@ void CaptionFrames::read(std::uint32_t lead, const std::function<void(const Fram
     progress.show(i + 1);
   }
 }
+
+}  // namespace fmp4

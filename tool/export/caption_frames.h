@@ -10,6 +10,8 @@
 #include "tool/export/export_streams.h"
 #include "tool/host/video_reader.h"
 
+namespace fmp4 {
+
 // The captions of one frame; either may be empty.
 struct FrameCaptions {
   std::uint32_t frame;
@@ -37,3 +39,5 @@ class CaptionFrames {
   FrameRange range_;
   std::unique_ptr<EditedCaptions> edited_;
 };
+
+}  // namespace fmp4

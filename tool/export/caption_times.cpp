@@ -1,5 +1,7 @@
 #include "tool/export/caption_times.h"
 
+namespace fmp4 {
+
 namespace {
 
 // At least `digits` digits.
@@ -29,3 +31,5 @@ std::string timecodeText(std::uint64_t frame, std::uint32_t framesASecond, bool 
   }
   return clockOf(frame / framesASecond) + (dropFrame ? ';' : ':') + padded(frame % framesASecond, 2);
 }
+
+}  // namespace fmp4

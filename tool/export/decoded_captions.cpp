@@ -9,6 +9,8 @@
 #include "base/user_error.h"
 #include "tool/export/caption_choice.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CaptionChannel;
@@ -61,3 +63,5 @@ DecodedCaptions decodeCaptions(CAMediaFile& file, const CaptionRequest& request,
   const CaptionChannel channel = chosenChannel(request.channel, channels, request.streams.input);
   return {rate, channel, std::move(played[channel])};
 }
+
+}  // namespace fmp4

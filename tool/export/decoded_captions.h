@@ -9,6 +9,8 @@
 #include "tool/export/caption_frames.h"
 #include "tool/export/export_streams.h"
 
+namespace fmp4 {
+
 struct DecodedCaptions {
   FrameRate rate;
   captions::CaptionChannel channel;
@@ -20,3 +22,5 @@ struct DecodedCaptions {
 DecodedCaptions decodeCaptions(
     CAMediaFile& file, const CaptionRequest& request,
     const std::function<void(const FrameCaptions&)>& also = [](const FrameCaptions&) {});
+
+}  // namespace fmp4

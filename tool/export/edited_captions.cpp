@@ -6,6 +6,8 @@
 #include "mp4box/boxes/hdlr.h"
 #include "tool/host/movie_file.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Whether the movie has captions, and an edit list for them or for its video.
@@ -50,3 +52,5 @@ void EditedCaptions::replaceIn(DFRAME& descriptor, std::uint32_t frame) {
   cc608_.addTo(descriptor, frame, frameOf);
   cc708_.addTo(descriptor, frame, frameOf);
 }
+
+}  // namespace fmp4

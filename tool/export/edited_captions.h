@@ -10,6 +10,8 @@
 #include "tool/source/source_captions.h"
 #include "tool/source/source_file.h"
 
+namespace fmp4 {
+
 class EditedCaptions {
  public:
   // Null when no edit list of the file that the plug-in opens for `name` moves captions relative to the
@@ -28,3 +30,5 @@ class EditedCaptions {
   SourceCaptions cc608_;
   SourceCaptions cc708_;
 };
+
+}  // namespace fmp4

@@ -17,6 +17,8 @@
 #include "tool/host/undecoded_audio.h"
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The first audio track's channel pair.
@@ -176,3 +178,5 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   if (const std::string lost = sound.lost().text(request.input); !lost.empty())
     std::cerr << "fmp4: " << lost << '\n';
 }
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "tool/export/subrip.h"
 #include "tool/export/web_vtt.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::CaptionChannel;
@@ -62,3 +64,5 @@ void exportCaptions(CAMediaFile& file, const CaptionRequest& request) {
         "JSON lines hold the bytes of all channels; --channel and --service need .srt, .vtt or .scc");
   exportCaptionBytes(file, request.streams);
 }
+
+}  // namespace fmp4

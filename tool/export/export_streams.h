@@ -8,6 +8,8 @@
 #include "mediafile.h"
 #include "tool/host/frame_selection.h"
 
+namespace fmp4 {
+
 // What to export, and from which file.
 struct ExportRequest {
   std::string input;
@@ -33,3 +35,5 @@ struct CaptionRequest {
 // Captions in the format that the extension of the output names: SubRip (.srt) or WebVTT (.vtt) with the text
 // of a channel, Scenarist (.scc) with the byte pairs of its field, or the bytes of all of them as JSON lines.
 void exportCaptions(CAMediaFile& file, const CaptionRequest& request);
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tool/host/video_reader.h"
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 namespace {
 
 AnnexB annexBOf(CAMediaFile& file, const std::string& name) {
@@ -67,3 +69,5 @@ void exportVideo(CAMediaFile& file, const ExportRequest& request) {
     }
   });
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 
 #include "captions/cc_data.h"
 
+namespace fmp4 {
+
 namespace {
 
 void addTo(std::vector<TimedPair>& pairs, std::uint32_t frame, const std::array<std::uint8_t, 2>& bytes) {
@@ -20,3 +22,5 @@ void FieldPairs::add(const FrameCaptions& frame) {
     addTo(construct.type == captions::CcType::Field1 ? packets1_ : packets2_, frame.frame, construct.bytes);
   }
 }
+
+}  // namespace fmp4

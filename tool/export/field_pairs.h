@@ -7,6 +7,8 @@
 #include "tool/export/caption_frames.h"
 #include "tool/export/scenarist.h"
 
+namespace fmp4 {
+
 // Pairs that display nothing are left out. Field 1 comes from the pairs of the frames, or from their packets
 // when the former display nothing, as the decoder takes it.
 class FieldPairs {
@@ -21,3 +23,5 @@ class FieldPairs {
   std::vector<TimedPair> packets1_;
   std::vector<TimedPair> packets2_;
 };
+
+}  // namespace fmp4

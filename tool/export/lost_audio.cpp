@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace fmp4 {
+
 namespace {
 
 // Maximum number of intervals that are listed.
@@ -58,3 +60,5 @@ void LostSound::addPlace(std::uint64_t from, std::uint64_t to) {
   else
     places_.push_back({from, to});
 }
+
+}  // namespace fmp4

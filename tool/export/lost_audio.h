@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // Positions are PCM frames; they must be given in ascending order.
 class LostSound {
  public:
@@ -36,3 +38,5 @@ class LostSound {
   std::vector<Place> places_;
   std::optional<std::uint64_t> end_;
 };
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 
+namespace fmp4 {
+
 OutputFile::OutputFile(const std::string& path, const std::string& input, bool replace) : path_(path) {
   std::error_code ignored;
   if (std::filesystem::equivalent(vlPath(input), vlPath(path), ignored))
@@ -58,3 +60,5 @@ bool OutputFile::remove() {
 void OutputFile::check() {
   if (!file_) throw UserError("'" + path_ + "' could not be written; is the disk full?");
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+namespace fmp4 {
+
 // It is removed unless it is finished. Every operation throws UserError when the file cannot be written.
 class OutputFile {
  public:
@@ -36,3 +38,5 @@ class OutputFile {
   std::ofstream file_;
   bool finished_ = false;
 };
+
+}  // namespace fmp4

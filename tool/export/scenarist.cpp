@@ -5,6 +5,8 @@
 #include "base/text.h"
 #include "tool/export/caption_times.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Frames a second from which two frames share a timecode: line 21 has one a picture, interlaced.
@@ -44,3 +46,5 @@ std::string scenaristText(std::span<const TimedPair> pairs, const FrameRate& rat
   }
   return pairs.empty() ? text : text + '\n';
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 
 #include "base/exact_time.h"
 
+namespace fmp4 {
+
 // A byte pair, with parity, of frame `frame`.
 struct TimedPair {
   std::uint64_t frame;
@@ -19,3 +21,5 @@ struct TimedPair {
 // the file from frame 0, drop-frame at 29.97; from 48 frames a second on, every two frames. Where two pairs
 // are for one of these, the second goes to the next that is free.
 std::string scenaristText(std::span<const TimedPair> pairs, const FrameRate& rate);
+
+}  // namespace fmp4

@@ -1,5 +1,7 @@
 #include "tool/export/styled_text.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string escapedText(const std::string& text) {
@@ -36,3 +38,5 @@ captions::Colour nearestPlainColour(captions::Colour colour) {
   const auto plain = [](std::uint8_t level) { return static_cast<std::uint8_t>(level >= 2 ? 3 : 0); };
   return {plain(colour.red), plain(colour.green), plain(colour.blue)};
 }
+
+}  // namespace fmp4

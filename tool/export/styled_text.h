@@ -7,6 +7,8 @@
 
 #include "captions/caption.h"
 
+namespace fmp4 {
+
 // How one format marks text.
 struct TextMarkup {
   // The start and the end of an element for a run's colours; empty when it has the usual ones.
@@ -20,3 +22,5 @@ std::string markedText(const captions::TextRow& row, const TextMarkup& markup);
 
 // A colour as one of the eight of CEA-608.
 captions::Colour nearestPlainColour(captions::Colour colour);
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "tool/export/caption_times.h"
 #include "tool/export/styled_text.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Its foreground, where that is not white. SubRip has no backgrounds.
@@ -28,3 +30,5 @@ std::string subRipText(std::span<const captions::Cue> cues, const FrameRate& rat
   }
   return text;
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <string_view>
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint16_t kPcm = 1;
@@ -58,3 +60,5 @@ std::vector<std::uint8_t> waveHeader(const WaveFormat& format, std::uint64_t dat
   head.number(wide ? kBeyond : dataBytes, 4);
   return head.bytes;
 }
+
+}  // namespace fmp4

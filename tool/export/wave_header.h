@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace fmp4 {
+
 // PCM in a WAV file.
 struct WaveFormat {
   std::uint32_t sampleRate;     // Hz
@@ -16,3 +18,5 @@ struct WaveFormat {
 // Everything before the samples, of the same length for any number of samples: RIFF, or RF64 (EBU Tech 3306)
 // when 32 bits cannot hold the sizes.
 std::vector<std::uint8_t> waveHeader(const WaveFormat& format, std::uint64_t dataBytes);
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "tool/export/caption_times.h"
 #include "tool/export/styled_text.h"
 
+namespace fmp4 {
+
 namespace {
 
 using captions::Alignment;
@@ -61,3 +63,5 @@ std::string webVttText(std::span<const captions::Cue> cues, const FrameRate& rat
   }
   return text;
 }
+
+}  // namespace fmp4

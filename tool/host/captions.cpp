@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace fmp4 {
+
 namespace {
 
 // DFRAME::captionBytes counts from the start of the area.
@@ -21,3 +23,5 @@ std::span<const std::uint8_t> captionPacket(const DFRAME& descriptor) {
       std::clamp<std::size_t>(descriptor.captionBytes, kPacketOffset, sizeof descriptor.captions);
   return {descriptor.captions + kPacketOffset, end - kPacketOffset};
 }
+
+}  // namespace fmp4

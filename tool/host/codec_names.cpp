@@ -6,6 +6,8 @@
 #include "base/fourcc.h"
 #include "base/text.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct CodecName {
@@ -94,3 +96,5 @@ std::string codecName(std::uint32_t sampleEntryType) {
                                          [&](const CodecName& row) { return row.type == sampleEntryType; });
   return found != std::end(kNames) ? found->name : fourCcText(sampleEntryType);
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "base/user_error.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint64_t kNanoseconds = 1'000'000'000;
@@ -127,3 +129,5 @@ std::uint32_t FramePlace::timecodeFrame(const FrameRate& rate) const {
     throw UserError(timecodeTrouble(rate));
   return saturate<std::uint32_t>(counted - dropped * (minutes - minutes / 10));
 }
+
+}  // namespace fmp4

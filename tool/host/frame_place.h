@@ -7,6 +7,8 @@
 
 #include "base/exact_time.h"
 
+namespace fmp4 {
+
 class FramePlace {
  public:
   // The frame of this number, or that many frames.
@@ -41,3 +43,5 @@ class FramePlace {
   std::uint64_t value_;               // frames, nanoseconds, or a timecode's seconds
   std::uint32_t timecodeFrames_ = 0;  // frames of a timecode after its seconds
 };
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 
 #include "base/user_error.h"
 
+namespace fmp4 {
+
 namespace {
 
 FramePlace parsed(const std::string& name, const std::string& text) {
@@ -53,3 +55,5 @@ void addFrameSelection(CLI::App& command, FrameSelection& selection) {
       "How many frames, or for how long; by default all that follow")
       ->excludes(to);
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@ namespace CLI {
 class App;
 }
 
+namespace fmp4 {
+
 // Frames `from` to `from + count - 1`.
 struct FrameRange {
   std::uint32_t from;
@@ -30,3 +32,5 @@ struct FrameSelection {
 
 // Adds `--from`, `--to` and `--count` to a command; `selection` must outlive it.
 void addFrameSelection(CLI::App& command, FrameSelection& selection);
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "vlhost.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 struct Log {
@@ -57,3 +59,5 @@ void forgetLoggedError() {
   const std::lock_guard<std::mutex> lock(log.mutex);
   log.lastError.clear();
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace fmp4 {
+
 // Takes over the host's log until the program ends. Its lines go to standard error, unless `quiet`.
 void takeHostLog(bool quiet);
 
@@ -10,3 +12,5 @@ void takeHostLog(bool quiet);
 // since the log was taken over or forgetLoggedError() was called.
 std::string lastLoggedError();
 void forgetLoggedError();
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/refusal_reason.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string counted(std::uint64_t count, const std::string& thing) {
@@ -30,3 +32,5 @@ std::string leftOutSamples(const std::string& file) {
   }
   return {};
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 #include "mp4box/boxes/stsz.h"
 #include "streaming/lists/file_set.h"
 
+namespace fmp4 {
+
 MovieFile::MovieFile(const std::string& path) {
   const VLHANDLE handle = stream_.open(path.c_str(), MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) {
@@ -41,3 +43,5 @@ OpenedFiles openedFiles(const std::string& name) {
 bool isAudioName(const std::string& name) {
   return endsIgnoringCase(name, ".m4a") || endsIgnoringCase(name, ".isma");
 }
+
+}  // namespace fmp4

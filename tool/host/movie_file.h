@@ -6,6 +6,8 @@
 
 #include "mp4box/box.h"
 
+namespace fmp4 {
+
 // Samples that a movie has in its own sample tables, outside fragments.
 struct MovieSamples {
   std::uint64_t frames = 0;  // of the first video track with any
@@ -44,3 +46,5 @@ OpenedFiles openedFiles(const std::string& name);
 
 // Whether a file has audio alone by its name (".m4a", ".isma").
 bool isAudioName(const std::string& name);
+
+}  // namespace fmp4

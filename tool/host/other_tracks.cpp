@@ -13,6 +13,8 @@
 #include "tool/host/codec_names.h"
 #include "tool/host/movie_file.h"
 
+namespace fmp4 {
+
 namespace {
 
 template <class Payload>
@@ -131,3 +133,5 @@ std::string whyThereIsNone(const std::string& name, std::uint32_t handler) {
   std::erase_if(tracks, [handler](const OtherTrack& track) { return track.handler != handler; });
   return tracks.empty() ? "; 'fmp4 info' shows what it has" : " that can be read: " + trackTexts(tracks);
 }
+
+}  // namespace fmp4

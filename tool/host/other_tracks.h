@@ -7,6 +7,8 @@
 
 #include "mp4box/box.h"
 
+namespace fmp4 {
+
 struct OtherTrack {
   std::uint32_t id = 0;
   std::uint32_t handler = 0;  // "vide", "soun", "subt", ...; 0 when the track has none
@@ -27,3 +29,5 @@ std::string trackTexts(const std::vector<OtherTrack>& tracks);
 
 // Why a file has no supported track of a handler ("soun", "vide"), as the text after "has no sound".
 std::string whyThereIsNone(const std::string& name, std::uint32_t handler);
+
+}  // namespace fmp4

@@ -12,6 +12,8 @@
 #include "tool/host/refusal_reason.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kVersionQuery = 0xFFFFFFFFu;
@@ -110,3 +112,5 @@ MediaFile Plugin::create(const std::string& file) const {
                     "' cannot be created; check the folder, its permissions and the space on it");
   return object;
 }
+
+}  // namespace fmp4

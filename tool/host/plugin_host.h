@@ -7,6 +7,8 @@
 
 #include "mediafile.h"
 
+namespace fmp4 {
+
 class CMFFmp4;  // the plug-in's own class; its users see a CAMediaFile
 
 using CheckVersionAndFile = std::int64_t (*)(const char* fileName, std::uint32_t indexOrFlags, void* out);
@@ -51,3 +53,5 @@ class Plugin {
   std::uint32_t interfaceVersion_ = 0;
   std::uint32_t formatCount_ = 0;
 };
+
+}  // namespace fmp4

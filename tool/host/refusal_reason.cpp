@@ -11,6 +11,8 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/other_tracks.h"
 
+namespace fmp4 {
+
 namespace {
 
 // `text` quoted as one word of a POSIX shell command.
@@ -154,3 +156,5 @@ std::string openRefusal(const std::string& file, const std::string& logged) {
   if (logged.empty()) return subject + "'fmp4 boxes' shows what " + mediaSubject + "holds";
   return subject + "the plug-in says \"" + logged + "\"; 'fmp4 boxes' shows what " + mediaSubject + "holds";
 }
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 
 #include <string>
 
+namespace fmp4 {
+
 // Why the plug-in's probe refuses `file`.
 std::string probeRefusal(const std::string& file);
 
@@ -12,3 +14,5 @@ std::string openRefusal(const std::string& file, const std::string& logged);
 
 // The command that converts an MP4 into a fragmented file.
 std::string fragmentingCommand(const std::string& file);
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "tool/host/movie_file.h"
 #include "tool/source/source_file.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint8_t kMpeg2Audio = 0x69, kMpeg1Audio = 0x6B, kMpeg4Audio = 0x40;
@@ -111,3 +113,5 @@ std::vector<std::string> undecodedAudio(const std::string& name) {
   }
   return reasons;
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
 
+namespace fmp4 {
+
 VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (file_.VidChan() == 0)
     throw UserError("'" + name_ + "' has no video stream" + whyThereIsNone(name_, Mp4FourCc("vide")));
@@ -39,3 +41,5 @@ const DFRAME& VideoReader::read(std::uint32_t frame) {
                     statusText(status) + "); --from and --count read the frames around it");
   return descriptor_;
 }
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "mediafile.h"
 #include "tool/host/frame_selection.h"
 
+namespace fmp4 {
+
 class VideoReader {
  public:
   // `file` must outlive the reader. Throws UserError when it has no video stream. `name` is for messages.
@@ -29,3 +31,5 @@ class VideoReader {
   std::unique_ptr<std::uint8_t[]> buffer_;
   DFRAME descriptor_ = {};
 };
+
+}  // namespace fmp4

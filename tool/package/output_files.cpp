@@ -7,6 +7,8 @@
 #include "os/file_in_use.h"
 #include "os/path_name.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The plug-in decides by these how a recording is made.
@@ -68,3 +70,5 @@ std::vector<std::filesystem::path> OutputFiles::existing() const {
     if (std::filesystem::exists(file, ignored)) found.push_back(file);
   return found;
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 class OutputFiles {
  public:
   // Those of a recording under the name `output`. Throws UserError when no recording can have that name.
@@ -33,3 +35,5 @@ class OutputFiles {
   std::vector<std::filesystem::path> files_;   // all of them, media first
   std::vector<std::filesystem::path> former_;  // those that existed
 };
+
+}  // namespace fmp4

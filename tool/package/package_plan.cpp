@@ -9,6 +9,8 @@
 #include "base/user_error.h"
 #include "recording/segment_geometry.h"
 
+namespace fmp4 {
+
 namespace {
 
 using Warn = std::function<void(const std::string&)>;
@@ -207,3 +209,5 @@ PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options,
   plan.chooseOffsets(video);
   return plan;
 }
+
+}  // namespace fmp4

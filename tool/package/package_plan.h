@@ -8,6 +8,8 @@
 
 #include "tool/source/sample_source.h"
 
+namespace fmp4 {
+
 // Where the captions of a recording come from: the source's caption tracks, its video (supplemental
 // enhancement information of H.264), or the first of these that has any.
 enum class CaptionSource { Auto, Track, Sei, None };
@@ -47,3 +49,5 @@ struct PackagePlan {
 // Throws UserError when the source cannot be packaged this way; passes warnings for the user to `warn`.
 PackagePlan planPackage(const SourceTrack& video, const PackageOptions& options,
                         const std::function<void(const std::string&)>& warn);
+
+}  // namespace fmp4

@@ -14,6 +14,8 @@
 #include "recording/segment_geometry.h"
 #include "tool/package/silent_aac.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint32_t kStereo = 3;  // channel mask of the audio
@@ -322,3 +324,5 @@ void Packager::tellWhatWasLeftOut() const {
   if (overlaps_ != 0)
     warn_(std::to_string(overlaps_) + " access units of the source's audio overlap others and are left out");
 }
+
+}  // namespace fmp4

@@ -17,6 +17,8 @@
 #include "tool/source/source_captions.h"
 #include "tool/source/video_captions.h"
 
+namespace fmp4 {
+
 // Throws UserError when `source` has no video that can be recorded.
 void checkVideo(SampleSource& source);
 
@@ -84,3 +86,5 @@ class Packager {
   std::uint64_t overlaps_ = 0;     // access units that had no time left
   DFRAME descriptor_ = {};
 };
+
+}  // namespace fmp4

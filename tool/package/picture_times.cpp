@@ -4,6 +4,8 @@
 #include <cmath>
 #include <vector>
 
+namespace fmp4 {
+
 namespace {
 
 // Frames whose times determine the shift between source and recording: enough to outvote odd ones.
@@ -59,3 +61,5 @@ std::int64_t PictureTimes::frameOf(double seconds) const {
   const double frame = std::round(recorded(seconds).value_or(end()) / frameSeconds_);
   return static_cast<std::int64_t>(std::clamp(frame, -kMost, kMost));
 }
+
+}  // namespace fmp4

@@ -7,6 +7,8 @@
 
 #include "tool/package/package_plan.h"
 
+namespace fmp4 {
+
 // A recording's frames follow each other evenly from 0 on. Audio and captions of the source keep their
 // distance from the video; when the source's video pauses, the pause is removed from them too.
 class PictureTimes {
@@ -42,3 +44,5 @@ class PictureTimes {
   double from_ = -std::numeric_limits<double>::infinity();
   double previousShift_ = 0;
 };
+
+}  // namespace fmp4

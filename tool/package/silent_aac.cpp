@@ -2,6 +2,8 @@
 
 #include "base/aac/audio_specific_config.h"
 
+namespace fmp4 {
+
 namespace {
 
 using UMC::aac::ElementType;
@@ -66,3 +68,5 @@ std::optional<std::vector<std::uint8_t>> silentAccessUnit(std::span<const std::u
   bits.put(kEnd, 3);
   return bits.bytes();
 }
+
+}  // namespace fmp4

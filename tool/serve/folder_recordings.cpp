@@ -11,6 +11,8 @@
 #include "base/text.h"
 #include "os/path_name.h"
 
+namespace fmp4 {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -102,3 +104,5 @@ std::string recordingsJson(const std::vector<FolderRecording>& recordings) {
                     {"inProgress", recording.inProgress}});
   return list.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // Files are named relative to the folder; empty when there is none.
 struct FolderRecording {
   std::string name;      // base name of its files
@@ -22,3 +24,5 @@ std::vector<FolderRecording> listRecordings(const std::filesystem::path& folder)
 
 // The same as a JSON array of objects with the members above.
 std::string recordingsJson(const std::vector<FolderRecording>& recordings);
+
+}  // namespace fmp4

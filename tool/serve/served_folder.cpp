@@ -8,6 +8,8 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 
+namespace fmp4 {
+
 namespace fs = std::filesystem;
 
 ServedFolder::ServedFolder(const fs::path& folder) {
@@ -59,3 +61,5 @@ std::string contentTypeOf(const fs::path& path) {
     if (extension == known) return type;
   return "application/octet-stream";
 }
+
+}  // namespace fmp4

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+namespace fmp4 {
+
 struct ServedFile {
   std::filesystem::path path;
   std::uint64_t size = 0;  // bytes, at the time of the request
@@ -29,3 +31,5 @@ class ServedFolder {
 
 // The media type of a file by its extension, application/octet-stream when it is unknown.
 std::string contentTypeOf(const std::filesystem::path& path);
+
+}  // namespace fmp4

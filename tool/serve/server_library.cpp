@@ -8,6 +8,8 @@
 #include "os/path_name.h"
 #include "tool/serve/web_server.h"
 
+namespace fmp4 {
+
 // On Windows the linker exports it, as a library without a list of exports.
 extern "C" VL_EXPORTED bool fmp4ServeFolder(const ServeRequest& request) {
   try {
@@ -20,3 +22,5 @@ extern "C" VL_EXPORTED bool fmp4ServeFolder(const ServeRequest& request) {
     return false;
   }
 }
+
+}  // namespace fmp4

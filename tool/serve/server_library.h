@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+namespace fmp4 {
+
 struct ServeRequest {
   std::string media;  // folders, UTF-8
   std::string page;
@@ -20,3 +22,5 @@ using ServeFolder = bool (*)(const ServeRequest& request);
 // The library, beside the program, and its one export.
 inline constexpr const char* kServerLibrary = "fmp4_serve";
 inline constexpr const char* kServeFolder = "fmp4ServeFolder";
+
+}  // namespace fmp4

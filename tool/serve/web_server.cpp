@@ -9,6 +9,8 @@
 #include "base/user_error.h"
 #include "tool/serve/folder_recordings.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr const char* kAddress = "127.0.0.1";
@@ -139,3 +141,5 @@ void WebServer::answerFile(const ServedFolder& folder, const std::string& name,
   response.set_content_provider(static_cast<std::size_t>(file->size), contentTypeOf(file->path),
                                 contentOf(*file));
 }
+
+}  // namespace fmp4

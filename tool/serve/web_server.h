@@ -8,6 +8,8 @@
 
 #include "tool/serve/served_folder.h"
 
+namespace fmp4 {
+
 // What it answers to GET and HEAD:
 //   /                 the page
 //   /page/NAME        the files that the page is made of
@@ -39,3 +41,5 @@ class WebServer {
 // The ranges of `asked` that a file of `size` bytes can satisfy, first and last byte, clamped to its end (RFC
 // 9110, 14.1.2). As in the library, -1 is a first or last byte that is not stated.
 httplib::Ranges satisfiableRanges(const httplib::Ranges& asked, std::uint64_t size);
+
+}  // namespace fmp4

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::int64_t kEmptyEdit = -1;
@@ -44,3 +46,5 @@ bool EditList::hides(std::int64_t begin, std::int64_t end) const {
     return begin < edit.mediaEnd && end > edit.mediaBegin;
   });
 }
+
+}  // namespace fmp4

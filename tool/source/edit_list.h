@@ -7,6 +7,8 @@
 
 #include "mp4box/boxes/elst.h"
 
+namespace fmp4 {
+
 class EditList {
  public:
   // No edits: the media play from their time 0 on.
@@ -40,3 +42,5 @@ class EditList {
   };
   std::vector<Edit> edits_;  // without empty edits
 };
+
+}  // namespace fmp4

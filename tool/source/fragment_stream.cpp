@@ -11,6 +11,8 @@
 #include "mp4box/stream.h"
 #include "tool/source/source_tracks.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint64_t kMaxBoxBytes = 64u << 20;   // maximum for a "moov" or "moof"
@@ -174,7 +176,7 @@ void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint
     damaged("a fragment claims too many samples");
   std::vector<SampleList> waiting;
   for (SourceTrack& track : tracks_) waiting.push_back(std::exchange(track.samples, {}));
-  ::readFragment(movie_.get(), box.get(), kMaxSamples, tracks_);
+  fmp4::readFragment(movie_.get(), box.get(), kMaxSamples, tracks_);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     for (SourceSample sample : tracks_[i].samples) {
       const std::uint64_t place = sample.offset - dataOffset;
@@ -214,3 +216,5 @@ void FragmentStream::forgetUsed() {
   if (spare_.size() > kMaxHeldBytes) damaged("one of its tracks runs too far ahead of the video");
   data_.swap(spare_);
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "mp4box/box.h"
 #include "tool/source/sample_source.h"
 
+namespace fmp4 {
+
 class FragmentStream : public SampleSource {
  public:
   struct Input {
@@ -57,3 +59,5 @@ class FragmentStream : public SampleSource {
   std::vector<std::uint8_t> data_;  // of the samples held; their offsets point into it
   std::vector<std::uint8_t> spare_;
 };
+
+}  // namespace fmp4

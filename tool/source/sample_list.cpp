@@ -1,5 +1,7 @@
 #include "tool/source/sample_list.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Samples in a run: what finding one of them takes at most.
@@ -60,3 +62,5 @@ std::uint64_t SampleList::bytesInOnePiece(std::size_t index, std::uint64_t most)
   }
   return bytes;
 }
+
+}  // namespace fmp4

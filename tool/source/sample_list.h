@@ -7,6 +7,8 @@
 #include <iterator>
 #include <vector>
 
+namespace fmp4 {
+
 struct SourceSample {
   std::uint64_t offset = 0;  // of the first byte, in the source
   std::uint32_t size = 0;    // bytes
@@ -105,3 +107,5 @@ class SampleList {
   std::uint64_t nextDecodeTime_ = 0;
   mutable Place last_;  // that was asked for
 };
+
+}  // namespace fmp4

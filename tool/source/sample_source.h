@@ -11,6 +11,8 @@
 #include "tool/source/edit_list.h"
 #include "tool/source/sample_list.h"
 
+namespace fmp4 {
+
 struct SourceTrack {
   std::uint32_t trackId = 0;
   std::uint32_t handler = 0;    // "vide", "soun", "clcp", ...
@@ -69,3 +71,5 @@ class SampleSource {
     return found;
   }
 };
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 #include "base/bytes.h"
 #include "base/fourcc.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::size_t kBoxHeader = 8;
@@ -70,3 +72,5 @@ void addPacketTo(DFRAME& descriptor, std::span<const std::uint8_t> packet) {
   descriptor.captionFlags |= DFRAME_CAPTION_708;
   descriptor.captionBytes = static_cast<std::uint32_t>(start + packet.size());
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "qvr.h"
 #include "tool/source/sample_source.h"
 
+namespace fmp4 {
+
 // Adds a CEA-608 pair to a descriptor.
 void addPairTo(DFRAME& descriptor, const std::array<std::uint8_t, 2>& pair);
 // Adds CEA-708 data to a descriptor as a host does; data that the caption area cannot hold are left out.
@@ -36,3 +38,5 @@ class SourceCaptions {
   std::int64_t start_ = 0;             // first frame of the current sample
   std::vector<std::uint8_t> payload_;  // payload of the current sample's box
 };
+
+}  // namespace fmp4

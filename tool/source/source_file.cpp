@@ -6,6 +6,8 @@
 #include "mp4box/box.h"
 #include "tool/source/source_tracks.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint64_t kWindowBytes = 256 << 10;
@@ -48,3 +50,5 @@ void SourceFile::fill(Window& window, std::uint64_t offset, std::uint64_t count)
   const std::int64_t got = stream_.read(window.bytes.get(), static_cast<std::int64_t>(count));
   window.count = static_cast<std::uint64_t>(std::max<std::int64_t>(got, 0));
 }
+
+}  // namespace fmp4

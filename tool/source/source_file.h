@@ -10,6 +10,8 @@
 #include "mp4box/stream.h"
 #include "tool/source/sample_source.h"
 
+namespace fmp4 {
+
 class SourceFile : public SampleSource {
  public:
   // Throws UserError when the file cannot be opened or holds no movie box.
@@ -38,3 +40,5 @@ class SourceFile : public SampleSource {
   std::vector<SourceTrack> tracks_;
   std::vector<Window> windows_;  // one for each track
 };
+
+}  // namespace fmp4

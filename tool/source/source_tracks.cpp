@@ -27,6 +27,8 @@
 #include "streaming/index/track_defaults.h"
 #include "streaming/index/track_fragment.h"
 
+namespace fmp4 {
+
 namespace {
 
 [[noreturn]] void damaged(const char* what) {
@@ -303,3 +305,5 @@ std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
   }
   return tracks;
 }
+
+}  // namespace fmp4

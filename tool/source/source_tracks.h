@@ -7,6 +7,8 @@
 #include "mp4box/stream.h"
 #include "tool/source/sample_source.h"
 
+namespace fmp4 {
+
 // The tracks of the first movie box of a file, with the samples of their tables and of the file's fragments.
 // Throws UserError when there is no movie box, or tables contradict each other or the size of the file.
 std::vector<SourceTrack> readTracks(Mp4Stream& stream);
@@ -15,3 +17,5 @@ std::vector<SourceTrack> readTracks(Mp4Stream& stream);
 // movie fragment, with data at or before `end`.
 std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end);
 void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks);
+
+}  // namespace fmp4

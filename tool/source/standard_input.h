@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+namespace fmp4 {
+
 // After this call a request to end only makes endRequested() true. A second one ends the program.
 void heedEndRequests();
 bool endRequested();
@@ -12,3 +14,5 @@ bool endRequested();
 // Reads some bytes, waiting for them. Returns how many; 0 at the end, or when the end was requested. Throws
 // UserError when the input cannot be read.
 std::size_t readStandardInput(std::span<std::uint8_t> bytes);
+
+}  // namespace fmp4

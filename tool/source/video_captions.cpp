@@ -6,6 +6,8 @@
 #include "captions/sei_captions.h"
 #include "tool/source/source_captions.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Frames by which display may follow decoding; H.264 reorders 16 at most. What claims more is not reordered.
@@ -44,3 +46,5 @@ void VideoCaptions::addTo(DFRAME& descriptor, std::uint64_t frame) {
   if (!constructs.empty())
     addPacketTo(descriptor, captions::distributionPacket(constructs, framesPerSecond_, packets_++));
 }
+
+}  // namespace fmp4

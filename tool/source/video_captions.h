@@ -11,6 +11,8 @@
 #include "captions/cc_data.h"
 #include "qvr.h"
 
+namespace fmp4 {
+
 class VideoCaptions {
  public:
   // Samples have NAL units after their lengths of `lengthBytes`. `framesPerSecond` is the recording's rate.
@@ -35,3 +37,5 @@ class VideoCaptions {
   std::deque<std::array<std::uint8_t, 2>> pairs_;
   std::uint16_t packets_ = 0;
 };
+
+}  // namespace fmp4

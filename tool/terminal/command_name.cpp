@@ -4,6 +4,8 @@
 #include <numeric>
 #include <string_view>
 
+namespace fmp4 {
+
 namespace {
 
 // How many letters have to be added, removed or replaced to get from one word to the other.
@@ -58,3 +60,5 @@ std::string unknownCommand(const std::vector<std::string>& arguments,
   }
   return text + "fmp4 --help lists the commands";
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // Turns "help" and "help COMMAND" into "--help" and "COMMAND --help".
 std::vector<std::string> withHelpAsOption(std::vector<std::string> arguments);
 
@@ -12,3 +14,5 @@ std::vector<std::string> withHelpAsOption(std::vector<std::string> arguments);
 // name.
 std::string unknownCommand(const std::vector<std::string>& arguments,
                            const std::vector<std::string>& commands);
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace fmp4 {
+
 // The program's arguments in UTF-8, its name first.
 std::vector<std::string> commandLine(int argc, char** argv);
 
@@ -12,3 +14,5 @@ void prepareStreams();
 
 // Whether a standard stream (1 output, 2 error) is a terminal.
 bool isTerminal(int descriptor);
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "base/json_text.h"
 #include "base/text.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Maximum that the text style shows of a long field.
@@ -178,3 +180,5 @@ void printFields(std::ostream& out, Mp4Payload& payload, FieldStyle style) {
   payload.fields(printer);
   printer.end();
 }
+
+}  // namespace fmp4

@@ -8,7 +8,11 @@
 #include <windows.h>
 
 #include <array>
+#endif
 
+namespace fmp4 {
+
+#ifdef _WIN32
 std::filesystem::path programFolder() {
   std::array<wchar_t, 32768> name{};
   const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
@@ -23,3 +27,5 @@ std::filesystem::path programFolder() {
   return program.parent_path();
 }
 #endif
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "tool/terminal/console.h"
 
+namespace fmp4 {
+
 namespace {
 
 constexpr std::uint64_t kBarWidth = 40;  // characters
@@ -32,3 +34,5 @@ void Progress::show(std::uint64_t done) {
 bool outputIsTerminal() {
   return isTerminal(1);
 }
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+namespace fmp4 {
+
 // Draws on standard error while it exists, on a terminal only, and leaves an empty line.
 class Progress {
  public:
@@ -30,3 +32,5 @@ class Progress {
 
 // Whether standard output is a terminal, where results and a bar would be mixed.
 bool outputIsTerminal();
+
+}  // namespace fmp4

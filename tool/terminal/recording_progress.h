@@ -7,6 +7,8 @@
 
 #include "tool/terminal/progress.h"
 
+namespace fmp4 {
+
 // To be called with the bytes read so far and the total of all files.
 class RecordingProgress {
  public:
@@ -20,3 +22,5 @@ class RecordingProgress {
   std::string label_;
   std::shared_ptr<Progress> bar_;  // shared by all copies
 };
+
+}  // namespace fmp4

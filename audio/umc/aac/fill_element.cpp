@@ -8,7 +8,7 @@ namespace {
 enum : std::uint32_t { kDataElement = 2, kDynamicRange = 11, kSbrData = 13, kSbrDataCrc = 14 };
 
 // excluded_channels()
-void SkipExcludedChannels(BitWindow& stream) {
+void SkipExcludedChannels(fmp4::BitWindow& stream) {
   bool more = true;
   while (more && !stream.Overrun()) {
     stream.Read(7);
@@ -17,7 +17,7 @@ void SkipExcludedChannels(BitWindow& stream) {
 }
 
 // dynamic_range_info()
-void SkipDynamicRange(BitWindow& stream) {
+void SkipDynamicRange(fmp4::BitWindow& stream) {
   if (stream.ReadFlag()) stream.Read(8);  // pce_instance_tag and reserved bits
   if (stream.ReadFlag()) SkipExcludedChannels(stream);
   unsigned bands = 1;
@@ -31,7 +31,7 @@ void SkipDynamicRange(BitWindow& stream) {
   stream.Seek(stream.Position() + 8 * bands);
 }
 
-void SkipDataElement(BitWindow& stream) {
+void SkipDataElement(fmp4::BitWindow& stream) {
   if (stream.Read(4) != 0) return;  // data_element_version
   std::size_t bytes = 0;
   std::uint32_t part = 255;
@@ -41,7 +41,7 @@ void SkipDataElement(BitWindow& stream) {
 
 }  // namespace
 
-void ParseFillElement(BitWindow& stream, SbrPayload& sbr) {
+void ParseFillElement(fmp4::BitWindow& stream, SbrPayload& sbr) {
   std::size_t bytes = stream.Read(4);
   if (bytes == 15) bytes = 14 + stream.Read(8);
   const std::size_t end = stream.Position() + 8 * bytes;

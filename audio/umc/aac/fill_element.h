@@ -8,6 +8,6 @@ namespace UMC::aac {
 
 // Parses the element after its id. If it carries an sbr_extension_data(), `sbr` receives its location;
 // otherwise it is unchanged.
-void ParseFillElement(BitWindow& stream, SbrPayload& sbr);
+void ParseFillElement(fmp4::BitWindow& stream, SbrPayload& sbr);
 
 }  // namespace UMC::aac

@@ -20,7 +20,7 @@ constexpr std::size_t kCrcSecondChannelBits = 128;
 
 class BlockParser {
  public:
-  BlockParser(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
+  BlockParser(fmp4::BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
               RawDataBlock& block, Ipp32u* crc)
       : m_stream(stream),
         m_codebooks(codebooks),
@@ -166,7 +166,7 @@ class BlockParser {
     ippsCRC32_8u(nullptr, 0, bits - sent, kAdtsCrcPolynomial, m_crc);
   }
 
-  BitWindow& m_stream;
+  fmp4::BitWindow& m_stream;
   const Codebooks& m_codebooks;
   const FrameBands& m_bands;
   int m_objectType;
@@ -176,7 +176,7 @@ class BlockParser {
 
 }  // namespace
 
-BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+BlockStatus ParseRawDataBlock(fmp4::BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
                               int objectType, RawDataBlock& block, Ipp32u* crc) {
   if (BlockParser(stream, codebooks, bands, objectType, block, crc).Parse()) return BlockStatus::kOk;
   return stream.Overrun() ? BlockStatus::kOverrun : BlockStatus::kInvalid;

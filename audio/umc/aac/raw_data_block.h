@@ -62,7 +62,7 @@ enum class BlockStatus { kOk, kInvalid, kOverrun };
 
 // Reads a block of the object type, including its byte alignment at the end, and makes the spectra of its
 // streams; only `block` changes. `crc`, if not null, is updated with the bits that an ADTS checksum protects.
-BlockStatus ParseRawDataBlock(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+BlockStatus ParseRawDataBlock(fmp4::BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
                               int objectType, RawDataBlock& block, Ipp32u* crc);
 
 // The generator polynomial and initial register of the ADTS checksum, as in ippsCRC32_8u.

@@ -15,7 +15,7 @@ void AdoptSbr(LockedMemory& memory, std::span<const std::uint8_t> bytes) {
   for (int i = 0; i < block.elementCount && !state.sbrSeen; ++i) {
     const BlockElement& element = block.elements[i];
     if (element.sbr.bits == 0) continue;
-    BitWindow stream(bytes.data(), bytes.size());
+    fmp4::BitWindow stream(bytes.data(), bytes.size());
     state.sbrSeen = !state.started || StartsSbr(SbrFormatOf(state), stream, element.sbr,
                                                 ChannelsOf(element.type), memory.Sbr()->scratch);
   }
@@ -39,7 +39,7 @@ void SbrStage::AddHighBands(std::span<const std::uint8_t> bytes, float** samples
   }
   bool complete = ArePredictionsConverged(m_state, m_predictions);
   for (int i = 0; i < layout.elementCount; ++i) {
-    complete &= DecodeElement(i, payloads[i], BitWindow(bytes.data(), bytes.size()), samples);
+    complete &= DecodeElement(i, payloads[i], fmp4::BitWindow(bytes.data(), bytes.size()), samples);
   }
   m_sbr.completeBlocks = complete ? std::min(m_sbr.completeBlocks + 1, kSbrConvergenceBlocks) : 0;
 }
@@ -52,7 +52,7 @@ const float* SbrStage::PassCoupling(int index, float* samples) {
 }
 
 // Returns whether the data of all earlier blocks that the element depends on were available.
-bool SbrStage::DecodeElement(int index, const SbrPayload& payload, BitWindow stream, float** samples) {
+bool SbrStage::DecodeElement(int index, const SbrPayload& payload, fmp4::BitWindow stream, float** samples) {
   const LayoutElement& place = m_state.layout.elements[index];
   const int count = ChannelsOf(place.type);
   SbrElementState& element = m_sbr.elements[index];
@@ -78,7 +78,7 @@ bool SbrStage::DecodeElement(int index, const SbrPayload& payload, BitWindow str
 
 // Reads the parametric stereo data that ReadSbrPayload has found in the element of a mono layout. False while
 // they depend on payloads that were not received.
-bool SbrStage::ReadPsPayload(BitWindow& stream) {
+bool SbrStage::ReadPsPayload(fmp4::BitWindow& stream) {
   const SbrData& data = m_sbr.scratch.data;
   if (data.psBits > 0) {
     stream.Seek(data.psPosition);

@@ -29,8 +29,8 @@ class SbrStage {
   const float* PassCoupling(int index, float* samples);
 
  private:
-  bool DecodeElement(int index, const SbrPayload& payload, BitWindow stream, float** samples);
-  bool ReadPsPayload(BitWindow& stream);
+  bool DecodeElement(int index, const SbrPayload& payload, fmp4::BitWindow stream, float** samples);
+  bool ReadPsPayload(fmp4::BitWindow& stream);
 
   DecoderState& m_state;
   const RawDataBlock& m_block;

@@ -31,7 +31,7 @@ Status StatusOf(BlockStatus status) {
   }
 }
 
-BlockStatus Parse(LockedMemory& memory, BitWindow& stream, Ipp32u* crc) {
+BlockStatus Parse(LockedMemory& memory, fmp4::BitWindow& stream, Ipp32u* crc) {
   const AudioSpecificConfig& config = memory.State().config;
   return ParseRawDataBlock(stream, *SharedCodebooks(), BandsOf(config.samplingIndex, config.frameLength),
                            config.objectType, memory.Work().block, crc);
@@ -39,7 +39,7 @@ BlockStatus Parse(LockedMemory& memory, BitWindow& stream, Ipp32u* crc) {
 
 // Decodes the parsed block; the output must have space for `blocks` blocks like it. `start` is the block's
 // first byte in the stream.
-Status DecodeParsed(LockedMemory& memory, const BitWindow& stream, std::size_t start, int blocks,
+Status DecodeParsed(LockedMemory& memory, const fmp4::BitWindow& stream, std::size_t start, int blocks,
                     FrameRequest& request) {
   BlockDecoder block(memory, {stream.Data() + start, stream.Data() + stream.Position() / 8});
   const Status prepared = block.Prepare();
@@ -54,7 +54,7 @@ Status DecodeParsed(LockedMemory& memory, const BitWindow& stream, std::size_t s
 // A raw block: its own syntax alone determines its end.
 Status DecodeRaw(LockedMemory& memory, FrameRequest& request) {
   const bool configured = memory.State().configured;
-  BitWindow stream(request.input + request.consumed, request.inputSize - request.consumed);
+  fmp4::BitWindow stream(request.input + request.consumed, request.inputSize - request.consumed);
   const BlockStatus parsed = Parse(memory, stream, nullptr);
   if (parsed == BlockStatus::kOverrun && !configured) return UMC_ERR_NOT_ENOUGH_DATA;
   Status status = StatusOf(parsed);
@@ -80,7 +80,7 @@ AudioSpecificConfig ConfigOfHeader(int profile, int samplingIndex) {
 }
 
 Status StartAdif(LockedMemory& memory, FrameRequest& request) {
-  BitWindow stream(request.input, request.inputSize);
+  fmp4::BitWindow stream(request.input, request.inputSize);
   ProgramConfig program;
   const bool parsed = ParseAdifHeader(stream, program);
   if (stream.Overrun()) return UMC_ERR_NOT_ENOUGH_DATA;
@@ -148,7 +148,7 @@ class AdtsFrame {
   Status DecodeBlocks(bool checkLength) {
     const std::size_t bound = Bound();
     if (bound < m_header.HeaderBytes()) return UMC_ERR_NOT_ENOUGH_DATA;
-    BitWindow stream(m_data, bound);
+    fmp4::BitWindow stream(m_data, bound);
     bool crcMatches = true;
     Ipp32u crc = kAdtsCrcStart;
     if (!m_header.protectionAbsent) {
@@ -179,7 +179,7 @@ class AdtsFrame {
   }
 
   // Decodes block `index` of the frame, at the stream's position.
-  Status DecodeBlock(BitWindow& stream, int index, bool checkLength, Ipp32u* crc) {
+  Status DecodeBlock(fmp4::BitWindow& stream, int index, bool checkLength, Ipp32u* crc) {
     const std::size_t start = stream.Position() / 8;
     const BlockStatus parsed = Parse(m_memory, stream, crc);
     if (index == 0 && checkLength) {
@@ -282,7 +282,7 @@ Status DecodeAdts(LockedMemory& memory, FrameRequest& request) {
 // Lossless streams are unsupported, but are recognised so that their frames are not searched for other
 // headers.
 Status StartAls(DecoderState& state, FrameRequest& request) {
-  BitWindow stream(request.input, request.inputSize);
+  fmp4::BitWindow stream(request.input, request.inputSize);
   AlsConfig als;
   if (ParseAlsConfig(stream, als)) {
     state.form = StreamForm::kUnsupported;
@@ -297,7 +297,7 @@ Status StartAls(DecoderState& state, FrameRequest& request) {
 }
 
 Status Start(LockedMemory& memory, FrameRequest& request) {
-  const std::uint32_t id = BitWindow(request.input, request.inputSize).Read(32);
+  const std::uint32_t id = fmp4::BitWindow(request.input, request.inputSize).Read(32);
   if (request.inputSize >= 4 && id == kAlsId) return StartAls(memory.State(), request);
   if (request.inputSize >= 4 && id == kAdifId) return StartAdif(memory, request);
   return StartAdts(memory, request);

@@ -33,7 +33,7 @@ void MarkAllStale(AudioBlock& block) {
 
 class SideInformation {
  public:
-  SideInformation(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block)
+  SideInformation(fmp4::BitWindow& stream, const BitStreamInformation& info, AudioBlock& block)
       : m_stream(stream), m_info(info), m_block(block) {}
 
   bool Parse() {
@@ -174,7 +174,7 @@ class SideInformation {
     });
   }
 
-  BitWindow& m_stream;
+  fmp4::BitWindow& m_stream;
   const BitStreamInformation& m_info;
   AudioBlock& m_block;
 };
@@ -216,7 +216,7 @@ void BeginFrame(AudioBlock& block) {
   }
 }
 
-bool ParseSideInformation(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block) {
+bool ParseSideInformation(fmp4::BitWindow& stream, const BitStreamInformation& info, AudioBlock& block) {
   return SideInformation(stream, info, block).Parse();
 }
 
@@ -240,7 +240,7 @@ bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, Audio
   });
 }
 
-bool ParseCoefficients(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
+bool ParseCoefficients(fmp4::BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
                        DitherGenerator& generator) {
   MantissaReader reader(stream);
   float mantissas[kBins] = {}, couplingMantissas[kBins] = {};

@@ -33,14 +33,14 @@ struct AudioBlock {
 void BeginFrame(AudioBlock& block);
 
 // Reads a block up to its mantissas and decodes its exponents. False if the syntax is invalid.
-bool ParseSideInformation(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block);
+bool ParseSideInformation(fmp4::BitWindow& stream, const BitStreamInformation& info, AudioBlock& block);
 
 // Allocates the bits of the channels whose parameters have changed. False if the parameters are invalid.
 bool AllocateBlock(const SyncInfo& sync, const BitStreamInformation& info, AudioBlock& block);
 
 // Reads the mantissas and makes the coefficients of all channels, including noise, decoupling and
 // dematrixing. False for invalid codes.
-bool ParseCoefficients(BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
+bool ParseCoefficients(fmp4::BitWindow& stream, const BitStreamInformation& info, AudioBlock& block,
                        DitherGenerator& generator);
 
 }  // namespace UMC::ac3

@@ -163,7 +163,7 @@ bool ApplyDelta(const DeltaSegments& delta, int first, int* mask) {
 
 }  // namespace
 
-DeltaSegments ParseDeltaSegments(BitWindow& stream) {
+DeltaSegments ParseDeltaSegments(fmp4::BitWindow& stream) {
   DeltaSegments delta{};
   delta.count = static_cast<std::uint8_t>(stream.Read(3) + 1);
   for (int i = 0; i < delta.count; ++i) {

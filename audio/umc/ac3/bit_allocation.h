@@ -35,7 +35,7 @@ struct ChannelAllocation {
 enum class AllocationKind { kFull, kLfe, kCoupling };
 
 // Reads the segments of one channel.
-DeltaSegments ParseDeltaSegments(BitWindow& stream);
+DeltaSegments ParseDeltaSegments(fmp4::BitWindow& stream);
 
 // Sets the pointers of the bins from `start` to `end`. False if delta segments exceed the bands.
 bool AllocateBits(AllocationKind kind, int start, int end, const std::uint8_t* exponents,

@@ -19,13 +19,13 @@ constexpr std::uint32_t kFirstSurroundLevel = 3;
 constexpr std::uint8_t kAlternateVersion = 6;
 
 // Skips a field preceded by a presence flag.
-void SkipOptional(BitWindow& stream, unsigned bits) {
+void SkipOptional(fmp4::BitWindow& stream, unsigned bits) {
   if (stream.ReadFlag()) stream.Read(bits);
 }
 
 // dialnorm to roomtyp, once per programme. Returns dialnorm, which is for the listener's volume, not for the
 // decoder.
-std::uint8_t ParseProgramme(BitWindow& stream) {
+std::uint8_t ParseProgramme(fmp4::BitWindow& stream) {
   const auto dialogueLevel = static_cast<std::uint8_t>(stream.Read(5));
   SkipOptional(stream, 8);  // compr
   SkipOptional(stream, 8);  // langcod
@@ -34,7 +34,7 @@ std::uint8_t ParseProgramme(BitWindow& stream) {
 }
 
 // xbsi1: downmix levels of finer resolution, which replace the others.
-void ParseAlternateLevels(BitWindow& stream, BitStreamInformation& info) {
+void ParseAlternateLevels(fmp4::BitWindow& stream, BitStreamInformation& info) {
   stream.Read(2 + 3 + 3);  // dmixmod, ltrtcmixlev, ltrtsurmixlev
   const std::uint32_t centre = stream.Read(3), surround = stream.Read(3);
   if (info.HasCentreLevel()) info.centreLevel = kAlternateLevels[centre];
@@ -45,7 +45,7 @@ void ParseAlternateLevels(BitWindow& stream, BitStreamInformation& info) {
 
 }  // namespace
 
-BitStreamInformation ParseBitStreamInformation(BitWindow& stream) {
+BitStreamInformation ParseBitStreamInformation(fmp4::BitWindow& stream) {
   BitStreamInformation info{};
   const auto read = [&](unsigned bits) { return static_cast<std::uint8_t>(stream.Read(bits)); };
   info.version = read(5);

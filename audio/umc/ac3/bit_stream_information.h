@@ -30,6 +30,6 @@ struct BitStreamInformation {
 };
 
 // Reads bsi() from its start to the first audio block.
-BitStreamInformation ParseBitStreamInformation(BitWindow& stream);
+BitStreamInformation ParseBitStreamInformation(fmp4::BitWindow& stream);
 
 }  // namespace UMC::ac3

@@ -10,7 +10,7 @@ namespace UMC::ac3 {
 namespace {
 
 // cplcoexp, cplcomant and mstrcplco (7.4.3), including the factor 8 of the reconstruction.
-float ParseCoordinate(BitWindow& stream, int master) {
+float ParseCoordinate(fmp4::BitWindow& stream, int master) {
   const int exponent = static_cast<int>(stream.Read(4));
   const int mantissa = static_cast<int>(stream.Read(4));
   // The lowest octave has no hidden bit: its mantissa is in units of 1/16, not 1/32.
@@ -20,7 +20,8 @@ float ParseCoordinate(BitWindow& stream, int master) {
 
 }  // namespace
 
-bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, CouplingStrategy& strategy) {
+bool ParseCouplingStrategy(fmp4::BitWindow& stream, const BitStreamInformation& info,
+                           CouplingStrategy& strategy) {
   strategy = {};
   strategy.inUse = stream.ReadFlag();
   if (!strategy.inUse) return true;
@@ -44,7 +45,7 @@ bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, 
   return true;
 }
 
-bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& info,
+bool ParseCouplingCoordinates(fmp4::BitWindow& stream, const BitStreamInformation& info,
                               const CouplingStrategy& strategy, CouplingCoordinates& coordinates) {
   bool anySent = false;
   for (int channel = 0; channel < info.FullChannels(); ++channel) {

@@ -33,10 +33,11 @@ struct CouplingCoordinates {
 };
 
 // Reads a new strategy, starting at cplinu. False if it is invalid.
-bool ParseCouplingStrategy(BitWindow& stream, const BitStreamInformation& info, CouplingStrategy& strategy);
+bool ParseCouplingStrategy(fmp4::BitWindow& stream, const BitStreamInformation& info,
+                           CouplingStrategy& strategy);
 
 // Reads a block's coordinates for a strategy in use. False if a channel has none.
-bool ParseCouplingCoordinates(BitWindow& stream, const BitStreamInformation& info,
+bool ParseCouplingCoordinates(fmp4::BitWindow& stream, const BitStreamInformation& info,
                               const CouplingStrategy& strategy, CouplingCoordinates& coordinates);
 
 // Restores the levels of the upper bins of the full bandwidth channel `channel`, which hold the coupling

@@ -33,8 +33,8 @@ constexpr int BinsPerDifference(ExponentStrategy strategy) {
 
 // Reads from a copy of the stream, which stores of bytes cannot change.
 template <int kBins>
-bool ParseGroups(BitWindow& stream, int groups, int exponent, std::uint8_t* out) {
-  BitWindow window = stream;
+bool ParseGroups(fmp4::BitWindow& stream, int groups, int exponent, std::uint8_t* out) {
+  fmp4::BitWindow window = stream;
   for (int i = 0; i < groups; ++i) {
     const std::uint32_t group = window.Read(kGroupBits);
     if (group >= kGroups) return false;
@@ -50,7 +50,8 @@ bool ParseGroups(BitWindow& stream, int groups, int exponent, std::uint8_t* out)
 }
 
 // `exponent` is the reference of the first difference.
-bool ParseGroups(BitWindow& stream, ExponentStrategy strategy, int groups, int exponent, std::uint8_t* out) {
+bool ParseGroups(fmp4::BitWindow& stream, ExponentStrategy strategy, int groups, int exponent,
+                 std::uint8_t* out) {
   switch (strategy) {
     case ExponentStrategy::kD15:
       return ParseGroups<BinsPerDifference(ExponentStrategy::kD15)>(stream, groups, exponent, out);
@@ -63,7 +64,7 @@ bool ParseGroups(BitWindow& stream, ExponentStrategy strategy, int groups, int e
 
 }  // namespace
 
-bool ParseExponents(BitWindow& stream, ExponentStrategy strategy, int end, std::uint8_t* exponents) {
+bool ParseExponents(fmp4::BitWindow& stream, ExponentStrategy strategy, int end, std::uint8_t* exponents) {
   const int bins = BinsPerDifference(strategy);
   const int groupBins = kGroupSize * bins;
   exponents[0] = static_cast<std::uint8_t>(stream.Read(4));
@@ -72,7 +73,7 @@ bool ParseExponents(BitWindow& stream, ExponentStrategy strategy, int end, std::
   return ParseGroups(stream, strategy, groups, exponents[0], exponents + 1);
 }
 
-bool ParseCouplingExponents(BitWindow& stream, ExponentStrategy strategy, int start, int end,
+bool ParseCouplingExponents(fmp4::BitWindow& stream, ExponentStrategy strategy, int start, int end,
                             std::uint8_t* exponents) {
   const int bins = BinsPerDifference(strategy);
   const int reference = static_cast<int>(stream.Read(4)) * 2;

@@ -13,10 +13,10 @@ inline constexpr int kMaxExponent = 24;
 
 // Reads the exponents of a full bandwidth or LFE channel, including the absolute first one, for the bins from
 // 0 to at least `end`. False for an exponent outside 0 to 24 or an invalid group.
-bool ParseExponents(BitWindow& stream, ExponentStrategy strategy, int end, std::uint8_t* exponents);
+bool ParseExponents(fmp4::BitWindow& stream, ExponentStrategy strategy, int end, std::uint8_t* exponents);
 
 // The same for the coupling channel, whose absolute value is only a reference for the first bin.
-bool ParseCouplingExponents(BitWindow& stream, ExponentStrategy strategy, int start, int end,
+bool ParseCouplingExponents(fmp4::BitWindow& stream, ExponentStrategy strategy, int start, int end,
                             std::uint8_t* exponents);
 
 }  // namespace UMC::ac3

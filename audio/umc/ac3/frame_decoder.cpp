@@ -124,7 +124,7 @@ constexpr std::size_t kChecksumBytes = 2;
 
 bool DecodeBlocks(DecoderState& state, const std::uint8_t* frame, const SyncInfo& sync,
                   std::uint8_t* output) {
-  BitWindow stream(frame, sync.bytes - kChecksumBytes);
+  fmp4::BitWindow stream(frame, sync.bytes - kChecksumBytes);
   stream.Seek(kSyncFields);
   const BitStreamInformation info = ParseBitStreamInformation(stream);
   DitherGenerator generator(frame, sync.bytes);

@@ -13,7 +13,7 @@ static_assert(kBins % kRun == 0);
 // A channel's code words in a stream of eight bytes or more.
 class CodeWords {
  public:
-  explicit CodeWords(const BitWindow& stream)
+  explicit CodeWords(const fmp4::BitWindow& stream)
       : m_data(stream.Data()), m_origin(stream.Position()), m_lastByte(stream.Size() - 8) {}
 
   // Computes the positions of the code words of the bins from `start` to `end`; `bits` are the lengths of the
@@ -23,9 +23,9 @@ class CodeWords {
     std::size_t position = m_origin;
     for (int bin = start / kRun * kRun; bin < end; bin += kRun) {
       // Byte i of the product is the sum of the lengths from bin i on.
-      const std::uint64_t sums = loadBigEndian(bits + bin) * kOnes;
+      const std::uint64_t sums = fmp4::loadBigEndian(bits + bin) * kOnes;
       const std::uint64_t total = sums >> 56;
-      storeBigEndian(total * kOnes - sums, m_offsets + bin);
+      fmp4::storeBigEndian(total * kOnes - sums, m_offsets + bin);
       m_runs[bin / kRun] = position;
       position += total;
     }
@@ -39,7 +39,7 @@ class CodeWords {
   [[nodiscard]] std::uint32_t At(std::size_t bin) const {
     const std::size_t position = m_runs[bin / kRun] + m_offsets[bin];
     const std::size_t byte = std::min(position / 8, m_lastByte);
-    return static_cast<std::uint32_t>(loadBigEndian(m_data + byte) << (position - 8 * byte) >> 32);
+    return static_cast<std::uint32_t>(fmp4::loadBigEndian(m_data + byte) << (position - 8 * byte) >> 32);
   }
 
  private:

@@ -18,7 +18,7 @@ void SortMantissas(CodedChannel& channel);
 // Reads the mantissas of one block's channels, in channel order.
 class MantissaReader {
  public:
-  explicit MantissaReader(BitWindow& stream) : m_stream(stream) {}
+  explicit MantissaReader(fmp4::BitWindow& stream) : m_stream(stream) {}
 
   // Sets the mantissas, -1 to 1, of the channel's bins with bits. False for invalid codes and if the stream
   // ends too early.
@@ -35,7 +35,7 @@ class MantissaReader {
   template <std::size_t kSize>
   bool ReadGroups(const CodedChannel& channel, std::size_t kind, const CodeWords& words, float* mantissas);
 
-  BitWindow& m_stream;
+  fmp4::BitWindow& m_stream;
   Rest m_rests[kGroupKinds] = {};
 };
 

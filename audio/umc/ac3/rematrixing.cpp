@@ -19,7 +19,7 @@ int BandCount(const CouplingStrategy& coupling) {
 
 }  // namespace
 
-bool ParseRematrixing(BitWindow& stream, const CouplingStrategy& coupling, Rematrixing& rematrixing) {
+bool ParseRematrixing(fmp4::BitWindow& stream, const CouplingStrategy& coupling, Rematrixing& rematrixing) {
   if (!stream.ReadFlag()) return rematrixing.known;
   rematrixing.known = true;
   for (int band = 0; band < BandCount(coupling); ++band) rematrixing.flags[band] = stream.ReadFlag();

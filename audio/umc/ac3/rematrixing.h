@@ -14,7 +14,7 @@ struct Rematrixing {
 };
 
 // Reads a block's flags in a 2/0 stream. False if none are transmitted and there are no earlier ones.
-bool ParseRematrixing(BitWindow& stream, const CouplingStrategy& coupling, Rematrixing& rematrixing);
+bool ParseRematrixing(fmp4::BitWindow& stream, const CouplingStrategy& coupling, Rematrixing& rematrixing);
 
 // Restores left and right in the bins below `end`, where both channels' own bins end.
 void ApplyRematrixing(const Rematrixing& rematrixing, int end, float* left, float* right);

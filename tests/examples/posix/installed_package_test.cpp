@@ -6,6 +6,8 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 void expectSuccess(const std::vector<std::string>& command) {
@@ -29,3 +31,5 @@ TEST(InstalledPackage, BuildsTheExamples) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "tests/host/config_store.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace config_test;
@@ -53,3 +55,5 @@ TEST_F(Config, StoreIsInTheConfigurationFolder) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::IsEmpty;
@@ -93,3 +95,5 @@ TEST(ElfFile, DamageIsHarmless) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 
 #include "tests/host/file_access.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST_F(File, PipesAreRejected) {
@@ -113,3 +115,5 @@ TEST_F(File, TooManyFilesForTheHardLimitFailCleanly) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

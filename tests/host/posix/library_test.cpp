@@ -12,6 +12,8 @@
 #include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -157,3 +159,5 @@ TEST(Library, LoadFailureOnTheSearchPathIsLoggedButNotAbsence) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

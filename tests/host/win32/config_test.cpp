@@ -1,5 +1,7 @@
 #include "tests/host/config_store.h"
 
+namespace fmp4 {
+
 namespace {
 
 using namespace config_test;
@@ -17,3 +19,5 @@ TEST_F(Config, StoreIsInTheUsersApplicationData) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -4,6 +4,8 @@
 #include "os/replace_file.h"
 #include "tests/host/file_access.h"
 
+namespace fmp4 {
+
 namespace {
 
 // A folder below `m_folder` and a file in it, with names that no single code page can encode.
@@ -86,3 +88,5 @@ TEST_F(File, HandlesAreNotInherited) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

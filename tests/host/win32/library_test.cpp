@@ -9,6 +9,8 @@
 #include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 const std::string kBin = VL_BIN_DIR;
@@ -69,3 +71,5 @@ TEST(Library, FileThatFailsToLoadIsLoggedWithItsReason) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "mp4box/boxes/iods.h"
 #include "tests/mp4box/payload_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -172,3 +174,5 @@ TEST(ObjectDescriptor, ReadsProfilesOrAUrl) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "mp4box/boxes/trun.h"
 #include "tests/mp4box/payload_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -194,3 +196,5 @@ TEST(TrackFragmentRandomAccess, HasNumbersOfAnyWidth) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

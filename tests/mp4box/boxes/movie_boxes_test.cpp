@@ -28,6 +28,8 @@
 #include "mp4box/boxes/vmhd.h"
 #include "tests/mp4box/payload_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -287,3 +289,5 @@ TEST(ChapterList, ReadsBothVersions) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

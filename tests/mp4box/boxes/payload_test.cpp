@@ -12,6 +12,8 @@
 #include "tests/mp4box/boxes/payload_visitors.h"
 #include "tests/mp4box/payload_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 template <class Payload>
@@ -160,3 +162,5 @@ TEST(Payload, ArbitraryBytesAreReadSafely) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

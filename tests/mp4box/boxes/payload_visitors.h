@@ -8,6 +8,8 @@
 
 #include "mp4box/fields.h"
 
+namespace fmp4 {
+
 // Fills a payload with random values, each within the width of its field, and with short tables.
 class FillingVisitor : public Mp4Fields {
  public:
@@ -93,3 +95,5 @@ inline std::vector<std::string> valuesOf(Mp4Payload& payload) {
   payload.fields(list);
   return list.values;
 }
+
+}  // namespace fmp4

@@ -10,6 +10,8 @@
 #include "mp4box/boxes/visual_entry.h"
 #include "tests/mp4box/payload_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -172,3 +174,5 @@ TEST(TextSampleEntry, CountsItsFontName) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

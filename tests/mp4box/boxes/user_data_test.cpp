@@ -18,6 +18,8 @@
 #include "mp4box/boxes/trkn.h"
 #include "tests/mp4box/payload_bytes.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::ElementsAre;
@@ -106,3 +108,5 @@ TEST(Protection, ReadsOriginalFormatAndPattern) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/os/replaced_file.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST(ReplaceFile, GivesNewFilesDefaultPermissionsAndKeepsThoseOfOldOnes) {
@@ -45,3 +47,5 @@ TEST(ReplaceFile, KeepsASymbolicLink) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -11,6 +11,8 @@
 #include "tests/support/temp_folder.h"
 #include "vlutil.h"
 
+namespace fmp4 {
+
 namespace {
 
 VLHANDLE openReader(const std::string& path) {
@@ -44,3 +46,5 @@ TEST(ReplaceFile, GivesUpOnAPersistentReaderAndKeepsTheOldFile) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

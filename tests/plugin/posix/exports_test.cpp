@@ -15,6 +15,8 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // The dynamic symbols of a library that nm lists with this option.
@@ -95,3 +97,5 @@ TEST(Headers, OfTheHostDeclareTheDocumentedHost) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

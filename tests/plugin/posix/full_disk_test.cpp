@@ -11,6 +11,8 @@
 #include "tests/support/places.h"
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::Contains;
@@ -97,3 +99,5 @@ TEST(BadRecording, AFullDiskEndsTheRecordingAndListedSegmentsStillPlay) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace {
 
 // Descriptors of this process that are open on a file.
@@ -32,3 +34,5 @@ TEST(Probe, AnAcceptedFileStaysOpenAndARefusedOneDoesNot) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

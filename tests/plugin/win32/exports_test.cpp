@@ -7,6 +7,8 @@
 #include "tests/support/places.h"
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 namespace {
 
 // What objdump prints of a library's tables.
@@ -64,3 +66,5 @@ TEST(Imports, OfTheHostAreInTheDocumentedHost) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -5,6 +5,8 @@
 
 #include "tests/plugin/recording.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::string bytesOf(const std::string& path) {
@@ -34,3 +36,5 @@ TEST(LineEnds, APlaylistMayBeReadWhileItGrows) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -16,6 +16,8 @@
 
 #include "tests/support/run.h"
 
+namespace fmp4 {
+
 inline RunResult run(const std::vector<std::string>& command) {
   std::array<int, 2> out{}, err{};
   if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0)
@@ -61,3 +63,5 @@ inline RunResult run(const std::vector<std::string>& command) {
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
 }
+
+}  // namespace fmp4

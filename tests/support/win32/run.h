@@ -19,6 +19,8 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 
+namespace fmp4 {
+
 namespace run_details {
 
 // One argument of a command line, as CommandLineToArgvW parses it.
@@ -101,3 +103,5 @@ inline RunResult run(const std::vector<std::string>& command) {
   const bool isOurs = command.at(0).find_first_of("/\\") != std::string::npos;
   return isOurs ? run_details::runOurs(command, folder) : run_details::runLinux(command, folder);
 }
+
+}  // namespace fmp4

@@ -8,6 +8,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 TEST(Usage, FullStandardOutputFails) {
   const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 version >/dev/full"});
   EXPECT_EQ(result.exitCode, 1);
@@ -23,3 +25,5 @@ TEST(Export, FullDiskIsReportedAndADeviceIsNotRemoved) {
   EXPECT_EQ(result.err, "fmp4: '/dev/full' could not be written; is the disk full?\n");
   EXPECT_TRUE(std::filesystem::exists("/dev/full"));
 }
+
+}  // namespace fmp4

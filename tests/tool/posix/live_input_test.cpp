@@ -16,6 +16,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 using testing::HasSubstr;
@@ -323,3 +325,5 @@ TEST_F(LiveInput, MemoryDoesNotGrowWithTheInput) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -9,6 +9,8 @@
 #include "tests/support/run.h"
 #include "tests/tool/serving.h"
 
+namespace fmp4 {
+
 namespace {
 
 TEST_F(Serve, LinksOutOfTheFolderAreNotFollowed) {
@@ -53,3 +55,5 @@ TEST(ServeCommand, PrintsItsAddressAsJson) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

@@ -13,6 +13,8 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
+namespace fmp4 {
+
 namespace {
 
 // `fmp4 package -` with a pipe to its standard input, in a console of its own.
@@ -140,3 +142,5 @@ TEST_F(LiveInput, ARequestToEndLeavesAnIntactRecording) {
 }
 
 }  // namespace
+
+}  // namespace fmp4

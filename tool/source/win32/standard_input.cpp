@@ -8,6 +8,8 @@
 
 #include "base/user_error.h"
 
+namespace fmp4 {
+
 namespace {
 
 std::atomic<bool> endAsked = false;
@@ -89,3 +91,5 @@ std::size_t readStandardInput(std::span<std::uint8_t> bytes) {
   }
   return 0;
 }
+
+}  // namespace fmp4

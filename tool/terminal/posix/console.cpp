@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+namespace fmp4 {
+
 std::vector<std::string> commandLine(int argc, char** argv) {
   return {argv, argv + argc};
 }
@@ -11,3 +13,5 @@ void prepareStreams() {}
 bool isTerminal(int descriptor) {
   return isatty(descriptor) != 0;
 }
+
+}  // namespace fmp4

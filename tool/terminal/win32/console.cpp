@@ -10,6 +10,8 @@
 
 #include "os/path_name.h"
 
+namespace fmp4 {
+
 // The arguments of `main` are in the system's own encoding, which cannot represent every name.
 std::vector<std::string> commandLine(int /*argc*/, char** /*argv*/) {
   int count = 0;
@@ -29,3 +31,5 @@ void prepareStreams() {
 bool isTerminal(int descriptor) {
   return _isatty(descriptor) != 0;
 }
+
+}  // namespace fmp4

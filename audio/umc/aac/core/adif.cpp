@@ -2,7 +2,7 @@
 
 namespace UMC::aac {
 
-bool ParseAdifHeader(BitWindow& stream, ProgramConfig& program) {
+bool ParseAdifHeader(fmp4::BitWindow& stream, ProgramConfig& program) {
   if (stream.Read(32) != kAdifId) return false;
   const bool copyrightIdPresent = stream.ReadFlag();
   for (int i = 0; copyrightIdPresent && i < 9; ++i) stream.Read(8);

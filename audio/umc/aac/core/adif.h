@@ -10,6 +10,6 @@ inline constexpr std::uint32_t kAdifId = 0x41444946;  // "ADIF"
 
 // Reads the header up to the first raw data block; `program` is the first of its programs. False if it is not
 // a valid header.
-bool ParseAdifHeader(BitWindow& stream, ProgramConfig& program);
+bool ParseAdifHeader(fmp4::BitWindow& stream, ProgramConfig& program);
 
 }  // namespace UMC::aac

@@ -29,7 +29,7 @@ AdtsNext NextOf(const std::uint8_t* data, std::size_t size) {
 }  // namespace
 
 bool ParseAdtsHeader(const std::uint8_t* data, AdtsHeader& header) {
-  BitWindow stream(data, kAdtsHeaderBytes);
+  fmp4::BitWindow stream(data, kAdtsHeaderBytes);
   if (stream.Read(12) != 0xFFF) return false;
   stream.Read(1);                         // ID
   if (stream.Read(2) != 0) return false;  // layer

@@ -8,12 +8,12 @@ namespace UMC::aac {
 
 namespace {
 
-void SkipBits(BitWindow& stream, std::size_t bits) {
+void SkipBits(fmp4::BitWindow& stream, std::size_t bits) {
   stream.Seek(stream.Position() + bits);
 }
 
 // header_size or trailer_size: the size of the data that preceded or followed the audio in its original file.
-std::size_t ReadOriginalSize(BitWindow& stream) {
+std::size_t ReadOriginalSize(fmp4::BitWindow& stream) {
   constexpr std::uint32_t kNone = 0xFFFFFFFF;
   const auto bytes = stream.Read(32);
   return bytes == kNone ? 0 : bytes;
@@ -21,7 +21,7 @@ std::size_t ReadOriginalSize(BitWindow& stream) {
 
 }  // namespace
 
-bool ParseAlsConfig(BitWindow& stream, AlsConfig& config) {
+bool ParseAlsConfig(fmp4::BitWindow& stream, AlsConfig& config) {
   if (stream.Read(32) != kAlsId) return false;
   config.frequency = stream.Read(32);
   const std::uint64_t samples = stream.Read(32);

@@ -16,6 +16,6 @@ struct AlsConfig {
 };
 
 // Reads the configuration, including its id. False if it is truncated or contains reserved values.
-bool ParseAlsConfig(BitWindow& stream, AlsConfig& config);
+bool ParseAlsConfig(fmp4::BitWindow& stream, AlsConfig& config);
 
 }  // namespace UMC::aac

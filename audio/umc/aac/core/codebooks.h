@@ -23,7 +23,7 @@ const Codebooks* SharedCodebooks();
 inline constexpr int kMaxScaleFactorDifference = 60;
 
 // Reads the next scale factor difference, at most kMaxScaleFactorDifference either way.
-inline int ReadScaleFactorDifference(BitWindow& stream, const Codebooks& codebooks) {
+inline int ReadScaleFactorDifference(fmp4::BitWindow& stream, const Codebooks& codebooks) {
   stream.Refill();
   const auto entry =
       LookUpVlc(stream, codebooks.scaleFactor.entries.data(), codebooks.scaleFactor.primaryBits);

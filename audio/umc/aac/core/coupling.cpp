@@ -18,8 +18,8 @@ float Gain(unsigned scale, int exponent) {
 
 }  // namespace
 
-bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
-                   std::int16_t* quantised, ChannelStream& channel, Coupling& coupling) {
+bool ParseCoupling(fmp4::BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+                   int objectType, std::int16_t* quantised, ChannelStream& channel, Coupling& coupling) {
   const bool independent = stream.ReadFlag();  // ind_sw_cce_flag
   coupling.targetCount = static_cast<std::uint8_t>(stream.Read(3) + 1);
   int lists = 0;

@@ -32,8 +32,8 @@ struct Coupling {
 };
 
 // Reads coupling_channel_element() after its tag. False if the syntax is invalid.
-bool ParseCoupling(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands, int objectType,
-                   std::int16_t* quantised, ChannelStream& channel, Coupling& coupling);
+bool ParseCoupling(fmp4::BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
+                   int objectType, std::int16_t* quantised, ChannelStream& channel, Coupling& coupling);
 
 // Adds the coupling channel's spectrum to a target channel's.
 void AddCoupledSpectrum(const ChannelStream& source, const float* gains, ChannelStream& target);

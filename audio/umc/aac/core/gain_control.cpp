@@ -13,7 +13,7 @@ constexpr Windows kWindows[4] = {{1, 5, 5}, {2, 4, 2}, {8, 2, 2}, {2, 4, 5}};
 
 }  // namespace
 
-void SkipGainControlData(BitWindow& stream, WindowSequence sequence) {
+void SkipGainControlData(fmp4::BitWindow& stream, WindowSequence sequence) {
   const Windows& windows = kWindows[static_cast<int>(sequence)];
   const auto bands = stream.Read(2);  // max_band
   for (std::uint32_t band = 0; band < bands; ++band) {

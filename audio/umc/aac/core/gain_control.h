@@ -8,6 +8,6 @@
 namespace UMC::aac {
 
 // Skips gain_control_data().
-void SkipGainControlData(BitWindow& stream, WindowSequence sequence);
+void SkipGainControlData(fmp4::BitWindow& stream, WindowSequence sequence);
 
 }  // namespace UMC::aac

@@ -7,7 +7,7 @@ namespace UMC::aac {
 namespace {
 
 // Reads what follows predictor_data_present in a long window.
-bool ParsePredictorData(BitWindow& stream, int objectType, IcsInfo& ics, IcsInfo* second) {
+bool ParsePredictorData(fmp4::BitWindow& stream, int objectType, IcsInfo& ics, IcsInfo* second) {
   if (objectType == kObjectMain) {
     if (!ParsePredictionData(stream, *ics.bands, ics.maxSfb, ics.prediction)) return false;
     if (second != nullptr) *second = ics;
@@ -22,7 +22,8 @@ bool ParsePredictorData(BitWindow& stream, int objectType, IcsInfo& ics, IcsInfo
 
 }  // namespace
 
-bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics, IcsInfo* second) {
+bool ParseIcsInfo(fmp4::BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics,
+                  IcsInfo* second) {
   stream.Read(1);  // ics_reserved_bit
   ics.sequence = static_cast<WindowSequence>(stream.Read(2));
   ics.shape = static_cast<std::uint8_t>(stream.Read(1));

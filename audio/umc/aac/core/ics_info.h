@@ -37,7 +37,8 @@ struct IcsInfo {
 
 // Reads ics_info(). If a pair shares it, `second` is not null and receives the second channel's, which
 // differs only in its long-term prediction. False if the syntax is invalid for the object type.
-bool ParseIcsInfo(BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics, IcsInfo* second);
+bool ParseIcsInfo(fmp4::BitWindow& stream, const FrameBands& bands, int objectType, IcsInfo& ics,
+                  IcsInfo* second);
 
 // Calls visit(band, firstLine, lineCount) for every band of every window, in line order.
 template <class Visit>

@@ -9,9 +9,9 @@
 
 namespace UMC::aac {
 
-bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
-                                  int objectType, bool commonWindow, std::int16_t* quantised,
-                                  ChannelStream& channel) {
+bool ParseIndividualChannelStream(fmp4::BitWindow& stream, const Codebooks& codebooks,
+                                  const FrameBands& bands, int objectType, bool commonWindow,
+                                  std::int16_t* quantised, ChannelStream& channel) {
   const auto globalGain = static_cast<int>(stream.Read(8));
   if (!commonWindow && !ParseIcsInfo(stream, bands, objectType, channel.ics, nullptr)) return false;
   if (!ParseSectionData(stream, channel)) return false;

@@ -9,8 +9,8 @@ namespace UMC::aac {
 
 // Reads a channel up to and including its spectrum. With `commonWindow`, its ics_info has already been read.
 // False if the syntax is invalid for the object type. `quantised` is a buffer for a frame's lines.
-bool ParseIndividualChannelStream(BitWindow& stream, const Codebooks& codebooks, const FrameBands& bands,
-                                  int objectType, bool commonWindow, std::int16_t* quantised,
-                                  ChannelStream& channel);
+bool ParseIndividualChannelStream(fmp4::BitWindow& stream, const Codebooks& codebooks,
+                                  const FrameBands& bands, int objectType, bool commonWindow,
+                                  std::int16_t* quantised, ChannelStream& channel);
 
 }  // namespace UMC::aac

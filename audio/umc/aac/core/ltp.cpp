@@ -34,7 +34,7 @@ void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpS
 
 }  // namespace
 
-void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp) {
+void ParseLtpData(fmp4::BitWindow& stream, int maxSfb, LtpData& ltp) {
   ltp.present = true;
   ltp.lag = static_cast<std::uint16_t>(stream.Read(11));
   ltp.coefficient = static_cast<std::uint8_t>(stream.Read(3));

@@ -34,7 +34,7 @@ struct LtpState {
 inline constexpr int kLtpConvergenceFrames = 4;
 
 // Reads ltp_data() of a long window.
-void ParseLtpData(BitWindow& stream, int maxSfb, LtpData& ltp);
+void ParseLtpData(fmp4::BitWindow& stream, int maxSfb, LtpData& ltp);
 
 // Adds the stream's prediction to the spectrum, before TNS. `overlap` is the channel's filter bank state
 // after the previous frame.

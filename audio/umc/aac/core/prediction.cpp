@@ -6,7 +6,8 @@
 
 namespace UMC::aac {
 
-bool ParsePredictionData(BitWindow& stream, const BandTable& bands, int maxSfb, PredictionData& prediction) {
+bool ParsePredictionData(fmp4::BitWindow& stream, const BandTable& bands, int maxSfb,
+                         PredictionData& prediction) {
   const bool reset = stream.ReadFlag();  // predictor_reset
   if (reset) {
     prediction.resetGroup = static_cast<std::uint8_t>(stream.Read(5));

@@ -26,7 +26,8 @@ struct PredictionState {
 void StartPrediction(PredictionState& state);
 
 // Reads the predictor data of a long window after predictor_data_present. False for an invalid reset group.
-bool ParsePredictionData(BitWindow& stream, const BandTable& bands, int maxSfb, PredictionData& prediction);
+bool ParsePredictionData(fmp4::BitWindow& stream, const BandTable& bands, int maxSfb,
+                         PredictionData& prediction);
 
 // Adds the prediction where it is used, and adapts the predictors to the frame.
 void ApplyPrediction(PredictionState& state, ChannelStream& channel);

@@ -2,7 +2,7 @@
 
 namespace UMC::aac {
 
-bool ParsePulseData(BitWindow& stream, const BandTable& bands, PulseData& pulse) {
+bool ParsePulseData(fmp4::BitWindow& stream, const BandTable& bands, PulseData& pulse) {
   pulse.count = static_cast<int>(stream.Read(2)) + 1;
   const auto startBand = static_cast<int>(stream.Read(6));
   if (startBand >= bands.bands) return false;

@@ -16,7 +16,7 @@ struct PulseData {
 };
 
 // Reads pulse_data() of a long window. False for a pulse outside the frame.
-bool ParsePulseData(BitWindow& stream, const BandTable& bands, PulseData& pulse);
+bool ParsePulseData(fmp4::BitWindow& stream, const BandTable& bands, PulseData& pulse);
 
 // Moves the quantised lines away from zero; zero itself becomes negative.
 void ApplyPulse(const PulseData& pulse, std::int16_t* quantised);

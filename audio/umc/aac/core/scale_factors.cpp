@@ -11,9 +11,9 @@ constexpr int kNoisePcmOffset = 256;
 
 }  // namespace
 
-bool ParseScaleFactorData(BitWindow& stream, const Codebooks& codebooks, int globalGain,
+bool ParseScaleFactorData(fmp4::BitWindow& stream, const Codebooks& codebooks, int globalGain,
                           ChannelStream& channel) {
-  BitWindow window = stream;  // in registers
+  fmp4::BitWindow window = stream;  // in registers
   int scaleFactor = globalGain;
   int position = 0;
   int energy = globalGain - kNoiseOffset;

@@ -9,7 +9,7 @@
 namespace UMC::aac {
 
 // False for a scale factor outside 0 to 255.
-bool ParseScaleFactorData(BitWindow& stream, const Codebooks& codebooks, int globalGain,
+bool ParseScaleFactorData(fmp4::BitWindow& stream, const Codebooks& codebooks, int globalGain,
                           ChannelStream& channel);
 
 }  // namespace UMC::aac

@@ -4,7 +4,7 @@
 
 namespace UMC::aac {
 
-bool ParseSectionData(BitWindow& stream, ChannelStream& channel) {
+bool ParseSectionData(fmp4::BitWindow& stream, ChannelStream& channel) {
   const IcsInfo& ics = channel.ics;
   const unsigned lengthBits = ics.IsShort() ? 3 : 5;
   const std::uint32_t escape = (1u << lengthBits) - 1;

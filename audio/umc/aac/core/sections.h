@@ -7,6 +7,6 @@
 namespace UMC::aac {
 
 // False for a reserved codebook or sections that do not end with the bands.
-bool ParseSectionData(BitWindow& stream, ChannelStream& channel);
+bool ParseSectionData(fmp4::BitWindow& stream, ChannelStream& channel);
 
 }  // namespace UMC::aac

@@ -19,7 +19,7 @@ bool IsSpectral(int codebook) {
 }
 
 // Decodes `count` lines, or zeros if the codebook has none.
-bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, int count,
+bool DecodeLines(fmp4::BitWindow& stream, const Codebooks& codebooks, int codebook, int count,
                  std::int16_t* lines) {
   const auto length = static_cast<std::size_t>(count);
   if (!IsSpectral(codebook)) {
@@ -45,7 +45,7 @@ bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, in
 }
 
 // The same to the powers of the lines.
-bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, int count, float* lines) {
+bool DecodeLines(fmp4::BitWindow& stream, const Codebooks& codebooks, int codebook, int count, float* lines) {
   const auto length = static_cast<std::size_t>(count);
   if (!IsSpectral(codebook)) {
     std::fill_n(lines, length, 0.0f);
@@ -59,7 +59,7 @@ bool DecodeLines(BitWindow& stream, const Codebooks& codebooks, int codebook, in
 // One group's lines, quantised or their powers. Bands of one codebook that are adjacent in both the stream
 // and the spectrum, as in a group of one window, are read at once.
 template <class Line>
-bool ParseGroup(BitWindow& stream, const Codebooks& codebooks, const ChannelStream& channel, int group,
+bool ParseGroup(fmp4::BitWindow& stream, const Codebooks& codebooks, const ChannelStream& channel, int group,
                 Line* lines) {
   const IcsInfo& ics = channel.ics;
   const std::uint16_t* offsets = ics.bands->offsets;
@@ -81,7 +81,7 @@ bool ParseGroup(BitWindow& stream, const Codebooks& codebooks, const ChannelStre
 }
 
 // The powers of the lines of a long window with pulses, which move the quantised lines.
-bool ParseWithPulses(BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
+bool ParseWithPulses(fmp4::BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
                      std::int16_t* quantised, ChannelStream& channel) {
   const int codedLines = channel.ics.bands->offsets[channel.ics.maxSfb];
   // Pulses above the coded lines have no effect.
@@ -94,7 +94,7 @@ bool ParseWithPulses(BitWindow& stream, const Codebooks& codebooks, const PulseD
 
 }  // namespace
 
-bool ParseSpectralData(BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
+bool ParseSpectralData(fmp4::BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
                        std::int16_t* quantised, ChannelStream& channel) {
   const IcsInfo& ics = channel.ics;
   const int windowLines = ics.WindowLines();

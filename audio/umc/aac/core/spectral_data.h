@@ -11,7 +11,7 @@ namespace UMC::aac {
 
 // Reads the quantised lines and fills channel.spectrum. `quantised` is a buffer for a frame's lines. False
 // for invalid codes.
-bool ParseSpectralData(BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
+bool ParseSpectralData(fmp4::BitWindow& stream, const Codebooks& codebooks, const PulseData& pulse,
                        std::int16_t* quantised, ChannelStream& channel);
 
 }  // namespace UMC::aac

@@ -6,7 +6,7 @@
 
 namespace UMC::aac {
 
-bool ParseStereoMask(BitWindow& stream, const IcsInfo& ics, StereoMask& mask) {
+bool ParseStereoMask(fmp4::BitWindow& stream, const IcsInfo& ics, StereoMask& mask) {
   const auto present = stream.Read(2);  // ms_mask_present
   mask.sent = present == 1;
   std::fill_n(mask.used, ics.BandCount(), static_cast<std::uint8_t>(present == 2 ? 1 : 0));

@@ -14,7 +14,7 @@ struct StereoMask {
 };
 
 // Reads ms_mask_present and ms_used. False for the reserved value.
-bool ParseStereoMask(BitWindow& stream, const IcsInfo& ics, StereoMask& mask);
+bool ParseStereoMask(fmp4::BitWindow& stream, const IcsInfo& ics, StereoMask& mask);
 
 // Undoes M/S where it is used, except in noise and intensity bands.
 void ApplyMidSide(const StereoMask& mask, ChannelStream& left, ChannelStream& right);

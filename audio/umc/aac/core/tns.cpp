@@ -74,7 +74,7 @@ void ForEachFilter(const TnsData& tns, const IcsInfo& ics, float* spectrum, Filt
 
 }  // namespace
 
-bool ParseTnsData(BitWindow& stream, const IcsInfo& ics, int objectType, TnsData& tns) {
+bool ParseTnsData(fmp4::BitWindow& stream, const IcsInfo& ics, int objectType, TnsData& tns) {
   const bool isShort = ics.IsShort();
   const int windows = isShort ? 8 : 1;
   const int maxOrder = isShort                     ? kMaxTnsOrderShort

@@ -28,7 +28,7 @@ struct TnsData {
 };
 
 // Reads tns_data(). False if an order exceeds the limit.
-bool ParseTnsData(BitWindow& stream, const IcsInfo& ics, int objectType, TnsData& tns);
+bool ParseTnsData(fmp4::BitWindow& stream, const IcsInfo& ics, int objectType, TnsData& tns);
 
 // The direct-form coefficients a[1] to a[order] of a filter, in predictor[0] onwards.
 void TnsPredictor(const TnsFilter& filter, float* predictor);

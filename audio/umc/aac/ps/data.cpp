@@ -14,7 +14,8 @@ constexpr std::uint32_t kPhaseExtension = 0;  // ps_extension_id
 class PsParser {
  public:
   // `data` is a copy of `before`.
-  PsParser(BitWindow& stream, int slots, const PsCodebooks& codebooks, const PsData& before, PsData& data)
+  PsParser(fmp4::BitWindow& stream, int slots, const PsCodebooks& codebooks, const PsData& before,
+           PsData& data)
       : m_stream(stream), m_slots(slots), m_codebooks(codebooks), m_before(before), m_data(data) {}
 
   bool Parse() {
@@ -165,7 +166,7 @@ class PsParser {
     }
   }
 
-  BitWindow& m_stream;
+  fmp4::BitWindow& m_stream;
   int m_slots;
   const PsCodebooks& m_codebooks;
   const PsData& m_before;
@@ -175,7 +176,7 @@ class PsParser {
 
 }  // namespace
 
-bool ParsePsData(BitWindow& stream, std::size_t bits, int slots, PsData& data) {
+bool ParsePsData(fmp4::BitWindow& stream, std::size_t bits, int slots, PsData& data) {
   const PsCodebooks* codebooks = SharedPsCodebooks();
   if (codebooks == nullptr) return false;
   const std::size_t end = stream.Position() + bits;

@@ -46,6 +46,6 @@ struct PsData {
 // Reads and adopts a payload of up to `bits` bits, for a frame of `slots` QMF slots (32 or 30). False, with
 // nothing adopted, if it is invalid, overruns its bits or precedes the first header. The position of `stream`
 // is then undefined, as it is after success.
-bool ParsePsData(BitWindow& stream, std::size_t bits, int slots, PsData& data);
+bool ParsePsData(fmp4::BitWindow& stream, std::size_t bits, int slots, PsData& data);
 
 }  // namespace UMC::aac

@@ -40,7 +40,7 @@ const SbrCodebooks* SharedSbrCodebooks() {
   return shared.Get(MakeCodebooks);
 }
 
-int ReadSbrDifference(BitWindow& stream, const SbrCode& code) {
+int ReadSbrDifference(fmp4::BitWindow& stream, const SbrCode& code) {
   Ipp16s symbol = 0;
   ippsVLCDecodeOne_1u16s(&stream, &symbol, &code.table);
   return symbol - code.largest;

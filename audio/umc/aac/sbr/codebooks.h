@@ -21,6 +21,6 @@ struct SbrCodebooks {
 // Created on first use; null if memory was exhausted.
 const SbrCodebooks* SharedSbrCodebooks();
 
-int ReadSbrDifference(BitWindow& stream, const SbrCode& code);
+int ReadSbrDifference(fmp4::BitWindow& stream, const SbrCode& code);
 
 }  // namespace UMC::aac

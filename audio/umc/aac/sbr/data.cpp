@@ -16,8 +16,8 @@ constexpr Ipp32u kCrcPolynomial = 0x233u << (32 - kCrcBits);
 
 class DataParser {
  public:
-  DataParser(BitWindow& stream, std::size_t end, const SbrHeader& header, const SbrFrequencyTables& tables,
-             int slots, SbrData& data)
+  DataParser(fmp4::BitWindow& stream, std::size_t end, const SbrHeader& header,
+             const SbrFrequencyTables& tables, int slots, SbrData& data)
       : m_stream(stream),
         m_end(end),
         m_header(header),
@@ -108,7 +108,7 @@ class DataParser {
     m_stream.Seek(end);
   }
 
-  BitWindow& m_stream;
+  fmp4::BitWindow& m_stream;
   std::size_t m_end;
   const SbrHeader& m_header;
   const SbrFrequencyTables& m_tables;
@@ -119,7 +119,7 @@ class DataParser {
 
 }  // namespace
 
-bool CheckSbrCrc(BitWindow& stream, const SbrPayload& payload) {
+bool CheckSbrCrc(fmp4::BitWindow& stream, const SbrPayload& payload) {
   stream.Seek(payload.position);
   if (!payload.hasCrc) return true;
   if (payload.bits < kCrcBits) return false;
@@ -129,7 +129,7 @@ bool CheckSbrCrc(BitWindow& stream, const SbrPayload& payload) {
   return crc >> (32 - kCrcBits) == sent;
 }
 
-bool ParseSbrData(BitWindow& stream, std::size_t end, const SbrHeader& header,
+bool ParseSbrData(fmp4::BitWindow& stream, std::size_t end, const SbrHeader& header,
                   const SbrFrequencyTables& tables, int slots, int channels, SbrData& data) {
   return DataParser(stream, end, header, tables, slots, data).Parse(channels);
 }

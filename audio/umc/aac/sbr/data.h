@@ -35,11 +35,11 @@ struct SbrData {
 };
 
 // True if the payload's checksum, if any, matches; the stream is then positioned after it.
-bool CheckSbrCrc(BitWindow& stream, const SbrPayload& payload);
+bool CheckSbrCrc(fmp4::BitWindow& stream, const SbrPayload& payload);
 
 // Reads the data of `channels` channels, up to the payload's end at bit position `end`. False if the data
 // exceed it or their syntax is invalid.
-bool ParseSbrData(BitWindow& stream, std::size_t end, const SbrHeader& header,
+bool ParseSbrData(fmp4::BitWindow& stream, std::size_t end, const SbrHeader& header,
                   const SbrFrequencyTables& tables, int slots, int channels, SbrData& data);
 
 }  // namespace UMC::aac

@@ -15,8 +15,8 @@ constexpr int kNoiseFloorOffset = 6;
 constexpr int kNoisePanOffset = 12;
 
 // Reads a start value and differences over frequency, or differences over time.
-void ParseValues(BitWindow& stream, const SbrCode (&codes)[2], bool overTime, unsigned startBits, int count,
-                 std::int16_t* values) {
+void ParseValues(fmp4::BitWindow& stream, const SbrCode (&codes)[2], bool overTime, unsigned startBits,
+                 int count, std::int16_t* values) {
   if (!overTime) values[0] = static_cast<std::int16_t>(stream.Read(startBits));
   for (int i = overTime ? 0 : 1; i < count; ++i) {
     values[i] = static_cast<std::int16_t>(ReadSbrDifference(stream, codes[overTime]));
@@ -45,8 +45,9 @@ int BandAt(const SbrBands<kMax>& bands, std::uint8_t subband) {
 
 }  // namespace
 
-void ParseSbrEnvelopes(BitWindow& stream, const SbrCodebooks& codebooks, const SbrFrequencyTables& tables,
-                       const SbrGrid& grid, bool balance, SbrEnvelopeData& data) {
+void ParseSbrEnvelopes(fmp4::BitWindow& stream, const SbrCodebooks& codebooks,
+                       const SbrFrequencyTables& tables, const SbrGrid& grid, bool balance,
+                       SbrEnvelopeData& data) {
   const unsigned startBits = (balance ? 6 : 7) - (data.ampRes ? 1 : 0);
   for (int i = 0; i < grid.envelopes; ++i) {
     ParseValues(stream, codebooks.envelope[data.ampRes][balance], data.envelopeOverTime[i], startBits,
@@ -54,7 +55,7 @@ void ParseSbrEnvelopes(BitWindow& stream, const SbrCodebooks& codebooks, const S
   }
 }
 
-void ParseSbrNoise(BitWindow& stream, const SbrCodebooks& codebooks, const SbrFrequencyTables& tables,
+void ParseSbrNoise(fmp4::BitWindow& stream, const SbrCodebooks& codebooks, const SbrFrequencyTables& tables,
                    const SbrGrid& grid, bool balance, SbrEnvelopeData& data) {
   for (int i = 0; i < grid.noiseFloors; ++i) {
     ParseValues(stream, codebooks.noise[balance], data.noiseOverTime[i], 5, tables.noise.count,

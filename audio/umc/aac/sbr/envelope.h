@@ -35,9 +35,10 @@ struct SbrLevels {
 };
 
 // sbr_envelope() and sbr_noise() of a channel; `balance` for the second channel of a coupled pair.
-void ParseSbrEnvelopes(BitWindow& stream, const SbrCodebooks& codebooks, const SbrFrequencyTables& tables,
-                       const SbrGrid& grid, bool balance, SbrEnvelopeData& data);
-void ParseSbrNoise(BitWindow& stream, const SbrCodebooks& codebooks, const SbrFrequencyTables& tables,
+void ParseSbrEnvelopes(fmp4::BitWindow& stream, const SbrCodebooks& codebooks,
+                       const SbrFrequencyTables& tables, const SbrGrid& grid, bool balance,
+                       SbrEnvelopeData& data);
+void ParseSbrNoise(fmp4::BitWindow& stream, const SbrCodebooks& codebooks, const SbrFrequencyTables& tables,
                    const SbrGrid& grid, bool balance, SbrEnvelopeData& data);
 
 // Accumulates the differences in place and keeps the last values. False for values out of range, or for

@@ -10,7 +10,7 @@ namespace {
 constexpr unsigned kPointerBits[kMaxSbrEnvelopes + 1] = {0, 1, 2, 2, 3, 3};
 
 // Envelopes of equal width. False for more than four.
-bool ParseFixed(BitWindow& stream, int slots, SbrGrid& grid) {
+bool ParseFixed(fmp4::BitWindow& stream, int slots, SbrGrid& grid) {
   const auto exponent = stream.Read(2);
   if (exponent > 2) return false;
   const int envelopes = 1 << exponent;
@@ -23,7 +23,7 @@ bool ParseFixed(BitWindow& stream, int slots, SbrGrid& grid) {
 }
 
 // A grid with at least one variable frame border. Returns bs_pointer.
-int ParseVariable(BitWindow& stream, int slots, SbrGrid& grid) {
+int ParseVariable(fmp4::BitWindow& stream, int slots, SbrGrid& grid) {
   const bool leads = grid.frameClass != SbrFrameClass::kFixVar;
   const bool trails = grid.frameClass != SbrFrameClass::kVarFix;
   const auto first = static_cast<int>(leads ? stream.Read(2) : 0);
@@ -76,7 +76,7 @@ int Transient(const SbrGrid& grid, int pointer) {
 
 }  // namespace
 
-bool ParseSbrGrid(BitWindow& stream, int slots, SbrGrid& grid) {
+bool ParseSbrGrid(fmp4::BitWindow& stream, int slots, SbrGrid& grid) {
   grid.frameClass = static_cast<SbrFrameClass>(stream.Read(2));
   int pointer = 0;
   if (grid.frameClass == SbrFrameClass::kFixFix) {

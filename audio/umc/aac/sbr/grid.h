@@ -27,6 +27,6 @@ struct SbrGrid {
 };
 
 // Reads the grid of a frame of `slots` time slots, 16 or 15. False if the borders are not ascending.
-bool ParseSbrGrid(BitWindow& stream, int slots, SbrGrid& grid);
+bool ParseSbrGrid(fmp4::BitWindow& stream, int slots, SbrGrid& grid);
 
 }  // namespace UMC::aac

@@ -7,7 +7,7 @@ bool SbrHeader::HasBandsOf(const SbrHeader& other) const {
          freqScale == other.freqScale && alterScale == other.alterScale && noiseBands == other.noiseBands;
 }
 
-SbrHeader ParseSbrHeader(BitWindow& stream) {
+SbrHeader ParseSbrHeader(fmp4::BitWindow& stream) {
   const auto read = [&](unsigned bits) { return static_cast<std::uint8_t>(stream.Read(bits)); };
   SbrHeader header{};
   header.ampRes = read(1);

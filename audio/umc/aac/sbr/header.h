@@ -25,6 +25,6 @@ struct SbrHeader {
 };
 
 // Fields that are not transmitted take their defaults, not their previous values.
-SbrHeader ParseSbrHeader(BitWindow& stream);
+SbrHeader ParseSbrHeader(fmp4::BitWindow& stream);
 
 }  // namespace UMC::aac

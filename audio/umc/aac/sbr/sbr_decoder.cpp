@@ -56,7 +56,7 @@ bool AdoptHeader(const SbrHeader& header, std::uint32_t frequency, int channelCo
 }
 
 // sbr_extension_data(). False if no header is known afterwards or the data are invalid.
-bool ParseExtensionData(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload,
+bool ParseExtensionData(const SbrFormat& format, fmp4::BitWindow& stream, const SbrPayload& payload,
                         int channelCount, SbrElementState& element, SbrChannelState* channels,
                         SbrData& data) {
   if (!CheckSbrCrc(stream, payload)) return false;
@@ -222,8 +222,9 @@ bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasH
   return bits == 0 ? element.headerSeen || !element.headerKnown : element.headerSeen && hasHighBand;
 }
 
-bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
-                    SbrElementState& element, SbrChannelState* channels, SbrScratch& scratch) {
+bool ReadSbrPayload(const SbrFormat& format, fmp4::BitWindow& stream, const SbrPayload& payload,
+                    int channelCount, SbrElementState& element, SbrChannelState* channels,
+                    SbrScratch& scratch) {
   SbrData& data = scratch.data;
   bool parsed = false;
   if (payload.bits > 0) {
@@ -238,7 +239,7 @@ bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload
   return parsed && DecodeLevels(channelCount, element.tables, channels, scratch);
 }
 
-bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
+bool StartsSbr(const SbrFormat& format, fmp4::BitWindow& stream, const SbrPayload& payload, int channelCount,
                SbrScratch& scratch) {
   SbrElementState element{};
   SbrChannelState channels[2] = {};

@@ -105,12 +105,13 @@ struct SbrFormat {
 // Reads the payload, whose position counts from the stream's start, into `scratch.data` and `scratch.levels`.
 // False if the frame has no high band: no payload, no header yet, or damage. After damage, decoding resumes
 // with the next header.
-bool ReadSbrPayload(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
-                    SbrElementState& element, SbrChannelState* channels, SbrScratch& scratch);
+bool ReadSbrPayload(const SbrFormat& format, fmp4::BitWindow& stream, const SbrPayload& payload,
+                    int channelCount, SbrElementState& element, SbrChannelState* channels,
+                    SbrScratch& scratch);
 
 // True if a payload in a stream without any so far shows that the stream has SBR from here on: it contains a
 // header, and all data after it are valid.
-bool StartsSbr(const SbrFormat& format, BitWindow& stream, const SbrPayload& payload, int channelCount,
+bool StartsSbr(const SbrFormat& format, fmp4::BitWindow& stream, const SbrPayload& payload, int channelCount,
                SbrScratch& scratch);
 
 // Decodes the element's channel `index` from its core samples: with the high band that ReadSbrPayload has
