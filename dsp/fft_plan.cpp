@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <initializer_list>
+#include <numbers>
 
 namespace UMC {
 
@@ -28,11 +29,10 @@ Ipp32s LayOutFftPasses(Ipp32s points, Ipp32s firstValue, FftPass* passes, Ipp32s
 }
 
 void FillTwiddles(const FftPass& pass, Ipp32f* values) {
-  constexpr double kPi = 3.14159265358979323846;
   Ipp32f* twiddle = values + pass.twiddleOffset;
   for (Ipp32s power = 1; power < pass.radix; ++power, twiddle += 2 * pass.groups) {
     for (Ipp32s p = 0; p < pass.groups; ++p) {
-      const double angle = -2 * kPi * p * power / (pass.radix * pass.groups);
+      const double angle = -2 * std::numbers::pi * p * power / (pass.radix * pass.groups);
       twiddle[p] = static_cast<Ipp32f>(std::cos(angle));
       twiddle[p + pass.groups] = static_cast<Ipp32f>(std::sin(angle));
     }

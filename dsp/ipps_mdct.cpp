@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 #include "dsp/fft_plan.h"
 #include "dsp/kernels/kernels.h"
@@ -9,8 +10,6 @@
 namespace UMC {
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // Splits the transform into its passes, without their constants. Returns the number of values in the plan, or
 // 0 for an unsupported length.
@@ -44,7 +43,7 @@ IppStatus Init(Plan** plan, Ipp32s length, double scale, Ipp8u* memory) {
 
   auto* values = reinterpret_cast<Ipp32f*>(made + 1);
   for (Ipp32s k = 0; k < made->points; ++k) {
-    const double angle = 2 * kPi * (k + 0.125) / length;
+    const double angle = 2 * std::numbers::pi * (k + 0.125) / length;
     values[k] = static_cast<Ipp32f>(scale * std::cos(angle));
     values[k + made->points] = static_cast<Ipp32f>(scale * std::sin(angle));
     values[k + 2 * made->points] = static_cast<Ipp32f>(std::cos(angle));

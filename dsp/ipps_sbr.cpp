@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <complex>
+#include <numbers>
 
 #include "dsp/fft_plan.h"
 #include "dsp/kernels/kernels.h"
@@ -11,8 +12,6 @@
 namespace UMC {
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // Prepares the DCT-IV that underlies a bank, with its result scaled by `scale`.
 void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) {
@@ -25,7 +24,7 @@ void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) 
     bank.passes[i].span *= kQmfBatch;
   }
   for (Ipp32s i = 0; i < bands / 2; ++i) {
-    const double angle = kPi / bands * (i + 0.125);
+    const double angle = std::numbers::pi / bands * (i + 0.125);
     bank.after[0][i] = static_cast<Ipp32f>(std::cos(angle));
     bank.after[1][i] = static_cast<Ipp32f>(std::sin(angle));
     bank.before[0][i] = static_cast<Ipp32f>(scale * std::cos(angle));
@@ -112,7 +111,7 @@ IppStatus ippsAnalysisFilterInit_SBR_RToC_32f32fc(IppsFilterSpec_SBR_32f** bank,
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
   PrepareTransform(kIppsSbrAnalysisBands, 2, **bank);
-  PrepareRotation(1.5 * kPi / 64, **bank);
+  PrepareRotation(1.5 * std::numbers::pi / 64, **bank);
   PrepareAnalysisTaps(**bank);
   return ippStsNoErr;
 }
@@ -132,7 +131,7 @@ IppStatus ippsSynthesisDownFilterInit_SBR_CToR_32fc32f(IppsFilterSpec_SBR_32f** 
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
   PrepareTransform(kIppsSbrAnalysisBands, 1.0 / 64, **bank);
-  PrepareRotation(0.5 * kPi / 64, **bank);
+  PrepareRotation(0.5 * std::numbers::pi / 64, **bank);
   PrepareSynthesisTaps(**bank);
   return ippStsNoErr;
 }
@@ -170,7 +169,7 @@ IppStatus ippsAnalysisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ipp
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
   PrepareTransform(kIppsSbrAnalysisBands, 2, **bank);
-  PrepareRotation(97 * kPi / 64, **bank);
+  PrepareRotation(97 * std::numbers::pi / 64, **bank);
   PrepareAnalysisTaps(**bank);
   return ippStsNoErr;
 }
@@ -181,7 +180,7 @@ IppStatus ippsSynthesisFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank, Ip
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
   PrepareTransform(kIppsSbrBands, 1.0 / 32, **bank);
-  PrepareRotation(-191 * kPi / 128, **bank);
+  PrepareRotation(-191 * std::numbers::pi / 128, **bank);
   PrepareSynthesisTaps(**bank);
   return ippStsNoErr;
 }
@@ -191,7 +190,7 @@ IppStatus ippsSynthesisDownFilterInit_SBR_RToR_32f(IppsFilterSpec_SBR_32f** bank
   if (bank == nullptr || memory == nullptr) return ippStsNullPtrErr;
   *bank = reinterpret_cast<IppsFilterSpec_SBR_32f*>(memory);
   PrepareTransform(kIppsSbrAnalysisBands, 1.0 / 32, **bank);
-  PrepareRotation(-95 * kPi / 64, **bank);
+  PrepareRotation(-95 * std::numbers::pi / 64, **bank);
   PrepareSynthesisTaps(**bank);
   return ippStsNoErr;
 }

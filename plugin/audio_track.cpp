@@ -7,6 +7,7 @@
 
 #include "base/aac/audio_specific_config.h"
 #include "base/audio_units.h"
+#include "base/codec_code.h"
 #include "mp4box/boxes/esds.h"
 #include "plugin/messages.h"
 
@@ -14,9 +15,7 @@ namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
 constexpr std::uint32_t kAac = Mp4FourCc("aac ");
-constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
 
 // An AAC access unit that starts with ID_END contains no channels (id_syn_ele; ISO/IEC 14496-3, 4.5.2.1).
 // Memory and disk blocks that were never written look like this.

@@ -2,6 +2,7 @@
 
 #include "base/audio_units.h"
 #include "base/bytes.h"
+#include "base/codec_code.h"
 #include "base/fourcc.h"
 
 namespace fmp4 {
@@ -62,7 +63,7 @@ std::optional<std::vector<std::uint8_t>> audioConfigOf(const QVRAUDIO& audio) {
 }
 
 std::uint32_t samplesPerFrameOf(const QVRAUDIO& audio) {
-  return audio.codec == Mp4FourCc("ac-3") ? kAc3FrameSamples : kAacFrameSamples;
+  return audio.codec == kAc3 ? kAc3FrameSamples : kAacFrameSamples;
 }
 
 }  // namespace fmp4

@@ -25,15 +25,15 @@ constexpr std::uint32_t kQueryOpenFlags = 0x7FFFFFFEu;
 constexpr std::uint32_t kQueryFileName = 0x7FFFFFFFu;
 
 constexpr FormatRecord kFormat = {
-    kFileTypeCode,
-    0,
-    "*.mp4;*.m4v;*.m4a;*.ismv;*.isma;*.mpd;*.xml;*.ism;*.ismc",
-    "MP4 - Fragmented MP4/SS Reader Writer",
-    "MP4 - Fragmented/Smooth Streaming MP4 Reader Writer",
-    0x00500063u,
-    0xF1000000u,
-    0,
-    0.0,
+    .fileType = kFileTypeCode,
+    .padding = 0,
+    .patterns = "*.mp4;*.m4v;*.m4a;*.ismv;*.isma;*.mpd;*.xml;*.ism;*.ismc",
+    .shortDescription = "MP4 - Fragmented MP4/SS Reader Writer",
+    .longDescription = "MP4 - Fragmented/Smooth Streaming MP4 Reader Writer",
+    .capabilities = 0x00500063u,  // the host names none of their bits
+    .furtherFlags = 0xF1000000u,
+    .reserved = 0,
+    .reservedNumber = 0.0,
 };
 
 // Zero-extends a status or probe result to the 64-bit result of an entry point.

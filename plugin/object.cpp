@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/fourcc.h"
+#include "base/codec_code.h"
 #include "base/guard.h"
 #include "codecutil.h"
 #include "plugin/fmp4_object.h"
@@ -16,6 +16,10 @@ namespace {
 constexpr std::uint32_t kOptionHeight = 2;
 constexpr std::uint32_t kOptionWidth = 3;
 constexpr std::uint32_t kOptionKeyFrameInterval = 8;
+
+// In the flags of an enumerated codec. Their bits are the host's own, which names none of them.
+constexpr std::uint32_t kAudioCodecFlags = 0x10000040u;
+constexpr std::uint32_t kVideoCodecFlags = 0x10000023u;
 
 constexpr std::int8_t kVideoDirectionMode = 1;
 constexpr std::int32_t kForward = 1;
@@ -94,16 +98,16 @@ std::uint32_t CMFFmp4::EnumCodecs(std::int32_t stream, std::int32_t index, char*
   if (stream < 0) {
     if (shortCode) std::memcpy(shortCode, "AAC", 4);
     if (name) std::strcpy(name, "AAC Audio Stream");
-    store(flags, 0x10000040u);
-    return Mp4FourCc("mp4a");
+    store(flags, kAudioCodecFlags);
+    return kMp4a;
   }
   // Intended (quirk 5): if `name` is null, the short code is not written either.
   if (name) {
     if (shortCode) std::strcpy(shortCode, "AVC1 h.264");
     std::strcpy(name, "AVC1 h.264");
   }
-  store(flags, 0x10000023u);
-  return Mp4FourCc("avc1");
+  store(flags, kVideoCodecFlags);
+  return kAvc1;
 }
 
 std::uint32_t CMFFmp4::SetCodecOption(std::uint32_t channelMask, std::uint32_t stream, std::uint32_t option,

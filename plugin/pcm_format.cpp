@@ -1,6 +1,7 @@
 #include "plugin/pcm_format.h"
 
 #include "base/aac/audio_specific_config.h"
+#include "base/codec_code.h"
 #include "mp4box/boxes/dac3.h"
 
 namespace fmp4 {
@@ -35,8 +36,7 @@ PcmFormat formatOfAac(const std::vector<std::uint8_t>& configuration) {
 
 PcmFormat pcmFormatOf(Mp4Box* sampleEntry, const mp4::AudioSampleEntry& entry,
                       const std::vector<std::uint8_t>& audioConfiguration) {
-  PcmFormat format =
-      sampleEntry->type == Mp4FourCc("ac-3") ? formatOfAc3(sampleEntry) : formatOfAac(audioConfiguration);
+  PcmFormat format = sampleEntry->type == kAc3 ? formatOfAc3(sampleEntry) : formatOfAac(audioConfiguration);
   const std::uint32_t channels = entry.channels(), rate = entry.samplesPerSecond();
   if (channels > 0 && channels <= 0xFFFF) format.channels = static_cast<std::uint16_t>(channels);
   if (rate > 0) format.samplesPerSecond = rate;

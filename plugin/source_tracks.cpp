@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "base/bytes.h"
+#include "base/codec_code.h"
 #include "mp4box/audio_object_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/mdhd.h"
@@ -18,19 +19,13 @@ namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kAvc1 = Mp4FourCc("avc1");
-constexpr std::uint32_t kHvc1 = Mp4FourCc("hvc1");
-constexpr std::uint32_t kMp4a = Mp4FourCc("mp4a");
-constexpr std::uint32_t kAc3 = Mp4FourCc("ac-3");
-constexpr std::uint32_t kC608 = Mp4FourCc("c608");
-constexpr std::uint32_t kC708 = Mp4FourCc("c708");
-
 // Length of a video track until the index provides it: 20 hours at 24 frames per second.
 constexpr std::uint32_t kPlaceholderFrames = 1728000;
 
 // The size in the bitmap header includes the codec configuration and the fixed part of a sample entry.
 constexpr std::uint32_t kSampleEntryBytes = 86;
 
+// In the flags of a video description. Their bits are the host's own: it passes them on and names none.
 constexpr std::uint32_t kVideoFlagsCleared = 0x0D000000u;
 constexpr std::uint32_t kVideoFlagsSet = 0x02000000u;
 

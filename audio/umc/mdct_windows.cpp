@@ -1,12 +1,11 @@
 #include "audio/umc/mdct_windows.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace UMC {
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // The modified Bessel function of the first kind, order 0.
 double Bessel(double x) {
@@ -21,13 +20,14 @@ double Bessel(double x) {
 }  // namespace
 
 void MakeSineWindow(int half, float* window) {
-  for (int i = 0; i < half; ++i) window[i] = static_cast<float>(std::sin(kPi / (2 * half) * (i + 0.5)));
+  for (int i = 0; i < half; ++i)
+    window[i] = static_cast<float>(std::sin(std::numbers::pi / (2 * half) * (i + 0.5)));
 }
 
 void MakeKaiserBesselWindow(int half, double alpha, float* window) {
   const auto kernel = [=](int p) {
     const double x = 2.0 * p / half - 1;
-    return Bessel(kPi * alpha * std::sqrt(1 - x * x));
+    return Bessel(std::numbers::pi * alpha * std::sqrt(1 - x * x));
   };
   double total = 0;
   for (int p = 0; p <= half; ++p) total += kernel(p);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/codec_code.h"
 #include "base/text.h"
 #include "streaming/index/track_defaults.h"
 
@@ -21,13 +22,13 @@ const Payload* payloadAt(Mp4Box* box, const char* path) {
 // The kind of a track with a sample entry of this type.
 std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
   switch (sampleEntry) {
-    case Mp4FourCc("avc1"):
+    case kAvc1:
       return TrackKind::Video;
-    case Mp4FourCc("mp4a"):
+    case kMp4a:
       return TrackKind::Audio;
-    case Mp4FourCc("c608"):
+    case kC608:
       return TrackKind::Captions608;
-    case Mp4FourCc("c708"):
+    case kC708:
       return TrackKind::Captions708;
     default:
       return std::nullopt;

@@ -1,6 +1,7 @@
 #include "recording/write/default_boxes.h"
 
 #include "base/audio_units.h"
+#include "base/codec_code.h"
 #include "base/fourcc.h"
 
 namespace fmp4 {
@@ -145,13 +146,11 @@ mp4::Track Mp4SetUpAudioTrack(std::uint32_t trackId, std::uint32_t sampleRate) {
 }
 
 mp4::Track Mp4SetUp608Track(std::uint32_t trackId, std::uint32_t videoRate) {
-  return setUpCaptionTrack(trackId, videoRate, "Veltrane 608 Closed Captions Media Handler",
-                           Mp4FourCc("c608"));
+  return setUpCaptionTrack(trackId, videoRate, "Veltrane 608 Closed Captions Media Handler", kC608);
 }
 
 mp4::Track Mp4SetUp708Track(std::uint32_t trackId, std::uint32_t videoRate) {
-  return setUpCaptionTrack(trackId, videoRate, "Veltrane 708 Closed Captions Media Handler",
-                           Mp4FourCc("c708"));
+  return setUpCaptionTrack(trackId, videoRate, "Veltrane 708 Closed Captions Media Handler", kC708);
 }
 
 mp4::MovieExtends Mp4SetUpMovieExtends(mp4::TrackSet tracks, std::uint32_t videoScale, bool withHeader) {

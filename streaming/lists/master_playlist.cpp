@@ -6,8 +6,7 @@
 #include <locale>
 #include <sstream>
 
-#include "base/aac/audio_specific_config.h"
-#include "base/text.h"
+#include "streaming/lists/codec_text.h"
 #include "streaming/lists/uri.h"
 
 namespace fmp4 {
@@ -45,13 +44,9 @@ BitRate bitRateOf(const std::string& playlist) {
 }  // namespace
 
 std::string codecsText(std::span<const std::uint8_t> avcRecord, std::span<const std::uint8_t> audioConfig) {
-  std::string text = "avc1";
-  if (avcRecord.size() > 1)
-    text.append(".").append(hexText(avcRecord.subspan(1, std::min<std::size_t>(3, avcRecord.size() - 1))));
-  UMC::aac::AudioSpecificConfig config{};
-  if (UMC::aac::ParseAudioSpecificConfig(audioConfig.data(), audioConfig.size(), config))
-    text.append(",mp4a.40.").append(std::to_string(config.signalledType));
-  return text;
+  const std::string video = avcCodecText(avcRecord.subspan(std::min<std::size_t>(1, avcRecord.size())));
+  const std::string audio = aacCodecText(audioConfig);
+  return audio.empty() ? video : video + "," + audio;
 }
 
 std::string masterPlaylistText(const MasterPlaylist& master) {

@@ -1,26 +1,17 @@
 #include "streaming/lists/mpd_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 
 #include "base/number_text.h"
+#include "streaming/lists/codec_text.h"
 #include "streaming/lists/uri.h"
 
 namespace fmp4 {
 
 namespace {
-
-std::string hexByte(unsigned value) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  return {kDigits[value >> 4 & 15], kDigits[value & 15]};
-}
-
-// "mp4a.40." and the audio object type. Intended (quirk 50): the type is taken from two bits of the object
-// type byte.
-std::string audioCodec(std::uint8_t objectType) {
-  return std::string("mp4a.40.").append(hexByte((objectType & 3u) + 2u));
-}
 
 // Replaces markup characters by character references. In attribute values these include quotation marks.
 std::string escaped(std::string_view text, bool inAttribute) {
@@ -118,8 +109,9 @@ MpdWriter::List MpdWriter::beginVideo(const MpdVideo& video, bool separateAudio)
   xml.line(1, "<Period").attribute("start", durationText(0, video.rate)).attribute("id", 1).add(">\n");
   xml.line(2, "<AdaptationSet>\n");
   xml.line(3, "<Representation").attribute("id", 1).attribute("mimeType", "video/mp4");
-  std::string codecs = "avc1." + hexByte(video.profile) + "00" + hexByte(video.level);
-  if (video.sound) codecs.append(",").append(audioCodec(video.sound->objectType));
+  const std::array<std::uint8_t, 3> avc = {video.profile, 0, video.level};
+  std::string codecs = avcCodecText(avc);
+  if (video.sound) codecs.append(",").append(manifestAudioCodecText(video.sound->objectType));
   xml.attribute("codecs", codecs).attribute("width", video.width).attribute("height", video.height);
   xml.attribute("frameRate",
                 std::to_string(video.rate.numerator) + "/" + std::to_string(video.rate.denominator));
@@ -147,7 +139,7 @@ MpdWriter::List MpdWriter::beginAudio(const MpdAudio& audio) {
   endSegmentList(xml);
   xml.line(2, "<AdaptationSet>\n");
   xml.line(3, "<Representation").attribute("id", 2).attribute("mimeType", "audio/mp4");
-  xml.attribute("codecs", audioCodec(audio.objectType));
+  xml.attribute("codecs", manifestAudioCodecText(audio.objectType));
   xml.attribute("audioSamplingRate", audio.segments.timescale);
   xml.attribute("bandwidth", std::uint64_t{audio.byteRate} * 8);
   beginSegmentList(xml, audio.segments);

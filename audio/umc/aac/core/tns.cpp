@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 #include "base/aac/audio_specific_config.h"
 
 namespace UMC::aac {
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // Reflection coefficients of the transmitted values, by resolution (3 or 4 bits).
 struct Reflections {
@@ -19,7 +18,7 @@ struct Reflections {
       const int half = 1 << (bits - 1);
       for (int value = -half; value < half; ++value) {
         const double steps = half + (value >= 0 ? -0.5 : 0.5);
-        table[bits - 3][value + half] = static_cast<float>(std::sin(value * kPi / 2 / steps));
+        table[bits - 3][value + half] = static_cast<float>(std::sin(value * std::numbers::pi / 2 / steps));
       }
     }
   }
