@@ -39,7 +39,7 @@ FFmpegDecoder::~FFmpegDecoder() {
   if (m_frame != nullptr) ffmpeg.av_frame_free(&m_frame);
 }
 
-std::int32_t FFmpegDecoder::Decode(std::uint8_t* output, std::uint32_t room, std::uint32_t* outputBytes,
+std::int32_t FFmpegDecoder::Decode(std::uint8_t* output, std::uint32_t space, std::uint32_t* outputBytes,
                                    const std::uint8_t* input, std::uint32_t inputBytes,
                                    std::uint32_t duration) {
   constexpr std::uint64_t kLimitBytesPerFrame = 64;
@@ -64,7 +64,7 @@ std::int32_t FFmpegDecoder::Decode(std::uint8_t* output, std::uint32_t room, std
                                     FieldAt<int>(m_context, ffmpeg57::kContextSampleFormat),
                                     FieldAt<int>(m_context, ffmpeg57::kContextChannels),
                                     FieldAt<int>(m_frame, ffmpeg57::kFrameSamples)};
-    *outputBytes = ConvertSamples(samples, output, kLimitBytesPerFrame * duration, room / kPairBytes);
+    *outputBytes = ConvertSamples(samples, output, kLimitBytesPerFrame * duration, space / kPairBytes);
   }
   m_next = input + (inputBytes - m_rest);
   return static_cast<std::int32_t>(m_rest);
@@ -82,11 +82,11 @@ void FFmpegDecoder::DropRest() {
 // the input exceeds the maximum packet size.
 bool FFmpegDecoder::TakePacket(const std::uint8_t* input, std::uint32_t bytes) {
   if (bytes > static_cast<std::uint32_t>(std::numeric_limits<int>::max())) return false;
-  const std::size_t room = bytes + ffmpeg57::kPacketPadding;
-  if (room > m_packetRoom) {
-    const std::size_t grown = std::bit_ceil(room);
+  const std::size_t space = bytes + ffmpeg57::kPacketPadding;
+  if (space > m_packetSpace) {
+    const std::size_t grown = std::bit_ceil(space);
     m_packet.reset(new (std::nothrow) std::uint8_t[grown]);
-    m_packetRoom = m_packet == nullptr ? 0 : grown;
+    m_packetSpace = m_packet == nullptr ? 0 : grown;
     if (m_packet == nullptr) return false;
   }
   std::memcpy(m_packet.get(), input, bytes);

@@ -24,7 +24,7 @@ class FFmpegDecoder {
   // number of input bytes left, or -1 if the decoder fails. Input that begins where the last call stopped,
   // and is exactly what it left, continues the packet; any other input begins a new packet, and the rest of
   // the last one is dropped.
-  std::int32_t Decode(std::uint8_t* output, std::uint32_t room, std::uint32_t* outputBytes,
+  std::int32_t Decode(std::uint8_t* output, std::uint32_t space, std::uint32_t* outputBytes,
                       const std::uint8_t* input, std::uint32_t inputBytes, std::uint32_t duration);
 
   // Discards what the last call left of its input. The decoder still receives it, as FFmpeg accepts no new
@@ -41,7 +41,7 @@ class FFmpegDecoder {
   bool m_opened = false;
   ffmpeg57::Frame* m_frame = nullptr;        // allocated on first use
   std::unique_ptr<std::uint8_t[]> m_packet;  // a copy of the input, zero-padded
-  std::size_t m_packetRoom = 0;              // allocated bytes; never shrinks
+  std::size_t m_packetSpace = 0;             // allocated bytes; never shrinks
   std::uint32_t m_packetBytes = 0;           // bytes of input in `m_packet`
   std::uint32_t m_rest = 0;                  // bytes at the end of the packet still to be decoded
   const std::uint8_t* m_next = nullptr;      // their address in the caller's input; never dereferenced

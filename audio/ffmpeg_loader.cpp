@@ -215,7 +215,7 @@ State& state() {
 }
 
 // Whether it is time to report again that libavcodec is missing.
-bool reportIsDue(State& s) {
+bool isReportDue(State& s) {
   const std::uint64_t now = vsyncGetCurMs();
   if (s.lastReport && now - *s.lastReport < kReportInterval) return false;
   s.lastReport = now;
@@ -235,7 +235,7 @@ Outcome loadBoth(State& s) {
   };
   const auto fitsAvcodec = [&](void* avutil) { return isBoundTo(s.avcodec.handle(), avutil); };
   if (!s.avcodec.loaded() && !s.avcodec.load(kAvcodec, fitsAvutil, s.functions))
-    return {VL_FFMPEG_MISSING, reportIsDue(s) ? kNoAvcodec : nullptr};
+    return {VL_FFMPEG_MISSING, isReportDue(s) ? kNoAvcodec : nullptr};
   if (!s.avutil.loaded()) {
     if (!s.avutil.load(kAvutil, fitsAvcodec, s.functions)) return {VL_FFMPEG_MISSING, kNoAvutil};
     if (s.functions.av_log_set_callback) s.functions.av_log_set_callback(&swallowLog);

@@ -37,10 +37,10 @@ Measured load(const char* library) {
   }
   close(ends[1]);
   Measured measured;
-  const bool told = read(ends[0], &measured.cpuSeconds, sizeof measured.cpuSeconds) > 0;
+  const bool received = read(ends[0], &measured.cpuSeconds, sizeof measured.cpuSeconds) > 0;
   close(ends[0]);
   waitpid(child, nullptr, 0);
-  if (!told || measured.cpuSeconds < 0) throw std::runtime_error(std::string(library) + " does not load");
+  if (!received || measured.cpuSeconds < 0) throw std::runtime_error(std::string(library) + " does not load");
   return measured;
 }
 

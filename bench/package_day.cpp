@@ -15,7 +15,7 @@ constexpr double kMinute = 60;
 
 std::string makeDay(const TempFolder& folder) {
   const std::string minute = folder.file("minute.mp4"), path = folder.file("source.mp4");
-  makeMedia(minute, pictureInput(kMinute, "30", "320x180") + toneInput(kMinute) + h264Codec() +
+  makeMedia(minute, videoInput(kMinute, "30", "320x180") + toneInput(kMinute) + h264Codec() +
                         std::vector<std::string>{"-b:v", "80k", "-c:a", "aac", "-b:a", "48k"});
   makeMedia(path, "-stream_loop", "1439", "-i", minute, "-c", "copy", "-movflags",
             "+frag_keyframe+empty_moov+default_base_moof");

@@ -26,7 +26,7 @@ std::string makeSource(const TempFolder& folder) {
   const std::string piece = folder.file("piece.mp4"), list = folder.file("list.txt"),
                     path = folder.file("source.mp4");
   makeMedia(piece,
-            pictureInput(kSourceSeconds, "30", "1280x720") + toneInput(kSourceSeconds) + h264Codec() +
+            videoInput(kSourceSeconds, "30", "1280x720") + toneInput(kSourceSeconds) + h264Codec() +
                 std::vector<std::string>{"-b:v", "21M", "-minrate", "21M", "-maxrate", "21M", "-bufsize",
                                          "4M", "-x264-params", "nal-hrd=cbr", "-c:a", "aac"});
   std::ofstream names(list);
@@ -105,7 +105,7 @@ class SyntheticRecording {
 
   void writeSeconds(std::uint32_t seconds) {
     for (const std::uint64_t end = frames_ + std::uint64_t{seconds} * rate_; frames_ < end; ++frames_) {
-      for (; sounds_ * 1024 * rate_ < (frames_ + 1) * 48000; ++sounds_)
+      for (; audioUnits_ * 1024 * rate_ < (frames_ + 1) * 48000; ++audioUnits_)
         file_->Write(0, 1, 3, QVR_MODE_AUDIO, descriptor_.get(), nullptr);
       file_->Write(static_cast<std::uint32_t>(frames_), 1, 1, QVR_MODE_VIDEO, descriptor_.get(), nullptr);
     }
@@ -126,7 +126,7 @@ class SyntheticRecording {
   std::vector<std::uint8_t> bytes_ = std::vector<std::uint8_t>(100, 0x55);
   std::unique_ptr<DFRAME> descriptor_ = std::make_unique<DFRAME>();
   std::uint64_t frames_ = 0;
-  std::uint64_t sounds_ = 0;
+  std::uint64_t audioUnits_ = 0;
 };
 
 double processorSeconds() {

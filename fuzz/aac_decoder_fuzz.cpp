@@ -31,17 +31,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   UMC::AACDecoder decoder;
   if (decoder.Init(&params) != UMC::UMC_OK) return 0;
-  UMC::aac::AudioSpecificConfig told;
-  if (!configured && UMC::aac::ParseAudioSpecificConfig(config.data(), config.size(), told)) {
-    decoder.SetConfiguration(told);
+  UMC::aac::AudioSpecificConfig signalled;
+  if (!configured && UMC::aac::ParseAudioSpecificConfig(config.data(), config.size(), signalled)) {
+    decoder.SetConfiguration(signalled);
   }
 
-  static std::vector<std::uint8_t> room(4 * 8 * 2048 * 2);
+  static std::vector<std::uint8_t> space(4 * 8 * 2048 * 2);
   input.SetBufferPointer(bytes.data(), bytes.size());
   input.SetDataSize(bytes.size());
   for (std::uint64_t left = bytes.size() + 1; input.GetDataSize() < left;) {
     left = input.GetDataSize();
-    output.SetBufferPointer(room.data(), room.size());
+    output.SetBufferPointer(space.data(), space.size());
     const UMC::Status status = decoder.GetFrame(&input, &output);
     if (status >= UMC::UMC_OK && output.GetDataSize() == 0) std::abort();
   }

@@ -23,18 +23,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (decoder.Init(&params) != UMC::UMC_OK) return 0;
 
   constexpr std::size_t kChannelBytes = 3072;
-  static std::vector<std::uint8_t> room(6 * kChannelBytes);
+  static std::vector<std::uint8_t> space(6 * kChannelBytes);
   UMC::MediaData input, output;
   input.SetBufferPointer(bytes.data(), bytes.size());
   input.SetDataSize(bytes.size());
   for (std::uint64_t left = bytes.size() + 1; input.GetDataSize() < left;) {
     left = input.GetDataSize();
-    output.SetBufferPointer(room.data(), room.size());
+    output.SetBufferPointer(space.data(), space.size());
     const UMC::Status status = decoder.GetFrame(&input, &output);
     if (status < UMC::UMC_OK) continue;
     const std::uint64_t made = output.GetDataSize();
     if (made == 0 || made % kChannelBytes != 0) std::abort();
-    const bool silent = room[0] == 0 && std::memcmp(room.data(), room.data() + 1, made - 1) == 0;
+    const bool silent = space[0] == 0 && std::memcmp(space.data(), space.data() + 1, made - 1) == 0;
     if (status == UMC::UMC_WRN_CRC_MISMATCH && !silent) std::abort();
   }
   return 0;

@@ -34,7 +34,7 @@ void read(CMFFmp4& file, std::uint32_t frame, std::uint32_t mode) {
 }
 
 // Ranges of audio from the start, and from anywhere in a track of `total` PCM frames.
-void readSound(CMFFmp4& file, std::uint32_t total, std::minstd_rand& random) {
+void readAudio(CMFFmp4& file, std::uint32_t total, std::minstd_rand& random) {
   constexpr std::uint32_t kMaxSamples = 4096;
   std::vector<std::uint8_t> buffer(kMaxSamples * 16);
   for (std::uint32_t i = 0; i < 16; ++i) {
@@ -61,7 +61,7 @@ void readAll(CMFFmp4& file, std::uint32_t audioFrames, std::minstd_rand random) 
       for (const std::int32_t direction : {0, 1}) file.FindKeyFrame(1, kVideoDirection, frame, direction);
     }
   }
-  readSound(file, audioFrames, random);
+  readAudio(file, audioFrames, random);
 }
 
 }  // namespace

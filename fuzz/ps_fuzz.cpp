@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kMaxFrames = 24;  // an input of empty payloads alone would be thousands
 
-struct Room {
+struct Space {
   PsData data;
   PsState state;
   PsScratch scratch;
@@ -33,7 +33,7 @@ struct Room {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   const int slots = (data[0] & 1) != 0 ? 30 : 32;
-  const auto room = std::make_unique<Room>();
+  const auto space = std::make_unique<Space>();
   int frames = 0;
   for (std::size_t at = 1; at < size && frames < kMaxFrames; ++frames) {
     const std::size_t length = std::min<std::size_t>(data[at], size - at - 1);
@@ -42,23 +42,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     bytes.shrink_to_fit();
     at += 1 + length;
     BitWindow stream(bytes.data(), bytes.size());
-    if (length > 0) ParsePsData(stream, 8 * length, slots, room->data);
+    if (length > 0) ParsePsData(stream, 8 * length, slots, space->data);
     // Sometimes louder than any real signal.
     const float scale = length % 4 == 1 ? 0x1p20f : 1;
     int value = static_cast<int>(at);
-    for (auto& slot : room->left) {
+    for (auto& slot : space->left) {
       for (Ipp32fc& sample : slot) {
         value = (value * 7919 + 1) % 65536;
         sample = {scale * static_cast<float>(value - 32768), scale * static_cast<float>(value % 1024)};
       }
     }
-    ApplyParametricStereo(room->data, room->state, room->scratch, slots, room->left, room->right);
+    ApplyParametricStereo(space->data, space->state, space->scratch, slots, space->left, space->right);
     const auto finite = [](const Ipp32fc& sample) {
       return std::isfinite(sample.re) && std::isfinite(sample.im);
     };
     for (int slot = 0; slot < slots; ++slot) {
-      if (!std::all_of(room->left[slot], room->left[slot] + kIppsSbrBands, finite)) std::abort();
-      if (!std::all_of(room->right[slot], room->right[slot] + kIppsSbrBands, finite)) std::abort();
+      if (!std::all_of(space->left[slot], space->left[slot] + kIppsSbrBands, finite)) std::abort();
+      if (!std::all_of(space->right[slot], space->right[slot] + kIppsSbrBands, finite)) std::abort();
     }
   }
   return 0;

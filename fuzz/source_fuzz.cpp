@@ -45,7 +45,7 @@ void goThrough(SampleSource& source) {
   SourceTrack& video = *found;
   PackageOptions options;
   PackagePlan plan = planPackage(video, options, [](const std::string&) {});
-  PictureTimes times(video, plan);
+  FrameTimes times(video, plan);
   SourceCaptions cc608(source, source.trackOfCodec(Mp4FourCc("c608")));
   SourceCaptions cc708(source, source.trackOfCodec(Mp4FourCc("c708")));
   video.wanted = true;

@@ -51,10 +51,10 @@ void FuzzWrapper(std::uint32_t codec, const std::uint8_t* data, std::size_t size
         const std::uint64_t end = wrapper.BufferStart() + wrapper.BufferedFrames();
         const std::uint64_t frames =
             position < end ? std::min<std::uint64_t>(operand, end - position) : operand;
-        std::vector<std::uint8_t> room(std::max<std::size_t>(frames, 1) * (wrapper.BitsPerSample() / 8) *
-                                       std::max(wrapper.Channels(), 1u));
+        std::vector<std::uint8_t> space(std::max<std::size_t>(frames, 1) * (wrapper.BitsPerSample() / 8) *
+                                        std::max(wrapper.Channels(), 1u));
         std::uint32_t offset = 0;
-        wrapper.PullAudio(position, static_cast<std::uint32_t>(frames), room.data(), &offset);
+        wrapper.PullAudio(position, static_cast<std::uint32_t>(frames), space.data(), &offset);
         position += frames;
         break;
       }

@@ -118,11 +118,10 @@ Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset) {
   if (!state) return nullptr;
   while (state->nextOffset <= offset && Mp4ReadNextBox(stream, root)) {
   }
-  const auto behind =
-      std::upper_bound(state->boxes.begin(), state->boxes.end(), offset,
-                       [](std::uint64_t at, const Mp4Box* box) { return at < box->position; });
-  if (behind == state->boxes.begin()) return nullptr;
-  Mp4Box* box = *std::prev(behind);
+  const auto after = std::upper_bound(state->boxes.begin(), state->boxes.end(), offset,
+                                      [](std::uint64_t at, const Mp4Box* box) { return at < box->position; });
+  if (after == state->boxes.begin()) return nullptr;
+  Mp4Box* box = *std::prev(after);
   return box->position == offset ? box : nullptr;
 }
 

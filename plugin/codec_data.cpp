@@ -36,9 +36,9 @@ std::optional<std::vector<std::uint8_t>> avcRecordOf(const QVRVIDEO& video) {
   if (Mp4LoadU32(box + 4) != Mp4FourCc("avcC")) return std::vector<std::uint8_t>();
   const std::uint32_t size = Mp4LoadU32(box);
   // A bitmap header that specifies its total size limits the data after it.
-  const std::uint32_t told = video.bitmap.size;
+  const std::uint32_t statedSize = video.bitmap.size;
   if (size < kBoxHeader || size > sizeof video.colourTable) return std::nullopt;
-  if (told > kBitmapHeader && size > told - kBitmapHeader) return std::nullopt;
+  if (statedSize > kBitmapHeader && size > statedSize - kBitmapHeader) return std::nullopt;
   std::vector<std::uint8_t> record(box + kBoxHeader, box + size);
   if (!holdsItsParameterSets(record)) return std::nullopt;
   return record;

@@ -47,10 +47,10 @@ std::uint32_t Recorder::createVideo(const std::string& name) {
   // The manifest or the playlist would overwrite media of the same name.
   const bool nameTaken = path == manifest || path == videoPlaylistPath(path);
   // Stale manifests and playlists refer to deleted media; stale audio would be taken for the new.
-  const std::vector<std::string> former = staleRecordingFiles(path, manifest);
+  const std::vector<std::string> previous = staleRecordingFiles(path, manifest);
   const bool created = !nameTaken && videoRecording_->create(path);
   if (hasReplaced(videoRecording_->file()))
-    for (const std::string& file : former) removeStaleFile(file);
+    for (const std::string& file : previous) removeStaleFile(file);
   if (!created) return refuse(messages::kCannotCreateVideo);
   handle_ = videoRecording_->file().handle();
   videoPath_ = path;

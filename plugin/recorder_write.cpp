@@ -110,7 +110,7 @@ VideoSettings Recorder::videoSettings() const {
   settings.avcRecord = avcRecordOf(host_.video).value_or(std::vector<std::uint8_t>());
   settings.captions608 = host_.info.captions & QVR_CAPTIONS_608;
   settings.captions708 = host_.info.captions & QVR_CAPTIONS_708;
-  if (host_.audioMask != 0 && !hasSeparateAudio(videoPath_)) settings.sound = audioSettings();
+  if (host_.audioMask != 0 && !hasSeparateAudio(videoPath_)) settings.audio = audioSettings();
   return settings;
 }
 

@@ -39,8 +39,8 @@ std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* s
 std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYSTEM* system,
                                         const QVRVIDEO* video, const QVRAUDIO* audio, const QVRINFO* info) {
   // Audio that cannot be recorded leaves the previous description unchanged.
-  const char* const noSound = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
-  CAMediaFile::SetFileInfo(channelMask, system, video, noSound ? nullptr : audio, info);
+  const char* const noAudio = m_fCreateFile() && audio ? audioRefusal(*audio) : nullptr;
+  CAMediaFile::SetFileInfo(channelMask, system, video, noAudio ? nullptr : audio, info);
   if (info) takeInformation(*info);
   std::uint32_t result = VL_FAILED;
   if (system) {
@@ -51,7 +51,7 @@ std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYST
     result = takeVideo();
     if (result != VL_OK) return result;
   }
-  if (noSound) return refuse(noSound);
+  if (noAudio) return refuse(noAudio);
   if (audio) takeAudio(channelMask);
   return audio ? VL_OK : result;
 }

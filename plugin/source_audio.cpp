@@ -71,8 +71,9 @@ std::uint32_t Source::readAudio(std::uint32_t frame, std::uint32_t count, std::u
   if (frame == QVR_NOT_SET) frame = track->nextExpected == QVR_NOT_SET ? 0 : track->nextExpected;
   if (frame > audio.stream.length) return VL_FAILED;
   const bool leads = fccIsCompressedAudio(audio.codec) && frame < audio.stream.initialFrames;
-  const std::uint32_t told = track->deliveredBufferSize({host_.video.stream.rate, host_.video.stream.scale});
-  if (!descriptor) return leads ? host_.audio.wave.blockAlign * 2u : told;
+  const std::uint32_t bufferBytes =
+      track->deliveredBufferSize({host_.video.stream.rate, host_.video.stream.scale});
+  if (!descriptor) return leads ? host_.audio.wave.blockAlign * 2u : bufferBytes;
 
   if (track->undecodable()) return VL_FAILED;
   if (frame == audio.stream.length && count != 0) {
@@ -88,11 +89,11 @@ std::uint32_t Source::readAudio(std::uint32_t frame, std::uint32_t count, std::u
   }
   const std::uint64_t wanted = std::min<std::uint64_t>(count, audio.stream.length - frame);
   // Without a stated capacity the host sized its buffer by its own count or by the size reported to it.
-  const std::uint64_t room =
+  const std::uint64_t space =
       descriptor->dataCapacity != 0
           ? descriptor->dataCapacity
-          : std::max<std::uint64_t>(requestedBytes(host_.audio.wave, audio.wave, count), told);
-  if (wanted * frameSize > std::min<std::uint64_t>(room, 0xFFFFFFFFu)) {
+          : std::max<std::uint64_t>(requestedBytes(host_.audio.wave, audio.wave, count), bufferBytes);
+  if (wanted * frameSize > std::min<std::uint64_t>(space, 0xFFFFFFFFu)) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
   }

@@ -70,8 +70,8 @@ std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
 // Copies the packet from its "ccdp" box. A sample without a packet, or with one that exceeds the caption
 // area, adds nothing.
 void Source::takeCc708Sample(DFRAME& descriptor) {
-  constexpr std::size_t kRoom = sizeof descriptor.captions - kDistributionStart;
-  std::array<std::uint8_t, kBoxHeader + kRoom> sample;
+  constexpr std::size_t kSpace = sizeof descriptor.captions - kDistributionStart;
+  std::array<std::uint8_t, kBoxHeader + kSpace> sample;
   const std::size_t held = std::min<std::size_t>(cc708Cursor_.sampleSize(), sample.size());
   if (held <= kBoxHeader ||
       cc708Cursor_.readAt(*index_, cc708Cursor_.sampleOffset(), held, sample.data()) < 0)

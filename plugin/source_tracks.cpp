@@ -126,7 +126,7 @@ std::uint32_t Source::takeCodecConfiguration(const Mp4Box* sampleEntry) {
 // The nominal frame duration of the track, 0 if unknown. Reads as many fragments as necessary.
 std::uint32_t Source::nominalDuration(const IndexedTrack& track) {
   NominalDuration nominal(track.trex ? track.trex->defaultSampleDuration : 0);
-  for (unsigned long i = 0; !nominal.settled(); ++i) {
+  for (unsigned long i = 0; !nominal.converged(); ++i) {
     const Mp4Box* moof = Mp4BoxGet(&stream_, root_.get(), false, "moof[%lu]", i);
     if (!moof) break;
     const TrackFragment fragment = readTrackFragment(moof, track.trackId);

@@ -75,8 +75,8 @@ Status MediaData::Close() {
 Status MediaData::MoveDataTo(MediaData* target) {
   if (m_data == nullptr || m_dataSize == 0) return UMC_ERR_NOT_INITIALIZED;
   if (target == nullptr || target->m_buffer == nullptr) return UMC_ERR_NULL_PTR;
-  const std::uint64_t room = target->m_bufferSize - target->Consumed() - target->m_dataSize;
-  const auto count = static_cast<std::size_t>(std::min(m_dataSize, room));
+  const std::uint64_t space = target->m_bufferSize - target->Consumed() - target->m_dataSize;
+  const auto count = static_cast<std::size_t>(std::min(m_dataSize, space));
   ippsCopy_8u(m_data, target->m_data + target->m_dataSize, count);
   target->m_dataSize += count;
   target->m_startTime = m_startTime;

@@ -17,17 +17,17 @@ constexpr std::uint8_t kOcrStream = 0x20;
 class DescriptorContent {
  public:
   DescriptorContent(Mp4Fields& f, std::uint32_t length)
-      : f_(f), behind_(f.remaining() - std::min<std::uint64_t>(length, f.remaining())) {}
+      : f_(f), after_(f.remaining() - std::min<std::uint64_t>(length, f.remaining())) {}
 
   // The remaining bytes of the descriptor.
   void rest(std::vector<std::uint8_t>& bytes) {
     const std::uint64_t left = f_.remaining();
-    f_.blob("extension", bytes, f_.reading() ? left - std::min(left, behind_) : bytes.size());
+    f_.blob("extension", bytes, f_.reading() ? left - std::min(left, after_) : bytes.size());
   }
 
  private:
   Mp4Fields& f_;
-  std::uint64_t behind_;  // bytes after the end of the descriptor
+  std::uint64_t after_;  // bytes after the end of the descriptor
 };
 
 void tag(Mp4Fields& f, std::uint8_t value) {

@@ -55,15 +55,16 @@ std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
   const XMLElement* const audioSet = videoSet->NextSiblingElement("AdaptationSet");
   const XMLElement* const audio = representationOf(audioSet);
   const char* const time = mpd->Attribute("availabilityStartTime");
-  PreviousManifest former;
-  former.startTime = dateTime(time ? time : "");
-  former.placesAudio = audioSet != nullptr;
-  former.videoSegmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
+  PreviousManifest previous;
+  previous.startTime = dateTime(time ? time : "");
+  previous.placesAudio = audioSet != nullptr;
+  previous.videoSegmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
   if (const XMLElement* const audioList = segmentListOf(audioSet))
-    former.audioSegmentTicks = numberOf<std::uint64_t>(audioList->Attribute("duration"));
+    previous.audioSegmentTicks = numberOf<std::uint64_t>(audioList->Attribute("duration"));
   const auto bitRate = numberOf<std::uint64_t>(audio ? audio->Attribute("bandwidth") : nullptr);
-  if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu) former.audioByteRate = static_cast<std::uint32_t>(*bitRate / 8);
-  return former;
+  if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu)
+    previous.audioByteRate = static_cast<std::uint32_t>(*bitRate / 8);
+  return previous;
 }
 
 std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, const std::string& mediaName,
@@ -73,16 +74,16 @@ std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, co
   constexpr std::string_view kTarget = "#EXT-X-TARGETDURATION:", kTime = "#EXT-X-PROGRAM-DATE-TIME:";
   constexpr int kHeaderLines = 7;
   std::ifstream file(vlPath(path));
-  PreviousPlaylist former;
+  PreviousPlaylist previous;
   bool mapped = false;
   std::string line;
   for (int i = 0; i < kHeaderLines && std::getline(file, line); ++i) {
     if (line.ends_with('\r')) line.pop_back();  // Windows line end
     if (line == map) mapped = true;
-    if (line.starts_with(kTarget)) former.targetDuration = numberOf<std::uint32_t>(&line[kTarget.size()]);
-    if (line.starts_with(kTime)) former.startTime = dateTime(std::string_view(line).substr(kTime.size()));
+    if (line.starts_with(kTarget)) previous.targetDuration = numberOf<std::uint32_t>(&line[kTarget.size()]);
+    if (line.starts_with(kTime)) previous.startTime = dateTime(std::string_view(line).substr(kTime.size()));
   }
-  return mapped ? std::optional(former) : std::nullopt;
+  return mapped ? std::optional(previous) : std::nullopt;
 }
 
 }  // namespace fmp4

@@ -33,15 +33,16 @@ struct PreviousSegment {
 // Frames or samples of a full segment. The only fragment of a file may be a short one, and a file without
 // fragments says nothing: the existing manifest and playlist are then asked.
 std::uint64_t segmentLength(const RecordedMedia& media, double rate, std::uint64_t positionsPerFrame,
-                            const PreviousSegment& former) {
+                            const PreviousSegment& previous) {
   const std::uint64_t fragments = media.fragmentsPerSegment();
   if (const std::uint64_t frames = media.framesPerFragment()) return frames * fragments * positionsPerFrame;
-  if (former.positions) return *former.positions;
+  if (previous.positions) return *previous.positions;
   const std::uint64_t has = media.fragments().empty() ? 0 : media.fragments().front().samples;
-  if (former.targetDuration && has == 0) return static_cast<std::uint64_t>(*former.targetDuration * rate);
+  if (previous.targetDuration && has == 0) return static_cast<std::uint64_t>(*previous.targetDuration * rate);
   const auto lengthOf = [&](std::uint64_t frames) { return frames * fragments * positionsPerFrame; };
   const auto fits = [&](std::uint64_t frames) {
-    return !former.targetDuration || playlistTargetDuration(lengthOf(frames), rate) == *former.targetDuration;
+    return !previous.targetDuration ||
+           playlistTargetDuration(lengthOf(frames), rate) == *previous.targetDuration;
   };
   for (std::uint64_t frames = kMaxFramesPerFragment; !fits(has) && frames > has; --frames) {
     if (fits(frames)) return lengthOf(frames);
@@ -73,11 +74,11 @@ void addSegments(MpdWriter& manifest, MpdWriter::List list, const RecordedMedia&
 std::uint32_t byteRateOf(const RecordedMedia& audio) {
   const std::uint64_t rate = audio.movie()->indexedTrack().timescale;
   return static_cast<std::uint32_t>(
-      std::min<std::uint64_t>(scaleExactly(audio.soundBytes(), rate, audio.positions()), 0xFFFFFFFFu));
+      std::min<std::uint64_t>(scaleExactly(audio.audioBytes(), rate, audio.positions()), 0xFFFFFFFFu));
 }
 
 std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, bool placesAudio,
-                       const std::optional<PreviousManifest>& former, const std::string& startTime) {
+                       const std::optional<PreviousManifest>& previous, const std::string& startTime) {
   const RecordedMovie& movie = *video.media.movie();
   mp4::AVCConfigurationBox avcC;
   avcC.record = movie.avcRecord;
@@ -87,17 +88,18 @@ std::string manifestOf(const Listed& video, const std::optional<Listed>& audio, 
   listed.width = movie.width;
   listed.height = movie.height;
   listed.rate = movie.frameRate();
-  if (const auto& sound = movie.tracks[TrackKind::Audio])
-    listed.sound = {movie.audioObjectType, sound->timescale};
+  if (const auto& listedAudio = movie.tracks[TrackKind::Audio])
+    listed.audio = {movie.audioObjectType, listedAudio->timescale};
   listed.segments = segmentsOf(video, movie.indexedTrack().defaultSampleDuration);
   listed.startTime = startTime;
   MpdWriter manifest("");
   addSegments(manifest, manifest.beginVideo(listed, placesAudio), video.media);
   if (audio) {
-    const MpdAudio sound{audio->media.movie()->audioObjectType,
-                         former && former->audioByteRate ? *former->audioByteRate : byteRateOf(audio->media),
-                         segmentsOf(*audio, 1)};
-    addSegments(manifest, manifest.beginAudio(sound), audio->media);
+    const MpdAudio listedAudio{
+        audio->media.movie()->audioObjectType,
+        previous && previous->audioByteRate ? *previous->audioByteRate : byteRateOf(audio->media),
+        segmentsOf(*audio, 1)};
+    addSegments(manifest, manifest.beginAudio(listedAudio), audio->media);
   }
   manifest.setDuration(video.media.positions());
   return manifest.text();
@@ -138,23 +140,24 @@ Recording::Lists Recording::lists() const {
   const std::string videoTime = videoList ? videoList->startTime : "";
   const std::string audioTime = audioList ? audioList->startTime : "";
 
-  std::optional<Listed> sound;
+  std::optional<Listed> listedAudio;
   if (audio()) {
     const double rate = audio()->movie()->indexedTrack().timescale;
-    const PreviousSegment former{manifest ? manifest->audioSegmentTicks : std::nullopt,
-                                 audioList ? audioList->targetDuration : std::nullopt};
-    sound.emplace(Listed{*audio(), rate, segmentLength(*audio(), rate, kAacFrameSamples, former)});
-    lists.audioPlaylist = playlistOf(*sound, firstOf({audioTime, manifestTime, videoTime, now}));
+    const PreviousSegment previous{manifest ? manifest->audioSegmentTicks : std::nullopt,
+                                   audioList ? audioList->targetDuration : std::nullopt};
+    listedAudio.emplace(Listed{*audio(), rate, segmentLength(*audio(), rate, kAacFrameSamples, previous)});
+    lists.audioPlaylist = playlistOf(*listedAudio, firstOf({audioTime, manifestTime, videoTime, now}));
   }
   if (!video()) return lists;
   const double rate = video()->movie()->frameRate().value();
   const std::uint32_t frameTicks = video()->movie()->indexedTrack().defaultSampleDuration;
-  PreviousSegment former{std::nullopt, videoList ? videoList->targetDuration : std::nullopt};
-  if (manifest && manifest->videoSegmentTicks) former.positions = *manifest->videoSegmentTicks / frameTicks;
-  const Listed picture{*video(), rate, segmentLength(*video(), rate, 1, former)};
-  lists.videoPlaylist = playlistOf(picture, firstOf({videoTime, manifestTime, now}));
+  PreviousSegment previous{std::nullopt, videoList ? videoList->targetDuration : std::nullopt};
+  if (manifest && manifest->videoSegmentTicks) previous.positions = *manifest->videoSegmentTicks / frameTicks;
+  const Listed listedVideo{*video(), rate, segmentLength(*video(), rate, 1, previous)};
+  lists.videoPlaylist = playlistOf(listedVideo, firstOf({videoTime, manifestTime, now}));
   const bool placesAudio = manifest ? manifest->placesAudio : audio_ != nullptr;
-  lists.manifest = manifestOf(picture, sound, placesAudio, manifest, firstOf({manifestTime, videoTime, now}));
+  lists.manifest =
+      manifestOf(listedVideo, listedAudio, placesAudio, manifest, firstOf({manifestTime, videoTime, now}));
   std::error_code ignored;
   if (std::filesystem::exists(vlPath(names_.masterPlaylist), ignored))
     lists.masterPlaylist = masterOf(*this, lists);

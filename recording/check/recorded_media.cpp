@@ -176,10 +176,10 @@ std::string RecordedMedia::readFragment(std::uint64_t offset) {
   const auto& fragment = std::get<RecordedFragment>(read);
   checkFragment(fragment);
   const RecordedRun run = fragment.runs[movie_->indexedKind()].value_or(RecordedRun());
-  const RecordedRun sound = fragment.runs[TrackKind::Audio].value_or(RecordedRun());
+  const RecordedRun audio = fragment.runs[TrackKind::Audio].value_or(RecordedRun());
   if (data_ == Data::All && isUnwritten(fragment.start, fragment.end))
     unwritten_.push_back(fragments_.size());
-  fragments_.push_back({fragment.start, fragment.end, run.samples, sound.bytes, sound.samples});
+  fragments_.push_back({fragment.start, fragment.end, run.samples, audio.bytes, audio.samples});
   ++segments_.back().fragments;
   end_ = fragment.end;
   return "";
@@ -196,7 +196,7 @@ void RecordedMedia::checkFragment(const RecordedFragment& fragment) {
   for (const TrackKind kind : mp4::kTrackKinds) {
     if (const auto& run = fragment.runs[kind]) checkTime(kind, *run, fragment.start);
   }
-  if (const auto& sound = fragment.runs[TrackKind::Audio]) takeSamplesPerFrame(*sound);
+  if (const auto& audio = fragment.runs[TrackKind::Audio]) takeSamplesPerFrame(*audio);
 }
 
 // Checks the decode time of a run against the runs before it. `offset` is that of its fragment.
@@ -214,11 +214,11 @@ void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint6
   times.end = run.decodeTime + run.ticks;
 }
 
-void RecordedMedia::takeSamplesPerFrame(const RecordedRun& sound) {
-  if (samplesPerFrame_ != 0 || sound.bytes < 2) return;
+void RecordedMedia::takeSamplesPerFrame(const RecordedRun& audio) {
+  if (samplesPerFrame_ != 0 || audio.bytes < 2) return;
   // AC-3 starts each frame with this word (ATSC A/52, 5.4.1.1).
   std::uint8_t word[2] = {};
-  stream_.seek(sound.offset);
+  stream_.seek(audio.offset);
   stream_.peek(word, sizeof word);
   samplesPerFrame_ = word[0] == 0x0B && word[1] == 0x77 ? kAc3FrameSamples : kAacFrameSamples;
 }
@@ -241,10 +241,10 @@ std::optional<TrackTimeline> RecordedMedia::timeline(TrackKind kind) const {
   return timeline;
 }
 
-std::uint64_t RecordedMedia::soundBytes() const {
+std::uint64_t RecordedMedia::audioBytes() const {
   return std::accumulate(
       fragments_.begin(), fragments_.end(), std::uint64_t{0},
-      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.soundBytes; });
+      [](std::uint64_t sum, const Fragment& fragment) { return sum + fragment.audioBytes; });
 }
 
 std::uint64_t RecordedMedia::audioFrames() const {

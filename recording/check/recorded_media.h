@@ -41,7 +41,7 @@ class RecordedMedia {
     std::uint64_t start = 0;    // file offset
     std::uint64_t end = 0;      // file offset
     std::uint64_t samples = 0;  // of the track that the segment indexes time
-    std::uint64_t soundBytes = 0;
+    std::uint64_t audioBytes = 0;
     std::uint64_t audioFrames = 0;
   };
   // A segment extends from its index to the next one, or to end().
@@ -73,7 +73,7 @@ class RecordedMedia {
   std::uint64_t end() const { return end_; }
   // File offset of a complete fragment that follows damage: the file was not just interrupted.
   const std::optional<std::uint64_t>& afterDamage() const { return afterDamage_; }
-  std::uint64_t soundBytes() const;
+  std::uint64_t audioBytes() const;
   std::uint64_t audioFrames() const;
   // Decode times of the video or audio track; nothing when the file has no samples of it.
   std::optional<TrackTimeline> timeline(mp4::TrackKind kind) const;
@@ -105,7 +105,7 @@ class RecordedMedia {
   void explainRest(const std::string& reason, std::uint64_t searchFrom);
   void checkFragment(const RecordedFragment& fragment);
   void checkTime(mp4::TrackKind kind, const RecordedRun& run, std::uint64_t offset);
-  void takeSamplesPerFrame(const RecordedRun& sound);
+  void takeSamplesPerFrame(const RecordedRun& audio);
   void checkGeometry();
   void checkIndexes();
   void explainIndex(const Segment& segment, const std::vector<std::uint8_t>& expected);

@@ -48,8 +48,8 @@ Recording::Recording(const std::string& name, RecordedMedia::Data data, const Pr
   video_ = std::move(main);
   if (!companion) return;
   // An audio file of the same name is part of the recording unless the manifest says otherwise.
-  const auto former = readPreviousManifest(names_.manifest, video()->initialisationLength());
-  if (former && !former->placesAudio) return;
+  const auto previous = readPreviousManifest(names_.manifest, video()->initialisationLength());
+  if (previous && !previous->placesAudio) return;
   try {
     read(*companion, names_.audio, mainSize);
     if (companion->media->movie() && companion->media->movie()->hasVideo()) return;

@@ -11,7 +11,7 @@ namespace fmp4 {
 
 namespace {
 
-void refuseWhatIsNotCutOff(const Recording& recording) {
+void refuseWhatIsNotTruncated(const Recording& recording) {
   for (const auto& [path, media] : recording.media()) {
     if (os::isBeingWritten(path))
       throw UserError("'" + path + "' is being written; repair it when that has ended");
@@ -81,7 +81,7 @@ void repairPlaylist(const std::string& path, const std::string& expected, std::v
 
 std::vector<std::string> repairRecording(const std::string& name, const Recording::Progress& progress) {
   const Recording recording(name, RecordedMedia::Data::Last, progress);
-  refuseWhatIsNotCutOff(recording);
+  refuseWhatIsNotTruncated(recording);
   const Recording::Lists lists = recording.lists();
   const RecordingNames& names = recording.names();
   std::vector<std::string> done;

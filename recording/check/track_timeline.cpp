@@ -52,9 +52,9 @@ std::vector<Gap> pausesAlone(const TrackTimeline& track, const TrackTimeline& ot
   return alone;
 }
 
-void noteDifference(const char* verb, double picture, double sound, double usual,
+void noteDifference(const char* verb, double video, double audio, double usual,
                     std::vector<std::string>& notes) {
-  const double later = sound - picture;
+  const double later = audio - video;
   if (std::abs(later) <= usual) return;
   notes.push_back(std::string("the audio ") + verb + " " + secondsText(std::abs(later)) +
                   (later > 0 ? " after" : " before") + " the video");
@@ -72,12 +72,12 @@ void notePauses(const char* name, const std::vector<Gap>& pauses, const char* ot
 
 }  // namespace
 
-std::vector<std::string> timelineNotes(const TrackTimeline& picture, const TrackTimeline& sound) {
+std::vector<std::string> timelineNotes(const TrackTimeline& video, const TrackTimeline& audio) {
   std::vector<std::string> notes;
-  noteDifference("begins", picture.begin, sound.begin, kUsual, notes);
-  notePauses("video", pausesAlone(picture, sound), "audio", notes);
-  notePauses("audio", pausesAlone(sound, picture), "video", notes);
-  noteDifference("ends", picture.end, sound.end, kUsualAtEnd, notes);
+  noteDifference("begins", video.begin, audio.begin, kUsual, notes);
+  notePauses("video", pausesAlone(video, audio), "audio", notes);
+  notePauses("audio", pausesAlone(audio, video), "video", notes);
+  noteDifference("ends", video.end, audio.end, kUsualAtEnd, notes);
   return notes;
 }
 

@@ -20,6 +20,6 @@ struct TrackTimeline {
 
 // What the user should know of video and audio that do not begin, pause and end together; empty when they do.
 // This is not a problem in itself: the source may be like that.
-std::vector<std::string> timelineNotes(const TrackTimeline& picture, const TrackTimeline& sound);
+std::vector<std::string> timelineNotes(const TrackTimeline& video, const TrackTimeline& audio);
 
 }  // namespace fmp4

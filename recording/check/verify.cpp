@@ -33,17 +33,17 @@ void checkList(const std::string& path, const std::string& expected, Difference 
 // Audio sample durations are those of the track: those of AAC, in recordings.
 double audioSecondsOf(const Recording& recording) {
   const RecordedMedia* const media = recording.audio() ? recording.audio() : recording.video();
-  const auto& sound = media->movie()->tracks[mp4::TrackKind::Audio];
-  if (!sound || sound->timescale == 0) return 0;
-  return static_cast<double>(media->audioFrames()) * kAacFrameSamples / sound->timescale;
+  const auto& audioTrack = media->movie()->tracks[mp4::TrackKind::Audio];
+  if (!audioTrack || audioTrack->timescale == 0) return 0;
+  return static_cast<double>(media->audioFrames()) * kAacFrameSamples / audioTrack->timescale;
 }
 
 std::vector<std::string> notesOf(const Recording& recording) {
   if (!recording.video()) return {};
   const RecordedMedia& ofAudio = recording.audio() ? *recording.audio() : *recording.video();
-  const auto picture = recording.video()->timeline(mp4::TrackKind::Video);
-  const auto sound = ofAudio.timeline(mp4::TrackKind::Audio);
-  return picture && sound ? timelineNotes(*picture, *sound) : std::vector<std::string>();
+  const auto video = recording.video()->timeline(mp4::TrackKind::Video);
+  const auto audioTrack = ofAudio.timeline(mp4::TrackKind::Audio);
+  return video && audioTrack ? timelineNotes(*video, *audioTrack) : std::vector<std::string>();
 }
 
 }  // namespace

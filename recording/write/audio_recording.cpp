@@ -27,11 +27,11 @@ bool AudioRecording::create(const std::string& path) {
   return file_.create(path, audioPlaylistPath(path));
 }
 
-bool AudioRecording::start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+bool AudioRecording::start(const AudioSettings& audio, const SegmentGeometry& geometry, const FrameRate& rate,
                            MpdWriter* manifest) {
   started_ = true;
-  sound_ = sound;
-  const std::uint64_t samples = scaleExactly(std::uint64_t{sound.sampleRate} * geometry.framesPerFragment,
+  audio_ = audio;
+  const std::uint64_t samples = scaleExactly(std::uint64_t{audio.sampleRate} * geometry.framesPerFragment,
                                              rate.denominator, rate.numerator);
   framesPerFragment_ = saturate<std::uint32_t>((samples + kAacFrameSamples - 1) / kAacFrameSamples);
   framesPerFragment_ = std::clamp(framesPerFragment_, 1u, kMostFramesPerFragment);
@@ -41,21 +41,21 @@ bool AudioRecording::start(const AudioSettings& sound, const SegmentGeometry& ge
   mp4::Movie movie;
   movie.mvhd = Mp4SetUpMovieHeader();
   movie.mvex = Mp4SetUpMovieExtends(kAudioAlone, rate.denominator, false);
-  movie.tracks[TrackKind::Audio] = SetUpAudioTrack(sound);
+  movie.tracks[TrackKind::Audio] = SetUpAudioTrack(audio);
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
-  segments.timescale = sound.sampleRate;
+  segments.timescale = audio.sampleRate;
   segments.firstPresentationTime = firstAudioIndexTime(segmentSamples);
   segments.duration = segmentSamples;
   segments.fragmentsPerSegment = geometry.fragmentsPerSegment;
   if (!file_.start(movie, segments)) return false;
 
-  file_.listIn({file_.name(), static_cast<double>(sound.sampleRate), segmentSamples,
+  file_.listIn({file_.name(), static_cast<double>(audio.sampleRate), segmentSamples,
                 file_.initialisationLength(), dateTimeNow()});
   if (manifest) {
     file_.listIn(*manifest, manifest->beginAudio({kAudioObjectType,
-                                                  sound.byteRate,
-                                                  {file_.name(), sound.sampleRate, segmentSamples,
+                                                  audio.byteRate,
+                                                  {file_.name(), audio.sampleRate, segmentSamples,
                                                    file_.initialisationLength() - 1}}));
   }
   return true;
@@ -97,7 +97,7 @@ bool AudioRecording::emitFragment(std::uint32_t frames, std::uint32_t duration) 
 // Access units that wait until a fragment is full.
 bool AudioRecording::cutLast() {
   if (emitReadyFragments() != VL_OK) return false;
-  return run_.count() == 0 || emitFragment(run_.count(), run_.count() * sound_.samplesPerFrame);
+  return run_.count() == 0 || emitFragment(run_.count(), run_.count() * audio_.samplesPerFrame);
 }
 
 bool AudioRecording::finish() {

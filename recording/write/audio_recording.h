@@ -21,7 +21,7 @@ class AudioRecording {
   // Writes the initialisation part and begins the playlist and the audio part of the manifest (null: none),
   // which its owner saves. `rate` and `geometry` determine the duration of a fragment. False when the file
   // cannot be written.
-  bool start(const AudioSettings& sound, const SegmentGeometry& geometry, const FrameRate& rate,
+  bool start(const AudioSettings& audio, const SegmentGeometry& geometry, const FrameRate& rate,
              MpdWriter* manifest);
 
   // Takes one access unit. Returns a status.
@@ -36,7 +36,7 @@ class AudioRecording {
 
   RecordedFile file_;
   bool started_ = false;
-  AudioSettings sound_;
+  AudioSettings audio_;
   std::uint32_t framesPerFragment_ = 0;  // access units
   SampleRun run_;
   std::uint64_t position_ = 0;  // samples written

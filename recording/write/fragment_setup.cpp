@@ -6,14 +6,14 @@
 
 namespace fmp4 {
 
-mp4::Track SetUpAudioTrack(const AudioSettings& sound) {
-  mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), sound.sampleRate);
+mp4::Track SetUpAudioTrack(const AudioSettings& audio) {
+  mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), audio.sampleRate);
   mp4::DecoderConfigDescriptor& config = std::get<mp4::AudioMedia>(track.media).esds.decoderConfig.emplace();
   config.objectTypeIndication = kAudioObjectType;
   config.streamType = 0x15;  // audio stream
   config.bufferSizeDB = 6144;
   config.maxBitrate = 352000;
-  config.decoderSpecificInfo = sound.configuration;
+  config.decoderSpecificInfo = audio.configuration;
   return track;
 }
 

@@ -31,15 +31,15 @@ Mp4DataOffsets dataOffsets(const TrackBytes& bytes) {
 
 // Memory is reserved before boxes are written to it, which then cannot fail. A movie box holds at most four
 // tracks and one codec configuration.
-constexpr std::size_t kMovieRoom = 8192 + QVR_CODEC_CONFIGURATION_BYTES;
+constexpr std::size_t kMovieSpace = 8192 + QVR_CODEC_CONFIGURATION_BYTES;
 
 // More than the boxes before a fragment's media data take.
-std::size_t headRoom(const mp4::MovieFragment& fragment, std::uint32_t references) {
-  std::size_t room = 1024 + std::size_t{references} * 12;
+std::size_t headerSpace(const mp4::MovieFragment& fragment, std::uint32_t references) {
+  std::size_t space = 1024 + std::size_t{references} * 12;
   for (const mp4::TrackKind kind : mp4::kTrackKinds) {
-    if (const auto& track = fragment.tracks[kind]) room += 256 + std::size_t{track->trun.sampleCount} * 16;
+    if (const auto& track = fragment.tracks[kind]) space += 256 + std::size_t{track->trun.sampleCount} * 16;
   }
-  return room;
+  return space;
 }
 
 }  // namespace
@@ -53,7 +53,7 @@ bool RecordedFile::create(const std::string& path, const std::string& playlistPa
   playlistPath_ = playlistPath;
   if (!disk_.open(path)) return false;
   mp4::FileTypeBox fileType = Mp4SetUpFileType();
-  clearHead(headRoom({}, 0));
+  clearHead(headerSpace({}, 0));
   Mp4WriteFileType(head_, fileType);
   if (!write(0, head_.bytes)) return false;
   end_ = head_.bytes.size();
@@ -69,7 +69,7 @@ std::string RecordedFile::name() const {
 bool RecordedFile::start(mp4::Movie& movie, const SegmentSettings& settings) {
   settings_ = settings;
   nextPresentationTime_ = settings.firstPresentationTime;
-  clearHead(kMovieRoom);
+  clearHead(kMovieSpace);
   Mp4WriteMovie(head_, movie);
   if (!write(end_, head_.bytes)) return false;
   end_ += head_.bytes.size();
@@ -86,9 +86,9 @@ void RecordedFile::listIn(MpdWriter& manifest, MpdWriter::List list) {
   list_ = list;
 }
 
-void RecordedFile::clearHead(std::size_t room) {
+void RecordedFile::clearHead(std::size_t space) {
   head_.bytes.clear();
-  head_.bytes.reserve(room);
+  head_.bytes.reserve(space);
   head_.seek(0);
 }
 
@@ -110,7 +110,7 @@ void RecordedFile::beginSegment() {
 bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& bytes,
                                const FragmentReference& reference) {
   if (failed_) return false;
-  clearHead(headRoom(fragment, settings_.fragmentsPerSegment));
+  clearHead(headerSpace(fragment, settings_.fragmentsPerSegment));
   const bool begins = !segmentOpen();
   if (begins) beginSegment();
   const std::size_t fragmentStart = head_.bytes.size();
@@ -140,7 +140,7 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
 }
 
 bool RecordedFile::finishSegment(std::uint64_t endPosition) {
-  clearHead(headRoom({}, settings_.fragmentsPerSegment));
+  clearHead(headerSpace({}, settings_.fragmentsPerSegment));
   Mp4WriteSegmentIndex(head_, index_);
   if (!write(segmentStart_, head_.bytes) || !syncToDisk()) {
     references_ = 0;

@@ -76,7 +76,7 @@ class RecordedFile {
   void close();
 
  private:
-  void clearHead(std::size_t room);
+  void clearHead(std::size_t space);
   void beginSegment();
   bool write(std::uint64_t offset, std::span<const std::uint8_t> bytes);
   bool syncToDisk();

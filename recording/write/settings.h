@@ -25,7 +25,7 @@ struct VideoSettings {
   std::vector<std::uint8_t> avcRecord;  // AVC decoder configuration record
   bool captions608 = false;
   bool captions708 = false;
-  std::optional<AudioSettings> sound;  // in the same file
+  std::optional<AudioSettings> audio;  // in the same file
 };
 
 // Ticks of a video frame: the rate's numerator is the timescale.

@@ -86,7 +86,7 @@ mp4::Movie VideoRecording::movie() const {
       Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
                          static_cast<std::uint32_t>(settings_.width), settings_.height));
   std::get<mp4::VideoMedia>(video.media).avcC = avcConfiguration();
-  if (hasAudio()) movie.tracks[TrackKind::Audio] = SetUpAudioTrack(*settings_.sound);
+  if (hasAudio()) movie.tracks[TrackKind::Audio] = SetUpAudioTrack(*settings_.audio);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
         Mp4SetUp608Track(mp4::trackNumber(TrackKind::Captions608), rate.numerator);
@@ -126,7 +126,7 @@ void VideoRecording::startManifest(bool separateAudio) {
   listed.height = absolute(settings_.height);
   listed.rate = settings_.rate;
   listed.startTime = dateTimeNow();
-  if (hasAudio()) listed.sound = {kAudioObjectType, settings_.sound->sampleRate};
+  if (hasAudio()) listed.audio = {kAudioObjectType, settings_.audio->sampleRate};
   listed.segments = {file_.name(), settings_.rate.numerator, segmentFrames() * frameTicks(settings_.rate),
                      file_.initialisationLength() - 1};
   file_.listIn(*manifest_, manifest_->beginVideo(listed, separateAudio));
@@ -134,8 +134,8 @@ void VideoRecording::startManifest(bool separateAudio) {
 
 // Whether one fragment could hold everything that waits and `moreBytes` more.
 bool VideoRecording::takes(std::uint64_t moreBytes) const {
-  const std::uint64_t samples = std::uint64_t{video_.count()} + sound_.count() + cc708_.count() + 2;
-  return fitsFragment(video_.bytes() + sound_.bytes() + cc608_.size() + cc708_.bytes() + moreBytes, samples);
+  const std::uint64_t samples = std::uint64_t{video_.count()} + audio_.count() + cc708_.count() + 2;
+  return fitsFragment(video_.bytes() + audio_.bytes() + cc608_.size() + cc708_.bytes() + moreBytes, samples);
 }
 
 std::uint32_t VideoRecording::writeVideo(const DFRAME& frame) {
@@ -188,20 +188,20 @@ void VideoRecording::appendCaptions(const DFRAME& frame) {
 
 std::uint32_t VideoRecording::WriteAudio(std::span<const std::uint8_t> frame) {
   if (file_.failed()) return VL_FAILED;
-  if (!takes(frame.size()) || !sound_.reserve(static_cast<std::uint32_t>(frame.size()))) {
+  if (!takes(frame.size()) || !audio_.reserve(static_cast<std::uint32_t>(frame.size()))) {
     ErrOut("%s", messages::kNoVideoBuffer);  // intended (quirk 11): the text for video
     return VL_FAILED;
   }
-  sound_.append({}, frame);
+  audio_.append({}, frame);
   return emitReadyFragments();
 }
 
 // Access units that belong to the frames written so far and `moreFrames`, less those written. Counted from
 // the start: what rounding takes from one fragment comes with a later one.
-std::uint32_t VideoRecording::audioDue(std::uint32_t moreFrames) const {
+std::uint32_t VideoRecording::audioExpected(std::uint32_t moreFrames) const {
   const FrameRate& rate = settings_.rate;
   const std::uint64_t all =
-      scaleExactly(framesWritten_ + moreFrames, std::uint64_t{settings_.sound->sampleRate} * rate.denominator,
+      scaleExactly(framesWritten_ + moreFrames, std::uint64_t{settings_.audio->sampleRate} * rate.denominator,
                    std::uint64_t{rate.numerator} * kAacFrameSamples);
   return all > audioFramesWritten_ ? saturate<std::uint32_t>(all - audioFramesWritten_) : 0;
 }
@@ -218,16 +218,16 @@ std::uint32_t VideoRecording::cutAllThatAre() {
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
   if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
   while (video_.count() >= frames) {
-    std::uint32_t sound = 0;
+    std::uint32_t audio = 0;
     if (hasAudio()) {
       // The end of a segment waits for the next frame: if none comes, the segment takes all the remaining
       // audio.
       if (video_.count() == frames && file_.oneFragmentShort()) return VL_OK;
-      sound = audioDue(frames);
-      if (sound_.count() < sound && video_.count() < frames * (1 + kMaxAudioLagFragments)) return VL_OK;
-      sound = std::min(sound, sound_.count());
+      audio = audioExpected(frames);
+      if (audio_.count() < audio && video_.count() < frames * (1 + kMaxAudioLagFragments)) return VL_OK;
+      audio = std::min(audio, audio_.count());
     }
-    if (!emitFragment(frames, sound)) return VL_FAILED;
+    if (!emitFragment(frames, audio)) return VL_FAILED;
     if (file_.segmentFull() && !finishSegment(framesWritten_)) return VL_FAILED;
   }
   return VL_OK;
@@ -252,7 +252,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
   }
   if (auto& track = fragment.tracks[TrackKind::Audio]) {
     setDecodeTime(*track, audioFramesWritten_ * kAacFrameSamples);
-    bytesOf(bytes, TrackKind::Audio) = sound_.take(audioFrames, track->trun);
+    bytesOf(bytes, TrackKind::Audio) = audio_.take(audioFrames, track->trun);
   }
   if (auto& track = fragment.tracks[TrackKind::Captions608]) {
     setDecodeTime(*track, time);
@@ -264,7 +264,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
   }
   if (!file_.AddFragment(fragment, bytes, {duration, false})) return false;
   video_.drop(frames);
-  sound_.drop(audioFrames);
+  audio_.drop(audioFrames);
   if (tracks.captions608) cc608_.erase(cc608_.begin(), cc608_.begin() + frames * kPairBytes);
   if (tracks.captions708) cc708_.drop(frames);
   framesWritten_ += frames;
@@ -317,12 +317,12 @@ bool VideoRecording::finish() {
     });
   };
   while (whole && video_.count() > frames) {
-    whole = cut(frames, hasAudio() ? std::min(audioDue(frames), sound_.count()) : 0);
+    whole = cut(frames, hasAudio() ? std::min(audioExpected(frames), audio_.count()) : 0);
   }
   // Audio without any frame is dropped: players need a frame in every segment.
   const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;
-  if (whole && hasFrames && (video_.count() != 0 || sound_.count() != 0))
-    whole = cut(video_.count(), sound_.count());
+  if (whole && hasFrames && (video_.count() != 0 || audio_.count() != 0))
+    whole = cut(video_.count(), audio_.count());
   if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
   if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
   file_.close();

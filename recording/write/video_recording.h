@@ -29,7 +29,7 @@ class VideoRecording {
   // Takes the frame of a descriptor, with its captions. Returns a status.
   std::uint32_t writeVideo(const DFRAME& frame);
   // Whether this file has an audio track.
-  bool hasAudio() const { return settings_.sound.has_value(); }
+  bool hasAudio() const { return settings_.audio.has_value(); }
   // Takes one access unit. Returns a status.
   std::uint32_t WriteAudio(std::span<const std::uint8_t> frame);
 
@@ -51,7 +51,7 @@ class VideoRecording {
   bool reserveCaptions();
   void appendCaptions(const DFRAME& frame);
 
-  std::uint32_t audioDue(std::uint32_t moreFrames) const;
+  std::uint32_t audioExpected(std::uint32_t moreFrames) const;
   std::uint32_t emitReadyFragments();
   std::uint32_t cutAllThatAre();
   bool emitFragment(std::uint32_t frames, std::uint32_t audioFrames);
@@ -67,7 +67,7 @@ class VideoRecording {
   bool manifestSaved_ = false;
 
   SampleRun video_;
-  SampleRun sound_;
+  SampleRun audio_;
   SampleRun cc708_;
   std::vector<std::uint8_t> cc608_;        // a byte pair for each waiting frame
   std::vector<std::uint8_t> cc608Sample_;  // that of the fragment being emitted

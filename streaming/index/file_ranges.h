@@ -12,8 +12,8 @@ class FileRanges {
  public:
   // The end of the range that contains `offset`; `offset` itself if there is none.
   std::uint64_t endOf(std::uint64_t offset) const {
-    const auto behind = ranges_.upper_bound(offset);
-    return behind == ranges_.begin() ? offset : std::max(offset, std::prev(behind)->second);
+    const auto after = ranges_.upper_bound(offset);
+    return after == ranges_.begin() ? offset : std::max(offset, std::prev(after)->second);
   }
 
   // Adds [start, end). Allocates nothing where it continues a range.

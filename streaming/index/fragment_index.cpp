@@ -61,7 +61,7 @@ int FragmentIndex::orOutOfMemory(Work work) try {
   entries_.clear();
   for (auto& amounts : audio_) amounts.clear();
   order_.clear();
-  settled_ = false;
+  converged_ = false;
   messages::reportIndexError(messages::kNoMoofArrayMemory);
   return -1;
 }
@@ -84,7 +84,7 @@ std::uint32_t FragmentIndex::keep(const Mp4Box& moof, const FragmentCounts& coun
 
 void FragmentIndex::addEntry(std::uint32_t number) {
   const FragmentEntry& entry = entries_[number];
-  settled_ = false;
+  converged_ = false;
   if (entry.sequenceNumber != 0) {
     order_.push_back(number);
     largestVideoSample_ = std::max(largestVideoSample_, entry.largestVideoSample);
@@ -259,8 +259,8 @@ std::uint32_t FragmentIndex::amount(const FragmentEntry& entry, TrackRole role) 
 }
 
 void FragmentIndex::settle() {
-  if (settled_) return;
-  settled_ = true;
+  if (converged_) return;
+  converged_ = true;
   const auto byNumber = [this](std::uint32_t a, std::uint32_t b) {
     return entries_[a].sequenceNumber < entries_[b].sequenceNumber;
   };

@@ -186,7 +186,7 @@ class FragmentIndex {
   std::vector<std::deque<AudioAmount>> audio_;  // for each audio track, by entry
   // The entries of the index: in the order of their addition, by sequence number after settle().
   std::deque<std::uint32_t> order_;
-  bool settled_ = true;
+  bool converged_ = true;
   std::size_t reachable_ = 0;  // number of entries below fragmentCount_
   // The sums of the amounts before every kSumInterval-th reachable entry, and their total at the end.
   std::array<std::vector<std::uint64_t>, kTrackRoles> sums_;

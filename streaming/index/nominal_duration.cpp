@@ -32,7 +32,7 @@ void NominalDuration::addFragment(const TrackFragment& fragment, const SampleDef
 
 void NominalDuration::addSamples(std::uint32_t duration, std::uint64_t count) {
   carried_ = carried_ || count != 0;
-  if (duration == 0 || count == 0 || settled() || samples_ >= kMaxSamplesCounted) return;
+  if (duration == 0 || count == 0 || converged() || samples_ >= kMaxSamplesCounted) return;
   samples_ += count;
   samplesOf_[duration] += count;
 }
@@ -42,7 +42,7 @@ void NominalDuration::endFragment() {
   if (std::exchange(carried_, false)) ++fragments_;
 }
 
-bool NominalDuration::settled() const {
+bool NominalDuration::converged() const {
   return trackDefault_ != 0 || endedAt_ >= kEnoughSamples || fragments_ >= kMostFragments;
 }
 

@@ -27,7 +27,7 @@ class NominalDuration {
   void endFragment();
 
   // Whether further fragments cannot change the result.
-  bool settled() const;
+  bool converged() const;
   // Ticks of the track. The smallest of several equally common durations; 0 if unknown.
   std::uint32_t value() const;
 

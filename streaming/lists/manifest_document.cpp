@@ -20,7 +20,7 @@ struct Markup {
 constexpr Markup kNoElements[] = {{"<?", "?>"}, {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<!", ">"}};
 
 // The offset after the next `mark` at or after `offset`, or npos.
-std::size_t behind(std::string_view text, std::string_view mark, std::size_t offset) {
+std::size_t after(std::string_view text, std::string_view mark, std::size_t offset) {
   const std::size_t at = text.find(mark, offset);
   return at == text.npos ? at : at + mark.size();
 }
@@ -33,8 +33,7 @@ bool hasTooManyAttributes(std::string_view text) {
     const std::string_view rest = text.substr(at);
     std::size_t end = 0;
     for (const Markup& markup : kNoElements) {
-      if (end == 0 && rest.starts_with(markup.start))
-        end = behind(text, markup.end, at + markup.start.size());
+      if (end == 0 && rest.starts_with(markup.start)) end = after(text, markup.end, at + markup.start.size());
     }
     unsigned attributes = 0;
     while (end == 0) {
@@ -44,7 +43,7 @@ bool hasTooManyAttributes(std::string_view text) {
       } else if (++attributes > kMaxAttributes) {
         return true;
       } else {
-        at = behind(text, text.substr(at, 1), at + 1);
+        at = after(text, text.substr(at, 1), at + 1);
       }
     }
     at = end;

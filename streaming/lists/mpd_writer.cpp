@@ -111,13 +111,13 @@ MpdWriter::List MpdWriter::beginVideo(const MpdVideo& video, bool separateAudio)
   xml.line(3, "<Representation").attribute("id", 1).attribute("mimeType", "video/mp4");
   const std::array<std::uint8_t, 3> avc = {video.profile, 0, video.level};
   std::string codecs = avcCodecText(avc);
-  if (video.sound) codecs.append(",").append(manifestAudioCodecText(video.sound->objectType));
+  if (video.audio) codecs.append(",").append(manifestAudioCodecText(video.audio->objectType));
   xml.attribute("codecs", codecs).attribute("width", video.width).attribute("height", video.height);
   xml.attribute("frameRate",
                 std::to_string(video.rate.numerator) + "/" + std::to_string(video.rate.denominator));
   // Intended (quirk 48): it would be derived from a buffer that is not filled yet.
   xml.attribute("bandwidth", 0);
-  if (video.sound) xml.attribute("audioSamplingRate", video.sound->sampleRate);
+  if (video.audio) xml.attribute("audioSamplingRate", video.audio->sampleRate);
   beginSegmentList(xml, video.segments);
   text[Video] = std::move(xml.text);
 

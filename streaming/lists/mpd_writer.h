@@ -31,11 +31,11 @@ struct MpdVideo {
   std::uint32_t height = 0;
   FrameRate rate;
   // Audio in the same file: its object type byte and sample rate.
-  struct Sound {
+  struct Audio {
     std::uint8_t objectType = 0;
     std::uint32_t sampleRate = 0;
   };
-  std::optional<Sound> sound;
+  std::optional<Audio> audio;
   MpdSegments segments;
   std::string startTime;  // start of the recording, ISO 8601
 };

@@ -21,8 +21,9 @@ UMC::Status Tell(UMC::AACDecoder& decoder, const ConfigOptions& options) {
 }
 
 // A decoder configured for twice the core's frequency if there is SBR.
-struct ToldDecoder : TestDecoder {
-  explicit ToldDecoder(const ConfigOptions& options, std::uint32_t channels = 0) : TestDecoder(channels, 0) {
+struct ConfiguredDecoder : TestDecoder {
+  explicit ConfiguredDecoder(const ConfigOptions& options, std::uint32_t channels = 0)
+      : TestDecoder(channels, 0) {
     EXPECT_EQ(0, Tell(Decoder(), options));
   }
 };
@@ -75,27 +76,27 @@ TEST(AacConfiguration, CountsForTheHeadersProfile) {
     generated.objectType = static_cast<int>(type);
     const auto blocks = Blocks(22, generated);
     const ConfigOptions options{.objectType = type};
-    ToldDecoder told(options);
+    ConfiguredDecoder signalled(options);
     EXPECT_EQ(DecodeConfigured(blocks, options),
-              DecodeAfterHeaders(told, blocks, {.profile = static_cast<int>(type) & 3}, 2 * 1024));
+              DecodeAfterHeaders(signalled, blocks, {.profile = static_cast<int>(type) & 3}, 2 * 1024));
   }
 }
 
 TEST(AacConfiguration, HasTheFrameLength) {
   const auto blocks = Blocks(1, Pair(3, 960));
   const ConfigOptions options{.frameLength = 960};
-  ToldDecoder told(options);
-  EXPECT_EQ(DecodeConfigured(blocks, options), DecodeAfterHeaders(told, blocks, {}, 2 * 960));
+  ConfiguredDecoder signalled(options);
+  EXPECT_EQ(DecodeConfigured(blocks, options), DecodeAfterHeaders(signalled, blocks, {}, 2 * 960));
 }
 
 TEST(AacConfiguration, HasAFrequencyWrittenInFull) {
   // Headers can only signal that it is; the tables are those of the nearest listed one, 44.1 kHz.
   const auto blocks = Blocks(2, Pair(4));
-  ToldDecoder told({.frequency = 44056});
+  ConfiguredDecoder signalled({.frequency = 44056});
   TestDecoder listed;
   EXPECT_EQ(DecodeAfterHeaders(listed, blocks, {.samplingIndex = 4}, 2 * 1024),
-            DecodeAfterHeaders(told, blocks, {.samplingIndex = 15}, 2 * 1024));
-  EXPECT_EQ(44056u, InfoOf(told.Decoder()).output.sampleFrequency);
+            DecodeAfterHeaders(signalled, blocks, {.samplingIndex = 15}, 2 * 1024));
+  EXPECT_EQ(44056u, InfoOf(signalled.Decoder()).output.sampleFrequency);
 }
 
 TEST(AacConfiguration, DoublesTheFrequencyBeforeTheFirstPayload) {
@@ -103,10 +104,10 @@ TEST(AacConfiguration, DoublesTheFrequencyBeforeTheFirstPayload) {
   const ConfigOptions isExplicit{.samplingIndex = 6, .signalling = ConfigOptions::kExplicit};
   const Samples expected = DecodeConfigured(core, isExplicit);
   for (const auto signalling : {ConfigOptions::kExplicit, ConfigOptions::kBackwardCompatible}) {
-    ToldDecoder told({.samplingIndex = 6, .signalling = signalling});
-    EXPECT_EQ(48000u, InfoOf(told.Decoder()).output.sampleFrequency);
-    EXPECT_EQ(0x100u + 1, InfoOf(told.Decoder()).input.streamSubtype);
-    EXPECT_EQ(expected, DecodeAfterHeaders(told, core, {.samplingIndex = 6}, 2 * 2048));
+    ConfiguredDecoder signalled({.samplingIndex = 6, .signalling = signalling});
+    EXPECT_EQ(48000u, InfoOf(signalled.Decoder()).output.sampleFrequency);
+    EXPECT_EQ(0x100u + 1, InfoOf(signalled.Decoder()).input.streamSubtype);
+    EXPECT_EQ(expected, DecodeAfterHeaders(signalled, core, {.samplingIndex = 6}, 2 * 2048));
   }
   // Not signalled, but requested.
   UMC::AACDecoderParams params;
@@ -119,9 +120,10 @@ TEST(AacConfiguration, DoublesTheFrequencyBeforeTheFirstPayload) {
 
 TEST(AacConfiguration, KeepsTheFrequencyOfAnExtensionAtTheCoresOwn) {
   const auto core = Blocks(4, Pair(6));
-  ToldDecoder told({.samplingIndex = 6, .signalling = ConfigOptions::kExplicit, .extensionIndex = 6});
-  DecodeAfterHeaders(told, core, {.samplingIndex = 6}, 2 * 1024);
-  EXPECT_EQ(24000u, InfoOf(told.Decoder()).output.sampleFrequency);
+  ConfiguredDecoder signalled(
+      {.samplingIndex = 6, .signalling = ConfigOptions::kExplicit, .extensionIndex = 6});
+  DecodeAfterHeaders(signalled, core, {.samplingIndex = 6}, 2 * 1024);
+  EXPECT_EQ(24000u, InfoOf(signalled.Decoder()).output.sampleFrequency);
 }
 
 TEST(AacConfiguration, HasTwoChannelsBeforeTheFirstParametricStereo) {
@@ -131,16 +133,16 @@ TEST(AacConfiguration, HasTwoChannelsBeforeTheFirstParametricStereo) {
   for (const auto signalling : {ConfigOptions::kExplicit, ConfigOptions::kBackwardCompatible}) {
     const ConfigOptions options{
         .samplingIndex = 6, .channelConfiguration = 1, .signalling = signalling, .ps = true};
-    ToldDecoder told(options);
-    EXPECT_EQ(1u, InfoOf(told.Decoder()).input.channels);
-    EXPECT_EQ(2u, InfoOf(told.Decoder()).output.channels);
-    EXPECT_EQ(3u, InfoOf(told.Decoder()).output.channelMask);
-    const Samples samples = DecodeAfterHeaders(told, Blocks(5, generated, 5),
+    ConfiguredDecoder signalled(options);
+    EXPECT_EQ(1u, InfoOf(signalled.Decoder()).input.channels);
+    EXPECT_EQ(2u, InfoOf(signalled.Decoder()).output.channels);
+    EXPECT_EQ(3u, InfoOf(signalled.Decoder()).output.channelMask);
+    const Samples samples = DecodeAfterHeaders(signalled, Blocks(5, generated, 5),
                                                {.samplingIndex = 6, .channelConfiguration = 1}, 2 * 2048);
     EXPECT_NE(Samples(samples.size()), samples);
     for (std::size_t i = 0; i < samples.size(); i += 2) ASSERT_EQ(samples[i], samples[i + 1]) << i;
 
-    ToldDecoder one(options, 1);
+    ConfiguredDecoder one(options, 1);
     EXPECT_EQ(1u, InfoOf(one.Decoder()).output.channels);
   }
 }
@@ -170,12 +172,12 @@ TEST(AacConfiguration, HasTheProgram) {
   generated.elements = {{E::kCpe, 3}, {E::kCpe, 7}, {E::kSce, 0}};
   const auto blocks = Blocks(6, generated);
   const ConfigOptions options = ProgramOf({{false, 0}, {true, 7}, {true, 3}});
-  ToldDecoder told(options);
-  EXPECT_EQ(5u, InfoOf(told.Decoder()).input.channels);
+  ConfiguredDecoder signalled(options);
+  EXPECT_EQ(5u, InfoOf(signalled.Decoder()).input.channels);
   const Samples expected = DecodeConfigured(blocks, options);
-  EXPECT_EQ(expected, DecodeAfterHeaders(told, blocks, {.channelConfiguration = 0}, 5 * 1024));
-  TestDecoder untold;
-  EXPECT_NE(expected, DecodeAfterHeaders(untold, blocks, {.channelConfiguration = 0}, 5 * 1024));
+  EXPECT_EQ(expected, DecodeAfterHeaders(signalled, blocks, {.channelConfiguration = 0}, 5 * 1024));
+  TestDecoder unsignalled;
+  EXPECT_NE(expected, DecodeAfterHeaders(unsignalled, blocks, {.channelConfiguration = 0}, 5 * 1024));
 }
 
 TEST(AacConfiguration, CountsForAProgramInABlock) {
@@ -184,10 +186,10 @@ TEST(AacConfiguration, CountsForAProgramInABlock) {
   generated.writeProgram = true;  // both in front: a centre and one at an unknown position
   const auto blocks = Blocks(7, generated, 3);
   const ConfigOptions options = ProgramOf({{false, 1}, {false, 0}});
-  ToldDecoder told(options);
-  const Samples ours = DecodeAfterHeaders(told, blocks, {.channelConfiguration = 0}, 2 * 1024);
-  TestDecoder untold;
-  const Samples theirs = DecodeAfterHeaders(untold, blocks, {.channelConfiguration = 0}, 2 * 1024);
+  ConfiguredDecoder signalled(options);
+  const Samples ours = DecodeAfterHeaders(signalled, blocks, {.channelConfiguration = 0}, 2 * 1024);
+  TestDecoder unsignalled;
+  const Samples theirs = DecodeAfterHeaders(unsignalled, blocks, {.channelConfiguration = 0}, 2 * 1024);
   ASSERT_EQ(theirs.size(), ours.size());
   for (std::size_t i = 0; i < ours.size(); i += 2) {
     ASSERT_EQ(theirs[i], ours[i + 1]);

@@ -14,14 +14,14 @@ namespace fmp4 {
 class TestDecoder : public StreamDecoder<UMC::AACDecoder> {
  public:
   explicit TestDecoder(std::uint32_t outputChannels = 0, std::int32_t sbrDownSampled = 1)
-      : StreamDecoder(kRoom) {
+      : StreamDecoder(kSpace) {
     m_params.m_sbrDownSampled = sbrDownSampled;
     m_params.m_output.channels = outputChannels;
     EXPECT_EQ(0, Decoder().Init(&m_params));
   }
   // For raw access units of a configuration.
   explicit TestDecoder(const Bytes& config, std::int32_t sbrDownSampled = 1)
-      : StreamDecoder(kRoom), m_config(config) {
+      : StreamDecoder(kSpace), m_config(config) {
     m_params.m_sbrDownSampled = sbrDownSampled;
     m_configData.SetBufferPointer(m_config.data(), m_config.size());
     m_configData.SetDataSize(m_config.size());
@@ -31,7 +31,7 @@ class TestDecoder : public StreamDecoder<UMC::AACDecoder> {
   }
 
  private:
-  static constexpr std::size_t kRoom = 8 * 2048 * 4;
+  static constexpr std::size_t kSpace = 8 * 2048 * 4;
 
   UMC::AACDecoderParams m_params;
   Bytes m_config;

@@ -100,16 +100,16 @@ void ExpectLikeFfmpeg(const std::string& signal, const Layout& layout, int frequ
   TempFolder folder;
   const std::string file = folder.file("a.ac3");
   Encode(file, signal, layout, frequency, kilobits);
-  const auto witness = FfmpegDecode(file, kNoDynamicRange);
+  const auto reference = FfmpegDecode(file, kNoDynamicRange);
   const auto otherNoise =
       FfmpegDecode(file, kNoDynamicRange + std::vector<std::string>{"-cons_noisegen", "1"});
   const Samples ours = TestAc3Decoder(layout.mode, layout.lfe).DecodeAll(readFile(file));
-  const auto self = FramePowers(Rounded(witness), Rounded(otherNoise), layout.channels);
+  const auto self = FramePowers(Rounded(reference), Rounded(otherNoise), layout.channels);
   if (signal == "tones" && std::sqrt(Mean(self)) < kMuchDither) {
-    EXPECT_LE(RmsDifference(ours, witness), 1.5);
+    EXPECT_LE(RmsDifference(ours, reference), 1.5);
   } else {
     const std::vector<float> samples(ours.begin(), ours.end());
-    ExpectNoMoreNoise(FramePowers(samples, Rounded(witness), layout.channels), self);
+    ExpectNoMoreNoise(FramePowers(samples, Rounded(reference), layout.channels), self);
   }
 }
 

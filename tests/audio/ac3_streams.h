@@ -47,12 +47,12 @@ inline Bytes Joined(const std::vector<Bytes>& frames) {
 }
 
 // The root mean square of the difference, full scale being 32768.
-inline double RmsDifference(const Samples& ours, const std::vector<float>& witness) {
-  EXPECT_EQ(witness.size(), ours.size());
+inline double RmsDifference(const Samples& ours, const std::vector<float>& reference) {
+  EXPECT_EQ(reference.size(), ours.size());
   double sum = 0;
-  const std::size_t count = std::min(ours.size(), witness.size());
+  const std::size_t count = std::min(ours.size(), reference.size());
   for (std::size_t i = 0; i < count; ++i) {
-    const double difference = static_cast<double>(ours[i]) - static_cast<double>(witness[i]);
+    const double difference = static_cast<double>(ours[i]) - static_cast<double>(reference[i]);
     sum += difference * difference;
   }
   return count == 0 ? 0 : std::sqrt(sum / static_cast<double>(count));

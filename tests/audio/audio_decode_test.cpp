@@ -55,10 +55,10 @@ class AacWrapper : public VL_Audio_Decode {
   }
   // The samples that a pull returns.
   Samples Pull(std::uint64_t position, std::uint32_t frames) {
-    Samples room(100000);
+    Samples space(100000);
     std::uint32_t offset = 6;
-    EXPECT_EQ(0u, PullAudio(position, frames, reinterpret_cast<std::uint8_t*>(room.data()), &offset));
-    return {room.begin() + 3, room.begin() + offset / 2};
+    EXPECT_EQ(0u, PullAudio(position, frames, reinterpret_cast<std::uint8_t*>(space.data()), &offset));
+    return {space.begin() + 3, space.begin() + offset / 2};
   }
   std::uint32_t lastBytes = 0;
 };
@@ -258,7 +258,7 @@ TEST(AudioDecode, APullOutsideTheBufferEmptiesIt) {
 
 TEST(AudioDecode, NeverCopiesFromAfterItsBuffer) {
   // The frame size is set to 80 bytes but counted as one: a pull takes more than the frames it counts.
-  constexpr std::uint32_t kHeld = 4096, kCapacity = 200000, kTold = 80;
+  constexpr std::uint32_t kHeld = 4096, kCapacity = 200000, kSignalled = 80;
   for (const std::uint32_t frames : {kHeld / 2, kHeld}) {  // to the end of the buffered samples, and beyond
     AacWrapper wrapper;
     QVRAUDIO format = Format(kMp4a, 2, 16);
@@ -267,11 +267,11 @@ TEST(AudioDecode, NeverCopiesFromAfterItsBuffer) {
     wrapper.Feed(StereoFrames(1)[0]);
     ASSERT_EQ(kHeld, wrapper.BufferedFrames());
     ASSERT_EQ(kCapacity, wrapper.BufferCapacity());
-    wrapper.SetChannels(kTold / 2);
-    Bytes room(kHeld * kTold);
+    wrapper.SetChannels(kSignalled / 2);
+    Bytes space(kHeld * kSignalled);
     std::uint32_t offset = 0;
-    wrapper.PullAudio(kHeld / 2, frames, room.data(), &offset);
-    EXPECT_EQ(frames == kHeld ? kCapacity - kHeld / 2 : kHeld / 2 * kTold, offset);
+    wrapper.PullAudio(kHeld / 2, frames, space.data(), &offset);
+    EXPECT_EQ(frames == kHeld ? kCapacity - kHeld / 2 : kHeld / 2 * kSignalled, offset);
   }
 }
 
@@ -348,12 +348,12 @@ TEST(AudioDecode, DecodesToAnyOffsetInItsBuffer) {
   wrapper.RemoveSamples(1);
   wrapper.Feed(frames[1]);
   // Two bytes a sample, one channel: mono, with its first byte missing.
-  Bytes room(4095);
+  Bytes space(4095);
   std::uint32_t offset = 0;
-  wrapper.PullAudio(1, 4095, room.data(), &offset);
+  wrapper.PullAudio(1, 4095, space.data(), &offset);
   ASSERT_EQ(4095u, offset);
   const Samples expected = TestDecoder(1).DecodeAll(frames[0] + frames[1]);
-  EXPECT_EQ(0, std::memcmp(room.data(), reinterpret_cast<const std::uint8_t*>(expected.data()) + 1, 4095));
+  EXPECT_EQ(0, std::memcmp(space.data(), reinterpret_cast<const std::uint8_t*>(expected.data()) + 1, 4095));
 }
 
 // Two bytes each, all truncated.

@@ -144,8 +144,8 @@ class EncodedMain : public Prediction {};
 
 TEST_P(EncodedMain, DecodesLikeFfmpeg) {
   DecodeAll({"-profile:a", "aac_main", "-aac_pred", "1"}, UMC::aac::kObjectMain, 10,
-            [](const Samples& ours, const std::vector<float>& witness) {
-              EXPECT_LT(RootMeanSquare(ours, witness), 1.0);
+            [](const Samples& ours, const std::vector<float>& reference) {
+              EXPECT_LT(RootMeanSquare(ours, reference), 1.0);
             });
 }
 
@@ -160,8 +160,8 @@ class EncodedLongTerm : public Prediction {};
 
 TEST_P(EncodedLongTerm, DecodesLikeFfmpeg) {
   DecodeAll({"-profile:a", "aac_ltp", "-aac_ltp", "1"}, UMC::aac::kObjectLtp, 0,
-            [](const Samples& ours, const std::vector<float>& witness) {
-              EXPECT_LE(LargestDifference(ours, witness), 1);
+            [](const Samples& ours, const std::vector<float>& reference) {
+              EXPECT_LE(LargestDifference(ours, reference), 1);
             });
 }
 
@@ -236,11 +236,11 @@ TEST(NoiseSubstitution, HasTheBandEnergiesOfTheReference) {
                                      "aevalsrc=0.2*(random(1)-0.5)|0.1*(random(2)-0.5):s=48000:d=10:c=stereo",
                                      "-c:a", "aac", "-aac_pns", "1", "-b:a", "48k", "-f", "adts"});
   const Samples ours = TestDecoder().DecodeAll(readFile(file));
-  const std::vector<float> witness = FfmpegDecode(file, {"-c:a", "aac"});
-  ASSERT_GT(LargestDifference(ours, witness), 100) << "no noise was substituted";
+  const std::vector<float> reference = FfmpegDecode(file, {"-c:a", "aac"});
+  ASSERT_GT(LargestDifference(ours, reference), 100) << "no noise was substituted";
   const std::vector<float> floats(ours.begin(), ours.end());
   for (std::size_t channel = 0; channel < 2; ++channel) {
-    const auto expected = BandPowers(witness, channel, 2), measured = BandPowers(floats, channel, 2);
+    const auto expected = BandPowers(reference, channel, 2), measured = BandPowers(floats, channel, 2);
     const double strongest = *std::max_element(expected.begin(), expected.end());
     for (std::size_t band = 0; band < expected.size(); ++band) {
       if (expected[band] < strongest - 6) continue;  // outside the coded bandwidth

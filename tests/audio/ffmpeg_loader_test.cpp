@@ -364,7 +364,7 @@ constexpr unsigned version(unsigned major, unsigned minor, unsigned micro) {
 
 const StandIn kWithVersion = {.from = "ffmpeg_stand_in_version"};
 
-void tellVersions(unsigned avcodec, unsigned avutil) {
+void printVersions(unsigned avcodec, unsigned avutil) {
   setEnvironment(kStandInAvcodecVersion, std::to_string(avcodec).c_str());
   setEnvironment(kStandInAvutilVersion, std::to_string(avutil).c_str());
 }
@@ -377,7 +377,7 @@ TEST(FFmpegLoader, AcceptsEveryReleaseOfItsGeneration) {
       const FFmpegPlace place;
       place.allow(true);
       place.putBoth(kFormats, kWithVersion);
-      tellVersions(release.first, release.second);
+      printVersions(release.first, release.second);
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), 0);
       EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kVersion));
@@ -392,7 +392,7 @@ TEST(FFmpegLoader, RejectsAnAvcodecOfAnotherGenerationOrProject) {
       const FFmpegPlace place;
       place.allow(true);
       place.putBoth(kFormats, kWithVersion);
-      tellVersions(avcodec, version(55, 78, 100));
+      printVersions(avcodec, version(55, 78, 100));
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), -2);
       EXPECT_THAT(log.lines,
@@ -407,7 +407,7 @@ TEST(FFmpegLoader, RejectsAnAvutilOfAnotherGenerationOrProject) {
       const FFmpegPlace place;
       place.allow(true);
       place.putBoth(kFormats, kWithVersion);
-      tellVersions(version(57, 107, 100), avutil);
+      printVersions(version(57, 107, 100), avutil);
       LogCapture log;
       EXPECT_EQ(LoadFFmpeg(), -2);
       EXPECT_THAT(log.lines, ElementsAre(kAvutilLoaded, kAvcodecLoaded, kNoAvutil));
@@ -421,7 +421,7 @@ TEST(FFmpegLoader, TriesTheNextPlaceAfterOneOfAnotherGeneration) {
     place.allow(true);
     place.putBoth(kBesideHost, kWithVersion);
     place.putBoth(kFormats);  // has no version function
-    tellVersions(version(58, 18, 100), version(56, 14, 100));
+    printVersions(version(58, 18, 100), version(56, 14, 100));
     LogCapture log;
     EXPECT_EQ(LoadFFmpeg(), 0);
     EXPECT_THAT(log.lines,

@@ -138,8 +138,8 @@ int readStandIn(const Bytes& packet, Coded& coded) {
   coded.planes = packet.data() + sizeof coded.head;
   const StandInPacket& head = coded.head;
   const std::int64_t planes = std::int64_t{head.planeABytes} + head.planeBBytes;
-  const auto room = static_cast<std::int64_t>(packet.size() - sizeof head);
-  if (head.planeABytes < 0 || head.planeBBytes < 0 || planes > room) return kInvalidData;
+  const auto space = static_cast<std::int64_t>(packet.size() - sizeof head);
+  if (head.planeABytes < 0 || head.planeBBytes < 0 || planes > space) return kInvalidData;
   return coded.head.result == 0 ? static_cast<int>(packet.size()) : coded.head.result;
 }
 

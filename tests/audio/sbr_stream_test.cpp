@@ -28,12 +28,12 @@ std::vector<float> FirstOfTwo(const std::vector<float>& samples) {
   return first;
 }
 
-double RmsDifference(const Samples& ours, const std::vector<float>& witness) {
-  EXPECT_EQ(witness.size(), ours.size());
+double RmsDifference(const Samples& ours, const std::vector<float>& reference) {
+  EXPECT_EQ(reference.size(), ours.size());
   double sum = 0;
-  const std::size_t count = std::min(ours.size(), witness.size());
+  const std::size_t count = std::min(ours.size(), reference.size());
   for (std::size_t i = 0; i < count; ++i) {
-    const double difference = ours[i] - std::clamp(witness[i], -32768.0f, 32767.0f);
+    const double difference = ours[i] - std::clamp(reference[i], -32768.0f, 32767.0f);
     sum += difference * difference;
   }
   return std::sqrt(sum / static_cast<double>(std::max<std::size_t>(count, 1)));
@@ -48,9 +48,9 @@ class SbrSample : public testing::TestWithParam<NamedStream> {};
 
 TEST_P(SbrSample, DecodesLikeFfmpeg) {
   const auto path = std::filesystem::path(VL_TEST_DATA) / GetParam().name;
-  std::vector<float> witness = FfmpegDecode(path, {"-c:a", "aac"});
-  if (GetParam().mono) witness = FirstOfTwo(witness);
-  EXPECT_LT(RmsDifference(FullRateDecoder().DecodeAll(readFile(path)), witness), 0.5);
+  std::vector<float> reference = FfmpegDecode(path, {"-c:a", "aac"});
+  if (GetParam().mono) reference = FirstOfTwo(reference);
+  EXPECT_LT(RmsDifference(FullRateDecoder().DecodeAll(readFile(path)), reference), 0.5);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, SbrSample,
@@ -79,9 +79,9 @@ Generated Generate(unsigned seed, const GeneratorOptions& options, int channelCo
 double RmsAgainstFfmpeg(const Generated& generated, bool mono) {
   TempFolder folder;
   writeFile(folder.file("a.aac"), generated.stream);
-  std::vector<float> witness = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
-  if (mono) witness = FirstOfTwo(witness);
-  return RmsDifference(FullRateDecoder().DecodeAll(generated.stream), witness);
+  std::vector<float> reference = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
+  if (mono) reference = FirstOfTwo(reference);
+  return RmsDifference(FullRateDecoder().DecodeAll(generated.stream), reference);
 }
 
 class SbrSamplingIndex : public testing::TestWithParam<int> {};
@@ -142,15 +142,15 @@ TEST(SbrStream, DecodesPayloadsWithChecksums) {
 TEST(SbrStream, DecodesLikeFaad) {
   const auto path = std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac";
   const RunResult result = runOrThrow({"faad", "-q", "-f", "2", "-w", path.string()});
-  std::vector<float> witness;
+  std::vector<float> reference;
   for (std::size_t at = 0; at + 2 <= result.out.size(); at += 2) {
     std::int16_t sample = 0;
     std::memcpy(&sample, result.out.data() + at, sizeof sample);
-    witness.push_back(sample);
+    reference.push_back(sample);
   }
   const Samples all = FullRateDecoder().DecodeAll(readFile(path));
   const Samples ours(all.begin() + 2 * 2048, all.end());
-  EXPECT_LT(RmsDifference(ours, witness), 2);
+  EXPECT_LT(RmsDifference(ours, reference), 2);
 }
 
 // The core of generated blocks does not depend on whether payloads follow.
@@ -229,7 +229,7 @@ TEST(SbrStream, WithoutAHeaderIsTheDelayedCore) {
 // The part below 8 kHz of a stereo signal, at 24 kHz, `step` being 2 for one at 48 kHz: one filter sampled at
 // both rates.
 std::vector<double> LowBand(const std::vector<double>& samples, int step) {
-  constexpr double kCutOff = 8500.0 / 48000, kHalf = 192, kBeta = 10;
+  constexpr double kTruncated = 8500.0 / 48000, kHalf = 192, kBeta = 10;
   const auto bessel = [](double x) {
     double sum = 1, term = 1;
     for (int k = 1; term > sum * 1e-12; ++k) sum += term *= (x / 2 / k) * (x / 2 / k);
@@ -240,7 +240,7 @@ std::vector<double> LowBand(const std::vector<double>& samples, int step) {
   for (int i = -reach; i <= reach; ++i) {
     const double t = i * 2.0 / step;
     const double sinc =
-        i == 0 ? 2 * kCutOff : std::sin(2 * std::numbers::pi * kCutOff * t) / (std::numbers::pi * t);
+        i == 0 ? 2 * kTruncated : std::sin(2 * std::numbers::pi * kTruncated * t) / (std::numbers::pi * t);
     filter.push_back(2.0 / step * sinc * bessel(kBeta * std::sqrt(1 - t * t / kHalf / kHalf)) /
                      bessel(kBeta));
   }
@@ -261,10 +261,10 @@ std::vector<double> LowBand(const std::vector<double>& samples, int step) {
 TEST(SbrStream, DownSampledIsTheLowerHalfOfTheFullRate) {
   const auto path = std::filesystem::path(VL_TEST_DATA) / "he_v1_stereo_48k.aac";
   const Samples ours = TestDecoder().DecodeAll(readFile(path));
-  const std::vector<float> witness = FfmpegDecode(path, {"-c:a", "aac"});
-  ASSERT_EQ(witness.size(), 2 * ours.size());
+  const std::vector<float> reference = FfmpegDecode(path, {"-c:a", "aac"});
+  ASSERT_EQ(reference.size(), 2 * ours.size());
   const auto low = LowBand({ours.begin(), ours.end()}, 1);
-  const auto expected = LowBand({witness.begin(), witness.end()}, 2);
+  const auto expected = LowBand({reference.begin(), reference.end()}, 2);
   ASSERT_EQ(expected.size(), low.size());
   double sum = 0;
   for (std::size_t i = 0; i < low.size(); ++i) sum += (low[i] - expected[i]) * (low[i] - expected[i]);
@@ -349,15 +349,15 @@ TEST(SbrStream, NeedsSpaceForTwiceTheSamples) {
   params.m_sbrDownSampled = 0;
   ASSERT_EQ(0, decoder.Init(&params));
   UMC::MediaData input, output;
-  Bytes room(2 * 2 * 2048);
+  Bytes space(2 * 2 * 2048);
   const auto decode = [&](std::size_t bytes) {
     input.SetBufferPointer(frame.data(), frame.size());
     input.SetDataSize(frame.size());
-    output.SetBufferPointer(room.data(), bytes);
+    output.SetBufferPointer(space.data(), bytes);
     return decoder.GetFrame(&input, &output);
   };
-  EXPECT_EQ(-896, decode(room.size() - 1));
-  EXPECT_EQ(0, decode(room.size()));
+  EXPECT_EQ(-896, decode(space.size() - 1));
+  EXPECT_EQ(0, decode(space.size()));
 }
 
 TEST(SbrStream, ResetClearsTheSignal) {

@@ -30,7 +30,7 @@ TEST_P(Converging, OnceConvergedEqualsADecoderFromTheStart) {
   }
   TestDecoder decoder;
   ASSERT_EQ(0, decoder.Decode(frames[0]));
-  int settled = 0;
+  int converged = 0;
   for (std::size_t start = 10; start < 200; start += 10) {
     ASSERT_EQ(0, decoder.Decoder().Reset());
     EXPECT_FALSE(decoder.Decoder().Converged());
@@ -44,9 +44,9 @@ TEST_P(Converging, OnceConvergedEqualsADecoderFromTheStart) {
       EXPECT_FALSE(before && !now) << start << ' ' << i;
       before = now;
     }
-    settled += before ? 1 : 0;
+    converged += before ? 1 : 0;
   }
-  EXPECT_GE(settled, 3);
+  EXPECT_GE(converged, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Converging, testing::Values(kObjectMain, kObjectLtp));
@@ -92,7 +92,7 @@ TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
       ASSERT_EQ(0, decoder.Decode(frames[number]));
     }
   };
-  int settled = 0;
+  int converged = 0;
   for (std::size_t start = 1; start < 60; start += 3) {
     TestDecoder whole(0, 0), late(0, 0);
     for (std::size_t i = 0; i < start; ++i) pass(whole, i);
@@ -105,9 +105,9 @@ TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
       }
       before = late.Decoder().Converged();
     }
-    settled += before ? 1 : 0;
+    converged += before ? 1 : 0;
   }
-  EXPECT_EQ(20, settled);
+  EXPECT_EQ(20, converged);
 }
 
 }  // namespace

@@ -51,6 +51,10 @@ void freeAligned(void* memory) {
 }
 }  // namespace
 
+}  // namespace fmp4
+
+using namespace fmp4;
+
 void* operator new(std::size_t size) {
   if (void* memory = allocate(size)) return memory;
   throw std::bad_alloc();
@@ -79,6 +83,8 @@ void operator delete(void* memory, std::align_val_t) noexcept {
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
   freeAligned(memory);
 }
+
+namespace fmp4 {
 
 namespace {
 
@@ -119,10 +125,10 @@ void ExpectNoAllocation(Bytes& stream, int frames, Params& params) {
   UMC::MediaData input, output;
   input.SetBufferPointer(stream.data(), stream.size());
   input.SetDataSize(stream.size());
-  Bytes room(2 * 8192);
+  Bytes space(2 * 8192);
   int before = 0;
   for (int i = 0; i < frames; ++i) {
-    output.SetBufferPointer(room.data(), room.size());
+    output.SetBufferPointer(space.data(), space.size());
     ASSERT_EQ(0, decoder.GetFrame(&input, &output));
     if (i == 0) before = allocations;
   }

@@ -22,13 +22,13 @@ constexpr std::size_t kBlockSamples = 2 * 2048;
 
 // The RMS difference from the reference, over one of two channels and the blocks that are `counted`.
 template <class Counted>
-double Rms(const Samples& ours, const std::vector<float>& witness, std::size_t channel, Counted counted) {
-  EXPECT_EQ(witness.size(), ours.size());
+double Rms(const Samples& ours, const std::vector<float>& reference, std::size_t channel, Counted counted) {
+  EXPECT_EQ(reference.size(), ours.size());
   double sum = 0;
   std::size_t count = 0;
-  for (std::size_t i = channel; i < std::min(ours.size(), witness.size()); i += 2) {
+  for (std::size_t i = channel; i < std::min(ours.size(), reference.size()); i += 2) {
     if (!counted(i / kBlockSamples)) continue;
-    const double difference = ours[i] - std::clamp(witness[i], -32768.0f, 32767.0f);
+    const double difference = ours[i] - std::clamp(reference[i], -32768.0f, 32767.0f);
     sum += difference * difference;
     ++count;
   }
@@ -44,10 +44,10 @@ template <class Counted>
 void ExpectLikeFfmpeg(const Bytes& stream, Counted counted) {
   TempFolder folder;
   writeFile(folder.file("a.aac"), stream);
-  const std::vector<float> witness = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
+  const std::vector<float> reference = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
   const Samples ours = Decode(stream);
   for (std::size_t channel = 0; channel < 2; ++channel)
-    EXPECT_LT(Rms(ours, witness, channel, counted), 1.0) << channel;
+    EXPECT_LT(Rms(ours, reference, channel, counted), 1.0) << channel;
 }
 void ExpectLikeFfmpeg(const Bytes& stream) {
   ExpectLikeFfmpeg(stream, AfterTheFirst);
@@ -69,9 +69,9 @@ TEST(StereoStream, DecodesAccessUnitsOfAConfigurationThatSignalsIt) {
     ASSERT_EQ(0, decoder.Decode(Bytes(frame.begin() + 7, frame.end())));
     ours.insert(ours.end(), decoder.Last().begin(), decoder.Last().end());
   }
-  const std::vector<float> witness = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
+  const std::vector<float> reference = FfmpegDecode(folder.file("a.aac"), {"-c:a", "aac"});
   for (std::size_t channel = 0; channel < 2; ++channel)
-    EXPECT_LT(Rms(ours, witness, channel, AfterTheFirst), 1.0) << channel;
+    EXPECT_LT(Rms(ours, reference, channel, AfterTheFirst), 1.0) << channel;
 }
 
 constexpr int kBlocks = 60;
@@ -231,7 +231,7 @@ TEST(StereoStream, OnceConvergedEqualsADecoderFromTheStart) {
     expected.push_back(whole.Last());
   }
   TestDecoder decoder(2, 0);
-  int settled = 0;
+  int converged = 0;
   for (std::size_t start = 16; start < frames.size(); start += 16) {
     ASSERT_EQ(0, decoder.Decoder().Reset());
     bool before = false;
@@ -248,9 +248,9 @@ TEST(StereoStream, OnceConvergedEqualsADecoderFromTheStart) {
       }
       before = now;
     }
-    settled += before ? 1 : 0;
+    converged += before ? 1 : 0;
   }
-  EXPECT_GE(settled, 3);
+  EXPECT_GE(converged, 3);
 }
 
 }  // namespace

@@ -25,10 +25,10 @@ class StreamDecoder {
   }
   // One frame; `Last` holds its samples.
   UMC::Status Decode() {
-    m_output.SetBufferPointer(reinterpret_cast<std::uint8_t*>(m_room.data()), m_room.size() * 2);
+    m_output.SetBufferPointer(reinterpret_cast<std::uint8_t*>(m_space.data()), m_space.size() * 2);
     const UMC::Status status = m_decoder.GetFrame(&m_input, &m_output);
     const auto count = static_cast<std::ptrdiff_t>(m_output.GetDataSize() / 2);
-    m_last.assign(m_room.begin(), m_room.begin() + count);
+    m_last.assign(m_space.begin(), m_space.begin() + count);
     return status;
   }
   UMC::Status Decode(const Bytes& bytes) {
@@ -66,13 +66,13 @@ class StreamDecoder {
 
  protected:
   // `room`: samples of the largest frame.
-  explicit StreamDecoder(std::size_t room) : m_room(room) {}
+  explicit StreamDecoder(std::size_t space) : m_space(space) {}
 
  private:
   Codec m_decoder;
   Bytes m_bytes;
   UMC::MediaData m_input, m_output;
-  Samples m_room;
+  Samples m_space;
   Samples m_last;
 };
 

@@ -52,23 +52,23 @@ inline std::vector<float> FfmpegDecode(const std::filesystem::path& file,
 }
 
 // The largest difference once the reference's samples are rounded and limited.
-inline int LargestDifference(const Samples& ours, const std::vector<float>& witness) {
-  EXPECT_EQ(witness.size(), ours.size());
+inline int LargestDifference(const Samples& ours, const std::vector<float>& reference) {
+  EXPECT_EQ(reference.size(), ours.size());
   int largest = 0;
-  for (std::size_t i = 0; i < std::min(ours.size(), witness.size()); ++i) {
-    const auto rounded = static_cast<int>(std::lrint(std::clamp(witness[i], -32768.0f, 32767.0f)));
+  for (std::size_t i = 0; i < std::min(ours.size(), reference.size()); ++i) {
+    const auto rounded = static_cast<int>(std::lrint(std::clamp(reference[i], -32768.0f, 32767.0f)));
     largest = std::max(largest, std::abs(rounded - ours[i]));
   }
   return largest;
 }
 
 // The root mean square of the differences, the reference's samples rounded and limited likewise.
-inline double RootMeanSquare(const Samples& ours, const std::vector<float>& witness) {
-  EXPECT_EQ(witness.size(), ours.size());
-  const std::size_t count = std::min(ours.size(), witness.size());
+inline double RootMeanSquare(const Samples& ours, const std::vector<float>& reference) {
+  EXPECT_EQ(reference.size(), ours.size());
+  const std::size_t count = std::min(ours.size(), reference.size());
   double sum = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    const double difference = std::round(std::clamp(witness[i], -32768.0f, 32767.0f)) - ours[i];
+    const double difference = std::round(std::clamp(reference[i], -32768.0f, 32767.0f)) - ours[i];
     sum += difference * difference;
   }
   return std::sqrt(sum / static_cast<double>(count));

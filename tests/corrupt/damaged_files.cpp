@@ -42,7 +42,7 @@ struct Parts {
     Bytes pairs;
     for (std::uint32_t i = 0; i < kFramesPerFragment; ++i) {
       const std::uint32_t frame = f * kFramesPerFragment + i;
-      pictures.samples.push_back({pictureOf(frame), 0, i ? kNonSyncSample : 0});
+      pictures.samples.push_back({videoOf(frame), 0, i ? kNonSyncSample : 0});
       units.samples.push_back(sampleOf(9, 100 + frame));
       pairs = join({pairs, cc608PairOf(frame)});
       packets.samples.push_back({box("ccdp", {cc708PacketOf(frame)})});
@@ -117,7 +117,7 @@ std::string repeated(std::string_view part, std::size_t times) {
 
 }  // namespace
 
-Bytes pictureOf(std::uint32_t frame) {
+Bytes videoOf(std::uint32_t frame) {
   return sampleOf(20 + frame, frame).data;
 }
 Bytes cc608PairOf(std::uint32_t frame) {

@@ -20,7 +20,7 @@ inline constexpr std::uint32_t kFramesPerFragment = 2;
 inline constexpr std::uint32_t kFrames = kFragments * kFramesPerFragment;
 
 // The intact file's content of a frame.
-Bytes pictureOf(std::uint32_t frame);
+Bytes videoOf(std::uint32_t frame);
 Bytes cc608PairOf(std::uint32_t frame);
 // The caption area's bytes from 4 on.
 Bytes cc708PacketOf(std::uint32_t frame);

@@ -27,10 +27,10 @@ constexpr std::size_t kMemoryOfAnObject = 8 << 20;
 Bytes megabyteOf(const Bytes& part) {
   return repeat(part, kFileBytes / part.size());
 }
-Bytes fileWith(const Bytes& movie, const Bytes& behind = {}) {
+Bytes fileWith(const Bytes& movie, const Bytes& after = {}) {
   TrafSpec traf;
   traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
-  return join({fileTypeBox(), movie, fragment(1, {traf}), behind});
+  return join({fileTypeBox(), movie, fragment(1, {traf}), after});
 }
 Bytes movieWith(const Bytes& more) {
   const Bytes movie = movieBox({videoTrack()});
@@ -67,7 +67,7 @@ const std::vector<Hostile> kHostile = {
                        megabyteOf(box("moof", {fullBox("mfhd", 0, 0, {u32(2)}), traf})));
      },
      true},
-    {"SoundTracks",
+    {"AudioTracks",
      [] {
        return fileWith(
            movieWith(join({trackBox(videoTrack()),

@@ -38,7 +38,7 @@ inline void readOne(CAMediaFile& file, std::uint32_t frame, FramesRead& read) {
     read.pictures[frame] = 'x';
     return;
   }
-  read.pictures[frame] = whichFrame(got.data, pictureOf);
+  read.pictures[frame] = whichFrame(got.data, videoOf);
   const DFRAME& d = got.descriptor;
   ASSERT_LE(d.captionBytes, sizeof d.captions);
   if (d.captionFlags & DFRAME_CAPTION_608) {

@@ -81,7 +81,7 @@ TEST(JsonDocument, NamesTheKeysOfInfo) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   // Two video tracks, one of them read; two audio tracks, one of them decoded.
-  makeMedia(file, pictureInput(1) + toneInput(1) +
+  makeMedia(file, videoInput(1) + toneInput(1) +
                       Arguments{"-map", "0:v", "-map", "0:v", "-map", "1:a", "-map", "1:a"} + h264Codec() +
                       Arguments{"-c:a:0", "aac", "-c:a:1", "libmp3lame"} + fragmented("+delay_moov"));
   expectDocumented("fmp4 info --json FILE", printedBy({"info", "--json", file}));
@@ -99,7 +99,7 @@ TEST(JsonDocument, NamesTheKeysOfFramesAndBoxes) {
 TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"),
-            pictureInput(1) + toneInput(1) + h264Codec() + Arguments{"-c:a", "aac"} + fragmented());
+            videoInput(1) + toneInput(1) + h264Codec() + Arguments{"-c:a", "aac"} + fragmented());
   expectDocumented("fmp4 package --json INPUT.mp4", printedBy({"package", "--json", folder.file("clip.mp4"),
                                                                "--output", folder.file("out.mp4")}));
   const std::filesystem::path media = folder.file("out.m4v");

@@ -22,7 +22,7 @@ class Examples : public testing::Test {
   static void SetUpTestSuite() {
     folder_ = new TempFolder;
     clip_ = folder_->file("clip.mp4");
-    makeMedia(clip_, pictureInput(2, "25", "320x180") + toneInput(2.048) + h264Codec() +
+    makeMedia(clip_, videoInput(2, "25", "320x180") + toneInput(2.048) + h264Codec() +
                          std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented());
   }
   static void TearDownTestSuite() { delete folder_; }

@@ -75,10 +75,10 @@ TEST(DateTime, TwoTextsFormOneUtcDateTime) {
   const auto number = [&](std::size_t i) { return std::stoi(match[i]); };
   const year_month_day day(year(number(1)), month(static_cast<unsigned>(number(2))),
                            std::chrono::day(static_cast<unsigned>(number(3))));
-  const auto told =
+  const auto signalled =
       sys_days(day) + hours(number(4)) + minutes(number(5)) + seconds(number(6)) + milliseconds(number(7));
-  EXPECT_GE(told, before);
-  EXPECT_LE(told, after);
+  EXPECT_GE(signalled, before);
+  EXPECT_LE(signalled, after);
   EXPECT_EQ(std::string(date).size(), 10u);
   EXPECT_EQ(std::string(time).size(), 14u);
 }

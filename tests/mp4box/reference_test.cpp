@@ -67,7 +67,7 @@ std::set<std::string> typesWrittenAgain(const std::string& name, const std::vect
 const std::vector<std::string> kAac = {"-c:a", "aac", "-b:a", "96k"};
 
 TEST(OtherWriters, FragmentedFilesAreRewrittenByteForByte) {
-  EXPECT_THAT(typesWrittenAgain("a.mp4", pictureInput(1) + toneInput(1) + h264Codec(10) + kAac +
+  EXPECT_THAT(typesWrittenAgain("a.mp4", videoInput(1) + toneInput(1) + h264Codec(10) + kAac +
                                              fragmented("+global_sidx+frag_discont")),
               IsSupersetOf({"ftyp", "mvhd", "tkhd", "mdhd", "hdlr", "vmhd", "smhd", "dref", "url ",
                             "stsd", "avc1", "avcC", "pasp", "mp4a", "esds", "stts", "stsc", "stsz",
@@ -76,13 +76,13 @@ TEST(OtherWriters, FragmentedFilesAreRewrittenByteForByte) {
 
 TEST(OtherWriters, FragmentsWithBaseOffsetsAreRewrittenByteForByte) {
   EXPECT_THAT(typesWrittenAgain(
-                  "a.mp4", pictureInput(1) + toneInput(1) + h264Codec(10) + kAac +
+                  "a.mp4", videoInput(1) + toneInput(1) + h264Codec(10) + kAac +
                                std::vector<std::string>{"-movflags", "frag_keyframe", "-frag_size", "3000"}),
               IsSupersetOf({"trun", "tfhd", "stss", "ctts"}));
 }
 
 TEST(OtherWriters, SmoothFilesAreRewrittenByteForByte) {
-  EXPECT_THAT(typesWrittenAgain("a.ismv", pictureInput(1) + toneInput(1) + h264Codec(10) + kAac),
+  EXPECT_THAT(typesWrittenAgain("a.ismv", videoInput(1) + toneInput(1) + h264Codec(10) + kAac),
               IsSupersetOf({"mfhd", "tfhd", "trun", "tfra", "mfro"}));
 }
 
@@ -97,7 +97,7 @@ TEST(OtherWriters, PlainFilesWithMetadataAreRewrittenByteForByte) {
   const std::string titles = folder.file("titles.srt");
   writeFile(titles, text("1\n00:00:00,000 --> 00:00:00,500\nWords\n\n"));
   const std::string file = folder.file("a.mp4");
-  runOrThrow(std::vector<std::string>{"ffmpeg", "-nostdin", "-v", "error", "-y"} + pictureInput(1) +
+  runOrThrow(std::vector<std::string>{"ffmpeg", "-nostdin", "-v", "error", "-y"} + videoInput(1) +
              toneInput(1) +
              std::vector<std::string>{"-i", titles, "-i", chapters, "-map", "0", "-map", "1", "-map", "2",
                                       "-map_metadata", "3"} +
@@ -111,10 +111,10 @@ TEST(OtherWriters, PlainFilesWithMetadataAreRewrittenByteForByte) {
 
 TEST(OtherWriters, QuickTimeFilesAreRewrittenByteForByte) {
   EXPECT_THAT(typesWrittenAgain("a.mov",
-                                pictureInput(1) + toneInput(1) + h264Codec(10) +
+                                videoInput(1) + toneInput(1) + h264Codec(10) +
                                     std::vector<std::string>{"-c:a", "pcm_s24le", "-metadata", "title=Name"}),
               IsSupersetOf({"hdlr", "url ", "enda", "frma"}));
-  EXPECT_THAT(typesWrittenAgain("a.mov", pictureInput(1) + toneInput(1) +
+  EXPECT_THAT(typesWrittenAgain("a.mov", videoInput(1) + toneInput(1) +
                                              std::vector<std::string>{"-c:v", "mjpeg", "-pix_fmt", "yuvj420p",
                                                                       "-c:a", "aac"}),
               IsSupersetOf({"jpeg", "esds", "mp4a"}));
@@ -227,7 +227,7 @@ class WrittenFile : public testing::Test {
  protected:
   WrittenFile() {
     const std::string source = folder_.file("source.mp4");
-    makeMedia(source, pictureInput(1.2) + toneInput(1.2) + h264Codec(kFrames) + kAac + fragmented());
+    makeMedia(source, videoInput(1.2) + toneInput(1.2) + h264Codec(kFrames) + kAac + fragmented());
     presentation_ = presentationOf(readFile(source));
     sourcePackets_ = {ffprobePackets(source, "v:0"), ffprobePackets(source, "a:0")};
 

@@ -724,9 +724,9 @@ TEST(Free, OfNullDoesNothing) {
   Mp4BoxFree(nullptr, nullptr);
 }
 
-struct Witness : Mp4Payload {
-  explicit Witness(std::string& freed, char name) : freed_(freed), name_(name) {}
-  ~Witness() override { freed_ += name_; }
+struct Reference : Mp4Payload {
+  explicit Reference(std::string& freed, char name) : freed_(freed), name_(name) {}
+  ~Reference() override { freed_ += name_; }
   void fields(Mp4Fields&) override {}
 
  private:
@@ -738,7 +738,7 @@ TEST(Free, ChildrenFirstInOrderEachWithItsPayload) {
   std::string freed;
   const auto make = [&](char name, Mp4Box* father) {
     auto* box = new Mp4Box;
-    box->data = new Witness(freed, name);
+    box->data = new Reference(freed, name);
     box->father = father;
     if (father) {
       (father->first ? father->last->next : father->first) = box;
@@ -760,7 +760,7 @@ TEST(Free, OfABoxLeavesItsParentAlone) {
   Mp4Box father;
   auto* box = new Mp4Box;
   box->father = &father;
-  box->data = new Witness(freed, 'x');
+  box->data = new Reference(freed, 'x');
   Mp4BoxFree(nullptr, box);
   EXPECT_EQ(freed, "x");
   EXPECT_EQ(father.data, nullptr);

@@ -142,11 +142,11 @@ TEST(Fragment, RunWithoutDataOffsetIsNotPatched) {
 
 TEST(Fragment, AfterOtherBytesCountsFromItsOwnStart) {
   auto fragment = Mp4SetUpFragment(1, {.audio = true});
-  Mp4MemoryOutput alone, behind;
+  Mp4MemoryOutput alone, after;
   Mp4WriteMovieFragment(alone, fragment, {.audio = 5});
-  Mp4WriteBytes(behind, "1234567", 7);
-  EXPECT_EQ(Mp4WriteMovieFragment(behind, fragment, {.audio = 5}), alone.bytes.size());
-  EXPECT_EQ(behind.bytes, join({text("1234567"), alone.bytes}));
+  Mp4WriteBytes(after, "1234567", 7);
+  EXPECT_EQ(Mp4WriteMovieFragment(after, fragment, {.audio = 5}), alone.bytes.size());
+  EXPECT_EQ(after.bytes, join({text("1234567"), alone.bytes}));
 }
 
 TEST(MediaData, IsAPlainBox) {

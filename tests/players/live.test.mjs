@@ -19,7 +19,7 @@ const fmp4 = process.env.FMP4;
 const shots = process.env.SHOTS;
 
 const kRate = 25;
-const kMinute = {name: 'minute', rate: [kRate, 1], frames: 60 * kRate, delayed: 2, sound: true, width: 320,
+const kMinute = {name: 'minute', rate: [kRate, 1], frames: 60 * kRate, delayed: 2, audio: true, width: 320,
   height: 180};
 const kSegmentFrames = 100;
 const kFollowedSegments = 12;  // of fifteen, so that slow machines see them before the end

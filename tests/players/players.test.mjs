@@ -31,7 +31,7 @@ const players = [
   {player: 'dash.js', delaysStart: true, delaysEnd: false},
   {player: 'shaka-dash', delaysStart: true, delaysEnd: true},
   {player: 'shaka-hls', delaysStart: true, delaysEnd: true},
-  {player: 'browser', delaysStart: false, delaysEnd: false, endsWithSound: true},
+  {player: 'browser', delaysStart: false, delaysEnd: false, endsWithAudio: true},
 ];
 
 let folder, media, server, browser;
@@ -61,13 +61,13 @@ after(async () => {
 
 for (const [index, recording] of recordings.entries()) {
   const frameSeconds = recording.rate[1] / recording.rate[0];
-  for (const {player, delaysStart, delaysEnd, endsWithSound} of players) {
+  for (const {player, delaysStart, delaysEnd, endsWithAudio} of players) {
     test(names.plays(player)(recording.name), async () => {
       const viewer = await Viewer.open(browser, server.address, recording.name, player);
       const delay = recording.delayed * frameSeconds;
       // Audio in the same file begins at zero, so nothing is shifted.
       const origin = delaysStart || recording.extension === '.ismv' ? delay : 0;
-      const endsLate = delaysEnd || (endsWithSound && recording.sound);
+      const endsLate = delaysEnd || (endsWithAudio && recording.audio);
       const end = recording.frames * frameSeconds + (endsLate ? delay : 0);
 
       await viewer.playToEnd(kSpeed);
@@ -132,21 +132,21 @@ test('ffmpeg that checks extensions refuses .m4v in playlists by default', async
 });
 
 test('the page lists what the folder holds and shows the chosen recording', async () => {
-  const viewer = await Viewer.open(browser, server.address, 'ntsc-b-sound');
+  const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
   const listed = await viewer.page.locator('#list a').evaluateAll((links) => links.map((link) => link.firstChild.data));
   assert.deepEqual(listed, [...recordings.map(({name}) => name), 'captions', 'undivided'].sort());
   assert.equal(await viewer.page.textContent('#facts'),
     '640×360 · 29.97 frames/s · avc1.64001e + mp4a.40.02 · 00:00:07.670');
-  await viewer.page.click('#list a:has-text("pal-b-sound")');
+  await viewer.page.click('#list a:has-text("pal-b-audio")');
   await viewer.page.waitForFunction(() => document.getElementById('video').videoWidth === 384);
-  assert.equal(await viewer.page.textContent('#title'), 'pal-b-sound');
+  assert.equal(await viewer.page.textContent('#title'), 'pal-b-audio');
   if (shots) await viewer.page.screenshot({path: path.join(shots, 'chosen.png')});
   assert.deepEqual(await viewer.messages(), []);
   await viewer.close();
 });
 
 test('the page steps frame by frame, forward and back', async () => {
-  const viewer = await Viewer.open(browser, server.address, 'ntsc-b-sound');
+  const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
   await viewer.seek((2 + 97.5) * 1001 / 30000);
   await viewer.sees(97);
   for (const [button, frame] of [['#forward', 98], ['#forward', 99], ['#forward', 100], ['#back', 99]]) {
@@ -179,7 +179,7 @@ for (const {player} of players) {
 // These players read a static manifest only once.
 for (const player of ['dash.js', 'shaka-dash']) {
   test(names.showsWhatThereWas(player), async () => {
-    const growing = new GrowingRecording(media, 'ntsc-b-sound', `static-${player.replace('.', '-')}`);
+    const growing = new GrowingRecording(media, 'ntsc-b-audio', `static-${player.replace('.', '-')}`);
     await growing.write(1);
     const viewer = await Viewer.open(browser, server.address, growing.name, player);
     await growing.write(2);
@@ -231,20 +231,20 @@ test('ffmpeg refuses segments without a stated duration', async () => {
 
 test('ffprobe counts the first time of an index in the duration', async () => {
   const duration = async (file) => Number(await run('ffprobe', '-v', 'error', '-show_entries', 'format=duration', '-of',
-    'csv=p=0', `${server.address}media/ntsc-b-sound${file}`));
-  const video = 230 * 1001 / 30000, soundSegment = 10 * 16 * 1024 / 48000;
+    'csv=p=0', `${server.address}media/ntsc-b-audio${file}`));
+  const video = 230 * 1001 / 30000, audioSegment = 10 * 16 * 1024 / 48000;
   assertNear(await duration('.m4v'), video + 1001 / 30000, 0.001);
-  assertNear(await duration('.m4a'), video + soundSegment, 0.1);
+  assertNear(await duration('.m4a'), video + audioSegment, 0.1);
 });
 
 test('ffprobe ignores byte ranges of manifests on the disk and warns', async () => {
   const {stdout, stderr} = await execute('ffprobe', ['-v', 'warning', '-show_entries', 'stream=codec_name', '-of',
-    'csv=p=0', path.join(media, 'ntsc-b-sound.mpd')]);
+    'csv=p=0', path.join(media, 'ntsc-b-audio.mpd')]);
   assert.match(stdout, /h264[^]*aac/);
   assert.match(stderr, /Found duplicated MOOV Atom\. Skipped it/);
 });
 
-for (const {name, extension, sound} of recordings) {
+for (const {name, extension, audio} of recordings) {
   const [mediaFile, manifest] = extension === '.ismv' ? [extension, '.xml'] : ['.m4v', '.mpd'];
   for (const list of [manifest, '.m3u8', '.master.m3u8']) {
     test(names.describes('ffprobe', name, list), async () => {
@@ -253,8 +253,8 @@ for (const {name, extension, sound} of recordings) {
         'csv=p=0', `${server.address}media/${encodeURIComponent(name)}${list}`);
       // ffprobe lists a stream again for each program that it is in.
       const codecs = [...new Set(described.split('\n').filter(Boolean))].sort();
-      const hasSound = sound && (list !== '.m3u8' || mediaFile === '.ismv');
-      assert.deepEqual(codecs, hasSound ? ['aac', 'h264'] : ['h264']);
+      const hasAudio = audio && (list !== '.m3u8' || mediaFile === '.ismv');
+      assert.deepEqual(codecs, hasAudio ? ['aac', 'h264'] : ['h264']);
     });
   }
   for (const [suffix, format] of [[mediaFile, 'MPEG-4'], [manifest, 'DASH MPD'], ['.m3u8', 'HLS'],

@@ -31,17 +31,17 @@ TEST(BadRecording, WritingBeforeTheDescriptionIsReported) {
 TEST(BadRecording, MissingChannelsAreReported) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
-  MediaFile sounding = startRecording(folder.file("b.mp4"), withAudio());
-  MediaFile sound = createFile(folder.file("c.m4a"), MF_OPEN_AUDIO_ONLY);
-  describeSound(*sound, withAudio());
+  MediaFile withTone = startRecording(folder.file("b.mp4"), withAudio());
+  MediaFile audio = createFile(folder.file("c.m4a"), MF_OPEN_AUDIO_ONLY);
+  describeAudio(*audio, withAudio());
   LogCapture log;
   EXPECT_EQ(writeSample(*file, 2, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
   EXPECT_EQ(writeSample(*file, 0, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
   EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
-  EXPECT_EQ(writeSample(*sounding, 0x0C, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
-  EXPECT_EQ(writeSample(*sound, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
-  const LogLine noVideo{VL_LOG_RESULT, "mov2: 0xE802300F\n"}, noSound{VL_LOG_RESULT, "fmp4: 0xE802300F\n"};
-  EXPECT_THAT(log.lines, ElementsAre(noVideo, noVideo, noSound, noSound, noVideo));
+  EXPECT_EQ(writeSample(*withTone, 0x0C, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
+  EXPECT_EQ(writeSample(*audio, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu);
+  const LogLine noVideo{VL_LOG_RESULT, "mov2: 0xE802300F\n"}, noAudio{VL_LOG_RESULT, "fmp4: 0xE802300F\n"};
+  EXPECT_THAT(log.lines, ElementsAre(noVideo, noVideo, noAudio, noAudio, noVideo));
 }
 
 TEST(BadRecording, AnObjectThatReadsTakesNoSamples) {
@@ -150,14 +150,14 @@ TEST(BadRecording, SampleRatesBeyond16BitsAreRefused) {
   for (const std::uint32_t rate : {0u, 65536u, 96000u, 0xFFFFFFFFu}) {
     RecordingDescription d = withAudio();
     d.sampleRate = rate;
-    EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu) << rate;
+    EXPECT_EQ(describeAudio(*file, d), 0xFFFFFFFFu) << rate;
   }
   EXPECT_EQ(log.lines.size(), 4u);
   EXPECT_THAT(log.lines, testing::Each(pluginError("The audio sample rate cannot be recorded")));
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));
   RecordingDescription d = withAudio();
   d.sampleRate = 65535;
-  EXPECT_EQ(describeSound(*file, d), VL_OK);
+  EXPECT_EQ(describeAudio(*file, d), VL_OK);
 }
 
 TEST(BadRecording, CodecDataShorterThanItStatesIsRefused) {
@@ -180,8 +180,8 @@ TEST(BadRecording, CodecDataShorterThanItStatesIsRefused) {
     EXPECT_EQ(describeVideo(*file, d), 0xFFFFFFFFu);
   }
   RecordingDescription d = withAudio();
-  d.soundConfiguration = {0xFF, 0xF1};
-  EXPECT_EQ(describeSound(*file, d), 0xFFFFFFFFu);
+  d.audioConfiguration = {0xFF, 0xF1};
+  EXPECT_EQ(describeAudio(*file, d), 0xFFFFFFFFu);
   QVRAUDIO audio = describe(*file).audio;
   audio.wave.extraSize = 257;
   EXPECT_EQ(file->SetFileInfo(3, nullptr, nullptr, &audio, nullptr), 0xFFFFFFFFu);
@@ -245,7 +245,7 @@ TEST(BadRecording, ManifestAndPlaylistsOfAReplacedRecordingAreRemoved) {
   {
     MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
     writeFrames(*file, 31);
-    writeSound(*file, 49);
+    writeAudio(*file, 49);
     EXPECT_EQ(closeFile(file), VL_OK);
   }
   const MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
@@ -284,12 +284,12 @@ TEST(BadRecording, ARefusedSecondAudioDescriptionKeepsTheFirst) {
     RecordingDescription refused = withAudio();
     refused.sampleRate = 96000;
     LogCapture log;
-    EXPECT_EQ(describeSound(*file, refused), 0xFFFFFFFFu);
+    EXPECT_EQ(describeAudio(*file, refused), 0xFFFFFFFFu);
     EXPECT_THAT(log.lines, ElementsAre(pluginError("The audio sample rate cannot be recorded")));
     log.lines.clear();
     EXPECT_EQ(describe(*file, 0x30).audio.wave.samplesPerSecond, 48000u);
     writeFrames(*file, 31);
-    writeSound(*file, 49);
+    writeAudio(*file, 49);
     EXPECT_EQ(closeFile(file), VL_OK);
     EXPECT_THAT(log.lines, testing::IsEmpty());
     const MediaFile read = openFile(folder.file(name == std::string("out.mp4") ? "out.mpd" : name));
@@ -311,7 +311,7 @@ TEST(BadRecording, AudioDescribedAfterTheFirstFrameIsRefusedAndCreatesNoFile) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"));
   writeFrames(*file, 1);
-  describeSound(*file, withAudio());
+  describeAudio(*file, withAudio());
   EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(1, 20)), 0xFFFFFFFFu);
   EXPECT_EQ(closeFile(file), VL_OK);
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.m4a")));

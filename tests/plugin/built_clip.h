@@ -48,44 +48,44 @@ inline std::vector<Bytes> codedSweeps(const std::vector<std::string>& codec) {
 
 // Made once per test program.
 inline const CodedAudio& aacAudio() {
-  static const CodedAudio sound = {1024, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox()),
+  static const CodedAudio audio = {1024, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox()),
                                    codedSweeps({"-c:a", "aac", "-aac_pns", "0", "-b:a", "128k"})};
-  return sound;
+  return audio;
 }
 inline const CodedAudio& ac3Audio() {
-  static const CodedAudio sound = {1536, audioEntry("ac-3", 2, 16, 48000),
+  static const CodedAudio audio = {1536, audioEntry("ac-3", 2, 16, 48000),
                                    codedSweeps({"-c:a", "ac3", "-b:a", "192k"})};
-  return sound;
+  return audio;
 }
 
 // HE-AAC, whose configuration signals the core only.
 inline CodedAudio heAacAudioOf(const char* file, std::uint16_t configuration) {
-  CodedAudio sound = {2048, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x40, configuration)), {}};
+  CodedAudio audio = {2048, audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x40, configuration)), {}};
   for (const Bytes& frame : SplitAdts(readFile(std::string(VL_TEST_DATA) + "/" + file)))
-    sound.units.emplace_back(frame.begin() + 7, frame.end());
-  return sound;
+    audio.units.emplace_back(frame.begin() + 7, frame.end());
+  return audio;
 }
 inline const CodedAudio& heAacAudio() {
-  static const CodedAudio sound = heAacAudioOf("he_v1_stereo_48k.aac", 0x1310);
-  return sound;
+  static const CodedAudio audio = heAacAudioOf("he_v1_stereo_48k.aac", 0x1310);
+  return audio;
 }
 inline const CodedAudio& heAacV2Audio() {
-  static const CodedAudio sound = heAacAudioOf("he_v2_48k.aac", 0x1308);
-  return sound;
+  static const CodedAudio audio = heAacAudioOf("he_v2_48k.aac", 0x1308);
+  return audio;
 }
 
 // The audio as the only run of its track, each access unit with the duration it decodes to.
-inline RunSpec runOf(const CodedAudio& sound) {
+inline RunSpec runOf(const CodedAudio& audio) {
   RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
-  for (const Bytes& unit : sound.units) run.samples.push_back({unit, sound.unitFrames});
+  for (const Bytes& unit : audio.units) run.samples.push_back({unit, audio.unitFrames});
   return run;
 }
 
 // A track of a file: its sample entry and its access units.
-using SoundTrack = std::pair<Bytes, RunSpec>;
+using AudioTrackOf = std::pair<Bytes, RunSpec>;
 
 // A file of such tracks with a single fragment.
-inline Bytes audioFile(const std::vector<SoundTrack>& tracks) {
+inline Bytes audioFile(const std::vector<AudioTrackOf>& tracks) {
   std::vector<TrackSpec> specs;
   std::vector<TrafSpec> trafs;
   std::uint32_t trackId = 2;
@@ -109,16 +109,16 @@ struct BuiltFile {
     writeFile(path, bytes);
     file = openFile(path);
   }
-  explicit BuiltFile(const std::vector<SoundTrack>& tracks) : BuiltFile(audioFile(tracks)) {}
+  explicit BuiltFile(const std::vector<AudioTrackOf>& tracks) : BuiltFile(audioFile(tracks)) {}
   CAMediaFile& operator*() const { return *file; }
 };
 
 // Audio whose run `change` has modified.
 template <class Change>
-BuiltFile builtClip(const CodedAudio& sound, Change change) {
-  RunSpec run = runOf(sound);
+BuiltFile builtClip(const CodedAudio& audio, Change change) {
+  RunSpec run = runOf(audio);
   change(run);
-  return BuiltFile({SoundTrack{sound.sampleEntry, run}});
+  return BuiltFile({AudioTrackOf{audio.sampleEntry, run}});
 }
 
 }  // namespace fmp4

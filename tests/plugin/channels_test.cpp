@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tests/plugin/audio.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
@@ -72,12 +72,12 @@ void expectTrack(const TwoTracks& clip, std::uint32_t channel, int track, std::u
   EXPECT_EQ(described.audio.wave.channels, channels);
   EXPECT_EQ(described.audio.wave.blockAlign, channels * 2);
   constexpr std::uint32_t kCount = 40000;
-  const Sound expected = readSound(*clip.alone[track], 0, kCount, channels);
+  const Audio expected = readAudio(*clip.alone[track], 0, kCount, channels);
   ASSERT_EQ(expected.status, VL_OK);
   ASSERT_EQ(expected.samples.size(), std::size_t{kCount} * channels);
-  const Sound sound = readSound(*clip.file, 0, kCount, channels, 1u << channel);
-  EXPECT_EQ(sound.status, VL_OK);
-  EXPECT_EQ(sound.samples, expected.samples);
+  const Audio audio = readAudio(*clip.file, 0, kCount, channels, 1u << channel);
+  EXPECT_EQ(audio.status, VL_OK);
+  EXPECT_EQ(audio.samples, expected.samples);
 }
 
 TEST(Channels, EachOfTwoMonoTracksHasOneChannel) {
@@ -86,8 +86,8 @@ TEST(Channels, EachOfTwoMonoTracksHasOneChannel) {
   EXPECT_EQ(clip.file->Channels(), 0x3u);
   expectTrack(clip, 0, 0, 1);
   expectTrack(clip, 1, 1, 1);
-  EXPECT_NE(readSound(*clip.file, 0, 9000, 1, 0x1).samples, readSound(*clip.file, 0, 9000, 1, 0x2).samples);
-  EXPECT_EQ(readSound(*clip.file, 0, 10, 1, 0x4).status, 0xE8021001u) << "outside the mask";
+  EXPECT_NE(readAudio(*clip.file, 0, 9000, 1, 0x1).samples, readAudio(*clip.file, 0, 9000, 1, 0x2).samples);
+  EXPECT_EQ(readAudio(*clip.file, 0, 10, 1, 0x4).status, 0xE8021001u) << "outside the mask";
 }
 
 TEST(Channels, OfSixAndTwoTheFirstSixSelectTheFirstTrack) {
@@ -123,11 +123,11 @@ TEST(Channels, AfterAc3OfSixChannelsTheSeventhSelectsTheNextTrack) {
   EXPECT_EQ(aac.codec, 0x6D703461u);
   EXPECT_EQ(aac.wave.channels, 2);
   EXPECT_EQ(aac.channelMask, 0xC0u);
-  const Sound first = readSound(*file, 0, 30000, 2, 1u << 0);
+  const Audio first = readAudio(*file, 0, 30000, 2, 1u << 0);
   ASSERT_EQ(first.status, VL_OK);
   for (const std::uint32_t channel : {2u, 5u})
-    EXPECT_EQ(readSound(*file, 0, 30000, 2, 1u << channel).samples, first.samples) << channel;
-  const Sound second = readSound(*file, 0, 30000, 2, 1u << 7);
+    EXPECT_EQ(readAudio(*file, 0, 30000, 2, 1u << channel).samples, first.samples) << channel;
+  const Audio second = readAudio(*file, 0, 30000, 2, 1u << 7);
   ASSERT_EQ(second.status, VL_OK);
   const std::vector<float> theirs = ffmpegPackets(made.folder, made.path, "0:a:1");
   for (std::size_t i = 0; i < second.samples.size(); ++i) ASSERT_NEAR(second.samples[i], theirs[i], 1.5) << i;

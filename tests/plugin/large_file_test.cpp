@@ -8,8 +8,8 @@
 
 #include "mp4box/boxes/tfdt.h"
 #include "tests/audio/streams.h"
+#include "tests/plugin/audio.h"
 #include "tests/plugin/recording.h"
-#include "tests/plugin/sound.h"
 #include "tests/support/places.h"
 #include "tests/support/run.h"
 
@@ -54,16 +54,16 @@ void record(const std::string& path, std::uint32_t frameSize, const std::functio
   d.audioMask = 1;
   d.channels = 1;
   d.sampleRate = kMonoSampleRate;
-  d.soundConfiguration = {0x14, 0x08};
+  d.audioConfiguration = {0x14, 0x08};
   d.captions = QVR_CAPTIONS_608;
   MediaFile file = startRecording(path, d, 2);
   const std::vector<Bytes> coded = codedAudio();
   Bytes bytes(frameSize);
-  std::uint32_t sounds = 0;
+  std::uint32_t audioUnits = 0;
   for (std::uint32_t i = 0; i < kLargeFrames; ++i) {
     // The audio that plays until the end of the frame.
-    for (; sounds < (i + 1) * kMonoSampleRate / 30 / 1024; ++sounds)
-      ASSERT_EQ(writeSample(*file, 1, QVR_MODE_AUDIO, coded.at(sounds), sounds), VL_OK);
+    for (; audioUnits < (i + 1) * kMonoSampleRate / 30 / 1024; ++audioUnits)
+      ASSERT_EQ(writeSample(*file, 1, QVR_MODE_AUDIO, coded.at(audioUnits), audioUnits), VL_OK);
     mark(bytes, i);
     DFRAME frame{};
     frame.size = sizeof frame;
@@ -120,9 +120,9 @@ TEST(LargeFile, IsRecordedListedAndReadBeyond4GiB) {
     EXPECT_EQ(read->FindKeyFrame(1, 1, 67, 1), 68u);
     EXPECT_EQ(lengthOf(*read), samples);
     for (const std::uint32_t position : {samples - 1200, 5000u, samples - 900}) {
-      const Samples sound = readSound(*read, position, 900).samples;
-      EXPECT_THAT(sound, Not(Each(0))) << position;
-      EXPECT_EQ(sound, readSound(*small, position, 900).samples) << position;
+      const Samples audio = readAudio(*read, position, 900).samples;
+      EXPECT_THAT(audio, Not(Each(0))) << position;
+      EXPECT_EQ(audio, readAudio(*small, position, 900).samples) << position;
     }
   }
 }

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <random>
 
+#include "tests/plugin/audio.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/built_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/sanitized.h"
 
@@ -64,38 +64,38 @@ void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
   for (const std::uint32_t at : positions) {
     const MediaFile file = openFile(path);
     ASSERT_NE(file, nullptr);
-    const Sound sound = readSound(*file, at, count);
-    ASSERT_EQ(sound.status, VL_OK) << at;
-    ASSERT_EQ(sound.samples, part(whole, at, sound.samples.size() / 2)) << at;
+    const Audio heard = readAudio(*file, at, count);
+    ASSERT_EQ(heard.status, VL_OK) << at;
+    ASSERT_EQ(heard.samples, part(whole, at, heard.samples.size() / 2)) << at;
   }
 }
 
 // ---- Positions --------------------------------------------------------------------------------------
 
 TEST(LostAudio, ARequestWithoutABufferDoesNotDisturbTheNext) {
-  const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
+  const BuiltFile clip({AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}});
   const Samples whole = readAll(*clip, lengthOf(*clip));
-  ASSERT_EQ(readSound(*clip, 30000, 1000).status, VL_OK);
+  ASSERT_EQ(readAudio(*clip, 30000, 1000).status, VL_OK);
   DFRAME d{};
   d.size = sizeof d;
   ASSERT_EQ(clip.file->Read(4800, 10, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
-  const Sound next = readSound(*clip, 4810, 1000);
+  const Audio next = readAudio(*clip, 4810, 1000);
   EXPECT_EQ(next.status, VL_OK);
   EXPECT_EQ(next.samples, part(whole, 4810, 1000));
 }
 
 TEST(LostAudio, ARefusedRequestLeavesEarlierAudioReadable) {
-  const BuiltFile sound({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
-  const Samples whole = readAll(*sound, 4096);
+  const BuiltFile heard({AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}});
+  const Samples whole = readAll(*heard, 4096);
   const BuiltFile clip = builtClip(aacAudio(), [](RunSpec& run) { run.samples[5].duration = 0x1800000; });
-  EXPECT_EQ(readSound(*clip, 4096, 4096).status, 0xFFFFFFFEu);
-  const Sound ahead = readSound(*clip, 4096, 1024);
+  EXPECT_EQ(readAudio(*clip, 4096, 4096).status, 0xFFFFFFFEu);
+  const Audio ahead = readAudio(*clip, 4096, 1024);
   EXPECT_EQ(ahead.status, VL_OK);
   EXPECT_EQ(ahead.samples, part(whole, 4096, 1024));
 }
 
 TEST(LostAudio, AnAnswerWithoutAudioDeliversNoBytes) {
-  const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
+  const BuiltFile clip({AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}});
   const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
   DFRAME d{};
   d.size = sizeof d;
@@ -112,23 +112,23 @@ TEST(LostAudio, AnAnswerWithoutAudioDeliversNoBytes) {
 TEST(AudioLength, EachTrackHasItsOwnAndIsReadToItsEnd) {
   RunSpec shorter = runOf(aacAudio());
   shorter.samples.resize(10);
-  const BuiltFile clip(
-      {SoundTrack{aacAudio().sampleEntry, shorter}, SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}});
+  const BuiltFile clip({AudioTrackOf{aacAudio().sampleEntry, shorter},
+                        AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}});
   ASSERT_NE(clip.file, nullptr);
   const auto units = static_cast<std::uint32_t>(aacAudio().units.size());
   EXPECT_EQ(describe(*clip, 1).audio.stream.length, 10u * 1024);
   EXPECT_EQ(describe(*clip, 4).audio.stream.length, units * 1024);
-  const Sound last = readSound(*clip, units * 1024 - 1000, 1000, 2, 4);
+  const Audio last = readAudio(*clip, units * 1024 - 1000, 1000, 2, 4);
   EXPECT_EQ(last.status, VL_OK);
   EXPECT_EQ(last.samples.size(), 2000u);
-  EXPECT_EQ(readSound(*clip, 10 * 1024 + 1, 10, 2, 1).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*clip, 10 * 1024 + 1, 10, 2, 1).status, 0xFFFFFFFFu);
 }
 
 TEST(AudioLength, IsCountedInSamplesOfTheTracksOwnRate) {
   const Bytes slower = audioEntry("mp4a", 2, 16, 32000, elementaryStreamBox(0x40, 0x1290));
   RunSpec run = runOf(aacAudio());
   for (SampleSpec& unit : run.samples) unit.duration = 1536;  // 1024 samples in ticks of 1/48000 s
-  const BuiltFile clip({SoundTrack{aacAudio().sampleEntry, runOf(aacAudio())}, SoundTrack{slower, run}});
+  const BuiltFile clip({AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}, AudioTrackOf{slower, run}});
   const auto units = static_cast<std::uint32_t>(aacAudio().units.size());
   EXPECT_EQ(describe(*clip, 4).audio.wave.samplesPerSecond, 32000u);
   EXPECT_EQ(describe(*clip, 1).audio.stream.length, units * 1024);
@@ -148,8 +148,8 @@ INSTANTIATE_TEST_SUITE_P(Of, LostUnit, testing::Values(Codec::Aac, Codec::Ac3, C
 
 // However an access unit is lost, it is silent, and the next one decodes as if it were the first.
 TEST_P(LostUnit, IsSilentAndReadsAlikeFromAnyPosition) {
-  const CodedAudio& sound = audioOf(GetParam());
-  const std::uint32_t length = sound.unitFrames;
+  const CodedAudio& heard = audioOf(GetParam());
+  const std::uint32_t length = heard.unitFrames;
   const std::vector<void (*)(SampleSpec&)> losses = {
       [](SampleSpec& unit) { unit.data.clear(); }, [](SampleSpec& unit) { unit.data.resize(5); },
       [](SampleSpec& unit) { unit.data.resize(unit.data.size() / 2); },
@@ -157,7 +157,7 @@ TEST_P(LostUnit, IsSilentAndReadsAlikeFromAnyPosition) {
       [](SampleSpec& unit) { std::fill(unit.data.begin(), unit.data.end(), std::uint8_t{0xFF}); }};
   for (std::size_t i = 0; i < losses.size(); ++i) {
     SCOPED_TRACE(i);
-    const BuiltFile clip = builtClip(sound, [&](RunSpec& run) { losses[i](run.samples[20]); });
+    const BuiltFile clip = builtClip(heard, [&](RunSpec& run) { losses[i](run.samples[20]); });
     const Samples whole = readAll(*clip, lengthOf(*clip));
     ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
     EXPECT_THAT(part(whole, 20 * length, length), Each(0));
@@ -171,13 +171,13 @@ TEST_P(LostUnit, IsSilentAndReadsAlikeFromAnyPosition) {
 }
 
 TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
-  const CodedAudio& sound = audioOf(GetParam());
-  const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
+  const CodedAudio& heard = audioOf(GetParam());
+  const BuiltFile clip = builtClip(heard, [](RunSpec& run) {
     for (std::size_t i = run.samples.size() - 3; i < run.samples.size(); ++i)
       std::fill(run.samples[i].data.begin(), run.samples[i].data.end(), std::uint8_t{0xFF});
     run.samples.back().duration = 5000;
   });
-  const std::uint32_t total = lengthOf(*clip), lost = 5000 + 2 * sound.unitFrames;
+  const std::uint32_t total = lengthOf(*clip), lost = 5000 + 2 * heard.unitFrames;
   const Samples whole = readAll(*clip, 4096);
   ASSERT_EQ(whole.size(), std::size_t{total} * 2);
   EXPECT_THAT(part(whole, total - lost, lost), Each(0));
@@ -188,38 +188,38 @@ TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
 
 // Reported to the host as one event, whatever the size of its requests.
 TEST_P(LostUnit, IsReportedOnceWithThoseThatFollowIt) {
-  const CodedAudio& sound = audioOf(GetParam());
-  const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
+  const CodedAudio& heard = audioOf(GetParam());
+  const BuiltFile clip = builtClip(heard, [](RunSpec& run) {
     for (const std::size_t i : {5u, 6u, 7u, 12u}) run.samples[i].data.clear();
   });
   LogCapture log;
   readAll(*clip, 500);
-  EXPECT_THAT(log.lines, ElementsAre(lostLine(5 * sound.unitFrames), lostLine(12 * sound.unitFrames)));
+  EXPECT_THAT(log.lines, ElementsAre(lostLine(5 * heard.unitFrames), lostLine(12 * heard.unitFrames)));
   EXPECT_EQ(lostUnitsOf(*clip), 4u);
 }
 
 TEST_P(LostUnit, AtTheStartIsSilenceToo) {
-  const CodedAudio& sound = audioOf(GetParam());
-  const BuiltFile clip = builtClip(sound, [](RunSpec& run) {
+  const CodedAudio& heard = audioOf(GetParam());
+  const BuiltFile clip = builtClip(heard, [](RunSpec& run) {
     for (std::size_t i = 0; i < 12; ++i) run.samples[i].data.assign(40, 0);
   });
   const Samples whole = readAll(*clip, 1000);
   ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
-  EXPECT_THAT(part(whole, 0, 12 * sound.unitFrames), Each(0));
-  EXPECT_THAT(part(whole, 13 * sound.unitFrames, 1000), Contains(testing::Ne(0)));
-  expectFreshReadsToAgree(clip.path, whole, {0, 3000, 12 * sound.unitFrames, 13 * sound.unitFrames}, 2000);
+  EXPECT_THAT(part(whole, 0, 12 * heard.unitFrames), Each(0));
+  EXPECT_THAT(part(whole, 13 * heard.unitFrames, 1000), Contains(testing::Ne(0)));
+  expectFreshReadsToAgree(clip.path, whole, {0, 3000, 12 * heard.unitFrames, 13 * heard.unitFrames}, 2000);
 }
 
 TEST_P(LostUnit, WhoseBytesAreMissingFromTheFileIsSilent) {
-  const CodedAudio& sound = audioOf(GetParam());
-  Bytes bytes = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
-  bytes.resize(bytes.size() - sound.units.back().size() - 100);
+  const CodedAudio& heard = audioOf(GetParam());
+  Bytes bytes = audioFile({AudioTrackOf{heard.sampleEntry, runOf(heard)}});
+  bytes.resize(bytes.size() - heard.units.back().size() - 100);
   const BuiltFile clip(bytes);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(lostUnitsOf(*clip), 2u);
   const Samples whole = readAll(*clip, 4096);
   ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
-  EXPECT_THAT(part(whole, lengthOf(*clip) - 2 * sound.unitFrames, 2 * sound.unitFrames), Each(0));
+  EXPECT_THAT(part(whole, lengthOf(*clip) - 2 * heard.unitFrames, 2 * heard.unitFrames), Each(0));
 }
 
 TEST_P(LostUnit, AllOfThemAreReportedOnceAndTheTrackFails) {
@@ -229,9 +229,9 @@ TEST_P(LostUnit, AllOfThemAreReportedOnceAndTheTrackFails) {
   ASSERT_NE(clip.file, nullptr);
   LogCapture log;
   for (const std::uint32_t at : {0u, 5000u, lengthOf(*clip) - 1}) {
-    const Sound sound = readSound(*clip, at, 1);
-    EXPECT_EQ(sound.status, 0xFFFFFFFFu) << at;
-    EXPECT_TRUE(sound.samples.empty()) << at;
+    const Audio heard = readAudio(*clip, at, 1);
+    EXPECT_EQ(heard.status, 0xFFFFFFFFu) << at;
+    EXPECT_TRUE(heard.samples.empty()) << at;
   }
   EXPECT_THAT(log.lines, ElementsAre(LogLine{
                              VL_LOG_ERROR, "ERROR(vlx_fmp4): No unit of the audio track can be decoded\n"}));
@@ -239,10 +239,10 @@ TEST_P(LostUnit, AllOfThemAreReportedOnceAndTheTrackFails) {
 
 // Bits flipped anywhere in the media data: what a read gives depends only on the file.
 TEST_P(LostUnit, DamagedFilesReadAlikeFromAnyPosition) {
-  const CodedAudio& sound = audioOf(GetParam());
-  const Bytes good = audioFile({SoundTrack{sound.sampleEntry, runOf(sound)}});
+  const CodedAudio& heard = audioOf(GetParam());
+  const Bytes good = audioFile({AudioTrackOf{heard.sampleEntry, runOf(heard)}});
   std::size_t mediaBytes = 0;
-  for (const Bytes& unit : sound.units) mediaBytes += unit.size();
+  for (const Bytes& unit : heard.units) mediaBytes += unit.size();
   std::mt19937 random(3 + static_cast<unsigned>(GetParam()));
   const int files = ofSanitized(100, 20);
   int filesWithLoss = 0;
@@ -260,7 +260,7 @@ TEST_P(LostUnit, DamagedFilesReadAlikeFromAnyPosition) {
     ASSERT_EQ(readAll(*clip, 777), whole);
     for (int reads = 0; reads < 8; ++reads) {
       const auto at = static_cast<std::uint32_t>(random() % (total - 3000));
-      ASSERT_EQ(readSound(*clip, at, 3000).samples, part(whole, at, 3000)) << at;
+      ASSERT_EQ(readAudio(*clip, at, 3000).samples, part(whole, at, 3000)) << at;
     }
     expectFreshReadsToAgree(clip.path, whole, {static_cast<std::uint32_t>(random() % (total - 5000))}, 5000);
     if (HasFatalFailure()) return;
@@ -272,7 +272,7 @@ TEST_P(LostUnit, DamagedFilesReadAlikeFromAnyPosition) {
 
 TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsReportedAtOpenAndFails) {
   const BuiltFile clip(
-      {SoundTrack{audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x6B)), runOf(aacAudio())}});
+      {AudioTrackOf{audioEntry("mp4a", 2, 16, 48000, elementaryStreamBox(0x6B)), runOf(aacAudio())}});
   LogCapture log;
   const MediaFile file = openFile(clip.path);
   ASSERT_NE(file, nullptr);
@@ -280,15 +280,15 @@ TEST(UndecodedAudio, OfAnotherCodecInAnAacEntryIsReportedAtOpenAndFails) {
                                           "WARNING(vlx_fmp4): The audio is MPEG-1 audio, object type 0x6B, "
                                           "which is not supported\n"}));
   log.lines.clear();
-  EXPECT_EQ(readSound(*file, 0, 1000).status, 0xFFFFFFFFu);
-  EXPECT_EQ(readSound(*file, 5000, 1000).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*file, 0, 1000).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*file, 5000, 1000).status, 0xFFFFFFFFu);
   EXPECT_THAT(log.lines, testing::IsEmpty());
 }
 
 TEST(UndecodedAudio, Mp3FromFfmpegFails) {
   const Clip clip(toneInput(1), std::vector<std::string>{"-c:a", "libmp3lame"} + kFragments);
   ASSERT_NE(clip.file, nullptr);
-  EXPECT_EQ(readSound(*clip, 0, 1000).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*clip, 0, 1000).status, 0xFFFFFFFFu);
 }
 
 }  // namespace

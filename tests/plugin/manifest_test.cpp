@@ -26,7 +26,7 @@ Bytes picture(std::uint32_t frames, std::uint32_t duration = 1) {
   return join({fileTypeBox(), movieBox({videoTrack(1, 25, duration)}), fragment(1, {traf})});
 }
 
-Bytes sound(std::uint32_t units, std::uint32_t rate = 48000) {
+Bytes audioFile(std::uint32_t units, std::uint32_t rate = 48000) {
   TrackSpec audio{2, "soun", rate, audioEntry("mp4a", 2, 16, rate), 1024};
   TrafSpec traf;
   traf.trackId = 2;
@@ -57,7 +57,7 @@ std::uint32_t audioLength(CAMediaFile& file) {
 TEST(Manifest, VideoAndAudioBesideItAreFoundByName) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
-  writeFile(folder.file("clip.m4a"), sound(3));
+  writeFile(folder.file("clip.m4a"), audioFile(3));
   folder.manifest("clip.mpd", "");
   const MediaFile file = folder.open("clip.mpd");
   ASSERT_NE(file, nullptr);
@@ -71,7 +71,7 @@ TEST(Manifest, TheBaseUrlReplacesTheNameFoundInTheFolder) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
   writeFile(folder.file("other.dat"), picture(7));
-  writeFile(folder.file("tone.dat"), sound(2));
+  writeFile(folder.file("tone.dat"), audioFile(2));
   folder.manifest("clip.mpd",
                   representation("video/mp4", "other.dat") + representation("audio/mp4", "tone.dat"));
   const MediaFile byManifest = folder.open("clip.mpd");
@@ -87,7 +87,7 @@ TEST(Manifest, TheBaseUrlReplacesTheNameFoundInTheFolder) {
 TEST(Manifest, SmoothNamesOpenThroughTheManifestOfTheirBaseName) {
   const Folder folder;
   writeFile(folder.file("media.dat"), picture(4));
-  writeFile(folder.file("tone.dat"), sound(3));
+  writeFile(folder.file("tone.dat"), audioFile(3));
   const std::string sets = representation("video/mp4", "media.dat") + representation("audio/mp4", "tone.dat");
   for (const char* manifest : {"clip.xml", "clip.mpd"}) {
     folder.manifest(manifest, sets);
@@ -119,7 +119,7 @@ TEST(Manifest, ABrokenManifestIsIgnored) {
 TEST(Manifest, ASetDeclaredAsVideoGivesTheAudio) {
   const Folder folder;
   writeFile(folder.file("clip.mp4"), picture(4));
-  writeFile(folder.file("tone.dat"), sound(3));
+  writeFile(folder.file("tone.dat"), audioFile(3));
   folder.manifest(
       "clip.mpd",
       "<AdaptationSet mimeType='video/mp4'><Representation><BaseURL>tone.dat</BaseURL></Representation>"
@@ -211,7 +211,7 @@ TEST(Companion, AudioWithTheVideosNameIsNotOpenedTwice) {
 TEST(Companion, ItsAudioIsPartOfTheDescription) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
-  writeFile(folder.file("clip.m4a"), sound(3));
+  writeFile(folder.file("clip.m4a"), audioFile(3));
   folder.manifest("clip.mpd",
                   representation("video/mp4", "clip.m4v") + representation("audio/mp4", "clip.m4a"));
   for (const char* name : {"clip.mpd", "clip.m4v"}) {
@@ -236,7 +236,7 @@ TEST(Companion, ItsAudioReplacesTheMainFilesOwn) {
   own.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
   writeFile(folder.file("clip.mp4"),
             join({fileTypeBox(), movieBox({videoTrack(1, 25, 1), audio}), fragment(1, {video, own})}));
-  writeFile(folder.file("clip.m4a"), sound(3));
+  writeFile(folder.file("clip.m4a"), audioFile(3));
   folder.text("clip.mpd", "");
   const MediaFile file = folder.open("clip.mpd");
   ASSERT_NE(file, nullptr);
@@ -248,7 +248,7 @@ TEST(Companion, ItsAudioReplacesTheMainFilesOwn) {
 TEST(Companion, SetFileInfoOnAReadingObjectCreatesNone) {
   const Folder folder;
   writeFile(folder.file("clip.m4v"), picture(4));
-  writeFile(folder.file("clip.m4a"), sound(3));
+  writeFile(folder.file("clip.m4a"), audioFile(3));
   const MediaFile file = folder.open("clip.m4v");
   ASSERT_NE(file, nullptr);
   Described d = describe(*file);
@@ -273,10 +273,10 @@ TEST(Manifest, OverlongAndInvalidNamesFailWithAMessage) {
 }
 
 // The output of ffmpeg's own DASH writer, one file per representation.
-TEST(Witness, FfmpegsDashOutputOpensThroughItsManifest) {
+TEST(Reference, FfmpegsDashOutputOpensThroughItsManifest) {
   const Folder folder;
   makeMedia(folder.file("clip.mpd"),
-            pictureInput(4, "25", "160x96") + toneInput(4.096) + h264Codec(25) +
+            videoInput(4, "25", "160x96") + toneInput(4.096) + h264Codec(25) +
                 std::vector<std::string>{"-c:a", "aac", "-f", "dash", "-single_file", "1", "-use_template",
                                          "0", "-seg_duration", "1"});
   const MediaFile file = folder.open("clip.mpd");

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tests/plugin/audio.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 
@@ -61,8 +61,7 @@ TEST_P(MuxedRates, RateFramesDurationAndAudioAreRightInEveryMuxing) {
   const auto& [rate, bFrames] = GetParam();
   const TempFolder folder;
   const std::string source = folder.file("source.mp4"), path = folder.file("clip.mp4");
-  makeMedia(source, pictureInput(kSeconds, rate.text, "160x96") + toneInput(kSeconds) +
-                        h264Codec(12, bFrames) +
+  makeMedia(source, videoInput(kSeconds, rate.text, "160x96") + toneInput(kSeconds) + h264Codec(12, bFrames) +
                         std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-aac_pns", "0"});
   const std::vector<float> decoded = ffmpegPackets(folder, source);
   const std::uint32_t frames = (kSeconds * rate.rate + rate.scale - 1) / rate.scale;
@@ -86,11 +85,11 @@ TEST_P(MuxedRates, RateFramesDurationAndAudioAreRightInEveryMuxing) {
     for (const std::uint32_t first : {0u, 7u, frames - 31}) {
       const std::uint32_t from = sampleOf(first), to = sampleOf(first + 30);
       ASSERT_LE(to * 2, expected.size());
-      const Sound sound = readSound(*file, from, to - from);
-      ASSERT_EQ(sound.status, VL_OK) << first;
-      EXPECT_EQ(sound.samples.size(), (to - from) * 2u);
+      const Audio audio = readAudio(*file, from, to - from);
+      ASSERT_EQ(audio.status, VL_OK) << first;
+      EXPECT_EQ(audio.samples.size(), (to - from) * 2u);
       const Samples wanted(expected.begin() + from * 2, expected.begin() + to * 2);
-      EXPECT_LE(largestDifference(sound.samples, wanted), 1) << first;
+      EXPECT_LE(largestDifference(audio.samples, wanted), 1) << first;
     }
   }
 }
@@ -101,7 +100,7 @@ TEST_P(MuxedRates, AFragmentForEveryFrameHasTheSameRate) {
   const auto& [rate, bFrames] = GetParam();
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
-  makeMedia(path, pictureInput(1, rate.text, "160x96") + toneInput(1) + h264Codec(12, bFrames) +
+  makeMedia(path, videoInput(1, rate.text, "160x96") + toneInput(1) + h264Codec(12, bFrames) +
                       std::vector<std::string>{"-c:a", "aac", "-movflags", "frag_every_frame+empty_moov"});
   const MediaFile file = openFile(path);
   ASSERT_NE(file, nullptr);

@@ -160,11 +160,11 @@ TEST(Open, AVideoTrackWithoutARateIsRefusedWithAMessage) {
 
 TEST(Open, DescribesTheAudioTracks) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
-  TrafSpec video, sound;
+  TrafSpec video, audioRun;
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
-  sound.trackId = 2;
-  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3), sampleOf(5, 4), sampleOf(5, 5)}}};
-  const OpenedFile clip(fileOf({videoTrack(), audio}, fragment(1, {video, sound})));
+  audioRun.trackId = 2;
+  audioRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3), sampleOf(5, 4), sampleOf(5, 5)}}};
+  const OpenedFile clip(fileOf({videoTrack(), audio}, fragment(1, {video, audioRun})));
   ASSERT_NE(clip.file, nullptr);
   const QVRAUDIO& described = clip.described.audio;
   EXPECT_EQ(described.codec, 0x6D703461u);
@@ -184,10 +184,10 @@ TEST(Open, DescribesTheAudioTracks) {
 
 TEST(Open, Ac3HasTheBlockAlignOfOneChannel) {
   TrackSpec audio{2, "soun", 48000, audioEntry("ac-3", 6, 16, 48000), 1536};
-  TrafSpec sound;
-  sound.trackId = 2;
-  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
-  const OpenedFile clip(fileOf({audio}, fragment(1, {sound})), "clip.m4a");
+  TrafSpec audioRun;
+  audioRun.trackId = 2;
+  audioRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
+  const OpenedFile clip(fileOf({audio}, fragment(1, {audioRun})), "clip.m4a");
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.described.audio.codec, 0x61632D33u);
   EXPECT_EQ(clip.described.audio.wave.channels, 2) << "as delivered";
@@ -198,10 +198,10 @@ TEST(Open, Ac3HasTheBlockAlignOfOneChannel) {
 
 TEST(Open, AnAudioOnlySourceTakesTheNtscRate) {
   TrackSpec audio{2, "soun", 44100, audioEntry("mp4a", 1, 16, 44100), 1024};
-  TrafSpec sound;
-  sound.trackId = 2;
-  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3), sampleOf(5, 4)}}};
-  const OpenedFile clip(fileOf({audio}, fragment(1, {sound})), "clip.m4a");
+  TrafSpec audioRun;
+  audioRun.trackId = 2;
+  audioRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3), sampleOf(5, 4)}}};
+  const OpenedFile clip(fileOf({audio}, fragment(1, {audioRun})), "clip.m4a");
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.described.video->stream.rate, 30000u);
   EXPECT_EQ(clip.described.video->stream.scale, 1001u);
@@ -214,11 +214,11 @@ TEST(Open, AnAudioOnlySourceTakesTheNtscRate) {
 
 TEST(Open, AudioWithoutDurationsLastsAsLongAsTheVideo) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 0};
-  TrafSpec video, sound;
+  TrafSpec video, audioRun;
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2), sampleOf(10, 3)}}};
-  sound.trackId = 2;
-  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
-  const OpenedFile clip(fileOf({videoTrack(1, 25, 1), audio}, fragment(1, {video, sound})));
+  audioRun.trackId = 2;
+  audioRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
+  const OpenedFile clip(fileOf({videoTrack(1, 25, 1), audio}, fragment(1, {video, audioRun})));
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(clip.described.audio.stream.length, 3u * 1920);
 }
@@ -236,11 +236,11 @@ TEST(Open, AnAudioTrackInNoFragmentLeavesTheVideoReadable) {
 
 TEST(Open, AnAudioTrackWithOnlyEmptyRunsLeavesTheVideoReadable) {
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
-  TrafSpec video, sound;
+  TrafSpec video, audioRun;
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(10, 2)}}};
-  sound.trackId = 2;
-  sound.runs = {RunSpec{}};
-  const OpenedFile clip(fileOf({videoTrack(), audio}, fragment(1, {video, sound})));
+  audioRun.trackId = 2;
+  audioRun.runs = {RunSpec{}};
+  const OpenedFile clip(fileOf({videoTrack(), audio}, fragment(1, {video, audioRun})));
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(readFrame(*clip.file, 1).data, sampleOf(10, 2).data);
 }
@@ -256,7 +256,7 @@ TEST(Open, AudioOfAFileWithoutFragmentsFailsTheOpen) {
 // A cut after the end of all audio, as stream copying makes it: the audio track is declared and empty.
 TEST(Open, ACutAfterTheEndOfTheAudioOpens) {
   const TempFolder folder;
-  makeMedia(folder.file("whole.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
+  makeMedia(folder.file("whole.mp4"), videoInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
                                           std::vector<std::string>{"-c:a", "aac"});
   makeMedia(folder.file("cut.mp4"), "-i", folder.file("whole.mp4"), "-ss", "3", "-c", "copy", "-movflags",
             "frag_keyframe+empty_moov");

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "mp4box/box.h"
+#include "tests/plugin/audio.h"
 #include "tests/plugin/built_clip.h"
 #include "tests/plugin/loaded_plugin.h"
 #include "tests/plugin/recording.h"
-#include "tests/plugin/sound.h"
 #include "tests/support/controlled_new.h"
 #include "tests/support/fragments.h"
 #include "tests/support/log_capture.h"
@@ -79,11 +79,11 @@ TEST(OutOfMemory, AnAudioTrackWithoutAStreamHolderIsReportedAndTheFileOpens) {
   const TempFolder folder;
   const std::string path = folder.file("sound.m4a");
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
-  TrafSpec picture, sound;
+  TrafSpec picture, audioRun;
   picture.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
-  sound.trackId = 2;
-  sound.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
-  writeFile(path, join({fileTypeBox(), movieBox({audio}), fragment(1, {sound})}));
+  audioRun.trackId = 2;
+  audioRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  writeFile(path, join({fileTypeBox(), movieBox({audio}), fragment(1, {audioRun})}));
   LogCapture log;
   const FailingNew failing(sizeof(QVRSTREAM));
   EXPECT_EQ(openFile(path, MF_OPEN_AUDIO_ONLY), nullptr) << "without a stream there is nothing to read";
@@ -101,7 +101,7 @@ TEST(OutOfMemory, DescribedStreamsWithoutHoldersAreReported) {
   EXPECT_EQ(describeVideo(*file, d), 0xE8022007u);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "Open(0xE8022007)"}));
   log.lines.clear();
-  EXPECT_EQ(describeSound(*file, d), VL_OK);
+  EXPECT_EQ(describeAudio(*file, d), VL_OK);
   EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_RESULT, "Open: 0xE8022007\n"}));
 }
 
@@ -140,41 +140,41 @@ TEST(OutOfMemory, FailedSmallAllocationsGiveTheHostAStatusOnly) {
 // The reader's position does not advance for a request that ran out of memory: its samples are still there.
 TEST(OutOfMemory, AudioOfAFailedRequestIsReadByTheNext) {
   constexpr std::size_t kLargeUnit = 9000, kHeader = 7;
-  const CodedAudio& sound = aacAudio();
-  const BuiltFile clip = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
-  const BuiltFile other = builtClip(sound, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
-  const Samples expected = readSound(*other, 4096, 4096).samples;
-  ASSERT_EQ(readSound(*clip, 0, 4096).status, VL_OK);
+  const CodedAudio& audioRun = aacAudio();
+  const BuiltFile clip = builtClip(audioRun, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
+  const BuiltFile other = builtClip(audioRun, [](RunSpec& run) { run.samples[5].data.resize(kLargeUnit); });
+  const Samples expected = readAudio(*other, 4096, 4096).samples;
+  ASSERT_EQ(readAudio(*clip, 0, 4096).status, VL_OK);
   {
     const FailingNew failing(kHeader + kLargeUnit);
-    EXPECT_EQ(readSound(*clip, 4096, 4096).status, 0xFFFFFFFFu);
+    EXPECT_EQ(readAudio(*clip, 4096, 4096).status, 0xFFFFFFFFu);
   }
   for (std::uint32_t part = 0; part < 4; ++part) {
-    EXPECT_EQ(readSound(*clip, 4096 + part * 1024, 1024).samples,
+    EXPECT_EQ(readAudio(*clip, 4096 + part * 1024, 1024).samples,
               Samples(expected.begin() + part * 2048, expected.begin() + (part + 1) * 2048));
   }
 }
 
 // HE-AAC allocates memory with the first access unit that decodes.
 CodedAudio heAacAudio() {
-  CodedAudio sound{2048, audioEntry("mp4a", 2, 16, 24000, elementaryStreamBox(0x40, 0x1310)), {}};
+  CodedAudio audioRun{2048, audioEntry("mp4a", 2, 16, 24000, elementaryStreamBox(0x40, 0x1310)), {}};
   const Bytes stream = readFile(std::string(VL_TEST_DATA) + "/he_v1_stereo_48k.aac");
   constexpr std::size_t kHeader = 7;
-  for (std::size_t at = 0; at + kHeader < stream.size() && sound.units.size() < 12;) {
+  for (std::size_t at = 0; at + kHeader < stream.size() && audioRun.units.size() < 12;) {
     const std::size_t size =
         (stream[at + 3] & 3u) << 11 | std::size_t{stream[at + 4]} << 3 | std::size_t{stream[at + 5]} >> 5;
     const auto unit = stream.begin() + static_cast<std::ptrdiff_t>(at);
-    sound.units.emplace_back(unit + kHeader, unit + static_cast<std::ptrdiff_t>(size));
+    audioRun.units.emplace_back(unit + kHeader, unit + static_cast<std::ptrdiff_t>(size));
     at += size;
   }
-  return sound;
+  return audioRun;
 }
 
 // Whichever allocation of a first read fails: it fails or delivers all, and later reads deliver all.
 TEST(OutOfMemory, AFailedFirstReadOfAudioLosesNothing) {
-  const CodedAudio sound = heAacAudio();
+  const CodedAudio audioRun = heAacAudio();
   for (const bool damaged : {false, true}) {
-    const BuiltFile clip = builtClip(sound, [&](RunSpec& run) {
+    const BuiltFile clip = builtClip(audioRun, [&](RunSpec& run) {
       if (damaged) run.samples[0].data.assign(40, 0xFF);
     });
     ASSERT_NE(clip.file, nullptr);
@@ -184,11 +184,11 @@ TEST(OutOfMemory, AFailedFirstReadOfAudioLosesNothing) {
     bool met = true;
     for (std::size_t before = 0; met; ++before) {
       const MediaFile file = openFile(clip.path);
-      Samples room(4096 * 2);
+      Samples space(4096 * 2);
       DFRAME d{};
       d.size = sizeof d;
-      d.data = reinterpret_cast<std::uint8_t*>(room.data());
-      d.dataCapacity = static_cast<std::uint32_t>(room.size() * 2);
+      d.data = reinterpret_cast<std::uint8_t*>(space.data());
+      d.dataCapacity = static_cast<std::uint32_t>(space.size() * 2);
       std::uint32_t status = VL_OK;
       {
         const FailingNewAt failing(before, Failures::AllFromThere);
@@ -196,7 +196,7 @@ TEST(OutOfMemory, AFailedFirstReadOfAudioLosesNothing) {
         met = failing.met();
       }
       if (status == VL_OK) {
-        ASSERT_EQ(room, Samples(whole.begin(), whole.begin() + 4096 * 2)) << before;
+        ASSERT_EQ(space, Samples(whole.begin(), whole.begin() + 4096 * 2)) << before;
       }
       failed += status != VL_OK;
       ASSERT_EQ(readAll(*file, lengthOf(*file)), whole) << before;

@@ -1,8 +1,8 @@
 // Real media recorded by `fmp4 package` and read back: the same video and the same audio.
 #include <gtest/gtest.h>
 
+#include "tests/plugin/audio.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
@@ -14,7 +14,7 @@ namespace {
 // The source is fragmented, so that it and its recording are read by the same reader.
 std::string makeSource(const TempFolder& folder, int bFrames) {
   const std::string source = folder.file("source.mp4");
-  makeMedia(source, pictureInput(4, "25", "160x96") + toneInput(4) + h264Codec(25, bFrames) +
+  makeMedia(source, videoInput(4, "25", "160x96") + toneInput(4) + h264Codec(25, bFrames) +
                         std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-aac_pns", "0", "-movflags",
                                                  "delay_moov+frag_keyframe"});
   return source;

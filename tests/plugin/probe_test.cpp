@@ -77,7 +77,7 @@ TEST(Probe, AFragmentedFileIsAcceptedWhateverItsName) {
 
 TEST(Probe, APlainFileIsRefused) {
   const TempFolder folder;
-  makeMedia(folder.file("plain.mp4"), pictureInput(0.2) + h264Codec());
+  makeMedia(folder.file("plain.mp4"), videoInput(0.2) + h264Codec());
   LogCapture log;
   EXPECT_EQ(probe(folder.file("plain.mp4")), kRefused);
   EXPECT_THAT(log.lines, ElementsAre(pluginError("No moof, not a fragmented mp4")));

@@ -8,9 +8,9 @@
 
 #include "tests/audio/ffmpeg_place.h"
 #include "tests/audio/ffmpeg_stand_in.h"
+#include "tests/plugin/audio.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/fragments.h"
 #include "tests/support/log_capture.h"
@@ -61,7 +61,7 @@ Clip ac3Clip(const std::string& expressions, const std::vector<std::string>& opt
              int sampleRate = 48000) {
   const std::vector<std::string> input = {"-f", "lavfi", "-i",
                                           "aevalsrc=" + expressions + ":d=2:s=" + std::to_string(sampleRate)};
-  return Clip(pictureInput(2, "25", "160x96") + input,
+  return Clip(videoInput(2, "25", "160x96") + input,
               h264Codec(25, 0) + std::vector<std::string>{"-c:a", "ac3"} + options + kFragments);
 }
 
@@ -140,17 +140,17 @@ TEST(ReadAc3, TheTwoChannelsAreDescribedWithTheBlockAlignOfOne) {
 // The buffer of a host that allocates the reported size, and states no capacity, is not overrun.
 TEST(ReadAc3, TheReportedBufferSizeHoldsBothChannelsOfAFramesAudio) {
   const Clip clip = ac3SweepClip();
-  const std::uint32_t told = clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
-  EXPECT_EQ(told, (48000 / 25 + 1) * 4);
-  const std::uint32_t frames = told / 4;
-  std::vector<std::uint8_t> buffer(told);
+  const std::uint32_t signalled = clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
+  EXPECT_EQ(signalled, (48000 / 25 + 1) * 4);
+  const std::uint32_t frames = signalled / 4;
+  std::vector<std::uint8_t> buffer(signalled);
   DFRAME d{};
   d.size = sizeof d;
   d.data = buffer.data();
   EXPECT_EQ(clip.file->Read(5000, frames, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
-  EXPECT_EQ(d.bytes, told);
-  const Samples expected = readSound(*clip, 5000, frames).samples;
-  EXPECT_EQ(std::memcmp(buffer.data(), expected.data(), told), 0);
+  EXPECT_EQ(d.bytes, signalled);
+  const Samples expected = readAudio(*clip, 5000, frames).samples;
+  EXPECT_EQ(std::memcmp(buffer.data(), expected.data(), signalled), 0);
 }
 
 TEST(ReadAc3, ABufferTooSmallForBothChannelsIsRefusedUnwritten) {
@@ -167,7 +167,7 @@ TEST(ReadAc3, ABufferTooSmallForBothChannelsIsRefusedUnwritten) {
 TEST(ReadAc3, IsShortAtTheEnd) {
   const Clip clip = ac3SweepClip();
   LogCapture log;
-  EXPECT_EQ(readSound(*clip, lengthOf(*clip) - 100, 1000).samples.size(), 200u);
+  EXPECT_EQ(readAudio(*clip, lengthOf(*clip) - 100, 1000).samples.size(), 200u);
   EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "Wrong samples returned 100 requested 1000"}));
 }
 
@@ -240,7 +240,7 @@ TEST(ReadAc3, FFmpegsFramesAreReadAsPairsWhateverTheTrackHas) {
     }
     for (const std::uint32_t block : {1001u, 1536u, 4096u})
       EXPECT_EQ(readAll(*file, block), expected) << block;
-    EXPECT_EQ(readSound(*file, 5000, 700).samples,
+    EXPECT_EQ(readAudio(*file, 5000, 700).samples,
               Samples(expected.begin() + 10000, expected.begin() + 11400));
   });
 }

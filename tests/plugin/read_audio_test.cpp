@@ -4,10 +4,10 @@
 
 #include <cmath>
 
+#include "tests/plugin/audio.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/built_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/places.h"
@@ -35,7 +35,7 @@ Clip sweepClip(int bFrames = 0, const std::vector<std::string>& audio = kStereoA
       "-f", "lavfi", "-i",
       "aevalsrc=0.4*sin(200*t*t*6.28)+0.1*sin(5000*t)|0.4*cos(300*t*t*6.28):s=" + std::to_string(sampleRate) +
           ":d=2"};
-  return Clip(pictureInput(2, "25", "160x96") + sweep, h264Codec(25, bFrames) + audio + kFragments);
+  return Clip(videoInput(2, "25", "160x96") + sweep, h264Codec(25, bFrames) + audio + kFragments);
 }
 
 TEST(ReadAudio, GivesFfmpegsSamplesAtTheTracksPositions) {
@@ -52,7 +52,7 @@ TEST(ReadAudio, GivesFfmpegsSamplesWhereDataFollowsThePreviousTracks) {
   const std::vector<std::string> implicit = {"-movflags", "frag_keyframe+empty_moov+omit_tfhd_offset"};
   for (const std::vector<std::string>& order :
        {std::vector<std::string>{"-map", "0:v", "-map", "1:a"}, {"-map", "1:a", "-map", "0:v"}}) {
-    const Clip clip(pictureInput(2, "25", "160x96") + toneInput(2),
+    const Clip clip(videoInput(2, "25", "160x96") + toneInput(2),
                     h264Codec(12, 0) + kStereoAac + order + implicit);
     ASSERT_NE(clip.file, nullptr);
     const Samples ours = readAll(*clip, 4096);
@@ -94,8 +94,8 @@ TEST(ReadAudio, TheLongFirstUnitBesideBFramesIsFollowedBySilence) {
     for (std::size_t i = 2048; i < 2048 + static_cast<std::size_t>(gap) * 2; ++i) ASSERT_EQ(ours[i], 0) << i;
   }
   const auto shift = static_cast<std::ptrdiff_t>(gap >= 512 ? gap * 2 : 0);
-  const Samples behind(ours.begin() + 2048 + shift, ours.end());
-  EXPECT_LE(largestDifference(behind, Samples(theirs.begin() + 2048, theirs.end())), 1);
+  const Samples after(ours.begin() + 2048 + shift, ours.end());
+  EXPECT_LE(largestDifference(after, Samples(theirs.begin() + 2048, theirs.end())), 1);
   expectRandomReadsToAgree(clip);
 }
 
@@ -134,20 +134,20 @@ TEST(ReadAudio, ARateThatTheSampleEntryCannotHoldComesFromTheConfiguration) {
 TEST(ReadAudio, FailsPastTheTrackAndIsShortAtItsEnd) {
   const Clip clip = sweepClip();
   const std::uint32_t total = lengthOf(*clip);
-  EXPECT_EQ(readSound(*clip, total + 1, 10).status, 0xFFFFFFFFu);
-  EXPECT_EQ(readSound(*clip, total, 10).status, 0xFFFFFFFFu) << "no samples are there";
+  EXPECT_EQ(readAudio(*clip, total + 1, 10).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*clip, total, 10).status, 0xFFFFFFFFu) << "no samples are there";
   LogCapture log;
-  const Sound sound = readSound(*clip, total - 100, 1000);
-  EXPECT_EQ(sound.status, VL_OK);
-  EXPECT_EQ(sound.samples.size(), 200u);
+  const Audio audio = readAudio(*clip, total - 100, 1000);
+  EXPECT_EQ(audio.status, VL_OK);
+  EXPECT_EQ(audio.samples.size(), 200u);
   EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "Wrong samples returned 100 requested 1000"}));
 }
 
 TEST(ReadAudio, AllOnesContinuesWhereTheLastRequestEnded) {
   const Clip clip = sweepClip();
   const Samples whole = readAll(*clip, lengthOf(*clip));
-  ASSERT_EQ(readSound(*clip, 5000, 700).status, VL_OK);
-  EXPECT_EQ(readSound(*clip, 0xFFFFFFFF, 500).samples,
+  ASSERT_EQ(readAudio(*clip, 5000, 700).status, VL_OK);
+  EXPECT_EQ(readAudio(*clip, 0xFFFFFFFF, 500).samples,
             Samples(whole.begin() + 5700 * 2, whole.begin() + 6200 * 2));
 }
 
@@ -162,10 +162,10 @@ TEST(ReadAudio, ReportsMissingOrDisabledAudio) {
   const MediaFile silent = openFile(clip.path, MF_OPEN_NO_AUDIO);
   ASSERT_NE(silent, nullptr);
   LogCapture log;
-  EXPECT_EQ(readSound(*silent, 0, 10).status, 0xE8021001u);
+  EXPECT_EQ(readAudio(*silent, 0, 10).status, 0xE8021001u);
   EXPECT_THAT(log.lines, testing::ElementsAre(line));
   const MediaFile closed = createObject();
-  EXPECT_EQ(readSound(*closed, 0, 10).status, 0xE8021001u);
+  EXPECT_EQ(readAudio(*closed, 0, 10).status, 0xE8021001u);
 }
 
 TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
@@ -184,20 +184,20 @@ TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
 TEST(ReadAudio, ABufferOfUnknownSizeIsFilledUpToTheReportedSizeOnly) {
   RunSpec run = runOf(aacAudio());
   for (int i = 0; i < 10; ++i) run.samples[static_cast<std::size_t>(i)].data.assign(64, 0);
-  const BuiltFile clip({SoundTrack{audioEntry("mp4a", 6, 16, 48000, elementaryStreamBox()), run}});
+  const BuiltFile clip({AudioTrackOf{audioEntry("mp4a", 6, 16, 48000, elementaryStreamBox()), run}});
   const MediaFile& file = clip.file;
   ASSERT_NE(file, nullptr);
-  const std::uint32_t told = file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
-  ASSERT_EQ(told, (48000 * 1001 / 30000 + 1) * 12);
-  std::vector<std::uint8_t> buffer(told + 12, 0xEE);
+  const std::uint32_t signalled = file->Read(0, 1, 1, QVR_MODE_AUDIO, nullptr, nullptr);
+  ASSERT_EQ(signalled, (48000 * 1001 / 30000 + 1) * 12);
+  std::vector<std::uint8_t> buffer(signalled + 12, 0xEE);
   DFRAME d{};
   d.size = sizeof d;
   d.data = buffer.data();
-  EXPECT_EQ(file->Read(0, told / 12 + 1, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(file->Read(0, signalled / 12 + 1, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFFu);
   EXPECT_THAT(buffer, testing::Each(0xEE));
-  EXPECT_EQ(file->Read(0, told / 12, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
-  EXPECT_EQ(d.bytes, told);
-  EXPECT_EQ(buffer[told], 0xEE);
+  EXPECT_EQ(file->Read(0, signalled / 12, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
+  EXPECT_EQ(d.bytes, signalled);
+  EXPECT_EQ(buffer[signalled], 0xEE);
 }
 
 TEST(ReadAudio, InterleavedVideoAndAudioReadsDoNotDisturbEachOther) {
@@ -206,8 +206,8 @@ TEST(ReadAudio, InterleavedVideoAndAudioReadsDoNotDisturbEachOther) {
   const std::vector<Packet> packets = ffprobePackets(clip.path, "v:0");
   for (std::uint32_t frame = 0; frame < 50; ++frame) {
     EXPECT_EQ(readFrame(*clip, frame).data.size(), static_cast<std::size_t>(packets[frame].size));
-    const Sound sound = readSound(*clip, frame * 1920, 1920);
-    EXPECT_EQ(sound.samples, Samples(whole.begin() + frame * 3840, whole.begin() + (frame + 1) * 3840))
+    const Audio audio = readAudio(*clip, frame * 1920, 1920);
+    EXPECT_EQ(audio.samples, Samples(whole.begin() + frame * 3840, whole.begin() + (frame + 1) * 3840))
         << frame;
   }
 }
@@ -219,7 +219,7 @@ TEST(ReadAudio, EachOfTwoTracksHasItsOwnChannelPair) {
       std::vector<std::string>{"-map", "0:a", "-map", "1:a", "-c:a", "aac", "-aac_pns", "0"} + kFragments);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(describe(*clip, 4).audio.wave.samplesPerSecond, 32000u);
-  const Sound first = readSound(*clip, 10000, 5000, 2, 1), second = readSound(*clip, 10000, 5000, 2, 4);
+  const Audio first = readAudio(*clip, 10000, 5000, 2, 1), second = readAudio(*clip, 10000, 5000, 2, 4);
   ASSERT_EQ(first.samples.size(), 10000u);
   ASSERT_EQ(second.samples.size(), 10000u);
   const Samples theirs = ffmpegAudio(clip.folder, clip.path, "0:a:1");  // mono
@@ -236,10 +236,10 @@ BuiltFile changedTone(Change change) {
 }
 
 TEST(ReadAudio, ADamagedUnitIsSilenceOfItsLengthAndTheNextDecodesAgain) {
-  const BuiltFile sound = changedTone([](RunSpec&) {});
+  const BuiltFile audio = changedTone([](RunSpec&) {});
   const BuiltFile damaged = changedTone([](RunSpec& run) { run.samples[20].data.resize(12); });
   ASSERT_NE(damaged.file, nullptr);
-  const Samples whole = readAll(*sound.file, 4096), broken = readAll(*damaged.file, 4096);
+  const Samples whole = readAll(*audio.file, 4096), broken = readAll(*damaged.file, 4096);
   ASSERT_EQ(whole.size(), broken.size());
   const auto part = [](const Samples& samples, std::size_t from, std::size_t units) {
     return Samples(samples.begin() + static_cast<std::ptrdiff_t>(from * 2048),
@@ -266,7 +266,7 @@ TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
   EXPECT_THAT(Samples(whole.begin() + gap, whole.begin() + gap + 10000), testing::Each(0));
   for (const std::uint32_t at :
        {11 * 1024u + 4990u, 11 * 1024u, 11 * 1024u + 5000u, 10 * 1024u + 500u, 30000u}) {
-    EXPECT_EQ(readSound(*clip.file, at, 2000).samples,
+    EXPECT_EQ(readAudio(*clip.file, at, 2000).samples,
               Samples(whole.begin() + at * 2, whole.begin() + (at + 2000) * 2))
         << at;
   }
@@ -275,7 +275,7 @@ TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
 TEST(ReadAudio, ADurationThatNoUnitCanHaveIsRefused) {
   const BuiltFile clip = changedTone([](RunSpec& run) { run.samples[5].duration = 0x40000000; });
   ASSERT_NE(clip.file, nullptr);
-  EXPECT_EQ(readSound(*clip.file, 0, 1000).status, VL_OK);
+  EXPECT_EQ(readAudio(*clip.file, 0, 1000).status, VL_OK);
   DFRAME d{};
   std::vector<std::uint8_t> buffer(4096);
   d.size = sizeof d;
@@ -283,7 +283,7 @@ TEST(ReadAudio, ADurationThatNoUnitCanHaveIsRefused) {
   EXPECT_EQ(clip.file->Read(5 * 1024, 1000, 1, QVR_MODE_AUDIO, &d, nullptr), 0xFFFFFFFEu);
   EXPECT_EQ(d.bytes, 0u);
   // The units after it are still read.
-  EXPECT_EQ(readSound(*clip.file, 5 * 1024 + 0x40000000, 1000).status, VL_OK);
+  EXPECT_EQ(readAudio(*clip.file, 5 * 1024 + 0x40000000, 1000).status, VL_OK);
 }
 
 TEST(ReadAudio, AfterTheLastUnitFailsOnlyWithoutRemainingSamples) {
@@ -291,10 +291,10 @@ TEST(ReadAudio, AfterTheLastUnitFailsOnlyWithoutRemainingSamples) {
   const BuiltFile clip = changedTone([](RunSpec& run) { run.samples.back().duration = 60000; });
   const std::uint32_t held = lengthOf(*clip.file) - 60000 + 1024;
   LogCapture log;
-  EXPECT_EQ(readSound(*clip.file, held - 500, 1000).samples.size(), 1000u);
+  EXPECT_EQ(readAudio(*clip.file, held - 500, 1000).samples.size(), 1000u);
   EXPECT_THAT(log.lines, Contains(LogLine{VL_LOG_PLAIN, "Wrong samples returned 500 requested 1000"}));
   log.lines.clear();
-  EXPECT_EQ(readSound(*clip.file, held + 100, 1000).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*clip.file, held + 100, 1000).status, 0xFFFFFFFFu);
   EXPECT_THAT(
       log.lines,
       Contains(LogLine{0xC0000000, "ERROR(vlx_fmp4): Unable to find correct audio chunck for this frame\n"}));
@@ -303,7 +303,7 @@ TEST(ReadAudio, AfterTheLastUnitFailsOnlyWithoutRemainingSamples) {
 TEST(ReadAudio, AudioOfASeparateFileIsReadThroughTheVideoObject) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mpd"),
-            pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(25, 0) + kStereoAac +
+            videoInput(2, "25", "160x96") + toneInput(2) + h264Codec(25, 0) + kStereoAac +
                 std::vector<std::string>{"-f", "dash", "-single_file", "1", "-use_template", "0",
                                          "-seg_duration", "1"});
   const MediaFile joined = openFile(folder.file("clip.mpd"));

@@ -4,8 +4,8 @@
 #include "tests/audio/aac_configurations.h"
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/streams.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/fragments.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
@@ -142,8 +142,8 @@ TEST(ReadConfiguredAudio, UnsupportedConfigurationsAreReportedAndNotDecoded) {
     ASSERT_NE(file, nullptr);
     const LogLine line{VL_LOG_WARNING, "WARNING(vlx_Fmp4): " + text + "\n"};
     EXPECT_EQ(1, std::count(log.lines.begin(), log.lines.end(), line)) << text;
-    const Sound sound = readSound(*file, 0, 4096);
-    EXPECT_EQ(Samples(sound.samples.size()), sound.samples);
+    const Audio audio = readAudio(*file, 0, 4096);
+    EXPECT_EQ(Samples(audio.samples.size()), audio.samples);
   }
 }
 

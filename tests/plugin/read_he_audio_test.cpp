@@ -7,8 +7,8 @@
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/bit_writer.h"
 #include "tests/audio/streams.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/places.h"
 #include "tests/support/temp_folder.h"
@@ -91,10 +91,10 @@ Bytes extendConfiguration(Bytes file, const Bytes& more) {
   grown.push_back(esds);
   // The descriptors' lengths are written in four bytes each: of the elementary stream, of the decoder
   // configuration, of the decoder-specific information that ends it.
-  std::size_t at = esds + 12, behind = 0;
+  std::size_t at = esds + 12, after = 0;
   for (const auto& [tag, fields] : {std::pair{3, 3}, {4, 13}, {5, 0}}) {
     if (file[at] != tag) throw std::runtime_error("no such descriptor");
-    behind = at + 5 + file[at + 4];
+    after = at + 5 + file[at + 4];
     file[at + 4] = static_cast<std::uint8_t>(file[at + 4] + more.size());
     at += 5 + static_cast<std::size_t>(fields);
   }
@@ -103,7 +103,7 @@ Bytes extendConfiguration(Bytes file, const Bytes& more) {
     for (int i = 0; i < 4; ++i)
       file[box + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
   }
-  file.insert(file.begin() + static_cast<std::ptrdiff_t>(behind), more.begin(), more.end());
+  file.insert(file.begin() + static_cast<std::ptrdiff_t>(after), more.begin(), more.end());
   return file;
 }
 

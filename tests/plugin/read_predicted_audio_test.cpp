@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/audio/streams.h"
-#include "tests/plugin/sound_clip.h"
+#include "tests/plugin/audio_clip.h"
 
 namespace fmp4 {
 

@@ -31,7 +31,7 @@ std::map<std::string, Bytes> contentOf(const TempFolder& folder) {
 void record(const std::string& path, const RecordingDescription& d, std::uint32_t frames = 31) {
   MediaFile file = startRecording(path, d);
   writeFrames(*file, frames);
-  if (d.audioMask != 0) writeSound(*file, frames * 3 / 2);
+  if (d.audioMask != 0) writeAudio(*file, frames * 3 / 2);
   EXPECT_EQ(closeFile(file), VL_OK);
 }
 
@@ -46,9 +46,9 @@ std::uint32_t openAgain(CAMediaFile& file, const std::string& path) {
 void recordWith(MediaFile& file, const TempFolder& folder) {
   ASSERT_EQ(openAgain(*file, folder.file("out.mp4")), VL_OK);
   ASSERT_EQ(describeVideo(*file, {}), VL_OK);
-  ASSERT_EQ(describeSound(*file, withAudio()), VL_OK);
+  ASSERT_EQ(describeAudio(*file, withAudio()), VL_OK);
   writeFrames(*file, 70);
-  writeSound(*file, 110);
+  writeAudio(*file, 110);
   ASSERT_EQ(closeFile(file), VL_OK);
 }
 
@@ -64,7 +64,7 @@ MediaFile usedObject(const TempFolder& folder) {
   d.sampleRate = 44100;
   MediaFile file = startRecording(folder.file("before.mp4"), d, 15);
   writeFrames(*file, 40);
-  writeSound(*file, 60);
+  writeAudio(*file, 60);
   EXPECT_EQ(closeFile(file), VL_OK);
   MFXOPEN request = readRequest("");
   const std::string path = folder.file("before.mpd");
@@ -106,10 +106,10 @@ TEST(RecordAgain, AUsedObjectRecordsTheSameBytesAsANewOne) {
 TEST(RecordAgain, ADescriptionWhileClosedLeavesNoHolderForTheNextOpen) {
   const TempFolder folder;
   MediaFile file = usedObject(folder);
-  describeSound(*file, withAudio());
+  describeAudio(*file, withAudio());
   ASSERT_EQ(openAgain(*file, folder.file("out.mp4")), VL_OK);
   EXPECT_EQ(describeVideo(*file, {}), VL_OK);
-  EXPECT_EQ(describeSound(*file, withAudio()), VL_OK);
+  EXPECT_EQ(describeAudio(*file, withAudio()), VL_OK);
   const QVRWAVE wave = describe(*file, 3).audio.wave;
   EXPECT_EQ(wave.bitsPerSample, 24u);
   EXPECT_EQ(wave.blockAlign, 8u);
@@ -143,7 +143,7 @@ TEST(RecordAgain, TheAudioOfAnInterruptedRecordingIsRemovedToo) {
   const TempFolder folder, interrupted;
   {
     MediaFile file = startRecording(interrupted.file("out.mp4"), withAudio());
-    writeSound(*file, 60);
+    writeAudio(*file, 60);
     writeFrames(*file, 40);
     for (const std::string& name : namesIn(interrupted))
       std::filesystem::copy_file(interrupted.file(name), folder.file(name));
@@ -161,7 +161,7 @@ TEST(RecordAgain, AnotherRecordingKeepsItsPlaylists) {
   record(folder.file("foo.mp4"), {});
   EXPECT_EQ(contentOf(folder), before) << "fooA.m3u8 is not the audio playlist of foo";
   {
-    const MediaFile sound = createFile(folder.file("foo.m4a"), MF_OPEN_AUDIO_ONLY);
+    const MediaFile audio = createFile(folder.file("foo.m4a"), MF_OPEN_AUDIO_ONLY);
     EXPECT_THAT(textOf(folder.file("fooA.m3u8")), HasSubstr("fooA.m4v"));
   }
 }
@@ -179,13 +179,13 @@ TEST(RecordAgain, AudioOfOtherRecordingsStays) {
 TEST(RecordAgain, AudioOpenInAnotherObjectStays) {
   const TempFolder folder;
   record(folder.file("out.mp4"), withAudio());
-  MediaFile sound = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
+  MediaFile audio = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   MediaFile video = startRecording(folder.file("out.mp4"));
   ASSERT_TRUE(std::filesystem::exists(folder.file("out.m4a")));
-  EXPECT_EQ(describeSound(*sound, withAudio()), VL_OK);
+  EXPECT_EQ(describeAudio(*audio, withAudio()), VL_OK);
   writeFrames(*video, 3);
-  writeSound(*sound, 3);
-  EXPECT_EQ(closeFile(sound), VL_OK);
+  writeAudio(*audio, 3);
+  EXPECT_EQ(closeFile(audio), VL_OK);
   EXPECT_EQ(closeFile(video), VL_OK);
   EXPECT_NE(openFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY), nullptr);
 }
@@ -197,10 +197,10 @@ TEST(RecordAgain, AudioRecordedSinceByAnotherObjectStays) {
     const std::filesystem::path file = folder.file(name);
     std::filesystem::last_write_time(file, std::filesystem::last_write_time(file) - std::chrono::hours(1));
   }
-  MediaFile sound = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
-  EXPECT_EQ(describeSound(*sound, withAudio()), VL_OK);
-  writeSound(*sound, 30);
-  ASSERT_EQ(closeFile(sound), VL_OK);
+  MediaFile audio = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
+  EXPECT_EQ(describeAudio(*audio, withAudio()), VL_OK);
+  writeAudio(*audio, 30);
+  ASSERT_EQ(closeFile(audio), VL_OK);
   const Bytes recorded = readFile(folder.file("out.m4a"));
   const MediaFile video = createFile(folder.file("out.mp4"));
   EXPECT_THAT(namesIn(folder), UnorderedElementsAre("out.m4v", "out.m4a", "outA.m3u8"));

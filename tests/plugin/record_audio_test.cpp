@@ -25,7 +25,7 @@ TEST(AudioApart, ListsBothFilesInOneManifest) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   writeFrames(*file, 30);
-  writeSound(*file, 49);
+  writeAudio(*file, 49);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile video(folder.file("out.m4v"));
   EXPECT_EQ(video.topLevel(), "ftyp moov sidx moof mdat");
@@ -79,7 +79,7 @@ TEST(AudioApart, AFragmentHasTheStatedFields) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
   writeFrames(*file, 1);
-  writeSound(*file, 49);
+  writeAudio(*file, 49);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
   const auto* header = boxes.get<mp4::TrackFragmentHeaderBox>("moof/traf/tfhd");
@@ -109,7 +109,7 @@ TEST(AudioApart, SharesTheVideosGeometryAndContinuesSegmentTimes) {
   d.rate = 25;
   d.scale = 1;
   MediaFile file = startRecording(folder.file("out.mp4"), d, 12);
-  writeSound(*file, 250);  // before any frame
+  writeAudio(*file, 250);  // before any frame
   writeFrames(*file, 1);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
@@ -128,7 +128,7 @@ TEST(AudioApart, CompleteSegmentsAreListedAtOnceAndInTheManifestWithTheVideo) {
   MediaFile file = startRecording(folder.file("out.mp4"), withAudio(), 2);
   writeFrames(*file, 1);
   // 48000 * 2 * 1001 / 30000 = 3203 samples: 4 access units, 40 per segment.
-  writeSound(*file, 40);
+  writeAudio(*file, 40);
   EXPECT_THAT(textOf(folder.file("outA.m3u8")), HasSubstr("#EXTINF:0.853,\n"));
   EXPECT_FALSE(std::filesystem::exists(folder.file("out.mpd"))) << "it is saved once for all tracks";
   writeFrames(*file, 19, 1);
@@ -143,8 +143,8 @@ TEST(AudioApart, CompleteSegmentsAreListedAtOnceAndInTheManifestWithTheVideo) {
 TEST(AudioApart, AudioOnlyUsesTheDefaultRateAndGeometry) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
-  ASSERT_EQ(describeSound(*file, withAudio()), VL_OK);
-  writeSound(*file, 48);
+  ASSERT_EQ(describeAudio(*file, withAudio()), VL_OK);
+  writeAudio(*file, 48);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
   EXPECT_EQ(boxes.get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 47u);
@@ -158,7 +158,7 @@ TEST(AudioApart, Ac3FramesLastLongerOnlyInTheLastReference) {
   audio.codec = 0x61632D33;
   audio.wave.samplesPerSecond = 48000;
   ASSERT_EQ(file->SetFileInfo(3, nullptr, nullptr, &audio, nullptr), VL_OK);
-  writeSound(*file, 49);
+  writeAudio(*file, 49);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
   EXPECT_EQ(boxes.get<mp4::SegmentIndexBox>("sidx")->references[0].subsegmentDuration, 48128u);
@@ -198,10 +198,10 @@ Bytes storedConfiguration(const Bytes& given, std::uint16_t channels = 2) {
   const TempFolder folder;
   MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
   RecordingDescription d = withAudio();
-  d.soundConfiguration = given;
+  d.audioConfiguration = given;
   d.channels = channels;
-  EXPECT_EQ(describeSound(*file, d), VL_OK);
-  writeSound(*file, 1);
+  EXPECT_EQ(describeAudio(*file, d), VL_OK);
+  writeAudio(*file, 1);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.m4a"));
   const auto* esds = boxes.get<mp4::ESDBox>("moov/trak/mdia/minf/stbl/stsd/mp4a/esds");
@@ -268,7 +268,7 @@ TEST(AudioApart, ChannelPairsOfOneAccessUnitAreRecordedOnce) {
 TEST(AudioInside, TheRunningTotalDecidesWhenAFragmentGetsOneMore) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
-  writeSound(*file, 500);
+  writeAudio(*file, 500);
   writeFrames(*file, 300);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
@@ -286,10 +286,10 @@ TEST(AudioInside, TheRemainderAtASegmentsEndMakesNoSegmentOfItsOwn) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   for (std::uint32_t i = 0; i < 300; ++i) {
-    writeSound(*file, i % 2 + 1);
+    writeAudio(*file, i % 2 + 1);
     writeFrames(*file, 1);
   }
-  writeSound(*file, 60);
+  writeAudio(*file, 60);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   EXPECT_EQ(boxes.at("sidx[1]"), nullptr);
@@ -305,7 +305,7 @@ TEST(AudioInside, TheRemainderAtASegmentsEndMakesNoSegmentOfItsOwn) {
 TEST(AudioInside, WithoutAnyFrameMakesNoSegment) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
-  writeSound(*file, 60);
+  writeAudio(*file, 60);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   EXPECT_EQ(boxes.at("sidx"), nullptr);
@@ -331,9 +331,9 @@ TEST(AudioInside, AFragmentWaitsForItsCompleteAudio) {
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   const auto size = [&] { return std::filesystem::file_size(folder.file("out.ismv")); };
   writeFrames(*file, 30);
-  writeSound(*file, 45);
+  writeAudio(*file, 45);
   const auto before = size();
-  writeSound(*file, 1, 45);
+  writeAudio(*file, 1, 45);
   EXPECT_GT(size(), before);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
@@ -359,9 +359,9 @@ TEST(AudioInside, MissingAudioDelaysTheVideoByTwoFragmentsOnly) {
 TEST(AudioInside, AudioThatEndsEarlyOrComesLateIsAllWritten) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
-  writeSound(*file, 60);
+  writeAudio(*file, 60);
   writeFrames(*file, 120);
-  writeSound(*file, 40, 60);
+  writeAudio(*file, 40, 60);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   std::uint32_t sum = 0;
@@ -373,7 +373,7 @@ TEST(AudioInside, AudioAfterTheLastCompleteFragmentGetsItsOwn) {
   const TempFolder folder;
   MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
   writeFrames(*file, 30);
-  writeSound(*file, 48);
+  writeAudio(*file, 48);
   EXPECT_EQ(closeFile(file), VL_OK);
   BoxFile boxes(folder.file("out.ismv"));
   EXPECT_THAT(audioCounts(boxes), ElementsAre(46, 2));

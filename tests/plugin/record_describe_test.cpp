@@ -54,8 +54,8 @@ TEST(OpenWrite, AudioOnlyIsExactlyThatFileWithoutAManifest) {
   EXPECT_THAT(namesIn(folder), ElementsAre("out.m4a"));
   RecordingDescription d;
   d.audioMask = 3;
-  EXPECT_EQ(describeSound(*file, d), VL_OK);
-  writeSound(*file, 5);
+  EXPECT_EQ(describeAudio(*file, d), VL_OK);
+  writeAudio(*file, 5);
   EXPECT_EQ(closeFile(file), VL_OK);
   EXPECT_THAT(namesIn(folder), ElementsAre("out.m4a", "outA.m3u8"));
 }

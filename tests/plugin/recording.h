@@ -49,7 +49,7 @@ struct RecordingDescription {
   std::uint32_t audioMask = 0;
   std::uint32_t sampleRate = 48000;
   std::uint16_t channels = 2;
-  Bytes soundConfiguration = join({u8(0x11), u8(0x90)});
+  Bytes audioConfiguration = join({u8(0x11), u8(0x90)});
   std::uint32_t captions = 0;
 };
 
@@ -74,14 +74,14 @@ inline std::uint32_t describeVideo(CAMediaFile& file, const RecordingDescription
   return file.SetFileInfo(1, nullptr, &video, nullptr, &info);
 }
 
-inline std::uint32_t describeSound(CAMediaFile& file, const RecordingDescription& d) {
+inline std::uint32_t describeAudio(CAMediaFile& file, const RecordingDescription& d) {
   QVRAUDIO audio = describe(file).audio;
   audio.codec = 0x6D703461;
   audio.wave.samplesPerSecond = d.sampleRate;
   audio.wave.channels = d.channels;
   audio.wave.averageBytesPerSecond = 16000;
-  audio.wave.extraSize = static_cast<std::uint16_t>(d.soundConfiguration.size());
-  std::copy(d.soundConfiguration.begin(), d.soundConfiguration.end(), audio.wave.extra);
+  audio.wave.extraSize = static_cast<std::uint16_t>(d.audioConfiguration.size());
+  std::copy(d.audioConfiguration.begin(), d.audioConfiguration.end(), audio.wave.extra);
   return file.SetFileInfo(d.audioMask, nullptr, nullptr, &audio, nullptr);
 }
 
@@ -93,7 +93,7 @@ inline MediaFile startRecording(const std::string& path, const RecordingDescript
   file->SetCodecOption(1, 0, 8, interval, nullptr);
   EXPECT_EQ(describeVideo(*file, d), VL_OK);
   if (d.audioMask != 0) {
-    EXPECT_EQ(describeSound(*file, d), VL_OK);
+    EXPECT_EQ(describeAudio(*file, d), VL_OK);
   }
   return file;
 }
@@ -127,7 +127,7 @@ inline void writeFrames(CAMediaFile& file, std::uint32_t count, std::uint32_t fi
   }
 }
 
-inline void writeSound(CAMediaFile& file, std::uint32_t count, std::uint32_t first = 0,
+inline void writeAudio(CAMediaFile& file, std::uint32_t count, std::uint32_t first = 0,
                        std::uint32_t mask = 3) {
   for (std::uint32_t i = first; i < first + count; ++i)
     ASSERT_EQ(writeSample(file, mask, QVR_MODE_AUDIO, frameBytes(i, 20), i), VL_OK);

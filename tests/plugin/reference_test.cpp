@@ -18,7 +18,7 @@ struct ReferenceCase {
   const char* name;
   std::vector<std::string> muxing;
   enum { H264, H264NoB, Hevc } codec = H264;
-  bool sound = true;
+  bool audio = true;
   const char* rate = "30000/1001";
   double seconds = 2;
 };
@@ -40,16 +40,16 @@ std::string crcOf(const std::vector<std::uint8_t>& bytes) {
   return text;
 }
 
-class Witness : public testing::TestWithParam<ReferenceCase> {};
+class Reference : public testing::TestWithParam<ReferenceCase> {};
 
-TEST_P(Witness, EveryFrameMatchesFfprobeInAnyOrder) {
+TEST_P(Reference, EveryFrameMatchesFfprobeInAnyOrder) {
   const ReferenceCase& c = GetParam();
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
-  std::vector<std::string> arguments = pictureInput(c.seconds, c.rate, "160x96");
-  if (c.sound) arguments = arguments + toneInput(c.seconds);
+  std::vector<std::string> arguments = videoInput(c.seconds, c.rate, "160x96");
+  if (c.audio) arguments = arguments + toneInput(c.seconds);
   arguments = arguments + codecOf(c);
-  if (c.sound) arguments = arguments + std::vector<std::string>{"-c:a", "aac", "-b:a", "64k"};
+  if (c.audio) arguments = arguments + std::vector<std::string>{"-c:a", "aac", "-b:a", "64k"};
   makeMedia(path, arguments + c.muxing);
   const std::vector<Packet> packets = ffprobePackets(path, "v:0");
   ASSERT_FALSE(packets.empty());
@@ -58,7 +58,7 @@ TEST_P(Witness, EveryFrameMatchesFfprobeInAnyOrder) {
   const MediaFile file = openFile(path);
   ASSERT_NE(file, nullptr);
   ASSERT_EQ(file->GetTotalFrames(), packets.size());
-  EXPECT_EQ(describe(*file).system.streams, c.sound ? 2u : 1u);
+  EXPECT_EQ(describe(*file).system.streams, c.audio ? 2u : 1u);
 
   const auto count = static_cast<std::uint32_t>(packets.size());
   std::vector<std::uint32_t> order;
@@ -144,7 +144,7 @@ const ReferenceCase kCases[] = {
     {"timescale_10000000", timescale("10000000")},
 };
 
-INSTANTIATE_TEST_SUITE_P(Muxings, Witness, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Muxings, Reference, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<ReferenceCase>& info) {
                            return std::string(info.param.name);
                          });

@@ -26,7 +26,7 @@ struct RoundTripCase {
   std::size_t interval;  // into kIntervals
   std::size_t rate;      // into kRates
   std::uint32_t frames;
-  enum Sound { None, Apart, Inside } sound;
+  enum Audio { None, Apart, Inside } audioUnits;
 };
 
 // Every interval with every rate; lengths and audio cycle through all their values.
@@ -41,7 +41,7 @@ std::vector<RoundTripCase> roundTripCases() {
                                      segment + 1, 2 * segment};
     for (std::size_t r = 0; r < std::size(kRates); ++r)
       all.push_back(
-          {i, r, lengths[(i + r) % std::size(lengths)], static_cast<RoundTripCase::Sound>((i + 2 * r) % 3)});
+          {i, r, lengths[(i + r) % std::size(lengths)], static_cast<RoundTripCase::Audio>((i + 2 * r) % 3)});
   }
   return all;
 }
@@ -62,13 +62,13 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
   RecordingDescription d;
   d.rate = kRates[c.rate].rate;
   d.scale = kRates[c.rate].scale;
-  d.audioMask = c.sound == RoundTripCase::None ? 0 : 3;
+  d.audioMask = c.audio == RoundTripCase::None ? 0 : 3;
   MediaFile file =
-      startRecording(folder.file(c.sound == RoundTripCase::Inside ? "out.ismv" : "out.mp4"), d, interval);
-  std::uint32_t sound = 0;
+      startRecording(folder.file(c.audio == RoundTripCase::Inside ? "out.ismv" : "out.mp4"), d, interval);
+  std::uint32_t audioUnits = 0;
   for (std::uint32_t i = 0; i < c.frames; ++i) {
-    while (c.sound != RoundTripCase::None && sound * 1024.0 / 48000 < (i + 1.0) * d.scale / d.rate)
-      writeSound(*file, 1, sound++);
+    while (c.audio != RoundTripCase::None && audioUnits * 1024.0 / 48000 < (i + 1.0) * d.scale / d.rate)
+      writeAudio(*file, 1, audioUnits++);
     ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(i, sizeOf(i)), i,
                           isKey(i, interval) ? DFRAME_KEY : DFRAME_NOT_KEY, static_cast<std::int32_t>(i % 5)),
               VL_OK);
@@ -77,7 +77,7 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
 
   // Smooth Streaming names are found through their manifest only.
   std::vector<std::string> names = {"out.mpd", "out.m4v"};
-  if (c.sound == RoundTripCase::Inside) names = {"out.xml"};
+  if (c.audio == RoundTripCase::Inside) names = {"out.xml"};
   for (const std::string& name : names) {
     const MediaFile read = openFile(folder.file(name));
     ASSERT_NE(read, nullptr) << name;
@@ -94,8 +94,8 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
       EXPECT_EQ(frame.key(), isKey(i, interval)) << name << ' ' << i;
       EXPECT_EQ(frame.descriptor.compositionOffset, static_cast<std::int32_t>(i % 5)) << name << ' ' << i;
     }
-    if (c.sound != RoundTripCase::None && name != "out.m4v") {
-      EXPECT_EQ(described.audio.stream.length, sound * 1024) << name;
+    if (c.audio != RoundTripCase::None && name != "out.m4v") {
+      EXPECT_EQ(described.audio.stream.length, audioUnits * 1024) << name;
       EXPECT_EQ(described.audio.wave.samplesPerSecond, 48000u);
     }
   }
@@ -103,10 +103,10 @@ TEST_P(RoundTrip, GivesTheSameFrames) {
 
 std::string roundTripName(const testing::TestParamInfo<RoundTripCase>& info) {
   const RoundTripCase& c = info.param;
-  constexpr const char* kSound[] = {"Silent", "SoundApart", "SoundInside"};
+  constexpr const char* kAudio[] = {"Silent", "SeparateAudio", "AudioInside"};
   return "Interval" + std::to_string(kIntervals[c.interval]) + "RecordedRate" +
          std::to_string(kRates[c.rate].rate) + "Over" + std::to_string(kRates[c.rate].scale) + "Frames" +
-         std::to_string(c.frames) + kSound[c.sound];
+         std::to_string(c.frames) + kAudio[c.audio];
 }
 
 INSTANTIATE_TEST_SUITE_P(Recordings, RoundTrip, testing::ValuesIn(roundTripCases()), roundTripName);

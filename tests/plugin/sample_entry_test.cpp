@@ -4,9 +4,9 @@
 
 #include <functional>
 
+#include "tests/plugin/audio.h"
+#include "tests/plugin/audio_clip.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
-#include "tests/plugin/sound_clip.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
@@ -54,14 +54,14 @@ std::vector<std::string> stereoTone(int sampleRate = 48000) {
 }
 
 TEST(SampleEntry, Version1InAVersion1DescriptionHasNoMoreFields) {
-  AudioFile sound(stereoTone() + kAac + fragmented());
-  const Samples expected = readAll(*sound.open(), 4096);
+  AudioFile audio(stereoTone() + kAac + fragmented());
+  const Samples expected = readAll(*audio.open(), 4096);
   EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
-  sound.setVersionOfDescription(1);
-  sound.setVersionOfEntry("mp4a", 1);
+  audio.setVersionOfDescription(1);
+  audio.setVersionOfEntry("mp4a", 1);
   for (const unsigned rate : {48000u, 1u}) {
-    sound.setRate("mp4a", rate);
-    const MediaFile file = sound.open();
+    audio.setRate("mp4a", rate);
+    const MediaFile file = audio.open();
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, 48000u);
     EXPECT_EQ(readAll(*file, 4096), expected);
@@ -72,8 +72,8 @@ TEST(SampleEntry, Version1InAVersion1DescriptionHasNoMoreFields) {
 // fields of the other versions.
 TEST(SampleEntry, OfQuickTimesVersionsMatchesFfmpeg) {
   for (const int rate : {44100, 96000}) {
-    const AudioFile sound(stereoTone(rate) + kAac + fragmented() + std::vector<std::string>{"-f", "mov"});
-    const MediaFile file = sound.open();
+    const AudioFile audio(stereoTone(rate) + kAac + fragmented() + std::vector<std::string>{"-f", "mov"});
+    const MediaFile file = audio.open();
     ASSERT_NE(file, nullptr);
     const QVRWAVE wave = describe(*file).audio.wave;
     EXPECT_EQ(wave.channels, 2);
@@ -81,7 +81,7 @@ TEST(SampleEntry, OfQuickTimesVersionsMatchesFfmpeg) {
     EXPECT_EQ(wave.bitsPerSample, 16);
     EXPECT_EQ(file->Channels(), 3u);
     const Samples ours = readAll(*file, 4096);
-    const std::vector<float> theirs = ffmpegPackets(sound.folder, sound.path, "0:a:0");
+    const std::vector<float> theirs = ffmpegPackets(audio.folder, audio.path, "0:a:0");
     ASSERT_GE(theirs.size(), ours.size());
     EXPECT_LT(
         RootMeanSquare(ours, {theirs.begin(), theirs.begin() + static_cast<std::ptrdiff_t>(ours.size())}), 1);
@@ -91,12 +91,12 @@ TEST(SampleEntry, OfQuickTimesVersionsMatchesFfmpeg) {
 
 TEST(SampleEntry, DecodedAudioHas16BitsWhateverItStates) {
   for (const auto& [type, codec] : {std::pair{"mp4a", kAac}, std::pair{"ac-3", kAc3}}) {
-    AudioFile sound(stereoTone() + codec + fragmented("+delay_moov"));
-    const Samples expected = readAll(*sound.open(), 4096);
+    AudioFile audio(stereoTone() + codec + fragmented("+delay_moov"));
+    const Samples expected = readAll(*audio.open(), 4096);
     EXPECT_THAT(expected, testing::Contains(testing::Gt(1000)));
     for (const unsigned bits : {0u, 8u, 12u, 20u, 24u, 32u, 65535u}) {
-      sound.setBits(type, bits);
-      const MediaFile file = sound.open();
+      audio.setBits(type, bits);
+      const MediaFile file = audio.open();
       ASSERT_NE(file, nullptr) << type << bits;
       EXPECT_EQ(describe(*file).audio.wave.bitsPerSample, 16) << type << bits;
       EXPECT_EQ(readAll(*file, 4096), expected) << type << bits;
@@ -106,10 +106,10 @@ TEST(SampleEntry, DecodedAudioHas16BitsWhateverItStates) {
 
 TEST(SampleEntry, WithoutChannelsTakesThoseOfItsConfiguration) {
   for (const int channels : {1, 2, 6}) {
-    AudioFile sound(toneInput(0.5) + std::vector<std::string>{"-ac", std::to_string(channels)} + kAac +
+    AudioFile audio(toneInput(0.5) + std::vector<std::string>{"-ac", std::to_string(channels)} + kAac +
                     fragmented());
-    sound.setChannels("mp4a", 0);
-    const MediaFile file = sound.open();
+    audio.setChannels("mp4a", 0);
+    const MediaFile file = audio.open();
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(describe(*file).audio.wave.channels, channels);
   }
@@ -117,11 +117,11 @@ TEST(SampleEntry, WithoutChannelsTakesThoseOfItsConfiguration) {
 
 TEST(SampleEntry, OfAc3WithoutChannelsAndRateIsStereoOfItsConfigurationsRate) {
   for (const int rate : {32000, 44100, 48000}) {
-    AudioFile sound(stereoTone(rate) + kAc3 + fragmented("+delay_moov"));
-    const Samples expected = readAll(*sound.open(), 4096);
-    sound.setChannels("ac-3", 0);
-    sound.setRate("ac-3", 0);
-    const MediaFile file = sound.open();
+    AudioFile audio(stereoTone(rate) + kAc3 + fragmented("+delay_moov"));
+    const Samples expected = readAll(*audio.open(), 4096);
+    audio.setChannels("ac-3", 0);
+    audio.setRate("ac-3", 0);
+    const MediaFile file = audio.open();
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(describe(*file).audio.wave.channels, 2);
     EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, static_cast<std::uint32_t>(rate));

@@ -21,7 +21,7 @@ std::uint64_t audioUntil(std::uint64_t frames) {
   return frames * kScale * kSampleRate / (kRate * 1024ull);
 }
 
-Bytes dayPicture(std::uint32_t frame) {
+Bytes dayVideo(std::uint32_t frame) {
   return join({u32(frame), u8(7)});
 }
 
@@ -40,14 +40,14 @@ Memory recordDay(const std::string& path) {
   const CountingNew counting;
   MediaFile file = startRecording(path, d, 30);
   const Bytes coded = {1, 2, 3};
-  std::uint64_t sounds = 0;
+  std::uint64_t audioUnits = 0;
   for (std::uint32_t i = 0; i < kFrames; ++i) {
-    for (; sounds < audioUntil(i + 1); ++sounds) {
-      if (writeSample(*file, 3, QVR_MODE_AUDIO, coded) != VL_OK) ADD_FAILURE() << "access unit " << sounds;
+    for (; audioUnits < audioUntil(i + 1); ++audioUnits) {
+      if (writeSample(*file, 3, QVR_MODE_AUDIO, coded) != VL_OK)
+        ADD_FAILURE() << "access unit " << audioUnits;
     }
     const auto flags = i % 30 == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
-    if (writeSample(*file, 1, QVR_MODE_VIDEO, dayPicture(i), i, flags) != VL_OK)
-      ADD_FAILURE() << "frame " << i;
+    if (writeSample(*file, 1, QVR_MODE_VIDEO, dayVideo(i), i, flags) != VL_OK) ADD_FAILURE() << "frame " << i;
     if (i == kHourFrames) memory.firstHour = counting.peakBytes();
   }
   EXPECT_EQ(closeFile(file), VL_OK);
@@ -105,13 +105,13 @@ TEST_P(Day, StaysInSyncIntactAndCheapToOpenInConstantMemory) {
   for (int i = 0; i < 100; ++i) {
     const auto frame = static_cast<std::uint32_t>(random() % kFrames);
     const HostReads sought = hostReads();
-    ASSERT_EQ(readFrame(*file, frame).data, dayPicture(frame)) << frame;
+    ASSERT_EQ(readFrame(*file, frame).data, dayVideo(frame)) << frame;
     ASSERT_LE(hostReads().calls - sought.calls, 2u) << frame;
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Recording, Day, testing::Values("out.m4v", "out.ismv"), [](const auto& info) {
-  return std::string(info.param) == "out.m4v" ? "SoundApart" : "AllInOne";
+  return std::string(info.param) == "out.m4v" ? "SeparateAudio" : "AllInOne";
 });
 
 }  // namespace

@@ -55,9 +55,9 @@ TEST_P(Faults, AtAnyCallKeepListedMediaAndLeaveTheRestRepairable) {
       EXPECT_TRUE(outcome.took && outcome.closed);
     }
     if (!opened) continue;
-    expectListsWhole(folder);
+    expectListsIntact(folder);
     // Without its audio file the recording accepts no audio.
-    expectRepairable(folder, companionNotCreated ? kPictureAlone : kind);
+    expectRepairable(folder, companionNotCreated ? kVideoAlone : kind);
     if (testing::Test::HasFailure()) break;
   }
 }
@@ -67,7 +67,7 @@ std::string nameOf(const testing::TestParamInfo<std::pair<Kind, Fault>>& info) {
   const std::string what = fault == Fault::Fail    ? "Fail"
                            : fault == Fault::Short ? "ComeUpShort"
                                                    : "FindTheDiskFull";
-  return std::string(!kind.hasAudio ? "Picture" : kind.audioApart() ? "SoundApart" : "AllInOne") + what;
+  return std::string(!kind.hasAudio ? "VideoOnly" : kind.audioApart() ? "SeparateAudio" : "AllInOne") + what;
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -51,16 +51,16 @@ TEST_P(Killed, AtFiftyMomentsKeepsWhatIsListed) {
     SCOPED_TRACE("step " + std::to_string(at));
     const TempFolder folder;
     ASSERT_TRUE(killedAfter(at, [&] { record(folder); }));
-    expectListsWhole(folder);
+    expectListsIntact(folder);
     if (std::filesystem::file_size(folder.file(kind.media())) < 28) continue;
     expectRepairable(folder, kind);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kPictureAlone, kAudioApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kVideoAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
-                           return !info.param.hasAudio      ? "Picture"
-                                  : info.param.audioApart() ? "SoundApart"
+                           return !info.param.hasAudio      ? "VideoOnly"
+                                  : info.param.audioApart() ? "SeparateAudio"
                                                             : "AllInOne";
                          });
 
@@ -130,12 +130,12 @@ void recordSource(Source& source, const TempFolder& folder) {
   const auto size = static_cast<std::uint32_t>(source.video.configuration.size());
   d.configuration = join({u32(8 + size), Bytes{'a', 'v', 'c', 'C'}, source.video.configuration});
   d.audioMask = 3;
-  d.soundConfiguration = {source.audio.configuration.begin(), source.audio.configuration.begin() + 2};
+  d.audioConfiguration = {source.audio.configuration.begin(), source.audio.configuration.begin() + 2};
   MediaFile file = startRecording(folder.file("out.mp4"), d, 5);
-  std::uint32_t sounds = 0, i = 0;
+  std::uint32_t audioUnits = 0, i = 0;
   for (const SourceSample sample : source.video.samples) {
-    for (; sounds < audioOf(i + 1) && sounds < source.audio.samples.size(); ++sounds)
-      writeSample(*file, 3, QVR_MODE_AUDIO, source.bytes(source.audio, sounds), sounds);
+    for (; audioUnits < audioOf(i + 1) && audioUnits < source.audio.samples.size(); ++audioUnits)
+      writeSample(*file, 3, QVR_MODE_AUDIO, source.bytes(source.audio, audioUnits), audioUnits);
     writeSample(*file, 1, QVR_MODE_VIDEO, source.bytes(source.video, i), i,
                 sample.key ? DFRAME_KEY : DFRAME_NOT_KEY);
     ++i;
@@ -145,8 +145,7 @@ void recordSource(Source& source, const TempFolder& folder) {
 
 TEST(KilledRecording, OfRealMediaDecodesAsListedAndFullyOnceRepaired) {
   const TempFolder media;
-  makeMedia(media.file("source.mp4"), pictureInput(5, "30000/1001", "160x96") + toneInput(5) +
-                                          h264Codec(5, 0) +
+  makeMedia(media.file("source.mp4"), videoInput(5, "30000/1001", "160x96") + toneInput(5) + h264Codec(5, 0) +
                                           std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
   Source source(media.file("source.mp4"));
   setFaults({});
@@ -161,7 +160,7 @@ TEST(KilledRecording, OfRealMediaDecodesAsListedAndFullyOnceRepaired) {
     SCOPED_TRACE("step " + std::to_string(at));
     const TempFolder folder;
     ASSERT_TRUE(killedAfter(at, [&] { recordSource(source, folder); }));
-    expectListsWhole(folder);
+    expectListsIntact(folder);
     // A player would wait for more of a playlist that has not ended.
     const std::string listed = textOf(folder.file("out.m3u8"));
     if (!segmentsOfPlaylist(listed).empty()) {
@@ -174,7 +173,7 @@ TEST(KilledRecording, OfRealMediaDecodesAsListedAndFullyOnceRepaired) {
     for (const char* name : {"out.m4v", "out.m4a", "out.m3u8", "outA.m3u8"})
       EXPECT_TRUE(decodes(folder.file(name)));
     const auto packets = ffprobePackets(folder.file("out.m4v"), "v:0");
-    EXPECT_EQ(packets.size(), wholeSamples(folder.file("out.m4v")));
+    EXPECT_EQ(packets.size(), completeSamples(folder.file("out.m4v")));
     const auto originals = ffprobePackets(media.file("source.mp4"), "v:0");
     for (std::size_t p = 0; p < packets.size(); ++p) EXPECT_EQ(packets[p].crc32, originals[p].crc32) << p;
   }
@@ -206,7 +205,7 @@ std::vector<Moment> momentsOf(const Bytes& live) {
 TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsListedAndFullyOnceRepaired) {
   const TempFolder media;
   const std::string input = media.file("live.mp4");
-  makeMedia(input, pictureInput(4, "25", "160x96") + toneInput(4) + h264Codec(5, 0) +
+  makeMedia(input, videoInput(4, "25", "160x96") + toneInput(4) + h264Codec(5, 0) +
                        std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented());
   const Bytes live = readFile(input);
   const auto originals = ffprobePackets(input, "v:0");
@@ -219,7 +218,7 @@ TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsListedAndFullyOnceRepaired) 
     const TempFolder folder;
     const std::string video = folder.file("out.m4v");
     ASSERT_TRUE(killedAfter(moment.step, [&] { recordLive(live, folder.file("out.mp4")); }));
-    expectListsWhole(folder);
+    expectListsIntact(folder);
     const std::size_t segments = listedIn(folder)["out.m3u8"].size();
     if (segments != 0 && listed.insert(segments).second) {
       const std::string ended = textOf(folder.file("out.m3u8")) + "#EXT-X-ENDLIST\n";
@@ -249,8 +248,7 @@ TEST(KilledLiveRecording, AtEveryKindOfCallDecodesAsListedAndFullyOnceRepaired) 
 // A recording that was ended, truncated within its last two fragments.
 TEST(TruncatedRecording, OfRealMediaDecodesOnceRepaired) {
   const TempFolder media;
-  makeMedia(media.file("source.mp4"), pictureInput(4, "30000/1001", "160x96") + toneInput(4) +
-                                          h264Codec(5, 0) +
+  makeMedia(media.file("source.mp4"), videoInput(4, "30000/1001", "160x96") + toneInput(4) + h264Codec(5, 0) +
                                           std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
   Source source(media.file("source.mp4"));
   const TempFolder original;
@@ -273,7 +271,7 @@ TEST(TruncatedRecording, OfRealMediaDecodesOnceRepaired) {
     repairRecording(folder.file("out.m3u8"));
     EXPECT_EQ(verifyRecording(folder.file("out.m3u8")).problems.count(), 0u);
     for (const char* name : {"out.m4v", "out.m3u8"}) EXPECT_TRUE(decodes(folder.file(name)));
-    EXPECT_EQ(ffprobePackets(folder.file("out.m4v"), "v:0").size(), wholeSamples(folder.file("out.m4v")));
+    EXPECT_EQ(ffprobePackets(folder.file("out.m4v"), "v:0").size(), completeSamples(folder.file("out.m4v")));
   }
 }
 

@@ -30,7 +30,7 @@ inline constexpr std::uint32_t kAudioFragmentFrames = 4;
 inline Bytes picture(std::uint32_t frame) {
   return frameBytes(frame, 10 + frame % 7);
 }
-inline Bytes sound(std::uint32_t frame) {
+inline Bytes audio(std::uint32_t frame) {
   return frameBytes(frame, 5 + frame % 3);
 }
 
@@ -48,7 +48,7 @@ struct Kind {
   std::string media() const { return std::string(name) == "out.mp4" ? "out.m4v" : name; }
   std::string manifest() const { return std::string(name) == "out.mp4" ? "out.mpd" : "out.xml"; }
 };
-inline constexpr Kind kPictureAlone{"out.mp4", false, 0};
+inline constexpr Kind kVideoAlone{"out.mp4", false, 0};
 inline constexpr Kind kAudioApart{"out.mp4", true, 0};
 inline constexpr Kind kAllInOne{"out.ismv", true, QVR_CAPTIONS_608 | QVR_CAPTIONS_708};
 
@@ -60,16 +60,16 @@ inline MediaFile startKind(const TempFolder& folder, const Kind& kind) {
   if (!file) return file;
   file->SetCodecOption(1, 0, 8, kInterval, nullptr);
   describeVideo(*file, d);
-  if (kind.hasAudio) describeSound(*file, d);
+  if (kind.hasAudio) describeAudio(*file, d);
   return file;
 }
 
 // Writes video frames, each after the audio that plays with it. Returns whether all were accepted.
 inline bool writeAll(CAMediaFile& file, const Kind& kind, std::uint32_t frames) {
-  std::uint32_t sounds = 0;
+  std::uint32_t audioUnits = 0;
   for (std::uint32_t i = 0; i < frames; ++i) {
-    for (; kind.hasAudio && sounds < audioOf(i + 1); ++sounds) {
-      if (writeSample(file, 3, QVR_MODE_AUDIO, sound(sounds), sounds) != VL_OK) return false;
+    for (; kind.hasAudio && audioUnits < audioOf(i + 1); ++audioUnits) {
+      if (writeSample(file, 3, QVR_MODE_AUDIO, audio(audioUnits), audioUnits) != VL_OK) return false;
     }
     const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
     if (writeSample(file, 1, QVR_MODE_VIDEO, picture(i), i, flags) != VL_OK) return false;
@@ -90,7 +90,7 @@ inline void fill(const TempFolder& folder, const std::map<std::string, Bytes>& f
 }
 
 // Samples of a track in the complete fragments of a file, counted here.
-inline std::uint32_t wholeSamples(const std::string& path, const std::string& track = "traf") {
+inline std::uint32_t completeSamples(const std::string& path, const std::string& track = "traf") {
   const std::uint64_t size = std::filesystem::file_size(path);
   BoxFile file(path);
   std::uint32_t samples = 0;
@@ -160,7 +160,7 @@ inline std::map<std::string, std::vector<ListedSegment>> listedIn(const TempFold
 }
 
 // A listed segment is on the disk: an index, then complete fragments, as many bytes as the index says.
-inline void expectWhole(const TempFolder& folder, const ListedSegment& segment) {
+inline void expectIntact(const TempFolder& folder, const ListedSegment& segment) {
   const Bytes bytes = readFile(folder.file(segment.media));
   ASSERT_LE(segment.end, bytes.size()) << segment.media;
   const std::uint64_t length = segment.end - segment.start;
@@ -175,9 +175,9 @@ inline void expectWhole(const TempFolder& folder, const ListedSegment& segment) 
   EXPECT_EQ(root->last->type, Mp4FourCc("mdat"));
 }
 
-inline void expectListsWhole(const TempFolder& folder) {
+inline void expectListsIntact(const TempFolder& folder) {
   for (const auto& [name, segments] : listedIn(folder)) {
-    for (const ListedSegment& segment : segments) expectWhole(folder, segment);
+    for (const ListedSegment& segment : segments) expectIntact(folder, segment);
   }
 }
 
@@ -197,7 +197,7 @@ inline void expectAudio(const std::string& path, std::uint32_t frames) {
   ASSERT_EQ(track ? track->samples.size() : 0, frames) << path;
   for (std::uint32_t i = 0; i < frames; ++i) {
     const auto bytes = file.read(*track, i);
-    ASSERT_EQ(Bytes(bytes.begin(), bytes.end()), sound(i)) << path << ' ' << i;
+    ASSERT_EQ(Bytes(bytes.begin(), bytes.end()), audio(i)) << path << ' ' << i;
   }
 }
 
@@ -226,17 +226,17 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
     return;
   }
   const auto listed = listedIn(folder);
-  const std::uint32_t frames = wholeSamples(media);
+  const std::uint32_t frames = completeSamples(media);
   const std::string audioFile = folder.file(kind.audioApart() ? "out.m4a" : kind.media());
-  const std::uint32_t sounds =
-      !kind.hasAudio ? 0 : wholeSamples(audioFile, kind.audioApart() ? "traf" : "traf[1]");
+  const std::uint32_t audioUnits =
+      !kind.hasAudio ? 0 : completeSamples(audioFile, kind.audioApart() ? "traf" : "traf[1]");
 
   repairRecording(media);
   const Verification verification = verifyRecording(media);
   EXPECT_EQ(verification.problems.count(), 0u) << problemsOf(verification);
   EXPECT_EQ(verification.frames, frames);
-  EXPECT_EQ(verification.audioFrames, sounds);
-  expectListsWhole(folder);
+  EXPECT_EQ(verification.audioFrames, audioUnits);
+  expectListsIntact(folder);
   for (const auto& [name, before] : listed) {
     const auto after = listedIn(folder)[name];
     for (const ListedSegment& segment : before) {
@@ -249,7 +249,7 @@ inline void expectRepairable(const TempFolder& folder, const Kind& kind) {
     expectFrames(media, frames);
     expectFrames(folder.file(kind.manifest()), frames);
   }
-  if (sounds != 0) expectAudio(audioFile, sounds);
+  if (audioUnits != 0) expectAudio(audioFile, audioUnits);
 
   const auto once = filesOf(folder);
   EXPECT_TRUE(repairRecording(media).empty());

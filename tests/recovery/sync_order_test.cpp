@@ -45,7 +45,7 @@ class Disk {
                              now.begin() + static_cast<std::ptrdiff_t>(segment.end),
                              lasting.begin() + static_cast<std::ptrdiff_t>(segment.start)))
           << segment.media << " at " << segment.start;
-      expectWhole(folder_, segment);
+      expectIntact(folder_, segment);
     }
     if (!segments.empty()) ++listings;
   }
@@ -111,10 +111,10 @@ TEST_P(SyncOrder, RepairedMediaReachTheDiskBeforeTheLists) {
   EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Write), kind.audioApart() ? 2 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kPictureAlone, kAudioApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kVideoAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
-                           return !info.param.hasAudio      ? "Picture"
-                                  : info.param.audioApart() ? "SoundApart"
+                           return !info.param.hasAudio      ? "VideoOnly"
+                                  : info.param.audioApart() ? "SeparateAudio"
                                                             : "AllInOne";
                          });
 

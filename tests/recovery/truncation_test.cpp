@@ -68,9 +68,9 @@ TEST_P(Truncated, AtEveryByteOfItsLastTwoFragmentsIsRepaired) {
 
 INSTANTIATE_TEST_SUITE_P(Recording, Truncated,
                          testing::Values(Cut{kAudioApart, "out.m4v", kSegmentFrames + 6, "Video"},
-                                         Cut{kAudioApart, "out.m4a", kSegmentFrames + 6, "Sound"},
+                                         Cut{kAudioApart, "out.m4a", kSegmentFrames + 6, "Audio"},
                                          // The last fragment has a segment to itself.
-                                         Cut{kPictureAlone, "out.m4v", kSegmentFrames + 1,
+                                         Cut{kVideoAlone, "out.m4v", kSegmentFrames + 1,
                                              "VideoAcrossSegments"},
                                          Cut{kAllInOne, "out.ismv", kSegmentFrames + 6, "AllInOne"}),
                          [](const auto& info) { return info.param.name; });
@@ -86,19 +86,19 @@ std::map<std::string, Bytes> withoutDates(std::map<std::string, Bytes> files) {
   return files;
 }
 
-class CutOff : public testing::TestWithParam<Kind> {};
+class Truncated : public testing::TestWithParam<Kind> {};
 
 // Frame by frame: the files that a recording leaves when it is interrupted.
-TEST_P(CutOff, IsRepairedToWhatEndingItWouldHaveWritten) {
+TEST_P(Truncated, IsRepairedToWhatEndingItWouldHaveWritten) {
   const Kind& kind = GetParam();
   const TempFolder folder;
   MediaFile file = startKind(folder, kind);
-  std::uint32_t sounds = 0;
+  std::uint32_t audioUnits = 0;
   for (std::uint32_t frames = kFragmentFrames; frames <= 2 * kSegmentFrames + kFragmentFrames;
        frames += kFragmentFrames) {
     for (std::uint32_t i = frames - kFragmentFrames; i < frames; ++i) {
-      for (; kind.hasAudio && sounds < audioOf(i + 1); ++sounds)
-        ASSERT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, sound(sounds), sounds), VL_OK);
+      for (; kind.hasAudio && audioUnits < audioOf(i + 1); ++audioUnits)
+        ASSERT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, audio(audioUnits), audioUnits), VL_OK);
       ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, picture(i), i,
                             i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
                 VL_OK);
@@ -109,17 +109,18 @@ TEST_P(CutOff, IsRepairedToWhatEndingItWouldHaveWritten) {
 
     // With audio in the same file a segment's last fragment waits for the next frame.
     const bool waits = kind.hasAudio && !kind.audioApart() && frames % kSegmentFrames == 0;
-    const std::uint32_t wholeFrames = waits ? frames - kFragmentFrames : frames;
+    const std::uint32_t completeFrames = waits ? frames - kFragmentFrames : frames;
     // Of separate audio, complete fragments only.
-    const std::uint32_t wholeAudio =
-        kind.audioApart() ? sounds / kAudioFragmentFrames * kAudioFragmentFrames : audioOf(wholeFrames);
+    const std::uint32_t wholeAudio = kind.audioApart()
+                                         ? audioUnits / kAudioFragmentFrames * kAudioFragmentFrames
+                                         : audioOf(completeFrames);
     if (kind.audioApart() && wholeAudio == 0) continue;  // its file would not exist
     const TempFolder reference;
     MediaFile ended = startKind(reference, kind);
     std::uint32_t written = 0;
-    for (std::uint32_t i = 0; i < wholeFrames; ++i) {
+    for (std::uint32_t i = 0; i < completeFrames; ++i) {
       for (; kind.hasAudio && written < std::min(audioOf(i + 1), wholeAudio); ++written)
-        ASSERT_EQ(writeSample(*ended, 3, QVR_MODE_AUDIO, sound(written), written), VL_OK);
+        ASSERT_EQ(writeSample(*ended, 3, QVR_MODE_AUDIO, audio(written), written), VL_OK);
       ASSERT_EQ(writeSample(*ended, 1, QVR_MODE_VIDEO, picture(i), i,
                             i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
                 VL_OK);
@@ -142,10 +143,10 @@ TEST_P(CutOff, IsRepairedToWhatEndingItWouldHaveWritten) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, CutOff, testing::Values(kPictureAlone, kAudioApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, Truncated, testing::Values(kVideoAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
-                           return !info.param.hasAudio      ? "Picture"
-                                  : info.param.audioApart() ? "SoundApart"
+                           return !info.param.hasAudio      ? "VideoOnly"
+                                  : info.param.audioApart() ? "SeparateAudio"
                                                             : "AllInOne";
                          });
 
@@ -180,7 +181,7 @@ TEST(Repaired, WithoutAnyListGetsAllOfThem) {
 }
 
 TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {
-  auto files = recorded(kPictureAlone, kSegmentFrames + 6);
+  auto files = recorded(kVideoAlone, kSegmentFrames + 6);
   std::uint64_t at = 0;
   {
     const TempFolder folder;
@@ -199,8 +200,8 @@ TEST(Repaired, DamageInTheMiddleIsReportedAndNothingChanged) {
 
 TEST(Repaired, ARecordingInProgressIsLeftAlone) {
   const TempFolder folder;
-  MediaFile file = startKind(folder, kPictureAlone);
-  writeAll(*file, kPictureAlone, kSegmentFrames + 6);
+  MediaFile file = startKind(folder, kVideoAlone);
+  writeAll(*file, kVideoAlone, kSegmentFrames + 6);
   const auto before = filesOf(folder);
   EXPECT_TRUE(verifyRecording(folder.file("out.m4v")).beingWritten);
   EXPECT_THROW(repairRecording(folder.file("out.m4v")), UserError);

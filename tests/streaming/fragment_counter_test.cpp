@@ -122,7 +122,7 @@ TEST(FragmentCounter, CountsTheDamagedFilesBothWays) {
 TEST(FragmentCounter, CountsMediaOfAnotherWriterByTheirBytesAlone) {
   const TempFolder folder;
   const auto clip = folder.file("clip.mp4");
-  makeMedia(clip, pictureInput(2, "25", "64x48") + toneInput(2) +
+  makeMedia(clip, videoInput(2, "25", "64x48") + toneInput(2) +
                       std::vector<std::string>{"-c:v", "libx264", "-bf", "2", "-c:a", "aac", "-movflags",
                                                "frag_keyframe+empty_moov", "-frag_duration", "250000"});
   const CountedTwice counted(readFile(clip));

@@ -240,8 +240,8 @@ TEST(FragmentIndex, IndexesAtDescendingOffsetsAddTheFragmentsAfterThemOnce) {
   Bytes content;
   const std::size_t indexBytes = sidxBox({{0}}).size();
   for (std::uint32_t i = 0; i < kIndexes; ++i) {
-    const auto behind = static_cast<std::uint32_t>((kIndexes - 1 - i) * (indexBytes + 8) + 8);
-    content = join({content, sidxBox({{0x7FFFFFFF}}, behind)});
+    const auto after = static_cast<std::uint32_t>((kIndexes - 1 - i) * (indexBytes + 8) + 8);
+    content = join({content, sidxBox({{0x7FFFFFFF}}, after)});
   }
   IndexedFile file(join({content, hidden(join({prelude, fragments}))}));
   const CountingNew counting;
@@ -283,8 +283,8 @@ TEST(FragmentIndex, ATrackFragmentWithOnlyAHeaderMatchesAnyTrack) {
   video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
   IndexedFile before(fragment(1, {bare, video}));
   EXPECT_EQ(before.build().total(kVideoTrack), 0u) << "the bare one comes first";
-  IndexedFile behind(fragment(1, {video, bare}));
-  EXPECT_EQ(behind.build().total(kVideoTrack), 1u) << "the track's own comes first";
+  IndexedFile after(fragment(1, {video, bare}));
+  EXPECT_EQ(after.build().total(kVideoTrack), 1u) << "the track's own comes first";
 }
 
 TEST(FragmentIndex, LargestVideoSampleIsKnown) {

@@ -121,8 +121,8 @@ MpdVideo video() {
 TEST(MpdWriter, WritesVideoAndAudioSetsInOrder) {
   MpdWriter manifest("");
   const MpdWriter::List pictures = manifest.beginVideo(video(), true);
-  const MpdWriter::List sounds = manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
-  manifest.AddSegment(sounds, 661, 2181, 813);
+  const MpdWriter::List audioUnits = manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  manifest.AddSegment(audioUnits, 661, 2181, 813);
   manifest.AddSegment(pictures, 701, 4305, 853);
   manifest.AddSegment(pictures, 4305, 6000000000, 4457);
   manifest.setDuration(5400);
@@ -161,7 +161,7 @@ TEST(MpdWriter, WritesVideoAndAudioSetsInOrder) {
 
 TEST(MpdWriter, NamesTheAudioOfTheSameFile) {
   MpdVideo both = video();
-  both.sound = {0x40, 44100};
+  both.audio = {0x40, 44100};
   MpdWriter manifest("");
   manifest.beginVideo(both, false);
   EXPECT_THAT(manifest.text(), HasSubstr("codecs=\"avc1.64001e,mp4a.40.02\""));

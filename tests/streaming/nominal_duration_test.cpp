@@ -26,7 +26,7 @@ std::uint32_t nominalOf(const std::vector<std::vector<Group>>& fragments, std::u
 
 TEST(NominalDuration, IsTheTracksDefaultWhateverTheSamplesSay) {
   EXPECT_EQ(nominalOf({{{512, 30}}}, 1000), 1000u);
-  EXPECT_TRUE(NominalDuration(1000).settled());
+  EXPECT_TRUE(NominalDuration(1000).converged());
 }
 
 TEST(NominalDuration, IsTheOneThatMostSamplesHave) {
@@ -46,10 +46,10 @@ TEST(NominalDuration, LooksAtAsManyFragmentsAsHold24Samples) {
   EXPECT_EQ(nominalOf({{{500, 12}}, {}, {{500, 12}}, {{1000, 30}}}), 500u);
   NominalDuration nominal;
   nominal.addSamples(500, 24);
-  EXPECT_FALSE(nominal.settled()) << "a fragment counts completely";
+  EXPECT_FALSE(nominal.converged()) << "a fragment counts completely";
   nominal.addSamples(1000, 25);
   nominal.endFragment();
-  EXPECT_TRUE(nominal.settled());
+  EXPECT_TRUE(nominal.converged());
   EXPECT_EQ(nominal.value(), 1000u);
 }
 
@@ -60,11 +60,11 @@ TEST(NominalDuration, LooksAtNoMoreThan64FragmentsThatCarryTheTrack) {
     nominal.endFragment();
     nominal.endFragment();  // one without the track
   }
-  EXPECT_FALSE(nominal.settled());
+  EXPECT_FALSE(nominal.converged());
   nominal.addSamples(0, 24);
   nominal.addSamples(500, 1);
   nominal.endFragment();
-  EXPECT_TRUE(nominal.settled());
+  EXPECT_TRUE(nominal.converged());
   nominal.addSamples(600, 20);
   nominal.endFragment();
   EXPECT_EQ(nominal.value(), 500u);

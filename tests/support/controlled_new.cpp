@@ -122,6 +122,10 @@ std::size_t CountingNew::allocations() const {
   return allocationCount - startAllocations;
 }
 
+}  // namespace fmp4
+
+using namespace fmp4;
+
 void* operator new(std::size_t bytes) {
   return allocateOrThrow(bytes);
 }
@@ -169,5 +173,3 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
 void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
   releaseAligned(memory);
 }
-
-}  // namespace fmp4

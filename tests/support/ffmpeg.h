@@ -28,8 +28,8 @@ inline std::vector<std::string> operator+(std::vector<std::string> left,
 }
 
 // Input: a moving test video with a counter, `seconds` long. `rate` as ffmpeg takes it ("30000/1001").
-inline std::vector<std::string> pictureInput(double seconds, const std::string& rate = "30000/1001",
-                                             const std::string& size = "320x180") {
+inline std::vector<std::string> videoInput(double seconds, const std::string& rate = "30000/1001",
+                                           const std::string& size = "320x180") {
   return {"-f", "lavfi", "-i",
           "testsrc2=size=" + size + ":rate=" + rate + ":duration=" + std::to_string(seconds)};
 }
@@ -137,7 +137,7 @@ inline std::vector<std::string> hlsOptions() {
 }
 
 // The MD5 of every decoded frame, in order of presentation.
-inline std::vector<std::string> pictureHashes(const std::filesystem::path& file) {
+inline std::vector<std::string> frameHashes(const std::filesystem::path& file) {
   const RunResult result =
       runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-threads", "1", "-i", file.string(), "-map", "0:v:0",
                   "-fps_mode", "passthrough", "-f", "framemd5", "-"});

@@ -35,7 +35,7 @@ inline std::vector<double> risingTimes(const std::filesystem::path& file, const 
 }
 
 // When each frame is shown.
-inline std::vector<double> pictureTimes(const std::filesystem::path& file) {
+inline std::vector<double> frameTimes(const std::filesystem::path& file) {
   const RunResult result = runOrThrow({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
                                        "frame=pts_time", "-of", "csv=print_section=0", file.string()});
   std::vector<double> times;

@@ -81,7 +81,7 @@ std::vector<json> boxesOf(const json& tree, const std::string& type) {
 TEST(Boxes, AddUpAndAgreeWithFfprobe) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(2) + toneInput(2) + h264Codec(30) + fragmented());
+  makeMedia(file, videoInput(2) + toneInput(2) + h264Codec(30) + fragmented());
   const RunResult result = fmp4({"boxes", "--json", file});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const json tree = json::parse(result.out);

@@ -109,7 +109,7 @@ TEST(ExportLostAudio, UndecodableAudioFailsAndLeavesNoFile) {
 TEST(ExportLostAudio, LeadingSilenceIsNotTakenForAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
-  makeMedia(file, pictureInput(1, "25", "160x96") + std::vector<std::string>{"-itsoffset", "0.5"} +
+  makeMedia(file, videoInput(1, "25", "160x96") + std::vector<std::string>{"-itsoffset", "0.5"} +
                       toneInput(1) + h264Codec(25, 0) + std::vector<std::string>{"-c:a", "libmp3lame"} +
                       fragmented("+delay_moov"));
   const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
@@ -142,12 +142,12 @@ TEST(ExportLostAudio, NamesAnUnsupportedCodec) {
   }
 }
 
-TEST(LostSound, ReportsNothingWithoutLoss) {
-  EXPECT_EQ(LostSound(48000).text("a.mp4"), "");
+TEST(LostAudio, ReportsNothingWithoutLoss) {
+  EXPECT_EQ(LostAudio(48000).text("a.mp4"), "");
 }
 
-TEST(LostSound, MergesAdjacentPlacesAndReportsOnlySome) {
-  LostSound lost(1000);
+TEST(LostAudio, MergesAdjacentPlacesAndReportsOnlySome) {
+  LostAudio lost(1000);
   lost.addUnits(0, 100, 1);
   lost.addUnits(100, 200, 0);
   for (std::uint64_t i = 1; i < 13; ++i) lost.addUnits(i * 3600000, i * 3600000 + 100, 1);
@@ -159,8 +159,8 @@ TEST(LostSound, MergesAdjacentPlacesAndReportsOnlySome) {
   EXPECT_THAT(text, testing::EndsWith("9:00:00.0 to 9:00:00.1 and 3 more places"));
 }
 
-TEST(LostSound, ReportsAnEarlyEnd) {
-  LostSound lost(48000);
+TEST(LostAudio, ReportsAnEarlyEnd) {
+  LostAudio lost(48000);
   lost.setEnd(72000);
   EXPECT_EQ(lost.text("a.mp4"), "the audio of 'a.mp4' ends at 0:00:01.5, before its stated length");
   lost.addUnits(0, 4800, 1);
@@ -170,8 +170,8 @@ TEST(LostSound, ReportsAnEarlyEnd) {
       "to 0:00:00.1; it ends at 0:00:01.5, before its stated length");
 }
 
-TEST(LostSound, ReportsUndeliveredParts) {
-  LostSound lost(48000);
+TEST(LostAudio, ReportsUndeliveredParts) {
+  LostAudio lost(48000);
   lost.addGap(48000, 96000);
   EXPECT_EQ(
       lost.text("a.mp4"),

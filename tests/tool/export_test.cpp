@@ -15,49 +15,49 @@ namespace {
 TEST(Export, H264DecodesToTheSourceFrames) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
-  makeMedia(file, pictureInput(2) + h264Codec(15, 3) + fragmented());
+  makeMedia(file, videoInput(2) + h264Codec(15, 3) + fragmented());
   const RunResult result = fmp4({"--quiet", "export", file, "--video", stream});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "");
-  const std::vector<std::string> expected = pictureHashes(file);
+  const std::vector<std::string> expected = frameHashes(file);
   EXPECT_EQ(expected.size(), 60u);
-  EXPECT_EQ(pictureHashes(stream), expected);
+  EXPECT_EQ(frameHashes(stream), expected);
 }
 
 TEST(Export, HevcDecodesToTheSourceFrames) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.hevc");
-  makeMedia(file, pictureInput(2) + hevcCodec(15) + fragmented());
+  makeMedia(file, videoInput(2) + hevcCodec(15) + fragmented());
   const RunResult result = fmp4({"export", file, "--video", stream});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  const std::vector<std::string> expected = pictureHashes(file);
+  const std::vector<std::string> expected = frameHashes(file);
   EXPECT_EQ(expected.size(), 60u);
-  EXPECT_EQ(pictureHashes(stream), expected);
+  EXPECT_EQ(frameHashes(stream), expected);
 }
 
 TEST(Export, DecodesFromEveryKeyFrame) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
-  makeMedia(file, pictureInput(2) + h264Codec(15, 0) + fragmented());
+  makeMedia(file, videoInput(2) + h264Codec(15, 0) + fragmented());
   const RunResult result = fmp4({"export", file, "--video", stream, "--from", "30", "--count", "15"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  const std::vector<std::string> all = pictureHashes(file);
+  const std::vector<std::string> all = frameHashes(file);
   ASSERT_EQ(all.size(), 60u);
-  EXPECT_EQ(pictureHashes(stream), std::vector<std::string>(all.begin() + 30, all.begin() + 45));
+  EXPECT_EQ(frameHashes(stream), std::vector<std::string>(all.begin() + 30, all.begin() + 45));
 }
 
 TEST(Export, BeginsAtTheKeyFrameBeforeAndSaysSo) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
-  makeMedia(file, pictureInput(2) + h264Codec(15, 0) + fragmented());
+  makeMedia(file, videoInput(2) + h264Codec(15, 0) + fragmented());
   const RunResult result =
       fmp4({"--quiet", "export", file, "--video", stream, "--from", "00:00:01.301", "--count", "3"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(result.err,
             "fmp4: the video begins at frame 30, the key frame before frame 39, which takes 9 more frames\n");
-  const std::vector<std::string> all = pictureHashes(file);
-  EXPECT_EQ(pictureHashes(stream), std::vector<std::string>(all.begin() + 30, all.begin() + 42));
+  const std::vector<std::string> all = frameHashes(file);
+  EXPECT_EQ(frameHashes(stream), std::vector<std::string>(all.begin() + 30, all.begin() + 42));
 
   const RunResult exact = fmp4({"--quiet", "export", file, "--video", folder.file("exact.h264"), "--from",
                                 "39", "--count", "3", "--exact"});
@@ -72,7 +72,7 @@ TEST(Export, BeginsAtTheKeyFrameBeforeAndSaysSo) {
 TEST(Export, EndsBeforeThePlaceGivenByTo) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(1) + h264Codec(15, 0) + fragmented());
+  makeMedia(file, videoInput(1) + h264Codec(15, 0) + fragmented());
   const auto rows = [&file](const std::vector<std::string>& selection) {
     return linesOf(fmp4(std::vector<std::string>{"--quiet", "frames", file} + selection).out);
   };
@@ -92,7 +92,7 @@ TEST(Export, EndsBeforeThePlaceGivenByTo) {
 TEST(Export, ReplacesAFileWithForceAlone) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   writeFile(stream, Bytes{1, 2, 3});
   const RunResult refused = fmp4({"--quiet", "export", file, "--video", stream});
   EXPECT_EQ(refused.exitCode, 1);
@@ -106,7 +106,7 @@ TEST(Export, ReplacesAFileWithForceAlone) {
 TEST(Export, RefusesOneFileForTwoOutputs) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("same");
-  makeMedia(file, pictureInput(0.2) + toneInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + toneInput(0.2) + h264Codec() + fragmented());
   const RunResult result =
       fmp4({"--quiet", "export", file, "--video", output, "--audio", folder.file("./same")});
   EXPECT_EQ(result.exitCode, 1);
@@ -118,7 +118,7 @@ TEST(Export, RefusesOneFileForTwoOutputs) {
 TEST(Export, KeepsTheSourceWhenNamedAsOutput) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   const Bytes before = readFile(file);
   const RunResult result = fmp4({"--quiet", "export", file, "--video", file});
   EXPECT_EQ(result.exitCode, 1);
@@ -130,7 +130,7 @@ TEST(Export, KeepsTheSourceWhenNamedAsOutput) {
 TEST(Export, ReportsAnOutputThatCannotBeCreated) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("missing/clip.h264");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   const RunResult result = fmp4({"--quiet", "export", file, "--video", output});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: '" + output + "' cannot be created; check the folder and its permissions\n");
@@ -140,7 +140,7 @@ TEST(Export, ReportsAnOutputThatCannotBeCreated) {
 TEST(Export, ReportsADamagedFrameAndRemovesThePartialFile) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), stream = folder.file("clip.h264");
-  makeMedia(file, pictureInput(1) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(1) + h264Codec() + fragmented());
   Bytes bytes = readFile(file);
   bytes[static_cast<std::size_t>(ffprobePackets(file, "v:0")[20].offset)] = 0x7F;
   writeFile(file, bytes);
@@ -195,7 +195,7 @@ TEST(Export, FramesShowTheSameCaptions) {
 TEST(Export, AudioIsAWaveFileOfTheCompleteTrack) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
-  makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
+  makeMedia(file, videoInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                       std::vector<std::string>{"-ac", "2", "-c:a", "aac"} + fragmented());
   const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
   ASSERT_EQ(result.exitCode, 0) << result.err;
@@ -212,7 +212,7 @@ TEST(Export, AudioIsAWaveFileOfTheCompleteTrack) {
 TEST(Export, SixChannelAc3IsAStereoWaveFile) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
-  makeMedia(file, pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
+  makeMedia(file, videoInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                       std::vector<std::string>{"-ac", "6", "-c:a", "ac3"} + fragmented("+delay_moov"));
   ASSERT_EQ(ffprobeStreamEntry(file, "a:0", "channels"), "6");
   const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
@@ -230,7 +230,7 @@ TEST(Export, SelectedFramesSelectTheirAudio) {
   const std::string file = folder.file("clip.mp4"), whole = folder.file("whole.wav"),
                     part = folder.file("part.wav");
   makeMedia(file,
-            pictureInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
+            videoInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                 std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-movflags", "delay_moov+frag_keyframe"});
   ASSERT_EQ(fmp4({"export", file, "--audio", whole}).exitCode, 0);
   ASSERT_EQ(fmp4({"export", file, "--audio", part, "--from", "10", "--count", "5"}).exitCode, 0);
@@ -245,7 +245,7 @@ TEST(Export, SelectedFramesSelectTheirAudio) {
 TEST(Export, AudioEndsBeforeAnyLaterFrame) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"),
-            pictureInput(1, "25") + toneInput(1) + h264Codec(25, 0) +
+            videoInput(1, "25") + toneInput(1) + h264Codec(25, 0) +
                 std::vector<std::string>{"-c:a", "aac", "-video_track_timescale", "10000000", "-movflags",
                                          "frag_keyframe+empty_moov+default_base_moof"});
   const RunResult result = fmp4({"--quiet", "export", folder.file("clip.mp4"), "--audio",
@@ -257,7 +257,7 @@ TEST(Export, AudioEndsBeforeAnyLaterFrame) {
 TEST(Export, ReportsMissingStreams) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4"), output = folder.file("out");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   EXPECT_EQ(fmp4({"--quiet", "export", file, "--audio", output}).err,
             "fmp4: '" + file + "' has no audio; 'fmp4 info' shows what it has\n");
   EXPECT_EQ(fmp4({"--quiet", "export", file, "--captions", output}).err,

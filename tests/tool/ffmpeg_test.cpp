@@ -115,24 +115,25 @@ TEST(FFmpeg, Ac3UnitsWithTrailingBytesDecodeFullyWithAndWithoutIt) {
   ASSERT_EQ(frames.size(), 32u);
   for (const bool hasFFmpeg : {false, true}) {
     if (hasFFmpeg) Installed::putFFmpegIn(installed.folder.path());
-    std::vector<Bytes> sounds;
+    std::vector<Bytes> audioUnits;
     for (const std::size_t bytesAfter : {0u, 2u, 100u}) {
-      const std::string file = installed.folder.file("units.mp4"), sound = installed.folder.file("units.wav");
+      const std::string file = installed.folder.file("units.mp4"),
+                        audioFile = installed.folder.file("units.wav");
       writeFile(file, fileOf(frames, bytesAfter));
-      const RunResult result = installed.fmp4({"export", file, "--force", "--audio", sound});
+      const RunResult result = installed.fmp4({"export", file, "--force", "--audio", audioFile});
       EXPECT_EQ(result.exitCode, 0) << result.err;
       EXPECT_EQ(result.err.find("eac3 opened") != std::string::npos, hasFFmpeg);
-      sounds.push_back(readFile(sound));
+      audioUnits.push_back(readFile(audioFile));
     }
     constexpr std::size_t kUnitBytes = 1536 * 4;
-    ASSERT_GE(sounds[0].size(), frames.size() * kUnitBytes);
-    EXPECT_EQ(sounds[1], sounds[0]);
-    EXPECT_EQ(sounds[2], sounds[0]);
+    ASSERT_GE(audioUnits[0].size(), frames.size() * kUnitBytes);
+    EXPECT_EQ(audioUnits[1], audioUnits[0]);
+    EXPECT_EQ(audioUnits[2], audioUnits[0]);
     // The stand-in library outputs the first checksum of each frame.
-    const std::size_t start = sounds[0].size() - frames.size() * kUnitBytes;
+    const std::size_t start = audioUnits[0].size() - frames.size() * kUnitBytes;
     for (std::size_t unit = 0; hasFFmpeg && unit < frames.size(); ++unit) {
-      EXPECT_EQ(sounds[0][start + unit * kUnitBytes], frames[unit][3]) << unit;
-      EXPECT_EQ(sounds[0][start + unit * kUnitBytes + 1], frames[unit][2]) << unit;
+      EXPECT_EQ(audioUnits[0][start + unit * kUnitBytes], frames[unit][3]) << unit;
+      EXPECT_EQ(audioUnits[0][start + unit * kUnitBytes + 1], frames[unit][2]) << unit;
     }
   }
 }

@@ -20,7 +20,7 @@ constexpr char kHeader[] = "frame,size,key,compositionOffset,crc32,cc608,cc708";
 // Two seconds with two key frames.
 std::string makeClip(const TempFolder& folder) {
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(2) + h264Codec(30) + fragmented());
+  makeMedia(file, videoInput(2) + h264Codec(30) + fragmented());
   return file;
 }
 

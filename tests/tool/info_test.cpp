@@ -28,7 +28,7 @@ std::int64_t lengthOf(const std::vector<Packet>& packets) {
 TEST(Info, JsonDescribesVideoAndAudio) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(2, "30000/1001", "320x180") + toneInput(2.048) + h264Codec() +
+  makeMedia(file, videoInput(2, "30000/1001", "320x180") + toneInput(2.048) + h264Codec() +
                       std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented());
   const RunResult result = fmp4({"--quiet", "info", "--json", file});
   ASSERT_EQ(result.exitCode, 0) << result.err;
@@ -79,10 +79,10 @@ TEST(Info, Ac3IsDescribedAsItIsDelivered) {
 // A pair of files is one recording, whichever of its names is given.
 TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsAudio) {
   const TempFolder folder;
-  makeMedia(folder.file("source.mp4"), pictureInput(2, "25", "160x96") + toneInput(2.048) + h264Codec(25) +
+  makeMedia(folder.file("source.mp4"), videoInput(2, "25", "160x96") + toneInput(2.048) + h264Codec(25) +
                                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
   ASSERT_EQ(fmp4({"package", folder.file("source.mp4"), "--output", folder.file("out.mp4")}).exitCode, 0);
-  const json sound = {{{"codec", "mp4a"},
+  const json audio = {{{"codec", "mp4a"},
                        {"channels", 2},
                        {"sampleRate", 48000},
                        {"bitsPerSample", 16},
@@ -90,12 +90,12 @@ TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsAudio) {
   for (const char* name : {"out.mpd", "out.m4v"}) {
     const json info = json::parse(fmp4({"--quiet", "info", "--json", folder.file(name)}).out);
     EXPECT_EQ(info["video"]["frames"], 50) << name;
-    EXPECT_EQ(info["audio"], sound) << name;
+    EXPECT_EQ(info["audio"], audio) << name;
     EXPECT_EQ(info["durationSeconds"], 2.0) << name;
   }
   const json alone = json::parse(fmp4({"--quiet", "info", "--json", folder.file("out.m4a")}).out);
   EXPECT_TRUE(alone["video"].is_null());
-  EXPECT_EQ(alone["audio"], sound);
+  EXPECT_EQ(alone["audio"], audio);
 
   // The file that holds the audio says why it is not decoded.
   makeMedia(folder.file("mp3.mp4"),
@@ -135,7 +135,7 @@ TEST(Info, EachAudioTrackIsDescribedOnce) {
 
 TEST(Info, ARecordingThatGotNoAudioIsDescribed) {
   const TempFolder folder;
-  makeMedia(folder.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
+  makeMedia(folder.file("source.mp4"), videoInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
                                            std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
   const std::string recording = folder.file("out.ismv");
   ASSERT_EQ(fmp4({"package", folder.file("source.mp4"), "--output", recording, "--start", "50"}).exitCode, 0);
@@ -147,7 +147,7 @@ TEST(Info, ARecordingThatGotNoAudioIsDescribed) {
 TEST(Info, JsonKeysKeepTheirOrder) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + toneInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + toneInput(0.2) + h264Codec() + fragmented());
   const auto info = nlohmann::ordered_json::parse(fmp4({"--quiet", "info", "--json", file}).out);
   const auto keys = [](const nlohmann::ordered_json& object) {
     std::vector<std::string> names;
@@ -165,7 +165,7 @@ TEST(Info, JsonKeysKeepTheirOrder) {
 TEST(Info, TextSaysTheSame) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(1, "25", "320x180") + hevcCodec() + fragmented());
+  makeMedia(file, videoInput(1, "25", "320x180") + hevcCodec() + fragmented());
   const RunResult result = fmp4({"--quiet", "info", file});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const json info = json::parse(fmp4({"--quiet", "info", "--json", file}).out);
@@ -200,7 +200,7 @@ TEST(Info, AudioOnlyIsDescribedWithoutVideo) {
 TEST(Info, RefusalOfAPlainFileSaysHowToFragmentIt) {
   const TempFolder folder;
   const std::string file = folder.file("plain.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec());
+  makeMedia(file, videoInput(0.2) + h264Codec());
   const RunResult result = fmp4({"--quiet", "info", file});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.out, "");
@@ -213,7 +213,7 @@ TEST(Info, RefusalOfAPlainFileSaysHowToFragmentIt) {
 
 TEST(Info, TheAdviceForAPlainFileWorks) {
   const TempFolder folder;
-  makeMedia(folder.file("plain.mp4"), pictureInput(0.2) + h264Codec());
+  makeMedia(folder.file("plain.mp4"), videoInput(0.2) + h264Codec());
   runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-i", folder.file("plain.mp4"), "-c", "copy", "-movflags",
               "+frag_keyframe+empty_moov+default_base_moof", folder.file("fragmented.mp4")});
   EXPECT_EQ(fmp4({"info", folder.file("fragmented.mp4")}).exitCode, 0);
@@ -252,7 +252,7 @@ TEST(Info, ReportsANameWithoutMedia) {
   const TempFolder folder;
   const std::string smooth = folder.file("clip.ismv"), upper = folder.file("CLIP.MP4"),
                     manifest = folder.file("alone.mpd");
-  makeMedia(folder.file("clip.mp4"), pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(folder.file("clip.mp4"), videoInput(0.2) + h264Codec() + fragmented());
   std::filesystem::rename(folder.file("clip.mp4"), upper);
   std::filesystem::copy_file(upper, smooth);
   writeFile(manifest, {'<', 'M', 'P', 'D', '/', '>'});

@@ -14,7 +14,7 @@ namespace fmp4 {
 namespace {
 
 std::string makeClip(const TempFolder& folder, const std::filesystem::path& file) {
-  makeMedia(folder.file("clip.mp4"), pictureInput(1) + toneInput(1) + h264Codec(15, 0) + fragmented());
+  makeMedia(folder.file("clip.mp4"), videoInput(1) + toneInput(1) + h264Codec(15, 0) + fragmented());
   std::filesystem::rename(folder.file("clip.mp4"), file);
   return vlName(file);
 }
@@ -27,10 +27,10 @@ TEST(Names, OfAnyScriptAndWithSpacesWorkInEveryCommand) {
   EXPECT_EQ(fmp4({"probe", clip}).out, "accepted " + clip + "\n");
   EXPECT_EQ(nlohmann::json::parse(fmp4({"--quiet", "info", "--json", clip}).out)["file"], clip);
   const std::string video = vlName(place / vlPath("Bild ä.h264")),
-                    sound = vlName(place / vlPath("Ton ö.wav"));
-  EXPECT_EQ(fmp4({"--quiet", "export", clip, "--video", video, "--audio", sound}).exitCode, 0);
+                    audio = vlName(place / vlPath("Ton ö.wav"));
+  EXPECT_EQ(fmp4({"--quiet", "export", clip, "--video", video, "--audio", audio}).exitCode, 0);
   EXPECT_GT(std::filesystem::file_size(vlPath(video)), 1000u);
-  EXPECT_GT(std::filesystem::file_size(vlPath(sound)), 100000u);
+  EXPECT_GT(std::filesystem::file_size(vlPath(audio)), 100000u);
   const RunResult packaged =
       fmp4({"--quiet", "package", clip, "--output", vlName(place / vlPath("Kopie €.mp4"))});
   EXPECT_EQ(packaged.exitCode, 0) << packaged.err;

@@ -63,7 +63,7 @@ Bytes withCaptions(const Bytes& stream, const std::vector<FrameConstructs>& disp
 std::string clipOf(const TempFolder& folder, const std::vector<FrameConstructs>& displayed) {
   const std::string plain = folder.file("plain.h264"), stream = folder.file("captions.h264"),
                     clip = folder.file("clip.mp4");
-  makeMedia(plain, pictureInput(1.03) + h264Codec(300, 2) +
+  makeMedia(plain, videoInput(1.03) + h264Codec(300, 2) +
                        std::vector<std::string>{"-bsf:v", "h264_metadata=aud=insert"});
   writeFile(stream, withCaptions(readFile(plain), displayed));
   runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-framerate", "30000/1001", "-i", stream, "-c", "copy",

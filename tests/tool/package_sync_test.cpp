@@ -242,7 +242,7 @@ TEST_F(InStep, ExportedAudioStartsWithTheFirstFrame) {
 // the source. The first frame may be one that an edit list hides.
 void exportsInStep(const TempFolder& folder, const std::string& source) {
   ASSERT_EQ(fmp4({"--quiet", "export", "--force", source, "--audio", folder.file("out.wav")}).exitCode, 0);
-  const double first = pictureTimes(source).at(0);
+  const double first = frameTimes(source).at(0);
   std::vector<double> expected;
   for (const double tone : toneTimes(source))
     if (tone >= first) expected.push_back(tone - first);
@@ -276,7 +276,7 @@ TEST_F(InStep, ExportedAudioStartsWithFramesThatACutHides) {
   const std::string file = source(2);
   for (const Options& fragmenting : kFragmentings)
     exportsInStep(folder_, made(Options{"-ss", "1.52", "-i", file, "-c", "copy"} + fragmenting));
-  EXPECT_NEAR(pictureTimes(folder_.file("made.mp4")).at(0), -13 * kFrame, 0.001) << "hidden in the last one";
+  EXPECT_NEAR(frameTimes(folder_.file("made.mp4")).at(0), -13 * kFrame, 0.001) << "hidden in the last one";
 }
 
 // Drift shows at the end of a longer source.
@@ -336,7 +336,7 @@ TEST_F(InStep, CaptionsWhoseTrackStartsLate) {
 class ShortAudio : public testing::Test {
  protected:
   ShortAudio() {
-    makeMedia(folder_.file("source.mp4"), pictureInput(4, "25", "160x96") + toneInput(1) + h264Codec(25) +
+    makeMedia(folder_.file("source.mp4"), videoInput(4, "25", "160x96") + toneInput(1) + h264Codec(25) +
                                               Options{"-c:a", "aac", "-ac", "2"});
   }
   TempFolder folder_;

@@ -28,7 +28,7 @@ class Package : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     media_ = new TempFolder;
-    makeMedia(source(), pictureInput(10.5) + toneInput(10.5) + h264Codec() +
+    makeMedia(source(), videoInput(10.5) + toneInput(10.5) + h264Codec() +
                             std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
     makeMedia(media_->file("fragmented.mp4"), "-i", source(), "-c", "copy", "-movflags",
               "+frag_keyframe+empty_moov+default_base_moof");
@@ -115,7 +115,7 @@ TEST_F(Package, RefusesNamesThatNoRecordingHas) {
 // The first frame's bytes are beyond the end of the file.
 TEST_F(Package, LeavesNothingBehindWhenItRecordsNothing) {
   const std::string damaged = folder_.file("damaged.mp4");
-  makeMedia(damaged, pictureInput(1) + h264Codec());
+  makeMedia(damaged, videoInput(1) + h264Codec());
   const auto mdat = static_cast<std::uintmax_t>(ffprobePackets(damaged, "v:0")[0].offset);
   Bytes bytes = readFile(damaged);
   const auto moov = std::search(bytes.begin(), bytes.end(), std::begin("moov"), std::end("moov") - 1) - 4;
@@ -154,7 +154,7 @@ TEST_F(Package, MakesFilesThatFfmpegDecodesWithEveryPacket) {
     }
   }
   for (std::size_t i = 0; i < audio.size(); ++i) EXPECT_EQ(audio[i].dts, static_cast<std::int64_t>(i) * 1024);
-  EXPECT_EQ(pictureHashes(folder_.file("out.m4v")), pictureHashes(source()));
+  EXPECT_EQ(frameHashes(folder_.file("out.m4v")), frameHashes(source()));
 }
 
 TEST_F(Package, ReadsBackTheSourceFramesByEveryName) {
@@ -227,7 +227,7 @@ TEST_F(Package, AGivenIntervalSetsTheFragments) {
 }
 
 TEST_F(Package, ReportsAndWorksAroundIndivisibleKeyFrameIntervals) {
-  makeMedia(folder_.file("prime.mp4"), pictureInput(5) + h264Codec(37));
+  makeMedia(folder_.file("prime.mp4"), videoInput(5) + h264Codec(37));
   const RunResult result = fmp4({"package", folder_.file("prime.mp4"), "--output", folder_.file("out.mp4")});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.err,
@@ -237,7 +237,7 @@ TEST_F(Package, ReportsAndWorksAroundIndivisibleKeyFrameIntervals) {
 }
 
 TEST_F(Package, ReportsUnevenKeyFrames) {
-  makeMedia(folder_.file("uneven.mp4"), pictureInput(5) + h264Codec(250) +
+  makeMedia(folder_.file("uneven.mp4"), videoInput(5) + h264Codec(250) +
                                             std::vector<std::string>{"-force_key_frames", "0.5,1.5,2.5,2.8"});
   const RunResult result = fmp4({"package", folder_.file("uneven.mp4"), "--output", folder_.file("out.mp4")});
   EXPECT_EQ(result.exitCode, 0);
@@ -247,11 +247,11 @@ TEST_F(Package, ReportsUnevenKeyFrames) {
 }
 
 TEST_F(Package, RefusesOtherCodecsWithAdvice) {
-  makeMedia(folder_.file("hevc.mp4"), pictureInput(1) + hevcCodec());
+  makeMedia(folder_.file("hevc.mp4"), videoInput(1) + hevcCodec());
   makeMedia(folder_.file("ac3.mp4"),
-            pictureInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "ac3"});
+            videoInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "ac3"});
   makeMedia(folder_.file("mp3.mp4"),
-            pictureInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "libmp3lame"});
+            videoInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "libmp3lame"});
   makeMedia(folder_.file("sound.mp4"), toneInput(1) + std::vector<std::string>{"-c:a", "aac"});
   const auto refusal = [&](const char* name) {
     const RunResult result = fmp4({"package", folder_.file(name), "--output", folder_.file("out.mp4")});
@@ -306,7 +306,7 @@ TEST_F(Package, ReportsAMissingFolder) {
 TEST_F(Package, RatesAreKept) {
   for (const auto& [rate, kept] :
        {std::pair{"24000/1001", "24000/1001"}, {"25", "25000/1000"}, {"60", "60000/1000"}}) {
-    makeMedia(folder_.file("source.mp4"), pictureInput(1, rate) + h264Codec(12));
+    makeMedia(folder_.file("source.mp4"), videoInput(1, rate) + h264Codec(12));
     ASSERT_EQ(fmp4({"package", folder_.file("source.mp4"), "--force", "--output", folder_.file("out.mp4")})
                   .exitCode,
               0);
@@ -319,7 +319,7 @@ TEST_F(Package, RatesAreKept) {
 // ffmpeg on a live source: the first frame lasts until the audio begins.
 TEST_F(Package, ALengthenedFirstFrameDoesNotAffectTheRate) {
   makeMedia(folder_.file("source.mp4"),
-            pictureInput(2, "25", "160x96") + toneInput(2) + h264Codec(12, 0) +
+            videoInput(2, "25", "160x96") + toneInput(2) + h264Codec(12, 0) +
                 std::vector<std::string>{"-c:a", "aac", "-movflags", "frag_keyframe+empty_moov"});
   const std::vector<Packet> packets = ffprobePackets(folder_.file("source.mp4"), "v:0");
   ASSERT_NE(packets[1].dts - packets[0].dts, packets[2].dts - packets[1].dts);
@@ -330,7 +330,7 @@ TEST_F(Package, ALengthenedFirstFrameDoesNotAffectTheRate) {
 
 // Frames of 33 and 34 ms: most last 33, and all together average 29.97 a second.
 TEST_F(Package, ARateRoundedToMillisecondsIsRecovered) {
-  makeMedia(folder_.file("source.mp4"), pictureInput(4, "30000/1001", "160x96") + h264Codec(12) +
+  makeMedia(folder_.file("source.mp4"), videoInput(4, "30000/1001", "160x96") + h264Codec(12) +
                                             std::vector<std::string>{"-video_track_timescale", "1000"});
   const RunResult result = fmp4({"package", folder_.file("source.mp4"), "--output", folder_.file("out.mp4")});
   ASSERT_EQ(result.exitCode, 0);

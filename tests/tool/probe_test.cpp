@@ -14,7 +14,7 @@ using testing::HasSubstr;
 TEST(Probe, AcceptsAFragmentedFile) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   const RunResult result = fmp4({"probe", file});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out, "accepted " + file + "\n");
@@ -23,8 +23,8 @@ TEST(Probe, AcceptsAFragmentedFile) {
 TEST(Probe, ListsEveryFileAndFailsIfOneIsRefused) {
   const TempFolder folder;
   const std::string whole = folder.file("clip.mp4"), plain = folder.file("plain.mp4");
-  makeMedia(whole, pictureInput(0.2) + h264Codec() + fragmented());
-  makeMedia(plain, pictureInput(0.2) + h264Codec());
+  makeMedia(whole, videoInput(0.2) + h264Codec() + fragmented());
+  makeMedia(plain, videoInput(0.2) + h264Codec());
   const RunResult result = fmp4({"probe", plain, whole, folder.file("missing.mp4"), "any.mpd"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.out, "refused " + plain + "\naccepted " + whole + "\nrefused " +

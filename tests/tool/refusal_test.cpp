@@ -50,7 +50,7 @@ void write(const std::string& file, const std::string& content) {
 TEST(Refusal, OfEncryptedTracksNamesTheScheme) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.4) + toneInput(0.4) + h264Codec() + kAac + fragmented() +
+  makeMedia(file, videoInput(0.4) + toneInput(0.4) + h264Codec() + kAac + fragmented() +
                       std::vector<std::string>{"-encryption_scheme", "cenc-aes-ctr", "-encryption_key",
                                                "76a6c65c5ea762046bd749a2e632ccbb", "-encryption_kid",
                                                "a7e61c373e219033c21091fa607bf3b8"});
@@ -65,19 +65,19 @@ TEST(Refusal, OfEncryptedTracksNamesTheScheme) {
 TEST(Refusal, NamesUnsupportedCodecs) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
-  std::string former = "avc1";
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
+  std::string previous = "avc1";
   for (const auto& [type, name] : {std::pair<std::string, std::string>{"av01", "AV1"},
                                    {"vvc1", "VVC"},
                                    {"vp09", "VP9"},
                                    {"mp4v", "MPEG-4 Visual"},
                                    {"hev1", "HEVC with parameter sets among its samples"},
                                    {"qqqq", "qqqq"}}) {
-    replaceAll(file, former, type);
+    replaceAll(file, previous, type);
     EXPECT_EQ(reasonFor(file),
               "'" + file + "' could not be opened: it has no track that can be read: track 1 (vide, " + type +
                   "): " + name + " is not supported\n");
-    former = type;
+    previous = type;
   }
 }
 
@@ -99,7 +99,7 @@ TEST(Refusal, OfHalfARecordingNamesTheOtherHalf) {
   const TempFolder folder;
   const std::string whole = folder.file("whole.mp4"), segment = folder.file("segment.mp4"),
                     initialisation = folder.file("init.mp4");
-  makeMedia(whole, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(whole, videoInput(0.2) + h264Codec() + fragmented());
   const Bytes bytes = readFile(whole);
   const std::ptrdiff_t moof = offsetOf(bytes, "moof");
   writeFile(segment, Bytes(bytes.begin() + moof, bytes.end()));
@@ -159,7 +159,7 @@ TEST(Refusal, OfAManifestNamesItsMedia) {
           "its media are in a file for each segment; manifests with one file for each track are read\n");
   EXPECT_EQ(naming("<BaseURL>video.dat</BaseURL>"),
             subject + "its media file '" + media + "' does not exist; check the name\n");
-  makeMedia(folder.file("video.mp4"), pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(folder.file("video.mp4"), videoInput(0.2) + h264Codec() + fragmented());
   std::filesystem::rename(folder.file("video.mp4"), media);
   replaceAll(media, "avc1", "av01");
   EXPECT_EQ(naming("<BaseURL>video.dat</BaseURL>"),
@@ -171,7 +171,7 @@ TEST(Refusal, OfAManifestNamesItsMedia) {
 TEST(Refusal, OtherwiseQuotesThePlugIn) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   replaceAll(file, "tfhd", "free");
   EXPECT_EQ(reasonFor(file),
             "'" + file +
@@ -182,7 +182,7 @@ TEST(Refusal, OtherwiseQuotesThePlugIn) {
 TEST(OtherTracks, AreListedWithTheReason) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.4, "25") + pictureInput(0.4, "25") + toneInput(0.4) +
+  makeMedia(file, videoInput(0.4, "25") + videoInput(0.4, "25") + toneInput(0.4) +
                       std::vector<std::string>{"-map", "0", "-map", "1", "-map", "2"} + h264Codec() +
                       std::vector<std::string>{"-c:a", "libopus"} + fragmented());
   const RunResult result = fmp4({"--quiet", "info", "--json", file});
@@ -201,8 +201,8 @@ TEST(OtherTracks, AreListedWithTheReason) {
 TEST(OtherTracks, ExplainWhyThereIsNoAudioToExport) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.4) + toneInput(0.4) + h264Codec() +
-                      std::vector<std::string>{"-c:a", "eac3"} + fragmented("+delay_moov"));
+  makeMedia(file, videoInput(0.4) + toneInput(0.4) + h264Codec() + std::vector<std::string>{"-c:a", "eac3"} +
+                      fragmented("+delay_moov"));
   const RunResult result = fmp4({"--quiet", "export", file, "--audio", folder.file("out.wav")});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(
@@ -215,7 +215,7 @@ TEST(LeftOutSamples, OfTheMovieBoxAreCounted) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file,
-            pictureInput(2, "25") + h264Codec(10) + std::vector<std::string>{"-movflags", "frag_keyframe"});
+            videoInput(2, "25") + h264Codec(10) + std::vector<std::string>{"-movflags", "frag_keyframe"});
   const RunResult result = fmp4({"--quiet", "info", "--json", file});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const std::size_t all = ffprobePackets(file, "v:0").size();

@@ -36,9 +36,9 @@ std::string decoded(const std::string& path) {
 }
 
 void expectSilence(const std::string& path, std::size_t units, std::size_t channels) {
-  const std::string sound = decoded(path);
-  EXPECT_TRUE(std::all_of(sound.begin(), sound.end(), [](char c) { return c == 0; })) << path;
-  EXPECT_EQ(sound.size(), units * 1024 * channels * 2);
+  const std::string audio = decoded(path);
+  EXPECT_TRUE(std::all_of(audio.begin(), audio.end(), [](char c) { return c == 0; })) << path;
+  EXPECT_EQ(audio.size(), units * 1024 * channels * 2);
 }
 
 TEST(SilentAccessUnit, DecodesToSilenceInEveryLayoutThatFfmpegWrites) {

@@ -29,7 +29,7 @@ class Verify : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     const TempFolder media;
-    makeMedia(media.file("source.mp4"), pictureInput(4, "30", "160x96") + toneInput(4) + h264Codec(15, 0) +
+    makeMedia(media.file("source.mp4"), videoInput(4, "30", "160x96") + toneInput(4) + h264Codec(15, 0) +
                                             std::vector<std::string>{"-c:a", "aac", "-ac", "2"});
     for (const char* name : {"out.mp4", "both.ismv"})
       runOrThrow(
@@ -138,9 +138,9 @@ TEST_F(Verify, FindsErrorsInLists) {
   edit("out.m3u8", "#EXT-X-ENDLIST\n", "");
   edit("out.mpd", "<Initialization range=\"0-", "<Initialization rang=\"0-");
   // A manifest of other media gives no start; the playlist's may be a millisecond later.
-  const auto between = [](const std::string& text, const std::string& before, char behind) {
+  const auto between = [](const std::string& text, const std::string& before, char after) {
     const std::size_t start = text.find(before) + before.size();
-    return text.substr(start, text.find(behind, start) - start);
+    return text.substr(start, text.find(after, start) - start);
   };
   for (const char* const name : {"availabilityStartTime=\"", "publishTime=\""}) {
     edit("out.mpd", name + between(text("out.mpd"), name, '"'),
@@ -258,10 +258,10 @@ TEST_F(Verify, ReportsVideoThatBeginsAfterTheAudio) {
 }
 
 TEST_F(Verify, ReportsAGapInOnlyAudioOrVideo) {
-  const Bytes sound = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000);
-  writeFile(folder_.file("out.m4a"), sound);
+  const Bytes audio = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000);
+  writeFile(folder_.file("out.m4a"), audio);
   const std::string name = folder_.file("out.mpd"),
-                    problem = "out.m4a: byte " + fragmentOffset(sound, 2) +
+                    problem = "out.m4a: byte " + fragmentOffset(audio, 2) +
                               ": track 2 has decode time 97152, expected 49152\n";
   EXPECT_EQ(fmp4({"verify", name}).out, problem +
                                             "note: the audio pauses for 1.000 s at 1.024 s, the video does "
@@ -270,16 +270,16 @@ TEST_F(Verify, ReportsAGapInOnlyAudioOrVideo) {
                                             name + kOneProblem);
 
   // A second gap.
-  writeFile(folder_.file("out.m4a"), withLaterTimes(sound, 2, 4, 28800));
+  writeFile(folder_.file("out.m4a"), withLaterTimes(audio, 2, 4, 28800));
   EXPECT_THAT(fmp4({"verify", name}).out,
               HasSubstr("note: the audio pauses for 1.000 s at 1.024 s, the video does not; the first of 2 "
                         "such pauses\n"));
 }
 
 TEST_F(Verify, ACommonGapIsNotAnOffsetOfAudioAndVideo) {
-  const Bytes sound = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000),
+  const Bytes audio = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000),
               picture = withLaterTimes(files_->at("out.m4v"), 1, 2, 30000);
-  writeFile(folder_.file("out.m4a"), sound);
+  writeFile(folder_.file("out.m4a"), audio);
   writeFile(folder_.file("out.m4v"), picture);
   const std::string name = folder_.file("out.mpd");
   EXPECT_EQ(
@@ -287,7 +287,7 @@ TEST_F(Verify, ACommonGapIsNotAnOffsetOfAudioAndVideo) {
       "out.m4v: byte " + fragmentOffset(picture, 2) +
           ": track 1 has decode time 60000, expected 30000\n"
           "out.m4a: byte " +
-          fragmentOffset(sound, 2) + ": track 2 has decode time 97152, expected 49152\n" + name +
+          fragmentOffset(audio, 2) + ": track 2 has decode time 97152, expected 49152\n" + name +
           " is not intact: 2 problems; not all of this can be repaired; 'fmp4 repair' does what it can, "
           "or get an undamaged copy\n");
 }
@@ -347,7 +347,7 @@ TEST_F(Verify, RefusesWhatIsNotARecording) {
   EXPECT_THAT(refused("missing.m4v"), HasSubstr("belongs to no recording"));
   writeFile(folder_.file("text.m4v"), {'h', 'e', 'l', 'l', 'o'});
   EXPECT_THAT(refused("text.m4v"), HasSubstr("does not begin with a complete file type box"));
-  makeMedia(folder_.file("plain.mp4"), pictureInput(0.2) + h264Codec());
+  makeMedia(folder_.file("plain.mp4"), videoInput(0.2) + h264Codec());
   EXPECT_THAT(refused("plain.mp4"), HasSubstr("has a file type other than that of recordings"));
   Bytes start = files_->at("out.m4v");
   start.resize(200);

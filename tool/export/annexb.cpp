@@ -81,14 +81,14 @@ std::optional<AnnexB> AnnexB::fromConfiguration(Bytes configuration) {
 
 bool AnnexB::append(Bytes sample, bool key, std::vector<std::uint8_t>& stream) const {
   const std::size_t start = stream.size();
-  bool parameterSetsDue = key;
+  bool parameterSetsExpected = key;
   Cursor cursor(sample);
   while (!cursor.empty()) {
     const Bytes unit = cursor.take(cursor.number(lengthBytes_));
     if (unit.empty()) continue;
-    if (parameterSetsDue && !isDelimiter(unit[0])) {
+    if (parameterSetsExpected && !isDelimiter(unit[0])) {
       stream.insert(stream.end(), parameterSets_.begin(), parameterSets_.end());
-      parameterSetsDue = false;
+      parameterSetsExpected = false;
     }
     appendUnit(unit, stream);
   }

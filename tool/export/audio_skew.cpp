@@ -52,7 +52,7 @@ RecordingNames mediaOf(const std::string& file) {
 }
 
 // When the first access unit plays, in seconds: the plug-in's position 0.
-double soundStart(Beginning& media, const RecordingNames& names) {
+double audioStart(Beginning& media, const RecordingNames& names) {
   if (const SourceTrack* const audio = media.track(Mp4FourCc("soun")))
     return audio->present(audio->samples.front());
   if (names.audio.empty()) return 0;
@@ -66,8 +66,8 @@ double measuredSkew(const std::string& file) {
   Beginning media(names.video);
   const SourceTrack* const video = media.track(Mp4FourCc("vide"));
   if (!video) return 0;
-  const PictureTimes times(*video, PackagePlan::asRead(*video));
-  return times.firstPicture() - times.recorded(soundStart(media, names)).value_or(0);
+  const FrameTimes times(*video, PackagePlan::asRead(*video));
+  return times.firstFrame() - times.recorded(audioStart(media, names)).value_or(0);
 }
 
 }  // namespace

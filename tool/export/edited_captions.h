@@ -26,7 +26,7 @@ class EditedCaptions {
   const SourceTrack& video();
 
   SourceFile source_;
-  PictureTimes times_;
+  FrameTimes times_;
   SourceCaptions cc608_;
   SourceCaptions cc708_;
 };

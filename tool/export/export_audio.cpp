@@ -71,7 +71,7 @@ class AudioExport {
   // Audio that cannot be read is silence if audio follows, else the end. Returns the status of the last block
   // that could not be read, VL_OK when all could.
   std::uint32_t run(const SampleRange& range) {
-    Progress progress("exporting sound", range.count);
+    Progress progress("exporting audio", range.count);
     std::uint32_t failure = VL_OK;
     writeZeros(range.silence);
     const std::uint64_t end = range.from + range.count;
@@ -97,7 +97,7 @@ class AudioExport {
 
   std::uint64_t written() const { return written_; }  // bytes
   bool anyRead() const { return anyRead_; }
-  const LostSound& lost() const { return lost_; }
+  const LostAudio& lost() const { return lost_; }
 
  private:
   std::uint32_t read(std::uint64_t position, std::uint32_t count) {
@@ -142,7 +142,7 @@ class AudioExport {
   DFRAME descriptor_{};
   std::uint64_t written_ = 0;
   bool anyRead_ = false;
-  LostSound lost_;
+  LostAudio lost_;
 };
 
 std::string whyNothing(const std::string& name, std::uint32_t status) {
@@ -164,18 +164,18 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
   OutputFile output(request.output, request.input, request.force);
-  AudioExport sound(file, format, output);
+  AudioExport exporter(file, format, output);
   output.make([&] {
     output.write(waveHeader(format, (range.silence + range.count) * format.frameBytes()));
-    const std::uint32_t status = sound.run(range);
-    if (status != VL_OK && !sound.anyRead())
+    const std::uint32_t status = exporter.run(range);
+    if (status != VL_OK && !exporter.anyRead())
       throw UserError("the audio of '" + request.input +
                       "' cannot be decoded: " + whyNothing(request.input, status));
     const std::uint8_t padding = 0;
-    if (sound.written() % 2 != 0) output.write({&padding, 1});
-    output.rewriteStart(waveHeader(format, sound.written()));
+    if (exporter.written() % 2 != 0) output.write({&padding, 1});
+    output.rewriteStart(waveHeader(format, exporter.written()));
   });
-  if (const std::string lost = sound.lost().text(request.input); !lost.empty())
+  if (const std::string lost = exporter.lost().text(request.input); !lost.empty())
     std::cerr << "fmp4: " << lost << '\n';
 }
 

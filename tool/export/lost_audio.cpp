@@ -22,24 +22,24 @@ std::string timeText(std::uint64_t position, std::uint32_t sampleRate) {
 
 }  // namespace
 
-void LostSound::addUnits(std::uint64_t from, std::uint64_t to, std::uint32_t units) {
+void LostAudio::addUnits(std::uint64_t from, std::uint64_t to, std::uint32_t units) {
   units_ += units;
   if (units > 0) addPlace(from, to);
 }
 
-void LostSound::addGap(std::uint64_t from, std::uint64_t to) {
+void LostAudio::addGap(std::uint64_t from, std::uint64_t to) {
   unread_ = true;
   addPlace(from, to);
 }
 
-std::string LostSound::text(const std::string& name) const {
+std::string LostAudio::text(const std::string& name) const {
   const std::string ends =
       end_ ? "ends at " + timeText(*end_, sampleRate_) + ", before its stated length" : std::string();
   if (places_.empty()) return ends.empty() ? ends : "the audio of '" + name + "' " + ends;
   return "of the audio of '" + name + "' " + placesText() + (ends.empty() ? ends : "; it " + ends);
 }
 
-std::string LostSound::placesText() const {
+std::string LostAudio::placesText() const {
   std::string line;
   if (units_ > 0)
     line += std::to_string(units_) + " access unit" + (units_ == 1 ? "" : "s") + " could not be decoded";
@@ -54,7 +54,7 @@ std::string LostSound::placesText() const {
   return line;
 }
 
-void LostSound::addPlace(std::uint64_t from, std::uint64_t to) {
+void LostAudio::addPlace(std::uint64_t from, std::uint64_t to) {
   if (!places_.empty() && places_.back().to == from)
     places_.back().to = to;
   else

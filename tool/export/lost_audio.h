@@ -9,9 +9,9 @@
 namespace fmp4 {
 
 // Positions are PCM frames; they must be given in ascending order.
-class LostSound {
+class LostAudio {
  public:
-  explicit LostSound(std::uint32_t sampleRate) : sampleRate_(sampleRate) {}
+  explicit LostAudio(std::uint32_t sampleRate) : sampleRate_(sampleRate) {}
 
   // `units` access units within [from, to) could not be decoded.
   void addUnits(std::uint64_t from, std::uint64_t to, std::uint32_t units);

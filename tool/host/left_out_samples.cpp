@@ -12,9 +12,10 @@ std::string counted(std::uint64_t count, const std::string& thing) {
 }
 
 std::string describe(const MovieSamples& samples) {
-  const std::string sounds = samples.sounds == 0 ? "" : counted(samples.sounds, "audio sample");
-  if (samples.frames == 0) return sounds;
-  return counted(samples.frames, "frame") + (sounds.empty() ? "" : " and " + sounds);
+  const std::string audioText =
+      samples.audioSamples == 0 ? "" : counted(samples.audioSamples, "audio sample");
+  if (samples.frames == 0) return audioText;
+  return counted(samples.frames, "frame") + (audioText.empty() ? "" : " and " + audioText);
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ MovieSamples MovieFile::movieSamples() {
         Mp4PayloadOf<mp4::SampleSizeBox>(Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsz"));
     if (!handler || !sizes) continue;
     if (handler->handlerType == Mp4FourCc("vide") && samples.frames == 0) samples.frames = sizes->sampleCount;
-    if (handler->handlerType == Mp4FourCc("soun") && samples.sounds == 0) samples.sounds = sizes->sampleCount;
+    if (handler->handlerType == Mp4FourCc("soun") && samples.audioSamples == 0)
+      samples.audioSamples = sizes->sampleCount;
   }
   return samples;
 }

@@ -27,7 +27,7 @@ std::string trackText(const OtherTrack& track);
 // Describes all of them, joined by "; ".
 std::string trackTexts(const std::vector<OtherTrack>& tracks);
 
-// Why a file has no supported track of a handler ("soun", "vide"), as the text after "has no sound".
+// Why a file has no supported track of a handler ("soun", "vide"), as the text after "has no audio".
 std::string whyThereIsNone(const std::string& name, std::uint32_t handler);
 
 }  // namespace fmp4

@@ -37,12 +37,12 @@ OutputFiles::OutputFiles(const std::string& output) {
     files_.insert(files_.end(), {named(".m4a"), audioPlaylist_});
   }
   files_.insert(files_.end(), {named(separateAudio ? ".mpd" : ".xml"), videoPlaylist_, masterPlaylist_});
-  former_ = existing();
+  previous_ = existing();
 }
 
 void OutputFiles::check(const std::string& input, bool replace) const {
   std::error_code ignored;
-  for (const auto& file : former_) {
+  for (const auto& file : previous_) {
     if (std::filesystem::equivalent(vlPath(input), file, ignored))
       throw UserError("packaging would write over its source '" + vlName(file) +
                       "'; give another name for the output");
@@ -51,15 +51,15 @@ void OutputFiles::check(const std::string& input, bool replace) const {
                       "' is being written by another program; give another name for the "
                       "output, or wait for its end");
   }
-  if (!former_.empty() && !replace)
-    throw UserError("'" + vlName(former_.front()) +
+  if (!previous_.empty() && !replace)
+    throw UserError("'" + vlName(previous_.front()) +
                     "' exists; --force replaces that recording, or give another name for the output");
 }
 
 void OutputFiles::removeNew() const {
   std::error_code ignored;
   for (const auto& file : existing())
-    if (std::find(former_.begin(), former_.end(), file) == former_.end())
+    if (std::find(previous_.begin(), previous_.end(), file) == previous_.end())
       std::filesystem::remove(file, ignored);
 }
 

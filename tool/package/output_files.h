@@ -32,8 +32,8 @@ class OutputFiles {
   std::filesystem::path videoPlaylist_;
   std::filesystem::path audioPlaylist_;
   std::filesystem::path masterPlaylist_;
-  std::vector<std::filesystem::path> files_;   // all of them, media first
-  std::vector<std::filesystem::path> former_;  // those that existed
+  std::vector<std::filesystem::path> files_;     // all of them, media first
+  std::vector<std::filesystem::path> previous_;  // those that existed
 };
 
 }  // namespace fmp4

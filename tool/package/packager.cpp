@@ -142,7 +142,7 @@ bool Packager::videoHasCaptions() {
 
 // Whether any audio known so far will be recorded.
 bool Packager::audioPlays(SourceTrack& track) const {
-  const double end = times_.firstPicture() + static_cast<double>(frameLimit_) * times_.frameSeconds();
+  const double end = times_.firstFrame() + static_cast<double>(frameLimit_) * times_.frameSeconds();
   return std::any_of(track.samples.begin(), track.samples.end(), [&](const SourceSample& sample) {
     const auto time = times_.recorded(track.present(sample));
     return time && *time >= -kTolerance * audioSeconds() && *time < end && !isLeftOut(track, sample);
@@ -239,7 +239,7 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
   writeAudioUpTo(times_.end(), true);
   // Audio outside the video is recorded only when all of the video was requested.
   if (whole) writeAudioUpTo(kEndless, false);
-  tellWhatWasLeftOut();
+  reportWhatWasLeftOut();
 }
 
 void Packager::finish() {
@@ -308,7 +308,7 @@ void Packager::writeAccessUnit(std::span<std::uint8_t> bytes) {
   ++accessUnits_;
 }
 
-void Packager::tellWhatWasLeftOut() const {
+void Packager::reportWhatWasLeftOut() const {
   // Nothing is lost with an encoder's priming.
   constexpr double kPriming = 0.2;
   const auto seconds = [](double value) {

@@ -61,7 +61,7 @@ class Packager {
   void addCaptions(std::uint64_t frame);
   void writeAudioUpTo(double end, bool fill);
   void writeAccessUnit(std::span<std::uint8_t> bytes);
-  void tellWhatWasLeftOut() const;
+  void reportWhatWasLeftOut() const;
 
   SampleSource& source_;
   const PackageOptions& options_;
@@ -69,7 +69,7 @@ class Packager {
   const std::uint64_t frameLimit_;
   Warn warn_;
   SourceTrack& video_;
-  PictureTimes times_;
+  FrameTimes times_;
   UMC::aac::AudioSpecificConfig audioConfig_{};
   std::optional<std::vector<std::uint8_t>> silence_;  // an access unit of silence; nothing when unknown
   SourceTrack* audio_;                                // null: no audio is recorded

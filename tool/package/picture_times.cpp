@@ -22,25 +22,25 @@ double median(std::vector<double> values) {
 
 }  // namespace
 
-PictureTimes::PictureTimes(const SourceTrack& video, const PackagePlan& plan)
+FrameTimes::FrameTimes(const SourceTrack& video, const PackagePlan& plan)
     : edits_(video.edits), timescale_(video.timescale), frameSeconds_(1 / plan.framesPerSecond()) {
   const std::size_t all = video.samples.size() - plan.first;
   const auto frames = video.samples.part(plan.first, std::min({all, kVoters, std::size_t{plan.count}}));
   std::vector<double> shifts;
-  firstPicture_ = std::numeric_limits<double>::infinity();
+  firstFrame_ = std::numeric_limits<double>::infinity();
   for (const SourceSample frame : frames) {
     if (!shifts.empty() && frame.decodeTime > decodeTime_ &&
         static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ > frameSeconds_ + kOutage)
       break;
     decodeTime_ = frame.decodeTime;
     const double shown = static_cast<double>(shifts.size()) + plan.compositionOffset(frame);
-    firstPicture_ = std::min(firstPicture_, shown * frameSeconds_);
+    firstFrame_ = std::min(firstFrame_, shown * frameSeconds_);
     shifts.push_back(edits_.present(frame.presentationTime(), timescale_) - shown * frameSeconds_);
   }
   shift_ = previousShift_ = median(std::move(shifts));
 }
 
-void PictureTimes::add(const SourceSample& frame) {
+void FrameTimes::add(const SourceSample& frame) {
   const bool follows = frames_++ != 0 && frame.decodeTime > decodeTime_;
   const double wait = follows ? static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ : 0;
   decodeTime_ = frame.decodeTime;
@@ -50,13 +50,13 @@ void PictureTimes::add(const SourceSample& frame) {
   from_ = edits_.present(frame.presentationTime(), timescale_);
 }
 
-std::optional<double> PictureTimes::recorded(double seconds) const {
+std::optional<double> FrameTimes::recorded(double seconds) const {
   if (seconds >= from_) return seconds - shift_;
   const double before = seconds - previousShift_;
   return before < from_ - shift_ ? std::optional(before) : std::nullopt;
 }
 
-std::int64_t PictureTimes::frameOf(double seconds) const {
+std::int64_t FrameTimes::frameOf(double seconds) const {
   constexpr double kMost = 1e15;  // the maximum that a double counts exactly
   const double frame = std::round(recorded(seconds).value_or(end()) / frameSeconds_);
   return static_cast<std::int64_t>(std::clamp(frame, -kMost, kMost));

@@ -11,10 +11,10 @@ namespace fmp4 {
 
 // A recording's frames follow each other evenly from 0 on. Audio and captions of the source keep their
 // distance from the video; when the source's video pauses, the pause is removed from them too.
-class PictureTimes {
+class FrameTimes {
  public:
   // Looks at the first frames to be recorded: samples of `video` from plan.first on.
-  PictureTimes(const SourceTrack& video, const PackagePlan& plan);
+  FrameTimes(const SourceTrack& video, const PackagePlan& plan);
 
   // Adds the next recorded frame.
   void add(const SourceSample& frame);
@@ -28,15 +28,15 @@ class PictureTimes {
   std::int64_t frameOf(double seconds) const;
 
   // When the recording displays its first frame, and when the last frame added ends, in seconds.
-  double firstPicture() const { return firstPicture_; }
-  double end() const { return static_cast<double>(frames_) * frameSeconds_ + firstPicture_; }
+  double firstFrame() const { return firstFrame_; }
+  double end() const { return static_cast<double>(frames_) * frameSeconds_ + firstFrame_; }
   double frameSeconds() const { return frameSeconds_; }
 
  private:
   const EditList& edits_;
   std::uint32_t timescale_;  // ticks a second
   double frameSeconds_;
-  double firstPicture_ = 0;
+  double firstFrame_ = 0;
   std::uint64_t frames_ = 0;
 
   std::uint64_t decodeTime_ = 0;  // of the previous frame, ticks

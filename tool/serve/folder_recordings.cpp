@@ -56,9 +56,9 @@ std::set<std::string> namesIn(const fs::path& folder) {
       names.insert(vlName(path.stem()));
   }
   for (auto name = names.begin(); name != names.end();) {
-    const bool sound = name->ends_with('A') && names.contains(name->substr(0, name->size() - 1)) &&
+    const bool audio = name->ends_with('A') && names.contains(name->substr(0, name->size() - 1)) &&
                        !fs::exists(folder / vlPath(*name + ".m4v"), error);
-    name = sound ? names.erase(name) : std::next(name);
+    name = audio ? names.erase(name) : std::next(name);
   }
   return names;
 }

@@ -23,7 +23,7 @@ enum class StreamForm : std::uint8_t { kUnknown = 0, kRaw = 1, kAdts = 2, kUnsup
 struct DecoderState {
   StreamForm form;
   bool configured;                    // by parameters: the caller supplies complete access units
-  bool told;                          // `config` is the container's and overrides the headers
+  bool signalled;                     // `config` is the container's and overrides the headers
   bool formatKnown;                   // GetInfo can answer
   bool patternProven;                 // more than one header has `pattern`, so it is certainly the stream's
   std::uint32_t pattern;              // ADTS header bits under kAdtsPatternMask

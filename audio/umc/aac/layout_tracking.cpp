@@ -38,7 +38,7 @@ bool AdoptLayout(LockedMemory& memory) {
   const RawDataBlock& block = memory.Work().block;
   // The container's description of the program, or its channel configuration, takes precedence (ISO/IEC
   // 14496-3, 4.5.1.2).
-  if (block.hasProgram && !state.told) state.program = LayoutOfProgram(block.program);
+  if (block.hasProgram && !state.signalled) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
   state.placedByProgram = state.program.channelCount > 0 && HasAllElements(state.program, block);
   if (state.placedByProgram) {

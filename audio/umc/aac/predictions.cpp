@@ -23,7 +23,7 @@ void ResetPredictions(int objectType, PredictionArea& area) {
 bool ArePredictionsConverged(const DecoderState& state, const PredictionArea* area) {
   if (!IsPredictive(state.config.objectType)) return true;
   const auto converged = [&](const PredictionMemory& memory) {
-    return state.config.objectType == kObjectMain ? memory.prediction.settled
+    return state.config.objectType == kObjectMain ? memory.prediction.converged
                                                   : memory.ltp.unpredicted == kLtpConvergenceFrames;
   };
   return std::all_of(area->channels, area->channels + state.layout.channelCount, converged) &&

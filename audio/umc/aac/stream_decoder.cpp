@@ -245,7 +245,7 @@ Status StartAdts(LockedMemory& memory, FrameRequest& request) {
   DecoderState& state = memory.State();
   // The container's access units have a header each, so that the first one is trusted.
   AdtsStart found{FindAdtsHeader(request.input, request.inputSize, AdtsRates::kAny), true};
-  if (!state.told) found = FindAdtsStart(request.input, request.inputSize);
+  if (!state.signalled) found = FindAdtsStart(request.input, request.inputSize);
   if (found.offset == request.inputSize) {
     request.consumed = request.inputSize - (kAdtsPatternBytes - 1);
     return UMC_ERR_UNSUPPORTED;
@@ -255,7 +255,7 @@ Status StartAdts(LockedMemory& memory, FrameRequest& request) {
   state.form = StreamForm::kAdts;
   state.pattern = AdtsPattern(request.input + found.offset);
   state.patternProven = found.proven;
-  if (!state.told) state.config = ConfigOfHeader(header.profile, header.samplingIndex);
+  if (!state.signalled) state.config = ConfigOfHeader(header.profile, header.samplingIndex);
   Restart(memory);
   const Status status = DecodeAdtsAt(memory, found.offset, request);
   if (status < UMC_OK) state.form = StreamForm::kUnknown;
@@ -327,7 +327,7 @@ Status DecodeFrame(LockedMemory& memory, FrameRequest& request) {
 }
 
 bool TakeConfiguration(const AudioSpecificConfig& config, DecoderState& state) {
-  state.told = state.formatKnown = true;
+  state.signalled = state.formatKnown = true;
   state.config = config;
   if (!IsSupportedObjectType(config.objectType) || config.layout.channelCount == 0) {
     state.form = StreamForm::kUnsupported;

@@ -94,10 +94,10 @@ using Library = std::unique_ptr<void, Unload>;
 // opened.
 void warn(const std::string& reason) {
   static std::mutex& lock = *new std::mutex;
-  static std::set<std::string>& told = *new std::set<std::string>;
+  static std::set<std::string>& reported = *new std::set<std::string>;
   {
     const std::lock_guard guard(lock);
-    if (!told.insert(reason).second) return;
+    if (!reported.insert(reason).second) return;
   }
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlhost): %s\n", reason.c_str());
 }
@@ -119,7 +119,7 @@ Library loadFile(const std::string& path, std::vector<std::string>& seen) {
   seen.push_back(path);
   const vlhost::ElfFile file = vlhost::readElfFile(path);
   if (!file.complete) {
-    warn(path + ": the file is cut off");
+    warn(path + ": the file is truncated");
     return nullptr;
   }
   std::vector<Library> neighbours;

@@ -140,7 +140,7 @@ TEST(Library, TruncatedFileIsNotLoaded) {
   LogCapture log;
   EXPECT_EQ(vlOSLoadLibrary(folder.file("libcut.so").c_str(), 2), nullptr);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_WARNING, "WARNING(vlhost): " + folder.file("libcut.so") +
-                                                                 ": the file is cut off\n"}));
+                                                                 ": the file is truncated\n"}));
 }
 
 TEST(Library, LoadFailureOnTheSearchPathIsLoggedButNotAbsence) {

@@ -43,10 +43,10 @@ inline RunResult run(const std::vector<std::string>& command) {
   const std::array<std::string*, 2> texts = {&result.out, &result.err};
   std::array<char, 65536> buffer{};
   while (pipes[0].fd >= 0 || pipes[1].fd >= 0) {
-    if (poll(pipes.data(), pipes.size(), -1) < 0 && errno != EINTR) break;
+    if (::poll(pipes.data(), pipes.size(), -1) < 0 && errno != EINTR) break;
     for (std::size_t i = 0; i < pipes.size(); ++i) {
       if (pipes[i].fd < 0 || pipes[i].revents == 0) continue;
-      const ssize_t count = read(pipes[i].fd, buffer.data(), buffer.size());
+      const ssize_t count = ::read(pipes[i].fd, buffer.data(), buffer.size());
       if (count > 0)
         texts[i]->append(buffer.data(), static_cast<std::size_t>(count));
       else if (count == 0 || errno != EINTR)

@@ -19,7 +19,7 @@ TEST(Usage, FullStandardOutputFails) {
 TEST(Export, FullDiskIsReportedAndADeviceIsNotRemoved) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  makeMedia(file, pictureInput(0.2) + h264Codec() + fragmented());
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   const RunResult result = fmp4({"--quiet", "export", file, "--video", "/dev/full"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: '/dev/full' could not be written; is the disk full?\n");

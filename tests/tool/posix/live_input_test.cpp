@@ -122,7 +122,7 @@ class LiveInput : public testing::Test {
   }
   std::string output() const { return folder_.file("out.mp4"); }
   std::size_t recordedFrames() { return ffprobePackets(folder_.file("out.m4v"), "v:0").size(); }
-  void expectWhole() {
+  void expectIntact() {
     const RunResult result = fmp4({"--quiet", "verify", folder_.file("out.mpd")});
     EXPECT_EQ(result.exitCode, 0) << result.out;
     for (const char* name : {"out.m3u8", "outA.m3u8"})
@@ -139,7 +139,7 @@ TEST_F(LiveInput, MakesTheSameRecordingAsTheFile) {
   ASSERT_TRUE(recorder.feed(live_));
   ASSERT_EQ(recorder.end(), 0) << recorder.errors();
   EXPECT_EQ(recorder.errors(), "");
-  expectWhole();
+  expectIntact();
   ASSERT_EQ(
       fmp4({"--quiet", "package", folder_.file("live.mp4"), "--output", folder_.file("file.mp4")}).exitCode,
       0);
@@ -154,7 +154,7 @@ TEST_F(LiveInput, MakesTheSameRecordingAsTheFile) {
 // Complete parts of a recorded file are there before the input ends.
 TEST_F(LiveInput, RecordsFragmentsAsTheyComplete) {
   makeMedia(folder_.file("short.mp4"),
-            pictureInput(2, "25", "160x96") + h264Codec(2, 0) +
+            videoInput(2, "25", "160x96") + h264Codec(2, 0) +
                 std::vector<std::string>{"-movflags", "frag_keyframe+empty_moov+default_base_moof"});
   live_ = readFile(folder_.file("short.mp4"));
   const auto starts = fragments();
@@ -186,7 +186,7 @@ TEST_F(LiveInput, SignalsLeaveAnIntactRecording) {
       usleep(100'000);
     recorder.signal(signal);
     EXPECT_EQ(recorder.wait(), 0) << recorder.errors();
-    expectWhole();
+    expectIntact();
     EXPECT_EQ(recordedFrames() % 25, 0u);
     EXPECT_GE(recordedFrames(), 50u);
     for (const char* name : {"out.m4v", "out.m4a", "out.mpd", "out.m3u8", "outA.m3u8", "out.master.m3u8"})
@@ -199,7 +199,7 @@ TEST_F(LiveInput, TruncatedInputIsRecordedUpToItsEnd) {
   ASSERT_TRUE(recorder.feed(std::span(live_).first(fragments().back() + 500)));
   EXPECT_EQ(recorder.end(), 1);
   EXPECT_THAT(recorder.errors(), HasSubstr("fmp4: the input is damaged: it ends inside a box, after"));
-  expectWhole();
+  expectIntact();
   EXPECT_EQ(recordedFrames(), 25 * (fragments().size() - 1));
 }
 
@@ -212,7 +212,7 @@ TEST_F(LiveInput, DamagedInputIsRecordedUpToTheDamage) {
     recorder.feed(bytes);
     EXPECT_EQ(recorder.end(), 1) << int{size};
     EXPECT_THAT(recorder.errors(), HasSubstr("fmp4: the input is damaged: "));
-    expectWhole();
+    expectIntact();
     EXPECT_EQ(recordedFrames(), 125u);
   }
 }
@@ -245,20 +245,20 @@ TEST_F(LiveInput, DoesNotWaitForeverForVideo) {
   live_ = readFile(folder_.file("sound.mp4"));
   const auto first = static_cast<std::ptrdiff_t>(fragments().front());
   const Bytes audioHeader(live_.begin(), live_.begin() + first);
-  Bytes sound(live_.begin() + first, live_.end());
+  Bytes audio(live_.begin() + first, live_.end());
   const auto fedBeforeTheEnd = [&](const Bytes& beginning) {
     constexpr std::size_t kMost = 100u << 20;
     Recorder recorder(output(), folder_);
     std::size_t fed = 0;
     if (recorder.feed(beginning))
-      while (fed < kMost && recorder.feed(sound)) fed += sound.size();
+      while (fed < kMost && recorder.feed(audio)) fed += audio.size();
     EXPECT_EQ(recorder.end(), 1);
     EXPECT_THAT(recorder.errors(), HasSubstr("has no video"));
     return fed;
   };
   EXPECT_LT(fedBeforeTheEnd(audioHeader), 4u << 20) << "no video track";
   const Bytes tfhd = {'t', 'f', 'h', 'd'};
-  for (auto at = sound.begin(); (at = std::search(at, sound.end(), tfhd.begin(), tfhd.end())) != sound.end();
+  for (auto at = audio.begin(); (at = std::search(at, audio.end(), tfhd.begin(), tfhd.end())) != audio.end();
        at += 12)
     at[11] = 2;
   EXPECT_LT(fedBeforeTheEnd(header), 80u << 20) << "a video track that stays empty";
@@ -276,7 +276,7 @@ TEST_F(LiveInput, ContradictoryFragmentsAreDamage) {
     recorder.feed(join({part(0, starts[5]), after}));
     EXPECT_EQ(recorder.end(), 1);
     EXPECT_THAT(recorder.errors(), HasSubstr("fmp4: the input is damaged: " + why));
-    expectWhole();
+    expectIntact();
     EXPECT_EQ(recordedFrames(), 125u);
   };
   const std::size_t moofSize = std::size_t{live_[starts[5] + 2]} << 8 | live_[starts[5] + 3];
@@ -297,7 +297,7 @@ TEST_F(LiveInput, RecordsTheRequestedNumberOfFrames) {
                               "' <'" + folder_.file("live.mp4") + "'";
   EXPECT_EQ(run({"sh", "-c", command}).exitCode, 0);
   EXPECT_EQ(recordedFrames(), 60u);
-  expectWhole();
+  expectIntact();
 }
 
 TEST_F(LiveInput, MemoryDoesNotGrowWithTheInput) {

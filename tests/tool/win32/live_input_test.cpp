@@ -81,7 +81,7 @@ class LiveInput : public testing::Test {
  protected:
   LiveInput() {
     makeMedia(folder_.file("live.mp4"),
-              pictureInput(4, "25", "160x96") + toneInput(4) + h264Codec(25, 0) +
+              videoInput(4, "25", "160x96") + toneInput(4) + h264Codec(25, 0) +
                   std::vector<std::string>{"-c:a", "aac", "-movflags",
                                            "frag_keyframe+empty_moov+default_base_moof"});
     live_ = readFile(folder_.file("live.mp4"));
@@ -92,7 +92,7 @@ class LiveInput : public testing::Test {
     return static_cast<std::size_t>(last - live_.begin()) - 4;
   }
   std::string errors() const { return folder_.file("errors"); }
-  void expectWhole(std::size_t frames) {
+  void expectIntact(std::size_t frames) {
     const RunResult result = fmp4({"--quiet", "verify", folder_.file("out.mpd")});
     EXPECT_EQ(result.exitCode, 0) << result.out;
     EXPECT_TRUE(std::filesystem::exists(folder_.file("out.master.m3u8")));
@@ -116,7 +116,7 @@ TEST_F(LiveInput, IsRecordedUpToItsEnd) {
   ASSERT_TRUE(recorder.feed(live_));
   recorder.closeInput();
   EXPECT_EQ(recorder.wait(), 0u);
-  expectWhole(100);
+  expectIntact(100);
 }
 
 TEST_F(LiveInput, AnEmptyWriteIsNotItsEnd) {
@@ -128,7 +128,7 @@ TEST_F(LiveInput, AnEmptyWriteIsNotItsEnd) {
   ASSERT_TRUE(recorder.feed(bytes.subspan(lastFragment())));
   recorder.closeInput();
   EXPECT_EQ(recorder.wait(), 0u);
-  expectWhole(100);
+  expectIntact(100);
 }
 
 // The pipe stays open, so that the program waits in a read.
@@ -138,7 +138,7 @@ TEST_F(LiveInput, ARequestToEndLeavesAnIntactRecording) {
   awaitRecording();
   ASSERT_TRUE(recorder.askForEnd());
   EXPECT_EQ(recorder.wait(), 0u);
-  expectWhole(75);
+  expectIntact(75);
 }
 
 }  // namespace

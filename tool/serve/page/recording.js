@@ -33,9 +33,9 @@ export function readManifest(text) {
   const root = new DOMParser().parseFromString(text, 'text/xml').documentElement;
   const representations = [...root.getElementsByTagName('Representation')];
   const video = representations.find((each) => each.getAttribute('mimeType') === 'video/mp4');
-  const sound = representations.find((each) => each.getAttribute('mimeType') === 'audio/mp4');
+  const audio = representations.find((each) => each.getAttribute('mimeType') === 'audio/mp4');
   const [rate, scale] = (video?.getAttribute('frameRate') ?? '0/1').split('/').map(Number);
-  const codecs = [video, sound].flatMap((each) => each?.getAttribute('codecs')?.split(',') ?? []);
+  const codecs = [video, audio].flatMap((each) => each?.getAttribute('codecs')?.split(',') ?? []);
   const list = video?.getElementsByTagName('SegmentList')[0];
   const range = (element, name) => {
     const [first, last] = (element?.getAttribute(name) ?? '0-0').split('-').map(Number);

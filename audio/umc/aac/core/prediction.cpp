@@ -22,7 +22,7 @@ bool ParsePredictionData(fmp4::BitWindow& stream, const BandTable& bands, int ma
 void StartPrediction(PredictionState& state) {
   ippsFDPInit_32f(&state.predictors);
   state.groupsReset = 0;
-  state.settled = false;
+  state.converged = false;
 }
 
 void ApplyPrediction(PredictionState& state, ChannelStream& channel) {
@@ -31,10 +31,10 @@ void ApplyPrediction(PredictionState& state, ChannelStream& channel) {
   if (ics.IsShort()) {
     ippsFDPReset_32f(&state.predictors);
     state.groupsReset = kAllGroups;
-    state.settled = true;
+    state.converged = true;
     return;
   }
-  state.settled = state.groupsReset == kAllGroups;
+  state.converged = state.groupsReset == kAllGroups;
   // Noise and intensity bands are not predicted; noise bands also reset their predictors.
   std::uint64_t used = ics.prediction.used, noise = 0;
   for (int sfb = 0; sfb < ics.maxSfb; ++sfb) {

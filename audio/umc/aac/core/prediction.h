@@ -20,7 +20,7 @@ struct PredictionData {
 struct PredictionState {
   IppsFDPState_32f predictors;
   std::uint32_t groupsReset;  // one bit per group reset since the start
-  bool settled;               // converged: the last frame does not depend on any before the start
+  bool converged;             // converged: the last frame does not depend on any before the start
 };
 
 void StartPrediction(PredictionState& state);

@@ -30,16 +30,16 @@ struct Reflections {
 // y[i] = x[i] - sum of predictor[j] * y[i - 1 - j], with zeros before the first line.
 void FilterLines(float* line, std::ptrdiff_t step, int count, const float* predictor, int order) {
   // The history, latest value first, in a buffer of twice its length so that it is rarely moved.
-  constexpr int kRoom = 64;
-  float history[kRoom + kMaxTnsOrderMain] = {};
-  int latest = kRoom;
+  constexpr int kSpace = 64;
+  float history[kSpace + kMaxTnsOrderMain] = {};
+  int latest = kSpace;
   for (int i = 0; i < count; ++i, line += step) {
     float sum = *line;
     for (int j = 0; j < order; ++j) sum -= predictor[j] * history[latest + j];
     *line = sum;
     if (latest == 0) {
-      std::copy_backward(history, history + order, history + kRoom + order);
-      latest = kRoom;
+      std::copy_backward(history, history + order, history + kSpace + order);
+      latest = kSpace;
     }
     history[--latest] = sum;
   }

@@ -32,8 +32,8 @@ struct PsConfiguration {
   // Parameter band of each hybrid band of the split ones. The other hybrid bands belong to the parameter
   // bands from `firstWhole` on, in ascending order: those up to wholeEnds[band] to `band`.
   std::uint8_t splitBandOf[kMaxPsSplitBands];
-  int firstWhole;
-  std::uint8_t wholeEnds[kMaxPsBands];
+  int firstIntact;
+  std::uint8_t completeEnds[kMaxPsBands];
   // First hybrid band of each split QMF band, and the one after the last.
   int firstOf[kMaxPsSplitQmfBands + 1];
   PsFilterBank filters[kMaxPsSplitQmfBands];

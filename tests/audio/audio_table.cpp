@@ -1,5 +1,5 @@
-// Prints how far the decoders' samples are from those of other decoders, as the tables of docs/sound.md,
-// where scripts/sound_table.sh puts them. Streams are made by ffmpeg or at random, or come from tests/data.
+// Prints how far the decoders' samples are from those of other decoders, as the tables of docs/audio.md,
+// where scripts/audio_table.sh puts them. Streams are made by ffmpeg or at random, or come from tests/data.
 #include <cstdio>
 
 #include "tests/audio/aac_streams.h"

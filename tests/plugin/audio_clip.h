@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "tests/audio/streams.h"
+#include "tests/plugin/audio.h"
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/plugin/sound.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/temp_folder.h"
@@ -53,9 +53,9 @@ inline void expectRandomReadsToAgree(const Clip& clip) {
     const std::uint32_t at = static_cast<std::uint32_t>(random() % total);
     const std::uint32_t count =
         1 + static_cast<std::uint32_t>(random() % std::min<std::uint32_t>(3000, total - at));
-    const Sound sound = readSound(*clip, at, count);
-    ASSERT_EQ(sound.status, VL_OK);
-    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
+    const Audio audio = readAudio(*clip, at, count);
+    ASSERT_EQ(audio.status, VL_OK);
+    ASSERT_EQ(audio.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
         << at << "+" << count;
   }
 }
@@ -71,8 +71,8 @@ inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::
   ASSERT_NE(clip.file, nullptr);
   const Samples whole = readAll(*clip, lengthOf(*clip));
   for (std::uint32_t at = from; at < to; ++at) {
-    const Sound sound = readSound(*clip, at, 1);
-    ASSERT_EQ(sound.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
+    const Audio audio = readAudio(*clip, at, 1);
+    ASSERT_EQ(audio.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
   }
 }
 
@@ -107,9 +107,9 @@ inline Samples readInEveryWay(const std::string& clip, std::uint32_t channels,
   for (int i = 0; i < reads; ++i) {
     const auto at = static_cast<std::uint32_t>(random() % total);
     const auto count = 1 + static_cast<std::uint32_t>(random() % std::min(5000u, total - at));
-    const Sound sound = readSound(file, at, count, channels);
-    EXPECT_EQ(sound.status, VL_OK);
-    const bool same = sound.samples == Samples(whole.begin() + std::ptrdiff_t{at} * channels,
+    const Audio audio = readAudio(file, at, count, channels);
+    EXPECT_EQ(audio.status, VL_OK);
+    const bool same = audio.samples == Samples(whole.begin() + std::ptrdiff_t{at} * channels,
                                                whole.begin() + (std::ptrdiff_t{at} + count) * channels);
     EXPECT_TRUE(same) << at << "+" << count;
     if (!same) break;

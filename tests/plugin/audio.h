@@ -13,22 +13,22 @@ namespace fmp4 {
 
 using Samples = std::vector<std::int16_t>;
 
-struct Sound {
+struct Audio {
   std::uint32_t status = 0;
   Samples samples;  // interleaved
 };
 
-inline Sound readSound(CAMediaFile& file, std::uint32_t position, std::uint32_t count,
+inline Audio readAudio(CAMediaFile& file, std::uint32_t position, std::uint32_t count,
                        std::uint32_t channels = 2, std::uint32_t mask = 1) {
-  Sound sound;
-  sound.samples.resize(std::size_t{count} * channels);
+  Audio audio;
+  audio.samples.resize(std::size_t{count} * channels);
   DFRAME d{};
   d.size = sizeof d;
-  d.data = reinterpret_cast<std::uint8_t*>(sound.samples.data());
-  d.dataCapacity = static_cast<std::uint32_t>(sound.samples.size() * 2);
-  sound.status = file.Read(position, count, mask, QVR_MODE_AUDIO, &d, nullptr);
-  sound.samples.resize(d.bytes / 2);
-  return sound;
+  d.data = reinterpret_cast<std::uint8_t*>(audio.samples.data());
+  d.dataCapacity = static_cast<std::uint32_t>(audio.samples.size() * 2);
+  audio.status = file.Read(position, count, mask, QVR_MODE_AUDIO, &d, nullptr);
+  audio.samples.resize(d.bytes / 2);
+  return audio;
 }
 
 inline std::uint32_t lengthOf(CAMediaFile& file) {
@@ -39,9 +39,9 @@ inline Samples readAll(CAMediaFile& file, std::uint32_t block, std::uint32_t cha
   Samples all;
   const std::uint32_t total = lengthOf(file);
   for (std::uint32_t at = 0; at < total; at += block) {
-    const Sound sound = readSound(file, at, std::min(block, total - at), channels);
-    EXPECT_EQ(sound.status, VL_OK) << at;
-    all.insert(all.end(), sound.samples.begin(), sound.samples.end());
+    const Audio audio = readAudio(file, at, std::min(block, total - at), channels);
+    EXPECT_EQ(audio.status, VL_OK) << at;
+    all.insert(all.end(), audio.samples.begin(), audio.samples.end());
   }
   return all;
 }
