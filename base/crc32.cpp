@@ -15,7 +15,7 @@ constexpr Tables makeTables() {
   Tables tables{};
   for (std::uint32_t byte = 0; byte < 256; ++byte) {
     std::uint32_t value = byte;
-    for (int bit = 0; bit < 8; ++bit) value = Crc32TimesX(value);
+    for (int bit = 0; bit < 8; ++bit) value = crc32TimesX(value);
     tables[0][byte] = value;
   }
   for (std::size_t t = 1; t < tables.size(); ++t) {
@@ -43,7 +43,7 @@ std::uint32_t update(std::uint32_t state, std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-std::uint32_t Crc32(std::span<const std::uint8_t> bytes, InstructionSet set) {
+std::uint32_t crc32(std::span<const std::uint8_t> bytes, InstructionSet set) {
   std::uint32_t state = ~0u;
   if (const auto fold = Crc32Folding::of(set); fold && bytes.size() >= Crc32Folding::kStep) {
     Crc32Folding::Block block;

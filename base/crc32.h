@@ -9,11 +9,11 @@
 namespace fmp4 {
 
 // `set` is at most that of the processor; any gives the same result.
-std::uint32_t Crc32(std::span<const std::uint8_t> bytes, InstructionSet set);
+std::uint32_t crc32(std::span<const std::uint8_t> bytes, InstructionSet set);
 
-inline std::uint32_t Crc32(std::span<const std::uint8_t> bytes) {
-  static const InstructionSet set = ProcessorInstructionSet();
-  return Crc32(bytes, set);
+inline std::uint32_t crc32(std::span<const std::uint8_t> bytes) {
+  static const InstructionSet set = processorInstructionSet();
+  return crc32(bytes, set);
 }
 
 }  // namespace fmp4

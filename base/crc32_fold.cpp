@@ -34,7 +34,7 @@ template <unsigned bits>
 HWY_INLINE Vec factorsFor() {
   constexpr auto factor = [](unsigned power) {
     std::uint32_t value = 0x80000000;
-    for (unsigned i = 0; i < power; ++i) value = Crc32TimesX(value);
+    for (unsigned i = 0; i < power; ++i) value = crc32TimesX(value);
     return std::uint64_t{value} << 1;
   };
   static constexpr std::uint64_t kFactors[2] = {factor(bits + 32), factor(bits - 32)};
@@ -82,7 +82,7 @@ namespace fmp4 {
 
 Crc32Folding::Fold Crc32Folding::of(InstructionSet set) {
   static constexpr decltype(&HWY_STATIC_DISPATCH(GetFold)) kBuilds[] = VL_BUILDS_BY_INSTRUCTION_SET(GetFold);
-  return BuildFor(set, kBuilds)();
+  return buildFor(set, kBuilds)();
 }
 
 }  // namespace fmp4

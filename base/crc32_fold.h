@@ -13,7 +13,7 @@
 namespace fmp4 {
 
 // value * x, modulo the polynomial of the check, which is this and x^32.
-constexpr std::uint32_t Crc32TimesX(std::uint32_t value) {
+constexpr std::uint32_t crc32TimesX(std::uint32_t value) {
   return value >> 1 ^ ((value & 1) != 0 ? 0xEDB88320 : 0);
 }
 

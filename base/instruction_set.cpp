@@ -4,7 +4,7 @@ namespace fmp4 {
 
 #if defined(__x86_64__)
 // The features that Highway lets the compiler use for each of its targets.
-InstructionSet ProcessorInstructionSet() {
+InstructionSet processorInstructionSet() {
   __builtin_cpu_init();
   if (!__builtin_cpu_supports("ssse3")) return InstructionSet::Baseline;
   if (!__builtin_cpu_supports("sse4.1") || !__builtin_cpu_supports("sse4.2") ||
@@ -19,7 +19,7 @@ InstructionSet ProcessorInstructionSet() {
   return InstructionSet::Avx512;
 }
 #else
-InstructionSet ProcessorInstructionSet() {
+InstructionSet processorInstructionSet() {
   return InstructionSet::Baseline;
 }
 #endif

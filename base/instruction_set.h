@@ -17,7 +17,7 @@ enum class InstructionSet {
 };
 
 // The last set that this processor and its operating system support.
-InstructionSet ProcessorInstructionSet();
+InstructionSet processorInstructionSet();
 
 // Initialises an array with the builds of `function` by instruction set; null: there is none for that set.
 // To be used after <hwy/highway.h>, once, in the namespace that holds those of the targets.
@@ -29,7 +29,7 @@ InstructionSet ProcessorInstructionSet();
 
 // The build for `set`, or else for the last set before it that has one.
 template <class Function, std::size_t count>
-Function BuildFor(InstructionSet set, Function const (&builds)[count]) {
+Function buildFor(InstructionSet set, Function const (&builds)[count]) {
   auto index = static_cast<std::size_t>(set);
   while (builds[index] == nullptr) --index;
   return builds[index];

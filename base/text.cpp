@@ -1,6 +1,7 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace fmp4 {
 
@@ -35,8 +36,9 @@ std::string statusText(std::uint32_t status) {
 
 std::string clockText(double seconds) {
   constexpr double kMax = 1e12;
-  const auto milliseconds =
-      seconds >= 0 && seconds < kMax ? static_cast<std::uint64_t>(seconds * 1000 + 0.5) : std::uint64_t{0};
+  const auto milliseconds = seconds >= 0 && seconds < kMax
+                                ? static_cast<std::uint64_t>(std::llround(seconds * 1000))
+                                : std::uint64_t{0};
   const auto padded = [](std::uint64_t value, std::size_t digits) {
     std::string text = std::to_string(value);
     return text.size() < digits ? std::string(digits - text.size(), '0') + text : text;

@@ -21,7 +21,8 @@ struct CaptionChannel {
   enum class Standard : std::uint8_t { Cea608, Cea708 };
   Standard standard = Standard::Cea608;
   unsigned number = 1;  // CC1 to CC4, services 1 to 63
-  auto operator<=>(const CaptionChannel&) const = default;
+  auto operator<=>(const CaptionChannel&) const =
+      default;  // NOLINT(modernize-use-nullptr): the comparison with 0 is implied
 
   // "CC1", "service 1".
   std::string name() const;

@@ -31,7 +31,7 @@ void Cea708Window::redefine(const Cea708Definition& definition, unsigned windowS
   const unsigned rows = std::min(definition.rows, definition_.rows);
   const unsigned columns = std::min(definition.columns, definition_.columns);
   for (unsigned i = 0; i < rows; ++i)
-    std::copy_n(row(i), columns, cells.begin() + static_cast<std::ptrdiff_t>(i * definition.columns));
+    std::copy_n(row(i), columns, cells.begin() + std::ptrdiff_t{i} * definition.columns);
   cells_ = std::move(cells);
   definition_ = definition;
   penRow_ = std::min(penRow_, definition.rows - 1);
@@ -120,8 +120,9 @@ void Cea708Window::addTo(Caption& caption, unsigned number) const {
   TextGrid grid;
   grid.window = number;
   // The anchor is at the start, the middle or the end of the window in either direction.
-  grid.top = vertical - definition_.rows * kRowHeight * (definition_.anchorPoint / 3) / 2;
-  grid.left = horizontal - definition_.columns * kColumnWidth * (definition_.anchorPoint % 3) / 2;
+  const unsigned anchorRow = definition_.anchorPoint / 3, anchorColumn = definition_.anchorPoint % 3;
+  grid.top = vertical - definition_.rows * kRowHeight * anchorRow / 2;
+  grid.left = horizontal - definition_.columns * kColumnWidth * anchorColumn / 2;
   grid.columns = definition_.columns;
   grid.columnWidth = kColumnWidth;
   if (alignment_ != Alignment::Left) grid.alignment = alignment_;

@@ -47,7 +47,7 @@ void addConstructs(Bytes message, std::vector<CcConstruct>& constructs) {
     return;
   const std::uint8_t flags = message[kCaptionData.size()];
   if ((flags & kProcessDataFlag) == 0) return;
-  const std::size_t bytes = std::min<std::size_t>((flags & 0x1Fu) * 3, message.size() - kStart);
+  const std::size_t bytes = std::min((flags & std::size_t{0x1F}) * 3, message.size() - kStart);
   for (const CcConstruct& construct : parseConstructs(message.subspan(kStart, bytes)))
     constructs.push_back(construct);
 }

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and tests. Ends with one line, which says what was not run; exit 0 only when
 # everything else passed. Three gears:
-#   test.sh        format, layers, headers, the build as shipped (GCC) and all its native tests
-#   test.sh all    also the sanitizers (Clang), the players, the fuzz targets, Windows (where the cross build and
+#   test.sh        format, layers, headers, clang-tidy on what changed, the build as shipped (GCC) and all its native
+#                  tests
+#   test.sh all    also clang-tidy on everything, the sanitizers (Clang), the players, the fuzz targets, Windows (where the cross build and
 #                  Wine can be installed) and the packages
 #   test.sh quick  while working: format, layers, what changed is built, and the tests that take seconds
 # With --times after the gear, the times of its steps are written to docs/testing.md.
@@ -128,6 +129,8 @@ step "packages" scripts/setup.sh
 step "format" check_format
 step "layers" scripts/check_layers.sh
 if [[ $gear != quick ]]; then step "headers" check_headers; fi
+if [[ $gear == native ]]; then step "tidy what changed" scripts/tidy.sh --changed; fi
+if [[ $gear == all ]]; then step "tidy" scripts/tidy.sh; fi
 compiled dev
 if [[ $gear == quick ]]; then
   step "tests dev" run_tests dev --label-exclude slow
@@ -166,7 +169,7 @@ if [[ $gear == all ]]; then
   players=$(awk '/^ℹ pass/ { print $3 }' build/dev/players.log)
   passed=$((passed + $(tests_run asan) + players))
   if [[ -z $not_run ]]; then checks="and $(tests_run windows) as Windows programs, $checks"; fi
-  checks+=", packages"
+  checks+=", clang-tidy, packages"
 fi
 # The part of docs/testing.md between this gear's comment and the next end.
 write_times() {

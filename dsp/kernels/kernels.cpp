@@ -9,7 +9,7 @@ const Kernels* SimdKernels(fmp4::InstructionSet) {
 #endif
 
 const Kernels& ActiveKernels() {
-  static const Kernels* const simd = SimdKernels(fmp4::ProcessorInstructionSet());
+  static const Kernels* const simd = SimdKernels(fmp4::processorInstructionSet());
   return simd != nullptr ? *simd : PlainKernels();
 }
 

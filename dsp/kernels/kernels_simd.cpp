@@ -111,7 +111,7 @@ namespace UMC {
 const Kernels* SimdKernels(fmp4::InstructionSet set) {
   static constexpr decltype(&HWY_STATIC_DISPATCH(GetKernels)) kBuilds[] =
       VL_BUILDS_BY_INSTRUCTION_SET(GetKernels);
-  return BuildFor(set, kBuilds)();
+  return buildFor(set, kBuilds)();
 }
 
 }  // namespace UMC

@@ -25,7 +25,7 @@ class Crc32Of : public testing::TestWithParam<int> {
  protected:
   void SetUp() override { ASSERT_LE(GetParam(), static_cast<int>(InstructionSet::Avx512)); }
   std::uint32_t ours(std::span<const std::uint8_t> bytes) const {
-    return Crc32(bytes, std::min(static_cast<InstructionSet>(GetParam()), ProcessorInstructionSet()));
+    return crc32(bytes, std::min(static_cast<InstructionSet>(GetParam()), processorInstructionSet()));
   }
 };
 

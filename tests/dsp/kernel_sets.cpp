@@ -7,7 +7,7 @@ using namespace UMC;
 std::vector<KernelSet> AllKernelSets() {
   constexpr const char* kNames[] = {"baseline", "SSSE3", "SSE4", "AVX2", "AVX-512"};
   std::vector<KernelSet> sets = {{"plain", &PlainKernels()}};
-  for (int set = 0; set <= static_cast<int>(ProcessorInstructionSet()); ++set) {
+  for (int set = 0; set <= static_cast<int>(processorInstructionSet()); ++set) {
     if (const Kernels* kernels = SimdKernels(static_cast<InstructionSet>(set)))
       sets.push_back({kNames[set], kernels});
   }

@@ -44,7 +44,7 @@ Row readRow(VideoReader& reader, std::uint32_t frame) {
              descriptor.bytes,
              (descriptor.flags & DFRAME_KEY) != 0,
              descriptor.compositionOffset,
-             Crc32(sample),
+             crc32(sample),
              {},
              {}};
   row.cc608 = hexText(captionPair(descriptor));

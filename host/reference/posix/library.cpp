@@ -153,9 +153,10 @@ Library load(std::string path) {
   const std::vector<std::string> names = nativeNames(name);
   const bool absolute = folder.starts_with('/');
   for (const std::string& place : absolute ? std::vector<std::string>{""} : hostFolders()) {
+    const std::string start = place + folder;
     for (const std::string& file : names) {
       std::vector<std::string> seen;
-      if (Library library = loadFile(place + folder + file, seen)) return library;
+      if (Library library = loadFile(std::string(start).append(file), seen)) return library;
     }
   }
   if (!folder.empty()) return nullptr;
