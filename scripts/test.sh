@@ -100,22 +100,7 @@ fuzz() {
 # Every target, as many at a time as there are processors.
 fuzz_all() {
   export -f fuzz
-  xargs -P "$(nproc)" -I LINE bash -c 'fuzz LINE' <<'EOF'
-box 150000 -dict=fuzz/boxes.dict fuzz/seeds/box
-manifest 300000 -dict=fuzz/manifest.dict fuzz/seeds/manifest
-file 12000 -dict=fuzz/boxes.dict fuzz/seeds/file tests/corrupt
-recording 20000 -dict=fuzz/boxes.dict fuzz/seeds/recording
-source 15000 -dict=fuzz/boxes.dict fuzz/seeds/source tests/corrupt
-package 4000 -dict=fuzz/boxes.dict fuzz/seeds/source
-aac_decoder 15000 fuzz/seeds/aac_decoder
-ac3_decoder 30000 fuzz/seeds/ac3_decoder
-aac_wrapper 15000 fuzz/seeds/aac_wrapper
-ac3_wrapper 15000 fuzz/seeds/ac3_wrapper
-sbr 6000 -max_len=600 fuzz/seeds/sbr
-ps 4000 -max_len=600 fuzz/seeds/ps
-captions608 30000 fuzz/seeds/captions608
-captions708 100000 fuzz/seeds/captions708
-EOF
+  xargs -P "$(nproc)" -I LINE bash -c 'fuzz LINE' <fuzz/targets.txt
 }
 
 # compiled PRESET
