@@ -77,6 +77,8 @@ make_debian() {
   # The program finds its libraries beside itself, where the link leads.
   install -d "$root/usr/bin"
   ln -s ../lib/fmp4/fmp4 "$root/usr/bin/fmp4"
+  # Enabled by nothing: an instance is for who wants one.
+  install -D -m 644 -t "$root/usr/lib/systemd/system" deploy/systemd/fmp4-serve@.service
   install -D -m 644 packaging/fmp4.bash "$root/usr/share/bash-completion/completions/fmp4"
   install -d "$root/usr/share/man/man1" "$root/usr/share/doc/fmp4"
   sed "s/@VERSION@/$version/" packaging/fmp4.1 | gzip -9n >"$root/usr/share/man/man1/fmp4.1.gz"
