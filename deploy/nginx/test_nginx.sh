@@ -176,7 +176,8 @@ while true; do
   ask /media/live.m3u8
   expect_status 200
   expect_header "Cache-Control: no-store"
-  mapfile -t ranges < <(sed -n 's/^#EXT-X-BYTERANGE:\([0-9]*\)@\([0-9]*\)$/\2 \1/p' "$scratch/content")
+  mapfile -t ranges < <(sed -n 's/^#EXT-X-MAP:.*,BYTERANGE="\([0-9]*\)@\([0-9]*\)"$/\2 \1/p
+    s/^#EXT-X-BYTERANGE:\([0-9]*\)@\([0-9]*\)$/\2 \1/p' "$scratch/content")
   ended=$(grep --count '^#EXT-X-ENDLIST$' "$scratch/content" || true)
   if ((${#ranges[@]} > listed)); then lists=$((lists + 1)); fi
   for ((; listed < ${#ranges[@]}; ++listed)); do
@@ -192,7 +193,7 @@ while true; do
 done
 wait "$recorder"
 recorder=''
-((listed == 4 && lists > 1)) || fail "the list had $listed segments and grew $lists times"
+((listed == 5 && lists > 1)) || fail "the list had $listed parts and grew $lists times"
 for ((part = 0; part < listed; ++part)); do
   cp "$scratch/part-$part" "$scratch/content"
   read -r first length <<<"${ranges[part]}"
