@@ -65,7 +65,7 @@ fi
 # The three lines of a site of one's own.
 FOLDER=$folder awk -v port="$port" -v page_port="$page_port" '
   /# yours$/ && $1 == "listen" { print "    listen 127.0.0.1:" port ";"; next }
-  /# yours$/ && $1 == "alias" { print "        alias \"" ENVIRON["FOLDER"] "/\";"; next }
+  /# yours$/ && $1 == "set" { print "    set $recordings \"" ENVIRON["FOLDER"] "\";"; next }
   /# yours$/ && $1 == "proxy_pass" { print "        proxy_pass http://127.0.0.1:" page_port ";"; next }
   { print }' "$here/recordings.conf" >"$prefix/recordings.conf"
 cat >"$prefix/nginx.conf" <<END

@@ -80,17 +80,24 @@ for line in "clip.mpd application/dash+xml" "clip.m3u8 application/vnd.apple.mpe
   expect_header "Content-Type: $type"
   expect_header "Cache-Control: no-store"
 done
-for line in "clip.m4v video/mp4" "clip.m4a audio/mp4" "plain.mp4 video/mp4" "one%20file.ismv video/mp4"; do
+for line in "clip.m4v video/mp4" "clip.m4a audio/mp4" "one%20file.ismv video/mp4"; do
   read -r name type <<<"$line"
   ask "/media/$name"
   expect_status 200
   expect_header "Content-Type: $type"
-  expect_header "Cache-Control: no-cache"
+  expect_header "$kYear"
   expect_header "Accept-Ranges: bytes"
   ask "/media/$name" --header "Range: bytes=0-0"
   expect_status 206
   expect_header "$kYear"
 done
+ask /media/plain.mp4
+expect_header "Content-Type: video/mp4"
+expect_header "Cache-Control: no-cache"
+tag=$(sed -n 's/^ETag: //p' <<<"$answer")
+ask /media/plain.mp4 --header "If-None-Match: $tag"
+expect_status 304
+expect_header "Cache-Control: no-cache"
 ask /media/page.html
 expect_header "Content-Type: application/octet-stream"
 expect_header "X-Content-Type-Options: nosniff"
@@ -106,19 +113,16 @@ for line in "100-199 100 100" "0-0 0 1" "$((size - 10))- $((size - 10)) 10" "-10
   expect_header "Content-Range: bytes $first-$((first + length - 1))/$size"
   expect_content "$first" "$length" "$media/clip.m4v"
 done
-ask /media/clip.m4v --header "Range: bytes=$size-"
+# Not there yet.
+ask /media/clip.m4v --header "Range: bytes=$size-$((size + 9))"
 expect_status 416
 expect_header "Content-Range: bytes */$size"
-expect_header "Cache-Control: no-store"
+[[ $(sed -n 's/^Cache-Control: //p' <<<"$answer" | tail -n 1) == no-store ]] || fail "it may be kept: $answer"
 expect_header "Access-Control-Allow-Origin: *"
 expect_header "Access-Control-Expose-Headers: Accept-Ranges, Content-Length, Content-Range, Date, ETag"
 ask /media/clip.m4v --header "Range: bytes=0-1,5-6"
 expect_status 200
 expect_content 0 "$size" "$media/clip.m4v"
-tag=$(sed -n 's/^ETag: //p' <<<"$answer")
-ask /media/clip.m4v --header "If-None-Match: $tag"
-expect_status 304
-expect_header "Cache-Control: no-cache"
 ask /media/clip.m4v --head
 expect_status 200
 expect_header "Content-Length: $size"
@@ -185,7 +189,7 @@ while true; do
     ask /media/live.m4v --header "Range: bytes=$first-$((first + length - 1))"
     expect_status 206
     expect_header "Content-Length: $length"
-    expect_header "$kYear"
+    if [[ ! -e $media/live.master.m3u8 ]]; then expect_header "Cache-Control: no-store"; fi
     cp "$scratch/content" "$scratch/part-$listed"
   done
   ((ended == 0)) || break
@@ -193,6 +197,10 @@ while true; do
 done
 wait "$recorder"
 recorder=''
+for name in live.m4v live.m4a; do
+  ask "/media/$name" --header "Range: bytes=0-9"
+  expect_header "$kYear"
+done
 ((listed == 5 && lists > 1)) || fail "the list had $listed parts and grew $lists times"
 for ((part = 0; part < listed; ++part)); do
   cp "$scratch/part-$part" "$scratch/content"
