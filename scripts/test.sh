@@ -56,6 +56,13 @@ check_format() {
   { sources '*.cpp' . && sources '*.h' .; } | xargs -0 clang-format --dry-run --Werror
 }
 
+# Scripts that few tests run parse at least.
+check_scripts() {
+  sources '*.sh' . | xargs -0 -n 1 bash -n
+  sources '*.py' . | xargs -0 python3 -c 'import ast, sys
+for name in sys.argv[1:]: ast.parse(open(name).read(), name)'
+}
+
 # own_source HEADER: whether a source file of its name includes it first, and so compiles it alone.
 own_source() {
   local source=${1%.h}.cpp
@@ -113,6 +120,7 @@ not_run=""
 step "packages" scripts/setup.sh
 step "format" check_format
 step "layers" scripts/check_layers.sh
+step "scripts" check_scripts
 if [[ $gear != quick ]]; then step "headers" check_headers; fi
 if [[ $gear == native ]]; then step "tidy what changed" scripts/tidy.sh --changed; fi
 if [[ $gear == all ]]; then step "tidy" scripts/tidy.sh; fi
