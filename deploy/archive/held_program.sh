@@ -5,6 +5,7 @@
 # hold ITEM: from now on FMP4 is that program.
 hold() {
   mkdir "$scratch/hold"
+  plain_program=${plain_program:-$FMP4}
   cat >"$scratch/held_fmp4" <<END
 #!/usr/bin/env bash
 if [[ " \$* " == *" export "*"/$1 "* && -e "$scratch/hold" ]]; then
@@ -16,7 +17,7 @@ if [[ " \$* " == *" export "*"/$1 "* && -e "$scratch/hold" ]]; then
   while [[ -e "$scratch/hold" ]]; do sleep 0.1; done
   exit 1
 fi
-exec "$FMP4" "\$@"
+exec "$plain_program" "\$@"
 END
   chmod +x "$scratch/held_fmp4"
   export FMP4=$scratch/held_fmp4

@@ -31,12 +31,14 @@ def is_recording(name, names):
 
 
 def main():
-    """Writes the list; exit code 1 for names that a list of lines cannot hold."""
+    """Writes the list; exit code 1 where outputs would become items, or a name has a line break."""
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument('operation', choices=('verify', 'repair', 'export', 'package'))
     parser.add_argument('archive', help='the folder')
     parser.add_argument('results', type=pathlib.Path, help='the folder of records and outputs; made if missing')
     given = parser.parse_args()
+    if given.results.resolve().is_relative_to(pathlib.Path(given.archive).resolve()):
+        sys.exit('list_items: the results are inside the archive; give another folder')
     names = set(names_below(given.archive))
     wanted = is_source if given.operation == 'package' else is_recording
     items = sorted(name for name in names if wanted(name, names))

@@ -25,10 +25,29 @@ export_plainly
 results=$scratch/exported
 held=news/05.m4v
 hold "$held"
+
+# A job is killed and its program lives on: the item is left to it.
+"$here/run_item.py" export "$archive" "$scratch/claimed" "$held" >/dev/null &
+job=$!
+wait_until_held >/dev/null
+kill -KILL "$job"
+wait "$job" 2>/dev/null || true
+status=0
+"$here/run_item.py" export "$archive" "$scratch/claimed" "$held" >"$scratch/claimed.json" || status=$?
+[[ $status == 75 && $(jq -r .why "$scratch/claimed.json") == "another job works on it" ]] || fail "a claim was lost"
+release
+until ((status != 75)); do  # the program ends
+  status=0
+  "$here/run_item.py" export "$archive" "$scratch/claimed" "$held" >/dev/null || status=$?
+done
+((status == 0)) || fail "an item that was left was not done"
+
+# A run is killed as a whole.
+hold "$held"
 setsid "$here/run_parallel.sh" --jobs 2 export "$archive" "$results" >"$scratch/first.txt" 2>&1 &
 run=$!
 wait_until_held >/dev/null
-# The whole run at once, as when the power goes.
+# All its processes at once, as when the power goes.
 # shellcheck disable=SC2046
 kill -KILL $(ps -o pid= --sid "$run")
 wait "$run" 2>/dev/null || true
@@ -56,6 +75,8 @@ rm "$results/output/news/02.m4v/02.wav"
 : >"$results/log.jsonl"
 "$here/run_parallel.sh" export "$archive" "$results" >/dev/null || true
 expect_tried "$results" news/01.m4v,news/02.m4v,news/07.m4v
+
+"$here/run_parallel.sh" verify "$archive" "$archive/results" 2>/dev/null && fail "outputs would become items"
 
 # Checked, repaired, checked again.
 echo "no recording" >"$archive/news/notes.m4v"

@@ -21,7 +21,6 @@ lines() {
 make_archive
 export_plainly
 start_slurm
-plain_program=$FMP4
 
 # A node is lost while it works on an item.
 results=$scratch/exported
@@ -47,7 +46,6 @@ restarts=$(scontrol show job "$(cat "$scratch/array.txt")" | grep --count 'Resta
   fail "items were done again"
 
 # A job is killed, which does not bring it back; submitting again does what is left.
-FMP4=$plain_program
 results=$scratch/again
 hold "$held"
 "$here/submit_slurm.sh" --tasks 10 --at-a-time 3 --wait export "$archive" "$results" \
