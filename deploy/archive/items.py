@@ -60,12 +60,19 @@ class Item:
                 files[path.name] = {'bytes': status.st_size, 'changed': status.st_mtime_ns}
         return files
 
-    def record(self):
-        """What was done to it last; None without a record."""
+    def record(self, task):
+        """What was done to it, if that was this task with its files as they are; else None.
+
+        `task` holds the operation and its options, under the names that the record has.
+        """
         try:
-            return json.loads(self.record_file.read_text())
+            record = json.loads(self.record_file.read_text())
         except (FileNotFoundError, ValueError):
             return None
+        same = all(record[key] == task[key] for key in task)
+        if same and record['source'] == self.source() and self._has_output(record['outputs']):
+            return record
+        return None
 
     def write_record(self, record):
         """Replaces the record in one step: after a power cut it is the old one or the new one."""
@@ -94,20 +101,19 @@ class Item:
             finally:
                 shutil.rmtree(self.work, ignore_errors=True)
 
-    def is_current(self, record):
-        """Whether a record is of the files as they are, and what was made of them is still there."""
-        return record['source'] == self.source() and self.has_output(record['outputs'])
-
     def keep_output(self):
-        """Moves all files of the work folder to the outputs; returns their sizes by name."""
+        """Puts all files of the work folder in the place of earlier outputs; returns their sizes by name."""
         self.output.mkdir(parents=True, exist_ok=True)
         files = {}
         for path in sorted(self.work.iterdir()):
             files[path.name] = path.stat().st_size
             put(path, self.output / path.name)
+        for path in self.output.iterdir():
+            if path.name not in files:
+                path.unlink()
         return files
 
-    def has_output(self, files):
+    def _has_output(self, files):
         """Whether all these outputs are there, with these sizes."""
         paths = {self.output / name: size for name, size in files.items()}
         return all(path.is_file() and path.stat().st_size == size for path, size in paths.items())

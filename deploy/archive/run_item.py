@@ -30,13 +30,6 @@ def arguments():
     return parser.parse_args()
 
 
-def is_done(item, task):
-    """Whether the record says that this very task was done to the files as they are."""
-    record = item.record()
-    return (record is not None and record['status'] == 'done' and item.is_current(record)
-            and all(record[key] == value for key, value in task.items()))
-
-
 def attempt(tool, item, task, work):
     """Does the task; returns what the record says of it."""
     before = item.source()
@@ -59,7 +52,8 @@ def run(tool, item, task):
     start = time.monotonic()
     try:
         with item.claimed() as work:
-            if is_done(item, task):
+            record = item.record(task)
+            if record is not None and record['status'] == 'done':
                 return {**line, 'status': 'done', 'skipped': True}
             line.update(attempt(tool, item, task, work), seconds=round(time.monotonic() - start, 3))
             if line['status'] != 'inUse':

@@ -32,4 +32,4 @@ shift 3
 # Items that fail, or are in use, do not keep the others from being done: the summary names them.
 parallel --will-cite --quote --jobs "$jobs" --joblog "$results/jobs.log" --arg-file "$results/items.txt" \
   "$here/run_item.py" -- "$operation" "$archive" "$results" {} "$@" >>"$results/log.jsonl" || true
-"$here/summarise.py" "$operation" "$archive" "$results"
+"$here/summarise.py" -- "$operation" "$archive" "$results" "$@"

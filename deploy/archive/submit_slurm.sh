@@ -60,4 +60,4 @@ array=$(submit "fmp4-$operation" --array="0-$((tasks - 1))$limit" --requeue --op
   "$here/slurm_task.sh" "$list" "$tasks" "$operation" "$archive" "$results" "$@")
 echo "$array"
 submit "fmp4-summary" --dependency="afterany:$array" --requeue "${wait[@]}" --output="$results/log/summary_%j.txt" -- \
-  "$here/summarise.py" "$operation" "$archive" "$results" >/dev/null
+  "$here/summarise.py" -- "$operation" "$archive" "$results" "$@" >/dev/null

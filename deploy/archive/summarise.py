@@ -2,8 +2,8 @@
 """Makes a summary of what was done to the items of an archive: RESULTS/summary.json and RESULTS/summary.txt.
 
 It counts the items of RESULTS/items.txt by their records, so that every item counts once, however often it was tried
-and wherever. An item without a record of this operation and of its files as they are now has not been done. Prints the
-text; exit code 0 when every item is done.
+and wherever. An item without a record of this operation, with these options and of its files as they are now, has not
+been done. Prints the text; exit code 0 when every item is done.
 """
 import argparse
 import collections
@@ -17,10 +17,10 @@ from items import Item
 ATTENTION = ('notDone', 'failed', 'damaged')
 
 
-def entry_of(item, operation):
+def entry_of(item, task):
     """What an item counts as (the finding of its operation, `failed` or `notDone`), why, and its record."""
-    record = item.record()
-    if record is None or record['operation'] != operation or not item.is_current(record):
+    record = item.record(task)
+    if record is None:
         return 'notDone', 'it has not been done', {}
     if record['status'] == 'failed':
         return 'failed', record['why'], record
@@ -28,12 +28,12 @@ def entry_of(item, operation):
     return record['finding'], why, record
 
 
-def summary_of(operation, items):
+def summary_of(task, items):
     """The summary, ready for JSON."""
-    entries = {item.name: entry_of(item, operation) for item in items}
+    entries = {item.name: entry_of(item, task) for item in items}
     records = [record for _, _, record in entries.values()]
     return {
-        'operation': operation,
+        **task,
         'items': len(entries),
         'counts': dict(sorted(collections.Counter(state for state, _, _ in entries.values()).items())),
         'mediaSeconds': round(sum(record.get('durationSeconds', 0) for record in records), 3),
@@ -60,12 +60,14 @@ def main():
     parser.add_argument('operation')
     parser.add_argument('archive')
     parser.add_argument('results', type=pathlib.Path)
+    parser.add_argument('options', nargs=argparse.REMAINDER, help='the options that the items were done with')
     given = parser.parse_args()
     names = os.fsdecode((given.results / 'items.txt').read_bytes()).split('\n')[:-1]
-    summary = summary_of(given.operation, [Item(given.archive, given.results, name) for name in names])
+    task = {'operation': given.operation, 'options': given.options}
+    summary = summary_of(task, [Item(given.archive, given.results, name) for name in names])
     (given.results / 'summary.json').write_text(json.dumps(summary, indent=2) + '\n')
     text = text_of(summary)
-    (given.results / 'summary.txt').write_text(text, errors='surrogateescape')
+    (given.results / 'summary.txt').write_text(text, encoding='utf-8', errors='surrogateescape')
     sys.stdout.buffer.write(os.fsencode(text))
     return 0 if {'notDone', 'failed'}.isdisjoint(summary['counts']) else 1
 
