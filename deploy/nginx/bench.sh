@@ -9,9 +9,9 @@ FMP4=$(realpath "${FMP4:-build/dev/bin/fmp4}")
 export FMP4
 scratch=$(mktemp --directory)
 servers=()
-trap 'kill "${servers[@]}" 2>/dev/null; wait; rm -rf "$scratch"' EXIT
+trap 'kill "${servers[@]}" 2>/dev/null || true; wait; rm -rf "$scratch"' EXIT
 
-readonly kConnections=16 kSeconds=5 kRounds=3
+readonly kConnections=16 kSeconds=3 kRounds=3
 
 # start NAME COMMAND...: starts a server and notes its address in address[NAME].
 declare -A address
@@ -67,11 +67,17 @@ table=$(
   row 'a second of 4 Mbit/s (500 kB)' clip.m4v 1000000-1499999
   row 'a segment of ten seconds (5 MB)' clip.m4v 1000000-5999999
 )
+versions="nginx $(nginx -v 2>&1 | sed 's/.*\///'), wrk $(dpkg-query --show --showformat='${Version}' wrk)"
+versions+=", $("$FMP4" --version)"
 text=$(
   cat <<END
-$(date +%F), $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(nproc) processors, which wrk uses too; load
-average $load before and $(cut -d ' ' -f 1 /proc/loadavg) after. nginx $(nginx -v 2>&1 | sed 's/.*\///'), wrk
-$(dpkg-query --show --showformat='${Version}' wrk), fmp4 $("$FMP4" --version | awk '{ print $NF }'). $kConnections connections, medians of $kRounds runs of $kSeconds s in turns.
+| | |
+|---|---|
+| date | $(date +%F) |
+| processor | $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(nproc) processors, wrk's as well |
+| load average before and after | $load, $(cut -d ' ' -f 1 /proc/loadavg) |
+| versions | $versions |
+| measured | medians of $kRounds runs of $kSeconds s in turns, $kConnections connections |
 
 | asked for | nginx, requests/s | MB/s | \`fmp4 serve\`, requests/s | MB/s | ratio |
 |---|---:|---:|---:|---:|---:|
@@ -84,6 +90,6 @@ else
   TEXT=$text awk '
     $0 == "<!-- end of figures -->" { inside = 0 }
     !inside { print }
-    $0 == "<!-- figures -->" { inside = 1; print ""; print ENVIRON["TEXT"]; print "" }' docs/scale.md >"$scratch/scale.md"
+    $0 == "<!-- figures -->" { inside = 1; print "\n" ENVIRON["TEXT"] "\n" }' docs/scale.md >"$scratch/scale.md"
   cp "$scratch/scale.md" docs/scale.md
 fi

@@ -9,7 +9,7 @@ FMP4=$(realpath "${FMP4:-$here/../../build/dev/bin/fmp4}")
 export FMP4
 scratch=$(mktemp --directory)
 server='' recorder=''
-trap 'kill ${server:+"$server"} ${recorder:+"$recorder"} 2>/dev/null; wait; rm -rf "$scratch"' EXIT
+trap 'kill ${server:+"$server"} ${recorder:+"$recorder"} 2>/dev/null || true; wait; rm -rf "$scratch"' EXIT
 
 fail() {
   echo "test_nginx: FAILED: $*" >&2
