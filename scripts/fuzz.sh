@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Looks for inputs that crash, hang or exhaust memory, with every fuzz target or those named, in turns, until interrupted
-# or for the hours given. What was learnt is kept and minimised after each turn, so that the next run goes on from
-# there. Prints executions, findings and edge coverage of each target; exit 0 only without findings.
+# Looks for inputs that crash, hang or exhaust memory, with every fuzz target or those named, in turns, until
+# interrupted or for the hours given. What was learnt is kept and minimised after each turn, so that the next run goes
+# on from there. Prints executions, findings and edge coverage of each target; exit 0 only without findings.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -80,7 +80,8 @@ take_turn() {
   local start=$SECONDS
   run "$target" "$folder/log" -max_total_time="$seconds" -print_final_stats=1 -artifact_prefix="$folder/findings/" \
     "${options[@]}" "$folder/corpus" "${seeds[@]}" || true  # what it found is in its folder
-  awk -v seconds="$((SECONDS - start))" '/^stat::number_of_executed_units:/ { print $2, seconds }' "$folder/log" >>"$folder/turns"
+  awk -v seconds="$((SECONDS - start))" '/^stat::number_of_executed_units:/ { print $2, seconds }' \
+    "$folder/log" >>"$folder/turns"
   minimise "$target" "${seeds[@]}"
   run "$target" "$folder/coverage.log" "${options[@]}" -runs=0 "$folder/corpus" "${seeds[@]}" || true
 }
