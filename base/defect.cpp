@@ -20,7 +20,7 @@ constexpr Words wordsOf(Defect defect) {
     case Defect::BoxSizePast64Bits:
       return {"box-size-past-64-bits", "a box ends at an offset of more than 64 bits"};
     case Defect::BoxSizeZero:
-      return {"box-size-zero", "a box without a size, which would extend to the end of the file"};
+      return {"box-size-zero", "a box has no size, and would extend to the end of the file"};
     case Defect::BoxPastFile:
       return {"box-past-file", "a box extends past the end of the file"};
     case Defect::BoxPastParent:

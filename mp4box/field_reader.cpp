@@ -8,6 +8,7 @@ namespace fmp4 {
 
 std::span<const std::uint8_t> Mp4FieldReader::take(std::uint64_t count) {
   if (count > left_.size()) {
+    fail(Defect::PayloadTruncated);
     left_ = {};
     return {};
   }
@@ -31,6 +32,7 @@ void Mp4FieldReader::bytes(const char*, std::span<std::uint8_t> bytes) {
 }
 
 void Mp4FieldReader::blob(const char*, std::vector<std::uint8_t>& bytes, std::uint64_t count) {
+  if (count > remaining()) countPastEnd();
   const auto taken = take(std::min(count, remaining()));
   bytes.assign(taken.begin(), taken.end());
 }
@@ -42,6 +44,7 @@ void Mp4FieldReader::text(const char*, std::string& value) {
 }
 
 void Mp4FieldReader::characters(const char*, std::string& value, std::uint64_t count) {
+  if (count > remaining()) countPastEnd();
   const auto taken = take(std::min(count, remaining()));
   value.assign(taken.begin(), taken.end());
 }
@@ -54,7 +57,9 @@ void Mp4FieldReader::words(const char*, std::vector<std::uint32_t>& values, std:
   const auto taken = take(std::min(count, remaining() / 4) * 4);
   values.resize(taken.size() / 4);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = Mp4LoadU32(&taken[4 * i]);
-  if (values.size() < count) left_ = {};
+  if (values.size() == count) return;
+  countPastEnd();
+  left_ = {};
 }
 
 }  // namespace fmp4

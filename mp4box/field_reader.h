@@ -1,6 +1,7 @@
 // Reads the fields of a payload from memory.
 #pragma once
 
+#include "base/result.h"
 #include "mp4box/fields.h"
 
 namespace fmp4 {
@@ -13,6 +14,9 @@ class Mp4FieldReader : public Mp4Fields {
 
   // Bytes consumed so far; once a field did not fit, this includes the remaining bytes.
   std::uint64_t consumed() const { return payload_.size() - left_.size(); }
+
+  // Whether all fields fitted, or the first reason why not.
+  Result result() const { return result_; }
 
   bool reading() const override { return true; }
   std::uint64_t remaining() const override { return left_.size(); }
@@ -27,14 +31,19 @@ class Mp4FieldReader : public Mp4Fields {
   void endEntry() override {}
 
  protected:
+  void countPastEnd() override { fail(Defect::CountPastBox); }
   void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) override;
 
  private:
+  void fail(Defect defect) {
+    if (result_.ok()) result_ = defect;
+  }
   // The next `count` bytes. If fewer are left, returns none and ends the reading.
   std::span<const std::uint8_t> take(std::uint64_t count);
 
   std::span<const std::uint8_t> payload_;
   std::span<const std::uint8_t> left_;
+  Result result_;
 };
 
 }  // namespace fmp4

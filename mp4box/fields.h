@@ -118,11 +118,17 @@ class Mp4Fields {
   // `count` 32-bit numbers in one go; a reader reads the complete ones available, at most `count`.
   virtual void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count) = 0;
 
+  // The count of entries that fill the rest of the payload.
+  static constexpr std::uint64_t kToTheEnd = ~std::uint64_t{0};
   // `count` entries of at least `entryBytes` bytes each, visited by `each(entry)`. A reader allocates no more
   // entries than the remaining bytes can hold.
   template <class T, class Each>
   void entries(const char* name, std::vector<T>& list, std::uint64_t count, unsigned entryBytes, Each each) {
-    if (reading()) list.resize(static_cast<std::size_t>(std::min(count, remaining() / entryBytes)));
+    if (reading()) {
+      const std::uint64_t held = remaining() / entryBytes;
+      if (count > held && count != kToTheEnd) countPastEnd();
+      list.resize(static_cast<std::size_t>(std::min(count, held)));
+    }
     for (T& entry : list) {
       beginEntry(name);
       each(entry);
@@ -135,6 +141,8 @@ class Mp4Fields {
  protected:
   // One number of `bytes` bytes; `value` holds it right-aligned.
   virtual void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) = 0;
+  // Receives that there are fewer entries than their count says.
+  virtual void countPastEnd() {}
 
  private:
   static constexpr std::uint64_t mask(unsigned width) { return (std::uint64_t{1} << width) - 1; }

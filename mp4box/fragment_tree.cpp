@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace fmp4 {
 
@@ -12,20 +13,20 @@ constexpr std::uint64_t kMaxRereads = 16;
 
 }  // namespace
 
-Mp4BoxPtr Mp4ReadFragmentTree(Mp4Stream& stream, std::uint64_t position, std::uint64_t fileSize) {
-  Mp4BoxPtr root(new Mp4Box);
-  auto* const state = new Mp4RootState;
-  root->data = state;
-  root->type = MP4_ROOT;
-  root->shortsize = 1;
-  root->size = fileSize;
+Result Mp4ReadFragmentTree(Mp4Stream& stream, std::uint64_t position, std::uint64_t fileSize,
+                           std::unique_ptr<Mp4Tree>& tree) {
+  tree.reset();
+  if (!stream.seek(position)) return Defect::ReadFailed;
   Mp4Box header;
-  if (!stream.seek(position) || !Mp4ReadBoxHeader(stream, header)) return nullptr;
-  state->maxOverrun = std::min(header.size, fileSize) * kMaxRereads;
-  Mp4Box* const box = Mp4ReadBox(stream, root.get());
-  root->first = root->last = box;
-  if (state->memoryShort) throw std::bad_alloc();
-  return box ? std::move(root) : nullptr;
+  if (const Result result = Mp4ReadBoxHeader(stream, header); !result.ok()) return result;
+  auto read = std::make_unique<Mp4Tree>(fileSize, std::min(header.size, fileSize) * kMaxRereads);
+  Mp4BoxPtr box;
+  const Result result = Mp4ReadBox(stream, read->root(), box);
+  if (read->memoryShort()) throw std::bad_alloc();
+  if (!result.ok()) return result;
+  read->root()->append(box.release());
+  tree = std::move(read);
+  return {};
 }
 
 }  // namespace fmp4

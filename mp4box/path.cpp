@@ -1,4 +1,4 @@
-// Looking up boxes: by type and index, by path, by file offset.
+// Looking up boxes: by type and index, by path.
 #include <algorithm>
 #include <array>
 #include <cstdarg>
@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "base/bytes.h"
-#include "mp4box/box.h"
+#include "mp4box/tree.h"
 
 namespace fmp4 {
 
@@ -60,8 +60,8 @@ Mp4Box* findChild(Mp4Stream* stream, Mp4Box* father, std::uint32_t type, std::ui
       if (rank == index) return child;
       ++rank;
     }
-    // The result is ignored: it is false for the last box of a file, which is appended all the same.
-    if (!child->next && stream) Mp4ReadNextBox(*stream, father);
+    // Whether a box could be appended shows below.
+    if (!child->next && stream) static_cast<void>(Mp4ReadNextBox(father));
     child = child->next;
   }
   return nullptr;
@@ -111,18 +111,6 @@ Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* forma
 
 Mp4Box* Mp4BoxChild(Mp4Box* box, std::uint32_t type, std::uint32_t index) {
   return box ? findChild(nullptr, box, type, index) : nullptr;
-}
-
-Mp4Box* Mp4BoxAt(Mp4Stream& stream, Mp4Box* root, std::uint64_t offset) {
-  auto* state = Mp4PayloadOf<Mp4RootState>(root);
-  if (!state) return nullptr;
-  while (state->nextOffset <= offset && Mp4ReadNextBox(stream, root)) {
-  }
-  const auto after = std::upper_bound(state->boxes.begin(), state->boxes.end(), offset,
-                                      [](std::uint64_t at, const Mp4Box* box) { return at < box->position; });
-  if (after == state->boxes.begin()) return nullptr;
-  Mp4Box* box = *std::prev(after);
-  return box->position == offset ? box : nullptr;
 }
 
 }  // namespace fmp4

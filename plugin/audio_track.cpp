@@ -141,44 +141,46 @@ std::uint64_t AudioTrack::statedLength(FragmentIndex& index) {
   return timeline(index).length();
 }
 
-int AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
+Result AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
   position_ = kNowhere;
-  if (seekToPosition(index, position) < 0) return -1;
-  position_ = position;
-  return 0;
+  const Result sought = seekToPosition(index, position);
+  if (sought.ok()) position_ = position;
+  return sought;
 }
 
-int AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
-  AudioUnit unit;
-  if (!timeline(index).find(index, position, unit)) return -1;
-  const auto decodeFrom = [&](std::uint64_t first) { return decodePreRoll(index, first, unit); };
-  return preRoll_.decodeBefore(unit.number, decodeFrom) ? 0 : -1;
+Result AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
+  const auto unit = timeline(index).find(index, position);
+  if (!unit) return Defect::EndOfData;
+  const auto decodeFrom = [&](std::uint64_t first) { return decodePreRoll(index, first, *unit); };
+  return preRoll_.decodeBefore(unit->number, decodeFrom);
 }
 
-int AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
+Result AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
   decoder_.Reset();
-  if (cursor_.LoadFragment(index, unit.fragmentIndex, unit.trunIndex) < 0) return -1;
+  if (const Result loaded = cursor_.LoadFragment(index, unit.fragmentIndex, unit.trunIndex); !loaded.ok())
+    return loaded;
   cursor_.seek(unit.sampleIndex);
   number_ = unit.number;
   clock_ = unit.clock;
   filledTo_ = lostTo_ = clock_.position();
   losing_ = false;
-  return 0;
+  return {};
 }
 
 PreRollResult AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit) {
-  AudioUnit from;
-  if (!timeline(index).at(index, first, from) || seekToUnit(index, from) < 0) return {};
   PreRollResult result;
+  const auto from = timeline(index).at(index, first);
+  result.decoded = from ? seekToUnit(index, *from) : Defect::SampleMissing;
+  if (!result.decoded.ok()) return result;
   while (number_ < unit.number) {
-    if (advance(index) != Outcome::Delivered || decodeUnit(index) == Unit::NoMemory) return {};
+    if (advance(index) != Outcome::Delivered) return {.decoded = Defect::SampleMissing};
+    if (decodeUnit(index) == Unit::NoMemory) return {.decoded = Defect::OutOfMemory};
     decoder_.RemoveSamples(decoder_.BufferedFrames());
     if (result.converged) ++result.spare;
     // Lost access units may have taken it back.
     if (!result.converged || number_ == unit.number) result.converged = decoder_.Converged();
   }
   filledTo_ = clock_.position();
-  result.decoded = true;
   return result;
 }
 
@@ -229,7 +231,7 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
   unit_.resize(header + size);
   if (headed) AdtsHeader(configuration_).write(size, unit_.data());
-  if (cursor_.read(index, unit_.data() + header) < 0) return false;
+  if (!cursor_.read(index, unit_.data() + header).ok()) return false;
   if (headed && unit_[header] >> 5 == kAacEnd) return false;
   std::uint32_t produced = 0;
   const std::int32_t left =
@@ -245,8 +247,9 @@ bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {
   for (std::uint64_t place = 0; place < kTriedPositions; ++place) {
     const std::uint64_t first = scaleExactly(units.units(), place, kTriedPositions);
     const std::uint64_t next = scaleExactly(units.units(), place + 1, kTriedPositions);
-    AudioUnit unit;
-    if (first == next || !units.at(index, first, unit) || seekToUnit(index, unit) < 0) continue;
+    if (first == next) continue;
+    const auto start = units.at(index, first);
+    if (!start || !seekToUnit(index, *start).ok()) continue;
     while (number_ < std::min(next, first + kTriedUnits)) {
       if (advance(index) != Outcome::Delivered) break;
       const Unit unit = decodeUnit(index);
@@ -302,7 +305,7 @@ AudioTrack::Outcome AudioTrack::decodeNext(FragmentIndex& index, std::uint64_t p
       messages::reportError(messages::kNothingDecodes);
       return Outcome::Undecodable;
     }
-    return seekToPosition(index, position) < 0 ? Outcome::NoRun : Outcome::Delivered;
+    return seekToPosition(index, position).ok() ? Outcome::Delivered : Outcome::NoRun;
   }
   if (unit == Unit::Lost) ++delivery.lostUnits;
   if (unit == Unit::Lost && !losing_) messages::reportLostAudio(start);

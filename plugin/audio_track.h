@@ -84,8 +84,8 @@ class AudioTrack {
 
   // Seeks the track to a position, such that reading from there returns the same samples as reading from the
   // start: decodes the previous access unit first, because access units overlap, and as much pre-roll before
-  // that as the decoder needs. Returns 0 or -1.
-  int seek(FragmentIndex& index, std::uint64_t position);
+  // that as the decoder needs.
+  [[nodiscard]] Result seek(FragmentIndex& index, std::uint64_t position);
   // Whether reading at the position needs no seek. After a failed read the position is undefined.
   bool isAt(std::uint64_t position) const { return position_ == position && cursor_.loaded(); }
   // Writes PCM frames [position, position + count) to `out`, up to the end of the track; silence in gaps and
@@ -107,9 +107,9 @@ class AudioTrack {
 
   AudioClock startClock() const;
   AudioTimeline& timeline(FragmentIndex& index);
-  int seekToPosition(FragmentIndex& index, std::uint64_t position);
-  // Positions the track at an access unit, with the decoder history reset. Returns 0 or -1.
-  int seekToUnit(FragmentIndex& index, const AudioUnit& unit);
+  Result seekToPosition(FragmentIndex& index, std::uint64_t position);
+  // Positions the track at an access unit, with the decoder history reset.
+  Result seekToUnit(FragmentIndex& index, const AudioUnit& unit);
   // Positions the track at `unit` after decoding the access units from number `first` on as pre-roll.
   PreRollResult decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
   // Whether the access unit at the cursor states an impossible duration.

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/result.h"
+
 namespace fmp4 {
 
 // The result of decoding the pre-roll of a position.
 struct PreRollResult {
-  bool decoded = false;     // false: a failure, which more pre-roll does not mend
+  Result decoded;           // a failure is one that more pre-roll does not mend
   bool converged = false;   // the decoder had converged
   std::uint64_t spare = 0;  // access units decoded after that
 };
@@ -22,17 +24,15 @@ class PreRoll {
   static constexpr std::uint64_t kMaxUnits = 4096;
 
   // Calls `decodeFrom(first)` for a PreRollResult of the access units from number `first` up to the one
-  // before `target`, until the decoder has converged; there is no history before the first access unit. False
-  // for a failure.
+  // before `target`, until the decoder has converged; there is no history before the first access unit.
   template <class DecodeFrom>
-  bool decodeBefore(std::uint64_t target, DecodeFrom decodeFrom) {
+  [[nodiscard]] Result decodeBefore(std::uint64_t target, DecodeFrom decodeFrom) {
     for (std::uint64_t units = units_;; units = longer(units)) {
       const std::uint64_t first = target - std::min(units, target);
       const PreRollResult result = decodeFrom(first);
-      if (!result.decoded) return false;
-      if (first == 0) return true;
+      if (!result.decoded.ok() || first == 0) return result.decoded;
       if (result.converged) learn(units, result.spare);
-      if (result.converged || units >= kMaxUnits) return true;
+      if (result.converged || units >= kMaxUnits) return {};
     }
   }
 

@@ -4,8 +4,8 @@
 
 #include "base/guard.h"
 #include "base/letter_case.h"
-#include "mp4box/box.h"
 #include "mp4box/stream.h"
+#include "mp4box/top_level_reader.h"
 #include "plugin/messages.h"
 #include "streaming/lists/manifest_document.h"
 
@@ -37,23 +37,23 @@ std::uint32_t probeManifest(const char* fileName) {
 
 // Intended (quirk 1): the stream, box tree and open file of an accepted file are kept, because hosts rely on
 // the file staying open after the probe. This is the only place that gives up ownership.
-void keepReaderOpen(std::unique_ptr<Mp4Stream> stream, Mp4BoxPtr root) {
+void keepReaderOpen(std::unique_ptr<Mp4Stream> stream, std::unique_ptr<Mp4TopLevelReader> file) {
 #if defined(FMP4_LEAK_CHECKED)
   __lsan_ignore_object(stream.get());
-  __lsan_ignore_object(root.get());
+  __lsan_ignore_object(file.get());
 #endif
   static_cast<void>(stream.release());
-  static_cast<void>(root.release());
+  static_cast<void>(file.release());
 }
 
 std::uint32_t probeBoxFile(const char* fileName) {
   auto stream = std::make_unique<Mp4Stream>();
   const VLHANDLE handle = stream->open(fileName, MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return refuse(messages::kCannotOpenFile);
-  Mp4BoxPtr root(Mp4ReadRoot(*stream, false));
-  if (!root) return refuse(messages::kNoFileRoot);
-  if (!Mp4BoxGet(stream.get(), root.get(), false, "moof")) return refuse(messages::kNotFragmented);
-  keepReaderOpen(std::move(stream), std::move(root));
+  auto file = Mp4ReadRoot(*stream, false);
+  if (!file) return refuse(messages::kNoFileRoot);
+  if (!Mp4BoxGet(stream.get(), file->root(), false, "moof")) return refuse(messages::kNotFragmented);
+  keepReaderOpen(std::move(stream), std::move(file));
   return VL_OK;
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "mp4box/box.h"
+#include "mp4box/top_level_reader.h"
 #include "plugin/audio_track.h"
 #include "plugin/host_view.h"
 #include "plugin/pcm_format.h"
@@ -117,7 +117,7 @@ class Source {
   FrameRate nominalRate_;  // from the tracks; the described rate is snapped from it
   Mp4Stream stream_;
   VLHANDLE handle_ = VL_NO_HANDLE;
-  Mp4BoxPtr root_;
+  std::unique_ptr<Mp4TopLevelReader> file_;
   std::array<IndexedTrack, kTrackRoles> tracks_;
   std::optional<FragmentIndex> index_;
   TrackCursor videoCursor_;

@@ -119,7 +119,7 @@ std::uint32_t Source::deliverAudio(AudioTrack& track, std::uint32_t frame, std::
   }
   if (!track.isAt(position)) {
     track.nextExpected = frame;
-    if (track.seek(*index_, position) < 0) {
+    if (!track.seek(*index_, position).ok()) {
       messages::reportSeekFailure();
       return VL_FAILED;
     }

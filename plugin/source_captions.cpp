@@ -25,13 +25,14 @@ void Source::seekCaptions(std::uint32_t frame, bool jumped) {
   if (tracks_[kCc608Track].present() && (jumped || !cc608_.cursor.loaded())) seekCc608(frame);
   if (tracks_[kCc708Track].present()) {
     const bool inPlace = cc708Cursor_.loaded() && cc708Cursor_.position == frame;
-    if (!inPlace) SeekCc708Frame(*index_, frame, cc708Cursor_);
+    // A frame without captions is no failure of the frame.
+    if (!inPlace) static_cast<void>(SeekCc708Frame(*index_, frame, cc708Cursor_));
   }
 }
 
 void Source::seekCc608(std::uint32_t frame) {
   cc608SeekFrame_ = frame;
-  if (SeekCc608Frame(*index_, frame, cc608_) < 0) cc608_.forget();
+  if (!SeekCc608Frame(*index_, frame, cc608_).ok()) cc608_.forget();
 }
 
 // Delivers the byte pair of the frame. If none is pending for it, the frame may be in the next sample; an
@@ -74,7 +75,7 @@ void Source::takeCc708Sample(DFRAME& descriptor) {
   std::array<std::uint8_t, kBoxHeader + kSpace> sample;
   const std::size_t held = std::min<std::size_t>(cc708Cursor_.sampleSize(), sample.size());
   if (held <= kBoxHeader ||
-      cc708Cursor_.readAt(*index_, cc708Cursor_.sampleOffset(), held, sample.data()) < 0)
+      !cc708Cursor_.readAt(*index_, cc708Cursor_.sampleOffset(), held, sample.data()).ok())
     return;
   const std::uint32_t boxSize = Mp4LoadU32(sample.data());
   if (boxSize <= kBoxHeader || boxSize > held || Mp4LoadU32(sample.data() + 4) != kPacketBox) return;

@@ -12,11 +12,12 @@ namespace fmp4 {
 
 namespace {
 
-// Positions a cursor at the first sample of its track, without loading data. Returns 0 or -1.
-int positionOnFirstChunk(FragmentIndex& index, TrackRole role, TrackCursor& cursor) {
+// Positions a cursor at the first sample of its track, without loading data.
+Result positionOnFirstChunk(FragmentIndex& index, TrackRole role, TrackCursor& cursor) {
   cursor = TrackCursor(index.track(role));
-  if (cursor.LocateFragment(index, index.nextOccupied(0), 0) < 0) return -1;
-  return cursor.advance(index) == Advance::Ready ? 0 : -1;
+  if (const Result located = cursor.LocateFragment(index, index.nextOccupied(0), 0); !located.ok())
+    return located;
+  return cursor.advance(index) == Advance::Ready ? Result() : Defect::EndOfData;
 }
 
 }  // namespace
@@ -39,10 +40,11 @@ std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags) {
   const std::string& source = fromAudio ? files.audio : files.video;
   if (const std::uint32_t result = openFile(source.c_str()); result != VL_OK) return result;
   if (const std::uint32_t result = describeTracks(manifest); result != VL_OK) return result;
-  index_.emplace(stream_, root_.get(), tracks_, nominalRate_);
+  index_.emplace(*file_, tracks_, nominalRate_);
   for (const auto& track : audioTracks_) track->countIn(*index_);
-  for (const std::uint64_t offset : segments.indexOffsets) index_->AddFragmentsAt(offset);
-  if (index_->empty() && index_->build() < 0) return VL_FAILED;
+  // Without any index that can be read, the fragments themselves are found.
+  for (const std::uint64_t offset : segments.indexOffsets) static_cast<void>(index_->AddFragmentsAt(offset));
+  if (index_->empty() && !index_->build().ok()) return VL_FAILED;
   if (const std::uint32_t result = positionReaders(); result != VL_OK) return result;
   for (const auto& track : audioTracks_) track->openDecoder();
   if (!audioOnly && files.audio != source) companionPath_ = files.audio;
@@ -57,8 +59,8 @@ std::uint32_t Source::openFile(const char* path) {
   }
   handle_ = handle;
   // The index walks what comes after the movie box.
-  root_.reset(Mp4ReadRoot(stream_, false));
-  if (!root_) {
+  file_ = Mp4ReadRoot(stream_, false);
+  if (!file_) {
     messages::reportError(messages::kNoFileRoot);
     return VL_FAILED;
   }
@@ -66,23 +68,23 @@ std::uint32_t Source::openFile(const char* path) {
 }
 
 std::uint32_t Source::positionReaders() {
-  if (hasVideo() && positionOnFirstChunk(*index_, kVideoTrack, videoCursor_) < 0) {
+  if (hasVideo() && !positionOnFirstChunk(*index_, kVideoTrack, videoCursor_).ok()) {
     messages::reportError(messages::kNoFirstVideoChunk);
     return VL_FAILED;
   }
   if (tracks_[kCc608Track].present()) {
-    if (positionOnFirstChunk(*index_, kCc608Track, cc608_.cursor) < 0) {
+    if (!positionOnFirstChunk(*index_, kCc608Track, cc608_.cursor).ok()) {
       messages::reportError(messages::kNoFirst608Chunk);
     } else {
       cc608_.ccBaseFrame = frameOfDecodeTime(*index_, cc608_.cursor);
     }
   }
-  if (tracks_[kCc708Track].present() && positionOnFirstChunk(*index_, kCc708Track, cc708Cursor_) < 0) {
+  if (tracks_[kCc708Track].present() && !positionOnFirstChunk(*index_, kCc708Track, cc708Cursor_).ok()) {
     messages::reportError(messages::kNoFirst708Chunk);
   }
   // Audio may start late or, if only declared, never: any first fragment is sufficient.
   TrackCursor audio(tracks_[kAudioTrack]);
-  if (tracks_[kAudioTrack].present() && audio.LocateFragment(*index_, index_->nextOccupied(0), 0) < 0) {
+  if (tracks_[kAudioTrack].present() && !audio.LocateFragment(*index_, index_->nextOccupied(0), 0).ok()) {
     messages::reportError(messages::kNoFirstAudioChunk);
     return VL_FAILED;
   }

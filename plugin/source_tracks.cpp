@@ -41,7 +41,7 @@ constexpr std::uint32_t reversed(std::uint32_t fourcc) {
 }  // namespace
 
 std::uint32_t Source::setUpTracks() {
-  Mp4Box* movie = Mp4BoxGet(&stream_, root_.get(), false, "moov");
+  Mp4Box* movie = Mp4BoxGet(&stream_, file_->root(), false, "moov");
   if (!movie) return VL_OK;
   const TrackDefaults defaults = readTrackDefaults(movie);
   for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
@@ -127,7 +127,7 @@ std::uint32_t Source::takeCodecConfiguration(const Mp4Box* sampleEntry) {
 std::uint32_t Source::nominalDuration(const IndexedTrack& track) {
   NominalDuration nominal(track.trex ? track.trex->defaultSampleDuration : 0);
   for (unsigned long i = 0; !nominal.converged(); ++i) {
-    const Mp4Box* moof = Mp4BoxGet(&stream_, root_.get(), false, "moof[%lu]", i);
+    const Mp4Box* moof = Mp4BoxGet(&stream_, file_->root(), false, "moof[%lu]", i);
     if (!moof) break;
     const TrackFragment fragment = readTrackFragment(moof, track.trackId);
     nominal.addFragment(fragment, SampleDefaults(fragment.tfhd, track.trex));

@@ -39,7 +39,7 @@ std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::u
   const bool jumped = frame != videoNextExpected_ || !inPlace;
   if (jumped) {
     videoNextExpected_ = frame;
-    if (SeekVideoFrame(*index_, frame, videoCursor_) < 0) return VL_FAILED;
+    if (!SeekVideoFrame(*index_, frame, videoCursor_).ok()) return VL_FAILED;
   }
   seekCaptions(frame, jumped);
   if (videoCursor_.advance(*index_) != Advance::Ready) {
@@ -73,7 +73,7 @@ std::uint32_t Source::describeSample(DFRAME& descriptor) {
   descriptor.sampleSize = cursor.sampleSize();
   descriptor.firstByte = 0;
   if (descriptor.sampleSize != 0 &&
-      cursor.readAt(*index_, cursor.sampleOffset(), 1, &descriptor.firstByte) < 0) {
+      !cursor.readAt(*index_, cursor.sampleOffset(), 1, &descriptor.firstByte).ok()) {
     cursor.clear();
     messages::reportError(messages::kNoVideoChunkForFrame);
     return VL_FAILED;
@@ -91,7 +91,7 @@ std::uint32_t Source::deliverSample(DFRAME& descriptor) {
     messages::reportError(messages::kBufferTooSmall);
     return VL_FAILED;
   }
-  if (descriptor.data && cursor.read(*index_, descriptor.data) < 0) {
+  if (descriptor.data && !cursor.read(*index_, descriptor.data).ok()) {
     descriptor.bytes = 0;
     cursor.clear();
     messages::reportError(messages::kNoVideoChunkForFrame);

@@ -13,7 +13,7 @@ struct FileTypeBox final : Mp4Payload {
   void fields(Mp4Fields& f) override {
     f.fourcc("major_brand", majorBrand);
     f.u32("minor_version", minorVersion);
-    f.entries("compatible_brands", compatibleBrands, ~std::uint64_t{0}, 4,
+    f.entries("compatible_brands", compatibleBrands, Mp4Fields::kToTheEnd, 4,
               [&f](std::uint32_t& brand) { f.fourcc("brand", brand); });
   }
 };

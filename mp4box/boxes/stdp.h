@@ -10,7 +10,7 @@ struct DegradationPriorityBox final : Mp4FullBox {
 
   void fields(Mp4Fields& f) override {
     fullBox(f);
-    f.entries("entry", priorities, ~std::uint64_t{0}, 2,
+    f.entries("entry", priorities, Mp4Fields::kToTheEnd, 2,
               [&f](std::uint16_t& value) { f.u16("priority", value); });
   }
 };

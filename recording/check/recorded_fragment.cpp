@@ -74,7 +74,7 @@ std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, st
 std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
   Mp4Box mdat;
   const std::uint64_t size = stream.size();
-  if (offset > size || !stream.seek(offset) || !Mp4ReadBoxHeader(stream, mdat)) return 0;
+  if (offset > size || !stream.seek(offset) || !Mp4ReadBoxHeader(stream, mdat).ok()) return 0;
   const bool whole =
       mdat.type == Mp4FourCc("mdat") && mdat.size >= kMediaDataHeader && mdat.size <= size - offset;
   return whole ? offset + mdat.size : 0;
@@ -91,12 +91,13 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
                                                                  const RecordedMovie& movie) {
   const std::uint64_t size = stream.size();
   Mp4Box header;
-  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header) || header.type != Mp4FourCc("moof"))
+  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header).ok() || header.type != Mp4FourCc("moof"))
     return "there is no fragment here";
   if (header.size < 8 || header.size > size - offset) return "the fragment's boxes are truncated";
-  const Mp4BoxPtr moof(Mp4ReadBox(stream, nullptr));
-  const auto* mfhd =
-      moof ? Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), Mp4FourCc("mfhd"))) : nullptr;
+  Mp4BoxPtr moof;
+  if (const Result read = Mp4ReadBox(stream, nullptr, moof); !read.ok())
+    return "the fragment cannot be read: " + std::string(defectText(read.defect()));
+  const auto* mfhd = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), Mp4FourCc("mfhd")));
   if (!mfhd) return "the fragment lacks its header";
   RecordedFragment fragment;
   fragment.start = offset;

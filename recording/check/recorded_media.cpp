@@ -21,7 +21,8 @@ using mp4::TrackKind;
 
 std::optional<SegmentIndexBox> parseIndex(const std::vector<std::uint8_t>& bytes) {
   Mp4MemoryStream memory(bytes.data(), bytes.size());
-  const Mp4BoxPtr box(Mp4ReadBox(memory, nullptr));
+  Mp4BoxPtr box;
+  if (!Mp4ReadBox(memory, nullptr, box).ok()) return std::nullopt;
   const auto* index = Mp4PayloadOf<SegmentIndexBox>(box.get());
   if (!index) return std::nullopt;
   return *index;
@@ -56,11 +57,13 @@ RecordedMedia::RecordedMedia(Mp4Stream& stream, const std::string& name, Data da
 void RecordedMedia::readInitialisation(const std::function<void(const std::string&)>& complain) {
   Mp4Box header;
   const auto startsHere = [&](std::uint64_t offset, std::uint32_t type) {
-    return stream_.seek(offset) && Mp4ReadBoxHeader(stream_, header) && header.type == type;
+    return stream_.seek(offset) && Mp4ReadBoxHeader(stream_, header).ok() && header.type == type;
   };
   if (!startsHere(0, Mp4FourCc("ftyp")) || header.size > size_)
     throw NotRecorded("does not begin with a complete file type box");
-  const Mp4BoxPtr ftyp(Mp4ReadBox(stream_, nullptr));
+  Mp4BoxPtr ftyp;
+  if (const Result read = Mp4ReadBox(stream_, nullptr, ftyp); !read.ok())
+    throw NotRecorded("has a file type box that cannot be read: " + std::string(defectText(read.defect())));
   const auto* brands = Mp4PayloadOf<mp4::FileTypeBox>(ftyp.get());
   if (!brands || brands->majorBrand != Mp4FourCc("iso5"))
     throw NotRecorded("has a file type other than that of recordings");
@@ -72,8 +75,9 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
     throw NotRecorded("has no movie box after its file type box");
   }
   if (header.size > size_ - end_) return;
-  const Mp4BoxPtr moov(Mp4ReadBox(stream_, nullptr));
-  if (!moov) throw NotRecorded("has a movie box that cannot be read");
+  Mp4BoxPtr moov;
+  if (const Result read = Mp4ReadBox(stream_, nullptr, moov); !read.ok())
+    throw NotRecorded("has a movie box that cannot be read: " + std::string(defectText(read.defect())));
   std::string reason;
   movie_ = readRecordedMovie(stream_, moov.get(), reason, complain);
   if (!movie_) throw NotRecorded("is no recording: " + reason);
@@ -87,8 +91,9 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
   while (offset < size_ && reason.empty()) {
     if (progress) progress(offset);
     Mp4Box header;
-    if (!stream_.seek(offset) || !Mp4ReadBoxHeader(stream_, header)) {
-      reason = "no box can be read here";
+    const Result found = stream_.seek(offset) ? Mp4ReadBoxHeader(stream_, header) : Defect::ReadFailed;
+    if (!found.ok()) {
+      reason = "no box can be read here: " + std::string(defectText(found.defect()));
     } else if (header.type == Mp4FourCc("sidx")) {
       reason = readIndex(offset);
       if (reason.empty()) offset = segments_.back().indexEnd;
@@ -158,9 +163,11 @@ void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchF
 // Empty, or why there is no valid index here.
 std::string RecordedMedia::readIndex(std::uint64_t offset) {
   if (!segments_.empty() && segments_.back().fragments == 0) return "one segment index follows another";
-  const Mp4BoxPtr box(stream_.seek(offset) ? Mp4ReadBox(stream_, nullptr) : nullptr);
+  Mp4BoxPtr box;
+  const Result read = stream_.seek(offset) ? Mp4ReadBox(stream_, nullptr, box) : Defect::ReadFailed;
+  if (!read.ok()) return "the segment index cannot be read: " + std::string(defectText(read.defect()));
   const auto* index = Mp4PayloadOf<SegmentIndexBox>(box.get());
-  if (!index) return "the segment index is truncated";
+  if (!index) return "there is no segment index here";
   if (segments_.empty()) {
     fragmentsPerSegment_ = static_cast<std::uint32_t>(index->references.size());
     firstIndexTime_ = index->earliestPresentationTime;

@@ -59,8 +59,8 @@ AudioTimeline::Runs AudioTimeline::load(FragmentIndex& index, std::size_t rank) 
   ReadWindow none;
   Runs runs;
   const FragmentEntry* const entry = index.entry(index.fragmentIndexAt(rank));
-  if (entry) runs.loaded = index.load(*entry, none);
-  if (runs.loaded) runs.part = readTrackFragment(runs.loaded->moof, track_.trackId);
+  if (entry && index.load(*entry, none, runs.loaded).ok())
+    runs.part = readTrackFragment(runs.loaded->moof, track_.trackId);
   return runs;
 }
 
@@ -107,18 +107,16 @@ std::optional<AudioUnit> AudioTimeline::lastBefore(FragmentIndex& index, Stop st
   return last;
 }
 
-bool AudioTimeline::find(FragmentIndex& index, std::uint64_t position, AudioUnit& unit) const {
-  const auto found = lastBefore(
+std::optional<AudioUnit> AudioTimeline::find(FragmentIndex& index, std::uint64_t position) const {
+  return lastBefore(
       index, [position](std::uint64_t, const AudioClock& clock) { return clock.position() > position; });
-  if (found) unit = *found;
-  return found.has_value();
 }
 
-bool AudioTimeline::at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const {
-  const auto found =
+std::optional<AudioUnit> AudioTimeline::at(FragmentIndex& index, std::uint64_t number) const {
+  auto found =
       lastBefore(index, [number](std::uint64_t candidate, const AudioClock&) { return candidate > number; });
-  if (found) unit = *found;
-  return found && unit.number == number;
+  if (found && found->number != number) found.reset();
+  return found;
 }
 
 }  // namespace fmp4

@@ -29,10 +29,10 @@ class AudioTimeline {
   // bytes. `start`: the clock before the first access unit.
   AudioTimeline(FragmentIndex& index, const IndexedTrack& track, std::size_t audio, const AudioClock& start);
 
-  // Finds the last access unit that starts at or before `position`. Returns false if the track has none.
-  bool find(FragmentIndex& index, std::uint64_t position, AudioUnit& unit) const;
-  // Finds the access unit with this number. Returns false past the end of the track.
-  bool at(FragmentIndex& index, std::uint64_t number, AudioUnit& unit) const;
+  // The last access unit that starts at or before `position`; nothing if the track has none.
+  [[nodiscard]] std::optional<AudioUnit> find(FragmentIndex& index, std::uint64_t position) const;
+  // The access unit with this number; nothing past the end of the track.
+  [[nodiscard]] std::optional<AudioUnit> at(FragmentIndex& index, std::uint64_t number) const;
   // Sum of the stated durations of the track, PCM frames.
   std::uint64_t length() const { return length_; }
   // Number of access units in the track.

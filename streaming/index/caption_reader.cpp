@@ -14,9 +14,9 @@ namespace {
 constexpr std::uint32_t kCdat = Mp4FourCc("cdat");
 constexpr std::size_t kBoxHeader = 8;
 
-int fail() {
+Result failSample(Result result) {
   messages::reportIndexError(messages::kNoVideoChunk);
-  return -1;
+  return result;
 }
 
 // Offset of the current sample's bytes, relative to the first byte of the current run.
@@ -29,7 +29,7 @@ std::int64_t placeInData(const TrackCursor& cursor) {
 }
 
 // Reads the current sample into the buffer, without the header of an enclosing "cdat" box.
-int takeSample(FragmentIndex& index, Cc608Reader& reader) {
+Result takeSample(FragmentIndex& index, Cc608Reader& reader) {
   TrackCursor& cursor = reader.cursor;
   reader.forget();
   std::uint64_t trackBytes = 0;
@@ -40,28 +40,29 @@ int takeSample(FragmentIndex& index, Cc608Reader& reader) {
   const std::uint64_t size = cursor.sampleSize();
   if (place < 0 || static_cast<std::uint64_t>(place) > trackBytes ||
       size > trackBytes - static_cast<std::uint64_t>(place)) {
-    return fail();
+    return failSample(Defect::SampleMissing);
   }
   const std::uint64_t offset = addSaturated(cursor.runOffset(), static_cast<std::uint64_t>(place));
   const std::uint64_t fileSize = index.stream().size();
-  if (offset > fileSize || size > fileSize - offset) return fail();
+  if (offset > fileSize || size > fileSize - offset) return failSample(Defect::SamplePastFile);
   try {
     reader.buffer.resize(std::max<std::size_t>(reader.buffer.size(), size));
   } catch (const std::bad_alloc&) {
     reader.buffer = {};
     messages::reportPlain(messages::kNoCaptionMemory);
-    return -1;
+    return Defect::OutOfMemory;
   }
-  if (cursor.readAt(index, offset, size, reader.buffer.data()) < 0) return fail();
+  if (const Result read = cursor.readAt(index, offset, size, reader.buffer.data()); !read.ok())
+    return failSample(read);
   const bool boxed = size >= kBoxHeader && Mp4LoadU32(reader.buffer.data() + 4) == kCdat;
   reader.consumed = boxed ? kBoxHeader : 0;
   reader.pending = size - reader.consumed;
-  return 0;
+  return {};
 }
 
 // Moves to the next sample: in this run, in the next run, or in the next fragment whose captions last at
-// least one frame. `start` receives its presentation time in frames. Returns 0 or -1.
-int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& start) {
+// least one frame. `start` receives its presentation time in frames.
+Result stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& start) {
   TrackCursor& cursor = reader.cursor;
   start = cursor.position + framesOf(cursor.sampleDuration(), cursor.timescale(), index.frameRate());
   cursor.next();
@@ -70,14 +71,15 @@ int stepToNextSample(FragmentIndex& index, Cc608Reader& reader, std::uint64_t& s
     const bool lastRun = cursor.trunIndex() + 1 == cursor.truns().size();
     const std::uint32_t next =
         lastRun ? index.nextCarrying(kCc608Track, cursor.fragmentIndex() + 1) : cursor.fragmentIndex();
-    if (cursor.LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex() + 1) < 0) return -1;
+    const Result loaded = cursor.LoadFragment(index, next, lastRun ? 0 : cursor.trunIndex() + 1);
+    if (!loaded.ok()) return loaded;
   }
   if (cursor.fragmentIndex() != fragment) {
     const std::uint64_t frame = frameOfDecodeTime(index, cursor);
     start = frame > reader.ccBaseFrame ? frame - reader.ccBaseFrame : 0;
   }
   cursor.position = start;
-  return 0;
+  return {};
 }
 
 }  // namespace
@@ -94,15 +96,17 @@ void Cc608Reader::forget() {
   ccFrame = kNoFrame;
 }
 
-int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader) {
-  if (seekCc608Sample(index, frame, reader.cursor) < 0 || takeSample(index, reader) < 0) return -1;
+Result SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader) {
+  if (const Result found = seekCc608Sample(index, frame, reader.cursor); !found.ok()) return found;
+  if (const Result taken = takeSample(index, reader); !taken.ok()) return taken;
   reader.ccFrame = reader.cursor.position;
   while (reader.hasPair() && reader.ccFrame < frame) reader.dropPair();
-  if (reader.hasPair()) return 0;
+  if (reader.hasPair()) return {};
   std::uint64_t start = 0;
-  if (stepToNextSample(index, reader, start) < 0 || takeSample(index, reader) < 0) return -1;
+  if (const Result stepped = stepToNextSample(index, reader, start); !stepped.ok()) return stepped;
+  if (const Result taken = takeSample(index, reader); !taken.ok()) return taken;
   reader.ccFrame = start;
-  return 0;
+  return {};
 }
 
 std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor) {

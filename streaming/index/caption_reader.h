@@ -28,8 +28,8 @@ struct Cc608Reader {
 };
 
 // Seeks to the byte pairs at `frame`. If the sample has none left for that frame, reads the next sample, and
-// ccFrame is the frame at which it starts. Returns 0, or -1 after reporting the reason.
-int SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader);
+// ccFrame is the frame at which it starts. A failure has been reported.
+[[nodiscard]] Result SeekCc608Frame(FragmentIndex& index, std::uint64_t frame, Cc608Reader& reader);
 
 // The video frame at a fragment's decode time: baseMediaDecodeTime in frames, truncated.
 std::uint64_t frameOfDecodeTime(const FragmentIndex& index, const TrackCursor& cursor);

@@ -20,9 +20,9 @@ constexpr std::uint64_t kMaxHeader = 32;
 
 }  // namespace
 
-FragmentIndex::FragmentIndex(Mp4Stream& stream, Mp4Box* root,
-                             const std::array<IndexedTrack, kTrackRoles>& tracks, FrameRate frameRate)
-    : stream_(stream), root_(root), tracks_(tracks), frameRate_(frameRate), counter_(tracks, frameRate) {}
+FragmentIndex::FragmentIndex(Mp4TopLevelReader& file, const std::array<IndexedTrack, kTrackRoles>& tracks,
+                             FrameRate frameRate)
+    : file_(file), tracks_(tracks), frameRate_(frameRate), counter_(tracks, frameRate) {}
 
 std::size_t FragmentIndex::countAudio(const IndexedTrack& track, const AudioClock& start) {
   audio_.emplace_back();
@@ -31,31 +31,36 @@ std::size_t FragmentIndex::countAudio(const IndexedTrack& track, const AudioCloc
 
 // ---- Adding fragments -------------------------------------------------------------------------------
 
-int FragmentIndex::AddFragment(const Mp4Box* moof) {
-  return orOutOfMemory([&] { return addTree(moof), 0; });
-}
-
-int FragmentIndex::AddFragmentsFromSidx(const Mp4Box* sidx) {
-  return orOutOfMemory([&] { return addReferences(sidx) ? 0 : -1; });
-}
-
-int FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
+Result FragmentIndex::AddFragment(const Mp4Box* moof) {
   return orOutOfMemory([&] {
-    if (!indexOffsets_.insert(fileOffset).second) return 0;
-    return addReferences(indexAt(fileOffset).get()) ? 0 : -1;
+    addTree(moof);
+    return Result();
   });
 }
 
-int FragmentIndex::build() {
+Result FragmentIndex::AddFragmentsFromSidx(const Mp4Box* sidx) {
+  return orOutOfMemory([&] { return addReferences(sidx); });
+}
+
+Result FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
+  return orOutOfMemory([&] {
+    if (!indexOffsets_.insert(fileOffset).second) return Result();
+    IndexBox index;
+    const Result found = indexAt(fileOffset, index);
+    return found.ok() ? addReferences(index.get()) : found;
+  });
+}
+
+Result FragmentIndex::build() {
   return orOutOfMemory([&] {
     addIndexes();
     if (empty()) addAllFragments();
-    return 0;
+    return Result();
   });
 }
 
 template <class Work>
-int FragmentIndex::orOutOfMemory(Work work) try {
+Result FragmentIndex::orOutOfMemory(Work work) try {
   return work();
 } catch (const std::bad_alloc&) {
   entries_.clear();
@@ -63,7 +68,7 @@ int FragmentIndex::orOutOfMemory(Work work) try {
   order_.clear();
   converged_ = false;
   messages::reportIndexError(messages::kNoMoofArrayMemory);
-  return -1;
+  return Defect::OutOfMemory;
 }
 
 void FragmentIndex::addTree(const Mp4Box* moof) {
@@ -93,29 +98,31 @@ void FragmentIndex::addEntry(std::uint32_t number) {
 }
 
 void FragmentIndex::addIndexes() {
-  for (const Mp4Box* box = root_->first; box; box = box->next) {
-    if (box->type == kSidx) addReferences(box);
+  // An index that cannot be read adds nothing.
+  for (const Mp4Box* box = file_.root()->first; box; box = box->next) {
+    if (box->type == kSidx) static_cast<void>(addReferences(box));
   }
   for (std::size_t i = 0;; ++i) {
     while (i == passedIndexes_.size()) {
       if (!walkOn()) return;
     }
-    addReferences(indexAt(passedIndexes_[i]).get());
+    IndexBox index;
+    if (indexAt(passedIndexes_[i], index).ok()) static_cast<void>(addReferences(index.get()));
   }
 }
 
 void FragmentIndex::addAllFragments() {
   // Without any fragment of the index, those walked over are all that have been read.
   const auto walked = static_cast<std::uint32_t>(entries_.size());
-  for (const Mp4Box* box = root_->first; box; box = box->next) {
+  for (const Mp4Box* box = file_.root()->first; box; box = box->next) {
     if (box->type == kMoof) addTree(box);
   }
   for (std::uint32_t i = 0; i < walked; ++i) addEntry(i);
 }
 
-bool FragmentIndex::addReferences(const Mp4Box* sidx) {
+Result FragmentIndex::addReferences(const Mp4Box* sidx) {
   const auto* index = Mp4PayloadOf<mp4::SegmentIndexBox>(sidx);
-  if (!index) return false;
+  if (!index) return Defect::BoxTypeUnexpected;
   walked_.add(sidx->position, sidx->end());
   std::uint64_t start = addSaturated(sidx->end(), index->firstOffset);
   for (const auto& reference : index->references) {
@@ -123,7 +130,7 @@ bool FragmentIndex::addReferences(const Mp4Box* sidx) {
     if (!addFragmentsInRange(start, end)) break;
     start = end;
   }
-  return true;
+  return {};
 }
 
 // Returns whether a box could be read at `start`.
@@ -138,7 +145,7 @@ bool FragmentIndex::addFragmentsInRange(std::uint64_t start, std::uint64_t end) 
     const std::optional<Found> found = boxAt(position);
     if (!found) return position != start;
     if (found->moof) addTree(found->moof);
-    if (found->entry != kNoEntry) addEntry(found->entry);
+    if (found->entry) addEntry(*found->entry);
     walked_.add(position, found->end);
     position = found->end;
   }
@@ -149,96 +156,108 @@ bool FragmentIndex::addFragmentsInRange(std::uint64_t start, std::uint64_t end) 
 
 bool FragmentIndex::walkOn() {
   last_.reset();
-  Mp4PassNextBox(stream_, root_, [this](Mp4Stream& stream, const Mp4Box& header) {
+  const Result passed = file_.passNext([this](Mp4Stream& stream, const Mp4Box& header) {
     Found found{header.position, header.end()};
     if (header.type == kMoof) found.entry = countFragment(stream, header);
     if (header.type == kSidx) {
-      ownIndex_ = readIndex(stream, header);
+      static_cast<void>(readIndex(stream, header, ownIndex_));
       passedIndexes_.push_back(header.position);
     }
     last_ = found;
   });
-  return last_.has_value();
+  return passed.ok();
 }
 
 void FragmentIndex::walkTo(std::uint64_t offset) {
-  const auto* top = Mp4PayloadOf<Mp4RootState>(root_);
-  while (top && top->nextOffset <= offset && walkOn()) {
+  while (file_.nextOffset() <= offset && walkOn()) {
   }
 }
 
 std::optional<FragmentIndex::Found> FragmentIndex::boxAt(std::uint64_t offset) {
   walkTo(offset);
   if (last_ && last_->start == offset) return last_;
-  if (const Mp4Box* box = Mp4BoxAt(stream_, root_, offset)) {
+  if (const Mp4Box* box = file_.boxAt(offset)) {
     return Found{offset, box->end(), box->type == kMoof ? box : nullptr};
   }
   Mp4Box header;
-  if (!readSeparately(offset, header)) return std::nullopt;
+  if (!readSeparately(offset, header).ok()) return std::nullopt;
   Found found{offset, header.end()};
-  if (header.type == kMoof) found.entry = countFragment(stream_, header);
+  if (header.type == kMoof) found.entry = countFragment(stream(), header);
   return found;
 }
 
-FragmentIndex::IndexBox FragmentIndex::indexAt(std::uint64_t offset) {
+Result FragmentIndex::indexAt(std::uint64_t offset, IndexBox& index) {
   walkTo(offset);
-  if (ownIndex_ && ownIndex_->position == offset) return {std::move(ownIndex_), nullptr};
-  if (const Mp4Box* box = Mp4BoxAt(stream_, root_, offset)) return {nullptr, box};
+  if (ownIndex_ && ownIndex_->position == offset) {
+    index.own = std::move(ownIndex_);
+    return {};
+  }
+  index.inTree = file_.boxAt(offset);
+  if (index.inTree) return {};
   Mp4Box header;
-  if (!readSeparately(offset, header) || header.type != kSidx) return {};
-  return {readIndex(stream_, header), nullptr};
+  if (const Result read = readSeparately(offset, header); !read.ok()) return read;
+  if (header.type != kSidx) return Defect::BoxTypeUnexpected;
+  return readIndex(stream(), header, index.own);
 }
 
-// The header of a box that is not at hand. Returns false if there is none, or after the bytes of all these
-// boxes add up to more than the file.
-bool FragmentIndex::readSeparately(std::uint64_t offset, Mp4Box& header) {
-  if (!stream_.seek(offset) || !Mp4ReadBoxHeader(stream_, header) || header.size == 0) return false;
-  header.father = root_;
+// The header of a box that is not at hand. Fails if there is none, or after the bytes of all these boxes add
+// up to more than the file.
+Result FragmentIndex::readSeparately(std::uint64_t offset, Mp4Box& header) {
+  const Result missing = offset < fileSize() ? Defect::ReadFailed : Defect::BoxPastFile;
+  if (!stream().seek(offset)) return missing;
+  const Result read = Mp4ReadBoxHeader(stream(), header);
+  if (!read.ok()) return read == Defect::EndOfData ? missing : read;
+  if (header.size == 0) return Defect::BoxSizeZero;
+  header.father = file_.root();
+  header.tree = &file_;
   const bool isRead = header.type == kMoof || header.type == kSidx;
   ownBytes_ = addSaturated(ownBytes_, isRead ? std::max(header.size, kMaxHeader) : kMaxHeader);
-  return ownBytes_ <= root_->size;
+  return ownBytes_ <= fileSize() ? Result() : Defect::TooManyBoxes;
 }
 
-Mp4BoxPtr FragmentIndex::readIndex(Mp4Stream& stream, const Mp4Box& header) {
-  Mp4BoxPtr box(new Mp4Box(header));
-  return Mp4ReadLeaf(stream, *box) ? std::move(box) : nullptr;
+Result FragmentIndex::readIndex(Mp4Stream& stream, const Mp4Box& header, Mp4BoxPtr& index) {
+  index.reset(new Mp4Box(header));
+  const Result read = Mp4ReadLeaf(stream, *index);
+  if (!read.ok()) index.reset();
+  return read;
 }
 
-std::uint32_t FragmentIndex::countFragment(Mp4Stream& stream, const Mp4Box& header) {
-  const std::uint64_t left = root_->size - std::min(header.position, root_->size);
+std::optional<std::uint32_t> FragmentIndex::countFragment(Mp4Stream& stream, const Mp4Box& header) {
+  const std::uint64_t left = fileSize() - std::min(header.position, fileSize());
   const std::uint64_t held = std::min(header.size, left);
   Mp4FileBytes bytes;
-  const std::uint8_t* data = bytes.get(stream, header.position, std::min(held + kMaxHeader, left));
-  const FragmentCounts* counts =
-      data && held == header.size ? counter_.countBytes({data, static_cast<std::size_t>(held)}) : nullptr;
+  const bool inMemory = bytes.fetch(stream, header.position, std::min(held + kMaxHeader, left)).ok();
+  const FragmentCounts* counts = nullptr;
+  if (inMemory && held == header.size)
+    counts = counter_.countBytes({bytes.data(), static_cast<std::size_t>(held)});
   if (!counts) {
-    Mp4BoxPtr tree;
-    if (data) {
-      Mp4MemoryStream memory(data, held, header.position);
-      tree = Mp4ReadFragmentTree(memory, header.position, root_->size);
-    } else {
-      tree = Mp4ReadFragmentTree(stream, header.position, root_->size);
-    }
-    if (!tree) return kNoEntry;
-    counts = &counter_.count(tree->first);
+    std::unique_ptr<Mp4Tree> tree;
+    Mp4MemoryStream memory(bytes.data(), inMemory ? held : 0, header.position);
+    const Result read = Mp4ReadFragmentTree(inMemory ? memory : stream, header.position, fileSize(), tree);
+    file_.note(header, read);
+    if (!read.ok()) return std::nullopt;
+    file_.noteAll(tree->defects());
+    counts = &counter_.count(tree->root()->first);
   }
-  return counts->hasHeader ? keep(header, *counts) : kNoEntry;
+  if (!counts->hasHeader) return std::nullopt;
+  return keep(header, *counts);
 }
 
 std::uint64_t FragmentIndex::mdatSize(const FragmentEntry& entry) {
   Mp4Box header;
-  return stream_.seek(entry.mdatOffset()) && Mp4ReadBoxHeader(stream_, header) ? header.size : 0;
+  return stream().seek(entry.mdatOffset()) && Mp4ReadBoxHeader(stream(), header).ok() ? header.size : 0;
 }
 
-std::shared_ptr<const LoadedFragment> FragmentIndex::load(const FragmentEntry& entry, ReadWindow& window) {
-  return loader_.load(stream_, root_->size, entry.moofOffset, entry.moofSize, window);
+Result FragmentIndex::load(const FragmentEntry& entry, ReadWindow& window,
+                           std::shared_ptr<const LoadedFragment>& fragment) {
+  return loader_.load(stream(), fileSize(), {entry.moofOffset, entry.moofSize}, window, fragment);
 }
 
 const mp4::TrackExtendsBox* FragmentIndex::trackDefaults(std::uint32_t trackId) {
   for (const IndexedTrack& track : tracks_) {
     if (track.present() && track.trackId == trackId) return track.trex;
   }
-  if (!movieDefaults_) movieDefaults_ = readTrackDefaults(Mp4BoxChild(root_, Mp4FourCc("moov")));
+  if (!movieDefaults_) movieDefaults_ = readTrackDefaults(Mp4BoxChild(file_.root(), Mp4FourCc("moov")));
   const auto found = movieDefaults_->find(trackId);
   return found != movieDefaults_->end() ? found->second : nullptr;
 }

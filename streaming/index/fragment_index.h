@@ -11,7 +11,8 @@
 #include <vector>
 
 #include "base/exact_time.h"
-#include "mp4box/box.h"
+#include "base/result.h"
+#include "mp4box/top_level_reader.h"
 #include "streaming/index/file_ranges.h"
 #include "streaming/index/fragment_counter.h"
 #include "streaming/index/fragment_loader.h"
@@ -42,10 +43,9 @@ struct FragmentEntry {
 // when a cursor enters it.
 class FragmentIndex {
  public:
-  // The caller keeps ownership of `stream` and `root`, which must outlive the index. Top-level boxes that are
-  // not in the tree yet are walked, but not added to it. `frameRate` converts caption durations to video
-  // frames.
-  FragmentIndex(Mp4Stream& stream, Mp4Box* root, const std::array<IndexedTrack, kTrackRoles>& tracks,
+  // `file` must outlive the index. Top-level boxes that are not in the tree yet are walked, but not added to
+  // it. `frameRate` converts caption durations to video frames.
+  FragmentIndex(Mp4TopLevelReader& file, const std::array<IndexedTrack, kTrackRoles>& tracks,
                 FrameRate frameRate);
 
   // Also counts the access units of an audio track, for the timeline of a clock that starts like `start`; to
@@ -53,17 +53,17 @@ class FragmentIndex {
   std::size_t countAudio(const IndexedTrack& track, const AudioClock& start);
 
   // Adds one parsed `moof`. An existing entry with the same sequence number is replaced; number 0 sets the
-  // count to 0. Returns 0, or -1 if memory is short (which empties the index).
-  int AddFragment(const Mp4Box* moof);
+  // count to 0. Fails if memory is short, which empties the index.
+  [[nodiscard]] Result AddFragment(const Mp4Box* moof);
   // Adds all fragments that start inside a reference of `sidx`. Stops without error at a reference where no
-  // box can be read. Returns 0, or -1 if `sidx` has no payload or memory is short.
-  int AddFragmentsFromSidx(const Mp4Box* sidx);
-  // Adds the fragments of the `sidx` at a file offset; does nothing for an offset given before. Returns -1 if
-  // no box can be read there.
-  int AddFragmentsAt(std::uint64_t fileOffset);
+  // box can be read. Fails if `sidx` has no payload or memory is short.
+  [[nodiscard]] Result AddFragmentsFromSidx(const Mp4Box* sidx);
+  // Adds the fragments of the `sidx` at a file offset; does nothing for an offset given before. Fails if no
+  // `sidx` can be read there or memory is short.
+  [[nodiscard]] Result AddFragmentsAt(std::uint64_t fileOffset);
   // Builds the index of a complete file from its top-level `sidx` boxes, or from its `moof` boxes if there is
-  // no `sidx` or none refers to a fragment. Returns 0 or -1.
-  int build();
+  // no `sidx` or none refers to a fragment. Fails if memory is short.
+  [[nodiscard]] Result build();
 
   // The sequence number of the last fragment added, which need not be the largest.
   std::uint32_t fragmentCount() const { return fragmentCount_; }
@@ -100,24 +100,24 @@ class FragmentIndex {
   // The size of the box directly after an entry's `moof`, whatever its type, 0 if there is none. Nothing here
   // needs it: it is read when asked for.
   std::uint64_t mdatSize(const FragmentEntry& entry);
-  // The parsed fragment of an entry, through `window` if that is open. Null if it cannot be read, throws
-  // std::bad_alloc if memory is short.
-  std::shared_ptr<const LoadedFragment> load(const FragmentEntry& entry, ReadWindow& window);
+  // Reads the fragment of an entry, through `window` if that is open. `fragment` is null after a failure.
+  // Throws std::bad_alloc if memory is short.
+  [[nodiscard]] Result load(const FragmentEntry& entry, ReadWindow& window,
+                            std::shared_ptr<const LoadedFragment>& fragment);
 
   // The defaults of any track of the movie, indexed or not; null if it has none.
   const mp4::TrackExtendsBox* trackDefaults(std::uint32_t trackId);
 
   const IndexedTrack& track(TrackRole role) const { return tracks_[role]; }
   const FrameRate& frameRate() const { return frameRate_; }
-  Mp4Stream& stream() const { return stream_; }
+  Mp4Stream& stream() const { return file_.stream(); }
   // Size of the largest video sample, bytes, limited to the size of the file, so that no buffer allocated for
   // it is larger.
   std::uint32_t largestVideoSample() const {
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(largestVideoSample_, root_->size));
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(largestVideoSample_, fileSize()));
   }
 
  private:
-  static constexpr std::uint32_t kNoEntry = 0xFFFFFFFFu;
   // Running sums are kept for every so many entries.
   static constexpr std::size_t kSumInterval = 64;
 
@@ -125,8 +125,8 @@ class FragmentIndex {
   struct Found {
     std::uint64_t start = 0;
     std::uint64_t end = 0;
-    const Mp4Box* moof = nullptr;    // a fragment in the tree
-    std::uint32_t entry = kNoEntry;  // a fragment that has been counted
+    const Mp4Box* moof = nullptr;          // a fragment in the tree
+    std::optional<std::uint32_t> entry{};  // of a fragment that has been counted
   };
   // A box of the tree, or one that is owned.
   struct IndexBox {
@@ -136,17 +136,19 @@ class FragmentIndex {
     const Mp4Box* get() const { return own ? own.get() : inTree; }
   };
 
-  // The result of `work`; if memory runs out, empties the index, reports that and returns -1.
+  std::uint64_t fileSize() const { return file_.root()->size; }
+
+  // The result of `work`; if memory runs out, empties the index and reports that.
   template <class Work>
-  int orOutOfMemory(Work work);
+  Result orOutOfMemory(Work work);
   void addTree(const Mp4Box* moof);
   void addEntry(std::uint32_t number);
   // Stores what has been counted of a fragment. Returns its place in `entries_`.
   std::uint32_t keep(const Mp4Box& moof, const FragmentCounts& counts);
   void addIndexes();
   void addAllFragments();
-  // Adds the fragments that a `sidx` refers to. Returns false if it has no payload.
-  bool addReferences(const Mp4Box* sidx);
+  // Adds the fragments that a `sidx` refers to. Fails if it has no payload.
+  Result addReferences(const Mp4Box* sidx);
   bool addFragmentsInRange(std::uint64_t start, std::uint64_t end);
 
   // Walks to the next top-level box, which `last_` then describes. Returns false at the end.
@@ -157,12 +159,12 @@ class FragmentIndex {
   // are limited to the size of the file in total, because an index or a manifest may specify arbitrary
   // offsets, and many of them.
   std::optional<Found> boxAt(std::uint64_t offset);
-  IndexBox indexAt(std::uint64_t offset);
-  bool readSeparately(std::uint64_t offset, Mp4Box& header);
-  static Mp4BoxPtr readIndex(Mp4Stream& stream, const Mp4Box& header);
-  // Reads and counts the fragment with this header. Returns its place in `entries_`, kNoEntry if it has no
-  // `mfhd`.
-  std::uint32_t countFragment(Mp4Stream& stream, const Mp4Box& header);
+  Result indexAt(std::uint64_t offset, IndexBox& index);
+  Result readSeparately(std::uint64_t offset, Mp4Box& header);
+  static Result readIndex(Mp4Stream& stream, const Mp4Box& header, Mp4BoxPtr& index);
+  // Reads and counts the fragment with this header. Returns its place in `entries_`; none if it has no `mfhd`
+  // or cannot be read.
+  std::optional<std::uint32_t> countFragment(Mp4Stream& stream, const Mp4Box& header);
 
   // Sorts the entries by sequence number and updates the sums after additions.
   void settle();
@@ -172,8 +174,7 @@ class FragmentIndex {
   std::uint64_t sumBefore(TrackRole role, std::size_t rank) const;
   std::size_t rankAtOrAfter(std::uint32_t fragmentIndex) const;
 
-  Mp4Stream& stream_;
-  Mp4Box* root_;
+  Mp4TopLevelReader& file_;
   std::array<IndexedTrack, kTrackRoles> tracks_;
   FrameRate frameRate_;
   FragmentCounter counter_;

@@ -18,57 +18,55 @@ constexpr std::size_t kKeptBytes = 1 << 20;
 // Where the content starts of the box at `offset`.
 std::uint64_t contentStart(Mp4Stream& stream, std::uint64_t offset) {
   Mp4Box header;
-  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header)) return offset;
+  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header).ok()) return offset;
   return addSaturated(offset, Mp4BoxHeaderSize(header));
 }
 
 }  // namespace
 
-std::shared_ptr<const LoadedFragment> FragmentLoader::load(Mp4Stream& file, std::uint64_t fileSize,
-                                                           std::uint64_t offset, std::uint64_t size,
-                                                           ReadWindow& window) {
-  auto place = std::find_if(kept_.begin(), kept_.end(),
-                            [offset](const Kept& kept) { return kept.fragment && kept.offset == offset; });
-  if (place == kept_.end()) {
-    auto fragment = read(file, fileSize, offset, size, window);
-    if (!fragment) return nullptr;
-    --place;
-    *place = {offset, std::move(fragment)};
+Result FragmentLoader::load(Mp4Stream& file, std::uint64_t fileSize, const Place& place, ReadWindow& window,
+                            std::shared_ptr<const LoadedFragment>& fragment) {
+  fragment.reset();
+  auto kept = std::find_if(kept_.begin(), kept_.end(), [&place](const Kept& candidate) {
+    return candidate.fragment && candidate.offset == place.offset;
+  });
+  if (kept == kept_.end()) {
+    auto loaded = std::make_shared<LoadedFragment>();
+    if (const Result result = read(file, fileSize, place, window, *loaded); !result.ok()) return result;
+    --kept;
+    *kept = {place.offset, std::move(loaded)};
   }
-  std::rotate(kept_.begin(), place, std::next(place));
-  return kept_.front().fragment;
+  std::rotate(kept_.begin(), kept, std::next(kept));
+  fragment = kept_.front().fragment;
+  return {};
 }
 
-std::shared_ptr<const LoadedFragment> FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize,
-                                                           std::uint64_t offset, std::uint64_t size,
-                                                           ReadWindow& window) {
-  if (offset >= fileSize) return nullptr;
-  auto loaded = std::make_shared<LoadedFragment>();
-  const auto parse = [&](Mp4Stream& stream) {
-    loaded->root = Mp4ReadFragmentTree(stream, offset, fileSize);
-    if (!loaded->root) return;
-    loaded->moof = loaded->root->first;
-    loaded->mediaDataStart = contentStart(stream, loaded->moof->end());
-  };
+Result FragmentLoader::parse(Mp4Stream& stream, std::uint64_t fileSize, std::uint64_t offset,
+                             LoadedFragment& loaded) {
+  const Result result = Mp4ReadFragmentTree(stream, offset, fileSize, loaded.tree);
+  if (!result.ok()) return result;
+  loaded.moof = loaded.tree->root()->first;
+  loaded.mediaDataStart = contentStart(stream, loaded.moof->end());
+  return {};
+}
+
+Result FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize, const Place& place, ReadWindow& window,
+                            LoadedFragment& loaded) {
+  if (place.offset >= fileSize) return Defect::BoxPastFile;
   // As much of it as the file contains, with the header of the next box.
-  const std::uint64_t count = std::min(addSaturated(size, kNextHeader), fileSize - offset);
-  const std::uint8_t* bytes = window.view(file, offset, count);
+  const std::uint64_t count = std::min(addSaturated(place.size, kNextHeader), fileSize - place.offset);
+  const std::uint8_t* bytes = window.view(file, place.offset, count);
   if (!bytes && count <= MP4_MAX_LEAF_BYTES) {
     bytes_.resize(static_cast<std::size_t>(count));
-    const bool whole = file.seek(offset) && file.read(bytes_.data(), static_cast<std::int64_t>(count)) ==
-                                                static_cast<std::int64_t>(count);
-    if (whole) bytes = bytes_.data();
+    const auto wanted = static_cast<std::int64_t>(count);
+    if (file.seek(place.offset) && file.read(bytes_.data(), wanted) == wanted) bytes = bytes_.data();
   }
-  if (bytes) {
-    Mp4MemoryStream memory(bytes, count, offset);
-    parse(memory);
-  } else {
-    parse(file);
-  }
+  Mp4MemoryStream memory(bytes, bytes ? count : 0, place.offset);
+  const Result parsed = parse(bytes ? memory : file, fileSize, place.offset, loaded);
   if (bytes_.size() > kKeptBytes) bytes_ = {};
-  // The file may have changed.
-  const Mp4Box* const moof = loaded->moof;
-  return moof && moof->type == Mp4FourCc("moof") && moof->size == size ? loaded : nullptr;
+  if (!parsed.ok()) return parsed == Defect::EndOfData ? Defect::FragmentChanged : parsed;
+  const bool same = loaded.moof->type == Mp4FourCc("moof") && loaded.moof->size == place.size;
+  return same ? Result() : Defect::FragmentChanged;
 }
 
 }  // namespace fmp4

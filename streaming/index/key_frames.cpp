@@ -39,25 +39,25 @@ bool keyAtOrAfter(const TrackCursor& cursor, std::uint32_t& sample) {
   return false;
 }
 
-std::uint32_t fail() {
+std::nullopt_t failSearch() {
   messages::reportIndexError(messages::kNoVideoChunk);
-  return kNoKeyFrame;
+  return std::nullopt;
 }
 
-// Moves back to the last sample of the previous run, skipping fragments without the track. Returns 1, 0 if
-// there is no previous run, -1 if a fragment fails to load.
-int stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
+// Moves back to the last sample of the previous run, skipping fragments without the track. EndOfData: there
+// is no previous run.
+Result stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
   std::uint32_t run = cursor.trunIndex();
   std::uint32_t fragment = cursor.fragmentIndex();
   for (;;) {
     while (run > 0) {
       --run;
       if (cursor.truns()[run]->sampleCount == 0) continue;
-      return cursor.LocateFragment(index, fragment, run) < 0 ? -1 : 1;
+      return cursor.LocateFragment(index, fragment, run);
     }
     fragment = index.previousOccupied(fragment);
-    if (fragment == index.fragmentCount()) return 0;
-    if (cursor.LocateFragment(index, fragment, 0) < 0) return -1;
+    if (fragment == index.fragmentCount()) return Defect::EndOfData;
+    if (const Result located = cursor.LocateFragment(index, fragment, 0); !located.ok()) return located;
     run = static_cast<std::uint32_t>(cursor.truns().size());
   }
 }
@@ -71,28 +71,30 @@ std::uint32_t SampleKeyFlag(std::uint32_t flags) {
   return flags & mp4::kNonSync ? kNotKey : kKey;
 }
 
-std::uint32_t FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
-  if (LocateVideoFrame(index, frame, cursor) < 0) return kNoKeyFrame;
+std::optional<std::uint32_t> FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame,
+                                                  TrackCursor& cursor) {
+  if (!LocateVideoFrame(index, frame, cursor).ok()) return std::nullopt;
   std::uint64_t runStart = frame - cursor.sampleIndex();  // first frame of the run
   std::uint32_t sample = cursor.sampleIndex();
   while (!keyAtOrBefore(cursor, sample)) {
-    const int step = stepToRunBefore(index, cursor);
-    if (step < 0) return fail();
-    if (step == 0) return 0;
+    const Result step = stepToRunBefore(index, cursor);
+    if (step == Defect::EndOfData) return 0;
+    if (!step.ok()) return failSearch();
     runStart -= cursor.run().sampleCount;
     sample = cursor.run().sampleCount - 1;
   }
   return static_cast<std::uint32_t>(runStart + sample);
 }
 
-std::uint32_t FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame, TrackCursor& cursor) {
-  if (LocateVideoFrame(index, frame, cursor) < 0) return kNoKeyFrame;
+std::optional<std::uint32_t> FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame,
+                                                 TrackCursor& cursor) {
+  if (!LocateVideoFrame(index, frame, cursor).ok()) return std::nullopt;
   std::uint64_t runStart = frame - cursor.sampleIndex();
   std::uint32_t sample = cursor.sampleIndex();
   while (!keyAtOrAfter(cursor, sample)) {
     runStart += cursor.run().sampleCount;
     cursor.seek(cursor.run().sampleCount);
-    if (cursor.advance(index) != Advance::Ready) return fail();
+    if (cursor.advance(index) != Advance::Ready) return failSearch();
     sample = 0;
   }
   return saturate<std::uint32_t>(runStart + sample);

@@ -6,9 +6,9 @@ namespace fmp4 {
 
 namespace {
 
-int fail(const char* text) {
+Result failSeek(const char* text, Result result) {
   messages::reportIndexError(text);
-  return -1;
+  return result;
 }
 
 // The run of a fragment that contains the target, and the sample in it.
@@ -40,27 +40,32 @@ Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf leng
 }
 
 // TrackCursor::LoadFragment or LocateFragment.
-using Load = int (TrackCursor::*)(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex);
+using Load = Result (TrackCursor::*)(FragmentIndex& index, std::uint32_t fragmentIndex,
+                                     std::uint32_t trunIndex);
 
 // Common steps: find the fragment, enter it, find the sample, load the run for what comes next.
 template <class LengthOf, class PositionIn>
-int seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, Load load, TrackCursor& cursor,
-              const char* firstFailure, const char* secondFailure, LengthOf lengthOf, PositionIn positionIn) {
+Result seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, Load load, TrackCursor& cursor,
+                 const char* firstFailure, const char* secondFailure, LengthOf lengthOf,
+                 PositionIn positionIn) {
   const FragmentIndex::Place place = index.find(role, target);
-  if (cursor.EnterFragment(index, place.fragmentIndex) < 0) return fail(firstFailure);
+  if (const Result entered = cursor.EnterFragment(index, place.fragmentIndex); !entered.ok())
+    return failSeek(firstFailure, entered);
   const Target found = findInRuns(cursor, target - place.start, lengthOf, positionIn);
-  if (!found.found || (cursor.*load)(index, place.fragmentIndex, found.trunIndex) < 0) {
+  const Result loaded =
+      found.found ? (cursor.*load)(index, place.fragmentIndex, found.trunIndex) : Defect::SampleMissing;
+  if (!loaded.ok()) {
     cursor.clear();
-    return fail(secondFailure);
+    return failSeek(secondFailure, loaded);
   }
   cursor.seek(found.sample.index);
   cursor.position = place.start + found.sample.start;
-  return 0;
+  return {};
 }
 
 // Tracks with one sample per frame.
-int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, Load load, TrackCursor& cursor,
-              const char* firstFailure) {
+Result seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, Load load, TrackCursor& cursor,
+                 const char* firstFailure) {
   return seekTrack(
       index, role, frame, load, cursor, firstFailure, messages::kNoVideoChunk,
       [](const mp4::TrackRunBox& run) { return std::uint64_t{run.sampleCount}; },
@@ -71,19 +76,19 @@ int seekFrame(FragmentIndex& index, TrackRole role, std::uint64_t frame, Load lo
 
 }  // namespace
 
-int SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+Result SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
   return seekFrame(index, kVideoTrack, frame, &TrackCursor::LoadFragment, cursor, messages::kNoVideoChunk);
 }
 
-int LocateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+Result LocateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
   return seekFrame(index, kVideoTrack, frame, &TrackCursor::LocateFragment, cursor, messages::kNoVideoChunk);
 }
 
-int SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+Result SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
   return seekFrame(index, kCc708Track, frame, &TrackCursor::LoadFragment, cursor, messages::kNoAudioChunk);
 }
 
-int SeekAudioTime(FragmentIndex& index, std::uint64_t time, TrackCursor& cursor) {
+Result SeekAudioTime(FragmentIndex& index, std::uint64_t time, TrackCursor& cursor) {
   return seekTrack(
       index, kAudioTrack, time, &TrackCursor::LoadFragment, cursor, messages::kNoAudioChunk,
       messages::kNoVideoChunk,
@@ -95,7 +100,7 @@ int SeekAudioTime(FragmentIndex& index, std::uint64_t time, TrackCursor& cursor)
       });
 }
 
-int seekCc608Sample(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+Result seekCc608Sample(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
   const FrameRate& rate = index.frameRate();
   return seekTrack(
       index, kCc608Track, frame, &TrackCursor::LoadFragment, cursor, messages::kNoCaptionChunk,

@@ -13,48 +13,48 @@ void TrackCursor::clear() {
   window_.close();
 }
 
-int TrackCursor::fail(const char* text) {
+Result TrackCursor::fail(const char* text, Result result) {
   messages::reportPlain(text);
   clear();
-  return -1;
+  return result;
 }
 
-const FragmentEntry* TrackCursor::entryAt(FragmentIndex& index, std::uint32_t fragmentIndex) {
-  const char* failure = messages::kMoofIndexBeyondEnd;
-  if (fragmentIndex < index.fragmentCount()) {
-    if (const FragmentEntry* entry = index.entry(fragmentIndex)) return entry;
-    failure = index.empty() ? messages::kNoMoofArray : messages::kNoMoofBox;
-  }
-  fail(failure);
-  return nullptr;
+Result TrackCursor::entryAt(FragmentIndex& index, std::uint32_t fragmentIndex, const FragmentEntry*& entry) {
+  if (fragmentIndex >= index.fragmentCount()) return fail(messages::kMoofIndexBeyondEnd, Defect::EndOfData);
+  entry = index.entry(fragmentIndex);
+  if (entry) return {};
+  return fail(index.empty() ? messages::kNoMoofArray : messages::kNoMoofBox, Defect::FragmentMissing);
 }
 
-int TrackCursor::LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex) {
-  if (loaded() && fragmentIndex_ == fragmentIndex && trunIndex_ == trunIndex) return 0;
-  const FragmentEntry* const entry = entryAt(index, fragmentIndex);
-  if (!entry) return -1;
-  if (!window_.open()) return fail(messages::kNoSampleMemory);
+Result TrackCursor::LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex) {
+  if (loaded() && fragmentIndex_ == fragmentIndex && trunIndex_ == trunIndex) return {};
+  const FragmentEntry* entry = nullptr;
+  if (const Result found = entryAt(index, fragmentIndex, entry); !found.ok()) return found;
+  if (!window_.open()) return fail(messages::kNoSampleMemory, Defect::OutOfMemory);
   return enter(index, *entry, trunIndex);
 }
 
-int TrackCursor::LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex) {
+Result TrackCursor::LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
+                                   std::uint32_t trunIndex) {
   window_.close();
-  const FragmentEntry* const entry = entryAt(index, fragmentIndex);
-  return entry ? enter(index, *entry, trunIndex) : -1;
+  const FragmentEntry* entry = nullptr;
+  const Result found = entryAt(index, fragmentIndex, entry);
+  return found.ok() ? enter(index, *entry, trunIndex) : found;
 }
 
-int TrackCursor::EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex) {
-  const FragmentEntry* const entry = entryAt(index, fragmentIndex);
-  return entry ? enter(index, *entry, 0) : -1;
+Result TrackCursor::EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex) {
+  const FragmentEntry* entry = nullptr;
+  const Result found = entryAt(index, fragmentIndex, entry);
+  return found.ok() ? enter(index, *entry, 0) : found;
 }
 
-int TrackCursor::enter(FragmentIndex& index, const FragmentEntry& entry, std::uint32_t trunIndex) {
+Result TrackCursor::enter(FragmentIndex& index, const FragmentEntry& entry, std::uint32_t trunIndex) {
   const std::uint32_t fragmentIndex = entry.sequenceNumber - 1;
   if (!fragment_ || fragmentIndex_ != fragmentIndex || truns().empty()) {
     // Keep nothing of the previous fragment in case memory runs out here.
     part_ = {};
-    fragment_ = index.load(entry, window_);
-    if (!fragment_) return fail(messages::kNoMoofBox);
+    if (const Result loaded = index.load(entry, window_, fragment_); !loaded.ok())
+      return fail(messages::kNoMoofBox, loaded);
     TrackFragment part = readTrackFragment(fragment_->moof, track_.trackId);
     defaults_ = SampleDefaults(part.tfhd, track_.trex);
     runOffsets_ = placeRuns(index, *fragment_, part, defaults_);
@@ -64,7 +64,7 @@ int TrackCursor::enter(FragmentIndex& index, const FragmentEntry& entry, std::ui
   trunIndex_ = trunIndex;
   sampleIndex_ = 0;
   bytesBefore_ = 0;
-  return 0;
+  return {};
 }
 
 void TrackCursor::seek(std::uint32_t sample) {
@@ -81,21 +81,21 @@ Advance TrackCursor::advance(FragmentIndex& index) {
   const auto load = window_.isOpen() ? &TrackCursor::LoadFragment : &TrackCursor::LocateFragment;
   while (truns().empty() || atRunEnd()) {
     if (trunIndex_ + 1 < truns().size()) {
-      if ((this->*load)(index, fragmentIndex_, trunIndex_ + 1) < 0) return Advance::NoRun;
+      if (!(this->*load)(index, fragmentIndex_, trunIndex_ + 1).ok()) return Advance::NoRun;
       continue;
     }
-    if ((this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0) < 0) return Advance::NoFragment;
+    if (!(this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0).ok()) return Advance::NoFragment;
   }
   return Advance::Ready;
 }
 
-int TrackCursor::read(FragmentIndex& index, std::uint8_t* destination) {
+Result TrackCursor::read(FragmentIndex& index, std::uint8_t* destination) {
   return readAt(index, sampleOffset(), sampleSize(), destination);
 }
 
-int TrackCursor::readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count,
-                        std::uint8_t* destination) {
-  return window_.read(index.stream(), offset, count, destination) ? 0 : -1;
+Result TrackCursor::readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count,
+                           std::uint8_t* destination) {
+  return window_.read(index.stream(), offset, count, destination) ? Result() : Defect::SamplePastFile;
 }
 
 }  // namespace fmp4

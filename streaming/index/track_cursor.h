@@ -21,14 +21,16 @@ class TrackCursor {
   explicit TrackCursor(const IndexedTrack& track) : track_(track) {}
 
   // Each loads the runs of a fragment and moves to the first sample of run `trunIndex`. A fragment without
-  // the track loads with no runs. Returns 0, or -1 with the cursor cleared after reporting the reason.
+  // the track loads with no runs. A failure clears the cursor, after reporting the reason.
   //
   // For reading samples: allocates a data window. Does nothing if the run is already loaded with one.
-  int LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex);
+  [[nodiscard]] Result LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
+                                    std::uint32_t trunIndex);
   // For looking at samples without reading them: frees the data window.
-  int LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex, std::uint32_t trunIndex);
+  [[nodiscard]] Result LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
+                                      std::uint32_t trunIndex);
   // For looking at samples before one of the above: keeps the data window, if there is one.
-  int EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex);
+  [[nodiscard]] Result EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex);
 
   // Whether a fragment is loaded with its data window.
   bool loaded() const { return moof() && tfhd() && window_.isOpen() && !truns().empty(); }
@@ -68,23 +70,24 @@ class TrackCursor {
   // If the cursor is past the last sample of its run, moves it to the next run with samples: of this
   // fragment, or of the next one with the track. A data window stays. NoRun: a run of the same fragment
   // failed to load; NoFragment: no further fragment contains the track.
-  Advance advance(FragmentIndex& index);
+  [[nodiscard]] Advance advance(FragmentIndex& index);
 
-  // Copies the bytes of the current sample to `destination` (sampleSize() bytes) without advancing. Returns
-  // 0, or -1 if the file does not contain all of them.
-  int read(FragmentIndex& index, std::uint8_t* destination);
-  // Copies `count` bytes from a file offset through the cursor's window. Returns 0 or -1.
-  int readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count, std::uint8_t* destination);
+  // Copies the bytes of the current sample to `destination` (sampleSize() bytes) without advancing. Fails
+  // if the file does not contain all of them.
+  [[nodiscard]] Result read(FragmentIndex& index, std::uint8_t* destination);
+  // Copies `count` bytes from a file offset through the cursor's window. Fails likewise.
+  [[nodiscard]] Result readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count,
+                              std::uint8_t* destination);
 
   // Position of the current sample in the track, kept by whoever seeks: frames for video and CEA-708, ticks
   // for audio, the sample's first frame for CEA-608.
   std::uint64_t position = 0;
 
  private:
-  // The entry of a fragment; null, with the cursor cleared, after reporting that there is none.
-  const FragmentEntry* entryAt(FragmentIndex& index, std::uint32_t fragmentIndex);
-  int enter(FragmentIndex& index, const FragmentEntry& entry, std::uint32_t trunIndex);
-  int fail(const char* text);
+  // Finds the entry of a fragment. A failure clears the cursor, after reporting that there is none.
+  Result entryAt(FragmentIndex& index, std::uint32_t fragmentIndex, const FragmentEntry*& entry);
+  Result enter(FragmentIndex& index, const FragmentEntry& entry, std::uint32_t trunIndex);
+  Result fail(const char* text, Result result);
 
   IndexedTrack track_;
   std::shared_ptr<const LoadedFragment> fragment_;

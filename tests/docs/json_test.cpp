@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "base/defect.h"
 #include "tests/docs/document.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
@@ -91,7 +92,8 @@ TEST(JsonDocument, NamesTheKeysOfFramesAndBoxes) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   writeFile(file, join({fileTypeBox(), movieBox({videoTrack()}), box("uuid", {zeros(16)}),
-                        fragment(1, {TrafSpec{.runs = {RunSpec{.samples = {sampleOf(5, 1)}}}}})}));
+                        fragment(1, {TrafSpec{.runs = {RunSpec{.samples = {sampleOf(5, 1)}}}}}),
+                        zeros(3)}));  // less than a header, a defect
   expectDocumented("fmp4 frames --json FILE", printedBy({"frames", "--json", file}));
   expectDocumented("fmp4 boxes --json FILE", printedBy({"boxes", "--json", file}));
 }
@@ -106,6 +108,20 @@ TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
   std::filesystem::resize_file(media, std::filesystem::file_size(media) - 1);
   expectDocumented("fmp4 verify --json NAME", printedBy({"verify", "--json", media.string()}));
   expectDocumented("/recordings.json", json::parse(recordingsJson(listRecordings(folder.path()))));
+}
+
+TEST(JsonDocument, NamesEveryDefectWithItsText) {
+  std::map<std::string, std::string> listed;
+  for (const std::string& line : linesOfFile(kTree / "docs/json.md")) {
+    const std::vector<std::string> cells = cellsOf(line);
+    if (cells.size() == 2 && !codeIn(cells[0]).empty()) listed[codeIn(cells[0])] = cells[1];
+  }
+  std::map<std::string, std::string> expected;
+  for (auto i = static_cast<int>(Defect::None) + 1; i <= static_cast<int>(Defect::EndOfData); ++i) {
+    const auto defect = static_cast<Defect>(i);
+    expected[std::string(defectCode(defect))] = defectText(defect);
+  }
+  EXPECT_EQ(listed, expected);
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ class Path : public testing::Test {
   Mp4Box* from(Mp4Box* box, const char* path) { return Mp4BoxGet(&file_.stream, box, false, "%s", path); }
 
   TreeFile file_{movieFile()};
-  Mp4BoxPtr root_ = file_.root();
+  FileTree root_ = file_.root();
 };
 
 TEST_F(Path, FindsBoxesByType) {
@@ -123,7 +123,7 @@ TEST(ChildLookup, RanksInAnyOrder) {
     runs.insert(runs.end(), pair.begin(), pair.end());
   }
   TreeFile file(box("moof", {box("traf", {runs})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   Mp4Box* traf = Mp4BoxGet(nullptr, root.get(), true, "moof/traf");
   const auto position = [&](const char(&type)[5], std::uint32_t index) -> std::uint64_t {
     const Mp4Box* found = Mp4BoxChild(traf, Mp4FourCc(type), index);
@@ -141,7 +141,7 @@ TEST(ChildLookup, RanksInAnyOrder) {
 TEST(ChildLookup, WalksAHundredThousandChildrenByRank) {
   constexpr std::uint32_t kRuns = 100000;
   TreeFile file(box("moof", {box("traf", {repeat(box("trun"), kRuns)})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   Mp4Box* traf = Mp4BoxGet(nullptr, root.get(), true, "moof/traf");
   std::uint32_t count = 0;
   while (const Mp4Box* run = Mp4BoxGet(nullptr, traf, true, "trun[%lu]", static_cast<unsigned long>(count))) {
@@ -155,7 +155,7 @@ TEST(ChildLookup, WalksAHundredThousandChildrenByRank) {
 
 TEST(OnDemand, LookupReadsExactlyUpToTheBoxAskedFor) {
   TreeFile file(fragmentedFile(3000));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   EXPECT_EQ(childCount(*root), 2u);
 
   file.stream.reads = 0;
@@ -177,7 +177,7 @@ TEST(OnDemand, LookupReadsExactlyUpToTheBoxAskedFor) {
 TEST(OnDemand, WalksTheWholeFileOneBoxAtATime) {
   constexpr std::uint32_t kFragments = 3000;
   TreeFile file(fragmentedFile(kFragments));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   file.stream.reads = 0;
   std::uint32_t count = 0;
   while (const Mp4Box* moof =
@@ -194,7 +194,7 @@ TEST(OnDemand, WalksTheWholeFileOneBoxAtATime) {
 
 TEST(OnDemand, NothingMoreToReadLeavesTheTreeAsItIs) {
   TreeFile file(fragmentedFile(2));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "sidx"), nullptr);
   const Mp4Box* last = root->last;
   ASSERT_NE(last, nullptr);
@@ -212,18 +212,20 @@ TEST(OnDemand, NothingMoreToReadLeavesTheTreeAsItIs) {
 
 TEST(OnDemand, TheLastBoxOfAFileIsFound) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox()}), moofBox(1)}));
-  const Mp4BoxPtr root = file.root(false);
-  EXPECT_FALSE(Mp4ReadNextBox(file.stream, root.get()));
+  const FileTree root = file.root(false);
+  EXPECT_TRUE(Mp4ReadNextBox(root.get()).ok());
+  EXPECT_EQ(Mp4ReadNextBox(root.get()), Defect::EndOfData);
+  EXPECT_EQ(Mp4ReadNextBox(root->first), Defect::EndOfData);
   EXPECT_NE(Mp4BoxGet(&file.stream, root.get(), false, "moof"), nullptr);
 
-  const Mp4BoxPtr other = file.root(false);
+  const FileTree other = file.root(false);
   EXPECT_NE(Mp4BoxGet(&file.stream, other.get(), false, "moof"), nullptr);
   EXPECT_EQ(Mp4BoxGet(&file.stream, other.get(), false, "moof[1]"), nullptr);
 }
 
 TEST(OnDemand, ATailThatIsNotABoxEndsTheFile) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox()}), moofBox(1), u32(0), text("mdat"), zeros(50)}));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "mdat"), nullptr);
   EXPECT_EQ(childrenOf(*root), "ftyp moov(mvhd) moof(mfhd traf(tfhd trun free))");
   EXPECT_EQ(root->last->type, Mp4FourCc("moof"));
@@ -235,7 +237,7 @@ TEST(OnDemand, ATailThatIsNotABoxEndsTheFile) {
 TEST(OnDemand, ReadsOnlyForFragmentsMediaDataAndIndices) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox()}), box("free", {zeros(4)}), moofBox(1), box("mdat"),
                       box("sidx", {zeros(24)}), box("skip")}));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "free"), nullptr);
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "skip"), nullptr);
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "[2]"), nullptr);
@@ -250,7 +252,7 @@ TEST(OnDemand, ReadsOnlyForFragmentsMediaDataAndIndices) {
 
 TEST(OnDemand, OnlyTheRootGrows) {
   TreeFile file(fragmentedFile(2));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   file.stream.reads = 0;
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "moov/moof"), nullptr);
   EXPECT_EQ(file.stream.reads, 0);
@@ -259,7 +261,7 @@ TEST(OnDemand, OnlyTheRootGrows) {
 
 TEST(OnDemand, ReadsNothingWhenForbidden) {
   TreeFile file(fragmentedFile(2));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   file.stream.reads = 0;
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), true, "moof"), nullptr);
   EXPECT_EQ(Mp4BoxGet(nullptr, root.get(), false, "moof"), nullptr);
@@ -271,7 +273,7 @@ TEST(OnDemand, ReadsNothingWhenForbidden) {
 
 TEST(OnDemand, SeeksInBetweenDoNotMatter) {
   TreeFile file(fragmentedFile(4));
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   for (unsigned long i = 0; i < 4; ++i) {
     file.stream.seek(i * 37);
     const Mp4Box* moof = Mp4BoxGet(&file.stream, root.get(), false, "moof[%lu]", i);
@@ -296,23 +298,23 @@ TEST(OnDemand, ContinuesPastFourGibibytes) {
   ASSERT_TRUE(stream.seek(media + kMediaBytes));
   ASSERT_EQ(stream.write(fragment.data(), 72), 72);
 
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, false));
+  const FileTree root(stream, false);
   EXPECT_EQ(root->size, media + kMediaBytes + 72);
   const Mp4Box* moof = Mp4BoxGet(&stream, root.get(), false, "moof");
   ASSERT_NE(moof, nullptr);
   EXPECT_EQ(moof->position, media + kMediaBytes);
   EXPECT_EQ(childrenOf(*moof), "mfhd traf(tfhd trun free)");
-  EXPECT_EQ(Mp4BoxAt(stream, root.get(), media)->size, kMediaBytes);
+  EXPECT_EQ(root.reader().boxAt(media)->size, kMediaBytes);
 }
 
 // ---- By file offset ---------------------------------------------------------------------------------
 
 TEST(BoxAt, ReadsTheTopLevelAsFarAsTheOffset) {
   TreeFile file(fragmentedFile(100));
-  const Mp4BoxPtr root = file.root(false);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), 0), root->first);
+  const FileTree root = file.root(false);
+  EXPECT_EQ(root.reader().boxAt(0), root->first);
   EXPECT_EQ(childCount(*root), 2u);
-  const Mp4Box* moof = Mp4BoxAt(file.stream, root.get(), kFirstFragment + 3 * kFragment);
+  const Mp4Box* moof = root.reader().boxAt(kFirstFragment + 3 * kFragment);
   ASSERT_NE(moof, nullptr);
   EXPECT_EQ(moof, root->last);
   EXPECT_EQ(childCount(*root), 9u);
@@ -320,38 +322,35 @@ TEST(BoxAt, ReadsTheTopLevelAsFarAsTheOffset) {
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "moof[3]"), moof);
   const Mp4Box* fifth = Mp4BoxGet(&file.stream, root.get(), false, "moof[4]");
   file.stream.reads = 0;
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), kFirstFragment + 4 * kFragment), fifth);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), kFirstFragment + 3 * kFragment), moof);
+  EXPECT_EQ(root.reader().boxAt(kFirstFragment + 4 * kFragment), fifth);
+  EXPECT_EQ(root.reader().boxAt(kFirstFragment + 3 * kFragment), moof);
   EXPECT_EQ(file.stream.reads, 0);
 }
 
 TEST(BoxAt, NothingStartsInsideABoxOrPastTheEnd) {
   TreeFile file(fragmentedFile(3));
-  const Mp4BoxPtr root = file.root(false);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), 1), nullptr);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), kFirstFragment + 8), nullptr);
+  const FileTree root = file.root(false);
+  EXPECT_EQ(root.reader().boxAt(1), nullptr);
+  EXPECT_EQ(root.reader().boxAt(kFirstFragment + 8), nullptr);
   EXPECT_EQ(childCount(*root), 3u);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), kFirstFragment + 3 * kFragment), nullptr);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), ~std::uint64_t{0}), nullptr);
+  EXPECT_EQ(root.reader().boxAt(kFirstFragment + 3 * kFragment), nullptr);
+  EXPECT_EQ(root.reader().boxAt(~std::uint64_t{0}), nullptr);
   EXPECT_EQ(childCount(*root), 8u);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), 16)->type, Mp4FourCc("moov"));
-  EXPECT_EQ(Mp4BoxAt(file.stream, root->first, 0), nullptr);
-  EXPECT_EQ(Mp4BoxAt(file.stream, nullptr, 0), nullptr);
+  EXPECT_EQ(root.reader().boxAt(16)->type, Mp4FourCc("moov"));
 }
 
 TEST(BoxAt, EmptyFileHasNone) {
   TreeFile file(Bytes{});
-  const Mp4BoxPtr root = file.root(false);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), 0), nullptr);
+  const FileTree root = file.root(false);
+  EXPECT_EQ(root.reader().boxAt(0), nullptr);
 }
 
 TEST(BoxAt, WalksForwardOverAHundredThousandBoxes) {
   constexpr std::uint32_t kBoxes = 100000;
   TreeFile file(repeat(box("mdat"), kBoxes));
-  const Mp4BoxPtr root = file.root(false);
-  for (std::uint32_t i = 0; i < kBoxes; ++i)
-    ASSERT_NE(Mp4BoxAt(file.stream, root.get(), std::uint64_t{8} * i), nullptr);
-  EXPECT_EQ(Mp4BoxAt(file.stream, root.get(), std::uint64_t{8} * kBoxes), nullptr);
+  const FileTree root = file.root(false);
+  for (std::uint32_t i = 0; i < kBoxes; ++i) ASSERT_NE(root.reader().boxAt(std::uint64_t{8} * i), nullptr);
+  EXPECT_EQ(root.reader().boxAt(std::uint64_t{8} * kBoxes), nullptr);
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ class Rewriter {
  public:
   explicit Rewriter(const Bytes& file) : file_(file) {
     Mp4MemoryStream stream(file_.data(), file_.size());
-    const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+    const FileTree root(stream, true);
     for (Mp4Box* box = root->first; box; box = box->next) visit(*box);
     EXPECT_EQ(root->last->end(), file_.size());
   }
@@ -161,7 +161,7 @@ void takeSamples(const Bytes& file, Mp4Box* root, std::uint32_t trackId, std::ui
 
 Presentation presentationOf(const Bytes& source) {
   Mp4MemoryStream stream(source.data(), source.size());
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const FileTree root(stream, true);
   Mp4Box* moov = Mp4BoxChild(root.get(), Mp4FourCc("moov"));
   Presentation p;
 
@@ -271,7 +271,7 @@ TEST_F(WrittenFile, ReadsBackAndIsRewrittenByteForByte) {
                             "dref", "url ", "stsd", "avc1", "avcC", "mp4a", "esds", "stts",
                             "stsc", "stsz", "stco", "sidx", "mfhd", "tfhd", "tfdt", "trun"}));
   Mp4MemoryStream stream(file.data(), file.size());
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const FileTree root(stream, true);
   EXPECT_EQ(
       childrenOf(*root),
       "ftyp "

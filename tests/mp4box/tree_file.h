@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
-#include "mp4box/box.h"
 #include "mp4box/stream.h"
 #include "tests/support/box_builder.h"
+#include "tests/support/file_tree.h"
 #include "tests/support/temp_folder.h"
 
 namespace fmp4 {
@@ -31,7 +31,7 @@ class TreeFile {
     stream.open(path().c_str(), MP4_MODE_READ);
   }
   std::string path() const { return folder_.file("boxes"); }
-  Mp4BoxPtr root(bool readAll = true) { return Mp4BoxPtr(Mp4ReadRoot(stream, readAll)); }
+  FileTree root(bool readAll = true) { return FileTree(stream, readAll); }
 
  private:
   TempFolder folder_;

@@ -44,7 +44,7 @@ TEST(ReadRoot, StopsAfterTheFirstMovieBox) {
   const Bytes bytes = join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})}), moofBox(1),
                             box("mdat", {zeros(10)}), box("moov", {mvhdBox()})});
   TreeFile file(bytes);
-  const Mp4BoxPtr root = file.root(false);
+  const FileTree root = file.root(false);
   EXPECT_EQ(childrenOf(*root), "ftyp moov(mvhd trak(tkhd))");
   EXPECT_EQ(root->type, Mp4FourCc("root"));
   EXPECT_EQ(root->shortsize, 1u);
@@ -66,8 +66,7 @@ TEST(ReadRoot, WithoutAMovieBoxReadsAllOfTheTopLevel) {
 
 TEST(ReadRoot, OfAnEmptyFileHasNoChildren) {
   TreeFile file(Bytes{});
-  const Mp4BoxPtr root = file.root();
-  ASSERT_NE(root, nullptr);
+  const FileTree root = file.root();
   EXPECT_EQ(root->size, 0u);
   EXPECT_EQ(root->first, nullptr);
   EXPECT_EQ(root->last, nullptr);
@@ -76,16 +75,15 @@ TEST(ReadRoot, OfAnEmptyFileHasNoChildren) {
 TEST(ReadRoot, OfAClosedStreamHasNoChildren) {
   vlSetLogSink([](void*, std::uint32_t, const char*) {}, nullptr);
   Mp4Stream stream;
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const FileTree root(stream, true);
   vlSetLogSink(nullptr, nullptr);
-  ASSERT_NE(root, nullptr);
   EXPECT_EQ(root->size, 0u);
   EXPECT_EQ(root->first, nullptr);
 }
 
 TEST(ReadRoot, BoxesKnowTheirOffsetParentAndSiblings) {
   TreeFile file(join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   const Mp4Box* ftyp = root->first;
   const Mp4Box* moov = ftyp->next;
   EXPECT_EQ(root->last, moov);
@@ -112,8 +110,8 @@ TEST(ReadRoot, FromTheBufferedStreamGivesTheSameTree) {
   plain->open(file.path().c_str(), MP4_MODE_READ);
   Mp4BufferedStream buffered(std::move(plain));
   for (const bool readAll : {false, true}) {
-    const Mp4BoxPtr root = file.root(readAll);
-    const Mp4BoxPtr same(Mp4ReadRoot(buffered, readAll));
+    const FileTree root = file.root(readAll);
+    const FileTree same(buffered, readAll);
     for (unsigned long i = 0; i < 5; ++i) {
       const Mp4Box* moof = Mp4BoxGet(&file.stream, root.get(), false, "moof[%lu]", i);
       const Mp4Box* sameMoof = Mp4BoxGet(&buffered, same.get(), false, "moof[%lu]", i);
@@ -131,7 +129,7 @@ TEST(ReadRoot, FromTheBufferedStreamGivesTheSameTree) {
 TEST(ReadRoot, FromMemoryGivesTheSameTree) {
   const Bytes bytes = join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})}), moofBox(1)});
   Mp4MemoryStream memory(bytes.data(), bytes.size());
-  const Mp4BoxPtr root(Mp4ReadRoot(memory, true));
+  const FileTree root(memory, true);
   EXPECT_EQ(root->size, bytes.size());
   EXPECT_EQ(childrenOf(*root), treeOf(bytes));
 }
@@ -148,7 +146,7 @@ TEST(ReadRoot, TakesFewHostReads) {
 // ---- Headers ----------------------------------------------------------------------------------------
 
 struct Header {
-  bool read = false;
+  Result read;
   Mp4Box box;
 };
 
@@ -162,7 +160,7 @@ Header headerOf(const Bytes& bytes, std::uint64_t base = 0) {
 
 TEST(BoxHeader, Of32BitSize) {
   const Header header = headerOf(box("mdat", {zeros(100)}), 1000);
-  ASSERT_TRUE(header.read);
+  ASSERT_TRUE(header.read.ok());
   EXPECT_EQ(header.box.position, 1000u);
   EXPECT_EQ(header.box.type, 0x6D646174u);
   EXPECT_EQ(header.box.shortsize, 108u);
@@ -172,7 +170,7 @@ TEST(BoxHeader, Of32BitSize) {
 
 TEST(BoxHeader, Of64BitSize) {
   const Header header = headerOf(largeBoxOfSize(0x123456789A, "mdat"));
-  ASSERT_TRUE(header.read);
+  ASSERT_TRUE(header.read.ok());
   EXPECT_EQ(header.box.shortsize, 1u);
   EXPECT_EQ(header.box.size, 0x123456789Au);
   EXPECT_EQ(Mp4BoxHeaderSize(header.box), 16u);
@@ -181,12 +179,12 @@ TEST(BoxHeader, Of64BitSize) {
 TEST(BoxHeader, OfExtendedType) {
   const Bytes id = text("0123456789abcdef");
   const Header small = headerOf(box("uuid", {id, zeros(3)}));
-  ASSERT_TRUE(small.read);
+  ASSERT_TRUE(small.read.ok());
   EXPECT_EQ(Bytes(std::begin(small.box.uuid), std::end(small.box.uuid)), id);
   EXPECT_EQ(Mp4BoxHeaderSize(small.box), 24u);
 
   const Header large = headerOf(largeBox("uuid", {id, zeros(3)}));
-  ASSERT_TRUE(large.read);
+  ASSERT_TRUE(large.read.ok());
   EXPECT_EQ(Bytes(std::begin(large.box.uuid), std::end(large.box.uuid)), id);
   EXPECT_EQ(large.box.size, 35u);
   EXPECT_EQ(Mp4BoxHeaderSize(large.box), 32u);
@@ -198,36 +196,37 @@ TEST(BoxHeader, OfAnyOtherTypeHasNoExtendedType) {
 }
 
 TEST(BoxHeader, NeedsEightBytes) {
-  EXPECT_FALSE(headerOf(Bytes{}).read);
-  EXPECT_FALSE(headerOf({0, 0, 0, 8, 'm', 'd', 'a'}).read);
-  EXPECT_TRUE(headerOf(box("mdat")).read);
+  EXPECT_EQ(headerOf(Bytes{}).read, Defect::EndOfData);
+  EXPECT_EQ(headerOf({0, 0, 0, 8, 'm', 'd', 'a'}).read, Defect::BoxHeaderTruncated);
+  EXPECT_TRUE(headerOf(box("mdat")).read.ok());
 }
 
 TEST(BoxHeader, KeepsASizeOfZero) {
   const Header zero = headerOf(boxOfSize(0, "mdat"));
-  EXPECT_TRUE(zero.read);
+  EXPECT_TRUE(zero.read.ok());
   EXPECT_EQ(zero.box.size, 0u);
   // So does one whose 64-bit size is incomplete.
   const Header cut = headerOf(boxOfSize(1, "mdat", {u32(0), u24(1)}));
-  EXPECT_TRUE(cut.read);
+  EXPECT_TRUE(cut.read.ok());
   EXPECT_EQ(cut.box.size, 0u);
 }
 
 TEST(BoxHeader, FailsForASizeBelowItsOwn) {
-  for (const std::uint32_t size : {2u, 7u}) EXPECT_FALSE(headerOf(boxOfSize(size, "mdat")).read) << size;
-  EXPECT_FALSE(headerOf(largeBoxOfSize(15, "mdat")).read);
-  EXPECT_TRUE(headerOf(largeBoxOfSize(16, "mdat")).read);
-  EXPECT_FALSE(headerOf(boxOfSize(23, "uuid", {zeros(16)})).read);
-  EXPECT_TRUE(headerOf(boxOfSize(24, "uuid", {zeros(16)})).read);
-  EXPECT_FALSE(headerOf(largeBoxOfSize(31, "uuid", {zeros(16)})).read);
+  for (const std::uint32_t size : {2u, 7u})
+    EXPECT_EQ(headerOf(boxOfSize(size, "mdat")).read, Defect::BoxSizeBelowHeader) << size;
+  EXPECT_EQ(headerOf(largeBoxOfSize(15, "mdat")).read, Defect::BoxSizeBelowHeader);
+  EXPECT_TRUE(headerOf(largeBoxOfSize(16, "mdat")).read.ok());
+  EXPECT_EQ(headerOf(boxOfSize(23, "uuid", {zeros(16)})).read, Defect::BoxSizeBelowHeader);
+  EXPECT_TRUE(headerOf(boxOfSize(24, "uuid", {zeros(16)})).read.ok());
+  EXPECT_EQ(headerOf(largeBoxOfSize(31, "uuid", {zeros(16)})).read, Defect::BoxSizeBelowHeader);
 }
 
 TEST(BoxHeader, FailsForAnEndThat64BitsDoNotHold) {
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
-  EXPECT_TRUE(headerOf(largeBoxOfSize(kMost, "mdat")).read);
-  EXPECT_TRUE(headerOf(largeBoxOfSize(kMost - 100, "mdat"), 100).read);
-  EXPECT_FALSE(headerOf(largeBoxOfSize(kMost - 99, "mdat"), 100).read);
-  EXPECT_FALSE(headerOf(largeBoxOfSize(kMost, "mdat"), 100).read);
+  EXPECT_TRUE(headerOf(largeBoxOfSize(kMost, "mdat")).read.ok());
+  EXPECT_TRUE(headerOf(largeBoxOfSize(kMost - 100, "mdat"), 100).read.ok());
+  EXPECT_EQ(headerOf(largeBoxOfSize(kMost - 99, "mdat"), 100).read, Defect::BoxSizePast64Bits);
+  EXPECT_EQ(headerOf(largeBoxOfSize(kMost, "mdat"), 100).read, Defect::BoxSizePast64Bits);
 }
 
 TEST(SeekNextBox, ReportsDoneEndOrNoSize) {
@@ -236,38 +235,39 @@ TEST(SeekNextBox, ReportsDoneEndOrNoSize) {
   father.size = 24;
   child.father = &father;
   child.size = 8;
-  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), 1);
+  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), Mp4NextBox::Sibling);
   EXPECT_EQ(file.stream.tell(), 8u);
   child.position = 8;
   child.size = 15;
-  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), 1);
+  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), Mp4NextBox::Sibling);
   EXPECT_EQ(file.stream.tell(), 23u);
   child.size = 16;
-  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), 0);
+  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), Mp4NextBox::None);
   child.size = 17;
-  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), 0);
+  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), Mp4NextBox::None);
   child.size = 0;
-  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), 2);
+  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), Mp4NextBox::Unsized);
   child.size = 8;
   child.father = nullptr;
-  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), 0);
+  EXPECT_EQ(Mp4SeekNextBox(file.stream, child), Mp4NextBox::None);
 }
 
 TEST(ReadBox, OnItsOwn) {
   const Bytes bytes = join({ftypBox(), moofBox(1)});
   TreeFile file(bytes);
   file.stream.seek(16);
-  const Mp4BoxPtr moof(Mp4ReadBox(file.stream, nullptr));
-  ASSERT_NE(moof, nullptr);
+  Mp4BoxPtr moof;
+  ASSERT_TRUE(Mp4ReadBox(file.stream, nullptr, moof).ok());
   EXPECT_EQ(childrenOf(*moof), "mfhd traf(tfhd trun free)");
   EXPECT_EQ(file.stream.reads, 2);
 }
 
 TEST(ReadBox, DoesNotJoinItsParent) {
   TreeFile file(join({ftypBox(), moofBox(1)}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   file.stream.seek(16);
-  const Mp4BoxPtr moof(Mp4ReadBox(file.stream, root.get()));
+  Mp4BoxPtr moof;
+  ASSERT_TRUE(Mp4ReadBox(file.stream, root.get(), moof).ok());
   EXPECT_EQ(moof->father, root.get());
   EXPECT_NE(root->last, moof.get());
   EXPECT_EQ(childCount(*root), 2u);
@@ -316,7 +316,7 @@ TEST(Level, EndsWithAChildThatReachesPastItsParent) {
   ASSERT_EQ(overrun.size(), 108u);
   const Bytes file = box("moov", {overrun, box("free"), box("trak", {tkhdBox()}), mvhdBox()});
   TreeFile tree(file);
-  const Mp4BoxPtr root = tree.root();
+  const FileTree root = tree.root();
   EXPECT_EQ(childrenOf(*root), "moov(trak(tkhd) free trak(tkhd) mvhd)");
   EXPECT_EQ(root->first->first->first->size, 108u);
 }
@@ -349,14 +349,14 @@ TEST(Container, WithATailTooShortForABoxKeepsItsChildren) {
 
 TEST(Container, UnknownTypesAreKeptWithoutContent) {
   TreeFile file(box("moov", {box("zzzz", {mvhdBox()}), box("uuid", {zeros(16), mvhdBox()}), mvhdBox()}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childrenOf(*root), "moov(zzzz uuid mvhd)");
   EXPECT_EQ(root->first->first->data, nullptr);
 }
 
 TEST(Container, LeavesReadTheirFields) {
   TreeFile file(box("moof", {box("traf", {fullBox("tfhd", 0, 0x10, {u32(7), u32(99)})})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   const auto* tfhd =
       Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(Mp4BoxGet(nullptr, root.get(), true, "moof/traf/tfhd"));
   ASSERT_NE(tfhd, nullptr);
@@ -367,7 +367,7 @@ TEST(Container, LeavesReadTheirFields) {
 
 TEST(Container, PayloadIsFoundByItsOwnTypeOnly) {
   TreeFile file(box("moov", {mvhdBox()}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   const Mp4Box* mvhd = root->first->first;
   EXPECT_NE(Mp4PayloadOf<mp4::MovieHeaderBox>(mvhd), nullptr);
   EXPECT_EQ(Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(mvhd), nullptr);
@@ -379,7 +379,7 @@ TEST(Container, PayloadIsFoundByItsOwnTypeOnly) {
 
 TEST(Padding, ThatWrapsAMovieHeaderIsAHiddenMovieBox) {
   TreeFile file(join({ftypBox(), box("free", {mvhdBox(), box("trak", {tkhdBox()})}), box("mdat")}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childrenOf(*root), "ftyp foov(mvhd trak(tkhd)) mdat");
   EXPECT_EQ(Mp4BoxGet(&file.stream, root.get(), false, "moov"), nullptr);
   EXPECT_NE(Mp4BoxGet(&file.stream, root.get(), false, "foov"), nullptr);
@@ -416,7 +416,7 @@ TEST(CompressedMovie, IsDroppedAndEndsItsMovieBox) {
 
 TEST(CompressedMovie, ElsewhereIsKeptWithAPayload) {
   TreeFile file(join({box("cmov", {box("dcom", {text("zlib")})}), box("udta", {box("cmov", {zeros(9)})})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childrenOf(*root), "cmov udta(cmov)");
   EXPECT_NE(root->first->data, nullptr);
   EXPECT_NE(root->last->first->data, nullptr);
@@ -438,15 +438,15 @@ class SampleEntryByHandler : public testing::Test {
  protected:
   const Mp4Box* read(const Bytes& bytes) {
     file_ = std::make_unique<TreeFile>(bytes);
-    root_ = file_->root();
-    return Mp4BoxGet(nullptr, root_.get(), true, "moov/trak/mdia/minf/stbl/stsd/[0]");
+    root_.emplace(file_->root());
+    return Mp4BoxGet(nullptr, root_->get(), true, "moov/trak/mdia/minf/stbl/stsd/[0]");
   }
   const Mp4Box* entryFor(std::string_view handler) {
     return read(trackWith(handlerBox(handler), box("zzzz", {zeros(6), u16(3), zeros(92)})));
   }
 
   std::unique_ptr<TreeFile> file_;
-  Mp4BoxPtr root_;
+  std::optional<FileTree> root_;
 };
 
 TEST_F(SampleEntryByHandler, Visual) {
@@ -489,7 +489,7 @@ TEST_F(SampleEntryByHandler, OutsideATrackLeavesItWithoutPayload) {
   TreeFile file(box(
       "moov", {box("trak", {handlerBox("vide"),
                             box("udta", {fullBox("stsd", 0, 0, {u32(1), box("zzzz", {zeros(100)})})})})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   const Mp4Box* entry = Mp4BoxGet(nullptr, root.get(), true, "moov/trak/udta/stsd/zzzz");
   ASSERT_NE(entry, nullptr);
   EXPECT_EQ(entry->data, nullptr);
@@ -531,11 +531,11 @@ TEST(Hostile, TruncationAtAnyByte) {
   ASSERT_EQ(whole.size(), 353u);
   for (std::size_t length = 0; length <= whole.size(); ++length) {
     TreeFile file(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
-    const Mp4BoxPtr root = file.root();
+    const FileTree root = file.root();
     std::size_t expected = 0;
     while (expected < needed.size() && length >= needed[expected]) ++expected;
     EXPECT_EQ(childCount(*root), expected) << length;
-    const Mp4BoxPtr onDemand = file.root(false);
+    const FileTree onDemand = file.root(false);
     Mp4BoxGet(&file.stream, onDemand.get(), false, "moof[7]");
     EXPECT_EQ(childrenOf(*onDemand), childrenOf(*root)) << length;
   }
@@ -558,7 +558,7 @@ TEST(Hostile, TruncatedMovieBoxKeepsTheChildrenPresent) {
 
 TEST(Hostile, LeafThatClaimsFourGibibytesIsNotRead) {
   TreeFile file(join({ftypBox(), boxOfSize(0xFFFFFFFF, "sidx", {zeros(100)})}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childrenOf(*root), "ftyp");
   EXPECT_EQ(file.stream.largestRead, 32);
 }
@@ -576,7 +576,7 @@ TEST(Hostile, LeafLargerThanTheLimitIsNotRead) {
   std::filesystem::resize_file(path, MP4_MAX_LEAF_BYTES + 1);
   CountingStream stream;
   stream.open(path.c_str(), MP4_MODE_READ);
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const FileTree root(stream, true);
   EXPECT_EQ(root->first, nullptr);
   EXPECT_EQ(stream.largestRead, 32);
 }
@@ -590,14 +590,14 @@ TEST(Hostile, ContainerLargerThanTheLimitIsReadBoxByBox) {
   std::filesystem::resize_file(path, size);
   CountingStream stream;
   stream.open(path.c_str(), MP4_MODE_READ);
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const FileTree root(stream, true);
   EXPECT_EQ(childrenOf(*root), "moov(mvhd trak(tkhd) free)");
   EXPECT_EQ(stream.largestRead, 76);
 }
 
 TEST(Hostile, ContainerThatClaimsMoreThanTheFileIsReadAsFarAsItGoes) {
   TreeFile file(boxOfSize(0xFFFFFFFF, "moov", {mvhdBox()}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childrenOf(*root), "moov(mvhd)");
   EXPECT_EQ(file.stream.largestRead, 84);
 }
@@ -611,7 +611,7 @@ TEST(Hostile, NestingIsLimited) {
   }
   bytes = join({bytes, zeros(16)});
   TreeFile file(bytes);
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(depthOf(*root), 32u);
   EXPECT_EQ(boxesIn(*root), 32u);
 }
@@ -625,7 +625,7 @@ TEST(Hostile, ContainersThatAllReachToTheEndCountOncePerLevel) {
     bytes.insert(bytes.end(), header.begin(), header.end());
   }
   TreeFile file(bytes);
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_LE(boxesIn(*root), 32u);
 }
 
@@ -635,7 +635,7 @@ TEST(Hostile, HundredsOfThousandsOfEightByteBoxes) {
   EXPECT_EQ(childCount(*flat.root()), kBoxes);
   EXPECT_LE(flat.stream.reads, 80) << "2.4 MB";
   TreeFile nested(box("moov", {box("trak", {repeat(box("free"), kBoxes)})}));
-  const Mp4BoxPtr root = nested.root();
+  const FileTree root = nested.root();
   EXPECT_EQ(boxesIn(*root), kBoxes + 2);
   EXPECT_EQ(nested.stream.reads, 2);
 }
@@ -690,7 +690,7 @@ TEST(Hostile, LeavesThatAllReachToTheEndAreReadOnce) {
     tracks.insert(tracks.end(), track.begin(), track.end());
   }
   TreeFile file(box("moov", {tracks}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childCount(*root->first), kTracks);
   EXPECT_GE(leafBytes(*root), root->size - 100);
   EXPECT_LE(leafBytes(*root), 2 * root->size);
@@ -705,7 +705,7 @@ TEST(Hostile, ContainersThatReachPastTheirParentsAreReadAgainABoundedNumberOfTim
     tracks.insert(tracks.end(), track.begin(), track.end());
   }
   TreeFile file(box("moov", {tracks}));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_LE(boxesIn(*root), 2 * root->size / 8);
 }
 
@@ -713,7 +713,7 @@ TEST(Hostile, OverrunsAreSharedByAllBoxesOfAFile) {
   // Each "moof" is read on its own; their overruns still add up.
   const Bytes moof = box("moof", {boxOfSize(17, "traf", {boxOfSize(500, "avcC"), u8(0)}), zeros(600)});
   TreeFile file(repeat(moof, 1000));
-  const Mp4BoxPtr root = file.root();
+  const FileTree root = file.root();
   EXPECT_EQ(childCount(*root), 1000u);
   EXPECT_LE(leafBytes(*root), 2 * root->size);
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "mp4box/box.h"
+#include "mp4box/top_level_reader.h"
 #include "tests/plugin/audio.h"
 #include "tests/plugin/built_clip.h"
 #include "tests/plugin/loaded_plugin.h"
@@ -35,7 +36,7 @@ TEST(OutOfMemory, WithoutARootTheProbeAndTheOpenReportIt) {
   const Clip clip;
   LogCapture log;
   {
-    const FailingNew failing(sizeof(Mp4Box));
+    const FailingNew failing(sizeof(Mp4TopLevelReader));
     EXPECT_EQ(plugin().check(clip.path.c_str(), 0, nullptr), 0xFFFFFFFF);
     EXPECT_THAT(log.lines, ElementsAre(pluginError("Cannot find file root")));
     log.lines.clear();

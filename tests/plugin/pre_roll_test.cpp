@@ -16,12 +16,13 @@ class Track {
   Track(std::uint64_t period, std::uint64_t settling) : m_period(period), m_settling(settling) {}
 
   void Seek(std::uint64_t target) {
-    ASSERT_TRUE(m_preRoll.decodeBefore(target, [&](std::uint64_t first) {
+    const Result result = m_preRoll.decodeBefore(target, [&](std::uint64_t first) {
       decoded += target - first;
       const std::uint64_t converged = (first + m_period - 1) / m_period * m_period + m_settling;
       reached = first == 0 || converged <= target;
-      return PreRollResult{true, converged <= target, converged <= target ? target - converged : 0};
-    }));
+      return PreRollResult{{}, converged <= target, converged <= target ? target - converged : 0};
+    });
+    EXPECT_TRUE(result.ok());
     const std::uint64_t latest = target - std::min(m_settling, target);
     needed += target - latest / m_period * m_period;
   }
@@ -78,11 +79,12 @@ TEST(PreRoll, ForgetsAPlaceThatNeededMore) {
   PreRoll preRoll;
   std::uint64_t decoded = 0;
   const auto seek = [&](std::uint64_t needed) {
-    EXPECT_TRUE(preRoll.decodeBefore(100000, [&](std::uint64_t first) {
+    const Result result = preRoll.decodeBefore(100000, [&](std::uint64_t first) {
       const std::uint64_t units = 100000 - first;
       decoded += units;
-      return PreRollResult{true, units >= needed, units >= needed ? units - needed : 0};
-    }));
+      return PreRollResult{{}, units >= needed, units >= needed ? units - needed : 0};
+    });
+    EXPECT_TRUE(result.ok());
   };
   seek(1000);
   for (int i = 0; i < 32; ++i) seek(20);
@@ -95,14 +97,20 @@ TEST(PreRoll, EndsWhereNothingConverges) {
   PreRoll preRoll;
   std::uint64_t longest = 0;
   for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(preRoll.decodeBefore(100000, [&](std::uint64_t first) {
+    const Result result = preRoll.decodeBefore(100000, [&](std::uint64_t first) {
       longest = std::max(longest, 100000 - first);
-      return PreRollResult{true, false, 0};
-    }));
+      return PreRollResult{{}, false, 0};
+    });
+    EXPECT_TRUE(result.ok());
   }
   EXPECT_GE(longest, PreRoll::kMaxUnits);
   EXPECT_LT(longest, 2 * PreRoll::kMaxUnits);
-  EXPECT_FALSE(preRoll.decodeBefore(100000, [](std::uint64_t) { return PreRollResult{}; }));
+  EXPECT_EQ(preRoll.decodeBefore(100000,
+                                 [](std::uint64_t) {
+                                   return PreRollResult{
+                                       .decoded = Defect::OutOfMemory, .converged = false, .spare = 0};
+                                 }),
+            Defect::OutOfMemory);
 }
 
 }  // namespace

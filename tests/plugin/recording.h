@@ -12,6 +12,7 @@
 #include "mp4box/box.h"
 #include "tests/plugin/loaded_plugin.h"
 #include "tests/support/box_builder.h"
+#include "tests/support/file_tree.h"
 #include "tests/support/temp_folder.h"
 
 namespace fmp4 {
@@ -140,10 +141,7 @@ inline std::uint32_t closeFile(MediaFile& file) {
 
 // The boxes of a file, all of them.
 struct BoxFile {
-  explicit BoxFile(const std::string& path) {
-    stream.open(path.c_str(), MP4_MODE_READ);
-    root.reset(Mp4ReadRoot(stream, true));
-  }
+  explicit BoxFile(const std::string& path) : stream(path), root(stream, true) {}
   Mp4Box* at(const std::string& path) { return Mp4BoxGet(nullptr, root.get(), true, "%s", path.c_str()); }
   template <class Payload>
   const Payload* get(const std::string& path) {
@@ -159,8 +157,11 @@ struct BoxFile {
     return names;
   }
 
-  Mp4Stream stream;
-  Mp4BoxPtr root;
+  struct Opened : Mp4Stream {
+    explicit Opened(const std::string& path) { open(path.c_str(), MP4_MODE_READ); }
+  };
+  Opened stream;
+  FileTree root;
 };
 
 // The lines of a text, whatever the system's line ending.

@@ -15,6 +15,7 @@
 #include "recording/check/verify.h"
 #include "tests/plugin/recording.h"
 #include "tests/support/fault_host.h"
+#include "tests/support/file_tree.h"
 #include "tool/source/source_file.h"
 
 namespace fmp4 {
@@ -165,7 +166,7 @@ inline void expectIntact(const TempFolder& folder, const ListedSegment& segment)
   ASSERT_LE(segment.end, bytes.size()) << segment.media;
   const std::uint64_t length = segment.end - segment.start;
   Mp4MemoryStream stream(bytes.data() + segment.start, length);
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
+  const FileTree root(stream, true);
   const auto* index = Mp4PayloadOf<mp4::SegmentIndexBox>(root->first);
   ASSERT_NE(index, nullptr) << segment.media << " at " << segment.start;
   std::uint64_t end = root->first->end();

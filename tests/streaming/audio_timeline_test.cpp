@@ -39,9 +39,7 @@ struct Timed {
 
   // The start of the access unit that contains a position.
   std::uint64_t startAt(std::uint64_t position) {
-    AudioUnit unit;
-    EXPECT_TRUE(timeline.find(index, position, unit));
-    return unit.clock.position();
+    return timeline.find(index, position).value().clock.position();
   }
 };
 
@@ -51,29 +49,31 @@ TEST(AudioTimeline, UnitsFollowEachOtherOverRunsAndFragments) {
   for (std::uint64_t position : {0u, 1023u, 1024u, 3000u, 3072u, 4095u, 5119u}) {
     EXPECT_EQ(timed.startAt(position), position / 1024 * 1024) << position;
   }
-  AudioUnit unit;
-  ASSERT_TRUE(timed.timeline.find(timed.index, 3072, unit));
-  EXPECT_EQ(unit.fragmentIndex, 4u);
-  EXPECT_EQ(unit.trunIndex, 0u);
-  EXPECT_EQ(unit.sampleIndex, 0u);
-  EXPECT_EQ(unit.number, 3u);
+  auto unit = timed.timeline.find(timed.index, 3072);
+  ASSERT_TRUE(unit);
+  EXPECT_EQ(unit->fragmentIndex, 4u);
+  EXPECT_EQ(unit->trunIndex, 0u);
+  EXPECT_EQ(unit->sampleIndex, 0u);
+  EXPECT_EQ(unit->number, 3u);
 }
 
 TEST(AudioTimeline, UnitsAreCountedOverRunsAndFragments) {
   Timed timed(join({audioFragment(1, {{1024, 1024}, {}, {1024}}), audioFragment(5, {{1024, 1024}})}));
-  AudioUnit unit;
-  ASSERT_TRUE(timed.timeline.at(timed.index, 2, unit));
-  EXPECT_EQ(unit.fragmentIndex, 0u);
-  EXPECT_EQ(unit.trunIndex, 2u);
-  EXPECT_EQ(unit.sampleIndex, 0u);
-  EXPECT_EQ(unit.clock.position(), 2048u);
-  ASSERT_TRUE(timed.timeline.at(timed.index, 4, unit));
-  EXPECT_EQ(unit.fragmentIndex, 4u);
-  EXPECT_EQ(unit.sampleIndex, 1u);
-  EXPECT_EQ(unit.number, 4u);
-  ASSERT_TRUE(timed.timeline.at(timed.index, 0, unit));
-  EXPECT_EQ(unit.clock.position(), 0u);
-  EXPECT_FALSE(timed.timeline.at(timed.index, 5, unit));
+  auto unit = timed.timeline.at(timed.index, 2);
+  ASSERT_TRUE(unit);
+  EXPECT_EQ(unit->fragmentIndex, 0u);
+  EXPECT_EQ(unit->trunIndex, 2u);
+  EXPECT_EQ(unit->sampleIndex, 0u);
+  EXPECT_EQ(unit->clock.position(), 2048u);
+  unit = timed.timeline.at(timed.index, 4);
+  ASSERT_TRUE(unit);
+  EXPECT_EQ(unit->fragmentIndex, 4u);
+  EXPECT_EQ(unit->sampleIndex, 1u);
+  EXPECT_EQ(unit->number, 4u);
+  unit = timed.timeline.at(timed.index, 0);
+  ASSERT_TRUE(unit);
+  EXPECT_EQ(unit->clock.position(), 0u);
+  EXPECT_FALSE(timed.timeline.at(timed.index, 5));
 }
 
 TEST(AudioTimeline, ADurationHalfAUnitTooLongIsAGap) {
@@ -121,9 +121,9 @@ TEST(AudioTimeline, ADayOfDefaultDurationsIsSkippedAtOnce) {
   FragmentIndex& index = file.build();
   AudioTimeline timeline(index, file.tracks[kAudioRole], 0, *file.clock);
   EXPECT_EQ(timeline.length(), 4000000ull * 1024);
-  AudioUnit unit;
-  ASSERT_TRUE(timeline.find(index, 3999999ull * 1024, unit));
-  EXPECT_EQ(unit.sampleIndex, 3999999u);
+  auto unit = timeline.find(index, 3999999ull * 1024);
+  ASSERT_TRUE(unit);
+  EXPECT_EQ(unit->sampleIndex, 3999999u);
 }
 
 TEST(AudioTimeline, AClaimOfMoreUnitsThanTheFileHasBytesEndsTheTrack) {
@@ -138,8 +138,7 @@ TEST(AudioTimeline, AClaimOfMoreUnitsThanTheFileHasBytesEndsTheTrack) {
 
 TEST(AudioTimeline, ATrackWithoutUnitsHasNone) {
   Timed timed(videoFragment(1, 3));
-  AudioUnit unit;
-  EXPECT_FALSE(timed.timeline.find(timed.index, 0, unit));
+  EXPECT_FALSE(timed.timeline.find(timed.index, 0));
 }
 
 }  // namespace

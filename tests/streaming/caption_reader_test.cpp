@@ -41,7 +41,7 @@ struct CaptionFile {
   }
   // The pair that plays at a frame after a seek to it, or an empty text.
   Bytes at(std::uint64_t frame) {
-    if (SeekCc608Frame(index, frame, reader) < 0 || !reader.hasPair() || reader.ccFrame != frame) return {};
+    if (!SeekCc608Frame(index, frame, reader).ok() || !reader.hasPair() || reader.ccFrame != frame) return {};
     return {reader.pair()[0], reader.pair()[1]};
   }
 };
@@ -74,7 +74,7 @@ TEST(Cc608Reader, AfterASamplesLastPairTheNextFragmentsPairsKeepTheirFrame) {
   // Frames 0 to 4 belong to the first sample, which has pairs for 0 and 1 only.
   CaptionFile captions(join({captionFragment(1, 0, {{captionSample(pairs(1, 2), 5)}}),
                              captionFragment(2, 5, {{captionSample(pairs(6, 2), 5)}})}));
-  ASSERT_EQ(SeekCc608Frame(captions.index, 3, captions.reader), 0);
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 3, captions.reader).ok());
   EXPECT_EQ(captions.reader.ccFrame, 5u);
   ASSERT_TRUE(captions.reader.hasPair());
   EXPECT_EQ(captions.reader.pair()[0], 6);
@@ -87,7 +87,7 @@ TEST(Cc608Reader, AFragmentOfCaptionsShorterThanAFrameIsSkipped) {
   brief.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {SampleSpec{pairs(0x40, 1), 1000, 0, 0}}}};
   CaptionFile captions(join({captionFragment(1, 0, {{captionSample(pairs(1, 2), 5)}}), fragment(2, {brief}),
                              captionFragment(3, 6, {{captionSample(pairs(6, 2), 5)}})}));
-  ASSERT_EQ(SeekCc608Frame(captions.index, 3, captions.reader), 0);
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 3, captions.reader).ok());
   EXPECT_EQ(captions.reader.ccFrame, 6u);
   EXPECT_EQ(captions.reader.pair()[0], 6);
 }
@@ -96,7 +96,7 @@ TEST(Cc608Reader, FramesOfLaterFragmentsCountFromTheFirstCaptionFragment) {
   CaptionFile captions(join({captionFragment(1, 100, {{captionSample(pairs(1, 1), 5)}}),
                              captionFragment(2, 105, {{captionSample(pairs(6, 2), 5)}})}));
   captions.reader.ccBaseFrame = 100;
-  ASSERT_EQ(SeekCc608Frame(captions.index, 2, captions.reader), 0);
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 2, captions.reader).ok());
   EXPECT_EQ(captions.reader.ccFrame, 5u);
 }
 
@@ -136,7 +136,7 @@ TEST(Cc608Reader, AnOffsetOutsideTheTracksBytesGivesNoCaptions) {
 TEST(Cc608Reader, FailuresSayWhichStepFailed) {
   CaptionFile captions(captionFragment(1, 0, {{captionSample(pairs(1, 2), 2)}}));
   LogCapture log;
-  EXPECT_EQ(SeekCc608Frame(captions.index, 2, captions.reader), -1);
+  EXPECT_EQ(SeekCc608Frame(captions.index, 2, captions.reader), Defect::EndOfData);
   ASSERT_EQ(log.lines.size(), 2u);
   EXPECT_EQ(log.lines[0].text, "fmp4 - Moof index beyond end");
   EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct cc chunk for this frame\n");
@@ -173,7 +173,7 @@ void expectNoDrift(std::uint32_t timescale, std::uint32_t framesPerSecond) {
   const std::uint64_t last = std::uint64_t{kFragments} * framesPerSecond - 1;
   for (const std::uint64_t frame :
        {std::uint64_t{0}, last, last / 2, last - framesPerSecond, last / 3, last - 1}) {
-    ASSERT_EQ(SeekCc608Frame(index, frame, reader), 0);
+    ASSERT_TRUE(SeekCc608Frame(index, frame, reader).ok());
     ASSERT_TRUE(reader.hasPair());
     EXPECT_EQ(reader.ccFrame, frame);
     EXPECT_EQ(Bytes(reader.pair(), reader.pair() + 2), u16(frame)) << frame;

@@ -130,7 +130,7 @@ TEST(FragmentIndex, ARunThatClaimsFourBillionSamplesIsKeptAsACount) {
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.entry(0)->videoSamples, 0xFFFFFFFFu);
   TrackCursor cursor = file.cursor(kVideoTrack);
-  EXPECT_EQ(LocateVideoFrame(index, 0xFFFFFFFE, cursor), 0);
+  EXPECT_TRUE(LocateVideoFrame(index, 0xFFFFFFFE, cursor).ok());
   EXPECT_EQ(cursor.sampleIndex(), 0xFFFFFFFEu);
   EXPECT_EQ(cursor.sampleOffset() - cursor.runOffset(), 7ull * 0xFFFFFFFEull);
 }
@@ -205,9 +205,9 @@ TEST(FragmentIndex, IfNoIndexLeadsToFragmentsTheyAreFoundWithout) {
 TEST(FragmentIndex, AnIndexWithoutPayloadOrAnOffsetWithoutABoxIsRefused) {
   IndexedFile file(videoFragment(1, 10));
   FragmentIndex& index = file.build();
-  EXPECT_EQ(index.AddFragmentsFromSidx(file.root->first), -1);
-  EXPECT_EQ(index.AddFragmentsAt(file.bytes.size()), -1);
-  EXPECT_EQ(index.AddFragmentsAt(~0ull), -1);
+  EXPECT_EQ(index.AddFragmentsFromSidx(file.file.root()->first), Defect::BoxTypeUnexpected);
+  EXPECT_EQ(index.AddFragmentsAt(file.bytes.size()), Defect::BoxPastFile);
+  EXPECT_EQ(index.AddFragmentsAt(~0ull), Defect::BoxPastFile);
 }
 
 TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
@@ -215,8 +215,8 @@ TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});
   IndexedFile file(join({a, named, b}));
   file.with(kVideoTrack, 30000, trackDefaults(1001));
-  FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});
-  EXPECT_EQ(index.AddFragmentsAt(a.size()), 0);
+  FragmentIndex index(file.file, file.tracks, {30000, 1001});
+  EXPECT_TRUE(index.AddFragmentsAt(a.size()).ok());
   EXPECT_EQ(index.fragmentCount(), 2u);
   EXPECT_EQ(index.total(kVideoTrack), 20u);
 }
@@ -254,9 +254,9 @@ TEST(FragmentIndex, AnOffsetGivenAgainAddsNothing) {
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(target.size())}});
   IndexedFile file(hidden(join({named, target})));
   FragmentIndex& index = file.build();
-  ASSERT_EQ(index.AddFragmentsAt(8), 0);
+  ASSERT_TRUE(index.AddFragmentsAt(8).ok());
   const CountingNew counting;
-  for (int i = 0; i < 1000; ++i) EXPECT_EQ(index.AddFragmentsAt(8), 0);
+  for (int i = 0; i < 1000; ++i) EXPECT_TRUE(index.AddFragmentsAt(8).ok());
   EXPECT_EQ(counting.allocations(), 0u);
   EXPECT_EQ(index.total(kVideoTrack), 10u);
 }
@@ -271,7 +271,8 @@ TEST(FragmentIndex, BoxesReadOutsideTheTopLevelAddUpToNoMoreThanTheFile) {
   IndexedFile file(hidden(join({openers, table})));
   FragmentIndex& index = file.build();
   const CountingNew counting;
-  for (std::uint32_t i = 0; i < kBoxes; ++i) EXPECT_EQ(index.AddFragmentsAt(8 + 8 * i), -1);
+  EXPECT_EQ(index.AddFragmentsAt(8), Defect::BoxTypeUnexpected);
+  for (std::uint32_t i = 1; i < kBoxes; ++i) EXPECT_EQ(index.AddFragmentsAt(8 + 8 * i), Defect::TooManyBoxes);
   EXPECT_LT(counting.peakBytes(), 64 * file.bytes.size());
 }
 

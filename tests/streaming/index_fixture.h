@@ -22,18 +22,11 @@ inline mp4::TrackExtendsBox trackDefaults(std::uint32_t duration, std::uint32_t 
 }
 
 // A tree that ends before the first fragment or segment index.
-inline Mp4BoxPtr treeBeforeFragments(Mp4MemoryStream& stream) {
-  Mp4MemoryStream nothing(nullptr, 0);
-  Mp4BoxPtr root(Mp4ReadRoot(nothing, false));
-  auto* const top = Mp4PayloadOf<Mp4RootState>(root.get());
-  root->size = stream.size();
-  top->ended = false;
+inline void readBeforeFragments(Mp4TopLevelReader& file) {
   Mp4Box header;
-  while (stream.seek(top->nextOffset) && Mp4ReadBoxHeader(stream, header) &&
-         header.type != Mp4FourCc("moof") && header.type != Mp4FourCc("sidx") &&
-         Mp4ReadNextBox(stream, root.get())) {
+  while (file.stream().seek(file.nextOffset()) && Mp4ReadBoxHeader(file.stream(), header).ok() &&
+         header.type != Mp4FourCc("moof") && header.type != Mp4FourCc("sidx") && file.readNext().ok()) {
   }
-  return root;
 }
 
 // What of the top level is in the tree; the index walks the rest.
@@ -43,16 +36,19 @@ enum class Tree { BeforeFragments, All };
 struct IndexedFile {
   Bytes bytes;
   Mp4MemoryStream stream;
-  Mp4BoxPtr root;
+  Mp4TopLevelReader file;
   std::array<mp4::TrackExtendsBox, kTrackRoles> defaults;
   std::array<IndexedTrack, kTrackRoles> tracks;
   std::optional<AudioClock> clock;  // of the audio track, to count its access units as number 0
   std::unique_ptr<FragmentIndex> index;
 
   explicit IndexedFile(Bytes content, Tree tree = Tree::BeforeFragments)
-      : bytes(std::move(content)),
-        stream(bytes.data(), bytes.size()),
-        root(tree == Tree::All ? Mp4BoxPtr(Mp4ReadRoot(stream, true)) : treeBeforeFragments(stream)) {}
+      : bytes(std::move(content)), stream(bytes.data(), bytes.size()), file(stream) {
+    if (tree == Tree::All)
+      file.readUpTo(0);
+    else
+      readBeforeFragments(file);
+  }
 
   IndexedFile& with(TrackRole role, std::uint32_t timescale, const mp4::TrackExtendsBox& trex) {
     defaults[role] = trex;
@@ -62,9 +58,9 @@ struct IndexedFile {
   // Video at 30000/1001 and an index of the entire file.
   FragmentIndex& build(FrameRate rate = {30000, 1001}) {
     if (!tracks[kVideoTrack].present()) with(kVideoTrack, 30000, trackDefaults(1001));
-    index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, rate);
+    index = std::make_unique<FragmentIndex>(file, tracks, rate);
     if (clock) index->countAudio(tracks[kAudioTrack], *clock);
-    index->build();
+    EXPECT_TRUE(index->build().ok());
     return *index;
   }
   TrackCursor cursor(TrackRole role) const { return TrackCursor(tracks[role]); }

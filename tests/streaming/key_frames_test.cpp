@@ -56,7 +56,7 @@ TEST(FindKeyFrame, ForwardWithoutAnyFailsWithBothMessages) {
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   LogCapture log;
-  EXPECT_EQ(FindKeyFrameForward(index, 1, cursor), kNoKeyFrame);
+  EXPECT_EQ(FindKeyFrameForward(index, 1, cursor), std::nullopt);
   ASSERT_EQ(log.lines.size(), 2u);
   EXPECT_EQ(log.lines[0].text, "fmp4 - Moof index beyond end");
   EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct video chunk for this frame\n");
@@ -87,14 +87,14 @@ TEST(FindKeyFrame, AHugeRunOfDefaultsIsSearchedWithoutWalkingIt) {
   TrackCursor cursor = file.cursor(kVideoTrack);
   LogCapture log;
   EXPECT_EQ(FindKeyFrameBackward(index, 0xFFFFFFE0, cursor), 0u);
-  EXPECT_EQ(FindKeyFrameForward(index, 1, cursor), kNoKeyFrame);
+  EXPECT_EQ(FindKeyFrameForward(index, 1, cursor), std::nullopt);
 }
 
 TEST(FindKeyFrame, FreesTheWindowSoThatTheNextReadSeeks) {
   IndexedFile file(framesOf(1, "K.."));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 1, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 1, cursor).ok());
   ASSERT_TRUE(cursor.loaded());
   EXPECT_EQ(FindKeyFrameBackward(index, 2, cursor), 0u);
   EXPECT_FALSE(cursor.loaded());

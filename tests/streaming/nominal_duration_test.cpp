@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/streaming/index_fixture.h"
+#include "tests/support/file_tree.h"
 
 namespace fmp4 {
 
@@ -86,8 +87,7 @@ TEST(NominalDuration, OfAFragmentCountsItsSamplesDurationsAndItsDefault) {
                RunSpec{kRunDataOffset | kRunSize, {own[0], own[1], own[2]}}};
   const Bytes bytes = fragment(1, {traf});
   Mp4MemoryStream stream(bytes.data(), bytes.size());
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
-  ASSERT_NE(root, nullptr);
+  const FileTree root(stream, true);
   const TrackFragment track = readTrackFragment(root->first, 1);
   NominalDuration nominal;
   nominal.addFragment(track, SampleDefaults(track.tfhd, nullptr));

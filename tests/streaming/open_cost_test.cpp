@@ -39,7 +39,7 @@ struct OpenedDay {
   TempFolder folder;
   DayFile day;
   CountingStream stream;
-  Mp4BoxPtr root;
+  std::unique_ptr<Mp4TopLevelReader> file;
   std::array<IndexedTrack, kTrackRoles> tracks;
   std::unique_ptr<FragmentIndex> index;
   std::size_t memory = 0;       // peak added by opening
@@ -51,12 +51,12 @@ struct OpenedDay {
     day.write(folder.file("day.mp4"));
     stream.open(folder.file("day.mp4").c_str(), MP4_MODE_READ);
     const CountingNew counting;
-    root.reset(Mp4ReadRoot(stream, false));
+    file = Mp4ReadRoot(stream, false);
     tracks[kVideoTrack] = {1, 30, nullptr};
     tracks[kAudioTrack] = {2, 48000, nullptr};
-    index = std::make_unique<FragmentIndex>(stream, root.get(), tracks, FrameRate{30, 1});
+    index = std::make_unique<FragmentIndex>(*file, tracks, FrameRate{30, 1});
     index->countAudio(tracks[kAudioTrack], AudioClock(48000, 48000, 1024));
-    EXPECT_EQ(index->build(), 0);
+    EXPECT_TRUE(index->build().ok());
     EXPECT_EQ(index->total(kVideoTrack), 2000u * DayFile::kVideoSamples);
     memory = counting.peakBytes();
     allocations = counting.allocations();
@@ -86,9 +86,9 @@ TEST_P(OpenCost, AJumpReadsAFragmentHeaderAndOneSample) {
   TrackCursor cursor(opened.tracks[kVideoTrack]);
   for (const std::uint32_t frame : {59999u, 0u, 30000u, 12345u}) {
     opened.forgetReads();
-    ASSERT_EQ(SeekVideoFrame(*opened.index, frame, cursor), 0);
+    ASSERT_TRUE(SeekVideoFrame(*opened.index, frame, cursor).ok());
     Bytes sample(cursor.sampleSize());
-    ASSERT_EQ(cursor.read(*opened.index, sample.data()), 0);
+    ASSERT_TRUE(cursor.read(*opened.index, sample.data()).ok());
     EXPECT_LE(opened.stream.reads, 2u) << frame;
     EXPECT_LE(opened.stream.bytes, 4096 + sample.size()) << frame;
   }
@@ -97,12 +97,12 @@ TEST_P(OpenCost, AJumpReadsAFragmentHeaderAndOneSample) {
 TEST_P(OpenCost, TheNextSamplesOfAFragmentReadNothingElse) {
   OpenedDay opened(GetParam());
   TrackCursor cursor(opened.tracks[kVideoTrack]);
-  ASSERT_EQ(SeekVideoFrame(*opened.index, 30000, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(*opened.index, 30000, cursor).ok());
   Bytes sample(1 << 20);
   for (std::uint32_t i = 0; i < DayFile::kVideoSamples; ++i) {
     ASSERT_EQ(cursor.advance(*opened.index), Advance::Ready);
     opened.forgetReads();
-    ASSERT_EQ(cursor.read(*opened.index, sample.data()), 0);
+    ASSERT_TRUE(cursor.read(*opened.index, sample.data()).ok());
     EXPECT_LE(opened.stream.reads, 1u) << i;
     EXPECT_LE(opened.stream.bytes, cursor.sampleSize()) << i;
     cursor.next();
@@ -117,11 +117,11 @@ TEST_P(OpenCost, TheAudioTimelineReadsNothingAndKeepsLittle) {
   EXPECT_EQ(opened.stream.reads, 0u);
   EXPECT_LT(counting.peakBytes(), opened.day.fragments * 4u);
   EXPECT_EQ(timeline.units(), 2000u * DayFile::kAudioSamples);
-  AudioUnit unit;
-  ASSERT_TRUE(timeline.at(*opened.index, 1234 * DayFile::kAudioSamples + 5, unit));
-  EXPECT_EQ(unit.fragmentIndex, 1234u);
-  EXPECT_EQ(unit.sampleIndex, 5u);
-  EXPECT_EQ(unit.clock.position(), (1234u * DayFile::kAudioSamples + 5) * 1024u);
+  const auto unit = timeline.at(*opened.index, 1234 * DayFile::kAudioSamples + 5);
+  ASSERT_TRUE(unit);
+  EXPECT_EQ(unit->fragmentIndex, 1234u);
+  EXPECT_EQ(unit->sampleIndex, 5u);
+  EXPECT_EQ(unit->clock.position(), (1234u * DayFile::kAudioSamples + 5) * 1024u);
   EXPECT_EQ(opened.stream.reads, 1u);
 }
 

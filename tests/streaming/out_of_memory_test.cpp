@@ -16,22 +16,22 @@ using testing::ElementsAre;
 TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndReportsIt) {
   IndexedFile file(join({videoFragment(1, 3), videoFragment(2, 3)}), Tree::All);
   file.with(kVideoTrack, 30000, trackDefaults(1001));
-  FragmentIndex index(file.stream, file.root.get(), file.tracks, {30000, 1001});
-  Mp4Box* first = Mp4BoxChild(file.root.get(), Mp4FourCc("moof"), 0);
-  Mp4Box* second = Mp4BoxChild(file.root.get(), Mp4FourCc("moof"), 1);
-  ASSERT_EQ(index.AddFragment(first), 0);
+  FragmentIndex index(file.file, file.tracks, {30000, 1001});
+  Mp4Box* first = Mp4BoxChild(file.file.root(), Mp4FourCc("moof"), 0);
+  Mp4Box* second = Mp4BoxChild(file.file.root(), Mp4FourCc("moof"), 1);
+  ASSERT_TRUE(index.AddFragment(first).ok());
   LogCapture log;
   {
     const FailingNewAt failing(0);
-    int result = 0;
-    for (int i = 0; i < 1000 && result == 0; ++i) result = index.AddFragment(second);
-    EXPECT_EQ(result, -1);
+    Result result;
+    for (int i = 0; i < 1000 && result.ok(); ++i) result = index.AddFragment(second);
+    EXPECT_EQ(result, Defect::OutOfMemory);
   }
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_ERROR, "ERROR(vlx_Fmp4): Unable to allocate moof array\n"}));
   log.lines.clear();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  EXPECT_EQ(cursor.LocateFragment(index, 0, 0), -1);
+  EXPECT_EQ(cursor.LocateFragment(index, 0, 0), Defect::FragmentMissing);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof Array"}));
 }
 
@@ -47,11 +47,11 @@ TEST(OutOfMemory, CaptionsWithoutABufferAreReported) {
   LogCapture log;
   {
     const FailingNew failing(12345);
-    EXPECT_EQ(SeekCc608Frame(index, 0, reader), -1);
+    EXPECT_EQ(SeekCc608Frame(index, 0, reader), Defect::OutOfMemory);
   }
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Failed to allocate cc buffer for reading"}));
-  EXPECT_EQ(SeekCc608Frame(index, 0, reader), 0);
+  EXPECT_TRUE(SeekCc608Frame(index, 0, reader).ok());
 }
 
 }  // namespace

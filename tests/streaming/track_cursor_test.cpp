@@ -15,7 +15,7 @@ using testing::ElementsAre;
 
 Bytes readSample(FragmentIndex& index, TrackCursor& cursor) {
   Bytes bytes(cursor.sampleSize());
-  EXPECT_EQ(cursor.read(index, bytes.data()), 0);
+  EXPECT_TRUE(cursor.read(index, bytes.data()).ok());
   return bytes;
 }
 
@@ -44,7 +44,7 @@ TEST(SeekVideoFrame, FindsEveryFrameOfSeveralRunsAndFragments) {
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   for (std::uint32_t frame : {9u, 0u, 4u, 5u, 2u, 8u, 3u, 7u, 1u, 6u}) {
-    ASSERT_EQ(SeekVideoFrame(index, frame, cursor), 0);
+    ASSERT_TRUE(SeekVideoFrame(index, frame, cursor).ok());
     EXPECT_EQ(cursor.position, frame);
     const std::uint32_t seed = (frame / 5 + 1) * 10 + frame % 5;
     EXPECT_EQ(readSample(index, cursor), sampleOf(5 + frame % 5, seed).data) << frame;
@@ -56,7 +56,7 @@ TEST(SeekVideoFrame, AfterTheLastFrameFailsWithBothMessages) {
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   LogCapture log;
-  EXPECT_EQ(SeekVideoFrame(index, 5, cursor), -1);
+  EXPECT_EQ(SeekVideoFrame(index, 5, cursor), Defect::EndOfData);
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Moof index beyond end"},
                           LogLine{VL_LOG_ERROR,
@@ -68,10 +68,10 @@ TEST(LoadFragment, AnEmptySlotIsReportedAndClearsTheCursor) {
   IndexedFile file(twoRuns(3));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(cursor.LoadFragment(index, 2, 0), 0);
+  ASSERT_TRUE(cursor.LoadFragment(index, 2, 0).ok());
   ASSERT_TRUE(cursor.loaded());
   LogCapture log;
-  EXPECT_EQ(cursor.LoadFragment(index, 1, 0), -1);
+  EXPECT_EQ(cursor.LoadFragment(index, 1, 0), Defect::FragmentMissing);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof box at this index"}));
   EXPECT_FALSE(cursor.loaded());
   EXPECT_EQ(cursor.moof(), nullptr);
@@ -81,9 +81,9 @@ TEST(LoadFragment, LoadingWithoutDataFreesTheWindow) {
   IndexedFile file(twoRuns(1));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(cursor.LoadFragment(index, 0, 0), 0);
+  ASSERT_TRUE(cursor.LoadFragment(index, 0, 0).ok());
   EXPECT_TRUE(cursor.loaded());
-  ASSERT_EQ(cursor.LocateFragment(index, 0, 1), 0);
+  ASSERT_TRUE(cursor.LocateFragment(index, 0, 1).ok());
   EXPECT_FALSE(cursor.loaded());
 }
 
@@ -91,7 +91,7 @@ TEST(AdvanceRun, ContinuesOverRunsEmptySlotsAndFragmentsWithoutTheTrack) {
   IndexedFile file(join({twoRuns(1), videoFragment(2, 4, 7), twoRuns(9)}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
   const std::vector<Bytes> frames = readOn(index, cursor);
   ASSERT_EQ(frames.size(), 10u);
   EXPECT_EQ(frames[4], sampleOf(9, 14).data);
@@ -105,7 +105,7 @@ TEST(AdvanceRun, SkipsEmptyRuns) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
   EXPECT_THAT(readOn(index, cursor), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data));
 }
 
@@ -120,7 +120,7 @@ TEST(RunPlace, ABaseDataOffsetCountsFromTheFile) {
   IndexedFile file(join({ahead, fragment(1, {traf})}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
   EXPECT_EQ(readSample(index, cursor), Bytes(ahead.begin() + 18, ahead.begin() + 23));
 }
 
@@ -132,7 +132,7 @@ TEST(RunPlace, AnOffsetInsideTheFragmentCountsFromTheMediaData) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
   EXPECT_EQ(readSample(index, cursor), sampleOf(5, 1).data);
 }
 
@@ -143,7 +143,7 @@ TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
   EXPECT_THAT(readOn(index, cursor), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data,
                                                  sampleOf(7, 3).data, sampleOf(8, 4).data));
 }
@@ -151,7 +151,7 @@ TEST(RunPlace, RunsWithoutAnOffsetFollowTheRunBefore) {
 // Reads all of a track of one fragment.
 std::vector<Bytes> readTrack(IndexedFile& file, TrackRole role) {
   TrackCursor cursor = file.cursor(role);
-  EXPECT_EQ(cursor.LoadFragment(*file.index, 0, 0), 0);
+  EXPECT_TRUE(cursor.LoadFragment(*file.index, 0, 0).ok());
   return readOn(*file.index, cursor);
 }
 
@@ -192,7 +192,7 @@ TEST(RunPlace, OffsetsOfALaterTrackCountFromTheEndOfTheDataOfTheOneBefore) {
   EXPECT_EQ(readTrack(file, kAudioTrack), kAudioOfThree);
   ThreeTracks moved(threeTracks(0, {mediaData, 2, static_cast<std::uint32_t>(-2)}));
   TrackCursor cursor = moved.cursor(kAudioTrack);
-  ASSERT_EQ(cursor.LoadFragment(*moved.index, 0, 0), 0);
+  ASSERT_TRUE(cursor.LoadFragment(*moved.index, 0, 0).ok());
   EXPECT_EQ(cursor.runOffset(), moved.bytes.size() - 7);
 }
 
@@ -234,11 +234,11 @@ TEST(RunPlace, HundredsOfThousandsOfRunsWithoutAnOffsetTakeOneWalk) {
   IndexedFile file(join({moof, box("mdat", {text("data")})}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(cursor.LoadFragment(index, 0, 0), 0);
+  ASSERT_TRUE(cursor.LoadFragment(index, 0, 0).ok());
   ASSERT_EQ(cursor.advance(index), Advance::Ready);
   EXPECT_EQ(cursor.trunIndex(), kRuns);
   Bytes bytes(4);
-  ASSERT_EQ(cursor.read(index, bytes.data()), 0);
+  ASSERT_TRUE(cursor.read(index, bytes.data()).ok());
   EXPECT_EQ(bytes, text("data"));
 }
 
@@ -251,11 +251,11 @@ TEST(RunPlace, OffsetsOutsideTheFileFailTheSample) {
     IndexedFile file(fragment(1, {traf}));
     FragmentIndex& index = file.build();
     TrackCursor cursor = file.cursor(kVideoTrack);
-    ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+    ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
     Bytes bytes(50);
-    const int result = cursor.read(index, bytes.data());
+    const Result result = cursor.read(index, bytes.data());
     // One byte before the media data is still inside the file and is read as the sample.
-    EXPECT_EQ(result, offset == 0xFFFFFFFFu ? 0 : -1) << offset;
+    EXPECT_EQ(result, offset == 0xFFFFFFFFu ? Defect::None : Defect::SamplePastFile) << offset;
   }
 }
 
@@ -267,7 +267,7 @@ TEST(ReadSample, LargeSamplesAndRunsBeyondTheWindowAreReadCompletely) {
   IndexedFile file(fragment(1, {traf}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  ASSERT_EQ(SeekVideoFrame(index, 0, cursor), 0);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
   const std::vector<Bytes> frames = readOn(index, cursor);
   ASSERT_EQ(frames.size(), 40u);
   for (std::uint32_t i = 0; i < 40; ++i) EXPECT_EQ(frames[i], run.samples[i].data) << i;
@@ -290,12 +290,12 @@ TEST(SeekAudioTime, FindsTheSampleThatPlaysAtATime) {
                      {2048, 2048, 6}, {2147, 2048, 6}, {2148, 2148, 7},       {4147, 2148, 7},
                      {4148, 4148, 4}, {8295, 6296, 7}, {4148 + 1024, 5172, 5}};
   for (const auto& c : cases) {
-    ASSERT_EQ(SeekAudioTime(index, c.time, cursor), 0);
+    ASSERT_TRUE(SeekAudioTime(index, c.time, cursor).ok());
     EXPECT_EQ(cursor.position, c.start) << c.time;
     EXPECT_EQ(cursor.sampleSize(), c.size) << c.time;
   }
   LogCapture log;
-  EXPECT_EQ(SeekAudioTime(index, 8296, cursor), -1);
+  EXPECT_EQ(SeekAudioTime(index, 8296, cursor), Defect::EndOfData);
   EXPECT_THAT(log.lines,
               ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - Moof index beyond end"},
                           LogLine{VL_LOG_ERROR,
@@ -311,10 +311,10 @@ TEST(SeekCc708Frame, HasOneSamplePerFrameAndItsOwnMessages) {
   file.with(kCc708Track, 30000, trackDefaults(1001));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kCc708Track);
-  ASSERT_EQ(SeekCc708Frame(index, 2, cursor), 0);
+  ASSERT_TRUE(SeekCc708Frame(index, 2, cursor).ok());
   EXPECT_EQ(readSample(index, cursor), sampleOf(6, 3).data);
   LogCapture log;
-  EXPECT_EQ(SeekCc708Frame(index, 3, cursor), -1);
+  EXPECT_EQ(SeekCc708Frame(index, 3, cursor), Defect::EndOfData);
   ASSERT_EQ(log.lines.size(), 2u);
   EXPECT_EQ(log.lines[1].text, "ERROR(vlx_Fmp4): Unable to find correct audio chunk for this frame\n");
 }

@@ -46,12 +46,12 @@ struct CountedTwice {
     ++(counts ? byBytes : byTree);
     if (!counts) return;
     Mp4MemoryStream stream(&file[at], size, at);
-    const Mp4BoxPtr tree = Mp4ReadFragmentTree(stream, at, file.size());
-    if (!tree) {
+    std::unique_ptr<Mp4Tree> tree;
+    if (!Mp4ReadFragmentTree(stream, at, file.size(), tree).ok()) {
       ++different;
       return;
     }
-    const FragmentCounts& expected = reference.count(tree->first);
+    const FragmentCounts& expected = reference.count(tree->root()->first);
     const bool same =
         counts->hasHeader == expected.hasHeader && counts->sequenceNumber == expected.sequenceNumber &&
         counts->amounts == expected.amounts && counts->largestVideoSample == expected.largestVideoSample &&

@@ -91,6 +91,8 @@ TEST(Boxes, AddUpAndAgreeWithFfprobe) {
     end += box["size"].get<std::uint64_t>();
   }
   EXPECT_EQ(end, std::filesystem::file_size(file));
+  EXPECT_EQ(tree["defectCount"], 0);
+  EXPECT_EQ(tree["defects"], json::array());
   EXPECT_EQ(tree["boxes"][0]["type"], "ftyp");
   EXPECT_EQ(tree["boxes"][1]["type"], "moov");
 
@@ -127,10 +129,36 @@ TEST(Boxes, BytesAfterTheLastBoxFail) {
   writeFile(file, join({smallFile(), zeros(20)}));
   const RunResult result = fmp4({"boxes", file});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(linesOf(result.out).size(), 5u);
+  const std::vector<std::string> lines = linesOf(result.out);
+  ASSERT_EQ(lines.size(), 8u);
+  EXPECT_EQ(lines[5], "");
+  EXPECT_EQ(lines[6], "      offset  defect");
+  EXPECT_EQ(lines[7],
+            "          60  box-size-zero: a box has no size, and would extend to the end of the file");
   EXPECT_EQ(result.err, "fmp4: '" + file +
                             "' holds no readable box at byte 60, 20 bytes before its end; what follows is "
                             "damaged or not MP4\n");
+}
+
+TEST(Boxes, DefectsFollowTheTree) {
+  const TempFolder folder;
+  const std::string file = folder.file("damaged.bin");
+  writeFile(file, join({box("moof", {fullBox("mfhd", 0, 0, {u32(7)}), box("tfhd", {zeros(2)})}), zeros(2)}));
+  const std::vector<std::string> lines = linesOf(fmp4({"boxes", file}).out);
+  ASSERT_EQ(lines.size(), 8u);
+  EXPECT_EQ(lines[5], "      offset  defect");
+  EXPECT_EQ(lines[6], "          24  payload-truncated (tfhd): the fields of a box extend past its end");
+  EXPECT_EQ(lines[7], "          34  box-header-truncated: the header of a box is truncated");
+  const json printed = json::parse(fmp4({"boxes", "--json", file}).out);
+  EXPECT_EQ(printed["defectCount"], 2);
+  EXPECT_EQ(printed["defects"], (json{{{"offset", 24},
+                                       {"type", "tfhd"},
+                                       {"code", "payload-truncated"},
+                                       {"text", "the fields of a box extend past its end"}},
+                                      {{"offset", 34},
+                                       {"type", nullptr},
+                                       {"code", "box-header-truncated"},
+                                       {"text", "the header of a box is truncated"}}}));
 }
 
 TEST(Boxes, TruncatedLastBoxFails) {

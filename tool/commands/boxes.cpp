@@ -7,7 +7,7 @@
 #include "base/json_text.h"
 #include "base/text.h"
 #include "base/user_error.h"
-#include "mp4box/box.h"
+#include "mp4box/top_level_reader.h"
 #include "tool/commands/commands.h"
 #include "tool/terminal/field_printer.h"
 
@@ -56,6 +56,34 @@ void printJsonLevel(const Mp4Box& father, std::size_t depth) {
   std::cout << ']';
 }
 
+// What was wrong with the boxes, in the order in which they were read.
+void printTextDefects(const Mp4DefectList& defects) {
+  if (defects.count() == 0) return;
+  std::cout << '\n'
+            << std::setw(12) << "offset"
+            << "  defect\n";
+  for (const Mp4BoxDefect& found : defects.kept()) {
+    std::cout << std::setw(12) << found.offset << "  " << defectCode(found.defect);
+    if (found.type != 0) std::cout << " (" << fourCcText(found.type) << ')';
+    std::cout << ": " << defectText(found.defect) << '\n';
+  }
+  const std::uint64_t left = defects.count() - defects.kept().size();
+  if (left != 0) std::cout << "... and " << left << " more\n";
+}
+
+void printJsonDefects(const Mp4DefectList& defects) {
+  std::cout << ", \"defectCount\": " << defects.count() << ", \"defects\": [";
+  const char* separator = "\n";
+  for (const Mp4BoxDefect& found : defects.kept()) {
+    std::cout << separator << "  {\"offset\": " << found.offset
+              << ", \"type\": " << (found.type != 0 ? jsonText(fourCcText(found.type)) : "null")
+              << ", \"code\": " << jsonText(defectCode(found.defect))
+              << ", \"text\": " << jsonText(defectText(found.defect)) << '}';
+    separator = ",\n";
+  }
+  std::cout << ']';
+}
+
 // Whether the top-level boxes fill the file; reports it if not.
 bool fillsFile(const Mp4Box& root, const std::string& file) {
   const std::uint64_t end = root.last != nullptr ? root.last->end() : 0;
@@ -77,16 +105,19 @@ bool boxes(const BoxesOptions& options) {
   const VLHANDLE handle = stream.open(options.file.c_str(), MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE)
     throw UserError("'" + options.file + "' cannot be opened; check the name and its permissions");
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, true));
-  if (root == nullptr) throw std::bad_alloc();
+  const auto tree = Mp4ReadRoot(stream, true);
+  if (tree == nullptr) throw std::bad_alloc();
+  const Mp4Box* const root = tree->root();
   if (options.json) {
     std::cout << "{\"file\": " << jsonText(options.file) << ", \"size\": " << root->size << ", \"boxes\": ";
     printJsonLevel(*root, 1);
+    printJsonDefects(tree->defects());
     std::cout << "}\n";
   } else {
     std::cout << std::setw(12) << "offset" << ' ' << std::setw(12) << "size"
               << "  box\n";
     printTextLevel(*root, 0);
+    printTextDefects(tree->defects());
   }
   return fillsFile(*root, options.file);
 }

@@ -15,8 +15,8 @@ MovieFile::MovieFile(const std::string& path) {
     openError_ = std::system_category().message(static_cast<int>(vlOSGetLastError()));
     return;
   }
-  root_.reset(Mp4ReadRoot(stream_, false));
-  if (!root_) throw std::bad_alloc();
+  file_ = Mp4ReadRoot(stream_, false);
+  if (!file_) throw std::bad_alloc();
 }
 
 MovieSamples MovieFile::movieSamples() {

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
-#include "mp4box/box.h"
+#include "mp4box/top_level_reader.h"
 
 namespace fmp4 {
 
@@ -19,13 +20,13 @@ class MovieFile {
   // Opens `path` and reads its boxes up to the movie. The file may be of any format, or missing.
   explicit MovieFile(const std::string& path);
 
-  bool isOpen() const { return root_ != nullptr; }
+  bool isOpen() const { return file_ != nullptr; }
   // Why it is not open, in the system's words.
   const std::string& openError() const { return openError_; }
 
   // For an open file; the object owns the boxes.
   Mp4Stream& stream() { return stream_; }
-  Mp4Box* root() { return root_.get(); }
+  Mp4Box* root() { return file_->root(); }
   Mp4Box* movie() { return Mp4BoxChild(root(), Mp4FourCc("moov")); }
   // Whether there is a fragment; reads on in the file to find out.
   bool hasFragments() { return Mp4BoxGet(&stream_, root(), false, "moof") != nullptr; }
@@ -33,7 +34,7 @@ class MovieFile {
 
  private:
   Mp4Stream stream_;
-  Mp4BoxPtr root_;
+  std::unique_ptr<Mp4TopLevelReader> file_;
   std::string openError_;
 };
 

@@ -11,6 +11,7 @@
 #include "mp4box/box.h"
 #include "mp4box/boxes/esds.h"
 #include "mp4box/boxes/tkhd.h"
+#include "mp4box/top_level_reader.h"
 #include "tool/host/movie_file.h"
 #include "tool/source/source_file.h"
 
@@ -102,8 +103,8 @@ std::vector<std::string> undecodedAudio(const std::string& name) {
   Mp4Stream stream;
   const VLHANDLE handle = stream.open(path.c_str(), MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return reasons;
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, false));
-  Mp4Box* const movie = root ? Mp4BoxChild(root.get(), Mp4FourCc("moov")) : nullptr;
+  const auto file = Mp4ReadRoot(stream, false);
+  Mp4Box* const movie = file ? Mp4BoxChild(file->root(), Mp4FourCc("moov")) : nullptr;
   for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
     Mp4Box* const sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
     if (!sampleEntry || (sampleEntry->type != Mp4FourCc("mp4a") && sampleEntry->type != Mp4FourCc("ac-3")))

@@ -30,8 +30,12 @@ constexpr std::size_t kPiece = 1u << 20;            // memory is allocated as by
 // `offset` is the position of the bytes in the stream.
 Mp4BoxPtr parse(const std::vector<std::uint8_t>& bytes, std::uint32_t type, std::uint64_t offset) {
   Mp4MemoryStream memory(bytes.data(), bytes.size(), offset);
-  Mp4BoxPtr box(Mp4ReadBox(memory, nullptr));
-  if (!box || box->type != type) damaged("a box of the type '" + fourCcText(type) + "' cannot be read");
+  Mp4BoxPtr box;
+  Result read = Mp4ReadBox(memory, nullptr, box);
+  if (read.ok() && box->type != type) read = Defect::BoxTypeUnexpected;
+  if (!read.ok())
+    damaged("a box of the type '" + fourCcText(type) + "' cannot be read, because " +
+            std::string(defectText(read.defect())));
   return box;
 }
 

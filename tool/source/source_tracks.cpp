@@ -23,6 +23,7 @@
 #include "mp4box/boxes/trun.h"
 #include "mp4box/boxes/visual_entry.h"
 #include "mp4box/sample_flags.h"
+#include "mp4box/top_level_reader.h"
 #include "mp4box/window_stream.h"
 #include "streaming/index/track_defaults.h"
 #include "streaming/index/track_fragment.h"
@@ -287,21 +288,21 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
 std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
   constexpr std::uint64_t kAhead = 4096;  // bytes; the boxes of a second take about a thousand
   const std::uint64_t size = stream.size();
-  const Mp4BoxPtr root(Mp4ReadRoot(stream, false));
-  Mp4Box* const moov = root ? Mp4BoxGet(nullptr, root.get(), true, "moov") : nullptr;
+  const auto movie = Mp4ReadRoot(stream, false);
+  Mp4Box* const moov = movie ? Mp4BoxGet(nullptr, movie->root(), true, "moov") : nullptr;
   if (!moov) throw UserError("the source holds no movie box; give an MP4 file");
   std::vector<SourceTrack> tracks = readMovie(moov, size);
   Mp4Window window;
   Mp4WindowStream file(stream, window, size, kAhead);
   Mp4Box header;
-  for (bool more = file.seek(0); more && Mp4ReadBoxHeader(file, header);) {
-    header.father = root.get();
+  for (bool more = file.seek(0); more && Mp4ReadBoxHeader(file, header).ok();) {
+    header.father = movie->root();
     if (header.type == Mp4FourCc("moof")) {
-      const Mp4BoxPtr moof(Mp4ReadBox(file, root.get()));
-      if (!moof) break;
+      Mp4BoxPtr moof;
+      if (!Mp4ReadBox(file, movie->root(), moof).ok()) break;
       readFragment(moov, moof.get(), size, tracks);
     }
-    more = Mp4SeekNextBox(file, header) == 1;
+    more = Mp4SeekNextBox(file, header) == Mp4NextBox::Sibling;
   }
   return tracks;
 }

@@ -1,0 +1,83 @@
+#include "mp4box/top_level_reader.h"
+
+#include <algorithm>
+#include <new>
+
+namespace fmp4 {
+
+// Reads the next top-level box with `read(source, box)`, which receives a stream at its first byte and sets
+// `box`.
+template <class Read>
+Result Mp4TopLevelReader::next(Read read) {
+  if (ended_) return Defect::EndOfData;
+  ended_ = true;
+  Mp4WindowStream window(stream_, window_, root()->size, ahead_.bytes());
+  const bool inMemory = stream_.view(nextOffset_, 0) != nullptr;
+  Mp4Stream& source = inMemory ? stream_ : window;
+  if (!source.seek(nextOffset_)) return Defect::ReadFailed;
+  const Mp4Box* box = nullptr;
+  Result result = read(source, box);
+  if (result == Defect::EndOfData && nextOffset_ < root()->size) {
+    result = Defect::ReadFailed;
+    note(Mp4Box{.position = nextOffset_}, result);
+  }
+  if (!result.ok()) return result;
+  ahead_.passed(*box);
+  nextOffset_ = box->end();
+  ended_ = Mp4SeekNextBox(source, *box) != Mp4NextBox::Sibling;
+  return {};
+}
+
+Result Mp4TopLevelReader::readNext() {
+  return next([this](Mp4Stream& source, const Mp4Box*& box) {
+    const Result result = appendFrom(source);
+    box = root()->last;
+    return result;
+  });
+}
+
+Result Mp4TopLevelReader::appendFrom(Mp4Stream& source) try {
+  Mp4BoxPtr box;
+  if (const Result result = Mp4ReadBox(source, root(), box); !result.ok()) return result;
+  boxes_.push_back(box.get());
+  root()->append(box.release());
+  return {};
+} catch (const std::bad_alloc&) {
+  return Defect::OutOfMemory;
+}
+
+Result Mp4TopLevelReader::passNext(const Visitor& visit) {
+  Mp4Box header;
+  return next([&](Mp4Stream& source, const Mp4Box*& box) -> Result {
+    box = &header;
+    if (const Result result = Mp4AdmitBox(source, root(), header); !result.ok()) {
+      note(header, result);
+      return result;
+    }
+    visit(source, header);
+    return {};
+  });
+}
+
+void Mp4TopLevelReader::readUpTo(std::uint32_t type) {
+  while (readNext().ok() && (type == 0 || root()->last->type != type)) {
+  }
+}
+
+Mp4Box* Mp4TopLevelReader::boxAt(std::uint64_t offset) {
+  while (nextOffset_ <= offset && readNext().ok()) {
+  }
+  const auto after = std::upper_bound(boxes_.begin(), boxes_.end(), offset,
+                                      [](std::uint64_t at, const Mp4Box* box) { return at < box->position; });
+  if (after == boxes_.begin()) return nullptr;
+  Mp4Box* const box = *std::prev(after);
+  return box->position == offset ? box : nullptr;
+}
+
+std::unique_ptr<Mp4TopLevelReader> Mp4ReadRoot(Mp4Stream& stream, bool readAll) {
+  std::unique_ptr<Mp4TopLevelReader> reader(new (std::nothrow) Mp4TopLevelReader(stream));
+  if (reader) reader->readUpTo(readAll ? 0 : Mp4FourCc("moov"));
+  return reader;
+}
+
+}  // namespace fmp4
