@@ -35,13 +35,17 @@ Result checkDepth(const Mp4Box& box) {
   return {};
 }
 
+// Whether fewer bytes than a header has are left in the parent: four zero bytes may end QuickTime user data.
+bool isAfterLastChild(const Mp4Box& box) {
+  return !isTopLevel(box) && box.father->end() - box.position < 8;
+}
+
 // Why a box without a size cannot be read.
 Result withoutSize(Mp4Stream& stream, const Mp4Box& box) {
   if (box.shortsize == 1)
     return stream.size() - box.position < 16 ? Defect::BoxHeaderTruncated : Defect::BoxSizeBelowHeader;
-  if (isTopLevel(box)) return Defect::BoxSizeZero;
-  // Four zero bytes may end QuickTime user data, and zeros may fill the rest of a box.
-  const bool endsLevel = box.type == 0 || box.father->end() - box.position < 8;
+  // Zeros may fill the rest of a box.
+  const bool endsLevel = !isTopLevel(box) && (box.type == 0 || isAfterLastChild(box));
   return endsLevel ? Defect::EndOfData : Defect::BoxSizeZero;
 }
 
@@ -93,9 +97,11 @@ Result Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
 }
 
 Result Mp4AdmitBox(Mp4Stream& stream, Mp4Box* father, Mp4Box& box) {
-  if (const Result header = Mp4ReadBoxHeader(stream, box); !header.ok()) return header;
+  const Result header = Mp4ReadBoxHeader(stream, box);
   box.father = father;
   box.tree = father ? father->tree : nullptr;
+  if (header == Defect::BoxHeaderTruncated && isAfterLastChild(box)) return Defect::EndOfData;
+  if (!header.ok()) return header;
   if (box.size == 0) return withoutSize(stream, box);
   if (const Result depth = checkDepth(box); !depth.ok()) return depth;
   if (box.tree) return box.tree->admit(stream, box);

@@ -160,7 +160,7 @@ bool FragmentIndex::walkOn() {
     Found found{header.position, header.end()};
     if (header.type == kMoof) found.entry = countFragment(stream, header);
     if (header.type == kSidx) {
-      static_cast<void>(readIndex(stream, header, ownIndex_));
+      file_.note(header, readIndex(stream, header, ownIndex_));
       passedIndexes_.push_back(header.position);
     }
     last_ = found;
