@@ -1,5 +1,6 @@
 // Describes a source to the host, from its tracks and its index.
 #include <algorithm>
+#include <string>
 
 #include "codecutil.h"
 #include "plugin/fmp4_object.h"
@@ -10,6 +11,18 @@
 
 namespace fmp4 {
 
+namespace {
+
+// What to say of a file without tracks, with the reason if its boxes show one.
+std::string noTracks(const Mp4DefectList& defects) {
+  std::string text = messages::kNoTracks;
+  if (defects.kept().empty()) return text;
+  const Mp4BoxDefect& first = defects.kept().front();
+  return text + ": at byte " + std::to_string(first.offset) + ' ' + std::string(defectText(first.defect));
+}
+
+}  // namespace
+
 // Describes the source from its tracks, and from the manifest where the tracks lack information.
 std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
   if (manifest) {
@@ -19,7 +32,7 @@ std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
   }
   if (const std::uint32_t result = setUpTracks(); result != VL_OK) return result;
   if (!hasVideo() && host_.streams.empty()) {
-    messages::reportError(messages::kNoTracks);
+    messages::reportError(noTracks(file_->defects()).c_str());
     return VL_FAILED;
   }
   if (!nominalRate_.known() && manifest) nominalRate_ = manifest->frameRate;

@@ -24,6 +24,9 @@ std::string error(const std::string& text) {
 const std::vector<std::string> kQuiet = {};
 const std::vector<std::string> kNoFile = {error("Cannot open file")};
 const std::vector<std::string> kNoTracks = {error("No track that can be read")};
+std::vector<std::string> noTracksFor(const std::string& defect) {
+  return {error("No track that can be read: at byte " + defect)};
+}
 const std::vector<std::string> kNoRate = {error("No frame rate in the file, cannot address its frames")};
 const std::vector<std::string> kNoChunk = {"fmp4 - Moof index beyond end",
                                            error("Unable to find correct video chunk")};
@@ -39,8 +42,8 @@ struct Case {
 const std::vector<Case> kCases = {
     {"whole.mp4", kQuiet, 6, {"012345", "012345", "012345"}},
     {"empty.mp4", kNoTracks},
-    {"no_boxes.mp4", kNoTracks},
-    {"cut_inside_the_movie_box.mp4", kNoTracks},
+    {"no_boxes.mp4", noTracksFor("0 a box extends past the end of the file")},
+    {"cut_inside_the_movie_box.mp4", noTracksFor("24 a box extends past the end of the file")},
     {"cut_behind_the_movie_box.mp4", kNoChunk},
     {"cut_inside_the_last_fragment.mp4", kQuiet, 4, {"0123", "0123", "0123"}},
     {"cut_inside_the_last_media_data.mp4", kQuiet, 6, {"01234x", "0123..", "0123.."}},
@@ -57,7 +60,7 @@ const std::vector<Case> kCases = {
     {"box_size_past_the_file.mp4", kQuiet, 4, {"01xx", "01..", "01.."}},
     {"box_size_past_64_bits.mp4", kNoChunk},
     {"media_data_size_past_the_file.mp4", kQuiet, 2, {"01", "01", "01"}},
-    {"nested_400_deep.mp4", kNoTracks},
+    {"nested_400_deep.mp4", noTracksFor("256 boxes are nested too deep")},
 
     {"entry_count_all_ones.mp4", kQuiet, 6, {"012345", "012345", "012345"}},
     // Billions of samples of size 0: as many frames, without bytes.
