@@ -17,7 +17,7 @@ enum class Durability {
 // Makes the file `path` (UTF-8) contain exactly the concatenated `parts`, whether or not it existed. Readers
 // see either the previous content or the new one, never a mixture. A symbolic link stays a link; on POSIX
 // systems the permissions are kept too. On Windows, waits up to two seconds for a reader that holds the file.
-// A process that terminates meanwhile leaves a file next to `path` whose name starts with that of `path`.
+// A process that terminates meanwhile leaves a file next to `path` (unfinished_replacements.h).
 // Returns the system error, none on success. After an error the previous content is still there, unless only
 // the wait for the new name failed.
 [[nodiscard]] std::error_code replaceFile(const std::string& path, std::span<const std::string_view> parts,

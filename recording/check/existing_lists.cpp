@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
 
+#include "base/text.h"
 #include "os/path_name.h"
 #include "streaming/lists/manifest_document.h"
+#include "streaming/lists/manifest_reader.h"
 #include "streaming/lists/uri.h"
 
 namespace fmp4 {
@@ -41,6 +44,17 @@ const XMLElement* segmentListOf(const XMLElement* set) {
 
 }  // namespace
 
+std::optional<std::string> readList(const std::string& path) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(vlPath(path), error);
+  if (error || size > kMaxManifestBytes) return std::nullopt;
+  std::ifstream file(vlPath(path), std::ios::binary);
+  std::string text(static_cast<std::size_t>(size), '\0');
+  file.read(text.data(), static_cast<std::streamsize>(size));
+  if (!file) return std::nullopt;
+  return text;
+}
+
 std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
                                                      std::uint64_t initialisationLength) {
   tinyxml2::XMLDocument document;
@@ -59,12 +73,23 @@ std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
   previous.startTime = dateTime(time ? time : "");
   previous.placesAudio = audioSet != nullptr;
   previous.videoSegmentTicks = numberOf<std::uint64_t>(list->Attribute("duration"));
-  if (const XMLElement* const audioList = segmentListOf(audioSet))
+  if (const XMLElement* const audioList = segmentListOf(audioSet)) {
     previous.audioSegmentTicks = numberOf<std::uint64_t>(audioList->Attribute("duration"));
+    for (const XMLElement* segment = audioList->FirstChildElement("SegmentURL"); segment;
+         segment = segment->NextSiblingElement("SegmentURL"))
+      ++previous.audioSegments;
+  }
   const auto bitRate = numberOf<std::uint64_t>(audio ? audio->Attribute("bandwidth") : nullptr);
   if (bitRate && *bitRate / 8 <= 0xFFFFFFFFu)
     previous.audioByteRate = static_cast<std::uint32_t>(*bitRate / 8);
   return previous;
+}
+
+std::optional<std::string> firstMediaOf(const std::string& manifest) {
+  tinyxml2::XMLDocument document;
+  if (!loadManifestDocument(manifest.c_str(), document)) return std::nullopt;
+  const auto read = readManifest(document);
+  return read ? std::optional(nameOfUri(read->video.baseUrl)) : std::nullopt;
 }
 
 std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, const std::string& mediaName,
@@ -84,6 +109,17 @@ std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, co
     if (line.starts_with(kTime)) previous.startTime = dateTime(std::string_view(line).substr(kTime.size()));
   }
   return mapped ? std::optional(previous) : std::nullopt;
+}
+
+std::uint64_t segmentsListed(const std::string& playlist, const std::string& mediaName) {
+  const std::string text = plainLines(readList(playlist).value_or("")), uri = uriOfName(mediaName);
+  std::uint64_t segments = 0;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    segments += line == uri;
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+  }
+  return segments;
 }
 
 }  // namespace fmp4

@@ -26,6 +26,11 @@ class ProblemList {
     repairable_ = repairable_ && problem.repairable;
     if (kept_.size() < kMaxKept) kept_.push_back(std::move(problem));
   }
+  // None of them can be repaired after all.
+  void setUnrepairable() {
+    repairable_ = count_ == 0;
+    for (Problem& problem : kept_) problem.repairable = false;
+  }
   std::uint64_t count() const { return count_; }
   const std::vector<Problem>& kept() const { return kept_; }
   // Whether all can be repaired.

@@ -9,6 +9,7 @@
 #include "mp4box/boxes/tfdt.h"
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/boxes/trun.h"
+#include "mp4box/sample_flags.h"
 
 namespace fmp4 {
 
@@ -26,6 +27,13 @@ std::optional<TrackKind> kindOf(std::uint32_t trackId) {
   return std::nullopt;
 }
 
+// The flags of the first sample of a run (ISO/IEC 14496-12, 8.8.8.1).
+std::uint32_t firstFlags(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack& track) {
+  if (trun.hasFirstSampleFlags()) return trun.firstSampleFlags;
+  if (trun.hasFlags()) return trun.sampleFlags(0);
+  return tfhd.flags & Header::kDefaultSampleFlags ? tfhd.defaultSampleFlags : track.defaultSampleFlags;
+}
+
 // Sample counts and bytes are bounded by the media data: sums are checked against these below.
 void sumUp(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack& track, RecordedRun& run) {
   const std::uint64_t duration =
@@ -33,6 +41,7 @@ void sumUp(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack
   const std::uint64_t size =
       tfhd.flags & Header::kDefaultSampleSize ? tfhd.defaultSampleSize : track.defaultSampleSize;
   run.samples = trun.sampleCount;
+  run.startsWithKey = run.samples != 0 && !(firstFlags(trun, tfhd, track) & mp4::kNonSync);
   run.ticks = run.samples * duration;
   run.bytes = run.samples * size;
   if (trun.hasDuration()) {

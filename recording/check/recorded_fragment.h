@@ -19,6 +19,7 @@ struct RecordedRun {
   std::uint64_t ticks = 0;   // ticks, all samples
   std::uint64_t bytes = 0;   // bytes, all samples
   std::uint64_t offset = 0;  // file offset of the first sample
+  bool startsWithKey = false;
 };
 
 struct RecordedFragment {

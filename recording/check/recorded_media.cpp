@@ -17,8 +17,6 @@ namespace {
 using mp4::SegmentIndexBox;
 using mp4::TrackKind;
 
-// Time of the first segment index of a video file, in ticks.
-
 std::optional<SegmentIndexBox> parseIndex(const std::vector<std::uint8_t>& bytes) {
   Mp4MemoryStream memory(bytes.data(), bytes.size());
   Mp4BoxPtr box;
@@ -186,7 +184,8 @@ std::string RecordedMedia::readFragment(std::uint64_t offset) {
   const RecordedRun audio = fragment.runs[TrackKind::Audio].value_or(RecordedRun());
   if (data_ == Data::All && isUnwritten(fragment.start, fragment.end))
     unwritten_.push_back(fragments_.size());
-  fragments_.push_back({fragment.start, fragment.end, run.samples, audio.bytes, audio.samples});
+  fragments_.push_back(
+      {fragment.start, fragment.end, run.samples, audio.bytes, audio.samples, run.startsWithKey});
   ++segments_.back().fragments;
   end_ = fragment.end;
   return "";
@@ -348,19 +347,26 @@ std::optional<std::vector<std::uint8_t>> RecordedMedia::storedIndexBytes(const S
 }
 
 void RecordedMedia::checkIndexes() {
-  for (const Segment& segment : segments_) {
+  for (std::size_t i = 0; i < segments_.size(); ++i) {
+    const Segment& segment = segments_[i];
     const std::vector<std::uint8_t> expected = indexBytes(segment);
-    if (storedIndexBytes(segment) != expected) explainIndex(segment, expected);
+    const auto stored = storedIndexBytes(segment);
+    if (stored == expected) continue;
+    if (stored && stored->size() == expected.size()) {
+      rewritableIndexes_.push_back(i);
+      explainIndex(segment, *stored, expected);
+    } else {
+      complain(segment.start, "the index of the segment does not fit its fragments and cannot be corrected",
+               false);
+    }
   }
 }
 
-void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::uint8_t>& expectedBytes) {
-  const auto storedBytes = storedIndexBytes(segment);
-  const auto stored = storedBytes ? parseIndex(*storedBytes) : std::nullopt;
-  const auto expected = parseIndex(expectedBytes);
-  if (!stored || !expected || storedBytes->size() != expectedBytes.size())
-    return complain(segment.start,
-                    "the index of the segment does not fit its fragments and cannot be corrected", false);
+void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::uint8_t>& storedBytes,
+                                 const std::vector<std::uint8_t>& expectedBytes) {
+  const auto stored = parseIndex(storedBytes), expected = parseIndex(expectedBytes);
+  if (!stored || !expected || stored->references.size() != expected->references.size())
+    return complain(segment.start, "the index of the segment cannot be read", true);
   if (isEmpty(*stored)) return complain(segment.start, "the index of the segment was not completed", true);
   for (std::size_t i = 0; i < expected->references.size(); ++i) {
     const auto& is = stored->references[i];

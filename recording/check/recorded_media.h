@@ -43,6 +43,7 @@ class RecordedMedia {
     std::uint64_t samples = 0;  // of the track that the segment indexes time
     std::uint64_t audioBytes = 0;
     std::uint64_t audioFrames = 0;
+    bool startsWithKey = false;  // of the track that the segment indexes time
   };
   // A segment extends from its index to the next one, or to end().
   struct Segment {
@@ -90,10 +91,13 @@ class RecordedMedia {
 
   // The expected index of a complete segment, as it is stored.
   std::vector<std::uint8_t> indexBytes(const Segment& segment) const;
-  // The actual references in the file; nothing when they cannot be read.
-  std::optional<std::vector<std::uint8_t>> storedIndexBytes(const Segment& segment) const;
+  // The segments whose index differs from the expected one and has its size, so that it can be rewritten in
+  // place.
+  const std::vector<std::size_t>& rewritableIndexes() const { return rewritableIndexes_; }
 
  private:
+  // The actual references in the file; nothing when they cannot be read.
+  std::optional<std::vector<std::uint8_t>> storedIndexBytes(const Segment& segment) const;
   void readInitialisation(const std::function<void(const std::string&)>& complain);
   std::string readSegments(const std::function<void(std::uint64_t)>& progress);
   std::string readIndex(std::uint64_t offset);
@@ -108,7 +112,8 @@ class RecordedMedia {
   void takeSamplesPerFrame(const RecordedRun& audio);
   void checkGeometry();
   void checkIndexes();
-  void explainIndex(const Segment& segment, const std::vector<std::uint8_t>& expected);
+  void explainIndex(const Segment& segment, const std::vector<std::uint8_t>& stored,
+                    const std::vector<std::uint8_t>& expected);
   std::uint64_t positions(const Fragment& fragment) const;
   std::uint64_t indexTicks(const Fragment& fragment) const;
   void complain(std::uint64_t offset, std::string text, bool repairable);
@@ -122,6 +127,7 @@ class RecordedMedia {
   std::uint64_t initialisationLength_ = 0;
   std::vector<Fragment> fragments_;
   std::vector<Segment> segments_;
+  std::vector<std::size_t> rewritableIndexes_;
   std::vector<std::size_t> unwritten_;  // fragments whose data never reached the disk
   std::uint64_t end_ = 0;
   std::optional<std::uint64_t> afterDamage_;

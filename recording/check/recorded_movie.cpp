@@ -85,7 +85,8 @@ std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* 
   if (!trex || mdhd->timescale == 0) return name + " lacks its timescale or the defaults of its fragments";
   if (!tablesEmpty(stream, stbl))
     complain("the sample tables of " + name + " are not empty, though all its samples are in fragments");
-  movie.tracks[*kind] = {mdhd->timescale, trex->defaultSampleDuration, trex->defaultSampleSize};
+  movie.tracks[*kind] = {mdhd->timescale, trex->defaultSampleDuration, trex->defaultSampleSize,
+                         trex->defaultSampleFlags};
   if (*kind == TrackKind::Video) takeVideo(entry, movie);
   if (*kind == TrackKind::Audio) takeAudio(entry, movie);
   return "";

@@ -17,6 +17,7 @@ struct RecordedTrack {
   std::uint32_t timescale = 0;              // ticks a second
   std::uint32_t defaultSampleDuration = 0;  // ticks
   std::uint32_t defaultSampleSize = 0;      // bytes
+  std::uint32_t defaultSampleFlags = 0;
 };
 
 struct RecordedMovie {

@@ -29,6 +29,9 @@ class Recording {
   const RecordedMedia* audio() const { return audio_ && audio_->media->movie() ? &*audio_->media : nullptr; }
   // Problems of the media files.
   const ProblemList& problems() const { return problems_; }
+  // Why the audio that the lists name is gone, as the text after the name of its file: "is missing"; empty
+  // when it is there, or when there was none.
+  const std::string& lostAudio() const { return lostAudio_; }
 
   // The media files by path, including those without a movie box.
   std::vector<std::pair<std::string, const RecordedMedia*>> media() const;
@@ -50,11 +53,19 @@ class Recording {
   };
 
   std::unique_ptr<File> open(const std::string& path);
+  void read(File& file, const std::string& path, std::uint64_t before);
+  void readAudioOfVideo(std::unique_ptr<File> file, std::uint64_t before);
+  void noteLostAudio(const std::string& why);
+  void noteLostVideo();
 
   RecordingNames names_;
   std::unique_ptr<File> video_;
   std::unique_ptr<File> audio_;
   ProblemList problems_;
+  std::string lostAudio_;
+  RecordedMedia::Data data_;
+  Progress progress_;
+  std::uint64_t total_ = 0;  // bytes of all media files
 };
 
 }  // namespace fmp4

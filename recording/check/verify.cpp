@@ -1,14 +1,12 @@
 #include "recording/check/verify.h"
 
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 
 #include "base/audio_units.h"
 #include "os/file_in_use.h"
-#include "os/path_name.h"
+#include "recording/check/existing_lists.h"
 #include "recording/check/list_difference.h"
-#include "recording/segment_geometry.h"
-#include "streaming/lists/manifest_document.h"
+#include "recording/check/repair_plan.h"
 
 namespace fmp4 {
 
@@ -38,26 +36,60 @@ double audioSecondsOf(const Recording& recording) {
   return static_cast<double>(media->audioFrames()) * kAacFrameSamples / audioTrack->timescale;
 }
 
+// The playlist of the video promises segments that can be decoded alone (EXT-X-INDEPENDENT-SEGMENTS, RFC
+// 8216, 4.3.5.1). That is not so where the source's key frames have another distance than it was recorded
+// for.
+std::string segmentStartNote(const RecordedMedia& video) {
+  const auto startsElsewhere = [&](const RecordedMedia::Segment& segment) {
+    return !video.fragments()[segment.firstFragment].startsWithKey;
+  };
+  const auto& segments = video.segments();
+  const auto first = std::find_if(segments.begin(), segments.end(), startsElsewhere);
+  if (first == segments.end()) return "";
+  std::uint64_t frame = 0;
+  for (auto before = segments.begin(); before != first; ++before) frame += video.positions(*before);
+  return std::to_string(std::count_if(first, segments.end(), startsElsewhere)) + " of " +
+         std::to_string(segments.size()) +
+         " segments do not begin with a key frame, as the playlist promises: players cannot start there; the "
+         "first of them begins with frame " +
+         std::to_string(frame);
+}
+
 std::vector<std::string> notesOf(const Recording& recording) {
   if (!recording.video()) return {};
   const RecordedMedia& ofAudio = recording.audio() ? *recording.audio() : *recording.video();
   const auto video = recording.video()->timeline(mp4::TrackKind::Video);
   const auto audioTrack = ofAudio.timeline(mp4::TrackKind::Audio);
-  return video && audioTrack ? timelineNotes(*video, *audioTrack) : std::vector<std::string>();
+  std::vector<std::string> notes;
+  if (picture && audioTrack) notes = timelineNotes(*picture, *audioTrack);
+  if (std::string note = segmentStartNote(*recording.video()); !note.empty())
+    notes.push_back(std::move(note));
+  return notes;
+}
+
+void checkLists(const Recording& recording, const Recording::Lists& lists, Verification& result) {
+  const RecordingNames& names = recording.names();
+  // Those with the audio cannot be compared while it is lost.
+  const bool all = recording.lostAudio().empty();
+  if (all) checkList(names.manifest, lists.manifest, manifestDifference, result);
+  checkList(names.videoPlaylist, lists.videoPlaylist, playlistDifference, result);
+  checkList(names.audioPlaylist, lists.audioPlaylist, playlistDifference, result);
+  if (all) checkList(names.masterPlaylist, lists.masterPlaylist, playlistDifference, result);
+}
+
+// Asks repair itself, so that it does what is promised.
+void askRepair(const Recording& recording, const Recording::Lists& lists, Verification& result) {
+  const RepairPlan plan = planRepair(recording, lists, AudioLoss::Refused);
+  if (plan.refused()) {
+    result.problems.setUnrepairable();
+    result.repair = Verification::Repair::Refused;
+    result.remedy = plan.remedy;
+  } else if (!result.problems.repairable()) {
+    result.repair = plan.empty() ? Verification::Repair::Nothing : Verification::Repair::Something;
+  }
 }
 
 }  // namespace
-
-std::optional<std::string> readList(const std::string& path) {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(vlPath(path), error);
-  if (error || size > kMaxManifestBytes) return std::nullopt;
-  std::ifstream file(vlPath(path), std::ios::binary);
-  std::string text(static_cast<std::size_t>(size), '\0');
-  file.read(text.data(), static_cast<std::streamsize>(size));
-  if (!file) return std::nullopt;
-  return text;
-}
 
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress) {
   const Recording recording(name, RecordedMedia::Data::All, progress);
@@ -79,12 +111,13 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
   }
   result.audioSeconds = audioSecondsOf(recording);
   result.notes = notesOf(recording);
-  const RecordingNames& names = recording.names();
+  for (const std::string& path :
+       result.beingWritten ? std::vector<std::string>() : leftoversOf(recording.names()))
+    result.problems.add(
+        {fileNameOf(path), std::nullopt, "it is a temporary file of an interrupted run", true});
   const Recording::Lists lists = recording.lists();
-  checkList(names.manifest, lists.manifest, manifestDifference, result);
-  checkList(names.videoPlaylist, lists.videoPlaylist, playlistDifference, result);
-  checkList(names.audioPlaylist, lists.audioPlaylist, playlistDifference, result);
-  checkList(names.masterPlaylist, lists.masterPlaylist, playlistDifference, result);
+  checkLists(recording, lists, result);
+  askRepair(recording, lists, result);
   return result;
 }
 

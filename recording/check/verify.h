@@ -19,12 +19,25 @@ struct Verification {
   bool beingWritten = false;  // another program is recording it
   ProblemList problems;
   std::vector<std::string> notes;  // what else the user should know
+  // What repair would do.
+  enum class Repair {
+    Everything,  // all problems
+    Something,   // not all of them
+    Nothing,
+    Refused,  // `remedy` says what to do instead
+  };
+  Repair repair = Repair::Everything;
+  std::string remedy;
+
+  // Adds damage that was found in the media otherwise.
+  void addDamage(Problem problem) {
+    if (repair == Repair::Everything) repair = problems.count() == 0 ? Repair::Nothing : Repair::Something;
+    problem.repairable = false;
+    problems.add(std::move(problem));
+  }
 };
 
 // Throws UserError when `name` belongs to no recording, or to one that holds nothing.
 Verification verifyRecording(const std::string& name, const Recording::Progress& progress = {});
-
-// The text of a manifest or playlist on the disk; nothing when it is missing or too large to be one.
-std::optional<std::string> readList(const std::string& path);
 
 }  // namespace fmp4

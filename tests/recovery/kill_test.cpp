@@ -64,15 +64,6 @@ INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kVideoAlone, kAudioA
                                                             : "AllInOne";
                          });
 
-// The files of a folder except the temporary file with which a killed process meant to replace a list: it is
-// beside the list, named after it, the process and a number.
-std::map<std::string, Bytes> recordingIn(const TempFolder& folder) {
-  static const std::regex temporary(".*\\.[0-9]+-[0-9]+");
-  std::map<std::string, Bytes> files = filesOf(folder);
-  std::erase_if(files, [](const auto& file) { return std::regex_match(file.first, temporary); });
-  return files;
-}
-
 TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesIntact) {
   std::map<std::string, Bytes> before, whole;
   {
@@ -94,7 +85,7 @@ TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesIntact) {
     fill(folder, before);
     ASSERT_TRUE(killedAfter(at, [&] { repairRecording(folder.file("out.mpd")); })) << at;
     repairRecording(folder.file("out.mpd"));
-    ASSERT_EQ(recordingIn(folder), whole) << at;
+    ASSERT_EQ(filesOf(folder), whole) << at;
   }
 }
 

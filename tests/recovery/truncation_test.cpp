@@ -210,6 +210,31 @@ TEST(Repaired, ARecordingInProgressIsLeftAlone) {
   EXPECT_EQ(verifyRecording(folder.file("out.m4v")).problems.count(), 0u);
 }
 
+// An index of another size cannot be corrected in place: what follows would be overwritten.
+TEST(Repaired, AnIndexOfAnotherSizeIsLeftAsItIs) {
+  auto files = recorded(kVideoAlone, 2 * kSegmentFrames + 6);
+  Bytes& media = files["out.m4v"];
+  std::ptrdiff_t at = 0;
+  {
+    const TempFolder folder;
+    fill(folder, files);
+    at = static_cast<std::ptrdiff_t>(BoxFile(folder.file("out.m4v")).at("sidx[1]")->position);
+  }
+  // The second of three indexes loses its last reference, of 12 bytes.
+  constexpr std::uint32_t kReference = 12;
+  const std::uint32_t size = Mp4LoadU32(&media[static_cast<std::size_t>(at)]);
+  const Bytes less = u32(size - kReference);
+  std::copy(less.begin(), less.end(), media.begin() + at);
+  --media[static_cast<std::size_t>(at) + 31];  // reference_count
+  media.erase(media.begin() + at + static_cast<std::ptrdiff_t>(size - kReference), media.begin() + at + size);
+  const TempFolder folder;
+  fill(folder, files);
+  EXPECT_THAT(problemsOf(verifyRecording(folder.file("out.m4v"))),
+              HasSubstr("the index of the segment does not fit its fragments and cannot be corrected"));
+  repairRecording(folder.file("out.m4v"));
+  EXPECT_EQ(readFile(folder.file("out.m4v")), media);
+}
+
 }  // namespace
 
 }  // namespace fmp4

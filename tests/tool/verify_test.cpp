@@ -198,7 +198,7 @@ TEST_F(Verify, ReportsWhatCannotBeRepaired) {
     const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
     EXPECT_EQ(found.exitCode, 1);
     EXPECT_THAT(found.out, HasSubstr(message));
-    EXPECT_THAT(found.out, HasSubstr("not all of this can be repaired"));
+    EXPECT_THAT(found.out, HasSubstr("none of this can be repaired"));
     EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).exitCode, 1);
     EXPECT_EQ(readFile(folder_.file("out.m4v")), bytes);
   }
@@ -228,8 +228,7 @@ std::string fragmentOffset(const Bytes& bytes, int number) {
 }
 
 constexpr const char* kOneProblem =
-    " is not intact: 1 problem; not all of this can be repaired; 'fmp4 repair' does what it can, or get an "
-    "undamaged copy\n";
+    " is not intact: 1 problem; none of this can be repaired; get an undamaged copy\n";
 
 TEST_F(Verify, ReportsAudioThatBeginsAfterTheVideo) {
   const Bytes bytes = withLaterTimes(files_->at("out.m4a"), 2, 0, 2 * 48000);
@@ -282,14 +281,22 @@ TEST_F(Verify, ACommonGapIsNotAnOffsetOfAudioAndVideo) {
   writeFile(folder_.file("out.m4a"), audio);
   writeFile(folder_.file("out.m4v"), picture);
   const std::string name = folder_.file("out.mpd");
-  EXPECT_EQ(
-      fmp4({"verify", name}).out,
-      "out.m4v: byte " + fragmentOffset(picture, 2) +
-          ": track 1 has decode time 60000, expected 30000\n"
-          "out.m4a: byte " +
-          fragmentOffset(audio, 2) + ": track 2 has decode time 97152, expected 49152\n" + name +
-          " is not intact: 2 problems; not all of this can be repaired; 'fmp4 repair' does what it can, "
-          "or get an undamaged copy\n");
+  EXPECT_EQ(fmp4({"verify", name}).out,
+            "out.m4v: byte " + fragmentOffset(picture, 2) +
+                ": track 1 has decode time 60000, expected 30000\n"
+                "out.m4a: byte " +
+                fragmentOffset(audio, 2) + ": track 2 has decode time 97152, expected 49152\n" + name +
+                " is not intact: 2 problems; none of this can be repaired; get an undamaged copy\n");
+}
+
+TEST_F(Verify, SaysWhenOnlyPartCanBeRepaired) {
+  writeFile(folder_.file("out.m4v"), changed(files_->at("out.m4v"), "mfhd", 11));
+  edit("out.m3u8", "#EXT-X-ENDLIST\n", "");
+  EXPECT_THAT(
+      fmp4({"verify", folder_.file("out.m4v")}).out,
+      HasSubstr("not all of this can be repaired; 'fmp4 repair' does what it can, or get an undamaged "
+                "copy\n"));
+  EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).out, "out.m3u8: rewritten\n");
 }
 
 TEST_F(Verify, DistinguishesDamageInTheMiddleFromATruncatedEnd) {
@@ -298,8 +305,13 @@ TEST_F(Verify, DistinguishesDamageInTheMiddleFromATruncatedEnd) {
         std::tuple{"trun", 11, "the data offset of track 1 does not point to its samples"}}) {
     writeFile(folder_.file("out.m4v"), changed(files_->at("out.m4v"), type, afterType));
     const Bytes before = readFile(folder_.file("out.m4v"));
-    EXPECT_THAT(fmp4({"verify", folder_.file("out.m4v")}).out,
+    // Repair does not touch it, so neither is anything else repairable.
+    std::filesystem::remove(folder_.file("out.m3u8"));
+    const auto report = nlohmann::json::parse(fmp4({"verify", "--json", folder_.file("out.m4v")}).out);
+    EXPECT_THAT(std::string(report["problems"][0]["problem"]),
                 HasSubstr("complete fragments follow the damage"));
+    for (const auto& problem : report["problems"]) EXPECT_EQ(problem["repairable"], false) << problem;
+    EXPECT_EQ(report["advice"], "get an undamaged copy");
     const RunResult refused = fmp4({"repair", folder_.file("out.m4v")});
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_THAT(refused.err, HasSubstr("it was not merely interrupted, and nothing was changed"));
@@ -331,7 +343,7 @@ TEST_F(Verify, ReportsUnwrittenFragmentsAmongCompleteOnes) {
   const RunResult found = fmp4({"verify", folder_.file("out.m4v")});
   EXPECT_EQ(found.exitCode, 1);
   EXPECT_THAT(found.out, HasSubstr("part of the fragment's media data was never written"));
-  EXPECT_THAT(found.out, HasSubstr("is not intact: 1 problem; not all of this can be repaired"));
+  EXPECT_THAT(found.out, HasSubstr("is not intact: 1 problem; none of this can be repaired"));
   EXPECT_EQ(fmp4({"repair", folder_.file("out.m4v")}).exitCode, 1);
   EXPECT_EQ(readFile(folder_.file("out.m4v")), bytes);
 }

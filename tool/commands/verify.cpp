@@ -4,7 +4,12 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
+#include "base/user_error.h"
+#include "recording/names.h"
+#include "tool/check/decode_check.h"
+#include "tool/check/recording_names.h"
 #include "tool/commands/commands.h"
 #include "tool/terminal/recording_progress.h"
 
@@ -15,18 +20,28 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct VerifyOptions {
-  std::string name;
+  std::vector<std::string> names;
+  bool decode = false;
   bool json = false;
 };
 
 std::string adviceFor(const Verification& result, const std::string& name) {
   if (result.problems.count() == 0) return "";
   if (result.beingWritten) return "it is being recorded; verify it when that has ended";
-  if (result.problems.repairable()) return "run: fmp4 repair " + name;
-  return "not all of this can be repaired; 'fmp4 repair' does what it can, or get an undamaged copy";
+  switch (result.repair) {
+    case Verification::Repair::Everything:
+      return "run: fmp4 repair " + name;
+    case Verification::Repair::Something:
+      return "not all of this can be repaired; 'fmp4 repair' does what it can, or get an undamaged copy";
+    case Verification::Repair::Nothing:
+      return "none of this can be repaired; get an undamaged copy";
+    case Verification::Repair::Refused:
+      break;
+  }
+  return result.remedy;
 }
 
-void printJson(const Verification& result, const std::string& name) {
+Json jsonOf(const Verification& result, const std::string& name) {
   Json problems = Json::array();
   for (const Problem& problem : result.problems.kept()) {
     problems.push_back({{"file", problem.file},
@@ -34,21 +49,20 @@ void printJson(const Verification& result, const std::string& name) {
                         {"problem", problem.text},
                         {"repairable", problem.repairable}});
   }
-  const Json report = {{"recording", name},
-                       {"intact", result.problems.count() == 0},
-                       {"files", result.files},
-                       {"frames", result.frames},
-                       {"audioAccessUnits", result.audioFrames},
-                       {"fragments", result.fragments},
-                       {"segments", result.segments},
-                       {"durationSeconds", result.seconds},
-                       {"audioSeconds", result.audioSeconds},
-                       {"notes", result.notes},
-                       {"beingWritten", result.beingWritten},
-                       {"problemCount", result.problems.count()},
-                       {"problems", problems},
-                       {"advice", adviceFor(result, name)}};
-  std::cout << report.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
+  return {{"recording", name},
+          {"intact", result.problems.count() == 0},
+          {"files", result.files},
+          {"frames", result.frames},
+          {"audioAccessUnits", result.audioFrames},
+          {"fragments", result.fragments},
+          {"segments", result.segments},
+          {"durationSeconds", result.seconds},
+          {"audioSeconds", result.audioSeconds},
+          {"notes", result.notes},
+          {"beingWritten", result.beingWritten},
+          {"problemCount", result.problems.count()},
+          {"problems", problems},
+          {"advice", adviceFor(result, name)}};
 }
 
 void printResult(const Verification& result, const std::string& name) {
@@ -70,10 +84,60 @@ void printResult(const Verification& result, const std::string& name) {
   }
 }
 
-bool verify(const VerifyOptions& options) {
-  const Verification result = verifyRecording(options.name, RecordingProgress("verifying"));
-  (options.json ? printJson : printResult)(result, options.name);
-  return result.problems.count() == 0;
+void decode(const Plugin& plugin, const std::string& name, Verification& result) {
+  const RecordingNames names = findRecording(name);
+  for (const DecodeFault& fault :
+       decodeFaults(plugin, names.video, names.audio, RecordingProgress("decoding")))
+    result.addDamage({fileNameOf(fault.file), std::nullopt, fault.text});
+}
+
+// Reports each recording as soon as it is verified; as JSON, all of them at the end.
+class Report {
+ public:
+  explicit Report(bool json) : json_(json) {}
+
+  void add(const Verification& result, const std::string& name) {
+    if (json_)
+      list_.push_back(jsonOf(result, name));
+    else
+      printResult(result, name);
+  }
+  void addError(const std::string& error, const std::string& name) {
+    if (json_) list_.push_back({{"recording", name}, {"error", error}});
+    std::cerr << "fmp4: " << error << '\n';
+  }
+  // `several`: a list, however long it is.
+  void end(bool several) const {
+    if (json_)
+      std::cout << (several ? list_ : list_.front()).dump(2, ' ', true, Json::error_handler_t::replace)
+                << '\n';
+  }
+
+ private:
+  bool json_;
+  Json list_ = Json::array();
+};
+
+bool verify(const Invocation& invocation, const VerifyOptions& options) {
+  std::optional<Plugin> plugin;
+  if (options.decode) plugin.emplace(invocation.plugin);
+  const bool several = nameSeveral(options.names);
+  Report report(options.json);
+  bool intact = true;
+  for (const std::string& name : recordingNames(options.names)) {
+    try {
+      Verification result = verifyRecording(name, RecordingProgress("verifying"));
+      if (plugin) decode(*plugin, name, result);
+      report.add(result, name);
+      intact = intact && result.problems.count() == 0;
+    } catch (const UserError& error) {
+      if (!several) throw;
+      report.addError(error.what(), name);
+      intact = false;
+    }
+  }
+  report.end(several);
+  return intact;
 }
 
 }  // namespace
@@ -83,10 +147,15 @@ void addVerifyCommand(CLI::App& app, Invocation& invocation) {
       "verify",
       "Check a recording: boxes, offsets, times and indexes, manifest and playlists against the media");
   const auto options = std::make_shared<VerifyOptions>();
-  command->add_option("NAME", options->name, "A media file, the manifest or a playlist of the recording")
+  command
+      ->add_option("NAME", options->names,
+                   "Recordings, each by a media file, its manifest or a playlist; of a folder all")
       ->required();
+  command->add_flag("--decode", options->decode, "Decode all audio and walk through every video frame too");
   command->add_flag("-j,--json", options->json, "Print JSON");
-  command->callback([&invocation, options] { invocation.command = [options] { return verify(*options); }; });
+  command->callback([&invocation, options] {
+    invocation.command = [&invocation, options] { return verify(invocation, *options); };
+  });
 }
 
 }  // namespace fmp4
