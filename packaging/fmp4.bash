@@ -11,7 +11,9 @@ _fmp4() {
   local options="--help --plugin --quiet --no-progress"
   case $command in
     "") options+=" --version" ;;
-    info | boxes | verify) options+=" --json" ;;
+    info | boxes) options+=" --json" ;;
+    verify) options+=" --decode --json" ;;
+    repair) options+=" --accept-loss --dry-run" ;;
     frames) options+=" --json --from --to --count --random" ;;
     export) options+=" --video --audio --captions --channel --service --from --to --count --exact --force" ;;
     package) options+=" --output --gop --no-audio --captions --start --count --force --json" ;;

@@ -18,4 +18,4 @@ set(VL_SLOW_SUITES
   "mp4box_test: (BufferedStream|Hostile|Payload|WrittenFile)"
   "plugin_test: (All/ReadPredicted|Of/LostUnit|Read.*)"
   "streaming_test: (Cc608Reader|ManifestDocument|ParseFrameRate|PlaylistWriter)"
-  "tool_test: (Export.*|Info|LiveInput|Package|SilentAccessUnit)")
+  "tool_test: (EndedRecording|Export.*|Info|LiveInput|Package|SilentAccessUnit)")

@@ -6,9 +6,11 @@ set(VL_LINUX_TESTS
   host/posix/file_test.cpp
   plugin/posix/full_disk_test.cpp
   tool/posix/full_output_test.cpp
+  tool/posix/interrupt_test.cpp
   tool/posix/live_input_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
   os/posix/replace_file_test.cpp
+  tool/posix/permission_test.cpp
   # The store's place follows the XDG base directory specification.
   host/posix/config_test.cpp
   # Library names and their translation, and the files of libraries.

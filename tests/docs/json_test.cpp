@@ -107,6 +107,9 @@ TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
   const std::filesystem::path media = folder.file("out.m4v");
   std::filesystem::resize_file(media, std::filesystem::file_size(media) - 1);
   expectDocumented("fmp4 verify --json NAME", printedBy({"verify", "--json", media.string()}));
+  const TempFolder other;
+  writeFile(other.file("text.m4v"), {'x'});
+  expectDocumented("fmp4 verify --json FOLDER", printedBy({"verify", "--json", other.path().string()}));
   expectDocumented("/recordings.json", json::parse(recordingsJson(listRecordings(folder.path()))));
 }
 

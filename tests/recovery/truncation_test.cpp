@@ -2,6 +2,7 @@
 // what ending the recording there would have written.
 #include <gmock/gmock.h>
 
+#include "base/bytes.h"
 #include "tests/recovery/recovery.h"
 #include "tests/support/sanitized.h"
 

@@ -226,6 +226,31 @@ TEST_F(Package, AGivenIntervalSetsTheFragments) {
   EXPECT_THAT(prime.err, HasSubstr("fmp4: warning: an interval of 37 frames cannot be cut into segments"));
 }
 
+TEST_F(Package, ReportsAnIntervalOtherThanTheSources) {
+  const auto warningFor = [this](const char* interval) {
+    return fmp4({"--quiet", "package", source(), "--force", "--output", folder_.file("out.mp4"), "--gop",
+                 interval})
+        .err;
+  };
+  EXPECT_EQ(warningFor("30"), "");
+  EXPECT_EQ(warningFor("15"),
+            "fmp4: warning: --gop 15 is not the source's key-frame interval of 30 frames\n");
+  // Of segments of 70 frames, those at 0 and 210 begin with a key frame.
+  EXPECT_EQ(
+      warningFor("7"),
+      "fmp4: warning: --gop 7 is not the source's key-frame interval of 30 frames; 3 of 5 segments will "
+      "not begin with a key frame, where players expect one\n");
+}
+
+TEST_F(Package, GivesOneWarningAboutItsSegments) {
+  makeMedia(folder_.file("uneven.mp4"),
+            videoInput(5) + h264Codec(37) + std::vector<std::string>{"-force_key_frames", "0.5"});
+  EXPECT_EQ(
+      fmp4({"--quiet", "package", folder_.file("uneven.mp4"), "--output", folder_.file("out.mp4")}).err,
+      "fmp4: warning: key frames 37 frames apart cannot be cut into segments; they are cut for one every "
+      "30 frames\n");
+}
+
 TEST_F(Package, ReportsAndWorksAroundIndivisibleKeyFrameIntervals) {
   makeMedia(folder_.file("prime.mp4"), videoInput(5) + h264Codec(37));
   const RunResult result = fmp4({"package", folder_.file("prime.mp4"), "--output", folder_.file("out.mp4")});
@@ -265,7 +290,7 @@ TEST_F(Package, RefusesOtherCodecsWithAdvice) {
                 "leaves it out"));
   EXPECT_THAT(refusal("mp3.mp4"), HasSubstr("--no-audio leaves it out"));
   EXPECT_THAT(refusal("sound.mp4"), HasSubstr("has no video"));
-  EXPECT_THAT(refusal("missing.mp4"), HasSubstr("cannot be opened; check the name"));
+  EXPECT_THAT(refusal("missing.mp4"), HasSubstr("does not exist; check the name"));
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
   EXPECT_EQ(
       fmp4({"package", folder_.file("ac3.mp4"), "--output", folder_.file("out.mp4"), "--no-audio"}).exitCode,
@@ -298,9 +323,31 @@ TEST_F(Package, NeverOverwritesTheSource) {
 }
 
 TEST_F(Package, ReportsAMissingFolder) {
-  const RunResult result = fmp4({"package", source(), "--output", folder_.file("missing/out.mp4")});
+  const RunResult result =
+      fmp4({"--quiet", "package", source(), "--output", folder_.file("missing/out.mp4")});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_THAT(result.err, HasSubstr("missing/out.mp4' cannot be created; check the folder"));
+  EXPECT_EQ(result.err, "fmp4: '" + folder_.file("missing/out.mp4") +
+                            "' cannot be created: there is no folder '" + folder_.file("missing") +
+                            "'; make it, or give another name\n");
+}
+
+TEST_F(Package, NamesWhatItsInputIs) {
+  const auto refusal = [&](const std::string& input) {
+    const RunResult result =
+        fmp4({"--quiet", "package", folder_.file(input), "--output", folder_.file("out.mp4")});
+    EXPECT_EQ(result.exitCode, 1) << input;
+    return result.err;
+  };
+  const auto write = [&](const std::string& name, const std::string& text) {
+    writeFile(folder_.file(name), {text.begin(), text.end()});
+    return refusal(name);
+  };
+  EXPECT_EQ(refusal(""), "fmp4: '" + folder_.file("") + "' is a folder; give a file in it\n");
+  EXPECT_EQ(write("a.mp4", ""), "fmp4: '" + folder_.file("a.mp4") + "' is empty\n");
+  EXPECT_EQ(write("a.mp4", "some text, longer than a box's header"),
+            "fmp4: '" + folder_.file("a.mp4") + "' is not MP4\n");
+  EXPECT_THAT(write("a.mpd", "<?xml version='1.0'?><MPD/>"), HasSubstr("is an XML document, not MP4"));
+  EXPECT_THAT(write("a.mkv", "\x1A\x45\xDF\xA3 and more"), HasSubstr("is a Matroska or WebM file, not MP4"));
 }
 
 TEST_F(Package, RatesAreKept) {

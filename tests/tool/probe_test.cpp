@@ -29,15 +29,19 @@ TEST(Probe, ListsEveryFileAndFailsIfOneIsRefused) {
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.out, "refused " + plain + "\naccepted " + whole + "\nrefused " +
                             folder.file("missing.mp4") + "\naccepted any.mpd\n");
-  EXPECT_THAT(result.err, HasSubstr("ERROR(vlx_fmp4): No moof, not a fragmented mp4\n"));
-  EXPECT_THAT(result.err, HasSubstr("ERROR(vlx_fmp4): Cannot open file\n"));
+  EXPECT_THAT(result.err, HasSubstr(plain + ": ERROR(vlx_fmp4): No moof, not a fragmented mp4\n"));
+  EXPECT_THAT(result.err, HasSubstr(folder.file("missing.mp4") + ": ERROR(vlx_fmp4): Cannot open file\n"));
+  EXPECT_THAT(result.err,
+              HasSubstr("fmp4: '" + plain + "' is not a fragmented MP4: it has no movie fragments"));
+  EXPECT_THAT(result.err,
+              HasSubstr("fmp4: '" + folder.file("missing.mp4") + "' does not exist; check the name\n"));
 }
 
-TEST(Probe, QuietHidesTheHostsLog) {
+TEST(Probe, QuietHidesTheHostsLogAndNotTheReason) {
   const RunResult result = fmp4({"--quiet", "probe", "missing.mp4"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.out, "refused missing.mp4\n");
-  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.err, "fmp4: 'missing.mp4' does not exist; check the name\n");
 }
 
 }  // namespace

@@ -141,6 +141,39 @@ TEST(Refusal, OfOtherFormatsNamesTheFormat) {
             "'" + folder.file("folder.mp4") + "' is a folder; give a file in it\n");
 }
 
+TEST(Refusal, OfBoxesIsTheSame) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  const auto refusalOf = [&](const std::string& content) {
+    write(file, content);
+    const RunResult result = fmp4({"boxes", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "");
+    return result.err;
+  };
+  EXPECT_EQ(refusalOf(""), "fmp4: '" + file + "' is empty\n");
+  EXPECT_EQ(refusalOf("some text, longer than a box's header"), "fmp4: '" + file + "' is not MP4\n");
+  EXPECT_THAT(refusalOf("#EXTM3U\n#EXT-X-VERSION:7\n"), HasSubstr("is an HLS playlist; give the manifest"));
+  EXPECT_EQ(fmp4({"boxes", folder.file("")}).err,
+            "fmp4: '" + folder.file("") + "' is a folder; give a file in it\n");
+}
+
+// The name that was given to package leads to what it made.
+TEST(RecordedName, LeadsToTheRecording) {
+  const TempFolder folder;
+  makeMedia(folder.file("source.mp4"), videoInput(0.4, "25") + toneInput(0.4) + h264Codec(5) + kAac);
+  const std::string name = folder.file("out.mp4");
+  ASSERT_EQ(fmp4({"-q", "package", folder.file("source.mp4"), "-o", name}).exitCode, 0);
+  const auto described = json::parse(fmp4({"-q", "info", "--json", name}).out);
+  EXPECT_EQ(described["file"], name);
+  EXPECT_EQ(described["video"]["frames"], 10);
+  EXPECT_EQ(described["audio"][0]["codec"], "mp4a");
+  EXPECT_EQ(fmp4({"-q", "frames", name}).out, fmp4({"-q", "frames", folder.file("out.m4v")}).out);
+  // A file of the name itself comes first.
+  write(name, "some text, longer than a box's header");
+  EXPECT_EQ(reasonFor(name), "'" + name + "' is not MP4\n");
+}
+
 TEST(Refusal, OfAManifestNamesItsMedia) {
   const TempFolder folder;
   const std::string manifest = folder.file("clip.mpd"), media = folder.file("video.dat");

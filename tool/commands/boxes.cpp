@@ -9,6 +9,7 @@
 #include "base/user_error.h"
 #include "mp4box/top_level_reader.h"
 #include "tool/commands/commands.h"
+#include "tool/host/refusal_reason.h"
 #include "tool/terminal/field_printer.h"
 
 namespace fmp4 {
@@ -89,9 +90,7 @@ bool fillsFile(const Mp4Box& root, const std::string& file) {
   const std::uint64_t end = root.last != nullptr ? root.last->end() : 0;
   if (end == root.size && end > 0) return true;
   std::cerr << "fmp4: '" << file << "' ";
-  if (root.size == 0)
-    std::cerr << "is empty; there is nothing to show\n";
-  else if (end < root.size)
+  if (end < root.size)
     std::cerr << "holds no readable box at byte " << end << ", " << root.size - end
               << " bytes before its end; what follows is damaged or not MP4\n";
   else
@@ -101,6 +100,7 @@ bool fillsFile(const Mp4Box& root, const std::string& file) {
 }
 
 bool boxes(const BoxesOptions& options) {
+  if (const auto trouble = boxTrouble(options.file)) throw UserError("'" + options.file + "' " + *trouble);
   Mp4Stream stream;
   const VLHANDLE handle = stream.open(options.file.c_str(), MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE)

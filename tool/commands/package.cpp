@@ -17,6 +17,7 @@
 #include "streaming/lists/master_playlist.h"
 #include "tool/commands/commands.h"
 #include "tool/host/plugin_host.h"
+#include "tool/host/refusal_reason.h"
 #include "tool/package/output_files.h"
 #include "tool/package/package_plan.h"
 #include "tool/package/packager.h"
@@ -104,6 +105,7 @@ void packageSource(const Plugin& plugin, SampleSource& source, const PackageOpti
   try {
     Packager packager(plugin, source, options, plan, frames, warn);
     record(packager, files, [&](std::uint64_t done) { show(recorded = done); });
+    if (recorded == 0) throw UserError("interrupted before the first frame; nothing is recorded");
     report(packager, options, files);
   } catch (const UserError&) {
     if (recorded == 0) files.removeNew();
@@ -112,6 +114,8 @@ void packageSource(const Plugin& plugin, SampleSource& source, const PackageOpti
 }
 
 void packageFile(const Plugin& plugin, const PackageOptions& options) {
+  if (const auto trouble = sourceTrouble(options.input))
+    throw UserError("'" + options.input + "' " + *trouble);
   SourceFile source(options.input);
   heedEndRequests();
   checkVideo(source);

@@ -3,19 +3,33 @@
 #include <memory>
 #include <vector>
 
+#include "base/user_error.h"
 #include "tool/commands/commands.h"
+#include "tool/host/movie_file.h"
 #include "tool/host/plugin_host.h"
+#include "tool/host/refusal_reason.h"
 
 namespace fmp4 {
 
 namespace {
+
+// Whether the system opens no file any more.
+bool cannotOpenMore(const std::string& file) {
+  return MovieFile(file).openError() == std::errc::too_many_files_open;
+}
 
 bool probe(const Invocation& invocation, const std::vector<std::string>& files) {
   const Plugin plugin(invocation.plugin);
   bool allAccepted = true;
   for (const std::string& file : files) {
     const bool accepted = plugin.probe(file);
+    // The limit of the system is no answer of the plug-in, which keeps accepted files open (quirk 1).
+    if (!accepted && cannotOpenMore(file))
+      throw UserError(
+          "too many files are open: each accepted one stays so; probe fewer at a time, or raise the "
+          "limit (ulimit -n)");
     std::cout << (accepted ? "accepted " : "refused ") << file << '\n';
+    if (!accepted) std::cerr << "fmp4: " << probeRefusal(file) << '\n';
     allAccepted = allAccepted && accepted;
   }
   return allAccepted;

@@ -1,5 +1,6 @@
 #include "tool/host/host_log.h"
 
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <mutex>
@@ -16,6 +17,8 @@ struct Log {
   std::mutex mutex;
   bool quiet = false;
   std::string lastError;
+  std::string file;  // that the plug-in works on
+  int writeError = 0;
 };
 
 Log& theLog() {
@@ -31,13 +34,27 @@ std::string_view wordsOf(std::string_view line) {
   return line.substr(0, line.find_last_not_of('\n') + 1);
 }
 
+// The number in "fmp4 file_write failure, error: 28", with which streams report a failed write; 0 in other
+// lines.
+int writeErrorIn(std::string_view line) {
+  constexpr std::string_view kStart = "fmp4 file_write failure, error: ";
+  int number = 0;
+  if (line.starts_with(kStart))
+    std::from_chars(line.data() + kStart.size(), line.data() + line.size(), number);
+  return number;
+}
+
 void takeLine(void* context, std::uint32_t level, const char* text) {
   auto& log = *static_cast<Log*>(context);
   const std::lock_guard<std::mutex> lock(log.mutex);
   const std::string_view line(text);
   if (level == VL_LOG_ERROR) log.lastError = wordsOf(line);
+  if (const int error = writeErrorIn(line); error != 0) log.writeError = error;
+  if (log.quiet) return;
+  const bool named = level != VL_LOG_STATUS && !log.file.empty();
   // Plain lines come without a line end.
-  if (!log.quiet) std::fprintf(stderr, "%s%s", text, line.ends_with('\n') ? "" : "\n");
+  std::fprintf(stderr, "%s%s%s%s", named ? log.file.c_str() : "", named ? ": " : "", text,
+               line.ends_with('\n') ? "" : "\n");
 }
 
 }  // namespace
@@ -46,6 +63,18 @@ void takeHostLog(bool quiet) {
   Log& log = theLog();
   log.quiet = quiet;
   vlSetLogSink(takeLine, &log);
+}
+
+void nameInLog(const std::string& file) {
+  Log& log = theLog();
+  const std::lock_guard<std::mutex> lock(log.mutex);
+  log.file = file;
+}
+
+std::error_code lastWriteError() {
+  Log& log = theLog();
+  const std::lock_guard<std::mutex> lock(log.mutex);
+  return {log.writeError, std::system_category()};
 }
 
 std::string lastLoggedError() {
@@ -58,6 +87,7 @@ void forgetLoggedError() {
   Log& log = theLog();
   const std::lock_guard<std::mutex> lock(log.mutex);
   log.lastError.clear();
+  log.writeError = 0;
 }
 
 }  // namespace fmp4

@@ -2,11 +2,19 @@
 #pragma once
 
 #include <string>
+#include <system_error>
 
 namespace fmp4 {
 
 // Takes over the host's log until the program ends. Its lines go to standard error, unless `quiet`.
 void takeHostLog(bool quiet);
+
+// The file that the plug-in works on from now on: its errors and warnings are shown with the name.
+void nameInLog(const std::string& file);
+
+// The system's reason of the last write that the log says failed; none when none did since the log was taken
+// over or forgetLoggedError() was called.
+std::error_code lastWriteError();
 
 // The text of the last error that the plug-in logged, without prefix and line end; empty when there was none
 // since the log was taken over or forgetLoggedError() was called.

@@ -1,7 +1,5 @@
 #include "tool/host/movie_file.h"
 
-#include <system_error>
-
 #include "base/letter_case.h"
 #include "mp4box/boxes/hdlr.h"
 #include "mp4box/boxes/stsz.h"
@@ -12,7 +10,7 @@ namespace fmp4 {
 MovieFile::MovieFile(const std::string& path) {
   const VLHANDLE handle = stream_.open(path.c_str(), MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) {
-    openError_ = std::system_category().message(static_cast<int>(vlOSGetLastError()));
+    openError_ = {static_cast<int>(vlOSGetLastError()), std::system_category()};
     return;
   }
   file_ = Mp4ReadRoot(stream_, false);
@@ -33,7 +31,14 @@ MovieSamples MovieFile::movieSamples() {
   return samples;
 }
 
-OpenedFiles openedFiles(const std::string& name) {
+std::string recordedAs(const std::string& name) {
+  if (!endsIgnoringCase(name, ".mp4") || vlOSFileExists(name.c_str()) != 0) return name;
+  const std::string media = name.substr(0, name.size() - 4) + ".m4v";
+  return vlOSFileExists(media.c_str()) != 0 ? media : name;
+}
+
+OpenedFiles openedFiles(const std::string& given) {
+  const std::string name = recordedAs(given);
   const bool audioOnly = isAudioName(name);
   FileSet files = findFileSet(name.c_str(), audioOnly);
   loadManifest(files);

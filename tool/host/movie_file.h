@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "mp4box/top_level_reader.h"
 
@@ -21,8 +22,8 @@ class MovieFile {
   explicit MovieFile(const std::string& path);
 
   bool isOpen() const { return file_ != nullptr; }
-  // Why it is not open, in the system's words.
-  const std::string& openError() const { return openError_; }
+  // The system's reason why it is not open; none when it is.
+  std::error_code openError() const { return openError_; }
 
   // For an open file; the object owns the boxes.
   Mp4Stream& stream() { return stream_; }
@@ -35,7 +36,7 @@ class MovieFile {
  private:
   Mp4Stream stream_;
   std::unique_ptr<Mp4TopLevelReader> file_;
-  std::string openError_;
+  std::error_code openError_;
 };
 
 // The files that the plug-in opens for a name: the named file, or those that a manifest names.
@@ -44,6 +45,10 @@ struct OpenedFiles {
   std::string companion;  // with the audio, if it has a file of its own
 };
 OpenedFiles openedFiles(const std::string& name);
+
+// The file that `name` stands for: NAME.mp4 that does not exist stands for the recording made under that
+// name, if there is one, and any other name for itself.
+std::string recordedAs(const std::string& name);
 
 // Whether a file has audio alone by its name (".m4a", ".isma").
 bool isAudioName(const std::string& name);

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include "base/text.h"
 #include "base/user_error.h"
@@ -43,6 +44,18 @@ void checkLength(const std::string& file) {
                     " characters; change to its folder and give a shorter one");
 }
 
+// Why a file cannot be created.
+std::string creationTrouble(const std::string& file) {
+  namespace fs = std::filesystem;
+  const fs::path folder = vlPath(file).parent_path();
+  std::error_code ignored;
+  if (!folder.empty() && !fs::is_directory(folder, ignored))
+    return "there is no folder '" + vlName(folder) + "'; make it, or give another name";
+  const std::error_code error(static_cast<int>(vlOSGetLastError()), std::system_category());
+  if (!error) return "check the folder, its permissions and the space on it";
+  return error.message() + "; check the folder, its permissions and the space on it";
+}
+
 }  // namespace
 
 void MediaFileCloser::operator()(CAMediaFile* object) const {
@@ -73,6 +86,7 @@ FormatRecord Plugin::formatRecord(std::uint32_t index) const {
 }
 
 bool Plugin::probe(const std::string& file) const {
+  nameInLog(file);
   return checkVersionAndFile_(file.c_str(), 0, nullptr) == VL_OK;
 }
 
@@ -84,10 +98,12 @@ MediaFile Plugin::make(MFXOPEN& request) const {
   return MediaFile(object, MediaFileCloser{mediaFile_});
 }
 
-MediaFile Plugin::open(const std::string& file) const {
+MediaFile Plugin::open(const std::string& name) const {
+  const std::string file = recordedAs(name);
   checkLength(file);
   forgetLoggedError();
   if (!probe(file)) throw UserError(probeRefusal(file));
+  nameInLog(file);
   MFXOPEN request = {};
   request.access = VL_GENERIC_READ;
   request.fileName = file.c_str();
@@ -102,14 +118,14 @@ MediaFile Plugin::open(const std::string& file) const {
 
 MediaFile Plugin::create(const std::string& file) const {
   checkLength(file);
+  forgetLoggedError();
+  nameInLog(file);
   MFXOPEN request = {};
   request.access = VL_GENERIC_READ | VL_GENERIC_WRITE;
   request.fileName = file.c_str();
   request.creation = VL_CREATE_ALWAYS;
   MediaFile object = make(request);
-  if (!object)
-    throw UserError("'" + file +
-                    "' cannot be created; check the folder, its permissions and the space on it");
+  if (!object) throw UserError("'" + file + "' cannot be created: " + creationTrouble(file));
   return object;
 }
 

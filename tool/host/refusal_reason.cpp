@@ -27,16 +27,6 @@ bool isFolder(const std::string& file) {
   return std::filesystem::is_directory(vlPath(file), ignored);
 }
 
-// What prevents any file from being read.
-std::optional<std::string> fileTrouble(const std::string& file) {
-  if (isFolder(file)) return "is a folder; give a file in it";
-  if (vlOSFileExists(file.c_str()) == 0) return "does not exist; check the name";
-  MovieFile movie(file);
-  if (!movie.isOpen()) return "cannot be read: " + movie.openError();
-  if (movie.root()->size == 0) return "is empty";
-  return std::nullopt;
-}
-
 // ---- Files that are not MP4 -------------------------------------------------------------------------
 
 // Types of the first box of a file (ISO/IEC 14496-12, table 1, and QuickTime).
@@ -128,6 +118,31 @@ bool namesSegmentFiles(const std::string& file) {
 }
 
 }  // namespace
+
+std::optional<std::string> fileTrouble(const std::string& file) {
+  if (isFolder(file)) return "is a folder; give a file in it";
+  if (vlOSFileExists(file.c_str()) == 0) return "does not exist; check the name";
+  MovieFile movie(file);
+  if (!movie.isOpen()) return "cannot be read: " + movie.openError().message();
+  if (movie.root()->size == 0) return "is empty";
+  return std::nullopt;
+}
+
+std::optional<std::string> sourceTrouble(const std::string& file) {
+  if (auto trouble = fileTrouble(file)) return trouble;
+  MovieFile movie(file);
+  if (!movie.movie()) return withoutMovie(movie);
+  return std::nullopt;
+}
+
+std::optional<std::string> boxTrouble(const std::string& file) {
+  if (auto trouble = fileTrouble(file)) return trouble;
+  MovieFile movie(file);
+  const Mp4Box& root = *movie.root();
+  // Bytes that are no box claim a size that the file does not have.
+  if (startsLikeMp4(root) || (root.first && root.first->end() <= root.size)) return std::nullopt;
+  return otherKind(movie.stream());
+}
 
 std::string fragmentingCommand(const std::string& file) {
   return "ffmpeg -i " + shellQuoted(file) +

@@ -1,9 +1,20 @@
 // Why a file cannot be read, in words for the user, ending with what to do next.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace fmp4 {
+
+// Why no file of this name can be read, as the text after its name ("is a folder; ..."); nothing when it can
+// be.
+std::optional<std::string> fileTrouble(const std::string& file);
+
+// Why `file` cannot be the source of a recording, in the same form; nothing when it has a movie.
+std::optional<std::string> sourceTrouble(const std::string& file);
+
+// Why `file` has no boxes to show, in the same form; nothing when it begins with one.
+std::optional<std::string> boxTrouble(const std::string& file);
 
 // Why the plug-in's probe refuses `file`.
 std::string probeRefusal(const std::string& file);

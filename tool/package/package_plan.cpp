@@ -128,8 +128,12 @@ void chooseRate(const SourceTrack& video, PackagePlan& plan, const Warn& warn) {
          std::to_string(plan.scale) + "/" + std::to_string(plan.rate) + " s");
 }
 
-// The most common key-frame interval; 0 when there is only one key frame.
-std::uint32_t keyFrameDistance(const SampleList::Part& frames, const Warn& warn) {
+struct KeyFrames {
+  std::uint32_t distance = 0;  // the most common one, in frames; 0 when there is only one key frame
+  bool even = true;            // whether it is the only one
+};
+
+KeyFrames keyFramesOf(const SampleList::Part& frames) {
   std::map<std::size_t, std::size_t> counts;
   std::size_t last = 0;
   for (std::size_t i = 1; i < frames.size(); ++i) {
@@ -137,14 +141,10 @@ std::uint32_t keyFrameDistance(const SampleList::Part& frames, const Warn& warn)
     ++counts[i - last];
     last = i;
   }
-  if (counts.empty()) return 0;
+  if (counts.empty()) return {};
   const auto common = std::max_element(counts.begin(), counts.end(),
                                        [](const auto& a, const auto& b) { return a.second < b.second; });
-  if (counts.size() > 1)
-    warn("the source's key frames are not evenly spaced; segments are cut for one every " +
-         std::to_string(common->first) +
-         " frames, and some will not start with a key frame (--gop N overrides that)");
-  return static_cast<std::uint32_t>(common->first);
+  return {static_cast<std::uint32_t>(common->first), counts.size() == 1};
 }
 
 bool givesSegments(std::uint32_t interval) {
@@ -158,22 +158,45 @@ std::uint32_t usablePart(std::uint32_t interval) {
   return kUsualInterval;
 }
 
+// Says how many segments will not begin with a key frame; empty when all will.
+std::string segmentsWithoutKey(const SampleList::Part& frames, std::uint32_t interval) {
+  const SegmentGeometry geometry = geometryOfInterval(interval);
+  const std::size_t length = std::size_t{geometry.framesPerFragment} * geometry.fragmentsPerSegment;
+  std::size_t segments = 0, without = 0;
+  for (std::size_t i = 0; i < frames.size(); i += length, ++segments) without += frames[i].key ? 0 : 1;
+  if (without == 0) return "";
+  return "; " + std::to_string(without) + " of " + std::to_string(segments) +
+         " segments will not begin with a key frame, where players expect one";
+}
+
+// Why segments may begin between key frames; empty when the interval is that of the source.
+std::string unfitInterval(const KeyFrames& keys, const PackageOptions& options, std::uint32_t interval) {
+  const std::string frames = " frames";
+  if (keys.distance == 0) return "";
+  if (options.interval && interval != keys.distance)
+    return "--gop " + std::to_string(interval) + " is not the source's key-frame interval of " +
+           std::to_string(keys.distance) + frames;
+  if (interval != keys.distance)
+    return "key frames " + std::to_string(keys.distance) +
+           " frames apart cannot be cut into segments; they are cut for one every " +
+           std::to_string(interval) + frames;
+  if (keys.even) return "";
+  return "the source's key frames are not evenly spaced; segments are cut for one every " +
+         std::to_string(interval) + frames + " (--gop N overrides that)";
+}
+
 void chooseInterval(const SourceTrack& video, const PackageOptions& options, PackagePlan& plan,
                     const Warn& warn) {
-  if (options.interval) {
-    plan.interval = *options.interval;
-    if (!givesSegments(plan.interval))
-      warn("an interval of " + std::to_string(plan.interval) +
-           " frames cannot be cut into segments: some players will refuse the recording");
-    return;
+  const SampleList::Part frames = chosen(video, plan);
+  const KeyFrames keys = keyFramesOf(frames);
+  plan.interval = options.interval.value_or(std::max(keys.distance, 1u));
+  if (!options.interval && !givesSegments(plan.interval)) plan.interval = usablePart(keys.distance);
+  if (!givesSegments(plan.interval)) {
+    warn("an interval of " + std::to_string(plan.interval) +
+         " frames cannot be cut into segments: some players will refuse the recording");
+  } else if (const std::string why = unfitInterval(keys, options, plan.interval); !why.empty()) {
+    warn(why + segmentsWithoutKey(frames, plan.interval));
   }
-  const std::uint32_t distance = keyFrameDistance(chosen(video, plan), warn);
-  plan.interval = std::max(distance, 1u);
-  if (givesSegments(plan.interval)) return;
-  plan.interval = usablePart(distance);
-  warn("key frames " + std::to_string(distance) +
-       " frames apart cannot be cut into segments; they are cut for one every " +
-       std::to_string(plan.interval) + " frames, and some will not start with a key frame");
 }
 
 }  // namespace

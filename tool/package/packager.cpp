@@ -12,6 +12,7 @@
 #include "base/user_error.h"
 #include "captions/sei_captions.h"
 #include "recording/segment_geometry.h"
+#include "tool/host/host_log.h"
 #include "tool/package/silent_aac.h"
 
 namespace fmp4 {
@@ -29,10 +30,17 @@ constexpr double kRounding = 0.001;
 
 constexpr double kEndless = std::numeric_limits<double>::infinity();
 
-void checkStatus(std::uint32_t status, const std::string& what) {
-  if (status != VL_OK)
-    throw UserError(what + " could not be written (status " + statusText(status) +
+// `recording`: the name of the recording, of which `what` is a part.
+void checkStatus(std::uint32_t status, const std::string& what, const std::string& recording) {
+  if (status == VL_OK) return;
+  const std::string subject = what + " of '" + recording + "' could not be written";
+  const std::error_code reason = lastWriteError();
+  if (!reason)
+    throw UserError(subject + " (status " + statusText(status) +
                     "); the host's log says why (run without --quiet to see it)");
+  throw UserError(subject + ": " + reason.message() + "; " +
+                  (reason == std::errc::no_space_on_device ? "make room on the disk, then " : "") +
+                  "'fmp4 repair' keeps what has been recorded");
 }
 
 SourceTrack& videoOf(SampleSource& source) {
@@ -97,6 +105,10 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
 SourceTrack* Packager::findAudio() {
   SourceTrack* const track = source_.trackOfHandler(Mp4FourCc("soun"));
   if (!track || options_.noAudio) return nullptr;
+  if (track->codec == Mp4FourCc("mp4a") && track->configuration.empty())
+    throw UserError("'" + source_.path() +
+                    "' has audio without its configuration (AudioSpecificConfig), which a recording needs. "
+                    "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac converts it");
   if (!isAac(*track))
     throw UserError("'" + source_.path() + "' has audio of type '" + fourCcText(track->codec) +
                     "', which a recording cannot hold: it takes AAC (mp4a). --no-audio leaves it out, ffmpeg "
@@ -188,7 +200,7 @@ void Packager::describe() {
                   (cc708_.present() || videoCaptions_ ? QVR_CAPTIONS_708 : 0);
   checkStatus(file_->SetFileInfo(audio_ ? kStereo : kVideoChannel, nullptr, video.get(),
                                  audio_ ? &audio : nullptr, &info),
-              "the description of '" + options_.output + "'");
+              "the description", options_.output);
 }
 
 void Packager::describeVideo(QVRVIDEO& video) const {
@@ -244,7 +256,7 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
 
 void Packager::finish() {
   MFXCLOSE request = {};
-  checkStatus(file_->MFXCmd(MFX_CLOSE, &request), "the end of '" + options_.output + "'");
+  checkStatus(file_->MFXCmd(MFX_CLOSE, &request), "the end", options_.output);
 }
 
 void Packager::writeFrame(std::size_t index) {
@@ -262,7 +274,7 @@ void Packager::writeFrame(std::size_t index) {
   addCaptions(frames_);
   checkStatus(file_->Write(static_cast<std::uint32_t>(frames_), 1, kVideoChannel, QVR_MODE_VIDEO,
                            &descriptor_, nullptr),
-              "frame " + std::to_string(frames_));
+              "frame " + std::to_string(frames_), options_.output);
 }
 
 void Packager::addCaptions(std::uint64_t frame) {
@@ -304,7 +316,7 @@ void Packager::writeAccessUnit(std::span<std::uint8_t> bytes) {
   descriptor_.bytes = static_cast<std::uint32_t>(bytes.size());
   checkStatus(file_->Write(static_cast<std::uint32_t>(accessUnits_), 1, kStereo, QVR_MODE_AUDIO, &descriptor_,
                            nullptr),
-              "audio access unit " + std::to_string(accessUnits_));
+              "audio access unit " + std::to_string(accessUnits_), options_.output);
   ++accessUnits_;
 }
 
