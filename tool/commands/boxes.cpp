@@ -99,15 +99,21 @@ bool fillsFile(const Mp4Box& root, const std::string& file) {
   return false;
 }
 
+// Whether a file begins with a box. Bytes that are no box claim a size that the file does not have.
+bool beginsWithBox(const Mp4Box& root) {
+  return root.first && root.first->end() <= root.size;
+}
+
 bool boxes(const BoxesOptions& options) {
-  if (const auto trouble = boxTrouble(options.file)) throw UserError("'" + options.file + "' " + *trouble);
   Mp4Stream stream;
   const VLHANDLE handle = stream.open(options.file.c_str(), MP4_MODE_READ);
-  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE)
-    throw UserError("'" + options.file + "' cannot be opened; check the name and its permissions");
-  const auto tree = Mp4ReadRoot(stream, true);
-  if (tree == nullptr) throw std::bad_alloc();
-  const Mp4Box* const root = tree->root();
+  const bool opened = handle != VL_NO_HANDLE && handle != VL_INVALID_HANDLE;
+  const auto tree = opened ? Mp4ReadRoot(stream, true) : nullptr;
+  if (opened && tree == nullptr) throw std::bad_alloc();
+  const Mp4Box* const root = tree == nullptr ? nullptr : tree->root();
+  if (root == nullptr || !beginsWithBox(*root))
+    if (const auto trouble = boxTrouble(options.file)) throw UserError("'" + options.file + "' " + *trouble);
+  if (root == nullptr) throw UserError("'" + options.file + "' cannot be opened");
   if (options.json) {
     std::cout << "{\"file\": " << jsonText(options.file) << ", \"size\": " << root->size << ", \"boxes\": ";
     printJsonLevel(*root, 1);

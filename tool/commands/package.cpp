@@ -113,10 +113,19 @@ void packageSource(const Plugin& plugin, SampleSource& source, const PackageOpti
   }
 }
 
+// A file that is no source is looked at again for the reason.
+std::unique_ptr<SourceFile> openSource(const std::string& path) {
+  try {
+    return std::make_unique<SourceFile>(path);
+  } catch (const UserError&) {
+    if (const auto trouble = sourceTrouble(path)) throw UserError("'" + path + "' " + *trouble);
+    throw;
+  }
+}
+
 void packageFile(const Plugin& plugin, const PackageOptions& options) {
-  if (const auto trouble = sourceTrouble(options.input))
-    throw UserError("'" + options.input + "' " + *trouble);
-  SourceFile source(options.input);
+  const std::unique_ptr<SourceFile> file = openSource(options.input);
+  SourceFile& source = *file;
   heedEndRequests();
   checkVideo(source);
   const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);

@@ -138,10 +138,7 @@ std::optional<std::string> sourceTrouble(const std::string& file) {
 std::optional<std::string> boxTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  const Mp4Box& root = *movie.root();
-  // Bytes that are no box claim a size that the file does not have.
-  if (startsLikeMp4(root) || (root.first && root.first->end() <= root.size)) return std::nullopt;
-  return otherKind(movie.stream());
+  return startsLikeMp4(*movie.root()) ? std::nullopt : std::optional(otherKind(movie.stream()));
 }
 
 std::string fragmentingCommand(const std::string& file) {

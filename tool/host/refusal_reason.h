@@ -13,7 +13,7 @@ std::optional<std::string> fileTrouble(const std::string& file);
 // Why `file` cannot be the source of a recording, in the same form; nothing when it has a movie.
 std::optional<std::string> sourceTrouble(const std::string& file);
 
-// Why `file` has no boxes to show, in the same form; nothing when it begins with one.
+// Why `file` does not begin with a box, in the same form; nothing when it begins like an MP4.
 std::optional<std::string> boxTrouble(const std::string& file);
 
 // Why the plug-in's probe refuses `file`.
