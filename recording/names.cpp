@@ -100,6 +100,8 @@ Path findMedia(const Path& name) {
     media = name;
   } else if (contains(name, ".mp4") && isFile(with(name, ".m4v"))) {
     media = with(name, ".m4v");  // recorded under that name
+  } else if (extension == ".m4a" && isFile(with(name, ".m4v"))) {
+    media = with(name, ".m4v");  // whose audio is lost
   }
   if (!media)
     throw UserError("'" + vlName(name) + "' belongs to no recording: it has no media file; check the name");
