@@ -4,7 +4,10 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "base/text.h"
+#include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
@@ -15,7 +18,7 @@ namespace {
 using testing::Each;
 using testing::HasSubstr;
 
-constexpr char kHeader[] = "frame,size,key,compositionOffset,crc32,cc608,cc708";
+constexpr char kHeader[] = "frame,size,key,compositionOffset,crc32,cc608,cc708,decodeTime,presentationTime";
 
 // Two seconds with two key frames.
 std::string makeClip(const TempFolder& folder) {
@@ -24,13 +27,18 @@ std::string makeClip(const TempFolder& folder) {
   return file;
 }
 
-// The expected listing of the frames of `file`, from ffprobe. Offsets are in thousandths of a tick.
+// The expected listing of the frames of `file`, which has no edit list, from ffprobe. Offsets are in
+// thousandths of a tick.
 std::vector<std::string> expectedRows(const std::string& file) {
+  const double timescale = std::stod(ffprobeStreamEntry(file, "v:0", "time_base").substr(2));
+  const auto clock = [timescale](std::int64_t ticks) {
+    return clockText(static_cast<double>(ticks) / timescale);
+  };
   std::vector<std::string> rows;
   for (const Packet& packet : ffprobePackets(file, "v:0")) {
     std::ostringstream row;
     row << rows.size() << ',' << packet.size << ',' << packet.key << ',' << (packet.pts - packet.dts) / 1000
-        << ',' << packet.crc32 << ",,";
+        << ',' << packet.crc32 << ",,," << clock(packet.dts) << ',' << clock(packet.pts);
     rows.push_back(row.str());
   }
   return rows;
@@ -97,9 +105,65 @@ TEST(Frames, JsonHasTheColumns) {
                                        {"compositionOffset", (first.pts - first.dts) / 1000},
                                        {"crc32", first.crc32},
                                        {"cc608", ""},
-                                       {"cc708", ""}}));
+                                       {"cc708", ""},
+                                       {"timescale", 30000},
+                                       {"decodeTicks", 0},
+                                       {"compositionTicks", 2002},
+                                       {"decodeSeconds", 0.0},
+                                       {"presentationSeconds", 2002 / 30000.0}}));
   EXPECT_EQ(frames[59]["frame"], 59);
   EXPECT_EQ(frames[59]["key"], 0);
+}
+
+// ffprobe applies the edit list too, to decode times as well.
+TEST(Frames, TimesFollowTheEditList) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, videoInput(1, "25", "160x96") + toneInput(2) + h264Codec(25) +
+                      std::vector<std::string>{"-c:a", "aac", "-ac", "2"} + fragmented("+delay_moov"));
+  const std::vector<Packet> packets = ffprobePackets(file, "v:0");
+  const auto frames = nlohmann::json::parse(fmp4({"--quiet", "frames", "--json", file}).out);
+  ASSERT_EQ(frames.size(), packets.size());
+  const double timescale = frames[0]["timescale"];
+  EXPECT_EQ(packets[0].pts, 0);
+  EXPECT_EQ(packets[0].dts, -1024) << "the edit list leaves out the delay of the first frame";
+  for (std::size_t i = 0; i < packets.size(); ++i) {
+    EXPECT_DOUBLE_EQ(frames[i]["presentationSeconds"], static_cast<double>(packets[i].pts) / timescale) << i;
+    EXPECT_EQ(frames[i]["decodeTicks"], packets[i].dts - packets[0].dts) << i;
+    EXPECT_EQ(frames[i]["compositionTicks"], packets[i].pts - packets[0].dts) << i;
+  }
+}
+
+// The frames of the movie box are no frames to the plug-in.
+TEST(Frames, TimesAreThoseOfTheFramesInFragments) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, videoInput(2, "25", "160x96") + h264Codec(10, 0) +
+                      std::vector<std::string>{"-movflags", "frag_keyframe"});
+  const auto lines = linesOf(fmp4({"--quiet", "frames", file}).out);
+  ASSERT_EQ(lines.size(), 41u);
+  EXPECT_THAT(lines[1], testing::EndsWith(",00:00:00.400,00:00:00.400"));
+  EXPECT_THAT(lines[40], testing::EndsWith(",00:00:01.960,00:00:01.960"));
+}
+
+// The plug-in orders fragments by their sequence numbers.
+TEST(Frames, OfFragmentsOutOfOrderHaveNoTimes) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  TrafSpec late, early, last;
+  late.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  early.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(7, 1)}}};
+  last.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(9, 1)}}};
+  late.decodeTime = 512;
+  last.decodeTime = 1024;
+  writeFile(file, join({fileTypeBox(), movieBox({videoTrack()}), fragment(2, {late}), fragment(1, {early}),
+                        fragment(3, {last})}));
+  const auto frames = nlohmann::json::parse(fmp4({"--quiet", "frames", "--json", file}).out);
+  ASSERT_EQ(frames.size(), 3u);
+  EXPECT_EQ(frames[0]["size"], 7);
+  EXPECT_TRUE(frames[0]["presentationSeconds"].is_null());
+  EXPECT_EQ(frames[2]["decodeTicks"], 1024);
+  EXPECT_THAT(linesOf(fmp4({"--quiet", "frames", file}).out)[1], testing::EndsWith(",,,,"));
 }
 
 TEST(Frames, OfAudioOnlyFilesFail) {

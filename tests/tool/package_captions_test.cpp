@@ -158,7 +158,7 @@ TEST(PackageCaptions, PacketsHoldAllConstructsOfAFrame) {
     const FrameConstructs& expected = displayed[i - 2];
     const Bytes packet = captions::distributionPacket(expected, 29.97, static_cast<std::uint16_t>(i - 2));
     const std::string host = "6101" + hexText(std::vector<std::uint8_t>{packet[2]});
-    EXPECT_TRUE(lines[i + 1].ends_with("," + host + hexText(packet))) << i << ' ' << lines[i + 1];
+    EXPECT_THAT(lines[i + 1], HasSubstr("," + host + hexText(packet) + ",")) << i;
     EXPECT_THAT(lines[i + 1], HasSubstr("," + hexText(expected[0].bytes) + ",")) << i;
   }
 }

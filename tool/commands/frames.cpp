@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -8,10 +9,12 @@
 #include <vector>
 
 #include "base/crc32.h"
+#include "base/json_text.h"
 #include "base/text.h"
 #include "tool/commands/commands.h"
 #include "tool/host/captions.h"
 #include "tool/host/frame_selection.h"
+#include "tool/host/frame_times.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/video_reader.h"
 #include "tool/terminal/progress.h"
@@ -35,28 +38,61 @@ struct Row {
   std::uint32_t crc32;
   std::string cc608;  // hexadecimal
   std::string cc708;
+  std::optional<FrameTime> time;
 };
 
-Row readRow(VideoReader& reader, std::uint32_t frame) {
-  const DFRAME& descriptor = reader.read(frame);
-  const std::span<const std::uint8_t> sample = reader.sample();
+// Reads frames and finds their times.
+struct RowReader {
+  VideoReader& video;
+  const FrameTimes& times;
+
+  Row read(std::uint32_t frame) const;
+};
+
+Row RowReader::read(std::uint32_t frame) const {
+  const DFRAME& descriptor = video.read(frame);
+  const std::span<const std::uint8_t> sample = video.sample();
   Row row = {frame,
              descriptor.bytes,
              (descriptor.flags & DFRAME_KEY) != 0,
              descriptor.compositionOffset,
              crc32(sample),
              {},
-             {}};
+             {},
+             times.of(frame, descriptor.bytes)};
   row.cc608 = hexText(captionPair(descriptor));
   row.cc708 = hexText(captionPacket(descriptor));
   return row;
+}
+
+// "-00:00:00.040" before the start.
+std::string signedClockText(double seconds) {
+  return (seconds <= -0.0005 ? "-" : "") + clockText(std::abs(seconds));
+}
+
+std::string timesAsCsv(const std::optional<FrameTime>& time) {
+  if (!time) return ",";
+  return clockText(time->decodeSeconds()) + ',' + signedClockText(time->presentationSeconds);
+}
+
+std::string timesAsJson(const std::optional<FrameTime>& time) {
+  const auto member = [&time](const char* name, const std::string& value) {
+    return std::string(", \"") + name + "\": " + (time ? value : "null");
+  };
+  const FrameTime known = time.value_or(FrameTime{.timescale = 1});
+  return member("timescale", std::to_string(known.timescale)) +
+         member("decodeTicks", std::to_string(known.decodeTicks)) +
+         member("compositionTicks", std::to_string(known.compositionTicks)) +
+         member("decodeSeconds", jsonNumber(known.decodeSeconds())) +
+         member("presentationSeconds", jsonNumber(known.presentationSeconds));
 }
 
 // Prints rows as CSV, or as a JSON array of one object a line.
 class RowPrinter {
  public:
   explicit RowPrinter(bool json) : json_(json) {
-    std::cout << (json_ ? "[" : "frame,size,key,compositionOffset,crc32,cc608,cc708\n");
+    std::cout << (json_ ? "["
+                        : "frame,size,key,compositionOffset,crc32,cc608,cc708,decodeTime,presentationTime\n");
   }
   void print(const Row& row) {
     const std::string crc = hexText(row.crc32, 8);
@@ -64,11 +100,11 @@ class RowPrinter {
       std::cout << (first_ ? "\n" : ",\n") << "{\"frame\": " << row.frame << ", \"size\": " << row.size
                 << ", \"key\": " << row.key << ", \"compositionOffset\": " << row.compositionOffset
                 << ", \"crc32\": \"" << crc << "\", \"cc608\": \"" << row.cc608 << "\", \"cc708\": \""
-                << row.cc708 << "\"}";
+                << row.cc708 << '"' << timesAsJson(row.time) << '}';
       first_ = false;
     } else {
       std::cout << row.frame << ',' << row.size << ',' << row.key << ',' << row.compositionOffset << ','
-                << crc << ',' << row.cc608 << ',' << row.cc708 << '\n';
+                << crc << ',' << row.cc608 << ',' << row.cc708 << ',' << timesAsCsv(row.time) << '\n';
     }
   }
   void end() {
@@ -108,22 +144,22 @@ class ShuffledFrames {
   std::unordered_map<std::uint32_t, std::uint32_t> moved_;
 };
 
-void printInOrder(VideoReader& reader, const FrameRange& range, RowPrinter& printer) {
+void printInOrder(const RowReader& reader, const FrameRange& range, RowPrinter& printer) {
   Progress progress("reading", range.count, !outputIsTerminal());
   for (std::uint32_t i = 0; i < range.count; ++i) {
-    printer.print(readRow(reader, range.from + i));
+    printer.print(reader.read(range.from + i));
     progress.show(i + 1);
   }
 }
 
-void printReadShuffled(VideoReader& reader, const FrameRange& range, std::uint64_t seed,
+void printReadShuffled(const RowReader& reader, const FrameRange& range, std::uint64_t seed,
                        RowPrinter& printer) {
   std::vector<Row> rows;
   {
     Progress progress("reading", range.count);
     ShuffledFrames order(range, seed);
     while (rows.size() < range.count) {
-      rows.push_back(readRow(reader, order.next()));
+      rows.push_back(reader.read(order.next()));
       progress.show(rows.size());
     }
   }
@@ -134,8 +170,10 @@ void printReadShuffled(VideoReader& reader, const FrameRange& range, std::uint64
 bool frames(const Invocation& invocation, const FramesOptions& options) {
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
-  VideoReader reader(*file, options.file);
-  const FrameRange range = reader.range(options.selection);
+  VideoReader video(*file, options.file);
+  const FrameRange range = video.range(options.selection);
+  const FrameTimes times(options.file);
+  const RowReader reader{video, times};
   RowPrinter printer(options.json);
   if (options.seed)
     printReadShuffled(reader, range, *options.seed, printer);
@@ -148,7 +186,7 @@ bool frames(const Invocation& invocation, const FramesOptions& options) {
 }  // namespace
 
 void addFramesCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command = app.add_subcommand("frames", "Read video frames and list them");
+  CLI::App* const command = app.add_subcommand("frames", "Read video frames and list them with their times");
   const auto options = std::make_shared<FramesOptions>();
   command->add_option("FILE", options->file, "The file to read")->required();
   command->add_flag("-j,--json", options->json, "Print JSON instead of CSV");

@@ -26,6 +26,7 @@ struct SourceTrack {
   EditList edits;
   NominalDuration nominalDuration;
   SampleList samples;
+  std::size_t tableSamples = 0;      // of them in the movie box, before those of fragments
   bool wanted = false;               // its samples will be used
   std::size_t next = 0;              // index of the first unused sample
   std::uint64_t nextDecodeTime = 0;  // after the last sample, ticks

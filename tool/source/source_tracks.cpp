@@ -165,6 +165,7 @@ void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
   addChunks(table, samples);
   const SourceSample last = track.samples.back();
   track.nextDecodeTime = last.decodeTime + last.duration;
+  track.tableSamples = track.samples.size();
 }
 
 // ---- Tracks -----------------------------------------------------------------------------------------
