@@ -88,6 +88,10 @@ TEST(JsonDocument, NamesTheKeysOfInfo) {
   expectDocumented("fmp4 info --json FILE", printedBy({"info", "--json", file}));
 }
 
+TEST(JsonDocument, NamesTheKeysOfProbe) {
+  expectDocumented("fmp4 probe --json FILE", printedBy({"probe", "--json", "any.mpd"}));
+}
+
 TEST(JsonDocument, NamesTheKeysOfFramesAndBoxes) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");

@@ -188,8 +188,8 @@ TEST(Export, FramesShowTheSameCaptions) {
   const RunResult result = fmp4({"frames", captionedFile(folder)});
   const std::vector<std::string> lines = linesOf(result.out);
   ASSERT_EQ(lines.size(), 3u);
-  EXPECT_THAT(lines[1], HasSubstr(",9420,6101059669050102,00:00:00.000,"));
-  EXPECT_THAT(lines[2], HasSubstr(",8080,,00:00:00.033,"));
+  EXPECT_THAT(lines[1], testing::HasSubstr(",9420,6101059669050102,00:00:00.000,"));
+  EXPECT_THAT(lines[2], testing::HasSubstr(",8080,,00:00:00.033,"));
 }
 
 TEST(Export, AudioIsAWaveFileOfTheCompleteTrack) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -41,6 +42,7 @@ TEST(Info, JsonDescribesVideoAndAudio) {
   ASSERT_NE(type, bytes.end());
   EXPECT_EQ(info["video"]["codecConfigurationBytes"], type[-1]);
   info["video"].erase("codecConfigurationBytes");
+  info.erase("tracks");
 
   const std::int64_t samples = lengthOf(ffprobePackets(file, "a:0"));
   EXPECT_EQ(info, (json{{"file", file},
@@ -60,6 +62,8 @@ TEST(Info, JsonDescribesVideoAndAudio) {
                         {"captions608", false},
                         {"captions708", false},
                         {"durationSeconds", 60 * 1001 / 30000.0},
+                        {"durationTicks", 60 * 1001},
+                        {"timescale", 30000},
                         {"otherTracks", json::array()}}));
 }
 
@@ -154,8 +158,9 @@ TEST(Info, JsonKeysKeepTheirOrder) {
     for (const auto& item : object.items()) names.push_back(item.key());
     return names;
   };
-  EXPECT_THAT(keys(info), testing::ElementsAre("file", "video", "audio", "captions608", "captions708",
-                                               "durationSeconds", "otherTracks"));
+  EXPECT_THAT(keys(info),
+              testing::ElementsAre("file", "video", "audio", "captions608", "captions708", "durationSeconds",
+                                   "durationTicks", "timescale", "otherTracks", "tracks"));
   EXPECT_THAT(keys(info["video"]), testing::ElementsAre("codec", "width", "height", "rate", "scale", "frames",
                                                         "codecConfigurationBytes"));
   EXPECT_THAT(keys(info["audio"][0]),
@@ -174,7 +179,109 @@ TEST(Info, TextSaysTheSame) {
                             " bytes of codec configuration\n"
                             "audio: none\n"
                             "captions: none\n"
-                            "duration: 00:00:01.000\n");
+                            "duration: 00:00:01.000\n"
+                            "track 1: video, HEVC (hvc1), Main 2, 320 x 180, " +
+                            std::to_string((info["tracks"][0]["bitRate"].get<std::uint64_t>() + 500) / 1000) +
+                            " kbit/s, 00:00:01.000\n");
+}
+
+// The bit rate of a stream by its packets, rounded.
+std::int64_t bitRateOf(const std::string& file, const std::string& stream) {
+  std::int64_t bytes = 0, ticks = 0;
+  for (const Packet& packet : ffprobePackets(file, stream)) {
+    bytes += packet.size;
+    ticks += packet.duration;
+  }
+  const double timescale = std::stod(ffprobeStreamEntry(file, stream, "time_base").substr(2));
+  return std::llround(static_cast<double>(bytes) * 8 * timescale / static_cast<double>(ticks));
+}
+
+// Profile, level, layout, language and bit rate as ffprobe has them.
+TEST(Info, DescribesEveryTrackReadOrNot) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, videoInput(1, "25", "320x180") + toneInput(1) +
+                      std::vector<std::string>{"-map", "0:v", "-map", "1:a", "-map", "1:a", "-map", "1:a",
+                                               "-map", "0:v", "-metadata:s:a:0", "language=deu",
+                                               "-metadata:s:a:2", "language=eng"} +
+                      h264Codec(25) +
+                      std::vector<std::string>{"-profile:v:0", "high", "-level:v:0", "4.1", "-c:a:0", "aac",
+                                               "-ac:a:0", "6", "-c:a:1", "ac3", "-ac:a:1", "6", "-c:a:2",
+                                               "libopus", "-ac:a:2", "2"} +
+                      fragmented("+delay_moov"));
+  const RunResult result = fmp4({"--quiet", "info", "--json", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const json tracks = json::parse(result.out)["tracks"];
+  ASSERT_EQ(tracks.size(), 5u);
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    const std::string stream = std::to_string(i);
+    EXPECT_EQ(tracks[i]["file"], "clip.mp4");
+    EXPECT_EQ(tracks[i]["id"], i + 1);
+    EXPECT_EQ(tracks[i]["samples"], ffprobePackets(file, stream).size()) << i;
+  }
+  // Of the others ffprobe does not know the duration of the last packet.
+  EXPECT_EQ(tracks[0]["bitRate"], bitRateOf(file, "0"));
+  EXPECT_EQ(tracks[2]["bitRate"], bitRateOf(file, "2"));
+  EXPECT_EQ(tracks[0]["profile"], ffprobeStreamEntry(file, "0", "profile"));
+  EXPECT_EQ(tracks[0]["level"], "4.1");
+  EXPECT_EQ(tracks[0]["width"], 320);
+  EXPECT_EQ(tracks[0]["read"], true);
+  EXPECT_EQ(tracks[1]["profile"], ffprobeStreamEntry(file, "1", "profile"));
+  EXPECT_EQ(tracks[1]["channelLayout"], ffprobeStreamEntry(file, "1", "channel_layout"));
+  EXPECT_EQ(tracks[1]["channels"], 6);
+  EXPECT_EQ(tracks[1]["language"], "deu");
+  EXPECT_EQ(tracks[2]["codecName"], "AC-3");
+  EXPECT_EQ(tracks[2]["channelLayout"], "5.1");
+  EXPECT_TRUE(tracks[2]["language"].is_null());
+  EXPECT_EQ(tracks[3]["codecName"], "Opus");
+  EXPECT_EQ(tracks[3]["channelLayout"], "stereo");
+  EXPECT_EQ(tracks[3]["read"], false);
+  EXPECT_EQ(tracks[3]["why"], "Opus is not supported");
+  EXPECT_EQ(tracks[4]["why"], "only the first video track is read");
+}
+
+TEST(Info, NamesMonoAc3AsWhatItIs) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file,
+            toneInput(1) + std::vector<std::string>{"-ac", "1", "-c:a", "ac3"} + fragmented("+delay_moov"));
+  const json info = json::parse(fmp4({"--quiet", "info", "--json", file}).out);
+  EXPECT_EQ(info["audio"][0]["channels"], 2) << "as delivered";
+  EXPECT_EQ(info["tracks"][0]["channels"], 1);
+  EXPECT_EQ(info["tracks"][0]["channelLayout"], "mono");
+}
+
+TEST(Info, DescribesManyFilesAsOneArray) {
+  const TempFolder folder;
+  makeMedia(folder.file("b.mp4"), videoInput(0.4, "25", "160x96") + h264Codec() + fragmented());
+  makeMedia(folder.file("source.h264"), videoInput(0.4, "25", "160x96") + h264Codec());
+  std::filesystem::copy_file(folder.file("b.mp4"), folder.file("a.mp4"));
+  const RunResult both = fmp4({"--quiet", "info", "--json", folder.path().string()});
+  ASSERT_EQ(both.exitCode, 0) << both.err;
+  const json list = json::parse(both.out);
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(list[0], json::parse(fmp4({"--quiet", "info", "--json", folder.file("a.mp4")}).out));
+  EXPECT_EQ(list[1]["file"], folder.file("b.mp4"));
+  EXPECT_EQ(fmp4({"--quiet", "info", folder.path().string()}).out,
+            fmp4({"--quiet", "info", folder.file("a.mp4")}).out + "\n" +
+                fmp4({"--quiet", "info", folder.file("b.mp4")}).out);
+
+  const RunResult some = fmp4({"--quiet", "info", "--json", folder.file("none.mp4"), folder.file("a.mp4")});
+  EXPECT_EQ(some.exitCode, 1);
+  const json errors = json::parse(some.out);
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_EQ(errors[0], (json{{"file", folder.file("none.mp4")},
+                             {"error", "'" + folder.file("none.mp4") + "' does not exist; check the name"}}));
+  EXPECT_EQ(errors[1], list[0]);
+}
+
+TEST(Info, OfStandardInputIsRefused) {
+  const RunResult result = fmp4({"info", "-"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(
+      result.err,
+      "fmp4: standard input cannot be read here, as files are read from any place; 'fmp4 package -' records "
+      "it, or save it to a file (a file called - is ./-)\n");
 }
 
 TEST(Info, AudioOnlyIsDescribedWithoutVideo) {

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
@@ -35,6 +37,20 @@ TEST(Probe, ListsEveryFileAndFailsIfOneIsRefused) {
               HasSubstr("fmp4: '" + plain + "' is not a fragmented MP4: it has no movie fragments"));
   EXPECT_THAT(result.err,
               HasSubstr("fmp4: '" + folder.file("missing.mp4") + "' does not exist; check the name\n"));
+}
+
+TEST(Probe, OfAFolderAsksAboutItsFiles) {
+  const TempFolder folder;
+  makeMedia(folder.file("b.mp4"), videoInput(0.2) + h264Codec() + fragmented());
+  makeMedia(folder.file("a.mp4"), videoInput(0.2) + h264Codec());
+  const RunResult result = fmp4({"--quiet", "probe", "--json", folder.path().string()});
+  EXPECT_EQ(result.exitCode, 1);
+  const auto list = nlohmann::json::parse(result.out);
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(list[0]["file"], folder.file("a.mp4"));
+  EXPECT_EQ(list[0]["accepted"], false);
+  EXPECT_EQ(list[1]["file"], folder.file("b.mp4"));
+  EXPECT_EQ(list[1]["accepted"], true);
 }
 
 TEST(Probe, QuietHidesTheHostsLogAndNotTheReason) {

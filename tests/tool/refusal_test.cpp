@@ -137,8 +137,8 @@ TEST(Refusal, OfOtherFormatsNamesTheFormat) {
                                          16)),
             subject + "has no movie box; get a complete copy\n");
   std::filesystem::create_directory(folder.file("folder.mp4"));
-  EXPECT_EQ(reasonFor(folder.file("folder.mp4")),
-            "'" + folder.file("folder.mp4") + "' is a folder; give a file in it\n");
+  EXPECT_EQ(fmp4({"--quiet", "frames", folder.file("folder.mp4")}).err,
+            "fmp4: '" + folder.file("folder.mp4") + "' is a folder; give a file in it\n");
 }
 
 TEST(Refusal, OfBoxesIsTheSame) {
@@ -226,9 +226,11 @@ TEST(OtherTracks, AreListedWithTheReason) {
       (json{
           {{"id", 2}, {"handler", "vide"}, {"codec", "avc1"}, {"why", "only the first video track is read"}},
           {{"id", 3}, {"handler", "soun"}, {"codec", "Opus"}, {"why", "Opus is not supported"}}}));
-  EXPECT_THAT(fmp4({"--quiet", "info", file}).out,
-              HasSubstr("not read: track 2 (vide, avc1): only the first video track is read\n"
-                        "not read: track 3 (soun, Opus): Opus is not supported\n"));
+  const std::string text = fmp4({"--quiet", "info", file}).out;
+  EXPECT_THAT(text, HasSubstr("track 2: video, H.264 (avc1), "));
+  EXPECT_THAT(text, HasSubstr("; not read: only the first video track is read\n"));
+  EXPECT_THAT(text, HasSubstr("track 3: audio, Opus, mono, 48000 Hz, "));
+  EXPECT_THAT(text, HasSubstr("; not read: Opus is not supported\n"));
 }
 
 TEST(OtherTracks, ExplainWhyThereIsNoAudioToExport) {

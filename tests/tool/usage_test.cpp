@@ -30,7 +30,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         std::vector<std::string>{}, std::vector<std::string>{"nonsense"},
         std::vector<std::string>{"--nonsense"}, std::vector<std::string>{"probe"},
-        std::vector<std::string>{"info"}, std::vector<std::string>{"info", "one", "two"},
+        std::vector<std::string>{"info"}, std::vector<std::string>{"frames", "one", "two"},
         std::vector<std::string>{"frames", "file", "--from", "-1"},
         std::vector<std::string>{"frames", "file", "--from", "x"},
         std::vector<std::string>{"frames", "file", "--from", "4294967296"},

@@ -4,11 +4,16 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "base/text.h"
 #include "base/user_error.h"
 #include "tool/commands/commands.h"
 #include "tool/host/codec_configuration.h"
+#include "tool/host/input_names.h"
+#include "tool/host/media_tracks.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/undecoded_audio.h"
@@ -20,7 +25,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct InfoOptions {
-  std::string file;
+  std::vector<std::string> names;
   bool json = false;
 };
 
@@ -49,9 +54,13 @@ Json describeAudio(const QVRAUDIO& audio) {
           {"samples", audio.stream.length}};
 }
 
-double seconds(double units, double unitsPerSecond) {
-  return unitsPerSecond > 0 ? units / unitsPerSecond : 0;
-}
+// A duration as an exact fraction: units, of which a second has some.
+struct Duration {
+  std::uint64_t ticks = 0;
+  std::uint32_t timescale = 0;
+
+  double seconds() const { return timescale != 0 ? static_cast<double>(ticks) / timescale : 0; }
+};
 
 void getFileInfo(CAMediaFile& file, std::uint32_t channelMask, QVRVIDEO* video, QVRAUDIO* audio,
                  QVRINFO* info) {
@@ -66,11 +75,11 @@ Json describe(CAMediaFile& file, const std::string& name) {
   getFileInfo(file, kVideoChannel, video.get(), nullptr, &info);
 
   Json description = {{"file", name}, {"video", nullptr}, {"audio", Json::array()}};
-  double duration = 0;
+  Duration duration;
   const bool hasVideo = file.VidChan() != 0;
   if (hasVideo) {
     description["video"] = describeVideo(*video);
-    duration = seconds(double{1} * video->stream.length * video->stream.scale, video->stream.rate);
+    duration = {std::uint64_t{video->stream.length} * video->stream.scale, video->stream.rate};
   }
   // Each stream has some of the channels; the first stream has the lowest.
   for (std::uint32_t channels = file.Channels(); channels != 0;) {
@@ -78,13 +87,15 @@ Json describe(CAMediaFile& file, const std::string& name) {
     QVRAUDIO audio = {};
     getFileInfo(file, lowest, nullptr, &audio, nullptr);
     if (!hasVideo && description["audio"].empty())
-      duration = seconds(audio.stream.length, audio.wave.samplesPerSecond);
+      duration = {audio.stream.length, audio.wave.samplesPerSecond};
     description["audio"].push_back(describeAudio(audio));
     channels &= ~(audio.channelMask | lowest);
   }
   description["captions608"] = (info.captions & QVR_CAPTIONS_608) != 0;
   description["captions708"] = (info.captions & QVR_CAPTIONS_708) != 0;
-  description["durationSeconds"] = duration;
+  description["durationSeconds"] = duration.seconds();
+  description["durationTicks"] = duration.ticks;
+  description["timescale"] = duration.timescale;
   return description;
 }
 
@@ -93,7 +104,49 @@ Json code(std::uint32_t fourCc) {
   return fourCc == 0 ? Json() : Json(fourCcText(fourCc));
 }
 
-Json describeTracks(const std::vector<OtherTrack>& tracks) {
+// A text, null when it is empty; a number, null when it is not known.
+Json known(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
+}
+Json known(const std::optional<std::uint64_t>& number) {
+  return number ? Json(*number) : Json();
+}
+
+Json describeTrack(const MediaTrack& track) {
+  Json json = {{"file", track.file},
+               {"id", track.id},
+               {"handler", code(track.handler)},
+               {"codec", code(track.codec)},
+               {"codecName", known(track.codecName)},
+               {"profile", known(track.profile)},
+               {"level", known(track.level)},
+               {"language", known(track.language)}};
+  if (track.width != 0) {
+    json["width"] = track.width;
+    json["height"] = track.height;
+  }
+  if (track.sampleRate != 0) {
+    json["channels"] = track.layout.channels;
+    json["channelLayout"] = known(track.layout.name);
+    json["sampleRate"] = track.sampleRate;
+  }
+  json["bitRate"] = known(track.bitRate());
+  json["samples"] = known(track.samples);
+  json["durationSeconds"] = track.samples ? Json(track.seconds()) : Json();
+  json["durationTicks"] = track.samples ? Json(track.durationTicks) : Json();
+  json["timescale"] = track.timescale;
+  json["read"] = track.read;
+  if (!track.why.empty()) json["why"] = track.why;
+  return json;
+}
+
+Json describeTracks(const std::vector<MediaTrack>& tracks) {
+  Json list = Json::array();
+  for (const MediaTrack& track : tracks) list.push_back(describeTrack(track));
+  return list;
+}
+
+Json describeOtherTracks(const std::vector<OtherTrack>& tracks) {
   Json list = Json::array();
   for (const OtherTrack& track : tracks)
     list.push_back({{"id", track.id},
@@ -133,29 +186,79 @@ void printText(const Json& description) {
             << "duration: " << clockText(description["durationSeconds"]) << '\n';
 }
 
+struct Description {
+  Json json;
+  std::vector<MediaTrack> tracks;
+};
+
+Description describeFile(const Plugin& plugin, const std::string& name) {
+  const MediaFile file = plugin.open(name);
+  Description description{describe(*file, name), mediaTracks(name)};
+  addReasons(description.json["audio"], name);
+  description.json["otherTracks"] = describeOtherTracks(otherTracksOf(name));
+  description.json["tracks"] = describeTracks(description.tracks);
+  return description;
+}
+
+// Each track on a line, with its file where there are two.
+void printTracks(const std::vector<MediaTrack>& tracks) {
+  for (const MediaTrack& track : tracks) {
+    std::cout << mediaTrackText(track);
+    if (tracks.front().file != tracks.back().file) std::cout << " (" << track.file << ')';
+    std::cout << '\n';
+  }
+}
+
+void printJson(const Json& json) {
+  std::cout << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+void describeOne(const Plugin& plugin, const std::string& name, bool json) {
+  const Description description = describeFile(plugin, name);
+  if (json) return printJson(description.json);
+  printText(description.json);
+  printTracks(description.tracks);
+}
+
+// Describes all that can be, and says of the others why not. Returns whether all could.
+bool describeMany(const Plugin& plugin, const std::vector<std::string>& names, bool json) {
+  Json list = Json::array();
+  bool all = true, first = true;
+  for (const std::string& name : names) {
+    if (!json && !std::exchange(first, false)) std::cout << '\n';
+    try {
+      if (json)
+        list.push_back(describeFile(plugin, name).json);
+      else
+        describeOne(plugin, name, false);
+    } catch (const UserError& error) {
+      all = false;
+      if (json)
+        list.push_back({{"file", name}, {"error", error.what()}});
+      else
+        std::cout << "file: " << name << "\nerror: " << error.what() << '\n';
+    }
+  }
+  if (json) printJson(list);
+  return all;
+}
+
 bool info(const Invocation& invocation, const InfoOptions& options) {
   const Plugin plugin(invocation.plugin);
-  const MediaFile file = plugin.open(options.file);
-  Json description = describe(*file, options.file);
-  addReasons(description["audio"], options.file);
-  const std::vector<OtherTrack> others = otherTracksOf(options.file);
-  if (options.json) {
-    description["otherTracks"] = describeTracks(others);
-    std::cout << description.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
-  } else {
-    printText(description);
-    for (const OtherTrack& track : others) std::cout << "not read: " << trackText(track) << '\n';
-  }
+  const std::vector<std::string> names = inputNames(options.names);
+  // A folder is a list, however many files it has.
+  if (names != options.names || names.size() != 1) return describeMany(plugin, names, options.json);
+  describeOne(plugin, names.front(), options.json);
   return true;
 }
 
 }  // namespace
 
 void addInfoCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command = app.add_subcommand("info", "Print the plug-in's description of a file");
+  CLI::App* const command = app.add_subcommand("info", "Describe files and their tracks");
   const auto options = std::make_shared<InfoOptions>();
-  command->add_option("FILE", options->file, "The file to describe")->required();
-  command->add_flag("-j,--json", options->json, "Print JSON");
+  command->add_option("FILE", options->names, "The files to describe, and folders of files")->required();
+  command->add_flag("-j,--json", options->json, "Print JSON: an object, or an array for several files");
   command->callback([&invocation, options] {
     invocation.command = [&invocation, options] { return info(invocation, *options); };
   });

@@ -1,10 +1,13 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
 #include <vector>
 
 #include "base/user_error.h"
 #include "tool/commands/commands.h"
+#include "tool/host/input_names.h"
 #include "tool/host/movie_file.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/refusal_reason.h"
@@ -13,36 +16,50 @@ namespace fmp4 {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
+struct ProbeOptions {
+  std::vector<std::string> names;
+  bool json = false;
+};
+
 // Whether the system opens no file any more.
 bool cannotOpenMore(const std::string& file) {
   return MovieFile(file).openError() == std::errc::too_many_files_open;
 }
 
-bool probe(const Invocation& invocation, const std::vector<std::string>& files) {
+bool probe(const Invocation& invocation, const ProbeOptions& options) {
   const Plugin plugin(invocation.plugin);
   bool allAccepted = true;
-  for (const std::string& file : files) {
+  Json list = Json::array();
+  for (const std::string& file : inputNames(options.names)) {
     const bool accepted = plugin.probe(file);
     // The limit of the system is no answer of the plug-in, which keeps accepted files open (quirk 1).
     if (!accepted && cannotOpenMore(file))
       throw UserError(
           "too many files are open: each accepted one stays so; probe fewer at a time, or raise the "
           "limit (ulimit -n)");
-    std::cout << (accepted ? "accepted " : "refused ") << file << '\n';
+    if (options.json)
+      list.push_back({{"file", file}, {"accepted", accepted}});
+    else
+      std::cout << (accepted ? "accepted " : "refused ") << file << '\n';
     if (!accepted) std::cerr << "fmp4: " << probeRefusal(file) << '\n';
     allAccepted = allAccepted && accepted;
   }
+  if (options.json) std::cout << list.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
   return allAccepted;
 }
 
 }  // namespace
 
 void addProbeCommand(CLI::App& app, Invocation& invocation) {
-  CLI::App* const command = app.add_subcommand("probe", "Ask the plug-in whether it accepts files");
-  const auto files = std::make_shared<std::vector<std::string>>();
-  command->add_option("FILE", *files, "Files to ask about")->required();
-  command->callback([&invocation, files] {
-    invocation.command = [&invocation, files] { return probe(invocation, *files); };
+  CLI::App* const command = app.add_subcommand(
+      "probe", "Ask the plug-in whether it accepts files; the exit code is 1 if it refuses one");
+  const auto options = std::make_shared<ProbeOptions>();
+  command->add_option("FILE", options->names, "Files to ask about, and folders of files")->required();
+  command->add_flag("-j,--json", options->json, "Print a JSON array");
+  command->callback([&invocation, options] {
+    invocation.command = [&invocation, options] { return probe(invocation, *options); };
   });
 }
 

@@ -64,6 +64,10 @@ std::vector<std::string> inputsIn(const std::string& folder) {
 std::vector<std::string> inputNames(const std::vector<std::string>& names) {
   std::vector<std::string> inputs;
   for (const std::string& name : names) {
+    if (name == "-")
+      throw UserError(
+          "standard input cannot be read here, as files are read from any place; 'fmp4 package -' "
+          "records it, or save it to a file (a file called - is ./-)");
     std::error_code ignored;
     if (!fs::is_directory(vlPath(name), ignored)) {
       inputs.push_back(name);

@@ -8,7 +8,7 @@ namespace fmp4 {
 
 // Each name that is not a folder stands for itself, whether it exists or not. A folder stands for its MP4
 // files and manifests, sorted by name, without those of its sub-folders; of a recording for one file, its
-// video if it has any. Throws UserError when a folder has none or cannot be read.
+// video if it has any. Throws UserError when a folder has none or cannot be read, and for "-".
 std::vector<std::string> inputNames(const std::vector<std::string>& names);
 
 }  // namespace fmp4

@@ -86,6 +86,7 @@ std::vector<OtherTrack> otherTracks(Mp4Stream& stream, Mp4Box* root) {
     OtherTrack track;
     track.why = choice.whyNot(sampleEntry);
     if (track.why.empty()) continue;
+    track.place = i;
     const auto* header = trackPayload<mp4::TrackHeaderBox>(trak, "tkhd");
     track.id = header ? header->trackId : i + 1;
     if (const auto* handler = trackPayload<mp4::HandlerBox>(trak, "mdia/hdlr"))

@@ -10,6 +10,7 @@
 namespace fmp4 {
 
 struct OtherTrack {
+  std::uint32_t place = 0;  // among the movie's tracks, from 0
   std::uint32_t id = 0;
   std::uint32_t handler = 0;  // "vide", "soun", "subt", ...; 0 when the track has none
   std::uint32_t codec = 0;    // type of the sample entry; 0 when the track has none
