@@ -65,6 +65,13 @@ debian_dependencies() {
   rm -rf "$scratch"
 }
 
+# install_completion SHELL FILE
+install_completion() {
+  install -d "$(dirname "$2")"
+  build/dev/bin/fmp4 completion "$1" >"$2"
+  chmod 644 "$2"
+}
+
 make_debian() {
   scripts/setup.sh
   configure_and_build dev
@@ -79,7 +86,9 @@ make_debian() {
   ln -s ../lib/fmp4/fmp4 "$root/usr/bin/fmp4"
   # Enabled by nothing: an instance is for who wants one.
   install -D -m 644 -t "$root/usr/lib/systemd/system" deploy/systemd/fmp4-serve@.service
-  install -D -m 644 packaging/fmp4.bash "$root/usr/share/bash-completion/completions/fmp4"
+  install_completion bash "$root/usr/share/bash-completion/completions/fmp4"
+  install_completion zsh "$root/usr/share/zsh/vendor-completions/_fmp4"
+  install_completion fish "$root/usr/share/fish/vendor_completions.d/fmp4.fish"
   install -d "$root/usr/share/man/man1" "$root/usr/share/doc/fmp4"
   sed "s/@VERSION@/$version/" packaging/fmp4.1 | gzip -9n >"$root/usr/share/man/man1/fmp4.1.gz"
   licences libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev >"$root/usr/share/doc/fmp4/copyright"

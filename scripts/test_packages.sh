@@ -74,6 +74,8 @@ try_debian() {
   # What completion offers for `fmp4 pa`.
   bash -c 'source /usr/share/bash-completion/completions/fmp4
     COMP_WORDS=(fmp4 pa) COMP_CWORD=1 && _fmp4 && [[ ${COMPREPLY[*]} == package ]]' || fail "completion"
+  grep -q '^#compdef fmp4' /usr/share/zsh/vendor-completions/_fmp4 || fail "completion for zsh"
+  grep -q '^complete -c fmp4 ' /usr/share/fish/vendor_completions.d/fmp4.fish || fail "completion for fish"
   [[ -s /usr/lib/systemd/system/fmp4-serve@.service ]] || fail "no unit"
   [[ -z $(find /etc/systemd -name 'fmp4-serve*') ]] || fail "the unit is enabled"
   as_root dpkg --purge fmp4 >/dev/null

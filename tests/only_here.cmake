@@ -8,6 +8,11 @@ set(VL_LINUX_TESTS
   tool/posix/full_output_test.cpp
   tool/posix/interrupt_test.cpp
   tool/posix/live_input_test.cpp
+  # A shell's commands, and pipes that are closed.
+  tool/posix/walkthrough_test.cpp
+  tool/posix/closed_pipe_test.cpp
+  # Names of bytes that are no text.
+  tool/posix/names_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
   os/posix/replace_file_test.cpp
   tool/posix/permission_test.cpp

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,7 +13,9 @@
 #include "tool/host/host_log.h"
 #include "tool/terminal/command_name.h"
 #include "tool/terminal/console.h"
+#include "tool/terminal/messages.h"
 #include "tool/terminal/progress.h"
+#include "vlhost.h"
 
 namespace fmp4 {
 
@@ -22,11 +25,17 @@ constexpr int kOperationFailed = 1;
 constexpr int kWrongUsage = 2;
 
 int runCommand(const Invocation& invocation) {
-  takeHostLog(invocation.quiet);
+  setColour(invocation.colour);
+  takeHostLog(invocation.quiet ? LogLines::None : invocation.verbose ? LogLines::All : LogLines::Troubles);
+  vlKeepConfigUnsaved();
   if (invocation.noProgress) Progress::hide();
   const bool succeeded = invocation.command();
   if (!std::cout.flush()) throw UserError("standard output could not be written; is its disk full?");
   return succeeded ? EXIT_SUCCESS : kOperationFailed;
+}
+
+std::map<std::string, Colour> colours() {
+  return {{"auto", Colour::Auto}, {"always", Colour::Always}, {"never", Colour::Never}};
 }
 
 std::vector<std::string> commandsOf(const CLI::App& app) {
@@ -50,8 +59,14 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   app.fallthrough();
   Invocation invocation;
-  app.add_option("--plugin", invocation.plugin, "The plug-in library to load")->capture_default_str();
+  app.add_option("--plugin", invocation.plugin, "The plug-in library to load")
+      ->type_name("PATH")
+      ->capture_default_str();
   app.add_flag("-q,--quiet", invocation.quiet, "Hide the host's log");
+  app.add_flag("-v,--verbose", invocation.verbose, "Show the status lines of the host's log too");
+  app.add_option("--color", invocation.colour, "Colour messages: auto (on a terminal), always or never")
+      ->type_name("WHEN")
+      ->transform(CLI::CheckedTransformer(colours(), CLI::ignore_case).description(""));
   app.add_flag("--no-progress", invocation.noProgress, "Draw no progress bar");
   app.set_version_flag("--version", "fmp4 " + programVersion(), "Print the program's version and exit");
   addProbeCommand(app, invocation);
@@ -64,13 +79,14 @@ int main(int argc, char** argv) {
   addRepairCommand(app, invocation);
   addServeCommand(app, invocation);
   addVersionCommand(app, invocation);
+  addCompletionCommand(app, invocation);
 
   try {
     std::vector<std::string> arguments = commandLine(argc, argv);
     arguments.erase(arguments.begin());
     arguments = withHelpAsOption(std::move(arguments));
     if (const std::string trouble = unknownCommand(arguments, commandsOf(app)); !trouble.empty()) {
-      std::cerr << "fmp4: " << trouble << '\n';
+      tellFailure(trouble);
       return kWrongUsage;
     }
     std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
@@ -79,9 +95,9 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : kWrongUsage;
   } catch (const std::bad_alloc&) {
-    std::cerr << "fmp4: out of memory\n";
+    tellFailure("out of memory");
   } catch (const std::exception& error) {
-    std::cerr << "fmp4: " << error.what() << '\n';
+    tellFailure(error.what());
   }
   return kOperationFailed;
 }

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <charconv>
 #include <map>
 #include <mutex>
@@ -9,7 +10,7 @@
 
 #include "host/reference/system.h"
 #include "os/replace_file.h"
-#include "vlutil.h"
+#include "vlhost.h"
 
 namespace {
 
@@ -20,6 +21,7 @@ using Values = std::map<std::string, std::uint32_t, std::less<>>;
 struct Unsaved {
   std::mutex mutex;
   std::map<std::string, Values> byStore;
+  std::atomic<bool> kept = false;  // for good: nothing is saved
 };
 
 Unsaved& unsaved() {
@@ -145,6 +147,7 @@ std::uint32_t accessValue(const std::string& path, const std::string& entry, std
 }
 
 std::uint32_t save(const std::string& path) {
+  if (unsaved().kept) return VL_OK;
   if (path.empty()) return VL_FAILED;
   const std::lock_guard<std::mutex> lock(unsaved().mutex);
   Values& values = unsaved().byStore[path];
@@ -173,6 +176,10 @@ std::uint32_t vlCFGValueDword(std::int64_t root, const char* key, const char* na
   } catch (const std::bad_alloc&) {
     return VL_FAILED;
   }
+}
+
+void vlKeepConfigUnsaved() {
+  unsaved().kept = true;
 }
 
 std::uint32_t vlCFGSave(std::int64_t root, std::uint32_t /*flags*/) {

@@ -68,9 +68,9 @@ const Commands& programsCommands() {
 TEST(CommandDocuments, TheProgramHasCommandsWithOptions) {
   EXPECT_EQ(programsCommands().at("frames"),
             (std::set<std::string>{"--count", "--from", "--json", "--random", "--to"}));
-  EXPECT_EQ(programsCommands().at(""),
-            (std::set<std::string>{"--no-progress", "--plugin", "--quiet", "--version"}));
-  EXPECT_TRUE(programsCommands().at("probe").empty());
+  EXPECT_EQ(programsCommands().at(""), (std::set<std::string>{"--color", "--no-progress", "--plugin",
+                                                              "--quiet", "--verbose", "--version"}));
+  EXPECT_TRUE(programsCommands().at("version").empty());
 }
 
 TEST(CommandDocuments, TheManualPageListsThem) {
@@ -104,10 +104,23 @@ TEST(CommandDocuments, TheReadmeListsThem) {
   EXPECT_EQ(listed, programsCommands());
 }
 
-// What the completion offers for a line that ends with `last`.
+// The options that a command accepts: its own, and the program's.
+std::set<std::string> acceptedOptions(const std::string& name) {
+  std::set<std::string> accepted = programsCommands().at("");
+  if (!name.empty()) accepted.erase("--version");
+  accepted.insert(programsCommands().at(name).begin(), programsCommands().at(name).end());
+  accepted.insert("--help");
+  return accepted;
+}
+
+std::string completionFor(const char* shell) {
+  return runOrThrow({VL_BIN_DIR "/fmp4", "completion", shell}).out;
+}
+
+// What bash offers for a line that ends with `last`.
 std::set<std::string> completionsOf(const std::string& words, const std::string& last) {
-  const std::string script = "source '" + (kTree / "packaging/fmp4.bash").string() + "'; COMP_WORDS=(fmp4 " +
-                             words + " '" + last + "') COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _fmp4; " +
+  const std::string script = completionFor("bash") + "COMP_WORDS=(fmp4 " + words + " '" + last +
+                             "') COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _fmp4; " +
                              "printf '%s\\n' \"${COMPREPLY[@]}\"";
   const std::vector<std::string> lines = linesOfText(runOrThrow({"bash", "-c", script}).out);
   return {lines.begin(), lines.end()};
@@ -117,14 +130,46 @@ TEST(CommandDocuments, TheCompletionOffersThem) {
   std::set<std::string> names;
   for (const auto& [name, options] : programsCommands()) {
     if (!name.empty()) names.insert(name);
-    // The program's own options are accepted after a command as well.
-    std::set<std::string> expected = programsCommands().at("");
-    if (!name.empty()) expected.erase("--version");
-    expected.insert(options.begin(), options.end());
-    expected.insert("--help");
-    EXPECT_EQ(completionsOf(name, "--"), expected) << name;
+    EXPECT_EQ(completionsOf(name, "--"), acceptedOptions(name)) << name;
   }
   EXPECT_EQ(completionsOf("", ""), names);
+}
+
+TEST(CommandDocuments, TheCompletionOffersValues) {
+  EXPECT_EQ(completionsOf("export clip.mp4 --channel", ""),
+            (std::set<std::string>{"CC1", "CC2", "CC3", "CC4"}));
+  EXPECT_EQ(completionsOf("package clip.mp4 --captions", "s"), (std::set<std::string>{"sei"}));
+  EXPECT_EQ(completionsOf("--color", "a"), (std::set<std::string>{"always", "auto"}));
+  EXPECT_EQ(completionsOf("completion", ""), (std::set<std::string>{"bash", "fish", "zsh"}));
+  EXPECT_EQ(completionsOf("frames clip.mp4 --from", ""), (std::set<std::string>{""})) << "a place is no file";
+}
+
+// The lines between one that begins with `start` and one that is `end`.
+std::string sectionOf(const std::string& text, const std::string& start, const std::string& end) {
+  const std::size_t from = text.find(start);
+  return from == text.npos ? "" : text.substr(from, text.find(end, from) - from);
+}
+
+TEST(CommandDocuments, TheCompletionsOfZshAndFishHaveThem) {
+  const std::string zsh = completionFor("zsh"), fish = completionFor("fish");
+  for (const auto& [name, options] : programsCommands()) {
+    const std::string section = name.empty() ? sectionOf(zsh, "  _arguments -C", "'1:command")
+                                             : sectionOf(zsh, "      " + name + ")\n", ";;");
+    const std::string condition =
+        name.empty() ? "__fish_use_subcommand'" : "__fish_seen_subcommand_from " + name + "'";
+    std::set<std::string> inZsh, inFish;
+    for (const std::string& line : linesOfText(section))
+      inZsh.merge(optionsIn(line.substr(0, line.find('['))));
+    for (const std::string& line : linesOfText(fish)) {
+      const std::size_t option = line.find(" -l ");
+      if (line.find(condition) != line.npos && option != line.npos)
+        inFish.insert("--" + line.substr(option + 4, line.find(' ', option + 4) - option - 4));
+    }
+    std::set<std::string> expected = acceptedOptions(name);
+    EXPECT_EQ(inFish, expected) << name;
+    expected.erase("--help");
+    EXPECT_EQ(inZsh, expected) << name;
+  }
 }
 
 }  // namespace

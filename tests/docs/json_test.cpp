@@ -92,6 +92,14 @@ TEST(JsonDocument, NamesTheKeysOfProbe) {
   expectDocumented("fmp4 probe --json FILE", printedBy({"probe", "--json", "any.mpd"}));
 }
 
+TEST(JsonDocument, NamesTheKeysOfExport) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, videoInput(1) + h264Codec() + fragmented());
+  expectDocumented("fmp4 export --json FILE",
+                   printedBy({"export", "--json", file, "--video", folder.file("a.h264")}));
+}
+
 TEST(JsonDocument, NamesTheKeysOfFramesAndBoxes) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");

@@ -18,7 +18,6 @@ TEST(Export, H264DecodesToTheSourceFrames) {
   makeMedia(file, videoInput(2) + h264Codec(15, 3) + fragmented());
   const RunResult result = fmp4({"--quiet", "export", file, "--video", stream});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "");
   const std::vector<std::string> expected = frameHashes(file);
   EXPECT_EQ(expected.size(), 60u);

@@ -49,7 +49,7 @@ struct Installed {
   }
   // What `fmp4 info` logs.
   std::string log() const {
-    const RunResult result = fmp4({"info", clip});
+    const RunResult result = fmp4({"--verbose", "info", clip});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     return result.err;
   }
@@ -75,7 +75,7 @@ TEST(FFmpeg, IsNotFoundInTheWorkingFolder) {
   fs::copy_file(installed.clip, downloads.path() / "clip.mp4");
   const fs::path before = fs::current_path();
   fs::current_path(downloads.path());
-  const RunResult result = installed.fmp4({"info", "clip.mp4"});
+  const RunResult result = installed.fmp4({"--verbose", "info", "clip.mp4"});
   fs::current_path(before);
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_THAT(result.err, HasSubstr("FFMPEG DLLs (AvCodec) will not load"));

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/text.h"
 #include "os/path_name.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
@@ -63,9 +64,16 @@ TEST_F(Package, SaysWhatItMade) {
       fmp4({"--quiet", "package", source(), "--count", "60", "--output", folder_.file("a.mp4")});
   EXPECT_EQ(result.exitCode, 0) << result.err;
   std::string files;
-  for (const char* name : {"a.m4v", "a.m4a", "aA.m3u8", "a.mpd", "a.m3u8", "a.master.m3u8"})
-    files += (files.empty() ? "" : ", ") + std::string(name) + " (" +
-             std::to_string(std::filesystem::file_size(folder_.file(name))) + " bytes)";
+  const auto units = ffprobePackets(folder_.file("a.m4a"), "a:0").size();
+  const std::string audio = clockText(static_cast<double>(units) * 1024 / 48000);
+  for (const auto& [name, duration] : {std::pair<std::string, std::string>{"a.m4v", ", 00:00:02.002"},
+                                       {"a.m4a", ", " + audio},
+                                       {"aA.m3u8", ""},
+                                       {"a.mpd", ""},
+                                       {"a.m3u8", ""},
+                                       {"a.master.m3u8", ""}})
+    files += (files.empty() ? "" : ", ") + name + " (" +
+             std::to_string(std::filesystem::file_size(folder_.file(name))) + " bytes" + duration + ")";
   EXPECT_EQ(result.out, "recorded 60 frames, 00:00:02.002, in " + files + "\n");
 }
 
@@ -283,7 +291,8 @@ TEST_F(Package, RefusesOtherCodecsWithAdvice) {
     EXPECT_EQ(result.exitCode, 1) << name;
     return result.err;
   };
-  EXPECT_THAT(refusal("hevc.mp4"), HasSubstr("has video of type 'hvc1'; recordings take H.264 (avc1)"));
+  EXPECT_THAT(refusal("hevc.mp4"),
+              HasSubstr("has HEVC video ('hvc1'), and recording is H.264 ('avc1'); ffmpeg -c:v libx264"));
   EXPECT_THAT(
       refusal("ac3.mp4"),
       HasSubstr("has audio of type 'ac-3', which a recording cannot hold: it takes AAC (mp4a). --no-audio "
@@ -295,6 +304,38 @@ TEST_F(Package, RefusesOtherCodecsWithAdvice) {
   EXPECT_EQ(
       fmp4({"package", folder_.file("ac3.mp4"), "--output", folder_.file("out.mp4"), "--no-audio"}).exitCode,
       0);
+}
+
+// The second video is half as wide, the second audio has one channel.
+TEST_F(Package, RecordsTheChosenTracks) {
+  const std::string file = folder_.file("several.mp4");
+  makeMedia(file, videoInput(1, "25", "160x96") + toneInput(1) + videoInput(1, "25", "80x96") +
+                      std::vector<std::string>{"-map", "0", "-map", "1", "-map", "2", "-map", "1", "-c:a",
+                                               "aac", "-ac:a:0", "2", "-ac:a:1", "1"} +
+                      h264Codec(25));
+  const RunResult first = fmp4({"--quiet", "package", file, "--output", folder_.file("first.ismv")});
+  EXPECT_EQ(
+      first.err,
+      "fmp4: warning: the source has 2 video tracks (1, 3); the first is recorded, --video-track N takes "
+      "another\n"
+      "fmp4: warning: the source has 2 audio tracks (2, 4); the first is recorded, --audio-track N takes "
+      "another\n");
+  EXPECT_EQ(ffprobeStreamEntry(folder_.file("first.ismv"), "v:0", "width"), "160");
+  EXPECT_EQ(ffprobeStreamEntry(folder_.file("first.ismv"), "a:0", "channels"), "2");
+  const RunResult second = fmp4({"--quiet", "package", file, "--video-track", "3", "--audio-track", "4",
+                                 "--output", folder_.file("second.ismv")});
+  EXPECT_EQ(second.exitCode, 0);
+  EXPECT_EQ(second.err, "");
+  EXPECT_EQ(ffprobeStreamEntry(folder_.file("second.ismv"), "v:0", "width"), "80");
+  EXPECT_EQ(ffprobeStreamEntry(folder_.file("second.ismv"), "a:0", "channels"), "1");
+  const RunResult third =
+      fmp4({"--quiet", "package", file, "--video-track", "2", "--output", folder_.file("third.ismv")});
+  EXPECT_EQ(third.exitCode, 1);
+  EXPECT_EQ(third.err,
+            "fmp4: '" + file +
+                "' has no video track 2; its tracks are 1 (vide, avc1), 2 (soun, mp4a), 3 (vide, avc1), 4 "
+                "(soun, mp4a)\n");
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("third.ismv")));
 }
 
 // The frame length flag is set in the AudioSpecificConfig of AAC LC at 48000 Hz in two channels.

@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "tool/terminal/messages.h"
+
 namespace CLI {
 class App;
 }
@@ -14,6 +16,8 @@ namespace fmp4 {
 struct Invocation {
   std::string plugin = "vlx_fmp4";  // name or path of the plug-in library
   bool quiet = false;               // hides the host's log
+  bool verbose = false;             // shows the status lines of the host's log
+  Colour colour = Colour::Auto;     // of messages
   bool noProgress = false;          // draws no progress bar
   std::function<bool()> command;    // false: it succeeded, and the answer is negative
 };
@@ -29,6 +33,7 @@ void addVerifyCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);
 void addServeCommand(CLI::App& app, Invocation& invocation);
 void addVersionCommand(CLI::App& app, Invocation& invocation);
+void addCompletionCommand(CLI::App& app, Invocation& invocation);
 
 // The version of the program, "0.1.0".
 std::string programVersion();

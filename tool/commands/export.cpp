@@ -1,11 +1,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "tool/commands/commands.h"
@@ -21,17 +24,24 @@ struct ExportOptions {
   std::string video;
   std::string audio;
   std::string captions;
+  std::string picture;
   std::string channel;
   unsigned service = 0;
   FrameSelection selection;
   bool force = false;
   bool exact = false;
+  bool json = false;
+};
+
+struct WrittenFile {
+  std::string name;
+  std::optional<double> seconds;  // of video and audio
 };
 
 // Throws UserError when two of the outputs are the same file.
 void checkDifferent(const ExportOptions& options) {
   std::vector<std::filesystem::path> seen;
-  for (const std::string& output : {options.video, options.audio, options.captions}) {
+  for (const std::string& output : {options.video, options.audio, options.captions, options.picture}) {
     if (output.empty()) continue;
     std::error_code ignored;
     const std::filesystem::path path = std::filesystem::weakly_canonical(vlPath(output), ignored);
@@ -74,16 +84,70 @@ void addCaptionOptions(CLI::App& command, CLI::Option_group& outputs, ExportOpti
       ->excludes(channel);
 }
 
+std::vector<WrittenFile> writeStreams(CAMediaFile& file, const ExportOptions& options) {
+  const auto request = [&options](const std::string& output) {
+    return ExportRequest{options.file, output, options.selection, options.force, options.exact};
+  };
+  std::vector<WrittenFile> written;
+  if (!options.video.empty()) written.push_back({options.video, exportVideo(file, request(options.video))});
+  if (!options.audio.empty()) written.push_back({options.audio, exportAudio(file, request(options.audio))});
+  if (!options.captions.empty()) {
+    exportCaptions(file, {request(options.captions), channelOf(options)});
+    written.push_back({options.captions, {}});
+  }
+  if (!options.picture.empty()) {
+    exportPicture(file, request(options.picture));
+    written.push_back({options.picture, {}});
+  }
+  return written;
+}
+
+bool isStandardOutput(const std::string& name) {
+  std::error_code ignored;
+  return std::filesystem::equivalent(vlPath(name), "/dev/stdout", ignored);
+}
+
+std::uint64_t sizeOf(const std::string& name) {
+  std::error_code ignored;
+  return std::filesystem::is_regular_file(vlPath(name), ignored)
+             ? std::filesystem::file_size(vlPath(name), ignored)
+             : 0;
+}
+
+void reportAsText(const std::vector<WrittenFile>& written) {
+  std::string text;
+  for (const WrittenFile& file : written) {
+    text += (text.empty() ? "" : ", ") + file.name + " (" + std::to_string(sizeOf(file.name)) + " bytes";
+    if (file.seconds) text += ", " + clockText(*file.seconds);
+    text += ')';
+  }
+  std::cout << "exported " << text << '\n';
+}
+
+void reportAsJson(const std::string& source, const std::vector<WrittenFile>& written) {
+  using Json = nlohmann::ordered_json;
+  Json files = Json::array();
+  for (const WrittenFile& file : written) {
+    files.push_back({{"file", file.name}, {"bytes", sizeOf(file.name)}});
+    if (file.seconds) files.back()["durationSeconds"] = *file.seconds;
+  }
+  const Json report = {{"source", source}, {"files", files}};
+  std::cout << report.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
+}
+
 bool exportStreams(const Invocation& invocation, const ExportOptions& options) {
   checkDifferent(options);
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
-  const auto request = [&options](const std::string& output) {
-    return ExportRequest{options.file, output, options.selection, options.force, options.exact};
-  };
-  if (!options.video.empty()) exportVideo(*file, request(options.video));
-  if (!options.audio.empty()) exportAudio(*file, request(options.audio));
-  if (!options.captions.empty()) exportCaptions(*file, {request(options.captions), channelOf(options)});
+  const std::vector<WrittenFile> written = writeStreams(*file, options);
+  // A stream on standard output stays alone there.
+  if (std::any_of(written.begin(), written.end(),
+                  [](const auto& each) { return isStandardOutput(each.name); }))
+    return true;
+  if (options.json)
+    reportAsJson(options.file, written);
+  else
+    reportAsText(written);
   return true;
 }
 
@@ -100,12 +164,18 @@ void addExportCommand(CLI::App& app, Invocation& invocation) {
       ->type_name("OUT");
   outputs->add_option("--audio", options->audio, "Write the audio as a WAV file")->type_name("OUT.wav");
   addCaptionOptions(*command, *outputs, *options);
+  outputs
+      ->add_option("--picture", options->picture,
+                   "Write the picture of the first selected frame (.png, .jpg), decoded by the installed "
+                   "ffmpeg program")
+      ->type_name("OUT.png");
   outputs->require_option(1, 0);
   addFrameSelection(*command, options->selection);
   command->add_flag(
       "--exact", options->exact,
       "Refuse video that cannot be decoded from --from, instead of beginning at the key frame before");
   command->add_flag("-f,--force", options->force, "Replace files that exist");
+  command->add_flag("-j,--json", options->json, "Print what was written as JSON");
   command->callback([&invocation, options] {
     invocation.command = [&invocation, options] { return exportStreams(invocation, *options); };
   });

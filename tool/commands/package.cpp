@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "base/fourcc.h"
 #include "base/text.h"
@@ -21,9 +22,11 @@
 #include "tool/package/output_files.h"
 #include "tool/package/package_plan.h"
 #include "tool/package/packager.h"
+#include "tool/package/track_choice.h"
 #include "tool/source/fragment_stream.h"
 #include "tool/source/source_file.h"
 #include "tool/source/standard_input.h"
+#include "tool/terminal/messages.h"
 #include "tool/terminal/progress.h"
 
 namespace fmp4 {
@@ -33,10 +36,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char* kStandardInput = "-";
-
-void warn(const std::string& text) {
-  std::cerr << "fmp4: warning: " << text << '\n';
-}
 
 MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -54,7 +53,15 @@ void writeMasterPlaylist(const Packager& packager, const OutputFiles& files) {
   if (os::replaceFile(path, text)) throw UserError("'" + path + "' could not be written; is the disk full?");
 }
 
-// Says what was made: the recording's length and its files with their sizes.
+// The duration of a file of the recording; none for lists.
+std::optional<double> durationOf(const Packager& packager, const std::filesystem::path& file) {
+  const auto extension = file.extension();
+  if (extension == ".m4a") return packager.audioDuration();
+  if (extension == ".m4v" || extension == ".ismv") return packager.videoDuration();
+  return std::nullopt;
+}
+
+// Says what was made: the recording's length and its files with their sizes and durations.
 void report(const Packager& packager, const PackageOptions& options, const OutputFiles& files) {
   Json list = Json::array();
   std::string text;
@@ -62,9 +69,14 @@ void report(const Packager& packager, const PackageOptions& options, const Outpu
     std::error_code ignored;
     const std::uint64_t bytes = std::filesystem::file_size(path, ignored);
     list.push_back({{"file", vlName(path)}, {"bytes", bytes}});
-    text += (text.empty() ? "" : ", ") + vlName(path.filename()) + " (" + std::to_string(bytes) + " bytes)";
+    text += (text.empty() ? "" : ", ") + vlName(path.filename()) + " (" + std::to_string(bytes) + " bytes";
+    if (const auto duration = durationOf(packager, path)) {
+      list.back()["durationSeconds"] = *duration;
+      text += ", " + clockText(*duration);
+    }
+    text += ')';
   }
-  const double seconds = static_cast<double>(packager.frames()) / packager.framesPerSecond();
+  const double seconds = packager.videoDuration();
   if (options.json) {
     const Json made = {{"recording", options.output},
                        {"frames", packager.frames()},
@@ -126,6 +138,7 @@ std::unique_ptr<SourceFile> openSource(const std::string& path) {
 void packageFile(const Plugin& plugin, const PackageOptions& options) {
   const std::unique_ptr<SourceFile> file = openSource(options.input);
   SourceFile& source = *file;
+  chooseTracks(source, options, warn);
   heedEndRequests();
   checkVideo(source);
   const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
@@ -163,6 +176,7 @@ void packageStream(const Plugin& plugin, const PackageOptions& options) {
   if (options.start != 0) throw UserError("--start needs a file; standard input is recorded as it arrives");
   heedEndRequests();
   FragmentStream source("standard input", {readStandardInput, endRequested});
+  chooseTracks(source, options, warn);
   awaitBeginning(source);
   checkVideo(source);
   const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
@@ -208,14 +222,23 @@ void addPackageCommand(CLI::App& app, Invocation& invocation) {
                    "Frames from one key frame to the next; by default the source's")
       ->type_name("N")
       ->check(CLI::PositiveNumber);
-  command->add_flag("--no-audio", options->noAudio, "Leave the audio out");
+  command
+      ->add_option("--video-track", options->videoTrack,
+                   "The ID of the video track to record; by default the first")
+      ->type_name("N");
+  CLI::Option* const audioTrack =
+      command
+          ->add_option("--audio-track", options->audioTrack,
+                       "The ID of the audio track to record; by default the first")
+          ->type_name("N");
+  command->add_flag("--no-audio", options->noAudio, "Leave the audio out")->excludes(audioTrack);
   command
       ->add_option(
           "--captions", options->captions,
           "Where captions come from: caption tracks (track), the video (sei), neither (none), or the video "
           "where there is no track (auto, the default)")
       ->type_name("SOURCE")
-      ->transform(CLI::CheckedTransformer(captionSources(), CLI::ignore_case));
+      ->transform(CLI::CheckedTransformer(captionSources(), CLI::ignore_case).description(""));
   command->add_option("--start", options->start, "The first frame to take, a key frame")->type_name("N");
   command->add_option("--count", options->count, "How many frames to take")
       ->type_name("N")

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <iostream>
 #include <vector>
 
 #include "base/exact_time.h"
@@ -15,6 +14,7 @@
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/undecoded_audio.h"
+#include "tool/terminal/messages.h"
 #include "tool/terminal/progress.h"
 
 namespace fmp4 {
@@ -153,7 +153,7 @@ std::string whyNothing(const std::string& name, std::uint32_t status) {
 
 }  // namespace
 
-void exportAudio(CAMediaFile& file, const ExportRequest& request) {
+double exportAudio(CAMediaFile& file, const ExportRequest& request) {
   QVRSYSTEM system{};
   QVRAUDIO audio{};
   file.GetFileInfo(kFirstPair, &system, nullptr, &audio, nullptr);
@@ -175,8 +175,8 @@ void exportAudio(CAMediaFile& file, const ExportRequest& request) {
     if (exporter.written() % 2 != 0) output.write({&padding, 1});
     output.rewriteStart(waveHeader(format, exporter.written()));
   });
-  if (const std::string lost = exporter.lost().text(request.input); !lost.empty())
-    std::cerr << "fmp4: " << lost << '\n';
+  if (const std::string lost = exporter.lost().text(request.input); !lost.empty()) tell(lost);
+  return static_cast<double>(exporter.written()) / format.frameBytes() / format.sampleRate;
 }
 
 }  // namespace fmp4

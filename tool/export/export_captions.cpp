@@ -1,5 +1,4 @@
 #include <filesystem>
-#include <iostream>
 #include <string>
 
 #include "base/letter_case.h"
@@ -13,6 +12,7 @@
 #include "tool/export/scenarist.h"
 #include "tool/export/subrip.h"
 #include "tool/export/web_vtt.h"
+#include "tool/terminal/messages.h"
 
 namespace fmp4 {
 
@@ -24,7 +24,7 @@ using captions::CaptionChannel;
 void writeText(const ExportRequest& request, const std::string& text, const std::string& what) {
   OutputFile output(request.output, request.input, request.force);
   output.make([&] { output.write(text); });
-  std::cerr << "fmp4: '" << request.output << "' has " << what << '\n';
+  tell("'" + request.output + "' has " + what);
 }
 
 std::string described(const DecodedCaptions& decoded) {

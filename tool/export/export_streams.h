@@ -19,12 +19,18 @@ struct ExportRequest {
   bool exact = false;  // video: refuse to begin before the first selected frame
 };
 
+// Video and audio return the duration of what they wrote, in seconds.
+
 // Video as an elementary stream with start codes, parameter sets before every key frame (ISO/IEC 14496-10 and
 // 23008-2, Annex B). Begins at the key frame before the first selected frame, and says so.
-void exportVideo(CAMediaFile& file, const ExportRequest& request);
+double exportVideo(CAMediaFile& file, const ExportRequest& request);
 // Audio as a WAV file of 16-bit PCM, as RF64 (EBU Tech 3306) above 4 GiB. The selected frames are video
 // frames, or frames at the file's frame rate when it has no video.
-void exportAudio(CAMediaFile& file, const ExportRequest& request);
+double exportAudio(CAMediaFile& file, const ExportRequest& request);
+
+// The picture of the first selected frame, in the format that the extension of the output names (.png, .jpg).
+// The program ffmpeg decodes it.
+void exportPicture(CAMediaFile& file, const ExportRequest& request);
 
 // Which captions to export; by default CC1 if there are CEA-608 captions, else service 1.
 struct CaptionRequest {

@@ -1,56 +1,40 @@
 #include <cstdint>
-#include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/user_error.h"
-#include "tool/export/annexb.h"
 #include "tool/export/export_streams.h"
+#include "tool/export/file_annexb.h"
 #include "tool/export/output_file.h"
-#include "tool/host/codec_configuration.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/video_reader.h"
+#include "tool/terminal/messages.h"
 #include "tool/terminal/progress.h"
 
 namespace fmp4 {
 
 namespace {
 
-AnnexB annexBOf(CAMediaFile& file, const std::string& name) {
-  const auto video = std::make_unique<QVRVIDEO>();
-  file.GetFileInfo(kVideoChannel, nullptr, video.get(), nullptr, nullptr);
-  auto annexB = AnnexB::fromConfiguration(codecConfiguration(*video));
-  if (!annexB)
-    throw UserError("'" + name +
-                    "' has no valid H.264 or HEVC configuration, without which its video cannot be decoded; "
-                    "'fmp4 boxes' shows what it has");
-  return *annexB;
-}
-
-constexpr std::int8_t kAnyMode = 1;
-constexpr std::int32_t kBackward = 0;
-
 // The frames to export: the selected ones, and those before them that they need to be decoded.
-FrameRange decodableRange(CAMediaFile& file, const VideoReader& reader, const ExportRequest& request) {
+FrameRange decodableRange(const VideoReader& reader, const ExportRequest& request) {
   const FrameRange selected = reader.range(request.selection);
-  const std::uint32_t key = file.FindKeyFrame(kVideoChannel, kAnyMode, selected.from, kBackward);
+  const std::uint32_t key = reader.keyFrameBefore(selected.from);
   if (key == selected.from) return selected;
   const std::string keyText = std::to_string(key), fromText = std::to_string(selected.from);
   if (request.exact)
     throw UserError("frame " + fromText + " of '" + request.input +
                     "' is not a key frame and cannot be decoded without those before it; give --from " +
                     keyText + ", or leave --exact out to export from there");
-  std::cerr << "fmp4: the video begins at frame " << key << ", the key frame before frame " << fromText
-            << ", which takes " << selected.from - key << " more frames\n";
+  tell("the video begins at frame " + keyText + ", the key frame before frame " + fromText +
+       ", which takes " + std::to_string(selected.from - key) + " more frames");
   return {key, selected.count + (selected.from - key)};
 }
 
 }  // namespace
 
-void exportVideo(CAMediaFile& file, const ExportRequest& request) {
+double exportVideo(CAMediaFile& file, const ExportRequest& request) {
   VideoReader reader(file, request.input);
-  const FrameRange range = decodableRange(file, reader, request);
+  const FrameRange range = decodableRange(reader, request);
   const AnnexB annexB = annexBOf(file, request.input);
   OutputFile output(request.output, request.input, request.force);
   output.make([&] {
@@ -68,6 +52,7 @@ void exportVideo(CAMediaFile& file, const ExportRequest& request) {
       progress.show(i + 1);
     }
   });
+  return range.count * reader.frameSeconds();
 }
 
 }  // namespace fmp4

@@ -8,6 +8,9 @@
 namespace fmp4 {
 
 OutputFile::OutputFile(const std::string& path, const std::string& input, bool replace) : path_(path) {
+  if (path == "-")
+    throw UserError(
+        "'-' names no file; /dev/stdout is standard output where the system has it, ./- a file called -");
   std::error_code ignored;
   if (std::filesystem::equivalent(vlPath(input), vlPath(path), ignored))
     throw UserError("'" + path + "' is the file to be exported; give another name for the output");
@@ -30,6 +33,11 @@ void OutputFile::write(std::span<const std::uint8_t> bytes) {
 
 void OutputFile::write(std::string_view text) {
   write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+}
+
+void OutputFile::flush() {
+  file_.flush();
+  check();
 }
 
 void OutputFile::rewriteStart(std::span<const std::uint8_t> bytes) {

@@ -22,6 +22,8 @@ class OutputFile {
 
   void write(std::span<const std::uint8_t> bytes);
   void write(std::string_view text);
+  // Hands what was written to the system, for other programs to read.
+  void flush();
   // Replaces the first bytes of the file; writing continues at its end.
   void rewriteStart(std::span<const std::uint8_t> bytes);
 

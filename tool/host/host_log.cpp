@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <mutex>
+#include <set>
 #include <string_view>
 
 #include "vlhost.h"
@@ -15,7 +16,8 @@ namespace {
 
 struct Log {
   std::mutex mutex;
-  bool quiet = false;
+  LogLines lines = LogLines::All;
+  std::set<std::string> statusLines;  // shown
   std::string lastError;
   std::string file;  // that the plug-in works on
   int writeError = 0;
@@ -44,13 +46,20 @@ int writeErrorIn(std::string_view line) {
   return number;
 }
 
+// Status lines, such as those about optional libraries, repeat with each track that is opened.
+bool isShown(Log& log, std::uint32_t level, std::string_view line) {
+  if (log.lines == LogLines::None) return false;
+  const bool status = level == VL_LOG_STATUS || level == VL_LOG_PLAIN;
+  return !status || (log.lines == LogLines::All && log.statusLines.emplace(line).second);
+}
+
 void takeLine(void* context, std::uint32_t level, const char* text) {
   auto& log = *static_cast<Log*>(context);
   const std::lock_guard<std::mutex> lock(log.mutex);
   const std::string_view line(text);
   if (level == VL_LOG_ERROR) log.lastError = wordsOf(line);
   if (const int error = writeErrorIn(line); error != 0) log.writeError = error;
-  if (log.quiet) return;
+  if (!isShown(log, level, line)) return;
   const bool named = level != VL_LOG_STATUS && !log.file.empty();
   // Plain lines come without a line end.
   std::fprintf(stderr, "%s%s%s%s", named ? log.file.c_str() : "", named ? ": " : "", text,
@@ -59,9 +68,9 @@ void takeLine(void* context, std::uint32_t level, const char* text) {
 
 }  // namespace
 
-void takeHostLog(bool quiet) {
+void takeHostLog(LogLines lines) {
   Log& log = theLog();
-  log.quiet = quiet;
+  log.lines = lines;
   vlSetLogSink(takeLine, &log);
 }
 

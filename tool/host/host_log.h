@@ -6,8 +6,14 @@
 
 namespace fmp4 {
 
-// Takes over the host's log until the program ends. Its lines go to standard error, unless `quiet`.
-void takeHostLog(bool quiet);
+enum class LogLines {
+  None,
+  Troubles,  // errors, warnings and cautions
+  All,       // status lines too, each once
+};
+
+// Takes over the host's log until the program ends. The chosen lines go to standard error.
+void takeHostLog(LogLines lines);
 
 // The file that the plug-in works on from now on: its errors and warnings are shown with the name.
 void nameInLog(const std::string& file);

@@ -1,7 +1,6 @@
 #include "tool/host/plugin_host.h"
 
 #include <filesystem>
-#include <iostream>
 #include <system_error>
 
 #include "base/text.h"
@@ -11,6 +10,7 @@
 #include "tool/host/left_out_samples.h"
 #include "tool/host/movie_file.h"
 #include "tool/host/refusal_reason.h"
+#include "tool/terminal/messages.h"
 #include "vlutil.h"
 
 namespace fmp4 {
@@ -111,8 +111,7 @@ MediaFile Plugin::open(const std::string& name) const {
   if (isAudioName(file)) request.openFlags = MF_OPEN_AUDIO_ONLY;
   MediaFile object = make(request);
   if (!object) throw UserError(openRefusal(file, lastLoggedError()));
-  if (const std::string warning = leftOutSamples(file); !warning.empty())
-    std::cerr << "fmp4: warning: " << warning << '\n';
+  if (const std::string warning = leftOutSamples(file); !warning.empty()) warn(warning);
   return object;
 }
 

@@ -21,15 +21,30 @@ VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), nam
   descriptor_.data = buffer_.get();
 }
 
-FrameRange VideoReader::range(const FrameSelection& selection) const {
+FrameRate VideoReader::rate() const {
   QVRSYSTEM system{};
   file_.GetFileInfo(kVideoChannel, &system, nullptr, nullptr, nullptr);
-  const FrameRange selected = selection.range({system.rate, system.scale});
+  return {system.rate, system.scale};
+}
+
+double VideoReader::frameSeconds() const {
+  const FrameRate perSecond = rate();
+  return perSecond.known() ? 1 / perSecond.value() : 0;
+}
+
+FrameRange VideoReader::range(const FrameSelection& selection) const {
+  const FrameRange selected = selection.range(rate());
   const std::uint32_t total = file_.GetTotalFrames();
   if (selected.from >= total)
     throw UserError("'" + name_ + "' has " + std::to_string(total) +
                     " frames, counted from 0; there is no frame " + std::to_string(selected.from));
   return {selected.from, std::min(selected.count, total - selected.from)};
+}
+
+std::uint32_t VideoReader::keyFrameBefore(std::uint32_t frame) const {
+  constexpr std::int8_t kAnyMode = 1;
+  constexpr std::int32_t kBackward = 0;
+  return file_.FindKeyFrame(kVideoChannel, kAnyMode, frame, kBackward);
 }
 
 const DFRAME& VideoReader::read(std::uint32_t frame) {

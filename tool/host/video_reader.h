@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "base/exact_time.h"
 #include "mediafile.h"
 #include "tool/host/frame_selection.h"
 
@@ -16,8 +17,13 @@ class VideoReader {
   // `file` must outlive the reader. Throws UserError when it has no video stream. `name` is for messages.
   VideoReader(CAMediaFile& file, std::string name);
 
+  // The duration of a frame in seconds; 0 when the file has no frame rate.
+  double frameSeconds() const;
   // The selected frames of the file. Throws UserError when it ends before the first of them.
   FrameRange range(const FrameSelection& selection) const;
+
+  // The key frame at or before a frame; 0 when there is none.
+  std::uint32_t keyFrameBefore(std::uint32_t frame) const;
 
   // Reads one frame. The descriptor and the sample's bytes are valid until the next read. Throws UserError
   // when the plug-in cannot deliver the frame.
@@ -25,6 +31,8 @@ class VideoReader {
   std::span<const std::uint8_t> sample() const { return {buffer_.get(), descriptor_.bytes}; }
 
  private:
+  FrameRate rate() const;
+
   CAMediaFile& file_;
   std::string name_;
   // Holds the largest sample. Uninitialised, since a damaged file may claim more than it will ever fill.

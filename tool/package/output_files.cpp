@@ -24,6 +24,10 @@ OutputFiles::OutputFiles(const std::string& output) {
         "'" + output +
         "' is no name for a recording; give one that ends in .mp4 (video and audio in files of their "
         "own, .m4v and .m4a) or .ismv (both in one file)");
+  if (vlName(path.filename()).find('\\') != std::string::npos)
+    throw UserError(
+        "'" + output +
+        "' has a backslash in its name, which hosts take for the end of a folder's; give another name");
   const auto named = [&path](const char* ending) {
     return std::filesystem::path(path).replace_extension(ending);
   };
@@ -37,7 +41,20 @@ OutputFiles::OutputFiles(const std::string& output) {
     files_.insert(files_.end(), {named(".m4a"), audioPlaylist_});
   }
   files_.insert(files_.end(), {named(separateAudio ? ".mpd" : ".xml"), videoPlaylist_, masterPlaylist_});
+  checkLengths(output);
   previous_ = existing();
+}
+
+// The lists come last and have the longest names: better refused now than when everything else is recorded.
+void OutputFiles::checkLengths(const std::string& output) const {
+  constexpr std::size_t kMost = 255;  // bytes of a name in most file systems
+  for (const auto& file : files_) {
+    const std::string name = vlName(file.filename());
+    if (name.size() > kMost)
+      throw UserError("'" + output + "' is too long a name: '" + name +
+                      "', which belongs to the recording, would have " + std::to_string(name.size()) +
+                      " bytes, and names have at most " + std::to_string(kMost));
+  }
 }
 
 void OutputFiles::check(const std::string& input, bool replace) const {

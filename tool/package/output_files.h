@@ -29,6 +29,8 @@ class OutputFiles {
   std::vector<std::filesystem::path> existing() const;
 
  private:
+  void checkLengths(const std::string& output) const;
+
   std::filesystem::path videoPlaylist_;
   std::filesystem::path audioPlaylist_;
   std::filesystem::path masterPlaylist_;

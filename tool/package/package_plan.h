@@ -17,7 +17,9 @@ enum class CaptionSource { Auto, Track, Sei, None };
 struct PackageOptions {
   std::string input;
   std::string output;
-  std::optional<std::uint32_t> interval;  // key-frame interval
+  std::optional<std::uint32_t> interval;    // key-frame interval
+  std::optional<std::uint32_t> videoTrack;  // track IDs; the first track of a kind by default
+  std::optional<std::uint32_t> audioTrack;
   bool noAudio = false;
   CaptionSource captions = CaptionSource::Auto;
   std::uint32_t start = 0;

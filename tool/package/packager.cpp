@@ -12,6 +12,7 @@
 #include "base/user_error.h"
 #include "captions/sei_captions.h"
 #include "recording/segment_geometry.h"
+#include "tool/host/codec_names.h"
 #include "tool/host/host_log.h"
 #include "tool/package/silent_aac.h"
 
@@ -72,9 +73,15 @@ void checkVideo(SampleSource& source) {
   const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
   if (!video || video->samples.empty())
     throw UserError("'" + source.path() + "' has no video; 'fmp4 boxes' shows what it has");
-  if (video->codec != Mp4FourCc("avc1") || video->configuration.empty())
-    throw UserError("'" + source.path() + "' has video of type '" + fourCcText(video->codec) +
-                    "'; recordings take H.264 (avc1) with its configuration. ffmpeg -c:v libx264 makes it");
+  if (video->codec != Mp4FourCc("avc1"))
+    throw UserError("'" + source.path() + "' has " + codecName(video->codec) + " video ('" +
+                    fourCcText(video->codec) +
+                    "'), and recording is H.264 ('avc1'); ffmpeg -c:v libx264 -c:a copy converts it");
+  if (video->configuration.empty())
+    throw UserError(
+        "'" + source.path() +
+        "' has H.264 video without its configuration ('avcC'), which a recording needs; ffmpeg -c copy "
+        "to another MP4 may add it");
 }
 
 Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOptions& options,

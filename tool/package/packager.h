@@ -41,6 +41,9 @@ class Packager {
   double framesPerSecond() const { return plan_.framesPerSecond(); }
   std::uint64_t accessUnits() const { return accessUnits_; }  // of audio, silent ones included
   bool recordsAudio() const { return audio_ != nullptr; }
+  // Of the recorded video and audio, in seconds.
+  double videoDuration() const { return static_cast<double>(frames_) / plan_.framesPerSecond(); }
+  double audioDuration() const { return static_cast<double>(accessUnits_) * audioSeconds(); }
   // What is known for the master playlist, except the playlists that it joins.
   MasterPlaylist master() const;
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <span>
 #include <string>
 #include <vector>
@@ -50,10 +51,12 @@ class SampleSource {
   // Throws UserError when the source does not have them.
   virtual std::span<std::uint8_t> read(const SourceTrack& track, std::size_t index) = 0;
 
-  // The first track of a kind, by its handler or by the type of its sample entry; null when there is none.
-  SourceTrack* trackOfHandler(std::uint32_t handler) {
-    return firstTrack([handler](const SourceTrack& track) { return track.handler == handler; });
-  }
+  // From now on trackOfHandler() gives the track of this ID. Throws UserError when none of that kind has it.
+  void choose(std::uint32_t handler, std::uint32_t trackId);
+
+  // The chosen or first track of a kind, by its handler or by the type of its sample entry; null when there
+  // is none.
+  SourceTrack* trackOfHandler(std::uint32_t handler);
   SourceTrack* trackOfCodec(std::uint32_t codec) {
     return firstTrack([codec](const SourceTrack& track) { return track.codec == codec; });
   }
@@ -71,6 +74,8 @@ class SampleSource {
     }
     return found;
   }
+
+  std::map<std::uint32_t, std::uint32_t> chosen_;  // track IDs by handler
 };
 
 }  // namespace fmp4

@@ -24,10 +24,10 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
   return row.back();
 }
 
-// The first argument that is neither an option nor the value of --plugin.
+// The first argument that is neither an option nor the value of one that comes before a command.
 const std::string* firstWord(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    if (arguments[i] == "--plugin")
+    if (arguments[i] == "--plugin" || arguments[i] == "--color")
       ++i;
     else if (!arguments[i].starts_with('-'))
       return &arguments[i];

@@ -19,6 +19,10 @@ extern "C" {
 // by all threads; calls are serialised. After this returns, the previous sink is not called any more.
 VLHOST_API void vlSetLogSink(VLLOGSINK sink, void* context);
 
+// From now on vlCFGSave keeps the values that were set in memory, where they are read back, and writes no
+// store. For programs that drive plug-ins without changing the settings of their user.
+VLHOST_API void vlKeepConfigUnsaved();
+
 // Copies out the record that qvrInfoSet keeps for `owner`. Returns 0, or VL_FAILED if there is none.
 VLHOST_API std::uint32_t qvrInfoGet(const void* owner, QVRINFO* info);
 

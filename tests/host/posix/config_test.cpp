@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "tests/host/config_store.h"
+#include "vlhost.h"
 
 namespace fmp4 {
 
@@ -52,6 +53,17 @@ TEST_F(Config, StoreIsInTheConfigurationFolder) {
   const Environment nowhere("HOME", nullptr);
   EXPECT_EQ(set("K", "A", 3), VL_FAILED);
   EXPECT_EQ(save(), VL_FAILED);
+}
+
+// In a process of its own, as it holds for good.
+TEST_F(Config, KeptUnsavedItIsReadBackAndNothingIsWritten) {
+  EXPECT_EXIT(
+      {
+        vlKeepConfigUnsaved();
+        const bool kept = set(kKey, kName, 3) == VL_OK && save() == VL_OK && get(kKey, kName) == 3u;
+        std::exit(kept && !std::filesystem::exists(m_store) ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

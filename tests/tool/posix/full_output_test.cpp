@@ -16,6 +16,20 @@ TEST(Usage, FullStandardOutputFails) {
   EXPECT_EQ(result.err, "fmp4: standard output could not be written; is its disk full?\n");
 }
 
+TEST(Export, OnStandardOutputIsAlone) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
+  ASSERT_EQ(fmp4({"--quiet", "export", file, "--video", folder.file("clip.h264")}).exitCode, 0);
+  const std::vector<std::uint8_t> bytes = readFile(folder.file("clip.h264"));
+  const std::string expected(bytes.begin(), bytes.end());
+  EXPECT_EQ(fmp4({"--quiet", "export", file, "--video", "/dev/stdout"}).out, expected);
+  run({"sh", "-c",
+       "'" VL_BIN_DIR "/fmp4' --quiet export '" + file + "' --video /dev/stdout >'" +
+           folder.file("redirected") + "'"});
+  EXPECT_EQ(readFile(folder.file("redirected")), bytes);
+}
+
 TEST(Export, FullDiskIsReportedAndADeviceIsNotRemoved) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");

@@ -32,4 +32,11 @@ bool isTerminal(int descriptor) {
   return _isatty(descriptor) != 0;
 }
 
+bool showsColour(int descriptor) {
+  const HANDLE console = GetStdHandle(descriptor == 1 ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+  DWORD mode = 0;
+  return isTerminal(descriptor) && GetConsoleMode(console, &mode) != 0 &&
+         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
 }  // namespace fmp4
