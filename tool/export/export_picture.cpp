@@ -78,12 +78,14 @@ class VideoCollector {
   AnnexB annexB_;
 };
 
+// The decoder is to give a picture for each frame, those after a key frame that is no instantaneous refresh
+// too.
 void decodePicture(const std::string& format, const std::string& stream, std::int64_t place,
                    const std::string& picture) {
   const auto exitCode =
-      os::runProgram("ffmpeg", {"-nostdin", "-v", "error", "-y", "-f", format, "-i", "file:" + stream, "-vf",
-                                "select=eq(n\\," + std::to_string(place) + ")", "-frames:v", "1", "-f",
-                                "image2", "-update", "1", "file:" + picture});
+      os::runProgram("ffmpeg", {"-nostdin", "-v", "error", "-y", "-flags", "+output_corrupt", "-f", format,
+                                "-i", "file:" + stream, "-vf", "select=eq(n\\," + std::to_string(place) + ")",
+                                "-frames:v", "1", "-f", "image2", "-update", "1", "file:" + picture});
   if (!exitCode)
     throw UserError(
         "pictures are decoded by the program ffmpeg, which is not installed; --video writes the frames "
