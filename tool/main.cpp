@@ -15,7 +15,6 @@
 #include "tool/terminal/console.h"
 #include "tool/terminal/messages.h"
 #include "tool/terminal/progress.h"
-#include "vlhost.h"
 
 namespace fmp4 {
 
@@ -27,7 +26,6 @@ constexpr int kWrongUsage = 2;
 int runCommand(const Invocation& invocation) {
   setColour(invocation.colour);
   takeHostLog(invocation.quiet ? LogLines::None : invocation.verbose ? LogLines::All : LogLines::Troubles);
-  vlKeepConfigUnsaved();
   if (invocation.noProgress) Progress::hide();
   const bool succeeded = invocation.command();
   if (!std::cout.flush()) throw UserError("standard output could not be written; is its disk full?");

@@ -2,6 +2,8 @@
 
 #include <process.h>
 
+#include <cstdint>
+
 #include "os/win32/wide.h"
 
 namespace fmp4::os {

@@ -11,6 +11,7 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/refusal_reason.h"
 #include "tool/terminal/messages.h"
+#include "vlhost.h"
 #include "vlutil.h"
 
 namespace fmp4 {
@@ -64,6 +65,9 @@ void MediaFileCloser::operator()(CAMediaFile* object) const {
 }
 
 Plugin::Plugin(const std::string& name) {
+  // The plug-in creates its setting where it finds none. The user's settings are not this program's to
+  // change.
+  vlKeepConfigUnsaved();
   void* const library = vlOSLoadLibrary(libraryName(name).c_str(), kLoadBesideHostFirst);
   if (library == nullptr)
     throw UserError("the plug-in '" + name + "' cannot be loaded; give its path with --plugin");
