@@ -120,7 +120,7 @@ TEST(FFmpeg, Ac3UnitsWithTrailingBytesDecodeFullyWithAndWithoutIt) {
       const std::string file = installed.folder.file("units.mp4"),
                         audioFile = installed.folder.file("units.wav");
       writeFile(file, fileOf(frames, bytesAfter));
-      const RunResult result = installed.fmp4({"export", file, "--force", "--audio", audioFile});
+      const RunResult result = installed.fmp4({"--verbose", "export", file, "--force", "--audio", audioFile});
       EXPECT_EQ(result.exitCode, 0) << result.err;
       EXPECT_EQ(result.err.find("eac3 opened") != std::string::npos, hasFFmpeg);
       audioUnits.push_back(readFile(audioFile));

@@ -102,16 +102,16 @@ std::vector<WrittenFile> writeStreams(CAMediaFile& file, const ExportOptions& op
   return written;
 }
 
-bool isStandardOutput(const std::string& name) {
+// Whether a name stands for a device or pipe, or for standard output where that is a file.
+bool isStream(const std::string& name) {
   std::error_code ignored;
-  return std::filesystem::equivalent(vlPath(name), "/dev/stdout", ignored);
+  return !std::filesystem::is_regular_file(vlPath(name), ignored) ||
+         std::filesystem::equivalent(vlPath(name), "/dev/stdout", ignored);
 }
 
 std::uint64_t sizeOf(const std::string& name) {
   std::error_code ignored;
-  return std::filesystem::is_regular_file(vlPath(name), ignored)
-             ? std::filesystem::file_size(vlPath(name), ignored)
-             : 0;
+  return std::filesystem::file_size(vlPath(name), ignored);
 }
 
 void reportAsText(const std::vector<WrittenFile>& written) {
@@ -140,9 +140,8 @@ bool exportStreams(const Invocation& invocation, const ExportOptions& options) {
   const Plugin plugin(invocation.plugin);
   const MediaFile file = plugin.open(options.file);
   const std::vector<WrittenFile> written = writeStreams(*file, options);
-  // A stream on standard output stays alone there.
-  if (std::any_of(written.begin(), written.end(),
-                  [](const auto& each) { return isStandardOutput(each.name); }))
+  // What goes to standard output stays alone there.
+  if (std::any_of(written.begin(), written.end(), [](const auto& each) { return isStream(each.name); }))
     return true;
   if (options.json)
     reportAsJson(options.file, written);
