@@ -101,7 +101,7 @@ TEST(Names, MayBeAsLongAsTheHostAllows) {
 TEST(Names, TooLongForAListAreRefused) {
   const TempFolder folder;
   const std::string clip = makeClip(folder, folder.path() / "clip.mp4");
-  const std::string base(243, 'x'), output = folder.file(base + ".mp4");
+  const std::string base(244, 'x'), output = folder.file(base + ".mp4");
   const RunResult result = fmp4({"--quiet", "package", clip, "--output", output});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_THAT(result.err,
