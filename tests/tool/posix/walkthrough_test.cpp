@@ -110,6 +110,7 @@ std::map<std::string, std::string> examplesIn(const fs::path& text, const std::s
   std::ifstream file(text);
   std::string* current = nullptr;
   for (std::string line; std::getline(file, line);) {
+    line = std::regex_replace(line, std::regex(R"re(\\-)re"), "-");  // of manual pages
     if (line.starts_with(command))
       current = &examples[line.substr(command.size())];
     else if (current && line.starts_with(output))
@@ -120,17 +121,23 @@ std::map<std::string, std::string> examplesIn(const fs::path& text, const std::s
   return examples;
 }
 
-TEST(Walkthrough, HasTheExamplesOfTheReadme) {
-  const fs::path readme = fs::path(VL_TEST_DATA).parent_path().parent_path() / "README.md";
+// The examples of a document are in the checked text, with the same output.
+void expectWalked(const std::string& document, const std::string& command, const std::string& output) {
+  const fs::path tree = fs::path(VL_TEST_DATA).parent_path().parent_path();
   const auto walked = examplesIn(kChecked, "$ ", "| ");
   std::size_t examples = 0;
-  for (const auto& [command, output] : examplesIn(readme, "    $ ", "    ")) {
-    const auto found = walked.find(command);
-    ASSERT_NE(found, walked.end()) << command;
-    EXPECT_EQ(masked(output), found->second) << command;
+  for (const auto& [line, text] : examplesIn(tree / document, command, output)) {
+    const auto found = walked.find(line);
+    ASSERT_NE(found, walked.end()) << line;
+    EXPECT_EQ(masked(text), found->second) << line;
     ++examples;
   }
   EXPECT_GE(examples, 11u) << "one a command";
+}
+
+TEST(Walkthrough, HasTheExamplesOfTheDocuments) {
+  expectWalked("README.md", "    $ ", "    ");
+  expectWalked("packaging/fmp4.1", "$ ", "  ");
 }
 
 }  // namespace
