@@ -30,6 +30,7 @@ TEST(Manners, StatusLinesOfTheLogAreShownOnceWhenAsked) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
   makeMedia(file, toneInput(1) + std::vector<std::string>{"-c:a", "aac"} + fragmented());
+  const Environment store("VLHOST_CONFIG", folder.file("vlhost.conf").c_str());
   EXPECT_EQ(fmp4({"info", file}).err, "");
   EXPECT_EQ(fmp4({"-v", "info", file, file}).err,
             "STATUS(vlx_Fmp4): FFMPEG DLLs (AvCodec) will not load, extra codecs will not be available.\n");

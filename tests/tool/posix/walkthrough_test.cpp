@@ -48,7 +48,7 @@ std::string shellCommand(const std::string& command) {
 
 // What a shell prints on both streams for a command in the folder, and the exit code unless it is 0.
 std::string outputOf(const std::string& command, const fs::path& home) {
-  const RunResult result = run({"env", "-C", home.string(), "HOME=" + home.string(),
+  const RunResult result = run({"env", "-u", "VLHOST_CONFIG", "-C", home.string(), "HOME=" + home.string(),
                                 std::string("PATH=") + VL_BIN_DIR + ":/usr/local/bin:/usr/bin:/bin", "sh",
                                 "-c", "{ " + shellCommand(command) + "\n} 2>&1"});
   const std::string code =
