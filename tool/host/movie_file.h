@@ -12,7 +12,7 @@ namespace fmp4 {
 
 // Samples that a movie has in its own sample tables, outside fragments.
 struct MovieSamples {
-  std::uint64_t frames = 0;  // of the first video track with any
+  std::uint64_t frames = 0;        // of the first video track with any
   std::uint64_t audioSamples = 0;  // access units of the first audio track with any
 };
 
