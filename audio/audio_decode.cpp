@@ -237,7 +237,8 @@ std::uint32_t VL_Audio_Decode::PullAudio(std::uint64_t position, std::uint32_t f
     SetBufferedFrames(0);
   } else {
     const std::uint32_t left = m_bufferedFrames - skipped - frames;
-    std::memmove(m_buffer, m_buffer + (skipped + frames) * m_frameSize, left * m_frameSize);
+    std::memmove(m_buffer, m_buffer + std::size_t{skipped + frames} * m_frameSize,
+                 std::size_t{left} * m_frameSize);
     m_bufferStart = position + frames;
     SetBufferedFrames(left);
   }
@@ -248,7 +249,8 @@ std::uint32_t VL_Audio_Decode::RemoveSamples(std::uint32_t frames) {
   if (m_bufferedFrames == 0) return VL_E_AUDIO_EMPTY;
   const std::uint32_t removed = std::min(frames, m_bufferedFrames);
   const std::uint32_t left = m_bufferedFrames - removed;
-  if (left > 0) std::memmove(m_buffer, m_buffer + removed * m_frameSize, left * m_frameSize);
+  if (left > 0)
+    std::memmove(m_buffer, m_buffer + std::size_t{removed} * m_frameSize, std::size_t{left} * m_frameSize);
   m_bufferStart += removed;
   SetBufferedFrames(left);
   return VL_OK;

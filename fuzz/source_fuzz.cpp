@@ -10,8 +10,8 @@
 
 #include "base/fourcc.h"
 #include "base/user_error.h"
+#include "tool/package/paced_times.h"
 #include "tool/package/package_plan.h"
-#include "tool/package/picture_times.h"
 #include "tool/source/fragment_stream.h"
 #include "tool/source/source_captions.h"
 #include "tool/source/source_tracks.h"
@@ -45,7 +45,7 @@ void goThrough(SampleSource& source) {
   SourceTrack& video = *found;
   PackageOptions options;
   PackagePlan plan = planPackage(video, options, [](const std::string&) {});
-  FrameTimes times(video, plan);
+  PacedTimes times(video, plan);
   SourceCaptions cc608(source, source.trackOfCodec(Mp4FourCc("c608")));
   SourceCaptions cc708(source, source.trackOfCodec(Mp4FourCc("c708")));
   video.wanted = true;

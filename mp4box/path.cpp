@@ -73,7 +73,7 @@ Mp4Box* childAt(Mp4Box* father, std::uint64_t place) {
   return child;
 }
 
-Mp4Box* Step(Mp4Stream* stream, Mp4Box* box, const Token& token) {
+Mp4Box* step(Mp4Stream* stream, Mp4Box* box, const Token& token) {
   if (token.name == "/") {
     while (box && box->type != MP4_ROOT) box = box->father;
     return box;
@@ -104,7 +104,7 @@ Mp4Box* Mp4BoxGet(Mp4Stream* stream, Mp4Box* box, bool noLoad, const char* forma
   while (box && !path.empty()) {
     const std::optional<Token> token = cutToken(path);
     if (!token) return nullptr;
-    box = Step(noLoad ? nullptr : stream, box, *token);
+    box = step(noLoad ? nullptr : stream, box, *token);
   }
   return box;
 }

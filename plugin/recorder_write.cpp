@@ -61,12 +61,12 @@ std::uint32_t Recorder::writeAudio(std::uint32_t channelMask, const DFRAME* desc
   const std::span<const std::uint8_t> bytes(descriptor->data, descriptor->bytes);
   if (audioRecording_) {
     const std::uint32_t result = startAudioRecording();
-    return result == VL_OK ? audioRecording_->Write(bytes) : result;
+    return result == VL_OK ? audioRecording_->write(bytes) : result;
   }
   if (!videoRecording_ || host_.videoChannels == 0) return refuseChannel(messages::kNoChannel);
   if (const std::uint32_t result = startVideoRecording(); result != VL_OK) return result;
   if (companion_) return companion_->recorder()->writeAudio(channelMask, descriptor);
-  return videoRecording_->hasAudio() ? videoRecording_->WriteAudio(bytes)
+  return videoRecording_->hasAudio() ? videoRecording_->writeAudio(bytes)
                                      : refuseChannel(messages::kNoChannel);
 }
 

@@ -15,7 +15,7 @@ namespace {
 // Positions a cursor at the first sample of its track, without loading data.
 Result positionOnFirstChunk(FragmentIndex& index, TrackRole role, TrackCursor& cursor) {
   cursor = TrackCursor(index.track(role));
-  if (const Result located = cursor.LocateFragment(index, index.nextOccupied(0), 0); !located.ok())
+  if (const Result located = cursor.locateFragment(index, index.nextOccupied(0), 0); !located.ok())
     return located;
   return cursor.advance(index) == Advance::Ready ? Result() : Defect::EndOfData;
 }
@@ -84,7 +84,7 @@ std::uint32_t Source::positionReaders() {
   }
   // Audio may start late or, if only declared, never: any first fragment is sufficient.
   TrackCursor audio(tracks_[kAudioTrack]);
-  if (tracks_[kAudioTrack].present() && !audio.LocateFragment(*index_, index_->nextOccupied(0), 0).ok()) {
+  if (tracks_[kAudioTrack].present() && !audio.locateFragment(*index_, index_->nextOccupied(0), 0).ok()) {
     messages::reportError(messages::kNoFirstAudioChunk);
     return VL_FAILED;
   }

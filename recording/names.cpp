@@ -111,7 +111,7 @@ Path findMedia(const Path& name) {
 }
 
 std::string manifestOf(const Path& video) {
-  const std::string mpd = with(video, ".mpd"), xml = with(video, ".xml");
+  std::string mpd = with(video, ".mpd"), xml = with(video, ".xml");
   // Recording looks for the text in the whole path, which may have been another one then.
   const bool smooth = contains(video, ".ism");
   if (smooth && !isFile(xml) && isFile(mpd)) return mpd;

@@ -40,7 +40,7 @@ tidy_batch() {
 make_batches() {
   local rules source folder
   rm -rf build/tidy
-  mapfile -t rules < <(find "${modules[@]}" -name .clang-tidy -printf '%h\n' | sort -r)
+  mapfile -t rules < <(find "${modules[@]}" -name .clang-tidy -printf '%h\n' | sort -r)  # audio/umc before audio
   while IFS= read -r source; do
     folder=build/tidy/${source%%/*}
     for rule in "${rules[@]}"; do

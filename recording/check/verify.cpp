@@ -61,7 +61,7 @@ std::vector<std::string> notesOf(const Recording& recording) {
   const auto video = recording.video()->timeline(mp4::TrackKind::Video);
   const auto audioTrack = ofAudio.timeline(mp4::TrackKind::Audio);
   std::vector<std::string> notes;
-  if (picture && audioTrack) notes = timelineNotes(*picture, *audioTrack);
+  if (video && audioTrack) notes = timelineNotes(*video, *audioTrack);
   if (std::string note = segmentStartNote(*recording.video()); !note.empty())
     notes.push_back(std::move(note));
   return notes;

@@ -41,7 +41,7 @@ bool AudioRecording::start(const AudioSettings& audio, const SegmentGeometry& ge
   mp4::Movie movie;
   movie.mvhd = Mp4SetUpMovieHeader();
   movie.mvex = Mp4SetUpMovieExtends(kAudioAlone, rate.denominator, false);
-  movie.tracks[TrackKind::Audio] = SetUpAudioTrack(audio);
+  movie.tracks[TrackKind::Audio] = setUpAudioTrack(audio);
   SegmentSettings segments;
   segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
   segments.timescale = audio.sampleRate;
@@ -61,7 +61,7 @@ bool AudioRecording::start(const AudioSettings& audio, const SegmentGeometry& ge
   return true;
 }
 
-std::uint32_t AudioRecording::Write(std::span<const std::uint8_t> frame) {
+std::uint32_t AudioRecording::write(std::span<const std::uint8_t> frame) {
   if (file_.failed()) return VL_FAILED;
   if (!fitsFragment(run_.bytes() + frame.size(), run_.count() + 1) ||
       !run_.reserve(static_cast<std::uint32_t>(frame.size()))) {

@@ -25,7 +25,7 @@ class AudioRecording {
              MpdWriter* manifest);
 
   // Takes one access unit. Returns a status.
-  std::uint32_t Write(std::span<const std::uint8_t> frame);
+  std::uint32_t write(std::span<const std::uint8_t> frame);
   // Writes the waiting access units and ends playlist and file. False when something could not be written.
   bool finish();
 

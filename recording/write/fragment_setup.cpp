@@ -6,7 +6,7 @@
 
 namespace fmp4 {
 
-mp4::Track SetUpAudioTrack(const AudioSettings& audio) {
+mp4::Track setUpAudioTrack(const AudioSettings& audio) {
   mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), audio.sampleRate);
   mp4::DecoderConfigDescriptor& config = std::get<mp4::AudioMedia>(track.media).esds.decoderConfig.emplace();
   config.objectTypeIndication = kAudioObjectType;

@@ -20,7 +20,7 @@ constexpr bool fitsFragment(std::uint64_t bytes, std::uint64_t samples) {
 }
 
 // An audio track with its decoder configuration.
-mp4::Track SetUpAudioTrack(const AudioSettings& audio);
+mp4::Track setUpAudioTrack(const AudioSettings& audio);
 
 // Version 1, with 64-bit fields, if 32 bits cannot hold the value.
 void setDecodeTime(mp4::TrackFragment& track, std::uint64_t ticks);

@@ -164,7 +164,7 @@ bool RecordedFile::syncToDisk() {
 }
 
 void RecordedFile::close() {
-  playlist_.End();
+  playlist_.end();
   disk_.close();
   stream_.close();
 }

@@ -86,7 +86,7 @@ mp4::Movie VideoRecording::movie() const {
       Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
                          static_cast<std::uint32_t>(settings_.width), settings_.height));
   std::get<mp4::VideoMedia>(video.media).avcC = avcConfiguration();
-  if (hasAudio()) movie.tracks[TrackKind::Audio] = SetUpAudioTrack(*settings_.audio);
+  if (hasAudio()) movie.tracks[TrackKind::Audio] = setUpAudioTrack(*settings_.audio);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
         Mp4SetUp608Track(mp4::trackNumber(TrackKind::Captions608), rate.numerator);
@@ -186,7 +186,7 @@ void VideoRecording::appendCaptions(const DFRAME& frame) {
   cc708_.append({}, std::span(box).first(size));
 }
 
-std::uint32_t VideoRecording::WriteAudio(std::span<const std::uint8_t> frame) {
+std::uint32_t VideoRecording::writeAudio(std::span<const std::uint8_t> frame) {
   if (file_.failed()) return VL_FAILED;
   if (!takes(frame.size()) || !audio_.reserve(static_cast<std::uint32_t>(frame.size()))) {
     ErrOut("%s", messages::kNoVideoBuffer);  // intended (quirk 11): the text for video
@@ -265,7 +265,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
   if (!file_.AddFragment(fragment, bytes, {duration, false})) return false;
   video_.drop(frames);
   audio_.drop(audioFrames);
-  if (tracks.captions608) cc608_.erase(cc608_.begin(), cc608_.begin() + frames * kPairBytes);
+  if (tracks.captions608) cc608_.erase(cc608_.begin(), cc608_.begin() + std::ptrdiff_t{frames} * kPairBytes);
   if (tracks.captions708) cc708_.drop(frames);
   framesWritten_ += frames;
   audioFramesWritten_ += audioFrames;
@@ -274,7 +274,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
 
 // The byte pairs of a fragment's frames are one sample, whose duration is that of the fragment.
 std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp4::TrackFragment& track) {
-  const auto pairs = std::span(cc608_).first(frames * kPairBytes);
+  const auto pairs = std::span(cc608_).first(std::size_t{frames} * kPairBytes);
   const auto header = boxHeader(static_cast<std::uint32_t>(8 + pairs.size()), Mp4FourCc("cdat"));
   cc608Sample_.assign(header.begin(), header.end());
   cc608Sample_.insert(cc608Sample_.end(), pairs.begin(), pairs.end());

@@ -31,7 +31,7 @@ class VideoRecording {
   // Whether this file has an audio track.
   bool hasAudio() const { return settings_.audio.has_value(); }
   // Takes one access unit. Returns a status.
-  std::uint32_t WriteAudio(std::span<const std::uint8_t> frame);
+  std::uint32_t writeAudio(std::span<const std::uint8_t> frame);
 
   // Frames taken so far.
   std::uint64_t frames() const { return frames_; }

@@ -53,11 +53,11 @@ Result stepToRunBefore(FragmentIndex& index, TrackCursor& cursor) {
     while (run > 0) {
       --run;
       if (cursor.truns()[run]->sampleCount == 0) continue;
-      return cursor.LocateFragment(index, fragment, run);
+      return cursor.locateFragment(index, fragment, run);
     }
     fragment = index.previousOccupied(fragment);
     if (fragment == index.fragmentCount()) return Defect::EndOfData;
-    if (const Result located = cursor.LocateFragment(index, fragment, 0); !located.ok()) return located;
+    if (const Result located = cursor.locateFragment(index, fragment, 0); !located.ok()) return located;
     run = static_cast<std::uint32_t>(cursor.truns().size());
   }
 }
@@ -73,7 +73,7 @@ std::uint32_t SampleKeyFlag(std::uint32_t flags) {
 
 std::optional<std::uint32_t> FindKeyFrameBackward(FragmentIndex& index, std::uint32_t frame,
                                                   TrackCursor& cursor) {
-  if (!LocateVideoFrame(index, frame, cursor).ok()) return std::nullopt;
+  if (!locateVideoFrame(index, frame, cursor).ok()) return std::nullopt;
   std::uint64_t runStart = frame - cursor.sampleIndex();  // first frame of the run
   std::uint32_t sample = cursor.sampleIndex();
   while (!keyAtOrBefore(cursor, sample)) {
@@ -88,7 +88,7 @@ std::optional<std::uint32_t> FindKeyFrameBackward(FragmentIndex& index, std::uin
 
 std::optional<std::uint32_t> FindKeyFrameForward(FragmentIndex& index, std::uint32_t frame,
                                                  TrackCursor& cursor) {
-  if (!LocateVideoFrame(index, frame, cursor).ok()) return std::nullopt;
+  if (!locateVideoFrame(index, frame, cursor).ok()) return std::nullopt;
   std::uint64_t runStart = frame - cursor.sampleIndex();
   std::uint32_t sample = cursor.sampleIndex();
   while (!keyAtOrAfter(cursor, sample)) {

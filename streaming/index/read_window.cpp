@@ -9,13 +9,13 @@ namespace fmp4 {
 namespace {
 
 // Large enough to make small samples cheap, small enough to stay in the processor's cache.
-constexpr std::uint64_t kBytes = 256 * 1024;
+constexpr std::uint64_t kBytes = 256 << 10;
 // Read after a jump.
-constexpr std::uint64_t kFirstBytes = 4 * 1024;
+constexpr std::uint64_t kFirstBytes = 4 << 10;
 // Each read on from there is this many times the one before.
 constexpr std::uint64_t kGrowth = 4;
 // Samples of at least this size are read directly to their destination.
-constexpr std::uint64_t kDirectBytes = 16 * 1024;
+constexpr std::uint64_t kDirectBytes = 16 << 10;
 
 }  // namespace
 

@@ -39,7 +39,7 @@ Target findInRuns(const TrackCursor& cursor, std::uint64_t offset, LengthOf leng
   return target;
 }
 
-// TrackCursor::LoadFragment or LocateFragment.
+// TrackCursor::LoadFragment or locateFragment.
 using Load = Result (TrackCursor::*)(FragmentIndex& index, std::uint32_t fragmentIndex,
                                      std::uint32_t trunIndex);
 
@@ -49,7 +49,7 @@ Result seekTrack(FragmentIndex& index, TrackRole role, std::uint64_t target, Loa
                  const char* firstFailure, const char* secondFailure, LengthOf lengthOf,
                  PositionIn positionIn) {
   const FragmentIndex::Place place = index.find(role, target);
-  if (const Result entered = cursor.EnterFragment(index, place.fragmentIndex); !entered.ok())
+  if (const Result entered = cursor.enterFragment(index, place.fragmentIndex); !entered.ok())
     return failSeek(firstFailure, entered);
   const Target found = findInRuns(cursor, target - place.start, lengthOf, positionIn);
   const Result loaded =
@@ -80,8 +80,8 @@ Result SeekVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cu
   return seekFrame(index, kVideoTrack, frame, &TrackCursor::LoadFragment, cursor, messages::kNoVideoChunk);
 }
 
-Result LocateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
-  return seekFrame(index, kVideoTrack, frame, &TrackCursor::LocateFragment, cursor, messages::kNoVideoChunk);
+Result locateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {
+  return seekFrame(index, kVideoTrack, frame, &TrackCursor::locateFragment, cursor, messages::kNoVideoChunk);
 }
 
 Result SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor) {

@@ -21,7 +21,7 @@ namespace fmp4 {
 [[nodiscard]] Result SeekCc708Frame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
 
 // As SeekVideoFrame, for looking at the sample without reading it: frees the cursor's window.
-[[nodiscard]] Result LocateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
+[[nodiscard]] Result locateVideoFrame(FragmentIndex& index, std::uint64_t frame, TrackCursor& cursor);
 
 // The host's key frame flag for the flags of a sample: 0x10000000 for a key frame, otherwise 0x80000000.
 std::uint32_t SampleKeyFlag(std::uint32_t flags);

@@ -34,7 +34,7 @@ Result TrackCursor::LoadFragment(FragmentIndex& index, std::uint32_t fragmentInd
   return enter(index, *entry, trunIndex);
 }
 
-Result TrackCursor::LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
+Result TrackCursor::locateFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
                                    std::uint32_t trunIndex) {
   window_.close();
   const FragmentEntry* entry = nullptr;
@@ -42,7 +42,7 @@ Result TrackCursor::LocateFragment(FragmentIndex& index, std::uint32_t fragmentI
   return found.ok() ? enter(index, *entry, trunIndex) : found;
 }
 
-Result TrackCursor::EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex) {
+Result TrackCursor::enterFragment(FragmentIndex& index, std::uint32_t fragmentIndex) {
   const FragmentEntry* entry = nullptr;
   const Result found = entryAt(index, fragmentIndex, entry);
   return found.ok() ? enter(index, *entry, 0) : found;
@@ -78,7 +78,7 @@ void TrackCursor::next() {
 }
 
 Advance TrackCursor::advance(FragmentIndex& index) {
-  const auto load = window_.isOpen() ? &TrackCursor::LoadFragment : &TrackCursor::LocateFragment;
+  const auto load = window_.isOpen() ? &TrackCursor::LoadFragment : &TrackCursor::locateFragment;
   while (truns().empty() || atRunEnd()) {
     if (trunIndex_ + 1 < truns().size()) {
       if (!(this->*load)(index, fragmentIndex_, trunIndex_ + 1).ok()) return Advance::NoRun;

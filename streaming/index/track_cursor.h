@@ -27,10 +27,10 @@ class TrackCursor {
   [[nodiscard]] Result LoadFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
                                     std::uint32_t trunIndex);
   // For looking at samples without reading them: frees the data window.
-  [[nodiscard]] Result LocateFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
+  [[nodiscard]] Result locateFragment(FragmentIndex& index, std::uint32_t fragmentIndex,
                                       std::uint32_t trunIndex);
   // For looking at samples before one of the above: keeps the data window, if there is one.
-  [[nodiscard]] Result EnterFragment(FragmentIndex& index, std::uint32_t fragmentIndex);
+  [[nodiscard]] Result enterFragment(FragmentIndex& index, std::uint32_t fragmentIndex);
 
   // Whether a fragment is loaded with its data window.
   bool loaded() const { return moof() && tfhd() && window_.isOpen() && !truns().empty(); }

@@ -34,7 +34,7 @@ void PlaylistWriter::AddSegment(std::uint64_t endPosition, std::uint64_t start, 
   lastEnd_ = endPosition;
 }
 
-void PlaylistWriter::End() {
+void PlaylistWriter::end() {
   append(kPlaylistEnd);
   file_.reset();
 }

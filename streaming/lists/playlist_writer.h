@@ -11,7 +11,7 @@
 
 namespace fmp4 {
 
-// Closed on destruction; without End() the end marker is missing, as in the playlist of an interrupted
+// Closed on destruction; without end() the end marker is missing, as in the playlist of an interrupted
 // recording. If the file cannot be created or written, it is not touched any more, and no call fails. If
 // memory runs out (std::bad_alloc), nothing changes.
 class PlaylistWriter {
@@ -20,7 +20,7 @@ class PlaylistWriter {
   void start(const std::string& path, const PlaylistSettings& settings);
   // Adds the bytes [start, end) of the media file, up to the frame or sample `endPosition`.
   void AddSegment(std::uint64_t endPosition, std::uint64_t start, std::uint64_t end);
-  void End();
+  void end();
 
  private:
   struct Close {

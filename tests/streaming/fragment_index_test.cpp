@@ -130,7 +130,7 @@ TEST(FragmentIndex, ARunThatClaimsFourBillionSamplesIsKeptAsACount) {
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.entry(0)->videoSamples, 0xFFFFFFFFu);
   TrackCursor cursor = file.cursor(kVideoTrack);
-  EXPECT_TRUE(LocateVideoFrame(index, 0xFFFFFFFE, cursor).ok());
+  EXPECT_TRUE(locateVideoFrame(index, 0xFFFFFFFE, cursor).ok());
   EXPECT_EQ(cursor.sampleIndex(), 0xFFFFFFFEu);
   EXPECT_EQ(cursor.sampleOffset() - cursor.runOffset(), 7ull * 0xFFFFFFFEull);
 }

@@ -68,7 +68,7 @@ TEST(PlaylistWriter, ListsEachSegmentAtOnceAndEnds) {
       std::string(kHeader) + "#EXTINF:10.010,\n#EXT-X-BYTERANGE:4999999299@701\nout.m4v\n";
   EXPECT_EQ(textOf(folder.file("out.m3u8")), first);
   playlist.AddSegment(307, 5000000000, 5000000100);
-  playlist.End();
+  playlist.end();
   EXPECT_EQ(textOf(folder.file("out.m3u8")),
             first + "#EXTINF:0.234,\n#EXT-X-BYTERANGE:100@5000000000\nout.m4v\n#EXT-X-ENDLIST\n");
 }
@@ -88,10 +88,10 @@ TEST(PlaylistWriter, IgnoresCallsWithoutAFile) {
   const TempFolder folder;
   PlaylistWriter playlist;
   playlist.AddSegment(1, 2, 3);
-  playlist.End();
+  playlist.end();
   playlist.start(folder.file("missing/out.m3u8"), settings());
   playlist.AddSegment(300, 701, 1000);
-  playlist.End();
+  playlist.end();
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 

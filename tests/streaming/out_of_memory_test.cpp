@@ -31,7 +31,7 @@ TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndReportsIt) {
               ElementsAre(LogLine{VL_LOG_ERROR, "ERROR(vlx_Fmp4): Unable to allocate moof array\n"}));
   log.lines.clear();
   TrackCursor cursor = file.cursor(kVideoTrack);
-  EXPECT_EQ(cursor.LocateFragment(index, 0, 0), Defect::FragmentMissing);
+  EXPECT_EQ(cursor.locateFragment(index, 0, 0), Defect::FragmentMissing);
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof Array"}));
 }
 

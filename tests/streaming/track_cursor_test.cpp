@@ -83,7 +83,7 @@ TEST(LoadFragment, LoadingWithoutDataFreesTheWindow) {
   TrackCursor cursor = file.cursor(kVideoTrack);
   ASSERT_TRUE(cursor.LoadFragment(index, 0, 0).ok());
   EXPECT_TRUE(cursor.loaded());
-  ASSERT_TRUE(cursor.LocateFragment(index, 0, 1).ok());
+  ASSERT_TRUE(cursor.locateFragment(index, 0, 1).ok());
   EXPECT_FALSE(cursor.loaded());
 }
 

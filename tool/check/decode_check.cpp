@@ -124,19 +124,19 @@ std::vector<DecodeFault> decodeFaults(const Plugin& plugin, const std::string& v
                                       const std::string& audio, const DecodeProgress& progress) {
   std::vector<DecodeFault> faults;
   const MediaFile file = plugin.open(video.empty() ? audio : video);
-  AudioCheck audio(*file);
+  AudioCheck audioCheck(*file);
   std::uint64_t done = 0;
-  std::optional<VideoCheck> pictures;
-  if (!video.empty()) pictures.emplace(*file, video);
-  const std::uint64_t frames = pictures ? pictures->frames() : 0, total = frames + audio.blocks();
+  std::optional<VideoCheck> videoCheck;
+  if (!video.empty()) videoCheck.emplace(*file, video);
+  const std::uint64_t frames = videoCheck ? videoCheck->frames() : 0, total = frames + audioCheck.blocks();
   for (std::uint32_t frame = 0; frame < frames; ++frame) {
-    if (std::string defect = pictures->defect(frame); !defect.empty() && faults.size() < kMaxFaults)
+    if (std::string defect = videoCheck->defect(frame); !defect.empty() && faults.size() < kMaxFaults)
       faults.push_back({video, std::move(defect)});
     progress(++done, total);
   }
   checkAudio(
-      audio, audio.empty() ? video : audio, [&](std::uint64_t block) { progress(frames + block, total); },
-      faults);
+      audioCheck, audio.empty() ? video : audio,
+      [&](std::uint64_t block) { progress(frames + block, total); }, faults);
   return faults;
 }
 

@@ -8,7 +8,7 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "recording/names.h"
-#include "tool/package/picture_times.h"
+#include "tool/package/paced_times.h"
 #include "tool/source/fragment_stream.h"
 
 namespace fmp4 {
@@ -66,7 +66,7 @@ double measuredSkew(const std::string& file) {
   Beginning media(names.video);
   const SourceTrack* const video = media.track(Mp4FourCc("vide"));
   if (!video) return 0;
-  const FrameTimes times(*video, PackagePlan::asRead(*video));
+  const PacedTimes times(*video, PackagePlan::asRead(*video));
   return times.firstFrame() - times.recorded(audioStart(media, names)).value_or(0);
 }
 

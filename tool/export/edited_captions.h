@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "tool/package/paced_times.h"
 #include "tool/package/package_plan.h"
-#include "tool/package/picture_times.h"
 #include "tool/source/source_captions.h"
 #include "tool/source/source_file.h"
 
@@ -26,7 +26,7 @@ class EditedCaptions {
   const SourceTrack& video();
 
   SourceFile source_;
-  FrameTimes times_;
+  PacedTimes times_;
   SourceCaptions cc608_;
   SourceCaptions cc708_;
 };

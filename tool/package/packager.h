@@ -12,8 +12,8 @@
 #include "base/aac/audio_specific_config.h"
 #include "streaming/lists/master_playlist.h"
 #include "tool/host/plugin_host.h"
+#include "tool/package/paced_times.h"
 #include "tool/package/package_plan.h"
-#include "tool/package/picture_times.h"
 #include "tool/source/source_captions.h"
 #include "tool/source/video_captions.h"
 
@@ -72,7 +72,7 @@ class Packager {
   const std::uint64_t frameLimit_;
   Warn warn_;
   SourceTrack& video_;
-  FrameTimes times_;
+  PacedTimes times_;
   UMC::aac::AudioSpecificConfig audioConfig_{};
   std::optional<std::vector<std::uint8_t>> silence_;  // an access unit of silence; nothing when unknown
   SourceTrack* audio_;                                // null: no audio is recorded

@@ -3,11 +3,11 @@
 
 #include <string>
 
-namespace fmp4 {
-
 namespace CLI {
 class App;
 }
+
+namespace fmp4 {
 
 // Scripts that complete the commands of `app`, their options, and the values of these: words where an option
 // takes one of a few, else file names, and nothing for numbers and places.

@@ -75,7 +75,7 @@ VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t sh
     fail(ERROR_INVALID_PARAMETER);
     return VL_INVALID_HANDLE;
   }
-  const std::wstring name = os::nativePath(path);
+  const std::wstring name = fmp4::os::nativePath(path);
   OpenedFile file = {INVALID_HANDLE_VALUE, 0};
   if (!name.empty()) {
     file.system = CreateFileW(name.c_str(), access & (VL_GENERIC_READ | VL_GENERIC_WRITE), share,
@@ -154,7 +154,7 @@ std::int32_t vlOSCloseFile(VLHANDLE file) {
 
 std::int32_t vlOSFileExists(const char* path) try {
   if (path == nullptr) return 0;
-  const std::wstring name = os::nativePath(path);
+  const std::wstring name = fmp4::os::nativePath(path);
   const DWORD attributes = name.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(name.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? 1 : 0;
 } catch (const std::bad_alloc&) {

@@ -58,7 +58,7 @@ HMODULE loadFile(const std::wstring& path) {
     const DWORD error = GetLastError();
     if (exists(path)) {
       ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlhost): %s does not load, error %lu\n",
-                os::narrow(path).c_str(), error);
+                fmp4::os::narrow(path).c_str(), error);
     }
     SetLastError(error);
   }
@@ -74,7 +74,7 @@ bool hasDrive(std::wstring_view path) {
 }
 
 HMODULE load(const char* name) {
-  std::wstring path = os::wide(name);
+  std::wstring path = fmp4::os::wide(name);
   if (path.empty()) return nullptr;
   std::replace(path.begin(), path.end(), L'/', L'\\');
   const std::size_t slash = path.find_last_of(kSeparators);
@@ -84,7 +84,7 @@ HMODULE load(const char* name) {
     if (isSeparator(path.front()) && (path.size() < 2 || !isSeparator(path[1]))) return nullptr;
     // A drive without a root stands for the current directory on that drive.
     if (hasDrive(path) && (path.size() < 3 || !isSeparator(path[2]))) return nullptr;
-    const std::wstring absolute = os::nativePath(os::narrow(path).c_str());
+    const std::wstring absolute = fmp4::os::nativePath(fmp4::os::narrow(path).c_str());
     return absolute.empty() ? nullptr : loadFile(absolute);
   }
   // Windows resolves a bare name first to a loaded library of that name, to which other libraries may already

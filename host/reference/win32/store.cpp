@@ -13,7 +13,7 @@ namespace {
 std::string environment(const wchar_t* name) {
   std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
   value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-  return os::narrow(value);
+  return fmp4::os::narrow(value);
 }
 
 }  // namespace
@@ -25,7 +25,7 @@ std::string storePath() {
 }
 
 bool makeFolders(const std::string& path) {
-  const std::wstring file = os::nativePath(path.c_str());
+  const std::wstring file = fmp4::os::nativePath(path.c_str());
   for (std::size_t end = file.find(L'\\'); end != file.npos; end = file.find(L'\\', end + 1)) {
     const std::wstring folder = file.substr(0, end);
     if (CreateDirectoryW(folder.c_str(), nullptr)) continue;

@@ -11,10 +11,10 @@ namespace fmp4 {
 
 // A recording's frames follow each other evenly from 0 on. Audio and captions of the source keep their
 // distance from the video; when the source's video pauses, the pause is removed from them too.
-class FrameTimes {
+class PacedTimes {
  public:
   // Looks at the first frames to be recorded: samples of `video` from plan.first on.
-  FrameTimes(const SourceTrack& video, const PackagePlan& plan);
+  PacedTimes(const SourceTrack& video, const PackagePlan& plan);
 
   // Adds the next recorded frame.
   void add(const SourceSample& frame);

@@ -1,4 +1,4 @@
-#include "tool/package/picture_times.h"
+#include "tool/package/paced_times.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +22,7 @@ double median(std::vector<double> values) {
 
 }  // namespace
 
-FrameTimes::FrameTimes(const SourceTrack& video, const PackagePlan& plan)
+PacedTimes::PacedTimes(const SourceTrack& video, const PackagePlan& plan)
     : edits_(video.edits), timescale_(video.timescale), frameSeconds_(1 / plan.framesPerSecond()) {
   const std::size_t all = video.samples.size() - plan.first;
   const auto frames = video.samples.part(plan.first, std::min({all, kVoters, std::size_t{plan.count}}));
@@ -40,7 +40,7 @@ FrameTimes::FrameTimes(const SourceTrack& video, const PackagePlan& plan)
   shift_ = previousShift_ = median(std::move(shifts));
 }
 
-void FrameTimes::add(const SourceSample& frame) {
+void PacedTimes::add(const SourceSample& frame) {
   const bool follows = frames_++ != 0 && frame.decodeTime > decodeTime_;
   const double wait = follows ? static_cast<double>(frame.decodeTime - decodeTime_) / timescale_ : 0;
   decodeTime_ = frame.decodeTime;
@@ -50,13 +50,13 @@ void FrameTimes::add(const SourceSample& frame) {
   from_ = edits_.present(frame.presentationTime(), timescale_);
 }
 
-std::optional<double> FrameTimes::recorded(double seconds) const {
+std::optional<double> PacedTimes::recorded(double seconds) const {
   if (seconds >= from_) return seconds - shift_;
   const double before = seconds - previousShift_;
   return before < from_ - shift_ ? std::optional(before) : std::nullopt;
 }
 
-std::int64_t FrameTimes::frameOf(double seconds) const {
+std::int64_t PacedTimes::frameOf(double seconds) const {
   constexpr double kMost = 1e15;  // the maximum that a double counts exactly
   const double frame = std::round(recorded(seconds).value_or(end()) / frameSeconds_);
   return static_cast<std::int64_t>(std::clamp(frame, -kMost, kMost));
