@@ -26,7 +26,7 @@ struct RoundTripCase {
   std::size_t interval;  // into kIntervals
   std::size_t rate;      // into kRates
   std::uint32_t frames;
-  enum Audio { None, Apart, Inside } audioUnits;
+  enum Audio { None, Apart, Inside } audio;
 };
 
 // Every interval with every rate; lengths and audio cycle through all their values.

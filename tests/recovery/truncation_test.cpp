@@ -87,10 +87,10 @@ std::map<std::string, Bytes> withoutDates(std::map<std::string, Bytes> files) {
   return files;
 }
 
-class Truncated : public testing::TestWithParam<Kind> {};
+class Interrupted : public testing::TestWithParam<Kind> {};
 
 // Frame by frame: the files that a recording leaves when it is interrupted.
-TEST_P(Truncated, IsRepairedToWhatEndingItWouldHaveWritten) {
+TEST_P(Interrupted, IsRepairedToWhatEndingItWouldHaveWritten) {
   const Kind& kind = GetParam();
   const TempFolder folder;
   MediaFile file = startKind(folder, kind);
@@ -144,7 +144,7 @@ TEST_P(Truncated, IsRepairedToWhatEndingItWouldHaveWritten) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Recording, Truncated, testing::Values(kVideoAlone, kAudioApart, kAllInOne),
+INSTANTIATE_TEST_SUITE_P(Recording, Interrupted, testing::Values(kVideoAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
                            return !info.param.hasAudio      ? "VideoOnly"
                                   : info.param.audioApart() ? "SeparateAudio"
