@@ -36,6 +36,10 @@ Function* next(const char* name) {
 
 }  // namespace
 
+}  // namespace fmp4
+
+using namespace fmp4;
+
 // In place of the host's.
 std::uint64_t vsyncGetCurMs() {
   return now;
@@ -49,6 +53,8 @@ void* vlOSGetProcAddress(void* library, const char* name) {
   if (library == nullptr) ++askedOfNoLibrary;
   return next<decltype(vlOSGetProcAddress)>("vlOSGetProcAddress")(library, name);
 }
+
+namespace fmp4 {
 
 namespace {
 

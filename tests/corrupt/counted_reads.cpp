@@ -19,6 +19,10 @@ HostReads hostReads() {
   return {calls, bytes};
 }
 
+}  // namespace fmp4
+
+using namespace fmp4;
+
 std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std::uint32_t* done) {
   using Read = std::int32_t (*)(VLHANDLE, void*, std::uint32_t, std::uint32_t*);
   static const auto read = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "vlOSReadFile"));
@@ -29,5 +33,3 @@ std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std:
   if (done) *done = got;
   return result;
 }
-
-}  // namespace fmp4

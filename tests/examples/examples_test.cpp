@@ -68,7 +68,12 @@ TEST_F(Examples, RecordMakesARecordingThatVerifies) {
   EXPECT_EQ(result.exitCode, 0) << result.err;
   const RunResult verified = fmp4({"--quiet", "verify", folder_->file("out.m4v")});
   EXPECT_EQ(verified.exitCode, 0) << verified.out << verified.err;
-  const auto frames = [](const std::string& file) { return fmp4({"--quiet", "frames", file}).out; };
+  // All but the times, which a source's edit list moves.
+  const auto frames = [](const std::string& file) {
+    std::vector<std::string> rows = linesOf(fmp4({"--quiet", "frames", file}).out);
+    for (std::string& row : rows) row.resize(row.rfind(',', row.rfind(',') - 1));
+    return rows;
+  };
   EXPECT_EQ(frames(folder_->file("out.m4v")), frames(clip_));
 }
 

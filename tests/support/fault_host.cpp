@@ -128,6 +128,10 @@ void observeHostCalls(std::function<void(const HostCall&)> observer) {
   state().observer = std::move(observer);
 }
 
+}  // namespace fmp4
+
+using namespace fmp4;
+
 VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
                         std::uint32_t disposition, std::uint32_t attributes, VLHANDLE templateFile) {
   static const auto create = next<decltype(vlOSCreateFile)>("vlOSCreateFile");
@@ -216,5 +220,3 @@ extern "C" __attribute__((visibility("default"))) int ftruncate(int descriptor, 
     return result;
   });
 }
-
-}  // namespace fmp4
