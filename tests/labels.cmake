@@ -8,7 +8,7 @@ set(VL_MATRIX_SUITES
   "examples_test: InstalledPackage"
   "plugin_test: (Broadcast/MuxedRates|Muxings/.*|LargeFile)"
   "streaming_test: (Cc608OfADay|Layouts/OpenCost)"
-  "tool_test: InStep")
+  "tool_test: (DescriptorLimit|InStep)")  # UBSan needs descriptors of its own
 
 # What takes more than about three seconds: left out where somebody waits for each run.
 set(VL_SLOW_SUITES

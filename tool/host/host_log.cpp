@@ -23,8 +23,9 @@ struct Log {
   int writeError = 0;
 };
 
+// Never destroyed: libraries that are unloaded at exit still have lines to log.
 Log& theLog() {
-  static Log log;
+  static Log& log = *new Log;
   return log;
 }
 
