@@ -12,8 +12,7 @@ std::string counted(std::uint64_t count, const std::string& thing) {
 }
 
 std::string describe(const MovieSamples& samples) {
-  std::string audioText =
-      samples.audioSamples == 0 ? "" : counted(samples.audioSamples, "audio sample");
+  std::string audioText = samples.audioSamples == 0 ? "" : counted(samples.audioSamples, "audio sample");
   if (samples.frames == 0) return audioText;
   return counted(samples.frames, "frame") + (audioText.empty() ? "" : " and " + audioText);
 }

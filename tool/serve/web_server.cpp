@@ -14,8 +14,8 @@ namespace fmp4 {
 namespace {
 
 constexpr const char* kAddress = "127.0.0.1";
-constexpr std::size_t kThreads = 32;            // a browser keeps six connections open
-constexpr time_t kKeepAliveSeconds = 1;         // also the longest wait for idle connections at the end
+constexpr std::size_t kThreads = 32;           // a browser keeps six connections open
+constexpr time_t kKeepAliveSeconds = 1;        // also the longest wait for idle connections at the end
 constexpr std::size_t kSentPiece = 256 << 10;  // bytes read and sent at a time
 
 // Whether the client addressed this machine by name. A foreign page whose host name was made to resolve to
