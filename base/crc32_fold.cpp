@@ -12,7 +12,7 @@ namespace HWY_NAMESPACE {
 
 // Without an instruction for it, carry-less multiplication is slower than tables.
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SSSE3
-Crc32Folding::Fold GetFold() {
+Crc32Folding::Fold getFold() {
   return nullptr;
 }
 #else
@@ -47,7 +47,7 @@ HWY_INLINE Vec fold(Vec block, Vec factors, Vec next) {
 }
 
 // Four blocks side by side hide the latency of the products.
-std::size_t Fold(std::uint32_t state, std::span<const std::uint8_t> bytes, Crc32Folding::Block& block) {
+std::size_t foldAll(std::uint32_t state, std::span<const std::uint8_t> bytes, Crc32Folding::Block& block) {
   constexpr std::size_t kBlock = Crc32Folding::kBlock, kStep = Crc32Folding::kStep;
   const std::uint8_t* at = bytes.data();
   Vec a = load(at), b = load(at + kBlock), c = load(at + 2 * kBlock), d = load(at + 3 * kBlock);
@@ -68,8 +68,8 @@ std::size_t Fold(std::uint32_t state, std::span<const std::uint8_t> bytes, Crc32
 
 }  // namespace
 
-Crc32Folding::Fold GetFold() {
-  return Fold;
+Crc32Folding::Fold getFold() {
+  return foldAll;
 }
 #endif
 
@@ -81,7 +81,7 @@ HWY_AFTER_NAMESPACE();
 namespace fmp4 {
 
 Crc32Folding::Fold Crc32Folding::of(InstructionSet set) {
-  static constexpr decltype(&HWY_STATIC_DISPATCH(GetFold)) kBuilds[] = VL_BUILDS_BY_INSTRUCTION_SET(GetFold);
+  static constexpr decltype(&HWY_STATIC_DISPATCH(getFold)) kBuilds[] = VL_BUILDS_BY_INSTRUCTION_SET(getFold);
   return buildFor(set, kBuilds)();
 }
 
