@@ -49,7 +49,8 @@ std::vector<std::string> commandsOf(const CLI::App& app) {
 
 using namespace fmp4;
 
-int main(int argc, char** argv) {
+// Memory that ends before the command line is read ends the program.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   std::ios::sync_with_stdio(false);
   prepareStreams();
   CLI::App app("Inspects, exports, records and checks fragmented MP4 through the media-file plug-in.",
