@@ -39,7 +39,7 @@ struct Mp4Box {
 
   std::uint64_t end() const { return position + size; }
 
-  // Whether the box is the root of a tree, which stands for the file.
+  // Whether the box is the root of a tree: the file itself.
   bool isRoot() const { return type == MP4_ROOT && !father; }
   // Adds the last child, whose father must be this box; takes ownership.
   void append(Mp4Box* child) {
