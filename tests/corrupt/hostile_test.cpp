@@ -133,7 +133,9 @@ TEST(HostileFiles, OfFiftyMegabytesOfTheSmallestBoxesCostFewReadsAndLittleMemory
   EXPECT_EQ(plugin().check(path.c_str(), 0, nullptr), 0xFFFFFFFF);
   EXPECT_EQ(openFile(path), nullptr);
   EXPECT_LT(counting.peakBytes(), 64'000'000u);
-  EXPECT_LT(hostReads().calls - before.calls, 300u);
+  const std::uint64_t reads = hostReads().calls - before.calls;
+  EXPECT_GT(reads, 0u) << "nothing is counted";
+  EXPECT_LT(reads, 300u);
 }
 
 void writeText(const std::string& path, const std::string& text) {

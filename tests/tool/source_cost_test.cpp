@@ -50,7 +50,9 @@ TEST(SourceCost, OpeningTakesOneReadAFragmentAndFewBytesASample) {
   const CountingNew memory;
   const SourceFile file(folder.file("day.mp4"));
   EXPECT_LE(memory.peakBytes(), kSamples * 16);
-  EXPECT_LE(hostReads().calls - before.calls, kFragments + 16u);
+  const std::uint64_t reads = hostReads().calls - before.calls;
+  EXPECT_GT(reads, 0u) << "nothing is counted";
+  EXPECT_LE(reads, kFragments + 16u);
 }
 
 }  // namespace
