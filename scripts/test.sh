@@ -80,9 +80,10 @@ check_headers() {
       { echo "$1 does not compile alone" >&2; exit 1; }' sh HEADER
 }
 
-# run_tests PRESET [OPTION...]: one more at a time than there are processors, as some wait.
+# run_tests PRESET [OPTION...]: one more at a time than there are processors, as some wait. A program that fails
+# prints its failures alone.
 run_tests() {
-  ctest --test-dir "build/$1" -j $(($(nproc) + 1)) --output-on-failure "${@:2}"
+  GTEST_BRIEF=1 ctest --test-dir "build/$1" -j $(($(nproc) + 1)) --output-on-failure "${@:2}"
 }
 
 # The served page in Chromium, and ffmpeg over HTTP; in parallel the recording of a minute, which is mostly waiting.

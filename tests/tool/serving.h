@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ inline void writeText(const std::filesystem::path& path, const std::string& text
 // A server over `media`, a folder inside `outside`, and a client of it.
 class Serve : public testing::Test {
  protected:
+  // How long the client waits: a machine that is slow or stalls fails no test.
+  static constexpr std::chrono::minutes kPatience{5};
+
   void SetUp() override {
     std::filesystem::create_directories(media_ / "sub");
     std::filesystem::create_directory(page_);
@@ -34,6 +38,8 @@ class Serve : public testing::Test {
     port_ = server_->start(0);
     client_.emplace("127.0.0.1", port_);
     client_->set_url_encode(false);  // paths are sent unchanged
+    client_->set_read_timeout(kPatience);
+    client_->set_write_timeout(kPatience);
   }
 
   httplib::Response get(const std::string& path, const httplib::Headers& headers = {}) {
