@@ -63,12 +63,39 @@ try() {
   )
 }
 
+# check_linux_hardening FILE...: addresses differ from run to run, tables are read-only once linked, the stack holds no
+# code, buffers on it are watched, and calls that fill a buffer of known size are checked.
+check_linux_hardening() {
+  local file facts
+  for file in "$@"; do
+    facts=$(readelf --wide --file-header --segments --dynamic --symbols "$file")
+    grep -Eq '^ *Type: +DYN ' <<<"$facts" || fail "$file: not position-independent"
+    grep -q ' GNU_RELRO ' <<<"$facts" || fail "$file: no read-only relocations"
+    grep -Eq '\((FLAGS|FLAGS_1)\).* (BIND_NOW|NOW)' <<<"$facts" || fail "$file: symbols are bound when first used"
+    grep -Eq ' GNU_STACK .* RW +0x' <<<"$facts" || fail "$file: the stack is executable"
+    grep -q ' __stack_chk_fail' <<<"$facts" || fail "$file: no stack protector"
+    grep -Eq ' __[a-z]+_chk(@|$)' <<<"$facts" || fail "$file: no checked calls"
+  done
+}
+
+# check_windows_hardening FILE...: as far as the system has the same.
+check_windows_hardening() {
+  local file facts fact
+  for file in "$@"; do
+    facts=$(x86_64-w64-mingw32-objdump --private-headers "$file")
+    for fact in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+      grep -q "$fact" <<<"$facts" || fail "$file: not $fact"
+    done
+  done
+}
+
 try_debian() {
   scripts/package.sh debian
   local package=build/packages/fmp4_${version}_amd64.deb
   # The trial ends with its removal.
   if dpkg-query --show fmp4 >/dev/null 2>&1; then fail "fmp4 is installed already; purge it to try another"; fi
   as_root dpkg --install "$package" >/dev/null
+  check_linux_hardening /usr/lib/fmp4/{fmp4,*.so}
   try debian fmp4
   [[ $(man --where fmp4 2>/dev/null || ls /usr/share/man/man1/fmp4.1.gz) == */fmp4.1.gz ]] || fail "no manual page"
   # What completion offers for `fmp4 pa`.
@@ -87,6 +114,7 @@ try_windows() {
   local place="$folder/Programme für fmp4"
   mkdir -p "$place"
   (cd "$place" && cmake -E tar xf "$OLDPWD/build/packages/fmp4-$version-windows.zip")
+  check_windows_hardening "$place/fmp4-$version-windows"/*.{exe,dll}
   for file in README.txt THIRD-PARTY-LICENCES.txt; do
     [[ -s "$place/fmp4-$version-windows/$file" ]] || fail "no $file"
   done
