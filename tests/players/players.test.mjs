@@ -146,6 +146,40 @@ test('the page lists what the folder holds and shows the chosen recording', asyn
   await viewer.close();
 });
 
+test('the page gives the addresses for players', async () => {
+  const name = recordings.find((recording) => recording.name.includes('#')).name;
+  const viewer = await Viewer.open(browser, server.address, name);
+  const links = await viewer.page.locator('#addresses a').evaluateAll((all) => all.map(({href}) => href));
+  assert.deepEqual(links, ['.mpd', '.master.m3u8'].map((suffix) =>
+    `${server.address}media/${encodeURIComponent(name)}${suffix}`));
+  for (const link of links) assert.equal((await fetch(link)).status, 200);
+  await viewer.close();
+});
+
+test('the page shows nothing but a message at the address of no recording', async () => {
+  const viewer = await Viewer.open(browser, server.address, 'pal');
+  await viewer.page.evaluate(() => { location.hash = 'none'; });
+  await viewer.page.waitForSelector('#hint:not([hidden])');
+  assert.equal(await viewer.page.textContent('#hint'), 'There is no recording “none”.');
+  assert.equal(await viewer.page.isVisible('#viewer'), false);
+  await viewer.page.click('#list a:has-text("pal-b-audio")');
+  await viewer.page.waitForFunction(() => document.getElementById('video').videoWidth === 384);
+  assert.equal(await viewer.page.isVisible('#hint'), false);
+  await viewer.close();
+});
+
+test('the player and its controls fit on windows and telephones', async () => {
+  const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
+  const box = (id) => viewer.page.locator(id).boundingBox();
+  await viewer.page.setViewportSize({width: 1200, height: 800});
+  const [play, whole] = [await box('#play'), await box('#whole')];
+  assert.ok(Math.abs(play.y - whole.y) < play.height / 2, 'controls in one line');
+  await viewer.page.setViewportSize({width: 740, height: 360});
+  const {y, height} = await box('#play');
+  assert.ok(y + height <= 360, 'controls in sight without scrolling');
+  await viewer.close();
+});
+
 test('the page steps frame by frame, forward and back', async () => {
   const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
   await viewer.seek((2 + 97.5) * 1001 / 30000);

@@ -47,7 +47,9 @@ bool isAmongItsFiles(const std::string& name) {
   return exists(files.video) || exists(files.audio);
 }
 
-std::string withLinkFollowed(const std::string& name) {
+}  // namespace
+
+std::string linkFollowed(const std::string& name) {
   std::error_code error;
   const std::filesystem::path path = vlPath(name);
   if (!std::filesystem::is_symlink(path, error) || isAmongItsFiles(name)) return name;
@@ -55,10 +57,8 @@ std::string withLinkFollowed(const std::string& name) {
   return !error && isAmongItsFiles(target) ? target : name;
 }
 
-}  // namespace
-
 std::string recordedAs(const std::string& name) {
-  if (!endsIgnoringCase(name, ".mp4") || vlOSFileExists(name.c_str()) != 0) return withLinkFollowed(name);
+  if (!endsIgnoringCase(name, ".mp4") || vlOSFileExists(name.c_str()) != 0) return linkFollowed(name);
   const std::string media = name.substr(0, name.size() - 4) + ".m4v";
   return vlOSFileExists(media.c_str()) != 0 ? media : name;
 }

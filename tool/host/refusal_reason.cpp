@@ -27,6 +27,11 @@ bool isFolder(const std::string& file) {
   return std::filesystem::is_directory(vlPath(file), ignored);
 }
 
+bool isPipe(const std::string& file) {
+  std::error_code ignored;
+  return std::filesystem::is_fifo(vlPath(file), ignored);
+}
+
 // ---- Files that are not MP4 -------------------------------------------------------------------------
 
 // Types of the first box of a file (ISO/IEC 14496-12, table 1, and QuickTime).
@@ -39,8 +44,13 @@ bool startsLikeMp4(const Mp4Box& root) {
   return root.first && std::find(kTypes.begin(), kTypes.end(), root.first->type) != kTypes.end();
 }
 
+// How the streams of another container get into an MP4.
+std::string convertedBy(const std::string& file) {
+  return "; H.264, AAC and AC-3 get into one without being encoded again by\n  " + fragmentingCommand(file);
+}
+
 // The format of a file that is not MP4, by its first bytes.
-Refusal otherKind(Mp4Stream& stream) {
+Refusal otherKind(Mp4Stream& stream, const std::string& file) {
   std::array<char, 189> start{};
   stream.seek(0);
   stream.peek(start.data(), start.size());
@@ -48,9 +58,10 @@ Refusal otherKind(Mp4Stream& stream) {
   if (text.starts_with("#EXTM3U"))
     return {"hls-playlist",
             "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it"};
-  if (text.starts_with("\x1A\x45\xDF\xA3")) return {"matroska", "is a Matroska or WebM file, not MP4"};
+  if (text.starts_with("\x1A\x45\xDF\xA3"))
+    return {"matroska", "is a Matroska or WebM file, not MP4" + convertedBy(file)};
   if (text.starts_with('\x47') && text[188] == '\x47')
-    return {"mpeg-ts", "is an MPEG transport stream, not MP4"};
+    return {"mpeg-ts", "is an MPEG transport stream, not MP4" + convertedBy(file)};
   if (text.find("<MPD") != text.npos || text.starts_with("<?xml"))
     return {"xml", "is an XML document, not MP4; the name of a manifest ends in .mpd or .xml"};
   return {"not-mp4", "is not MP4"};
@@ -58,12 +69,12 @@ Refusal otherKind(Mp4Stream& stream) {
 
 // ---- MP4 files --------------------------------------------------------------------------------------
 
-Refusal withoutMovie(MovieFile& movie) {
+Refusal withoutMovie(MovieFile& movie, const std::string& file) {
   if (movie.hasFragments())
     return {"media-segment",
             "is a media segment without its initialisation: it has movie fragments but no movie box. Put the "
             "initialisation segment before it, cat init.mp4 segment.m4s > complete.mp4"};
-  if (!startsLikeMp4(*movie.root())) return otherKind(movie.stream());
+  if (!startsLikeMp4(*movie.root())) return otherKind(movie.stream(), file);
   return {"no-movie", "has no movie box; get a complete copy"};
 }
 
@@ -92,7 +103,7 @@ std::optional<Refusal> withoutReadableTrack(MovieFile& movie) {
 std::optional<Refusal> mediaTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  if (!movie.movie()) return withoutMovie(movie);
+  if (!movie.movie()) return withoutMovie(movie, file);
   if (auto trouble = withoutReadableTrack(movie)) return trouble;
   if (!movie.hasFragments()) return withoutFragments(movie, file);
   return std::nullopt;
@@ -135,6 +146,11 @@ std::string mediaSubject(const std::string& file, const std::string& media) {
 
 std::optional<Refusal> fileTrouble(const std::string& file) {
   if (isFolder(file)) return Refusal{"folder", "is a folder; give a file in it"};
+  if (isPipe(file))
+    return Refusal{
+        "pipe",
+        "is a pipe, and files are read from any place; 'fmp4 package -' records standard input, or "
+        "save it to a file"};
   if (vlOSFileExists(file.c_str()) == 0) return Refusal{"missing", "does not exist; check the name"};
   MovieFile movie(file);
   if (!movie.isOpen()) return Refusal{"unreadable", "cannot be read: " + movie.openError().message()};
@@ -145,14 +161,14 @@ std::optional<Refusal> fileTrouble(const std::string& file) {
 std::optional<Refusal> sourceTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  if (!movie.movie()) return withoutMovie(movie);
+  if (!movie.movie()) return withoutMovie(movie, file);
   return std::nullopt;
 }
 
 std::optional<Refusal> boxTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  return startsLikeMp4(*movie.root()) ? std::nullopt : std::optional(otherKind(movie.stream()));
+  return startsLikeMp4(*movie.root()) ? std::nullopt : std::optional(otherKind(movie.stream(), file));
 }
 
 std::string fragmentingCommand(const std::string& file) {
@@ -166,7 +182,7 @@ Refusal probeRefusal(const std::string& file) {
     return {"not-manifest",
             "is not a DASH manifest: its root element is not MPD; give the media file itself"};
   MovieFile movie(file);
-  return movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie);
+  return movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie, file);
 }
 
 std::optional<Refusal> openTrouble(const std::string& file) {

@@ -1,5 +1,7 @@
-// Symbolic links to the files of a recording.
+// Symbolic links to the files of a recording, and pipes.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -44,6 +46,7 @@ TEST_F(LinkedRecording, IsReadThroughALinkToAnyOfItsFiles) {
     EXPECT_EQ(description["video"]["frames"], 10);
     EXPECT_EQ(description["audio"].size(), 1u) << name;
     EXPECT_EQ(fmp4({"-q", "probe", linked}).err, "");
+    EXPECT_THAT(fmp4({"-q", "verify", linked}).out, testing::HasSubstr(" is intact: 10 frames"));
     EXPECT_EQ(fmp4({"-q", "frames", linked}).out, fmp4({"-q", "frames", folder_.file("rec/news.m4v")}).out);
   }
 }
@@ -62,6 +65,16 @@ TEST_F(LinkedRecording, IsReadWhereItsFilesAreLinkedSideBySide) {
 TEST_F(LinkedRecording, IsNotReadThroughALinkToNothing) {
   const std::string dangling = link("../rec/missing.mpd", "missing.mpd");
   EXPECT_EQ(fmp4({"-q", "info", dangling}).err, "fmp4: '" + dangling + "' does not exist; check the name\n");
+}
+
+TEST(PipeAsAFile, IsRefusedAsAPipe) {
+  const TempFolder folder;
+  const std::string pipe = folder.file("pipe.mp4");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(fmp4({"-q", "info", pipe}).err,
+            "fmp4: '" + pipe +
+                "' is a pipe, and files are read from any place; 'fmp4 package -' records standard input, or "
+                "save it to a file\n");
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 // #NAME/PLAYER, each part percent-encoded.
 import {CaptionTrack} from './captions.js';
 import {players} from './players.js';
-import {describeRecording, listRecordings} from './recording.js';
+import {describeRecording, listRecordings, mediaUrl} from './recording.js';
 
 const kListSeconds = 3;  // interval between checks of the folder
 
@@ -80,6 +80,17 @@ function showFacts(recording, description) {
   at('facts').textContent = facts.join(' · ');
 }
 
+// The addresses to copy for other players.
+function showAddresses({manifest, playlist}) {
+  const files = Object.entries({DASH: manifest, HLS: playlist}).filter(([, file]) => file);
+  at('addresses').replaceChildren(...files.map(([label, file]) => {
+    const link = document.createElement('a');
+    link.href = link.title = mediaUrl(file);
+    link.textContent = label;
+    return link;
+  }));
+}
+
 function showPlayers(recording, chosen) {
   const playable = Object.entries(players).filter(([, player]) => recording[player.needs]);
   at('player').replaceChildren(...playable.map(([name, {label}]) => new Option(label, name, false, name === chosen)));
@@ -104,9 +115,20 @@ async function show(recording, player) {
   at('title').textContent = document.title = recording.name;
   at('captions').disabled = captions === null;
   showFacts(recording, description);
+  showAddresses(recording);
   showPlayers(recording, player);
   const stop = await players[player].start(video, recording, report);
   shown = {recording, player, description, captions, stop};
+  await showList();
+}
+
+// Shows a text in place of a recording.
+async function showNone(text) {
+  await shown?.stop();
+  shown = null;
+  at('viewer').hidden = true;
+  at('hint').hidden = false;
+  at('hint').textContent = text;
   await showList();
 }
 
@@ -117,7 +139,7 @@ function showAddressed() {
   if (!name) return;
   showing = showing.then(async () => {
     const recording = (await showList()).find((each) => each.name === name);
-    if (!recording) return report({text: `There is no recording “${name}”.`, fatal: true});
+    if (!recording) return showNone(`There is no recording “${name}”.`);
     await show(recording, players[player] && recording[players[player].needs] ? player : defaultPlayer(recording));
   }).catch((error) => report({text: String(error), fatal: true}));
 }
