@@ -70,6 +70,7 @@ try_debian() {
   if dpkg-query --show fmp4 >/dev/null 2>&1; then fail "fmp4 is installed already; purge it to try another"; fi
   as_root dpkg --install "$package" >/dev/null
   try debian fmp4
+  [[ $(dpkg-deb --contents "$package") == */usr/share/doc/fmp4/README.md* ]] || fail "no documents"
   [[ $(man --where fmp4 2>/dev/null || ls /usr/share/man/man1/fmp4.1.gz) == */fmp4.1.gz ]] || fail "no manual page"
   # What completion offers for `fmp4 pa`.
   bash -c 'source /usr/share/bash-completion/completions/fmp4
