@@ -91,6 +91,8 @@ make_debian() {
   install_completion fish "$root/usr/share/fish/vendor_completions.d/fmp4.fish"
   install -d "$root/usr/share/man/man1" "$root/usr/share/doc/fmp4"
   sed "s/@VERSION@/$version/" packaging/fmp4.1 | gzip -9n >"$root/usr/share/man/man1/fmp4.1.gz"
+  install -D -m 644 -t "$root/usr/share/doc/fmp4" README.md CHANGELOG.md
+  install -D -m 644 -t "$root/usr/share/doc/fmp4/docs" docs/*.md
   licences libhwy-dev libcli11-dev nlohmann-json3-dev libcpp-httplib-dev >"$root/usr/share/doc/fmp4/copyright"
   local size
   size=$(du -ks --apparent-size "$root/usr" | cut -f1)

@@ -97,6 +97,7 @@ try_debian() {
   as_root dpkg --install "$package" >/dev/null
   check_linux_hardening /usr/lib/fmp4/{fmp4,*.so}
   try debian fmp4
+  [[ $(dpkg-deb --contents "$package") == */usr/share/doc/fmp4/README.md* ]] || fail "no documents"
   [[ $(man --where fmp4 2>/dev/null || ls /usr/share/man/man1/fmp4.1.gz) == */fmp4.1.gz ]] || fail "no manual page"
   # What completion offers for `fmp4 pa`.
   bash -c 'source /usr/share/bash-completion/completions/fmp4

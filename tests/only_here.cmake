@@ -13,7 +13,8 @@ set(VL_LINUX_TESTS
   tool/posix/closed_pipe_test.cpp
   # The program runs ffmpeg, which on Windows is not that of the development machine.
   tool/posix/export_picture_test.cpp
-  # Names of bytes that are no text.
+  # Names of bytes that are no text, and symbolic links.
+  tool/posix/links_test.cpp
   tool/posix/names_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
   os/posix/replace_file_test.cpp

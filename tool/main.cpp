@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/user_error.h"
 #include "tool/commands/commands.h"
 #include "tool/host/host_log.h"
 #include "tool/terminal/command_name.h"
@@ -28,8 +27,14 @@ int runCommand(const Invocation& invocation) {
   takeHostLog(invocation.quiet ? LogLines::None : invocation.verbose ? LogLines::All : LogLines::Troubles);
   if (invocation.noProgress) Progress::hide();
   const bool succeeded = invocation.command();
-  if (!std::cout.flush()) throw UserError("standard output could not be written; is its disk full?");
   return succeeded ? EXIT_SUCCESS : kOperationFailed;
+}
+
+// The exit code of a run that would end with `code`, once all that it printed is written.
+int written(int code) {
+  if (std::cout.flush()) return code;
+  tellFailure("standard output could not be written; is its disk full?");
+  return kOperationFailed;
 }
 
 std::map<std::string, Colour> colours() {
@@ -90,9 +95,10 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     }
     std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
     app.parse(std::move(arguments));
-    return runCommand(invocation);
+    return written(runCommand(invocation));
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : kWrongUsage;
+    // Help and the version are printed so too.
+    return app.exit(error) == EXIT_SUCCESS ? written(EXIT_SUCCESS) : kWrongUsage;
   } catch (const std::bad_alloc&) {
     tellFailure("out of memory");
   } catch (const std::exception& error) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -15,6 +16,7 @@
 #include "tests/support/run.h"
 #include "tests/support/temp_folder.h"
 #include "tool/serve/folder_recordings.h"
+#include "tool/serve/served_addresses.h"
 
 namespace fmp4 {
 
@@ -125,12 +127,39 @@ TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
   expectDocumented("/recordings.json", json::parse(recordingsJson(listRecordings(folder.path()))));
 }
 
-TEST(JsonDocument, NamesEveryDefectWithItsText) {
-  std::map<std::string, std::string> listed;
+TEST(JsonDocument, NamesTheKeysOfServe) {
+  std::vector<FolderRecording> recordings(2);
+  recordings[0].manifest = "news.mpd";
+  recordings[0].playlist = "news.master.m3u8";
+  expectDocumented("fmp4 serve --json FOLDER", json::parse(servedJson("rec", 8000, recordings)));
+}
+
+// The codes of a section, each with what the document says of it.
+std::map<std::string, std::string> documentedCodes(const std::string& what) {
+  std::map<std::string, std::string> codes;
+  bool inSection = false;
   for (const std::string& line : linesOfFile(kTree / "docs/json.md")) {
+    if (line.starts_with("## ")) inSection = codeIn(line) == what;
     const std::vector<std::string> cells = cellsOf(line);
-    if (cells.size() == 2 && !codeIn(cells[0]).empty()) listed[codeIn(cells[0])] = cells[1];
+    if (inSection && cells.size() == 2 && !codeIn(cells[0]).empty()) codes[codeIn(cells[0])] = cells[1];
   }
+  return codes;
+}
+
+TEST(JsonDocument, NamesEveryReasonOfProbe) {
+  std::set<std::string> listed, expected;
+  for (const auto& [code, meaning] : documentedCodes("fmp4 probe --json FILE")) listed.insert(code);
+  std::string source;
+  for (const std::string& line : linesOfFile(kTree / "tool/host/refusal_reason.cpp")) source += line;
+  const std::regex code(R"re((Refusal|return) *\{ *"([a-z0-9-]+)",)re");
+  for (std::sregex_iterator match(source.begin(), source.end(), code), end; match != end; ++match)
+    expected.insert((*match)[2]);
+  EXPECT_GE(expected.size(), 20u);
+  EXPECT_EQ(listed, expected);
+}
+
+TEST(JsonDocument, NamesEveryDefectWithItsText) {
+  const std::map<std::string, std::string> listed = documentedCodes("fmp4 boxes --json FILE");
   std::map<std::string, std::string> expected;
   for (auto i = static_cast<int>(Defect::None) + 1; i <= static_cast<int>(Defect::EndOfData); ++i) {
     const auto defect = static_cast<Defect>(i);

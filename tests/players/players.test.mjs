@@ -9,7 +9,7 @@ import {assertNear, kSoundOverhang, numbers} from './checks.mjs';
 import {anyExtension, pictures} from './decoded.mjs';
 import {GrowingRecording} from './growing.mjs';
 import * as names from './names.mjs';
-import {execute, record, recordings, run, undivided} from './recordings.mjs';
+import {execute, longAudio, record, recordings, run, undivided} from './recordings.mjs';
 import {serve} from './server.mjs';
 import {Viewer} from './viewer.mjs';
 
@@ -49,6 +49,7 @@ before(async () => {
   for (const recording of recordings) sources[recording.name] = await record(fmp4, recording, media, folder);
   await record(fmp4, {...recordings[0], name: 'captions'}, media, folder, captions);
   await record(fmp4, undivided, media, folder);
+  await record(fmp4, longAudio, media, folder);
   server = await serve(fmp4, media);
   browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
 });
@@ -134,14 +135,48 @@ test('ffmpeg that checks extensions refuses .m4v in playlists by default', async
 test('the page lists what the folder holds and shows the chosen recording', async () => {
   const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
   const listed = await viewer.page.locator('#list a').evaluateAll((links) => links.map((link) => link.firstChild.data));
-  assert.deepEqual(listed, [...recordings.map(({name}) => name), 'captions', 'undivided'].sort());
+  assert.deepEqual(listed, [...recordings.map(({name}) => name), 'captions', 'undivided', 'long-audio'].sort());
   assert.equal(await viewer.page.textContent('#facts'),
-    '640×360 · 29.97 frames/s · avc1.64001e + mp4a.40.02 · 00:00:07.670');
+    '640×360 · 29.97 frames/s · avc1.64001e + mp4a.40.02 · 00:00:07.674');
   await viewer.page.click('#list a:has-text("pal-b-audio")');
   await viewer.page.waitForFunction(() => document.getElementById('video').videoWidth === 384);
   assert.equal(await viewer.page.textContent('#title'), 'pal-b-audio');
   if (shots) await viewer.page.screenshot({path: path.join(shots, 'chosen.png')});
   assert.deepEqual(await viewer.messages(), []);
+  await viewer.close();
+});
+
+test('the page gives the addresses for players', async () => {
+  const name = recordings.find((recording) => recording.name.includes('#')).name;
+  const viewer = await Viewer.open(browser, server.address, name);
+  const links = await viewer.page.locator('#addresses a').evaluateAll((all) => all.map(({href}) => href));
+  assert.deepEqual(links, ['.mpd', '.master.m3u8'].map((suffix) =>
+    `${server.address}media/${encodeURIComponent(name)}${suffix}`));
+  for (const link of links) assert.equal((await fetch(link)).status, 200);
+  await viewer.close();
+});
+
+test('the page shows nothing but a message at the address of no recording', async () => {
+  const viewer = await Viewer.open(browser, server.address, 'pal');
+  await viewer.page.evaluate(() => { location.hash = 'none'; });
+  await viewer.page.waitForSelector('#hint:not([hidden])');
+  assert.equal(await viewer.page.textContent('#hint'), 'There is no recording “none”.');
+  assert.equal(await viewer.page.isVisible('#viewer'), false);
+  await viewer.page.click('#list a:has-text("pal-b-audio")');
+  await viewer.page.waitForFunction(() => document.getElementById('video').videoWidth === 384);
+  assert.equal(await viewer.page.isVisible('#hint'), false);
+  await viewer.close();
+});
+
+test('the player and its controls fit on windows and telephones', async () => {
+  const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
+  const box = (id) => viewer.page.locator(id).boundingBox();
+  await viewer.page.setViewportSize({width: 1200, height: 800});
+  const [play, whole] = [await box('#play'), await box('#whole')];
+  assert.ok(Math.abs(play.y - whole.y) < play.height / 2, 'controls in one line');
+  await viewer.page.setViewportSize({width: 740, height: 360});
+  const {y, height} = await box('#play');
+  assert.ok(y + height <= 360, 'controls in sight without scrolling');
   await viewer.close();
 });
 
@@ -157,6 +192,86 @@ test('the page steps frame by frame, forward and back', async () => {
   assert.deepEqual(await viewer.messages(), []);
   await viewer.close();
 });
+
+// Waits for the page's own label of the frame that is displayed.
+function labelled(viewer, frame) {
+  return viewer.page.waitForFunction((text) => document.getElementById('frame').textContent === text, `frame ${frame}`);
+}
+
+// Clicks at a share of the time line.
+async function clickTimeLine(viewer, share) {
+  const {width, height} = await viewer.page.locator('#position').boundingBox();
+  await viewer.page.click('#position', {position: {x: share * (width - 1), y: height / 2}});
+}
+
+test('the keys work after a click on the time line, a button or a list', async () => {
+  const viewer = await Viewer.open(browser, server.address, 'ntsc-audio');
+  const {keyboard} = viewer.page;
+  const paused = () => viewer.video((video) => video.paused);
+  await clickTimeLine(viewer, 0.5);
+  await viewer.page.waitForFunction(() => Number(document.getElementById('frame').textContent.slice(6)) > 90);
+  const middle = Number((await viewer.page.textContent('#frame')).slice(6));
+  for (const [key, frame] of [['.', middle + 1], ['.', middle + 2], [',', middle + 1]]) {
+    await keyboard.press(key);
+    await viewer.sees(frame);
+    await labelled(viewer, frame);
+  }
+  await viewer.page.click('#forward');
+  await viewer.sees(middle + 2);
+  await keyboard.press(' ');  // plays, and does not press the button again
+  await viewer.page.waitForFunction(() => !document.getElementById('video').paused);
+  await viewer.page.click('#play');
+  assert.equal(await paused(), true);
+  await viewer.page.click('#speed');
+  await keyboard.press('Escape');
+  await keyboard.press(' ');
+  await viewer.page.waitForFunction(() => !document.getElementById('video').paused);
+  await keyboard.press(' ');
+  assert.equal(await paused(), true);
+  assert.equal(await viewer.page.inputValue('#speed'), '1');
+  assert.deepEqual(await viewer.messages(), []);
+  await viewer.close();
+});
+
+test('the space bar operates a button that was reached with the Tab key', async () => {
+  const viewer = await Viewer.open(browser, server.address, 'ntsc-audio');
+  const {keyboard} = viewer.page;
+  await clickTimeLine(viewer, 0);
+  await labelled(viewer, 0);
+  for (let i = 0; i < 3; ++i) await keyboard.press('Tab');  // play, one frame back, one frame forward
+  await keyboard.press(' ');
+  await viewer.sees(1);
+  assert.equal(await viewer.video((video) => video.paused), true);
+  await keyboard.press('.');
+  await viewer.sees(2);
+  await keyboard.press(' ');
+  await viewer.sees(3);
+  await viewer.close();
+});
+
+for (const {player, delaysStart, delaysEnd} of players) {
+  // A player that delays the first frame alone loses the last ones, from the last group of B-frames on.
+  const losesEnd = delaysStart && !delaysEnd;
+  for (const {name, frames} of losesEnd ? [recordings[2]] : [recordings[2], longAudio]) {
+    test(`the time line of ${name} ends with the last frame in ${player}`, async () => {
+      const viewer = await Viewer.open(browser, server.address, name, player);
+      const {keyboard} = viewer.page;
+      const duration = (await viewer.page.textContent('#facts')).split(' · ').at(-1);
+      await labelled(viewer, 0);
+      await viewer.page.focus('#position');
+      await keyboard.press('End');
+      await viewer.sees(frames - 1);
+      await labelled(viewer, frames - 1);
+      assert.equal((await viewer.page.textContent('#time')).split(' / ')[1], duration);
+      await keyboard.press('.');
+      await keyboard.press(',');
+      await viewer.sees(frames - 2);
+      await labelled(viewer, frames - 2);
+      assert.deepEqual(await viewer.messages(), []);
+      await viewer.close();
+    });
+  }
+}
 
 for (const {player} of players) {
   test(`captions are shown beside ${player}`, async () => {

@@ -34,15 +34,19 @@ export const recordings = [
 export const undivided =
   {name: 'undivided', rate: [25, 1], frames: 100, delayed: 2, audio: false, width: 320, height: 180, interval: 37};
 
+// Audio that lasts longer than the video.
+export const longAudio = {name: 'long-audio', rate: [25, 1], frames: 75, delayed: 2, audio: true, audioOverhang: 0.4,
+  width: 320, height: 180};
+
 export async function run(program, ...options) {
   return (await execute(program, options, {maxBuffer: 1 << 26})).stdout;
 }
 
 // Makes a recording's source in the folder `sources`. `captions`: a file that ffmpeg reads as captions.
 export async function makeSource(recording, sources, captions) {
-  const {name, frames, delayed, audio, width, height, interval = kInterval} = recording;
+  const {name, frames, delayed, audio, audioOverhang = 0, width, height, interval = kInterval} = recording;
   const rate = recording.rate.join('/');
-  const seconds = frames * recording.rate[1] / recording.rate[0];
+  const seconds = frames * recording.rate[1] / recording.rate[0] + audioOverhang;
   const source = path.join(sources, `${name}.${captions ? 'mov' : 'mp4'}`);
   const number = `color=gray:size=${kNumberBits * kSquare}x${kSquare}:rate=${rate},format=gray,` +
     `geq=lum='16+219*mod(floor(N/pow(2,floor(X/${kSquare}))),2)'`;

@@ -53,6 +53,50 @@ TEST(Probe, OfAFolderAsksAboutItsFiles) {
   EXPECT_EQ(list[1]["accepted"], true);
 }
 
+// The plug-in accepts manifests by their names, and media by their content; names decide what it opens.
+TEST(Probe, SaysOfAcceptedFilesWhyTheyWillNotOpen) {
+  const TempFolder folder;
+  makeMedia(folder.file("clip.mp4"), videoInput(0.2) + h264Codec() + fragmented());
+  for (const char* name : {"clip.m4s", "clip.cmfv", "clip.M4S"})
+    std::filesystem::copy(folder.file("clip.mp4"), folder.file(name));
+  std::filesystem::create_directory(folder.file("dash"));
+  runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-i", folder.file("clip.mp4"), "-c", "copy", "-f", "dash",
+              folder.file("dash/manifest.mpd")});
+  const std::pair<const char*, const char*> kCodes[] = {{"clip.m4s", "name-not-recognised"},
+                                                        {"clip.cmfv", "name-not-recognised"},
+                                                        {"clip.M4S", "name-not-recognised"},
+                                                        {"dash/manifest.mpd", "segment-files"},
+                                                        {"missing.mpd", "missing"}};
+  for (const auto& [name, code] : kCodes) {
+    const std::string file = folder.file(name);
+    const auto answer = nlohmann::json::parse(fmp4({"-q", "probe", "--json", file}).out)[0];
+    const std::string why = answer["why"];
+    EXPECT_EQ(answer["accepted"], true) << name;
+    EXPECT_EQ(answer["code"], code);
+    const RunResult probed = fmp4({"-q", "probe", file}), described = fmp4({"-q", "info", file});
+    EXPECT_EQ(probed.exitCode, 0) << "the plug-in's answer";
+    EXPECT_EQ(probed.out, "accepted " + file + "\n");
+    EXPECT_EQ(probed.err, "fmp4: '" + file + "' is accepted, but " + why + "\n");
+    EXPECT_EQ(described.exitCode, 1);
+    EXPECT_EQ(described.err, "fmp4: '" + file + "' " + why + "\n") << "what info says";
+  }
+}
+
+TEST(Probe, GivesAReasonAsJson) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  const auto answerFor = [&file](const std::string& content) {
+    writeFile(file, {content.begin(), content.end()});
+    return nlohmann::ordered_json::parse(fmp4({"-q", "probe", "-j", file}).out)[0].dump();
+  };
+  const std::string start = R"({"file":")" + file + R"(","accepted":false,"code":)";
+  EXPECT_EQ(answerFor(""), start + R"("empty","why":"is empty"})");
+  EXPECT_EQ(answerFor("text that is no MP4"), start + R"("not-mp4","why":"is not MP4"})");
+  makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
+  EXPECT_EQ(nlohmann::ordered_json::parse(fmp4({"-q", "probe", "-j", file}).out)[0].dump(),
+            R"({"file":")" + file + R"(","accepted":true})");
+}
+
 TEST(Probe, QuietHidesTheHostsLogAndNotTheReason) {
   const RunResult result = fmp4({"--quiet", "probe", "missing.mp4"});
   EXPECT_EQ(result.exitCode, 1);

@@ -123,13 +123,17 @@ TEST(Refusal, OfOtherFormatsNamesTheFormat) {
     return reasonFor(file);
   };
   const std::string subject = "'" + file + "' ";
+  const std::string converted =
+      "; H.264, AAC and AC-3 get into one without being encoded again by\n  ffmpeg -i '" + file +
+      "' -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4\n";
   EXPECT_EQ(reasonForContent(""), subject + "is empty\n");
   EXPECT_EQ(reasonForContent("some text, longer than a box's header"), subject + "is not MP4\n");
   EXPECT_EQ(reasonForContent("#EXTM3U\n#EXT-X-VERSION:7\n"),
             subject + "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it\n");
-  EXPECT_EQ(reasonForContent("\x1A\x45\xDF\xA3 and more"), subject + "is a Matroska or WebM file, not MP4\n");
+  EXPECT_EQ(reasonForContent("\x1A\x45\xDF\xA3 and more"),
+            subject + "is a Matroska or WebM file, not MP4" + converted);
   EXPECT_EQ(reasonForContent("G" + std::string(187, ' ') + "G" + std::string(187, ' ')),
-            subject + "is an MPEG transport stream, not MP4\n");
+            subject + "is an MPEG transport stream, not MP4" + converted);
   EXPECT_EQ(reasonForContent("<?xml version='1.0'?><MPD/>"),
             subject + "is an XML document, not MP4; the name of a manifest ends in .mpd or .xml\n");
   EXPECT_EQ(reasonForContent(std::string("\0\0\0\x10"

@@ -8,6 +8,7 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "tool/host/input_names.h"
+#include "tool/host/movie_file.h"
 
 namespace fmp4 {
 
@@ -29,7 +30,7 @@ std::vector<std::string> recordingNames(const std::vector<std::string>& names) {
   std::vector<std::string> recordings;
   for (const std::string& name : names) {
     if (!isFolder(name)) {
-      recordings.push_back(name);
+      recordings.push_back(linkFollowed(name));
       continue;
     }
     std::vector<std::string> files = inputNames({name});

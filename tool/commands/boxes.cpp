@@ -112,7 +112,8 @@ bool boxes(const BoxesOptions& options) {
   if (opened && tree == nullptr) throw std::bad_alloc();
   const Mp4Box* const root = tree == nullptr ? nullptr : tree->root();
   if (root == nullptr || !beginsWithBox(*root))
-    if (const auto trouble = boxTrouble(options.file)) throw UserError("'" + options.file + "' " + *trouble);
+    if (const auto trouble = boxTrouble(options.file))
+      throw UserError("'" + options.file + "' " + trouble->text);
   if (root == nullptr) throw UserError("'" + options.file + "' cannot be opened");
   if (options.json) {
     std::cout << "{\"file\": " << jsonText(options.file) << ", \"size\": " << root->size << ", \"boxes\": ";

@@ -130,7 +130,7 @@ std::unique_ptr<SourceFile> openSource(const std::string& path) {
   try {
     return std::make_unique<SourceFile>(path);
   } catch (const UserError&) {
-    if (const auto trouble = sourceTrouble(path)) throw UserError("'" + path + "' " + *trouble);
+    if (const auto trouble = sourceTrouble(path)) throw UserError("'" + path + "' " + trouble->text);
     throw;
   }
 }

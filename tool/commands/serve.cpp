@@ -1,14 +1,19 @@
 #include <CLI/CLI.hpp>
 #include <atomic>
+#include <chrono>
 #include <csignal>
+#include <future>
 #include <iostream>
 #include <memory>
+#include <vector>
 
-#include "base/json_text.h"
 #include "base/user_error.h"
+#include "os/open_in_browser.h"
 #include "os/path_name.h"
 #include "tool/commands/commands.h"
+#include "tool/serve/served_addresses.h"
 #include "tool/serve/server_library.h"
+#include "tool/terminal/messages.h"
 #include "tool/terminal/program_folder.h"
 #include "vlutil.h"
 
@@ -19,6 +24,7 @@ namespace {
 struct ServeOptions {
   std::string folder;
   int port = 8000;
+  bool open = false;
   bool json = false;
 };
 
@@ -29,15 +35,22 @@ void askForEnd(int) {
   endAsked = true;
 }
 
-void announce(const ServeOptions& options, int port) {
-  const std::string address = "http://127.0.0.1:" + std::to_string(port) + "/";
-  if (options.json)
-    std::cout << "{\"folder\": " << jsonText(options.folder) << ", \"address\": " << jsonText(address)
-              << ", \"port\": " << port << "}\n";
-  else
-    std::cout << "serving '" << options.folder << "' at " << address << " until interrupted\n";
-  std::cout.flush();
-}
+// Opens the page in the user's browser; warns once when there is none.
+class PageOpener {
+ public:
+  void open(const std::string& address) {
+    address_ = address;
+    opened_ = os::openInBrowser(address);
+  }
+  void check() {
+    if (!opened_.valid() || opened_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return;
+    if (!opened_.get()) warn("no browser could be started; open " + address_ + " in one");
+  }
+
+ private:
+  std::string address_;
+  std::future<bool> opened_;  // without a result once that is known
+};
 
 ServeFolder loadServer() {
   constexpr std::uint32_t kLoadBesideHostFirst = 2;
@@ -52,12 +65,19 @@ ServeFolder loadServer() {
 bool serve(const ServeOptions& options) {
   const ServeFolder serveFolder = loadServer();
   std::string failure;
+  PageOpener opener;
+  const auto listening = [&](int port, const std::vector<FolderRecording>& recordings) {
+    std::cout << (options.json ? servedJson : servedText)(options.folder, port, recordings) << std::flush;
+    if (options.open) opener.open(pageAddress(port));
+  };
+  const auto ended = [&opener] {
+    opener.check();
+    return endAsked.load();
+  };
   std::signal(SIGINT, askForEnd);
   std::signal(SIGTERM, askForEnd);
-  const bool served =
-      serveFolder({options.folder, vlName(programFolder() / "page"), options.port,
-                   [&options](int port) { announce(options, port); }, [] { return endAsked.load(); },
-                   [&failure](const std::string& reason) { failure = reason; }});
+  const bool served = serveFolder({options.folder, vlName(programFolder() / "page"), options.port, listening,
+                                   ended, [&failure](const std::string& reason) { failure = reason; }});
   if (!served) throw UserError(failure);
   return true;
 }
@@ -73,7 +93,8 @@ void addServeCommand(CLI::App& app, Invocation& invocation) {
       ->type_name("N")
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
-  command->add_flag("-j,--json", options->json, "Print the address as JSON");
+  command->add_flag("--open", options->open, "Open the page in the browser");
+  command->add_flag("-j,--json", options->json, "Print the addresses as JSON");
   command->callback([&invocation, options] { invocation.command = [options] { return serve(*options); }; });
 }
 

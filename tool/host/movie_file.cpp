@@ -1,8 +1,11 @@
 #include "tool/host/movie_file.h"
 
+#include <filesystem>
+
 #include "base/letter_case.h"
 #include "mp4box/boxes/hdlr.h"
 #include "mp4box/boxes/stsz.h"
+#include "os/path_name.h"
 #include "streaming/lists/file_set.h"
 
 namespace fmp4 {
@@ -31,8 +34,31 @@ MovieSamples MovieFile::movieSamples() {
   return samples;
 }
 
+namespace {
+
+// Whether the files are there that belong to a media file or a manifest of this name.
+bool isAmongItsFiles(const std::string& name) {
+  FileSet files = findFileSet(name.c_str(), isAudioName(name));
+  const auto exists = [](const std::string& file) {
+    return !file.empty() && vlOSFileExists(file.c_str()) != 0;
+  };
+  if (!exists(files.manifest)) return false;
+  loadManifest(files);
+  return exists(files.video) || exists(files.audio);
+}
+
+}  // namespace
+
+std::string linkFollowed(const std::string& name) {
+  std::error_code error;
+  const std::filesystem::path path = vlPath(name);
+  if (!std::filesystem::is_symlink(path, error) || isAmongItsFiles(name)) return name;
+  const std::string target = vlName(std::filesystem::canonical(path, error));
+  return !error && isAmongItsFiles(target) ? target : name;
+}
+
 std::string recordedAs(const std::string& name) {
-  if (!endsIgnoringCase(name, ".mp4") || vlOSFileExists(name.c_str()) != 0) return name;
+  if (!endsIgnoringCase(name, ".mp4") || vlOSFileExists(name.c_str()) != 0) return linkFollowed(name);
   const std::string media = name.substr(0, name.size() - 4) + ".m4v";
   return vlOSFileExists(media.c_str()) != 0 ? media : name;
 }

@@ -46,8 +46,13 @@ struct OpenedFiles {
 };
 OpenedFiles openedFiles(const std::string& name);
 
+// The file that `name` leads to. A symbolic link leads to its target if the files that belong to it are
+// there, and not beside the link: the manifest of a media file, or the media of a manifest. Any other name
+// leads to itself.
+std::string linkFollowed(const std::string& name);
+
 // The file that `name` stands for: NAME.mp4 that does not exist stands for the recording made under that
-// name, if there is one, and any other name for itself.
+// name, if there is one, and any other name for the file that it leads to.
 std::string recordedAs(const std::string& name);
 
 // Whether a file has audio alone by its name (".m4a", ".isma").

@@ -106,7 +106,7 @@ MediaFile Plugin::open(const std::string& name) const {
   const std::string file = recordedAs(name);
   checkLength(file);
   forgetLoggedError();
-  if (!probe(file)) throw UserError(probeRefusal(file));
+  if (!probe(file)) throw UserError("'" + file + "' " + probeRefusal(file).text);
   nameInLog(file);
   MFXOPEN request = {};
   request.access = VL_GENERIC_READ;

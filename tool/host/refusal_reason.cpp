@@ -27,6 +27,11 @@ bool isFolder(const std::string& file) {
   return std::filesystem::is_directory(vlPath(file), ignored);
 }
 
+bool isPipe(const std::string& file) {
+  std::error_code ignored;
+  return std::filesystem::is_fifo(vlPath(file), ignored);
+}
+
 // ---- Files that are not MP4 -------------------------------------------------------------------------
 
 // Types of the first box of a file (ISO/IEC 14496-12, table 1, and QuickTime).
@@ -39,54 +44,66 @@ bool startsLikeMp4(const Mp4Box& root) {
   return root.first && std::find(kTypes.begin(), kTypes.end(), root.first->type) != kTypes.end();
 }
 
+// How the streams of another container get into an MP4.
+std::string convertedBy(const std::string& file) {
+  return "; H.264, AAC and AC-3 get into one without being encoded again by\n  " + fragmentingCommand(file);
+}
+
 // The format of a file that is not MP4, by its first bytes.
-std::string otherKind(Mp4Stream& stream) {
+Refusal otherKind(Mp4Stream& stream, const std::string& file) {
   std::array<char, 189> start{};
   stream.seek(0);
   stream.peek(start.data(), start.size());
   const std::string_view text(start.data(), start.size());
   if (text.starts_with("#EXTM3U"))
-    return "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it";
-  if (text.starts_with("\x1A\x45\xDF\xA3")) return "is a Matroska or WebM file, not MP4";
-  if (text.starts_with('\x47') && text[188] == '\x47') return "is an MPEG transport stream, not MP4";
+    return {"hls-playlist",
+            "is an HLS playlist; give the manifest (.mpd) or the media file that belongs to it"};
+  if (text.starts_with("\x1A\x45\xDF\xA3"))
+    return {"matroska", "is a Matroska or WebM file, not MP4" + convertedBy(file)};
+  if (text.starts_with('\x47') && text[188] == '\x47')
+    return {"mpeg-ts", "is an MPEG transport stream, not MP4" + convertedBy(file)};
   if (text.find("<MPD") != text.npos || text.starts_with("<?xml"))
-    return "is an XML document, not MP4; the name of a manifest ends in .mpd or .xml";
-  return "is not MP4";
+    return {"xml", "is an XML document, not MP4; the name of a manifest ends in .mpd or .xml"};
+  return {"not-mp4", "is not MP4"};
 }
 
 // ---- MP4 files --------------------------------------------------------------------------------------
 
-std::string withoutMovie(MovieFile& movie) {
+Refusal withoutMovie(MovieFile& movie, const std::string& file) {
   if (movie.hasFragments())
-    return "is a media segment without its initialisation: it has movie fragments but no movie box. Put the "
-           "initialisation segment before it, cat init.mp4 segment.m4s > complete.mp4";
-  return startsLikeMp4(*movie.root()) ? "has no movie box; get a complete copy" : otherKind(movie.stream());
+    return {"media-segment",
+            "is a media segment without its initialisation: it has movie fragments but no movie box. Put the "
+            "initialisation segment before it, cat init.mp4 segment.m4s > complete.mp4"};
+  if (!startsLikeMp4(*movie.root())) return otherKind(movie.stream(), file);
+  return {"no-movie", "has no movie box; get a complete copy"};
 }
 
-std::string withoutFragments(MovieFile& movie, const std::string& file) {
+Refusal withoutFragments(MovieFile& movie, const std::string& file) {
   const MovieSamples samples = movie.movieSamples();
   if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
-    return "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
-           "cat init.mp4 segment.m4s > complete.mp4";
-  return "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
-         "again by\n  " +
-         fragmentingCommand(file);
+    return {"initialisation-segment",
+            "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
+            "cat init.mp4 segment.m4s > complete.mp4"};
+  return {"not-fragmented",
+          "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
+          "again by\n  " +
+              fragmentingCommand(file)};
 }
 
 // Why no track of a movie can be read; nothing when one can.
-std::optional<std::string> withoutReadableTrack(MovieFile& movie) {
+std::optional<Refusal> withoutReadableTrack(MovieFile& movie) {
   const std::vector<OtherTrack> others = otherTracks(movie.stream(), movie.root());
   if (Mp4BoxChild(movie.movie(), Mp4FourCc("trak"), static_cast<std::uint32_t>(others.size())))
     return std::nullopt;
-  if (others.empty()) return "has no tracks";
-  return "has no track that can be read: " + trackTexts(others);
+  if (others.empty()) return Refusal{"no-tracks", "has no tracks"};
+  return Refusal{"no-readable-track", "has no track that can be read: " + trackTexts(others)};
 }
 
-// The problem of a media file, as the text after its name; nothing when none is found.
-std::optional<std::string> mediaTrouble(const std::string& file) {
+// The problem of a media file; nothing when none is found.
+std::optional<Refusal> mediaTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  if (!movie.movie()) return withoutMovie(movie);
+  if (!movie.movie()) return withoutMovie(movie, file);
   if (auto trouble = withoutReadableTrack(movie)) return trouble;
   if (!movie.hasFragments()) return withoutFragments(movie, file);
   return std::nullopt;
@@ -99,15 +116,18 @@ bool contains(const std::string& name, const char* part) {
 }
 
 // Why a name leads to no media file.
-std::string withoutMedia(const std::string& file) {
+Refusal withoutMedia(const std::string& file) {
   if (contains(file, ".ism"))
-    return "the media of Smooth Streaming names are found through a DASH manifest (.mpd or .xml) of the same "
-           "name beside it; without one, give the media file a name that ends in .mp4";
+    return {
+        "smooth-name-alone",
+        "the media of Smooth Streaming names are found through a DASH manifest (.mpd or .xml) of the same "
+        "name beside it; without one, give the media file a name that ends in .mp4"};
   if (contains(file, ".mpd") || contains(file, ".xml"))
-    return "it names no media file, and there is none of its name (.mp4, .m4v or .m4a) beside it";
-  return "the plug-in recognises files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or "
-         ".xml, "
-         "in lower case";
+    return {"manifest-without-media",
+            "it names no media file, and there is none of its name (.mp4, .m4v or .m4a) beside it"};
+  return {"name-not-recognised",
+          "the plug-in recognises files by their names; give it one that ends in .mp4, .m4v, .m4a, .mpd or "
+          ".xml, in lower case"};
 }
 
 // Whether a manifest has a file for each segment.
@@ -117,28 +137,38 @@ bool namesSegmentFiles(const std::string& file) {
   return manifest && (manifest->video.hasSegmentFiles || manifest->audio.hasSegmentFiles);
 }
 
+// What a sentence about the media of `file` begins with.
+std::string mediaSubject(const std::string& file, const std::string& media) {
+  return media == file ? "it " : "its media file '" + media + "' ";
+}
+
 }  // namespace
 
-std::optional<std::string> fileTrouble(const std::string& file) {
-  if (isFolder(file)) return "is a folder; give a file in it";
-  if (vlOSFileExists(file.c_str()) == 0) return "does not exist; check the name";
+std::optional<Refusal> fileTrouble(const std::string& file) {
+  if (isFolder(file)) return Refusal{"folder", "is a folder; give a file in it"};
+  if (isPipe(file))
+    return Refusal{
+        "pipe",
+        "is a pipe, and files are read from any place; 'fmp4 package -' records standard input, or "
+        "save it to a file"};
+  if (vlOSFileExists(file.c_str()) == 0) return Refusal{"missing", "does not exist; check the name"};
   MovieFile movie(file);
-  if (!movie.isOpen()) return "cannot be read: " + movie.openError().message();
-  if (movie.root()->size == 0) return "is empty";
+  if (!movie.isOpen()) return Refusal{"unreadable", "cannot be read: " + movie.openError().message()};
+  if (movie.root()->size == 0) return Refusal{"empty", "is empty"};
   return std::nullopt;
 }
 
-std::optional<std::string> sourceTrouble(const std::string& file) {
+std::optional<Refusal> sourceTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  if (!movie.movie()) return withoutMovie(movie);
+  if (!movie.movie()) return withoutMovie(movie, file);
   return std::nullopt;
 }
 
-std::optional<std::string> boxTrouble(const std::string& file) {
+std::optional<Refusal> boxTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
-  return startsLikeMp4(*movie.root()) ? std::nullopt : std::optional(otherKind(movie.stream()));
+  return startsLikeMp4(*movie.root()) ? std::nullopt : std::optional(otherKind(movie.stream(), file));
 }
 
 std::string fragmentingCommand(const std::string& file) {
@@ -146,27 +176,35 @@ std::string fragmentingCommand(const std::string& file) {
          " -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4";
 }
 
-std::string probeRefusal(const std::string& file) {
-  const std::string subject = "'" + file + "' ";
-  if (const auto trouble = fileTrouble(file)) return subject + *trouble;
+Refusal probeRefusal(const std::string& file) {
+  if (auto trouble = fileTrouble(file)) return *trouble;
   if (endsIgnoringCase(file, ".xml"))
-    return subject + "is not a DASH manifest: its root element is not MPD; give the media file itself";
+    return {"not-manifest",
+            "is not a DASH manifest: its root element is not MPD; give the media file itself"};
   MovieFile movie(file);
-  return subject + (movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie));
+  return movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie, file);
+}
+
+std::optional<Refusal> openTrouble(const std::string& file) {
+  if (auto trouble = fileTrouble(file)) return trouble;
+  constexpr const char* kStart = "could not be opened: ";
+  const std::string media = openedFiles(file).media;
+  if (media != file && namesSegmentFiles(file))
+    return Refusal{"segment-files", std::string(kStart) +
+                                        "its media are in a file for each segment; manifests with one file "
+                                        "for each track are read"};
+  std::optional<Refusal> trouble = media.empty() ? withoutMedia(file) : mediaTrouble(media);
+  if (trouble && !media.empty()) trouble->text = mediaSubject(file, media) + trouble->text;
+  if (trouble) trouble->text = kStart + trouble->text;
+  return trouble;
 }
 
 std::string openRefusal(const std::string& file, const std::string& logged) {
-  if (const auto trouble = fileTrouble(file)) return "'" + file + "' " + *trouble;
-  const std::string subject = "'" + file + "' could not be opened: ";
-  const std::string media = openedFiles(file).media;
-  if (media != file && namesSegmentFiles(file))
-    return subject +
-           "its media are in a file for each segment; manifests with one file for each track are read";
-  if (media.empty()) return subject + withoutMedia(file);
-  const std::string mediaSubject = media == file ? "it " : "its media file '" + media + "' ";
-  if (const auto trouble = mediaTrouble(media)) return subject + mediaSubject + *trouble;
-  if (logged.empty()) return subject + "'fmp4 boxes' shows what " + mediaSubject + "holds";
-  return subject + "the plug-in says \"" + logged + "\"; 'fmp4 boxes' shows what " + mediaSubject + "holds";
+  const std::string subject = "'" + file + "' ";
+  if (const auto trouble = openTrouble(file)) return subject + trouble->text;
+  const std::string says = logged.empty() ? "" : "the plug-in says \"" + logged + "\"; ";
+  return subject + "could not be opened: " + says + "'fmp4 boxes' shows what " +
+         mediaSubject(file, openedFiles(file).media) + "holds";
 }
 
 }  // namespace fmp4

@@ -6,21 +6,28 @@
 
 namespace fmp4 {
 
-// Why no file of this name can be read, as the text after its name ("is a folder; ..."); nothing when it can
-// be.
-std::optional<std::string> fileTrouble(const std::string& file);
+struct Refusal {
+  const char* code;  // a stable name (docs/json.md)
+  std::string text;  // what follows the name of the file: "is a folder; ..."
+};
 
-// Why `file` cannot be the source of a recording, in the same form; nothing when it has a movie.
-std::optional<std::string> sourceTrouble(const std::string& file);
+// Why no file of this name can be read; nothing when it can be.
+std::optional<Refusal> fileTrouble(const std::string& file);
 
-// Why `file` does not begin with a box, in the same form; nothing when it begins like an MP4.
-std::optional<std::string> boxTrouble(const std::string& file);
+// Why `file` cannot be the source of a recording; nothing when it has a movie.
+std::optional<Refusal> sourceTrouble(const std::string& file);
+
+// Why `file` does not begin with a box; nothing when it begins like an MP4.
+std::optional<Refusal> boxTrouble(const std::string& file);
 
 // Why the plug-in's probe refuses `file`.
-std::string probeRefusal(const std::string& file);
+Refusal probeRefusal(const std::string& file);
 
-// Why `file`, which the probe accepts, cannot be opened. `logged`: the last error that the plug-in logged
-// meanwhile, empty when there was none.
+// Why `file`, which the probe accepts, cannot be opened; nothing when no reason is found without opening it.
+std::optional<Refusal> openTrouble(const std::string& file);
+
+// Why it was not opened, as a sentence. `logged`: the last error that the plug-in logged meanwhile, empty
+// when there was none.
 std::string openRefusal(const std::string& file, const std::string& logged);
 
 // The command that converts an MP4 into a fragmented file.

@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 
 ServedFolder::ServedFolder(const fs::path& folder) {
   std::error_code error;
+  if (fs::is_regular_file(folder, error))
+    throw UserError("'" + vlName(folder) + "' is a file; give the folder that it is in");
   root_ = fs::canonical(folder, error);
   if (!error && !fs::is_directory(root_, error) && !error)
     error = std::make_error_code(std::errc::not_a_directory);

@@ -14,7 +14,8 @@ namespace fmp4 {
 extern "C" VL_EXPORTED bool fmp4ServeFolder(const ServeRequest& request) {
   try {
     WebServer server(vlPath(request.media), vlPath(request.page));
-    request.listening(server.start(request.port));
+    const int port = server.start(request.port);
+    request.listening(port, listRecordings(vlPath(request.media)));
     while (!request.endAsked()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
     return true;
   } catch (const std::exception& error) {

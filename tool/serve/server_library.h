@@ -4,14 +4,18 @@
 
 #include <functional>
 #include <string>
+#include <vector>
+
+#include "tool/serve/folder_recordings.h"
 
 namespace fmp4 {
 
 struct ServeRequest {
   std::string media;  // folders, UTF-8
   std::string page;
-  int port = 0;                        // 0: a free one
-  std::function<void(int)> listening;  // called once, with the port
+  int port = 0;  // 0: a free one
+  // Called once, with the port and the recordings that are there.
+  std::function<void(int, const std::vector<FolderRecording>&)> listening;
   std::function<bool()> endAsked;
   std::function<void(const std::string&)> failed;  // called instead, with the reason for the user
 };

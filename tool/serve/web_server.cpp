@@ -41,12 +41,14 @@ void refuse(httplib::Response& response, int status, const std::string& why) {
   response.set_content(why + "\n", "text/plain; charset=utf-8");
 }
 
-// One server per port. The library would share it with other servers of the same user.
+// One server per port. The library would share it with other servers of the same user, and with programs that
+// are started.
 void claimPort(socket_t socket) {
 #ifdef _WIN32
   constexpr int kOption = SO_EXCLUSIVEADDRUSE;
 #else
   constexpr int kOption = SO_REUSEADDR;  // a port can be reused soon after its server ended
+  fcntl(socket, F_SETFD, FD_CLOEXEC);
 #endif
   const int on = 1;
   setsockopt(socket, SOL_SOCKET, kOption, reinterpret_cast<const char*>(&on), sizeof on);
@@ -112,7 +114,7 @@ void WebServer::answer(const httplib::Request& request, httplib::Response& respo
     response.set_header("Allow", "GET, HEAD");
     return refuse(response, 405, "there is nothing here to change");
   }
-  if (path == "/") return answerFile(page_, "index.html", request, response);
+  if (path == "/" || path == "/index.html") return answerFile(page_, "index.html", request, response);
   if (path == "/recordings.json")
     return response.set_content(recordingsJson(listRecordings(media_.path())), "application/json");
   if (path.starts_with(kMedia)) return answerFile(media_, path.substr(kMedia.size()), request, response);

@@ -11,7 +11,7 @@
 namespace fmp4 {
 
 // What it answers to GET and HEAD:
-//   /                 the page
+//   /, /index.html    the page
 //   /page/NAME        the files that the page is made of
 //   /recordings.json  the recordings of the folder (folder_recordings.h)
 //   /media/NAME       a file of the folder

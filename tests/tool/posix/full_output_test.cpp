@@ -11,9 +11,11 @@
 namespace fmp4 {
 
 TEST(Usage, FullStandardOutputFails) {
-  const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 version >/dev/full"});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.err, "fmp4: standard output could not be written; is its disk full?\n");
+  for (const std::string arguments : {"version", "--version", "--help", "help info"}) {
+    const RunResult result = run({"sh", "-c", VL_BIN_DIR "/fmp4 " + arguments + " >/dev/full"});
+    EXPECT_EQ(result.exitCode, 1) << arguments;
+    EXPECT_EQ(result.err, "fmp4: standard output could not be written; is its disk full?\n");
+  }
 }
 
 TEST(Export, OnStandardOutputIsAlone) {

@@ -2,7 +2,7 @@
 // #NAME/PLAYER, each part percent-encoded.
 import {CaptionTrack} from './captions.js';
 import {players} from './players.js';
-import {describeRecording, listRecordings} from './recording.js';
+import {describeRecording, listRecordings, mediaUrl} from './recording.js';
 
 const kListSeconds = 3;  // interval between checks of the folder
 
@@ -80,6 +80,17 @@ function showFacts(recording, description) {
   at('facts').textContent = facts.join(' · ');
 }
 
+// The addresses to copy for other players.
+function showAddresses({manifest, playlist}) {
+  const files = Object.entries({DASH: manifest, HLS: playlist}).filter(([, file]) => file);
+  at('addresses').replaceChildren(...files.map(([label, file]) => {
+    const link = document.createElement('a');
+    link.href = link.title = mediaUrl(file);
+    link.textContent = label;
+    return link;
+  }));
+}
+
 function showPlayers(recording, chosen) {
   const playable = Object.entries(players).filter(([, player]) => recording[player.needs]);
   at('player').replaceChildren(...playable.map(([name, {label}]) => new Option(label, name, false, name === chosen)));
@@ -104,9 +115,20 @@ async function show(recording, player) {
   at('title').textContent = document.title = recording.name;
   at('captions').disabled = captions === null;
   showFacts(recording, description);
+  showAddresses(recording);
   showPlayers(recording, player);
   const stop = await players[player].start(video, recording, report);
   shown = {recording, player, description, captions, stop};
+  await showList();
+}
+
+// Shows a text in place of a recording.
+async function showNone(text) {
+  await shown?.stop();
+  shown = null;
+  at('viewer').hidden = true;
+  at('hint').hidden = false;
+  at('hint').textContent = text;
   await showList();
 }
 
@@ -117,7 +139,7 @@ function showAddressed() {
   if (!name) return;
   showing = showing.then(async () => {
     const recording = (await showList()).find((each) => each.name === name);
-    if (!recording) return report({text: `There is no recording “${name}”.`, fatal: true});
+    if (!recording) return showNone(`There is no recording “${name}”.`);
     await show(recording, players[player] && recording[players[player].needs] ? player : defaultPlayer(recording));
   }).catch((error) => report({text: String(error), fatal: true}));
 }
@@ -141,6 +163,25 @@ function seekableRange() {
   return seekable.length ? [seekable.start(0), seekable.end(seekable.length - 1)] : [0, 0];
 }
 
+// Seconds of the chosen recording; of one in progress as far as the player knows.
+function duration() {
+  const {recording, description} = shown ?? {};
+  return description?.frameRate && !recording.inProgress ? description.seconds : seekableRange()[1] - firstPicture;
+}
+
+// The times between which the position moves: up to the middle of the last frame. Audio may last longer, but players show
+// no frame there.
+function timeLine() {
+  const [first, last] = seekableRange();
+  const halfFrame = 0.5 / (shown?.description?.frameRate || Infinity);
+  return [first, Math.max(first, Math.min(last, firstPicture + duration()) - halfFrame)];
+}
+
+function seek(seconds) {
+  const [first, last] = timeLine();
+  video.currentTime = Math.min(last, Math.max(first, seconds));
+}
+
 const kMostDelayedFrames = 16;  // maximum frames that H.264 lets a decoder hold back
 
 function frameShown(rate) {
@@ -149,8 +190,9 @@ function frameShown(rate) {
   return Math.round((pictureTime - firstPicture) * rate);
 }
 
+// Times are displayed like frame numbers, from the first frame on.
 function showTime() {
-  const [first, last] = seekableRange();
+  const [first, last] = timeLine();
   const position = at('position');
   position.min = first;
   position.max = last;
@@ -159,7 +201,8 @@ function showTime() {
     (i) => video.buffered.start(i) <= video.currentTime + 0.1 && video.currentTime <= video.buffered.end(i));
   const share = (time) => last > first ? Math.min(1, Math.max(0, (time - first) / (last - first))) * 100 : 0;
   at('buffered').style.width = `${ahead === undefined ? 0 : share(video.buffered.end(ahead))}%`;
-  at('time').textContent = `${timeText(video.currentTime)} / ${timeText(last)}`;
+  const whole = duration();
+  at('time').textContent = `${timeText(Math.min(whole, video.currentTime - firstPicture))} / ${timeText(whole)}`;
   const rate = shown?.description?.frameRate;
   at('frame').textContent = rate ? `frame ${frameShown(rate)}` : '';
   at('play').textContent = video.paused || video.ended ? 'Play' : 'Pause';
@@ -184,8 +227,7 @@ function step(frames) {
   const rate = shown?.description?.frameRate;
   if (!rate) return;
   video.pause();
-  const [first, last] = seekableRange();
-  video.currentTime = Math.min(last, Math.max(first, (Math.round(pictureTime * rate) + frames + 0.5) / rate));
+  seek((Math.round(pictureTime * rate) + frames + 0.5) / rate);
 }
 
 function setSpeed() {
@@ -205,11 +247,18 @@ function toggleWhole() {
   else at('screen').requestFullscreen();
 }
 
+// Whether the focused control was reached with the Tab key. The space bar operates such a control; one that was clicked
+// leaves all keys to the page.
+let focusedByKeyboard = false;
+document.addEventListener('keydown', (event) => { focusedByKeyboard ||= event.key === 'Tab'; }, true);
+document.addEventListener('pointerdown', () => { focusedByKeyboard = false; }, true);
+
 const keys = {' ': togglePlay, ',': () => step(-1), '.': () => step(1), 'c': toggleCaptions, 'f': toggleWhole};
 document.addEventListener('keydown', (event) => {
-  if (event.ctrlKey || event.altKey || event.metaKey || event.target.matches('select, input, button')) return;
-  if (!(event.key in keys) || !shown) return;
+  if (event.ctrlKey || event.altKey || event.metaKey || !(event.key in keys) || !shown) return;
+  if (event.key === ' ' && focusedByKeyboard && event.target.matches('select, button')) return;
   event.preventDefault();
+  if (!focusedByKeyboard) event.target.blur();  // else some browsers click a button when the space bar is released
   keys[event.key]();
 });
 at('play').onclick = video.onclick = togglePlay;
@@ -217,7 +266,7 @@ at('back').onclick = () => step(-1);
 at('forward').onclick = () => step(1);
 at('captions').onclick = toggleCaptions;
 at('whole').onclick = toggleWhole;
-at('position').oninput = () => { video.currentTime = Number(at('position').value); };
+at('position').oninput = () => seek(Number(at('position').value));
 at('speed').onchange = setSpeed;
 video.addEventListener('playing', setSpeed);  // players reset it
 at('volume').oninput = () => { video.volume = Number(at('volume').value); };

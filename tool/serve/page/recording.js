@@ -41,12 +41,13 @@ export function readManifest(text) {
     const [first, last] = (element?.getAttribute(name) ?? '0-0').split('-').map(Number);
     return {first, last};
   };
+  const frameRate = rate / (scale || 1), seconds = secondsOf(root.getAttribute('mediaPresentationDuration'));
   return {
     width: Number(video?.getAttribute('width') ?? 0),
     height: Number(video?.getAttribute('height') ?? 0),
-    frameRate: rate / (scale || 1),
+    frameRate,
     codecs,
-    seconds: secondsOf(root.getAttribute('mediaPresentationDuration')),
+    seconds: frameRate ? Math.round(seconds * frameRate) / frameRate : seconds,  // rounded in the manifest
     file: nameOf(video?.getElementsByTagName('BaseURL')[0]?.textContent ?? ''),
     initialization: range(video?.getElementsByTagName('Initialization')[0], 'range'),
     segmentSeconds: Number(list?.getAttribute('duration') ?? 0) / Number(list?.getAttribute('timescale') ?? 1),
