@@ -4,8 +4,7 @@
 #include <new>
 
 #include "mp4box/boxes/sidx.h"
-#include "mp4box/file_bytes.h"
-#include "mp4box/fragment_tree.h"
+#include "streaming/index/fragment_bytes.h"
 #include "streaming/index/messages.h"
 
 namespace fmp4 {
@@ -223,17 +222,11 @@ Result FragmentIndex::readIndex(Mp4Stream& stream, const Mp4Box& header, Mp4BoxP
 }
 
 std::optional<std::uint32_t> FragmentIndex::countFragment(Mp4Stream& stream, const Mp4Box& header) {
-  const std::uint64_t left = fileSize() - std::min(header.position, fileSize());
-  const std::uint64_t held = std::min(header.size, left);
-  Mp4FileBytes bytes;
-  const bool inMemory = bytes.fetch(stream, header.position, std::min(held + kMaxHeader, left)).ok();
-  const FragmentCounts* counts = nullptr;
-  if (inMemory && held == header.size)
-    counts = counter_.countBytes({bytes.data(), static_cast<std::size_t>(held)});
+  FragmentBytes bytes(stream, header, fileSize());
+  const FragmentCounts* counts = counter_.countBytes(bytes.whole());
   if (!counts) {
     std::unique_ptr<Mp4Tree> tree;
-    Mp4MemoryStream memory(bytes.data(), inMemory ? held : 0, header.position);
-    const Result read = Mp4ReadFragmentTree(inMemory ? memory : stream, header.position, fileSize(), tree);
+    const Result read = bytes.readTree(tree);
     file_.note(header, read);
     if (!read.ok()) return std::nullopt;
     file_.noteAll(tree->defects());
