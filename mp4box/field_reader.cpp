@@ -2,28 +2,10 @@
 
 #include <algorithm>
 
-#include "base/bytes.h"
-
 namespace fmp4 {
-
-std::span<const std::uint8_t> Mp4FieldReader::take(std::uint64_t count) {
-  if (count > left_.size()) {
-    fail(Defect::PayloadTruncated);
-    left_ = {};
-    return {};
-  }
-  const auto taken = left_.first(static_cast<std::size_t>(count));
-  left_ = left_.subspan(taken.size());
-  return taken;
-}
 
 std::uint8_t Mp4FieldReader::ahead(std::uint64_t offset) const {
   return offset < left_.size() ? left_[static_cast<std::size_t>(offset)] : std::uint8_t{0};
-}
-
-void Mp4FieldReader::number(const char*, std::uint64_t& value, unsigned bytes, Mp4Number) {
-  value = 0;
-  for (const std::uint8_t byte : take(bytes)) value = value << 8 | byte;
 }
 
 void Mp4FieldReader::bytes(const char*, std::span<std::uint8_t> bytes) {

@@ -1,6 +1,7 @@
 // Reads the fields of a payload from memory.
 #pragma once
 
+#include "base/bytes.h"
 #include "base/result.h"
 #include "mp4box/fields.h"
 
@@ -32,14 +33,32 @@ class Mp4FieldReader : public Mp4Fields {
 
  protected:
   void countPastEnd() override { fail(Defect::CountPastBox); }
-  void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) override;
+  // Defined here, so that a payload whose reader is known at compile time is read without calls.
+  void number(const char*, std::uint64_t& value, unsigned bytes, Mp4Number) override {
+    const auto taken = take(bytes);
+    if (taken.size() == 4) {
+      value = Mp4LoadU32(taken.data());
+      return;
+    }
+    value = 0;
+    for (const std::uint8_t byte : taken) value = value << 8 | byte;
+  }
 
  private:
   void fail(Defect defect) {
     if (result_.ok()) result_ = defect;
   }
   // The next `count` bytes. If fewer are left, returns none and ends the reading.
-  std::span<const std::uint8_t> take(std::uint64_t count);
+  std::span<const std::uint8_t> take(std::uint64_t count) {
+    if (count > left_.size()) {
+      fail(Defect::PayloadTruncated);
+      left_ = {};
+      return {};
+    }
+    const auto taken = left_.first(static_cast<std::size_t>(count));
+    left_ = left_.subspan(taken.size());
+    return taken;
+  }
 
   std::span<const std::uint8_t> payload_;
   std::span<const std::uint8_t> left_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "base/bytes.h"
+
 namespace fmp4 {
 
 // Reads the next top-level box with `read(source, box)`, which receives a stream at its first byte and sets
@@ -46,11 +48,29 @@ Result Mp4TopLevelReader::appendFrom(Mp4Stream& source) try {
   return Defect::OutOfMemory;
 }
 
+Result Mp4TopLevelReader::admitNext(Mp4Stream& source, Mp4Box& header) {
+  constexpr std::uint64_t kHeader = 8;
+  const std::uint64_t left = root()->size - std::min(nextOffset_, root()->size);
+  const std::uint8_t* const bytes = left >= kHeader ? source.view(nextOffset_, kHeader) : nullptr;
+  const std::uint32_t size = bytes ? Mp4LoadU32(bytes) : 0;
+  const std::uint32_t type = bytes ? Mp4LoadU32(bytes + 4) : 0;
+  // Any other size, and the header of a "uuid" box, take more than these bytes to tell.
+  const bool ordinary = size >= kHeader && size <= left && type != Mp4FourCc("uuid");
+  if (!ordinary) return Mp4AdmitBox(source, root(), header);
+  header.position = nextOffset_;
+  header.type = type;
+  header.shortsize = size;
+  header.size = size;
+  header.father = root();
+  header.tree = this;
+  return admit(source, header);
+}
+
 Result Mp4TopLevelReader::passNext(const Visitor& visit) {
   Mp4Box header;
   return next([&](Mp4Stream& source, const Mp4Box*& box) -> Result {
     box = &header;
-    if (const Result result = Mp4AdmitBox(source, root(), header); !result.ok()) {
+    if (const Result result = admitNext(source, header); !result.ok()) {
       note(header, result);
       return result;
     }

@@ -19,7 +19,7 @@ struct Mp4Window {
 // A stream on top of another that keeps a window of its file in memory. Reads inside the window need no file
 // access, and every file read fetches at least `ahead` bytes. The file is assumed to be `size` bytes long and
 // not to change where it has been read.
-class Mp4WindowStream : public Mp4Stream {
+class Mp4WindowStream final : public Mp4Stream {
  public:
   // `file` and `window` must outlive the stream.
   Mp4WindowStream(Mp4Stream& file, Mp4Window& window, std::uint64_t size, std::uint64_t ahead)

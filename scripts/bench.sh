@@ -67,6 +67,7 @@ measure() {
 }
 measure bench_load "Starting"
 measure bench_open_day "Opening a recording of a day"
+measure bench_open_manifest "Opening a day through its manifest"
 measure bench_random_frames "Reading frames at random"
 measure bench_read_frames "Reading every frame"
 measure bench_decode_audio "Decoding AAC"

@@ -3,28 +3,13 @@
 #include <algorithm>
 
 #include "mp4box/boxes/mfhd.h"
-#include "mp4box/field_reader.h"
-#include "streaming/index/box_walk.h"
-#include "streaming/index/run_bytes.h"
+#include "streaming/index/fragment_walk.h"
 
 namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kMoof = Mp4FourCc("moof");
 constexpr std::uint32_t kMfhd = Mp4FourCc("mfhd");
-constexpr std::uint32_t kTraf = Mp4FourCc("traf");
-constexpr std::uint32_t kTfhd = Mp4FourCc("tfhd");
-constexpr std::uint32_t kTfdt = Mp4FourCc("tfdt");
-constexpr std::uint32_t kTrun = Mp4FourCc("trun");
-
-template <class Payload>
-Payload read(std::span<const std::uint8_t> bytes) {
-  Payload payload;
-  Mp4FieldReader reader(bytes);
-  payload.fields(reader);
-  return payload;
-}
 
 }  // namespace
 
@@ -104,88 +89,35 @@ const FragmentCounts& FragmentCounter::count(const Mp4Box* moof) {
   return result();
 }
 
-// Counts over the bytes of one fragment. Its functions return false for a fragment that is not regular.
-class FragmentCounter::Walk {
+// Counts what a walk over the bytes of one fragment meets.
+class FragmentCounter::Visitor {
  public:
-  explicit Walk(FragmentCounter& counter) : counter_(counter) {}
+  explicit Visitor(FragmentCounter& counter) : counter_(counter) {}
 
-  bool fragment(std::span<const std::uint8_t> moof) {
-    BoxWalk top(moof);
-    if (top.next() != BoxWalk::Step::Box || top.type() != kMoof || top.payload().size() + 8 != moof.size())
-      return false;
-    BoxWalk children(content(top));
-    BoxWalk::Step step;
-    while ((step = children.next()) == BoxWalk::Step::Box) {
-      if (!countBox() || !(children.type() == kTraf ? trackFragment(content(children)) : otherBox(children)))
-        return false;
-      if (children.type() == kMfhd && !counter_.counts_.hasHeader) {
-        counter_.counts_.hasHeader = true;
-        counter_.counts_.sequenceNumber =
-            read<mp4::MovieFragmentHeaderBox>(children.payload()).sequenceNumber;
-      }
+  void header(std::span<const std::uint8_t> payload) {
+    if (counter_.counts_.hasHeader) return;
+    counter_.counts_.hasHeader = true;
+    counter_.counts_.sequenceNumber = readPayload<mp4::MovieFragmentHeaderBox>(payload).sequenceNumber;
+  }
+
+  // Counts the runs for the tracks that the track fragment belongs to (findTrackFragment).
+  void track(const TrackFragmentBytes& fragment) {
+    for (Sought& sought : counter_.sought_) {
+      if (sought.found || !(fragment.headerLast || fragment.header.trackId == sought.track.trackId)) continue;
+      sought.found = true;
+      const SampleDefaults defaults(&fragment.header, sought.track.trex);
+      fragment.forEachRun([&](const RunBytes& run) { counter_.add(sought, run, defaults); });
     }
-    return step == BoxWalk::Step::End;
   }
 
  private:
-  // The children of a container. One with room for a single empty box only has none.
-  static std::span<const std::uint8_t> content(const BoxWalk& container) {
-    return container.payload().size() > 8 ? container.payload() : std::span<const std::uint8_t>{};
-  }
-
-  // A tree of more boxes may reach its limit.
-  bool countBox() {
-    constexpr std::uint32_t kMaxBoxes = 100'000;
-    return ++boxes_ <= kMaxBoxes;
-  }
-
-  // Whether a box between those that are counted changes nothing: one without children that is always read.
-  static bool otherBox(const BoxWalk& box) {
-    if (box.type() == kMfhd || box.type() == kTfhd || box.type() == kTfdt) return true;
-    const Mp4BoxReader reader = Mp4FindBoxType(box.type()).reader;
-    return reader == Mp4ReadLeaf || reader == Mp4ReadUnknown || reader == Mp4ReadMediaData;
-  }
-
-  bool trackFragment(std::span<const std::uint8_t> traf) {
-    std::span<const std::uint8_t> header;
-    std::uint32_t headers = 0;
-    bool headerLast = false;
-    BoxWalk children(traf);
-    BoxWalk::Step step;
-    while ((step = children.next()) == BoxWalk::Step::Box) {
-      const bool isRun = children.type() == kTrun;
-      if (!countBox() || (!isRun && !otherBox(children))) return false;
-      headerLast = children.type() == kTfhd;
-      if (!headerLast) continue;
-      header = children.payload();
-      ++headers;
-    }
-    if (step != BoxWalk::Step::End || headers > 1) return false;
-    if (headers == 1) countRuns(read<mp4::TrackFragmentHeaderBox>(header), headerLast, traf);
-    return true;
-  }
-
-  // Counts the runs of a track fragment for the tracks that it belongs to (findTrackFragment).
-  void countRuns(const mp4::TrackFragmentHeaderBox& header, bool headerLast,
-                 std::span<const std::uint8_t> traf) {
-    for (Sought& sought : counter_.sought_) {
-      if (sought.found || !(headerLast || header.trackId == sought.track.trackId)) continue;
-      sought.found = true;
-      const SampleDefaults defaults(&header, sought.track.trex);
-      BoxWalk children(traf);
-      while (children.next() == BoxWalk::Step::Box) {
-        if (children.type() == kTrun) counter_.add(sought, RunBytes(children.payload()), defaults);
-      }
-    }
-  }
-
   FragmentCounter& counter_;
-  std::uint32_t boxes_ = 0;
 };
 
 const FragmentCounts* FragmentCounter::countBytes(std::span<const std::uint8_t> moof) {
   start();
-  return Walk(*this).fragment(moof) ? &result() : nullptr;
+  Visitor visitor(*this);
+  return FragmentWalk(visitor).walk(moof) ? &result() : nullptr;
 }
 
 }  // namespace fmp4

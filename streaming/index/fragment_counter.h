@@ -58,7 +58,7 @@ class FragmentCounter {
     AudioClock clock{};
     bool found = false;  // in the fragment being counted
   };
-  class Walk;
+  class Visitor;
 
   void start();
   template <class Run>

@@ -4,8 +4,7 @@
 #include <new>
 
 #include "mp4box/boxes/sidx.h"
-#include "mp4box/file_bytes.h"
-#include "mp4box/fragment_tree.h"
+#include "streaming/index/fragment_bytes.h"
 #include "streaming/index/messages.h"
 
 namespace fmp4 {
@@ -66,6 +65,7 @@ Result FragmentIndex::orOutOfMemory(Work work) try {
   entries_.clear();
   for (auto& amounts : audio_) amounts.clear();
   order_.clear();
+  ascending_ = true;
   converged_ = false;
   messages::reportIndexError(messages::kNoMoofArrayMemory);
   return Defect::OutOfMemory;
@@ -91,6 +91,7 @@ void FragmentIndex::addEntry(std::uint32_t number) {
   const FragmentEntry& entry = entries_[number];
   converged_ = false;
   if (entry.sequenceNumber != 0) {
+    if (!order_.empty() && entries_[order_.back()].sequenceNumber >= entry.sequenceNumber) ascending_ = false;
     order_.push_back(number);
     largestVideoSample_ = std::max(largestVideoSample_, entry.largestVideoSample);
   }
@@ -223,17 +224,11 @@ Result FragmentIndex::readIndex(Mp4Stream& stream, const Mp4Box& header, Mp4BoxP
 }
 
 std::optional<std::uint32_t> FragmentIndex::countFragment(Mp4Stream& stream, const Mp4Box& header) {
-  const std::uint64_t left = fileSize() - std::min(header.position, fileSize());
-  const std::uint64_t held = std::min(header.size, left);
-  Mp4FileBytes bytes;
-  const bool inMemory = bytes.fetch(stream, header.position, std::min(held + kMaxHeader, left)).ok();
-  const FragmentCounts* counts = nullptr;
-  if (inMemory && held == header.size)
-    counts = counter_.countBytes({bytes.data(), static_cast<std::size_t>(held)});
+  FragmentBytes bytes(stream, header, fileSize());
+  const FragmentCounts* counts = counter_.countBytes(bytes.whole());
   if (!counts) {
     std::unique_ptr<Mp4Tree> tree;
-    Mp4MemoryStream memory(bytes.data(), inMemory ? held : 0, header.position);
-    const Result read = Mp4ReadFragmentTree(inMemory ? memory : stream, header.position, fileSize(), tree);
+    const Result read = bytes.readTree(tree);
     file_.note(header, read);
     if (!read.ok()) return std::nullopt;
     file_.noteAll(tree->defects());
@@ -280,19 +275,21 @@ std::uint32_t FragmentIndex::amount(const FragmentEntry& entry, TrackRole role) 
 void FragmentIndex::settle() {
   if (converged_) return;
   converged_ = true;
-  const auto byNumber = [this](std::uint32_t a, std::uint32_t b) {
+  if (!ascending_) sortByNumber();
+  reachable_ = rankAtOrAfter(fragmentCount_);
+  for (unsigned role = 0; role < kTrackRoles; ++role) sumUp(static_cast<TrackRole>(role));
+}
+
+void FragmentIndex::sortByNumber() {
+  std::stable_sort(order_.begin(), order_.end(), [this](std::uint32_t a, std::uint32_t b) {
     return entries_[a].sequenceNumber < entries_[b].sequenceNumber;
-  };
-  if (!std::is_sorted(order_.begin(), order_.end(), byNumber)) {
-    std::stable_sort(order_.begin(), order_.end(), byNumber);
-  }
+  });
   // Of entries with the same number, the last one added is kept.
   const auto sameNumber = [this](std::uint32_t a, std::uint32_t b) {
     return entries_[a].sequenceNumber == entries_[b].sequenceNumber;
   };
   order_.erase(order_.begin(), std::unique(order_.rbegin(), order_.rend(), sameNumber).base());
-  reachable_ = rankAtOrAfter(fragmentCount_);
-  for (unsigned role = 0; role < kTrackRoles; ++role) sumUp(static_cast<TrackRole>(role));
+  ascending_ = true;
 }
 
 void FragmentIndex::sumUp(TrackRole role) {

@@ -168,6 +168,7 @@ class FragmentIndex {
 
   // Sorts the entries by sequence number and updates the sums after additions.
   void settle();
+  void sortByNumber();
   void sumUp(TrackRole role);
   const FragmentEntry& at(std::size_t rank) const { return entries_[order_[rank]]; }
   static std::uint32_t amount(const FragmentEntry& entry, TrackRole role);
@@ -187,6 +188,7 @@ class FragmentIndex {
   std::vector<std::deque<AudioAmount>> audio_;  // for each audio track, by entry
   // The entries of the index: in the order of their addition, by sequence number after settle().
   std::deque<std::uint32_t> order_;
+  bool ascending_ = true;  // whether its sequence numbers rise without fail
   bool converged_ = true;
   std::size_t reachable_ = 0;  // number of entries below fragmentCount_
   // The sums of the amounts before every kSumInterval-th reachable entry, and their total at the end.

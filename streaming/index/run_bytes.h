@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <span>
 
@@ -22,8 +21,10 @@ class RunBytes {
     sampleCount = take();
     if (flags_ & Run::kDataOffset) take();
     if (flags_ & Run::kFirstSampleFlags) take();
-    stride_ = placeOf(Run::kCompositionOffset << 1);
-    sizePlace_ = placeOf(Run::kSampleSize);
+    // A value of four bytes for each flag, in the order of the flags.
+    sizePlace_ = hasDuration() ? 4 : 0;
+    stride_ = sizePlace_ + (hasSize() ? 4 : 0) + (flags_ & Run::kSampleFlags ? 4 : 0) +
+              (flags_ & Run::kCompositionOffset ? 4 : 0);
     if (stride_ == 0) return;
     sampleCount = static_cast<std::uint32_t>(std::min<std::uint64_t>(sampleCount, left_.size() / stride_));
   }
@@ -45,11 +46,6 @@ class RunBytes {
     const std::uint32_t value = Mp4LoadU32(left_.data());
     left_ = left_.subspan(4);
     return value;
-  }
-  // Bytes of a sample's values before that of `flag`.
-  std::size_t placeOf(std::uint32_t flag) const {
-    constexpr std::uint32_t kPerSample = 0xF00;
-    return 4 * static_cast<std::size_t>(std::popcount(flags_ & kPerSample & (flag - 1)));
   }
 
   std::span<const std::uint8_t> left_;

@@ -71,13 +71,6 @@ TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   return fragment;
 }
 
-std::uint64_t sizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d) {
-  if (!run.hasSize()) return std::uint64_t{count} * d.size;
-  std::uint64_t sum = 0;
-  for (std::uint32_t i = 0; i < count; ++i) sum += run.size(i);
-  return sum;
-}
-
 SamplePosition sampleAtTime(const mp4::TrackRunBox& run, std::uint64_t time, const SampleDefaults& d) {
   SamplePosition position;
   if (!run.hasDuration()) {

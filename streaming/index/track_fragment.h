@@ -92,7 +92,13 @@ std::uint64_t captionFramesOf(const Run& run, const SampleDefaults& d, std::uint
 }
 
 // The total size of the first `count` samples of a run; likewise.
-std::uint64_t sizeOfSamples(const mp4::TrackRunBox& run, std::uint32_t count, const SampleDefaults& d);
+template <class Run>
+std::uint64_t sizeOfSamples(const Run& run, std::uint32_t count, const SampleDefaults& d) {
+  if (!run.hasSize()) return std::uint64_t{count} * d.size;
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < count; ++i) sum += run.size(i);
+  return sum;
+}
 
 // The largest sample size in a run.
 template <class Run>

@@ -41,28 +41,17 @@ struct Row {
   std::optional<FrameTime> time;
 };
 
-// Reads frames and finds their times.
-struct RowReader {
-  VideoReader& video;
-  const FrameTimes& times;
-
-  Row read(std::uint32_t frame) const;
-};
-
-Row RowReader::read(std::uint32_t frame) const {
+// All of a row but its time.
+Row readRow(VideoReader& video, std::uint32_t frame) {
   const DFRAME& descriptor = video.read(frame);
-  const std::span<const std::uint8_t> sample = video.sample();
-  Row row = {frame,
-             descriptor.bytes,
-             (descriptor.flags & DFRAME_KEY) != 0,
-             descriptor.compositionOffset,
-             crc32(sample),
-             {},
-             {},
-             times.of(frame, descriptor.bytes)};
-  row.cc608 = hexText(captionPair(descriptor));
-  row.cc708 = hexText(captionPacket(descriptor));
-  return row;
+  return {frame,
+          descriptor.bytes,
+          (descriptor.flags & DFRAME_KEY) != 0,
+          descriptor.compositionOffset,
+          crc32(video.sample()),
+          hexText(captionPair(descriptor)),
+          hexText(captionPacket(descriptor)),
+          {}};
 }
 
 // "-00:00:00.040" before the start.
@@ -87,14 +76,15 @@ std::string timesAsJson(const std::optional<FrameTime>& time) {
          member("presentationSeconds", jsonNumber(known.presentationSeconds));
 }
 
-// Prints rows as CSV, or as a JSON array of one object a line.
+// Prints rows with their times as CSV, or as a JSON array of one object a line. Rows come in frame order.
 class RowPrinter {
  public:
-  explicit RowPrinter(bool json) : json_(json) {
+  RowPrinter(FrameTimes& times, bool json) : times_(times), json_(json) {
     std::cout << (json_ ? "["
                         : "frame,size,key,compositionOffset,crc32,cc608,cc708,decodeTime,presentationTime\n");
   }
-  void print(const Row& row) {
+  void print(Row row) {
+    row.time = times_.of(row.frame, row.size);
     const std::string crc = hexText(row.crc32, 8);
     if (json_) {
       std::cout << (first_ ? "\n" : ",\n") << "{\"frame\": " << row.frame << ", \"size\": " << row.size
@@ -112,6 +102,7 @@ class RowPrinter {
   }
 
  private:
+  FrameTimes& times_;
   bool json_;
   bool first_ = true;
 };
@@ -144,22 +135,21 @@ class ShuffledFrames {
   std::unordered_map<std::uint32_t, std::uint32_t> moved_;
 };
 
-void printInOrder(const RowReader& reader, const FrameRange& range, RowPrinter& printer) {
+void printInOrder(VideoReader& video, const FrameRange& range, RowPrinter& printer) {
   Progress progress("reading", range.count, !outputIsTerminal());
   for (std::uint32_t i = 0; i < range.count; ++i) {
-    printer.print(reader.read(range.from + i));
+    printer.print(readRow(video, range.from + i));
     progress.show(i + 1);
   }
 }
 
-void printReadShuffled(const RowReader& reader, const FrameRange& range, std::uint64_t seed,
-                       RowPrinter& printer) {
+void printReadShuffled(VideoReader& video, const FrameRange& range, std::uint64_t seed, RowPrinter& printer) {
   std::vector<Row> rows;
   {
     Progress progress("reading", range.count);
     ShuffledFrames order(range, seed);
     while (rows.size() < range.count) {
-      rows.push_back(reader.read(order.next()));
+      rows.push_back(readRow(video, order.next()));
       progress.show(rows.size());
     }
   }
@@ -172,13 +162,12 @@ bool frames(const Invocation& invocation, const FramesOptions& options) {
   const MediaFile file = plugin.open(options.file);
   VideoReader video(*file, options.file);
   const FrameRange range = video.range(options.selection);
-  const FrameTimes times(options.file);
-  const RowReader reader{video, times};
-  RowPrinter printer(options.json);
+  FrameTimes times(options.file);
+  RowPrinter printer(times, options.json);
   if (options.seed)
-    printReadShuffled(reader, range, *options.seed, printer);
+    printReadShuffled(video, range, *options.seed, printer);
   else
-    printInOrder(reader, range, printer);
+    printInOrder(video, range, printer);
   printer.end();
   return true;
 }

@@ -37,10 +37,7 @@ struct DecodableVideo {
 class VideoCollector {
  public:
   VideoCollector(CAMediaFile& file, const ExportRequest& request)
-      : request_(request),
-        reader_(file, request.input),
-        times_(request.input),
-        annexB_(annexBOf(file, request.input)) {}
+      : request_(request), reader_(file, request.input), annexB_(annexBOf(file, request.input)) {}
 
   std::uint32_t selectedFrame() const { return reader_.range(request_.selection).from; }
 
@@ -53,10 +50,11 @@ class VideoCollector {
  private:
   DecodableVideo collect(std::uint32_t key, std::uint32_t last) {
     DecodableVideo video;
+    FrameTimes times(request_.input);
     bool allKnown = true;
     for (std::uint32_t frame = key; frame <= last; ++frame) {
       const DFRAME& descriptor = reader_.read(frame);
-      const std::optional<FrameTime> known = times_.of(frame, descriptor.bytes);
+      const std::optional<FrameTime> known = times.of(frame, descriptor.bytes);
       allKnown = allKnown && known;
       const std::int64_t time = known ? known->compositionTicks : std::int64_t{frame};
       const bool leading = !video.times.empty() && time < video.times.front();
@@ -74,7 +72,6 @@ class VideoCollector {
 
   const ExportRequest& request_;
   VideoReader reader_;
-  FrameTimes times_;
   AnnexB annexB_;
 };
 

@@ -2,31 +2,64 @@
 
 #include <algorithm>
 
-#include "base/fourcc.h"
 #include "base/user_error.h"
-#include "tool/host/movie_file.h"
+#include "streaming/index/fragment_bytes.h"
+#include "tool/source/source_tracks.h"
 
 namespace fmp4 {
 
-FrameTimes::FrameTimes(const std::string& name) {
+FrameTimes::FrameTimes(const std::string& name) : file_(openedFiles(name).media) {
   try {
-    file_.emplace(openedFiles(name).media);
+    if (file_.isOpen()) openVideo();
   } catch (const UserError&) {
-    return;
+    video_.clear();
   }
-  const auto& tracks = file_->tracks();
-  const auto video = std::find_if(tracks.begin(), tracks.end(), [](const SourceTrack& track) {
-    return track.codec == Mp4FourCc("avc1") || track.codec == Mp4FourCc("hvc1");
-  });
-  if (video != tracks.end() && video->timescale != 0) video_ = &*video;
 }
 
-std::optional<FrameTime> FrameTimes::of(std::uint32_t frame, std::uint32_t size) const {
-  const std::size_t index = video_ ? video_->tableSamples + frame : 0;
-  if (!video_ || index >= video_->samples.size()) return std::nullopt;
-  const SourceSample sample = video_->samples[index];
+void FrameTimes::openVideo() {
+  for (SourceTrack& track : readMovie(file_.movie(), file_.root()->size)) {
+    const bool isVideo = track.codec == Mp4FourCc("avc1") || track.codec == Mp4FourCc("hvc1");
+    if (!isVideo || !video_.empty()) continue;
+    track.samples.clear();  // the plug-in reads fragments alone
+    video_.push_back(std::move(track));
+  }
+  if (!video_.empty() && video_.front().timescale == 0) video_.clear();
+  for (Mp4Box* box = file_.root()->first; box && !video_.empty(); box = box->next)
+    if (box->type == Mp4FourCc("moof")) addFragment(box);
+}
+
+void FrameTimes::addFragment(Mp4Box* moof) {
+  readFragment(file_.movie(), moof, file_.root()->size, video_);
+}
+
+bool FrameTimes::readOn() {
+  first_ += video_.front().samples.size();
+  video_.front().samples.clear();
+  bool readable = true;
+  const auto visit = [&](Mp4Stream& stream, const Mp4Box& box) {
+    if (box.type != Mp4FourCc("moof")) return;
+    std::unique_ptr<Mp4Tree> tree;
+    readable = FragmentBytes(stream, box, file_.root()->size).readTree(tree).ok();
+    if (readable) addFragment(tree->root()->first);
+  };
+  while (readable && video_.front().samples.empty()) {
+    if (!file_.boxes().passNext(visit).ok()) return false;
+  }
+  return readable;
+}
+
+std::optional<FrameTime> FrameTimes::of(std::uint32_t frame, std::uint32_t size) {
+  try {
+    while (!video_.empty() && frame >= first_ + video_.front().samples.size())
+      if (!readOn()) video_.clear();
+  } catch (const UserError&) {
+    video_.clear();
+  }
+  if (video_.empty() || frame < first_) return std::nullopt;
+  const SourceTrack& video = video_.front();
+  const SourceSample sample = video.samples[static_cast<std::size_t>(frame - first_)];
   if (sample.size != size) return std::nullopt;
-  return FrameTime{video_->timescale, sample.decodeTime, sample.presentationTime(), video_->present(sample)};
+  return FrameTime{video.timescale, sample.decodeTime, sample.presentationTime(), video.present(sample)};
 }
 
 }  // namespace fmp4

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "tool/source/source_file.h"
+#include "tool/host/movie_file.h"
+#include "tool/source/sample_source.h"
 
 namespace fmp4 {
 
@@ -18,19 +20,27 @@ struct FrameTime {
   double decodeSeconds() const { return static_cast<double>(decodeTicks) / timescale; }
 };
 
+// Reads the file's fragments as far as frames have been asked for, each once, and keeps one of them. So
+// frames are asked for in ascending order.
 class FrameTimes {
  public:
-  // Of the video that the plug-in reads for `name`, a media file or a manifest. Reads the file's boxes; of a
-  // file that is damaged no times are known.
+  // Of the video that the plug-in reads for `name`, a media file or a manifest.
   explicit FrameTimes(const std::string& name);
 
-  // Of a frame that the plug-in delivers with `size` bytes. Nothing when the file has another frame there:
-  // the plug-in goes by sequence numbers, this by the order of the file.
-  std::optional<FrameTime> of(std::uint32_t frame, std::uint32_t size) const;
+  // Of a frame that the plug-in delivers with `size` bytes, after those asked for before. Nothing when the
+  // file has another frame there: the plug-in goes by sequence numbers, this by the order of the file. Nor is
+  // anything known from where the file is damaged.
+  std::optional<FrameTime> of(std::uint32_t frame, std::uint32_t size);
 
  private:
-  std::optional<SourceFile> file_;
-  const SourceTrack* video_ = nullptr;  // of the file; null without times
+  void openVideo();
+  // Goes on to the next fragment with frames. Returns whether there is one.
+  bool readOn();
+  void addFragment(Mp4Box* moof);
+
+  MovieFile file_;
+  std::vector<SourceTrack> video_;  // with the frames held; empty when no more are known
+  std::uint64_t first_ = 0;         // number of the first of them
 };
 
 }  // namespace fmp4

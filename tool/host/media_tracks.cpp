@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <memory>
 
 #include "base/text.h"
 #include "base/user_error.h"
@@ -19,7 +18,7 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/undecoded_audio.h"
-#include "tool/source/source_file.h"
+#include "tool/source/counted_tracks.h"
 
 namespace fmp4 {
 
@@ -51,11 +50,11 @@ std::vector<std::uint8_t> beginningOf(Mp4Stream& stream, const Mp4Box* box) {
 }
 
 // Fills in what the sample entry of a track says.
-void describeCodec(Mp4Stream& stream, Mp4Box* entry, const SourceTrack* samples, MediaTrack& track) {
+void describeCodec(Mp4Stream& stream, Mp4Box* entry, const SourceTrack* source, MediaTrack& track) {
   if (!entry) return;
   track.codec = entry->type;
   track.codecName = codecName(entry->type);
-  const std::vector<std::uint8_t> config = samples ? samples->configuration : std::vector<std::uint8_t>();
+  const std::vector<std::uint8_t> config = source ? source->configuration : std::vector<std::uint8_t>();
   CodecProfile profile;
   if (entry->type == Mp4FourCc("hvc1") || entry->type == Mp4FourCc("hev1"))
     profile = hevcProfile(beginningOf(stream, Mp4BoxChild(entry, Mp4FourCc("hvcC"))));
@@ -69,24 +68,22 @@ void describeCodec(Mp4Stream& stream, Mp4Box* entry, const SourceTrack* samples,
   track.layout = layoutOfCount(audio->channels());
   if (const auto* ac3 = payloadIn<mp4::AC3SpecificBox>(entry, "dac3")) {
     track.layout = ac3Layout(*ac3);
-  } else if (entry->type == Mp4FourCc("mp4a") && samples) {
-    if (const char* other = Mp4OtherAudioCodec(samples->objectType)) track.codecName = other;
+  } else if (entry->type == Mp4FourCc("mp4a") && source) {
+    if (const char* other = Mp4OtherAudioCodec(source->objectType)) track.codecName = other;
     track.profile = aacProfile(config);
     if (const ChannelLayout layout = aacLayout(config); layout.channels != 0) track.layout = layout;
   }
 }
 
-void countSamples(const SourceTrack& samples, MediaTrack& track) {
-  track.width = samples.width;
-  track.height = samples.height;
-  track.samples = samples.samples.size();
-  for (const SourceSample sample : samples.samples) {
-    track.bytes += sample.size;
-    track.durationTicks += sample.duration;
-  }
+void takeCounts(const CountedTrack& counted, MediaTrack& track) {
+  track.width = counted.track.width;
+  track.height = counted.track.height;
+  track.samples = counted.samples;
+  track.bytes = counted.bytes;
+  track.durationTicks = counted.ticks;
 }
 
-MediaTrack describe(MovieFile& file, Mp4Box* trak, std::uint32_t place, const SourceTrack* samples) {
+MediaTrack describe(MovieFile& file, Mp4Box* trak, std::uint32_t place, const CountedTrack* counted) {
   MediaTrack track;
   const auto* header = payloadIn<mp4::TrackHeaderBox>(trak, "tkhd");
   track.id = header ? header->trackId : place + 1;
@@ -96,28 +93,28 @@ MediaTrack describe(MovieFile& file, Mp4Box* trak, std::uint32_t place, const So
     track.language = languageOf(*media);
     track.timescale = media->timescale;
   }
-  if (samples) countSamples(*samples, track);
-  describeCodec(file.stream(), Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]"), samples, track);
+  if (counted) takeCounts(*counted, track);
+  describeCodec(file.stream(), Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]"),
+                counted ? &counted->track : nullptr, track);
   return track;
 }
 
-// Null for a damaged file: what its headers say is known nevertheless.
-std::unique_ptr<SourceFile> openSource(const std::string& path) {
+// None of a damaged file: what its headers say is known nevertheless.
+std::vector<CountedTrack> countedTracks(MovieFile& file) {
   try {
-    return std::make_unique<SourceFile>(path);
+    return countTracks(file.boxes());
   } catch (const UserError&) {
-    return nullptr;
+    return {};
   }
 }
 
 void addTracksOf(const std::string& path, std::vector<MediaTrack>& tracks) {
   MovieFile file(path);
   if (!file.isOpen()) return;
-  const std::unique_ptr<SourceFile> source = openSource(path);
+  const std::vector<CountedTrack> counted = countedTracks(file);
   const std::size_t first = tracks.size();
   for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), Mp4FourCc("trak"), i); ++i) {
-    const SourceTrack* const samples = source && i < source->tracks().size() ? &source->tracks()[i] : nullptr;
-    tracks.push_back(describe(file, trak, i, samples));
+    tracks.push_back(describe(file, trak, i, i < counted.size() ? &counted[i] : nullptr));
     tracks.back().file = vlName(vlPath(path).filename());
     tracks.back().read = true;
   }

@@ -27,6 +27,7 @@ class MovieFile {
 
   // For an open file; the object owns the boxes.
   Mp4Stream& stream() { return stream_; }
+  Mp4TopLevelReader& boxes() { return *file_; }
   Mp4Box* root() { return file_->root(); }
   Mp4Box* movie() { return Mp4BoxChild(root(), Mp4FourCc("moov")); }
   // Whether there is a fragment; reads on in the file to find out.

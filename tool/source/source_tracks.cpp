@@ -30,11 +30,11 @@
 
 namespace fmp4 {
 
-namespace {
-
-[[noreturn]] void damaged(const char* what) {
+void damagedSource(const char* what) {
   throw UserError(std::string("the source is damaged: ") + what + "; 'fmp4 boxes' shows what it holds");
 }
+
+namespace {
 
 template <class Payload>
 const Payload* payloadAt(Mp4Box* box, const char* path) {
@@ -140,19 +140,20 @@ class TableSamples {
 void addChunks(Mp4Box* table, TableSamples& samples) {
   const std::vector<std::uint64_t> chunks = chunkOffsets(table);
   const auto* stsc = payloadAt<mp4::SampleToChunkBox>(table, "stsc");
-  if (!stsc || stsc->entries.empty()) damaged("its samples have no chunks");
+  if (!stsc || stsc->entries.empty()) damagedSource("its samples have no chunks");
   for (std::size_t i = 0; i < stsc->entries.size(); ++i) {
     const auto& entry = stsc->entries[i];
     const std::uint64_t last =
         i + 1 < stsc->entries.size() ? stsc->entries[i + 1].firstChunk : chunks.size() + std::uint64_t{1};
-    if (entry.firstChunk == 0 || entry.firstChunk >= last) damaged("its runs of chunks are out of order");
+    if (entry.firstChunk == 0 || entry.firstChunk >= last)
+      damagedSource("its runs of chunks are out of order");
     for (std::uint64_t chunk = entry.firstChunk; chunk < last && chunk <= chunks.size(); ++chunk) {
       std::uint64_t offset = chunks[chunk - 1];
       for (std::uint32_t k = 0; k < entry.samplesPerChunk && !samples.done(); ++k)
         offset += samples.add(offset);
     }
   }
-  if (!samples.done()) damaged("its chunks hold fewer samples than it has sizes of");
+  if (!samples.done()) damagedSource("its chunks hold fewer samples than it has sizes of");
 }
 
 void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
@@ -160,7 +161,7 @@ void readTables(Mp4Box* table, std::uint64_t fileSize, SourceTrack& track) {
   if (!stsz || stsz->sampleCount == 0) return;
   // Samples of equal size have no table entries to bound their number; the file's size does.
   if (stsz->sampleSize != 0 && stsz->sampleCount > fileSize / stsz->sampleSize)
-    damaged("its samples are larger than the file");
+    damagedSource("its samples are larger than the file");
   TableSamples samples(table, *stsz, track.samples);
   addChunks(table, samples);
   const SourceSample last = track.samples.back();
@@ -224,7 +225,8 @@ NominalDuration nominalDurationOf(const SourceTrack& track, const mp4::TrackExte
 void readRun(const mp4::TrackRunBox& run, const SampleDefaults& defaults, std::uint64_t fileSize,
              SourceTrack& track, std::uint64_t& time, std::uint64_t& offset) {
   // A run without values of its own may state any sample count; each sample present takes a byte.
-  if (track.samples.size() + run.sampleCount > fileSize) damaged("it counts more samples than it has bytes");
+  if (track.samples.size() + run.sampleCount > fileSize)
+    damagedSource("it counts more samples than it has bytes");
   for (std::uint32_t i = 0; i < run.sampleCount; ++i) {
     SourceSample sample;
     sample.offset = offset;

@@ -18,4 +18,7 @@ std::vector<SourceTrack> readTracks(Mp4Stream& stream);
 std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end);
 void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<SourceTrack>& tracks);
 
+// Throws a UserError that says what is wrong with a source: "its samples have no chunks".
+[[noreturn]] void damagedSource(const char* what);
+
 }  // namespace fmp4

@@ -1,0 +1,109 @@
+// Samples added up where their bytes lie, held against the list of all samples.
+#include "tool/source/counted_tracks.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/corrupt/counted_reads.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/day_file.h"
+#include "tests/support/temp_folder.h"
+#include "tool/source/source_file.h"
+
+namespace fmp4 {
+
+namespace {
+
+std::vector<CountedTrack> countedTracksOf(const std::string& path) {
+  Mp4Stream stream;
+  stream.open(path.c_str(), MP4_MODE_READ);
+  return countTracks(*Mp4ReadRoot(stream, false));
+}
+
+void expectWhatTheListAddsUpTo(const std::string& path, const char* name) {
+  SourceFile listed(path);
+  const std::vector<CountedTrack> counted = countedTracksOf(path);
+  ASSERT_EQ(counted.size(), listed.tracks().size()) << name;
+  for (std::size_t i = 0; i < counted.size(); ++i) {
+    std::uint64_t bytes = 0, ticks = 0;
+    for (const SourceSample sample : listed.tracks()[i].samples) {
+      bytes += sample.size;
+      ticks += sample.duration;
+    }
+    EXPECT_EQ(counted[i].samples, listed.tracks()[i].samples.size()) << name << ", track " << i;
+    EXPECT_EQ(counted[i].bytes, bytes) << name << ", track " << i;
+    EXPECT_EQ(counted[i].ticks, ticks) << name << ", track " << i;
+  }
+}
+
+struct CountedLayout {
+  const char* name;
+  Bytes fragments;
+};
+
+std::vector<CountedLayout> countedLayouts() {
+  TrafSpec sized, timed, other, defaults;
+  sized.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1), sampleOf(300, 2)}}};
+  timed.runs = {RunSpec{kRunDuration | kRunSize, {sampleOf(7, 1, 900), sampleOf(9, 2, 1100)}},
+                RunSpec{kRunDuration | kRunSize, {sampleOf(11, 3, 1)}}};
+  other = sized;
+  other.trackId = 9;
+  defaults.flags = kDefaultDuration | kDefaultSize;
+  defaults.duration = 40;
+  defaults.size = 3;
+  defaults.runs = {RunSpec{0, {sampleOf(3, 1), sampleOf(3, 2)}}};
+  const Bytes plain = fragment(1, {sized}), last = fragment(2, {timed});
+  Bytes leftOver = plain;
+  const auto moofSize = static_cast<std::uint8_t>(leftOver[3] + 5);
+  leftOver[3] = moofSize;  // the bytes of the next box's header belong to the fragment
+  return {{"values of samples", join({plain, last})},
+          {"values of the track fragment", fragment(1, {defaults})},
+          {"a track fragment of another track", fragment(1, {other, sized})},
+          {"the same track twice", fragment(1, {sized, timed})},
+          {"no sequence number", fragment(std::nullopt, {sized})},
+          {"irregular between regular ones", join({plain, box("moof", {zeros(3)}), last})},
+          {"a fragment that is cut short", join({plain, Bytes(last.begin(), last.begin() + 60)})},
+          {"bytes left over in a fragment", join({leftOver, last})}};
+}
+
+TEST(CountedTracks, AddUpToWhatTheSamplesDo) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  for (const CountedLayout& layout : countedLayouts()) {
+    writeFile(file, join({fileTypeBox(), movieBox({videoTrack()}), layout.fragments}));
+    expectWhatTheListAddsUpTo(file, layout.name);
+  }
+}
+
+TEST(CountedTracks, OfFragmentsBeforeTheMovieBoxAreCountedToo) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  TrafSpec video;
+  video.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  writeFile(file, join({fragment(1, {video}), movieBox({videoTrack()}), fragment(2, {video})}));
+  expectWhatTheListAddsUpTo(file, "before and after");
+  EXPECT_EQ(countedTracksOf(file)[0].samples, 2u);
+}
+
+TEST(CountedTracks, TakeOneReadAFragmentAndNoMemoryForIt) {
+  constexpr std::uint32_t kFragments = 3000;
+  const TempFolder folder;
+  DayFile day;
+  day.fragments = kFragments;
+  day.write(folder.file("day.mp4"));
+  const HostReads before = hostReads();
+  const CountingNew memory;
+  const std::vector<CountedTrack> tracks = countedTracksOf(folder.file("day.mp4"));
+  EXPECT_LE(memory.peakBytes(), 64u << 10);
+  const HostReads after = hostReads();
+  EXPECT_GE(after.calls - before.calls, kFragments) << "not all is counted";
+  EXPECT_LE(after.calls - before.calls, kFragments + 16u);
+  EXPECT_LE(after.bytes - before.bytes, day.moofBytes + 64u * kFragments + 4096);
+  ASSERT_EQ(tracks.size(), 2u);
+  EXPECT_EQ(tracks[0].samples, kFragments * std::uint64_t{DayFile::kVideoSamples});
+  EXPECT_EQ(tracks[1].bytes, kFragments * std::uint64_t{DayFile::kAudioSamples} * DayFile::kAudioBytes);
+  EXPECT_EQ(tracks[1].ticks, kFragments * std::uint64_t{DayFile::kAudioSamples} * 1024);
+}
+
+}  // namespace
+
+}  // namespace fmp4

@@ -1,0 +1,38 @@
+// What finding the times of frames costs, in host reads and memory.
+#include "tool/host/frame_times.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/corrupt/counted_reads.h"
+#include "tests/support/controlled_new.h"
+#include "tests/support/day_file.h"
+#include "tests/support/temp_folder.h"
+
+namespace fmp4 {
+
+namespace {
+
+TEST(FrameTimes, AreReadAsFarAsAskedForAndKeepOneFragment) {
+  constexpr std::uint32_t kFragments = 3000;
+  const TempFolder folder;
+  DayFile day;
+  day.fragments = kFragments;
+  day.write(folder.file("day.mp4"));
+  const CountingNew memory;
+  const std::uint64_t before = hostReads().calls;
+  FrameTimes times(folder.file("day.mp4"));
+  ASSERT_TRUE(times.of(4, DayFile::kVideoBytes + 40));
+  EXPECT_EQ(times.of(4, DayFile::kVideoBytes + 40)->decodeTicks, 4u);
+  EXPECT_GT(hostReads().calls, before) << "nothing is counted";
+  EXPECT_LE(hostReads().calls - before, 16u);
+  constexpr std::uint32_t kLast = kFragments * DayFile::kVideoSamples - 1;
+  ASSERT_TRUE(times.of(kLast, DayFile::kVideoBytes + 290));
+  EXPECT_EQ(times.of(kLast, DayFile::kVideoBytes + 290)->compositionTicks, kLast + 2);
+  EXPECT_LE(hostReads().calls - before, kFragments + 16u);
+  EXPECT_LE(memory.peakBytes(), 64u << 10);
+  EXPECT_FALSE(times.of(kLast + 1, 1));
+}
+
+}  // namespace
+
+}  // namespace fmp4
