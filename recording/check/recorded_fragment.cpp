@@ -10,6 +10,7 @@
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/boxes/trun.h"
 #include "mp4box/sample_flags.h"
+#include "recording/track_number.h"
 
 namespace fmp4 {
 
@@ -19,13 +20,6 @@ using mp4::TrackKind;
 using Header = mp4::TrackFragmentHeaderBox;
 
 constexpr std::uint64_t kMediaDataHeader = 8;
-
-std::optional<TrackKind> kindOf(std::uint32_t trackId) {
-  for (const TrackKind kind : mp4::kTrackKinds) {
-    if (mp4::trackNumber(kind) == trackId) return kind;
-  }
-  return std::nullopt;
-}
 
 // The flags of the first sample of a run (ISO/IEC 14496-12, 8.8.8.1).
 std::uint32_t firstFlags(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack& track) {
@@ -63,7 +57,7 @@ std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, st
   if (!tfhd || !tfdt || !trun) return "a track fragment lacks its header, its decode time or its run";
   const std::string name = "track " + std::to_string(tfhd->trackId);
   if (Mp4BoxChild(traf, Mp4FourCc("trun"), 1)) return name + " has more than one run in a fragment";
-  const auto kind = kindOf(tfhd->trackId);
+  const auto kind = kindOfTrackNumber(tfhd->trackId);
   if (!kind || !movie.tracks[*kind]) return "the fragment has samples of " + name + ", which does not exist";
   if (fragment.runs[*kind]) return name + " appears twice in a fragment";
   RecordedRun& run = fragment.runs[*kind].emplace();

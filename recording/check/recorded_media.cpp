@@ -9,6 +9,7 @@
 #include "mp4box/field_reader.h"
 #include "mp4box/write.h"
 #include "recording/segment_geometry.h"
+#include "recording/track_number.h"
 
 namespace fmp4 {
 
@@ -212,7 +213,7 @@ void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint6
   RecordedTimes& times = *times_[kind];
   if (run.decodeTime != times.end) {
     complain(offset,
-             "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
+             "track " + std::to_string(trackNumber(kind)) + " has decode time " +
                  std::to_string(run.decodeTime) + ", expected " + std::to_string(times.end),
              false);
     if (!first) times.jumps.push_back({fragments_.size(), times.end, run.decodeTime});
@@ -320,7 +321,7 @@ std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) cons
   const std::uint64_t step = framesPerFragment() * fragmentsPerSegment_ * unit;
   const auto ordinal = static_cast<std::uint64_t>(&segment - segments_.data());
   SegmentIndexBox index;
-  index.referenceId = mp4::trackNumber(movie_->indexedKind());
+  index.referenceId = trackNumber(movie_->indexedKind());
   index.timescale = movie_->indexedTrack().timescale;
   index.earliestPresentationTime =
       (video ? kFirstVideoIndexTime : firstAudioIndexTime(step)) + ordinal * step;

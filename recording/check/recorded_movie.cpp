@@ -5,6 +5,7 @@
 
 #include "base/codec_code.h"
 #include "base/text.h"
+#include "recording/track_number.h"
 #include "streaming/index/track_defaults.h"
 
 namespace fmp4 {
@@ -20,7 +21,7 @@ const Payload* payloadAt(Mp4Box* box, const char* path) {
 }
 
 // The kind of a track with a sample entry of this type.
-std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
+std::optional<TrackKind> kindOfSampleEntry(std::uint32_t sampleEntry) {
   switch (sampleEntry) {
     case kAvc1:
       return TrackKind::Video;
@@ -76,11 +77,11 @@ std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* 
   Mp4Box* const entry = stsd ? stsd->first : nullptr;
   if (!tkhd || !mdhd || !entry) return "a track of the movie box lacks its header or its sample description";
   const std::string name = "track " + std::to_string(tkhd->trackId);
-  const std::optional<TrackKind> kind = kindOf(entry->type);
+  const std::optional<TrackKind> kind = kindOfSampleEntry(entry->type);
   if (!kind) return name + " is of type '" + fourCcText(entry->type) + "', which recordings never have";
-  if (tkhd->trackId != mp4::trackNumber(*kind) || movie.tracks[*kind])
+  if (tkhd->trackId != trackNumber(*kind) || movie.tracks[*kind])
     return name + " should be the only one of its type, with the number " +
-           std::to_string(mp4::trackNumber(*kind));
+           std::to_string(trackNumber(*kind));
   const auto* trex = defaultsOfTrack(defaults, tkhd->trackId);
   if (!trex || mdhd->timescale == 0) return name + " lacks its timescale or the defaults of its fragments";
   if (!tablesEmpty(stream, stbl))

@@ -7,6 +7,7 @@
 #include "recording/date_time.h"
 #include "recording/messages.h"
 #include "recording/paths.h"
+#include "recording/track_number.h"
 #include "recording/write/default_boxes.h"
 #include "recording/write/fragment_setup.h"
 
@@ -43,7 +44,7 @@ bool AudioRecording::start(const AudioSettings& audio, const SegmentGeometry& ge
   movie.mvex = Mp4SetUpMovieExtends(kAudioAlone, rate.denominator, false);
   movie.tracks[TrackKind::Audio] = setUpAudioTrack(audio);
   SegmentSettings segments;
-  segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
+  segments.trackNumber = trackNumber(TrackKind::Audio);
   segments.timescale = audio.sampleRate;
   segments.firstPresentationTime = firstAudioIndexTime(segmentSamples);
   segments.duration = segmentSamples;

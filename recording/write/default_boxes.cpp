@@ -3,6 +3,7 @@
 #include "base/audio_units.h"
 #include "base/codec_code.h"
 #include "base/fourcc.h"
+#include "recording/track_number.h"
 
 namespace fmp4 {
 
@@ -159,7 +160,7 @@ mp4::MovieExtends Mp4SetUpMovieExtends(mp4::TrackSet tracks, std::uint32_t video
   for (const TrackKind kind : mp4::kTrackKinds) {
     if (!tracks.has(kind)) continue;
     mp4::TrackExtendsBox& trex = mvex.trex[kind].emplace();
-    trex.trackId = mp4::trackNumber(kind);
+    trex.trackId = trackNumber(kind);
     trex.defaultSampleDescriptionIndex = 1;
     trex.defaultSampleDuration = defaultSampleDuration(kind, videoScale);
   }
@@ -173,7 +174,7 @@ mp4::MovieFragment Mp4SetUpFragment(std::uint32_t sequenceNumber, mp4::TrackSet 
     if (!tracks.has(kind)) continue;
     mp4::TrackFragment& track = fragment.tracks[kind].emplace();
     track.tfhd.flags = mp4::TrackFragmentHeaderBox::kDefaultBaseIsMoof | headerFlags(kind);
-    track.tfhd.trackId = mp4::trackNumber(kind);
+    track.tfhd.trackId = trackNumber(kind);
     track.trun.flags = mp4::TrackRunBox::kDataOffset | runFlags(kind);
     track.trun.dataOffset = 8;  // until the size of the fragment is known
   }

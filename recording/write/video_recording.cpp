@@ -11,6 +11,7 @@
 #include "recording/date_time.h"
 #include "recording/messages.h"
 #include "recording/paths.h"
+#include "recording/track_number.h"
 #include "recording/write/caption_samples.h"
 #include "recording/write/default_boxes.h"
 #include "recording/write/fragment_setup.h"
@@ -83,17 +84,17 @@ mp4::Movie VideoRecording::movie() const {
   movie.mvhd = Mp4SetUpMovieHeader();
   movie.mvex = Mp4SetUpMovieExtends(tracks_, rate.denominator, false);
   mp4::Track& video = movie.tracks[TrackKind::Video].emplace(
-      Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
+      Mp4SetUpVideoTrack(trackNumber(TrackKind::Video), rate.numerator,
                          static_cast<std::uint32_t>(settings_.width), settings_.height));
   std::get<mp4::VideoMedia>(video.media).avcC = avcConfiguration();
   if (hasAudio()) movie.tracks[TrackKind::Audio] = setUpAudioTrack(*settings_.audio);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
-        Mp4SetUp608Track(mp4::trackNumber(TrackKind::Captions608), rate.numerator);
+        Mp4SetUp608Track(trackNumber(TrackKind::Captions608), rate.numerator);
   }
   if (tracks_.captions708) {
     movie.tracks[TrackKind::Captions708] =
-        Mp4SetUp708Track(mp4::trackNumber(TrackKind::Captions708), rate.numerator);
+        Mp4SetUp708Track(trackNumber(TrackKind::Captions708), rate.numerator);
   }
   return movie;
 }
@@ -104,7 +105,7 @@ std::uint64_t VideoRecording::segmentFrames() const {
 
 SegmentSettings VideoRecording::segments() const {
   SegmentSettings segments;
-  segments.trackNumber = mp4::trackNumber(TrackKind::Video);
+  segments.trackNumber = trackNumber(TrackKind::Video);
   segments.timescale = settings_.rate.numerator;
   segments.firstPresentationTime = kFirstVideoIndexTime;
   segments.duration = segmentFrames() * frameTicks(settings_.rate);

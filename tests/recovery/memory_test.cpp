@@ -2,6 +2,7 @@
 // closing: nothing crashes, no exception reaches the host, and what was listed plays.
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/movie.h"
+#include "recording/track_number.h"
 #include "tests/recovery/recovery.h"
 #include "tests/support/controlled_new.h"
 #include "tests/support/ffmpeg.h"
@@ -159,7 +160,7 @@ std::uint32_t framesIn(const std::string& path) {
   for (Mp4Box* box = file.root->first; box; box = box->next) {
     const auto get = [box](const char* where) { return Mp4BoxGet(nullptr, box, true, "%s", where); };
     const auto* tfhd = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(get("traf/tfhd"));
-    if (tfhd && tfhd->trackId == mp4::trackNumber(mp4::TrackKind::Video))
+    if (tfhd && tfhd->trackId == trackNumber(mp4::TrackKind::Video))
       frames += Mp4PayloadOf<mp4::TrackRunBox>(get("traf/trun"))->sampleCount;
   }
   return frames;
