@@ -32,8 +32,8 @@ int runCommand(const Invocation& invocation) {
   return succeeded ? EXIT_SUCCESS : kOperationFailed;
 }
 
-std::map<std::string, Colour> colours() {
-  return {{"auto", Colour::Auto}, {"always", Colour::Always}, {"never", Colour::Never}};
+std::map<std::string, ColourUse> colours() {
+  return {{"auto", ColourUse::Auto}, {"always", ColourUse::Always}, {"never", ColourUse::Never}};
 }
 
 std::vector<std::string> commandsOf(const CLI::App& app) {

@@ -3,9 +3,15 @@
 
 #include <array>
 
+#include "base/fourcc.h"
 #include "mp4box/fields.h"
 
 namespace fmp4::mp4 {
+
+// What a track holds, as its handler_type says it.
+inline constexpr std::uint32_t kVideoHandler = Mp4FourCc("vide");
+inline constexpr std::uint32_t kAudioHandler = Mp4FourCc("soun");
+inline constexpr std::uint32_t kCaptionHandler = Mp4FourCc("clcp");  // QuickTime: closed captions
 
 struct HandlerBox final : Mp4FullBox {
   std::uint32_t preDefined = 0;  // QuickTime: component type

@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "base/audio_units.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/ftyp.h"
 #include "mp4box/field_reader.h"
 #include "mp4box/write.h"
@@ -58,7 +59,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   const auto startsHere = [&](std::uint64_t offset, std::uint32_t type) {
     return stream_.seek(offset) && Mp4ReadBoxHeader(stream_, header).ok() && header.type == type;
   };
-  if (!startsHere(0, Mp4FourCc("ftyp")) || header.size > size_)
+  if (!startsHere(0, box_type::kFtyp) || header.size > size_)
     throw NotRecorded("does not begin with a complete file type box");
   Mp4BoxPtr ftyp;
   if (const Result read = Mp4ReadBox(stream_, nullptr, ftyp); !read.ok())
@@ -68,7 +69,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
     throw NotRecorded("has a file type other than that of recordings");
   end_ = ftyp->end();
   if (end_ == size_) return;
-  if (!startsHere(end_, Mp4FourCc("moov"))) {
+  if (!startsHere(end_, box_type::kMoov)) {
     // A file truncated within its header may still become a recording.
     if (size_ - end_ < 8) return;
     throw NotRecorded("has no movie box after its file type box");
@@ -93,7 +94,7 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
     const Result found = stream_.seek(offset) ? Mp4ReadBoxHeader(stream_, header) : Defect::ReadFailed;
     if (!found.ok()) {
       reason = "no box can be read here: " + std::string(defectText(found.defect()));
-    } else if (header.type == Mp4FourCc("sidx")) {
+    } else if (header.type == box_type::kSidx) {
       reason = readIndex(offset);
       if (reason.empty()) offset = segments_.back().indexEnd;
     } else if (segments_.empty()) {

@@ -5,6 +5,7 @@
 
 #include "base/codec_code.h"
 #include "base/text.h"
+#include "mp4box/box_type.h"
 #include "recording/track_number.h"
 #include "streaming/index/track_defaults.h"
 
@@ -73,7 +74,7 @@ std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* 
   const auto* tkhd = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd");
   const auto* mdhd = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd");
   Mp4Box* const stbl = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl");
-  Mp4Box* const stsd = stbl ? Mp4BoxChild(stbl, Mp4FourCc("stsd")) : nullptr;
+  Mp4Box* const stsd = stbl ? Mp4BoxChild(stbl, box_type::kStsd) : nullptr;
   Mp4Box* const entry = stsd ? stsd->first : nullptr;
   if (!tkhd || !mdhd || !entry) return "a track of the movie box lacks its header or its sample description";
   const std::string name = "track " + std::to_string(tkhd->trackId);
@@ -104,7 +105,7 @@ std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, 
                                                const Complain& complain) {
   RecordedMovie movie;
   const TrackDefaults defaults = readTrackDefaults(moov);
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, box_type::kTrak, i); ++i) {
     reason = readTrack(stream, defaults, trak, movie, complain);
     if (!reason.empty()) return std::nullopt;
   }

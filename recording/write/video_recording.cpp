@@ -5,9 +5,11 @@
 #include <new>
 
 #include "base/audio_units.h"
+#include "base/caption_area.h"
 #include "base/guard.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/sample_flags.h"
-#include "recording/caption_area.h"
 #include "recording/date_time.h"
 #include "recording/messages.h"
 #include "recording/paths.h"
@@ -34,8 +36,8 @@ std::span<const std::uint8_t>& bytesOf(TrackBytes& bytes, TrackKind kind) {
   return bytes[static_cast<std::size_t>(kind)];
 }
 
-std::array<std::uint8_t, 8> boxHeader(std::uint32_t size, std::uint32_t type) {
-  std::array<std::uint8_t, 8> header;
+std::array<std::uint8_t, kBoxHeaderBytes> boxHeader(std::uint32_t size, std::uint32_t type) {
+  std::array<std::uint8_t, kBoxHeaderBytes> header;
   for (unsigned i = 0; i < 4; ++i) {
     header[i] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
     header[4 + i] = static_cast<std::uint8_t>(type >> (24 - 8 * i));
@@ -48,10 +50,6 @@ bool reserveMore(std::vector<std::uint8_t>& bytes, std::size_t count) try {
   return true;
 } catch (const std::bad_alloc&) {
   return false;
-}
-
-std::uint32_t absolute(std::int32_t value) {
-  return value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
 }
 
 }  // namespace
@@ -73,7 +71,7 @@ bool VideoRecording::start(const VideoSettings& settings, MpdWriter* manifest, b
 }
 
 mp4::AVCConfigurationBox VideoRecording::avcConfiguration() const {
-  mp4::AVCConfigurationBox avcC = mp4::AVCConfigurationBox::standIn();
+  mp4::AVCConfigurationBox avcC = mp4::AVCConfigurationBox::placeholder();
   if (!settings_.avcRecord.empty()) avcC.record = settings_.avcRecord;
   return avcC;
 }
@@ -124,7 +122,7 @@ void VideoRecording::startManifest(bool separateAudio) {
   listed.profile = avcC.profileIndication();
   listed.level = avcC.levelIndication();
   listed.width = static_cast<std::uint32_t>(settings_.width);
-  listed.height = absolute(settings_.height);
+  listed.height = rowsOf(settings_.height);
   listed.rate = settings_.rate;
   listed.startTime = dateTimeNow();
   if (hasAudio()) listed.audio = {kAudioObjectType, settings_.audio->sampleRate};
@@ -166,7 +164,7 @@ bool VideoRecording::reserveCaptions() {
     ErrOut("%s", messages::kNoCc608Buffer);
     return false;
   }
-  if (tracks_.captions708 && !cc708_.reserve(sizeof(DFRAME::captions) + caption_area::kBoxHeader)) {
+  if (tracks_.captions708 && !cc708_.reserve(sizeof(DFRAME::captions) + kBoxHeaderBytes)) {
     ErrOut("%s", messages::kNoCc708Buffer);
     return false;
   }
@@ -180,9 +178,9 @@ void VideoRecording::appendCaptions(const DFRAME& frame) {
   }
   if (!tracks_.captions708) return;
   const auto packet = cc708PacketOf(frame);
-  const auto size = static_cast<std::uint32_t>(caption_area::kBoxHeader + packet.size());
-  std::array<std::uint8_t, caption_area::kBoxHeader + sizeof frame.captions> box;
-  const auto header = boxHeader(size, caption_area::kPacketBox);
+  const auto size = static_cast<std::uint32_t>(kBoxHeaderBytes + packet.size());
+  std::array<std::uint8_t, kBoxHeaderBytes + sizeof frame.captions> box;
+  const auto header = boxHeader(size, box_type::kCcdp);
   std::copy(packet.begin(), packet.end(), std::copy(header.begin(), header.end(), box.begin()));
   cc708_.append({}, std::span(box).first(size));
 }
@@ -276,7 +274,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
 // The byte pairs of a fragment's frames are one sample, whose duration is that of the fragment.
 std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp4::TrackFragment& track) {
   const auto pairs = std::span(cc608_).first(std::size_t{frames} * kPairBytes);
-  const auto header = boxHeader(static_cast<std::uint32_t>(8 + pairs.size()), Mp4FourCc("cdat"));
+  const auto header = boxHeader(static_cast<std::uint32_t>(kBoxHeaderBytes + pairs.size()), box_type::kCdat);
   cc608Sample_.assign(header.begin(), header.end());
   cc608Sample_.insert(cc608Sample_.end(), pairs.begin(), pairs.end());
   track.tfhd.defaultSampleDuration = frames * frameTicks(settings_.rate);

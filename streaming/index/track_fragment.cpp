@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
+#include "mp4box/box_type.h"
+
 namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kTraf = Mp4FourCc("traf");
-constexpr std::uint32_t kTfhd = Mp4FourCc("tfhd");
-constexpr std::uint32_t kTfdt = Mp4FourCc("tfdt");
-constexpr std::uint32_t kTrun = Mp4FourCc("trun");
+using namespace box_type;
 
 // The `tfhd` that assigns `traf` to the track, or null.
 const Mp4Box* acceptingHeader(const Mp4Box* traf, std::uint32_t trackId) {

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <fstream>
 
-#include "base/fourcc.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "os/path_name.h"
 #include "recording/existing_paths.h"
 #include "tool/package/paced_times.h"
@@ -53,18 +53,18 @@ RecordingPaths mediaOf(const std::string& file) {
 
 // When the first access unit plays, in seconds: the plug-in's position 0.
 double audioStart(Beginning& media, const RecordingPaths& paths) {
-  if (const SourceTrack* const audio = media.track(Mp4FourCc("soun")))
+  if (const SourceTrack* const audio = media.track(mp4::kAudioHandler))
     return audio->present(audio->samples.front());
   if (paths.audio.empty()) return 0;
   Beginning apart(paths.audio);
-  const SourceTrack* const audio = apart.track(Mp4FourCc("soun"));
+  const SourceTrack* const audio = apart.track(mp4::kAudioHandler);
   return audio ? audio->present(audio->samples.front()) : 0;
 }
 
 double measuredSkew(const std::string& file) {
   const RecordingPaths paths = mediaOf(file);
   Beginning media(paths.video);
-  const SourceTrack* const video = media.track(Mp4FourCc("vide"));
+  const SourceTrack* const video = media.track(mp4::kVideoHandler);
   if (!video) return 0;
   const PacedTimes times(*video, PackagePlan::asRead(*video));
   return times.firstFrame() - times.recorded(audioStart(media, paths)).value_or(0);

@@ -4,10 +4,13 @@
 #include <cmath>
 #include <memory>
 
+#include "base/codec_code.h"
 #include "base/text.h"
 #include "base/user_error.h"
 #include "mp4box/audio_object_type.h"
 #include "mp4box/box.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/dac3.h"
 #include "mp4box/boxes/hdlr.h"
@@ -43,9 +46,9 @@ std::string languageOf(const mp4::MediaHeaderBox& media) {
 
 // The payload of a box that has no record, of which the first bytes tell enough.
 std::vector<std::uint8_t> beginningOf(Mp4Stream& stream, const Mp4Box* box) {
-  constexpr std::uint64_t kHeader = 8;
   std::array<std::uint8_t, 16> bytes{};
-  const bool read = box && box->size >= kHeader + bytes.size() && stream.seek(box->position + kHeader) &&
+  const bool read = box && box->size >= kBoxHeaderBytes + bytes.size() &&
+                    stream.seek(box->position + kBoxHeaderBytes) &&
                     stream.read(bytes.data(), bytes.size()) == static_cast<std::int64_t>(bytes.size());
   return read ? std::vector<std::uint8_t>(bytes.begin(), bytes.end()) : std::vector<std::uint8_t>();
 }
@@ -57,9 +60,9 @@ void describeCodec(Mp4Stream& stream, Mp4Box* entry, const SourceTrack* samples,
   track.codecName = codecName(entry->type);
   const std::vector<std::uint8_t> config = samples ? samples->configuration : std::vector<std::uint8_t>();
   CodecProfile profile;
-  if (entry->type == Mp4FourCc("hvc1") || entry->type == Mp4FourCc("hev1"))
-    profile = hevcProfile(beginningOf(stream, Mp4BoxChild(entry, Mp4FourCc("hvcC"))));
-  else if (track.handler == Mp4FourCc("vide"))
+  if (entry->type == kHvc1 || entry->type == kHev1)
+    profile = hevcProfile(beginningOf(stream, Mp4BoxChild(entry, box_type::kHvcC)));
+  else if (track.handler == mp4::kVideoHandler)
     profile = h264Profile(config);
   track.profile = profile.profile;
   track.level = profile.level;
@@ -115,7 +118,7 @@ void addTracksOf(const std::string& path, std::vector<MediaTrack>& tracks) {
   if (!file.isOpen()) return;
   const std::unique_ptr<SourceFile> source = openSource(path);
   const std::size_t first = tracks.size();
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), Mp4FourCc("trak"), i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), box_type::kTrak, i); ++i) {
     const SourceTrack* const samples = source && i < source->tracks().size() ? &source->tracks()[i] : nullptr;
     tracks.push_back(describe(file, trak, i, samples));
     tracks.back().file = vlName(vlPath(path).filename());
@@ -132,7 +135,7 @@ void addDecodingTroubles(const std::string& name, std::vector<MediaTrack>& track
   const std::vector<std::string> reasons = undecodedAudio(name);
   std::size_t next = 0;
   for (MediaTrack& track : tracks) {
-    const bool audio = track.codec == Mp4FourCc("mp4a") || track.codec == Mp4FourCc("ac-3");
+    const bool audio = track.codec == kMp4a || track.codec == kAc3;
     if (!audio || track.file != tracks.back().file || next == reasons.size()) continue;
     if (track.why.empty()) track.why = reasons[next];
     ++next;
@@ -141,11 +144,11 @@ void addDecodingTroubles(const std::string& name, std::vector<MediaTrack>& track
 
 std::string kindName(const MediaTrack& track) {
   switch (track.handler) {
-    case Mp4FourCc("vide"):
+    case mp4::kVideoHandler:
       return "video";
-    case Mp4FourCc("soun"):
+    case mp4::kAudioHandler:
       return "audio";
-    case Mp4FourCc("clcp"):
+    case mp4::kCaptionHandler:
       return "captions";
     case Mp4FourCc("subt"):
     case Mp4FourCc("sbtl"):

@@ -6,8 +6,10 @@
 #include <string_view>
 
 #include "base/letter_case.h"
+#include "mp4box/box_type.h"
 #include "os/path_name.h"
 #include "streaming/lists/file_set.h"
+#include "tool/host/input_names.h"
 #include "tool/host/movie_file.h"
 #include "tool/host/other_tracks.h"
 
@@ -22,17 +24,12 @@ std::string shellQuoted(const std::string& text) {
   return quoted + "'";
 }
 
-bool isFolder(const std::string& file) {
-  std::error_code ignored;
-  return std::filesystem::is_directory(vlPath(file), ignored);
-}
-
 // ---- Files that are not MP4 -------------------------------------------------------------------------
 
 // Types of the first box of a file (ISO/IEC 14496-12, table 1, and QuickTime).
 bool startsLikeMp4(const Mp4Box& root) {
-  constexpr std::array kTypes = {Mp4FourCc("ftyp"), Mp4FourCc("styp"), Mp4FourCc("moov"), Mp4FourCc("moof"),
-                                 Mp4FourCc("mdat"), Mp4FourCc("sidx"), Mp4FourCc("ssix"), Mp4FourCc("prft"),
+  constexpr std::array kTypes = {box_type::kFtyp,   Mp4FourCc("styp"), box_type::kMoov,   box_type::kMoof,
+                                 box_type::kMdat,   box_type::kSidx,   Mp4FourCc("ssix"), Mp4FourCc("prft"),
                                  Mp4FourCc("emsg"), Mp4FourCc("free"), Mp4FourCc("foov"), Mp4FourCc("skip"),
                                  Mp4FourCc("wide"), Mp4FourCc("uuid"), Mp4FourCc("pdin"), Mp4FourCc("pnot"),
                                  Mp4FourCc("meta"), Mp4FourCc("mfra")};
@@ -65,7 +62,7 @@ std::string withoutMovie(MovieFile& movie) {
 
 std::string withoutFragments(MovieFile& movie, const std::string& file) {
   const MovieSamples samples = movie.movieSamples();
-  if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
+  if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), box_type::kMvex))
     return "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
            "cat init.mp4 segment.m4s > complete.mp4";
   return "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
@@ -76,7 +73,7 @@ std::string withoutFragments(MovieFile& movie, const std::string& file) {
 // Why no track of a movie can be read; nothing when one can.
 std::optional<std::string> withoutReadableTrack(MovieFile& movie) {
   const std::vector<OtherTrack> others = otherTracks(movie.stream(), movie.root());
-  if (Mp4BoxChild(movie.movie(), Mp4FourCc("trak"), static_cast<std::uint32_t>(others.size())))
+  if (Mp4BoxChild(movie.movie(), box_type::kTrak, static_cast<std::uint32_t>(others.size())))
     return std::nullopt;
   if (others.empty()) return "has no tracks";
   return "has no track that can be read: " + trackTexts(others);

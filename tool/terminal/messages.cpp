@@ -30,8 +30,8 @@ std::string painted(const std::string& text, const char* colour) {
 
 }  // namespace
 
-void setColour(Colour colour) {
-  coloured() = colour == Colour::Auto ? colourByDefault() : colour == Colour::Always;
+void setColour(ColourUse colour) {
+  coloured() = colour == ColourUse::Auto ? colourByDefault() : colour == ColourUse::Always;
 }
 
 void tell(const std::string& text) {
