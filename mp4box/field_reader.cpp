@@ -17,7 +17,7 @@ std::span<const std::uint8_t> Mp4FieldReader::take(std::uint64_t count) {
   return taken;
 }
 
-std::uint8_t Mp4FieldReader::ahead(std::uint64_t offset) const {
+std::uint8_t Mp4FieldReader::peek(std::uint64_t offset) const {
   return offset < left_.size() ? left_[static_cast<std::size_t>(offset)] : std::uint8_t{0};
 }
 

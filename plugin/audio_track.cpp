@@ -239,8 +239,8 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
       decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,
                                         static_cast<std::uint32_t>(frames), holder_.audio.wave.channels == 1);
   // Undecodable data after a complete access unit is not counted as a loss.
-  const bool whole = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
-  return produced > 0 && (left >= 0 || whole);
+  const bool complete = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
+  return produced > 0 && (left >= 0 || complete);
 }
 
 bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {

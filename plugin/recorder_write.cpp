@@ -115,11 +115,11 @@ AudioSettings Recorder::audioSettings() const {
 
 // Audio first: the manifest must list its last segment before the video saves it.
 bool Recorder::finish() {
-  bool whole = true;
-  if (companion_) whole = companion_->Close() == VL_OK;
-  if (videoRecording_) whole = videoRecording_->finish() && whole;
-  if (audioRecording_) whole = audioRecording_->finish() && whole;
-  return whole;
+  bool complete = true;
+  if (companion_) complete = companion_->Close() == VL_OK;
+  if (videoRecording_) complete = videoRecording_->finish() && complete;
+  if (audioRecording_) complete = audioRecording_->finish() && complete;
+  return complete;
 }
 
 }  // namespace fmp4

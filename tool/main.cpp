@@ -85,7 +85,7 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     arguments.erase(arguments.begin());
     arguments = withHelpAsOption(std::move(arguments));
     if (const std::string trouble = unknownCommand(arguments, commandsOf(app)); !trouble.empty()) {
-      tellFailure(trouble);
+      sayFailure(trouble);
       return kWrongUsage;
     }
     std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
@@ -94,9 +94,9 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == EXIT_SUCCESS ? EXIT_SUCCESS : kWrongUsage;
   } catch (const std::bad_alloc&) {
-    tellFailure("out of memory");
+    sayFailure("out of memory");
   } catch (const std::exception& error) {
-    tellFailure(error.what());
+    sayFailure(error.what());
   }
   return kOperationFailed;
 }

@@ -29,7 +29,7 @@ struct HandlerBox final : Mp4FullBox {
     if (f.reading()) {
       // A counted name fills the box to its last character; the other form has a terminating zero.
       const std::uint64_t left = f.remaining();
-      countedName = left > 1 && f.ahead(0) == left - 1 && f.ahead(left - 1) != 0;
+      countedName = left > 1 && f.peek(0) == left - 1 && f.peek(left - 1) != 0;
     }
     if (countedName) {
       auto length = static_cast<std::uint8_t>(name.size());

@@ -78,9 +78,9 @@ std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
   Mp4Box mdat;
   const std::uint64_t size = stream.size();
   if (offset > size || !stream.seek(offset) || !Mp4ReadBoxHeader(stream, mdat).ok()) return 0;
-  const bool whole =
+  const bool complete =
       mdat.type == box_type::kMdat && mdat.size >= kBoxHeaderBytes && mdat.size <= size - offset;
-  return whole ? offset + mdat.size : 0;
+  return complete ? offset + mdat.size : 0;
 }
 
 // Whether all of one or more bytes are zero: the first is, and each equals the one before.
@@ -120,7 +120,7 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   return fragment;
 }
 
-bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest) {
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t minimum) {
   constexpr std::uint64_t kBlock = 4096, kPiece = 64 * kBlock;
   std::vector<std::uint8_t> bytes;
   while (begin < end) {
@@ -132,7 +132,7 @@ bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end,
     auto left = static_cast<std::ptrdiff_t>(kBlock - begin % kBlock);  // in the block
     while (firstOfBlock != bytes.end()) {
       const auto endOfBlock = firstOfBlock + std::min(left, bytes.end() - firstOfBlock);
-      if (endOfBlock - firstOfBlock >= fewest && isZero(&*firstOfBlock, endOfBlock - firstOfBlock))
+      if (endOfBlock - firstOfBlock >= minimum && isZero(&*firstOfBlock, endOfBlock - firstOfBlock))
         return true;
       firstOfBlock = endOfBlock;
       left = kBlock;

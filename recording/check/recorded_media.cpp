@@ -143,10 +143,10 @@ void RecordedMedia::complainOfUnwritten() {
 
 // Reports what follows the last complete fragment. Complete ones may follow `searchFrom`.
 void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchFrom) {
-  constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
+  constexpr std::size_t kMax = std::numeric_limits<std::uint32_t>::max();
   if (movie_)
     afterDamage_ =
-        findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
+        findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMax)));
   if (afterDamage_) {
     complain(end_,
              "the file is damaged (" + reason + "), and complete fragments follow the damage, from byte " +
@@ -371,14 +371,16 @@ void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::
     return complain(segment.start, "the index of the segment cannot be read", true);
   if (isEmpty(*stored)) return complain(segment.start, "the index of the segment was not completed", true);
   for (std::size_t i = 0; i < expected->references.size(); ++i) {
-    const auto& is = stored->references[i];
-    const auto& due = expected->references[i];
-    if (is.referencedSize != due.referencedSize || is.subsegmentDuration != due.subsegmentDuration)
+    const auto& actualReference = stored->references[i];
+    const auto& expectedReference = expected->references[i];
+    if (actualReference.referencedSize != expectedReference.referencedSize ||
+        actualReference.subsegmentDuration != expectedReference.subsegmentDuration)
       return complain(segment.start,
                       "reference " + std::to_string(i) + " of the index says " +
-                          count(is.referencedSize, "byte") + " and " + count(is.subsegmentDuration, "tick") +
-                          ", but the fragment has " + std::to_string(due.referencedSize) + " and " +
-                          std::to_string(due.subsegmentDuration),
+                          count(actualReference.referencedSize, "byte") + " and " +
+                          count(actualReference.subsegmentDuration, "tick") + ", but the fragment has " +
+                          std::to_string(expectedReference.referencedSize) + " and " +
+                          std::to_string(expectedReference.subsegmentDuration),
                       true);
   }
   if (stored->earliestPresentationTime != expected->earliestPresentationTime)

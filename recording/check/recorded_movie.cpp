@@ -39,12 +39,12 @@ std::optional<TrackKind> kindOfSampleEntry(std::uint32_t sampleEntry) {
 
 // All samples are in fragments: a sample table has version, flags and counts, all zero, and nothing else.
 bool tablesEmpty(Mp4Stream& stream, Mp4Box* stbl) {
-  constexpr std::size_t kHeader = 8, kMost = 20;
+  constexpr std::size_t kHeader = 8, kMax = 20;
   for (const std::uint32_t type :
        {Mp4FourCc("stts"), Mp4FourCc("stsc"), Mp4FourCc("stsz"), Mp4FourCc("stco")}) {
     const Mp4Box* const table = Mp4BoxChild(stbl, type);
-    if (!table || table->size > kMost || !stream.seek(table->position)) return false;
-    std::array<std::uint8_t, kMost> bytes{};
+    if (!table || table->size > kMax || !stream.seek(table->position)) return false;
+    std::array<std::uint8_t, kMax> bytes{};
     const auto size = static_cast<std::int64_t>(table->size);
     if (stream.read(bytes.data(), size) != size) return false;
     if (std::any_of(bytes.begin() + kHeader, bytes.end(), [](std::uint8_t byte) { return byte != 0; }))

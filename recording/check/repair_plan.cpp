@@ -54,8 +54,8 @@ void planList(const std::string& path, const std::string& expected, RepairPlan& 
 
 // Either system's line ends are right: it may come from another one.
 void planPlaylist(const std::string& path, const std::string& expected, RepairPlan& plan) {
-  const auto is = readList(path);
-  if (expected.empty() || (is && plainLines(*is) == expected)) return;
+  const auto actual = readList(path);
+  if (expected.empty() || (actual && plainLines(*actual) == expected)) return;
   plan.lists.push_back({path, systemLines(expected)});
 }
 

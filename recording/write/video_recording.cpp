@@ -306,7 +306,7 @@ void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durabilit
 }
 
 bool VideoRecording::finish() {
-  bool whole = !file_.failed();
+  bool complete = !file_.failed();
   // Frames that waited for audio are still emitted as always.
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
   // Running out of memory here must not prevent the segment from being finished.
@@ -315,17 +315,18 @@ bool VideoRecording::finish() {
       return (!file_.segmentFull() || finishSegment(framesWritten_)) && emitFragment(count, audioFrames);
     });
   };
-  while (whole && video_.count() > frames) {
-    whole = cut(frames, hasAudio() ? std::min(audioExpected(frames), audio_.count()) : 0);
+  while (complete && video_.count() > frames) {
+    complete = cut(frames, hasAudio() ? std::min(audioExpected(frames), audio_.count()) : 0);
   }
   // Audio without any frame is dropped: players need a frame in every segment.
   const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;
-  if (whole && hasFrames && (video_.count() != 0 || audio_.count() != 0))
-    whole = cut(video_.count(), audio_.count());
-  if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
+  if (complete && hasFrames && (video_.count() != 0 || audio_.count() != 0))
+    complete = cut(video_.count(), audio_.count());
+  if (file_.segmentOpen())
+    complete = guarded(false, [this] { return finishSegment(framesWritten_); }) && complete;
   if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
   file_.close();
-  return whole;
+  return complete;
 }
 
 }  // namespace fmp4

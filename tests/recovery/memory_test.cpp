@@ -133,11 +133,11 @@ constexpr std::uint32_t kFrames = kSegmentFrames + 7;
 
 // The samples to be recorded, ready to be written.
 struct Material {
-  std::vector<Bytes> pictures, audioUnits;
+  std::vector<Bytes> frames, audioUnits;
   Host host;
 
   explicit Material(const Kind& kind) {
-    for (std::uint32_t i = 0; i < kFrames; ++i) pictures.push_back(picture(i));
+    for (std::uint32_t i = 0; i < kFrames; ++i) frames.push_back(videoBytes(i));
     for (std::uint32_t i = 0; kind.hasAudio && i < audioOf(kFrames); ++i) audioUnits.push_back(audio(i));
     const Described defaults = describe(*createObject());
     *host.video = *defaults.video;
@@ -184,7 +184,7 @@ Recorded record(const std::string& path, const Kind& kind, Material& material) {
     for (; kind.hasAudio && audioUnits < audioOf(i + 1); ++audioUnits)
       writeSample(*file, 3, QVR_MODE_AUDIO, material.audioUnits[audioUnits], audioUnits);
     const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
-    if (writeSample(*file, 1, QVR_MODE_VIDEO, material.pictures[i], i, flags) == VL_OK) ++recorded.frames;
+    if (writeSample(*file, 1, QVR_MODE_VIDEO, material.frames[i], i, flags) == VL_OK) ++recorded.frames;
   }
   MFXCLOSE close{};
   recorded.closed = file->MFXCmd(MFX_CLOSE, &close) == VL_OK;

@@ -172,7 +172,7 @@ double exportAudio(CAMediaFile& file, const ExportRequest& request) {
     if (exporter.written() % 2 != 0) output.write({&padding, 1});
     output.rewriteStart(waveHeader(format, exporter.written()));
   });
-  if (const std::string lost = exporter.lost().text(request.input); !lost.empty()) tell(lost);
+  if (const std::string lost = exporter.lost().text(request.input); !lost.empty()) say(lost);
   return static_cast<double>(exporter.written()) / format.frameBytes() / format.sampleRate;
 }
 

@@ -50,13 +50,13 @@ OutputFiles::OutputFiles(const std::string& output) {
 
 // The lists come last and have the longest names: better refused now than when everything else is recorded.
 void OutputFiles::checkLengths(const std::string& output) const {
-  constexpr std::size_t kMost = 255;  // bytes of a name in most file systems
+  constexpr std::size_t kMax = 255;  // bytes of a name in most file systems
   for (const auto& file : files_) {
     const std::string name = vlName(file.filename());
-    if (name.size() > kMost)
+    if (name.size() > kMax)
       throw UserError("'" + output + "' is too long a name: '" + name +
                       "', which belongs to the recording, would have " + std::to_string(name.size()) +
-                      " bytes, and names have at most " + std::to_string(kMost));
+                      " bytes, and names have at most " + std::to_string(kMax));
   }
 }
 

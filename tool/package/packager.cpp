@@ -246,7 +246,7 @@ void Packager::describeAudio(QVRAUDIO& audio) const {
 }
 
 void Packager::run(const std::function<void(std::uint64_t)>& show, const std::function<bool()>& ended) {
-  bool whole = true;
+  bool complete = true;
   do {
     for (; video_.next < video_.samples.size() && frames_ < frameLimit_ && !ended(); ++video_.next) {
       times_.add(video_.samples[video_.next]);
@@ -255,11 +255,11 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
       writeFrame(video_.next);
       show(++frames_);
     }
-    whole = video_.next == video_.samples.size();
+    complete = video_.next == video_.samples.size();
   } while (frames_ < frameLimit_ && !ended() && source_.more());
   writeAudioUpTo(times_.end(), true);
   // Audio outside the video is recorded only when all of the video was requested.
-  if (whole) writeAudioUpTo(kEndless, false);
+  if (complete) writeAudioUpTo(kEndless, false);
   reportWhatWasLeftOut();
 }
 

@@ -288,14 +288,14 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
 
 // The boxes of a fragment are needed for its samples only; all of them together take many times their size.
 std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
-  constexpr std::uint64_t kAhead = 4096;  // bytes; the boxes of a second take about a thousand
+  constexpr std::uint64_t kReadAhead = 4096;  // bytes; the boxes of a second take about a thousand
   const std::uint64_t size = stream.size();
   const auto movie = Mp4ReadRoot(stream, false);
   Mp4Box* const moov = movie ? Mp4BoxGet(nullptr, movie->root(), true, "moov") : nullptr;
   if (!moov) throw UserError("the source holds no movie box; give an MP4 file");
   std::vector<SourceTrack> tracks = readMovie(moov, size);
   Mp4Window window;
-  Mp4WindowStream file(stream, window, size, kAhead);
+  Mp4WindowStream file(stream, window, size, kReadAhead);
   Mp4Box header;
   for (bool more = file.seek(0); more && Mp4ReadBoxHeader(file, header).ok();) {
     header.father = movie->root();

@@ -12,10 +12,10 @@ enum class ColourUse { Auto, Always, Never };
 void setColour(ColourUse colour);
 
 // "fmp4: text"
-void tell(const std::string& text);
+void say(const std::string& text);
 // "fmp4: warning: text"
 void warn(const std::string& text);
 // "fmp4: text", as the reason why the program fails
-void tellFailure(const std::string& text);
+void sayFailure(const std::string& text);
 
 }  // namespace fmp4

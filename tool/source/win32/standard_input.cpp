@@ -74,9 +74,9 @@ bool endRequested() {
 }
 
 std::size_t readStandardInput(std::span<std::uint8_t> bytes) {
-  constexpr std::size_t kMost = 1u << 20;
+  constexpr std::size_t kMax = 1u << 20;
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMost));
+  const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMax));
   const Reading underWay;
   while (!endSignalled) {
     DWORD count = 0;
