@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "base/codec_code.h"
+#include "base/fourcc.h"
 #include "base/user_error.h"
 #include "tool/host/movie_file.h"
 
@@ -16,7 +16,7 @@ FrameTimes::FrameTimes(const std::string& name) {
   }
   const auto& tracks = file_->tracks();
   const auto video = std::find_if(tracks.begin(), tracks.end(), [](const SourceTrack& track) {
-    return track.codec == kAvc1 || track.codec == kHvc1;
+    return track.codec == Mp4FourCc("avc1") || track.codec == Mp4FourCc("hvc1");
   });
   if (video != tracks.end() && video->timescale != 0) video_ = &*video;
 }

@@ -118,7 +118,7 @@ void addTracksOf(const std::string& path, std::vector<MediaTrack>& tracks) {
   if (!file.isOpen()) return;
   const std::unique_ptr<SourceFile> source = openSource(path);
   const std::size_t first = tracks.size();
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), box_type::kTrak, i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), Mp4FourCc("trak"), i); ++i) {
     const SourceTrack* const samples = source && i < source->tracks().size() ? &source->tracks()[i] : nullptr;
     tracks.push_back(describe(file, trak, i, samples));
     tracks.back().file = vlName(vlPath(path).filename());

@@ -62,7 +62,7 @@ std::string withoutMovie(MovieFile& movie) {
 
 std::string withoutFragments(MovieFile& movie, const std::string& file) {
   const MovieSamples samples = movie.movieSamples();
-  if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), box_type::kMvex))
+  if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
     return "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
            "cat init.mp4 segment.m4s > complete.mp4";
   return "is not a fragmented MP4: it has no movie fragments. A plain MP4 becomes one without being encoded "
