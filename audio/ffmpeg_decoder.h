@@ -20,7 +20,7 @@ class FFmpegDecoder {
   FFmpegDecoder& operator=(const FFmpegDecoder&) = delete;
 
   // Decodes as much of the input as one call consumes. `*outputBytes` receives the PCM bytes written to
-  // `output`, at most `room`; the access unit's duration, in PCM frames, is a further limit. Returns the
+  // `output`, at most `space`; the access unit's duration, in PCM frames, is a further limit. Returns the
   // number of input bytes left, or -1 if the decoder fails. Input that begins where the last call stopped,
   // and is exactly what it left, continues the packet; any other input begins a new packet, and the rest of
   // the last one is dropped.

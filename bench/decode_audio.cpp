@@ -49,9 +49,9 @@ bool compare(const TempFolder& folder, const std::string& name, const std::strin
 // Ten minutes repeated from a four-second sample stream, with frames of 2048 samples at 48 kHz.
 void writeRepeated(const std::string& sampleName, const std::string& stream) {
   const auto sample = readFile(VL_TEST_DATA "/" + sampleName);
-  std::vector<std::uint8_t> whole;
-  for (int i = 0; i < 145; ++i) whole.insert(whole.end(), sample.begin(), sample.end());
-  writeFile(stream, whole);
+  std::vector<std::uint8_t> repeated;
+  for (int i = 0; i < 145; ++i) repeated.insert(repeated.end(), sample.begin(), sample.end());
+  writeFile(stream, repeated);
 }
 
 }  // namespace

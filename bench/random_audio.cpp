@@ -84,10 +84,10 @@ void readAudio(const OpenRecording& recording, std::uint32_t position, std::uint
 bool measure(const char* name, const std::string& sampleName, std::uint32_t frameSamples) {
   const TempFolder folder;
   const Bytes sample = readFile(VL_TEST_DATA "/" + sampleName);
-  Bytes whole;
-  for (int i = 0; i < kRepetitions; ++i) whole.insert(whole.end(), sample.begin(), sample.end());
-  const std::string stream = folder.file("whole.aac"), clip = folder.file("clip.mp4");
-  writeFile(stream, whole);
+  Bytes repeated;
+  for (int i = 0; i < kRepetitions; ++i) repeated.insert(repeated.end(), sample.begin(), sample.end());
+  const std::string stream = folder.file("repeated.aac"), clip = folder.file("clip.mp4");
+  writeFile(stream, repeated);
   runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-i", stream, "-c", "copy", "-bsf:a", "aac_adtstoasc",
               "-movflags", "delay_moov+default_base_moof", "-frag_duration", "500000", clip});
 

@@ -4,9 +4,14 @@
 #include <cmath>
 #include <iterator>
 
+#include "base/bytes.h"
+#include "base/caption_area.h"
+
 namespace fmp4::captions {
 
 namespace {
+
+using caption_area::kDistributionIdentifier;
 
 // SMPTE ST 334-2, 5: identifier, length, rate, flags, counter; then sections, each with its identifier.
 constexpr std::size_t kHeaderBytes = 7;
@@ -37,7 +42,7 @@ std::vector<CcConstruct> parseConstructs(std::span<const std::uint8_t> bytes) {
 }
 
 std::vector<CcConstruct> parseDistributionPacket(std::span<const std::uint8_t> packet) {
-  if (packet.size() < kHeaderBytes || packet[0] != 0x96 || packet[1] != 0x69) return {};
+  if (packet.size() < kHeaderBytes || Mp4LoadU16(packet.data()) != kDistributionIdentifier) return {};
   packet = packet.first(std::min<std::size_t>(packet.size(), packet[2]));
   if (packet.size() < kHeaderBytes) return {};
   auto sections = packet.subspan(kHeaderBytes);
@@ -54,7 +59,8 @@ std::vector<std::uint8_t> distributionPacket(std::span<const CcConstruct> constr
   constructs = constructs.first(std::min(constructs.size(), kMaxConstructs));
   const auto high = static_cast<std::uint8_t>(sequence >> 8), low = static_cast<std::uint8_t>(sequence);
   const auto rate = static_cast<std::uint8_t>(frameRateCode(framesPerSecond) << 4 | 0x0F);
-  std::vector<std::uint8_t> packet = {0x96, 0x69, 0, rate, kFlags, high, low, kDataSection};
+  std::vector<std::uint8_t> packet = {
+      kDistributionIdentifier >> 8, kDistributionIdentifier & 0xFF, 0, rate, kFlags, high, low, kDataSection};
   packet.push_back(static_cast<std::uint8_t>(0xE0 | constructs.size()));
   for (const CcConstruct& construct : constructs) {
     const unsigned valid = construct.valid ? 4 : 0;

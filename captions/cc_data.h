@@ -25,7 +25,7 @@ struct CcConstruct {
 // The most that a frame has: cc_count has five bits.
 inline constexpr std::size_t kMaxConstructs = 31;
 
-// Reads constructs, three bytes each; bytes after the last whole one are ignored.
+// Reads constructs, three bytes each; bytes after the last complete one are ignored.
 std::vector<CcConstruct> parseConstructs(std::span<const std::uint8_t> bytes);
 
 // The constructs of a caption distribution packet; none when it has none or is damaged. Its checksum is not

@@ -41,27 +41,27 @@ void Cea608Decoder::push(std::uint8_t first, std::uint8_t second) {
     ++nullPairs_;
     return;
   }
-  const bool soundFirst = hasOddParity(first), soundSecond = hasOddParity(second);
-  if (isRepeat(high, low, soundFirst)) return;
+  const bool validFirst = hasOddParity(first), validSecond = hasOddParity(second);
+  if (isRepeat(high, low, validFirst)) return;
   lastControl_ = {};
   nullPairs_ = 0;
-  if (soundFirst && high >= 0x01 && high < 0x10) {
+  if (validFirst && high >= 0x01 && high < 0x10) {
     // Extended data services in field 2; a control code ends them.
     selected_ = false;
-  } else if (soundFirst && high >= 0x10 && high < 0x20) {
-    if (!soundSecond || low < 0x20) return;
+  } else if (validFirst && high >= 0x10 && high < 0x20) {
+    if (!validSecond || low < 0x20) return;
     lastControl_ = {high, low};
     control(high, low);
   } else {
-    pushCharacters(soundFirst ? high : 0x7F, soundSecond ? low : 0x7F);
+    pushCharacters(validFirst ? high : 0x7F, validSecond ? low : 0x7F);
   }
 }
 
 // Control codes are sent twice, in consecutive frames, and act once. A damaged first byte of the second
 // transmission is forgiven.
-bool Cea608Decoder::isRepeat(std::uint8_t first, std::uint8_t second, bool soundFirst) {
+bool Cea608Decoder::isRepeat(std::uint8_t first, std::uint8_t second, bool validFirst) {
   if (lastControl_[0] == 0 || nullPairs_ > kMaxNullsBetween || second != lastControl_[1]) return false;
-  if (soundFirst && first != lastControl_[0]) return false;
+  if (validFirst && first != lastControl_[0]) return false;
   lastControl_ = {};
   return true;
 }

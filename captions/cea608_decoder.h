@@ -32,7 +32,7 @@ class Cea608Decoder {
   // None: no caption has begun, or characters belong to a text channel.
   enum class Mode : std::uint8_t { None, PopOn, PaintOn, RollUp };
 
-  bool isRepeat(std::uint8_t first, std::uint8_t second, bool soundFirst);
+  bool isRepeat(std::uint8_t first, std::uint8_t second, bool validFirst);
   void pushCharacters(std::uint8_t first, std::uint8_t second);
   void control(std::uint8_t high, std::uint8_t low);
   void miscellaneous(std::uint8_t low);

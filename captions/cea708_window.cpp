@@ -15,7 +15,7 @@ constexpr double kHorizontalUnits = 210;
 constexpr double kPercentUnits = 100;
 constexpr double kColumnWidth = kSafeExtent / 42;
 
-double onPicture(unsigned value, double units) {
+double onScreen(unsigned value, double units) {
   return kSafeStart + kSafeExtent * std::min<double>(value, units) / units;
 }
 
@@ -114,9 +114,9 @@ void Cea708Window::formFeed() {
 
 void Cea708Window::addTo(Caption& caption, unsigned number) const {
   const double vertical =
-      onPicture(definition_.anchorVertical, definition_.relative ? kPercentUnits : kVerticalUnits);
+      onScreen(definition_.anchorVertical, definition_.relative ? kPercentUnits : kVerticalUnits);
   const double horizontal =
-      onPicture(definition_.anchorHorizontal, definition_.relative ? kPercentUnits : kHorizontalUnits);
+      onScreen(definition_.anchorHorizontal, definition_.relative ? kPercentUnits : kHorizontalUnits);
   TextGrid grid;
   grid.window = number;
   // The anchor is at the start, the middle or the end of the window in either direction.

@@ -85,13 +85,13 @@ IppStatus SynthesiseReal(const Ipp32f (*source)[kIppsSbrBands], std::size_t slot
   return Synthesise(rows, slots, destination, state, bank, work);
 }
 
-using Complex = std::complex<double>;
+using WideComplex = std::complex<double>;
 
-Complex Wide(const Ipp32fc& value) {
+WideComplex Wide(const Ipp32fc& value) {
   return {value.re, value.im};
 }
 
-Ipp32fc Narrow(const Complex& value) {
+Ipp32fc Narrow(const WideComplex& value) {
   return {static_cast<Ipp32f>(value.real()), static_cast<Ipp32f>(value.imag())};
 }
 
@@ -229,20 +229,20 @@ IppStatus ippsPredictCoef_SBR_C_32fc_D2L(const Ipp32fc (*source)[kIppsSbrBands],
   ActiveKernels().covariance(source, length, bands, covariance);
   for (std::size_t k = 0; k < bands; ++k) {
     const auto at = [&](const Ipp32f(&parts)[2][kIppsSbrAnalysisBands]) {
-      return Complex(parts[0][k], parts[1][k]);
+      return WideComplex(parts[0][k], parts[1][k]);
     };
     // The complete sums: the kernel leaves out the terms at the ends where they differ.
-    const Complex first = Wide(source[0][k]), second = Wide(source[1][k]);
-    const Complex lastButOne = Wide(source[length][k]), last = Wide(source[length + 1][k]);
-    const Complex phi01 = at(covariance.lag1) + last * std::conj(lastButOne);
-    const Complex phi12 = at(covariance.lag1) + second * std::conj(first);
-    const Complex phi02 = at(covariance.lag2);
+    const WideComplex first = Wide(source[0][k]), second = Wide(source[1][k]);
+    const WideComplex lastButOne = Wide(source[length][k]), last = Wide(source[length + 1][k]);
+    const WideComplex phi01 = at(covariance.lag1) + last * std::conj(lastButOne);
+    const WideComplex phi12 = at(covariance.lag1) + second * std::conj(first);
+    const WideComplex phi02 = at(covariance.lag2);
     const double phi11 = covariance.power[k] + std::norm(lastButOne);
     const double phi22 = covariance.power[k] + std::norm(first);
 
     const double d = phi22 * phi11 - std::norm(phi12) / (1 + 1e-6);
-    const Complex a1 = d == 0 ? Complex() : (phi01 * phi12 - phi02 * phi11) / d;
-    const Complex a0 = phi11 == 0 ? Complex() : -(phi01 + a1 * std::conj(phi12)) / phi11;
+    const WideComplex a1 = d == 0 ? WideComplex() : (phi01 * phi12 - phi02 * phi11) / d;
+    const WideComplex a0 = phi11 == 0 ? WideComplex() : -(phi01 + a1 * std::conj(phi12)) / phi11;
     const bool stable = std::norm(a0) < 16 && std::norm(a1) < 16;
     alpha0[k] = stable ? Narrow(a0) : Ipp32fc{};
     alpha1[k] = stable ? Narrow(a1) : Ipp32fc{};

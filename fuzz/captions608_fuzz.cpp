@@ -21,12 +21,12 @@ std::uint8_t withParity(std::uint8_t byte) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
-  const bool sound = (data[0] & 1) != 0;
+  const bool withValidParity = (data[0] & 1) != 0;
   CaptionCues cues(30);
   std::int64_t frame = 0;
   for (std::size_t at = 1; at + 2 <= size; at += 2, ++frame) {
     std::array<std::uint8_t, 2> pair = {data[at], data[at + 1]};
-    if (sound) pair = {withParity(pair[0]), withParity(pair[1])};
+    if (withValidParity) pair = {withParity(pair[0]), withParity(pair[1])};
     cues.add(frame, pair, {});
   }
   for (const auto& [channel, list] : cues.finish(frame)) {

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <span>
 
-#include "base/fourcc.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "recording/check/verify.h"
 #include "tests/support/temp_folder.h"
 #include "tool/package/packager.h"
@@ -23,7 +23,7 @@ constexpr std::uint64_t kMaxFrames = 512;
 void package(const Plugin& plugin, SampleSource& source, const PackageOptions& options) {
   checkVideo(source);
   const auto warn = [](const std::string&) {};
-  const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
+  const PackagePlan plan = planPackage(*source.trackOfHandler(mp4::kVideoHandler), options, warn);
   Packager packager(plugin, source, options, plan, kMaxFrames, warn);
   try {
     packager.run([](std::uint64_t) {}, [] { return false; });

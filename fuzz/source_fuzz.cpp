@@ -8,8 +8,9 @@
 #include <span>
 #include <vector>
 
-#include "base/fourcc.h"
+#include "base/codec_code.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "tool/package/paced_times.h"
 #include "tool/package/package_plan.h"
 #include "tool/source/counted_tracks.h"
@@ -41,14 +42,14 @@ void readHeld(SampleSource& source) {
 
 // Goes through the frames as packaging does, with the captions shown during them.
 void goThrough(SampleSource& source) {
-  SourceTrack* const found = source.trackOfHandler(Mp4FourCc("vide"));
+  SourceTrack* const found = source.trackOfHandler(mp4::kVideoHandler);
   if (!found || found->samples.empty()) return;
   SourceTrack& video = *found;
   PackageOptions options;
   PackagePlan plan = planPackage(video, options, [](const std::string&) {});
   PacedTimes times(video, plan);
-  SourceCaptions cc608(source, source.trackOfCodec(Mp4FourCc("c608")));
-  SourceCaptions cc708(source, source.trackOfCodec(Mp4FourCc("c708")));
+  SourceCaptions cc608(source, source.trackOfCodec(kC608));
+  SourceCaptions cc708(source, source.trackOfCodec(kC708));
   video.wanted = true;
   video.next = plan.first;
   std::int64_t frame = 0;

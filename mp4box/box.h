@@ -51,7 +51,7 @@ struct Mp4Box {
 // The payload record of a box; null if it has none or one of another type.
 template <class Payload>
 Payload* Mp4PayloadOf(const Mp4Box* box) {
-  static_assert(std::is_final_v<Payload>, "told by its exact type");
+  static_assert(std::is_final_v<Payload>, "known by its exact type");
   return box && box->data && typeid(*box->data) == typeid(Payload) ? static_cast<Payload*>(box->data)
                                                                    : nullptr;
 }

@@ -4,7 +4,7 @@
 
 namespace fmp4 {
 
-std::uint8_t Mp4FieldReader::ahead(std::uint64_t offset) const {
+std::uint8_t Mp4FieldReader::peek(std::uint64_t offset) const {
   return offset < left_.size() ? left_[static_cast<std::size_t>(offset)] : std::uint8_t{0};
 }
 

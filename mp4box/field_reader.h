@@ -21,7 +21,7 @@ class Mp4FieldReader : public Mp4Fields {
 
   bool reading() const override { return true; }
   std::uint64_t remaining() const override { return left_.size(); }
-  std::uint8_t ahead(std::uint64_t offset) const override;
+  std::uint8_t peek(std::uint64_t offset) const override;
   void bytes(const char* name, std::span<std::uint8_t> bytes) override;
   void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t count) override;
   void text(const char* name, std::string& value) override;

@@ -36,11 +36,11 @@ class Mp4Fields {
   virtual std::uint64_t remaining() const = 0;
   // The byte `offset` bytes past the current position, without consuming it; 0 past the end or if not
   // reading. For formats that are distinguished by what follows.
-  virtual std::uint8_t ahead(std::uint64_t /*offset*/) const { return 0; }
-  std::uint32_t aheadU32(std::uint64_t offset) const {
-    return static_cast<std::uint32_t>(ahead(offset)) << 24 |
-           static_cast<std::uint32_t>(ahead(offset + 1)) << 16 |
-           static_cast<std::uint32_t>(ahead(offset + 2)) << 8 | ahead(offset + 3);
+  virtual std::uint8_t peek(std::uint64_t /*offset*/) const { return 0; }
+  std::uint32_t peekU32(std::uint64_t offset) const {
+    return static_cast<std::uint32_t>(peek(offset)) << 24 |
+           static_cast<std::uint32_t>(peek(offset + 1)) << 16 |
+           static_cast<std::uint32_t>(peek(offset + 2)) << 8 | peek(offset + 3);
   }
 
   template <class T>

@@ -28,11 +28,6 @@ enum class TrackKind : std::uint8_t { Video, Audio, Captions608, Captions708 };
 inline constexpr std::array kTrackKinds = {TrackKind::Video, TrackKind::Audio, TrackKind::Captions608,
                                            TrackKind::Captions708};
 
-// The track ID is fixed, regardless of which other tracks exist.
-constexpr std::uint32_t trackNumber(TrackKind kind) {
-  return static_cast<std::uint32_t>(kind) + 1;
-}
-
 // One optional record per track.
 template <class Record>
 class PerTrack {

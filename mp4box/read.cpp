@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/bytes.h"
+#include "mp4box/box_header.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/hdlr.h"
 #include "mp4box/boxes/text_entry.h"
@@ -19,9 +20,6 @@
 namespace fmp4 {
 
 namespace {
-
-// Size, type, 64-bit size and extended type.
-constexpr std::uint64_t kMaxHeader = 32;
 
 bool isTopLevel(const Mp4Box& box) {
   return !box.father || box.father->isRoot();
@@ -78,7 +76,7 @@ std::unique_ptr<Mp4Payload> makeSampleEntryByHandler(Mp4Box& box) {
 
 Result Mp4ReadBoxHeader(Mp4Stream& stream, Mp4Box& box) {
   box = Mp4Box{};
-  std::array<std::uint8_t, kMaxHeader> header{};
+  std::array<std::uint8_t, kMaxBoxHeaderBytes> header{};
   const std::int64_t peeked = stream.peek(header.data(), header.size());
   box.position = stream.tell();
   if (peeked <= 0) return Defect::EndOfData;
@@ -154,7 +152,7 @@ Result Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
     // next box.
     const std::uint64_t size = std::max(stream.size(), box.position);
     const std::uint64_t held = std::min(box.end(), size) - box.position;
-    const std::uint64_t withNext = std::min(held + kMaxHeader, size - box.position);
+    const std::uint64_t withNext = std::min(held + kMaxBoxHeaderBytes, size - box.position);
     Mp4FileBytes bytes;
     if (bytes.fetch(stream, box.position, withNext).ok()) {
       Mp4MemoryStream memory(bytes.data(), held, box.position);

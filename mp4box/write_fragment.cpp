@@ -1,4 +1,5 @@
 // Writes "moof" and patches in the data offsets of the tracks.
+#include "mp4box/box_header.h"
 #include "mp4box/write.h"
 
 namespace fmp4 {
@@ -7,9 +8,8 @@ namespace {
 
 using mp4::TrackKind;
 
-constexpr std::uint32_t kMediaDataHeader = 8;  // bytes, header of the "mdat" that follows the fragment
 // Position of data_offset in a "trun": after the box header, version and flags, and sample_count.
-constexpr std::uint64_t kDataOffsetPosition = 8 + 4 + 4;
+constexpr std::uint64_t kDataOffsetPosition = kBoxHeaderBytes + 4 + 4;
 
 std::uint32_t offsetOf(TrackKind kind, const Mp4DataOffsets& offsets) {
   switch (kind) {
@@ -54,7 +54,7 @@ std::uint32_t Mp4WriteMovieFragment(Mp4Output& out, mp4::MovieFragment& fragment
   for (const TrackKind kind : mp4::kTrackKinds) {
     if (!places[kind]) continue;
     out.seek(*places[kind]);
-    Mp4WriteU32(out, size + kMediaDataHeader + offsetOf(kind, offsets));
+    Mp4WriteU32(out, size + kBoxHeaderBytes + offsetOf(kind, offsets));
   }
   out.seek(moof.end);
   return size;

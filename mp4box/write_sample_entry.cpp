@@ -1,4 +1,5 @@
 // Writes "stsd" with the sample entries "avc1", "mp4a", "c608" and "c708".
+#include "base/codec_code.h"
 #include "mp4box/boxes/stsd.h"
 #include "mp4box/write.h"
 
@@ -11,15 +12,15 @@ void writeAvcConfiguration(Mp4Output& out, mp4::AVCConfigurationBox& avcC) {
     Mp4WriteBox(out, Mp4FourCc("avcC"), avcC);
     return;
   }
-  mp4::AVCConfigurationBox standIn = mp4::AVCConfigurationBox::standIn();
-  Mp4WriteBox(out, Mp4FourCc("avcC"), standIn);
+  mp4::AVCConfigurationBox placeholder = mp4::AVCConfigurationBox::placeholder();
+  Mp4WriteBox(out, Mp4FourCc("avcC"), placeholder);
 }
 
 void writeSampleEntry(Mp4Output& out, mp4::VideoMedia& media) {
-  Mp4WriteBox(out, Mp4FourCc("avc1"), media.avc1, [&] { writeAvcConfiguration(out, media.avcC); });
+  Mp4WriteBox(out, kAvc1, media.avc1, [&] { writeAvcConfiguration(out, media.avcC); });
 }
 void writeSampleEntry(Mp4Output& out, mp4::AudioMedia& media) {
-  Mp4WriteBox(out, Mp4FourCc("mp4a"), media.mp4a, [&] {
+  Mp4WriteBox(out, kMp4a, media.mp4a, [&] {
     if (media.esds.decoderConfig) Mp4WriteBox(out, Mp4FourCc("esds"), media.esds);
   });
 }

@@ -8,6 +8,7 @@
 #include "base/aac/audio_specific_config.h"
 #include "base/audio_units.h"
 #include "base/codec_code.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/esds.h"
 #include "plugin/messages.h"
 
@@ -52,7 +53,7 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
 const mp4::DecoderConfigDescriptor* findDecoderConfig(Mp4Box* sampleEntry) {
   Mp4Box* const wave = Mp4BoxChild(sampleEntry, Mp4FourCc("wave"));
   for (Mp4Box* const place : {sampleEntry, wave}) {
-    const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(place, Mp4FourCc("esds")));
+    const auto* esds = Mp4PayloadOf<mp4::ESDBox>(Mp4BoxChild(place, box_type::kEsds));
     if (esds && esds->decoderConfig) return &*esds->decoderConfig;
   }
   return nullptr;
@@ -238,8 +239,8 @@ bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
       decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,
                                         static_cast<std::uint32_t>(frames), holder_.audio.wave.channels == 1);
   // Undecodable data after a complete access unit is not counted as a loss.
-  const bool whole = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
-  return produced > 0 && (left >= 0 || whole);
+  const bool complete = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
+  return produced > 0 && (left >= 0 || complete);
 }
 
 bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {

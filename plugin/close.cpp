@@ -10,7 +10,7 @@ namespace fmp4 {
 std::uint32_t CMFFmp4::Close() {
   qvrInfoDelete(this);
   m_setClose();
-  const bool whole = guarded(false, [this] { return !m_recorder || m_recorder->finish(); });
+  const bool complete = guarded(false, [this] { return !m_recorder || m_recorder->finish(); });
   m_source.reset();
   m_recorder.reset();
   m_recordingOptions = {};
@@ -18,7 +18,7 @@ std::uint32_t CMFFmp4::Close() {
   m_audioMask = 0;
   m_videoChannels = 0;
   host().resetDescriptions();
-  return whole ? VL_OK : VL_FAILED;
+  return complete ? VL_OK : VL_FAILED;
 }
 
 }  // namespace fmp4

@@ -3,13 +3,13 @@
 #include "base/audio_units.h"
 #include "base/bytes.h"
 #include "base/codec_code.h"
-#include "base/fourcc.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 
 namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kBoxHeader = 8;
 constexpr std::uint32_t kBitmapHeader = 40;
 
 // Whether the parameter sets are inside the record (ISO/IEC 14496-15, 5.3.3.1).
@@ -33,13 +33,13 @@ bool holdsItsParameterSets(const std::vector<std::uint8_t>& record) {
 
 std::optional<std::vector<std::uint8_t>> avcRecordOf(const QVRVIDEO& video) {
   const std::uint8_t* const box = video.colourTable;
-  if (Mp4LoadU32(box + 4) != Mp4FourCc("avcC")) return std::vector<std::uint8_t>();
+  if (Mp4LoadU32(box + 4) != box_type::kAvcC) return std::vector<std::uint8_t>();
   const std::uint32_t size = Mp4LoadU32(box);
   // A bitmap header that specifies its total size limits the data after it.
   const std::uint32_t statedSize = video.bitmap.size;
-  if (size < kBoxHeader || size > sizeof video.colourTable) return std::nullopt;
+  if (size < kBoxHeaderBytes || size > sizeof video.colourTable) return std::nullopt;
   if (statedSize > kBitmapHeader && size > statedSize - kBitmapHeader) return std::nullopt;
-  std::vector<std::uint8_t> record(box + kBoxHeader, box + size);
+  std::vector<std::uint8_t> record(box + kBoxHeaderBytes, box + size);
   if (!holdsItsParameterSets(record)) return std::nullopt;
   return record;
 }

@@ -43,6 +43,11 @@ inline constexpr char kOpen[] = "Open";
 inline constexpr char kNoVideoRecord[] = "mov2";
 inline constexpr char kNoChannel[] = "fmp4";
 
+// Reports why a call fails; returns its status.
+inline std::uint32_t fail(const char* text) {
+  reportError(text);
+  return VL_FAILED;
+}
 inline void reportWarning(const char* text) {
   ErrFmtOut(VL_LOG_WARNING, 0, 0, "WARNING(vlx_fmp4): %s\n", text);
 }

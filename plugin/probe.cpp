@@ -24,15 +24,10 @@ namespace fmp4 {
 
 namespace {
 
-std::uint32_t refuse(const char* text) {
-  messages::reportError(text);
-  return VL_FAILED;
-}
-
 std::uint32_t probeManifest(const char* fileName) {
   tinyxml2::XMLDocument document;
   if (loadManifestDocument(fileName, document) && document.FirstChildElement("MPD")) return VL_OK;
-  return refuse(messages::kNoManifest);
+  return messages::fail(messages::kNoManifest);
 }
 
 // Intended (quirk 1): the stream, box tree and open file of an accepted file are kept, because hosts rely on
@@ -49,10 +44,10 @@ void keepReaderOpen(std::unique_ptr<Mp4Stream> stream, std::unique_ptr<Mp4TopLev
 std::uint32_t probeBoxFile(const char* fileName) {
   auto stream = std::make_unique<Mp4Stream>();
   const VLHANDLE handle = stream->open(fileName, MP4_MODE_READ);
-  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return refuse(messages::kCannotOpenFile);
+  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return messages::fail(messages::kCannotOpenFile);
   auto file = Mp4ReadRoot(*stream, false);
-  if (!file) return refuse(messages::kNoFileRoot);
-  if (!Mp4BoxGet(stream.get(), file->root(), false, "moof")) return refuse(messages::kNotFragmented);
+  if (!file) return messages::fail(messages::kNoFileRoot);
+  if (!Mp4BoxGet(stream.get(), file->root(), false, "moof")) return messages::fail(messages::kNotFragmented);
   keepReaderOpen(std::move(stream), std::move(file));
   return VL_OK;
 }

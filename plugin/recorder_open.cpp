@@ -12,7 +12,7 @@ namespace fmp4 {
 
 namespace {
 
-std::uint32_t refuse(const char* text) {
+std::uint32_t cannotCreate(const char* text) {
   messages::reportWarning(text);
   ErrOut("fmp4OpenWrite(0x%lX)", static_cast<unsigned long>(FMP4_E_CANNOT_CREATE));
   return FMP4_E_CANNOT_CREATE;
@@ -35,7 +35,7 @@ std::uint32_t Recorder::createAudio(const std::string& name) {
   const std::string previousList = staleAudioPlaylist(name);
   const bool created = audioRecording_->create(name);
   if (hasReplaced(audioRecording_->file())) removeStaleFile(previousList);
-  if (!created) return refuse(messages::kCannotCreateAudio);
+  if (!created) return cannotCreate(messages::kCannotCreateAudio);
   handle_ = audioRecording_->file().handle();
   return VL_OK;
 }
@@ -51,7 +51,7 @@ std::uint32_t Recorder::createVideo(const std::string& name) {
   const bool created = !nameTaken && videoRecording_->create(path);
   if (hasReplaced(videoRecording_->file()))
     for (const std::string& file : previous) removeStaleFile(file);
-  if (!created) return refuse(messages::kCannotCreateVideo);
+  if (!created) return cannotCreate(messages::kCannotCreateVideo);
   handle_ = videoRecording_->file().handle();
   videoPath_ = path;
   manifest_ = std::make_unique<MpdWriter>(manifest);

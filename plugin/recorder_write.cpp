@@ -77,10 +77,7 @@ std::uint32_t Recorder::startVideoRecording() {
   // Checked again: a rejected description is kept, and a codec option may have changed an accepted one.
   const char* refusal = videoRefusal(host_.video);
   if (!refusal && host_.audioMask != 0) refusal = audioRefusal(host_.audio);
-  if (refusal) {
-    messages::reportError(refusal);
-    return VL_FAILED;
-  }
+  if (refusal) return messages::fail(refusal);
   const VideoSettings settings = videoSettings();
   if (companion_) companion_->recorder()->owner_ = Owner{settings.geometry, settings.rate, manifest_.get()};
   return started(file,
@@ -90,10 +87,7 @@ std::uint32_t Recorder::startVideoRecording() {
 std::uint32_t Recorder::startAudioRecording() {
   RecordedFile& file = audioRecording_->file();
   if (audioRecording_->started()) return file.failed() ? VL_FAILED : VL_OK;
-  if (const char* const refusal = audioRefusal(host_.audio)) {
-    messages::reportError(refusal);
-    return VL_FAILED;
-  }
+  if (const char* const refusal = audioRefusal(host_.audio)) return messages::fail(refusal);
   const Owner owner =
       owner_.value_or(Owner{geometryOfInterval(options_.keyFrameInterval), options_.rate, nullptr});
   return started(file, [&] {
@@ -121,11 +115,11 @@ AudioSettings Recorder::audioSettings() const {
 
 // Audio first: the manifest must list its last segment before the video saves it.
 bool Recorder::finish() {
-  bool whole = true;
-  if (companion_) whole = companion_->Close() == VL_OK;
-  if (videoRecording_) whole = videoRecording_->finish() && whole;
-  if (audioRecording_) whole = audioRecording_->finish() && whole;
-  return whole;
+  bool complete = true;
+  if (companion_) complete = companion_->Close() == VL_OK;
+  if (videoRecording_) complete = videoRecording_->finish() && complete;
+  if (audioRecording_) complete = audioRecording_->finish() && complete;
+  return complete;
 }
 
 }  // namespace fmp4

@@ -24,11 +24,6 @@ std::uint64_t roundUp(std::uint64_t value, std::uint64_t step) {
   return step == 0 ? value : (value + step - 1) / step * step;
 }
 
-std::uint32_t refuse(const char* text) {
-  messages::reportError(text);
-  return VL_FAILED;
-}
-
 }  // namespace
 
 std::uint32_t CMFFmp4::SetFileInfo(std::uint32_t channelMask, const QVRSYSTEM* system, const QVRVIDEO* video,
@@ -51,7 +46,7 @@ std::uint32_t CMFFmp4::takeDescriptions(std::uint32_t channelMask, const QVRSYST
     result = takeVideo();
     if (result != VL_OK) return result;
   }
-  if (noAudio) return refuse(noAudio);
+  if (noAudio) return messages::fail(noAudio);
   if (audio) takeAudio(channelMask);
   return audio ? VL_OK : result;
 }
@@ -79,7 +74,8 @@ std::uint32_t CMFFmp4::takeVideo() {
   QVRSTREAMHEADER& stream = m_video.stream;
   vidNormalizeRateScale(&stream.rate, &stream.scale);
   m_recordingOptions.rate = {stream.rate, stream.scale};
-  if (const char* const refusal = m_fCreateFile() ? videoRefusal(m_video) : nullptr) return refuse(refusal);
+  if (const char* const refusal = m_fCreateFile() ? videoRefusal(m_video) : nullptr)
+    return messages::fail(refusal);
   if (stream.length != 0 && m_system.totalFrames == 0) m_system.totalFrames = stream.length;
   takeVideoSizes();
   QVRSTREAM* holder = findHolder([](const QVRSTREAM& stream) { return stream.kind == QVR_KIND_VIDEO; });

@@ -28,12 +28,10 @@ std::uint64_t requestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uin
 std::uint32_t statusOf(AudioTrack::Outcome outcome) {
   switch (outcome) {
     case AudioTrack::Outcome::NoRun:
-      messages::reportError(messages::kNoVideoChunkForFrame);
-      return VL_FAILED;
+      return messages::fail(messages::kNoVideoChunkForFrame);
     case AudioTrack::Outcome::NoFragment:
     case AudioTrack::Outcome::End:
-      messages::reportError(messages::kNoAudioChunkForFrame);
-      return VL_FAILED;
+      return messages::fail(messages::kNoAudioChunkForFrame);
     case AudioTrack::Outcome::Refused:
       return FMP4_E_DURATION;
     case AudioTrack::Outcome::Undecodable:
@@ -93,10 +91,8 @@ std::uint32_t Source::readAudio(std::uint32_t frame, std::uint32_t count, std::u
       descriptor->dataCapacity != 0
           ? descriptor->dataCapacity
           : std::max<std::uint64_t>(requestedBytes(host_.audio.wave, audio.wave, count), bufferBytes);
-  if (wanted * frameSize > std::min<std::uint64_t>(space, 0xFFFFFFFFu)) {
-    messages::reportError(messages::kBufferTooSmall);
-    return VL_FAILED;
-  }
+  if (wanted * frameSize > std::min<std::uint64_t>(space, 0xFFFFFFFFu))
+    return messages::fail(messages::kBufferTooSmall);
   return deliverAudio(*track, frame, count, wanted, *descriptor);
 }
 

@@ -3,9 +3,11 @@
 #include <array>
 
 #include "base/bytes.h"
+#include "base/caption_area.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "plugin/messages.h"
 #include "plugin/source.h"
-#include "recording/caption_area.h"
 #include "streaming/index/seek.h"
 
 namespace fmp4 {
@@ -54,8 +56,7 @@ std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
   if (!tracks_[kCc708Track].present() || !cc708Cursor_.loaded()) return VL_OK;
   switch (cc708Cursor_.advance(*index_)) {
     case Advance::NoRun:
-      messages::reportError(messages::kNoVideoChunkForFrame);
-      return VL_FAILED;
+      return messages::fail(messages::kNoVideoChunkForFrame);
     case Advance::NoFragment:
       messages::reportError(messages::kNo708ChunkForFrame);
       return VL_OK;
@@ -72,19 +73,20 @@ std::uint32_t Source::deliverCc708(DFRAME& descriptor) {
 // area, adds nothing.
 void Source::takeCc708Sample(DFRAME& descriptor) {
   constexpr std::size_t kSpace = sizeof descriptor.captions - kDistributionStart;
-  std::array<std::uint8_t, kBoxHeader + kSpace> sample;
+  std::array<std::uint8_t, kBoxHeaderBytes + kSpace> sample;
   const std::size_t held = std::min<std::size_t>(cc708Cursor_.sampleSize(), sample.size());
-  if (held <= kBoxHeader ||
+  if (held <= kBoxHeaderBytes ||
       !cc708Cursor_.readAt(*index_, cc708Cursor_.sampleOffset(), held, sample.data()).ok())
     return;
   const std::uint32_t boxSize = Mp4LoadU32(sample.data());
-  if (boxSize <= kBoxHeader || boxSize > held || Mp4LoadU32(sample.data() + 4) != kPacketBox) return;
-  const std::uint8_t* payload = sample.data() + kBoxHeader;
-  const std::size_t payloadBytes = boxSize - kBoxHeader;
+  if (boxSize <= kBoxHeaderBytes || boxSize > held || Mp4LoadU32(sample.data() + 4) != box_type::kCcdp)
+    return;
+  const std::uint8_t* payload = sample.data() + kBoxHeaderBytes;
+  const std::size_t payloadBytes = boxSize - kBoxHeaderBytes;
 
   std::uint8_t* area = descriptor.captions;
   std::fill(area + kPacketStart, area + kLengthSource + 1, std::uint8_t{0});
-  const bool distribution = payloadBytes >= 2 && payload[0] == 0x96 && payload[1] == 0x69;
+  const bool distribution = payloadBytes >= 2 && Mp4LoadU16(payload) == kDistributionIdentifier;
   if (distribution) {
     area[kPacketStart] = kDistributionWord & 0xFF;
     area[kPacketStart + 1] = kDistributionWord >> 8;

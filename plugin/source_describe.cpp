@@ -31,16 +31,10 @@ std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
     if (manifest->audioSamplingRate) host_.audio.wave.samplesPerSecond = *manifest->audioSamplingRate;
   }
   if (const std::uint32_t result = setUpTracks(); result != VL_OK) return result;
-  if (!hasVideo() && host_.streams.empty()) {
-    messages::reportError(noTracks(file_->defects()).c_str());
-    return VL_FAILED;
-  }
+  if (!hasVideo() && host_.streams.empty()) return messages::fail(noTracks(file_->defects()).c_str());
   if (!nominalRate_.known() && manifest) nominalRate_ = manifest->frameRate;
   if (!nominalRate_.known() && !hasVideo()) nominalRate_ = kDefaultFrameRate;
-  if (!describeFrameRate()) {
-    messages::reportError(messages::kNoFrameRate);
-    return VL_FAILED;
-  }
+  if (!describeFrameRate()) return messages::fail(messages::kNoFrameRate);
   return VL_OK;
 }
 

@@ -53,25 +53,17 @@ std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags) {
 
 std::uint32_t Source::openFile(const char* path) {
   const VLHANDLE handle = stream_.open(path, MP4_MODE_READ);
-  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) {
-    messages::reportError(messages::kCannotOpenFile);
-    return VL_FAILED;
-  }
+  if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return messages::fail(messages::kCannotOpenFile);
   handle_ = handle;
   // The index walks what comes after the movie box.
   file_ = Mp4ReadRoot(stream_, false);
-  if (!file_) {
-    messages::reportError(messages::kNoFileRoot);
-    return VL_FAILED;
-  }
+  if (!file_) return messages::fail(messages::kNoFileRoot);
   return VL_OK;
 }
 
 std::uint32_t Source::positionReaders() {
-  if (hasVideo() && !positionOnFirstChunk(*index_, kVideoTrack, videoCursor_).ok()) {
-    messages::reportError(messages::kNoFirstVideoChunk);
-    return VL_FAILED;
-  }
+  if (hasVideo() && !positionOnFirstChunk(*index_, kVideoTrack, videoCursor_).ok())
+    return messages::fail(messages::kNoFirstVideoChunk);
   if (tracks_[kCc608Track].present()) {
     if (!positionOnFirstChunk(*index_, kCc608Track, cc608_.cursor).ok()) {
       messages::reportError(messages::kNoFirst608Chunk);
@@ -84,10 +76,8 @@ std::uint32_t Source::positionReaders() {
   }
   // Audio may start late or, if only declared, never: any first fragment is sufficient.
   TrackCursor audio(tracks_[kAudioTrack]);
-  if (tracks_[kAudioTrack].present() && !audio.locateFragment(*index_, index_->nextOccupied(0), 0).ok()) {
-    messages::reportError(messages::kNoFirstAudioChunk);
-    return VL_FAILED;
-  }
+  if (tracks_[kAudioTrack].present() && !audio.locateFragment(*index_, index_->nextOccupied(0), 0).ok())
+    return messages::fail(messages::kNoFirstAudioChunk);
   return VL_OK;
 }
 

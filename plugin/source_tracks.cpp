@@ -4,6 +4,7 @@
 #include "base/bytes.h"
 #include "base/codec_code.h"
 #include "mp4box/audio_object_type.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/mdhd.h"
 #include "mp4box/boxes/tkhd.h"
@@ -44,14 +45,14 @@ std::uint32_t Source::setUpTracks() {
   Mp4Box* movie = Mp4BoxGet(&stream_, file_->root(), false, "moov");
   if (!movie) return VL_OK;
   const TrackDefaults defaults = readTrackDefaults(movie);
-  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(movie, box_type::kTrak, i); ++i) {
     if (const std::uint32_t result = setUpTrack(trak, i + 1, defaults); result != VL_OK) return result;
   }
   return VL_OK;
 }
 
 std::uint32_t Source::setUpTrack(Mp4Box* trak, std::uint32_t ordinal, const TrackDefaults& defaults) {
-  const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, Mp4FourCc("tkhd")));
+  const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, box_type::kTkhd));
   Mp4Box* sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
   if (!sampleEntry) return VL_OK;
   IndexedTrack track;
@@ -108,13 +109,10 @@ std::uint32_t Source::setUpVideo(const Mp4Box* sampleEntry, const IndexedTrack& 
 
 // Stores the configuration box, including its header, directly after the bitmap header.
 std::uint32_t Source::takeCodecConfiguration(const Mp4Box* sampleEntry) {
-  const std::uint32_t wanted = sampleEntry->type == kAvc1 ? Mp4FourCc("avcC") : Mp4FourCc("hvcC");
+  const std::uint32_t wanted = sampleEntry->type == kAvc1 ? box_type::kAvcC : box_type::kHvcC;
   for (const Mp4Box* child = sampleEntry->first; child; child = child->next) {
     if (child->type != wanted) continue;
-    if (child->size > sizeof host_.video.colourTable) {
-      messages::reportError(messages::kConfigurationTooLong);
-      return VL_FAILED;
-    }
+    if (child->size > sizeof host_.video.colourTable) return messages::fail(messages::kConfigurationTooLong);
     const auto size = static_cast<std::uint32_t>(child->size);
     if (!stream_.seek(child->position) || stream_.read(host_.video.colourTable, size) != size) return VL_OK;
     host_.video.bitmap.size = size + kSampleEntryBytes;

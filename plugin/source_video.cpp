@@ -42,10 +42,7 @@ std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::u
     if (!SeekVideoFrame(*index_, frame, videoCursor_).ok()) return VL_FAILED;
   }
   seekCaptions(frame, jumped);
-  if (videoCursor_.advance(*index_) != Advance::Ready) {
-    messages::reportError(messages::kNoVideoChunkForFrame);
-    return VL_FAILED;
-  }
+  if (videoCursor_.advance(*index_) != Advance::Ready) return messages::fail(messages::kNoVideoChunkForFrame);
   if (mode & QVR_MODE_HEADER_ONLY) return describeSample(*descriptor);
   if (const std::uint32_t result = deliverSample(*descriptor); result != VL_OK) return result;
   deliverCc608(*descriptor, frame);
@@ -75,8 +72,7 @@ std::uint32_t Source::describeSample(DFRAME& descriptor) {
   if (descriptor.sampleSize != 0 &&
       !cursor.readAt(*index_, cursor.sampleOffset(), 1, &descriptor.firstByte).ok()) {
     cursor.clear();
-    messages::reportError(messages::kNoVideoChunkForFrame);
-    return VL_FAILED;
+    return messages::fail(messages::kNoVideoChunkForFrame);
   }
   descriptor.flags = (descriptor.flags & kSampleKept) | SampleKeyFlag(cursor.sampleFlags());
   return VL_OK;
@@ -87,15 +83,12 @@ std::uint32_t Source::deliverSample(DFRAME& descriptor) {
   TrackCursor& cursor = videoCursor_;
   const std::uint32_t size = cursor.sampleSize();
   descriptor.bytes = size;
-  if (descriptor.data && descriptor.dataCapacity != 0 && size > descriptor.dataCapacity) {
-    messages::reportError(messages::kBufferTooSmall);
-    return VL_FAILED;
-  }
+  if (descriptor.data && descriptor.dataCapacity != 0 && size > descriptor.dataCapacity)
+    return messages::fail(messages::kBufferTooSmall);
   if (descriptor.data && !cursor.read(*index_, descriptor.data).ok()) {
     descriptor.bytes = 0;
     cursor.clear();
-    messages::reportError(messages::kNoVideoChunkForFrame);
-    return VL_FAILED;
+    return messages::fail(messages::kNoVideoChunkForFrame);
   }
   const mp4::TrackRunBox& run = cursor.run();
   if (run.hasCompositionOffset()) {

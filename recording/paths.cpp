@@ -1,5 +1,6 @@
 #include "recording/paths.h"
 
+#include "recording/extensions.h"
 #include "vlutil.h"
 
 namespace fmp4 {
@@ -19,33 +20,35 @@ std::string withExtension(const std::string& path, const char* extension) {
 }
 
 std::string videoPath(const std::string& name) {
-  return contains(name, ".mp4") ? withExtension(name, ".m4v") : name;
+  return contains(name, ".mp4") ? withExtension(name, extension::kVideo) : name;
 }
 
 std::string manifestPath(const std::string& name) {
-  return withExtension(name, contains(name, ".ism") ? ".xml" : ".mpd");
+  return withExtension(
+      name, contains(name, extension::kSmooth) ? extension::kSmoothManifest : extension::kManifest);
 }
 
 bool hasSeparateAudio(const std::string& video) {
-  return contains(video, ".m4v");
+  return contains(video, extension::kVideo);
 }
 
 std::string audioPath(const std::string& video) {
-  return withExtension(video, ".m4a");
+  return withExtension(video, extension::kAudio);
 }
 
 std::string videoPlaylistPath(const std::string& video) {
-  return withExtension(video, ".m3u8");
+  return withExtension(video, extension::kPlaylist);
 }
 
 std::string masterPlaylistPath(const std::string& video) {
-  return withExtension(video, ".master.m3u8");
+  return withExtension(video, extension::kMasterPlaylist);
 }
 
 std::string audioPlaylistPath(const std::string& audio) {
   char path[VL_MAX_PATH], drive[VL_MAX_PATH], folder[VL_MAX_PATH], name[VL_MAX_PATH];
   vlOSSplitPath(audio.c_str(), drive, folder, name, nullptr);
-  vlOSMakePath(path, sizeof path, drive, folder, (std::string(name) + "A").c_str(), ".m3u8");
+  vlOSMakePath(path, sizeof path, drive, folder, (std::string(name) + extension::kAudioPlaylistMark).c_str(),
+               extension::kPlaylist);
   return path;
 }
 

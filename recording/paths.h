@@ -1,4 +1,5 @@
-// How the files of a recording are named.
+// The rule by which recording names its files, from the name that it is given. `recording/existing_paths.h`
+// finds those of a recording that exists.
 #pragma once
 
 #include <string>

@@ -33,7 +33,7 @@ tool/source: base os captions mp4box streaming/index host/include tool/terminal
 tool/host: base os mp4box streaming/index streaming/lists host/include host/reference tool/terminal tool/source
 tool/package: base os captions mp4box recording streaming/lists host/include tool/terminal tool/source tool/host
 tool/export: base os captions mp4box recording host/include tool/terminal tool/source tool/host tool/package
-tool/check: base os host/include tool/terminal tool/host
+tool/check: base os mp4box host/include tool/terminal tool/host
 tool/serve: base os streaming/lists recording tool/terminal
 tool/commands: base os captions mp4box streaming/lists recording recording/check host/include tool/terminal tool/source tool/host tool/package tool/export tool/check tool/serve
 tool: base tool/commands tool/terminal tool/host

@@ -62,17 +62,17 @@ ls -l "$exported"
 picture_hashes "$source" >"$folder/source.md5"
 picture_hashes "$exported" >"$folder/exported.md5"
 cmp "$folder/source.md5" "$folder/exported.md5" || fail "the export does not decode to the source's frames"
-pictures=$(wc -l <"$folder/exported.md5")
-[[ $frames -eq 300 && $pictures -eq 300 ]] || fail "$frames frames read, $pictures decoded, instead of 300"
+decoded=$(wc -l <"$folder/exported.md5")
+[[ $frames -eq 300 && $decoded -eq 300 ]] || fail "$frames frames read, $decoded decoded, instead of 300"
 
 title "fmp4 export --audio"
 "$fmp4" --quiet export "$source" --force --audio "$audio"
 ls -l "$audio"
 samples=$(ffprobe -v error -select_streams a:0 -show_entries stream=duration_ts -of csv=p=0 "$audio")
-# Exported audio begins with the first picture, which B-frames delay.
-picture=$(ffprobe -v error -select_streams v:0 -show_entries packet=pts_time -of csv=p=0 "$source" | sort -n | head -n 1)
+# Exported audio begins with the first frame, which B-frames delay.
+start_time=$(ffprobe -v error -select_streams v:0 -show_entries packet=pts_time -of csv=p=0 "$source" | sort -n | head -n 1)
 described=$("$fmp4" --quiet info --json "$source" | sed -n 's/.*"samples": *\([0-9]*\).*/\1/p')
-expected=$(awk -v samples="$described" -v start="$picture" 'BEGIN { printf "%.0f", samples - start * 48000 }')
+expected=$(awk -v samples="$described" -v start="$start_time" 'BEGIN { printf "%.0f", samples - start * 48000 }')
 [[ $samples -eq $expected ]] || fail "$samples PCM frames of audio instead of $expected"
 # A tone at ffmpeg's level: the mean volume of the export and of ffmpeg's own decoding agree within 0.1 dB.
 mean_volume() {
@@ -99,9 +99,9 @@ title "Summary"
 cat <<END
 read      $frames frames, in sequence and shuffled: the same
           sizes, key frames and bytes as ffprobe finds
-exported  $pictures frames, decoded by ffmpeg bit for bit as from the source
+exported  $decoded frames, decoded by ffmpeg bit for bit as from the source
           $samples PCM frames of audio, at the level that ffmpeg decodes
-recorded  $pictures frames with audio, read back through the manifest: the same
+recorded  $decoded frames with audio, read back through the manifest: the same
           frames, and decoded by ffmpeg bit for bit as from the source
 play      $source
           $exported

@@ -51,7 +51,7 @@ try() {
     [[ $("${fmp4[@]}" --quiet probe clip.mp4) == "accepted clip.mp4" ]] || fail "$1: probe"
     "${fmp4[@]}" --quiet info --json clip.mp4 >info.json
     grep -q '"frames": 90' info.json || fail "$1: info"
-    "${fmp4[@]}" --quiet export clip.mp4 --video video.h264 --audio sound.wav
+    "${fmp4[@]}" --quiet export clip.mp4 --video video.h264 --audio audio.wav
     "${fmp4[@]}" --quiet package clip.mp4 --output "Aufnahme Nº 1.mp4"
     "${fmp4[@]}" --quiet frames "Aufnahme Nº 1.mpd" >frames.csv
     [[ $(wc -l <frames.csv) -eq 91 ]] || fail "$1: reading the recording back"

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 modules=(base os host mp4box streaming recording captions plugin support tool audio dsp)
-options=(-std=c++20 -I. -Ihost/include -Ihost/reference/include '-DFMP4_VERSION=""' -Wno-pragma-once-outside-header)
+options=(-std=c++20 -I. -Ihost/include -Ihost/reference/include '-DFMP4_VERSION=""' -DVL_SIMD -Wno-pragma-once-outside-header)
 
 # Sources that compile here. The kernels are included again for each instruction set.
 sources() {

@@ -33,12 +33,12 @@ int runCommand(const Invocation& invocation) {
 // The exit code of a run that would end with `code`, once all that it printed is written.
 int written(int code) {
   if (std::cout.flush()) return code;
-  tellFailure("standard output could not be written; is its disk full?");
+  sayFailure("standard output could not be written; is its disk full?");
   return kOperationFailed;
 }
 
-std::map<std::string, Colour> colours() {
-  return {{"auto", Colour::Auto}, {"always", Colour::Always}, {"never", Colour::Never}};
+std::map<std::string, ColourUse> colours() {
+  return {{"auto", ColourUse::Auto}, {"always", ColourUse::Always}, {"never", ColourUse::Never}};
 }
 
 std::vector<std::string> commandsOf(const CLI::App& app) {
@@ -90,7 +90,7 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     arguments.erase(arguments.begin());
     arguments = withHelpAsOption(std::move(arguments));
     if (const std::string trouble = unknownCommand(arguments, commandsOf(app)); !trouble.empty()) {
-      tellFailure(trouble);
+      sayFailure(trouble);
       return kWrongUsage;
     }
     std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes
@@ -100,9 +100,9 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     // Help and the version are printed so too.
     return app.exit(error) == EXIT_SUCCESS ? written(EXIT_SUCCESS) : kWrongUsage;
   } catch (const std::bad_alloc&) {
-    tellFailure("out of memory");
+    sayFailure("out of memory");
   } catch (const std::exception& error) {
-    tellFailure(error.what());
+    sayFailure(error.what());
   }
   return kOperationFailed;
 }

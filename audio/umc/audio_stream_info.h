@@ -12,6 +12,9 @@ inline constexpr std::uint32_t UMC_STREAM_AC3 = 4096;
 // Raw AAC access units whose format is given by an AudioSpecificConfig (ISO/IEC 14496-3, 1.6.2.1).
 inline constexpr std::uint32_t UMC_STREAM_AAC_CONFIGURED = 2065;
 
+// Bits of the PCM samples that the decoders give.
+inline constexpr std::uint32_t kPcmBitsPerSample = 16;
+
 struct AudioStreamInfo {
   std::uint32_t channels = 0;
   std::uint32_t sampleFrequency = 0;  // hertz

@@ -68,7 +68,7 @@ def main():
     given = arguments()
     item = Item(given.archive, given.results, given.item)
     line = run(Tool(given.fmp4), item, {'operation': given.operation, 'options': given.options})
-    # One write: lines of jobs that share a file stay whole.
+    # One write: lines of jobs that share a file stay in one piece.
     sys.stdout.write(json.dumps(line) + '\n')
     return EXIT_CODES[line['status']]
 

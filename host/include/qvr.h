@@ -172,7 +172,7 @@ struct DFRAME {
   // The CEA-608 pair in bytes 0 and 1; the CEA-708 packet from byte 4.
   std::uint8_t captions[8496];
 };
-static_assert(sizeof(DFRAME) == 8560, "the host tells descriptors by their size");
+static_assert(sizeof(DFRAME) == 8560, "the host knows descriptors by their size");
 
 // SetMode: a mode command.
 struct MEDIACMD {

@@ -47,9 +47,9 @@ void formatAndDeliver(std::uint32_t level, const char* format, va_list arguments
     deliver(level, text);
   } else {
     try {
-      std::string whole(static_cast<std::size_t>(length), '\0');
-      std::vsnprintf(whole.data(), whole.size() + 1, format, again);
-      deliver(level, whole.c_str());
+      std::string text(static_cast<std::size_t>(length), '\0');
+      std::vsnprintf(text.data(), text.size() + 1, format, again);
+      deliver(level, text.c_str());
     } catch (const std::bad_alloc&) {
       deliver(level, text);
     }

@@ -238,13 +238,13 @@ void CAMediaFile::m_fixQVRStruct(QVRAUDIO* audio) const {
   QVRWAVE& wave = audio->wave;
   if (wave.blockAlign == 0) {
     const std::uint32_t bytes = wave.channels * ((wave.bitsPerSample + 7u) / 8);
-    constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
-    wave.blockAlign = static_cast<std::uint16_t>(std::min(bytes, kMost));
+    constexpr std::uint32_t kMax = std::numeric_limits<std::uint16_t>::max();
+    wave.blockAlign = static_cast<std::uint16_t>(std::min(bytes, kMax));
   }
   if (wave.averageBytesPerSecond == 0) {
     const std::uint64_t bytes = std::uint64_t{wave.blockAlign} * wave.samplesPerSecond;
-    constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
-    wave.averageBytesPerSecond = static_cast<std::uint32_t>(std::min(bytes, kMost));
+    constexpr std::uint64_t kMax = std::numeric_limits<std::uint32_t>::max();
+    wave.averageBytesPerSecond = static_cast<std::uint32_t>(std::min(bytes, kMax));
   }
   wave.extraSize = std::min<std::uint16_t>(wave.extraSize, QVR_AUDIO_EXTRA_BYTES);
 }

@@ -19,7 +19,7 @@ struct AVCConfigurationBox final : Mp4Payload {
   // Written when the stream provided no record: version, profile, compatibility and level all 1, four-byte
   // NAL unit lengths, no sequence parameter sets. Intended (quirk 45): the count of picture parameter sets is
   // omitted.
-  static AVCConfigurationBox standIn() {
+  static AVCConfigurationBox placeholder() {
     AVCConfigurationBox box;
     box.record = {1, 1, 1, 1, 0xFC | 0x03, 0xE0 | 0x00};
     return box;

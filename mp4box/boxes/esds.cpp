@@ -40,7 +40,7 @@ void ESDBox::fields(Mp4Fields& f) {
   fullBox(f);
   if (f.reading()) {
     extension.clear();
-    if (f.ahead(0) != kEsDescriptorTag) return;
+    if (f.peek(0) != kEsDescriptorTag) return;
   } else {
     // Each length includes the lengths inside it, so the innermost comes first.
     std::uint64_t content = 3 + (dependsOnEsId ? 2 : 0) + (url ? 1 + url->size() : 0) + (ocrEsId ? 2 : 0);
@@ -75,7 +75,7 @@ void ESDBox::fields(Mp4Fields& f) {
   }
   if (ocrEsId) f.u16("OCR_ES_Id", *ocrEsId);
 
-  if (f.reading() && f.ahead(0) == kDecoderConfigTag) decoderConfig.emplace();
+  if (f.reading() && f.peek(0) == kDecoderConfigTag) decoderConfig.emplace();
   if (decoderConfig) {
     DecoderConfigDescriptor& config = *decoderConfig;
     tag(f, kDecoderConfigTag);
@@ -86,7 +86,7 @@ void ESDBox::fields(Mp4Fields& f) {
     f.u24("bufferSizeDB", config.bufferSizeDB);
     f.u32("maxBitrate", config.maxBitrate);
     f.u32("avgBitrate", config.avgBitrate);
-    if (f.reading()) config.hasDecoderSpecificInfo = f.ahead(0) == kDecoderSpecificInfoTag;
+    if (f.reading()) config.hasDecoderSpecificInfo = f.peek(0) == kDecoderSpecificInfoTag;
     if (config.hasDecoderSpecificInfo) {
       tag(f, kDecoderSpecificInfoTag);
       decoderSpecificInfoLength.fields(f);

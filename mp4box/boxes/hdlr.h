@@ -3,9 +3,15 @@
 
 #include <array>
 
+#include "base/fourcc.h"
 #include "mp4box/fields.h"
 
 namespace fmp4::mp4 {
+
+// What a track holds, as its handler_type says it.
+inline constexpr std::uint32_t kVideoHandler = Mp4FourCc("vide");
+inline constexpr std::uint32_t kAudioHandler = Mp4FourCc("soun");
+inline constexpr std::uint32_t kCaptionHandler = Mp4FourCc("clcp");  // QuickTime: closed captions
 
 struct HandlerBox final : Mp4FullBox {
   std::uint32_t preDefined = 0;  // QuickTime: component type
@@ -23,7 +29,7 @@ struct HandlerBox final : Mp4FullBox {
     if (f.reading()) {
       // A counted name fills the box to its last character; the other form has a terminating zero.
       const std::uint64_t left = f.remaining();
-      countedName = left > 1 && f.ahead(0) == left - 1 && f.ahead(left - 1) != 0;
+      countedName = left > 1 && f.peek(0) == left - 1 && f.peek(left - 1) != 0;
     }
     if (countedName) {
       auto length = static_cast<std::uint8_t>(name.size());

@@ -21,7 +21,7 @@ struct ItemDataHeader {
 
   // Whether the next bytes of `f` form such a box that fills the remaining payload.
   static bool follows(const Mp4Fields& f) {
-    return f.remaining() >= 16 && f.aheadU32(0) == f.remaining() && f.aheadU32(4) == Mp4FourCc("data");
+    return f.remaining() >= 16 && f.peekU32(0) == f.remaining() && f.peekU32(4) == Mp4FourCc("data");
   }
 };
 

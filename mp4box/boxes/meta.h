@@ -11,7 +11,7 @@ struct MetaBox final : Mp4FullBox {
 
   void fields(Mp4Fields& f) override {
     // In both forms the first child is the handler.
-    if (f.reading()) plain = f.aheadU32(4) == Mp4FourCc("hdlr");
+    if (f.reading()) plain = f.peekU32(4) == Mp4FourCc("hdlr");
     if (!plain) fullBox(f);
   }
 };

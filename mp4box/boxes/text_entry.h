@@ -24,7 +24,7 @@ struct TextSampleEntry final : Mp4Payload {
 
   void fields(Mp4Fields& f) override {
     // The font table is the first child box of a timed-text sample entry.
-    if (f.reading() && f.aheadU32(TimedTextSampleEntry::kBytes + 4) == Mp4FourCc("ftab")) timedText.emplace();
+    if (f.reading() && f.peekU32(TimedTextSampleEntry::kBytes + 4) == Mp4FourCc("ftab")) timedText.emplace();
     if (timedText) return timedText->fields(f);
     f.reserved(6);
     f.u16("data_reference_index", dataReferenceIndex);

@@ -43,10 +43,10 @@ class TemporaryFile {
   bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
   bool write(std::string_view text) {
-    constexpr std::size_t kMost = std::numeric_limits<DWORD>::max();
+    constexpr std::size_t kMax = std::numeric_limits<DWORD>::max();
     while (!text.empty()) {
       DWORD bytes = 0;
-      if (!WriteFile(handle_, text.data(), static_cast<DWORD>(std::min(text.size(), kMost)), &bytes, nullptr))
+      if (!WriteFile(handle_, text.data(), static_cast<DWORD>(std::min(text.size(), kMax)), &bytes, nullptr))
         return false;
       text.remove_prefix(bytes);
     }

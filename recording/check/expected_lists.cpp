@@ -109,8 +109,8 @@ std::string masterOf(const Recording& recording, const Recording::Lists& lists) 
   const RecordedMovie& movie = *recording.video()->movie();
   const RecordedMedia* const audio = recording.audio();
   MasterPlaylist master;
-  master.video = {fileNameOf(recording.names().videoPlaylist), lists.videoPlaylist};
-  if (audio) master.audio = {fileNameOf(recording.names().audioPlaylist), lists.audioPlaylist};
+  master.video = {fileNameOf(recording.paths().videoPlaylist), lists.videoPlaylist};
+  if (audio) master.audio = {fileNameOf(recording.paths().audioPlaylist), lists.audioPlaylist};
   master.codecs = codecsText(movie.avcRecord, audio ? audio->movie()->audioConfig : movie.audioConfig);
   master.width = movie.width;
   master.height = movie.height;
@@ -131,11 +131,11 @@ Recording::Lists Recording::lists() const {
   std::optional<PreviousManifest> manifest;
   std::optional<PreviousPlaylist> videoList, audioList;
   if (video()) {
-    manifest = readPreviousManifest(names_.manifest, video()->initialisationLength());
-    videoList = readPreviousPlaylist(names_.videoPlaylist, video()->name(), video()->initialisationLength());
+    manifest = readPreviousManifest(paths_.manifest, video()->initialisationLength());
+    videoList = readPreviousPlaylist(paths_.videoPlaylist, video()->name(), video()->initialisationLength());
   }
   if (audio())
-    audioList = readPreviousPlaylist(names_.audioPlaylist, audio()->name(), audio()->initialisationLength());
+    audioList = readPreviousPlaylist(paths_.audioPlaylist, audio()->name(), audio()->initialisationLength());
   const std::string manifestTime = manifest ? manifest->startTime : "";
   const std::string videoTime = videoList ? videoList->startTime : "";
   const std::string audioTime = audioList ? audioList->startTime : "";
@@ -159,7 +159,7 @@ Recording::Lists Recording::lists() const {
   lists.manifest =
       manifestOf(listedVideo, listedAudio, placesAudio, manifest, firstOf({manifestTime, videoTime, now}));
   std::error_code ignored;
-  if (std::filesystem::exists(vlPath(names_.masterPlaylist), ignored))
+  if (std::filesystem::exists(vlPath(paths_.masterPlaylist), ignored))
     lists.masterPlaylist = masterOf(*this, lists);
   return lists;
 }

@@ -14,8 +14,8 @@ using tinyxml2::XMLElement;
 
 // Longest part of a text that a message quotes, in bytes.
 std::string quoted(std::string_view text) {
-  constexpr std::size_t kMost = 120;
-  return text.size() <= kMost ? jsonText(text) : jsonText(text.substr(0, kMost)) + "...";
+  constexpr std::size_t kMax = 120;
+  return text.size() <= kMax ? jsonText(text) : jsonText(text.substr(0, kMax)) + "...";
 }
 
 // Removes the next line from `text` and returns it without its line end, which may be that of Windows.
@@ -45,16 +45,18 @@ std::string placeOf(const XMLElement* element) {
 }
 
 std::string attributeDifference(const XMLElement* expected, const XMLElement* actual) {
-  for (const XMLAttribute* due = expected->FirstAttribute(); due; due = due->Next()) {
-    const char* const is = actual->Attribute(due->Name());
-    if (!is) return placeOf(expected) + " lacks " + due->Name() + "=" + quoted(due->Value());
-    if (std::string_view(is) != due->Value())
-      return placeOf(expected) + " has " + due->Name() + "=" + quoted(is) + ", but the media say " +
-             quoted(due->Value());
+  for (const XMLAttribute* expectedOne = expected->FirstAttribute(); expectedOne;
+       expectedOne = expectedOne->Next()) {
+    const char* const actualOne = actual->Attribute(expectedOne->Name());
+    if (!actualOne)
+      return placeOf(expected) + " lacks " + expectedOne->Name() + "=" + quoted(expectedOne->Value());
+    if (std::string_view(actualOne) != expectedOne->Value())
+      return placeOf(expected) + " has " + expectedOne->Name() + "=" + quoted(actualOne) +
+             ", but the media say " + quoted(expectedOne->Value());
   }
-  for (const XMLAttribute* is = actual->FirstAttribute(); is; is = is->Next()) {
-    if (!expected->Attribute(is->Name()))
-      return placeOf(expected) + " has a " + quoted(is->Name()) + " that recordings do not have";
+  for (const XMLAttribute* actualOne = actual->FirstAttribute(); actualOne; actualOne = actualOne->Next()) {
+    if (!expected->Attribute(actualOne->Name()))
+      return placeOf(expected) + " has a " + quoted(actualOne->Name()) + " that recordings do not have";
   }
   return "";
 }
@@ -67,13 +69,14 @@ std::string elementDifference(const XMLElement* expected, const XMLElement* actu
   if (difference.empty() && std::string_view(orEmpty(expected->GetText())) != orEmpty(actual->GetText()))
     difference = placeOf(expected) + " says " + quoted(orEmpty(actual->GetText())) + ", but the media say " +
                  quoted(orEmpty(expected->GetText()));
-  const XMLElement* due = expected->FirstChildElement();
-  const XMLElement* is = actual->FirstChildElement();
-  for (; difference.empty() && due && is; due = due->NextSiblingElement(), is = is->NextSiblingElement())
-    difference = elementDifference(due, is);
+  const XMLElement* expectedChild = expected->FirstChildElement();
+  const XMLElement* actualChild = actual->FirstChildElement();
+  for (; difference.empty() && expectedChild && actualChild;
+       expectedChild = expectedChild->NextSiblingElement(), actualChild = actualChild->NextSiblingElement())
+    difference = elementDifference(expectedChild, actualChild);
   if (!difference.empty()) return difference;
-  if (due) return placeOf(due) + " is missing";
-  if (is) return quoted(is->Name()) + " should not be in " + placeOf(expected);
+  if (expectedChild) return placeOf(expectedChild) + " is missing";
+  if (actualChild) return quoted(actualChild->Name()) + " should not be in " + placeOf(expected);
   return "";
 }
 
@@ -82,23 +85,25 @@ std::string elementDifference(const XMLElement* expected, const XMLElement* actu
 std::string playlistDifference(std::string_view expected, std::string_view actual) {
   for (std::uint64_t line = 1; !expected.empty(); ++line) {
     const std::string_view rest = actual;
-    const std::string_view due = takeLine(expected), is = takeLine(actual);
-    const bool ended = rest.size() > is.size();
+    const std::string_view expectedLine = takeLine(expected), actualLine = takeLine(actual);
+    const bool ended = rest.size() > actualLine.size();
     if (rest.empty()) {
-      if (expected.empty()) return "its end marker " + quoted(due) + " is missing";
-      return "it ends before line " + std::to_string(line) + ", " + quoted(due);
+      if (expected.empty()) return "its end marker " + quoted(expectedLine) + " is missing";
+      return "it ends before line " + std::to_string(line) + ", " + quoted(expectedLine);
     }
-    if (is != due || !ended)
-      return "line " + std::to_string(line) + " says " + quoted(is) + ", but the media say " + quoted(due);
+    if (actualLine != expectedLine || !ended)
+      return "line " + std::to_string(line) + " says " + quoted(actualLine) + ", but the media say " +
+             quoted(expectedLine);
   }
   return actual.empty() ? "" : "it continues after its end with " + quoted(takeLine(actual));
 }
 
 std::string manifestDifference(std::string_view expected, std::string_view actual) {
-  tinyxml2::XMLDocument due, is;
-  if (!parseManifestDocument(actual, is) || !is.RootElement()) return "it is not a complete XML document";
-  if (!parseManifestDocument(expected, due) || !due.RootElement()) return "";
-  return elementDifference(due.RootElement(), is.RootElement());
+  tinyxml2::XMLDocument expectedDocument, actualDocument;
+  if (!parseManifestDocument(actual, actualDocument) || !actualDocument.RootElement())
+    return "it is not a complete XML document";
+  if (!parseManifestDocument(expected, expectedDocument) || !expectedDocument.RootElement()) return "";
+  return elementDifference(expectedDocument.RootElement(), actualDocument.RootElement());
 }
 
 }  // namespace fmp4

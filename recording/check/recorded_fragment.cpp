@@ -5,11 +5,14 @@
 #include <cstring>
 
 #include "base/bytes.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/mfhd.h"
 #include "mp4box/boxes/tfdt.h"
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/boxes/trun.h"
 #include "mp4box/sample_flags.h"
+#include "recording/track_number.h"
 
 namespace fmp4 {
 
@@ -17,15 +20,6 @@ namespace {
 
 using mp4::TrackKind;
 using Header = mp4::TrackFragmentHeaderBox;
-
-constexpr std::uint64_t kMediaDataHeader = 8;
-
-std::optional<TrackKind> kindOf(std::uint32_t trackId) {
-  for (const TrackKind kind : mp4::kTrackKinds) {
-    if (mp4::trackNumber(kind) == trackId) return kind;
-  }
-  return std::nullopt;
-}
 
 // The flags of the first sample of a run (ISO/IEC 14496-12, 8.8.8.1).
 std::uint32_t firstFlags(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack& track) {
@@ -57,13 +51,13 @@ void sumUp(const mp4::TrackRunBox& trun, const Header& tfhd, const RecordedTrack
 // Why a track fragment is invalid, or nothing. `dataEnd` is the end of the previous track's data.
 std::string readTrack(Mp4Box* moof, Mp4Box* traf, const RecordedMovie& movie, std::uint64_t& dataEnd,
                       RecordedFragment& fragment) {
-  const auto* tfhd = Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd")));
-  const auto* tfdt = Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(Mp4BoxChild(traf, Mp4FourCc("tfdt")));
-  const auto* trun = Mp4PayloadOf<mp4::TrackRunBox>(Mp4BoxChild(traf, Mp4FourCc("trun")));
+  const auto* tfhd = Mp4PayloadOf<Header>(Mp4BoxChild(traf, box_type::kTfhd));
+  const auto* tfdt = Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(Mp4BoxChild(traf, box_type::kTfdt));
+  const auto* trun = Mp4PayloadOf<mp4::TrackRunBox>(Mp4BoxChild(traf, box_type::kTrun));
   if (!tfhd || !tfdt || !trun) return "a track fragment lacks its header, its decode time or its run";
   const std::string name = "track " + std::to_string(tfhd->trackId);
-  if (Mp4BoxChild(traf, Mp4FourCc("trun"), 1)) return name + " has more than one run in a fragment";
-  const auto kind = kindOf(tfhd->trackId);
+  if (Mp4BoxChild(traf, box_type::kTrun, 1)) return name + " has more than one run in a fragment";
+  const auto kind = kindOfTrackNumber(tfhd->trackId);
   if (!kind || !movie.tracks[*kind]) return "the fragment has samples of " + name + ", which does not exist";
   if (fragment.runs[*kind]) return name + " appears twice in a fragment";
   RecordedRun& run = fragment.runs[*kind].emplace();
@@ -84,9 +78,9 @@ std::uint64_t mediaDataEnd(Mp4Stream& stream, std::uint64_t offset) {
   Mp4Box mdat;
   const std::uint64_t size = stream.size();
   if (offset > size || !stream.seek(offset) || !Mp4ReadBoxHeader(stream, mdat).ok()) return 0;
-  const bool whole =
-      mdat.type == Mp4FourCc("mdat") && mdat.size >= kMediaDataHeader && mdat.size <= size - offset;
-  return whole ? offset + mdat.size : 0;
+  const bool complete =
+      mdat.type == box_type::kMdat && mdat.size >= kBoxHeaderBytes && mdat.size <= size - offset;
+  return complete ? offset + mdat.size : 0;
 }
 
 // Whether all of one or more bytes are zero: the first is, and each equals the one before.
@@ -100,23 +94,23 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
                                                                  const RecordedMovie& movie) {
   const std::uint64_t size = stream.size();
   Mp4Box header;
-  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header).ok() || header.type != Mp4FourCc("moof"))
+  if (!stream.seek(offset) || !Mp4ReadBoxHeader(stream, header).ok() || header.type != box_type::kMoof)
     return "there is no fragment here";
   if (header.size < 8 || header.size > size - offset) return "the fragment's boxes are truncated";
   Mp4BoxPtr moof;
   if (const Result read = Mp4ReadBox(stream, nullptr, moof); !read.ok())
     return "the fragment cannot be read: " + std::string(defectText(read.defect()));
-  const auto* mfhd = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), Mp4FourCc("mfhd")));
+  const auto* mfhd = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), box_type::kMfhd));
   if (!mfhd) return "the fragment lacks its header";
   RecordedFragment fragment;
   fragment.start = offset;
   fragment.sequenceNumber = mfhd->sequenceNumber;
   fragment.end = mediaDataEnd(stream, moof->end());
   if (fragment.end == 0) return "the fragment's media data are missing or truncated";
-  std::uint64_t dataEnd = moof->end() + kMediaDataHeader;
-  if (moof->first->type != Mp4FourCc("mfhd")) return "the fragment's header is not at its start";
+  std::uint64_t dataEnd = moof->end() + kBoxHeaderBytes;
+  if (moof->first->type != box_type::kMfhd) return "the fragment's header is not at its start";
   Mp4Box* child = moof->first->next;
-  for (; child && child->type == Mp4FourCc("traf"); child = child->next) {
+  for (; child && child->type == box_type::kTraf; child = child->next) {
     std::string reason = readTrack(moof.get(), child, movie, dataEnd, fragment);
     if (!reason.empty()) return reason;
   }
@@ -126,7 +120,7 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   return fragment;
 }
 
-bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest) {
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t minimum) {
   constexpr std::uint64_t kBlock = 4096, kPiece = 64 * kBlock;
   std::vector<std::uint8_t> bytes;
   while (begin < end) {
@@ -138,7 +132,7 @@ bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end,
     auto left = static_cast<std::ptrdiff_t>(kBlock - begin % kBlock);  // in the block
     while (firstOfBlock != bytes.end()) {
       const auto endOfBlock = firstOfBlock + std::min(left, bytes.end() - firstOfBlock);
-      if (endOfBlock - firstOfBlock >= fewest && isZero(&*firstOfBlock, endOfBlock - firstOfBlock))
+      if (endOfBlock - firstOfBlock >= minimum && isZero(&*firstOfBlock, endOfBlock - firstOfBlock))
         return true;
       firstOfBlock = endOfBlock;
       left = kBlock;
@@ -167,7 +161,7 @@ std::optional<std::uint64_t> findFragment(Mp4Stream& stream, std::uint64_t from,
       const auto place = static_cast<std::size_t>(at - bytes.begin());
       if (place < 4 || bytes.size() - (place - 4) < kStart) continue;
       const std::uint8_t* const moof = &bytes[place - 4];
-      const bool starts = Mp4LoadU32(moof + 8) == 16 && Mp4LoadU32(moof + 12) == Mp4FourCc("mfhd") &&
+      const bool starts = Mp4LoadU32(moof + 8) == 16 && Mp4LoadU32(moof + 12) == box_type::kMfhd &&
                           Mp4LoadU32(moof + 20) > sequenceNumber;
       const std::uint64_t start = offset + place - 4;
       if (starts && mediaDataEnd(stream, start + Mp4LoadU32(moof)) != 0) return start;

@@ -40,8 +40,8 @@ inline constexpr std::ptrdiff_t kMinUnwritten = 512;
 inline constexpr std::ptrdiff_t kMinUnwrittenAc3 = 3840;
 
 // Whether part of a fragment's data never reached the disk: it then reads as zeros up to the end of a block.
-// Only runs of at least `fewest` zeros count. Reads all of the data.
-bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t fewest);
+// Only runs of at least `minimum` zeros count. Reads all of the data.
+bool hasUnwrittenData(Mp4Stream& stream, std::uint64_t begin, std::uint64_t end, std::ptrdiff_t minimum);
 
 // The first offset at or after `from` where a "moof" with a sequence number above `sequenceNumber` starts and
 // is followed by a "mdat", both within the file; nothing when there is none. Reads the rest of the file.

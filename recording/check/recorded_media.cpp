@@ -5,10 +5,12 @@
 #include <numeric>
 
 #include "base/audio_units.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/ftyp.h"
 #include "mp4box/field_reader.h"
 #include "mp4box/write.h"
 #include "recording/segment_geometry.h"
+#include "recording/track_number.h"
 
 namespace fmp4 {
 
@@ -57,7 +59,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   const auto startsHere = [&](std::uint64_t offset, std::uint32_t type) {
     return stream_.seek(offset) && Mp4ReadBoxHeader(stream_, header).ok() && header.type == type;
   };
-  if (!startsHere(0, Mp4FourCc("ftyp")) || header.size > size_)
+  if (!startsHere(0, box_type::kFtyp) || header.size > size_)
     throw NotRecorded("does not begin with a complete file type box");
   Mp4BoxPtr ftyp;
   if (const Result read = Mp4ReadBox(stream_, nullptr, ftyp); !read.ok())
@@ -67,7 +69,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
     throw NotRecorded("has a file type other than that of recordings");
   end_ = ftyp->end();
   if (end_ == size_) return;
-  if (!startsHere(end_, Mp4FourCc("moov"))) {
+  if (!startsHere(end_, box_type::kMoov)) {
     // A file truncated within its header may still become a recording.
     if (size_ - end_ < 8) return;
     throw NotRecorded("has no movie box after its file type box");
@@ -92,7 +94,7 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
     const Result found = stream_.seek(offset) ? Mp4ReadBoxHeader(stream_, header) : Defect::ReadFailed;
     if (!found.ok()) {
       reason = "no box can be read here: " + std::string(defectText(found.defect()));
-    } else if (header.type == Mp4FourCc("sidx")) {
+    } else if (header.type == box_type::kSidx) {
       reason = readIndex(offset);
       if (reason.empty()) offset = segments_.back().indexEnd;
     } else if (segments_.empty()) {
@@ -141,10 +143,10 @@ void RecordedMedia::complainOfUnwritten() {
 
 // Reports what follows the last complete fragment. Complete ones may follow `searchFrom`.
 void RecordedMedia::explainRest(const std::string& reason, std::uint64_t searchFrom) {
-  constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
+  constexpr std::size_t kMax = std::numeric_limits<std::uint32_t>::max();
   if (movie_)
     afterDamage_ =
-        findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMost)));
+        findFragment(stream_, searchFrom, static_cast<std::uint32_t>(std::min(fragments_.size(), kMax)));
   if (afterDamage_) {
     complain(end_,
              "the file is damaged (" + reason + "), and complete fragments follow the damage, from byte " +
@@ -212,7 +214,7 @@ void RecordedMedia::checkTime(TrackKind kind, const RecordedRun& run, std::uint6
   RecordedTimes& times = *times_[kind];
   if (run.decodeTime != times.end) {
     complain(offset,
-             "track " + std::to_string(mp4::trackNumber(kind)) + " has decode time " +
+             "track " + std::to_string(trackNumber(kind)) + " has decode time " +
                  std::to_string(run.decodeTime) + ", expected " + std::to_string(times.end),
              false);
     if (!first) times.jumps.push_back({fragments_.size(), times.end, run.decodeTime});
@@ -320,7 +322,7 @@ std::vector<std::uint8_t> RecordedMedia::indexBytes(const Segment& segment) cons
   const std::uint64_t step = framesPerFragment() * fragmentsPerSegment_ * unit;
   const auto ordinal = static_cast<std::uint64_t>(&segment - segments_.data());
   SegmentIndexBox index;
-  index.referenceId = mp4::trackNumber(movie_->indexedKind());
+  index.referenceId = trackNumber(movie_->indexedKind());
   index.timescale = movie_->indexedTrack().timescale;
   index.earliestPresentationTime =
       (video ? kFirstVideoIndexTime : firstAudioIndexTime(step)) + ordinal * step;
@@ -369,14 +371,16 @@ void RecordedMedia::explainIndex(const Segment& segment, const std::vector<std::
     return complain(segment.start, "the index of the segment cannot be read", true);
   if (isEmpty(*stored)) return complain(segment.start, "the index of the segment was not completed", true);
   for (std::size_t i = 0; i < expected->references.size(); ++i) {
-    const auto& is = stored->references[i];
-    const auto& due = expected->references[i];
-    if (is.referencedSize != due.referencedSize || is.subsegmentDuration != due.subsegmentDuration)
+    const auto& actualReference = stored->references[i];
+    const auto& expectedReference = expected->references[i];
+    if (actualReference.referencedSize != expectedReference.referencedSize ||
+        actualReference.subsegmentDuration != expectedReference.subsegmentDuration)
       return complain(segment.start,
                       "reference " + std::to_string(i) + " of the index says " +
-                          count(is.referencedSize, "byte") + " and " + count(is.subsegmentDuration, "tick") +
-                          ", but the fragment has " + std::to_string(due.referencedSize) + " and " +
-                          std::to_string(due.subsegmentDuration),
+                          count(actualReference.referencedSize, "byte") + " and " +
+                          count(actualReference.subsegmentDuration, "tick") + ", but the fragment has " +
+                          std::to_string(expectedReference.referencedSize) + " and " +
+                          std::to_string(expectedReference.subsegmentDuration),
                       true);
   }
   if (stored->earliestPresentationTime != expected->earliestPresentationTime)

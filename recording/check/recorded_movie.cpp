@@ -5,6 +5,8 @@
 
 #include "base/codec_code.h"
 #include "base/text.h"
+#include "mp4box/box_type.h"
+#include "recording/track_number.h"
 #include "streaming/index/track_defaults.h"
 
 namespace fmp4 {
@@ -20,7 +22,7 @@ const Payload* payloadAt(Mp4Box* box, const char* path) {
 }
 
 // The kind of a track with a sample entry of this type.
-std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
+std::optional<TrackKind> kindOfSampleEntry(std::uint32_t sampleEntry) {
   switch (sampleEntry) {
     case kAvc1:
       return TrackKind::Video;
@@ -37,12 +39,12 @@ std::optional<TrackKind> kindOf(std::uint32_t sampleEntry) {
 
 // All samples are in fragments: a sample table has version, flags and counts, all zero, and nothing else.
 bool tablesEmpty(Mp4Stream& stream, Mp4Box* stbl) {
-  constexpr std::size_t kHeader = 8, kMost = 20;
+  constexpr std::size_t kHeader = 8, kMax = 20;
   for (const std::uint32_t type :
        {Mp4FourCc("stts"), Mp4FourCc("stsc"), Mp4FourCc("stsz"), Mp4FourCc("stco")}) {
     const Mp4Box* const table = Mp4BoxChild(stbl, type);
-    if (!table || table->size > kMost || !stream.seek(table->position)) return false;
-    std::array<std::uint8_t, kMost> bytes{};
+    if (!table || table->size > kMax || !stream.seek(table->position)) return false;
+    std::array<std::uint8_t, kMax> bytes{};
     const auto size = static_cast<std::int64_t>(table->size);
     if (stream.read(bytes.data(), size) != size) return false;
     if (std::any_of(bytes.begin() + kHeader, bytes.end(), [](std::uint8_t byte) { return byte != 0; }))
@@ -72,15 +74,15 @@ std::string readTrack(Mp4Stream& stream, const TrackDefaults& defaults, Mp4Box* 
   const auto* tkhd = payloadAt<mp4::TrackHeaderBox>(trak, "tkhd");
   const auto* mdhd = payloadAt<mp4::MediaHeaderBox>(trak, "mdia/mdhd");
   Mp4Box* const stbl = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl");
-  Mp4Box* const stsd = stbl ? Mp4BoxChild(stbl, Mp4FourCc("stsd")) : nullptr;
+  Mp4Box* const stsd = stbl ? Mp4BoxChild(stbl, box_type::kStsd) : nullptr;
   Mp4Box* const entry = stsd ? stsd->first : nullptr;
   if (!tkhd || !mdhd || !entry) return "a track of the movie box lacks its header or its sample description";
   const std::string name = "track " + std::to_string(tkhd->trackId);
-  const std::optional<TrackKind> kind = kindOf(entry->type);
+  const std::optional<TrackKind> kind = kindOfSampleEntry(entry->type);
   if (!kind) return name + " is of type '" + fourCcText(entry->type) + "', which recordings never have";
-  if (tkhd->trackId != mp4::trackNumber(*kind) || movie.tracks[*kind])
+  if (tkhd->trackId != trackNumber(*kind) || movie.tracks[*kind])
     return name + " should be the only one of its type, with the number " +
-           std::to_string(mp4::trackNumber(*kind));
+           std::to_string(trackNumber(*kind));
   const auto* trex = defaultsOfTrack(defaults, tkhd->trackId);
   if (!trex || mdhd->timescale == 0) return name + " lacks its timescale or the defaults of its fragments";
   if (!tablesEmpty(stream, stbl))
@@ -103,7 +105,7 @@ std::optional<RecordedMovie> readRecordedMovie(Mp4Stream& stream, Mp4Box* moov, 
                                                const Complain& complain) {
   RecordedMovie movie;
   const TrackDefaults defaults = readTrackDefaults(moov);
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(moov, box_type::kTrak, i); ++i) {
     reason = readTrack(stream, defaults, trak, movie, complain);
     if (!reason.empty()) return std::nullopt;
   }

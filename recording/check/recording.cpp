@@ -44,11 +44,11 @@ void Recording::read(File& file, const std::string& path, std::uint64_t before) 
 }
 
 Recording::Recording(const std::string& name, RecordedMedia::Data data, const Progress& progress)
-    : names_(findRecording(name)), data_(data), progress_(progress) {
-  const std::string& first = names_.video.empty() ? names_.audio : names_.video;
+    : paths_(findRecordingPaths(name)), data_(data), progress_(progress) {
+  const std::string& first = paths_.video.empty() ? paths_.audio : paths_.video;
   std::unique_ptr<File> main = open(first), companion;
   if (!main) throw UserError("'" + first + "' is no file; check the name");
-  if (!names_.video.empty() && !names_.audio.empty()) companion = open(names_.audio);
+  if (!paths_.video.empty() && !paths_.audio.empty()) companion = open(paths_.audio);
   const std::uint64_t mainSize = main->stream.size();
   if (mainSize == 0) throw UserError("'" + first + "' is empty: nothing of the recording is left in it");
   total_ = mainSize + (companion ? companion->stream.size() : 0);
@@ -59,24 +59,24 @@ Recording::Recording(const std::string& name, RecordedMedia::Data data, const Pr
   }
   if (!main->media->movie()) nothingRecorded(first);
   if (!main->media->movie()->hasVideo()) {
-    names_ = namesOfAudioAlone(first);
+    paths_ = pathsOfAudioAlone(first);
     audio_ = std::move(main);
     noteLostVideo();
     return;
   }
   video_ = std::move(main);
-  if (!names_.audio.empty()) readAudioOfVideo(std::move(companion), mainSize);
+  if (!paths_.audio.empty()) readAudioOfVideo(std::move(companion), mainSize);
 }
 
 // An audio file of the same name is part of the recording unless the manifest says otherwise. One that was
 // never begun is of no concern: the recording went on without audio.
 void Recording::readAudioOfVideo(std::unique_ptr<File> file, std::uint64_t before) {
-  const auto previous = readPreviousManifest(names_.manifest, video()->initialisationLength());
+  const auto previous = readPreviousManifest(paths_.manifest, video()->initialisationLength());
   if (previous && !previous->placesAudio) return;
   if (!file) return noteLostAudio("is missing");
   if (file->stream.size() == 0) return noteLostAudio("is empty");
   try {
-    read(*file, names_.audio, before);
+    read(*file, paths_.audio, before);
   } catch (const NotRecorded& reason) {
     return noteLostAudio(reason.what());
   }
@@ -87,10 +87,10 @@ void Recording::readAudioOfVideo(std::unique_ptr<File> file, std::uint64_t befor
 
 // Audio without a listed segment was hardly begun when the recording was interrupted.
 void Recording::noteLostAudio(const std::string& why) {
-  const auto previous = readPreviousManifest(names_.manifest, video()->initialisationLength());
-  const std::string name = fileNameOf(names_.audio);
+  const auto previous = readPreviousManifest(paths_.manifest, video()->initialisationLength());
+  const std::string name = fileNameOf(paths_.audio);
   const std::uint64_t listed =
-      std::max(previous ? previous->audioSegments : 0, segmentsListed(names_.audioPlaylist, name));
+      std::max(previous ? previous->audioSegments : 0, segmentsListed(paths_.audioPlaylist, name));
   if (listed == 0) return;
   lostAudio_ = why;
   problems_.add({name, std::nullopt,
@@ -101,9 +101,9 @@ void Recording::noteLostAudio(const std::string& why) {
 
 // Of audio alone: whether it has been recorded with video that its manifest names.
 void Recording::noteLostVideo() {
-  const std::string manifest = manifestPath(names_.audio);
+  const std::string manifest = manifestPath(paths_.audio);
   const auto video = isPresent(manifest) ? firstMediaOf(manifest) : std::nullopt;
-  if (!video || video->empty() || *video == fileNameOf(names_.audio) || *video != fileNameOf(*video)) return;
+  if (!video || video->empty() || *video == fileNameOf(paths_.audio) || *video != fileNameOf(*video)) return;
   if (isPresent(vlName(vlPath(manifest).replace_filename(vlPath(*video))))) return;
   problems_.add({fileNameOf(manifest), std::nullopt,
                  "it names the video file '" + *video + "', which is missing", false});
@@ -111,8 +111,8 @@ void Recording::noteLostVideo() {
 
 std::vector<std::pair<std::string, const RecordedMedia*>> Recording::media() const {
   std::vector<std::pair<std::string, const RecordedMedia*>> files;
-  if (video_) files.emplace_back(names_.video, video_->media.get());
-  if (audio_) files.emplace_back(names_.audio, audio_->media.get());
+  if (video_) files.emplace_back(paths_.video, video_->media.get());
+  if (audio_) files.emplace_back(paths_.audio, audio_->media.get());
   return files;
 }
 

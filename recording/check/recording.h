@@ -7,7 +7,7 @@
 
 #include "recording/check/problems.h"
 #include "recording/check/recorded_media.h"
-#include "recording/names.h"
+#include "recording/existing_paths.h"
 #include "streaming/lists/mpd_writer.h"
 
 namespace fmp4 {
@@ -23,7 +23,7 @@ class Recording {
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
 
-  const RecordingNames& names() const { return names_; }
+  const RecordingPaths& paths() const { return paths_; }
   // Null when there is no such file. Each has its movie box.
   const RecordedMedia* video() const { return video_ ? &*video_->media : nullptr; }
   const RecordedMedia* audio() const { return audio_ && audio_->media->movie() ? &*audio_->media : nullptr; }
@@ -58,7 +58,7 @@ class Recording {
   void noteLostAudio(const std::string& why);
   void noteLostVideo();
 
-  RecordingNames names_;
+  RecordingPaths paths_;
   std::unique_ptr<File> video_;
   std::unique_ptr<File> audio_;
   ProblemList problems_;

@@ -34,7 +34,7 @@ bool mustStay(const Recording& recording, AudioLoss loss, RepairPlan& plan) {
     if (plan.refused()) return true;
   }
   if (recording.lostAudio().empty() || loss == AudioLoss::Accepted) return false;
-  refuse(plan, "the audio file '" + recording.names().audio + "' " + recording.lostAudio(),
+  refuse(plan, "the audio file '" + recording.paths().audio + "' " + recording.lostAudio(),
          "put it back, or give 'fmp4 repair' the option --accept-loss to go on without it");
   return true;
 }
@@ -54,17 +54,17 @@ void planList(const std::string& path, const std::string& expected, RepairPlan& 
 
 // Either system's line ends are right: it may come from another one.
 void planPlaylist(const std::string& path, const std::string& expected, RepairPlan& plan) {
-  const auto is = readList(path);
-  if (expected.empty() || (is && plainLines(*is) == expected)) return;
+  const auto actual = readList(path);
+  if (expected.empty() || (actual && plainLines(*actual) == expected)) return;
   plan.lists.push_back({path, systemLines(expected)});
 }
 
 }  // namespace
 
-std::vector<std::string> leftoversOf(const RecordingNames& names) {
+std::vector<std::string> leftoversOf(const RecordingPaths& paths) {
   std::vector<std::string> found;
   for (const std::string& list :
-       {names.videoPlaylist, names.audioPlaylist, names.masterPlaylist, names.manifest}) {
+       {paths.videoPlaylist, paths.audioPlaylist, paths.masterPlaylist, paths.manifest}) {
     if (list.empty()) continue;
     const std::vector<std::string> left = os::unfinishedReplacements(list);
     found.insert(found.end(), left.begin(), left.end());
@@ -73,18 +73,18 @@ std::vector<std::string> leftoversOf(const RecordingNames& names) {
 }
 
 RepairPlan planRepair(const Recording& recording, const Recording::Lists& lists, AudioLoss loss) {
-  const RecordingNames& names = recording.names();
+  const RecordingPaths& paths = recording.paths();
   RepairPlan plan;
   if (mustStay(recording, loss, plan)) return plan;
   for (const auto& [path, media] : recording.media()) planMedia(path, *media, plan);
-  planPlaylist(names.videoPlaylist, lists.videoPlaylist, plan);
-  planPlaylist(names.audioPlaylist, lists.audioPlaylist, plan);
-  planList(names.masterPlaylist, lists.masterPlaylist, plan);
-  planList(names.manifest, lists.manifest, plan);
-  plan.removed = leftoversOf(names);
+  planPlaylist(paths.videoPlaylist, lists.videoPlaylist, plan);
+  planPlaylist(paths.audioPlaylist, lists.audioPlaylist, plan);
+  planList(paths.masterPlaylist, lists.masterPlaylist, plan);
+  planList(paths.manifest, lists.manifest, plan);
+  plan.removed = leftoversOf(paths);
   std::error_code ignored;
-  if (!recording.lostAudio().empty() && std::filesystem::exists(vlPath(names.audioPlaylist), ignored))
-    plan.removed.push_back(names.audioPlaylist);
+  if (!recording.lostAudio().empty() && std::filesystem::exists(vlPath(paths.audioPlaylist), ignored))
+    plan.removed.push_back(paths.audioPlaylist);
   return plan;
 }
 

@@ -48,6 +48,6 @@ struct RepairPlan {
 RepairPlan planRepair(const Recording& recording, const Recording::Lists& lists, AudioLoss loss);
 
 // The temporary files that an interrupted run left beside the lists of a recording.
-std::vector<std::string> leftoversOf(const RecordingNames& names);
+std::vector<std::string> leftoversOf(const RecordingPaths& paths);
 
 }  // namespace fmp4

@@ -76,13 +76,13 @@ bool isDamaged(const Recording& recording) {
 
 void checkLists(const Recording& recording, const Recording::Lists& lists, Verification& result) {
   if (isDamaged(recording)) return;
-  const RecordingNames& names = recording.names();
+  const RecordingPaths& paths = recording.paths();
   // Those with the audio cannot be compared while it is lost.
   const bool all = recording.lostAudio().empty();
-  if (all) checkList(names.manifest, lists.manifest, manifestDifference, result);
-  checkList(names.videoPlaylist, lists.videoPlaylist, playlistDifference, result);
-  checkList(names.audioPlaylist, lists.audioPlaylist, playlistDifference, result);
-  if (all) checkList(names.masterPlaylist, lists.masterPlaylist, playlistDifference, result);
+  if (all) checkList(paths.manifest, lists.manifest, manifestDifference, result);
+  checkList(paths.videoPlaylist, lists.videoPlaylist, playlistDifference, result);
+  checkList(paths.audioPlaylist, lists.audioPlaylist, playlistDifference, result);
+  if (all) checkList(paths.masterPlaylist, lists.masterPlaylist, playlistDifference, result);
 }
 
 // Asks repair itself, so that it does what is promised.
@@ -120,7 +120,7 @@ Verification verifyRecording(const std::string& name, const Recording::Progress&
   result.audioSeconds = audioSecondsOf(recording);
   result.notes = notesOf(recording);
   for (const std::string& path :
-       result.beingWritten ? std::vector<std::string>() : leftoversOf(recording.names()))
+       result.beingWritten ? std::vector<std::string>() : leftoversOf(recording.paths()))
     result.problems.add(
         {fileNameOf(path), std::nullopt, "it is a temporary file of an interrupted run", true});
   const Recording::Lists lists = recording.lists();

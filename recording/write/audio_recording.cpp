@@ -7,6 +7,7 @@
 #include "recording/date_time.h"
 #include "recording/messages.h"
 #include "recording/paths.h"
+#include "recording/track_number.h"
 #include "recording/write/default_boxes.h"
 #include "recording/write/fragment_setup.h"
 
@@ -17,7 +18,7 @@ namespace {
 using mp4::TrackKind;
 
 // Enough for hours of audio: only rates that no video has need more.
-constexpr std::uint32_t kMostFramesPerFragment = 1u << 20;
+constexpr std::uint32_t kMaxUnitsPerFragment = 1u << 20;
 
 constexpr mp4::TrackSet kAudioAlone = {.audio = true};
 
@@ -34,7 +35,7 @@ bool AudioRecording::start(const AudioSettings& audio, const SegmentGeometry& ge
   const std::uint64_t samples = scaleExactly(std::uint64_t{audio.sampleRate} * geometry.framesPerFragment,
                                              rate.denominator, rate.numerator);
   framesPerFragment_ = saturate<std::uint32_t>((samples + kAacFrameSamples - 1) / kAacFrameSamples);
-  framesPerFragment_ = std::clamp(framesPerFragment_, 1u, kMostFramesPerFragment);
+  framesPerFragment_ = std::clamp(framesPerFragment_, 1u, kMaxUnitsPerFragment);
   const std::uint64_t segmentSamples =
       std::uint64_t{framesPerFragment_} * kAacFrameSamples * geometry.fragmentsPerSegment;
 
@@ -43,7 +44,7 @@ bool AudioRecording::start(const AudioSettings& audio, const SegmentGeometry& ge
   movie.mvex = Mp4SetUpMovieExtends(kAudioAlone, rate.denominator, false);
   movie.tracks[TrackKind::Audio] = setUpAudioTrack(audio);
   SegmentSettings segments;
-  segments.trackNumber = mp4::trackNumber(TrackKind::Audio);
+  segments.trackNumber = trackNumber(TrackKind::Audio);
   segments.timescale = audio.sampleRate;
   segments.firstPresentationTime = firstAudioIndexTime(segmentSamples);
   segments.duration = segmentSamples;
@@ -101,12 +102,13 @@ bool AudioRecording::cutLast() {
 }
 
 bool AudioRecording::finish() {
-  bool whole = !file_.failed();
+  bool complete = !file_.failed();
   // Running out of memory here must not prevent the segment from being finished.
-  if (whole && started_) whole = guarded(false, [this] { return cutLast(); });
-  if (file_.segmentOpen()) whole = guarded(false, [this] { return file_.finishSegment(position_); }) && whole;
+  if (complete && started_) complete = guarded(false, [this] { return cutLast(); });
+  if (file_.segmentOpen())
+    complete = guarded(false, [this] { return file_.finishSegment(position_); }) && complete;
   file_.close();
-  return whole;
+  return complete;
 }
 
 }  // namespace fmp4

@@ -1,7 +1,7 @@
 #include "recording/write/caption_samples.h"
 
+#include "base/caption_area.h"
 #include "mediafile.h"
-#include "recording/caption_area.h"
 
 namespace fmp4 {
 

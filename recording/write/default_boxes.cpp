@@ -3,6 +3,9 @@
 #include "base/audio_units.h"
 #include "base/codec_code.h"
 #include "base/fourcc.h"
+#include "mp4box/box_header.h"
+#include "mp4box/boxes/hdlr.h"
+#include "recording/track_number.h"
 
 namespace fmp4 {
 
@@ -19,10 +22,6 @@ constexpr std::uint16_t kThisFile = 1;                   // the only data refere
 constexpr std::uint32_t kSeventyTwoDpi = 0x00480000;     // 16.16
 
 constexpr std::uint32_t kInFile = 0x000003;  // tkhd: track enabled, track in movie
-
-std::uint32_t absolute(std::int32_t value) {
-  return value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-}
 
 std::uint32_t videoTimescale(std::uint32_t rate) {
   return rate <= 1000 ? rate * 1000 : rate;
@@ -47,7 +46,7 @@ mp4::Track setUpTrack(std::uint32_t trackId, std::uint32_t timescale, std::uint3
 
 mp4::Track setUpCaptionTrack(std::uint32_t trackId, std::uint32_t videoRate, const char* handlerName,
                              std::uint32_t entryType) {
-  mp4::Track track = setUpTrack(trackId, videoTimescale(videoRate), Mp4FourCc("clcp"), handlerName);
+  mp4::Track track = setUpTrack(trackId, videoTimescale(videoRate), mp4::kCaptionHandler, handlerName);
   mp4::CaptionMedia media;
   media.type = entryType;
   media.entry.dataReferenceIndex = kThisFile;
@@ -115,15 +114,15 @@ mp4::MovieHeaderBox Mp4SetUpMovieHeader() {
 mp4::Track Mp4SetUpVideoTrack(std::uint32_t trackId, std::uint32_t videoRate, std::uint32_t width,
                               std::int32_t height) {
   mp4::Track track =
-      setUpTrack(trackId, videoTimescale(videoRate), Mp4FourCc("vide"), "Veltrane Video Handler");
+      setUpTrack(trackId, videoTimescale(videoRate), mp4::kVideoHandler, "Veltrane Video Handler");
   track.tkhd.matrix = mp4::kUnityMatrix;
   track.tkhd.width = width << 16;
-  track.tkhd.height = absolute(height) << 16;
+  track.tkhd.height = rowsOf(height) << 16;
   mp4::VideoMedia media;
   media.vmhd.flags = 1;
   media.avc1.dataReferenceIndex = kThisFile;
   media.avc1.width = static_cast<std::uint16_t>(width);
-  media.avc1.height = static_cast<std::uint16_t>(absolute(height));
+  media.avc1.height = static_cast<std::uint16_t>(rowsOf(height));
   media.avc1.horizResolution = kSeventyTwoDpi;
   media.avc1.vertResolution = kSeventyTwoDpi;
   media.avc1.frameCount = 1;
@@ -134,7 +133,7 @@ mp4::Track Mp4SetUpVideoTrack(std::uint32_t trackId, std::uint32_t videoRate, st
 }
 
 mp4::Track Mp4SetUpAudioTrack(std::uint32_t trackId, std::uint32_t sampleRate) {
-  mp4::Track track = setUpTrack(trackId, sampleRate, Mp4FourCc("soun"), "Veltrane Audio Handler");
+  mp4::Track track = setUpTrack(trackId, sampleRate, mp4::kAudioHandler, "Veltrane Audio Handler");
   mp4::AudioMedia media;
   media.mp4a.dataReferenceIndex = kThisFile;
   // Intended (quirk 42), whatever the source is: the decoder configuration specifies the stream.
@@ -159,7 +158,7 @@ mp4::MovieExtends Mp4SetUpMovieExtends(mp4::TrackSet tracks, std::uint32_t video
   for (const TrackKind kind : mp4::kTrackKinds) {
     if (!tracks.has(kind)) continue;
     mp4::TrackExtendsBox& trex = mvex.trex[kind].emplace();
-    trex.trackId = mp4::trackNumber(kind);
+    trex.trackId = trackNumber(kind);
     trex.defaultSampleDescriptionIndex = 1;
     trex.defaultSampleDuration = defaultSampleDuration(kind, videoScale);
   }
@@ -173,9 +172,9 @@ mp4::MovieFragment Mp4SetUpFragment(std::uint32_t sequenceNumber, mp4::TrackSet 
     if (!tracks.has(kind)) continue;
     mp4::TrackFragment& track = fragment.tracks[kind].emplace();
     track.tfhd.flags = mp4::TrackFragmentHeaderBox::kDefaultBaseIsMoof | headerFlags(kind);
-    track.tfhd.trackId = mp4::trackNumber(kind);
+    track.tfhd.trackId = trackNumber(kind);
     track.trun.flags = mp4::TrackRunBox::kDataOffset | runFlags(kind);
-    track.trun.dataOffset = 8;  // until the size of the fragment is known
+    track.trun.dataOffset = kBoxHeaderBytes;  // until the size of the fragment is known
   }
   return fragment;
 }

@@ -7,6 +7,11 @@
 
 namespace fmp4 {
 
+// Rows of video of this height, which is negative when they are stored bottom-up.
+constexpr std::uint32_t rowsOf(std::int32_t height) {
+  return height < 0 ? 0u - static_cast<std::uint32_t>(height) : static_cast<std::uint32_t>(height);
+}
+
 // "iso5", version 8191, compatible with "iso5", "dash" and "msix".
 mp4::FileTypeBox Mp4SetUpFileType();
 

@@ -2,12 +2,13 @@
 
 #include <limits>
 
+#include "recording/track_number.h"
 #include "recording/write/default_boxes.h"
 
 namespace fmp4 {
 
 mp4::Track setUpAudioTrack(const AudioSettings& audio) {
-  mp4::Track track = Mp4SetUpAudioTrack(mp4::trackNumber(mp4::TrackKind::Audio), audio.sampleRate);
+  mp4::Track track = Mp4SetUpAudioTrack(trackNumber(mp4::TrackKind::Audio), audio.sampleRate);
   mp4::DecoderConfigDescriptor& config = std::get<mp4::AudioMedia>(track.media).esds.decoderConfig.emplace();
   config.objectTypeIndication = kAudioObjectType;
   config.streamType = 0x15;  // audio stream

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/write.h"
 #include "qvr.h"
 #include "recording/write/default_boxes.h"
@@ -9,8 +11,6 @@
 namespace fmp4 {
 
 namespace {
-
-constexpr std::uint32_t kMediaDataHeader = 8;
 
 std::uint32_t dataSize(const TrackBytes& bytes) {
   std::size_t size = 0;
@@ -117,8 +117,8 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
   fragment.mfhd.sequenceNumber = ++sequenceNumber_;
   Mp4WriteMovieFragment(head_, fragment, dataOffsets(bytes));
   const std::uint32_t size = dataSize(bytes);
-  Mp4WriteU32(head_, kMediaDataHeader + size);
-  Mp4WriteU32(head_, Mp4FourCc("mdat"));
+  Mp4WriteU32(head_, kBoxHeaderBytes + size);
+  Mp4WriteU32(head_, box_type::kMdat);
 
   std::uint64_t offset = end_;
   if (!write(offset, head_.bytes)) return false;

@@ -5,12 +5,15 @@
 #include <new>
 
 #include "base/audio_units.h"
+#include "base/caption_area.h"
 #include "base/guard.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/sample_flags.h"
-#include "recording/caption_area.h"
 #include "recording/date_time.h"
 #include "recording/messages.h"
 #include "recording/paths.h"
+#include "recording/track_number.h"
 #include "recording/write/caption_samples.h"
 #include "recording/write/default_boxes.h"
 #include "recording/write/fragment_setup.h"
@@ -33,8 +36,8 @@ std::span<const std::uint8_t>& bytesOf(TrackBytes& bytes, TrackKind kind) {
   return bytes[static_cast<std::size_t>(kind)];
 }
 
-std::array<std::uint8_t, 8> boxHeader(std::uint32_t size, std::uint32_t type) {
-  std::array<std::uint8_t, 8> header;
+std::array<std::uint8_t, kBoxHeaderBytes> boxHeader(std::uint32_t size, std::uint32_t type) {
+  std::array<std::uint8_t, kBoxHeaderBytes> header;
   for (unsigned i = 0; i < 4; ++i) {
     header[i] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
     header[4 + i] = static_cast<std::uint8_t>(type >> (24 - 8 * i));
@@ -47,10 +50,6 @@ bool reserveMore(std::vector<std::uint8_t>& bytes, std::size_t count) try {
   return true;
 } catch (const std::bad_alloc&) {
   return false;
-}
-
-std::uint32_t absolute(std::int32_t value) {
-  return value < 0 ? 0u - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
 }
 
 }  // namespace
@@ -72,7 +71,7 @@ bool VideoRecording::start(const VideoSettings& settings, MpdWriter* manifest, b
 }
 
 mp4::AVCConfigurationBox VideoRecording::avcConfiguration() const {
-  mp4::AVCConfigurationBox avcC = mp4::AVCConfigurationBox::standIn();
+  mp4::AVCConfigurationBox avcC = mp4::AVCConfigurationBox::placeholder();
   if (!settings_.avcRecord.empty()) avcC.record = settings_.avcRecord;
   return avcC;
 }
@@ -83,17 +82,17 @@ mp4::Movie VideoRecording::movie() const {
   movie.mvhd = Mp4SetUpMovieHeader();
   movie.mvex = Mp4SetUpMovieExtends(tracks_, rate.denominator, false);
   mp4::Track& video = movie.tracks[TrackKind::Video].emplace(
-      Mp4SetUpVideoTrack(mp4::trackNumber(TrackKind::Video), rate.numerator,
+      Mp4SetUpVideoTrack(trackNumber(TrackKind::Video), rate.numerator,
                          static_cast<std::uint32_t>(settings_.width), settings_.height));
   std::get<mp4::VideoMedia>(video.media).avcC = avcConfiguration();
   if (hasAudio()) movie.tracks[TrackKind::Audio] = setUpAudioTrack(*settings_.audio);
   if (tracks_.captions608) {
     movie.tracks[TrackKind::Captions608] =
-        Mp4SetUp608Track(mp4::trackNumber(TrackKind::Captions608), rate.numerator);
+        Mp4SetUp608Track(trackNumber(TrackKind::Captions608), rate.numerator);
   }
   if (tracks_.captions708) {
     movie.tracks[TrackKind::Captions708] =
-        Mp4SetUp708Track(mp4::trackNumber(TrackKind::Captions708), rate.numerator);
+        Mp4SetUp708Track(trackNumber(TrackKind::Captions708), rate.numerator);
   }
   return movie;
 }
@@ -104,7 +103,7 @@ std::uint64_t VideoRecording::segmentFrames() const {
 
 SegmentSettings VideoRecording::segments() const {
   SegmentSettings segments;
-  segments.trackNumber = mp4::trackNumber(TrackKind::Video);
+  segments.trackNumber = trackNumber(TrackKind::Video);
   segments.timescale = settings_.rate.numerator;
   segments.firstPresentationTime = kFirstVideoIndexTime;
   segments.duration = segmentFrames() * frameTicks(settings_.rate);
@@ -123,7 +122,7 @@ void VideoRecording::startManifest(bool separateAudio) {
   listed.profile = avcC.profileIndication();
   listed.level = avcC.levelIndication();
   listed.width = static_cast<std::uint32_t>(settings_.width);
-  listed.height = absolute(settings_.height);
+  listed.height = rowsOf(settings_.height);
   listed.rate = settings_.rate;
   listed.startTime = dateTimeNow();
   if (hasAudio()) listed.audio = {kAudioObjectType, settings_.audio->sampleRate};
@@ -165,7 +164,7 @@ bool VideoRecording::reserveCaptions() {
     ErrOut("%s", messages::kNoCc608Buffer);
     return false;
   }
-  if (tracks_.captions708 && !cc708_.reserve(sizeof(DFRAME::captions) + caption_area::kBoxHeader)) {
+  if (tracks_.captions708 && !cc708_.reserve(sizeof(DFRAME::captions) + kBoxHeaderBytes)) {
     ErrOut("%s", messages::kNoCc708Buffer);
     return false;
   }
@@ -179,9 +178,9 @@ void VideoRecording::appendCaptions(const DFRAME& frame) {
   }
   if (!tracks_.captions708) return;
   const auto packet = cc708PacketOf(frame);
-  const auto size = static_cast<std::uint32_t>(caption_area::kBoxHeader + packet.size());
-  std::array<std::uint8_t, caption_area::kBoxHeader + sizeof frame.captions> box;
-  const auto header = boxHeader(size, caption_area::kPacketBox);
+  const auto size = static_cast<std::uint32_t>(kBoxHeaderBytes + packet.size());
+  std::array<std::uint8_t, kBoxHeaderBytes + sizeof frame.captions> box;
+  const auto header = boxHeader(size, box_type::kCcdp);
   std::copy(packet.begin(), packet.end(), std::copy(header.begin(), header.end(), box.begin()));
   cc708_.append({}, std::span(box).first(size));
 }
@@ -275,7 +274,7 @@ bool VideoRecording::emitFragment(std::uint32_t frames, std::uint32_t audioFrame
 // The byte pairs of a fragment's frames are one sample, whose duration is that of the fragment.
 std::span<const std::uint8_t> VideoRecording::takeCc608(std::uint32_t frames, mp4::TrackFragment& track) {
   const auto pairs = std::span(cc608_).first(std::size_t{frames} * kPairBytes);
-  const auto header = boxHeader(static_cast<std::uint32_t>(8 + pairs.size()), Mp4FourCc("cdat"));
+  const auto header = boxHeader(static_cast<std::uint32_t>(kBoxHeaderBytes + pairs.size()), box_type::kCdat);
   cc608Sample_.assign(header.begin(), header.end());
   cc608Sample_.insert(cc608Sample_.end(), pairs.begin(), pairs.end());
   track.tfhd.defaultSampleDuration = frames * frameTicks(settings_.rate);
@@ -307,7 +306,7 @@ void VideoRecording::saveManifest(std::uint64_t frames, os::Durability durabilit
 }
 
 bool VideoRecording::finish() {
-  bool whole = !file_.failed();
+  bool complete = !file_.failed();
   // Frames that waited for audio are still emitted as always.
   const std::uint32_t frames = settings_.geometry.framesPerFragment;
   // Running out of memory here must not prevent the segment from being finished.
@@ -316,17 +315,18 @@ bool VideoRecording::finish() {
       return (!file_.segmentFull() || finishSegment(framesWritten_)) && emitFragment(count, audioFrames);
     });
   };
-  while (whole && video_.count() > frames) {
-    whole = cut(frames, hasAudio() ? std::min(audioExpected(frames), audio_.count()) : 0);
+  while (complete && video_.count() > frames) {
+    complete = cut(frames, hasAudio() ? std::min(audioExpected(frames), audio_.count()) : 0);
   }
   // Audio without any frame is dropped: players need a frame in every segment.
   const bool hasFrames = framesWritten_ != 0 || video_.count() != 0;
-  if (whole && hasFrames && (video_.count() != 0 || audio_.count() != 0))
-    whole = cut(video_.count(), audio_.count());
-  if (file_.segmentOpen()) whole = guarded(false, [this] { return finishSegment(framesWritten_); }) && whole;
+  if (complete && hasFrames && (video_.count() != 0 || audio_.count() != 0))
+    complete = cut(video_.count(), audio_.count());
+  if (file_.segmentOpen())
+    complete = guarded(false, [this] { return finishSegment(framesWritten_); }) && complete;
   if (started_) saveManifest(framesWritten_, os::Durability::NewContent);
   file_.close();
-  return whole;
+  return complete;
 }
 
 }  // namespace fmp4

@@ -4,15 +4,14 @@
 #include <new>
 
 #include "base/bytes.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "streaming/index/messages.h"
 #include "streaming/index/seek.h"
 
 namespace fmp4 {
 
 namespace {
-
-constexpr std::uint32_t kCdat = Mp4FourCc("cdat");
-constexpr std::size_t kBoxHeader = 8;
 
 Result failSample(Result result) {
   messages::reportIndexError(messages::kNoVideoChunk);
@@ -54,8 +53,8 @@ Result takeSample(FragmentIndex& index, Cc608Reader& reader) {
   }
   if (const Result read = cursor.readAt(index, offset, size, reader.buffer.data()); !read.ok())
     return failSample(read);
-  const bool boxed = size >= kBoxHeader && Mp4LoadU32(reader.buffer.data() + 4) == kCdat;
-  reader.consumed = boxed ? kBoxHeader : 0;
+  const bool boxed = size >= kBoxHeaderBytes && Mp4LoadU32(reader.buffer.data() + 4) == box_type::kCdat;
+  reader.consumed = boxed ? kBoxHeaderBytes : 0;
   reader.pending = size - reader.consumed;
   return {};
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/exact_time.h"
+#include "mp4box/box_type.h"
 #include "mp4box/file_bytes.h"
 #include "mp4box/fragment_tree.h"
 
@@ -65,7 +66,7 @@ Result FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize, const Place
   const Result parsed = parse(bytes ? memory : file, fileSize, place.offset, loaded);
   if (bytes_.size() > kKeptBytes) bytes_ = {};
   if (!parsed.ok()) return parsed == Defect::EndOfData ? Defect::FragmentChanged : parsed;
-  const bool same = loaded.moof->type == Mp4FourCc("moof") && loaded.moof->size == place.size;
+  const bool same = loaded.moof->type == box_type::kMoof && loaded.moof->size == place.size;
   return same ? Result() : Defect::FragmentChanged;
 }
 

@@ -12,7 +12,7 @@ namespace fmp4 {
 // fragments with the track, 64 at most. A single sample is not reliable: muxers lengthen the first one of a
 // live recording until the audio starts.
 //
-// Add fragments in file order until settled().
+// Add fragments in file order until converged().
 class NominalDuration {
  public:
   // `trackDefault`: the default_sample_duration from the track's `trex`, 0 if none.

@@ -1,10 +1,10 @@
 #include "streaming/index/run_placement.h"
 
+#include "mp4box/box_type.h"
+
 namespace fmp4 {
 
 namespace {
-
-constexpr std::uint32_t kTraf = Mp4FourCc("traf");
 
 using Header = mp4::TrackFragmentHeaderBox;
 
@@ -70,7 +70,7 @@ void placePrecedingRuns(FragmentIndex& index, const LoadedFragment& loaded, cons
                         RunPlacer& placer) {
   for (Mp4Box* traf = loaded.moof->first; traf != fragment.traf; traf = traf->next) {
     const auto* tfhd =
-        traf->type == kTraf ? Mp4PayloadOf<Header>(Mp4BoxChild(traf, Mp4FourCc("tfhd"))) : nullptr;
+        traf->type == box_type::kTraf ? Mp4PayloadOf<Header>(Mp4BoxChild(traf, box_type::kTfhd)) : nullptr;
     if (!tfhd) continue;
     placer.begin(*tfhd);
     const SampleDefaults defaults(tfhd, index.trackDefaults(tfhd->trackId));

@@ -2,19 +2,16 @@
 
 #include <algorithm>
 
+#include "mp4box/box_type.h"
+
 namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kTraf = Mp4FourCc("traf");
-constexpr std::uint32_t kTfhd = Mp4FourCc("tfhd");
-constexpr std::uint32_t kTfdt = Mp4FourCc("tfdt");
-constexpr std::uint32_t kTrun = Mp4FourCc("trun");
-
 // The `tfhd` that assigns `traf` to the track, or null.
 const Mp4Box* acceptingHeader(const Mp4Box* traf, std::uint32_t trackId) {
   for (const Mp4Box* child = traf->first; child; child = child->next) {
-    if (child->type != kTfhd) continue;
+    if (child->type != box_type::kTfhd) continue;
     const auto* header = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(child);
     if (!header) return nullptr;
     // Intended (quirk 14): nothing follows that could distinguish tracks, so the header is accepted for any
@@ -43,7 +40,7 @@ SampleDefaults::SampleDefaults(const mp4::TrackFragmentHeaderBox* tfhd, const mp
 
 Mp4Box* findTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   for (Mp4Box* child = moof->first; child; child = child->next) {
-    if (child->type == kTraf && acceptingHeader(child, trackId)) return child;
+    if (child->type == box_type::kTraf && acceptingHeader(child, trackId)) return child;
   }
   return nullptr;
 }
@@ -53,7 +50,7 @@ const mp4::TrackFragmentHeaderBox* trackFragmentHeader(const Mp4Box* traf, std::
 }
 
 const mp4::TrackRunBox* trackRun(const Mp4Box* child) {
-  return child->type == kTrun ? Mp4PayloadOf<mp4::TrackRunBox>(child) : nullptr;
+  return child->type == box_type::kTrun ? Mp4PayloadOf<mp4::TrackRunBox>(child) : nullptr;
 }
 
 TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
@@ -64,7 +61,7 @@ TrackFragment readTrackFragment(const Mp4Box* moof, std::uint32_t trackId) {
   for (const Mp4Box* child = fragment.traf->first; child; child = child->next) {
     if (const auto* run = trackRun(child)) {
       fragment.truns.push_back(run);
-    } else if (child->type == kTfdt && !fragment.tfdt) {
+    } else if (child->type == box_type::kTfdt && !fragment.tfdt) {
       fragment.tfdt = Mp4PayloadOf<mp4::TrackFragmentDecodeTimeBox>(child);
     }
   }

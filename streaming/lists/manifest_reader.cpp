@@ -148,16 +148,16 @@ FrameRate fractionOf(std::uint64_t n, std::uint64_t d) {
 // A decimal number as a fraction: "29.97" is 2997/100. Unknown if it is not a number or 0.
 FrameRate decimalNumber(std::string_view text) {
   // With one more digit the terms of the fraction still fit 64 bits; further decimals do not matter.
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / 10 - 1;
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max() / 10 - 1;
   text = trimmed(text);
   const std::size_t point = text.find('.');
   const std::string_view decimals = point == text.npos ? std::string_view() : text.substr(point + 1);
   const std::string_view integer = text.substr(0, point);
-  const auto whole = integer.empty() && !decimals.empty() ? 0 : wholeNumber<std::uint32_t>(integer);
-  if (!whole || decimals.find_first_not_of("0123456789") != decimals.npos) return {};
-  std::uint64_t numerator = *whole, denominator = 1;
+  const auto integral = integer.empty() && !decimals.empty() ? 0 : wholeNumber<std::uint32_t>(integer);
+  if (!integral || decimals.find_first_not_of("0123456789") != decimals.npos) return {};
+  std::uint64_t numerator = *integral, denominator = 1;
   for (const char digit : decimals) {
-    if (numerator > kMost || denominator > kMost) break;
+    if (numerator > kMax || denominator > kMax) break;
     numerator = numerator * 10 + static_cast<unsigned>(digit - '0');
     denominator *= 10;
   }
@@ -168,10 +168,10 @@ FrameRate decimalNumber(std::string_view text) {
 
 FrameRate parseFrameRate(const char* text) {
   if (!text) return {};
-  const std::string_view whole(text);
-  const std::size_t slash = whole.find('/');
-  const FrameRate first = decimalNumber(whole.substr(0, slash));
-  const FrameRate second = slash == whole.npos ? FrameRate{1, 1} : decimalNumber(whole.substr(slash + 1));
+  const std::string_view all(text);
+  const std::size_t slash = all.find('/');
+  const FrameRate first = decimalNumber(all.substr(0, slash));
+  const FrameRate second = slash == all.npos ? FrameRate{1, 1} : decimalNumber(all.substr(slash + 1));
   return fractionOf(std::uint64_t{first.numerator} * second.denominator,
                     std::uint64_t{first.denominator} * second.numerator);
 }

@@ -9,8 +9,8 @@
 namespace fmp4 {
 
 std::uint32_t playlistTargetDuration(std::uint64_t segmentLength, double rate) {
-  constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
-  return static_cast<std::uint32_t>(std::min(static_cast<double>(segmentLength) / rate + 0.5, kMost));
+  constexpr double kMax = std::numeric_limits<std::uint32_t>::max();
+  return static_cast<std::uint32_t>(std::min(static_cast<double>(segmentLength) / rate + 0.5, kMax));
 }
 
 std::string playlistMapLine(const std::string& mediaName) {

@@ -13,7 +13,7 @@ namespace {
 using namespace UMC::aac;
 using E = GeneratedElement;
 
-UMC::Status Tell(UMC::AACDecoder& decoder, const ConfigOptions& options) {
+UMC::Status Configure(UMC::AACDecoder& decoder, const ConfigOptions& options) {
   const Bytes bytes = configurationOf(options);
   AudioSpecificConfig config;
   EXPECT_TRUE(ParseAudioSpecificConfig(bytes.data(), bytes.size(), config));
@@ -24,7 +24,7 @@ UMC::Status Tell(UMC::AACDecoder& decoder, const ConfigOptions& options) {
 struct ConfiguredDecoder : TestDecoder {
   explicit ConfiguredDecoder(const ConfigOptions& options, std::uint32_t channels = 0)
       : TestDecoder(channels, 0) {
-    EXPECT_EQ(0, Tell(Decoder(), options));
+    EXPECT_EQ(0, Configure(Decoder(), options));
   }
 };
 
@@ -204,7 +204,7 @@ TEST(AacConfiguration, ReportsUnsupportedConfigurations) {
   for (const auto& [type, flags] : types) {
     SCOPED_TRACE(type);
     TestDecoder decoder;
-    EXPECT_EQ(-899, Tell(decoder.Decoder(), {.objectType = type}));
+    EXPECT_EQ(-899, Configure(decoder.Decoder(), {.objectType = type}));
     EXPECT_EQ(flags, InfoOf(decoder.Decoder()).input.streamSubtype);
     EXPECT_EQ(2u, InfoOf(decoder.Decoder()).input.channels);
     EXPECT_EQ(48000u, InfoOf(decoder.Decoder()).output.sampleFrequency);
@@ -213,12 +213,12 @@ TEST(AacConfiguration, ReportsUnsupportedConfigurations) {
   }
   for (const unsigned channels : {8u, 13u, 14u}) {
     TestDecoder decoder;
-    EXPECT_EQ(-899, Tell(decoder.Decoder(), {.channelConfiguration = channels}));
+    EXPECT_EQ(-899, Configure(decoder.Decoder(), {.channelConfiguration = channels}));
     EXPECT_EQ(-899, decoder.Decode(frame));
   }
   TestDecoder decoder;
-  EXPECT_EQ(-899,
-            Tell(decoder.Decoder(), ProgramOf({{true, 0}, {true, 1}, {true, 2}, {true, 3}, {false, 0}})));
+  EXPECT_EQ(-899, Configure(decoder.Decoder(),
+                            ProgramOf({{true, 0}, {true, 1}, {true, 2}, {true, 3}, {false, 0}})));
 }
 
 TEST(AacConfiguration, NeedsADecoder) {

@@ -57,8 +57,8 @@ void PsGenerator::WriteIndices(const Parameter& parameter, std::size_t envelope,
 void PsGenerator::WriteBorders(const PsGeneratorOptions& options, bool empty, BitWriter& bits) {
   constexpr int kFixed[4] = {0, 1, 2, 4}, kVariable[4] = {1, 2, 3, 4};
   const bool variable = options.variableBorders && !empty && Random(0, 1) == 1;
-  const int fewest = variable || empty ? 0 : 1;
-  const int choice = empty || options.singleEnvelopes ? fewest : Random(fewest, 3);
+  const int minimum = variable || empty ? 0 : 1;
+  const int choice = empty || options.singleEnvelopes ? minimum : Random(minimum, 3);
   const int count = variable ? kVariable[choice] : kFixed[choice];
   bits.Write(variable ? 1 : 0, 1);
   bits.Write(static_cast<unsigned>(choice), 2);

@@ -303,12 +303,12 @@ TEST(SbrPayload, OverTimeNeedsTheFrameBefore) {
   SbrGeneratorOptions options;
   options.headerChanges = false;
   SbrGenerator generator(1, 1, 48000, 16, options);
-  Element whole;
+  Element entire;
   int refused = 0;
   for (int i = 0; i < 50; ++i) {
     const auto payload = generator.NextPayload();
-    ASSERT_TRUE(Read(payload, 1, 1024, whole));
-    Element unknown = whole;
+    ASSERT_TRUE(Read(payload, 1, 1024, entire));
+    Element unknown = entire;
     unknown.channels[0].envelope.known = false;
     refused += Read(payload, 1, 1024, unknown) ? 0 : 1;
   }

@@ -224,11 +224,11 @@ TEST(StereoStream, HasTwoChannelsFromItsFirstPayloadWhereNoneAreRequested) {
 TEST(StereoStream, OnceConvergedEqualsADecoderFromTheStart) {
   const auto frames = SplitAdts(Generate(
       8, [](int) { return PsGeneratorOptions{.phases = true, .headerPeriod = 20}; }, 240));
-  TestDecoder whole(2, 0);
+  TestDecoder entire(2, 0);
   std::vector<Samples> expected;
   for (const Bytes& frame : frames) {
-    ASSERT_EQ(0, whole.Decode(frame));
-    expected.push_back(whole.Last());
+    ASSERT_EQ(0, entire.Decode(frame));
+    expected.push_back(entire.Last());
   }
   TestDecoder decoder(2, 0);
   int converged = 0;

@@ -65,7 +65,7 @@ class StreamDecoder {
   UMC::MediaData& Output() { return m_output; }
 
  protected:
-  // `room`: samples of the largest frame.
+  // `space`: samples of the largest frame.
   explicit StreamDecoder(std::size_t space) : m_space(space) {}
 
  private:

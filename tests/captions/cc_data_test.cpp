@@ -41,9 +41,9 @@ TEST(DistributionPacket, WithoutCaptionDataHasNone) {
 }
 
 TEST(DistributionPacket, ACutPacketHasItsFirstConstructs) {
-  const Bytes whole = packetOf({kTimeCode, kData, kFooter});
-  for (std::size_t size = 0; size <= whole.size(); ++size) {
-    const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+  const Bytes entire = packetOf({kTimeCode, kData, kFooter});
+  for (std::size_t size = 0; size <= entire.size(); ++size) {
+    const Bytes cut(entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(size));
     const std::size_t whole3 = size < 14 ? 0 : std::min<std::size_t>((size - 14) / 3, 4);
     EXPECT_EQ(parseDistributionPacket(cut).size(), whole3) << size;
   }

@@ -285,7 +285,7 @@ TEST(Cea608, RowsAtOneEdgeOrCentredAreOneBlock) {
   EXPECT_EQ(apart.caption().blocks.size(), 3u);
 }
 
-TEST(Cea608, ChangesAreTold) {
+TEST(Cea608, ReportsChanges) {
   Cea608Decoder decoder(Cea608Channel::CC1);
   const auto changes = [&decoder](const Pairs& pairs) {
     for (const Pair& pair : pairs) decoder.push(pair[0], pair[1]);
@@ -301,7 +301,7 @@ TEST(Cea608, AnyBytesAreSafe) {
   Cea608Decoder decoders[] = {Cea608Decoder(Cea608Channel::CC1), Cea608Decoder(Cea608Channel::CC4)};
   for (int i = 0; i < 200000; ++i) {
     state = state * 1664525 + 1013904223;
-    // Mostly sound bytes, so that codes act.
+    // Mostly valid bytes, so that codes act.
     const auto byte = [](std::uint32_t value) {
       return value % 64 == 0 ? static_cast<std::uint8_t>(value >> 7) : odd(value >> 6);
     };

@@ -241,7 +241,7 @@ TEST(Cea708, JustificationAlignsTheRowsOfAWindow) {
             (std::pair(Alignment::Centre, 50.0)));
 }
 
-TEST(Cea708, ChangesAreTold) {
+TEST(Cea708, ReportsChanges) {
   Cea708Service service(30);
   EXPECT_FALSE(service.takeChanged());
   service.push(0, DFx(0, {.visible = false}));

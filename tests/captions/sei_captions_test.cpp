@@ -69,10 +69,10 @@ TEST(SeiCaptions, OfAnotherKindAreNotTaken) {
 }
 
 TEST(SeiCaptions, CutAnywhereAreSafe) {
-  const Bytes whole = accessUnit({kDelimiter, captionSei(kConstructs), kSlice});
-  for (std::size_t size = 0; size < whole.size(); ++size)
+  const Bytes entire = accessUnit({kDelimiter, captionSei(kConstructs), kSlice});
+  for (std::size_t size = 0; size < entire.size(); ++size)
     EXPECT_LE(
-        constructsInAccessUnit(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)), 4)
+        constructsInAccessUnit(Bytes(entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(size)), 4)
             .size(),
         kConstructs.size());
 }

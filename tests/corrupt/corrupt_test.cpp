@@ -40,22 +40,22 @@ struct Case {
 };
 
 const std::vector<Case> kCases = {
-    {"whole.mp4", kQuiet, 6, {"012345", "012345", "012345"}},
+    {"intact.mp4", kQuiet, 6, {"012345", "012345", "012345"}},
     {"empty.mp4", kNoTracks},
     {"no_boxes.mp4", noTracksFor("0 a box extends past the end of the file")},
-    {"cut_inside_the_movie_box.mp4", noTracksFor("24 a box extends past the end of the file")},
-    {"cut_behind_the_movie_box.mp4", kNoChunk},
-    {"cut_inside_the_last_fragment.mp4", kQuiet, 4, {"0123", "0123", "0123"}},
-    {"cut_inside_the_last_media_data.mp4", kQuiet, 6, {"01234x", "0123..", "0123.."}},
+    {"truncated_inside_the_movie_box.mp4", noTracksFor("24 a box extends past the end of the file")},
+    {"truncated_after_the_movie_box.mp4", kNoChunk},
+    {"truncated_inside_the_last_fragment.mp4", kQuiet, 4, {"0123", "0123", "0123"}},
+    {"truncated_inside_the_last_media_data.mp4", kQuiet, 6, {"01234x", "0123..", "0123.."}},
     {"no_movie_box.mp4", kNoTracks},
     {"no_fragment_header.mp4", kQuiet, 4, {"0145", "0145", "0145"}},
     // The captions keep the frame numbers that they count themselves.
     {"no_track_fragment_header.mp4", kQuiet, 4, {"2345", "0123", "0123"}},
 
     {"box_size_0.mp4", kQuiet, 2, {"01", "01", "01"}},
-    {"box_size_1_and_no_room_for_the_64_bit_size.mp4", kQuiet, 4, {"0123", "0123", "0123"}},
+    {"box_size_1_and_no_space_for_the_64_bit_size.mp4", kQuiet, 4, {"0123", "0123", "0123"}},
     {"box_size_7.mp4", kQuiet, 2, {"01", "01", "01"}},
-    {"box_size_past_the_father.mp4", kQuiet, 4, {"2345", "0123", "0123"}},
+    {"box_size_past_the_parent.mp4", kQuiet, 4, {"2345", "0123", "0123"}},
     // The fragment's boxes are present; what should follow them is missing.
     {"box_size_past_the_file.mp4", kQuiet, 4, {"01xx", "01..", "01.."}},
     {"box_size_past_64_bits.mp4", kNoChunk},

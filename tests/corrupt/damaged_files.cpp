@@ -11,7 +11,7 @@ namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kMost = 0xFFFFFFFF;
+constexpr std::uint32_t kMax = 0xFFFFFFFF;
 constexpr std::uint32_t kVideoId = 1, kAudioId = 2, kCc608Id = 3, kCc708Id = 4;
 
 // The parts of a file; a defect changes some of them.
@@ -37,12 +37,11 @@ struct Parts {
  private:
   static std::vector<TrafSpec> tracksOf(std::uint32_t f) {
     TrafSpec video, audio, cc608, cc708;
-    RunSpec pictures{kRunDataOffset | kRunSize | kRunFlags}, units{kRunDataOffset | kRunSize},
-        packets = units;
+    RunSpec frames{kRunDataOffset | kRunSize | kRunFlags}, units{kRunDataOffset | kRunSize}, packets = units;
     Bytes pairs;
     for (std::uint32_t i = 0; i < kFramesPerFragment; ++i) {
       const std::uint32_t frame = f * kFramesPerFragment + i;
-      pictures.samples.push_back({videoOf(frame), 0, i ? kNonSyncSample : 0});
+      frames.samples.push_back({videoOf(frame), 0, i ? kNonSyncSample : 0});
       units.samples.push_back(sampleOf(9, 100 + frame));
       pairs = join({pairs, cc608PairOf(frame)});
       packets.samples.push_back({box("ccdp", {cc708PacketOf(frame)})});
@@ -50,7 +49,7 @@ struct Parts {
     // One caption sample per fragment holds the pairs of all its frames.
     RunSpec captions{kRunDataOffset | kRunSize | kRunDuration};
     captions.samples = {{box("cdat", {pairs}), 1001 * kFramesPerFragment}};
-    video.runs = {pictures};
+    video.runs = {frames};
     audio.runs = {units};
     cc608.runs = {captions};
     cc708.runs = {packets};
@@ -80,14 +79,14 @@ std::size_t placeOf(const Bytes& bytes, std::string_view type, std::size_t rank 
 }
 
 Bytes cutAt(std::size_t size) {
-  Bytes bytes = wholeFile();
+  Bytes bytes = intactFile();
   bytes.resize(size);
   return bytes;
 }
 
 // The intact file with bytes overwritten, `offset` bytes after the start of a box.
 Bytes withBytes(std::string_view type, std::size_t rank, std::size_t offset, const Bytes& over) {
-  Bytes bytes = wholeFile();
+  Bytes bytes = intactFile();
   std::copy(over.begin(), over.end(),
             bytes.begin() + static_cast<std::ptrdiff_t>(placeOf(bytes, type, rank) + offset));
   return bytes;
@@ -97,10 +96,10 @@ Bytes withSize(std::string_view type, std::size_t rank, std::uint64_t size) {
 }
 
 // The intact file with bytes between its movie box and its fragments.
-Bytes withAhead(const Bytes& more) {
-  const Bytes whole = wholeFile();
-  const auto at = whole.begin() + static_cast<std::ptrdiff_t>(placeOf(whole, "moof"));
-  return join({Bytes(whole.begin(), at), more, Bytes(at, whole.end())});
+Bytes withBeforeFragments(const Bytes& more) {
+  const Bytes entire = intactFile();
+  const auto at = entire.begin() + static_cast<std::ptrdiff_t>(placeOf(entire, "moof"));
+  return join({Bytes(entire.begin(), at), more, Bytes(at, entire.end())});
 }
 
 Bytes nested(std::string_view type, std::size_t depth) {
@@ -128,57 +127,58 @@ Bytes cc708PacketOf(std::uint32_t frame) {
   return join({u8(0x96), u8(0x69), u8(7), u8(0x4F), u8(0x43), u16(frame)});
 }
 
-Bytes wholeFile() {
+Bytes intactFile() {
   return Parts().bytes();
 }
 
 std::vector<DamagedFile> damagedFiles() {
-  const Bytes whole = wholeFile();
-  const std::size_t movie = placeOf(whole, "moov");
-  const std::size_t firstFragment = placeOf(whole, "moof"), lastFragment = placeOf(whole, "moof", 2);
+  const Bytes entire = intactFile();
+  const std::size_t movie = placeOf(entire, "moov");
+  const std::size_t firstFragment = placeOf(entire, "moof"), lastFragment = placeOf(entire, "moof", 2);
   const Bytes rateless = madeWith([](Parts& p) { p.tracks[0].duration = 0; });
 
   return {
-      {"whole.mp4", whole},
+      {"intact.mp4", entire},
       {"empty.mp4", {}},
       {"no_boxes.mp4", text("This is no media file, whatever its name may say of it.\n")},
-      {"cut_inside_the_movie_box.mp4", cutAt(movie + 100)},
-      {"cut_behind_the_movie_box.mp4", cutAt(firstFragment)},
-      {"cut_inside_the_last_fragment.mp4", cutAt(lastFragment + 60)},
-      {"cut_inside_the_last_media_data.mp4", cutAt(placeOf(whole, "mdat", 2) + 8 + 24 + 5)},
+      {"truncated_inside_the_movie_box.mp4", cutAt(movie + 100)},
+      {"truncated_after_the_movie_box.mp4", cutAt(firstFragment)},
+      {"truncated_inside_the_last_fragment.mp4", cutAt(lastFragment + 60)},
+      {"truncated_inside_the_last_media_data.mp4", cutAt(placeOf(entire, "mdat", 2) + 8 + 24 + 5)},
       {"no_movie_box.mp4", withBytes("moov", 0, 4, text("skip"))},
       {"no_fragment_header.mp4", withBytes("mfhd", 1, 4, text("skip"))},
       {"no_track_fragment_header.mp4", withBytes("tfhd", 0, 4, text("skip"))},
 
       {"box_size_0.mp4", withSize("moof", 1, 0)},
-      {"box_size_1_and_no_room_for_the_64_bit_size.mp4",
-       join({Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(lastFragment)),
+      {"box_size_1_and_no_space_for_the_64_bit_size.mp4",
+       join({Bytes(entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(lastFragment)),
              boxOfSize(1, "moof")})},
       {"box_size_7.mp4", withSize("moof", 1, 7)},
-      {"box_size_past_the_father.mp4", withSize("trun", 0, 0x200)},
+      {"box_size_past_the_parent.mp4", withSize("trun", 0, 0x200)},
       {"box_size_past_the_file.mp4", withSize("moof", 1, 0x7FFFFFFF)},
-      {"box_size_past_64_bits.mp4", withAhead(largeBoxOfSize(~0ull, "moof"))},
+      {"box_size_past_64_bits.mp4", withBeforeFragments(largeBoxOfSize(~0ull, "moof"))},
       {"media_data_size_past_the_file.mp4", withSize("mdat", 0, 0xFFFFFFF0)},
       {"nested_400_deep.mp4", nested("moov", 400)},
 
-      {"entry_count_all_ones.mp4", withBytes("stsd", 0, 12, u32(kMost))},
+      {"entry_count_all_ones.mp4", withBytes("stsd", 0, 12, u32(kMax))},
       {"sample_count_all_ones_without_fields.mp4", madeWith([](Parts& p) {
          p.fragments[1][0].flags |= kDefaultSize;
-         p.videoRun(1) = {kRunDataOffset, {}, 0, 0, std::nullopt, kMost};
+         p.videoRun(1) = {kRunDataOffset, {}, 0, 0, std::nullopt, kMax};
        })},
-      {"sample_count_all_ones_with_sizes.mp4", madeWith([](Parts& p) { p.videoRun(1).count = kMost; })},
-      {"sample_size_all_ones.mp4", withBytes("trun", 4, 20, u32(kMost))},
+      {"sample_count_all_ones_with_sizes.mp4", madeWith([](Parts& p) { p.videoRun(1).count = kMax; })},
+      {"sample_size_all_ones.mp4", withBytes("trun", 4, 20, u32(kMax))},
       {"reference_count_all_ones.mp4",
-       withAhead(fullBox("sidx", 0, 0, {zeros(8), u32(0), u32(0), u16(0), u16(0xFFFF), zeros(24)}))},
-      {"references_of_no_size.mp4", withAhead(sidxBox({{0}, {0}, {0}}))},
+       withBeforeFragments(
+           fullBox("sidx", 0, 0, {zeros(8), u32(0), u32(0), u16(0), u16(0xFFFF), zeros(24)}))},
+      {"references_of_no_size.mp4", withBeforeFragments(sidxBox({{0}, {0}, {0}}))},
       {"reference_to_the_index_itself.mp4",
-       withAhead(
+       withBeforeFragments(
            fullBox("sidx", 1, 0, {zeros(8), u64(0), u64(~0ull - 43), u16(0), u16(1), u32(100), zeros(8)}))},
-      {"reference_past_the_file.mp4", withAhead(sidxBox({{100}}, 0x7FFFFFFF))},
+      {"reference_past_the_file.mp4", withBeforeFragments(sidxBox({{100}}, 0x7FFFFFFF))},
 
       {"sequence_number_0.mp4", madeWith([](Parts& p) { p.numbers[1] = 0; })},
       {"sequence_number_0_at_the_end.mp4", madeWith([](Parts& p) { p.numbers[2] = 0; })},
-      {"sequence_number_all_ones.mp4", madeWith([](Parts& p) { p.numbers[2] = kMost; })},
+      {"sequence_number_all_ones.mp4", madeWith([](Parts& p) { p.numbers[2] = kMax; })},
       {"sequence_numbers_repeated.mp4", madeWith([](Parts& p) {
          p.numbers = {1, 2, 2};
        })},
@@ -188,7 +188,7 @@ std::vector<DamagedFile> damagedFiles() {
 
       {"data_offset_past_the_file.mp4", madeWith([](Parts& p) { p.videoRun(1).dataOffset = 0x7FFFFFFF; })},
       {"data_offset_negative.mp4", madeWith([](Parts& p) { p.videoRun(1).dataOffset = 0x80000000; })},
-      {"data_offset_all_ones.mp4", madeWith([](Parts& p) { p.videoRun(1).dataOffset = kMost; })},
+      {"data_offset_all_ones.mp4", madeWith([](Parts& p) { p.videoRun(1).dataOffset = kMax; })},
       {"data_offsets_overlapping.mp4", madeWith([](Parts& p) {
          RunSpec first = p.videoRun(1), second = first;
          first.samples.pop_back();
@@ -215,7 +215,7 @@ std::vector<DamagedFile> damagedFiles() {
       {"caption_packet_length_past_its_end.mp4", withBytes("ccdp", 0, 10, u8(0xFF))},
       {"caption_pairs_of_one_byte.mp4",
        madeWith([](Parts& p) { p.fragments[0][2].runs[0].samples[0].data = u8(0x80); })},
-      {"caption_size_all_ones.mp4", withBytes("trun", 2, 24, u32(kMost))},
+      {"caption_size_all_ones.mp4", withBytes("trun", 2, 24, u32(kMax))},
 
       {"manifest_empty.mpd", {}},
       {"manifest_nested_deep.mpd", text(repeated("<MPD>", 300) + repeated("</MPD>", 300))},
@@ -226,7 +226,7 @@ std::vector<DamagedFile> damagedFiles() {
             "<SegmentURL indexRange=\"99999999999999999999-1\"/></SegmentList></Representation>"
             "</AdaptationSet></Period></MPD>")},
       {"manifest_of_ranges_outside_the_file.mpd",
-       text("<MPD><Period><AdaptationSet><Representation mimeType=\"video/mp4\"><BaseURL>whole.mp4</BaseURL>"
+       text("<MPD><Period><AdaptationSet><Representation mimeType=\"video/mp4\"><BaseURL>intact.mp4</BaseURL>"
             "<SegmentList><SegmentURL indexRange=\"18446744073709551615-0\"/>"
             "<SegmentURL indexRange=\"1000000-0\"/><SegmentURL indexRange=\"1-2\"/></SegmentList>"
             "</Representation></AdaptationSet></Period></MPD>")},

@@ -25,7 +25,7 @@ Bytes cc608PairOf(std::uint32_t frame);
 // The caption area's bytes from 4 on.
 Bytes cc708PacketOf(std::uint32_t frame);
 
-Bytes wholeFile();
+Bytes intactFile();
 
 // All of them, the intact file first.
 std::vector<DamagedFile> damagedFiles();

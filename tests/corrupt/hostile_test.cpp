@@ -49,8 +49,8 @@ const std::vector<Hostile> kHostile = {
     {"EightByteFragments", [] { return fileWith(movieBox({videoTrack()}), megabyteOf(box("moof"))); }, true},
     {"EightByteBoxesInTheMovie", [] { return fileWith(movieWith(megabyteOf(box("wide")))); }, true},
     {"EmptyTrackHeaders", [] { return fileWith(movieWith(megabyteOf(box("tkhd")))); }, true},
-    {"EmptyPictureEntries", [] { return fileWith(movieWith(megabyteOf(box("avc1")))); }, true},
-    {"EmptySoundEntries", [] { return fileWith(movieWith(megabyteOf(box("mp4a")))); }, true},
+    {"EmptyVideoEntries", [] { return fileWith(movieWith(megabyteOf(box("avc1")))); }, true},
+    {"EmptyAudioEntries", [] { return fileWith(movieWith(megabyteOf(box("mp4a")))); }, true},
     {"EmptyDescriptors", [] { return fileWith(movieWith(megabyteOf(box("esds")))); }, true},
     {"EmptyRuns",
      [] {
@@ -144,7 +144,7 @@ void writeText(const std::string& path, const std::string& text) {
 
 TEST(HostileManifests, CostMemoryByFileSize) {
   const TempFolder folder;
-  writeFile(folder.file("clip.mp4"), wholeFile());
+  writeFile(folder.file("clip.mp4"), intactFile());
   std::string elements = "<MPD>",
               urls = "<MPD><Period><AdaptationSet><Representation mimeType='video/mp4'><SegmentList>";
   while (elements.size() < kFileBytes) elements += "<a/>";
@@ -156,20 +156,20 @@ TEST(HostileManifests, CostMemoryByFileSize) {
     const CountingNew counting;
     const MediaFile file = openFile(folder.file("clip.mpd"));
     ASSERT_NE(file, nullptr);
-    EXPECT_EQ(readForward(*file).pictures, "012345");
+    EXPECT_EQ(readForward(*file).frames, "012345");
     EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject + kMaxMemoryAByte * text.size());
   }
 }
 
 TEST(HostileManifests, OfAHundredMegabytesAreIgnored) {
   const TempFolder folder;
-  writeFile(folder.file("clip.mp4"), wholeFile());
+  writeFile(folder.file("clip.mp4"), intactFile());
   writeText(folder.file("clip.mpd"), "<MPD/>");
   std::filesystem::resize_file(folder.file("clip.mpd"), 100u << 20);
   const CountingNew counting;
   const MediaFile file = openFile(folder.file("clip.mp4"));
   ASSERT_NE(file, nullptr);
-  EXPECT_EQ(readForward(*file).pictures, "012345");
+  EXPECT_EQ(readForward(*file).frames, "012345");
   EXPECT_LT(counting.peakBytes(), kMemoryOfAnObject);
 }
 

@@ -14,13 +14,13 @@ namespace fmp4 {
 // One character per frame: the number of the intact file's frame that was read, ' ' for no bytes, '?' for
 // other bytes, 'x' for a status of failure; for captions '.' if the frame brought none.
 struct FramesRead {
-  std::string pictures;
+  std::string frames;
   std::string cc608;
   std::string cc708;
   bool operator==(const FramesRead&) const = default;
 };
 inline void PrintTo(const FramesRead& read, std::ostream* out) {
-  *out << '{' << read.pictures << ", " << read.cc608 << ", " << read.cc708 << '}';
+  *out << '{' << read.frames << ", " << read.cc608 << ", " << read.cc708 << '}';
 }
 
 inline char whichFrame(const Bytes& bytes, Bytes (*ofFrame)(std::uint32_t)) {
@@ -35,10 +35,10 @@ inline char whichFrame(const Bytes& bytes, Bytes (*ofFrame)(std::uint32_t)) {
 inline void readOne(CAMediaFile& file, std::uint32_t frame, FramesRead& read) {
   const VideoFrame got = readFrame(file, frame);
   if (got.status != VL_OK) {
-    read.pictures[frame] = 'x';
+    read.frames[frame] = 'x';
     return;
   }
-  read.pictures[frame] = whichFrame(got.data, videoOf);
+  read.frames[frame] = whichFrame(got.data, videoOf);
   const DFRAME& d = got.descriptor;
   ASSERT_LE(d.captionBytes, sizeof d.captions);
   if (d.captionFlags & DFRAME_CAPTION_608) {
@@ -59,13 +59,13 @@ inline FramesRead noFramesOf(CAMediaFile& file) {
 
 inline FramesRead readForward(CAMediaFile& file) {
   FramesRead read = noFramesOf(file);
-  for (std::uint32_t frame = 0; frame < read.pictures.size(); ++frame) readOne(file, frame, read);
+  for (std::uint32_t frame = 0; frame < read.frames.size(); ++frame) readOne(file, frame, read);
   return read;
 }
 
 inline FramesRead readShuffled(CAMediaFile& file) {
   FramesRead read = noFramesOf(file);
-  std::vector<std::uint32_t> order(read.pictures.size());
+  std::vector<std::uint32_t> order(read.frames.size());
   std::iota(order.begin(), order.end(), 0u);
   std::mt19937 random(7);
   for (std::size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);

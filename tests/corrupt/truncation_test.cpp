@@ -15,18 +15,18 @@ using testing::Contains;
 using testing::Field;
 using testing::StartsWith;
 
-const std::string kWhole = "012345";
+const std::string kAllFrames = "012345";
 
 // Whether the result is the requested frame or a failure.
 bool rightOrFailed(const std::string& read) {
   for (std::size_t i = 0; i < read.size(); ++i) {
-    if (read[i] != kWhole[i] && read[i] != 'x') return false;
+    if (read[i] != kAllFrames[i] && read[i] != 'x') return false;
   }
   return true;
 }
 bool rightOrNone(const std::string& read) {
   for (std::size_t i = 0; i < read.size(); ++i) {
-    if (read[i] != kWhole[i] && read[i] != '.') return false;
+    if (read[i] != kAllFrames[i] && read[i] != '.') return false;
   }
   return true;
 }
@@ -34,11 +34,11 @@ bool rightOrNone(const std::string& read) {
 TEST(Truncation, AtAnyByteFailsToOpenOrReadsTheFramesThatRemain) {
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
-  const Bytes whole = wholeFile();
+  const Bytes entire = intactFile();
   std::uint32_t opened = 0, frames = 0;
-  for (std::size_t size = 0; size <= whole.size(); ++size) {
+  for (std::size_t size = 0; size <= entire.size(); ++size) {
     SCOPED_TRACE("truncated at " + std::to_string(size));
-    writeFile(path, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+    writeFile(path, Bytes(entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(size)));
     LogCapture log;
     const MediaFile file = openFile(path);
     if (!file) {
@@ -49,13 +49,13 @@ TEST(Truncation, AtAnyByteFailsToOpenOrReadsTheFramesThatRemain) {
     }
     ++opened;
     const FramesRead read = readForward(*file);
-    ASSERT_LE(read.pictures.size(), kWhole.size());
-    EXPECT_TRUE(rightOrFailed(read.pictures)) << read.pictures;
+    ASSERT_LE(read.frames.size(), kAllFrames.size());
+    EXPECT_TRUE(rightOrFailed(read.frames)) << read.frames;
     EXPECT_TRUE(rightOrNone(read.cc608)) << read.cc608;
     EXPECT_TRUE(rightOrNone(read.cc708)) << read.cc708;
     EXPECT_EQ(readShuffled(*file), read);
     const auto good = static_cast<std::uint32_t>(
-        read.pictures.size() - static_cast<std::size_t>(std::ranges::count(read.pictures, 'x')));
+        read.frames.size() - static_cast<std::size_t>(std::ranges::count(read.frames, 'x')));
     EXPECT_GE(good, frames);
     frames = good;
   }

@@ -65,9 +65,9 @@ TEST(RateScale, RatesThatCannotBeConvertedAreKept) {
   EXPECT_EQ(normalized(0, 1), Pair(0, 1));
   EXPECT_EQ(normalized(25, 0), Pair(25, 0));
   EXPECT_EQ(normalized(1, 3000), Pair(1, 3000));
-  constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
-  EXPECT_EQ(normalized(kMost, 1), Pair(kMost, 1));
-  EXPECT_EQ(normalized(kMost, kMost), Pair(1000, 1000));
+  constexpr std::uint32_t kMax = std::numeric_limits<std::uint32_t>::max();
+  EXPECT_EQ(normalized(kMax, 1), Pair(kMax, 1));
+  EXPECT_EQ(normalized(kMax, kMax), Pair(1000, 1000));
   std::uint32_t rate = 25;
   vidNormalizeRateScale(&rate, nullptr);
   vidNormalizeRateScale(nullptr, &rate);

@@ -113,12 +113,12 @@ TEST(FieldReader, PeeksWithoutConsuming) {
   const Bytes bytes = {1, 2, 3, 4, 5};
   Mp4FieldReader fields(bytes);
   fields.reserved(1);
-  EXPECT_EQ(fields.ahead(0), 2);
-  EXPECT_EQ(fields.ahead(3), 5);
-  EXPECT_EQ(fields.ahead(4), 0);
-  EXPECT_EQ(fields.ahead(~std::uint64_t{0}), 0);
-  EXPECT_EQ(fields.aheadU32(0), 0x02030405u);
-  EXPECT_EQ(fields.aheadU32(2), 0x04050000u);
+  EXPECT_EQ(fields.peek(0), 2);
+  EXPECT_EQ(fields.peek(3), 5);
+  EXPECT_EQ(fields.peek(4), 0);
+  EXPECT_EQ(fields.peek(~std::uint64_t{0}), 0);
+  EXPECT_EQ(fields.peekU32(0), 0x02030405u);
+  EXPECT_EQ(fields.peekU32(2), 0x04050000u);
   EXPECT_EQ(fields.consumed(), 1u);
 }
 

@@ -110,8 +110,8 @@ TEST(TreeDefects, TheFirst64AreKeptAndAllAreCounted) {
 }
 
 TEST(TopLevelReader, ReturnsWhyItEnds) {
-  const Bytes whole = join({ftypBox(), box("free")});
-  Mp4MemoryStream stream(whole.data(), whole.size());
+  const Bytes entire = join({ftypBox(), box("free")});
+  Mp4MemoryStream stream(entire.data(), entire.size());
   Mp4TopLevelReader reader(stream);
   EXPECT_TRUE(reader.readNext().ok());
   EXPECT_EQ(reader.nextOffset(), 16u);

@@ -222,11 +222,11 @@ TEST(BoxHeader, FailsForASizeBelowItsOwn) {
 }
 
 TEST(BoxHeader, FailsForAnEndThat64BitsDoNotHold) {
-  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
-  EXPECT_TRUE(headerOf(largeBoxOfSize(kMost, "mdat")).read.ok());
-  EXPECT_TRUE(headerOf(largeBoxOfSize(kMost - 100, "mdat"), 100).read.ok());
-  EXPECT_EQ(headerOf(largeBoxOfSize(kMost - 99, "mdat"), 100).read, Defect::BoxSizePast64Bits);
-  EXPECT_EQ(headerOf(largeBoxOfSize(kMost, "mdat"), 100).read, Defect::BoxSizePast64Bits);
+  constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_TRUE(headerOf(largeBoxOfSize(kMax, "mdat")).read.ok());
+  EXPECT_TRUE(headerOf(largeBoxOfSize(kMax - 100, "mdat"), 100).read.ok());
+  EXPECT_EQ(headerOf(largeBoxOfSize(kMax - 99, "mdat"), 100).read, Defect::BoxSizePast64Bits);
+  EXPECT_EQ(headerOf(largeBoxOfSize(kMax, "mdat"), 100).read, Defect::BoxSizePast64Bits);
 }
 
 TEST(SeekNextBox, ReportsDoneEndOrNoSize) {
@@ -524,13 +524,13 @@ TEST(SampleDescription, WithoutEntriesIsKept) {
 // ---- Hostile files ----------------------------------------------------------------------------------
 
 TEST(Hostile, TruncationAtAnyByte) {
-  const Bytes whole = join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})}),
-                            largeBox("mdat", {zeros(5)}), moofBox(1), box("mdat", {zeros(20)})});
+  const Bytes entire = join({ftypBox(), box("moov", {mvhdBox(), box("trak", {tkhdBox()})}),
+                             largeBox("mdat", {zeros(5)}), moofBox(1), box("mdat", {zeros(20)})});
   // The top-level boxes that are present: leaves only if complete, others as soon as their headers are.
   const std::array<std::size_t, 5> needed = {16, 16 + 8, 232 + 16, 253 + 8, 325 + 8};
-  ASSERT_EQ(whole.size(), 353u);
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    TreeFile file(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
+  ASSERT_EQ(entire.size(), 353u);
+  for (std::size_t length = 0; length <= entire.size(); ++length) {
+    TreeFile file(Bytes(entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(length)));
     const FileTree root = file.root();
     std::size_t expected = 0;
     while (expected < needed.size() && length >= needed[expected]) ++expected;
@@ -651,7 +651,7 @@ TEST(Hostile, ATreeHasNoMoreBoxesThanTheBytesOfItsFileAllow) {
 }
 
 // One access unit of silence per fragment, for hours.
-TEST(Hostile, FragmentsOfOneSmallSampleHaveRoomForTheirBoxes) {
+TEST(Hostile, FragmentsOfOneSmallSampleHaveSpaceForTheirBoxes) {
   constexpr std::uint32_t kFragments = 140000;
   const Bytes moof =
       box("moof", {fullBox("mfhd", 0, 0, {u32(1)}),

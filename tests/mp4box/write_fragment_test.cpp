@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "mp4box/write.h"
+#include "recording/track_number.h"
 #include "recording/write/default_boxes.h"
 #include "tests/support/box_builder.h"
 
@@ -38,7 +39,7 @@ TEST(Fragment, OfAllTracksIsSetUpWithTheFlagsOfEach) {
   EXPECT_EQ(tfhdFlags(TrackKind::Captions708), 0x020000u);
   EXPECT_EQ(trunFlags(TrackKind::Captions708), 0x000201u);
   for (const TrackKind kind : mp4::kTrackKinds) {
-    EXPECT_EQ(fragment.tracks[kind]->tfhd.trackId, mp4::trackNumber(kind));
+    EXPECT_EQ(fragment.tracks[kind]->tfhd.trackId, trackNumber(kind));
     EXPECT_EQ(fragment.tracks[kind]->tfdt.version, 0);
     EXPECT_EQ(fragment.tracks[kind]->tfdt.baseMediaDecodeTime, 0u);
     EXPECT_EQ(fragment.tracks[kind]->trun.sampleCount, 0u);

@@ -45,9 +45,9 @@ inline int largestDifference(const Samples& a, const Samples& b) {
 // Ranges in random order give the same samples as reading from the start.
 inline void expectRandomReadsToAgree(const Clip& clip) {
   ASSERT_NE(clip.file, nullptr);
-  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const Samples entire = readAll(*clip, lengthOf(*clip));
   const std::uint32_t total = lengthOf(*clip);
-  ASSERT_EQ(whole.size(), total * 2u);
+  ASSERT_EQ(entire.size(), total * 2u);
   std::mt19937 random(11);
   for (int i = 0; i < ofSanitized(300, 60); ++i) {
     const std::uint32_t at = static_cast<std::uint32_t>(random() % total);
@@ -55,24 +55,24 @@ inline void expectRandomReadsToAgree(const Clip& clip) {
         1 + static_cast<std::uint32_t>(random() % std::min<std::uint32_t>(3000, total - at));
     const Audio audio = readAudio(*clip, at, count);
     ASSERT_EQ(audio.status, VL_OK);
-    ASSERT_EQ(audio.samples, Samples(whole.begin() + at * 2, whole.begin() + (at + count) * 2))
+    ASSERT_EQ(audio.samples, Samples(entire.begin() + at * 2, entire.begin() + (at + count) * 2))
         << at << "+" << count;
   }
 }
 
 inline void expectBlocksToAgree(const Clip& clip, const std::vector<std::uint32_t>& blocks) {
   ASSERT_NE(clip.file, nullptr);
-  const Samples whole = readAll(*clip, lengthOf(*clip));
-  for (const std::uint32_t block : blocks) EXPECT_EQ(readAll(*clip, block), whole) << block;
+  const Samples entire = readAll(*clip, lengthOf(*clip));
+  for (const std::uint32_t block : blocks) EXPECT_EQ(readAll(*clip, block), entire) << block;
 }
 
 // PCM frames [from, to), each with a request of its own.
 inline void expectSingleReadsToAgree(const Clip& clip, std::uint32_t from, std::uint32_t to) {
   ASSERT_NE(clip.file, nullptr);
-  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const Samples entire = readAll(*clip, lengthOf(*clip));
   for (std::uint32_t at = from; at < to; ++at) {
     const Audio audio = readAudio(*clip, at, 1);
-    ASSERT_EQ(audio.samples, Samples(whole.begin() + at * 2, whole.begin() + at * 2 + 2)) << at;
+    ASSERT_EQ(audio.samples, Samples(entire.begin() + at * 2, entire.begin() + at * 2 + 2)) << at;
   }
 }
 
@@ -98,23 +98,23 @@ inline Samples readInEveryWay(const std::string& clip, std::uint32_t channels,
   CAMediaFile& file = *opened;
   const std::uint32_t total = lengthOf(file);
   EXPECT_EQ(channels, describe(file).audio.wave.channels);
-  const Samples whole = readAll(file, total, channels);
-  EXPECT_EQ(std::size_t{total} * channels, whole.size());
-  if (whole.size() != std::size_t{total} * channels) return whole;
+  const Samples entire = readAll(file, total, channels);
+  EXPECT_EQ(std::size_t{total} * channels, entire.size());
+  if (entire.size() != std::size_t{total} * channels) return entire;
   for (const std::uint32_t block : {2048u, 1001u, 1602u, 9999u})
-    EXPECT_EQ(readAll(file, block, channels), whole) << block;
+    EXPECT_EQ(readAll(file, block, channels), entire) << block;
   std::mt19937 random(7);
   for (int i = 0; i < reads; ++i) {
     const auto at = static_cast<std::uint32_t>(random() % total);
     const auto count = 1 + static_cast<std::uint32_t>(random() % std::min(5000u, total - at));
     const Audio audio = readAudio(file, at, count, channels);
     EXPECT_EQ(audio.status, VL_OK);
-    const bool same = audio.samples == Samples(whole.begin() + std::ptrdiff_t{at} * channels,
-                                               whole.begin() + (std::ptrdiff_t{at} + count) * channels);
+    const bool same = audio.samples == Samples(entire.begin() + std::ptrdiff_t{at} * channels,
+                                               entire.begin() + (std::ptrdiff_t{at} + count) * channels);
     EXPECT_TRUE(same) << at << "+" << count;
     if (!same) break;
   }
-  return whole;
+  return entire;
 }
 
 // The output of ffmpeg's decoder for a track's packets, from the first on, not rounded; full scale is 32768.

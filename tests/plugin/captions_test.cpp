@@ -58,11 +58,11 @@ Bytes clipWith(CaptionsOf captionsOf, std::uint32_t timescale = 30000) {
   if (has708) tracks.push_back(cc708);
   Bytes content = join({fileTypeBox(), movieBox(tracks)});
   for (std::uint32_t f = 0; f < kFragmentCount; ++f) {
-    RunSpec picture{kRunDataOffset | kRunSize};
+    RunSpec frames{kRunDataOffset | kRunSize};
     for (std::uint32_t i = 0; i < kFragmentFrames; ++i)
-      picture.samples.push_back(sampleOf(10, f * kFragmentFrames + i));
+      frames.samples.push_back(sampleOf(10, f * kFragmentFrames + i));
     TrafSpec video, c3, c4;
-    video.runs = {picture};
+    video.runs = {frames};
     c3.trackId = 3;
     c4.trackId = 4;
     c3.decodeTime = c4.decodeTime = std::uint64_t{f} * kFragmentFrames * duration;

@@ -58,15 +58,15 @@ LogLine lostLine(std::uint64_t position) {
                               std::to_string(position) + ", silence takes its place\n"};
 }
 
-// Reads of `count` PCM frames, each by a fresh object, give the samples that `whole` has there.
-void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
+// Reads of `count` PCM frames, each by a fresh object, give the samples that `entire` has there.
+void expectFreshReadsToAgree(const std::string& path, const Samples& entire,
                              const std::vector<std::uint32_t>& positions, std::uint32_t count) {
   for (const std::uint32_t at : positions) {
     const MediaFile file = openFile(path);
     ASSERT_NE(file, nullptr);
     const Audio heard = readAudio(*file, at, count);
     ASSERT_EQ(heard.status, VL_OK) << at;
-    ASSERT_EQ(heard.samples, part(whole, at, heard.samples.size() / 2)) << at;
+    ASSERT_EQ(heard.samples, part(entire, at, heard.samples.size() / 2)) << at;
   }
 }
 
@@ -74,24 +74,24 @@ void expectFreshReadsToAgree(const std::string& path, const Samples& whole,
 
 TEST(LostAudio, ARequestWithoutABufferDoesNotDisturbTheNext) {
   const BuiltFile clip({AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}});
-  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const Samples entire = readAll(*clip, lengthOf(*clip));
   ASSERT_EQ(readAudio(*clip, 30000, 1000).status, VL_OK);
   DFRAME d{};
   d.size = sizeof d;
   ASSERT_EQ(clip.file->Read(4800, 10, 1, QVR_MODE_AUDIO, &d, nullptr), VL_OK);
   const Audio next = readAudio(*clip, 4810, 1000);
   EXPECT_EQ(next.status, VL_OK);
-  EXPECT_EQ(next.samples, part(whole, 4810, 1000));
+  EXPECT_EQ(next.samples, part(entire, 4810, 1000));
 }
 
 TEST(LostAudio, ARefusedRequestLeavesEarlierAudioReadable) {
   const BuiltFile heard({AudioTrackOf{aacAudio().sampleEntry, runOf(aacAudio())}});
-  const Samples whole = readAll(*heard, 4096);
+  const Samples entire = readAll(*heard, 4096);
   const BuiltFile clip = builtClip(aacAudio(), [](RunSpec& run) { run.samples[5].duration = 0x1800000; });
   EXPECT_EQ(readAudio(*clip, 4096, 4096).status, 0xFFFFFFFEu);
-  const Audio ahead = readAudio(*clip, 4096, 1024);
-  EXPECT_EQ(ahead.status, VL_OK);
-  EXPECT_EQ(ahead.samples, part(whole, 4096, 1024));
+  const Audio later = readAudio(*clip, 4096, 1024);
+  EXPECT_EQ(later.status, VL_OK);
+  EXPECT_EQ(later.samples, part(entire, 4096, 1024));
 }
 
 TEST(LostAudio, AnAnswerWithoutAudioDeliversNoBytes) {
@@ -158,15 +158,15 @@ TEST_P(LostUnit, IsSilentAndReadsAlikeFromAnyPosition) {
   for (std::size_t i = 0; i < losses.size(); ++i) {
     SCOPED_TRACE(i);
     const BuiltFile clip = builtClip(heard, [&](RunSpec& run) { losses[i](run.samples[20]); });
-    const Samples whole = readAll(*clip, lengthOf(*clip));
-    ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
-    EXPECT_THAT(part(whole, 20 * length, length), Each(0));
+    const Samples entire = readAll(*clip, lengthOf(*clip));
+    ASSERT_EQ(entire.size(), std::size_t{lengthOf(*clip)} * 2);
+    EXPECT_THAT(part(entire, 20 * length, length), Each(0));
     EXPECT_EQ(lostUnitsOf(*clip), 1u);
     std::vector<std::uint32_t> positions;
     const std::uint32_t units = lengthOf(*clip) / length;
     for (std::uint32_t unit = 18; unit < std::min(60u, units); unit += ofSanitized(1u, 5u))
       positions.push_back(unit * length);
-    expectFreshReadsToAgree(clip.path, whole, positions, length);
+    expectFreshReadsToAgree(clip.path, entire, positions, length);
   }
 }
 
@@ -178,11 +178,11 @@ TEST_P(LostUnit, AtTheEndIsSilenceOfItsStatedDuration) {
     run.samples.back().duration = 5000;
   });
   const std::uint32_t total = lengthOf(*clip), lost = 5000 + 2 * heard.unitFrames;
-  const Samples whole = readAll(*clip, 4096);
-  ASSERT_EQ(whole.size(), std::size_t{total} * 2);
-  EXPECT_THAT(part(whole, total - lost, lost), Each(0));
-  EXPECT_THAT(part(whole, total - lost - 1000, 1000), Contains(testing::Ne(0)));
-  expectFreshReadsToAgree(clip.path, whole, {total - lost - 500, total - 6000, total - 4000, total - 1},
+  const Samples entire = readAll(*clip, 4096);
+  ASSERT_EQ(entire.size(), std::size_t{total} * 2);
+  EXPECT_THAT(part(entire, total - lost, lost), Each(0));
+  EXPECT_THAT(part(entire, total - lost - 1000, 1000), Contains(testing::Ne(0)));
+  expectFreshReadsToAgree(clip.path, entire, {total - lost - 500, total - 6000, total - 4000, total - 1},
                           7000);
 }
 
@@ -203,11 +203,11 @@ TEST_P(LostUnit, AtTheStartIsSilenceToo) {
   const BuiltFile clip = builtClip(heard, [](RunSpec& run) {
     for (std::size_t i = 0; i < 12; ++i) run.samples[i].data.assign(40, 0);
   });
-  const Samples whole = readAll(*clip, 1000);
-  ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
-  EXPECT_THAT(part(whole, 0, 12 * heard.unitFrames), Each(0));
-  EXPECT_THAT(part(whole, 13 * heard.unitFrames, 1000), Contains(testing::Ne(0)));
-  expectFreshReadsToAgree(clip.path, whole, {0, 3000, 12 * heard.unitFrames, 13 * heard.unitFrames}, 2000);
+  const Samples entire = readAll(*clip, 1000);
+  ASSERT_EQ(entire.size(), std::size_t{lengthOf(*clip)} * 2);
+  EXPECT_THAT(part(entire, 0, 12 * heard.unitFrames), Each(0));
+  EXPECT_THAT(part(entire, 13 * heard.unitFrames, 1000), Contains(testing::Ne(0)));
+  expectFreshReadsToAgree(clip.path, entire, {0, 3000, 12 * heard.unitFrames, 13 * heard.unitFrames}, 2000);
 }
 
 TEST_P(LostUnit, WhoseBytesAreMissingFromTheFileIsSilent) {
@@ -217,9 +217,9 @@ TEST_P(LostUnit, WhoseBytesAreMissingFromTheFileIsSilent) {
   const BuiltFile clip(bytes);
   ASSERT_NE(clip.file, nullptr);
   EXPECT_EQ(lostUnitsOf(*clip), 2u);
-  const Samples whole = readAll(*clip, 4096);
-  ASSERT_EQ(whole.size(), std::size_t{lengthOf(*clip)} * 2);
-  EXPECT_THAT(part(whole, lengthOf(*clip) - 2 * heard.unitFrames, 2 * heard.unitFrames), Each(0));
+  const Samples entire = readAll(*clip, 4096);
+  ASSERT_EQ(entire.size(), std::size_t{lengthOf(*clip)} * 2);
+  EXPECT_THAT(part(entire, lengthOf(*clip) - 2 * heard.unitFrames, 2 * heard.unitFrames), Each(0));
 }
 
 TEST_P(LostUnit, AllOfThemAreReportedOnceAndTheTrackFails) {
@@ -255,14 +255,14 @@ TEST_P(LostUnit, DamagedFilesReadAlikeFromAnyPosition) {
     ASSERT_NE(clip.file, nullptr);
     filesWithLoss += lostUnitsOf(*clip) > 0;
     const std::uint32_t total = lengthOf(*clip);
-    const Samples whole = readAll(*clip, total);
-    ASSERT_EQ(whole.size(), std::size_t{total} * 2);
-    ASSERT_EQ(readAll(*clip, 777), whole);
+    const Samples entire = readAll(*clip, total);
+    ASSERT_EQ(entire.size(), std::size_t{total} * 2);
+    ASSERT_EQ(readAll(*clip, 777), entire);
     for (int reads = 0; reads < 8; ++reads) {
       const auto at = static_cast<std::uint32_t>(random() % (total - 3000));
-      ASSERT_EQ(readAudio(*clip, at, 3000).samples, part(whole, at, 3000)) << at;
+      ASSERT_EQ(readAudio(*clip, at, 3000).samples, part(entire, at, 3000)) << at;
     }
-    expectFreshReadsToAgree(clip.path, whole, {static_cast<std::uint32_t>(random() % (total - 5000))}, 5000);
+    expectFreshReadsToAgree(clip.path, entire, {static_cast<std::uint32_t>(random() % (total - 5000))}, 5000);
     if (HasFatalFailure()) return;
   }
   EXPECT_GT(filesWithLoss, files / 2);

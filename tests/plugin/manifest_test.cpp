@@ -18,7 +18,7 @@ namespace {
 
 using testing::Contains;
 
-Bytes picture(std::uint32_t frames, std::uint32_t duration = 1) {
+Bytes videoFile(std::uint32_t frames, std::uint32_t duration = 1) {
   TrafSpec traf;
   RunSpec run{kRunDataOffset | kRunSize};
   for (std::uint32_t i = 0; i < frames; ++i) run.samples.push_back(sampleOf(10, i));
@@ -56,7 +56,7 @@ std::uint32_t audioLength(CAMediaFile& file) {
 
 TEST(Manifest, VideoAndAudioBesideItAreFoundByName) {
   const Folder folder;
-  writeFile(folder.file("clip.m4v"), picture(4));
+  writeFile(folder.file("clip.m4v"), videoFile(4));
   writeFile(folder.file("clip.m4a"), audioFile(3));
   folder.manifest("clip.mpd", "");
   const MediaFile file = folder.open("clip.mpd");
@@ -69,8 +69,8 @@ TEST(Manifest, VideoAndAudioBesideItAreFoundByName) {
 
 TEST(Manifest, TheBaseUrlReplacesTheNameFoundInTheFolder) {
   const Folder folder;
-  writeFile(folder.file("clip.mp4"), picture(4));
-  writeFile(folder.file("other.dat"), picture(7));
+  writeFile(folder.file("clip.mp4"), videoFile(4));
+  writeFile(folder.file("other.dat"), videoFile(7));
   writeFile(folder.file("tone.dat"), audioFile(2));
   folder.manifest("clip.mpd",
                   representation("video/mp4", "other.dat") + representation("audio/mp4", "tone.dat"));
@@ -86,7 +86,7 @@ TEST(Manifest, TheBaseUrlReplacesTheNameFoundInTheFolder) {
 
 TEST(Manifest, SmoothNamesOpenThroughTheManifestOfTheirBaseName) {
   const Folder folder;
-  writeFile(folder.file("media.dat"), picture(4));
+  writeFile(folder.file("media.dat"), videoFile(4));
   writeFile(folder.file("tone.dat"), audioFile(3));
   const std::string sets = representation("video/mp4", "media.dat") + representation("audio/mp4", "tone.dat");
   for (const char* manifest : {"clip.xml", "clip.mpd"}) {
@@ -106,7 +106,7 @@ TEST(Manifest, SmoothNamesOpenThroughTheManifestOfTheirBaseName) {
 
 TEST(Manifest, ABrokenManifestIsIgnored) {
   const Folder folder;
-  writeFile(folder.file("clip.mp4"), picture(4));
+  writeFile(folder.file("clip.mp4"), videoFile(4));
   for (const char* text : {"", "<MPD>", "<Other/>", "<MPD/>", "<MPD><Period/></MPD>", "\xFF\xFE\x01"}) {
     folder.text("clip.mpd", text);
     const MediaFile file = folder.open("clip.mp4");
@@ -118,7 +118,7 @@ TEST(Manifest, ABrokenManifestIsIgnored) {
 
 TEST(Manifest, ASetDeclaredAsVideoGivesTheAudio) {
   const Folder folder;
-  writeFile(folder.file("clip.mp4"), picture(4));
+  writeFile(folder.file("clip.mp4"), videoFile(4));
   writeFile(folder.file("tone.dat"), audioFile(3));
   folder.manifest(
       "clip.mpd",
@@ -132,13 +132,13 @@ TEST(Manifest, ASetDeclaredAsVideoGivesTheAudio) {
 
 TEST(Manifest, SuppliesTheRateThatTheTrackLacks) {
   const Folder folder;
-  writeFile(folder.file("media.dat"), picture(4, 0));
+  writeFile(folder.file("media.dat"), videoFile(4, 0));
   folder.manifest("clip.mpd", representation("video/mp4", "media.dat", "frameRate='60000/1001'"));
   const MediaFile file = folder.open("clip.mpd");
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(describe(*file).video->stream.rate, 60000u);
   EXPECT_EQ(describe(*file).video->stream.scale, 1001u);
-  writeFile(folder.file("media.dat"), picture(4, 1));
+  writeFile(folder.file("media.dat"), videoFile(4, 1));
   EXPECT_EQ(describe(*folder.open("clip.mpd")).video->stream.rate, 25u)
       << "the track's own rate takes precedence";
 }
@@ -188,7 +188,7 @@ TEST(Manifest, AnAudioOnlyOpenUsesTheAudioSegments) {
 
 TEST(Companion, AudioThatCannotBeOpenedLeavesTheVideoReadable) {
   const Folder folder;
-  writeFile(folder.file("clip.mp4"), picture(4));
+  writeFile(folder.file("clip.mp4"), videoFile(4));
   folder.manifest("clip.mpd", representation("audio/mp4", "missing.dat"));
   LogCapture log;
   const MediaFile file = folder.open("clip.mp4");
@@ -199,7 +199,7 @@ TEST(Companion, AudioThatCannotBeOpenedLeavesTheVideoReadable) {
 
 TEST(Companion, AudioWithTheVideosNameIsNotOpenedTwice) {
   const Folder folder;
-  writeFile(folder.file("clip.mp4"), picture(4));
+  writeFile(folder.file("clip.mp4"), videoFile(4));
   folder.manifest("clip.mpd", representation("audio/mp4", "clip.mp4"));
   LogCapture log;
   const MediaFile file = folder.open("clip.mp4");
@@ -210,7 +210,7 @@ TEST(Companion, AudioWithTheVideosNameIsNotOpenedTwice) {
 
 TEST(Companion, ItsAudioIsPartOfTheDescription) {
   const Folder folder;
-  writeFile(folder.file("clip.m4v"), picture(4));
+  writeFile(folder.file("clip.m4v"), videoFile(4));
   writeFile(folder.file("clip.m4a"), audioFile(3));
   folder.manifest("clip.mpd",
                   representation("video/mp4", "clip.m4v") + representation("audio/mp4", "clip.m4a"));
@@ -247,7 +247,7 @@ TEST(Companion, ItsAudioReplacesTheMainFilesOwn) {
 
 TEST(Companion, SetFileInfoOnAReadingObjectCreatesNone) {
   const Folder folder;
-  writeFile(folder.file("clip.m4v"), picture(4));
+  writeFile(folder.file("clip.m4v"), videoFile(4));
   writeFile(folder.file("clip.m4a"), audioFile(3));
   const MediaFile file = folder.open("clip.m4v");
   ASSERT_NE(file, nullptr);

@@ -256,9 +256,9 @@ TEST(Open, AudioOfAFileWithoutFragmentsFailsTheOpen) {
 // A cut after the end of all audio, as stream copying makes it: the audio track is declared and empty.
 TEST(Open, ACutAfterTheEndOfTheAudioOpens) {
   const TempFolder folder;
-  makeMedia(folder.file("whole.mp4"), videoInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
-                                          std::vector<std::string>{"-c:a", "aac"});
-  makeMedia(folder.file("cut.mp4"), "-i", folder.file("whole.mp4"), "-ss", "3", "-c", "copy", "-movflags",
+  makeMedia(folder.file("intact.mp4"), videoInput(4, "25", "160x96") + toneInput(1) + h264Codec(25, 0) +
+                                           std::vector<std::string>{"-c:a", "aac"});
+  makeMedia(folder.file("cut.mp4"), "-i", folder.file("intact.mp4"), "-ss", "3", "-c", "copy", "-movflags",
             "frag_keyframe+empty_moov");
   const std::vector<Packet> packets = ffprobePackets(folder.file("cut.mp4"), "v:0");
   ASSERT_TRUE(ffprobePackets(folder.file("cut.mp4"), "a:0").empty());

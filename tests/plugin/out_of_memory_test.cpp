@@ -78,10 +78,10 @@ TEST(OutOfMemory, AVideoTrackWithoutAStreamHolderFailsTheOpen) {
 
 TEST(OutOfMemory, AnAudioTrackWithoutAStreamHolderIsReportedAndTheFileOpens) {
   const TempFolder folder;
-  const std::string path = folder.file("sound.m4a");
+  const std::string path = folder.file("audio.m4a");
   TrackSpec audio{2, "soun", 48000, audioEntry("mp4a", 2, 16, 48000), 1024};
-  TrafSpec picture, audioRun;
-  picture.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
+  TrafSpec videoRun, audioRun;
+  videoRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1)}}};
   audioRun.trackId = 2;
   audioRun.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
   writeFile(path, join({fileTypeBox(), movieBox({audio}), fragment(1, {audioRun})}));
@@ -179,8 +179,8 @@ TEST(OutOfMemory, AFailedFirstReadOfAudioLosesNothing) {
       if (damaged) run.samples[0].data.assign(40, 0xFF);
     });
     ASSERT_NE(clip.file, nullptr);
-    const Samples whole = readAll(*clip, lengthOf(*clip));
-    ASSERT_FALSE(whole.empty());
+    const Samples entire = readAll(*clip, lengthOf(*clip));
+    ASSERT_FALSE(entire.empty());
     unsigned failed = 0;
     bool met = true;
     for (std::size_t before = 0; met; ++before) {
@@ -197,10 +197,10 @@ TEST(OutOfMemory, AFailedFirstReadOfAudioLosesNothing) {
         met = failing.met();
       }
       if (status == VL_OK) {
-        ASSERT_EQ(space, Samples(whole.begin(), whole.begin() + 4096 * 2)) << before;
+        ASSERT_EQ(space, Samples(entire.begin(), entire.begin() + 4096 * 2)) << before;
       }
       failed += status != VL_OK;
-      ASSERT_EQ(readAll(*file, lengthOf(*file)), whole) << before;
+      ASSERT_EQ(readAll(*file, lengthOf(*file)), entire) << before;
     }
     EXPECT_GT(failed, 10u);
   }

@@ -9,21 +9,21 @@ namespace fmp4 {
 
 namespace {
 
-// A track in which decoding converges `settling` access units after the first place, every `period` access
+// A track in which decoding converges `convergence` access units after the first place, every `period` access
 // units, where it may start.
 class Track {
  public:
-  Track(std::uint64_t period, std::uint64_t settling) : m_period(period), m_settling(settling) {}
+  Track(std::uint64_t period, std::uint64_t convergence) : m_period(period), m_convergence(convergence) {}
 
   void Seek(std::uint64_t target) {
     const Result result = m_preRoll.decodeBefore(target, [&](std::uint64_t first) {
       decoded += target - first;
-      const std::uint64_t converged = (first + m_period - 1) / m_period * m_period + m_settling;
+      const std::uint64_t converged = (first + m_period - 1) / m_period * m_period + m_convergence;
       reached = first == 0 || converged <= target;
       return PreRollResult{{}, converged <= target, converged <= target ? target - converged : 0};
     });
     EXPECT_TRUE(result.ok());
-    const std::uint64_t latest = target - std::min(m_settling, target);
+    const std::uint64_t latest = target - std::min(m_convergence, target);
     needed += target - latest / m_period * m_period;
   }
 
@@ -33,7 +33,7 @@ class Track {
 
  private:
   std::uint64_t m_period;
-  std::uint64_t m_settling;
+  std::uint64_t m_convergence;
   PreRoll m_preRoll;
 };
 

@@ -173,7 +173,7 @@ TEST(ReadAc3, IsShortAtTheEnd) {
 
 TEST(ReadAc3, ADamagedFrameIsSilenceOfItsLengthAndTheNextDecodesAgain) {
   const Clip clip = ac3SweepClip();
-  const Samples whole = readAll(*clip, 4096);
+  const Samples entire = readAll(*clip, 4096);
   std::vector<std::uint8_t> bytes = readFile(clip.path);
   const Packet packet = ffprobePackets(clip.path, "a:0", {"-ignore_editlist", "1"})[20];
   for (int i = 100; i < 120; ++i) bytes[static_cast<std::size_t>(packet.offset + i)] ^= 0x55;
@@ -182,14 +182,14 @@ TEST(ReadAc3, ADamagedFrameIsSilenceOfItsLengthAndTheNextDecodesAgain) {
   const MediaFile damaged = openFile(path);
   ASSERT_NE(damaged, nullptr);
   const Samples broken = readAll(*damaged, 4096);
-  ASSERT_EQ(whole.size(), broken.size());
+  ASSERT_EQ(entire.size(), broken.size());
   const auto part = [](const Samples& samples, std::size_t from, std::size_t frames) {
     return Samples(samples.begin() + static_cast<std::ptrdiff_t>(from * 2 * kFrame),
                    samples.begin() + static_cast<std::ptrdiff_t>((from + frames) * 2 * kFrame));
   };
-  EXPECT_EQ(part(broken, 0, 20), part(whole, 0, 20));
+  EXPECT_EQ(part(broken, 0, 20), part(entire, 0, 20));
   EXPECT_THAT(part(broken, 20, 1), Each(0));
-  EXPECT_EQ(part(broken, 22, 20), part(whole, 22, 20));
+  EXPECT_EQ(part(broken, 22, 20), part(entire, 22, 20));
 }
 
 // ---- With FFmpeg -------------------------------------------------------------------------------------

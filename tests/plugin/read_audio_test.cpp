@@ -145,10 +145,10 @@ TEST(ReadAudio, FailsPastTheTrackAndIsShortAtItsEnd) {
 
 TEST(ReadAudio, AllOnesContinuesWhereTheLastRequestEnded) {
   const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const Samples entire = readAll(*clip, lengthOf(*clip));
   ASSERT_EQ(readAudio(*clip, 5000, 700).status, VL_OK);
   EXPECT_EQ(readAudio(*clip, 0xFFFFFFFF, 500).samples,
-            Samples(whole.begin() + 5700 * 2, whole.begin() + 6200 * 2));
+            Samples(entire.begin() + 5700 * 2, entire.begin() + 6200 * 2));
 }
 
 TEST(ReadAudio, WithoutADescriptorReturnsTheBufferSize) {
@@ -202,12 +202,12 @@ TEST(ReadAudio, ABufferOfUnknownSizeIsFilledUpToTheReportedSizeOnly) {
 
 TEST(ReadAudio, InterleavedVideoAndAudioReadsDoNotDisturbEachOther) {
   const Clip clip = sweepClip();
-  const Samples whole = readAll(*clip, lengthOf(*clip));
+  const Samples entire = readAll(*clip, lengthOf(*clip));
   const std::vector<Packet> packets = ffprobePackets(clip.path, "v:0");
   for (std::uint32_t frame = 0; frame < 50; ++frame) {
     EXPECT_EQ(readFrame(*clip, frame).data.size(), static_cast<std::size_t>(packets[frame].size));
     const Audio audio = readAudio(*clip, frame * 1920, 1920);
-    EXPECT_EQ(audio.samples, Samples(whole.begin() + frame * 3840, whole.begin() + (frame + 1) * 3840))
+    EXPECT_EQ(audio.samples, Samples(entire.begin() + frame * 3840, entire.begin() + (frame + 1) * 3840))
         << frame;
   }
 }
@@ -239,15 +239,15 @@ TEST(ReadAudio, ADamagedUnitIsSilenceOfItsLengthAndTheNextDecodesAgain) {
   const BuiltFile audio = changedTone([](RunSpec&) {});
   const BuiltFile damaged = changedTone([](RunSpec& run) { run.samples[20].data.resize(12); });
   ASSERT_NE(damaged.file, nullptr);
-  const Samples whole = readAll(*audio.file, 4096), broken = readAll(*damaged.file, 4096);
-  ASSERT_EQ(whole.size(), broken.size());
+  const Samples entire = readAll(*audio.file, 4096), broken = readAll(*damaged.file, 4096);
+  ASSERT_EQ(entire.size(), broken.size());
   const auto part = [](const Samples& samples, std::size_t from, std::size_t units) {
     return Samples(samples.begin() + static_cast<std::ptrdiff_t>(from * 2048),
                    samples.begin() + static_cast<std::ptrdiff_t>((from + units) * 2048));
   };
-  EXPECT_EQ(part(broken, 0, 20), part(whole, 0, 20));
+  EXPECT_EQ(part(broken, 0, 20), part(entire, 0, 20));
   EXPECT_THAT(part(broken, 20, 1), testing::Each(0));
-  EXPECT_EQ(part(broken, 22, 20), part(whole, 22, 20));
+  EXPECT_EQ(part(broken, 22, 20), part(entire, 22, 20));
 }
 
 TEST(ReadAudio, AUnitWithoutBytesIsSilenceOfItsLength) {
@@ -260,14 +260,14 @@ TEST(ReadAudio, AUnitWithoutBytesIsSilenceOfItsLength) {
 TEST(ReadAudio, AGapInTheTrackIsSilenceInAnyOrder) {
   const BuiltFile clip = changedTone([](RunSpec& run) { run.samples[10].duration = 1024 + 5000; });
   ASSERT_NE(clip.file, nullptr);
-  const Samples whole = readAll(*clip.file, 4096);
-  ASSERT_EQ(whole.size(), lengthOf(*clip.file) * 2u);
+  const Samples entire = readAll(*clip.file, 4096);
+  ASSERT_EQ(entire.size(), lengthOf(*clip.file) * 2u);
   const std::size_t gap = 11 * 2048;
-  EXPECT_THAT(Samples(whole.begin() + gap, whole.begin() + gap + 10000), testing::Each(0));
+  EXPECT_THAT(Samples(entire.begin() + gap, entire.begin() + gap + 10000), testing::Each(0));
   for (const std::uint32_t at :
        {11 * 1024u + 4990u, 11 * 1024u, 11 * 1024u + 5000u, 10 * 1024u + 500u, 30000u}) {
     EXPECT_EQ(readAudio(*clip.file, at, 2000).samples,
-              Samples(whole.begin() + at * 2, whole.begin() + (at + 2000) * 2))
+              Samples(entire.begin() + at * 2, entire.begin() + (at + 2000) * 2))
         << at;
   }
 }

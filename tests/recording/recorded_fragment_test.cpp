@@ -21,9 +21,9 @@ std::vector<std::uint8_t> withZeros(std::ptrdiff_t from, std::ptrdiff_t to) {
 }
 
 bool isUnwritten(const std::vector<std::uint8_t>& bytes, std::uint64_t begin, std::uint64_t end,
-                 std::ptrdiff_t fewest = kMinUnwritten) {
+                 std::ptrdiff_t minimum = kMinUnwritten) {
   Mp4MemoryStream stream(bytes.data(), bytes.size());
-  return hasUnwrittenData(stream, begin, end, fewest);
+  return hasUnwrittenData(stream, begin, end, minimum);
 }
 
 TEST(UnwrittenData, IsABlockOfZeros) {

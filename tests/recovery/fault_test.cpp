@@ -81,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // A recording with a separate audio file, interrupted within the second segment, its last fragments
 // truncated.
-std::map<std::string, Bytes> cutOff() {
+std::map<std::string, Bytes> interruptedRecording() {
   const TempFolder folder;
   std::map<std::string, Bytes> files;
   MediaFile file = startKind(folder, kAudioApart);
@@ -92,14 +92,14 @@ std::map<std::string, Bytes> cutOff() {
 }
 
 TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesIntact) {
-  const auto before = cutOff();
-  std::map<std::string, Bytes> whole;
+  const auto before = interruptedRecording();
+  std::map<std::string, Bytes> entire;
   {
     const TempFolder folder;
     fill(folder, before);
     setFaults({});
     repairRecording(folder.file("out.mpd"));
-    whole = filesOf(folder);
+    entire = filesOf(folder);
   }
   const std::uint64_t calls = hostCalls();
   ASSERT_GE(calls, 9u);
@@ -115,7 +115,7 @@ TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesIntact) {
         setFaults({});
       }
       repairRecording(folder.file("out.m4v"));
-      EXPECT_EQ(filesOf(folder), whole);
+      EXPECT_EQ(filesOf(folder), entire);
     }
   }
 }

@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(Recording, Killed, testing::Values(kVideoAlone, kAudioA
                          });
 
 TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesIntact) {
-  std::map<std::string, Bytes> before, whole;
+  std::map<std::string, Bytes> before, entire;
   {
     const TempFolder folder;
     MediaFile file = startKind(folder, kAudioApart);
@@ -77,7 +77,7 @@ TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesIntact) {
     fill(folder, before);
     setFaults({});
     repairRecording(folder.file("out.mpd"));
-    whole = filesOf(folder);
+    entire = filesOf(folder);
   }
   const std::uint64_t steps = hostSteps();
   for (std::uint64_t at = 1; at <= steps; ++at) {
@@ -85,7 +85,7 @@ TEST(KilledRepair, AtAnyStepLeavesWhatTheNextOneMakesIntact) {
     fill(folder, before);
     ASSERT_TRUE(killedAfter(at, [&] { repairRecording(folder.file("out.mpd")); })) << at;
     repairRecording(folder.file("out.mpd"));
-    ASSERT_EQ(filesOf(folder), whole) << at;
+    ASSERT_EQ(filesOf(folder), entire) << at;
   }
 }
 

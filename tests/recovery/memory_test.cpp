@@ -2,6 +2,7 @@
 // closing: nothing crashes, no exception reaches the host, and what was listed plays.
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/movie.h"
+#include "recording/track_number.h"
 #include "tests/recovery/recovery.h"
 #include "tests/support/controlled_new.h"
 #include "tests/support/ffmpeg.h"
@@ -132,11 +133,11 @@ constexpr std::uint32_t kFrames = kSegmentFrames + 7;
 
 // The samples to be recorded, ready to be written.
 struct Material {
-  std::vector<Bytes> pictures, audioUnits;
+  std::vector<Bytes> frames, audioUnits;
   Host host;
 
   explicit Material(const Kind& kind) {
-    for (std::uint32_t i = 0; i < kFrames; ++i) pictures.push_back(picture(i));
+    for (std::uint32_t i = 0; i < kFrames; ++i) frames.push_back(videoBytes(i));
     for (std::uint32_t i = 0; kind.hasAudio && i < audioOf(kFrames); ++i) audioUnits.push_back(audio(i));
     const Described defaults = describe(*createObject());
     *host.video = *defaults.video;
@@ -159,7 +160,7 @@ std::uint32_t framesIn(const std::string& path) {
   for (Mp4Box* box = file.root->first; box; box = box->next) {
     const auto get = [box](const char* where) { return Mp4BoxGet(nullptr, box, true, "%s", where); };
     const auto* tfhd = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(get("traf/tfhd"));
-    if (tfhd && tfhd->trackId == mp4::trackNumber(mp4::TrackKind::Video))
+    if (tfhd && tfhd->trackId == trackNumber(mp4::TrackKind::Video))
       frames += Mp4PayloadOf<mp4::TrackRunBox>(get("traf/trun"))->sampleCount;
   }
   return frames;
@@ -183,7 +184,7 @@ Recorded record(const std::string& path, const Kind& kind, Material& material) {
     for (; kind.hasAudio && audioUnits < audioOf(i + 1); ++audioUnits)
       writeSample(*file, 3, QVR_MODE_AUDIO, material.audioUnits[audioUnits], audioUnits);
     const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
-    if (writeSample(*file, 1, QVR_MODE_VIDEO, material.pictures[i], i, flags) == VL_OK) ++recorded.frames;
+    if (writeSample(*file, 1, QVR_MODE_VIDEO, material.frames[i], i, flags) == VL_OK) ++recorded.frames;
   }
   MFXCLOSE close{};
   recorded.closed = file->MFXCmd(MFX_CLOSE, &close) == VL_OK;

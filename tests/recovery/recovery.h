@@ -28,7 +28,7 @@ inline constexpr std::uint32_t kSegmentFrames = 20;
 inline constexpr std::uint32_t kAudioFragmentFrames = 4;
 
 // Small frames; consecutive ones differ in size.
-inline Bytes picture(std::uint32_t frame) {
+inline Bytes videoBytes(std::uint32_t frame) {
   return frameBytes(frame, 10 + frame % 7);
 }
 inline Bytes audio(std::uint32_t frame) {
@@ -73,7 +73,7 @@ inline bool writeAll(CAMediaFile& file, const Kind& kind, std::uint32_t frames) 
       if (writeSample(file, 3, QVR_MODE_AUDIO, audio(audioUnits), audioUnits) != VL_OK) return false;
     }
     const auto flags = i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY;
-    if (writeSample(file, 1, QVR_MODE_VIDEO, picture(i), i, flags) != VL_OK) return false;
+    if (writeSample(file, 1, QVR_MODE_VIDEO, videoBytes(i), i, flags) != VL_OK) return false;
   }
   return true;
 }
@@ -122,10 +122,10 @@ inline std::vector<ListedSegment> segmentsOfPlaylist(const std::string& text) {
       "?");
   static const std::regex entry(
       "#EXTINF:[0-9]+\\.[0-9]{3},\n#EXT-X-BYTERANGE:([0-9]+)@([0-9]+)\n([^\n#]+)\n");
-  std::smatch whole;
-  EXPECT_TRUE(std::regex_match(text, whole, header)) << text;
+  std::smatch entire;
+  EXPECT_TRUE(std::regex_match(text, entire, header)) << text;
   std::vector<ListedSegment> segments;
-  std::string rest = whole.size() > 1 ? whole[1].str() : "";
+  std::string rest = entire.size() > 1 ? entire[1].str() : "";
   for (std::smatch match; std::regex_search(rest, match, entry, std::regex_constants::match_continuous);
        rest = match.suffix())
     segments.push_back({match[3], std::stoull(match[2]), std::stoull(match[2]) + std::stoull(match[1])});
@@ -188,7 +188,7 @@ inline void expectFrames(const std::string& path, std::uint32_t frames) {
   ASSERT_NE(file, nullptr) << path;
   ASSERT_EQ(file->GetTotalFrames(), frames) << path;
   for (std::uint32_t i = 0; i < frames; ++i)
-    ASSERT_EQ(readFrame(*file, i).data, picture(i)) << path << ' ' << i;
+    ASSERT_EQ(readFrame(*file, i).data, videoBytes(i)) << path << ' ' << i;
 }
 
 // Every access unit of audio is there.

@@ -26,9 +26,9 @@ std::map<std::string, Bytes> recorded(const Kind& kind) {
 TEST(ShortWrites, ARecordingIsTheSame) {
   setFaults({});
   for (const Kind& kind : {kAudioApart, kAllInOne}) {
-    const auto whole = recorded(kind);
+    const auto entire = recorded(kind);
     const LimitedWrites limited(7);
-    EXPECT_EQ(recorded(kind), whole) << kind.name;
+    EXPECT_EQ(recorded(kind), entire) << kind.name;
   }
 }
 

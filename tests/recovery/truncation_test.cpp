@@ -100,7 +100,7 @@ TEST_P(Interrupted, IsRepairedToWhatEndingItWouldHaveWritten) {
     for (std::uint32_t i = frames - kFragmentFrames; i < frames; ++i) {
       for (; kind.hasAudio && audioUnits < audioOf(i + 1); ++audioUnits)
         ASSERT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, audio(audioUnits), audioUnits), VL_OK);
-      ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, picture(i), i,
+      ASSERT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, videoBytes(i), i,
                             i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
                 VL_OK);
     }
@@ -112,35 +112,36 @@ TEST_P(Interrupted, IsRepairedToWhatEndingItWouldHaveWritten) {
     const bool waits = kind.hasAudio && !kind.audioApart() && frames % kSegmentFrames == 0;
     const std::uint32_t completeFrames = waits ? frames - kFragmentFrames : frames;
     // Of separate audio, complete fragments only.
-    const std::uint32_t wholeAudio = kind.audioApart()
-                                         ? audioUnits / kAudioFragmentFrames * kAudioFragmentFrames
-                                         : audioOf(completeFrames);
-    if (kind.audioApart() && wholeAudio == 0) continue;  // its file would not exist
+    const std::uint32_t completeAudio = kind.audioApart()
+                                            ? audioUnits / kAudioFragmentFrames * kAudioFragmentFrames
+                                            : audioOf(completeFrames);
+    if (kind.audioApart() && completeAudio == 0) continue;  // its file would not exist
     const TempFolder reference;
     MediaFile ended = startKind(reference, kind);
     std::uint32_t written = 0;
     for (std::uint32_t i = 0; i < completeFrames; ++i) {
-      for (; kind.hasAudio && written < std::min(audioOf(i + 1), wholeAudio); ++written)
+      for (; kind.hasAudio && written < std::min(audioOf(i + 1), completeAudio); ++written)
         ASSERT_EQ(writeSample(*ended, 3, QVR_MODE_AUDIO, audio(written), written), VL_OK);
-      ASSERT_EQ(writeSample(*ended, 1, QVR_MODE_VIDEO, picture(i), i,
+      ASSERT_EQ(writeSample(*ended, 1, QVR_MODE_VIDEO, videoBytes(i), i,
                             i % kInterval == 0 ? DFRAME_KEY : DFRAME_NOT_KEY),
                 VL_OK);
     }
     ASSERT_EQ(closeFile(ended), VL_OK);
-    auto is = withoutDates(filesOf(cut)), due = withoutDates(filesOf(reference));
+    auto actual = withoutDates(filesOf(cut)), expected = withoutDates(filesOf(reference));
     // Until the first segment is listed, no file contains the bit rate that the host specified.
     if (kind.audioApart() && !filesOf(folder).contains("out.mpd")) {
-      for (auto* files : {&is, &due}) {
+      for (auto* files : {&actual, &expected}) {
         Bytes& bytes = (*files)["out.mpd"];
         const std::string text = std::regex_replace(std::string(bytes.begin(), bytes.end()),
                                                     std::regex("bandwidth=\"[0-9]+\""), "");
         bytes.assign(text.begin(), text.end());
       }
     }
-    for (const auto& [name, bytes] : due)
-      EXPECT_EQ(std::string(is[name].begin(), is[name].end()), std::string(bytes.begin(), bytes.end()))
+    for (const auto& [name, bytes] : expected)
+      EXPECT_EQ(std::string(actual[name].begin(), actual[name].end()),
+                std::string(bytes.begin(), bytes.end()))
           << name << " after " << frames << " frames";
-    EXPECT_EQ(is.size(), due.size());
+    EXPECT_EQ(actual.size(), expected.size());
   }
 }
 
@@ -169,14 +170,14 @@ TEST(Repaired, KeepsWhenTheRecordingBegan) {
 
 TEST(Repaired, WithoutAnyListGetsAllOfThem) {
   auto files = recorded(kAudioApart, kSegmentFrames + 6);
-  const auto due = withoutDates(files);
+  const auto expected = withoutDates(files);
   for (const char* name : {"out.mpd", "out.m3u8", "outA.m3u8"}) files.erase(name);
   const TempFolder folder;
   fill(folder, files);
   repairRecording(folder.file("out.m4v"));
-  const auto is = withoutDates(filesOf(folder));
-  EXPECT_EQ(is.at("out.m3u8"), due.at("out.m3u8"));
-  EXPECT_EQ(is.at("outA.m3u8"), due.at("outA.m3u8"));
+  const auto actual = withoutDates(filesOf(folder));
+  EXPECT_EQ(actual.at("out.m3u8"), expected.at("out.m3u8"));
+  EXPECT_EQ(actual.at("outA.m3u8"), expected.at("outA.m3u8"));
   EXPECT_THAT(textOf(folder.file("out.mpd")), HasSubstr("<BaseURL>out.m4a</BaseURL>"));
   expectRepairable(folder, kAudioApart);
 }

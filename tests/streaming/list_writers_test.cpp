@@ -120,11 +120,11 @@ MpdVideo video() {
 
 TEST(MpdWriter, WritesVideoAndAudioSetsInOrder) {
   MpdWriter manifest("");
-  const MpdWriter::List pictures = manifest.beginVideo(video(), true);
+  const MpdWriter::List videoList = manifest.beginVideo(video(), true);
   const MpdWriter::List audioUnits = manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
   manifest.AddSegment(audioUnits, 661, 2181, 813);
-  manifest.AddSegment(pictures, 701, 4305, 853);
-  manifest.AddSegment(pictures, 4305, 6000000000, 4457);
+  manifest.AddSegment(videoList, 701, 4305, 853);
+  manifest.AddSegment(videoList, 4305, 6000000000, 4457);
   manifest.setDuration(5400);
   EXPECT_EQ(
       manifest.text(),
@@ -203,9 +203,9 @@ TEST(MpdWriter, IgnoresListsThatHaveNotBegun) {
 
 // Running out of memory at the beginning leaves a manifest that ignores all calls and can begin again.
 TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
-  MpdWriter whole("");
-  whole.beginVideo(video(), true);
-  whole.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
+  MpdWriter entire("");
+  entire.beginVideo(video(), true);
+  entire.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
   unsigned failed = 0;
   for (bool met = true; met; ++failed) {
     MpdWriter manifest("");
@@ -224,7 +224,7 @@ TEST(MpdWriter, BeginsCompletelyOrNotAtAll) {
     EXPECT_THAT(manifest.text(), Not(HasSubstr("SegmentURL"))) << failed;
     manifest.beginVideo(video(), true);
     manifest.beginAudio({0x40, 16000, {"out.m4a", 48000, 481280, 660}});
-    EXPECT_EQ(manifest.text(), whole.text()) << failed;
+    EXPECT_EQ(manifest.text(), entire.text()) << failed;
   }
   EXPECT_GT(failed, 20u);
 }

@@ -110,18 +110,18 @@ TEST(AdvanceRun, SkipsEmptyRuns) {
 }
 
 TEST(RunPlace, ABaseDataOffsetCountsFromTheFile) {
-  const Bytes ahead = box("free", {sampleOf(40, 3).data});
+  const Bytes before = box("free", {sampleOf(40, 3).data});
   TrafSpec traf;
   traf.flags = kBaseOffset;
   traf.base = 8;
   RunSpec run{kRunDataOffset | kRunSize, {sampleOf(5, 1)}};
   run.dataOffset = 10;
   traf.runs = {run};
-  IndexedFile file(join({ahead, fragment(1, {traf})}));
+  IndexedFile file(join({before, fragment(1, {traf})}));
   FragmentIndex& index = file.build();
   TrackCursor cursor = file.cursor(kVideoTrack);
   ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
-  EXPECT_EQ(readSample(index, cursor), Bytes(ahead.begin() + 18, ahead.begin() + 23));
+  EXPECT_EQ(readSample(index, cursor), Bytes(before.begin() + 18, before.begin() + 23));
 }
 
 TEST(RunPlace, AnOffsetInsideTheFragmentCountsFromTheMediaData) {
@@ -215,10 +215,10 @@ TEST(RunPlace, ALaterTrackCountsFromTheFragmentIfItsFlagSaysSo) {
 TEST(RunPlace, ARunWithoutAnOffsetStartsAfterTheHeaderOf64BitMediaData) {
   TrafSpec traf;
   traf.runs = {RunSpec{kRunSize, {sampleOf(5, 1), sampleOf(6, 2)}}};
-  const Bytes whole = fragment(1, {traf});
-  const auto media = static_cast<std::ptrdiff_t>(whole.size() - 11);
-  IndexedFile file(join({Bytes(whole.begin(), whole.begin() + media - 8),
-                         largeBox("mdat", {Bytes(whole.begin() + media, whole.end())})}));
+  const Bytes entire = fragment(1, {traf});
+  const auto media = static_cast<std::ptrdiff_t>(entire.size() - 11);
+  IndexedFile file(join({Bytes(entire.begin(), entire.begin() + media - 8),
+                         largeBox("mdat", {Bytes(entire.begin() + media, entire.end())})}));
   file.build();
   EXPECT_THAT(readTrack(file, kVideoTrack), ElementsAre(sampleOf(5, 1).data, sampleOf(6, 2).data));
 }

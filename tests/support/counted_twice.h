@@ -22,8 +22,8 @@ struct CountedTwice {
   std::uint32_t different = 0;  // those with different results
 
   explicit CountedTwice(std::span<const std::uint8_t> file) {
-    constexpr std::uint32_t kMost = 1000;
-    for (std::size_t at = 0; at + 8 <= file.size() && byBytes + byTree < kMost; ++at) {
+    constexpr std::uint32_t kMax = 1000;
+    for (std::size_t at = 0; at + 8 <= file.size() && byBytes + byTree < kMax; ++at) {
       if (Mp4LoadU32(&file[at + 4]) == Mp4FourCc("moof")) count(file, at);
     }
   }

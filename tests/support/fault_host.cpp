@@ -71,8 +71,8 @@ Verdict judge(HostCallKind kind, std::uint64_t bytes) {
   for (;;) pause();
 }
 
-void tell(HostCallKind kind, const std::string& path, std::uint64_t offset = 0, std::uint64_t bytes = 0,
-          std::string content = {}) {
+void report(HostCallKind kind, const std::string& path, std::uint64_t offset = 0, std::uint64_t bytes = 0,
+            std::string content = {}) {
   if (state().observer) state().observer({kind, path, offset, bytes, std::move(content)});
 }
 
@@ -147,7 +147,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
     const auto offset = static_cast<std::uint64_t>(vlOSTell(file));
     if (state().mostBytes != 0) count = std::min(count, state().mostBytes);
     const std::int32_t result = write(file, buffer, count, done);
-    if (result) tell(HostCallKind::Write, state().paths[file], offset, count);
+    if (result) report(HostCallKind::Write, state().paths[file], offset, count);
     return result;
   }
   const auto some = static_cast<std::uint32_t>(std::min<std::uint64_t>(verdict.bytes, count));
@@ -160,7 +160,7 @@ std::int32_t vlOSWriteFile(VLHANDLE file, const void* buffer, std::uint32_t coun
 extern "C" __attribute__((visibility("default"))) int fdatasync(int descriptor) {
   ++state().waits.data;
   return judged(HostCallKind::Flush, EIO, [descriptor] {
-    tell(HostCallKind::Flush, pathOf(descriptor));
+    report(HostCallKind::Flush, pathOf(descriptor));
     return 0;
   });
 }
@@ -173,7 +173,7 @@ extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
   return judged(kind, EIO, [&] {
     const std::string path = pathOf(descriptor);
     std::string content = isFolder ? "" : contentOf(path.c_str());
-    tell(kind, path, 0, content.size(), std::move(content));
+    report(kind, path, 0, content.size(), std::move(content));
     return 0;
   });
 }
@@ -183,7 +183,7 @@ extern "C" __attribute__((visibility("default"))) int rename(const char* from, c
   return judged(HostCallKind::Replace, EIO, [from, to] {
     std::string content = contentOf(from);
     const int result = move(from, to);
-    if (result == 0) tell(HostCallKind::Replace, to, 0, content.size(), std::move(content));
+    if (result == 0) report(HostCallKind::Replace, to, 0, content.size(), std::move(content));
     return result;
   });
 }
@@ -199,7 +199,7 @@ extern "C" __attribute__((visibility("default"))) int fflush(std::FILE* stream) 
     return EOF;
   }
   const int result = flush(stream);
-  if (result == 0) tell(HostCallKind::FlushStream, "");
+  if (result == 0) report(HostCallKind::FlushStream, "");
   return result;
 }
 
@@ -207,7 +207,7 @@ extern "C" __attribute__((visibility("default"))) int truncate(const char* path,
   static const auto cut = next<int(const char*, off_t)>("truncate");
   return judged(HostCallKind::Cut, EIO, [path, length] {
     const int result = cut(path, length);
-    if (result == 0) tell(HostCallKind::Cut, path, static_cast<std::uint64_t>(length));
+    if (result == 0) report(HostCallKind::Cut, path, static_cast<std::uint64_t>(length));
     return result;
   });
 }
@@ -216,7 +216,7 @@ extern "C" __attribute__((visibility("default"))) int ftruncate(int descriptor, 
   static const auto cut = next<int(int, off_t)>("ftruncate");
   return judged(HostCallKind::Cut, EIO, [descriptor, length] {
     const int result = cut(descriptor, length);
-    if (result == 0) tell(HostCallKind::Cut, pathOf(descriptor), static_cast<std::uint64_t>(length));
+    if (result == 0) report(HostCallKind::Cut, pathOf(descriptor), static_cast<std::uint64_t>(length));
     return result;
   });
 }

@@ -97,10 +97,10 @@ TEST(AnnexB, RefusesLengthsPastTheSampleEnd) {
 }
 
 TEST(AnnexB, RefusesTruncatedConfigurations) {
-  for (const Bytes& whole : {avcConfiguration(4), hevcConfiguration()}) {
-    EXPECT_TRUE(AnnexB::fromConfiguration(whole));
-    for (std::size_t size = 0; size < whole.size(); ++size)
-      EXPECT_FALSE(AnnexB::fromConfiguration(std::span(whole).first(size))) << size;
+  for (const Bytes& entire : {avcConfiguration(4), hevcConfiguration()}) {
+    EXPECT_TRUE(AnnexB::fromConfiguration(entire));
+    for (std::size_t size = 0; size < entire.size(); ++size)
+      EXPECT_FALSE(AnnexB::fromConfiguration(std::span(entire).first(size))) << size;
   }
 }
 

@@ -26,7 +26,7 @@ Bytes nalUnit(const Bytes& bytes) {
 // first_mb_in_slice 0, slice_type 7, pic_parameter_set_id 0.
 const Bytes kIdr = {0x65, 0x88, 0x84, 0x21, 0xA0};
 
-TEST(AccessUnitDefect, OfSoundUnitsIsNone) {
+TEST(AccessUnitDefect, OfIntactUnitsIsNone) {
   EXPECT_EQ(accessUnitDefect(nalUnit(kIdr), 4), "");
   EXPECT_EQ(accessUnitDefect(join({nalUnit({0x09, 0xF0}), nalUnit(kIdr)}), 4), "");
   EXPECT_EQ(accessUnitDefect(Bytes{5, 0x65, 0x88, 0x84, 0x21, 0xA0}, 1), "");
@@ -89,7 +89,7 @@ TEST_F(VerifyDecoding, FindsNothingInAnIntactRecording) {
 
 TEST_F(VerifyDecoding, FindsDamagedFrames) {
   damage("out.m4v", 5000);
-  EXPECT_EQ(fmp4({"--quiet", "verify", folder_.file("out.mpd")}).exitCode, 0) << "the boxes are sound";
+  EXPECT_EQ(fmp4({"--quiet", "verify", folder_.file("out.mpd")}).exitCode, 0) << "the boxes are intact";
   const RunResult result = verified();
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_THAT(result.out, testing::StartsWith("out.m4v: frame "));

@@ -93,17 +93,17 @@ TEST(Scenarist, FramesOfDoubleRateShareATimecode) {
 
 // A file at 29.97 with these pairs of field 1 (from frame 0 on) and of field 2 in packets.
 std::string captionedFile(const TempFolder& folder, const Pairs& field1, const Pairs& field2 = {}) {
-  RunSpec picture, packets;
+  RunSpec videoRun, packets;
   Bytes bytes;
   for (std::size_t i = 0; i < field1.size(); ++i) {
-    picture.samples.push_back(sampleOf(10, static_cast<std::uint32_t>(i)));
+    videoRun.samples.push_back(sampleOf(10, static_cast<std::uint32_t>(i)));
     bytes = join({bytes, u8(field1[i][0]), u8(field1[i][1])});
     const Pair pair = i < field2.size() ? field2[i] : Pair{0x80, 0x80};
     packets.samples.push_back({box("ccdp", {Bytes{0x96, 0x69, 16, 0x4F, 0x43, 0, 0, 0x72, 0xE1, 0xFD, pair[0],
                                                   pair[1], 0x74, 0, 0, 0}})});
   }
   TrafSpec video, c608, c708;
-  video.runs = {picture};
+  video.runs = {videoRun};
   c608.trackId = 3;
   RunSpec pairs;
   pairs.samples = {{box("cdat", {bytes})}};
@@ -195,19 +195,19 @@ TEST(ExportCaptions, AnEmptyChannelNamesThoseThatAreNot) {
 TEST(ExportCaptions, OfAService) {
   using cea708::operator+;
   const TempFolder folder;
-  RunSpec picture, packets;
+  RunSpec videoRun, packets;
   const std::vector<cea708::Bytes> blocks = {
       cea708::block(1, cea708::DFx(0, {.vertical = 50, .horizontal = 50, .anchor = 1, .windowStyle = 3}) +
                            cea708::chars("Service one")),
       cea708::block(2, cea708::DFx(1, {}) + cea708::chars("two")), cea708::block(1, cea708::DLW(0xFF))};
   for (unsigned i = 0; i < blocks.size(); ++i) {
-    picture.samples.push_back(sampleOf(10, i));
+    videoRun.samples.push_back(sampleOf(10, i));
     const auto constructs = cea708::constructs(cea708::packet(i, blocks[i]));
     packets.samples.push_back(
         {box("ccdp", {captions::distributionPacket(constructs, 29.97, static_cast<std::uint16_t>(i))})});
   }
   TrafSpec video, c708;
-  video.runs = {picture};
+  video.runs = {videoRun};
   c708.trackId = 4;
   c708.runs = {packets};
   const std::string file = folder.file("clip.mp4"), output = folder.file("out.vtt");

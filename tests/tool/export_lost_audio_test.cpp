@@ -21,7 +21,7 @@ using Bytes = std::vector<std::uint8_t>;
 // An audio-only clip whose packets `damaged` are overwritten.
 struct DamagedClip {
   TempFolder folder;
-  std::string path = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  std::string path = folder.file("clip.mp4"), output = folder.file("audio.wav");
   std::size_t packets = 0;
 
   DamagedClip(const std::string& codec, double seconds, const std::vector<int>& damaged) {
@@ -108,7 +108,7 @@ TEST(ExportLostAudio, UndecodableAudioFailsAndLeavesNoFile) {
 
 TEST(ExportLostAudio, LeadingSilenceIsNotTakenForAudio) {
   const TempFolder folder;
-  const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  const std::string file = folder.file("clip.mp4"), output = folder.file("audio.wav");
   makeMedia(file, videoInput(1, "25", "160x96") + std::vector<std::string>{"-itsoffset", "0.5"} +
                       toneInput(1) + h264Codec(25, 0) + std::vector<std::string>{"-c:a", "libmp3lame"} +
                       fragmented("+delay_moov"));
@@ -128,7 +128,7 @@ TEST(ExportLostAudio, NamesAnUnsupportedCodec) {
                         Case{"libmp3lame", 22050, "MPEG-2 layer 3, object type 0x69: not supported"},
                         Case{"mp2", 48000, "MPEG-1 layer 2, object type 0x6B: not supported"}}) {
     const TempFolder folder;
-    const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+    const std::string file = folder.file("clip.mp4"), output = folder.file("audio.wav");
     makeMedia(file,
               toneInput(1, c.rate) + std::vector<std::string>{"-c:a", c.codec} + fragmented("+delay_moov"));
     const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});

@@ -193,7 +193,7 @@ TEST(Export, FramesShowTheSameCaptions) {
 
 TEST(Export, AudioIsAWaveFileOfTheCompleteTrack) {
   const TempFolder folder;
-  const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  const std::string file = folder.file("clip.mp4"), output = folder.file("audio.wav");
   makeMedia(file, videoInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                       std::vector<std::string>{"-ac", "2", "-c:a", "aac"} + fragmented());
   const RunResult result = fmp4({"--quiet", "export", file, "--audio", output});
@@ -210,7 +210,7 @@ TEST(Export, AudioIsAWaveFileOfTheCompleteTrack) {
 
 TEST(Export, SixChannelAc3IsAStereoWaveFile) {
   const TempFolder folder;
-  const std::string file = folder.file("clip.mp4"), output = folder.file("sound.wav");
+  const std::string file = folder.file("clip.mp4"), output = folder.file("audio.wav");
   makeMedia(file, videoInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                       std::vector<std::string>{"-ac", "6", "-c:a", "ac3"} + fragmented("+delay_moov"));
   ASSERT_EQ(ffprobeStreamEntry(file, "a:0", "channels"), "6");
@@ -226,15 +226,15 @@ TEST(Export, SixChannelAc3IsAStereoWaveFile) {
 
 TEST(Export, SelectedFramesSelectTheirAudio) {
   const TempFolder folder;
-  const std::string file = folder.file("clip.mp4"), whole = folder.file("whole.wav"),
+  const std::string file = folder.file("clip.mp4"), entire = folder.file("all.wav"),
                     part = folder.file("part.wav");
   makeMedia(file,
             videoInput(2, "25") + toneInput(2.048) + h264Codec(25, 0) +
                 std::vector<std::string>{"-ac", "2", "-c:a", "aac", "-movflags", "delay_moov+frag_keyframe"});
-  ASSERT_EQ(fmp4({"export", file, "--audio", whole}).exitCode, 0);
+  ASSERT_EQ(fmp4({"export", file, "--audio", entire}).exitCode, 0);
   ASSERT_EQ(fmp4({"export", file, "--audio", part, "--from", "10", "--count", "5"}).exitCode, 0);
   const std::size_t header = waveHeader({48000, 2, 16}, 0).size();
-  const Bytes all = readFile(whole), some = readFile(part);
+  const Bytes all = readFile(entire), some = readFile(part);
   ASSERT_EQ(some.size(), header + 5 * 1920 * 4);
   EXPECT_TRUE(std::equal(some.begin() + static_cast<std::ptrdiff_t>(header), some.end(),
                          all.begin() + static_cast<std::ptrdiff_t>(header + 10 * 1920 * 4)));

@@ -168,11 +168,11 @@ TEST(Frames, OfFragmentsOutOfOrderHaveNoTimes) {
 
 TEST(Frames, OfAudioOnlyFilesFail) {
   const TempFolder folder;
-  const std::string file = folder.file("sound.m4a");
+  const std::string file = folder.file("audio.m4a");
   makeMedia(
-      folder.file("sound.mp4"),
+      folder.file("audio.mp4"),
       toneInput(1) + std::vector<std::string>{"-c:a", "aac", "-frag_duration", "500000"} + fragmented());
-  std::filesystem::rename(folder.file("sound.mp4"), file);
+  std::filesystem::rename(folder.file("audio.mp4"), file);
   const RunResult result = fmp4({"--quiet", "frames", file});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.err, "fmp4: '" + file + "' has no video stream; 'fmp4 info' shows what it has\n");

@@ -114,7 +114,7 @@ TEST(Info, ARecordingOfTwoFilesIsDescribedWithItsAudio) {
 
 TEST(Info, EachAudioTrackIsDescribedOnce) {
   const TempFolder folder;
-  const std::string file = folder.file("sound.m4a");
+  const std::string file = folder.file("audio.m4a");
   std::vector<TrackSpec> tracks;
   std::vector<TrafSpec> fragments;
   const auto add = [&](const char* codec, std::uint16_t channels) {
@@ -286,11 +286,11 @@ TEST(Info, OfStandardInputIsRefused) {
 
 TEST(Info, AudioOnlyIsDescribedWithoutVideo) {
   const TempFolder folder;
-  const std::string file = folder.file("sound.M4A");
-  makeMedia(folder.file("sound.mp4"),
+  const std::string file = folder.file("audio.M4A");
+  makeMedia(folder.file("audio.mp4"),
             toneInput(1.024, 32000) + std::vector<std::string>{"-c:a", "aac", "-ac", "2"} +
                 std::vector<std::string>{"-frag_duration", "500000"} + fragmented());
-  std::filesystem::rename(folder.file("sound.mp4"), file);
+  std::filesystem::rename(folder.file("audio.mp4"), file);
   const RunResult result = fmp4({"info", "--json", file});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const json info = json::parse(result.out);

@@ -65,7 +65,7 @@ TEST(Names, WithUriReservedCharactersAreEncodedInLists) {
     EXPECT_EQ(fmp4({"--quiet", "verify", folder.file(std::string("a b#1 50%25") + list)}).exitCode, 0)
         << list;
   // The plug-in finds both media files through the manifest.
-  EXPECT_EQ(fmp4({"--quiet", "export", folder.file("a b#1 50%25.mpd"), "--audio", folder.file("sound.wav")})
+  EXPECT_EQ(fmp4({"--quiet", "export", folder.file("a b#1 50%25.mpd"), "--audio", folder.file("audio.wav")})
                 .exitCode,
             0);
   EXPECT_EQ(linesOf(fmp4({"--quiet", "frames", folder.file("a b#1 50%25.mpd")}).out).size(), 31u);

@@ -90,9 +90,9 @@ class InStep : public testing::Test {
   }
   // An ffmpeg concat list of a source's audio without what plays from 1.2 to 1.7 s.
   std::string audioWithAGap(const std::string& source) {
-    makeMedia(folder_.file("sound.mp4"), {"-i", source, "-vn", "-c", "copy"});
-    makeMedia(folder_.file("first.mp4"), {"-i", folder_.file("sound.mp4"), "-t", "1.2", "-c", "copy"});
-    makeMedia(folder_.file("second.mp4"), {"-ss", "1.7", "-i", folder_.file("sound.mp4"), "-c", "copy"});
+    makeMedia(folder_.file("audio.mp4"), {"-i", source, "-vn", "-c", "copy"});
+    makeMedia(folder_.file("first.mp4"), {"-i", folder_.file("audio.mp4"), "-t", "1.2", "-c", "copy"});
+    makeMedia(folder_.file("second.mp4"), {"-ss", "1.7", "-i", folder_.file("audio.mp4"), "-c", "copy"});
     std::ofstream(folder_.file("parts.txt")) << "file first.mp4\nduration 1.7\nfile second.mp4\n";
     return folder_.file("parts.txt");
   }
@@ -308,10 +308,10 @@ TEST_F(InStep, CaptionsWhoseTrackStartsLate) {
   std::ofstream(folder_.file("captions.scc")) << "Scenarist_SCC V1.0\n\n00:00:01:00\t9420 94ae\n\n"
                                                  "00:00:02:00\t942c\n\n";
   for (const int bFrames : {0, 2}) {
-    const std::string pictures = folder_.file("pictures.mp4"), file = folder_.file("captions.mov");
-    makeMedia(pictures, flashAndToneInputs(3, {"1", "2"}) + h264Codec(25, bFrames) + Options{"-c:a", "aac"});
-    const Options captioned = {"-i", pictures, "-i",  folder_.file("captions.scc"), "-map", "0", "-map",
-                               "1",  "-c",     "copy"};
+    const std::string video = folder_.file("video.mp4"), file = folder_.file("captions.mov");
+    makeMedia(video, flashAndToneInputs(3, {"1", "2"}) + h264Codec(25, bFrames) + Options{"-c:a", "aac"});
+    const Options captioned = {"-i", video, "-i",  folder_.file("captions.scc"), "-map", "0", "-map",
+                               "1",  "-c",  "copy"};
     makeMedia(file, captioned);
     ASSERT_THAT(flashTimes(file), testing::ElementsAre(1, 2));
     ASSERT_EQ(fmp4({"--quiet", "package", "--force", file, "--output", folder_.file("out.mp4")}).exitCode, 0);

@@ -290,7 +290,7 @@ TEST_F(Package, RefusesOtherCodecsWithAdvice) {
             videoInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "ac3"});
   makeMedia(folder_.file("mp3.mp4"),
             videoInput(1) + toneInput(1) + h264Codec() + std::vector<std::string>{"-c:a", "libmp3lame"});
-  makeMedia(folder_.file("sound.mp4"), toneInput(1) + std::vector<std::string>{"-c:a", "aac"});
+  makeMedia(folder_.file("audio.mp4"), toneInput(1) + std::vector<std::string>{"-c:a", "aac"});
   const auto refusal = [&](const char* name) {
     const RunResult result = fmp4({"package", folder_.file(name), "--output", folder_.file("out.mp4")});
     EXPECT_EQ(result.exitCode, 1) << name;
@@ -303,7 +303,7 @@ TEST_F(Package, RefusesOtherCodecsWithAdvice) {
       HasSubstr("has audio of type 'ac-3', which a recording cannot hold: it takes AAC (mp4a). --no-audio "
                 "leaves it out"));
   EXPECT_THAT(refusal("mp3.mp4"), HasSubstr("--no-audio leaves it out"));
-  EXPECT_THAT(refusal("sound.mp4"), HasSubstr("has no video"));
+  EXPECT_THAT(refusal("audio.mp4"), HasSubstr("has no video"));
   EXPECT_THAT(refusal("missing.mp4"), HasSubstr("does not exist; check the name"));
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out.m4v")));
   EXPECT_EQ(
@@ -458,16 +458,16 @@ TEST_F(Package, CarriesCaptions) {
                                                  {3, "clcp", 30000, captionEntry("c608"), 5005},
                                                  {4, "clcp", 30000, captionEntry("c708"), 1001}})});
   for (std::uint32_t f = 0; f < 2; ++f) {
-    RunSpec picture, pairs, packets;
+    RunSpec videoRun, pairs, packets;
     Bytes bytes;
     for (std::uint32_t i = f * 5; i < f * 5 + 5; ++i) {
-      picture.samples.push_back(sampleOf(10, i));
+      videoRun.samples.push_back(sampleOf(10, i));
       packets.samples.push_back({box("ccdp", {packet(i)})});
       bytes = join({bytes, u8(i + 1), u8(0x90 + i)});
     }
     pairs.samples = {{box("cdat", {bytes})}};
     TrafSpec video, c608, c708;
-    video.runs = {picture};
+    video.runs = {videoRun};
     c608.trackId = 3;
     c608.runs = {pairs};
     c708.trackId = 4;
@@ -484,9 +484,9 @@ TEST_F(Package, CarriesCaptions) {
 }
 
 TEST_F(Package, ReportsDamagedSources) {
-  const auto whole = readFile(source());
-  for (const std::size_t size : {std::size_t{0}, std::size_t{100}, whole.size() / 2}) {
-    writeFile(folder_.file("cut.mp4"), {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
+  const auto entire = readFile(source());
+  for (const std::size_t size : {std::size_t{0}, std::size_t{100}, entire.size() / 2}) {
+    writeFile(folder_.file("cut.mp4"), {entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(size)});
     const RunResult result =
         fmp4({"--quiet", "package", folder_.file("cut.mp4"), "--output", folder_.file("out.mp4")});
     EXPECT_EQ(result.exitCode, 1) << size;

@@ -24,12 +24,12 @@ TEST(Probe, AcceptsAFragmentedFile) {
 
 TEST(Probe, ListsEveryFileAndFailsIfOneIsRefused) {
   const TempFolder folder;
-  const std::string whole = folder.file("clip.mp4"), plain = folder.file("plain.mp4");
-  makeMedia(whole, videoInput(0.2) + h264Codec() + fragmented());
+  const std::string entire = folder.file("clip.mp4"), plain = folder.file("plain.mp4");
+  makeMedia(entire, videoInput(0.2) + h264Codec() + fragmented());
   makeMedia(plain, videoInput(0.2) + h264Codec());
-  const RunResult result = fmp4({"probe", plain, whole, folder.file("missing.mp4"), "any.mpd"});
+  const RunResult result = fmp4({"probe", plain, entire, folder.file("missing.mp4"), "any.mpd"});
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.out, "refused " + plain + "\naccepted " + whole + "\nrefused " +
+  EXPECT_EQ(result.out, "refused " + plain + "\naccepted " + entire + "\nrefused " +
                             folder.file("missing.mp4") + "\naccepted any.mpd\n");
   EXPECT_THAT(result.err, HasSubstr(plain + ": ERROR(vlx_fmp4): No moof, not a fragmented mp4\n"));
   EXPECT_THAT(result.err, HasSubstr(folder.file("missing.mp4") + ": ERROR(vlx_fmp4): Cannot open file\n"));

@@ -97,10 +97,10 @@ TEST(Refusal, NamesUnsupportedAudioCodecs) {
 
 TEST(Refusal, OfHalfARecordingNamesTheOtherHalf) {
   const TempFolder folder;
-  const std::string whole = folder.file("whole.mp4"), segment = folder.file("segment.mp4"),
+  const std::string entire = folder.file("intact.mp4"), segment = folder.file("segment.mp4"),
                     initialisation = folder.file("init.mp4");
-  makeMedia(whole, videoInput(0.2) + h264Codec() + fragmented());
-  const Bytes bytes = readFile(whole);
+  makeMedia(entire, videoInput(0.2) + h264Codec() + fragmented());
+  const Bytes bytes = readFile(entire);
   const std::ptrdiff_t moof = offsetOf(bytes, "moof");
   writeFile(segment, Bytes(bytes.begin() + moof, bytes.end()));
   writeFile(initialisation, Bytes(bytes.begin(), bytes.begin() + moof));

@@ -53,7 +53,7 @@ TEST(SilentAccessUnit, DecodesToSilenceInEveryLayoutThatFfmpegWrites) {
                                                                                          {"quad", 4}}) {
     SCOPED_TRACE(layout);
     const TempFolder folder;
-    const std::string path = folder.file("sound.mp4");
+    const std::string path = folder.file("audio.mp4");
     std::string tones = "0.5*sin(1000*t)";
     for (std::size_t i = 1; i < channels; ++i) tones += "|0.5*sin(" + std::to_string(1000 + 300 * i) + "*t)";
     makeMedia(path, {"-f", "lavfi", "-i", "aevalsrc=exprs='" + tones + "':s=48000:d=0.512:c=" + layout,
@@ -68,7 +68,7 @@ TEST(SilentAccessUnit, DecodesToSilenceInEveryLayoutThatFfmpegWrites) {
 
 TEST(SilentAccessUnit, DecodesToSilenceInTheLayoutsOfLaterEditions) {
   const TempFolder folder;
-  const std::string original = folder.file("sound.mp4");
+  const std::string original = folder.file("audio.mp4");
   makeMedia(original,
             {"-f", "lavfi", "-i",
              "aevalsrc=exprs='sin(1000*t)|sin(1100*t)|sin(1200*t)|sin(1300*t)|sin(1400*t)|sin(1500*t)|"

@@ -277,12 +277,12 @@ TEST_F(Verify, ReportsAGapInOnlyAudioOrVideo) {
 
 TEST_F(Verify, ACommonGapIsNotAnOffsetOfAudioAndVideo) {
   const Bytes audio = withLaterTimes(files_->at("out.m4a"), 2, 2, 48000),
-              picture = withLaterTimes(files_->at("out.m4v"), 1, 2, 30000);
+              retimed = withLaterTimes(files_->at("out.m4v"), 1, 2, 30000);
   writeFile(folder_.file("out.m4a"), audio);
-  writeFile(folder_.file("out.m4v"), picture);
+  writeFile(folder_.file("out.m4v"), retimed);
   const std::string name = folder_.file("out.mpd");
   EXPECT_EQ(fmp4({"verify", name}).out,
-            "out.m4v: byte " + fragmentOffset(picture, 2) +
+            "out.m4v: byte " + fragmentOffset(retimed, 2) +
                 ": track 1 has decode time 60000, expected 30000\n"
                 "out.m4a: byte " +
                 fragmentOffset(audio, 2) + ": track 2 has decode time 97152, expected 49152\n" + name +

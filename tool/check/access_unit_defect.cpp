@@ -38,10 +38,10 @@ bool hasForbiddenPattern(Bytes unit) {
 
 // A number of Exp-Golomb code, ue(v) (ISO/IEC 14496-10, 9.1); 0xFFFFFFFF when it has more than 32 bits.
 std::uint32_t takeNumber(BitWindow& bits) {
-  constexpr unsigned kMost = 31;
+  constexpr unsigned kMax = 31;
   unsigned zeros = 0;
-  while (zeros <= kMost && bits.Read(1) == 0) ++zeros;
-  if (zeros > kMost) return 0xFFFFFFFFu;
+  while (zeros <= kMax && bits.Read(1) == 0) ++zeros;
+  if (zeros > kMax) return 0xFFFFFFFFu;
   return (1u << zeros) - 1 + bits.Read(zeros);
 }
 

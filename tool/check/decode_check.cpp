@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "base/user_error.h"
+#include "mp4box/box_header.h"
 #include "tool/check/access_unit_defect.h"
 #include "tool/host/codec_configuration.h"
 #include "tool/host/video_reader.h"
@@ -14,15 +15,12 @@ namespace fmp4 {
 
 namespace {
 
-constexpr std::uint32_t kFirstPair = 1;  // channel mask
-// Blocks in which a second of audio is decoded: the precision of the places.
-constexpr std::uint32_t kBlocksASecond = 10;
-// Faults that are told of a stream; what is damaged throughout has one for every frame.
+// Faults that are reported of a stream; what is damaged throughout has one for every frame.
 constexpr std::size_t kMaxFaults = 1000;
 
 // Bytes of the lengths in an "avcC" box, after its header (ISO/IEC 14496-15, 5.3.3.1.2).
 unsigned lengthBytesOf(const QVRVIDEO& video) {
-  constexpr std::size_t kPlace = 8 + 4;
+  constexpr std::size_t kPlace = kBoxHeaderBytes + 4;
   const auto box = codecConfiguration(video);
   return box.size() > kPlace ? (box[kPlace] & 3u) + 1 : 4;
 }

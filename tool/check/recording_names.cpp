@@ -14,11 +14,6 @@ namespace fmp4 {
 
 namespace {
 
-bool isFolder(const std::string& name) {
-  std::error_code ignored;
-  return std::filesystem::is_directory(vlPath(name), ignored);
-}
-
 // No recording's media have this extension: NAME.mp4 is recorded as NAME.m4v. Such files are sources.
 bool isSource(const std::string& file) {
   return endsIgnoringCase(file, ".mp4");

@@ -14,12 +14,12 @@ namespace fmp4 {
 
 // What the command line requests. Parsing it sets `command`, which then does the work.
 struct Invocation {
-  std::string plugin = "vlx_fmp4";  // name or path of the plug-in library
-  bool quiet = false;               // hides the host's log
-  bool verbose = false;             // shows the status lines of the host's log
-  Colour colour = Colour::Auto;     // of messages
-  bool noProgress = false;          // draws no progress bar
-  std::function<bool()> command;    // false: it succeeded, and the answer is negative
+  std::string plugin = "vlx_fmp4";     // name or path of the plug-in library
+  bool quiet = false;                  // hides the host's log
+  bool verbose = false;                // shows the status lines of the host's log
+  ColourUse colour = ColourUse::Auto;  // of messages
+  bool noProgress = false;             // draws no progress bar
+  std::function<bool()> command;       // false: it succeeded, and the answer is negative
 };
 
 // Each adds its command, options and help to `app`. Commands throw UserError when they cannot do their work.

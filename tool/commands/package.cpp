@@ -10,9 +10,9 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "base/fourcc.h"
 #include "base/text.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "os/path_name.h"
 #include "os/replace_file.h"
 #include "streaming/lists/master_playlist.h"
@@ -141,7 +141,7 @@ void packageFile(const Plugin& plugin, const PackageOptions& options) {
   chooseTracks(source, options, warn);
   heedEndRequests();
   checkVideo(source);
-  const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
+  const PackagePlan plan = planPackage(*source.trackOfHandler(mp4::kVideoHandler), options, warn);
   Progress progress("packaging", plan.count);
   std::uint64_t recorded = 0;
   packageSource(plugin, source, options, plan, plan.count,
@@ -154,8 +154,8 @@ void packageFile(const Plugin& plugin, const PackageOptions& options) {
 // audio. The wait for it is bounded.
 bool knowsEnough(FragmentStream& source) {
   constexpr double kMaxSeconds = 10;
-  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
-  const SourceTrack* const audio = source.trackOfHandler(Mp4FourCc("soun"));
+  const SourceTrack* const video = source.trackOfHandler(mp4::kVideoHandler);
+  const SourceTrack* const audio = source.trackOfHandler(mp4::kAudioHandler);
   if (video->samples.empty()) return false;
   const auto keys = std::count_if(video->samples.begin(), video->samples.end(),
                                   [](const SourceSample& sample) { return sample.key; });
@@ -165,7 +165,7 @@ bool knowsEnough(FragmentStream& source) {
 }
 
 void awaitBeginning(FragmentStream& source) {
-  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
+  const SourceTrack* const video = source.trackOfHandler(mp4::kVideoHandler);
   // Nothing would end the wait.
   if (!video || video->timescale == 0) return;
   while (!knowsEnough(source) && !source.holdsMuch() && source.readFragment()) {
@@ -179,7 +179,7 @@ void packageStream(const Plugin& plugin, const PackageOptions& options) {
   chooseTracks(source, options, warn);
   awaitBeginning(source);
   checkVideo(source);
-  const PackagePlan plan = planPackage(*source.trackOfHandler(Mp4FourCc("vide")), options, warn);
+  const PackagePlan plan = planPackage(*source.trackOfHandler(mp4::kVideoHandler), options, warn);
   const std::uint64_t frames = options.count ? *options.count : std::numeric_limits<std::uint32_t>::max();
   packageSource(plugin, source, options, plan, frames, [](std::uint64_t) {});
 }

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "base/user_error.h"
-#include "recording/names.h"
+#include "recording/existing_paths.h"
 #include "tool/check/decode_check.h"
 #include "tool/check/recording_names.h"
 #include "tool/commands/commands.h"
@@ -85,9 +85,9 @@ void printResult(const Verification& result, const std::string& name) {
 }
 
 void decode(const Plugin& plugin, const std::string& name, Verification& result) {
-  const RecordingNames names = findRecording(name);
+  const RecordingPaths paths = findRecordingPaths(name);
   for (const DecodeFault& fault :
-       decodeFaults(plugin, names.video, names.audio, RecordingProgress("decoding")))
+       decodeFaults(plugin, paths.video, paths.audio, RecordingProgress("decoding")))
     result.addDamage({fileNameOf(fault.file), std::nullopt, fault.text});
 }
 

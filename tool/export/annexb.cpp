@@ -1,13 +1,12 @@
 #include "tool/export/annexb.h"
 
 #include "base/bytes.h"
-#include "base/fourcc.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 
 namespace fmp4 {
 
 namespace {
-
-constexpr std::size_t kBoxHeaderBytes = 8;
 
 using Bytes = std::span<const std::uint8_t>;
 
@@ -59,14 +58,14 @@ std::optional<AnnexB> AnnexB::fromConfiguration(Bytes configuration) {
   if (configuration.size() < kBoxHeaderBytes) return std::nullopt;
   const std::uint32_t type = Mp4LoadU32(configuration.data() + 4);
   Cursor cursor(configuration.subspan(kBoxHeaderBytes));
-  if (type == Mp4FourCc("avcC")) {
+  if (type == box_type::kAvcC) {
     // ISO/IEC 14496-15, 5.3.3.1.2
     cursor.take(4);  // version, profile, compatibility, level
     AnnexB avc(Codec::Avc, (cursor.number(1) & 3) + 1);
     takeParameterSets(cursor, cursor.number(1) & 31, avc.parameterSets_);  // sequence
     takeParameterSets(cursor, cursor.number(1), avc.parameterSets_);       // picture
     if (!cursor.failed()) return avc;
-  } else if (type == Mp4FourCc("hvcC")) {
+  } else if (type == box_type::kHvcC) {
     // ISO/IEC 14496-15, 8.3.3.1.2
     cursor.take(21);  // version, profile, tier, level, formats, rates
     AnnexB hevc(Codec::Hevc, (cursor.number(1) & 3) + 1);

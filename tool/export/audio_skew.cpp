@@ -4,10 +4,10 @@
 #include <cmath>
 #include <fstream>
 
-#include "base/fourcc.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "os/path_name.h"
-#include "recording/names.h"
+#include "recording/existing_paths.h"
 #include "tool/package/paced_times.h"
 #include "tool/source/fragment_stream.h"
 
@@ -41,33 +41,33 @@ class Beginning {
 };
 
 // The files with the video and, if separate, the audio.
-RecordingNames mediaOf(const std::string& file) {
-  RecordingNames names;
+RecordingPaths mediaOf(const std::string& file) {
+  RecordingPaths paths;
   try {
-    names = findRecording(file);
+    paths = findRecordingPaths(file);
   } catch (const UserError&) {
   }
-  if (names.video.empty()) names.video = file;
-  return names;
+  if (paths.video.empty()) paths.video = file;
+  return paths;
 }
 
 // When the first access unit plays, in seconds: the plug-in's position 0.
-double audioStart(Beginning& media, const RecordingNames& names) {
-  if (const SourceTrack* const audio = media.track(Mp4FourCc("soun")))
+double audioStart(Beginning& media, const RecordingPaths& paths) {
+  if (const SourceTrack* const audio = media.track(mp4::kAudioHandler))
     return audio->present(audio->samples.front());
-  if (names.audio.empty()) return 0;
-  Beginning apart(names.audio);
-  const SourceTrack* const audio = apart.track(Mp4FourCc("soun"));
+  if (paths.audio.empty()) return 0;
+  Beginning apart(paths.audio);
+  const SourceTrack* const audio = apart.track(mp4::kAudioHandler);
   return audio ? audio->present(audio->samples.front()) : 0;
 }
 
 double measuredSkew(const std::string& file) {
-  const RecordingNames names = mediaOf(file);
-  Beginning media(names.video);
-  const SourceTrack* const video = media.track(Mp4FourCc("vide"));
+  const RecordingPaths paths = mediaOf(file);
+  Beginning media(paths.video);
+  const SourceTrack* const video = media.track(mp4::kVideoHandler);
   if (!video) return 0;
   const PacedTimes times(*video, PackagePlan::asRead(*video));
-  return times.firstFrame() - times.recorded(audioStart(media, names)).value_or(0);
+  return times.firstFrame() - times.recorded(audioStart(media, paths)).value_or(0);
 }
 
 }  // namespace

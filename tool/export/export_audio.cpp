@@ -6,6 +6,7 @@
 #include "base/exact_time.h"
 #include "base/text.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "tool/export/audio_skew.h"
 #include "tool/export/export_streams.h"
 #include "tool/export/lost_audio.h"
@@ -21,10 +22,6 @@ namespace fmp4 {
 
 namespace {
 
-// The first audio track's channel pair.
-constexpr std::uint32_t kFirstPair = 1;
-// Blocks in which a second of audio is read: the precision with which lost audio is reported.
-constexpr std::uint32_t kBlocksASecond = 10;
 // An access unit claims an impossible duration: audio may follow it.
 constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
 
@@ -160,7 +157,7 @@ double exportAudio(CAMediaFile& file, const ExportRequest& request) {
   const QVRWAVE& wave = audio.wave;
   if (file.Channels() == 0 || wave.channels == 0)
     throw UserError("'" + request.input + "' has no audio" +
-                    whyThereIsNone(request.input, Mp4FourCc("soun")));
+                    whyThereIsNone(request.input, mp4::kAudioHandler));
   const SampleRange range = sampleRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
   OutputFile output(request.output, request.input, request.force);
@@ -175,7 +172,7 @@ double exportAudio(CAMediaFile& file, const ExportRequest& request) {
     if (exporter.written() % 2 != 0) output.write({&padding, 1});
     output.rewriteStart(waveHeader(format, exporter.written()));
   });
-  if (const std::string lost = exporter.lost().text(request.input); !lost.empty()) tell(lost);
+  if (const std::string lost = exporter.lost().text(request.input); !lost.empty()) say(lost);
   return static_cast<double>(exporter.written()) / format.frameBytes() / format.sampleRate;
 }
 

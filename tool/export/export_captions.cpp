@@ -24,7 +24,7 @@ using captions::CaptionChannel;
 void writeText(const ExportRequest& request, const std::string& text, const std::string& what) {
   OutputFile output(request.output, request.input, request.force);
   output.make([&] { output.write(text); });
-  tell("'" + request.output + "' has " + what);
+  say("'" + request.output + "' has " + what);
 }
 
 std::string described(const DecodedCaptions& decoded) {

@@ -25,8 +25,8 @@ FrameRange decodableRange(const VideoReader& reader, const ExportRequest& reques
     throw UserError("frame " + fromText + " of '" + request.input +
                     "' is not a key frame and cannot be decoded without those before it; give --from " +
                     keyText + ", or leave --exact out to export from there");
-  tell("the video begins at frame " + keyText + ", the key frame before frame " + fromText +
-       ", which takes " + std::to_string(selected.from - key) + " more frames");
+  say("the video begins at frame " + keyText + ", the key frame before frame " + fromText + ", which takes " +
+      std::to_string(selected.from - key) + " more frames");
   return {key, selected.count + (selected.from - key)};
 }
 

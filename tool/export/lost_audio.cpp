@@ -8,7 +8,7 @@ namespace fmp4 {
 namespace {
 
 // Maximum number of intervals that are listed.
-constexpr std::size_t kPlacesTold = 10;
+constexpr std::size_t kMaxPlaces = 10;
 
 // "0:01:23.4".
 std::string timeText(std::uint64_t position, std::uint32_t sampleRate) {
@@ -45,12 +45,12 @@ std::string LostAudio::placesText() const {
     line += std::to_string(units_) + " access unit" + (units_ == 1 ? "" : "s") + " could not be decoded";
   if (unread_) line += std::string(units_ > 0 ? " and " : "") + "parts could not be read";
   line += "; silence takes their place: ";
-  for (std::size_t i = 0; i < std::min(places_.size(), kPlacesTold); ++i) {
+  for (std::size_t i = 0; i < std::min(places_.size(), kMaxPlaces); ++i) {
     line += (i > 0 ? ", " : "") + timeText(places_[i].from, sampleRate_) + " to " +
             timeText(places_[i].to, sampleRate_);
   }
-  if (places_.size() > kPlacesTold)
-    line += " and " + std::to_string(places_.size() - kPlacesTold) + " more places";
+  if (places_.size() > kMaxPlaces)
+    line += " and " + std::to_string(places_.size() - kMaxPlaces) + " more places";
   return line;
 }
 

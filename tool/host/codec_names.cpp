@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/codec_code.h"
 #include "base/fourcc.h"
 #include "base/text.h"
 
@@ -18,12 +19,12 @@ struct CodecName {
 // The registered types found in files of today and of the last decades (mp4ra.org, QuickTime).
 constexpr CodecName kNames[] = {
     // Video.
-    {Mp4FourCc("avc1"), "H.264"},
+    {kAvc1, "H.264"},
     {Mp4FourCc("avc2"), "H.264"},
     {Mp4FourCc("avc3"), "H.264 with parameter sets among its samples"},
     {Mp4FourCc("avc4"), "H.264 with parameter sets among its samples"},
-    {Mp4FourCc("hvc1"), "HEVC"},
-    {Mp4FourCc("hev1"), "HEVC with parameter sets among its samples"},
+    {kHvc1, "HEVC"},
+    {kHev1, "HEVC with parameter sets among its samples"},
     {Mp4FourCc("dvav"), "Dolby Vision"},
     {Mp4FourCc("dva1"), "Dolby Vision"},
     {Mp4FourCc("dvh1"), "Dolby Vision"},
@@ -49,9 +50,9 @@ constexpr CodecName kNames[] = {
     {Mp4FourCc("ap4h"), "ProRes"},
     {Mp4FourCc("AVdn"), "DNxHD"},
     // Audio.
-    {Mp4FourCc("mp4a"), "AAC"},
-    {Mp4FourCc("ac-3"), "AC-3"},
-    {Mp4FourCc("ec-3"), "E-AC-3"},
+    {kMp4a, "AAC"},
+    {kAc3, "AC-3"},
+    {kEac3, "E-AC-3"},
     {Mp4FourCc("ac-4"), "AC-4"},
     {Mp4FourCc("mlpa"), "Dolby TrueHD"},
     {Mp4FourCc("Opus"), "Opus"},
@@ -75,8 +76,8 @@ constexpr CodecName kNames[] = {
     {Mp4FourCc("sowt"), "PCM"},
     {Mp4FourCc("twos"), "PCM"},
     // Captions, subtitles and the rest.
-    {Mp4FourCc("c608"), "CEA-608"},
-    {Mp4FourCc("c708"), "CEA-708"},
+    {kC608, "CEA-608"},
+    {kC708, "CEA-708"},
     {Mp4FourCc("wvtt"), "WebVTT"},
     {Mp4FourCc("stpp"), "TTML"},
     {Mp4FourCc("sbtt"), "text subtitles"},

@@ -8,8 +8,8 @@ namespace {
 
 // "4.1" for 41, "4" for 40.
 std::string levelText(unsigned tenths) {
-  const std::string whole = std::to_string(tenths / 10);
-  return tenths % 10 == 0 ? whole : whole + '.' + std::to_string(tenths % 10);
+  const std::string integral = std::to_string(tenths / 10);
+  return tenths % 10 == 0 ? integral : integral + '.' + std::to_string(tenths % 10);
 }
 
 constexpr bool constraint(std::uint8_t flags, unsigned set) {

@@ -61,6 +61,11 @@ std::vector<std::string> inputsIn(const std::string& folder) {
 
 }  // namespace
 
+bool isFolder(const std::string& name) {
+  std::error_code ignored;
+  return fs::is_directory(vlPath(name), ignored);
+}
+
 std::vector<std::string> inputNames(const std::vector<std::string>& names) {
   std::vector<std::string> inputs;
   for (const std::string& name : names) {
@@ -68,8 +73,7 @@ std::vector<std::string> inputNames(const std::vector<std::string>& names) {
       throw UserError(
           "standard input cannot be read here, as files are read from any place; 'fmp4 package -' "
           "records it, or save it to a file (a file called - is ./-)");
-    std::error_code ignored;
-    if (!fs::is_directory(vlPath(name), ignored)) {
+    if (!isFolder(name)) {
       inputs.push_back(name);
       continue;
     }

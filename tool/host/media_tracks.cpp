@@ -3,10 +3,13 @@
 #include <array>
 #include <cmath>
 
+#include "base/codec_code.h"
 #include "base/text.h"
 #include "base/user_error.h"
 #include "mp4box/audio_object_type.h"
 #include "mp4box/box.h"
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/dac3.h"
 #include "mp4box/boxes/hdlr.h"
@@ -42,9 +45,9 @@ std::string languageOf(const mp4::MediaHeaderBox& media) {
 
 // The payload of a box that has no record, of which the first bytes tell enough.
 std::vector<std::uint8_t> beginningOf(Mp4Stream& stream, const Mp4Box* box) {
-  constexpr std::uint64_t kHeader = 8;
   std::array<std::uint8_t, 16> bytes{};
-  const bool read = box && box->size >= kHeader + bytes.size() && stream.seek(box->position + kHeader) &&
+  const bool read = box && box->size >= kBoxHeaderBytes + bytes.size() &&
+                    stream.seek(box->position + kBoxHeaderBytes) &&
                     stream.read(bytes.data(), bytes.size()) == static_cast<std::int64_t>(bytes.size());
   return read ? std::vector<std::uint8_t>(bytes.begin(), bytes.end()) : std::vector<std::uint8_t>();
 }
@@ -56,9 +59,9 @@ void describeCodec(Mp4Stream& stream, Mp4Box* entry, const SourceTrack* source, 
   track.codecName = codecName(entry->type);
   const std::vector<std::uint8_t> config = source ? source->configuration : std::vector<std::uint8_t>();
   CodecProfile profile;
-  if (entry->type == Mp4FourCc("hvc1") || entry->type == Mp4FourCc("hev1"))
-    profile = hevcProfile(beginningOf(stream, Mp4BoxChild(entry, Mp4FourCc("hvcC"))));
-  else if (track.handler == Mp4FourCc("vide"))
+  if (entry->type == kHvc1 || entry->type == kHev1)
+    profile = hevcProfile(beginningOf(stream, Mp4BoxChild(entry, box_type::kHvcC)));
+  else if (track.handler == mp4::kVideoHandler)
     profile = h264Profile(config);
   track.profile = profile.profile;
   track.level = profile.level;
@@ -129,7 +132,7 @@ void addDecodingTroubles(const std::string& name, std::vector<MediaTrack>& track
   const std::vector<std::string> reasons = undecodedAudio(name);
   std::size_t next = 0;
   for (MediaTrack& track : tracks) {
-    const bool audio = track.codec == Mp4FourCc("mp4a") || track.codec == Mp4FourCc("ac-3");
+    const bool audio = track.codec == kMp4a || track.codec == kAc3;
     if (!audio || track.file != tracks.back().file || next == reasons.size()) continue;
     if (track.why.empty()) track.why = reasons[next];
     ++next;
@@ -138,11 +141,11 @@ void addDecodingTroubles(const std::string& name, std::vector<MediaTrack>& track
 
 std::string kindName(const MediaTrack& track) {
   switch (track.handler) {
-    case Mp4FourCc("vide"):
+    case mp4::kVideoHandler:
       return "video";
-    case Mp4FourCc("soun"):
+    case mp4::kAudioHandler:
       return "audio";
-    case Mp4FourCc("clcp"):
+    case mp4::kCaptionHandler:
       return "captions";
     case Mp4FourCc("subt"):
     case Mp4FourCc("sbtl"):

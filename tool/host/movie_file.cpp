@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "base/letter_case.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/hdlr.h"
 #include "mp4box/boxes/stsz.h"
 #include "os/path_name.h"
@@ -22,13 +23,14 @@ MovieFile::MovieFile(const std::string& path) {
 
 MovieSamples MovieFile::movieSamples() {
   MovieSamples samples;
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie(), Mp4FourCc("trak"), i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie(), box_type::kTrak, i); ++i) {
     const auto* handler = Mp4PayloadOf<mp4::HandlerBox>(Mp4BoxGet(nullptr, trak, true, "mdia/hdlr"));
     const auto* sizes =
         Mp4PayloadOf<mp4::SampleSizeBox>(Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsz"));
     if (!handler || !sizes) continue;
-    if (handler->handlerType == Mp4FourCc("vide") && samples.frames == 0) samples.frames = sizes->sampleCount;
-    if (handler->handlerType == Mp4FourCc("soun") && samples.audioSamples == 0)
+    if (handler->handlerType == mp4::kVideoHandler && samples.frames == 0)
+      samples.frames = sizes->sampleCount;
+    if (handler->handlerType == mp4::kAudioHandler && samples.audioSamples == 0)
       samples.audioSamples = sizes->sampleCount;
   }
   return samples;

@@ -6,6 +6,7 @@
 #include <string>
 #include <system_error>
 
+#include "mp4box/box_type.h"
 #include "mp4box/top_level_reader.h"
 
 namespace fmp4 {
@@ -29,7 +30,7 @@ class MovieFile {
   Mp4Stream& stream() { return stream_; }
   Mp4TopLevelReader& boxes() { return *file_; }
   Mp4Box* root() { return file_->root(); }
-  Mp4Box* movie() { return Mp4BoxChild(root(), Mp4FourCc("moov")); }
+  Mp4Box* movie() { return Mp4BoxChild(root(), box_type::kMoov); }
   // Whether there is a fragment; reads on in the file to find out.
   bool hasFragments() { return Mp4BoxGet(&stream_, root(), false, "moof") != nullptr; }
   MovieSamples movieSamples();

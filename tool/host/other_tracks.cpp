@@ -3,7 +3,9 @@
 #include <array>
 
 #include "base/bytes.h"
+#include "base/codec_code.h"
 #include "base/text.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/frma.h"
 #include "mp4box/boxes/hdlr.h"
@@ -51,17 +53,17 @@ class TrackChoice {
     const std::uint32_t codec = sampleEntry->type;
     if (isEncrypted(codec)) return describeEncryption(stream_, sampleEntry);
     switch (codec) {
-      case Mp4FourCc("avc1"):
-      case Mp4FourCc("hvc1"):
+      case kAvc1:
+      case kHvc1:
         if (!Mp4PayloadOf<mp4::VisualSampleEntry>(sampleEntry)) break;
         return videoTracks_++ == 0 ? "" : "only the first video track is read";
-      case Mp4FourCc("mp4a"):
-      case Mp4FourCc("ac-3"):
+      case kMp4a:
+      case kAc3:
         if (!Mp4PayloadOf<mp4::AudioSampleEntry>(sampleEntry)) break;
         if (audioTracks_++ < kAudioTrackSlots) return "";
         return "only the first " + std::to_string(kAudioTrackSlots) + " audio tracks are read";
-      case Mp4FourCc("c608"):
-      case Mp4FourCc("c708"):
+      case kC608:
+      case kC708:
         return "";
       default:
         return codecName(codec) + " is not supported";
@@ -80,8 +82,8 @@ class TrackChoice {
 std::vector<OtherTrack> otherTracks(Mp4Stream& stream, Mp4Box* root) {
   std::vector<OtherTrack> tracks;
   TrackChoice choice(stream);
-  Mp4Box* const movie = Mp4BoxChild(root, Mp4FourCc("moov"));
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
+  Mp4Box* const movie = Mp4BoxChild(root, box_type::kMoov);
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie, box_type::kTrak, i); ++i) {
     Mp4Box* const sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
     OtherTrack track;
     track.why = choice.whyNot(sampleEntry);

@@ -23,6 +23,11 @@ using MediaFile = std::unique_ptr<CAMediaFile, MediaFileCloser>;
 
 // The channel mask of the video stream.
 inline constexpr std::uint32_t kVideoChannel = 1;
+// The channel mask of the first audio track's first pair.
+inline constexpr std::uint32_t kFirstPair = 1;
+
+// Blocks in which a second of audio is read: the precision with which lost audio is located.
+inline constexpr std::uint32_t kBlocksASecond = 10;
 
 // A loaded plug-in. It stays loaded until the program ends, as in the host: its texts and the files of
 // accepted probes outlive this object.

@@ -6,8 +6,10 @@
 #include <string_view>
 
 #include "base/letter_case.h"
+#include "mp4box/box_type.h"
 #include "os/path_name.h"
 #include "streaming/lists/file_set.h"
+#include "tool/host/input_names.h"
 #include "tool/host/movie_file.h"
 #include "tool/host/other_tracks.h"
 
@@ -22,11 +24,6 @@ std::string shellQuoted(const std::string& text) {
   return quoted + "'";
 }
 
-bool isFolder(const std::string& file) {
-  std::error_code ignored;
-  return std::filesystem::is_directory(vlPath(file), ignored);
-}
-
 bool isPipe(const std::string& file) {
   std::error_code ignored;
   return std::filesystem::is_fifo(vlPath(file), ignored);
@@ -36,8 +33,8 @@ bool isPipe(const std::string& file) {
 
 // Types of the first box of a file (ISO/IEC 14496-12, table 1, and QuickTime).
 bool startsLikeMp4(const Mp4Box& root) {
-  constexpr std::array kTypes = {Mp4FourCc("ftyp"), Mp4FourCc("styp"), Mp4FourCc("moov"), Mp4FourCc("moof"),
-                                 Mp4FourCc("mdat"), Mp4FourCc("sidx"), Mp4FourCc("ssix"), Mp4FourCc("prft"),
+  constexpr std::array kTypes = {box_type::kFtyp,   Mp4FourCc("styp"), box_type::kMoov,   box_type::kMoof,
+                                 box_type::kMdat,   box_type::kSidx,   Mp4FourCc("ssix"), Mp4FourCc("prft"),
                                  Mp4FourCc("emsg"), Mp4FourCc("free"), Mp4FourCc("foov"), Mp4FourCc("skip"),
                                  Mp4FourCc("wide"), Mp4FourCc("uuid"), Mp4FourCc("pdin"), Mp4FourCc("pnot"),
                                  Mp4FourCc("meta"), Mp4FourCc("mfra")};
@@ -93,7 +90,7 @@ Refusal withoutFragments(MovieFile& movie, const std::string& file) {
 // Why no track of a movie can be read; nothing when one can.
 std::optional<Refusal> withoutReadableTrack(MovieFile& movie) {
   const std::vector<OtherTrack> others = otherTracks(movie.stream(), movie.root());
-  if (Mp4BoxChild(movie.movie(), Mp4FourCc("trak"), static_cast<std::uint32_t>(others.size())))
+  if (Mp4BoxChild(movie.movie(), box_type::kTrak, static_cast<std::uint32_t>(others.size())))
     return std::nullopt;
   if (others.empty()) return Refusal{"no-tracks", "has no tracks"};
   return Refusal{"no-readable-track", "has no track that can be read: " + trackTexts(others)};

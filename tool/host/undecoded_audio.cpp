@@ -6,9 +6,11 @@
 
 #include "base/aac/audio_specific_config.h"
 #include "base/bytes.h"
+#include "base/codec_code.h"
 #include "base/user_error.h"
 #include "mp4box/audio_object_type.h"
 #include "mp4box/box.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/esds.h"
 #include "mp4box/boxes/tkhd.h"
 #include "mp4box/top_level_reader.h"
@@ -77,7 +79,7 @@ std::string otherCodec(const std::string& path, std::uint32_t trackId, std::uint
 }
 
 std::string whyUndecoded(const std::string& path, std::uint32_t trackId, Mp4Box* sampleEntry) {
-  Mp4Box* box = Mp4BoxChild(sampleEntry, Mp4FourCc("esds"));
+  Mp4Box* box = Mp4BoxChild(sampleEntry, box_type::kEsds);
   if (!box) box = Mp4BoxGet(nullptr, sampleEntry, true, "wave/esds");  // QuickTime
   const auto* esds = Mp4PayloadOf<mp4::ESDBox>(box);
   if (!esds || !esds->decoderConfig) return {};
@@ -104,12 +106,11 @@ std::vector<std::string> undecodedAudio(const std::string& name) {
   const VLHANDLE handle = stream.open(path.c_str(), MP4_MODE_READ);
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE) return reasons;
   const auto file = Mp4ReadRoot(stream, false);
-  Mp4Box* const movie = file ? Mp4BoxChild(file->root(), Mp4FourCc("moov")) : nullptr;
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie, Mp4FourCc("trak"), i); ++i) {
+  Mp4Box* const movie = file ? Mp4BoxChild(file->root(), box_type::kMoov) : nullptr;
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(movie, box_type::kTrak, i); ++i) {
     Mp4Box* const sampleEntry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
-    if (!sampleEntry || (sampleEntry->type != Mp4FourCc("mp4a") && sampleEntry->type != Mp4FourCc("ac-3")))
-      continue;
-    const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, Mp4FourCc("tkhd")));
+    if (!sampleEntry || (sampleEntry->type != kMp4a && sampleEntry->type != kAc3)) continue;
+    const auto* header = Mp4PayloadOf<mp4::TrackHeaderBox>(Mp4BoxChild(trak, box_type::kTkhd));
     reasons.push_back(whyUndecoded(path, header ? header->trackId : i + 1, sampleEntry));
   }
   return reasons;

@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
 
@@ -12,7 +13,7 @@ namespace fmp4 {
 
 VideoReader::VideoReader(CAMediaFile& file, std::string name) : file_(file), name_(std::move(name)) {
   if (file_.VidChan() == 0)
-    throw UserError("'" + name_ + "' has no video stream" + whyThereIsNone(name_, Mp4FourCc("vide")));
+    throw UserError("'" + name_ + "' has no video stream" + whyThereIsNone(name_, mp4::kVideoHandler));
   // Without a descriptor the result is the size of the largest sample.
   const std::uint32_t largest = file_.Read(0, 1, kVideoChannel, QVR_MODE_VIDEO, nullptr, nullptr);
   descriptor_.dataCapacity = std::max(largest, std::uint32_t{1});

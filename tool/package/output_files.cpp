@@ -6,20 +6,21 @@
 #include "base/user_error.h"
 #include "os/file_in_use.h"
 #include "os/path_name.h"
+#include "recording/extensions.h"
 
 namespace fmp4 {
 
 namespace {
 
 // The plug-in decides by these how a recording is made.
-constexpr std::array kExtensions = {".mp4", ".m4v", ".ismv"};
+constexpr std::array kExtensions = {".mp4", extension::kVideo, ".ismv"};
 
 }  // namespace
 
 OutputFiles::OutputFiles(const std::string& output) {
   const std::filesystem::path path = vlPath(output);
-  const std::string extension = vlName(path.extension());
-  if (std::find(kExtensions.begin(), kExtensions.end(), extension) == kExtensions.end())
+  const std::string ending = vlName(path.extension());
+  if (std::find(kExtensions.begin(), kExtensions.end(), ending) == kExtensions.end())
     throw UserError(
         "'" + output +
         "' is no name for a recording; give one that ends in .mp4 (video and audio in files of their "
@@ -31,29 +32,31 @@ OutputFiles::OutputFiles(const std::string& output) {
   const auto named = [&path](const char* ending) {
     return std::filesystem::path(path).replace_extension(ending);
   };
-  const bool separateAudio = extension != ".ismv";
-  videoPlaylist_ = named(".m3u8");
-  masterPlaylist_ = named(".master.m3u8");
-  files_ = {separateAudio ? named(".m4v") : path};
+  const bool separateAudio = ending != ".ismv";
+  videoPlaylist_ = named(extension::kPlaylist);
+  masterPlaylist_ = named(extension::kMasterPlaylist);
+  files_ = {separateAudio ? named(extension::kVideo) : path};
   if (separateAudio) {
     audioPlaylist_ = named("");
-    audioPlaylist_ += "A.m3u8";
-    files_.insert(files_.end(), {named(".m4a"), audioPlaylist_});
+    audioPlaylist_ += extension::kAudioPlaylistMark;
+    audioPlaylist_ += extension::kPlaylist;
+    files_.insert(files_.end(), {named(extension::kAudio), audioPlaylist_});
   }
-  files_.insert(files_.end(), {named(separateAudio ? ".mpd" : ".xml"), videoPlaylist_, masterPlaylist_});
+  files_.insert(files_.end(), {named(separateAudio ? extension::kManifest : extension::kSmoothManifest),
+                               videoPlaylist_, masterPlaylist_});
   checkLengths(output);
   previous_ = existing();
 }
 
 // The lists come last and have the longest names: better refused now than when everything else is recorded.
 void OutputFiles::checkLengths(const std::string& output) const {
-  constexpr std::size_t kMost = 255;  // bytes of a name in most file systems
+  constexpr std::size_t kMax = 255;  // bytes of a name in most file systems
   for (const auto& file : files_) {
     const std::string name = vlName(file.filename());
-    if (name.size() > kMost)
+    if (name.size() > kMax)
       throw UserError("'" + output + "' is too long a name: '" + name +
                       "', which belongs to the recording, would have " + std::to_string(name.size()) +
-                      " bytes, and names have at most " + std::to_string(kMost));
+                      " bytes, and names have at most " + std::to_string(kMax));
   }
 }
 

@@ -57,9 +57,9 @@ std::optional<double> PacedTimes::recorded(double seconds) const {
 }
 
 std::int64_t PacedTimes::frameOf(double seconds) const {
-  constexpr double kMost = 1e15;  // the maximum that a double counts exactly
+  constexpr double kMax = 1e15;  // the maximum that a double counts exactly
   const double frame = std::round(recorded(seconds).value_or(end()) / frameSeconds_);
-  return static_cast<std::int64_t>(std::clamp(frame, -kMost, kMost));
+  return static_cast<std::int64_t>(std::clamp(frame, -kMax, kMax));
 }
 
 }  // namespace fmp4

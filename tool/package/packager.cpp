@@ -7,10 +7,12 @@
 #include <utility>
 
 #include "base/audio_units.h"
+#include "base/codec_code.h"
 #include "base/fourcc.h"
 #include "base/text.h"
 #include "base/user_error.h"
 #include "captions/sei_captions.h"
+#include "mp4box/boxes/hdlr.h"
 #include "recording/segment_geometry.h"
 #include "tool/host/codec_names.h"
 #include "tool/host/host_log.h"
@@ -45,7 +47,7 @@ void checkStatus(std::uint32_t status, const std::string& what, const std::strin
 }
 
 SourceTrack& videoOf(SampleSource& source) {
-  return *source.trackOfHandler(Mp4FourCc("vide"));
+  return *source.trackOfHandler(mp4::kVideoHandler);
 }
 
 // Bytes of the lengths before NAL units (ISO/IEC 14496-15, 5.3.3.1).
@@ -63,17 +65,17 @@ std::optional<UMC::aac::AudioSpecificConfig> configurationOf(const SourceTrack& 
 
 bool isAac(const SourceTrack& track) {
   constexpr std::array<std::uint8_t, 4> kAac = {0x40, 0x66, 0x67, 0x68};  // ISO/IEC 14496-1, 7.2.6.6
-  return track.codec == Mp4FourCc("mp4a") &&
-         std::find(kAac.begin(), kAac.end(), track.objectType) != kAac.end() && configurationOf(track);
+  return track.codec == kMp4a && std::find(kAac.begin(), kAac.end(), track.objectType) != kAac.end() &&
+         configurationOf(track);
 }
 
 }  // namespace
 
 void checkVideo(SampleSource& source) {
-  const SourceTrack* const video = source.trackOfHandler(Mp4FourCc("vide"));
+  const SourceTrack* const video = source.trackOfHandler(mp4::kVideoHandler);
   if (!video || video->samples.empty())
     throw UserError("'" + source.path() + "' has no video; 'fmp4 boxes' shows what it has");
-  if (video->codec != Mp4FourCc("avc1"))
+  if (video->codec != kAvc1)
     throw UserError("'" + source.path() + "' has " + codecName(video->codec) + " video ('" +
                     fourCcText(video->codec) +
                     "'), and recording is H.264 ('avc1'); ffmpeg -c:v libx264 -c:a copy converts it");
@@ -94,8 +96,8 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
       video_(videoOf(source)),
       times_(video_, plan_),
       audio_(findAudio()),
-      cc608_(source, findCaptions(Mp4FourCc("c608"))),
-      cc708_(source, findCaptions(Mp4FourCc("c708"))),
+      cc608_(source, findCaptions(kC608)),
+      cc708_(source, findCaptions(kC708)),
       videoCaptions_(findVideoCaptions()),
       file_(plugin.create(options.output)) {
   video_.wanted = true;
@@ -110,9 +112,9 @@ Packager::Packager(const Plugin& plugin, SampleSource& source, const PackageOpti
 
 // Null when there is no audio to record.
 SourceTrack* Packager::findAudio() {
-  SourceTrack* const track = source_.trackOfHandler(Mp4FourCc("soun"));
+  SourceTrack* const track = source_.trackOfHandler(mp4::kAudioHandler);
   if (!track || options_.noAudio) return nullptr;
-  if (track->codec == Mp4FourCc("mp4a") && track->configuration.empty())
+  if (track->codec == kMp4a && track->configuration.empty())
     throw UserError("'" + source_.path() +
                     "' has audio without its configuration (AudioSpecificConfig), which a recording needs. "
                     "--no-audio leaves it out, ffmpeg -c:v copy -c:a aac converts it");
@@ -228,7 +230,7 @@ void Packager::describeVideo(QVRVIDEO& video) const {
 }
 
 void Packager::describeAudio(QVRAUDIO& audio) const {
-  audio.codec = audio.stream.handler = Mp4FourCc("mp4a");
+  audio.codec = audio.stream.handler = kMp4a;
   audio.wave.samplesPerSecond = audioConfig_.frequency;
   audio.wave.channels = static_cast<std::uint16_t>(audio_->channels);
   std::uint64_t bytes = 0;
@@ -244,7 +246,7 @@ void Packager::describeAudio(QVRAUDIO& audio) const {
 }
 
 void Packager::run(const std::function<void(std::uint64_t)>& show, const std::function<bool()>& ended) {
-  bool whole = true;
+  bool complete = true;
   do {
     for (; video_.next < video_.samples.size() && frames_ < frameLimit_ && !ended(); ++video_.next) {
       times_.add(video_.samples[video_.next]);
@@ -253,11 +255,11 @@ void Packager::run(const std::function<void(std::uint64_t)>& show, const std::fu
       writeFrame(video_.next);
       show(++frames_);
     }
-    whole = video_.next == video_.samples.size();
+    complete = video_.next == video_.samples.size();
   } while (frames_ < frameLimit_ && !ended() && source_.more());
   writeAudioUpTo(times_.end(), true);
   // Audio outside the video is recorded only when all of the video was requested.
-  if (whole) writeAudioUpTo(kEndless, false);
+  if (complete) writeAudioUpTo(kEndless, false);
   reportWhatWasLeftOut();
 }
 

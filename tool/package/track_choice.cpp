@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "base/fourcc.h"
+#include "mp4box/boxes/hdlr.h"
 
 namespace fmp4 {
 
@@ -27,8 +27,8 @@ void chooseTrack(SampleSource& source, std::uint32_t handler, const std::string&
 }  // namespace
 
 void chooseTracks(SampleSource& source, const PackageOptions& options, const Warn& warn) {
-  chooseTrack(source, Mp4FourCc("vide"), "video", options.videoTrack, warn);
-  if (!options.noAudio) chooseTrack(source, Mp4FourCc("soun"), "audio", options.audioTrack, warn);
+  chooseTrack(source, mp4::kVideoHandler, "video", options.videoTrack, warn);
+  if (!options.noAudio) chooseTrack(source, mp4::kAudioHandler, "audio", options.audioTrack, warn);
 }
 
 }  // namespace fmp4

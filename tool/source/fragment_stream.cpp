@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "base/bytes.h"
-#include "base/fourcc.h"
 #include "base/text.h"
 #include "base/user_error.h"
+#include "mp4box/box_type.h"
 #include "mp4box/stream.h"
 #include "tool/source/source_tracks.h"
 
@@ -56,10 +56,10 @@ FragmentStream::FragmentStream(std::string name, Input input)
     : name_(std::move(name)), input_(std::move(input)) {
   std::vector<std::uint8_t> movie;
   if (!takeMovie(movie)) throw UserError("the input ends before its movie box; give a fragmented MP4");
-  movie_ = parse(movie, Mp4FourCc("moov"), offset_ - movie.size());
+  movie_ = parse(movie, box_type::kMoov, offset_ - movie.size());
   tracks_ = readMovie(movie_.get(), offset_);
   const bool allFragmented =
-      Mp4BoxChild(movie_.get(), Mp4FourCc("mvex")) &&
+      Mp4BoxChild(movie_.get(), box_type::kMvex) &&
       std::all_of(tracks_.begin(), tracks_.end(), [](const SourceTrack& t) { return t.samples.empty(); });
   if (!allFragmented)
     throw UserError(
@@ -122,12 +122,12 @@ bool FragmentStream::skip(std::uint64_t size) {
 bool FragmentStream::takeMovie(std::vector<std::uint8_t>& bytes) {
   Header header;
   while (takeHeader(header)) {
-    if (header.type == Mp4FourCc("moov")) {
+    if (header.type == box_type::kMoov) {
       if (header.payload > kMaxBoxBytes) damaged("its movie box is too large");
       bytes = header.bytes;
       return takePayload(header.payload, bytes);
     }
-    if (header.type == Mp4FourCc("mdat"))
+    if (header.type == box_type::kMdat)
       throw UserError(
           "the input has media data before its movie box, and cannot be read as it arrives; ffmpeg -movflags "
           "+frag_keyframe+empty_moov+default_base_moof makes a fragmented MP4");
@@ -146,13 +146,13 @@ bool FragmentStream::readFragment() {
   std::vector<std::uint8_t> moof;
   std::uint64_t moofOffset = 0;
   while (takeHeader(header)) {
-    if (header.type == Mp4FourCc("moof")) {
+    if (header.type == box_type::kMoof) {
       if (!moof.empty()) damaged("a fragment has no media data");
       if (header.payload > kMaxBoxBytes) damaged("the boxes of a fragment are too large");
       moofOffset = offset_ - header.bytes.size();
       moof = header.bytes;
       if (!takePayload(header.payload, moof)) return false;
-    } else if (header.type == Mp4FourCc("mdat") && !moof.empty()) {
+    } else if (header.type == box_type::kMdat && !moof.empty()) {
       if (header.payload > kMaxDataBytes) damaged("the media data of a fragment are too large");
       const std::uint64_t dataOffset = offset_;
       const std::size_t dataPlace = data_.size();
@@ -171,7 +171,7 @@ bool FragmentStream::readFragment() {
 // from `dataPlace` on.
 void FragmentStream::addSamples(const std::vector<std::uint8_t>& moof, std::uint64_t moofOffset,
                                 std::uint64_t dataOffset, std::size_t dataPlace) {
-  const Mp4BoxPtr box = parse(moof, Mp4FourCc("moof"), moofOffset);
+  const Mp4BoxPtr box = parse(moof, box_type::kMoof, moofOffset);
   const std::uint64_t dataSize = data_.size() - dataPlace;
   const std::uint64_t added = samplesOf(*box);
   std::uint64_t count = added;

@@ -20,8 +20,8 @@ struct SourceSample {
   // Display time in ticks of the track, before its edit list is applied. Clamped so that sums cannot
   // overflow.
   std::int64_t presentationTime() const {
-    constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
-    return static_cast<std::int64_t>(std::min(decodeTime, kMost)) + compositionOffset;
+    constexpr std::uint64_t kMax = std::uint64_t{1} << 62;
+    return static_cast<std::int64_t>(std::min(decodeTime, kMax)) + compositionOffset;
   }
 };
 

@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 #include "base/user_error.h"
+#include "mp4box/boxes/hdlr.h"
 
 namespace fmp4 {
 
@@ -23,7 +24,7 @@ void SampleSource::choose(std::uint32_t handler, std::uint32_t trackId) {
     chosen_[handler] = trackId;
     return;
   }
-  throw UserError("'" + path() + "' has no " + (handler == Mp4FourCc("vide") ? "video" : "audio") +
+  throw UserError("'" + path() + "' has no " + (handler == mp4::kVideoHandler ? "video" : "audio") +
                   " track " + std::to_string(trackId) + "; its tracks are " + listed(tracks()));
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/user_error.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/avcC.h"
 #include "mp4box/boxes/ctts.h"
@@ -186,7 +187,7 @@ SourceTrack readTrack(Mp4Box* moov, Mp4Box* trak, std::uint64_t fileSize) {
     track.timescale = media->timescale;
   const auto* movie = payloadAt<mp4::MovieHeaderBox>(moov, "mvhd");
   if (const auto* edits = payloadAt<mp4::EditListBox>(trak, "edts/elst"); edits && movie) {
-    const bool fragmented = Mp4BoxChild(moov, Mp4FourCc("mvex")) != nullptr;
+    const bool fragmented = Mp4BoxChild(moov, box_type::kMvex) != nullptr;
     track.edits = EditList(*edits, movie->timescale, track.timescale, fragmented);
   }
   Mp4Box* const table = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl");
@@ -247,7 +248,7 @@ void readRun(const mp4::TrackRunBox& run, const SampleDefaults& defaults, std::u
 
 std::vector<SourceTrack> readMovie(Mp4Box* moov, std::uint64_t end) {
   std::vector<SourceTrack> tracks;
-  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(moov, Mp4FourCc("trak"), i); ++i)
+  for (std::uint32_t i = 0; Mp4Box* trak = Mp4BoxChild(moov, box_type::kTrak, i); ++i)
     tracks.push_back(readTrack(moov, trak, end));
   const TrackDefaults defaults = readTrackDefaults(moov);
   for (SourceTrack& track : tracks)
@@ -261,7 +262,7 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
   std::uint64_t dataEnd = moof->position;
   const TrackDefaults trackDefaults = readTrackDefaults(moov);
   for (Mp4Box* traf = moof->first; traf; traf = traf->next) {
-    if (traf->type != Mp4FourCc("traf")) continue;
+    if (traf->type != box_type::kTraf) continue;
     const auto* tfhd = payloadAt<mp4::TrackFragmentHeaderBox>(traf, "tfhd");
     if (!tfhd) continue;
     const auto track = std::find_if(tracks.begin(), tracks.end(),
@@ -289,18 +290,18 @@ void readFragment(Mp4Box* moov, Mp4Box* moof, std::uint64_t end, std::vector<Sou
 
 // The boxes of a fragment are needed for its samples only; all of them together take many times their size.
 std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
-  constexpr std::uint64_t kAhead = 4096;  // bytes; the boxes of a second take about a thousand
+  constexpr std::uint64_t kReadAhead = 4096;  // bytes; the boxes of a second take about a thousand
   const std::uint64_t size = stream.size();
   const auto movie = Mp4ReadRoot(stream, false);
   Mp4Box* const moov = movie ? Mp4BoxGet(nullptr, movie->root(), true, "moov") : nullptr;
   if (!moov) throw UserError("the source holds no movie box; give an MP4 file");
   std::vector<SourceTrack> tracks = readMovie(moov, size);
   Mp4Window window;
-  Mp4WindowStream file(stream, window, size, kAhead);
+  Mp4WindowStream file(stream, window, size, kReadAhead);
   Mp4Box header;
   for (bool more = file.seek(0); more && Mp4ReadBoxHeader(file, header).ok();) {
     header.father = movie->root();
-    if (header.type == Mp4FourCc("moof")) {
+    if (header.type == box_type::kMoof) {
       Mp4BoxPtr moof;
       if (!Mp4ReadBox(file, movie->root(), moof).ok()) break;
       readFragment(moov, moof.get(), size, tracks);

@@ -139,9 +139,9 @@ class FieldPrinter : public Mp4Fields {
   }
   void showBytes(const char* name, std::span<const std::uint8_t> bytes) {
     if (!key(name)) return;
-    const bool whole = json_ || bytes.size() <= kShownBytes;
-    out_ << '"' << hexText(whole ? bytes : bytes.first(kShownBytes)) << '"';
-    if (!whole) out_ << "...(" << bytes.size() << " bytes)";
+    const bool all = json_ || bytes.size() <= kShownBytes;
+    out_ << '"' << hexText(all ? bytes : bytes.first(kShownBytes)) << '"';
+    if (!all) out_ << "...(" << bytes.size() << " bytes)";
   }
   void endFields() {
     printNumbers();

@@ -30,11 +30,11 @@ std::string painted(const std::string& text, const char* colour) {
 
 }  // namespace
 
-void setColour(Colour colour) {
-  coloured() = colour == Colour::Auto ? colourByDefault() : colour == Colour::Always;
+void setColour(ColourUse colour) {
+  coloured() = colour == ColourUse::Auto ? colourByDefault() : colour == ColourUse::Always;
 }
 
-void tell(const std::string& text) {
+void say(const std::string& text) {
   std::cerr << "fmp4: " << text << '\n';
 }
 
@@ -42,7 +42,7 @@ void warn(const std::string& text) {
   std::cerr << "fmp4: " << painted("warning:", kYellow) << ' ' << text << '\n';
 }
 
-void tellFailure(const std::string& text) {
+void sayFailure(const std::string& text) {
   std::cerr << painted("fmp4:", kRed) << ' ' << text << '\n';
 }
 

@@ -5,17 +5,17 @@
 
 namespace fmp4 {
 
-enum class Colour { Auto, Always, Never };
+enum class ColourUse { Auto, Always, Never };
 
 // Whether messages are coloured from now on. Auto: on a terminal that shows colours, unless the environment
 // variable NO_COLOR is set and not empty (no-color.org). It is so before the first call too.
-void setColour(Colour colour);
+void setColour(ColourUse colour);
 
 // "fmp4: text"
-void tell(const std::string& text);
+void say(const std::string& text);
 // "fmp4: warning: text"
 void warn(const std::string& text);
 // "fmp4: text", as the reason why the program fails
-void tellFailure(const std::string& text);
+void sayFailure(const std::string& text);
 
 }  // namespace fmp4

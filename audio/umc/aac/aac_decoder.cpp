@@ -16,8 +16,6 @@ namespace UMC {
 
 namespace {
 
-constexpr std::uint32_t kBitsPerSample = 16;
-
 // The first flag is added to the profile flags once SBR data were decoded; the second indicates that the
 // stream has SBR, even if only according to its configuration.
 constexpr std::uint32_t kProfileSbr = 16;
@@ -60,7 +58,7 @@ AudioStreamInfo OutputInfo(const aac::DecoderState& state) {
   AudioStreamInfo info;
   info.channels = supported ? static_cast<std::uint32_t>(state.mix.outputs) : state.unsupportedChannels;
   info.sampleFrequency = supported ? aac::OutputFrequency(state) : state.config.frequency;
-  info.bitsPerSample = kBitsPerSample;
+  info.bitsPerSample = kPcmBitsPerSample;
   info.streamType = UMC_STREAM_PCM;
   info.channelMask = ChannelMask(info.channels);
   return info;

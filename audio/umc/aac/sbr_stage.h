@@ -1,4 +1,4 @@
-// SBR and parametric stereo of a whole block, after the filter bank.
+// SBR and parametric stereo of a block, after the filter bank.
 #pragma once
 
 #include <cstdint>

@@ -14,7 +14,6 @@ namespace UMC {
 namespace {
 
 constexpr std::uint32_t kBlockAlignment = 16;
-constexpr std::uint32_t kBitsPerSample = 16;
 constexpr double kNoTime = -1.0;
 
 // Speaker mask as in WAVE files, by audio coding mode.
@@ -26,7 +25,7 @@ std::uint32_t ChannelMask(int mode, bool lfe) {
 
 // Describes the samples of every frame. The other fields of `info` are unchanged.
 void DescribeSamples(const ac3::DecoderState& state, AudioStreamInfo& info) {
-  info.bitsPerSample = kBitsPerSample;
+  info.bitsPerSample = kPcmBitsPerSample;
   info.channels = static_cast<std::uint32_t>(state.options.Channels());
   info.sampleFrequency = state.frequency;
 }
@@ -44,7 +43,7 @@ AudioStreamInfo InputInfo(const ac3::DecoderState& state) {
   info.channels = static_cast<std::uint32_t>(state.info.FullChannels() + (state.info.lfe ? 1 : 0));
   info.sampleFrequency = state.sync.frequency;
   info.bitRate = state.sync.bitRate;
-  info.bitsPerSample = kBitsPerSample;
+  info.bitsPerSample = kPcmBitsPerSample;
   info.streamType = UMC_STREAM_AC3;
   info.channelMask = ChannelMask(state.info.mode, state.info.lfe);
   return info;

@@ -11,10 +11,10 @@ namespace UMC::ac3 {
 
 namespace {
 
-constexpr int kBins = kBandStart[kBands];
+constexpr int kBandedBins = kBandStart[kBands];
 
-constexpr std::array<std::uint8_t, kBins> MakeBandOfBin() {
-  std::array<std::uint8_t, kBins> bands{};
+constexpr std::array<std::uint8_t, kBandedBins> MakeBandOfBin() {
+  std::array<std::uint8_t, kBandedBins> bands{};
   for (int band = 0; band < kBands; ++band) {
     for (std::size_t bin = kBandStart[band]; bin < kBandStart[band + 1]; ++bin) {
       bands[bin] = static_cast<std::uint8_t>(band);

@@ -69,8 +69,8 @@ std::uint16_t PassingCrc::Remainder(std::size_t begin, std::size_t end) {
     m_position = begin;
     m_registers[begin % kReach] = 0;
   }
-  const std::uint16_t whole = RegisterAt(end);
-  return whole ^ Multiply(RegisterAt(begin), kZeroBytes[end - begin]);
+  const std::uint16_t upToEnd = RegisterAt(end);
+  return upToEnd ^ Multiply(RegisterAt(begin), kZeroBytes[end - begin]);
 }
 
 std::uint16_t PassingCrc::RegisterAt(std::size_t position) {

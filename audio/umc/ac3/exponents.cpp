@@ -8,8 +8,8 @@ namespace UMC::ac3 {
 namespace {
 
 constexpr unsigned kGroupBits = 7;
-constexpr int kGroupSize = 3;      // differences per group
-constexpr unsigned kGroups = 125;  // valid group codes: three differences of five values
+constexpr int kGroupSize = 3;          // differences per group
+constexpr unsigned kGroupCodes = 125;  // valid group codes: three differences of five values
 
 struct Differences {
   std::int8_t values[kGroupSize];
@@ -32,17 +32,17 @@ constexpr int BinsPerDifference(ExponentStrategy strategy) {
 }
 
 // Reads from a copy of the stream, which stores of bytes cannot change.
-template <int kBins>
+template <int kRepeats>
 bool ParseGroups(fmp4::BitWindow& stream, int groups, int exponent, std::uint8_t* out) {
   fmp4::BitWindow window = stream;
   for (int i = 0; i < groups; ++i) {
     const std::uint32_t group = window.Read(kGroupBits);
-    if (group >= kGroups) return false;
+    if (group >= kGroupCodes) return false;
     for (const int difference : kDifferences[group].values) {
       exponent += difference;
       if (exponent < 0 || exponent > kMaxExponent) return false;
-      std::memset(out, exponent, kBins);
-      out += kBins;
+      std::memset(out, exponent, kRepeats);
+      out += kRepeats;
     }
   }
   stream = window;

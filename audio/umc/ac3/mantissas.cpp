@@ -116,8 +116,9 @@ bool ReadOwn(const CodedChannel& channel, const CodeWords& words, float* mantiss
     const std::size_t pointer = channel.pointers[bin];
     const unsigned unused = 32u - kOwnBits[pointer];
     const std::uint32_t next = words.At(bin);
-    const float whole = static_cast<float>(static_cast<std::int32_t>(next >> unused << unused)) * 0x1p-31f;
-    mantissas[bin] = pointer < kFirstAsymmetric ? kOwnLevels[pointer][next >> unused] : whole;
+    const float asymmetric =
+        static_cast<float>(static_cast<std::int32_t>(next >> unused << unused)) * 0x1p-31f;
+    mantissas[bin] = pointer < kFirstAsymmetric ? kOwnLevels[pointer][next >> unused] : asymmetric;
     largest = std::max(largest, mantissas[bin]);
   }
   return largest < kNoLevel;

@@ -51,7 +51,7 @@ struct Transforms {
     ippsFlip_32f(rise, fall, kBlockSamples);
   }
 
-  Plan whole{2 * kBlockSamples};
+  Plan full{2 * kBlockSamples};
   Plan half{kBlockSamples};
   float rise[kBlockSamples];
   float fall[kBlockSamples];
@@ -90,7 +90,7 @@ const float* SynthesiseBlock(const float* coefficients, const float* switchedCoe
                              Overlap& overlap, TransformScratch& scratch) {
   const Transforms& transforms = SharedTransforms();
   if (coefficients != nullptr) {
-    transforms.whole.Invert(coefficients, scratch.samples, scratch);
+    transforms.full.Invert(coefficients, scratch.samples, scratch);
   } else {
     std::fill_n(scratch.samples, 2 * kBlockSamples, 0.0f);
   }

@@ -58,14 +58,14 @@ TEST(ElfFile, IsIncompleteWhereItEndsBeforeItsSegments) {
   const TempFolder folder;
   const std::string copy = folder.file("copy.so");
   std::filesystem::copy_file(kLibrary, copy);
-  const std::uintmax_t whole = std::filesystem::file_size(copy);
+  const std::uintmax_t entire = std::filesystem::file_size(copy);
   bool complete = true;
   // Down to the header alone: complete while only its last sections, which are not mapped, are missing.
-  for (std::uintmax_t size = whole; size >= 64; size -= 16) {
+  for (std::uintmax_t size = entire; size >= 64; size -= 16) {
     std::filesystem::resize_file(copy, size);
     const bool now = readElfFile(copy).complete;
     EXPECT_TRUE(complete || !now) << size;
-    EXPECT_FALSE(now && size < whole / 4) << size;
+    EXPECT_FALSE(now && size < entire / 4) << size;
     complete = now;
   }
   EXPECT_FALSE(complete);
@@ -73,9 +73,9 @@ TEST(ElfFile, IsIncompleteWhereItEndsBeforeItsSegments) {
 
 // Nothing is read or kept outside the file, whatever it claims; sanitizers check that.
 TEST(ElfFile, DamageIsHarmless) {
-  const std::vector<std::uint8_t> whole = readFile(kLibrary);
+  const std::vector<std::uint8_t> entire = readFile(kLibrary);
   const TempFolder folder;
-  writeFile(folder.file("damaged"), whole);
+  writeFile(folder.file("damaged"), entire);
   std::fstream file(folder.file("damaged"), std::ios::binary | std::ios::in | std::ios::out);
   const auto put = [&](std::size_t place, std::uint8_t value) {
     file.seekp(static_cast<std::streamoff>(place));
@@ -88,7 +88,7 @@ TEST(ElfFile, DamageIsHarmless) {
       put(place, static_cast<std::uint8_t>(value));
       if (readElfFile(folder.file("damaged")).needed.empty()) ++without;
     }
-    put(place, whole[place]);
+    put(place, entire[place]);
   }
   EXPECT_GT(without, 0) << "relevant bytes were damaged";
   EXPECT_EQ(readElfFile(folder.file("damaged")).needed, needed);

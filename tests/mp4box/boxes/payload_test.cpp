@@ -126,15 +126,15 @@ TEST(Payload, EveryKindTruncatedAtAnyByteReadsAsZerosFromThere) {
       const auto payload = kind.empty();
       FillingVisitor fill(seed);
       payload->fields(fill);
-      const Bytes whole = bytesOf(*payload);
-      for (std::size_t size = 0; size <= whole.size(); ++size) {
+      const Bytes entire = bytesOf(*payload);
+      for (std::size_t size = 0; size <= entire.size(); ++size) {
         SCOPED_TRACE(kind.name + " truncated at " + std::to_string(size) + ", seed " + std::to_string(seed));
-        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+        const Bytes cut(entire.begin(), entire.begin() + static_cast<std::ptrdiff_t>(size));
         const auto part = kind.empty();
         CheckingReader fields(cut);
         part->fields(fields);
         // Whatever was read can be written, and no table is longer than its bytes allow.
-        EXPECT_LE(bytesOf(*part).size(), whole.size() + 60);
+        EXPECT_LE(bytesOf(*part).size(), entire.size() + 60);
       }
     }
   }

@@ -239,19 +239,19 @@ TEST_F(LiveInput, RefusesInputThatIsNotFragmentedMp4) {
 // Audio-only fragments without end.
 TEST_F(LiveInput, DoesNotWaitForeverForVideo) {
   makeMedia(
-      folder_.file("sound.mp4"),
+      folder_.file("audio.mp4"),
       toneInput(60) + std::vector<std::string>{"-c:a", "aac", "-frag_duration", "1000000"} + fragmented());
   const Bytes header(live_.begin(), live_.begin() + static_cast<std::ptrdiff_t>(fragments().front()));
-  live_ = readFile(folder_.file("sound.mp4"));
+  live_ = readFile(folder_.file("audio.mp4"));
   const auto first = static_cast<std::ptrdiff_t>(fragments().front());
   const Bytes audioHeader(live_.begin(), live_.begin() + first);
   Bytes audio(live_.begin() + first, live_.end());
   const auto fedBeforeTheEnd = [&](const Bytes& beginning) {
-    constexpr std::size_t kMost = 100u << 20;
+    constexpr std::size_t kMax = 100u << 20;
     Recorder recorder(output(), folder_);
     std::size_t fed = 0;
     if (recorder.feed(beginning))
-      while (fed < kMost && recorder.feed(audio)) fed += audio.size();
+      while (fed < kMax && recorder.feed(audio)) fed += audio.size();
     EXPECT_EQ(recorder.end(), 1);
     EXPECT_THAT(recorder.errors(), HasSubstr("has no video"));
     return fed;

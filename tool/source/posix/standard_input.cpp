@@ -15,16 +15,16 @@ namespace fmp4 {
 
 namespace {
 
-std::atomic<bool> endAsked = false;
+std::atomic<bool> endSignalled = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "it is set in a signal handler");
 
 // A byte in this pipe wakes the thread that waits for input: otherwise a signal between the check of
-// `endAsked` and the wait would be missed.
+// `endSignalled` and the wait would be missed.
 std::array<int, 2> wakeUp = {-1, -1};
 
-void askForEnd(int) {
+void noteEndSignal(int) {
   const int error = errno;
-  endAsked = true;
+  endSignalled = true;
   const char byte = 0;
   [[maybe_unused]] const ssize_t written = write(wakeUp[1], &byte, 1);
   errno = error;
@@ -36,19 +36,19 @@ void heedEndRequests() {
   if (wakeUp[0] < 0 && pipe2(wakeUp.data(), O_CLOEXEC | O_NONBLOCK) != 0)
     throw UserError("no pipe can be made: too many files are open");
   struct sigaction action = {};
-  action.sa_handler = askForEnd;
+  action.sa_handler = noteEndSignal;
   action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
 }
 
 bool endRequested() {
-  return endAsked;
+  return endSignalled;
 }
 
 std::size_t readStandardInput(std::span<std::uint8_t> bytes) {
   std::array<pollfd, 2> waited = {{{STDIN_FILENO, POLLIN, 0}, {wakeUp[0], POLLIN, 0}}};
-  while (!endAsked) {
+  while (!endSignalled) {
     if (poll(waited.data(), waited.size(), -1) < 0) {
       if (errno == EINTR) continue;
       throw UserError("standard input cannot be waited for");

@@ -12,7 +12,7 @@ namespace fmp4 {
 
 namespace {
 
-std::atomic<bool> endAsked = false;
+std::atomic<bool> endSignalled = false;
 
 HANDLE reader = nullptr;  // the reading thread
 std::mutex readingMutex;
@@ -42,9 +42,9 @@ bool cancelRead() {
 }
 
 // Runs in a thread of its own.
-BOOL WINAPI askForEnd(DWORD event) {
+BOOL WINAPI noteEndSignal(DWORD event) {
   constexpr DWORD kPause = 10;  // milliseconds
-  const bool first = !endAsked.exchange(true);
+  const bool first = !endSignalled.exchange(true);
   // A cancel before the read has begun has no effect.
   while (cancelRead()) Sleep(kPause);
   // The system ends the process when these return, and after some seconds in any case. The process ends by
@@ -66,26 +66,26 @@ void heedEndRequests() {
     DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &reader, 0, FALSE,
                     DUPLICATE_SAME_ACCESS);
   }
-  SetConsoleCtrlHandler(askForEnd, TRUE);
+  SetConsoleCtrlHandler(noteEndSignal, TRUE);
 }
 
 bool endRequested() {
-  return endAsked;
+  return endSignalled;
 }
 
 std::size_t readStandardInput(std::span<std::uint8_t> bytes) {
-  constexpr std::size_t kMost = 1u << 20;
+  constexpr std::size_t kMax = 1u << 20;
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMost));
+  const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kMax));
   const Reading underWay;
-  while (!endAsked) {
+  while (!endSignalled) {
     DWORD count = 0;
     if (ReadFile(input, bytes.data(), wanted, &count, nullptr)) {
       // A pipe also delivers writes of no bytes.
       if (count != 0 || GetFileType(input) != FILE_TYPE_PIPE) return count;
     } else if (isEnd(GetLastError())) {
       return 0;
-    } else if (!endAsked) {
+    } else if (!endSignalled) {
       throw UserError("standard input cannot be read");
     }
   }

@@ -7,13 +7,12 @@
 #include <utility>
 
 #include "audio/umc/aac/core/huffman_codes.h"
+#include "audio/umc/aac/core/prepare_code.h"
 #include "audio/umc/shared_object.h"
 
 namespace UMC::aac {
 
 namespace {
-
-constexpr unsigned kFirstLevelBits = 9;
 
 struct Code {
   const IppsVLCTable_32s* words;

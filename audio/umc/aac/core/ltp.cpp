@@ -23,13 +23,13 @@ void Estimate(const FilterBank& bank, const FilterBankState& overlap, const LtpS
   const int lag = ltp.lag;
   const int window = 2 * frameLength;
   const int fromHistory = std::min(lag, window);
-  const int sounding = std::min(lag + frameLength, window);
+  const int predicted = std::min(lag + frameLength, window);
   float* out = scratch.samples;
   for (int i = 0; i < fromHistory; ++i) out[i] = coefficient * state.past[kLtpHistory + i - lag];
-  for (int i = fromHistory; i < sounding; ++i) out[i] = coefficient * half[i - lag];
+  for (int i = fromHistory; i < predicted; ++i) out[i] = coefficient * half[i - lag];
   // Prevents unlimited growth up to infinity or NaN.
-  ippsLimit_32f_I(kSampleLimit, out, static_cast<std::size_t>(sounding));
-  std::fill(out + sounding, out + window, 0.0f);
+  ippsLimit_32f_I(kSampleLimit, out, static_cast<std::size_t>(predicted));
+  std::fill(out + predicted, out + window, 0.0f);
 }
 
 }  // namespace

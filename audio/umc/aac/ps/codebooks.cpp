@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "audio/umc/aac/core/prepare_code.h"
 #include "audio/umc/aac/ps/huffman_codes.h"
 #include "audio/umc/shared_object.h"
 
@@ -10,22 +11,16 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr unsigned kFirstLevelBits = 9;
-
-template <std::size_t kCount>
-bool Prepare(const IppsVLCTable_32s (&words)[kCount], IppsVLCDecodeSpec_32s& table) {
-  return ippsVLCDecodeInit_32s(words, kCount, {1, kCount, 0}, kFirstLevelBits, &table) == ippStsNoErr;
-}
-
-std::unique_ptr<const PsCodebooks> MakeCodebooks() {
+std::unique_ptr<const PsCodebooks> MakePsCodebooks() {
   std::unique_ptr<PsCodebooks> made(new (std::nothrow) PsCodebooks);
-  const bool prepared = made != nullptr && Prepare(kIidFrequencyDefaultCode, made->iidDefault[0]) &&
-                        Prepare(kIidTimeDefaultCode, made->iidDefault[1]) &&
-                        Prepare(kIidFrequencyFineCode, made->iidFine[0]) &&
-                        Prepare(kIidTimeFineCode, made->iidFine[1]) &&
-                        Prepare(kIccFrequencyCode, made->icc[0]) && Prepare(kIccTimeCode, made->icc[1]) &&
-                        Prepare(kIpdFrequencyCode, made->ipd[0]) && Prepare(kIpdTimeCode, made->ipd[1]) &&
-                        Prepare(kOpdFrequencyCode, made->opd[0]) && Prepare(kOpdTimeCode, made->opd[1]);
+  const bool prepared =
+      made != nullptr && PrepareCode(kIidFrequencyDefaultCode, made->iidDefault[0]) &&
+      PrepareCode(kIidTimeDefaultCode, made->iidDefault[1]) &&
+      PrepareCode(kIidFrequencyFineCode, made->iidFine[0]) &&
+      PrepareCode(kIidTimeFineCode, made->iidFine[1]) && PrepareCode(kIccFrequencyCode, made->icc[0]) &&
+      PrepareCode(kIccTimeCode, made->icc[1]) && PrepareCode(kIpdFrequencyCode, made->ipd[0]) &&
+      PrepareCode(kIpdTimeCode, made->ipd[1]) && PrepareCode(kOpdFrequencyCode, made->opd[0]) &&
+      PrepareCode(kOpdTimeCode, made->opd[1]);
   return prepared ? std::move(made) : nullptr;
 }
 
@@ -33,7 +28,7 @@ std::unique_ptr<const PsCodebooks> MakeCodebooks() {
 
 const PsCodebooks* SharedPsCodebooks() {
   static SharedObject<PsCodebooks> shared;
-  return shared.Get(MakeCodebooks);
+  return shared.Get(MakePsCodebooks);
 }
 
 }  // namespace UMC::aac

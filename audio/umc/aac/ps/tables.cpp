@@ -97,9 +97,9 @@ constexpr int kWidths34[] = {1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 
 template <class Split, class Widths>
 void SetBandOf(const Split& split, const Widths& widths, int firstBand, PsConfiguration& made) {
   std::copy(std::begin(split), std::end(split), made.splitBandOf);
-  made.firstIntact = firstBand;
+  made.firstUnsplit = firstBand;
   int band = firstBand, end = made.splitBands;
-  for (const int width : widths) made.completeEnds[band++] = static_cast<std::uint8_t>(end += width);
+  for (const int width : widths) made.unsplitEnds[band++] = static_cast<std::uint8_t>(end += width);
 }
 
 // Centre frequencies of the split bands, in units of a QMF band (tables 8.41 and 8.42, times 8 and 24).
@@ -216,9 +216,9 @@ PsTables MakeTables() {
 void SpreadPsBands(const PsConfiguration& configuration, const float* bands, float* hybrid) {
   int k = 0;
   for (; k < configuration.splitBands; ++k) hybrid[k] = bands[configuration.splitBandOf[k]];
-  for (int band = configuration.firstIntact; band < configuration.bands; ++band) {
+  for (int band = configuration.firstUnsplit; band < configuration.bands; ++band) {
     const float value = bands[band];
-    for (const int end = configuration.completeEnds[band]; k < end; ++k) hybrid[k] = value;
+    for (const int end = configuration.unsplitEnds[band]; k < end; ++k) hybrid[k] = value;
   }
 }
 
@@ -226,9 +226,9 @@ void SumPsBands(const PsConfiguration& configuration, const float* hybrid, float
   std::fill_n(bands, configuration.bands, 0.0f);
   int k = 0;
   for (; k < configuration.splitBands; ++k) bands[configuration.splitBandOf[k]] += hybrid[k];
-  for (int band = configuration.firstIntact; band < configuration.bands; ++band) {
+  for (int band = configuration.firstUnsplit; band < configuration.bands; ++band) {
     float sum = bands[band];
-    for (const int end = configuration.completeEnds[band]; k < end; ++k) sum += hybrid[k];
+    for (const int end = configuration.unsplitEnds[band]; k < end; ++k) sum += hybrid[k];
     bands[band] = sum;
   }
 }

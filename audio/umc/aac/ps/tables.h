@@ -30,10 +30,10 @@ struct PsConfiguration {
   // Hybrid bands of negative centre frequencies, which rotate in the opposite direction: [first, end).
   int firstConjugate, endConjugate;
   // Parameter band of each hybrid band of the split ones. The other hybrid bands belong to the parameter
-  // bands from `firstWhole` on, in ascending order: those up to wholeEnds[band] to `band`.
+  // bands from `firstUnsplit` on, in ascending order: those up to unsplitEnds[band] to `band`.
   std::uint8_t splitBandOf[kMaxPsSplitBands];
-  int firstIntact;
-  std::uint8_t completeEnds[kMaxPsBands];
+  int firstUnsplit;
+  std::uint8_t unsplitEnds[kMaxPsBands];
   // First hybrid band of each split QMF band, and the one after the last.
   int firstOf[kMaxPsSplitQmfBands + 1];
   PsFilterBank filters[kMaxPsSplitQmfBands];

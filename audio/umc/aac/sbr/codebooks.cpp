@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "audio/umc/aac/core/prepare_code.h"
 #include "audio/umc/aac/sbr/huffman_codes.h"
 #include "audio/umc/shared_object.h"
 
@@ -10,26 +11,28 @@ namespace UMC::aac {
 
 namespace {
 
-constexpr unsigned kFirstLevelBits = 9;
-
 template <std::size_t kCount>
-bool Prepare(const IppsVLCTable_32s (&words)[kCount], SbrCode& code) {
+bool PrepareSbrCode(const IppsVLCTable_32s (&words)[kCount], SbrCode& code) {
   code.largest = static_cast<int>(kCount / 2);
-  const IppsVLCTuple single = {1, static_cast<Ipp32s>(kCount), 0};
-  return ippsVLCDecodeInit_32s(words, kCount, single, kFirstLevelBits, &code.table) == ippStsNoErr;
+  return PrepareCode(words, code.table);
 }
 
-std::unique_ptr<const SbrCodebooks> MakeCodebooks() {
+std::unique_ptr<const SbrCodebooks> MakeSbrCodebooks() {
   std::unique_ptr<SbrCodebooks> made(new (std::nothrow) SbrCodebooks);
   if (made == nullptr) return nullptr;
   auto& [envelope, noise] = *made;
-  const bool prepared =
-      Prepare(kSbrFrequencyLevel15, envelope[0][0][0]) && Prepare(kSbrTimeLevel15, envelope[0][0][1]) &&
-      Prepare(kSbrFrequencyBalance15, envelope[0][1][0]) && Prepare(kSbrTimeBalance15, envelope[0][1][1]) &&
-      Prepare(kSbrFrequencyLevel30, envelope[1][0][0]) && Prepare(kSbrTimeLevel30, envelope[1][0][1]) &&
-      Prepare(kSbrFrequencyBalance30, envelope[1][1][0]) && Prepare(kSbrTimeBalance30, envelope[1][1][1]) &&
-      Prepare(kSbrFrequencyLevel30, noise[0][0]) && Prepare(kSbrTimeNoise, noise[0][1]) &&
-      Prepare(kSbrFrequencyBalance30, noise[1][0]) && Prepare(kSbrTimeNoiseBalance, noise[1][1]);
+  const bool prepared = PrepareSbrCode(kSbrFrequencyLevel15, envelope[0][0][0]) &&
+                        PrepareSbrCode(kSbrTimeLevel15, envelope[0][0][1]) &&
+                        PrepareSbrCode(kSbrFrequencyBalance15, envelope[0][1][0]) &&
+                        PrepareSbrCode(kSbrTimeBalance15, envelope[0][1][1]) &&
+                        PrepareSbrCode(kSbrFrequencyLevel30, envelope[1][0][0]) &&
+                        PrepareSbrCode(kSbrTimeLevel30, envelope[1][0][1]) &&
+                        PrepareSbrCode(kSbrFrequencyBalance30, envelope[1][1][0]) &&
+                        PrepareSbrCode(kSbrTimeBalance30, envelope[1][1][1]) &&
+                        PrepareSbrCode(kSbrFrequencyLevel30, noise[0][0]) &&
+                        PrepareSbrCode(kSbrTimeNoise, noise[0][1]) &&
+                        PrepareSbrCode(kSbrFrequencyBalance30, noise[1][0]) &&
+                        PrepareSbrCode(kSbrTimeNoiseBalance, noise[1][1]);
   return prepared ? std::move(made) : nullptr;
 }
 
@@ -37,7 +40,7 @@ std::unique_ptr<const SbrCodebooks> MakeCodebooks() {
 
 const SbrCodebooks* SharedSbrCodebooks() {
   static SharedObject<SbrCodebooks> shared;
-  return shared.Get(MakeCodebooks);
+  return shared.Get(MakeSbrCodebooks);
 }
 
 int ReadSbrDifference(fmp4::BitWindow& stream, const SbrCode& code) {

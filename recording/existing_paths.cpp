@@ -1,4 +1,4 @@
-#include "recording/names.h"
+#include "recording/existing_paths.h"
 
 #include <array>
 #include <filesystem>
@@ -7,6 +7,7 @@
 
 #include "base/user_error.h"
 #include "os/path_name.h"
+#include "recording/extensions.h"
 #include "recording/paths.h"
 #include "streaming/lists/manifest_reader.h"
 #include "streaming/lists/uri.h"
@@ -32,7 +33,7 @@ std::string with(Path path, const char* extension) {
 
 std::string audioPlaylistOf(const Path& audio) {
   Path path = audio;
-  path.replace_filename(audio.stem() += "A.m3u8");
+  path.replace_filename((audio.stem() += extension::kAudioPlaylistMark) += extension::kPlaylist);
   return vlName(path);
 }
 
@@ -77,10 +78,11 @@ std::optional<Path> mediaByName(const Path& list) {
   constexpr std::string_view kMaster = ".master";
   if (stem.ends_with(kMaster)) stem.resize(stem.size() - kMaster.size());
   std::array stems = {stem, std::string()};
-  if (stem.ends_with('A')) stems[1] = stem.substr(0, stem.size() - 1);
+  constexpr std::string_view kAudioMark = extension::kAudioPlaylistMark;
+  if (stem.ends_with(kAudioMark)) stems[1] = stem.substr(0, stem.size() - kAudioMark.size());
   for (const std::string& candidate : stems) {
-    for (const char* extension : {".m4v", ".ismv", ".mp4", ".m4a", ".isma"}) {
-      const Path path = Path(list).replace_filename(vlPath(candidate + extension));
+    for (const char* ending : {extension::kVideo, ".ismv", ".mp4", extension::kAudio, ".isma"}) {
+      const Path path = Path(list).replace_filename(vlPath(candidate + ending));
       if (!candidate.empty() && isFile(path)) return path;
     }
   }
@@ -88,32 +90,33 @@ std::optional<Path> mediaByName(const Path& list) {
 }
 
 Path findMedia(const Path& name) {
-  const Path extension = name.extension();
+  const Path ending = name.extension();
   std::optional<Path> media;
-  if (extension == ".m3u8") {
+  if (ending == extension::kPlaylist) {
     media = mediaInPlaylist(name);
     if (!media) media = mediaByName(name);
-  } else if (extension == ".mpd" || extension == ".xml") {
+  } else if (ending == extension::kManifest || ending == extension::kSmoothManifest) {
     media = mediaInManifest(name);
     if (!media) media = mediaByName(name);
   } else if (isFile(name)) {
     media = name;
-  } else if (contains(name, ".mp4") && isFile(with(name, ".m4v"))) {
-    media = with(name, ".m4v");  // recorded under that name
-  } else if (extension == ".m4a" && isFile(with(name, ".m4v"))) {
-    media = with(name, ".m4v");  // whose audio is lost
+  } else if (contains(name, ".mp4") && isFile(with(name, extension::kVideo))) {
+    media = with(name, extension::kVideo);  // recorded under that name
+  } else if (ending == extension::kAudio && isFile(with(name, extension::kVideo))) {
+    media = with(name, extension::kVideo);  // whose audio is lost
   }
   if (!media)
     throw UserError("'" + vlName(name) + "' belongs to no recording: it has no media file; check the name");
   // An audio file beside a video file is part of its recording.
-  if (media->extension() == ".m4a" && isFile(with(*media, ".m4v"))) return with(*media, ".m4v");
+  if (media->extension() == extension::kAudio && isFile(with(*media, extension::kVideo)))
+    return with(*media, extension::kVideo);
   return *media;
 }
 
 std::string manifestOf(const Path& video) {
-  std::string mpd = with(video, ".mpd"), xml = with(video, ".xml");
+  std::string mpd = with(video, extension::kManifest), xml = with(video, extension::kSmoothManifest);
   // Recording looks for the text in the whole path, which may have been another one then.
-  const bool smooth = contains(video, ".ism");
+  const bool smooth = contains(video, extension::kSmooth);
   if (smooth && !isFile(xml) && isFile(mpd)) return mpd;
   return smooth ? xml : mpd;
 }
@@ -124,26 +127,27 @@ std::string fileNameOf(const std::string& path) {
   return vlName(vlPath(path).filename());
 }
 
-RecordingNames namesOfAudioAlone(const std::string& audio) {
-  RecordingNames names;
-  names.audio = audio;
-  names.audioPlaylist = audioPlaylistOf(vlPath(audio));
-  return names;
+RecordingPaths pathsOfAudioAlone(const std::string& audio) {
+  RecordingPaths paths;
+  paths.audio = audio;
+  paths.audioPlaylist = audioPlaylistOf(vlPath(audio));
+  return paths;
 }
 
-RecordingNames findRecording(const std::string& name) {
+RecordingPaths findRecordingPaths(const std::string& name) {
   const Path media = findMedia(vlPath(name));
-  if (media.extension() == ".m4a" || media.extension() == ".isma") return namesOfAudioAlone(vlName(media));
-  RecordingNames names;
-  names.video = vlName(media);
-  names.manifest = manifestOf(media);
-  names.videoPlaylist = with(media, ".m3u8");
-  names.masterPlaylist = with(media, ".master.m3u8");
-  if (hasSeparateAudio(names.video)) {
-    names.audio = with(media, ".m4a");
-    names.audioPlaylist = audioPlaylistOf(vlPath(names.audio));
+  if (media.extension() == extension::kAudio || media.extension() == ".isma")
+    return pathsOfAudioAlone(vlName(media));
+  RecordingPaths paths;
+  paths.video = vlName(media);
+  paths.manifest = manifestOf(media);
+  paths.videoPlaylist = with(media, extension::kPlaylist);
+  paths.masterPlaylist = with(media, extension::kMasterPlaylist);
+  if (hasSeparateAudio(paths.video)) {
+    paths.audio = with(media, extension::kAudio);
+    paths.audioPlaylist = audioPlaylistOf(vlPath(paths.audio));
   }
-  return names;
+  return paths;
 }
 
 }  // namespace fmp4

@@ -21,12 +21,12 @@ TEST_P(Converging, OnceConvergedEqualsADecoderFromTheStart) {
   AacGenerator generator(21, options);
   std::vector<Bytes> frames;
   std::vector<Samples> expected;
-  TestDecoder whole;
+  TestDecoder entire;
   for (int i = 0; i < 300; ++i) {
     frames.push_back(
         WrapAdts({generator.NextBlock()}, {.profile = GetParam() - 1, .channelConfiguration = 3}));
-    ASSERT_EQ(0, whole.Decode(frames.back()));
-    expected.push_back(whole.Last());
+    ASSERT_EQ(0, entire.Decode(frames.back()));
+    expected.push_back(entire.Last());
   }
   TestDecoder decoder;
   ASSERT_EQ(0, decoder.Decode(frames[0]));
@@ -94,14 +94,14 @@ TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
   };
   int converged = 0;
   for (std::size_t start = 1; start < 60; start += 3) {
-    TestDecoder whole(0, 0), late(0, 0);
-    for (std::size_t i = 0; i < start; ++i) pass(whole, i);
+    TestDecoder entire(0, 0), late(0, 0);
+    for (std::size_t i = 0; i < start; ++i) pass(entire, i);
     bool before = false;
     for (std::size_t i = start; i < frames.size(); ++i) {
-      pass(whole, i);
+      pass(entire, i);
       pass(late, i);
       if (before && !isLost(i)) {
-        ASSERT_EQ(whole.Last(), late.Last()) << start << ' ' << i;
+        ASSERT_EQ(entire.Last(), late.Last()) << start << ' ' << i;
       }
       before = late.Decoder().Converged();
     }
