@@ -66,7 +66,7 @@ bool probe(const Invocation& invocation, const ProbeOptions& options) {
     else
       std::cout << (answer.accepted ? "accepted " : "refused ") << file << '\n';
     if (answer.trouble)
-      tell("'" + file + "' " + (answer.accepted ? "is accepted, but " : "") + answer.trouble->text);
+      say("'" + file + "' " + (answer.accepted ? "is accepted, but " : "") + answer.trouble->text);
     allAccepted = allAccepted && answer.accepted;
   }
   if (options.json) std::cout << list.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
