@@ -1,6 +1,6 @@
 #include "os/open_in_browser.h"
 
-#include <shellapi.h>
+#undef WIN32_LEAN_AND_MEAN  // which leaves the shell's functions out
 #include <windows.h>
 
 #include <cstdint>
