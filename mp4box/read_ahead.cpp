@@ -2,14 +2,9 @@
 
 #include <algorithm>
 
+#include "mp4box/box_header.h"
+
 namespace fmp4 {
-
-namespace {
-
-// Size, type, 64-bit size and extended type.
-constexpr std::uint64_t kMaxHeader = 32;
-
-}  // namespace
 
 std::uint64_t Mp4ReadAhead::bytes() const {
   // How many bytes larger than expected a fragment may be and still be read in one go: a few samples more,
@@ -20,7 +15,7 @@ std::uint64_t Mp4ReadAhead::bytes() const {
   const std::uint64_t fragment = fragmentBytes_ > 0 ? fragmentBytes_ + kFragmentSizeTolerance : 0;
   const std::uint64_t small = smallBoxBytes_ < kFew ? 0 : std::min(smallBoxBytes_, kMost);
   // Together with the next header.
-  return std::max(fragment, small) + kMaxHeader;
+  return std::max(fragment, small) + kMaxBoxHeaderBytes;
 }
 
 void Mp4ReadAhead::passed(const Mp4Box& box) {

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "mp4box/box.h"
+#include "mp4box/box_header.h"
 #include "mp4box/file_bytes.h"
 #include "mp4box/fragment_tree.h"
 
@@ -19,10 +20,9 @@ class FragmentBytes {
   // bytes.
   FragmentBytes(Mp4Stream& stream, const Mp4Box& moof, std::uint64_t fileSize)
       : stream_(stream), moof_(moof), fileSize_(fileSize) {
-    constexpr std::uint64_t kMaxHeader = 32;  // size, type, 64-bit size and extended type
     const std::uint64_t left = fileSize - std::min(moof.position, fileSize);
     held_ = std::min(moof.size, left);
-    if (!bytes_.fetch(stream, moof.position, std::min(held_ + kMaxHeader, left)).ok()) held_ = 0;
+    if (!bytes_.fetch(stream, moof.position, std::min(held_ + kMaxBoxHeaderBytes, left)).ok()) held_ = 0;
   }
 
   // All bytes of the fragment; none if they cannot be read, or the file ends before it does. Valid as long as

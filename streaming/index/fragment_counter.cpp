@@ -2,16 +2,11 @@
 
 #include <algorithm>
 
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/mfhd.h"
 #include "streaming/index/fragment_walk.h"
 
 namespace fmp4 {
-
-namespace {
-
-constexpr std::uint32_t kMfhd = Mp4FourCc("mfhd");
-
-}  // namespace
 
 FragmentCounter::FragmentCounter(const std::array<IndexedTrack, kTrackRoles>& tracks, FrameRate frameRate)
     : frameRate_(frameRate) {
@@ -72,7 +67,7 @@ const FragmentCounts& FragmentCounter::result() {
 const FragmentCounts& FragmentCounter::count(const Mp4Box* moof) {
   start();
   for (const Mp4Box* child = moof->first; child; child = child->next) {
-    if (child->type != kMfhd) continue;
+    if (child->type != box_type::kMfhd) continue;
     const auto* header = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(child);
     counts_.hasHeader = header != nullptr;
     if (header) counts_.sequenceNumber = header->sequenceNumber;

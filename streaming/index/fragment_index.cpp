@@ -3,21 +3,13 @@
 #include <algorithm>
 #include <new>
 
+#include "mp4box/box_header.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/sidx.h"
 #include "streaming/index/fragment_bytes.h"
 #include "streaming/index/messages.h"
 
 namespace fmp4 {
-
-namespace {
-
-constexpr std::uint32_t kMoof = Mp4FourCc("moof");
-constexpr std::uint32_t kSidx = Mp4FourCc("sidx");
-
-// Size, type, 64-bit size and extended type.
-constexpr std::uint64_t kMaxHeader = 32;
-
-}  // namespace
 
 FragmentIndex::FragmentIndex(Mp4TopLevelReader& file, const std::array<IndexedTrack, kTrackRoles>& tracks,
                              FrameRate frameRate)
@@ -101,7 +93,7 @@ void FragmentIndex::addEntry(std::uint32_t number) {
 void FragmentIndex::addIndexes() {
   // An index that cannot be read adds nothing.
   for (const Mp4Box* box = file_.root()->first; box; box = box->next) {
-    if (box->type == kSidx) static_cast<void>(addReferences(box));
+    if (box->type == box_type::kSidx) static_cast<void>(addReferences(box));
   }
   for (std::size_t i = 0;; ++i) {
     while (i == passedIndexes_.size()) {
@@ -116,7 +108,7 @@ void FragmentIndex::addAllFragments() {
   // Without any fragment of the index, those walked over are all that have been read.
   const auto walked = static_cast<std::uint32_t>(entries_.size());
   for (const Mp4Box* box = file_.root()->first; box; box = box->next) {
-    if (box->type == kMoof) addTree(box);
+    if (box->type == box_type::kMoof) addTree(box);
   }
   for (std::uint32_t i = 0; i < walked; ++i) addEntry(i);
 }
@@ -159,8 +151,8 @@ bool FragmentIndex::walkOn() {
   last_.reset();
   const Result passed = file_.passNext([this](Mp4Stream& stream, const Mp4Box& header) {
     Found found{header.position, header.end()};
-    if (header.type == kMoof) found.entry = countFragment(stream, header);
-    if (header.type == kSidx) {
+    if (header.type == box_type::kMoof) found.entry = countFragment(stream, header);
+    if (header.type == box_type::kSidx) {
       file_.note(header, readIndex(stream, header, ownIndex_));
       passedIndexes_.push_back(header.position);
     }
@@ -178,12 +170,12 @@ std::optional<FragmentIndex::Found> FragmentIndex::boxAt(std::uint64_t offset) {
   walkTo(offset);
   if (last_ && last_->start == offset) return last_;
   if (const Mp4Box* box = file_.boxAt(offset)) {
-    return Found{offset, box->end(), box->type == kMoof ? box : nullptr};
+    return Found{offset, box->end(), box->type == box_type::kMoof ? box : nullptr};
   }
   Mp4Box header;
   if (!readSeparately(offset, header).ok()) return std::nullopt;
   Found found{offset, header.end()};
-  if (header.type == kMoof) found.entry = countFragment(stream(), header);
+  if (header.type == box_type::kMoof) found.entry = countFragment(stream(), header);
   return found;
 }
 
@@ -197,7 +189,7 @@ Result FragmentIndex::indexAt(std::uint64_t offset, IndexBox& index) {
   if (index.inTree) return {};
   Mp4Box header;
   if (const Result read = readSeparately(offset, header); !read.ok()) return read;
-  if (header.type != kSidx) return Defect::BoxTypeUnexpected;
+  if (header.type != box_type::kSidx) return Defect::BoxTypeUnexpected;
   return readIndex(stream(), header, index.own);
 }
 
@@ -211,8 +203,8 @@ Result FragmentIndex::readSeparately(std::uint64_t offset, Mp4Box& header) {
   if (header.size == 0) return Defect::BoxSizeZero;
   header.father = file_.root();
   header.tree = &file_;
-  const bool isRead = header.type == kMoof || header.type == kSidx;
-  ownBytes_ = addSaturated(ownBytes_, isRead ? std::max(header.size, kMaxHeader) : kMaxHeader);
+  const bool isRead = header.type == box_type::kMoof || header.type == box_type::kSidx;
+  ownBytes_ = addSaturated(ownBytes_, std::max<std::uint64_t>(isRead ? header.size : 0, kMaxBoxHeaderBytes));
   return ownBytes_ <= fileSize() ? Result() : Defect::TooManyBoxes;
 }
 
@@ -252,7 +244,7 @@ const mp4::TrackExtendsBox* FragmentIndex::trackDefaults(std::uint32_t trackId) 
   for (const IndexedTrack& track : tracks_) {
     if (track.present() && track.trackId == trackId) return track.trex;
   }
-  if (!movieDefaults_) movieDefaults_ = readTrackDefaults(Mp4BoxChild(file_.root(), Mp4FourCc("moov")));
+  if (!movieDefaults_) movieDefaults_ = readTrackDefaults(Mp4BoxChild(file_.root(), box_type::kMoov));
   const auto found = movieDefaults_->find(trackId);
   return found != movieDefaults_->end() ? found->second : nullptr;
 }

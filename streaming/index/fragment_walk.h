@@ -5,6 +5,7 @@
 #include <span>
 
 #include "mp4box/box.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/field_reader.h"
 #include "streaming/index/box_walk.h"
@@ -32,7 +33,7 @@ struct TrackFragmentBytes {
   void forEachRun(Each each) const {
     BoxWalk children(content);
     while (children.next() == BoxWalk::Step::Box) {
-      if (children.type() == Mp4FourCc("trun")) each(RunBytes(children.payload()));
+      if (children.type() == box_type::kTrun) each(RunBytes(children.payload()));
     }
   }
 };
@@ -50,15 +51,15 @@ class FragmentWalk {
   // nothing; only the fragment's tree tells what it contains.
   [[nodiscard]] bool walk(std::span<const std::uint8_t> moof) {
     BoxWalk top(moof);
-    if (top.next() != BoxWalk::Step::Box || top.type() != Mp4FourCc("moof") ||
+    if (top.next() != BoxWalk::Step::Box || top.type() != box_type::kMoof ||
         top.payload().size() + 8 != moof.size())
       return false;
     BoxWalk children(content(top));
     BoxWalk::Step step;
     while ((step = children.next()) == BoxWalk::Step::Box) {
-      const bool isTrack = children.type() == Mp4FourCc("traf");
+      const bool isTrack = children.type() == box_type::kTraf;
       if (!countBox() || !(isTrack ? trackFragment(content(children)) : otherBox(children))) return false;
-      if (children.type() == Mp4FourCc("mfhd")) visitor_.header(children.payload());
+      if (children.type() == box_type::kMfhd) visitor_.header(children.payload());
     }
     return step == BoxWalk::Step::End;
   }
@@ -77,7 +78,7 @@ class FragmentWalk {
 
   // Whether a box between those that are counted changes nothing: one without children that is always read.
   static bool otherBox(const BoxWalk& box) {
-    if (box.type() == Mp4FourCc("mfhd") || box.type() == Mp4FourCc("tfhd") || box.type() == Mp4FourCc("tfdt"))
+    if (box.type() == box_type::kMfhd || box.type() == box_type::kTfhd || box.type() == box_type::kTfdt)
       return true;
     const Mp4BoxReader reader = Mp4FindBoxType(box.type()).reader;
     return reader == Mp4ReadLeaf || reader == Mp4ReadUnknown || reader == Mp4ReadMediaData;
@@ -91,9 +92,9 @@ class FragmentWalk {
     BoxWalk children(traf);
     BoxWalk::Step step;
     while ((step = children.next()) == BoxWalk::Step::Box) {
-      const bool isRun = children.type() == Mp4FourCc("trun");
+      const bool isRun = children.type() == box_type::kTrun;
       if (!countBox() || (!isRun && !otherBox(children))) return false;
-      fragment.headerLast = children.type() == Mp4FourCc("tfhd");
+      fragment.headerLast = children.type() == box_type::kTfhd;
       if (!fragment.headerLast) continue;
       header = children.payload();
       ++headers;

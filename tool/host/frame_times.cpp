@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "base/codec_code.h"
 #include "base/user_error.h"
+#include "mp4box/box_type.h"
 #include "streaming/index/fragment_bytes.h"
 #include "tool/source/source_tracks.h"
 
@@ -18,14 +20,14 @@ FrameTimes::FrameTimes(const std::string& name) : file_(openedFiles(name).media)
 
 void FrameTimes::openVideo() {
   for (SourceTrack& track : readMovie(file_.movie(), file_.root()->size)) {
-    const bool isVideo = track.codec == Mp4FourCc("avc1") || track.codec == Mp4FourCc("hvc1");
+    const bool isVideo = track.codec == kAvc1 || track.codec == kHvc1;
     if (!isVideo || !video_.empty()) continue;
     track.samples.clear();  // the plug-in reads fragments alone
     video_.push_back(std::move(track));
   }
   if (!video_.empty() && video_.front().timescale == 0) video_.clear();
   for (Mp4Box* box = file_.root()->first; box && !video_.empty(); box = box->next)
-    if (box->type == Mp4FourCc("moof")) addFragment(box);
+    if (box->type == box_type::kMoof) addFragment(box);
 }
 
 void FrameTimes::addFragment(Mp4Box* moof) {
@@ -37,7 +39,7 @@ bool FrameTimes::readOn() {
   video_.front().samples.clear();
   bool readable = true;
   const auto visit = [&](Mp4Stream& stream, const Mp4Box& box) {
-    if (box.type != Mp4FourCc("moof")) return;
+    if (box.type != box_type::kMoof) return;
     std::unique_ptr<Mp4Tree> tree;
     readable = FragmentBytes(stream, box, file_.root()->size).readTree(tree).ok();
     if (readable) addFragment(tree->root()->first);

@@ -71,7 +71,7 @@ void describeCodec(Mp4Stream& stream, Mp4Box* entry, const SourceTrack* source, 
   track.layout = layoutOfCount(audio->channels());
   if (const auto* ac3 = payloadIn<mp4::AC3SpecificBox>(entry, "dac3")) {
     track.layout = ac3Layout(*ac3);
-  } else if (entry->type == Mp4FourCc("mp4a") && source) {
+  } else if (entry->type == kMp4a && source) {
     if (const char* other = Mp4OtherAudioCodec(source->objectType)) track.codecName = other;
     track.profile = aacProfile(config);
     if (const ChannelLayout layout = aacLayout(config); layout.channels != 0) track.layout = layout;
@@ -116,7 +116,7 @@ void addTracksOf(const std::string& path, std::vector<MediaTrack>& tracks) {
   if (!file.isOpen()) return;
   const std::vector<CountedTrack> counted = countedTracks(file);
   const std::size_t first = tracks.size();
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), Mp4FourCc("trak"), i); ++i) {
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), box_type::kTrak, i); ++i) {
     tracks.push_back(describe(file, trak, i, i < counted.size() ? &counted[i] : nullptr));
     tracks.back().file = vlName(vlPath(path).filename());
     tracks.back().read = true;

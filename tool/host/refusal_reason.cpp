@@ -77,7 +77,7 @@ Refusal withoutMovie(MovieFile& movie, const std::string& file) {
 
 Refusal withoutFragments(MovieFile& movie, const std::string& file) {
   const MovieSamples samples = movie.movieSamples();
-  if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), Mp4FourCc("mvex")))
+  if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), box_type::kMvex))
     return {"initialisation-segment",
             "is an initialisation segment alone: it has no movie fragments. Put its media segments after it, "
             "cat init.mp4 segment.m4s > complete.mp4"};

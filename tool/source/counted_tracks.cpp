@@ -2,6 +2,7 @@
 
 #include "base/exact_time.h"
 #include "base/user_error.h"
+#include "mp4box/box_type.h"
 #include "streaming/index/fragment_bytes.h"
 #include "streaming/index/fragment_walk.h"
 #include "streaming/index/track_defaults.h"
@@ -41,8 +42,8 @@ class SampleSums {
   }
   void addTree(Mp4Box* moof) {
     for (Mp4Box* traf = moof->first; traf; traf = traf->next) {
-      if (traf->type != Mp4FourCc("traf")) continue;
-      const auto* header = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(Mp4BoxChild(traf, Mp4FourCc("tfhd")));
+      if (traf->type != box_type::kTraf) continue;
+      const auto* header = Mp4PayloadOf<mp4::TrackFragmentHeaderBox>(Mp4BoxChild(traf, box_type::kTfhd));
       if (!header) continue;
       add(*header, [traf](const auto& each) {
         for (const Mp4Box* child = traf->first; child; child = child->next)
@@ -111,15 +112,15 @@ void checkCounts(const SampleSums& sums, std::uint64_t fileSize) {
 
 std::vector<CountedTrack> countTracks(Mp4TopLevelReader& file) {
   const std::uint64_t fileSize = file.root()->size;
-  Mp4Box* const moov = Mp4BoxChild(file.root(), Mp4FourCc("moov"));
+  Mp4Box* const moov = Mp4BoxChild(file.root(), box_type::kMoov);
   if (!moov) throw UserError("the source holds no movie box; give an MP4 file");
   std::vector<SourceTrack> tracks = readMovie(moov, fileSize);
   SampleSums sums(moov, tracks);
   for (Mp4Box* box = file.root()->first; box; box = box->next)
-    if (box->type == Mp4FourCc("moof")) sums.addTree(box);
+    if (box->type == box_type::kMoof) sums.addTree(box);
   bool readable = true;
   const auto visit = [&](Mp4Stream& stream, const Mp4Box& box) {
-    if (box.type == Mp4FourCc("moof")) readable = addFragment(stream, box, fileSize, sums);
+    if (box.type == box_type::kMoof) readable = addFragment(stream, box, fileSize, sums);
   };
   do checkCounts(sums, fileSize);
   while (file.passNext(visit).ok() && readable);
