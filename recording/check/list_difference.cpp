@@ -13,9 +13,28 @@ using tinyxml2::XMLAttribute;
 using tinyxml2::XMLElement;
 
 // Longest part of a text that a message quotes, in bytes.
-std::string quoted(std::string_view text) {
-  constexpr std::size_t kMax = 120;
-  return text.size() <= kMax ? jsonText(text) : jsonText(text.substr(0, kMax)) + "...";
+constexpr std::size_t kMaxQuoted = 120;
+
+// `text` from `start` on.
+std::string quoted(std::string_view text, std::size_t start = 0) {
+  const std::string_view part = text.substr(start, kMaxQuoted);
+  return (start != 0 ? "..." : "") + jsonText(part) + (start + part.size() < text.size() ? "..." : "");
+}
+
+// Where texts that are too long to quote differ, a little of what they share before it.
+std::size_t startOfDifference(std::string_view one, std::string_view other) {
+  constexpr std::size_t kContext = 40;
+  if (std::max(one.size(), other.size()) <= kMaxQuoted) return 0;
+  const auto end = std::mismatch(one.begin(), one.end(), other.begin(), other.end()).first;
+  std::size_t start = static_cast<std::size_t>(end - one.begin());
+  start -= std::min(start, kContext);
+  while (start != 0 && (one[start] & 0xC0) == 0x80) --start;  // to the start of a UTF-8 character
+  return start;
+}
+
+std::string butTheMediaSay(std::string_view actual, std::string_view expected) {
+  const std::size_t start = startOfDifference(actual, expected);
+  return quoted(actual, start) + ", but the media say " + quoted(expected, start);
 }
 
 // Removes the next line from `text` and returns it without its line end, which may be that of Windows.
@@ -51,8 +70,8 @@ std::string attributeDifference(const XMLElement* expected, const XMLElement* ac
     if (!actualOne)
       return placeOf(expected) + " lacks " + expectedOne->Name() + "=" + quoted(expectedOne->Value());
     if (std::string_view(actualOne) != expectedOne->Value())
-      return placeOf(expected) + " has " + expectedOne->Name() + "=" + quoted(actualOne) +
-             ", but the media say " + quoted(expectedOne->Value());
+      return placeOf(expected) + " has " + expectedOne->Name() + "=" +
+             butTheMediaSay(actualOne, expectedOne->Value());
   }
   for (const XMLAttribute* actualOne = actual->FirstAttribute(); actualOne; actualOne = actualOne->Next()) {
     if (!expected->Attribute(actualOne->Name()))
@@ -67,8 +86,8 @@ std::string elementDifference(const XMLElement* expected, const XMLElement* actu
     return quoted(actual->Name()) + " is where " + placeOf(expected) + " should";
   std::string difference = attributeDifference(expected, actual);
   if (difference.empty() && std::string_view(orEmpty(expected->GetText())) != orEmpty(actual->GetText()))
-    difference = placeOf(expected) + " says " + quoted(orEmpty(actual->GetText())) + ", but the media say " +
-                 quoted(orEmpty(expected->GetText()));
+    difference = placeOf(expected) + " says " +
+                 butTheMediaSay(orEmpty(actual->GetText()), orEmpty(expected->GetText()));
   const XMLElement* expectedChild = expected->FirstChildElement();
   const XMLElement* actualChild = actual->FirstChildElement();
   for (; difference.empty() && expectedChild && actualChild;
@@ -92,8 +111,7 @@ std::string playlistDifference(std::string_view expected, std::string_view actua
       return "it ends before line " + std::to_string(line) + ", " + quoted(expectedLine);
     }
     if (actualLine != expectedLine || !ended)
-      return "line " + std::to_string(line) + " says " + quoted(actualLine) + ", but the media say " +
-             quoted(expectedLine);
+      return "line " + std::to_string(line) + " says " + butTheMediaSay(actualLine, expectedLine);
   }
   return actual.empty() ? "" : "it continues after its end with " + quoted(takeLine(actual));
 }

@@ -112,7 +112,7 @@ TEST(JsonDocument, NamesTheKeysOfFramesAndBoxes) {
   expectDocumented("fmp4 boxes --json FILE", printedBy({"boxes", "--json", file}));
 }
 
-TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
+TEST(JsonDocument, NamesTheKeysOfPackageVerifyRepairAndTheServersList) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"),
             videoInput(1) + toneInput(1) + h264Codec() + Arguments{"-c:a", "aac"} + fragmented());
@@ -124,6 +124,7 @@ TEST(JsonDocument, NamesTheKeysOfPackageVerifyAndTheServersList) {
   const TempFolder other;
   writeFile(other.file("text.m4v"), {'x'});
   expectDocumented("fmp4 verify --json FOLDER", printedBy({"verify", "--json", other.path().string()}));
+  expectDocumented("fmp4 repair --json NAME", printedBy({"repair", "--json", media.string()}));
   expectDocumented("/recordings.json", json::parse(recordingsJson(listRecordings(folder.path()))));
 }
 

@@ -25,6 +25,22 @@ TEST(PlaylistDifference, NamesTheFirstLineThatDiffers) {
             "line 2 says \"\\u001b[31m\", but the media say \"#EXTINF:1.000,\"");
 }
 
+TEST(PlaylistDifference, QuotesLongLinesFromShortlyBeforeWhereTheyDiffer) {
+  const std::string start(200, 'a'), context(40, 'a'), end(200, 'z');
+  EXPECT_EQ(playlistDifference(start + "b" + end + '\n', start + "c\n"),
+            "line 1 says ...\"" + context + "c\", but the media say ...\"" + context + 'b' +
+                std::string(79, 'z') + "\"...");
+  EXPECT_EQ(playlistDifference("b" + end + '\n', "c\n"),
+            "line 1 says \"c\", but the media say \"b" + std::string(119, 'z') + "\"...");
+  EXPECT_EQ(playlistDifference(start + "\u00E9b\n", start + "\u00E9c\n"),
+            "line 1 says ...\"" + std::string(38, 'a') + "\\u00e9c\", but the media say ...\"" +
+                std::string(38, 'a') + "\\u00e9b\"");
+  EXPECT_EQ(playlistDifference(start + "\u00E9" + std::string(39, 'a') + "b\n",
+                               start + "\u00E9" + std::string(39, 'a') + "c\n"),
+            "line 1 says ...\"\\u00e9" + std::string(39, 'a') + "c\", but the media say ...\"\\u00e9" +
+                std::string(39, 'a') + "b\"");
+}
+
 constexpr char kManifest[] =
     "<MPD a=\"1\"><Set/><Set><Url r=\"0-1\"/><Url r=\"2-3\"/></Set><Base>out.m4v</Base></MPD>";
 

@@ -148,6 +148,30 @@ TEST_F(LostFiles, ADryRunSaysWhatRepairDoesAndChangesNothing) {
   EXPECT_EQ(fmp4({"repair", "-n", name_}).out, name_ + ": nothing to repair\n");
 }
 
+TEST_F(LostFiles, RepairReportsAsJson) {
+  writeFile(folder_.file("out.mpd.4528-4"), {'<'});
+  const auto report = [this](const std::vector<std::string>& options) {
+    std::vector<std::string> command = {"repair", "--json", name_};
+    command.insert(command.end(), options.begin(), options.end());
+    return nlohmann::json::parse(fmp4(command).out);
+  };
+  const auto expected = [this](bool dryRun, bool intact, const std::vector<std::string>& actions) {
+    return nlohmann::json{{"recording", name_},
+                          {"dryRun", dryRun},
+                          {"intact", intact},
+                          {"actions", actions},
+                          {"notes", nlohmann::json::array()}};
+  };
+  EXPECT_EQ(report({"--dry-run"}), expected(true, false, {"out.mpd.4528-4: to be removed"}));
+  EXPECT_EQ(report({}), expected(false, true, {"out.mpd.4528-4: removed"}));
+  EXPECT_EQ(report({}), expected(false, true, {}));
+  std::filesystem::remove(folder_.file("out.m4v"));
+  const nlohmann::json several = report({folder_.file("missing.mpd")});
+  ASSERT_EQ(several.size(), 2u);
+  EXPECT_EQ(several[1]["recording"], folder_.file("missing.mpd"));
+  EXPECT_TRUE(several[1]["error"].is_string());
+}
+
 TEST_F(LostFiles, RepairSaysThatTheTracksEndFarApart) {
   const TempFolder folder;
   makeMedia(folder.file("source.mp4"), videoInput(4, "25", "160x96") + toneInput(4) + h264Codec(5, 0) +

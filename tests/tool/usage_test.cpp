@@ -41,7 +41,7 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"package", "file"}, std::vector<std::string>{"package", "--output", "out"},
         std::vector<std::string>{"package", "file", "--output", "out", "--gop", "0"},
         std::vector<std::string>{"boxes"}, std::vector<std::string>{"verify"},
-        std::vector<std::string>{"repair"}, std::vector<std::string>{"repair", "--json", "file"},
+        std::vector<std::string>{"repair"}, std::vector<std::string>{"repair", "--decode", "file"},
         std::vector<std::string>{"version", "file"}, std::vector<std::string>{"probe", "--plugin"}));
 
 TEST(Usage, AskedForAnUnknownCommandItNamesTheClosest) {

@@ -10,7 +10,9 @@
 #include "recording/existing_paths.h"
 #include "tool/check/decode_check.h"
 #include "tool/check/recording_names.h"
+#include "tool/check/report_list.h"
 #include "tool/commands/commands.h"
+#include "tool/terminal/messages.h"
 #include "tool/terminal/recording_progress.h"
 
 namespace fmp4 {
@@ -98,24 +100,21 @@ class Report {
 
   void add(const Verification& result, const std::string& name) {
     if (json_)
-      list_.push_back(jsonOf(result, name));
+      list_.add(jsonOf(result, name));
     else
       printResult(result, name);
   }
   void addError(const std::string& error, const std::string& name) {
-    if (json_) list_.push_back({{"recording", name}, {"error", error}});
-    std::cerr << "fmp4: " << error << '\n';
+    if (json_) list_.addError(name, error);
+    sayFailure(error);
   }
-  // `several`: a list, however long it is.
   void end(bool several) const {
-    if (json_)
-      std::cout << (several ? list_ : list_.front()).dump(2, ' ', true, Json::error_handler_t::replace)
-                << '\n';
+    if (json_) list_.print(several);
   }
 
  private:
   bool json_;
-  Json list_ = Json::array();
+  ReportList list_;
 };
 
 bool verify(const Invocation& invocation, const VerifyOptions& options) {
