@@ -47,7 +47,7 @@ class Mp4TopLevelReader final : public Mp4Tree {
   template <class Read>
   Result next(Read read);
   Result appendFrom(Mp4Stream& source);
-  // Mp4AdmitBox for the next box, which `source` is at; a 32-bit size is told by the header's bytes alone.
+  // Mp4AdmitBox for the next box, which `source` is at. A header of eight bytes is read where it lies.
   Result admitNext(Mp4Stream& source, Mp4Box& header);
 
   Mp4Stream& stream_;
