@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
@@ -58,7 +60,8 @@ TEST(Probe, SaysOfAcceptedFilesWhyTheyWillNotOpen) {
   const TempFolder folder;
   makeMedia(folder.file("clip.mp4"), videoInput(0.2) + h264Codec() + fragmented());
   for (const char* name : {"clip.m4s", "clip.cmfv", "clip.M4S"})
-    std::filesystem::copy(folder.file("clip.mp4"), folder.file(name));
+    std::filesystem::copy(folder.file("clip.mp4"), folder.file(name),
+                          std::filesystem::copy_options::overwrite_existing);  // case may not count
   std::filesystem::create_directory(folder.file("dash"));
   runOrThrow({"ffmpeg", "-nostdin", "-v", "error", "-i", folder.file("clip.mp4"), "-c", "copy", "-f", "dash",
               folder.file("dash/manifest.mpd")});
@@ -89,12 +92,12 @@ TEST(Probe, GivesAReasonAsJson) {
     writeFile(file, {content.begin(), content.end()});
     return nlohmann::ordered_json::parse(fmp4({"-q", "probe", "-j", file}).out)[0].dump();
   };
-  const std::string start = R"({"file":")" + file + R"(","accepted":false,"code":)";
+  const std::string name = R"({"file":)" + jsonText(file), start = name + R"(,"accepted":false,"code":)";
   EXPECT_EQ(answerFor(""), start + R"("empty","why":"is empty"})");
   EXPECT_EQ(answerFor("text that is no MP4"), start + R"("not-mp4","why":"is not MP4"})");
   makeMedia(file, videoInput(0.2) + h264Codec() + fragmented());
   EXPECT_EQ(nlohmann::ordered_json::parse(fmp4({"-q", "probe", "-j", file}).out)[0].dump(),
-            R"({"file":")" + file + R"(","accepted":true})");
+            name + R"(,"accepted":true})");
 }
 
 TEST(Probe, QuietHidesTheHostsLogAndNotTheReason) {
