@@ -38,7 +38,7 @@ std::string makeSource(const TempFolder& folder) {
 
 Measured package(const TempFolder& folder, const std::string& source) {
   return measureProgram(
-      {VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("out.mp4")});
+      {VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--force", "--output", folder.file("out.mp4")});
 }
 
 bool packaging(const TempFolder& folder, const std::string& source) {
