@@ -1,7 +1,9 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <iterator>
 
 namespace fmp4 {
 
@@ -39,12 +41,18 @@ std::string clockText(double seconds) {
   const auto milliseconds = seconds >= 0 && seconds < kMax
                                 ? static_cast<std::uint64_t>(std::llround(seconds * 1000))
                                 : std::uint64_t{0};
-  const auto padded = [](std::uint64_t value, std::size_t digits) {
-    std::string text = std::to_string(value);
-    return text.size() < digits ? std::string(digits - text.size(), '0') + text : text;
+  std::string text;
+  const auto add = [&text](std::uint64_t value, std::size_t digits, const char* separator) {
+    char decimal[20];
+    const auto end = std::to_chars(std::begin(decimal), std::end(decimal), value).ptr;
+    const auto length = static_cast<std::size_t>(end - decimal);
+    text.append(digits - std::min(length, digits), '0').append(decimal, length).append(separator);
   };
-  return padded(milliseconds / 3'600'000, 2) + ':' + padded(milliseconds / 60'000 % 60, 2) + ':' +
-         padded(milliseconds / 1000 % 60, 2) + '.' + padded(milliseconds % 1000, 3);
+  add(milliseconds / 3'600'000, 2, ":");
+  add(milliseconds / 60'000 % 60, 2, ":");
+  add(milliseconds / 1000 % 60, 2, ".");
+  add(milliseconds % 1000, 3, "");
+  return text;
 }
 
 std::string fourCcText(std::uint32_t code) {

@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <random>
@@ -59,9 +61,23 @@ std::string signedClockText(double seconds) {
   return (seconds <= -0.0005 ? "-" : "") + clockText(std::abs(seconds));
 }
 
-std::string timesAsCsv(const std::optional<FrameTime>& time) {
-  if (!time) return ",";
-  return clockText(time->decodeSeconds()) + ',' + signedClockText(time->presentationSeconds);
+// A line as CSV. The columns of captions are empty for most frames.
+void appendCsv(std::string& line, const Row& row) {
+  const auto addNumber = [&line](auto number) {
+    char decimal[16];
+    line.append(decimal, std::to_chars(std::begin(decimal), std::end(decimal), number).ptr) += ',';
+  };
+  addNumber(row.frame);
+  addNumber(row.size);
+  addNumber(int{row.key});
+  addNumber(row.compositionOffset);
+  line.append(hexText(row.crc32, 8)) += ',';
+  line.append(row.cc608) += ',';
+  line.append(row.cc708) += ',';
+  if (row.time) line += clockText(row.time->decodeSeconds());
+  line += ',';
+  if (row.time) line += signedClockText(row.time->presentationSeconds);
+  line += '\n';
 }
 
 std::string timesAsJson(const std::optional<FrameTime>& time) {
@@ -85,16 +101,16 @@ class RowPrinter {
   }
   void print(Row row) {
     row.time = times_.of(row.frame, row.size);
-    const std::string crc = hexText(row.crc32, 8);
     if (json_) {
       std::cout << (first_ ? "\n" : ",\n") << "{\"frame\": " << row.frame << ", \"size\": " << row.size
                 << ", \"key\": " << row.key << ", \"compositionOffset\": " << row.compositionOffset
-                << ", \"crc32\": \"" << crc << "\", \"cc608\": \"" << row.cc608 << "\", \"cc708\": \""
-                << row.cc708 << '"' << timesAsJson(row.time) << '}';
+                << ", \"crc32\": \"" << hexText(row.crc32, 8) << "\", \"cc608\": \"" << row.cc608
+                << "\", \"cc708\": \"" << row.cc708 << '"' << timesAsJson(row.time) << '}';
       first_ = false;
     } else {
-      std::cout << row.frame << ',' << row.size << ',' << row.key << ',' << row.compositionOffset << ','
-                << crc << ',' << row.cc608 << ',' << row.cc708 << ',' << timesAsCsv(row.time) << '\n';
+      line_.clear();
+      appendCsv(line_, row);
+      std::cout << line_;
     }
   }
   void end() {
@@ -105,6 +121,7 @@ class RowPrinter {
   FrameTimes& times_;
   bool json_;
   bool first_ = true;
+  std::string line_;  // keeps its memory
 };
 
 // The frames of a range, each once, in an order that depends on the seed alone: the C++ standard specifies
