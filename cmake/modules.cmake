@@ -1,6 +1,6 @@
 # Settings shared by all modules: warnings as errors in our own code, sanitizers on request.
 
-option(VL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+set(VL_SANITIZE "" CACHE STRING "Sanitizers to build with: address,undefined or thread; none by default")
 option(VL_FUZZ "Build the fuzz targets, and every library so that they see what it covers; needs Clang" OFF)
 if(VL_FUZZ AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   message(FATAL_ERROR "VL_FUZZ needs Clang")
@@ -8,7 +8,7 @@ endif()
 
 # Not checked: the type of a function called through a pointer. Hosts, the tool and the tests declare the
 # plug-in's exports in terms of their own base class.
-set(VL_SANITIZERS -fsanitize=address,undefined -fno-sanitize-recover=undefined
+set(VL_SANITIZERS -fsanitize=${VL_SANITIZE} -fno-sanitize-recover=undefined
   $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
 
 # What hardens a program at next to no cost, as distributions build theirs; scripts/test_packages.sh checks it. The

@@ -136,6 +136,8 @@ if [[ $gear == all ]]; then
   compiled asan
   step "tests asan" run_tests asan --label-exclude matrix
   step "fuzz" fuzz_all
+  compiled tsan
+  step "tests tsan" run_tests tsan
   if ! scripts/setup.sh windows; then
     not_run="; NOT RUN, for its packages cannot be installed: everything for Windows"
   else
@@ -161,7 +163,7 @@ checks="format, layers"
 if [[ $gear != quick ]]; then checks+=", headers"; fi
 if [[ $gear == all ]]; then
   players=$(awk '/^ℹ pass/ { print $3 }' build/dev/players.log)
-  passed=$((passed + $(tests_run asan) + players))
+  passed=$((passed + $(tests_run asan) + $(tests_run tsan) + players))
   if [[ -z $not_run ]]; then checks="and $(tests_run windows) as Windows programs, $checks"; fi
   checks+=", clang-tidy, packages"
 fi

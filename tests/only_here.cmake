@@ -30,6 +30,8 @@ set(VL_LINUX_TESTS
   plugin/posix/exports_test.cpp
   # The open files of a process, as Linux lists them.
   plugin/posix/probe_test.cpp
+  # The threads of a process, as Linux lists them.
+  threads/posix/no_threads_test.cpp
   # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows
   # binds names to libraries.
   corrupt_test
