@@ -13,6 +13,8 @@ set(VL_LINUX_TESTS
   tool/posix/closed_pipe_test.cpp
   # The program runs ffmpeg, which on Windows is not that of the development machine.
   tool/posix/export_picture_test.cpp
+  # Clients without a library.
+  tool/posix/serve_limits_test.cpp
   # Names of bytes that are no text, and symbolic links.
   tool/posix/links_test.cpp
   tool/posix/names_test.cpp

@@ -76,7 +76,10 @@ WebServer::WebServer(const std::filesystem::path& media, const std::filesystem::
   server_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
   server_.set_keep_alive_timeout(kKeepAliveSeconds);
   server_.set_tcp_nodelay(true);
-  server_.set_socket_options(claimPort);
+  server_.set_socket_options([this](socket_t socket) {
+    claimPort(socket);
+    socket_ = socket;
+  });
   server_.set_default_headers({{"Cache-Control", "no-store"},
                                {"X-Content-Type-Options", "nosniff"},
                                {"Cross-Origin-Resource-Policy", "same-origin"}});
@@ -99,6 +102,8 @@ int WebServer::start(int port) {
     throw UserError("port " + std::to_string(port) +
                     " cannot be opened; is it in use? Give another with --port; 0 picks a free one");
   if (port <= 0) throw UserError("no port can be opened on " + std::string(kAddress));
+  // Clients that connect at once wait here for their turn; the library has room for five.
+  ::listen(socket_, SOMAXCONN);
   answering_ = std::thread([this] { server_.listen_after_bind(); });
   // The library does not stop a server that has not started.
   while (!server_.is_running()) std::this_thread::yield();

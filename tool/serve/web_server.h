@@ -35,6 +35,7 @@ class WebServer {
   ServedFolder media_;
   ServedFolder page_;
   httplib::Server server_;
+  socket_t socket_ = INVALID_SOCKET;  // that the server listens on; owned by it
   std::thread answering_;
 };
 
