@@ -15,6 +15,7 @@ struct FrameRate {
 
   bool known() const { return numerator != 0 && denominator != 0; }
   double value() const { return denominator ? static_cast<double>(numerator) / denominator : 0.0; }
+  bool operator==(const FrameRate&) const = default;
 };
 
 // value * multiplier / divisor, truncated, with an exact intermediate product. Saturates at the largest

@@ -55,7 +55,7 @@ int main() {
   met = report("processor time of opening and closing over that of a plain walk",
                ratioOf(opened, walked, &Measured::cpuSeconds), "<=", 1.5) &&
         met;
-  // The program goes through the fragments once more: their samples add up to bit rates.
+  // The program also adds up all samples, for their bit rates, from what the plug-in reads.
   std::vector<Measured> info;
   walked.clear();
   alternate(
@@ -65,7 +65,7 @@ int main() {
       },
       walk);
   met = report("processor time of fmp4 info over that of a plain walk",
-               ratioOf(info, walked, &Measured::cpuSeconds), "<=", 2.75) &&
+               ratioOf(info, walked, &Measured::cpuSeconds), "<=", 2.2) &&
         met;
 
   std::vector<Measured> ours, theirs;

@@ -14,8 +14,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // Unknown, or a fraction with a non-zero divisor.
   if (rate.denominator == 0 || (rate.numerator == 0 && rate.denominator != 1)) std::abort();
 
-  tinyxml2::XMLDocument document;
-  if (parseManifestDocument(text, document)) readManifest(document);
+  // The same manifest with its segment lists as elements and as numbers.
+  tinyxml2::XMLDocument whole, rest;
+  SegmentRuns runs;
+  const bool parsed = parseManifestDocument(text, whole);
+  if (parseManifestDocument(text, rest, runs) != parsed) std::abort();
+  if (parsed && readManifest(whole) != readManifest(rest, runs)) std::abort();
   return 0;
 }
 

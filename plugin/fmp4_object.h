@@ -11,6 +11,7 @@
 
 namespace fmp4 {
 
+class LastManifest;
 class Source;
 
 class CMFFmp4 : public CAMediaFile {
@@ -60,7 +61,7 @@ class CMFFmp4 : public CAMediaFile {
   // open.cpp
   std::uint32_t openRead();
   std::uint32_t openWrite();
-  std::unique_ptr<CMFFmp4> openAudioFile(const std::string& path) const;
+  std::unique_ptr<CMFFmp4> openAudioFile(const std::string& path, LastManifest* manifest) const;
 
   // object.cpp: the object of the audio file beside this one; null if there is none.
   CMFFmp4* companion() const;
@@ -81,6 +82,8 @@ class CMFFmp4 : public CAMediaFile {
   // While open, one of the two.
   std::unique_ptr<Source> m_source;
   std::unique_ptr<Recorder> m_recorder;
+  // While the object whose companion this is opens it: the manifest of both.
+  LastManifest* m_lastManifest = nullptr;
 };
 
 }  // namespace fmp4

@@ -19,12 +19,15 @@ std::uint32_t CMFFmp4::Open(const char* fileName, std::uint32_t access, std::uin
 }
 
 std::uint32_t CMFFmp4::openRead() {
+  LastManifest own;
+  LastManifest& manifest = m_lastManifest ? *m_lastManifest : own;
   m_source = std::make_unique<Source>(host());
-  if (const std::uint32_t result = m_source->open(m_fileName, m_openFlags); result != VL_OK) return result;
+  if (const std::uint32_t result = m_source->open(m_fileName, m_openFlags, manifest); result != VL_OK)
+    return result;
   m_handle = m_source->handle();
   // If the audio file beside the video cannot be opened, the video opens alone.
   if (const std::string& path = m_source->companionPath(); !path.empty()) {
-    if (auto companion = openAudioFile(path)) m_source->join(std::move(companion));
+    if (auto companion = openAudioFile(path, &manifest)) m_source->join(std::move(companion));
   }
   m_source->completeDescription();
   qvrInfoSet(this, &m_info);
@@ -40,11 +43,14 @@ std::uint32_t CMFFmp4::openWrite() {
   return result;
 }
 
-// Opens an audio file in an object of its own, with the arguments of this object's open. Null on failure.
-std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path) const {
+// Opens an audio file in an object of its own, with the arguments of this object's open and, unless it is
+// null, the manifest that this object has read. Null on failure.
+std::unique_ptr<CMFFmp4> CMFFmp4::openAudioFile(const std::string& path, LastManifest* manifest) const {
   auto file = std::make_unique<CMFFmp4>(kFileTypeCode);
+  file->m_lastManifest = manifest;
   const std::uint32_t result = file->Open(path.c_str(), m_access, m_share, m_security, m_creation,
                                           m_attributes, m_openFlags | MF_OPEN_AUDIO_ONLY);
+  file->m_lastManifest = nullptr;
   if (result != VL_OK) file.reset();
   return file;
 }

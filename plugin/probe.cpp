@@ -26,7 +26,8 @@ namespace {
 
 std::uint32_t probeManifest(const char* fileName) {
   tinyxml2::XMLDocument document;
-  if (loadManifestDocument(fileName, document) && document.FirstChildElement("MPD")) return VL_OK;
+  SegmentRuns runs;
+  if (loadManifestDocument(fileName, document, runs) && document.FirstChildElement("MPD")) return VL_OK;
   return messages::fail(messages::kNoManifest);
 }
 

@@ -142,7 +142,7 @@ void CMFFmp4::addAudioHolder(std::uint32_t pair) {
 // audio.
 void CMFFmp4::describeToCompanion() {
   if (const std::string path = m_recorder->companionPath(); !path.empty())
-    m_recorder->join(openAudioFile(path));
+    m_recorder->join(openAudioFile(path, nullptr));
   if (CMFFmp4* const companion = m_recorder->companion())
     companion->SetFileInfo(m_audioMask, nullptr, nullptr, &m_audio, nullptr);
 }

@@ -18,6 +18,7 @@
 #include "streaming/index/fragment_index.h"
 #include "streaming/index/track_cursor.h"
 #include "streaming/index/track_defaults.h"
+#include "streaming/lists/file_set.h"
 #include "streaming/lists/manifest_reader.h"
 
 namespace fmp4 {
@@ -40,9 +41,10 @@ class Source {
   Source& operator=(const Source&) = delete;
 
   // Opens the file of this name, or of the manifest of this name, and describes its tracks. `openFlags` are
-  // MF_OPEN_*. Called once, before all else; if it fails, only destruction may follow. completeDescription
-  // ends a successful open.
-  [[nodiscard]] std::uint32_t open(const char* fileName, std::uint32_t openFlags);
+  // MF_OPEN_*; `lastManifest` is used for the call alone, and then holds the file's manifest if it has one.
+  // Called once, before all else; if it fails, only destruction may follow. completeDescription ends a
+  // successful open.
+  [[nodiscard]] std::uint32_t open(const char* fileName, std::uint32_t openFlags, LastManifest& lastManifest);
   // The handle of the open file, which the source owns.
   VLHANDLE handle() const { return handle_; }
   // The path of the audio file that belongs beside the open one; empty if there is none.
@@ -90,7 +92,7 @@ class Source {
   std::uint32_t nominalDuration(const IndexedTrack& track);
 
   // source_describe.cpp
-  std::uint32_t describeTracks(const std::optional<Manifest>& manifest);
+  std::uint32_t describeTracks(const Manifest* manifest);
   bool describeFrameRate();
   std::uint32_t audioLength(std::uint64_t stated) const;
 

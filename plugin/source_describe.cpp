@@ -24,7 +24,7 @@ std::string noTracks(const Mp4DefectList& defects) {
 }  // namespace
 
 // Describes the source from its tracks, and from the manifest where the tracks lack information.
-std::uint32_t Source::describeTracks(const std::optional<Manifest>& manifest) {
+std::uint32_t Source::describeTracks(const Manifest* manifest) {
   if (manifest) {
     if (manifest->width) host_.video.bitmap.width = static_cast<std::int32_t>(*manifest->width);
     if (manifest->height) host_.video.bitmap.height = static_cast<std::int32_t>(*manifest->height);

@@ -29,14 +29,15 @@ Source::~Source() {
   for (const auto& track : audioTracks_) track->closeDecoder();
 }
 
-std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags) {
+std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags, LastManifest& lastManifest) {
   openFlags_ = openFlags;
   const bool audioOnly = (openFlags & MF_OPEN_AUDIO_ONLY) != 0;
   FileSet files = findFileSet(fileName, audioOnly);
-  const std::optional<Manifest> manifest = loadManifest(files);
+  const Manifest* const manifest = loadManifest(files, lastManifest);
   // Without a video file the audio file is the main one.
   const bool fromAudio = audioOnly || files.video.empty();
-  const ManifestTrack segments = !manifest ? ManifestTrack{} : fromAudio ? manifest->audio : manifest->video;
+  const ManifestTrack none;
+  const ManifestTrack& segments = !manifest ? none : fromAudio ? manifest->audio : manifest->video;
   const std::string& source = fromAudio ? files.audio : files.video;
   if (const std::uint32_t result = openFile(source.c_str()); result != VL_OK) return result;
   if (const std::uint32_t result = describeTracks(manifest); result != VL_OK) return result;

@@ -53,9 +53,7 @@ std::optional<Path> beside(const Path& list, const std::string& reference) {
 }
 
 std::optional<Path> mediaInManifest(const Path& manifest) {
-  tinyxml2::XMLDocument document;
-  if (!loadManifestDocument(vlName(manifest).c_str(), document)) return std::nullopt;
-  const auto read = readManifest(document);
+  const auto read = readManifestFile(vlName(manifest).c_str());
   return read ? beside(manifest, read->video.baseUrl) : std::nullopt;
 }
 

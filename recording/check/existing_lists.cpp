@@ -86,9 +86,7 @@ std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
 }
 
 std::optional<std::string> firstMediaOf(const std::string& manifest) {
-  tinyxml2::XMLDocument document;
-  if (!loadManifestDocument(manifest.c_str(), document)) return std::nullopt;
-  const auto read = readManifest(document);
+  const auto read = readManifestFile(manifest.c_str());
   return read ? std::optional(nameOfUri(read->video.baseUrl)) : std::nullopt;
 }
 

@@ -88,9 +88,7 @@ bool isAudioOf(const std::string& video, const std::string& manifest, const std:
   // Or another object is recording into it, or has done so.
   if (isLaterThan(audio, listed ? manifest : video)) return false;
   if (!listed) return beginsWith(video, begin) && beginsWith(audio, begin);
-  tinyxml2::XMLDocument document;
-  if (!loadManifestDocument(manifest.c_str(), document)) return false;
-  const std::optional<Manifest> read = readManifest(document);
+  const std::optional<Manifest> read = readManifestFile(manifest.c_str());
   return read && nameOfUri(read->audio.baseUrl) == nameOf(audio);
 }
 

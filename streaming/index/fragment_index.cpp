@@ -35,7 +35,7 @@ Result FragmentIndex::AddFragmentsFromSidx(const Mp4Box* sidx) {
 
 Result FragmentIndex::AddFragmentsAt(std::uint64_t fileOffset) {
   return orOutOfMemory([&] {
-    if (!indexOffsets_.insert(fileOffset).second) return Result();
+    if (!indexOffsets_.insert(fileOffset)) return Result();
     IndexBox index;
     const Result found = indexAt(fileOffset, index);
     return found.ok() ? addReferences(index.get()) : found;

@@ -7,7 +7,6 @@
 #include <deque>
 #include <memory>
 #include <optional>
-#include <set>
 #include <vector>
 
 #include "base/exact_time.h"
@@ -16,6 +15,7 @@
 #include "streaming/index/file_ranges.h"
 #include "streaming/index/fragment_counter.h"
 #include "streaming/index/fragment_loader.h"
+#include "streaming/index/offset_set.h"
 #include "streaming/index/track_defaults.h"
 
 namespace fmp4 {
@@ -201,7 +201,7 @@ class FragmentIndex {
   std::deque<std::uint64_t> passedIndexes_;  // offsets of the top-level `sidx` boxes walked over
   std::uint64_t ownBytes_ = 0;               // bytes of the boxes read separately
   FileRanges walked_;                        // ranges whose fragments have been added
-  std::set<std::uint64_t> indexOffsets_;     // offsets passed to AddFragmentsAt
+  OffsetSet indexOffsets_;                   // offsets passed to AddFragmentsAt
 };
 
 }  // namespace fmp4

@@ -60,11 +60,18 @@ FileSet findFileSet(const char* name, bool audioOnly) {
   return files;
 }
 
-std::optional<Manifest> loadManifest(FileSet& files) {
-  tinyxml2::XMLDocument document;
-  if (files.manifest.empty() || !loadManifestDocument(files.manifest.c_str(), document)) return std::nullopt;
-  std::optional<Manifest> manifest = readManifest(document);
-  if (!manifest) return manifest;
+const Manifest* LastManifest::at(const std::string& path) {
+  if (path.empty()) return nullptr;
+  if (path != path_) {
+    manifest_ = readManifestFile(path.c_str());
+    path_ = path;
+  }
+  return manifest_ ? &*manifest_ : nullptr;
+}
+
+const Manifest* loadManifest(FileSet& files, LastManifest& last) {
+  const Manifest* const manifest = last.at(files.manifest);
+  if (!manifest) return nullptr;
   const BaseName base(files.manifest.c_str());
   const std::string folder = std::string(base.drive) + base.directory;
   if (!manifest->video.baseUrl.empty()) files.video = mediaBeside(folder, manifest->video.baseUrl);

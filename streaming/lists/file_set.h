@@ -20,8 +20,21 @@ struct FileSet {
 // name as the audio file.
 FileSet findFileSet(const char* name, bool audioOnly);
 
-// Reads the manifest of the set; the media files that it refers to replace those found by name. Returns
-// nullopt if there is no manifest or it contains nothing usable; the media files are then used on their own.
-std::optional<Manifest> loadManifest(FileSet& files);
+// The manifest read last: the files of one presentation have the same one, and one opening reads it once.
+class LastManifest {
+ public:
+  // The manifest at `path`; null if it cannot be loaded or contains nothing usable. Valid until the next
+  // call.
+  const Manifest* at(const std::string& path);
+
+ private:
+  std::string path_;  // empty: none has been read
+  std::optional<Manifest> manifest_;
+};
+
+// Reads the manifest of the set; the media files that it refers to replace those found by name. Returns null
+// if there is no manifest or it contains nothing usable; the media files are then used on their own. The
+// result is valid as long as `last`, and until that reads another.
+const Manifest* loadManifest(FileSet& files, LastManifest& last);
 
 }  // namespace fmp4

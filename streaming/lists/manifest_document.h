@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+#include "streaming/lists/segment_runs.h"
+
 namespace fmp4 {
 
 // Larger manifests are not loaded; the segments of a day take less than half of this.
@@ -17,7 +19,13 @@ inline constexpr std::size_t kMaxDocumentBytes = 192u << 20;
 // without elements that have an excessive number of attributes.
 bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document);
 
-// Loads `path` into `document`. Returns whether the file was read and parseManifestDocument succeeded.
+// The same for the text without the elements that go to `runs` instead, which are most of a manifest's. They
+// take no memory of the document.
+bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document, SegmentRuns& runs);
+
+// Load `path` into `document`, the second without the elements that go to `runs`. Return whether the file was
+// read and parseManifestDocument succeeded.
 bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document);
+bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document, SegmentRuns& runs);
 
 }  // namespace fmp4

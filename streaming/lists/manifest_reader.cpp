@@ -1,12 +1,12 @@
 #include "streaming/lists/manifest_reader.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "base/letter_case.h"
+#include "streaming/lists/attribute_text.h"
 
 namespace fmp4 {
 
@@ -66,34 +66,13 @@ Selection select(const XMLElement* period) {
   return selection;
 }
 
-// Strips surrounding white space (XML 1.0, 2.3): manifests are indented, and edited by hand.
-std::string_view trimmed(std::string_view text) {
-  constexpr char kWhiteSpace[] = " \t\r\n";
-  text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
-  return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
-}
-
-template <class Number>
-std::optional<Number> wholeNumber(std::string_view text) {
-  text = trimmed(text);
-  Number value{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return value;
-}
-
 std::optional<std::uint32_t> wholeNumberOf(const char* text) {
   return text ? wholeNumber<std::uint32_t>(text) : std::nullopt;
 }
 
-// The start offset of a byte range: "1234" in "1234-5678".
 void addIndexOffset(const XMLElement* element, ManifestTrack& track) {
   const char* range = element->Attribute("indexRange");
-  if (!range) return;
-  const std::string_view text(range);
-  if (const auto offset = wholeNumber<std::uint64_t>(text.substr(0, text.find('-')))) {
-    track.indexOffsets.push_back(*offset);
-  }
+  if (const auto offset = range ? startOfRange(range) : std::nullopt) track.indexOffsets.push_back(*offset);
 }
 
 // Whether segments are separate files, given individually or by a template, rather than ranges of one file.
@@ -105,7 +84,7 @@ bool namesSegmentFiles(const XMLElement* element) {
   return url && url->Attribute("media");
 }
 
-ManifestTrack readTrack(const Selected& selected) {
+ManifestTrack readTrack(const Selected& selected, const SegmentRuns& runs) {
   ManifestTrack track;
   const XMLElement* representation = selected.representation;
   if (!representation) return track;
@@ -121,6 +100,8 @@ ManifestTrack readTrack(const Selected& selected) {
     for (const XMLElement* url = list->FirstChildElement("SegmentURL"); url;
          url = url->NextSiblingElement("SegmentURL")) {
       addIndexOffset(url, track);
+      const auto run = runs.after(url->GetLineNum());
+      track.indexOffsets.insert(track.indexOffsets.end(), run.begin(), run.end());
     }
   } else if (base) {
     addIndexOffset(base, track);
@@ -176,14 +157,14 @@ FrameRate parseFrameRate(const char* text) {
                     std::uint64_t{first.denominator} * second.numerator);
 }
 
-std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document) {
+std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document, const SegmentRuns& runs) {
   const XMLElement* root = document.FirstChildElement("MPD");
   const XMLElement* period = root ? root->FirstChildElement("Period") : nullptr;
   if (!period || !period->FirstChildElement("AdaptationSet")) return std::nullopt;
   const Selection selection = select(period);
   Manifest manifest;
-  manifest.video = readTrack(selection.video);
-  manifest.audio = readTrack(selection.audio);
+  manifest.video = readTrack(selection.video, runs);
+  manifest.audio = readTrack(selection.audio, runs);
   manifest.frameRate = parseFrameRate(selection.video.attribute("frameRate"));
   manifest.width = wholeNumberOf(selection.video.attribute("width"));
   manifest.height = wholeNumberOf(selection.video.attribute("height"));
@@ -192,6 +173,12 @@ std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document) {
     manifest.audioSamplingRate = wholeNumberOf(selection.audio.attribute("sampleRate"));
   }
   return manifest;
+}
+
+std::optional<Manifest> readManifestFile(const char* path) {
+  tinyxml2::XMLDocument document;
+  SegmentRuns runs;
+  return loadManifestDocument(path, document, runs) ? readManifest(document, runs) : std::nullopt;
 }
 
 }  // namespace fmp4

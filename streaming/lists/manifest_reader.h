@@ -21,6 +21,8 @@ struct ManifestTrack {
   bool hasSegmentBase = false;
   std::vector<std::uint64_t> indexOffsets;  // file offsets of the segment indexes
   bool hasSegmentFiles = false;             // whether every segment is a separate file
+
+  bool operator==(const ManifestTrack&) const = default;
 };
 
 struct Manifest {
@@ -30,10 +32,16 @@ struct Manifest {
   std::optional<std::uint32_t> width;              // pixels
   std::optional<std::uint32_t> height;             // pixels
   std::optional<std::uint32_t> audioSamplingRate;  // Hz
+
+  bool operator==(const Manifest&) const = default;
 };
 
-// Reads a manifest. Returns nullopt if the document has no "MPD" with a "Period" and an "AdaptationSet".
-std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document);
+// Reads a manifest, of which `runs` are no part of the document. Returns nullopt if the document has no "MPD"
+// with a "Period" and an "AdaptationSet".
+std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document, const SegmentRuns& runs = {});
+
+// Reads the manifest at `path`. Returns nullopt if it cannot be loaded or contains nothing usable.
+std::optional<Manifest> readManifestFile(const char* path);
 
 // A frame rate as text, "30000/1001" or "29.97", with any number of decimals; unknown if it is not a number.
 // Rounded if 32-bit terms cannot hold it exactly: 24.999999999999996 is 25/1. Independent of the locale.

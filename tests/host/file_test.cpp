@@ -1,8 +1,11 @@
 #include <atomic>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/host/file_access.h"
 #include "tests/support/system_errors.h"
+#include "vlhost.h"
 
 namespace fmp4 {
 
@@ -22,6 +25,51 @@ TEST_F(File, ReadsBackWhatWasWrittenAtThePosition) {
   EXPECT_EQ(read(file, 6), (Bytes{42, 43, 200, 201, 46, 47}));
   EXPECT_EQ(vlOSCloseFile(file), 1);
   EXPECT_EQ(readFile(m_path).size(), 100u);
+}
+
+// What a watch has been told, a line for each event.
+struct Watched {
+  static void opened(void* context, const char* path, VLHANDLE file) {
+    auto& self = *static_cast<Watched*>(context);
+    self.file = file;
+    self.events.push_back(std::string("opened ") + path);
+  }
+  static void read(void* context, VLHANDLE file, std::uint64_t offset, const void* bytes,
+                   std::uint32_t count) {
+    auto& self = *static_cast<Watched*>(context);
+    EXPECT_EQ(file, self.file);
+    self.events.push_back("read " + std::to_string(offset));
+    self.bytes.assign(static_cast<const std::uint8_t*>(bytes),
+                      static_cast<const std::uint8_t*>(bytes) + count);
+  }
+
+  VLHANDLE file = VL_NO_HANDLE;
+  std::vector<std::string> events;
+  Bytes bytes;  // of the last read
+};
+
+TEST_F(File, AWatchIsToldWhatItsThreadOpensAndReads) {
+  writeFile(m_path, counting(10));
+  Watched watched;
+  const VLFILEWATCH watch = {&watched, Watched::opened, Watched::read};
+  vlWatchFiles(&watch);
+  const VLHANDLE file = openFile(m_path, VL_GENERIC_READ, VL_OPEN_EXISTING);
+  vlOSSeek(file, 4, VL_SEEK_BEGIN);
+  read(file, 2);
+  EXPECT_EQ(watched.bytes, (Bytes{4, 5}));
+  read(file, 20);
+  EXPECT_EQ(watched.bytes, (Bytes{6, 7, 8, 9})) << "as much as there is";
+  std::thread([file] {
+    std::uint8_t byte = 0;
+    std::uint32_t done = 0;
+    vlOSSeek(file, 0, VL_SEEK_BEGIN);
+    vlOSReadFile(file, &byte, 1, &done);
+  }).join();
+  vlWatchFiles(nullptr);
+  read(file, 1);
+  EXPECT_EQ(vlOSCloseFile(file), 1);
+  EXPECT_EQ(watched.file, file);
+  EXPECT_EQ(watched.events, (std::vector<std::string>{"opened " + m_path, "read 4", "read 6"}));
 }
 
 TEST_F(File, ReadsAreShortOnlyAtTheEnd) {

@@ -5,6 +5,7 @@
 
 #include "tests/support/comma_locale.h"
 #include "tests/support/controlled_new.h"
+#include "tests/support/same_manifest.h"
 #include "tests/support/turkish_locale.h"
 
 namespace fmp4 {
@@ -16,6 +17,7 @@ using testing::ElementsAre;
 std::optional<Manifest> read(const std::string& text) {
   tinyxml2::XMLDocument document;
   EXPECT_EQ(document.Parse(text.c_str()), tinyxml2::XML_SUCCESS);
+  expectSameManifest(text);
   return readManifest(document);
 }
 std::optional<Manifest> readSets(const std::string& sets) {

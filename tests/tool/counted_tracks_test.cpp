@@ -7,6 +7,9 @@
 #include "tests/support/controlled_new.h"
 #include "tests/support/day_file.h"
 #include "tests/support/temp_folder.h"
+#include "tool/host/media_tracks.h"
+#include "tool/host/plugin_host.h"
+#include "tool/host/watched_files.h"
 #include "tool/source/source_file.h"
 
 namespace fmp4 {
@@ -19,9 +22,22 @@ std::vector<CountedTrack> countedTracksOf(const std::string& path) {
   return countTracks(*Mp4ReadRoot(stream, false));
 }
 
-void expectWhatTheListAddsUpTo(const std::string& path, const char* name) {
+// The same, from what another reads of the file: pieces of some bytes, up to its end or not.
+std::vector<CountedTrack> countedInPassing(const std::string& path, std::size_t piece,
+                                           std::size_t end = ~std::size_t{0}) {
+  Mp4Stream stream;
+  stream.open(path.c_str(), MP4_MODE_READ);
+  const auto file = Mp4ReadRoot(stream, false);
+  TrackCounter counter(*file);
+  const Bytes bytes = readFile(path);
+  for (std::size_t at = 0; at < std::min(end, bytes.size()); at += piece)
+    counter.take(at, std::span(bytes).subspan(at, std::min(piece + 8, bytes.size() - at)));
+  return counter.count();
+}
+
+void expectWhatTheListAddsUpTo(const std::string& path, const char* name,
+                               const std::vector<CountedTrack>& counted) {
   SourceFile listed(path);
-  const std::vector<CountedTrack> counted = countedTracksOf(path);
   ASSERT_EQ(counted.size(), listed.tracks().size()) << name;
   for (std::size_t i = 0; i < counted.size(); ++i) {
     std::uint64_t bytes = 0, ticks = 0;
@@ -33,6 +49,14 @@ void expectWhatTheListAddsUpTo(const std::string& path, const char* name) {
     EXPECT_EQ(counted[i].bytes, bytes) << name << ", track " << i;
     EXPECT_EQ(counted[i].ticks, ticks) << name << ", track " << i;
   }
+}
+
+void expectWhatTheListAddsUpTo(const std::string& path, const char* name) {
+  expectWhatTheListAddsUpTo(path, name, countedTracksOf(path));
+  for (const std::size_t piece : {1u, 50u, 100u, 4096u})
+    expectWhatTheListAddsUpTo(path, name, countedInPassing(path, piece));
+  for (const std::size_t end : {0u, 400u, 700u})
+    expectWhatTheListAddsUpTo(path, name, countedInPassing(path, 4096, end));
 }
 
 struct CountedLayout {
@@ -102,6 +126,27 @@ TEST(CountedTracks, TakeOneReadAFragmentAndNoMemoryForIt) {
   EXPECT_EQ(tracks[0].samples, kFragments * std::uint64_t{DayFile::kVideoSamples});
   EXPECT_EQ(tracks[1].bytes, kFragments * std::uint64_t{DayFile::kAudioSamples} * DayFile::kAudioBytes);
   EXPECT_EQ(tracks[1].ticks, kFragments * std::uint64_t{DayFile::kAudioSamples} * 1024);
+}
+
+TEST(CountedTracks, AreCountedWhileThePluginReadsTheFile) {
+  constexpr std::uint32_t kFragments = 3000;
+  const TempFolder folder;
+  const std::string file = folder.file("day.mp4");
+  DayFile day;
+  day.fragments = kFragments;
+  day.write(file);
+  const Plugin plugin("vlx_fmp4");
+  const HostReads before = hostReads();
+  WatchedFiles watched(file);
+  const MediaFile opened = plugin.open(file);
+  const std::vector<MediaTrack> tracks = mediaTracks(file, watched);
+  const HostReads after = hostReads();
+  EXPECT_GE(after.calls - before.calls, kFragments) << "not all is counted";
+  EXPECT_LE(after.calls - before.calls, kFragments + 64u) << "the fragments are read again";
+  ASSERT_EQ(tracks.size(), 2u);
+  EXPECT_EQ(tracks[0].samples, kFragments * std::uint64_t{DayFile::kVideoSamples});
+  EXPECT_EQ(tracks[1].bytes, kFragments * std::uint64_t{DayFile::kAudioSamples} * DayFile::kAudioBytes);
+  EXPECT_EQ(tracks[1].durationTicks, kFragments * std::uint64_t{DayFile::kAudioSamples} * 1024);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/undecoded_audio.h"
+#include "tool/host/watched_files.h"
 
 namespace fmp4 {
 
@@ -192,8 +193,9 @@ struct Description {
 };
 
 Description describeFile(const Plugin& plugin, const std::string& name) {
+  WatchedFiles files(name);
   const MediaFile file = plugin.open(name);
-  Description description{describe(*file, name), mediaTracks(name)};
+  Description description{describe(*file, name), mediaTracks(name, files)};
   addReasons(description.json["audio"], name);
   description.json["otherTracks"] = describeOtherTracks(otherTracksOf(name));
   description.json["tracks"] = describeTracks(description.tracks);

@@ -5,7 +5,6 @@
 
 #include "base/codec_code.h"
 #include "base/text.h"
-#include "base/user_error.h"
 #include "mp4box/audio_object_type.h"
 #include "mp4box/box.h"
 #include "mp4box/box_header.h"
@@ -21,7 +20,6 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/undecoded_audio.h"
-#include "tool/source/counted_tracks.h"
 
 namespace fmp4 {
 
@@ -102,26 +100,16 @@ MediaTrack describe(MovieFile& file, Mp4Box* trak, std::uint32_t place, const Co
   return track;
 }
 
-// None of a damaged file: what its headers say is known nevertheless.
-std::vector<CountedTrack> countedTracks(MovieFile& file) {
-  try {
-    return countTracks(file.boxes());
-  } catch (const UserError&) {
-    return {};
-  }
-}
-
-void addTracksOf(const std::string& path, std::vector<MediaTrack>& tracks) {
-  MovieFile file(path);
-  if (!file.isOpen()) return;
-  const std::vector<CountedTrack> counted = countedTracks(file);
+void addTracksOf(WatchedFile& file, std::vector<MediaTrack>& tracks) {
+  // Of a damaged file, what its headers say is known nevertheless.
+  const std::vector<CountedTrack> counted = file.countedTracks();
   const std::size_t first = tracks.size();
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), box_type::kTrak, i); ++i) {
-    tracks.push_back(describe(file, trak, i, i < counted.size() ? &counted[i] : nullptr));
-    tracks.back().file = vlName(vlPath(path).filename());
+  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie.movie(), box_type::kTrak, i); ++i) {
+    tracks.push_back(describe(file.movie, trak, i, i < counted.size() ? &counted[i] : nullptr));
+    tracks.back().file = vlName(vlPath(file.path).filename());
     tracks.back().read = true;
   }
-  for (const OtherTrack& other : otherTracks(file.stream(), file.root())) {
+  for (const OtherTrack& other : otherTracks(file.movie.stream(), file.movie.root())) {
     tracks[first + other.place].read = false;
     tracks[first + other.place].why = other.why;
   }
@@ -175,11 +163,9 @@ std::optional<std::uint64_t> MediaTrack::bitRate() const {
   return rate < 1e18 ? std::optional(static_cast<std::uint64_t>(std::llround(rate))) : std::nullopt;
 }
 
-std::vector<MediaTrack> mediaTracks(const std::string& name) {
+std::vector<MediaTrack> mediaTracks(const std::string& name, WatchedFiles& files) {
   std::vector<MediaTrack> tracks;
-  const OpenedFiles files = openedFiles(name);
-  for (const std::string& path : {files.media, files.companion})
-    if (!path.empty()) addTracksOf(path, tracks);
+  for (WatchedFile& file : files.watched()) addTracksOf(file, tracks);
   addDecodingTroubles(name, tracks);
   return tracks;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tool/host/channel_layout.h"
+#include "tool/host/watched_files.h"
 
 namespace fmp4 {
 
@@ -39,8 +40,8 @@ struct MediaTrack {
 };
 
 // The tracks of the files that the plug-in opens for `name`, in file order: those of the video's file, then
-// those of a file with its audio.
-std::vector<MediaTrack> mediaTracks(const std::string& name);
+// those of a file with its audio. `files` has watched it open them, which saves reading them again.
+std::vector<MediaTrack> mediaTracks(const std::string& name, WatchedFiles& files);
 
 // "track 2: audio, AAC (mp4a), LC, stereo, 48000 Hz, 128 kbit/s, 00:00:10.010, eng".
 std::string mediaTrackText(const MediaTrack& track);

@@ -45,7 +45,8 @@ bool isAmongItsFiles(const std::string& name) {
     return !file.empty() && vlOSFileExists(file.c_str()) != 0;
   };
   if (!exists(files.manifest)) return false;
-  loadManifest(files);
+  LastManifest last;
+  loadManifest(files, last);
   return exists(files.video) || exists(files.audio);
 }
 
@@ -69,7 +70,8 @@ OpenedFiles openedFiles(const std::string& given) {
   const std::string name = recordedAs(given);
   const bool audioOnly = isAudioName(name);
   FileSet files = findFileSet(name.c_str(), audioOnly);
-  loadManifest(files);
+  LastManifest last;
+  loadManifest(files, last);
   if (audioOnly || files.video.empty()) return {files.audio, {}};
   return {files.video, files.audio};
 }

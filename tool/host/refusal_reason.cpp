@@ -130,7 +130,8 @@ Refusal withoutMedia(const std::string& file) {
 // Whether a manifest has a file for each segment.
 bool namesSegmentFiles(const std::string& file) {
   FileSet files = findFileSet(file.c_str(), false);
-  const std::optional<Manifest> manifest = loadManifest(files);
+  LastManifest last;
+  const Manifest* const manifest = loadManifest(files, last);
   return manifest && (manifest->video.hasSegmentFiles || manifest->audio.hasSegmentFiles);
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "host/reference/file_watch.h"
 #include "host/reference/opened_file.h"
 #include "host/reference/system.h"
 #include "vlutil.h"
@@ -127,7 +128,10 @@ VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t /*
   int error = checkSeekable(file.system);
   if (error == 0) {
     const VLHANDLE handle = files().insert(file);
-    if (handle != VL_INVALID_HANDLE) return handle;
+    if (handle != VL_INVALID_HANDLE) {
+      vlhost::fileOpened(path, handle);
+      return handle;
+    }
     error = ENOMEM;
   }
   close(file.system);
@@ -144,10 +148,12 @@ std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std:
     return 0;
   }
   int error = 0;
+  const std::int64_t start = use->position;
   const std::uint32_t bytes = transferAll(*use, count, error, [&](std::uint32_t offset) {
     return pread(use->system, static_cast<std::uint8_t*>(buffer) + offset, count - offset, use->position);
   });
   if (done != nullptr) *done = bytes;
+  vlhost::fileRead(file, start, buffer, bytes);
   if (error == 0) return 1;
   fail(error);
   return 0;

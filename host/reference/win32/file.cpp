@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "host/reference/file_watch.h"
 #include "host/reference/opened_file.h"
 #include "host/reference/system.h"
 #include "os/win32/wide.h"
@@ -89,7 +90,10 @@ VLHANDLE vlOSCreateFile(const char* path, std::uint32_t access, std::uint32_t sh
   DWORD error = ERROR_SEEK_ON_DEVICE;  // pipes, terminals
   if (GetFileType(file.system) == FILE_TYPE_DISK) {
     const VLHANDLE handle = files().insert(file);
-    if (handle != VL_INVALID_HANDLE) return handle;
+    if (handle != VL_INVALID_HANDLE) {
+      vlhost::fileOpened(path, handle);
+      return handle;
+    }
     error = ERROR_NOT_ENOUGH_MEMORY;
   }
   CloseHandle(file.system);
@@ -114,6 +118,7 @@ std::int32_t vlOSReadFile(VLHANDLE file, void* buffer, std::uint32_t count, std:
   const bool isRead =
       ReadFile(use->system, buffer, count, &bytes, &place) || GetLastError() == ERROR_HANDLE_EOF;
   if (!isRead) fail(GetLastError());
+  vlhost::fileRead(file, use->position, buffer, bytes);
   use->position += bytes;
   if (done != nullptr) *done = bytes;
   return isRead ? 1 : 0;
