@@ -50,7 +50,7 @@ class BitBytes {
   void add(std::uint32_t value, unsigned count) {
     for (unsigned i = count; i-- > 0;) {
       if (count_++ % 8 == 0) bytes_.push_back(0);
-      bytes_.back() = static_cast<std::uint8_t>(bytes_.back() << 1 | (value >> i & 1));
+      bytes_.back() = static_cast<std::uint8_t>(std::uint32_t{bytes_.back()} << 1 | (value >> i & 1));
     }
   }
   void align() { add(0, static_cast<unsigned>(-count_ % 8)); }
