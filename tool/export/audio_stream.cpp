@@ -176,13 +176,9 @@ std::optional<std::uint32_t> streamCodecOf(const std::string& output) {
 
 double exportAudioStream(std::uint32_t codec, const QVRSYSTEM& system, const QVRAUDIO& audio,
                          const ExportRequest& request) {
-  const std::string file = audioFileOf(request.input);
-  const auto place = firstAudioTrack(file);
-  if (!place)
+  TrackUnits units(audioFileOf(request.input));
+  if (!units.choose({kMp4a, kAc3}))
     throw UserError("the audio of '" + request.input + "' cannot be read; 'fmp4 boxes' shows what it has");
-  TrackUnits units(file, *place);
-  if (!units.track())
-    throw UserError("the audio of '" + request.input + "' is damaged; 'fmp4 boxes' shows what it has");
   checkCodec(codec, *units.track(), request);
   const StreamRange range = streamRange(system, audio, request);
   StreamExport exporter(units, audio, request);

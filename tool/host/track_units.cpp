@@ -1,10 +1,9 @@
 #include "tool/host/track_units.h"
 
 #include <algorithm>
+#include <memory>
 
-#include "base/codec_code.h"
 #include "base/user_error.h"
-#include "mp4box/boxes/audio_entry.h"
 #include "streaming/index/fragment_bytes.h"
 #include "tool/source/source_tracks.h"
 
@@ -17,7 +16,7 @@ constexpr std::uint64_t kMaxUnitBytes = 64 << 20;
 
 }  // namespace
 
-TrackUnits::TrackUnits(const std::string& path, std::size_t place) : file_(path), place_(place) {
+TrackUnits::TrackUnits(const std::string& path) : file_(path) {
   if (!file_.isOpen() || !file_.movie()) return;
   try {
     tracks_ = readMovie(file_.movie(), file_.root()->size);
@@ -27,6 +26,18 @@ TrackUnits::TrackUnits(const std::string& path, std::size_t place) : file_(path)
   } catch (const UserError&) {
     tracks_.clear();
   }
+}
+
+bool TrackUnits::choose(std::initializer_list<std::uint32_t> codecs) {
+  const auto found = std::find_if(tracks_.begin(), tracks_.end(), [&](const SourceTrack& track) {
+    return std::find(codecs.begin(), codecs.end(), track.codec) != codecs.end();
+  });
+  return chooseAt(static_cast<std::size_t>(found - tracks_.begin()));
+}
+
+bool TrackUnits::chooseAt(std::size_t place) {
+  place_ = place;
+  return track() != nullptr;
 }
 
 // All tracks are read: where the runs of one end, those of the next may start.
@@ -73,7 +84,7 @@ std::optional<std::span<const std::uint8_t>> TrackUnits::bytes() {
   return std::span(window_).subspan(static_cast<std::size_t>(sample_.offset - windowOffset_), sample_.size);
 }
 
-// Reads the current sample, and those that lie behind it in the file.
+// Reads the current sample, and those right after it in the file.
 void TrackUnits::fill() {
   const std::uint64_t size = file_.root()->size;
   window_.clear();
@@ -85,17 +96,6 @@ void TrackUnits::fill() {
   if (file_.stream().seek(sample_.offset))
     got = file_.stream().read(window_.data(), static_cast<std::int64_t>(window_.size()));
   window_.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
-}
-
-std::optional<std::size_t> firstAudioTrack(const std::string& path) {
-  MovieFile file(path);
-  if (!file.isOpen()) return std::nullopt;
-  for (std::uint32_t i = 0; Mp4Box* const trak = Mp4BoxChild(file.movie(), box_type::kTrak, i); ++i) {
-    const Mp4Box* const entry = Mp4BoxGet(nullptr, trak, true, "mdia/minf/stbl/stsd/[0]");
-    if (entry && (entry->type == kMp4a || entry->type == kAc3) && Mp4PayloadOf<mp4::AudioSampleEntry>(entry))
-      return i;
-  }
-  return std::nullopt;
 }
 
 }  // namespace fmp4

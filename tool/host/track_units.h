@@ -1,8 +1,10 @@
 // The samples of one track of a file, as stored: what the plug-in decodes is delivered as PCM alone.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <initializer_list>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -17,11 +19,15 @@ namespace fmp4 {
 // are left out, as the plug-in leaves them out. Damage ends the track.
 class TrackUnits {
  public:
-  // Of the track at a place among the tracks of the file's movie box, from 0. Without such a track, or when
-  // the file cannot be read, there are no samples.
-  TrackUnits(const std::string& path, std::size_t place);
+  // A file that cannot be read has no tracks.
+  explicit TrackUnits(const std::string& path);
 
-  // The track; null when there is none.
+  // Chooses a track before its samples are read: the first of one of these codecs, by the type of the sample
+  // entry, or the one at a place among those of the movie box, from 0. Returns whether there is one.
+  bool choose(std::initializer_list<std::uint32_t> codecs);
+  bool chooseAt(std::size_t place);
+
+  // The chosen track; null when there is none.
   const SourceTrack* track() const { return place_ < tracks_.size() ? &tracks_[place_] : nullptr; }
 
   // Moves to the next sample, the first at first. False at the end of the track.
@@ -46,7 +52,7 @@ class TrackUnits {
 
   MovieFile file_;
   std::vector<SourceTrack> tracks_;  // with the samples of the fragment
-  std::size_t place_;
+  std::size_t place_ = std::numeric_limits<std::size_t>::max();
   std::size_t nextSample_ = 0;  // index in the fragment
   SourceSample sample_;
   bool damaged_ = false;
@@ -55,9 +61,5 @@ class TrackUnits {
   std::vector<std::uint8_t> window_;
   std::uint64_t windowOffset_ = 0;
 };
-
-// The place of the audio track whose first channels the plug-in delivers; nothing when `path` has none that
-// is read.
-std::optional<std::size_t> firstAudioTrack(const std::string& path);
 
 }  // namespace fmp4
