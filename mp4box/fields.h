@@ -22,6 +22,12 @@ struct Mp4Bits {
   unsigned width;  // bits, at most 32
 };
 
+// One column of a table of 32-bit numbers.
+struct Mp4Column {
+  const char* name;
+  Mp4Number kind;
+};
+
 // Visits the fields of one payload, big-endian, in file order.
 //
 // A reader reads a field only if all of it fits in the remaining bytes; a field that does not fit reads as
@@ -117,6 +123,25 @@ class Mp4Fields {
   virtual void reserved(unsigned count) = 0;
   // `count` 32-bit numbers in one go; a reader reads the complete ones available, at most `count`.
   virtual void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count) = 0;
+
+  // `count` rows of 32-bit numbers, one for each column; as words(), for visitors that print them.
+  virtual void rows(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count,
+                    std::span<const Mp4Column> columns) {
+    words(name, values, count * columns.size());
+  }
+  // A number of 7 bits per byte, most significant first, to be read; every byte except the last has its top
+  // bit set. Returns the number of bytes.
+  virtual std::uint32_t sevenBits(const char* name, std::uint32_t& value) {
+    std::uint32_t count = 0;
+    std::uint8_t byte = 0;
+    value = 0;
+    do {
+      u8(name, byte);
+      value = value << 7 | (byte & 0x7Fu);
+      ++count;
+    } while (byte & 0x80);
+    return count;
+  }
 
   // The count of entries that fill the rest of the payload.
   static constexpr std::uint64_t kToTheEnd = ~std::uint64_t{0};

@@ -30,7 +30,7 @@ plugin: base os mp4box streaming/index streaming/lists audio recording recording
 support: base
 tool/terminal: base os mp4box host/include
 tool/source: base os captions mp4box streaming/index host/include tool/terminal
-tool/host: base os mp4box streaming/index streaming/lists host/include host/reference tool/terminal tool/source
+tool/host: base os mp4box recording streaming/index streaming/lists host/include host/reference tool/terminal tool/source
 tool/package: base os captions mp4box recording streaming/lists host/include tool/terminal tool/source tool/host
 tool/export: base os captions mp4box recording host/include tool/terminal tool/source tool/host tool/package
 tool/check: base os mp4box host/include tool/terminal tool/host

@@ -24,14 +24,7 @@ struct DescriptorLength {
       f.bytes("length", out.bytes);
       return;
     }
-    value = 0;
-    std::uint32_t count = 0;
-    std::uint8_t byte = 0;
-    do {
-      f.u8("length", byte);
-      value = value << 7 | (byte & 0x7Fu);
-      ++count;
-    } while (byte & 0x80);
+    const std::uint32_t count = f.sevenBits("length", value);
     padded = false;
     padded = count > bytes();
   }

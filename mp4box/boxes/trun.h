@@ -2,7 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <span>
 
 #include "mp4box/fields.h"
 
@@ -86,15 +88,35 @@ class TrackRunBox final : public Mp4FullBox {
     if (hasDataOffset()) f.i32("data_offset", dataOffset);
     if (hasFirstSampleFlags()) f.hex("first_sample_flags", firstSampleFlags, 4);
     if (stride() == 0) return;
-    f.words("samples", values_, std::uint64_t{sampleCount} * stride());
+    f.rows("samples", values_, sampleCount, columns().used());
     // Limited to the samples that are complete in the box.
     if (f.reading()) resize(static_cast<std::uint32_t>(values_.size() / stride()));
   }
 
  private:
+  // What is stored of each sample.
+  struct Columns {
+    std::array<Mp4Column, 4> all;
+    std::size_t count = 0;
+
+    void add(bool flagged, const char* name, Mp4Number kind) {
+      if (flagged) all[count++] = {name, kind};
+    }
+    std::span<const Mp4Column> used() const { return {all.data(), count}; }
+  };
+
   static constexpr std::uint32_t kPerSample =
       kSampleDuration | kSampleSize | kSampleFlags | kCompositionOffset;
 
+  Columns columns() const {
+    Columns columns;
+    columns.add(hasDuration(), "sample_duration", Mp4Number::Unsigned);
+    columns.add(hasSize(), "sample_size", Mp4Number::Unsigned);
+    columns.add(hasFlags(), "sample_flags", Mp4Number::Hex);
+    columns.add(hasCompositionOffset(), "sample_composition_time_offset",
+                version == 0 ? Mp4Number::Unsigned : Mp4Number::Signed);
+    return columns;
+  }
   // Number of values per sample.
   unsigned stride() const { return static_cast<unsigned>(std::popcount(flags & kPerSample)); }
   // Index of the value with this flag in sample `i`: after those of the lower flags.

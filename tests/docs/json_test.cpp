@@ -83,10 +83,13 @@ using Arguments = std::vector<std::string>;
 TEST(JsonDocument, NamesTheKeysOfInfo) {
   const TempFolder folder;
   const std::string file = folder.file("clip.mp4");
-  // Two video tracks, one of them read; two audio tracks, one of them decoded.
+  // Two video tracks, one of them read; three audio tracks, two of them decoded.
   makeMedia(file, videoInput(1) + toneInput(1) +
-                      Arguments{"-map", "0:v", "-map", "0:v", "-map", "1:a", "-map", "1:a"} + h264Codec() +
-                      Arguments{"-c:a:0", "aac", "-c:a:1", "libmp3lame"} + fragmented("+delay_moov"));
+                      Arguments{"-map", "0:v", "-map", "0:v", "-map", "1:a", "-map", "1:a", "-map", "1:a"} +
+                      h264Codec() +
+                      Arguments{"-c:a:0", "aac", "-c:a:1", "libmp3lame", "-c:a:2", "ac3", "-metadata",
+                                "creation_time=2016-09-21T08:15:30Z"} +
+                      fragmented("+delay_moov"));
   expectDocumented("fmp4 info --json FILE", printedBy({"info", "--json", file}));
 }
 

@@ -5,6 +5,7 @@
 
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 #include "tests/tool/fmp4.h"
 
@@ -103,6 +104,131 @@ TEST(Boxes, AddUpAndAgreeWithFfprobe) {
   std::size_t samples = 0;
   for (const json& run : boxesOf(tree, "trun")) samples += run["fields"]["sample_count"].get<std::size_t>();
   EXPECT_EQ(samples, ffprobePackets(file, "v:0").size() + ffprobePackets(file, "a:0").size());
+}
+
+// Every sample of every run is a packet of ffprobe's.
+TEST(Boxes, SamplesOfRunsAreThePacketsOfFfprobe) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  makeMedia(file, videoInput(1) + h264Codec(10) + fragmented());
+  std::vector<json> samples;
+  for (const json& run : boxesOf(json::parse(fmp4({"boxes", "--json", file}).out), "trun"))
+    for (const json& sample : run["fields"]["samples"]) samples.push_back(sample);
+  const std::vector<Packet> packets = ffprobePackets(file, "v:0", {"-ignore_editlist", "1"});
+  ASSERT_EQ(samples.size(), packets.size());
+  for (std::size_t i = 0; i < packets.size(); ++i) {
+    EXPECT_EQ(samples[i]["sample_size"], packets[i].size) << i;
+    EXPECT_EQ(samples[i]["sample_composition_time_offset"], packets[i].pts - packets[i].dts) << i;
+  }
+}
+
+// "ftyp", "moov" and three fragments of 2, 5 and 1 samples.
+std::string fragmentedFile(const TempFolder& folder) {
+  Bytes bytes = join({fileTypeBox(), movieBox({videoTrack()})});
+  for (std::uint32_t number = 1; const std::size_t count : {2u, 5u, 1u}) {
+    TrafSpec traf;
+    traf.runs = {RunSpec{kRunDataOffset | kRunSize, std::vector<SampleSpec>(count, sampleOf(5, number))}};
+    bytes = join({bytes, fragment(number++, {traf})});
+  }
+  const std::string file = folder.file("fragments.mp4");
+  writeFile(file, bytes);
+  return file;
+}
+
+// The lines that are printed of a path, without the heading, the offsets and the sizes.
+std::vector<std::string> printedAt(const std::string& file, const std::string& path,
+                                   const std::vector<std::string>& options = {}) {
+  std::vector<std::string> command = {"--quiet", "boxes", file, "--path", path};
+  command.insert(command.end(), options.begin(), options.end());
+  const RunResult result = fmp4(command);
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  std::vector<std::string> lines = linesOf(result.out);
+  EXPECT_EQ(lines.empty() ? "" : lines.front(), "      offset         size  box");
+  if (!lines.empty()) lines.erase(lines.begin());
+  for (std::string& line : lines) line.erase(0, 27);
+  return lines;
+}
+
+TEST(Boxes, APathPrintsItsPartAlone) {
+  const TempFolder folder;
+  const std::string file = fragmentedFile(folder);
+  const auto header = [](int number) {
+    return "mfhd version=0 flags=0x000000 sequence_number=" + std::to_string(number);
+  };
+  EXPECT_THAT(printedAt(file, "moof/mfhd"), testing::ElementsAre(header(1), header(2), header(3)));
+  EXPECT_THAT(printedAt(file, "/moof[1]/mfhd[0]"), testing::ElementsAre(header(2)));
+  EXPECT_THAT(printedAt(file, "moof[last]/mfhd"), testing::ElementsAre(header(3)));
+  EXPECT_THAT(printedAt(file, "\\x6Doof[0]/mfhd"), testing::ElementsAre(header(1)));
+  const std::vector<std::string> track = printedAt(file, "moof[last]/traf");
+  ASSERT_EQ(track.size(), 4u);
+  EXPECT_EQ(track[0], "traf");
+  EXPECT_THAT(track[1], testing::StartsWith("  tfhd "));
+  EXPECT_THAT(track[3], testing::StartsWith("  trun "));
+  EXPECT_THAT(printedAt(file, "moov/trak[last]/mdia/minf/stbl/stsd/avc1/avcC"),
+              testing::ElementsAre(testing::StartsWith("avcC ")));
+}
+
+TEST(Boxes, AllPrintsEverySample) {
+  const TempFolder folder;
+  const std::string file = fragmentedFile(folder), path = "moof[1]/traf/trun";
+  const std::string run = "trun version=0 flags=0x000201 sample_count=5 data_offset=116 samples=[";
+  const std::string size = "{sample_size=5}", four = size + ", " + size + ", " + size + ", " + size;
+  EXPECT_THAT(printedAt(file, path), testing::ElementsAre(run + four + ", ... 5 in all]"));
+  EXPECT_THAT(printedAt(file, path, {"--all"}), testing::ElementsAre(run + four + ", " + size + "]"));
+}
+
+TEST(Boxes, APathHasTheSameJson) {
+  const TempFolder folder;
+  const std::string file = fragmentedFile(folder);
+  const json all = json::parse(fmp4({"boxes", "--json", file}).out);
+  const json part = json::parse(fmp4({"boxes", "--json", file, "--path", "moof[2]/traf"}).out);
+  EXPECT_EQ(part["file"], file);
+  EXPECT_EQ(part["size"], std::filesystem::file_size(file));
+  EXPECT_EQ(part["defects"], json::array());
+  EXPECT_EQ(part["boxes"], json::array({boxesOf(all, "traf")[2]}));
+  EXPECT_EQ(json::parse(fmp4({"boxes", "--json", file, "--path", "moof"}).out)["boxes"].size(), 3u);
+}
+
+TEST(Boxes, APathWithoutABoxSaysWhatThereIs) {
+  const TempFolder folder;
+  const std::string file = fragmentedFile(folder);
+  const auto missing = [&file](const std::string& path) {
+    const RunResult result = fmp4({"--quiet", "boxes", file, "--path", path});
+    EXPECT_EQ(result.exitCode, 1) << path;
+    return result.err;
+  };
+  const std::string all = "; fmp4 boxes without --path shows all\n",
+                    start = "fmp4: '" + file + "' has no box at ";
+  EXPECT_EQ(missing("moof[3]/traf"),
+            start + "'moof[3]/traf': it has 3 boxes 'moof' at its top level, counted from 0" + all);
+  EXPECT_EQ(missing("sidx"), start + "'sidx': it has no box 'sidx' at its top level" + all);
+  EXPECT_EQ(missing("moof[0]/traf[1]"), start + "'moof[0]/traf[1]'" + all);
+  EXPECT_EQ(missing("moof[4294967295]"),
+            start + "'moof[4294967295]': it has 3 boxes 'moof' at its top level, counted from 0" + all);
+}
+
+TEST(Boxes, WhatIsNoPathIsWrongUsage) {
+  for (const char* text : {"", "/", "moo", "moofs", "moof[", "moof[]", "moof[x]", "moof[-1]", "moof[1]x",
+                           "moof/", "moof//traf", "moof[4294967296]", "\\x6oof", "[1]"}) {
+    const RunResult result = fmp4({"boxes", "any.mp4", "--path", text});
+    EXPECT_EQ(result.exitCode, 2) << text;
+  }
+  EXPECT_THAT(
+      fmp4({"boxes", "any.mp4", "--path", "moof[x]"}).err,
+      testing::HasSubstr("--path: 'moof[x]' is no path of boxes; give types with slashes between them"));
+}
+
+// What comes after the box is not read, so that its damage does not matter.
+TEST(Boxes, APathReadsNoFurther) {
+  const TempFolder folder;
+  const std::string file = fragmentedFile(folder);
+  writeFile(file, join({readFile(file), zeros(20)}));
+  EXPECT_THAT(printedAt(file, "moof[2]/mfhd"),
+              testing::ElementsAre("mfhd version=0 flags=0x000000 sequence_number=3"));
+  const RunResult last = fmp4({"--quiet", "boxes", file, "--path", "moof[last]/mfhd"});
+  EXPECT_EQ(last.exitCode, 0) << last.err;
+  EXPECT_THAT(last.out, testing::HasSubstr("sequence_number=3\n\n      offset  defect\n"));
+  EXPECT_THAT(last.out, testing::HasSubstr("  box-size-zero: a box has no size"));
 }
 
 TEST(Boxes, TypesAndTextsAreSafeToPrint) {

@@ -5,14 +5,28 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "mp4box/boxes/ctts.h"
+#include "mp4box/boxes/esds.h"
+#include "mp4box/boxes/trun.h"
+#include "mp4box/field_writer.h"
+#include "tests/support/box_builder.h"
+
 namespace fmp4 {
 
 namespace {
 
-std::string print(Mp4Payload& payload, FieldStyle style) {
+std::string printStored(Mp4Payload& payload, const Bytes& bytes, FieldStyle style) {
   std::ostringstream out;
-  printFields(out, payload, style);
+  printFields(out, payload, bytes, style);
   return out.str();
+}
+
+// Prints the payload as it is written.
+std::string print(Mp4Payload& payload, FieldStyle style) {
+  Mp4MemoryOutput written;
+  Mp4FieldWriter writer(written);
+  payload.fields(writer);
+  return printStored(payload, written.bytes, style);
 }
 
 struct Numbers : Mp4FullBox {
@@ -72,6 +86,8 @@ TEST(FieldPrinter, NumbersRepeatedNames) {
             "\"tag_3\": \"0x05\", \"length_3\": 5, \"code\": \"\\\\x00\\\\xFFa\\\"\"");
 }
 
+constexpr std::uint32_t kSized = 0x200;  // flags of a run: a size for each sample
+
 // Lists of `count` entries, numbers and bytes, with nested lists in the entries.
 struct Lists : Mp4Payload {
   struct Entry {
@@ -92,7 +108,7 @@ struct Lists : Mp4Payload {
                 [&f](std::uint8_t& byte) { f.u8("byte", byte); });
     });
     f.words("words", words, words.size());
-    f.rest("bytes", bytes);
+    f.blob("bytes", bytes, bytes.size());
     f.u8("last", last);
   }
 };
@@ -116,6 +132,71 @@ TEST(FieldPrinter, TextShortensLongLists) {
             "entry=[" + entry + ", " + entry + ", " + entry + ", " + entry +
                 ", ... 20 in all] words=[9, 9, 9, 9, ... 20 in all] "
                 "bytes=\"abababababababababababababababab\"...(20 bytes) last=1");
+}
+
+TEST(FieldPrinter, FullTextHasCompleteLists) {
+  Lists lists(5);
+  const std::string inner = "inner=[{byte=1}, {byte=2}, {byte=3}, {byte=4}, {byte=5}]";
+  const std::string entry = "{value=0 " + inner + "}";
+  EXPECT_EQ(print(lists, FieldStyle::FullText), "entry=[" + entry + ", " + entry + ", " + entry + ", " +
+                                                    entry + ", " + entry +
+                                                    "] words=[9, 9, 9, 9, 9] bytes=\"ababababab\" last=1");
+}
+
+// The counts are those of the file; the entries are those that the box has.
+TEST(FieldPrinter, CountsArePrintedAsStored) {
+  mp4::CompositionOffsetBox offsets;
+  EXPECT_EQ(
+      printStored(offsets, join({u32(0), u32(4'000'000'000), u32(3), u32(7), u32(1)}), FieldStyle::Text),
+      "version=0 flags=0x000000 entry_count=4000000000 entry=[{sample_count=3 sample_offset=7}]");
+  mp4::TrackRunBox run;
+  EXPECT_EQ(printStored(run, join({u32(kSized), u32(3), u32(10), u32(20)}), FieldStyle::Text),
+            "version=0 flags=0x000200 sample_count=3 samples=[{sample_size=10}, {sample_size=20}]");
+}
+
+TEST(FieldPrinter, ShowsEachSampleOfARun) {
+  const Bytes stored = join({u32(0x01000F05), u32(5), u32(100), u32(0x02000000)});
+  Bytes samples;
+  for (std::uint32_t i = 0; i < 5; ++i)
+    samples = join({samples, u32(40 + i), u32(1000 + i), u32(0x00010000), u32(0xFFFFFFFF - i)});
+  mp4::TrackRunBox run;
+  const std::string start =
+      "version=1 flags=0x000f05 sample_count=5 data_offset=100 first_sample_flags=0x02000000 samples=[";
+  const auto sample = [](int i) {
+    return "{sample_duration=" + std::to_string(40 + i) + " sample_size=" + std::to_string(1000 + i) +
+           " sample_flags=0x00010000 sample_composition_time_offset=" + std::to_string(-1 - i) + "}";
+  };
+  const std::string four = sample(0) + ", " + sample(1) + ", " + sample(2) + ", " + sample(3);
+  EXPECT_EQ(printStored(run, join({stored, samples}), FieldStyle::Text), start + four + ", ... 5 in all]");
+  EXPECT_EQ(printStored(run, join({stored, samples}), FieldStyle::FullText),
+            start + four + ", " + sample(4) + "]");
+  const auto json =
+      nlohmann::json::parse("{" + printStored(run, join({stored, samples}), FieldStyle::Json) + "}");
+  ASSERT_EQ(json["samples"].size(), 5u);
+  EXPECT_EQ(
+      json["samples"][4].dump(),
+      R"({"sample_composition_time_offset":-5,"sample_duration":44,"sample_flags":"0x00010000","sample_size":1004})");
+  // In version 0 the offsets have no sign.
+  Bytes unsignedOffset = join({u32(0x800), u32(1), u32(0xFFFFFFFF)});
+  EXPECT_EQ(printStored(run, unsignedOffset, FieldStyle::Text),
+            "version=0 flags=0x000800 sample_count=1 "
+            "samples=[{sample_composition_time_offset=4294967295}]");
+  EXPECT_EQ(printStored(run, join({u32(0x800), u32(0)}), FieldStyle::Text),
+            "version=0 flags=0x000800 sample_count=0 samples=[]");
+}
+
+// Lengths of one byte and of four, each the number that it is, whatever the descriptor has.
+TEST(FieldPrinter, LengthsOfDescriptorsArePrintedAsStored) {
+  mp4::ESDBox descriptor;
+  const Bytes stored = join({u32(0), u8(3), u32(0x80808019), u16(1), u8(0), u8(4), u8(17), u8(0x40), u8(0x15),
+                             zeros(11), u8(5), u8(2), u16(0x1190), u8(6), u8(1), u8(2)});
+  EXPECT_EQ(printStored(descriptor, stored, FieldStyle::Text),
+            "version=0 flags=0x000000 tag=0x03 length=25 ES_ID=1 flags_2=0x00 tag_2=0x04 length_2=17 "
+            "objectTypeIndication=0x40 streamType=0x15 bufferSizeDB=0 maxBitrate=0 avgBitrate=0 tag_3=0x05 "
+            "length_3=2 decoderSpecificInfo=\"1190\" extension=\"\" extension_2=\"060102\"");
+  Bytes overlong = stored;
+  overlong[8] = 0x7F;
+  EXPECT_NE(printStored(descriptor, overlong, FieldStyle::Json).find("\"length\": 127"), std::string::npos);
 }
 
 TEST(FieldPrinter, TextShowsShortListsInFull) {

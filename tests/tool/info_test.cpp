@@ -42,7 +42,7 @@ TEST(Info, JsonDescribesVideoAndAudio) {
   ASSERT_NE(type, bytes.end());
   EXPECT_EQ(info["video"]["codecConfigurationBytes"], type[-1]);
   info["video"].erase("codecConfigurationBytes");
-  info.erase("tracks");
+  for (const char* other : {"gop", "brands", "growing", "tracks"}) EXPECT_EQ(info.erase(other), 1u) << other;
 
   const std::int64_t samples = lengthOf(ffprobePackets(file, "a:0"));
   EXPECT_EQ(info, (json{{"file", file},
@@ -158,9 +158,9 @@ TEST(Info, JsonKeysKeepTheirOrder) {
     for (const auto& item : object.items()) names.push_back(item.key());
     return names;
   };
-  EXPECT_THAT(keys(info),
-              testing::ElementsAre("file", "video", "audio", "captions608", "captions708", "durationSeconds",
-                                   "durationTicks", "timescale", "otherTracks", "tracks"));
+  EXPECT_THAT(keys(info), testing::ElementsAre("file", "video", "audio", "captions608", "captions708",
+                                               "durationSeconds", "durationTicks", "timescale", "gop",
+                                               "brands", "growing", "otherTracks", "tracks"));
   EXPECT_THAT(keys(info["video"]), testing::ElementsAre("codec", "width", "height", "rate", "scale", "frames",
                                                         "codecConfigurationBytes"));
   EXPECT_THAT(keys(info["audio"][0]),
@@ -180,6 +180,8 @@ TEST(Info, TextSaysTheSame) {
                             "audio: none\n"
                             "captions: none\n"
                             "duration: 00:00:01.000\n"
+                            "GOP: 25 frames\n"
+                            "brands: iso5, compatible with iso5, iso6, mp41\n"
                             "track 1: video, HEVC (hvc1), Main 2, 320 x 180, " +
                             std::to_string((info["tracks"][0]["bitRate"].get<std::uint64_t>() + 500) / 1000) +
                             " kbit/s, 00:00:01.000\n");

@@ -161,7 +161,13 @@ void addExportCommand(CLI::App& app, Invocation& invocation) {
       ->add_option("--video", options->video,
                    "Write the video as an elementary stream with start codes (H.264 or HEVC)")
       ->type_name("OUT");
-  outputs->add_option("--audio", options->audio, "Write the audio as a WAV file")->type_name("OUT.wav");
+  outputs
+      ->add_option(
+          "--audio", options->audio,
+          "Write the audio of the first track: decoded (.wav), or its access units as they are stored, "
+          "with all their channels, AAC as ADTS (.aac) and AC-3 (.ac3). Those are whole: about 21 ms "
+          "of AAC and 32 ms of AC-3 at 48 kHz")
+      ->type_name("OUT");
   addCaptionOptions(*command, *outputs, *options);
   outputs
       ->add_option("--picture", options->picture,

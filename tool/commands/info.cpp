@@ -11,9 +11,11 @@
 #include "base/text.h"
 #include "base/user_error.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/info_facts.h"
 #include "tool/host/codec_configuration.h"
 #include "tool/host/input_names.h"
 #include "tool/host/media_tracks.h"
+#include "tool/host/movie_file.h"
 #include "tool/host/other_tracks.h"
 #include "tool/host/plugin_host.h"
 #include "tool/host/undecoded_audio.h"
@@ -190,23 +192,27 @@ void printText(const Json& description) {
 struct Description {
   Json json;
   std::vector<MediaTrack> tracks;
+  InfoFacts facts;
 };
 
 Description describeFile(const Plugin& plugin, const std::string& name) {
   WatchedFiles files(name);
   const MediaFile file = plugin.open(name);
-  Description description{describe(*file, name), mediaTracks(name, files)};
+  Description description{describe(*file, name), mediaTracks(name, files), InfoFacts(openedFiles(name))};
   addReasons(description.json["audio"], name);
+  description.facts.addTo(description.json);
   description.json["otherTracks"] = describeOtherTracks(otherTracksOf(name));
   description.json["tracks"] = describeTracks(description.tracks);
+  description.facts.addToTracks(description.json["tracks"]);
   return description;
 }
 
 // Each track on a line, with its file where there are two.
-void printTracks(const std::vector<MediaTrack>& tracks) {
-  for (const MediaTrack& track : tracks) {
-    std::cout << mediaTrackText(track);
-    if (tracks.front().file != tracks.back().file) std::cout << " (" << track.file << ')';
+void printTracks(const Description& description) {
+  const std::vector<MediaTrack>& tracks = description.tracks;
+  for (std::size_t i = 0; i < tracks.size(); ++i) {
+    std::cout << mediaTrackText(tracks[i]) << description.facts.trackText(i);
+    if (tracks.front().file != tracks.back().file) std::cout << " (" << tracks[i].file << ')';
     std::cout << '\n';
   }
 }
@@ -219,7 +225,8 @@ void describeOne(const Plugin& plugin, const std::string& name, bool json) {
   const Description description = describeFile(plugin, name);
   if (json) return printJson(description.json);
   printText(description.json);
-  printTracks(description.tracks);
+  std::cout << description.facts.text();
+  printTracks(description);
 }
 
 // Describes all that can be, and says of the others why not. Returns whether all could.

@@ -1,13 +1,11 @@
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 #include <vector>
 
-#include "base/exact_time.h"
 #include "base/text.h"
 #include "base/user_error.h"
 #include "mp4box/boxes/hdlr.h"
-#include "tool/export/audio_skew.h"
+#include "tool/export/audio_range.h"
+#include "tool/export/audio_stream.h"
 #include "tool/export/export_streams.h"
 #include "tool/export/lost_audio.h"
 #include "tool/export/output_file.h"
@@ -25,35 +23,6 @@ namespace {
 // An access unit claims an impossible duration: audio may follow it.
 constexpr std::uint32_t kRefusedDuration = 0xFFFFFFFEu;
 
-// PCM frames during which the selected frames play, after `silence` of them when the audio starts late.
-struct SampleRange {
-  std::uint64_t from;
-  std::uint64_t count;
-  std::uint64_t silence;
-};
-
-SampleRange sampleRange(const FrameSelection& selection, const QVRSYSTEM& system, const QVRAUDIO& audio,
-                        const std::string& name) {
-  const auto total = static_cast<std::int64_t>(audio.stream.length);
-  const auto skew = static_cast<std::int64_t>(std::llround(audioSkew(name) * audio.wave.samplesPerSecond));
-  // Clamped so that the audio ends there with any skew.
-  const std::uint64_t most = audio.stream.length + static_cast<std::uint64_t>(std::abs(skew));
-  const auto sampleOf = [&](std::uint64_t frame) {
-    const std::uint64_t sample =
-        scaleExactly(frame, std::uint64_t{system.scale} * audio.wave.samplesPerSecond, system.rate);
-    return static_cast<std::int64_t>(std::min(sample, most)) + skew;
-  };
-  const FrameRange selected = selection.range({system.rate, system.scale});
-  const std::int64_t begin = sampleOf(selected.from);
-  if (begin >= total)
-    throw UserError("the audio of '" + name + "' ends before frame " + std::to_string(selected.from));
-  const std::int64_t end =
-      selection.hasEnd() ? std::min(sampleOf(std::uint64_t{selected.from} + selected.count), total) : total;
-  const std::int64_t from = std::max<std::int64_t>(begin, 0), to = std::max<std::int64_t>(end, 0);
-  return {static_cast<std::uint64_t>(from), static_cast<std::uint64_t>(std::max(to - from, std::int64_t{0})),
-          static_cast<std::uint64_t>(std::min(from, std::max(end, begin)) - begin)};
-}
-
 // Writes the audio of a range, block by block.
 class AudioExport {
  public:
@@ -67,7 +36,7 @@ class AudioExport {
 
   // Audio that cannot be read is silence if audio follows, else the end. Returns the status of the last block
   // that could not be read, VL_OK when all could.
-  std::uint32_t run(const SampleRange& range) {
+  std::uint32_t run(const AudioRange& range) {
     Progress progress("exporting audio", range.count);
     std::uint32_t failure = VL_OK;
     writeZeros(range.silence);
@@ -158,7 +127,9 @@ double exportAudio(CAMediaFile& file, const ExportRequest& request) {
   if (file.Channels() == 0 || wave.channels == 0)
     throw UserError("'" + request.input + "' has no audio" +
                     whyThereIsNone(request.input, mp4::kAudioHandler));
-  const SampleRange range = sampleRange(request.selection, system, audio, request.input);
+  if (const auto codec = streamCodecOf(request.output))
+    return exportAudioStream(*codec, system, audio, request);
+  const AudioRange range = audioRange(request.selection, system, audio, request.input);
   const WaveFormat format{wave.samplesPerSecond, wave.channels, wave.bitsPerSample};
   OutputFile output(request.output, request.input, request.force);
   AudioExport exporter(file, format, output);

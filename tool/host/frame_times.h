@@ -4,10 +4,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "tool/host/movie_file.h"
-#include "tool/source/sample_source.h"
+#include "tool/host/track_units.h"
 
 namespace fmp4 {
 
@@ -33,14 +31,8 @@ class FrameTimes {
   std::optional<FrameTime> of(std::uint32_t frame, std::uint32_t size);
 
  private:
-  void openVideo();
-  // Goes on to the next fragment with frames. Returns whether there is one.
-  bool readOn();
-  void addFragment(Mp4Box* moof);
-
-  MovieFile file_;
-  std::vector<SourceTrack> video_;  // with the frames held; empty when no more are known
-  std::uint64_t first_ = 0;         // number of the first of them
+  TrackUnits video_;
+  std::uint64_t passed_ = 0;  // frames, the current one included
 };
 
 }  // namespace fmp4

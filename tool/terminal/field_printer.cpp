@@ -8,6 +8,7 @@
 #include "base/bytes.h"
 #include "base/json_text.h"
 #include "base/text.h"
+#include "mp4box/field_reader.h"
 
 namespace fmp4 {
 
@@ -41,38 +42,73 @@ std::string numberText(std::uint64_t value, unsigned bytes, Mp4Number kind, bool
   return std::to_string(value);
 }
 
-class FieldPrinter : public Mp4Fields {
+class FieldPrinter final : public Mp4FieldReader {
  public:
-  FieldPrinter(std::ostream& out, FieldStyle style) : out_(out), json_(style == FieldStyle::Json) {}
+  FieldPrinter(std::ostream& out, std::span<const std::uint8_t> payload, FieldStyle style)
+      : Mp4FieldReader(payload),
+        out_(out),
+        json_(style == FieldStyle::Json),
+        short_(style == FieldStyle::Text) {}
   // Closes what is open; no field may follow.
   void end() { endFields(); }
 
-  bool reading() const override { return false; }
-  std::uint64_t remaining() const override { return ~std::uint64_t{0}; }
-
-  void bytes(const char* name, std::span<std::uint8_t> bytes) override { showBytes(name, bytes); }
-  void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t) override {
+  void bytes(const char* name, std::span<std::uint8_t> bytes) override {
+    Mp4FieldReader::bytes(name, bytes);
+    showBytes(name, bytes);
+  }
+  void blob(const char* name, std::vector<std::uint8_t>& bytes, std::uint64_t count) override {
+    Mp4FieldReader::blob(name, bytes, count);
     showBytes(name, bytes);
   }
   void text(const char* name, std::string& value) override {
+    Mp4FieldReader::text(name, value);
     if (key(name)) out_ << jsonText(value);
   }
-  void characters(const char* name, std::string& value, std::uint64_t) override { text(name, value); }
-  void reserved(unsigned) override {}
-  void packed(unsigned, std::initializer_list<Mp4Bits> fields) override {
-    for (const Mp4Bits& field : fields)
-      if (key(field.name)) out_ << field.value;
+  void characters(const char* name, std::string& value, std::uint64_t count) override {
+    Mp4FieldReader::characters(name, value, count);
+    if (key(name)) out_ << jsonText(value);
+  }
+  void packed(unsigned bytes, std::initializer_list<Mp4Bits> fields) override {
+    silent_ = true;
+    Mp4FieldReader::packed(bytes, fields);
+    silent_ = false;
+    for (const Mp4Bits& field : fields) show(field.name, field.value, 4, Mp4Number::Unsigned);
+  }
+  std::uint32_t sevenBits(const char* name, std::uint32_t& value) override {
+    silent_ = true;
+    const std::uint32_t count = Mp4FieldReader::sevenBits(name, value);
+    silent_ = false;
+    show(name, value, 4, Mp4Number::Unsigned);
+    return count;
   }
 
-  void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t) override {
+  void words(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count) override {
+    Mp4FieldReader::words(name, values, count);
     if (!key(name)) return;
     out_ << '[';
-    std::uint64_t count = 0;
+    std::uint64_t shown = 0;
     for (const std::uint32_t value : values) {
-      if (!inFull(++count)) break;
-      out_ << (count > 1 ? ", " : "") << value;
+      if (!inFull(++shown)) break;
+      out_ << (shown > 1 ? ", " : "") << value;
     }
     closeList(values.size());
+  }
+  void rows(const char* name, std::vector<std::uint32_t>& values, std::uint64_t count,
+            std::span<const Mp4Column> columns) override {
+    Mp4FieldReader::words(name, values, count * columns.size());
+    if (!key(name)) return;
+    out_ << '[';
+    const std::uint64_t held = values.size() / columns.size();
+    for (std::uint64_t row = 0; row < held && inFull(row + 1); ++row) {
+      const char* separator = row > 0 ? ", {" : "{";
+      for (const Mp4Column& column : columns) {
+        const std::size_t place = row * columns.size() + static_cast<std::size_t>(&column - columns.data());
+        out_ << std::exchange(separator, json_ ? ", " : " ");
+        out_ << named(column.name) << numberText(values[place], 4, column.kind, json_);
+      }
+      out_ << '}';
+    }
+    closeList(held);
   }
 
   void beginEntry(const char* name) override {
@@ -100,10 +136,8 @@ class FieldPrinter : public Mp4Fields {
 
  protected:
   void number(const char* name, std::uint64_t& value, unsigned bytes, Mp4Number kind) override {
-    if (hidden_ > 0) return;
-    if (numbersName_ == nullptr || std::strcmp(numbersName_, name) != 0) endFields();
-    numbersName_ = name;
-    numbers_.push_back(numberText(value, bytes, kind, json_));
+    Mp4FieldReader::number(name, value, bytes, kind);
+    show(name, value, bytes, kind);
   }
 
  private:
@@ -114,7 +148,16 @@ class FieldPrinter : public Mp4Fields {
     std::uint64_t entries = 0;                            // in that list so far
   };
 
-  bool inFull(std::uint64_t entry) const { return json_ || entry <= kShownEntries; }
+  void show(const char* name, std::uint64_t value, unsigned bytes, Mp4Number kind) {
+    if (silent_ || hidden_ > 0) return;
+    if (numbersName_ == nullptr || std::strcmp(numbersName_, name) != 0) endFields();
+    numbersName_ = name;
+    numbers_.push_back(numberText(value, bytes, kind, json_));
+  }
+
+  bool inFull(std::uint64_t entry) const { return !short_ || entry <= kShownEntries; }
+  // The name of a field, up to its value.
+  std::string named(const std::string& name) const { return json_ ? jsonText(name) + ": " : name + '='; }
 
   // Starts a field: closes what is open before it and prints its name. False when nothing is to be printed.
   bool key(const char* name) {
@@ -131,15 +174,11 @@ class FieldPrinter : public Mp4Fields {
                               [name](const auto& known) { return std::strcmp(known.first, name) == 0; });
     if (known == names.end()) known = names.insert(known, {name, 0});
     const unsigned times = ++known->second;
-    const std::string key = times == 1 ? name : name + ('_' + std::to_string(times));
-    if (json_)
-      out_ << jsonText(key) << ": ";
-    else
-      out_ << key << '=';
+    out_ << named(times == 1 ? name : name + ('_' + std::to_string(times)));
   }
   void showBytes(const char* name, std::span<const std::uint8_t> bytes) {
     if (!key(name)) return;
-    const bool all = json_ || bytes.size() <= kShownBytes;
+    const bool all = !short_ || bytes.size() <= kShownBytes;
     out_ << '"' << hexText(all ? bytes : bytes.first(kShownBytes)) << '"';
     if (!all) out_ << "...(" << bytes.size() << " bytes)";
   }
@@ -166,6 +205,8 @@ class FieldPrinter : public Mp4Fields {
 
   std::ostream& out_;
   bool json_;
+  bool short_;           // shows only the start of what is long
+  bool silent_ = false;  // shows no numbers: they are parts of one
   std::vector<Level> levels_ = std::vector<Level>(1);
   unsigned hidden_ = 0;  // enclosing entries that are not shown
   // Consecutive numbers of one name (a matrix), not yet printed.
@@ -175,8 +216,9 @@ class FieldPrinter : public Mp4Fields {
 
 }  // namespace
 
-void printFields(std::ostream& out, Mp4Payload& payload, FieldStyle style) {
-  FieldPrinter printer(out, style);
+void printFields(std::ostream& out, Mp4Payload& payload, std::span<const std::uint8_t> bytes,
+                 FieldStyle style) {
+  FieldPrinter printer(out, bytes, style);
   payload.fields(printer);
   printer.end();
 }

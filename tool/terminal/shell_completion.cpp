@@ -46,7 +46,7 @@ Values valuesOf(const CLI::Option& option) {
   if (option.get_items_expected_max() == 0) return Values::None;
   const std::string type = typeOf(option);
   if (wordsOfTypes().contains(type)) return Values::Words;
-  return type == "N" || type == "PLACE" || type == "SEED" ? Values::Numbers : Values::Files;
+  return type == "N" || type == "PLACE" || type == "SEED" || type == "BOX" ? Values::Numbers : Values::Files;
 }
 
 OptionWords optionWords(const CLI::Option& option) {

@@ -1,0 +1,12 @@
+// Whether a recording has ended, by its playlist.
+#pragma once
+
+#include <string>
+
+namespace fmp4 {
+
+// Whether there is a playlist of the media file `media` that lacks its end: the recording goes on, or was
+// interrupted. False without a playlist.
+bool hasOpenPlaylist(const std::string& media);
+
+}  // namespace fmp4
