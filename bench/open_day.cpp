@@ -65,7 +65,7 @@ int main() {
       },
       walk);
   met = report("processor time of fmp4 info over that of a plain walk",
-               ratioOf(info, walked, &Measured::cpuSeconds), "<=", 2.2) &&
+               ratioOf(info, walked, &Measured::cpuSeconds), "<=", 1.5) &&
         met;
 
   std::vector<Measured> ours, theirs;
