@@ -48,7 +48,7 @@ std::string movieTimeText(std::uint64_t seconds) {
   using namespace std::chrono;
   constexpr sys_days kEpoch = year(1904) / January / 1, kEnd = year(10000) / January / 1;
   constexpr auto kMost = static_cast<std::uint64_t>((kEnd - kEpoch) / std::chrono::seconds(1));
-  constexpr std::uint64_t kDay = 24 * 60 * 60;
+  constexpr std::uint64_t kDay = 86'400;
   if (seconds == 0 || seconds >= kMost) return {};
   const year_month_day date = kEpoch + days(seconds / kDay);
   const auto inDay = static_cast<unsigned>(seconds % kDay);
