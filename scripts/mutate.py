@@ -164,6 +164,8 @@ def locate(mutation, source):
     if not parts:
         raise ListError(f"{mutation.place}: no {{{{old ==> new}}}}")
     before, mutation.old, mutation.new, after = (part.strip() for part in parts.groups())
+    if any(text.count("(") != text.count(")") for text in (mutation.old, mutation.new)):
+        raise ListError(f"{mutation.place}: a bracket without its other: {mutation.text}")
     found = source.find(words_of(before) + words_of(mutation.old) + words_of(after))
     if len(found) != 1:
         raise ListError(f"{mutation.place}: found {len(found)} times in {mutation.folder}/{mutation.file}: {mutation.text}")
@@ -255,16 +257,16 @@ def switched(source, mutations):
 def replacement(old, mutations):
     """One piece with its switches."""
     text = old
-    statement = old.endswith((";", "}"))
     for mutation in mutations:
         switch = f"(fmp4::mutants::on<{mutation.number}>())"
         new = mutation.new
+        statement = old.endswith(";") or (old.endswith("}") and bool(re.match(r"(if|for|while|switch|do)\b", old)))
         if "MUTANT" in new:
             if len(mutations) > 1:
                 raise ListError(f"{mutation.place}: overlaps another mutation")
             text = new.replace("MUTANT", switch)
         elif statement:
-            text = f"if {switch} {{ {new} }} else {{ {text} }}"
+            text = f"{{ if {switch} {{ {new} }} else {{ {text} }} }}"
         elif new in ("true", "false"):
             text = f"({switch} ? {new} : static_cast<bool>({text}))"  # pointers are conditions too
         elif new:
@@ -405,6 +407,7 @@ def main():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--check", action="store_true", help="only check that the lists fit the code")
     parser.add_argument("--no-build", action="store_true", help="use the programs in build/mutants as they are")
+    parser.add_argument("--program", action="append", help="run this test program, and no other that is not named so")
     parser.add_argument("-j", "--jobs", type=int, default=os.cpu_count(), help="how many run at a time")
     parser.add_argument("module", nargs="*", help="folders or files whose mutations to try (default: all)")
     options = parser.parse_args()
@@ -418,6 +421,9 @@ def main():
     wanted = tuple(module.rstrip("/") for module in options.module)
     mutations = [mutation for mutation in mutations
                  if not wanted or f"{mutation.folder}/{mutation.file}/".startswith(tuple(m + "/" for m in wanted))]
+    for mutation in mutations:
+        mutation.programs = [each for each in mutation.programs if not options.program or each[0] in options.program]
+    mutations = [mutation for mutation in mutations if mutation.programs]
     if not mutations:
         sys.exit("mutate: no such mutations")
     programs = {program for mutation in mutations for program in mutation.programs}
