@@ -141,10 +141,10 @@ TEST(PlannedRate, IsThatOfMostFrames) {
   EXPECT_EQ(planOf(video).plan.rate, 25u);
   EXPECT_EQ(planOf(video).plan.scale, 1u);
   // A last frame of another duration is common, and says nothing.
-  video.samples.push_back({.decodeTime = 320, .duration = 900});
+  video.samples.push_back({.key = false, .decodeTime = 320, .duration = 900});
   EXPECT_EQ(planOf(video).plan.rate, 25u);
   EXPECT_THAT(planOf(video).warnings, IsEmpty());
-  video.samples.push_back({.decodeTime = 1220, .duration = 40});
+  video.samples.push_back({.key = false, .decodeTime = 1220, .duration = 40});
   EXPECT_THAT(planOf(video).warnings, ElementsAre(HasSubstr("vary in duration")));
 }
 
