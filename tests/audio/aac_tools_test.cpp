@@ -454,11 +454,11 @@ TEST(ScaleFactors, AreWithin0And255) {
 }
 
 // Left and right, each with all lines of one value.
-struct StereoPair {
+struct LeftAndRight {
   std::unique_ptr<ChannelStream> left = LongChannel(3), right = LongChannel(3);
   StereoMask mask{};
 
-  StereoPair() {
+  LeftAndRight() {
     left->ics.maxSfb = right->ics.maxSfb = 1;
     std::fill_n(left->spectrum, 1024, 3.0f);
     std::fill_n(right->spectrum, 1024, 1.0f);
@@ -468,7 +468,7 @@ struct StereoPair {
 
 TEST(Stereo, IntensityChangesItsPhaseOnlyByTransmittedFlags) {
   for (const bool sent : {true, false}) {
-    StereoPair pair;
+    LeftAndRight pair;
     pair.mask.sent = sent;
     pair.right->codebook[0] = kIntensityInPhase;
     ApplyIntensity(pair.mask, *pair.left, *pair.right);
@@ -480,7 +480,7 @@ TEST(Stereo, IntensityChangesItsPhaseOnlyByTransmittedFlags) {
 TEST(Stereo, MidAndSideLeaveNoiseAlone) {
   for (const auto& [left, right, applied] :
        {std::tuple{1, 1, true}, {kNoiseCodebook, 1, false}, {1, kNoiseCodebook, false}}) {
-    StereoPair pair;
+    LeftAndRight pair;
     pair.left->codebook[0] = static_cast<std::uint8_t>(left);
     pair.right->codebook[0] = static_cast<std::uint8_t>(right);
     ApplyMidSide(pair.mask, *pair.left, *pair.right);

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <regex>
 
 #include "base/user_error.h"
 #include "recording/check/repair.h"
@@ -306,6 +307,11 @@ TEST(InterruptedMedia, DataThatWereNeverWrittenBeforeThoseStay) {
 
 // ---- Lists ------------------------------------------------------------------------------------------
 
+// Manifest and playlists say when they were begun, each for itself.
+std::string withoutTimes(const std::string& text) {
+  return std::regex_replace(text, std::regex("[0-9-]+T[0-9:.]+Z"), "TIME");
+}
+
 TEST(ChangedLists, AreRewrittenAsTheyWere) {
   for (const auto& [kind, name] :
        {std::pair{kVideoOnly, "out.mpd"}, {kApart, "out.m3u8"}, {kApart, "outA.m3u8"}}) {
@@ -315,7 +321,7 @@ TEST(ChangedLists, AreRewrittenAsTheyWere) {
     EXPECT_THAT(problemsIn(verifyRecording(files.media)),
                 ElementsAre(std::string(name) + ": it is missing, or cannot be read"));
     EXPECT_THAT(repairRecording(files.media), ElementsAre(std::string(name) + ": rewritten"));
-    EXPECT_EQ(files.text(name), before) << name;
+    EXPECT_EQ(withoutTimes(files.text(name)), withoutTimes(before)) << name;
   }
 }
 
