@@ -10,9 +10,10 @@ files named mutations.txt:
       equivalent: the next line sets it again
 
 Each names a file of that folder or below, and a piece of it that occurs there once; white space and comments
-between its words do not count. What is between the braces is replaced: a statement (it ends with ; or }) or an expression, whose new form
-must have a type that goes with the old one. Where that does not compile, the new text is put as it is if it contains
-MUTANT, which is true when the mutation is switched on.
+between its words do not count. What is between the braces is replaced: a statement, which ends with ; (or a block
+that begins with if, for, while, switch or do), or an expression, whose new form must have a type that goes with the
+old one. Where that does not compile, the new text is put as it is if it contains MUTANT, which is true when the
+mutation is switched on.
 
 `tests:` names a test program, and optionally suites of it as GoogleTest filters do; it holds for the mutations that
 follow, together with other such lines right before or after it. Below a mutation, `equivalent:` says why no test can
