@@ -13,7 +13,7 @@ linux=(
   locales  # one with decimal commas
   ffmpeg mediainfo faad liba52-0.7.4-dev  # make the tests' media, reference decoders (a52dec is in the last); run as programs only
   chromium  # runs the served page
-  python3  # reads the scripts of deploy/
+  python3  # runs scripts/mutate.py, reads the scripts of deploy/
 )
 # A Node.js from elsewhere may bring npm along, and then excludes Debian's packages.
 command -v node >/dev/null || linux+=(nodejs)

@@ -122,6 +122,7 @@ step "packages" scripts/setup.sh
 step "format" check_format
 step "layers" scripts/check_layers.sh
 step "scripts" check_scripts
+step "mutations" scripts/mutate.sh --check
 if [[ $gear != quick ]]; then step "headers" check_headers; fi
 if [[ $gear == native ]]; then step "tidy what changed" scripts/tidy.sh --changed; fi
 if [[ $gear == all ]]; then step "tidy" scripts/tidy.sh; fi

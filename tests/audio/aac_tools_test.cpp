@@ -12,6 +12,8 @@
 #include "audio/umc/aac/core/mixdown.h"
 #include "audio/umc/aac/core/noise.h"
 #include "audio/umc/aac/core/prediction.h"
+#include "audio/umc/aac/core/scale_factors.h"
+#include "audio/umc/aac/core/stereo.h"
 #include "audio/umc/aac/core/tns.h"
 #include "audio/umc/aac/decoder_options.h"
 #include "audio/umc/aac/decoder_state.h"
@@ -410,6 +412,81 @@ TEST(SamplingIndex, FollowsTheTableOfRanges) {
   EXPECT_EQ(10, SamplingIndexOf(9391));
   EXPECT_EQ(11, SamplingIndexOf(9390));
   EXPECT_EQ(11, SamplingIndexOf(0));
+}
+
+TEST(Mixdown, DoesNotAmplifyQuietLayouts) {
+  Layout layout{};
+  layout.mixdownIndex = -1;
+  ASSERT_TRUE(layout.Add(ElementType::kSingle, 0, Speaker::kFrontCentre));
+  ASSERT_TRUE(layout.Add(ElementType::kLfe, 0, Speaker::kLfe));
+  ASSERT_TRUE(layout.Add(ElementType::kLfe, 1, Speaker::kLfe));
+  const MixMatrix mix = MakeMixMatrix(layout, 2);
+  EXPECT_NEAR(std::sqrt(0.5f), mix.gains[0][0], 1e-6);
+  EXPECT_NEAR(std::sqrt(0.5f), mix.gains[1][0], 1e-6);
+}
+
+TEST(FilterBankTest, ALongWindowAfterShortOnesTakesTheirSlope) {
+  const FilterBank& bank = *SharedFilterBank(1024);
+  for (const bool endsShort : {true, false}) {
+    const auto state = std::make_unique<FilterBankState>();
+    const auto scratch = std::make_unique<FilterBankScratch>();
+    std::fill_n(state->tail, 1024, 1.0f);
+    state->shape = 0;
+    state->endsShort = endsShort;
+    std::vector<float> lines(1024, 0.0f);
+    SynthesiseFrame(bank, WindowSequence::kOnlyLong, 0, *state, *scratch, lines.data());
+    // A short slope is in the middle of the frame, 128 samples long.
+    EXPECT_EQ(endsShort, lines[447] == 1.0f);
+    EXPECT_EQ(endsShort, lines[576] == 0.0f);
+    EXPECT_GT(lines[512], 0.6f);
+    EXPECT_FALSE(state->endsShort);
+  }
+}
+
+TEST(ScaleFactors, AreWithin0And255) {
+  const auto channel = LongChannel(3);
+  channel->ics.maxSfb = 1;
+  for (const auto& [gain, valid] : {std::pair{255, true}, {256, false}, {0, true}, {-1, false}}) {
+    const std::uint8_t noDifference[8] = {};  // one bit of 0
+    BitWindow stream(noDifference, sizeof noDifference);
+    EXPECT_EQ(valid, ParseScaleFactorData(stream, *SharedCodebooks(), gain, *channel)) << gain;
+  }
+}
+
+// Left and right, each with all lines of one value.
+struct LeftAndRight {
+  std::unique_ptr<ChannelStream> left = LongChannel(3), right = LongChannel(3);
+  StereoMask mask{};
+
+  LeftAndRight() {
+    left->ics.maxSfb = right->ics.maxSfb = 1;
+    std::fill_n(left->spectrum, 1024, 3.0f);
+    std::fill_n(right->spectrum, 1024, 1.0f);
+    mask.used[0] = 1;
+  }
+};
+
+TEST(Stereo, IntensityChangesItsPhaseOnlyByTransmittedFlags) {
+  for (const bool sent : {true, false}) {
+    LeftAndRight pair;
+    pair.mask.sent = sent;
+    pair.right->codebook[0] = kIntensityInPhase;
+    ApplyIntensity(pair.mask, *pair.left, *pair.right);
+    EXPECT_EQ(sent ? -3.0f : 3.0f, pair.right->spectrum[0]);
+    EXPECT_EQ(3.0f, pair.left->spectrum[0]);
+  }
+}
+
+TEST(Stereo, MidAndSideLeaveNoiseAlone) {
+  for (const auto& [left, right, applied] :
+       {std::tuple{1, 1, true}, {kNoiseCodebook, 1, false}, {1, kNoiseCodebook, false}}) {
+    LeftAndRight pair;
+    pair.left->codebook[0] = static_cast<std::uint8_t>(left);
+    pair.right->codebook[0] = static_cast<std::uint8_t>(right);
+    ApplyMidSide(pair.mask, *pair.left, *pair.right);
+    EXPECT_EQ(applied ? 4.0f : 3.0f, pair.left->spectrum[0]);
+    EXPECT_EQ(applied ? 2.0f : 1.0f, pair.right->spectrum[0]);
+  }
 }
 
 }  // namespace

@@ -375,6 +375,43 @@ TEST(SbrDecoder, KeepsItsMemoryInItsOwnArea) {
   EXPECT_LT(sizeof(SbrArea), 420u * 1024);
 }
 
+TEST(SbrEnvelope, OverTimeIsRefusedWithoutAFrameBefore) {
+  SbrFrequencyTables tables{};
+  tables.bands[0].count = tables.noise.count = 1;
+  SbrGrid grid{};
+  grid.envelopes = grid.noiseFloors = 1;
+  for (const auto& [envelope, noise] :
+       {std::pair{false, false}, {true, false}, {false, true}, {true, true}}) {
+    SbrEnvelopeData data{};
+    data.envelopeOverTime[0] = envelope;
+    data.noiseOverTime[0] = noise;
+    SbrEnvelopeMemory memory{};
+    EXPECT_EQ(!envelope && !noise, DecodeSbrDifferences(tables, grid, false, data, memory));
+  }
+}
+
+// Levels of other bands are nothing to continue from.
+TEST(SbrPayload, OverTimeNeedsAFrameOfTheSameBands) {
+  SbrGeneratorOptions options;
+  options.headerChanges = false;
+  options.headerPercent = 100;
+  SbrGenerator first(1, 1, 48000, 16, options), other(2, 1, 48000, 16, options);
+  Element before, after;
+  ASSERT_TRUE(Read(first.NextPayload(), 1, 1024, before));
+  ASSERT_TRUE(Read(other.NextPayload(), 1, 1024, after));
+  ASSERT_FALSE(before.element.header.HasBandsOf(after.element.header));
+  int refused = 0;
+  for (int i = 0; i < 50; ++i) {
+    const auto payload = other.NextPayload();
+    Element changed = before, unknown = before;
+    unknown.channels[0].envelope.known = false;
+    const bool accepted = Read(payload, 1, 1024, changed);
+    EXPECT_EQ(accepted, Read(payload, 1, 1024, unknown)) << i;
+    refused += accepted ? 0 : 1;
+  }
+  EXPECT_GT(refused, 20);
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -310,6 +310,44 @@ TEST(Cea608, AnyBytesAreSafe) {
   for (const Cea608Decoder& decoder : decoders) EXPECT_LE(decoder.caption().blocks.size(), 15u);
 }
 
+TEST(Cea608, ACodeBetweenTwoOfTheSameIsNoRepetition) {
+  // Backspace, a character, and the same code again: both act.
+  EXPECT_EQ(shown(kPaint + chars("abcd") + once(BS) + chars("x ") + once(BS) + chars("y ")), "15:1:abcxy");
+}
+
+TEST(Cea608, ARepetitionWithADamagedFirstByteIsForgiven) {
+  Pairs pairs = kPaint + chars("abcd") + once(BS);
+  Pair damaged = pairOf(BS);
+  damaged[0] ^= 0x80;  // wrong parity
+  pairs.push_back(damaged);
+  EXPECT_EQ(shown(pairs + chars("x")), "15:1:abcx");
+  // Of another first byte, with right parity, it is another code.
+  EXPECT_EQ(shown(kPaint + chars("abcd") + once(DER) + once(inChannel2(DER))), "15:1:abcd");
+}
+
+TEST(Cea608, SmallerRollUpWindowsLoseTheRowsAbove) {
+  const Pairs lines =
+      code(RU4) + code(CR) + chars("one ") + code(CR) + chars("two ") + code(CR) + chars("six ");
+  EXPECT_EQ(shown(lines), "13:1:one|14:1:two|15:1:six");
+  EXPECT_EQ(shown(lines + code(RU2)), "14:1:two|15:1:six");
+  EXPECT_EQ(shown(lines + code(RU2) + code(CR)), "14:1:six");
+}
+
+TEST(Cea608, PreamblesStartWithAPlainStyle) {
+  const Cea608Decoder decoder =
+      decoded(kPaint + code(pac(14, 0x0E)) + chars("i ") + code(pacIndent(15, 4)) + chars("p "));
+  EXPECT_TRUE(styleOf(decoder, 14, 1).italics);
+  EXPECT_FALSE(styleOf(decoder, 15, 5).italics);
+  // Codes of row 11 that are not assigned change nothing.
+  EXPECT_EQ(shown(kPaint + chars("ab") + code(0x1060) + chars("cd")), "15:1:abcd");
+}
+
+TEST(Cea608, TabsEndInTheLastColumn) {
+  EXPECT_EQ(
+      shown(kPaint + code(pacIndent(15, 28)) + chars("ab") + code(TO3) + chars("c") + code(BS) + chars("d")),
+      "15:29:ab d");
+}
+
 }  // namespace
 
 }  // namespace fmp4

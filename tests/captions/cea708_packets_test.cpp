@@ -94,6 +94,21 @@ TEST(Cea708Packets, ABlockLongerThanItsPacketIsDropped) {
   EXPECT_EQ(received.take(), List{"1:a"});
 }
 
+TEST(Cea708Packets, AreForgottenOnceComplete) {
+  Received received;
+  const auto constructs = cea708::constructs(packet(0, block(1, chars("ab"))));
+  received.add(constructs);
+  EXPECT_EQ(received.take(), (List{"1:ab"}));
+  // More data without a start belongs to no packet.
+  received.add({constructs.begin() + 1, constructs.end()});
+  EXPECT_EQ(received.take(), List());
+  // Nor does what follows a start that is not valid.
+  auto invalid = constructs;
+  invalid[0].valid = false;
+  received.add(invalid);
+  EXPECT_EQ(received.take(), List());
+}
+
 }  // namespace
 
 }  // namespace fmp4

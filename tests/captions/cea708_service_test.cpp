@@ -252,6 +252,39 @@ TEST(Cea708, ReportsChanges) {
   EXPECT_TRUE(service.takeChanged());
 }
 
+TEST(Cea708, BlocksAreListedFromTheTopDown) {
+  EXPECT_EQ(shown(DFx(0, {.vertical = 80}) + chars("low") + DFx(1, {.vertical = 10}) + chars("high")),
+            "1:0:0:high|0:0:0:low");
+}
+
+TEST(Cea708, WindowsAreOfUpTo42Columns) {
+  EXPECT_EQ(shown(DFx(0, {.columns = 42}) + SPL(1, 40) + chars("ab")), "0:1:40:ab");
+  EXPECT_EQ(shown(DFx(0, {.rows = 4}) + SPL(2, 5) + chars("x")), "0:2:5:x");
+}
+
+TEST(Cea708, ASmallerWindowKeepsItsPenInside) {
+  EXPECT_EQ(shown(DFx(0, {.rows = 4}) + SPL(3, 0) + chars("gone") + DFx(0, {.rows = 2}) + chars("kept")),
+            "0:1:4:kept");
+}
+
+TEST(Cea708, AnchorsOutsideTheirGridAreAtItsEdge) {
+  const auto topOf = [](unsigned vertical) {
+    return decoded(DFx(0, {.relative = false, .vertical = vertical, .anchor = 0}) + chars("x"))
+        .caption()
+        .blocks.at(0)
+        .top;
+  };
+  EXPECT_DOUBLE_EQ(topOf(100), topOf(75));
+  EXPECT_LT(topOf(74), topOf(75));
+  const auto acrossOf = [](unsigned anchor) {
+    return decoded(DFx(0, {.vertical = 50, .horizontal = 50, .anchor = anchor}) + chars("x"))
+        .caption()
+        .blocks.at(0)
+        .top;
+  };
+  EXPECT_DOUBLE_EQ(acrossOf(15), acrossOf(8)) << "not assigned: the last";
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -126,6 +126,44 @@ TEST(CaptionChannelName, IsTheUsualOne) {
   EXPECT_EQ((CaptionChannel{CaptionChannel::Standard::Cea708, 12}).name(), "service 12");
 }
 
+TEST(CueBuilder, AnEndBeforeItsBeginningMakesNoCue) {
+  CueBuilder builder;
+  builder.show(50, captionOf("late"));
+  EXPECT_EQ(listed(builder.finish(40)), Texts());
+}
+
+TEST(CueBuilder, TextOfAnotherWindowIsNoContinuation) {
+  Caption other = captionOf("ab");
+  other.blocks[0].window = 1;
+  CueBuilder builder;
+  builder.show(10, captionOf("a"));
+  builder.show(12, other);
+  EXPECT_EQ(listed(builder.finish(20)), (Texts{"10-12:a/", "12-20:ab/"}));
+}
+
+TEST(CaptionText, TakesTwoOrThreeBytesFromTheStandardsLimits) {
+  const auto utf8 = [](char16_t character) {
+    std::string text;
+    captions::appendUtf8(text, character);
+    return text;
+  };
+  EXPECT_EQ(utf8(0x7FF), "\xDF\xBF");
+  EXPECT_EQ(utf8(0x800), "\xE0\xA0\x80");
+  EXPECT_EQ(utf8(0xD7FF), "\xED\x9F\xBF");
+  EXPECT_EQ(utf8(0xD800), "_");
+  EXPECT_EQ(utf8(0xDFFF), "_");
+  EXPECT_EQ(utf8(0xE000), "\xEE\x80\x80");
+}
+
+TEST(CaptionText, PositionsWithoutACharacterTakeTheStyleBefore) {
+  captions::TextStyle italics;
+  italics.italics = true;
+  const captions::Cell cells[] = {{u'a', italics}, {}, {u'b', italics}};
+  const captions::TextRow row = captions::textRowOf(cells, 3, 0);
+  ASSERT_EQ(row.runs.size(), 1u);
+  EXPECT_EQ(row.runs[0].text, "a b");
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -77,6 +77,32 @@ TEST(SeiCaptions, CutAnywhereAreSafe) {
         kConstructs.size());
 }
 
+TEST(SeiCaptions, EmulationPreventionFollowsAnyNumberOfZeros) {
+  // As an encoder that prevents too late would write them.
+  Bytes nal = {0x06, 5, 4, 0, 0, 0, 3, 9};
+  const Bytes captions = captionSei(kConstructs);
+  nal.insert(nal.end(), captions.begin() + 1, captions.end());
+  EXPECT_EQ(constructsInAccessUnit(accessUnit({nal}), 4), kConstructs);
+}
+
+TEST(SeiCaptions, MessagesThatEndWithTheirUnitAreTaken) {
+  // The trailing bits are missing: the message's last byte takes their place.
+  Bytes nal = captionSei(kConstructs);
+  nal.pop_back();
+  EXPECT_EQ(constructsInAccessUnit(accessUnit({nal}), 4), kConstructs);
+  EXPECT_EQ(constructsInAccessUnit(accessUnit({kSlice, nal}), 4), kConstructs);
+  nal.pop_back();
+  EXPECT_TRUE(constructsInAccessUnit(accessUnit({nal}), 4).empty()) << "a byte less than it says";
+}
+
+TEST(SeiCaptions, CountNoMoreConstructsThanTheirMessageHolds) {
+  Bytes payload = captionMessage(kConstructs);
+  payload[2 + 8] |= 0x1F;  // thirty-one
+  const auto constructs = constructsInAccessUnit(accessUnit({seiNalUnit(payload)}), 4);
+  ASSERT_EQ(constructs.size(), kConstructs.size());
+  EXPECT_EQ(constructs, kConstructs);
+}
+
 }  // namespace
 
 }  // namespace fmp4

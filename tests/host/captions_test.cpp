@@ -52,6 +52,12 @@ TEST(Captions, MissingAndOversizedAreasAreInvalid) {
   EXPECT_EQ(check(std::vector<std::uint8_t>(sizeof(DFRAME::captions) + 1)), VL_FAILED);
 }
 
+TEST(Captions, APacketWithoutItsLengthIsNoPacket) {
+  const std::uint8_t area[] = {0, 0, 0, 0, 0x96, 0x69, 200, 0};
+  EXPECT_EQ(mfCheck608708(area, 6), VL_OK);
+  EXPECT_EQ(mfCheck608708(area, 7), VL_FAILED);
+}
+
 }  // namespace
 
 }  // namespace fmp4

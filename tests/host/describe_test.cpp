@@ -171,6 +171,12 @@ TEST(CodecUtility, DriveFlagsFollowTheCompression) {
   EXPECT_EQ(fccGetDrFlagsVideo(nullptr), 0u);
 }
 
+TEST(RateScale, AQuarterOfTheNtscDistanceIsItsLimit) {
+  EXPECT_EQ(normalized(60015, 2002), Pair(30000, 1001));
+  EXPECT_EQ(normalized(60016, 2002), Pair(29978, 1000));
+  EXPECT_EQ(normalized(2797, 100), Pair(27970, 1000)) << "28 frames a second are no video rate";
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -164,6 +164,22 @@ TEST(FieldWriter, WritesEveryKindOfField) {
                               'a',  7,    8,    0,    0,    0,    1,    0x80, 0,    0,    0,    0x1F, 0xFF}));
 }
 
+TEST(FieldReader, SaysWhichFieldsGoPastTheEnd) {
+  const Bytes bytes = {'a', 'b', 'c'};
+  std::vector<std::uint8_t> blob;
+  std::string text;
+  Mp4FieldReader complete(bytes), longer(bytes), open(bytes);
+  complete.blob("blob", blob, 3);
+  EXPECT_TRUE(complete.result().ok());
+  longer.blob("blob", blob, 4);
+  EXPECT_FALSE(longer.result().ok());
+  // A text may end with its box.
+  open.text("text", text);
+  EXPECT_EQ(text, "abc");
+  EXPECT_TRUE(open.result().ok());
+  EXPECT_EQ(open.consumed(), 3u);
+}
+
 }  // namespace
 
 }  // namespace fmp4

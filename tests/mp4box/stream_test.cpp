@@ -2,12 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <filesystem>
 #include <limits>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "mp4box/window_stream.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/temp_folder.h"
 #include "vlhost.h"
@@ -499,6 +502,30 @@ TEST(MemoryStream, OpensWritesAndClosesNothing) {
   EXPECT_EQ(stream.write("x", 1), -1);
   EXPECT_EQ(stream.close(), 0);
   EXPECT_EQ(readBytes(stream, 6), bytes);
+}
+
+// What was flushed is not written again over what came after it.
+TEST_F(BufferedStream, WritesEachByteOnce) {
+  auto stream = buffered(MP4_MODE_CREATE);
+  const Bytes small(10, 1), large(static_cast<std::size_t>(kBuffer) + 1, 2);
+  EXPECT_EQ(stream->write(small.data(), 10), 10);
+  ASSERT_TRUE(stream->seek(0));
+  EXPECT_EQ(stream->write(large.data(), kBuffer + 1), kBuffer + 1);
+  stream->close();
+  EXPECT_EQ(onDisk(), large);
+}
+
+TEST(WindowStream, HoldsToItsSizeAndToWhatTheFileHas) {
+  const Bytes bytes(100, 7);
+  Mp4MemoryStream file(bytes.data(), bytes.size());
+  std::array<std::uint8_t, 64> buffer{};
+  for (const auto& [size, offset, expected] :
+       {std::tuple{50u, 50u, 0}, {50u, 60u, 0}, {50u, 40u, 10}, {200u, 90u, 10}, {200u, 0u, 64}}) {
+    Mp4Window window;
+    Mp4WindowStream stream(file, window, size, 16);
+    ASSERT_TRUE(stream.seek(offset));
+    EXPECT_EQ(stream.peek(buffer.data(), 64), expected) << size << ' ' << offset;
+  }
 }
 
 }  // namespace

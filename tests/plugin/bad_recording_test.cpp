@@ -344,6 +344,22 @@ TEST(BadRecording, FrameSizesBeyond16BitsAreRefused) {
   }
 }
 
+// Described through the system's call, which checks nothing.
+TEST(BadRecording, AudioThatCannotBeRecordedIsRefusedAtTheFirstFrameToo) {
+  for (const std::uint32_t rate : {0u, 96000u}) {
+    const TempFolder folder;
+    MediaFile file = startRecording(folder.file("out.ismv"), withAudio());
+    const Described described = describe(*file);
+    QVRAUDIO audio = described.audio;
+    audio.wave.samplesPerSecond = rate;
+    file->SetSysInfo(nullptr, nullptr, &audio);
+    LogCapture log;
+    EXPECT_EQ(writeSample(*file, 1, QVR_MODE_VIDEO, frameBytes(0)), 0xFFFFFFFFu) << rate;
+    closeFile(file);
+    EXPECT_EQ(readFile(folder.file("out.ismv")).size(), 28u) << "the file type alone";
+  }
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -313,6 +313,33 @@ TEST(ReadAudio, AudioOfASeparateFileIsReadThroughTheVideoObject) {
   EXPECT_EQ(readAll(*joined, 1920), readAll(*alone, 4096));
 }
 
+TEST(ReadAudio, AtTheEndThereIsASizeAndNothingElse) {
+  const BuiltFile clip = changedTone([](RunSpec&) {});
+  const std::uint32_t length = lengthOf(*clip);
+  const std::uint32_t size = (*clip).Read(0, 100, 1, QVR_MODE_AUDIO, nullptr, nullptr);
+  EXPECT_EQ((*clip).Read(length, 100, 1, QVR_MODE_AUDIO, nullptr, nullptr), size);
+  EXPECT_EQ((*clip).Read(length + 1, 100, 1, QVR_MODE_AUDIO, nullptr, nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*clip, length, 0).status, VL_OK);
+  EXPECT_EQ(readAudio(*clip, length + 1, 0).status, 0xFFFFFFFFu);
+  LogCapture log;
+  EXPECT_EQ(readAudio(*clip, length, 1).status, 0xFFFFFFFFu);
+  EXPECT_EQ(readAudio(*clip, length - 1, 1).status, VL_OK);
+}
+
+// The host may leave the capacity open, or state one that is just enough.
+TEST(ReadAudio, AStatedCapacityOfExactlyTheSamplesIsEnough) {
+  const BuiltFile clip = changedTone([](RunSpec&) {});
+  std::vector<std::uint8_t> buffer(4000);
+  for (const auto& [capacity, status] : {std::pair{4000u, VL_OK}, {3999u, 0xFFFFFFFFu}}) {
+    DFRAME d{};
+    d.size = sizeof d;
+    d.data = buffer.data();
+    d.dataCapacity = capacity;
+    LogCapture log;
+    EXPECT_EQ((*clip).Read(0, 1000, 1, QVR_MODE_AUDIO, &d, nullptr), status) << capacity;
+  }
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -120,6 +120,28 @@ TEST(RepairFaults, AtAnyCallLeaveWhatTheNextRepairMakesIntact) {
   }
 }
 
+// Media that the disk may have lost are listed by nothing that follows.
+TEST(FailedFlush, EndsTheRecordingOfItsFile) {
+  for (std::uint64_t n = 1;; ++n) {
+    const TempFolder folder;
+    LogCapture log;
+    setFaults({Fault::Fail, n});
+    MediaFile file = startKind(folder, kVideoAlone);
+    if (!file) continue;
+    const bool took = writeAll(*file, kVideoAlone, kSegmentFrames + 1);
+    if (!faultHappened()) break;
+    if (faultedKind() != HostCallKind::Flush) continue;
+    EXPECT_FALSE(took);
+    const auto listed = listedIn(folder);
+    for (std::uint32_t i = 0; i < 2 * kSegmentFrames; ++i)
+      ASSERT_NE(writeSample(*file, 1, QVR_MODE_VIDEO, videoBytes(i), i), VL_OK) << i;
+    EXPECT_NE(closeFile(file), VL_OK);
+    EXPECT_EQ(listedIn(folder)["out.m3u8"], listed.at("out.m3u8"));
+    return;
+  }
+  FAIL() << "no flush of media";
+}
+
 }  // namespace
 
 }  // namespace fmp4

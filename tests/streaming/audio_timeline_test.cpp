@@ -141,6 +141,37 @@ TEST(AudioTimeline, ATrackWithoutUnitsHasNone) {
   EXPECT_FALSE(timed.timeline.find(timed.index, 0));
 }
 
+// The bound holds for all fragments together: else each could count as many units as the file has bytes.
+TEST(AudioTimeline, UnitsOfAllFragmentsAreNoMoreThanTheFileHasBytes) {
+  TrafSpec traf;
+  traf.trackId = 2;
+  traf.flags = kBaseIsMoof | kDefaultDuration;
+  traf.duration = 1000;  // not exactly a unit's
+  RunSpec run{kRunDataOffset};
+  run.count = 700;
+  traf.runs = {run};
+  Timed timed(
+      join({fragment(1, {traf}), fragment(2, {traf}), fragment(3, {traf}), box("free", {zeros(1200)})}));
+  ASSERT_LT(timed.file.bytes.size(), 2100u);
+  ASSERT_GT(timed.file.bytes.size(), 1400u);
+  EXPECT_EQ(timed.timeline.units(), 1400u);
+  EXPECT_FALSE(timed.timeline.at(timed.index, 1400));
+}
+
+TEST(AudioTimeline, TracksLongerThanAStoredStartAreFoundEverywhere) {
+  Bytes content;
+  for (std::uint32_t i = 1; i <= 200; ++i) content = join({content, audioFragment(i, {{1024, 1024}})});
+  Timed timed(content);
+  EXPECT_EQ(timed.timeline.units(), 400u);
+  for (std::uint64_t unit = 0; unit < 400; ++unit) {
+    const auto found = timed.timeline.find(timed.index, unit * 1024 + 1023);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->number, unit);
+    EXPECT_EQ(found->fragmentIndex, unit / 2);
+    EXPECT_EQ(found->sampleIndex, unit % 2);
+  }
+}
+
 }  // namespace
 
 }  // namespace fmp4

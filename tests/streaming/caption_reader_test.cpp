@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "streaming/index/seek.h"
 #include "tests/streaming/index_fixture.h"
 #include "tests/support/log_capture.h"
 
@@ -187,6 +188,42 @@ TEST(Cc608OfADay, DoNotDriftAt2997) {
 
 TEST(Cc608OfADay, DoNotDriftAt5994) {
   expectNoDrift(60000, 60);
+}
+
+TEST(Cc608Reader, AFrameAtASamplesEndIsInTheNextSample) {
+  CaptionFile captions(
+      captionFragment(1, 0, {{captionSample(pairs(1, 3), 3), captionSample(pairs(4, 4), 4)}}));
+  for (const auto& [frame, sample, position] :
+       {std::tuple{2u, 0u, 0u}, {3u, 1u, 3u}, {4u, 1u, 3u}, {6u, 1u, 3u}}) {
+    ASSERT_TRUE(seekCc608Sample(captions.index, frame, captions.reader.cursor).ok());
+    EXPECT_EQ(captions.reader.cursor.sampleIndex(), sample) << frame;
+    EXPECT_EQ(captions.reader.cursor.position, position) << frame;
+  }
+}
+
+TEST(Cc608Reader, AFragmentOfOneFrameIsNotSkipped) {
+  CaptionFile captions(join({captionFragment(1, 0, {{captionSample(pairs(1, 2), 2)}}),
+                             captionFragment(2, 2, {{captionSample(pairs(3, 1), 1)}}),
+                             captionFragment(3, 3, {{captionSample(pairs(4, 2), 2)}})}));
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 0, captions.reader).ok());
+  for (std::uint32_t frame = 0; frame < 5; ++frame) {
+    if (!captions.reader.hasPair()) {
+      ASSERT_TRUE(SeekCc608Frame(captions.index, frame, captions.reader).ok());
+    }
+    EXPECT_EQ(captions.reader.ccFrame, frame);
+    EXPECT_EQ(captions.reader.pair()[0], 1 + frame);
+    captions.reader.dropPair();
+  }
+  EXPECT_EQ(captions.index.nextCarrying(kCc608Track, 1), 1u);
+  EXPECT_EQ(captions.index.nextCarrying(kCc608Track, 2), 2u);
+  EXPECT_EQ(captions.index.nextCarrying(kCc608Track, 3), captions.index.fragmentCount());
+  EXPECT_EQ(captions.index.nextCarrying(kCc708Track, 0), captions.index.fragmentCount()) << "not present";
+}
+
+TEST(Cc608Reader, ASampleUpToTheFilesEndIsRead) {
+  CaptionFile captions(captionFragment(1, 0, {{captionSample(pairs(1, 2), 2)}}));
+  EXPECT_EQ(captions.at(1), pairs(2, 1));
+  EXPECT_EQ(captions.file.bytes.back(), 0x82) << "the pair is the last of the file";
 }
 
 }  // namespace

@@ -100,6 +100,22 @@ TEST(FindKeyFrame, FreesTheWindowSoThatTheNextReadSeeks) {
   EXPECT_FALSE(cursor.loaded());
 }
 
+TEST(FindKeyFrame, BackwardSkipsRunsWithoutSamples) {
+  const auto runOf = [](std::initializer_list<std::uint32_t> flags) {
+    RunSpec run{kRunDataOffset | kRunSize | kRunFlags, {}};
+    for (const std::uint32_t flag : flags) run.samples.push_back(sampleOf(3, flag, 0, flag));
+    return run;
+  };
+  TrafSpec traf;
+  traf.runs = {runOf({0, kNonSyncSample}), runOf({}), runOf({kNonSyncSample, kNonSyncSample})};
+  IndexedFile file(join({fragment(1, {traf}), fragment(2, {traf})}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  for (std::uint32_t frame = 0; frame < 8; ++frame)
+    EXPECT_EQ(FindKeyFrameBackward(index, frame, cursor), frame / 4 * 4) << frame;
+  EXPECT_EQ(FindKeyFrameForward(index, 2, cursor), 4u);
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/bytes.h"
 #include "streaming/index/seek.h"
+#include "streaming/index/track_defaults.h"
 #include "tests/streaming/index_fixture.h"
 #include "tests/support/log_capture.h"
 
@@ -344,6 +346,35 @@ TEST(SampleFlags, TheFirstSampleHasItsOwn) {
   run.resize(2);
   mp4::TrackExtendsBox trex = trackDefaults(0, 0, 0x44);
   EXPECT_EQ(flagsOfSample(run, 1, SampleDefaults(nullptr, &trex)), 0x44u);
+}
+
+TEST(RunPlace, AnOffsetThatEndsWithTheFragmentCountsFromTheMediaData) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(40, 1)}}};
+  const std::uint32_t moofBytes = Mp4LoadU32(fragment(1, {traf}).data());
+  const auto startOf = [&](std::uint32_t offset) {
+    traf.runs[0].dataOffset = offset;
+    IndexedFile file(join({fragment(1, {traf}), box("free", {zeros(1000)})}));
+    FragmentIndex& index = file.build();
+    TrackCursor cursor = file.cursor(kVideoTrack);
+    EXPECT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
+    return cursor.runOffset();
+  };
+  EXPECT_EQ(startOf(moofBytes - 1), 2 * moofBytes - 1) << "inside the fragment: from its end";
+  EXPECT_EQ(startOf(moofBytes), 2 * moofBytes) << "at its end: from there as well";
+  EXPECT_EQ(startOf(moofBytes + 1), moofBytes + 1) << "past its end: from its start";
+}
+
+TEST(TrackDefaultsOfAMovie, AreTheFirstOfATrack) {
+  const Bytes content =
+      box("moov", {box("mvex", {fullBox("trex", 0, 0, {u32(1), u32(1), u32(1001), u32(0), u32(0)}),
+                                fullBox("trex", 0, 0, {u32(2), u32(1), u32(5), u32(0), u32(0)}),
+                                fullBox("trex", 0, 0, {u32(1), u32(1), u32(2002), u32(0), u32(0)})})});
+  IndexedFile file(content, Tree::All);
+  const TrackDefaults defaults = readTrackDefaults(file.file.root()->first);
+  EXPECT_EQ(defaultsOfTrack(defaults, 1)->defaultSampleDuration, 1001u);
+  EXPECT_EQ(defaultsOfTrack(defaults, 2)->defaultSampleDuration, 5u);
+  EXPECT_EQ(defaultsOfTrack(defaults, 3), nullptr);
 }
 
 }  // namespace
