@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "tool/serve/media_data.h"
 #include "tool/serve/served_folder.h"
 
 namespace fmp4 {
@@ -15,11 +16,12 @@ namespace fmp4 {
 //   /page/NAME        the files that the page is made of
 //   /recordings.json  the recordings of the folder (folder_recordings.h)
 //   /media/NAME       a file of the folder
+//   /data/SUBJECT/NAME?PARAMETERS  what the program says of a file of the folder (media_data.h)
 // Clients must not cache anything: files grow while they are served.
 class WebServer {
  public:
   // Throws UserError when a folder cannot be read.
-  WebServer(const std::filesystem::path& media, const std::filesystem::path& page);
+  WebServer(const std::filesystem::path& media, const std::filesystem::path& page, AnswerData answerData);
 
   ~WebServer();
 
@@ -31,9 +33,12 @@ class WebServer {
   void answer(const httplib::Request& request, httplib::Response& response) const;
   void answerFile(const ServedFolder& folder, const std::string& name, const httplib::Request& request,
                   httplib::Response& response) const;
+  void answerData(const std::string& subjectAndName, const httplib::Request& request,
+                  httplib::Response& response) const;
 
   ServedFolder media_;
   ServedFolder page_;
+  AnswerData answerData_;
   httplib::Server server_;
   std::thread answering_;
 };
