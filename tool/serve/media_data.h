@@ -14,6 +14,7 @@ struct DataRequest {
   std::filesystem::path file;  // a regular file of the served folder, absolute
   std::string name;            // the same relative to the folder, as the page writes it
   std::multimap<std::string, std::string> parameters;  // decoded, of any bytes
+  std::filesystem::path folder;  // the served one, canonical: files outside are nobody's business
 };
 
 struct DataAnswer {

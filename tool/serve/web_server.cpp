@@ -119,10 +119,17 @@ void WebServer::answer(const httplib::Request& request, httplib::Response& respo
   if (path == "/" || path == "/index.html") return answerFile(page_, "index.html", request, response);
   if (path == "/recordings.json")
     return response.set_content(recordingsJson(listRecordings(media_.path())), "application/json");
+  if (path == "/files.json") return answerList(request, response);
   if (path.starts_with(kMedia)) return answerFile(media_, path.substr(kMedia.size()), request, response);
   if (path.starts_with(kData)) return answerData(path.substr(kData.size()), request, response);
   if (path.starts_with(kPage)) return answerFile(page_, path.substr(kPage.size()), request, response);
   refuse(response, 404, "there is no such file");
+}
+
+void WebServer::answerList(const httplib::Request& request, httplib::Response& response) const {
+  const auto list = files_.list(request.get_param_value("folder"));
+  if (!list) return refuse(response, 404, "there is no such folder");
+  response.set_content(folderListJson(*list), "application/json");
 }
 
 void WebServer::answerFile(const ServedFolder& folder, const std::string& name,
@@ -155,7 +162,7 @@ void WebServer::answerData(const std::string& subjectAndName, const httplib::Req
   if (!file) return refuse(response, 404, "there is no such file");
   try {
     const DataAnswer answer =
-        answerData_({subjectAndName.substr(0, slash), file->path, name, request.params});
+        answerData_({subjectAndName.substr(0, slash), file->path, name, request.params, media_.path()});
     response.status = answer.status;
     response.set_content(answer.body, answer.type);
   } catch (const std::exception& error) {

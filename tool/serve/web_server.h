@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "tool/serve/folder_files.h"
 #include "tool/serve/media_data.h"
 #include "tool/serve/served_folder.h"
 
@@ -15,6 +16,7 @@ namespace fmp4 {
 //   /, /index.html    the page
 //   /page/NAME        the files that the page is made of
 //   /recordings.json  the recordings of the folder (folder_recordings.h)
+//   /files.json?folder=SUB  what a folder holds (folder_files.h)
 //   /media/NAME       a file of the folder
 //   /data/SUBJECT/NAME?PARAMETERS  what the program says of a file of the folder (media_data.h)
 // Clients must not cache anything: files grow while they are served.
@@ -31,6 +33,7 @@ class WebServer {
 
  private:
   void answer(const httplib::Request& request, httplib::Response& response) const;
+  void answerList(const httplib::Request& request, httplib::Response& response) const;
   void answerFile(const ServedFolder& folder, const std::string& name, const httplib::Request& request,
                   httplib::Response& response) const;
   void answerData(const std::string& subjectAndName, const httplib::Request& request,
@@ -38,6 +41,7 @@ class WebServer {
 
   ServedFolder media_;
   ServedFolder page_;
+  mutable FolderFiles files_{media_};
   AnswerData answerData_;
   httplib::Server server_;
   std::thread answering_;
