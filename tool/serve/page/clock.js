@@ -97,8 +97,9 @@ export class StatedClock {
   middleOf(frame) {
     const time = this.#ticksOf(frame), next = this.#ticksOf(frame + 1);
     if (time === undefined) return undefined;
-    const end = next ?? time + this.#timescale / this.#rate;
-    return (time + end) / 2 / this.#timescale - this.#first;
+    // A browser goes by the duration that the file states, which may be shorter than the time to the next frame.
+    const usual = this.#timescale / this.#rate;
+    return (time + Math.min(usual, (next ?? Infinity) - time) / 2) / this.#timescale - this.#first;
   }
 
   // Fetches what frameAt and middleOf need around a frame, or around a time.

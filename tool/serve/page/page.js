@@ -20,7 +20,7 @@ let shown = null;  // {recording, player, description, captions, clock, stop}; d
 let pictureTime = 0;  // media time of the displayed frame, seconds
 let firstPicture = 0;  // that of the recording's first frame: B-frames delay it
 let zeroPicture = null;  // that of composition time 0, when the player tells it
-let sought = null;  // the frame that a step leads to, until it is displayed: keys come faster than pictures
+let sought = null;  // {frame, time} of the last step while the position is there: keys come faster than pictures
 let sawFirst = false;  // whether firstPicture is that of the frame which was displayed first
 
 const list = new FileList(
@@ -304,7 +304,7 @@ function showTime() {
 
 function onPicture(_, {mediaTime}) {
   pictureTime = mediaTime;
-  if (!video.seeking) sought = null;
+  if (!video.paused) sought = null;
   // A picture before this one may have been displayed already when somebody has sought since.
   if (!sawFirst && shown?.stop && mediaTime <= kMostDelayedFrames / (shown.clock?.rate ?? 24)) {
     firstPicture = mediaTime;
@@ -326,14 +326,19 @@ async function goTo(frame) {
   const {clock} = shown ?? {};
   if (!clock) return;
   video.pause();
-  sought = Math.max(0, clock.frames ? Math.min(frame, clock.frames - 1) : frame);
-  const target = sought;
-  if (clock.middleOf(target) === undefined) await clock.know(target);
-  if (shown?.clock === clock && sought === target) seek(firstPicture + clock.middleOf(target));
+  const target = {frame: Math.max(0, clock.frames ? Math.min(frame, clock.frames - 1) : frame)};
+  sought = target;
+  if (clock.middleOf(target.frame) === undefined) await clock.know(target.frame);
+  if (shown?.clock !== clock || sought !== target) return;
+  seek(firstPicture + clock.middleOf(target.frame));
+  target.time = video.currentTime;
 }
+video.addEventListener('seeking', () => {
+  if (sought && Math.abs(video.currentTime - (sought.time ?? video.currentTime)) > 0.001) sought = null;
+});
 
 function step(frames) {
-  const from = sought ?? frameShown();
+  const from = sought?.frame ?? frameShown();
   if (from !== undefined) goTo(from + frames).catch((error) => report({text: error.message}));
 }
 
