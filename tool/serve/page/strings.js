@@ -108,6 +108,7 @@ export function applyStrings(root) {
   for (const element of root.querySelectorAll('[data-name]')) {
     const name = textOf(element.dataset.name);
     element.setAttribute('aria-label', name);
+    if (element.type === 'search') element.placeholder = name;
     element.title = element.dataset.key ? `${name} (${element.dataset.key})` : name;
   }
 }
