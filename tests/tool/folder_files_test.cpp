@@ -20,7 +20,7 @@ using testing::IsEmpty;
 constexpr const char* kEndedList = "#EXTM3U\n#EXT-X-ENDLIST\n";
 
 // A folder to be listed; files are given the times of their last changes, in seconds after a moment.
-class FolderList : public testing::Test {
+class FolderListing : public testing::Test {
  protected:
   void put(const std::string& name, const std::string& text, int seconds = 0) {
     const std::filesystem::path path = folder_.path() / vlPath(name);
@@ -33,7 +33,8 @@ class FolderList : public testing::Test {
   // progress.
   std::vector<std::string> lines(const std::string& folder = "") {
     std::vector<std::string> lines;
-    for (const auto& file : json(folder)["files"]) {
+    const nlohmann::json list = json(folder);
+    for (const auto& file : list["files"]) {
       std::string line = file["kind"].get<std::string>();
       for (const char* key : {"name", "file", "manifest", "playlist", "audioPlaylist"})
         line += " " + file[key].get<std::string>();
@@ -54,7 +55,7 @@ class FolderList : public testing::Test {
   FolderFiles files_{served_};
 };
 
-TEST_F(FolderList, JoinsTheFilesOfARecordingAndListsAllOthersAlone) {
+TEST_F(FolderListing, JoinsTheFilesOfARecordingAndListsAllOthersAlone) {
   for (const char* name : {"news.m3u8", "newsA.m3u8", "news.master.m3u8"}) put(name, kEndedList, 1);
   put("news.m4v", "12345", 1);
   put("news.m4a", "123", 1);
@@ -71,7 +72,7 @@ TEST_F(FolderList, JoinsTheFilesOfARecordingAndListsAllOthersAlone) {
                           "recording news news.m4v news.mpd news.master.m3u8 newsA.m3u8 8"));
 }
 
-TEST_F(FolderList, ManifestWithMediaOfItsNameIsARecording) {
+TEST_F(FolderListing, ManifestWithMediaOfItsNameIsARecording) {
   put("smooth.xml", "<?xml version=\"1.0\"?>\n<MPD xmlns=\"x\"/>");
   put("smooth.ismv", "123");
   put("alone.m4v", "1");
@@ -79,7 +80,7 @@ TEST_F(FolderList, ManifestWithMediaOfItsNameIsARecording) {
               ElementsAre("media alone.m4v alone.m4v    1", "recording smooth smooth.ismv smooth.xml   3"));
 }
 
-TEST_F(FolderList, NewestComesFirstAndNamesDecideBetweenEqualTimes) {
+TEST_F(FolderListing, NewestComesFirstAndNamesDecideBetweenEqualTimes) {
   put("b.mp4", "1", 1);
   put("a.mp4", "1", 1);
   put("c.mp4", "1", 2);
@@ -89,7 +90,7 @@ TEST_F(FolderList, NewestComesFirstAndNamesDecideBetweenEqualTimes) {
   EXPECT_EQ(list[0]["modified"].get<std::int64_t>() - list[1]["modified"].get<std::int64_t>(), 1000);
 }
 
-TEST_F(FolderList, PlaylistIsReadAgainWhenItChanges) {
+TEST_F(FolderListing, PlaylistIsReadAgainWhenItChanges) {
   put("news.m3u8", "#EXTM3U\n");
   EXPECT_THAT(lines(), ElementsAre("recording news   news.m3u8  0 open"));
   put("news.m3u8", kEndedList);
@@ -97,7 +98,7 @@ TEST_F(FolderList, PlaylistIsReadAgainWhenItChanges) {
 }
 
 // Of the same size and time it is taken to be what it was.
-TEST_F(FolderList, PlaylistIsNotReadAgainWhenItHasNotChanged) {
+TEST_F(FolderListing, PlaylistIsNotReadAgainWhenItHasNotChanged) {
   const std::string ended = kEndedList;
   put("news.m3u8", ended);
   EXPECT_THAT(lines(), ElementsAre("recording news   news.m3u8  0"));
@@ -105,7 +106,7 @@ TEST_F(FolderList, PlaylistIsNotReadAgainWhenItHasNotChanged) {
   EXPECT_THAT(lines(), ElementsAre("recording news   news.m3u8  0"));
 }
 
-TEST_F(FolderList, SubfoldersAreNamedAndWalked) {
+TEST_F(FolderListing, SubfoldersAreNamedAndWalked) {
   put("b/inner.mp4", "12");
   put("a #1 ü/deep/x.mp4", "1");
   put(".hidden/x.mp4", "1");
@@ -118,7 +119,7 @@ TEST_F(FolderList, SubfoldersAreNamedAndWalked) {
   EXPECT_THAT(lines("a #1 ü/deep"), ElementsAre("media x.mp4 x.mp4    1"));
 }
 
-TEST_F(FolderList, FoldersOutsideAreNone) {
+TEST_F(FolderListing, FoldersOutsideAreNone) {
   put("b/inner.mp4", "12");
   for (const char* name : {"..", "b/../..", "/", "missing", "b/inner.mp4"})
     EXPECT_TRUE(json(name).is_null()) << name;
