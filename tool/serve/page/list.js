@@ -77,6 +77,7 @@ export class FileList {
   #element;
   #describer = new Describer();
   #folder = '';
+  #wanted = '';  // the folder that is being loaded
   #text = '';
   #entries = [];   // of the folder, with paths
   #folders = [];
@@ -126,9 +127,15 @@ export class FileList {
 
   // Loads a folder, or looks whether the one that is shown has changed. Returns its entries; null when there is no such
   // folder.
-  async load(folder = this.#folder) {
+  async load(folder = this.#wanted) {
+    const before = this.#folder;
+    this.#wanted = folder;
     const text = await listText(folder);
-    if (text === null) return null;
+    if (text === null) {
+      this.#wanted = before;
+      return null;
+    }
+    if (folder !== this.#wanted) return this.#entries;  // another one has been chosen meanwhile
     if (folder === this.#folder && text === this.#text) return this.#entries;
     const moved = folder !== this.#folder;
     this.#folder = folder;

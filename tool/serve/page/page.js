@@ -125,6 +125,7 @@ async function show(entry, wanted) {
   shuttle.stop();
   for (const track of video.textTracks) track.mode = 'disabled';
   at('messages').replaceChildren();
+  at('advice').hidden = true;
   at('captions').disabled = true;
   at('captions').setAttribute('aria-pressed', 'false');
   pictureTime = firstPicture = 0;
@@ -151,7 +152,11 @@ async function show(entry, wanted) {
   for (const text of recording.description?.warnings ?? []) report({text});
   shown.clock = description?.frameRate ? new SteadyClock(description.frameRate) : null;
   if (player) {
-    const stop = await players[player].start(video, recording, report, (seconds) => { zeroPicture = seconds; });
+    const failed = (error) => {
+      report(error);
+      if (error.fatal && names.length > 1) at('advice').hidden = false;
+    };
+    const stop = await players[player].start(video, recording, failed, (seconds) => { zeroPicture = seconds; });
     Object.assign(shown, {player, stop});
   }
   list.current = entry.path;
@@ -194,6 +199,11 @@ async function showPath(path, player) {
   await show(entry, player);
 }
 
+// Whether an address names a file, and not only a folder.
+function namedFile(hash) {
+  return hash.length > 1 && !/^#[^/]*%2F$/i.test(hash);
+}
+
 // One at a time: the next starts when the previous one is ready.
 let showing = Promise.resolve();
 function showAddressed() {
@@ -209,7 +219,7 @@ function showAddressed() {
 async function follow() {
   const entries = await list.load();
   if (entries === null) return;
-  if (!shown && !location.hash.slice(1) && entries.length) showAddressed();
+  if (!shown && !namedFile(location.hash) && entries.length) showAddressed();
   if (!shown?.recording.inProgress) return;
   const recording = entries.find(({path}) => path === shown.recording.path);
   if (!recording) return;

@@ -51,6 +51,7 @@ export const strings = {
     'without encoding it again:',
   cannotPlay: (codecs) => `This browser cannot play ${codecs.join(' and ')}. Open this page in a browser that can, or ` +
     'make a copy that every browser plays:',
+  tryAnother: 'Another player, chosen above, may play it; “fmp4 verify” says whether the file is damaged.',
   noPlayer: 'No player here can play this.',
   notPlayedFromFile: 'Its fragments do not say when they play, so that the browser plays it from its start only; ' +
     '“fmp4 package” makes a recording of it in which one can seek.',
