@@ -78,17 +78,18 @@ void FragmentTable::findTrack(MovieFile& movie) {
 }
 
 void FragmentTable::walk(MovieFile& movie) {
+  bool readable = true;  // what comes after damage is left out
   const auto visit = [&](Mp4Stream& stream, const Mp4Box& box) {
     if (box.type == box_type::kMdat && box.position + box.size <= movie.root()->size)
       mediaEnd_ = std::max(mediaEnd_, box.position + box.size);
     if (box.type != box_type::kMoof) return;
     std::unique_ptr<Mp4Tree> tree;
-    if (!FragmentBytes(stream, box, movie.root()->size).readTree(tree).ok()) fragmentsChanged();
-    add(movie, tree->root()->first);
+    readable = FragmentBytes(stream, box, movie.root()->size).readTree(tree).ok();
+    if (readable) add(movie, tree->root()->first);
   };
   for (Mp4Box* box = movie.root()->first; box; box = box->next)
     if (box->type == box_type::kMoof) add(movie, box);
-  while (movie.boxes().passNext(visit).ok()) {
+  while (readable && movie.boxes().passNext(visit).ok()) {
   }
 }
 
