@@ -59,7 +59,7 @@ class FileCache {
     std::shared_ptr<Entry>& entry = entries_[name];
     if (!entry) entry = std::make_shared<Entry>();
     entry->used = ++uses_;
-    const std::shared_ptr<Entry> found = entry;
+    std::shared_ptr<Entry> found = entry;
     if (entries_.size() > most_)
       entries_.erase(std::min_element(entries_.begin(), entries_.end(), [](const auto& a, const auto& b) {
         return a.second->used < b.second->used;
