@@ -35,7 +35,8 @@ tool/package: base os captions mp4box recording streaming/lists host/include too
 tool/export: base os captions mp4box recording host/include tool/terminal tool/source tool/host tool/package
 tool/check: base os mp4box host/include tool/terminal tool/host
 tool/serve: base os streaming/lists recording tool/terminal
-tool/commands: base os captions mp4box streaming/lists recording recording/check host/include tool/terminal tool/source tool/host tool/package tool/export tool/check tool/serve
+tool/viewer: base os captions mp4box streaming/lists recording host/include tool/terminal tool/source tool/host tool/export tool/serve
+tool/commands: base os captions mp4box streaming/lists recording recording/check host/include tool/terminal tool/source tool/host tool/package tool/export tool/check tool/serve tool/viewer
 tool: base tool/commands tool/terminal tool/host
 EOF_LAYERS
 }

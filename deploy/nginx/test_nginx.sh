@@ -168,6 +168,8 @@ ask /page/page.js
 expect_status 200
 ask /recordings.json
 expect_header "Content-Type: application/json"
+ask "/files.json?folder="
+expect_header "Content-Type: application/json"
 
 # A recording that grows: each answer has the list as it is, and what has been listed never changes.
 ffmpeg -nostdin -v error -readrate 2 -i "$scratch/source.mp4" -c copy \

@@ -135,7 +135,7 @@ test('ffmpeg that checks extensions refuses .m4v in playlists by default', async
 test('the page lists what the folder holds and shows the chosen recording', async () => {
   const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
   const listed = await viewer.page.locator('#list a').evaluateAll((links) => links.map((link) => link.firstChild.data));
-  assert.deepEqual(listed, [...recordings.map(({name}) => name), 'captions', 'undivided', 'long-audio'].sort());
+  assert.deepEqual(listed, [...recordings.map(({name}) => name), 'captions', 'undivided', 'long-audio'].reverse());
   assert.equal(await viewer.page.textContent('#facts'),
     '640×360 · 29.97 frames/s · avc1.64001e + mp4a.40.02 · 00:00:07.674');
   await viewer.page.click('#list a:has-text("pal-b-audio")');

@@ -191,6 +191,39 @@ TEST_F(Serve, TypesFollowExtensions) {
   }
 }
 
+TEST_F(Serve, AsksTheProgramForDataOfAFileOfTheFolder) {
+  DataRequest asked;
+  answerData_ = [&asked](const DataRequest& request) {
+    asked = request;
+    return DataAnswer{203, "application/json", "{}"};
+  };
+  const httplib::Response response = get("/data/describe/sub/inner.mpd?from=1&to=%2F");
+  EXPECT_EQ(response.status, 203);
+  EXPECT_EQ(response.get_header_value("Content-Type"), "application/json");
+  EXPECT_EQ(response.body, "{}");
+  EXPECT_EQ(asked.subject, "describe");
+  EXPECT_EQ(asked.name, "sub/inner.mpd");
+  EXPECT_EQ(asked.file, std::filesystem::canonical(media_ / "sub" / "inner.mpd"));
+  EXPECT_EQ(asked.parameters, (std::multimap<std::string, std::string>{{"from", "1"}, {"to", "/"}}));
+}
+
+TEST_F(Serve, AsksForNoDataOfOtherFiles) {
+  answerData_ = [](const DataRequest&) -> DataAnswer {
+    ADD_FAILURE() << "asked";
+    return {};
+  };
+  for (const char* path : {"/data/", "/data/describe", "/data/describe/", "/data/describe/missing.mp4",
+                           "/data/describe/../secret.m4v", "/data/describe/sub"})
+    EXPECT_EQ(get(path).status, 404) << path;
+}
+
+TEST_F(Serve, ReportsDataThatCannotBeHad) {
+  answerData_ = [](const DataRequest&) -> DataAnswer { throw std::runtime_error("the file is damaged"); };
+  const httplib::Response response = get("/data/describe/digits.m4v");
+  EXPECT_EQ(response.status, 500);
+  EXPECT_EQ(response.body, "the file is damaged\n");
+}
+
 TEST_F(Serve, ListsRecordings) {
   writeText(media_ / "news.mpd", "<MPD/>");
   writeText(media_ / "news.m3u8", kOpen);
@@ -254,7 +287,7 @@ TEST(RecordingList, FolderWithoutRecordingsGivesAnEmptyList) {
 
 TEST(ServeCommand, ReportsAPortInUse) {
   const TempFolder folder;
-  WebServer other(folder.path(), folder.path());
+  WebServer other(folder.path(), folder.path(), {});
   const std::string port = std::to_string(other.start(0));
   const RunResult result = fmp4({"serve", folder.path().string(), "--port", port});
   EXPECT_EQ(result.exitCode, 1);

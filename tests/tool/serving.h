@@ -34,7 +34,7 @@ class Serve : public testing::Test {
     writeText(outside_.path() / "secret.m4v", "secret");
     writeText(page_ / "index.html", "<p>page</p>");
     writeText(page_ / "page.js", "script");
-    server_.emplace(media_, page_);
+    server_.emplace(media_, page_, [this](const DataRequest& request) { return answerData_(request); });
     port_ = server_->start(0);
     client_.emplace("127.0.0.1", port_);
     client_->set_url_encode(false);  // paths are sent unchanged
@@ -53,6 +53,7 @@ class Serve : public testing::Test {
 
   TempFolder outside_;
   std::filesystem::path media_ = outside_.path() / "media", page_ = outside_.path() / "page";
+  AnswerData answerData_;  // what the program answers
   std::optional<WebServer> server_;
   std::optional<httplib::Client> client_;
   int port_ = 0;

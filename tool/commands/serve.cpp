@@ -15,6 +15,7 @@
 #include "tool/serve/server_library.h"
 #include "tool/terminal/messages.h"
 #include "tool/terminal/program_folder.h"
+#include "tool/viewer/media_answers.h"
 #include "vlutil.h"
 
 namespace fmp4 {
@@ -62,7 +63,9 @@ ServeFolder loadServer() {
   return reinterpret_cast<ServeFolder>(function);
 }
 
-bool serve(const ServeOptions& options) {
+bool serve(const ServeOptions& options, const std::string& pluginName) {
+  const Plugin plugin(pluginName);
+  const MediaAnswers answers(plugin);
   const ServeFolder serveFolder = loadServer();
   std::string failure;
   PageOpener opener;
@@ -76,8 +79,10 @@ bool serve(const ServeOptions& options) {
   };
   std::signal(SIGINT, askForEnd);
   std::signal(SIGTERM, askForEnd);
-  const bool served = serveFolder({options.folder, vlName(programFolder() / "page"), options.port, listening,
-                                   ended, [&failure](const std::string& reason) { failure = reason; }});
+  const bool served =
+      serveFolder({options.folder, vlName(programFolder() / "page"), options.port,
+                   [&answers](const DataRequest& request) { return answers.answer(request); }, listening,
+                   ended, [&failure](const std::string& reason) { failure = reason; }});
   if (!served) throw UserError(failure);
   return true;
 }
@@ -95,7 +100,9 @@ void addServeCommand(CLI::App& app, Invocation& invocation) {
       ->capture_default_str();
   command->add_flag("--open", options->open, "Open the page in the browser");
   command->add_flag("-j,--json", options->json, "Print the addresses as JSON");
-  command->callback([&invocation, options] { invocation.command = [options] { return serve(*options); }; });
+  command->callback([&invocation, options] {
+    invocation.command = [&invocation, options] { return serve(*options, invocation.plugin); };
+  });
 }
 
 }  // namespace fmp4

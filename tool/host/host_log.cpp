@@ -29,6 +29,8 @@ Log& theLog() {
   return log;
 }
 
+thread_local HeldLog* heldLog = nullptr;  // the innermost of this thread
+
 // The text in "ERROR(vlx_fmp4): text\n".
 std::string_view wordsOf(std::string_view line) {
   constexpr std::string_view kPrefixEnd = "): ";
@@ -55,6 +57,10 @@ bool isShown(Log& log, std::uint32_t level, std::string_view line) {
 }
 
 void takeLine(void* context, std::uint32_t level, const char* text) {
+  if (heldLog) {
+    if (level == VL_LOG_ERROR) heldLog->take(wordsOf(text));
+    return;
+  }
   auto& log = *static_cast<Log*>(context);
   const std::lock_guard<std::mutex> lock(log.mutex);
   const std::string_view line(text);
@@ -68,6 +74,14 @@ void takeLine(void* context, std::uint32_t level, const char* text) {
 }
 
 }  // namespace
+
+HeldLog::HeldLog() : outer_(heldLog) {
+  heldLog = this;
+}
+
+HeldLog::~HeldLog() {
+  heldLog = outer_;
+}
 
 void takeHostLog(LogLines lines) {
   Log& log = theLog();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace fmp4 {
@@ -26,5 +27,24 @@ std::error_code lastWriteError();
 // since the log was taken over or forgetLoggedError() was called.
 std::string lastLoggedError();
 void forgetLoggedError();
+
+// Keeps what the plug-in logs on this thread from being shown, while it lives: for files that nobody named on
+// the command line.
+class HeldLog {
+ public:
+  HeldLog();
+  ~HeldLog();
+  HeldLog(const HeldLog&) = delete;
+  HeldLog& operator=(const HeldLog&) = delete;
+
+  // The text of the last error on this thread, as lastLoggedError() gives it.
+  const std::string& lastError() const { return lastError_; }
+  // Called with the text of each error.
+  void take(std::string_view text) { lastError_ = text; }
+
+ private:
+  HeldLog* outer_;
+  std::string lastError_;
+};
 
 }  // namespace fmp4

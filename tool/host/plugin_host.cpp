@@ -102,18 +102,32 @@ MediaFile Plugin::make(MFXOPEN& request) const {
   return MediaFile(object, MediaFileCloser{mediaFile_});
 }
 
+MediaFile Plugin::read(const std::string& file) const {
+  MFXOPEN request = {};
+  request.access = VL_GENERIC_READ;
+  request.fileName = file.c_str();
+  request.creation = VL_OPEN_EXISTING;
+  if (isAudioName(file)) request.openFlags = MF_OPEN_AUDIO_ONLY;
+  return make(request);
+}
+
+MediaFile Plugin::openQuietly(const std::string& name) const {
+  const std::string file = recordedAs(name);
+  checkLength(file);
+  const HeldLog log;
+  if (const auto trouble = openTrouble(file)) throw UserError("'" + file + "' " + trouble->text);
+  MediaFile object = read(file);
+  if (!object) throw UserError(openRefusal(file, log.lastError()));
+  return object;
+}
+
 MediaFile Plugin::open(const std::string& name) const {
   const std::string file = recordedAs(name);
   checkLength(file);
   forgetLoggedError();
   if (!probe(file)) throw UserError("'" + file + "' " + probeRefusal(file).text);
   nameInLog(file);
-  MFXOPEN request = {};
-  request.access = VL_GENERIC_READ;
-  request.fileName = file.c_str();
-  request.creation = VL_OPEN_EXISTING;
-  if (isAudioName(file)) request.openFlags = MF_OPEN_AUDIO_ONLY;
-  MediaFile object = make(request);
+  MediaFile object = read(file);
   if (!object) throw UserError(openRefusal(file, lastLoggedError()));
   if (const std::string warning = leftOutSamples(file); !warning.empty()) warn(warning);
   return object;

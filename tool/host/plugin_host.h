@@ -47,11 +47,16 @@ class Plugin {
   // Opens a file for reading, for audio only if its name says so (".m4a", ".isma"). Warns of samples that are
   // not read. Throws UserError with the reason when the plug-in refuses the file or fails to open it.
   MediaFile open(const std::string& file) const;
+  // The same without asking the probe, which keeps the files open that it accepts (quirk 1), and without a
+  // word to the user: for programs that look into many files.
+  MediaFile openQuietly(const std::string& file) const;
   // Creates a file for writing, replacing an existing one. Throws UserError when the plug-in cannot.
   MediaFile create(const std::string& file) const;
 
  private:
   MediaFile make(MFXOPEN& request) const;
+  // Null when the plug-in does not open the file.
+  MediaFile read(const std::string& file) const;
 
   CheckVersionAndFile checkVersionAndFile_ = nullptr;
   MediaFileCommand mediaFile_ = nullptr;

@@ -174,6 +174,11 @@ std::string fragmentingCommand(const std::string& file) {
          " -c copy -movflags +frag_keyframe+empty_moov+default_base_moof fragmented.mp4";
 }
 
+std::string packagingCommand(const std::string& file) {
+  const std::string base = file.substr(0, file.rfind('.'));
+  return "fmp4 package " + shellQuoted(file) + " --output " + shellQuoted(base + "-recording.mp4");
+}
+
 Refusal probeRefusal(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return *trouble;
   if (endsIgnoringCase(file, ".xml"))

@@ -32,5 +32,7 @@ std::string openRefusal(const std::string& file, const std::string& logged);
 
 // The command that converts an MP4 into a fragmented file.
 std::string fragmentingCommand(const std::string& file);
+// The command that makes a recording of an MP4, beside it.
+std::string packagingCommand(const std::string& file);
 
 }  // namespace fmp4

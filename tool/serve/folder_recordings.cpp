@@ -1,15 +1,12 @@
 #include "tool/serve/folder_recordings.h"
 
-#include <algorithm>
-#include <array>
-#include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <system_error>
 
-#include "base/text.h"
 #include "os/path_name.h"
+#include "tool/serve/list_files.h"
 
 namespace fmp4 {
 
@@ -17,32 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view kMaster = ".master.m3u8";
-
-std::string startOf(const fs::path& path) {
-  std::string text(1024, '\0');
-  std::ifstream file(path, std::ios::binary);
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-  return text;
-}
-
 bool isManifest(const fs::path& path) {
-  return path.extension() == ".mpd" ||
-         (path.extension() == ".xml" && startOf(path).find("<MPD") != std::string::npos);
-}
-
-// Whether the playlist lacks its end: the recording goes on, or was interrupted.
-bool isOpen(const fs::path& playlist) {
-  constexpr std::string_view kEnd = "\n#EXT-X-ENDLIST\n";
-  constexpr std::streamoff kTail = kEnd.size() + 1;  // lines may have Windows line ends
-  std::ifstream file(playlist, std::ios::binary | std::ios::ate);
-  const std::streamoff size = file.tellg();
-  if (size < kTail) return true;
-  std::string tail(kTail, '\0');
-  file.seekg(size - kTail);
-  file.read(tail.data(), kTail);
-  return !plainLines(tail).ends_with(kEnd);
+  return path.extension() == ".mpd" || (path.extension() == ".xml" && isXmlManifest(path));
 }
 
 // The base names of manifests and of media playlists. The name of an audio playlist is that of its recording
@@ -52,7 +25,7 @@ std::set<std::string> namesIn(const fs::path& folder) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
     const fs::path& path = entry->path();
-    if (isManifest(path) || (path.extension() == ".m3u8" && !vlName(path).ends_with(kMaster)))
+    if (isManifest(path) || (path.extension() == ".m3u8" && !vlName(path).ends_with(kMasterExtension)))
       names.insert(vlName(path.stem()));
   }
   for (auto name = names.begin(); name != names.end();) {
@@ -74,10 +47,10 @@ FolderRecording describe(const fs::path& folder, const std::string& name) {
   if (recording.manifest.empty() && isManifest(folder / vlPath(name + ".xml")))
     recording.manifest = existing(name + ".xml");
   const std::string video = existing(name + ".m3u8");
-  recording.playlist = existing(name + std::string(kMaster));
+  recording.playlist = existing(name + std::string(kMasterExtension));
   if (recording.playlist.empty()) recording.playlist = video;
   recording.audioPlaylist = existing(name + "A.m3u8");
-  recording.inProgress = !video.empty() && isOpen(folder / vlPath(video));
+  recording.inProgress = !video.empty() && isOpenPlaylist(folder / vlPath(video));
   for (const char* extension : {".m4v", ".m4a", ".ismv", ".isma", ".mp4"}) {
     const auto size = fs::file_size(folder / vlPath(name + extension), error);
     if (!error) recording.bytes += size;

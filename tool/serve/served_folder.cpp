@@ -25,22 +25,35 @@ ServedFolder::ServedFolder(const fs::path& folder) {
                     "); check the name and its permissions");
 }
 
+std::optional<fs::path> ServedFolder::resolve(const fs::path& relative) const {
+  std::error_code error;
+  const fs::path path = fs::canonical(root_ / relative, error);
+  if (error) return std::nullopt;
+  const auto [rootEnd, ignored] = std::mismatch(root_.begin(), root_.end(), path.begin(), path.end());
+  return rootEnd == root_.end() ? std::optional(path) : std::nullopt;
+}
+
 std::optional<ServedFile> ServedFolder::find(const std::string& name) const {
   // A NUL would end the name early for the operating system.
   if (name.find('\0') != std::string::npos) return std::nullopt;
   const fs::path relative = vlPath(name);
   // Some systems accept a file name followed by a separator.
   if (!relative.has_filename()) return std::nullopt;
+  const std::optional<fs::path> path = resolve(relative);
   std::error_code error;
-  const fs::path path = fs::canonical(root_ / relative, error);
-  if (error) return std::nullopt;
-  const auto [rootEnd, ignored] = std::mismatch(root_.begin(), root_.end(), path.begin(), path.end());
-  if (rootEnd != root_.end()) return std::nullopt;
   // Opening anything but a regular file could block.
-  if (!fs::is_regular_file(path, error) || error) return std::nullopt;
-  const std::uint64_t size = fs::file_size(path, error);
+  if (!path || !fs::is_regular_file(*path, error) || error) return std::nullopt;
+  const std::uint64_t size = fs::file_size(*path, error);
   if (error) return std::nullopt;
-  return ServedFile{path, size};
+  return ServedFile{*path, size};
+}
+
+std::optional<fs::path> ServedFolder::findFolder(const std::string& name) const {
+  if (name.empty()) return root_;
+  if (name.find('\0') != std::string::npos) return std::nullopt;
+  const std::optional<fs::path> path = resolve(vlPath(name));
+  std::error_code error;
+  return path && fs::is_directory(*path, error) && !error ? path : std::nullopt;
 }
 
 std::string contentTypeOf(const fs::path& path) {

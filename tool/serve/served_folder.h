@@ -25,7 +25,13 @@ class ServedFolder {
   // file or the name leads out of the folder, by "..", by an absolute path or through a link.
   std::optional<ServedFile> find(const std::string& name) const;
 
+  // The folder of a decoded, relative path, canonical; empty for the folder itself. None as above.
+  std::optional<std::filesystem::path> findFolder(const std::string& name) const;
+
  private:
+  // What is at a path below the folder, canonical; none when there is nothing or it is not in the folder.
+  std::optional<std::filesystem::path> resolve(const std::filesystem::path& relative) const;
+
   std::filesystem::path root_;  // canonical
 };
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tool/serve/folder_recordings.h"
+#include "tool/serve/media_data.h"
 
 namespace fmp4 {
 
@@ -14,6 +15,7 @@ struct ServeRequest {
   std::string media;  // folders, UTF-8
   std::string page;
   int port = 0;  // 0: a free one
+  AnswerData answer;
   // Called once, with the port and the recordings that are there.
   std::function<void(int, const std::vector<FolderRecording>&)> listening;
   std::function<bool()> endAsked;

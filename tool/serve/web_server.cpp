@@ -4,6 +4,7 @@
 #include <fstream>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/user_error.h"
@@ -71,8 +72,9 @@ httplib::Ranges satisfiableRanges(const httplib::Ranges& asked, std::uint64_t si
   return ranges;
 }
 
-WebServer::WebServer(const std::filesystem::path& media, const std::filesystem::path& page)
-    : media_(media), page_(page) {
+WebServer::WebServer(const std::filesystem::path& media, const std::filesystem::path& page,
+                     AnswerData answerData)
+    : media_(media), page_(page), answerData_(std::move(answerData)) {
   server_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
   server_.set_keep_alive_timeout(kKeepAliveSeconds);
   server_.set_tcp_nodelay(true);
@@ -111,7 +113,7 @@ int WebServer::start(int port) {
 }
 
 void WebServer::answer(const httplib::Request& request, httplib::Response& response) const {
-  constexpr std::string_view kMedia = "/media/", kPage = "/page/";
+  constexpr std::string_view kMedia = "/media/", kPage = "/page/", kData = "/data/";
   const std::string& path = request.path;
   if (!namesLoopback(request.get_header_value("Host")))
     return refuse(response, 403, "this server answers to localhost only");
@@ -122,9 +124,17 @@ void WebServer::answer(const httplib::Request& request, httplib::Response& respo
   if (path == "/" || path == "/index.html") return answerFile(page_, "index.html", request, response);
   if (path == "/recordings.json")
     return response.set_content(recordingsJson(listRecordings(media_.path())), "application/json");
+  if (path == "/files.json") return answerList(request, response);
   if (path.starts_with(kMedia)) return answerFile(media_, path.substr(kMedia.size()), request, response);
+  if (path.starts_with(kData)) return answerData(path.substr(kData.size()), request, response);
   if (path.starts_with(kPage)) return answerFile(page_, path.substr(kPage.size()), request, response);
   refuse(response, 404, "there is no such file");
+}
+
+void WebServer::answerList(const httplib::Request& request, httplib::Response& response) const {
+  const auto list = files_.list(request.get_param_value("folder"));
+  if (!list) return refuse(response, 404, "there is no such folder");
+  response.set_content(folderListJson(*list), "application/json");
 }
 
 void WebServer::answerFile(const ServedFolder& folder, const std::string& name,
@@ -147,6 +157,22 @@ void WebServer::answerFile(const ServedFolder& folder, const std::string& name,
   if (file->size == 0) return response.set_content("", contentTypeOf(file->path));
   response.set_content_provider(static_cast<std::size_t>(file->size), contentTypeOf(file->path),
                                 contentOf(*file));
+}
+
+void WebServer::answerData(const std::string& subjectAndName, const httplib::Request& request,
+                           httplib::Response& response) const {
+  const std::size_t slash = subjectAndName.find('/');
+  const std::string name = slash == std::string::npos ? "" : subjectAndName.substr(slash + 1);
+  const auto file = media_.find(name);
+  if (!file) return refuse(response, 404, "there is no such file");
+  try {
+    const DataAnswer answer =
+        answerData_({subjectAndName.substr(0, slash), file->path, name, request.params, media_.path()});
+    response.status = answer.status;
+    response.set_content(answer.body, answer.type);
+  } catch (const std::exception& error) {
+    refuse(response, 500, error.what());
+  }
 }
 
 }  // namespace fmp4

@@ -1,159 +1,234 @@
-// The page: the list of recordings, and the chosen one in a player. The address specifies what is shown: #NAME or
-// #NAME/PLAYER, each part percent-encoded.
+// The page: the list of files, and the chosen one in a player. The address specifies what is shown: #PATH or
+// #PATH/PLAYER, each part percent-encoded; a path that ends with a slash is that of a folder.
 import {CaptionTrack} from './captions.js';
-import {players} from './players.js';
-import {describeRecording, listRecordings, mediaUrl} from './recording.js';
+import {StatedClock, SteadyClock} from './clock.js';
+import {bindKeys} from './keys.js';
+import {FileList, codecsText} from './list.js';
+import {marks} from './marks.js';
+import {players, unplayable} from './players.js';
+import {dataUrl, describeRecording, mediaUrl} from './recording.js';
+import {Shuttle} from './shuttle.js';
+import {applyStrings, strings, timeText} from './strings.js';
 
 const kListSeconds = 3;  // interval between checks of the folder
 
 const at = (id) => document.getElementById(id);
 const video = at('video');
+applyStrings(document);
 
-let shown = null;  // {recording, description, captions, stop}
+let shown = null;  // {recording, player, description, captions, clock, stop}; description: of the manifest
 let pictureTime = 0;  // media time of the displayed frame, seconds
 let firstPicture = 0;  // that of the recording's first frame: B-frames delay it
+let zeroPicture = null;  // that of composition time 0, when the player tells it
+let sought = null;  // {frame, time} of the last step while the position is there: keys come faster than pictures
+let sawFirst = false;  // whether firstPicture is that of the frame which was displayed first
 
-// ---- the list
-
-function sizeText(bytes) {
-  const units = ['bytes', 'KB', 'MB', 'GB', 'TB'];
-  let unit = 0;
-  while (bytes >= 1000 && unit < units.length - 1) {
-    bytes /= 1000;
-    ++unit;
-  }
-  return `${bytes.toFixed(unit ? 1 : 0)} ${units[unit]}`;
-}
-
-function timeText(seconds) {
-  const milliseconds = Math.max(0, Math.round(seconds * 1000));
-  const two = (value) => String(Math.floor(value)).padStart(2, '0');
-  return `${two(milliseconds / 3600000)}:${two(milliseconds / 60000 % 60)}:${two(milliseconds / 1000 % 60)}.` +
-    String(milliseconds % 1000).padStart(3, '0');
-}
-
-function listEntry(recording) {
-  const link = document.createElement('a');
-  link.href = `#${encodeURIComponent(recording.name)}`;
-  link.textContent = recording.name;
-  link.setAttribute('aria-current', recording.name === shown?.recording.name);
-  const facts = document.createElement('small');
-  facts.textContent = sizeText(recording.bytes);
-  if (recording.inProgress) {
-    const live = document.createElement('span');
-    live.className = 'live';
-    live.textContent = ' · not ended';
-    facts.append(live);
-  }
-  link.append(facts);
-  const entry = document.createElement('li');
-  entry.append(link);
-  return entry;
-}
-
-let listText = '';
-async function showList() {
-  const recordings = await listRecordings();
-  const text = JSON.stringify([recordings, shown?.recording.name]);
-  if (text !== listText) at('list').replaceChildren(...recordings.map(listEntry));
-  listText = text;
-  at('empty').hidden = recordings.length > 0;
-  return recordings;
-}
+const list = new FileList(
+  {element: at('list'), end: at('end'), filter: at('find'), path: at('path'), empty: at('empty')});
 
 // ---- the chosen recording
 
-function report({text, fatal}) {
+function report({text, fatal, command}) {
   const entry = document.createElement('li');
   entry.textContent = text;
-  entry.classList.toggle('fatal', fatal);
+  entry.classList.toggle('fatal', Boolean(fatal));
+  if (command) entry.append(commandToCopy(command));
   at('messages').append(entry);
 }
 
-function showFacts(recording, description) {
-  const facts = description === null ? [] : [
-    `${description.width}×${description.height}`,
-    `${Number(description.frameRate.toFixed(3))} frames/s`,
-    description.codecs.join(' + '),
-    recording.inProgress ? 'not ended' : timeText(description.seconds),
-  ];
-  at('facts').textContent = facts.join(' · ');
+function commandToCopy(command) {
+  const line = document.createElement('p');
+  line.className = 'command';
+  const code = document.createElement('code');
+  code.textContent = command;
+  const button = document.createElement('button');
+  button.textContent = strings.copy;
+  button.onclick = async () => {
+    await navigator.clipboard.writeText(command);
+    button.textContent = strings.copied;
+  };
+  line.append(code, button);
+  return line;
+}
+
+function showFacts({recording, description, file}) {
+  const facts = [];
+  if (description) {
+    facts.push(strings.pictureSize(description.width, description.height), strings.rate(description.frameRate),
+      description.codecs.join(' + '), recording.inProgress ? strings.notEnded : timeText(description.seconds));
+  } else if (file?.accepted) {
+    if (file.video) {
+      facts.push(strings.pictureSize(file.video.width, file.video.height));
+      if (file.video.scale) facts.push(strings.rate(file.video.rate / file.video.scale));
+    }
+    facts.push(codecsText(file), ...file.audio.slice(0, 1).map(({channels}) => strings.channels(channels)),
+      timeText(file.durationSeconds));
+  }
+  at('facts').textContent = facts.filter(Boolean).join(' · ');
 }
 
 // The addresses to copy for other players.
-function showAddresses({manifest, playlist}) {
-  const files = Object.entries({DASH: manifest, HLS: playlist}).filter(([, file]) => file);
-  at('addresses').replaceChildren(...files.map(([label, file]) => {
+function showAddresses({kind, file, manifest, playlist, description}) {
+  const made = kind === 'media' && description?.statesTimes;
+  const files = {
+    DASH: manifest && mediaUrl(manifest),
+    HLS: playlist ? mediaUrl(playlist) : made && dataUrl('playlist', file),
+    MP4: kind === 'media' && mediaUrl(file),
+  };
+  at('addresses').replaceChildren(...Object.entries(files).filter(([, address]) => address).map(([label, address]) => {
     const link = document.createElement('a');
-    link.href = link.title = mediaUrl(file);
+    link.href = link.title = address;
     link.textContent = label;
     return link;
   }));
 }
 
-function showPlayers(recording, chosen) {
-  const playable = Object.entries(players).filter(([, player]) => recording[player.needs]);
-  at('player').replaceChildren(...playable.map(([name, {label}]) => new Option(label, name, false, name === chosen)));
+// The names of the players for a recording, the one to be used by itself first. hls.js follows a recording in progress;
+// the manifest is static and read once.
+function playersOf(recording) {
+  return Object.keys(players).filter((name) => players[name].plays(recording));
 }
 
-// hls.js follows a recording in progress; the manifest is static and read once.
-function defaultPlayer(recording) {
-  return recording.playlist ? 'hls.js' : 'dash.js';
+function showPlayers(names, chosen) {
+  at('player').replaceChildren(...names.map((name) => new Option(players[name].label, name, false, name === chosen)));
+  at('player').disabled = names.length === 0;
 }
 
-async function show(recording, player) {
+// Why a file is not played, in a message with what to do. Returns whether it can be tried.
+function canBeTried({kind, file: path, description: file}) {
+  if (!file) return true;
+  if (!file.accepted && file.code !== 'not-fragmented') {
+    report({text: file.why, fatal: kind === 'media'});
+    return kind !== 'media';  // players read manifests that the plug-in does not
+  }
+  if (!file.accepted) {
+    report({text: strings.makeRecording, command: file.command});
+    return true;
+  }
+  const codecs = unplayable(file.codecs);
+  if (codecs.length === 0) return true;
+  const isVideo = (codec) => /^(hvc1|hev1|av01|vp09|mp4v|dvh)/.test(codec);
+  const quoted = `'${path.replaceAll("'", "'\\''")}'`, copy = `'${path.replace(/\.[^./]*$/, '').replaceAll("'", "'\\''")}-copy.mp4'`;
+  const video = codecs.some(isVideo) ? 'libx264' : 'copy', audio = codecs.some((codec) => !isVideo(codec)) ? 'aac' : 'copy';
+  report({
+    text: strings.cannotPlay(codecs),
+    fatal: true,
+    command: `ffmpeg -i ${quoted} -c:v ${video} -c:a ${audio} -movflags +frag_keyframe+empty_moov+default_base_moof ${copy}`,
+  });
+  return false;
+}
+
+// The player is shown at once; what the plug-in says of a recording comes later. Other files are played by what it says.
+async function show(entry, wanted) {
   await shown?.stop();
+  shown = null;
+  shuttle.stop();
   for (const track of video.textTracks) track.mode = 'disabled';
   at('messages').replaceChildren();
+  at('advice').hidden = true;
   at('captions').disabled = true;
   at('captions').setAttribute('aria-pressed', 'false');
   pictureTime = firstPicture = 0;
-  const description = await describeRecording(recording);
+  zeroPicture = sought = null;
+  sawFirst = false;
+  marks.clear();
+  const recording = {...entry};
+  if (recording.kind !== 'recording') recording.description = await list.describe(entry);
+  const description = recording.kind === 'recording' ? await describeRecording(recording) : null;
   const captions = await CaptionTrack.of(description, video);
   at('hint').hidden = true;
   at('viewer').hidden = false;
   at('title').textContent = document.title = recording.name;
   at('captions').disabled = captions === null;
-  showFacts(recording, description);
+  shown = {recording, description, captions, file: recording.description, stop: async () => {}};
+  showFacts(shown);
   showAddresses(recording);
-  showPlayers(recording, player);
-  const stop = await players[player].start(video, recording, report);
-  shown = {recording, player, description, captions, stop};
-  await showList();
+  const tried = canBeTried(recording), names = tried ? playersOf(recording) : [];
+  const player = names.includes(wanted) ? wanted : names[0];
+  showPlayers(names, player);
+  at('screen').hidden = at('timeline').hidden = at('controls').hidden = !player;
+  if (tried && !player) report({text: strings.noPlayer, fatal: true});
+  if (player === 'file' && recording.description?.accepted && !recording.description.statesTimes) report({text: strings.notPlayedFromFile});
+  for (const text of recording.description?.warnings ?? []) report({text});
+  shown.clock = description?.frameRate ? new SteadyClock(description.frameRate) : null;
+  if (player) {
+    const failed = (error) => {
+      report(error);
+      if (error.fatal && names.length > 1) at('advice').hidden = false;
+    };
+    const stop = await players[player].start(video, recording, failed, (seconds) => { zeroPicture = seconds; });
+    Object.assign(shown, {player, stop});
+  }
+  list.current = entry.path;
+  takeClock(shown, entry);
+}
+
+// Gets the times that the file states. A recording in progress has none yet; its frames are of equal duration.
+async function takeClock(to, entry) {
+  if (entry.inProgress || !entry.file) return;
+  to.file = await list.describe(entry);
+  const clock = await StatedClock.of(entry.file, to.file);
+  await clock?.know(clock.frames - 1).catch(() => {});
+  if (shown !== to || !clock) return;
+  to.clock = clock;
+  placeFirst();
+  showTime();
 }
 
 // Shows a text in place of a recording.
 async function showNone(text) {
   await shown?.stop();
   shown = null;
+  list.current = null;
   at('viewer').hidden = true;
   at('hint').hidden = false;
   at('hint').textContent = text;
-  await showList();
+}
+
+// What the address names: without a name the newest file, if nothing is shown.
+async function showPath(path, player) {
+  const folder = path.slice(0, Math.max(0, path.lastIndexOf('/')));
+  const entries = await list.load(folder);
+  if (entries === null) return showNone(strings.noFolder(folder));
+  if (path === '' || path.endsWith('/')) {
+    if (!shown && entries.length) await show(entries[0]);
+    return;
+  }
+  const entry = entries.find((each) => each.path === path);
+  if (!entry) return showNone(strings.notFound(path));
+  await show(entry, player);
+}
+
+// Whether an address names a file, and not only a folder.
+function namedFile(hash) {
+  return hash.length > 1 && !/^#[^/]*%2F$/i.test(hash);
 }
 
 // One at a time: the next starts when the previous one is ready.
 let showing = Promise.resolve();
 function showAddressed() {
-  const [name, player] = location.hash.slice(1).split('/').map(decodeURIComponent);
-  if (!name) return;
-  showing = showing.then(async () => {
-    const recording = (await showList()).find((each) => each.name === name);
-    if (!recording) return showNone(`There is no recording “${name}”.`);
-    await show(recording, players[player] && recording[players[player].needs] ? player : defaultPlayer(recording));
-  }).catch((error) => report({text: String(error), fatal: true}));
+  const [path, player] = location.hash.slice(1).split('/');
+  showing = showing.then(() => showPath(decodeURIComponent(path), player && decodeURIComponent(player)))
+    .catch((error) => {
+      if (shown) report({text: error.message, fatal: true});
+      else return showNone(error.message);
+    });
 }
 
-// Checks a displayed recording that had not ended for changes.
-async function follow(recordings) {
+// Looks whether the folder has changed: a displayed recording that had not ended, or the first file in it.
+async function follow() {
+  const entries = await list.load();
+  if (entries === null) return;
+  if (!shown && !namedFile(location.hash) && entries.length) showAddressed();
   if (!shown?.recording.inProgress) return;
-  const recording = recordings.find(({name}) => name === shown.recording.name);
+  const recording = entries.find(({path}) => path === shown.recording.path);
   if (!recording) return;
   const description = await describeRecording(recording);
-  if (shown?.recording.name !== recording.name || description === null) return;
-  Object.assign(shown, {recording, description});
+  if (shown?.recording.path !== recording.path || description === null) return;
+  Object.assign(shown, {recording: {...recording}, description});
   if (shown.captions) shown.captions.description = description;
-  showFacts(recording, description);
+  showFacts(shown);
+  takeClock(shown, recording).catch(() => {});
 }
 
 // ---- time line and controls
@@ -165,16 +240,21 @@ function seekableRange() {
 
 // Seconds of the chosen recording; of one in progress as far as the player knows.
 function duration() {
-  const {recording, description} = shown ?? {};
-  return description?.frameRate && !recording.inProgress ? description.seconds : seekableRange()[1] - firstPicture;
+  const {recording, description, file} = shown ?? {};
+  if (recording && !recording.inProgress) {
+    if (description?.frameRate) return description.seconds;
+    if (file?.accepted) return file.durationSeconds;
+  }
+  return seekableRange()[1] - firstPicture;
 }
 
 // The times between which the position moves: up to the middle of the last frame. Audio may last longer, but players show
 // no frame there.
 function timeLine() {
-  const [first, last] = seekableRange();
-  const halfFrame = 0.5 / (shown?.description?.frameRate || Infinity);
-  return [first, Math.max(first, Math.min(last, firstPicture + duration()) - halfFrame)];
+  const [first, last] = seekableRange(), clock = shown?.clock;
+  const halfFrame = 0.5 / (clock?.rate || Infinity);
+  const end = clock?.frames ? clock.middleOf(clock.frames - 1) : undefined;
+  return [first, Math.max(first, Math.min(last - halfFrame, firstPicture + (end ?? duration() - halfFrame)))];
 }
 
 function seek(seconds) {
@@ -184,10 +264,34 @@ function seek(seconds) {
 
 const kMostDelayedFrames = 16;  // maximum frames that H.264 lets a decoder hold back
 
-function frameShown(rate) {
-  const {buffered} = video;
-  if (buffered.length && buffered.start(0) <= kMostDelayedFrames / rate) firstPicture = buffered.start(0);
-  return Math.round((pictureTime - firstPicture) * rate);
+// Finds out at which media time the first frame is: from what the player says, else from what was displayed first, else
+// from where the player's media begin.
+function placeFirst() {
+  const {clock} = shown ?? {};
+  if (!clock) return;
+  const latest = kMostDelayedFrames / clock.rate;
+  if (zeroPicture !== null && clock.start !== undefined) {
+    firstPicture = clock.start + zeroPicture;
+  } else if (!sawFirst || clock.start === undefined) {
+    const {buffered} = video;
+    if (buffered.length && buffered.start(0) <= latest) firstPicture = buffered.start(0);
+  }
+}
+
+function frameShown() {
+  placeFirst();
+  return shown?.clock?.frameAt(pictureTime - firstPicture);
+}
+
+function showFrame() {
+  const frame = frameShown(), {clock} = shown ?? {};
+  at('frame').textContent = frame === undefined ? '' : strings.frame(frame);
+  const delivered = video.paused ? clock?.deliveredAs(frame) : undefined;
+  at('delivered').textContent = delivered === undefined || delivered === frame ? '' : strings.delivered(delivered);
+  at('position').setAttribute('aria-valuetext',
+    strings.frameValue(frame ?? '', timeText(Math.max(0, video.currentTime - firstPicture))));
+  if (frame === undefined) clock?.knowAt(pictureTime - firstPicture).then(showTime).catch(() => {});
+  return frame;
 }
 
 // Times are displayed like frame numbers, from the first frame on.
@@ -203,14 +307,19 @@ function showTime() {
   at('buffered').style.width = `${ahead === undefined ? 0 : share(video.buffered.end(ahead))}%`;
   const whole = duration();
   at('time').textContent = `${timeText(Math.min(whole, video.currentTime - firstPicture))} / ${timeText(whole)}`;
-  const rate = shown?.description?.frameRate;
-  at('frame').textContent = rate ? `frame ${frameShown(rate)}` : '';
-  at('play').textContent = video.paused || video.ended ? 'Play' : 'Pause';
+  showFrame();
+  at('play').textContent = video.paused || video.ended ? strings.play : strings.pause;
   shown?.captions?.show(video.currentTime);
 }
 
 function onPicture(_, {mediaTime}) {
   pictureTime = mediaTime;
+  if (!video.paused) sought = null;
+  // A picture before this one may have been displayed already when somebody has sought since.
+  if (!sawFirst && shown?.stop && mediaTime <= kMostDelayedFrames / (shown.clock?.rate ?? 24)) {
+    firstPicture = mediaTime;
+    sawFirst = true;
+  }
   showTime();
   video.requestVideoFrameCallback(onPicture);
 }
@@ -223,16 +332,54 @@ function togglePlay() {
 }
 
 // Seeks to the middle of the frame's time, so that rounding cannot select a neighbour.
-function step(frames) {
-  const rate = shown?.description?.frameRate;
-  if (!rate) return;
+async function goTo(frame) {
+  const {clock} = shown ?? {};
+  if (!clock) return;
   video.pause();
-  seek((Math.round(pictureTime * rate) + frames + 0.5) / rate);
+  const target = {frame: Math.max(0, clock.frames ? Math.min(frame, clock.frames - 1) : frame)};
+  sought = target;
+  if (clock.middleOf(target.frame) === undefined) await clock.know(target.frame);
+  if (shown?.clock !== clock || sought !== target) return;
+  seek(firstPicture + clock.middleOf(target.frame));
+  target.time = video.currentTime;
+}
+video.addEventListener('seeking', () => {
+  if (sought && Math.abs(video.currentTime - (sought.time ?? video.currentTime)) > 0.001) sought = null;
+});
+
+function step(frames) {
+  const from = sought?.frame ?? frameShown();
+  if (from !== undefined) goTo(from + frames).catch((error) => report({text: error.message}));
 }
 
-function setSpeed() {
-  video.playbackRate = Number(at('speed').value);
+function stepSeconds(seconds) {
+  video.pause();
+  seek(video.currentTime + seconds);
 }
+
+function goToEnd() {
+  video.pause();
+  seek(timeLine()[1]);
+}
+
+const shuttle = new Shuttle(video, seek, (speed) => {
+  at('shuttle').textContent = speed === 0 ? '' : strings.shuttle(speed);
+  setSpeed();
+});
+
+function setSpeed() {
+  video.playbackRate = shuttle.speed > 0 ? shuttle.speed : Number(at('speed').value);
+}
+
+function mark(end) {
+  const frame = frameShown();
+  if (frame !== undefined) marks[end] = frame;
+}
+marks.onchange(() => {
+  const any = marks.in !== null || marks.out !== null;
+  at('marks').textContent = any ? strings.marked(marks.in, marks.out) : '';
+  at('clear').hidden = !any;
+});
 
 function toggleCaptions() {
   if (at('captions').disabled) return;
@@ -247,38 +394,47 @@ function toggleWhole() {
   else at('screen').requestFullscreen();
 }
 
-// Whether the focused control was reached with the Tab key. The space bar operates such a control; one that was clicked
-// leaves all keys to the page.
-let focusedByKeyboard = false;
-document.addEventListener('keydown', (event) => { focusedByKeyboard ||= event.key === 'Tab'; }, true);
-document.addEventListener('pointerdown', () => { focusedByKeyboard = false; }, true);
+const showKeys = () => at('help').showModal();
+const {keys} = strings;
+bindKeys([
+  {keys: [' '], what: keys.playPause, run: togglePlay},
+  {keys: ['j'], what: keys.shuttleBack, run: () => shuttle.backward()},
+  {keys: ['k'], what: keys.shuttleStop, run: () => shuttle.stop()},
+  {keys: ['l'], what: keys.shuttleForward, run: () => shuttle.forward()},
+  {keys: ['ArrowLeft', ','], what: keys.back, run: () => step(-1)},
+  {keys: ['ArrowRight', '.'], what: keys.forward, run: () => step(1)},
+  {keys: ['Shift+ArrowLeft'], what: keys.secondBack, run: () => stepSeconds(-1)},
+  {keys: ['Shift+ArrowRight'], what: keys.secondForward, run: () => stepSeconds(1)},
+  {keys: ['Home'], what: keys.first, run: () => goTo(0)},
+  {keys: ['End'], what: keys.last, run: goToEnd},
+  {keys: ['i'], what: keys.markIn, run: () => mark('in')},
+  {keys: ['o'], what: keys.markOut, run: () => mark('out')},
+  {keys: ['x'], what: keys.clearMarks, run: () => marks.clear()},
+  {keys: ['c'], what: keys.captions, run: toggleCaptions},
+  {keys: ['f'], what: keys.fullScreen, run: toggleWhole},
+  {keys: ['?'], what: keys.help, run: showKeys},
+], () => shown?.player, at('help'));
 
-const keys = {' ': togglePlay, ',': () => step(-1), '.': () => step(1), 'c': toggleCaptions, 'f': toggleWhole};
-document.addEventListener('keydown', (event) => {
-  if (event.ctrlKey || event.altKey || event.metaKey || !(event.key in keys) || !shown) return;
-  if (event.key === ' ' && focusedByKeyboard && event.target.matches('select, button')) return;
-  event.preventDefault();
-  if (!focusedByKeyboard) event.target.blur();  // else some browsers click a button when the space bar is released
-  keys[event.key]();
-});
 at('play').onclick = video.onclick = togglePlay;
 at('back').onclick = () => step(-1);
 at('forward').onclick = () => step(1);
+at('in').onclick = () => mark('in');
+at('out').onclick = () => mark('out');
+at('clear').onclick = () => marks.clear();
 at('captions').onclick = toggleCaptions;
 at('whole').onclick = toggleWhole;
+at('keys').onclick = showKeys;
 at('position').oninput = () => seek(Number(at('position').value));
 at('speed').onchange = setSpeed;
 video.addEventListener('playing', setSpeed);  // players reset it
 at('volume').oninput = () => { video.volume = Number(at('volume').value); };
 at('player').onchange = () => {
-  location.hash = `${encodeURIComponent(shown.recording.name)}/${at('player').value}`;
+  location.hash = `${encodeURIComponent(shown.recording.path)}/${at('player').value}`;
 };
 for (const event of ['timeupdate', 'progress', 'durationchange', 'play', 'pause', 'ended', 'seeked'])
   video.addEventListener(event, showTime);
 video.requestVideoFrameCallback(onPicture);
 
 addEventListener('hashchange', showAddressed);
-setInterval(() => showList().then(follow).catch(() => {}), kListSeconds * 1000);
-showList().then(showAddressed).catch((error) => {
-  at('hint').textContent = String(error);
-});
+setInterval(() => follow().catch(() => {}), kListSeconds * 1000);
+showAddressed();

@@ -1,6 +1,7 @@
-// The players, all used the same way: start(video, recording, report) makes `video` play a recording and returns a
-// function that stops it. Every error of a player is reported as {text, fatal}.
-import {mediaUrl} from './recording.js';
+// The players, all used the same way: start(video, recording, report, placed) makes `video` play a recording and
+// returns a function that stops it. Every error of a player is reported as {text, fatal}. A player that knows it tells
+// placed(seconds): at which time of `video` composition time 0 is.
+import {dataUrl, mediaUrl} from './recording.js';
 
 // Loads a script once per page.
 const scripts = new Map();
@@ -17,11 +18,12 @@ function script(name) {
   return scripts.get(name);
 }
 
-async function startHlsJs(video, recording, report) {
+async function startHlsJs(video, recording, report, placed) {
   await script('hls.min.js');
   const hls = new Hls();
   hls.on(Hls.Events.ERROR, (_, data) =>
     report({text: `${data.type}: ${data.details}: ${data.error?.message ?? data.reason ?? ''}`, fatal: data.fatal}));
+  hls.on(Hls.Events.INIT_PTS_FOUND, (_, {initPTS, timescale}) => placed(-initPTS / timescale));
   hls.loadSource(playlistUrl(recording));
   hls.attachMedia(video);
   return () => hls.destroy();
@@ -63,8 +65,9 @@ async function startBrowser(video, url, report) {
   };
 }
 
-// A recording in progress has no master playlist yet: one is made here of its two media playlists.
+// A file without a playlist is played through one that the server makes. A recording in progress has no master playlist yet: one is made here of its two media playlists.
 function playlistUrl(recording) {
+  if (!recording.playlist) return dataUrl('playlist', recording.file);
   if (recording.playlist.endsWith('.master.m3u8') || !recording.audioPlaylist) return mediaUrl(recording.playlist);
   const master = '#EXTM3U\n#EXT-X-VERSION:7\n' +
     `#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID="audio",NAME="Audio",DEFAULT=YES,URI="${mediaUrl(recording.audioPlaylist)}"\n` +
@@ -72,22 +75,41 @@ function playlistUrl(recording) {
   return URL.createObjectURL(new Blob([master], {type: kHls}));
 }
 
+const hasPlaylist = ({playlist}) => Boolean(playlist);
+const hasManifest = ({manifest}) => Boolean(manifest);
+// Fragments that say when they play can be put into a playlist.
+const canHavePlaylist = ({playlist, kind, description}) =>
+  Boolean(playlist) || (kind === 'media' && Boolean(description?.statesTimes));
+const isFile = ({kind}) => kind === 'media';
+
+// By name in the page's address, those first that are preferred. `plays(recording)` says for which each is; what the
+// plug-in says of a file is in its `description`.
 export const players = {
-  'hls.js': {label: 'hls.js · HLS', needs: 'playlist', start: startHlsJs},
-  'dash.js': {label: 'dash.js · DASH', needs: 'manifest', start: startDashJs},
+  'hls.js': {label: 'hls.js · HLS', plays: canHavePlaylist, start: startHlsJs},
+  'dash.js': {label: 'dash.js · DASH', plays: hasManifest, start: startDashJs},
   'shaka-dash': {
     label: 'Shaka Player · DASH',
-    needs: 'manifest',
+    plays: hasManifest,
     start: (video, recording, report) => startShaka(video, mediaUrl(recording.manifest), kDash, report),
   },
   'shaka-hls': {
     label: 'Shaka Player · HLS',
-    needs: 'playlist',
+    plays: canHavePlaylist,
     start: (video, recording, report) => startShaka(video, playlistUrl(recording), kHls, report),
   },
   'browser': {
     label: 'the browser · HLS',
-    needs: 'playlist',
+    plays: hasPlaylist,
     start: (video, recording, report) => startBrowser(video, mediaUrl(recording.playlist), report),
   },
+  'file': {
+    label: 'the browser · file',
+    plays: isFile,
+    start: (video, recording, report) => startBrowser(video, mediaUrl(recording.file), report),
+  },
 };
+
+// Those of these codecs (RFC 6381) that the browser cannot play.
+export function unplayable(codecs) {
+  return codecs.filter((codec) => !globalThis.MediaSource?.isTypeSupported(`video/mp4; codecs="${codec}"`));
+}

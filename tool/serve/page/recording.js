@@ -1,4 +1,5 @@
-// What the page knows of a recording beyond the server's list: what its DASH manifest says.
+// What the page knows of a file beyond the server's list: what the plug-in and its DASH manifest say.
+import {strings} from './strings.js';
 
 // The duration in seconds of an ISO 8601 duration in a manifest.
 function secondsOf(duration) {
@@ -17,14 +18,41 @@ function nameOf(reference) {
   });
 }
 
-export function mediaUrl(file) {
-  return new URL(`/media/${encodeURIComponent(file)}`, location.href).href;
+// A path below the served folder, as a part of an address.
+export function pathAddress(path) {
+  return path.split('/').map(encodeURIComponent).join('/');
 }
 
-export async function listRecordings() {
-  const response = await fetch('/recordings.json');
-  if (!response.ok) throw new Error(`the list of recordings could not be loaded (${response.status})`);
-  return response.json();
+export function mediaUrl(path) {
+  return new URL(`/media/${pathAddress(path)}`, location.href).href;
+}
+
+// What the program says of a file: `subject` and `parameters` as tool/viewer/ has them.
+export function dataUrl(subject, path, parameters = {}) {
+  const query = new URLSearchParams(parameters).toString();
+  return new URL(`/data/${subject}/${pathAddress(path)}${query ? `?${query}` : ''}`, location.href).href;
+}
+
+// The text of the list of a folder; null when there is no such folder.
+export async function listText(folder) {
+  const response = await fetch(`/files.json?${new URLSearchParams({folder})}`).catch(() => ({status: 0}));
+  if (response.status === 404) return null;
+  if (!response.ok) throw new Error(strings.noList(response.status));
+  return response.text();
+}
+
+// An entry of the list of `folder` with paths below the served folder instead of names.
+export function inFolder(folder, entry) {
+  const path = (name) => name && (folder ? `${folder}/${name}` : name);
+  const paths = ['file', 'manifest', 'playlist', 'audioPlaylist'].map((key) => [key, path(entry[key])]);
+  return {...entry, folder, path: path(entry.name), ...Object.fromEntries(paths)};
+}
+
+// What the plug-in says of a file (docs/json.md).
+export async function describeFile(path) {
+  const response = await fetch(dataUrl('describe', path));
+  if (response.ok) return response.json();
+  return {accepted: false, code: null, why: (await response.text()).trim(), warnings: []};
 }
 
 // Parses the `text` of a manifest into width, height, frameRate (frames a second), codecs, seconds, and the video's
@@ -59,5 +87,8 @@ export function readManifest(text) {
 export async function describeRecording(recording) {
   if (!recording.manifest) return null;
   const response = await fetch(mediaUrl(recording.manifest));
-  return response.ok ? readManifest(await response.text()) : null;
+  if (!response.ok) return null;
+  const description = readManifest(await response.text());
+  if (description.file && recording.folder) description.file = `${recording.folder}/${description.file}`;
+  return description;
 }

@@ -1,0 +1,37 @@
+// What the served page is told of media files.
+#pragma once
+
+#include "tool/host/fragment_table.h"
+#include "tool/host/movie_file.h"
+#include "tool/host/plugin_host.h"
+#include "tool/serve/media_data.h"
+#include "tool/viewer/file_cache.h"
+
+namespace fmp4 {
+
+// Answers by the subject of a request; status 404 for an unknown one.
+//   describe  file_description.h
+//   frames    frame_list.h
+//   playlist, segment  segment_playlist.h
+class MediaAnswers {
+ public:
+  // `plugin` must outlive the object.
+  explicit MediaAnswers(const Plugin& plugin) : plugin_(plugin) {}
+
+  // May be called on several threads at once. Throws UserError with the reason when the file cannot be read.
+  DataAnswer answer(const DataRequest& request) const;
+
+ private:
+  std::shared_ptr<const FragmentTable> tableOf(const DataRequest& request) const;
+
+  // The files that the plug-in opens for the file of a request. Throws UserError when they are outside the
+  // served folder, where a manifest may lead.
+  OpenedFiles filesOf(const DataRequest& request) const;
+
+  const Plugin& plugin_;
+  mutable FileCache<OpenedFiles> opened_{256};
+  mutable FileCache<std::string> descriptions_{4096};  // some hundred bytes each
+  mutable FileCache<FragmentTable> tables_{4};
+};
+
+}  // namespace fmp4

@@ -1,0 +1,43 @@
+#include "tool/viewer/parameters.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace fmp4 {
+
+namespace {
+
+std::optional<std::string> textOf(const DataRequest& request, const std::string& name) {
+  const auto [begin, end] = request.parameters.equal_range(name);
+  if (begin == end) return std::nullopt;
+  if (std::next(begin) != end) throw BadRequest("'" + name + "' is given twice");
+  return begin->second;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> wholeNumber(const DataRequest& request, const std::string& name,
+                                         std::uint64_t most) {
+  const std::optional<std::string> text = textOf(request, name);
+  if (!text) return std::nullopt;
+  std::uint64_t value = 0;
+  const char* const end = text->data() + text->size();
+  const auto [stop, error] = std::from_chars(text->data(), end, value);
+  if (error != std::errc() || stop != end || value > most)
+    throw BadRequest("'" + name + "' is not a whole number from 0 to " + std::to_string(most));
+  return value;
+}
+
+std::optional<double> secondsOf(const DataRequest& request, const std::string& name) {
+  constexpr double kMost = 1e9;  // thirty years
+  const std::optional<std::string> text = textOf(request, name);
+  if (!text) return std::nullopt;
+  double value = -1;
+  const char* const end = text->data() + text->size();
+  const auto [stop, error] = std::from_chars(text->data(), end, value, std::chars_format::fixed);
+  if (error != std::errc() || stop != end || !(value >= 0 && value <= kMost))
+    throw BadRequest("'" + name + "' is not a number of seconds, such as 12.5");
+  return value;
+}
+
+}  // namespace fmp4
