@@ -198,7 +198,7 @@ struct Description {
 Description describeFile(const Plugin& plugin, const std::string& name) {
   WatchedFiles files(name);
   const MediaFile file = plugin.open(name);
-  Description description{describe(*file, name), mediaTracks(name, files), InfoFacts(openedFiles(name))};
+  Description description{describe(*file, name), mediaTracks(name, files), InfoFacts(files.names())};
   addReasons(description.json["audio"], name);
   description.facts.addTo(description.json);
   description.json["otherTracks"] = describeOtherTracks(otherTracksOf(name));

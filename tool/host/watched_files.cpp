@@ -24,9 +24,8 @@ std::vector<CountedTrack> WatchedFile::countedTracks() {
   }
 }
 
-WatchedFiles::WatchedFiles(const std::string& name) : watch_{this, opened, read} {
-  const OpenedFiles files = openedFiles(name);
-  for (const std::string& path : {files.media, files.companion}) {
+WatchedFiles::WatchedFiles(const std::string& name) : names_(openedFiles(name)), watch_{this, opened, read} {
+  for (const std::string& path : {names_.media, names_.companion}) {
     if (path.empty()) continue;
     files_.emplace_back(path);
     if (!files_.back().movie.isOpen()) files_.pop_back();

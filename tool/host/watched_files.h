@@ -34,6 +34,8 @@ class WatchedFiles {
   WatchedFiles(const WatchedFiles&) = delete;
   WatchedFiles& operator=(const WatchedFiles&) = delete;
 
+  const OpenedFiles& names() const { return names_; }
+
   // Ends the watch. Those that can be opened, in file order: that of the video, then that with its audio.
   std::list<WatchedFile>& watched();
 
@@ -42,6 +44,7 @@ class WatchedFiles {
   static void read(void* context, VLHANDLE file, std::uint64_t offset, const void* bytes,
                    std::uint32_t count);
 
+  OpenedFiles names_;
   std::list<WatchedFile> files_;
   VLFILEWATCH watch_;
 };
