@@ -65,7 +65,7 @@ after(async () => {
 // The number of each displayed frame as the plug-in delivers it.
 async function deliveredFrames(name) {
   const frames = JSON.parse(await run(fmp4, 'frames', '--json', path.join(media, name)));
-  return frames.toSorted((a, b) => a.presentationSeconds - b.presentationSeconds).map(({frame}) => frame);
+  return frames.sort((a, b) => a.presentationSeconds - b.presentationSeconds).map(({frame}) => frame);
 }
 
 // Waits until the page names the frame that is displayed.
@@ -148,7 +148,7 @@ test('the list has every file, the newest first, with what the plug-in says of i
   const list = viewer.page.getByRole('navigation', {name: 'Recordings'});
   await viewer.page.waitForFunction(() => document.querySelectorAll('#list a').length > 9);
   const listed = await viewer.page.locator('#list a').evaluateAll((all) => all.map(({firstChild}) => firstChild.data));
-  assert.deepEqual(listed.slice(0, 1 + files.length), [kOddFolder, ...files.toReversed()]);
+  assert.deepEqual(listed.slice(0, 1 + files.length), [kOddFolder, ...[...files].reverse()]);
   // The newest opens by itself.
   await viewer.page.waitForFunction(() => document.getElementById('title').textContent === 'dash.mpd');
   const entry = (name) => list.getByRole('link', {name});
