@@ -1,6 +1,5 @@
 #include "recording/open_playlist.h"
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -11,10 +10,7 @@
 
 namespace fmp4 {
 
-namespace {
-
-// False when there is no such playlist.
-bool lacksEnd(const std::filesystem::path& playlist) {
+bool isOpenPlaylist(const std::filesystem::path& playlist) {
   constexpr std::string_view kEnd = "\n#EXT-X-ENDLIST\n";
   constexpr std::streamoff kTail = kEnd.size() + 1;  // lines may have Windows line ends
   std::ifstream file(playlist, std::ios::binary | std::ios::ate);
@@ -27,10 +23,8 @@ bool lacksEnd(const std::filesystem::path& playlist) {
   return !plainLines(tail).ends_with(kEnd);
 }
 
-}  // namespace
-
 bool hasOpenPlaylist(const std::string& media) {
-  return lacksEnd(vlPath(videoPlaylistPath(media))) || lacksEnd(vlPath(audioPlaylistPath(media)));
+  return isOpenPlaylist(vlPath(videoPlaylistPath(media))) || isOpenPlaylist(vlPath(audioPlaylistPath(media)));
 }
 
 }  // namespace fmp4

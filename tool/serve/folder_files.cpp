@@ -11,6 +11,7 @@
 
 #include "base/letter_case.h"
 #include "os/path_name.h"
+#include "recording/open_playlist.h"
 #include "tool/serve/list_files.h"
 
 namespace fmp4 {

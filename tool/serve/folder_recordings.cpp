@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "os/path_name.h"
+#include "recording/open_playlist.h"
 #include "tool/serve/list_files.h"
 
 namespace fmp4 {
