@@ -138,7 +138,7 @@ if [[ $gear == all ]]; then
   step "tests asan" run_tests asan --label-exclude matrix
   step "fuzz" fuzz_all
   compiled tsan
-  step "tests tsan" run_tests tsan
+  step "tests tsan" run_tests tsan --tests-regex '^threads_test: '
   if ! scripts/setup.sh windows; then
     not_run="; NOT RUN, for its packages cannot be installed: everything for Windows"
   else
