@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -90,34 +89,6 @@ TEST(ManyObjects, DecodeTheSameFileFromDifferentPlaces) {
       ASSERT_EQ(audio.status, VL_OK);
       ASSERT_TRUE(std::equal(audio.samples.begin(), audio.samples.end(),
                              expected.begin() + std::ptrdiff_t{at} * channels));
-    }
-  });
-}
-
-// One records, the others open what is there again and again.
-TEST(ManyObjects, ReadAFileThatIsBeingRecorded) {
-  const TempFolder folder;
-  const std::string path = folder.file("growing.m4v");
-  MediaFile recording = startRecording(folder.file("growing.mp4"));
-  ASSERT_NE(recording, nullptr);
-  writeFrames(*recording, 300);
-  std::atomic<bool> ended = false;
-  inThreads([&](std::uint32_t i) {
-    if (i == 0) {
-      writeFrames(*recording, 1200, 300);
-      EXPECT_EQ(closeFile(recording), VL_OK);
-      ended = true;
-    }
-    for (bool last = false; !last;) {
-      last = ended;
-      const MediaFile file = openFile(path);
-      ASSERT_NE(file, nullptr);
-      const std::uint32_t frames = file->GetTotalFrames();
-      ASSERT_GT(frames, 0u);
-      EXPECT_EQ(readFrame(*file, frames - 1).data, frameBytes(frames - 1));
-      if (last) {
-        EXPECT_EQ(frames, 1500u);
-      }
     }
   });
 }
