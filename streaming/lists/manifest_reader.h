@@ -36,8 +36,8 @@ struct Manifest {
   bool operator==(const Manifest&) const = default;
 };
 
-// Reads a manifest, of which `runs` are no part of the document. Returns nullopt if the document has no "MPD"
-// with a "Period" and an "AdaptationSet".
+// Reads a manifest from its document and the segments that were taken out of it, `runs`. Returns nullopt if
+// the document has no "MPD" with a "Period" and an "AdaptationSet".
 std::optional<Manifest> readManifest(const tinyxml2::XMLDocument& document, const SegmentRuns& runs = {});
 
 // Reads the manifest at `path`. Returns nullopt if it cannot be loaded or contains nothing usable.

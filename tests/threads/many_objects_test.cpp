@@ -8,7 +8,7 @@
 
 #include "tests/plugin/audio.h"
 #include "tests/plugin/recording.h"
-#include "tests/support/ffmpeg.h"
+#include "tests/threads/clip.h"
 #include "tests/threads/in_threads.h"
 
 namespace fmp4 {
@@ -71,9 +71,7 @@ TEST(ManyObjects, ReadTheSameFile) {
 TEST(ManyObjects, DecodeTheSameFileFromDifferentPlaces) {
   const TempFolder folder;
   const std::string path = folder.file("clip.mp4");
-  makeMedia(path, videoInput(2, "25", "64x64") + toneInput(2) + h264Codec() +
-                      std::vector<std::string>{"-c:a", "aac", "-movflags",
-                                               "frag_keyframe+empty_moov+default_base_moof"});
+  makeClip(path);
   const MediaFile alone = openFile(path);
   ASSERT_NE(alone, nullptr);
   const std::uint32_t channels = describe(*alone).audio.wave.channels;
