@@ -88,8 +88,11 @@ for (const [index, recording] of recordings.entries()) {
       assertNear(seen.time, end, seen.ended ? kSoundOverhang : kLeapBack);
       const leaps = recording.delayed || player === 'dash.js';
       const most = recording.frames + (leaps ? kAheadFrames : 0);
-      assert.ok(seen.pictures >= recording.frames - kEndFrames && seen.pictures <= most,
-        `${seen.pictures} frames of ${recording.frames}`);
+      assert.ok(seen.pictures <= most, `${seen.pictures} frames of ${recording.frames}`);
+      // At eight times the speed a busy machine skips some. In the first frame's time, decoding begins with that frame.
+      const least = recording.frames - kEndFrames, first = origin + frameSeconds / 2;
+      const pictures = seen.pictures >= least ? seen.pictures : await viewer.playFrom(first, 1);
+      assert.ok(pictures >= least, `${pictures} frames of ${recording.frames}`);
 
       for (const frame of numbers(index + 1, kSeeks, recording.frames - kEndFrames)) {
         await viewer.seek(origin + (frame + 0.5) * frameSeconds);
@@ -259,8 +262,7 @@ for (const {player, delaysStart, delaysEnd} of players) {
       const duration = (await viewer.page.textContent('#facts')).split(' · ').at(-1);
       await labelled(viewer, 0);
       await viewer.page.focus('#position');
-      await keyboard.press('End');
-      await viewer.sees(frames - 1);
+      await viewer.pressesToSee('End', frames - 1);
       await labelled(viewer, frames - 1);
       assert.equal((await viewer.page.textContent('#time')).split(' / ')[1], duration);
       await keyboard.press('.');

@@ -76,6 +76,15 @@ export class Viewer {
     });
   }
 
+  // Plays to the end from a time on; returns the frames that the browser has decoded meanwhile.
+  async playFrom(seconds, speed) {
+    const decoded = () => this.video((video) => video.getVideoPlaybackQuality().totalVideoFrames);
+    const before = await decoded();  // the jump decodes some in advance
+    await this.seek(seconds);
+    await this.playToEnd(speed);
+    return await decoded() - before;
+  }
+
   // From now on records about one displayed frame a second. Its media time is between the one that the browser reported
   // last and the playback position; on busy machines they differ.
   async watch() {
@@ -98,14 +107,36 @@ export class Viewer {
 
   // Waits for a frame to be displayed.
   async sees(number) {
-    const end = Date.now() + kPatience;
-    let seen;
-    do {
-      seen = await this.page.evaluate(() => globalThis.pictureNumber());
-      if (seen === number) return;
+    if (await this.#comesToSee(number, kPatience)) return;
+    assert.fail(`frame ${number} is not displayed: ${JSON.stringify(await this.#state())}`);
+  }
+
+  // Presses a key that leads to this frame from everywhere, and again like somebody who waits: players have been seen
+  // to lose a seek while they load.
+  async pressesToSee(key, number) {
+    for (const end = Date.now() + kPatience; Date.now() < end;) {
+      await this.page.keyboard.press(key);
+      if (await this.#comesToSee(number, kPatience / 6)) return;
+    }
+    assert.fail(`${key} does not lead to frame ${number}: ${JSON.stringify(await this.#state())}`);
+  }
+
+  async #comesToSee(number, patience) {
+    for (const end = Date.now() + patience; Date.now() < end;) {
+      if (await this.page.evaluate(() => globalThis.pictureNumber()) === number) return true;
       await this.page.waitForTimeout(20);
-    } while (Date.now() < end);
-    assert.equal(seen, number, 'number of the displayed frame');
+    }
+    return false;
+  }
+
+  // What a failure needs to be understood.
+  #state() {
+    return this.video(({currentTime, duration, paused, seeking, readyState, buffered}) => ({
+      displayed: globalThis.pictureNumber(),
+      label: document.getElementById('frame').textContent,
+      currentTime, duration, paused, seeking, readyState,
+      buffered: [...Array(buffered.length).keys()].map((i) => [buffered.start(i), buffered.end(i)]),
+    }));
   }
 
   // Waits until the player knows of media past `seconds`.
