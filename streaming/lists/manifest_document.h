@@ -9,8 +9,8 @@
 
 namespace fmp4 {
 
-// Larger manifests are not loaded; the segments of a day take less than half of this.
-inline constexpr std::size_t kMaxManifestBytes = 16u << 20;
+// Larger manifests are not loaded; a day in segments of one second takes a third of this.
+inline constexpr std::size_t kMaxManifestBytes = 64u << 20;
 // Documents that might take more memory than this are not loaded. Manifests take about 5 times the size of
 // their text; a text of minimal elements would take 30 times.
 inline constexpr std::size_t kMaxDocumentBytes = 192u << 20;

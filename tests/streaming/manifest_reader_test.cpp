@@ -188,27 +188,43 @@ TEST(ManifestDocument, CountsTheAttributesOfOneElementAndOfNothingElse) {
   EXPECT_TRUE(parses("<MPD>" + std::string(1000, '\'') + "</MPD>"));
 }
 
-// `content` repeated up to the largest manifest that is accepted.
-std::string largestManifestOf(const std::string& content) {
+constexpr std::size_t kLargeManifest = 16u << 20;
+
+// `content` repeated up to `bytes` in all.
+std::string manifestOf(const std::string& content, std::size_t bytes = kLargeManifest) {
   const std::string start = "<MPD><Period>", end = "</Period></MPD>";
   std::string text = start;
-  text.reserve(kMaxManifestBytes);
-  while (text.size() + content.size() + end.size() <= kMaxManifestBytes) text += content;
+  text.reserve(bytes);
+  while (text.size() + content.size() + end.size() <= bytes) text += content;
   return text + end;
 }
 
-TEST(ManifestDocument, OfTheLargestSizeTakesLessThan250Megabytes) {
-  const std::string segments =
-      largestManifestOf("\n      <SegmentURL mediaRange=\"123456789-124456789\" indexRange=\"1-2\"/>");
+const char* const kOneSecondSegment =
+    "\n      <SegmentURL mediaRange=\"123456789-124456789\" indexRange=\"1-2\"/>";
+
+TEST(ManifestDocument, TakesLessThan250Megabytes) {
+  const std::string segments = manifestOf(kOneSecondSegment);
   const CountingNew counting;
   EXPECT_TRUE(parses(segments));
   EXPECT_LT(counting.peakBytes(), 250'000'000u - segments.size());
-  EXPECT_FALSE(parses(segments + std::string(kMaxManifestBytes + 1 - segments.size(), ' ')));
+}
+
+TEST(ManifestDocument, OfTheLargestSizeIsTakenWithoutItsSegments) {
+  std::string segments = manifestOf(kOneSecondSegment, kMaxManifestBytes);
+  segments.append(kMaxManifestBytes - segments.size(), ' ');
+  tinyxml2::XMLDocument document;
+  SegmentRuns runs;
+  const CountingNew counting;
+  EXPECT_TRUE(parseManifestDocument(segments, document, runs));
+  EXPECT_LT(counting.peakBytes(), 50'000'000u);
+  segments += ' ';
+  SegmentRuns none;
+  EXPECT_FALSE(parseManifestDocument(segments, document, none));
 }
 
 TEST(ManifestDocument, IsRefusedUnparsedIfItsNodesWouldTakeMoreMemory) {
   for (const char* shortest : {"<a/>", "<a>b</a>", "<a b=''/>", "<!---->c", "<?d?>"}) {
-    const std::string text = largestManifestOf(shortest);
+    const std::string text = manifestOf(shortest);
     const CountingNew counting;
     EXPECT_FALSE(parses(text)) << shortest;
     EXPECT_LT(counting.peakBytes(), 1'000'000u) << shortest;
