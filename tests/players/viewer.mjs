@@ -111,8 +111,8 @@ export class Viewer {
     assert.fail(`frame ${number} is not displayed: ${JSON.stringify(await this.#state())}`);
   }
 
-  // Presses a key that leads to this frame from everywhere, and again like somebody who waits: players have been seen
-  // to lose a seek while they load.
+  // Presses a key that leads to this frame from everywhere until it is displayed, and again like somebody who waits:
+  // players have been seen to lose a seek while they load.
   async pressesToSee(key, number) {
     for (const end = Date.now() + kPatience; Date.now() < end;) {
       await this.page.keyboard.press(key);

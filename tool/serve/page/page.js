@@ -324,6 +324,24 @@ function onPicture(_, {mediaTime}) {
   video.requestVideoFrameCallback(onPicture);
 }
 
+const kReportSeconds = 0.3;  // in which a browser reports the picture of a seek
+
+// Chromium now and then does not report the picture that a paused video shows after a seek. It is that of the position.
+function supplyPicture() {
+  const {clock} = shown ?? {}, position = video.currentTime;
+  if (!clock?.frames || !video.paused || video.seeking) return;
+  const frames = (position - pictureTime) * clock.rate;
+  if (frames > -0.25 && frames < 1.25) return;
+  const halfFrame = 0.5 / clock.rate, next = clock.frameAt(position - firstPicture);
+  if (next === undefined) return;
+  const startOf = (frame) => firstPicture + clock.middleOf(frame) - halfFrame;
+  const frame = next > 0 && startOf(next) > position + halfFrame / 10 ? next - 1 : next;
+  if (clock.middleOf(frame) === undefined || position < startOf(frame) - halfFrame) return;
+  pictureTime = startOf(frame);
+  showTime();
+}
+video.addEventListener('seeked', () => setTimeout(supplyPicture, kReportSeconds * 1000));
+
 function togglePlay() {
   if (video.paused || video.ended)
     video.play().catch((error) => report({text: String(error), fatal: false}));
