@@ -89,7 +89,7 @@ for (const [index, recording] of recordings.entries()) {
       const leaps = recording.delayed || player === 'dash.js';
       const most = recording.frames + (leaps ? kAheadFrames : 0);
       assert.ok(seen.pictures <= most, `${seen.pictures} frames of ${recording.frames}`);
-      // At eight times the speed a busy machine skips some. In the first frame's time, decoding begins with that frame.
+      // On a busy machine some were missing once at eight times the speed.
       const least = recording.frames - kEndFrames, first = origin + frameSeconds / 2;
       const pictures = seen.pictures >= least ? seen.pictures : await viewer.playFrom(first, 1);
       assert.ok(pictures >= least, `${pictures} frames of ${recording.frames}`);

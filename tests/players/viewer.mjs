@@ -111,8 +111,8 @@ export class Viewer {
     assert.fail(`frame ${number} is not displayed: ${JSON.stringify(await this.#state())}`);
   }
 
-  // Presses a key that leads to this frame from everywhere until it is displayed, and again like somebody who waits:
-  // players have been seen to lose a seek while they load.
+  // Presses a key that leads to this frame from everywhere until it is displayed, and again like somebody who waits: on
+  // a busy machine frame 0 has once stayed for a minute after the first press, for a reason that is not known.
   async pressesToSee(key, number) {
     for (const end = Date.now() + kPatience; Date.now() < end;) {
       await this.page.keyboard.press(key);

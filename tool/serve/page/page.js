@@ -326,7 +326,7 @@ function onPicture(_, {mediaTime}) {
 
 const kReportSeconds = 0.3;  // in which a browser reports the picture of a seek
 
-// Chromium now and then does not report the picture that a paused video shows after a seek. It is that of the position.
+// After a seek of a paused video the report of its picture may stay out. The picture is that of the position.
 function supplyPicture() {
   const {clock} = shown ?? {}, position = video.currentTime;
   if (!clock?.frames || !video.paused || video.seeking) return;
