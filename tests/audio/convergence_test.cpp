@@ -2,6 +2,8 @@
 // of one that started with the stream.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/aac_streams.h"
 
@@ -51,13 +53,16 @@ TEST_P(Converging, OnceConvergedEqualsADecoderFromTheStart) {
 
 INSTANTIATE_TEST_SUITE_P(All, Converging, testing::Values(kObjectMain, kObjectLtp));
 
-// HE-AAC of a mono or stereo core whose bands do not change.
-std::vector<Bytes> ReplicatedFrames(int count, bool stereo) {
+// HE-AAC of a mono or stereo core whose bands do not change. `headerPercent` of the frames after the first
+// repeat its header.
+std::vector<Bytes> ReplicatedFrames(int count, bool stereo,
+                                    int headerPercent = SbrGeneratorOptions{}.headerPercent) {
   GeneratorOptions options;
   options.samplingIndex = 6;
   options.elements = {{stereo ? GeneratedElement::kCpe : GeneratedElement::kSce, 0}};
   options.sbr.emplace();
   options.sbr->headerChanges = false;
+  options.sbr->headerPercent = headerPercent;
   AacGenerator generator(stereo ? 5 : 6, options);
   std::vector<Bytes> frames;
   for (int i = 0; i < count; ++i) {
@@ -108,6 +113,26 @@ TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
     converged += before ? 1 : 0;
   }
   EXPECT_EQ(20, converged);
+}
+
+// A stream whose first SBR header comes late has no high band before it, also when it is decoded again.
+TEST(NumberedBlocks, StartWithoutTheHeadersOfLaterBlocks) {
+  std::vector<Bytes> frames = ReplicatedFrames(20, true, 0);
+  std::rotate(frames.begin(), frames.begin() + 1, frames.begin() + 8);  // the header into the eighth
+  TestDecoder decoder(0, 0);
+  std::vector<Samples> first;
+  for (std::size_t round = 0; round < 2; ++round) {
+    ASSERT_EQ(0, decoder.Decoder().Reset());
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+      ASSERT_EQ(0, decoder.Decoder().SetBlock(i));
+      ASSERT_EQ(0, decoder.Decode(frames[i]));
+      if (round == 0) {
+        first.push_back(decoder.Last());
+      } else {
+        ASSERT_EQ(first[i], decoder.Last()) << i;
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -175,8 +175,9 @@ Status AACDecoder::PassLostBlock() {
 }
 
 Status AACDecoder::SetBlock(std::uint64_t number) {
-  const aac::LockedMemory locked(m_memory);
+  aac::LockedMemory locked(m_memory);
   if (!locked) return UMC_ERR_NOT_INITIALIZED;
+  if (number == 0 && locked.Sbr() != nullptr) aac::ForgetSbrHeaders(*locked.Sbr());
   locked.State().numbered = true;
   locked.State().block = number;
   return UMC_OK;

@@ -47,7 +47,8 @@ class AACDecoder : public RuntimeClass<AACDecoder, AudioCodec> {
   Status PassLostBlock();
   // Sets the number in its track, from 0, of the next block; later blocks count up from it. The SBR noise
   // then depends only on the block numbers, not on where decoding started or what was lost on the way;
-  // without numbers its phase counts from the start of the signal. -998 before Init.
+  // without numbers its phase counts from the start of the signal. Before block 0 the SBR headers are
+  // forgotten, as those received come from later blocks. -998 before Init.
   Status SetBlock(std::uint64_t number);
   // True once the decoder has converged: its output does not depend on blocks before those decoded or lost
   // since Init or Reset, except for an overlap of one block. Predictors, SBR and parametric stereo have

@@ -217,6 +217,10 @@ void InvalidateSbrHeaders(SbrArea& sbr) {
   for (SbrElementState& element : sbr.elements) element.headerSeen = false;
 }
 
+void ForgetSbrHeaders(SbrArea& sbr) {
+  for (SbrElementState& element : sbr.elements) element.headerKnown = element.headerSeen = false;
+}
+
 bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasHighBand) {
   if (element.noisePhaseUnknown) return false;
   return bits == 0 ? element.headerSeen || !element.headerKnown : element.headerSeen && hasHighBand;

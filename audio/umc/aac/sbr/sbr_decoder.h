@@ -87,6 +87,9 @@ void ResetSbr(SbrArea& sbr);
 // From here on the headers are treated as those of another position, until new ones arrive.
 void InvalidateSbrHeaders(SbrArea& sbr);
 
+// Forgets the headers, as before the first block of a stream.
+void ForgetSbrHeaders(SbrArea& sbr);
+
 // The filter banks, shared by all decoders.
 struct SbrFilterBanks;
 
