@@ -38,6 +38,14 @@ function(vl_module target)
   endif()
 endfunction()
 
+# vl_signal(sources...): sources whose loops over a signal run the same way for any input. What they cover tells a fuzz
+# target nothing, and saying it would cost most of the target's time.
+function(vl_signal)
+  if(VL_FUZZ)
+    set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -fno-sanitize=fuzzer-no-link)
+  endif()
+endfunction()
+
 # vl_hot(target): code that also sanitizers and fuzz targets run for most of their time.
 function(vl_hot target)
   if(VL_SANITIZE)

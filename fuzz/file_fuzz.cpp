@@ -7,9 +7,9 @@
 #include <random>
 #include <vector>
 
+#include "fuzz/memory_file.h"
 #include "plugin/fmp4_object.h"
 #include "tests/support/counted_twice.h"
-#include "tests/support/temp_folder.h"
 #include "vlhost.h"
 
 namespace fmp4 {
@@ -74,11 +74,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 // The input is the file. Its last byte, sample data in an intact file, determines the read order.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (CountedTwice({data, size}).different) std::abort();
-  static const TempFolder folder;
-  const std::string path = folder.file("clip.mp4");
-  writeFile(path, {data, data + size});
+  static const MemoryFile input;
+  input.set({data, size});
   CMFFmp4 file(kFileTypeCode);
-  if (file.Open(path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr, VL_OPEN_EXISTING, 0, 0) != VL_OK)
+  if (file.Open(input.path().c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr, VL_OPEN_EXISTING, 0,
+                0) != VL_OK)
     return 0;
   const auto system = std::make_unique<QVRSYSTEM>();
   const auto video = std::make_unique<QVRVIDEO>();

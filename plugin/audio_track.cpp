@@ -33,6 +33,11 @@ constexpr std::uint64_t kTriedPositions = 64;
 // PCM frames, maximum stated duration of an access unit, including minutes of a gap after it.
 constexpr std::uint64_t kMaxUnitFrames = 1 << 24;
 
+// Limits on what a file may describe, far above what any codec has, as the decoder's memory grows with both:
+// channels times bits of a PCM frame, and PCM frames of an access unit.
+constexpr std::uint32_t kMaxFrameBits = 64 * 64;
+constexpr std::uint64_t kMaxDecodedFrames = 1 << 16;
+
 // PCM frames per decoded access unit, at the described rate.
 std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
   if (audio.codec == kAc3) return kAc3FrameSamples;
@@ -45,7 +50,7 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
   const bool doubled = std::uint64_t{audio.wave.samplesPerSecond} == std::uint64_t{config.frequency} * 2;
   if (!config.sbrSignalled && !doubled) return static_cast<std::uint32_t>(frames);
   const std::uint64_t scaled = scaleExactly(frames, audio.wave.samplesPerSecond, config.frequency);
-  return std::max(1u, saturate<std::uint32_t>(scaled));
+  return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(scaled, 1, kMaxDecodedFrames));
 }
 
 // The decoder configuration from an `esds` in the sample entry or in its QuickTime "wave" box; null if there
@@ -99,8 +104,13 @@ AudioTrack::AudioTrack(const IndexedTrack& track, QVRSTREAM& holder, VL_Audio_De
 void AudioTrack::openDecoder() {
   const std::uint32_t codec = holder_.audio.codec;
   if (decoder_.IsOpen() || (codec != kMp4a && codec != kAac && codec != kAc3)) return;
-  decoder_.Init(&holder_.audio);
   const QVRWAVE& wave = holder_.audio.wave;
+  if (std::uint32_t{wave.channels} * wave.bitsPerSample > kMaxFrameBits) {
+    messages::reportError(messages::kNothingDecodes);
+    setUndecodable();
+    return;
+  }
+  decoder_.Init(&holder_.audio);
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);
   // SetConfiguration reports an unsupported configuration itself.

@@ -22,13 +22,6 @@ struct CodedAudio {
   std::vector<Bytes> units;
 };
 
-// The "esds" of a codec by its objectTypeIndication, with an AudioSpecificConfig of two bytes.
-inline Bytes elementaryStreamBox(std::uint8_t objectType = 0x40, std::uint16_t configuration = 0x1190) {
-  return fullBox("esds", 0, 0,
-                 {u8(3), u8(25), u16(0), u8(0), u8(4), u8(17), u8(objectType), u8(0x15), u24(0), u32(0),
-                  u32(0), u8(5), u8(2), u16(configuration), u8(6), u8(1), u8(2)});
-}
-
 // The packets that ffmpeg makes of a second of two sweeps, in which no two positions are alike.
 inline std::vector<Bytes> codedSweeps(const std::vector<std::string>& codec) {
   const TempFolder folder;

@@ -179,6 +179,22 @@ TEST(ReadAudio, ABufferTooSmallIsRefusedUnwritten) {
   EXPECT_THAT(buffer, testing::Each(0xEE));
 }
 
+// A description of thousands of channels would take a buffer of 512 MiB.
+TEST(ReadAudio, MoreChannelsThanAnyCodecHasAreRefusedNotDecoded) {
+  for (const auto& [channels, status] : {std::pair{256, VL_OK}, {257, VL_FAILED}, {65535, VL_FAILED}}) {
+    const Bytes entry =
+        audioEntry("mp4a", static_cast<std::uint16_t>(channels), 16, 48000, elementaryStreamBox());
+    const BuiltFile clip({AudioTrackOf{entry, runOf(aacAudio())}});
+    ASSERT_NE(clip.file, nullptr);
+    std::vector<std::uint8_t> buffer(std::size_t{8} * 65535);
+    DFRAME d{};
+    d.size = sizeof d;
+    d.data = buffer.data();
+    d.dataCapacity = static_cast<std::uint32_t>(buffer.size());
+    EXPECT_EQ(clip.file->Read(0, 1, 1, QVR_MODE_AUDIO, &d, nullptr), status) << channels;
+  }
+}
+
 // A track that claims six channels, most of whose units do not decode: silence of twelve bytes per PCM frame,
 // where the host expects four.
 TEST(ReadAudio, ABufferOfUnknownSizeIsFilledUpToTheReportedSizeOnly) {

@@ -134,6 +134,12 @@ inline Bytes audioEntry(std::string_view type, std::uint16_t channels, std::uint
   return box(type, {zeros(6), u16(1), zeros(8), u16(channels), u16(bits), zeros(4),
                     u32(std::uint64_t{rate} << 16), config});
 }
+// The "esds" of a codec by its objectTypeIndication, with an AudioSpecificConfig of two bytes.
+inline Bytes elementaryStreamBox(std::uint8_t objectType = 0x40, std::uint16_t configuration = 0x1190) {
+  return fullBox("esds", 0, 0,
+                 {u8(3), u8(25), u16(0), u8(0), u8(4), u8(17), u8(objectType), u8(0x15), u24(0), u32(0),
+                  u32(0), u8(5), u8(2), u16(configuration), u8(6), u8(1), u8(2)});
+}
 inline Bytes captionEntry(std::string_view type) {
   return box(type, {zeros(6), u16(1)});
 }
