@@ -262,7 +262,8 @@ for (const {player, delaysStart, delaysEnd} of players) {
       const duration = (await viewer.page.textContent('#facts')).split(' · ').at(-1);
       await labelled(viewer, 0);
       await viewer.page.focus('#position');
-      await viewer.pressesToSee('End', frames - 1);
+      await keyboard.press('End');
+      await viewer.sees(frames - 1);
       await labelled(viewer, frames - 1);
       assert.equal((await viewer.page.textContent('#time')).split(' / ')[1], duration);
       await keyboard.press('.');
@@ -274,6 +275,15 @@ for (const {player, delaysStart, delaysEnd} of players) {
     });
   }
 }
+
+// hls.js has not ended its start then.
+test('End pressed at the first picture leads to the last one', async () => {
+  const viewer = await Viewer.goTo(browser, server.address, longAudio.name, 'hls.js', 'End');
+  await viewer.sees(longAudio.frames - 1);
+  await labelled(viewer, longAudio.frames - 1);
+  assert.deepEqual(await viewer.messages(), []);
+  await viewer.close();
+});
 
 for (const {player} of players) {
   test(`captions are shown beside ${player}`, async () => {

@@ -18,15 +18,42 @@ function script(name) {
   return scripts.get(name);
 }
 
+// hls.js ends its switch to the first audio track where it sees a picture. A seek before that to the last frames, which
+// browsers display only when the stream has ended, would wait for ever, as hls.js ends no stream while it switches. So it
+// goes to the first picture of what is buffered, and on after the switch. Returns a function that ends this.
+function seekAfterSwitch(hls, video) {
+  let switching = false, target = null, back = null;
+  const goBack = () => {
+    const {buffered, currentTime} = video;
+    if (!switching || !video.seeking || currentTime === back) return;
+    if (!buffered.length || currentTime <= buffered.start(0)) return;
+    target = currentTime;
+    video.currentTime = back = buffered.start(0);
+  };
+  hls.on(Hls.Events.AUDIO_TRACK_SWITCHING, () => { switching = true; });
+  hls.on(Hls.Events.AUDIO_TRACK_SWITCHED, () => {
+    switching = false;
+    if (target !== null) video.currentTime = target;
+    target = null;
+  });
+  hls.on(Hls.Events.BUFFER_APPENDED, goBack);
+  video.addEventListener('seeking', goBack);
+  return () => video.removeEventListener('seeking', goBack);
+}
+
 async function startHlsJs(video, recording, report, placed) {
   await script('hls.min.js');
   const hls = new Hls();
   hls.on(Hls.Events.ERROR, (_, data) =>
     report({text: `${data.type}: ${data.details}: ${data.error?.message ?? data.reason ?? ''}`, fatal: data.fatal}));
   hls.on(Hls.Events.INIT_PTS_FOUND, (_, {initPTS, timescale}) => placed(-initPTS / timescale));
+  const stopSeeking = seekAfterSwitch(hls, video);
   hls.loadSource(playlistUrl(recording));
   hls.attachMedia(video);
-  return () => hls.destroy();
+  return () => {
+    stopSeeking();
+    hls.destroy();
+  };
 }
 
 async function startDashJs(video, recording, report) {
@@ -65,7 +92,8 @@ async function startBrowser(video, url, report) {
   };
 }
 
-// A file without a playlist is played through one that the server makes. A recording in progress has no master playlist yet: one is made here of its two media playlists.
+// A file without a playlist is played through one that the server makes. A recording in progress has no master playlist
+// yet: one is made here of its two media playlists.
 function playlistUrl(recording) {
   if (!recording.playlist) return dataUrl('playlist', recording.file);
   if (recording.playlist.endsWith('.master.m3u8') || !recording.audioPlaylist) return mediaUrl(recording.playlist);
