@@ -44,11 +44,12 @@ Result FragmentLoader::load(Mp4Stream& file, std::uint64_t fileSize, const Place
 
 Result FragmentLoader::parse(Mp4Stream& stream, std::uint64_t fileSize, std::uint64_t offset,
                              LoadedFragment& loaded) {
+  const std::uint64_t failures = stream.readFailures();
   const Result result = Mp4ReadFragmentTree(stream, offset, fileSize, loaded.tree);
   if (!result.ok()) return result;
   loaded.moof = loaded.tree->root()->first;
   loaded.mediaDataStart = contentStart(stream, loaded.moof->end());
-  return {};
+  return stream.readFailures() == failures ? Result() : Defect::ReadFailed;
 }
 
 Result FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize, const Place& place, ReadWindow& window,
