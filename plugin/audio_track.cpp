@@ -100,6 +100,7 @@ void AudioTrack::openDecoder() {
   const std::uint32_t codec = holder_.audio.codec;
   if (decoder_.IsOpen() || (codec != kMp4a && codec != kAac && codec != kAc3)) return;
   decoder_.Init(&holder_.audio);
+  if (decoder_.MemoryShort()) throw std::bad_alloc();
   const QVRWAVE& wave = holder_.audio.wave;
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);

@@ -50,7 +50,7 @@ class AudioTrack {
   // Has the index count the track's access units. Called once, before the index is built.
   void countIn(FragmentIndex& index);
 
-  // Opens the decoder for the track's codec unless it is open.
+  // Opens the decoder for the track's codec unless it is open. Throws std::bad_alloc if memory is short.
   void openDecoder();
   // Closes the decoder and releases its memory.
   void closeDecoder();
