@@ -212,8 +212,8 @@ bool AudioTrack::lastsTooLong() const {
   return clock_.frames(cursor_.sampleDuration()) > kMaxUnitFrames;
 }
 
-// An access unit that is damaged, or whose bytes are not in the file, is replaced by silence, and the decoder history
-// before it is discarded.
+// An access unit that is damaged, or whose bytes are not in the file, is replaced by silence, and the decoder
+// history before it is discarded.
 AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   if (decoder_.CheckBuffer(unitFrames(holder_.audio, configuration_)) != 0) return Unit::NoMemory;
   const std::uint64_t start = clock_.position();

@@ -45,8 +45,7 @@ const XMLElement* segmentListOf(const XMLElement* set) {
 
 void requireGood(const std::ifstream& file, const std::string& path) {
   if (!file.bad()) return;
-  throw UserError("'" + path +
-                  "' could not be read; check the disk or the connection to it, then try again");
+  throw UserError("'" + path + "' could not be read; check the disk or the connection to it, then try again");
 }
 
 }  // namespace

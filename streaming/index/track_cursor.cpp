@@ -81,9 +81,8 @@ Advance TrackCursor::advance(FragmentIndex& index) {
   const auto load = window_.isOpen() ? &TrackCursor::LoadFragment : &TrackCursor::locateFragment;
   while (truns().empty() || atRunEnd()) {
     const bool sameFragment = trunIndex_ + 1 < truns().size();
-    const Result loaded = sameFragment
-                              ? (this->*load)(index, fragmentIndex_, trunIndex_ + 1)
-                              : (this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0);
+    const Result loaded = sameFragment ? (this->*load)(index, fragmentIndex_, trunIndex_ + 1)
+                                       : (this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0);
     if (leftUnread(loaded)) return Advance::Unread;
     if (!loaded.ok()) return sameFragment ? Advance::NoRun : Advance::NoFragment;
   }

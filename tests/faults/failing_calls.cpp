@@ -102,7 +102,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t read(int file, void* b
 }
 
 extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const void* buffer,
-                                                                 std::size_t count) {
+                                                                std::size_t count) {
   static const auto writeOn = without<ssize_t(int, const void*, std::size_t)>("write");
   return callFails(CallKind::Write) ? -1 : writeOn(file, buffer, count);
 }
@@ -132,7 +132,7 @@ extern "C" __attribute__((visibility("default"))) int fflush(std::FILE* stream) 
 }
 
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
-                                                                     timespec* time) noexcept {
+                                                                    timespec* time) noexcept {
   static const auto now = without<int(clockid_t, timespec*)>("clock_gettime");
   const int result = now(clock, time);
   if (clock == CLOCK_REALTIME && callFails(CallKind::Clock)) time->tv_sec -= 24 * 3600;

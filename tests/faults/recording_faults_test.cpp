@@ -1,7 +1,7 @@
 // One call of the host or the system that fails while a recording is made, checked, repaired, or made of a
 // file: what is listed plays, what was accepted is there, and nothing is taken for the end that is none.
 #include <algorithm>
-#include <array>
+#include <optional>
 
 #include "tests/faults/failing_calls.h"
 #include "tests/faults/open_descriptors.h"
@@ -9,16 +9,18 @@
 #include "tests/recovery/recovery.h"
 #include "tests/support/ffmpeg.h"
 #include "tests/support/log_capture.h"
+#include "tool/host/refusal_reason.h"
 
 namespace fmp4 {
 
 namespace {
 
-constexpr CallKind kFailing[] = {CallKind::Open,  CallKind::Read,    CallKind::Write, CallKind::Seek,
-                                 CallKind::Size,  CallKind::Flush,   CallKind::Replace, CallKind::Cut,
+constexpr CallKind kFailing[] = {CallKind::Open,   CallKind::Read,    CallKind::Write,   CallKind::Seek,
+                                 CallKind::Size,   CallKind::Flush,   CallKind::Replace, CallKind::Cut,
                                  CallKind::Stream, CallKind::Library, CallKind::Clock};
 
-// Does `work(kind, n)` for the n-th call of each kind, until a call is not made. `work` returns whether it was.
+// Does `work(kind, n)` for the n-th call of each kind, until a call is not made. `work` returns whether it
+// was.
 template <class Work>
 void atEachCall(Work work) {
   for (const CallKind kind : kFailing) {
@@ -187,6 +189,27 @@ TEST(PackageFaults, OfAnyCallFailThePackagingOrLeaveItComplete) {
     return met;
   });
   EXPECT_GT(failed, 20u);
+}
+
+// ---- What is said of files that cannot be read -------------------------------------------------------
+
+TEST(RefusalFaults, OfAnyCallSayThatTheFileCannotBeReadOrNothing) {
+  const TempFolder media;
+  const std::string input = media.file("clip.mp4");
+  makeMedia(input, videoInput(1, "25", "160x96") + h264Codec(10, 0) + fragmented());
+  using Ask = std::optional<Refusal> (*)(const std::string&);
+  for (const Ask ask : {Ask(openTrouble), Ask(sourceTrouble), Ask(boxTrouble), Ask(fileTrouble)}) {
+    unsigned unreadable = 0;
+    atEachCall([&](CallKind call, std::uint64_t n) {
+      const FailingCall failing(call, n);
+      if (const auto trouble = ask(input)) {
+        EXPECT_STREQ(trouble->code, "unreadable") << trouble->text;
+        ++unreadable;
+      }
+      return failing.met();
+    });
+    EXPECT_GE(unreadable, 4u);
+  }
 }
 
 }  // namespace

@@ -64,15 +64,12 @@ Refusal otherKind(Mp4Stream& stream, const std::string& file) {
   return {"not-mp4", "is not MP4"};
 }
 
-constexpr const char* kUnreadable = "unreadable";
-
 // Why nothing can be said about a file; nothing when the host could read it so far.
 std::optional<Refusal> readTrouble(MovieFile& movie) {
-  if (!movie.isOpen()) return Refusal{kUnreadable, "cannot be read: " + movie.openError().message()};
+  if (!movie.isOpen()) return Refusal{"unreadable", "cannot be read: " + movie.openError().message()};
   if (movie.stream().readFailures() != 0)
-    return Refusal{
-        kUnreadable,
-        "could not be read to its end; check the disk or the connection to it, then try again"};
+    return Refusal{"unreadable",
+                   "could not be read to its end; check the disk or the connection to it, then try again"};
   return std::nullopt;
 }
 
