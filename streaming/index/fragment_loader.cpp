@@ -61,7 +61,11 @@ Result FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize, const Place
   if (!bytes && count <= MP4_MAX_LEAF_BYTES) {
     bytes_.resize(static_cast<std::size_t>(count));
     const auto wanted = static_cast<std::int64_t>(count);
-    if (file.seek(place.offset) && file.read(bytes_.data(), wanted) == wanted) bytes = bytes_.data();
+    const std::uint64_t failures = file.readFailures();
+    // The file had these bytes when it was opened.
+    if (!file.seek(place.offset) || file.read(bytes_.data(), wanted) != wanted)
+      return file.readFailures() == failures ? Defect::FragmentChanged : Defect::ReadFailed;
+    bytes = bytes_.data();
   }
   Mp4MemoryStream memory(bytes, bytes ? count : 0, place.offset);
   const Result parsed = parse(bytes ? memory : file, fileSize, place.offset, loaded);
