@@ -62,8 +62,9 @@ listed() {
 
 # The bytes that the lists name are there.
 check_listed() {
+  [[ -f $taken/$2 ]] || return 0
   local bytes
-  bytes=$(sed -n 's/^#EXT-X-BYTERANGE:\([0-9]*\)@\([0-9]*\)$/\1 \2/p' "$taken/$2" 2>/dev/null | tail -n 1 |
+  bytes=$(sed -n 's/^#EXT-X-BYTERANGE:\([0-9]*\)@\([0-9]*\)$/\1 \2/p' "$taken/$2" | tail -n 1 |
     awk '{ print $1 + $2 }')
   [[ -z $bytes ]] || (($(stat -c %s "$taken/$3") >= bytes)) || failed "$1" "$2 names more than $3 holds"
 }
