@@ -44,6 +44,7 @@ set(VL_LINUX_TESTS
   faults_test
   recovery_day_test
   recovery_memory_test
+  soak_test
   recovery/../support/fault_host.cpp
   recovery/../support/no_disk_wait.cpp
   recovery/fault_test.cpp
