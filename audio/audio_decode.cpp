@@ -70,6 +70,7 @@ VL_Audio_Decode::~VL_Audio_Decode() = default;
 
 std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
   CloseCodec();
+  m_memoryShort = false;
   const bool hasFFmpeg = StartFFmpeg();
   m_codecCode = format->codec;
   m_bitsPerSample = format->wave.bitsPerSample;
@@ -106,11 +107,14 @@ std::uint32_t VL_Audio_Decode::Init(QVRAUDIO* format) {
 void VL_Audio_Decode::OpenAac(const QVRAUDIO& format) {
   auto codec = std::unique_ptr<UMC::AACDecoder>(new (std::nothrow) UMC::AACDecoder);
   auto params = std::unique_ptr<UMC::AACDecoderParams>(new (std::nothrow) UMC::AACDecoderParams);
-  if (codec == nullptr || params == nullptr) return;
+  m_memoryShort = codec == nullptr || params == nullptr;
+  if (m_memoryShort) return;
   params->m_input = params->m_output = StreamInfoOf(format.wave);
   params->m_input.channelMask = (1u << (format.wave.channels % 32)) - 1;
   params->m_sbrDownSampled = 0;
-  if (codec->Init(params.get()) < UMC::UMC_OK) return;
+  const UMC::Status status = codec->Init(params.get());
+  m_memoryShort = status == UMC::UMC_ERR_ALLOC;
+  if (status < UMC::UMC_OK) return;
   codec->SetParams(params.get());
   codec->GetInfo(params.get());
   m_codec = std::move(codec);
@@ -120,9 +124,12 @@ void VL_Audio_Decode::OpenAac(const QVRAUDIO& format) {
 void VL_Audio_Decode::OpenAc3(const QVRAUDIO& format) {
   auto codec = std::unique_ptr<UMC::AC3Decoder>(new (std::nothrow) UMC::AC3Decoder);
   auto params = std::unique_ptr<UMC::AC3DecoderParams>(new (std::nothrow) UMC::AC3DecoderParams);
-  if (codec == nullptr || params == nullptr) return;
+  m_memoryShort = codec == nullptr || params == nullptr;
+  if (m_memoryShort) return;
   params->m_input = params->m_output = StreamInfoOf(format.wave);
-  if (codec->Init(params.get()) < UMC::UMC_OK) return;
+  const UMC::Status status = codec->Init(params.get());
+  m_memoryShort = status == UMC::UMC_ERR_ALLOC;
+  if (status < UMC::UMC_OK) return;
   UMC::AC3DecoderParams stereo;  // defaults to two channels
   stereo.m_option4 = 3;
   codec->SetParams(&stereo);

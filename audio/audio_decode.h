@@ -86,8 +86,8 @@ class VL_Audio_Decode {
   // or lost since Reset, except for an overlap into the next frame.
   [[nodiscard]] bool Converged() const;
 
-  // True if the last CheckBuffer or decoding call failed because memory was exhausted, which says nothing
-  // about its input.
+  // True if the last Init, CheckBuffer or decoding call failed because memory was exhausted, which says
+  // nothing about its input.
   [[nodiscard]] bool MemoryShort() const { return m_memoryShort; }
 
   // Resets the signal that overlaps into the next frame, after a lost frame. Buffered PCM is kept. An FFmpeg

@@ -136,12 +136,15 @@ Mp4NextBox Mp4SeekNextBox(Mp4Stream& stream, const Mp4Box& box) {
 Result Mp4ReadChildren(Mp4Stream& stream, Mp4Box* father) {
   const std::uint64_t at = stream.tell();
   if (at > father->end() || father->end() - at < 8) return Defect::EndOfData;
-  Mp4BoxPtr box;
-  while (Mp4ReadBox(stream, father, box).ok()) {
+  for (;;) {
+    Mp4BoxPtr box;
+    const Result read = Mp4ReadBox(stream, father, box);
+    // Any other failure ends the level.
+    if (read.kind() == DefectKind::NoMemory) return read;
+    if (!read.ok()) return {};
     father->append(box.release());
-    if (Mp4SeekNextBox(stream, *father->last) != Mp4NextBox::Sibling) break;
+    if (Mp4SeekNextBox(stream, *father->last) != Mp4NextBox::Sibling) return {};
   }
-  return {};
 }
 
 Result Mp4ReadContainer(Mp4Stream& stream, Mp4Box& box) {
@@ -210,10 +213,10 @@ Result Mp4ReadPayload(Mp4Stream& stream, Mp4Box& box, std::unique_ptr<Mp4Payload
     taken = reader.consumed();
   }
   box.data = payload.release();
+  if (!children || !stream.seek(box.position + header + taken)) return {};
   // If there is no space for a child the box consists of its fields only.
-  if (children && stream.seek(box.position + header + taken))
-    static_cast<void>(Mp4ReadChildren(stream, &box));
-  return {};
+  const Result below = Mp4ReadChildren(stream, &box);
+  return below.kind() == DefectKind::NoMemory ? below : Result();
 }
 
 }  // namespace fmp4

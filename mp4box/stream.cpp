@@ -15,6 +15,7 @@ constexpr std::int64_t kMaxAtOnce = 1 << 30;
 
 VLHANDLE Mp4Stream::open(const char* path, std::uint32_t mode) {
   close();
+  readFailures_ = 0;
   const bool readOnly = (mode & MP4_MODE_ACCESS) == MP4_MODE_READ;
   if (readOnly || (mode & (MP4_MODE_UPDATE | MP4_MODE_CREATE)))
     handle = vlOSCreateFile(
@@ -30,6 +31,7 @@ std::int64_t Mp4Stream::read(void* buffer, std::int64_t count) {
     std::uint32_t done = 0;
     if (!vlOSReadFile(handle, static_cast<std::uint8_t*>(buffer) + total, wanted, &done)) {
       ErrOut("fmp4 file_read failure, error: %lu\n", static_cast<unsigned long>(vlOSGetLastError()));
+      ++readFailures_;
       return 0;
     }
     total += done;
@@ -73,19 +75,32 @@ std::int64_t Mp4Stream::close() {
 }
 
 bool Mp4Stream::seek(std::uint64_t offset) {
-  return offset <= std::numeric_limits<std::int64_t>::max() &&
-         vlOSSeek(handle, static_cast<std::int64_t>(offset), VL_SEEK_BEGIN) >= 0;
+  if (offset > std::numeric_limits<std::int64_t>::max()) return false;
+  if (vlOSSeek(handle, static_cast<std::int64_t>(offset), VL_SEEK_BEGIN) >= 0) return true;
+  ++readFailures_;
+  return false;
 }
 
 std::uint64_t Mp4Stream::size() {
   std::uint32_t high = 0;
   const std::uint32_t low = vlOSGetFileSize(handle, &high);
   const std::uint64_t size = static_cast<std::uint64_t>(high) << 32 | low;
-  return size == ~std::uint64_t{0} ? 0 : size;
+  if (size != ~std::uint64_t{0}) return size;
+  ++readFailures_;
+  return 0;
 }
 
 const std::uint8_t* Mp4Stream::view(std::uint64_t, std::uint64_t) {
   return nullptr;
+}
+
+std::int64_t Mp4Stream::readAhead(std::uint64_t offset, void* buffer, std::int64_t needed,
+                                  std::int64_t count) {
+  const std::uint64_t before = readFailures_;
+  const std::int64_t done = seek(offset) ? read(buffer, count) : 0;
+  if (readFailures_ == before || needed == count) return done;
+  readFailures_ = before;
+  return seek(offset) ? read(buffer, needed) : 0;
 }
 
 Mp4Stream::~Mp4Stream() {

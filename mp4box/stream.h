@@ -44,9 +44,18 @@ class Mp4Stream {
   virtual std::uint64_t size();
   // The `count` bytes at `offset` if they are in memory already, otherwise null. Does not move the position.
   virtual const std::uint8_t* view(std::uint64_t offset, std::uint64_t count);
+  // How often the host has failed to read, to seek or to give the size since the file was opened. A read that
+  // ends early is the end of the file only if this has not grown.
+  virtual std::uint64_t readFailures() const { return readFailures_; }
+  // Reads up to `count` bytes from a byte offset on; when the host fails, the `needed` first ones alone, for
+  // what follows does not matter yet. Returns the bytes read.
+  std::int64_t readAhead(std::uint64_t offset, void* buffer, std::int64_t needed, std::int64_t count);
 
   // Closes an open handle.
   virtual ~Mp4Stream();
+
+ private:
+  std::uint64_t readFailures_ = 0;
 };
 
 // The buffered stream: the same operations with buffers of 10 MiB for reading and for writing.

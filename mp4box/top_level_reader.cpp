@@ -45,6 +45,7 @@ Result Mp4TopLevelReader::appendFrom(Mp4Stream& source) try {
   root()->append(box.release());
   return {};
 } catch (const std::bad_alloc&) {
+  note(Mp4Box{.position = nextOffset_}, Defect::OutOfMemory);
   return Defect::OutOfMemory;
 }
 

@@ -38,9 +38,10 @@ std::uint64_t Mp4WindowStream::cover(std::uint64_t offset, std::uint64_t count) 
     bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(offset - window_.offset));
   bytes.resize(static_cast<std::size_t>(wanted));
   window_.offset = offset;
-  std::int64_t done = 0;
-  if (file_.seek(offset + held))
-    done = file_.read(bytes.data() + held, static_cast<std::int64_t>(wanted - held));
+  const std::uint64_t needed = std::min(count, wanted);
+  const std::int64_t done =
+      file_.readAhead(offset + held, bytes.data() + held, static_cast<std::int64_t>(needed - held),
+                      static_cast<std::int64_t>(wanted - held));
   bytes.resize(static_cast<std::size_t>(held) + static_cast<std::size_t>(std::max<std::int64_t>(done, 0)));
   return std::min<std::uint64_t>(count, bytes.size());
 }

@@ -34,6 +34,7 @@ class Mp4WindowStream final : public Mp4Stream {
   bool seek(std::uint64_t offset) override;
   std::uint64_t size() override { return size_; }
   const std::uint8_t* view(std::uint64_t offset, std::uint64_t count) override;
+  std::uint64_t readFailures() const override { return file_.readFailures(); }
 
  private:
   // Fetches bytes into the window. Returns how many of `count` bytes it holds at `offset`.

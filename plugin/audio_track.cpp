@@ -111,6 +111,7 @@ void AudioTrack::openDecoder() {
     return;
   }
   decoder_.Init(&holder_.audio);
+  if (decoder_.MemoryShort()) throw std::bad_alloc();
   decoder_.SetChannels(wave.channels);
   decoder_.SetFrameSize((wave.bitsPerSample + 7u) / 8u * wave.channels);
   // SetConfiguration reports an unsupported configuration itself.
@@ -152,9 +153,15 @@ std::uint64_t AudioTrack::statedLength(FragmentIndex& index) {
   return timeline(index).length();
 }
 
+// A timeline that could not be read throughout is wrong from there on: it is made again.
 Result AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
   position_ = kNowhere;
+  const std::uint64_t failures = index.stream().readFailures();
   const Result sought = seekToPosition(index, position);
+  if (index.stream().readFailures() != failures) {
+    timeline_.reset();
+    return Defect::ReadFailed;
+  }
   if (sought.ok()) position_ = position;
   return sought;
 }
@@ -185,7 +192,9 @@ PreRollResult AudioTrack::decodePreRoll(FragmentIndex& index, std::uint64_t firs
   if (!result.decoded.ok()) return result;
   while (number_ < unit.number) {
     if (advance(index) != Outcome::Delivered) return {.decoded = Defect::SampleMissing};
-    if (decodeUnit(index) == Unit::NoMemory) return {.decoded = Defect::OutOfMemory};
+    const Unit decoded = decodeUnit(index);
+    if (decoded == Unit::NoMemory) return {.decoded = Defect::OutOfMemory};
+    if (decoded == Unit::Unread) return {.decoded = Defect::ReadFailed};
     decoder_.RemoveSamples(decoder_.BufferedFrames());
     if (result.converged) ++result.spare;
     // Lost access units may have taken it back.
@@ -201,25 +210,30 @@ AudioTrack::Outcome AudioTrack::advance(FragmentIndex& index) {
       return Outcome::NoRun;
     case Advance::NoFragment:
       return Outcome::NoFragment;
-    default:
-      return Outcome::Delivered;
+    case Advance::Unread:
+      return Outcome::Unread;
+    case Advance::Ready:
+      break;
   }
+  return Outcome::Delivered;
 }
 
 bool AudioTrack::lastsTooLong() const {
   return clock_.frames(cursor_.sampleDuration()) > kMaxUnitFrames;
 }
 
-// An access unit that is damaged, or whose bytes are missing, is replaced by silence, and the decoder history
-// before it is discarded.
+// An access unit that is damaged, or whose bytes are not in the file, is replaced by silence, and the decoder
+// history before it is discarded.
 AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   if (decoder_.CheckBuffer(unitFrames(holder_.audio, configuration_)) != 0) return Unit::NoMemory;
   const std::uint64_t start = clock_.position();
   const std::uint64_t stated = clock_.frames(cursor_.sampleDuration());
   decoder_.SetBufferStart(start);
   decoder_.SetUnit(number_);
-  const bool decoded = !lastsTooLong() && feedDecoder(index, stated);
+  const Unit fed = lastsTooLong() ? Unit::Lost : feedDecoder(index, stated);
   if (decoder_.MemoryShort()) return Unit::NoMemory;
+  if (fed == Unit::Unread) return fed;
+  const bool decoded = fed == Unit::Decoded;
   if (decoded) {
     everDecoded_ = true;
   } else {
@@ -232,28 +246,30 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   // If an access unit decodes to more than its duration, the next one still starts on time.
   filledTo_ = std::min(start + decoder_.BufferedFrames(), clock_.position());
   lostTo_ = decoded ? start : addSaturated(start, stated);
-  return decoded ? Unit::Decoded : Unit::Lost;
+  return fed;
 }
 
-bool AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
+AudioTrack::Unit AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t frames) {
   const std::uint32_t size = cursor_.sampleSize();
-  if (size == 0 || size > kMaxUnit) return false;
+  if (size == 0 || size > kMaxUnit) return Unit::Lost;
   const bool headed = holder_.audio.codec == kMp4a && configuration_.size() >= 2;
   const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
   unit_.resize(header + size);
   if (headed) AdtsHeader(configuration_).write(size, unit_.data());
-  if (!cursor_.read(index, unit_.data() + header).ok()) return false;
-  if (headed && unit_[header] >> 5 == kAacEnd) return false;
+  if (const Result read = cursor_.read(index, unit_.data() + header); !read.ok())
+    return leftUnread(read) ? Unit::Unread : Unit::Lost;
+  if (headed && unit_[header] >> 5 == kAacEnd) return Unit::Lost;
   std::uint32_t produced = 0;
   const std::int32_t left =
       decoder_.DecodeFrameAudioBuffered(unit_.data(), header + size, &produced, 0, 0,
                                         static_cast<std::uint32_t>(frames), holder_.audio.wave.channels == 1);
   // Undecodable data after a complete access unit is not counted as a loss.
   const bool complete = decoder_.BufferedFrames() >= unitFrames(holder_.audio, configuration_);
-  return produced > 0 && (left >= 0 || complete);
+  return produced > 0 && (left >= 0 || complete) ? Unit::Decoded : Unit::Lost;
 }
 
-bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {
+AudioTrack::Unit AudioTrack::anyUnitDecodes(FragmentIndex& index) {
+  const std::uint64_t failures = index.stream().readFailures();
   const AudioTimeline& units = timeline(index);
   for (std::uint64_t place = 0; place < kTriedPositions; ++place) {
     const std::uint64_t first = scaleExactly(units.units(), place, kTriedPositions);
@@ -265,10 +281,11 @@ bool AudioTrack::anyUnitDecodes(FragmentIndex& index) {
       if (advance(index) != Outcome::Delivered) break;
       const Unit unit = decodeUnit(index);
       if (unit == Unit::NoMemory) throw std::bad_alloc();
-      if (unit == Unit::Decoded) return true;
+      if (unit == Unit::Unread) break;
+      if (unit == Unit::Decoded) return unit;
     }
   }
-  return false;
+  return index.stream().readFailures() == failures ? Unit::Lost : Unit::Unread;
 }
 
 AudioTrack::Outcome AudioTrack::read(FragmentIndex& index, std::uint64_t position, std::uint64_t count,
@@ -310,8 +327,11 @@ AudioTrack::Outcome AudioTrack::decodeNext(FragmentIndex& index, std::uint64_t p
   const std::uint64_t start = clock_.position();
   const Unit unit = decodeUnit(index);
   if (unit == Unit::NoMemory) return Outcome::Refused;
+  if (unit == Unit::Unread) return Outcome::Unread;
   if (unit == Unit::Lost && !everDecoded_) {
-    if (!anyUnitDecodes(index)) {
+    const Unit any = anyUnitDecodes(index);
+    if (any == Unit::Unread) return Outcome::Unread;
+    if (any == Unit::Lost) {
       setUndecodable();
       messages::reportError(messages::kNothingDecodes);
       return Outcome::Undecodable;

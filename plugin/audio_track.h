@@ -50,7 +50,7 @@ class AudioTrack {
   // Has the index count the track's access units. Called once, before the index is built.
   void countIn(FragmentIndex& index);
 
-  // Opens the decoder for the track's codec unless it is open.
+  // Opens the decoder for the track's codec unless it is open. Throws std::bad_alloc if memory is short.
   void openDecoder();
   // Closes the decoder and releases its memory.
   void closeDecoder();
@@ -72,6 +72,7 @@ class AudioTrack {
     NoRun,       // a run of the current fragment failed to load
     NoFragment,  // the next fragment failed to load
     End,         // past the last access unit, nothing delivered
+    Unread,      // the host failed to read the file
     Refused,     // an access unit states an impossible duration, or memory is short
     Undecodable  // no access unit of the track can be decoded
   };
@@ -103,7 +104,7 @@ class AudioTrack {
  private:
   static constexpr std::uint64_t kNowhere = ~std::uint64_t{0};
 
-  enum class Unit { Decoded, Lost, NoMemory };
+  enum class Unit { Decoded, Lost, Unread, NoMemory };
 
   AudioClock startClock() const;
   AudioTimeline& timeline(FragmentIndex& index);
@@ -116,11 +117,11 @@ class AudioTrack {
   bool lastsTooLong() const;
   // Decodes the access unit at the cursor into the decoder's buffer and advances past it.
   Unit decodeUnit(FragmentIndex& index);
-  // Passes the access unit at the cursor to the decoder. Returns whether it was decoded.
-  bool feedDecoder(FragmentIndex& index, std::uint64_t frames);
-  // Whether any access unit can be decoded. The position is undefined afterwards. Throws std::bad_alloc if
-  // memory is short.
-  bool anyUnitDecodes(FragmentIndex& index);
+  // Passes the access unit at the cursor to the decoder.
+  Unit feedDecoder(FragmentIndex& index, std::uint64_t frames);
+  // Decoded if any access unit can be decoded, Lost if none can, Unread if the file could not be read to find
+  // out. The position is undefined afterwards. Throws std::bad_alloc if memory is short.
+  Unit anyUnitDecodes(FragmentIndex& index);
   // Makes the next access unit or silence available at a position that has no PCM yet.
   Outcome fill(FragmentIndex& index, std::uint64_t position, Delivery& delivery);
   Outcome decodeNext(FragmentIndex& index, std::uint64_t position, Delivery& delivery);

@@ -20,6 +20,8 @@ inline constexpr char kNoFirstAudioChunk[] = "Unable to find correct audio chunk
 inline constexpr char kNoFrameRate[] = "No frame rate in the file, cannot address its frames";
 inline constexpr char kNoTracks[] = "No track that can be read";
 inline constexpr char kConfigurationTooLong[] = "The codec configuration is too long";
+inline constexpr char kNotReadToItsEnd[] = "The file could not be read to its end";
+inline constexpr char kNoMemoryToOpen[] = "Not enough memory to open the file";
 
 // Reading.
 inline constexpr char kNoVideoChunkForFrame[] = "Unable to find correct video chunk for this frame";
@@ -27,6 +29,7 @@ inline constexpr char kNoVideoChunkForFrame[] = "Unable to find correct video ch
 inline constexpr char kNoAudioChunkForFrame[] = "Unable to find correct audio chunck for this frame";
 inline constexpr char kNoAudioChunkForSeek[] = "Unable to find correct audio chunk for this frame";
 inline constexpr char kNo708ChunkForFrame[] = "Unable to find correct cc 708 chunk for this frame";
+inline constexpr char kCaptionsNotRead[] = "The captions of this frame could not be read";
 inline constexpr char kNothingDecodes[] = "No unit of the audio track can be decoded";
 inline constexpr char kBufferTooSmall[] = "The frame is larger than the buffer given for it";
 

@@ -30,6 +30,7 @@ std::uint32_t CMFFmp4::openRead() {
     if (auto companion = openAudioFile(path, &manifest)) m_source->join(std::move(companion));
   }
   m_source->completeDescription();
+  if (const std::uint32_t result = m_source->checkComplete(); result != VL_OK) return result;
   qvrInfoSet(this, &m_info);
   return VL_OK;
 }

@@ -53,6 +53,9 @@ class Source {
   void join(std::unique_ptr<CMFFmp4> companion);
   // Describes lengths, and all values derived from them.
   void completeDescription();
+  // After that: fails if the host could not read the file throughout, or memory was short, so that the
+  // source would present less than the file has.
+  [[nodiscard]] std::uint32_t checkComplete();
 
   // The object that reads the audio file beside this one; null if there is none. Owned by the source.
   CMFFmp4* companion() const { return companion_.get(); }
@@ -107,11 +110,12 @@ class Source {
                              std::uint64_t wanted, DFRAME& descriptor);
 
   // source_captions.cpp
-  void seekCaptions(std::uint32_t frame, bool jumped);
-  void seekCc608(std::uint32_t frame);
-  void deliverCc608(DFRAME& descriptor, std::uint32_t frame);
+  // They fail only for captions that are left unread (leftUnread): a frame may have none.
+  std::uint32_t seekCaptions(std::uint32_t frame, bool jumped);
+  std::uint32_t seekCc608(std::uint32_t frame);
+  std::uint32_t deliverCc608(DFRAME& descriptor, std::uint32_t frame);
   std::uint32_t deliverCc708(DFRAME& descriptor);
-  void takeCc708Sample(DFRAME& descriptor);
+  std::uint32_t takeCc708Sample(DFRAME& descriptor);
 
   // In the reverse order of destruction: each member may use those above it.
   HostView host_;

@@ -27,6 +27,8 @@ std::uint64_t requestedBytes(const QVRWAVE& host, const QVRWAVE& track, std::uin
 // The status of a read. Reports why it failed.
 std::uint32_t statusOf(AudioTrack::Outcome outcome) {
   switch (outcome) {
+    case AudioTrack::Outcome::Unread:
+      return messages::fail(messages::kNotReadToItsEnd);
     case AudioTrack::Outcome::NoRun:
       return messages::fail(messages::kNoVideoChunkForFrame);
     case AudioTrack::Outcome::NoFragment:

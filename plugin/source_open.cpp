@@ -44,7 +44,9 @@ std::uint32_t Source::open(const char* fileName, std::uint32_t openFlags, LastMa
   index_.emplace(*file_, tracks_, nominalRate_);
   for (const auto& track : audioTracks_) track->countIn(*index_);
   // Without any index that can be read, the fragments themselves are found.
-  for (const std::uint64_t offset : segments.indexOffsets) static_cast<void>(index_->AddFragmentsAt(offset));
+  for (const std::uint64_t offset : segments.indexOffsets) {
+    if (index_->AddFragmentsAt(offset).kind() == DefectKind::NoMemory) return VL_FAILED;
+  }
   if (index_->empty() && !index_->build().ok()) return VL_FAILED;
   if (const std::uint32_t result = positionReaders(); result != VL_OK) return result;
   for (const auto& track : audioTracks_) track->openDecoder();
@@ -79,6 +81,12 @@ std::uint32_t Source::positionReaders() {
   TrackCursor audio(tracks_[kAudioTrack]);
   if (tracks_[kAudioTrack].present() && !audio.locateFragment(*index_, index_->nextOccupied(0), 0).ok())
     return messages::fail(messages::kNoFirstAudioChunk);
+  return VL_OK;
+}
+
+std::uint32_t Source::checkComplete() {
+  if (stream_.readFailures() != 0) return messages::fail(messages::kNotReadToItsEnd);
+  if (file_->memoryShort()) return messages::fail(messages::kNoMemoryToOpen);
   return VL_OK;
 }
 

@@ -41,11 +41,11 @@ std::uint32_t Source::readVideo(std::uint32_t frame, std::uint32_t count, std::u
     videoNextExpected_ = frame;
     if (!SeekVideoFrame(*index_, frame, videoCursor_).ok()) return VL_FAILED;
   }
-  seekCaptions(frame, jumped);
+  if (const std::uint32_t result = seekCaptions(frame, jumped); result != VL_OK) return result;
   if (videoCursor_.advance(*index_) != Advance::Ready) return messages::fail(messages::kNoVideoChunkForFrame);
   if (mode & QVR_MODE_HEADER_ONLY) return describeSample(*descriptor);
   if (const std::uint32_t result = deliverSample(*descriptor); result != VL_OK) return result;
-  deliverCc608(*descriptor, frame);
+  if (const std::uint32_t result = deliverCc608(*descriptor, frame); result != VL_OK) return result;
   if (const std::uint32_t result = deliverCc708(*descriptor); result != VL_OK) return result;
   videoNextExpected_ = frame + count;
   host_.currentFrame = frame;

@@ -13,7 +13,7 @@ set(VL_MATRIX_SUITES
 # What takes more than about three seconds: left out where somebody waits for each run.
 set(VL_SLOW_SUITES
   ${VL_MATRIX_SUITES}
-  "(ac3|audio|audio_ffmpeg|audio_steady|corrupt|plugin_he|plugin_memory|recovery|recovery_day|recovery_memory)_test: .*"
+  "(ac3|audio|audio_ffmpeg|audio_steady|corrupt|plugin_he|plugin_memory|faults|recovery|recovery_day|recovery_memory|soak)_test: .*"
   "dsp_test: SbrFilterBank"
   "mp4box_test: (BufferedStream|Hostile|Payload|WrittenFile)"
   "plugin_test: (All/ReadPredicted|Of/LostUnit|Read.*)"

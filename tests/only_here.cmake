@@ -41,11 +41,14 @@ set(VL_LINUX_TESTS
   corrupt_test
   plugin_memory_test
   tool_source_test
+  faults_test
   recovery_day_test
   recovery_memory_test
+  soak_test
   recovery/../support/fault_host.cpp
   recovery/../support/no_disk_wait.cpp
   recovery/fault_test.cpp
+  recovery/power_cut_test.cpp
   recovery/short_write_test.cpp
   recovery/sync_order_test.cpp
   audio/ffmpeg_loader_test.cpp

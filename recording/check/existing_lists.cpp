@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "base/user_error.h"
 #include "os/path_name.h"
 #include "streaming/lists/manifest_document.h"
 #include "streaming/lists/manifest_reader.h"
@@ -42,6 +43,11 @@ const XMLElement* segmentListOf(const XMLElement* set) {
   return representation ? representation->FirstChildElement("SegmentList") : nullptr;
 }
 
+void requireGood(const std::ifstream& file, const std::string& path) {
+  if (!file.bad()) return;
+  throw UserError("'" + path + "' could not be read; check the disk or the connection to it, then try again");
+}
+
 }  // namespace
 
 std::optional<std::string> readList(const std::string& path) {
@@ -51,6 +57,7 @@ std::optional<std::string> readList(const std::string& path) {
   std::ifstream file(vlPath(path), std::ios::binary);
   std::string text(static_cast<std::size_t>(size), '\0');
   file.read(text.data(), static_cast<std::streamsize>(size));
+  requireGood(file, path);
   if (!file) return std::nullopt;
   return text;
 }
@@ -58,7 +65,8 @@ std::optional<std::string> readList(const std::string& path) {
 std::optional<PreviousManifest> readPreviousManifest(const std::string& path,
                                                      std::uint64_t initialisationLength) {
   tinyxml2::XMLDocument document;
-  if (!loadManifestDocument(path.c_str(), document)) return std::nullopt;
+  const std::optional<std::string> text = readList(path);
+  if (!text || !parseManifestDocument(*text, document)) return std::nullopt;
   const XMLElement* const mpd = document.FirstChildElement("MPD");
   const XMLElement* const period = mpd ? mpd->FirstChildElement("Period") : nullptr;
   const XMLElement* const videoSet = period ? period->FirstChildElement("AdaptationSet") : nullptr;
@@ -106,6 +114,7 @@ std::optional<PreviousPlaylist> readPreviousPlaylist(const std::string& path, co
     if (line.starts_with(kTarget)) previous.targetDuration = numberOf<std::uint32_t>(&line[kTarget.size()]);
     if (line.starts_with(kTime)) previous.startTime = dateTime(std::string_view(line).substr(kTime.size()));
   }
+  requireGood(file, path);
   return mapped ? std::optional(previous) : std::nullopt;
 }
 

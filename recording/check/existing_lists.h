@@ -7,7 +7,8 @@
 
 namespace fmp4 {
 
-// The text of a manifest or playlist on the disk; nothing when it is missing or too large to be one.
+// The text of a manifest or playlist on the disk; nothing when it is missing or too large to be one. Like all
+// that follows, throws UserError when reading it fails: it must not pass for missing.
 std::optional<std::string> readList(const std::string& path);
 
 struct PreviousManifest {

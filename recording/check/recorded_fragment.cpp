@@ -12,6 +12,7 @@
 #include "mp4box/boxes/tfhd.h"
 #include "mp4box/boxes/trun.h"
 #include "mp4box/sample_flags.h"
+#include "recording/check/defect_reason.h"
 #include "recording/track_number.h"
 
 namespace fmp4 {
@@ -99,7 +100,7 @@ std::variant<RecordedFragment, std::string> readRecordedFragment(Mp4Stream& stre
   if (header.size < 8 || header.size > size - offset) return "the fragment's boxes are truncated";
   Mp4BoxPtr moof;
   if (const Result read = Mp4ReadBox(stream, nullptr, moof); !read.ok())
-    return "the fragment cannot be read: " + std::string(defectText(read.defect()));
+    return "the fragment cannot be read: " + defectReason(read);
   const auto* mfhd = Mp4PayloadOf<mp4::MovieFragmentHeaderBox>(Mp4BoxChild(moof.get(), box_type::kMfhd));
   if (!mfhd) return "the fragment lacks its header";
   RecordedFragment fragment;

@@ -9,6 +9,7 @@
 #include "mp4box/boxes/ftyp.h"
 #include "mp4box/field_reader.h"
 #include "mp4box/write.h"
+#include "recording/check/defect_reason.h"
 #include "recording/segment_geometry.h"
 #include "recording/track_number.h"
 
@@ -63,7 +64,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
     throw NotRecorded("does not begin with a complete file type box");
   Mp4BoxPtr ftyp;
   if (const Result read = Mp4ReadBox(stream_, nullptr, ftyp); !read.ok())
-    throw NotRecorded("has a file type box that cannot be read: " + std::string(defectText(read.defect())));
+    throw NotRecorded("has a file type box that cannot be read: " + defectReason(read));
   const auto* brands = Mp4PayloadOf<mp4::FileTypeBox>(ftyp.get());
   if (!brands || brands->majorBrand != Mp4FourCc("iso5"))
     throw NotRecorded("has a file type other than that of recordings");
@@ -77,7 +78,7 @@ void RecordedMedia::readInitialisation(const std::function<void(const std::strin
   if (header.size > size_ - end_) return;
   Mp4BoxPtr moov;
   if (const Result read = Mp4ReadBox(stream_, nullptr, moov); !read.ok())
-    throw NotRecorded("has a movie box that cannot be read: " + std::string(defectText(read.defect())));
+    throw NotRecorded("has a movie box that cannot be read: " + defectReason(read));
   std::string reason;
   movie_ = readRecordedMovie(stream_, moov.get(), reason, complain);
   if (!movie_) throw NotRecorded("is no recording: " + reason);
@@ -93,7 +94,7 @@ std::string RecordedMedia::readSegments(const std::function<void(std::uint64_t)>
     Mp4Box header;
     const Result found = stream_.seek(offset) ? Mp4ReadBoxHeader(stream_, header) : Defect::ReadFailed;
     if (!found.ok()) {
-      reason = "no box can be read here: " + std::string(defectText(found.defect()));
+      reason = "no box can be read here: " + defectReason(found);
     } else if (header.type == box_type::kSidx) {
       reason = readIndex(offset);
       if (reason.empty()) offset = segments_.back().indexEnd;
@@ -165,7 +166,7 @@ std::string RecordedMedia::readIndex(std::uint64_t offset) {
   if (!segments_.empty() && segments_.back().fragments == 0) return "one segment index follows another";
   Mp4BoxPtr box;
   const Result read = stream_.seek(offset) ? Mp4ReadBox(stream_, nullptr, box) : Defect::ReadFailed;
-  if (!read.ok()) return "the segment index cannot be read: " + std::string(defectText(read.defect()));
+  if (!read.ok()) return "the segment index cannot be read: " + defectReason(read);
   const auto* index = Mp4PayloadOf<SegmentIndexBox>(box.get());
   if (!index) return "there is no segment index here";
   if (segments_.empty()) {

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "base/user_error.h"
+#include "mp4box/require_read.h"
 #include "os/path_name.h"
 #include "recording/check/existing_lists.h"
 #include "recording/paths.h"
@@ -37,10 +38,17 @@ std::unique_ptr<Recording::File> Recording::open(const std::string& path) {
 
 // `before`: the bytes of the media files that have been read.
 void Recording::read(File& file, const std::string& path, std::uint64_t before) {
-  file.media = std::make_unique<RecordedMedia>(
-      file.stream, fileNameOf(path), data_, problems_,
-      progress_ ? [this, before](std::uint64_t done) { progress_(before + done, total_); }
-                : std::function<void(std::uint64_t)>());
+  try {
+    file.media = std::make_unique<RecordedMedia>(
+        file.stream, fileNameOf(path), data_, problems_,
+        progress_ ? [this, before](std::uint64_t done) { progress_(before + done, total_); }
+                  : std::function<void(std::uint64_t)>());
+  } catch (const NotRecorded&) {
+    requireRead(file.stream, path);
+    throw;
+  }
+  // What the host failed to read must not pass for what an interruption left out.
+  requireRead(file.stream, path);
 }
 
 Recording::Recording(const std::string& name, RecordedMedia::Data data, const Progress& progress)
@@ -50,6 +58,7 @@ Recording::Recording(const std::string& name, RecordedMedia::Data data, const Pr
   if (!main) throw UserError("'" + first + "' is no file; check the name");
   if (!paths_.video.empty() && !paths_.audio.empty()) companion = open(paths_.audio);
   const std::uint64_t mainSize = main->stream.size();
+  requireRead(main->stream, first);
   if (mainSize == 0) throw UserError("'" + first + "' is empty: nothing of the recording is left in it");
   total_ = mainSize + (companion ? companion->stream.size() : 0);
   try {
@@ -74,7 +83,9 @@ void Recording::readAudioOfVideo(std::unique_ptr<File> file, std::uint64_t befor
   const auto previous = readPreviousManifest(paths_.manifest, video()->initialisationLength());
   if (previous && !previous->placesAudio) return;
   if (!file) return noteLostAudio("is missing");
-  if (file->stream.size() == 0) return noteLostAudio("is empty");
+  const bool empty = file->stream.size() == 0;
+  requireRead(file->stream, paths_.audio);
+  if (empty) return noteLostAudio("is empty");
   try {
     read(*file, paths_.audio, before);
   } catch (const NotRecorded& reason) {

@@ -17,8 +17,8 @@ class Recording {
   // Receives the bytes read so far and the total bytes of all media files.
   using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
-  // Reads the media files of the recording that `name` belongs to. Throws UserError when there is none, or it
-  // holds nothing that was recorded.
+  // Reads the media files of the recording that `name` belongs to. Throws UserError when there is none, it
+  // holds nothing that was recorded, or one of them cannot be read to its end.
   Recording(const std::string& name, RecordedMedia::Data data, const Progress& progress = {});
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;

@@ -114,7 +114,7 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
   const bool begins = !segmentOpen();
   if (begins) beginSegment();
   const std::size_t fragmentStart = head_.bytes.size();
-  fragment.mfhd.sequenceNumber = ++sequenceNumber_;
+  fragment.mfhd.sequenceNumber = sequenceNumber_ + 1;
   Mp4WriteMovieFragment(head_, fragment, dataOffsets(bytes));
   const std::uint32_t size = dataSize(bytes);
   Mp4WriteU32(head_, kBoxHeaderBytes + size);
@@ -128,6 +128,7 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
     offset += track.size();
   }
   end_ = offset;
+  ++sequenceNumber_;
   if (begins) nextPresentationTime_ += settings_.duration;
   if (references_ < index_.references.size()) {
     auto& entry = index_.references[references_];

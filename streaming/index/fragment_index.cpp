@@ -190,7 +190,9 @@ Result FragmentIndex::indexAt(std::uint64_t offset, IndexBox& index) {
   Mp4Box header;
   if (const Result read = readSeparately(offset, header); !read.ok()) return read;
   if (header.type != box_type::kSidx) return Defect::BoxTypeUnexpected;
-  return readIndex(stream(), header, index.own);
+  const Result read = readIndex(stream(), header, index.own);
+  if (read.kind() == DefectKind::NoMemory) throw std::bad_alloc();
+  return read;
 }
 
 // The header of a box that is not at hand. Fails if there is none, or after the bytes of all these boxes add

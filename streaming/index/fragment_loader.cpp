@@ -44,11 +44,12 @@ Result FragmentLoader::load(Mp4Stream& file, std::uint64_t fileSize, const Place
 
 Result FragmentLoader::parse(Mp4Stream& stream, std::uint64_t fileSize, std::uint64_t offset,
                              LoadedFragment& loaded) {
+  const std::uint64_t failures = stream.readFailures();
   const Result result = Mp4ReadFragmentTree(stream, offset, fileSize, loaded.tree);
   if (!result.ok()) return result;
   loaded.moof = loaded.tree->root()->first;
   loaded.mediaDataStart = contentStart(stream, loaded.moof->end());
-  return {};
+  return stream.readFailures() == failures ? Result() : Defect::ReadFailed;
 }
 
 Result FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize, const Place& place, ReadWindow& window,
@@ -60,7 +61,11 @@ Result FragmentLoader::read(Mp4Stream& file, std::uint64_t fileSize, const Place
   if (!bytes && count <= MP4_MAX_LEAF_BYTES) {
     bytes_.resize(static_cast<std::size_t>(count));
     const auto wanted = static_cast<std::int64_t>(count);
-    if (file.seek(place.offset) && file.read(bytes_.data(), wanted) == wanted) bytes = bytes_.data();
+    const std::uint64_t failures = file.readFailures();
+    // The file had these bytes when it was opened.
+    if (!file.seek(place.offset) || file.read(bytes_.data(), wanted) != wanted)
+      return file.readFailures() == failures ? Defect::FragmentChanged : Defect::ReadFailed;
+    bytes = bytes_.data();
   }
   Mp4MemoryStream memory(bytes, bytes ? count : 0, place.offset);
   const Result parsed = parse(bytes ? memory : file, fileSize, place.offset, loaded);

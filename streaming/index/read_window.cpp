@@ -46,8 +46,9 @@ std::uint64_t ReadWindow::fill(Mp4Stream& file, std::uint64_t offset, std::uint6
   if (kept != 0) std::memmove(bytes_.get(), bytes_.get() + (offset - offset_), kept);
   offset_ = offset;
   fill_ = kept;
-  if (!file.seek(offset + kept)) return kept;
-  const std::int64_t got = file.read(bytes_.get() + kept, static_cast<std::int64_t>(wanted - kept));
+  const std::int64_t got =
+      file.readAhead(offset + kept, bytes_.get() + kept, static_cast<std::int64_t>(count - kept),
+                     static_cast<std::int64_t>(wanted - kept));
   if (got > 0) fill_ += static_cast<std::uint64_t>(got);
   return fill_;
 }

@@ -80,11 +80,11 @@ void TrackCursor::next() {
 Advance TrackCursor::advance(FragmentIndex& index) {
   const auto load = window_.isOpen() ? &TrackCursor::LoadFragment : &TrackCursor::locateFragment;
   while (truns().empty() || atRunEnd()) {
-    if (trunIndex_ + 1 < truns().size()) {
-      if (!(this->*load)(index, fragmentIndex_, trunIndex_ + 1).ok()) return Advance::NoRun;
-      continue;
-    }
-    if (!(this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0).ok()) return Advance::NoFragment;
+    const bool sameFragment = trunIndex_ + 1 < truns().size();
+    const Result loaded = sameFragment ? (this->*load)(index, fragmentIndex_, trunIndex_ + 1)
+                                       : (this->*load)(index, index.nextOccupied(fragmentIndex_ + 1), 0);
+    if (leftUnread(loaded)) return Advance::Unread;
+    if (!loaded.ok()) return sameFragment ? Advance::NoRun : Advance::NoFragment;
   }
   return Advance::Ready;
 }
@@ -95,7 +95,9 @@ Result TrackCursor::read(FragmentIndex& index, std::uint8_t* destination) {
 
 Result TrackCursor::readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count,
                            std::uint8_t* destination) {
-  return window_.read(index.stream(), offset, count, destination) ? Result() : Defect::SamplePastFile;
+  const std::uint64_t failures = index.stream().readFailures();
+  if (window_.read(index.stream(), offset, count, destination)) return {};
+  return index.stream().readFailures() == failures ? Defect::SamplePastFile : Defect::ReadFailed;
 }
 
 }  // namespace fmp4

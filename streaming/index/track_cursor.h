@@ -11,7 +11,13 @@
 namespace fmp4 {
 
 // Result of moving a cursor to the next available sample.
-enum class Advance { Ready, NoRun, NoFragment };
+enum class Advance { Ready, NoRun, NoFragment, Unread };
+
+// Whether a failure says nothing about the file: the host could not read it, or memory was short. The same
+// may succeed another time.
+inline bool leftUnread(Result result) {
+  return result == Defect::ReadFailed || result.kind() == DefectKind::NoMemory;
+}
 
 class TrackCursor {
  public:
@@ -69,11 +75,11 @@ class TrackCursor {
   void next();
   // If the cursor is past the last sample of its run, moves it to the next run with samples: of this
   // fragment, or of the next one with the track. A data window stays. NoRun: a run of the same fragment
-  // failed to load; NoFragment: no further fragment contains the track.
+  // failed to load; NoFragment: no further fragment contains the track; Unread: leftUnread().
   [[nodiscard]] Advance advance(FragmentIndex& index);
 
   // Copies the bytes of the current sample to `destination` (sampleSize() bytes) without advancing. Fails
-  // if the file does not contain all of them.
+  // if the file does not contain all of them, or with ReadFailed if the host does.
   [[nodiscard]] Result read(FragmentIndex& index, std::uint8_t* destination);
   // Copies `count` bytes from a file offset through the cursor's window. Fails likewise.
   [[nodiscard]] Result readAt(FragmentIndex& index, std::uint64_t offset, std::uint64_t count,

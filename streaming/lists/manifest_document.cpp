@@ -58,11 +58,6 @@ bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& documen
   return text.size() <= kMaxManifestBytes && parseManifestDocument(runs.takeFrom(text), document);
 }
 
-bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document) {
-  const std::optional<std::string> text = readManifestText(path);
-  return text && parseManifestDocument(*text, document);
-}
-
 bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document, SegmentRuns& runs) {
   const std::optional<std::string> text = readManifestText(path);
   return text && parseManifestDocument(*text, document, runs);

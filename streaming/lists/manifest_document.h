@@ -23,9 +23,8 @@ bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& documen
 // take no memory of the document.
 bool parseManifestDocument(std::string_view text, tinyxml2::XMLDocument& document, SegmentRuns& runs);
 
-// Load `path` into `document`, the second without the elements that go to `runs`. Return whether the file was
-// read and parseManifestDocument succeeded.
-bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document);
+// Loads `path` into `document`, without the elements that go to `runs`. Returns whether the file was read and
+// parseManifestDocument succeeded.
 bool loadManifestDocument(const char* path, tinyxml2::XMLDocument& document, SegmentRuns& runs);
 
 }  // namespace fmp4

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "mp4box/window_stream.h"
@@ -107,6 +108,66 @@ TEST_F(PlainStream, OpenWithoutAnyModeOpensNothing) {
   EXPECT_EQ(stream.open(path_.c_str(), 3), VL_NO_HANDLE);
   EXPECT_EQ(stream.handle, VL_NO_HANDLE);
   EXPECT_EQ(onDisk(), text("abc"));
+}
+
+TEST_F(PlainStream, CountsWhatTheHostFailsToReadAndNotTheEndOfTheFile) {
+  const LogLines log;
+  Mp4Stream stream;
+  stream.open(file(text("abc")).c_str(), MP4_MODE_READ);
+  EXPECT_EQ(readBytes(stream, 8), text("abc"));
+  EXPECT_EQ(readBytes(stream, 8), text(""));
+  EXPECT_TRUE(stream.seek(100));
+  EXPECT_FALSE(stream.seek(~std::uint64_t{0}));
+  EXPECT_EQ(stream.readFailures(), 0u);
+  vlOSCloseFile(stream.handle);
+  EXPECT_EQ(readBytes(stream, 8), text(""));
+  EXPECT_EQ(stream.readFailures(), 1u);
+  EXPECT_FALSE(stream.seek(0));
+  EXPECT_EQ(stream.readFailures(), 2u);
+  EXPECT_EQ(stream.size(), 0u);
+  EXPECT_EQ(stream.readFailures(), 3u);
+  stream.open(path_.c_str(), MP4_MODE_READ);
+  EXPECT_EQ(stream.readFailures(), 0u);
+}
+
+// A stream whose file cannot be read from `limit` bytes on.
+class HalfReadable : public Mp4Stream {
+ public:
+  explicit HalfReadable(std::int64_t limit) : limit_(limit) {}
+  std::int64_t read(void* buffer, std::int64_t count) override {
+    if (static_cast<std::int64_t>(tell()) + count <= limit_) return Mp4Stream::read(buffer, count);
+    const VLHANDLE kept = std::exchange(handle, VL_INVALID_HANDLE);
+    const std::int64_t failed = Mp4Stream::read(buffer, count);
+    handle = kept;
+    return failed;
+  }
+
+ private:
+  std::int64_t limit_;
+};
+
+TEST_F(PlainStream, AReadAheadThatFailsGivesWhatIsNeeded) {
+  const LogLines log;
+  HalfReadable stream(4);
+  stream.open(file(text("abcdefgh")).c_str(), MP4_MODE_READ);
+  Bytes bytes(8);
+  EXPECT_EQ(stream.readAhead(1, bytes.data(), 3, 7), 3);
+  EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 3), text("bcd"));
+  EXPECT_EQ(stream.readFailures(), 0u);
+  EXPECT_EQ(stream.readAhead(1, bytes.data(), 4, 7), 0);
+  EXPECT_EQ(stream.readFailures(), 1u);
+}
+
+TEST_F(PlainStream, AWindowGivesWhatCanBeReadAndCountsTheRest) {
+  const LogLines log;
+  HalfReadable stream(4);
+  stream.open(file(text("abcdefgh")).c_str(), MP4_MODE_READ);
+  Mp4Window bytes;
+  Mp4WindowStream window(stream, bytes, 8, 8);
+  EXPECT_EQ(readBytes(window, 4), text("abcd"));
+  EXPECT_EQ(window.readFailures(), 0u);
+  EXPECT_EQ(readBytes(window, 1), text(""));
+  EXPECT_EQ(window.readFailures(), 1u);
 }
 
 TEST_F(PlainStream, OpenForUpdateKeepsTheBytes) {

@@ -6,6 +6,7 @@
 
 #include "base/json_text.h"
 #include "base/user_error.h"
+#include "mp4box/require_read.h"
 #include "mp4box/top_level_reader.h"
 #include "tool/commands/commands.h"
 #include "tool/host/refusal_reason.h"
@@ -62,6 +63,7 @@ bool printAll(Mp4Stream& stream, const BoxesOptions& options) {
   for (const Mp4Box* box = root->first; box; box = box->next) printer.print(*box);
   printer.end(tree->defects());
   if (options.json) std::cout << "}\n";
+  requireRead(stream, options.file);
   return fillsFile(*root, options.file);
 }
 
@@ -74,6 +76,7 @@ bool printPath(Mp4Stream& stream, const BoxesOptions& options) {
   const bool found = selection.run();
   printer.end(file.defects());
   if (options.json) std::cout << "}\n";
+  requireRead(stream, options.file);
   if (found) return true;
   const std::string why = selection.whyNone();
   throw UserError("'" + options.file + "' has no box at '" + options.pathText + "'" +

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -15,6 +14,7 @@
 #include "mp4box/boxes/hdlr.h"
 #include "os/path_name.h"
 #include "os/replace_file.h"
+#include "recording/check/existing_lists.h"
 #include "streaming/lists/master_playlist.h"
 #include "tool/commands/commands.h"
 #include "tool/host/plugin_host.h"
@@ -38,9 +38,10 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kStandardInput = "-";
 
 MasterPlaylist::Media readPlaylist(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw UserError("'" + vlName(path) + "' cannot be read");
-  return {vlName(path.filename()), {std::istreambuf_iterator<char>(file), {}}};
+  const std::optional<std::string> text = readList(vlName(path));
+  if (!text)
+    throw UserError("'" + vlName(path) + "' cannot be read; 'fmp4 verify' says what the recording has");
+  return {vlName(path.filename()), *text};
 }
 
 void writeMasterPlaylist(const Packager& packager, const OutputFiles& files) {

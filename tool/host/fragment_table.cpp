@@ -8,6 +8,7 @@
 #include "mp4box/box_type.h"
 #include "mp4box/boxes/mfhd.h"
 #include "mp4box/boxes/tfhd.h"
+#include "mp4box/require_read.h"
 #include "streaming/index/fragment_bytes.h"
 #include "tool/source/source_tracks.h"
 
@@ -91,6 +92,7 @@ void FragmentTable::walk(MovieFile& movie) {
     if (box->type == box_type::kMoof) add(movie, box);
   while (readable && movie.boxes().passNext(visit).ok()) {
   }
+  requireRead(movie.stream(), file_);
 }
 
 void FragmentTable::add(MovieFile& movie, Mp4Box* moof) {

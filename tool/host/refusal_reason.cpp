@@ -64,6 +64,15 @@ Refusal otherKind(Mp4Stream& stream, const std::string& file) {
   return {"not-mp4", "is not MP4"};
 }
 
+// Why nothing can be said about a file; nothing when the host could read it so far.
+std::optional<Refusal> readTrouble(MovieFile& movie) {
+  if (!movie.isOpen()) return Refusal{"unreadable", "cannot be read: " + movie.openError().message()};
+  if (movie.stream().readFailures() != 0)
+    return Refusal{"unreadable",
+                   "could not be read to its end; check the disk or the connection to it, then try again"};
+  return std::nullopt;
+}
+
 // ---- MP4 files --------------------------------------------------------------------------------------
 
 Refusal withoutMovie(MovieFile& movie, const std::string& file) {
@@ -76,6 +85,7 @@ Refusal withoutMovie(MovieFile& movie, const std::string& file) {
 }
 
 Refusal withoutFragments(MovieFile& movie, const std::string& file) {
+  if (const auto trouble = readTrouble(movie)) return *trouble;
   const MovieSamples samples = movie.movieSamples();
   if (samples.frames == 0 && samples.audioSamples == 0 && Mp4BoxChild(movie.movie(), box_type::kMvex))
     return {"initialisation-segment",
@@ -100,6 +110,7 @@ std::optional<Refusal> withoutReadableTrack(MovieFile& movie) {
 std::optional<Refusal> mediaTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
+  if (auto trouble = readTrouble(movie)) return trouble;
   if (!movie.movie()) return withoutMovie(movie, file);
   if (auto trouble = withoutReadableTrack(movie)) return trouble;
   if (!movie.hasFragments()) return withoutFragments(movie, file);
@@ -151,7 +162,7 @@ std::optional<Refusal> fileTrouble(const std::string& file) {
         "save it to a file"};
   if (vlOSFileExists(file.c_str()) == 0) return Refusal{"missing", "does not exist; check the name"};
   MovieFile movie(file);
-  if (!movie.isOpen()) return Refusal{"unreadable", "cannot be read: " + movie.openError().message()};
+  if (auto trouble = readTrouble(movie)) return trouble;
   if (movie.root()->size == 0) return Refusal{"empty", "is empty"};
   return std::nullopt;
 }
@@ -159,6 +170,7 @@ std::optional<Refusal> fileTrouble(const std::string& file) {
 std::optional<Refusal> sourceTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
+  if (auto trouble = readTrouble(movie)) return trouble;
   if (!movie.movie()) return withoutMovie(movie, file);
   return std::nullopt;
 }
@@ -166,6 +178,7 @@ std::optional<Refusal> sourceTrouble(const std::string& file) {
 std::optional<Refusal> boxTrouble(const std::string& file) {
   if (auto trouble = fileTrouble(file)) return trouble;
   MovieFile movie(file);
+  if (auto trouble = readTrouble(movie)) return trouble;
   return startsLikeMp4(*movie.root()) ? std::nullopt : std::optional(otherKind(movie.stream(), file));
 }
 
@@ -185,6 +198,7 @@ Refusal probeRefusal(const std::string& file) {
     return {"not-manifest",
             "is not a DASH manifest: its root element is not MPD; give the media file itself"};
   MovieFile movie(file);
+  if (const auto trouble = readTrouble(movie)) return *trouble;
   return movie.movie() ? withoutFragments(movie, file) : withoutMovie(movie, file);
 }
 

@@ -59,7 +59,7 @@ bool TrackUnits::readOn() try {
     nextSample_ = 0;
     passed = file_.boxes().passNext(visit);
   } while (passed.ok() && readable && track()->samples.empty());
-  damaged_ = !readable || (!passed.ok() && passed != Defect::EndOfData);
+  damaged_ = !readable || (!passed.ok() && passed != Defect::EndOfData) || file_.stream().readFailures() != 0;
   return passed.ok() && readable;
 } catch (const UserError&) {
   damaged_ = true;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/user_error.h"
+#include "mp4box/require_read.h"
 
 namespace fmp4 {
 
@@ -17,11 +18,14 @@ WatchedFile::WatchedFile(const std::string& name) : path(name), movie(name) {
 }
 
 std::vector<CountedTrack> WatchedFile::countedTracks() {
+  std::vector<CountedTrack> tracks;
   try {
-    return counter ? counter->count() : countTracks(movie.boxes());
+    tracks = counter ? counter->count() : countTracks(movie.boxes());
   } catch (const UserError&) {
-    return {};
+    // A damaged file has no counts.
   }
+  requireRead(movie.stream(), path);
+  return tracks;
 }
 
 WatchedFiles::WatchedFiles(const std::string& name) : names_(openedFiles(name)), watch_{this, opened, read} {

@@ -16,7 +16,7 @@ namespace fmp4 {
 struct WatchedFile {
   explicit WatchedFile(const std::string& name);
 
-  // Counts the tracks; none of a file that is damaged.
+  // Counts the tracks; none of a file that is damaged. Throws UserError when it cannot be read to its end.
   std::vector<CountedTrack> countedTracks();
 
   std::string path;

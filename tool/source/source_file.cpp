@@ -4,6 +4,7 @@
 
 #include "base/user_error.h"
 #include "mp4box/box.h"
+#include "mp4box/require_read.h"
 #include "tool/source/source_tracks.h"
 
 namespace fmp4 {
@@ -19,7 +20,13 @@ SourceFile::SourceFile(const std::string& path) : path_(path) {
   if (handle == VL_NO_HANDLE || handle == VL_INVALID_HANDLE)
     throw UserError("'" + path + "' cannot be opened; check the name");
   size_ = stream_.size();
-  tracks_ = readTracks(stream_);
+  try {
+    tracks_ = readTracks(stream_);
+  } catch (const UserError&) {
+    requireRead(stream_, path_);
+    throw;
+  }
+  requireRead(stream_, path_);
   windows_.resize(tracks_.size());
 }
 
@@ -34,6 +41,7 @@ std::span<std::uint8_t> SourceFile::read(const SourceTrack& track, std::size_t i
     const std::uint64_t piece = track.samples.bytesInOnePiece(index, kWindowBytes);
     fill(window, sample.offset, std::min(piece, size_ - sample.offset));
   }
+  requireRead(stream_, path_);
   if (!held()) throw UserError("'" + path_ + "' ends before the samples that it lists");
   return {window.bytes.get() + (sample.offset - window.offset), sample.size};
 }

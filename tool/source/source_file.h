@@ -14,7 +14,7 @@ namespace fmp4 {
 
 class SourceFile : public SampleSource {
  public:
-  // Throws UserError when the file cannot be opened or holds no movie box.
+  // Throws UserError when the file cannot be opened or read to its end, or holds no movie box.
   explicit SourceFile(const std::string& path);
 
   const std::string& path() const override { return path_; }

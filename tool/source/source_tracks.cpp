@@ -294,6 +294,7 @@ std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
   const std::uint64_t size = stream.size();
   const auto movie = Mp4ReadRoot(stream, false);
   Mp4Box* const moov = movie ? Mp4BoxGet(nullptr, movie->root(), true, "moov") : nullptr;
+  if (!movie || movie->memoryShort()) throw std::bad_alloc();
   if (!moov) throw UserError("the source holds no movie box; give an MP4 file");
   std::vector<SourceTrack> tracks = readMovie(moov, size);
   Mp4Window window;
@@ -308,6 +309,7 @@ std::vector<SourceTrack> readTracks(Mp4Stream& stream) {
     }
     more = Mp4SeekNextBox(file, header) == Mp4NextBox::Sibling;
   }
+  if (movie->memoryShort()) throw std::bad_alloc();
   return tracks;
 }
 

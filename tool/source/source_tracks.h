@@ -10,7 +10,8 @@
 namespace fmp4 {
 
 // The tracks of the first movie box of a file, with the samples of their tables and of the file's fragments.
-// Throws UserError when there is no movie box, or tables contradict each other or the size of the file.
+// Throws UserError when there is no movie box, or tables contradict each other or the size of the file. Where
+// the host fails to read, the file ends: ask the stream.
 std::vector<SourceTrack> readTracks(Mp4Stream& stream);
 
 // The same in steps, for a file that is not complete yet: the tracks of a movie box, then the samples of each
