@@ -16,8 +16,8 @@ struct ScanWatch {
   std::function<void(std::uint64_t done, std::uint64_t total)> progress = [](std::uint64_t, std::uint64_t) {};
 };
 
-// The streams of an open file, `name`, that have an overview: the video, and the first audio track. Of files that
-// claim more than a few days the beginning.
+// The streams of an open file, `name`, that have an overview: the video, and the first audio track. Of files
+// that claim more than a few days the beginning.
 OverviewStreams overviewStreams(CAMediaFile& file, const std::string& name);
 
 // Fills the overview of an open file, `name`: frames without their media data, then captions, then the audio,
