@@ -471,6 +471,24 @@ TEST(OverviewFile, ThatContradictsItselfIsRefused) {
   finest.audio[1].pop_back();
   EXPECT_EQ(overviewOfBytes(bytesOf(overviewBytes(finest, "key")), "key"), std::nullopt);
   finest = smallOverview();
+  finest.streams.samples = 480;
+  EXPECT_EQ(overviewOfBytes(bytesOf(overviewBytes(finest, "key")), "key"), std::nullopt);
+  for (const AudioFault& fault :
+       {AudioFault{AudioFault::Kind::Gap, 900, 961, 0}, AudioFault{AudioFault::Kind::Gap, 40, 40, 0},
+        AudioFault{AudioFault::Kind::Gap, 19, 40, 0}}) {
+    finest = smallOverview();
+    finest.faults.push_back(fault);
+    EXPECT_EQ(overviewOfBytes(bytesOf(overviewBytes(finest, "key")), "key"), std::nullopt) << fault.from;
+  }
+  for (const TextCue& cue : {TextCue{-1, 2, ""}, TextCue{2, 2, ""}, TextCue{0, 4, ""}}) {
+    finest = smallOverview();
+    finest.captions["CC1"] = {cue};
+    EXPECT_EQ(overviewOfBytes(bytesOf(overviewBytes(finest, "key")), "key"), std::nullopt) << cue.first;
+  }
+  finest = smallOverview();
+  finest.captions["CC1"] = {{1, 2, ""}, {0, 1, ""}};
+  EXPECT_EQ(overviewOfBytes(bytesOf(overviewBytes(finest, "key")), "key"), std::nullopt);
+  finest = smallOverview();
   finest.streams.sampleRate = 0;
   EXPECT_EQ(overviewOfBytes(bytesOf(overviewBytes(finest, "key")), "key"), std::nullopt);
 }

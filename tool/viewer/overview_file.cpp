@@ -117,15 +117,40 @@ std::vector<TextCue> readCues(ByteReader& in) {
   return cues;
 }
 
+// Whether there are as many cells of each channel as the streams have.
+bool hasAllAudio(const OverviewStreams& streams, const AudioCells& audio) {
+  if (audio.size() != streams.channels || streams.samples > 0xFFFFFFFFu) return false;
+  if (streams.channels != 0 && streams.sampleRate < kAudioCellsASecond) return false;
+  return std::all_of(audio.begin(), audio.end(), [&streams](const std::vector<AudioCell>& cells) {
+    return cells.size() == streams.audioCells();
+  });
+}
+
+bool areInOrder(const std::vector<AudioFault>& faults, std::uint64_t samples) {
+  const auto isOutside = [samples](const AudioFault& fault) {
+    return fault.from >= fault.to || fault.to > samples;
+  };
+  return std::none_of(faults.begin(), faults.end(), isOutside) &&
+         std::is_sorted(faults.begin(), faults.end(),
+                        [](const AudioFault& a, const AudioFault& b) { return a.from < b.from; });
+}
+
+bool areInOrder(const std::vector<TextCue>& cues, std::uint32_t frames) {
+  const auto isOutside = [frames](const TextCue& cue) {
+    return cue.first < 0 || cue.first >= cue.end || cue.end > std::int64_t{frames};
+  };
+  return std::none_of(cues.begin(), cues.end(), isOutside) &&
+         std::is_sorted(cues.begin(), cues.end(),
+                        [](const TextCue& a, const TextCue& b) { return a.first < b.first; });
+}
+
 // Whether the parts of an overview agree.
 bool isConsistent(const Overview::Finest& finest) {
   const OverviewStreams& streams = finest.streams;
-  const auto fits = [&finest](const std::vector<AudioCell>& cells) {
-    return cells.size() == finest.audio.front().size();
-  };
-  return finest.frames.size() == streams.frames && finest.audio.size() == streams.channels &&
-         (streams.channels == 0 || streams.sampleRate >= kAudioCellsASecond) &&
-         std::all_of(finest.audio.begin(), finest.audio.end(), fits);
+  return finest.frames.size() == streams.frames && hasAllAudio(streams, finest.audio) &&
+         areInOrder(finest.faults, streams.samples) &&
+         std::all_of(finest.captions.begin(), finest.captions.end(),
+                     [&streams](const auto& channel) { return areInOrder(channel.second, streams.frames); });
 }
 
 }  // namespace

@@ -277,8 +277,9 @@ bool scanOverview(CAMediaFile& file, const std::string& name, Overview& overview
   if (streams.channels == 0) return true;
   const OpenedFiles files = openedFiles(name);
   forEachAudioGap(files.companion.empty() ? files.media : files.companion, streams.sampleRate, watch.stopped,
-                  [&overview](std::uint64_t from, std::uint64_t to) {
-                    overview.addFault({AudioFault::Kind::Gap, from, to, 0});
+                  [&](std::uint64_t from, std::uint64_t to) {
+                    to = std::min(to, streams.samples);
+                    if (from < to) overview.addFault({AudioFault::Kind::Gap, from, to, 0});
                   });
   return !watch.stopped() && scanAudio(file, streams, overview, watch);
 }
