@@ -203,7 +203,7 @@ TEST(OverviewAudio, LeadsTheVideoAsExportHasIt) {
   const OverviewStreams streams = overview.progress().streams;
   const std::vector<std::int16_t> samples = exportedAudio(path, 44100, 2);
   const auto lead =
-      static_cast<std::size_t>(std::llround(static_cast<double>(streams.audioLeadMicroseconds) * 0.0441));
+      static_cast<std::size_t>(std::llround(static_cast<double>(streams.audioLeadNanoseconds) * 44100e-9));
   EXPECT_GT(lead, 0u);
   const AudioCells cells = overview.audio(0, 0, 4096);
   for (std::size_t i = 100; i < 900; i += 80)

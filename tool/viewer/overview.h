@@ -24,7 +24,7 @@ struct OverviewStreams {
   std::uint32_t channels = 0;  // 0: no audio
   std::uint64_t samples = 0;   // PCM frames
   // By how much the first PCM frame plays before the first video frame; negative when it plays after.
-  std::int64_t audioLeadMicroseconds = 0;
+  std::int64_t audioLeadNanoseconds = 0;
 
   bool operator==(const OverviewStreams&) const = default;
   std::uint64_t audioCells() const {

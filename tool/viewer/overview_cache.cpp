@@ -29,7 +29,7 @@ fs::path folderNamedBy(std::string_view variable) {
 #else
   const char* const value = std::getenv(std::string(variable).c_str());
 #endif
-  const fs::path folder = value ? fs::path(value) : fs::path();
+  fs::path folder = value ? fs::path(value) : fs::path();
   return folder.is_absolute() ? folder : fs::path();
 }
 

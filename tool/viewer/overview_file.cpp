@@ -77,7 +77,7 @@ void writeStreams(ByteWriter& out, const OverviewStreams& streams) {
   out.number(streams.sampleRate, 4);
   out.number(streams.channels, 4);
   out.number(streams.samples, 8);
-  out.number(static_cast<std::uint64_t>(streams.audioLeadMicroseconds), 8);
+  out.number(static_cast<std::uint64_t>(streams.audioLeadNanoseconds), 8);
 }
 
 OverviewStreams readStreams(ByteReader& in) {
@@ -88,7 +88,7 @@ OverviewStreams readStreams(ByteReader& in) {
   streams.sampleRate = in.number32();
   streams.channels = in.number32();
   streams.samples = in.number(8);
-  streams.audioLeadMicroseconds = static_cast<std::int64_t>(in.number(8));
+  streams.audioLeadNanoseconds = static_cast<std::int64_t>(in.number(8));
   return streams;
 }
 

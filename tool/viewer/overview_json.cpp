@@ -94,7 +94,7 @@ std::string overviewJson(const Overview& overview) {
     json["audio"] = {{"channels", streams.channels},
                      {"sampleRate", streams.sampleRate},
                      {"samples", streams.samples},
-                     {"leadSeconds", static_cast<double>(streams.audioLeadMicroseconds) / 1e6},
+                     {"leadSeconds", static_cast<double>(streams.audioLeadNanoseconds) / 1e9},
                      {"cellsASecond", kAudioCellsASecond},
                      {"cells", streams.audioCells()},
                      {"read", progress.audioCells},

@@ -264,7 +264,7 @@ OverviewStreams overviewStreams(CAMediaFile& file, const std::string& name) {
     return streams;
   streams.sampleRate = wave.samplesPerSecond;
   streams.channels = wave.channels;
-  if (streams.frames != 0) streams.audioLeadMicroseconds = std::llround(audioSkew(name) * 1e6);
+  if (streams.frames != 0) streams.audioLeadNanoseconds = std::llround(audioSkew(name) * 1e9);
   streams.samples = std::min<std::uint64_t>(
       audio.stream.length, audioCellStart(kMaxOverviewAudioCells / wave.channels, wave.samplesPerSecond));
   return streams;
