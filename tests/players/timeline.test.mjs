@@ -22,7 +22,6 @@ before(async () => {
   folder = await fs.mkdtemp(path.join(os.tmpdir(), 'timeline-'));
   media = path.join(folder, 'served');
   await fs.mkdir(media);
-  process.env.FMP4_CACHE = path.join(folder, 'cache');
   const plain = await makeSource(source, folder);
   await run('ffmpeg', '-nostdin', '-v', 'error', '-i', plain, '-c', 'copy', ...kFragmented,
     path.join(media, 'clip.mp4'));
