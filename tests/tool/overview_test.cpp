@@ -412,8 +412,8 @@ TEST_F(OverviewAnswer, IsMadeAnewWhenTheFileChanges) {
   EXPECT_EQ(readOverview()["video"]["frames"], 60);
 }
 
-// Four are kept in memory: the first of five comes from the cache.
-TEST_F(OverviewAnswer, OfManyFilesIsReadFromTheCache) {
+// As for the next program that serves the folder.
+TEST_F(OverviewAnswer, IsKeptForTheNextProgram) {
   makeClip(path_);
   const json first = readOverview();
   const json cells = askJson("overview-audio", {{"level", "1"}});
@@ -427,6 +427,22 @@ TEST_F(OverviewAnswer, OfManyFilesIsReadFromTheCache) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(told, first);
   EXPECT_EQ(again("overview-audio", {{"level", "1"}}), cells);
+}
+
+// More than are kept in memory: each is there again when it is asked for.
+TEST_F(OverviewAnswer, OfMoreFilesThanAreKeptIsGiven) {
+  makeMedia(path_, videoInput(1) + h264Codec() + fragmented());
+  for (int round = 0; round < 2; ++round)
+    for (std::size_t i = 0; i < Overviews::kMaxKept + 2; ++i) {
+      const std::string name = "clip" + std::to_string(i) + ".mp4";
+      const std::filesystem::path folder = std::filesystem::canonical(folder_.path());
+      if (round == 0) std::filesystem::copy_file(path_, folder / name);
+      json told;
+      do {
+        told = json::parse(answers_.answer({"overview", folder / name, name, {}, folder}).body);
+      } while (told["state"] == "reading");
+      EXPECT_EQ(told["video"]["read"], 30) << name;
+    }
 }
 
 // ---- the cache

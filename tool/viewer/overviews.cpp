@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 #include "os/path_name.h"
@@ -53,8 +54,15 @@ std::shared_ptr<const Overview> Overviews::of(const std::string& file, const Ope
   job->key = key;
   jobs_.push_front(job);
   if (jobs_.size() > kMaxKept) {
-    jobs_.back()->stopped = true;
-    jobs_.pop_back();
+    // Rather one that has been read, which the cache has: who waits for the others would make them begin
+    // again.
+    const auto isRead = [](const auto& each) {
+      return each->overview->progress().state != Overview::State::Reading;
+    };
+    const auto read = std::find_if(jobs_.rbegin(), jobs_.rend(), isRead);
+    const auto left = read == jobs_.rend() ? std::prev(jobs_.end()) : std::prev(read.base());
+    (*left)->stopped = true;
+    jobs_.erase(left);
   }
   if (threads_.size() < kMaxThreads) threads_.emplace_back([this] { work(); });
   wanted_.notify_one();
