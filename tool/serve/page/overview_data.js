@@ -61,7 +61,7 @@ export class OverviewData {
   captions(from, to) {
     const held = this.#cues;
     const fits = held && held.from <= from && held.to >= to && held.to - held.from <= 6 * (to - from);
-    if (!fits && !this.#askingCues && this.streams?.captions.length) this.#askCues(from, to);
+    if (!fits && !this.#askingCues && this.streams?.captions?.length) this.#askCues(from, to);
     return held?.channels ?? [];
   }
 

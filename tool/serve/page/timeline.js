@@ -238,7 +238,7 @@ export class Timeline {
     const place = this.#view.placeAt(x), texts = [timeText(place / this.#rate)];
     const at = ({tiles, span}, finest) => {
       const index = Math.floor(finest / span), has = ({from, bytes, peak}) =>
-        index >= from && index < from + (bytes ?? peak[0]).length;
+        index >= from && index < from + ((bytes ?? peak[0])?.length ?? 0);
       const answer = tiles.find((tile) => tile && has(tile));
       return answer && {answer, at: index - answer.from, index};
     };

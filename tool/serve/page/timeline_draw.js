@@ -84,7 +84,7 @@ export function drawAudio(context, lane, {tiles, from, to, xOf, channel, faults,
   clearLane(context, lane);
   const {top, height, width, colours} = lane, middle = top + height / 2, scale = height / 2 / 32768;
   let drawn = 0;
-  for (const {index, answer, at} of cellsOf(tiles, from, to, ({peak}) => peak[channel].length)) {
+  for (const {index, answer, at} of cellsOf(tiles, from, to, ({peak}) => peak[channel]?.length ?? 0)) {
     ++drawn;
     const x = xOf(index), across = Math.max(1, xOf(index + 1) - x);
     for (const [values, colour] of [[answer.peak, colours.bar], [answer.rms, colours.accent]]) {
