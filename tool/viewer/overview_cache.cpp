@@ -37,7 +37,7 @@ fs::path cacheFolderOfUser() {
 #ifdef _WIN32
   return folderNamedBy("LOCALAPPDATA");
 #else
-  if (const fs::path folder = folderNamedBy("XDG_CACHE_HOME"); !folder.empty()) return folder;
+  if (fs::path folder = folderNamedBy("XDG_CACHE_HOME"); !folder.empty()) return folder;
   const fs::path home = folderNamedBy("HOME");
   return home.empty() ? home : home / ".cache";
 #endif
