@@ -46,12 +46,11 @@ struct Command {
   const char* name;
   void (*add)(CLI::App& app, Invocation& invocation);
 };
-constexpr Command kCommands[] = {{"probe", addProbeCommand},          {"info", addInfoCommand},
-                                 {"frames", addFramesCommand},        {"export", addExportCommand},
-                                 {"package", addPackageCommand},      {"boxes", addBoxesCommand},
-                                 {"verify", addVerifyCommand},        {"repair", addRepairCommand},
-                                 {"serve", addServeCommand},          {"version", addVersionCommand},
-                                 {"completion", addCompletionCommand}};
+constexpr Command kCommands[] = {
+    {"probe", addProbeCommand},   {"info", addInfoCommand},       {"frames", addFramesCommand},
+    {"export", addExportCommand}, {"package", addPackageCommand}, {"boxes", addBoxesCommand},
+    {"verify", addVerifyCommand}, {"repair", addRepairCommand},   {"report", addReportCommand},
+    {"serve", addServeCommand},   {"version", addVersionCommand}, {"completion", addCompletionCommand}};
 
 std::vector<std::string> commandNames() {
   std::vector<std::string> names;

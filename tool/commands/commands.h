@@ -31,6 +31,7 @@ void addPackageCommand(CLI::App& app, Invocation& invocation);
 void addBoxesCommand(CLI::App& app, Invocation& invocation);
 void addVerifyCommand(CLI::App& app, Invocation& invocation);
 void addRepairCommand(CLI::App& app, Invocation& invocation);
+void addReportCommand(CLI::App& app, Invocation& invocation);
 void addServeCommand(CLI::App& app, Invocation& invocation);
 void addVersionCommand(CLI::App& app, Invocation& invocation);
 void addCompletionCommand(CLI::App& app, Invocation& invocation);

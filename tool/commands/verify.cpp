@@ -12,6 +12,7 @@
 #include "tool/check/recording_names.h"
 #include "tool/check/report_list.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/verification_text.h"
 #include "tool/terminal/messages.h"
 #include "tool/terminal/recording_progress.h"
 
@@ -26,22 +27,6 @@ struct VerifyOptions {
   bool decode = false;
   bool json = false;
 };
-
-std::string adviceFor(const Verification& result, const std::string& name) {
-  if (result.problems.count() == 0) return "";
-  if (result.beingWritten) return "it is being recorded; verify it when that has ended";
-  switch (result.repair) {
-    case Verification::Repair::Everything:
-      return "run: fmp4 repair " + name;
-    case Verification::Repair::Something:
-      return "not all of this can be repaired; 'fmp4 repair' does what it can, or get an undamaged copy";
-    case Verification::Repair::Nothing:
-      return "none of this can be repaired; get an undamaged copy";
-    case Verification::Repair::Refused:
-      break;
-  }
-  return result.remedy;
-}
 
 Json jsonOf(const Verification& result, const std::string& name) {
   Json problems = Json::array();
@@ -67,25 +52,6 @@ Json jsonOf(const Verification& result, const std::string& name) {
           {"advice", adviceFor(result, name)}};
 }
 
-void printResult(const Verification& result, const std::string& name) {
-  for (const Problem& problem : result.problems.kept()) {
-    std::cout << problem.file << ": ";
-    if (problem.offset) std::cout << "byte " << *problem.offset << ": ";
-    std::cout << problem.text << '\n';
-  }
-  const std::uint64_t count = result.problems.count(), kept = result.problems.kept().size();
-  if (count > kept) std::cout << "... and " << count - kept << " more\n";
-  for (const std::string& note : result.notes) std::cout << "note: " << note << '\n';
-  if (count == 0) {
-    std::cout << name << " is intact: " << result.frames << " frames, " << result.audioFrames
-              << " audio access units, " << result.fragments << " fragments, " << result.segments
-              << " segments in " << result.files.size() << " files\n";
-  } else {
-    std::cout << name << " is not intact: " << count << (count == 1 ? " problem; " : " problems; ")
-              << adviceFor(result, name) << '\n';
-  }
-}
-
 void decode(const Plugin& plugin, const std::string& name, Verification& result) {
   const RecordingPaths paths = findRecordingPaths(name);
   for (const DecodeFault& fault :
@@ -102,7 +68,7 @@ class Report {
     if (json_)
       list_.add(jsonOf(result, name));
     else
-      printResult(result, name);
+      for (const std::string& line : verificationLines(result, name)) std::cout << line << '\n';
   }
   void addError(const std::string& error, const std::string& name) {
     if (json_) list_.addError(name, error);

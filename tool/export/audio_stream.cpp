@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "base/aac/audio_specific_config.h"
-#include "base/audio_units.h"
 #include "base/codec_code.h"
 #include "base/exact_time.h"
 #include "base/letter_case.h"
@@ -15,6 +13,7 @@
 #include "tool/export/audio_range.h"
 #include "tool/export/lost_audio.h"
 #include "tool/export/output_file.h"
+#include "tool/host/access_unit_ticks.h"
 #include "tool/host/movie_file.h"
 #include "tool/host/track_units.h"
 #include "tool/terminal/messages.h"
@@ -56,15 +55,6 @@ Adts adtsOf(const SourceTrack& track, const std::string& input) {
   return *adts;
 }
 
-// The duration of an access unit in ticks of its track; 0 when it is not known.
-std::uint64_t unitTicksOf(const SourceTrack& track, std::uint32_t sampleRate) {
-  if (track.codec == kAc3) return scaleExactly(kAc3FrameSamples, track.timescale, sampleRate);
-  UMC::aac::AudioSpecificConfig config{};
-  if (!UMC::aac::ParseAudioSpecificConfig(track.configuration.data(), track.configuration.size(), config))
-    return 0;
-  return scaleExactly(kAacFrameSamples, track.timescale, config.frequency);
-}
-
 // The PCM frames that the stream covers, counted from the first access unit.
 struct StreamRange {
   std::uint64_t from = 0;
@@ -87,7 +77,7 @@ class StreamExport {
       : units_(units),
         timescale_(units.track()->timescale),
         sampleRate_(audio.wave.samplesPerSecond),
-        unitTicks_(unitTicksOf(*units.track(), sampleRate_)),
+        unitTicks_(accessUnitTicks(*units.track(), sampleRate_)),
         request_(request),
         lost_(std::max(sampleRate_, 1u)) {
     if (units.track()->codec == kMp4a) adts_ = adtsOf(*units.track(), request.input);
@@ -146,8 +136,7 @@ class StreamExport {
       ++gaps_;
       gapTicks_ = addSaturated(gapTicks_, gapAfterLast_);
     }
-    const bool gap = unitTicks_ != 0 && duration >= unitTicks_ + std::max<std::uint64_t>(unitTicks_ / 2, 1);
-    gapAfterLast_ = gap ? duration - unitTicks_ : 0;
+    gapAfterLast_ = gapTicksAfter(duration, unitTicks_);
     written_ = addSaturated(written_, duration - gapAfterLast_);
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "base/codec_code.h"
 #include "base/user_error.h"
@@ -83,13 +84,16 @@ void FragmentTable::walk(MovieFile& movie) {
   const auto visit = [&](Mp4Stream& stream, const Mp4Box& box) {
     if (box.type == box_type::kMdat && box.position + box.size <= movie.root()->size)
       mediaEnd_ = std::max(mediaEnd_, box.position + box.size);
+    passedSegmentIndex_ = passedSegmentIndex_ || box.type == box_type::kSidx;
     if (box.type != box_type::kMoof) return;
     std::unique_ptr<Mp4Tree> tree;
     readable = FragmentBytes(stream, box, movie.root()->size).readTree(tree).ok();
     if (readable) add(movie, tree->root()->first);
   };
-  for (Mp4Box* box = movie.root()->first; box; box = box->next)
+  for (Mp4Box* box = movie.root()->first; box; box = box->next) {
+    passedSegmentIndex_ = passedSegmentIndex_ || box->type == box_type::kSidx;
     if (box->type == box_type::kMoof) add(movie, box);
+  }
   while (readable && movie.boxes().passNext(visit).ok()) {
   }
   requireRead(movie.stream(), file_);
@@ -113,7 +117,8 @@ void FragmentTable::add(MovieFile& movie, Mp4Box* moof) {
                    return !Mp4BoxChild(traf, box_type::kTfdt);
                  });
   fragments_.push_back({moof->position, sample.decodeTime, 0, static_cast<std::uint32_t>(read.samples.size()),
-                        number ? number->sequenceNumber : 0, sample.key});
+                        number ? number->sequenceNumber : 0, sample.key,
+                        std::exchange(passedSegmentIndex_, false)});
 }
 
 // The media of a fragment that is being written come after its boxes.

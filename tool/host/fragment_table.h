@@ -18,7 +18,8 @@ struct TimedFragment {
   std::uint64_t firstSample = 0;  // its number in the track
   std::uint32_t samples = 0;
   std::uint32_t sequenceNumber = 0;
-  bool key = false;  // whether its first sample can be decoded alone
+  bool key = false;            // whether its first sample can be decoded alone
+  bool startsSegment = false;  // whether a segment index is between it and the fragment before, in the file
 };
 
 // A sample as it is presented.
@@ -69,7 +70,8 @@ class FragmentTable {
   bool isVideo_ = false;
   bool statesTimes_ = true;
   bool placesInFile_ = false;
-  SourceTrack track_;  // without samples
+  bool passedSegmentIndex_ = false;  // since the last fragment
+  SourceTrack track_;                // without samples
   std::vector<TimedFragment> fragments_;
   std::uint64_t samples_ = 0;
   std::uint64_t endTicks_ = 0;

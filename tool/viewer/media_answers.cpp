@@ -1,12 +1,14 @@
 #include "tool/viewer/media_answers.h"
 
 #include <algorithm>
+#include <map>
 
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "tool/host/host_log.h"
 #include "tool/viewer/file_description.h"
 #include "tool/viewer/frame_list.h"
+#include "tool/viewer/overview_json.h"
 #include "tool/viewer/parameters.h"
 #include "tool/viewer/segment_playlist.h"
 
@@ -41,6 +43,17 @@ std::shared_ptr<const FragmentTable> MediaAnswers::tableOf(const DataRequest& re
   return tables_.get(vlPath(media), [&media] { return FragmentTable(media); });
 }
 
+std::optional<std::string> MediaAnswers::overviewAnswer(const DataRequest& request) const {
+  static const std::map<std::string, std::string (*)(const Overview&, const DataRequest&)> kAnswers = {
+      {"overview", [](const Overview& overview, const DataRequest&) { return overviewJson(overview); }},
+      {"overview-frames", overviewFramesJson},
+      {"overview-audio", overviewAudioJson},
+      {"overview-captions", overviewCaptionsJson}};
+  const auto found = kAnswers.find(request.subject);
+  if (found == kAnswers.end()) return std::nullopt;
+  return found->second(*overviews_.of(vlName(request.file), filesOf(request)), request);
+}
+
 DataAnswer MediaAnswers::answer(const DataRequest& request) const {
   const HeldLog log;
   try {
@@ -53,6 +66,7 @@ DataAnswer MediaAnswers::answer(const DataRequest& request) const {
       return {200, "application/json", frameListJson(*tableOf(request), request)};
     if (request.subject == "playlist")
       return {200, kPlaylist, segmentPlaylist(*tableOf(request), request.name)};
+    if (const auto overview = overviewAnswer(request)) return {200, "application/json", *overview};
     if (request.subject == "segment") return {200, "video/mp4", segmentBytes(request)};
   } catch (const BadRequest& error) {
     return {400, kText, std::string(error.what()) + "\n"};

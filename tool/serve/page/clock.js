@@ -27,6 +27,9 @@ export class SteadyClock {
   deliveredAs() {
     return undefined;
   }
+  async shownAs(number) {
+    return number;
+  }
   middleOf(frame) {
     return (frame + 0.5) / this.rate;
   }
@@ -36,6 +39,7 @@ export class SteadyClock {
 
 const kBlock = 500;  // frames
 const kMostBlocks = 64;
+const kMostReordered = 32;  // places between where a frame is delivered and shown
 
 // The times that the file states, asked of the server as they are needed.
 export class StatedClock {
@@ -91,6 +95,14 @@ export class StatedClock {
   // The number of a frame as the plug-in delivers it.
   deliveredAs(frame) {
     return this.#blocks.get(Math.floor(frame / kBlock))?.delivered[frame % kBlock];
+  }
+
+  // The number of the frame that the plug-in delivers as `number`.
+  async shownAs(number) {
+    for (const near of [number, number - kMostReordered, number + kMostReordered]) await this.know(near);
+    for (let away = 0; away <= kMostReordered; ++away)
+      for (const frame of [number - away, number + away]) if (this.deliveredAs(frame) === number) return frame;
+    return number;
   }
 
   // Undefined when that part is not known yet.

@@ -26,7 +26,8 @@ function shownName(key) {
   return names[key] ?? (/^[a-z]$/.test(key) ? key.toUpperCase() : key);
 }
 
-// `bindings`: [{keys, what, run}]; `active()` says whether there is something to operate. `dialog` shows the list.
+// `bindings`: [{keys, what, run}]; `run(key)` gets the name of the key. `active()` says whether there is something to
+// operate. `dialog` shows the list.
 export function bindKeys(bindings, active, dialog) {
   const runs = new Map(bindings.flatMap(({keys, run}) => keys.map((key) => [key, run])));
   const rows = bindings.map(({keys, what}) => {
@@ -52,6 +53,6 @@ export function bindKeys(bindings, active, dialog) {
     if (!run || dialog.open || (name !== '?' && !active())) return;
     event.preventDefault();
     if (!focusedByKeyboard) event.target.blur();  // else some browsers click a button when the space bar is released
-    run();
+    run(name);
   });
 }

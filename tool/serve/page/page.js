@@ -2,6 +2,7 @@
 // #PATH/PLAYER, each part percent-encoded; a path that ends with a slash is that of a folder.
 import {CaptionTrack} from './captions.js';
 import {StatedClock, SteadyClock} from './clock.js';
+import {exportCommand} from './export_command.js';
 import {bindKeys} from './keys.js';
 import {FileList, codecsText} from './list.js';
 import {marks} from './marks.js';
@@ -9,6 +10,7 @@ import {players, unplayable} from './players.js';
 import {dataUrl, describeRecording, mediaUrl} from './recording.js';
 import {Shuttle} from './shuttle.js';
 import {applyStrings, strings, timeText} from './strings.js';
+import {Timeline} from './timeline.js';
 
 const kListSeconds = 3;  // interval between checks of the folder
 
@@ -25,6 +27,10 @@ let sawFirst = false;  // whether firstPicture is that of the frame which was di
 
 const list = new FileList(
   {element: at('list'), end: at('end'), filter: at('find'), path: at('path'), empty: at('empty')});
+
+const timeline = new Timeline({
+  root: at('lanes'), canvas: at('overview'), playhead: at('playhead'), range: at('marked'), reading: at('reading'),
+}, scrub);
 
 // ---- the chosen recording
 
@@ -160,6 +166,7 @@ async function show(entry, wanted) {
     Object.assign(shown, {player, stop});
   }
   list.current = entry.path;
+  timeline.show(entry.file);
   takeClock(shown, entry);
 }
 
@@ -178,6 +185,7 @@ async function takeClock(to, entry) {
 // Shows a text in place of a recording.
 async function showNone(text) {
   await shown?.stop();
+  timeline.show(null);
   shown = null;
   list.current = null;
   at('viewer').hidden = true;
@@ -228,7 +236,17 @@ async function follow() {
   Object.assign(shown, {recording: {...recording}, description});
   if (shown.captions) shown.captions.description = description;
   showFacts(shown);
+  refreshTimeline();
   takeClock(shown, recording).catch(() => {});
+}
+
+const kRefreshSeconds = 20;  // of the time line of a recording in progress, which the server reads again
+
+let refreshed = 0;
+function refreshTimeline() {
+  if (Date.now() - refreshed < kRefreshSeconds * 1000) return;
+  refreshed = Date.now();
+  timeline.refresh();
 }
 
 // ---- time line and controls
@@ -283,11 +301,16 @@ function frameShown() {
   return shown?.clock?.frameAt(pictureTime - firstPicture);
 }
 
+// The number of a frame as the plug-in delivers it, where that is known.
+function delivered(frame) {
+  return shown?.clock?.deliveredAs(frame) ?? frame;
+}
+
 function showFrame() {
   const frame = frameShown(), {clock} = shown ?? {};
   at('frame').textContent = frame === undefined ? '' : strings.frame(frame);
-  const delivered = video.paused ? clock?.deliveredAs(frame) : undefined;
-  at('delivered').textContent = delivered === undefined || delivered === frame ? '' : strings.delivered(delivered);
+  const number = video.paused ? delivered(frame) : frame;
+  at('delivered').textContent = number === frame ? '' : strings.delivered(number);
   at('position').setAttribute('aria-valuetext',
     strings.frameValue(frame ?? '', timeText(Math.max(0, video.currentTime - firstPicture))));
   if (frame === undefined) clock?.knowAt(pictureTime - firstPicture).then(showTime).catch(() => {});
@@ -307,7 +330,8 @@ function showTime() {
   at('buffered').style.width = `${ahead === undefined ? 0 : share(video.buffered.end(ahead))}%`;
   const whole = duration();
   at('time').textContent = `${timeText(Math.min(whole, video.currentTime - firstPicture))} / ${timeText(whole)}`;
-  showFrame();
+  const frame = showFrame();
+  timeline.moveTo(delivered(frame), Math.max(0, video.currentTime - firstPicture), !video.paused);
   at('play').textContent = video.paused || video.ended ? strings.play : strings.pause;
   shown?.captions?.show(video.currentTime);
 }
@@ -365,6 +389,37 @@ video.addEventListener('seeking', () => {
   if (sought && Math.abs(video.currentTime - (sought.time ?? video.currentTime)) > 0.001) sought = null;
 });
 
+const kMostSeekSeconds = 2;  // that are waited for
+
+function whenSought() {
+  if (!video.seeking) return undefined;
+  return new Promise((resolve) => {
+    video.addEventListener('seeked', resolve, {once: true});
+    setTimeout(resolve, kMostSeekSeconds * 1000);
+  });
+}
+
+// Goes to a place of the time line; of those that come while the picture is sought only the last counts.
+let scrubbed = null, scrubbing = false;
+async function scrub(place) {
+  scrubbed = place;
+  if (scrubbing) return;
+  scrubbing = true;
+  while (scrubbed !== null) {
+    const next = scrubbed;
+    scrubbed = null;
+    await goToPlace(next).catch((error) => report({text: error.message}));
+    await whenSought();
+  }
+  scrubbing = false;
+}
+
+async function goToPlace(place) {
+  const {clock} = shown ?? {};
+  if (!timeline.hasVideo) return seek(firstPicture + place / 100);
+  if (clock) await goTo(await clock.shownAs(place));
+}
+
 function step(frames) {
   const from = sought?.frame ?? frameShown();
   if (from !== undefined) goTo(from + frames).catch((error) => report({text: error.message}));
@@ -397,6 +452,10 @@ marks.onchange(() => {
   const any = marks.in !== null || marks.out !== null;
   at('marks').textContent = any ? strings.marked(marks.in, marks.out) : '';
   at('clear').hidden = !any;
+  const [first, last] = [marks.in, marks.out].map((frame) => frame === null ? null : delivered(frame));
+  timeline.mark({in: first, out: last});
+  at('command').replaceChildren(...any && shown?.recording.file ? [commandToCopy(exportCommand(
+    shown.recording.file, {first, last}, {video: timeline.hasVideo, audio: Boolean(shown.file?.audio?.length)}))] : []);
 });
 
 function toggleCaptions() {
@@ -428,6 +487,9 @@ bindKeys([
   {keys: ['i'], what: keys.markIn, run: () => mark('in')},
   {keys: ['o'], what: keys.markOut, run: () => mark('out')},
   {keys: ['x'], what: keys.clearMarks, run: () => marks.clear()},
+  {keys: ['+', '-'], what: keys.zoom, run: (key) => key === '+' ? timeline.zoomIn() : timeline.zoomOut()},
+  {keys: ['0'], what: keys.zoomAll, run: () => timeline.showAll()},
+  {keys: ['PageUp', 'PageDown'], what: keys.move, run: (key) => timeline.move(key === 'PageUp' ? -0.5 : 0.5)},
   {keys: ['c'], what: keys.captions, run: toggleCaptions},
   {keys: ['f'], what: keys.fullScreen, run: toggleWhole},
   {keys: ['?'], what: keys.help, run: showKeys},
@@ -439,6 +501,9 @@ at('forward').onclick = () => step(1);
 at('in').onclick = () => mark('in');
 at('out').onclick = () => mark('out');
 at('clear').onclick = () => marks.clear();
+at('zoom-in').onclick = () => timeline.zoomIn();
+at('zoom-out').onclick = () => timeline.zoomOut();
+at('zoom-all').onclick = () => timeline.showAll();
 at('captions').onclick = toggleCaptions;
 at('whole').onclick = toggleWhole;
 at('keys').onclick = showKeys;

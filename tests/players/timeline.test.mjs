@@ -1,0 +1,212 @@
+// The time line of the page against the numbers of the program. FMP4 names the program; SHOTS a folder for screenshots.
+import assert from 'node:assert/strict';
+import fs from 'node:fs/promises';
+import os from 'node:os';
+import path from 'node:path';
+import {after, before, test} from 'node:test';
+import {chromium} from 'playwright-core';
+import {makeSource, record, run} from './recordings.mjs';
+import {serve} from './server.mjs';
+import {Viewer} from './viewer.mjs';
+
+const fmp4 = process.env.FMP4;
+const shots = process.env.SHOTS;
+
+const kFragmented = ['-movflags', '+frag_keyframe+empty_moov+default_base_moof'];
+const source = {name: 'clip', rate: [30000, 1001], frames: 300, delayed: 2, audio: true, width: 320, height: 180};
+const kLongFrames = 6000;
+
+let folder, media, server, browser;
+
+before(async () => {
+  folder = await fs.mkdtemp(path.join(os.tmpdir(), 'timeline-'));
+  media = path.join(folder, 'served');
+  await fs.mkdir(media);
+  const plain = await makeSource(source, folder);
+  await run('ffmpeg', '-nostdin', '-v', 'error', '-i', plain, '-c', 'copy', ...kFragmented,
+    path.join(media, 'clip.mp4'));
+  const sound = 'aevalsrc=0.5*sin(880*t)*mod(t\\,1)|0.1*sin(3000*t):s=48000';
+  await run('ffmpeg', '-nostdin', '-v', 'error', '-f', 'lavfi', '-i', 'testsrc2=size=96x64:rate=25',
+    '-f', 'lavfi', '-i', sound, '-frames:v', String(kLongFrames), '-t', String(kLongFrames / 25), '-c:v',
+    'libx264', '-preset', 'ultrafast', '-g', '50', '-bf', '0', '-c:a', 'aac', ...kFragmented,
+    path.join(media, 'long.mp4'));
+  const captions = path.join(folder, 'captions.scc');
+  await fs.writeFile(captions, 'Scenarist_SCC V1.0\n\n' +
+    '00:00:00:10\t9420 9420 94ae 94ae 9470 9470 c8e5 ecec ef80 942c 942c 942f 942f\n\n00:00:04:10\t942c 942c\n\n');
+  await record(fmp4, {...source, name: 'captions'}, media, folder, captions);
+  server = await serve(fmp4, media);
+  browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+});
+
+after(async () => {
+  await browser?.close();
+  assert.equal(await server?.stop(), 0);
+  await fs.rm(folder, {recursive: true});
+});
+
+async function listedFrames(name) {
+  return JSON.parse(await run(fmp4, '--quiet', 'frames', '--json', path.join(media, name)));
+}
+
+// A page on a file of which everything has been read.
+async function openRead(name) {
+  const viewer = await Viewer.open(browser, server.address, name);
+  await viewer.page.waitForSelector('#lanes[data-state=complete]');
+  return viewer;
+}
+
+const slider = ({page}) => page.getByRole('slider', {name: 'Time line'});
+const press = ({page}, name) => page.getByRole('button', {name}).click();
+
+// What the page says of the values at a share of the time line's width.
+async function valuesAt(viewer, share) {
+  const {width, height} = await slider(viewer).boundingBox();
+  await slider(viewer).hover({position: {x: 0, y: height / 2}});
+  await slider(viewer).hover({position: {x: share * (width - 1), y: height / 2}});
+  await viewer.page.waitForFunction(() => /frames? \d+.*RMS/.test(document.getElementById('reading').textContent));
+  return viewer.page.textContent('#reading');
+}
+
+const kPlaces = [0, 0.1, 0.22, 0.31, 0.4, 0.5, 0.63, 0.78, 0.9, 1];
+
+test('values of single frames are those of fmp4 frames', async () => {
+  const listed = await listedFrames('long.mp4');
+  const viewer = await openRead('long.mp4');
+  await viewer.seek(120);
+  for (let i = 0; i < 6; ++i) await press(viewer, 'Show less of the time line');
+  const seen = new Set();
+  for (const place of kPlaces) {
+    const text = await valuesAt(viewer, place), [, frame, bytes] = /frame (\d+): (\d+) bytes/.exec(text);
+    seen.add(frame);
+    assert.equal(Number(bytes), listed[frame].size, text);
+    assert.equal(/key frame/.test(text), listed[frame].key === 1, text);
+  }
+  assert.equal(seen.size, kPlaces.length);
+  if (shots) await viewer.page.screenshot({path: path.join(shots, 'timeline-frames.png')});
+  await viewer.close();
+});
+
+test('values of the whole file are sums of those of fmp4 frames', async () => {
+  const listed = await listedFrames('long.mp4');
+  const viewer = await openRead('long.mp4');
+  for (const place of kPlaces) {
+    const text = await valuesAt(viewer, place);
+    const [, first, last, bytes, keys] = /frames (\d+) to (\d+): (\d+) bytes, (\d+) key frame/.exec(text).map(Number);
+    const part = listed.slice(first, last + 1);
+    assert.ok(part.length > 1, text);
+    assert.equal(bytes, part.reduce((sum, {size}) => sum + size, 0), text);
+    assert.equal(keys, part.reduce((sum, {key}) => sum + key, 0), text);
+  }
+  if (shots) await viewer.page.screenshot({path: path.join(shots, 'timeline-whole.png')});
+  await viewer.close();
+});
+
+test('the wave form is that of the decoded audio', async () => {
+  const wav = path.join(folder, 'long.wav');
+  await run(fmp4, '--quiet', 'export', path.join(media, 'long.mp4'), '--audio', wav);
+  const bytes = await fs.readFile(wav), start = bytes.indexOf('data') + 8;
+  const {audio} = await (await fetch(`${server.address}data/overview/long.mp4`)).json();
+  const lead = Math.round(audio.leadSeconds * audio.sampleRate);
+  const viewer = await openRead('long.mp4');
+  await viewer.seek(120);
+  for (let i = 0; i < 6; ++i) await press(viewer, 'Show less of the time line');
+  for (const place of kPlaces) {
+    const text = await valuesAt(viewer, place);
+    const frame = Number(/frame (\d+):/.exec(text)[1]), [, left, right] = /peak (\d+), (\d+) /.exec(text).map(Number);
+    const cell = Math.floor(frame * 4 + audio.leadSeconds * audio.cellsASecond), peaks = [0, 0];
+    for (let i = cell * 480 - lead; i < (cell + 1) * 480 - lead; ++i)
+      for (const channel of [0, 1])
+        peaks[channel] = Math.max(peaks[channel], Math.abs(bytes.readInt16LE(start + i * 4 + channel * 2)));
+    assert.deepEqual([left, right], peaks, text);
+  }
+  await viewer.close();
+});
+
+test('a click and dragging seek to the exact frame', async () => {
+  const delivered = (await listedFrames('clip.mp4')).sort((a, b) => a.presentationSeconds - b.presentationSeconds)
+    .map(({frame}) => frame);
+  const viewer = await openRead('clip.mp4');
+  for (const place of [0.31, 0.72, 0.05]) {
+    const [, frame] = /frame (\d+):/.exec(await valuesAt(viewer, place)).map(Number);
+    await viewer.page.mouse.down();
+    await viewer.page.mouse.up();
+    await viewer.sees(delivered.indexOf(frame));
+  }
+  const {x, y, width} = await slider(viewer).boundingBox();
+  await viewer.page.mouse.move(x + 10, y + 20);
+  await viewer.page.mouse.down();
+  for (let i = 1; i <= 10; ++i) await viewer.page.mouse.move(x + width * i / 20, y + 20);
+  const [, frame] = /frame (\d+):/.exec(await viewer.page.textContent('#reading')).map(Number);
+  await viewer.page.mouse.up();
+  await viewer.sees(delivered.indexOf(frame));
+  await viewer.page.waitForFunction((number) => document.getElementById('overview').ariaValueNow === number,
+    String(frame));
+  assert.deepEqual(await viewer.messages(), []);
+  await viewer.close();
+});
+
+test('the wheel and the keys zoom from the whole file to single frames and back', async () => {
+  const viewer = await openRead('long.mp4');
+  const shows = (part) => viewer.page.waitForFunction(
+    (text) => new RegExp(`shown: ${text}$`).test(document.getElementById('overview').ariaValueText), part);
+  await shows('00:00:00.000 to 00:04:00.000');
+  const {x, y, width} = await slider(viewer).boundingBox();
+  await viewer.page.mouse.move(x + width / 2, y + 20);
+  for (let i = 0; i < 40; ++i) await viewer.page.mouse.wheel(0, -120);
+  await shows('00:0[12]:\\S+ to 00:0[12]:\\S+');
+  assert.match(await valuesAt(viewer, 0.5), /frame \d+: /);
+  await viewer.page.keyboard.press('0');
+  await shows('00:00:00.000 to 00:04:00.000');
+  for (let i = 0; i < 12; ++i) await viewer.page.keyboard.press('+');
+  await shows('00:00:00.000 to 00:00:00.320');
+  await viewer.page.keyboard.press('PageDown');
+  await shows('00:00:00.160 to 00:00:00.480');
+  await viewer.page.keyboard.press('-');
+  await press(viewer, 'Show the whole file in the time line');
+  await shows('00:00:00.000 to 00:04:00.000');
+  await viewer.close();
+});
+
+test('drawing is bounded by the width, whatever is shown', async () => {
+  const viewer = await openRead('long.mp4');
+  const width = await viewer.page.evaluate(() => document.getElementById('overview').clientWidth);
+  for (let i = 0; i < 12; ++i) {
+    await viewer.page.keyboard.press('+');
+    await viewer.page.waitForTimeout(50);
+    const {cells, mostCells} = await viewer.page.evaluate(() => ({...document.getElementById('lanes').dataset}));
+    assert.ok(Number(cells) <= 4 * (width + 2), `${cells} cells of four lanes, ${width} pixels wide`);
+    assert.ok(Number(mostCells) <= 6000 + width + 2);
+  }
+  await viewer.close();
+});
+
+test('in and out points make the command that exports them', async () => {
+  const viewer = await openRead('long.mp4');
+  await viewer.page.keyboard.press('Home');
+  await viewer.page.waitForFunction(() => document.getElementById('frame').textContent === 'frame 0');
+  await viewer.page.keyboard.press('i');
+  for (let i = 0; i < 5; ++i) await viewer.page.keyboard.press('ArrowRight');
+  await viewer.page.waitForFunction(() => document.getElementById('frame').textContent === 'frame 5');
+  await viewer.page.keyboard.press('o');
+  assert.equal(await viewer.page.textContent('#command code'),
+    "fmp4 export 'long.mp4' --video 'long-0.h264' --audio 'long-0.wav' --from 0 --count 6");
+  assert.equal(await viewer.page.isVisible('#marked'), true);
+  await viewer.page.keyboard.press('x');
+  assert.equal(await viewer.page.locator('#command code').count(), 0);
+  await viewer.close();
+});
+
+test('captions are read where they are displayed', async () => {
+  const srt = path.join(folder, 'captions.srt');
+  await run(fmp4, '--quiet', 'export', path.join(media, 'captions.m4v'), '--captions', srt);
+  const [, from, to] = /00:00:(\d+,\d+) --> 00:00:(\d+,\d+)\nHello/.exec(await fs.readFile(srt, 'utf8'))
+    .map((text) => Number(text.replace(',', '.')));
+  const viewer = await openRead('captions');
+  await viewer.page.waitForTimeout(500);
+  for (const share of kPlaces) {
+    const text = await valuesAt(viewer, share), seconds = Number(/00:00:([\d.]+)/.exec(text)[1]);
+    assert.equal(/CC1: Hello/.test(text), seconds >= from - 0.001 && seconds < to - 0.001, text);
+  }
+  if (shots) await viewer.page.screenshot({path: path.join(shots, 'timeline-captions.png')});
+  await viewer.close();
+});
