@@ -41,6 +41,11 @@ std::shared_ptr<const FragmentTable> MediaAnswers::tableOf(const DataRequest& re
   return tables_.get(vlPath(media), [&media] { return FragmentTable(media); });
 }
 
+std::shared_ptr<const CaptionScreens> MediaAnswers::captionsOf(const DataRequest& request) const {
+  const std::string media = filesOf(request).media;
+  return captions_.get(vlPath(media), [&] { return CaptionScreens(plugin_, vlName(request.file), media); });
+}
+
 DataAnswer MediaAnswers::answer(const DataRequest& request) const {
   const HeldLog log;
   try {
@@ -51,6 +56,7 @@ DataAnswer MediaAnswers::answer(const DataRequest& request) const {
     }
     if (request.subject == "frames")
       return {200, "application/json", frameListJson(*tableOf(request), request)};
+    if (request.subject == "captions") return {200, "application/json", captionsOf(request)->json(request)};
     if (request.subject == "playlist")
       return {200, kPlaylist, segmentPlaylist(*tableOf(request), request.name)};
     if (request.subject == "segment") return {200, "video/mp4", segmentBytes(request)};

@@ -5,6 +5,7 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/plugin_host.h"
 #include "tool/serve/media_data.h"
+#include "tool/viewer/caption_screens.h"
 #include "tool/viewer/file_cache.h"
 
 namespace fmp4 {
@@ -12,6 +13,7 @@ namespace fmp4 {
 // Answers by the subject of a request; status 404 for an unknown one.
 //   describe  file_description.h
 //   frames    frame_list.h
+//   captions  caption_screens.h
 //   playlist, segment  segment_playlist.h
 class MediaAnswers {
  public:
@@ -23,6 +25,7 @@ class MediaAnswers {
 
  private:
   std::shared_ptr<const FragmentTable> tableOf(const DataRequest& request) const;
+  std::shared_ptr<const CaptionScreens> captionsOf(const DataRequest& request) const;
 
   // The files that the plug-in opens for the file of a request. Throws UserError when they are outside the
   // served folder, where a manifest may lead.
@@ -32,6 +35,7 @@ class MediaAnswers {
   mutable FileCache<OpenedFiles> opened_{256};
   mutable FileCache<std::string> descriptions_{4096};  // some hundred bytes each
   mutable FileCache<FragmentTable> tables_{4};
+  mutable FileCache<CaptionScreens> captions_{8};
 };
 
 }  // namespace fmp4

@@ -1,6 +1,6 @@
 // The page: the list of files, and the chosen one in a player. The address specifies what is shown: #PATH or
 // #PATH/PLAYER, each part percent-encoded; a path that ends with a slash is that of a folder.
-import {CaptionTrack} from './captions.js';
+import {Captions} from './captions.js';
 import {StatedClock, SteadyClock} from './clock.js';
 import {bindKeys} from './keys.js';
 import {FileList, codecsText} from './list.js';
@@ -118,12 +118,16 @@ function canBeTried({kind, file: path, description: file}) {
   return false;
 }
 
-// The player is shown at once; what the plug-in says of a recording comes later. Other files are played by what it says.
-async function show(entry, wanted) {
+async function leave() {
+  shown?.captions?.close();
   await shown?.stop();
   shown = null;
+}
+
+// The player is shown at once; what the plug-in says of a recording comes later. Other files are played by what it says.
+async function show(entry, wanted) {
+  await leave();
   shuttle.stop();
-  for (const track of video.textTracks) track.mode = 'disabled';
   at('messages').replaceChildren();
   at('advice').hidden = true;
   at('captions').disabled = true;
@@ -135,12 +139,10 @@ async function show(entry, wanted) {
   const recording = {...entry};
   if (recording.kind !== 'recording') recording.description = await list.describe(entry);
   const description = recording.kind === 'recording' ? await describeRecording(recording) : null;
-  const captions = await CaptionTrack.of(description, video);
   at('hint').hidden = true;
   at('viewer').hidden = false;
   at('title').textContent = document.title = recording.name;
-  at('captions').disabled = captions === null;
-  shown = {recording, description, captions, file: recording.description, stop: async () => {}};
+  shown = {recording, description, captions: null, file: recording.description, stop: async () => {}};
   showFacts(shown);
   showAddresses(recording);
   const tried = canBeTried(recording), names = tried ? playersOf(recording) : [];
@@ -161,6 +163,7 @@ async function show(entry, wanted) {
   }
   list.current = entry.path;
   takeClock(shown, entry);
+  takeCaptions(shown, entry).catch((error) => report({text: error.message}));
 }
 
 // Gets the times that the file states. A recording in progress has none yet; its frames are of equal duration.
@@ -175,10 +178,18 @@ async function takeClock(to, entry) {
   showTime();
 }
 
+async function takeCaptions(to, entry) {
+  if (!to.player || !entry.file) return;
+  const file = await list.describe(entry);
+  if (shown !== to || !(file.captions608 || file.captions708)) return;
+  const growing = () => Boolean(to.recording.inProgress);
+  to.captions = new Captions(entry.file, {video, overlay: at('overlay'), menu: at('channel'), growing});
+  at('captions').disabled = false;
+}
+
 // Shows a text in place of a recording.
 async function showNone(text) {
-  await shown?.stop();
-  shown = null;
+  await leave();
   list.current = null;
   at('viewer').hidden = true;
   at('hint').hidden = false;
@@ -226,7 +237,6 @@ async function follow() {
   const description = await describeRecording(recording);
   if (shown?.recording.path !== recording.path || description === null) return;
   Object.assign(shown, {recording: {...recording}, description});
-  if (shown.captions) shown.captions.description = description;
   showFacts(shown);
   takeClock(shown, recording).catch(() => {});
 }
@@ -307,9 +317,9 @@ function showTime() {
   at('buffered').style.width = `${ahead === undefined ? 0 : share(video.buffered.end(ahead))}%`;
   const whole = duration();
   at('time').textContent = `${timeText(Math.min(whole, video.currentTime - firstPicture))} / ${timeText(whole)}`;
-  showFrame();
+  const frame = showFrame();
   at('play').textContent = video.paused || video.ended ? strings.play : strings.pause;
-  shown?.captions?.show(video.currentTime);
+  shown?.captions?.show(frame);
 }
 
 function onPicture(_, {mediaTime}) {

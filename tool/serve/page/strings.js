@@ -40,6 +40,8 @@ export const strings = {
   pause: 'Pause',
   copy: 'Copy',
   copied: 'Copied',
+  channel: (number) => `CC${number}`,
+  service: (number) => `Service ${number}`,
   shuttle: (speed) => speed < 0 ? `◀ ${-speed}×` : `${speed}× ▶`,
   marked: (first, last) => `${first ?? ''} – ${last ?? ''}`,
 
@@ -72,6 +74,7 @@ export const strings = {
     clearMarks: 'Clear the in and out points',
     marks: 'In and out points',
     captions: 'Captions',
+    captionChannel: 'Caption channel',
     speed: 'Speed',
     volume: 'Volume',
     fullScreen: 'Full screen',
