@@ -96,7 +96,8 @@ for (const player of ['hls.js', 'dash.js', 'shaka-dash', 'shaka-hls', 'browser']
     const viewer = await Viewer.open(browser, server.address, 'captions', player);
     await showCaptions(viewer);
     for (const {from, to, text} of cues.slice(0, 2)) {
-      const before = cues.find((cue) => cue.to === from)?.text ?? '', after = cues.find((cue) => cue.from === to)?.text ?? '';
+      const before = cues.find((cue) => cue.to === from)?.text ?? '';
+      const after = cues.find((cue) => cue.from === to)?.text ?? '';
       for (const [frame, shown] of [[from - 1, before], [from, text], [to - 1, text], [to, after]]) {
         await goTo(viewer, frame, player !== 'browser');
         await drawn(viewer, shown);
@@ -159,7 +160,7 @@ test('another channel is chosen in the menu, and its windows and pens are drawn'
   const viewer = await Viewer.goTo(browser, server.address, '');
   await viewer.page.route('**/data/captions/**', (route) => {
     const parameters = new URL(route.request().url()).searchParams;
-    const channel = parameters.has('service') ? `service=${parameters.get('service')}` : `channel=${parameters.get('channel')}`;
+    const kind = parameters.has('service') ? 'service' : 'channel', channel = `${kind}=${parameters.get(kind)}`;
     route.fulfill({json: {frames: 230, from: 0, to: 300, channels: [{channel: 1}, {service: 2}],
       screens: [{from: 0, to: 300, mode: 'none', ...screens[channel]}]}});
   });
@@ -171,7 +172,8 @@ test('another channel is chosen in the menu, and its windows and pens are drawn'
   await menu.selectOption('Service 2');
   await drawn(viewer, '<b>x|<b>x|yz');  // the first is the shadow of the second
   const picture = await pictureBox(viewer);
-  const [window, first, second] = await Promise.all([0, 1, 2].map((i) => viewer.page.locator('#overlay rect').nth(i).boundingBox()));
+  const boxes = viewer.page.locator('#overlay rect');
+  const [window, first, second] = await Promise.all([0, 1, 2].map((i) => boxes.nth(i).boundingBox()));
   assertNear((window.x - picture.x) / picture.width, 0.25, 0.01);
   assertNear((window.y - picture.y) / picture.height, 0.2, 0.02);
   assertNear((first.x - picture.x) / picture.width, 0.25 + 0.5 * 8 / 20, 0.01);
@@ -182,7 +184,8 @@ test('another channel is chosen in the menu, and its windows and pens are drawn'
     return [of(box, 'fill', 'fill-opacity', 'stroke'), of(shadow, 'fill'),
       of(text, 'fill', 'font-style', 'text-decoration', 'class')];
   });
-  assert.deepEqual(attributes, [['#ff0000', '0.5', '#0000ff'], ['#555555'], ['#00ff00', 'italic', 'underline', 'flash']]);
+  assert.deepEqual(attributes,
+    [['#ff0000', '0.5', '#0000ff'], ['#555555'], ['#00ff00', 'italic', 'underline', 'flash']]);
   if (shots) await viewer.page.screenshot({path: path.join(shots, 'captions-service.png')});
   await viewer.close();
 });

@@ -5,6 +5,7 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "tool/host/host_log.h"
+#include "tool/viewer/box_tree.h"
 #include "tool/viewer/file_description.h"
 #include "tool/viewer/frame_list.h"
 #include "tool/viewer/parameters.h"
@@ -56,6 +57,10 @@ DataAnswer MediaAnswers::answer(const DataRequest& request) const {
     }
     if (request.subject == "frames")
       return {200, "application/json", frameListJson(*tableOf(request), request)};
+    if (request.subject == "boxes") {
+      const auto table = [&] { return tableOf(request); };
+      return {200, "application/json", boxTreeJson(filesOf(request).media, request, table)};
+    }
     if (request.subject == "captions") return {200, "application/json", captionsOf(request)->json(request)};
     if (request.subject == "playlist")
       return {200, kPlaylist, segmentPlaylist(*tableOf(request), request.name)};

@@ -13,6 +13,7 @@ namespace fmp4 {
 // Answers by the subject of a request; status 404 for an unknown one.
 //   describe  file_description.h
 //   frames    frame_list.h
+//   boxes     box_tree.h
 //   captions  caption_screens.h
 //   playlist, segment  segment_playlist.h
 class MediaAnswers {

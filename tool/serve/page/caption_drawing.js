@@ -1,5 +1,5 @@
-// Draws a screen of captions (docs/json.md, /data/captions) into an SVG element that lies over the video. Its coordinates
-// are pixels of the picture, so that it is scaled and letterboxed as the video is.
+// Draws a screen of captions (docs/json.md, /data/captions) into an SVG element that lies over the video. Its
+// coordinates are pixels of the picture, so that it is scaled and letterboxed as the video is.
 
 const kOpacities = {solid: 1, flash: 1, translucent: 0.5, transparent: 0};
 const kSizes = {small: 0.75, large: 1.2};
@@ -29,7 +29,8 @@ function shiftsOf({columns, align, text}) {
     const [start, end] = ends.get(row) ?? [column, column];
     ends.set(row, [Math.min(start, column), Math.max(end, column + width)]);
   }
-  const shift = ([start, end]) => align === 'centre' ? (columns - end - start) / 2 : align === 'right' ? columns - end : 0;
+  const shift = ([start, end]) =>
+    align === 'centre' ? (columns - end - start) / 2 : align === 'right' ? columns - end : 0;
   return new Map([...ends].map(([row, both]) => [row, shift(both)]));
 }
 

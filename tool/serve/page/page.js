@@ -1,5 +1,6 @@
 // The page: the list of files, and the chosen one in a player. The address specifies what is shown: #PATH or
 // #PATH/PLAYER, each part percent-encoded; a path that ends with a slash is that of a folder.
+import {BoxTree} from './boxes.js';
 import {Captions} from './captions.js';
 import {StatedClock, SteadyClock} from './clock.js';
 import {bindKeys} from './keys.js';
@@ -25,6 +26,8 @@ let sawFirst = false;  // whether firstPicture is that of the frame which was di
 
 const list = new FileList(
   {element: at('list'), end: at('end'), filter: at('find'), path: at('path'), empty: at('empty')});
+
+const boxes = new BoxTree({tree: at('box-tree'), details: at('box')});
 
 // ---- the chosen recording
 
@@ -120,6 +123,8 @@ function canBeTried({kind, file: path, description: file}) {
 
 async function leave() {
   shown?.captions?.close();
+  at('boxes').open = false;
+  boxes.clear();
   await shown?.stop();
   shown = null;
 }
@@ -417,6 +422,11 @@ function toggleCaptions() {
   showTime();
 }
 
+function openBoxes() {
+  if (!shown || !at('boxes').open) return;
+  boxes.open(shown.recording.file, frameShown()).catch((error) => report({text: error.message}));
+}
+
 function toggleWhole() {
   if (document.fullscreenElement) document.exitFullscreen();
   else at('screen').requestFullscreen();
@@ -450,6 +460,8 @@ at('in').onclick = () => mark('in');
 at('out').onclick = () => mark('out');
 at('clear').onclick = () => marks.clear();
 at('captions').onclick = toggleCaptions;
+at('boxes').ontoggle = openBoxes;
+at('boxes-here').onclick = openBoxes;
 at('whole').onclick = toggleWhole;
 at('keys').onclick = showKeys;
 at('position').oninput = () => seek(Number(at('position').value));
