@@ -125,6 +125,34 @@ TEST(ScreenSequence, PairsOfTheirOwnComeBeforeThoseInPackets) {
   }
 }
 
+TEST(ScreenSequence, AChangeThatIsTakenBackInItsFrameIsNone) {
+  ScreenSequence sequence(kCc1, PictureShape::Wide, 30, 0);
+  for (const Pair& pair : code(RDC) + chars("ab")) sequence.add(3, pair, {});
+  for (const Pair& pair : chars("cd") + code(BS) + nulls(2) + code(BS)) sequence.add(5, pair, {});
+  const auto screens = sequence.finish(9);
+  ASSERT_EQ(screens.size(), 1u);
+  EXPECT_EQ(screens[0].first, 3);
+  EXPECT_EQ(screens[0].end, 9);
+}
+
+TEST(ScreenSequence, ACodeThatChangesNothingEndsNoScreen) {
+  const auto screens = screensOf(code(RU2) + chars("ab") + nulls(4) + code(RU2) + nulls(4));
+  ASSERT_EQ(screens.size(), 1u);
+  EXPECT_EQ(screens[0].first, 2);
+  EXPECT_EQ(screens[0].end, 13);
+}
+
+TEST(ScreenSequence, PairsThatDisplayNothingAreTakenBeforePackets) {
+  ScreenSequence sequence(kCc1, PictureShape::Wide, 30, 0);
+  const Pairs own = code(RCL) + code(ENM), packed = code(RDC) + chars("pa");
+  for (std::size_t i = 0; i < packed.size(); ++i) {
+    const captions::CcConstruct construct = {captions::CcType::Field1, true, packed[i]};
+    sequence.add(static_cast<std::int64_t>(i), own[i], captions::distributionPacket({&construct, 1}, 30, 0));
+  }
+  EXPECT_TRUE(sequence.channels().empty());
+  EXPECT_TRUE(sequence.finish(9).empty());
+}
+
 TEST(ScreenSequence, AScreenThatIsReplacedInItsFrameIsNotListed) {
   ScreenSequence sequence(kCc1, PictureShape::Wide, 30, 0);
   for (const Pair& pair : code(RDC) + chars("ab") + code(EDM)) sequence.add(3, pair, {});
