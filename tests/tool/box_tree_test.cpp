@@ -147,8 +147,9 @@ TEST_F(BoxTree, HostileParametersAreRefused) {
         Parameters{{"from", "0"}, {"frame", "0"}}, Parameters{{"box", "0"}, {"from", "0"}},
         Parameters{{"path", "0"}}, Parameters{{"box", "24"}, {"path", "9"}},
         Parameters{{"box", "24"}, {"path", "0.0"}}, Parameters{{"box", "24"}, {"path", ""}},
-        Parameters{{"box", "24"}, {"path", "1."}}, Parameters{{"box", "24"}, {"path", "x"}},
-        Parameters{{"box", "24"}, {"path", "4294967296"}}, Parameters{{"box", "99999"}},
+        Parameters{{"box", "24"}, {"path", "1."}}, Parameters{{"box", "24"}, {"path", "1x0"}},
+        Parameters{{"box", "24"}, {"path", "x"}}, Parameters{{"box", "24"}, {"path", "4294967296"}},
+        Parameters{{"box", "99999"}},
         Parameters{{"box", "24"},
                    {"path", "1.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0"}}}) {
     const DataAnswer answer = ask(parameters);
@@ -171,6 +172,14 @@ TEST_F(BoxTree, ATruncatedBoxIsListedWithTheSizeThatItStates) {
   write(join({fileTypeBox(), boxOfSize(1000000, "mdat", {zeros(4)})}));
   const json answer = tree();
   EXPECT_EQ(answer["boxes"][1]["size"], 1000000);
+  EXPECT_EQ(answer["next"], nullptr);
+}
+
+TEST_F(BoxTree, ABoxWithoutASizeReachesTheEndOfTheFile) {
+  write(join({fileTypeBox(), boxOfSize(0, "mdat", {zeros(20)})}));
+  const json answer = tree();
+  EXPECT_EQ(types(answer), "ftyp mdat");
+  EXPECT_EQ(answer["boxes"][1]["size"], 28);
   EXPECT_EQ(answer["next"], nullptr);
 }
 

@@ -127,6 +127,17 @@ TEST_F(CaptionScreensAnswer, GivesWindowsAndPensOfAService) {
         "font": "monospaced-sans", "edge": "uniform", "edgeColour": "#ff0000"}]}]}])"));
 }
 
+TEST_F(CaptionScreensAnswer, ACharacterOfAnotherPenBeginsAnotherRun) {
+  constexpr unsigned kItalics = 0x112E;
+  write(captionedFile({code(RDC) + chars("ab") + code(kItalics) + chars("cd")}));
+  const json answer = screens();
+  const json& runs = answer["screens"].back()["regions"][0]["text"];
+  ASSERT_EQ(runs.size(), 2u);
+  EXPECT_EQ(runs[0], json::parse(R"({"row": 14, "column": 0, "columns": 2, "text": "ab"})"));
+  EXPECT_EQ(runs[1],
+            json::parse(R"({"row": 14, "column": 2, "columns": 3, "text": " cd", "italics": true})"));
+}
+
 TEST_F(CaptionScreensAnswer, HostileParametersAreRefused) {
   write(captionedFile({twoCaptions()}));
   for (const Parameters& parameters :
