@@ -29,10 +29,37 @@ struct TextStyle {
   bool operator==(const TextStyle&) const = default;
 };
 
+// Each in the order of CTA-708-E's codes.
+enum class PenSize : std::uint8_t { Small, Standard, Large };
+enum class PenOffset : std::uint8_t { Subscript, Normal, Superscript };
+enum class Font : std::uint8_t {
+  Default,
+  MonospacedSerif,
+  ProportionalSerif,
+  MonospacedSans,
+  ProportionalSans,
+  Casual,
+  Cursive,
+  SmallCapitals
+};
+// Of characters, and of windows as their border.
+enum class Edge : std::uint8_t { None, Raised, Depressed, Uniform, LeftShadow, RightShadow };
+
+// What a pen of CTA-708-E has beside its style.
+struct TextShape {
+  PenSize size = PenSize::Standard;
+  PenOffset offset = PenOffset::Normal;
+  Font font = Font::Default;
+  Edge edge = Edge::None;
+  Colour edgeColour = kBlack;
+  bool operator==(const TextShape&) const = default;
+};
+
 // One position of a character grid.
 struct Cell {
   char16_t character = 0;  // 0: nothing is displayed
   TextStyle style;
+  TextShape shape = {};
   bool operator==(const Cell&) const = default;
 };
 

@@ -35,6 +35,21 @@ Caption Cea608Decoder::caption() const {
   return caption;
 }
 
+CaptionScreen Cea608Decoder::captionScreen() const {
+  CaptionRegion region;
+  region.top = region.left = kSafeStart;
+  region.width = region.height = kSafeExtent;
+  region.rows = kCea608Rows;
+  region.columns = kCea608Columns;
+  bool any = false;
+  for (const auto& row : displayed_) {
+    region.cells.insert(region.cells.end(), row.begin(), row.end());
+    any = any || std::any_of(row.begin(), row.end(), [](const Cell& cell) { return cell.character != 0; });
+  }
+  if (!any) return {};
+  return {mode_, {std::move(region)}};
+}
+
 void Cea608Decoder::push(std::uint8_t first, std::uint8_t second) {
   const std::uint8_t high = first & 0x7F, low = second & 0x7F;
   if (high == 0 && low == 0) {

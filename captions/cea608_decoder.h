@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "captions/caption.h"
+#include "captions/caption_screen.h"
 
 namespace fmp4::captions {
 
@@ -27,10 +28,12 @@ class Cea608Decoder {
   bool takeChanged();
   // The screen as rows of text.
   Caption caption() const;
+  // The screen as one region; none when no position has a character.
+  CaptionScreen captionScreen() const;
 
  private:
   // None: no caption has begun, or characters belong to a text channel.
-  enum class Mode : std::uint8_t { None, PopOn, PaintOn, RollUp };
+  using Mode = CaptionMode;
 
   bool isRepeat(std::uint8_t first, std::uint8_t second, bool validFirst);
   void pushCharacters(std::uint8_t first, std::uint8_t second);

@@ -13,11 +13,11 @@ void Cea708Decoder::add(std::int64_t frame, const CcConstruct& construct) {
       });
 }
 
-void Cea708Decoder::endFrame(std::int64_t frame,
-                             const std::function<void(unsigned service, const Caption&)>& show) {
+void Cea708Decoder::endFrame(
+    std::int64_t frame, const std::function<void(unsigned number, const Cea708Service& service)>& changed) {
   for (auto& [number, service] : services_) {
     service.advance(frame);
-    if (service.takeChanged()) show(number, service.caption());
+    if (service.takeChanged()) changed(number, service);
   }
 }
 

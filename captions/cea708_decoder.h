@@ -17,8 +17,9 @@ class Cea708Decoder {
   // Adds a construct of frame `frame`; frames must not descend. When a packet was lost, all windows go: what
   // they would show is unknown.
   void add(std::int64_t frame, const CcConstruct& construct);
-  // Ends a frame: passes what each service displays to `show` where that may have changed.
-  void endFrame(std::int64_t frame, const std::function<void(unsigned service, const Caption&)>& show);
+  // Ends a frame: calls `changed` for each service that may display something else now.
+  void endFrame(std::int64_t frame,
+                const std::function<void(unsigned number, const Cea708Service& service)>& changed);
 
  private:
   double framesPerSecond_;

@@ -56,9 +56,31 @@ Opacity opacityOf(std::uint8_t bits) {
   return static_cast<Opacity>(bits >> 6);
 }
 
-Alignment alignmentOf(std::uint8_t bits) {
+Edge edgeOf(unsigned code) {
+  return code <= static_cast<unsigned>(Edge::RightShadow) ? static_cast<Edge>(code) : Edge::None;
+}
+
+// CTA-708-E, 8.10.5.9. Text that is to be fully justified is aligned at the left.
+Cea708Attributes attributesOf(Bytes code) {
   constexpr Alignment kAlignments[] = {Alignment::Left, Alignment::Right, Alignment::Centre, Alignment::Left};
-  return kAlignments[bits & 3];
+  Cea708Attributes attributes;
+  attributes.fill = colourOf(code[1]);
+  attributes.fillOpacity = opacityOf(code[1]);
+  attributes.border = edgeOf((code[3] >> 5 & 4u) | code[2] >> 6);
+  attributes.borderColour = colourOf(code[2]);
+  attributes.wordWrap = (code[3] & 0x40) != 0;
+  attributes.alignment = kAlignments[code[3] & 3];
+  return attributes;
+}
+
+// The attributes of SetPenAttributes (CTA-708-E, 8.10.5.10) that are no style. Codes that are not assigned
+// are the usual ones.
+void setPenShape(TextShape& shape, Bytes code) {
+  const unsigned size = code[1] & 3u, offset = code[1] >> 2 & 3u;
+  shape.size = size < 3 ? static_cast<PenSize>(size) : PenSize::Standard;
+  shape.offset = offset < 3 ? static_cast<PenOffset>(offset) : PenOffset::Normal;
+  shape.edge = edgeOf(code[2] >> 3 & 7u);
+  shape.font = static_cast<Font>(code[2] & 7);
 }
 
 }  // namespace
@@ -94,6 +116,18 @@ Caption Cea708Service::caption() const {
   std::stable_sort(caption.blocks.begin(), caption.blocks.end(),
                    [](const TextBlock& a, const TextBlock& b) { return a.top < b.top; });
   return caption;
+}
+
+CaptionScreen Cea708Service::screen(PictureShape shape) const {
+  std::vector<unsigned> shown;
+  for (unsigned i = 0; i < kWindows; ++i)
+    if (windows_[i] && windows_[i]->visible()) shown.push_back(i);
+  std::stable_sort(shown.begin(), shown.end(), [this](unsigned a, unsigned b) {
+    return windows_[a]->priority() > windows_[b]->priority();
+  });
+  CaptionScreen screen;
+  for (const unsigned i : shown) screen.regions.push_back(windows_[i]->region(i, shape));
+  return screen;
 }
 
 // Executes what is complete, up to a delay.
@@ -169,6 +203,7 @@ void Cea708Service::command(std::int64_t frame, Bytes code) {
 void Cea708Service::defineWindow(unsigned number, Bytes parameters) {
   Cea708Definition definition;
   definition.visible = (parameters[0] & 0x20) != 0;
+  definition.priority = parameters[0] & 7u;
   definition.relative = (parameters[1] & 0x80) != 0;
   definition.anchorVertical = parameters[1] & 0x7Fu;
   definition.anchorHorizontal = parameters[2];
@@ -208,15 +243,17 @@ void Cea708Service::changeCurrent(Bytes code) {
   if (code[0] == kSetPenAttributes) {
     pen.italics = (code[2] & 0x80) != 0;
     pen.underline = (code[2] & 0x40) != 0;
+    setPenShape(window->penShape(), code);
   } else if (code[0] == kSetPenColour) {
     pen.foreground = colourOf(code[1]);
     pen.foregroundOpacity = opacityOf(code[1]);
     pen.background = colourOf(code[2]);
     pen.backgroundOpacity = opacityOf(code[2]);
+    window->penShape().edgeColour = colourOf(code[3]);
   } else if (code[0] == kSetPenLocation) {
     window->movePen(code[1] & 0x0Fu, code[2] & 0x3Fu);
   } else if (code[0] == kSetWindowAttributes) {
-    window->setJustification(alignmentOf(code[3]), (code[3] & 0x40) != 0);
+    window->setAttributes(attributesOf(code));
   }
 }
 

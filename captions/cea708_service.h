@@ -29,6 +29,8 @@ class Cea708Service {
   bool takeChanged();
   // The text of the visible windows, from the top down.
   Caption caption() const;
+  // The visible windows on a picture of this shape.
+  CaptionScreen screen(PictureShape shape) const;
 
  private:
   static constexpr unsigned kWindows = 8;

@@ -9,11 +9,17 @@ namespace fmp4::captions {
 
 namespace {
 
-// The extents of the anchor's grid in a 16:9 picture, and of the safe title area in columns.
+// The extents of the anchor's grid, and of the safe title area in columns (CTA-708-E, 8.2).
 constexpr double kVerticalUnits = 75;
-constexpr double kHorizontalUnits = 210;
 constexpr double kPercentUnits = 100;
-constexpr double kColumnWidth = kSafeExtent / 42;
+
+double horizontalUnits(PictureShape shape) {
+  return shape == PictureShape::Wide ? 210 : 160;
+}
+
+double columnWidthOn(PictureShape shape) {
+  return kSafeExtent / (shape == PictureShape::Wide ? 42 : 32);
+}
 
 double onScreen(unsigned value, double units) {
   return kSafeStart + kSafeExtent * std::min<double>(value, units) / units;
@@ -39,21 +45,25 @@ void Cea708Window::redefine(const Cea708Definition& definition, unsigned windowS
   setStyles(windowStyle, penStyle);
 }
 
-// CTA-708-E, 8.4.10 and 8.5.12: tables of predefined styles. Fonts and edges are not kept.
+// CTA-708-E, 8.4.10 and 8.5.12: tables of predefined styles. Their directions and effects are not kept.
 void Cea708Window::setStyles(unsigned windowStyle, unsigned penStyle) {
   if (windowStyle != 0) {
-    const bool centred = windowStyle == 3 || windowStyle == 6;
-    setJustification(centred ? Alignment::Centre : Alignment::Left, windowStyle >= 4 && windowStyle <= 6);
+    attributes_ = {};
+    if (windowStyle == 3 || windowStyle == 6) attributes_.alignment = Alignment::Centre;
+    attributes_.wordWrap = windowStyle >= 4 && windowStyle <= 6;
+    if (windowStyle == 2 || windowStyle == 5) attributes_.fillOpacity = Opacity::Transparent;
   }
-  if (penStyle != 0) {
-    pen_ = {};
-    if (penStyle >= 6) pen_.backgroundOpacity = Opacity::Transparent;
+  if (penStyle == 0) return;
+  pen_ = {};
+  penShape_ = {};
+  if (penStyle >= 6) {
+    pen_.backgroundOpacity = Opacity::Transparent;
+    penShape_.edge = Edge::Uniform;
   }
-}
-
-void Cea708Window::setJustification(Alignment alignment, bool wordWrap) {
-  alignment_ = alignment;
-  wordWrap_ = wordWrap;
+  constexpr Font kFonts[] = {Font::Default,         Font::MonospacedSerif,  Font::ProportionalSerif,
+                             Font::MonospacedSans,  Font::ProportionalSans, Font::MonospacedSans,
+                             Font::ProportionalSans};
+  penShape_.font = kFonts[penStyle - 1];
 }
 
 void Cea708Window::movePen(unsigned row, unsigned column) {
@@ -63,11 +73,11 @@ void Cea708Window::movePen(unsigned row, unsigned column) {
 
 void Cea708Window::write(char16_t character) {
   if (penColumn_ >= definition_.columns) {
-    if (!wordWrap_) return;
+    if (!attributes_.wordWrap) return;
     if (character == u' ') return carriageReturn();
     wrap();
   }
-  row(penRow_)[penColumn_++] = {character, pen_};
+  row(penRow_)[penColumn_++] = {character, pen_, penShape_};
 }
 
 // Continues the last word of a full row in the next one, and its next character after it.
@@ -112,23 +122,50 @@ void Cea708Window::formFeed() {
   penRow_ = penColumn_ = 0;
 }
 
-void Cea708Window::addTo(Caption& caption, unsigned number) const {
+Cea708Window::Place Cea708Window::placeOn(PictureShape shape) const {
+  const double columnWidth = columnWidthOn(shape);
   const double vertical =
       onScreen(definition_.anchorVertical, definition_.relative ? kPercentUnits : kVerticalUnits);
   const double horizontal =
-      onScreen(definition_.anchorHorizontal, definition_.relative ? kPercentUnits : kHorizontalUnits);
-  TextGrid grid;
-  grid.window = number;
+      onScreen(definition_.anchorHorizontal, definition_.relative ? kPercentUnits : horizontalUnits(shape));
   // The anchor is at the start, the middle or the end of the window in either direction.
   const unsigned anchorRow = definition_.anchorPoint / 3, anchorColumn = definition_.anchorPoint % 3;
-  grid.top = vertical - definition_.rows * kRowHeight * anchorRow / 2;
-  grid.left = horizontal - definition_.columns * kColumnWidth * anchorColumn / 2;
+  return {vertical - definition_.rows * kRowHeight * anchorRow / 2,
+          horizontal - definition_.columns * columnWidth * anchorColumn / 2, columnWidth};
+}
+
+void Cea708Window::addTo(Caption& caption, unsigned number) const {
+  const Place place = placeOn(PictureShape::Wide);
+  TextGrid grid;
+  grid.window = number;
+  grid.top = place.top;
+  grid.left = place.left;
   grid.columns = definition_.columns;
-  grid.columnWidth = kColumnWidth;
-  if (alignment_ != Alignment::Left) grid.alignment = alignment_;
+  grid.columnWidth = place.columnWidth;
+  if (attributes_.alignment != Alignment::Left) grid.alignment = attributes_.alignment;
   for (unsigned i = 0; i < definition_.rows; ++i)
     if (TextRow text = textRowOf(row(i), definition_.columns, i); !text.runs.empty())
       addRow(caption, grid, std::move(text));
+}
+
+CaptionRegion Cea708Window::region(unsigned number, PictureShape shape) const {
+  const Place place = placeOn(shape);
+  CaptionRegion region;
+  region.window = number;
+  region.rows = definition_.rows;
+  region.columns = definition_.columns;
+  // A window that does not fit is made smaller, one that leaves the picture is moved back.
+  region.width = std::min(100.0, region.columns * place.columnWidth);
+  region.height = std::min(100.0, region.rows * kRowHeight);
+  region.top = std::clamp(place.top, 0.0, 100 - region.height);
+  region.left = std::clamp(place.left, 0.0, 100 - region.width);
+  region.alignment = attributes_.alignment;
+  region.fill = attributes_.fill;
+  region.fillOpacity = attributes_.fillOpacity;
+  region.border = attributes_.border;
+  region.borderColour = attributes_.borderColour;
+  region.cells = cells_;
+  return region;
 }
 
 }  // namespace fmp4::captions

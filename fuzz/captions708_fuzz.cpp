@@ -22,6 +22,16 @@ void check(const Caption& caption) {
     if (!(block.top >= 0 && block.top <= 100 && block.across >= 0 && block.across <= 100)) std::abort();
 }
 
+void check(const Cea708Service& service) {
+  check(service.caption());
+  for (const PictureShape shape : {PictureShape::Wide, PictureShape::Standard})
+    for (const CaptionRegion& region : service.screen(shape).regions) {
+      const bool inside = region.top >= 0 && region.left >= 0 && region.top + region.height < 100.001 &&
+                          region.left + region.width < 100.001;
+      if (!inside || region.cells.size() != std::size_t{region.rows} * region.columns) std::abort();
+    }
+}
+
 void decodePackets(Bytes bytes) {
   CaptionCues cues(30);
   std::int64_t frame = 0;
@@ -42,7 +52,7 @@ void decodeConstructs(Bytes bytes) {
   std::int64_t frame = 0;
   for (const CcConstruct& construct : parseConstructs(bytes)) {
     decoder.add(frame, construct);
-    decoder.endFrame(frame++, [](unsigned, const Caption& caption) { check(caption); });
+    decoder.endFrame(frame++, [](unsigned, const Cea708Service& service) { check(service); });
   }
 }
 
@@ -52,7 +62,7 @@ void decodeService(Bytes bytes) {
     const std::size_t size = std::min<std::size_t>(bytes.size(), 31);
     service.push(frame, bytes.first(size));
     service.advance(frame);
-    check(service.caption());
+    check(service);
     bytes = bytes.subspan(size);
   }
 }

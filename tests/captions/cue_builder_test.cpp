@@ -121,6 +121,14 @@ TEST(CaptionCues, PairsOfTheirOwnComeBeforeThoseInPackets) {
   }
 }
 
+TEST(CaptionCues, PairsThatDisplayNothingAreTakenBeforePackets) {
+  const Pairs own = code(RCL) + code(ENM), other = code(RDC) + chars("pkt");
+  CaptionCues cues(30);
+  for (std::size_t i = 0; i < own.size(); ++i)
+    cues.add(static_cast<std::int64_t>(i), own[i], packetOf({{0xFC, other[i][0], other[i][1]}}));
+  EXPECT_TRUE(cues.finish(9).empty());
+}
+
 TEST(CaptionChannelName, IsTheUsualOne) {
   EXPECT_EQ(kCc1.name(), "CC1");
   EXPECT_EQ((CaptionChannel{CaptionChannel::Standard::Cea708, 12}).name(), "service 12");

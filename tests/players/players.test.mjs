@@ -41,13 +41,7 @@ before(async () => {
   folder = await fs.mkdtemp(path.join(os.tmpdir(), 'players-'));
   media = path.join(folder, 'served');
   await fs.mkdir(media);
-  const captions = path.join(folder, 'captions.scc');
-  await fs.writeFile(captions, 'Scenarist_SCC V1.0\n\n' +
-    '00:00:00:10\t9420 9420 94ae 94ae 9470 9470 c8e5 ecec ef80 942c 942c 942f 942f\n\n' +
-    '00:00:02:10\t9420 9420 94ae 94ae 9470 9470 57ef f2ec 6480 942c 942c 942f 942f\n\n' +
-    '00:00:04:10\t942c 942c\n\n');
   for (const recording of recordings) sources[recording.name] = await record(fmp4, recording, media, folder);
-  await record(fmp4, {...recordings[0], name: 'captions'}, media, folder, captions);
   await record(fmp4, undivided, media, folder);
   await record(fmp4, longAudio, media, folder);
   server = await serve(fmp4, media);
@@ -138,7 +132,7 @@ test('ffmpeg that checks extensions refuses .m4v in playlists by default', async
 test('the page lists what the folder holds and shows the chosen recording', async () => {
   const viewer = await Viewer.open(browser, server.address, 'ntsc-b-audio');
   const listed = await viewer.page.locator('#list a').evaluateAll((links) => links.map((link) => link.firstChild.data));
-  assert.deepEqual(listed, [...recordings.map(({name}) => name), 'captions', 'undivided', 'long-audio'].reverse());
+  assert.deepEqual(listed, [...recordings.map(({name}) => name), 'undivided', 'long-audio'].reverse());
   assert.equal(await viewer.page.textContent('#facts'),
     '640×360 · 29.97 frames/s · avc1.64001e + mp4a.40.02 · 00:00:07.674');
   await viewer.page.click('#list a:has-text("pal-b-audio")');
@@ -284,24 +278,6 @@ test('End pressed at the first picture leads to the last one', async () => {
   assert.deepEqual(await viewer.messages(), []);
   await viewer.close();
 });
-
-for (const {player} of players) {
-  test(`captions are shown beside ${player}`, async () => {
-    const viewer = await Viewer.open(browser, server.address, 'captions', player);
-    await viewer.page.click('#captions');
-    const shown = () => viewer.video((video) => [...video.textTracks].filter(({mode}) => mode === 'showing')
-      .flatMap(({activeCues}) => [...activeCues]).map(({text}) => text).join());
-    for (const [seconds, text] of [[1, 'Hello'], [3, 'World'], [5, '']]) {
-      await viewer.seek(seconds);
-      const end = Date.now() + 20_000;
-      while (await shown() !== text && Date.now() < end) await viewer.page.waitForTimeout(50);
-      assert.equal(await shown(), text);
-      if (shots && text) await viewer.page.screenshot({path: path.join(shots, `captions-${player}.png`)});
-    }
-    assert.deepEqual(await viewer.messages(), []);
-    await viewer.close();
-  });
-}
 
 // These players read a static manifest only once.
 for (const player of ['dash.js', 'shaka-dash']) {

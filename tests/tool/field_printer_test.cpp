@@ -134,6 +134,27 @@ TEST(FieldPrinter, TextShortensLongLists) {
                 "bytes=\"abababababababababababababababab\"...(20 bytes) last=1");
 }
 
+TEST(FieldPrinter, ShortJsonSaysHowLongWhatItShortensIs) {
+  Lists lists(65);
+  const auto object = nlohmann::json::parse("{" + print(lists, FieldStyle::ShortJson) + "}");
+  ASSERT_EQ(object["entry"].size(), 65u);
+  EXPECT_EQ(object["entry"][63]["inner"].size(), 5u);
+  EXPECT_EQ(object["entry"][64], "... 65 in all");
+  ASSERT_EQ(object["words"].size(), 65u);
+  EXPECT_EQ(object["words"][63], 9);
+  EXPECT_EQ(object["words"][64], "... 65 in all");
+  std::string bytes;
+  for (int i = 0; i < 64; ++i) bytes += "ab";
+  EXPECT_EQ(object["bytes"], bytes + "...(65 bytes)");
+  EXPECT_EQ(object["last"], 1);
+  Lists full(64);
+  EXPECT_EQ(print(full, FieldStyle::ShortJson), print(full, FieldStyle::Json));
+  Numbers numbers;
+  numbers.name = std::string(1025, 'n');
+  const auto named = nlohmann::json::parse("{" + print(numbers, FieldStyle::ShortJson) + "}");
+  EXPECT_EQ(named["name"], std::string(1024, 'n') + "...");
+}
+
 TEST(FieldPrinter, FullTextHasCompleteLists) {
   Lists lists(5);
   const std::string inner = "inner=[{byte=1}, {byte=2}, {byte=3}, {byte=4}, {byte=5}]";

@@ -184,7 +184,7 @@ TEST_F(MediaAnswer, ManifestThatLeadsOutOfTheFolderIsRefused) {
       << "<MPD><Period><AdaptationSet mimeType=\"video/mp4\"><Representation><BaseURL>../"
       << outside.path().filename().string()
       << "/secret.mp4</BaseURL></Representation></AdaptationSet></Period></MPD>";
-  for (const char* subject : {"describe", "frames", "playlist"})
+  for (const char* subject : {"describe", "frames", "playlist", "captions", "boxes"})
     EXPECT_THROW(ask(subject, "way.mpd"), UserError) << subject;
 }
 

@@ -1,10 +1,10 @@
 #include "tool/export/caption_frames.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/user_error.h"
 #include "tool/host/captions.h"
-#include "tool/terminal/progress.h"
 
 namespace fmp4 {
 
@@ -26,20 +26,23 @@ std::span<const std::uint8_t> FrameCaptions::distributionPacket() const {
   return packet.size() > kHostBytes ? packet.subspan(kHostBytes) : std::span<const std::uint8_t>();
 }
 
-CaptionFrames::CaptionFrames(CAMediaFile& file, const ExportRequest& request)
-    : reader_(withCaptions(file, request.input), request.input),
-      range_(reader_.range(request.selection)),
-      edited_(EditedCaptions::of(request.input)) {}
+std::uint32_t captionLead(const FrameRate& rate) {
+  constexpr double kLeadSeconds = 30;
+  return static_cast<std::uint32_t>(std::lround(kLeadSeconds * rate.value()));
+}
 
-void CaptionFrames::read(std::uint32_t lead, const std::function<void(const FrameCaptions&)>& take) {
-  const std::uint32_t begin = range_.from - std::min(lead, range_.from);
-  const std::uint32_t count = range_.from - begin + range_.count;
-  Progress progress("exporting captions", count);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    DFRAME descriptor = reader_.read(begin + i);
-    if (edited_) edited_->replaceIn(descriptor, begin + i);
-    take({begin + i, captionPair(descriptor), captionPacket(descriptor)});
-    progress.show(i + 1);
+CaptionFrames::CaptionFrames(CAMediaFile& file, const std::string& name)
+    : reader_(withCaptions(file, name), name), edited_(EditedCaptions::of(name)) {}
+
+void CaptionFrames::read(const FrameRange& range, std::uint32_t lead,
+                         const std::function<void(const FrameCaptions&)>& take) {
+  const std::uint32_t begin = range.from - std::min(lead, range.from), end = range.from + range.count;
+  if (edited_ && begin < next_) edited_->rewind();
+  for (next_ = begin; next_ < end;) {
+    const std::uint32_t frame = next_++;
+    DFRAME descriptor = reader_.readWithoutSample(frame);
+    if (edited_) edited_->replaceIn(descriptor, frame);
+    take({frame, captionPair(descriptor), captionPacket(descriptor)});
   }
 }
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <span>
 
+#include "base/exact_time.h"
 #include "tool/export/edited_captions.h"
-#include "tool/export/export_streams.h"
 #include "tool/host/video_reader.h"
 
 namespace fmp4 {
@@ -22,22 +22,29 @@ struct FrameCaptions {
   std::span<const std::uint8_t> distributionPacket() const;
 };
 
+// Frames to be read before those of which the captions are wanted: what is on the screen was sent in them.
+std::uint32_t captionLead(const FrameRate& rate);
+
 class CaptionFrames {
  public:
-  // Throws UserError when the file has no captions, or ends before the selected frames.
-  CaptionFrames(CAMediaFile& file, const ExportRequest& request);
+  // `file`, which the plug-in opened for `name`, must outlive the object. Throws UserError when it has no
+  // captions.
+  CaptionFrames(CAMediaFile& file, const std::string& name);
 
-  // The selected frames.
-  const FrameRange& range() const { return range_; }
+  // Unknown when the file does not say.
+  FrameRate rate() const { return reader_.rate(); }
+  // The selected frames. Throws UserError when the file ends before the first of them.
+  FrameRange range(const FrameSelection& selection) const { return reader_.range(selection); }
 
-  // Passes the captions of the selected frames to `take`, and before them those of up to `lead` frames before
-  // the first. Throws UserError when a frame cannot be read.
-  void read(std::uint32_t lead, const std::function<void(const FrameCaptions&)>& take);
+  // Passes the captions of a range to `take`, and before them those of up to `lead` frames before it. Throws
+  // UserError when a frame cannot be read.
+  void read(const FrameRange& range, std::uint32_t lead,
+            const std::function<void(const FrameCaptions&)>& take);
 
  private:
   VideoReader reader_;
-  FrameRange range_;
   std::unique_ptr<EditedCaptions> edited_;
+  std::uint32_t next_ = 0;  // the frame after the last one read
 };
 
 }  // namespace fmp4

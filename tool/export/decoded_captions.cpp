@@ -8,6 +8,7 @@
 
 #include "base/user_error.h"
 #include "tool/export/caption_choice.h"
+#include "tool/terminal/progress.h"
 
 namespace fmp4 {
 
@@ -16,16 +17,11 @@ namespace {
 using captions::CaptionChannel;
 using captions::Cue;
 
-// Seconds read before the first selected frame: what is on the screen there was sent in them.
-constexpr double kLeadSeconds = 30;
-
-FrameRate rateOf(CAMediaFile& file, const std::string& name) {
-  QVRSYSTEM system{};
-  file.GetFileInfo(1, &system, nullptr, nullptr, nullptr);
-  if (system.rate == 0 || system.scale == 0)
+FrameRate rateOf(const CaptionFrames& frames, const std::string& name) {
+  if (!frames.rate().known())
     throw UserError("'" + name +
                     "' does not say how long its frames last; --captions OUT.json needs no times");
-  return {system.rate, system.scale};
+  return frames.rate();
 }
 
 // Cues as they play in a range, from its first frame on.
@@ -43,11 +39,14 @@ std::vector<Cue> within(const std::vector<Cue>& cues, const FrameRange& range) {
 
 DecodedCaptions decodeCaptions(CAMediaFile& file, const CaptionRequest& request,
                                const std::function<void(const FrameCaptions&)>& also) {
-  CaptionFrames frames(file, request.streams);
-  const FrameRange range = frames.range();
-  const FrameRate rate = rateOf(file, request.streams.input);
+  CaptionFrames frames(file, request.streams.input);
+  const FrameRange range = frames.range(request.streams.selection);
+  const FrameRate rate = rateOf(frames, request.streams.input);
   captions::CaptionCues decoder(rate.value());
-  frames.read(static_cast<std::uint32_t>(std::lround(kLeadSeconds * rate.value())), [&](FrameCaptions frame) {
+  const std::uint32_t lead = captionLead(rate);
+  Progress progress("exporting captions", std::min(lead, range.from) + range.count);
+  frames.read(range, lead, [&, done = 0u](FrameCaptions frame) mutable {
+    progress.show(++done);
     decoder.add(frame.frame, frame.pair, frame.distributionPacket());
     if (frame.frame < range.from) return;
     frame.frame -= range.from;

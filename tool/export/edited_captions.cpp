@@ -54,4 +54,9 @@ void EditedCaptions::replaceIn(DFRAME& descriptor, std::uint32_t frame) {
   cc708_.addTo(descriptor, frame, frameOf);
 }
 
+void EditedCaptions::rewind() {
+  cc608_.rewind();
+  cc708_.rewind();
+}
+
 }  // namespace fmp4

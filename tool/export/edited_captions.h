@@ -18,8 +18,10 @@ class EditedCaptions {
   // video. Throws UserError when the file is damaged or has no video.
   static std::unique_ptr<EditedCaptions> of(const std::string& name);
 
-  // Replaces the captions in the descriptor of a frame. Frames must be requested in ascending order.
+  // Replaces the captions in the descriptor of a frame. Frames must be requested in ascending order, which
+  // rewind() begins anew.
   void replaceIn(DFRAME& descriptor, std::uint32_t frame);
+  void rewind();
 
  private:
   explicit EditedCaptions(const std::string& path);

@@ -47,13 +47,13 @@ bool anyTrack(const Mp4Box* moof, Fits fits) {
 
 }  // namespace
 
-FragmentTable::FragmentTable(const std::string& file) : file_(file) {
+FragmentTable::FragmentTable(const std::string& file, std::size_t most) : file_(file) {
   MovieFile movie(file);
   if (!movie.isOpen() || !movie.movie())
     throw UserError("'" + file + "' has no movie box; get a complete copy");
   findTrack(movie);
   movieEnd_ = movie.movie()->position + movie.movie()->size;
-  walk(movie);
+  walk(movie, most);
   dropIncomplete();
   if (fragments_.empty()) throw UserError("'" + file + "' has no complete movie fragments");
   const auto byNumber = [](const TimedFragment& a, const TimedFragment& b) {
@@ -79,7 +79,7 @@ void FragmentTable::findTrack(MovieFile& movie) {
   track_.nextDecodeTime = 0;
 }
 
-void FragmentTable::walk(MovieFile& movie) {
+void FragmentTable::walk(MovieFile& movie, std::size_t most) {
   bool readable = true;  // what comes after damage is left out
   const auto visit = [&](Mp4Stream& stream, const Mp4Box& box) {
     if (box.type == box_type::kMdat && box.position + box.size <= movie.root()->size)
@@ -94,7 +94,8 @@ void FragmentTable::walk(MovieFile& movie) {
     passedSegmentIndex_ = passedSegmentIndex_ || box->type == box_type::kSidx;
     if (box->type == box_type::kMoof) add(movie, box);
   }
-  while (readable && movie.boxes().passNext(visit).ok()) {
+  // One more shows that those before it are complete; its own media are not read.
+  while (readable && fragments_.size() <= most && movie.boxes().passNext(visit).ok()) {
   }
   requireRead(movie.stream(), file_);
 }

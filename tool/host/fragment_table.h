@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,8 @@ class FragmentTable {
   // Of the file's first video track that the plug-in reads, without any of its first such audio track, with
   // the fragments that are complete now. Walks the whole file. Throws UserError when it has no such track or
   // fragments, or they are damaged.
-  explicit FragmentTable(const std::string& file);
+  // `most`: reads no further than so many fragments of the track take, from the start of the file.
+  explicit FragmentTable(const std::string& file, std::size_t most = std::numeric_limits<std::size_t>::max());
 
   bool isVideo() const { return isVideo_; }
   std::uint32_t timescale() const { return track_.timescale; }
@@ -61,7 +63,7 @@ class FragmentTable {
 
  private:
   void findTrack(MovieFile& movie);
-  void walk(MovieFile& movie);
+  void walk(MovieFile& movie, std::size_t most);
   void add(MovieFile& movie, Mp4Box* moof);
   void numberSamples();
   void dropIncomplete();

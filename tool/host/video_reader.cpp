@@ -48,6 +48,13 @@ std::uint32_t VideoReader::keyFrameBefore(std::uint32_t frame) const {
   return file_.FindKeyFrame(kVideoChannel, kAnyMode, frame, kBackward);
 }
 
+const DFRAME& VideoReader::readWithoutSample(std::uint32_t frame) {
+  descriptor_.data = nullptr;
+  const DFRAME& descriptor = read(frame);
+  descriptor_.data = buffer_.get();
+  return descriptor;
+}
+
 const DFRAME& VideoReader::read(std::uint32_t frame) {
   descriptor_.compositionOffset = 0;  // a run without offsets leaves it unchanged
   descriptor_.bytes = 0;

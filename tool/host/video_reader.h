@@ -17,6 +17,8 @@ class VideoReader {
   // `file` must outlive the reader. Throws UserError when it has no video stream. `name` is for messages.
   VideoReader(CAMediaFile& file, std::string name);
 
+  // Frames a second; unknown when the file does not say.
+  FrameRate rate() const;
   // The duration of a frame in seconds; 0 when the file has no frame rate.
   double frameSeconds() const;
   // The selected frames of the file. Throws UserError when it ends before the first of them.
@@ -28,11 +30,11 @@ class VideoReader {
   // Reads one frame. The descriptor and the sample's bytes are valid until the next read. Throws UserError
   // when the plug-in cannot deliver the frame.
   const DFRAME& read(std::uint32_t frame);
+  // The same without the sample's bytes, which are not read from the file.
+  const DFRAME& readWithoutSample(std::uint32_t frame);
   std::span<const std::uint8_t> sample() const { return {buffer_.get(), descriptor_.bytes}; }
 
  private:
-  FrameRate rate() const;
-
   CAMediaFile& file_;
   std::string name_;
   // Holds the largest sample. Uninitialised, since a damaged file may claim more than it will ever fill.

@@ -45,6 +45,12 @@ void SourceCaptions::addTo(DFRAME& descriptor, std::int64_t frame,
     addPacketTo(descriptor, payload_);
 }
 
+void SourceCaptions::rewind() {
+  if (track_) track_->next = 0;
+  start_ = 0;
+  payload_.clear();
+}
+
 void SourceCaptions::addPair(DFRAME& descriptor, std::int64_t index) const {
   if (index < 0 || static_cast<std::uint64_t>(index) >= payload_.size() / 2) return;
   const auto place = static_cast<std::size_t>(2 * index);

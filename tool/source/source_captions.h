@@ -29,6 +29,8 @@ class SourceCaptions {
   // Adds the captions of frame `frame` to a descriptor. `frameOf` returns the frame that plays at a time of
   // the track's presentation in seconds, negative before the first.
   void addTo(DFRAME& descriptor, std::int64_t frame, const std::function<std::int64_t(double)>& frameOf);
+  // Goes back to the first frame.
+  void rewind();
 
  private:
   void addPair(DFRAME& descriptor, std::int64_t index) const;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <ostream>
 #include <utility>
 
@@ -14,9 +15,19 @@ namespace fmp4 {
 
 namespace {
 
-// Maximum that the text style shows of a long field.
-constexpr std::uint64_t kShownEntries = 4;
-constexpr std::size_t kShownBytes = 16;
+// Maximum that a style shows of a long field.
+struct ShownMost {
+  std::uint64_t entries;
+  std::size_t bytes;
+  std::size_t characters;
+};
+
+ShownMost shownMost(FieldStyle style) {
+  constexpr auto kAll = std::numeric_limits<std::size_t>::max();
+  if (style == FieldStyle::Text) return {4, 16, kAll};
+  if (style == FieldStyle::ShortJson) return {64, 64, 1024};
+  return {kAll, kAll, kAll};
+}
 
 std::string numberText(std::uint64_t value, unsigned bytes, Mp4Number kind, bool json) {
   switch (kind) {
@@ -47,8 +58,8 @@ class FieldPrinter final : public Mp4FieldReader {
   FieldPrinter(std::ostream& out, std::span<const std::uint8_t> payload, FieldStyle style)
       : Mp4FieldReader(payload),
         out_(out),
-        json_(style == FieldStyle::Json),
-        short_(style == FieldStyle::Text) {}
+        json_(style == FieldStyle::Json || style == FieldStyle::ShortJson),
+        most_(shownMost(style)) {}
   // Closes what is open; no field may follow.
   void end() { endFields(); }
 
@@ -62,11 +73,11 @@ class FieldPrinter final : public Mp4FieldReader {
   }
   void text(const char* name, std::string& value) override {
     Mp4FieldReader::text(name, value);
-    if (key(name)) out_ << jsonText(value);
+    showText(name, value);
   }
   void characters(const char* name, std::string& value, std::uint64_t count) override {
     Mp4FieldReader::characters(name, value, count);
-    if (key(name)) out_ << jsonText(value);
+    showText(name, value);
   }
   void packed(unsigned bytes, std::initializer_list<Mp4Bits> fields) override {
     silent_ = true;
@@ -155,7 +166,7 @@ class FieldPrinter final : public Mp4FieldReader {
     numbers_.push_back(numberText(value, bytes, kind, json_));
   }
 
-  bool inFull(std::uint64_t entry) const { return !short_ || entry <= kShownEntries; }
+  bool inFull(std::uint64_t entry) const { return entry <= most_.entries; }
   // The name of a field, up to its value.
   std::string named(const std::string& name) const { return json_ ? jsonText(name) + ": " : name + '='; }
 
@@ -178,9 +189,14 @@ class FieldPrinter final : public Mp4FieldReader {
   }
   void showBytes(const char* name, std::span<const std::uint8_t> bytes) {
     if (!key(name)) return;
-    const bool all = !short_ || bytes.size() <= kShownBytes;
-    out_ << '"' << hexText(all ? bytes : bytes.first(kShownBytes)) << '"';
-    if (!all) out_ << "...(" << bytes.size() << " bytes)";
+    const bool all = bytes.size() <= most_.bytes;
+    const std::string length = all ? "" : "...(" + std::to_string(bytes.size()) + " bytes)";
+    out_ << '"' << hexText(all ? bytes : bytes.first(most_.bytes)) << (json_ ? length + '"' : '"' + length);
+  }
+  void showText(const char* name, const std::string& value) {
+    if (!key(name)) return;
+    const bool all = value.size() <= most_.characters;
+    out_ << jsonText(all ? value : value.substr(0, most_.characters) + "...");
   }
   void endFields() {
     printNumbers();
@@ -199,13 +215,14 @@ class FieldPrinter final : public Mp4FieldReader {
     numbers_.clear();
   }
   void closeList(std::uint64_t entries) {
-    if (!inFull(entries)) out_ << ", ... " << entries << " in all";
+    const char* const quote = json_ ? "\"" : "";
+    if (!inFull(entries)) out_ << ", " << quote << "... " << entries << " in all" << quote;
     out_ << ']';
   }
 
   std::ostream& out_;
   bool json_;
-  bool short_;           // shows only the start of what is long
+  ShownMost most_;
   bool silent_ = false;  // shows no numbers: they are parts of one
   std::vector<Level> levels_ = std::vector<Level>(1);
   unsigned hidden_ = 0;  // enclosing entries that are not shown

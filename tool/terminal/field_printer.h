@@ -10,9 +10,11 @@
 namespace fmp4 {
 
 enum class FieldStyle {
-  Text,      // name=value ..., of lists and byte fields only the start and the count
-  FullText,  // name=value ..., everything
-  Json,      // "name": value, ..., everything; byte fields and masks as hexadecimal texts
+  Text,       // name=value ..., of lists and byte fields only the start and the count
+  FullText,   // name=value ..., everything
+  Json,       // "name": value, ..., everything; byte fields and masks as hexadecimal texts
+  ShortJson,  // the same of the start of lists, byte fields and texts, with a text that says how long they
+              // are
 };
 
 // Reads the fields of `payload` from `bytes`, those of its box after the header, and prints them as they are

@@ -30,7 +30,7 @@ class FileCache {
     const Stamp now = stampOf(file);
     if (!entry->value || !(entry->stamp == now)) {
       entry->value.reset();
-      entry->value = std::make_shared<const Value>(make());
+      entry->value.reset(new Value(make()));  // in place: some values cannot be moved
       entry->stamp = now;
     }
     return entry->value;

@@ -6,6 +6,7 @@
 #include "base/user_error.h"
 #include "os/path_name.h"
 #include "tool/host/host_log.h"
+#include "tool/viewer/box_tree.h"
 #include "tool/viewer/file_description.h"
 #include "tool/viewer/frame_list.h"
 #include "tool/viewer/overview_json.h"
@@ -54,6 +55,11 @@ std::optional<std::string> MediaAnswers::overviewAnswer(const DataRequest& reque
   return found->second(*overviews_.of(vlName(request.file), filesOf(request)), request);
 }
 
+std::shared_ptr<const CaptionScreens> MediaAnswers::captionsOf(const DataRequest& request) const {
+  const std::string media = filesOf(request).media;
+  return captions_.get(vlPath(media), [&] { return CaptionScreens(plugin_, vlName(request.file), media); });
+}
+
 DataAnswer MediaAnswers::answer(const DataRequest& request) const {
   const HeldLog log;
   try {
@@ -64,6 +70,11 @@ DataAnswer MediaAnswers::answer(const DataRequest& request) const {
     }
     if (request.subject == "frames")
       return {200, "application/json", frameListJson(*tableOf(request), request)};
+    if (request.subject == "boxes") {
+      const auto table = [&] { return tableOf(request); };
+      return {200, "application/json", boxTreeJson(filesOf(request).media, request, table)};
+    }
+    if (request.subject == "captions") return {200, "application/json", captionsOf(request)->json(request)};
     if (request.subject == "playlist")
       return {200, kPlaylist, segmentPlaylist(*tableOf(request), request.name)};
     if (const auto overview = overviewAnswer(request)) return {200, "application/json", *overview};

@@ -9,6 +9,7 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/plugin_host.h"
 #include "tool/serve/media_data.h"
+#include "tool/viewer/caption_screens.h"
 #include "tool/viewer/file_cache.h"
 #include "tool/viewer/overviews.h"
 
@@ -17,6 +18,8 @@ namespace fmp4 {
 // Answers by the subject of a request; status 404 for an unknown one.
 //   describe  file_description.h
 //   frames    frame_list.h
+//   boxes     box_tree.h
+//   captions  caption_screens.h
 //   playlist, segment  segment_playlist.h
 //   overview, overview-frames, overview-audio, overview-captions  overview_json.h
 class MediaAnswers {
@@ -30,6 +33,7 @@ class MediaAnswers {
 
  private:
   std::shared_ptr<const FragmentTable> tableOf(const DataRequest& request) const;
+  std::shared_ptr<const CaptionScreens> captionsOf(const DataRequest& request) const;
 
   // The answers about overviews; none for another subject.
   std::optional<std::string> overviewAnswer(const DataRequest& request) const;
@@ -42,6 +46,7 @@ class MediaAnswers {
   mutable FileCache<OpenedFiles> opened_{256};
   mutable FileCache<std::string> descriptions_{4096};  // some hundred bytes each
   mutable FileCache<FragmentTable> tables_{4};
+  mutable FileCache<CaptionScreens> captions_{8};
   mutable Overviews overviews_;
 };
 

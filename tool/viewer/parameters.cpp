@@ -28,6 +28,24 @@ std::optional<std::uint64_t> wholeNumber(const DataRequest& request, const std::
   return value;
 }
 
+std::optional<std::vector<std::uint32_t>> wholeNumbers(const DataRequest& request, const std::string& name,
+                                                       std::size_t most) {
+  const std::optional<std::string> text = textOf(request, name);
+  if (!text) return std::nullopt;
+  std::vector<std::uint32_t> numbers;
+  const char* const end = text->data() + text->size();
+  for (const char* at = text->data();; ++at) {
+    std::uint32_t value = 0;
+    const auto [stop, error] = std::from_chars(at, end, value);
+    if (error != std::errc() || numbers.size() >= most || (stop != end && *stop != '.'))
+      throw BadRequest("'" + name + "' is not at most " + std::to_string(most) +
+                       " whole numbers with dots between them, such as 0.2.1");
+    numbers.push_back(value);
+    if (stop == end) return numbers;
+    at = stop;
+  }
+}
+
 std::optional<double> secondsOf(const DataRequest& request, const std::string& name) {
   constexpr double kMost = 1e9;  // thirty years
   const std::optional<std::string> text = textOf(request, name);

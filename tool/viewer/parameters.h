@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "tool/serve/media_data.h"
 
@@ -20,6 +21,9 @@ class BadRequest : public std::runtime_error {
 // number up to `most`, or no number of seconds from 0 on.
 std::optional<std::uint64_t> wholeNumber(const DataRequest& request, const std::string& name,
                                          std::uint64_t most);
+// At most `most` whole numbers of 32 bits with dots between them ("0.2.1").
+std::optional<std::vector<std::uint32_t>> wholeNumbers(const DataRequest& request, const std::string& name,
+                                                       std::size_t most);
 std::optional<double> secondsOf(const DataRequest& request, const std::string& name);
 
 }  // namespace fmp4

@@ -1,6 +1,7 @@
 // The page: the list of files, and the chosen one in a player. The address specifies what is shown: #PATH or
 // #PATH/PLAYER, each part percent-encoded; a path that ends with a slash is that of a folder.
-import {CaptionTrack} from './captions.js';
+import {BoxTree} from './boxes.js';
+import {Captions} from './captions.js';
 import {StatedClock, SteadyClock} from './clock.js';
 import {exportCommand} from './export_command.js';
 import {bindKeys} from './keys.js';
@@ -31,6 +32,7 @@ const list = new FileList(
 const timeline = new Timeline({
   root: at('lanes'), canvas: at('overview'), playhead: at('playhead'), range: at('marked'), reading: at('reading'),
 }, scrub);
+const boxes = new BoxTree({tree: at('box-tree'), details: at('box')});
 
 // ---- the chosen recording
 
@@ -124,12 +126,18 @@ function canBeTried({kind, file: path, description: file}) {
   return false;
 }
 
-// The player is shown at once; what the plug-in says of a recording comes later. Other files are played by what it says.
-async function show(entry, wanted) {
+async function leave() {
+  shown?.captions?.close();
+  at('boxes').open = false;
+  boxes.clear();
   await shown?.stop();
   shown = null;
+}
+
+// The player is shown at once; what the plug-in says of a recording comes later. Other files are played by what it says.
+async function show(entry, wanted) {
+  await leave();
   shuttle.stop();
-  for (const track of video.textTracks) track.mode = 'disabled';
   at('messages').replaceChildren();
   at('advice').hidden = true;
   at('captions').disabled = true;
@@ -141,12 +149,10 @@ async function show(entry, wanted) {
   const recording = {...entry};
   if (recording.kind !== 'recording') recording.description = await list.describe(entry);
   const description = recording.kind === 'recording' ? await describeRecording(recording) : null;
-  const captions = await CaptionTrack.of(description, video);
   at('hint').hidden = true;
   at('viewer').hidden = false;
   at('title').textContent = document.title = recording.name;
-  at('captions').disabled = captions === null;
-  shown = {recording, description, captions, file: recording.description, stop: async () => {}};
+  shown = {recording, description, captions: null, file: recording.description, stop: async () => {}};
   showFacts(shown);
   showAddresses(recording);
   const tried = canBeTried(recording), names = tried ? playersOf(recording) : [];
@@ -168,6 +174,7 @@ async function show(entry, wanted) {
   list.current = entry.path;
   timeline.show(entry.file);
   takeClock(shown, entry);
+  takeCaptions(shown, entry).catch((error) => report({text: error.message}));
 }
 
 // Gets the times that the file states. A recording in progress has none yet; its frames are of equal duration.
@@ -182,11 +189,19 @@ async function takeClock(to, entry) {
   showTime();
 }
 
+async function takeCaptions(to, entry) {
+  if (!to.player || !entry.file) return;
+  const file = await list.describe(entry);
+  if (shown !== to || !(file.captions608 || file.captions708)) return;
+  const growing = () => Boolean(to.recording.inProgress);
+  to.captions = new Captions(entry.file, {video, overlay: at('overlay'), menu: at('channel'), growing});
+  at('captions').disabled = false;
+}
+
 // Shows a text in place of a recording.
 async function showNone(text) {
-  await shown?.stop();
+  await leave();
   timeline.show(null);
-  shown = null;
   list.current = null;
   at('viewer').hidden = true;
   at('hint').hidden = false;
@@ -234,7 +249,6 @@ async function follow() {
   const description = await describeRecording(recording);
   if (shown?.recording.path !== recording.path || description === null) return;
   Object.assign(shown, {recording: {...recording}, description});
-  if (shown.captions) shown.captions.description = description;
   showFacts(shown);
   refreshTimeline();
   takeClock(shown, recording).catch(() => {});
@@ -333,7 +347,7 @@ function showTime() {
   const frame = showFrame();
   timeline.moveTo(delivered(frame), Math.max(0, video.currentTime - firstPicture), !video.paused);
   at('play').textContent = video.paused || video.ended ? strings.play : strings.pause;
-  shown?.captions?.show(video.currentTime);
+  shown?.captions?.show(frame);
 }
 
 function onPicture(_, {mediaTime}) {
@@ -466,6 +480,11 @@ function toggleCaptions() {
   showTime();
 }
 
+function openBoxes() {
+  if (!shown || !at('boxes').open) return;
+  boxes.open(shown.recording.file, frameShown()).catch((error) => report({text: error.message}));
+}
+
 function toggleWhole() {
   if (document.fullscreenElement) document.exitFullscreen();
   else at('screen').requestFullscreen();
@@ -505,6 +524,8 @@ at('zoom-in').onclick = () => timeline.zoomIn();
 at('zoom-out').onclick = () => timeline.zoomOut();
 at('zoom-all').onclick = () => timeline.showAll();
 at('captions').onclick = toggleCaptions;
+at('boxes').ontoggle = openBoxes;
+at('boxes-here').onclick = openBoxes;
 at('whole').onclick = toggleWhole;
 at('keys').onclick = showKeys;
 at('position').oninput = () => seek(Number(at('position').value));
