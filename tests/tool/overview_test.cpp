@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -410,6 +411,25 @@ TEST_F(OverviewAnswer, IsMadeAnewWhenTheFileChanges) {
   std::filesystem::remove(path_);
   makeMedia(path_, videoInput(2) + h264Codec() + fragmented());
   EXPECT_EQ(readOverview()["video"]["frames"], 60);
+}
+
+// As a recording in progress does. The clock advances by two seconds whenever it is asked.
+TEST(Overviews, OfAFileThatTakesLongToReadAreMadeAnewAfterARest) {
+  const TempFolder folder, cache;
+  const std::string path = folder.file("clip.mp4");
+  makeMedia(path, videoInput(1) + h264Codec() + fragmented());
+  const Plugin plugin("vlx_fmp4");
+  std::atomic<int> seconds = 0;
+  const auto now = [&seconds] { return Overviews::Time(std::chrono::seconds(seconds += 2)); };
+  Overviews overviews(plugin, OverviewCache(cache.path()), now);
+  const auto read = [&] { return overviews.of(path, {path, ""}); };
+  const std::shared_ptr<const Overview> first = read();
+  while (seconds < 4) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // both ends of the reading
+  std::filesystem::remove(path);
+  makeMedia(path, videoInput(2) + h264Codec() + fragmented());
+  int rests = 0;
+  while (read() == first) ++rests;
+  EXPECT_EQ(rests, Overviews::kRest - 1);
 }
 
 // As for the next program that serves the folder.

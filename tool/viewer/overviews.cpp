@@ -40,7 +40,8 @@ std::shared_ptr<const Overview> Overviews::of(const std::string& file, const Ope
   auto found =
       std::find_if(jobs_.begin(), jobs_.end(), [&file](const auto& job) { return job->file == file; });
   const bool outdated = found != jobs_.end() && (*found)->key != key &&
-                        (*found)->overview->progress().state != Overview::State::Reading;
+                        (*found)->overview->progress().state != Overview::State::Reading &&
+                        now_() >= (*found)->restsUntil;
   if (outdated) {
     jobs_.erase(found);
     found = jobs_.end();
@@ -83,11 +84,15 @@ std::shared_ptr<Overviews::Job> Overviews::next() {
 
 void Overviews::work() {
   while (const std::shared_ptr<Job> job = next()) {
+    const Time started = now_();
     try {
       read(*job);
     } catch (const std::exception& error) {
       job->overview->fail(error.what());
     }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const Time ended = now_();
+    if (ended - started > kQuick) job->restsUntil = ended + kRest * (ended - started);
   }
 }
 

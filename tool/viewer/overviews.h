@@ -2,8 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -22,17 +24,25 @@ class Overviews {
  public:
   static constexpr std::size_t kMaxKept = 4;  // overviews in memory
   static constexpr std::size_t kMaxThreads = 2;
+  // A file whose reading took longer than kQuick is not read again before kRest times as long have passed:
+  // one that is being recorded changes all the time.
+  static constexpr std::chrono::seconds kQuick{1};
+  static constexpr int kRest = 20;
 
-  // `plugin` must outlive the object.
-  Overviews(const Plugin& plugin, OverviewCache cache) : plugin_(plugin), cache_(std::move(cache)) {}
+  using Time = std::chrono::steady_clock::time_point;
+
+  // `plugin` must outlive the object. `now` is called on several threads.
+  Overviews(const Plugin& plugin, OverviewCache cache,
+            std::function<Time()> now = std::chrono::steady_clock::now)
+      : plugin_(plugin), cache_(std::move(cache)), now_(std::move(now)) {}
   // Stops what is being read.
   ~Overviews();
   Overviews(const Overviews&) = delete;
   Overviews& operator=(const Overviews&) = delete;
 
   // The overview of a file, which opens as `files`: as far as it has been read. The first request begins to
-  // read it; one after the file has changed begins again, once the previous reading has ended. The files
-  // that were asked for last are read first. Safe on several threads.
+  // read it; one after the file has changed begins again, once the previous reading has ended and the file
+  // has rested. The files that were asked for last are read first. Safe on several threads.
   std::shared_ptr<const Overview> of(const std::string& file, const OpenedFiles& files);
 
  private:
@@ -41,7 +51,9 @@ class Overviews {
     std::string key;  // of the state of its files
     std::shared_ptr<Overview> overview = std::make_shared<Overview>();
     std::atomic<bool> stopped = false;
-    bool taken = false;  // by a thread; guarded by the mutex, as is the list
+    // Guarded by the mutex, as is the list.
+    bool taken = false;  // by a thread
+    Time restsUntil{};
   };
 
   void work();
@@ -50,6 +62,7 @@ class Overviews {
 
   const Plugin& plugin_;
   const OverviewCache cache_;
+  const std::function<Time()> now_;
   std::mutex mutex_;
   std::condition_variable wanted_;
   bool ending_ = false;
