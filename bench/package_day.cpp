@@ -1,26 +1,14 @@
-// Packaging a day of small frames, whose cost is that of samples and segments, not of bytes.
+// Packaging a day of small frames.
 #include <cstdio>
 #include <filesystem>
 
+#include "bench/day_source.h"
 #include "bench/measure.h"
-#include "tests/support/ffmpeg.h"
 #include "tests/support/places.h"
-#include "tests/support/temp_folder.h"
 
 namespace fmp4 {
 
 namespace {
-
-constexpr double kMinute = 60;
-
-std::string makeDay(const TempFolder& folder) {
-  const std::string minute = folder.file("minute.mp4"), path = folder.file("source.mp4");
-  makeMedia(minute, videoInput(kMinute, "30", "320x180") + toneInput(kMinute) + h264Codec() +
-                        std::vector<std::string>{"-b:v", "80k", "-c:a", "aac", "-b:a", "48k"});
-  makeMedia(path, "-stream_loop", "1439", "-i", minute, "-c", "copy", "-movflags",
-            "+frag_keyframe+empty_moov+default_base_moof");
-  return path;
-}
 
 double sizeOf(const std::string& path) {
   return static_cast<double>(std::filesystem::file_size(path));
@@ -34,7 +22,7 @@ using namespace fmp4;
 
 int main() {
   const TempFolder folder;
-  const std::string source = makeDay(folder);
+  const std::string source = makeDaySource(folder);
   const Measured ours =
       measureProgram({VL_BIN_DIR "/fmp4", "--quiet", "package", source, "--output", folder.file("day.mp4")});
   const Measured plain = measureProgram({"dd", "if=" + source, "of=" + folder.file("copy.mp4"), "bs=64k"});

@@ -75,6 +75,7 @@ measure bench_decode_surround "Decoding AC-3"
 measure bench_random_audio "Audio at random positions"
 measure bench_record "Recording"
 measure bench_package_day "Packaging a day"
+measure bench_overview_day "The time line of a day"
 
 # Figures of another machine are no measure for this one.
 processor() { grep '^| processor' "$1"; }

@@ -1,4 +1,4 @@
-// fuzz/targets.txt has every fuzz target that is built, so that each is run.
+// fuzz/targets.txt has every fuzz target that is built, so that each is run, once.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -12,7 +12,7 @@ namespace fmp4 {
 
 namespace {
 
-TEST(FuzzTargets, AreAllRunWithSeedsThatExist) {
+TEST(FuzzTargets, AreAllRunOnceWithSeedsThatExist) {
   static const std::regex kTarget(R"(^vl_fuzz_target\((\w+) )");
   std::set<std::string> built, run;
   for (const std::string& line : linesOfFile(kTree / "fuzz/CMakeLists.txt"))
@@ -21,7 +21,7 @@ TEST(FuzzTargets, AreAllRunWithSeedsThatExist) {
     std::istringstream words(line);
     std::string target, inputs;
     words >> target >> inputs;
-    run.insert(target);
+    EXPECT_TRUE(run.insert(target).second) << target << " is run twice";
     for (std::string word; words >> word;)
       EXPECT_TRUE(word.starts_with('-') || std::filesystem::is_directory(kTree / word)) << line;
   }
