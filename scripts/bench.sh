@@ -59,7 +59,7 @@ missed=0
 measure() {
   local output
   echo "== $1"
-  output=$("build/release/bin/$1") || missed=1
+  output=$(FMP4=$PWD/build/release/bin/fmp4 PATH=$PWD/build/release/bin:$PWD/bench:$PATH "$1") || missed=1
   echo "$output"
   sections+=$(section "$2" <<<"$output")
   sections+=$'\n'
@@ -76,6 +76,7 @@ measure bench_random_audio "Audio at random positions"
 measure bench_record "Recording"
 measure bench_package_day "Packaging a day"
 measure bench_overview_day "The time line of a day"
+measure page_day.mjs "A day on the served page"
 
 # Figures of another machine are no measure for this one.
 processor() { grep '^| processor' "$1"; }
