@@ -1,4 +1,4 @@
-// What the served page waits for until the time line of a day is complete: all frames, then the wave form,
+// How long the time line of a day takes until it is complete: all frames, then the wave form,
 // for which the audio is decoded.
 #include <cstdio>
 #include <stdexcept>

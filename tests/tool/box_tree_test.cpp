@@ -45,7 +45,7 @@ class BoxTree : public testing::Test {
   const MediaAnswers answers_{plugin_};
 };
 
-// A fragment of ten frames, of which every one is shown `composition` ticks later.
+// A fragment of ten frames, each shown `composition` ticks later.
 Bytes fragmentOf(std::uint32_t number, std::int32_t composition = 0) {
   RunSpec run;
   if (composition != 0) run.flags |= kRunComposition;

@@ -136,7 +136,7 @@ TEST(Report, OfWhatIsNotReadLeavesNothing) {
   EXPECT_FALSE(std::filesystem::exists(output));
 }
 
-// The line at the middle of three seconds of 25 frames, of which the second has twice the bytes.
+// The line in the middle of three seconds of 25 frames each; the second one has twice the bytes.
 TEST(ReportDrawings, BitRateIsThatOfASecondAround) {
   std::vector<FrameCell> cells(75, FrameCell{100, 100, 1});
   for (std::size_t i = 25; i < 50; ++i) cells[i].bytes = 200;

@@ -22,7 +22,7 @@ struct FrameCaptions {
   std::span<const std::uint8_t> distributionPacket() const;
 };
 
-// Frames to be read before those of which the captions are wanted: what is on the screen was sent in them.
+// Frames to read before those whose captions are wanted: what is on the screen was sent in them.
 std::uint32_t captionLead(const FrameRate& rate);
 
 class CaptionFrames {

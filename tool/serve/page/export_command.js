@@ -4,7 +4,7 @@ function quoted(name) {
   return `'${name.replaceAll("'", "'\\''")}'`;
 }
 
-// `file`: its path below the served folder; `first` and `last`: frames as the plug-in counts, or null.
+// `file`: its path below the served folder; `first` and `last`: frames by the plug-in's count, or null.
 export function exportCommand(file, {first, last}, {video, audio}) {
   const base = file.replace(/^.*\//, '').replace(/\.[^.]*$/, ''), part = `${base}-${first ?? 0}`;
   const words = ['fmp4 export', quoted(file)];

@@ -1,5 +1,5 @@
 // The overview of a file as the server reads it: cells of frames and of audio at every level, fetched in tiles as they
-// are drawn, and captions of a range. Drawing never waits; whoever draws is told when there is more.
+// are drawn, and captions of a range. Drawing never waits: `changed` is called when there is more.
 import {dataUrl} from './recording.js';
 
 const kTile = 1024;  // cells

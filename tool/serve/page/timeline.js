@@ -24,7 +24,7 @@ export class Timeline {
   #drawing = null;  // the lanes that are still to be drawn
   #asked = false;
 
-  // `elements`: {root, canvas, playhead, range, reading}; `onSeek(place)`: a frame as the plug-in counts, or a time in
+  // `elements`: {root, canvas, playhead, range, reading}; `onSeek(place)`: a frame by the plug-in's count, or a time in
   // hundredths of a second of a file without video.
   constructor(elements, onSeek) {
     this.#elements = elements;
@@ -70,7 +70,7 @@ export class Timeline {
     if (playing && this.#view.span < this.#view.total) this.#change(() => this.#view.follow(place));
     this.#place();
   }
-  // The in and out points, frames as the plug-in counts, or null.
+  // The in and out points, frames by the plug-in's count, or null.
   mark(marks) {
     this.#marks = marks;
     this.#place();
