@@ -1,16 +1,13 @@
 // The tree of a file's boxes on the page. FMP4 names the program; SHOTS a folder for screenshots.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
-import os from 'node:os';
 import path from 'node:path';
 import {after, before, test} from 'node:test';
-import {chromium} from 'playwright-core';
 import {makeSource, run} from './recordings.mjs';
-import {serve} from './server.mjs';
+import {closeStage, makeFolders, openStage} from './stage.mjs';
 import {Viewer} from './viewer.mjs';
 
 const fmp4 = process.env.FMP4;
-const shots = process.env.SHOTS;
 
 // Thirty fragments of ten frames.
 const source = {name: 'source', rate: [25, 1], frames: 300, delayed: 2, audio: false, width: 320, height: 180};
@@ -18,24 +15,17 @@ const source = {name: 'source', rate: [25, 1], frames: 300, delayed: 2, audio: f
 let folder, media, server, browser;
 
 before(async () => {
-  folder = await fs.mkdtemp(path.join(os.tmpdir(), 'boxes-'));
-  media = path.join(folder, 'served');
-  await fs.mkdir(media);
+  ({folder, media} = await makeFolders('boxes'));
   await run('ffmpeg', '-nostdin', '-v', 'error', '-i', await makeSource(source, folder), '-c', 'copy', '-movflags',
     '+frag_keyframe+empty_moov+default_base_moof', path.join(media, 'clip.mp4'));
   // A box after the media whose type and text would be markup.
   const hostile = Buffer.concat([Buffer.from([0, 0, 0, 40]), Buffer.from('<b>x<img src=x onerror=alert(1)>....')]);
   await fs.writeFile(path.join(media, 'hostile.mp4'),
     Buffer.concat([await fs.readFile(path.join(media, 'clip.mp4')), hostile]));
-  server = await serve(fmp4, media);
-  browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+  ({server, browser} = await openStage(fmp4, media));
 });
 
-after(async () => {
-  await browser?.close();
-  assert.equal(await server?.stop(), 0);
-  await fs.rm(folder, {recursive: true});
-});
+after(() => closeStage({folder, server, browser}));
 
 async function boxesOf(name) {
   return JSON.parse(await run(fmp4, 'boxes', '--json', path.join(media, name))).boxes;
@@ -63,7 +53,7 @@ test('the tree opens at the fragment of the frame that is shown', async () => {
   await inner.waitFor();
   assert.equal(await inner.getAttribute('aria-level'), '2');
   assert.ok(await tree.getByRole('treeitem').count() < 60, 'not all of the boxes');
-  if (shots) await viewer.page.screenshot({path: path.join(shots, 'boxes.png'), fullPage: true});
+  await viewer.keepScreenshot('boxes.png', {fullPage: true});
   assert.deepEqual(await viewer.messages(), []);
   await viewer.close();
 });

@@ -1,18 +1,15 @@
 // Captions over each player. FMP4 names the program; SHOTS a folder for screenshots.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
-import os from 'node:os';
 import path from 'node:path';
 import {after, before, test} from 'node:test';
-import {chromium} from 'playwright-core';
 import {assertNear} from './checks.mjs';
 import {GrowingRecording} from './growing.mjs';
 import {record, recordings, run} from './recordings.mjs';
-import {serve} from './server.mjs';
+import {closeStage, makeFolders, openStage} from './stage.mjs';
 import {Viewer} from './viewer.mjs';
 
 const fmp4 = process.env.FMP4;
-const shots = process.env.SHOTS;
 
 const recording = {...recordings[0], name: 'captions'};
 const kPatience = 60_000;
@@ -20,9 +17,7 @@ const kPatience = 60_000;
 let folder, media, server, browser, cues;
 
 before(async () => {
-  folder = await fs.mkdtemp(path.join(os.tmpdir(), 'captions-'));
-  media = path.join(folder, 'served');
-  await fs.mkdir(media);
+  ({folder, media} = await makeFolders('captions'));
   const captions = path.join(folder, 'captions.scc');
   await fs.writeFile(captions, 'Scenarist_SCC V1.0\n\n' +
     '00:00:00:10\t9420 9420 94ae 94ae 9470 9470 c8e5 ecec ef80 942c 942c 942f 942f\n\n' +
@@ -31,15 +26,10 @@ before(async () => {
     '00:00:05:10\t9420 9420 94ae 94ae 9470 9470 4c61 f4e5 942c 942c 942f 942f\n\n');
   await record(fmp4, recording, media, folder, captions);
   cues = await exported();
-  server = await serve(fmp4, media);
-  browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+  ({server, browser} = await openStage(fmp4, media));
 });
 
-after(async () => {
-  await browser?.close();
-  assert.equal(await server?.stop(), 0);
-  await fs.rm(folder, {recursive: true});
-});
+after(() => closeStage({folder, server, browser}));
 
 // The captions as `fmp4 export` has them: [{from, to, text}], in the numbers of the frames that show them.
 async function exported() {
@@ -102,7 +92,7 @@ for (const player of ['hls.js', 'dash.js', 'shaka-dash', 'shaka-hls', 'browser']
         await goTo(viewer, frame, player !== 'browser');
         await drawn(viewer, shown);
       }
-      if (shots) await viewer.page.screenshot({path: path.join(shots, `captions-${player}.png`)});
+      await viewer.keepScreenshot(`captions-${player}.png`);
     }
     assert.deepEqual(await viewer.messages(), []);
     await viewer.close();
@@ -186,6 +176,6 @@ test('another channel is chosen in the menu, and its windows and pens are drawn'
   });
   assert.deepEqual(attributes,
     [['#ff0000', '0.5', '#0000ff'], ['#555555'], ['#00ff00', 'italic', 'underline', 'flash']]);
-  if (shots) await viewer.page.screenshot({path: path.join(shots, 'captions-service.png')});
+  await viewer.keepScreenshot('captions-service.png');
   await viewer.close();
 });

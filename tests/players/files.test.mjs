@@ -2,17 +2,14 @@
 // SHOTS a folder for screenshots.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
-import os from 'node:os';
 import path from 'node:path';
 import {after, before, test} from 'node:test';
-import {chromium} from 'playwright-core';
 import {numbers} from './checks.mjs';
 import {makeSource, record, run} from './recordings.mjs';
-import {serve} from './server.mjs';
+import {closeStage, makeFolders, openStage} from './stage.mjs';
 import {Viewer} from './viewer.mjs';
 
 const fmp4 = process.env.FMP4;
-const shots = process.env.SHOTS;
 
 const kFragmented = ['-c', 'copy', '-movflags', '+frag_keyframe+empty_moov+default_base_moof'];
 const source = {name: 'source', rate: [30000, 1001], frames: 300, delayed: 2, audio: true, width: 320, height: 180};
@@ -29,8 +26,7 @@ const files = ['plain.mp4', 'foreign.mp4', 'picture.mp4', 'inside.mp4', 'late.mp
   'damaged.mp4', 'dash.mpd'];
 
 before(async () => {
-  folder = await fs.mkdtemp(path.join(os.tmpdir(), 'files-'));
-  media = path.join(folder, 'served');
+  ({folder, media} = await makeFolders('files'));
   await fs.mkdir(path.join(media, kOddFolder, 'deep'), {recursive: true});
   const plain = await makeSource(source, folder);
   await fs.copyFile(plain, path.join(media, 'plain.mp4'));
@@ -52,15 +48,10 @@ before(async () => {
   for (const name of await fs.readdir(media)) if (/^dash-stream/.test(name)) await fs.utimes(path.join(media, name), 1, 1);
   for (const [i, name] of files.entries()) await fs.utimes(path.join(media, name), 1000 + i, 1000 + i);
   await record(fmp4, {...source, name: 'inner', frames: 60}, path.join(media, kOddFolder, 'deep'), folder);
-  server = await serve(fmp4, media);
-  browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+  ({server, browser} = await openStage(fmp4, media));
 });
 
-after(async () => {
-  await browser?.close();
-  assert.equal(await server?.stop(), 0);
-  await fs.rm(folder, {recursive: true});
-});
+after(() => closeStage({folder, server, browser}));
 
 // The number of each displayed frame as the plug-in delivers it.
 async function deliveredFrames(name) {
@@ -290,7 +281,7 @@ test('the page fits on 360 to 2560 pixels, light and dark', async () => {
         const tops = await viewer.page.locator('#controls .group').evaluateAll((all) => all.map((e) => e.getBoundingClientRect().top));
         assert.ok(Math.abs(tops[0] - tops[1]) < 10, 'controls in one line');
       }
-      if (shots) await viewer.page.screenshot({path: path.join(shots, `files-${width}-${colorScheme}.png`)});
+      await viewer.keepScreenshot(`files-${width}-${colorScheme}.png`);
       await viewer.close();
     }
   }

@@ -2,21 +2,18 @@
 // the program; SHOTS a folder for screenshots of the page.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
-import os from 'node:os';
 import path from 'node:path';
 import {after, before, describe, test} from 'node:test';
 import {setTimeout as wait} from 'node:timers/promises';
-import {chromium} from 'playwright-core';
 import {assertNear, kSoundOverhang, numbers} from './checks.mjs';
 import {anyLocalExtension, pictures} from './decoded.mjs';
 import {LiveFeed} from './live.mjs';
 import * as names from './names.mjs';
 import {execute, makeSource} from './recordings.mjs';
-import {serve} from './server.mjs';
+import {closeStage, makeFolders, openStage} from './stage.mjs';
 import {Viewer} from './viewer.mjs';
 
 const fmp4 = process.env.FMP4;
-const shots = process.env.SHOTS;
 
 const kRate = 25;
 const kMinute = {name: 'minute', rate: [kRate, 1], frames: 60 * kRate, delayed: 2, audio: true, width: 320,
@@ -31,7 +28,7 @@ const kills = numbers(20161122, 20, kLatest - kEarliest).map((moment, index) => 
   ...index % 2 ? {output: 'killed.ismv', media: 'killed.ismv'} : {output: 'killed.mp4', media: 'killed.m4v'},
 }));
 
-let folder, server, browser, originals;
+let folder, media, server, browser, originals;
 
 // The exit code of a command and the last line that it prints.
 async function verdict(command, file) {
@@ -73,13 +70,10 @@ async function checkKilled({folder: killed, media, live}) {
 
 describe('a minute in real time', {concurrency: 2 + kills.length}, () => {
   before(async () => {
-    folder = await fs.mkdtemp(path.join(os.tmpdir(), 'live-'));
-    const media = path.join(folder, 'served');
-    await fs.mkdir(media);
+    ({folder, media} = await makeFolders('live'));
     const source = await makeSource(kMinute, folder);
     originals = await pictures(source);
-    server = await serve(fmp4, media);
-    browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+    ({server, browser} = await openStage(fmp4, media));
     for (const [index, kill] of kills.entries()) {
       kill.folder = path.join(folder, `kill-${index}`);
       await fs.mkdir(kill.folder);
@@ -89,11 +83,7 @@ describe('a minute in real time', {concurrency: 2 + kills.length}, () => {
     for (const kill of kills) kill.live = feed.record(fmp4, path.join(kill.folder, kill.output));
   });
 
-  after(async () => {
-    await browser?.close();
-    assert.equal(await server?.stop(), 0);
-    await fs.rm(folder, {recursive: true});
-  });
+  after(() => closeStage({folder, server, browser}));
 
   for (const player of ['hls.js', 'shaka-hls']) {
     test(names.follows(player), async () => {
@@ -109,7 +99,7 @@ describe('a minute in real time', {concurrency: 2 + kills.length}, () => {
         await viewer.canSeekBeyond((segments - 0.5) * kSegmentFrames / kRate);
         assert.equal(live.ended, false);
       }
-      if (shots) await viewer.page.screenshot({path: path.join(shots, `live-${player}.png`)});
+      await viewer.keepScreenshot(`live-${player}.png`);
 
       assert.deepEqual(await live.end(), {code: 0, signal: null});
       await viewer.page.waitForFunction(() => document.getElementById('facts').textContent.endsWith('00:01:00.000'));

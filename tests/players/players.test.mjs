@@ -1,20 +1,17 @@
 // Recordings in common players. FMP4 names the program; SHOTS a folder for screenshots of the page.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
-import os from 'node:os';
 import path from 'node:path';
 import {after, before, test} from 'node:test';
-import {chromium} from 'playwright-core';
 import {assertNear, kSoundOverhang, numbers} from './checks.mjs';
 import {anyExtension, pictures} from './decoded.mjs';
 import {GrowingRecording} from './growing.mjs';
 import * as names from './names.mjs';
 import {execute, longAudio, record, recordings, run, undivided} from './recordings.mjs';
-import {serve} from './server.mjs';
+import {closeStage, makeFolders, openStage} from './stage.mjs';
 import {Viewer} from './viewer.mjs';
 
 const fmp4 = process.env.FMP4;
-const shots = process.env.SHOTS;
 
 const kSpeed = 8;
 const kSeeks = 5;
@@ -38,21 +35,14 @@ let folder, media, server, browser;
 const sources = {};
 
 before(async () => {
-  folder = await fs.mkdtemp(path.join(os.tmpdir(), 'players-'));
-  media = path.join(folder, 'served');
-  await fs.mkdir(media);
+  ({folder, media} = await makeFolders('players'));
   for (const recording of recordings) sources[recording.name] = await record(fmp4, recording, media, folder);
   await record(fmp4, undivided, media, folder);
   await record(fmp4, longAudio, media, folder);
-  server = await serve(fmp4, media);
-  browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+  ({server, browser} = await openStage(fmp4, media));
 });
 
-after(async () => {
-  await browser?.close();
-  assert.equal(await server?.stop(), 0);
-  await fs.rm(folder, {recursive: true});
-});
+after(() => closeStage({folder, server, browser}));
 
 for (const [index, recording] of recordings.entries()) {
   const frameSeconds = recording.rate[1] / recording.rate[0];
@@ -138,7 +128,7 @@ test('the page lists what the folder holds and shows the chosen recording', asyn
   await viewer.page.click('#list a:has-text("pal-b-audio")');
   await viewer.page.waitForFunction(() => document.getElementById('video').videoWidth === 384);
   assert.equal(await viewer.page.textContent('#title'), 'pal-b-audio');
-  if (shots) await viewer.page.screenshot({path: path.join(shots, 'chosen.png')});
+  await viewer.keepScreenshot('chosen.png');
   assert.deepEqual(await viewer.messages(), []);
   await viewer.close();
 });

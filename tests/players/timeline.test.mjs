@@ -1,16 +1,13 @@
 // The time line of the page against the numbers of the program. FMP4 names the program; SHOTS a folder for screenshots.
 import assert from 'node:assert/strict';
 import fs from 'node:fs/promises';
-import os from 'node:os';
 import path from 'node:path';
 import {after, before, test} from 'node:test';
-import {chromium} from 'playwright-core';
 import {makeSource, record, run} from './recordings.mjs';
-import {serve} from './server.mjs';
+import {closeStage, makeFolders, openStage} from './stage.mjs';
 import {Viewer} from './viewer.mjs';
 
 const fmp4 = process.env.FMP4;
-const shots = process.env.SHOTS;
 
 const kFragmented = ['-movflags', '+frag_keyframe+empty_moov+default_base_moof'];
 const source = {name: 'clip', rate: [30000, 1001], frames: 300, delayed: 2, audio: true, width: 320, height: 180};
@@ -19,9 +16,7 @@ const kLongFrames = 6000;
 let folder, media, server, browser;
 
 before(async () => {
-  folder = await fs.mkdtemp(path.join(os.tmpdir(), 'timeline-'));
-  media = path.join(folder, 'served');
-  await fs.mkdir(media);
+  ({folder, media} = await makeFolders('timeline'));
   const plain = await makeSource(source, folder);
   await run('ffmpeg', '-nostdin', '-v', 'error', '-i', plain, '-c', 'copy', ...kFragmented,
     path.join(media, 'clip.mp4'));
@@ -34,15 +29,10 @@ before(async () => {
   await fs.writeFile(captions, 'Scenarist_SCC V1.0\n\n' +
     '00:00:00:10\t9420 9420 94ae 94ae 9470 9470 c8e5 ecec ef80 942c 942c 942f 942f\n\n00:00:04:10\t942c 942c\n\n');
   await record(fmp4, {...source, name: 'captions'}, media, folder, captions);
-  server = await serve(fmp4, media);
-  browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--no-sandbox']});
+  ({server, browser} = await openStage(fmp4, media));
 });
 
-after(async () => {
-  await browser?.close();
-  assert.equal(await server?.stop(), 0);
-  await fs.rm(folder, {recursive: true});
-});
+after(() => closeStage({folder, server, browser}));
 
 async function listedFrames(name) {
   return JSON.parse(await run(fmp4, '--quiet', 'frames', '--json', path.join(media, name)));
@@ -82,7 +72,7 @@ test('values of single frames are those of fmp4 frames', async () => {
     assert.equal(/key frame/.test(text), listed[frame].key === 1, text);
   }
   assert.equal(seen.size, kPlaces.length);
-  if (shots) await viewer.page.screenshot({path: path.join(shots, 'timeline-frames.png')});
+  await viewer.keepScreenshot('timeline-frames.png');
   await viewer.close();
 });
 
@@ -97,7 +87,7 @@ test('values of the whole file are sums of those of fmp4 frames', async () => {
     assert.equal(bytes, part.reduce((sum, {size}) => sum + size, 0), text);
     assert.equal(keys, part.reduce((sum, {key}) => sum + key, 0), text);
   }
-  if (shots) await viewer.page.screenshot({path: path.join(shots, 'timeline-whole.png')});
+  await viewer.keepScreenshot('timeline-whole.png');
   await viewer.close();
 });
 
@@ -207,6 +197,6 @@ test('captions are read where they are displayed', async () => {
     const text = await valuesAt(viewer, share), seconds = Number(/00:00:([\d.]+)/.exec(text)[1]);
     assert.equal(/CC1: Hello/.test(text), seconds >= from - 0.001 && seconds < to - 0.001, text);
   }
-  if (shots) await viewer.page.screenshot({path: path.join(shots, 'timeline-captions.png')});
+  await viewer.keepScreenshot('timeline-captions.png');
   await viewer.close();
 });

@@ -21,6 +21,7 @@ function pressAtOnce(key) {
 
 // A served page in Chromium, used as a person would.
 import assert from 'node:assert/strict';
+import path from 'node:path';
 import {kNumberBits, kSquare} from './recordings.mjs';
 
 const kPatience = 60_000;  // milliseconds, for machines that are busy
@@ -145,5 +146,10 @@ export class Viewer {
       video.addEventListener('seeked', resolve, {once: true});
       video.currentTime = to;
     }), seconds);
+  }
+
+  // Saves a screenshot in the folder that SHOTS names, if it is set, to be looked at.
+  async keepScreenshot(name, options) {
+    if (process.env.SHOTS) await this.page.screenshot({path: path.join(process.env.SHOTS, name), ...options});
   }
 }
