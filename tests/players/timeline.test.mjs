@@ -112,6 +112,17 @@ test('the wave form is that of the decoded audio', async () => {
   await viewer.close();
 });
 
+test('an answer lost with its connection is asked for again', async () => {
+  const viewer = await Viewer.goTo(browser, server.address, '');
+  let lost = 0;
+  await viewer.page.route('**/data/overview**', (route) => lost < 5 && ++lost % 2 ? route.abort() : route.continue());
+  await viewer.page.evaluate(() => { location.hash = 'long.mp4'; });
+  await viewer.page.waitForSelector('#lanes[data-state=complete]');
+  assert.match(await valuesAt(viewer, 0.5), /frames 2992 to 3007: .* RMS /);
+  assert.equal(lost, 5);
+  await viewer.page.close();
+});
+
 test('a click and dragging seek to the exact frame', async () => {
   const delivered = (await listedFrames('clip.mp4')).sort((a, b) => a.presentationSeconds - b.presentationSeconds)
     .map(({frame}) => frame);

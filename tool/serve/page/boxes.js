@@ -2,7 +2,7 @@
 // fields and bytes. A file may have a hundred thousand of them: at the top level the tree has those at the start and
 // those from the fragment on whose frame is shown; what is between them, and after them, comes when it is asked for.
 import {describeBox} from './box_details.js';
-import {dataUrl} from './recording.js';
+import {answerAbout} from './recording.js';
 import {strings} from './strings.js';
 
 const kStart = 4;  // boxes loaded at the start of the file
@@ -58,9 +58,7 @@ export class BoxTree {
   }
 
   async #ask(parameters) {
-    const response = await fetch(dataUrl('boxes', this.#file, parameters));
-    if (!response.ok) throw new Error((await response.text()).trim());
-    return response.json();
+    return answerAbout('boxes', this.#file, parameters);
   }
 
   // ---- the items

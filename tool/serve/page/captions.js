@@ -1,7 +1,7 @@
 // The captions of a file, drawn over its picture in step with the frame that is shown. The program decodes them
 // (docs/json.md, /data/captions); here they are asked for in blocks of frames, and drawn.
 import {drawScreen, textOf} from './caption_drawing.js';
-import {dataUrl} from './recording.js';
+import {answerAbout} from './recording.js';
 import {strings} from './strings.js';
 
 const kBlock = 300;  // frames
@@ -111,9 +111,7 @@ export class Captions {
   }
 
   async #ask(number, channel) {
-    const response = await fetch(dataUrl('captions', this.#file, {...channel, from: number * kBlock, count: kBlock}));
-    if (!response.ok) throw new Error((await response.text()).trim());
-    return response.json();
+    return answerAbout('captions', this.#file, {...channel, from: number * kBlock, count: kBlock});
   }
 
   // Until somebody chooses, the first channel that displays something is shown.

@@ -1,7 +1,7 @@
 // Which frame is shown when. Both clocks count frames in the order in which they are shown, from 0, and seconds from
 // the first of them: frameAt(seconds) and middleOf(frame), the middle of the time in which a frame is shown, at which
 // rounding cannot select a neighbour.
-import {dataUrl} from './recording.js';
+import {answerAbout} from './recording.js';
 
 // Frames of equal duration.
 export class SteadyClock {
@@ -122,7 +122,7 @@ export class StatedClock {
   }
   async knowAt(seconds) {
     const at = Math.max(0, seconds + this.#first);
-    const {from} = await ask(this.#file, {at: at.toFixed(6), count: 1});
+    const {from} = await answerAbout('frames', this.#file, {at: at.toFixed(6), count: 1});
     const number = Math.floor(from / kBlock);
     for (const each of [number, number + 1, number - 1]) {
       if (each < 0 || each * kBlock >= this.#total) continue;
@@ -146,7 +146,7 @@ export class StatedClock {
       return Promise.resolve(kept);
     }
     if (!this.#asked.has(number)) {
-      const asked = ask(this.#file, {from: number * kBlock, count: kBlock})
+      const asked = answerAbout('frames', this.#file, {from: number * kBlock, count: kBlock})
         .then((answer) => this.#keep(number, answer))
         .finally(() => this.#asked.delete(number));
       this.#asked.set(number, asked);
@@ -176,10 +176,4 @@ function nearest(numbers, number) {
     else high = middle;
   }
   return low > 0 && number - numbers[low - 1] < numbers[low] - number ? low - 1 : low;
-}
-
-async function ask(file, parameters) {
-  const response = await fetch(dataUrl('frames', file, parameters));
-  if (!response.ok) throw new Error((await response.text()).trim());
-  return response.json();
 }

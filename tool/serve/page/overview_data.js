@@ -1,18 +1,12 @@
 // The overview of a file as the server reads it: cells of frames and of audio at every level, fetched in tiles as they
 // are drawn, and captions of a range. Drawing never waits: `changed` is called when there is more.
-import {dataUrl} from './recording.js';
+import {answerAbout} from './recording.js';
 
 const kTile = 1024;  // cells
 const kMostTiles = 256;
 const kPollMilliseconds = 300;
 const kMostCues = 600;  // of a channel in one answer
 export const kMerged = 4;  // cells of one level in a cell of the next
-
-async function ask(subject, file, parameters) {
-  const response = await fetch(dataUrl(subject, file, parameters));
-  if (!response.ok) throw new Error((await response.text()).trim());
-  return response.json();
-}
 
 // Kinds of cells: where they come from, and how many finest ones are known and expected.
 const kinds = {
@@ -67,7 +61,7 @@ export class OverviewData {
 
   async #poll() {
     this.#timer = 0;
-    const streams = await ask('overview', this.#file).catch((error) => ({state: 'failed', why: error.message}));
+    const streams = await answerAbout('overview', this.#file).catch((error) => ({state: 'failed', why: error.message}));
     this.#timer = null;
     if (this.#ended) return;
     const {video, audio} = this.streams ?? {};
@@ -92,7 +86,7 @@ export class OverviewData {
 
   #askTile(kind, level, number, tile, known) {
     tile.asked = true;
-    ask(kinds[kind].subject, this.#file, {level, from: number * kTile, count: kTile}).then((answer) => {
+    answerAbout(kinds[kind].subject, this.#file, {level, from: number * kTile, count: kTile}).then((answer) => {
       tile.answer = answer;
       tile.read = known;
     }).catch(() => {}).finally(() => {
@@ -104,7 +98,7 @@ export class OverviewData {
   #askCues(from, to) {
     this.#askingCues = true;
     const range = {from: Math.max(0, Math.floor(2 * from - to)), to: Math.ceil(2 * to - from)};
-    ask('overview-captions', this.#file, {...range, count: kMostCues * 3}).then(({channels}) => {
+    answerAbout('overview-captions', this.#file, {...range, count: kMostCues * 3}).then(({channels}) => {
       this.#cues = {...range, from: range.from === 0 ? -Infinity : range.from, channels};
     }).catch(() => {}).finally(() => {
       this.#askingCues = false;

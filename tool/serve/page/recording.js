@@ -1,6 +1,8 @@
 // What the page knows of a file beyond the server's list: what the plug-in and its DASH manifest say.
 import {strings} from './strings.js';
 
+const kTries = 3, kRetryMilliseconds = 300;
+
 // The duration in seconds of an ISO 8601 duration in a manifest.
 function secondsOf(duration) {
   const parts = /^PT(?:(\d+)H)?(?:(\d+)M)?(?:([\d.]+)S)?$/.exec(duration ?? '');
@@ -16,15 +18,32 @@ export function mediaUrl(path) {
   return new URL(`/media/${pathAddress(path)}`, location.href).href;
 }
 
-// What the program says of a file: `subject` and `parameters` as tool/viewer/ has them.
+// The address of what the program says of a file: `subject` and `parameters` as tool/viewer/ has them.
 export function dataUrl(subject, path, parameters = {}) {
   const query = new URLSearchParams(parameters).toString();
   return new URL(`/data/${subject}/${pathAddress(path)}${query ? `?${query}` : ''}`, location.href).href;
 }
 
+// Fetches; when the connection breaks, again: the server ends idle ones, on which the browser may just be asking.
+async function fetchPatiently(url) {
+  for (let left = kTries - 1; left > 0; --left) {
+    const response = await fetch(url).catch(() => null);
+    if (response) return response;
+    await new Promise((resolve) => setTimeout(resolve, kRetryMilliseconds));
+  }
+  return fetch(url);
+}
+
+// What the program says of a file, parsed. Throws an Error with the server's words.
+export async function answerAbout(subject, path, parameters) {
+  const response = await fetchPatiently(dataUrl(subject, path, parameters));
+  if (!response.ok) throw new Error((await response.text()).trim());
+  return response.json();
+}
+
 // The text of the list of a folder; null when there is no such folder.
 export async function listText(folder) {
-  const response = await fetch(`/files.json?${new URLSearchParams({folder})}`).catch(() => ({status: 0}));
+  const response = await fetchPatiently(`/files.json?${new URLSearchParams({folder})}`).catch(() => ({status: 0}));
   if (response.status === 404) return null;
   if (!response.ok) throw new Error(strings.noList(response.status));
   return response.text();
@@ -39,7 +58,7 @@ export function inFolder(folder, entry) {
 
 // What the plug-in says of a file (docs/json.md).
 export async function describeFile(path) {
-  const response = await fetch(dataUrl('describe', path));
+  const response = await fetchPatiently(dataUrl('describe', path));
   if (response.ok) return response.json();
   return {accepted: false, code: null, why: (await response.text()).trim(), warnings: []};
 }
@@ -65,7 +84,7 @@ function readManifest(text) {
 // The same for a recording of the list; null when it has no manifest.
 export async function describeRecording(recording) {
   if (!recording.manifest) return null;
-  const response = await fetch(mediaUrl(recording.manifest));
+  const response = await fetchPatiently(mediaUrl(recording.manifest));
   if (!response.ok) return null;
   return readManifest(await response.text());
 }
