@@ -113,14 +113,25 @@ test('the wave form is that of the decoded audio', async () => {
 });
 
 test('an answer lost with its connection is asked for again', async () => {
-  const viewer = await Viewer.goTo(browser, server.address, '');
+  const viewer = await openRead('clip.mp4');
   let lost = 0;
   await viewer.page.route('**/data/overview**', (route) => lost < 5 && ++lost % 2 ? route.abort() : route.continue());
+  const asked = viewer.page.waitForRequest('**/data/overview/long.mp4');
   await viewer.page.evaluate(() => { location.hash = 'long.mp4'; });
+  await asked;
   await viewer.page.waitForSelector('#lanes[data-state=complete]');
+  await viewer.page.waitForFunction(() => document.getElementById('video').readyState >= 2);
   assert.match(await valuesAt(viewer, 0.5), /frames 2992 to 3007: .* RMS /);
   assert.equal(lost, 5);
-  await viewer.page.close();
+  await viewer.close();
+});
+
+test('the values are those at the pointer when what is shown changes under it', async () => {
+  const viewer = await openRead('long.mp4');
+  assert.match(await valuesAt(viewer, 0.5), /frames 2992 to 3007: /);
+  for (let i = 0; i < 20; ++i) await viewer.page.mouse.wheel(0, -200);
+  await viewer.page.waitForFunction(() => / frame \d+: .* RMS /.test(document.getElementById('reading').textContent));
+  await viewer.close();
 });
 
 test('a click and dragging seek to the exact frame', async () => {

@@ -22,6 +22,7 @@ export class Timeline {
   #playhead = 0;
   #marks = {in: null, out: null};
   #drawing = null;  // the lanes that are still to be drawn
+  #pointer = null;  // the pixel whose values are read
   #asked = false;
 
   // `elements`: {root, canvas, playhead, range, reading}; `onSeek(place)`: a frame by the plug-in's count, or a time in
@@ -33,8 +34,8 @@ export class Timeline {
       zoom: (factor, x) => this.#change(() => this.#view.zoom(factor, this.#view.at(x))),
       move: (share) => this.#change(() => this.#view.move(share)),
       seek: (x) => { if (this.#ready) this.#onSeek(this.#view.placeAt(x)); },
-      hover: (x) => this.#read(x),
-      leave: () => { elements.reading.textContent = ''; },
+      hover: (x) => this.#point(x),
+      leave: () => this.#point(null),
     });
     new ResizeObserver(() => this.#redraw()).observe(elements.canvas);
     matchMedia('(prefers-color-scheme: light)').addEventListener('change', () => this.#redraw());
@@ -153,6 +154,7 @@ export class Timeline {
     }
     this.#drawing = {context, lanes, cells: 0};
     this.#place();
+    this.#read();
     this.#drawSlice();
   }
 
@@ -232,10 +234,16 @@ export class Timeline {
       timeText(this.#playhead / this.#rate), timeText(view.from / this.#rate), timeText(view.to / this.#rate)));
   }
 
-  // The values at a pixel.
-  #read(x) {
-    if (!this.#ready) return;
-    const place = this.#view.placeAt(x), texts = [timeText(place / this.#rate)];
+  #point(x) {
+    this.#pointer = x;
+    this.#read();
+  }
+
+  // Writes the values at the pointer.
+  #read() {
+    if (this.#pointer === null) this.#elements.reading.textContent = '';
+    if (this.#pointer === null || !this.#ready) return;
+    const place = this.#view.placeAt(this.#pointer), texts = [timeText(place / this.#rate)];
     const at = ({tiles, span}, finest) => {
       const index = Math.floor(finest / span), has = ({from, bytes, peak}) =>
         index >= from && index < from + ((bytes ?? peak[0])?.length ?? 0);
