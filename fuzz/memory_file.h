@@ -1,4 +1,4 @@
-// An input as a file of a neutral name, whose bytes are in memory.
+// An input as a file whose bytes are in memory.
 #pragma once
 
 #include <sys/mman.h>
@@ -16,16 +16,18 @@ namespace fmp4 {
 
 class MemoryFile {
  public:
-  // Throws std::runtime_error when there is no such file.
-  MemoryFile() : descriptor_(memfd_create("clip", MFD_CLOEXEC)) {
+  // Throws std::runtime_error when there cannot be one.
+  explicit MemoryFile(const std::string& name = "clip.mp4")
+      : descriptor_(memfd_create("clip", MFD_CLOEXEC)), path_(folder().file(name)) {
     if (descriptor_ < 0) throw std::runtime_error("no file in memory");
-    std::filesystem::create_symlink("/proc/self/fd/" + std::to_string(descriptor_), path());
+    std::filesystem::create_symlink("/proc/self/fd/" + std::to_string(descriptor_), path_);
   }
   ~MemoryFile() { close(descriptor_); }
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
 
-  std::string path() const { return folder_.file("clip.mp4"); }
+  // All are in one folder.
+  const std::string& path() const { return path_; }
 
   // Replaces what it holds.
   void set(std::span<const std::uint8_t> bytes) const {
@@ -35,8 +37,13 @@ class MemoryFile {
   }
 
  private:
-  TempFolder folder_;
+  static const TempFolder& folder() {
+    static const TempFolder all;
+    return all;
+  }
+
   int descriptor_;
+  std::string path_;
 };
 
 }  // namespace fmp4

@@ -8,6 +8,7 @@ cd "$(dirname "$0")/.."
 usage() {
   cat <<END
 usage: fuzz.sh [--hours H] [--turn SECONDS] [--corpus FOLDER] [--no-build] [TARGET...]
+       fuzz.sh --unreached SOURCES [--corpus FOLDER] [--no-build] TARGET
   --hours H         end after so many hours, such as 0.5 (default: never)
   --turn SECONDS    time of a target before the next one's (default: 600, less where the hours do not give that)
   --corpus FOLDER   where all is kept (default: build/fuzz-corpus): of each target, in a folder of its name,
@@ -16,6 +17,8 @@ usage: fuzz.sh [--hours H] [--turn SECONDS] [--corpus FOLDER] [--no-build] [TARG
                     log        the last turn's output
                     turns      executions and seconds of every turn
   --no-build        use the targets in build/asan/bin as they are
+  --unreached SOURCES  instead of fuzzing, print which functions and lines below that folder neither the seeds nor
+                    what was learnt reach
 Targets are those of fuzz/targets.txt.
 END
 }
@@ -25,7 +28,7 @@ fail() {
   exit 2
 }
 
-hours='' turn=600 build=true
+hours='' turn=600 build=true unreached=''
 export kept=build/fuzz-corpus
 while [[ ${1:-} == -* ]]; do
   case $1 in
@@ -33,6 +36,7 @@ while [[ ${1:-} == -* ]]; do
     --turn) turn=${2:?--turn takes seconds} && shift ;;
     --corpus) kept=${2:?--corpus takes a folder} && shift ;;
     --no-build) build=false ;;
+    --unreached) unreached=${2:?--unreached takes a folder} && shift ;;
     -h | --help) usage && exit ;;
     *) usage >&2 && exit 2 ;;
   esac
@@ -86,6 +90,19 @@ take_turn() {
   run "$target" "$folder/coverage.log" "${options[@]}" -runs=0 "$folder/corpus" "${seeds[@]}" || true
 }
 
+# unreached_in SOURCES TARGET: as file:line, once each.
+unreached_in() {
+  local folder=$kept/$2 words corpora=() word
+  mkdir -p "$folder/corpus"
+  read -ra words < <(words_of "$2")
+  for word in "${words[@]}"; do if [[ $word != -* ]]; then corpora+=("$word"); fi; done
+  run "$2" "$folder/coverage.log" -runs=0 -print_coverage=1 "$folder/corpus" "${corpora[@]}"
+  # Only whole functions have their names beside them. Compilers' caches may have other paths before the folder's.
+  # Line 0 is what the compiler adds.
+  sed -nE "s,^UNCOVERED_FUNC: hits: 0 edges: [0-9/]+ (.*) .*/(${1%/}/[^ ]*:[0-9]+)\$,\2 \1,p
+    s,^  UNCOVERED_PC: .*/(${1%/}/[^ :]*:[0-9]+).*\$,\1,p" "$folder/coverage.log" | grep -v ":0\$" | sort --unique --version-sort
+}
+
 # row TARGET: of the table.
 row() {
   local folder=$kept/$1
@@ -110,6 +127,12 @@ if $build; then
   scripts/setup.sh
   cmake --preset asan -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
   cmake --build --preset asan -j "$processors" --target "${targets[@]/#/fuzz_}"
+fi
+
+if [[ -n $unreached ]]; then
+  ((${#targets[@]} == 1)) || fail "--unreached takes one target"
+  unreached_in "$unreached" "${targets[0]}"
+  exit
 fi
 
 export -f words_of run minimise take_turn
