@@ -16,8 +16,14 @@ function clearLane(context, {top, height, width, colours}) {
   context.fillRect(0, top, width, height);
 }
 
+// Over what is drawn, on a plate that lets it be read.
 function label(context, {top, colours}, text) {
+  if (!text) return;
   context.font = '11px system-ui, sans-serif';
+  context.globalAlpha = 0.85;
+  context.fillStyle = colours.panel;
+  context.fillRect(0, top + 1, context.measureText(text).width + 8, 14);
+  context.globalAlpha = 1;
   context.fillStyle = colours.faint;
   context.textBaseline = 'top';
   context.fillText(text, 4, top + 3);
