@@ -19,10 +19,7 @@ void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) 
   bank.bands = bands;
   Ipp32s values = 0;
   bank.passCount = LayOutFftPasses(bands / 2, 0, bank.passes, &values);
-  for (Ipp32s i = 0; i < bank.passCount; ++i) {
-    FillTwiddles(bank.passes[i], bank.twiddles);
-    bank.passes[i].span *= kQmfBatch;
-  }
+  for (Ipp32s i = 0; i < bank.passCount; ++i) FillTwiddles(bank.passes[i], bank.twiddles);
   for (Ipp32s i = 0; i < bands / 2; ++i) {
     const double angle = std::numbers::pi / bands * (i + 0.125);
     bank.after[0][i] = static_cast<Ipp32f>(std::cos(angle));

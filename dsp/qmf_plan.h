@@ -8,9 +8,12 @@ namespace UMC {
 
 // Slots per batch. Transforms process these side by side: a row holds one band or sample of each slot.
 inline constexpr int kQmfBatch = 16;
-// Length of a row of all slots, preceded by those of earlier calls.
+// Index of a call's first slot in a row of all slots, where those of earlier calls come before it, and the
+// length of such a row: whole vectors.
+inline constexpr int kQmfFirst = 16;
 inline constexpr int kQmfPitch = 48;
-static_assert(kQmfPitch >= kIppsSbrLag + kIppsSbrSlots && kIppsSbrSlots % kQmfBatch == 0);
+static_assert(kQmfFirst >= kIppsSbrLag && kQmfPitch >= kQmfFirst + kIppsSbrSlots);
+static_assert(kIppsSbrSlots % kQmfBatch == 0);
 inline constexpr int kQmfTaps = 10;  // window taps per phase
 
 struct IppsFilterSpec_SBR_32f {
@@ -18,7 +21,7 @@ struct IppsFilterSpec_SBR_32f {
   Ipp32s rotates;  // 1: `rotation` applies
   Ipp32s passCount;
   Ipp32s reserved;
-  FftPass passes[kMaxFftPasses];  // for bands / 2 points; their spans count the slots of a batch
+  FftPass passes[kMaxFftPasses];  // for bands / 2 points: radix 4, 4 and, of 64 bands, 2
   // The window by phase and lag.
   Ipp32f taps[kIppsSbrBands][kQmfTaps];
   // Cosine and sine of the rotations before and after the transform; the first includes the scale.
@@ -28,7 +31,7 @@ struct IppsFilterSpec_SBR_32f {
   Ipp32f twiddles[kIppsSbrBands];
 };
 
-// Floats in a call's work buffer: rows of all slots, inputs and results of two transforms, their passes.
-inline constexpr int kQmfWorkFloats = 2 * kIppsSbrBands * kQmfPitch + 6 * kIppsSbrBands * kQmfBatch;
+// Floats in a call's work buffer: rows of all slots, those of two transforms, what is between their sweeps.
+inline constexpr int kQmfWorkFloats = 2 * kIppsSbrBands * kQmfPitch + 3 * kIppsSbrBands * kQmfBatch;
 
 }  // namespace UMC

@@ -42,6 +42,14 @@ struct OneLane {
     p[2] = c;
     p[3] = d;
   }
+  // Quads a b c d that are `pitch` values apart, one a lane.
+  static void GatherQuads(const float* p, std::size_t, V& a, V& b, V& c, V& d) {
+    a = p[0];
+    b = p[1];
+    c = p[2];
+    d = p[3];
+  }
+  static void ScatterQuads(V a, V b, V c, V d, float* p, std::size_t) { StoreQuads(a, b, c, d, p); }
   // 2^-exponent
   static V PowerOfHalf(const Ipp8u* exponent) { return std::bit_cast<float>((127u - *exponent) << 23); }
   // a where the byte is 0, else b
