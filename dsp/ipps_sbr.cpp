@@ -38,12 +38,12 @@ void PrepareRotation(double step, IppsFilterSpec_SBR_32f& bank) {
   }
 }
 
-// The analysis window by n < 32 and lag: n and 63 - n alternate between lags.
+// The analysis window by lag and n < 32: n and 63 - n alternate between lags; even lags are reversed.
 void PrepareAnalysisTaps(IppsFilterSpec_SBR_32f& bank) {
   for (Ipp32s n = 0; n < 32; ++n) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
       const Ipp32s at = lag % 2 == 0 ? n : 63 - n;
-      bank.taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
+      bank.taps[lag][lag % 2 == 0 ? 31 - n : n] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
     }
   }
 }
@@ -53,7 +53,7 @@ void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& bank) {
   const Ipp32s stride = kIppsSbrBands / bank.bands;
   for (Ipp32s k = 0; k < bank.bands; ++k) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag)
-      bank.taps[k][lag] = kQmfWindow[stride * (bank.bands * lag + k)];
+      bank.taps[lag][k] = kQmfWindow[stride * (bank.bands * lag + k)];
   }
 }
 

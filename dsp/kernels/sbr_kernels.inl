@@ -63,6 +63,12 @@ inline void StoreSlots(typename L::V a, typename L::V b, typename L::V c, typena
   for (std::size_t i = 0; i < slots; ++i) std::memcpy(p + i * pitch, quads + 4 * i, 4 * sizeof(float));
 }
 
+// The first float from `work` on that starts a cache line: vectors that cross lines cost twice as much.
+inline float* AlignWork(float* work) {
+  const auto past = reinterpret_cast<std::uintptr_t>(work) % kQmfAlignment;
+  return past == 0 ? work : work + (kQmfAlignment - past) / sizeof(float);
+}
+
 // How many of a call's slots there are from `slot` on.
 inline std::size_t SlotsFrom(std::size_t slot, std::size_t slots) {
   return slots > slot ? slots - slot : 0;
@@ -132,12 +138,37 @@ inline void TransformRows(const IppsFilterSpec_SBR_32f& bank, float* rows, float
   }
 }
 
-// Keeps the last columns of a call's rows for the next call.
-inline void KeepHistory(const float* columns, std::size_t slots, float (*history)[kIppsSbrLag],
-                        std::size_t rows) {
-  for (std::size_t i = 0; i < rows; ++i) {
-    const float* end = columns + i * kQmfPitch + kQmfFirst + slots;
-    std::memcpy(history[i], end - kIppsSbrLag, sizeof history[i]);
+// The window of the analysis for one slot, folded for transforms of both symmetries; the sine part is
+// reversed. `now` has the slot's samples; those of earlier slots come before them.
+inline void FoldSlot(const IppsFilterSpec_SBR_32f& bank, const float* now, float* cosines, float* sines) {
+  using L = WideLanes;
+  for (std::size_t n = 0; n < kIppsSbrAnalysisBands; n += L::Count()) {
+    const std::size_t mirrored = kIppsSbrAnalysisBands - n - L::Count();
+    auto lower = L::Set(0), upper = L::Set(0);
+    for (std::size_t lag = 0; lag < kQmfTaps; lag += 2) {
+      const float* then = now - lag * kIppsSbrAnalysisBands;
+      lower = L::MulAdd(L::Load(bank.taps[lag] + mirrored), L::Load(then + mirrored), lower);
+      upper = L::MulAdd(L::Load(bank.taps[lag + 1] + n), L::Load(then - kIppsSbrAnalysisBands + n), upper);
+    }
+    lower = L::Reverse(lower);
+    L::Store(L::Sub(lower, upper), cosines + n);
+    L::Store(L::Reverse(L::Add(lower, upper)), sines + mirrored);
+  }
+}
+
+// Rows of a batch's slots, from `slots` slots of as many values.
+inline void TurnSlots(const float* source, std::size_t slots, std::size_t count, float* rows) {
+  using L = WideLanes;
+  for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
+    for (std::size_t i = 0; i < count; i += 4) {
+      typename L::V a, b, c, d;
+      LoadSlots<L>(source + q * count + i, count, SlotsFrom(q, slots), a, b, c, d);
+      float* at = rows + i * kQmfBatch + q;
+      L::Store(a, at);
+      L::Store(b, at + kQmfBatch);
+      L::Store(c, at + 2 * kQmfBatch);
+      L::Store(d, at + 3 * kQmfBatch);
+    }
   }
 }
 
@@ -147,42 +178,24 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
   using L = WideLanes;
   constexpr std::size_t kBands = kIppsSbrAnalysisBands;
   constexpr std::size_t kArea = kBands * kQmfBatch;
-  float* columns = work;
-  float* cosines = columns + kBands * kQmfPitch;
+  float* cosines = AlignWork(work);
   float* sines = cosines + kArea;
   float* sweep = sines + kArea;
+  float* folded = sweep + kArea;
+  float* samples = folded + 2 * kArea;
 
-  // Rows by phase: every 32nd sample.
-  for (std::size_t i = 0; i < kBands; ++i) {
-    std::memcpy(columns + i * kQmfPitch + kQmfFirst - kIppsSbrLag, state.history[i], sizeof state.history[i]);
-  }
-  for (std::size_t slot = 0; slot < slots; slot += L::Count()) {
-    for (std::size_t i = 0; i < kBands; i += 4) {
-      typename L::V a, b, c, d;
-      LoadSlots<L>(source + kBands * slot + i, kBands, SlotsFrom(slot, slots), a, b, c, d);
-      float* now = columns + i * kQmfPitch + kQmfFirst + slot;
-      L::Store(a, now);
-      L::Store(b, now + kQmfPitch);
-      L::Store(c, now + 2 * kQmfPitch);
-      L::Store(d, now + 3 * kQmfPitch);
-    }
-  }
-  KeepHistory(columns, slots, state.history, kBands);
+  std::memcpy(samples, state.history, sizeof state.history);
+  std::memcpy(samples + kIppsSbrLag * kBands, source, slots * kBands * sizeof(float));
+  std::memcpy(state.history, samples + slots * kBands, sizeof state.history);
 
   for (std::size_t slot = 0; slot < slots; slot += kQmfBatch) {
-    // The window, folded for transforms of both symmetries; the sine part is reversed.
-    for (std::size_t n = 0; n < kBands; ++n) {
-      for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-        const float* now = columns + kQmfFirst + slot + q;
-        auto lower = L::Set(0), upper = L::Set(0);
-        for (std::size_t lag = 0; lag < kQmfTaps; lag += 2) {
-          lower = L::MulAdd(L::Set(bank.taps[n][lag]), L::Load(now + (31 - n) * kQmfPitch - lag), lower);
-          upper = L::MulAdd(L::Set(bank.taps[n][lag + 1]), L::Load(now + n * kQmfPitch - lag - 1), upper);
-        }
-        L::Store(L::Sub(lower, upper), cosines + n * kQmfBatch + q);
-        L::Store(L::Add(lower, upper), sines + (31 - n) * kQmfBatch + q);
-      }
+    const std::size_t count = std::min<std::size_t>(slots - slot, kQmfBatch);
+    for (std::size_t q = 0; q < count; ++q) {
+      FoldSlot(bank, samples + (kIppsSbrLag + slot + q) * kBands, folded + q * kBands,
+               folded + kArea + q * kBands);
     }
+    TurnSlots(folded, count, kBands, cosines);
+    TurnSlots(folded + kArea, count, kBands, sines);
     TransformRows<kBands / 2>(bank, cosines, sweep);
     TransformRows<kBands / 2>(bank, sines, sweep);
     for (std::size_t k = 0; k < kBands; k += 2) {
@@ -245,48 +258,50 @@ inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& bank, const Ipp32fc (*sou
   using L = WideLanes;
   const auto bands = static_cast<std::size_t>(bank.bands);
   const std::size_t area = bands * kQmfBatch;
-  float* columns = work;
-  float* real = columns + 2 * bands * kQmfPitch;
+  constexpr std::size_t kPitch = 2 * kIppsSbrBands;
+  float* real = AlignWork(work);
   float* imaginary = real + area;
   float* sweep = imaginary + area;
+  float* vectors = sweep + area;  // one a slot, of 2 * bands values
   const auto transform =
       bands == kIppsSbrBands ? TransformRows<kIppsSbrBands / 2> : TransformRows<kIppsSbrBands / 4>;
 
-  for (std::size_t i = 0; i < 2 * bands; ++i) {
-    std::memcpy(columns + i * kQmfPitch + kQmfFirst - kIppsSbrLag, state.history[i], sizeof state.history[i]);
-  }
+  std::memcpy(vectors, state.history, sizeof state.history);
   for (std::size_t slot = 0; slot < slots; slot += kQmfBatch) {
     SplitParts(source, slot, slots, bands, real, imaginary);
     if (bank.rotates != 0) RotateParts(bank, bands, real, imaginary);
     transform(bank, real, sweep);
     transform(bank, imaginary, sweep);
-    for (std::size_t n = 0; n < bands; ++n) {
-      for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-        const auto cosine = L::Load(real + n * kQmfBatch + q);
-        auto sine = L::Load(imaginary + n * kQmfBatch + q);
-        if (n % 2 != 0) sine = L::Neg(sine);
-        float* now = columns + kQmfFirst + slot + q;
-        L::Store(L::Sub(sine, cosine), now + n * kQmfPitch);
-        L::Store(L::Add(sine, cosine), now + (2 * bands - 1 - n) * kQmfPitch);
-      }
-    }
-  }
-  KeepHistory(columns, slots, state.history, 2 * bands);
-
-  for (std::size_t k = 0; k < bands; k += 4) {
-    for (std::size_t slot = 0; slot < slots; slot += L::Count()) {
-      const float* now = columns + k * kQmfPitch + kQmfFirst + slot;
-      typename L::V sums[4] = {L::Set(0), L::Set(0), L::Set(0), L::Set(0)};
-      for (std::size_t lag = 0; lag < kQmfTaps; ++lag) {
-        const float* row = now - lag + (lag % 2 != 0 ? bands * kQmfPitch : 0);
+    for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
+      float* now = vectors + (kIppsSbrLag + slot + q) * kPitch;
+      for (std::size_t n = 0; n < bands; n += 4) {
+        typename L::V lower[4], upper[4];
         for (std::size_t i = 0; i < 4; ++i) {
-          sums[i] = L::MulAdd(L::Set(bank.taps[k + i][lag]), L::Load(row + i * kQmfPitch), sums[i]);
+          const auto cosine = L::Load(real + (n + i) * kQmfBatch + q);
+          auto sine = L::Load(imaginary + (n + i) * kQmfBatch + q);
+          if (i % 2 != 0) sine = L::Neg(sine);
+          lower[i] = L::Sub(sine, cosine);
+          upper[3 - i] = L::Add(sine, cosine);
         }
+        L::ScatterQuads(lower[0], lower[1], lower[2], lower[3], now + n, kPitch);
+        L::ScatterQuads(upper[0], upper[1], upper[2], upper[3], now + 2 * bands - 4 - n, kPitch);
       }
-      StoreSlots<L>(sums[0], sums[1], sums[2], sums[3], destination + slot * bands + k, bands,
-                    SlotsFrom(slot, slots));
+    }
+    const std::size_t end = std::min<std::size_t>(slot + kQmfBatch, slots);
+    for (std::size_t k = 0; k < bands; k += L::Count()) {
+      typename L::V taps[kQmfTaps];
+      for (std::size_t lag = 0; lag < kQmfTaps; ++lag) taps[lag] = L::Load(bank.taps[lag] + k);
+      for (std::size_t i = slot; i < end; ++i) {
+        const float* now = vectors + (kIppsSbrLag + i) * kPitch + k;
+        auto sum = L::Set(0);
+        for (std::size_t lag = 0; lag < kQmfTaps; ++lag) {
+          sum = L::MulAdd(taps[lag], L::Load(now - lag * kPitch + (lag % 2 != 0 ? bands : 0)), sum);
+        }
+        L::Store(sum, destination + i * bands + k);
+      }
     }
   }
+  std::memcpy(state.history, vectors + slots * kPitch, sizeof state.history);
 }
 
 inline void SumCovariance(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length, std::size_t bands,
