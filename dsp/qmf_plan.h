@@ -1,8 +1,6 @@
 // The prepared constants of a QMF bank, and the layout of the kernels' work buffers.
 #pragma once
 
-#include <cstddef>
-
 #include "dsp/ipps_sbr.h"
 #include "dsp/kernels/kernels.h"
 
@@ -29,12 +27,9 @@ struct IppsFilterSpec_SBR_32f {
   Ipp32f twiddles[kIppsSbrBands];
 };
 
-inline constexpr std::size_t kQmfAlignment = 64;  // bytes
-
 // Floats in a call's work buffer: rows of two transforms, what is between their sweeps, and one vector a slot
-// of this call and of its history, all moved to where a cache line starts.
-inline constexpr int kQmfWorkFloats = 3 * kIppsSbrBands * kQmfBatch +
-                                      2 * kIppsSbrBands * (kIppsSbrLag + kIppsSbrSlots) +
-                                      static_cast<int>(kQmfAlignment / sizeof(Ipp32f));
+// of this call and of its history.
+inline constexpr int kQmfWorkFloats =
+    3 * kIppsSbrBands * kQmfBatch + 2 * kIppsSbrBands * (kIppsSbrLag + kIppsSbrSlots);
 
 }  // namespace UMC

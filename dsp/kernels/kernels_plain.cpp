@@ -2,7 +2,6 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <utility>
 

@@ -3,7 +3,6 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -135,8 +134,8 @@ class Lanes {
     d = hn::InterleaveUpper(D(), upperEven, upperOdd);
   }
 };
-using WideLanes = Lanes<hn::ScalableTag<float>>;
-using FourLanes = Lanes<hn::CappedTag<float, 4>>;
+using WideLanes = Lanes<hn::ScalableTag<float> >;
+using FourLanes = Lanes<hn::CappedTag<float, 4> >;
 
 #include "dsp/kernels/kernels.inl"
 #include "dsp/kernels/ps_kernels.inl"

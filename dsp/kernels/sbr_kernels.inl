@@ -63,12 +63,6 @@ inline void StoreSlots(typename L::V a, typename L::V b, typename L::V c, typena
   for (std::size_t i = 0; i < slots; ++i) std::memcpy(p + i * pitch, quads + 4 * i, 4 * sizeof(float));
 }
 
-// The first float from `work` on that starts a cache line: vectors that cross lines cost twice as much.
-inline float* AlignWork(float* work) {
-  const auto past = reinterpret_cast<std::uintptr_t>(work) % kQmfAlignment;
-  return past == 0 ? work : work + (kQmfAlignment - past) / sizeof(float);
-}
-
 // How many of a call's slots there are from `slot` on.
 inline std::size_t SlotsFrom(std::size_t slot, std::size_t slots) {
   return slots > slot ? slots - slot : 0;
@@ -178,7 +172,7 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
   using L = WideLanes;
   constexpr std::size_t kBands = kIppsSbrAnalysisBands;
   constexpr std::size_t kArea = kBands * kQmfBatch;
-  float* cosines = AlignWork(work);
+  float* cosines = work;
   float* sines = cosines + kArea;
   float* sweep = sines + kArea;
   float* folded = sweep + kArea;
@@ -259,7 +253,7 @@ inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& bank, const Ipp32fc (*sou
   const auto bands = static_cast<std::size_t>(bank.bands);
   const std::size_t area = bands * kQmfBatch;
   constexpr std::size_t kPitch = 2 * kIppsSbrBands;
-  float* real = AlignWork(work);
+  float* real = work;
   float* imaginary = real + area;
   float* sweep = imaginary + area;
   float* vectors = sweep + area;  // one a slot, of 2 * bands values
