@@ -77,6 +77,15 @@ inline void ForLanes(std::size_t begin, std::size_t end, Body body) {
   for (; i < end; ++i) body(OneLane(), i);
 }
 
+// The same with four lanes between the two, for a few tens of values.
+template <class Body>
+inline void ForFewLanes(std::size_t end, Body body) {
+  std::size_t i = 0;
+  for (; i + WideLanes::Count() <= end; i += WideLanes::Count()) body(WideLanes(), i);
+  for (; i + FourLanes::Count() <= end; i += FourLanes::Count()) body(FourLanes(), i);
+  for (; i < end; ++i) body(OneLane(), i);
+}
+
 // One complex value per lane.
 template <class L>
 struct Complex {

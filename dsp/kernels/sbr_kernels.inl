@@ -355,7 +355,7 @@ inline void SumEnergies(const Ipp32fc (*rows)[kIppsSbrBands], std::size_t count,
 inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first, std::size_t bands,
                       const Ipp32f* gains, const Ipp32f* noiseGains, const Ipp32fc* noise,
                       std::size_t noiseStart) {
-  const auto shape = [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+  ForFewLanes(bands, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     const auto gain = L::Load(gains + i), noiseGain = L::Load(noiseGains + i);
     for (std::size_t slot = 0; slot < count; ++slot) {
@@ -366,9 +366,5 @@ inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::si
           {L::MulAdd(v.re, noiseGain, L::Mul(x.re, gain)), L::MulAdd(v.im, noiseGain, L::Mul(x.im, gain))},
           at);
     }
-  };
-  std::size_t i = 0;
-  for (; i + WideLanes::Count() <= bands; i += WideLanes::Count()) shape(WideLanes(), i);
-  for (; i + FourLanes::Count() <= bands; i += FourLanes::Count()) shape(FourLanes(), i);
-  for (; i < bands; ++i) shape(OneLane(), i);
+  });
 }
