@@ -19,10 +19,7 @@ void PrepareTransform(Ipp32s bands, double scale, IppsFilterSpec_SBR_32f& bank) 
   bank.bands = bands;
   Ipp32s values = 0;
   bank.passCount = LayOutFftPasses(bands / 2, 0, bank.passes, &values);
-  for (Ipp32s i = 0; i < bank.passCount; ++i) {
-    FillTwiddles(bank.passes[i], bank.twiddles);
-    bank.passes[i].span *= kQmfBatch;
-  }
+  for (Ipp32s i = 0; i < bank.passCount; ++i) FillTwiddles(bank.passes[i], bank.twiddles);
   for (Ipp32s i = 0; i < bands / 2; ++i) {
     const double angle = std::numbers::pi / bands * (i + 0.125);
     bank.after[0][i] = static_cast<Ipp32f>(std::cos(angle));
@@ -41,12 +38,12 @@ void PrepareRotation(double step, IppsFilterSpec_SBR_32f& bank) {
   }
 }
 
-// The analysis window by n < 32 and lag: n and 63 - n alternate between lags.
+// The analysis window by lag and n < 32: n and 63 - n alternate between lags; even lags are reversed.
 void PrepareAnalysisTaps(IppsFilterSpec_SBR_32f& bank) {
   for (Ipp32s n = 0; n < 32; ++n) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag) {
       const Ipp32s at = lag % 2 == 0 ? n : 63 - n;
-      bank.taps[n][lag] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
+      bank.taps[lag][lag % 2 == 0 ? 31 - n : n] = kQmfWindow[2 * (at + 32 * (lag - lag % 2))];
     }
   }
 }
@@ -56,7 +53,7 @@ void PrepareSynthesisTaps(IppsFilterSpec_SBR_32f& bank) {
   const Ipp32s stride = kIppsSbrBands / bank.bands;
   for (Ipp32s k = 0; k < bank.bands; ++k) {
     for (Ipp32s lag = 0; lag < kQmfTaps; ++lag)
-      bank.taps[k][lag] = kQmfWindow[stride * (bank.bands * lag + k)];
+      bank.taps[lag][k] = kQmfWindow[stride * (bank.bands * lag + k)];
   }
 }
 

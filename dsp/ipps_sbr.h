@@ -12,18 +12,18 @@ inline constexpr int kIppsSbrBands = 64;
 inline constexpr int kIppsSbrAnalysisBands = 32;
 // Maximum number of slots per call.
 inline constexpr int kIppsSbrSlots = 32;
-// Slots of history in a filter (9 are needed; rounded up to complete vectors).
-inline constexpr int kIppsSbrLag = 12;
+// Slots of history in a filter.
+inline constexpr int kIppsSbrLag = 9;
 
 // A prepared filter bank: plain data.
 struct IppsFilterSpec_SBR_32f;
 
 // The history of a filter from call to call, initially all 0.
 struct IppsAnalysisState_SBR_32f {
-  Ipp32f history[kIppsSbrAnalysisBands][kIppsSbrLag];
+  Ipp32f history[kIppsSbrLag][kIppsSbrAnalysisBands];
 };
 struct IppsSynthesisState_SBR_32f {
-  Ipp32f history[2 * kIppsSbrBands][kIppsSbrLag];
+  Ipp32f history[kIppsSbrLag][2 * kIppsSbrBands];
 };
 
 // Bytes of a prepared filter bank and of a call's work buffer; both are aligned for floats.

@@ -8,19 +8,18 @@ namespace UMC {
 
 // Slots per batch. Transforms process these side by side: a row holds one band or sample of each slot.
 inline constexpr int kQmfBatch = 16;
-// Length of a row of all slots, preceded by those of earlier calls.
-inline constexpr int kQmfPitch = 48;
-static_assert(kQmfPitch >= kIppsSbrLag + kIppsSbrSlots && kIppsSbrSlots % kQmfBatch == 0);
+static_assert(kIppsSbrSlots % kQmfBatch == 0);
 inline constexpr int kQmfTaps = 10;  // window taps per phase
+static_assert(kQmfTaps == kIppsSbrLag + 1);
 
 struct IppsFilterSpec_SBR_32f {
   Ipp32s bands;    // 32 or 64
   Ipp32s rotates;  // 1: `rotation` applies
   Ipp32s passCount;
   Ipp32s reserved;
-  FftPass passes[kMaxFftPasses];  // for bands / 2 points; their spans count the slots of a batch
-  // The window by phase and lag.
-  Ipp32f taps[kIppsSbrBands][kQmfTaps];
+  FftPass passes[kMaxFftPasses];  // for bands / 2 points: radix 4, 4 and, of 64 bands, 2
+  // The window by lag and phase; in the analysis, even lags have their phases reversed.
+  Ipp32f taps[kQmfTaps][kIppsSbrBands];
   // Cosine and sine of the rotations before and after the transform; the first includes the scale.
   Ipp32f before[2][kIppsSbrBands / 2];
   Ipp32f after[2][kIppsSbrBands / 2];
@@ -28,7 +27,9 @@ struct IppsFilterSpec_SBR_32f {
   Ipp32f twiddles[kIppsSbrBands];
 };
 
-// Floats in a call's work buffer: rows of all slots, inputs and results of two transforms, their passes.
-inline constexpr int kQmfWorkFloats = 2 * kIppsSbrBands * kQmfPitch + 6 * kIppsSbrBands * kQmfBatch;
+// Floats in a call's work buffer: rows of two transforms, what is between their sweeps, and one vector a slot
+// of this call and of its history.
+inline constexpr int kQmfWorkFloats =
+    3 * kIppsSbrBands * kQmfBatch + 2 * kIppsSbrBands * (kIppsSbrLag + kIppsSbrSlots);
 
 }  // namespace UMC

@@ -30,8 +30,8 @@ struct MdctPlan {
   Ipp32s length;  // samples of the window, twice the coefficients
   Ipp32s points;  // length / 4: size of the underlying complex transform
   Ipp32s passCount;
-  Ipp32s reserved;
   FftPass passes[kMaxFftPasses];
+  Ipp32s reserved[13];  // so that the values start a cache line when the record does
 
   // Values: cosine and sine of the rotation before the transform (scale included), then those of the rotation
   // after it, `points` each, then the twiddle factors.

@@ -42,6 +42,14 @@ struct OneLane {
     p[2] = c;
     p[3] = d;
   }
+  // Quads a b c d that are `pitch` values apart, one a lane.
+  static void GatherQuads(const float* p, std::size_t, V& a, V& b, V& c, V& d) {
+    a = p[0];
+    b = p[1];
+    c = p[2];
+    d = p[3];
+  }
+  static void ScatterQuads(V a, V b, V c, V d, float* p, std::size_t) { StoreQuads(a, b, c, d, p); }
   // 2^-exponent
   static V PowerOfHalf(const Ipp8u* exponent) { return std::bit_cast<float>((127u - *exponent) << 23); }
   // a where the byte is 0, else b
@@ -66,6 +74,15 @@ template <class Body>
 inline void ForLanes(std::size_t begin, std::size_t end, Body body) {
   std::size_t i = begin;
   for (; i + WideLanes::Count() <= end; i += WideLanes::Count()) body(WideLanes(), i);
+  for (; i < end; ++i) body(OneLane(), i);
+}
+
+// The same with four lanes between the two, for a few tens of values.
+template <class Body>
+inline void ForFewLanes(std::size_t end, Body body) {
+  std::size_t i = 0;
+  for (; i + WideLanes::Count() <= end; i += WideLanes::Count()) body(WideLanes(), i);
+  for (; i + FourLanes::Count() <= end; i += FourLanes::Count()) body(FourLanes(), i);
   for (; i < end; ++i) body(OneLane(), i);
 }
 

@@ -24,6 +24,14 @@
 HWY_BEFORE_NAMESPACE();
 namespace UMC {
 namespace HWY_NAMESPACE {
+
+#if HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR
+// Emulated vectors are no faster than plain code.
+const Kernels* GetKernels() {
+  return nullptr;
+}
+#else
+
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -50,6 +58,20 @@ class Lanes {
   static HWY_INLINE void StorePairs(V a, V b, float* p) { hn::StoreInterleaved2(a, b, D(), p); }
   static HWY_INLINE void StoreQuads(V a, V b, V c, V d, float* p) {
     hn::StoreInterleaved4(a, b, c, d, D(), p);
+  }
+  static HWY_INLINE void GatherQuads(const float* p, std::size_t pitch, V& a, V& b, V& c, V& d) {
+    a = LoadBlocks(D(), p, 4 * pitch);
+    b = LoadBlocks(D(), p + pitch, 4 * pitch);
+    c = LoadBlocks(D(), p + 2 * pitch, 4 * pitch);
+    d = LoadBlocks(D(), p + 3 * pitch, 4 * pitch);
+    TransposeBlocks(a, b, c, d);
+  }
+  static HWY_INLINE void ScatterQuads(V a, V b, V c, V d, float* p, std::size_t pitch) {
+    TransposeBlocks(a, b, c, d);
+    StoreBlocks(D(), a, p, 4 * pitch);
+    StoreBlocks(D(), b, p + pitch, 4 * pitch);
+    StoreBlocks(D(), c, p + 2 * pitch, 4 * pitch);
+    StoreBlocks(D(), d, p + 3 * pitch, 4 * pitch);
   }
   static HWY_INLINE V PowerOfHalf(const Ipp8u* exponents) {
     const Words words;
@@ -81,9 +103,39 @@ class Lanes {
   static HWY_INLINE hn::Vec<Words> Promote(const Ipp8u* p) {
     return hn::PromoteTo(Words(), hn::LoadU(hn::Rebind<Ipp8u, D>(), p));
   }
+  // A vector of blocks of four values that are `pitch` values apart.
+  template <class T>
+  static HWY_INLINE hn::Vec<T> LoadBlocks(T tag, const float* p, std::size_t pitch) {
+    if constexpr (hn::MaxLanes(T()) <= 4) {
+      return hn::LoadU(tag, p);
+    } else {
+      const hn::Half<T> half;
+      const std::size_t middle = hn::Lanes(half) / 4 * pitch;
+      return hn::Combine(tag, LoadBlocks(half, p + middle, pitch), LoadBlocks(half, p, pitch));
+    }
+  }
+  template <class T>
+  static HWY_INLINE void StoreBlocks(T tag, hn::Vec<T> v, float* p, std::size_t pitch) {
+    if constexpr (hn::MaxLanes(T()) <= 4) {
+      hn::StoreU(v, tag, p);
+    } else {
+      const hn::Half<T> half;
+      StoreBlocks(half, hn::LowerHalf(half, v), p, pitch);
+      StoreBlocks(half, hn::UpperHalf(half, v), p + hn::Lanes(half) / 4 * pitch, pitch);
+    }
+  }
+  // Transposes blocks of four times four values.
+  static HWY_INLINE void TransposeBlocks(V& a, V& b, V& c, V& d) {
+    const V lowerEven = hn::InterleaveLower(D(), a, c), upperEven = hn::InterleaveUpper(D(), a, c);
+    const V lowerOdd = hn::InterleaveLower(D(), b, d), upperOdd = hn::InterleaveUpper(D(), b, d);
+    a = hn::InterleaveLower(D(), lowerEven, lowerOdd);
+    b = hn::InterleaveUpper(D(), lowerEven, lowerOdd);
+    c = hn::InterleaveLower(D(), upperEven, upperOdd);
+    d = hn::InterleaveUpper(D(), upperEven, upperOdd);
+  }
 };
-using WideLanes = Lanes<hn::ScalableTag<float>>;
-using FourLanes = Lanes<hn::CappedTag<float, 4>>;
+using WideLanes = Lanes<hn::ScalableTag<float> >;
+using FourLanes = Lanes<hn::CappedTag<float, 4> >;
 
 #include "dsp/kernels/kernels.inl"
 #include "dsp/kernels/ps_kernels.inl"
@@ -97,9 +149,9 @@ const Kernels* GetKernels() {
       AddProduct,       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
       ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
       ShapeRows,        kPsKernels};
-  // Emulated vectors are no faster than plain code.
-  return HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR ? nullptr : &kKernels;
+  return &kKernels;
 }
+#endif
 
 }  // namespace HWY_NAMESPACE
 }  // namespace UMC

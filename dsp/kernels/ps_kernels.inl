@@ -27,7 +27,7 @@ inline void PsPower(PsSpectrum in, Ipp32f* powers, std::size_t length) {
 }
 
 inline void PsSplit(const Ipp32fc* in, PsSpectrum out, std::size_t length) {
-  ForLanes(0, length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+  ForFewLanes(length, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     typename L::V re, im;
     L::LoadPairs(&in[i].re, re, im);

@@ -42,59 +42,127 @@ inline Complex<L> Zero() {
   return {L::Set(0), L::Set(0)};
 }
 
-// Transposes the next four values of four rows: destination[i] receives value i of each row.
-inline void Transpose4(const float* const (&rows)[4], float* destination, std::size_t pitch) {
-  float turned[16];
-  for (std::size_t i = 0; i < 4; i += FourLanes::Count()) {
-    FourLanes::StoreQuads(FourLanes::Load(rows[0] + i), FourLanes::Load(rows[1] + i),
-                          FourLanes::Load(rows[2] + i), FourLanes::Load(rows[3] + i), turned + 4 * i);
-  }
-  for (std::size_t i = 0; i < 4; ++i) std::memcpy(destination + i * pitch, turned + 4 * i, 4 * sizeof(float));
+// Four consecutive values of each of a vector's slots, where slot i is at p + i * pitch: a receives the first
+// values, b the second ones. Slots from `slots` on have no memory; their values are 0.
+template <class L>
+inline void LoadSlots(const float* p, std::size_t pitch, std::size_t slots, typename L::V& a,
+                      typename L::V& b, typename L::V& c, typename L::V& d) {
+  if (slots >= L::Count()) return L::GatherQuads(p, pitch, a, b, c, d);
+  float quads[4 * kQmfBatch] = {};
+  for (std::size_t i = 0; i < slots; ++i) std::memcpy(quads + 4 * i, p + i * pitch, 4 * sizeof(float));
+  L::GatherQuads(quads, 4, a, b, c, d);
 }
 
-// The DCT-IV over the rows of a batch of slots, by a complex transform of half as many points between two
-// rotations. `work` is twice the size of `in`.
-inline void TransformRows(const IppsFilterSpec_SBR_32f& bank, const float* in, float* out, float* work) {
+// The reverse of LoadSlots.
+template <class L>
+inline void StoreSlots(typename L::V a, typename L::V b, typename L::V c, typename L::V d, float* p,
+                       std::size_t pitch, std::size_t slots) {
+  if (slots >= L::Count()) return L::ScatterQuads(a, b, c, d, p, pitch);
+  float quads[4 * kQmfBatch];
+  L::ScatterQuads(a, b, c, d, quads, 4);
+  for (std::size_t i = 0; i < slots; ++i) std::memcpy(p + i * pitch, quads + 4 * i, 4 * sizeof(float));
+}
+
+// How many of a call's slots there are from `slot` on.
+inline std::size_t SlotsFrom(std::size_t slot, std::size_t slots) {
+  return slots > slot ? slots - slot : 0;
+}
+
+// Multiplies the results of a group of a pass of radix 4 by their twiddle factors.
+template <class L>
+inline void Twist(const FftPass& pass, const float* values, std::size_t group, Complex<L>* y) {
+  const float* twiddles = values + pass.twiddleOffset + group;
+  for (std::size_t k = 1; k < 4; ++k) {
+    const float* re = twiddles + 2 * (k - 1) * static_cast<std::size_t>(pass.groups);
+    y[k] = y[k] * Complex<L>{L::Set(re[0]), L::Set(re[pass.groups])};
+  }
+}
+
+// The DCT-IV over the rows of a batch of slots, in place: a complex transform of half as many points, 16 or
+// 32, between two rotations. Two sweeps over the rows do it all: one rotates and has the first pass, the
+// other has the other passes and rotates. `work` is as large as the rows.
+template <std::size_t kPoints>
+inline void TransformRows(const IppsFilterSpec_SBR_32f& bank, float* rows, float* work) {
   using L = WideLanes;
-  const auto bands = static_cast<std::size_t>(bank.bands);
-  const std::size_t points = bands / 2;
-  const std::size_t half = points * kQmfBatch;
-  float* from = work;
-  float* to = work + 2 * half;
-  for (std::size_t i = 0; i < points; ++i) {
-    const auto c = L::Set(bank.before[0][i]), s = L::Set(bank.before[1][i]);
-    for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-      const auto even = L::Load(in + 2 * i * kQmfBatch + q);
-      const auto odd = L::Load(in + (bands - 1 - 2 * i) * kQmfBatch + q);
-      L::Store(L::MulAdd(odd, s, L::Mul(even, c)), from + i * kQmfBatch + q);
-      L::Store(L::NegMulAdd(even, s, L::Mul(odd, c)), from + half + i * kQmfBatch + q);
+  constexpr std::size_t kGroups = kPoints / 4, kParts = kPoints / 16;
+  constexpr std::size_t kLast = 2 * kPoints - 1;
+  for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
+    float* at = rows + q;
+    float* re = work + q;
+    float* im = re + kPoints * kQmfBatch;
+    for (std::size_t p = 0; p < kGroups; ++p) {
+      Complex<L> x[4], y[4];
+      for (std::size_t j = 0; j < 4; ++j) {
+        const std::size_t i = j * kGroups + p;
+        const auto c = L::Set(bank.before[0][i]), s = L::Set(bank.before[1][i]);
+        const auto even = L::Load(at + 2 * i * kQmfBatch), odd = L::Load(at + (kLast - 2 * i) * kQmfBatch);
+        x[j] = {L::MulAdd(odd, s, L::Mul(even, c)), L::NegMulAdd(even, s, L::Mul(odd, c))};
+      }
+      Dft4<L>(x, y);
+      Twist<L>(bank.passes[0], bank.twiddles, p, y);
+      for (std::size_t k = 0; k < 4; ++k) {
+        L::Store(y[k].re, re + (4 * p + k) * kQmfBatch);
+        L::Store(y[k].im, im + (4 * p + k) * kQmfBatch);
+      }
     }
-  }
-  for (int i = 0; i < bank.passCount; ++i) {
-    const FftPass& pass = bank.passes[i];
-    const float* twiddles = bank.twiddles + pass.twiddleOffset;
-    if (pass.radix == 4) {
-      Pass<4>(pass, twiddles, from, from + half, to, to + half);
-    } else {
-      Pass<2>(pass, twiddles, from, from + half, to, to + half);
-    }
-    std::swap(from, to);
-  }
-  for (std::size_t i = 0; i < points; ++i) {
-    const auto c = L::Set(bank.after[0][i]), s = L::Set(bank.after[1][i]);
-    for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-      const auto a = L::Load(from + i * kQmfBatch + q), b = L::Load(from + half + i * kQmfBatch + q);
-      L::Store(L::MulAdd(b, s, L::Mul(a, c)), out + 2 * i * kQmfBatch + q);
-      L::Store(L::NegMulAdd(b, c, L::Mul(a, s)), out + (bands - 1 - 2 * i) * kQmfBatch + q);
+    const auto finish = [=, &bank](std::size_t i, Complex<L> y) VL_LANES_ATTR {
+      const auto c = L::Set(bank.after[0][i]), s = L::Set(bank.after[1][i]);
+      L::Store(L::MulAdd(y.im, s, L::Mul(y.re, c)), at + 2 * i * kQmfBatch);
+      L::Store(L::NegMulAdd(y.im, c, L::Mul(y.re, s)), at + (kLast - 2 * i) * kQmfBatch);
+    };
+    for (std::size_t r = 0; r < 4; ++r) {
+      Complex<L> y[kParts][4];
+      for (std::size_t p = 0; p < kParts; ++p) {
+        Complex<L> x[4];
+        for (std::size_t j = 0; j < 4; ++j) {
+          x[j] = LoadComplex<L>(re, im, ((j * kParts + p) * 4 + r) * kQmfBatch);
+        }
+        Dft4<L>(x, y[p]);
+        if (p != 0) Twist<L>(bank.passes[1], bank.twiddles, p, y[p]);
+      }
+      for (std::size_t k = 0; k < 4; ++k) {
+        if constexpr (kParts == 1) {
+          finish(4 * k + r, y[0][k]);
+        } else {
+          finish(4 * k + r, y[0][k] + y[1][k]);
+          finish(16 + 4 * k + r, y[0][k] - y[1][k]);
+        }
+      }
     }
   }
 }
 
-// Keeps the last columns of a call's rows for the next call.
-inline void KeepHistory(const float* columns, std::size_t slots, float (*history)[kIppsSbrLag],
-                        std::size_t rows) {
-  for (std::size_t i = 0; i < rows; ++i) {
-    std::memcpy(history[i], columns + i * kQmfPitch + slots, sizeof history[i]);
+// The window of the analysis for one slot, folded for transforms of both symmetries; the sine part is
+// reversed. `now` has the slot's samples; those of earlier slots come before them.
+inline void FoldSlot(const IppsFilterSpec_SBR_32f& bank, const float* now, float* cosines, float* sines) {
+  using L = WideLanes;
+  for (std::size_t n = 0; n < kIppsSbrAnalysisBands; n += L::Count()) {
+    const std::size_t mirrored = kIppsSbrAnalysisBands - n - L::Count();
+    auto lower = L::Set(0), upper = L::Set(0);
+    for (std::size_t lag = 0; lag < kQmfTaps; lag += 2) {
+      const float* then = now - lag * kIppsSbrAnalysisBands;
+      lower = L::MulAdd(L::Load(bank.taps[lag] + mirrored), L::Load(then + mirrored), lower);
+      upper = L::MulAdd(L::Load(bank.taps[lag + 1] + n), L::Load(then - kIppsSbrAnalysisBands + n), upper);
+    }
+    lower = L::Reverse(lower);
+    L::Store(L::Sub(lower, upper), cosines + n);
+    L::Store(L::Reverse(L::Add(lower, upper)), sines + mirrored);
+  }
+}
+
+// Rows of a batch's slots, from `slots` slots of as many values.
+inline void TurnSlots(const float* source, std::size_t slots, std::size_t count, float* rows) {
+  using L = WideLanes;
+  for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
+    for (std::size_t i = 0; i < count; i += 4) {
+      typename L::V a, b, c, d;
+      LoadSlots<L>(source + q * count + i, count, SlotsFrom(q, slots), a, b, c, d);
+      float* at = rows + i * kQmfBatch + q;
+      L::Store(a, at);
+      L::Store(b, at + kQmfBatch);
+      L::Store(c, at + 2 * kQmfBatch);
+      L::Store(d, at + 3 * kQmfBatch);
+    }
   }
 }
 
@@ -104,57 +172,40 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
   using L = WideLanes;
   constexpr std::size_t kBands = kIppsSbrAnalysisBands;
   constexpr std::size_t kArea = kBands * kQmfBatch;
-  float* columns = work;
-  float* cosines = columns + kBands * kQmfPitch;
+  float* cosines = work;
   float* sines = cosines + kArea;
-  float* real = sines + kArea;
-  float* imaginary = real + kArea;
-  float* passes = imaginary + kArea;
+  float* sweep = sines + kArea;
+  float* folded = sweep + kArea;
+  float* samples = folded + 2 * kArea;
 
-  // Rows by phase: every 32nd sample.
-  for (std::size_t i = 0; i < kBands; ++i) {
-    std::memcpy(columns + i * kQmfPitch, state.history[i], sizeof state.history[i]);
-  }
-  for (std::size_t slot = 0; slot < kIppsSbrSlots; slot += 4) {
-    const auto row = [=](std::size_t i) { return source + kBands * std::min(slot + i, slots - 1); };
-    for (std::size_t i = 0; i < kBands; i += 4) {
-      Transpose4({row(0) + i, row(1) + i, row(2) + i, row(3) + i},
-                 columns + i * kQmfPitch + kIppsSbrLag + slot, kQmfPitch);
-    }
-  }
-  KeepHistory(columns, slots, state.history, kBands);
+  std::memcpy(samples, state.history, sizeof state.history);
+  std::memcpy(samples + kIppsSbrLag * kBands, source, slots * kBands * sizeof(float));
+  std::memcpy(state.history, samples + slots * kBands, sizeof state.history);
 
   for (std::size_t slot = 0; slot < slots; slot += kQmfBatch) {
-    // The window, folded for transforms of both symmetries; the sine part is reversed.
-    for (std::size_t n = 0; n < kBands; ++n) {
-      for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-        const float* now = columns + kIppsSbrLag + slot + q;
-        auto lower = L::Set(0), upper = L::Set(0);
-        for (std::size_t lag = 0; lag < kQmfTaps; lag += 2) {
-          lower = L::MulAdd(L::Set(bank.taps[n][lag]), L::Load(now + (31 - n) * kQmfPitch - lag), lower);
-          upper = L::MulAdd(L::Set(bank.taps[n][lag + 1]), L::Load(now + n * kQmfPitch - lag - 1), upper);
-        }
-        L::Store(L::Sub(lower, upper), cosines + n * kQmfBatch + q);
-        L::Store(L::Add(lower, upper), sines + (31 - n) * kQmfBatch + q);
-      }
+    const std::size_t count = std::min<std::size_t>(slots - slot, kQmfBatch);
+    for (std::size_t q = 0; q < count; ++q) {
+      FoldSlot(bank, samples + (kIppsSbrLag + slot + q) * kBands, folded + q * kBands,
+               folded + kArea + q * kBands);
     }
-    TransformRows(bank, cosines, real, passes);
-    TransformRows(bank, sines, imaginary, passes);
+    TurnSlots(folded, count, kBands, cosines);
+    TurnSlots(folded + kArea, count, kBands, sines);
+    TransformRows<kBands / 2>(bank, cosines, sweep);
+    TransformRows<kBands / 2>(bank, sines, sweep);
     for (std::size_t k = 0; k < kBands; k += 2) {
       for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
         // The sines of odd subbands are negated.
         const auto turn = [&](std::size_t band, auto sine) VL_LANES_ATTR {
-          const auto cosine = L::Load(real + band * kQmfBatch + q);
+          const auto cosine = L::Load(cosines + band * kQmfBatch + q);
           const auto c = L::Set(bank.rotation[0][band]), s = L::Set(bank.rotation[1][band]);
           return Complex<L>{L::MulAdd(sine, s, L::Mul(cosine, c)), L::NegMulAdd(cosine, s, L::Mul(sine, c))};
         };
-        const auto even = turn(k, L::Load(imaginary + k * kQmfBatch + q));
-        const auto odd = turn(k + 1, L::Neg(L::Load(imaginary + (k + 1) * kQmfBatch + q)));
-        float samples[4 * kQmfBatch];
-        L::StoreQuads(even.re, even.im, odd.re, odd.im, samples);
-        for (std::size_t i = 0; i < L::Count() && slot + q + i < slots; ++i) {
-          std::memcpy(&destination[slot + q + i][k], samples + 4 * i, 4 * sizeof(float));
-        }
+        const auto even = turn(k, L::Load(sines + k * kQmfBatch + q));
+        const auto odd = turn(k + 1, L::Neg(L::Load(sines + (k + 1) * kQmfBatch + q)));
+        const std::size_t left = SlotsFrom(slot + q, slots);
+        if (left == 0) break;
+        StoreSlots<L>(even.re, even.im, odd.re, odd.im, &destination[slot + q][k].re, 2 * kIppsSbrBands,
+                      left);
       }
     }
   }
@@ -163,20 +214,18 @@ inline void QmfAnalysis(const IppsFilterSpec_SBR_32f& bank, const Ipp32f* source
 // Rows of the real parts and, in reverse order, of the imaginary parts of a batch of slots.
 inline void SplitParts(const Ipp32fc (*source)[kIppsSbrBands], std::size_t first, std::size_t slots,
                        std::size_t bands, float* real, float* imaginary) {
-  using L = FourLanes;
-  for (std::size_t q = 0; q < kQmfBatch; q += 4) {
-    const Ipp32fc* rows[4];
-    for (std::size_t i = 0; i < 4; ++i) rows[i] = source[std::min(first + q + i, slots - 1)];
-    for (std::size_t k = 0; k < bands; k += L::Count()) {
-      Complex<L> x[4];
-      for (std::size_t i = 0; i < 4; ++i) x[i] = LoadSample<L>(rows[i] + k);
-      float re[16], im[16];
-      L::StoreQuads(x[0].re, x[1].re, x[2].re, x[3].re, re);
-      L::StoreQuads(x[0].im, x[1].im, x[2].im, x[3].im, im);
-      for (std::size_t i = 0; i < L::Count(); ++i) {
-        std::memcpy(real + (k + i) * kQmfBatch + q, re + 4 * i, 4 * sizeof(float));
-        std::memcpy(imaginary + (bands - 1 - k - i) * kQmfBatch + q, im + 4 * i, 4 * sizeof(float));
-      }
+  using L = WideLanes;
+  for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
+    const std::size_t left = SlotsFrom(first + q, slots);
+    const Ipp32fc* slot = source[left == 0 ? 0 : first + q];
+    float* im = imaginary + (bands - 1) * kQmfBatch + q;
+    for (std::size_t k = 0; k < bands; k += 2) {
+      typename L::V evenRe, evenIm, oddRe, oddIm;
+      LoadSlots<L>(&slot[k].re, 2 * kIppsSbrBands, left, evenRe, evenIm, oddRe, oddIm);
+      L::Store(evenRe, real + k * kQmfBatch + q);
+      L::Store(oddRe, real + (k + 1) * kQmfBatch + q);
+      L::Store(evenIm, im - k * kQmfBatch);
+      L::Store(oddIm, im - (k + 1) * kQmfBatch);
     }
   }
 }
@@ -203,51 +252,50 @@ inline void QmfSynthesis(const IppsFilterSpec_SBR_32f& bank, const Ipp32fc (*sou
   using L = WideLanes;
   const auto bands = static_cast<std::size_t>(bank.bands);
   const std::size_t area = bands * kQmfBatch;
-  float* columns = work;
-  float* real = columns + 2 * bands * kQmfPitch;
+  constexpr std::size_t kPitch = 2 * kIppsSbrBands;
+  float* real = work;
   float* imaginary = real + area;
-  float* cosines = imaginary + area;
-  float* sines = cosines + area;
-  float* passes = sines + area;
+  float* sweep = imaginary + area;
+  float* vectors = sweep + area;  // one a slot, of 2 * bands values
+  const auto transform =
+      bands == kIppsSbrBands ? TransformRows<kIppsSbrBands / 2> : TransformRows<kIppsSbrBands / 4>;
 
-  for (std::size_t i = 0; i < 2 * bands; ++i) {
-    std::memcpy(columns + i * kQmfPitch, state.history[i], sizeof state.history[i]);
-  }
+  std::memcpy(vectors, state.history, sizeof state.history);
   for (std::size_t slot = 0; slot < slots; slot += kQmfBatch) {
     SplitParts(source, slot, slots, bands, real, imaginary);
     if (bank.rotates != 0) RotateParts(bank, bands, real, imaginary);
-    TransformRows(bank, real, cosines, passes);
-    TransformRows(bank, imaginary, sines, passes);
-    for (std::size_t n = 0; n < bands; ++n) {
-      for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
-        const auto cosine = L::Load(cosines + n * kQmfBatch + q);
-        auto sine = L::Load(sines + n * kQmfBatch + q);
-        if (n % 2 != 0) sine = L::Neg(sine);
-        float* now = columns + kIppsSbrLag + slot + q;
-        L::Store(L::Sub(sine, cosine), now + n * kQmfPitch);
-        L::Store(L::Add(sine, cosine), now + (2 * bands - 1 - n) * kQmfPitch);
-      }
-    }
-  }
-  KeepHistory(columns, slots, state.history, 2 * bands);
-
-  for (std::size_t k = 0; k < bands; k += 4) {
-    for (std::size_t slot = 0; slot < slots; slot += L::Count()) {
-      const float* now = columns + k * kQmfPitch + kIppsSbrLag + slot;
-      typename L::V sums[4] = {L::Set(0), L::Set(0), L::Set(0), L::Set(0)};
-      for (std::size_t lag = 0; lag < kQmfTaps; ++lag) {
-        const float* row = now - lag + (lag % 2 != 0 ? bands * kQmfPitch : 0);
+    transform(bank, real, sweep);
+    transform(bank, imaginary, sweep);
+    for (std::size_t q = 0; q < kQmfBatch; q += L::Count()) {
+      float* now = vectors + (kIppsSbrLag + slot + q) * kPitch;
+      for (std::size_t n = 0; n < bands; n += 4) {
+        typename L::V lower[4], upper[4];
         for (std::size_t i = 0; i < 4; ++i) {
-          sums[i] = L::MulAdd(L::Set(bank.taps[k + i][lag]), L::Load(row + i * kQmfPitch), sums[i]);
+          const auto cosine = L::Load(real + (n + i) * kQmfBatch + q);
+          auto sine = L::Load(imaginary + (n + i) * kQmfBatch + q);
+          if (i % 2 != 0) sine = L::Neg(sine);
+          lower[i] = L::Sub(sine, cosine);
+          upper[3 - i] = L::Add(sine, cosine);
         }
+        L::ScatterQuads(lower[0], lower[1], lower[2], lower[3], now + n, kPitch);
+        L::ScatterQuads(upper[0], upper[1], upper[2], upper[3], now + 2 * bands - 4 - n, kPitch);
       }
-      float samples[4 * kQmfBatch];
-      L::StoreQuads(sums[0], sums[1], sums[2], sums[3], samples);
-      for (std::size_t i = 0; i < L::Count() && slot + i < slots; ++i) {
-        std::memcpy(destination + (slot + i) * bands + k, samples + 4 * i, 4 * sizeof(float));
+    }
+    const std::size_t end = std::min<std::size_t>(slot + kQmfBatch, slots);
+    for (std::size_t k = 0; k < bands; k += L::Count()) {
+      typename L::V taps[kQmfTaps];
+      for (std::size_t lag = 0; lag < kQmfTaps; ++lag) taps[lag] = L::Load(bank.taps[lag] + k);
+      for (std::size_t i = slot; i < end; ++i) {
+        const float* now = vectors + (kIppsSbrLag + i) * kPitch + k;
+        auto sum = L::Set(0);
+        for (std::size_t lag = 0; lag < kQmfTaps; ++lag) {
+          sum = L::MulAdd(taps[lag], L::Load(now - lag * kPitch + (lag % 2 != 0 ? bands : 0)), sum);
+        }
+        L::Store(sum, destination + i * bands + k);
       }
     }
   }
+  std::memcpy(state.history, vectors + slots * kPitch, sizeof state.history);
 }
 
 inline void SumCovariance(const Ipp32fc (*source)[kIppsSbrBands], std::size_t length, std::size_t bands,
@@ -307,7 +355,7 @@ inline void SumEnergies(const Ipp32fc (*rows)[kIppsSbrBands], std::size_t count,
 inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::size_t first, std::size_t bands,
                       const Ipp32f* gains, const Ipp32f* noiseGains, const Ipp32fc* noise,
                       std::size_t noiseStart) {
-  const auto shape = [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+  ForFewLanes(bands, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
     using L = decltype(lanes);
     const auto gain = L::Load(gains + i), noiseGain = L::Load(noiseGains + i);
     for (std::size_t slot = 0; slot < count; ++slot) {
@@ -318,9 +366,5 @@ inline void ShapeRows(Ipp32fc (*rows)[kIppsSbrBands], std::size_t count, std::si
           {L::MulAdd(v.re, noiseGain, L::Mul(x.re, gain)), L::MulAdd(v.im, noiseGain, L::Mul(x.im, gain))},
           at);
     }
-  };
-  std::size_t i = 0;
-  for (; i + WideLanes::Count() <= bands; i += WideLanes::Count()) shape(WideLanes(), i);
-  for (; i + FourLanes::Count() <= bands; i += FourLanes::Count()) shape(FourLanes(), i);
-  for (; i < bands; ++i) shape(OneLane(), i);
+  });
 }

@@ -24,7 +24,8 @@ class ScarceAllocator : public UMC::DefaultMemoryAllocator {
   int m_left;
 };
 
-// Moves every block to another place whenever it is unlocked.
+// Moves every block to another place whenever it is unlocked. All places start cache lines, the largest
+// alignment that decoders ask for.
 class MovingAllocator : public UMC::MemoryAllocator {
  public:
   UMC::Status Alloc(UMC::MemoryId* id, std::size_t size, std::uint32_t, std::uint32_t) override {
@@ -53,8 +54,8 @@ class MovingAllocator : public UMC::MemoryAllocator {
   [[nodiscard]] int Moves() const { return m_moves; }
 
  private:
-  struct alignas(16) Cell {
-    std::uint8_t bytes[16];
+  struct alignas(64) Cell {
+    std::uint8_t bytes[64];
   };
   std::vector<std::vector<Cell>> m_blocks;
   int m_locks = 0;

@@ -6,17 +6,16 @@
 
 #include "audio/umc/aac/decoder_state.h"
 #include "audio/umc/aac/sbr/sbr_decoder.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::aac {
 
 namespace {
 
-constexpr std::uint32_t kBlockAlignment = 16;
-
 // Allocates a block and locks it. Null without memory.
 void* MakeBlock(MemoryAllocator& allocator, std::size_t bytes, MemoryId& id) {
   void* block = nullptr;
-  if (allocator.Alloc(&id, bytes, 0, kBlockAlignment) == UMC_OK) {
+  if (allocator.Alloc(&id, bytes, 0, kIppsAlignment) == UMC_OK) {
     block = allocator.Lock(id);
     if (block == nullptr) allocator.Free(id);
   }

@@ -11,6 +11,7 @@
 #include "audio/umc/aac/raw_data_block.h"
 #include "base/aac/audio_specific_config.h"
 #include "base/aac/layout.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::aac {
 
@@ -58,7 +59,7 @@ static_assert(std::is_trivially_copyable_v<DecoderState>);
 // The samples come first, aligned for vector instructions.
 struct WorkArea {
   FilterBankScratch scratch;
-  alignas(16) float mixed[kMaxChannels][kMaxOutputLength];
+  alignas(kIppsAlignment) float mixed[kMaxChannels][kMaxOutputLength];
   RawDataBlock block;
 };
 static_assert(std::is_trivially_copyable_v<WorkArea>);

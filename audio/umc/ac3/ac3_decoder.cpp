@@ -8,12 +8,12 @@
 #include "audio/umc/ac3/frame_decoder.h"
 #include "audio/umc/ac3/transform.h"
 #include "audio/umc/audio_data.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC {
 
 namespace {
 
-constexpr std::uint32_t kBlockAlignment = 16;
 constexpr double kNoTime = -1.0;
 
 // Speaker mask as in WAVE files, by audio coding mode.
@@ -87,7 +87,7 @@ AC3Decoder::~AC3Decoder() {
 
 Status AC3Decoder::AllocateState() {
   ac3::PrepareTransforms();
-  const Status status = m_allocator->Alloc(&m_stateId, sizeof(ac3::DecoderState), 0, kBlockAlignment);
+  const Status status = m_allocator->Alloc(&m_stateId, sizeof(ac3::DecoderState), 0, kIppsAlignment);
   if (status != UMC_OK) return UMC_ERR_ALLOC;
   Locked locked(*this);
   if (!locked) return UMC_ERR_ALLOC;

@@ -10,6 +10,7 @@
 #include "audio/umc/ac3/output_options.h"
 #include "audio/umc/ac3/sync_frame.h"
 #include "audio/umc/ac3/transform.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::ac3 {
 
@@ -24,7 +25,8 @@ struct DecoderState {
   Overlap overlaps[kMaxChannels];  // by output channel
   AudioBlock block;
   TransformScratch scratch;
-  alignas(16) float sums[2][kBins];  // one output channel's coefficients, without and with block switching
+  alignas(kIppsAlignment) float sums[2][kBins];  // one output channel's coefficients, without and with block
+                                                 // switching
 };
 static_assert(std::is_trivially_copyable_v<DecoderState>);
 static_assert(sizeof(DecoderState) < 64 * 1024);

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "audio/umc/ac3/bit_allocation.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::ac3 {
 
@@ -28,11 +29,11 @@ struct CodedChannel {
   bool allocationStale;                     // an input of `pointers` has changed
   ChannelAllocation allocation;
   std::uint8_t exponents[kBins];
-  std::uint8_t pointers[kBins];                  // bit allocation pointers (bap) of the coded bins
-  std::uint8_t kindBins[kMantissaKinds][kBins];  // the bins of each kind, ascending
-  std::int16_t kindCounts[kMantissaKinds];       // number of bins of each kind
-  std::uint8_t ownBits[kBins];                   // bits of code words for a single bin; 0 for other bins
-  alignas(16) float coefficients[kBins];         // full scale is 1; 0 past the end
+  std::uint8_t pointers[kBins];                       // bit allocation pointers (bap) of the coded bins
+  std::uint8_t kindBins[kMantissaKinds][kBins];       // the bins of each kind, ascending
+  std::int16_t kindCounts[kMantissaKinds];            // number of bins of each kind
+  std::uint8_t ownBits[kBins];                        // bits of code words for a single bin; 0 for other bins
+  alignas(kIppsAlignment) float coefficients[kBins];  // full scale is 1; 0 past the end
 };
 
 }  // namespace UMC::ac3

@@ -4,6 +4,7 @@
 
 #include "audio/umc/mdct_windows.h"
 #include "dsp/ipps_mdct.h"
+#include "dsp/ipps_memory.h"
 #include "dsp/ipps_vector.h"
 
 namespace UMC::ac3 {
@@ -39,7 +40,7 @@ class Plan {
   }
 
  private:
-  alignas(16) std::uint8_t m_memory[4096];
+  alignas(kIppsAlignment) std::uint8_t m_memory[4096];
   IppsMDCTInvSpec_32f* m_plan = nullptr;
 };
 
@@ -53,8 +54,8 @@ struct Transforms {
 
   Plan full{2 * kBlockSamples};
   Plan half{kBlockSamples};
-  float rise[kBlockSamples];
-  float fall[kBlockSamples];
+  alignas(kIppsAlignment) float rise[kBlockSamples];
+  alignas(kIppsAlignment) float fall[kBlockSamples];
 };
 
 // Shared by all decoders, created on first use.

@@ -5,21 +5,22 @@
 
 #include "audio/umc/ac3/coded_channel.h"
 #include "audio/umc/ac3/sync_frame.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::ac3 {
 
 // An output channel's samples. The halves alternate between even and odd blocks: one receives the block's
 // samples, the other the windowed second half of its transform, to which the next block is added.
 struct Overlap {
-  alignas(16) float halves[2][kBlockSamples];
+  alignas(kIppsAlignment) float halves[2][kBlockSamples];
 };
 
 // Work area for one call.
 struct TransformScratch {
-  alignas(16) float samples[2 * kBlockSamples];
-  alignas(16) float halves[2][kBlockSamples / 2];
-  alignas(16) float shortSamples[kBlockSamples];
-  alignas(16) std::uint8_t work[kBlockSamples * sizeof(float)];
+  alignas(kIppsAlignment) float samples[2 * kBlockSamples];
+  alignas(kIppsAlignment) float halves[2][kBlockSamples / 2];
+  alignas(kIppsAlignment) float shortSamples[kBlockSamples];
+  alignas(kIppsAlignment) std::uint8_t work[kBlockSamples * sizeof(float)];
 };
 
 // Creates the window and the transforms shared by all decoders. Otherwise the first block does so.

@@ -5,6 +5,7 @@
 
 #include "audio/umc/aac/core/ics_info.h"
 #include "audio/umc/aac/core/tns.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::aac {
 
@@ -29,7 +30,7 @@ struct ChannelStream {
   std::uint8_t codebook[kMaxGroupedBands];
   std::int16_t scaleFactor[kMaxGroupedBands];
   // Lines in frequency order, one window after the other; after the filter bank, the samples.
-  alignas(16) float spectrum[kMaxFrameLength];
+  alignas(kIppsAlignment) float spectrum[kMaxFrameLength];
 };
 
 }  // namespace UMC::aac

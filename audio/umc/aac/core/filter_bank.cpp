@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 #include <new>
-#include <vector>
 
 #include "audio/umc/mdct_windows.h"
 #include "audio/umc/shared_object.h"
@@ -12,17 +11,24 @@
 
 namespace UMC::aac {
 
+namespace {
+
+// Enough for the longest transform.
+constexpr std::size_t kMaxPlanBytes = 16384;
+
+}  // namespace
+
 struct FilterBank {
   // A transform length with its two windows.
   struct Length {
-    std::size_t half = 0;        // coefficients; also samples of half a window
-    std::vector<float> rise[2];  // by window_shape
-    std::vector<std::uint8_t> memory;
+    std::size_t half = 0;                                    // coefficients; also samples of half a window
+    alignas(kIppsAlignment) float rise[2][kMaxFrameLength];  // by window_shape
+    alignas(kIppsAlignment) std::uint8_t memory[kMaxPlanBytes];
     IppsMDCTInvSpec_32f* transform = nullptr;
   };
 
   Length longWindow, shortWindow;
-  std::vector<std::uint8_t> forwardMemory;
+  alignas(kIppsAlignment) std::uint8_t forwardMemory[kMaxPlanBytes];
   IppsMDCTFwdSpec_32f* forward = nullptr;  // of the long window
 };
 
@@ -33,39 +39,35 @@ constexpr double kShortAlpha = 6;
 
 bool Prepare(int half, double alpha, FilterBank::Length& length) {
   length.half = static_cast<std::size_t>(half);
-  for (auto& window : length.rise) window.resize(length.half);
-  MakeSineWindow(half, length.rise[kSineShape].data());
-  MakeKaiserBesselWindow(half, alpha, length.rise[kKaiserBesselShape].data());
+  MakeSineWindow(half, length.rise[kSineShape]);
+  MakeKaiserBesselWindow(half, alpha, length.rise[kKaiserBesselShape]);
   Ipp32s planBytes = 0, workBytes = 0;
   if (ippsMDCTInvGetSize_32f(2 * half, &planBytes, &workBytes) != ippStsNoErr ||
+      static_cast<std::size_t>(planBytes) > sizeof length.memory ||
       static_cast<std::size_t>(workBytes) > sizeof FilterBankScratch::work) {
     return false;
   }
-  length.memory.resize(static_cast<std::size_t>(planBytes));
-  return ippsMDCTInvInit_32f(&length.transform, 2 * half, length.memory.data()) == ippStsNoErr;
+  return ippsMDCTInvInit_32f(&length.transform, 2 * half, length.memory) == ippStsNoErr;
 }
 
 bool PrepareForward(FilterBank& bank) {
   const auto length = static_cast<Ipp32s>(2 * bank.longWindow.half);
   Ipp32s planBytes = 0, workBytes = 0;
   if (ippsMDCTFwdGetSize_32f(length, &planBytes, &workBytes) != ippStsNoErr ||
+      static_cast<std::size_t>(planBytes) > sizeof bank.forwardMemory ||
       static_cast<std::size_t>(workBytes) > sizeof FilterBankScratch::work) {
     return false;
   }
-  bank.forwardMemory.resize(static_cast<std::size_t>(planBytes));
-  return ippsMDCTFwdInit_32f(&bank.forward, length, bank.forwardMemory.data()) == ippStsNoErr;
+  return ippsMDCTFwdInit_32f(&bank.forward, length, bank.forwardMemory) == ippStsNoErr;
 }
 
 std::unique_ptr<const FilterBank> MakeFilterBank(int frameLength) {
-  try {
-    auto bank = std::make_unique<FilterBank>();
-    if (!Prepare(frameLength, kLongAlpha, bank->longWindow)) return nullptr;
-    if (!Prepare(frameLength / 8, kShortAlpha, bank->shortWindow)) return nullptr;
-    if (!PrepareForward(*bank)) return nullptr;
-    return bank;
-  } catch (const std::bad_alloc&) {
+  std::unique_ptr<FilterBank> bank(new (std::nothrow) FilterBank);
+  if (bank == nullptr || !Prepare(frameLength, kLongAlpha, bank->longWindow) ||
+      !Prepare(frameLength / 8, kShortAlpha, bank->shortWindow) || !PrepareForward(*bank)) {
     return nullptr;
   }
+  return bank;
 }
 
 void Transform(const FilterBank::Length& length, const float* spectrum, float* samples,
@@ -80,7 +82,7 @@ void OverlapShort(const FilterBank& bank, const float* tail, const float* head, 
   const std::size_t slope = bank.shortWindow.half;
   const std::size_t start = (half - slope) / 2;
   std::copy(tail, tail + start, out);
-  ippsOverlapAdd_32f(tail + start, head + start, bank.shortWindow.rise[shape].data(), out + start, slope);
+  ippsOverlapAdd_32f(tail + start, head + start, bank.shortWindow.rise[shape], out + start, slope);
   std::copy(head + start + slope, head + half, out + start + slope);
 }
 
@@ -91,7 +93,7 @@ void SynthesiseShort(const FilterBank& bank, int shape, const float* spectrum, F
   for (std::size_t i = 0; i < 8; ++i) {
     Transform(bank.shortWindow, spectrum + i * slope, scratch.samples + i * 2 * slope, scratch);
   }
-  const float* rise = bank.shortWindow.rise[shape].data();
+  const float* rise = bank.shortWindow.rise[shape];
   std::copy_n(scratch.samples, slope, scratch.blocks);
   for (std::size_t i = 1; i < 8; ++i) {
     const float* window = scratch.samples + i * 2 * slope;
@@ -136,8 +138,8 @@ void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape,
     SynthesiseShort(bank, shape, spectrum, scratch);
     const float* blocks = scratch.blocks;
     std::copy_n(state.tail, start, spectrum);
-    ippsOverlapAdd_32f(state.tail + start, blocks, bank.shortWindow.rise[state.shape].data(),
-                       spectrum + start, slope);
+    ippsOverlapAdd_32f(state.tail + start, blocks, bank.shortWindow.rise[state.shape], spectrum + start,
+                       slope);
     const std::size_t inFrame = half - start;
     std::copy(blocks + slope, blocks + inFrame, spectrum + start + slope);
     std::copy(blocks + inFrame, blocks + 9 * slope, state.tail);
@@ -147,8 +149,7 @@ void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape,
     if (state.endsShort || sequence == WindowSequence::kLongStop) {
       OverlapShort(bank, state.tail, scratch.samples, state.shape, spectrum);
     } else {
-      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[state.shape].data(), spectrum,
-                         half);
+      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[state.shape], spectrum, half);
     }
     std::copy_n(scratch.samples + half, half, state.tail);
   }

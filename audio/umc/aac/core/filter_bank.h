@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "audio/umc/aac/core/channel_stream.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::aac {
 
@@ -14,16 +15,16 @@ inline constexpr float kSampleLimit = 0x1p24f;
 struct FilterBankState {
   // The second half of the last frame's transform. Its falling slope is not applied yet: it takes the shape
   // of the shorter of the two adjacent slopes, which also handles invalid sequences of windows.
-  alignas(16) float tail[kMaxFrameLength];
+  alignas(kIppsAlignment) float tail[kMaxFrameLength];
   std::uint8_t shape;  // window_shape of the last frame; the sine window's before the first
   bool endsShort;      // the falling slope is that of a short window
 };
 
 // Work area for one call.
 struct FilterBankScratch {
-  alignas(16) float samples[2 * kMaxFrameLength];
-  alignas(16) float blocks[kMaxFrameLength + kMaxFrameLength / 4];
-  alignas(16) std::uint8_t work[2 * kMaxFrameLength * sizeof(float)];
+  alignas(kIppsAlignment) float samples[2 * kMaxFrameLength];
+  alignas(kIppsAlignment) float blocks[kMaxFrameLength + kMaxFrameLength / 4];
+  alignas(kIppsAlignment) std::uint8_t work[2 * kMaxFrameLength * sizeof(float)];
 };
 
 // The windows and transforms for a frame length, shared by all decoders.

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/bit_window.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::aac {
 
@@ -25,8 +26,9 @@ inline constexpr int kLtpHistory = 2048;
 
 // A channel's LTP state between frames; all zeros before the first.
 struct LtpState {
-  alignas(16) float past[kLtpHistory];  // the last output samples of the filter bank, with full scale 32768
-  int unpredicted;                      // consecutive frames without prediction, up to kLtpConvergenceFrames
+  alignas(kIppsAlignment) float past[kLtpHistory];  // the last output samples of the filter bank, with full
+                                                    // scale 32768
+  int unpredicted;  // consecutive frames without prediction, up to kLtpConvergenceFrames
 };
 
 // After this many such frames, neither the history nor the overlap contains earlier samples, for any frame

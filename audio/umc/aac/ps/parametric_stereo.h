@@ -9,6 +9,7 @@
 #include "audio/umc/aac/ps/decorrelator.h"
 #include "audio/umc/aac/ps/hybrid.h"
 #include "audio/umc/aac/ps/mixing.h"
+#include "dsp/ipps_memory.h"
 
 namespace UMC::aac {
 
@@ -25,12 +26,12 @@ static_assert(std::is_trivially_copyable_v<PsState>);
 // Work area.
 struct PsScratch {
   PsHybridInput input;
-  PsMixer mixer;
-  float direct[2][kPsHybridBands];
-  float decorrelated[2][kPsHybridBands];
-  float powers[kPsHybridBands];
-  float gains[kPsHybridBands];
-  Ipp32fc split[2][kMaxPsSplitBands];
+  alignas(kIppsAlignment) PsMixer mixer;
+  alignas(kIppsAlignment) float direct[2][kPsHybridBands];
+  alignas(kIppsAlignment) float decorrelated[2][kPsHybridBands];
+  alignas(kIppsAlignment) float powers[kPsHybridBands];
+  alignas(kIppsAlignment) float gains[kPsHybridBands];
+  alignas(kIppsAlignment) Ipp32fc split[2][kMaxPsSplitBands];
 };
 static_assert(std::is_trivially_copyable_v<PsScratch>);
 

@@ -15,6 +15,7 @@
 #include "audio/umc/aac/sbr/hf_generator.h"
 #include "base/aac/layout.h"
 #include "base/bit_window.h"
+#include "dsp/ipps_memory.h"
 #include "dsp/ipps_sbr.h"
 #include "dsp/qmf_plan.h"
 
@@ -57,9 +58,9 @@ bool IsSbrComplete(const SbrElementState& element, std::uint32_t bits, bool hasH
 struct SbrScratch {
   SbrData data;
   SbrLevels levels[2];
-  alignas(16) Ipp32fc rows[kSbrRows][kQmfBands];
-  alignas(16) float work[kQmfWorkFloats];
-  alignas(16) Ipp32fc right[kIppsSbrSlots][kQmfBands];  // second channel of parametric stereo
+  alignas(kIppsAlignment) Ipp32fc rows[kSbrRows][kQmfBands];
+  alignas(kIppsAlignment) float work[kQmfWorkFloats];
+  alignas(kIppsAlignment) Ipp32fc right[kIppsSbrSlots][kQmfBands];  // second channel of parametric stereo
   PsScratch ps;
 };
 
@@ -76,8 +77,8 @@ struct SbrArea {
   PsState ps;
   int completeBlocks;  // consecutive ones up to and including the last, at most kSbrConvergenceBlocks
   SbrScratch scratch;
-  alignas(16) float output[kMaxChannels][kMaxSbrFrameLength];
-  alignas(16) float coupled[kMaxSbrFrameLength];
+  alignas(kIppsAlignment) float output[kMaxChannels][kMaxSbrFrameLength];
+  alignas(kIppsAlignment) float coupled[kMaxSbrFrameLength];
 };
 static_assert(std::is_trivially_copyable_v<SbrArea>);
 
