@@ -1,5 +1,5 @@
 // Recordings that run out of disk space.
-#include "tests/support/full_disk.h"
+#include "tests/support/posix/full_disk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/box_builder.h"
-#include "tests/support/full_disk.h"
+#include "tests/support/posix/full_disk.h"
 #include "tests/support/temp_folder.h"
 
 namespace fmp4 {
