@@ -6,6 +6,7 @@
 #include "base/user_error.h"
 #include "recording/paths.h"
 #include "tests/support/temp_folder.h"
+#include "vlutil.h"
 
 namespace fmp4 {
 
@@ -18,6 +19,12 @@ TEST(RecordingNames, AreThoseOfTheVideoWhereverMp4Is) {
   EXPECT_EQ(manifestPath("a.m4v"), "a.mpd");
   EXPECT_EQ(manifestPath("a.ismv"), "a.xml");
   EXPECT_EQ(audioPlaylistPath("a.m4a"), "aA.m3u8");
+}
+
+TEST(RecordingNames, ThatAreTooLongAreEmpty) {
+  const std::string longest(VL_MAX_PATH - 5, 'a');
+  EXPECT_EQ(withExtension(longest, ".m4v"), longest + ".m4v");
+  EXPECT_EQ(withExtension(longest + "a", ".m4v"), "");
 }
 
 class ExistingPaths : public testing::Test {
@@ -93,6 +100,13 @@ TEST_F(ExistingPaths, OfAManifestAreThoseOfTheVideoThatItNames) {
   put("list.mpd", "<MPD><Period>" + set + "audio/mp4\"><BaseURL>sound.m4a" + end + set +
                       "video/mp4\"><BaseURL>video.mp4" + end + "</Period></MPD>");
   EXPECT_EQ(mediaOf("list.mpd"), "video.mp4");
+}
+
+TEST_F(ExistingPaths, OfAManifestThatNamesNothingFollowFromItsName) {
+  put("show.mpd", "<MPD/>");
+  EXPECT_EQ(mediaOf("show.mpd"), "none");
+  put("show.m4v");
+  EXPECT_EQ(mediaOf("show.mpd"), "show.m4v");
 }
 
 TEST_F(ExistingPaths, OfTheNameThatWasGivenAreThoseThatWereRecorded) {

@@ -67,6 +67,20 @@ TEST(TimelineNotes, LeaveOutPausesOfBoth) {
                           "pauses"));
 }
 
+TEST(TimelineNotes, CountThePartOfAPauseThatIsAlone) {
+  EXPECT_THAT(timelineNotes(track({{2, 4}}), track({{0.5, 2.5}})),
+              ElementsAre("the video pauses for 2.000 s at 2.000 s, the audio does not",
+                          "the audio pauses for 2.000 s at 0.500 s, the video does not"));
+}
+
+TEST(TimelineNotes, AddNothingToAShortPause) {
+  EXPECT_THAT(timelineNotes(track({{4, 4.25}}), track({{1, 2}})),
+              ElementsAre("the audio pauses for 1.000 s at 1.000 s, the video does not"));
+  EXPECT_THAT(timelineNotes(track({{4, 4.25}}), track({{6, 7}})),
+              ElementsAre("the audio pauses for 1.000 s at 6.000 s, the video does not"));
+  EXPECT_THAT(timelineNotes(track({{2, 2.4}}), track({{2.3, 2.1}})), IsEmpty()) << "a step backwards";
+}
+
 }  // namespace
 
 }  // namespace fmp4
