@@ -210,6 +210,11 @@ TEST(FragmentIndex, AnIndexWithoutPayloadOrAnOffsetWithoutABoxIsRefused) {
   EXPECT_EQ(index.AddFragmentsAt(~0ull), Defect::BoxPastFile);
 }
 
+TEST(FragmentIndex, AnOffsetOfABoxWithoutASizeIsRefused) {
+  IndexedFile file(box("mdat", {zeros(16), videoFragment(1, 10)}));
+  EXPECT_EQ(file.build().AddFragmentsAt(8), Defect::BoxSizeZero);
+}
+
 TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
   const Bytes a = videoFragment(1, 10), b = videoFragment(2, 20);
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});

@@ -382,7 +382,7 @@ TEST(RunPlace, BeforeTheStartOfTheFileIsPastItsEnd) {
   traf.flags = kBaseOffset;
   traf.base = 10;
   traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
-  for (const auto& [offset, place] : {std::pair{-10, std::uint64_t{0}}, {-11, ~std::uint64_t{0}}}) {
+  for (const auto& [offset, place] : {std::pair{-10, std::uint64_t{0}}, {-20, ~std::uint64_t{0}}}) {
     traf.runs[0].dataOffset = static_cast<std::uint32_t>(offset);
     IndexedFile file(fragment(1, {traf}));
     FragmentIndex& index = file.build();
