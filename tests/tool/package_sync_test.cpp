@@ -211,11 +211,14 @@ TEST_F(InStep, ACutKeepsTheFramesFromItsKeyFrame) {
   for (std::size_t i = 0; i < 2; ++i) EXPECT_NEAR(tones[i], flashes[i], kHalfUnit + kFound) << i;
 }
 
-// Of its access units, as ffprobe has them.
+// Of its access units, as ffprobe has them, which adds empty lines.
 std::vector<std::string> audioSizes(const std::string& file) {
-  return linesOf(runOrThrow({"ffprobe", "-v", "error", "-select_streams", "a:0", "-show_entries",
-                             "packet=size", "-of", "csv=p=0", file})
-                     .out);
+  std::vector<std::string> sizes =
+      linesOf(runOrThrow({"ffprobe", "-v", "error", "-select_streams", "a:0", "-show_entries", "packet=size",
+                          "-of", "csv=p=0", file})
+                  .out);
+  std::erase(sizes, "");
+  return sizes;
 }
 
 // At 0.64 s frame 16 is shown, and 30 access units end, before which the encoder put one.
