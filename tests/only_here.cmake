@@ -5,6 +5,7 @@ set(VL_LINUX_TESTS
   # Resource limits, pipes, /dev/full and what other programs inherit: Windows has none of them, or Wine none.
   host/posix/file_test.cpp
   plugin/posix/full_disk_test.cpp
+  streaming/posix/playlist_writer_test.cpp
   tool/posix/full_output_test.cpp
   tool/posix/interrupt_test.cpp
   tool/posix/live_input_test.cpp

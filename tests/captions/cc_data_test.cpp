@@ -72,6 +72,12 @@ TEST(DistributionPacket, HasNoMoreConstructsThanItCanCount) {
   EXPECT_EQ(parseDistributionPacket(captions::distributionPacket(many, 30, 0)).size(), 31u);
 }
 
+TEST(DistributionPacket, EndsWhereItsLengthSays) {
+  Bytes packet = packetOf({kData});
+  packet[2] = 7 + 2 + 2 * 3;
+  EXPECT_EQ(parseDistributionPacket(packet), std::vector(kConstructs.begin(), kConstructs.begin() + 2));
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -348,6 +348,18 @@ TEST(Cea608, TabsEndInTheLastColumn) {
       "15:29:ab d");
 }
 
+TEST(Cea608, ARepetitionWhoseFirstByteIsAnotherIsForgivenIfDamaged) {
+  const Pair damaged = {static_cast<std::uint8_t>(pairOf(CR)[0] ^ 0x01), pairOf(CR)[1]};
+  EXPECT_EQ(shown(code(RU2) + chars("1") + once(CR) + Pairs{damaged} + chars("2")), "14:1:1|15:1:2");
+}
+
+TEST(Cea608, BackspaceAfterTabsDeletesTheLastColumnButOne) {
+  const Pairs row = kPaint + chars("abcdefghijklmnopqrstuvwxyz012345");
+  const Cea608Decoder decoder = decoded(row + code(pacIndent(15, 28)) + code(TO3) + code(TO2) + code(BS));
+  EXPECT_EQ(decoder.screen()[14][30].character, 0);
+  EXPECT_EQ(decoder.screen()[14][31].character, u'5');
+}
+
 }  // namespace
 
 }  // namespace fmp4

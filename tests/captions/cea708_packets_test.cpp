@@ -109,6 +109,37 @@ TEST(Cea708Packets, AreForgottenOnceComplete) {
   EXPECT_EQ(received.take(), List());
 }
 
+TEST(Cea708Packets, AnEmptyBlockOfTheExtendedServicesHasNoNumber) {
+  Received received;
+  received.add(constructs(packet(0, Bytes{7 << 5} + block(1, chars("a")))));
+  EXPECT_EQ(received.take(), List{"1:a"});
+}
+
+TEST(Cea708Packets, DataAfterAnInvalidStartMakeNoPacket) {
+  Received received;
+  const Bytes bytes = packet(0, block(1, chars("ab")) + Bytes{0});
+  std::vector<CcConstruct> all = constructs(bytes);
+  all[0].valid = false;
+  for (CcConstruct data : constructs(bytes)) {
+    data.type = CcType::PacketData;
+    all.push_back(data);
+  }
+  received.add(all);
+  EXPECT_EQ(received.take(), List());
+}
+
+TEST(Cea708Packets, EndlessDataAfterTheLargestAreIgnored) {
+  Received received;
+  const auto largest = constructs(packet(0, block(1, Bytes(31, 'a')) + block(1, Bytes(31, 'b')) +
+                                                block(1, Bytes(31, 'c')) + block(1, Bytes(30, 'd'))));
+  received.add(largest);
+  EXPECT_EQ(received.take().size(), 4u);
+  // Beyond the packet's bytes there are those of the object, which these would change.
+  received.add(std::vector(4, CcConstruct{CcType::PacketData, true, {0xFF, 0xFF}}));
+  received.add(constructs(packet(1, block(1, chars("next")))));
+  EXPECT_EQ(received.take(), List{"1:next"});
+}
+
 }  // namespace
 
 }  // namespace fmp4

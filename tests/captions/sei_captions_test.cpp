@@ -103,6 +103,13 @@ TEST(SeiCaptions, CountNoMoreConstructsThanTheirMessageHolds) {
   EXPECT_EQ(constructs, kConstructs);
 }
 
+TEST(SeiCaptions, ComeAfterNalUnitsOfNoBytes) {
+  // The type of SEI follows a length of 0 as the next length.
+  const Bytes unit = accessUnit({{}, {0x01, 2, 3, 4, 5, 6}, captionSei(kConstructs), {}}, 1);
+  ASSERT_EQ(unit[1], 6);
+  EXPECT_EQ(constructsInAccessUnit(unit, 1), kConstructs);
+}
+
 }  // namespace
 
 }  // namespace fmp4

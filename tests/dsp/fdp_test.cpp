@@ -128,6 +128,22 @@ TEST(Fdp, RejectsInvalidArguments) {
   EXPECT_EQ(ippStsNullPtrErr, ippsFDPInv_32f_I(nullptr, nullptr, 0, 0, nullptr));
 }
 
+TEST(Fdp, DoesNotPredictASignalTooWeakToEstimate) {
+  const Ipp16u offsets[] = {0, 1};
+  // Variances of 0.5, 1 and 1.5, by which k1 is 0.953125 / 1.5 in 16 bits.
+  for (const auto& [variance, expected] :
+       {std::pair{Ipp16u{0x3F00}, 0.0f}, {kOne, 0.0f}, {Ipp16u{0x3FC0}, 8 * 163 / 256.0f}}) {
+    IppsFDPState_32f state;
+    ASSERT_EQ(ippStsNoErr, ippsFDPInit_32f(&state));
+    state.variance1[0] = variance;
+    state.correlation1[0] = kOne;
+    state.r0[0] = 0x4100;  // 8
+    float line = 0;
+    ASSERT_EQ(ippStsNoErr, ippsFDPInv_32f_I(&line, offsets, 1, 1, &state));
+    EXPECT_EQ(expected, line);
+  }
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <numbers>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "dsp/ipps_sbr.h"
@@ -359,6 +360,21 @@ TEST(SbrPrediction, FindsTheCoefficientsOfARecursion) {
     EXPECT_LT(std::abs(At(alpha0[k]) + a), 1e-3);
     EXPECT_LT(std::abs(At(alpha1[k]) + b), 1e-3);
   }
+}
+
+// x[n] = 5 x[n - 2], of which the first coefficient is 0.
+TEST(SbrPrediction, IsZeroWhereTheSecondCoefficientAloneIsTooLarge) {
+  std::vector<Ipp32fc> samples(40 * kIppsSbrBands);
+  auto* rows = reinterpret_cast<Row*>(samples.data());
+  double before2 = 1e-12, before1 = 2e-12;
+  for (auto* row = rows; row != rows + 40; ++row) {
+    row[0][0] = {static_cast<float>(before2), 0};
+    before2 = std::exchange(before1, 5 * before2);
+  }
+  Ipp32fc alpha0, alpha1;
+  ASSERT_EQ(ippStsNoErr, ippsPredictCoef_SBR_C_32fc_D2L(rows, 38, 1, &alpha0, &alpha1));
+  EXPECT_EQ(Complex(), At(alpha0));
+  EXPECT_EQ(Complex(), At(alpha1));
 }
 
 TEST(SbrPrediction, IsZeroForSilenceAndForGrowingSignals) {

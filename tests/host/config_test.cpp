@@ -79,6 +79,12 @@ TEST_F(Config, FailedSaveKeepsTheValues) {
   EXPECT_EQ(textOf(m_store), "K\\A=2\n");
 }
 
+TEST_F(Config, StoreOfTheLargestSizeIsRead) {
+  const std::string setting = "\nK\\A=1\n";
+  writeStore(std::string((1 << 20) - setting.size(), '#') + setting);
+  EXPECT_EQ(get("K", "A"), 1u);
+}
+
 TEST_F(Config, OversizedStoreIsLeftUnchanged) {
   const std::string large((1 << 20) + 1, '#');
   writeStore(large);

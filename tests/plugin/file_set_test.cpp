@@ -68,6 +68,37 @@ TEST(FileSet, AnAudioOnlyOpenUsesTheNameAsTheAudioFile) {
   EXPECT_EQ(files.video, "");
 }
 
+// Loads a manifest of one representation beside files of these names.
+FileSet loaded(const Folder& folder, const std::string& adaptationSets) {
+  const std::string text = "<MPD><Period>" + adaptationSets + "</Period></MPD>";
+  writeFile(folder.file("list.mpd"), {text.begin(), text.end()});
+  FileSet files = folder.find("list.mpd");
+  LastManifest last;
+  EXPECT_NE(loadManifest(files, last), nullptr);
+  return files;
+}
+
+TEST(FileSet, AReferenceIsDecodedIfThereIsAFileOfThatName) {
+  const Folder folder;
+  const std::string sets =
+      "<AdaptationSet><Representation mimeType=\"video/mp4\"><BaseURL>a%20b.mp4</BaseURL>"
+      "</Representation></AdaptationSet>";
+  folder.make({"a%20b.mp4"});
+  EXPECT_EQ(loaded(folder, sets).video, folder.file("a%20b.mp4"));
+  folder.make({"a b.mp4"});
+  EXPECT_EQ(loaded(folder, sets).video, folder.file("a b.mp4"));
+}
+
+TEST(FileSet, AManifestThatNamesNoAudioKeepsWhatItsNameGives) {
+  const Folder folder;
+  folder.make({"clip.m4v", "list.m4a"});
+  const FileSet files = loaded(folder,
+                               "<AdaptationSet><Representation mimeType=\"video/mp4\">"
+                               "<BaseURL>clip.m4v</BaseURL></Representation></AdaptationSet>");
+  EXPECT_EQ(files.video, folder.file("clip.m4v"));
+  EXPECT_EQ(files.audio, folder.file("list.m4a"));
+}
+
 }  // namespace
 
 }  // namespace fmp4

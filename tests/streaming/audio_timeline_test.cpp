@@ -172,6 +172,14 @@ TEST(AudioTimeline, TracksLongerThanAStoredStartAreFoundEverywhere) {
   }
 }
 
+TEST(AudioTimeline, FragmentsOfNoUnitsAtTheEndContainNone) {
+  Timed timed(join({audioFragment(1, {{1024, 1024}}), audioFragment(2, {{}}), audioFragment(3, {{}})}));
+  const auto last = timed.timeline.find(timed.index, 9999);
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->number, 1u);
+  EXPECT_EQ(last->fragmentIndex, 0u);
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -226,6 +226,65 @@ TEST(Cc608Reader, ASampleUpToTheFilesEndIsRead) {
   EXPECT_EQ(captions.file.bytes.back(), 0x82) << "the pair is the last of the file";
 }
 
+TEST(Cc608Reader, AFrameAfterTheLastSampleOfARunIsInTheLast) {
+  // Four samples of a frame and a half each, six frames in all.
+  TrafSpec traf;
+  traf.trackId = 3;
+  RunSpec run{kRunDataOffset | kRunSize, {}};
+  for (std::uint32_t i = 0; i < 4; ++i) run.samples.push_back(captionSample(pairs(1 + i, 1), 0));
+  traf.runs = {run};
+  traf.flags = kBaseIsMoof | kDefaultDuration;
+  traf.duration = 1502;
+  CaptionFile captions(fragment(1, {traf}));
+  for (const auto& [frame, sample] : {std::pair{2u, 2u}, {3u, 3u}, {5u, 3u}}) {
+    ASSERT_TRUE(seekCc608Sample(captions.index, frame, captions.reader.cursor).ok());
+    EXPECT_EQ(captions.reader.cursor.sampleIndex(), sample) << frame;
+  }
+}
+
+TEST(Cc608Reader, ASamplePastTheTracksBytesGivesNoCaptions) {
+  TrafSpec traf;
+  traf.trackId = 3;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, {captionSample(pairs(1, 2), 2)}},
+               RunSpec{kRunDataOffset | kRunSize | kRunDuration, {captionSample(pairs(3, 2), 2)}}};
+  IndexedFile measured(fragment(1, {traf}));
+  TrackCursor cursor = measured.with(kCc608Track, 30000, trackDefaults(1001)).cursor(kCc608Track);
+  ASSERT_TRUE(cursor.locateFragment(measured.build(), 0, 0).ok());
+  const auto first = static_cast<std::uint32_t>(cursor.truns()[0]->dataOffset);
+  // All eight bytes of the track before the second run, and one fewer than its sample has.
+  for (const auto& [distance, result] : {std::pair{4u, Defect::None}, {5u, Defect::SampleMissing}}) {
+    traf.runs[1].dataOffset = first + distance;
+    CaptionFile captions(join({fragment(1, {traf}), box("free", {zeros(100)})}));
+    LogCapture log;
+    EXPECT_EQ(SeekCc608Frame(captions.index, 2, captions.reader), result) << distance;
+  }
+}
+
+TEST(Cc608Reader, ABoxOfNothingHasNoPairs) {
+  CaptionFile captions(
+      captionFragment(1, 0, {{captionSample(box("cdat"), 2), captionSample(pairs(3, 2), 2)}}));
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 0, captions.reader).ok());
+  EXPECT_EQ(captions.reader.ccFrame, 2u) << "the next sample";
+}
+
+TEST(Cc608Reader, ABoxHasThePairsAfterItsHeaderAlone) {
+  CaptionFile captions(join({captionFragment(1, 0, {{captionSample(box("cdat", {pairs(1, 2)}), 4)}}),
+                             captionFragment(2, 4, {{captionSample(pairs(5, 1), 1)}})}));
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 0, captions.reader).ok());
+  EXPECT_EQ(captions.reader.pending, 4u);
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 2, captions.reader).ok());
+  EXPECT_EQ(captions.reader.ccFrame, 4u);
+  EXPECT_EQ(captions.reader.cursor.position, 4u);
+}
+
+TEST(Cc608Reader, TheNextSampleOfARunStartsAfterTheDurationOfTheOneBefore) {
+  CaptionFile captions(
+      captionFragment(1, 0, {{captionSample(pairs(1, 1), 4), captionSample(pairs(3, 2), 2)}}));
+  ASSERT_TRUE(SeekCc608Frame(captions.index, 2, captions.reader).ok());
+  EXPECT_EQ(captions.reader.ccFrame, 4u);
+  EXPECT_EQ(captions.reader.cursor.position, 4u);
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -56,6 +56,7 @@ std::vector<Layout> layouts() {
       {"a header without its number",
        box("moof", {box("mfhd", {zeros(6)}), box("traf", {trackHeader(1), run})}), true},
       {"no header", box("moof", {box("traf", {trackHeader(1), run})}), true},
+      {"two headers", box("moof", {header(3), header(4), box("traf", {trackHeader(1), run})}), true},
       {"a track fragment of a header only",
        box("moof", {header(3), box("traf", {trackHeader(9)}), box("traf", {trackHeader(1), run})}), true},
       {"a track header after the runs", box("moof", {header(3), box("traf", {run, trackHeader(9)})}), true},
@@ -153,6 +154,25 @@ TEST(FragmentCounter, WalkingAndTheTreeGiveTheSameIndex) {
       EXPECT_EQ(a.cc608Frames, b.cc608Frames) << file.path();
     }
   }
+}
+
+TEST(FragmentCounter, NothingIsLeftOfTheFragmentBefore) {
+  std::array<IndexedTrack, kTrackRoles> tracks;
+  tracks[kVideoTrack] = {1, 30000, nullptr};
+  FragmentCounter counter(tracks, {30000, 1001});
+  const auto counts = [&counter](const Bytes& moof) {
+    const FragmentCounts* const counts = counter.countBytes(moof);
+    EXPECT_NE(counts, nullptr);
+    return counts ? *counts : FragmentCounts{};
+  };
+  const Bytes largest = sizes(2, join({u32(10), u32(300)})), small = sizes(1, u32(20));
+  const FragmentCounts first = counts(box("moof", {header(3), box("traf", {trackHeader(1), largest})}));
+  EXPECT_EQ(first.sequenceNumber, 3u);
+  EXPECT_EQ(first.largestVideoSample, 300u);
+  const FragmentCounts second = counts(box("moof", {box("traf", {trackHeader(1), small})}));
+  EXPECT_FALSE(second.hasHeader);
+  EXPECT_EQ(second.sequenceNumber, 0u);
+  EXPECT_EQ(second.largestVideoSample, 20u);
 }
 
 }  // namespace

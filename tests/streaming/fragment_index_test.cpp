@@ -210,6 +210,11 @@ TEST(FragmentIndex, AnIndexWithoutPayloadOrAnOffsetWithoutABoxIsRefused) {
   EXPECT_EQ(index.AddFragmentsAt(~0ull), Defect::BoxPastFile);
 }
 
+TEST(FragmentIndex, AnOffsetOfABoxWithoutASizeIsRefused) {
+  IndexedFile file(box("mdat", {zeros(16), videoFragment(1, 10)}));
+  EXPECT_EQ(file.build().AddFragmentsAt(8), Defect::BoxSizeZero);
+}
+
 TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
   const Bytes a = videoFragment(1, 10), b = videoFragment(2, 20);
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});
@@ -314,6 +319,53 @@ TEST(FragmentIndex, DescendingNumbersCostNoMoreThanAscendingOnes) {
   IndexedFile file(content);
   FragmentIndex& index = file.build();
   EXPECT_EQ(index.fragmentCount(), 1u);
+}
+
+TEST(FragmentIndex, AReferenceThatBeginsWithKnownFragmentsAddsTheOthers) {
+  const Bytes a = videoFragment(1, 5), b = videoFragment(2, 6);
+  const auto first = static_cast<std::uint32_t>(a.size());
+  const Bytes both = sidxBox({{static_cast<std::uint32_t>(a.size() + b.size())}});
+  IndexedFile file(join({sidxBox({{first}}, static_cast<std::uint32_t>(both.size())), both, a, b}));
+  EXPECT_EQ(file.build().total(kVideoTrack), 11u);
+}
+
+TEST(FragmentIndex, AReferenceToNoBoxEndsItsIndex) {
+  const Bytes a = videoFragment(1, 5), b = videoFragment(2, 6);
+  for (const Bytes& none : {zeros(16), join({u32(4), zeros(12)})}) {
+    const std::vector<ReferenceSpec> references = {{static_cast<std::uint32_t>(a.size())},
+                                                   {static_cast<std::uint32_t>(none.size())},
+                                                   {static_cast<std::uint32_t>(b.size())}};
+    // Inside another box, where a walk over the file does not come.
+    const Bytes index = sidxBox(references, 8);
+    IndexedFile file(join({index, hidden(join({a, none, b}))}));
+    EXPECT_EQ(file.build().total(kVideoTrack), 5u);
+  }
+}
+
+TEST(FragmentIndex, LargestVideoSampleIsThatOfAnyFragment) {
+  IndexedFile file(join({videoFragment(1, 1), videoFragment(2, 1)}));
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(500, 1)}}};
+  IndexedFile descending(join({fragment(1, {traf}), videoFragment(2, 1)}));
+  EXPECT_EQ(file.build().largestVideoSample(), 10u);
+  EXPECT_EQ(descending.build().largestVideoSample(), 500u);
+}
+
+TEST(FragmentIndex, PlacesAreRightAfterFragmentsAreAdded) {
+  const Bytes first = videoFragment(1, 1);
+  Bytes others;
+  for (std::uint32_t i = 2; i <= 200; ++i) others = join({others, videoFragment(i, 1)});
+  const Bytes named = sidxBox({{static_cast<std::uint32_t>(others.size())}});
+  // Boxes of hidden fragments are read as far as they are no longer than the file.
+  IndexedFile file(join({first, hidden(join({named, others, zeros(20000)}))}));
+  FragmentIndex& index = file.build();
+  EXPECT_EQ(index.total(kVideoTrack), 1u);
+  ASSERT_TRUE(index.AddFragmentsAt(first.size() + 8).ok());
+  EXPECT_EQ(index.total(kVideoTrack), 200u);
+  for (const std::uint64_t frame : {0u, 1u, 63u, 64u, 65u, 127u, 128u, 199u}) {
+    EXPECT_EQ(index.find(kVideoTrack, frame).fragmentIndex, frame);
+    EXPECT_EQ(index.find(kVideoTrack, frame).start, frame);
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "tests/support/comma_locale.h"
 #include "tests/support/controlled_new.h"
 #include "tests/support/same_manifest.h"
+#include "tests/support/temp_folder.h"
 #include "tests/support/turkish_locale.h"
 
 namespace fmp4 {
@@ -287,6 +288,25 @@ TEST(ParseFrameRate, DoesNotDependOnTheLocale) {
   EXPECT_EQ(parseFrameRate("29.97").numerator, 2997u);
   EXPECT_EQ(parseFrameRate("29.97").denominator, 100u);
   EXPECT_FALSE(parseFrameRate("29,97").known());
+}
+
+TEST(ManifestDocument, OfTheLargestSizeIsTakenWhole) {
+  std::string text = "<MPD></MPD>";
+  text.insert(5, kMaxManifestBytes - text.size(), ' ');
+  EXPECT_TRUE(parses(text));
+  text.insert(5, 1, ' ');
+  EXPECT_FALSE(parses(text));
+}
+
+TEST(ManifestDocument, OfAFileThatIsTooLongIsNotRead) {
+  const TempFolder folder;
+  writeFile(folder.file("long.mpd"), {});
+  std::filesystem::resize_file(folder.path() / "long.mpd", kMaxManifestBytes + 1);
+  tinyxml2::XMLDocument document;
+  SegmentRuns runs;
+  const CountingNew counting;
+  EXPECT_FALSE(loadManifestDocument(folder.file("long.mpd").c_str(), document, runs));
+  EXPECT_LT(counting.peakBytes(), 1'000'000u);
 }
 
 }  // namespace

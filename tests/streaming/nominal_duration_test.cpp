@@ -103,6 +103,15 @@ TEST(NominalDuration, AFragmentOfMillionsOfDurationsCostsBoundedMemory) {
   EXPECT_EQ(nominal.value(), 7u) << "the first 65,536 decide for all";
 }
 
+TEST(NominalDuration, FragmentsOfNoSamplesAreNotCounted) {
+  NominalDuration nominal;
+  for (int i = 0; i < 64; ++i) {
+    nominal.addSamples(500, 0);
+    nominal.endFragment();
+  }
+  EXPECT_FALSE(nominal.converged());
+}
+
 }  // namespace
 
 }  // namespace fmp4

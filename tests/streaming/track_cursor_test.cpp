@@ -377,6 +377,62 @@ TEST(TrackDefaultsOfAMovie, AreTheFirstOfATrack) {
   EXPECT_EQ(defaultsOfTrack(defaults, 3), nullptr);
 }
 
+TEST(RunPlace, BeforeTheStartOfTheFileIsPastItsEnd) {
+  TrafSpec traf;
+  traf.flags = kBaseOffset;
+  traf.base = 10;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  for (const auto& [offset, place] : {std::pair{-10, std::uint64_t{0}}, {-20, ~std::uint64_t{0}}}) {
+    traf.runs[0].dataOffset = static_cast<std::uint32_t>(offset);
+    IndexedFile file(fragment(1, {traf}));
+    FragmentIndex& index = file.build();
+    TrackCursor cursor = file.cursor(kVideoTrack);
+    ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
+    EXPECT_EQ(cursor.runOffset(), place);
+  }
+}
+
+TEST(TrackFragments, TakeTheFirstOfTwoDecodeTimes) {
+  const Bytes moof =
+      box("moof", {fullBox("mfhd", 0, 0, {u32(1)}),
+                   box("traf", {fullBox("tfhd", 0, kBaseIsMoof, {u32(1)}), fullBox("tfdt", 0, 0, {u32(1000)}),
+                                fullBox("tfdt", 0, 0, {u32(2000)}), fullBox("trun", 0, 0, {u32(1)})})});
+  IndexedFile file(moof);
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  FragmentIndex& index = file.build();
+  cursor = file.cursor(kVideoTrack);
+  ASSERT_TRUE(cursor.locateFragment(index, 0, 0).ok());
+  ASSERT_NE(cursor.tfdt(), nullptr);
+  EXPECT_EQ(cursor.tfdt()->baseMediaDecodeTime, 1000u);
+}
+
+TEST(SampleAtTime, PastARunIsItsEnd) {
+  mp4::TrackRunBox run;
+  run.resize(3);
+  const mp4::TrackExtendsBox trex = trackDefaults(10);
+  const SampleDefaults defaults(nullptr, &trex);
+  EXPECT_EQ(sampleAtTime(run, 29, defaults).index, 2u);
+  for (const std::uint64_t time : {std::uint64_t{30}, std::uint64_t{1000}, ~std::uint64_t{0}}) {
+    EXPECT_EQ(sampleAtTime(run, time, defaults).index, 3u) << time;
+    EXPECT_EQ(sampleAtTime(run, time, defaults).start, 30u) << time;
+  }
+}
+
+// The file changed after it was indexed.
+TEST(SeekVideoFrame, ToASampleThatIsNoMoreThereClearsTheCursor) {
+  IndexedFile file(join({twoRuns(1), twoRuns(2)}));
+  FragmentIndex& index = file.build();
+  TrackCursor cursor = file.cursor(kVideoTrack);
+  ASSERT_TRUE(SeekVideoFrame(index, 0, cursor).ok());
+  const Bytes type = text("trun");
+  const auto last = std::find_end(file.bytes.begin(), file.bytes.end(), type.begin(), type.end());
+  ASSERT_EQ(last[11], 2) << "samples of the last run";
+  last[11] = 1;
+  EXPECT_EQ(SeekVideoFrame(index, 9, cursor), Defect::SampleMissing);
+  EXPECT_FALSE(cursor.loaded());
+  EXPECT_EQ(cursor.moof(), nullptr);
+}
+
 }  // namespace
 
 }  // namespace fmp4

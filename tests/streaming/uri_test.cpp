@@ -34,6 +34,10 @@ TEST(Uri, AnEncodedZeroDoesNotTruncateAName) {
   EXPECT_EQ(nameOfUri("a%00b%20c.m4v"), "a%00b c.m4v");
 }
 
+TEST(Uri, EncodesTheCharactersBeforeTheSpace) {
+  EXPECT_EQ(uriOfName("\x1E\x1F!"), "%1E%1F!");
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -34,6 +34,15 @@ TEST(AccessUnitDefect, OfIntactUnitsIsNone) {
   EXPECT_EQ(accessUnitDefect(nalUnit({0x65, 0x88, 0x84, 0, 0, 3, 1, 0x80, 0, 0, 0}), 4), "");
 }
 
+// Exp-Golomb numbers of an IDR slice: its first macroblock, its type and its parameter set.
+TEST(AccessUnitDefect, OfSliceHeadersIsANumberThatIsTooLarge) {
+  const std::string defect = "NAL unit 1 has a slice header that cannot be";
+  EXPECT_EQ(accessUnitDefect(nalUnit({0x65, 0xC0, 0x20, 0x1F, 0x80}), 4), "") << "parameter set 255";
+  EXPECT_EQ(accessUnitDefect(nalUnit({0x65, 0xC0, 0x20, 0x3F, 0x80}), 4), defect) << "parameter set 256";
+  EXPECT_EQ(accessUnitDefect(nalUnit({0x65, 0, 0, 0x3F, 0xFF, 0xFF, 0xFF, 0xFF, 0x80}), 4), defect)
+      << "macroblock 524286";
+}
+
 TEST(AccessUnitDefect, NamesTheUnitAndWhatIsWrong) {
   const auto second = [](const Bytes& unit) {
     return accessUnitDefect(join({nalUnit({0x09, 0xF0}), unit}), 4);

@@ -80,6 +80,39 @@ TEST_F(FolderListing, ManifestWithMediaOfItsNameIsARecording) {
               ElementsAre("media alone.m4v alone.m4v    1", "recording smooth smooth.ismv smooth.xml   3"));
 }
 
+TEST_F(FolderListing, NameThatEndsInAIsOfAudioOnlyBesideItsRecording) {
+  put("sagA.m3u8", kEndedList);
+  EXPECT_THAT(lines(), ElementsAre("recording sagA   sagA.m3u8  0"));
+  put("sag.m3u8", kEndedList);
+  EXPECT_THAT(lines(), ElementsAre("recording sag   sag.m3u8 sagA.m3u8 0"));
+  put("sagA.m4v", "1");
+  EXPECT_THAT(lines(),
+              ElementsAre("recording sag   sag.m3u8 sagA.m3u8 0", "recording sagA sagA.m4v  sagA.m3u8  1"));
+}
+
+TEST_F(FolderListing, RecordingWithoutMediaIsAskedForByItsManifest) {
+  put("lost.m3u8", kEndedList);
+  put("lost.mpd", "<MPD/>");
+  EXPECT_THAT(lines(), ElementsAre("recording lost lost.mpd lost.mpd lost.m3u8  0"));
+}
+
+TEST_F(FolderListing, RecordingIsAsNewAsTheNewestOfItsFiles) {
+  put("news.m4v", "1", 3);
+  put("news.m3u8", kEndedList, 1);
+  put("other.mp4", "1", 2);
+  EXPECT_EQ(json()["files"][0]["name"], "news");
+}
+
+TEST_F(FolderListing, PlaylistIsNotReadAgainAfterOtherFolders) {
+  const std::string ended = kEndedList;
+  put("news.m3u8", ended);
+  put("b/inner.mp4", "12");
+  EXPECT_THAT(lines(), ElementsAre("recording news   news.m3u8  0"));
+  EXPECT_EQ(lines("b").size(), 1u);
+  put("news.m3u8", std::string(ended.size(), ' '));
+  EXPECT_THAT(lines(), ElementsAre("recording news   news.m3u8  0"));
+}
+
 TEST_F(FolderListing, NewestComesFirstAndNamesDecideBetweenEqualTimes) {
   put("b.mp4", "1", 1);
   put("a.mp4", "1", 1);

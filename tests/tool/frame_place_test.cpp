@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/user_error.h"
+#include "tool/host/frame_selection.h"
 
 namespace fmp4 {
 
@@ -25,6 +26,7 @@ std::uint32_t frameOf(const char* text, const FrameRate& rate) {
 TEST(FramePlace, IsAFrameNumber) {
   EXPECT_EQ(frameOf("0", kPal), 0u);
   EXPECT_EQ(frameOf("4294967295", kPal), 4294967295u);
+  EXPECT_EQ(frameOf("7", FrameRate{}), 7u) << "whatever the rate";
 }
 
 TEST(FramePlace, IsTheFrameShownAtATime) {
@@ -80,6 +82,16 @@ TEST(FramePlace, IsNothingElse) {
                            " 1",         "1 ",           "0x10",
                            "10000:00:00"})
     EXPECT_FALSE(FramePlace::parse(text)) << text;
+}
+
+TEST(FrameSelection, OfADurationHasAFrameAtLeast) {
+  FrameSelection selection;
+  selection.from = *FramePlace::parse("10");
+  selection.count = FramePlace::parse("0.001s");
+  EXPECT_EQ(selection.range(kPal).from, 10u);
+  EXPECT_EQ(selection.range(kPal).count, 1u);
+  selection.count = FramePlace::parse("0.119s");
+  EXPECT_EQ(selection.range(kPal).count, 3u);
 }
 
 }  // namespace

@@ -211,6 +211,29 @@ TEST_F(InStep, ACutKeepsTheFramesFromItsKeyFrame) {
   for (std::size_t i = 0; i < 2; ++i) EXPECT_NEAR(tones[i], flashes[i], kHalfUnit + kFound) << i;
 }
 
+// Of its access units, as ffprobe has them, which adds empty lines.
+std::vector<std::string> audioSizes(const std::string& file) {
+  std::vector<std::string> sizes =
+      linesOf(runOrThrow({"ffprobe", "-v", "error", "-select_streams", "a:0", "-show_entries", "packet=size",
+                          "-of", "csv=p=0", file})
+                  .out);
+  std::erase(sizes, "");
+  return sizes;
+}
+
+// At 0.64 s frame 16 is shown, and 30 access units end, before which the encoder put one.
+TEST_F(InStep, AnAccessUnitThatBeginsWithTheFirstFrameIsKept) {
+  const std::string file = made(Options{"-f", "lavfi", "-i", "testsrc2=size=160x90:rate=25", "-f", "lavfi",
+                                        "-i", "anoisesrc=sample_rate=48000:seed=1", "-t", "2"} +
+                                h264Codec(16, 0) + Options{"-c:a", "aac"});
+  const std::string output = folder_.file("out.mp4");
+  ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", output, "--start", "16"}).exitCode, 0);
+  std::vector<std::string> expected = audioSizes(file);
+  ASSERT_GT(expected.size(), 90u);
+  expected.erase(expected.begin(), expected.begin() + 31);
+  EXPECT_EQ(audioSizes(folder_.file("out.m4a")), expected);
+}
+
 TEST_F(InStep, APartOfTheSource) {
   const std::string file = source(2);
   ASSERT_EQ(fmp4({"--quiet", "package", file, "--output", folder_.file("out.mp4"), "--start", "25", "--count",

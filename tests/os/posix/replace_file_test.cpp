@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -44,6 +45,16 @@ TEST(ReplaceFile, KeepsASymbolicLink) {
   EXPECT_TRUE(replaced(folder.file("link.txt"), "new"));
   EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.txt")));
   EXPECT_EQ(contentOf(folder.file("real.txt")), "new");
+}
+
+TEST(ReplaceFile, PassesOverTemporaryFilesThatWereLeftBehind) {
+  const TempFolder folder;
+  const std::string path = folder.file("list.txt");
+  const std::string start = path + "." + std::to_string(getpid()) + "-";
+  for (int i = 0; i < 1000; ++i) writeFile(start + std::to_string(i), {'x'});
+  EXPECT_TRUE(replaced(path, "new"));
+  EXPECT_EQ(contentOf(path), "new");
+  EXPECT_EQ(contentOf(start + "0"), "x");
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // Recordings that run out of disk space.
+#include "tests/support/posix/full_disk.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 
@@ -18,25 +18,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-// No file grows beyond `bytes` during its lifetime: a write past the limit is truncated.
-class FullDisk {
- public:
-  explicit FullDisk(std::uint64_t bytes) {
-    signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &old_);
-    rlimit small = old_;
-    small.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &old_);
-    signal(SIGXFSZ, SIG_DFL);
-  }
-
- private:
-  rlimit old_ = {};
-};
 
 TEST(BadRecording, AFullDeviceCannotBeOpenedForWriting) {
   const TempFolder folder;
