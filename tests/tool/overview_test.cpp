@@ -54,7 +54,7 @@ void makeSound(const std::string& path) {
 void scan(const std::string& path, Overview& overview) {
   const Plugin plugin("vlx_fmp4");
   const MediaFile file = plugin.openQuietly(path);
-  EXPECT_TRUE(scanOverview(*file, path, overview, {}));
+  EXPECT_TRUE(scanOverview(plugin, *file, path, overview, {}));
 }
 
 // One row of `fmp4 frames`.
@@ -308,9 +308,9 @@ TEST(Scan, ThatIsStoppedEndsAtOnce) {
   bool enough = false;
   watch.progress = [&enough](std::uint64_t done, std::uint64_t) { enough = done > 300 + 200; };
   watch.stopped = [&enough] { return enough; };
-  EXPECT_FALSE(scanOverview(*file, path, overview, watch));
+  EXPECT_FALSE(scanOverview(plugin, *file, path, overview, watch, {2, 100}));
   EXPECT_EQ(overview.progress().frames, 300u);
-  EXPECT_EQ(overview.progress().audioCells, 210u);
+  EXPECT_EQ(overview.progress().audioCells, 300u);
 }
 
 // Overviews as the page asks for them.

@@ -102,7 +102,7 @@ void Overviews::read(Job& job) {
   const MediaFile file = plugin_.openQuietly(job.file);
   ScanWatch watch;
   watch.stopped = [&job] { return job.stopped.load(); };
-  if (!scanOverview(*file, job.file, *job.overview, watch)) return;
+  if (!scanOverview(plugin_, *file, job.file, *job.overview, watch)) return;
   job.overview->complete();
   cache_.store(job.file, job.key, job.overview->finest());
 }
