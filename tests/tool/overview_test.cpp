@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <thread>
 
 #include "tests/support/environment.h"
@@ -280,6 +281,32 @@ TEST(OverviewCaptions, ThatAreTooManyAreOne) {
   EXPECT_THAT(overview.captions(0, 300'000, 2000).at("CC1"), SizeIs(1001));
   EXPECT_THAT(overview.captions(0, 300'000, 1000).at("CC1"),
               ElementsAre(TextCue{0, 99'990, ""}, TextCue{200'000, 200'090, "alone"}));
+}
+
+// Random samples, and more of the loudest than are added up at once.
+TEST(OverviewCells, OfAnyChannelsAndLengthAreTheirPeakAndMeanSquare) {
+  std::mt19937 random(1);
+  for (std::size_t channels = 1; channels <= kMaxOverviewChannels; ++channels)
+    for (const std::size_t frames : {0, 1, 15, 16, 441, 480, 1100}) {
+      std::vector<std::int16_t> samples(frames * channels);
+      for (std::int16_t& sample : samples) sample = static_cast<std::int16_t>(random());
+      const auto cells = AudioCell::ofFrames(samples.data(), frames, channels);
+      for (std::size_t channel = 0; channel < channels; ++channel) {
+        int peak = 0;
+        std::uint64_t squares = 0;
+        for (std::size_t i = channel; i < samples.size(); i += channels) {
+          peak = std::max(peak, std::abs(int{samples[i]}));
+          squares += static_cast<std::uint64_t>(std::int64_t{samples[i]} * samples[i]);
+        }
+        const double mean = frames == 0 ? 0 : static_cast<double>(squares) / static_cast<double>(frames);
+        EXPECT_EQ(cells[channel], (AudioCell{static_cast<std::uint16_t>(peak),
+                                             static_cast<std::uint16_t>(std::lround(std::sqrt(mean)))}))
+            << channels << ' ' << frames;
+      }
+    }
+  const std::vector<std::int16_t> loudest(5'000'000, -32768);
+  EXPECT_EQ(AudioCell::ofFrames(loudest.data(), loudest.size(), 1)[0], (AudioCell{32768, 32768}));
+  EXPECT_EQ(AudioCell::ofFrames(loudest.data(), loudest.size() / 2, 2)[1], (AudioCell{32768, 32768}));
 }
 
 TEST(CellLevels, ThatGrowAreThoseThatAreMadeAtOnce) {

@@ -56,10 +56,11 @@ void AudioRangeReader::addBlock(std::uint64_t cell, AudioRange& range) {
   const bool delivered = deliver(from, to);
   for (std::uint64_t each = cell; each < end; ++each) {
     const std::uint64_t first = startOfCell(streams_, each), after = startOfCell(streams_, each + 1);
+    const auto cells =
+        AudioCell::ofFrames(block_.data() + static_cast<std::size_t>(first - from) * streams_.channels,
+                            static_cast<std::size_t>(after - first), streams_.channels);
     for (std::size_t channel = 0; channel < streams_.channels; ++channel)
-      range.cells[channel].push_back(AudioCell::ofSamples(
-          block_.data() + static_cast<std::size_t>(first - from) * streams_.channels + channel,
-          static_cast<std::size_t>(after - first), streams_.channels));
+      range.cells[channel].push_back(cells[channel]);
   }
   if (delivered) {
     if (descriptor_.lostUnits != 0)
