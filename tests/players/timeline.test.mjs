@@ -324,6 +324,27 @@ test('captions are read where they are displayed', async () => {
   await viewer.close();
 });
 
+test('captions that a recording in progress begins with later can be switched on', async () => {
+  const page = await browser.newPage();
+  let begun = false;
+  await page.route('**/files.json*', async (route) => {
+    const response = await route.fetch(), text = await response.text();
+    await route.fulfill({response, body: text.replace(/("inProgress": *)false/g, '$1true')});
+  });
+  await page.route('**/data/describe/**', async (route) => {
+    const response = await route.fetch(), description = await response.json();
+    await route.fulfill({response, json: {...description, captions608: begun, captions708: false}});
+  });
+  const described = page.waitForResponse('**/data/describe/captions.m4v');
+  await page.goto(`${server.address}#captions`);
+  await described;
+  await page.waitForFunction(() => document.getElementById('video').readyState >= 2);
+  assert.equal(await page.isDisabled('#captions'), true);
+  begun = true;
+  await page.waitForFunction(() => !document.getElementById('captions').disabled, null, {timeout: 60_000});
+  await page.close();
+});
+
 // Browsers now and then leave out the report of the picture that a seek ends with.
 test('the frame number is right when no picture is reported', async () => {
   const viewer = await openRead('clip.mp4');
