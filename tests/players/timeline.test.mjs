@@ -250,7 +250,6 @@ test('the lanes fit windows of 360 to 2560 pixels', async () => {
       across: document.getElementById('overview').clientWidth,
     }));
     assert.ok(cells > across / 4 && cells <= 4 * (across + 2), `${cells} cells of four lanes, ${across} pixels wide`);
-    if (shots) await viewer.page.screenshot({path: path.join(shots, `timeline-${width}.png`)});
   }
   await viewer.close();
 });
@@ -287,7 +286,6 @@ test('lanes are told from their background in light and dark', async () => {
     for (const colour of others)
       assert.ok(contrast(colour, panel) >= 3, `${colour} on ${panel}, ${colorScheme}: ${contrast(colour, panel)}`);
     seen.push(String(panel), ...others.map(String));
-    if (shots) await viewer.page.screenshot({path: path.join(shots, `timeline-${colorScheme}.png`)});
   }
   assert.equal(new Set(seen).size, seen.length, seen.join(' '));
   await viewer.close();
