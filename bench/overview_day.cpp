@@ -27,7 +27,8 @@ int main() {
       const Overview::Progress known = overview.progress();
       if (framesSeconds == 0 && known.frames == known.streams.frames) framesSeconds = since();
     };
-    if (!scanOverview(*file, source, overview, watch)) throw std::runtime_error("the day was not read");
+    if (!scanOverview(plugin, *file, source, overview, watch))
+      throw std::runtime_error("the day was not read");
   });
   const Measured ffmpeg = measureProgram({"ffmpeg", "-i", source, "-map", "0:a", "-f", "null", "-"});
   std::printf(

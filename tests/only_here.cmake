@@ -19,6 +19,8 @@ set(VL_LINUX_TESTS
   # Names of bytes that are no text, and symbolic links.
   tool/posix/links_test.cpp
   tool/posix/names_test.cpp
+  # The niceness of threads.
+  os/posix/background_thread_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
   os/posix/replace_file_test.cpp
   tool/posix/permission_test.cpp

@@ -192,6 +192,117 @@ test('drawing is bounded by the width, whatever is shown', async () => {
   await viewer.close();
 });
 
+// Two fingers from `from` to `to` pixels apart, their middle at a share of the time line's width.
+async function pinch(viewer, touch, share, from, to) {
+  const {x, y, width, height} = await slider(viewer).boundingBox(), kSteps = 10;
+  const fingers = (apart) => [-1, 1].map((side, id) => (
+    {x: x + share * width + side * apart / 2, y: y + height / 2, id}));
+  const [first, second] = fingers(from);
+  await touch('touchStart', [first]);
+  await touch('touchStart', [first, second]);
+  for (let i = 1; i <= kSteps; ++i) await touch('touchMove', fingers(from + (to - from) * i / kSteps));
+  await touch('touchEnd', []);
+}
+
+test('two fingers zoom about the place between them', async () => {
+  const viewer = await openRead('long.mp4');
+  const session = await viewer.page.context().newCDPSession(viewer.page);
+  await session.send('Emulation.setTouchEmulationEnabled', {enabled: true, maxTouchPoints: 2});
+  const touch = (type, touchPoints) => session.send('Input.dispatchTouchEvent', {type, touchPoints});
+  const shown = () => viewer.page.evaluate(() => document.getElementById('overview').ariaValueText
+    .match(/shown: 00:(\d+):(\S+) to 00:(\d+):(\S+)$/).slice(1).map(Number));
+  await pinch(viewer, touch, 0.5, 100, 400);
+  const [fromMinutes, fromSeconds, toMinutes, toSeconds] = await shown();
+  const from = fromMinutes * 60 + fromSeconds, to = toMinutes * 60 + toSeconds;
+  assert.ok(Math.abs(to - from - 60) < 0.01, `${to - from} s, a quarter of the file`);
+  assert.ok(Math.abs((from + to) / 2 - 120) < 8, `${from} to ${to} s, about the middle of the file`);
+  await pinch(viewer, touch, 0.5, 400, 80);
+  assert.deepEqual(await shown(), [0, 0, 4, 0]);
+  await viewer.close();
+});
+
+// Runs in the page: what of the time line is cut off by the window, lies over something else, or is not drawn.
+function layoutFaults() {
+  const lanes = document.getElementById('lanes'), canvas = document.getElementById('overview'), faults = [];
+  const boxes = [canvas, ...lanes.querySelectorAll('button')].map((element) => (
+    {name: element.id, ...element.getBoundingClientRect().toJSON()}));
+  for (const {name, left, right} of boxes)
+    if (left < 0 || right > innerWidth) faults.push(`${name} is cut off: ${left} to ${right} of ${innerWidth}`);
+  for (const [i, a] of boxes.entries())
+    for (const b of boxes.slice(i + 1))
+      if (a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom)
+        faults.push(`${a.name} and ${b.name} overlap`);
+  if (document.documentElement.scrollWidth > innerWidth) faults.push('the page is wider than the window');
+  if (canvas.width !== Math.round(canvas.clientWidth * devicePixelRatio)) faults.push('the canvas is scaled');
+  const kLowest = 73;  // pixels from the top: in the bars of all frames
+  const {data} = canvas.getContext('2d').getImageData(0, kLowest, canvas.width, 1);
+  const context = new OffscreenCanvas(1, 1).getContext('2d');
+  context.fillStyle = getComputedStyle(lanes).getPropertyValue('--panel');
+  context.fillRect(0, 0, 1, 1);
+  const panel = context.getImageData(0, 0, 1, 1).data;
+  const drawn = [...Array(canvas.width).keys()].filter((x) => [0, 1, 2].some((i) => data[x * 4 + i] !== panel[i]));
+  if (!(drawn[0] <= 6)) faults.push(`drawn from ${drawn[0]}`);
+  if (!(drawn.at(-1) >= canvas.width - 7)) faults.push(`drawn up to ${drawn.at(-1)} of ${canvas.width}`);
+  if (drawn.length < canvas.width * 0.7) faults.push(`${drawn.length} of ${canvas.width} columns are drawn`);
+  return faults;
+}
+
+test('the lanes fit windows of 360 to 2560 pixels', async () => {
+  const viewer = await openRead('long.mp4');
+  for (const width of [360, 768, 1200, 1920, 2560]) {
+    await viewer.page.setViewportSize({width, height: 800});
+    await viewer.page.waitForFunction(() => {
+      const canvas = document.getElementById('overview');
+      return canvas.width === Math.round(canvas.clientWidth * devicePixelRatio);
+    });
+    await viewer.page.waitForTimeout(500);  // for cells of another level
+    assert.deepEqual(await viewer.page.evaluate(layoutFaults), [], `${width} pixels`);
+    const {cells, across} = await viewer.page.evaluate(() => ({
+      cells: Number(document.getElementById('lanes').dataset.cells),
+      across: document.getElementById('overview').clientWidth,
+    }));
+    assert.ok(cells > across / 4 && cells <= 4 * (across + 2), `${cells} cells of four lanes, ${across} pixels wide`);
+  }
+  await viewer.close();
+});
+
+// The contrast of two colours, each three values up to 255 (WCAG 2, 1.4.11).
+function contrast(one, other) {
+  const luminances = [one, other].map((colour) => {
+    const [red, green, blue] = colour.map((value) => value / 255)
+      .map((value) => value <= 0.04045 ? value / 12.92 : ((value + 0.055) / 1.055) ** 2.4);
+    return 0.2126 * red + 0.7152 * green + 0.0722 * blue;
+  });
+  return (Math.max(...luminances) + 0.05) / (Math.min(...luminances) + 0.05);
+}
+
+// Runs in the page: how many pixels of the lanes have each colour, by red, green and blue.
+function laneColours() {
+  const canvas = document.getElementById('overview'), counts = {};
+  const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+  for (let i = 0; i < data.length; i += 4) {
+    const colour = `${data[i]},${data[i + 1]},${data[i + 2]}`;
+    counts[colour] = (counts[colour] ?? 0) + 1;
+  }
+  return counts;
+}
+
+test('lanes are told from their background in light and dark', async () => {
+  const viewer = await openRead('long.mp4'), seen = [];
+  for (const colorScheme of ['dark', 'light']) {
+    await viewer.page.emulateMedia({colorScheme});
+    await viewer.page.waitForTimeout(500);
+    const counts = Object.entries(await viewer.page.evaluate(laneColours)).sort((a, b) => b[1] - a[1]);
+    const [panel, ...others] = counts.slice(0, 3).map(([colour]) => colour.split(',').map(Number));
+    assert.equal(others.length, 2, 'bars, and key frames and mean squares');
+    for (const colour of others)
+      assert.ok(contrast(colour, panel) >= 3, `${colour} on ${panel}, ${colorScheme}: ${contrast(colour, panel)}`);
+    seen.push(String(panel), ...others.map(String));
+  }
+  assert.equal(new Set(seen).size, seen.length, seen.join(' '));
+  await viewer.close();
+});
+
 test('in and out points make the command that exports them', async () => {
   const viewer = await openRead('long.mp4');
   await viewer.page.keyboard.press('Home');
@@ -221,4 +332,67 @@ test('captions are read where they are displayed', async () => {
   }
   await viewer.keepScreenshot('timeline-captions.png');
   await viewer.close();
+});
+
+test('captions that a recording in progress begins with later can be switched on', async () => {
+  const page = await browser.newPage();
+  let begun = false;
+  await page.route('**/files.json*', async (route) => {
+    const response = await route.fetch(), text = await response.text();
+    await route.fulfill({response, body: text.replace(/("inProgress": *)false/g, '$1true')});
+  });
+  await page.route('**/data/describe/**', async (route) => {
+    const response = await route.fetch(), description = await response.json();
+    await route.fulfill({response, json: {...description, captions608: begun, captions708: false}});
+  });
+  const described = page.waitForResponse('**/data/describe/captions.m4v');
+  await page.goto(`${server.address}#captions`);
+  await described;
+  await page.waitForFunction(() => document.getElementById('video').readyState >= 2);
+  assert.equal(await page.isDisabled('#captions'), true);
+  begun = true;
+  await page.waitForFunction(() => !document.getElementById('captions').disabled, null, {timeout: 60_000});
+  await page.close();
+});
+
+// Browsers now and then leave out the report of the picture that a seek ends with.
+test('the frame number is right when no picture is reported', async () => {
+  const viewer = await openRead('clip.mp4');
+  await viewer.page.keyboard.press('Home');
+  await viewer.page.waitForFunction(() => document.getElementById('frame').textContent === 'frame 0');
+  await viewer.video((video) => {
+    globalThis.reports = 0;
+    const wait = video.requestVideoFrameCallback.bind(video);
+    video.requestVideoFrameCallback = () => wait(() => { ++globalThis.reports; });
+  });
+  await viewer.page.keyboard.press('ArrowRight');  // uses the report that is still awaited
+  await viewer.page.waitForFunction(() => document.getElementById('frame').textContent === 'frame 1');
+  for (const [key, frame] of [['ArrowRight', 2], ['ArrowRight', 3], ['ArrowLeft', 2], ['End', 299]]) {
+    await viewer.page.keyboard.press(key);
+    await viewer.page.waitForFunction((text) => document.getElementById('frame').textContent === text,
+      `frame ${frame}`);
+    await viewer.sees(frame);
+  }
+  await viewer.close();
+});
+
+test('of a manifest no segments are parsed', async () => {
+  const page = await browser.newPage();
+  await page.addInitScript(() => {
+    globalThis.parsed = [];
+    const parse = DOMParser.prototype.parseFromString;
+    DOMParser.prototype.parseFromString = function (text, type) {
+      globalThis.parsed.push(text);
+      return parse.call(this, text, type);
+    };
+  });
+  await page.goto(`${server.address}#captions`);
+  await page.waitForFunction(() => document.getElementById('facts').textContent !== '');
+  assert.match(await page.textContent('#facts'), /^320×180 · /);
+  const parsed = await page.evaluate(() => globalThis.parsed);
+  assert.equal(parsed.length, 1);
+  assert.match(parsed[0], /<SegmentList /);
+  assert.doesNotMatch(parsed[0], /<SegmentURL/);
+  assert.match(await fs.readFile(path.join(media, 'captions.mpd'), 'utf8'), /<SegmentURL /);
+  await page.close();
 });

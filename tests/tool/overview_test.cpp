@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <thread>
 
 #include "tests/support/environment.h"
@@ -54,7 +55,7 @@ void makeSound(const std::string& path) {
 void scan(const std::string& path, Overview& overview) {
   const Plugin plugin("vlx_fmp4");
   const MediaFile file = plugin.openQuietly(path);
-  EXPECT_TRUE(scanOverview(*file, path, overview, {}));
+  EXPECT_TRUE(scanOverview(plugin, *file, path, overview, {}));
 }
 
 // One row of `fmp4 frames`.
@@ -282,6 +283,32 @@ TEST(OverviewCaptions, ThatAreTooManyAreOne) {
               ElementsAre(TextCue{0, 99'990, ""}, TextCue{200'000, 200'090, "alone"}));
 }
 
+// Random samples, and more of the loudest than are added up at once.
+TEST(OverviewCells, OfAnyChannelsAndLengthAreTheirPeakAndMeanSquare) {
+  std::mt19937 random(1);
+  for (std::size_t channels = 1; channels <= kMaxOverviewChannels; ++channels)
+    for (const std::size_t frames : {0, 1, 15, 16, 441, 480, 1100}) {
+      std::vector<std::int16_t> samples(frames * channels);
+      for (std::int16_t& sample : samples) sample = static_cast<std::int16_t>(random());
+      const auto cells = AudioCell::ofFrames(samples.data(), frames, channels);
+      for (std::size_t channel = 0; channel < channels; ++channel) {
+        int peak = 0;
+        std::uint64_t squares = 0;
+        for (std::size_t i = channel; i < samples.size(); i += channels) {
+          peak = std::max(peak, std::abs(int{samples[i]}));
+          squares += static_cast<std::uint64_t>(std::int64_t{samples[i]} * samples[i]);
+        }
+        const double mean = frames == 0 ? 0 : static_cast<double>(squares) / static_cast<double>(frames);
+        EXPECT_EQ(cells[channel], (AudioCell{static_cast<std::uint16_t>(peak),
+                                             static_cast<std::uint16_t>(std::lround(std::sqrt(mean)))}))
+            << channels << ' ' << frames;
+      }
+    }
+  const std::vector<std::int16_t> loudest(5'000'000, -32768);
+  EXPECT_EQ(AudioCell::ofFrames(loudest.data(), loudest.size(), 1)[0], (AudioCell{32768, 32768}));
+  EXPECT_EQ(AudioCell::ofFrames(loudest.data(), loudest.size() / 2, 2)[1], (AudioCell{32768, 32768}));
+}
+
 TEST(CellLevels, ThatGrowAreThoseThatAreMadeAtOnce) {
   std::vector<FrameValue> values;
   for (std::uint32_t i = 0; i < 300; ++i) values.push_back({i | (i % 12 == 0 ? FrameValue::kKey : 0)});
@@ -308,9 +335,9 @@ TEST(Scan, ThatIsStoppedEndsAtOnce) {
   bool enough = false;
   watch.progress = [&enough](std::uint64_t done, std::uint64_t) { enough = done > 300 + 200; };
   watch.stopped = [&enough] { return enough; };
-  EXPECT_FALSE(scanOverview(*file, path, overview, watch));
+  EXPECT_FALSE(scanOverview(plugin, *file, path, overview, watch, {2, 100}));
   EXPECT_EQ(overview.progress().frames, 300u);
-  EXPECT_EQ(overview.progress().audioCells, 210u);
+  EXPECT_EQ(overview.progress().audioCells, 300u);
 }
 
 // Overviews as the page asks for them.

@@ -110,7 +110,7 @@ std::string reportOn(const Plugin& plugin, const std::string& name) {
   Overview overview;
   ScanWatch watch;
   watch.progress = RecordingProgress("reading");
-  static_cast<void>(scanOverview(*file, name, overview, watch));  // nothing stops it
+  static_cast<void>(scanOverview(plugin, *file, name, overview, watch));  // nothing stops it
   facts.verification = verified(name);
   return reportPage(facts, overview);
 }

@@ -154,13 +154,20 @@ Json screenJson(const captions::ShownScreen& shown, std::int64_t delay) {
           {"regions", regions}};
 }
 
+std::optional<CaptionFrames> captionFrames(CAMediaFile& file, const std::string& name) {
+  QVRINFO info{};
+  if (file.VidChan() != 0) file.GetFileInfo(kVideoChannel, nullptr, nullptr, nullptr, &info);
+  if (info.captions == 0) return std::nullopt;
+  return std::make_optional<CaptionFrames>(file, name);
+}
+
 }  // namespace
 
 CaptionScreens::CaptionScreens(const Plugin& plugin, const std::string& file, const std::string& media)
     : file_(plugin.openQuietly(file)),
-      frames_(*file_, file),
-      total_(file_->GetTotalFrames()),
-      delay_(displayDelay(media, frames_.rate())),
+      frames_(captionFrames(*file_, file)),
+      total_(file_->VidChan() != 0 ? file_->GetTotalFrames() : 0),
+      delay_(frames_ ? displayDelay(media, frames_->rate()) : 0),
       shape_(shapeOf(*file_)) {}
 
 std::string CaptionScreens::json(const DataRequest& request) const {
@@ -170,20 +177,21 @@ std::string CaptionScreens::json(const DataRequest& request) const {
   const std::uint64_t count = wholeNumber(request, "count", kMostFrames).value_or(kMostFrames);
   const std::uint64_t to = std::max(from, std::min(from + count, total_));
   const std::uint64_t begin = std::min(from + delay_, total_), end = std::min(to + delay_, total_);
-  const FrameRate rate = frames_.rate();
-  captions::ScreenSequence screens(channel, shape_, rate.value(), static_cast<std::int64_t>(from + delay_));
-  if (to > from) {
-    const std::lock_guard<std::mutex> lock(reading_);
-    frames_.read({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end - begin)},
-                 captionLead(rate), [&screens](const FrameCaptions& frame) {
-                   screens.add(frame.frame, frame.pair, frame.distributionPacket());
-                 });
-  }
   Json json = {{"frames", total_},
                {"from", from},
                {"to", to},
                {"channels", Json::array()},
                {"screens", Json::array()}};
+  if (!frames_) return json.dump();
+  const FrameRate rate = frames_->rate();
+  captions::ScreenSequence screens(channel, shape_, rate.value(), static_cast<std::int64_t>(from + delay_));
+  if (to > from) {
+    const std::lock_guard<std::mutex> lock(reading_);
+    frames_->read({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end - begin)},
+                  captionLead(rate), [&screens](const FrameCaptions& frame) {
+                    screens.add(frame.frame, frame.pair, frame.distributionPacket());
+                  });
+  }
   for (const CaptionChannel& each : screens.channels())
     json["channels"].push_back(
         {{each.standard == CaptionChannel::Standard::Cea608 ? "channel" : "service", each.number}});

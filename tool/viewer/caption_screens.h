@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "captions/caption_screen.h"
@@ -17,7 +18,7 @@ namespace fmp4 {
 class CaptionScreens {
  public:
   // `file`: that the plug-in opens; `media`: that has its video. `plugin` must outlive the object. Throws
-  // UserError when the plug-in does not read it, or it has no captions.
+  // UserError when the plug-in does not read it.
   CaptionScreens(const Plugin& plugin, const std::string& file, const std::string& media);
 
   // JSON (docs/json.md) of what a channel displays in the frames that a request asks for: `channel` 1
@@ -29,9 +30,9 @@ class CaptionScreens {
  private:
   const MediaFile file_;
   mutable std::mutex reading_;
-  mutable CaptionFrames frames_;
-  const std::uint64_t total_;  // frames
-  const std::uint32_t delay_;  // frames by which B-frames delay the first picture
+  mutable std::optional<CaptionFrames> frames_;  // none without captions
+  const std::uint64_t total_;                    // frames
+  const std::uint32_t delay_;                    // frames by which B-frames delay the first picture
   const captions::PictureShape shape_;
 };
 

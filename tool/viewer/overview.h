@@ -13,9 +13,6 @@
 
 namespace fmp4 {
 
-// Audio of more channels has no overview.
-inline constexpr std::uint32_t kMaxOverviewChannels = 8;
-
 // What is known of a file's streams once it is open.
 struct OverviewStreams {
   FrameRate rate;

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <numeric>
+#include <utility>
 
 namespace fmp4 {
 
@@ -11,6 +12,54 @@ namespace {
 std::uint16_t rootOfMean(std::uint64_t squares, std::size_t count) {
   const double mean = count != 0 ? static_cast<double>(squares) / static_cast<double>(count) : 0;
   return static_cast<std::uint16_t>(std::lround(std::sqrt(mean)));
+}
+
+// Samples one after another, dealt to lanes in turn, so that processors take many at once.
+template <std::size_t kLanes>
+struct Lanes {
+  // Of so many samples a lane the sums have room in 32 bits.
+  static constexpr std::size_t kMostRounds = 1 << 16;
+
+  std::array<std::int16_t, kLanes> lowest{}, highest{};
+  std::array<std::uint32_t, kLanes> lowSquares{}, highSquares{};  // sums of the 16 lower and the upper bits
+
+  void add(const std::int16_t* samples, std::size_t count) {
+    for (std::size_t lane = 0; lane < count; ++lane) {
+      const std::int16_t sample = samples[lane];
+      lowest[lane] = std::min(lowest[lane], sample);
+      highest[lane] = std::max(highest[lane], sample);
+      const auto square = static_cast<std::uint32_t>(int{sample} * sample);
+      lowSquares[lane] += square & 0xFFFF;
+      highSquares[lane] += square >> 16;
+    }
+  }
+};
+
+using CellsOfFrames = std::array<AudioCell, kMaxOverviewChannels> (*)(const std::int16_t*, std::size_t);
+
+template <std::size_t kChannels>
+std::array<AudioCell, kMaxOverviewChannels> cellsOf(const std::int16_t* samples, std::size_t frames) {
+  constexpr std::size_t kLanes = std::lcm(std::size_t{16}, kChannels);
+  std::array<int, kChannels> peaks{};
+  std::array<std::uint64_t, kChannels> squares{};
+  for (std::size_t left = frames * kChannels; left != 0;) {
+    Lanes<kLanes> lanes;
+    for (std::size_t round = 0; round < lanes.kMostRounds && left >= kLanes; ++round) {
+      lanes.add(samples, kLanes);
+      samples += kLanes;
+      left -= kLanes;
+    }
+    if (left < kLanes) lanes.add(samples, std::exchange(left, 0));
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      int& peak = peaks[lane % kChannels];
+      peak = std::max({peak, int{lanes.highest[lane]}, -int{lanes.lowest[lane]}});
+      squares[lane % kChannels] += lanes.lowSquares[lane] + (std::uint64_t{lanes.highSquares[lane]} << 16);
+    }
+  }
+  std::array<AudioCell, kMaxOverviewChannels> cells;
+  for (std::size_t i = 0; i < kChannels; ++i)
+    cells[i] = {static_cast<std::uint16_t>(peaks[i]), rootOfMean(squares[i], frames)};
+  return cells;
 }
 
 }  // namespace
@@ -51,15 +100,11 @@ AudioCell AudioCell::merged(std::span<const AudioCell> cells) {
   return result;
 }
 
-AudioCell AudioCell::ofSamples(const std::int16_t* samples, std::size_t count, std::size_t step) {
-  int peak = 0;
-  std::uint64_t squares = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    const int magnitude = std::abs(int{samples[i * step]});
-    peak = std::max(peak, magnitude);
-    squares += static_cast<std::uint64_t>(magnitude) * static_cast<std::uint64_t>(magnitude);
-  }
-  return {static_cast<std::uint16_t>(peak), rootOfMean(squares, count)};
+std::array<AudioCell, kMaxOverviewChannels> AudioCell::ofFrames(const std::int16_t* samples,
+                                                                std::size_t frames, std::size_t channels) {
+  constexpr std::array<CellsOfFrames, kMaxOverviewChannels> kByChannels = {
+      cellsOf<1>, cellsOf<2>, cellsOf<3>, cellsOf<4>, cellsOf<5>, cellsOf<6>, cellsOf<7>, cellsOf<8>};
+  return kByChannels.at(channels - 1)(samples, frames);
 }
 
 }  // namespace fmp4

@@ -1,6 +1,7 @@
 // What the time line shows of frames and audio: cells that summarise more or fewer of them.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -36,6 +37,9 @@ struct FrameCell {
   bool operator==(const FrameCell&) const = default;
 };
 
+// Audio of more channels has no overview.
+inline constexpr std::uint32_t kMaxOverviewChannels = 8;
+
 // Hundredths of a second are the finest that is kept of audio.
 inline constexpr std::uint32_t kAudioCellsASecond = 100;
 
@@ -47,8 +51,10 @@ struct AudioCell {
 
   static AudioCell of(const AudioCell& value) { return value; }
   static AudioCell merged(std::span<const AudioCell> cells);
-  // Of `count` PCM samples, from the first on, `step` samples apart.
-  static AudioCell ofSamples(const std::int16_t* samples, std::size_t count, std::size_t step);
+  // One for each of the channels, at most kMaxOverviewChannels, of `frames` PCM frames: samples of the
+  // channels in turn.
+  static std::array<AudioCell, kMaxOverviewChannels> ofFrames(const std::int16_t* samples, std::size_t frames,
+                                                              std::size_t channels);
   bool operator==(const AudioCell&) const = default;
 };
 

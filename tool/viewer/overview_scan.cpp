@@ -17,6 +17,7 @@
 #include "tool/host/movie_file.h"
 #include "tool/host/plugin_host.h"
 #include "tool/viewer/audio_gaps.h"
+#include "tool/viewer/audio_range.h"
 
 namespace fmp4 {
 
@@ -24,10 +25,8 @@ namespace {
 
 // A file may claim any number of frames; days have fewer.
 constexpr std::uint32_t kMaxOverviewFrames = 1u << 24;
-constexpr std::uint64_t kMaxOverviewAudioCells = 1u << 26;  // of all channels
 
 constexpr std::size_t kFrameBatch = 4096;
-constexpr std::uint64_t kCellsABlock = kAudioCellsASecond / kBlocksASecond;
 
 // The first frames of fragments, in ascending order; none when the file's fragments have other frames than
 // the plug-in delivers.
@@ -119,98 +118,7 @@ class VideoScan {
   std::unique_ptr<EditedCaptions> edited_;
 };
 
-// Decodes audio block by block.
-class AudioScan {
- public:
-  AudioScan(CAMediaFile& file, const OverviewStreams& streams, Overview& overview)
-      : file_(file), streams_(streams), overview_(overview) {
-    block_.resize(static_cast<std::size_t>(streams.sampleRate / kBlocksASecond + 2) * streams.channels);
-    cells_.resize(streams.channels);
-  }
-
-  // Adds the cells of a block from a cell on. False when nothing after it can be read.
-  bool readBlock(std::uint64_t firstCell) {
-    const std::uint64_t cells = std::min(kCellsABlock, streams_.audioCells() - firstCell);
-    const std::uint64_t from = startOf(firstCell), to = startOf(firstCell + cells);
-    const bool delivered = read(from, to);
-    for (std::uint64_t cell = firstCell; cell < firstCell + cells; ++cell)
-      addCell(startOf(cell) - from, startOf(cell + 1) - from);
-    if (delivered) {
-      note(AudioFault::Kind::Lost, from, to, descriptor_.lostUnits);
-      return true;
-    }
-    const bool first = !pending_ || pending_->kind != AudioFault::Kind::Unread || pending_->to != from;
-    note(AudioFault::Kind::Unread, from, to, std::max(descriptor_.lostUnits, 1u));
-    return !first || read(streams_.samples - 1, streams_.samples);
-  }
-  // Nothing can be read from a cell on.
-  void endAt(std::uint64_t cell) {
-    note(AudioFault::Kind::Unread, startOf(cell), streams_.samples, 1);
-    for (auto& channel : cells_)
-      channel.resize(channel.size() + static_cast<std::size_t>(streams_.audioCells() - cell));
-  }
-  // Adds what was read to the overview.
-  void publish() {
-    overview_.addAudio(cells_);
-    for (auto& channel : cells_) channel.clear();
-  }
-  void finish() {
-    publish();
-    if (pending_) overview_.addFault(*pending_);
-    pending_.reset();
-  }
-
- private:
-  std::uint64_t startOf(std::uint64_t cell) const {
-    return std::min(audioCellStart(cell, streams_.sampleRate), streams_.samples);
-  }
-
-  // False when none of it is delivered; what is not delivered of it is silence.
-  bool read(std::uint64_t from, std::uint64_t to) {
-    descriptor_.size = sizeof descriptor_;
-    descriptor_.bytes = descriptor_.lostUnits = 0;
-    descriptor_.data = reinterpret_cast<std::uint8_t*>(block_.data());
-    descriptor_.dataCapacity = static_cast<std::uint32_t>(block_.size() * sizeof block_[0]);
-    const std::uint32_t status =
-        file_.Read(static_cast<std::uint32_t>(from), static_cast<std::uint32_t>(to - from), kFirstPair,
-                   QVR_MODE_AUDIO, &descriptor_, nullptr);
-    const std::size_t samples =
-        status == VL_OK ? std::min(descriptor_.bytes / sizeof block_[0], block_.size()) : 0;
-    std::fill(block_.begin() + static_cast<std::ptrdiff_t>(samples), block_.end(), std::int16_t{0});
-    return samples != 0;
-  }
-
-  // PCM frames [from, to) of the block.
-  void addCell(std::uint64_t from, std::uint64_t to) {
-    for (std::size_t channel = 0; channel < streams_.channels; ++channel)
-      cells_[channel].push_back(
-          AudioCell::ofSamples(block_.data() + static_cast<std::size_t>(from) * streams_.channels + channel,
-                               static_cast<std::size_t>(to - from), streams_.channels));
-  }
-
-  // Faults of neighbouring blocks are one.
-  void note(AudioFault::Kind kind, std::uint64_t from, std::uint64_t to, std::uint32_t units) {
-    const bool goesOn = pending_ && units != 0 && pending_->kind == kind && pending_->to == from;
-    if (goesOn) {
-      pending_->to = to;
-      pending_->units = saturate<std::uint32_t>(std::uint64_t{pending_->units} + units);
-      return;
-    }
-    if (pending_) overview_.addFault(*pending_);
-    pending_.reset();
-    if (units != 0) pending_ = {kind, from, to, units};
-  }
-
-  CAMediaFile& file_;
-  const OverviewStreams& streams_;
-  Overview& overview_;
-  DFRAME descriptor_ = {};
-  std::vector<std::int16_t> block_;
-  AudioCells cells_;  // that are not published
-  std::optional<AudioFault> pending_;
-};
-
-// Both return false when stopped.
+// False when stopped.
 bool scanVideo(CAMediaFile& file, const std::string& name, const OverviewStreams& streams, Overview& overview,
                const ScanWatch& watch) {
   VideoScan scan(file, name, streams);
@@ -227,50 +135,22 @@ bool scanVideo(CAMediaFile& file, const std::string& name, const OverviewStreams
   return true;
 }
 
-bool scanAudio(CAMediaFile& file, const OverviewStreams& streams, Overview& overview,
-               const ScanWatch& watch) {
-  AudioScan scan(file, streams, overview);
-  const std::uint64_t cells = streams.audioCells();
-  for (std::uint64_t cell = 0; cell < cells; cell += kCellsABlock) {
-    if (watch.stopped()) return false;
-    const bool more = scan.readBlock(cell);
-    if (!more && cell + kCellsABlock < cells) {
-      scan.endAt(cell + kCellsABlock);
-      break;
-    }
-    if (cell % kAudioCellsASecond == 0) scan.publish();
-    watch.progress(streams.frames + cell, streams.frames + cells);
-  }
-  scan.finish();
-  return true;
-}
-
 }  // namespace
 
 OverviewStreams overviewStreams(CAMediaFile& file, const std::string& name) {
-  OverviewStreams streams;
+  OverviewStreams streams = audioStreams(file);
+  if (file.VidChan() == 0) return streams;
   QVRSYSTEM system{};
-  QVRAUDIO audio{};
-  if (file.VidChan() != 0) {
-    file.GetFileInfo(kVideoChannel, &system, nullptr, nullptr, nullptr);
-    streams.rate = {system.rate, system.scale};
-    streams.frames = std::min(file.GetTotalFrames(), kMaxOverviewFrames);
-  }
-  if (file.Channels() == 0) return streams;
-  file.GetFileInfo(kFirstPair, nullptr, nullptr, &audio, nullptr);
-  const QVRWAVE& wave = audio.wave;
-  if (wave.channels == 0 || wave.channels > kMaxOverviewChannels || wave.bitsPerSample != 16 ||
-      wave.samplesPerSecond < kAudioCellsASecond)
-    return streams;
-  streams.sampleRate = wave.samplesPerSecond;
-  streams.channels = wave.channels;
-  if (streams.frames != 0) streams.audioLeadNanoseconds = std::llround(audioSkew(name) * 1e9);
-  streams.samples = std::min<std::uint64_t>(
-      audio.stream.length, audioCellStart(kMaxOverviewAudioCells / wave.channels, wave.samplesPerSecond));
+  file.GetFileInfo(kVideoChannel, &system, nullptr, nullptr, nullptr);
+  streams.rate = {system.rate, system.scale};
+  streams.frames = std::min(file.GetTotalFrames(), kMaxOverviewFrames);
+  if (streams.frames != 0 && streams.channels != 0)
+    streams.audioLeadNanoseconds = std::llround(audioSkew(name) * 1e9);
   return streams;
 }
 
-bool scanOverview(CAMediaFile& file, const std::string& name, Overview& overview, const ScanWatch& watch) {
+bool scanOverview(const Plugin& plugin, CAMediaFile& file, const std::string& name, Overview& overview,
+                  const ScanWatch& watch, const AudioDivision& division) {
   const OverviewStreams streams = overviewStreams(file, name);
   overview.begin(streams);
   if (streams.frames != 0 && !scanVideo(file, name, streams, overview, watch)) return false;
@@ -281,7 +161,7 @@ bool scanOverview(CAMediaFile& file, const std::string& name, Overview& overview
                     to = std::min(to, streams.samples);
                     if (from < to) overview.addFault({AudioFault::Kind::Gap, from, to, 0});
                   });
-  return !watch.stopped() && scanAudio(file, streams, overview, watch);
+  return !watch.stopped() && scanAudio(plugin, file, name, streams, overview, watch, division);
 }
 
 }  // namespace fmp4

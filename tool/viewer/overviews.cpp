@@ -6,6 +6,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "os/background_thread.h"
 #include "os/path_name.h"
 #include "tool/host/host_log.h"
 #include "tool/viewer/overview_scan.h"
@@ -83,6 +84,7 @@ std::shared_ptr<Overviews::Job> Overviews::next() {
 }
 
 void Overviews::work() {
+  os::runInBackground();  // requests and the browser beside it come first
   while (const std::shared_ptr<Job> job = next()) {
     const Time started = now_();
     try {
@@ -102,7 +104,7 @@ void Overviews::read(Job& job) {
   const MediaFile file = plugin_.openQuietly(job.file);
   ScanWatch watch;
   watch.stopped = [&job] { return job.stopped.load(); };
-  if (!scanOverview(*file, job.file, *job.overview, watch)) return;
+  if (!scanOverview(plugin_, *file, job.file, *job.overview, watch)) return;
   job.overview->complete();
   cache_.store(job.file, job.key, job.overview->finest());
 }

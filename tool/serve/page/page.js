@@ -8,7 +8,7 @@ import {bindKeys} from './keys.js';
 import {FileList, codecsText} from './list.js';
 import {marks} from './marks.js';
 import {players, unplayable} from './players.js';
-import {dataUrl, describeRecording, mediaUrl} from './recording.js';
+import {dataUrl, describeFile, describeRecording, mediaUrl} from './recording.js';
 import {Shuttle} from './shuttle.js';
 import {applyStrings, strings, timeText} from './strings.js';
 import {Timeline} from './timeline.js';
@@ -189,10 +189,11 @@ async function takeClock(to, entry) {
   showTime();
 }
 
+// The list keeps how a recording in progress was when it began, perhaps before its first caption.
 async function takeCaptions(to, entry) {
-  if (!to.player || !entry.file) return;
-  const file = await list.describe(entry);
-  if (shown !== to || !(file.captions608 || file.captions708)) return;
+  if (!to.player || !entry.file || to.captions) return;
+  const file = await (entry.inProgress ? describeFile(entry.file) : list.describe(entry));
+  if (shown !== to || to.captions || !(file.captions608 || file.captions708)) return;
   const growing = () => Boolean(to.recording.inProgress);
   to.captions = new Captions(entry.file, {video, overlay: at('overlay'), menu: at('channel'), growing});
   at('captions').disabled = false;
@@ -250,17 +251,19 @@ async function follow() {
   if (shown?.recording.path !== recording.path || description === null) return;
   Object.assign(shown, {recording: {...recording}, description});
   showFacts(shown);
-  refreshTimeline();
+  refresh();
   takeClock(shown, recording).catch(() => {});
 }
 
-const kRefreshSeconds = 20;  // of the time line of a recording in progress, which the server reads again
+const kRefreshSeconds = 20;  // of a recording in progress, which the server reads again
 
 let refreshed = 0;
-function refreshTimeline() {
-  if (Date.now() - refreshed < kRefreshSeconds * 1000) return;
+function refresh() {
+  const {recording} = shown;
+  if (recording.inProgress && Date.now() - refreshed < kRefreshSeconds * 1000) return;
   refreshed = Date.now();
   timeline.refresh();
+  takeCaptions(shown, recording).catch(() => {});
 }
 
 // ---- time line and controls
