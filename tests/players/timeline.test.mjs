@@ -396,3 +396,33 @@ test('of a manifest no segments are parsed', async () => {
   assert.match(await fs.readFile(path.join(media, 'captions.mpd'), 'utf8'), /<SegmentURL /);
   await page.close();
 });
+
+// Runs in the page: notes when the first picture can be displayed, and when the overview is asked for.
+function noteStart() {
+  addEventListener('DOMContentLoaded', () => {
+    const video = document.getElementById('video');
+    video.addEventListener('loadeddata', () => { globalThis.pictureAt = performance.now(); });
+  });
+  const ask = globalThis.fetch;
+  globalThis.fetch = (url, options) => {
+    if (String(url).includes('/data/overview/')) globalThis.askedAt ??= performance.now();
+    return ask(url, options);
+  };
+}
+
+test('a file is read after its first picture, or where that is late', async () => {
+  for (const late of [false, true]) {
+    const page = await browser.newPage();
+    await page.addInitScript(noteStart);
+    if (late) await page.route('**/media/clip.mp4', () => {});  // is never answered
+    await page.goto(`${server.address}#clip.mp4`);
+    await page.waitForFunction(() => globalThis.askedAt);
+    const {pictureAt, askedAt} = await page.evaluate(() => {
+      const {pictureAt, askedAt} = globalThis;
+      return {pictureAt, askedAt};
+    });
+    if (late) assert.equal(pictureAt, undefined);
+    else assert.ok(askedAt >= Math.min(pictureAt ?? Infinity, 5000), `${askedAt} ${pictureAt}`);
+    await page.close();
+  }
+});

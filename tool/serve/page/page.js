@@ -14,6 +14,7 @@ import {applyStrings, strings, timeText} from './strings.js';
 import {Timeline} from './timeline.js';
 
 const kListSeconds = 3;  // interval between checks of the folder
+const kTimelineSeconds = 5;  // the latest that the time line begins after the player
 
 const at = (id) => document.getElementById(id);
 const video = at('video');
@@ -172,9 +173,21 @@ async function show(entry, wanted) {
     Object.assign(shown, {player, stop});
   }
   list.current = entry.path;
-  timeline.show(entry.file);
+  showTimeline(shown, entry);
   takeClock(shown, entry);
   takeCaptions(shown, entry).catch((error) => report({text: error.message}));
+}
+
+// The time line waits for the first picture, though not for long: reading a file takes time from the player.
+async function showTimeline(to, entry) {
+  timeline.show(null);
+  if (to.player && video.readyState < HTMLMediaElement.HAVE_CURRENT_DATA) {
+    await new Promise((resolve) => {
+      video.addEventListener('loadeddata', resolve, {once: true});
+      setTimeout(resolve, kTimelineSeconds * 1000);
+    });
+  }
+  if (shown === to) timeline.show(entry.file);
 }
 
 // Gets the times that the file states. A recording in progress has none yet; its frames are of equal duration.
