@@ -94,6 +94,13 @@ TEST(FrameSelection, OfADurationHasAFrameAtLeast) {
   EXPECT_EQ(selection.range(kPal).count, 3u);
 }
 
+TEST(FrameSelection, WithoutAnEndReachesTheLastNumberThatAFrameCanHave) {
+  FrameSelection selection;
+  selection.from = *FramePlace::parse("10");
+  EXPECT_EQ(selection.range(kPal).from, 10u);
+  EXPECT_EQ(selection.range(kPal).count, 4294967285u);
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -6,6 +6,7 @@
 #include "tests/corrupt/counted_reads.h"
 #include "tests/support/controlled_new.h"
 #include "tests/support/day_file.h"
+#include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 
 namespace fmp4 {
@@ -31,6 +32,31 @@ TEST(FrameTimes, AreReadAsFarAsAskedForAndKeepOneFragment) {
   EXPECT_LE(hostReads().calls - before, kFragments + 16u);
   EXPECT_LE(memory.peakBytes(), 80u << 10) << "a table of the fragments would take more";
   EXPECT_FALSE(times.of(kLast + 1, 1));
+}
+
+// A video with three frames of five bytes.
+void writeThreeFrames(const std::string& file, std::uint32_t timescale) {
+  TrackSpec video = videoTrack();
+  video.timescale = timescale;
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1), sampleOf(5, 2), sampleOf(5, 3)}}};
+  writeFile(file, join({fileTypeBox(), movieBox({video}), fragment(1, {traf})}));
+}
+
+TEST(FrameTimes, OfAFrameThatWasPassedAreNotKnown) {
+  const TempFolder folder;
+  writeThreeFrames(folder.file("clip.mp4"), 30000);
+  FrameTimes times(folder.file("clip.mp4"));
+  ASSERT_TRUE(times.of(1, 5));
+  EXPECT_FALSE(times.of(0, 5));
+  EXPECT_EQ(times.of(2, 5)->decodeTicks, 2002u);
+}
+
+TEST(FrameTimes, OfATrackWithoutATimescaleAreNotKnown) {
+  const TempFolder folder;
+  writeThreeFrames(folder.file("clip.mp4"), 0);
+  FrameTimes times(folder.file("clip.mp4"));
+  EXPECT_FALSE(times.of(0, 5));
 }
 
 }  // namespace
