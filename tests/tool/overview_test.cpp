@@ -287,7 +287,7 @@ TEST(OverviewCaptions, ThatAreTooManyAreOne) {
 TEST(OverviewCells, OfAnyChannelsAndLengthAreTheirPeakAndMeanSquare) {
   std::mt19937 random(1);
   for (std::size_t channels = 1; channels <= kMaxOverviewChannels; ++channels)
-    for (const std::size_t frames : {0, 1, 15, 16, 441, 480, 1100}) {
+    for (const std::size_t frames : {0u, 1u, 15u, 16u, 441u, 480u, 1100u}) {
       std::vector<std::int16_t> samples(frames * channels);
       for (std::int16_t& sample : samples) sample = static_cast<std::int16_t>(random());
       const auto cells = AudioCell::ofFrames(samples.data(), frames, channels);
