@@ -44,7 +44,7 @@ set(VL_LINUX_TESTS
   corrupt_test
   plugin_memory_test
   tool_source_test
-  faults_test
+  faults/posix/call_layer.cpp
   recovery_day_test
   recovery_memory_test
   soak_test
@@ -57,6 +57,9 @@ set(VL_LINUX_TESTS
   audio/ffmpeg_loader_test.cpp
   # The same, in processes that are made by copying, to be killed.
   recovery/kill_test.cpp
+  # The open files of a process, and files that are replaced or removed while somebody reads them.
+  faults/posix/open_descriptors.cpp
+  faults/posix/removed_files_test.cpp
   # Documents are the same on both systems, and the completion is a shell's.
   docs_test
   # Links and pipes as parts of a folder, and signals that end a program.
@@ -71,6 +74,9 @@ set(VL_WINDOWS_TESTS
   host/win32/config_test.cpp
   # Library names and places.
   host/win32/library_test.cpp
+  # The imports of the modules under test, and the handles of a process.
+  faults/win32/call_layer.cpp
+  faults/win32/open_descriptors.cpp
   # Requests of the console to end, and pipes through which nothing was written.
   tool/win32/live_input_test.cpp
   # Playlists are texts, whose lines end as Windows ends them.

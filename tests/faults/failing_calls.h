@@ -1,7 +1,7 @@
 // A layer between the program under test and its host library and system, in which one call of a kind fails.
 //
-// In a program that links it, the calls of the kinds below go through here, whichever library makes them. No
-// call waits for the disk itself.
+// In a program that links it, the calls of the kinds below go through here, whichever of ours makes them: the
+// plug-in, the host library or the program itself. No call waits for the disk itself.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,6 @@
 #include "tests/faults/packaged_file.h"
 
 #include "mp4box/boxes/hdlr.h"
-#include "tests/support/places.h"
 #include "tool/package/packager.h"
 #include "tool/source/source_file.h"
 
@@ -15,7 +14,7 @@ void packageFile(const std::string& input, const std::string& output) {
   options.input = input;
   options.output = output;
   const PackagePlan plan = planPackage(*source.trackOfHandler(mp4::kVideoHandler), options, ignore);
-  const Plugin plugin(VL_BIN_DIR "/vlx_fmp4.so");
+  const Plugin plugin("vlx_fmp4");
   Packager packager(plugin, source, options, plan, plan.count, ignore);
   packager.run([](std::uint64_t) {}, [] { return false; });
   packager.finish();

@@ -203,8 +203,16 @@ TEST_P(ReadFaults, OfAnyCallGiveAFailureOrTheRightAnswer) {
   }
 }
 
+#if defined(_WIN32)
+// Without any memory the run time library of the cross compiler cannot throw: what it keeps for exceptions is
+// behind a mutex that takes memory when it is first locked.
+constexpr Failures kOfAllocations[] = {Failures::One};
+#else
+constexpr Failures kOfAllocations[] = {Failures::One, Failures::AllFromThere};
+#endif
+
 TEST_P(ReadFaults, OfAnyAllocationGiveAFailureOrTheRightAnswer) {
-  for (const Failures failures : {Failures::One, Failures::AllFromThere}) {
+  for (const Failures failures : kOfAllocations) {
     std::size_t before = 0;
     while (!HasFailure()) {
       SCOPED_TRACE("after " + std::to_string(before) + " allocations");

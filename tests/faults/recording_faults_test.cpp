@@ -2,6 +2,7 @@
 // file: what is listed plays, what was accepted is there, and nothing is taken for the end that is none.
 #include <algorithm>
 #include <optional>
+#include <set>
 
 #include "tests/faults/failing_calls.h"
 #include "tests/faults/open_descriptors.h"
@@ -20,9 +21,10 @@ constexpr CallKind kFailing[] = {CallKind::Open,   CallKind::Read,    CallKind::
                                  CallKind::Stream, CallKind::Library, CallKind::Clock};
 
 // Does `work(kind, n)` for the n-th call of each kind, until a call is not made. `work` returns whether it
-// was.
+// was. Returns the kinds of which there was a call.
 template <class Work>
-void atEachCall(Work work) {
+std::set<CallKind> atEachCall(Work work) {
+  std::set<CallKind> made;
   for (const CallKind kind : kFailing) {
     for (std::uint64_t n = 1; !testing::Test::HasFailure(); ++n) {
       SCOPED_TRACE("call " + std::to_string(n) + " of kind " + std::to_string(static_cast<int>(kind)));
@@ -31,8 +33,10 @@ void atEachCall(Work work) {
       const bool met = work(kind, n);
       EXPECT_EQ(openDescriptors(), descriptors);
       if (!met) break;
+      made.insert(kind);
     }
   }
+  return made;
 }
 
 constexpr std::uint32_t kWritten = kSegmentFrames + 7;
@@ -41,7 +45,7 @@ class RecordingFaults : public testing::TestWithParam<Kind> {};
 
 TEST_P(RecordingFaults, OfAnyCallLeaveWhatIsListedAndARestThatCanBeRepaired) {
   const Kind& kind = GetParam();
-  atEachCall([&kind](CallKind call, std::uint64_t n) {
+  const auto made = atEachCall([&kind](CallKind call, std::uint64_t n) {
     const TempFolder folder;
     bool opened = false, accepted = false, closed = false, met = false;
     {
@@ -64,6 +68,8 @@ TEST_P(RecordingFaults, OfAnyCallLeaveWhatIsListedAndARestThatCanBeRepaired) {
     }
     return met;
   });
+  EXPECT_EQ(made, (std::set{CallKind::Open, CallKind::Write, CallKind::Seek, CallKind::Flush,
+                            CallKind::Replace, CallKind::Stream, CallKind::Clock}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, RecordingFaults, testing::Values(kAudioApart, kAllInOne), [](const auto& info) {
@@ -97,7 +103,7 @@ TEST(CheckFaults, OfAnyCallFailTheVerificationOrChangeNothingItSays) {
   const TempFolder folder;
   fill(folder, interruption.files);
   unsigned failed = 0;
-  atEachCall([&](CallKind call, std::uint64_t n) {
+  const auto made = atEachCall([&](CallKind call, std::uint64_t n) {
     const FailingCall failing(call, n);
     try {
       EXPECT_EQ(problemsOf(verifyRecording(folder.file("out.m4v"))), interruption.problems);
@@ -107,6 +113,8 @@ TEST(CheckFaults, OfAnyCallFailTheVerificationOrChangeNothingItSays) {
     return failing.met();
   });
   EXPECT_GT(failed, 20u);
+  EXPECT_EQ(made,
+            (std::set{CallKind::Open, CallKind::Read, CallKind::Seek, CallKind::Size, CallKind::Clock}));
   EXPECT_EQ(filesOf(folder), interruption.files);
 }
 
@@ -114,7 +122,7 @@ TEST(CheckFaults, OfAnyCallFailTheVerificationOrChangeNothingItSays) {
 TEST(CheckFaults, OfAnyCallMakeRepairRefuseOrDoAllOfItsWork) {
   const Interruption interruption;
   unsigned refused = 0;
-  atEachCall([&](CallKind call, std::uint64_t n) {
+  const auto made = atEachCall([&](CallKind call, std::uint64_t n) {
     const TempFolder folder;
     fill(folder, interruption.files);
     bool met = false, done = false;
@@ -138,6 +146,8 @@ TEST(CheckFaults, OfAnyCallMakeRepairRefuseOrDoAllOfItsWork) {
     return met;
   });
   EXPECT_GT(refused, 20u);
+  EXPECT_EQ(made, (std::set{CallKind::Open, CallKind::Read, CallKind::Write, CallKind::Seek, CallKind::Size,
+                            CallKind::Flush, CallKind::Replace, CallKind::Cut, CallKind::Clock}));
 }
 
 // ---- Packaging --------------------------------------------------------------------------------------
@@ -168,7 +178,7 @@ TEST(PackageFaults, OfAnyCallFailThePackagingOrLeaveItComplete) {
     ASSERT_EQ(frames.size(), 50u);
   }
   unsigned failed = 0;
-  atEachCall([&](CallKind call, std::uint64_t n) {
+  const auto made = atEachCall([&](CallKind call, std::uint64_t n) {
     const TempFolder folder;
     bool met = false, done = false;
     {
@@ -189,6 +199,9 @@ TEST(PackageFaults, OfAnyCallFailThePackagingOrLeaveItComplete) {
     return met;
   });
   EXPECT_GT(failed, 20u);
+  EXPECT_EQ(made, (std::set{CallKind::Open, CallKind::Read, CallKind::Write, CallKind::Seek, CallKind::Size,
+                            CallKind::Flush, CallKind::Replace, CallKind::Stream, CallKind::Library,
+                            CallKind::Clock}));
 }
 
 // ---- What is said of files that cannot be read -------------------------------------------------------

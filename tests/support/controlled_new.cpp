@@ -44,12 +44,8 @@ std::atomic<std::int64_t> liveBytes = 0;
 std::atomic<std::int64_t> peakLiveBytes = 0;
 std::atomic<std::size_t> allocationCount = 0;
 
-bool fails(std::size_t bytes) {
-  return (bytes != 0 && bytes == failingBytes) || failingAt.meets();
-}
-
 void* allocate(std::size_t bytes) noexcept {
-  if (fails(bytes)) return nullptr;
+  if (allocationFails(bytes)) return nullptr;
   void* memory = std::malloc(bytes ? bytes : 1);
   if (!memory) return nullptr;
   ++allocationCount;
@@ -67,7 +63,7 @@ void* allocateOrThrow(std::size_t bytes) {
 }
 // Aligned allocations also fail on demand, and are not counted.
 void* allocateAligned(std::size_t bytes, std::align_val_t alignment) noexcept {
-  if (fails(bytes)) return nullptr;
+  if (allocationFails(bytes)) return nullptr;
   const auto boundary = static_cast<std::size_t>(alignment);
 #if defined(_WIN32)
   return _aligned_malloc(bytes, boundary);
@@ -92,6 +88,10 @@ std::int64_t startBytes = 0;
 std::size_t startAllocations = 0;
 
 }  // namespace
+
+bool allocationFails(std::size_t bytes) {
+  return (bytes != 0 && bytes == failingBytes) || failingAt.meets();
+}
 
 FailingNew::FailingNew(std::size_t bytes) {
   failingBytes = bytes;

@@ -29,6 +29,10 @@ class FailingNewAt {
   bool met() const;
 };
 
+// Whether an allocation of so many bytes by this thread is one that is to fail: for what allocates in other
+// ways.
+bool allocationFails(std::size_t bytes);
+
 // Counts the allocations of all threads from its creation on. One at a time.
 class CountingNew {
  public:
