@@ -39,8 +39,8 @@ set(VL_LINUX_TESTS
   threads/posix/growing_file_test.cpp
   # The threads of a process, as Linux lists them.
   threads/posix/no_threads_test.cpp
-  # They stand in for operator new, or for calls of the host or the C library, in the libraries too; Windows
-  # binds names to libraries.
+  # They take the place of operator new, or of calls of the host or the C library, in the libraries too, by name;
+  # Windows binds names to libraries.
   corrupt_test
   plugin_memory_test
   tool_source_test
@@ -48,12 +48,8 @@ set(VL_LINUX_TESTS
   recovery_day_test
   recovery_memory_test
   soak_test
-  recovery/../support/fault_host.cpp
+  recovery/../support/posix/fault_host.cpp
   recovery/../support/no_disk_wait.cpp
-  recovery/fault_test.cpp
-  recovery/power_cut_test.cpp
-  recovery/short_write_test.cpp
-  recovery/sync_order_test.cpp
   audio/ffmpeg_loader_test.cpp
   # The same, in processes that are made by copying, to be killed.
   recovery/kill_test.cpp
@@ -76,6 +72,7 @@ set(VL_WINDOWS_TESTS
   host/win32/library_test.cpp
   # The imports of the modules under test, and the handles of a process.
   faults/win32/call_layer.cpp
+  recovery/../support/win32/fault_host.cpp
   faults/win32/open_descriptors.cpp
   # Requests of the console to end, and pipes through which nothing was written.
   tool/win32/live_input_test.cpp

@@ -55,6 +55,15 @@ class Disk {
   std::string lastingList_;  // of the last file that is to replace another
 };
 
+// Media files whose names are waited for when a list first needs them.
+std::uint64_t mediaNames([[maybe_unused]] const Kind& kind) {
+#if defined(_WIN32)
+  return 0;  // the file system keeps names and data in order
+#else
+  return kind.audioApart() ? 2 : 1;
+#endif
+}
+
 class SyncOrder : public testing::TestWithParam<Kind> {};
 
 TEST_P(SyncOrder, MediaReachTheDiskBeforeTheListsThatNameThem) {
@@ -81,10 +90,10 @@ TEST_P(SyncOrder, ASegmentFlushesEachFileAndTheManifestOnce) {
       kind.audioApart() ? audioOf(4 * kSegmentFrames + 1) / (kAudioFragmentFrames * 10) : 0;
   EXPECT_EQ(diskWaits().data, 4 + audioSegments);
   EXPECT_EQ(diskWaits().replacements, 4u);
-  EXPECT_EQ(diskWaits().names, kind.audioApart() ? 3u : 2u) << "of the media and the manifest, at the first";
+  EXPECT_EQ(diskWaits().names, mediaNames(kind) + 1) << "of the media and the manifest, at the first";
   ASSERT_EQ(closeFile(file), VL_OK);
   EXPECT_EQ(diskWaits().data, 5 + audioSegments + (kind.audioApart() ? 1 : 0));
-  EXPECT_EQ(diskWaits().names, kind.audioApart() ? 4u : 3u);
+  EXPECT_EQ(diskWaits().names, mediaNames(kind) + 2);
 }
 
 TEST_P(SyncOrder, RepairedMediaReachTheDiskBeforeTheLists) {

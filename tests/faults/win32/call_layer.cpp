@@ -7,20 +7,12 @@
 #include <cstring>
 
 #include "tests/faults/call_plan.h"
-#include "tests/support/places.h"
 #include "tests/support/win32/import_table.h"
 #include "vlutil.h"
 
 namespace fmp4 {
 
 namespace {
-
-// The function of this name in a loaded library, past the layer.
-template <class Function>
-Function* without(const char* library, const char* name) {
-  return reinterpret_cast<Function*>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(library), name)));
-}
 
 // Whether the call fails, as a disk that cannot be read does.
 bool failsHere(CallKind kind) {
@@ -33,46 +25,46 @@ bool failsHere(CallKind kind) {
 
 VLHANDLE createFile(const char* path, std::uint32_t access, std::uint32_t share, void* security,
                     std::uint32_t disposition, std::uint32_t attributes, VLHANDLE templateFile) {
-  static const auto create = without<decltype(vlOSCreateFile)>("vlhost.dll", "vlOSCreateFile");
+  static const auto create = exported<decltype(vlOSCreateFile)>("vlhost.dll", "vlOSCreateFile");
   if (failsHere(CallKind::Open)) return VL_INVALID_HANDLE;
   return create(path, access, share, security, disposition, attributes, templateFile);
 }
 
 std::int32_t readFile(VLHANDLE file, void* buffer, std::uint32_t count, std::uint32_t* done) {
-  static const auto readOn = without<decltype(vlOSReadFile)>("vlhost.dll", "vlOSReadFile");
+  static const auto readOn = exported<decltype(vlOSReadFile)>("vlhost.dll", "vlOSReadFile");
   if (!failsHere(CallKind::Read)) return readOn(file, buffer, count, done);
   if (done) *done = 0;
   return 0;
 }
 
 std::int32_t writeFile(VLHANDLE file, const void* buffer, std::uint32_t count, std::uint32_t* done) {
-  static const auto writeOn = without<decltype(vlOSWriteFile)>("vlhost.dll", "vlOSWriteFile");
+  static const auto writeOn = exported<decltype(vlOSWriteFile)>("vlhost.dll", "vlOSWriteFile");
   if (!failsHere(CallKind::Write)) return writeOn(file, buffer, count, done);
   if (done) *done = 0;
   return 0;
 }
 
 std::int64_t seek(VLHANDLE file, std::int64_t offset, std::uint32_t origin) {
-  static const auto seekTo = without<decltype(vlOSSeek)>("vlhost.dll", "vlOSSeek");
+  static const auto seekTo = exported<decltype(vlOSSeek)>("vlhost.dll", "vlOSSeek");
   return failsHere(CallKind::Seek) ? -1 : seekTo(file, offset, origin);
 }
 
 std::uint32_t fileSize(VLHANDLE file, std::uint32_t* high) {
-  static const auto size = without<decltype(vlOSGetFileSize)>("vlhost.dll", "vlOSGetFileSize");
+  static const auto size = exported<decltype(vlOSGetFileSize)>("vlhost.dll", "vlOSGetFileSize");
   if (!failsHere(CallKind::Size)) return size(file, high);
   if (high) *high = 0xFFFFFFFF;
   return 0xFFFFFFFF;
 }
 
 void* loadLibrary(const char* name, std::uint32_t mode) {
-  static const auto load = without<decltype(vlOSLoadLibrary)>("vlhost.dll", "vlOSLoadLibrary");
+  static const auto load = exported<decltype(vlOSLoadLibrary)>("vlhost.dll", "vlOSLoadLibrary");
   return failsHere(CallKind::Library) ? nullptr : load(name, mode);
 }
 
 // ---- The system's ---------------------------------------------------------------------------------------
 
 BOOL WINAPI writeSystemFile(HANDLE file, const void* buffer, DWORD count, DWORD* done, OVERLAPPED* place) {
-  static const auto writeOn = without<decltype(WriteFile)>("kernel32.dll", "WriteFile");
+  static const auto writeOn = exported<decltype(WriteFile)>("kernel32.dll", "WriteFile");
   return !failsHere(CallKind::Write) && writeOn(file, buffer, count, done, place);
 }
 
@@ -81,12 +73,12 @@ BOOL WINAPI flushFile(HANDLE /*file*/) {
 }
 
 BOOL WINAPI moveFile(const wchar_t* from, const wchar_t* to, DWORD flags) {
-  static const auto move = without<decltype(MoveFileExW)>("kernel32.dll", "MoveFileExW");
+  static const auto move = exported<decltype(MoveFileExW)>("kernel32.dll", "MoveFileExW");
   return !failsHere(CallKind::Replace) && move(from, to, flags & ~DWORD{MOVEFILE_WRITE_THROUGH});
 }
 
 BOOL WINAPI setEndOfFile(HANDLE file) {
-  static const auto setEnd = without<decltype(SetEndOfFile)>("kernel32.dll", "SetEndOfFile");
+  static const auto setEnd = exported<decltype(SetEndOfFile)>("kernel32.dll", "SetEndOfFile");
   return !failsHere(CallKind::Cut) && setEnd(file);
 }
 
@@ -101,12 +93,12 @@ void WINAPI systemTime(FILETIME* time) {
 // ---- The C library's ------------------------------------------------------------------------------------
 
 int readDescriptor(int file, void* buffer, unsigned count) {
-  static const auto readOn = without<decltype(_read)>("msvcrt.dll", "_read");
+  static const auto readOn = exported<decltype(_read)>("msvcrt.dll", "_read");
   return failsHere(CallKind::Read) ? -1 : readOn(file, buffer, count);
 }
 
 int writeDescriptor(int file, const void* buffer, unsigned count) {
-  static const auto writeOn = without<decltype(_write)>("msvcrt.dll", "_write");
+  static const auto writeOn = exported<decltype(_write)>("msvcrt.dll", "_write");
   return failsHere(CallKind::Write) ? -1 : writeOn(file, buffer, count);
 }
 
@@ -116,22 +108,12 @@ void* allocate(std::size_t bytes) {
 }
 
 int flushStream(std::FILE* stream) {
-  static const auto flush = without<decltype(std::fflush)>("msvcrt.dll", "fflush");
+  static const auto flush = exported<decltype(std::fflush)>("msvcrt.dll", "fflush");
   const bool ofFile = stream && stream != stdin && stream != stdout && stream != stderr;
   return ofFile && failsHere(CallKind::Stream) ? EOF : flush(stream);
 }
 
 // -----------------------------------------------------------------------------------------------------------
-
-struct Redirection {
-  const char* name;
-  void* replacement;
-};
-
-template <class Function>
-Redirection redirection(const char* name, Function* replacement) {
-  return {name, reinterpret_cast<void*>(replacement)};
-}
 
 // Lets a function begin with a jump to another.
 void replaceCode(void* function, void* replacement) {
@@ -147,20 +129,20 @@ void replaceCode(void* function, void* replacement) {
 
 struct CallLayer {
   CallLayer() {
-    const Redirection all[] = {
-        redirection("vlOSCreateFile", createFile), redirection("vlOSReadFile", readFile),
-        redirection("vlOSWriteFile", writeFile),   redirection("vlOSSeek", seek),
-        redirection("vlOSGetFileSize", fileSize),  redirection("vlOSLoadLibrary", loadLibrary),
-        redirection("WriteFile", writeSystemFile), redirection("FlushFileBuffers", flushFile),
-        redirection("MoveFileExW", moveFile),      redirection("SetEndOfFile", setEndOfFile),
-        redirection("_read", readDescriptor),      redirection("_write", writeDescriptor),
-        redirection("fflush", flushStream)};
-    // The plug-in stays loaded, and so bound to the layer.
-    const HMODULE plugin = LoadLibraryA(VL_BIN_DIR "/vlx_fmp4.dll");
-    for (const HMODULE user : {GetModuleHandleA(nullptr), plugin}) {
-      for (const auto& [name, replacement] : all) redirectImport(user, name, replacement);
-    }
-    redirectImport(plugin, "malloc", reinterpret_cast<void*>(allocate));
+    redirectOurImports({{"vlOSCreateFile", createFile},
+                        {"vlOSReadFile", readFile},
+                        {"vlOSWriteFile", writeFile},
+                        {"vlOSSeek", seek},
+                        {"vlOSGetFileSize", fileSize},
+                        {"vlOSLoadLibrary", loadLibrary},
+                        {"WriteFile", writeSystemFile},
+                        {"FlushFileBuffers", flushFile},
+                        {"MoveFileExW", moveFile},
+                        {"SetEndOfFile", setEndOfFile},
+                        {"_read", readDescriptor},
+                        {"_write", writeDescriptor},
+                        {"fflush", flushStream}});
+    redirectImport(GetModuleHandleA("vlx_fmp4.dll"), "malloc", reinterpret_cast<void*>(allocate));
     // The thread library has asked for it by name, when it was loaded.
     const auto clock = GetProcAddress(GetModuleHandleA("kernel32.dll"), "GetSystemTimePreciseAsFileTime");
     replaceCode(reinterpret_cast<void*>(clock), reinterpret_cast<void*>(systemTime));

@@ -3,7 +3,10 @@
 
 #include <windows.h>
 
+#include <initializer_list>
 #include <string_view>
+
+#include "tests/support/places.h"
 
 namespace fmp4 {
 
@@ -37,6 +40,30 @@ inline void redirectImport(HMODULE module, std::string_view name, void* replacem
     *slot = replacement;
     VirtualProtect(slot, sizeof *slot, protection, &protection);
   });
+}
+
+// A function, by the name under which modules import it, and what is called instead.
+struct Redirection {
+  template <class Function>
+  Redirection(const char* imported, Function* called)
+      : name(imported), replacement(reinterpret_cast<void*>(called)) {}
+
+  const char* name;
+  void* replacement;
+};
+
+// Redirects the imports of the program and of the plug-in, which stays loaded and so redirected.
+inline void redirectOurImports(std::initializer_list<Redirection> all) {
+  for (const HMODULE user : {GetModuleHandleA(nullptr), LoadLibraryA(VL_BIN_DIR "/vlx_fmp4.dll")}) {
+    for (const auto& [name, replacement] : all) redirectImport(user, name, replacement);
+  }
+}
+
+// The function that a loaded library exports by this name, whatever imports of it are redirected to.
+template <class Function>
+Function* exported(const char* library, const char* name) {
+  return reinterpret_cast<Function*>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(library), name)));
 }
 
 }  // namespace fmp4
