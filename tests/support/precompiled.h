@@ -1,4 +1,4 @@
-// What nearly every test includes, parsed once per program. Tests still include what they use.
+// What nearly every test includes, parsed once for all programs. Tests still include what they use.
 #pragma once
 
 #include <gmock/gmock.h>

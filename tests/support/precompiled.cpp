@@ -1,0 +1,2 @@
+// Nothing: the header is what is wanted.
+#include "tests/support/precompiled.h"
