@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -27,8 +28,8 @@ inline Words<kDimension> LoadWords(const Value* values) {
   return words;
 }
 
-// For a tuple, indexed by the set of its non-zero values and the next kDimension bits of the stream: the sign
-// bit of every value that these bits make negative.
+// For a tuple, indexed by the set of its non-zero values and kDimension bits of the stream that end with the
+// tuple's sign bits: the sign bit of every value that these make negative.
 template <int kDimension>
 struct SignBits {
   Ipp32u lanes[1 << kDimension][1 << kDimension][kDimension];
@@ -39,10 +40,10 @@ constexpr SignBits<kDimension> MakeSignBits() {
   SignBits<kDimension> signs{};
   for (unsigned nonZero = 0; nonZero < 1u << kDimension; ++nonZero) {
     for (unsigned bits = 0; bits < 1u << kDimension; ++bits) {
-      unsigned next = kDimension - 1;
+      unsigned next = 0;
       for (unsigned i = 0; i < kDimension; ++i) {
-        if ((nonZero >> (kDimension - 1 - i) & 1) != 0)
-          signs.lanes[nonZero][bits][i] = (bits >> next-- & 1) << 31;
+        if ((nonZero >> i & 1) != 0)
+          signs.lanes[nonZero][bits][kDimension - 1 - i] = (bits >> next++ & 1) << 31;
       }
     }
   }
@@ -52,12 +53,10 @@ constexpr SignBits<kDimension> MakeSignBits() {
 template <int kDimension>
 constexpr SignBits<kDimension> kSignBits = MakeSignBits<kDimension>();
 
-// The parts of a prepared code that a loop needs.
+// The parts of a prepared code that a loop needs; a copy of its own stays in registers.
 struct Tables {
   explicit Tables(const VlcPowers& powers)
-      : entries(powers.code->entries.data()),
-        tuples(powers.tuples.data()),
-        primaryBits(powers.code->primaryBits) {}
+      : entries(powers.entries.data()), tuples(powers.tuples.data()), primaryBits(powers.primaryBits) {}
 
   const Entry* entries;
   const Ipp32f* tuples;
@@ -65,22 +64,22 @@ struct Tables {
 };
 
 // Decodes the next tuple, and its signs if there are any, from the window, which holds enough bits for both.
+// Code word and signs are consumed in one step: the next look-up waits for nothing but the entry's length.
 template <int kDimension, bool kSigns>
 inline void TakeTuple(fmp4::BitWindow& window, const Tables& tables, Ipp32f* lines) {
   const Entry entry = LookUpVlc(window, tables.entries, tables.primaryBits);
-  window.Skip(entry.length);
   Words<kDimension> words = LoadWords<kDimension>(tables.tuples + entry.value * kDimension);
   if constexpr (kSigns) {
-    const auto signs =
-        LoadWords<kDimension>(kSignBits<kDimension>.lanes[entry.nonZero][window.Peek(kDimension)]);
-    window.Skip(kVlcBitCount[entry.nonZero]);
+    const auto lastBits = window.Peek(entry.length) & ((1u << kDimension) - 1);
+    const auto signs = LoadWords<kDimension>(kSignBits<kDimension>.lanes[entry.nonZero][lastBits]);
     for (std::size_t i = 0; i < words.size(); ++i) words[i] ^= signs[i];
   }
+  window.Skip(entry.length);
   std::memcpy(lines, words.data(), sizeof words);
 }
 
 template <int kDimension, bool kSigns>
-void DecodeTuples(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length, const Tables& tables) {
+void DecodeTuples(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length, Tables tables) {
   fmp4::BitWindow window = *stream;
   ForVlcTuples<kDimension>(window, length,
                            [&](std::size_t i) { TakeTuple<kDimension, kSigns>(window, tables, lines + i); });
@@ -88,8 +87,7 @@ void DecodeTuples(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length, co
 }
 
 template <bool kSigns>
-IppStatus DecodeEscapedPairs(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length,
-                             const Tables& tables) {
+IppStatus DecodeEscapedPairs(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length, Tables tables) {
   const Ipp32f* powers = Pow43Powers();
   const Ipp32f escape = powers[kVlcEscape];
   fmp4::BitWindow window = *stream;
@@ -113,26 +111,32 @@ IppStatus PrepareVlcPowers(const IppsVLCDecodeSpec_32s& code, bool signBits, boo
   if (made == nullptr) return ippStsNullPtrErr;
   if (code.dimension != 2 && (code.dimension != 4 || escapes)) return ippStsBadArgErr;
   try {
+    made->entries = code.entries;
     made->tuples.resize(code.tuples.size());
   } catch (const std::bad_alloc&) {
     return ippStsMemAllocErr;
   }
-  made->code = &code;
+  made->dimension = code.dimension;
+  made->primaryBits = code.primaryBits;
   made->signBits = signBits;
   made->escapes = escapes;
+  // Links have no non-zero values.
+  for (Entry& entry : made->entries) {
+    if (signBits) entry.length = static_cast<Ipp8u>(entry.length + std::popcount(entry.nonZero));
+  }
   return ippsPow43_16s32f(code.tuples.data(), made->tuples.data(), code.tuples.size());
 }
 
 IppStatus DecodeVlcPowers(fmp4::BitWindow* stream, Ipp32f* lines, std::size_t length,
                           const VlcPowers& powers) {
-  if (stream == nullptr || lines == nullptr || powers.code == nullptr) return ippStsNullPtrErr;
-  if (length % static_cast<std::size_t>(powers.code->dimension) != 0) return ippStsSizeErr;
+  if (stream == nullptr || lines == nullptr || powers.entries.empty()) return ippStsNullPtrErr;
+  if (length % static_cast<std::size_t>(powers.dimension) != 0) return ippStsSizeErr;
   const Tables tables(powers);
   if (powers.escapes) {
     return powers.signBits ? DecodeEscapedPairs<true>(stream, lines, length, tables)
                            : DecodeEscapedPairs<false>(stream, lines, length, tables);
   }
-  if (powers.code->dimension == 4) {
+  if (powers.dimension == 4) {
     (powers.signBits ? DecodeTuples<4, true> : DecodeTuples<4, false>)(stream, lines, length, tables);
   } else {
     (powers.signBits ? DecodeTuples<2, true> : DecodeTuples<2, false>)(stream, lines, length, tables);

@@ -11,10 +11,12 @@ namespace UMC {
 
 // A prepared code with the powers of its tuples.
 struct VlcPowers {
-  const IppsVLCDecodeSpec_32s* code = nullptr;  // outlives this
-  bool signBits = false;                        // symbols are magnitudes; see ippsVLCDecodeUTupleBlock_1u16s
-  bool escapes = false;                         // see ippsVLCDecodeEscBlock_AAC_1u16s; the dimension is 2
-  std::vector<Ipp32f> tuples;                   // the code's tuples, as powers
+  Ipp32s dimension = 0;
+  unsigned primaryBits = 0;
+  bool signBits = false;  // symbols are magnitudes; see ippsVLCDecodeUTupleBlock_1u16s
+  bool escapes = false;   // see ippsVLCDecodeEscBlock_AAC_1u16s; the dimension is 2
+  std::vector<IppsVLCDecodeSpec_32s::Entry> entries;  // the code's, with lengths that include the sign bits
+  std::vector<Ipp32f> tuples;                         // the code's tuples, as powers
 };
 
 // For codes of dimension 2 and 4. ippStsMemAllocErr without memory.
