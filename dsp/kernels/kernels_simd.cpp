@@ -95,7 +95,12 @@ class Lanes {
   }
   static HWY_INLINE void StoreRounded(V a, Ipp16s* p) { hn::StoreU(Round(a), hn::Rebind<Ipp16s, D>(), p); }
   static HWY_INLINE void StoreRoundedPairs(V a, V b, Ipp16s* p) {
-    hn::StoreInterleaved2(Round(a), Round(b), hn::Rebind<Ipp16s, D>(), p);
+    const Words words;
+    const auto first = hn::BitCast(words, hn::Add(Clamp(a, -32768.0f, 32767.0f), Set(0x1.8p23f)));
+    const auto second = hn::BitCast(words, hn::Add(Clamp(b, -32768.0f, 32767.0f), Set(0x1.8p23f)));
+    const auto pairs = hn::Or(hn::And(first, hn::Set(words, 0xFFFF)), hn::ShiftLeft<16>(second));
+    const hn::Repartition<Ipp16s, D> samples;
+    hn::StoreU(hn::BitCast(samples, pairs), samples, p);
   }
 
  private:
