@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "audio/umc/aac/ps/hybrid_bands.h"
 #include "dsp/kernels/kernels.h"
 
 namespace UMC::aac {
