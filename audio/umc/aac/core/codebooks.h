@@ -12,9 +12,7 @@ struct Codebooks {
   IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
   // The escape codebook again, with code words that include the sign bits.
   IppsVLCDecodeSpec_32s signedEscape;
-  // The same with the powers of the lines.
-  VlcPowers powers[12];
-  VlcPowers signedEscapePowers;
+  VlcPowers powers[12];  // by codebook number, with the powers of the lines
 };
 
 // Created on first use; null if memory was exhausted.
