@@ -241,10 +241,7 @@ IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count
 
 IppStatus ippsVLCDecodeOne_1u16s(fmp4::BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, value, table)) return ippStsNullPtrErr;
-  stream->Refill();
-  const Entry entry = LookUpVlc(*stream, table->entries.data(), table->primaryBits);
-  stream->Skip(entry.length);
-  *value = entry.value;
+  *value = TakeVlc(*stream, *table);
   return ippStsNoErr;
 }
 

@@ -22,11 +22,7 @@ inline constexpr int kMaxScaleFactorDifference = 60;
 
 // Reads the next scale factor difference, at most kMaxScaleFactorDifference either way.
 inline int ReadScaleFactorDifference(fmp4::BitWindow& stream, const Codebooks& codebooks) {
-  stream.Refill();
-  const auto entry =
-      LookUpVlc(stream, codebooks.scaleFactor.entries.data(), codebooks.scaleFactor.primaryBits);
-  stream.Skip(entry.length);
-  return entry.value - kMaxScaleFactorDifference;
+  return TakeVlc(stream, codebooks.scaleFactor) - kMaxScaleFactorDifference;
 }
 
 }  // namespace UMC::aac
