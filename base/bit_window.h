@@ -30,11 +30,12 @@ inline void storeBigEndian(std::uint64_t value, std::uint8_t* p) {
 class BitWindow {
  public:
   BitWindow() = default;
-  BitWindow(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
+  BitWindow(const std::uint8_t* data, std::size_t size)
+      : data_(data), size_(size), wholeEnd_(size < 8 ? 0 : size - 7) {}
 
   // Makes at least 56 bits available to Peek and Skip.
   void Refill() {
-    if (size_ >= 8 && next_ <= size_ - 8) [[likely]] {
+    if (next_ < wholeEnd_) [[likely]] {
       window_ |= loadBigEndian(data_ + next_) >> bits_;
       next_ += (63 - bits_) >> 3;
       bits_ |= 56;
@@ -98,6 +99,7 @@ class BitWindow {
 
   const std::uint8_t* data_ = nullptr;
   std::size_t size_ = 0;
+  std::size_t wholeEnd_ = 0;  // eight bytes can be read at indices below
   std::size_t next_ = 0;      // index of the first byte not completely in the window
   std::uint64_t window_ = 0;  // the next bits, left-aligned
   unsigned bits_ = 0;         // valid bits in the window; the bits below are correct or zero

@@ -23,14 +23,13 @@ std::size_t LayOut(Ipp32s length, MdctPlan& plan) {
   return plan.passCount == 0 ? 0 : static_cast<std::size_t>(values);
 }
 
-// `workValues` is the size of a call's work buffer, in values.
-IppStatus GetSize(Ipp32s length, Ipp32s workValues, Ipp32s* planBytes, Ipp32s* workBytes) {
+IppStatus GetSize(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
   if (planBytes == nullptr || workBytes == nullptr) return ippStsNullPtrErr;
   MdctPlan plan;
   const std::size_t values = LayOut(length, plan);
   if (values == 0) return ippStsSizeErr;
   *planBytes = static_cast<Ipp32s>(sizeof plan + values * sizeof(Ipp32f));
-  *workBytes = workValues * static_cast<Ipp32s>(sizeof(Ipp32f));
+  *workBytes = length * static_cast<Ipp32s>(sizeof(Ipp32f));
   return ippStsNoErr;
 }
 
@@ -57,7 +56,7 @@ IppStatus Init(Plan** plan, Ipp32s length, double scale, Ipp8u* memory) {
 }  // namespace
 
 IppStatus ippsMDCTInvGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
-  return GetSize(length, length / 2, planBytes, workBytes);
+  return GetSize(length, planBytes, workBytes);
 }
 
 IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* memory) {
@@ -73,8 +72,18 @@ IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsM
   return ippStsNoErr;
 }
 
+IppStatus ippsMDCTInvOverlap_32f(const Ipp32f* source, const Ipp32f* rise, Ipp32f* tail, Ipp32f* destination,
+                                 const IppsMDCTInvSpec_32f* plan, Ipp8u* work) {
+  if (source == nullptr || rise == nullptr || tail == nullptr || destination == nullptr || plan == nullptr ||
+      work == nullptr) {
+    return ippStsNullPtrErr;
+  }
+  ActiveKernels().mdctOverlap(*plan, source, rise, tail, destination, reinterpret_cast<Ipp32f*>(work));
+  return ippStsNoErr;
+}
+
 IppStatus ippsMDCTFwdGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes) {
-  return GetSize(length, length, planBytes, workBytes);
+  return GetSize(length, planBytes, workBytes);
 }
 
 IppStatus ippsMDCTFwdInit_32f(IppsMDCTFwdSpec_32f** plan, Ipp32s length, Ipp8u* memory) {

@@ -23,6 +23,12 @@ IppStatus ippsMDCTInvInit_32f(IppsMDCTInvSpec_32f** plan, Ipp32s length, Ipp8u* 
 IppStatus ippsMDCTInv_32f(const Ipp32f* source, Ipp32f* destination, const IppsMDCTInvSpec_32f* plan,
                           Ipp8u* work);
 
+// The same with its first half overlap-added: that half becomes destination[i] = x[i] * rise[i] + tail[i] *
+// rise[N / 2 - 1 - i], for 0 <= i < N / 2, and `tail` then receives the second half. Destination and source
+// may be the same.
+IppStatus ippsMDCTInvOverlap_32f(const Ipp32f* source, const Ipp32f* rise, Ipp32f* tail, Ipp32f* destination,
+                                 const IppsMDCTInvSpec_32f* plan, Ipp8u* work);
+
 // The same for the forward transform.
 IppStatus ippsMDCTFwdGetSize_32f(Ipp32s length, Ipp32s* planBytes, Ipp32s* workBytes);
 IppStatus ippsMDCTFwdInit_32f(IppsMDCTFwdSpec_32f** plan, Ipp32s length, Ipp8u* memory);

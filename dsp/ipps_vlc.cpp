@@ -37,7 +37,7 @@ bool AddLinks(const IppsVLCTable_32s* words, std::size_t count, unsigned primary
     if (entries.size() > 32767) return false;
     const auto place = static_cast<Ipp16s>(entries.size());
     const auto bits = static_cast<Ipp8u>(IppsVLCDecodeSpec_32s::kLink | extra[i]);
-    if (!Fill(entries, i, 1, {place, bits, 0})) return false;
+    if (!Fill(entries, i, 1, {bits, 0, place})) return false;
     entries.resize(entries.size() + (std::size_t{1} << extra[i]));
   }
   return true;
@@ -70,7 +70,7 @@ IppStatus Build(const IppsVLCTable_32s* words, std::size_t count, const IppsVLCT
   for (std::size_t i = 0; i < count; ++i) {
     const auto length = static_cast<unsigned>(words[i].length);
     const auto code = static_cast<std::size_t>(words[i].code);
-    Entry entry{static_cast<Ipp16s>(words[i].value), static_cast<Ipp8u>(length), 0};
+    Entry entry{static_cast<Ipp8u>(length), 0, static_cast<Ipp16s>(words[i].value)};
     for (Ipp32s j = 0; j < tuple.dimension; ++j) {
       const bool set = made.tuples[static_cast<std::size_t>(words[i].value * tuple.dimension + j)] != 0;
       entry.nonZero = static_cast<Ipp8u>(entry.nonZero << 1 | (set ? 1 : 0));
@@ -241,10 +241,7 @@ IppStatus ippsVLCDecodeInit_32s(const IppsVLCTable_32s* words, std::size_t count
 
 IppStatus ippsVLCDecodeOne_1u16s(fmp4::BitWindow* stream, Ipp16s* value, const IppsVLCDecodeSpec_32s* table) {
   if (!IsDecodable(stream, value, table)) return ippStsNullPtrErr;
-  stream->Refill();
-  const Entry entry = LookUpVlc(*stream, table->entries.data(), table->primaryBits);
-  stream->Skip(entry.length);
-  *value = entry.value;
+  *value = TakeVlc(*stream, *table);
   return ippStsNoErr;
 }
 

@@ -29,10 +29,11 @@ struct IppsVLCDecodeSpec_32s {
   // For a symbol: its number, the full length of its code word and one bit per non-zero value of its tuple
   // (the first value is the most significant bit). For the prefix of longer codes: the offset of its
   // second-level table and, flagged by kLink, the number of bits that index it.
+  // The length is what the next look-up waits for: it comes first, to be shifted by as it is loaded.
   struct Entry {
-    Ipp16s value;
     Ipp8u length;
     Ipp8u nonZero;
+    Ipp16s value;
   };
   static constexpr Ipp8u kLink = 0x80;
 

@@ -19,6 +19,14 @@ inline IppsVLCDecodeSpec_32s::Entry LookUpVlc(const fmp4::BitWindow& window,
   return entries[static_cast<std::size_t>(entry.value) + pattern];
 }
 
+// Decodes one symbol's number.
+inline Ipp16s TakeVlc(fmp4::BitWindow& window, const IppsVLCDecodeSpec_32s& table) {
+  window.Refill();
+  const IppsVLCDecodeSpec_32s::Entry entry = LookUpVlc(window, table.entries.data(), table.primaryBits);
+  window.Skip(entry.length);
+  return entry.value;
+}
+
 // Calls take(i) for the offset of every tuple in `length` values. The window always holds enough bits: one
 // refill provides for two tuples with their signs.
 template <int kDimension, class Take>

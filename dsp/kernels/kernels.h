@@ -53,6 +53,9 @@ struct Covariance {
 struct Kernels {
   // See ippsMDCTInv_32f; `work` holds length / 2 values.
   void (*mdctInverse)(const MdctPlan& plan, const Ipp32f* source, Ipp32f* destination, Ipp32f* work);
+  // See ippsMDCTInvOverlap_32f; `work` holds length values.
+  void (*mdctOverlap)(const MdctPlan& plan, const Ipp32f* source, const Ipp32f* rise, Ipp32f* tail,
+                      Ipp32f* destination, Ipp32f* work);
   // See ippsMDCTFwd_32f; `work` holds length values.
   void (*mdctForward)(const MdctPlan& plan, const Ipp32f* source, Ipp32f* destination, Ipp32f* work);
   // See ippsOverlapAdd_32f.

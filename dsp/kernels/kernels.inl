@@ -36,6 +36,11 @@ struct OneLane {
     p[0] = a;
     p[1] = b;
   }
+  // The same to two vectors.
+  static void Interleave(V a, V b, V& lower, V& upper) {
+    lower = a;
+    upper = b;
+  }
   static void StoreQuads(V a, V b, V c, V d, float* p) {
     p[0] = a;
     p[1] = b;
@@ -237,6 +242,42 @@ inline void FirstPass(const FftPass& pass, const float* twiddles, const float* r
   });
 }
 
+// The first two passes, both of radix 4, in one sweep over points that input(lanes, i) gives. The lanes cover
+// the groups of the second pass, whose outputs are 16 values apart; they are a multiple of the lane count.
+template <class Input>
+inline void FirstTwoPasses(const MdctPlan& plan, Input input, float* outRe, float* outIm) {
+  const auto groups = static_cast<std::size_t>(plan.passes[1].groups);
+  const float* first = plan.Values() + plan.passes[0].twiddleOffset;
+  const float* second = plan.Values() + plan.passes[1].twiddleOffset;
+  using L = WideLanes;
+  for (std::size_t p = 0; p < groups; p += L::Count()) {
+    Complex<L> x[4], y[4], middle[4][4];
+    for (std::size_t m = 0; m < 4; ++m) {
+      for (std::size_t j = 0; j < 4; ++j) x[j] = input(L(), (4 * j + m) * groups + p);
+      Dft4<L>(x, y);
+      middle[0][m] = y[0];
+      for (std::size_t k = 1; k < 4; ++k) {
+        const float* re = first + 8 * (k - 1) * groups;
+        middle[k][m] = y[k] * LoadComplex<L>(re, re + 4 * groups, m * groups + p);
+      }
+    }
+    for (std::size_t q = 0; q < 4; ++q) {
+      Dft4<L>(middle[q], y);
+      middle[q][0] = y[0];
+      for (std::size_t k = 1; k < 4; ++k) {
+        const float* re = second + 2 * (k - 1) * groups;
+        middle[q][k] = y[k] * LoadComplex<L>(re, re + groups, p);
+      }
+    }
+    for (std::size_t k = 0; k < 4; ++k) {
+      L::ScatterQuads(middle[0][k].re, middle[1][k].re, middle[2][k].re, middle[3][k].re,
+                      outRe + 16 * p + 4 * k, 16);
+      L::ScatterQuads(middle[0][k].im, middle[1][k].im, middle[2][k].im, middle[3][k].im,
+                      outIm + 16 * p + 4 * k, 16);
+    }
+  }
+}
+
 // The DCT-IV by a complex transform of half its size between two rotations: from `source` to a form y with
 // y[2i] = work[i] and y[2i + 1] = -work[2n - 1 - i], where n is the plan's points. `work` and `buffer`, 2n
 // values each, alternate as the passes' buffers so that the last pass ends in `work`; `source` is distinct
@@ -248,26 +289,38 @@ inline void DctFour(const MdctPlan& plan, const float* source, float* buffer, fl
   const float* preSin = preCos + n;
   const float* postCos = preSin + n;
   const float* postSin = postCos + n;
-
-  float* in = plan.passCount % 2 == 0 ? work : buffer;
-  float* out = plan.passCount % 2 == 0 ? buffer : work;
-  ForLanes(0, n, [=](auto lanes, std::size_t k) VL_LANES_ATTR {
+  const auto rotated = [=](auto lanes, std::size_t k) VL_LANES_ATTR {
     using L = decltype(lanes);
     typename L::V even, odd, unused;
     L::LoadPairs(source + 2 * k, even, unused);
     L::LoadPairs(source + coefficients - 2 * (k + L::Count()), unused, odd);
     odd = L::Reverse(odd);
     const auto c = L::Load(preCos + k), s = L::Load(preSin + k);
-    L::Store(L::MulAdd(odd, s, L::Mul(even, c)), in + k);
-    L::Store(L::NegMulAdd(even, s, L::Mul(odd, c)), in + n + k);
-  });
+    return Complex<L>{L::MulAdd(odd, s, L::Mul(even, c)), L::NegMulAdd(even, s, L::Mul(odd, c))};
+  };
 
-  for (int i = 0; i < plan.passCount; ++i) {
+  float* in = plan.passCount % 2 == 0 ? work : buffer;
+  float* out = plan.passCount % 2 == 0 ? buffer : work;
+  int next = 1;
+  if (plan.passCount > 1 && plan.passes[1].radix == 4 &&
+      static_cast<std::size_t>(plan.passes[1].groups) % WideLanes::Count() == 0) {
+    FirstTwoPasses(plan, rotated, in, in + n);
+    next = 2;
+  } else {
+    ForLanes(0, n, [=](auto lanes, std::size_t k) VL_LANES_ATTR {
+      using L = decltype(lanes);
+      const Complex<L> x = rotated(lanes, k);
+      L::Store(x.re, in + k);
+      L::Store(x.im, in + n + k);
+    });
+    FirstPass(plan.passes[0], plan.Values() + plan.passes[0].twiddleOffset, in, in + n, out, out + n);
+    std::swap(in, out);
+  }
+
+  for (int i = next; i < plan.passCount; ++i) {
     const FftPass& pass = plan.passes[i];
     const float* twiddles = plan.Values() + pass.twiddleOffset;
-    if (i == 0) {
-      FirstPass(pass, twiddles, in, in + n, out, out + n);
-    } else if (pass.radix == 4) {
+    if (pass.radix == 4) {
       Pass<4>(pass, twiddles, in, in + n, out, out + n);
     } else if (pass.radix == 2) {
       Pass<2>(pass, twiddles, in, in + n, out, out + n);
@@ -311,6 +364,48 @@ inline void MdctInverse(const MdctPlan& plan, const float* source, float* destin
     using L = decltype(lanes);
     const auto mirrored = L::Reverse(L::Load(im + n - i - L::Count()));
     L::StorePairs(L::Neg(L::Load(re + i)), mirrored, destination + 3 * n + 2 * i);
+  });
+}
+
+// The inverse MDCT whose first half is overlap-added as it is unfolded; the second half becomes the new tail.
+inline void MdctOverlap(const MdctPlan& plan, const float* source, const float* rise, float* tail,
+                        float* destination, float* work) {
+  const auto n = static_cast<std::size_t>(plan.points);
+  DctFour(plan, source, work + 2 * n, work);
+  const float* re = work;
+  const float* im = work + n;
+  const auto overlap = [=](auto lanes, auto head, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto fall = L::Reverse(L::Load(rise + 2 * n - i - L::Count()));
+    const auto falling = L::Mul(L::Load(tail + i), fall);
+    L::Store(L::MulAdd(head, L::Load(rise + i), falling), destination + i);
+  };
+  const auto overlapPairs = [=](auto lanes, auto a, auto b, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    typename L::V lower, upper;
+    L::Interleave(a, b, lower, upper);
+    overlap(lanes, lower, i);
+    overlap(lanes, upper, i + L::Count());
+  };
+  ForLanes(n / 2, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto mirrored = L::Reverse(L::Load(im + n - i - L::Count()));
+    overlapPairs(lanes, L::Load(re + i), L::Neg(mirrored), 2 * i - n);
+  });
+  ForLanes(0, n / 2, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto mirrored = L::Reverse(L::Load(re + n - i - L::Count()));
+    overlapPairs(lanes, L::Load(im + i), L::Neg(mirrored), n + 2 * i);
+  });
+  ForLanes(n / 2, n, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto mirrored = L::Reverse(L::Load(re + n - i - L::Count()));
+    L::StorePairs(L::Load(im + i), L::Neg(mirrored), tail + 2 * i - n);
+  });
+  ForLanes(0, n / 2, [=](auto lanes, std::size_t i) VL_LANES_ATTR {
+    using L = decltype(lanes);
+    const auto mirrored = L::Reverse(L::Load(im + n - i - L::Count()));
+    L::StorePairs(L::Neg(L::Load(re + i)), mirrored, tail + n + 2 * i);
   });
 }
 

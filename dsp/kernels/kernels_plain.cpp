@@ -26,10 +26,9 @@ using FourLanes = OneLane;
 
 const Kernels& PlainKernels() {
   static constexpr Kernels kKernels = {
-      MdctInverse,      MdctForward, OverlapAdd,   ScaleBands,    MulC,         Mul,
-      AddProduct,       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
-      ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
-      ShapeRows,        kPsKernels};
+      MdctInverse, MdctOverlap,  MdctForward,   OverlapAdd,  ScaleBands,   MulC,      Mul,
+      AddProduct,  Limit,        AddProductC,   Butterfly,   Deinterleave, Join,      ScaleByExponents,
+      QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch, SumEnergies,  ShapeRows, kPsKernels};
   return kKernels;
 }
 

@@ -1,5 +1,6 @@
 // The kernels for every instruction set that Highway can compile for, chosen at run time.
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -56,6 +57,14 @@ class Lanes {
   static HWY_INLINE V Reverse(V a) { return hn::Reverse(D(), a); }
   static HWY_INLINE void LoadPairs(const float* p, V& a, V& b) { hn::LoadInterleaved2(D(), p, a, b); }
   static HWY_INLINE void StorePairs(V a, V b, float* p) { hn::StoreInterleaved2(a, b, D(), p); }
+  static HWY_INLINE void Interleave(V a, V b, V& lower, V& upper) {
+    if constexpr (hn::MaxLanes(D()) > 4) {
+      a = SpreadPairs(a);
+      b = SpreadPairs(b);
+    }
+    lower = hn::InterleaveLower(D(), a, b);
+    upper = hn::InterleaveUpper(D(), a, b);
+  }
   static HWY_INLINE void StoreQuads(V a, V b, V c, V d, float* p) {
     hn::StoreInterleaved4(a, b, c, d, D(), p);
   }
@@ -94,14 +103,31 @@ class Lanes {
     return hn::DemoteTo(hn::Rebind<Ipp16s, D>(), hn::NearestInt(Clamp(a, -32768.0f, 32767.0f)));
   }
   static HWY_INLINE void StoreRounded(V a, Ipp16s* p) { hn::StoreU(Round(a), hn::Rebind<Ipp16s, D>(), p); }
+  // Sums with 1.5 * 2^23 hold numbers rounded to nearest, ties to even, in their lowest bits.
   static HWY_INLINE void StoreRoundedPairs(V a, V b, Ipp16s* p) {
-    hn::StoreInterleaved2(Round(a), Round(b), hn::Rebind<Ipp16s, D>(), p);
+    const Words words;
+    const auto first = hn::BitCast(words, hn::Add(Clamp(a, -32768.0f, 32767.0f), Set(0x1.8p23f)));
+    const auto second = hn::BitCast(words, hn::Add(Clamp(b, -32768.0f, 32767.0f), Set(0x1.8p23f)));
+    const auto pairs = hn::Or(hn::And(first, hn::Set(words, 0xFFFF)), hn::ShiftLeft<16>(second));
+    const hn::Repartition<Ipp16s, D> samples;
+    hn::StoreU(hn::BitCast(samples, pairs), samples, p);
   }
 
  private:
   using Words = hn::Rebind<Ipp32u, D>;
   static HWY_INLINE hn::Vec<Words> Promote(const Ipp8u* p) {
     return hn::PromoteTo(Words(), hn::LoadU(hn::Rebind<Ipp8u, D>(), p));
+  }
+  // Interleaving works in blocks of four values: gives each block two values of the lower half of the vector
+  // and two of the upper half.
+  static HWY_INLINE V SpreadPairs(V v) {
+    static constexpr auto kPlaces = [] {
+      std::array<Ipp32s, hn::MaxLanes(D())> places{};
+      for (std::size_t i = 0; i < places.size(); ++i)
+        places[i] = static_cast<Ipp32s>(i / 4 * 2 + i % 2 + (i % 4 < 2 ? 0 : places.size() / 2));
+      return places;
+    }();
+    return hn::TableLookupLanes(v, hn::SetTableIndices(D(), kPlaces.data()));
   }
   // A vector of blocks of four values that are `pitch` values apart.
   template <class T>
@@ -145,10 +171,9 @@ using FourLanes = Lanes<hn::CappedTag<float, 4> >;
 
 const Kernels* GetKernels() {
   static constexpr Kernels kKernels = {
-      MdctInverse,      MdctForward, OverlapAdd,   ScaleBands,    MulC,         Mul,
-      AddProduct,       Limit,       AddProductC,  Butterfly,     Deinterleave, Join,
-      ScaleByExponents, QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch,  SumEnergies,
-      ShapeRows,        kPsKernels};
+      MdctInverse, MdctOverlap,  MdctForward,   OverlapAdd,  ScaleBands,   MulC,      Mul,
+      AddProduct,  Limit,        AddProductC,   Butterfly,   Deinterleave, Join,      ScaleByExponents,
+      QmfAnalysis, QmfSynthesis, SumCovariance, FilterPatch, SumEnergies,  ShapeRows, kPsKernels};
   return &kKernels;
 }
 #endif

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <numbers>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "dsp/ipps_mdct.h"
@@ -111,6 +112,26 @@ TEST_P(MdctLength, ForwardEqualsItsDefiningSumWithEveryInstructionSet) {
 INSTANTIATE_TEST_SUITE_P(AacAndOthers, MdctLength,
                          testing::Values(16, 32, 48, 64, 80, 96, 128, 240, 256, 512, 1920, 2048));
 
+// Lengths of whole vectors, so that neither way rounds single values differently.
+TEST(Mdct, OverlapAddsInPlaceAsItUnfoldsWithEveryInstructionSet) {
+  for (const Ipp32s length : {256, 512, 1920, 2048}) {
+    Plan plan(length);
+    const auto half = static_cast<std::size_t>(length) / 2;
+    const auto coefficients = LoudNoise(half, 7), rise = LoudNoise(half, 8), before = LoudNoise(half, 9);
+    for (const auto& set : AllKernelSets()) {
+      SCOPED_TRACE(set.name + ", " + std::to_string(length));
+      std::vector<float> samples(2 * half), expected(half);
+      set.kernels->mdctInverse(*plan.plan, coefficients.data(), samples.data(), plan.work.data());
+      set.kernels->overlapAdd(before.data(), samples.data(), rise.data(), expected.data(), half);
+      std::vector<float> values = coefficients, tail = before;
+      set.kernels->mdctOverlap(*plan.plan, values.data(), rise.data(), tail.data(), values.data(),
+                               plan.work.data());
+      EXPECT_EQ(expected, values);
+      EXPECT_EQ(std::vector<float>(samples.begin() + length / 2, samples.end()), tail);
+    }
+  }
+}
+
 TEST(Mdct, AnswersAnImpulseWithTheFirstBasisFunction) {
   Plan plan(2048);
   std::vector<float> coefficients(1024, 0.0f), samples(2048);
@@ -158,6 +179,7 @@ TEST(Mdct, RejectsLengthsWithoutAPlan) {
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvGetSize_32f(256, nullptr, &workBytes));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvInit_32f(nullptr, 256, nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInv_32f(nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ippStsNullPtrErr, ippsMDCTInvOverlap_32f(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTFwdGetSize_32f(256, &planBytes, nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTFwdInit_32f(nullptr, 256, nullptr));
   EXPECT_EQ(ippStsNullPtrErr, ippsMDCTFwd_32f(nullptr, nullptr, nullptr, nullptr));

@@ -231,11 +231,19 @@ TEST(Join, RoundsTiesToEvenAndOutputsNaNAsSilence) {
       expected.push_back(rounded);
     }
   }
+  const std::vector<float> backwards(source.rbegin(), source.rend());
+  std::vector<Ipp16s> expectedPairs;
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    expectedPairs.push_back(expected[i]);
+    expectedPairs.push_back(expected[expected.size() - 1 - i]);
+  }
+  const float* planes[2] = {source.data(), backwards.data()};
   for (const auto& set : AllKernelSets()) {
-    std::vector<Ipp16s> joined(source.size());
-    const float* mono[1] = {source.data()};
-    set.kernels->join(mono, 1, source.size(), joined.data());
+    std::vector<Ipp16s> joined(source.size()), pairs(2 * source.size());
+    set.kernels->join(planes, 1, source.size(), joined.data());
     EXPECT_EQ(expected, joined) << set.name;
+    set.kernels->join(planes, 2, source.size(), pairs.data());
+    EXPECT_EQ(expectedPairs, pairs) << set.name;
   }
 }
 

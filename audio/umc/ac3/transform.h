@@ -20,7 +20,7 @@ struct TransformScratch {
   alignas(kIppsAlignment) float samples[2 * kBlockSamples];
   alignas(kIppsAlignment) float halves[2][kBlockSamples / 2];
   alignas(kIppsAlignment) float shortSamples[kBlockSamples];
-  alignas(kIppsAlignment) std::uint8_t work[kBlockSamples * sizeof(float)];
+  alignas(kIppsAlignment) std::uint8_t work[2 * kBlockSamples * sizeof(float)];
 };
 
 // Creates the window and the transforms shared by all decoders. Otherwise the first block does so.

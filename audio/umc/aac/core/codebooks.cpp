@@ -70,7 +70,7 @@ bool PreparePowers(Codebooks& made) {
       return false;
     }
   }
-  return PrepareVlcPowers(made.signedEscape, false, true, &made.signedEscapePowers) == ippStsNoErr;
+  return true;
 }
 
 std::unique_ptr<const Codebooks> MakeCodebooks() {

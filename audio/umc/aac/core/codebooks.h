@@ -12,9 +12,7 @@ struct Codebooks {
   IppsVLCDecodeSpec_32s spectral[12];  // by codebook number, 1 to 11
   // The escape codebook again, with code words that include the sign bits.
   IppsVLCDecodeSpec_32s signedEscape;
-  // The same with the powers of the lines.
-  VlcPowers powers[12];
-  VlcPowers signedEscapePowers;
+  VlcPowers powers[12];  // by codebook number, with the powers of the lines
 };
 
 // Created on first use; null if memory was exhausted.
@@ -24,11 +22,7 @@ inline constexpr int kMaxScaleFactorDifference = 60;
 
 // Reads the next scale factor difference, at most kMaxScaleFactorDifference either way.
 inline int ReadScaleFactorDifference(fmp4::BitWindow& stream, const Codebooks& codebooks) {
-  stream.Refill();
-  const auto entry =
-      LookUpVlc(stream, codebooks.scaleFactor.entries.data(), codebooks.scaleFactor.primaryBits);
-  stream.Skip(entry.length);
-  return entry.value - kMaxScaleFactorDifference;
+  return TakeVlc(stream, codebooks.scaleFactor) - kMaxScaleFactorDifference;
 }
 
 }  // namespace UMC::aac

@@ -144,14 +144,13 @@ void SynthesiseFrame(const FilterBank& bank, WindowSequence sequence, int shape,
     std::copy(blocks + slope, blocks + inFrame, spectrum + start + slope);
     std::copy(blocks + inFrame, blocks + 9 * slope, state.tail);
     std::fill(state.tail + start + slope, state.tail + half, 0.0f);
-  } else {
+  } else if (state.endsShort || sequence == WindowSequence::kLongStop) {
     Transform(bank.longWindow, spectrum, scratch.samples, scratch);
-    if (state.endsShort || sequence == WindowSequence::kLongStop) {
-      OverlapShort(bank, state.tail, scratch.samples, state.shape, spectrum);
-    } else {
-      ippsOverlapAdd_32f(state.tail, scratch.samples, bank.longWindow.rise[state.shape], spectrum, half);
-    }
+    OverlapShort(bank, state.tail, scratch.samples, state.shape, spectrum);
     std::copy_n(scratch.samples + half, half, state.tail);
+  } else {
+    ippsMDCTInvOverlap_32f(spectrum, bank.longWindow.rise[state.shape], state.tail, spectrum,
+                           bank.longWindow.transform, scratch.work);
   }
   state.shape = static_cast<std::uint8_t>(shape);
   state.endsShort = sequence == WindowSequence::kEightShort || sequence == WindowSequence::kLongStart;

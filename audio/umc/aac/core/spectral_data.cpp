@@ -51,9 +51,7 @@ bool DecodeLines(fmp4::BitWindow& stream, const Codebooks& codebooks, int codebo
     std::fill_n(lines, length, 0.0f);
     return true;
   }
-  const bool large = codebook == kEscapeCodebook && count >= kLongRun;
-  return DecodeVlcPowers(&stream, lines, length,
-                         large ? codebooks.signedEscapePowers : codebooks.powers[codebook]) == ippStsNoErr;
+  return DecodeVlcPowers(&stream, lines, length, codebooks.powers[codebook]) == ippStsNoErr;
 }
 
 // One group's lines, quantised or their powers. Bands of one codebook that are adjacent in both the stream

@@ -18,13 +18,24 @@ bool ParseStereoMask(fmp4::BitWindow& stream, const IcsInfo& ics, StereoMask& ma
 }
 
 void ApplyMidSide(const StereoMask& mask, ChannelStream& left, ChannelStream& right) {
+  // Adjacent bands at once.
+  int start = 0, end = 0;
+  const auto rotate = [&] {
+    if (end == start) return;
+    ippsButterfly_32f_I(left.spectrum + start, right.spectrum + start, static_cast<std::size_t>(end - start));
+  };
   ForEachWindowBand(left.ics, [&](int band, int first, int count) {
     if (mask.used[band] == 0 || left.codebook[band] == kNoiseCodebook ||
         right.codebook[band] >= kNoiseCodebook) {
       return;
     }
-    ippsButterfly_32f_I(left.spectrum + first, right.spectrum + first, static_cast<std::size_t>(count));
+    if (first != end) {
+      rotate();
+      start = first;
+    }
+    end = first + count;
   });
+  rotate();
 }
 
 void ApplyIntensity(const StereoMask& mask, const ChannelStream& left, ChannelStream& right) {

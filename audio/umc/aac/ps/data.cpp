@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "audio/umc/aac/ps/codebooks.h"
+#include "dsp/vlc_lookup.h"
 
 namespace UMC::aac {
 
@@ -83,9 +84,7 @@ class PsParser {
   // Reads the next difference, whose symbols start at 0, and adds it to its reference: the index of the same
   // band in `earlier` or, if that is null, of the previous band.
   int ReadSum(const IppsVLCDecodeSpec_32s& code, const std::int8_t* earlier, int band, int lower) {
-    Ipp16s symbol = 0;
-    ippsVLCDecodeOne_1u16s(&m_stream, &symbol, &code);
-    return symbol + (earlier != nullptr ? earlier[band] : lower);
+    return TakeVlc(m_stream, code) + (earlier != nullptr ? earlier[band] : lower);
   }
 
   bool ParseIndices(bool enabled, int mode, const IppsVLCDecodeSpec_32s* codes, const Range& range,

@@ -1,7 +1,9 @@
 #include "audio/umc/aac/ps/decorrelator.h"
 
 #include <algorithm>
+#include <cstring>
 
+#include "audio/umc/aac/ps/hybrid_bands.h"
 #include "dsp/kernels/kernels.h"
 
 namespace UMC::aac {
@@ -15,8 +17,8 @@ static_assert(kSlotPeriod % 3 == 0 && kSlotPeriod % 4 == 0 && kSlotPeriod % 5 ==
 // Writes a slot into a delay line and reads the slot it replaces.
 template <int kCount>
 void Exchange(const float* in, float (&line)[kCount], float* out) {
-  std::copy_n(line, kCount, out);
-  std::copy_n(in, kCount, line);
+  std::memcpy(out, line, sizeof line);
+  std::memcpy(line, in, sizeof line);
 }
 
 // The gains that reduce transients (8.6.4.5.3), by hybrid band.

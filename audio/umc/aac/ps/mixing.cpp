@@ -4,6 +4,8 @@
 #include <complex>
 #include <numbers>
 
+#include "audio/umc/aac/ps/hybrid_bands.h"
+
 namespace UMC::aac {
 
 namespace {

@@ -86,22 +86,6 @@ void SetFilters34(PsConfiguration& made) {
   std::copy(std::begin(kFirst), std::end(kFirst), made.firstOf);
 }
 
-// Parameter bands of the hybrid bands (tables 8.48 and 8.49): those of the split bands, then how many of the
-// others belong to each further parameter band.
-constexpr std::uint8_t kSplitBandOf20[] = {1, 0, 0, 1, 2, 3, 4, 5, 6, 7};
-constexpr int kWidths20[] = {1, 1, 1, 1, 1, 1, 2, 3, 4, 5, 12, 29};  // from band 8 on
-constexpr std::uint8_t kSplitBandOf34[] = {0, 1, 2, 3, 4,  5,  6,  6, 7,  2,  1,  0,  10, 10, 4,  5,
-                                           6, 7, 8, 9, 10, 11, 12, 9, 14, 11, 12, 13, 14, 15, 16, 13};
-constexpr int kWidths34[] = {1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 23};  // from band 16 on
-
-template <class Split, class Widths>
-void SetBandOf(const Split& split, const Widths& widths, int firstBand, PsConfiguration& made) {
-  std::copy(std::begin(split), std::end(split), made.splitBandOf);
-  made.firstUnsplit = firstBand;
-  int band = firstBand, end = made.splitBands;
-  for (const int width : widths) made.unsplitEnds[band++] = static_cast<std::uint8_t>(end += width);
-}
-
 // Centre frequencies of the split bands, in units of a QMF band (tables 8.41 and 8.42, times 8 and 24).
 constexpr int kCentre20[] = {-3, -1, 1, 3, 5, 7, 10, 14, 18, 22};
 constexpr int kCentre34[] = {2,  6,  10, 14, 18, 22, 26, 30, 34,  -10, -6, -2, 51,  57,  15,  21,
@@ -191,7 +175,6 @@ PsTables MakeTables() {
   narrow.firstConjugate = 0;
   narrow.endConjugate = 2;
   SetFilters20(narrow);
-  SetBandOf(kSplitBandOf20, kWidths20, 8, narrow);
   SetAllPass(kCentre20, 8, 10, narrow);
 
   PsConfiguration& wide = made.configurations[1];
@@ -205,33 +188,12 @@ PsTables MakeTables() {
   wide.firstConjugate = 9;
   wide.endConjugate = 12;
   SetFilters34(wide);
-  SetBandOf(kSplitBandOf34, kWidths34, 16, wide);
   SetAllPass(kCentre34, 24, 32, wide);
   SetMixing(made);
   return made;
 }
 
 }  // namespace
-
-void SpreadPsBands(const PsConfiguration& configuration, const float* bands, float* hybrid) {
-  int k = 0;
-  for (; k < configuration.splitBands; ++k) hybrid[k] = bands[configuration.splitBandOf[k]];
-  for (int band = configuration.firstUnsplit; band < configuration.bands; ++band) {
-    const float value = bands[band];
-    for (const int end = configuration.unsplitEnds[band]; k < end; ++k) hybrid[k] = value;
-  }
-}
-
-void SumPsBands(const PsConfiguration& configuration, const float* hybrid, float* bands) {
-  std::fill_n(bands, configuration.bands, 0.0f);
-  int k = 0;
-  for (; k < configuration.splitBands; ++k) bands[configuration.splitBandOf[k]] += hybrid[k];
-  for (int band = configuration.firstUnsplit; band < configuration.bands; ++band) {
-    float sum = bands[band];
-    for (const int end = configuration.unsplitEnds[band]; k < end; ++k) sum += hybrid[k];
-    bands[band] = sum;
-  }
-}
 
 const PsTables& SharedPsTables() {
   static const PsTables kShared = MakeTables();

@@ -29,11 +29,6 @@ struct PsConfiguration {
   int longDelayBands;
   // Hybrid bands of negative centre frequencies, which rotate in the opposite direction: [first, end).
   int firstConjugate, endConjugate;
-  // Parameter band of each hybrid band of the split ones. The other hybrid bands belong to the parameter
-  // bands from `firstUnsplit` on, in ascending order: those up to unsplitEnds[band] to `band`.
-  std::uint8_t splitBandOf[kMaxPsSplitBands];
-  int firstUnsplit;
-  std::uint8_t unsplitEnds[kMaxPsBands];
   // First hybrid band of each split QMF band, and the one after the last.
   int firstOf[kMaxPsSplitQmfBands + 1];
   PsFilterBank filters[kMaxPsSplitQmfBands];
@@ -44,12 +39,6 @@ struct PsConfiguration {
 struct PsMixing {
   float h11, h12, h21, h22;
 };
-
-// Copies values of parameter bands to their hybrid bands.
-void SpreadPsBands(const PsConfiguration& configuration, const float* bands, float* hybrid);
-
-// Sums values of hybrid bands by parameter band, in ascending order.
-void SumPsBands(const PsConfiguration& configuration, const float* hybrid, float* bands);
 
 struct PsTables {
   PsConfiguration configurations[2];  // for 20 and for 34 bands

@@ -6,6 +6,7 @@
 #include "audio/umc/aac/core/prepare_code.h"
 #include "audio/umc/aac/sbr/huffman_codes.h"
 #include "audio/umc/shared_object.h"
+#include "dsp/vlc_lookup.h"
 
 namespace UMC::aac {
 
@@ -44,9 +45,7 @@ const SbrCodebooks* SharedSbrCodebooks() {
 }
 
 int ReadSbrDifference(fmp4::BitWindow& stream, const SbrCode& code) {
-  Ipp16s symbol = 0;
-  ippsVLCDecodeOne_1u16s(&stream, &symbol, &code.table);
-  return symbol - code.largest;
+  return TakeVlc(stream, code.table) - code.largest;
 }
 
 }  // namespace UMC::aac

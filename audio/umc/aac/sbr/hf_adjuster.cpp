@@ -257,9 +257,8 @@ class Adjuster {
 
   // Keeps the state after the last envelope for the next frame.
   void Keep() {
-    SbrGains recent[kSbrSmoothedSlots];
-    for (int i = 0; i < kSbrSmoothedSlots; ++i) recent[i] = *m_recent[i];
-    std::copy_n(recent, kSbrSmoothedSlots, m_state.gains);
+    // Gains of the last frame have moved to later places only.
+    for (int i = kSbrSmoothedSlots - 1; i >= 0; --i) m_state.gains[i] = *m_recent[i];
     std::fill_n(m_state.sinusoids, kQmfBands, false);
     std::copy_n(m_envelope.sinusoid, m_tables.m, m_state.sinusoids + m_tables.kx);
     m_state.endsInTransient = m_data.grid.EndsInTransient();
