@@ -16,7 +16,12 @@ InstructionSet processorInstructionSet() {
   if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512vl") ||
       !__builtin_cpu_supports("avx512dq") || !__builtin_cpu_supports("avx512bw"))
     return InstructionSet::Avx2;
-  return InstructionSet::Avx512;
+  // Processors with these have VAES too, which Clang 14 cannot ask for.
+  if (!__builtin_cpu_supports("vpclmulqdq") || !__builtin_cpu_supports("avx512vbmi") ||
+      !__builtin_cpu_supports("avx512vbmi2") || !__builtin_cpu_supports("avx512bitalg") ||
+      !__builtin_cpu_supports("avx512vpopcntdq"))
+    return InstructionSet::Avx512;
+  return InstructionSet::Avx512Clmul;
 }
 #else
 InstructionSet processorInstructionSet() {
