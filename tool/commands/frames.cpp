@@ -61,16 +61,17 @@ std::string signedClockText(double seconds) {
 
 // Adds a line of CSV. The columns of captions are empty for most frames.
 void appendCsv(std::string& line, const Row& row, const std::optional<FrameTime>& time) {
-  const auto addNumber = [&line](auto number) {
-    char decimal[16];
-    char* const end = std::to_chars(std::begin(decimal), std::end(decimal), number).ptr;
-    *end = ',';
-    line.append(decimal, end + 1);
+  char numbers[64];  // four, each of at most ten digits, a sign and its comma
+  char* end = numbers;
+  const auto addNumber = [&](auto number) {
+    end = std::to_chars(end, std::end(numbers), number).ptr;
+    *end++ = ',';
   };
   addNumber(row.frame);
   addNumber(row.size);
   addNumber(int{row.key});
   addNumber(row.compositionOffset);
+  line.append(numbers, end);
   line.append(hexText(row.crc32, 8)) += ',';
   line.append(row.cc608) += ',';
   line.append(row.cc708) += ',';
