@@ -45,7 +45,7 @@ std::uint32_t update(std::uint32_t state, std::span<const std::uint8_t> bytes) {
 
 std::uint32_t crc32(std::span<const std::uint8_t> bytes, InstructionSet set) {
   std::uint32_t state = ~0u;
-  if (const auto fold = Crc32Folding::of(set); fold && bytes.size() >= Crc32Folding::kStep) {
+  if (const auto fold = Crc32Folding::of(set); fold && bytes.size() >= Crc32Folding::kBlock) {
     Crc32Folding::Block block;
     const std::size_t folded = fold(state, bytes, block);
     state = update(0, block);

@@ -1,5 +1,7 @@
 #include "base/crc32_fold.h"
 
+// Highway leaves this target out otherwise.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "base/crc32_fold.cpp"
 #include <hwy/foreach_target.h>
@@ -19,50 +21,83 @@ Crc32Folding::Fold getFold() {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
-using Words = hn::CappedTag<std::uint64_t, 2>;
-using Bytes = hn::Repartition<std::uint8_t, Words>;
-using Vec = hn::Vec<Words>;
 
-HWY_INLINE Vec load(const std::uint8_t* bytes) {
-  return hn::BitCast(Words(), hn::LoadU(Bytes(), bytes));
-}
+constexpr std::size_t kBlock = Crc32Folding::kBlock;
 
 // The factors that move a block up by `bits`: x to their power, for its first half, which is 64 bits higher,
 // and for its second. They are 32 bits lower, as half a block is, and the product is a bit short of two
 // halves.
 template <unsigned bits>
-HWY_INLINE Vec factorsFor() {
-  constexpr auto factor = [](unsigned power) {
+struct Factors {
+  static constexpr std::uint64_t factor(unsigned power) {
     std::uint32_t value = 0x80000000;
     for (unsigned i = 0; i < power; ++i) value = crc32TimesX(value);
     return std::uint64_t{value} << 1;
-  };
-  static constexpr std::uint64_t kFactors[2] = {factor(bits + 32), factor(bits - 32)};
-  return hn::LoadU(Words(), kFactors);
-}
-
-// `block` moved up by what `factors` stand for, plus `next`.
-HWY_INLINE Vec fold(Vec block, Vec factors, Vec next) {
-  return hn::Xor(next, hn::Xor(hn::CLMulLower(block, factors), hn::CLMulUpper(block, factors)));
-}
-
-// Four blocks side by side hide the latency of the products.
-std::size_t foldAll(std::uint32_t state, std::span<const std::uint8_t> bytes, Crc32Folding::Block& block) {
-  constexpr std::size_t kBlock = Crc32Folding::kBlock, kStep = Crc32Folding::kStep;
-  const std::uint8_t* at = bytes.data();
-  Vec a = load(at), b = load(at + kBlock), c = load(at + 2 * kBlock), d = load(at + 3 * kBlock);
-  const std::uint64_t start[2] = {state, 0};
-  a = hn::Xor(a, hn::LoadU(Words(), start));
-  const Vec byStep = factorsFor<8 * kStep>(), byBlock = factorsFor<8 * kBlock>();
-  std::size_t left = bytes.size() - kStep;
-  for (at += kStep; left >= kStep; at += kStep, left -= kStep) {
-    a = fold(a, byStep, load(at));
-    b = fold(b, byStep, load(at + kBlock));
-    c = fold(c, byStep, load(at + 2 * kBlock));
-    d = fold(d, byStep, load(at + 3 * kBlock));
   }
-  a = fold(fold(fold(a, byBlock, b), byBlock, c), byBlock, d);
-  hn::StoreU(hn::BitCast(Bytes(), a), Bytes(), block.data());
+  static constexpr std::uint64_t kHalves[2] = {factor(bits + 32), factor(bits - 32)};
+};
+
+// One or more blocks side by side, each of two words.
+template <std::size_t blocks>
+struct Blocks {
+  using Words = hn::CappedTag<std::uint64_t, 2 * blocks>;
+  using Bytes = hn::Repartition<std::uint8_t, Words>;
+  using Vec = hn::Vec<Words>;
+  static constexpr std::size_t kBytes = blocks * kBlock;
+
+  static HWY_INLINE Vec load(const std::uint8_t* bytes) {
+    return hn::BitCast(Words(), hn::LoadU(Bytes(), bytes));
+  }
+  static HWY_INLINE void store(Vec vec, std::uint8_t* bytes) {
+    hn::StoreU(hn::BitCast(Bytes(), vec), Bytes(), bytes);
+  }
+  // Those at the start of the bytes that follow `state`.
+  static HWY_INLINE Vec loadFirst(const std::uint8_t* bytes, std::uint32_t state) {
+    const std::uint64_t start[2 * blocks] = {state};
+    return hn::Xor(load(bytes), hn::LoadU(Words(), start));
+  }
+  template <unsigned bits>
+  static HWY_INLINE Vec factorsFor() {
+    return hn::LoadDup128(Words(), Factors<bits>::kHalves);
+  }
+  // `vec` moved up by what `factors` stand for, plus `next`.
+  static HWY_INLINE Vec fold(Vec vec, Vec factors, Vec next) {
+    return hn::Xor(next, hn::Xor(hn::CLMulLower(vec, factors), hn::CLMulUpper(vec, factors)));
+  }
+};
+
+// As many blocks as one instruction multiplies.
+using Wide = Blocks<HWY_TARGET == HWY_AVX3_DL ? 4 : 1>;
+using One = Blocks<1>;
+
+// Four vectors side by side hide the latency of the products.
+std::size_t foldAll(std::uint32_t state, std::span<const std::uint8_t> bytes, Crc32Folding::Block& block) {
+  constexpr std::size_t kVec = Wide::kBytes, kStep = 4 * kVec;
+  const std::uint8_t* at = bytes.data();
+  std::size_t left = bytes.size();
+  const One::Vec byBlock = One::factorsFor<8 * kBlock>();
+  One::Vec sum;
+  if (left >= kStep) {
+    Wide::Vec a = Wide::loadFirst(at, state), b = Wide::load(at + kVec), c = Wide::load(at + 2 * kVec),
+              d = Wide::load(at + 3 * kVec);
+    const Wide::Vec byStep = Wide::factorsFor<8 * kStep>(), byVec = Wide::factorsFor<8 * kVec>();
+    for (at += kStep, left -= kStep; left >= kStep; at += kStep, left -= kStep) {
+      a = Wide::fold(a, byStep, Wide::load(at));
+      b = Wide::fold(b, byStep, Wide::load(at + kVec));
+      c = Wide::fold(c, byStep, Wide::load(at + 2 * kVec));
+      d = Wide::fold(d, byStep, Wide::load(at + 3 * kVec));
+    }
+    std::uint8_t folded[kVec];
+    Wide::store(Wide::fold(Wide::fold(Wide::fold(a, byVec, b), byVec, c), byVec, d), folded);
+    sum = One::load(folded);
+    for (std::size_t i = kBlock; i < kVec; i += kBlock) sum = One::fold(sum, byBlock, One::load(folded + i));
+  } else {
+    sum = One::loadFirst(at, state);
+    at += kBlock;
+    left -= kBlock;
+  }
+  for (; left >= kBlock; at += kBlock, left -= kBlock) sum = One::fold(sum, byBlock, One::load(at));
+  One::store(sum, block.data());
   return bytes.size() - left;
 }
 

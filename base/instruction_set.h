@@ -11,9 +11,10 @@ namespace fmp4 {
 enum class InstructionSet {
   Baseline,  // what every processor of the architecture has
   Ssse3,
-  Sse4,    // with carry-less multiplication and AES
-  Avx2,    // with bit manipulation and fused multiplication and addition
-  Avx512,  // F, VL, DQ, BW
+  Sse4,         // with carry-less multiplication and AES
+  Avx2,         // with bit manipulation and fused multiplication and addition
+  Avx512,       // F, VL, DQ, BW
+  Avx512Clmul,  // with carry-less multiplication of whole vectors, VBMI, VBMI2, BITALG and VPOPCNTDQ
 };
 
 // The last set that this processor and its operating system support.
@@ -24,7 +25,7 @@ InstructionSet processorInstructionSet();
 #define VL_BUILDS_BY_INSTRUCTION_SET(function)                                             \
   {                                                                                        \
     &HWY_STATIC_DISPATCH(function), HWY_CHOOSE_SSSE3(function), HWY_CHOOSE_SSE4(function), \
-        HWY_CHOOSE_AVX2(function), HWY_CHOOSE_AVX3(function)                               \
+        HWY_CHOOSE_AVX2(function), HWY_CHOOSE_AVX3(function), HWY_CHOOSE_AVX3_DL(function) \
   }
 
 // The build for `set`, or else for the last set before it that has one.

@@ -1,9 +1,7 @@
 #include "base/text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <iterator>
 
 namespace fmp4 {
 
@@ -41,17 +39,17 @@ std::string clockText(double seconds) {
   const auto milliseconds = seconds >= 0 && seconds < kMax
                                 ? static_cast<std::uint64_t>(std::llround(seconds * 1000))
                                 : std::uint64_t{0};
-  std::string text;
-  const auto add = [&text](std::uint64_t value, std::size_t digits, const char* separator) {
-    char decimal[20];
-    const auto end = std::to_chars(std::begin(decimal), std::end(decimal), value).ptr;
-    const auto length = static_cast<std::size_t>(end - decimal);
-    text.append(digits - std::min(length, digits), '0').append(decimal, length).append(separator);
+  std::string text = std::to_string(milliseconds / 3'600'000);
+  if (text.size() < 2) text.insert(0, 1, '0');
+  // In place, as a line of each frame has two of them.
+  const auto add = [&text](char separator, std::uint64_t value, std::size_t digits) {
+    text.append(1 + digits, separator);
+    for (std::size_t i = text.size(); digits > 0; --digits, value /= 10)
+      text[--i] = static_cast<char>('0' + value % 10);
   };
-  add(milliseconds / 3'600'000, 2, ":");
-  add(milliseconds / 60'000 % 60, 2, ":");
-  add(milliseconds / 1000 % 60, 2, ".");
-  add(milliseconds % 1000, 3, "");
+  add(':', milliseconds / 60'000 % 60, 2);
+  add(':', milliseconds / 1000 % 60, 2);
+  add('.', milliseconds % 1000, 3);
   return text;
 }
 

@@ -21,6 +21,8 @@ set(VL_LINUX_TESTS
   tool/posix/names_test.cpp
   # The niceness of threads.
   os/posix/background_thread_test.cpp
+  # Blocks of the disk that a file has.
+  os/posix/claimed_space_test.cpp
   # Permission bits, links, and readers that keep the old content; on Windows a reader holds the name.
   os/posix/replace_file_test.cpp
   tool/posix/permission_test.cpp

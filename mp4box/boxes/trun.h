@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <span>
 
 #include "mp4box/fields.h"
@@ -105,9 +104,6 @@ class TrackRunBox final : public Mp4FullBox {
     std::span<const Mp4Column> used() const { return {all.data(), count}; }
   };
 
-  static constexpr std::uint32_t kPerSample =
-      kSampleDuration | kSampleSize | kSampleFlags | kCompositionOffset;
-
   Columns columns() const {
     Columns columns;
     columns.add(hasDuration(), "sample_duration", Mp4Number::Unsigned);
@@ -117,11 +113,17 @@ class TrackRunBox final : public Mp4FullBox {
                 version == 0 ? Mp4Number::Unsigned : Mp4Number::Signed);
     return columns;
   }
+  // The number of these flags that stand for values of a sample. Added up, as counting bits is a call where
+  // not every processor has an instruction for it.
+  static constexpr std::size_t valuesOf(std::uint32_t flags) {
+    return (flags / kSampleDuration & 1) + (flags / kSampleSize & 1) + (flags / kSampleFlags & 1) +
+           (flags / kCompositionOffset & 1);
+  }
   // Number of values per sample.
-  unsigned stride() const { return static_cast<unsigned>(std::popcount(flags & kPerSample)); }
+  std::size_t stride() const { return valuesOf(flags); }
   // Index of the value with this flag in sample `i`: after those of the lower flags.
   std::size_t place(std::size_t i, std::uint32_t flag) const {
-    return i * stride() + static_cast<std::size_t>(std::popcount(flags & kPerSample & (flag - 1)));
+    return i * stride() + valuesOf(flags & (flag - 1));
   }
   std::uint32_t value(std::size_t i, std::uint32_t flag) const { return values_[place(i, flag)]; }
   std::uint32_t& value(std::size_t i, std::uint32_t flag) { return values_[place(i, flag)]; }

@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "os/posix/claim_space.h"
+
 namespace fmp4::os {
 
 namespace {
@@ -37,11 +39,15 @@ bool DiskFile::sync() {
   return repeated([this] { return fdatasync(static_cast<int>(file_)); }) == 0;
 }
 
+void DiskFile::claim(std::uint64_t offset, std::uint64_t count) {
+  claimSpace(static_cast<int>(file_), offset, count);
+}
+
 bool DiskFile::cut(std::uint64_t size) {
   const int file = static_cast<int>(file_);
   struct stat status = {};
   if (fstat(file, &status) != 0) return false;
-  if (static_cast<std::uint64_t>(status.st_size) <= size) return true;
+  if (static_cast<std::uint64_t>(status.st_size) < size) return true;
   return repeated([&] { return ftruncate(file, static_cast<off_t>(size)); }) == 0;
 }
 

@@ -12,6 +12,7 @@
 #include <new>
 
 #include "os/disk_file.h"
+#include "os/posix/claim_space.h"
 
 namespace fmp4::os {
 
@@ -52,6 +53,9 @@ class TemporaryFile {
   }
 
   bool write(std::span<const std::string_view> parts) {
+    std::size_t size = 0;
+    for (const std::string_view part : parts) size += part.size();
+    claimSpace(descriptor_, 0, size);
     for (const std::string_view part : parts) {
       if (!write(part)) return false;
     }

@@ -28,6 +28,8 @@ bool DiskFile::sync() {
   return file_ != kNone && FlushFileBuffers(handleOf(file_));
 }
 
+void DiskFile::claim(std::uint64_t /*offset*/, std::uint64_t /*count*/) {}
+
 bool DiskFile::cut(std::uint64_t size) {
   LARGE_INTEGER present = {}, wanted = {};
   if (file_ == kNone || !GetFileSizeEx(handleOf(file_), &present)) return false;

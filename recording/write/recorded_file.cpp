@@ -120,6 +120,7 @@ bool RecordedFile::AddFragment(mp4::MovieFragment& fragment, const TrackBytes& b
   Mp4WriteU32(head_, kBoxHeaderBytes + size);
   Mp4WriteU32(head_, box_type::kMdat);
 
+  disk_.claim(end_, head_.bytes.size() + size);
   std::uint64_t offset = end_;
   if (!write(offset, head_.bytes)) return false;
   offset += head_.bytes.size();

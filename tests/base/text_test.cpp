@@ -19,6 +19,7 @@ TEST(Text, OfADurationIsRoundedToMilliseconds) {
   EXPECT_EQ(clockText(83.456), "00:01:23.456");
   EXPECT_EQ(clockText(0.0016), "00:00:00.002");
   EXPECT_EQ(clockText(59.9996), "00:01:00.000");
+  EXPECT_EQ(clockText(36000.01), "10:00:00.010");
   EXPECT_EQ(clockText(360'000), "100:00:00.000");
   for (const double none : {-1.0, 1e12, std::numeric_limits<double>::quiet_NaN()})
     EXPECT_EQ(clockText(none), "00:00:00.000") << none;

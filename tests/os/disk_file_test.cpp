@@ -52,6 +52,17 @@ TEST(DiskFile, DoesNothingForAMissingFile) {
   EXPECT_EQ(readFile(folder.file("media.bin")).size(), 1u);
 }
 
+TEST(DiskFile, ClaimsSpaceWithoutChangingTheFile) {
+  const TempFolder folder;
+  const std::string path = folder.file("media.bin");
+  writeFile(path, {1, 2, 3});
+  os::DiskFile file;
+  file.claim(0, 1 << 20);
+  ASSERT_TRUE(file.open(path));
+  file.claim(3, 1 << 20);
+  EXPECT_EQ(readFile(path), (std::vector<std::uint8_t>{1, 2, 3}));
+}
+
 #if !defined(_WIN32)
 TEST(DiskFile, FollowsARenamedFile) {
   const TempFolder folder;

@@ -40,10 +40,8 @@ struct Row {
   std::uint32_t crc32;
   std::string cc608;  // hexadecimal
   std::string cc708;
-  std::optional<FrameTime> time;
 };
 
-// All of a row but its time.
 Row readRow(VideoReader& video, std::uint32_t frame) {
   const DFRAME& descriptor = video.read(frame);
   return {frame,
@@ -52,31 +50,34 @@ Row readRow(VideoReader& video, std::uint32_t frame) {
           descriptor.compositionOffset,
           crc32(video.sample()),
           hexText(captionPair(descriptor)),
-          hexText(captionPacket(descriptor)),
-          {}};
+          hexText(captionPacket(descriptor))};
 }
 
 // "-00:00:00.040" before the start.
 std::string signedClockText(double seconds) {
-  return (seconds <= -0.0005 ? "-" : "") + clockText(std::abs(seconds));
+  const std::string clock = clockText(std::abs(seconds));
+  return seconds <= -0.0005 ? "-" + clock : clock;
 }
 
-// A line as CSV. The columns of captions are empty for most frames.
-void appendCsv(std::string& line, const Row& row) {
-  const auto addNumber = [&line](auto number) {
-    char decimal[16];
-    line.append(decimal, std::to_chars(std::begin(decimal), std::end(decimal), number).ptr) += ',';
+// Adds a line of CSV. The columns of captions are empty for most frames.
+void appendCsv(std::string& line, const Row& row, const std::optional<FrameTime>& time) {
+  char numbers[64];  // four, each of at most ten digits, a sign and its comma
+  char* end = numbers;
+  const auto addNumber = [&](auto number) {
+    end = std::to_chars(end, std::end(numbers), number).ptr;
+    *end++ = ',';
   };
   addNumber(row.frame);
   addNumber(row.size);
   addNumber(int{row.key});
   addNumber(row.compositionOffset);
+  line.append(numbers, end);
   line.append(hexText(row.crc32, 8)) += ',';
   line.append(row.cc608) += ',';
   line.append(row.cc708) += ',';
-  if (row.time) line += clockText(row.time->decodeSeconds());
+  if (time) line += clockText(time->decodeSeconds());
   line += ',';
-  if (row.time) line += signedClockText(row.time->presentationSeconds);
+  if (time) line += signedClockText(time->presentationSeconds);
   line += '\n';
 }
 
@@ -99,17 +100,17 @@ class RowPrinter {
     std::cout << (json_ ? "["
                         : "frame,size,key,compositionOffset,crc32,cc608,cc708,decodeTime,presentationTime\n");
   }
-  void print(Row row) {
-    row.time = times_.of(row.frame, row.size);
+  void print(const Row& row) {
+    const std::optional<FrameTime> time = times_.of(row.frame, row.size);
     if (json_) {
       std::cout << (first_ ? "\n" : ",\n") << "{\"frame\": " << row.frame << ", \"size\": " << row.size
                 << ", \"key\": " << row.key << ", \"compositionOffset\": " << row.compositionOffset
                 << ", \"crc32\": \"" << hexText(row.crc32, 8) << "\", \"cc608\": \"" << row.cc608
-                << "\", \"cc708\": \"" << row.cc708 << '"' << timesAsJson(row.time) << '}';
+                << "\", \"cc708\": \"" << row.cc708 << '"' << timesAsJson(time) << '}';
       first_ = false;
     } else {
       line_.clear();
-      appendCsv(line_, row);
+      appendCsv(line_, row, time);
       std::cout << line_;
     }
   }
