@@ -56,6 +56,7 @@ TEST(Open, DescribesTheVideoTrack) {
   EXPECT_EQ(video.stream.rate, 30000u);
   EXPECT_EQ(video.stream.scale, 1001u);
   EXPECT_EQ(video.stream.length, 3u);
+  EXPECT_EQ(video.stream.suggestedBufferSize, 1296000u) << "at least";
   EXPECT_EQ(video.flags & 0x0F000000u, 0x02000000u);
   const Bytes configuration = avcConfiguration();
   EXPECT_EQ(video.bitmap.size, configuration.size() + 86);
@@ -337,9 +338,38 @@ TEST(Open, AConfigurationOf64KibIsReadAndOneLongerThanTheDescriptionIsRefused) {
   EXPECT_EQ(large.described.video->bitmap.size, 0x10000u + 86);
   EXPECT_EQ(large.described.video->stream.handler, 0x31637668u);
   EXPECT_EQ(large.described.video->colourTable[0xFFFF], sampleOf(0x10000 - 8, 1).data.back());
+  EXPECT_NE(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES)).file, nullptr);
   LogCapture log;
   EXPECT_EQ(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES + 8)).file, nullptr);
   EXPECT_THAT(log.lines, ElementsAre(pluginError("The codec configuration is too long")));
+}
+
+TEST(Open, TheConfigurationMayFollowOtherBoxes) {
+  TrackSpec video = videoTrack();
+  video.sampleEntry =
+      visualEntry("avc1", 320, 180, join({box("pasp", {u32(1), u32(1)}), avcConfiguration()}));
+  const OpenedFile clip(fileOf({video}, threeFrames()));
+  ASSERT_NE(clip.file, nullptr);
+  const Bytes configuration = avcConfiguration();
+  EXPECT_EQ(clip.described.video->bitmap.size, configuration.size() + 86);
+  EXPECT_EQ(
+      Bytes(clip.described.video->colourTable, clip.described.video->colourTable + configuration.size()),
+      configuration);
+}
+
+TEST(Open, OfTwoVideoTracksTheFirstIsRead) {
+  TrackSpec other = videoTrack(5, 25, 1);
+  other.sampleEntry = visualEntry("avc1", 640, 360, avcConfiguration());
+  TrafSpec first, second;
+  first.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(20, 2)}}};
+  second.trackId = 5;
+  second.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(30, 3)}}};
+  const OpenedFile clip(fileOf({videoTrack(), other}, fragment(1, {first, second})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->bitmap.width, 320);
+  EXPECT_EQ(clip.described.system.streams, 1u);
+  EXPECT_EQ(clip.file->GetTotalFrames(), 2u);
+  EXPECT_EQ(readFrame(*clip.file, 1).data, sampleOf(20, 2).data);
 }
 
 TEST(Open, AnUnknownNameOrAMissingFileCannotBeOpened) {
