@@ -137,6 +137,81 @@ TEST(MadeRecordings, Ac3OfTwoFullFragmentsIsIntact) {
   }
 }
 
+// An AAC frame may begin with the first byte of an AC-3 frame.
+TEST(MadeRecordings, AacWhoseFirstByteIsThatOfAc3IsIntact) {
+  const TempFolder folder;
+  AudioRecording audio;
+  ASSERT_TRUE(audio.create(folder.file("out.m4a")));
+  ASSERT_TRUE(audio.start(madeAudio(), {2, 3}, {25000, 1000}, nullptr));
+  for (std::uint32_t i = 0; i < 7; ++i) {
+    Bytes unit = madeSample(i);
+    unit[0] = 0x0B;
+    unit[1] = 0x12;
+    ASSERT_EQ(audio.write(unit), VL_OK);
+  }
+  ASSERT_TRUE(audio.finish());
+  const Verification found = verifyRecording(folder.file("out.m4a"));
+  EXPECT_THAT(problemsIn(found), IsEmpty());
+  EXPECT_DOUBLE_EQ(found.seconds, 7 * 1024 / 48000.0);
+}
+
+TEST(MadeRecordings, HaveAtLeastOneAccessUnitAFragmentAndAMillionAtMost) {
+  const auto targetDuration = [](const FrameRate& rate) {
+    const TempFolder folder;
+    AudioRecording audio;
+    EXPECT_TRUE(audio.create(folder.file("out.m4a")));
+    EXPECT_TRUE(audio.start(madeAudio(), {2, 3}, rate, nullptr));
+    EXPECT_EQ(audio.write(madeSample(0)), VL_OK);
+    EXPECT_TRUE(audio.finish());
+    const Bytes bytes = readFile(vlPath(folder.file("outA.m3u8")));
+    const std::string list(bytes.begin(), bytes.end()), key = "#EXT-X-TARGETDURATION:";
+    return std::stoul(list.substr(list.find(key) + key.size()));
+  };
+  EXPECT_EQ(targetDuration({1000000, 1}), 0u) << "3 * 1024 samples, rounded";
+  EXPECT_EQ(targetDuration({1, 100000}), 67109u) << "3 * 2^20 * 1024 samples";
+}
+
+TEST(MadeRecordings, OfABottomUpPictureListItsRows) {
+  const TempFolder folder;
+  MpdWriter manifest(folder.file("out.mpd"));
+  VideoRecording video;
+  VideoSettings settings = madeVideo({});
+  settings.height = -180;
+  ASSERT_TRUE(video.create(folder.file("out.m4v")));
+  ASSERT_TRUE(video.start(settings, &manifest, false));
+  Bytes bytes = madeSample(0);
+  DFRAME frame{};
+  frame.size = sizeof frame;
+  frame.data = bytes.data();
+  frame.bytes = static_cast<std::uint32_t>(bytes.size());
+  EXPECT_EQ(video.writeVideo(frame), VL_OK);
+  EXPECT_TRUE(video.finish());
+  const Bytes list = readFile(vlPath(folder.file("out.mpd")));
+  EXPECT_THAT(std::string(list.begin(), list.end()), HasSubstr("height=\"180\""));
+  EXPECT_THAT(problemsIn(verifyRecording(folder.file("out.m4v"))), IsEmpty());
+}
+
+TEST(MadeRecordings, TheMovieBoxHasTheSampleRate) {
+  const MadeFiles files(kBoth);
+  const Bytes bytes = readFile(vlPath(files.media));
+  EXPECT_EQ(Mp4LoadU32(&bytes[typeAfter(bytes, 0, "mp4a") + 28]), std::uint32_t{48000} << 16);
+}
+
+TEST(MadeRecordings, CountTheirFramesAndTakeNoneAfterAFailure) {
+  const TempFolder folder;
+  MadeRecording recording(folder, kApart);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(recording.writeFrame(), VL_OK);
+  EXPECT_EQ(recording.writeUnit(), VL_OK);
+  EXPECT_EQ(recording.video().frames(), 3u);
+  recording.video().file().giveUp();
+  EXPECT_EQ(recording.writeFrame(), VL_FAILED);
+  EXPECT_EQ(recording.video().frames(), 3u);
+  EXPECT_EQ(recording.writeUnit(), VL_OK) << "another file";
+  recording.audio().file().giveUp();
+  EXPECT_EQ(recording.writeUnit(), VL_FAILED);
+  EXPECT_FALSE(recording.finish());
+}
+
 // ---- Changed media ----------------------------------------------------------------------------------
 
 TEST(ChangedMedia, AnotherSequenceNumberIsNamedOnce) {
@@ -270,6 +345,64 @@ TEST(InterruptedMedia, AnIndexWithoutAFragmentIsRemoved) {
   EXPECT_EQ(readFile(vlPath(files.media)).size(), index);
 }
 
+std::string refusalOf(const Bytes& media) {
+  const TempFolder folder;
+  writeFile(vlPath(folder.file("out.m4v")), media);
+  try {
+    verifyRecording(folder.file("out.m4v"));
+  } catch (const UserError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(InterruptedMedia, WithinTheFirstBoxesAreNoRecordingYet) {
+  const Bytes whole = readFile(vlPath(MadeFiles().media));
+  const std::size_t movie = offsetsOf(whole, box_type::kMoov)[0];
+  const auto start = [&whole](std::size_t size) {
+    return Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+  };
+  EXPECT_THAT(refusalOf(start(movie - 1)), HasSubstr("does not begin with a complete file type box"));
+  const std::string interrupted = refusalOf(start(movie));
+  EXPECT_THAT(interrupted, testing::Not(HasSubstr("has no movie box")));
+  EXPECT_EQ(refusalOf(join({start(movie), Bytes(7, 1)})), interrupted);
+  EXPECT_THAT(refusalOf(join({start(movie), box("free")})),
+              HasSubstr("has no movie box after its file type box"));
+}
+
+TEST(InterruptedMedia, AfterTheMovieBoxLackNothing) {
+  const MadeFiles files;
+  files.change("out.m4v", [](Bytes& bytes) { bytes.resize(offsetsOf(bytes, box_type::kSidx)[0]); });
+  for (const std::string& problem : problemsIn(verifyRecording(files.media)))
+    EXPECT_FALSE(problem.starts_with("out.m4v")) << problem;
+}
+
+TEST(ChangedMedia, AnIndexThatFollowsAnotherIsDamage) {
+  const MadeFiles files;
+  files.change("out.m4v", [](Bytes& bytes) {
+    const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(offsetsOf(bytes, box_type::kSidx)[2]);
+    const Bytes index(at, at + Mp4LoadU32(&*at));
+    bytes.insert(at, index.begin(), index.end());
+  });
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)),
+              testing::Contains(HasSubstr("one segment index follows another")));
+}
+
+TEST(ChangedMedia, ThePlacesOfASegmentAreThoseOfTheFirstIndex) {
+  const MadeFiles files;
+  files.change("out.m4v", [](Bytes& bytes) {
+    const std::size_t index = offsetsOf(bytes, box_type::kSidx)[2];
+    storeU32(bytes, index, Mp4LoadU32(&bytes[index]) - 12);
+    bytes[index + 31] = 2;  // reference_count
+    const auto last = bytes.begin() + static_cast<std::ptrdiff_t>(index) + 32 + 2 * 12;
+    bytes.erase(last, last + 12);
+  });
+  std::vector<std::string> problems = problemsIn(verifyRecording(files.media));
+  std::erase_if(problems, [](const std::string& problem) { return !problem.starts_with("out.m4v"); });
+  EXPECT_THAT(problems, ElementsAre("out.m4v: the index of the segment does not fit its fragments and cannot "
+                                    "be corrected (stays)"));
+}
+
 // Larger than the blocks of a disk, which are written or not as a whole.
 constexpr MadeKind kLarge{.sampleBytes = 5000};
 
@@ -292,6 +425,28 @@ TEST(InterruptedMedia, DataThatWereNeverWrittenAreRemovedFromTheLastTwoSegments)
   const Verification found = verifyRecording(files.media);
   EXPECT_THAT(problemsIn(found), IsEmpty());
   EXPECT_EQ(found.frames, 10u);
+}
+
+TEST(InterruptedMedia, TheIndexOfASegmentThatWasNeverWrittenGoesWithIt) {
+  const MadeFiles files(kLarge);
+  std::size_t end = 0;
+  files.change("out.m4v", [&end](Bytes& bytes) {
+    for (const std::size_t fragment : {6u, 7u}) neverWrite(bytes, fragment);
+    end = offsetsOf(bytes, box_type::kSidx)[2];
+  });
+  repairRecording(files.media);
+  EXPECT_EQ(readFile(vlPath(files.media)).size(), end);
+}
+
+TEST(InterruptedMedia, AJumpOfTimesGoesWithItsFragment) {
+  MadeKind kind = kLarge;
+  kind.audio = kind.separateAudio = true;
+  const MadeFiles files(kind);
+  files.change("out.m4v", [](Bytes& bytes) {
+    delay(bytes, 7, 300000);
+    neverWrite(bytes, 7);
+  });
+  EXPECT_THAT(verifyRecording(files.media).notes, IsEmpty());
 }
 
 TEST(InterruptedMedia, DataThatWereNeverWrittenBeforeThoseStay) {
@@ -349,6 +504,86 @@ TEST(ChangedLists, LostAudioIsGivenUpOnlyIfThatIsAccepted) {
   EXPECT_THAT(repairRecording(files.media, {}, {.loss = AudioLoss::Accepted}),
               ElementsAre("out.mpd: rewritten", "outA.m3u8: removed"));
   EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+}
+
+// As a recording made on Windows has them.
+TEST(ChangedLists, PlaylistsMayHaveEitherLineEnds) {
+  const MadeFiles files(kApart);
+  const auto crlf = [](std::string text) {
+    for (std::size_t at = 0; (at = text.find('\n', at)) != text.npos; at += 2) text.insert(at, 1, '\r');
+    return text;
+  };
+  for (const char* name : {"out.m3u8", "outA.m3u8"})
+    files.change(name, [&](Bytes& bytes) {
+      const std::string changed = crlf(std::string(bytes.begin(), bytes.end()));
+      bytes.assign(changed.begin(), changed.end());
+    });
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+  EXPECT_EQ(repairRecording(files.media), std::vector<std::string>());
+  files.edit("out.m3u8", "#EXTINF:0.24", "#EXTINF:0.25");
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)),
+              ElementsAre(testing::AllOf(HasSubstr("says \"#EXTINF:0.25"), testing::Not(HasSubstr("\r")))));
+}
+
+TEST(ChangedLists, APlaylistThatEndsWithinItsLastLineIsNotComplete) {
+  const MadeFiles files;
+  files.change("out.m3u8", [](Bytes& bytes) { bytes.pop_back(); });
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)), ElementsAre(HasSubstr("\"#EXT-X-ENDLIST\"")));
+}
+
+// Times are written again; what cannot be one is replaced.
+TEST(ChangedLists, TimesThatAreNoneAreNotWrittenAgain) {
+  for (const std::string time : {"2026-01-01T00:00:00.000000000000000000000000Z", "yesterday&lt;"}) {
+    const MadeFiles files;
+    std::string manifest = files.text("out.mpd");
+    files.edit("out.mpd", manifest, std::regex_replace(manifest, std::regex("[0-9-]+T[0-9:.]+Z"), time));
+    std::filesystem::remove(vlPath(files.folder.file("out.m3u8")));
+    repairRecording(files.media);
+    EXPECT_THAT(files.text("out.mpd"), testing::Not(HasSubstr(time)));
+    EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+  }
+}
+
+// Of another recording by this name.
+TEST(ChangedLists, AManifestWithAnotherInitialisationSaysNothing) {
+  const MadeFiles files(kApart);
+  const std::string size = std::to_string(offsetsOf(readFile(vlPath(files.media)), box_type::kSidx)[0] - 1);
+  files.edit("out.mpd", "range=\"0-" + size, "range=\"0-1" + size);
+  files.edit("out.mpd", "bandwidth=\"128000\"", "bandwidth=\"64000\"");
+  repairRecording(files.media);
+  EXPECT_THAT(files.text("out.mpd"), testing::Not(HasSubstr("bandwidth=\"64000\"")));
+}
+
+TEST(ChangedLists, ABitRateThatNoNumberHoldsIsThatOfTheMedia) {
+  const MadeFiles files(kApart);
+  for (const std::string rate : {"34359738368", "12x"}) {
+    const std::string text = files.text("out.mpd");
+    files.edit("out.mpd", text,
+               std::regex_replace(text, std::regex("bandwidth=\"[0-9]+\"(?![^]*bandwidth)"),
+                                  "bandwidth=\"" + rate + "\""));
+    repairRecording(files.media);
+    EXPECT_THAT(files.text("out.mpd"), testing::Not(HasSubstr("bandwidth=\"" + rate)));
+    EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+  }
+}
+
+TEST(ChangedLists, AudioThatTheManifestDoesNotPlaceIsNoPartOfTheRecording) {
+  const MadeFiles files;
+  const MadeFiles others(kApart);
+  std::filesystem::copy_file(vlPath(others.folder.file("out.m4a")), vlPath(files.folder.file("out.m4a")));
+  const Verification found = verifyRecording(files.media);
+  EXPECT_THAT(problemsIn(found), IsEmpty());
+  EXPECT_EQ(found.audioFrames, 0u);
+}
+
+// The manifest is saved once a segment of the video; the audio's playlist may be ahead of it.
+TEST(ChangedLists, LostAudioIsCountedByItsPlaylistToo) {
+  const MadeFiles files(kApart);
+  std::filesystem::remove(vlPath(files.folder.file("out.m4a")));
+  files.change("out.mpd", [](Bytes& bytes) { bytes.clear(); });
+  EXPECT_THAT(
+      problemsIn(verifyRecording(files.media)),
+      testing::Contains("out.m4a: the audio file is missing; the lists name 3 segments of it (stays)"));
 }
 
 TEST(ChangedLists, AudioThatIsEmptyIsLost) {
