@@ -73,6 +73,11 @@ TEST(WebVtt, PositionsAndClasses) {
             "00:00:03.003 --> 00:00:04.004 line:79.33% position:50%,center align:center\n"
             "<c.yellow.bg_blue>on blue &amp; white</c>\ntwo\n\n");
   EXPECT_EQ(webVttText({}, kNtsc), "WEBVTT\n\n");
+  Cue cue = cueOf(0, 30, {{"red", {.foreground = {3, 0, 0}}}});
+  cue.caption.blocks[0].top = 12.5;
+  EXPECT_EQ(webVttText(std::vector{cue}, {30, 1}),
+            "WEBVTT\n\n00:00:00.000 --> 00:00:01.000 line:12.5% position:20%,line-left align:left\n"
+            "<c.red>red</c>\ntwo\n\n");
 }
 
 TEST(Scenarist, ConsecutivePairsShareALine) {

@@ -159,6 +159,12 @@ TEST(LostAudio, MergesAdjacentPlacesAndReportsOnlySome) {
   EXPECT_THAT(text, testing::EndsWith("9:00:00.0 to 9:00:00.1 and 3 more places"));
 }
 
+TEST(LostAudio, ReportsTenPlaces) {
+  LostAudio lost(1000);
+  for (std::uint64_t i = 0; i < 10; ++i) lost.addUnits(i * 1000, i * 1000 + 100, 1);
+  EXPECT_THAT(lost.text("a.mp4"), testing::EndsWith(", 0:00:08.0 to 0:00:08.1, 0:00:09.0 to 0:00:09.1"));
+}
+
 TEST(LostAudio, ReportsAnEarlyEnd) {
   LostAudio lost(48000);
   lost.setEnd(72000);
