@@ -73,6 +73,14 @@ TEST(SourceEdits, PlayTheirPartsInOrder) {
   EXPECT_DOUBLE_EQ(list.present(8000, 1000), 4.5) << "after all, timed by the last";
 }
 
+TEST(SourceEdits, WithoutATimescaleOfTheMovieAreNone) {
+  mp4::EditListBox box;
+  box.entries.emplace_back().segmentDuration = 100;
+  EXPECT_TRUE(EditList(box, 0, 1000, false).empty());
+  EXPECT_TRUE(EditList(box, 1000, 0, false).empty());
+  EXPECT_FALSE(EditList(box, 1000, 1000, false).empty());
+}
+
 TEST(SourceEdits, HideWhatNoPartPlays) {
   const EditList list = edits({{1000, 200}, {2000, 5000}});
   EXPECT_TRUE(list.hides(100, 200));
@@ -286,6 +294,15 @@ TEST(SourceCaptionTrack, GivesAPacketToItsFrameAlone) {
   EXPECT_EQ(captionsAt(captions, 2), Bytes());
   EXPECT_EQ(captionsAt(captions, 3), area);
   EXPECT_EQ(captionsAt(captions, 4), Bytes());
+  captions.rewind();
+  EXPECT_EQ(captionsAt(captions, 1), area);
+  EXPECT_EQ(captionsAt(captions, 1), Bytes()) << "once";
+}
+
+TEST(SourceCaptionTrack, GivesNothingOfABoxShorterThanItsHeader) {
+  CaptionTrack source(kC708, {{1, boxOfSize(4, "ccdp", {zeros(10)})}});
+  SourceCaptions captions(source, &source.tracks()[0]);
+  EXPECT_EQ(captionsAt(captions, 1), Bytes());
 }
 
 // Packets of the frames before the first recorded one are not put onto it.
@@ -339,6 +356,21 @@ TEST(VideoCaptionPairs, WaitForTheFrameThatDisplaysThem) {
   EXPECT_EQ(firstOf(3), 0x21);
   EXPECT_EQ(firstOf(4), 0x26);
   EXPECT_EQ(firstOf(5), -1);
+}
+
+TEST(VideoCaptionPairs, ThatWaitAreSixtyAtMost) {
+  using captions::CcConstruct;
+  VideoCaptions captions(4, 25);
+  for (std::uint64_t frame = 0; frame < 3; ++frame)
+    captions.add(accessUnit(std::vector<CcConstruct>(31, {captions::CcType::Field1, true, {0x21, 0x21}})),
+                 frame, 0);
+  std::uint64_t pairs = 0;
+  for (std::uint64_t frame = 0; frame < 200; ++frame) {
+    DFRAME descriptor{};
+    captions.addTo(descriptor, frame);
+    pairs += descriptor.captionFlags & DFRAME_CAPTION_608 ? 1 : 0;
+  }
+  EXPECT_EQ(pairs, 62u) << "sixty, and those of the two frames before";
 }
 
 // ---- Fragments of old muxers ------------------------------------------------------------------------
