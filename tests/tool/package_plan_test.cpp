@@ -7,9 +7,11 @@
 #include "base/codec_code.h"
 #include "base/user_error.h"
 #include "mediafile.h"
+#include "mp4box/boxes/hdlr.h"
 #include "tests/captions/sei_stream.h"
 #include "tests/support/fragments.h"
 #include "tool/package/paced_times.h"
+#include "tool/package/track_choice.h"
 #include "tool/source/source_captions.h"
 #include "tool/source/source_tracks.h"
 #include "tool/source/video_captions.h"
@@ -178,6 +180,13 @@ TEST(PlannedInterval, IsTheMostCommonDistanceAndTheShorterOfTwo) {
   EXPECT_EQ(planOf(framesOf(four)).plan.interval, 1u) << "a single key frame";
 }
 
+TEST(PlannedInterval, ThatGivesNoSegmentsIsCutIntoItsLargestPart) {
+  const std::string group = 'K' + std::string(253, '.');
+  const Planned planned = planOf(framesOf(group + group + 'K'));
+  EXPECT_EQ(planned.plan.interval, 2u) << "254 is 2 times 127";
+  EXPECT_THAT(planned.warnings, ElementsAre(HasSubstr("they are cut for one every 2 frames")));
+}
+
 TEST(PlannedInterval, GivenOneOverridesAndIsComparedWithTheSources) {
   PackageOptions options;
   options.interval = 4;
@@ -228,6 +237,10 @@ TEST(PacedSource, ShiftsWhatFollowsAPauseOfTheVideo) {
   // Half a second more than a frame is no pause.
   times.add({.decodeTime = 1400 + 540, .duration = 40});
   EXPECT_NEAR(times.recorded(1.94).value(), 0.94, 1e-9);
+  // Two seconds; what plays before them has the times from after the first pause.
+  times.add({.decodeTime = 3980, .duration = 40});
+  EXPECT_NEAR(times.recorded(3.98).value(), 0.98, 1e-9);
+  EXPECT_NEAR(times.recorded(1.95).value(), 0.95, 1e-9);
 }
 
 TEST(PacedSource, StartsWithTheFirstFrameDisplayed) {
@@ -325,6 +338,20 @@ TEST(SourceCaptionTrack, PacketsLongerThanTheAreaAreLeftOut) {
   const std::uint32_t bytes = descriptor.captionBytes;
   addPairTo(descriptor, {1, 2});
   EXPECT_EQ(descriptor.captionBytes, bytes) << "the packet stays";
+}
+
+TEST(ChosenTracks, AreWarnedOfWhereThereAreSeveral) {
+  CaptionTrack source(kMp4a, {});
+  source.tracks()[0].handler = mp4::kAudioHandler;
+  source.tracks().push_back(source.tracks()[0]);
+  std::vector<std::string> warnings;
+  PackageOptions options;
+  for (const bool noAudio : {true, false}) {
+    EXPECT_THAT(warnings, IsEmpty());
+    options.noAudio = noAudio;
+    chooseTracks(source, options, [&warnings](const std::string& text) { warnings.push_back(text); });
+  }
+  EXPECT_THAT(warnings, ElementsAre(HasSubstr("the source has 2 audio tracks")));
 }
 
 // An access unit of a SEI message.
