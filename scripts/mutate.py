@@ -475,6 +475,7 @@ def main():
     parser.add_argument("--check", action="store_true", help="only check that the lists fit the code")
     parser.add_argument("--no-build", action="store_true", help="use the programs in build/mutants as they are")
     parser.add_argument("--program", action="append", help="run this test program, and no other that is not named so")
+    parser.add_argument("--open", action="store_true", help="leave out mutations that are explained")
     parser.add_argument("--longest", type=float, default=60, metavar="SECONDS",
                         help="leave out tests that take longer than this (default: 60)")
     parser.add_argument("-j", "--jobs", type=int, default=os.cpu_count(), help="how many run at a time")
@@ -492,7 +493,8 @@ def main():
                  if not wanted or f"{mutation.folder}/{mutation.file}/".startswith(tuple(m + "/" for m in wanted))]
     for mutation in mutations:
         mutation.programs = [each for each in mutation.programs if not options.program or each[0] in options.program]
-    mutations = [mutation for mutation in mutations if mutation.programs]
+    mutations = [mutation for mutation in mutations
+                 if mutation.programs and not (options.open and mutation.explained)]
     if not mutations:
         sys.exit("mutate: no such mutations")
     programs = {program for mutation in mutations for program in mutation.programs}

@@ -209,6 +209,7 @@ TEST(Open, AnAudioOnlySourceTakesTheNtscRate) {
   EXPECT_EQ(clip.described.video->stream.length, 0u);
   EXPECT_EQ(clip.described.audio.stream.length, 2048u);
   EXPECT_EQ(clip.described.audio.bufferSize, 1471u * 2) << "trunc(44100 / 30 + 1)";
+  EXPECT_EQ(clip.described.system.suggestedBufferSize, 1296000u + 1471u * 2);
   EXPECT_EQ(clip.file->Channels(), 1u);
   EXPECT_EQ(clip.file->GetTotalFrames(), 0u);
 }
@@ -342,6 +343,16 @@ TEST(Open, AConfigurationOf64KibIsReadAndOneLongerThanTheDescriptionIsRefused) {
   LogCapture log;
   EXPECT_EQ(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES + 8)).file, nullptr);
   EXPECT_THAT(log.lines, ElementsAre(pluginError("The codec configuration is too long")));
+}
+
+// The picture's size has 16 bits with a sign.
+TEST(Open, APictureOfMoreThan32767RowsIsUpsideDown) {
+  TrackSpec video = videoTrack();
+  video.sampleEntry = visualEntry("avc1", 320, 40000, avcConfiguration());
+  const OpenedFile clip(fileOf({video}, threeFrames()));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->bitmap.height, 40000 - 65536);
+  EXPECT_EQ(clip.described.system.height, 65536u - 40000);
 }
 
 TEST(Open, TheConfigurationMayFollowOtherBoxes) {

@@ -386,6 +386,22 @@ TEST(ReadAudio, DataAfterACompleteUnitAreNoLoss) {
   }
 }
 
+TEST(ReadAudio, AUnitOfMoreThanAMebibyteIsLost) {
+  const auto fileOf = [](std::size_t bytes) {
+    RunSpec run = runOf(ac3Audio());
+    if (bytes != 0) run.samples[5].data.resize(bytes);
+    return BuiltFile({AudioTrackOf{ac3Audio().sampleEntry, run}});
+  };
+  constexpr std::ptrdiff_t kUnit = 2 * 1536;
+  const auto unitOf = [](const Samples& samples) {
+    return Samples(samples.begin() + 5 * kUnit, samples.begin() + 6 * kUnit);
+  };
+  const Samples plain = unitOf(readAll(*fileOf(0), 4096));
+  EXPECT_EQ(unitOf(readAll(*fileOf(1 << 20), 4096)), plain);
+  EXPECT_THAT(unitOf(readAll(*fileOf((1 << 20) + 1), 4096)), testing::Each(0));
+  EXPECT_THAT(plain, Contains(testing::Ne(0)));
+}
+
 // As QuickTime stores it.
 TEST(ReadAudio, AConfigurationInsideAWaveBoxIsFound) {
   const Bytes wave = box("wave", {box("frma", {text("mp4a")}), elementaryStreamBox()});
