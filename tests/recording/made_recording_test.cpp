@@ -8,6 +8,7 @@
 
 #include "base/user_error.h"
 #include "recording/check/repair.h"
+#include "streaming/lists/manifest_document.h"
 
 namespace fmp4 {
 
@@ -35,6 +36,38 @@ TEST(MadeRecordings, AreIntact) {
     EXPECT_DOUBLE_EQ(found.seconds, 15 / kind.rate.value());
     EXPECT_EQ(repairRecording(files.media), std::vector<std::string>());
   }
+}
+
+TEST(MadeRecordings, OfAFewFramesAreIntact) {
+  for (const std::uint32_t frames : {1u, 2u, 3u})
+    for (MadeKind kind : {kVideoOnly, kBoth, kApart}) {
+      kind.frames = frames;
+      EXPECT_THAT(problemsIn(verifyRecording(MadeFiles(kind).media)), IsEmpty()) << frames;
+    }
+}
+
+TEST(MadeRecordings, AreVerifiedFromTheFirstByteOfAllFilesToTheLast) {
+  const MadeFiles files(kApart);
+  std::vector<std::uint64_t> places;
+  std::uint64_t all = 0;
+  verifyRecording(files.media, [&](std::uint64_t done, std::uint64_t total) {
+    places.push_back(done);
+    all = total;
+  });
+  const auto video = readFile(vlPath(files.media)).size();
+  EXPECT_EQ(all, video + readFile(vlPath(files.folder.file("out.m4a"))).size());
+  EXPECT_TRUE(std::is_sorted(places.begin(), places.end()));
+  EXPECT_GT(places.back(), video);
+}
+
+TEST(MadeRecordings, AreBeingWrittenAsLongAsOneOfTheirFilesIs) {
+  const TempFolder folder;
+  MadeRecording recording(folder, kApart);
+  recording.writeAll();
+  EXPECT_TRUE(recording.audio().finish());
+  EXPECT_TRUE(verifyRecording(folder.file("out.m4v")).beingWritten);
+  EXPECT_TRUE(recording.video().finish());
+  EXPECT_FALSE(verifyRecording(folder.file("out.m4v")).beingWritten);
 }
 
 TEST(MadeRecordings, HaveTheirFragmentsAndSegments) {
@@ -370,6 +403,30 @@ TEST(InterruptedMedia, WithinTheFirstBoxesAreNoRecordingYet) {
               HasSubstr("has no movie box after its file type box"));
 }
 
+// The places of a field after a box's type: version and flags, two times or numbers, and then the field.
+constexpr std::size_t kThirdField = 4 + 4 + 8;
+
+TEST(ChangedMedia, TracksThatRecordingsDoNotHaveAreRefused) {
+  const Bytes whole = readFile(vlPath(MadeFiles().media));
+  const auto withField = [&whole](std::string_view type, std::uint32_t value) {
+    Bytes bytes = whole;
+    storeU32(bytes, typeAfter(bytes, 0, type) + kThirdField, value);
+    return refusalOf(bytes);
+  };
+  EXPECT_THAT(withField("tkhd", 7),
+              HasSubstr("track 7 should be the only one of its type, with the number 1"));
+  EXPECT_THAT(withField("mdhd", 0),
+              HasSubstr("track 1 lacks its timescale or the defaults of its fragments"));
+  EXPECT_THAT(withField("trex", 0), HasSubstr("the movie box gives no frame duration"));
+  Bytes twice = whole;
+  const std::size_t movie = offsetsOf(whole, box_type::kMoov)[0], track = typeAfter(whole, movie, "trak") - 4;
+  const auto at = whole.begin() + static_cast<std::ptrdiff_t>(track);
+  const Bytes copy(at, at + Mp4LoadU32(&*at));
+  storeU32(twice, movie, Mp4LoadU32(&twice[movie]) + static_cast<std::uint32_t>(copy.size()));
+  twice.insert(twice.begin() + static_cast<std::ptrdiff_t>(track), copy.begin(), copy.end());
+  EXPECT_THAT(refusalOf(twice), HasSubstr("track 1 should be the only one of its type, with the number 1"));
+}
+
 TEST(InterruptedMedia, AfterTheMovieBoxLackNothing) {
   const MadeFiles files;
   files.change("out.m4v", [](Bytes& bytes) { bytes.resize(offsetsOf(bytes, box_type::kSidx)[0]); });
@@ -565,6 +622,33 @@ TEST(ChangedLists, ABitRateThatNoNumberHoldsIsThatOfTheMedia) {
     EXPECT_THAT(files.text("out.mpd"), testing::Not(HasSubstr("bandwidth=\"" + rate)));
     EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
   }
+}
+
+TEST(ChangedLists, ALostManifestIsGivenTheBitRateOfTheAudio) {
+  const MadeFiles files(kApart);
+  std::filesystem::remove(vlPath(files.folder.file("out.mpd")));
+  repairRecording(files.media);
+  std::uint64_t bytes = 0;
+  for (std::uint32_t i = 0; i < 28; ++i) bytes += madeSample(1000 + i).size();
+  EXPECT_THAT(files.text("out.mpd"),
+              HasSubstr("bandwidth=\"" + std::to_string(bytes * 48000 / (28 * 1024) * 8) + "\""));
+}
+
+TEST(ChangedLists, ALargeFileIsNoPlaylist) {
+  const MadeFiles files;
+  std::filesystem::resize_file(vlPath(files.folder.file("out.m3u8")), kMaxManifestBytes + 1);
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)),
+              ElementsAre("out.m3u8: it is missing, or cannot be read"));
+}
+
+TEST(ChangedLists, AudioWhoseManifestNamesVideoElsewhereLacksNothing) {
+  const MadeFiles files(kApart);
+  std::filesystem::remove(vlPath(files.media));
+  const std::string audio = files.folder.file("out.m4a");
+  const auto missing = testing::Contains(HasSubstr("which is missing"));
+  EXPECT_THAT(problemsIn(verifyRecording(audio)), missing);
+  files.edit("out.mpd", "<BaseURL>out.m4v", "<BaseURL>elsewhere/out.m4v");
+  EXPECT_THAT(problemsIn(verifyRecording(audio)), testing::Not(missing));
 }
 
 TEST(ChangedLists, AudioThatTheManifestDoesNotPlaceIsNoPartOfTheRecording) {
