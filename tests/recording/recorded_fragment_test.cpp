@@ -39,8 +39,8 @@ TEST(UnwrittenData, IsABlockOfZeros) {
 // What is read at a time ends with a block, so that none is seen in two parts.
 TEST(UnwrittenData, IsABlockWhereverItsFragmentBegins) {
   std::vector<std::uint8_t> bytes(80 * 4096, 1);
-  std::fill_n(bytes.begin() + 64 * 4096, 600, std::uint8_t{0});
-  EXPECT_FALSE(isUnwritten(bytes, 300, bytes.size()));
+  std::fill_n(bytes.begin() + 64 * 4096, 4096, std::uint8_t{0});
+  EXPECT_TRUE(isUnwritten(bytes, 300, bytes.size(), kMinUnwrittenAc3));
 }
 
 TEST(UnwrittenData, IsThePartOfSuchABlockInAFragment) {
