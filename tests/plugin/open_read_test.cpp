@@ -183,6 +183,21 @@ TEST(Open, DescribesTheAudioTracks) {
   EXPECT_EQ(clip.described.info.audioScale, 300);
 }
 
+TEST(Open, AudioTracksAfterTheSixtyFourthAreNotRead) {
+  std::vector<TrackSpec> tracks;
+  std::vector<TrafSpec> trafs;
+  for (std::uint32_t id = 1; id <= 65; ++id) {
+    tracks.push_back({id, "soun", 48000, audioEntry("mp4a", 1, 16, 48000), 1024});
+    TrafSpec traf;
+    traf.trackId = id;
+    traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, id)}}};
+    trafs.push_back(traf);
+  }
+  const OpenedFile clip(fileOf(tracks, fragment(1, trafs)), "clip.m4a");
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.system.streams, 64u);
+}
+
 TEST(Open, Ac3HasTheBlockAlignOfOneChannel) {
   TrackSpec audio{2, "soun", 48000, audioEntry("ac-3", 6, 16, 48000), 1536};
   TrafSpec audioRun;
