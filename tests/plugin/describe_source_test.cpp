@@ -134,6 +134,7 @@ TEST(SetFileInfoOfASource, ASecondChannelOfAPairWithATrackGetsNoHolder) {
   EXPECT_EQ(source.file->SetFileInfo(0x3, nullptr, nullptr, &audio, nullptr), VL_OK);
   EXPECT_EQ(source.file->Channels(), 0x3u);
   EXPECT_EQ(describe(*source.file, 0x1).audio.channelMask, 0x1u);
+  EXPECT_EQ(describe(*source.file, 0x2).audio.channelMask, 0x1u);
   EXPECT_EQ(describe(*source.file, 0x1).audio.wave.bitsPerSample, 16u);
 }
 

@@ -243,6 +243,18 @@ TEST(PacedSource, ShiftsWhatFollowsAPauseOfTheVideo) {
   EXPECT_NEAR(times.recorded(1.95).value(), 0.95, 1e-9);
 }
 
+TEST(PacedSource, IsPacedByMostOfItsFirstFrames) {
+  SourceTrack video = framesOf("K");
+  for (const std::uint64_t time : {50u, 90u, 130u, 170u}) {
+    video.samples.push_back({.decodeTime = time, .duration = 40});
+    video.nominalDuration.addSamples(40);
+  }
+  video.nominalDuration.endFragment();
+  const PackagePlan plan = PackagePlan::asRead(video);
+  EXPECT_NEAR(PacedTimes(video, plan).recorded(0.13).value(), 0.12, 1e-9)
+      << "all but the first are 10 ms late";
+}
+
 TEST(PacedSource, StartsWithTheFirstFrameDisplayed) {
   SourceTrack video = framesOf("");
   // Decoded in the order 0 3 1 2: the least offset is none, the first frame is displayed at its own time.

@@ -183,6 +183,14 @@ TEST(Packager, FillsGapsWithSilence) {
   EXPECT_THAT(packaged.warnings, IsEmpty());
 }
 
+TEST(Packager, EndsAtAGapAfterTheVideo) {
+  MemorySource source;
+  source.addFrames(25);
+  source.addUnits(46);
+  source.addUnits(10, 3 * kRate);
+  EXPECT_EQ(Packaged(source).accessUnits(), 47u) << "silence until the last frame has ended";
+}
+
 TEST(Packager, LeavesOutAccessUnitsThatOverlap) {
   MemorySource source;
   source.addFrames(25);
