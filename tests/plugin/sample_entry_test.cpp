@@ -9,6 +9,7 @@
 #include "tests/plugin/loaded_plugin.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 
 namespace fmp4 {

@@ -88,7 +88,6 @@ TEST(ExportLostAudio, AudioShorterThanStatedIsExportedUpToItsEnd) {
   writeFile(clip.path, bytes);
   const RunResult result = clip.exported();
   EXPECT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_THAT(result.err, HasSubstr(", before its stated length"));
   EXPECT_GE(clip.samples().size(), (clip.packets - 1) * 1024 * 4);
   EXPECT_EQ(ffprobeStreamEntry(clip.output, "a:0", "duration_ts"), std::to_string(clip.samples().size() / 4));
 }
