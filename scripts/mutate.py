@@ -19,8 +19,11 @@ mutation is switched on.
 follow, together with other such lines right before or after it. Below a mutation, `equivalent:` says why no test can
 tell it from the original, `survives:` why none is worth its cost.
 
-One build, of a copy of the sources in build/mutants, serves all mutations: an environment variable selects one. Each
-is run against those suites of its programs that reach it. A failure, a crash and a time-out count as caught.
+One build, of a copy of the sources in build/mutants, serves all mutations: an environment variable selects one. First
+each test runs alone without any, and the code notes which mutations it reaches, also in processes that it starts. Then
+each mutation runs against the tests of its programs that reach it, shortest first, up to the first that fails: no other
+could. A failure, a crash and a time-out count as caught. The next time, tests of programs that are not built anew do
+not run alone again, and what caught a mutation is tried first.
 """
 
 import argparse
@@ -28,6 +31,7 @@ import bisect
 import concurrent.futures
 import dataclasses
 import itertools
+import json
 import os
 import pathlib
 import re
@@ -323,12 +327,13 @@ def build(programs, jobs):
     subprocess.run(["cmake", "--build", BUILD, "-j", str(jobs), "--target", *sorted(programs)], cwd=COPY, check=True)
 
 
-def run_suite(program, suite, limit, **variables):
-    """Whether it passed, how long it took, and the first test that failed."""
+def run_tests(program, names, limit, **variables):
+    """Whether they passed, how long they took, and the first that failed."""
     environment = {name: value for name, value in os.environ.items() if not name.startswith("FMP4_MUTANT")}
-    command = [BUILD / "bin" / program, f"--gtest_filter={suite}", "--gtest_fail_fast"]
+    command = [BUILD / "bin" / program, f"--gtest_filter={':'.join(names)}", "--gtest_fail_fast"]
     start = time.monotonic()
-    with tempfile.TemporaryDirectory(dir=WORK) as folder, open(f"{folder}/output", "w+b") as output:
+    with tempfile.TemporaryDirectory(dir=WORK, ignore_cleanup_errors=True) as folder, \
+            open(f"{folder}/output", "w+b") as output:
         process = subprocess.Popen(command, cwd=folder, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
                                    env=environment | variables, start_new_session=True)
         try:
@@ -342,47 +347,108 @@ def run_suite(program, suite, limit, **variables):
         process.wait()
         output.seek(0)
         text = output.read().decode(errors="replace")
-    failed = re.findall(r"^\[  FAILED  \] ([^\s,]+)", text, re.M) or re.findall(r"^\[ RUN      \] (\S+)", text, re.M)[-1:]
-    return status == 0, time.monotonic() - start, f"{failed[0] if failed else suite} ({status})"
-
-
-def suites_of(program, filters):
-    """Its suites that the filter selects, each as a filter of its own."""
-    listed = subprocess.run([BUILD / "bin" / program, "--gtest_list_tests", f"--gtest_filter={filters}"], check=True,
-                            capture_output=True, text=True).stdout
-    return [line.split()[0] + "*" for line in listed.splitlines() if re.match(r"[\w/]+\.", line)]
+    failed = re.findall(r"^\[  FAILED  \] ([^\s,]+)", text, re.M)
+    failed = failed or re.findall(r"^\[ RUN      \] (\S+)", text, re.M)[-1:]
+    return status == 0, time.monotonic() - start, failed[0] if failed else names[0]
 
 
 @dataclasses.dataclass
-class Suite:
-    """How a suite runs without a mutation."""
+class Test:
+    """How a test runs without a mutation."""
 
     program: str
-    filter: str
+    name: str
     seconds: float = 0
-    reached: frozenset = frozenset()
+    passed: bool = False
+    reached: frozenset = frozenset()  # the numbers of mutations
 
 
-def run_unmutated(suite):
+def names_of(program, filters):
+    """The tests of a program that the filter selects."""
+    listed = subprocess.run([BUILD / "bin" / program, "--gtest_list_tests", f"--gtest_filter={filters}"], check=True,
+                            capture_output=True, text=True).stdout
+    suite, names = "", []
+    for line in listed.splitlines():
+        if re.match(r"[\w/]+\.", line):
+            suite = line.split()[0]
+        elif line.startswith("  "):
+            names.append(suite + line.split()[0])
+    return names
+
+
+def run_unmutated(test, longest):
+    """Notes what the test reaches, unless that is known. longest: seconds."""
+    if test.passed or test.seconds >= longest:
+        return
     with tempfile.TemporaryDirectory(dir=WORK) as folder:
         reached = pathlib.Path(folder) / "reached"
-        passed, suite.seconds, failed = run_suite(suite.program, suite.filter, 900, FMP4_MUTANTS_REACHED=str(reached))
-        if not passed:
-            return f"fails without a mutation: {suite.program}: {failed}"
-        suite.reached = frozenset(map(int, reached.read_text().split())) if reached.exists() else frozenset()
-    return ""
+        test.passed, test.seconds, _ = run_tests(test.program, [test.name], longest, FMP4_MUTANTS_REACHED=str(reached))
+        if reached.exists():
+            test.reached = frozenset(map(int, reached.read_text().split()))
 
 
-def try_mutation(mutation, suites):
-    """The test that catches it, or nothing."""
-    wanted = [suite for program in mutation.programs for suite in suites[program]]
-    for suite in sorted(wanted, key=lambda suite: suite.seconds):
-        if mutation.number in suite.reached:
-            limit = 20 + 10 * suite.seconds
-            passed, _, failed = run_suite(suite.program, suite.filter, limit, FMP4_MUTANT=str(mutation.number))
+def batches(tests):
+    """Shortest first, and each batch about as long as all before it: few starts, and little is run after a failure."""
+    batch, seconds, before = [], 0, 0.2
+    for test in sorted(tests, key=lambda test: test.seconds):
+        batch.append(test)
+        seconds += test.seconds
+        if seconds >= before or len(batch) == 500:
+            yield batch
+            batch, seconds, before = [], 0, before + seconds
+    if batch:
+        yield batch
+
+
+def try_mutation(mutation, reaching, caught_by):
+    """The test that catches it, or nothing. caught_by: the one to be tried first."""
+    last = [test for test in reaching if f"{test.program}: {test.name}" == caught_by]
+    for batch in itertools.chain([last], batches(reaching)):
+        for program in {test.program: None for test in batch}:
+            its = [test for test in batch if test.program == program]
+            limit = 20 + 5 * sum(test.seconds for test in its)
+            passed, _, failed = run_tests(program, [test.name for test in its], limit, FMP4_MUTANT=str(mutation.number))
             if not passed:
-                return f"{suite.program}: {failed}"
+                return f"{program}: {failed}"
     return ""
+
+
+class Memory:
+    """What earlier runs found, in a file of values by keys."""
+
+    def __init__(self, name):
+        self.path = WORK / name
+        self.values = json.loads(self.path.read_text()) if self.path.exists() else {}
+
+    def save(self):
+        unfinished = self.path.with_suffix(f".{os.getpid()}")
+        unfinished.write_text(json.dumps(self.values, indent=0))
+        unfinished.replace(self.path)
+
+
+def stamp_of(program):
+    """When the program was built, or what it loads and starts."""
+    built = [path for path in (BUILD / "bin").iterdir() if path.is_file() and not path.name.endswith("_test")]
+    return max(path.stat().st_mtime for path in [BUILD / "bin" / program, *built])
+
+
+def recall(memory, test):
+    """Takes over how the test ran, if its program is still the same."""
+    stamp, its = memory.values.get(test.program, (0, {}))
+    if stamp == stamp_of(test.program) and test.name in its:
+        test.seconds, test.passed, reached = its[test.name]
+        test.reached = frozenset(reached)
+
+
+def remember(memory, tests):
+    for program in {test.program for test in tests}:
+        stamp, its = memory.values.get(program, (0, {}))
+        its = its if stamp == stamp_of(program) else {}
+        for test in tests:
+            if test.program == program:
+                its[test.name] = test.seconds, test.passed, sorted(test.reached)
+        memory.values[program] = stamp_of(program), its
+    memory.save()
 
 
 def score(mutations, caught):
@@ -409,6 +475,9 @@ def main():
     parser.add_argument("--check", action="store_true", help="only check that the lists fit the code")
     parser.add_argument("--no-build", action="store_true", help="use the programs in build/mutants as they are")
     parser.add_argument("--program", action="append", help="run this test program, and no other that is not named so")
+    parser.add_argument("--open", action="store_true", help="leave out mutations that are explained")
+    parser.add_argument("--longest", type=float, default=60, metavar="SECONDS",
+                        help="leave out tests that take longer than this (default: 60)")
     parser.add_argument("-j", "--jobs", type=int, default=os.cpu_count(), help="how many run at a time")
     parser.add_argument("module", nargs="*", help="folders or files whose mutations to try (default: all)")
     options = parser.parse_args()
@@ -424,7 +493,8 @@ def main():
                  if not wanted or f"{mutation.folder}/{mutation.file}/".startswith(tuple(m + "/" for m in wanted))]
     for mutation in mutations:
         mutation.programs = [each for each in mutation.programs if not options.program or each[0] in options.program]
-    mutations = [mutation for mutation in mutations if mutation.programs]
+    mutations = [mutation for mutation in mutations
+                 if mutation.programs and not (options.open and mutation.explained)]
     if not mutations:
         sys.exit("mutate: no such mutations")
     programs = {program for mutation in mutations for program in mutation.programs}
@@ -433,17 +503,33 @@ def main():
         copy_sources(changed)
         build({program for program, _ in programs}, options.jobs)
 
-    suites = {program: [Suite(program[0], each) for each in suites_of(*program)] for program in programs}
+    selected = {each: names_of(*each) for each in programs}
+    tests = {(each[0], name): Test(each[0], name) for each in programs for name in selected[each]}
+    known, runs = Memory("caught.json"), Memory("tests.json")
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        failures = [text for text in pool.map(run_unmutated, [suite for its in suites.values() for suite in its]) if text]
-        if failures:
-            sys.exit("mutate: " + "\n".join(failures))
-        caught = {}
-        running = {pool.submit(try_mutation, mutation, suites): mutation for mutation in mutations}
+        for test in tests.values():
+            recall(runs, test)
+        list(pool.map(lambda test: run_unmutated(test, options.longest), tests.values()))
+        remember(runs, list(tests.values()))
+        for test in tests.values():
+            if not test.passed or test.seconds >= options.longest:
+                why = "takes too long" if test.seconds >= options.longest else "fails without a mutation"
+                print(f"left out, as it {why}: {test.program}: {test.name}", flush=True)
+                test.reached = frozenset()
+        caught, running = {}, {}
+        for mutation in mutations:
+            its = {(program, name) for program, filters in mutation.programs for name in selected[program, filters]}
+            reaching = [tests[each] for each in sorted(its) if mutation.number in tests[each].reached]
+            caught_by = known.values.get(str(mutation.number), "")
+            running[pool.submit(try_mutation, mutation, reaching, caught_by)] = mutation, len(reaching)
         for done in concurrent.futures.as_completed(running):
-            mutation = running[done]
-            caught[mutation.number] = done.result()
-            print(f"{'caught  ' if done.result() else 'SURVIVED'} {mutation.name}   {done.result()}", flush=True)
+            mutation, count = running[done]
+            test = caught[mutation.number] = done.result()
+            print(f"caught   {mutation.name}   {test}" if test else
+                  f"SURVIVED {mutation.name}   {count} tests reach it", flush=True)
+            if test:
+                known.values[str(mutation.number)] = test
+                known.save()
     sys.exit(1 if score(mutations, caught) else 0)
 
 

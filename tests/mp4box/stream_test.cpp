@@ -136,11 +136,14 @@ class HalfReadable : public Mp4Stream {
   explicit HalfReadable(std::int64_t limit) : limit_(limit) {}
   std::int64_t read(void* buffer, std::int64_t count) override {
     if (static_cast<std::int64_t>(tell()) + count <= limit_) return Mp4Stream::read(buffer, count);
+    ++failures;
     const VLHANDLE kept = std::exchange(handle, VL_INVALID_HANDLE);
     const std::int64_t failed = Mp4Stream::read(buffer, count);
     handle = kept;
     return failed;
   }
+
+  int failures = 0;
 
  private:
   std::int64_t limit_;
@@ -156,6 +159,10 @@ TEST_F(PlainStream, AReadAheadThatFailsGivesWhatIsNeeded) {
   EXPECT_EQ(stream.readFailures(), 0u);
   EXPECT_EQ(stream.readAhead(1, bytes.data(), 4, 7), 0);
   EXPECT_EQ(stream.readFailures(), 1u);
+  EXPECT_EQ(stream.failures, 3) << "the whole, what is needed of it, and the whole before that";
+  EXPECT_EQ(stream.readAhead(1, bytes.data(), 7, 7), 0);
+  EXPECT_EQ(stream.readFailures(), 2u);
+  EXPECT_EQ(stream.failures, 4) << "all is needed: once";
 }
 
 TEST_F(PlainStream, AWindowGivesWhatCanBeReadAndCountsTheRest) {

@@ -139,6 +139,19 @@ TEST(TopLevelReader, PassesBoxesThatNeverJoinTheTree) {
   EXPECT_EQ(textOf(reader.defects()), "box-past-file 88 mdat");
 }
 
+TEST(TopLevelReader, PassesTheExtendedTypesOfBoxes) {
+  const Bytes id = text("0123456789abcdef"), bytes = box("uuid", {id});
+  Mp4MemoryStream stream(bytes.data(), bytes.size());
+  Mp4TopLevelReader reader(stream);
+  Bytes passed;
+  ASSERT_TRUE(reader
+                  .passNext([&passed](Mp4Stream&, const Mp4Box& header) {
+                    passed.assign(std::begin(header.uuid), std::end(header.uuid));
+                  })
+                  .ok());
+  EXPECT_EQ(passed, id);
+}
+
 class FailingStream : public Mp4MemoryStream {
  public:
   using Mp4MemoryStream::Mp4MemoryStream;

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "mp4box/box.h"
+#include "mp4box/box_type.h"
 #include "mp4box/boxes/audio_entry.h"
 #include "mp4box/boxes/mvhd.h"
 #include "mp4box/boxes/text_entry.h"
@@ -260,6 +261,19 @@ TEST(ReadBox, OnItsOwn) {
   ASSERT_TRUE(Mp4ReadBox(file.stream, nullptr, moof).ok());
   EXPECT_EQ(childrenOf(*moof), "mfhd traf(tfhd trun free)");
   EXPECT_EQ(file.stream.reads, 2);
+}
+
+TEST(ReadBox, EndsWithinAParentThatIsInNoTree) {
+  TreeFile file(join({zeros(8), box("free", {zeros(8)})}));
+  Mp4Box father;
+  father.type = box_type::kMoof;
+  for (const auto& [size, expected] :
+       {std::pair{24u, Result()}, std::pair{23u, Result(Defect::BoxPastParent)}}) {
+    father.size = size;
+    file.stream.seek(8);
+    Mp4Box child;
+    EXPECT_EQ(Mp4AdmitBox(file.stream, &father, child), expected) << size;
+  }
 }
 
 TEST(ReadBox, DoesNotJoinItsParent) {

@@ -344,6 +344,50 @@ TEST(BadRecording, FrameSizesBeyond16BitsAreRefused) {
   }
 }
 
+TEST(BadRecording, FrameSizesOf16BitsAreTaken) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  RecordingDescription d;
+  d.width = 65535;
+  d.height = -65535;
+  EXPECT_EQ(describeVideo(*file, d), VL_OK);
+}
+
+// Described through the system's call, which checks nothing.
+TEST(BadRecording, AudioAloneThatCannotBeRecordedIsRefusedAtTheFirstFrame) {
+  const TempFolder folder;
+  MediaFile file = createFile(folder.file("out.m4a"), MF_OPEN_AUDIO_ONLY);
+  EXPECT_EQ(describeAudio(*file, withAudio()), VL_OK);
+  QVRAUDIO audio = describe(*file).audio;
+  audio.wave.samplesPerSecond = 96000;
+  file->SetSysInfo(nullptr, nullptr, &audio);
+  LogCapture log;
+  EXPECT_EQ(writeSample(*file, 3, QVR_MODE_AUDIO, frameBytes(0)), 0xFFFFFFFFu);
+  closeFile(file);
+  EXPECT_EQ(readFile(folder.file("out.m4a")).size(), 28u) << "the file type alone";
+}
+
+// A folder has the name that the media had.
+TEST(BadRecording, ListsStayWhereTheMediaCannotBeReplaced) {
+  const TempFolder folder;
+  {
+    const MediaFile file = startRecording(folder.file("out.mp4"), withAudio());
+    writeFrames(*file, 2);
+    const MediaFile audio = createFile(folder.file("alone.m4a"), MF_OPEN_AUDIO_ONLY);
+    describeAudio(*audio, withAudio());
+    writeSample(*audio, 3, QVR_MODE_AUDIO, frameBytes(0));
+  }
+  for (const char* name : {"out.m4v", "alone.m4a"}) {
+    std::filesystem::remove(folder.file(name));
+    std::filesystem::create_directory(folder.file(name));
+  }
+  LogCapture log;
+  EXPECT_EQ(createFile(folder.file("out.mp4")), nullptr);
+  EXPECT_EQ(createFile(folder.file("alone.m4a"), MF_OPEN_AUDIO_ONLY), nullptr);
+  for (const char* name : {"out.mpd", "out.m3u8", "aloneA.m3u8"})
+    EXPECT_TRUE(std::filesystem::exists(folder.file(name))) << name;
+}
+
 // Described through the system's call, which checks nothing.
 TEST(BadRecording, AudioThatCannotBeRecordedIsRefusedAtTheFirstFrameToo) {
   for (const std::uint32_t rate : {0u, 96000u}) {

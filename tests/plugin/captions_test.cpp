@@ -233,6 +233,7 @@ TEST(Captions, SamplesWithoutAPacketAddNothing) {
       ccdp({}),                              // a box of 8 bytes
       u32(8),                                // too short for a box
       boxOfSize(100, "ccdp", {zeros(10)}),   // longer than its sample
+      boxOfSize(7, "ccdp", {zeros(10)}),     // shorter than its header
       Bytes(),
   };
   for (const Bytes& bytes : samples) {
@@ -296,6 +297,33 @@ TEST(Captions, APairTrackThatStartsLateCountsItsFramesFromItsFirstFragment) {
   LogCapture log;
   for (std::uint32_t frame = 0; frame < 10; ++frame) EXPECT_EQ(clip.cc608(frame), pairOf(frame + 5)) << frame;
   EXPECT_EQ(clip.cc608(12), Bytes());
+}
+
+TEST(Captions, APairTrackThatStartsLateGoesOnAfterAFrameWithoutAPair) {
+  const CaptionedClip clip(clipWith([](std::uint32_t f) {
+    if (f == 0) return Tracks{{RunSpec{kRunDataOffset | kRunSize | kRunDuration, {}}}, {}};
+    RunSpec run = one608Sample(f);
+    run.samples[0].data = box("cdat", {pairs(f * kFragmentFrames, kFragmentFrames - 1)});
+    return Tracks{{run}, {}};
+  }));
+  const LogCapture log;
+  for (std::uint32_t frame = 0; frame < 10; ++frame)
+    EXPECT_EQ(clip.cc608(frame), frame % kFragmentFrames == 4 ? Bytes() : pairOf(frame + 5)) << frame;
+}
+
+// Of a payload that is shorter than the length and the count in front of a packet, the rest is zeros.
+TEST(Captions, AShortPayloadLeavesNothingOfTheHostsBytes) {
+  const CaptionedClip clip(clipWith([](std::uint32_t) {
+    RunSpec run{kRunDataOffset | kRunSize};
+    for (std::uint32_t i = 0; i < kFragmentFrames; ++i) run.samples.push_back({ccdp({1, 2})});
+    return Tracks{{}, {run}};
+  }));
+  DFRAME descriptor{};
+  descriptor.size = sizeof descriptor;
+  std::fill(std::begin(descriptor.captions), std::end(descriptor.captions), std::uint8_t{0xEE});
+  EXPECT_EQ(clip.file->Read(0, 1, 1, QVR_MODE_VIDEO, &descriptor, nullptr), VL_OK);
+  EXPECT_EQ(descriptor.captionBytes, 7u);
+  EXPECT_EQ(Bytes(descriptor.captions + 4, descriptor.captions + 11), Bytes({1, 2, 0, 0, 0, 0, 0xEE}));
 }
 
 }  // namespace

@@ -52,6 +52,16 @@ TEST(SetFileInfoOfASource, AnUnsetStartTimecodeFallsBackToTheNextSetOne) {
   EXPECT_EQ(readFrame(*source.file, 3).descriptor.timecode, 73u) << "the longitudinal one takes precedence";
 }
 
+TEST(SetFileInfoOfASource, TheLongitudinalTimecodeIsTheOtherOneWithoutAStartOnly) {
+  const Source source;
+  QVRINFO info = describe(*source.file).info;
+  info.startTimecode = 1000;
+  info.startTimecodeLtc = 70;
+  source.file->SetFileInfo(1, nullptr, nullptr, nullptr, &info);
+  EXPECT_EQ(readFrame(*source.file, 3).descriptor.timecode, 1003u);
+  EXPECT_EQ(readFrame(*source.file, 3).descriptor.timecodeOther, 1003u);
+}
+
 TEST(SetFileInfoOfASource, TheSystemsFrameCountRaisesTheLength) {
   const Source source;
   ASSERT_NE(source.file, nullptr);
@@ -124,6 +134,7 @@ TEST(SetFileInfoOfASource, ASecondChannelOfAPairWithATrackGetsNoHolder) {
   EXPECT_EQ(source.file->SetFileInfo(0x3, nullptr, nullptr, &audio, nullptr), VL_OK);
   EXPECT_EQ(source.file->Channels(), 0x3u);
   EXPECT_EQ(describe(*source.file, 0x1).audio.channelMask, 0x1u);
+  EXPECT_EQ(describe(*source.file, 0x2).audio.channelMask, 0x1u);
   EXPECT_EQ(describe(*source.file, 0x1).audio.wave.bitsPerSample, 16u);
 }
 
@@ -139,6 +150,33 @@ TEST(SetFileInfoOfASource, ADescribedObjectCanStillOpenAFile) {
   EXPECT_EQ(file->Channels(), 0u);
   EXPECT_EQ(file->GetTotalFrames(), 4u);
   EXPECT_EQ(describe(*file).system.streams, 1u);
+}
+
+TEST(SetFileInfoOfASource, FlagsDescribedBeforeTheOpenAreThoseOfTheFileAfterIt) {
+  const Source source;
+  const auto described = [](std::uint32_t flags) {
+    MediaFile file = createObject();
+    const Described d = describe(*file);
+    d.video->flags = flags;
+    d.video->bitmap.compression = 0x31637661;
+    EXPECT_EQ(file->SetFileInfo(0x1, nullptr, d.video.get(), nullptr, nullptr), VL_OK);
+    return file;
+  };
+  const auto open = [](CAMediaFile& file, const std::string& path) {
+    return file.Open(path.c_str(), VL_GENERIC_READ, VL_SHARE_READ_WRITE, nullptr, VL_OPEN_EXISTING, 0, 0);
+  };
+  const MediaFile video = described(0xFFFFFFFF);
+  ASSERT_EQ(open(*video, source.folder.file("clip.mp4")), VL_OK);
+  EXPECT_EQ(describe(*video).video->flags & 0x0F000000u, 0x02000000u);
+
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 3)}}};
+  traf.trackId = 2;
+  const std::string path = source.folder.file("sound.m4a");
+  writeFile(path, join({fileTypeBox(), movieBox({audioTrack(2, 2)}), fragment(1, {traf})}));
+  const MediaFile audio = described(0);
+  ASSERT_EQ(open(*audio, path), VL_OK);
+  EXPECT_EQ(describe(*audio).video->flags, 0u) << "no video to be flagged";
 }
 
 }  // namespace

@@ -63,6 +63,18 @@ TEST(ManifestCost, AVideoAndItsAudioReadTheirManifestOnce) {
   }
 }
 
+TEST(ManifestCost, AudioAloneIsOpenedOnce) {
+  const ListedRecording recording;
+  for (const char* name : {"clip.m4v", "clip.mpd"}) std::filesystem::remove(recording.file(name));
+  const auto reads = [&recording](std::uint32_t flags) {
+    const HostReads before = hostReads();
+    EXPECT_NE(openFile(recording.file("clip.m4a"), flags), nullptr);
+    return hostReads().calls - before.calls;
+  };
+  reads(0);  // what is read once in a process
+  EXPECT_EQ(reads(0), reads(MF_OPEN_AUDIO_ONLY));
+}
+
 TEST(ManifestCost, SegmentsAreNoObjectsOfADocument) {
   const ListedRecording recording;
   openFile(recording.file("clip.mpd"));  // what is made once in a process

@@ -56,6 +56,7 @@ TEST(Open, DescribesTheVideoTrack) {
   EXPECT_EQ(video.stream.rate, 30000u);
   EXPECT_EQ(video.stream.scale, 1001u);
   EXPECT_EQ(video.stream.length, 3u);
+  EXPECT_EQ(video.stream.suggestedBufferSize, 1296000u) << "at least";
   EXPECT_EQ(video.flags & 0x0F000000u, 0x02000000u);
   const Bytes configuration = avcConfiguration();
   EXPECT_EQ(video.bitmap.size, configuration.size() + 86);
@@ -182,6 +183,21 @@ TEST(Open, DescribesTheAudioTracks) {
   EXPECT_EQ(clip.described.info.audioScale, 300);
 }
 
+TEST(Open, AudioTracksAfterTheSixtyFourthAreNotRead) {
+  std::vector<TrackSpec> tracks;
+  std::vector<TrafSpec> trafs;
+  for (std::uint32_t id = 1; id <= 65; ++id) {
+    tracks.push_back({id, "soun", 48000, audioEntry("mp4a", 1, 16, 48000), 1024});
+    TrafSpec traf;
+    traf.trackId = id;
+    traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, id)}}};
+    trafs.push_back(traf);
+  }
+  const OpenedFile clip(fileOf(tracks, fragment(1, trafs)), "clip.m4a");
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.system.streams, 64u);
+}
+
 TEST(Open, Ac3HasTheBlockAlignOfOneChannel) {
   TrackSpec audio{2, "soun", 48000, audioEntry("ac-3", 6, 16, 48000), 1536};
   TrafSpec audioRun;
@@ -208,6 +224,7 @@ TEST(Open, AnAudioOnlySourceTakesTheNtscRate) {
   EXPECT_EQ(clip.described.video->stream.length, 0u);
   EXPECT_EQ(clip.described.audio.stream.length, 2048u);
   EXPECT_EQ(clip.described.audio.bufferSize, 1471u * 2) << "trunc(44100 / 30 + 1)";
+  EXPECT_EQ(clip.described.system.suggestedBufferSize, 1296000u + 1471u * 2);
   EXPECT_EQ(clip.file->Channels(), 1u);
   EXPECT_EQ(clip.file->GetTotalFrames(), 0u);
 }
@@ -337,9 +354,48 @@ TEST(Open, AConfigurationOf64KibIsReadAndOneLongerThanTheDescriptionIsRefused) {
   EXPECT_EQ(large.described.video->bitmap.size, 0x10000u + 86);
   EXPECT_EQ(large.described.video->stream.handler, 0x31637668u);
   EXPECT_EQ(large.described.video->colourTable[0xFFFF], sampleOf(0x10000 - 8, 1).data.back());
+  EXPECT_NE(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES)).file, nullptr);
   LogCapture log;
   EXPECT_EQ(OpenedFile(clipWith(QVR_CODEC_CONFIGURATION_BYTES + 8)).file, nullptr);
   EXPECT_THAT(log.lines, ElementsAre(pluginError("The codec configuration is too long")));
+}
+
+// The picture's size has 16 bits with a sign.
+TEST(Open, APictureOfMoreThan32767RowsIsUpsideDown) {
+  TrackSpec video = videoTrack();
+  video.sampleEntry = visualEntry("avc1", 320, 40000, avcConfiguration());
+  const OpenedFile clip(fileOf({video}, threeFrames()));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->bitmap.height, 40000 - 65536);
+  EXPECT_EQ(clip.described.system.height, 65536u - 40000);
+}
+
+TEST(Open, TheConfigurationMayFollowOtherBoxes) {
+  TrackSpec video = videoTrack();
+  video.sampleEntry =
+      visualEntry("avc1", 320, 180, join({box("pasp", {u32(1), u32(1)}), avcConfiguration()}));
+  const OpenedFile clip(fileOf({video}, threeFrames()));
+  ASSERT_NE(clip.file, nullptr);
+  const Bytes configuration = avcConfiguration();
+  EXPECT_EQ(clip.described.video->bitmap.size, configuration.size() + 86);
+  EXPECT_EQ(
+      Bytes(clip.described.video->colourTable, clip.described.video->colourTable + configuration.size()),
+      configuration);
+}
+
+TEST(Open, OfTwoVideoTracksTheFirstIsRead) {
+  TrackSpec other = videoTrack(5, 25, 1);
+  other.sampleEntry = visualEntry("avc1", 640, 360, avcConfiguration());
+  TrafSpec first, second;
+  first.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), sampleOf(20, 2)}}};
+  second.trackId = 5;
+  second.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(30, 3)}}};
+  const OpenedFile clip(fileOf({videoTrack(), other}, fragment(1, {first, second})));
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(clip.described.video->bitmap.width, 320);
+  EXPECT_EQ(clip.described.system.streams, 1u);
+  EXPECT_EQ(clip.file->GetTotalFrames(), 2u);
+  EXPECT_EQ(readFrame(*clip.file, 1).data, sampleOf(20, 2).data);
 }
 
 TEST(Open, AnUnknownNameOrAMissingFileCannotBeOpened) {

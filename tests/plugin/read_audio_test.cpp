@@ -356,6 +356,61 @@ TEST(ReadAudio, AStatedCapacityOfExactlyTheSamplesIsEnough) {
   }
 }
 
+// A host that asks for 24 bits counts in the track's PCM frames, if those have 16.
+TEST(ReadAudio, ARequestIsCountedByTheHostsBits) {
+  RunSpec run = runOf(aacAudio());
+  for (int i = 0; i < 10; ++i) run.samples[static_cast<std::size_t>(i)].data.assign(64, 0);
+  const BuiltFile clip({AudioTrackOf{audioEntry("mp4a", 6, 16, 48000, elementaryStreamBox()), run}});
+  ASSERT_NE(clip.file, nullptr);
+  const LogLine wrong{VL_LOG_PLAIN, "Wrong samples returned 100 requested 100"};
+  LogCapture log;
+  EXPECT_EQ(readAudio(*clip.file, 0, 100, 6).samples.size(), 600u);
+  EXPECT_THAT(log.lines, Contains(wrong));
+  QVRAUDIO audio = describe(*clip.file).audio;
+  audio.wave.bitsPerSample = 24;
+  EXPECT_EQ(clip.file->SetFileInfo(1, nullptr, nullptr, &audio, nullptr), VL_OK);
+  log.lines.clear();
+  EXPECT_EQ(readAudio(*clip.file, 0, 100, 6).samples.size(), 600u);
+  EXPECT_THAT(log.lines, testing::Not(Contains(wrong)));
+}
+
+TEST(ReadAudio, DataAfterACompleteUnitAreNoLoss) {
+  for (const CodedAudio* audio : {&aacAudio(), &ac3Audio()}) {
+    const auto fileWith = [audio](const Bytes& more) {
+      RunSpec run = runOf(*audio);
+      run.samples[5].data = join({run.samples[5].data, more});
+      return BuiltFile({AudioTrackOf{audio->sampleEntry, run}});
+    };
+    const BuiltFile plain = fileWith({}), longer = fileWith(Bytes(40, 0xFF));
+    EXPECT_EQ(readAll(*longer, 4096), readAll(*plain, 4096)) << audio->unitFrames;
+  }
+}
+
+TEST(ReadAudio, AUnitOfMoreThanAMebibyteIsLost) {
+  const auto fileOf = [](std::size_t bytes) {
+    RunSpec run = runOf(ac3Audio());
+    if (bytes != 0) run.samples[5].data.resize(bytes);
+    return BuiltFile({AudioTrackOf{ac3Audio().sampleEntry, run}});
+  };
+  constexpr std::ptrdiff_t kUnit = 2 * 1536;
+  const auto unitOf = [](const Samples& samples) {
+    return Samples(samples.begin() + 5 * kUnit, samples.begin() + 6 * kUnit);
+  };
+  const Samples plain = unitOf(readAll(*fileOf(0), 4096));
+  EXPECT_EQ(unitOf(readAll(*fileOf(1 << 20), 4096)), plain);
+  EXPECT_THAT(unitOf(readAll(*fileOf((1 << 20) + 1), 4096)), testing::Each(0));
+  EXPECT_THAT(plain, Contains(testing::Ne(0)));
+}
+
+// As QuickTime stores it.
+TEST(ReadAudio, AConfigurationInsideAWaveBoxIsFound) {
+  const Bytes wave = box("wave", {box("frma", {text("mp4a")}), elementaryStreamBox()});
+  const BuiltFile clip({AudioTrackOf{audioEntry("mp4a", 2, 16, 48000, wave), runOf(aacAudio())}});
+  const BuiltFile usual = changedTone([](RunSpec&) {});
+  ASSERT_NE(clip.file, nullptr);
+  EXPECT_EQ(readAll(*clip, 4096), readAll(*usual, 4096));
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -125,6 +125,31 @@ TEST(ReadVideo, AHeaderOnlyRequestDescribesTheSampleWithoutAdvancing) {
   EXPECT_EQ(readFrame(*clip, 6).data, frameData(6));
 }
 
+TEST(ReadVideo, AHeaderOnlyRequestOfAnEmptySampleHasNoFirstByte) {
+  TrafSpec traf;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(10, 1), {}, sampleOf(10, 2)}}};
+  const VideoClip clip(join({fileTypeBox(), movieBox({videoTrack()}), fragment(1, {traf})}));
+  DFRAME d = headerRequest();
+  d.sampleSize = d.firstByte = 9;
+  EXPECT_EQ(clip->Read(1, 1, 1, QVR_MODE_VIDEO | 0x08000000, &d, nullptr), VL_OK);
+  EXPECT_EQ(d.sampleSize, 0u);
+  EXPECT_EQ(d.firstByte, 0u);
+}
+
+TEST(ReadVideo, AHeaderOnlyRequestOfASampleThatIsNotThereFailsWithoutAFirstByte) {
+  Bytes content = twelveFrames();
+  content.resize(content.size() - frameData(11).size());
+  const VideoClip clip(content);
+  DFRAME d = headerRequest();
+  d.flags = 0xFFFFFFFF;
+  d.firstByte = 9;
+  const LogCapture log;
+  EXPECT_EQ(clip->Read(11, 1, 1, QVR_MODE_VIDEO | 0x08000000, &d, nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(d.sampleSize, 31u);
+  EXPECT_EQ(d.firstByte, 0u);
+  EXPECT_EQ(d.flags, 0xFFFF7FFFu & 0x4FFFFFFFu);
+}
+
 TEST(ReadVideo, AHeaderOnlyRequestNeedsADescriptorOfItsSize) {
   const VideoClip clip;
   DFRAME d = headerRequest();

@@ -254,8 +254,9 @@ TEST(AudioApart, ChannelPairsOfOneAccessUnitAreRecordedOnce) {
       EXPECT_EQ(writeSample(*file, pair, QVR_MODE_AUDIO, frameBytes(i, 20), i), VL_OK) << pair;
     EXPECT_EQ(writeSample(*file, 0xC0, QVR_MODE_AUDIO, frameBytes(i, 20), i), 0xFFFFFFFFu);
   }
+  EXPECT_EQ(writeSample(*file, 0x02, QVR_MODE_AUDIO, frameBytes(4, 20), 4), VL_OK) << "of the first pair";
   EXPECT_EQ(closeFile(file), VL_OK);
-  EXPECT_EQ(BoxFile(folder.file("out.m4a")).get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 4u);
+  EXPECT_EQ(BoxFile(folder.file("out.m4a")).get<mp4::TrackRunBox>("moof/traf/trun")->sampleCount, 5u);
 
   d.audioMask = 0x0F;
   d.channels = 2;

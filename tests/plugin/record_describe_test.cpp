@@ -121,6 +121,15 @@ TEST(SetFileInfo, NormalisesTheRateAndSizesTheBuffers) {
   EXPECT_EQ(file->VidChan(), 1u);
 }
 
+TEST(SetFileInfo, ABufferOfWholePagesStaysAsLarge) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.mp4"));
+  RecordingDescription d;
+  d.width = d.height = 1024;
+  EXPECT_EQ(describeVideo(*file, d), VL_OK);
+  EXPECT_EQ(describe(*file).video->bufferSize, 3u * 1024 * 1024);
+}
+
 TEST(SetFileInfo, TakesTheLengthAsTotalOnce) {
   const TempFolder folder;
   const MediaFile file = createFile(folder.file("out.mp4"));
@@ -130,6 +139,9 @@ TEST(SetFileInfo, TakesTheLengthAsTotalOnce) {
   EXPECT_EQ(file->SetFileInfo(1, nullptr, &video, nullptr, nullptr), VL_OK);
   EXPECT_EQ(describe(*file).system.totalFrames, 500u);
   EXPECT_EQ(describe(*file).video->stream.length, 0u);
+  video.stream.length = 700;
+  EXPECT_EQ(file->SetFileInfo(1, nullptr, &video, nullptr, nullptr), VL_OK);
+  EXPECT_EQ(describe(*file).system.totalFrames, 500u);
 }
 
 TEST(SetFileInfo, ReturnsTheResultsForWhatItWasGiven) {
@@ -189,6 +201,15 @@ TEST(SetFileInfo, SixChannelsMakeThreeHoldersOfTheForcedFormat) {
     EXPECT_EQ(wave.extraSize, 2u);
     EXPECT_EQ(wave.extra[1], 0x30);
   }
+}
+
+TEST(SetFileInfo, ChannelsAfterTheEighthAreNotTaken) {
+  const TempFolder folder;
+  const MediaFile file = createFile(folder.file("out.ismv"));
+  RecordingDescription d = withAudio();
+  d.audioMask = 0xFFFF;
+  EXPECT_EQ(describeAudio(*file, d), VL_OK);
+  EXPECT_EQ(file->Channels(), 0xFFu);
 }
 
 TEST(SetFileInfo, OnlyAnM4vFileGetsACompanion) {

@@ -278,6 +278,20 @@ TEST(Record, ReopeningAnObjectStartsANewRecording) {
   EXPECT_EQ(textOf(folder.file("one.m3u8")).find("two"), std::string::npos);
 }
 
+TEST(Record, OpeningAnotherFileFinishesTheRecording) {
+  const TempFolder folder;
+  const MediaFile file = startRecording(folder.file("one.mp4"));
+  writeFrames(*file, 7);
+  MFXOPEN request = writeRequest(folder.file("two.mp4"));
+  const std::string path = folder.file("two.mp4");
+  request.fileName = path.c_str();
+  ASSERT_EQ(file->MFXCmd(MFX_OPEN, &request), VL_OK);
+  const MediaFile read = openFile(folder.file("one.m4v"));
+  ASSERT_NE(read, nullptr);
+  EXPECT_EQ(read->GetTotalFrames(), 7u);
+  EXPECT_NE(textOf(folder.file("one.m3u8")).find("#EXT-X-ENDLIST"), std::string::npos);
+}
+
 TEST(Record, DestroyingAnOpenRecordingFinishesIt) {
   const TempFolder folder;
   {

@@ -9,6 +9,7 @@
 #include "tests/plugin/loaded_plugin.h"
 #include "tests/support/box_builder.h"
 #include "tests/support/ffmpeg.h"
+#include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 
 namespace fmp4 {
@@ -127,6 +128,40 @@ TEST(SampleEntry, OfAc3WithoutChannelsAndRateIsStereoOfItsConfigurationsRate) {
     EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, static_cast<std::uint32_t>(rate));
     EXPECT_EQ(readAll(*file, 4096), expected);
   }
+}
+
+// ETSI TS 102 366, E.1: streams of half and a quarter of a rate have bsid 9 and 10.
+TEST(SampleEntry, OfAc3WithoutARateMayHaveHalfOrAQuarterOfThatOfItsConfiguration) {
+  for (const auto& [first, rate] : {std::pair{0x10u, 48000u}, {0x12u, 24000u}, {0x14u, 12000u}}) {
+    const TempFolder folder;
+    TrackSpec track{2, "soun", 48000,
+                    audioEntry("ac-3", 2, 16, 0, box("dac3", {u8(first), u8(0x11), u8(0x40)})), 1536};
+    TrafSpec traf;
+    traf.trackId = 2;
+    traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+    writeFile(folder.file("clip.mp4"), join({fileTypeBox(), movieBox({track}), fragment(1, {traf})}));
+    const MediaFile file = openFile(folder.file("clip.mp4"));
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, rate);
+  }
+}
+
+// An AudioSpecificConfig of object type 29: parametric stereo makes two channels of the one that is coded.
+TEST(SampleEntry, OfParametricStereoWithoutChannelsAndRateIsStereoAtTwiceTheRateOfTheCore) {
+  const TempFolder folder;
+  const Bytes configuration =
+      fullBox("esds", 0, 0,
+              {u8(3),  u8(27), u16(0), u8(0),    u8(4),    u8(19),   u8(0x40), u8(0x15), u24(0), u32(0),
+               u32(0), u8(5),  u8(4),  u8(0xEB), u8(0x09), u8(0x88), u8(0),    u8(6),    u8(1),  u8(2)});
+  TrackSpec track{2, "soun", 48000, audioEntry("mp4a", 0, 16, 0, configuration), 2048};
+  TrafSpec traf;
+  traf.trackId = 2;
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
+  writeFile(folder.file("clip.mp4"), join({fileTypeBox(), movieBox({track}), fragment(1, {traf})}));
+  const MediaFile file = openFile(folder.file("clip.mp4"));
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(describe(*file).audio.wave.channels, 2);
+  EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, 48000u);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "base/user_error.h"
 #include "recording/check/repair.h"
+#include "streaming/lists/manifest_document.h"
 
 namespace fmp4 {
 
@@ -35,6 +36,38 @@ TEST(MadeRecordings, AreIntact) {
     EXPECT_DOUBLE_EQ(found.seconds, 15 / kind.rate.value());
     EXPECT_EQ(repairRecording(files.media), std::vector<std::string>());
   }
+}
+
+TEST(MadeRecordings, OfAFewFramesAreIntact) {
+  for (const std::uint32_t frames : {1u, 2u, 3u})
+    for (MadeKind kind : {kVideoOnly, kBoth, kApart}) {
+      kind.frames = frames;
+      EXPECT_THAT(problemsIn(verifyRecording(MadeFiles(kind).media)), IsEmpty()) << frames;
+    }
+}
+
+TEST(MadeRecordings, AreVerifiedFromTheFirstByteOfAllFilesToTheLast) {
+  const MadeFiles files(kApart);
+  std::vector<std::uint64_t> places;
+  std::uint64_t all = 0;
+  verifyRecording(files.media, [&](std::uint64_t done, std::uint64_t total) {
+    places.push_back(done);
+    all = total;
+  });
+  const auto video = readFile(vlPath(files.media)).size();
+  EXPECT_EQ(all, video + readFile(vlPath(files.folder.file("out.m4a"))).size());
+  EXPECT_TRUE(std::is_sorted(places.begin(), places.end()));
+  EXPECT_GT(places.back(), video);
+}
+
+TEST(MadeRecordings, AreBeingWrittenAsLongAsOneOfTheirFilesIs) {
+  const TempFolder folder;
+  MadeRecording recording(folder, kApart);
+  recording.writeAll();
+  EXPECT_TRUE(recording.audio().finish());
+  EXPECT_TRUE(verifyRecording(folder.file("out.m4v")).beingWritten);
+  EXPECT_TRUE(recording.video().finish());
+  EXPECT_FALSE(verifyRecording(folder.file("out.m4v")).beingWritten);
 }
 
 TEST(MadeRecordings, HaveTheirFragmentsAndSegments) {
@@ -135,6 +168,81 @@ TEST(MadeRecordings, Ac3OfTwoFullFragmentsIsIntact) {
     EXPECT_DOUBLE_EQ(found.seconds, static_cast<double>((units - rest) * 1024 + rest * 1536) / 48000)
         << units;
   }
+}
+
+// An AAC frame may begin with the first byte of an AC-3 frame.
+TEST(MadeRecordings, AacWhoseFirstByteIsThatOfAc3IsIntact) {
+  const TempFolder folder;
+  AudioRecording audio;
+  ASSERT_TRUE(audio.create(folder.file("out.m4a")));
+  ASSERT_TRUE(audio.start(madeAudio(), {2, 3}, {25000, 1000}, nullptr));
+  for (std::uint32_t i = 0; i < 7; ++i) {
+    Bytes unit = madeSample(i);
+    unit[0] = 0x0B;
+    unit[1] = 0x12;
+    ASSERT_EQ(audio.write(unit), VL_OK);
+  }
+  ASSERT_TRUE(audio.finish());
+  const Verification found = verifyRecording(folder.file("out.m4a"));
+  EXPECT_THAT(problemsIn(found), IsEmpty());
+  EXPECT_DOUBLE_EQ(found.seconds, 7 * 1024 / 48000.0);
+}
+
+TEST(MadeRecordings, HaveAtLeastOneAccessUnitAFragmentAndAMillionAtMost) {
+  const auto targetDuration = [](const FrameRate& rate) {
+    const TempFolder folder;
+    AudioRecording audio;
+    EXPECT_TRUE(audio.create(folder.file("out.m4a")));
+    EXPECT_TRUE(audio.start(madeAudio(), {2, 3}, rate, nullptr));
+    EXPECT_EQ(audio.write(madeSample(0)), VL_OK);
+    EXPECT_TRUE(audio.finish());
+    const Bytes bytes = readFile(vlPath(folder.file("outA.m3u8")));
+    const std::string list(bytes.begin(), bytes.end()), key = "#EXT-X-TARGETDURATION:";
+    return std::stoul(list.substr(list.find(key) + key.size()));
+  };
+  EXPECT_EQ(targetDuration({1000000, 1}), 0u) << "3 * 1024 samples, rounded";
+  EXPECT_EQ(targetDuration({1, 100000}), 67109u) << "3 * 2^20 * 1024 samples";
+}
+
+TEST(MadeRecordings, OfABottomUpPictureListItsRows) {
+  const TempFolder folder;
+  MpdWriter manifest(folder.file("out.mpd"));
+  VideoRecording video;
+  VideoSettings settings = madeVideo({});
+  settings.height = -180;
+  ASSERT_TRUE(video.create(folder.file("out.m4v")));
+  ASSERT_TRUE(video.start(settings, &manifest, false));
+  Bytes bytes = madeSample(0);
+  DFRAME frame{};
+  frame.size = sizeof frame;
+  frame.data = bytes.data();
+  frame.bytes = static_cast<std::uint32_t>(bytes.size());
+  EXPECT_EQ(video.writeVideo(frame), VL_OK);
+  EXPECT_TRUE(video.finish());
+  const Bytes list = readFile(vlPath(folder.file("out.mpd")));
+  EXPECT_THAT(std::string(list.begin(), list.end()), HasSubstr("height=\"180\""));
+  EXPECT_THAT(problemsIn(verifyRecording(folder.file("out.m4v"))), IsEmpty());
+}
+
+TEST(MadeRecordings, TheMovieBoxHasTheSampleRate) {
+  const MadeFiles files(kBoth);
+  const Bytes bytes = readFile(vlPath(files.media));
+  EXPECT_EQ(Mp4LoadU32(&bytes[typeAfter(bytes, 0, "mp4a") + 28]), std::uint32_t{48000} << 16);
+}
+
+TEST(MadeRecordings, CountTheirFramesAndTakeNoneAfterAFailure) {
+  const TempFolder folder;
+  MadeRecording recording(folder, kApart);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(recording.writeFrame(), VL_OK);
+  EXPECT_EQ(recording.writeUnit(), VL_OK);
+  EXPECT_EQ(recording.video().frames(), 3u);
+  recording.video().file().giveUp();
+  EXPECT_EQ(recording.writeFrame(), VL_FAILED);
+  EXPECT_EQ(recording.video().frames(), 3u);
+  EXPECT_EQ(recording.writeUnit(), VL_OK) << "another file";
+  recording.audio().file().giveUp();
+  EXPECT_EQ(recording.writeUnit(), VL_FAILED);
+  EXPECT_FALSE(recording.finish());
 }
 
 // ---- Changed media ----------------------------------------------------------------------------------
@@ -270,6 +378,88 @@ TEST(InterruptedMedia, AnIndexWithoutAFragmentIsRemoved) {
   EXPECT_EQ(readFile(vlPath(files.media)).size(), index);
 }
 
+std::string refusalOf(const Bytes& media) {
+  const TempFolder folder;
+  writeFile(vlPath(folder.file("out.m4v")), media);
+  try {
+    verifyRecording(folder.file("out.m4v"));
+  } catch (const UserError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(InterruptedMedia, WithinTheFirstBoxesAreNoRecordingYet) {
+  const Bytes whole = readFile(vlPath(MadeFiles().media));
+  const std::size_t movie = offsetsOf(whole, box_type::kMoov)[0];
+  const auto start = [&whole](std::size_t size) {
+    return Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+  };
+  EXPECT_THAT(refusalOf(start(movie - 1)), HasSubstr("does not begin with a complete file type box"));
+  const std::string interrupted = refusalOf(start(movie));
+  EXPECT_THAT(interrupted, testing::Not(HasSubstr("has no movie box")));
+  EXPECT_EQ(refusalOf(join({start(movie), Bytes(7, 1)})), interrupted);
+  EXPECT_THAT(refusalOf(join({start(movie), box("free")})),
+              HasSubstr("has no movie box after its file type box"));
+}
+
+// The places of a field after a box's type: version and flags, two times or numbers, and then the field.
+constexpr std::size_t kThirdField = 4 + 4 + 8;
+
+TEST(ChangedMedia, TracksThatRecordingsDoNotHaveAreRefused) {
+  const Bytes whole = readFile(vlPath(MadeFiles().media));
+  const auto withField = [&whole](std::string_view type, std::uint32_t value) {
+    Bytes bytes = whole;
+    storeU32(bytes, typeAfter(bytes, 0, type) + kThirdField, value);
+    return refusalOf(bytes);
+  };
+  EXPECT_THAT(withField("tkhd", 7),
+              HasSubstr("track 7 should be the only one of its type, with the number 1"));
+  EXPECT_THAT(withField("mdhd", 0),
+              HasSubstr("track 1 lacks its timescale or the defaults of its fragments"));
+  EXPECT_THAT(withField("trex", 0), HasSubstr("the movie box gives no frame duration"));
+  Bytes twice = whole;
+  const std::size_t movie = offsetsOf(whole, box_type::kMoov)[0], track = typeAfter(whole, movie, "trak") - 4;
+  const auto at = whole.begin() + static_cast<std::ptrdiff_t>(track);
+  const Bytes copy(at, at + Mp4LoadU32(&*at));
+  storeU32(twice, movie, Mp4LoadU32(&twice[movie]) + static_cast<std::uint32_t>(copy.size()));
+  twice.insert(twice.begin() + static_cast<std::ptrdiff_t>(track), copy.begin(), copy.end());
+  EXPECT_THAT(refusalOf(twice), HasSubstr("track 1 should be the only one of its type, with the number 1"));
+}
+
+TEST(InterruptedMedia, AfterTheMovieBoxLackNothing) {
+  const MadeFiles files;
+  files.change("out.m4v", [](Bytes& bytes) { bytes.resize(offsetsOf(bytes, box_type::kSidx)[0]); });
+  for (const std::string& problem : problemsIn(verifyRecording(files.media)))
+    EXPECT_FALSE(problem.starts_with("out.m4v")) << problem;
+}
+
+TEST(ChangedMedia, AnIndexThatFollowsAnotherIsDamage) {
+  const MadeFiles files;
+  files.change("out.m4v", [](Bytes& bytes) {
+    const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(offsetsOf(bytes, box_type::kSidx)[2]);
+    const Bytes index(at, at + Mp4LoadU32(&*at));
+    bytes.insert(at, index.begin(), index.end());
+  });
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)),
+              testing::Contains(HasSubstr("one segment index follows another")));
+}
+
+TEST(ChangedMedia, ThePlacesOfASegmentAreThoseOfTheFirstIndex) {
+  const MadeFiles files;
+  files.change("out.m4v", [](Bytes& bytes) {
+    const std::size_t index = offsetsOf(bytes, box_type::kSidx)[2];
+    storeU32(bytes, index, Mp4LoadU32(&bytes[index]) - 12);
+    bytes[index + 31] = 2;  // reference_count
+    const auto last = bytes.begin() + static_cast<std::ptrdiff_t>(index) + 32 + 2 * 12;
+    bytes.erase(last, last + 12);
+  });
+  std::vector<std::string> problems = problemsIn(verifyRecording(files.media));
+  std::erase_if(problems, [](const std::string& problem) { return !problem.starts_with("out.m4v"); });
+  EXPECT_THAT(problems, ElementsAre("out.m4v: the index of the segment does not fit its fragments and cannot "
+                                    "be corrected (stays)"));
+}
+
 // Larger than the blocks of a disk, which are written or not as a whole.
 constexpr MadeKind kLarge{.sampleBytes = 5000};
 
@@ -292,6 +482,28 @@ TEST(InterruptedMedia, DataThatWereNeverWrittenAreRemovedFromTheLastTwoSegments)
   const Verification found = verifyRecording(files.media);
   EXPECT_THAT(problemsIn(found), IsEmpty());
   EXPECT_EQ(found.frames, 10u);
+}
+
+TEST(InterruptedMedia, TheIndexOfASegmentThatWasNeverWrittenGoesWithIt) {
+  const MadeFiles files(kLarge);
+  std::size_t end = 0;
+  files.change("out.m4v", [&end](Bytes& bytes) {
+    for (const std::size_t fragment : {6u, 7u}) neverWrite(bytes, fragment);
+    end = offsetsOf(bytes, box_type::kSidx)[2];
+  });
+  repairRecording(files.media);
+  EXPECT_EQ(readFile(vlPath(files.media)).size(), end);
+}
+
+TEST(InterruptedMedia, AJumpOfTimesGoesWithItsFragment) {
+  MadeKind kind = kLarge;
+  kind.audio = kind.separateAudio = true;
+  const MadeFiles files(kind);
+  files.change("out.m4v", [](Bytes& bytes) {
+    delay(bytes, 7, 300000);
+    neverWrite(bytes, 7);
+  });
+  EXPECT_THAT(verifyRecording(files.media).notes, IsEmpty());
 }
 
 TEST(InterruptedMedia, DataThatWereNeverWrittenBeforeThoseStay) {
@@ -349,6 +561,129 @@ TEST(ChangedLists, LostAudioIsGivenUpOnlyIfThatIsAccepted) {
   EXPECT_THAT(repairRecording(files.media, {}, {.loss = AudioLoss::Accepted}),
               ElementsAre("out.mpd: rewritten", "outA.m3u8: removed"));
   EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+}
+
+// Gives a list the line ends of the other systems.
+void changeLineEnds(Bytes& bytes) {
+  const std::string text(bytes.begin(), bytes.end());
+  const bool windows = text.find('\r') != text.npos;
+  const std::string changed =
+      std::regex_replace(text, std::regex(windows ? "\r\n" : "\n"), windows ? "\n" : "\r\n");
+  bytes.assign(changed.begin(), changed.end());
+}
+
+TEST(ChangedLists, PlaylistsMayHaveEitherLineEnds) {
+  const MadeFiles files(kApart);
+  for (const char* name : {"out.m3u8", "outA.m3u8"}) files.change(name, changeLineEnds);
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+  EXPECT_EQ(repairRecording(files.media), std::vector<std::string>());
+  files.edit("out.m3u8", "#EXTINF:0.24", "#EXTINF:0.25");
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)),
+              ElementsAre(testing::AllOf(HasSubstr("says \"#EXTINF:0.25"), testing::Not(HasSubstr("\r")))));
+}
+
+TEST(ChangedLists, ALostManifestIsGivenTheTimeOfAPlaylistWithEitherLineEnds) {
+  const MadeFiles files;
+  const std::string text = files.text("out.m3u8"), key = "#EXT-X-PROGRAM-DATE-TIME:";
+  const std::size_t at = text.find(key) + key.size();
+  ASSERT_GT(at, key.size());
+  files.edit("out.m3u8", text, std::regex_replace(text, std::regex("[0-9]{4}-[0-9-]+T"), "2001-02-03T"));
+  const std::string time = files.text("out.m3u8").substr(at, text.find('\n', at) - at);
+  files.change("out.m3u8", changeLineEnds);
+  std::filesystem::remove(vlPath(files.folder.file("out.mpd")));
+  repairRecording(files.media);
+  EXPECT_THAT(files.text("out.mpd"), HasSubstr("availabilityStartTime=\"" + time + "\""));
+}
+
+TEST(ChangedLists, APlaylistThatEndsWithinItsLastLineIsNotComplete) {
+  const MadeFiles files;
+  files.change("out.m3u8", [](Bytes& bytes) {
+    while (bytes.back() == '\n' || bytes.back() == '\r') bytes.pop_back();
+  });
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)), ElementsAre(HasSubstr("\"#EXT-X-ENDLIST\"")));
+}
+
+// Times are written again; what cannot be one is replaced.
+TEST(ChangedLists, TimesThatAreNoneAreNotWrittenAgain) {
+  for (const std::string time : {"2026-01-01T00:00:00.000000000000000000000000Z", "yesterday&lt;"}) {
+    const MadeFiles files;
+    std::string manifest = files.text("out.mpd");
+    files.edit("out.mpd", manifest, std::regex_replace(manifest, std::regex("[0-9-]+T[0-9:.]+Z"), time));
+    std::filesystem::remove(vlPath(files.folder.file("out.m3u8")));
+    repairRecording(files.media);
+    EXPECT_THAT(files.text("out.mpd"), testing::Not(HasSubstr(time)));
+    EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+  }
+}
+
+// Of another recording by this name.
+TEST(ChangedLists, AManifestWithAnotherInitialisationSaysNothing) {
+  const MadeFiles files(kApart);
+  const std::string size = std::to_string(offsetsOf(readFile(vlPath(files.media)), box_type::kSidx)[0] - 1);
+  files.edit("out.mpd", "range=\"0-" + size, "range=\"0-1" + size);
+  files.edit("out.mpd", "bandwidth=\"128000\"", "bandwidth=\"64000\"");
+  repairRecording(files.media);
+  EXPECT_THAT(files.text("out.mpd"), testing::Not(HasSubstr("bandwidth=\"64000\"")));
+}
+
+// Of 28 access units of 1024 samples at 48 kHz.
+std::string madeBitRate() {
+  std::uint64_t bytes = 0;
+  for (std::uint32_t i = 0; i < 28; ++i) bytes += madeSample(1000 + i).size();
+  return "bandwidth=\"" + std::to_string(bytes * 48000 / (28 * 1024) * 8) + "\"";
+}
+
+TEST(ChangedLists, ABitRateThatNoNumberHoldsIsThatOfTheMedia) {
+  for (const std::string rate : {"34359738368", "12x"}) {
+    const MadeFiles files(kApart);
+    files.edit("out.mpd", "bandwidth=\"128000\"", "bandwidth=\"" + rate + "\"");
+    repairRecording(files.media);
+    EXPECT_THAT(files.text("out.mpd"), HasSubstr(madeBitRate())) << rate;
+    EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+  }
+}
+
+TEST(ChangedLists, ALostManifestIsGivenTheBitRateOfTheAudio) {
+  const MadeFiles files(kApart);
+  std::filesystem::remove(vlPath(files.folder.file("out.mpd")));
+  repairRecording(files.media);
+  EXPECT_THAT(files.text("out.mpd"), HasSubstr(madeBitRate()));
+}
+
+TEST(ChangedLists, ALargeFileIsNoPlaylist) {
+  const MadeFiles files;
+  std::filesystem::resize_file(vlPath(files.folder.file("out.m3u8")), kMaxManifestBytes + 1);
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)),
+              ElementsAre("out.m3u8: it is missing, or cannot be read"));
+}
+
+TEST(ChangedLists, AudioWhoseManifestNamesVideoElsewhereLacksNothing) {
+  const MadeFiles files(kApart);
+  std::filesystem::remove(vlPath(files.media));
+  const std::string audio = files.folder.file("out.m4a");
+  const auto missing = testing::Contains(HasSubstr("which is missing"));
+  EXPECT_THAT(problemsIn(verifyRecording(audio)), missing);
+  files.edit("out.mpd", "<BaseURL>out.m4v", "<BaseURL>elsewhere/out.m4v");
+  EXPECT_THAT(problemsIn(verifyRecording(audio)), testing::Not(missing));
+}
+
+TEST(ChangedLists, AudioThatTheManifestDoesNotPlaceIsNoPartOfTheRecording) {
+  const MadeFiles files;
+  const MadeFiles others(kApart);
+  std::filesystem::copy_file(vlPath(others.folder.file("out.m4a")), vlPath(files.folder.file("out.m4a")));
+  const Verification found = verifyRecording(files.media);
+  EXPECT_THAT(problemsIn(found), IsEmpty());
+  EXPECT_EQ(found.audioFrames, 0u);
+}
+
+// The manifest is saved once a segment of the video; the audio's playlist may be ahead of it.
+TEST(ChangedLists, LostAudioIsCountedByItsPlaylistToo) {
+  const MadeFiles files(kApart);
+  std::filesystem::remove(vlPath(files.folder.file("out.m4a")));
+  files.change("out.mpd", [](Bytes& bytes) { bytes.clear(); });
+  EXPECT_THAT(
+      problemsIn(verifyRecording(files.media)),
+      testing::Contains("out.m4a: the audio file is missing; the lists name 3 segments of it (stays)"));
 }
 
 TEST(ChangedLists, AudioThatIsEmptyIsLost) {

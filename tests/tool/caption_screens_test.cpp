@@ -70,6 +70,8 @@ TEST_F(CaptionScreensAnswer, GivesTheScreensOfCc1) {
 TEST_F(CaptionScreensAnswer, NumbersFramesAsTheyAreShown) {
   write(captionedFile({twoCaptions(), {}, 2 * 1001}));
   EXPECT_EQ(shown(), "28-88 First|93-120 Second");
+  EXPECT_EQ(shown({{"from", "60"}, {"count", "10"}}), "60-70 First");
+  EXPECT_EQ(shown({{"from", "119"}}), "119-120 Second") << "to be shown after the last frame";
 }
 
 TEST_F(CaptionScreensAnswer, ARangeBeginsWithWhatWasShownBefore) {

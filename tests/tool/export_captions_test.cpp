@@ -35,10 +35,11 @@ TEST(CaptionTimes, AreRoundedToTheNearestMillisecond) {
 // SMPTE ST 12-1: the numbers around the minutes that lack two, and around those that do not.
 TEST(CaptionTimes, DropFrameTimecodesStayWithTheClock) {
   for (const auto& [frame, text] :
-       {std::pair(0u, "00:00:00;00"), std::pair(29u, "00:00:00;29"), std::pair(1799u, "00:00:59;29"),
-        std::pair(1800u, "00:01:00;02"), std::pair(3597u, "00:01:59;29"), std::pair(3598u, "00:02:00;02"),
-        std::pair(17981u, "00:09:59;29"), std::pair(17982u, "00:10:00;00"), std::pair(19781u, "00:10:59;29"),
-        std::pair(19782u, "00:11:00;02"), std::pair(107892u, "01:00:00;00")})
+       {std::pair(0u, "00:00:00;00"), std::pair(1u, "00:00:00;01"), std::pair(29u, "00:00:00;29"),
+        std::pair(1799u, "00:00:59;29"), std::pair(1800u, "00:01:00;02"), std::pair(3597u, "00:01:59;29"),
+        std::pair(3598u, "00:02:00;02"), std::pair(17981u, "00:09:59;29"), std::pair(17982u, "00:10:00;00"),
+        std::pair(19781u, "00:10:59;29"), std::pair(19782u, "00:11:00;02"),
+        std::pair(107892u, "01:00:00;00")})
     EXPECT_EQ(timecodeText(frame, 30, true), text) << frame;
   EXPECT_EQ(timecodeText(107892, 30, false), "00:59:56:12");
   EXPECT_EQ(timecodeText(25 * 61 + 3, 25, false), "00:01:01:03");
@@ -73,6 +74,11 @@ TEST(WebVtt, PositionsAndClasses) {
             "00:00:03.003 --> 00:00:04.004 line:79.33% position:50%,center align:center\n"
             "<c.yellow.bg_blue>on blue &amp; white</c>\ntwo\n\n");
   EXPECT_EQ(webVttText({}, kNtsc), "WEBVTT\n\n");
+  Cue cue = cueOf(0, 30, {{"red", {.foreground = {3, 0, 0}}}});
+  cue.caption.blocks[0].top = 12.5;
+  EXPECT_EQ(webVttText(std::vector{cue}, {30, 1}),
+            "WEBVTT\n\n00:00:00.000 --> 00:00:01.000 line:12.5% position:20%,line-left align:left\n"
+            "<c.red>red</c>\ntwo\n\n");
 }
 
 TEST(Scenarist, ConsecutivePairsShareALine) {
@@ -81,6 +87,8 @@ TEST(Scenarist, ConsecutivePairsShareALine) {
             "Scenarist_SCC V1.0\n\n00:00:59;28\t9420 9420\n\n00:01:00;03\t942f\n");
   EXPECT_EQ(scenaristText(pairs, {25, 1}),
             "Scenarist_SCC V1.0\n\n00:01:11:23\t9420 9420\n\n00:01:12:01\t942f\n");
+  EXPECT_EQ(scenaristText(pairs, {30, 1}),
+            "Scenarist_SCC V1.0\n\n00:00:59:28\t9420 9420\n\n00:01:00:01\t942f\n");
   EXPECT_EQ(scenaristText({}, kNtsc), "Scenarist_SCC V1.0\n");
 }
 

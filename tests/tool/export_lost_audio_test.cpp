@@ -89,6 +89,7 @@ TEST(ExportLostAudio, AudioShorterThanStatedIsExportedUpToItsEnd) {
   const RunResult result = clip.exported();
   EXPECT_EQ(result.exitCode, 0) << result.err;
   EXPECT_GE(clip.samples().size(), (clip.packets - 1) * 1024 * 4);
+  EXPECT_EQ(ffprobeStreamEntry(clip.output, "a:0", "duration_ts"), std::to_string(clip.samples().size() / 4));
 }
 
 TEST(ExportLostAudio, UndecodableAudioFailsAndLeavesNoFile) {
@@ -157,6 +158,12 @@ TEST(LostAudio, MergesAdjacentPlacesAndReportsOnlySome) {
               testing::StartsWith("of the audio of 'a.mp4' 15 access units could not be decoded; silence "
                                   "takes their place: 0:00:00.0 to 0:00:00.1, 1:00:00.0 to "));
   EXPECT_THAT(text, testing::EndsWith("9:00:00.0 to 9:00:00.1 and 3 more places"));
+}
+
+TEST(LostAudio, ReportsTenPlaces) {
+  LostAudio lost(1000);
+  for (std::uint64_t i = 0; i < 10; ++i) lost.addUnits(i * 1000, i * 1000 + 100, 1);
+  EXPECT_THAT(lost.text("a.mp4"), testing::EndsWith(", 0:00:08.0 to 0:00:08.1, 0:00:09.0 to 0:00:09.1"));
 }
 
 TEST(LostAudio, ReportsAnEarlyEnd) {

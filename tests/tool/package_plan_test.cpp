@@ -7,9 +7,11 @@
 #include "base/codec_code.h"
 #include "base/user_error.h"
 #include "mediafile.h"
+#include "mp4box/boxes/hdlr.h"
 #include "tests/captions/sei_stream.h"
 #include "tests/support/fragments.h"
 #include "tool/package/paced_times.h"
+#include "tool/package/track_choice.h"
 #include "tool/source/source_captions.h"
 #include "tool/source/source_tracks.h"
 #include "tool/source/video_captions.h"
@@ -71,6 +73,14 @@ TEST(SourceEdits, PlayTheirPartsInOrder) {
   EXPECT_DOUBLE_EQ(list.present(1200, 1000), 1.5 - 3.8) << "timed by the next part";
   EXPECT_DOUBLE_EQ(list.present(5000, 1000), 1.5);
   EXPECT_DOUBLE_EQ(list.present(8000, 1000), 4.5) << "after all, timed by the last";
+}
+
+TEST(SourceEdits, WithoutATimescaleOfTheMovieAreNone) {
+  mp4::EditListBox box;
+  box.entries.emplace_back().segmentDuration = 100;
+  EXPECT_TRUE(EditList(box, 0, 1000, false).empty());
+  EXPECT_TRUE(EditList(box, 1000, 0, false).empty());
+  EXPECT_FALSE(EditList(box, 1000, 1000, false).empty());
 }
 
 TEST(SourceEdits, HideWhatNoPartPlays) {
@@ -170,6 +180,13 @@ TEST(PlannedInterval, IsTheMostCommonDistanceAndTheShorterOfTwo) {
   EXPECT_EQ(planOf(framesOf(four)).plan.interval, 1u) << "a single key frame";
 }
 
+TEST(PlannedInterval, ThatGivesNoSegmentsIsCutIntoItsLargestPart) {
+  const std::string group = 'K' + std::string(253, '.');
+  const Planned planned = planOf(framesOf(group + group + 'K'));
+  EXPECT_EQ(planned.plan.interval, 2u) << "254 is 2 times 127";
+  EXPECT_THAT(planned.warnings, ElementsAre(HasSubstr("they are cut for one every 2 frames")));
+}
+
 TEST(PlannedInterval, GivenOneOverridesAndIsComparedWithTheSources) {
   PackageOptions options;
   options.interval = 4;
@@ -220,6 +237,22 @@ TEST(PacedSource, ShiftsWhatFollowsAPauseOfTheVideo) {
   // Half a second more than a frame is no pause.
   times.add({.decodeTime = 1400 + 540, .duration = 40});
   EXPECT_NEAR(times.recorded(1.94).value(), 0.94, 1e-9);
+  // Two seconds; what plays before them has the times from after the first pause.
+  times.add({.decodeTime = 3980, .duration = 40});
+  EXPECT_NEAR(times.recorded(3.98).value(), 0.98, 1e-9);
+  EXPECT_NEAR(times.recorded(1.95).value(), 0.95, 1e-9);
+}
+
+TEST(PacedSource, IsPacedByMostOfItsFirstFrames) {
+  SourceTrack video = framesOf("K");
+  for (const std::uint64_t time : {50u, 90u, 130u, 170u}) {
+    video.samples.push_back({.decodeTime = time, .duration = 40});
+    video.nominalDuration.addSamples(40);
+  }
+  video.nominalDuration.endFragment();
+  const PackagePlan plan = PackagePlan::asRead(video);
+  EXPECT_NEAR(PacedTimes(video, plan).recorded(0.13).value(), 0.12, 1e-9)
+      << "all but the first are 10 ms late";
 }
 
 TEST(PacedSource, StartsWithTheFirstFrameDisplayed) {
@@ -286,6 +319,15 @@ TEST(SourceCaptionTrack, GivesAPacketToItsFrameAlone) {
   EXPECT_EQ(captionsAt(captions, 2), Bytes());
   EXPECT_EQ(captionsAt(captions, 3), area);
   EXPECT_EQ(captionsAt(captions, 4), Bytes());
+  captions.rewind();
+  EXPECT_EQ(captionsAt(captions, 1), area);
+  EXPECT_EQ(captionsAt(captions, 1), Bytes()) << "once";
+}
+
+TEST(SourceCaptionTrack, GivesNothingOfABoxShorterThanItsHeader) {
+  CaptionTrack source(kC708, {{1, boxOfSize(4, "ccdp", {zeros(10)})}});
+  SourceCaptions captions(source, &source.tracks()[0]);
+  EXPECT_EQ(captionsAt(captions, 1), Bytes());
 }
 
 // Packets of the frames before the first recorded one are not put onto it.
@@ -308,6 +350,20 @@ TEST(SourceCaptionTrack, PacketsLongerThanTheAreaAreLeftOut) {
   const std::uint32_t bytes = descriptor.captionBytes;
   addPairTo(descriptor, {1, 2});
   EXPECT_EQ(descriptor.captionBytes, bytes) << "the packet stays";
+}
+
+TEST(ChosenTracks, AreWarnedOfWhereThereAreSeveral) {
+  CaptionTrack source(kMp4a, {});
+  source.tracks()[0].handler = mp4::kAudioHandler;
+  source.tracks().push_back(source.tracks()[0]);
+  std::vector<std::string> warnings;
+  PackageOptions options;
+  for (const bool noAudio : {true, false}) {
+    EXPECT_THAT(warnings, IsEmpty());
+    options.noAudio = noAudio;
+    chooseTracks(source, options, [&warnings](const std::string& text) { warnings.push_back(text); });
+  }
+  EXPECT_THAT(warnings, ElementsAre(HasSubstr("the source has 2 audio tracks")));
 }
 
 // An access unit of a SEI message.
@@ -339,6 +395,21 @@ TEST(VideoCaptionPairs, WaitForTheFrameThatDisplaysThem) {
   EXPECT_EQ(firstOf(3), 0x21);
   EXPECT_EQ(firstOf(4), 0x26);
   EXPECT_EQ(firstOf(5), -1);
+}
+
+TEST(VideoCaptionPairs, ThatWaitAreSixtyAtMost) {
+  using captions::CcConstruct;
+  VideoCaptions captions(4, 25);
+  for (std::uint64_t frame = 0; frame < 3; ++frame)
+    captions.add(accessUnit(std::vector<CcConstruct>(31, {captions::CcType::Field1, true, {0x21, 0x21}})),
+                 frame, 0);
+  std::uint64_t pairs = 0;
+  for (std::uint64_t frame = 0; frame < 200; ++frame) {
+    DFRAME descriptor{};
+    captions.addTo(descriptor, frame);
+    pairs += descriptor.captionFlags & DFRAME_CAPTION_608 ? 1 : 0;
+  }
+  EXPECT_EQ(pairs, 62u) << "sixty, and those of the two frames before";
 }
 
 // ---- Fragments of old muxers ------------------------------------------------------------------------

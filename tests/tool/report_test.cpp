@@ -63,6 +63,7 @@ TEST(Report, OfARecordingHasAllSections) {
   const std::string keys = sectionOf(page, "Key frames");
   EXPECT_THAT(keys, HasSubstr("Key frames: 10"));
   EXPECT_THAT(keys, HasSubstr("<tr><td>10</td><td>0.400</td><td>9</td></tr>"));
+  EXPECT_THAT(keys, Not(HasSubstr("<tr><td>0</td>")));
   EXPECT_THAT(sectionOf(page, "Wave form"), HasSubstr("aria-label=\"Wave form of channel 2\""));
   EXPECT_THAT(sectionOf(page, "Gaps and lost audio"), HasSubstr("no gaps"));
   EXPECT_THAT(sectionOf(page, "Captions"), HasSubstr("There are none."));

@@ -84,6 +84,15 @@ TEST(SampleList, AnEmptyOneHasNone) {
   EXPECT_TRUE(list.begin() == list.end());
 }
 
+TEST(SampleList, GivesPiecesOfAtMostSoManyBytes) {
+  const SampleList list =
+      listOf({{.offset = 100, .size = 10}, {.offset = 110, .size = 20}, {.offset = 130, .size = 5}});
+  EXPECT_EQ(list.bytesInOnePiece(0, 29), 10u);
+  EXPECT_EQ(list.bytesInOnePiece(0, 30), 30u);
+  EXPECT_EQ(list.bytesInOnePiece(0, 35), 35u);
+  EXPECT_EQ(list.bytesInOnePiece(1, 1), 20u) << "one sample at least";
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -212,6 +212,7 @@ TEST_F(Serve, AsksForNoDataOfOtherFiles) {
     ADD_FAILURE() << "asked";
     return {};
   };
+  writeText(media_ / "describe", "named like a question");
   for (const char* path : {"/data/", "/data/describe", "/data/describe/", "/data/describe/missing.mp4",
                            "/data/describe/../secret.m4v", "/data/describe/sub"})
     EXPECT_EQ(get(path).status, 404) << path;

@@ -57,6 +57,17 @@ TEST(WaveHeader, MoreThanTwoChannelsHaveASpeakerMask) {
   EXPECT_EQ(numberAt(head, 80, 2), 1u) << "PCM";
 }
 
+TEST(WaveHeader, OfOddSizesCountsThePadding) {
+  const auto head = waveHeader({8000, 1, 8}, 1001);
+  EXPECT_EQ(numberAt(head, 4, 4), 104u - 8 + 1002);
+  EXPECT_EQ(numberAt(head, 100, 4), 1001u);
+}
+
+TEST(WaveHeader, UpToEightChannelsHaveSpeakers) {
+  EXPECT_EQ(numberAt(waveHeader({48000, 8, 16}, 0), 76, 4), 0x63Fu);
+  EXPECT_EQ(numberAt(waveHeader({48000, 9, 16}, 0), 76, 4), 0u);
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -21,6 +21,16 @@ TEST_F(Serve, LinksOutOfTheFolderAreNotFollowed) {
   EXPECT_EQ(get("/media/out.m4v").status, 404);
   EXPECT_EQ(get("/media/up/secret.m4v").status, 404);
   EXPECT_EQ(get("/media/within.m4v").body, "0123456789");
+  EXPECT_EQ(get("/data/describe/out.m4v").status, 404);
+}
+
+TEST_F(Serve, LinksOutOfTheFolderAreNotListed) {
+  std::filesystem::create_symlink("../secret.m4v", media_ / "out.m4v");
+  std::filesystem::create_symlink(outside_.path(), media_ / "up");
+  std::filesystem::create_symlink("sub", media_ / "within");
+  const auto list = nlohmann::json::parse(get("/files.json").body);
+  EXPECT_EQ(list["folders"], nlohmann::json::parse(R"(["sub", "within"])"));
+  for (const auto& file : list["files"]) EXPECT_NE(file["name"], "out.m4v");
 }
 
 TEST_F(Serve, PipesAreNotFiles) {
