@@ -3,8 +3,8 @@
 # everything else passed. Three gears:
 #   test.sh        format, layers, headers, clang-tidy on what changed, the build as shipped (GCC) and all its native
 #                  tests
-#   test.sh all    also clang-tidy on everything, the sanitizers (Clang), the players, the fuzz targets, Windows (where the cross build and
-#                  Wine can be installed) and the packages
+#   test.sh all    also clang-tidy on everything, the sanitizers (Clang), the players, the fuzz targets, Windows (where
+#                  the cross build and Wine can be installed) and the packages
 #   test.sh quick  while working: format, layers, what changed is built, and the tests that take seconds
 # With --times after the gear, the times of its steps are written to docs/testing.md.
 set -euo pipefail
@@ -30,7 +30,12 @@ step() {
   local name=$1 start=$SECONDS
   shift
   echo "== $name"
-  if ! "$@"; then
+  # Not as a condition, within which a function goes on after its commands that fail.
+  set +e
+  (set -e; "$@")
+  local status=$?
+  set -e
+  if ((status != 0)); then
     echo "test: FAILED at: $name, after $SECONDS s" >&2
     exit 1
   fi
