@@ -122,6 +122,7 @@ struct TrackSpec {
   std::uint32_t size = 0;
   std::uint32_t sampleFlags = 0;
   bool extends = true;  // whether there are any
+  Bytes edits = {};     // editsBox
 };
 
 inline Bytes visualEntry(std::string_view type, std::uint16_t width, std::uint16_t height,
@@ -148,6 +149,20 @@ inline Bytes avcConfiguration() {
   return box("avcC", {u8(1), u8(0x64), u8(0), u8(0x1F), u8(0xFF), u8(0xE0), u8(0)});
 }
 
+// An entry of an edit list: a duration in ms, and the media time from which it plays, -1 for none.
+struct EditSpec {
+  std::uint32_t duration = 0;
+  std::int32_t mediaTime = 0;
+};
+
+inline Bytes editsBox(const std::vector<EditSpec>& edits) {
+  Bytes entries;
+  for (const EditSpec& edit : edits)
+    entries =
+        join({entries, u32(edit.duration), u32(static_cast<std::uint32_t>(edit.mediaTime)), u32(0x10000)});
+  return box("edts", {fullBox("elst", 0, 0, {u32(edits.size()), entries})});
+}
+
 inline Bytes trackBox(const TrackSpec& track) {
   const Bytes times = zeros(8);
   const Bytes header = fullBox("tkhd", 0, 3, {times, u32(track.id), zeros(8), zeros(60)});
@@ -155,8 +170,8 @@ inline Bytes trackBox(const TrackSpec& track) {
   const Bytes handler = fullBox("hdlr", 0, 0, {u32(0), text(track.handler), zeros(12), u8(0)});
   const Bytes table =
       box("stbl", {fullBox("stsd", 0, 0, {u32(1), track.sampleEntry}), fullBox("stts", 0, 0, {u32(0)})});
-  return box("trak",
-             {header, box("mdia", {mediaHeader, handler, box("minf", {table, box("dinf", {zeros(16)})})})});
+  return box("trak", {header, track.edits,
+                      box("mdia", {mediaHeader, handler, box("minf", {table, box("dinf", {zeros(16)})})})});
 }
 
 inline Bytes movieBox(const std::vector<TrackSpec>& tracks) {

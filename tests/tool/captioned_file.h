@@ -27,6 +27,7 @@ struct FrameCaptionsSpec {
   cea608::Pairs field1;
   std::vector<Bytes> packets = {};
   std::int32_t composition = 0;  // ticks by which frames are shown later
+  Bytes edits = {};              // of the track with the pairs: editsBox
 
   std::size_t frames() const { return std::max(field1.size(), packets.size()); }
 };
@@ -34,9 +35,11 @@ struct FrameCaptionsSpec {
 // The file type and movie boxes of fragments that have these captions each.
 inline Bytes captionedStart(const FrameCaptionsSpec& spec) {
   std::vector<TrackSpec> tracks = {videoTrack()};
-  if (!spec.field1.empty())
+  if (!spec.field1.empty()) {
     tracks.push_back(
         {3, "clcp", 30000, captionEntry("c608"), static_cast<std::uint32_t>(1001 * spec.field1.size())});
+    tracks.back().edits = spec.edits;
+  }
   if (!spec.packets.empty()) tracks.push_back({4, "clcp", 30000, captionEntry("c708"), 1001});
   return join({fileTypeBox(), movieBox(tracks)});
 }

@@ -8,10 +8,13 @@
 #include "tests/support/temp_folder.h"
 #include "tests/tool/captioned_file.h"
 #include "tests/tool/fmp4.h"
+#include "tool/export/caption_frames.h"
 #include "tool/export/caption_times.h"
+#include "tool/export/field_pairs.h"
 #include "tool/export/scenarist.h"
 #include "tool/export/subrip.h"
 #include "tool/export/web_vtt.h"
+#include "tool/host/plugin_host.h"
 
 namespace fmp4 {
 
@@ -142,6 +145,47 @@ TEST(ExportCaptions, OfAnotherChannel) {
   const std::string file = captionedFile(folder, nulls(20), third), output = folder.file("out.srt");
   ASSERT_EQ(fmp4({"--quiet", "export", file, "--captions", output, "--channel", "cc3"}).exitCode, 0);
   EXPECT_EQ(textOf(output), "1\n00:00:00,133 --> 00:00:00,667\nthree\n\n");
+}
+
+// The packet follows three bytes that a host puts before it.
+TEST(ExportCaptionPairs, OfAPacketAreThoseThatAreValidByField) {
+  using captions::CcType;
+  const captions::CcConstruct constructs[] = {
+      {CcType::Field1, true, {0x94, 0x20}}, {CcType::Field1, false, {0x94, 0x2C}},
+      {CcType::Field2, true, {0x15, 0x29}}, {CcType::Field2, false, {0x15, 0x2C}},
+      {CcType::Field1, true, {0x80, 0x80}}, {CcType::PacketStart, true, {0x02, 0x21}}};
+  const Bytes packet = join({zeros(3), captions::distributionPacket(constructs, 29.97, 0)});
+  FieldPairs pairs;
+  pairs.add({7, {}, packet});
+  ASSERT_EQ(pairs.field1().size(), 1u);
+  EXPECT_EQ(pairs.field1()[0].frame, 7u);
+  EXPECT_THAT(pairs.field1()[0].bytes, testing::ElementsAre(0x94, 0x20));
+  ASSERT_EQ(pairs.field2().size(), 1u);
+  EXPECT_THAT(pairs.field2()[0].bytes, testing::ElementsAre(0x15, 0x29));
+}
+
+// Two samples of 20 pairs that begin 10 frames late: nothing is left where the track alone would put them.
+TEST(ExportCaptions, MovedByAnEditListAreReadAgainFromAnyFrame) {
+  const TempFolder folder;
+  const std::string path = folder.file("clip.mp4");
+  FrameCaptionsSpec spec = {chars("abcdefghijklmnopqrstuvwxyzabcdefghijklmn")};
+  spec.edits = editsBox({{334, -1}, {0, 0}});
+  writeFile(path,
+            join({captionedStart(spec), captionedFragment(1, 0, spec), captionedFragment(2, 20, spec)}));
+  const Plugin plugin("vlx_fmp4");
+  const MediaFile file = plugin.openQuietly(path);
+  CaptionFrames frames(*file, path);
+  for (const std::uint32_t from : {0u, 0u, 25u, 5u}) {
+    std::vector<Bytes> pairs, expected;
+    frames.read({from, 40 - from}, 0, [&pairs](const FrameCaptions& frame) {
+      pairs.push_back(Bytes(frame.pair.begin(), frame.pair.end()));
+    });
+    for (std::uint32_t i = from; i < 40; ++i) {
+      const Pair& pair = spec.field1[(i + 10) % 20];
+      expected.push_back(i < 10 ? Bytes() : Bytes(pair.begin(), pair.end()));
+    }
+    EXPECT_EQ(pairs, expected) << from;
+  }
 }
 
 TEST(ExportCaptions, AnEmptyChannelNamesThoseThatAreNot) {
