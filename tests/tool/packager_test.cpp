@@ -11,6 +11,7 @@
 #include "tests/support/fragments.h"
 #include "tests/support/temp_folder.h"
 #include "tool/host/plugin_host.h"
+#include "tool/package/silent_aac.h"
 #include "tool/source/source_file.h"
 
 namespace fmp4 {
@@ -24,7 +25,7 @@ using testing::IsEmpty;
 constexpr std::uint32_t kRate = 48000;  // Hz, and ticks of both tracks
 constexpr std::uint32_t kFrame = kRate / 25;
 
-// Video at 25 frames a second, and stereo AAC.
+// Video at 25 frames a second, stereo AAC, and captions if they are added.
 class MemorySource : public SampleSource {
  public:
   MemorySource() : tracks_(2) {
@@ -53,27 +54,39 @@ class MemorySource : public SampleSource {
   void addUnits(std::size_t count, std::uint64_t from = 0) {
     for (std::size_t i = 0; i < count; ++i) add(audio(), from + i * 1024, 1024, Bytes(20, 2), true);
   }
+  // A track of one pair in each frame.
+  void addPairs(std::size_t count) {
+    SourceTrack& pairs = tracks_.emplace_back();
+    pairs.trackId = 3;
+    pairs.handler = mp4::kCaptionHandler;
+    pairs.codec = kC608;
+    pairs.timescale = kRate;
+    for (std::size_t i = 0; i < count; ++i) add(pairs, i * kFrame, kFrame, {0x15, 0x2C}, true);
+  }
 
   const std::string& path() const override { return path_; }
   std::vector<SourceTrack>& tracks() override { return tracks_; }
   bool more() override { return false; }
   std::span<std::uint8_t> read(const SourceTrack& track, std::size_t index) override {
-    return data_[&track == tracks_.data() ? 0 : 1][index];
+    return dataOf(track)[index];
   }
 
  private:
+  std::vector<Bytes>& dataOf(const SourceTrack& track) {
+    return data_[static_cast<std::size_t>(&track - tracks_.data())];
+  }
   void add(SourceTrack& track, std::uint64_t time, std::uint32_t duration, const Bytes& bytes, bool key) {
     track.samples.push_back({.size = static_cast<std::uint32_t>(bytes.size()),
                              .key = key,
                              .decodeTime = time,
                              .duration = duration});
     track.nominalDuration.addSamples(duration);
-    data_[&track == tracks_.data() ? 0 : 1].push_back(bytes);
+    dataOf(track).push_back(bytes);
   }
 
   std::string path_ = "source.mp4";
   std::vector<SourceTrack> tracks_;
-  std::vector<Bytes> data_[2];
+  std::vector<Bytes> data_[3];
 };
 
 // A recording of the source, and what was said of it.
@@ -158,6 +171,43 @@ TEST(Packager, SaysNothingOfAudioBeforeAChosenStart) {
   EXPECT_THAT(packaged.warnings, IsEmpty());
 }
 
+// Entries of a duration in ms and a media time in ticks, -1 for none.
+EditList editsOfAudio(const std::vector<std::pair<std::uint64_t, std::int64_t>>& entries) {
+  mp4::EditListBox box;
+  for (const auto& [duration, mediaTime] : entries) {
+    auto& entry = box.entries.emplace_back();
+    entry.segmentDuration = duration;
+    entry.mediaTime = mediaTime;
+  }
+  return EditList(box, 1000, kRate, false);
+}
+
+TEST(Packager, LeavesOutAudioAfterTheEndOfItsEditList) {
+  MemorySource source;
+  source.addFrames(50);
+  source.addUnits(94);
+  source.audio().edits = editsOfAudio({{1000, 0}});
+  const Packaged packaged(source);
+  EXPECT_EQ(packaged.accessUnits(), 47u) << "the last one plays in part";
+  EXPECT_THAT(packaged.warnings, IsEmpty());
+}
+
+// Two units are hidden: the second one is decoded before the first that plays, half a second late.
+TEST(Packager, KeepsTheHiddenAccessUnitBeforeTheFirstThatPlays) {
+  MemorySource source;
+  source.addFrames(50);
+  source.addUnits(30);
+  source.audio().edits = editsOfAudio({{500, -1}, {1000, 2048}});
+  const auto silence = silentAccessUnit(source.audio().configuration);
+  ASSERT_TRUE(silence);
+  const Packaged packaged(source);
+  const std::vector<SourceTrack> tracks = packaged.tracksOf("out.m4a");
+  std::vector<std::uint32_t> sizes, expected(22, static_cast<std::uint32_t>(silence->size()));
+  expected.insert(expected.end(), 29, 20);
+  for (const SourceSample sample : tracks.at(0).samples) sizes.push_back(sample.size);
+  EXPECT_EQ(sizes, expected);
+}
+
 // For low delay no silent access unit is made.
 TEST(Packager, ClosesGapsThatItCannotFill) {
   MemorySource source;
@@ -213,6 +263,25 @@ TEST(Packager, FindsCaptionsAfterShortLengths) {
   const std::vector<SourceTrack> tracks = packaged.tracksOf("out.m4v");
   ASSERT_EQ(tracks.size(), 3u) << "video and captions of both standards";
   EXPECT_EQ(tracks[1].codec, kC608);
+}
+
+TEST(Packager, LooksForNoCaptionsInTheVideoWhereThereIsATrackOfThem) {
+  const captions::CcConstruct pair{captions::CcType::Field1, true, {0x94, 0x20}};
+  const Bytes sei = sei::captionSei(std::vector{pair});
+  MemorySource source;
+  source.addFrames(25, 0, join({u32(sei.size()), sei}));
+  source.addPairs(10);
+  const Packaged packaged(source);
+  SourceFile recorded(packaged.folder.file("out.m4v"));
+  ASSERT_EQ(recorded.tracks().size(), 2u) << "no track for captions of the video";
+  const SourceTrack& captions = recorded.tracks()[1];
+  ASSERT_EQ(captions.codec, kC608);
+  Bytes pairs;
+  for (std::size_t i = 0; i < captions.samples.size(); ++i) {
+    const auto sample = recorded.read(captions, i);
+    pairs.insert(pairs.end(), sample.begin() + 8, sample.end());
+  }
+  EXPECT_EQ(pairs, join({repeat({0x15, 0x2C}, 10), repeat({0x80, 0x80}, 15)}));
 }
 
 }  // namespace
