@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/user_error.h"
 #include "tests/corrupt/counted_reads.h"
 #include "tests/support/controlled_new.h"
 #include "tests/support/day_file.h"
@@ -106,6 +107,26 @@ TEST(CountedTracks, OfFragmentsBeforeTheMovieBoxAreCountedToo) {
   writeFile(file, join({fragment(1, {video}), movieBox({videoTrack()}), fragment(2, {video})}));
   expectWhatTheListAddsUpTo(file, "before and after");
   EXPECT_EQ(countedTracksOf(file)[0].samples, 2u);
+}
+
+// Samples of no bytes, as many as the file has bytes and one more.
+TEST(CountedTracks, OfMoreSamplesThanTheFileHasBytesAreRefused) {
+  const TempFolder folder;
+  const std::string file = folder.file("clip.mp4");
+  const auto writeCount = [&file](std::uint32_t count) {
+    TrafSpec video;
+    video.runs = {RunSpec{.flags = kRunDataOffset, .samples = {sampleOf(5, 1)}, .count = count}};
+    const Bytes bytes = join({fileTypeBox(), movieBox({videoTrack()}), fragment(1, {video})});
+    writeFile(file, bytes);
+    return static_cast<std::uint32_t>(bytes.size());
+  };
+  const std::uint32_t size = writeCount(1);
+  EXPECT_EQ(writeCount(size), size);
+  EXPECT_EQ(countedTracksOf(file)[0].samples, size);
+  EXPECT_EQ(countedInPassing(file, 4096)[0].samples, size);
+  writeCount(size + 1);
+  EXPECT_THROW(countedTracksOf(file), UserError);
+  EXPECT_THROW(countedInPassing(file, 4096), UserError);
 }
 
 TEST(CountedTracks, TakeOneReadAFragmentAndNoMemoryForIt) {
