@@ -95,6 +95,22 @@ TEST_F(AudioScan, WithLostAccessUnitsIsTheSameForEachDivision) {
   EXPECT_EQ(lost, units.size());
 }
 
+// Access unit 30 lies in the blocks that begin with cells 60 and 70, and counts in the first of them.
+TEST_F(AudioScan, ALostAccessUnitCountsInItsFirstBlockWhereverReadingBegins) {
+  makeMedia(path_, noise("2") + std::vector<std::string>{"-c:a", "aac"} + fragmented("+delay_moov"));
+  loseUnits(path_, {30});
+  const auto faultsOf = [this](std::uint64_t from, std::uint64_t to) {
+    const MediaFile file = plugin_.openQuietly(path_);
+    const OverviewStreams streams = audioStreams(*file);
+    AudioRangeReader reader(*file, streams);
+    return reader.read(from, to, [] { return false; }).value().faults;
+  };
+  const AudioFault lost{AudioFault::Kind::Lost, 26460, 30870, 1};
+  EXPECT_THAT(faultsOf(0, 100), testing::ElementsAre(lost));
+  EXPECT_THAT(faultsOf(60, 70), testing::ElementsAre(lost));
+  EXPECT_THAT(faultsOf(70, 100), testing::IsEmpty());
+}
+
 TEST_F(AudioScan, WithGapsIsTheSameForEachDivision) {
   makeMedia(path_,
             noise("10") +
@@ -128,10 +144,10 @@ TEST_F(AudioScan, OfATrackThatIsGivenUpIsUnreadForEachDivision) {
 
 // The thread that scans reads on alone.
 TEST_F(AudioScan, DoesNotNeedTheFileTwice) {
-  makeMedia(path_, noise("5") + std::vector<std::string>{"-c:a", "aac"} + fragmented());
+  makeMedia(path_, noise("20") + std::vector<std::string>{"-c:a", "aac"} + fragmented());
   const std::string shorter = folder_.file("shorter.mp4"), slower = folder_.file("slower.mp4");
-  makeMedia(shorter, noise("4") + std::vector<std::string>{"-c:a", "aac"} + fragmented());
-  makeMedia(slower, noise("6") + std::vector<std::string>{"-c:a", "aac", "-ar", "32000"} + fragmented());
+  makeMedia(shorter, noise("19") + std::vector<std::string>{"-c:a", "aac"} + fragmented());
+  makeMedia(slower, noise("30") + std::vector<std::string>{"-c:a", "aac", "-ar", "32000"} + fragmented());
   const Overview::Finest one = inOne();
   for (const std::string& reopened : {folder_.file("removed.mp4"), shorter, slower})
     EXPECT_TRUE(scanned({4, 10}, reopened) == one) << reopened;

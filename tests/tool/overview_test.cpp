@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <thread>
@@ -230,21 +231,34 @@ TEST(OverviewAudio, MarksAccessUnitsThatAreLost) {
   EXPECT_THAT(overview.faults(76800, 200'000, 10), IsEmpty());
 }
 
-// Access units of AC-3 are 1536 PCM frames; the last one may last as long as it likes.
-TEST(OverviewAudio, MarksGapsBetweenAccessUnits) {
+using Gaps = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
+
+// Of access units of AC-3, which are 1536 PCM frames.
+Gaps gapsBetween(const std::vector<SampleSpec>& units) {
   const TempFolder folder;
   TrafSpec traf;
-  traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration,
-                       {sampleOf(50, 1, 1536 + 300), sampleOf(60, 2, 1536 + 767),
-                        sampleOf(60, 3, 1536 + 48000), sampleOf(70, 4, 1536), sampleOf(5, 5, 9999)}}};
+  traf.runs = {RunSpec{kRunDataOffset | kRunSize | kRunDuration, units}};
   const TrackSpec track = {1, "soun", 48000, audioEntry("ac-3", 2, 16, 48000), 1536};
   const std::string path = folder.file("units.mp4");
   writeFile(path, join({fileTypeBox(), movieBox({track}), fragment(1, {traf})}));
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> gaps;
+  Gaps gaps;
   forEachAudioGap(
       path, 48000, [] { return false; },
       [&gaps](std::uint64_t from, std::uint64_t to) { gaps.emplace_back(from, to); });
-  EXPECT_THAT(gaps, ElementsAre(testing::Pair(3 * 1536 + 300 + 767, 3 * 1536 + 300 + 767 + 48000)));
+  return gaps;
+}
+
+// The last access unit may last as long as it likes.
+TEST(OverviewAudio, MarksGapsBetweenAccessUnits) {
+  EXPECT_THAT(gapsBetween({sampleOf(50, 1, 1536 + 300), sampleOf(60, 2, 1536 + 767),
+                           sampleOf(60, 3, 1536 + 48000), sampleOf(70, 4, 1536), sampleOf(5, 5, 9999)}),
+              ElementsAre(testing::Pair(3 * 1536 + 300 + 767, 3 * 1536 + 300 + 767 + 48000)));
+}
+
+// Where an encoder's priming lasts until the video begins.
+TEST(OverviewAudio, MarksNoGapAfterTheFirstAccessUnit) {
+  EXPECT_THAT(gapsBetween({sampleOf(50, 1, 1536 + 5000), sampleOf(60, 2, 1536 + 768), sampleOf(70, 3, 1536)}),
+              ElementsAre(testing::Pair(2 * 1536 + 5000, 2 * 1536 + 5000 + 768)));
 }
 
 TEST(OverviewAudio, OfACodecThatIsNotDecodedIsUnread) {
@@ -270,6 +284,20 @@ TEST(OverviewCaptions, AreThoseThatExportWrites) {
       overview.captions(0, 1000, 10),
       ElementsAre(testing::Pair("CC1", ElementsAre(TextCue{30, 90, "First"}, TextCue{95, 120, "Second"}))));
   EXPECT_THAT(overview.captions(90, 95, 10), ElementsAre(testing::Pair("CC1", IsEmpty())));
+}
+
+// Ten frames later than their track alone would put them.
+TEST(OverviewCaptions, AreWhereEditListsPutThem) {
+  const TempFolder folder;
+  const std::string path = folder.file("clip.mp4");
+  FrameCaptionsSpec spec = {twoCaptions()};
+  spec.edits = editsBox({{334, -1}, {0, 0}});
+  writeFile(path, captionedFile(spec));
+  Overview overview;
+  scan(path, overview);
+  EXPECT_THAT(
+      overview.captions(0, 1000, 10),
+      ElementsAre(testing::Pair("CC1", ElementsAre(TextCue{40, 100, "First"}, TextCue{105, 120, "Second"}))));
 }
 
 TEST(OverviewCaptions, ThatAreTooManyAreOne) {
@@ -457,6 +485,43 @@ TEST(Overviews, OfAFileThatTakesLongToReadAreMadeAnewAfterARest) {
   int rests = 0;
   while (read() == first) ++rests;
   EXPECT_EQ(rests, Overviews::kRest - 1);
+}
+
+// Overviews whose reading does not begin: each thread waits when it asks for the time.
+class WaitingOverviews : public testing::Test {
+ protected:
+  ~WaitingOverviews() override { begin_.set_value(); }
+  std::shared_ptr<const Overview> of(const std::string& name) {
+    return overviews_.of(folder_.file(name), {folder_.file(name), ""});
+  }
+
+  const TempFolder folder_;
+  const Plugin plugin_{"vlx_fmp4"};
+  const std::thread::id asking_ = std::this_thread::get_id();
+  std::promise<void> begin_;
+  const std::shared_future<void> begins_ = begin_.get_future().share();
+  Overviews overviews_{plugin_, OverviewCache(""), [this] {
+                         if (std::this_thread::get_id() != asking_) begins_.wait();
+                         return Overviews::Time();
+                       }};
+};
+
+TEST_F(WaitingOverviews, AreNotMadeAnewBeforeTheyHaveBeenRead) {
+  writeFile(folder_.file("clip.mp4"), Bytes{1});
+  const std::shared_ptr<const Overview> first = of("clip.mp4");
+  writeFile(folder_.file("clip.mp4"), Bytes{1, 2});
+  EXPECT_EQ(of("clip.mp4"), first);
+}
+
+TEST_F(WaitingOverviews, OfTheFileThatWasAskedForLongestAgoAreLeftOut) {
+  static_assert(Overviews::kMaxKept == 4);
+  const std::shared_ptr<const Overview> a = of("a.mp4"), b = of("b.mp4");
+  of("c.mp4");
+  of("d.mp4");
+  EXPECT_EQ(of("a.mp4"), a) << "asked for again";
+  of("e.mp4");
+  EXPECT_EQ(of("a.mp4"), a);
+  EXPECT_NE(of("b.mp4"), b);
 }
 
 // As for the next program that serves the folder.
