@@ -129,25 +129,6 @@ TEST(SbrStream, AddsCouplingChannelsWhereTheyBelong) {
   }
 }
 
-// The high band of the first block may begin late; before it nothing is above the core's band.
-TEST(SbrStream, StartsInTheMiddleLikeFfmpeg) {
-  GeneratorOptions options;
-  options.samplingIndex = 6;
-  options.elements = {{E::kSce, 0}};
-  options.sbr.emplace();
-  options.sbr->headerChanges = options.sbr->timeCoding = false;
-  options.sbr->headerPercent = 100;
-  for (std::size_t first = 1; first < 6; ++first) {
-    AacGenerator generator(15, options);
-    Generated rest;
-    for (std::size_t i = 0; i < first + 4; ++i) {
-      const Bytes block = WrapAdts({generator.NextBlock()}, {.samplingIndex = 6, .channelConfiguration = 1});
-      if (i >= first) rest.stream = rest.stream + block;
-    }
-    EXPECT_LT(RmsAgainstFfmpeg(rest, true), 1) << first;
-  }
-}
-
 TEST(SbrStream, DecodesPayloadsWithChecksums) {
   GeneratorOptions options;
   options.samplingIndex = 6;

@@ -23,9 +23,9 @@ struct Request {
 };
 constexpr Request kRequests[] = {{QVR_MODE_VIDEO, 0},  {QVR_MODE_VIDEO, 1},     {QVR_MODE_AUDIO, 0},
                                  {QVR_MODE_VIDEO, 20}, {QVR_MODE_AUDIO, 20000}, {QVR_MODE_AUDIO, 21000},
-                                 {QVR_MODE_VIDEO, 3},  {QVR_MODE_AUDIO, 5000},  {QVR_MODE_AUDIO, 5000},
-                                 {QVR_MODE_VIDEO, 25}, {QVR_MODE_AUDIO, 15000}, {QVR_MODE_AUDIO, 6000},
-                                 {QVR_MODE_VIDEO, 26}, {QVR_MODE_VIDEO, 2}};
+                                 {QVR_MODE_VIDEO, 3},  {QVR_MODE_AUDIO, 5000},  {QVR_MODE_AUDIO, 40000},
+                                 {QVR_MODE_VIDEO, 25}, {QVR_MODE_AUDIO, 6000},  {QVR_MODE_VIDEO, 26},
+                                 {QVR_MODE_VIDEO, 2}};
 constexpr std::size_t kCount = std::size(kRequests);
 constexpr std::uint32_t kSamples = 1000;  // of each request for audio
 constexpr std::size_t kSpace = 64 << 10;

@@ -1,6 +1,7 @@
 // AAC tracks whose configuration signals what the ADTS headers before their samples cannot.
 #include <gtest/gtest.h>
 
+#include "plugin/pre_roll.h"
 #include "tests/audio/aac_configurations.h"
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/streams.h"
@@ -119,15 +120,23 @@ TEST(ReadConfiguredAudio, AGapIsSilentFromAnyPosition) {
   EXPECT_EQ(19 * 2048 * 2, std::count(gap, gap + 19 * 2048 * 2, 0));
 }
 
-// An access unit without a payload does not tell that there are high bands.
-TEST(ReadConfiguredAudio, HighBandsThatSomeUnitsLackReadAlikeFromAnyPosition) {
+// Where decoding for a seek begins without a high band, one that starts right before the target has not
+// converged.
+TEST(ReadConfiguredAudio, AHighBandThatStartsBeforeTheTargetReadsAsFromTheStart) {
   const TempFolder folder;
-  auto blocks = blocksOf(14, rareHeaders(), 240);
-  const auto without = blocksOf(14, pairOf(6), 240);
-  for (std::size_t i = 5; i < blocks.size(); i += 7) blocks[i] = without[i];
-  writeTrack(folder.file("a.mp4"),
-             {.configuration = configurationOf({.samplingIndex = 6}), .unitFrames = 2048}, blocks);
-  EXPECT_EQ(240u * 2048 * 2, readInEveryWay(folder.file("a.mp4"), 2).size());
+  GeneratorOptions options = rareHeaders();
+  options.sbr->headerPercent = 0;  // after the first
+  constexpr std::size_t kTarget = 125, kFirst = kTarget - PreRoll::kConvergenceUnits;
+  auto blocks = blocksOf(14, options, kTarget - 1);
+  blocks[kFirst] = blocksOf(14, pairOf(6), kTarget)[kFirst];
+  const auto others = blocksOf(15, options, 10);
+  blocks.insert(blocks.end(), others.begin(), others.end());
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.samplingIndex = 6}), .rate = 24000},
+             blocks);
+  const Samples entire = readAll(*openFile(folder.file("a.mp4")), 4096);
+  const auto unit = entire.begin() + kTarget * 1024 * 2;
+  EXPECT_EQ(readAudio(*openFile(folder.file("a.mp4")), kTarget * 1024, 1024).samples,
+            Samples(unit, unit + 1024 * 2));
 }
 
 TEST(ReadConfiguredAudio, AnExplicitFrequencyMatchesFfmpeg) {
