@@ -42,8 +42,12 @@ Result takeSample(FragmentIndex& index, Cc608Reader& reader) {
     return failSample(Defect::SampleMissing);
   }
   const std::uint64_t offset = addSaturated(cursor.runOffset(), static_cast<std::uint64_t>(place));
+  const std::uint64_t failures = index.stream().readFailures();
   const std::uint64_t fileSize = index.stream().size();
-  if (offset > fileSize || size > fileSize - offset) return failSample(Defect::SamplePastFile);
+  if (offset > fileSize || size > fileSize - offset) {
+    return failSample(index.stream().readFailures() == failures ? Defect::SamplePastFile
+                                                                : Defect::ReadFailed);
+  }
   try {
     reader.buffer.resize(std::max<std::size_t>(reader.buffer.size(), size));
   } catch (const std::bad_alloc&) {

@@ -140,7 +140,8 @@ int readStandIn(const Bytes& packet, Coded& coded) {
   const std::int64_t planes = std::int64_t{head.planeABytes} + head.planeBBytes;
   const auto space = static_cast<std::int64_t>(packet.size() - sizeof head);
   if (head.planeABytes < 0 || head.planeBBytes < 0 || planes > space) return kInvalidData;
-  return coded.head.result == 0 ? static_cast<int>(packet.size()) : coded.head.result;
+  if (head.result == kStandInTakesNothing) return 0;
+  return head.result == 0 ? static_cast<int>(packet.size()) : head.result;
 }
 
 // Decodes the frame at the start of the current packet. Returns its size in bytes, or the error.
@@ -178,6 +179,7 @@ int decodePacket(Decoder& decoder, void* context, void* frame, int* gotFrame, co
     const int result = decodeFrame(decoder, context, frame, gotFrame);
     if (result < 0) decoder.current.clear();
     if (result < 0) return result;
+    if (result == 0) decoder.current.resize(1);  // not even a header
     const std::size_t taken = std::min(static_cast<std::size_t>(result), decoder.current.size());
     decoder.current.erase(decoder.current.begin(),
                           decoder.current.begin() + static_cast<std::ptrdiff_t>(taken));

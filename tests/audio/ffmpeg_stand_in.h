@@ -8,6 +8,9 @@
 
 namespace fmp4 {
 
+// As a packet's result: its frame takes no bytes of it, and what follows is refused.
+inline constexpr std::int32_t kStandInTakesNothing = 0x7FFFFFFF;
+
 // The header of a packet; the bytes of plane A follow, then those of plane B.
 struct StandInPacket {
   std::int32_t result = 0;  // what the call returns; 0: the bytes of the packet

@@ -374,6 +374,20 @@ TEST(FFmpegWrapper, AnAbandonedRestAffectsNoOtherPacket) {
   });
 }
 
+TEST(FFmpegWrapper, AFrameThatTakesNoBytesEndsItsUnit) {
+  inFFmpegPlace([] {
+    const WithFFmpeg on;
+    Wrapper wrapper(VL_FCC_MP3);
+    Bytes unit = packetBytes({.result = kStandInTakesNothing, .samples = 1, .planeABytes = 4}, {1, 0, 2, 0});
+    const auto size = static_cast<std::uint32_t>(unit.size());
+    std::uint32_t bytes = 0;
+    EXPECT_EQ(wrapper.DecodeFrameAudioBuffered(unit.data(), size, &bytes, 0, 0, 1152, 0),
+              static_cast<std::int32_t>(size));
+    EXPECT_EQ(bytes, 4u);
+    EXPECT_EQ(wrapper.BufferedFrames(), 1u);
+  });
+}
+
 TEST(FFmpegWrapper, AFailureLeavesNoRest) {
   inFFmpegPlace([] {
     const WithFFmpeg on;

@@ -135,6 +135,23 @@ TEST(AudioLength, IsCountedInSamplesOfTheTracksOwnRate) {
   EXPECT_EQ(describe(*clip, 4).audio.stream.length, units * 1024);
 }
 
+// Two frames of AC-3 in an access unit that lasts as long as one.
+TEST(AudioLength, AUnitThatDecodesToMoreThanItsDurationIsHeardForItsDuration) {
+  CodedAudio audio = {1536, audioEntry("ac-3", 2, 16, 48000), codedSweeps({"-c:a", "ac3", "-b:a", "448k"})};
+  const BuiltFile frames({AudioTrackOf{audio.sampleEntry, runOf(audio)}});
+  const Samples entire = readAll(*frames, lengthOf(*frames));
+  std::vector<Bytes> pairs;
+  Samples expected;
+  for (std::size_t i = 0; i + 1 < audio.units.size(); i += 2) {
+    pairs.push_back(join({audio.units[i], audio.units[i + 1]}));
+    const Samples first = part(entire, i * 1536, 1536);
+    expected.insert(expected.end(), first.begin(), first.end());
+  }
+  audio.units = pairs;
+  const BuiltFile clip({AudioTrackOf{audio.sampleEntry, runOf(audio)}});
+  EXPECT_EQ(readAll(*clip, lengthOf(*clip)), expected);
+}
+
 // ---- Lost units -------------------------------------------------------------------------------------
 
 std::string nameOf(const testing::TestParamInfo<Codec>& codec) {

@@ -1,6 +1,7 @@
 // AAC tracks whose configuration signals what the ADTS headers before their samples cannot.
 #include <gtest/gtest.h>
 
+#include "plugin/pre_roll.h"
 #include "tests/audio/aac_configurations.h"
 #include "tests/audio/aac_generator.h"
 #include "tests/audio/streams.h"
@@ -31,7 +32,8 @@ struct Track {
   Bytes configuration;
   std::uint16_t channels = 2;  // in the sample entry, as is the rate
   std::uint32_t rate = 48000;
-  std::uint32_t unitFrames = 1024;  // at that rate
+  std::uint32_t unitFrames = 1024;         // at that rate
+  std::size_t longUnit = ~std::size_t{0};  // the number of the one that lasts twenty times as long
 };
 
 // Access units in fragments of ten.
@@ -40,9 +42,9 @@ void writeTrack(const std::string& path, const Track& track, const std::vector<G
   spec.sampleEntry = audioEntry("mp4a", track.channels, 16, track.rate, esds(track.configuration));
   Bytes file = join({fileTypeBox(), movieBox({spec})});
   for (std::size_t at = 0; at < blocks.size(); at += 10) {
-    RunSpec run;
+    RunSpec run{kRunDataOffset | kRunSize | kRunDuration};
     for (std::size_t i = at; i < std::min(at + 10, blocks.size()); ++i)
-      run.samples.push_back({.data = blocks[i].bytes});
+      run.samples.push_back({blocks[i].bytes, track.unitFrames * (i == track.longUnit ? 20 : 1)});
     TrafSpec traf{.runs = {run}, .decodeTime = at * track.unitFrames};
     file = join({file, fragment(static_cast<std::uint32_t>(at / 10 + 1), {traf})});
   }
@@ -97,6 +99,46 @@ TEST(ReadConfiguredAudio, HeAacOf960SamplesReadsAlikeFromAnyPosition) {
   }
 }
 
+// High bands that can be decoded from few places.
+GeneratorOptions rareHeaders() {
+  GeneratorOptions options = pairOf(6);
+  options.sbr.emplace();
+  options.sbr->headerChanges = options.sbr->otherExtensions = false;
+  options.sbr->headerPercent = 4;
+  return options;
+}
+
+// What has been decoded to get there is not heard in it.
+TEST(ReadConfiguredAudio, AGapIsSilentFromAnyPosition) {
+  const TempFolder folder;
+  writeTrack(folder.file("a.mp4"),
+             {.configuration = configurationOf({.samplingIndex = 6}), .unitFrames = 2048, .longUnit = 79},
+             blocksOf(13, rareHeaders(), 120));
+  const Samples ours = readInEveryWay(folder.file("a.mp4"), 2);
+  ASSERT_EQ(139u * 2048 * 2, ours.size());
+  const auto gap = ours.begin() + 80 * 2048 * 2;
+  EXPECT_EQ(19 * 2048 * 2, std::count(gap, gap + 19 * 2048 * 2, 0));
+}
+
+// Where decoding for a seek begins without a high band, one that starts right before the target has not
+// converged.
+TEST(ReadConfiguredAudio, AHighBandThatStartsBeforeTheTargetReadsAsFromTheStart) {
+  const TempFolder folder;
+  GeneratorOptions options = rareHeaders();
+  options.sbr->headerPercent = 0;  // after the first
+  constexpr std::size_t kTarget = 125, kFirst = kTarget - PreRoll::kConvergenceUnits;
+  auto blocks = blocksOf(14, options, kTarget - 1);
+  blocks[kFirst] = blocksOf(14, pairOf(6), kTarget)[kFirst];
+  const auto others = blocksOf(15, options, 10);
+  blocks.insert(blocks.end(), others.begin(), others.end());
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.samplingIndex = 6}), .rate = 24000},
+             blocks);
+  const Samples entire = readAll(*openFile(folder.file("a.mp4")), 4096);
+  const auto unit = entire.begin() + kTarget * 1024 * 2;
+  EXPECT_EQ(readAudio(*openFile(folder.file("a.mp4")), kTarget * 1024, 1024).samples,
+            Samples(unit, unit + 1024 * 2));
+}
+
 TEST(ReadConfiguredAudio, AnExplicitFrequencyMatchesFfmpeg) {
   const TempFolder folder;
   const auto blocks = blocksOf(2, pairOf(4), 60);
@@ -128,6 +170,20 @@ TEST(ReadConfiguredAudio, ATrackSignalledAtTheDoubledRateKeepsItsTimeline) {
   EXPECT_LT(RootMeanSquare(readings[0], FfmpegDecode(folder.file("a.mp4"), {"-c:a", "aac"})), 1.0);
 }
 
+// Durations that round up are no gaps of the doubled access units, whatever tells that they are doubled.
+TEST(ReadConfiguredAudio, ATrackDescribedAtTheDoubledRateHasAccessUnitsOfTwiceTheFrames) {
+  const TempFolder folder;
+  const auto blocks = blocksOf(3, pairOf(6), 20);
+  std::vector<Samples> readings;
+  for (const std::uint32_t duration : {2048u, 2060u}) {
+    writeTrack(folder.file("a.mp4"),
+               {.configuration = configurationOf({.samplingIndex = 6}), .unitFrames = duration}, blocks);
+    readings.push_back(readAudio(*openFile(folder.file("a.mp4")), 0, 20 * 2048).samples);
+    EXPECT_EQ(20u * 2048 * 2, readings.back().size());
+  }
+  EXPECT_EQ(readings[0], readings[1]);
+}
+
 TEST(ReadConfiguredAudio, UnsupportedConfigurationsAreReportedAndNotDecoded) {
   const TempFolder folder;
   const auto blocks = blocksOf(4, pairOf(), 20);
@@ -143,7 +199,8 @@ TEST(ReadConfiguredAudio, UnsupportedConfigurationsAreReportedAndNotDecoded) {
     const LogLine line{VL_LOG_WARNING, "WARNING(vlx_Fmp4): " + text + "\n"};
     EXPECT_EQ(1, std::count(log.lines.begin(), log.lines.end(), line)) << text;
     const Audio audio = readAudio(*file, 0, 4096);
-    EXPECT_EQ(Samples(audio.samples.size()), audio.samples);
+    EXPECT_EQ(VL_FAILED, audio.status) << text;
+    EXPECT_EQ(Samples(), audio.samples);
   }
 }
 

@@ -146,22 +146,35 @@ TEST(SampleEntry, OfAc3WithoutARateMayHaveHalfOrAQuarterOfThatOfItsConfiguration
   }
 }
 
-// An AudioSpecificConfig of object type 29: parametric stereo makes two channels of the one that is coded.
-TEST(SampleEntry, OfParametricStereoWithoutChannelsAndRateIsStereoAtTwiceTheRateOfTheCore) {
+// How audio is described whose sample entry gives neither channels nor rate, by its AudioSpecificConfig of
+// four bytes.
+QVRWAVE waveOf(std::uint32_t configuration) {
+  const Bytes esds = fullBox("esds", 0, 0,
+                             {u8(3), u8(27), u16(0), u8(0), u8(4), u8(19), u8(0x40), u8(0x15), u24(0), u32(0),
+                              u32(0), u8(5), u8(4), u32(configuration), u8(6), u8(1), u8(2)});
   const TempFolder folder;
-  const Bytes configuration =
-      fullBox("esds", 0, 0,
-              {u8(3),  u8(27), u16(0), u8(0),    u8(4),    u8(19),   u8(0x40), u8(0x15), u24(0), u32(0),
-               u32(0), u8(5),  u8(4),  u8(0xEB), u8(0x09), u8(0x88), u8(0),    u8(6),    u8(1),  u8(2)});
-  TrackSpec track{2, "soun", 48000, audioEntry("mp4a", 0, 16, 0, configuration), 2048};
+  TrackSpec track{2, "soun", 48000, audioEntry("mp4a", 0, 16, 0, esds), 2048};
   TrafSpec traf;
   traf.trackId = 2;
   traf.runs = {RunSpec{kRunDataOffset | kRunSize, {sampleOf(5, 1)}}};
   writeFile(folder.file("clip.mp4"), join({fileTypeBox(), movieBox({track}), fragment(1, {traf})}));
   const MediaFile file = openFile(folder.file("clip.mp4"));
-  ASSERT_NE(file, nullptr);
-  EXPECT_EQ(describe(*file).audio.wave.channels, 2);
-  EXPECT_EQ(describe(*file).audio.wave.samplesPerSecond, 48000u);
+  EXPECT_NE(file, nullptr);
+  return file ? describe(*file).audio.wave : QVRWAVE{};
+}
+
+// An AudioSpecificConfig of object type 29: parametric stereo makes two channels of the one that is coded.
+TEST(SampleEntry, OfParametricStereoWithoutChannelsAndRateIsStereoAtTwiceTheRateOfTheCore) {
+  const QVRWAVE wave = waveOf(0xEB098800);
+  EXPECT_EQ(wave.channels, 2);
+  EXPECT_EQ(wave.samplesPerSecond, 48000u);
+}
+
+// One whose channel configuration, 13, is of more channels than are decoded.
+TEST(SampleEntry, WithoutChannelsAndOfUnsupportedOnesIsStereo) {
+  const QVRWAVE wave = waveOf(0x11E80000);
+  EXPECT_EQ(wave.channels, 2);
+  EXPECT_EQ(wave.samplesPerSecond, 48000u);
 }
 
 }  // namespace

@@ -125,9 +125,10 @@ struct MadeFiles {
   TempFolder folder;
   std::string media = folder.file("out.m4v");
 
-  explicit MadeFiles(const MadeKind& kind = {}) {
+  explicit MadeFiles(const MadeKind& kind = {}, int unitsAfterTheLastFrame = 0) {
     MadeRecording recording(folder, kind);
     recording.writeAll();
+    for (int i = 0; i < unitsAfterTheLastFrame; ++i) EXPECT_EQ(recording.writeUnit(), VL_OK);
     EXPECT_TRUE(recording.finish());
   }
 

@@ -650,6 +650,44 @@ TEST(ChangedLists, ALostManifestIsGivenTheBitRateOfTheAudio) {
   EXPECT_THAT(files.text("out.mpd"), HasSubstr(madeBitRate()));
 }
 
+// Cut before their first index, media say nothing of their segments.
+void dropSegments(Bytes& bytes) {
+  bytes.resize(offsetsOf(bytes, box_type::kSidx)[0]);
+}
+
+TEST(ChangedLists, ThePlaylistSaysHowLongTheSegmentsOfAFileWithoutAnyAre) {
+  const MadeFiles files({.rate = {2000, 1000}});
+  files.change("out.m4v", dropSegments);
+  std::filesystem::remove(vlPath(files.folder.file("out.mpd")));
+  repairRecording(files.media);
+  EXPECT_THAT(files.text("out.m3u8"), HasSubstr("#EXT-X-TARGETDURATION:3\n"));
+  EXPECT_THAT(files.text("out.mpd"), HasSubstr("<SegmentList timescale=\"2000\" duration=\"6000\">"));
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+}
+
+// The index is removed as well, so that the lists say the same before a repair and after it.
+TEST(ChangedLists, AnIndexWithoutAFragmentDoesNotSayHowLongSegmentsAre) {
+  const MadeFiles files(kApart);
+  const std::string stated = "<SegmentList timescale=\"48000\" duration=\"4096\">";
+  files.edit("out.mpd", "<SegmentList timescale=\"48000\" duration=\"12288\">", stated);
+  files.change("out.m4a", [](Bytes& bytes) {
+    bytes.resize(offsetsOf(bytes, box_type::kMoof)[0]);
+    EXPECT_EQ(offsetsOf(bytes, box_type::kSidx).size(), 1u);
+  });
+  repairRecording(files.media);
+  EXPECT_THAT(files.text("out.mpd"), HasSubstr(stated));
+  EXPECT_THAT(problemsIn(verifyRecording(files.media)), IsEmpty());
+}
+
+// The only fragment with frames may be a short one.
+TEST(ChangedLists, AFragmentBeforeOneOfAudioAloneDoesNotSayHowLongSegmentsAre) {
+  const MadeFiles files({.frames = 2, .audio = true}, 5);
+  files.edit("out.mpd", "duration=\"6000\"", "duration=\"9000\"");
+  const Verification found = verifyRecording(files.media);
+  EXPECT_THAT(problemsIn(found), IsEmpty());
+  EXPECT_EQ(found.fragments, 2u);
+}
+
 TEST(ChangedLists, ALargeFileIsNoPlaylist) {
   const MadeFiles files;
   std::filesystem::resize_file(vlPath(files.folder.file("out.m3u8")), kMaxManifestBytes + 1);

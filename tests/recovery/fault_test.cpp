@@ -1,4 +1,6 @@
 // Writes, flushes and file replacements that fail at any point of a recording.
+#include <set>
+
 #include "tests/recovery/recovery.h"
 #include "tests/support/log_capture.h"
 
@@ -146,6 +148,48 @@ TEST(FailedFlush, EndsTheRecordingOfItsFile) {
     return;
   }
   FAIL() << "no flush of media";
+}
+
+// Where the parts of a media file end: its first boxes, and each fragment.
+std::set<std::uint64_t> endsOfParts(const std::string& path) {
+  std::set<std::uint64_t> ends;
+  const BoxFile file(path);
+  for (const Mp4Box* box = file.root->first; box; box = box->next) {
+    if (box->type != Mp4FourCc("sidx") && box->type != Mp4FourCc("moof")) ends.insert(box->end());
+  }
+  return ends;
+}
+
+// What was written of a fragment is removed, and none takes its place.
+TEST(FailedWrite, EndsItsFileAfterTheLastCompleteFragment) {
+  std::set<std::uint64_t> ends;
+  {
+    const TempFolder folder;
+    ASSERT_TRUE(record(folder, kVideoAlone, {}).closed);
+    ends = endsOfParts(folder.file("out.m4v"));
+  }
+  ASSERT_EQ(ends.size(), 2 + (kFrames + 1) / kFragmentFrames);
+  std::set<std::uint64_t> sizes;
+  for (std::uint64_t n = 1;; n += kCallStep) {
+    SCOPED_TRACE("call " + std::to_string(n));
+    const TempFolder folder;
+    LogCapture log;
+    setFaults({Fault::Short, n});
+    MediaFile file = startKind(folder, kVideoAlone);
+    if (!file) continue;
+    const bool took = writeAll(*file, kVideoAlone, kSegmentFrames + kFragmentFrames);
+    if (!faultHappened()) break;
+    if (faultedKind() != HostCallKind::Write) continue;
+    EXPECT_FALSE(took);
+    const std::uint64_t size = std::filesystem::file_size(folder.file("out.m4v"));
+    EXPECT_TRUE(ends.contains(size)) << size;
+    for (std::uint32_t i = 0; i < 2 * kFragmentFrames; ++i)
+      ASSERT_NE(writeSample(*file, 1, QVR_MODE_VIDEO, videoBytes(i), i), VL_OK) << i;
+    EXPECT_NE(closeFile(file), VL_OK);
+    EXPECT_EQ(std::filesystem::file_size(folder.file("out.m4v")), size);
+    sizes.insert(size);
+  }
+  EXPECT_GE(sizes.size(), kSegmentFrames / kFragmentFrames / kCallStep);
 }
 
 }  // namespace

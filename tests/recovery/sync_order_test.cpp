@@ -120,6 +120,28 @@ TEST_P(SyncOrder, RepairedMediaReachTheDiskBeforeTheLists) {
   EXPECT_EQ(std::count(calls.begin(), firstList, HostCallKind::Write), kind.audioApart() ? 2 : 1);
 }
 
+// A list that ends with the media must not outlast bytes after their end.
+TEST_P(SyncOrder, ARepairedEndReachesTheDiskBeforeTheLists) {
+  const Kind& kind = GetParam();
+  const TempFolder folder;
+  {
+    MediaFile file = startKind(folder, kind);
+    writeAll(*file, kind, kSegmentFrames + 9);
+    ASSERT_EQ(closeFile(file), VL_OK);
+  }
+  const std::string media = folder.file(kind.media());
+  std::filesystem::resize_file(media, std::filesystem::file_size(media) - 1);
+  setFaults({});
+  std::vector<HostCallKind> calls;
+  observeHostCalls([&](const HostCall& call) { calls.push_back(call.kind); });
+  repairRecording(media);
+  observeHostCalls({});
+  const std::vector<HostCallKind> first = {HostCallKind::Write, HostCallKind::Flush, HostCallKind::Cut,
+                                           HostCallKind::Flush, HostCallKind::FlushNew};
+  ASSERT_GE(calls.size(), first.size());
+  EXPECT_TRUE(std::equal(first.begin(), first.end(), calls.begin()));
+}
+
 INSTANTIATE_TEST_SUITE_P(Recording, SyncOrder, testing::Values(kVideoAlone, kAudioApart, kAllInOne),
                          [](const auto& info) {
                            return !info.param.hasAudio      ? "VideoOnly"

@@ -215,6 +215,29 @@ TEST(FragmentIndex, AnOffsetOfABoxWithoutASizeIsRefused) {
   EXPECT_EQ(file.build().AddFragmentsAt(8), Defect::BoxSizeZero);
 }
 
+// A file whose host reads it no further than to an offset.
+class ReadInPart : public Mp4MemoryStream {
+ public:
+  ReadInPart(const Bytes& bytes, std::uint64_t end)
+      : Mp4MemoryStream(bytes.data(), bytes.size()), end_(static_cast<std::int64_t>(end)) {}
+  std::int64_t read(void* buffer, std::int64_t count) override {
+    const std::int64_t left = end_ - static_cast<std::int64_t>(tell());
+    return Mp4MemoryStream::read(buffer, std::clamp(left, std::int64_t{0}, count));
+  }
+  const std::uint8_t* view(std::uint64_t, std::uint64_t) override { return nullptr; }
+
+ private:
+  std::int64_t end_;
+};
+
+TEST(FragmentIndex, AnIndexThatTheHostDoesNotReadIsReportedAsSuch) {
+  const Bytes bytes = join({sidxBox({{100}, {200}}), videoFragment(1, 10)});
+  ReadInPart stream(bytes, 20);
+  Mp4TopLevelReader file(stream);
+  FragmentIndex index(file, {}, {30000, 1001});
+  EXPECT_EQ(index.AddFragmentsAt(0), Defect::ReadFailed);
+}
+
 TEST(FragmentIndex, AnIndexGivenByItsOffsetIsFollowed) {
   const Bytes a = videoFragment(1, 10), b = videoFragment(2, 20);
   const Bytes named = sidxBox({{static_cast<std::uint32_t>(b.size())}});

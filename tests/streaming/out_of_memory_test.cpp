@@ -35,6 +35,31 @@ TEST(OutOfMemory, AnIndexThatCannotGrowIsEmptyAndReportsIt) {
   EXPECT_THAT(log.lines, ElementsAre(LogLine{VL_LOG_PLAIN, "fmp4 - No Moof Array"}));
 }
 
+// A file whose bytes are in memory only once they have been read.
+class FileOnDisk : public Mp4MemoryStream {
+ public:
+  using Mp4MemoryStream::Mp4MemoryStream;
+  const std::uint8_t* view(std::uint64_t, std::uint64_t) override { return nullptr; }
+};
+
+TEST(OutOfMemory, ASegmentIndexThatCannotBeReadIsReported) {
+  const Bytes listed = videoFragment(1, 10);
+  std::vector<ReferenceSpec> references(99);
+  references[0].size = static_cast<std::uint32_t>(listed.size());
+  const Bytes segment = sidxBox(references), bytes = join({segment, listed});
+  FileOnDisk stream(bytes.data(), bytes.size());
+  Mp4TopLevelReader file(stream);
+  const mp4::TrackExtendsBox defaults = trackDefaults(1001);
+  std::array<IndexedTrack, kTrackRoles> tracks;
+  tracks[kVideoTrack] = {1, 30000, &defaults};
+  FragmentIndex index(file, tracks, {30000, 1001});
+  LogCapture log;
+  const FailingNew failing(segment.size());
+  EXPECT_EQ(index.build(), Defect::OutOfMemory);
+  EXPECT_THAT(log.lines,
+              ElementsAre(LogLine{VL_LOG_ERROR, "ERROR(vlx_Fmp4): Unable to allocate moof array\n"}));
+}
+
 TEST(OutOfMemory, CaptionsWithoutABufferAreReported) {
   TrafSpec traf;
   traf.trackId = 3;
