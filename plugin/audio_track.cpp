@@ -38,6 +38,9 @@ constexpr std::uint64_t kMaxUnitFrames = 1 << 24;
 constexpr std::uint32_t kMaxFrameBits = 64 * 64;
 constexpr std::uint64_t kMaxDecodedFrames = 1 << 16;
 
+// Tracks described at higher rates have no SBR that nothing signals: their cores have none.
+constexpr std::uint32_t kMaxHiddenSbrRate = 24000;
+
 // PCM frames per decoded access unit, at the described rate.
 std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
   if (audio.codec == kAc3) return kAc3FrameSamples;
@@ -51,6 +54,14 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
   if (!config.sbrSignalled && !doubled) return static_cast<std::uint32_t>(frames);
   const std::uint64_t scaled = scaleExactly(frames, audio.wave.samplesPerSecond, config.frequency);
   return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(scaled, 1, kMaxDecodedFrames));
+}
+
+// Whether the access units may carry SBR of which neither the configuration nor the described rate tells.
+bool mayHideSbr(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
+  if (audio.codec == kAc3 || audio.wave.samplesPerSecond > kMaxHiddenSbrRate) return false;
+  UMC::aac::AudioSpecificConfig config{};
+  return !UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config) ||
+         !config.sbrSignalled;
 }
 
 // The decoder configuration from an `esds` in the sample entry or in its QuickTime "wave" box; null if there
@@ -169,8 +180,18 @@ Result AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
 Result AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
   const auto unit = timeline(index).find(index, position);
   if (!unit) return Defect::EndOfData;
+  const bool mayBeginWithoutSbr = unit->number > 0 && !firstUnitTried_;
+  if (mayBeginWithoutSbr && mayHideSbr(holder_.audio, configuration_)) {
+    if (const Result tried = tryFirstUnit(index); !tried.ok()) return tried;
+  }
   const auto decodeFrom = [&](std::uint64_t first) { return decodePreRoll(index, first, *unit); };
   return preRoll_.decodeBefore(unit->number, decodeFrom);
+}
+
+Result AudioTrack::tryFirstUnit(FragmentIndex& index) {
+  const auto first = timeline(index).at(index, 0);
+  if (!first || !seekToUnit(index, *first).ok() || advance(index) != Outcome::Delivered) return {};
+  return decodeUnit(index) == Unit::NoMemory ? Result(Defect::OutOfMemory) : Result();
 }
 
 Result AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
@@ -232,6 +253,7 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   decoder_.SetUnit(number_);
   const Unit fed = lastsTooLong() ? Unit::Lost : feedDecoder(index, stated);
   if (decoder_.MemoryShort()) return Unit::NoMemory;
+  firstUnitTried_ |= number_ == 0;
   if (fed == Unit::Unread) return fed;
   const bool decoded = fed == Unit::Decoded;
   if (decoded) {

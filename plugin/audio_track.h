@@ -111,6 +111,9 @@ class AudioTrack {
   Result seekToPosition(FragmentIndex& index, std::uint64_t position);
   // Positions the track at an access unit, with the decoder history reset.
   Result seekToUnit(FragmentIndex& index, const AudioUnit& unit);
+  // Decodes the track's first access unit, by which the decoder knows SBR that nothing signals: a seek may
+  // begin at an access unit without its payload. The position is undefined afterwards.
+  [[nodiscard]] Result tryFirstUnit(FragmentIndex& index);
   // Positions the track at `unit` after decoding the access units from number `first` on as pre-roll.
   PreRollResult decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);
   // Whether the access unit at the cursor states an impossible duration.
@@ -144,6 +147,7 @@ class AudioTrack {
   std::uint64_t filledTo_ = 0;         // PCM or silence is available up to here
   std::uint64_t lostTo_ = 0;           // end of the last access unit by its stated duration, if it was lost
   bool losing_ = false;                // the last access unit delivered was lost
+  bool firstUnitTried_ = false;        // access unit 0 has been decoded, or could not be
   bool everDecoded_ = false;           // some access unit of the track has been decoded
   bool undecodable_ = false;
 };

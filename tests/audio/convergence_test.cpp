@@ -115,6 +115,28 @@ TEST(NumberedBlocks, DecodeAlikeInAllDecoders) {
   EXPECT_EQ(20, converged);
 }
 
+// Where a decoder has seen SBR, a block without its payload after a reset is not plain AAC.
+TEST(NumberedBlocks, WithoutPayloadConvergeOnlyWhereNoneHasBeenSeen) {
+  const auto frames = ReplicatedFrames(1, true);
+  GeneratorOptions core;
+  core.samplingIndex = 6;
+  core.elements = {{GeneratedElement::kCpe, 0}};
+  AacGenerator generator(7, core);
+  const Bytes plain = WrapAdts({generator.NextBlock()}, {.samplingIndex = 6, .channelConfiguration = 2});
+  for (const bool seen : {false, true}) {
+    TestDecoder decoder;
+    if (seen) {
+      ASSERT_EQ(0, decoder.Decode(frames[0]));
+      ASSERT_EQ(0, decoder.Decoder().Reset());
+    }
+    ASSERT_EQ(0, decoder.Decode(plain));
+    EXPECT_EQ(!seen, decoder.Decoder().Converged());
+    // A lost block leaves nothing of earlier ones, unless that was the header.
+    ASSERT_EQ(0, decoder.Decoder().PassLostBlock());
+    EXPECT_EQ(!seen, decoder.Decoder().Converged());
+  }
+}
+
 // A stream whose first SBR header comes late has no high band before it, also when it is decoded again.
 TEST(NumberedBlocks, StartWithoutTheHeadersOfLaterBlocks) {
   std::vector<Bytes> frames = ReplicatedFrames(20, true, 0);

@@ -139,6 +139,36 @@ TEST(ReadConfiguredAudio, AHighBandThatStartsBeforeTheTargetReadsAsFromTheStart)
             Samples(unit, unit + 1024 * 2));
 }
 
+// SBR that neither the configuration nor the described rate signals, in a file just opened: decoding for a
+// seek begins with an access unit that lacks its payload, like one of plain AAC.
+TEST(ReadConfiguredAudio, HiddenSbrReadsAsFromTheStartAlsoAfterAnAccessUnitWithoutIt) {
+  const TempFolder folder;
+  GeneratorOptions options = rareHeaders();
+  options.sbr->headerPercent = 0;  // after the first
+  constexpr std::uint32_t kPlain = 101;
+  auto blocks = blocksOf(14, options, 140);
+  blocks[kPlain] = blocksOf(14, pairOf(6), kPlain + 1)[kPlain];
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.samplingIndex = 6}), .rate = 24000},
+             blocks);
+  const Samples entire = readAll(*openFile(folder.file("a.mp4")), 4096);
+  for (const std::uint32_t target : {kPlain + 1, kPlain + 24}) {
+    const auto unit = entire.begin() + std::ptrdiff_t{target} * 1024 * 2;
+    EXPECT_EQ(readAudio(*openFile(folder.file("a.mp4")), target * 1024, 1024).samples,
+              Samples(unit, unit + 1024 * 2))
+        << target;
+  }
+}
+
+TEST(ReadConfiguredAudio, HiddenSbrThatBeginsLateReadsAlikeFromAnyPosition) {
+  const TempFolder folder;
+  auto blocks = blocksOf(16, pairOf(6), 60);
+  const auto others = blocksOf(17, rareHeaders(), 60);
+  blocks.insert(blocks.end(), others.begin(), others.end());
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.samplingIndex = 6}), .rate = 24000},
+             blocks);
+  EXPECT_EQ(120u * 1024 * 2, readInEveryWay(folder.file("a.mp4"), 2).size());
+}
+
 TEST(ReadConfiguredAudio, AnExplicitFrequencyMatchesFfmpeg) {
   const TempFolder folder;
   const auto blocks = blocksOf(2, pairOf(4), 60);

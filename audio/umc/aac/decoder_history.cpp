@@ -14,7 +14,7 @@ namespace {
 // Whether the headers of all elements have been received since Reset, except LFE elements, which have none.
 bool AreHeadersSeen(const LockedMemory& memory) {
   const DecoderState& state = memory.State();
-  if (!HasSbr(state)) return true;
+  if (!HasSbr(state)) return !state.sbrKnown;
   if (memory.Sbr() == nullptr) return false;
   for (int i = 0; i < state.layout.elementCount; ++i) {
     if (state.layout.elements[i].type != ElementType::kLfe && !memory.Sbr()->elements[i].headerSeen)
@@ -58,7 +58,7 @@ bool IsConverged(const LockedMemory& memory) {
   const DecoderState& state = memory.State();
   if (state.blank) return true;
   if (!state.started) return false;
-  if (!HasSbr(state)) return ArePredictionsConverged(state, memory.Predictions());
+  if (!HasSbr(state)) return !state.sbrKnown && ArePredictionsConverged(state, memory.Predictions());
   return memory.Sbr() != nullptr && memory.Sbr()->completeBlocks >= kSbrConvergenceBlocks;
 }
 

@@ -41,6 +41,10 @@ struct DecoderState {
   // A block was lost since Reset, after all headers had been received: earlier blocks have no influence.
   bool blank;
 
+  // A block carried SBR data since Init, also before Reset: where its payload is missing, earlier blocks
+  // matter.
+  bool sbrKnown;
+
   // Learned from the signal since its start.
   bool started;          // a block has been decoded
   bool sbrSeen;          // a block carried SBR data

@@ -18,6 +18,7 @@ void AdoptSbr(LockedMemory& memory, std::span<const std::uint8_t> bytes) {
     fmp4::BitWindow stream(bytes.data(), bytes.size());
     state.sbrSeen = !state.started || StartsSbr(SbrFormatOf(state), stream, element.sbr,
                                                 ChannelsOf(element.type), memory.Sbr()->scratch);
+    state.sbrKnown |= state.sbrSeen;
   }
 }
 
