@@ -1,6 +1,8 @@
 // AAC tracks whose configuration signals what the ADTS headers before their samples cannot.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "plugin/pre_roll.h"
 #include "tests/audio/aac_configurations.h"
 #include "tests/audio/aac_generator.h"
@@ -10,6 +12,7 @@
 #include "tests/support/fragments.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_folder.h"
+#include "vlhost.h"
 
 namespace fmp4 {
 
@@ -167,6 +170,45 @@ TEST(ReadConfiguredAudio, HiddenSbrThatBeginsLateReadsAlikeFromAnyPosition) {
   writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.samplingIndex = 6}), .rate = 24000},
              blocks);
   EXPECT_EQ(120u * 1024 * 2, readInEveryWay(folder.file("a.mp4"), 2).size());
+}
+
+// Counts the host's reads of a byte of any file.
+class ReadsOfByte {
+ public:
+  explicit ReadsOfByte(std::uint64_t place) : m_place(place) { vlWatchFiles(&m_watch); }
+  ~ReadsOfByte() { vlWatchFiles(nullptr); }
+  ReadsOfByte(const ReadsOfByte&) = delete;
+  ReadsOfByte& operator=(const ReadsOfByte&) = delete;
+
+  int count = 0;
+
+ private:
+  static void opened(void*, const char*, VLHANDLE) {}
+  static void read(void* self, VLHANDLE, std::uint64_t offset, const void*, std::uint32_t bytes) {
+    auto& reads = *static_cast<ReadsOfByte*>(self);
+    reads.count += offset <= reads.m_place && reads.m_place - offset < bytes ? 1 : 0;
+  }
+
+  std::uint64_t m_place;
+  VLFILEWATCH m_watch{this, opened, read};
+};
+
+TEST(ReadConfiguredAudio, OnlyTheFirstSeekWhereSbrMayHideReadsTheFirstAccessUnit) {
+  const TempFolder folder;
+  const std::string path = folder.file("a.mp4");
+  for (const auto& [samplingIndex, rate, reads] : {std::tuple(6u, 24000u, 1), std::tuple(3u, 48000u, 0)}) {
+    const auto blocks = blocksOf(18, pairOf(static_cast<int>(samplingIndex)), 200);
+    writeTrack(path, {.configuration = configurationOf({.samplingIndex = samplingIndex}), .rate = rate},
+               blocks);
+    const Bytes bytes = readFile(path);
+    const auto first =
+        std::search(bytes.begin(), bytes.end(), blocks[0].bytes.begin(), blocks[0].bytes.end());
+    const MediaFile file = openFile(path);
+    const ReadsOfByte firstUnit(static_cast<std::uint64_t>(first - bytes.begin()));
+    for (const std::uint32_t unit : {150u, 130u, 170u})
+      EXPECT_EQ(VL_OK, readAudio(*file, unit * 1024, 1).status);
+    EXPECT_EQ(reads, firstUnit.count) << rate;
+  }
 }
 
 TEST(ReadConfiguredAudio, AnExplicitFrequencyMatchesFfmpeg) {
