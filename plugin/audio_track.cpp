@@ -190,8 +190,11 @@ Result AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) 
 
 Result AudioTrack::tryFirstUnit(FragmentIndex& index) {
   const auto first = timeline(index).at(index, 0);
+  firstUnitTried_ = true;  // also if it cannot be read: the next seek does without
   if (!first || !seekToUnit(index, *first).ok() || advance(index) != Outcome::Delivered) return {};
-  return decodeUnit(index) == Unit::NoMemory ? Result(Defect::OutOfMemory) : Result();
+  if (decodeUnit(index) != Unit::NoMemory) return {};
+  firstUnitTried_ = false;
+  return Defect::OutOfMemory;
 }
 
 Result AudioTrack::seekToUnit(FragmentIndex& index, const AudioUnit& unit) {
@@ -253,7 +256,6 @@ AudioTrack::Unit AudioTrack::decodeUnit(FragmentIndex& index) {
   decoder_.SetUnit(number_);
   const Unit fed = lastsTooLong() ? Unit::Lost : feedDecoder(index, stated);
   if (decoder_.MemoryShort()) return Unit::NoMemory;
-  firstUnitTried_ |= number_ == 0;
   if (fed == Unit::Unread) return fed;
   const bool decoded = fed == Unit::Decoded;
   if (decoded) {

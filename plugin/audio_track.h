@@ -147,7 +147,7 @@ class AudioTrack {
   std::uint64_t filledTo_ = 0;         // PCM or silence is available up to here
   std::uint64_t lostTo_ = 0;           // end of the last access unit by its stated duration, if it was lost
   bool losing_ = false;                // the last access unit delivered was lost
-  bool firstUnitTried_ = false;        // access unit 0 has been decoded, or could not be
+  bool firstUnitTried_ = false;        // tryFirstUnit has been called
   bool everDecoded_ = false;           // some access unit of the track has been decoded
   bool undecodable_ = false;
 };

@@ -131,17 +131,19 @@ void expectRight(const std::vector<Answer>& answers, const std::vector<Answer>& 
   expectRightOrFailed(answers, right);
 }
 
-// The sources: what ffmpeg makes, and recordings with captions and with their sound apart.
+// The sources: what ffmpeg makes, also at a rate where SBR may hide, and recordings with captions and with
+// their sound apart.
 class ReadFaults : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     // Keeping lines would allocate.
     vlSetLogSink([](void*, std::uint32_t, const char*) {}, nullptr);
     path_ = folder_.file(GetParam());
-    const bool isClip = GetParam() == std::string("clip.mp4");
+    const bool isLow = GetParam() == std::string("low.mp4"),
+               isClip = GetParam() == std::string("clip.mp4") || isLow;
     if (isClip) {
       makeMedia(path_, videoInput(1, "30000/1001", "160x96") + toneInput(1) + h264Codec(15) + fragmented() +
-                           std::vector<std::string>{"-c:a", "aac"});
+                           std::vector<std::string>{"-c:a", "aac", "-ar", isLow ? "24000" : "48000"});
     } else {
       const Kind& kind = GetParam() == kAllInOne.media() ? kAllInOne : kAudioApart;
       MediaFile file = startKind(folder_, kind);
@@ -230,10 +232,11 @@ TEST_P(ReadFaults, OfAnyAllocationGiveAFailureOrTheRightAnswer) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, ReadFaults, testing::Values("clip.mp4", "out.ismv", "out.mpd"),
+INSTANTIATE_TEST_SUITE_P(Of, ReadFaults, testing::Values("clip.mp4", "low.mp4", "out.ismv", "out.mpd"),
                          [](const auto& info) {
                            const std::string name = info.param;
                            return name == "clip.mp4"   ? "Clip"
+                                  : name == "low.mp4"  ? "LowRate"
                                   : name == "out.ismv" ? "AllInOne"
                                                        : "SoundApart";
                          });
