@@ -61,6 +61,18 @@ TEST(AacReset, ForgetsParametricStereo) {
   ExpectAlikeAfterReset(Frames("he_v2_48k.aac"), GenerateFrames(2, mono, 5, 1));
 }
 
+// Before a high band that starts late there is none, whatever the decoder has worked on before.
+TEST(AacReset, ForgetsHighBandsBeforeOneThatStartsLate) {
+  GeneratorOptions options = Core(E::kCpe);
+  options.sbr.emplace();
+  options.sbr->headerChanges = false;
+  options.sbr->headerPercent = 100;
+  const auto frames = GenerateFrames(11, options, 40, 2);
+  // Where one before that it continues is missing, a frame starts late.
+  for (auto start = frames.begin() + 1; start != frames.end() - 2; ++start)
+    ExpectAlikeAfterReset(Frames("he_v1_stereo_48k.aac"), {start, start + 2});
+}
+
 TEST(AacReset, ForgetsTheProgramOfABlock) {
   GeneratorOptions listed, other;
   listed.elements = {{E::kSce, 0}, {E::kSce, 1}};
