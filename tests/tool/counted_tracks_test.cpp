@@ -135,6 +135,7 @@ TEST(CountedTracks, TakeOneReadAFragmentAndNoMemoryForIt) {
   DayFile day;
   day.fragments = kFragments;
   day.write(folder.file("day.mp4"));
+  countedTracksOf(folder.file("day.mp4"));  // makes what is made at first use
   const HostReads before = hostReads();
   const CountingNew memory;
   const std::vector<CountedTrack> tracks = countedTracksOf(folder.file("day.mp4"));
