@@ -64,6 +64,14 @@ bool mayHideSbr(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configur
          !config.sbrSignalled;
 }
 
+// Whether the decoder takes the ADTS header of the configuration. Otherwise it would search the access units
+// for headers, of which it keeps the first: what is decoded would depend on where reading began.
+bool isHeaderTaken(const std::vector<std::uint8_t>& configuration) {
+  UMC::aac::AudioSpecificConfig config{};
+  return AdtsHeader(configuration).hasFrequency() ||
+         UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config);
+}
+
 // The decoder configuration from an `esds` in the sample entry or in its QuickTime "wave" box; null if there
 // is none.
 const mp4::DecoderConfigDescriptor* findDecoderConfig(Mp4Box* sampleEntry) {
@@ -277,6 +285,7 @@ AudioTrack::Unit AudioTrack::feedDecoder(FragmentIndex& index, std::uint64_t fra
   const std::uint32_t size = cursor_.sampleSize();
   if (size == 0 || size > kMaxUnit) return Unit::Lost;
   const bool headed = holder_.audio.codec == kMp4a && configuration_.size() >= 2;
+  if (headed && !isHeaderTaken(configuration_)) return Unit::Lost;
   const std::uint32_t header = headed ? AdtsHeader::kBytes : 0;
   unit_.resize(header + size);
   if (headed) AdtsHeader(configuration_).write(size, unit_.data());

@@ -32,6 +32,9 @@ class AdtsHeader {
 
   // `configuration` must hold at least two bytes.
   explicit AdtsHeader(const std::vector<std::uint8_t>& configuration);
+  // Whether it states a sampling frequency: the other indexes are reserved, or stand for one in the
+  // configuration.
+  bool hasFrequency() const { return (profileAndRate_ >> 2 & 15) <= 12; }
   // Writes the header for a sample of `sampleBytes` bytes.
   void write(std::uint32_t sampleBytes, std::uint8_t* out) const;
 

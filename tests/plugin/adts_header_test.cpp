@@ -40,6 +40,14 @@ TEST(AdtsHeader, TheChannelConfigurationIsTwoUnlessItsLowBitsAreZero) {
   }
 }
 
+TEST(AdtsHeader, HasASamplingFrequencyUnlessItsIndexIsReserved) {
+  for (std::uint8_t index = 0; index < 16; ++index) {
+    const auto asc0 = static_cast<std::uint8_t>(2 << 3 | index >> 1);
+    const auto asc1 = static_cast<std::uint8_t>((index & 1) << 7 | 2 << 3);
+    EXPECT_EQ(index < 13, AdtsHeader({asc0, asc1}).hasFrequency()) << int{index};
+  }
+}
+
 TEST(AdtsHeader, TheSamplingFrequencyIndexIsInItsField) {
   for (std::uint8_t index = 0; index < 13; ++index) {
     const auto asc0 = static_cast<std::uint8_t>(2 << 3 | index >> 1);

@@ -276,6 +276,21 @@ TEST(ReadConfiguredAudio, UnsupportedConfigurationsAreReportedAndNotDecoded) {
   }
 }
 
+// A decoder that searched the access units for headers of their own would keep the first, wherever reading
+// began.
+TEST(ReadConfiguredAudio, WithoutASamplingFrequencyNothingIsDecodedWhateverTheAccessUnitsContain) {
+  const TempFolder folder;
+  auto blocks = blocksOf(19, pairOf(), 20);
+  for (GeneratedBlock& block : blocks) block.bytes = join({u8(0), WrapAdts({block}, {.samplingIndex = 3})});
+  const Bytes reserved = {0x17, 0x10}, missing = {0x17, 0x80};
+  for (const Bytes& configuration : {reserved, missing}) {
+    writeTrack(folder.file("a.mp4"), {.configuration = configuration}, blocks);
+    const Audio audio = readAudio(*openFile(folder.file("a.mp4")), 0, 4096);
+    EXPECT_EQ(VL_FAILED, audio.status);
+    EXPECT_EQ(Samples(), audio.samples);
+  }
+}
+
 // One configuration for a stream that changes: what the access units contain decides.
 TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPosition) {
   const TempFolder folder;
