@@ -38,7 +38,8 @@ constexpr std::uint64_t kMaxUnitFrames = 1 << 24;
 constexpr std::uint32_t kMaxFrameBits = 64 * 64;
 constexpr std::uint64_t kMaxDecodedFrames = 1 << 16;
 
-// Tracks described at higher rates have no SBR that nothing signals: their cores have none.
+// SBR that nothing signals is sought up to this rate only, hertz: above it cores hardly have SBR, and each
+// track would cost a read more.
 constexpr std::uint32_t kMaxHiddenSbrRate = 24000;
 
 // PCM frames per decoded access unit, at the described rate.
