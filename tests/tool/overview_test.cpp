@@ -468,6 +468,22 @@ TEST_F(OverviewAnswer, IsMadeAnewWhenTheFileChanges) {
   EXPECT_EQ(readOverview()["video"]["frames"], 60);
 }
 
+// Windows removes no file that is open.
+TEST(Overviews, HaveClosedAFileOnceTheySayThatTheyAreComplete) {
+  const TempFolder folder;
+  makeMedia(folder.file("clip.mp4"), videoInput(1) + h264Codec() + fragmented());
+  const Plugin plugin("vlx_fmp4");
+  Overviews overviews(plugin, OverviewCache(""));
+  for (int i = 0; i < 200; ++i) {
+    const std::string path = folder.file(std::to_string(i) + ".mp4");
+    std::filesystem::copy_file(folder.file("clip.mp4"), path);
+    const std::shared_ptr<const Overview> overview = overviews.of(path, {path, ""});
+    while (overview->progress().state == Overview::State::Reading) std::this_thread::yield();
+    EXPECT_EQ(overview->progress().state, Overview::State::Complete);
+    EXPECT_NO_THROW(std::filesystem::remove(path)) << i;
+  }
+}
+
 // As a recording in progress does. The clock advances by two seconds whenever it is asked.
 TEST(Overviews, OfAFileThatTakesLongToReadAreMadeAnewAfterARest) {
   const TempFolder folder, cache;

@@ -101,10 +101,13 @@ void Overviews::work() {
 void Overviews::read(Job& job) {
   const HeldLog log;
   if (auto kept = cache_.load(job.file, job.key)) return job.overview->restore(std::move(*kept));
-  const MediaFile file = plugin_.openQuietly(job.file);
-  ScanWatch watch;
-  watch.stopped = [&job] { return job.stopped.load(); };
-  if (!scanOverview(plugin_, *file, job.file, *job.overview, watch)) return;
+  {
+    const MediaFile file = plugin_.openQuietly(job.file);
+    ScanWatch watch;
+    watch.stopped = [&job] { return job.stopped.load(); };
+    if (!scanOverview(plugin_, *file, job.file, *job.overview, watch)) return;
+  }
+  // Closed before: who sees that it is complete may remove the file, which Windows refuses for an open one.
   job.overview->complete();
   cache_.store(job.file, job.key, job.overview->finest());
 }
