@@ -57,12 +57,13 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
   return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(scaled, 1, kMaxDecodedFrames));
 }
 
-// Whether the access units may carry SBR of which neither the configuration nor the described rate tells.
-bool mayHideSbr(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
-  if (audio.codec == kAc3 || audio.wave.samplesPerSecond > kMaxHiddenSbrRate) return false;
+// Whether the first access unit may tell how the others are decoded: of SBR of which neither the
+// configuration nor the described rate tells, or of the program where the configuration cannot be read.
+bool doesFirstUnitTell(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
+  if (audio.codec != kMp4a && audio.codec != kAac) return false;
   UMC::aac::AudioSpecificConfig config{};
-  return !UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config) ||
-         !config.sbrSignalled;
+  if (!UMC::aac::ParseAudioSpecificConfig(configuration.data(), configuration.size(), config)) return true;
+  return audio.wave.samplesPerSecond <= kMaxHiddenSbrRate && !config.sbrSignalled;
 }
 
 // Whether the decoder takes the ADTS header of the configuration. Otherwise it would search the access units
@@ -189,8 +190,8 @@ Result AudioTrack::seek(FragmentIndex& index, std::uint64_t position) {
 Result AudioTrack::seekToPosition(FragmentIndex& index, std::uint64_t position) {
   const auto unit = timeline(index).find(index, position);
   if (!unit) return Defect::EndOfData;
-  const bool mayBeginWithoutSbr = unit->number > 0 && !firstUnitTried_;
-  if (mayBeginWithoutSbr && mayHideSbr(holder_.audio, configuration_)) {
+  const bool isFirstUntried = unit->number > 0 && !firstUnitTried_;
+  if (isFirstUntried && doesFirstUnitTell(holder_.audio, configuration_)) {
     if (const Result tried = tryFirstUnit(index); !tried.ok()) return tried;
   }
   const auto decodeFrom = [&](std::uint64_t first) { return decodePreRoll(index, first, *unit); };

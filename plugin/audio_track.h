@@ -114,8 +114,8 @@ class AudioTrack {
   Result seekToPosition(FragmentIndex& index, std::uint64_t position);
   // Positions the track at an access unit, with the decoder history reset.
   Result seekToUnit(FragmentIndex& index, const AudioUnit& unit);
-  // Decodes the track's first access unit, by which the decoder knows SBR that nothing signals: a seek may
-  // begin at an access unit without its payload. The position is undefined afterwards.
+  // Decodes the track's first access unit, by which the decoder knows SBR and the program that nothing
+  // signals: a seek may begin at an access unit without them. The position is undefined afterwards.
   [[nodiscard]] Result tryFirstUnit(FragmentIndex& index);
   // Positions the track at `unit` after decoding the access units from number `first` on as pre-roll.
   PreRollResult decodePreRoll(FragmentIndex& index, std::uint64_t first, const AudioUnit& unit);

@@ -147,31 +147,12 @@ TEST(AacConfiguration, HasTwoChannelsBeforeTheFirstParametricStereo) {
   }
 }
 
-// A program of `fronts` front elements: whether each is a pair, and its tag.
-ConfigOptions ProgramOf(std::vector<std::pair<bool, unsigned>> fronts) {
-  ConfigOptions options;
-  options.channelConfiguration = 0;
-  options.program = [fronts](BitWriter& bits) {
-    bits.Write(1, 2);
-    bits.Write(3, 4);
-    bits.Write(fronts.size(), 4);
-    bits.Write(0, 8 + 2 + 3 + 4 + 3);
-    for (const auto& [isPair, tag] : fronts) {
-      bits.Write(isPair ? 1 : 0, 1);
-      bits.Write(tag, 4);
-    }
-    bits.Align();
-    bits.Write(0, 8);  // comment
-  };
-  return options;
-}
-
 TEST(AacConfiguration, HasTheProgram) {
   // The stream's pairs come in a different order from the program's.
   GeneratorOptions generated;
   generated.elements = {{E::kCpe, 3}, {E::kCpe, 7}, {E::kSce, 0}};
   const auto blocks = Blocks(6, generated);
-  const ConfigOptions options = ProgramOf({{false, 0}, {true, 7}, {true, 3}});
+  const ConfigOptions options = programOf({{false, 0}, {true, 7}, {true, 3}});
   ConfiguredDecoder signalled(options);
   EXPECT_EQ(5u, InfoOf(signalled.Decoder()).input.channels);
   const Samples expected = DecodeConfigured(blocks, options);
@@ -185,7 +166,7 @@ TEST(AacConfiguration, CountsForAProgramInABlock) {
   generated.elements = {{E::kSce, 0}, {E::kSce, 1}};
   generated.writeProgram = true;  // both in front: a centre and one at an unknown position
   const auto blocks = Blocks(7, generated, 3);
-  const ConfigOptions options = ProgramOf({{false, 1}, {false, 0}});
+  const ConfigOptions options = programOf({{false, 1}, {false, 0}});
   ConfiguredDecoder signalled(options);
   const Samples ours = DecodeAfterHeaders(signalled, blocks, {.channelConfiguration = 0}, 2 * 1024);
   TestDecoder unsignalled;
@@ -195,6 +176,22 @@ TEST(AacConfiguration, CountsForAProgramInABlock) {
     ASSERT_EQ(theirs[i], ours[i + 1]);
     ASSERT_EQ(theirs[i + 1], ours[i]);
   }
+}
+
+// A block without elements has the channels of the one before; which that was, a track's reader may not know.
+TEST(AacConfiguration, WithoutOneABlockWithoutElementsIsDecodedOnlyAfterOneThatHasSome) {
+  const Bytes frame = WrapAdts({Blocks(8, Pair(), 1)[0]}, {.channelConfiguration = 0});
+  const Bytes empty = WrapAdts({{{0xC1, 0xC0}, {}}}, {.channelConfiguration = 0});  // fill, end
+  TestDecoder stream, track;
+  ASSERT_EQ(0, track.Decoder().SetBlock(0));
+  for (TestDecoder* decoder : {&stream, &track}) {
+    ASSERT_EQ(0, decoder->Decode(frame));
+    EXPECT_EQ(0, decoder->Decode(empty));
+    EXPECT_EQ(2048u, decoder->Last().size());
+    ASSERT_EQ(0, decoder->Decoder().PassLostBlock());
+  }
+  EXPECT_EQ(0, stream.Decode(empty));
+  EXPECT_EQ(-881, track.Decode(empty));
 }
 
 TEST(AacConfiguration, ReportsUnsupportedConfigurations) {
@@ -218,7 +215,7 @@ TEST(AacConfiguration, ReportsUnsupportedConfigurations) {
   }
   TestDecoder decoder;
   EXPECT_EQ(-899, Configure(decoder.Decoder(),
-                            ProgramOf({{true, 0}, {true, 1}, {true, 2}, {true, 3}, {false, 0}})));
+                            programOf({{true, 0}, {true, 1}, {true, 2}, {true, 3}, {false, 0}})));
 }
 
 TEST(AacConfiguration, NeedsADecoder) {

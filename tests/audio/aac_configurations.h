@@ -60,4 +60,23 @@ inline std::vector<std::uint8_t> configurationOf(const ConfigOptions& options) {
   return bits.Bytes();
 }
 
+// With a program of `fronts` front elements: whether each is a pair, and its tag.
+inline ConfigOptions programOf(std::vector<std::pair<bool, unsigned>> fronts) {
+  ConfigOptions options;
+  options.channelConfiguration = 0;
+  options.program = [fronts](BitWriter& bits) {
+    bits.Write(1, 2);
+    bits.Write(3, 4);
+    bits.Write(fronts.size(), 4);
+    bits.Write(0, 8 + 2 + 3 + 4 + 3);
+    for (const auto& [isPair, tag] : fronts) {
+      bits.Write(isPair ? 1 : 0, 1);
+      bits.Write(tag, 4);
+    }
+    bits.Align();
+    bits.Write(0, 8);  // comment
+  };
+  return options;
+}
+
 }  // namespace fmp4

@@ -313,6 +313,49 @@ TEST(ReadConfiguredAudio, MonoThatTurnsIntoSurroundPlaysFromAnyPosition) {
   EXPECT_EQ(alone, Samples(ours.end() - static_cast<std::ptrdiff_t>(alone.size()), ours.end()));
 }
 
+// A configuration that refers to a program config element and does not contain one.
+const Bytes kWithoutProgram = configurationOf({.channelConfiguration = 0});
+
+std::vector<GeneratedBlock> pairsOf(unsigned seed, const std::vector<GeneratedElement>& elements, int count,
+                                    bool describe = false) {
+  GeneratorOptions options = pairOf();
+  options.elements = elements;
+  options.writeProgram = describe;
+  return blocksOf(seed, options, count);
+}
+
+TEST(ReadConfiguredAudio, AProgramInTheFirstAccessUnitIsThatOfTheTrack) {
+  const TempFolder folder;
+  auto blocks = pairsOf(7, {{E::kCpe, 1}, {E::kCpe, 0}}, 1, true);
+  const auto more = pairsOf(8, {{E::kCpe, 0}, {E::kCpe, 1}}, 39);
+  blocks.insert(blocks.end(), more.begin(), more.end());
+  writeTrack(folder.file("signalled.mp4"),
+             {.configuration = configurationOf(programOf({{true, 1}, {true, 0}}))}, blocks);
+  writeTrack(folder.file("a.mp4"), {.configuration = kWithoutProgram}, blocks);
+  EXPECT_EQ(readInEveryWay(folder.file("a.mp4"), 2), readInEveryWay(folder.file("signalled.mp4"), 2));
+}
+
+TEST(ReadConfiguredAudio, AProgramInALaterAccessUnitChangesNothing) {
+  const TempFolder folder;
+  const std::vector<GeneratedElement> elements = {{E::kCpe, 0}, {E::kCpe, 1}};
+  auto blocks = pairsOf(9, elements, 40);
+  writeTrack(folder.file("without.mp4"), {.configuration = kWithoutProgram}, blocks);
+  blocks[20] = pairsOf(9, elements, 21, true)[20];
+  writeTrack(folder.file("a.mp4"), {.configuration = kWithoutProgram}, blocks);
+  EXPECT_EQ(readInEveryWay(folder.file("a.mp4"), 2), readInEveryWay(folder.file("without.mp4"), 2));
+}
+
+// Two headers in a data stream element, of which the first ends where the second begins.
+TEST(ReadConfiguredAudio, HeadersWithinAnAccessUnitAreNotTakenForItsOwn) {
+  const TempFolder folder;
+  auto blocks = pairsOf(10, {{E::kCpe, 0}, {E::kCpe, 1}}, 40);
+  writeTrack(folder.file("without.mp4"), {.configuration = kWithoutProgram}, blocks);
+  const Bytes header = {0xFF, 0xF1, 0x50, 0x80, 0x00, 0xFF, 0xFC};  // 7 bytes, 44.1 kHz
+  blocks[0].bytes = join({u8(0x81), u8(2 * header.size()), header, header, blocks[0].bytes});
+  writeTrack(folder.file("a.mp4"), {.configuration = kWithoutProgram}, blocks);
+  EXPECT_EQ(readInEveryWay(folder.file("a.mp4"), 2), readInEveryWay(folder.file("without.mp4"), 2));
+}
+
 }  // namespace
 
 }  // namespace fmp4

@@ -43,7 +43,7 @@ void Restart(LockedMemory& memory) {
   }
   state.started = state.sbrSeen = state.psSeen = false;
   state.program = state.config.Program();
-  if (state.config.layout.channelCount > 0) state.layout = state.config.layout;
+  if (state.numbered || state.config.layout.channelCount > 0) state.layout = state.config.layout;
   UpdateMix(state);
 }
 

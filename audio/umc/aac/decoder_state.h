@@ -50,7 +50,7 @@ struct DecoderState {
   bool sbrSeen;          // a block carried SBR data
   bool psSeen;           // a block of one channel carried parametric stereo
   bool placedByProgram;  // the last block's elements were identified by the program, not by their order
-  Layout program;        // from the configuration, or the last one in a block; otherwise without channels
+  Layout program;        // from the configuration or an earlier block; otherwise without channels
   Layout layout;         // of the last block, or from the configuration; otherwise without channels
   MixMatrix mix;         // from `layout` to the output
   int couplingsInUse;    // coupling channels in the last block

@@ -23,6 +23,13 @@ bool HasAllElements(const Layout& layout, const RawDataBlock& block) {
   return seen != 0;
 }
 
+// Whether the block's program applies to it and to the blocks after it. In a track, which reading may enter
+// anywhere, only the first block's is, and the container's description of the program, or its channel
+// configuration, takes precedence (ISO/IEC 14496-3, 4.5.1.2).
+bool IsProgramTaken(const DecoderState& state, const RawDataBlock& block) {
+  return block.hasProgram && !state.signalled && (!state.numbered || state.block == 0);
+}
+
 }  // namespace
 
 const LayoutElement* FindElement(const Layout& layout, const BlockElement& element) {
@@ -36,9 +43,8 @@ const LayoutElement* FindElement(const Layout& layout, const BlockElement& eleme
 bool AdoptLayout(LockedMemory& memory) {
   DecoderState& state = memory.State();
   const RawDataBlock& block = memory.Work().block;
-  // The container's description of the program, or its channel configuration, takes precedence (ISO/IEC
-  // 14496-3, 4.5.1.2).
-  if (block.hasProgram && !state.signalled) state.program = LayoutOfProgram(block.program);
+  const bool taken = IsProgramTaken(state, block);
+  if (taken) state.program = LayoutOfProgram(block.program);
   Layout layout = state.layout;
   state.placedByProgram = state.program.channelCount > 0 && HasAllElements(state.program, block);
   if (state.placedByProgram) {
@@ -54,7 +60,9 @@ bool AdoptLayout(LockedMemory& memory) {
     if (memory.Sbr() != nullptr) std::fill_n(memory.Sbr()->elements, kMaxChannels, SbrElementState{});
     UpdateMix(state);
   }
-  return layout.channelCount > 0;
+  if (layout.channelCount == 0) return false;
+  if (taken && state.numbered) state.config.layout = state.program;  // beyond a restart
+  return true;
 }
 
 }  // namespace UMC::aac

@@ -243,9 +243,11 @@ Status DecodeAdtsAt(LockedMemory& memory, std::size_t start, FrameRequest& reque
 Status StartAdts(LockedMemory& memory, FrameRequest& request) {
   if (request.inputSize < kAdtsProbeBytes) return UMC_ERR_NOT_ENOUGH_DATA;
   DecoderState& state = memory.State();
-  // The container's access units have a header each, so that the first one is trusted.
-  AdtsStart found{FindAdtsHeader(request.input, request.inputSize, AdtsRates::kAny), true};
-  if (!state.signalled) found = FindAdtsStart(request.input, request.inputSize);
+  // The access units of a track have a header each, so that the first one is trusted, whatever its frequency
+  // where the container states that.
+  const AdtsRates rates = state.signalled ? AdtsRates::kAny : AdtsRates::kKnown;
+  AdtsStart found{FindAdtsHeader(request.input, request.inputSize, rates), true};
+  if (!state.signalled && !state.numbered) found = FindAdtsStart(request.input, request.inputSize);
   if (found.offset == request.inputSize) {
     request.consumed = request.inputSize - (kAdtsPatternBytes - 1);
     return UMC_ERR_UNSUPPORTED;
