@@ -86,9 +86,10 @@ check_headers() {
 }
 
 # run_tests PRESET [OPTION...]: one more at a time than there are processors, as some wait. A program that fails
-# prints its failures alone.
+# prints its failures alone, without the plug-in's messages, which are hundreds.
 run_tests() {
-  GTEST_BRIEF=1 ctest --test-dir "build/$1" -j $(($(nproc) + 1)) --output-on-failure "${@:2}"
+  GTEST_BRIEF=1 ctest --test-dir "build/$1" -j $(($(nproc) + 1)) --output-on-failure "${@:2}" |
+    grep --line-buffered --text --invert-match -E '^(CAUTION|WARNING|ERROR)\(vlx_'
 }
 
 # The served page in Chromium, and ffmpeg over HTTP; in parallel the recording of a minute, which is mostly waiting.
