@@ -162,6 +162,26 @@ TEST(ReadConfiguredAudio, HiddenSbrReadsAsFromTheStartAlsoAfterAnAccessUnitWitho
   }
 }
 
+// Decoding for a seek begins with such an access unit and ends with a lost one; in between are payloads
+// without a header, by which it turns out that the header is farther back.
+TEST(ReadConfiguredAudio, HiddenSbrReadsAsFromTheStartAlsoAfterALostAccessUnit) {
+  const TempFolder folder;
+  GeneratorOptions options = rareHeaders();
+  options.sbr->headerPercent = 0;  // after the first
+  constexpr std::uint32_t kTarget = 125, kFirst = kTarget - PreRoll::kConvergenceUnits;
+  auto blocks = blocksOf(14, pairOf(6), kFirst + 1);
+  auto withSbr = blocksOf(14, options, 140);
+  std::copy(withSbr.begin(), withSbr.begin() + kFirst - 1, blocks.begin() + 1);
+  blocks.insert(blocks.end(), withSbr.begin() + kFirst + 1, withSbr.end());
+  blocks[kTarget - 1].bytes = {0xFF};
+  writeTrack(folder.file("a.mp4"), {.configuration = configurationOf({.samplingIndex = 6}), .rate = 24000},
+             blocks);
+  const Samples entire = readAll(*openFile(folder.file("a.mp4")), 4096);
+  const auto unit = entire.begin() + std::ptrdiff_t{kTarget} * 1024 * 2;
+  EXPECT_EQ(readAudio(*openFile(folder.file("a.mp4")), kTarget * 1024, 10 * 1024).samples,
+            Samples(unit, unit + 10 * 1024 * 2));
+}
+
 TEST(ReadConfiguredAudio, HiddenSbrThatBeginsLateReadsAlikeFromAnyPosition) {
   const TempFolder folder;
   auto blocks = blocksOf(16, pairOf(6), 60);
@@ -345,13 +365,13 @@ TEST(ReadConfiguredAudio, AProgramInALaterAccessUnitChangesNothing) {
   EXPECT_EQ(readInEveryWay(folder.file("a.mp4"), 2), readInEveryWay(folder.file("without.mp4"), 2));
 }
 
-// Two headers in a data stream element, of which the first ends where the second begins.
+// Two frames in a data stream element, of another frequency, with a channel without a spectrum each.
 TEST(ReadConfiguredAudio, HeadersWithinAnAccessUnitAreNotTakenForItsOwn) {
   const TempFolder folder;
   auto blocks = pairsOf(10, {{E::kCpe, 0}, {E::kCpe, 1}}, 40);
   writeTrack(folder.file("without.mp4"), {.configuration = kWithoutProgram}, blocks);
-  const Bytes header = {0xFF, 0xF1, 0x50, 0x80, 0x00, 0xFF, 0xFC};  // 7 bytes, 44.1 kHz
-  blocks[0].bytes = join({u8(0x81), u8(2 * header.size()), header, header, blocks[0].bytes});
+  const Bytes other = WrapAdts({{{0, 0, 0, 7}, {}}}, {.samplingIndex = 4, .channelConfiguration = 1});
+  blocks[0].bytes = join({u8(0x81), u8(2 * other.size()), other, other, blocks[0].bytes});
   writeTrack(folder.file("a.mp4"), {.configuration = kWithoutProgram}, blocks);
   EXPECT_EQ(readInEveryWay(folder.file("a.mp4"), 2), readInEveryWay(folder.file("without.mp4"), 2));
 }

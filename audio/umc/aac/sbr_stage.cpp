@@ -15,10 +15,10 @@ void AdoptSbr(LockedMemory& memory, std::span<const std::uint8_t> bytes) {
   for (int i = 0; i < block.elementCount && !state.sbrSeen; ++i) {
     const BlockElement& element = block.elements[i];
     if (element.sbr.bits == 0) continue;
+    state.sbrKnown = true;  // even if a header, which an earlier block had, is missing
     fmp4::BitWindow stream(bytes.data(), bytes.size());
     state.sbrSeen = !state.started || StartsSbr(SbrFormatOf(state), stream, element.sbr,
                                                 ChannelsOf(element.type), memory.Sbr()->scratch);
-    state.sbrKnown |= state.sbrSeen;
   }
 }
 
