@@ -260,6 +260,25 @@ for (const {player, delaysStart, delaysEnd} of players) {
   }
 }
 
+test('a step past the last frame stays there also before the times that the file states are known', async () => {
+  const withoutTimes = {
+    async newPage(options) {
+      const page = await browser.newPage(options);
+      await page.route('**/data/frames/**', () => {});  // is never answered
+      return page;
+    },
+  };
+  const viewer = await Viewer.open(withoutTimes, server.address, longAudio.name, 'shaka-dash');
+  const {keyboard} = viewer.page;
+  await labelled(viewer, 0);
+  await keyboard.press('End');
+  await viewer.sees(longAudio.frames - 1);
+  for (const key of ['.', '.', ',']) await keyboard.press(key);
+  await viewer.sees(longAudio.frames - 2);
+  await labelled(viewer, longAudio.frames - 2);
+  await viewer.close();
+});
+
 // hls.js has not ended its start then.
 test('End pressed at the first picture leads to the last one', async () => {
   const viewer = await Viewer.goTo(browser, server.address, longAudio.name, 'hls.js', 'End');

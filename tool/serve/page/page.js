@@ -403,12 +403,18 @@ function togglePlay() {
     video.pause();
 }
 
+// The number of the last frame; while the file's times are not known, that of the end of the time line.
+function lastFrame() {
+  const {clock} = shown;
+  return clock.frames ? clock.frames - 1 : Math.floor((timeLine()[1] - firstPicture) * clock.rate);
+}
+
 // Seeks to the middle of the frame's time, so that rounding cannot select a neighbour.
 async function goTo(frame) {
   const {clock} = shown ?? {};
   if (!clock) return;
   video.pause();
-  const target = {frame: Math.max(0, clock.frames ? Math.min(frame, clock.frames - 1) : frame)};
+  const target = {frame: Math.max(0, Math.min(frame, lastFrame()))};
   sought = target;
   if (clock.middleOf(target.frame) === undefined) await clock.know(target.frame);
   if (shown?.clock !== clock || sought !== target) return;
@@ -461,8 +467,9 @@ function stepSeconds(seconds) {
 }
 
 function goToEnd() {
+  if (shown?.clock) return goTo(lastFrame()).catch((error) => report({text: error.message}));
   video.pause();
-  seek(timeLine()[1]);
+  return seek(timeLine()[1]);
 }
 
 const shuttle = new Shuttle(video, seek, (speed) => {
