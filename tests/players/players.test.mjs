@@ -279,6 +279,19 @@ test('a step past the last frame stays there also before the times that the file
   await viewer.close();
 });
 
+// Browsers report a picture after it is displayed, or leave that out.
+test('steps go on from the position before its picture is reported', async () => {
+  const viewer = await Viewer.open(browser, server.address, longAudio.name);
+  const {keyboard} = viewer.page;
+  await labelled(viewer, 0);
+  await viewer.page.waitForFunction(() => document.getElementById('position').max > 2);
+  for (const key of ['Shift+ArrowRight', '.']) await keyboard.press(key);  // a second, less the delayed frames
+  await viewer.sees(24);
+  for (const key of ['Shift+ArrowRight', ',', 'i']) await keyboard.press(key);
+  assert.equal(await viewer.page.textContent('#marks'), '48 – ');
+  await viewer.close();
+});
+
 // hls.js has not ended its start then.
 test('End pressed at the first picture leads to the last one', async () => {
   const viewer = await Viewer.goTo(browser, server.address, longAudio.name, 'hls.js', 'End');

@@ -305,6 +305,12 @@ function timeLine() {
   return [first, Math.max(first, Math.min(last - halfFrame, firstPicture + (end ?? duration() - halfFrame)))];
 }
 
+// The number of the last frame; while the file's times are not known, that of the end of the time line.
+function lastFrame() {
+  const {clock} = shown;
+  return clock.frames ? clock.frames - 1 : Math.floor((timeLine()[1] - firstPicture) * clock.rate);
+}
+
 function seek(seconds) {
   const [first, last] = timeLine();
   video.currentTime = Math.min(last, Math.max(first, seconds));
@@ -380,17 +386,36 @@ function onPicture(_, {mediaTime}) {
 
 const kReportSeconds = 0.3;  // in which a browser reports the picture of a seek
 
+// Whether the picture that was reported last can be that of the position.
+function isPictureOfPosition() {
+  const frames = (video.currentTime - pictureTime) * shown.clock.rate;
+  return frames > -0.25 && frames < 1.25;
+}
+
+// The media time at which a frame begins to be shown.
+const startOf = (frame) => firstPicture + shown.clock.middleOf(frame) - 0.5 / shown.clock.rate;
+
+// The frame that is shown at the position; undefined while that part of the file is not known.
+function frameAtPosition() {
+  const {clock} = shown, position = video.currentTime;
+  const halfFrame = 0.5 / clock.rate, next = clock.frameAt(position - firstPicture);
+  if (next === undefined) return undefined;
+  const begun = startOf(next) > position + halfFrame / 10 ? next - 1 : next;
+  const frame = Math.max(0, Math.min(lastFrame(), begun));
+  return position >= startOf(frame) - halfFrame ? frame : undefined;
+}
+
+// The frame where somebody is who paused there: keys come faster than pictures.
+function currentFrame() {
+  const isAwaited = shown?.clock && video.paused && !isPictureOfPosition();
+  return sought?.frame ?? (isAwaited ? frameAtPosition() : undefined) ?? frameShown();
+}
+
 // After a seek of a paused video the report of its picture may stay out. The picture is that of the position.
 function supplyPicture() {
-  const {clock} = shown ?? {}, position = video.currentTime;
-  if (!clock?.frames || !video.paused || video.seeking) return;
-  const frames = (position - pictureTime) * clock.rate;
-  if (frames > -0.25 && frames < 1.25) return;
-  const halfFrame = 0.5 / clock.rate, next = clock.frameAt(position - firstPicture);
-  if (next === undefined) return;
-  const startOf = (frame) => firstPicture + clock.middleOf(frame) - halfFrame;
-  const frame = next > 0 && startOf(next) > position + halfFrame / 10 ? next - 1 : next;
-  if (clock.middleOf(frame) === undefined || position < startOf(frame) - halfFrame) return;
+  if (!shown?.clock?.frames || !video.paused || video.seeking || isPictureOfPosition()) return;
+  const frame = frameAtPosition();
+  if (frame === undefined) return;
   pictureTime = startOf(frame);
   showTime();
 }
@@ -401,12 +426,6 @@ function togglePlay() {
     video.play().catch((error) => report({text: String(error), fatal: false}));
   else
     video.pause();
-}
-
-// The number of the last frame; while the file's times are not known, that of the end of the time line.
-function lastFrame() {
-  const {clock} = shown;
-  return clock.frames ? clock.frames - 1 : Math.floor((timeLine()[1] - firstPicture) * clock.rate);
 }
 
 // Seeks to the middle of the frame's time, so that rounding cannot select a neighbour.
@@ -457,12 +476,13 @@ async function goToPlace(place) {
 }
 
 function step(frames) {
-  const from = sought?.frame ?? frameShown();
+  const from = currentFrame();
   if (from !== undefined) goTo(from + frames).catch((error) => report({text: error.message}));
 }
 
 function stepSeconds(seconds) {
   video.pause();
+  sought = null;
   seek(video.currentTime + seconds);
 }
 
@@ -482,7 +502,7 @@ function setSpeed() {
 }
 
 function mark(end) {
-  const frame = frameShown();
+  const frame = currentFrame();
   if (frame !== undefined) marks[end] = frame;
 }
 marks.onchange(() => {
@@ -505,7 +525,7 @@ function toggleCaptions() {
 
 function openBoxes() {
   if (!shown || !at('boxes').open) return;
-  boxes.open(shown.recording.file, frameShown()).catch((error) => report({text: error.message}));
+  boxes.open(shown.recording.file, currentFrame()).catch((error) => report({text: error.message}));
 }
 
 function toggleWhole() {
