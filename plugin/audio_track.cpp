@@ -57,8 +57,8 @@ std::uint32_t unitFrames(const QVRAUDIO& audio, const std::vector<std::uint8_t>&
   return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(scaled, 1, kMaxDecodedFrames));
 }
 
-// Whether the first access unit may tell how the others are decoded: of SBR of which neither the
-// configuration nor the described rate tells, or of the program where the configuration cannot be read.
+// Whether the first access unit may contain what decoding the others needs and nothing else states: SBR that
+// neither the configuration nor the described rate signals, or a program that the configuration lacks.
 bool doesFirstUnitTell(const QVRAUDIO& audio, const std::vector<std::uint8_t>& configuration) {
   if (audio.codec != kMp4a && audio.codec != kAac) return false;
   UMC::aac::AudioSpecificConfig config{};
@@ -66,8 +66,8 @@ bool doesFirstUnitTell(const QVRAUDIO& audio, const std::vector<std::uint8_t>& c
   return audio.wave.samplesPerSecond <= kMaxHiddenSbrRate && !config.sbrSignalled;
 }
 
-// Whether the decoder takes the ADTS header of the configuration. Otherwise it would search the access units
-// for headers, of which it keeps the first: what is decoded would depend on where reading began.
+// Whether the decoder accepts the ADTS header made of the configuration. If not, it would search the access
+// units for headers and keep the first, so that the position where reading begins would change the samples.
 bool isHeaderTaken(const std::vector<std::uint8_t>& configuration) {
   UMC::aac::AudioSpecificConfig config{};
   return AdtsHeader(configuration).hasFrequency() ||
